@@ -1,0 +1,80 @@
+# Helpers that every CMakeLists.txt of the tree uses.
+
+set( KORVALE_PLATFORM_DIR "Linux" )
+if( WIN32 )
+  set( KORVALE_PLATFORM_DIR "Windows" )
+endif()
+
+# Compiler settings of everything that is ours.
+add_library( KorvaleSettings INTERFACE )
+target_compile_options( KorvaleSettings INTERFACE -Wall -Wextra -Wconversion -Wshadow )
+if( KORVALE_WARNINGS_AS_ERRORS )
+  target_compile_options( KorvaleSettings INTERFACE -Werror )
+endif()
+if( WIN32 )
+  target_compile_definitions( KorvaleSettings INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 )
+endif()
+if( KORVALE_SANITIZE )
+  target_compile_options( KorvaleSettings INTERFACE -fsanitize=${KORVALE_SANITIZE} -fno-omit-frame-pointer )
+  target_link_options( KorvaleSettings INTERFACE -fsanitize=${KORVALE_SANITIZE} )
+  if( KORVALE_SANITIZE MATCHES "undefined" )
+    target_compile_options( KorvaleSettings INTERFACE -fno-sanitize-recover=undefined )
+  endif()
+endif()
+
+# The library. Subsystems add themselves with korvale_sources and korvale_headers.
+add_library( KorvaleCore SHARED )
+add_library( Korvale::Core ALIAS KorvaleCore )
+set_target_properties( KorvaleCore PROPERTIES
+  EXPORT_NAME Core
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR} )
+target_compile_features( KorvaleCore PUBLIC cxx_std_20 )
+target_compile_definitions( KorvaleCore PRIVATE KORVALE_BUILDING_CORE )
+target_link_libraries( KorvaleCore PRIVATE $<BUILD_INTERFACE:KorvaleSettings> )
+find_package( Threads REQUIRED )
+target_link_libraries( KorvaleCore PRIVATE Threads::Threads )
+
+# korvale_sources( FILE... ): sources of the library, relative to the calling folder.
+function( korvale_sources )
+  foreach( file IN LISTS ARGN )
+    target_sources( KorvaleCore PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}" )
+  endforeach()
+endfunction()
+
+# korvale_headers( ROOT FILE... ): public headers, installed below the include folder as they lie below ROOT.
+function( korvale_headers root )
+  set( paths )
+  foreach( file IN LISTS ARGN )
+    list( APPEND paths "${CMAKE_CURRENT_SOURCE_DIR}/${file}" )
+  endforeach()
+  get_filename_component( name "${root}" NAME )
+  string( MAKE_C_IDENTIFIER "headers_${name}" set )
+  target_sources( KorvaleCore PUBLIC FILE_SET ${set} TYPE HEADERS BASE_DIRS "${root}" FILES ${paths} )
+endfunction()
+
+# korvale_classes( NAME... ): a header and a source of that name each, in a subsystem of X-Platform.
+function( korvale_classes )
+  foreach( name IN LISTS ARGN )
+    korvale_sources( "${name}.cpp" )
+    korvale_headers( "${CMAKE_SOURCE_DIR}/X-Platform" "${name}.h" )
+  endforeach()
+endfunction()
+
+# On Windows the libraries of the compiler and our own lie beside the programs, so that they start from anywhere.
+function( korvale_copy_runtime )
+  set( CMAKE_RUNTIME_LIBRARIES libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll )
+  foreach( dll IN LISTS CMAKE_RUNTIME_LIBRARIES )
+    execute_process( COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
+      OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE )
+    if( NOT IS_ABSOLUTE "${path}" )
+      find_file( KORVALE_RUNTIME_${dll} ${dll} PATHS /usr/x86_64-w64-mingw32/lib NO_CMAKE_FIND_ROOT_PATH REQUIRED )
+      set( path "${KORVALE_RUNTIME_${dll}}" )
+    endif()
+    configure_file( "${path}" "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${dll}" COPYONLY )
+  endforeach()
+endfunction()
+if( WIN32 )
+  korvale_copy_runtime()
+endif()

@@ -1,0 +1,12 @@
+# Cross-builds for 64-bit Windows with the posix-thread MinGW-w64 compiler; programs run under Wine.
+set( CMAKE_SYSTEM_NAME Windows )
+set( CMAKE_SYSTEM_PROCESSOR x86_64 )
+set( CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix )
+set( CMAKE_RC_COMPILER x86_64-w64-mingw32-windres )
+set( CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 )
+set( CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER )
+set( CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY )
+set( CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY )
+set( CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY )
+find_program( KORVALE_WINE NAMES wine64 wine PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH )
+set( CMAKE_CROSSCOMPILING_EMULATOR "${KORVALE_WINE}" )
