@@ -1,0 +1,24 @@
+# Debian packages, named in this one place. Source this file, then: install_packages "${KORVALE_BUILD_PACKAGES[@]}" ...
+
+KORVALE_BUILD_PACKAGES=( g++ cmake ninja-build pkg-config zlib1g-dev libtiff-dev libpng-dev libcli11-dev
+  libbackward-cpp-dev libdw-dev )
+KORVALE_TEST_PACKAGES=( googletest git python3 python3-skimage )
+KORVALE_WINDOWS_PACKAGES=( g++-mingw-w64-x86-64-posix wine64 )
+KORVALE_CHECK_PACKAGES=( clang libclang-rt-14-dev clang-format )
+KORVALE_BENCHMARK_PACKAGES=( libbenchmark-dev qt6-base-dev libboost-dev libboost-serialization-dev libtbb-dev
+  protobuf-compiler libprotobuf-dev capnproto libcapnp-dev libopencv-dev python3-skimage )
+
+# install_packages NAME...: installs what is missing, with sudo where this is not root. Quiet when nothing is missing.
+install_packages() {
+  local missing=() name
+  for name in "$@"; do
+    dpkg-query -W -f '${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=( "$name" )
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  printf 'Installing %s\n' "${missing[*]}"
+  local sudo=()
+  [ "$(id -u)" -eq 0 ] || sudo=( sudo )
+  "${sudo[@]}" apt-get update -qq
+  "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \
+    > /dev/null
+}

@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+# Builds and runs the tests on Linux. --all adds the Windows build under Wine, the sanitizer builds, the fuzz targets
+# over their seeds, the format and floor checks and a consumer built against the installed package.
+# Sets up everything it needs on a Debian machine, packages included.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source scripts/packages.sh
+
+usage() {
+  echo "usage: scripts/test.sh [--all]"
+  exit "$1"
+}
+
+all=false
+case "${1:-}" in
+  "") ;;
+  --all) all=true ;;
+  -h|--help) usage 0 ;;
+  *) usage 2 ;;
+esac
+
+step() { printf '\n== %s (%s s)\n' "$1" "$SECONDS"; }
+
+build() { # PRESET
+  step "$1: build"
+  local log="build/$1.log"
+  { cmake --preset "$1" && cmake --build --preset "$1"; } > "$log" 2>&1 || { tail -100 "$log"; return 1; }
+}
+
+build_and_test() { # PRESET
+  build "$1"
+  step "$1: tests"
+  ctest --preset "$1" -j "$(nproc)"
+}
+
+check_package() {
+  step "installed package"
+  local prefix="$PWD/build/package" libdir
+  rm -rf "$prefix" build/consumer
+  cmake --install build/linux-release --prefix "$prefix" > /dev/null
+  cmake -S Tests/Consumer -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$prefix" > /dev/null
+  cmake --build build/consumer > /dev/null
+  build/consumer/consumer
+
+  libdir=$(dirname "$(dirname "$(find "$prefix" -name korvale.pc)")")
+  export PKG_CONFIG_PATH="$libdir/pkgconfig"
+  # shellcheck disable=SC2046
+  g++ -o build/consumer/by-pkg-config Tests/Consumer/main.cpp \
+    $(pkg-config --define-variable=prefix="$prefix" --cflags --libs korvale)
+  LD_LIBRARY_PATH="$libdir" build/consumer/by-pkg-config
+}
+
+run_fuzzers() {
+  build linux-fuzz
+  step "fuzz targets over their seeds"
+  local target name log
+  for target in build/linux-fuzz/bin/fuzz_*; do
+    name=${target##*/fuzz_}
+    log="build/fuzz_$name.log"
+    "$target" -runs=20000 -max_total_time=10 -timeout=20 -rss_limit_mb=2048 "$(mktemp -d)" "Fuzz/corpus/$name" \
+      > "$log" 2>&1 || { tail -50 "$log"; return 1; }
+    echo "fuzz_$name: clean"
+  done
+}
+
+compare_with_peer() {
+  step "measurements beside scikit-image"
+  /usr/bin/python3 Tests/Tools/compare_with_skimage.py build/linux-release/bin/korvale
+}
+
+mkdir -p build
+step "packages"
+install_packages "${KORVALE_BUILD_PACKAGES[@]}" "${KORVALE_TEST_PACKAGES[@]}"
+if $all; then
+  install_packages "${KORVALE_WINDOWS_PACKAGES[@]}" "${KORVALE_CHECK_PACKAGES[@]}"
+
+  step "format and floors"
+  scripts/format.sh --check
+  /usr/bin/python3 scripts/check-floors.py
+
+  run_fuzzers
+  build_and_test linux-asan
+  build_and_test linux-tsan
+  export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
+  build_and_test windows-release
+fi
+build linux-release
+if $all; then
+  check_package
+fi
+compare_with_peer
+step "linux-release: tests"
+ctest --preset linux-release -j "$(nproc)"
