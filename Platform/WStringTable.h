@@ -1,0 +1,15 @@
+#pragma once
+
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+/// The string resources of the library's module: message texts keyed by error number.
+class KORVALE_API WStringTable
+{
+public:
+    /// The text of a resource (ANSI), or nothing when the table has no such resource.
+    static std::optional<std::string> Load( std::uint32_t inResourceID );
+};
