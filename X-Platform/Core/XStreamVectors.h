@@ -1,0 +1,197 @@
+#pragma once
+
+#include "Core/XARGB32Colour.h"
+#include "Core/XFail.h"
+#include "Core/XStream.h"
+
+#include <memory>
+
+/// Vectors in streams: an unsigned 32-bit count, then the elements. Integers and floats are written in the
+/// byte order of the stream, versions and colours as such, UUIDs by their 16 bytes, storable values with
+/// WriteStream2.
+///
+/// Errors: 1260 and 1005 for what is not a vector; more than 0xFFFFFFFF elements are an internal error. A
+/// count that the
+///         stream does not back with bytes allocates next to nothing.
+
+namespace XStreamDetail
+{
+template<class T>
+inline constexpr bool kIsStorable = std::is_base_of_v<XStorable, T>;
+
+/// The least number of bytes that an element of a stored vector takes.
+template<class T>
+constexpr USize64 GetLeastUsage()
+{
+    if constexpr ( kIsStorable<T> || std::is_same_v<T, XVersion> )
+        return 4;
+    else
+        return sizeof( T );
+}
+
+template<class T>
+USize64 GetElementUsage( const T& inElement )
+{
+    if constexpr ( kIsStorable<T> )
+        return inElement.GetStreamUsage();
+    else
+        return GetLeastUsage<T>();
+}
+
+template<class T>
+void WriteElement( XStream& inStream, const T& inElement, XStorable::XOptions inOptions )
+{
+    if constexpr ( kIsStorable<T> )
+        inElement.WriteStream2( inStream, inOptions );
+    else if constexpr ( std::is_same_v<T, XVersion> )
+        inStream.WriteVersion( inElement );
+    else if constexpr ( std::is_same_v<T, XARGB32Colour> )
+        inStream.WriteARGB32( inElement );
+    else
+        inStream.WriteUUID( inElement );
+}
+
+template<class T>
+void ReadElement( XStream& inStream, T& outElement, XStorable::XOptions inOptions )
+{
+    if constexpr ( kIsStorable<T> )
+        outElement.ReadStream2( inStream, inOptions );
+    else if constexpr ( std::is_same_v<T, XVersion> )
+        outElement = inStream.ReadVersion();
+    else if constexpr ( std::is_same_v<T, XARGB32Colour> )
+        outElement = inStream.ReadARGB32();
+    else
+        outElement = inStream.ReadUUID();
+}
+
+template<class T>
+void WriteCount( XStream& inStream, const T& inContainer )
+{
+    const USize64 count = inContainer.size();
+    XAssert( count <= 0xFFFFFFFFu );
+    inStream.Write32( static_cast<std::uint32_t>( count ) );
+}
+} // namespace XStreamDetail
+
+template<class T>
+void XWriteVector(
+    XStream& inStream, const XVector<T>& inVector, XStorable::XOptions inOptions = XStorable::kNoOptions )
+{
+    XStreamDetail::WriteCount( inStream, inVector );
+    if constexpr ( XStreamDetail::kIsValue<T> )
+        inStream.WriteElements( inVector.data(), inVector.size(), sizeof( T ) );
+    else
+    {
+        for ( const T& element : inVector )
+            XStreamDetail::WriteElement( inStream, element, inOptions );
+    }
+}
+
+/// Replaces the contents of `outVector`. After an exception it holds some of the elements.
+template<class T>
+void XReadVector(
+    XStream& inStream, XVector<T>& outVector, XStorable::XOptions inOptions = XStorable::kNoOptions )
+{
+    const std::uint32_t count = inStream.Read32();
+    if constexpr ( XStreamDetail::kIsValue<T> )
+        inStream.ReadCounted( outVector, count );
+    else
+    {
+        inStream.CheckRemaining( count, XStreamDetail::GetLeastUsage<T>() );
+        outVector.clear();
+        for ( std::uint32_t i = 0; i < count; ++i )
+            XStreamDetail::ReadElement( inStream, outVector.emplace_back(), inOptions );
+    }
+}
+
+/// 4 for an empty vector, else 4 plus the elements' usages.
+template<class T>
+USize64 XGetValueVectorStreamUsage( const XVector<T>& inVector )
+{
+    USize64 usage = 4;
+    for ( const T& element : inVector )
+        usage += XStreamDetail::GetElementUsage( element );
+    return usage;
+}
+
+/// A vector that streams itself, by the same layout.
+template<class T>
+class XStreamingVector : public XVector<T>
+{
+public:
+    using XVector<T>::XVector;
+
+    void WriteStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions ) const
+    {
+        XWriteVector<T>( inStream, *this, inOptions );
+    }
+
+    void ReadStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions )
+    {
+        XReadVector<T>( inStream, *this, inOptions );
+    }
+
+    USize64 GetStreamUsage() const { return XGetValueVectorStreamUsage<T>( *this ); }
+};
+
+/// A vector of pointers to storable objects of class `T`, which it owns; stored as a vector of those objects.
+/// Null pointers cannot be written: they are an internal error.
+template<class T>
+class XStreamingPtrVector : public XVector<std::unique_ptr<T>>
+{
+public:
+    using XVector<std::unique_ptr<T>>::XVector;
+
+    void WriteStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions ) const
+    {
+        XStreamDetail::WriteCount( inStream, *this );
+        for ( const std::unique_ptr<T>& element : *this )
+        {
+            XAssert( element );
+            element->WriteStream2( inStream, inOptions );
+        }
+    }
+
+    void ReadStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions )
+    {
+        const std::uint32_t count = inStream.Read32();
+        inStream.CheckRemaining( count, XStreamDetail::GetLeastUsage<T>() );
+        this->clear();
+        for ( std::uint32_t i = 0; i < count; ++i )
+            this->emplace_back( std::make_unique<T>() )->ReadStream2( inStream, inOptions );
+    }
+
+    USize64 GetStreamUsage() const
+    {
+        USize64 usage = 4;
+        for ( const std::unique_ptr<T>& element : *this )
+            usage += element->GetStreamUsage();
+        return usage;
+    }
+};
+
+/// A vector of pointers to storable objects that others own: it writes what XStreamingPtrVector reads.
+template<class T>
+class XStreamingConstPtrVector : public XVector<const T*>
+{
+public:
+    using XVector<const T*>::XVector;
+
+    void WriteStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions ) const
+    {
+        XStreamDetail::WriteCount( inStream, *this );
+        for ( const T* element : *this )
+        {
+            XAssert( element );
+            element->WriteStream2( inStream, inOptions );
+        }
+    }
+
+    USize64 GetStreamUsage() const
+    {
+        USize64 usage = 4;
+        for ( const T* element : *this )
+            usage += element->GetStreamUsage();
+        return usage;
+    }
+};
