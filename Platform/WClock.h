@@ -1,0 +1,19 @@
+#pragma once
+
+#include "WPlatform.h"
+
+#include <cstdint>
+
+/// The clocks of the system. All functions may be called from any thread, at any time, and never fail.
+class KORVALE_API WClock
+{
+public:
+    WClock() = delete;
+
+    /// Microseconds since an arbitrary moment that stays the same while the process runs. Never runs
+    /// backwards and does not follow changes of the system time.
+    static std::int64_t GetMicroSeconds();
+
+    /// The system time: microseconds since 00:00:00 UTC on 1 January 1970. Jumps when the system time is set.
+    static std::int64_t GetSystemMicroSeconds();
+};
