@@ -14,3 +14,7 @@
 #include "Core/XMemStream.h"
 #include "Core/XStreamVectors.h"
 #include "Core/XStringStream.h"
+#include "Core/XTime.h"
+#include "Core/XTimePeriod.h"
+#include "Core/XTimer.h"
+#include "Core/XUUID.h"

@@ -1,5 +1,7 @@
 #include "WUUID.h"
 
+#include "WSystemError.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -74,7 +76,7 @@ std::uint32_t WUUID::Create( WUUID& outUUID )
     thread_local RandomBytes sRandomBytes;
     WUUID uuid;
     if ( const int error = sRandomBytes.Take( &uuid, sizeof( uuid ) ) )
-        return static_cast<std::uint32_t>( error );
+        return WSystemError::FromErrno( error );
     uuid.itsData3 = static_cast<std::uint16_t>( ( uuid.itsData3 & 0x0FFF ) | 0x4000 );
     uuid.itsData4[0] = static_cast<std::uint8_t>( ( uuid.itsData4[0] & 0x3F ) | 0x80 );
     outUUID = uuid;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/XClassNumbers.h"
 #include "Core/XFail.h"
 #include "Core/XVersion.h"
 
@@ -50,7 +51,7 @@ public:
     static constexpr std::int64_t kOneDay = 24 * kOneHour;
     static constexpr std::int64_t kOneWeek = 7 * kOneDay;
 
-    static constexpr XVersion GetClassVersion() { return XVersion( 44 ); }
+    static constexpr XVersion GetClassVersion() { return XVersion( kClassTime ); }
 
     /// Fixes the offset from the platform's microsecond clock to the system time, once: later calls do
     /// nothing. `Now` does it when nobody has. Threads: any.
