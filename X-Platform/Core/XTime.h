@@ -4,8 +4,8 @@
 #include "Core/XFail.h"
 #include "Core/XVersion.h"
 
+#include <atomic>
 #include <compare>
-#include <limits>
 
 class XStream;
 class XString;
@@ -158,5 +158,8 @@ public:
     static constexpr USize64 GetStreamUsage() { return sizeof( std::int64_t ); }
 
 private:
+    /// From the platform's microsecond clock to microseconds since 1904; 0 until it has been fixed.
+    static std::atomic<std::int64_t> sStartupUS;
+
     std::int64_t itsMicroSeconds;
 };
