@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Core/XTypes.h"
+
+/// The processors of the machine and the time spent on them. Processors beyond the 64th are not counted.
+/// Threads: any thread.
+class KORVALE_API WProcessors
+{
+public:
+    /// Logical processors; at least 1. Asked of the system once.
+    static std::uint32_t GetCount();
+
+    /// For each physical core the indexes of its logical processors, in ascending order.
+    static const XVector<XVector<std::uint32_t>>& GetCores();
+
+    /// For each logical processor the share of time, 0 to 100, that it was not idle since the previous call
+    /// of any thread; since the start of the system on the first call.
+    static XVector<double> GetPercentLoads();
+
+    /// CPU time of the process, and of the calling thread, in microseconds.
+    static void GetProcessCPUTime( std::int64_t& outKernel, std::int64_t& outUser );
+    static void GetThreadCPUTime( std::int64_t& outKernel, std::int64_t& outUser );
+};

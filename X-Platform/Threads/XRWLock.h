@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Threads/XRWMutex.h"
+
+/// Holds a reader/writer mutex for a scope.
+class [[nodiscard]] XRWLock
+{
+public:
+    /// Locks as `XRWMutex::Lock` does, with its errors.
+    XRWLock(
+        XRWMutex& inMutex, XRWLockMode inMode, std::uint32_t inTimeoutMs = kNoTimeout,
+        bool inAlertable = false )
+        : itsMutex( inMutex ), itsMode( inMode )
+    {
+        itsMutex.Lock( itsMode, inTimeoutMs, inAlertable );
+    }
+    XRWLock( const XRWLock& ) = delete;
+    XRWLock& operator=( const XRWLock& ) = delete;
+    ~XRWLock() { itsMutex.Unlock( itsMode ); }
+
+private:
+    XRWMutex& itsMutex;
+    const XRWLockMode itsMode;
+};

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "Threads/XConditionVariable.h"
+
+#include <deque>
+#include <utility>
+
+/// What an XRWMutex is locked for.
+enum XRWLockMode : std::uint32_t
+{
+    /// Shared with other readers.
+    kRWLockForRead = 0,
+    /// One writer that tolerates readers: the lock begins without readers, as every write lock does, but from
+    /// then on lets readers in as long as no other writer waits. For work that publishes its results in steps
+    /// a reader can see.
+    kRWLockForSharedWrite = 1,
+    /// One writer and nobody else.
+    kRWLockForWrite = 2
+};
+
+/// A reader/writer mutex that prefers writers: while a writer waits, no new reader is let in. Writers take
+/// turns in the order of arrival.
+///
+/// Every lock is re-entrant: a thread that holds a lock of either kind gets a read lock at once, and a writer
+/// gets write locks at once (a kRWLockForWrite inside a kRWLockForSharedWrite first waits for the readers it
+/// let in). A reader may ask for a write lock: it goes before other writers and waits for the other readers
+/// to leave. Two readers that both ask would wait for each other for ever, so the second one's request is an
+/// internal error, "upgradingThreadID == 0". When a thread gives back its write locks and keeps read locks,
+/// it goes on as a reader.
+///
+/// Threads: any; a lock is given back by the thread that took it.
+/// Errors:  2701 when a wait times out; internal errors for unlocking what is not locked. Alertable waits are
+///          checkpoints as XConditionVariable's are.
+class KORVALE_API XRWMutex
+{
+public:
+    XRWMutex() = default;
+    XRWMutex( const XRWMutex& ) = delete;
+    XRWMutex& operator=( const XRWMutex& ) = delete;
+
+    void Lock( XRWLockMode inMode, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    void Unlock( XRWLockMode inMode );
+
+    bool IsLockedForWriteInCurrentThread() const;
+
+private:
+    /// What one thread holds.
+    struct XThreadLocks
+    {
+        std::uint32_t reads = 0;
+        std::uint32_t writes = 0;
+
+        bool IsReader() const { return reads > 0; }
+        bool IsWriter() const { return writes > 0; }
+    };
+    using XThreadMap =
+        XVector<std::pair<std::uint32_t, XThreadLocks>>; // few threads: searched faster than a map
+
+    struct XPendingWrite
+    {
+        explicit XPendingWrite( std::uint32_t inThreadID ) : threadID( inThreadID ) {}
+        std::uint32_t threadID;
+        XConditionVariable mayProceed;
+    };
+
+    void LockForRead( std::uint32_t inTimeoutMs, bool inAlertable );
+    void LockForWrite( XRWLockMode inMode, std::uint32_t inTimeoutMs, bool inAlertable );
+    void
+    WaitForWrite( std::uint32_t inThreadID, bool inIsReader, const WDeadline& inDeadline, bool inAlertable );
+    void WaitForReadersToFinish( const WDeadline& inDeadline, bool inAlertable );
+    void UnlockRead();
+    void UnlockWrite( XRWLockMode inMode );
+    bool MayNewReaderEnter() const;
+    bool AreOtherReadersActive( std::uint32_t inThreadID ) const;
+    void WakeThreads();
+
+    XThreadMap::iterator FindThread( std::uint32_t inThreadID );
+    XThreadLocks& GetThread( std::uint32_t inThreadID );
+    void ForgetThread( XThreadMap::iterator inThread );
+
+    mutable XMutex itsMutex; // guards everything below
+    XConditionVariable itsReadersMayProceed;
+    XConditionVariable itsReadersFinished;
+    std::deque<XPendingWrite*> itsPendingWrites;
+    XThreadMap threadMap;
+    std::uint32_t itsActiveReads = 0;      // threads that hold read locks
+    bool isActiveWriter = false;           // a writer holds the lock
+    bool itsWriterWaitsForReaders = false; // the active writer goes from shared to exclusive
+    std::uint32_t writerThreadID = 0;
+    std::uint32_t itsExclusiveWrites = 0; // the active writer's locks of mode kRWLockForWrite
+    std::uint32_t upgradingThreadID = 0;  // a reader that waits to write
+};

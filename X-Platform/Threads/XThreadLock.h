@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Threads/XMutex.h"
+
+/// Holds a mutex for a scope.
+class [[nodiscard]] XThreadLock
+{
+public:
+    /// Locks as `XMutex::Lock` does, with its errors.
+    explicit XThreadLock( XMutex& inMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false )
+        : itsMutex( inMutex )
+    {
+        itsMutex.Lock( inTimeoutMs, inAlertable );
+    }
+    XThreadLock( const XThreadLock& ) = delete;
+    XThreadLock& operator=( const XThreadLock& ) = delete;
+    ~XThreadLock() { itsMutex.Unlock(); }
+
+private:
+    XMutex& itsMutex;
+};
