@@ -26,4 +26,5 @@ enum XClassNumber : std::uint32_t
     kClassPivotTableAccumulator = 1482,
 
     kFirstOpenClassNumber = 2001,
+    kClassPivotTable = 2001,
 };

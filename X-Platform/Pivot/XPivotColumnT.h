@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Core/XTime.h"
+#include "Core/XUUID.h"
+#include "Pivot/XPivotColumn.h"
+
+/// A column of values of one type, one per row beside the exists flag, so that whole columns are copied,
+/// sorted and streamed as blocks. Rows that came by growth, insertion or resizing hold the default value.
+///
+/// The library holds the code for the types of its columns: double, 32-bit integers, XString, XTime, XUUID,
+/// XVersion.
+template<class T>
+class KORVALE_API XPivotColumnT : public XPivotColumn
+{
+public:
+    using XValue = T;
+
+    /// What missing rows read as.
+    const T& GetDefaultValue() const { return itsDefaultValue; }
+    void SetDefaultValue( const T& inValue ) { itsDefaultValue = inValue; }
+
+    /// The stored values of all rows, present or not.
+    const XVector<T>& GetDataVector() const { return itsColumnData; }
+    /// The row's value, or the default value where it is missing or outside the column.
+    const T& GetValue( std::uint32_t inRow ) const
+    {
+        return DoesDataExist( inRow ) ? itsColumnData[inRow] : itsDefaultValue;
+    }
+    /// Stores value and presence; beyond the end the column grows by missing rows. A negative row is an
+    /// internal error.
+    void SetValue( const T& inValue, std::int32_t inRow, bool inExists );
+    void AppendValue( const T& inValue, bool inExists );
+
+    void CopyRowsInto(
+        std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
+        std::uint32_t inCount ) const override;
+    void CopyRowsOver(
+        std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
+        std::uint32_t inCount ) const override;
+    void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
+    void ResizeRows( std::uint32_t inRowCount ) override;
+    using XPivotColumn::DeleteItems;
+    void DeleteItems( std::uint32_t inFirst, std::uint32_t inCount ) override;
+
+    void Sort( XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder ) override;
+    void RemoveDuplicates( XVector<std::uint32_t>& outRows ) override;
+    bool RemoveNaNs( XVector<std::uint32_t>& outRows ) override;
+    void DuplicateAllValues( std::uint32_t inCount, bool inInterleaved ) override;
+    void Reorder( const XVector<std::uint32_t>& inOrder ) override;
+
+    /// The values' bytes in memory, and 4.
+    USize64 GetStreamUsage() const override;
+    void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
+    void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
+
+protected:
+    explicit XPivotColumnT( const T& inDefaultValue ) : itsDefaultValue( inDefaultValue ) {}
+    XPivotColumnT(
+        XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
+        const XString& inUnits, std::uint32_t inRevision, const T& inDefaultValue )
+        : XPivotColumn( inID, inColumnName, inChannelName, inUnits, inRevision ),
+          itsDefaultValue( inDefaultValue )
+    {
+    }
+
+    void ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) override;
+    void WriteSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) const override;
+
+    XVector<T> itsColumnData; // as long as the flags after every public operation
+    T itsDefaultValue;
+};
+
+extern template class XPivotColumnT<double>;
+extern template class XPivotColumnT<std::int32_t>;
+extern template class XPivotColumnT<std::uint32_t>;
+extern template class XPivotColumnT<XString>;
+extern template class XPivotColumnT<XTime>;
+extern template class XPivotColumnT<XUUID>;
+extern template class XPivotColumnT<XVersion>;

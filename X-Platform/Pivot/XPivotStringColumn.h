@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Pivot/XPivotColumnT.h"
+
+/// Texts; empty where missing. A number is kept as its text. `GetDataFloat` is the number at the start of the
+/// text and throws 1000 where there is none.
+class KORVALE_API XPivotStringColumn : public XPivotColumnT<XString>
+{
+public:
+    static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotStringColumn ); }
+    static constexpr XVersion GetSuperClassVersion() { return XPivotColumn::GetClassVersion(); }
+
+    XPivotStringColumn();
+    XPivotStringColumn(
+        XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
+        const XString& inUnits, std::uint32_t inRevision = 0 );
+
+    XVersion GetVersion() const override { return GetClassVersion(); }
+    XPivotStringColumn* Clone() const override { return new XPivotStringColumn( *this ); }
+    XPivotStringColumn* CloneWithoutCopy() const override;
+
+    using XPivotColumnT::SetData;
+    void SetData( double inValue, std::int32_t inRow, bool inExists ) override;
+    void SetData( const XString& inValue, std::int32_t inRow, bool inExists ) override;
+
+    bool IsNumeric() const override { return false; }
+    double GetDataFloat( std::uint32_t inRow ) const override;
+    XString GetDataString( std::uint32_t inRow ) const override;
+    std::int32_t FindDataFloat( double inValue ) const override;
+    XFloatBlock GetFloatBlock( std::uint32_t inFirstRow, XVector<double>& ioScratch ) const override;
+
+protected:
+    bool DoesPass(
+        std::uint32_t inRow, XPivotFilterRelationship inRelationship, double inReference ) const override;
+    bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference )
+        const override;
+    bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference )
+        const override;
+};
