@@ -25,8 +25,6 @@ public:
 
     const std::filesystem::path& GetPath() const { return itsPath; }
 
-    void SetPhysicalSize( SSize64 inSize ) override;
-
 protected:
     void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override;
     void DrainBuffer( SSize64 inPosition, const void* buffer, USize64 count ) override;

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
+#include <memory>
 #include <type_traits>
 
 class XARGB32Colour;
@@ -52,7 +54,7 @@ public:
     SSize64 GetPosition() const { return itsBufferPosition + ( itsCursor - itsBuffer ); }
     /// Moves by `inOffset` from the current position.
     void Seek( SSize64 inOffset );
-    /// Positions beyond the extent are allowed; a negative one is error 1005.
+    /// Positions beyond the extent are allowed; a negative one is error 1013.
     virtual void SeekTo( SSize64 inPosition );
 
     /// The length, bytes still in the buffer included; -1 for an open-ended stream.
@@ -227,7 +229,7 @@ public:
     /// The version that the last ReadObject created an object from, or 0.
     XVersion GetLastClassCreated() const;
 
-    static constexpr unsigned kMaxObjectDepth = 256;
+    static constexpr unsigned kMaxObjectDepth = 1000;
 
     // ---- Hints
 
@@ -268,12 +270,33 @@ protected:
 private:
     static constexpr USize64 kSwapBlock = 64 * 1024; // temporary space of swapped writes
 
+    static constexpr USize64 kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
+
     // The ends may lie before the cursor, where the mode of the buffer forbids reading or writing.
-    bool HasToRead( USize64 inSize ) const { return ToSize( itsReadEnd - itsCursor ) >= inSize; }
-    bool HasRoom( USize64 inSize ) const { return ToSize( itsWriteEnd - itsCursor ) >= inSize; }
+    bool HasToRead( USize64 inSize ) const { return itsReadEnd - itsCursor >= ToDifference( inSize ); }
+    bool HasRoom( USize64 inSize ) const { return itsWriteEnd - itsCursor >= ToDifference( inSize ); }
+    static std::ptrdiff_t ToDifference( USize64 inSize ) { return static_cast<std::ptrdiff_t>( inSize ); }
     static USize64 ToSize( std::ptrdiff_t inSize ) { return inSize > 0 ? static_cast<USize64>( inSize ) : 0; }
+    // True for what the fast paths copy; the slow ones sort out null buffers and counts that are 0 or beyond
+    // reason.
+    static bool IsOrdinary( const void* inBuffer, USize64 inCount )
+    {
+        return inBuffer && inCount - 1 < kMostBytes;
+    }
     void ReadSlowly( void* buffer, USize64 count );
+    void ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 count );
+    void Refill( SSize64 inPosition, USize64 inLeast );
+    void PrepareToRead();
+    bool HasMore();
     void WriteSlowly( const void* buffer, USize64 count );
+    void WriteThrough( const std::uint8_t* inBytes, USize64 count );
+    void StartWriting( const std::uint8_t* inBytes, USize64 count );
+    void WriteSwapped( const std::uint8_t* inBytes, USize64 inSize, USize64 inBlockSize, unsigned inWidth );
+    void DrainWritten();
+    void NoteWritten( SSize64 inEnd );
+    void AllocateBlock();
+    void EmptyBufferAt( SSize64 inPosition );
+    static USize64 CheckedSize( USize64 inCount, unsigned inWidth );
 
     std::uint8_t* itsBuffer = nullptr;   // own block, or the window
     std::uint8_t* itsCursor = nullptr;   // the position
@@ -281,9 +304,9 @@ private:
     std::uint8_t* itsWriteEnd = nullptr; // end of what may be written without asking
     std::uint8_t* itsFilledEnd = nullptr;
     SSize64 itsBufferPosition = 0; // of the buffer's first byte
-    SSize64 itsExtent;             // -1: not asked yet
+    SSize64 itsExtent = -1;        // -1: not asked yet, or open-ended
     USize64 itsBufferSize;
-    std::uint8_t* itsOwnBlock = nullptr;
+    std::unique_ptr<std::uint8_t[]> itsOwnBlock;
     XVector<XVersion> itsClassesCreated;
     XVersion itsStreamVersion = kCurrentStreamVersion;
     XCompressionLevel itsSuggestedCompressionLevel = kNormalCompression;

@@ -25,8 +25,10 @@ constexpr USize64 GetLeastUsage()
 {
     if constexpr ( kIsStorable<T> || std::is_same_v<T, XVersion> )
         return 4;
-    else
+    else if constexpr ( kIsValue<T> || std::is_same_v<T, XARGB32Colour> )
         return sizeof( T );
+    else
+        return T::GetStreamUsage();
 }
 
 template<class T>
@@ -48,7 +50,7 @@ void WriteElement( XStream& inStream, const T& inElement, XStorable::XOptions in
     else if constexpr ( std::is_same_v<T, XARGB32Colour> )
         inStream.WriteARGB32( inElement );
     else
-        inStream.WriteUUID( inElement );
+        inElement.WriteStream2( inStream );
 }
 
 template<class T>
@@ -61,7 +63,7 @@ void ReadElement( XStream& inStream, T& outElement, XStorable::XOptions inOption
     else if constexpr ( std::is_same_v<T, XARGB32Colour> )
         outElement = inStream.ReadARGB32();
     else
-        outElement = inStream.ReadUUID();
+        outElement.ReadStream2( inStream );
 }
 
 template<class T>

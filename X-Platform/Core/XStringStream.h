@@ -17,7 +17,7 @@ public:
 
 protected:
     void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override;
-    void DrainBuffer( SSize64 inPosition, const void* buffer, USize64 count ) override;
+    void DrainBuffer( SSize64 streamPos, const void* buffer, USize64 count ) override;
     SSize64 GetExtentSelf() override;
     void SetExtentSelf( SSize64 inExtent ) override;
 

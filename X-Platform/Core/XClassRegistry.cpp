@@ -1,0 +1,242 @@
+#include "Core/XClassRegistry.h"
+
+#include "Core/XFail.h"
+#include "Core/XStream.h"
+
+#include <array>
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <shared_mutex>
+
+namespace
+{
+using XCreatorFunctions = XClassRegistry::XCreatorFunctions;
+
+constexpr std::size_t kClassNumbers = 0x10000;
+
+/// The key of a class in every map: its number without the revision.
+XVersion KeyOf( const XVersion& inVersion )
+{
+    return inVersion.GetClassID();
+}
+
+/// The registry's maps. A registration is never changed once it is published: a new one takes its place and
+/// the old one is kept, so that the index can be read without a lock.
+class XTables
+{
+public:
+    std::shared_mutex mutex;
+    std::map<XVersion, const XCreatorFunctions*> classTable;
+    std::map<XVersion, XVersion> inheritanceMap;
+    std::map<XVersion, XVersion> aliasMap;
+
+    void Publish( XCreatorFunctions inFunctions )
+    {
+        const XVersion key = KeyOf( inFunctions.version );
+        const XCreatorFunctions* entry =
+            itsRegistrations.emplace_back( std::make_unique<XCreatorFunctions>( std::move( inFunctions ) ) )
+                .get();
+        classTable[key] = entry;
+        itsIndex[key].store( entry, std::memory_order_release );
+    }
+
+    void Withdraw( const XVersion& inKey )
+    {
+        itsIndex[inKey].store( nullptr, std::memory_order_release );
+        classTable.erase( inKey );
+    }
+
+    /// Takes no lock.
+    const XCreatorFunctions* Find( const XVersion& inVersion ) const
+    {
+        return itsIndex[inVersion.GetClassID()].load( std::memory_order_acquire );
+    }
+
+private:
+    std::array<std::atomic<const XCreatorFunctions*>, kClassNumbers> itsIndex{};
+    XVector<std::unique_ptr<const XCreatorFunctions>> itsRegistrations;
+};
+
+/// Never destroyed: objects may be read until the process is gone.
+XTables& Tables()
+{
+    static XTables* const sTables = new XTables;
+    return *sTables;
+}
+
+/// Follows `inMap` from a class and returns the first version on the way for which `inIsFound` holds. A
+/// circle ends the search once every entry has been seen.
+template<class TPredicate>
+std::optional<XVersion>
+FollowLinks( const std::map<XVersion, XVersion>& inMap, const XVersion& inClass, const TPredicate& inIsFound )
+{
+    auto link = inMap.find( KeyOf( inClass ) );
+    for ( std::size_t steps = 0; steps < inMap.size() && link != inMap.end(); ++steps )
+    {
+        if ( inIsFound( link->second ) )
+            return link->second;
+        link = inMap.find( KeyOf( link->second ) );
+    }
+    return std::nullopt;
+}
+
+bool HasLink( const std::map<XVersion, XVersion>& inMap, const XVersion& inClass, const XVersion& inTarget )
+{
+    const auto isTarget = [&inTarget]( const XVersion& inVersion )
+    { return inVersion.GetClassID() == inTarget.GetClassID(); };
+    return FollowLinks( inMap, inClass, isTarget ).has_value();
+}
+
+/// The version to make an object from: the one named, or the one that it is an alias for, if either is
+/// registered.
+std::optional<XVersion> FindRegistered( const XVersion& inVersion )
+{
+    XTables& tables = Tables();
+    const auto isRegistered = [&tables]( const XVersion& inTarget )
+    { return tables.Find( inTarget ) != nullptr; };
+    if ( isRegistered( inVersion ) )
+        return inVersion;
+    const std::shared_lock lock( tables.mutex );
+    return FollowLinks( tables.aliasMap, inVersion, isRegistered );
+}
+
+/// What a version's object is made from: the version, or the one it is an alias for, and the registration.
+std::pair<XVersion, const XCreatorFunctions&>
+GetCreators( const XVersion& inVersion, const XVersion& inDefaultVersion )
+{
+    const XVersion& named = inVersion.GetClassID() == kClassNone ? inDefaultVersion : inVersion;
+    const XVersion version = FindRegistered( named ).value_or( kClassNone );
+    const XCreatorFunctions* functions = Tables().Find( version );
+    if ( !functions )
+        XThrow( 1003 );
+    if ( version.GetClassRevision() > functions->version.GetClassRevision() )
+        XThrow( 1015 );
+    return { version, *functions };
+}
+
+XStorable* Checked( XStorable* inObject )
+{
+    if ( !inObject )
+        XThrow( 1004 );
+    return inObject;
+}
+} // namespace
+
+void XClassRegistry::RegisterClassA(
+    const XVersion& inClassVersion, const XVersion& inSuperVersion, XCreator inCurrentCreator,
+    XCreator inOldStreamCreator, XDefaultCreator inDefaultCreator, const XString& inDescription )
+{
+    XAssert( inClassVersion.GetClassID() != kClassNone );
+    XTables& tables = Tables();
+    const std::unique_lock lock( tables.mutex );
+    tables.Publish(
+        { inClassVersion, inCurrentCreator, inOldStreamCreator, inDefaultCreator, inDescription } );
+    if ( inSuperVersion.GetClassID() != kClassNone )
+        tables.inheritanceMap[KeyOf( inClassVersion )] = inSuperVersion;
+    else
+        tables.inheritanceMap.erase( KeyOf( inClassVersion ) );
+}
+
+void XClassRegistry::UnregisterClassA( const XVersion& inClassVersion )
+{
+    XTables& tables = Tables();
+    const std::unique_lock lock( tables.mutex );
+    tables.Withdraw( KeyOf( inClassVersion ) );
+    tables.inheritanceMap.erase( KeyOf( inClassVersion ) );
+}
+
+void XClassRegistry::RegisterInheritance( const XVersion& inClass, const XVersion& inSuper )
+{
+    XTables& tables = Tables();
+    const std::unique_lock lock( tables.mutex );
+    tables.inheritanceMap[KeyOf( inClass )] = inSuper;
+}
+
+void XClassRegistry::RegisterAlias( const XVersion& inAlias, const XVersion& inTarget )
+{
+    XTables& tables = Tables();
+    const std::unique_lock lock( tables.mutex );
+    tables.aliasMap[KeyOf( inAlias )] = inTarget;
+}
+
+void XClassRegistry::RegisterDescription( const XVersion& inClass, const XString& inText )
+{
+    XTables& tables = Tables();
+    const std::unique_lock lock( tables.mutex );
+    const XCreatorFunctions* functions = tables.Find( inClass );
+    if ( !functions )
+        XThrow( 1003 );
+    XCreatorFunctions described = *functions;
+    described.description = inText;
+    tables.Publish( described );
+}
+
+XString XClassRegistry::GetClassDescription( const XVersion& inClass )
+{
+    const XVersion version = FindRegistered( inClass ).value_or( kClassNone );
+    const XCreatorFunctions* functions = Tables().Find( version );
+    return functions ? functions->description : XString();
+}
+
+bool XClassRegistry::IsRegistered( const XVersion& inClass )
+{
+    return Tables().Find( inClass ) != nullptr;
+}
+
+bool XClassRegistry::IsAliasFor( const XVersion& inAlias, const XVersion& inTarget )
+{
+    XTables& tables = Tables();
+    const std::shared_lock lock( tables.mutex );
+    return HasLink( tables.aliasMap, inAlias, inTarget );
+}
+
+bool XClassRegistry::IsA( const XVersion& inClass, const XVersion& inBase )
+{
+    if ( inClass.GetClassID() == inBase.GetClassID() )
+        return true;
+    XTables& tables = Tables();
+    const std::shared_lock lock( tables.mutex );
+    return HasLink( tables.aliasMap, inClass, inBase ) || HasLink( tables.inheritanceMap, inClass, inBase );
+}
+
+XVector<XVersion> XClassRegistry::GetDerivedClasses( const XVersion& inClass, bool inRecursive )
+{
+    XTables& tables = Tables();
+    const std::shared_lock lock( tables.mutex );
+    XVector<XVersion> derived;
+    for ( const auto& [key, super] : tables.inheritanceMap )
+    {
+        const bool isDerived =
+            inRecursive ? HasLink( tables.inheritanceMap, key, inClass ) : KeyOf( super ) == KeyOf( inClass );
+        if ( isDerived && key != KeyOf( inClass ) )
+            derived.push_back( key );
+    }
+    return derived;
+}
+
+XStorable* XClassRegistry::CreateObject( const XVersion& inVersion, const XVersion& inDefaultVersion )
+{
+    const auto& [version, functions] = GetCreators( inVersion, inDefaultVersion );
+    if ( !functions.defaultCreator )
+        XThrow( 1004 );
+    return Checked( functions.defaultCreator() );
+}
+
+XStorable* XClassRegistry::CreateObject(
+    const XVersion& inVersion, XStream& inStream, const XVersion& inDefaultVersion,
+    XStorable::XOptions inOptions )
+{
+    const auto& [version, functions] = GetCreators( inVersion, inDefaultVersion );
+    const XCreator create = inStream.IsOldStream() ? functions.oldStreamCreator : functions.currentCreator;
+    if ( !create )
+        XThrow( 1004 );
+    return Checked( create( inStream, version, inOptions ) );
+}
+
+void XClassRegistry::RegisterCoreClasses()
+{
+    RegisterClass<XString>( "String" );
+}

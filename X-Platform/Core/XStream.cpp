@@ -1,0 +1,439 @@
+#include "Core/XStream.h"
+
+#include "Core/XARGB32Colour.h"
+#include "Core/XFail.h"
+#include "Core/XUUID.h"
+
+#include <limits>
+
+// The buffer is in one of three modes. Reading: [itsBuffer, itsFilledEnd) holds bytes of the stream, nothing
+// may be written into it. Writing (itsIsDirty): it holds bytes still to be drained, nothing may be read from
+// it. Window: it is the stream's whole memory, read and written in place. A fast write only moves the cursor,
+// so the true end of what a writing buffer or a window holds is the higher of itsFilledEnd and itsCursor.
+
+namespace
+{
+constexpr SSize64 kMaxPosition = std::numeric_limits<SSize64>::max();
+
+SSize64 CheckedEnd( SSize64 inPosition, USize64 inCount )
+{
+    if ( inCount > static_cast<USize64>( kMaxPosition - inPosition ) )
+        XThrow( 1013 );
+    return inPosition + static_cast<SSize64>( inCount );
+}
+} // namespace
+
+XStream::XStream( USize64 inBufferSize, bool inBufferedReads, bool inBoundedReads )
+    : itsBufferSize( inBufferSize ), itsBufferedReads( inBufferedReads ), itsBoundedReads( inBoundedReads )
+{
+}
+
+XStream::~XStream() = default;
+
+void XStream::Seek( SSize64 inOffset )
+{
+    SSize64 position;
+    if ( __builtin_add_overflow( GetPosition(), inOffset, &position ) )
+        XThrow( 1013 );
+    SeekTo( position );
+}
+
+void XStream::SeekTo( SSize64 inPosition )
+{
+    if ( inPosition < 0 )
+        XThrow( 1013 );
+    const std::uint8_t* end = std::max( itsFilledEnd, itsCursor );
+    const SSize64 offset = inPosition - itsBufferPosition;
+    if ( offset < 0 || offset > end - itsBuffer )
+    {
+        DrainWritten();
+        EmptyBufferAt( inPosition );
+        return;
+    }
+    itsFilledEnd = std::max( itsFilledEnd, itsCursor );
+    itsCursor = itsBuffer + offset;
+}
+
+SSize64 XStream::GetExtent()
+{
+    if ( itsWindowIsOpen )
+        return static_cast<SSize64>( GetWindowFilled() );
+    if ( itsExtent < 0 )
+        itsExtent = GetExtentSelf();
+    if ( itsExtent < 0 || !itsIsDirty )
+        return itsExtent;
+    return std::max( itsExtent, itsBufferPosition + ( std::max( itsFilledEnd, itsCursor ) - itsBuffer ) );
+}
+
+void XStream::SetExtent( SSize64 inExtent )
+{
+    if ( inExtent < 0 )
+        XThrow( 1013 );
+    const SSize64 position = GetPosition();
+    DrainWritten();
+    SetExtentSelf( inExtent );
+    if ( !itsWindowIsOpen )
+        EmptyBufferAt( position );
+    itsExtent = inExtent;
+}
+
+void XStream::SetPhysicalSize( SSize64 ) {}
+
+bool XStream::IsAtEOF()
+{
+    return GetRemaining() == 0;
+}
+
+SSize64 XStream::GetRemaining()
+{
+    const SSize64 extent = GetExtent();
+    return extent < 0 ? -1 : std::max<SSize64>( extent - GetPosition(), 0 );
+}
+
+void XStream::Flush()
+{
+    DrainWritten();
+}
+
+void XStream::FlushQuietly() noexcept
+{
+    try
+    {
+        Flush();
+    }
+    catch ( ... )
+    {
+    }
+}
+
+// ---- Byte order and small values
+
+void XStream::SetByteOrder( XByteOrder inByteOrder )
+{
+    itsByteOrder = inByteOrder;
+    itsIsSwapped = inByteOrder != kPlatformByteOrder;
+}
+
+void XStream::ReadByteOrder()
+{
+    const std::uint8_t mark = Read8();
+    if ( mark != 'I' && mark != 'M' )
+        XThrow( 1005 );
+    SetByteOrder( mark == 'I' ? kIntelOrder : kMotorolaOrder );
+}
+
+void XStream::WriteByteOrder()
+{
+    Write8( itsByteOrder == kIntelOrder ? 'I' : 'M' );
+}
+
+bool XStream::ReadBool()
+{
+    const std::uint8_t value = Read8();
+    if ( value > 1 )
+        XThrow( 1005 );
+    return value == 1;
+}
+
+XUUID XStream::ReadUUID()
+{
+    std::uint8_t bytes[16];
+    ReadBuffer8( bytes, sizeof bytes );
+    return XUUID( bytes );
+}
+
+XUUID XStream::PeekUUID()
+{
+    std::uint8_t bytes[16];
+    PeekBuffer8( bytes, sizeof bytes );
+    return XUUID( bytes );
+}
+
+void XStream::WriteUUID( const XUUID& inUUID )
+{
+    WriteBuffer8( inUUID.GetBytes(), 16 );
+}
+
+XARGB32Colour XStream::ReadARGB32()
+{
+    std::uint8_t bytes[4];
+    ReadBuffer8( bytes, sizeof bytes );
+    return { bytes[0], bytes[1], bytes[2], bytes[3] };
+}
+
+XARGB32Colour XStream::PeekARGB32()
+{
+    std::uint8_t bytes[4];
+    PeekBuffer8( bytes, sizeof bytes );
+    return { bytes[0], bytes[1], bytes[2], bytes[3] };
+}
+
+void XStream::WriteARGB32( const XARGB32Colour& inColour )
+{
+    WriteBuffer8( inColour.GetBytes(), 4 );
+}
+
+// ---- Arrays
+
+void XStream::ReadElements( void* buffer, USize64 count, unsigned inWidth )
+{
+    const USize64 size = CheckedSize( count, inWidth );
+    if ( !itsIsSwapped || inWidth == 1 || count == 0 )
+        return ReadBuffer8( buffer, size );
+    XAssert( buffer );
+    if ( HasToRead( size ) )
+    {
+        XSwapCopy( buffer, itsCursor, count, inWidth );
+        itsCursor += size;
+        return;
+    }
+    ReadSlowly( buffer, size );
+    XSwapCopy( buffer, buffer, count, inWidth );
+}
+
+void XStream::PeekElements( void* buffer, USize64 count, unsigned inWidth )
+{
+    PeekBuffer8( buffer, CheckedSize( count, inWidth ) );
+    if ( itsIsSwapped && count > 0 )
+        XSwapCopy( buffer, buffer, count, inWidth );
+}
+
+void XStream::WriteElements( const void* buffer, USize64 count, unsigned inWidth )
+{
+    const USize64 size = CheckedSize( count, inWidth );
+    if ( !itsIsSwapped || inWidth == 1 || count == 0 )
+        return WriteBuffer8( buffer, size );
+    XAssert( buffer );
+    // Without a buffer a call is one transfer, so its bytes have to lie together.
+    const bool isOneTransfer = itsBufferSize == 0 && !itsWindowIsOpen;
+    WriteSwapped(
+        static_cast<const std::uint8_t*>( buffer ), size, isOneTransfer ? size : kSwapBlock, inWidth );
+}
+
+void XStream::WriteSwapped(
+    const std::uint8_t* inBytes, USize64 inSize, USize64 inBlockSize, unsigned inWidth )
+{
+    std::unique_ptr<std::uint8_t[]> block;
+    while ( inSize > 0 && !HasRoom( inSize ) )
+    {
+        if ( !block )
+            block = std::make_unique_for_overwrite<std::uint8_t[]>( std::min( inSize, inBlockSize ) );
+        const USize64 size = std::min( inSize, inBlockSize );
+        XSwapCopy( block.get(), inBytes, size / inWidth, inWidth );
+        WriteSlowly( block.get(), size );
+        inBytes += size;
+        inSize -= size;
+    }
+    XSwapCopy( itsCursor, inBytes, inSize / inWidth, inWidth );
+    itsCursor += inSize;
+}
+
+USize64 XStream::CheckedSize( USize64 inCount, unsigned inWidth )
+{
+    XAssert( inWidth == 1 || inWidth == 2 || inWidth == 4 || inWidth == 8 );
+    if ( inCount > kMostBytes / inWidth )
+        XThrow( 1260 );
+    return inCount * inWidth;
+}
+
+void XStream::CheckRemaining( USize64 inCount, USize64 inElementSize )
+{
+    const SSize64 remaining = itsBoundedReads ? GetRemaining() : -1;
+    if ( remaining >= 0 && inElementSize > 0 && inCount > static_cast<USize64>( remaining ) / inElementSize )
+        XThrow( 1260 );
+}
+
+// ---- Reading
+
+void XStream::ReadSlowly( void* buffer, USize64 count )
+{
+    if ( count == 0 )
+        return;
+    XAssert( buffer );
+    if ( count > kMostBytes )
+        XThrow( 1260 );
+    CheckRemaining( count, 1 );
+    PrepareToRead();
+
+    const SSize64 position = GetPosition();
+    const USize64 available = std::min( ToSize( itsReadEnd - itsCursor ), count );
+    std::uint8_t* target = static_cast<std::uint8_t*>( buffer );
+    if ( available > 0 )
+        std::memcpy( target, itsCursor, available );
+    ReadRest( target + available, position + static_cast<SSize64>( available ), count - available );
+}
+
+void XStream::ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 count )
+{
+    if ( count == 0 )
+    {
+        itsCursor = itsBuffer + ( inPosition - itsBufferPosition );
+        return;
+    }
+    if ( itsBufferedReads && count <= itsBufferSize )
+    {
+        Refill( inPosition, count );
+        std::memcpy( outBytes, itsBuffer, count );
+        itsCursor = itsBuffer + count;
+        return;
+    }
+    FillBuffer( inPosition, outBytes, count );
+    EmptyBufferAt( CheckedEnd( inPosition, count ) );
+}
+
+void XStream::Refill( SSize64 inPosition, USize64 inLeast )
+{
+    USize64 size = inLeast;
+    if ( const SSize64 extent = GetExtent(); extent > inPosition )
+        size = std::max( size, std::min( itsBufferSize, static_cast<USize64>( extent - inPosition ) ) );
+    EmptyBufferAt( GetPosition() );
+    AllocateBlock();
+    FillBuffer( inPosition, itsOwnBlock.get(), size );
+    EmptyBufferAt( inPosition );
+    itsFilledEnd = itsReadEnd = itsBuffer + size;
+}
+
+void XStream::PrepareToRead()
+{
+    if ( itsWindowIsOpen )
+        itsReadEnd = itsFilledEnd = itsBuffer + GetWindowFilled();
+    else
+        DrainWritten();
+}
+
+void XStream::PeekBuffer8( void* buffer, USize64 count )
+{
+    if ( count == 0 )
+        return;
+    XAssert( buffer );
+    if ( count > kMostBytes )
+        XThrow( 1260 );
+    if ( !HasToRead( count ) )
+    {
+        CheckRemaining( count, 1 );
+        PrepareToRead();
+    }
+    if ( HasToRead( count ) )
+        std::memcpy( buffer, itsCursor, count );
+    else
+        PeekBuffer8WithoutSeekSelf( buffer, count );
+}
+
+void XStream::PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count )
+{
+    // Filling the buffer from the position on leaves the peeked bytes in it for the read that follows.
+    const SSize64 position = GetPosition();
+    EmptyBufferAt( position );
+    ReadSlowly( buffer, count );
+    SeekTo( position );
+}
+
+// ---- Writing
+
+void XStream::WriteSlowly( const void* buffer, USize64 count )
+{
+    if ( count == 0 )
+        return;
+    XAssert( buffer );
+    CheckedEnd( GetPosition(), count );
+    const std::uint8_t* source = static_cast<const std::uint8_t*>( buffer );
+    if ( itsIsDirty )
+    {
+        const USize64 room = std::min( ToSize( itsWriteEnd - itsCursor ), count );
+        std::memcpy( itsCursor, source, room );
+        itsCursor += room;
+        source += room;
+        count -= room;
+        if ( count == 0 )
+            return;
+        DrainWritten();
+    }
+    if ( itsWindowIsOpen || count >= itsBufferSize )
+        WriteThrough( source, count );
+    else
+        StartWriting( source, count );
+}
+
+void XStream::WriteThrough( const std::uint8_t* inBytes, USize64 count )
+{
+    const SSize64 position = GetPosition();
+    const SSize64 end = CheckedEnd( position, count );
+    DrainBuffer( position, inBytes, count );
+    if ( !itsWindowIsOpen )
+        EmptyBufferAt( end );
+    NoteWritten( end );
+}
+
+void XStream::StartWriting( const std::uint8_t* inBytes, USize64 count )
+{
+    AllocateBlock();
+    EmptyBufferAt( GetPosition() );
+    itsIsDirty = true;
+    itsWriteEnd = itsBuffer + itsBufferSize;
+    std::memcpy( itsCursor, inBytes, count );
+    itsCursor += count;
+}
+
+void XStream::DrainWritten()
+{
+    if ( !itsIsDirty )
+        return;
+    const SSize64 position = GetPosition();
+    const USize64 count = static_cast<USize64>( std::max( itsFilledEnd, itsCursor ) - itsBuffer );
+    if ( count > 0 )
+        DrainBuffer( itsBufferPosition, itsBuffer, count );
+    NoteWritten( itsBufferPosition + static_cast<SSize64>( count ) );
+    EmptyBufferAt( position );
+}
+
+void XStream::NoteWritten( SSize64 inEnd )
+{
+    if ( itsExtent >= 0 )
+        itsExtent = std::max( itsExtent, inEnd );
+}
+
+// ---- The buffer
+
+void XStream::AllocateBlock()
+{
+    if ( !itsOwnBlock )
+        itsOwnBlock = std::make_unique_for_overwrite<std::uint8_t[]>( itsBufferSize );
+}
+
+void XStream::EmptyBufferAt( SSize64 inPosition )
+{
+    itsBuffer = itsCursor = itsReadEnd = itsWriteEnd = itsFilledEnd = itsOwnBlock.get();
+    itsBufferPosition = inPosition;
+    itsIsDirty = false;
+    itsWindowIsOpen = false;
+}
+
+void XStream::OpenWindow( std::uint8_t* inData, USize64 inFilled, USize64 inCapacity, SSize64 inPosition )
+{
+    EmptyBufferAt( inPosition );
+    itsExtent = static_cast<SSize64>( inFilled );
+    if ( inPosition > itsExtent )
+        return;
+    itsBuffer = inData;
+    itsBufferPosition = 0;
+    itsCursor = inData + inPosition;
+    itsReadEnd = itsFilledEnd = inData + inFilled;
+    itsWriteEnd = inData + inCapacity;
+    itsWindowIsOpen = true;
+}
+
+USize64 XStream::GetWindowFilled() const
+{
+    return static_cast<USize64>( std::max( itsFilledEnd, itsCursor ) - itsBuffer );
+}
+
+XStream::XPositionSaver::~XPositionSaver()
+{
+    try
+    {
+        itsStream.SeekTo( itsPosition );
+    }
+    catch ( ... )
+    {
+    }
+}

@@ -1,0 +1,100 @@
+#include "Core/XStream.h"
+
+#include "Core/XClassRegistry.h"
+#include "Core/XException.h"
+#include "Core/XFail.h"
+
+#include <memory>
+
+// The object layer and the header of a stream: what needs the class registry.
+
+namespace
+{
+/// Counts how deep objects are nested while one is read.
+class XDepthGuard
+{
+public:
+    explicit XDepthGuard( unsigned& ioDepth ) : itsDepth( ioDepth )
+    {
+        if ( itsDepth >= XStream::kMaxObjectDepth )
+            XThrow( 1005 );
+        ++itsDepth;
+    }
+    ~XDepthGuard() { --itsDepth; }
+    XDepthGuard( const XDepthGuard& ) = delete;
+    XDepthGuard& operator=( const XDepthGuard& ) = delete;
+
+private:
+    unsigned& itsDepth;
+};
+
+/// The next value as a version, or 0 when nothing can be read there.
+XVersion ReadVersionIfAny( XStream& inStream )
+{
+    try
+    {
+        return inStream.ReadVersion();
+    }
+    catch ( const XException& error )
+    {
+        if ( !error.ShouldReportError() )
+            throw; // a stop or an abort, not a failed read
+        return 0;
+    }
+}
+} // namespace
+
+void XStream::WriteStreamInfo()
+{
+    WriteByteOrder();
+    WriteVersion( kCurrentStreamVersion );
+}
+
+void XStream::ReadStreamInfo()
+{
+    ReadByteOrder();
+    const SSize64 position = GetPosition();
+    const XVersion version = ReadVersionIfAny( *this );
+    if ( !XClassRegistry::IsA( version, kCurrentStreamVersion ) )
+    {
+        itsStreamVersion = XVersion( kClassStream, 0 );
+        SeekTo( position );
+        return;
+    }
+    if ( version.GetClassRevision() > kCurrentStreamVersion.GetClassRevision() )
+        XThrow( 1015 );
+    itsStreamVersion = version;
+}
+
+void XStream::WriteObject( const XStorable& inObject, XStorable::XOptions inOptions )
+{
+    WriteVersion( inObject.GetVersion() );
+    inObject.WriteStream2( *this, inOptions );
+}
+
+void XStream::WriteObject( const XStorable* inObject, XStorable::XOptions inOptions )
+{
+    if ( inObject )
+        WriteObject( *inObject, inOptions );
+    else
+        WriteVersion( kClassNone );
+}
+
+XStorable* XStream::ReadObject( XStorable::XOptions inOptions )
+{
+    const XVersion version = ReadVersion();
+    if ( version == XVersion( kClassNone ) )
+        return nullptr;
+    const XDepthGuard guard( itsObjectDepth );
+    std::unique_ptr<XStorable> object(
+        XClassRegistry::CreateObject( version, *this, kClassNone, inOptions ) );
+    itsClassesCreated.push_back( version );
+    object->PreReadStream( *this, version, inOptions );
+    object->ReadStream2( *this, inOptions );
+    return object.release();
+}
+
+XVersion XStream::GetLastClassCreated() const
+{
+    return itsClassesCreated.empty() ? XVersion( kClassNone ) : itsClassesCreated.back();
+}
