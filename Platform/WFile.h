@@ -58,13 +58,19 @@ public:
     /// Returns when what was written lies on the disk. Does nothing for devices that keep nothing.
     void Flush();
 
+    /// True when the path names a device, a pipe or the like, which is written as it stands and never
+    /// replaced.
+    static bool IsDevice( const std::filesystem::path& inPath );
+
 private:
     static constexpr std::intptr_t kNoHandle = -1;
 
     std::intptr_t itsHandle = kNoHandle;
     bool itsHasPositions = true;
-    mutable std::uint64_t itsDevicePosition = 0;
+    mutable std::uint64_t itsDevicePosition = 0; // counted only where there are no positions
 
-    void CloseQuietly() noexcept;
+    /// False when the system reported an error, which is then the last system error.
+    bool CloseQuietly() noexcept;
     void CheckDevicePosition( std::uint64_t inPosition ) const;
+    void AdvanceDevicePosition( std::uint64_t inCount ) const;
 };

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Core/XException.h"
+#include "WSystemException.h"
 
-/// A failed call of the operating system, with the system's own code beside the library's number.
-class KORVALE_API WLastErrorException : public XException
+/// A failed call of the operating system, by its Win32 error code.
+class KORVALE_API WLastErrorException : public WSystemException
 {
 public:
     /// Takes the calling thread's last system error and clears it.
@@ -13,14 +13,8 @@ public:
     explicit WLastErrorException( std::uint32_t inWin32ErrorCode );
     ~WLastErrorException() override;
 
-    std::uint32_t GetWin32ErrorCode() const { return itsWin32ErrorCode; }
-
-    /// The system's text for the code, followed by the library's number in parentheses.
-    XString GetRawErrorMessage() const override;
+    std::uint32_t GetWin32ErrorCode() const { return GetSystemCode(); }
 
     /// The library's number for a Win32 error code; a code without one passes through unchanged.
     static std::uint32_t MapWin32ErrorCodeToKorvaleError( std::uint32_t inWin32ErrorCode );
-
-private:
-    std::uint32_t itsWin32ErrorCode;
 };

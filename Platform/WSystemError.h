@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <system_error>
 
 /// The calling thread's last system error. Codes are Windows error numbers on every system; an error of the C
 /// library that has no such number is `kErrnoFlag | errno`.
@@ -12,7 +13,7 @@ class KORVALE_API WSystemError
 public:
     static constexpr std::uint32_t kErrnoFlag = 0x20000000u;
 
-    /// Everyday codes that the library itself sets or asks for.
+    /// Codes that the library itself sets or asks for.
     static constexpr std::uint32_t kNoError = 0;
     static constexpr std::uint32_t kFileNotFound = 2;
     static constexpr std::uint32_t kPathNotFound = 3;
@@ -27,15 +28,21 @@ public:
 
     static std::uint32_t GetLast();
     static void SetLast( std::uint32_t inCode );
-    static void Clear();
-
-    /// The code that stands for a value of `errno`, on every system.
-    static std::uint32_t FromErrno( int inErrno );
+    static void Clear() { SetLast( kNoError ); }
 
     /// Sets the last error to the code of the current `errno`.
     static void SetLastFromErrno();
 
-    /// The system's text for the code, without trailing line break or full stop; empty when it has none.
-    /// ANSI.
+    /// The code that stands for a value of `errno`.
+    static std::uint32_t FromErrno( int inErrno );
+
+    /// The value of `errno` that a code stands for; 0 when there is none.
+    static int ToErrno( std::uint32_t inCode );
+
+    /// The code of an error of the standard library, from `std::filesystem` for instance.
+    static std::uint32_t FromErrorCode( const std::error_code& inError );
+
+    /// The system's text for the code in ANSI, without a trailing line break or full stop; empty when it has
+    /// none.
     static std::string GetText( std::uint32_t inCode );
 };

@@ -42,3 +42,6 @@
 #include "Threads/XThreadPriority.h"
 #include "Threads/XThreadYield.h"
 #include "Threads/XWaitResult.h"
+// Startup
+#include "Startup/WInitApp.h"
+#include "Startup/WInitCore.h"

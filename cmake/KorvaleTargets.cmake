@@ -7,9 +7,10 @@ endif()
 
 # Compiler settings of everything that is ours.
 add_library( KorvaleSettings INTERFACE )
-target_compile_options( KorvaleSettings INTERFACE -Wall -Wextra -Wconversion -Wshadow )
+target_compile_options( KorvaleSettings INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-Wall;-Wextra;-Wconversion;-Wshadow> )
 if( KORVALE_WARNINGS_AS_ERRORS )
-  target_compile_options( KorvaleSettings INTERFACE -Werror )
+  target_compile_options( KorvaleSettings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Werror> )
 endif()
 if( WIN32 )
   target_compile_definitions( KorvaleSettings INTERFACE

@@ -1,0 +1,185 @@
+#include "WFile.h"
+
+#include "Core/XFail.h"
+#include "WSystemError.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// Linux transfers at most this much at once.
+constexpr std::uint64_t kLongestTransfer = 0x7FFFF000;
+
+[[noreturn]] void ThrowErrno()
+{
+    WSystemError::SetLastFromErrno();
+    XThrowLastSystemError();
+}
+
+/// Repeats a call for as long as signals interrupt it.
+template<class Call>
+auto Retry( Call inCall )
+{
+    for ( ;; )
+    {
+        const auto result = inCall();
+        if ( result != -1 || errno != EINTR )
+            return result;
+    }
+}
+
+int GetDescriptor( std::intptr_t inHandle )
+{
+    return static_cast<int>( inHandle );
+}
+
+int GetOpenFlags( WFile::Mode inMode )
+{
+    switch ( inMode )
+    {
+    case WFile::kRead:
+        return O_RDONLY;
+    case WFile::kReadWrite:
+        return O_RDWR;
+    case WFile::kCreate:
+        return O_RDWR | O_CREAT | O_TRUNC;
+    case WFile::kCreateNew:
+        return O_RDWR | O_CREAT | O_EXCL;
+    }
+    return O_RDONLY;
+}
+
+bool IsDirectory( int inDescriptor )
+{
+    struct stat status = {};
+    return ::fstat( inDescriptor, &status ) == 0 && S_ISDIR( status.st_mode );
+}
+
+std::size_t GetTransferSize( std::uint64_t inCount )
+{
+    return static_cast<std::size_t>( std::min( inCount, kLongestTransfer ) );
+}
+
+} // namespace
+
+void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
+{
+    Close();
+    const int descriptor =
+        Retry( [&] { return ::open( inPath.c_str(), GetOpenFlags( inMode ) | O_CLOEXEC, 0666 ); } );
+    if ( descriptor == -1 )
+        ThrowErrno();
+    if ( IsDirectory( descriptor ) )
+    {
+        ::close( descriptor );
+        errno = EISDIR;
+        ThrowErrno();
+    }
+    itsHandle = descriptor;
+    itsHasPositions = ::lseek( descriptor, 0, SEEK_CUR ) != -1;
+    itsDevicePosition = 0;
+}
+
+bool WFile::CloseQuietly() noexcept
+{
+    if ( !IsOpen() )
+        return true;
+    const int result = ::close( GetDescriptor( itsHandle ) );
+    itsHandle = kNoHandle;
+    // An interrupted close has released the descriptor all the same.
+    if ( result == 0 || errno == EINTR )
+        return true;
+    WSystemError::SetLastFromErrno();
+    return false;
+}
+
+std::uint64_t WFile::ReadAt( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const
+{
+    if ( !itsHasPositions )
+        CheckDevicePosition( inPosition );
+    auto* data = static_cast<char*>( outData );
+    std::uint64_t done = 0;
+    while ( done < inCount )
+    {
+        const auto size = GetTransferSize( inCount - done );
+        const auto transferred = Retry(
+            [&]
+            {
+                return itsHasPositions ? ::pread(
+                                             GetDescriptor( itsHandle ), data + done, size,
+                                             static_cast<off_t>( inPosition + done ) )
+                                       : ::read( GetDescriptor( itsHandle ), data + done, size );
+            } );
+        if ( transferred == -1 )
+            ThrowErrno();
+        if ( transferred == 0 )
+            break;
+        done += static_cast<std::uint64_t>( transferred );
+    }
+    AdvanceDevicePosition( done );
+    return done;
+}
+
+void WFile::WriteAt( std::uint64_t inPosition, const void* inData, std::uint64_t inCount )
+{
+    if ( !itsHasPositions )
+        CheckDevicePosition( inPosition );
+    const auto* data = static_cast<const char*>( inData );
+    std::uint64_t done = 0;
+    while ( done < inCount )
+    {
+        const auto size = GetTransferSize( inCount - done );
+        const auto transferred = Retry(
+            [&]
+            {
+                return itsHasPositions ? ::pwrite(
+                                             GetDescriptor( itsHandle ), data + done, size,
+                                             static_cast<off_t>( inPosition + done ) )
+                                       : ::write( GetDescriptor( itsHandle ), data + done, size );
+            } );
+        if ( transferred == -1 )
+            ThrowErrno();
+        done += static_cast<std::uint64_t>( transferred );
+    }
+    AdvanceDevicePosition( done );
+}
+
+std::uint64_t WFile::GetSize() const
+{
+    struct stat status = {};
+    if ( ::fstat( GetDescriptor( itsHandle ), &status ) == -1 )
+        ThrowErrno();
+    return S_ISREG( status.st_mode ) ? static_cast<std::uint64_t>( status.st_size ) : 0;
+}
+
+void WFile::SetSize( std::uint64_t inSize )
+{
+    const auto size = static_cast<off_t>( inSize );
+    if ( Retry( [&] { return ::ftruncate( GetDescriptor( itsHandle ), size ); } ) == -1 )
+        ThrowErrno();
+}
+
+void WFile::Flush()
+{
+    if ( Retry( [&] { return ::fdatasync( GetDescriptor( itsHandle ) ); } ) == 0 )
+        return;
+    // That is how pipes and devices say that there is nothing to keep.
+    if ( errno != EINVAL && errno != EROFS )
+        ThrowErrno();
+}
+
+bool WFile::IsDevice( const std::filesystem::path& inPath )
+{
+    // Names such as /dev/stdout may lead to a file, but it is not theirs to replace.
+    const auto path = inPath.lexically_normal().native();
+    if ( path.starts_with( "/dev/" ) || path.starts_with( "/proc/" ) )
+        return true;
+    struct stat status = {};
+    return ::stat( path.c_str(), &status ) == 0 && !S_ISREG( status.st_mode ) && !S_ISDIR( status.st_mode );
+}

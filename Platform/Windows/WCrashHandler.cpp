@@ -1,0 +1,52 @@
+#include "WCrashHandler.h"
+
+#include "WCrashDump.h"
+
+#include <atomic>
+#include <cstdio>
+#include <string>
+
+#include <windows.h>
+
+namespace
+{
+
+std::atomic<WCrashHandler::Report> sReport = nullptr;
+std::atomic_flag sIsReporting;
+std::atomic<bool> sIsInstalled = false;
+LPTOP_LEVEL_EXCEPTION_FILTER sPreviousFilter = nullptr;
+
+std::string DescribeException( const EXCEPTION_RECORD& inRecord )
+{
+    char text[128];
+    std::snprintf(
+        text, sizeof( text ), "fatal exception 0x%08lX, address %p\r\n", inRecord.ExceptionCode,
+        inRecord.ExceptionAddress );
+    return text;
+}
+
+LONG WINAPI OnUnhandledException( EXCEPTION_POINTERS* inException )
+{
+    const auto report = sReport.load();
+    if ( report && !sIsReporting.test_and_set() )
+        report(
+            DescribeException( *inException->ExceptionRecord ) +
+            WCrashDump::MakeForContext( inException->ContextRecord ) );
+    return sPreviousFilter ? sPreviousFilter( inException ) : EXCEPTION_CONTINUE_SEARCH;
+}
+
+} // namespace
+
+void WCrashHandler::Install( Report inReport )
+{
+    sReport = inReport;
+    if ( !sIsInstalled.exchange( true ) )
+        sPreviousFilter = ::SetUnhandledExceptionFilter( OnUnhandledException );
+}
+
+void WCrashHandler::Remove()
+{
+    if ( sIsInstalled.exchange( false ) )
+        ::SetUnhandledExceptionFilter( sPreviousFilter );
+    sReport = nullptr;
+}

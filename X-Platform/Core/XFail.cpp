@@ -1,0 +1,95 @@
+#include "Core/XFail.h"
+
+#include "Core/XInternalErrorHandlers.h"
+#include "WDebugger.h"
+
+#include <string>
+#include <string_view>
+
+namespace
+{
+
+/// True while the calling thread reports an internal error, so that an error in a handler is not reported by
+/// the same handlers again.
+thread_local bool tIsReporting = false;
+
+class ReportingScope
+{
+public:
+    ReportingScope() { tIsReporting = true; }
+    ~ReportingScope() { tIsReporting = false; }
+    ReportingScope( const ReportingScope& ) = delete;
+    ReportingScope& operator=( const ReportingScope& ) = delete;
+};
+
+template<class Action>
+void SwallowErrors( Action inAction )
+{
+    try
+    {
+        inAction();
+    }
+    catch ( ... )
+    {
+    }
+}
+
+XString MakeCrashDump( const XInternalErrorHandlers& inHandlers )
+{
+    XString dump;
+    if ( inHandlers.MakeCrashDump )
+        SwallowErrors( [&] { dump = inHandlers.MakeCrashDump(); } );
+    return dump;
+}
+
+void AddToEventLog( const XInternalErrorHandlers& inHandlers, const XInternalException& inException )
+{
+    if ( !inHandlers.AddToEventLog )
+        return;
+    XString message = inException.GetErrorMessage();
+    XString dump;
+    inException.GetCrashDump( dump );
+    message += "\r\n\r\n";
+    message += dump;
+    inHandlers.AddToEventLog( message );
+}
+
+XInternalException ReportInternalError( const char* inExpression, const char* inFile, int inLine )
+{
+    const ReportingScope reporting;
+    const auto handlers = XInternalErrorHandlers::Get();
+    const XInternalException exception( inExpression, inFile, inLine, MakeCrashDump( handlers ) );
+    SwallowErrors( [&] { AddToEventLog( handlers, exception ); } );
+    if ( handlers.AddToSessionLog )
+        SwallowErrors( [&] { handlers.AddToSessionLog( exception ); } );
+    XException::SetLastError( exception.GetErrorNumber() );
+    return exception;
+}
+
+std::string_view GetFileName( std::string_view inPath )
+{
+    const auto separator = inPath.find_last_of( "/\\" );
+    return separator == std::string_view::npos ? inPath : inPath.substr( separator + 1 );
+}
+
+} // namespace
+
+void XThrow( std::uint32_t inErrorNumber )
+{
+    throw XException( inErrorNumber );
+}
+
+void KorvaleInternalError( const char* inExpression, const char* inFile, int inLine )
+{
+    if ( tIsReporting )
+        throw XInternalException( inExpression, inFile, inLine );
+    throw ReportInternalError( inExpression, inFile, inLine );
+}
+
+void XAssertionFailed( const char* inExpression, const char* inSourceFile, int inLine )
+{
+    if ( WDebugger::IsPresent() )
+        WDebugger::Break();
+    const std::string file = "..\\X-Platform\\" + std::string( GetFileName( inSourceFile ) );
+    KorvaleInternalError( inExpression, file.c_str(), inLine );
+}

@@ -1,0 +1,71 @@
+#include "Startup/WInitApp.h"
+
+#include "Core/XException.h"
+#include "Core/XFail.h"
+#include "Startup/WInitCore.h"
+#include "WCrashDump.h"
+#include "WCrashHandler.h"
+#include "WEventLog.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace
+{
+
+std::atomic<bool> sIsInitialised = false;
+
+void ReportCrash( std::string_view inText )
+{
+    std::fwrite( inText.data(), 1, inText.size(), stderr );
+    WEventLog::AddMsgToSystemEventLog( inText, WEventLog::kError, WEventLog::kInternalErrorEvent );
+}
+
+std::string DescribeCurrentException()
+{
+    if ( !std::current_exception() )
+        return "the program was terminated";
+    try
+    {
+        throw;
+    }
+    catch ( const XException& exception )
+    {
+        return exception.GetErrorMessage().GetConstCharPtr();
+    }
+    catch ( const std::exception& exception )
+    {
+        return exception.what();
+    }
+    catch ( ... )
+    {
+        return "an exception of an unknown type was not caught";
+    }
+}
+
+[[noreturn]] void OnTerminate()
+{
+    WCrashHandler::Remove();
+    ReportCrash( DescribeCurrentException() + "\n" + WCrashDump::MakeForCurrentThread() );
+    std::abort();
+}
+
+} // namespace
+
+WInitApp::WInitApp()
+{
+    XAssert( WInitCore::IsInitialised() );
+    const bool wasInitialised = sIsInitialised.exchange( true );
+    XAssert( !wasInitialised );
+    WCrashHandler::Install( ReportCrash );
+    itsPreviousTerminateHandler = std::set_terminate( OnTerminate );
+}
+
+WInitApp::~WInitApp()
+{
+    std::set_terminate( itsPreviousTerminateHandler );
+    WCrashHandler::Remove();
+    sIsInitialised = false;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Core/XInternalErrorHandlers.h"
+
+#include <cstdint>
+
+/// Prepares the library for a process: a program constructs one on its main thread before it uses anything
+/// else, and destroys it last. It starts the clock, registers error texts and storable classes, installs the
+/// crash dump and the event log as the places where internal errors leave their traces, and gives the main
+/// thread its last error number.
+///
+/// One at a time: a second one is an internal error. After it has gone, another may be made.
+class KORVALE_API WInitCore
+{
+public:
+    WInitCore();
+    WInitCore( const WInitCore& ) = delete;
+    WInitCore& operator=( const WInitCore& ) = delete;
+    ~WInitCore();
+
+    /// True while there is one.
+    static bool IsInitialised();
+
+private:
+    std::uint32_t itsLastError = 0;
+    std::uint32_t* itsPreviousLastErrorSlot = nullptr;
+    XInternalErrorHandlers itsPreviousHandlers;
+};
