@@ -3,7 +3,7 @@
 #include "Threads/XLockable.h"
 
 /// Holds a lockable object locked for a scope.
-class [[nodiscard]] KORVALE_API XLock
+class KORVALE_API XLock
 {
 public:
     /// Locks the object. A null object is an internal error, "theObject".

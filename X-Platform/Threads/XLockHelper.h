@@ -3,7 +3,7 @@
 #include "Core/XTypes.h"
 
 /// Counts a plain counter up for a scope and down again, on one thread or under a lock of the caller's.
-class [[nodiscard]] XLockHelper
+class XLockHelper
 {
 public:
     explicit XLockHelper( std::int32_t& ioCount ) : itsCount( ioCount ) { ++itsCount; }

@@ -33,7 +33,7 @@ KORVALE_API void XUnlockOneTimeInit(
     std::atomic<WSemaphore*>& ioSemaphore, bool inSucceeded );
 
 /// Calls `XUnlockOneTimeInit` at the end of a scope, as failed unless told otherwise.
-class [[nodiscard]] XOneTimeInitGuard
+class XOneTimeInitGuard
 {
 public:
     XOneTimeInitGuard(

@@ -6,7 +6,7 @@ class XThread;
 
 /// Keeps the current thread from being stopped for a scope. A stop requested meanwhile is carried out at the
 /// first checkpoint after the last such scope. Nothing on a thread that no XThread owns.
-class [[nodiscard]] KORVALE_API XPreventThreadStop
+class KORVALE_API XPreventThreadStop
 {
 public:
     XPreventThreadStop();

@@ -6,7 +6,7 @@ class XThread;
 
 /// Keeps the current thread from being suspended for a scope. A suspension requested meanwhile is carried out
 /// at the first checkpoint after the last such scope. Nothing on a thread that no XThread owns.
-class [[nodiscard]] KORVALE_API XPreventThreadSuspend
+class KORVALE_API XPreventThreadSuspend
 {
 public:
     XPreventThreadSuspend();

@@ -3,7 +3,7 @@
 #include "Threads/XRWMutex.h"
 
 /// Holds a reader/writer mutex for a scope.
-class [[nodiscard]] XRWLock
+class XRWLock
 {
 public:
     /// Locks as `XRWMutex::Lock` does, with its errors.

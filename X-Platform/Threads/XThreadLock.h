@@ -3,7 +3,7 @@
 #include "Threads/XMutex.h"
 
 /// Holds a mutex for a scope.
-class [[nodiscard]] XThreadLock
+class XThreadLock
 {
 public:
     /// Locks as `XMutex::Lock` does, with its errors.
