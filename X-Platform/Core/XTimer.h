@@ -42,6 +42,16 @@ public:
         return left > 0 ? static_cast<std::uint32_t>( ( left + 999 ) / 1000 ) : 0;
     }
 
+    /// For what is done once per period: true when the limit has passed, and then the timer starts again.
+    bool RestartIfExpired()
+    {
+        const std::int64_t now = WClock::GetMicroSeconds();
+        if ( itsLimitMS == kNoTimeout || now - itsStartUS < GetLimitUS() )
+            return false;
+        itsStartUS = now;
+        return true;
+    }
+
 private:
     std::int64_t GetLimitUS() const { return std::int64_t( itsLimitMS ) * 1000; }
 

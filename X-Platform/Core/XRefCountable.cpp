@@ -1,0 +1,28 @@
+#include "Core/XRefCountable.h"
+
+#include "Core/XFail.h"
+
+namespace
+{
+constexpr std::uint32_t kErrorNoReference = 1027;
+}
+
+void XRefCountable::AddReference() const
+{
+    if ( itsReferenceCount.fetch_add( 1, std::memory_order_relaxed ) != 0 )
+        return;
+    itsReferenceCount.fetch_sub( 1, std::memory_order_relaxed );
+    XThrow( kErrorNoReference );
+}
+
+void XRefCountable::ReleaseReference() const
+{
+    const std::uint32_t count = itsReferenceCount.fetch_sub( 1, std::memory_order_acq_rel );
+    if ( count == 1 )
+        delete this;
+    else if ( count == 0 )
+    {
+        itsReferenceCount.fetch_add( 1, std::memory_order_relaxed );
+        XThrow( kErrorNoReference );
+    }
+}

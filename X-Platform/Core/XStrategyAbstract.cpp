@@ -1,0 +1,3 @@
+#include "Core/XStrategyAbstract.h"
+
+XStrategyAbstract::~XStrategyAbstract() = default;
