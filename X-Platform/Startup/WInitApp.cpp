@@ -2,10 +2,10 @@
 
 #include "Core/XException.h"
 #include "Core/XFail.h"
+#include "Core/XInternalErrorHandlers.h"
 #include "Startup/WInitCore.h"
 #include "WCrashDump.h"
 #include "WCrashHandler.h"
-#include "WEventLog.h"
 
 #include <atomic>
 #include <cstdio>
@@ -20,7 +20,8 @@ std::atomic<bool> sIsInitialised = false;
 void ReportCrash( std::string_view inText )
 {
     std::fwrite( inText.data(), 1, inText.size(), stderr );
-    WEventLog::AddMsgToSystemEventLog( inText, WEventLog::kError, WEventLog::kInternalErrorEvent );
+    if ( const auto addToEventLog = XInternalErrorHandlers::Get().AddToEventLog )
+        addToEventLog( XString( std::string( inText ) ) );
 }
 
 std::string DescribeCurrentException()

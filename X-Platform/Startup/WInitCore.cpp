@@ -1,6 +1,8 @@
 #include "Startup/WInitCore.h"
 
+#include "Core/XClassRegistry.h"
 #include "Core/XFail.h"
+#include "Core/XTime.h"
 #include "WCrashDump.h"
 #include "WEventLog.h"
 
@@ -29,7 +31,9 @@ WInitCore::WInitCore()
     const bool wasInitialised = sIsInitialised.exchange( true );
     XAssert( !wasInitialised );
     itsPreviousLastErrorSlot = XException::SetLastErrorSlot( &itsLastError );
+    XTime::Initialise();
     XException::Initialise();
+    XClassRegistry::RegisterStandardClasses();
     XInternalErrorHandlers handlers;
     handlers.MakeCrashDump = MakeCrashDump;
     handlers.AddToEventLog = AddToEventLog;

@@ -1,0 +1,99 @@
+#include "Core/XException.h"
+
+#include "TestErrors.h"
+
+#include <string>
+#include <thread>
+
+namespace
+{
+
+std::string FullMessageOf( std::uint32_t inErrorNumber )
+{
+    return XException( inErrorNumber ).GetErrorMessage().GetConstCharPtr();
+}
+
+} // namespace
+
+TEST( XExceptionTest, SaysWhyTheCommandFailed )
+{
+    const std::string expected = "The command could not be completed because the stream is corrupted (1005)";
+    EXPECT_EQ( FullMessageOf( 1005 ), expected );
+    const XString converted = XException( 1005 );
+    EXPECT_EQ( converted.GetConstCharPtr(), expected );
+    EXPECT_EQ( MessageOf( XException( 99999 ) ), "an error occurred (99999)" );
+    EXPECT_EQ( MessageOf( XException( 0xFFFFFFFFu ) ), "an error occurred (4294967295)" );
+}
+
+TEST( XExceptionTest, TakesTextsFromTheStringTable )
+{
+    EXPECT_EQ( MessageOf( XException( 1011 ) ), "the item is read-only and cannot be modified. (1011)" );
+    EXPECT_EQ( MessageOf( XException( 1019 ) ), "the process is exitting (1019)" );
+    EXPECT_EQ( MessageOf( XException( 1354 ) ), "the string is too long (1354)" );
+    EXPECT_EQ( MessageOf( XException( 3209 ) ), "the pivot column ID is unknown (3209)" );
+    EXPECT_EQ( MessageOf( XException( 1266 ) ), "some of the selected files could not be imported (1266)" );
+    // A resource identifier has 16 bits; a number that only agrees in these has no text.
+    EXPECT_EQ( MessageOf( XException( 0x10000u + 1005u ) ), "an error occurred (66541)" );
+}
+
+TEST( XExceptionTest, RegisteredTextsComeFirst )
+{
+    const std::string original = MessageOf( XException( 1014 ) );
+    XException::AddErrorStringToMap( 1014, "..another text" );
+    EXPECT_EQ( MessageOf( XException( 1014 ) ), "another text (1014)" );
+    XException::AddErrorStringToMap( 1014, original.substr( 0, original.find( " (" ) ).c_str() );
+    EXPECT_EQ( MessageOf( XException( 1014 ) ), original );
+}
+
+TEST( XExceptionTest, UnderstandsNumbersOfTheOlderPlatform )
+{
+    EXPECT_EQ( MessageOf( XException( 0xFFFFFF94u ) ), "there was not enough memory (4294967188)" );
+    EXPECT_EQ( MessageOf( XException( 0xFFFFFFCAu ) ), "access was denied (4294967242)" );
+    const std::string network = MessageOf( XException( 3052 ) );
+    EXPECT_EQ(
+        MessageOf( XException( 0xFFFFF7D1u ) ), network.substr( 0, network.find( " (" ) ) + " (4294965201)" );
+}
+
+TEST( XExceptionTest, SilentErrorsAreNeitherLoggedNorReported )
+{
+    for ( const std::uint32_t silent : { 1001u, 1019u, 2702u } )
+    {
+        EXPECT_FALSE( XException( silent ).ShouldLogError() ) << silent;
+        EXPECT_FALSE( XException( silent ).ShouldReportError() ) << silent;
+    }
+    EXPECT_TRUE( XException( 1005 ).ShouldLogError() );
+    EXPECT_TRUE( XException( 1005 ).ShouldReportError() );
+    EXPECT_FALSE( XException( 1005 ).IsCrashError() );
+}
+
+TEST( XExceptionTest, RemembersTheLastErrorOfThisThread )
+{
+    XException exception( 1005 );
+    EXPECT_EQ( XException::GetLastError(), 1005u );
+    exception.SetErrorNumber( 1012 );
+    EXPECT_EQ( exception.GetErrorNumber(), 1012u );
+    EXPECT_EQ( XException::GetLastError(), 1012u );
+    XException::ResetLastError();
+    EXPECT_EQ( XException::GetLastError(), 0u );
+}
+
+TEST( XExceptionTest, ForeignThreadsRememberNothing )
+{
+    XException::SetLastError( 1007 );
+    std::uint32_t foreign = 1;
+    std::uint32_t prepared = 0;
+    std::thread thread(
+        [&]
+        {
+            const XException first( 1005 );
+            foreign = XException::GetLastError();
+            std::uint32_t slot = 0;
+            XException::SetLastErrorSlot( &slot );
+            const XException second( 1015 );
+            prepared = XException::GetLastError();
+        } );
+    thread.join();
+    EXPECT_EQ( foreign, 0u );
+    EXPECT_EQ( prepared, 1015u );
+    EXPECT_EQ( XException::GetLastError(), 1007u );
+}

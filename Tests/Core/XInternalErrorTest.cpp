@@ -1,0 +1,114 @@
+#include "Core/XInternalErrorHandlers.h"
+
+#include "Core/XFail.h"
+#include "TestErrors.h"
+
+#include <string>
+
+namespace
+{
+
+std::string sEventLog;
+std::string sSessionLog;
+
+/// Handlers that keep what they are given, for as long as the object lives.
+class RecordingHandlers
+{
+public:
+    RecordingHandlers()
+    {
+        sEventLog.clear();
+        sSessionLog.clear();
+        itsPrevious = XInternalErrorHandlers::Install( { MakeDump, AddToEventLog, AddToSessionLog } );
+    }
+    ~RecordingHandlers() { XInternalErrorHandlers::Install( itsPrevious ); }
+
+    static XString MakeDump() { return "the dump"; }
+    static void AddToEventLog( const XString& inMessage ) { sEventLog = inMessage.GetConstCharPtr(); }
+    static void AddToSessionLog( const XInternalException& inException )
+    {
+        sSessionLog = inException.GetRawErrorMessage().GetConstCharPtr();
+    }
+
+private:
+    XInternalErrorHandlers itsPrevious;
+};
+
+/// What an XAssert that fails here says.
+XInternalException FailAssertion( const char* inSourceFile )
+{
+    try
+    {
+        XAssertionFailed( "count > 0", inSourceFile, 42 );
+    }
+    catch ( const XInternalException& exception )
+    {
+        return exception;
+    }
+}
+
+} // namespace
+
+TEST( XInternalErrorTest, LeavesTracesAndThrows )
+{
+    const RecordingHandlers handlers;
+    const auto exception = FailAssertion( "/home/dev/X-Platform/Core/XString.cpp" );
+    const std::string message =
+        "an internal error occurred: count > 0 in \"..\\X-Platform\\XString.cpp\" at line 42 (1006)";
+    EXPECT_EQ( MessageOf( exception ), message );
+    EXPECT_EQ( exception.GetErrorNumber(), 1006u );
+    EXPECT_TRUE( exception.IsCrashError() );
+    XString dump;
+    exception.GetCrashDump( dump );
+    EXPECT_STREQ( dump.GetConstCharPtr(), "the dump" );
+    EXPECT_EQ( sEventLog, "The command could not be completed because " + message + "\r\n\r\nthe dump" );
+    EXPECT_EQ( sSessionLog, message );
+    EXPECT_EQ( XException::GetLastError(), 1006u );
+}
+
+TEST( XInternalErrorTest, ReducesEveryPathToTheFileName )
+{
+    const RecordingHandlers handlers;
+    for ( const char* path : { "D:\\build\\X-Platform\\XTime.cpp", "XTime.cpp", "a/b\\XTime.cpp" } )
+        EXPECT_STREQ( FailAssertion( path ).GetFile().GetConstCharPtr(), "..\\X-Platform\\XTime.cpp" )
+            << path;
+}
+
+TEST( XInternalErrorTest, AssertionTextIsTheExpression )
+{
+    const RecordingHandlers handlers;
+    const int count = 0;
+    try
+    {
+        XAssert( count > 0 && sEventLog.empty() );
+        FAIL();
+    }
+    catch ( const XInternalException& exception )
+    {
+        EXPECT_STREQ( exception.GetExpression().GetConstCharPtr(), "count > 0 && sEventLog.empty()" );
+        EXPECT_STREQ( exception.GetFile().GetConstCharPtr(), "..\\X-Platform\\XInternalErrorTest.cpp" );
+    }
+    EXPECT_NO_THROW( XAssert( count == 0 ) );
+}
+
+TEST( XInternalErrorTest, ErrorsInHandlersDoNotReplaceTheFirst )
+{
+    XInternalErrorHandlers handlers;
+    handlers.MakeCrashDump = []() -> XString { XThrow( 1012 ); };
+    handlers.AddToEventLog = []( const XString& ) { XAssertionFailed( "in the handler", "XLog.cpp", 1 ); };
+    const auto previous = XInternalErrorHandlers::Install( handlers );
+    const auto exception = FailAssertion( "XString.cpp" );
+    XInternalErrorHandlers::Install( previous );
+    EXPECT_STREQ( exception.GetExpression().GetConstCharPtr(), "count > 0" );
+    XString dump = "unchanged";
+    exception.GetCrashDump( dump );
+    EXPECT_TRUE( dump.IsEmpty() );
+    EXPECT_EQ( XException::GetLastError(), 1006u );
+}
+
+TEST( XInternalErrorTest, WorksWithoutHandlers )
+{
+    const auto previous = XInternalErrorHandlers::Install( {} );
+    EXPECT_EQ( ErrorOf( [] { KorvaleInternalError( "a", "b", 3 ); } ), 1006u );
+    XInternalErrorHandlers::Install( previous );
+}

@@ -1,0 +1,72 @@
+#include "WCodePage.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+/// Every byte of the code page from 1 up.
+std::string MakeAllBytes()
+{
+    std::string bytes;
+    for ( int byte = 1; byte < 256; ++byte )
+        bytes += static_cast<char>( byte );
+    return bytes;
+}
+
+} // namespace
+
+TEST( WCodePageTest, EveryByteComesBack )
+{
+    const auto bytes = MakeAllBytes();
+    EXPECT_EQ( WCodePage::WideToAnsi( WCodePage::AnsiToWide( bytes ) ), bytes );
+    EXPECT_EQ( WCodePage::UTF8ToAnsi( WCodePage::AnsiToUTF8( bytes ) ), bytes );
+    EXPECT_EQ( WCodePage::AnsiToWide( bytes ).size(), bytes.size() );
+}
+
+TEST( WCodePageTest, KnowsWhereTheCharactersLie )
+{
+    // The euro sign, an unassigned byte, a quotation mark, e with an acute accent.
+    EXPECT_EQ( WCodePage::AnsiToWide( "\x80\x81\x93\xE9" ), L"\x20AC\x0081\x201C\x00E9" );
+    EXPECT_EQ( WCodePage::AnsiToUTF8( "\x80 \xB5m" ), "\xE2\x82\xAC \xC2\xB5m" );
+    EXPECT_EQ( WCodePage::UTF8ToAnsi( "\xC2\xB5m" ), "\xB5m" );
+}
+
+TEST( WCodePageTest, WhatHasNoPlaceBecomesAQuestionMark )
+{
+    EXPECT_EQ( WCodePage::WideToAnsi( L"a\x4E2Dz" ), "a?z" );
+    EXPECT_EQ( WCodePage::UTF8ToAnsi( "a\xE4\xB8\xADz" ), "a?z" );
+}
+
+TEST( WCodePageTest, KeepsNulsAndNothing )
+{
+    EXPECT_EQ( WCodePage::AnsiToWide( "" ), L"" );
+    EXPECT_EQ( WCodePage::WideToAnsi( L"" ), "" );
+    const std::string withNul( "a\0b", 3 );
+    EXPECT_EQ( WCodePage::UTF8ToAnsi( WCodePage::AnsiToUTF8( withNul ) ), withNul );
+}
+
+TEST( WCodePageTest, UTF8KeepsAllPlanes )
+{
+    const std::string text =
+        "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+    EXPECT_EQ( WCodePage::WideToUTF8( WCodePage::UTF8ToWide( text ) ), text );
+}
+
+TEST( WCodePageTest, MalformedUTF8IsReplacedAndTheRestKept )
+{
+    const char* malformed[] = {
+        "\x80",     "\xFF",         "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+        "\xE2\x82", "\xF0\x9F\x98",
+    };
+    for ( const std::string text : malformed )
+    {
+        const auto wide = WCodePage::UTF8ToWide( "a" + text + "z" );
+        EXPECT_EQ( wide.front(), L'a' );
+        EXPECT_EQ( wide.back(), L'z' );
+        EXPECT_NE( wide.find( static_cast<wchar_t>( 0xFFFD ) ), std::wstring::npos );
+        EXPECT_LE( wide.size(), text.size() + 2 );
+    }
+}

@@ -1,0 +1,60 @@
+#include "WCrashDump.h"
+
+#include "WCrashHandler.h"
+#include "WDebugger.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace
+{
+
+void PrintReport( std::string_view inText )
+{
+    std::fprintf( stderr, "REPORT %.*s", static_cast<int>( inText.size() ), inText.data() );
+}
+
+void CrashWithReport()
+{
+    WCrashHandler::Install( PrintReport );
+    __builtin_trap();
+}
+
+void CrashAfterRemoval()
+{
+    WCrashHandler::Install( PrintReport );
+    WCrashHandler::Remove();
+    std::fprintf( stderr, "removed\n" );
+    __builtin_trap();
+}
+
+} // namespace
+
+TEST( WCrashDumpTest, DescribesStackAndRegisters )
+{
+    for ( int i = 0; i < 2; ++i )
+    {
+        const auto dump = WCrashDump::MakeForCurrentThread();
+        EXPECT_NE( dump.find( "Registers:" ), std::string::npos );
+        const auto stack = dump.find( "Call stack" );
+        ASSERT_NE( stack, std::string::npos ) << dump;
+        EXPECT_NE( dump.find( "KorvaleCore", stack ), std::string::npos ) << dump;
+        EXPECT_GE( std::count( dump.begin() + static_cast<std::ptrdiff_t>( stack ), dump.end(), '\n' ), 4 );
+    }
+}
+
+TEST( WCrashHandlerDeathTest, ReportsAndLetsTheSystemEndTheProcess )
+{
+    EXPECT_DEATH( CrashWithReport(), "REPORT fatal .*address" );
+    EXPECT_DEATH( CrashWithReport(), "Call stack" );
+    EXPECT_DEATH( CrashAfterRemoval(), "removed\n$" );
+}
+
+TEST( WDebuggerTest, IsNotPresentInATestRun )
+{
+    EXPECT_FALSE( WDebugger::IsPresent() );
+}

@@ -1,0 +1,77 @@
+#include "Startup/WInitApp.h"
+#include "Startup/WInitCore.h"
+
+#include "Core/XClassRegistry.h"
+#include "Core/XFail.h"
+#include "Core/XString.h"
+#include "TestErrors.h"
+
+#include <cstdlib>
+#include <memory>
+
+// The tests' main function has made the WInitCore that these run in.
+
+namespace
+{
+
+void DieOfAnException() noexcept
+{
+    const WInitApp app;
+    XThrow( 1005 );
+}
+
+void DieOfATrap()
+{
+    const WInitApp app;
+    __builtin_trap();
+}
+
+} // namespace
+
+TEST( WInitTest, ThereIsOnlyOneCore )
+{
+    EXPECT_TRUE( WInitCore::IsInitialised() );
+    EXPECT_EQ( ErrorOf( [] { const WInitCore second; } ), 1006u );
+    EXPECT_TRUE( WInitCore::IsInitialised() );
+    XException::SetLastError( 1007 );
+    EXPECT_EQ( XException::GetLastError(), 1007u );
+}
+
+TEST( WInitTest, ThereIsOnlyOneApp )
+{
+    const auto previous = std::get_terminate();
+    {
+        const WInitApp app;
+        EXPECT_NE( std::get_terminate(), previous );
+        EXPECT_EQ( ErrorOf( [] { const WInitApp second; } ), 1006u );
+    }
+    EXPECT_EQ( std::get_terminate(), previous );
+    EXPECT_NO_THROW( WInitApp() );
+}
+
+TEST( WInitTest, InternalErrorsCarryACrashDump )
+{
+    XString dump;
+    try
+    {
+        XAssertionFailed( "false", "XThing.cpp", 1 );
+    }
+    catch ( const XException& exception )
+    {
+        exception.GetCrashDump( dump );
+    }
+    EXPECT_TRUE( dump.Contains( "Call stack" ) );
+}
+
+TEST( WInitTest, StandardClassesAreRegistered )
+{
+    XClassRegistry::RegisterStandardClasses();
+    const std::unique_ptr<XStorable> object( XClassRegistry::CreateObject( XString::GetClassVersion() ) );
+    EXPECT_NE( dynamic_cast<XString*>( object.get() ), nullptr );
+}
+
+TEST( WInitDeathTest, CrashesAreDescribedOnStandardError )
+{
+    EXPECT_DEATH( DieOfAnException(), "because the stream is corrupted .1005." );
+    EXPECT_DEATH( DieOfATrap(), "fatal .*address" );
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+/// An empty folder of a test's own, removed with all that is in it.
+class TestFolder
+{
+public:
+    TestFolder() : itsPath( std::filesystem::temp_directory_path() / MakeName() )
+    {
+        std::filesystem::create_directories( itsPath );
+    }
+    TestFolder( const TestFolder& ) = delete;
+    TestFolder& operator=( const TestFolder& ) = delete;
+    ~TestFolder()
+    {
+        std::error_code error;
+        std::filesystem::remove_all( itsPath, error );
+    }
+
+    const std::filesystem::path& GetPath() const { return itsPath; }
+    std::filesystem::path operator/( const std::string& inName ) const { return itsPath / inName; }
+
+    /// Makes a file with these contents and returns its path.
+    std::filesystem::path Write( const std::string& inName, const std::string& inContents ) const
+    {
+        std::ofstream( itsPath / inName, std::ios::binary ) << inContents;
+        return itsPath / inName;
+    }
+
+    std::string Read( const std::string& inName ) const
+    {
+        std::ostringstream contents;
+        contents << std::ifstream( itsPath / inName, std::ios::binary ).rdbuf();
+        return contents.str();
+    }
+
+    std::size_t CountEntries() const
+    {
+        const auto entries = std::filesystem::directory_iterator( itsPath );
+        return static_cast<std::size_t>( std::distance( begin( entries ), end( entries ) ) );
+    }
+
+private:
+    static std::string MakeName()
+    {
+        std::random_device random;
+        return "korvale-test-" + std::to_string( random() ) + "-" + std::to_string( random() );
+    }
+
+    std::filesystem::path itsPath;
+};
+
+/// Where the system has a device that is always full, the path of it; skip the test elsewhere.
+inline const std::filesystem::path kFullDevice = "/dev/full";
+
+inline bool HasFullDevice()
+{
+    return std::filesystem::is_character_file( kFullDevice );
+}

@@ -1,0 +1,6 @@
+#include "Core/XClassRegistry.h"
+
+void XClassRegistry::RegisterStandardClasses()
+{
+    RegisterCoreClasses();
+}
