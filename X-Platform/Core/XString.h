@@ -440,7 +440,13 @@ private:
     }
 
     void CopySharedStorage();
+
+    /// Gives up the current storage and takes over one reference to another.
     void AdoptStorage( XStringStorage* inStorage ) noexcept;
+
+    /// True when a text of that length can take the place of the current one without wasting much memory.
+    bool CanReuseStorage( USize64 inLength ) const noexcept;
+    void SetLength( USize64 inLength ) noexcept;
     XString& Append( const char* inText, USize64 inLength );
     void AppendSigned( std::int64_t inValue, XIntStringFormat inFormat, std::int32_t digits );
     void AppendUnsigned( std::uint64_t inValue, XIntStringFormat inFormat, std::int32_t digits );

@@ -1,0 +1,236 @@
+#include "Core/XString.h"
+
+#include "Core/XFloatText.h"
+#include "Core/XNumberReader.h"
+#include "WLocale.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+
+namespace
+{
+constexpr std::uint32_t kNotANumber = 1000;
+
+/// Digits of an integer, and the sign if it is negative.
+class XIntegerText
+{
+public:
+    template<class T>
+    explicit XIntegerText( T inValue, int inBase = 10 )
+        : itsEnd( std::to_chars( itsText, std::end( itsText ), inValue, inBase ).ptr )
+    {
+    }
+
+    bool IsNegative() const { return itsText[0] == '-'; }
+    std::string_view GetText() const { return { itsText, itsEnd }; }
+    std::string_view GetDigits() const { return { itsText + IsNegative(), itsEnd }; }
+
+private:
+    char itsText[24];
+    const char* itsEnd;
+};
+
+/// Appends the sign, then zeros up to the width, then the digits.
+void AppendPadded( XString& ioString, const XIntegerText& inText, std::int32_t inWidth )
+{
+    const USize64 width = inWidth > 0 ? static_cast<USize64>( inWidth ) : 0;
+    const USize64 length = inText.GetText().size();
+    if ( inText.IsNegative() )
+        ioString += '-';
+    if ( length < width )
+        ioString += std::string( width - length, '0' );
+    ioString += inText.GetDigits();
+}
+
+XFloatText FormatFinite( double inValue, XString::XFloatStringFormat inFormat, std::int32_t inDigits )
+{
+    constexpr double kAutoMax = 1e10;
+    constexpr double kAutoMin = 1e-10;
+    constexpr std::int32_t kAutoDecimals = 6;
+    switch ( inFormat )
+    {
+    case XString::kFloatFixed:
+        return XFloatText::Fixed( inValue, inDigits );
+    case XString::kFloatScientific:
+        return XFloatText::Scientific( inValue );
+    case XString::kFloatAuto:
+        if ( inValue > kAutoMax || inValue < kAutoMin )
+            return XFloatText::General( inValue );
+        break;
+    case XString::kFloatFixedTrimmed:
+        break;
+    }
+    auto text = XFloatText::Fixed( inValue, inFormat == XString::kFloatAuto ? kAutoDecimals : inDigits );
+    text.TrimZeros();
+    return text;
+}
+
+XNumberReader::XInteger ReadInteger( const XString& inText, unsigned inBase )
+{
+    if ( inText.IsEmpty() && inBase == 10 )
+        return {};
+    const auto integer = XNumberReader::ReadInteger( inText.GetConstCharPtr(), inBase );
+    if ( !integer )
+        XThrow( kNotANumber );
+    return *integer;
+}
+
+/// The low bits of the 64-bit reading, for all but the widest type.
+template<class T>
+T ReadSigned( const XString& inText )
+{
+    return static_cast<T>( ReadInteger( inText, 10 ).ToSigned() );
+}
+
+template<class T>
+T ReadUnsigned( const XString& inText, unsigned inBase = 10 )
+{
+    return static_cast<T>( ReadInteger( inText, inBase ).ToUnsigned() );
+}
+} // namespace
+
+XString::XString( double inValue, XFloatStringFormat inFormat, std::int32_t digits ) : XString()
+{
+    if ( std::isnan( inValue ) )
+        *this = "NaN";
+    else if ( std::isinf( inValue ) )
+        *this = inValue > 0 ? "INF" : "-INF";
+    else
+    {
+        const double value = inValue == 0 ? 0 : inValue; // makes a zero positive
+        XFloatText text = FormatFinite( value, inFormat, digits );
+        text.SetDecimalPoint( WLocale::GetDecimalPoint() );
+        *this = text.GetText();
+    }
+}
+
+XString& XString::operator+=( double inValue )
+{
+    return *this += XString( inValue );
+}
+
+void XString::AppendSigned( std::int64_t inValue, XIntStringFormat inFormat, std::int32_t digits )
+{
+    const XIntegerText text( inValue );
+    if ( inFormat == kIntPlain )
+    {
+        *this += text.GetText();
+        return;
+    }
+    XAssert( digits > 0 );
+    AppendPadded( *this, text, digits );
+}
+
+void XString::AppendUnsigned( std::uint64_t inValue, XIntStringFormat inFormat, std::int32_t digits )
+{
+    const XIntegerText text( inValue );
+    if ( inFormat == kIntPlain )
+    {
+        *this += text.GetText();
+        return;
+    }
+    XAssert( digits > 0 );
+    AppendPadded( *this, text, digits );
+}
+
+void XString::SetHexString(
+    std::uint64_t inValue, std::int32_t digits, bool inPadWithZeros, bool inUpperCase )
+{
+    *this = kEmptyString;
+    AppendPadded( *this, XIntegerText( inValue, 16 ), inPadWithZeros ? digits : 0 );
+    if ( inUpperCase )
+        Upper();
+}
+
+XString XString::MakeBytesString( std::int64_t inBytes )
+{
+    constexpr std::int64_t kKilobyte = 1024;
+    struct XUnit
+    {
+        std::int64_t bytes;
+        const char* name;
+    };
+    static constexpr XUnit kUnits[] = {
+        { kKilobyte << 30, " TB" },
+        { kKilobyte << 20, " GB" },
+        { kKilobyte << 10, " MB" },
+        { kKilobyte, " K" } };
+    for ( const XUnit& unit : kUnits )
+        if ( inBytes >= unit.bytes )
+            return XString(
+                       static_cast<double>( inBytes ) / static_cast<double>( unit.bytes ), kFloatFixed, 1 ) +
+                unit.name;
+    return XString( inBytes ) + " bytes";
+}
+
+std::int8_t XString::GetSInt8() const
+{
+    return static_cast<std::int8_t>( *GetConstCharPtr() );
+}
+
+std::uint8_t XString::GetUInt8() const
+{
+    return *GetConstUCharPtr();
+}
+
+std::int16_t XString::GetSInt16() const
+{
+    return ReadSigned<std::int16_t>( *this );
+}
+
+std::uint16_t XString::GetUInt16() const
+{
+    return ReadUnsigned<std::uint16_t>( *this );
+}
+
+std::int32_t XString::GetSInt32() const
+{
+    return ReadSigned<std::int32_t>( *this );
+}
+
+std::uint32_t XString::GetUInt32() const
+{
+    return ReadUnsigned<std::uint32_t>( *this );
+}
+
+std::int64_t XString::GetSInt64() const
+{
+    return ReadSigned<std::int64_t>( *this );
+}
+
+std::uint64_t XString::GetUInt64() const
+{
+    return ReadUnsigned<std::uint64_t>( *this );
+}
+
+double XString::GetSFloat64() const
+{
+    if ( IsEmpty() )
+        return 0;
+    const auto value = XNumberReader::ReadFloat( GetStringView(), WLocale::GetDecimalPoint() );
+    if ( !value )
+        XThrow( kNotANumber );
+    return *value;
+}
+
+std::uint8_t XString::GetUInt8FromHex() const
+{
+    return ReadUnsigned<std::uint8_t>( *this, 16 );
+}
+
+std::uint16_t XString::GetUInt16FromHex() const
+{
+    return ReadUnsigned<std::uint16_t>( *this, 16 );
+}
+
+std::uint32_t XString::GetUInt32FromHex() const
+{
+    return ReadUnsigned<std::uint32_t>( *this, 16 );
+}
+
+std::uint64_t XString::GetUInt64FromHex() const
+{
+    return ReadUnsigned<std::uint64_t>( *this, 16 );
+}
