@@ -3,9 +3,9 @@
 
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <mutex>
 #include <sstream>
+#include <unordered_map>
 
 #include <backward.hpp>
 #include <sys/syscall.h>
@@ -87,37 +87,37 @@ void DescribeSource( const backward::ResolvedTrace::SourceLoc& inSource, std::os
         outText << " at " << inSource.filename << ":" << inSource.line;
 }
 
-void DescribeFrame( const backward::ResolvedTrace& inFrame, std::ostream& outText )
+std::string DescribeFrame( const backward::ResolvedTrace& inFrame )
 {
+    std::ostringstream text;
     for ( const auto& inliner : inFrame.inliners )
     {
-        outText << "  inlined            ";
-        DescribeSource( inliner, outText );
-        outText << "\n";
+        text << "  inlined          ";
+        DescribeSource( inliner, text );
+        text << "\n";
     }
     char address[32];
     std::snprintf( address, sizeof( address ), "  %016zx ", reinterpret_cast<std::size_t>( inFrame.addr ) );
-    outText << address;
-    const bool hasSource = !inFrame.source.function.empty();
-    if ( hasSource )
-        DescribeSource( inFrame.source, outText );
+    text << address;
+    if ( !inFrame.source.function.empty() )
+        DescribeSource( inFrame.source, text );
     else
-        outText << ( inFrame.object_function.empty() ? "?" : inFrame.object_function );
-    outText << " in " << inFrame.object_filename << "\n";
+        text << ( inFrame.object_function.empty() ? "?" : inFrame.object_function );
+    text << " in " << inFrame.object_filename << "\n";
+    return text.str();
 }
 
-/// Reading debug information is slow, so what has been read is kept for the next dump.
+/// Reading debug information is slow, so what has been found out is kept for the next dump.
 class Symbols
 {
 public:
     void Describe( backward::StackTrace& inTrace, std::ostream& outText )
     {
         const std::lock_guard lock( itsMutex );
-        if ( !itsResolver )
-            itsResolver = std::make_unique<backward::TraceResolver>();
-        itsResolver->load_stacktrace( inTrace );
+        itsResolver.load_stacktrace( inTrace );
         for ( std::size_t i = 0; i < inTrace.size(); ++i )
-            DescribeFrame( itsResolver->resolve( inTrace[i] ), outText );
+            if ( inTrace[i].addr != kEndOfStack )
+                outText << GetFrame( inTrace[i] );
     }
 
     static Symbols& Get()
@@ -127,8 +127,22 @@ public:
     }
 
 private:
+    static inline void* const kEndOfStack = reinterpret_cast<void*>( ~std::size_t( 0 ) );
+    static constexpr std::size_t kMostFramesKept = 4096;
+
     std::mutex itsMutex;
-    std::unique_ptr<backward::TraceResolver> itsResolver; // guarded by itsMutex
+    backward::TraceResolver itsResolver;                  // guarded by itsMutex
+    std::unordered_map<void*, std::string> itsFramesKept; // guarded by itsMutex
+
+    const std::string& GetFrame( const backward::Trace& inTrace )
+    {
+        if ( itsFramesKept.size() >= kMostFramesKept )
+            itsFramesKept.clear();
+        const auto [found, isNew] = itsFramesKept.try_emplace( inTrace.addr );
+        if ( isNew )
+            found->second = DescribeFrame( itsResolver.resolve( inTrace ) );
+        return found->second;
+    }
 };
 
 std::string Describe( backward::StackTrace& inTrace, const ucontext_t& inContext )
