@@ -16,6 +16,7 @@ namespace
 void PrintReport( std::string_view inText )
 {
     std::fprintf( stderr, "REPORT %.*s", static_cast<int>( inText.size() ), inText.data() );
+    std::fflush( stderr );
 }
 
 void CrashWithReport()

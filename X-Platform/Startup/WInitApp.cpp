@@ -20,6 +20,7 @@ std::atomic<bool> sIsInitialised = false;
 void ReportCrash( std::string_view inText )
 {
     std::fwrite( inText.data(), 1, inText.size(), stderr );
+    std::fflush( stderr );
     if ( const auto addToEventLog = XInternalErrorHandlers::Get().AddToEventLog )
         addToEventLog( XString( std::string( inText ) ) );
 }
