@@ -268,6 +268,7 @@ protected:
     void FlushQuietly() noexcept;
 
 private:
+    static constexpr USize64 kCachedStep = 32 * 1024;
     static constexpr USize64 kSwapBlock = 64 * 1024; // temporary space of swapped writes
 
     static constexpr USize64 kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
@@ -425,13 +426,17 @@ void XStream::ReadCounted( XVector<T>& outVector, USize64 inCount )
 {
     static_assert( XStreamDetail::kIsValue<T> );
     CheckRemaining( inCount, sizeof( T ) );
-    const USize64 step = GetRemaining() >= 0 ? inCount : kReadStep / sizeof( T );
-    outVector.clear();
-    for ( USize64 done = 0; done < inCount; )
+    const bool isThere = itsBoundedReads && GetRemaining() >= 0;
+    if ( isThere )
+        outVector.reserve( inCount );
+    // Steps that stay in the cache make the zeros of resize cheap.
+    const USize64 step = ( isThere ? kCachedStep : kReadStep ) / sizeof( T );
+    outVector.resize( std::min<USize64>( outVector.size(), inCount ) );
+    ReadElements( outVector.data(), outVector.size(), sizeof( T ) );
+    while ( outVector.size() < inCount )
     {
-        const USize64 count = std::min( step, inCount - done );
-        outVector.resize( done + count );
-        ReadElements( outVector.data() + done, count, sizeof( T ) );
-        done += count;
+        const USize64 done = outVector.size();
+        outVector.resize( std::min( done + step, inCount ) );
+        ReadElements( outVector.data() + done, outVector.size() - done, sizeof( T ) );
     }
 }
