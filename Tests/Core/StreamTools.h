@@ -2,7 +2,7 @@
 
 #include "Core/XException.h"
 #include "Core/XMemStream.h"
-#include "Core/XString.h"
+#include "TestErrors.h"
 
 #include <cstdio>
 #include <string>
@@ -10,7 +10,7 @@
 
 /// The number of the exception that a call throws, or 0.
 template<class TCall>
-std::uint32_t ErrorOf( const TCall& inCall )
+std::uint32_t ErrorOrZero( const TCall& inCall )
 {
     try
     {

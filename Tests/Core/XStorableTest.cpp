@@ -103,12 +103,10 @@ protected:
         return BytesOf( stream );
     }
 
-    /// Reads one object with the header that `inHeader` gives in hexadecimal before it.
-    static std::unique_ptr<XStorable> Read( const XBytes& inBytes, XMemStream* outStream = nullptr )
+    static std::unique_ptr<XStorable> Read( const XBytes& inBytes )
     {
         XMemStream stream( inBytes.data(), inBytes.size() );
-        XMemStream& used = outStream ? *outStream : stream;
-        return std::unique_ptr<XStorable>( used.ReadObject() );
+        return std::unique_ptr<XStorable>( stream.ReadObject() );
     }
 };
 } // namespace
@@ -181,7 +179,7 @@ TEST_F( XStorableTest, MeetsEveryFlippedBitWithADocumentedNumber )
     {
         XBytes damaged = bytes;
         damaged[bit / 8] = static_cast<std::uint8_t>( damaged[bit / 8] ^ ( 1u << ( bit % 8 ) ) );
-        errors.insert( ErrorOf( [&] { Read( damaged ); } ) );
+        errors.insert( ErrorOrZero( [&] { Read( damaged ); } ) );
         EXPECT_EQ( XShape::sObjects, 0 ) << bit;
     }
     EXPECT_EQ( errors, ( std::set<std::uint32_t>{ 0, 1003, 1005, 1015, 1260 } ) );
@@ -194,7 +192,7 @@ TEST_F( XStorableTest, RefusesOtherClassesAndNewerRevisions )
     EXPECT_EQ( ErrorOf( [] { Read( FromHex( "61ea0200 61ea0100 00000000" ) ); } ), 1015u );
     EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ffff0000 00000000" ) ); } ), 1003u );
     EXPECT_EQ( ErrorOf( [] { Read( FromHex( "00000100 00000000" ) ); } ), 1003u );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "61ea0000 61ea0000 00000000" ) ); } ), 0u ); // older
+    Read( FromHex( "61ea0000 61ea0000 00000000" ) ); // older
 }
 
 TEST_F( XStorableTest, EndsHostileNestingWithAnError )
