@@ -1,0 +1,79 @@
+#include "Core/XStrategyCarrier.h"
+
+#include "Core/XIsStrategyIDEqual.h"
+#include "Core/XIsStrategyNameEqual.h"
+#include "Core/XIsStrategyTypeEqual.h"
+#include "TestErrors.h"
+
+namespace
+{
+
+class XNamedStrategy : public XStrategyAbstract
+{
+public:
+    XNamedStrategy( std::uint32_t inID, const char* inName ) : itsID( inID ), itsName( inName ) {}
+    std::uint32_t GetStrategyID() const override { return itsID; }
+    XString GetStrategyName() const override { return itsName; }
+
+private:
+    std::uint32_t itsID;
+    XString itsName;
+};
+
+class XSpecialStrategy : public XNamedStrategy
+{
+public:
+    using XNamedStrategy::XNamedStrategy;
+};
+
+} // namespace
+
+class XStrategyCarrierTest : public testing::Test
+{
+protected:
+    XStrategyCarrierTest()
+    {
+        itsCarrier.AddStrategy( itsSpecial );
+        itsCarrier.AddStrategy( itsFirst );
+        itsCarrier.AddStrategy( itsSecond );
+    }
+
+    XRefPtr<XSpecialStrategy> itsSpecial = XMakeRef<XSpecialStrategy>( 7, "mean" );
+    XRefPtr<XNamedStrategy> itsFirst = XMakeRef<XNamedStrategy>( 8, "median" );
+    XRefPtr<XNamedStrategy> itsSecond = XMakeRef<XNamedStrategy>( 8, "Mean" );
+    XStrategyCarrier itsCarrier;
+};
+
+TEST_F( XStrategyCarrierTest, FindsByTypeNumberAndName )
+{
+    EXPECT_TRUE( itsCarrier.FindStrategy<XSpecialStrategy>() == itsSpecial );
+    EXPECT_TRUE( itsCarrier.FindStrategy<XNamedStrategy>() == itsFirst )
+        << "the very class, not a derived one";
+    EXPECT_TRUE( itsCarrier.FindStrategyByID( 7 ) == itsSpecial );
+    EXPECT_TRUE( itsCarrier.FindStrategyByID( 8 ) == itsFirst ) << "the first that was added";
+    EXPECT_TRUE( itsCarrier.FindStrategyByName( "Mean" ) == itsSecond );
+    EXPECT_TRUE( itsCarrier.FindStrategyByType( typeid( XStrategyAbstract ) ) == nullptr );
+    EXPECT_TRUE( itsCarrier.FindStrategyByID( 9 ) == nullptr );
+    EXPECT_TRUE( itsCarrier.FindStrategyByName( "" ) == nullptr );
+}
+
+TEST_F( XStrategyCarrierTest, SharesAndRemovesStrategies )
+{
+    XStrategyCarrier copy = itsCarrier;
+    EXPECT_EQ( itsFirst->GetReferenceCount(), 3u );
+    EXPECT_TRUE( itsCarrier.RemoveStrategy( *itsFirst ) );
+    EXPECT_FALSE( itsCarrier.RemoveStrategy( *itsFirst ) );
+    EXPECT_TRUE( itsCarrier.FindStrategyByID( 8 ) == itsSecond );
+    EXPECT_TRUE( copy.FindStrategyByID( 8 ) == itsFirst );
+    copy.RemoveAllStrategies();
+    EXPECT_EQ( itsFirst->GetReferenceCount(), 1u );
+    EXPECT_EQ( ErrorOf( [&] { copy.AddStrategy( nullptr ); } ), 1006u );
+}
+
+TEST_F( XStrategyCarrierTest, PredicatesSkipNullPointers )
+{
+    const XRefPtr<XStrategyAbstract> none;
+    EXPECT_FALSE( XIsStrategyTypeEqual( typeid( XNamedStrategy ) )( none ) );
+    EXPECT_FALSE( XIsStrategyIDEqual( 7 )( none ) );
+    EXPECT_FALSE( XIsStrategyNameEqual( "mean" )( none ) );
+}

@@ -1,0 +1,36 @@
+#include "Core/XTimer.h"
+
+#include <gtest/gtest.h>
+
+TEST( XTimer, NeverExpiresWithoutALimit )
+{
+    XTimer timer;
+    EXPECT_FALSE( timer.HasExpired() );
+    EXPECT_FALSE( timer.RestartIfExpired() );
+    EXPECT_EQ( timer.GetRemainingMS(), kNoTimeout );
+}
+
+TEST( XTimer, ExpiresAtOnceWithALimitOfNothing )
+{
+    XTimer timer( 0 );
+    EXPECT_TRUE( timer.HasExpired() );
+    EXPECT_TRUE( timer.RestartIfExpired() );
+    EXPECT_EQ( timer.GetRemainingMS(), 0u );
+}
+
+TEST( XTimer, CountsDownToItsLimit )
+{
+    XTimer timer( 20 );
+    std::uint32_t last = 20;
+    while ( const std::uint32_t left = timer.GetRemainingMS() )
+    {
+        ASSERT_LE( left, last );
+        last = left;
+    }
+    EXPECT_GE( timer.GetElapsedUS(), 20000 );
+    EXPECT_GE( timer.GetElapsedMS(), 20 );
+    EXPECT_TRUE( timer.HasExpired() );
+    timer.SetLimitMS( kNoTimeout - 1 );
+    EXPECT_FALSE( timer.HasExpired() );
+    EXPECT_LT( timer.GetRemainingMS(), kNoTimeout ) << "a limit never reads as none";
+}
