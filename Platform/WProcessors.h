@@ -7,7 +7,7 @@
 class KORVALE_API WProcessors
 {
 public:
-    /// Logical processors; at least 1. Asked of the system once.
+    /// Logical processors that this process may run on; at least 1. Asked of the system once.
     static std::uint32_t GetCount();
 
     /// For each physical core the indexes of its logical processors, in ascending order.
@@ -20,4 +20,16 @@ public:
     /// CPU time of the process, and of the calling thread, in microseconds.
     static void GetProcessCPUTime( std::int64_t& outKernel, std::int64_t& outUser );
     static void GetThreadCPUTime( std::int64_t& outKernel, std::int64_t& outUser );
+
+private:
+    /// How long a processor has run, in the system's unit.
+    struct Times
+    {
+        std::uint64_t busy = 0;
+        std::uint64_t total = 0;
+    };
+
+    static std::uint32_t CountProcessors();
+    static XVector<XVector<std::uint32_t>> FindCores();
+    static XVector<Times> ReadTimes();
 };

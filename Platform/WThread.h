@@ -58,7 +58,7 @@ private:
     friend class WThreadManager;
     struct Handle; // the system's
 
-    void Run();
+    std::int32_t Run();
     void StartSystemThread();
     void WaitForSystemThread();
 

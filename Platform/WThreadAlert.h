@@ -32,7 +32,7 @@ private:
     /// Lets `Alert` end the wait on `inNode`. Returns false, and takes the ring, when the bell has rung
     /// already.
     bool BeginWait( WParkingNode& inNode );
-    void EndWait();
+    void EndWait( bool inHasHeard );
 
     std::mutex itsMutex;
     bool itsHasRung = false;              // guarded by itsMutex

@@ -3,7 +3,6 @@
 #include "WCrashDump.h"
 
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <string>
 
@@ -16,7 +15,6 @@ std::atomic<WCrashHandler::Report> sReport = nullptr;
 std::atomic_flag sIsReporting;
 std::atomic<bool> sIsInstalled = false;
 LPTOP_LEVEL_EXCEPTION_FILTER sPreviousFilter = nullptr;
-void ( *sPreviousAbortHandler )( int ) = SIG_DFL;
 
 std::string DescribeException( const EXCEPTION_RECORD& inRecord )
 {
@@ -37,31 +35,18 @@ LONG WINAPI OnUnhandledException( EXCEPTION_POINTERS* inException )
     return sPreviousFilter ? sPreviousFilter( inException ) : EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// The C library has put the default action back before the call.
-void OnAbort( int )
-{
-    const auto report = sReport.load();
-    if ( report && !sIsReporting.test_and_set() )
-        report( "fatal abort of the program\r\n" + WCrashDump::MakeForCurrentThread() );
-}
-
 } // namespace
 
 void WCrashHandler::Install( Report inReport )
 {
     sReport = inReport;
-    if ( sIsInstalled.exchange( true ) )
-        return;
-    sPreviousFilter = ::SetUnhandledExceptionFilter( OnUnhandledException );
-    sPreviousAbortHandler = std::signal( SIGABRT, OnAbort );
+    if ( !sIsInstalled.exchange( true ) )
+        sPreviousFilter = ::SetUnhandledExceptionFilter( OnUnhandledException );
 }
 
 void WCrashHandler::Remove()
 {
     if ( sIsInstalled.exchange( false ) )
-    {
         ::SetUnhandledExceptionFilter( sPreviousFilter );
-        std::signal( SIGABRT, sPreviousAbortHandler );
-    }
     sReport = nullptr;
 }

@@ -1,0 +1,117 @@
+#include "WThread.h"
+
+#include "Core/XFail.h"
+
+#include <cerrno>
+#include <fstream>
+#include <pthread.h>
+#include <sched.h>
+#include <sstream>
+#include <string>
+#include <sys/resource.h>
+#include <unistd.h>
+
+struct WThread::Handle
+{
+    pthread_t thread;
+};
+
+namespace
+{
+
+/// Nice values for the relative priorities of the library.
+int ToNiceValue( std::int32_t inRelativePriority )
+{
+    if ( inRelativePriority <= -15 )
+        return 19;
+    if ( inRelativePriority >= 15 )
+        return -20;
+    return inRelativePriority * -5;
+}
+
+void ThrowIfFailed( int inError )
+{
+    if ( inError == 0 )
+        return;
+    errno = inError;
+    XThrowLastSystemError();
+}
+
+} // namespace
+
+WThread::WThread( WThreadBody& inBody ) : itsBody( inBody ) {}
+
+WThread::~WThread()
+{
+    if ( GetThreadID() != 0 )
+        Ended();
+    WaitForSystemThread();
+}
+
+void WThread::StartSystemThread()
+{
+    auto handle = std::make_unique<Handle>();
+    const auto run = []( void* inThread ) -> void*
+    { return reinterpret_cast<void*>( std::intptr_t( static_cast<WThread*>( inThread )->Run() ) ); };
+    ThrowIfFailed( pthread_create( &handle->thread, nullptr, run, this ) );
+    itsHandle = std::move( handle );
+}
+
+void WThread::WaitForSystemThread()
+{
+    if ( !itsHandle )
+        return;
+    if ( pthread_equal( itsHandle->thread, pthread_self() ) )
+        pthread_detach( itsHandle->thread );
+    else
+        pthread_join( itsHandle->thread, nullptr );
+    itsHandle.reset();
+}
+
+void WThread::SetPriority( std::int32_t inRelativePriority )
+{
+    const std::lock_guard lock( itsMutex ); // the ID stays this thread's meanwhile
+    if ( itsThreadID != 0 &&
+         setpriority( PRIO_PROCESS, itsThreadID, ToNiceValue( inRelativePriority ) ) != 0 )
+        XThrowLastSystemError();
+}
+
+void WThread::SetAffinity( std::uint64_t inMask )
+{
+    cpu_set_t processors;
+    CPU_ZERO( &processors );
+    for ( std::size_t processor = 0; processor < 64; ++processor )
+    {
+        if ( inMask >> processor & 1 )
+            CPU_SET( processor, &processors );
+    }
+    const std::lock_guard lock( itsMutex );
+    if ( itsThreadID != 0 &&
+         sched_setaffinity( static_cast<pid_t>( itsThreadID ), sizeof( processors ), &processors ) != 0 )
+        XThrowLastSystemError();
+}
+
+void WThread::GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const
+{
+    outKernel = outUser = 0;
+    std::ifstream file( "/proc/self/task/" + std::to_string( GetThreadID() ) + "/stat" );
+    std::string line;
+    if ( !std::getline( file, line ) )
+        return;
+    // The name in parentheses may hold anything; the times are the 12th and 13th field after it.
+    std::istringstream fields( line.substr( line.rfind( ')' ) + 1 ) );
+    std::string skipped;
+    for ( int field = 0; field < 11; ++field )
+        fields >> skipped;
+    std::int64_t userTicks = 0;
+    std::int64_t kernelTicks = 0;
+    fields >> userTicks >> kernelTicks;
+    const std::int64_t microsecondsPerTick = 1'000'000 / sysconf( _SC_CLK_TCK );
+    outUser = userTicks * microsecondsPerTick;
+    outKernel = kernelTicks * microsecondsPerTick;
+}
+
+void WThread::Yield()
+{
+    sched_yield();
+}

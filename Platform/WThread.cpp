@@ -1,0 +1,54 @@
+#include "WThread.h"
+
+#include "WParkingNode.h"
+#include "WThreadManager.h"
+
+void WThread::Adopt()
+{
+    {
+        const std::lock_guard lock( itsMutex );
+        itsThreadID = WThreadID::GetCurrent();
+    }
+    WThreadAlert::SetCurrent( &itsAlert );
+    WThreadManager::ThreadStarted( *this );
+}
+
+void WThread::Start()
+{
+    WaitForSystemThread();
+    itsAlert.Reset();
+    StartSystemThread();
+}
+
+std::int32_t WThread::Run()
+{
+    Adopt();
+    try
+    {
+        itsBody.RunThread();
+    }
+    catch ( ... ) // the body has taken note of it
+    {
+    }
+    return itsBody.FinishThread();
+}
+
+void WThread::Ended()
+{
+    WThreadManager::ThreadEnded( *this );
+    WThreadAlert::SetCurrent( nullptr );
+    const std::lock_guard lock( itsMutex );
+    itsThreadID = 0;
+}
+
+std::uint32_t WThread::GetThreadID() const
+{
+    const std::lock_guard lock( itsMutex );
+    return itsThreadID;
+}
+
+WWaitResult WThread::Sleep( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    WParkingNode node; // that nobody will release
+    return node.Wait( WDeadline( inTimeoutMs ), inAlertable );
+}
