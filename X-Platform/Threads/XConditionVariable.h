@@ -2,8 +2,6 @@
 
 #include "Threads/XMutex.h"
 
-class WParkingNode;
-
 /// Threads wait here, without a mutex they hold, until another thread signals a change of what the mutex
 /// guards. A signal wakes threads that waited when it was given, longest first: who begins to wait later
 /// cannot take it. Wakes without a signal do not happen, but what was signalled may have changed again before
@@ -37,15 +35,17 @@ public:
         XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
 
     /// Wakes up to `inCount` waiters.
-    void Signal( std::uint32_t inCount = 1 );
+    void Signal( std::uint32_t inCount = 1 ) { Unblock( false, inCount ); }
 
     /// Wakes all waiters.
     void Broadcast() { Unblock( true, 0 ); }
 
 private:
-    void Enqueue( WParkingNode& inNode );
-    bool SleepInQueue( WParkingNode& inNode, const WDeadline& inDeadline, bool inAlertable );
-    bool Leave( WParkingNode& inNode );
+    struct XWaiter;
+
+    void Enqueue( XWaiter& inWaiter );
+    bool SleepInQueue( XWaiter& inWaiter, const WDeadline& inDeadline, bool inAlertable );
+    bool Leave( XWaiter& inWaiter );
     void Unblock( bool inAll, std::uint32_t inCount );
 
     std::atomic<std::uint32_t> itsWaiterCount = 0; // changed under the parking queue of this object

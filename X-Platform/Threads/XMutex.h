@@ -67,7 +67,13 @@ public:
     void DontLockBefore( const XMutex& inOther );
 
 private:
-    friend class XLockOrder;
+    struct XSleeper;
+    enum XParkResult : std::uint32_t
+    {
+        kParkedAndOwner,
+        kParkedAndFree,
+        kParkedTooLong
+    };
 
     // itsState is 0 while the mutex is free and nobody sleeps; otherwise the owner's ID, if there is one, and
     // these bits.
@@ -79,15 +85,17 @@ private:
     std::uint32_t GetOwner() const { return itsState.load( std::memory_order_relaxed ) & kOwnerMask; }
     bool TryLockFast( std::uint32_t inThreadID );
     bool TryClaim( std::uint32_t inThreadID );
+    bool LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable );
     bool SpinForLock( std::uint32_t inThreadID );
     bool SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline, bool inAlertable );
-    bool LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable );
+    XParkResult Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff );
+    bool Enqueue( XSleeper& inSleeper );
+    bool Leave( XSleeper& inSleeper );
     void UnlockSlowly();
-    void CheckOrder() const;
 
     std::atomic<std::uint32_t> itsState = 0;
     std::uint32_t itsRecursionCount = 0; // beyond the first lock; the owner's
-    std::uint32_t itsSpinCount;
+    const std::uint32_t itsSpinCount;
 };
 
 inline bool XMutex::TryLockFast( std::uint32_t inThreadID )

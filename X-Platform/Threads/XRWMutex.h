@@ -2,7 +2,6 @@
 
 #include "Threads/XConditionVariable.h"
 
-#include <deque>
 #include <utility>
 
 /// What an XRWMutex is locked for.
@@ -63,30 +62,33 @@ private:
         XConditionVariable mayProceed;
     };
 
-    void LockForRead( std::uint32_t inTimeoutMs, bool inAlertable );
-    void LockForWrite( XRWLockMode inMode, std::uint32_t inTimeoutMs, bool inAlertable );
+    void LockForRead( const WDeadline& inDeadline, bool inAlertable );
+    void LockForWrite( XRWLockMode inMode, const WDeadline& inDeadline, bool inAlertable );
     void
     WaitForWrite( std::uint32_t inThreadID, bool inIsReader, const WDeadline& inDeadline, bool inAlertable );
     void WaitForReadersToFinish( const WDeadline& inDeadline, bool inAlertable );
     void UnlockRead();
     void UnlockWrite( XRWLockMode inMode );
-    bool MayNewReaderEnter() const;
-    bool AreOtherReadersActive( std::uint32_t inThreadID ) const;
+    void ForgetPendingWrite( XPendingWrite& inWrite );
+
+    bool MayReaderEnter() const;
+    bool MayWrite( const XPendingWrite& inWrite ) const;
+    bool AreOthersReading( std::uint32_t inThreadID ) const;
+    bool IsActiveWriter( std::uint32_t inThreadID ) const;
     void WakeThreads();
 
     XThreadMap::iterator FindThread( std::uint32_t inThreadID );
     XThreadLocks& GetThread( std::uint32_t inThreadID );
-    void ForgetThread( XThreadMap::iterator inThread );
+    void ForgetThreadWithoutLocks( XThreadMap::iterator inThread );
 
     mutable XMutex itsMutex; // guards everything below
     XConditionVariable itsReadersMayProceed;
-    XConditionVariable itsReadersFinished;
-    std::deque<XPendingWrite*> itsPendingWrites;
+    XConditionVariable itsReadersHaveFinished;
+    XVector<XPendingWrite*> itsPendingWrites; // the one whose turn is next first
     XThreadMap threadMap;
-    std::uint32_t itsActiveReads = 0;      // threads that hold read locks
-    bool isActiveWriter = false;           // a writer holds the lock
-    bool itsWriterWaitsForReaders = false; // the active writer goes from shared to exclusive
+    std::uint32_t itsActiveReads = 0; // threads that hold read locks
+    bool isActiveWriter = false;
     std::uint32_t writerThreadID = 0;
     std::uint32_t itsExclusiveWrites = 0; // the active writer's locks of mode kRWLockForWrite
-    std::uint32_t upgradingThreadID = 0;  // a reader that waits to write
+    std::uint32_t upgradingThreadID = 0;  // holds a lock already and waits for the other readers to leave
 };

@@ -32,7 +32,7 @@ public:
     static void IncrementData( XDataKey inKey );
     static void DecrementData( XDataKey inKey );
 
-    /// An internal error, "slots[inKey] != 0", when there is nothing left to count down.
+    /// An internal error, "data != 0", when there is nothing left to count down.
     static void AssertNotZeroAndDecrementData( XDataKey inKey );
 
     /// Says how the values of a key are disposed of. Set once, by the key's user, before threads have such

@@ -55,7 +55,7 @@ public:
     XThread( const XThread& ) = delete;
     XThread& operator=( const XThread& ) = delete;
 
-    /// Called for the thread's slot clean-ups, then releases whoever waits on the object.
+    /// Stops the thread if it still runs, cleans up its slots, and releases whoever waits on the object.
     virtual ~XThread();
 
 protected:
@@ -223,32 +223,45 @@ private:
         XMutex mutex;
         XConditionVariable stateChanged;
         XConditionVariable resumed;
+        std::atomic<XThreadState> requested =
+            kThreadNotRunning; // the checkpoint looks at it without the mutex
         XThreadState current = kThreadNotRunning;
-        std::atomic<XThreadState> requested = kThreadNotRunning; // read without the mutex by the checkpoint
         std::uint32_t stopCode = 0;
+        std::uint32_t endedRuns =
+            0; // tells waiters that the run they wait for is over, even if another has begun
         bool isStarted = false;
         bool isFinishing = false;
+
+        void SetCurrent( XThreadState inState );
+        void SetNotRunning();
     };
     using XStatesPtr = std::shared_ptr<XStates>;
 
     void RunThread() override;
     std::int32_t FinishThread() noexcept override;
 
-    void EnterBody();
-    void BodyEnded( std::int32_t inReturnCode );
-    void AcquireCurrentThread();
     void PrepareStart();
+    void EnterBody();
     void ApplyPlacement();
-    bool TestCancelOnce();
+    void BodyEnded( std::int32_t inReturnCode );
+    void MakeCurrent();
+    void LeaveCurrent() noexcept;
+
+    bool ObeyRequest();
+    XThreadState GetDueRequest() const;
     void SuspendHere();
     [[noreturn]] void StopHere();
-    void SetCurrentState( XThreadState inState );
-    template<class Done>
-    static bool SleepUntil( const XStatesPtr& inStates, Done inIsDone, std::uint32_t inTimeoutMs );
 
+    bool SleepUntilEndOf( std::uint32_t inRun, std::uint32_t inTimeoutMs );
+    std::uint32_t GetCurrentRun() const;
+
+    static void SetMainThread( XThread* inThread );
     static void RegisterThreadListener( XThreadListener& inListener );
     static void UnregisterThreadListener( XThreadListener& inListener );
 
+    XMutex itsStartMutex; // held while the thread is started, so that starts come one after another
+    const XStatesPtr
+        itsStates; // its mutex guards the members below, but for those that only the thread itself uses
     XString itsName;
     std::uint32_t itsThreadID = 0;
     std::int32_t itsReturnCode = 0;
@@ -256,10 +269,11 @@ private:
     USize itsAffinityMask;
     XThreadOptions itsOptions;
     const bool itsIsAcquired;
-    XStatesPtr itsStates;                     // its mutex guards the members above too
-    std::uint32_t itsPreventStopCount = 0;    // the thread's own
-    std::uint32_t itsPreventSuspendCount = 0; // the thread's own
-    std::uint32_t itsLastErrorNumber = 0;     // the thread's own
-    XTLSRegistry::XSlots itsTLS;              // the thread's own
     std::unique_ptr<XThreadImp> itsImp;
+    // The thread's own:
+    std::uint32_t itsPreventStopCount = 0;
+    std::uint32_t itsPreventSuspendCount = 0;
+    std::uint32_t itsLastErrorNumber = 0;
+    std::uint32_t* itsPreviousLastErrorSlot = nullptr;
+    XTLSRegistry::XSlots itsTLS;
 };

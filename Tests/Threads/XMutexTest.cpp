@@ -1,0 +1,186 @@
+#include "Threads/XMutex.h"
+#include "Threads/XConditionVariable.h"
+#include "Threads/XThreadLock.h"
+
+#include "TestErrors.h"
+#include "TestThread.h"
+#include "WEvent.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+/// Holds a mutex on a thread of its own.
+class Holder
+{
+public:
+    explicit Holder( XMutex& inMutex )
+        : itsThread(
+              [this, &inMutex]
+              {
+                  const XThreadLock lock( inMutex );
+                  itsHolds.Set();
+                  itsMayEnd.Wait();
+              } )
+    {
+        itsHolds.Wait();
+    }
+    ~Holder() { End(); }
+
+    void LetGo() { itsMayEnd.Set(); }
+
+    void End()
+    {
+        LetGo();
+        if ( itsThread.joinable() )
+            itsThread.join();
+    }
+
+private:
+    WEvent itsHolds;
+    WEvent itsMayEnd;
+    std::thread itsThread;
+};
+
+} // namespace
+
+TEST( XMutex, IsRecursive )
+{
+    XMutex mutex;
+    mutex.Lock();
+    mutex.Lock( 0 );
+    EXPECT_TRUE( mutex.TryLock() );
+    mutex.Unlock();
+    mutex.Unlock();
+    mutex.AssertIsLockedOnce();
+    RunTogether( [&] { EXPECT_FALSE( mutex.TryLock() ); } );
+    mutex.Unlock();
+    mutex.AssertIsNotLocked();
+    RunTogether(
+        [&]
+        {
+            EXPECT_TRUE( mutex.TryLock() );
+            mutex.Unlock();
+        } );
+}
+
+TEST( XMutex, TellsMisuse )
+{
+    XMutex mutex;
+    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock(); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.AssertIsLocked(); } ) );
+    const XThreadLock lock( mutex );
+    const XThreadLock again( mutex );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.AssertIsLockedOnce(); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.AssertIsNotLocked(); } ) );
+    RunTogether( [&] { EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock(); } ) ); } );
+}
+
+TEST( XMutex, WaitsAsLongAsItIsTold )
+{
+    XMutex mutex;
+    Holder holder( mutex );
+    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 0 ); } ) );
+    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.WaitForInputOrLock( 0 ); } ) );
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 30 ); } ) );
+    EXPECT_GE( std::chrono::steady_clock::now() - start, std::chrono::milliseconds( 30 ) );
+    holder.LetGo();
+    EXPECT_EQ( kWaitResultEvent, mutex.WaitForInputOrLock( kNoTimeout ) );
+    mutex.Unlock();
+}
+
+// Who times out must leave the mutex such that the others still get it.
+TEST( XMutex, KeepsOutAllButOneWhileSomeTimeOut )
+{
+    XMutex mutex( 1 ); // sleeps at once
+    int inside = 0;
+    int turns = 0;
+    const auto work = [&]
+    {
+        for ( int turn = 0; turn < 300; ++turn )
+        {
+            try
+            {
+                const XThreadLock lock( mutex, turn % 3 == 0 ? 1 : kPatience );
+                const XThreadLock nested( mutex );
+                EXPECT_EQ( 1, ++inside );
+                ++turns;
+                if ( turn % 50 == 0 )
+                    std::this_thread::sleep_for( std::chrono::milliseconds( 2 ) );
+                --inside;
+            }
+            catch ( const XException& exception )
+            {
+                EXPECT_EQ( 2701u, exception.GetErrorNumber() );
+            }
+        }
+    };
+    RunTogether( work, work, work, work );
+    EXPECT_GE( turns, 800 );
+    mutex.Lock( 0 );
+    mutex.Unlock();
+}
+
+// A thread that takes the mutex again right after letting go must not keep a sleeper out for ever.
+TEST( XMutex, SleeperGetsItsTurn )
+{
+    XMutex mutex;
+    std::atomic<bool> hasHadTurn = false;
+    RunTogether(
+        [&]
+        {
+            const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds( kPatience );
+            while ( !hasHadTurn && std::chrono::steady_clock::now() < limit )
+            {
+                const XThreadLock lock( mutex );
+                std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
+            }
+        },
+        [&]
+        {
+            const XThreadLock lock( mutex );
+            hasHadTurn = true;
+        } );
+    EXPECT_TRUE( hasHadTurn );
+}
+
+TEST( XMutex, MayBeDestroyedByTheNextOwner )
+{
+    for ( int turn = 0; turn < 200; ++turn )
+    {
+        auto mutex = std::make_unique<XMutex>( 1 );
+        mutex->Lock();
+        std::thread other(
+            [&]
+            {
+                mutex->Lock();
+                mutex->Unlock();
+                mutex.reset();
+            } );
+        mutex->Unlock();
+        other.join();
+    }
+}
+
+#if !defined( NDEBUG )
+TEST( XMutex, TellsABrokenLockOrder )
+{
+    XMutex first;
+    XMutex second;
+    XMutex third;
+    third.DontLockBefore( second );
+    second.DontLockBefore( first );
+    {
+        const XThreadLock lock( first );
+        const XThreadLock lock2( second );
+        const XThreadLock lock3( third );
+        const XThreadLock again( first ); // held already
+    }
+    const XThreadLock lock( third );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { second.Lock(); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { first.Lock(); } ) );
+    first.AssertIsNotLocked();
+}
+#endif

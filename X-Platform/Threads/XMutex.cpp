@@ -1,0 +1,205 @@
+#include "Threads/XMutex.h"
+
+#include "Threads/XCheckpoint.h"
+#include "Threads/XLockOrder.h"
+#include "WFutex.h"
+#include "WParkingQueue.h"
+#include "WProcessors.h"
+
+#include <algorithm>
+
+// Who changes itsState, and how:
+// - A free mutex is claimed by a compare-and-swap that adds the owner's ID and keeps the other bits.
+// - kSleepers is set by a thread that goes to sleep, while somebody owns the mutex. It is cleared under the parking
+//   queue only, by the owner that unlocks or by the last sleeper that leaves, so it is set whenever the queue of this
+//   mutex is not empty.
+// - The owner unlocks by a compare-and-swap from its ID to 0. Where that fails it decides under the parking queue: the
+//   mutex is freed, or handed to the first sleeper, and that sleeper is woken. After the mutex has been given up it is
+//   not touched any more.
+// A thread goes to sleep in one step under the parking queue with finding the mutex owned and kSleepers set, so that
+// the owner cannot miss it.
+
+namespace
+{
+
+constexpr std::uint32_t kLongestPause = 64;
+
+} // namespace
+
+struct XMutex::XSleeper : WParkingNode
+{
+    explicit XSleeper( bool inWantsHandOff ) : wantsHandOff( inWantsHandOff ) {}
+
+    const bool wantsHandOff; // came too late once
+    bool isOwner = false;    // set by the thread that hands the mutex over
+};
+
+XMutex::~XMutex()
+{
+    if ( itsState.load( std::memory_order_relaxed ) & kOrdered )
+        XLockOrder::Forget( *this );
+}
+
+XWaitResult XMutex::WaitForInputOrLock( std::uint32_t inTimeoutMs, bool inAnyInput, bool inAlertable )
+{
+    static_cast<void>( inAnyInput ); // input never arrives
+    Lock( inTimeoutMs, inAlertable );
+    return kWaitResultEvent;
+}
+
+void XMutex::AssertIsLocked() const
+{
+    XAssert( IsLockedByCurrentThread() );
+}
+
+void XMutex::AssertIsLockedOnce() const
+{
+    XAssert( IsLockedByCurrentThread() );
+    XAssert( itsRecursionCount == 0 );
+}
+
+void XMutex::AssertIsNotLocked() const
+{
+    XAssert( !IsLockedByCurrentThread() );
+}
+
+void XMutex::DontLockBefore( const XMutex& inOther )
+{
+#if !defined( NDEBUG )
+    XLockOrder::Declare( *this, inOther );
+    for ( XMutex* mutex : { this, const_cast<XMutex*>( &inOther ) } )
+    {
+        const WParkingQueue queue( mutex ); // whose holders store the state without looking
+        mutex->itsState.fetch_or( kOrdered, std::memory_order_relaxed );
+    }
+#else
+    static_cast<void>( inOther );
+#endif
+}
+
+bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    if ( GetOwner() == inThreadID )
+    {
+        ++itsRecursionCount;
+        return true;
+    }
+    if ( itsState.load( std::memory_order_relaxed ) & kOrdered )
+        XLockOrder::Check( *this );
+    if ( inTimeoutMs == 0 )
+        return TryClaim( inThreadID );
+    return SpinForLock( inThreadID ) || SleepForLock( inThreadID, WDeadline( inTimeoutMs ), inAlertable );
+}
+
+/// Takes the mutex if it is free.
+bool XMutex::TryClaim( std::uint32_t inThreadID )
+{
+    std::uint32_t state = itsState.load( std::memory_order_relaxed );
+    while ( ( state & kOwnerMask ) == 0 )
+    {
+        if ( itsState.compare_exchange_weak(
+                 state, state | inThreadID, std::memory_order_acquire, std::memory_order_relaxed ) )
+            return true;
+    }
+    return false;
+}
+
+/// Tries for up to the spin count, with pauses between that grow: the less the spinning threads look, the sooner the
+/// owner gets on. A pause counts as as many tries as it is long.
+bool XMutex::SpinForLock( std::uint32_t inThreadID )
+{
+    const std::uint32_t tries = WProcessors::GetCount() > 1 ? itsSpinCount : 1;
+    std::uint32_t pause = 1;
+    for ( std::uint32_t tried = 0; tried < tries; tried += pause )
+    {
+        if ( TryClaim( inThreadID ) )
+            return true;
+        for ( std::uint32_t turn = 0; turn < pause; ++turn )
+            WFutex::Pause();
+        pause = std::min( 2 * pause, kLongestPause );
+    }
+    return false;
+}
+
+/// Sleeps until the mutex is had or the deadline has passed; false for the latter.
+bool XMutex::SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline, bool inAlertable )
+{
+    for ( bool isLate = false;; isLate = true )
+    {
+        if ( inAlertable )
+            XRunCheckpoint();
+        switch ( Park( inDeadline, inAlertable, isLate ) )
+        {
+        case kParkedAndOwner:
+            return true;
+        case kParkedTooLong:
+            return TryClaim( inThreadID );
+        case kParkedAndFree:
+            if ( SpinForLock( inThreadID ) )
+                return true;
+        }
+    }
+}
+
+/// Sleeps unless the mutex is free. kParkedAndFree tells that it is worth trying again.
+XMutex::XParkResult XMutex::Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff )
+{
+    XSleeper sleeper( inWantsHandOff );
+    if ( !Enqueue( sleeper ) )
+        return kParkedAndFree;
+    const WWaitResult result = sleeper.Wait( inDeadline, inAlertable );
+    if ( result != kWaitSucceeded && Leave( sleeper ) )
+        return result == kWaitTimedOut ? kParkedTooLong : kParkedAndFree;
+    return sleeper.isOwner ? kParkedAndOwner : kParkedAndFree;
+}
+
+/// Queues the sleeper if the mutex is owned.
+bool XMutex::Enqueue( XSleeper& inSleeper )
+{
+    WParkingQueue queue( this );
+    std::uint32_t state = itsState.load( std::memory_order_relaxed );
+    do
+    {
+        if ( ( state & kOwnerMask ) == 0 )
+            return false;
+    } while ( !itsState.compare_exchange_weak( state, state | kSleepers, std::memory_order_relaxed ) );
+    queue.Append( inSleeper );
+    return true;
+}
+
+/// Takes the sleeper from the queue. False when it was woken in the meantime, or handed the mutex.
+bool XMutex::Leave( XSleeper& inSleeper )
+{
+    {
+        WParkingQueue queue( this );
+        if ( queue.Remove( inSleeper ) )
+        {
+            if ( queue.IsEmpty() )
+                itsState.fetch_and( ~kSleepers, std::memory_order_relaxed );
+            return true;
+        }
+    }
+    inSleeper.WaitForRelease();
+    return false;
+}
+
+void XMutex::UnlockSlowly()
+{
+    XAssert( IsLockedByCurrentThread() );
+    XSleeper* sleeper = nullptr;
+    {
+        WParkingQueue queue( this );
+        sleeper = static_cast<XSleeper*>( queue.TakeFirst() );
+        std::uint32_t state = itsState.load( std::memory_order_relaxed ) & kOrdered;
+        if ( !queue.IsEmpty() )
+            state |= kSleepers;
+        if ( sleeper && sleeper->wantsHandOff )
+        {
+            sleeper->isOwner = true;
+            state |= sleeper->GetThreadID();
+        }
+        itsState.store( state, std::memory_order_release );
+    }
+    if ( sleeper )
+        sleeper->Release();
+}

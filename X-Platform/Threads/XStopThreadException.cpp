@@ -1,0 +1,16 @@
+#include "Threads/XStopThreadException.h"
+
+XStopThreadException::XStopThreadException( std::uint32_t inStopCode )
+    : XException( kErrorNumber ), itsStopCode( inStopCode )
+{
+}
+
+XString XStopThreadException::GetErrorMessage() const
+{
+    return GetRawErrorMessage();
+}
+
+XString XStopThreadException::GetRawErrorMessage() const
+{
+    return XException::GetRawErrorMessage() + ", stop code " + XString( itsStopCode );
+}

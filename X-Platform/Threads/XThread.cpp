@@ -1,0 +1,711 @@
+#include "Threads/XThread.h"
+
+#include "Threads/XCheckpoint.h"
+#include "Threads/XThreadListener.h"
+#include "WDeadline.h"
+#include "WProcessors.h"
+#include "WThreadManager.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace
+{
+
+thread_local XThread* sCurrentThread = nullptr;
+std::atomic<XThread*> sMainThread = nullptr;
+std::atomic<std::uint32_t> sMainThreadID = 0;
+
+/// Guarded by XThread::sThreadListenerMutex; never destroyed, because threads may end as late as the process's statics.
+XVector<XThreadListener*>& sThreadListeners = *new XVector<XThreadListener*>;
+
+/// Counts for a scope.
+class Counted
+{
+public:
+    explicit Counted( std::uint32_t& ioCount ) : itsCount( ioCount ) { ++itsCount; }
+    Counted( const Counted& ) = delete;
+    Counted& operator=( const Counted& ) = delete;
+    ~Counted() { --itsCount; }
+
+private:
+    std::uint32_t& itsCount;
+};
+
+/// Calls a hook, which must not disturb its caller.
+template<class Hook>
+void CallSwallowing( Hook inHook ) noexcept
+{
+    try
+    {
+        inHook();
+    }
+    catch ( ... )
+    {
+    }
+}
+
+std::int32_t GetRelativePriority( XThreadPriority inPriority )
+{
+    static constexpr std::array<std::int32_t, 7> kRelativePriorities{ -15, -2, -1, 0, 1, 2, 15 };
+    if ( inPriority >= kRelativePriorities.size() )
+        XAssert( false );
+    return kRelativePriorities[inPriority];
+}
+
+} // namespace
+
+XMutex XThread::sThreadListenerMutex;
+
+void XRunCheckpoint()
+{
+    XThread::TestCancelCurrentThread();
+}
+
+// ---- Life
+
+XThread::XThread(
+    const XString& inName, XThreadPriority inPriority, XThreadOptions inOptions, bool inAcquire )
+    : itsStates( std::make_shared<XStates>() ), itsName( inName ), itsPriority( inPriority ),
+      itsAffinityMask( GetAffinityMaskForAllCPUs() ), itsOptions( inOptions ), itsIsAcquired( inAcquire ),
+      itsImp( new XThreadImp( *this ) )
+{
+    if ( !inAcquire )
+        return;
+    itsThreadID = GetCurrentThreadID();
+    itsStates->requested = kThreadRunning;
+    itsStates->current = kThreadRunning;
+    itsImp->Adopt();
+    MakeCurrent();
+}
+
+XThread::~XThread()
+{
+    if ( itsIsAcquired )
+        LeaveCurrent();
+    else if ( GetLastThreadState() != kThreadNotRunning )
+    {
+        const std::uint32_t run = GetCurrentRun();
+        CallSwallowing( [this] { AsyncStopThread( kRestartStopCode ); } );
+        const Counted preventStop(
+            sCurrentThread ? sCurrentThread->itsPreventStopCount : itsPreventStopCount );
+        SleepUntilEndOf( run, kNoTimeout );
+    }
+    XTLSRegistry::CleanUp( itsTLS );
+    itsImp.reset();
+    const XThreadLock lock( itsStates->mutex );
+    itsStates->SetNotRunning();
+}
+
+void XThread::AsyncStopThreadSelf( std::uint32_t inStopCode )
+{
+    static_cast<void>( inStopCode );
+}
+
+void XThread::StartThread()
+{
+    if ( GetCurrentThread() == this )
+        return AsyncStopThread( kRestartStopCode );
+    const XThreadLock startLock( itsStartMutex, kNoTimeout, true );
+    StopThread( kRestartStopCode );
+    PrepareStart();
+    itsImp->Start();
+    const XThreadLock lock( itsStates->mutex );
+    while ( !itsStates->isStarted )
+        itsStates->stateChanged.Wait( itsStates->mutex );
+}
+
+void XThread::PrepareStart()
+{
+    const XThreadLock lock( itsStates->mutex );
+    itsThreadID = 0;
+    itsReturnCode = 0;
+    itsStates->requested = kThreadRunning;
+    itsStates->stopCode = 0;
+    itsStates->isStarted = false;
+    itsStates->isFinishing = false;
+}
+
+/// The thread's body, on the new thread.
+void XThread::RunThread()
+{
+    EnterBody();
+    try
+    {
+        BodyEnded( RunThreadSelf() );
+    }
+    catch ( const XStopThreadException& exception )
+    {
+        BodyEnded( static_cast<std::int32_t>( exception.GetStopCode() ) );
+        throw;
+    }
+    catch ( const XException& exception )
+    {
+        BodyEnded( static_cast<std::int32_t>( exception.GetErrorNumber() ) );
+        throw;
+    }
+    catch ( ... )
+    {
+        BodyEnded( kUnknownExceptionCode );
+        throw;
+    }
+}
+
+void XThread::EnterBody()
+{
+    MakeCurrent();
+    {
+        const XThreadLock lock( itsStates->mutex );
+        itsThreadID = GetCurrentThreadID();
+        itsStates->SetCurrent( kThreadRunning );
+    }
+    ApplyPlacement();
+    NotifyThreadListeners( kThreadStarted );
+    const XThreadLock lock( itsStates->mutex );
+    itsStates->isStarted = true; // releases StartThread
+    itsStates->stateChanged.Broadcast();
+}
+
+/// Gives the new thread the priority and affinity that were set before it ran, as far as the system grants them.
+void XThread::ApplyPlacement()
+{
+    const XThreadLock lock( itsStates->mutex );
+    if ( itsPriority != kThreadPriorityNormal )
+        CallSwallowing( [this] { itsImp->SetPriority( GetRelativePriority( itsPriority ) ); } );
+    if ( itsAffinityMask != GetAffinityMaskForAllCPUs() )
+        CallSwallowing( [this] { itsImp->SetAffinity( itsAffinityMask ); } );
+}
+
+void XThread::BodyEnded( std::int32_t inReturnCode )
+{
+    const XThreadLock lock( itsStates->mutex );
+    itsStates->requested = kThreadNotRunning;
+    itsReturnCode = inReturnCode;
+}
+
+std::int32_t XThread::FinishThread() noexcept
+{
+    const XStatesPtr states = itsStates; // this object may be destroyed as soon as it does not run any more
+    {
+        const XThreadLock lock( states->mutex );
+        states->isFinishing = true;
+    }
+    CallSwallowing( [] { NotifyThreadListeners( kThreadFinishing ); } );
+    CallSwallowing( [this] { FinishThreadSelf(); } );
+    if ( GetCurrentThread() == this )
+        LeaveCurrent();
+    itsImp->Ended();
+    const XThreadLock lock( states->mutex );
+    const std::int32_t returnCode = itsReturnCode;
+    states->SetNotRunning();
+    return returnCode;
+}
+
+/// Makes this the XThread of the calling thread.
+void XThread::MakeCurrent()
+{
+    itsTLS.assign( XTLSRegistry::kKeyCount, 0 );
+    itsLastErrorNumber = 0;
+    itsPreviousLastErrorSlot = XException::SetLastErrorSlot( &itsLastErrorNumber );
+    XTLSRegistry::SetCurrentSlots( &itsTLS );
+    sCurrentThread = this;
+}
+
+void XThread::LeaveCurrent() noexcept
+{
+    XTLSRegistry::CleanUp( itsTLS );
+    if ( sCurrentThread != this )
+        return;
+    sCurrentThread = nullptr;
+    XTLSRegistry::SetCurrentSlots( nullptr );
+    XException::SetLastErrorSlot( itsPreviousLastErrorSlot );
+}
+
+// ---- Requests, on any thread
+
+void XThread::AsyncStopThread( std::uint32_t inStopCode )
+{
+    const bool isSelf = GetCurrentThread() == this;
+    bool isNews = false;
+    std::uint32_t stopCode = 0;
+    {
+        const XThreadLock lock( itsStates->mutex );
+        if ( itsStates->current == kThreadNotRunning )
+            return;
+        if ( itsStates->stopCode != kRestartStopCode )
+            itsStates->stopCode = inStopCode;
+        stopCode = itsStates->stopCode;
+        isNews = itsStates->requested.exchange( kThreadNotRunning ) != kThreadNotRunning;
+        if ( isNews && !isSelf )
+        {
+            // A thread that was to suspend may do so already, or still wait elsewhere because it must not suspend.
+            itsStates->resumed.Signal();
+            itsStates->stateChanged.Broadcast();
+            itsImp->Wake();
+        }
+    }
+    if ( isNews )
+        AsyncStopThreadSelf( stopCode );
+    if ( isSelf )
+        TestCancelThread();
+}
+
+void XThread::StopThread( std::uint32_t inStopCode )
+{
+    const std::uint32_t run = GetCurrentRun();
+    AsyncStopThread( inStopCode );
+    if ( GetCurrentThread() != this )
+        SleepUntilEndOf( run, kNoTimeout );
+}
+
+void XThread::AsyncSuspendThread()
+{
+    const bool isSelf = GetCurrentThread() == this;
+    {
+        const XThreadLock lock( itsStates->mutex );
+        if ( itsStates->current != kThreadRunning || itsStates->requested != kThreadRunning )
+            return;
+        itsStates->requested = kThreadSuspended;
+        if ( !isSelf )
+            itsImp->Wake();
+    }
+    if ( isSelf )
+        TestCancelThread();
+}
+
+void XThread::SuspendThread()
+{
+    AsyncSuspendThread();
+    if ( GetCurrentThread() == this )
+        return;
+    const XStatesPtr states = itsStates;
+    const XThreadLock lock( states->mutex );
+    while ( states->current == kThreadRunning && states->requested == kThreadSuspended )
+        states->stateChanged.Wait( states->mutex, kNoTimeout, true );
+}
+
+void XThread::ResumeThread()
+{
+    const XThreadLock lock( itsStates->mutex );
+    if ( itsStates->requested != kThreadSuspended )
+        return;
+    itsStates->requested = kThreadRunning;
+    itsStates->resumed.Signal();
+    itsStates->stateChanged.Broadcast();
+}
+
+void XThread::ResetCancelState()
+{
+    {
+        const XThreadLock lock( itsStates->mutex );
+        if ( itsStates->requested != kThreadNotRunning )
+            return;
+        if ( itsStates->stopCode != kRestartStopCode )
+        {
+            itsStates->requested = kThreadRunning;
+            itsStates->stopCode = 0;
+            return;
+        }
+    }
+    TestCancelThread();
+}
+
+// ---- The checkpoint, on the thread itself
+
+void XThread::TestCancelThread()
+{
+    if ( itsStates->requested.load( std::memory_order_relaxed ) == kThreadRunning )
+        return;
+    XAssert( GetCurrentThread() == this );
+    while ( ObeyRequest() )
+    {
+    }
+}
+
+void XThread::TestCancelCurrentThread()
+{
+    if ( XThread* const thread = sCurrentThread )
+        thread->TestCancelThread();
+}
+
+/// Carries out a request that is due. True when there may be another one by now.
+bool XThread::ObeyRequest()
+{
+    // Keeps the hooks, which may run checkpoints of their own, from coming back here.
+    const Counted preventStop( itsPreventStopCount );
+    const Counted preventSuspend( itsPreventSuspendCount );
+    switch ( GetDueRequest() )
+    {
+    case kThreadNotRunning:
+        StopHere();
+    case kThreadSuspended:
+        SuspendHere();
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// The state to go to; running, when nothing is requested or a guard defers it.
+XThread::XThreadState XThread::GetDueRequest() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    if ( itsStates->current == kThreadNotRunning )
+        return kThreadRunning;
+    if ( itsStates->requested == kThreadNotRunning && itsPreventStopCount == 1 )
+        return kThreadNotRunning;
+    if ( itsStates->requested == kThreadSuspended && itsPreventSuspendCount == 1 )
+        return kThreadSuspended;
+    return kThreadRunning;
+}
+
+void XThread::SuspendHere()
+{
+    CallSwallowing( [this] { Suspending(); } );
+    {
+        const XThreadLock lock( itsStates->mutex );
+        itsStates->SetCurrent( kThreadSuspended );
+        while ( itsStates->requested == kThreadSuspended )
+            itsStates->resumed.Wait( itsStates->mutex );
+        itsStates->SetCurrent( kThreadRunning );
+    }
+    CallSwallowing( [this] { Resuming(); } );
+}
+
+void XThread::StopHere()
+{
+    CallSwallowing( [this] { Stopping(); } );
+    std::uint32_t stopCode = 0;
+    {
+        const XThreadLock lock( itsStates->mutex );
+        stopCode = itsStates->stopCode;
+    }
+    throw XStopThreadException( stopCode );
+}
+
+void XThread::XStates::SetCurrent( XThreadState inState )
+{
+    current = inState;
+    stateChanged.Broadcast();
+}
+
+void XThread::XStates::SetNotRunning()
+{
+    ++endedRuns;
+    SetCurrent( kThreadNotRunning );
+}
+
+// ---- Waiting for a thread
+
+void XThread::WaitForTerminate( std::uint32_t inTimeoutMs )
+{
+    if ( SleepUntilTerminate( inTimeoutMs ) )
+        XThrow( 2701 );
+}
+
+void XThread::WaitForSuspend( std::uint32_t inTimeoutMs )
+{
+    if ( SleepUntilSuspended( inTimeoutMs ) )
+        XThrow( 2701 );
+}
+
+bool XThread::SleepUntilTerminate( std::uint32_t inTimeoutMs )
+{
+    return SleepUntilEndOf( GetCurrentRun(), inTimeoutMs );
+}
+
+bool XThread::SleepUntilSuspended( std::uint32_t inTimeoutMs )
+{
+    const XStatesPtr states = itsStates;
+    const WDeadline deadline( inTimeoutMs );
+    const XThreadLock lock( states->mutex );
+    while ( states->current == kThreadRunning )
+    {
+        if ( states->stateChanged.Sleep( states->mutex, deadline.GetMillisecondsLeft(), true ) )
+            return states->current == kThreadRunning;
+    }
+    return false;
+}
+
+XWaitResult XThread::WaitForInputOrTerminate( std::uint32_t inTimeoutMs )
+{
+    WaitForTerminate( inTimeoutMs );
+    return kWaitResultEvent;
+}
+
+XWaitResult XThread::SleepUntilInputOrTerminate( std::uint32_t inTimeoutMs )
+{
+    return SleepUntilTerminate( inTimeoutMs ) ? kWaitResultTimeout : kWaitResultEvent;
+}
+
+std::uint32_t XThread::GetCurrentRun() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsStates->endedRuns;
+}
+
+/// Sleeps while the run of this number goes on. Nothing of this object is used once the wait has begun.
+bool XThread::SleepUntilEndOf( std::uint32_t inRun, std::uint32_t inTimeoutMs )
+{
+    const XStatesPtr states = itsStates;
+    const auto isRunning = [&states, inRun]
+    { return states->current != kThreadNotRunning && states->endedRuns == inRun; };
+    const WDeadline deadline( inTimeoutMs );
+    const XThreadLock lock( states->mutex );
+    while ( isRunning() )
+    {
+        if ( states->stateChanged.Sleep( states->mutex, deadline.GetMillisecondsLeft(), true ) )
+            return isRunning();
+    }
+    return false;
+}
+
+// ---- Sleeping
+
+void XThread::YieldThread()
+{
+    YieldCurrentThread();
+}
+
+void XThread::SleepThread( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    SleepCurrentThread( inTimeoutMs, inAlertable );
+}
+
+XWaitResult XThread::SleepThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    return SleepCurrentThreadUnlessInput( inTimeoutMs, inAlertable );
+}
+
+void XThread::YieldCurrentThread()
+{
+    XThreadImp::Yield();
+}
+
+void XThread::SleepCurrentThread( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    const WDeadline deadline( inTimeoutMs );
+    do
+    {
+        if ( inAlertable )
+            TestCancelCurrentThread();
+    } while ( XThreadImp::Sleep( deadline.GetMillisecondsLeft(), inAlertable ) == kWaitAlerted );
+}
+
+XWaitResult XThread::SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    SleepCurrentThread( inTimeoutMs, inAlertable );
+    return kWaitResultTimeout;
+}
+
+// ---- What a thread is
+
+XString XThread::GetDebugName() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsName;
+}
+
+void XThread::SetDebugName( const XString& inName )
+{
+    const XThreadLock lock( itsStates->mutex );
+    itsName = inName;
+}
+
+std::int32_t XThread::GetThreadReturnCode() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsReturnCode;
+}
+
+void XThread::SetThreadReturnCode( std::int32_t inReturnCode )
+{
+    const XThreadLock lock( itsStates->mutex );
+    itsReturnCode = inReturnCode;
+}
+
+XThread::XThreadOptions XThread::SetThreadOptions( XThreadOptions inOptions )
+{
+    const XThreadLock lock( itsStates->mutex );
+    return std::exchange( itsOptions, inOptions );
+}
+
+XThread::XThreadOptions XThread::AddThreadOptions( XThreadOptions inOptions )
+{
+    const XThreadLock lock( itsStates->mutex );
+    return std::exchange( itsOptions, itsOptions | inOptions );
+}
+
+XThread::XThreadOptions XThread::RemoveThreadOptions( XThreadOptions inOptions )
+{
+    const XThreadLock lock( itsStates->mutex );
+    return std::exchange( itsOptions, itsOptions & ~inOptions );
+}
+
+XThread::XThreadOptions XThread::GetThreadOptions() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsOptions;
+}
+
+void XThread::SetThreadPriority( XThreadPriority inPriority )
+{
+    const std::int32_t relativePriority = GetRelativePriority( inPriority );
+    const XThreadLock lock( itsStates->mutex );
+    if ( inPriority == itsPriority )
+        return;
+    itsImp->SetPriority( relativePriority );
+    itsPriority = inPriority;
+}
+
+XThreadPriority XThread::GetThreadPriority() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsPriority;
+}
+
+void XThread::SetThreadAffinityMask( USize inMask )
+{
+    XAssert( inMask != USize( 0 ) );
+    const XThreadLock lock( itsStates->mutex );
+    itsImp->SetAffinity( inMask );
+    itsAffinityMask = inMask;
+}
+
+USize XThread::GetThreadAffinityMask() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsAffinityMask;
+}
+
+std::uint32_t XThread::GetThreadID() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsThreadID;
+}
+
+XThread::XThreadState XThread::GetLastThreadState() const
+{
+    const XThreadLock lock( itsStates->mutex );
+    return itsStates->current;
+}
+
+XThread::XThreadState XThread::GetNextThreadState() const
+{
+    return itsStates->requested;
+}
+
+void XThread::GetThreadCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const
+{
+    if ( GetCurrentThread() == this )
+        WProcessors::GetThreadCPUTime( outKernel, outUser );
+    else
+        itsImp->GetCPUTime( outKernel, outUser );
+}
+
+XThread* XThread::GetCurrentThread()
+{
+    return sCurrentThread;
+}
+
+XThread* XThread::GetMainThread()
+{
+    return sMainThread;
+}
+
+std::uint32_t XThread::GetMainThreadID()
+{
+    const std::uint32_t id = sMainThreadID;
+    return id != 0 ? id : WThreadID::GetMain();
+}
+
+void XThread::SetMainThread( XThread* inThread )
+{
+    sMainThread = inThread;
+    sMainThreadID = inThread ? inThread->GetThreadID() : 0;
+}
+
+// ---- The process and the machine
+
+std::uint32_t XThread::GetRunningThreadCount()
+{
+    return WThreadManager::GetRunningThreadCount();
+}
+
+std::uint32_t XThread::GetProcessorCount()
+{
+    return WProcessors::GetCount();
+}
+
+std::uint32_t XThread::GetPhysicalProcessorCoreCount()
+{
+    return static_cast<std::uint32_t>( WProcessors::GetCores().size() );
+}
+
+XVector<XVector<std::uint32_t>> XThread::GetCoreCPUIndexes()
+{
+    return WProcessors::GetCores();
+}
+
+USize XThread::GetAffinityMaskForCPU( std::uint32_t inCPUIndex )
+{
+    return inCPUIndex < 64 ? USize( 1 ) << inCPUIndex : 0;
+}
+
+USize XThread::GetAffinityMaskForCore( std::uint32_t inCoreIndex )
+{
+    const auto& indexes = WProcessors::GetCores();
+    XAssert( inCoreIndex < indexes.size() );
+    USize mask = 0;
+    for ( const std::uint32_t index : indexes[inCoreIndex] )
+        mask |= GetAffinityMaskForCPU( index );
+    return mask;
+}
+
+USize XThread::GetAffinityMaskForAllCPUs()
+{
+    const std::uint32_t count = GetProcessorCount();
+    if ( count == 0 )
+        return 0;
+    return ~USize( 0 ) >> ( 64 - std::min( count, 64u ) );
+}
+
+XVector<double> XThread::GetPercentCPUUsage()
+{
+    return WProcessors::GetPercentLoads();
+}
+
+void XThread::GetProcessCPUTime( std::int64_t& outKernel, std::int64_t& outUser )
+{
+    WProcessors::GetProcessCPUTime( outKernel, outUser );
+}
+
+// ---- Listeners
+
+void XThread::NotifyThreadListeners( std::uint32_t inEvent )
+{
+    const XThreadLock lock( sThreadListenerMutex );
+    const XVector<XThreadListener*> listeners =
+        sThreadListeners; // they may start and stop listening meanwhile
+    for ( XThreadListener* const listener : listeners )
+    {
+        if ( std::find( sThreadListeners.begin(), sThreadListeners.end(), listener ) !=
+             sThreadListeners.end() )
+            CallSwallowing( [&] { listener->ThreadEvent( static_cast<XThreadEvent>( inEvent ) ); } );
+    }
+}
+
+void XThread::RegisterThreadListener( XThreadListener& inListener )
+{
+    const XThreadLock lock( sThreadListenerMutex );
+    sThreadListeners.push_back( &inListener );
+}
+
+void XThread::UnregisterThreadListener( XThreadListener& inListener )
+{
+    const XThreadLock lock( sThreadListenerMutex );
+    const auto it = std::find( sThreadListeners.begin(), sThreadListeners.end(), &inListener );
+    XAssert( it != sThreadListeners.end() );
+    sThreadListeners.erase( it );
+}
