@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -23,7 +22,7 @@ void PrintReport( std::string_view inText )
 void CrashWithReport()
 {
     WCrashHandler::Install( PrintReport );
-    std::abort();
+    __builtin_trap();
 }
 
 void CrashAfterRemoval()
@@ -31,7 +30,7 @@ void CrashAfterRemoval()
     WCrashHandler::Install( PrintReport );
     WCrashHandler::Remove();
     std::fprintf( stderr, "removed\n" );
-    std::abort();
+    __builtin_trap();
 }
 
 } // namespace
@@ -44,15 +43,14 @@ TEST( WCrashDumpTest, DescribesStackAndRegisters )
         EXPECT_NE( dump.find( "Registers:" ), std::string::npos );
         const auto stack = dump.find( "Call stack" );
         ASSERT_NE( stack, std::string::npos ) << dump;
-        // Some systems show the names of modules in lower case.
-        EXPECT_NE( dump.find( "orvale", stack ), std::string::npos ) << dump;
+        EXPECT_NE( dump.find( "KorvaleCore", stack ), std::string::npos ) << dump;
         EXPECT_GE( std::count( dump.begin() + static_cast<std::ptrdiff_t>( stack ), dump.end(), '\n' ), 4 );
     }
 }
 
 TEST( WCrashHandlerDeathTest, ReportsAndLetsTheSystemEndTheProcess )
 {
-    EXPECT_DEATH( CrashWithReport(), "REPORT fatal " );
+    EXPECT_DEATH( CrashWithReport(), "REPORT fatal .*address" );
     EXPECT_DEATH( CrashWithReport(), "Call stack" );
     EXPECT_DEATH( CrashAfterRemoval(), "removed\n$" );
 }

@@ -3,6 +3,7 @@
 #include "Core/XClassRegistry.h"
 #include "Core/XFail.h"
 #include "Core/XTime.h"
+#include "Threads/XMainThread.h"
 #include "WCrashDump.h"
 #include "WEventLog.h"
 
@@ -30,7 +31,7 @@ WInitCore::WInitCore()
 {
     const bool wasInitialised = sIsInitialised.exchange( true );
     XAssert( !wasInitialised );
-    itsPreviousLastErrorSlot = XException::SetLastErrorSlot( &itsLastError );
+    itsMainThread = std::make_unique<XMainThread>();
     XTime::Initialise();
     XException::Initialise();
     XClassRegistry::RegisterStandardClasses();
@@ -43,7 +44,7 @@ WInitCore::WInitCore()
 WInitCore::~WInitCore()
 {
     XInternalErrorHandlers::Install( itsPreviousHandlers );
-    XException::SetLastErrorSlot( itsPreviousLastErrorSlot );
+    itsMainThread.reset();
     sIsInitialised = false;
 }
 

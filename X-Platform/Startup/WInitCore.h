@@ -2,12 +2,14 @@
 
 #include "Core/XInternalErrorHandlers.h"
 
-#include <cstdint>
+#include <memory>
+
+class XMainThread;
 
 /// Prepares the library for a process: a program constructs one on its main thread before it uses anything
 /// else, and destroys it last. It starts the clock, registers error texts and storable classes, installs the
-/// crash dump and the event log as the places where internal errors leave their traces, and gives the main
-/// thread its last error number.
+/// crash dump and the event log as the places where internal errors leave their traces, and makes the calling
+/// thread the main thread (XThread), with its own last error number.
 ///
 /// One at a time: a second one is an internal error. After it has gone, another may be made.
 class KORVALE_API WInitCore
@@ -22,7 +24,6 @@ public:
     static bool IsInitialised();
 
 private:
-    std::uint32_t itsLastError = 0;
-    std::uint32_t* itsPreviousLastErrorSlot = nullptr;
+    std::unique_ptr<XMainThread> itsMainThread;
     XInternalErrorHandlers itsPreviousHandlers;
 };
