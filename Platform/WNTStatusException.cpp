@@ -17,7 +17,7 @@ struct StatusMapping
 
 constexpr StatusMapping kStatusMappings[] = {
     { 0x00000000, 0, 0 },       // STATUS_SUCCESS
-    { 0x00000102, 258, 2701 },  // STATUS_TIMEOUT
+    { 0x00000102, 1460, 2701 }, // STATUS_TIMEOUT
     { 0xC0000005, 998, 1018 },  // STATUS_ACCESS_VIOLATION
     { 0xC0000008, 6, 0 },       // STATUS_INVALID_HANDLE
     { 0xC000000D, 87, 1013 },   // STATUS_INVALID_PARAMETER

@@ -26,7 +26,7 @@ bool Exists( const fs::path& inPath )
     return fs::exists( inPath, error );
 }
 
-/// The file behind a symbolic link, whether or not it exists yet.
+/// The file behind a symbolic link.
 fs::path ResolveTarget( const fs::path& inTarget )
 {
     std::error_code error;

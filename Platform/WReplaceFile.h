@@ -8,7 +8,7 @@ class KORVALE_API WReplaceFile
 {
 public:
     /// Makes the temporary file in the target's folder. A target that exists must be writable, and keeps its
-    /// permissions; a symbolic link stays one and what it points to is replaced.
+    /// permissions; a symbolic link stays one and the file it points to is replaced.
     explicit WReplaceFile( const std::filesystem::path& inTarget );
     WReplaceFile( const WReplaceFile& ) = delete;
     WReplaceFile& operator=( const WReplaceFile& ) = delete;

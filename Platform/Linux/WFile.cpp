@@ -176,10 +176,11 @@ void WFile::Flush()
 
 bool WFile::IsDevice( const std::filesystem::path& inPath )
 {
-    // Names such as /dev/stdout may lead to a file, but it is not theirs to replace.
     const auto path = inPath.lexically_normal().native();
-    if ( path.starts_with( "/dev/" ) || path.starts_with( "/proc/" ) )
-        return true;
     struct stat status = {};
+    // Names such as /dev/stdout may lead to a file, but it is not theirs to replace.
+    const bool isSystemName = path.starts_with( "/dev/" ) || path.starts_with( "/proc/" );
+    if ( isSystemName && ::lstat( path.c_str(), &status ) == 0 && S_ISLNK( status.st_mode ) )
+        return true;
     return ::stat( path.c_str(), &status ) == 0 && !S_ISREG( status.st_mode ) && !S_ISDIR( status.st_mode );
 }

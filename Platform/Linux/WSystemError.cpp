@@ -1,5 +1,7 @@
 #include "WSystemError.h"
 
+#include "WCodePage.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -24,11 +26,11 @@ constexpr CodeText kCodeTexts[] = {
     { 127, "The function was not found in the module" },
     { 183, "The file exists already" },
     { 233, "No process is at the other end of the pipe" },
-    { 258, "The wait timed out" },
     { 995, "The operation was given up" },
     { 1225, "The connection was refused" },
     { 1326, "The user name or the password is wrong" },
     { 1455, "The page file is too small" },
+    { 1460, "The wait timed out" },
     { 0x80004001, "Not implemented" },
     { 0x80004002, "No such interface" },
     { 0x80004003, "The pointer is invalid" },
@@ -75,5 +77,8 @@ std::string WSystemError::GetText( std::uint32_t inCode )
 {
     const auto code = Unwrap( inCode );
     const int error = ToErrno( code );
-    return error == 0 ? GetOwnText( code ) : std::generic_category().message( error );
+    if ( error == 0 )
+        return GetOwnText( code );
+    // Where the program has chosen a language, the C library's texts come in UTF-8.
+    return WCodePage::UTF8ToAnsi( std::generic_category().message( error ) );
 }
