@@ -11,3 +11,5 @@ set( CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY )
 set( CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY )
 find_program( KORVALE_WINE NAMES wine64 wine PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH )
 set( CMAKE_CROSSCOMPILING_EMULATOR "${KORVALE_WINE}" )
+# The compiler takes the stack for aligned to 32 bytes where vectors are kept there; on this system it is to 16.
+set( CMAKE_CXX_FLAGS_INIT "-Wa,-muse-unaligned-vector-move" )

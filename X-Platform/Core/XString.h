@@ -225,6 +225,22 @@ public:
         return *this;
     }
 
+    /// The text with anything appended that `operator+=` takes, and with text before it.
+    template<class T>
+    friend XString operator+( XString inFirst, const T& inSecond )
+    {
+        inFirst += inSecond;
+        return inFirst;
+    }
+    friend XString operator+( const char* inFirst, const XString& inSecond )
+    {
+        return XString( inFirst ) += inSecond;
+    }
+    friend XString operator+( char inFirst, const XString& inSecond )
+    {
+        return XString( inFirst ) += inSecond;
+    }
+
     /// Cuts the text off, or extends it with NULs that count towards the length.
     void Resize( USize64 inLength );
 
@@ -296,6 +312,7 @@ public:
     IsLessThanIgnoring( const XString& inOther, bool inIgnoreDecimalPoint, bool inIgnoreMinusSign ) const;
 
     bool operator<( const XString& inOther ) const { return IsLessThanIgnoring( inOther, false, false ); }
+    bool operator<( const char* str ) const { return *this < XString( str ); }
     bool operator>( const XString& inOther ) const { return inOther < *this; }
     bool operator<=( const XString& inOther ) const { return !( inOther < *this ); }
     bool operator>=( const XString& inOther ) const { return !( *this < inOther ); }
@@ -454,35 +471,6 @@ private:
     void WriteStreamSelf( XStream& inStream ) const;
     void ReadStreamSelf( XStream& inStream );
 };
-
-inline XString operator+( const XString& inFirst, const XString& inSecond )
-{
-    XString result( inFirst );
-    result += inSecond;
-    return result;
-}
-
-inline XString operator+( const XString& inFirst, const char* inSecond )
-{
-    return inFirst + XString( inSecond );
-}
-
-inline XString operator+( const char* inFirst, const XString& inSecond )
-{
-    return XString( inFirst ) + inSecond;
-}
-
-inline XString operator+( const XString& inFirst, char inSecond )
-{
-    XString result( inFirst );
-    result += inSecond;
-    return result;
-}
-
-inline XString operator+( char inFirst, const XString& inSecond )
-{
-    return XString( inFirst ) + inSecond;
-}
 
 /// The order of ordered containers: by unsigned bytes, so that different strings are different keys.
 template<>
