@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-/// Reports a crash of the process - a fatal signal on Linux, an unhandled structured exception on Windows -
+/// Reports a crash of the process - a fatal signal on Linux, an unhandled structured exception or an abort on Windows -
 /// before the system ends it as it would have done anyway.
 class KORVALE_API WCrashHandler
 {

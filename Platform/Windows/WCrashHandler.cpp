@@ -3,6 +3,7 @@
 #include "WCrashDump.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <string>
 
@@ -15,6 +16,7 @@ std::atomic<WCrashHandler::Report> sReport = nullptr;
 std::atomic_flag sIsReporting;
 std::atomic<bool> sIsInstalled = false;
 LPTOP_LEVEL_EXCEPTION_FILTER sPreviousFilter = nullptr;
+void ( *sPreviousAbortHandler )( int ) = SIG_DFL;
 
 std::string DescribeException( const EXCEPTION_RECORD& inRecord )
 {
@@ -35,18 +37,31 @@ LONG WINAPI OnUnhandledException( EXCEPTION_POINTERS* inException )
     return sPreviousFilter ? sPreviousFilter( inException ) : EXCEPTION_CONTINUE_SEARCH;
 }
 
+/// The C library has put the default action back before the call.
+void OnAbort( int )
+{
+    const auto report = sReport.load();
+    if ( report && !sIsReporting.test_and_set() )
+        report( "fatal abort of the program\r\n" + WCrashDump::MakeForCurrentThread() );
+}
+
 } // namespace
 
 void WCrashHandler::Install( Report inReport )
 {
     sReport = inReport;
-    if ( !sIsInstalled.exchange( true ) )
-        sPreviousFilter = ::SetUnhandledExceptionFilter( OnUnhandledException );
+    if ( sIsInstalled.exchange( true ) )
+        return;
+    sPreviousFilter = ::SetUnhandledExceptionFilter( OnUnhandledException );
+    sPreviousAbortHandler = std::signal( SIGABRT, OnAbort );
 }
 
 void WCrashHandler::Remove()
 {
     if ( sIsInstalled.exchange( false ) )
+    {
         ::SetUnhandledExceptionFilter( sPreviousFilter );
+        std::signal( SIGABRT, sPreviousAbortHandler );
+    }
     sReport = nullptr;
 }

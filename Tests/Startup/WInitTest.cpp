@@ -20,10 +20,10 @@ void DieOfAnException() noexcept
     XThrow( 1005 );
 }
 
-void DieOfATrap()
+void DieOfAnAbort()
 {
     const WInitApp app;
-    __builtin_trap();
+    std::abort();
 }
 
 } // namespace
@@ -73,5 +73,5 @@ TEST( WInitTest, StandardClassesAreRegistered )
 TEST( WInitDeathTest, CrashesAreDescribedOnStandardError )
 {
     EXPECT_DEATH( DieOfAnException(), "because the stream is corrupted .1005." );
-    EXPECT_DEATH( DieOfATrap(), "fatal .*address" );
+    EXPECT_DEATH( DieOfAnAbort(), "fatal " );
 }

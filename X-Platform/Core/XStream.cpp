@@ -23,6 +23,10 @@ SSize64 CheckedEnd( SSize64 inPosition, USize64 inCount )
 }
 } // namespace
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr USize64 XStream::kReadStep;
+constexpr unsigned XStream::kMaxObjectDepth;
+
 XStream::XStream( USize64 inBufferSize, bool inBufferedReads, bool inBoundedReads )
     : itsBufferSize( inBufferSize ), itsBufferedReads( inBufferedReads ), itsBoundedReads( inBoundedReads )
 {

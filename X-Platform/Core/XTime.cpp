@@ -40,6 +40,15 @@ void CheckFits( bool inOverflows )
 
 std::atomic<std::int64_t> XTime::sStartupUS{ 0 };
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr std::int64_t XTime::kOneMicrosecond;
+constexpr std::int64_t XTime::kOneMillisecond;
+constexpr std::int64_t XTime::kOneSecond;
+constexpr std::int64_t XTime::kOneMinute;
+constexpr std::int64_t XTime::kOneHour;
+constexpr std::int64_t XTime::kOneDay;
+constexpr std::int64_t XTime::kOneWeek;
+
 void XTime::Initialise()
 {
     const std::int64_t systemUS = WClock::GetSystemMicroSeconds() + kUnixEpochSeconds * kOneSecond;

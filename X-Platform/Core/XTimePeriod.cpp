@@ -77,6 +77,8 @@ void AppendValue( std::string& ioText, double inValue )
 
 } // namespace
 
+constexpr std::uint32_t XTimePeriod::kUnitCount; // exports it from a Windows DLL
+
 XTimePeriod::XTimePeriod( double inValue, XUnit inUnit ) : itsValue( inValue ), itsUnit( inUnit )
 {
     CheckValue( inValue, inUnit );

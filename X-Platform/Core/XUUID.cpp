@@ -105,6 +105,7 @@ std::string_view RemoveDecoration( const XString& inText )
 } // namespace
 
 constinit const XUUID XUUID::kNilID;
+constexpr std::size_t XUUID::kByteCount; // exports it from a Windows DLL
 
 XUUID::XUUID( const std::uint8_t* inBytes )
 {

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "Threads/XMutex.h"
+
+#include <memory>
+#include <set>
+#include <string>
+#include <typeinfo>
+
+class XListenerList;
+class XMessage;
+class XSpeaker;
+
+/// Hears the messages of the speakers it has subscribed to, and those posted to it. An ordinary listener hears on the
+/// main thread only, unless a speaker insists (`XSpeaker::kWhenImmediate`); an asynchronous one hears on any thread,
+/// several at a time if it comes to that, and protects its own data.
+///
+/// Lifetime:  may be destroyed at any time, from within its own `HandleMessage` too; it never hears anything afterwards.
+///            Where other threads may be calling it, the most derived class's destructor begins with `StopListening()`:
+///            the base's destructor makes the call as well, but runs when the derived members are gone already.
+/// Threads:   every operation may be called from any thread.
+class KORVALE_API XListener
+{
+public:
+    explicit XListener( bool inIsAsynchronous = false );
+
+    /// A copy is as asynchronous and as deaf as its original and has subscribed to nobody. Assigning changes nothing:
+    /// what a listener hears is its own.
+    XListener( const XListener& inOther );
+    XListener& operator=( const XListener& inOther );
+    virtual ~XListener();
+
+    /// Receives a message, which lives for the length of the call. What it throws reaches the sender, or the session log
+    /// when the message came out of a queue. Does nothing by default.
+    virtual void HandleMessage( const XMessage& inMessage );
+
+    /// Subscribes once more; a listener hears each message once however often it has subscribed. A listener that
+    /// subscribes during a broadcast of the speaker comes last in it.
+    void Subscribe( const XSpeaker& inSpeaker );
+
+    /// Takes back one subscription; nothing happens when there is none. With the last one the speaker falls silent, in
+    /// the midst of a broadcast too.
+    void Unsubscribe( const XSpeaker& inSpeaker );
+
+    bool IsAsynchronous() const { return HasFlag( kAsynchronous ); }
+    void SetAsynchronous( bool inIsAsynchronous );
+
+    /// Makes the listener deaf to messages of exactly this class, or lets it hear them again. Counts when a message would
+    /// be delivered.
+    void SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf );
+    bool IsContainedInDeafenedMessages( const std::type_info& inMessageType ) const;
+
+    /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is calling it.
+    /// Messages must not be posted to it afterwards. A call of its own `HandleMessage` further up on this thread is not
+    /// waited for.
+    void StopListening();
+
+private:
+    friend class XListenerList;
+    friend class XSpeaker;
+
+    enum XFlag : std::uint8_t
+    {
+        kAsynchronous = 1,
+        kDeaf = 2,   // to some class
+        kQueued = 4, // some queue or some delivery may name this listener
+    };
+
+    bool HasFlag( XFlag inFlag ) const
+    {
+        return ( itsFlags.load( std::memory_order_relaxed ) & inFlag ) != 0;
+    }
+    void SetFlag( XFlag inFlag, bool inIsSet );
+    bool IsDeafTo( const XMessage& inMessage ) const
+    {
+        return HasFlag( kDeaf ) && IsContainedInDeaf( inMessage );
+    }
+    bool IsContainedInDeaf( const XMessage& inMessage ) const;
+
+    void SpeakerDeleted( XListenerList& inList );
+    void UnsubscribeFromAll();
+    void RemoveFromPostedMessageQueue();
+
+    std::atomic<std::uint8_t> itsFlags;
+    mutable XMutex itsMutex;             // taken after a speaker's mutex
+    XVector<XListenerList*> itsSpeakers; // one reference for each subscription; guarded by itsMutex
+    std::unique_ptr<std::set<std::string>> itsDeafTypes; // names of classes; guarded by itsMutex
+};

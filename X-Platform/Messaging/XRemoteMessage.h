@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Core/XStorable.h"
+#include "Messaging/XMessage.h"
+
+/// A message that can be stored and sent to another process: the base of such messages. Speaker, thread and time metric
+/// belong to the process and are not stored; whoever reads a message gives it a speaker.
+class KORVALE_API XRemoteMessage : public XMessage, public XStorable
+{
+public:
+    explicit XRemoteMessage( XSpeaker* inSpeaker = nullptr, std::uint32_t inID = 0 );
+    ~XRemoteMessage() override;
+
+    XRemoteMessage* Clone() const override;
+    bool operator==( const XMessage& inOther ) const override;
+    std::uint64_t GetCoalesceKey() const override;
+
+    /// Tells messages of one class apart; its meaning is the sender's.
+    std::uint32_t GetID() const { return itsID; }
+
+    static XVersion GetClassVersion();
+    static XVersion GetSuperClassVersion();
+    XVersion GetVersion() const override;
+    USize64 GetStreamUsage() const override;
+    void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
+    void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
+
+private:
+    void ReadStreamSelf( XStream& inStream );
+    void WriteStreamSelf( XStream& inStream ) const;
+
+    std::uint32_t itsID;
+};
