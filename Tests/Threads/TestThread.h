@@ -2,6 +2,7 @@
 
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
+#include "WEvent.h"
 
 #include <functional>
 #include <thread>

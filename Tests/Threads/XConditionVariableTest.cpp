@@ -1,0 +1,215 @@
+#include "Threads/XConditionVariable.h"
+
+#include "TestErrors.h"
+#include "TestThread.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+
+namespace
+{
+
+/// Threads that wait for one condition, each told apart by its number.
+class Waiters
+{
+public:
+    ~Waiters()
+    {
+        condition.Broadcast();
+        for ( auto& thread : threads )
+            thread.join();
+    }
+
+    /// Adds a waiting thread; it waits when this returns.
+    void Add()
+    {
+        const std::size_t number = threads.size();
+        threads.emplace_back(
+            [this, number]
+            {
+                const XThreadLock lock( mutex );
+                ++begun;
+                condition.Wait( mutex, kPatience );
+                woken.push_back( number );
+                hasWoken.Broadcast();
+            } );
+        while ( GetBegun() <= number )
+            std::this_thread::yield();
+    }
+
+    void WaitForWoken( std::size_t inCount )
+    {
+        const XThreadLock lock( mutex );
+        while ( woken.size() < inCount )
+            hasWoken.Wait( mutex, kPatience );
+    }
+
+    XMutex mutex;
+    XConditionVariable condition;
+    std::vector<std::size_t> woken;
+
+private:
+    std::size_t GetBegun()
+    {
+        const XThreadLock lock( mutex );
+        return begun;
+    }
+
+    XConditionVariable hasWoken;
+    std::size_t begun = 0;
+    std::vector<std::thread> threads;
+};
+
+} // namespace
+
+TEST( XConditionVariable, TimesOutWithTheMutexHeld )
+{
+    XMutex mutex;
+    XConditionVariable condition;
+    const XThreadLock lock( mutex );
+    condition.Signal(); // nobody waits: lost
+    EXPECT_EQ( 2701u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+    EXPECT_EQ( 2701u, ErrorOf( [&] { condition.WaitForInputOrSignal( mutex, 5 ); } ) );
+    EXPECT_EQ( kWaitResultTimeout, condition.SleepForInputOrSignal( mutex, 0 ) );
+    EXPECT_TRUE( condition.Sleep( mutex, 20 ) );
+    mutex.AssertIsLockedOnce();
+}
+
+TEST( XConditionVariable, WantsTheMutexHeldOnce )
+{
+    XMutex mutex;
+    XConditionVariable condition;
+    EXPECT_EQ( 1006u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+    const XThreadLock lock( mutex );
+    const XThreadLock again( mutex );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+}
+
+TEST( XConditionVariable, SignalWakesThoseThatWaitedThenAndNoOthers )
+{
+    Waiters waiters;
+    waiters.Add();
+    waiters.Add();
+    {
+        const XThreadLock lock( waiters.mutex );
+        waiters.condition.Signal( 2 );
+        EXPECT_TRUE( waiters.condition.Sleep( waiters.mutex, 20 ) ); // came too late for it
+    }
+    waiters.WaitForWoken( 2 );
+    waiters.Add();
+    waiters.Add();
+    waiters.condition.Signal();
+    waiters.WaitForWoken( 3 );
+    const XThreadLock lock( waiters.mutex );
+    EXPECT_EQ( 2u, waiters.woken[2] ); // longest first
+    EXPECT_EQ( 3u, waiters.woken.size() );
+}
+
+TEST( XConditionVariable, BroadcastWakesAll )
+{
+    Waiters waiters;
+    for ( int i = 0; i < 5; ++i )
+        waiters.Add();
+    waiters.condition.Broadcast();
+    waiters.WaitForWoken( 5 );
+}
+
+// A signal is lost to nobody: what is queued is taken out, although takers come and go by time-out.
+TEST( XConditionVariable, LosesNoSignalAmongTimeouts )
+{
+    constexpr int kItems = 4000;
+    XMutex mutex;
+    XConditionVariable notEmpty;
+    std::deque<int> queue;
+    int taken = 0;
+    const auto take = [&]
+    {
+        for ( std::uint32_t turn = 0;; ++turn )
+        {
+            const XThreadLock lock( mutex );
+            while ( queue.empty() && taken < kItems )
+                notEmpty.Sleep( mutex, turn % 7 == 0 ? 0 : kPatience );
+            if ( taken == kItems )
+                return;
+            queue.pop_front();
+            if ( ++taken == kItems )
+                notEmpty.Broadcast();
+        }
+    };
+    const auto put = [&]
+    {
+        for ( int item = 0; item < kItems / 2; ++item )
+        {
+            {
+                const XThreadLock lock( mutex );
+                queue.push_back( item );
+            }
+            notEmpty.Signal();
+        }
+    };
+    RunTogether( take, take, take, put, put );
+    EXPECT_EQ( kItems, taken );
+}
+
+// A stopped waiter that was signalled at the same time passes the signal on.
+TEST( XConditionVariable, StoppedWaiterTakesNoSignalAway )
+{
+    for ( int turn = 0; turn < 100; ++turn )
+    {
+        XMutex mutex;
+        XConditionVariable condition;
+        XConditionVariable change;
+        int begun = 0;
+        int woken = 0;
+        const auto wait = [&]() -> std::int32_t
+        {
+            const XThreadLock lock( mutex );
+            ++begun;
+            change.Broadcast();
+            condition.Wait( mutex, kNoTimeout, true );
+            ++woken;
+            change.Broadcast();
+            return 0;
+        };
+        TestThread first( wait );
+        TestThread second( wait );
+        for ( TestThread* thread : { &first, &second } )
+        {
+            const int before = begun;
+            thread->StartThread();
+            const XThreadLock lock( mutex );
+            while ( begun == before )
+                change.Wait( mutex, kPatience );
+        }
+        RunTogether( [&] { first.AsyncStopThread( 5 ); }, [&] { condition.Signal(); } );
+        const XThreadLock lock( mutex );
+        while ( woken == 0 )
+            change.Wait( mutex, kPatience );
+    }
+}
+
+TEST( XConditionVariable, SuspendedWaiterMissesNoSignal )
+{
+    XMutex mutex;
+    XConditionVariable condition;
+    WEvent begun;
+    TestThread thread(
+        [&]
+        {
+            const XThreadLock lock( mutex );
+            begun.Set();
+            condition.Wait( mutex, kNoTimeout, true );
+            return 3;
+        } );
+    thread.StartThread();
+    begun.Wait();
+    thread.SuspendThread();
+    EXPECT_TRUE( thread.IsThreadSuspended() );
+    EXPECT_TRUE( mutex.TryLock() ); // not held while suspended
+    mutex.Unlock();
+    condition.Signal();
+    thread.ResumeThread();
+    thread.WaitForTerminate( kPatience );
+    EXPECT_EQ( 3, thread.GetThreadReturnCode() );
+}

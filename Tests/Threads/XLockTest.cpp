@@ -1,0 +1,114 @@
+#include "Threads/XLock.h"
+
+#include "TestErrors.h"
+#include "TestThread.h"
+#include "Threads/XDataFetcher.h"
+#include "Threads/XOneTimeInit.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+
+class Lockable : public XLockable
+{
+public:
+    int locks = 0;
+    int data = 0;
+    bool fails = false;
+
+protected:
+    void LockSelf( XLockMode ) override
+    {
+        GetMutex().AssertIsLocked();
+        if ( fails )
+            XThrow( 1012 );
+        ++locks;
+    }
+    void UnlockSelf( XLockMode ) override { --locks; }
+};
+
+class Fetcher : public XDataFetcher
+{
+public:
+    int calls = 0;
+    bool fails = true;
+
+    void FetchData( XLockable& ioObject ) override
+    {
+        ++calls;
+        if ( fails )
+            XThrow( 1005 );
+        const XLock lock( ioObject, kLockForWrite ); // does not fetch again
+        static_cast<Lockable&>( ioObject ).data = 42;
+    }
+};
+
+} // namespace
+
+TEST( XLock, UnlocksWhatItHolds )
+{
+    Lockable object;
+    {
+        XLock lock( &object, kLockForRead );
+        EXPECT_EQ( kLockForRead, lock.GetLockMode() );
+        const XLock nested( object, kLockForReadWrite );
+        EXPECT_EQ( 2, object.locks );
+        lock.Unlock();
+        EXPECT_EQ( 1, object.locks );
+    }
+    EXPECT_EQ( 0, object.locks );
+    object.fails = true;
+    EXPECT_EQ( 1012u, ErrorOf( [&] { const XLock lock( object, kLockForRead ); } ) );
+    EXPECT_EQ( 0, object.locks );
+    EXPECT_EQ( 1006u, ErrorOf( [] { const XLock lock( nullptr, kLockForRead ); } ) );
+}
+
+TEST( XLockable, FetchesItsDataOnceItCan )
+{
+    Lockable object;
+    Fetcher fetcher;
+    object.SetDataFetcher( &fetcher );
+    EXPECT_EQ( 1005u, ErrorOf( [&] { const XLock lock( object, kLockForRead ); } ) );
+    EXPECT_EQ( 0, object.locks );
+    fetcher.fails = false;
+    for ( int turn = 0; turn < 2; ++turn )
+    {
+        const XLock lock( object, kLockForRead );
+        EXPECT_EQ( 42, object.data );
+    }
+    EXPECT_EQ( 2, fetcher.calls );
+    EXPECT_EQ( nullptr, object.GetDataFetcher() );
+}
+
+TEST( XOneTimeInit, TriesAgainAfterFailuresAndSucceedsOnce )
+{
+    std::atomic<std::uint32_t> state = 0;
+    std::atomic<std::uint32_t> counter = 0;
+    std::atomic<WSemaphore*> semaphore = nullptr;
+    int tries = 0; // by one thread at a time
+    const auto use = [&]
+    {
+        for ( ;; )
+        {
+            try
+            {
+                if ( XLockOneTimeInit( state, counter, semaphore ) == kOneTimeInitDone )
+                    break;
+                XOneTimeInitGuard guard( state, counter, semaphore );
+                std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
+                if ( ++tries < 20 )
+                    throw std::runtime_error( "not yet" );
+                guard.Succeeded();
+            }
+            catch ( const std::runtime_error& )
+            {
+            }
+        }
+        EXPECT_EQ( 20, tries );
+    };
+    RunTogether( use, use, use, use );
+    delete semaphore.load();
+}

@@ -1,0 +1,358 @@
+#include "Threads/XThread.h"
+
+#include "TestErrors.h"
+#include "TestThread.h"
+#include "Threads/XMainThread.h"
+#include "Threads/XPreventThreadSuspend.h"
+#include "Threads/XThreadListener.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+
+std::int32_t SleepForEver()
+{
+    for ( ;; )
+        XThread::SleepCurrentThread( kNoTimeout, true );
+}
+
+/// Takes note of the hooks that are called, and lets each throw.
+class HookedThread : public TestThread
+{
+public:
+    using TestThread::TestThread;
+    ~HookedThread() override
+    {
+        const XPreventThreadStop preventStop;
+        StopThread();
+    }
+
+    std::string GetCalls()
+    {
+        const XThreadLock lock( itsMutex );
+        return itsCalls;
+    }
+
+    std::uint32_t GetRequestedStopCode() const { return itsStopCode; }
+
+protected:
+    void FinishThreadSelf() override { Note( "finish " ); }
+    void Suspending() override { NoteAndCheck( "suspending " ); }
+    void Resuming() override { NoteAndCheck( "resuming " ); }
+    void Stopping() override { NoteAndCheck( "stopping " ); }
+    void AsyncStopThreadSelf( std::uint32_t inStopCode ) override { itsStopCode = inStopCode; }
+
+private:
+    void Note( const char* inCall )
+    {
+        const XThreadLock lock( itsMutex );
+        itsCalls += inCall;
+        throw std::runtime_error( inCall );
+    }
+
+    void NoteAndCheck( const char* inCall )
+    {
+        TestCancelThread(); // must not come back here
+        Note( inCall );
+    }
+
+    XMutex itsMutex;
+    std::string itsCalls;
+    std::atomic<std::uint32_t> itsStopCode = 0;
+};
+
+class Listener : public XThreadListener
+{
+public:
+    explicit Listener( bool inThrows ) : itsThrows( inThrows ) { StartListening(); }
+    ~Listener() override { StopListening(); }
+
+    void ThreadEvent( XThreadEvent inEvent ) override
+    {
+        events.push_back( inEvent );
+        if ( itsThrows )
+            throw 1;
+    }
+
+    std::vector<XThreadEvent> events;
+
+private:
+    const bool itsThrows;
+};
+
+std::int32_t ReturnCodeOf( const TestThread::Body& inBody )
+{
+    TestThread thread( inBody );
+    thread.StartThread();
+    thread.WaitForTerminate( kPatience );
+    return thread.GetThreadReturnCode();
+}
+
+} // namespace
+
+TEST( XThread, KeepsWhateverItsBodyEndsWith )
+{
+    EXPECT_EQ( 7, ReturnCodeOf( [] { return 7; } ) );
+    EXPECT_EQ( 5, ReturnCodeOf( []() -> std::int32_t { throw XStopThreadException( 5 ); } ) );
+    EXPECT_EQ( 1005, ReturnCodeOf( []() -> std::int32_t { throw XException( 1005 ); } ) );
+    EXPECT_EQ( -4, ReturnCodeOf( []() -> std::int32_t { throw std::runtime_error( "x" ); } ) );
+    EXPECT_EQ( -4, ReturnCodeOf( []() -> std::int32_t { throw 1; } ) );
+}
+
+TEST( XThread, StartsAfterItsListenersHaveHeard )
+{
+    const Listener thrower( true );
+    const Listener listener( false );
+    HookedThread thread( SleepForEver );
+    EXPECT_EQ( 0u, thread.GetThreadID() );
+    EXPECT_FALSE( thread.IsThreadRunning() );
+    for ( std::size_t run = 1; run <= 2; ++run ) // the second time it is running
+    {
+        thread.StartThread();
+        EXPECT_EQ( 2 * run - 1, listener.events.size() );
+        EXPECT_TRUE( thread.IsThreadRunning() );
+        EXPECT_NE( 0u, thread.GetThreadID() );
+        EXPECT_NE( XThread::GetCurrentThreadID(), thread.GetThreadID() );
+    }
+    thread.StopThread( 9 );
+    EXPECT_EQ( "stopping finish stopping finish ", thread.GetCalls() );
+    const std::vector<XThreadEvent> expected{
+        kThreadStarted, kThreadFinishing, kThreadStarted, kThreadFinishing };
+    EXPECT_EQ( expected, listener.events );
+    EXPECT_EQ( expected, thrower.events );
+    EXPECT_EQ( 9, thread.GetThreadReturnCode() );
+    EXPECT_EQ( 1u, XThread::GetRunningThreadCount() ); // the main thread
+}
+
+TEST( XThread, StopsItselfUnlessPrevented )
+{
+    EXPECT_EQ(
+        3,
+        ReturnCodeOf(
+            []
+            {
+                XThread::GetCurrentThread()->AsyncStopThread( 3 );
+                return 0;
+            } ) );
+    bool reachedGuardsEnd = false;
+    EXPECT_EQ(
+        4,
+        ReturnCodeOf(
+            [&]
+            {
+                {
+                    const XPreventThreadStop outer;
+                    const XPreventThreadStop inner;
+                    XThread::GetCurrentThread()->StopThread( 4 );
+                    XThread::TestCancelCurrentThread();
+                    reachedGuardsEnd = true;
+                }
+                XThread::TestCancelCurrentThread();
+                return 0;
+            } ) );
+    EXPECT_TRUE( reachedGuardsEnd );
+    EXPECT_EQ(
+        2702,
+        ReturnCodeOf(
+            []
+            {
+                XThread::GetCurrentThread()->StartThread();
+                return 0;
+            } ) );
+}
+
+TEST( XThread, WithdrawsAStopButNotARestart )
+{
+    TestThread* self = nullptr;
+    const auto body = [&]( std::uint32_t inStopCode )
+    {
+        try
+        {
+            self->AsyncStopThread( inStopCode );
+        }
+        catch ( const XStopThreadException& )
+        {
+            self->ResetCancelState();
+        }
+        XThread::TestCancelCurrentThread();
+        return 0;
+    };
+    const auto run = [&]( std::uint32_t inStopCode )
+    {
+        TestThread thread( [&] { return body( inStopCode ); } );
+        self = &thread;
+        thread.StartThread();
+        thread.WaitForTerminate( kPatience );
+        return thread.GetThreadReturnCode();
+    };
+    EXPECT_EQ( 0, run( 2950 ) );
+    EXPECT_EQ( 2702, run( XThread::kRestartStopCode ) );
+}
+
+TEST( XThread, FirstRestartCodeStays )
+{
+    WEvent mayCheck;
+    TestThread thread(
+        [&]
+        {
+            mayCheck.Wait();
+            return SleepForEver();
+        } );
+    thread.StartThread();
+    thread.AsyncStopThread( 5 );
+    thread.AsyncStopThread( XThread::kRestartStopCode );
+    thread.AsyncStopThread( 6 );
+    mayCheck.Set();
+    thread.WaitForTerminate( kPatience );
+    EXPECT_EQ( 2702, thread.GetThreadReturnCode() );
+}
+
+TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
+{
+    HookedThread thread( SleepForEver );
+    thread.StartThread();
+    EXPECT_EQ( 2701u, ErrorOf( [&] { thread.WaitForSuspend( 0 ); } ) );
+    EXPECT_TRUE( thread.SleepUntilSuspended( 5 ) );
+    thread.SuspendThread();
+    EXPECT_TRUE( thread.IsThreadSuspended() );
+    EXPECT_FALSE( thread.SleepUntilSuspended( 0 ) );
+    EXPECT_EQ( 2701u, ErrorOf( [&] { thread.WaitForTerminate( 5 ); } ) );
+    thread.ResumeThread();
+    while ( !thread.IsThreadRunning() )
+        std::this_thread::yield();
+    thread.SuspendThread();
+    thread.StopThread( 8 );
+    EXPECT_EQ( "suspending resuming suspending resuming stopping finish ", thread.GetCalls() );
+    EXPECT_EQ( 8, thread.GetThreadReturnCode() );
+    EXPECT_EQ( 8u, thread.GetRequestedStopCode() );
+    EXPECT_EQ( kWaitResultEvent, thread.WaitForInputOrTerminate( 0 ) );
+}
+
+TEST( XThread, SuspendWaitsForTheGuardOrIsWithdrawn )
+{
+    WEvent mayEnd;
+    TestThread thread(
+        [&]
+        {
+            {
+                const XPreventThreadSuspend guard;
+                XThread::SleepCurrentThread( 1, true );
+                mayEnd.Wait();
+                XThread::TestCancelCurrentThread();
+            }
+            return SleepForEver();
+        } );
+    thread.StartThread();
+    std::thread suspender( [&] { thread.SuspendThread(); } );
+    while ( thread.GetNextThreadState() != XThread::kThreadSuspended )
+        std::this_thread::yield();
+    EXPECT_TRUE( thread.IsThreadRunning() );
+    thread.ResumeThread(); // ends the wait of the suspender too
+    suspender.join();
+    thread.AsyncSuspendThread();
+    mayEnd.Set();
+    thread.WaitForSuspend( kPatience );
+    EXPECT_TRUE( thread.IsThreadSuspended() );
+}
+
+TEST( XThread, ReleasesItsWaitersWhenDestroyed )
+{
+    auto thread = std::make_unique<TestThread>( SleepForEver );
+    thread->StartThread();
+    const auto wait = [waited = thread.get()]
+    {
+        waited->WaitForTerminate( kPatience );
+        return 1;
+    };
+    TestThread first( wait );
+    TestThread second( wait );
+    for ( TestThread* waiter : { &first, &second } )
+    {
+        waiter->StartThread();
+        waiter->SuspendThread(); // obeyed at the first checkpoint, which is the one inside the wait
+    }
+    thread.reset();
+    for ( TestThread* waiter : { &first, &second } )
+    {
+        waiter->ResumeThread();
+        waiter->WaitForTerminate( kPatience );
+        EXPECT_EQ( 1, waiter->GetThreadReturnCode() );
+    }
+}
+
+TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
+{
+    static std::uint64_t sDisposed = 0;
+    XTLSRegistry::SetCleanUp(
+        XTLSRegistry::kApplicationData1, []( std::uint64_t inValue ) { sDisposed += inValue; } );
+    TestThread thread(
+        []
+        {
+            EXPECT_EQ( 5u, XThread::GetCurrentThread()->GetTLS().size() );
+            EXPECT_EQ( 0u, XTLSRegistry::GetData( XTLSRegistry::kApplicationData1 ) );
+            EXPECT_EQ(
+                1006u,
+                ErrorOf(
+                    []
+                    { XTLSRegistry::AssertNotZeroAndDecrementData( XTLSRegistry::kApplicationData1 ); } ) );
+            XTLSRegistry::RegisterData( XTLSRegistry::kApplicationData1, 10 );
+            XTLSRegistry::IncrementData( XTLSRegistry::kApplicationData1 );
+            EXPECT_EQ( 1006u, XException::GetLastError() );
+            return 0;
+        } );
+    for ( int run = 1; run <= 2; ++run )
+    {
+        thread.StartThread();
+        thread.WaitForTerminate( kPatience );
+        EXPECT_EQ( 11u * static_cast<unsigned>( run ), sDisposed );
+    }
+    XTLSRegistry::SetCleanUp( XTLSRegistry::kApplicationData1, nullptr );
+    RunTogether(
+        []
+        {
+            EXPECT_EQ( nullptr, XThread::GetCurrentThread() );
+            EXPECT_EQ( 0u, XTLSRegistry::GetData( XTLSRegistry::kCurrentJob ) );
+            EXPECT_EQ( 1006u, ErrorOf( [] { XTLSRegistry::RegisterData( XTLSRegistry::kCurrentJob, 1 ); } ) );
+            XThread::TestCancelCurrentThread();
+            XThread::SleepCurrentThread( 1, true );
+        } );
+}
+
+TEST( XThread, KnowsTheMainThread )
+{
+    ASSERT_NE( nullptr, XThread::GetMainThread() );
+    EXPECT_EQ( XThread::GetMainThread(), XThread::GetCurrentThread() );
+    EXPECT_TRUE( XThread::GetMainThread()->IsAcquiredThread() );
+    EXPECT_TRUE( XThread::GetMainThread()->IsThreadRunning() );
+    EXPECT_TRUE( XThread::IsMainThread() );
+    RunTogether( [] { EXPECT_FALSE( XThread::IsMainThread() ); } );
+}
+
+TEST( XThread, TakesPriorityAndAffinity )
+{
+    TestThread thread( SleepForEver );
+    thread.SetThreadPriority( kThreadPriorityBelowNormal );
+    thread.StartThread();
+    thread.SetThreadPriority( kThreadPriorityIdle );
+    EXPECT_EQ( kThreadPriorityIdle, thread.GetThreadPriority() );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadPriority( static_cast<XThreadPriority>( 7 ) ); } ) );
+    try
+    {
+        thread.SetThreadPriority( kThreadPriorityTimeCritical );
+    }
+    catch ( const XException& exception ) // not everybody has the right
+    {
+        EXPECT_EQ( 1021u, exception.GetErrorNumber() );
+        EXPECT_EQ( kThreadPriorityIdle, thread.GetThreadPriority() );
+    }
+    EXPECT_EQ( XThread::GetAffinityMaskForAllCPUs(), thread.GetThreadAffinityMask() );
+    thread.SetThreadAffinityMask( XThread::GetAffinityMaskForCore( 0 ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadAffinityMask( 0 ); } ) );
+    EXPECT_EQ( XThread::GetAffinityMaskForCore( 0 ), thread.GetThreadAffinityMask() );
+    const std::uint32_t cores = XThread::GetPhysicalProcessorCoreCount();
+    EXPECT_EQ( 1006u, ErrorOf( [&] { XThread::GetAffinityMaskForCore( cores ); } ) );
+    EXPECT_EQ( XThread::GetProcessorCount(), XThread::GetPercentCPUUsage().size() );
+}
