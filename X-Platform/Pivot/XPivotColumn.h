@@ -7,23 +7,25 @@
 #include "Pivot/XPivotTableTypes.h"
 
 class XPivotTable;
+struct XPivotRun;
 
 /// A column of a table of measurements: one value per row, any of which may be missing. Row i of every column
 /// of a table describes the same object.
 ///
 /// Ownership: a column belongs to its creator, or to the table it was added to. Clones belong to the caller.
-/// Threads:   not locked; a table and its columns are used by one thread at a time. Reading on several
-/// threads is
-///            fine while nobody changes the column.
-/// Errors:    3209 for an ID that is not registered; reading throws 1005, 1015, 1260, internal errors (1006)
-/// for runs
-///            outside the column, and leaves a column that is only good for destruction or another reading.
-/// Units:     rows count from 0.
+/// Threads: not locked; a table and its columns are used by one thread at a time. Reading on several threads
+/// is fine while nobody changes the column.
+/// Errors: 3209 for an ID that is not registered; reading throws 1005, 1015, 1260, internal errors (1006) for
+/// runs outside the column, and leaves a column that is only good for destruction or another reading.
+/// Units: rows count from 0.
 class KORVALE_API XPivotColumn : public XStorable
 {
 public:
     static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotColumn ); }
     static constexpr XVersion GetSuperClassVersion() { return XVersion(); }
+
+    /// Row numbers are signed 32-bit integers in places.
+    static constexpr std::uint32_t kMaxRows = 0x7FFFFFFF;
 
     ~XPivotColumn() override;
     XVersion GetVersion() const override { return GetClassVersion(); }
@@ -147,17 +149,17 @@ public:
     /// that differ are all there, in bytewise order.
     virtual XVector<XString> GetStringSet() const;
 
-    /// Rows from `inFirstRow` on as numbers, for loops over many of them: `values[i]` is the number of row
-    /// `inFirstRow + i` where `exists[i]` is not 0, and anything elsewhere. A text that is no number is NaN
-    /// here.
+    /// Up to `inMaxCount` rows from `inFirstRow` on as numbers, for loops over many of them: `values[i]` is
+    /// the number of row `inFirstRow + i` where `exists[i]` is not 0, and anything elsewhere. A text that is
+    /// no number is NaN here. The block lives until the column or `ioScratch` changes.
     struct XFloatBlock
     {
         const double* values;
         const std::uint8_t* exists;
-        std::uint32_t count; ///< at least 1, unless no row with a flag is left
+        std::uint32_t count; ///< 0 when no row with a flag is left
     };
-    /// The block lives until the column or `ioScratch` changes.
-    virtual XFloatBlock GetFloatBlock( std::uint32_t inFirstRow, XVector<double>& ioScratch ) const;
+    virtual XFloatBlock
+    GetFloatBlock( std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const;
 
     // ---- Order
 
@@ -229,6 +231,9 @@ protected:
 
     virtual std::uint32_t GetColumnSizeSelf() const { return static_cast<std::uint32_t>( itsExists.size() ); }
 
+    /// What `operator==` takes for `GetDataFloat`: it never throws.
+    virtual double GetNumberToCompare( std::uint32_t inRow ) const { return GetDataFloat( inRow ); }
+
     static bool
     DoesPassCompare( double inValue, XPivotFilterRelationship inRelationship, double inReference );
     static bool DoesPassCompare(
@@ -236,6 +241,11 @@ protected:
 
     /// The flags, for the class that keeps values beside them.
     XVector<std::uint8_t>& GetExists() { return itsExists; }
+    /// Takes everything but rows and table: what CloneWithoutCopy copies.
+    void CopySettings( const XPivotColumn& inOther );
+
+    /// Throws the class's internal error for a run outside the column, else 1005: the flags have no such run.
+    [[noreturn]] void RefuseRun( XStream& inStream, const XPivotRun& inRun );
 
     /// Every run of present rows through `WriteSparseColumnDataSelf`, and the end mark.
     void WriteRuns( XStream& inStream ) const;

@@ -31,6 +31,10 @@ public:
     void SetValue( const T& inValue, std::int32_t inRow, bool inExists );
     void AppendValue( const T& inValue, bool inExists );
 
+    void SetData( const XVector<XString>& inValues ) override;
+    void SetData( const XVector<double>& inValues ) override;
+    using XPivotColumn::SetData;
+
     void CopyRowsInto(
         std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
         std::uint32_t inCount ) const override;

@@ -27,7 +27,8 @@ public:
     double GetDataFloat( std::uint32_t inRow ) const override;
     XString GetDataString( std::uint32_t inRow ) const override;
     std::int32_t FindDataFloat( double inValue ) const override;
-    XFloatBlock GetFloatBlock( std::uint32_t inFirstRow, XVector<double>& ioScratch ) const override;
+    XFloatBlock GetFloatBlock(
+        std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const override;
 
 protected:
     XVector<std::int32_t>

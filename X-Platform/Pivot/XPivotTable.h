@@ -7,15 +7,13 @@
 
 /// A table of measurements: columns of equal length, kept in step through every row operation.
 ///
-/// Ownership: the table owns its columns. Changing the rows of a column directly, past the table, is allowed
-/// only if
-///            all columns end up with equal row counts.
-/// Threads:   not locked; one thread at a time.
-/// Errors:    a column of another length, a row or column outside the table are internal errors (1006).
-/// Reading throws
-///            1005 for what is inconsistent, 1003 for a column of an unknown class, 1015, 1260, and then
-///            leaves the table as it was.
-/// Units:     rows and columns count from 0.
+/// Ownership: the table owns its columns. Whoever changes the rows of a column past the table sees to it that
+/// all columns end up with equal row counts.
+/// Threads: not locked; one thread at a time.
+/// Errors: a column of another length, a row or column outside the table are internal errors (1006). Reading
+/// throws 1005 for what is inconsistent, 1003 for a column of an unknown class, 1015, 1260, and then leaves
+/// the table as it was.
+/// Units: rows and columns count from 0.
 class KORVALE_API XPivotTable : public XStorable
 {
 public:
@@ -31,6 +29,10 @@ public:
     /// Deep copies of the columns.
     XPivotTable( const XPivotTable& inOther );
     XPivotTable& operator=( const XPivotTable& inOther );
+    /// Leave the other table without columns.
+    XPivotTable( XPivotTable&& inOther ) noexcept;
+    XPivotTable& operator=( XPivotTable&& inOther ) noexcept;
+    ~XPivotTable() override;
 
     XVersion GetVersion() const override { return GetClassVersion(); }
     XPivotTable* Clone() const override { return new XPivotTable( *this ); }
@@ -100,6 +102,11 @@ public:
 
 private:
     using XColumns = XVector<std::unique_ptr<XPivotColumn>>;
+
+    static void WriteColumn( XStream& inStream, const XPivotColumn& inColumn, XOptions inOptions );
+    static std::unique_ptr<XPivotColumn> ReadColumn( XStream& inStream, XOptions inOptions );
+    void AppendRows( const XPivotTable& inOther );
+    void TakeColumns( XColumns&& inColumns );
 
     XColumns itsColumns; // none null, all of one length
 };

@@ -19,12 +19,6 @@ public:
     XPivotUnknownColumn* Clone() const override { return new XPivotUnknownColumn( *this ); }
     XPivotUnknownColumn* CloneWithoutCopy() const override;
 
-    void CopyRowsInto(
-        std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
-        std::uint32_t inCount ) const override;
-    void CopyRowsOver(
-        std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
-        std::uint32_t inCount ) const override;
     void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
     void ResizeRows( std::uint32_t inRowCount ) override;
     using XPivotColumn::DeleteItems;

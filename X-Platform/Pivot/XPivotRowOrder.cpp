@@ -1,0 +1,254 @@
+#include "Pivot/XPivotRowOrder.h"
+
+#include "Core/XByteOrder.h"
+#include "Pivot/XStableSort.h"
+
+#include <array>
+#include <cmath>
+#include <numeric>
+
+namespace
+{
+/// A row with an unsigned integer that orders as its value does.
+template<class TKey>
+struct XKeyedRow
+{
+    TKey key;
+    std::uint32_t row;
+};
+
+// ---- Keys
+
+std::uint32_t MakeKey( std::uint32_t inValue )
+{
+    return inValue;
+}
+std::uint32_t MakeKey( const XVersion& inValue )
+{
+    return inValue;
+}
+std::uint32_t MakeKey( std::int32_t inValue )
+{
+    return static_cast<std::uint32_t>( inValue ) ^ 0x80000000u;
+}
+
+std::uint64_t MakeKey( const XTime& inValue )
+{
+    return static_cast<std::uint64_t>( inValue.GetMicroSeconds() ) ^ ( std::uint64_t( 1 ) << 63 );
+}
+
+std::uint64_t MakeKey( double inValue )
+{
+    if ( std::isnan( inValue ) )
+        return 0;
+    const auto bits = std::bit_cast<std::uint64_t>( inValue + 0.0 ); // makes both zeros the positive one
+    return bits >> 63 ? ~bits : bits | std::uint64_t( 1 ) << 63;
+}
+
+std::uint64_t ReadBytesAsKey( const std::uint8_t* inBytes )
+{
+    std::uint64_t bytes;
+    std::memcpy( &bytes, inBytes, sizeof bytes );
+    return kPlatformByteOrder == kIntelOrder ? XSwapBytes( bytes ) : bytes;
+}
+
+/// The first half of the bytes; the rest is compared where these are equal.
+std::uint64_t MakeKey( const XUUID& inValue )
+{
+    return ReadBytesAsKey( inValue.GetBytes() );
+}
+
+// ---- Radix sort
+
+constexpr std::size_t kFewRows = 256; // below that, counting digits costs more than comparing
+
+/// Sorts by one byte of the key after the other, lowest first, and leaves out bytes that are the same in all
+/// keys.
+template<class TKey>
+class XRadixSort
+{
+public:
+    using XRow = XKeyedRow<TKey>;
+
+    void Sort( XVector<XRow>& ioRows )
+    {
+        CountDigits( ioRows );
+        XVector<XRow> scratch( ioRows.size() );
+        for ( unsigned digit = 0; digit < kDigits; ++digit )
+        {
+            if ( IsSameInAll( digit, ioRows ) )
+                continue;
+            Distribute( digit, ioRows, scratch );
+            ioRows.swap( scratch );
+        }
+    }
+
+private:
+    static constexpr unsigned kDigits = sizeof( TKey );
+
+    static std::size_t GetDigit( const XRow& inRow, unsigned inDigit )
+    {
+        return static_cast<std::size_t>( inRow.key >> ( 8 * inDigit ) & 0xFF );
+    }
+
+    void CountDigits( const XVector<XRow>& inRows )
+    {
+        for ( const XRow& row : inRows )
+        {
+            for ( unsigned digit = 0; digit < kDigits; ++digit )
+                ++itsCounts[digit][GetDigit( row, digit )];
+        }
+    }
+
+    bool IsSameInAll( unsigned inDigit, const XVector<XRow>& inRows ) const
+    {
+        return itsCounts[inDigit][GetDigit( inRows.front(), inDigit )] == inRows.size();
+    }
+
+    void Distribute( unsigned inDigit, const XVector<XRow>& inRows, XVector<XRow>& outRows )
+    {
+        std::array<std::uint32_t, 256> places;
+        std::exclusive_scan( itsCounts[inDigit].begin(), itsCounts[inDigit].end(), places.begin(), 0u );
+        for ( const XRow& row : inRows )
+            outRows[places[GetDigit( row, inDigit )]++] = row;
+    }
+
+    std::array<std::array<std::uint32_t, 256>, kDigits> itsCounts = {};
+};
+
+template<class TKey>
+void SortByKey( XVector<XKeyedRow<TKey>>& ioRows )
+{
+    if ( ioRows.size() >= kFewRows )
+        return XRadixSort<TKey>().Sort( ioRows );
+    const auto isLess = []( const auto& inLeft, const auto& inRight ) { return inLeft.key < inRight.key; };
+    XStableSort( ioRows, isLess ).Sort();
+}
+
+template<class T>
+auto SortKeys( const XVector<T>& inValues, XPivotSortDirection inDirection )
+{
+    using XKey = decltype( MakeKey( inValues.front() ) );
+    // Complemented keys order the other way round and leave ties as they are.
+    const XKey flip = inDirection == kSortAscending ? 0 : static_cast<XKey>( ~XKey( 0 ) );
+    XVector<XKeyedRow<XKey>> rows( inValues.size() );
+    for ( std::size_t row = 0; row < rows.size(); ++row )
+        rows[row] = { MakeKey( inValues[row] ) ^ flip, static_cast<std::uint32_t>( row ) };
+    SortByKey( rows );
+    return rows;
+}
+
+template<class TRow>
+void TakeRows( const XVector<TRow>& inRows, XVector<std::uint32_t>& outOrder )
+{
+    outOrder.resize( inRows.size() );
+    for ( std::size_t i = 0; i < inRows.size(); ++i )
+        outOrder[i] = inRows[i].row;
+}
+
+template<class T>
+void SortRowsByKey(
+    const XVector<T>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    TakeRows( SortKeys( inValues, inDirection ), outOrder );
+}
+
+/// Goes through the groups of equal keys and sorts each by the second half of the bytes.
+void SortBySecondHalf(
+    const XVector<XUUID>& inValues, std::uint64_t inFlip, XVector<XKeyedRow<std::uint64_t>>& ioRows )
+{
+    XVector<XKeyedRow<std::uint64_t>> group;
+    for ( std::size_t first = 0, end; first < ioRows.size(); first = end )
+    {
+        for ( end = first + 1; end < ioRows.size() && ioRows[end].key == ioRows[first].key; )
+            ++end;
+        if ( end - first == 1 )
+            continue;
+        group.assign(
+            ioRows.begin() + static_cast<std::ptrdiff_t>( first ),
+            ioRows.begin() + static_cast<std::ptrdiff_t>( end ) );
+        for ( auto& row : group )
+            row.key = ReadBytesAsKey( inValues[row.row].GetBytes() + sizeof row.key ) ^ inFlip;
+        SortByKey( group );
+        std::copy( group.begin(), group.end(), ioRows.begin() + static_cast<std::ptrdiff_t>( first ) );
+    }
+}
+} // namespace
+
+void XSortPivotRows(
+    const XVector<double>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    SortRowsByKey( inValues, inDirection, outOrder );
+}
+
+void XSortPivotRows(
+    const XVector<std::int32_t>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    SortRowsByKey( inValues, inDirection, outOrder );
+}
+
+void XSortPivotRows(
+    const XVector<std::uint32_t>& inValues, XPivotSortDirection inDirection,
+    XVector<std::uint32_t>& outOrder )
+{
+    SortRowsByKey( inValues, inDirection, outOrder );
+}
+
+void XSortPivotRows(
+    const XVector<XTime>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    SortRowsByKey( inValues, inDirection, outOrder );
+}
+
+void XSortPivotRows(
+    const XVector<XVersion>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    SortRowsByKey( inValues, inDirection, outOrder );
+}
+
+void XSortPivotRows(
+    const XVector<XUUID>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    auto rows = SortKeys( inValues, inDirection );
+    SortBySecondHalf( inValues, inDirection == kSortAscending ? 0 : ~std::uint64_t( 0 ), rows );
+    TakeRows( rows, outOrder );
+}
+
+void XSortPivotRows(
+    const XVector<XString>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    outOrder.resize( inValues.size() );
+    std::iota( outOrder.begin(), outOrder.end(), 0u );
+    const auto isLess = [&]( std::uint32_t inLeft, std::uint32_t inRight )
+    { return inValues[inLeft] < inValues[inRight]; };
+    const auto isGreater = [&]( std::uint32_t inLeft, std::uint32_t inRight )
+    { return inValues[inRight] < inValues[inLeft]; };
+    if ( inDirection == kSortAscending )
+        XStableSort( outOrder, isLess ).Sort();
+    else
+        XStableSort( outOrder, isGreater ).Sort();
+}
+
+void XSortTextsStably( XVector<XString>& ioTexts )
+{
+    XStableSort( ioTexts, []( const XString& inLeft, const XString& inRight ) { return inLeft < inRight; } )
+        .Sort();
+}
+
+XVector<std::uint32_t> XListOtherRows( std::uint32_t inRowCount, const XVector<std::uint32_t>& inRows )
+{
+    XVector<std::uint8_t> isListed( inRowCount, 0 );
+    for ( const std::uint32_t row : inRows )
+    {
+        XAssert( row < inRowCount );
+        isListed[row] = 1;
+    }
+    XVector<std::uint32_t> others;
+    others.reserve( inRowCount );
+    for ( std::uint32_t row = 0; row < inRowCount; ++row )
+    {
+        if ( !isListed[row] )
+            others.push_back( row );
+    }
+    return others;
+}
