@@ -79,12 +79,12 @@ void HandSwap( benchmark::State& ioState )
     CountBytes<T>( ioState );
 }
 
-template<class T>
-void WriteArray( benchmark::State& ioState, XByteOrder inOrder )
+template<class T, XByteOrder kOrder>
+void WriteArray( benchmark::State& ioState )
 {
     const XVector<T> values = MakeArray<T>();
     XMemStream stream;
-    stream.SetByteOrder( inOrder );
+    stream.SetByteOrder( kOrder );
     XWriteVector( stream, values );
     for ( auto _ : ioState )
     {
@@ -95,12 +95,12 @@ void WriteArray( benchmark::State& ioState, XByteOrder inOrder )
     CountBytes<T>( ioState );
 }
 
-template<class T>
-void ReadArray( benchmark::State& ioState, XByteOrder inOrder )
+template<class T, XByteOrder kOrder>
+void ReadArray( benchmark::State& ioState )
 {
     XVector<T> values = MakeArray<T>();
     XMemStream stream;
-    stream.SetByteOrder( inOrder );
+    stream.SetByteOrder( kOrder );
     XWriteVector( stream, values );
     for ( auto _ : ioState )
     {
@@ -112,17 +112,17 @@ void ReadArray( benchmark::State& ioState, XByteOrder inOrder )
 }
 
 BENCHMARK( Memcpy<double> )->Name( "doubles/memcpy" );
-BENCHMARK_CAPTURE( WriteArray<double>, , kPlatformByteOrder )->Name( "doubles/write/native/XMemStream" );
-BENCHMARK_CAPTURE( ReadArray<double>, , kPlatformByteOrder )->Name( "doubles/read/native/XMemStream" );
+BENCHMARK( WriteArray<double, kPlatformByteOrder> )->Name( "doubles/write/native/XMemStream" );
+BENCHMARK( ReadArray<double, kPlatformByteOrder> )->Name( "doubles/read/native/XMemStream" );
 BENCHMARK( HandSwap<double> )->Name( "doubles/swap by hand" );
-BENCHMARK_CAPTURE( WriteArray<double>, , kOtherByteOrder )->Name( "doubles/write/swapped/XMemStream" );
-BENCHMARK_CAPTURE( ReadArray<double>, , kOtherByteOrder )->Name( "doubles/read/swapped/XMemStream" );
+BENCHMARK( WriteArray<double, kOtherByteOrder> )->Name( "doubles/write/swapped/XMemStream" );
+BENCHMARK( ReadArray<double, kOtherByteOrder> )->Name( "doubles/read/swapped/XMemStream" );
 BENCHMARK( Memcpy<std::int32_t> )->Name( "int32/memcpy" );
-BENCHMARK_CAPTURE( WriteArray<std::int32_t>, , kPlatformByteOrder )->Name( "int32/write/native/XMemStream" );
-BENCHMARK_CAPTURE( ReadArray<std::int32_t>, , kPlatformByteOrder )->Name( "int32/read/native/XMemStream" );
+BENCHMARK( WriteArray<std::int32_t, kPlatformByteOrder> )->Name( "int32/write/native/XMemStream" );
+BENCHMARK( ReadArray<std::int32_t, kPlatformByteOrder> )->Name( "int32/read/native/XMemStream" );
 BENCHMARK( HandSwap<std::int32_t> )->Name( "int32/swap by hand" );
-BENCHMARK_CAPTURE( WriteArray<std::int32_t>, , kOtherByteOrder )->Name( "int32/write/swapped/XMemStream" );
-BENCHMARK_CAPTURE( ReadArray<std::int32_t>, , kOtherByteOrder )->Name( "int32/read/swapped/XMemStream" );
+BENCHMARK( WriteArray<std::int32_t, kOtherByteOrder> )->Name( "int32/write/swapped/XMemStream" );
+BENCHMARK( ReadArray<std::int32_t, kOtherByteOrder> )->Name( "int32/read/swapped/XMemStream" );
 
 // ---- Records
 
