@@ -37,6 +37,10 @@ constinit const XString XString::kEmptyString( &XString::sEmptyStorage );
 constinit const XString XString::kDotString( &XString::sDotStorage );
 constinit const XString XString::kNewLineString( &XString::sNewLineStorage );
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr SSize64 XString::kNotFound;
+constexpr USize64 XString::kToEnd;
+
 XString::XString( const char* str ) : XString()
 {
     XAssert( str );
