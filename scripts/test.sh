@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs the tests on Linux. --all adds the Windows build under Wine, the sanitizer builds, the fuzz targets
-# over their seeds, the format and floor checks and a consumer built against the installed package.
+# over their seeds, the format and floor checks, the lock models and a consumer built against the installed package.
 # Sets up everything it needs on a Debian machine, packages included.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -77,6 +77,8 @@ if $all; then
   step "format and floors"
   scripts/format.sh --check
   /usr/bin/python3 scripts/check-floors.py
+  step "lock models"
+  scripts/check-models.sh
 
   run_fuzzers
   build_and_test linux-asan
