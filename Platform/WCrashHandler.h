@@ -9,9 +9,9 @@
 class KORVALE_API WCrashHandler
 {
 public:
-    /// Receives the description of the crash and the crash dump. Called at most once per process, on the
-    /// thread that crashed, in a state where anything may be broken: it should do no more than write the text
-    /// somewhere. A report that does not end within half a minute is cut off.
+    /// Receives the description of the crash and the crash dump. Called at most once per process, while the thread that
+    /// crashed waits and in a state where anything may be broken: it should do no more than write the text somewhere. A
+    /// report that does not end within half a minute is cut off.
     using Report = void ( * )( std::string_view inText );
 
     /// Installs the handlers for the whole process; a second call only changes the report. Signals that
