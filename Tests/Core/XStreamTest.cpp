@@ -373,6 +373,8 @@ TEST( XStream, RefusesToReadBeyondABoundedEnd )
         EXPECT_EQ( ErrorOf( [&] { stream->ReadBuffer8( ten.data(), ten.size() ); } ), 1260u );
         EXPECT_EQ( ErrorOf( [&] { stream->ReadBuffer64( ten.data(), USize64( 1 ) << 61 ); } ), 1260u );
         EXPECT_EQ( ErrorOf( [&] { stream->PeekBuffer8( ten.data(), ~USize64( 0 ) ); } ), 1260u );
+        EXPECT_EQ( ErrorOf( [&] { stream->ReadBuffer8( ten.data(), ~USize64( 0 ) ); } ), 1260u );
+        EXPECT_EQ( ErrorOf( [&] { stream->WriteBuffer8( ten.data(), ~USize64( 0 ) ); } ), 1013u );
         EXPECT_EQ( stream->GetPosition(), 0 );
         EXPECT_EQ( stream->Read64(), 0x1111111111111111u );
         EXPECT_EQ( ErrorOf( [&] { stream->Read8(); } ), 1260u );

@@ -268,22 +268,23 @@ protected:
     void FlushQuietly() noexcept;
 
 private:
-    static constexpr USize64 kCachedStep = 32 * 1024;
-    static constexpr USize64 kSwapBlock = 64 * 1024; // temporary space of swapped writes
-
     static constexpr USize64 kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
+    static constexpr USize64 kCachedStep =
+        32 * 1024;                                   // bytes by which a vector grows that is read as it grows
+    static constexpr USize64 kSwapBlock = 64 * 1024; // temporary space of swapped writes
 
     // The ends may lie before the cursor, where the mode of the buffer forbids reading or writing.
     bool HasToRead( USize64 inSize ) const { return itsReadEnd - itsCursor >= ToDifference( inSize ); }
     bool HasRoom( USize64 inSize ) const { return itsWriteEnd - itsCursor >= ToDifference( inSize ); }
     static std::ptrdiff_t ToDifference( USize64 inSize ) { return static_cast<std::ptrdiff_t>( inSize ); }
     static USize64 ToSize( std::ptrdiff_t inSize ) { return inSize > 0 ? static_cast<USize64>( inSize ) : 0; }
-    // True for what the fast paths copy; the slow ones sort out null buffers and counts that are 0 or beyond
-    // reason.
+
+    // What the fast paths copy; the slow ones sort out null buffers, and counts of 0 or beyond all memory.
     static bool IsOrdinary( const void* inBuffer, USize64 inCount )
     {
         return inBuffer && inCount - 1 < kMostBytes;
     }
+
     void ReadSlowly( void* buffer, USize64 count );
     void ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 count );
     void Refill( SSize64 inPosition, USize64 inLeast );
@@ -350,10 +351,10 @@ using XBits = std::conditional_t<
     std::conditional_t<
         kSize == 2, std::uint16_t, std::conditional_t<kSize == 4, std::uint32_t, std::uint64_t>>>;
 
+/// Integers and floats of at most 64 bits.
 template<class T>
-inline constexpr bool kIsValue = (std::is_integral_v<T> ||
-                                  std::is_floating_point_v<T>)&&!std::is_same_v<T, bool> &&
-    sizeof( T ) <= 8;
+inline constexpr bool kIsValue =
+    std::is_arithmetic_v<T> && !std::is_same_v<T, bool> && sizeof( T ) <= sizeof( std::uint64_t );
 } // namespace XStreamDetail
 
 template<class T>
@@ -401,7 +402,7 @@ void XStream::WriteValue( T inValue )
 
 inline void XStream::ReadBuffer8( void* buffer, USize64 count )
 {
-    if ( HasToRead( count ) && buffer && count > 0 ) [[likely]]
+    if ( IsOrdinary( buffer, count ) && HasToRead( count ) ) [[likely]]
     {
         std::memcpy( buffer, itsCursor, count );
         itsCursor += count;
@@ -412,7 +413,7 @@ inline void XStream::ReadBuffer8( void* buffer, USize64 count )
 
 inline void XStream::WriteBuffer8( const void* buffer, USize64 count )
 {
-    if ( HasRoom( count ) && buffer && count > 0 ) [[likely]]
+    if ( IsOrdinary( buffer, count ) && HasRoom( count ) ) [[likely]]
     {
         std::memcpy( itsCursor, buffer, count );
         itsCursor += count;
