@@ -20,11 +20,6 @@ constexpr std::int64_t kUnixEpochSeconds = 2082844800;
 /// 1 January 1904 as a platform date.
 constexpr double kPlatformDateOf1904 = 1462.0;
 
-std::string_view GetView( const XString& inText )
-{
-    return { inText.GetConstCharPtr(), inText.GetLength() };
-}
-
 std::int64_t GetDayNumber( std::int64_t inMicroSeconds )
 {
     return XCalendar::DivideDown( inMicroSeconds, XTime::kOneDay );
@@ -73,7 +68,7 @@ XTime::XTime(
 }
 
 XTime::XTime( const XString& inDateText, const XString& inTimeText )
-    : itsMicroSeconds( XParseTimeText( GetView( inDateText ), GetView( inTimeText ) ) )
+    : itsMicroSeconds( XParseTimeText( inDateText.GetStringView(), inTimeText.GetStringView() ) )
 {
 }
 

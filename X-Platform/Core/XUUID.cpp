@@ -94,7 +94,7 @@ std::string_view RemoveDecoration( const XString& inText )
 {
     static constexpr char kUrn[] = "urn:uuid:";
     constexpr std::size_t kUrnLength = sizeof( kUrn ) - 1;
-    const std::string_view text( inText.GetConstCharPtr(), inText.GetLength() );
+    const std::string_view text = inText.GetStringView();
     if ( text.size() == kTextLength + 2 && text.front() == '{' && text.back() == '}' )
         return text.substr( 1, kTextLength );
     if ( text.size() == kTextLength + kUrnLength && inText.CaselessStartsWith( kUrn ) )
@@ -134,7 +134,7 @@ void XUUID::GenerateNewID()
 
 XString XUUID::UUIDToString() const
 {
-    char text[kTextLength + 1];
+    char text[kTextLength];
     char* next = text;
     for ( std::size_t i = 0; i < kByteCount; ++i )
     {
@@ -143,13 +143,12 @@ XString XUUID::UUIDToString() const
         *next++ = kHexDigits[itsBytes[i] >> 4];
         *next++ = kHexDigits[itsBytes[i] & 0xF];
     }
-    *next = '\0';
-    return XString( text );
+    return XString( std::string_view( text, kTextLength ) );
 }
 
 XString XUUID::UUIDToTerseString() const
 {
-    char text[kTerseLength + 1];
+    char text[kTerseLength];
     char* next = text;
     std::uint32_t bits = 0;
     unsigned bitCount = 0;
@@ -159,9 +158,8 @@ XString XUUID::UUIDToTerseString() const
         for ( bitCount += 8; bitCount >= 6; bitCount -= 6 )
             *next++ = kTerseDigits[bits >> ( bitCount - 6 ) & 0x3F];
     }
-    *next++ = kTerseDigits[bits << ( 6 - bitCount ) & 0x3F];
-    *next = '\0';
-    return XString( text );
+    *next = kTerseDigits[bits << ( 6 - bitCount ) & 0x3F];
+    return XString( std::string_view( text, kTerseLength ) );
 }
 
 void XUUID::StringToUUID( const XString& inText )
