@@ -588,6 +588,25 @@ TEST( XStream, FindsTextAcrossTheBordersOfItsBuffer )
     EXPECT_EQ( stream.FindString( "c" ), 65538 );
 }
 
+TEST( XMemStream, KeepsContentsAndPositionWhenRoomIsMade )
+{
+    XMemStream stream;
+    stream.WriteText( "abc" );
+    {
+        const XStream::XPositionSaver saver( stream );
+        stream.SeekTo( 1 );
+        stream.SetPhysicalSize( 1000 );
+        EXPECT_EQ( stream.Read8(), 'b' );
+    }
+    const std::uint8_t* data = stream.GetData();
+    stream.WriteFiller( 997, 'd' );
+    EXPECT_EQ( stream.GetData(), data );
+    EXPECT_EQ( Hex( stream ).substr( 0, 8 ), "61626364" );
+    stream.Clear();
+    EXPECT_EQ( stream.GetExtent(), 0 );
+    EXPECT_EQ( stream.GetPosition(), 0 );
+}
+
 TEST( XStringStream, SplicesWhatIsWrittenIntoTheString )
 {
     XString text = "abcdef";

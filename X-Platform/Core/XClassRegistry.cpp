@@ -23,41 +23,17 @@ XVersion KeyOf( const XVersion& inVersion )
     return inVersion.GetClassID();
 }
 
-/// The registry's maps. A registration is never changed once it is published: a new one takes its place and
-/// the old one is kept, so that the index can be read without a lock.
-class XTables
+/// The registrations by class number. One is never changed once it is in here: a new one takes its place and the old
+/// one is kept, so that readers need no lock.
+constinit std::array<std::atomic<const XCreatorFunctions*>, kClassNumbers> sClassTable{};
+
+/// What only changes and questions of descent look at, under a lock.
+struct XTables
 {
-public:
     std::shared_mutex mutex;
-    std::map<XVersion, const XCreatorFunctions*> classTable;
+    XVector<std::unique_ptr<const XCreatorFunctions>> registrations; // all that ever were, to be kept
     std::map<XVersion, XVersion> inheritanceMap;
     std::map<XVersion, XVersion> aliasMap;
-
-    void Publish( XCreatorFunctions inFunctions )
-    {
-        const XVersion key = KeyOf( inFunctions.version );
-        const XCreatorFunctions* entry =
-            itsRegistrations.emplace_back( std::make_unique<XCreatorFunctions>( std::move( inFunctions ) ) )
-                .get();
-        classTable[key] = entry;
-        itsIndex[key].store( entry, std::memory_order_release );
-    }
-
-    void Withdraw( const XVersion& inKey )
-    {
-        itsIndex[inKey].store( nullptr, std::memory_order_release );
-        classTable.erase( inKey );
-    }
-
-    /// Takes no lock.
-    const XCreatorFunctions* Find( const XVersion& inVersion ) const
-    {
-        return itsIndex[inVersion.GetClassID()].load( std::memory_order_acquire );
-    }
-
-private:
-    std::array<std::atomic<const XCreatorFunctions*>, kClassNumbers> itsIndex{};
-    XVector<std::unique_ptr<const XCreatorFunctions>> itsRegistrations;
 };
 
 /// Never destroyed: objects may be read until the process is gone.
@@ -65,6 +41,25 @@ XTables& Tables()
 {
     static XTables* const sTables = new XTables;
     return *sTables;
+}
+
+const XCreatorFunctions* FindRegistration( const XVersion& inVersion )
+{
+    return sClassTable[inVersion.GetClassID()].load( std::memory_order_acquire );
+}
+
+bool HasRegistration( const XVersion& inVersion )
+{
+    return FindRegistration( inVersion ) != nullptr;
+}
+
+/// To be called under the lock.
+void Publish( XTables& ioTables, XCreatorFunctions inFunctions )
+{
+    auto entry = std::make_unique<const XCreatorFunctions>( std::move( inFunctions ) );
+    ioTables.registrations.push_back( std::move( entry ) );
+    const XCreatorFunctions* published = ioTables.registrations.back().get();
+    sClassTable[published->version.GetClassID()].store( published, std::memory_order_release );
 }
 
 /// Follows `inMap` from a class and returns the first version on the way for which `inIsFound` holds. A
@@ -94,13 +89,11 @@ bool HasLink( const std::map<XVersion, XVersion>& inMap, const XVersion& inClass
 /// registered.
 std::optional<XVersion> FindRegistered( const XVersion& inVersion )
 {
-    XTables& tables = Tables();
-    const auto isRegistered = [&tables]( const XVersion& inTarget )
-    { return tables.Find( inTarget ) != nullptr; };
-    if ( isRegistered( inVersion ) )
+    if ( HasRegistration( inVersion ) )
         return inVersion;
+    XTables& tables = Tables();
     const std::shared_lock lock( tables.mutex );
-    return FollowLinks( tables.aliasMap, inVersion, isRegistered );
+    return FollowLinks( tables.aliasMap, inVersion, HasRegistration );
 }
 
 /// What a version's object is made from: the version, or the one it is an alias for, and the registration.
@@ -109,7 +102,7 @@ GetCreators( const XVersion& inVersion, const XVersion& inDefaultVersion )
 {
     const XVersion& named = inVersion.GetClassID() == kClassNone ? inDefaultVersion : inVersion;
     const XVersion version = FindRegistered( named ).value_or( kClassNone );
-    const XCreatorFunctions* functions = Tables().Find( version );
+    const XCreatorFunctions* functions = FindRegistration( version );
     if ( !functions )
         XThrow( 1003 );
     if ( version.GetClassRevision() > functions->version.GetClassRevision() )
@@ -132,8 +125,8 @@ void XClassRegistry::RegisterClassA(
     XAssert( inClassVersion.GetClassID() != kClassNone );
     XTables& tables = Tables();
     const std::unique_lock lock( tables.mutex );
-    tables.Publish(
-        { inClassVersion, inCurrentCreator, inOldStreamCreator, inDefaultCreator, inDescription } );
+    Publish(
+        tables, { inClassVersion, inCurrentCreator, inOldStreamCreator, inDefaultCreator, inDescription } );
     if ( inSuperVersion.GetClassID() != kClassNone )
         tables.inheritanceMap[KeyOf( inClassVersion )] = inSuperVersion;
     else
@@ -144,7 +137,7 @@ void XClassRegistry::UnregisterClassA( const XVersion& inClassVersion )
 {
     XTables& tables = Tables();
     const std::unique_lock lock( tables.mutex );
-    tables.Withdraw( KeyOf( inClassVersion ) );
+    sClassTable[inClassVersion.GetClassID()].store( nullptr, std::memory_order_release );
     tables.inheritanceMap.erase( KeyOf( inClassVersion ) );
 }
 
@@ -166,24 +159,24 @@ void XClassRegistry::RegisterDescription( const XVersion& inClass, const XString
 {
     XTables& tables = Tables();
     const std::unique_lock lock( tables.mutex );
-    const XCreatorFunctions* functions = tables.Find( inClass );
+    const XCreatorFunctions* functions = FindRegistration( inClass );
     if ( !functions )
         XThrow( 1003 );
     XCreatorFunctions described = *functions;
     described.description = inText;
-    tables.Publish( described );
+    Publish( tables, std::move( described ) );
 }
 
 XString XClassRegistry::GetClassDescription( const XVersion& inClass )
 {
     const XVersion version = FindRegistered( inClass ).value_or( kClassNone );
-    const XCreatorFunctions* functions = Tables().Find( version );
+    const XCreatorFunctions* functions = FindRegistration( version );
     return functions ? functions->description : XString();
 }
 
 bool XClassRegistry::IsRegistered( const XVersion& inClass )
 {
-    return Tables().Find( inClass ) != nullptr;
+    return HasRegistration( inClass );
 }
 
 bool XClassRegistry::IsAliasFor( const XVersion& inAlias, const XVersion& inTarget )

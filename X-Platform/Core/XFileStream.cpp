@@ -2,6 +2,9 @@
 
 #include "Core/XFail.h"
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr USize64 XFileStream::kDefaultBufferSize;
+
 XFileStream::XFileStream( const std::filesystem::path& inPath, WFile::Mode inMode, USize64 inBufferSize )
     : XStream( inBufferSize, true, true ), itsPath( inPath ), itsFile( inPath, inMode )
 {

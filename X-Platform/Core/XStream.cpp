@@ -5,6 +5,7 @@
 #include "Core/XUUID.h"
 
 // A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr XVersion XStream::kCurrentStreamVersion;
 constexpr USize64 XStream::kReadStep;
 constexpr unsigned XStream::kMaxObjectDepth;
 
