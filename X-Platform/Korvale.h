@@ -50,6 +50,10 @@
 #include "Threads/XThreadYield.h"
 #include "Threads/XWaitResult.h"
 
+// Services
+#include "Services/XSessionLogEntry.h"
+#include "Services/XSessionLogManager.h"
+
 // Messaging
 #include "Messaging/RegisterMessagingClasses.h"
 #include "Messaging/XAppClosingMessage.h"

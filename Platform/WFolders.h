@@ -1,0 +1,18 @@
+#pragma once
+
+#include "WPlatform.h"
+
+#include <filesystem>
+
+/// Folders that the system gives the user.
+class KORVALE_API WFolders
+{
+public:
+    /// Where programs of the library keep what outlives a session but is no document: logs and the like. The folder
+    /// need not exist yet. `XDG_STATE_HOME` or `~/.local/state` on Linux, the local application data on Windows; the
+    /// folder of temporary files for a user without either.
+    static std::filesystem::path GetStateFolder();
+
+private:
+    static std::filesystem::path GetUserFolder();
+};

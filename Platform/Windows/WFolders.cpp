@@ -1,0 +1,9 @@
+#include "WFolders.h"
+
+#include <cstdlib>
+
+std::filesystem::path WFolders::GetUserFolder()
+{
+    const wchar_t* folder = _wgetenv( L"LOCALAPPDATA" );
+    return folder ? folder : L"";
+}
