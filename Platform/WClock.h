@@ -10,8 +10,8 @@ class KORVALE_API WClock
 public:
     WClock() = delete;
 
-    /// Microseconds since an arbitrary moment that stays the same while the process runs. Never runs
-    /// backwards and does not follow changes of the system time.
+    /// Microseconds since an arbitrary moment that stays the same while the process runs. Never runs backwards,
+    /// does not follow changes of the system time, and counts the time for which the machine is suspended.
     static std::int64_t GetMicroSeconds();
 
     /// The system time: microseconds since 00:00:00 UTC on 1 January 1970. Jumps when the system time is set.
