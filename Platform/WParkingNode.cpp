@@ -13,7 +13,19 @@ constexpr std::uint32_t kAlerted = 2;
 constexpr std::uint32_t kSleeping = 4;
 
 // Waking a thread on another processor takes some 25 microseconds, so a wait that ends within a few is better spun.
-constexpr std::uint32_t kSpinTurns = 400;
+constexpr std::uint32_t kSpinTurns = 200;
+
+// A thread whose waits have proved long this often in a row spins in every so manieth wait only.
+constexpr std::uint32_t kLongWaitsInARow = 2;
+constexpr std::uint32_t kWaitsPerTrial = 16;
+
+thread_local std::uint32_t sLongWaits = 0;
+
+bool IsSpinningWorthwhile()
+{
+    return WProcessors::GetCount() > 1 &&
+        ( sLongWaits < kLongWaitsInARow || sLongWaits % kWaitsPerTrial == 0 );
+}
 
 } // namespace
 
@@ -52,13 +64,17 @@ void WParkingNode::Alert()
 
 bool WParkingNode::SpinForRelease() const
 {
-    const std::uint32_t turns = WProcessors::GetCount() > 1 ? kSpinTurns : 1;
+    const std::uint32_t turns = IsSpinningWorthwhile() ? kSpinTurns : 1;
     for ( std::uint32_t turn = 0; turn < turns; ++turn )
     {
         if ( itsWord.load( std::memory_order_acquire ) & kReleased )
+        {
+            sLongWaits = 0;
             return true;
+        }
         WFutex::Pause();
     }
+    ++sLongWaits;
     return false;
 }
 

@@ -188,7 +188,7 @@ TEST( XRWMutex, HoldsItsPromisesUnderLoad )
     std::atomic<int> writers = 0;
     const auto work = [&]( std::uint32_t inSeed )
     {
-        for ( std::uint32_t turn = inSeed; turn < inSeed + 500; ++turn )
+        for ( std::uint32_t turn = inSeed; turn < inSeed + 10'000; ++turn )
         {
             try
             {

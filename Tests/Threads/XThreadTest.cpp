@@ -286,6 +286,7 @@ TEST( XThread, ReleasesItsWaitersWhenDestroyed )
 TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
 {
     static std::uint64_t sDisposed = 0;
+    sDisposed = 0;
     XTLSRegistry::SetCleanUp(
         XTLSRegistry::kApplicationData1, []( std::uint64_t inValue ) { sDisposed += inValue; } );
     TestThread thread(

@@ -1,13 +1,29 @@
 #include "Threads/XConditionVariable.h"
 
 #include "Threads/XCheckpoint.h"
+#include "Threads/XMutexSleeper.h"
 #include "WParkingQueue.h"
 
-struct XConditionVariable::XWaiter : WParkingNode
+// A waiter is in the parking queue of the condition variable until it is signalled. A signal given by the owner of the
+// waiter's mutex does not wake it, since it would have to sleep again at once for the mutex: it moves the waiter to the
+// queue of the mutex, to be woken when that is unlocked. The exception is a waiter that runs its checkpoint: it may be
+// suspended there, and must not be the one that an unlocked mutex waits for.
+
+struct XConditionVariable::XWaiter : XMutexSleeper
 {
-    // Set by the thread that signals.
-    bool isSignalledAlone = false; // the signal was for a number of waiters, so it must not be lost
-    XWaiter* nextSignalled = nullptr;
+    enum State : std::uint32_t
+    {
+        kWaiting,
+        kSignalledInNumber, // by a signal for a number of waiters, which must not be lost
+        kSignalledWithAll
+    };
+
+    explicit XWaiter( XMutex& inMutex ) : XMutexSleeper( false ), mutex( inMutex ) {}
+
+    XMutex& mutex;
+    State state = kWaiting;           // guarded by the queue of the condition variable
+    bool isInCheckpoint = false;      // changed under that queue while waiting
+    XWaiter* nextSignalled = nullptr; // the signalling thread's
 };
 
 void XConditionVariable::Wait( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAlertable )
@@ -20,7 +36,7 @@ bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool
 {
     ioMutex.AssertIsLockedOnce();
     const WDeadline deadline( inTimeoutMs );
-    XWaiter waiter;
+    XWaiter waiter( ioMutex );
     Enqueue( waiter ); // before unlocking, so that whoever changes what the mutex guards finds the waiter
     ioMutex.Unlock();
     bool isTooLate = false;
@@ -30,7 +46,7 @@ bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool
     }
     catch ( ... ) // a stop
     {
-        if ( !Leave( waiter ) && waiter.isSignalledAlone )
+        if ( !Leave( waiter ) && waiter.state == XWaiter::kSignalledInNumber )
             Signal();
         ioMutex.Lock();
         throw;
@@ -63,17 +79,30 @@ void XConditionVariable::Enqueue( XWaiter& inWaiter )
 }
 
 /// Sleeps until signalled; true when the deadline has passed before. The checkpoint runs with the waiter still queued,
-/// so that a thread that is suspended here loses no signal.
+/// so that a thread that is suspended there misses no signal.
 bool XConditionVariable::SleepInQueue( XWaiter& inWaiter, const WDeadline& inDeadline, bool inAlertable )
 {
     for ( ;; )
     {
-        if ( inAlertable )
+        if ( inAlertable && SetInCheckpoint( inWaiter, true ) )
+        {
             XRunCheckpoint();
+            SetInCheckpoint( inWaiter, false );
+        }
         const WWaitResult result = inWaiter.Wait( inDeadline, inAlertable );
         if ( result != kWaitAlerted )
             return result == kWaitTimedOut && Leave( inWaiter );
     }
+}
+
+/// False, with nothing changed, for a waiter that has been signalled.
+bool XConditionVariable::SetInCheckpoint( XWaiter& inWaiter, bool inIsInCheckpoint )
+{
+    const WParkingQueue queue( this );
+    if ( inWaiter.state != XWaiter::kWaiting )
+        return false;
+    inWaiter.isInCheckpoint = inIsInCheckpoint;
+    return true;
 }
 
 /// Takes the waiter from the queue. False when it has been signalled in the meantime.
@@ -81,8 +110,9 @@ bool XConditionVariable::Leave( XWaiter& inWaiter )
 {
     {
         WParkingQueue queue( this );
-        if ( queue.Remove( inWaiter ) )
+        if ( inWaiter.state == XWaiter::kWaiting )
         {
+            queue.Remove( inWaiter );
             itsWaiterCount.fetch_sub( 1, std::memory_order_relaxed );
             return true;
         }
@@ -106,7 +136,7 @@ void XConditionVariable::Unblock( bool inAll, std::uint32_t inCount )
             if ( !waiter )
                 break;
             itsWaiterCount.fetch_sub( 1, std::memory_order_relaxed );
-            waiter->isSignalledAlone = !inAll;
+            waiter->state = inAll ? XWaiter::kSignalledWithAll : XWaiter::kSignalledInNumber;
             *end = waiter;
             end = &waiter->nextSignalled;
         }
@@ -115,6 +145,7 @@ void XConditionVariable::Unblock( bool inAll, std::uint32_t inCount )
     {
         XWaiter* const waiter = first;
         first = waiter->nextSignalled;
-        waiter->Release();
+        if ( waiter->isInCheckpoint || !waiter->mutex.QueueForUnlock( *waiter ) )
+            waiter->Release();
     }
 }

@@ -45,6 +45,7 @@ private:
 
     void Enqueue( XWaiter& inWaiter );
     bool SleepInQueue( XWaiter& inWaiter, const WDeadline& inDeadline, bool inAlertable );
+    bool SetInCheckpoint( XWaiter& inWaiter, bool inIsInCheckpoint );
     bool Leave( XWaiter& inWaiter );
     void Unblock( bool inAll, std::uint32_t inCount );
 

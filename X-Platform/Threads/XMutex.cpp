@@ -2,6 +2,7 @@
 
 #include "Threads/XCheckpoint.h"
 #include "Threads/XLockOrder.h"
+#include "Threads/XMutexSleeper.h"
 #include "WFutex.h"
 #include "WParkingQueue.h"
 #include "WProcessors.h"
@@ -24,15 +25,10 @@ namespace
 
 constexpr std::uint32_t kLongestPause = 64;
 
+// A pause of the processor takes about as long as this many tries.
+constexpr std::uint32_t kTriesPerPause = 4;
+
 } // namespace
-
-struct XMutex::XSleeper : WParkingNode
-{
-    explicit XSleeper( bool inWantsHandOff ) : wantsHandOff( inWantsHandOff ) {}
-
-    const bool wantsHandOff; // came too late once
-    bool isOwner = false;    // set by the thread that hands the mutex over
-};
 
 XMutex::~XMutex()
 {
@@ -110,7 +106,7 @@ bool XMutex::SpinForLock( std::uint32_t inThreadID )
 {
     const std::uint32_t tries = WProcessors::GetCount() > 1 ? itsSpinCount : 1;
     std::uint32_t pause = 1;
-    for ( std::uint32_t tried = 0; tried < tries; tried += pause )
+    for ( std::uint32_t tried = 0; tried < tries; tried += kTriesPerPause * pause )
     {
         if ( TryClaim( inThreadID ) )
             return true;
@@ -144,7 +140,7 @@ bool XMutex::SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline
 /// Sleeps unless the mutex is free. kParkedAndFree tells that it is worth trying again.
 XMutex::XParkResult XMutex::Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff )
 {
-    XSleeper sleeper( inWantsHandOff );
+    XMutexSleeper sleeper( inWantsHandOff );
     if ( !Enqueue( sleeper ) )
         return kParkedAndFree;
     const WWaitResult result = sleeper.Wait( inDeadline, inAlertable );
@@ -154,7 +150,7 @@ XMutex::XParkResult XMutex::Park( const WDeadline& inDeadline, bool inAlertable,
 }
 
 /// Queues the sleeper if the mutex is owned.
-bool XMutex::Enqueue( XSleeper& inSleeper )
+bool XMutex::Enqueue( XMutexSleeper& inSleeper )
 {
     WParkingQueue queue( this );
     std::uint32_t state = itsState.load( std::memory_order_relaxed );
@@ -168,7 +164,7 @@ bool XMutex::Enqueue( XSleeper& inSleeper )
 }
 
 /// Takes the sleeper from the queue. False when it was woken in the meantime, or handed the mutex.
-bool XMutex::Leave( XSleeper& inSleeper )
+bool XMutex::Leave( XMutexSleeper& inSleeper )
 {
     {
         WParkingQueue queue( this );
@@ -186,10 +182,10 @@ bool XMutex::Leave( XSleeper& inSleeper )
 void XMutex::UnlockSlowly()
 {
     XAssert( IsLockedByCurrentThread() );
-    XSleeper* sleeper = nullptr;
+    XMutexSleeper* sleeper = nullptr;
     {
         WParkingQueue queue( this );
-        sleeper = static_cast<XSleeper*>( queue.TakeFirst() );
+        sleeper = static_cast<XMutexSleeper*>( queue.TakeFirst() );
         std::uint32_t state = itsState.load( std::memory_order_relaxed ) & kOrdered;
         if ( !queue.IsEmpty() )
             state |= kSleepers;
@@ -202,4 +198,11 @@ void XMutex::UnlockSlowly()
     }
     if ( sleeper )
         sleeper->Release();
+}
+
+/// Queues a thread that is to have the mutex next, to be woken when the calling thread unlocks. False when the calling
+/// thread does not own the mutex.
+bool XMutex::QueueForUnlock( XMutexSleeper& inSleeper )
+{
+    return IsLockedByCurrentThread() && Enqueue( inSleeper );
 }

@@ -7,6 +7,7 @@
 #include <atomic>
 
 class WDeadline;
+struct XMutexSleeper;
 
 /// A recursive mutex. A free one is taken without a call into the library and without memory; a taken one is
 /// tried for `kDefaultSpinCount` turns (on machines with two processors or more), then the thread sleeps in
@@ -67,7 +68,8 @@ public:
     void DontLockBefore( const XMutex& inOther );
 
 private:
-    struct XSleeper;
+    friend class XConditionVariable;
+
     enum XParkResult : std::uint32_t
     {
         kParkedAndOwner,
@@ -89,9 +91,10 @@ private:
     bool SpinForLock( std::uint32_t inThreadID );
     bool SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline, bool inAlertable );
     XParkResult Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff );
-    bool Enqueue( XSleeper& inSleeper );
-    bool Leave( XSleeper& inSleeper );
+    bool Enqueue( XMutexSleeper& inSleeper );
+    bool Leave( XMutexSleeper& inSleeper );
     void UnlockSlowly();
+    bool QueueForUnlock( XMutexSleeper& inSleeper );
 
     std::atomic<std::uint32_t> itsState = 0;
     std::uint32_t itsRecursionCount = 0; // beyond the first lock; the owner's
