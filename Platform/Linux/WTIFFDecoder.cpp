@@ -1,0 +1,151 @@
+#include "WTIFFDecoder.h"
+
+#include "WImageFile.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <tiffio.h>
+
+namespace
+{
+constexpr const char* kDamaged = "its compressed samples cannot be read";
+
+/// libtiff's first complaint since this was cleared. It complains on the thread that reads.
+thread_local std::string sMessage;
+
+void KeepMessage( const char*, const char* inFormat, va_list inArguments )
+{
+    char text[256];
+    std::vsnprintf( text, sizeof( text ), inFormat, inArguments );
+    if ( sMessage.empty() )
+        sMessage = text;
+}
+
+void Check( bool inSuccess )
+{
+    if ( !inSuccess )
+        throw WImageError( sMessage.empty() ? kDamaged : kDamaged + ( ": " + sMessage ) );
+}
+} // namespace
+
+class WTIFFDecoder::Implementation
+{
+public:
+    explicit Implementation( const std::filesystem::path& inPath );
+    ~Implementation() { TIFFClose( itsTIFF ); }
+    Implementation( const Implementation& ) = delete;
+    Implementation& operator=( const Implementation& ) = delete;
+
+    void Decode( std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, WImagePage& ioPage );
+
+private:
+    TIFF* itsTIFF;
+
+    template<class T>
+    T GetField( std::uint32_t inTag );
+    bool HasForm( const WImagePage& inPage );
+    void DecodeStrips( std::uint16_t inPlane, WImagePage& ioPage );
+    void DecodeTiles( std::uint16_t inPlane, std::uint64_t inMostBytes, WImagePage& ioPage );
+    bool IsSeparate() { return GetField<std::uint16_t>( TIFFTAG_PLANARCONFIG ) == PLANARCONFIG_SEPARATE; }
+};
+
+WTIFFDecoder::Implementation::Implementation( const std::filesystem::path& inPath )
+{
+    TIFFSetWarningHandler( nullptr );
+    TIFFSetErrorHandler( KeepMessage );
+    sMessage.clear();
+    itsTIFF = TIFFOpen( inPath.c_str(), "r" );
+    Check( itsTIFF != nullptr );
+}
+
+template<class T>
+T WTIFFDecoder::Implementation::GetField( std::uint32_t inTag )
+{
+    T value = 0;
+    TIFFGetFieldDefaulted( itsTIFF, inTag, &value );
+    return value;
+}
+
+bool WTIFFDecoder::Implementation::HasForm( const WImagePage& inPage )
+{
+    return GetField<std::uint32_t>( TIFFTAG_IMAGEWIDTH ) == inPage.width &&
+        GetField<std::uint32_t>( TIFFTAG_IMAGELENGTH ) == inPage.height &&
+        GetField<std::uint16_t>( TIFFTAG_SAMPLESPERPIXEL ) == inPage.channels &&
+        GetField<std::uint16_t>( TIFFTAG_BITSPERSAMPLE ) == inPage.GetSampleSize() * 8;
+}
+
+void WTIFFDecoder::Implementation::Decode(
+    std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, WImagePage& ioPage )
+{
+    sMessage.clear();
+    Check( TIFFSetSubDirectory( itsTIFF, inDirectoryOffset ) != 0 );
+    if ( GetField<std::uint16_t>( TIFFTAG_PHOTOMETRIC ) == PHOTOMETRIC_YCBCR )
+    {
+        if ( GetField<std::uint16_t>( TIFFTAG_COMPRESSION ) != COMPRESSION_JPEG )
+            throw WImageError(
+                "its colours are stored as brightness and differences, which only JPEG may do" );
+        TIFFSetField( itsTIFF, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB );
+    }
+    Check( HasForm( ioPage ) );
+
+    const auto planes = static_cast<std::uint16_t>( IsSeparate() ? ioPage.channels : 1 );
+    for ( std::uint16_t plane = 0; plane < planes; ++plane )
+        if ( TIFFIsTiled( itsTIFF ) )
+            DecodeTiles( plane, inMostBytes, ioPage );
+        else
+            DecodeStrips( plane, ioPage );
+}
+
+void WTIFFDecoder::Implementation::DecodeStrips( std::uint16_t inPlane, WImagePage& ioPage )
+{
+    const auto rowsPerStrip = std::min( GetField<std::uint32_t>( TIFFTAG_ROWSPERSTRIP ), ioPage.height );
+    const auto rowSize = static_cast<std::uint64_t>( TIFFScanlineSize64( itsTIFF ) );
+    Check( rowsPerStrip > 0 && rowSize == ioPage.GetRowSize() / ( IsSeparate() ? ioPage.channels : 1 ) );
+
+    const auto block = std::make_unique_for_overwrite<std::byte[]>( rowSize * rowsPerStrip );
+    for ( std::uint64_t top = 0; top < ioPage.height; top += rowsPerStrip )
+    {
+        const auto row = static_cast<std::uint32_t>( top );
+        const auto rows = std::min( rowsPerStrip, ioPage.height - row );
+        const auto size = static_cast<tmsize_t>( rowSize * rows );
+        const auto strip = TIFFComputeStrip( itsTIFF, row, inPlane );
+        Check( TIFFReadEncodedStrip( itsTIFF, strip, block.get(), size ) == size );
+        ioPage.CopyBlock( block.get(), ioPage.width, rows, 0, row, IsSeparate(), inPlane );
+    }
+}
+
+void WTIFFDecoder::Implementation::DecodeTiles(
+    std::uint16_t inPlane, std::uint64_t inMostBytes, WImagePage& ioPage )
+{
+    const auto width = GetField<std::uint32_t>( TIFFTAG_TILEWIDTH );
+    const auto height = GetField<std::uint32_t>( TIFFTAG_TILELENGTH );
+    const auto size = TIFFTileSize( itsTIFF );
+    const auto pixelSize = ioPage.GetSampleSize() * ( IsSeparate() ? 1 : ioPage.channels );
+    Check( width > 0 && height > 0 && static_cast<std::uint64_t>( size ) / pixelSize / width == height );
+    Check( static_cast<std::uint64_t>( size ) <= inMostBytes );
+
+    const auto block = std::make_unique_for_overwrite<std::byte[]>( static_cast<std::size_t>( size ) );
+    for ( std::uint64_t top = 0; top < ioPage.height; top += height )
+        for ( std::uint64_t left = 0; left < ioPage.width; left += width )
+        {
+            const auto x = static_cast<std::uint32_t>( left );
+            const auto y = static_cast<std::uint32_t>( top );
+            const auto tile = TIFFComputeTile( itsTIFF, x, y, 0, inPlane );
+            Check( TIFFReadEncodedTile( itsTIFF, tile, block.get(), size ) == size );
+            ioPage.CopyBlock( block.get(), width, height, x, y, IsSeparate(), inPlane );
+        }
+}
+
+WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
+    : itsImplementation( std::make_unique<Implementation>( inPath ) )
+{
+}
+
+WTIFFDecoder::~WTIFFDecoder() = default;
+
+void WTIFFDecoder::Decode(
+    std::uint32_t, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, WImagePage& ioPage )
+{
+    itsImplementation->Decode( inDirectoryOffset, inMostBytes, ioPage );
+}

@@ -1,0 +1,83 @@
+#include "WImageFile.h"
+
+#include "WFile.h"
+#include "WTIFFFile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+using namespace std::string_view_literals;
+
+namespace
+{
+std::string ReadSignature( const std::filesystem::path& inPath )
+{
+    char bytes[8];
+    const WFile file( inPath, WFile::kRead );
+    return std::string( bytes, file.ReadAt( 0, bytes, sizeof( bytes ) ) );
+}
+
+bool IsTIFF( std::string_view inSignature )
+{
+    for ( const auto mark : { "II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv } )
+        if ( inSignature.starts_with( mark ) )
+            return true;
+    return false;
+}
+} // namespace
+
+void WImagePage::Allocate( std::uint64_t inMostBytes )
+{
+    if ( width == 0 || height == 0 || channels == 0 )
+        throw WImageError( "it has a page without pixels" );
+
+    const auto size = std::to_string( width ) + " x " + std::to_string( height ) + " pixels";
+    const auto pixels = std::uint64_t{ width } * height;
+    if ( pixels > std::numeric_limits<std::uint32_t>::max() )
+        throw WImageError( "a page of " + size + " is too large" );
+    if ( pixels > inMostBytes / GetSampleSize() / channels )
+        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+    samples = std::make_unique_for_overwrite<std::byte[]>( GetByteCount() );
+}
+
+void WImagePage::CopyBlock(
+    const std::byte* inBlock, std::uint32_t inBlockWidth, std::uint32_t inRows, std::uint32_t inLeft,
+    std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel )
+{
+    const std::size_t pixelSize = std::size_t{ channels } * GetSampleSize();
+    const std::size_t pieceSize = inIsPlane ? GetSampleSize() : pixelSize;
+    const auto columns = std::min( inBlockWidth, width - inLeft );
+    const auto rows = std::min( inRows, height - inTop );
+    for ( std::uint32_t y = 0; y < rows; ++y )
+    {
+        const auto* from = inBlock + std::size_t{ y } * inBlockWidth * pieceSize;
+        auto* to = samples.get() + ( std::size_t{ inTop } + y ) * GetRowSize() + inLeft * pixelSize;
+        if ( !inIsPlane )
+        {
+            std::memcpy( to, from, columns * pixelSize );
+            continue;
+        }
+        to += inChannel * pieceSize;
+        for ( std::uint32_t x = 0; x < columns; ++x, from += pieceSize, to += pixelSize )
+            std::memcpy( to, from, pieceSize );
+    }
+}
+
+std::unique_ptr<WImageFile> WImageFile::Open( const std::filesystem::path& inPath )
+{
+    const auto signature = ReadSignature( inPath );
+    if ( IsTIFF( signature ) )
+        return std::make_unique<WTIFFFile>( inPath );
+    if ( signature.starts_with( "\x89PNG\r\n\x1A\n"sv ) )
+        return OpenPNG( inPath );
+    throw WImageError( "it is neither a TIFF nor a PNG file" );
+}
+
+std::uint64_t WImageFile::GetMostPNGBytes( std::uint64_t inFileSize )
+{
+    // Deflate packs 1032 bytes into one at best, and a bit with a palette becomes three bytes.
+    constexpr std::uint64_t kMostRatio = 1033 * 24;
+    return std::min( inFileSize, std::numeric_limits<std::uint64_t>::max() / kMostRatio ) * kMostRatio;
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+/// An image file that cannot be read: what is wrong with it, as UTF-8 and without the file's name.
+class WImageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
+/// by side, in the byte order of the machine.
+struct WImagePage
+{
+    enum SampleType
+    {
+        kUInt8,
+        kUInt16,
+        kFloat32
+    };
+
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t channels = 0;
+    SampleType type = kUInt8;
+    double pixelWidth = 0;  ///< In micrometres; 0 when the file carries no resolution.
+    double pixelHeight = 0; ///< In micrometres; 0 when the file carries no resolution.
+    std::unique_ptr<std::byte[]> samples;
+
+    std::uint32_t GetSampleSize() const { return type == kUInt8 ? 1 : type == kUInt16 ? 2 : 4; }
+    std::uint64_t GetRowSize() const { return std::uint64_t{ width } * channels * GetSampleSize(); }
+    std::uint64_t GetByteCount() const { return GetRowSize() * height; }
+    bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
+
+    /// The samples as numbers of their type; T must fit `type`.
+    template<class T>
+    const T* GetSamples() const
+    {
+        return reinterpret_cast<const T*>( samples.get() );
+    }
+
+    /// Makes room for the samples, whose values are then undefined. Throws WImageError for an image without pixels,
+    /// with more than 2^32 - 1 of them, or of more than `inMostBytes` bytes.
+    void Allocate( std::uint64_t inMostBytes );
+
+    /// Copies the part of a block of `inBlockWidth` pixels a row that lies inside the page, to the place of its left
+    /// top corner. The block holds all channels, or, where `inIsPlane`, only the channel of that number.
+    void CopyBlock(
+        const std::byte* inBlock, std::uint32_t inBlockWidth, std::uint32_t inRows, std::uint32_t inLeft,
+        std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel );
+};
+
+/// A TIFF or PNG file of one or more pages, read through what the system has for it. TIFF: 8- and 16-bit unsigned and
+/// 32-bit float samples, any number of them in a pixel, strips or tiles. PNG: 8 and 16 bits; fewer bits are scaled to 8,
+/// palettes become red, green and blue, transparency is dropped.
+///
+/// The sizes that a file claims are held against the bytes that it has before memory is asked for. Failures throw
+/// WImageError or WLastErrorException. One thread at a time may use an object.
+class WImageFile
+{
+public:
+    /// Tells the kind of file by its first bytes.
+    static std::unique_ptr<WImageFile> Open( const std::filesystem::path& inPath );
+
+    virtual ~WImageFile() = default;
+    WImageFile( const WImageFile& ) = delete;
+    WImageFile& operator=( const WImageFile& ) = delete;
+
+    virtual std::uint32_t GetPageCount() const { return 1; }
+
+    /// Reads the page of that number, counted from 0. Fastest in ascending order.
+    virtual WImagePage ReadPage( std::uint32_t inPage ) = 0;
+
+protected:
+    WImageFile() = default;
+
+    /// The most bytes of samples that a PNG file of that size can hold.
+    static std::uint64_t GetMostPNGBytes( std::uint64_t inFileSize );
+
+private:
+    static std::unique_ptr<WImageFile> OpenPNG( const std::filesystem::path& inPath );
+};

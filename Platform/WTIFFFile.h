@@ -1,0 +1,33 @@
+#pragma once
+
+#include "WImageFile.h"
+#include "WTIFFDecoder.h"
+#include "WTIFFDirectory.h"
+
+#include <optional>
+
+/// A TIFF file of either byte order, classic or with 64-bit offsets. Pages that are not compressed are read here, the
+/// others by WTIFFDecoder.
+class WTIFFFile : public WImageFile
+{
+public:
+    explicit WTIFFFile( const std::filesystem::path& inPath );
+
+    std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
+    WImagePage ReadPage( std::uint32_t inPage ) override;
+
+private:
+    struct Grid;
+
+    std::filesystem::path itsPath;
+    WFile itsFile;
+    WTIFFHeader itsHeader;
+    std::vector<std::uint64_t> itsPages; ///< Offsets of the directories.
+    std::optional<WTIFFDecoder> itsDecoder;
+
+    std::uint64_t GetMostBytes( const WTIFFDirectory& inTags ) const;
+    WImagePage ReadLayout( const WTIFFDirectory& inTags ) const;
+    void ReadPlain( const WTIFFDirectory& inTags, WImagePage& outPage ) const;
+    void ReadBlock( const Grid& inGrid, std::uint64_t inBlock, WImagePage& outPage ) const;
+    void ReadExactly( std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount ) const;
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "WImageFile.h"
+
+#include <filesystem>
+#include <wincodec.h>
+#include <windows.h>
+
+/// An image file opened by the Windows Imaging Component. Used on the thread that made it; failures throw WImageError.
+class WImagingComponent
+{
+public:
+    explicit WImagingComponent( const std::filesystem::path& inPath );
+    ~WImagingComponent();
+    WImagingComponent( const WImagingComponent& ) = delete;
+    WImagingComponent& operator=( const WImagingComponent& ) = delete;
+
+    /// Fills the samples of a page whose form is known and whose room is made. A frame of other channels or samples is
+    /// refused unless `inMayConvert`: then transparency is dropped, palettes are applied and few bits scaled to eight.
+    void CopyFrame( std::uint32_t inFrame, bool inMayConvert, WImagePage& ioPage );
+
+private:
+    bool itsMustUninitialise = false;
+    IWICImagingFactory* itsFactory = nullptr;
+    IWICBitmapDecoder* itsDecoder = nullptr;
+
+    void Release();
+};
