@@ -1,0 +1,194 @@
+#include "Measure.h"
+
+#include "MeasurementSummary.h"
+#include "ProgressCounter.h"
+#include "TableFile.h"
+#include "TableText.h"
+#include "WReplaceFile.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <optional>
+
+namespace
+{
+template<class T>
+std::optional<T> ParseNumber( std::string_view inText )
+{
+    T number{};
+    const auto end = inText.data() + inText.size();
+    const auto [rest, error] = std::from_chars( inText.data(), end, number );
+    if ( error != std::errc() || rest != end )
+        return std::nullopt;
+    return number;
+}
+
+/// The index that a name such as C1 stands for.
+std::optional<std::uint32_t> ParseChannel( std::string_view inText )
+{
+    if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
+        return std::nullopt;
+    const auto number = ParseNumber<std::uint32_t>( inText.substr( 1 ) );
+    return number && *number > 0 ? std::optional( *number - 1 ) : std::nullopt;
+}
+
+std::string CheckChannel( const std::string& inText )
+{
+    return ParseChannel( inText ) ? "" : inText + " is no channel: they are C1, C2, ...";
+}
+
+std::string CheckThreshold( const std::string& inText )
+{
+    const auto number = ParseNumber<double>( inText );
+    return inText == "otsu" || ( number && std::isfinite( *number ) )
+        ? ""
+        : inText + " is neither otsu nor a number";
+}
+
+/// True when both name one file, which need not exist.
+bool IsSamePath( const std::string& inOne, const std::string& inOther )
+{
+    std::error_code error;
+    const auto one = PathFromUTF8( inOne ), other = PathFromUTF8( inOther );
+    return std::filesystem::equivalent( one, other, error ) ||
+        std::filesystem::weakly_canonical( one, error ) == std::filesystem::weakly_canonical( other, error );
+}
+} // namespace
+
+CLI::App* Measure::Declare( CLI::App& ioProgram )
+{
+    auto* const command =
+        ioProgram.add_subcommand( "measure", "Finds the objects of images and measures them into a table." );
+    command->footer(
+        "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page "
+        "is one\n"
+        "time point, counted from 0; the samples of a pixel are the channels C1, C2, ...\n"
+        "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, "
+        "numbered\n"
+        "from 1 in each page by their first pixel, row by row. Centroid, location and bounds are in pixels "
+        "and the\n"
+        "first pixel is 0; the perimeter counts the edges of pixels; areas are given where the image tells "
+        "the size of\n"
+        "its pixels. The standard deviation is that of all the object's pixels.\n"
+        "A table file or a CSV file is written only when it is asked for, and replaces an older one. An "
+        "image that\n"
+        "cannot be read is told on standard error; the others are measured, and the exit status is 1." );
+    command->add_option( "IMAGE", itsImages, "Images to measure" )->required();
+    command->add_option( "-o,--output", itsTable, "Table file to write, for korvale show" )
+        ->type_name( "TABLE" );
+    command->add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" );
+    command->add_option( "--channel", itsChannel, "Channel that tells objects from background" )
+        ->type_name( "Cn" )
+        ->check( CheckChannel )
+        ->capture_default_str();
+    command->add_option( "--threshold", itsThreshold, "otsu (chosen for each page by itself) or a value" )
+        ->type_name( "otsu|VALUE" )
+        ->check( CheckThreshold )
+        ->capture_default_str();
+    command
+        ->add_option(
+            "--connectivity", itsConnectivity, "Whether pixels connect by edges (4) or by corners too (8)" )
+        ->type_name( "4|8" )
+        ->check( CLI::IsMember( { 4, 8 } ) )
+        ->capture_default_str();
+    command->add_option( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
+        ->type_name( "N" )
+        ->capture_default_str();
+    command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
+    return command;
+}
+
+void Measure::Check() const
+{
+    const auto refuse = []( const std::string& inText ) { throw CLI::ValidationError( "measure", inText ); };
+    if ( !itsTable.empty() && !itsCSV.empty() && IsSamePath( itsTable, itsCSV ) )
+        refuse( "the table and the CSV file are the same file" );
+    for ( const auto& image : itsImages )
+        for ( const auto& output : { itsTable, itsCSV } )
+            if ( !output.empty() && IsSamePath( image, output ) )
+                refuse( output + " is an image to measure; it would be overwritten" );
+}
+
+int Measure::Run( Terminal& ioTerminal )
+{
+    std::vector<ImageMeasurement> measurements;
+    {
+        ProgressCounter progress( ioTerminal, "Measuring page", itsIsQuiet );
+        for ( const auto& image : itsImages )
+        {
+            try
+            {
+                measurements.push_back( MeasureImage( image, progress ) );
+            }
+            catch ( ... )
+            {
+                progress.Clear();
+                ReportFailure( ioTerminal, image, DescribeCurrentException() );
+            }
+        }
+    }
+    // Nothing measured, nothing written: an older output stays.
+    if ( measurements.empty() )
+        return kFailure;
+
+    const auto table = MakeMeasurementTable( measurements );
+    WriteOutputs( table );
+    if ( !itsIsQuiet )
+        PrintSummary( measurements, table, GetSettings().channel, ioTerminal.out );
+    return measurements.size() == itsImages.size() ? kSuccess : kFailure;
+}
+
+MeasureSettings Measure::GetSettings() const
+{
+    MeasureSettings settings;
+    settings.channel = *ParseChannel( itsChannel );
+    settings.threshold = ParseNumber<double>( itsThreshold );
+    settings.connectivity = itsConnectivity == 4 ? Connectivity::kEdges : Connectivity::kEdgesAndCorners;
+    settings.leastPixels = itsLeastPixels;
+    return settings;
+}
+
+/// All pages or none: a damaged page leaves nothing of its image.
+ImageMeasurement Measure::MeasureImage( const std::string& inImage, ProgressCounter& ioProgress ) const
+{
+    const auto path = PathFromUTF8( inImage );
+    const auto file = WImageFile::Open( path );
+    const auto settings = GetSettings();
+
+    ImageMeasurement measurement;
+    measurement.name = PathToUTF8( path.filename() );
+    for ( std::uint32_t page = 0; page < file->GetPageCount(); ++page )
+    {
+        ioProgress.Show( page + 1, file->GetPageCount(), "of " + measurement.name );
+        measurement.pages.push_back( MeasurePage( file->ReadPage( page ), settings ) );
+    }
+    return measurement;
+}
+
+/// Both files are complete before either takes its place.
+void Measure::WriteOutputs( const XPivotTable& inTable ) const
+{
+    std::optional<WReplaceFile> table, csv;
+    if ( !itsTable.empty() )
+    {
+        table.emplace( PathFromUTF8( itsTable ) );
+        WriteTableFile( inTable, table->GetFile() );
+    }
+    if ( !itsCSV.empty() )
+    {
+        csv.emplace( PathFromUTF8( itsCSV ) );
+        std::uint64_t position = 0;
+        WriteCSV(
+            inTable,
+            [&]( std::string_view inText )
+            {
+                csv->GetFile().WriteAt( position, inText.data(), inText.size() );
+                position += inText.size();
+            } );
+    }
+    if ( table )
+        table->Commit();
+    if ( csv )
+        csv->Commit();
+}

@@ -1,0 +1,69 @@
+#include "Program.h"
+
+#include "Measure.h"
+#include "Sample.h"
+#include "Show.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+namespace
+{
+struct Subcommand
+{
+    std::unique_ptr<Command> command;
+    CLI::App* app = nullptr;
+};
+
+std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
+{
+    std::vector<Subcommand> subcommands;
+    subcommands.push_back( { std::make_unique<Sample>() } );
+    subcommands.push_back( { std::make_unique<Measure>() } );
+    subcommands.push_back( { std::make_unique<Show>() } );
+    for ( auto& subcommand : subcommands )
+        subcommand.app = subcommand.command->Declare( ioProgram );
+    return subcommands;
+}
+
+int RunSubcommand( Command& ioCommand, Terminal& ioTerminal )
+{
+    const auto status = ioCommand.Run( ioTerminal );
+    if ( ioTerminal.out.flush() )
+        return status;
+    ReportFailure( ioTerminal, "standard output", "not everything could be written" );
+    return kFailure;
+}
+} // namespace
+
+int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTerminal )
+{
+    CLI::App program( "Finds and measures the objects in microscope images.", "korvale" );
+    program.set_version_flag( "--version", "korvale " KORVALE_VERSION );
+    program.require_subcommand( 1 );
+    program.footer( "korvale COMMAND --help explains a command.\n"
+                    "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage." );
+    auto subcommands = DeclareSubcommands( program );
+    try
+    {
+        // CLI11 takes arguments from the back.
+        program.parse( std::vector<std::string>( inArguments.rbegin(), inArguments.rend() ) );
+        const auto used =
+            std::ranges::find_if( subcommands, []( const auto& inEach ) { return inEach.app->parsed(); } );
+        used->command->Check();
+        return RunSubcommand( *used->command, ioTerminal );
+    }
+    catch ( const CLI::Error& error )
+    {
+        const auto status = program.exit( error, ioTerminal.out, ioTerminal.error );
+        ioTerminal.out.flush();
+        return status == 0 ? kSuccess : kWrongUsage;
+    }
+    catch ( ... )
+    {
+        ReportFailure(
+            ioTerminal, program.get_subcommands().front()->get_name(), DescribeCurrentException() );
+        return kFailure;
+    }
+}

@@ -1,0 +1,85 @@
+#include "Sample.h"
+
+#include "ProgressCounter.h"
+#include "TIFFWriter.h"
+#include "WReplaceFile.h"
+
+#include <CLI/CLI.hpp>
+#include <limits>
+
+CLI::App* Sample::Declare( CLI::App& ioProgram )
+{
+    auto* const command = ioProgram.add_subcommand(
+        "sample", "Writes a stack of images with known objects: DIR/sample.tif and DIR/truth.csv." );
+    command->footer(
+        "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
+        "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
+        "has a line for each object of each plane: where it was drawn, how large and how bright." );
+    command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )->required();
+    const auto addNumber = [&]( const char* inName, std::uint32_t& outNumber, std::uint32_t inLeast,
+                                std::uint32_t inMost, const char* inText )
+    {
+        command->add_option( inName, outNumber, inText )
+            ->check( CLI::Range( inLeast, inMost ) )
+            ->capture_default_str();
+    };
+    addNumber( "--planes", itsSettings.planes, 1, 100000, "Pages of the stack" );
+    addNumber( "--width", itsSettings.width, 1, 65536, "Width of a plane in pixels" );
+    addNumber( "--height", itsSettings.height, 1, 65536, "Height of a plane in pixels" );
+    addNumber( "--channels", itsSettings.channels, 1, 64, "Samples of a pixel" );
+    addNumber( "--objects", itsSettings.objects, 0, 10000000, "Objects in each plane" );
+    command->add_option( "--bits", itsSettings.bits, "Bits of a sample" )
+        ->check( CLI::IsMember( { 8, 16 } ) )
+        ->capture_default_str();
+    command
+        ->add_option(
+            "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
+        ->capture_default_str();
+    command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
+    return command;
+}
+
+void Sample::Check() const
+{
+    const auto planeBytes = std::uint64_t{ itsSettings.width } * itsSettings.height * itsSettings.channels *
+        ( itsSettings.bits / 8 );
+    if ( planeBytes > std::numeric_limits<std::uint32_t>::max() / itsSettings.planes )
+        throw CLI::ValidationError( "sample", "the stack would outgrow the 4 GiB of a TIFF file" );
+    try
+    {
+        SampleStack{ itsSettings };
+    }
+    catch ( const WImageError& error )
+    {
+        throw CLI::ValidationError( "sample", error.what() );
+    }
+}
+
+int Sample::Run( Terminal& ioTerminal )
+{
+    const auto folder = PathFromUTF8( itsFolder );
+    std::filesystem::create_directories( folder );
+    WReplaceFile imageFile( folder / "sample.tif" );
+    WReplaceFile truthFile( folder / "truth.csv" );
+
+    SampleStack stack( itsSettings );
+    TIFFWriter image( imageFile.GetFile() );
+    auto truth = stack.GetTruthHeader();
+    ProgressCounter progress( ioTerminal, "Drawing", itsIsQuiet );
+    for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
+    {
+        progress.Show( plane, itsSettings.planes, "planes" );
+        image.WritePage( stack.DrawPlane() );
+        truth += stack.GetTruth();
+    }
+    progress.Clear();
+    truthFile.GetFile().WriteAt( 0, truth.data(), truth.size() );
+    imageFile.Commit();
+    truthFile.Commit();
+
+    if ( !itsIsQuiet )
+        ioTerminal.out << PathToUTF8( folder / "sample.tif" ) << ": " << itsSettings.planes << " planes of "
+                       << itsSettings.objects << " objects\n"
+                       << PathToUTF8( folder / "truth.csv" ) << ": what was drawn\n";
+    return kSuccess;
+}

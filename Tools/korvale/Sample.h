@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Command.h"
+#include "SampleStack.h"
+
+/// `korvale sample`: writes a stack of images whose objects are known, and what was drawn.
+class Sample : public Command
+{
+public:
+    CLI::App* Declare( CLI::App& ioProgram ) override;
+    void Check() const override;
+    int Run( Terminal& ioTerminal ) override;
+
+private:
+    std::string itsFolder;
+    SampleSettings itsSettings;
+    bool itsIsQuiet = false;
+};

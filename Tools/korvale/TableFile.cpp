@@ -1,0 +1,26 @@
+#include "TableFile.h"
+
+#include "Core/XFileStream.h"
+#include "Core/XMemStream.h"
+
+void WriteTableFile( const XPivotTable& inTable, WFile& ioFile )
+{
+    // By way of memory, because a table goes back to fill in lengths and a file may be a device that cannot.
+    XMemStream stream;
+    stream.WriteStreamInfo();
+    stream.WriteObject( inTable );
+    ioFile.WriteAt( 0, stream.GetData(), stream.GetLength() );
+}
+
+std::unique_ptr<XPivotTable> ReadTableFile( const std::filesystem::path& inPath )
+{
+    constexpr std::uint32_t kStreamIsCorrupted = 1005;
+    XFileStream stream( inPath );
+    stream.ReadStreamInfo();
+    std::unique_ptr<XStorable> object( stream.ReadObject() );
+    auto* const table = dynamic_cast<XPivotTable*>( object.get() );
+    if ( !table || !stream.IsAtEOF() )
+        XThrow( kStreamIsCorrupted );
+    object.release();
+    return std::unique_ptr<XPivotTable>( table );
+}

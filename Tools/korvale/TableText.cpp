@@ -1,0 +1,109 @@
+#include "TableText.h"
+
+#include "AlignedText.h"
+#include "NumberText.h"
+#include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotSInt32Column.h"
+#include "Pivot/XPivotUInt32Column.h"
+#include "WCodePage.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace
+{
+std::string ToUTF8( const XString& inText )
+{
+    return WCodePage::AnsiToUTF8( inText.GetStringView() );
+}
+
+/// True for columns whose values are numbers for the reader too, unlike times and identifiers.
+bool HoldsNumbers( const XPivotColumn& inColumn )
+{
+    return dynamic_cast<const XPivotFloatColumn*>( &inColumn ) ||
+        dynamic_cast<const XPivotSInt32Column*>( &inColumn ) ||
+        dynamic_cast<const XPivotUInt32Column*>( &inColumn );
+}
+
+void AppendField( std::string& ioLine, std::string_view inText )
+{
+    if ( inText.find_first_of( ",\"\r\n" ) == std::string_view::npos )
+    {
+        ioLine += inText;
+        return;
+    }
+    ioLine += '"';
+    for ( const auto character : inText )
+        ioLine.append( character == '"' ? 2 : 1, character );
+    ioLine += '"';
+}
+
+/// A line break within a cell would break the alignment.
+std::string MakeCell( const XString& inText )
+{
+    auto text = ToUTF8( inText );
+    std::ranges::replace_if(
+        text, []( char inByte ) { return static_cast<unsigned char>( inByte ) < ' '; }, ' ' );
+    return text;
+}
+} // namespace
+
+void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string_view )>& inWrite )
+{
+    constexpr std::size_t kPiece = 64 * 1024;
+    struct Column
+    {
+        const XPivotColumn& column;
+        bool holdsNumbers;
+    };
+    std::vector<Column> columns;
+    std::string text;
+    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+    {
+        const auto& column = inTable.GetColumn( i );
+        columns.push_back( { column, HoldsNumbers( column ) } );
+        text += i > 0 ? "," : "";
+        AppendField( text, ToUTF8( column.GetDisplayName() ) );
+    }
+    text += '\n';
+
+    for ( std::uint32_t row = 0; row < inTable.GetNumRows(); ++row )
+    {
+        for ( const auto& [column, holdsNumbers] : columns )
+        {
+            if ( column.DoesDataExist( row ) && holdsNumbers )
+                AppendNumber( text, column.GetDataFloat( row ) );
+            else if ( column.DoesDataExist( row ) )
+                AppendField( text, ToUTF8( column.GetDataString( row ) ) );
+            text += ',';
+        }
+        if ( columns.empty() )
+            text += ',';
+        text.back() = '\n';
+        if ( text.size() >= kPiece )
+        {
+            inWrite( text );
+            text.clear();
+        }
+    }
+    inWrite( text );
+}
+
+void PrintTable( const XPivotTable& inTable, std::ostream& ioOut )
+{
+    std::vector<AlignedColumn> columns;
+    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+    {
+        const auto& column = inTable.GetColumn( i );
+        columns.push_back(
+            { HoldsNumbers( column ),
+              [&column]( std::uint32_t inRow )
+              {
+                  if ( inRow == 0 )
+                      return MakeCell( column.GetDisplayName() );
+                  const auto exists = column.DoesDataExist( inRow - 1 );
+                  return exists ? MakeCell( column.GetDataString( inRow - 1 ) ) : std::string();
+              } } );
+    }
+    PrintAligned( columns, inTable.GetNumRows() + 1, ioOut );
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Pivot/XPivotTable.h"
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+/// Hands the table as CSV to `inWrite`, piece by piece: UTF-8, a header of display names, lines that end in LF, fields
+/// quoted where they hold commas, quotes or line breaks, missing values empty. Numbers are in the shortest form that
+/// reads back exactly.
+void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string_view )>& inWrite );
+
+/// Prints the table in aligned columns, for people to read. Missing values are blank.
+void PrintTable( const XPivotTable& inTable, std::ostream& ioOut );

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "WImageFile.h"
+
+#include <cstdint>
+
+/// Otsu's level of one channel of a page: the one that maximises the variance between the samples up to it and those
+/// above, the lowest such level on ties.
+///
+/// Whole numbers have a bin for each level from the smallest to the largest, and their ties are exact. Float samples
+/// have 256 equal bins between the smallest and the largest finite one, and the level is the bin's centre. Where all
+/// samples are equal it is their value, where no sample is finite it is infinity: nothing lies above either.
+double GetOtsuThreshold( const WImagePage& inPage, std::uint32_t inChannel );
