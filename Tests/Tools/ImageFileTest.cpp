@@ -1,0 +1,250 @@
+#include "WImageFile.h"
+
+#include "TIFFWriter.h"
+#include "TestFolder.h"
+#include "TestImages.h"
+#include "TestPages.h"
+
+#include <array>
+#include <gtest/gtest.h>
+
+namespace
+{
+class ImageFile : public testing::Test
+{
+protected:
+    TestFolder itsFolder;
+
+    std::filesystem::path WriteTIFF( const std::vector<const WImagePage*>& inPages )
+    {
+        const auto path = itsFolder / "image.tif";
+        WFile file( path, WFile::kCreate );
+        TIFFWriter writer( file );
+        for ( const auto* page : inPages )
+            writer.WritePage( *page );
+        return path;
+    }
+
+    /// What reading all pages throws, as text; empty when nothing.
+    std::string GetFailure( const std::string& inBytes )
+    {
+        try
+        {
+            const auto file = WImageFile::Open( itsFolder.Write( "broken", inBytes ) );
+            for ( std::uint32_t i = 0; i < file->GetPageCount(); ++i )
+                file->ReadPage( i );
+            return {};
+        }
+        catch ( const WImageError& error )
+        {
+            return error.what();
+        }
+    }
+};
+
+void ExpectSame( const WImagePage& inPage, const WImagePage& inExpected )
+{
+    ASSERT_EQ( inPage.GetByteCount(), inExpected.GetByteCount() );
+    EXPECT_EQ( inPage.width, inExpected.width );
+    EXPECT_EQ( inPage.channels, inExpected.channels );
+    EXPECT_EQ( inPage.type, inExpected.type );
+    EXPECT_EQ( std::memcmp( inPage.samples.get(), inExpected.samples.get(), inPage.GetByteCount() ), 0 );
+}
+
+/// A classic TIFF in the byte order asked for, put together entry by entry.
+class HandmadeTIFF
+{
+public:
+    explicit HandmadeTIFF( bool inBigEndian )
+        : itsIsBigEndian( inBigEndian ), itsBytes( inBigEndian ? "MM" : "II" )
+    {
+        Append( 42, 2 );
+        Append( 0, 4 );
+    }
+
+    std::uint32_t Append( std::uint64_t inNumber, int inSize )
+    {
+        const auto position = static_cast<std::uint32_t>( itsBytes.size() );
+        for ( int i = 0; i < inSize; ++i )
+            itsBytes += static_cast<char>( inNumber >> 8 * ( itsIsBigEndian ? inSize - 1 - i : i ) );
+        return position;
+    }
+
+    using Entries = std::vector<std::array<std::uint32_t, 4>>; ///< Tag, type, count, value.
+
+    std::string Finish( const Entries& inEntries )
+    {
+        const auto position = Append( inEntries.size(), 2 );
+        for ( const auto& [tag, type, count, value] : inEntries )
+        {
+            Append( tag, 2 );
+            Append( type, 2 );
+            Append( count, 4 );
+            if ( type == 3 && count == 1 )
+                Append( value, 2 );
+            Append( type == 3 && count == 1 ? 0 : value, type == 3 && count == 1 ? 2 : 4 );
+        }
+        Append( 0, 4 );
+        const auto end = itsBytes.size();
+        Append( position, 4 );
+        itsBytes.replace( 4, 4, itsBytes.substr( end ) );
+        itsBytes.resize( end );
+        return itsBytes;
+    }
+
+private:
+    bool itsIsBigEndian;
+    std::string itsBytes;
+};
+
+/// 5 x 3 pixels of 16 bits in tiles of 4 x 2 whose samples count up row by row.
+std::string MakeTiledTIFF( bool inBigEndian, bool inSeparate )
+{
+    HandmadeTIFF file( inBigEndian );
+    const auto channels = inSeparate ? 2u : 1u;
+    std::vector<std::uint32_t> tiles;
+    for ( std::uint32_t channel = 0; channel < channels; ++channel )
+        for ( std::uint32_t tile = 0; tile < 4; ++tile )
+            for ( std::uint32_t i = 0; i < 8; ++i )
+            {
+                const auto x = tile % 2 * 4 + i % 4, y = tile / 2 * 2 + i / 4;
+                const auto position = file.Append( channel * 1000 + y * 5 + x, 2 );
+                if ( i == 0 )
+                    tiles.push_back( position );
+            }
+    std::uint32_t offsets = 0, sizes = 0;
+    for ( std::size_t i = 0; i < tiles.size(); ++i )
+        offsets = i == 0 ? file.Append( tiles[i], 4 ) : ( file.Append( tiles[i], 4 ), offsets );
+    for ( std::size_t i = 0; i < tiles.size(); ++i )
+        sizes = i == 0 ? file.Append( 16, 4 ) : ( file.Append( 16, 4 ), sizes );
+
+    const auto count = static_cast<std::uint32_t>( tiles.size() );
+    return file.Finish(
+        { { 256, 3, 1, 5 },
+          { 257, 3, 1, 3 },
+          { 258, 3, 1, 16 },
+          { 277, 3, 1, channels },
+          { 284, 3, 1, inSeparate ? 2u : 1u },
+          { 322, 3, 1, 4 },
+          { 323, 3, 1, 2 },
+          { 324, 4, count, offsets },
+          { 325, 4, count, sizes } } );
+}
+} // namespace
+
+TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
+{
+    std::mt19937 random( 11 );
+    const auto first = MakePage( 33, MakeNoise<std::uint8_t>( random, 33 * 7, 256 ) );
+    auto second = MakePage( 4, MakeNoise<std::uint16_t>( random, 4 * 5 * 3, 65536 ), 3 );
+    second.pixelWidth = 0.25;
+    second.pixelHeight = 0.5;
+    const auto third = MakePage( 5, MakeNoise<float>( random, 5 * 5, 100000 ) );
+    const auto file = WImageFile::Open( WriteTIFF( { &first, &second, &third } ) );
+    ASSERT_EQ( file->GetPageCount(), 3u );
+    ExpectSame( file->ReadPage( 2 ), third );
+    ExpectSame( file->ReadPage( 0 ), first );
+    EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() );
+
+    const auto page = file->ReadPage( 1 );
+    ExpectSame( page, second );
+    EXPECT_EQ( page.pixelWidth, 0.25 );
+    EXPECT_EQ( page.pixelHeight, 0.5 );
+}
+
+TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )
+{
+    for ( const auto isBigEndian : { false, true } )
+        for ( const auto isSeparate : { false, true } )
+        {
+            const auto path = itsFolder.Write( "tiles.tif", MakeTiledTIFF( isBigEndian, isSeparate ) );
+            const auto page = WImageFile::Open( path )->ReadPage( 0 );
+            ASSERT_EQ( page.channels, isSeparate ? 2u : 1u );
+            for ( std::uint32_t i = 0; i < 15; ++i )
+                for ( std::uint32_t channel = 0; channel < page.channels; ++channel )
+                    EXPECT_EQ(
+                        page.GetSamples<std::uint16_t>()[i * page.channels + channel], channel * 1000 + i );
+        }
+}
+
+TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
+{
+    const auto read = [&]( std::string_view inDigits )
+    {
+        const auto page = WImageFile::Open( itsFolder.Write( "image", FromHex( inDigits ) ) )->ReadPage( 0 );
+        std::vector<std::uint32_t> samples;
+        for ( std::uint32_t i = 0; i < page.width * page.height * page.channels; ++i )
+            samples.push_back(
+                page.type == WImagePage::kUInt8 ? page.GetSamples<std::uint8_t>()[i]
+                                                : page.GetSamples<std::uint16_t>()[i] );
+        return samples;
+    };
+    using Samples = std::vector<std::uint32_t>;
+    const Samples counted{ 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11 };
+    auto steps = counted;
+    for ( auto& step : steps )
+        step *= 300;
+    EXPECT_EQ( read( kDeflate16 ), steps );
+    EXPECT_EQ( read( kDeflateTile16 ), steps );
+    EXPECT_EQ( read( kBig16 ), steps );
+    EXPECT_EQ( read( kLZW8 ), counted );
+    EXPECT_EQ( read( kPackBits8 ), counted );
+
+    EXPECT_EQ( read( kGrey8 ), ( Samples{ 0, 1, 2, 3, 4, 255 } ) );
+    EXPECT_EQ( read( kGrey16 ), ( Samples{ 1, 515, 1029, 65534 } ) );
+    EXPECT_EQ( read( kGrey1 ), ( Samples{ 0, 255, 255, 0 } ) );
+    EXPECT_EQ( read( kGreyAlpha8 ), ( Samples{ 7, 9 } ) );
+    EXPECT_EQ( read( kRGBA8 ), ( Samples{ 1, 2, 3, 4, 5, 6 } ) );
+    EXPECT_EQ( read( kRGB16 ), ( Samples{ 258, 772, 1286 } ) );
+    EXPECT_EQ( read( kRGBA16 ), ( Samples{ 258, 772, 1286 } ) );
+    EXPECT_EQ( read( kPalette2 ), ( Samples{ 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120 } ) );
+}
+
+TEST_F( ImageFile, ReadsTheResolutionOfPNG )
+{
+    const auto page = WImageFile::Open( itsFolder.Write( "image", FromHex( kGrey8 ) ) )->ReadPage( 0 );
+    EXPECT_EQ( page.pixelWidth, 0.5 );
+    EXPECT_EQ( page.pixelHeight, 0.25 );
+    EXPECT_FALSE(
+        WImageFile::Open( itsFolder.Write( "image", FromHex( kGrey16 ) ) )->ReadPage( 0 ).HasResolution() );
+}
+
+TEST_F( ImageFile, RefusesEveryTruncation )
+{
+    const auto page = MakePage<std::uint16_t>( 3, { 1, 2, 3, 4, 5, 6 } );
+    WriteTIFF( { &page, &page } );
+    for ( const auto& bytes : { itsFolder.Read( "image.tif" ), FromHex( kGrey8 ) } )
+    {
+        EXPECT_EQ( GetFailure( bytes ), "" );
+        for ( std::size_t size = 0; size < bytes.size(); ++size )
+            EXPECT_NE( GetFailure( bytes.substr( 0, size ) ), "" ) << size;
+    }
+}
+
+TEST_F( ImageFile, SurvivesEveryFlippedBit )
+{
+    for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ) } )
+        for ( std::size_t bit = 0; bit < bytes.size() * 8; ++bit )
+        {
+            auto damaged = bytes;
+            damaged[bit / 8] = static_cast<char>( damaged[bit / 8] ^ 1 << bit % 8 );
+            GetFailure( damaged );
+        }
+}
+
+TEST_F( ImageFile, SaysWhatIsWrong )
+{
+    EXPECT_EQ( GetFailure( "" ), "it is neither a TIFF nor a PNG file" );
+    EXPECT_EQ( GetFailure( std::string( "II*\0\0\0\0\0", 8 ) ), "it holds no pages" );
+
+    // Its directory names itself as the next one.
+    HandmadeTIFF circle( false );
+    auto bytes = circle.Finish( {} );
+    bytes[10] = 8;
+    EXPECT_EQ( GetFailure( bytes ), "its list of pages runs in a circle" );
+
+    HandmadeTIFF huge( true );
+    bytes = huge.Finish( { { 256, 4, 1, 60000 }, { 257, 4, 1, 60000 }, { 258, 3, 1, 8 }, { 273, 4, 1, 8 } } );
+    EXPECT_EQ(
+        GetFailure( bytes ), "it claims a page of 60000 x 60000 pixels, more than its bytes can hold" );
+}
