@@ -42,4 +42,9 @@ public:
 
     /// Waits for a handle as a foreign loop would, up to `inTimeoutMs`. Returns whether it rings.
     static bool WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs );
+
+private:
+    /// Waits until the bell rings or, on Windows, a window message has come. Returns whether one of them has.
+    static bool WaitForWork( XHandle inBell, std::uint32_t inTimeoutMs );
+    static void DispatchSystemMessages();
 };

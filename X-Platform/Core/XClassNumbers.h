@@ -27,4 +27,6 @@ enum XClassNumber : std::uint32_t
 
     kFirstOpenClassNumber = 2001,
     kClassPivotTable = 2001,
+    kClassRemoteMessage = 2002,
+    kClassNetJobMessage = 2003,
 };

@@ -57,14 +57,18 @@ public:
 
 private:
     friend class XListenerList;
+    friend class XMessageQueues;
     friend class XSpeaker;
 
     enum XFlag : std::uint8_t
     {
         kAsynchronous = 1,
-        kDeaf = 2,   // to some class
-        kQueued = 4, // some queue or some delivery may name this listener
+        kDeaf = 2,     // to some class
+        kPosted = 4,   // messages have been posted to this listener
+        kExcluded = 8, // some queued message may name it as one that has heard it
     };
+
+    using XTypeNames = std::set<std::string, std::less<>>;
 
     bool HasFlag( XFlag inFlag ) const
     {
@@ -77,12 +81,15 @@ private:
     }
     bool IsContainedInDeaf( const XMessage& inMessage ) const;
 
+    /// Keep one reference to the list for each subscription. The first returns whether there was one before, the second
+    /// whether there was one to give up.
+    bool RememberSpeaker( XListenerList& inList );
+    bool ForgetSpeaker( XListenerList& inList );
     void SpeakerDeleted( XListenerList& inList );
     void UnsubscribeFromAll();
-    void RemoveFromPostedMessageQueue();
 
     std::atomic<std::uint8_t> itsFlags;
-    mutable XMutex itsMutex;             // taken after a speaker's mutex
-    XVector<XListenerList*> itsSpeakers; // one reference for each subscription; guarded by itsMutex
-    std::unique_ptr<std::set<std::string>> itsDeafTypes; // names of classes; guarded by itsMutex
+    mutable XMutex itsMutex;                  // taken after a speaker's mutex
+    XVector<XListenerList*> itsSpeakers;      // one reference for each subscription; guarded by itsMutex
+    std::unique_ptr<XTypeNames> itsDeafTypes; // names of classes; guarded by itsMutex
 };

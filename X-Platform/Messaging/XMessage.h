@@ -49,7 +49,7 @@ public:
     /// `ShouldCoalesceQueueMessage` only of queued messages with the key of the new one. Always 0 by default, and then
     /// the queue asks all messages of the speaker. A class whose objects differ in a value that `operator==` compares
     /// returns (a hash of) that value.
-    virtual std::uint64_t GetCoalesceKey() const;
+    virtual std::uint64_t GetCoalesceKey() const noexcept;
 
     /// The sender; not owned, and null until it is set. A message that is delivered from a queue has the speaker that
     /// spoke it.

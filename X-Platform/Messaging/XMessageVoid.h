@@ -12,7 +12,7 @@ public:
 
     XMessageVoid* Clone() const override;
     bool operator==( const XMessage& inOther ) const override;
-    std::uint64_t GetCoalesceKey() const override;
+    std::uint64_t GetCoalesceKey() const noexcept override;
 
     void* GetInfo() const { return itsInfo; }
     void SetInfo( void* inInfo ) { itsInfo = inInfo; }

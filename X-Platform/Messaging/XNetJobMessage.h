@@ -12,7 +12,7 @@ public:
 
     XNetJobMessage* Clone() const override;
     bool operator==( const XMessage& inOther ) const override;
-    std::uint64_t GetCoalesceKey() const override;
+    std::uint64_t GetCoalesceKey() const noexcept override;
 
     std::uint32_t GetJobID() const { return itsJobID; }
 
@@ -24,8 +24,5 @@ public:
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
 private:
-    void ReadStreamSelf( XStream& inStream );
-    void WriteStreamSelf( XStream& inStream ) const;
-
     std::uint32_t itsJobID;
 };

@@ -13,7 +13,7 @@ public:
 
     XRemoteMessage* Clone() const override;
     bool operator==( const XMessage& inOther ) const override;
-    std::uint64_t GetCoalesceKey() const override;
+    std::uint64_t GetCoalesceKey() const noexcept override;
 
     /// Tells messages of one class apart; its meaning is the sender's.
     std::uint32_t GetID() const { return itsID; }
@@ -26,8 +26,5 @@ public:
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
 private:
-    void ReadStreamSelf( XStream& inStream );
-    void WriteStreamSelf( XStream& inStream ) const;
-
     std::uint32_t itsID;
 };

@@ -164,6 +164,7 @@ private:
     friend class XListener;
     friend class XMessageQueues;
 
+    void SpeakOffMainThread( const XMessage& inMessage );
     void AsyncSpeakMessageNow( const XMessage& inMessage );
     void
     ProcessMessageForDelay( const XMessage& inMessage, XWhen inWhen, const XListenerVector& inExclusions );

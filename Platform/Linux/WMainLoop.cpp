@@ -1,0 +1,75 @@
+#include "WMainLoop.h"
+
+#include "Core/XFail.h"
+#include "WDeadline.h"
+#include "WSystemError.h"
+
+#include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace
+{
+
+std::atomic<int> sBell = -1; // an event counter, readable while it is not 0
+
+int OpenBell()
+{
+    const int bell = eventfd( 0, EFD_NONBLOCK | EFD_CLOEXEC );
+    if ( bell >= 0 )
+        return bell;
+    WSystemError::SetLastFromErrno();
+    XThrowLastSystemError();
+}
+
+} // namespace
+
+WMainLoop::XHandle WMainLoop::GetWaitHandle()
+{
+    static std::once_flag once;
+    std::call_once( once, [] { sBell = OpenBell(); } );
+    return sBell;
+}
+
+/// Safe within a signal handler. Before the bell has been made nobody sleeps.
+void WMainLoop::Wake()
+{
+    const int bell = sBell;
+    const int savedErrno = errno;
+    const std::uint64_t one = 1;
+    if ( bell >= 0 && write( bell, &one, sizeof( one ) ) < 0 )
+        errno = EAGAIN; // the counter is full: it rings
+    errno = savedErrno;
+}
+
+void WMainLoop::ClearWake()
+{
+    std::uint64_t count = 0;
+    while ( read( static_cast<int>( GetWaitHandle() ), &count, sizeof( count ) ) < 0 && errno == EINTR )
+        ;
+}
+
+bool WMainLoop::WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs )
+{
+    const WDeadline deadline( inTimeoutMs );
+    pollfd bell{ static_cast<int>( inHandle ), POLLIN, 0 };
+    for ( ;; )
+    {
+        const std::uint32_t left = deadline.GetMillisecondsLeft();
+        const int result = poll( &bell, 1, left > INT32_MAX ? -1 : static_cast<int>( left ) );
+        if ( result > 0 )
+            return true;
+        if ( ( result == 0 && deadline.HasPassed() ) || ( result < 0 && errno != EINTR ) )
+            return false;
+    }
+}
+
+bool WMainLoop::WaitForWork( XHandle inBell, std::uint32_t inTimeoutMs )
+{
+    return WaitForHandle( inBell, inTimeoutMs );
+}
+
+void WMainLoop::DispatchSystemMessages() {}

@@ -1,0 +1,36 @@
+#include "WMainLoop.h"
+
+#include "Core/XTypes.h"
+
+#include <atomic>
+
+namespace
+{
+
+constexpr std::int64_t kNoRequest = INT64_MIN;
+
+// Written by signal handlers too.
+std::atomic<std::int64_t> sRequestedExitCode = kNoRequest;
+static_assert( std::atomic<std::int64_t>::is_always_lock_free );
+
+} // namespace
+
+std::int32_t WMainLoop::Run( const XWork& inWork )
+{
+    const XHandle bell = GetWaitHandle(); // from here on a request rings it
+    while ( sRequestedExitCode == kNoRequest )
+    {
+        DispatchSystemMessages();
+        inWork.doNow();
+        if ( !WaitForWork( bell, 0 ) && !inWork.doWhenIdle() )
+            WaitForWork( bell, kNoTimeout );
+    }
+    return static_cast<std::int32_t>( sRequestedExitCode.exchange( kNoRequest ) );
+}
+
+void WMainLoop::RequestEnd( std::int32_t inExitCode )
+{
+    std::int64_t none = kNoRequest;
+    sRequestedExitCode.compare_exchange_strong( none, inExitCode );
+    Wake();
+}

@@ -1,0 +1,154 @@
+#include "Core/XTimer.h"
+#include "Messaging/XMessageVoid.h"
+#include "Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <set>
+#include <shared_mutex>
+
+// Eight threads make, destroy, subscribe, mute and deafen speakers and listeners, speak and post, while the main thread
+// drains. No listener may hear a message twice, nor anything once its end has begun.
+
+namespace
+{
+
+constexpr int kThreads = 8;
+constexpr int kSteps = 1500;
+
+std::atomic<int> sNextNumber = 1;
+std::atomic<int> sHeard = 0;
+std::atomic<int> sHeardTwice = 0;
+std::atomic<int> sHeardWhenDead = 0;
+
+class StressListener : public XListener
+{
+public:
+    explicit StressListener( bool inIsAsynchronous ) : XListener( inIsAsynchronous ) {}
+    ~StressListener() override
+    {
+        StopListening();
+        itsIsDead = true;
+    }
+    void HandleMessage( const XMessage& inMessage ) override
+    {
+        if ( itsIsDead )
+            ++sHeardWhenDead;
+        const std::lock_guard lock( itsMutex );
+        ++sHeard;
+        if ( !itsHeard.insert( dynamic_cast<const NumberMessage&>( inMessage ).number ).second )
+            ++sHeardTwice;
+    }
+
+private:
+    std::atomic<bool> itsIsDead = false;
+    std::mutex itsMutex;
+    std::set<int> itsHeard;
+};
+
+/// An object that threads use under a shared lock, so that it exists at least when they begin.
+template<class T>
+struct Slot
+{
+    std::shared_mutex mutex;
+    std::unique_ptr<T> object;
+};
+
+using Random = std::minstd_rand;
+
+class Stress
+{
+public:
+    void Work( unsigned inSeed )
+    {
+        Random random( inSeed + 1 );
+        for ( int step = 0; step < kSteps; ++step )
+            Step( random );
+    }
+
+private:
+    void Step( Random& ioRandom )
+    {
+        Slot<XSpeaker>& speaker = speakers[ioRandom() % speakers.size()];
+        Slot<StressListener>& listener = listeners[ioRandom() % listeners.size()];
+        const auto action = static_cast<unsigned>( ioRandom() >> 8 ) % 16;
+        if ( action == 0 )
+            return Renew( speaker, [] { return std::make_unique<XSpeaker>(); } );
+        if ( action <= 2 )
+            return Renew( listener, [&] { return std::make_unique<StressListener>( ioRandom() % 2 == 0 ); } );
+        const std::shared_lock listenerLock( listener.mutex );
+        const std::shared_lock speakerLock( speaker.mutex );
+        if ( listener.object && speaker.object )
+            Act( action, static_cast<unsigned>( ioRandom() >> 8 ), *speaker.object, *listener.object );
+    }
+
+    template<class T, class Make>
+    static void Renew( Slot<T>& ioSlot, Make inMake )
+    {
+        const std::unique_lock lock( ioSlot.mutex );
+        ioSlot.object.reset();
+        ioSlot.object = inMake();
+    }
+
+    static void Act( unsigned inAction, unsigned inRandom, XSpeaker& ioSpeaker, StressListener& ioListener )
+    {
+        const NumberMessage message( sNextNumber++, &ioSpeaker );
+        const auto when = static_cast<XSpeaker::XWhen>( inRandom % 4 );
+        switch ( inAction )
+        {
+        case 3:
+            return ioListener.Unsubscribe( ioSpeaker );
+        case 4:
+            return ioListener.SetAsynchronous( inRandom % 2 == 0 );
+        case 5:
+            return ioListener.SetIsDeaf( typeid( XMessageVoid ), inRandom % 2 == 0 );
+        case 6:
+            return ioSpeaker.SetIsMute( typeid( XMessageVoid ), inRandom % 2 == 0 );
+        case 7:
+            return ioSpeaker.HardUnsubscribeListener( ioListener );
+        case 8:
+            return XSpeaker::PostXMessage( message, ioListener, when );
+        case 9:
+        case 10:
+        case 11:
+            return ioListener.Subscribe( ioSpeaker );
+        default:
+            return ioSpeaker.SpeakMessage( message, when );
+        }
+    }
+
+    std::array<Slot<XSpeaker>, 6> speakers;
+    std::array<Slot<StressListener>, 12> listeners;
+};
+
+} // namespace
+
+TEST( MessagingStressTest, NobodyHearsTwiceOrAfterItsEnd )
+{
+    std::atomic<int> running = kThreads;
+    {
+        Stress stress;
+        std::vector<std::thread> threads;
+        for ( unsigned seed = 0; seed < kThreads; ++seed )
+            threads.emplace_back(
+                [&, seed]
+                {
+                    stress.Work( seed );
+                    --running;
+                } );
+        while ( running > 0 )
+        {
+            XSpeaker::ProcessAllNextEventMessages();
+            XSpeaker::ProcessAllIdleMessages();
+            std::this_thread::yield();
+        }
+        for ( std::thread& thread : threads )
+            thread.join();
+    }
+    EXPECT_GT( sHeard, kThreads * kSteps / 10 );
+    EXPECT_EQ( sHeardTwice, 0 );
+    EXPECT_EQ( sHeardWhenDead, 0 );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u ); // all have gone, and their messages with them
+}

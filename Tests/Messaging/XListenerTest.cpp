@@ -1,0 +1,128 @@
+#include "Messaging/XListener.h"
+
+#include "Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <latch>
+
+// The ends of listeners, in all orders.
+
+TEST( XListenerTest, SpeakersAndListenersMayDieInAnyOrder )
+{
+    auto listener = std::make_unique<Recorder>();
+    auto first = std::make_unique<XSpeaker>();
+    XSpeaker second;
+    listener->Subscribe( *first );
+    listener->Subscribe( second );
+    listener->Subscribe( second );
+    first.reset();
+    second.SpeakMessage( NumberMessage( 1 ) );
+    EXPECT_EQ( listener->heard, Numbers{ 1 } );
+    listener.reset();
+    EXPECT_EQ( second.GetListenerCount(), 0u );
+    second.SpeakMessage( NumberMessage( 2 ) );
+}
+
+TEST( XListenerTest, DiesInItsOwnHandler )
+{
+    for ( const auto when : { XSpeaker::kWhenImmediate, XSpeaker::kWhenNextEvent } )
+    {
+        XSpeaker speaker;
+        Recorder before( speaker );
+        auto listener = std::make_unique<Recorder>( speaker );
+        listener->action = [&]( const XMessage& ) { listener.reset(); };
+        Recorder after( speaker );
+        speaker.SpeakMessage( NumberMessage( 1 ), when );
+        XSpeaker::ProcessAllNextEventMessages();
+        EXPECT_FALSE( listener );
+        EXPECT_EQ( after.heard, Numbers{ 1 } );
+        EXPECT_EQ( speaker.GetListenerCount(), 2u );
+
+        listener = std::make_unique<Recorder>( [&]( const XMessage& ) { listener.reset(); } );
+        XSpeaker::PostXMessage( NumberMessage( 2 ), *listener, when );
+        if ( listener )
+            XSpeaker::PostXMessage( NumberMessage( 3 ), *listener, when );
+        XSpeaker::ProcessAllNextEventMessages();
+        EXPECT_FALSE( listener );
+        EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+    }
+}
+
+TEST( XListenerTest, DiesBeforeItsTurnInABroadcastAndLeavesItsPlaceToNobody )
+{
+    XSpeaker speaker;
+    std::unique_ptr<Recorder> victim;
+    Recorder killer( speaker, [&]( const XMessage& ) { victim.reset(); } );
+    victim = std::make_unique<Recorder>( speaker );
+    Recorder after( speaker );
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    EXPECT_EQ( after.heard, Numbers{ 1 } );
+    EXPECT_EQ( speaker.GetListenerCount(), 2u );
+}
+
+TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
+{
+    XSpeaker speaker;
+    for ( const bool isPosted : { false, true } )
+    {
+        std::latch isCalled( 1 );
+        std::atomic<bool> mayReturn = false;
+        std::atomic<bool> hasReturned = false;
+        auto listener = std::make_unique<Recorder>(
+            [&]( const XMessage& )
+            {
+                isCalled.count_down();
+                while ( !mayReturn )
+                    std::this_thread::yield();
+                hasReturned = true;
+            },
+            true );
+        listener->Subscribe( speaker );
+        std::thread sender(
+            [&, target = listener.get()]
+            {
+                if ( isPosted )
+                    XSpeaker::PostXMessage( NumberMessage( 1 ), *target );
+                else
+                    speaker.SpeakMessage( NumberMessage( 1 ) );
+            } );
+        isCalled.wait();
+        std::latch isEnding( 1 );
+        std::thread ender(
+            [&]
+            {
+                isEnding.count_down();
+                listener.reset();
+                EXPECT_TRUE( hasReturned );
+            } );
+        isEnding.wait();
+        mayReturn = true;
+        ender.join();
+        sender.join();
+        EXPECT_EQ( speaker.GetListenerCount(), 0u );
+    }
+}
+
+TEST( XListenerTest, CopiesHearNothingUntilTheySubscribe )
+{
+    class Copyable : public XListener
+    {
+    public:
+        using XListener::XListener;
+        void HandleMessage( const XMessage& ) override { ++count; }
+        int count = 0;
+    };
+    XSpeaker speaker;
+    Copyable original( true );
+    original.SetIsDeaf( typeid( OtherMessage ), true );
+    original.Subscribe( speaker );
+    Copyable copy( original );
+    EXPECT_TRUE( copy.IsAsynchronous() );
+    EXPECT_TRUE( copy.IsContainedInDeafenedMessages( typeid( OtherMessage ) ) );
+    const XSpeaker sameSpeaker( speaker );
+    EXPECT_EQ( sameSpeaker.GetListenerCount(), 0u );
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    EXPECT_EQ( original.count, 1 );
+    EXPECT_EQ( copy.count, 0 );
+}

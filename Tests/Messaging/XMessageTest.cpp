@@ -1,0 +1,103 @@
+#include "Messaging/XMessage.h"
+
+#include "Core/XException.h"
+#include "Core/XMemStream.h"
+#include "Messaging/XIsMessageEqual.h"
+#include "Messaging/XIsMessageTypeOfPairEqual.h"
+#include "Messaging/XMessageVoid.h"
+#include "Messaging/XNetJobMessage.h"
+#include "Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+
+TEST( XMessageTest, CopiesKeepTheSenderAndHaveATimeOfTheirOwn )
+{
+    XSpeaker speaker;
+    std::unique_ptr<XMessage> message;
+    OnWorker( [&] { message = std::make_unique<NumberMessage>( 1, &speaker ); } );
+    const std::unique_ptr<XMessage> clone( message->Clone() );
+    EXPECT_NE( message->GetSenderThreadID(), XThread::GetCurrentThreadID() );
+    EXPECT_EQ( clone->GetSenderThreadID(), message->GetSenderThreadID() );
+    EXPECT_EQ( clone->GetSpeaker(), &speaker );
+    EXPECT_EQ( clone->GetTimeMetric(), message->GetTimeMetric() + 1 );
+}
+
+TEST( XMessageTest, OrdersUnequalMessagesByCreation )
+{
+    int info = 0;
+    const XMessageVoid first( nullptr, &info );
+    const NumberMessage second( 1 );
+    const XMessageVoid third( nullptr, &info );
+    const XMessage& one = first;
+    EXPECT_TRUE( one < second && !( second < one ) );
+    EXPECT_TRUE( one == third && !( one < third ) && one != second );
+    EXPECT_TRUE( one != XMessageVoid() );
+    XSpeaker speaker;
+    EXPECT_TRUE( one != XMessageVoid( &speaker, &info ) );
+}
+
+TEST( XMessageTest, PredicatesSelectInContainers )
+{
+    const NumberMessage one( 1 );
+    const NumberMessage two( 2 );
+    const OtherMessage other;
+    const XVector<const XMessage*> messages{ &one, &two, &other, nullptr };
+    const auto count = [&]( auto inPredicate )
+    { return std::count_if( messages.begin(), messages.end(), inPredicate ); };
+    EXPECT_EQ( count( XIsMessageTypeEqual( typeid( NumberMessage ) ) ), 2 );
+    EXPECT_EQ( count( XIsMessageTypeEqual( typeid( XMessage ) ) ), 0 );
+    EXPECT_EQ( count( XIsMessageEqual( NumberMessage( 2 ) ) ), 1 );
+
+    const std::multimap<int, std::string> names{ { 1, typeid( one ).name() }, { 2, typeid( other ).name() } };
+    const XIsMessageTypeOfPairEqual isOther( typeid( OtherMessage ) );
+    EXPECT_EQ( std::find_if( names.begin(), names.end(), isOther )->first, 2 );
+}
+
+TEST( XRemoteMessageTest, TravelsAsAnObjectInBothByteOrders )
+{
+    const XNetJobMessage message( nullptr, 7, 0x01020304 );
+    for ( const auto order : { kIntelOrder, kMotorolaOrder } )
+    {
+        XMemStream stream;
+        stream.SetByteOrder( order );
+        stream.WriteObject( message );
+        EXPECT_EQ( static_cast<USize64>( stream.GetPosition() ), 4 + message.GetStreamUsage() );
+        stream.SeekTo( 0 );
+        const std::unique_ptr<XStorable> read( stream.ReadObject() );
+        const auto* const copy = dynamic_cast<const XNetJobMessage*>( read.get() );
+        ASSERT_TRUE( copy );
+        EXPECT_EQ( copy->GetID(), 7u );
+        EXPECT_EQ( copy->GetJobID(), 0x01020304u );
+        EXPECT_TRUE( static_cast<const XMessage&>( message ) == *copy );
+        EXPECT_TRUE( copy->IsA( XRemoteMessage::GetClassVersion() ) );
+    }
+}
+
+TEST( XRemoteMessageTest, RefusesDamagedBytes )
+{
+    const auto readFrom = []( std::uint32_t inVersion )
+    {
+        XMemStream stream;
+        XRemoteMessage( nullptr, 7 ).WriteStream2( stream );
+        stream.WriteVersion( inVersion );
+        stream.SeekTo( 0 );
+        XNetJobMessage message;
+        try
+        {
+            message.ReadStream2( stream );
+        }
+        catch ( const XException& exception )
+        {
+            return exception.GetErrorNumber();
+        }
+        return 0u;
+    };
+    const std::uint32_t version = XNetJobMessage::GetClassVersion();
+    EXPECT_EQ( readFrom( version ), 1260u );
+    EXPECT_EQ( readFrom( version + 0x10000 ), 1015u );
+    EXPECT_EQ( readFrom( XRemoteMessage::GetClassVersion() ), 1005u );
+}

@@ -1,0 +1,278 @@
+#include "Messaging/XSpeaker.h"
+
+#include "Messaging/XAppMessageCentre.h"
+#include "Messaging/XIsMessageEqual.h"
+#include "Messaging/XMessageVoid.h"
+#include "Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+
+struct Stop : std::runtime_error
+{
+    Stop() : runtime_error( "stop" ) {}
+};
+
+} // namespace
+
+TEST( XSpeakerTest, CallsListenersInTheOrderOfSubscription )
+{
+    XSpeaker speaker;
+    std::string order;
+    Recorder first( speaker, [&]( const XMessage& ) { order += 'a'; } );
+    Recorder second( speaker, [&]( const XMessage& ) { order += 'b'; } );
+    first.Unsubscribe( speaker );
+    first.Subscribe( speaker );
+    const auto count = XSpeaker::GetMessageCount();
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    EXPECT_EQ( order, "ba" );
+    EXPECT_EQ( XSpeaker::GetMessageCount(), count + 1 );
+}
+
+TEST( XSpeakerTest, CountsSubscriptionsButCallsOnce )
+{
+    XSpeaker speaker;
+    Recorder listener( speaker );
+    listener.Subscribe( speaker );
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    listener.Unsubscribe( speaker );
+    speaker.SpeakMessage( NumberMessage( 2 ) );
+    EXPECT_EQ( speaker.GetListenerCount(), 1u );
+    listener.Unsubscribe( speaker );
+    listener.Unsubscribe( speaker );
+    speaker.SpeakMessage( NumberMessage( 3 ) );
+    EXPECT_EQ( listener.heard, ( Numbers{ 1, 2 } ) );
+    EXPECT_FALSE( speaker.HasListeners() );
+
+    listener.Subscribe( speaker );
+    listener.Subscribe( speaker );
+    speaker.HardUnsubscribeListener( listener );
+    EXPECT_EQ( speaker.GetListenerCount(), 0u );
+    EXPECT_FALSE( speaker.HasListeners() );
+}
+
+TEST( XSpeakerTest, OffTheMainThreadOrdinaryListenersWaitForTheDrain )
+{
+    XSpeaker speaker;
+    Recorder ordinary( speaker );
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 1 ) ); } );
+    EXPECT_TRUE( ordinary.heard.empty() );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( ordinary.heard, Numbers{ 1 } );
+    EXPECT_TRUE( ordinary.wasOnMainThread );
+
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 2 ), XSpeaker::kWhenImmediate ); } );
+    EXPECT_EQ( ordinary.heard, ( Numbers{ 1, 2 } ) );
+    EXPECT_FALSE( ordinary.wasOnMainThread );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+}
+
+TEST( XSpeakerTest, EachKindOfListenerHearsExactlyOnce )
+{
+    XSpeaker speaker;
+    Recorder ordinary( speaker );
+    Recorder asynchronous( speaker, nullptr, true );
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 1 ) ); } );
+    EXPECT_EQ( asynchronous.heard, Numbers{ 1 } );
+    EXPECT_TRUE( ordinary.heard.empty() );
+
+    // An equal message merges into the queued one, and who has heard either is still left out.
+    Recorder late( speaker, nullptr, true );
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 1 ) ); } );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 1u );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( asynchronous.heard, ( Numbers{ 1, 1 } ) );
+    EXPECT_EQ( late.heard, Numbers{ 1 } );
+    EXPECT_EQ( ordinary.heard, Numbers{ 1 } );
+
+    ordinary.SetAsynchronous( true );
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 2 ) ); } );
+    EXPECT_EQ( ordinary.heard, ( Numbers{ 1, 2 } ) );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+}
+
+TEST( XSpeakerTest, AnExclusionDiesWithItsListener )
+{
+    XSpeaker speaker;
+    Recorder ordinary( speaker );
+    alignas( Recorder ) std::byte place[sizeof( Recorder )];
+    auto* listener = new ( place ) Recorder( speaker, nullptr, true );
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 1 ) ); } );
+    listener->~Recorder();
+    listener = new ( place ) Recorder( speaker, nullptr, true );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( listener->heard, Numbers{ 1 } );
+    listener->~Recorder();
+}
+
+TEST( XSpeakerTest, MutesAndDeafensExactClasses )
+{
+    XSpeaker speaker;
+    Recorder deaf( speaker );
+    Recorder other( speaker );
+    deaf.SetIsDeaf( typeid( NumberMessage ), true );
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    speaker.SpeakMessage( OtherMessage() );
+    EXPECT_EQ( deaf.heard, Numbers{ 0 } );
+    EXPECT_EQ( other.heard, ( Numbers{ 1, 0 } ) );
+
+    speaker.SpeakMessage( NumberMessage( 2 ), XSpeaker::kWhenNextEvent );
+    speaker.SetIsMute( typeid( NumberMessage ), true );
+    speaker.SpeakMessage( NumberMessage( 3 ) );
+    speaker.SpeakMessage( NumberMessage( 3 ), XSpeaker::kWhenIdle );
+    XSpeaker::PostXMessage( NumberMessage( 3, &speaker ), other );
+    XSpeaker::ProcessAllNextEventMessages(); // what was queued before passes
+    EXPECT_EQ( other.heard, ( Numbers{ 1, 0, 2 } ) );
+    EXPECT_TRUE( speaker.IsContainedInMutedMessages( typeid( NumberMessage ) ) );
+    EXPECT_FALSE( XSpeaker().IsContainedInMutedMessages( typeid( NumberMessage ) ) );
+
+    speaker.SetIsMute( typeid( NumberMessage ), false );
+    deaf.SetIsDeaf( typeid( NumberMessage ), false );
+    speaker.SpeakMessage( NumberMessage( 4 ) );
+    EXPECT_EQ( deaf.heard, ( Numbers{ 0, 4 } ) );
+}
+
+TEST( XSpeakerTest, HandlersChangeSubscriptionsDuringABroadcast )
+{
+    XSpeaker speaker;
+    Recorder added;
+    Recorder leaving( speaker, [&]( const XMessage& ) { leaving.Unsubscribe( speaker ); } );
+    Recorder middle( speaker, [&]( const XMessage& ) { added.Subscribe( speaker ); } );
+    Recorder last( speaker );
+    Recorder* const toRemove = &last;
+    Recorder returning(
+        speaker,
+        [&]( const XMessage& )
+        {
+            toRemove->Unsubscribe( speaker );
+            returning.Unsubscribe( speaker );
+            returning.Subscribe( speaker ); // keeps its place, and is not called again
+        } );
+    Recorder silenced( speaker );
+    middle.action = [&]( const XMessage& )
+    {
+        added.Subscribe( speaker );
+        silenced.Unsubscribe( speaker );
+        middle.action = nullptr;
+    };
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    EXPECT_EQ( leaving.heard.size() + middle.heard.size() + last.heard.size() + returning.heard.size(), 4u );
+    EXPECT_TRUE( silenced.heard.empty() );
+    EXPECT_EQ( added.heard, Numbers{ 1 } );
+    EXPECT_EQ( speaker.GetListenerCount(), 3u );
+    speaker.SpeakMessage( NumberMessage( 2 ) );
+    EXPECT_EQ( leaving.heard, Numbers{ 1 } );
+    EXPECT_EQ( added.heard, ( Numbers{ 1, 2 } ) );
+}
+
+TEST( XSpeakerTest, NestedBroadcastsCleanUpAtTheEndOfTheOutermost )
+{
+    XSpeaker speaker;
+    Recorder first(
+        speaker,
+        [&]( const XMessage& inMessage )
+        {
+            if ( dynamic_cast<const NumberMessage&>( inMessage ).number == 1 )
+                speaker.SpeakMessage( NumberMessage( 2 ) );
+        } );
+    auto second = std::make_unique<Recorder>( speaker );
+    Recorder third( speaker, [&]( const XMessage& ) { second.reset(); } );
+    Recorder fourth( speaker );
+    speaker.SpeakMessage( NumberMessage( 1 ) );
+    EXPECT_EQ( first.heard, ( Numbers{ 1, 2 } ) );
+    EXPECT_EQ( fourth.heard, ( Numbers{ 2, 1 } ) );
+    EXPECT_EQ( speaker.GetListenerCount(), 3u );
+}
+
+TEST( XSpeakerTest, AListenersExceptionReachesTheSenderAfterCleanUp )
+{
+    XSpeaker speaker;
+    Recorder thrower(
+        speaker,
+        [&]( const XMessage& )
+        {
+            thrower.Unsubscribe( speaker );
+            throw Stop();
+        } );
+    Recorder after( speaker );
+    EXPECT_THROW( speaker.SpeakMessage( NumberMessage( 1 ) ), Stop );
+    EXPECT_TRUE( after.heard.empty() );
+    EXPECT_EQ( speaker.GetListenerCount(), 1u );
+    speaker.SpeakMessage( NumberMessage( 2 ) );
+    EXPECT_EQ( after.heard, Numbers{ 2 } );
+    EXPECT_NO_THROW( speaker.GetSpeakerMutex().AssertIsNotLocked() );
+}
+
+TEST( XSpeakerTest, MayBeDestroyedByItsOwnBroadcast )
+{
+    for ( const bool isNested : { false, true } )
+    {
+        auto speaker = std::make_unique<XSpeaker>();
+        Recorder before( *speaker );
+        Recorder killer(
+            *speaker,
+            [&]( const XMessage& )
+            {
+                if ( isNested && killer.heard.size() == 1 )
+                    return speaker->SpeakMessage( NumberMessage( 2 ) );
+                speaker->SpeakMessage( NumberMessage( 3 ), XSpeaker::kWhenNextEvent );
+                speaker.reset();
+            } );
+        Recorder after( *speaker );
+        speaker->SpeakMessage( NumberMessage( 1 ) );
+        EXPECT_FALSE( speaker );
+        EXPECT_TRUE( after.heard.empty() );
+        EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+    }
+}
+
+TEST( XSpeakerTest, TheSpeakerOfAQueuedMessageMayDieInItsDelivery )
+{
+    auto speaker = std::make_unique<XSpeaker>();
+    Recorder killer( *speaker, [&]( const XMessage& ) { speaker.reset(); } );
+    speaker->SpeakMessage( NumberMessage( 1 ), XSpeaker::kWhenNextEvent );
+    speaker->SpeakMessage( NumberMessage( 2 ), XSpeaker::kWhenNextEvent );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( killer.heard, Numbers{ 1 } );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+}
+
+TEST( XSpeakerTest, NothingReachesAnybodyOnceItHasStopped )
+{
+    XSpeaker speaker;
+    Recorder listener( speaker );
+    speaker.SpeakMessage( NumberMessage( 1 ), XSpeaker::kWhenIdle );
+    speaker.StopSpeaking();
+    listener.Subscribe( speaker );
+    speaker.SpeakMessage( NumberMessage( 2 ) );
+    speaker.SpeakMessage( NumberMessage( 3 ), XSpeaker::kWhenNextEvent );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+    EXPECT_TRUE( listener.heard.empty() );
+}
+
+TEST( XMessageCentreTest, RelaysFromManySpeakersToManyListeners )
+{
+    XMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();
+    XSpeaker first;
+    XSpeaker second;
+    centre.Subscribe( first );
+    centre.Subscribe( second );
+    XSpeaker* heardFrom = nullptr;
+    Recorder listener( centre, [&]( const XMessage& inMessage ) { heardFrom = inMessage.GetSpeaker(); } );
+    first.SpeakMessage( NumberMessage( 1, &first ) );
+    EXPECT_EQ( heardFrom, &first );
+
+    // Passed on from a worker by a centre that hears there, the message is queued as the centre's own.
+    centre.SetAsynchronous( true );
+    OnWorker( [&] { second.SpeakMessage( NumberMessage( 2, &second ) ); } );
+    EXPECT_EQ( listener.heard, Numbers{ 1 } );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( listener.heard, ( Numbers{ 1, 2 } ) );
+    EXPECT_EQ( heardFrom, &centre );
+    centre.SetAsynchronous( false );
+    centre.StopListening();
+}

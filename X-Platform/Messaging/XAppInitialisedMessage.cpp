@@ -1,0 +1,10 @@
+#include "Messaging/XAppInitialisedMessage.h"
+
+XAppInitialisedMessage::XAppInitialisedMessage( XSpeaker* inSpeaker ) : XMessage( inSpeaker ) {}
+
+XAppInitialisedMessage::~XAppInitialisedMessage() = default;
+
+XAppInitialisedMessage* XAppInitialisedMessage::Clone() const
+{
+    return new XAppInitialisedMessage( *this );
+}

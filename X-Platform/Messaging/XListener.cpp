@@ -1,0 +1,138 @@
+#include "Messaging/XListener.h"
+
+#include "Messaging/XListenerList.h"
+#include "Messaging/XMessage.h"
+#include "Messaging/XMessageQueues.h"
+#include "Threads/XThreadLock.h"
+
+#include <algorithm>
+
+XListener::XListener( bool inIsAsynchronous ) : itsFlags( inIsAsynchronous ? kAsynchronous : 0 ) {}
+
+XListener::XListener( const XListener& inOther ) : XListener( inOther.IsAsynchronous() )
+{
+    const XThreadLock lock( inOther.itsMutex );
+    if ( !inOther.itsDeafTypes )
+        return;
+    itsDeafTypes = std::make_unique<XTypeNames>( *inOther.itsDeafTypes );
+    SetFlag( kDeaf, !itsDeafTypes->empty() );
+}
+
+XListener& XListener::operator=( const XListener& )
+{
+    return *this;
+}
+
+XListener::~XListener()
+{
+    StopListening();
+}
+
+void XListener::HandleMessage( const XMessage& ) {}
+
+void XListener::Subscribe( const XSpeaker& inSpeaker )
+{
+    inSpeaker.SafeSubscribeListener( *this );
+}
+
+void XListener::Unsubscribe( const XSpeaker& inSpeaker )
+{
+    inSpeaker.SafeUnsubscribeListener( *this );
+}
+
+void XListener::SetFlag( XFlag inFlag, bool inIsSet )
+{
+    if ( HasFlag( inFlag ) == inIsSet )
+        return;
+    if ( inIsSet )
+        itsFlags.fetch_or( inFlag, std::memory_order_relaxed );
+    else
+        itsFlags.fetch_and( static_cast<std::uint8_t>( ~inFlag ), std::memory_order_relaxed );
+}
+
+void XListener::SetAsynchronous( bool inIsAsynchronous )
+{
+    const XThreadLock lock( itsMutex );
+    if ( IsAsynchronous() == inIsAsynchronous )
+        return;
+    SetFlag( kAsynchronous, inIsAsynchronous );
+    for ( XListenerList* const list : itsSpeakers )
+        list->CountAsynchronous( inIsAsynchronous ? 1 : -1 );
+}
+
+void XListener::SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf )
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsDeafTypes )
+        itsDeafTypes = std::make_unique<XTypeNames>();
+    if ( inIsDeaf )
+        itsDeafTypes->insert( inMessageType.name() );
+    else
+        itsDeafTypes->erase( inMessageType.name() );
+    SetFlag( kDeaf, !itsDeafTypes->empty() );
+}
+
+bool XListener::IsContainedInDeafenedMessages( const std::type_info& inMessageType ) const
+{
+    const XThreadLock lock( itsMutex );
+    return itsDeafTypes && itsDeafTypes->contains( inMessageType.name() );
+}
+
+bool XListener::IsContainedInDeaf( const XMessage& inMessage ) const
+{
+    return IsContainedInDeafenedMessages( typeid( inMessage ) );
+}
+
+bool XListener::RememberSpeaker( XListenerList& inList )
+{
+    const XThreadLock lock( itsMutex );
+    const bool isKnown = std::find( itsSpeakers.begin(), itsSpeakers.end(), &inList ) != itsSpeakers.end();
+    itsSpeakers.push_back( &inList );
+    inList.AddReference();
+    inList.CountSubscription( 1, IsAsynchronous() );
+    return isKnown;
+}
+
+bool XListener::ForgetSpeaker( XListenerList& inList )
+{
+    const XThreadLock lock( itsMutex );
+    const auto found = std::find( itsSpeakers.begin(), itsSpeakers.end(), &inList );
+    if ( found == itsSpeakers.end() )
+        return false;
+    *found = itsSpeakers.back();
+    itsSpeakers.pop_back();
+    inList.CountSubscription( -1, IsAsynchronous() );
+    inList.Release();
+    return true;
+}
+
+void XListener::SpeakerDeleted( XListenerList& inList )
+{
+    while ( ForgetSpeaker( inList ) )
+        ;
+}
+
+void XListener::StopListening()
+{
+    UnsubscribeFromAll();
+    if ( HasFlag( kPosted ) || HasFlag( kExcluded ) )
+        XMessageQueues::Get().ForgetListener( *this, HasFlag( kExcluded ) );
+}
+
+/// The lists are let go first and the nodes removed then, each under its own mutex: a list's mutex is never taken under
+/// this listener's, and the references keep the lists while their speakers may die.
+void XListener::UnsubscribeFromAll()
+{
+    XVector<XListenerList*> lists;
+    {
+        const XThreadLock lock( itsMutex );
+        lists.swap( itsSpeakers );
+        for ( XListenerList* const list : lists )
+            list->CountSubscription( -1, IsAsynchronous() );
+    }
+    for ( XListenerList* const list : lists )
+    {
+        list->RemoveNode( *this );
+        list->Release();
+    }
+}

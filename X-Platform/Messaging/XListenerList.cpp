@@ -1,0 +1,192 @@
+#include "Messaging/XListenerList.h"
+
+#include "Messaging/XListener.h"
+#include "Messaging/XMessage.h"
+#include "Threads/XThreadLock.h"
+
+#include <algorithm>
+
+namespace
+{
+
+bool Contains( const XSpeaker::XListenerVector& inListeners, const XListener* inListener )
+{
+    return std::find( inListeners.begin(), inListeners.end(), inListener ) != inListeners.end();
+}
+
+} // namespace
+
+void XListenerList::Release()
+{
+    if ( itsReferences.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
+        delete this;
+}
+
+void XListenerList::ReleaseBySpeaker()
+{
+    {
+        const XThreadLock lock( itsMutex );
+        itsIsOrphan = itsBroadcastDepth > 0;
+        if ( itsIsOrphan )
+            return;
+    }
+    Release();
+}
+
+void XListenerList::CountSubscription( std::int32_t inStep, bool inIsAsynchronous )
+{
+    itsSubscriptions.fetch_add( inStep, std::memory_order_relaxed );
+    if ( inIsAsynchronous )
+        CountAsynchronous( inStep );
+}
+
+void XListenerList::Subscribe( XListener& inListener )
+{
+    const XThreadLock lock( itsMutex );
+    if ( !GetSpeaker() )
+        return;
+    const bool isSubscribed = inListener.RememberSpeaker( *this );
+    try
+    {
+        ++FindOrAddNode( inListener, isSubscribed || itsBroadcastDepth > 0 ).count;
+    }
+    catch ( ... )
+    {
+        inListener.ForgetSpeaker( *this );
+        throw;
+    }
+}
+
+void XListenerList::Unsubscribe( XListener& inListener )
+{
+    const XThreadLock lock( itsMutex );
+    if ( !inListener.ForgetSpeaker( *this ) )
+        return;
+    XNode* const node = FindNode( inListener );
+    if ( --node->count > 0 )
+        return;
+    if ( itsBroadcastDepth > 0 )
+        itsNeedsCleanup = true;
+    else
+        RemoveNode( *node );
+}
+
+void XListenerList::HardUnsubscribe( XListener& inListener )
+{
+    const XThreadLock lock( itsMutex );
+    inListener.SpeakerDeleted( *this );
+    RemoveNode( inListener );
+}
+
+void XListenerList::RemoveAll()
+{
+    const XThreadLock lock( itsMutex );
+    for ( XNode& node : itsNodes )
+        if ( node.count > 0 )
+            node.listener->SpeakerDeleted( *this );
+    for ( XNode& node : itsNodes )
+        node = { nullptr, 0 };
+    itsNeedsCleanup = true;
+    if ( itsBroadcastDepth == 0 )
+        CleanupAfterMessage();
+}
+
+USize XListenerList::GetListenerCount()
+{
+    const XThreadLock lock( itsMutex );
+    const auto isSubscribed = []( const XNode& inNode ) { return inNode.count > 0; };
+    return static_cast<USize>( std::count_if( itsNodes.begin(), itsNodes.end(), isSubscribed ) );
+}
+
+/// Searches from the back: what came last is often the first to go.
+XListenerList::XNode* XListenerList::FindNode( const XListener& inListener )
+{
+    const auto isListener = [&]( const XNode& inNode ) { return inNode.listener == &inListener; };
+    const auto found = std::find_if( itsNodes.rbegin(), itsNodes.rend(), isListener );
+    return found == itsNodes.rend() ? nullptr : &*found;
+}
+
+XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool inMayBeThere )
+{
+    if ( inMayBeThere )
+        if ( XNode* const node = FindNode( inListener ) )
+            return *node;
+    return itsNodes.emplace_back( &inListener, 0 );
+}
+
+void XListenerList::RemoveNode( XListener& inListener )
+{
+    const XThreadLock lock( itsMutex );
+    if ( XNode* const node = FindNode( inListener ) )
+        RemoveNode( *node );
+}
+
+void XListenerList::RemoveNode( XNode& inNode )
+{
+    if ( itsBroadcastDepth > 0 )
+    {
+        inNode = { nullptr, 0 };
+        itsNeedsCleanup = true;
+    }
+    else
+        itsNodes.erase( itsNodes.begin() + ( &inNode - itsNodes.data() ) );
+}
+
+void XListenerList::CleanupAfterMessage()
+{
+    itsNeedsCleanup = false;
+    std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count <= 0; } );
+}
+
+// Handlers may add nodes while these two walk: no pointer into the nodes is kept across a call.
+
+void XListenerList::CallAll( const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions )
+{
+    for ( USize i = 0; i < itsNodes.size(); ++i )
+    {
+        const XNode node = itsNodes[i];
+        if ( node.count <= 0 || node.listener->IsDeafTo( inMessage ) )
+            continue;
+        if ( !inExclusions.empty() && Contains( inExclusions, node.listener ) )
+            continue;
+        node.listener->HandleMessage( inMessage );
+    }
+}
+
+bool XListenerList::CallAsynchronous(
+    const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions,
+    XSpeaker::XListenerVector& outServed )
+{
+    bool isAnyPending = false;
+    XVector<USize> served; // by index, so that a listener that dies here is not mistaken for a later one
+    for ( USize i = 0; i < itsNodes.size(); ++i )
+    {
+        const XNode node = itsNodes[i];
+        if ( node.count <= 0 || node.listener->IsDeafTo( inMessage ) ||
+             Contains( inExclusions, node.listener ) )
+            continue;
+        if ( !node.listener->IsAsynchronous() )
+        {
+            isAnyPending = true;
+            continue;
+        }
+        served.push_back( i );
+        node.listener->SetFlag( XListener::kExcluded, true );
+        node.listener->HandleMessage( inMessage );
+    }
+    for ( const USize i : served )
+        if ( i < itsNodes.size() && itsNodes[i].listener )
+            outServed.push_back( itsNodes[i].listener );
+    return isAnyPending;
+}
+
+XListenerList::XBroadcast::~XBroadcast()
+{
+    const bool isOutermost = --itsList.itsBroadcastDepth == 0;
+    if ( isOutermost && itsList.itsNeedsCleanup )
+        itsList.CleanupAfterMessage();
+    const bool isLastUse = isOutermost && itsList.itsIsOrphan;
+    itsList.itsMutex.Unlock();
+    if ( isLastUse )
+        itsList.Release();
+}

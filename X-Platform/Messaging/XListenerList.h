@@ -1,0 +1,103 @@
+#pragma once
+
+#include "Messaging/XSpeaker.h"
+
+/// The listeners of one speaker, and the mutex under which it speaks. Internal: the speaker and its listeners share the
+/// list, one reference for the speaker and one for each subscription, so that either side can reach it however the other
+/// one ends. Order of locking: this mutex, then a listener's, then that of the queues.
+///
+/// While a broadcast is on, nodes keep their places, and what was removed is only marked; clean-up follows when the
+/// outermost broadcast is over.
+class XListenerList
+{
+public:
+    explicit XListenerList( XSpeaker& inSpeaker ) : itsSpeaker( &inSpeaker ) {}
+    XListenerList( const XListenerList& ) = delete;
+    XListenerList& operator=( const XListenerList& ) = delete;
+
+    void AddReference() { itsReferences.fetch_add( 1, std::memory_order_relaxed ); }
+    void Release();
+
+    /// Gives up the speaker's reference: at once, or at the end of the broadcast that this thread is in.
+    void ReleaseBySpeaker();
+
+    XMutex& GetMutex() { return itsMutex; }
+
+    /// Null once the speaker has stopped. Under the mutex the speaker stays alive.
+    XSpeaker* GetSpeaker() const { return itsSpeaker.load( std::memory_order_acquire ); }
+
+    /// From now on nobody can subscribe and nothing can be queued.
+    void SpeakerStopped() { itsSpeaker.store( nullptr, std::memory_order_release ); }
+
+    void Subscribe( XListener& inListener );
+    void Unsubscribe( XListener& inListener );
+    void HardUnsubscribe( XListener& inListener );
+    void RemoveAll();
+
+    /// Removes the node of a listener that has given up its references already.
+    void RemoveNode( XListener& inListener );
+
+    USize GetListenerCount();
+    bool HasListeners() const { return itsSubscriptions.load( std::memory_order_relaxed ) > 0; }
+    bool HasAsynchronousListeners() const
+    {
+        return itsAsynchronousSubscriptions.load( std::memory_order_relaxed ) > 0;
+    }
+
+    /// Kept by the listeners, under their mutexes.
+    void CountSubscription( std::int32_t inStep, bool inIsAsynchronous );
+    void CountAsynchronous( std::int32_t inStep )
+    {
+        itsAsynchronousSubscriptions.fetch_add( inStep, std::memory_order_relaxed );
+    }
+
+    /// The two walks of a broadcast. The second calls asynchronous listeners only; it returns whether any other listener
+    /// still has to hear the message, and who has heard it.
+    void CallAll( const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions );
+    bool CallAsynchronous(
+        const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions,
+        XSpeaker::XListenerVector& outServed );
+
+    class XBroadcast;
+
+private:
+    struct XNode
+    {
+        XListener* listener; // null when it was destroyed during a broadcast
+        std::int32_t count;  // subscriptions; with 0 the node only waits for its removal
+    };
+
+    ~XListenerList() = default;
+
+    XNode* FindNode( const XListener& inListener );
+    XNode& FindOrAddNode( XListener& inListener, bool inMayBeThere );
+    void RemoveNode( XNode& inNode );
+    void CleanupAfterMessage();
+
+    XMutex itsMutex; // guards what has no other guard below
+    std::atomic<std::int32_t> itsReferences = 1;
+    std::atomic<std::int32_t> itsSubscriptions = 0;
+    std::atomic<std::int32_t> itsAsynchronousSubscriptions = 0;
+    XVector<XNode> itsNodes;
+    std::atomic<XSpeaker*> itsSpeaker; // written under the mutex
+    std::uint32_t itsBroadcastDepth = 0;
+    bool itsNeedsCleanup = false;
+    bool itsIsOrphan = false; // the outermost broadcast releases the speaker's reference
+};
+
+/// A broadcast in progress: holds the mutex.
+class XListenerList::XBroadcast
+{
+public:
+    explicit XBroadcast( XListenerList& inList ) : itsList( inList )
+    {
+        itsList.itsMutex.Lock();
+        ++itsList.itsBroadcastDepth;
+    }
+    XBroadcast( const XBroadcast& ) = delete;
+    XBroadcast& operator=( const XBroadcast& ) = delete;
+    ~XBroadcast();
+
+private:
+    XListenerList& itsList;
+};

@@ -1,0 +1,24 @@
+#include "Messaging/XMainLoop.h"
+
+#include "Core/XFail.h"
+#include "Messaging/XAppClosingMessage.h"
+#include "Messaging/XAppInitialisedMessage.h"
+#include "Messaging/XAppMessageCentre.h"
+#include "Threads/XThread.h"
+#include "WMainLoop.h"
+
+std::int32_t XMainLoop::Run()
+{
+    XAssert( XThread::IsMainThread() );
+    XAppMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();
+    centre.SpeakMessage( XAppInitialisedMessage( &centre ) );
+    const std::int32_t exitCode =
+        WMainLoop::Run( { XSpeaker::ProcessAllNextEventMessages, XSpeaker::ProcessAllIdleMessages } );
+    centre.SpeakMessage( XAppClosingMessage( &centre ) );
+    return exitCode;
+}
+
+void XMainLoop::RequestEnd( std::int32_t inExitCode )
+{
+    WMainLoop::RequestEnd( inExitCode );
+}

@@ -1,0 +1,388 @@
+#include "Messaging/XMessageQueues.h"
+
+#include "Core/XErrorLog.h"
+#include "Core/XTimer.h"
+#include "Messaging/XListener.h"
+#include "Messaging/XListenerList.h"
+#include "Threads/XThreadLock.h"
+#include "WMainLoop.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace
+{
+
+constexpr std::uint32_t kIdleBudgetMs = 100;
+
+using XEntry = XDeferredQueue::XEntry;
+using XEntryPtr = XDeferredQueue::XEntryPtr;
+
+std::unique_ptr<XMessage> CloneFor( const XMessage& inMessage, XSpeaker* inSpeaker )
+{
+    std::unique_ptr<XMessage> clone( inMessage.Clone() );
+    XAssert( clone );
+    clone->SetSpeaker( inSpeaker );
+    return clone;
+}
+
+/// Coalescing compares speakers, so a message that names another one is copied before it is compared.
+std::unique_ptr<XMessage> CloneIfForeign( const XMessage& inMessage, XSpeaker* inSpeaker )
+{
+    return inMessage.GetSpeaker() == inSpeaker ? nullptr : CloneFor( inMessage, inSpeaker );
+}
+
+void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVector& inListeners )
+{
+    for ( const XListener* const listener : inListeners )
+        if ( std::find( ioListeners.begin(), ioListeners.end(), listener ) == ioListeners.end() )
+            ioListeners.push_back( listener );
+}
+
+/// Keeps a speaker's list, and under its mutex the speaker, while a message of it is delivered.
+class ListReference
+{
+public:
+    explicit ListReference( XListenerList& inList ) : itsList( inList ) { itsList.AddReference(); }
+    ListReference( const ListReference& ) = delete;
+    ListReference& operator=( const ListReference& ) = delete;
+    ~ListReference() { itsList.Release(); }
+
+    XListenerList& Get() const { return itsList; }
+
+private:
+    XListenerList& itsList;
+};
+
+} // namespace
+
+/// Registers a call of a listener for its duration. Begins under the mutex, ends without it.
+class XMessageQueues::XCallScope
+{
+public:
+    explicit XCallScope( XMessageQueues& inQueues ) : itsQueues( inQueues ) {}
+    XCallScope( const XCallScope& ) = delete;
+    XCallScope& operator=( const XCallScope& ) = delete;
+    ~XCallScope()
+    {
+        if ( itsCall.threadID != 0 )
+            End();
+    }
+
+    void Begin( const XListener& inListener )
+    {
+        itsCall = { &inListener, WThreadID::GetCurrent(), itsQueues.itsCalls };
+        itsQueues.itsCalls = &itsCall;
+    }
+
+private:
+    void End()
+    {
+        const XThreadLock lock( itsQueues.itsDeferredMutex );
+        XCall** link = &itsQueues.itsCalls;
+        while ( *link != &itsCall )
+            link = &( *link )->next;
+        *link = itsCall.next;
+        itsQueues.itsCallEnded.Broadcast();
+    }
+
+    XMessageQueues& itsQueues;
+    XCall itsCall{ nullptr, 0, nullptr };
+};
+
+/// Entries taken out of a queue under the mutex, to be destroyed without it: messages may do anything then.
+class XMessageQueues::XWithdrawn
+{
+public:
+    XWithdrawn() = default;
+    XWithdrawn( const XWithdrawn& ) = delete;
+    XWithdrawn& operator=( const XWithdrawn& ) = delete;
+    ~XWithdrawn()
+    {
+        while ( itsFirst )
+            delete std::exchange( itsFirst, itsFirst->next );
+    }
+
+    void Add( XEntryPtr inEntry )
+    {
+        inEntry->next = itsFirst;
+        itsFirst = inEntry.release();
+        ++itsCount;
+    }
+    USize GetCount() const { return itsCount; }
+
+private:
+    XEntry* itsFirst = nullptr;
+    USize itsCount = 0;
+};
+
+XMessageQueues& XMessageQueues::Get()
+{
+    static XMessageQueues* const queues = new XMessageQueues;
+    return *queues;
+}
+
+// ---- Adding
+
+void XMessageQueues::Add(
+    const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
+    const XListenerVector& inExclusions )
+{
+    XSpeaker* const speaker = inSpeakersList.GetSpeaker();
+    if ( !speaker )
+        return;
+    auto copy = CloneIfForeign( inMessage, speaker );
+    XEntryPtr replaced; // destroyed without the mutex
+    const XThreadLock lock( itsDeferredMutex );
+    if ( inSpeakersList.GetSpeaker() )
+        replaced = AddLocked( SelectQueue( inWhen ), inMessage, std::move( copy ), nullptr, inExclusions );
+}
+
+void XMessageQueues::Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
+{
+    XEntryPtr replaced;
+    const XThreadLock lock( itsDeferredMutex );
+    replaced = AddLocked( SelectQueue( inWhen ), inMessage, nullptr, &inListener, {} );
+}
+
+/// Returns the entry that the new one replaces, if any.
+XEntryPtr XMessageQueues::AddLocked(
+    XQueue& ioQueue, const XMessage& inMessage, std::unique_ptr<XMessage> inCopy, XListener* inTarget,
+    const XListenerVector& inExclusions )
+{
+    const XMessage& message = inCopy ? *inCopy : inMessage;
+    auto coalesce = XMessage::kCoalesceNone;
+    XEntry* like = ioQueue.messages.FindFirstLike( message, inTarget );
+    for ( ; like; like = ioQueue.messages.FindNextLike( *like ) )
+    {
+        coalesce = like->record.message->ShouldCoalesceQueueMessage( message );
+        if ( coalesce != XMessage::kCoalesceNone )
+            break;
+    }
+    if ( coalesce == XMessage::kCoalesceMerge )
+    {
+        Unite( like->record.exclusions, inExclusions );
+        return nullptr;
+    }
+
+    auto entry = std::make_unique<XEntry>();
+    entry->record.target = inTarget;
+    entry->record.message = inCopy ? std::move( inCopy ) : CloneFor( inMessage, inMessage.GetSpeaker() );
+    entry->record.exclusions = inExclusions;
+    if ( like )
+        Unite( entry->record.exclusions, like->record.exclusions );
+    ioQueue.messages.Reserve();
+    // Nothing fails from here on, so that a message is never lost half-way.
+    auto replaced = like ? ioQueue.messages.Take( *like ) : nullptr;
+    ioQueue.messages.PushBack( std::move( entry ) );
+    Signal( ioQueue );
+    return replaced;
+}
+
+/// The main loop is woken once for all that comes before its next drain.
+void XMessageQueues::Signal( XQueue& ioQueue )
+{
+    if ( ioQueue.event.IsSet() )
+        return;
+    ioQueue.event.Set();
+    WMainLoop::Wake();
+}
+
+// ---- Delivering
+
+void XMessageQueues::CallNow( const XMessage& inMessage, XListener& inListener )
+{
+    XCallScope call( *this );
+    {
+        const XThreadLock lock( itsDeferredMutex );
+        call.Begin( inListener );
+    }
+    if ( !inListener.IsDeafTo( inMessage ) )
+        inListener.HandleMessage( inMessage );
+}
+
+/// Delivers the first message. Whoever it concerns is pinned under the mutex, before it may be destroyed: a listener by
+/// the call, a speaker by its list.
+void XMessageQueues::Deliver( XQueue& ioQueue )
+{
+    XEntryPtr entry;
+    XCallScope call( *this );
+    std::optional<ListReference> list;
+    {
+        const XThreadLock lock( itsDeferredMutex );
+        if ( ioQueue.messages.GetCount() == 0 )
+            return;
+        entry = ioQueue.messages.TakeFront();
+        if ( entry->record.target )
+            call.Begin( *entry->record.target );
+        else
+        {
+            const XMessage* const theMessage = entry->record.message.get();
+            XAssert( theMessage->GetSpeaker() );
+            list.emplace( *theMessage->GetSpeaker()->itsListeners );
+        }
+    }
+    const auto& record = entry->record;
+    if ( !list )
+    {
+        if ( !record.target->IsDeafTo( *record.message ) )
+            record.target->HandleMessage( *record.message );
+        return;
+    }
+    const XThreadLock lock( list->Get().GetMutex() );
+    if ( XSpeaker* const speaker = list->Get().GetSpeaker() )
+        speaker->SpeakMessageNow( *record.message, false, record.exclusions );
+}
+
+void XMessageQueues::DeliverAndLog( XQueue& ioQueue )
+{
+    try
+    {
+        Deliver( ioQueue );
+    }
+    catch ( ... )
+    {
+        XErrorLog::AddCurrentException();
+    }
+}
+
+bool XMessageQueues::BeginDrain( const XQueue& inQueue, USize& outCount )
+{
+    const XThreadLock lock( itsDeferredMutex );
+    if ( itsSuspendIdleProcessing > 0 )
+        return false;
+    ++itsSuspendIdleProcessing;
+    outCount = inQueue.messages.GetCount();
+    return true;
+}
+
+void XMessageQueues::DrainNextEvent()
+{
+    WMainLoop::ClearWake();
+    USize count = 0;
+    if ( !BeginDrain( itsNextEventMessages, count ) )
+        return;
+    for ( ; count > 0; --count )
+        DeliverAndLog( itsNextEventMessages );
+
+    const XThreadLock lock( itsDeferredMutex );
+    --itsSuspendIdleProcessing;
+    itsNextEventMessages.event.Clear();
+    if ( itsNextEventMessages.messages.GetCount() > 0 )
+        WMainLoop::Wake();
+}
+
+bool XMessageQueues::DrainIdle()
+{
+    const XTimer timer( kIdleBudgetMs );
+    USize count = 0;
+    if ( !BeginDrain( itsIdleMessages, count ) )
+        return false;
+    const bool isAnyThere = count > 0;
+    for ( ; count > 0 && !timer.HasExpired(); --count )
+        DeliverAndLog( itsIdleMessages );
+
+    const XThreadLock lock( itsDeferredMutex );
+    --itsSuspendIdleProcessing;
+    if ( itsIdleMessages.messages.GetCount() == 0 )
+        itsIdleMessages.event.Clear();
+    // A handler may have tried to drain the next events, which silenced the bell: they count here too.
+    if ( itsIdleMessages.messages.GetCount() > 0 || itsNextEventMessages.messages.GetCount() > 0 )
+        WMainLoop::Wake();
+    return isAnyThere;
+}
+
+void XMessageQueues::Suspend()
+{
+    const XThreadLock lock( itsDeferredMutex );
+    ++itsSuspendIdleProcessing;
+}
+
+void XMessageQueues::Resume()
+{
+    const XThreadLock lock( itsDeferredMutex );
+    --itsSuspendIdleProcessing;
+    if ( itsSuspendIdleProcessing <= 0 &&
+         itsNextEventMessages.messages.GetCount() + itsIdleMessages.messages.GetCount() > 0 )
+        WMainLoop::Wake();
+}
+
+// ---- Withdrawing
+
+USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
+{
+    XWithdrawn withdrawn;
+    const XThreadLock lock( itsDeferredMutex );
+    XDeferredQueue& messages = SelectQueue( inQueue ).messages;
+    for ( XEntry* entry = messages.GetFirst(); entry; )
+    {
+        XEntry* const next = entry->next;
+        if ( inPredicate( entry->record ) )
+            withdrawn.Add( messages.Take( *entry ) );
+        entry = next;
+    }
+    return withdrawn.GetCount();
+}
+
+void XMessageQueues::ForgetSpeaker( const XSpeaker& inSpeaker )
+{
+    XWithdrawn withdrawn;
+    const XThreadLock lock( itsDeferredMutex );
+    for ( XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
+        while ( XEntry* const entry = queue->messages.FindFirstOf( inSpeaker ) )
+            withdrawn.Add( queue->messages.Take( *entry ) );
+}
+
+void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeExcluded )
+{
+    XWithdrawn withdrawn;
+    const XThreadLock lock( itsDeferredMutex );
+    for ( XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
+    {
+        while ( XEntry* const entry = queue->messages.FindFirstFor( inListener ) )
+            withdrawn.Add( queue->messages.Take( *entry ) );
+        if ( inMayBeExcluded )
+            ForgetExclusions( queue->messages, inListener );
+    }
+    while ( ForgetCalls( inListener ) )
+        itsCallEnded.Wait( itsDeferredMutex );
+}
+
+/// A listener made later may get the same address.
+void XMessageQueues::ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener )
+{
+    for ( XEntry* entry = ioMessages.GetFirst(); entry; entry = entry->next )
+        std::erase( entry->record.exclusions, &inListener );
+}
+
+/// Forgets this thread's calls of a listener; true while another thread is calling it.
+bool XMessageQueues::ForgetCalls( const XListener& inListener )
+{
+    const std::uint32_t ownID = WThreadID::GetCurrent();
+    bool isCalledElsewhere = false;
+    for ( XCall* call = itsCalls; call; call = call->next )
+    {
+        if ( call->listener != &inListener )
+            continue;
+        if ( call->threadID == ownID )
+            call->listener = nullptr;
+        else
+            isCalledElsewhere = true;
+    }
+    return isCalledElsewhere;
+}
+
+// ---- Asking
+
+bool XMessageQueues::HasMessage( XWhen inQueue )
+{
+    const XThreadLock lock( itsDeferredMutex );
+    return SelectQueue( inQueue ).messages.GetCount() > 0;
+}
+
+USize XMessageQueues::GetCount()
+{
+    const XThreadLock lock( itsDeferredMutex );
+    return itsNextEventMessages.messages.GetCount() + itsIdleMessages.messages.GetCount();
+}

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "Messaging/XDeferredQueue.h"
+#include "Threads/XConditionVariable.h"
+#include "WEvent.h"
+
+/// The two queues of the process and the calls of single listeners that are in progress, under one mutex, which is never
+/// held while a handler runs. Internal to XSpeaker and XListener. Made on first use; lasts as long as the process, since
+/// speakers and listeners may be static.
+class XMessageQueues
+{
+public:
+    using XWhen = XSpeaker::XWhen;
+    using XListenerVector = XSpeaker::XListenerVector;
+    using XPredicate = std::function<bool( const XSpeaker::XDeferredMessageRecord& )>;
+
+    static XMessageQueues& Get();
+
+    /// Queues a copy of a message for all listeners of a speaker that has not stopped.
+    void
+    Add( const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
+         const XListenerVector& inExclusions );
+
+    /// Queues a copy of a message for one listener.
+    void Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen );
+
+    /// Calls one listener at once; a listener that is destroyed on another thread meanwhile waits for the end of the
+    /// call.
+    void CallNow( const XMessage& inMessage, XListener& inListener );
+
+    void DrainNextEvent();
+    bool DrainIdle();
+
+    void Suspend();
+    void Resume();
+
+    USize RemoveIf( XWhen inQueue, const XPredicate& inPredicate );
+
+    /// Withdraws the messages of a speaker that has stopped.
+    void ForgetSpeaker( const XSpeaker& inSpeaker );
+
+    /// Withdraws the messages for a listener, waits for calls of it on other threads and forgets those on this one.
+    void ForgetListener( const XListener& inListener, bool inMayBeExcluded );
+
+    bool HasMessage( XWhen inQueue );
+    USize GetCount();
+    WEvent& GetEvent( XWhen inQueue ) { return SelectQueue( inQueue ).event; }
+
+private:
+    struct XQueue
+    {
+        XDeferredQueue messages;
+        WEvent event; // set when a message is added, reset by drains
+    };
+
+    /// A call in progress, on the stack of its thread.
+    struct XCall
+    {
+        const XListener* listener; // null once the listener is destroyed
+        std::uint32_t threadID;
+        XCall* next;
+    };
+    class XCallScope;
+    class XWithdrawn;
+
+    XMessageQueues() = default;
+
+    XQueue& SelectQueue( XWhen inWhen )
+    {
+        return inWhen == XSpeaker::kWhenNextEvent ? itsNextEventMessages : itsIdleMessages;
+    }
+
+    // Under the mutex.
+    XDeferredQueue::XEntryPtr AddLocked(
+        XQueue& ioQueue, const XMessage& inMessage, std::unique_ptr<XMessage> inCopy, XListener* inTarget,
+        const XListenerVector& inExclusions );
+    void Signal( XQueue& ioQueue );
+    static void ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener );
+    bool ForgetCalls( const XListener& inListener );
+
+    // Without it.
+    bool BeginDrain( const XQueue& inQueue, USize& outCount );
+    void Deliver( XQueue& ioQueue );
+    void DeliverAndLog( XQueue& ioQueue );
+
+    XMutex itsDeferredMutex; // guards everything below
+    XQueue itsNextEventMessages;
+    XQueue itsIdleMessages;
+    std::int32_t itsSuspendIdleProcessing = 0; // drains deliver nothing while it is above zero
+    XCall* itsCalls = nullptr;
+    XConditionVariable itsCallEnded;
+};

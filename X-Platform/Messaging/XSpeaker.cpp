@@ -1,0 +1,309 @@
+#include "Messaging/XSpeaker.h"
+
+#include "Core/XString.h"
+#include "Messaging/XListener.h"
+#include "Messaging/XListenerList.h"
+#include "Messaging/XMessage.h"
+#include "Messaging/XMessageQueues.h"
+#include "Threads/XThread.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace
+{
+
+using MuteMap = std::multimap<const XSpeaker*, std::string>; // to the names of the muted classes
+
+/// Outlasts the static speakers.
+struct Muted
+{
+    XMutex mutex;
+    MuteMap map;
+
+    static Muted& Get()
+    {
+        static Muted* const muted = new Muted;
+        return *muted;
+    }
+
+    MuteMap::iterator Find( const XSpeaker* inSpeaker, const std::type_info& inMessageType )
+    {
+        const auto [begin, end] = map.equal_range( inSpeaker );
+        const auto isType = [&]( const auto& inPair ) { return inPair.second == inMessageType.name(); };
+        const auto found = std::find_if( begin, end, isType );
+        return found == end ? map.end() : found;
+    }
+};
+
+std::atomic<USize> sMuteCount = 0; // entries of the map: with none, nobody looks
+
+bool IsMuted( const XSpeaker* inSpeaker, const std::type_info& inMessageType )
+{
+    if ( sMuteCount.load( std::memory_order_relaxed ) == 0 )
+        return false;
+    Muted& muted = Muted::Get();
+    const XThreadLock lock( muted.mutex );
+    return muted.Find( inSpeaker, inMessageType ) != muted.map.end();
+}
+
+} // namespace
+
+std::atomic<std::uint32_t> XSpeaker::sMessageCount = 0;
+
+// ---- Construction
+
+XSpeaker::XSpeaker() : itsListeners( new XListenerList( *this ) ) {}
+
+XSpeaker::XSpeaker( const XSpeaker& ) : XSpeaker() {}
+
+XSpeaker& XSpeaker::operator=( const XSpeaker& )
+{
+    return *this;
+}
+
+XSpeaker::~XSpeaker()
+{
+    StopSpeaking();
+    itsListeners->ReleaseBySpeaker();
+}
+
+void XSpeaker::StopSpeaking()
+{
+    {
+        const XThreadLock lock( itsListeners->GetMutex() );
+        itsListeners->SpeakerStopped();
+        itsListeners->RemoveAll();
+    }
+    XMessageQueues::Get().ForgetSpeaker( *this );
+    if ( itsHasMutedMessages )
+        ForgetMutedMessages();
+}
+
+// ---- Speaking
+
+void XSpeaker::SpeakMessage( const XMessage& inMessage, XWhen inWhen )
+{
+    if ( itsHasMutedMessages && IsContainedInMutedMessages( typeid( inMessage ) ) )
+        return;
+    if ( inWhen == kWhenImmediate )
+        SpeakMessageNow( inMessage, true, {} );
+    else if ( inWhen != kWhenDefault )
+        ProcessMessageForDelay( inMessage, inWhen, {} );
+    else if ( XThread::IsMainThread() )
+        SpeakMessageNow( inMessage, false, {} );
+    else
+        SpeakOffMainThread( inMessage );
+}
+
+/// Asynchronous listeners hear now, the others at the next event.
+void XSpeaker::SpeakOffMainThread( const XMessage& inMessage )
+{
+    if ( itsListeners->HasAsynchronousListeners() )
+        AsyncSpeakMessageNow( inMessage );
+    else
+        ProcessMessageForDelay( inMessage, kWhenNextEvent, {} );
+}
+
+void XSpeaker::AsyncSpeakMessageNow( const XMessage& inMessage )
+{
+    SpeakMessageNow( inMessage, false, {} );
+}
+
+void XSpeaker::SpeakMessageNow(
+    const XMessage& inMessage, bool inIsForced, const XListenerVector& inExclusions )
+{
+    sMessageCount.fetch_add( 1, std::memory_order_relaxed );
+    const XListenerList::XBroadcast broadcast( *itsListeners );
+    SpeakMessageNowSelf( inMessage, inIsForced, inExclusions );
+}
+
+void XSpeaker::SpeakMessageNowSelf(
+    const XMessage& inMessage, bool inIsForced, const XListenerVector& inExclusions )
+{
+    XListenerList& listeners = *itsListeners; // the speaker may be destroyed by a handler
+    if ( inIsForced || XThread::IsMainThread() )
+        return listeners.CallAll( inMessage, inExclusions );
+    XListenerVector served;
+    if ( listeners.CallAsynchronous( inMessage, inExclusions, served ) )
+        XMessageQueues::Get().Add( inMessage, listeners, kWhenNextEvent, served );
+}
+
+void XSpeaker::ProcessMessageForDelay(
+    const XMessage& inMessage, XWhen inWhen, const XListenerVector& inExclusions )
+{
+    XMessageQueues::Get().Add( inMessage, *itsListeners, inWhen, inExclusions );
+}
+
+void XSpeaker::PostXMessage( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
+{
+    if ( IsMuted( inMessage.GetSpeaker(), typeid( inMessage ) ) )
+        return;
+    inListener.SetFlag( XListener::kPosted, true );
+    const bool isNow = inWhen == kWhenImmediate ||
+        ( inWhen == kWhenDefault && ( inListener.IsAsynchronous() || XThread::IsMainThread() ) );
+    if ( isNow )
+        XMessageQueues::Get().CallNow( inMessage, inListener );
+    else
+        XMessageQueues::Get().Add( inMessage, inListener, inWhen == kWhenDefault ? kWhenNextEvent : inWhen );
+}
+
+// ---- Muting
+
+void XSpeaker::SetIsMute( const std::type_info& inMessageType, bool inIsMute )
+{
+    Muted& muted = Muted::Get();
+    const XThreadLock lock( muted.mutex );
+    const auto found = muted.Find( this, inMessageType );
+    if ( inIsMute && found == muted.map.end() )
+        muted.map.emplace( this, inMessageType.name() );
+    else if ( !inIsMute && found != muted.map.end() )
+        muted.map.erase( found );
+    itsHasMutedMessages = muted.map.contains( this );
+    sMuteCount = muted.map.size();
+}
+
+bool XSpeaker::IsContainedInMutedMessages( const std::type_info& inMessageType ) const
+{
+    return IsMuted( this, inMessageType );
+}
+
+void XSpeaker::ForgetMutedMessages()
+{
+    Muted& muted = Muted::Get();
+    const XThreadLock lock( muted.mutex );
+    muted.map.erase( this );
+    sMuteCount = muted.map.size();
+}
+
+// ---- Listeners
+
+void XSpeaker::SafeSubscribeListener( XListener& inListener ) const
+{
+    itsListeners->Subscribe( inListener );
+}
+
+void XSpeaker::SafeUnsubscribeListener( XListener& inListener ) const
+{
+    itsListeners->Unsubscribe( inListener );
+}
+
+void XSpeaker::HardUnsubscribeListener( XListener& inListener ) const
+{
+    itsListeners->HardUnsubscribe( inListener );
+}
+
+void XSpeaker::RemoveAllListeners()
+{
+    itsListeners->RemoveAll();
+}
+
+USize XSpeaker::GetListenerCount() const
+{
+    return itsListeners->GetListenerCount();
+}
+
+bool XSpeaker::HasListeners() const
+{
+    return itsListeners->HasListeners();
+}
+
+XMutex& XSpeaker::GetSpeakerMutex() const
+{
+    return itsListeners->GetMutex();
+}
+
+// ---- The queues
+
+void XSpeaker::ProcessAllNextEventMessages()
+{
+    XAssert( XThread::IsMainThread() );
+    XMessageQueues::Get().DrainNextEvent();
+}
+
+bool XSpeaker::ProcessAllIdleMessages()
+{
+    XAssert( XThread::IsMainThread() );
+    return XMessageQueues::Get().DrainIdle();
+}
+
+bool XSpeaker::IsNextEventMessageToProcess()
+{
+    return XMessageQueues::Get().HasMessage( kWhenNextEvent );
+}
+
+bool XSpeaker::IsIdleMessageToProcess()
+{
+    return XMessageQueues::Get().HasMessage( kWhenIdle );
+}
+
+WEvent& XSpeaker::GetMsgInNextEventQueueEvent()
+{
+    return XMessageQueues::Get().GetEvent( kWhenNextEvent );
+}
+
+WEvent& XSpeaker::GetMsgInIdleQueueEvent()
+{
+    return XMessageQueues::Get().GetEvent( kWhenIdle );
+}
+
+void XSpeaker::SuspendIdleProcessing()
+{
+    XMessageQueues::Get().Suspend();
+}
+
+void XSpeaker::ResumeIdleProcessing()
+{
+    XMessageQueues::Get().Resume();
+}
+
+USize XSpeaker::GetDeferredCount()
+{
+    return XMessageQueues::Get().GetCount();
+}
+
+std::uint32_t XSpeaker::GetMessageCount()
+{
+    return sMessageCount.load( std::memory_order_relaxed );
+}
+
+USize XSpeaker::RemoveFromDelayedQueue(
+    XWhen inQueue, const std::function<bool( const XDeferredMessageRecord& )>& inPredicate )
+{
+    return XMessageQueues::Get().RemoveIf( inQueue, inPredicate );
+}
+
+XString XSpeaker::GetDebugStatus()
+{
+    XString status( "Message count: " );
+    status += GetMessageCount();
+    status += "\rDeferred: ";
+    status += GetDeferredCount();
+    status += "\r";
+    return status;
+}
+
+// ---- Predicates
+
+XSpeaker::XRemoveMsgsByType::XRemoveMsgsByType( std::initializer_list<const std::type_info*> inTypes )
+    : itsTypes( inTypes )
+{
+}
+
+XSpeaker::XRemoveMsgsByType::XRemoveMsgsByType( XVector<const std::type_info*> inTypes )
+    : itsTypes( std::move( inTypes ) )
+{
+}
+
+bool XSpeaker::XRemoveMsgsByType::operator()( const XDeferredMessageRecord& inRecord ) const
+{
+    const std::type_info& type = typeid( *inRecord.message );
+    const auto isType = [&]( const std::type_info* inType ) { return *inType == type; };
+    return std::any_of( itsTypes.begin(), itsTypes.end(), isType );
+}
+
+bool XSpeaker::XRemoveMsgsSentBySpeaker::operator()( const XDeferredMessageRecord& inRecord ) const
+{
+    return inRecord.message->GetSpeaker() == itsSpeaker;
+}
