@@ -6,6 +6,7 @@
 #include "WStringTable.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 namespace
@@ -276,7 +277,7 @@ XString::XStringStorage* XString::NewStorage( USize64 inSize, USize64 inCapacity
 {
     if ( inCapacity > kMaxCapacity )
         XThrow( kOutOfMemory );
-    void* const block = ::operator new( sizeof( XStringStorage ) + inCapacity, std::nothrow );
+    void* const block = std::malloc( sizeof( XStringStorage ) + inCapacity );
     if ( !block )
         XThrow( kOutOfMemory );
     char* const data = static_cast<char*>( block ) + sizeof( XStringStorage );
@@ -286,7 +287,7 @@ XString::XStringStorage* XString::NewStorage( USize64 inSize, USize64 inCapacity
 
 void XString::FreeStorage( XStringStorage* inStorage ) noexcept
 {
-    ::operator delete( inStorage );
+    std::free( inStorage );
 }
 
 void XString::CopySharedStorage()
