@@ -3,6 +3,7 @@
 #include "Core/XFail.h"
 #include "Core/XStorable.h"
 
+#include <algorithm>
 #include <atomic>
 #include <concepts>
 #include <cstring>
@@ -457,8 +458,22 @@ private:
 
     /// True when a text of that length can take the place of the current one without wasting much memory.
     bool CanReuseStorage( USize64 inLength ) const noexcept;
-    void SetLength( USize64 inLength ) noexcept;
-    XString& Append( const char* inText, USize64 inLength );
+    void SetLength( USize64 inLength ) noexcept
+    {
+        itsStorage->size = inLength + 1;
+        itsStorage->data[inLength] = '\0';
+    }
+
+    XString& Append( const char* inText, USize64 inLength )
+    {
+        const USize64 length = GetLength();
+        if ( inLength >= itsStorage->capacity - length || IsShared() )
+            return AppendToNewStorage( inText, inLength );
+        std::copy_n( inText, inLength, itsStorage->data + length );
+        SetLength( length + inLength );
+        return *this;
+    }
+    XString& AppendToNewStorage( const char* inText, USize64 inLength );
 
     template<XStringInteger T>
     static auto Widen( T inValue )
