@@ -20,11 +20,6 @@ void WThread::Start()
     StartSystemThread();
 }
 
-void WThread::Wake()
-{
-    itsAlert.Alert();
-}
-
 std::int32_t WThread::Run()
 {
     Adopt();

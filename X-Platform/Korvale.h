@@ -72,6 +72,17 @@
 #include "Messaging/XNetJobMessage.h"
 #include "Messaging/XRemoteMessage.h"
 #include "Messaging/XSpeaker.h"
+
+// Jobs
+#include "Jobs/RegisterJobsClasses.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XProgressAbortDisabler.h"
+#include "Jobs/XProgressChangedMessage.h"
+#include "Jobs/XProgressDisabler.h"
+#include "Jobs/XProgressStrategy.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Jobs/XThreadProgressStrategy.h"
+
 // Pivot
 #include "Pivot/RegisterPivotClasses.h"
 #include "Pivot/XPivotColumn.h"

@@ -29,4 +29,5 @@ enum XClassNumber : std::uint32_t
     kClassPivotTable = 2001,
     kClassRemoteMessage = 2002,
     kClassNetJobMessage = 2003,
+    kClassProgressChangedMessage = 2004,
 };

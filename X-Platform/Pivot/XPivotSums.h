@@ -7,7 +7,7 @@
 
 /// A sum and what was lost in rounding it, lane by lane: the two together are the sum to about twice the precision of a
 /// double. Meaningless once a lane has overflowed.
-struct KORVALE_API XPivotSums
+struct XPivotSums
 {
     static constexpr std::size_t kLanes = 16;
 
@@ -19,7 +19,7 @@ struct KORVALE_API XPivotSums
     double GetTotal() const;
 };
 
-struct KORVALE_API XPivotMomentSums
+struct XPivotMomentSums
 {
     std::uint64_t count = 0;
     std::uint64_t numbers = 0;

@@ -1,4 +1,5 @@
 #include "Core/XClassRegistry.h"
+#include "Jobs/RegisterJobsClasses.h"
 #include "Messaging/RegisterMessagingClasses.h"
 #include "Pivot/RegisterPivotClasses.h"
 
@@ -6,5 +7,6 @@ void XClassRegistry::RegisterStandardClasses()
 {
     RegisterCoreClasses();
     RegisterMessagingClasses();
+    RegisterJobsClasses();
     RegisterPivotClasses();
 }

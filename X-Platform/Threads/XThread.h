@@ -111,6 +111,17 @@ public:
     void WaitForTerminate( std::uint32_t inTimeoutMs = kNoTimeout );
     void WaitForSuspend( std::uint32_t inTimeoutMs = kNoTimeout );
 
+    /// The same with a progress of the calling thread, shown after two seconds, whose user may abort the wait (1001). The
+    /// wait for suspension shows how much of `inExpectedMs` has passed; without `inAllowAbort` neither the user nor a
+    /// stop ends it.
+    void WaitForTerminateWithProgress( std::uint32_t inTimeoutMs = kNoTimeout );
+    void WaitForSuspendWithProgress(
+        std::uint32_t inTimeoutMs = kNoTimeout, std::uint32_t inExpectedMs = kNoTimeout, bool inAllowAbort = true );
+
+    /// Ask the thread to stop or to suspend itself, then wait as above.
+    void StopThreadWithProgress( std::uint32_t inStopCode = 0 );
+    void SuspendThreadWithProgress( std::uint32_t inExpectedMs = kNoTimeout, bool inAllowAbort = true );
+
     /// The same; true when the time is over.
     bool SleepUntilTerminate( std::uint32_t inTimeoutMs );
     bool SleepUntilSuspended( std::uint32_t inTimeoutMs );

@@ -1,0 +1,294 @@
+#include "Jobs/XProgress.h"
+
+#include "Core/XMemStream.h"
+#include "Jobs/XProgressAbortDisabler.h"
+#include "Jobs/XProgressChangedMessage.h"
+#include "Jobs/XProgressDisabler.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Messaging/XListener.h"
+#include "Threads/XPreventThreadStop.h"
+#include "Threads/XThread.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <thread>
+
+using XProgressChangedMessage = XThreadProgressStrategy::XProgressChangedMessage;
+
+namespace
+{
+
+/// Hears every change at once, as "type:level:value text".
+class ChangeListener : public XListener
+{
+public:
+    explicit ChangeListener( const XSpeaker& inSpeaker ) { Subscribe( inSpeaker ); }
+
+    void HandleMessage( const XMessage& inMessage ) override
+    {
+        const auto& change = dynamic_cast<const XProgressChangedMessage&>( inMessage );
+        std::string text = std::to_string( change.GetChangeType() ) + ":" +
+            std::to_string( change.GetLevel() ) + ":" + std::to_string( change.GetValue() );
+        if ( !change.GetText().IsEmpty() )
+            text += " " + std::string( change.GetText() );
+        changes.push_back( text );
+    }
+
+    std::vector<std::string> TakeChanges() { return std::exchange( changes, {} ); }
+
+    std::vector<std::string> changes;
+};
+
+using Changes = std::vector<std::string>;
+
+class XProgressTest : public testing::Test
+{
+protected:
+    XThreadProgressStrategy itsStrategy{ nullptr, XSpeaker::kWhenImmediate };
+    ChangeListener itsListener{ itsStrategy };
+    XProgressStrategyChanger itsChanger{ &itsStrategy };
+
+    /// Passes the time in which values are held back.
+    static void WaitUntilDue()
+    {
+        XTimer timer( XProgress::kUpdateYokePeriodMS );
+        while ( !timer.HasExpired() )
+            XThread::SleepCurrentThread( timer.GetRemainingMS() );
+    }
+};
+
+class BodyThread : public XThread
+{
+public:
+    explicit BodyThread( std::function<void()> inBody )
+        : XThread( "BodyThread", kThreadPriorityNormal ), itsBody( std::move( inBody ) )
+    {
+    }
+    ~BodyThread() override { SleepUntilTerminate( kNoTimeout ); }
+
+private:
+    std::int32_t RunThreadSelf() override
+    {
+        itsBody();
+        return 0;
+    }
+    std::function<void()> itsBody;
+};
+
+} // namespace
+
+TEST_F( XProgressTest, NeverDecreasesAndStaysWithinItsMaximum )
+{
+    XProgress progress( 10 );
+    progress.SetProgress( 3.5 );
+    progress.SetProgress( 2 );
+    EXPECT_EQ( progress.GetExactProgress(), 3.5 );
+    progress.Increment();
+    EXPECT_EQ( progress.GetExactProgress(), 4 );
+    progress.SetProgress( std::numeric_limits<double>::quiet_NaN() );
+    EXPECT_EQ( progress.GetProgress(), 4u );
+    progress.SetProgress( 99 );
+    EXPECT_EQ( progress.GetProgress(), 10u );
+}
+
+TEST_F( XProgressTest, TellsBarsMessagesAndHeldBackValues )
+{
+    {
+        XProgress outer( 10 );
+        EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "4:1:0", "0:1:0" } ) );
+        outer.SetTitle( "Import" );
+        outer.SetMessage( "a.tif" );
+        EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "3:0:0 Import", "2:1:0 a.tif" } ) );
+        outer.SetProgress( 3 );
+        EXPECT_EQ( itsListener.TakeChanges(), Changes() ) << "within the period";
+        {
+            XProgress bar( 4, XProgress::kProgressWork, 0, true );
+            EXPECT_EQ( bar.GetLevel(), 2u );
+            EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "4:2:0", "0:2:0" } ) );
+            const XProgress wait( 1, XProgress::kProgressWait, 0, true );
+            WaitUntilDue();
+            bar.SetProgress( 1 );
+            EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "0:2:250" } ) );
+        }
+        EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "5:1:0" } ) );
+        outer.SetProgressIndeterminate();
+        EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "1:1:0" } ) );
+        EXPECT_TRUE( XProgress::IsProgressBarUp() );
+        EXPECT_EQ( outer.GetMessage(), "a.tif" );
+    }
+    EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "5:0:0" } ) );
+    EXPECT_FALSE( XProgress::IsProgressBarUp() );
+}
+
+TEST_F( XProgressTest, NestedProgressMovesItsParentWithinOneStep )
+{
+    XProgress outer( 10 );
+    outer.SetProgress( 3 );
+    {
+        XProgress inner( 10 );
+        itsListener.TakeChanges();
+        WaitUntilDue();
+        inner.SetProgress( 5 );
+        EXPECT_EQ( outer.GetExactProgress(), 3.5 );
+        EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "0:1:350" } ) );
+        WaitUntilDue();
+        inner.SetProgress( 10 );
+        EXPECT_EQ( outer.GetExactProgress(), 3.999 );
+        inner.SetMaxProgress( 1000 ); // the fraction falls, the parent stays
+        EXPECT_EQ( outer.GetExactProgress(), 3.999 );
+        XProgress innermost( 0 );
+        innermost.SetMaxProgress( 0 );
+    }
+    outer.Increment();
+    EXPECT_EQ( outer.GetExactProgress(), 4 );
+    EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "0:1:399", "0:1:399", "0:1:400" } ) );
+}
+
+TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
+{
+    XProgress outer( 10 );
+    XProgress inner( 10 );
+    XProgress::Abort();
+    {
+        const XProgressAbortDisabler disabler;
+        EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
+    }
+    try
+    {
+        inner.YieldAndCheckAbort();
+        FAIL();
+    }
+    catch ( const XException& exception )
+    {
+        EXPECT_EQ( exception.GetErrorNumber(), 1001u );
+    }
+    EXPECT_NO_THROW( outer.YieldAndCheckAbort() );
+
+    XProgress::Abort();
+    XProgress::CancelAbort();
+    EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
+    XProgress::Abort();
+    WaitUntilDue();
+    EXPECT_THROW( inner.Increment(), XException );
+}
+
+TEST_F( XProgressTest, IsInvalidWithoutStrategyOrWhileDisabled )
+{
+    {
+        const XProgressDisabler disabler;
+        XProgress progress( 10 );
+        EXPECT_FALSE( progress.IsValid() );
+        progress.SetMessage( "unheard" );
+        EXPECT_TRUE( progress.GetMessage().IsEmpty() );
+    }
+    const XProgressStrategyChanger changer( nullptr );
+    XProgress progress( 10 );
+    progress.SetProgress( 5 );
+    EXPECT_FALSE( progress.IsValid() );
+    EXPECT_FALSE( XProgress::IsProgressBarUp() );
+    EXPECT_EQ( itsListener.TakeChanges(), Changes() );
+
+    bool isValid = true;
+    std::thread( [&] { isValid = XProgress( 3 ).IsValid() || XProgress::IsProgressBarUp(); } ).join();
+    EXPECT_FALSE( isValid );
+}
+
+TEST_F( XProgressTest, AListenerThatThrowsLeavesNoProgressBehind )
+{
+    struct Thrower : XListener
+    {
+        void HandleMessage( const XMessage& ) override { XThrow( 1021 ); }
+    } thrower;
+    thrower.Subscribe( itsStrategy );
+    EXPECT_THROW( XProgress( 10 ), XException );
+    EXPECT_EQ( itsStrategy.GetProgressDepth(), 0u );
+    EXPECT_EQ( itsStrategy.GetLastProgress(), nullptr );
+    thrower.Unsubscribe( itsStrategy );
+    itsListener.TakeChanges();
+    XProgress progress( 10 );
+    EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "4:1:0", "0:1:0" } ) );
+}
+
+TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
+{
+    struct Counted : XThreadProgressStrategy
+    {
+        explicit Counted( std::atomic<int>& ioLive ) : itsLive( ioLive ) { ++itsLive; }
+        ~Counted() override { --itsLive; }
+        std::atomic<int>& itsLive;
+    };
+    std::atomic<int> live = 0;
+    BodyThread thread( [&live] { XProgress::SetProgressStrategy( new Counted( live ) ); } );
+    thread.StartThread();
+    thread.WaitForTerminate();
+    EXPECT_EQ( live, 0 );
+}
+
+TEST( XProgressChangedMessage, OnlyTheNewestValueOfABarStaysQueued )
+{
+    XThreadProgressStrategy strategy( nullptr, XSpeaker::kWhenNextEvent );
+    ChangeListener listener( strategy );
+    const auto speak = [&strategy]( std::uint32_t inLevel, std::uint32_t inValue )
+    {
+        strategy.SpeakMessage(
+            XProgressChangedMessage(
+                &strategy, 7, { XProgressChangedMessage::kProgressChanged, inValue, inLevel, {} } ),
+            XSpeaker::kWhenNextEvent );
+    };
+    for ( std::uint32_t value = 0; value <= 1000; ++value )
+    {
+        speak( 1, value );
+        speak( 2, 1000 - value );
+    }
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 2u );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( listener.TakeChanges(), ( Changes{ "0:1:1000", "0:2:0" } ) );
+}
+
+TEST( XProgressChangedMessage, TravelsThroughAStream )
+{
+    const XProgressChangedMessage message(
+        nullptr, 7, { XProgressChangedMessage::kMessageChanged, 0, 2, "page 3" } );
+    XMemStream stream;
+    message.WriteStream2( stream );
+    stream.SeekTo( 0 );
+    XProgressChangedMessage copy;
+    copy.ReadStream2( stream );
+    EXPECT_TRUE( stream.IsAtEOF() );
+    EXPECT_TRUE( copy == message );
+    EXPECT_EQ( copy.GetText(), "page 3" );
+    EXPECT_EQ( copy.GetJobID(), 7u );
+}
+
+TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
+{
+    XMutex mutex;
+    XConditionVariable mayEnd;
+    bool isEnding = false;
+    BodyThread thread(
+        [&]
+        {
+            const XThreadLock lock( mutex );
+            while ( !isEnding )
+                mayEnd.Wait( mutex );
+        } );
+    thread.StartThread();
+    EXPECT_THROW( thread.WaitForTerminateWithProgress( 0 ), XException );
+    EXPECT_THROW( thread.WaitForSuspendWithProgress( 20, 1000, false ), XException );
+
+    struct AbortingStrategy : XThreadProgressStrategy
+    {
+        void Yield() override { XProgress::Abort(); }
+    } strategy;
+    {
+        const XProgressStrategyChanger changer( &strategy );
+        EXPECT_THROW( thread.WaitForTerminateWithProgress(), XException );
+    }
+    {
+        const XThreadLock lock( mutex );
+        isEnding = true;
+        mayEnd.Broadcast();
+    }
+    thread.WaitForTerminateWithProgress();
+    EXPECT_EQ( thread.GetThreadReturnCode(), 0 );
+}

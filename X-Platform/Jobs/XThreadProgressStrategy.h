@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Jobs/XProgressStrategy.h"
+#include "Messaging/XSpeaker.h"
+
+/// Tells the progress of its thread to whoever listens, on another thread or another machine: every change is spoken as
+/// an XProgressChangedMessage. The outermost progress and those that ask for it get bars, numbered from 1; any other
+/// nested progress moves the bar of the one around it.
+///
+/// Ownership: the speaker given is not owned and outlives the strategy.
+/// Threads:   reports on the thread that it is installed on; listeners hear by the rules of speakers.
+class KORVALE_API XThreadProgressStrategy : public XProgressStrategy, public XSpeaker
+{
+public:
+    class XProgressChangedMessage;
+
+    /// Speaks through `inSpeaker`, or itself when that is null, with `inWhen` for every message.
+    explicit XThreadProgressStrategy(
+        XSpeaker* inSpeaker = nullptr, XSpeaker::XWhen inWhen = XSpeaker::kWhenDefault );
+    ~XThreadProgressStrategy() override;
+
+    /// Same speaker (the clone itself, where this strategy is its own), delivery and job ID.
+    XThreadProgressStrategy* Clone() const override;
+
+    XSpeaker& GetSpeaker() { return itsSpeaker ? *itsSpeaker : *this; }
+
+    /// Carried by every message; 0 at first.
+    std::uint32_t GetJobID() const { return itsJobID; }
+    void SetJobID( std::uint32_t inJobID ) { itsJobID = inJobID; }
+
+    /// The last title that was set while a bar was up.
+    const XString& GetTitle() const { return itsTitle; }
+
+    void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) override;
+    void ProgressDestroyed( XProgress& inProgress ) override;
+    void SetTitle( const XString& inTitle ) override;
+    XString GetMessage( const XProgress& inProgress ) const override;
+    void SetMessage( XProgress& inProgress, const XString& inMessage ) override;
+    void SetProgress( XProgress& inProgress, std::uint32_t inPerMille ) override;
+    void SetProgressIndeterminate( XProgress& inProgress ) override;
+    bool HasProgressBar( const XProgress& inProgress ) const override;
+    void Yield() override {}
+
+private:
+    struct XProgressInfo;
+
+    XThreadProgressStrategy( const XThreadProgressStrategy& inOther );
+
+    static XProgressInfo* GetInfo( const XProgress& inProgress );
+    static XProgressInfo* FindInfo( const XProgress& inProgress );
+    void Speak( std::uint32_t inChange, std::uint32_t inLevel, std::uint32_t inValue, const XString& inText );
+
+    XSpeaker* const itsSpeaker; // null: this
+    const XSpeaker::XWhen itsWhen;
+    std::uint32_t itsJobID = 0;
+    XString itsTitle;
+    std::uint32_t itsBarCount = 0;
+};
