@@ -25,12 +25,17 @@ protected:
         return path;
     }
 
-    /// What reading all pages throws, as text; empty when nothing.
     std::string GetFailure( const std::string& inBytes )
+    {
+        return GetFailureOf( itsFolder.Write( "broken", inBytes ) );
+    }
+
+    /// What reading all pages throws, as text; empty when nothing.
+    static std::string GetFailureOf( const std::filesystem::path& inPath )
     {
         try
         {
-            const auto file = WImageFile::Open( itsFolder.Write( "broken", inBytes ) );
+            const auto file = WImageFile::Open( inPath );
             for ( std::uint32_t i = 0; i < file->GetPageCount(); ++i )
                 file->ReadPage( i );
             return {};
@@ -212,24 +217,32 @@ TEST_F( ImageFile, ReadsTheResolutionOfPNG )
 TEST_F( ImageFile, RefusesEveryTruncation )
 {
     const auto page = MakePage<std::uint16_t>( 3, { 1, 2, 3, 4, 5, 6 } );
-    WriteTIFF( { &page, &page } );
-    for ( const auto& bytes : { itsFolder.Read( "image.tif" ), FromHex( kGrey8 ) } )
+    for ( const auto& path :
+          { WriteTIFF( { &page, &page } ), itsFolder.Write( "grey.png", FromHex( kGrey8 ) ) } )
     {
-        EXPECT_EQ( GetFailure( bytes ), "" );
-        for ( std::size_t size = 0; size < bytes.size(); ++size )
-            EXPECT_NE( GetFailure( bytes.substr( 0, size ) ), "" ) << size;
+        EXPECT_EQ( GetFailureOf( path ), "" );
+        for ( auto size = std::filesystem::file_size( path ); size-- > 0; )
+        {
+            std::filesystem::resize_file( path, size );
+            EXPECT_NE( GetFailureOf( path ), "" ) << size;
+        }
     }
 }
 
 TEST_F( ImageFile, SurvivesEveryFlippedBit )
 {
     for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ) } )
+    {
+        const auto path = itsFolder.Write( "broken", bytes );
+        WFile file( path, WFile::kReadWrite );
         for ( std::size_t bit = 0; bit < bytes.size() * 8; ++bit )
         {
-            auto damaged = bytes;
-            damaged[bit / 8] = static_cast<char>( damaged[bit / 8] ^ 1 << bit % 8 );
-            GetFailure( damaged );
+            const auto damaged = static_cast<char>( bytes[bit / 8] ^ 1 << bit % 8 );
+            file.WriteAt( bit / 8, &damaged, 1 );
+            GetFailureOf( path );
+            file.WriteAt( bit / 8, &bytes[bit / 8], 1 );
         }
+    }
 }
 
 TEST_F( ImageFile, SaysWhatIsWrong )

@@ -94,6 +94,7 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->capture_default_str();
     command->add_option( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
         ->type_name( "N" )
+        ->check( CLI::NonNegativeNumber )
         ->capture_default_str();
     command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
     return command;

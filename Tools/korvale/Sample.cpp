@@ -34,6 +34,7 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
     command
         ->add_option(
             "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
+        ->check( CLI::NonNegativeNumber )
         ->capture_default_str();
     command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
     return command;

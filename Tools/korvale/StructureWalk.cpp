@@ -134,17 +134,15 @@ void StructureWalk::WalkHeader()
 
     Begin( "the version of the stream" );
     const auto version = itsStream.ReadVersion();
-    if ( version.GetClassID() != kClassStream )
-        Refuse( "there is no stream version: this is an old stream, which holds no table" );
-    if ( version.GetClassRevision() > XStream::kCurrentStreamVersion.GetClassRevision() )
+    const auto hasVersion = version.GetClassID() == kClassStream;
+    itsIsOld = !hasVersion || version.GetClassRevision() < XStream::kCurrentStreamVersion.GetClassRevision();
+    if ( hasVersion && version.GetClassRevision() > XStream::kCurrentStreamVersion.GetClassRevision() )
         Refuse(
             "the stream is of revision " + std::to_string( version.GetClassRevision() ) +
             ", which is too new" );
-    if ( version.GetClassRevision() < 2 )
-        Refuse(
-            "the stream is of revision " + std::to_string( version.GetClassRevision() ) +
-            ", older than tables" );
-    Print( "Stream: " + Describe( version ) );
+    if ( !hasVersion )
+        itsStream.SeekTo( itsFieldOffset );
+    Print( hasVersion ? "Stream: " + Describe( version ) : "Stream: an old one without a version" );
 }
 
 void StructureWalk::WalkTable()
@@ -177,7 +175,7 @@ void StructureWalk::WalkColumn( std::uint32_t inColumn, std::int64_t& ioRows )
     WalkColumnBase( exists );
     auto rows = static_cast<std::int64_t>( exists.size() );
     const auto rowsOffset = itsFieldOffset;
-    ReadVersion( XClassRegistry::IsRegistered( version ) ? XVersion( version.GetClassID(), 0 ) : version );
+    ReadVersion( XVersion( version.GetClassID(), 0 ) );
     if ( version.GetClassID() == kClassPivotUnknownColumn )
         WalkUnknownColumn( exists, ioRows, rows );
     else
@@ -378,7 +376,10 @@ void StructureWalk::ReadVersion( XVersion inExpected )
 {
     Begin( "a version" );
     const auto version = itsStream.ReadVersion();
-    if ( !XClassRegistry::IsA( version, inExpected ) )
+    const auto isRight = XClassRegistry::IsA( version, inExpected );
+    if ( !isRight && itsIsOld )
+        return itsStream.SeekTo( itsFieldOffset );
+    if ( !isRight )
         Refuse( Describe( version ) + " stands where " + Describe( inExpected ) + " is expected" );
     if ( version.GetClassRevision() > inExpected.GetClassRevision() )
         Refuse( Describe( version ) + " is too new" );

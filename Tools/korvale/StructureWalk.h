@@ -29,6 +29,7 @@ private:
     XStream& itsStream;
     std::ostream& itsOut;
     bool itsIsPrinting = false;
+    bool itsIsOld = false; ///< Versions in front of fields may be missing.
     std::size_t itsDepth = 0;
     std::vector<SSize64> itsLengths; ///< Of the objects, as they begin; -1 for one that is not complete.
     std::size_t itsObject = 0;       ///< The number of the next object.

@@ -1,0 +1,203 @@
+#include "Program.h"
+
+#include "TestFolder.h"
+#include "TestImages.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
+
+namespace
+{
+/// Runs the program as the command line does and keeps what it says.
+class Program : public testing::Test
+{
+protected:
+    TestFolder itsFolder;
+    std::ostringstream itsOut;
+    std::ostringstream itsError;
+
+    int Run( std::vector<std::string> inArguments )
+    {
+        itsOut.str( "" );
+        itsError.str( "" );
+        Terminal terminal{ itsOut, itsError, true };
+        return RunProgram( inArguments, terminal );
+    }
+
+    std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
+
+    std::string WriteImage( const std::string& inName, std::string_view inDigits = kGrey8 )
+    {
+        itsFolder.Write( inName, FromHex( inDigits ) );
+        return Name( inName );
+    }
+
+    /// Measuring an image that is no good, beside a good one, fails and says so, but measures the good one.
+    void ExpectRefused( const std::string& inImage, const std::string& inReason )
+    {
+        const auto good = WriteImage( "good.png" );
+        EXPECT_EQ( Run( { "measure", inImage, good, "--csv", Name( "out.csv" ) } ), 1 ) << inImage;
+        EXPECT_EQ( itsError.str(), "korvale: " + inImage + ": " + inReason + "\n" );
+        EXPECT_NE(
+            itsFolder.Read( "out.csv" ).find( "\n1,good.png,0,1,0.125,2,1,2,1,1,1,4,255,255,255,0,255\n" ),
+            std::string::npos );
+
+        itsFolder.Write( "kept.csv", "older" );
+        EXPECT_EQ( Run( { "measure", inImage, "--csv", Name( "kept.csv" ) } ), 1 );
+        EXPECT_EQ( itsFolder.Read( "kept.csv" ), "older" );
+        EXPECT_EQ( itsOut.str(), "" );
+    }
+};
+} // namespace
+
+TEST_F( Program, ShowsWhatItMeasured )
+{
+    ASSERT_EQ(
+        Run( { "sample", Name( "new/folder" ), "--planes", "3", "--channels", "2", "--objects", "9" } ), 0 );
+    const auto image = Name( "new/folder/sample.tif" );
+    ASSERT_EQ( Run( { "measure", image, "-o", Name( "t" ), "--csv", Name( "c" ) } ), 0 ) << itsError.str();
+    EXPECT_NE( itsOut.str().find( "sample.tif" ), std::string::npos );
+
+    const auto csv = itsFolder.Read( "c" );
+    EXPECT_EQ( std::ranges::count( csv, '\n' ), 1 + 3 * 9 );
+    ASSERT_EQ( Run( { "show", Name( "t" ), "--csv" } ), 0 );
+    EXPECT_EQ( itsOut.str(), csv );
+    ASSERT_EQ( Run( { "show", Name( "t" ) } ), 0 );
+    EXPECT_EQ( std::ranges::count( itsOut.str(), '\n' ), 1 + 3 * 9 );
+}
+
+TEST_F( Program, SamplesAreTheSameOnEverySystem )
+{
+    // A sum of the bytes that this program wrote when samples came to be.
+    ASSERT_EQ(
+        Run(
+            { "sample", Name( "s" ), "--planes", "2", "--width", "64", "--height", "48", "--objects", "4",
+              "--quiet" } ),
+        0 );
+    EXPECT_EQ( itsOut.str(), "" );
+    std::uint32_t sum = 0;
+    for ( const auto& file : { "s/sample.tif", "s/truth.csv" } )
+        for ( const auto byte : itsFolder.Read( file ) )
+            sum = sum * 31 + static_cast<unsigned char>( byte );
+    EXPECT_EQ( sum, 3433723130u );
+
+    const auto first = itsFolder.Read( "s/sample.tif" );
+    Run(
+        { "sample", Name( "s" ), "--planes", "2", "--width", "64", "--height", "48", "--objects", "4",
+          "--seed", "2" } );
+    EXPECT_NE( itsFolder.Read( "s/sample.tif" ), first );
+}
+
+TEST_F( Program, RefusesWrongUsage )
+{
+    const auto image = WriteImage( "image.png" );
+    const std::vector<std::vector<std::string>> cases{
+        {},
+        { "nonsense" },
+        { "measure" },
+        { "measure", image, "--channel", "C0" },
+        { "measure", image, "--channel", "red" },
+        { "measure", image, "--threshold", "nan" },
+        { "measure", image, "--threshold", "12x" },
+        { "measure", image, "--connectivity", "6" },
+        { "measure", image, "--min-pixels", "-1" },
+        { "measure", image, "-o", Name( "same" ), "--csv", Name( "./same" ) },
+        { "measure", image, "--csv", image },
+        { "sample", Name( "s" ), "--planes", "0" },
+        { "sample", Name( "s" ), "--bits", "12" },
+        { "sample", Name( "s" ), "--objects", "1000", "--width", "50" },
+        { "sample", Name( "s" ), "--width", "65536", "--height", "65536" },
+        { "show", image, "--csv", "--structure" },
+    };
+    for ( const auto& arguments : cases )
+    {
+        EXPECT_EQ( Run( arguments ), 2 ) << ( arguments.empty() ? "" : arguments.back() );
+        EXPECT_NE( itsError.str(), "" );
+        EXPECT_EQ( itsOut.str(), "" );
+    }
+    EXPECT_EQ( itsFolder.CountEntries(), 1u );
+    EXPECT_EQ( itsFolder.Read( "image.png" ), FromHex( kGrey8 ) );
+    EXPECT_EQ( Run( { "measure", "--help" } ), 0 );
+}
+
+TEST_F( Program, TellsOfImagesItCannotRead )
+{
+    const auto missing = Name( "missing.png" );
+    EXPECT_EQ( Run( { "measure", missing } ), 1 );
+    EXPECT_EQ( itsError.str().find( "korvale: " + missing + ": " ), 0u );
+    EXPECT_EQ( Run( { "measure", Name( "." ) } ), 1 );
+
+    itsFolder.Write( "text.png", "no image\n" );
+    ExpectRefused( Name( "text.png" ), "it is neither a TIFF nor a PNG file" );
+    itsFolder.Write( "empty.tif", std::string( "II*\0\0\0\0\0", 8 ) );
+    ExpectRefused( Name( "empty.tif" ), "it holds no pages" );
+}
+
+TEST_F( Program, TakesNothingOfADamagedStack )
+{
+    // The directory of each page lies behind its samples: without its end the file has lost its last page.
+    Run(
+        { "sample", Name( "s" ), "--planes", "2", "--objects", "1", "--width", "64", "--height", "64",
+          "-q" } );
+    auto bytes = itsFolder.Read( "s/sample.tif" );
+    bytes.pop_back();
+    itsFolder.Write( "cut.tif", bytes );
+    EXPECT_EQ( Run( { "measure", Name( "cut.tif" ), "--csv", Name( "out.csv" ) } ), 1 );
+    EXPECT_FALSE( std::filesystem::exists( itsFolder / "out.csv" ) );
+    EXPECT_EQ( Run( { "measure", Name( "s/sample.tif" ), "--channel", "C2" } ), 1 );
+}
+
+TEST_F( Program, MeasuresAPageOfOneValue )
+{
+    Run(
+        { "sample", Name( "s" ), "--planes", "1", "--objects", "0", "--width", "8", "--height", "8", "-q" } );
+    EXPECT_EQ(
+        Run( { "measure", Name( "s/sample.tif" ), "--threshold", "65535", "--csv", Name( "out.csv" ) } ), 0 );
+    EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 1 );
+    EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "ID,Name,Timepoint,Pixel Count," ), 0u );
+}
+
+TEST_F( Program, LeavesNothingHalfWritten )
+{
+    const auto image = WriteImage( "image.png" );
+    EXPECT_EQ( Run( { "measure", image, "-o", Name( "t" ), "--csv", Name( "no/such/folder" ) } ), 1 );
+    EXPECT_EQ( itsFolder.CountEntries(), 1u );
+    itsFolder.Write( "file", "" );
+    EXPECT_EQ( Run( { "sample", Name( "file" ) } ), 1 );
+
+    itsFolder.Write( "old.csv", std::string( 100000, 'x' ) );
+    EXPECT_EQ( Run( { "measure", image, "--csv", Name( "old.csv" ) } ), 0 );
+    EXPECT_EQ( itsFolder.Read( "old.csv" ).size(), 230u );
+    EXPECT_EQ( itsFolder.CountEntries(), 3u );
+}
+
+TEST_F( Program, NoticesAFullDisk )
+{
+    if ( !HasFullDevice() )
+        GTEST_SKIP() << "this system has no device that is always full";
+    const auto image = WriteImage( "image.png" );
+    for ( const auto option : { "--csv", "-o" } )
+    {
+        EXPECT_EQ( Run( { "measure", image, option, PathToUTF8( kFullDevice ) } ), 1 );
+        EXPECT_NE( itsError.str(), "" );
+    }
+}
+
+TEST_F( Program, QuotesNamesInCSV )
+{
+    const auto image = WriteImage( "a, \"b\".png" );
+    ASSERT_EQ( Run( { "measure", image, "--csv", Name( "out.csv" ), "-q" } ), 0 );
+    EXPECT_NE( itsFolder.Read( "out.csv" ).find( "\n1,\"a, \"\"b\"\".png\",0," ), std::string::npos );
+    EXPECT_NE( itsFolder.Read( "out.csv" ).find( "Area (\u00B5m\u00B2)" ), std::string::npos );
+}
+
+TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
+{
+    const auto grey = WriteImage( "grey.png", kGrey16 );
+    const auto colour = WriteImage( "colour.png", kRGBA8 );
+    ASSERT_EQ( Run( { "measure", grey, colour, "--csv", Name( "out.csv" ), "-q" } ), 0 );
+    EXPECT_NE(
+        itsFolder.Read( "out.csv" ).find( ",65534,65534,65534,0,65534,,,,,,,,,,\n" ), std::string::npos );
+}

@@ -1,0 +1,126 @@
+#include "StructureWalk.h"
+
+#include "Core/XException.h"
+#include "Core/XMemStream.h"
+#include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotStringColumn.h"
+#include "Pivot/XPivotTable.h"
+#include "Pivot/XPivotTimeColumn.h"
+#include "Pivot/XPivotUnknownColumn.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+
+namespace
+{
+std::string MakeFile( XByteOrder inOrder )
+{
+    XPivotTable table;
+    auto& numbers = table.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "C1", "\xB5m2" ) );
+    for ( const auto exists : { true, true, false, true } )
+        numbers.AppendValue( 1.5, exists );
+    auto texts = std::make_unique<XPivotStringColumn>( kPivotUserDefined, "Note", "", "" );
+    auto times = std::make_unique<XPivotTimeColumn>( kPivotAbsoluteTime, "", "", "" );
+    auto unknown = std::make_unique<XPivotUnknownColumn>( kPivotSort, "", "", "" );
+    for ( auto* column : std::initializer_list<XPivotColumn*>{ texts.get(), times.get(), unknown.get() } )
+        column->ResizeRows( 4 );
+    texts->SetData( XString( "abc" ), 1, true );
+    table.AddColumn( std::move( texts ) );
+    table.AddColumn( std::move( times ) );
+    table.AddColumn( std::move( unknown ) );
+
+    XMemStream stream;
+    stream.SetByteOrder( inOrder );
+    stream.WriteStreamInfo();
+    stream.WriteObject( table );
+    return std::string( reinterpret_cast<const char*>( stream.GetData() ), stream.GetLength() );
+}
+
+struct Walked
+{
+    std::string damage;
+    std::string text;
+};
+
+Walked Walk( const std::string& inFile )
+{
+    XMemStream stream( inFile.data(), inFile.size() );
+    std::ostringstream out;
+    auto damage = StructureWalk( stream, out ).Walk();
+    return { damage, out.str() };
+}
+
+/// True when the library's own reader takes the file.
+bool IsReadable( const std::string& inFile )
+{
+    try
+    {
+        XMemStream stream( inFile.data(), inFile.size() );
+        stream.ReadStreamInfo();
+        const std::unique_ptr<XStorable> object( stream.ReadObject() );
+        return dynamic_cast<XPivotTable*>( object.get() ) && stream.IsAtEOF();
+    }
+    catch ( const XException& )
+    {
+        return false;
+    }
+}
+
+bool Contains( const std::string& inText, const std::string& inPart )
+{
+    return inText.find( inPart ) != std::string::npos;
+}
+} // namespace
+
+TEST( StructureWalk, TellsEveryObjectAndField )
+{
+    for ( const auto order : { kIntelOrder, kMotorolaOrder } )
+    {
+        const auto file = MakeFile( order );
+        const auto [damage, text] = Walk( file );
+        EXPECT_EQ( damage, "" );
+        EXPECT_TRUE( Contains( text, order == kIntelOrder ? "Byte order I" : "Byte order M" ) );
+        EXPECT_TRUE(
+            Contains( text, std::to_string( file.size() - 5 ) + "  Object of class 2001, revision 0" ) );
+        EXPECT_TRUE( Contains( text, "ID: 207 \"Area\"" ) );
+        EXPECT_TRUE( Contains( text, "Units: \"\u00B5m2\"" ) );
+        EXPECT_TRUE( Contains( text, "Exists flags: 3 of 4 rows" ) );
+        EXPECT_TRUE( Contains( text, "Default value: nan" ) );
+        EXPECT_TRUE( Contains( text, "Run: 2 rows from row 0 on" ) );
+        EXPECT_TRUE( Contains( text, "Run: 1 rows from row 3 on" ) );
+        EXPECT_TRUE( Contains( text, "ID: 1 (user-defined)" ) );
+        EXPECT_TRUE( Contains( text, "Rows without values: 4" ) );
+        EXPECT_TRUE( Contains( text, std::to_string( file.size() ) + "              End of the file" ) );
+    }
+}
+
+TEST( StructureWalk, FindsEveryTruncation )
+{
+    const auto file = MakeFile( kIntelOrder );
+    for ( std::size_t size = 0; size < file.size(); ++size )
+    {
+        const auto damage = Walk( file.substr( 0, size ) ).damage;
+        ASSERT_TRUE( damage.starts_with( "at offset " ) ) << size;
+        EXPECT_LE( std::stoul( damage.substr( 10 ) ), size );
+    }
+    EXPECT_EQ(
+        Walk( file + "x" ).damage,
+        "at offset " + std::to_string( file.size() ) +
+            ": the table ends here, but the file has 1 bytes more" );
+}
+
+TEST( StructureWalk, AgreesWithTheReaderOnEveryFlippedBit )
+{
+    for ( const auto order : { kIntelOrder, kMotorolaOrder } )
+    {
+        const auto file = MakeFile( order );
+        for ( std::size_t bit = 0; bit < file.size() * 8; ++bit )
+        {
+            auto damaged = file;
+            damaged[bit / 8] = static_cast<char>( damaged[bit / 8] ^ 1 << bit % 8 );
+            EXPECT_EQ( Walk( damaged ).damage.empty(), IsReadable( damaged ) )
+                << "bit " << bit % 8 << " of byte " << bit / 8 << ": " << Walk( damaged ).damage;
+        }
+    }
+}
