@@ -1,0 +1,166 @@
+#!/usr/bin/env python3
+"""Holds what `korvale measure` finds against scikit-image: as many objects, whole numbers equal, others within 1e-9.
+
+Usage: compare_with_skimage.py KORVALE [IMAGE...]    By default images of scikit-image's own and generated ones.
+"""
+
+import csv
+import pathlib
+import subprocess
+import sys
+import tempfile
+import warnings
+
+import numpy as np
+import skimage.filters
+import skimage.io
+import skimage.measure
+import tifffile
+
+TOLERANCE = 1e-9
+DATA = pathlib.Path(skimage.__file__).parent / "data"
+DATA_IMAGES = ["coins.png", "ihc.png", "page.png", "moon.png", "camera.png", "chessboard_GRAY_U16.tif",
+               "multipage.tif", "color.png", "cell.png", "horse.png", "chessboard_GRAY_U16B.tif"]
+
+
+def generate(folder: pathlib.Path) -> list[pathlib.Path]:
+    """Writes images of every sample type and layout."""
+    random = np.random.default_rng(20)
+
+    def blobs(shape, scale):
+        return skimage.filters.gaussian(random.random(shape), 3, channel_axis=None) * scale
+
+    def spread(image, high):
+        return (image - image.min()) / (image.max() - image.min()) * high
+
+    images = {
+        "stack16.tif": (np.stack([spread(blobs((120, 150), 1), 60000) for _ in range(4)]).astype("u2"),
+                        {"photometric": "minisblack"}),
+        "float.tif": ((blobs((200, 170), 40) - 19).astype("f4"), {}),
+        "float_noise.tif": (random.normal(size=(90, 80)).astype("f4"), {"byteorder": ">"}),
+        "tiled16.tif": (spread(blobs((100, 130), 1), 4095).astype("u2"), {"tile": (32, 48)}),
+        "deflate.tif": (spread(blobs((100, 130), 1), 255).astype("u1"), {"compression": "zlib"}),
+        "planes.tif": (np.stack([spread(blobs((80, 90), 1), 65535) for _ in range(3)]).astype("u2"),
+                       {"photometric": "rgb", "planarconfig": "separate"}),
+        "channels.tif": (np.stack([spread(blobs((80, 90), 1), 999) for _ in range(5)], -1).astype("u2"),
+                         {"photometric": "minisblack", "planarconfig": "contig"}),
+        "noise8.tif": (random.integers(0, 256, (150, 151), dtype=np.uint8), {}),
+        "big_endian.tif": (random.integers(0, 65536, (70, 71), dtype=np.uint16), {"byteorder": ">", "bigtiff": True}),
+        "two_levels.tif": (np.where(random.random((64, 64)) > 0.7, 900, 17).astype("u2"), {}),
+        "flat.tif": (np.full((20, 30), 7, dtype="u1"), {}),
+        "resolution.tif": (spread(blobs((60, 70), 1), 200).astype("u1"),
+                           {"resolution": (30769.23, 15000.7), "resolutionunit": "CENTIMETER"}),
+    }
+    for name, (image, options) in images.items():
+        tifffile.imwrite(folder / name, image, metadata=None, **options)
+    return [folder / name for name in images]
+
+
+def read_pages(path: pathlib.Path) -> list[np.ndarray]:
+    """The pages as height x width x channels."""
+    if path.suffix == ".png":
+        image = skimage.io.imread(path)
+        pages = [image[..., :3] if image.ndim == 3 else image]
+    else:
+        with tifffile.TiffFile(path) as file:
+            pages = []
+            for page in file.pages:
+                planes = page.planarconfig == 2 and page.samplesperpixel > 1
+                pages.append(np.moveaxis(page.asarray(), 0, -1) if planes else page.asarray())
+    return [page if page.ndim == 3 else page[..., np.newaxis] for page in pages]
+
+
+def measure_page(page: np.ndarray, channel: int, threshold, connectivity: int) -> list[dict]:
+    plane = page[..., channel]
+    level = skimage.filters.threshold_otsu(plane) if threshold is None else threshold
+    labels = skimage.measure.label(plane > level, connectivity=1 if connectivity == 4 else 2)
+    padded = np.pad(labels, 1)
+    rows = []
+    for region in skimage.measure.regionprops(labels):
+        top, left, bottom, right = region.bbox
+        inside = padded[top:bottom + 2, left:right + 2] == region.label
+        edges = np.count_nonzero(np.diff(inside, axis=0)) + np.count_nonzero(np.diff(inside, axis=1))
+        row = {"ID": region.label, "Pixel Count": region.area, "Centroid Y": region.centroid[0],
+               "Centroid X": region.centroid[1], "X Location": left, "Y Location": top, "Bounds X": right - left,
+               "Bounds Y": bottom - top, "Perimeter": edges}
+        for index in range(page.shape[2]):
+            samples = page[..., index][labels == region.label].astype(np.float64)
+            name = f" (C{index + 1})"
+            row |= {"Min" + name: samples.min(), "Max" + name: samples.max(), "Mean" + name: samples.mean(),
+                    "Standard Deviation" + name: samples.std(), "Sum" + name: samples.sum()}
+        rows.append(row)
+    return rows
+
+
+def differs(ours: float, theirs: float, scale: float) -> bool:
+    if float(theirs).is_integer() and float(ours).is_integer():
+        return ours != theirs
+    return abs(ours - theirs) > TOLERANCE * max(abs(theirs), scale)
+
+
+def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, connectivity: int = 8) -> list[str]:
+    with tempfile.TemporaryDirectory() as folder:
+        output = pathlib.Path(folder) / "out.csv"
+        subprocess.run([korvale, "measure", str(path), "--csv", str(output), "--quiet", "--channel", f"C{channel + 1}",
+                        "--threshold", "otsu" if threshold is None else repr(threshold),
+                        "--connectivity", str(connectivity)], check=True)
+        with open(output, encoding="utf-8", newline="") as file:
+            ours = list(csv.DictReader(file))
+
+    theirs = [row | {"Timepoint": number} for number, page in enumerate(read_pages(path))
+              for row in measure_page(page, channel, threshold, connectivity)]
+    faults = []
+    if len(ours) != len(theirs):
+        faults.append(f"{len(ours)} objects, not {len(theirs)}")
+    for our, their in zip(ours, theirs):
+        for name, value in their.items():
+            # Deviations of nearly equal samples are differences of rounding in the peer.
+            scale = abs(their["Mean" + name[len("Standard Deviation"):]]) if name.startswith("Standard") else 0
+            if differs(float(our[name]), float(value), scale * 1e-6):
+                faults.append(f"object {their['ID']} of page {their['Timepoint']}: {name} {our[name]}, not {value}")
+        if our["Name"] != path.name:
+            faults.append(f"name {our['Name']}")
+    print(f"{path.name}, C{channel + 1}, {threshold or 'otsu'}, {connectivity}: {len(ours)} objects, "
+          f"{len(faults)} faults", flush=True)
+    return faults
+
+
+def compare_area(korvale: str, path: pathlib.Path) -> list[str]:
+    with tifffile.TiffFile(path) as file:
+        tags = file.pages[0].tags
+        x, y = (tags[name].value for name in ("XResolution", "YResolution"))
+    pixel = 1e4 * x[1] / x[0] * 1e4 * y[1] / y[0]
+    with tempfile.TemporaryDirectory() as folder:
+        output = pathlib.Path(folder) / "out.csv"
+        subprocess.run([korvale, "measure", str(path), "--csv", str(output), "-q"], check=True)
+        rows = list(csv.DictReader(open(output, encoding="utf-8")))
+    return [f"area {row['Area (µm²)']}" for row in rows
+            if differs(float(row["Area (µm²)"]), float(row["Pixel Count"]) * pixel, 0)]
+
+
+def main() -> int:
+    warnings.simplefilter("ignore")
+    korvale = sys.argv[1]
+    faults = []
+    if sys.argv[2:]:
+        for name in sys.argv[2:]:
+            faults += compare(korvale, pathlib.Path(name))
+    else:
+        with tempfile.TemporaryDirectory() as name:
+            generated = generate(pathlib.Path(name))
+            for path in [DATA / image for image in DATA_IMAGES] + generated:
+                for connectivity in (8, 4):
+                    faults += compare(korvale, path, connectivity=connectivity)
+            folder = pathlib.Path(name)
+            faults += compare(korvale, folder / "channels.tif", channel=3)
+            faults += compare(korvale, DATA / "ihc.png", channel=2, threshold=128.5)
+            faults += compare(korvale, folder / "float.tif", threshold=1.0)
+            faults += compare_area(korvale, folder / "resolution.tif")
+    for fault in faults[:50]:
+        print(fault)
+    print(f"{len(faults)} differences from scikit-image {skimage.__version__}")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

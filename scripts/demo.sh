@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Builds the program and shows it at work: makes a sample stack and measures it, or measures the images named.
+# Sets up everything it needs on a Debian machine, packages included.
+# Usage: scripts/demo.sh [IMAGE...]
+set -euo pipefail
+images=()
+for image in "$@"; do
+  images+=( "$(realpath -- "$image")" )
+done
+cd "$(dirname "$0")/.."
+source scripts/packages.sh
+install_packages "${KORVALE_BUILD_PACKAGES[@]}"
+
+# A build of its own, without the tests and what they need.
+build=build/demo
+output=$build/output
+mkdir -p "$output"
+echo "Building (log: $build/build.log)"
+{ cmake --preset linux-release -B "$build" -DKORVALE_BUILD_TESTS=OFF && cmake --build "$build" --target korvale; } \
+  > "$build/build.log" 2>&1 || { tail -50 "$build/build.log"; exit 1; }
+
+run() { printf '\n$ korvale %s\n' "$*"; "$build/bin/korvale" "$@"; }
+
+if [ ${#images[@]} -eq 0 ]; then
+  run sample "$output"
+  images=( "$output/sample.tif" )
+fi
+status=0
+rm -f "$output/objects.table"
+run measure "${images[@]}" -o "$output/objects.table" --csv "$output/objects.csv" || status=$?
+if [ -e "$output/objects.table" ]; then
+  run show "$output/objects.table" > "$output/objects.txt"
+  head -12 "$output/objects.txt"
+  printf '...\nAll rows: %s, objects.csv, objects.table\n' "$output/objects.txt"
+fi
+exit $status
