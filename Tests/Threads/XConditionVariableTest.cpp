@@ -152,41 +152,35 @@ TEST( XConditionVariable, LosesNoSignalAmongTimeouts )
     EXPECT_EQ( kItems, taken );
 }
 
-// A stopped waiter that was signalled at the same time passes the signal on.
+// A waiter that is signalled while it is being stopped passes the signal on.
 TEST( XConditionVariable, StoppedWaiterTakesNoSignalAway )
 {
-    for ( int turn = 0; turn < 100; ++turn )
+    class Stopped : public TestThread
     {
-        XMutex mutex;
-        XConditionVariable condition;
-        XConditionVariable change;
-        int begun = 0;
-        int woken = 0;
-        const auto wait = [&]() -> std::int32_t
+    public:
+        using TestThread::TestThread;
+        XConditionVariable* condition = nullptr;
+
+    protected:
+        void Stopping() override { condition->Signal(); } // to itself, which has waited longest
+    };
+    Waiters waiters;
+    WEvent begun;
+    Stopped stopped(
+        [&]
         {
-            const XThreadLock lock( mutex );
-            ++begun;
-            change.Broadcast();
-            condition.Wait( mutex, kNoTimeout, true );
-            ++woken;
-            change.Broadcast();
+            const XThreadLock lock( waiters.mutex );
+            begun.Set();
+            waiters.condition.Wait( waiters.mutex, kNoTimeout, true );
             return 0;
-        };
-        TestThread first( wait );
-        TestThread second( wait );
-        for ( TestThread* thread : { &first, &second } )
-        {
-            const int before = begun;
-            thread->StartThread();
-            const XThreadLock lock( mutex );
-            while ( begun == before )
-                change.Wait( mutex, kPatience );
-        }
-        RunTogether( [&] { first.AsyncStopThread( 5 ); }, [&] { condition.Signal(); } );
-        const XThreadLock lock( mutex );
-        while ( woken == 0 )
-            change.Wait( mutex, kPatience );
-    }
+        } );
+    stopped.condition = &waiters.condition;
+    stopped.StartThread();
+    begun.Wait();
+    waiters.Add();
+    stopped.StopThread( 5 );
+    EXPECT_EQ( 5, stopped.GetThreadReturnCode() );
+    waiters.WaitForWoken( 1 );
 }
 
 TEST( XConditionVariable, SuspendedWaiterMissesNoSignal )
@@ -206,10 +200,44 @@ TEST( XConditionVariable, SuspendedWaiterMissesNoSignal )
     begun.Wait();
     thread.SuspendThread();
     EXPECT_TRUE( thread.IsThreadSuspended() );
-    EXPECT_TRUE( mutex.TryLock() ); // not held while suspended
-    mutex.Unlock();
-    condition.Signal();
+    {
+        const XThreadLock lock( mutex ); // not held while suspended
+        condition.Signal();
+    }
     thread.ResumeThread();
     thread.WaitForTerminate( kPatience );
     EXPECT_EQ( 3, thread.GetThreadReturnCode() );
+}
+
+// The mutex goes to those who wait for it, not to a signalled waiter that is suspended.
+TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUp )
+{
+    XMutex mutex( 1 );
+    XConditionVariable condition;
+    WEvent begun;
+    TestThread suspended(
+        [&]
+        {
+            const XThreadLock lock( mutex );
+            begun.Set();
+            condition.Wait( mutex, kNoTimeout, true );
+            return 0;
+        } );
+    suspended.StartThread();
+    begun.Wait();
+    suspended.SuspendThread();
+    mutex.Lock();
+    condition.Signal();
+    TestThread other(
+        [&]
+        {
+            const XThreadLock lock( mutex );
+            return 1;
+        } );
+    other.StartThread();
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds( 5 ) ); // for it to sleep, which makes the difference
+    mutex.Unlock();
+    other.WaitForTerminate( kPatience );
+    EXPECT_EQ( 1, other.GetThreadReturnCode() );
 }
