@@ -300,6 +300,17 @@ TEST( XStringTest, SearchesLikeThePlainLoops )
     }
 }
 
+TEST( XStringTest, SearchesRepetitiveTextInReasonableTime )
+{
+    const std::string blocks( 1'000'000, 'a' );
+    const std::string needle = blocks.substr( 0, 50'000 ) + 'b' + blocks.substr( 0, 50'000 );
+    const XString text( blocks + needle );
+    EXPECT_EQ( text.Find( needle ), 1'000'000 );
+    EXPECT_EQ( text.Find( XString( needle ).Upper(), false ), 1'000'000 );
+    EXPECT_EQ( text.Find( needle + 'c' ), -1 );
+    EXPECT_EQ( XString( blocks ).Find( needle ), -1 );
+}
+
 TEST( XStringTest, HashesSignedBytes )
 {
     EXPECT_EQ( XString().GetHash(), 0u );

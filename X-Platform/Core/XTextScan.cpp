@@ -1,5 +1,6 @@
 #include "Core/XTextScan.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -10,23 +11,27 @@
 
 namespace
 {
-/// Two needles are the same to a search when these say so about all their characters.
+/// How a search compares: byte by byte, or without case.
 struct XExact
 {
+    static constexpr bool kIsCaseless = false;
+
+    static char Fold( char inCharacter ) { return inCharacter; }
     static bool Equal( const char* inFirst, const char* inSecond, USize64 inCount )
     {
         return std::memcmp( inFirst, inSecond, inCount ) == 0;
     }
-    static constexpr bool kIsCaseless = false;
 };
 
 struct XCaseless
 {
+    static constexpr bool kIsCaseless = true;
+
+    static char Fold( char inCharacter ) { return XTextScan::ToUpper( inCharacter ); }
     static bool Equal( const char* inFirst, const char* inSecond, USize64 inCount )
     {
         return XTextScan::EqualCaseless( inFirst, inSecond, inCount );
     }
-    static constexpr bool kIsCaseless = true;
 };
 
 bool EqualCaselessPortably( const char* inFirst, const char* inSecond, USize64 inCount )
@@ -35,16 +40,6 @@ bool EqualCaselessPortably( const char* inFirst, const char* inSecond, USize64 i
         if ( XTextScan::ToUpper( inFirst[i] ) != XTextScan::ToUpper( inSecond[i] ) )
             return false;
     return true;
-}
-
-/// The index among the positions [inFrom, inTo) at which the needle begins, or -1.
-template<class XRule>
-SSize64 FindPortably( const char* inText, USize64 inFrom, USize64 inTo, std::string_view inNeedle )
-{
-    for ( USize64 i = inFrom; i < inTo; ++i )
-        if ( XRule::Equal( inText + i, inNeedle.data(), inNeedle.size() ) )
-            return static_cast<SSize64>( i );
-    return -1;
 }
 
 #if defined( __x86_64__ )
@@ -109,52 +104,122 @@ KORVALE_AVX2 bool EqualCaselessByBlocks( const char* inFirst, const char* inSeco
     return DiffersByMoreThanCase( LoadBlock( inFirst + last ), LoadBlock( inSecond + last ) ) == 0;
 }
 
-/// Compares the first and the last character of the needle with 32 positions at once, and the rest where both fit.
-template<class XRule>
-KORVALE_AVX2 SSize64 FindByBlocks( const char* inText, USize64 inPositions, std::string_view inNeedle )
-{
-    const XCharacterBlock<XRule> first( inNeedle.front() );
-    const XCharacterBlock<XRule> last( inNeedle.back() );
-    const USize64 lastOffset = inNeedle.size() - 1;
-    USize64 i = 0;
-    for ( ; i + kBlock <= inPositions; i += kBlock )
-    {
-        const char* const block = inText + i;
-        const __m256i isBoth = _mm256_and_si256( first.Matches( block ), last.Matches( block + lastOffset ) );
-        auto candidates = static_cast<std::uint32_t>( _mm256_movemask_epi8( isBoth ) );
-        for ( ; candidates != 0; candidates &= candidates - 1 )
-        {
-            const int bit = std::countr_zero( candidates );
-            if ( XRule::Equal( block + bit, inNeedle.data(), inNeedle.size() ) )
-                return static_cast<SSize64>( i ) + bit;
-        }
-    }
-    return FindPortably<XRule>( inText, i, inPositions, inNeedle );
-}
 #endif
 
+/// One search. Positions at which the first and the last character fit are compared in full; where that fails too often,
+/// as in texts of few different characters, hashes take over, so that no text makes a search slow.
 template<class XRule>
-SSize64 FindByRule( std::string_view inText, std::string_view inNeedle )
+class XSearch
 {
-    if ( inNeedle.size() > inText.size() )
-        return -1;
-    const USize64 positions = inText.size() - inNeedle.size() + 1;
+public:
+    XSearch( std::string_view inText, std::string_view inNeedle )
+        : itsText( inText.data() ), itsPositions( inText.size() - inNeedle.size() + 1 ),
+          itsNeedle( inNeedle ), itsPatience( kPatience * inText.size() )
+    {
+    }
+
+    SSize64 Run()
+    {
 #if defined( __x86_64__ )
-    if ( HasAVX2() )
-        return FindByBlocks<XRule>( inText.data(), positions, inNeedle );
+        if ( HasAVX2() )
+            return RunByBlocks();
 #endif
-    return FindPortably<XRule>( inText.data(), 0, positions, inNeedle );
-}
+        return RunPortably( 0 );
+    }
+
+private:
+    static constexpr USize64 kPatience =
+        16; ///< Bytes that may be compared in vain for each byte of the text.
+    static constexpr std::uint64_t kHashBase = 0x9E3779B97F4A7C15u;
+
+    const char* itsText;
+    USize64 itsPositions;
+    std::string_view itsNeedle;
+    USize64 itsPatience;
+
+    bool IsMatch( USize64 inPosition )
+    {
+        if ( XRule::Equal( itsText + inPosition, itsNeedle.data(), itsNeedle.size() ) )
+            return true;
+        itsPatience -= std::min( itsPatience, itsNeedle.size() );
+        return false;
+    }
+
+    SSize64 RunPortably( USize64 inFrom )
+    {
+        const char first = XRule::Fold( itsNeedle.front() );
+        const char last = XRule::Fold( itsNeedle.back() );
+        const char* const lastText = itsText + itsNeedle.size() - 1;
+        for ( USize64 i = inFrom; i < itsPositions; ++i )
+        {
+            if ( itsPatience == 0 )
+                return RunByHash( i );
+            if ( XRule::Fold( itsText[i] ) == first && XRule::Fold( lastText[i] ) == last && IsMatch( i ) )
+                return static_cast<SSize64>( i );
+        }
+        return -1;
+    }
+
+    static std::uint64_t AddToHash( std::uint64_t inHash, char inCharacter )
+    {
+        return inHash * kHashBase + static_cast<unsigned char>( XRule::Fold( inCharacter ) );
+    }
+
+    SSize64 RunByHash( USize64 inFrom ) const
+    {
+        std::uint64_t wanted = 0;
+        std::uint64_t hash = 0;
+        std::uint64_t highest = 1; // what a character weighs when it drops out
+        for ( USize64 i = 0; i < itsNeedle.size(); ++i )
+        {
+            wanted = AddToHash( wanted, itsNeedle[i] );
+            hash = AddToHash( hash, itsText[inFrom + i] );
+            highest *= kHashBase;
+        }
+        for ( USize64 i = inFrom;; ++i )
+        {
+            if ( hash == wanted && XRule::Equal( itsText + i, itsNeedle.data(), itsNeedle.size() ) )
+                return static_cast<SSize64>( i );
+            if ( i + 1 >= itsPositions )
+                return -1;
+            const auto dropped = static_cast<unsigned char>( XRule::Fold( itsText[i] ) );
+            hash = AddToHash( hash, itsText[i + itsNeedle.size()] ) - highest * dropped;
+        }
+    }
+
+#if defined( __x86_64__ )
+    KORVALE_AVX2 SSize64 RunByBlocks()
+    {
+        const XCharacterBlock<XRule> first( itsNeedle.front() );
+        const XCharacterBlock<XRule> last( itsNeedle.back() );
+        const char* const lastText = itsText + itsNeedle.size() - 1;
+        USize64 i = 0;
+        for ( ; i + kBlock <= itsPositions && itsPatience > 0; i += kBlock )
+        {
+            const __m256i isBoth =
+                _mm256_and_si256( first.Matches( itsText + i ), last.Matches( lastText + i ) );
+            auto candidates = static_cast<std::uint32_t>( _mm256_movemask_epi8( isBoth ) );
+            for ( ; candidates != 0; candidates &= candidates - 1 )
+            {
+                const USize64 position = i + static_cast<USize64>( std::countr_zero( candidates ) );
+                if ( IsMatch( position ) )
+                    return static_cast<SSize64>( position );
+            }
+        }
+        return RunPortably( i );
+    }
+#endif
+};
 } // namespace
 
 SSize64 XTextScan::Find( std::string_view inText, std::string_view inNeedle )
 {
-    return FindByRule<XExact>( inText, inNeedle );
+    return inNeedle.size() > inText.size() ? -1 : XSearch<XExact>( inText, inNeedle ).Run();
 }
 
 SSize64 XTextScan::FindCaseless( std::string_view inText, std::string_view inNeedle )
 {
-    return FindByRule<XCaseless>( inText, inNeedle );
+    return inNeedle.size() > inText.size() ? -1 : XSearch<XCaseless>( inText, inNeedle ).Run();
 }
 
 bool XTextScan::EqualCaseless( const char* inFirst, const char* inSecond, USize64 inCount )
