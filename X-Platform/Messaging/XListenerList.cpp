@@ -111,7 +111,7 @@ XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool 
     if ( inMayBeThere )
         if ( XNode* const node = FindNode( inListener ) )
             return *node;
-    return itsNodes.emplace_back( &inListener, 0 );
+    return itsNodes.emplace_back( XNode{ &inListener, 0 } );
 }
 
 void XListenerList::RemoveNode( XListener& inListener )
