@@ -34,6 +34,11 @@ set_target_properties( KorvaleCore PROPERTIES
 target_compile_features( KorvaleCore PUBLIC cxx_std_20 )
 target_compile_definitions( KorvaleCore PRIVATE KORVALE_BUILDING_CORE )
 target_link_libraries( KorvaleCore PRIVATE $<BUILD_INTERFACE:KorvaleSettings> )
+if( NOT WIN32 )
+  # Nobody replaces our functions from outside, so they may call and inline one another directly.
+  target_compile_options( KorvaleCore PRIVATE -fno-semantic-interposition )
+  target_link_options( KorvaleCore PRIVATE -Wl,-Bsymbolic-functions )
+endif()
 find_package( Threads REQUIRED )
 target_link_libraries( KorvaleCore PRIVATE Threads::Threads )
 

@@ -1,41 +1,21 @@
 #include "Core/XFloatText.h"
 
+#include "Core/XDecimalDigits.h"
+
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <optional>
 
 namespace
 {
 using XWide = unsigned __int128;
 
-constexpr unsigned kMaxPower = 19; // 10^19 is the last power of ten in 64 bits
 constexpr std::uint64_t kMaxRounded = std::uint64_t( 1 ) << 63;
 constexpr std::uint64_t kImpliedBit = std::uint64_t( 1 ) << 52; // of the mantissa
 constexpr int kExponentBias = 1075;                             // for a mantissa taken as an integer
 constexpr int kGeneralDigits = 6;
-
-constexpr auto kPowersOfTen = []
-{
-    std::array<std::uint64_t, kMaxPower + 1> powers{ 1 };
-    for ( unsigned i = 1; i <= kMaxPower; ++i )
-        powers[i] = powers[i - 1] * 10;
-    return powers;
-}();
-
-constexpr auto kDigitPairs = []
-{
-    std::array<char, 200> pairs{};
-    for ( unsigned i = 0; i < 100; ++i )
-    {
-        pairs[2 * i] = static_cast<char>( '0' + i / 10 );
-        pairs[2 * i + 1] = static_cast<char>( '0' + i % 10 );
-    }
-    return pairs;
-}();
 
 /// `inValue`, which is not negative, times 10^`inDecimals`, rounded to the nearest integer, exact halves to
 /// the even one, as printf rounds. The product is exact: a 53-bit mantissa times a 64-bit power of ten fits
@@ -45,7 +25,8 @@ std::optional<std::uint64_t> ScaleAndRound( double inValue, unsigned inDecimals 
     const auto bits = std::bit_cast<std::uint64_t>( inValue );
     const int storedExponent = static_cast<int>( bits >> 52 );
     const std::uint64_t impliedBit = storedExponent != 0 ? kImpliedBit : 0;
-    const XWide product = XWide( ( bits & ( kImpliedBit - 1 ) ) | impliedBit ) * kPowersOfTen[inDecimals];
+    const XWide product =
+        XWide( ( bits & ( kImpliedBit - 1 ) ) | impliedBit ) * XDecimalDigits::GetPowerOfTen( inDecimals );
     const int shift = kExponentBias - std::max( storedExponent, 1 );
     if ( shift >= 127 )
         return 0;
@@ -58,16 +39,6 @@ std::optional<std::uint64_t> ScaleAndRound( double inValue, unsigned inDecimals 
     const XWide rest = product & ( ( half << 1 ) - 1 );
     const auto rounded = static_cast<std::uint64_t>( whole );
     return rounded + ( rest > half || ( rest == half && ( rounded & 1 ) ) );
-}
-
-/// Writes exactly `inCount` digits that end at `inEnd`, and returns where they begin.
-char* WriteDigitsBackwards( char* inEnd, std::uint64_t inNumber, unsigned inCount )
-{
-    for ( ; inCount >= 2; inCount -= 2, inNumber /= 100 )
-        std::memcpy( inEnd -= 2, &kDigitPairs[2 * ( inNumber % 100 )], 2 );
-    if ( inCount != 0 )
-        *--inEnd = static_cast<char>( '0' + inNumber % 10 );
-    return inEnd;
 }
 
 /// For numbers in [1e-4, 1e6), which "%g" prints without exponent: how many decimals give six significant
@@ -86,7 +57,7 @@ XFloatText XFloatText::Fixed( double inValue, std::int32_t inDecimals )
 {
     XFloatText text;
     const auto decimals = static_cast<unsigned>( std::max( inDecimals, 0 ) );
-    if ( decimals <= kMaxPower )
+    if ( decimals <= XDecimalDigits::kMaxPower )
         if ( const auto number = ScaleAndRound( std::abs( inValue ), decimals ) )
         {
             text.WriteDecimal( std::signbit( inValue ), *number, decimals );
@@ -129,13 +100,16 @@ void XFloatText::WriteDecimal( bool inIsNegative, std::uint64_t inNumber, unsign
     char* position = itsText;
     if ( inIsNegative )
         *position++ = '-';
-    const std::uint64_t unit = kPowersOfTen[inDecimals];
-    position = std::to_chars( position, itsText + kMaxShortLength, inNumber / unit ).ptr;
+    const std::uint64_t unit = XDecimalDigits::GetPowerOfTen( inDecimals );
+    const std::uint64_t whole = inNumber / unit;
+    const unsigned wholeDigits = XDecimalDigits::Count( whole );
+    XDecimalDigits::Write( position, whole, wholeDigits );
+    position += wholeDigits;
     if ( inDecimals > 0 )
     {
-        *position = '.';
-        position += 1 + inDecimals;
-        WriteDigitsBackwards( position, inNumber % unit, inDecimals );
+        *position++ = '.';
+        XDecimalDigits::Write( position, inNumber - whole * unit, inDecimals );
+        position += inDecimals;
     }
     itsLength = static_cast<std::size_t>( position - itsText );
 }

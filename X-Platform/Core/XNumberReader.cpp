@@ -160,19 +160,48 @@ XFloatParts TakeFloat( XCursor& ioCursor, char inDecimalPoint )
     return parts;
 }
 
-/// The value where a single multiplication or division of exact doubles gives it, correctly rounded.
-std::optional<double> ComputeSimply( const XFloatParts& inParts )
+/// `inMantissa` times ten to the power, where a single multiplication or division of exact doubles gives the nearest
+/// double.
+std::optional<double> Scale( std::uint64_t inMantissa, std::int64_t inPower )
 {
     static constexpr double kPowers[] = { 1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                           1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                           1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22 };
     constexpr std::int64_t kMaxPower = 22;
     constexpr std::uint64_t kMaxMantissa = std::uint64_t( 1 ) << 53;
-    const std::int64_t power = inParts.exponent + inParts.scale;
-    if ( !inParts.isExact || inParts.mantissa > kMaxMantissa || power < -kMaxPower || power > kMaxPower )
+    if ( inMantissa > kMaxMantissa || inPower < -kMaxPower || inPower > kMaxPower )
         return std::nullopt;
-    const auto mantissa = static_cast<double>( inParts.mantissa );
-    return power < 0 ? mantissa / kPowers[-power] : mantissa * kPowers[power];
+    const auto mantissa = static_cast<double>( inMantissa );
+    return inPower < 0 ? mantissa / kPowers[-inPower] : mantissa * kPowers[inPower];
+}
+
+/// Numbers as they mostly are: up to 18 digits, perhaps a decimal point among them, and no exponent. Nothing for all
+/// others.
+std::optional<double> ReadPlain( std::string_view inText, char inDecimalPoint )
+{
+    constexpr std::ptrdiff_t kMaxLength = 18;
+    const char* const begin = inText.data();
+    const char* const end = begin + inText.size();
+    const char* position = begin;
+    std::uint64_t mantissa = 0;
+    const auto takeDigits = [&]
+    {
+        for ( ; position < end && XTextScan::IsDigit( *position ); ++position )
+            mantissa = mantissa * 10 + static_cast<std::uint64_t>( *position - '0' );
+        return position;
+    };
+    const char* const point = takeDigits();
+    std::ptrdiff_t decimals = 0;
+    if ( point < end && *point == inDecimalPoint )
+    {
+        ++position;
+        decimals = takeDigits() - point - 1;
+    }
+    const bool hasMore =
+        position < end && XTextScan::IsLetter( *position ); // an exponent, or a hexadecimal number
+    if ( hasMore || point - begin + decimals == 0 || position - begin > kMaxLength )
+        return std::nullopt;
+    return Scale( mantissa, -decimals );
 }
 
 double Convert( const char* inBegin, const char* inEnd, const XFloatParts& inParts, unsigned inBase )
@@ -203,7 +232,8 @@ std::optional<double> ReadMagnitude( XCursor& ioCursor, char inDecimalPoint )
     const XFloatParts parts = TakeFloat<10>( ioCursor, inDecimalPoint );
     if ( parts.hasDigits )
     {
-        const auto value = ComputeSimply( parts );
+        const auto value =
+            parts.isExact ? Scale( parts.mantissa, parts.exponent + parts.scale ) : std::nullopt;
         return value ? *value : ConvertByLibrary( parts, 10 );
     }
     ioCursor.SetPosition( parts.begin );
@@ -255,7 +285,9 @@ std::optional<double> XNumberReader::ReadFloat( std::string_view inText, char in
     XCursor cursor( inText );
     cursor.SkipSpace();
     const bool isNegative = cursor.TakeSign();
-    const auto magnitude = ReadMagnitude( cursor, inDecimalPoint );
+    auto magnitude = ReadPlain( cursor.GetRest(), inDecimalPoint );
+    if ( !magnitude )
+        magnitude = ReadMagnitude( cursor, inDecimalPoint );
     if ( !magnitude )
         return std::nullopt;
     return isNegative ? -*magnitude : *magnitude;

@@ -6,6 +6,7 @@
 #include "WStringTable.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 namespace
@@ -276,7 +277,7 @@ XString::XStringStorage* XString::NewStorage( USize64 inSize, USize64 inCapacity
 {
     if ( inCapacity > kMaxCapacity )
         XThrow( kOutOfMemory );
-    void* const block = ::operator new( sizeof( XStringStorage ) + inCapacity, std::nothrow );
+    void* const block = std::malloc( sizeof( XStringStorage ) + inCapacity );
     if ( !block )
         XThrow( kOutOfMemory );
     char* const data = static_cast<char*>( block ) + sizeof( XStringStorage );
@@ -286,7 +287,7 @@ XString::XStringStorage* XString::NewStorage( USize64 inSize, USize64 inCapacity
 
 void XString::FreeStorage( XStringStorage* inStorage ) noexcept
 {
-    ::operator delete( inStorage );
+    std::free( inStorage );
 }
 
 void XString::CopySharedStorage()
@@ -311,28 +312,16 @@ bool XString::CanReuseStorage( USize64 inLength ) const noexcept
     return !IsShared() && inLength < capacity && capacity / 4 <= inLength + kSmall;
 }
 
-void XString::SetLength( USize64 inLength ) noexcept
-{
-    itsStorage->size = inLength + 1;
-    itsStorage->data[inLength] = '\0';
-}
-
-XString& XString::Append( const char* inText, USize64 inLength )
+XString& XString::AppendToNewStorage( const char* inText, USize64 inLength )
 {
     if ( inLength == 0 )
         return *this;
     const USize64 oldLength = GetLength();
     const USize64 newSize = oldLength + inLength + 1;
-    if ( !IsShared() && newSize <= itsStorage->capacity )
-        std::memcpy( itsStorage->data + oldLength, inText, inLength );
-    else
-    {
-        const USize64 grown = IsShared() ? newSize : std::max( newSize, 2 * itsStorage->capacity );
-        XStringStorage* const storage = NewStorage( newSize, grown );
-        std::memcpy( storage->data, itsStorage->data, oldLength );
-        std::memcpy( storage->data + oldLength, inText, inLength ); // may lie in the storage given up below
-        AdoptStorage( storage );
-    }
-    SetLength( oldLength + inLength );
+    const USize64 capacity = IsShared() ? newSize : std::max( newSize, 2 * itsStorage->capacity );
+    XStringStorage* const storage = NewStorage( newSize, capacity );
+    std::memcpy( storage->data, itsStorage->data, oldLength );
+    std::memcpy( storage->data + oldLength, inText, inLength ); // may lie in the storage given up below
+    AdoptStorage( storage );
     return *this;
 }

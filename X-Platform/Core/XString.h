@@ -3,6 +3,7 @@
 #include "Core/XFail.h"
 #include "Core/XStorable.h"
 
+#include <algorithm>
 #include <atomic>
 #include <concepts>
 #include <cstring>
@@ -98,12 +99,9 @@ public:
     /// From a number, as decimal text. `digits` counts only for formats other than `kIntPlain` and has to be
     /// greater than 0 then.
     template<XStringInteger T>
-    XString( T inValue, XIntStringFormat inFormat = kIntPlain, std::int32_t digits = 0 ) : XString()
+    XString( T inValue, XIntStringFormat inFormat = kIntPlain, std::int32_t digits = 0 )
+        : itsStorage( FormatInteger( Widen( inValue ), inFormat, digits ) )
     {
-        if constexpr ( std::is_signed_v<T> )
-            AppendSigned( inValue, inFormat, digits );
-        else
-            AppendUnsigned( inValue, inFormat, digits );
     }
 
     /// From a number. Infinities are "INF" and "-INF", what is not a number is "NaN". The decimal point is
@@ -218,11 +216,7 @@ public:
     template<XStringInteger T>
     XString& operator+=( T inValue )
     {
-        if constexpr ( std::is_signed_v<T> )
-            AppendSigned( inValue, kIntPlain, 0 );
-        else
-            AppendUnsigned( inValue, kIntPlain, 0 );
-        return *this;
+        return AppendInteger( Widen( inValue ) );
     }
 
     /// The text with anything appended that `operator+=` takes, and with text before it.
@@ -440,11 +434,12 @@ private:
         itsStorage = newStorage;
     }
 
-    /// The thread that gives up the last reference frees the storage.
+    /// The thread that gives up the last reference frees the storage. One that holds the only reference need not
+    /// count it down, as nobody can take another then.
     void UnreferenceStorage() noexcept
     {
         if ( itsStorage != &sEmptyStorage &&
-             itsStorage->refCount.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
+             ( !IsShared() || itsStorage->refCount.fetch_sub( 1, std::memory_order_acq_rel ) == 1 ) )
             FreeStorage( itsStorage );
     }
 
@@ -463,10 +458,36 @@ private:
 
     /// True when a text of that length can take the place of the current one without wasting much memory.
     bool CanReuseStorage( USize64 inLength ) const noexcept;
-    void SetLength( USize64 inLength ) noexcept;
-    XString& Append( const char* inText, USize64 inLength );
-    void AppendSigned( std::int64_t inValue, XIntStringFormat inFormat, std::int32_t digits );
-    void AppendUnsigned( std::uint64_t inValue, XIntStringFormat inFormat, std::int32_t digits );
+    void SetLength( USize64 inLength ) noexcept
+    {
+        itsStorage->size = inLength + 1;
+        itsStorage->data[inLength] = '\0';
+    }
+
+    XString& Append( const char* inText, USize64 inLength )
+    {
+        const USize64 length = GetLength();
+        if ( inLength >= itsStorage->capacity - length || IsShared() )
+            return AppendToNewStorage( inText, inLength );
+        std::copy_n( inText, inLength, itsStorage->data + length );
+        SetLength( length + inLength );
+        return *this;
+    }
+    XString& AppendToNewStorage( const char* inText, USize64 inLength );
+
+    template<XStringInteger T>
+    static auto Widen( T inValue )
+    {
+        return static_cast<std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>>( inValue );
+    }
+    template<class T>
+    static XStringStorage* FormatWide( T inValue, XIntStringFormat inFormat, std::int32_t digits );
+    static XStringStorage*
+    FormatInteger( std::int64_t inValue, XIntStringFormat inFormat, std::int32_t digits );
+    static XStringStorage*
+    FormatInteger( std::uint64_t inValue, XIntStringFormat inFormat, std::int32_t digits );
+    XString& AppendInteger( std::int64_t inValue );
+    XString& AppendInteger( std::uint64_t inValue );
 
     void WriteStreamSelf( XStream& inStream ) const;
     void ReadStreamSelf( XStream& inStream );

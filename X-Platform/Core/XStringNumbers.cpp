@@ -1,48 +1,55 @@
 #include "Core/XString.h"
 
+#include "Core/XDecimalDigits.h"
 #include "Core/XFloatText.h"
 #include "Core/XNumberReader.h"
 #include "WLocale.h"
 
 #include <algorithm>
-#include <charconv>
+#include <bit>
 #include <cmath>
-#include <iterator>
 
 namespace
 {
 constexpr std::uint32_t kNotANumber = 1000;
 
-/// Digits of an integer, and the sign if it is negative.
-class XIntegerText
+/// An integer taken apart: how it is written with a number of digits at least, the sign included.
+struct XIntegerText
 {
-public:
-    template<class T>
-    explicit XIntegerText( T inValue, int inBase = 10 )
-        : itsEnd( std::to_chars( itsText, std::end( itsText ), inValue, inBase ).ptr )
+    std::uint64_t itsMagnitude;
+    bool itsIsNegative;
+    unsigned itsDigits;
+    USize64 itsZeros = 0;
+
+    XIntegerText( std::uint64_t inMagnitude, bool inIsNegative )
+        : itsMagnitude( inMagnitude ), itsIsNegative( inIsNegative ),
+          itsDigits( XDecimalDigits::Count( inMagnitude ) )
+    {
+    }
+    explicit XIntegerText( std::uint64_t inValue ) : XIntegerText( inValue, false ) {}
+    explicit XIntegerText( std::int64_t inValue )
+        : XIntegerText(
+              inValue < 0 ? -static_cast<std::uint64_t>( inValue ) : static_cast<std::uint64_t>( inValue ),
+              inValue < 0 )
     {
     }
 
-    bool IsNegative() const { return itsText[0] == '-'; }
-    std::string_view GetText() const { return { itsText, itsEnd }; }
-    std::string_view GetDigits() const { return { itsText + IsNegative(), itsEnd }; }
+    void PadTo( USize64 inWidth )
+    {
+        const USize64 length = GetLength();
+        itsZeros = inWidth > length ? inWidth - length : 0;
+    }
 
-private:
-    char itsText[24];
-    const char* itsEnd;
+    USize64 GetLength() const { return itsIsNegative + itsZeros + itsDigits; }
+
+    void Write( char* outText ) const
+    {
+        if ( itsIsNegative )
+            *outText++ = '-';
+        outText = std::fill_n( outText, itsZeros, '0' );
+        XDecimalDigits::Write( outText, itsMagnitude, itsDigits );
+    }
 };
-
-/// Appends the sign, then zeros up to the width, then the digits.
-void AppendPadded( XString& ioString, const XIntegerText& inText, std::int32_t inWidth )
-{
-    const USize64 width = inWidth > 0 ? static_cast<USize64>( inWidth ) : 0;
-    const USize64 length = inText.GetText().size();
-    if ( inText.IsNegative() )
-        ioString += '-';
-    if ( length < width )
-        ioString += std::string( width - length, '0' );
-    ioString += inText.GetDigits();
-}
 
 XFloatText FormatFinite( double inValue, XString::XFloatStringFormat inFormat, std::int32_t inDigits )
 {
@@ -111,37 +118,54 @@ XString& XString::operator+=( double inValue )
     return *this += XString( inValue );
 }
 
-void XString::AppendSigned( std::int64_t inValue, XIntStringFormat inFormat, std::int32_t digits )
+template<class T>
+XString::XStringStorage* XString::FormatWide( T inValue, XIntStringFormat inFormat, std::int32_t digits )
 {
-    const XIntegerText text( inValue );
-    if ( inFormat == kIntPlain )
+    XIntegerText text( inValue );
+    if ( inFormat != kIntPlain )
     {
-        *this += text.GetText();
-        return;
+        XAssert( digits > 0 );
+        text.PadTo( static_cast<USize64>( digits ) );
     }
-    XAssert( digits > 0 );
-    AppendPadded( *this, text, digits );
+    XStringStorage* const storage = NewStorage( text.GetLength() + 1 );
+    text.Write( storage->data );
+    return storage;
 }
 
-void XString::AppendUnsigned( std::uint64_t inValue, XIntStringFormat inFormat, std::int32_t digits )
+XString::XStringStorage*
+XString::FormatInteger( std::int64_t inValue, XIntStringFormat inFormat, std::int32_t digits )
 {
-    const XIntegerText text( inValue );
-    if ( inFormat == kIntPlain )
-    {
-        *this += text.GetText();
-        return;
-    }
-    XAssert( digits > 0 );
-    AppendPadded( *this, text, digits );
+    return FormatWide( inValue, inFormat, digits );
+}
+
+XString::XStringStorage*
+XString::FormatInteger( std::uint64_t inValue, XIntStringFormat inFormat, std::int32_t digits )
+{
+    return FormatWide( inValue, inFormat, digits );
+}
+
+XString& XString::AppendInteger( std::int64_t inValue )
+{
+    return *this += XString( inValue );
+}
+
+XString& XString::AppendInteger( std::uint64_t inValue )
+{
+    return *this += XString( inValue );
 }
 
 void XString::SetHexString(
     std::uint64_t inValue, std::int32_t digits, bool inPadWithZeros, bool inUpperCase )
 {
-    *this = kEmptyString;
-    AppendPadded( *this, XIntegerText( inValue, 16 ), inPadWithZeros ? digits : 0 );
-    if ( inUpperCase )
-        Upper();
+    constexpr USize64 kBitsPerDigit = 4;
+    const USize64 needed = std::max<USize64>( ( std::bit_width( inValue ) + 3u ) / kBitsPerDigit, 1 );
+    const USize64 length =
+        inPadWithZeros && digits > 0 ? std::max( needed, static_cast<USize64>( digits ) ) : needed;
+    const char* const symbols = inUpperCase ? "0123456789ABCDEF" : "0123456789abcdef";
+    XStringStorage* const storage = NewStorage( length + 1 );
+    for ( USize64 i = length; i-- > 0; inValue >>= kBitsPerDigit )
+        storage->data[i] = symbols[inValue & 0xF];
+    AdoptStorage( storage );
 }
 
 XString XString::MakeBytesString( std::int64_t inBytes )

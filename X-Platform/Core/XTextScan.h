@@ -29,6 +29,11 @@ public:
 
     static constexpr bool IsDigit( char inCharacter ) { return inCharacter >= '0' && inCharacter <= '9'; }
 
+    static constexpr bool IsLetter( char inCharacter )
+    {
+        return ToUpper( inCharacter ) >= 'A' && ToUpper( inCharacter ) <= 'Z';
+    }
+
     /// The index of the first occurrence of a needle that is not empty, or -1.
     static SSize64 Find( std::string_view inText, std::string_view inNeedle );
     static SSize64 FindCaseless( std::string_view inText, std::string_view inNeedle );
