@@ -20,6 +20,11 @@ void WThread::Start()
     StartSystemThread();
 }
 
+void WThread::Wake()
+{
+    itsAlert.Alert();
+}
+
 std::int32_t WThread::Run()
 {
     Adopt();

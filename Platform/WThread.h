@@ -31,7 +31,7 @@ public:
 
     /// Ends the thread's alertable wait or sleep, or the next one it begins. Any thread; harmless when it has
     /// ended.
-    void Wake() { itsAlert.Alert(); }
+    void Wake();
 
     /// Called by the body, on the thread, as it ends.
     void Ended();

@@ -74,10 +74,10 @@ protected:
     T itsDefaultValue;
 };
 
-extern template class XPivotColumnT<double>;
-extern template class XPivotColumnT<std::int32_t>;
-extern template class XPivotColumnT<std::uint32_t>;
-extern template class XPivotColumnT<XString>;
-extern template class XPivotColumnT<XTime>;
-extern template class XPivotColumnT<XUUID>;
-extern template class XPivotColumnT<XVersion>;
+extern template class KORVALE_API XPivotColumnT<double>;
+extern template class KORVALE_API XPivotColumnT<std::int32_t>;
+extern template class KORVALE_API XPivotColumnT<std::uint32_t>;
+extern template class KORVALE_API XPivotColumnT<XString>;
+extern template class KORVALE_API XPivotColumnT<XTime>;
+extern template class KORVALE_API XPivotColumnT<XUUID>;
+extern template class KORVALE_API XPivotColumnT<XVersion>;

@@ -7,7 +7,7 @@
 
 /// A sum and what was lost in rounding it, lane by lane: the two together are the sum to about twice the precision of a
 /// double. Meaningless once a lane has overflowed.
-struct XPivotSums
+struct KORVALE_API XPivotSums
 {
     static constexpr std::size_t kLanes = 16;
 
@@ -19,7 +19,7 @@ struct XPivotSums
     double GetTotal() const;
 };
 
-struct XPivotMomentSums
+struct KORVALE_API XPivotMomentSums
 {
     std::uint64_t count = 0;
     std::uint64_t numbers = 0;

@@ -1,0 +1,187 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+// Envelope of a column's descriptor: user-defined, "a", no channel, units "px"; then revision 7 and visibility 0.
+const std::string kHead =
+    "ad050000 ac050000 ac050000 01000000 01000000 61 00000000 02000000 7078 07000000 00000000 ";
+
+std::string WithoutSpaces( std::string inText )
+{
+    std::erase( inText, ' ' );
+    return inText;
+}
+
+template<class TColumn>
+std::string
+HexOf( const std::vector<std::optional<typename TColumn::XValue>>& inRows, XByteOrder inOrder = kIntelOrder )
+{
+    TColumn column( kPivotUserDefined, "a", "", "px", 7 );
+    for ( const auto& row : inRows )
+        column.AppendValue( row.value_or( column.GetDefaultValue() ), row.has_value() );
+    XMemStream stream;
+    stream.SetByteOrder( inOrder );
+    column.WriteStream2( stream );
+    return Hex( stream );
+}
+
+std::uint32_t ErrorOfReading( const std::string& inHex )
+{
+    return ErrorOrZero( [&] { Read( FromHex( inHex ) ); } );
+}
+
+/// A stream of the class with nothing known about its end, as a pipe has, from which values are read run by run.
+class XOpenStream : public XStream
+{
+public:
+    explicit XOpenStream( const XBytes& inBytes ) : XStream( 0, false, false ), itsBytes( inBytes ) {}
+
+protected:
+    void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override
+    {
+        if ( static_cast<USize64>( inPosition ) + count > itsBytes.size() )
+            XThrow( 1260 );
+        std::memcpy( buffer, itsBytes.data() + inPosition, count );
+    }
+    void DrainBuffer( SSize64, const void*, USize64 ) override {}
+    SSize64 GetExtentSelf() override { return -1; }
+    void SetExtentSelf( SSize64 ) override {}
+
+private:
+    const XBytes& itsBytes;
+};
+} // namespace
+
+TEST( XPivotColumnStream, LaysOutEachClass )
+{
+    EXPECT_EQ(
+        HexOf<XPivotFloatColumn>( { 1.0, 2.0, std::nullopt, 3.0 } ),
+        WithoutSpaces(
+            kHead +
+            "04000000 01010001 af050000 000000000000f87f 02000000 00000000 000000000000f03f 0000000000000040 "
+            "01000000 03000000 0000000000000840 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotSInt32Column>( { -2 } ),
+        WithoutSpaces( kHead + "01000000 01 b1050000 00000000 01000000 00000000 feffffff 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotUInt32Column>( { 0xFFFFFFFEu } ),
+        WithoutSpaces( kHead + "01000000 01 b0050000 00000000 01000000 00000000 feffffff 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotStringColumn>( { XString( "bc" ), XString() } ),
+        WithoutSpaces(
+            kHead + "02000000 0101 ae050000 00000000 02000000 00000000 02000000 6263 00000000 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotTimeColumn>( { XTime( 258 ) } ),
+        WithoutSpaces(
+            kHead + "01000000 01 b2050000 0000000000000000 01000000 00000000 0201000000000000 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotUUIDColumn>( { XUUID( "f81d4fae-7dec-11d0-a765-00a0c91e6bf6" ) } ),
+        WithoutSpaces(
+            kHead +
+            "01000000 01 b4050000 00000000000000000000000000000000 01000000 00000000 "
+            "f81d4fae7dec11d0a76500a0c91e6bf6 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotVersionColumn>( { XVersion( 35, 1 ) } ),
+        WithoutSpaces( kHead + "01000000 01 c5050000 00000000 01000000 00000000 23000100 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotFloatColumn>( { std::nullopt, std::nullopt } ),
+        WithoutSpaces( kHead + "02000000 0000 af050000 000000000000f87f 00000000" ) );
+    EXPECT_EQ(
+        HexOf<XPivotTimeColumn>( { XTime( 258 ) }, kMotorolaOrder ),
+        WithoutSpaces( "000005ad 000005ac 000005ac 00000001 00000001 61 00000000 00000002 7078 00000007 "
+                       "00000000 00000001 01 000005b2 "
+                       "0000000000000000 00000001 00000000 0000000000000102 00000000" ) );
+}
+
+TEST( XPivotColumnStream, WritesNoFlagsForAnUnknownColumnAndReadsEitherForm )
+{
+    XPivotUnknownColumn column( kPivotUserDefined, "a", "", "px", 7 );
+    column.ResizeRows( 2 );
+    XMemStream stream;
+    column.WriteStream2( stream );
+    EXPECT_EQ( Hex( stream ), WithoutSpaces( kHead + "00000000 c8050000 02000000" ) );
+    const auto copy =
+        Read<XPivotUnknownColumn>( FromHex( "c8050000" + kHead + "02000000 0000 c8050000 02000000" ) );
+    EXPECT_EQ( copy->GetColumnSize(), 2u );
+    EXPECT_EQ( ErrorOfReading( "c8050000" + kHead + "01000000 00 c8050000 02000000" ), 1005u );
+    EXPECT_EQ( ErrorOfReading( "c8050000" + kHead + "00000000 c8050000 000000ff" ), 1005u );
+    ExpectDamageIsSeen( Write( column ) );
+}
+
+TEST( XPivotColumnStream, RefusesRunsThatTheFlagsDoNotHave )
+{
+    const std::string head = "b1050000" + kHead + "04000000 01010001 b1050000 00000000 ";
+    const std::string first = "02000000 00000000 0a000000 0b000000 ";
+    const std::string second = "01000000 03000000 0c000000 ";
+    EXPECT_EQ( ErrorOfReading( head + first + second + "00000000" ), 0u );
+    const std::pair<std::string, std::uint32_t> cases[] = {
+        { first + "00000000 0000000000000000", 1005u },  // a run is missing
+        { first + first + "00000000", 1005u },           // overlaps
+        { first + second + second + "00000000", 1005u }, // one too many
+        { "01000000 00000000 0a000000 01000000 01000000 0b000000 " + second + "00000000",
+          1005u },                                                         // not maximal
+        { first + "02000000 03000000 0c000000 0d000000 00000000", 1006u }, // past the rows
+        { first + "01000000 04000000 0c000000 00000000", 1006u },          // begins past them
+        { first + "ffffffff 03000000 0c000000 00000000", 1006u },          // ends far past them
+        { first + second + "01000000 ffffffff 0c000000 00000000", 1006u },
+    };
+    for ( const auto& [runs, error] : cases )
+    {
+        EXPECT_EQ( ErrorOfReading( head + runs ), error ) << runs;
+        XBytes bytes = FromHex( head + runs );
+        XOpenStream open( bytes );
+        EXPECT_EQ( ErrorOf( [&] { std::unique_ptr<XStorable>( open.ReadObject() ); } ), error ) << runs;
+    }
+}
+
+TEST( XPivotColumnStream, ReadsFromAStreamWithoutAKnownEnd )
+{
+    const XBytes bytes = Write( *MakeColumn<XPivotFloatColumn>( { 1.0, std::nullopt, 3.0 } ) );
+    XOpenStream stream( bytes );
+    const std::unique_ptr<XStorable> object( stream.ReadObject() );
+    EXPECT_EQ(
+        dynamic_cast<XPivotFloatColumn&>( *object ).GetFloatVector(), ( XVector<double>{ 1.0, 3.0 } ) );
+    EXPECT_EQ( static_cast<std::size_t>( stream.GetPosition() ), bytes.size() );
+}
+
+TEST( XPivotColumnStream, RefusesWhatIsNotAColumn )
+{
+    const std::string rest = "01000000 01000000 61 00000000 02000000 7078 07000000 00000000 ";
+    const std::string rows = "00000000 b1050000 00000000 00000000";
+    EXPECT_EQ( ErrorOfReading( "b1050000 ad050000 ac050000 ac050000" + rest + rows ), 0u );
+    EXPECT_EQ( ErrorOfReading( "b1050000 ad050100 ac050000 ac050000" + rest + rows ), 1015u );
+    EXPECT_EQ( ErrorOfReading( "b1050000 ac050000 ac050000 ac050000" + rest + rows ), 1005u );
+    EXPECT_EQ(
+        ErrorOfReading( "b1050000 ad050000 00000000 ac050000" + rest + rows ), 1005u ); // no descriptor
+    EXPECT_EQ( ErrorOfReading( "b1050000 ad050000 23000000 23000000 00000000" + rest + rows ), 1005u );
+    EXPECT_EQ( ErrorOfReading( "b1050000 ad050000 ffff0000 ac050000" + rest + rows ), 1003u );
+    EXPECT_EQ(
+        ErrorOfReading(
+            "b1050000 ad050000 ac050000 ac050000" + rest + "00000000 b0050000 00000000 00000000" ),
+        1005u );
+    EXPECT_EQ(
+        ErrorOfReading( "b1050000 ad050000 ac050000 ac050000" + rest + "01000000 02 b1050000" ), 1005u );
+    EXPECT_EQ( ErrorOfReading( "b1050000 ad050000 ac050000 ac050000" + rest + "ffffffff 01" ), 1005u );
+    EXPECT_EQ( ErrorOfReading( "b1050000 ad050000 ac050000 ac050000" + rest + "ffffff7f 01" ), 1260u );
+    EXPECT_EQ( ErrorOfReading( "ad050000" ), 1004u ); // the abstract class
+}
+
+TEST( XPivotColumnStream, RefusesColumnsNestedAsDescriptors )
+{
+    std::string nested = "b1050000";
+    for ( int depth = 0; depth < 100000; ++depth )
+        nested += "ad050000b1050000";
+    EXPECT_EQ( ErrorOfReading( nested ), 1005u );
+}
+
+TEST( XPivotColumnStream, StatesItsUsage )
+{
+    EXPECT_EQ( MakeColumn<XPivotFloatColumn>( { 1.0, std::nullopt } )->GetStreamUsage(), 20u );
+    EXPECT_EQ( MakeColumn<XPivotUUIDColumn>( { XUUID() } )->GetStreamUsage(), 20u );
+    const XPivotColumnDescriptor descriptor( kPivotArea, "", "C1", "px" );
+    XMemStream stream;
+    descriptor.WriteStream2( stream );
+    EXPECT_EQ( descriptor.GetStreamUsage(), stream.GetLength() );
+}

@@ -1,0 +1,285 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace
+{
+XPivotFloatColumn MakeFloats( const std::vector<std::optional<double>>& inRows )
+{
+    return *MakeColumn<XPivotFloatColumn>( inRows );
+}
+} // namespace
+
+TEST( XPivotColumnID, NamesEveryStandardQuantityOnce )
+{
+    EXPECT_EQ( XGetPivotStandardIDs().size(), 140u );
+    EXPECT_EQ( XPivotColumn::GetIDName( kPivotUnknownColumn ), "Unknown Column" );
+    EXPECT_EQ( XPivotColumn::GetIDName( kPivotCentroidX ), "Centroid X" );
+    EXPECT_EQ( XPivotColumn::GetIDName( kPivotCentroidXCalibrated ), "Centroid X" );
+    EXPECT_EQ( XPivotColumn::GetIDName( kPivotVoxelRatio ), "Voxel Ratio Ch.X / Ch.Y" );
+    EXPECT_EQ( XPivotColumn::GetIDName( kPivotDistanceIntensity ), "Intensity" );
+    EXPECT_EQ( ErrorOf( [] { XPivotColumn::GetIDName( kPivotNone ); } ), 3209u );
+}
+
+TEST( XPivotColumnID, TakesNewOnesButNoneTwice )
+{
+    constexpr auto kOwn = static_cast<XPivotColumnID>( 70001 );
+    EXPECT_EQ( ErrorOf( [&] { XPivotFloatColumn( kOwn, "", "", "" ); } ), 3209u );
+    XPivotColumn::RegisterID( kOwn, "Own" );
+    EXPECT_EQ( XPivotFloatColumn( kOwn, "", "", "" ).GetColumnName(), "Own" );
+    EXPECT_EQ( ErrorOf( [&] { XPivotColumn::RegisterID( kOwn, "Own" ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [] { XPivotColumn::RegisterID( kPivotArea, "Area" ); } ), 1006u );
+    XPivotColumn::RegisterStandardIDs();
+}
+
+TEST( XPivotColumn, TakesItsNameFromTheIDUnlessUserDefined )
+{
+    EXPECT_EQ( ErrorOf( [] { XPivotFloatColumn( kPivotCentroidX, "mine", "", "" ); } ), 1006u );
+    XPivotFloatColumn standard( kPivotCentroidX, "", "C1", "px", 7 );
+    EXPECT_EQ( standard.GetDescriptor().GetColumnName(), "Centroid X" );
+    EXPECT_EQ( standard.GetRevision(), 7u );
+    EXPECT_EQ( standard.GetVisibilityOptions(), 0u );
+    standard.SetColumnName( "other" );
+    EXPECT_EQ( standard.GetColumnName(), "Centroid X" );
+    EXPECT_EQ( XPivotFloatColumn( kPivotUserDefined, "mine", "", "" ).GetColumnName(), "mine" );
+}
+
+TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
+{
+    const XPivotColumnDescriptor volume(
+        kPivotVolume, "", "C1",
+        "\xB5"
+        "m3" );
+    EXPECT_EQ(
+        volume.GetDisplayName(),
+        "Volume (\xB5"
+        "m\xB3) (C1)" );
+    EXPECT_EQ(
+        volume.GetDisplayName( true ),
+        "Volume (\xB5"
+        "m\xB3)\r\n(C1)" );
+    EXPECT_EQ( XPivotColumnDescriptor( kPivotHalfTime, "", "", "s" ).GetDisplayName(), "T\xBD (s)" );
+    EXPECT_EQ( XPivotColumnDescriptor( kPivotDeltaSquared, "", "", "" ).GetDisplayName(), "Delta\xB2" );
+    EXPECT_EQ( XPivotColumnDescriptor( kPivotUserDefined, "a^3", "", "" ).GetDisplayName(), "a\xB3" );
+    const auto unregistered = static_cast<XPivotColumnID>( 99999 );
+    EXPECT_EQ( XPivotColumnDescriptor( unregistered, "stored", "", "" ).GetDisplayName(), "stored" );
+}
+
+TEST( XPivotColumnDescriptor, OrdersByIDThenTexts )
+{
+    const XPivotColumnDescriptor low( kPivotArea, "", "C2", "" );
+    const XPivotColumnDescriptor high( kPivotArea, "", "C10", "" );
+    EXPECT_TRUE( low < high && high > low && low != high && !( high < low ) );
+    EXPECT_LT( XPivotColumnDescriptor( static_cast<XPivotColumnID>( -1 ), "z", "", "" ), low );
+    EXPECT_TRUE( XPivotColumnDescriptor().IsNull() && !low.IsNull() );
+}
+
+TEST( XPivotColumn, GrowsByMissingRows )
+{
+    XPivotFloatColumn column;
+    column.SetData( 2.5, 5, true );
+    ASSERT_EQ( column.GetColumnSize(), 6u );
+    EXPECT_EQ( column.GetExistsVector(), ( XVector<std::uint8_t>{ 0, 0, 0, 0, 0, 1 } ) );
+    EXPECT_TRUE( std::isnan( column.GetDataFloat( 0 ) ) );
+    EXPECT_EQ( column.GetDataFloat( 5 ), 2.5 );
+    EXPECT_EQ( ErrorOf( [&] { column.SetData( 1.0, -1, true ); } ), 1006u );
+}
+
+TEST( XPivotColumn, ReadsMissingRowsAsTheDefault )
+{
+    auto column = MakeFloats( { 1.0, std::nullopt, 3.0 } );
+    column.SetData( 2.0, 1, false );
+    EXPECT_TRUE( std::isnan( column.GetDataFloat( 1 ) ) );
+    EXPECT_EQ( column.FindDataFloat( 2.0 ), 1 ) << "stored values are found, present or not";
+    column.SetDataExists( 1, true );
+    EXPECT_EQ( column.GetDataFloat( 1 ), 2.0 );
+    column.SetDataExists( 3, true );
+    column.SetDataExists( -1, true );
+    EXPECT_EQ( column.GetColumnSize(), 3u );
+    EXPECT_FALSE( column.DoesDataExist( 3 ) );
+}
+
+TEST( XPivotColumn, ListsNumbersOfPresentRowsAndTextsOfAll )
+{
+    const auto column = MakeFloats( { 1.0, std::nullopt, 3.0 } );
+    EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 3.0 } ) );
+    EXPECT_EQ( column.GetStringVector(), ( XVector<XString>{ "1", "NaN", "3" } ) );
+    EXPECT_EQ( column.FindDataFloat( kNaN ), -1 );
+    EXPECT_EQ( column.FindDataString( "NaN" ), 1 );
+}
+
+TEST( XPivotColumn, ListsDistinctValues )
+{
+    const auto numbers = MakeFloats( { 3.0, kNaN, 1.0, std::nullopt, 3.0, kNaN, -0.0, 0.0 } ).GetFloatSet();
+    ASSERT_EQ( numbers.size(), 4u );
+    EXPECT_TRUE( std::isnan( numbers[0] ) );
+    EXPECT_EQ( XVector<double>( numbers.begin() + 1, numbers.end() ), ( XVector<double>{ 0.0, 1.0, 3.0 } ) );
+    const auto texts = MakeColumn<XPivotStringColumn>( { "ab", "x10", "x9", "a b", std::nullopt, "ab" } );
+    EXPECT_EQ( texts->GetStringSet(), ( XVector<XString>{ "a b", "ab", "x9", "x10" } ) );
+}
+
+TEST( XPivotColumn, ConvertsBetweenClassesWhenCopying )
+{
+    const auto source = MakeFloats( { 1.5, std::nullopt, -3.0 } );
+    XPivotStringColumn texts( kPivotUserDefined, "t", "", "" );
+    texts.AppendData( "first", true );
+    source.CopyRowsOver( 0, texts, 1, 3 );
+    EXPECT_EQ( texts.GetExistsVector(), ( XVector<std::uint8_t>{ 1, 1, 0, 1 } ) );
+    EXPECT_EQ( texts.GetDataVector(), ( XVector<XString>{ "first", "1.5", "NaN", "-3" } ) );
+    XPivotSInt32Column integers( kPivotUserDefined, "i", "", "" );
+    integers.AppendData( 7, true );
+    texts.CopyRowsInto( 1, integers, 0, 3 );
+    EXPECT_EQ( integers.GetFloatVector(), ( XVector<double>{ 1.0, -3.0, 7.0 } ) );
+    EXPECT_EQ( ErrorOf( [&] { texts.CopyRowOver( 0, integers, 0 ); } ), 1000u );
+}
+
+TEST( XPivotColumn, CopiesWithinItself )
+{
+    auto column = MakeFloats( { 1.0, 2.0, std::nullopt } );
+    column.CopyRowsOver( 0, column, 1, 3 );
+    EXPECT_EQ( column.GetExistsVector(), ( XVector<std::uint8_t>{ 1, 1, 1, 0 } ) );
+    EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 1.0, 2.0 } ) );
+    column += column;
+    EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 1.0, 2.0, 1.0, 1.0, 2.0 } ) );
+    column.CopyRowsInto( 0, column, 0, 0 );
+    EXPECT_EQ( column.GetColumnSize(), 8u );
+    EXPECT_EQ( ErrorOf( [&] { column.CopyRowsInto( 8, column, 0, 1 ); } ), 1006u );
+}
+
+TEST( XPivotColumn, InsertsAndDeletesRows )
+{
+    auto column = MakeFloats( { 0.0, 1.0, 2.0, 3.0, 4.0 } );
+    column.InsertEmptyRows( 5, 1 );
+    EXPECT_EQ( ErrorOf( [&] { column.InsertEmptyRows( 7, 1 ); } ), 1006u );
+    column.DeleteItems( 0, 1 );
+    column.DeleteItems( XRows{ 3, 0, 3 } );
+    EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 2.0, 3.0 } ) );
+    EXPECT_EQ( column.GetColumnSize(), 3u );
+    EXPECT_EQ( ErrorOf( [&] { column.DeleteItems( XRows{ 3 } ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { column.DeleteItems( 1, 0xFFFFFFFF ); } ), 1006u );
+    column.ResizeRows( 4 );
+    EXPECT_FALSE( column.DoesDataExist( 3 ) );
+    column.Clear();
+    EXPECT_TRUE( column.IsEmptyColumn() && column.GetColumnSize() == 0 );
+}
+
+TEST( XPivotColumn, EqualsWhenNumbersAndTextsDo )
+{
+    const auto column = MakeFloats( { 1.0, 2.0 } );
+    EXPECT_TRUE( column == MakeFloats( { 1.0, 2.0 } ) );
+    EXPECT_TRUE( column != MakeFloats( { 1.0, 3.0 } ) );
+    EXPECT_TRUE( column != MakeFloats( { 1.0 } ) );
+    const auto withMissing = MakeFloats( { 1.0, std::nullopt } );
+    EXPECT_TRUE( withMissing == withMissing );
+    EXPECT_TRUE( withMissing != MakeFloats( { 1.0, std::nullopt } ) );
+    const auto texts = MakeColumn<XPivotStringColumn>( { "no number", "1" } );
+    const std::unique_ptr<XPivotColumn> copy( texts->Clone() );
+    EXPECT_TRUE( *copy == *texts );
+    EXPECT_TRUE( *texts != static_cast<const XPivotColumn&>( column ) );
+}
+
+TEST( XPivotColumn, ClonesWithoutRows )
+{
+    auto column = MakeFloats( { 1.0 } );
+    column.SetVisibilityOptions( 5 );
+    const std::unique_ptr<XPivotColumn> clone( column.CloneWithoutCopy() );
+    EXPECT_EQ( clone->GetDescriptor(), column.GetDescriptor() );
+    EXPECT_EQ( clone->GetVisibilityOptions(), 5u );
+    EXPECT_EQ( clone->GetColumnSize(), 0u );
+    const std::unique_ptr<XPivotColumn> unnamed( XPivotTimeColumn().CloneWithoutCopy() );
+    EXPECT_TRUE( unnamed->GetDescriptor().IsNull() );
+}
+
+TEST( XPivotColumn, RemovesNaNsAndRepeatsRows )
+{
+    auto column = MakeFloats( { kNaN, 1.0, std::nullopt, 2.0 } );
+    XRows rows;
+    EXPECT_TRUE( column.RemoveNaNs( rows ) );
+    EXPECT_EQ( rows, ( XRows{ 1, 3 } ) );
+    EXPECT_FALSE( column.RemoveNaNs( rows ) );
+    column.DuplicateAllValues( 2, true );
+    EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 1.0, 2.0, 2.0 } ) );
+    column.DuplicateAllValues( 2, false );
+    EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 1.0, 2.0, 2.0, 1.0, 1.0, 2.0, 2.0 } ) );
+    column.DuplicateAllValues( 0, false );
+    EXPECT_EQ( column.GetColumnSize(), 0u );
+}
+
+TEST( XPivotIntegerColumns, HoldNumbersWithinTheirRange )
+{
+    XPivotSInt32Column integers;
+    integers.SetData( XVector<double>{ 2.9, -2.9, 1e20, -kInfinity, kNaN } );
+    EXPECT_EQ( integers.GetDataVector(), ( XVector<std::int32_t>{ 2, -2, 0x7FFFFFFF, -0x7FFFFFFF - 1, 0 } ) );
+    XPivotUInt32Column naturals;
+    naturals.SetData( XVector<XString>{ "-1", "4294967296", "17 apples" } );
+    EXPECT_EQ( naturals.GetDataVector(), ( XVector<std::uint32_t>{ 0, 0xFFFFFFFF, 17 } ) );
+    EXPECT_EQ( ErrorOf( [&] { naturals.SetData( "apples", 0, true ); } ), 1000u );
+    naturals.SetData( "apples", 0, false );
+    EXPECT_EQ( naturals.FindDataFloat( 16.5 ), -1 );
+    EXPECT_EQ( naturals.FindDataFloat( 17.0 ), 2 );
+}
+
+TEST( XPivotTimeColumn, ReadsBackTheTextItShows )
+{
+    XPivotTimeColumn column;
+    column.AppendData( XTime( 2026, 3, 5, 16, 7, 8.901234 ), true );
+    EXPECT_EQ( column.GetDataString( 0 ), "2026-03-05 16:07:08.901234" );
+    column.SetData( column.GetDataString( 0 ), 1, true );
+    EXPECT_EQ( column.GetValue( 0 ), column.GetValue( 1 ) );
+    column.SetData( 1e30, 2, true );
+    EXPECT_EQ( column.GetValue( 2 ).GetMicroSeconds(), std::numeric_limits<std::int64_t>::max() );
+    EXPECT_EQ( ErrorOf( [&] { column.SetData( "soon", 0, true ); } ), 1007u );
+    EXPECT_FALSE( column.IsFilterable() );
+}
+
+TEST( XPivotUUIDColumn, ShowsTextAndHash )
+{
+    XPivotUUIDColumn column;
+    column.SetData( "f81d4fae-7dec-11d0-a765-00a0c91e6bf6", 0, true );
+    EXPECT_EQ( column.GetDataFloat( 0 ), static_cast<double>( column.GetValue( 0 ).GetHash() ) );
+    EXPECT_EQ( column.GetDataString( 0 ), "f81d4fae-7dec-11d0-a765-00a0c91e6bf6" );
+    column.SetData( 5.0, 1, true );
+    EXPECT_EQ( column.GetColumnSize(), 1u ) << "a number is no identifier";
+    EXPECT_EQ( ErrorOf( [&] { column.SetData( "x", 1, true ); } ), 1026u );
+    EXPECT_EQ( column.GetColumnSize(), 1u );
+}
+
+TEST( XPivotVersionColumn, ShowsDescriptionsByClassAlone )
+{
+    const auto column = MakeColumn<XPivotVersionColumn>(
+        { XVersion( kClassPivotTable ), XVersion( 0x1234u ), XVersion( 0x51234u ), std::nullopt } );
+    EXPECT_EQ( column->GetDataString( 0 ), "Table" );
+    EXPECT_EQ( column->GetDataString( 1 ), "<Unknown object type 4660>" );
+    EXPECT_EQ( column->GetDataString( 2 ), "<Unknown object type 4660>" );
+    EXPECT_EQ( column->GetDataString( 3 ), "<Unknown object type 0>" );
+    EXPECT_TRUE( std::isnan( column->GetDataFloat( 0 ) ) );
+    const auto read = [&]
+    {
+        for ( int i = 0; i < 2000; ++i )
+            EXPECT_EQ( column->GetDataString( 0 ), "Table" );
+    };
+    std::thread other( read );
+    for ( int i = 0; i < 2000; ++i )
+        EXPECT_EQ( column->GetDataString( 1 ), "<Unknown object type 4660>" );
+    other.join();
+}
+
+TEST( XPivotUnknownColumn, HasRowsButNoValues )
+{
+    XPivotUnknownColumn column( kPivotUserDefined, "?", "", "" );
+    column.InsertEmptyRows( 0, 3 );
+    column.SetData( 1.0, 0, true );
+    column.SetDataExists( 0, true );
+    EXPECT_EQ( column.GetColumnSize(), 3u );
+    EXPECT_TRUE( column.IsEmptyColumn() );
+    EXPECT_EQ( column.GetDataString( 2 ), "N/A" );
+    EXPECT_EQ( column.GetDataFloat( 2 ), 0.0 );
+    EXPECT_EQ( column.FindDataFloat( 0.0 ), -1 );
+    XRows order;
+    column.Sort( kSortDescending, order );
+    EXPECT_EQ( order, ( XRows{ 0, 1, 2 } ) );
+    XPivotStringColumn texts;
+    column.CopyRowsInto( 1, texts, 0, 2 );
+    EXPECT_EQ( texts.GetExistsVector(), ( XVector<std::uint8_t>{ 0, 0 } ) );
+}

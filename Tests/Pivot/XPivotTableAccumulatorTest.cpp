@@ -1,0 +1,223 @@
+#include "Pivot/XPivotTableAccumulator.h"
+#include "Pivot/ColumnTools.h"
+#include "Pivot/XPivotSums.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace
+{
+using XType = XPivotTableAccumulator::XPivotTableAccumulatorType;
+using XResult = XPivotTableAccumulator::XAccumulationResult;
+
+constexpr double kLargest = std::numeric_limits<double>::max();
+constexpr double kSmallestNormal = std::numeric_limits<double>::min();
+
+XPivotTableAccumulator MakeAccumulator( std::initializer_list<unsigned> inTypes )
+{
+    XPivotTableAccumulator accumulator( static_cast<XType>( *inTypes.begin() ) );
+    for ( const unsigned type : inTypes )
+        accumulator.AddType( static_cast<XType>( type ) );
+    return accumulator;
+}
+
+XResult Accumulate( unsigned inType, const std::vector<std::optional<double>>& inRows )
+{
+    return MakeAccumulator( { inType } ).AccumulateColumn( *MakeColumn<XPivotFloatColumn>( inRows ) );
+}
+
+/// Value and validity of each entry, as text that a failure shows.
+std::string Show( const XResult& inResult )
+{
+    std::string text;
+    for ( const auto& entry : inResult )
+    {
+        text += text.empty() ? "" : " ";
+        text += entry.isText ? "'" + std::string( entry.text ) + "'=" : "";
+        text +=
+            entry.isValid ? XString( entry.value, XString::kFloatScientific ).GetConstCharPtr() : "invalid";
+    }
+    return text;
+}
+} // namespace
+
+TEST( XPivotTableAccumulator, ShowsTheValueOfASingleRow )
+{
+    EXPECT_EQ( Show( Accumulate( 0, { std::nullopt, 2.5 } ) ), "'2.5'=2.500000E+00" );
+    EXPECT_EQ( Show( Accumulate( 0, { 2.5, 2.5 } ) ), "invalid" );
+    EXPECT_EQ( Show( Accumulate( 0, {} ) ), "invalid" );
+    EXPECT_EQ( Show( Accumulate( 0, { kNaN } ) ), "'NaN'=invalid" );
+    const auto name = MakeColumn<XPivotStringColumn>( { "a name" } );
+    EXPECT_EQ( Show( MakeAccumulator( { 0 } ).AccumulateColumn( *name ) ), "'a name'=invalid" );
+}
+
+TEST( XPivotTableAccumulator, AddsAndMultiplies )
+{
+    EXPECT_EQ( Show( Accumulate( 1, { 1.0, std::nullopt, 4.0 } ) ), "2.500000E+00" );
+    EXPECT_EQ( Show( Accumulate( 2, { 1.0, std::nullopt, 4.0 } ) ), "5.000000E+00" );
+    EXPECT_EQ( Show( Accumulate( 3, { 3.0, std::nullopt, -4.0 } ) ), "-1.200000E+01" );
+    for ( const unsigned type : { 1u, 2u, 3u } )
+        EXPECT_EQ( Show( Accumulate( type, { 1.0, kNaN, 5.0 } ) ), "invalid" ) << type;
+    EXPECT_EQ( Show( Accumulate( 1, { std::nullopt } ) ), "invalid" );
+    EXPECT_EQ( Show( Accumulate( 2, {} ) ), "0.000000E+00" );
+    EXPECT_EQ( Show( Accumulate( 3, {} ) ), "1.000000E+00" );
+    EXPECT_EQ( Show( Accumulate( 2, { kInfinity, 1.0 } ) ), "INF" );
+    EXPECT_EQ( Show( Accumulate( 2, { kInfinity, -kInfinity } ) ), "NaN" ) << "no value was NaN";
+}
+
+TEST( XPivotTableAccumulator, CountsRowsOfAnyColumn )
+{
+    const auto texts = MakeColumn<XPivotStringColumn>( { "a", "b", std::nullopt, "c" } );
+    EXPECT_EQ( Show( MakeAccumulator( { 4 } ).AccumulateColumn( *texts ) ), "'3'=3.000000E+00" );
+    EXPECT_EQ( Show( Accumulate( 4, { kNaN } ) ), "'1'=1.000000E+00" );
+}
+
+TEST( XPivotTableAccumulator, KeepsTheStartingValuesOfTheExtremes )
+{
+    EXPECT_EQ( Show( Accumulate( 5, { 1.0, kNaN, 5.0 } ) ), "1.000000E+00 5.000000E+00" );
+    const XResult negative = Accumulate( 5, { -3.0, -1.0 } );
+    EXPECT_EQ( negative[0].value, -3.0 );
+    EXPECT_EQ( negative[1].value, kSmallestNormal );
+    EXPECT_TRUE( negative[0].isValid && negative[1].isValid );
+    const XResult nothing = Accumulate( 5, { kNaN, std::nullopt } );
+    EXPECT_EQ( nothing[0].value, kLargest );
+    EXPECT_EQ( nothing[1].value, kSmallestNormal );
+    EXPECT_FALSE( nothing[0].isValid || nothing[1].isValid );
+    EXPECT_EQ( Accumulate( 5, { kInfinity } )[0].value, kLargest );
+}
+
+TEST( XPivotTableAccumulator, TakesTheSpreadOfNumbersAlone )
+{
+    EXPECT_EQ( Show( Accumulate( 6, { 1.0, kNaN, 5.0 } ) ), "4.000000E+00 2.000000E+00" );
+    EXPECT_EQ( Show( Accumulate( 7, { 1.0, kNaN, 5.0, 1.0, 5.0 } ) ), "1.000000E+00" );
+    EXPECT_EQ( Show( Accumulate( 6, { kNaN } ) ), "invalid invalid" );
+    EXPECT_EQ( Show( Accumulate( 7, {} ) ), "invalid" );
+    EXPECT_EQ( Show( Accumulate( 6, { kInfinity } ) ), "NaN NaN" );
+}
+
+TEST( XPivotTableAccumulator, ReadsTextsAsNumbersAndOthersAsNaN )
+{
+    const auto texts = MakeColumn<XPivotStringColumn>( { "1", "none", "3" } );
+    EXPECT_EQ(
+        Show( MakeAccumulator( { 1, 5 } ).AccumulateColumn( *texts ) ), "invalid 1.000000E+00 3.000000E+00" );
+    const auto times = MakeColumn<XPivotTimeColumn>( { XTime( 4 ), std::nullopt, XTime( 8 ) } );
+    EXPECT_EQ( Show( MakeAccumulator( { 1 } ).AccumulateColumn( *times ) ), "6.000000E+00" );
+    const auto versions = MakeColumn<XPivotVersionColumn>( { XVersion( 35u ) } );
+    EXPECT_EQ( Show( MakeAccumulator( { 1 } ).AccumulateColumn( *versions ) ), "invalid" );
+}
+
+TEST( XPivotTableAccumulator, ListsWhatItsTypesGiveInTheirOrder )
+{
+    const auto accumulator = MakeAccumulator( { 6, 1 } );
+    EXPECT_EQ( accumulator.GetNumValues(), 3u );
+    EXPECT_EQ( accumulator.GetColumnStrings(), ( XVector<XString>{ "Mean", "Variance", "S.D." } ) );
+    EXPECT_EQ( accumulator.GetStringDescription(), "Multiple values" );
+    EXPECT_EQ( MakeAccumulator( { 5 } ).GetStringDescription(), "Min / Max" );
+    EXPECT_EQ( XPivotTableAccumulator().GetStringDescription(), "Mean" );
+    EXPECT_TRUE( accumulator == MakeAccumulator( { 1, 6 } ) && accumulator != XPivotTableAccumulator() );
+    EXPECT_EQ( ErrorOf( [] { MakeAccumulator( { 8 } ); } ), 1006u );
+    XVector<XString> descriptions;
+    XPivotTableAccumulator::GetAllAccumulatorDescriptions( descriptions );
+    EXPECT_EQ(
+        descriptions,
+        ( XVector<XString>{
+            "Value", "Mean", "Sum", "Product", "Count", "Min / Max", "Variance / SD", "Standard Error" } ) );
+    const XVector<std::pair<bool, double>> defaults =
+        MakeAccumulator( { 0, 1, 2, 3, 4, 5, 6, 7 } ).GetDefaultFloats();
+    ASSERT_EQ( defaults.size(), 10u );
+    for ( std::size_t i = 0; i < defaults.size(); ++i )
+        EXPECT_EQ( defaults[i], std::pair( i == 2 || i == 4, 0.0 ) ) << i;
+}
+
+TEST( XPivotTableAccumulator, StreamsItsTypes )
+{
+    XMemStream stream;
+    MakeAccumulator( { 6, 1 } ).WriteStream2( stream );
+    EXPECT_EQ( Hex( stream ), "ca050000020106" );
+    EXPECT_EQ( MakeAccumulator( { 6, 1 } ).GetStreamUsage(), 7u );
+    const XBytes bytes = Write( MakeAccumulator( { 6, 1 } ) );
+    EXPECT_EQ( *Read<XPivotTableAccumulator>( bytes ), MakeAccumulator( { 1, 6 } ) );
+    ExpectDamageIsSeen( bytes );
+    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ca050000 ca050000 01 08" ) ); } ), 1005u );
+    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ca050000 ca050100 01 01" ) ); } ), 1015u );
+}
+
+TEST( XPivotColumnSummary, IsNearerTheExactSumThanAddingInOrder )
+{
+    std::mt19937_64 random( 11 );
+    std::uniform_real_distribution<double> exponents( -40.0, 40.0 );
+    for ( int round = 0; round < 50; ++round )
+    {
+        XPivotFloatColumn column;
+        long double exact = 0.0;
+        double inOrder = 0.0;
+        for ( int i = 0; i < 5000; ++i )
+        {
+            const double value = std::ldexp(
+                static_cast<double>( random() >> 12 ) - 1e15, static_cast<int>( exponents( random ) ) );
+            column.AppendData( value, true );
+            exact += value;
+            inOrder += value;
+        }
+        const long double ours = XPivotColumnSummary( column ).GetMoments().sum;
+        const long double unit = std::abs( exact ) * std::numeric_limits<double>::epsilon();
+        EXPECT_LE( std::abs( ours - exact ), std::max( std::abs( inOrder - exact ), unit ) );
+    }
+    const auto cancelling = MakeColumn<XPivotFloatColumn>( { 1e100, 1.0, -1e100, 1e16, 1.0, -1e16 } );
+    EXPECT_EQ( XPivotColumnSummary( *cancelling ).GetMoments().sum, 2.0 );
+}
+
+TEST( XPivotColumnSummary, AgreesWithAPlainReference )
+{
+    std::mt19937 random( 5 );
+    std::normal_distribution<double> normal( 1e6, 3.0 );
+    for ( const int count : { 1, 15, 16, 17, 4095, 4096, 4113, 12345 } )
+    {
+        XPivotFloatColumn column;
+        long double sum = 0.0, squares = 0.0;
+        std::uint64_t numbers = 0, present = 0;
+        for ( int i = 0; i < count; ++i )
+        {
+            const double value = random() % 20 ? normal( random ) : kNaN;
+            const bool exists = random() % 10 != 0;
+            column.AppendData( value, exists );
+            present += exists;
+            numbers += exists && !std::isnan( value );
+            sum += exists && !std::isnan( value ) ? value : 0.0;
+        }
+        for ( const double value : column.GetFloatVector() )
+            squares += std::isnan( value ) ? 0.0L : ( value - sum / numbers ) * ( value - sum / numbers );
+        const XPivotColumnSummary summary( column );
+        EXPECT_EQ( summary.GetMoments().count, present );
+        EXPECT_EQ( summary.GetMoments().numbers, numbers );
+        EXPECT_DOUBLE_EQ( summary.GetMoments().sum, static_cast<double>( sum ) );
+        EXPECT_NEAR(
+            summary.GetSquaredDeviations(), static_cast<double>( squares ),
+            1e-9 * static_cast<double>( squares ) );
+    }
+}
+
+TEST( XPivotSums, AreTheSameOnEveryProcessor )
+{
+    std::mt19937 random( 7 );
+    std::vector<double> values( 1003 );
+    std::vector<std::uint8_t> exists( values.size() );
+    for ( std::size_t i = 0; i < values.size(); ++i )
+    {
+        values[i] = random() % 9
+            ? std::ldexp( static_cast<double>( random() ) - 2e9, static_cast<int>( random() % 60 ) )
+            : kNaN;
+        exists[i] = random() % 8 != 0;
+    }
+    const XPivotColumn::XFloatBlock block = {
+        values.data(), exists.data(), static_cast<std::uint32_t>( values.size() ) };
+    XPivotMomentSums fast, plain;
+    XGetPivotSumLoops().addMoments( block, fast );
+    XGetPortablePivotSumLoops().addMoments( block, plain );
+    EXPECT_EQ( std::memcmp( &fast, &plain, sizeof fast ), 0 );
+    XPivotSums fastSquares, plainSquares;
+    XGetPivotSumLoops().addSquares( block, 3.25, fastSquares );
+    XGetPortablePivotSumLoops().addSquares( block, 3.25, plainSquares );
+    EXPECT_EQ( std::memcmp( &fastSquares, &plainSquares, sizeof fastSquares ), 0 );
+}

@@ -1,0 +1,190 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+const XPivotColumnDescriptor kArea( kPivotArea, "", "", "px" );
+
+/// Areas and names that belong together, and an unknown column.
+XPivotTable MakeTable( const std::vector<std::optional<double>>& inAreas )
+{
+    XPivotTable table;
+    auto& areas = table.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", "px" ) );
+    for ( const auto& area : inAreas )
+        areas.AppendData( area.value_or( kNaN ), area.has_value() );
+    auto names = std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" );
+    for ( std::uint32_t row = 0; row < areas.GetColumnSize(); ++row )
+        names->AppendData( "area " + areas.GetDataString( row ), true );
+    table.AddColumn( std::move( names ) );
+    auto unknown = std::make_unique<XPivotUnknownColumn>( kPivotUserDefined, "?", "", "" );
+    unknown->ResizeRows( areas.GetColumnSize() );
+    table.AddColumn( std::move( unknown ) );
+    return table;
+}
+
+void ExpectInStep( const XPivotTable& inTable, const XVector<XString>& inAreas )
+{
+    EXPECT_EQ( inTable.GetColumn( 0 ).GetStringVector(), inAreas );
+    ASSERT_EQ( inTable.GetColumn( 1 ).GetColumnSize(), inAreas.size() );
+    ASSERT_EQ( inTable.GetColumn( 2 ).GetColumnSize(), inAreas.size() );
+    for ( std::uint32_t row = 0; row < inAreas.size(); ++row )
+        EXPECT_EQ( inTable.GetColumn( 1 ).GetDataString( row ), "area " + inAreas[row] );
+}
+} // namespace
+
+TEST( XPivotTable, FindsStandardColumnsWithoutTheirName )
+{
+    XPivotTable table = MakeTable( { 1.0 } );
+    EXPECT_EQ( table.FindColumn( kArea ), &table.GetColumn( 0 ) );
+    EXPECT_EQ( table.FindColumn( table.GetColumn( 1 ).GetDescriptor() ), &table.GetColumn( 1 ) );
+    EXPECT_EQ( table.FindColumnIndex( XPivotColumnDescriptor( kPivotUserDefined, "?", "", "" ) ), 2 );
+    EXPECT_EQ( table.FindColumn( XPivotColumnDescriptor( kPivotUserDefined, "", "", "" ) ), nullptr );
+    EXPECT_EQ( table.FindColumn( XPivotColumnDescriptor( kPivotArea, "", "C1", "px" ) ), nullptr );
+}
+
+TEST( XPivotTable, TakesColumnsOfItsLengthOnly )
+{
+    XPivotTable table = MakeTable( { 1.0, 2.0 } );
+    EXPECT_EQ( ErrorOf( [&] { table.AddColumn( std::make_unique<XPivotFloatColumn>() ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { table.AddColumn( std::unique_ptr<XPivotFloatColumn>() ); } ), 1006u );
+    const std::unique_ptr<XPivotColumn> removed = table.RemoveColumn( 0 );
+    EXPECT_EQ( removed->GetTable(), nullptr );
+    EXPECT_EQ( table.GetNumColumns(), 2u );
+    EXPECT_EQ( ErrorOf( [&] { table.GetColumn( 2 ); } ), 1006u );
+}
+
+TEST( XPivotTable, OwnsDeepCopies )
+{
+    XPivotTable table = MakeTable( { 1.0, 2.0 } );
+    XPivotTable copy = table;
+    table.Clear();
+    ExpectInStep( copy, { "1", "2" } );
+    EXPECT_EQ( copy.GetColumn( 0 ).GetTable(), &copy );
+    const XPivotTable moved = std::move( copy );
+    EXPECT_EQ( moved.GetColumn( 2 ).GetTable(), &moved );
+    table = moved;
+    ExpectInStep( table, { "1", "2" } );
+    EXPECT_EQ( table.GetColumn( 0 ).GetTable(), &table );
+}
+
+TEST( XPivotTable, KeepsColumnsInStep )
+{
+    XPivotTable table = MakeTable( { 3.0, std::nullopt, 1.0, 3.0, 2.0 } );
+    XRows order;
+    table.Sort( 0, XPivotTable::kSortDescending, &order );
+    EXPECT_EQ( order, ( XRows{ 0, 3, 4, 2, 1 } ) );
+    ExpectInStep( table, { "3", "3", "2", "1", "NaN" } );
+    table.Sort( 1, XPivotTable::kSortAscending );
+    ExpectInStep( table, { "1", "2", "3", "3", "NaN" } );
+    table.Sort( 2, XPivotTable::kSortDescending );
+    ExpectInStep( table, { "1", "2", "3", "3", "NaN" } );
+    table.DeleteRows( 0, 1 );
+    table.DeleteRows( XRows{ 3, 1 } );
+    ExpectInStep( table, { "2", "3" } );
+    table.KeepRows( { 1, 0 } );
+    ExpectInStep( table, { "3", "2" } );
+    EXPECT_EQ( ErrorOf( [&] { table.KeepRows( { 2 } ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { table.DeleteRows( 1, 2 ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { table.InsertEmptyRows( 3, 1 ); } ), 1006u );
+    ExpectInStep( table, { "3", "2" } );
+}
+
+TEST( XPivotTable, FiltersRows )
+{
+    XPivotTable table = MakeTable( { 3.0, std::nullopt, 1.0, 3.0, 2.0 } );
+    EXPECT_EQ( table.FindRows( 0, XPivotTable::kFilterGreater, 1.5 ), ( XRows{ 0, 3, 4 } ) );
+    table.FilterRows( 0, XPivotTable::kFilterGreater, 1.5 );
+    ExpectInStep( table, { "3", "3", "2" } );
+    table.FilterRows( 1, XPivotTable::kFilterContains, XString( "3" ) );
+    ExpectInStep( table, { "3", "3" } );
+}
+
+TEST( XPivotTable, AppendsByDescriptor )
+{
+    XPivotTable table = MakeTable( { 1.0 } );
+    XPivotTable other;
+    other.AddColumn( MakeColumn<XPivotSInt32Column>( { 8, 9 } ) );
+    auto areas = std::make_unique<XPivotSInt32Column>( kPivotArea, "", "", "px" );
+    areas->SetData( XVector<double>{ 5.0, 6.0 } );
+    other.AddColumn( std::move( areas ) );
+    table.Append( other );
+    ASSERT_EQ( table.GetNumColumns(), 4u );
+    EXPECT_EQ( table.GetColumn( 0 ).GetFloatVector(), ( XVector<double>{ 1.0, 5.0, 6.0 } ) );
+    EXPECT_EQ( table.GetColumn( 1 ).GetExistsVector(), ( XVector<std::uint8_t>{ 1, 0, 0 } ) );
+    EXPECT_EQ( table.GetColumn( 2 ).GetColumnSize(), 3u );
+    EXPECT_EQ( table.GetColumn( 3 ).GetExistsVector(), ( XVector<std::uint8_t>{ 0, 1, 1 } ) );
+    table.Append( table );
+    EXPECT_EQ( table.GetNumRows(), 6u );
+}
+
+TEST( XPivotTable, IsAsItWasWhenAppendingFails )
+{
+    XPivotTable table = MakeTable( { 1.0 } );
+    XPivotTable other;
+    auto names = std::make_unique<XPivotStringColumn>( kPivotArea, "", "", "px" );
+    names->SetData( XVector<XString>{ "5", "large" } );
+    other.AddColumn( std::move( names ) );
+    EXPECT_EQ( ErrorOf( [&] { table.Append( other ); } ), 1000u );
+    ExpectInStep( table, { "1" } );
+}
+
+TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )
+{
+    XPivotTable table;
+    table.AddColumn( MakeColumn<XPivotSInt32Column>( { 5 } ) );
+    XMemStream stream;
+    table.WriteStream2( stream );
+    const std::string column =
+        "b1050000 ad050000 ac050000 ac050000 01000000 04000000 6e616d65 00000000 00000000 00000000 "
+        "00000000 01000000 01 b1050000 00000000 01000000 00000000 05000000 00000000";
+    XBytes expected = FromHex( "d1070000 01000000 4900000000000000" + column );
+    EXPECT_EQ( BytesOf( stream ), expected );
+}
+
+TEST( XPivotTable, ReadsBackAndSeesDamage )
+{
+    const XPivotTable table = MakeTable( { 3.0, std::nullopt } );
+    const XBytes bytes = Write( table );
+    ExpectInStep( *Read<XPivotTable>( bytes ), { "3", "NaN" } );
+    EXPECT_EQ( Write( *Read<XPivotTable>( bytes ) ), bytes );
+    EXPECT_EQ( Read<XPivotTable>( Write( XPivotTable() ) )->GetNumColumns(), 0u );
+    ExpectDamageIsSeen( bytes );
+}
+
+TEST( XPivotTable, RefusesWhatIsInconsistent )
+{
+    const std::string head = "d1070000 d1070000 ";
+    const std::string descriptor =
+        "ad050000 ac050000 ac050000 01000000 00000000 00000000 00000000 00000000 00000000 00000000 ";
+    const std::string twoRows = "3400000000000000 c8050000 " + descriptor + "c8050000 02000000 "; // 52 bytes
+    const std::string oneRow = "3400000000000000 c8050000 " + descriptor + "c8050000 01000000 ";
+    const auto error = []( const std::string& inHex )
+    { return ErrorOrZero( [&] { Read( FromHex( inHex ) ); } ); };
+    EXPECT_EQ( error( head + "02000000" + twoRows + twoRows ), 0u );
+    EXPECT_EQ( error( head + "02000000" + twoRows + oneRow ), 1005u );
+    EXPECT_EQ( error( head + "ffffffff" + twoRows + twoRows ), 1260u );
+    EXPECT_EQ( error( head + "01000000 3500000000000000" + twoRows.substr( 17 ) + "00" ), 1005u );
+    EXPECT_EQ( error( head + "01000000 3300000000000000" + twoRows.substr( 17 ) ), 1005u );
+    EXPECT_EQ( error( head + "01000000 ffffffffffffffff" + twoRows.substr( 17 ) ), 1260u );
+    EXPECT_EQ( error( head + "01000000 0400000000000000 00000000" ), 1005u ); // a null object
+    EXPECT_EQ( error( head + "01000000 0400000000000000 34120000" ), 1003u ); // an unknown class
+    EXPECT_EQ( error( head + "01000000 0c00000000000000 d1070000 d1070000 00000000" ), 1005u ); // a table
+}
+
+TEST( XPivotTable, RefusesTablesNestedAsColumns )
+{
+    std::string nested = "d1070000";
+    for ( int depth = 0; depth < 20000; ++depth )
+        nested += "d1070000010000000001000000000000d1070000";
+    EXPECT_EQ( ErrorOf( [&] { Read( FromHex( nested ) ); } ), 1005u );
+}
+
+TEST( XPivotTable, IsAsItWasWhenReadingFails )
+{
+    XPivotTable table = MakeTable( { 1.0 } );
+    XBytes bytes = Write( MakeTable( { 2.0, 3.0 } ) );
+    XMemStream stream( bytes.data() + 4, bytes.size() - 5 );
+    EXPECT_EQ( ErrorOf( [&] { table.ReadStream2( stream ); } ), 1260u );
+    ExpectInStep( table, { "1" } );
+}

@@ -1,0 +1,158 @@
+#include "WSemaphore.h"
+
+#include "WEvent.h"
+#include "WThread.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr std::uint32_t kPatience = 60'000;
+
+/// A platform thread that makes one alertable wait.
+class AlertableWaiter : private WThreadBody
+{
+public:
+    explicit AlertableWaiter( WSemaphore& inSemaphore ) : itsSemaphore( inSemaphore ), itsThread( *this )
+    {
+        itsThread.Start();
+    }
+
+    void Wake() { itsThread.Wake(); }
+
+    WWaitResult GetResult()
+    {
+        itsHasEnded.Wait();
+        return itsResult;
+    }
+
+private:
+    void RunThread() override
+    {
+        itsResult = itsSemaphore.Wait( kNoTimeout, true );
+        throw 1; // ends the thread quietly
+    }
+    std::int32_t FinishThread() noexcept override
+    {
+        itsThread.Ended();
+        itsHasEnded.Set();
+        return 0;
+    }
+
+    WSemaphore& itsSemaphore;
+    WEvent itsHasEnded;
+    WWaitResult itsResult = kWaitTimedOut;
+    WThread itsThread; // last: its destructor waits for the thread
+};
+
+} // namespace
+
+TEST( WSemaphore, CountsUnits )
+{
+    WSemaphore semaphore( 2 );
+    EXPECT_EQ( kWaitSucceeded, semaphore.Wait( 0 ) );
+    EXPECT_TRUE( semaphore.TryWait() );
+    EXPECT_FALSE( semaphore.TryWait() );
+    EXPECT_EQ( kWaitTimedOut, semaphore.Wait( 0 ) );
+    EXPECT_EQ( kWaitTimedOut, semaphore.Wait( 10 ) );
+    semaphore.Signal( 3 );
+    EXPECT_EQ( 3u, semaphore.GetCount() );
+}
+
+// Units come in batches and waits end by time-out; in the end every unit was taken by one thread.
+TEST( WSemaphore, GivesEveryUnitToOneThread )
+{
+    constexpr std::uint32_t kUnits = 20'000;
+    WSemaphore semaphore;
+    std::atomic<std::uint32_t> taken = 0;
+    const auto take = [&]
+    {
+        while ( taken < kUnits )
+        {
+            if ( semaphore.Wait( 5 ) == kWaitSucceeded )
+                ++taken;
+        }
+    };
+    std::vector<std::thread> threads;
+    for ( int i = 0; i < 3; ++i )
+        threads.emplace_back( take );
+    for ( std::uint32_t given = 0; given < kUnits; given += 4 )
+        semaphore.Signal( 4 );
+    for ( auto& thread : threads )
+        thread.join();
+    EXPECT_EQ( kUnits, taken );
+    EXPECT_EQ( 0u, semaphore.GetCount() );
+}
+
+TEST( WSemaphore, MayBeDestroyedByTheThreadThatWasSignalled )
+{
+    for ( int turn = 0; turn < 200; ++turn )
+    {
+        auto semaphore = std::make_unique<WSemaphore>();
+        std::thread signaller( [signalled = semaphore.get()] { signalled->Signal(); } );
+        EXPECT_EQ( kWaitSucceeded, semaphore->Wait( kPatience ) );
+        semaphore.reset();
+        signaller.join();
+    }
+}
+
+TEST( WSemaphore, AlertEndsOneWaitAndTakesNoUnit )
+{
+    for ( int turn = 0; turn < 100; ++turn )
+    {
+        WSemaphore semaphore;
+        AlertableWaiter alerted( semaphore );
+        alerted.Wake(); // before the wait, during it, or while it begins
+        EXPECT_EQ( kWaitAlerted, alerted.GetResult() );
+        AlertableWaiter racing( semaphore );
+        std::thread signaller( [&] { semaphore.Signal(); } );
+        racing.Wake();
+        signaller.join();
+        const WWaitResult result = racing.GetResult();
+        EXPECT_EQ( result == kWaitSucceeded ? 0u : 1u, semaphore.GetCount() );
+    }
+}
+
+TEST( WEvent, StaysSetUntilResetByHand )
+{
+    WEvent event;
+    EXPECT_EQ( kWaitTimedOut, event.Wait( 5 ) );
+    std::vector<std::thread> threads;
+    for ( int i = 0; i < 4; ++i )
+        threads.emplace_back( [&] { EXPECT_EQ( kWaitSucceeded, event.Wait( kPatience ) ); } );
+    event.Set();
+    event.Set();
+    for ( auto& thread : threads )
+        thread.join();
+    EXPECT_TRUE( event.IsSet() );
+    event.Clear();
+    EXPECT_EQ( kWaitTimedOut, event.Wait( 0 ) );
+}
+
+TEST( WEvent, LetsOneWaitSucceedWhenResetByWait )
+{
+    WEvent event( WEvent::kResetByWait, true );
+    EXPECT_EQ( kWaitSucceeded, event.Wait( 0 ) );
+    EXPECT_EQ( kWaitTimedOut, event.Wait( 0 ) );
+    WEvent back( WEvent::kResetByWait );
+    std::thread other(
+        [&]
+        {
+            for ( int turn = 0; turn < 2000; ++turn )
+            {
+                EXPECT_EQ( kWaitSucceeded, event.Wait( kPatience ) );
+                back.Set();
+            }
+        } );
+    for ( int turn = 0; turn < 2000; ++turn )
+    {
+        event.Set();
+        EXPECT_EQ( kWaitSucceeded, back.Wait( kPatience ) );
+    }
+    other.join();
+}
