@@ -5,8 +5,9 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <io.h>
-#include <shellapi.h>
 #include <windows.h>
+
+#include <shellapi.h> // needs the header above
 
 std::vector<std::string> WConsole::GetArguments( int, char** )
 {
