@@ -1,0 +1,75 @@
+// One column of any class, in either byte order (the first byte chooses), as an object. What can be read keeps its rows
+// through writing and reading again and through the row operations; what cannot is refused with a documented number.
+
+#include "Core/XException.h"
+#include "Core/XMemStream.h"
+#include "Pivot/XPivotColumn.h"
+#include "Pivot/XPivotTableAccumulator.h"
+#include "Startup/WInitCore.h"
+
+#include <cstdlib>
+#include <memory>
+#include <set>
+
+namespace
+{
+constexpr std::uint32_t kManyRows = 100'000; // a column without values may claim any number
+
+void Require( bool inHolds )
+{
+    if ( !inHolds )
+        std::abort();
+}
+
+void CheckRoundTrip( const XPivotColumn& inColumn )
+{
+    XMemStream first;
+    first.WriteObject( inColumn );
+    first.SeekTo( 0 );
+    const std::unique_ptr<XStorable> again( first.ReadObject() );
+    XMemStream second;
+    second.WriteObject( again.get() );
+    Require( first.IsAtEOF() && first.GetLength() == second.GetLength() );
+    Require( std::memcmp( first.GetData(), second.GetData(), first.GetLength() ) == 0 );
+}
+
+void UseRows( XPivotColumn& ioColumn )
+{
+    const std::uint32_t rows = ioColumn.GetColumnSize();
+    XVector<std::uint32_t> order;
+    ioColumn.Sort( kSortDescending, order );
+    Require( order.size() == rows );
+    XPivotTableAccumulator accumulator( XPivotTableAccumulator::kAccumulateNone );
+    for ( unsigned type = 1; type < 8; ++type )
+        accumulator.AddType( static_cast<XPivotTableAccumulator::XPivotTableAccumulatorType>( type ) );
+    Require( accumulator.AccumulateColumn( ioColumn ).size() == accumulator.GetNumValues() );
+    ioColumn += ioColumn;
+    ioColumn.RemoveDuplicates( order );
+    Require( order.size() == ioColumn.GetColumnSize() && order.size() <= rows );
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t inSize )
+{
+    static const WInitCore sCore;
+    static const std::set<std::uint32_t> sExpected = { 1003, 1004, 1005, 1006, 1007, 1015, 1260 };
+    if ( inSize == 0 )
+        return -1;
+    XMemStream stream( inData + 1, inSize - 1 );
+    stream.SetByteOrder( inData[0] & 1 ? kMotorolaOrder : kIntelOrder );
+    try
+    {
+        const std::unique_ptr<XStorable> object( stream.ReadObject() );
+        if ( auto* column = dynamic_cast<XPivotColumn*>( object.get() ) )
+        {
+            CheckRoundTrip( *column );
+            if ( column->GetColumnSize() < kManyRows )
+                UseRows( *column );
+        }
+    }
+    catch ( const XException& error )
+    {
+        Require( sExpected.contains( error.GetErrorNumber() ) );
+    }
+    return 0;
+}
