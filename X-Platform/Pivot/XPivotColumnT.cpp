@@ -264,8 +264,8 @@ void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
         if ( inStream.GetByteOrder() == kPlatformByteOrder &&
              XCanReadPivotRunBlocks( inStream, GetExistsVector(), sizeof( T ) ) )
         {
-            const auto refused =
-                XReadPivotRunBlocks( inStream, GetExistsVector(), itsColumnData.data(), sizeof( T ) );
+            const auto refused = XReadPivotRunBlocks(
+                inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
             if ( refused )
                 RefuseRun( inStream, *refused );
             return;

@@ -14,21 +14,34 @@ std::uint64_t GetRunsSize( const XPivotRunTotals& inTotals, std::size_t inValueS
     return inTotals.runs * kHeadSize + inTotals.rows * inValueSize + sizeof( std::uint32_t );
 }
 
+/// Runs of up to this many bytes are copied as that many, which takes no decisions, where what lies behind them allows
+/// it: bytes behind a run in a buffer are written or read next, and rows behind a run in a column are yet to come.
+constexpr std::size_t kShortRun = 128;
+
+struct XRunHead
+{
+    std::uint32_t length;
+    std::uint32_t start;
+};
+
 class XBlockWriter
 {
 public:
     explicit XBlockWriter( XStream& inStream ) : itsStream( inStream ) {}
 
-    void Write( const void* inBytes, std::size_t inCount )
+    /// `inReadable` bytes may be read at `inValues`, at least `inCount`.
+    void WriteRun(
+        const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount, std::size_t inReadable )
     {
-        if ( inCount > kBufferSize - itsFilled )
-        {
-            Flush();
-            if ( inCount > kBufferSize )
-                return itsStream.WriteBuffer8( inBytes, inCount );
-        }
-        std::memcpy( itsBuffer.get() + itsFilled, inBytes, inCount );
-        itsFilled += inCount;
+        if ( sizeof inHead + inCount > kBufferSize - itsFilled )
+            return WriteSlowly( inHead, inValues, inCount );
+        std::uint8_t* place = itsBuffer.get() + itsFilled;
+        std::memcpy( place, &inHead, sizeof inHead );
+        if ( inCount <= kShortRun && inReadable >= kShortRun )
+            std::memcpy( place + sizeof inHead, inValues, kShortRun );
+        else
+            std::memcpy( place + sizeof inHead, inValues, inCount );
+        itsFilled += sizeof inHead + inCount;
     }
 
     void Flush()
@@ -38,8 +51,16 @@ public:
     }
 
 private:
+    void WriteSlowly( const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount )
+    {
+        Flush();
+        itsStream.WriteBuffer8( &inHead, sizeof inHead );
+        itsStream.WriteBuffer8( inValues, inCount );
+    }
+
     XStream& itsStream;
-    std::unique_ptr<std::uint8_t[]> itsBuffer = std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize );
+    std::unique_ptr<std::uint8_t[]> itsBuffer =
+        std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize + kShortRun );
     std::size_t itsFilled = 0;
 };
 
@@ -55,6 +76,17 @@ public:
             return ReadSlowly( static_cast<std::uint8_t*>( outBytes ), inCount );
         std::memcpy( outBytes, itsBuffer.get() + itsUsed, inCount );
         itsUsed += inCount;
+    }
+
+    /// Reads a short run whole and puts `inBehind`, kShortRun bytes, behind it; false when it cannot.
+    bool ReadShortRun( std::uint8_t* outValues, std::size_t inCount, const std::uint8_t* inBehind )
+    {
+        if ( inCount > kShortRun || inCount > itsFilled - itsUsed )
+            return false;
+        std::memcpy( outValues, itsBuffer.get() + itsUsed, kShortRun );
+        std::memcpy( outValues + inCount, inBehind, kShortRun );
+        itsUsed += inCount;
+        return true;
     }
 
 private:
@@ -82,16 +114,11 @@ private:
 
     XStream& itsStream;
     std::uint64_t itsUnread; // of the bytes told of, not yet in the buffer
-    std::unique_ptr<std::uint8_t[]> itsBuffer = std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize );
+    std::unique_ptr<std::uint8_t[]> itsBuffer = std::make_unique<std::uint8_t[]>( kBufferSize + kShortRun );
     std::size_t itsFilled = 0;
     std::size_t itsUsed = 0;
 };
 
-struct XRunHead
-{
-    std::uint32_t length;
-    std::uint32_t start;
-};
 static_assert( sizeof( XRunHead ) == kHeadSize );
 } // namespace
 
@@ -99,18 +126,19 @@ void XWritePivotRunBlocks(
     XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues, std::size_t inValueSize )
 {
     const std::uint8_t* values = static_cast<const std::uint8_t*>( inValues );
+    const std::uint8_t* end = values + inExists.size() * inValueSize;
     XBlockWriter writer( inStream );
     XPivotRunFinder finder( inExists );
     XPivotRun run;
     while ( finder.Next( run ) )
     {
-        const XRunHead head = { run.length, run.start };
-        writer.Write( &head, sizeof head );
-        writer.Write( values + run.start * inValueSize, run.length * inValueSize );
+        const std::uint8_t* first = values + run.start * inValueSize;
+        writer.WriteRun(
+            { run.length, run.start }, first, run.length * inValueSize,
+            static_cast<std::size_t>( end - first ) );
     }
-    const std::uint32_t end = 0;
-    writer.Write( &end, sizeof end );
     writer.Flush();
+    inStream.Write32( 0 );
 }
 
 bool XCanReadPivotRunBlocks(
@@ -122,9 +150,14 @@ bool XCanReadPivotRunBlocks(
 }
 
 std::optional<XPivotRun> XReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, void* outValues, std::size_t inValueSize )
+    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues,
+    std::size_t inValueSize )
 {
+    std::uint8_t defaults[kShortRun];
+    for ( std::size_t i = 0; i < kShortRun; i += inValueSize )
+        std::memcpy( defaults + i, inDefault, inValueSize );
     std::uint8_t* values = static_cast<std::uint8_t*>( outValues );
+    const std::uint8_t* end = values + inExists.size() * inValueSize;
     XBlockReader reader( inStream, GetRunsSize( XCountPivotRuns( inExists ), inValueSize ) );
     XPivotRunFinder finder( inExists );
     XPivotRun run;
@@ -134,7 +167,11 @@ std::optional<XPivotRun> XReadPivotRunBlocks(
         reader.Read( &head, sizeof head );
         if ( head.length != run.length || head.start != run.start )
             return XPivotRun{ head.start, head.length };
-        reader.Read( values + run.start * inValueSize, run.length * inValueSize );
+        std::uint8_t* first = values + run.start * inValueSize;
+        const std::size_t size = run.length * inValueSize;
+        const bool hasRoom = static_cast<std::size_t>( end - first ) >= size + kShortRun;
+        if ( !hasRoom || !reader.ReadShortRun( first, size, defaults ) )
+            reader.Read( first, size );
     }
     reader.Read( &head.length, sizeof head.length );
     if ( head.length == 0 )

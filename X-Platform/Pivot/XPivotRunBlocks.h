@@ -17,7 +17,8 @@ void XWritePivotRunBlocks(
 bool XCanReadPivotRunBlocks(
     XStream& inStream, const XVector<std::uint8_t>& inExists, std::size_t inValueSize );
 
-/// Reads the runs of exactly these flags. Returns the first run in the stream that differs, if any; its
-/// values are not read.
+/// Reads the runs of exactly these flags into values that hold the default value so far. Returns the first run in the
+/// stream that differs, if any; its values are not read.
 std::optional<XPivotRun> XReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, void* outValues, std::size_t inValueSize );
+    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues,
+    std::size_t inValueSize );
