@@ -43,25 +43,6 @@ bool XPivotRunFinder::LoadNextWord()
     return true;
 }
 
-bool XPivotRunFinder::Next( XPivotRun& outRun )
-{
-    while ( itsWord == 0 )
-    {
-        if ( !LoadNextWord() )
-            return false;
-    }
-    const std::size_t start = itsWordRow + static_cast<std::size_t>( std::countr_zero( itsWord ) );
-    // Adding the lowest set bit carries through the run; what overflows went on to the end of the word.
-    std::uint64_t after = itsWord + ( itsWord & ( 0 - itsWord ) );
-    while ( after == 0 && LoadNextWord() )
-        after = itsWord + 1;
-    const std::size_t end =
-        after == 0 ? itsSize : itsWordRow + static_cast<std::size_t>( std::countr_zero( after ) );
-    itsWord &= after;
-    outRun = { static_cast<std::uint32_t>( start ), static_cast<std::uint32_t>( end - start ) };
-    return true;
-}
-
 XPivotRunTotals XCountPivotRuns( const XVector<std::uint8_t>& inExists )
 {
     XPivotRunTotals totals;

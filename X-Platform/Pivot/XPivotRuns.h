@@ -2,6 +2,8 @@
 
 #include "Core/XTypes.h"
 
+#include <bit>
+
 /// Consecutive present rows. Internal.
 struct XPivotRun
 {
@@ -34,6 +36,26 @@ private:
     std::size_t itsWordRow = 0; // the row of the word's lowest bit
     std::uint64_t itsWord = 0;  // a bit per row; cleared as runs are handed out
 };
+
+// Inline, so that callers get the run in registers: copied through memory it costs more than it took to find.
+inline bool XPivotRunFinder::Next( XPivotRun& outRun )
+{
+    while ( itsWord == 0 )
+    {
+        if ( !LoadNextWord() )
+            return false;
+    }
+    const std::size_t start = itsWordRow + static_cast<std::size_t>( std::countr_zero( itsWord ) );
+    // Adding the lowest set bit carries through the run; what overflows went on to the end of the word.
+    std::uint64_t after = itsWord + ( itsWord & ( 0 - itsWord ) );
+    while ( after == 0 && LoadNextWord() )
+        after = itsWord + 1;
+    const std::size_t end =
+        after == 0 ? itsSize : itsWordRow + static_cast<std::size_t>( std::countr_zero( after ) );
+    itsWord &= after;
+    outRun = { static_cast<std::uint32_t>( start ), static_cast<std::uint32_t>( end - start ) };
+    return true;
+}
 
 /// How many runs, and how many present rows in them.
 struct XPivotRunTotals
