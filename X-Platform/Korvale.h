@@ -75,6 +75,10 @@
 
 // Jobs
 #include "Jobs/RegisterJobsClasses.h"
+#include "Jobs/XJob.h"
+#include "Jobs/XJobCompletedMessage.h"
+#include "Jobs/XJobQueue.h"
+#include "Jobs/XJobSelector.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressAbortDisabler.h"
 #include "Jobs/XProgressChangedMessage.h"

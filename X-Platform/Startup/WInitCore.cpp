@@ -3,6 +3,7 @@
 #include "Core/XClassRegistry.h"
 #include "Core/XFail.h"
 #include "Core/XTime.h"
+#include "Jobs/XJobQueue.h"
 #include "Threads/XMainThread.h"
 #include "WCrashDump.h"
 #include "WEventLog.h"
@@ -43,6 +44,7 @@ WInitCore::WInitCore()
 
 WInitCore::~WInitCore()
 {
+    XJobQueue::EndWorkerThreads();
     XInternalErrorHandlers::Install( itsPreviousHandlers );
     itsMainThread.reset();
     sIsInitialised = false;

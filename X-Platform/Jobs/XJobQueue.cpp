@@ -1,0 +1,625 @@
+#include "Jobs/XJobQueue.h"
+
+#include "Core/XString.h"
+#include "Jobs/XHookCall.h"
+#include "Jobs/XJob.h"
+#include "Jobs/XJobPool.h"
+#include "Jobs/XJobWaiter.h"
+#include "Jobs/XProgress.h"
+#include "Messaging/XMessage.h"
+#include "Threads/XPreventThreadStop.h"
+#include "Threads/XThreadLock.h"
+#include "WDeadline.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace
+{
+
+constexpr std::int64_t kEveryTag = 0;
+constexpr std::uint32_t kTimedOut = 2701;
+constexpr std::uint32_t kProgressDelayMs = 2000;
+constexpr std::uint32_t kProgressSleepMs = 100; // between two looks for an abort
+
+/// The process's queues, in the order of their construction. Outlasts static queues.
+XVector<XJobQueue*>& GetJobQueues()
+{
+    static auto* const queues = new XVector<XJobQueue*>;
+    return *queues;
+}
+
+XConditionVariable sQueueUnpinned; // of sJobQueueMutex
+
+/// A message may be on its way to the job, on the main thread: the job ends when that has returned.
+void Delete( XJob* inJob )
+{
+    inJob->StopListening();
+    delete inJob;
+}
+
+void CompleteAndDelete( XJob* inJob, std::uint32_t inResultCode )
+{
+    const XPreventThreadStop preventStop;
+    XCallHook( [&] { inJob->JobComplete( inResultCode ); } );
+    Delete( inJob );
+}
+
+} // namespace
+
+XMutex XJobQueue::sJobQueueMutex;
+
+/// Tells the queue that jobs have run; it merges with one that is queued.
+class XJobQueue::XJobAsyncCompleteMessage : public XMessage
+{
+public:
+    using XMessage::XMessage;
+    XJobAsyncCompleteMessage* Clone() const override { return new XJobAsyncCompleteMessage( *this ); }
+};
+
+/// All queues of the process, none of which is destroyed meanwhile.
+class XJobQueue::XPinnedQueues
+{
+public:
+    XPinnedQueues()
+    {
+        const XThreadLock lock( sJobQueueMutex );
+        itsQueues = GetJobQueues();
+        for ( XJobQueue* const queue : itsQueues )
+            ++queue->itsPinCount;
+    }
+    XPinnedQueues( const XPinnedQueues& ) = delete;
+    XPinnedQueues& operator=( const XPinnedQueues& ) = delete;
+    ~XPinnedQueues()
+    {
+        const XThreadLock lock( sJobQueueMutex );
+        for ( XJobQueue* const queue : itsQueues )
+            --queue->itsPinCount;
+        sQueueUnpinned.Broadcast();
+    }
+
+    auto begin() const { return itsQueues.begin(); }
+    auto end() const { return itsQueues.end(); }
+
+private:
+    XVector<XJobQueue*> itsQueues;
+};
+
+// ---- Life
+
+XJobQueue::XJobQueue()
+{
+    AddJobQueue();
+}
+
+XJobQueue::~XJobQueue()
+{
+    const XPreventThreadStop preventStop;
+    RemoveJobQueue();
+    AsyncStop();
+    WaitUntilTerminated();
+    StopListening();
+    StopSpeaking();
+    CompleteFinishedJobs();
+    DeleteAllJobs(); // what the completions have attached
+}
+
+void XJobQueue::AddJobQueue()
+{
+    const XThreadLock lock( sJobQueueMutex );
+    GetJobQueues().push_back( this );
+}
+
+void XJobQueue::RemoveJobQueue()
+{
+    const XThreadLock lock( sJobQueueMutex );
+    std::erase( GetJobQueues(), this );
+    while ( itsPinCount > 0 )
+        sQueueUnpinned.Wait( sJobQueueMutex );
+}
+
+// ---- Running
+
+void XJobQueue::Start()
+{
+    XJobPool::Start();
+    USize count = 0;
+    {
+        const XThreadLock lock( itsMutex );
+        itsIsRunning = true;
+        count = itsQueuedJobs.size();
+    }
+    XJobWaiter::Wake( count );
+}
+
+bool XJobQueue::IsRunning() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsIsRunning;
+}
+
+void XJobQueue::Halt()
+{
+    const XThreadLock lock( itsMutex );
+    itsIsRunning = false;
+}
+
+void XJobQueue::AsyncStop()
+{
+    Halt();
+    StopTaggedJobs( kEveryTag );
+}
+
+void XJobQueue::Stop()
+{
+    AsyncStop();
+    WaitForTerminate();
+}
+
+void XJobQueue::StopAllJobQueues()
+{
+    const XPinnedQueues queues;
+    for ( XJobQueue* const queue : queues )
+        queue->Halt();
+    for ( XJobQueue* const queue : queues )
+        queue->AsyncStopTaggedJobs( kEveryTag );
+    for ( XJobQueue* const queue : queues )
+        queue->WaitUntilTerminated();
+}
+
+void XJobQueue::EndWorkerThreads()
+{
+    const XPreventThreadStop preventStop;
+    XJobPool::End();
+}
+
+// ---- The workers' side
+
+XJob* XJobQueue::FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueIndex )
+{
+    const XThreadLock lock( sJobQueueMutex );
+    const XVector<XJobQueue*>& queues = GetJobQueues();
+    for ( USize tried = 0; tried < queues.size(); ++tried )
+    {
+        ioQueueIndex = ( ioQueueIndex + 1 ) % queues.size();
+        if ( XJob* const job = queues[ioQueueIndex]->GetJobForRunning( inWorker ) )
+            return job;
+    }
+    return nullptr;
+}
+
+XJob* XJobQueue::GetJobForRunning( const XJobThread& inWorker )
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsIsRunning || itsQueuedJobs.empty() )
+        return nullptr;
+    XJob* const job = itsQueuedJobs.front();
+    itsRunningJobs.push_back( { &inWorker, job->GetTag(), job->GetGroup() } );
+    itsQueuedJobs.pop_front();
+    return job;
+}
+
+/// A job that is completed here is deleted while it still counts as running, so that nobody who has waited for it meets
+/// what it leaves behind. The message is posted while the others still wait, so that it is there for them.
+void XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inJob )
+{
+    bool isCompletedHere = false;
+    XCallHook( [&] { isCompletedHere = inJob->CanCompleteInJobThread(); } );
+    if ( isCompletedHere )
+        CompleteAndDelete( inJob, inJob->GetResultCode() );
+
+    const XThreadLock lock( itsMutex );
+    auto& runningJobs = itsRunningJobs;
+    const auto isWorkers = [&]( const XRunningJob& inRunning ) { return inRunning.worker == &inWorker; };
+    const auto i = std::find_if( runningJobs.begin(), runningJobs.end(), isWorkers );
+    XAssert( i != runningJobs.end() );
+    runningJobs.erase( i );
+    if ( !isCompletedHere )
+    {
+        itsFinishedJobs.push_back( inJob );
+        if ( itsFinishedJobs.size() == 1 )
+            PostXMessage( XJobAsyncCompleteMessage( this ), *this, kWhenNextEvent );
+    }
+    JobsHaveGone();
+}
+
+void XJobQueue::HandleMessage( const XMessage& inMessage )
+{
+    if ( dynamic_cast<const XJobAsyncCompleteMessage*>( &inMessage ) )
+        CompleteFinishedJobs();
+}
+
+void XJobQueue::CompleteFinishedJobs()
+{
+    XVector<XJob*> finishedJobs;
+    {
+        const XThreadLock lock( itsMutex );
+        finishedJobs.swap( itsFinishedJobs );
+    }
+    for ( XJob* const job : finishedJobs )
+        CompleteAndDelete( job, job->GetResultCode() );
+}
+
+// ---- Under the mutex
+
+void XJobQueue::QueueJob( XJob* inJob, bool inSuspended )
+{
+    inJob->itsOwner = this;
+    ( inSuspended ? itsSuspendedJobs : itsQueuedJobs ).push_back( inJob );
+}
+
+/// Moves the selected jobs out of a list; both keep their order.
+void XJobQueue::TakeSelected( const XJobSelector& inSelector, XJobs& ioJobs, XVector<XJob*>& outTaken )
+{
+    XJobs kept;
+    for ( XJob* const job : ioJobs )
+    {
+        if ( inSelector.Selects( *job ) )
+            outTaken.push_back( job );
+        else
+            kept.push_back( job );
+    }
+    ioJobs.swap( kept );
+}
+
+bool XJobQueue::IsAnyRunning( const XJobSelector& inSelector ) const
+{
+    const XThread* const self = XThread::GetCurrentThread();
+    const auto isSelected = [&]( const XRunningJob& inRunning )
+    { return inRunning.worker != self && inSelector.Selects( inRunning.tag, inRunning.group ); };
+    return std::any_of( itsRunningJobs.begin(), itsRunningJobs.end(), isSelected );
+}
+
+void XJobQueue::JobsHaveGone()
+{
+    itsJobFinished.Broadcast();
+    if ( GetWeight() == 0 )
+        itsQueueEmpty.Broadcast();
+}
+
+// ---- Attaching
+
+void XJobQueue::AttachJob( XJob* inJob, bool inSuspended )
+{
+    XAssert( inJob );
+    bool isRunnable = false;
+    {
+        const XThreadLock lock( itsMutex );
+        QueueJob( inJob, inSuspended );
+        isRunnable = itsIsRunning && !inSuspended;
+    }
+    if ( isRunnable )
+        XJobWaiter::Wake( 1 );
+}
+
+bool XJobQueue::AttachJobIfTagNotPresent( XJob* inJob )
+{
+    XAssert( inJob );
+    std::unique_ptr<XJob> refused( inJob );
+    const std::int64_t tag = inJob->GetTag();
+    bool isRunnable = false;
+    {
+        const XThreadLock lock( itsMutex );
+        const auto hasTag = [&]( const XJob* inQueued ) { return inQueued->GetTag() == tag; };
+        const auto runsWithTag = [&]( const XRunningJob& inRunning ) { return inRunning.tag == tag; };
+        if ( std::any_of( itsQueuedJobs.begin(), itsQueuedJobs.end(), hasTag ) ||
+             std::any_of( itsRunningJobs.begin(), itsRunningJobs.end(), runsWithTag ) )
+            return false;
+        QueueJob( refused.release(), false );
+        isRunnable = itsIsRunning;
+    }
+    if ( isRunnable )
+        XJobWaiter::Wake( 1 );
+    return true;
+}
+
+// ---- Stopping
+
+bool XJobQueue::StopTaggedJobsIfNotRunning( const XJobSelector& inTags )
+{
+    XVector<XJob*> stopped;
+    USize queuedCount = 0;
+    {
+        const XThreadLock lock( itsMutex );
+        TakeSelected( inTags, itsQueuedJobs, stopped );
+        queuedCount = stopped.size();
+        TakeSelected( inTags, itsSuspendedJobs, stopped );
+    }
+    for ( USize index = 0; index < stopped.size(); ++index )
+    {
+        XJob* const job = stopped[index];
+        if ( index >= queuedCount )
+            XCallHook( [&] { job->Resumed(); } );
+        XCallHook( [&] { job->Stopped(); } );
+        CompleteAndDelete( job, XJob::kStopped );
+    }
+    const XThreadLock lock( itsMutex );
+    JobsHaveGone();
+    return !stopped.empty();
+}
+
+void XJobQueue::AsyncStopTaggedJobs( const XJobSelector& inTags )
+{
+    StopTaggedJobsIfNotRunning( inTags );
+    AsyncStopRunningJobs( inTags );
+}
+
+void XJobQueue::StopTaggedJobs( const XJobSelector& inTags )
+{
+    AsyncStopTaggedJobs( inTags );
+    WaitForRunningJobs( inTags );
+}
+
+/// The caller's own worker comes last: its stop leaves this call.
+void XJobQueue::AsyncStopRunningJobs( const XJobSelector& inSelector )
+{
+    const auto workers = XJobPool::Get();
+    if ( !workers )
+        return;
+    XJobThread* own = nullptr;
+    for ( const auto& worker : *workers )
+    {
+        if ( worker.get() == XThread::GetCurrentThread() )
+            own = worker.get();
+        else
+            worker->AsyncStopIfSelected( *this, inSelector );
+    }
+    if ( own )
+        own->AsyncStopIfSelected( *this, inSelector );
+}
+
+// ---- Suspending
+
+void XJobQueue::AsyncSuspendTaggedJobs( const XJobSelector& inTags )
+{
+    const XThreadLock lock( itsMutex );
+    XVector<XJob*> suspended;
+    TakeSelected( inTags, itsQueuedJobs, suspended );
+    itsSuspendedJobs.insert( itsSuspendedJobs.end(), suspended.begin(), suspended.end() );
+    for ( XJob* const job : suspended )
+        XCallHook( [&] { job->Suspended(); } );
+    JobsHaveGone();
+}
+
+void XJobQueue::SuspendTaggedJobs( const XJobSelector& inTags )
+{
+    AsyncSuspendTaggedJobs( inTags );
+    WaitForRunningJobs( inTags );
+}
+
+void XJobQueue::AsyncSuspendAllJobs()
+{
+    AsyncSuspendTaggedJobs( kEveryTag );
+}
+
+void XJobQueue::SuspendAllJobs()
+{
+    SuspendTaggedJobs( kEveryTag );
+}
+
+void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
+{
+    USize runnableCount = 0;
+    {
+        const XThreadLock lock( itsMutex );
+        XVector<XJob*> resumed;
+        TakeSelected( inTags, itsSuspendedJobs, resumed );
+        itsQueuedJobs.insert( itsQueuedJobs.end(), resumed.begin(), resumed.end() );
+        for ( XJob* const job : itsQueuedJobs )
+            if ( inTags.Selects( *job ) )
+                XCallHook( [&] { job->Resumed(); } );
+        runnableCount = itsIsRunning ? resumed.size() : 0;
+    }
+    XJobWaiter::Wake( runnableCount );
+}
+
+void XJobQueue::ResumeAllJobs()
+{
+    ResumeTaggedJobs( kEveryTag );
+}
+
+// ---- Deleting
+
+bool XJobQueue::DeleteTaggedJobsIfNotRunning( const XJobSelector& inTags )
+{
+    XVector<XJob*> deleted;
+    {
+        const XThreadLock lock( itsMutex );
+        TakeSelected( inTags, itsQueuedJobs, deleted );
+        TakeSelected( inTags, itsSuspendedJobs, deleted );
+    }
+    for ( XJob* const job : deleted )
+        Delete( job );
+    const XThreadLock lock( itsMutex );
+    JobsHaveGone();
+    return !deleted.empty();
+}
+
+void XJobQueue::DeleteTaggedJobs( const XJobSelector& inTags )
+{
+    DeleteTaggedJobsIfNotRunning( inTags );
+    AsyncStopRunningJobs( inTags );
+    WaitForRunningJobs( inTags );
+}
+
+void XJobQueue::DeleteAllJobs()
+{
+    DeleteTaggedJobs( kEveryTag );
+}
+
+void XJobQueue::DeleteJobGroup( std::int64_t inGroup )
+{
+    DeleteTaggedJobs( XJobSelector::ForGroup( inGroup ) );
+}
+
+// ---- Messages for jobs
+
+/// While all workers are held no job can pass from the queue to one of them and be told twice, or not at all.
+void XJobQueue::PostMessageTaggedJobs( const XJobSelector& inTags, const XMessage& inMessage )
+{
+    const auto workers = XJobPool::Get();
+    std::deque<XThreadLock> locks;
+    XVector<XJob*> running;
+    if ( workers )
+        for ( const auto& worker : *workers )
+        {
+            locks.emplace_back( worker->GetMutex() );
+            XJob* const job = worker->GetCurrentJob();
+            if ( job && job->GetOwner() == this )
+                running.push_back( job );
+        }
+    const auto post = [&]( XJob* inJob )
+    {
+        if ( inTags.Selects( *inJob ) )
+            PostXMessage( inMessage, *inJob, kWhenNextEvent );
+    };
+    const XThreadLock lock( itsMutex );
+    std::for_each( itsQueuedJobs.begin(), itsQueuedJobs.end(), post );
+    std::for_each( running.begin(), running.end(), post );
+    std::for_each( itsSuspendedJobs.begin(), itsSuspendedJobs.end(), post );
+}
+
+void XJobQueue::PostMessageJobs( const XMessage& inMessage )
+{
+    PostMessageTaggedJobs( kEveryTag, inMessage );
+}
+
+// ---- Waiting
+
+void XJobQueue::WaitForRunningJobs( const XJobSelector& inSelector )
+{
+    const XThreadLock lock( itsMutex );
+    while ( IsAnyRunning( inSelector ) )
+        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
+}
+
+void XJobQueue::WaitForTerminate()
+{
+    XAssert( !IsRunning() );
+    WaitUntilTerminated();
+}
+
+void XJobQueue::WaitUntilTerminated()
+{
+    WaitForRunningJobs( kEveryTag );
+    DeleteAllJobs();
+}
+
+/// Returns whether the queue is empty.
+bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
+{
+    const WDeadline deadline( inTimeoutMs );
+    const XThreadLock lock( itsMutex );
+    while ( GetWeight() > 0 )
+        if ( itsQueueEmpty.Sleep( itsMutex, deadline.GetMillisecondsLeft(), true ) )
+            return GetWeight() == 0;
+    return true;
+}
+
+void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
+{
+    if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
+        XThrow( kTimedOut );
+    if ( XThread::IsMainThread() )
+        ProcessAllNextEventMessages();
+}
+
+void XJobQueue::WaitForQueueEmptyWithProgress()
+{
+    USize most = std::max<USize>( GetCurrentJobWeight(), 1 );
+    XProgress progress( most, XProgress::kProgressWait, kProgressDelayMs );
+    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
+    {
+        const USize left = GetCurrentJobWeight();
+        most = std::max( most, left );
+        progress.SetMaxProgress( most );
+        progress.SetProgress( static_cast<double>( most - left ) );
+        progress.YieldAndCheckAbort();
+    }
+    WaitForQueueEmpty();
+}
+
+void XJobQueue::WaitForQueueEmptyWithIndeterminateProgress()
+{
+    XProgress progress( 1, XProgress::kProgressWait, kProgressDelayMs );
+    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
+    {
+        progress.SetProgressIndeterminate();
+        progress.YieldAndCheckAbort();
+    }
+    WaitForQueueEmpty();
+}
+
+void XJobQueue::WaitForFreeWorkerThread()
+{
+    const USize workerCount = XJobPool::GetSize();
+    const XThreadLock lock( itsMutex );
+    while ( itsQueuedJobs.size() + itsRunningJobs.size() >= workerCount )
+        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
+}
+
+void XJobQueue::WaitForJobWeightUnderCommit( double inCommit )
+{
+    const double limit = static_cast<double>( XJobPool::GetSize() ) * inCommit;
+    const XThreadLock lock( itsMutex );
+    while ( static_cast<double>( GetWeight() ) >= limit )
+        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
+}
+
+// ---- Counts
+
+USize XJobQueue::GetJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return GetWeight() + itsFinishedJobs.size();
+}
+
+USize XJobQueue::GetQueuedJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsQueuedJobs.size();
+}
+
+USize XJobQueue::GetRunningJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsRunningJobs.size();
+}
+
+USize XJobQueue::GetSuspendedJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsSuspendedJobs.size();
+}
+
+USize XJobQueue::GetCurrentJobWeight() const
+{
+    const XThreadLock lock( itsMutex );
+    return GetWeight();
+}
+
+USize XJobQueue::GetFreeWorkerThreadsCount() const
+{
+    const USize workerCount = XJobPool::GetSize();
+    const XThreadLock lock( itsMutex );
+    return workerCount - std::min( workerCount, itsQueuedJobs.size() + itsRunningJobs.size() );
+}
+
+XString XJobQueue::GetDebugStatus()
+{
+    XString status;
+    const XThreadLock lock( sJobQueueMutex );
+    for ( const XJobQueue* const queue : GetJobQueues() )
+    {
+        const XThreadLock queueLock( queue->itsMutex );
+        status += "Jobs queued: ";
+        status += queue->itsQueuedJobs.size();
+        status += "\rJobs running: ";
+        status += queue->itsRunningJobs.size();
+        status += "\rJobs suspended: ";
+        status += queue->itsSuspendedJobs.size();
+        status += "\r";
+    }
+    return status;
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Core/XTypes.h"
+
+#include <initializer_list>
+
+class XJob;
+
+/// Which jobs an operation is meant for: those with a tag, with one of several tags, or of a group. Made from a tag or a
+/// list of tags where it is needed, and used during the call. Tag 0, alone or in a list, and an empty list select every
+/// job.
+class KORVALE_API XJobSelector
+{
+public:
+    XJobSelector( std::int64_t inTag );
+    XJobSelector( std::initializer_list<std::int64_t> inTags );
+
+    /// The list has to outlive the selector.
+    XJobSelector( const XVector<std::int64_t>& inTags );
+
+    /// Jobs of exactly this group; 0 selects those without one.
+    static XJobSelector ForGroup( std::int64_t inGroup );
+
+    bool Selects( const XJob& inJob ) const;
+    bool Selects( std::int64_t inTag, std::int64_t inGroup ) const;
+
+private:
+    enum XKind : std::uint8_t
+    {
+        kEveryJob,
+        kTag,
+        kTags,
+        kGroup
+    };
+
+    XJobSelector( XKind inKind, std::int64_t inValue ) : itsKind( inKind ), itsValue( inValue ) {}
+    XJobSelector( const std::int64_t* inTags, USize inCount );
+
+    XKind itsKind;
+    std::int64_t itsValue = 0; // the tag or the group
+    const std::int64_t* itsTags = nullptr;
+    USize itsTagCount = 0;
+};

@@ -1,0 +1,129 @@
+#include "Jobs/XJobThread.h"
+
+#include "Jobs/XHookCall.h"
+#include "Jobs/XJob.h"
+#include "Jobs/XJobWaiter.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Threads/XPreventThreadStop.h"
+#include "Threads/XThreadLock.h"
+
+#include <utility>
+
+XJobQueue::XJobThread::XJobThread() : XThread( "XJobThread", kThreadPriorityNormal )
+{
+    StartThread();
+}
+
+XJobQueue::XJobThread::~XJobThread()
+{
+    const XPreventThreadStop preventStop;
+    StopThread( kRestartStopCode ); // of all codes the one that nothing can withdraw
+}
+
+void XJobQueue::XJobThread::AsyncStopIfSelected( const XJobQueue& inQueue, const XJobSelector& inSelector )
+{
+    const XThreadLock lock( itsJobMutex );
+    if ( itsCurrentJob && itsCurrentJob->GetOwner() == &inQueue && inSelector.Selects( *itsCurrentJob ) )
+        AsyncStopThread( XJob::kStopped );
+}
+
+std::int32_t XJobQueue::XJobThread::RunThreadSelf()
+{
+    for ( ;; )
+    {
+        try
+        {
+            RunNextJob();
+        }
+        catch ( const XStopThreadException& exception )
+        {
+            EndJob( exception.GetStopCode() );
+            const bool isStopped =
+                GetNextThreadState() == kThreadNotRunning; // a body can throw what it likes
+            if ( isStopped && exception.GetStopCode() != XJob::kStopped )
+                throw;
+            ResetCancelState();
+        }
+        catch ( const XException& exception )
+        {
+            EndJob( exception.GetErrorNumber() );
+        }
+        catch ( ... )
+        {
+            EndJob( XJob::kFailed );
+        }
+    }
+}
+
+/// The checkpoint also meets a stop that came too late for the job before.
+void XJobQueue::XJobThread::RunNextJob()
+{
+    TestCancelThread();
+    if ( FetchJob() )
+        RunCurrentJob();
+    else
+        WaitForJob();
+}
+
+/// In one step with the job's leaving its queue, so that whoever looks for it finds it there or here.
+bool XJobQueue::XJobThread::FetchJob()
+{
+    const XThreadLock lock( itsJobMutex );
+    XAssert( !itsCurrentJob );
+    itsCurrentJob = XJobQueue::FetchJob( *this, itsQueueIndex );
+    if ( itsCurrentJob )
+        XTLSRegistry::RegisterDataPtr( XTLSRegistry::kCurrentJob, itsCurrentJob );
+    return itsCurrentJob != nullptr;
+}
+
+void XJobQueue::XJobThread::WaitForJob()
+{
+    {
+        XJobWaiter waiter;
+        if ( !FetchJob() )
+            return waiter.Wait();
+    }
+    RunCurrentJob();
+}
+
+void XJobQueue::XJobThread::RunCurrentJob()
+{
+    {
+        const XProgressStrategyChanger strategy( itsCurrentJob->GetProgressStrategy() );
+        itsCurrentJob->RunJob();
+    }
+    CompleteJob();
+}
+
+/// Completes the current job, if there is one, which has ended by an exception.
+void XJobQueue::XJobThread::EndJob( std::uint32_t inResultCode )
+{
+    if ( !itsCurrentJob )
+        return;
+    itsCurrentJob->SetResultCode( inResultCode );
+    if ( inResultCode == XJob::kStopped )
+    {
+        const XPreventThreadStop preventStop;
+        XCallHook( [this] { itsCurrentJob->Stopped(); } );
+    }
+    CompleteJob();
+}
+
+/// From the first step on no stop is meant for the job any more, and none cuts the rest short.
+void XJobQueue::XJobThread::CompleteJob()
+{
+    const XPreventThreadStop preventStop;
+    XJob* job = nullptr;
+    {
+        const XThreadLock lock( itsJobMutex );
+        job = std::exchange( itsCurrentJob, nullptr );
+    }
+    XTLSRegistry::RegisterDataPtr( XTLSRegistry::kCurrentJob, nullptr );
+    XCallHook(
+        [&]
+        {
+            XJobQueue* const queueThatOwnsJob = job->GetOwner();
+            XAssert( queueThatOwnsJob );
+            queueThatOwnsJob->JobComplete( *this, job );
+        } );
+}

@@ -1,0 +1,71 @@
+#include "Jobs/XJobWaiter.h"
+
+#include "Threads/XCheckpoint.h"
+#include "WFutex.h"
+#include "WProcessors.h"
+#include "WSemaphore.h"
+
+namespace
+{
+
+/// The work semaphore. Neither is ever destroyed, as workers may outlive the process's statics.
+WSemaphore sWakes;
+std::atomic<USize> sWaiters = 0; // those that have not been woken
+
+/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while first.
+constexpr int kSpinCount = 2000;
+
+/// Takes one waiter out of the count; false when there is none.
+bool Claim()
+{
+    USize waiters = sWaiters;
+    while ( waiters > 0 )
+        if ( sWaiters.compare_exchange_weak( waiters, waiters - 1 ) )
+            return true;
+    return false;
+}
+
+bool SpinForWake()
+{
+    static const int sSpinCount = WProcessors::GetCount() > 1 ? kSpinCount : 1;
+    for ( int turn = 0; turn < sSpinCount; ++turn )
+    {
+        if ( sWakes.TryWait() )
+            return true;
+        WFutex::Pause();
+    }
+    return false;
+}
+
+} // namespace
+
+XJobWaiter::XJobWaiter()
+{
+    ++sWaiters;
+}
+
+/// A waiter that found a job itself, or is stopped, may have been woken by now: then the wake is on its way, and another
+/// waiter has to look for the job that it told of.
+XJobWaiter::~XJobWaiter()
+{
+    if ( itsIsWoken || Claim() )
+        return;
+    sWakes.Wait();
+    Wake( 1 );
+}
+
+void XJobWaiter::Wait()
+{
+    itsIsWoken = SpinForWake();
+    while ( !itsIsWoken )
+    {
+        XRunCheckpoint();
+        itsIsWoken = sWakes.Wait( kNoTimeout, true ) == kWaitSucceeded;
+    }
+}
+
+void XJobWaiter::Wake( USize inCount )
+{
+    for ( ; inCount > 0 && Claim(); --inCount )
+        sWakes.Signal();
+}
