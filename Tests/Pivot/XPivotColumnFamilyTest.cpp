@@ -47,7 +47,7 @@ XString MakeValue<XString>( XRandom& ioRandom )
 template<>
 XTime MakeValue<XTime>( XRandom& ioRandom )
 {
-    return XTime( MakeValue<std::int32_t>( ioRandom ) * std::int64_t( 0x300000000 ) );
+    return XTime( MakeValue<std::int32_t>( ioRandom ) * std::int64_t( 0x30000000 ) );
 }
 
 template<>
