@@ -13,7 +13,8 @@
 
 /// Reports a broken invariant: writes a crash dump, an entry in the system's event log and one in the session log,
 /// then throws `XInternalException` (1006). The texts are shown as they are given.
-[[noreturn]] KORVALE_API void KorvaleInternalError( const char* inExpression, const char* inFile, int inLine );
+[[noreturn]] KORVALE_API void
+KorvaleInternalError( const char* inExpression, const char* inFile, int inLine );
 
 /// The failing side of XAssert: breaks into an attached debugger, then reports the internal error with `inSourceFile`
 /// reduced to the form `..\X-Platform\<file>`.

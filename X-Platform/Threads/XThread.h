@@ -116,7 +116,8 @@ public:
     /// stop ends it.
     void WaitForTerminateWithProgress( std::uint32_t inTimeoutMs = kNoTimeout );
     void WaitForSuspendWithProgress(
-        std::uint32_t inTimeoutMs = kNoTimeout, std::uint32_t inExpectedMs = kNoTimeout, bool inAllowAbort = true );
+        std::uint32_t inTimeoutMs = kNoTimeout, std::uint32_t inExpectedMs = kNoTimeout,
+        bool inAllowAbort = true );
 
     /// Ask the thread to stop or to suspend itself, then wait as above.
     void StopThreadWithProgress( std::uint32_t inStopCode = 0 );
