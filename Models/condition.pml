@@ -1,6 +1,7 @@
 /* XConditionVariable over a mutex: a waiter is queued before it lets go of the mutex; a signal takes waiters from the
- * queue, longest first, and wakes them afterwards; a waiter that leaves by time-out or by a stop takes itself out, and
- * a stopped one passes on a signal that had reached it.
+ * queue, longest first, and wakes them afterwards, or, where the signalling thread holds the mutex, moves them to the
+ * threads that an unlock of the mutex wakes, one at a time; a waiter that leaves by time-out or by a stop takes itself
+ * out, and a stopped one passes on a signal that had reached it.
  *
  * The producer makes one item for each consumer and signals once for each. Leavers wait like consumers but may time out
  * or be stopped, and take nothing: one that is signalled hands the signal on.
@@ -21,9 +22,34 @@ byte waiterCount;  /* what a signal looks at first */
 bool isSignalledAlone[N + 1];
 byte items;
 
+bool isMoved[N + 1]; /* waits for an unlock of the mutex */
+
 inline LockMutex()
 {
     atomic { !mutex -> mutex = true }
+}
+
+/* Wakes one of those that wait for it. */
+inline UnlockMutex()
+{
+    atomic
+    {
+        at = 1;
+        do
+        :: at <= N && !isMoved[at] -> at++
+        :: else -> break
+        od;
+        if
+        :: at <= N -> next = at; isMoved[at] = false
+        :: else
+        fi;
+        at = 0;
+        mutex = false
+    };
+    if
+    :: next != NOBODY -> Release( next ); next = NOBODY
+    :: else
+    fi
 }
 
 inline Enqueue( t )
@@ -31,7 +57,7 @@ inline Enqueue( t )
     atomic { isSignalledAlone[t] = false; waiterCount++; Append( t ) }
 }
 
-inline Signal()
+inline Signal( holdsMutex )
 {
     if
     :: waiterCount == 0
@@ -45,7 +71,8 @@ inline Signal()
             fi
         };
         if
-        :: next != NOBODY -> Release( next ); next = NOBODY
+        :: next != NOBODY && holdsMutex -> atomic { isMoved[next] = true; next = NOBODY }
+        :: next != NOBODY && !holdsMutex -> Release( next ); next = NOBODY
         :: else
         fi
     fi
@@ -78,7 +105,7 @@ proctype Consumer( byte t; bool mayLeave )
     :: items > 0 || hasGivenUp -> break
     :: else ->
         Enqueue( t );
-        mutex = false;
+        UnlockMutex();
         Wait( t, mayLeave );
         if
         :: !isReleased ->
@@ -87,7 +114,7 @@ proctype Consumer( byte t; bool mayLeave )
             :: hasGivenUp = hasLeft /* the time is over; a signal that came first counts */
             :: hasGivenUp = true;   /* a stop */
                 if
-                :: !hasLeft && isSignalledAlone[t] -> Signal()
+                :: !hasLeft && isSignalledAlone[t] -> Signal( false )
                 :: else
                 fi
             fi
@@ -99,9 +126,9 @@ proctype Consumer( byte t; bool mayLeave )
     :: !mayLeave -> items--
     :: else
     fi;
-    mutex = false;
+    UnlockMutex();
     if
-    :: mayLeave && !hasGivenUp -> Signal()
+    :: mayLeave && !hasGivenUp -> Signal( false )
     :: else
     fi
 }
@@ -115,8 +142,10 @@ proctype Producer()
     :: made < CONSUMERS ->
         LockMutex();
         items++;
-        mutex = false;
-        Signal();
+        if
+        :: Signal( true ); UnlockMutex()
+        :: UnlockMutex(); Signal( false )
+        fi;
         made++
     :: else -> break
     od
