@@ -73,7 +73,7 @@ std::vector<ObjectShape> Measure( const Labels& inLabels, int inWidth, int inHei
                 continue;
             const auto column = static_cast<std::uint32_t>( x ), row = static_cast<std::uint32_t>( y );
             const auto isStart = at( x - 1, y ) != label, hasAbove = at( x, y - 1 ) == label;
-            shapes[label].Add( { 1, column, row, hasAbove, isStart, column, row, column, row } );
+            shapes[label].Add( { column, row, 1, hasAbove, isStart, column, row, column, row } );
         }
     return shapes;
 }

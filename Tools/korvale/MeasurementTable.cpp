@@ -83,10 +83,10 @@ void Filler::AddPage( const XString& inName, std::uint32_t inTimepoint, const Pa
 
 void Filler::AddShape( const ObjectShape& inShape, const PageMeasurement& inPage )
 {
-    itsPixelCount->AppendValue( static_cast<std::uint32_t>( inShape.pixelCount ), true );
+    itsPixelCount->AppendValue( inShape.pixelCount, true );
     if ( itsArea )
     {
-        const auto area = static_cast<double>( inShape.pixelCount ) * inPage.pixelWidth * inPage.pixelHeight;
+        const auto area = inShape.pixelCount * inPage.pixelWidth * inPage.pixelHeight;
         itsArea->AppendValue(
             inPage.HasResolution() ? area : itsArea->GetDefaultValue(), inPage.HasResolution() );
     }

@@ -4,17 +4,49 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <span>
 
-// One pass over the rows turns each into runs, joins every run to those it touches in the row above and adds its shape
-// to a provisional component; then the components that turned out to be one are added up. Components are numbered as
-// they appear and always joined into the earlier one, so the numbers that remain are in raster order.
+// The page becomes a mask of bits, which tells how many runs there are. Then one pass over the rows joins every run to
+// those it touches in the row above and adds its shape to a provisional component; at the end the components that
+// turned out to be one are added up. Components are numbered as they appear and always joined into the earlier one, so
+// the numbers that remain are in raster order.
 
 namespace
 {
-/// The pixels of a row as bits, the first pixel lowest.
-using RowBits = std::vector<std::uint64_t>;
-
 constexpr std::uint32_t kWordBits = 64;
+
+/// The pixels of a page as bits, the first pixel of a word lowest. Every row begins a new word.
+class Mask
+{
+public:
+    Mask( std::uint32_t inWidth, std::uint32_t inHeight )
+        : itsWordsPerRow( ( std::size_t{ inWidth } + kWordBits - 1 ) / kWordBits ),
+          itsWords( itsWordsPerRow * inHeight )
+    {
+    }
+
+    std::span<std::uint64_t> GetRow( std::uint32_t inRow )
+    {
+        return { itsWords.data() + inRow * itsWordsPerRow, itsWordsPerRow };
+    }
+
+    std::size_t CountRuns() const
+    {
+        std::size_t runs = 0;
+        std::uint64_t before = 0;
+        for ( std::size_t i = 0; i < itsWords.size(); ++i )
+        {
+            before = i % itsWordsPerRow == 0 ? 0 : before;
+            runs += static_cast<std::size_t>( std::popcount( itsWords[i] & ~( itsWords[i] << 1 | before ) ) );
+            before = itsWords[i] >> ( kWordBits - 1 );
+        }
+        return runs;
+    }
+
+private:
+    std::size_t itsWordsPerRow;
+    std::vector<std::uint64_t> itsWords;
+};
 
 /// The samples that lie above a threshold, in the samples' own type: all, those above `level`, or none.
 template<class T>
@@ -66,7 +98,8 @@ std::uint64_t MarkWord( const T* inSamples, Stride inStride, T inLevel )
 
 template<class T>
 void MarkRow(
-    const T* inSamples, std::uint32_t inStride, std::uint32_t inWidth, Level<T> inLevel, RowBits& outBits )
+    const T* inSamples, std::uint32_t inStride, std::uint32_t inWidth, Level<T> inLevel,
+    std::span<std::uint64_t> outBits )
 {
     struct One
     {
@@ -91,12 +124,16 @@ void MarkRow(
 class Finder
 {
 public:
-    Finder( std::uint32_t inWidth, Connectivity inConnectivity )
+    Finder( std::uint32_t inWidth, std::size_t inRunCount, Connectivity inConnectivity )
         : itsWidth( inWidth ), itsReach( inConnectivity == Connectivity::kEdgesAndCorners ? 1 : 0 )
     {
+        // Room that is not used is not touched either.
+        itsRuns.reserve( inRunCount );
+        itsShapes.reserve( inRunCount );
+        itsParents.reserve( inRunCount );
     }
 
-    void AddRow( std::uint32_t inRow, const RowBits& inBits );
+    void AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits );
     FoundObjects TakeObjects( std::uint64_t inLeastPixels );
 
 private:
@@ -113,7 +150,7 @@ private:
     std::uint32_t Join( std::uint32_t inOne, std::uint32_t inOther );
 };
 
-void Finder::AddRow( std::uint32_t inRow, const RowBits& inBits )
+void Finder::AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits )
 {
     // Runs of a row that is not the one above touch nothing.
     const auto previousStart = itsRowStart;
@@ -163,11 +200,11 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
     }
     itsRuns.push_back( { inRow, inFirst, inEnd, component } );
 
-    const std::uint64_t count = inEnd - inFirst;
+    const auto count = inEnd - inFirst;
     auto& shape = itsShapes[component];
     shape.pixelCount += count;
-    shape.sumX += count * ( std::uint64_t{ inFirst } + inEnd - 1 ) / 2;
-    shape.sumY += count * inRow;
+    shape.sumX += ( std::uint64_t{ inFirst } + inEnd - 1 ) * count / 2;
+    shape.sumY += std::uint64_t{ inRow } * count;
     shape.contacts += contacts;
     ++shape.runCount;
     shape.left = std::min( shape.left, inFirst );
@@ -197,8 +234,8 @@ FoundObjects Finder::TakeObjects( std::uint64_t inLeastPixels )
         if ( const auto parent = itsParents[component]; parent != component )
             itsShapes[parent].Add( itsShapes[component] );
 
-    // ... and one from the start turns parents into numbers of objects.
-    FoundObjects found;
+    // ... and one from the start turns parents into numbers of objects, whose shapes move up.
+    std::uint32_t objects = 0;
     for ( std::size_t component = 0; component < itsParents.size(); ++component )
     {
         auto& parent = itsParents[component];
@@ -208,28 +245,44 @@ FoundObjects Finder::TakeObjects( std::uint64_t inLeastPixels )
             parent = PixelRun::kNoObject;
         else
         {
-            parent = static_cast<std::uint32_t>( found.shapes.size() );
-            found.shapes.push_back( itsShapes[component] );
+            itsShapes[objects] = itsShapes[component];
+            parent = objects++;
         }
     }
+    itsShapes.resize( objects );
     for ( auto& run : itsRuns )
         run.object = itsParents[run.object];
-    found.runs = std::move( itsRuns );
-    return found;
+    return { std::move( itsShapes ), std::move( itsRuns ) };
 }
 
 template<class T>
-void AddRows( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Finder& ioFinder )
+void MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Mask& outMask )
 {
     const Level<T> level( inThreshold );
-    RowBits bits( ( std::size_t{ inPage.width } + kWordBits - 1 ) / kWordBits );
     const auto* samples = inPage.GetSamples<T>() + inChannel;
     for ( std::uint32_t row = 0; row < inPage.height; ++row )
     {
-        MarkRow( samples, inPage.channels, inPage.width, level, bits );
-        ioFinder.AddRow( row, bits );
+        MarkRow( samples, inPage.channels, inPage.width, level, outMask.GetRow( row ) );
         samples += std::size_t{ inPage.width } * inPage.channels;
     }
+}
+
+Mask MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold )
+{
+    Mask mask( inPage.width, inPage.height );
+    switch ( inPage.type )
+    {
+    case WImagePage::kUInt8:
+        MarkPage<std::uint8_t>( inPage, inChannel, inThreshold, mask );
+        break;
+    case WImagePage::kUInt16:
+        MarkPage<std::uint16_t>( inPage, inChannel, inThreshold, mask );
+        break;
+    case WImagePage::kFloat32:
+        MarkPage<float>( inPage, inChannel, inThreshold, mask );
+        break;
+    }
+    return mask;
 }
 } // namespace
 
@@ -250,18 +303,9 @@ FoundObjects FindObjects(
     const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Connectivity inConnectivity,
     std::uint64_t inLeastPixels )
 {
-    Finder finder( inPage.width, inConnectivity );
-    switch ( inPage.type )
-    {
-    case WImagePage::kUInt8:
-        AddRows<std::uint8_t>( inPage, inChannel, inThreshold, finder );
-        break;
-    case WImagePage::kUInt16:
-        AddRows<std::uint16_t>( inPage, inChannel, inThreshold, finder );
-        break;
-    case WImagePage::kFloat32:
-        AddRows<float>( inPage, inChannel, inThreshold, finder );
-        break;
-    }
+    auto mask = MarkPage( inPage, inChannel, inThreshold );
+    Finder finder( inPage.width, mask.CountRuns(), inConnectivity );
+    for ( std::uint32_t row = 0; row < inPage.height; ++row )
+        finder.AddRow( row, mask.GetRow( row ) );
     return finder.TakeObjects( inLeastPixels );
 }

@@ -20,23 +20,23 @@ struct PixelRun
 /// Where an object lies and how large it is, in pixels. The first pixel of a page is 0, 0.
 struct ObjectShape
 {
-    std::uint64_t pixelCount = 0;
     std::uint64_t sumX = 0;
     std::uint64_t sumY = 0;
-    std::uint64_t contacts = 0; ///< Pairs of its pixels that lie one above the other.
-    std::uint64_t runCount = 0;
+    std::uint32_t pixelCount = 0;
+    std::uint32_t contacts = 0; ///< Pairs of its pixels that lie one above the other.
+    std::uint32_t runCount = 0;
     std::uint32_t left = std::numeric_limits<std::uint32_t>::max();
     std::uint32_t top = std::numeric_limits<std::uint32_t>::max();
     std::uint32_t right = 0; ///< The last column.
     std::uint32_t bottom = 0;
 
-    double GetCentroidX() const { return static_cast<double>( sumX ) / static_cast<double>( pixelCount ); }
-    double GetCentroidY() const { return static_cast<double>( sumY ) / static_cast<double>( pixelCount ); }
+    double GetCentroidX() const { return static_cast<double>( sumX ) / pixelCount; }
+    double GetCentroidY() const { return static_cast<double>( sumY ) / pixelCount; }
     std::uint32_t GetBoundsX() const { return right - left + 1; }
     std::uint32_t GetBoundsY() const { return bottom - top + 1; }
 
     /// Edges of its pixels towards what is not the object; the border of the page counts.
-    std::uint64_t GetPerimeter() const { return 2 * ( runCount + pixelCount - contacts ); }
+    std::uint64_t GetPerimeter() const { return 2 * ( std::uint64_t{ runCount } + pixelCount - contacts ); }
 
     void Add( const ObjectShape& inOther );
 };

@@ -185,9 +185,9 @@ PageMeasurement MeasurePage( const WImagePage& inPage, const MeasureSettings& in
     measurement.pixelHeight = inPage.pixelHeight;
     measurement.threshold =
         inSettings.threshold ? *inSettings.threshold : GetOtsuThreshold( inPage, inSettings.channel );
-    auto found = FindObjects(
+    const auto found = FindObjects(
         inPage, inSettings.channel, measurement.threshold, inSettings.connectivity, inSettings.leastPixels );
     measurement.statistics = GetStatistics( inPage, found );
-    measurement.shapes = std::move( found.shapes );
+    measurement.shapes = found.shapes; // A copy is as small as it can be.
     return measurement;
 }

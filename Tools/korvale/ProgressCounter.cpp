@@ -20,14 +20,15 @@ void ProgressCounter::Show( std::uint64_t inDone, std::uint64_t inTotal, const s
         return;
     itsNext = std::chrono::steady_clock::now() + 200ms;
     Clear();
-    itsOut << itsVerb << ' ' << inDone << " of " << inTotal << ' ' << inSubject << std::flush;
-    itsIsShown = true;
+    const auto line =
+        itsVerb + ' ' + std::to_string( inDone ) + " of " + std::to_string( inTotal ) + ' ' + inSubject;
+    itsOut << line << std::flush;
+    itsShownBytes = line.size();
 }
 
 void ProgressCounter::Clear()
 {
-    constexpr const char* kEraseLine = "\r\x1B[K";
-    if ( itsIsShown )
-        itsOut << kEraseLine << std::flush;
-    itsIsShown = false;
+    if ( itsShownBytes > 0 )
+        itsOut << '\r' << std::string( itsShownBytes, ' ' ) << '\r' << std::flush;
+    itsShownBytes = 0;
 }

@@ -3,6 +3,7 @@
 #include "Command.h"
 
 #include <chrono>
+#include <string>
 
 /// Shows on a terminal's standard error how far long work has come, a few times a second; elsewhere nothing.
 class ProgressCounter
@@ -25,6 +26,6 @@ private:
     std::ostream& itsOut;
     std::string itsVerb;
     bool itsIsActive;
-    bool itsIsShown = false;
+    std::size_t itsShownBytes = 0;
     std::chrono::steady_clock::time_point itsNext;
 };
