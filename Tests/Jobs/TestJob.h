@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Jobs/XJob.h"
+#include "Threads/XThread.h"
+
+#include <functional>
+#include <utility>
+
+/// A job that runs a function and tells another one how it was completed.
+class TestJob : public XJob
+{
+public:
+    using Body = std::function<void()>;
+    using Completed = std::function<void( std::uint32_t inResultCode )>;
+
+    explicit TestJob( Body inBody, std::int64_t inTag = 0, Completed inCompleted = nullptr )
+        : itsBody( std::move( inBody ) ), itsCompleted( std::move( inCompleted ) )
+    {
+        SetTag( inTag );
+    }
+
+    /// Completed on its worker.
+    TestJob* OnWorker()
+    {
+        itsCompletesOnWorker = true;
+        return this;
+    }
+    TestJob* InGroup( std::int64_t inGroup )
+    {
+        SetGroup( inGroup );
+        return this;
+    }
+
+    bool CanCompleteInJobThread() override { return itsCompletesOnWorker; }
+
+protected:
+    void RunJobSelf() override { itsBody(); }
+    void JobCompleteSelf( std::uint32_t inResultCode ) override
+    {
+        if ( itsCompleted )
+            itsCompleted( inResultCode );
+    }
+
+private:
+    Body itsBody;
+    Completed itsCompleted;
+    bool itsCompletesOnWorker = false;
+};
+
+/// A body that ends only when it is stopped.
+inline void RunUntilStopped()
+{
+    for ( ;; )
+        XThread::SleepCurrentThread( 60'000, true );
+}

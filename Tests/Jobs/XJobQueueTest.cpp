@@ -1,0 +1,471 @@
+#include "Jobs/XJobQueue.h"
+
+#include "Core/XException.h"
+#include "Core/XString.h"
+#include "Jobs/XJobCompletedMessage.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Jobs/XThreadProgressStrategy.h"
+#include "Messaging/XMessageVoid.h"
+#include "TestErrors.h"
+#include "TestJob.h"
+#include "Threads/XPreventThreadStop.h"
+#include "Threads/XStopThreadException.h"
+
+#include <gtest/gtest.h>
+#include <latch>
+#include <mutex>
+#include <thread>
+
+namespace
+{
+
+using Codes = std::vector<std::uint32_t>;
+using Tags = std::vector<std::int64_t>;
+using XJobCompletedMessage = XJobQueue::XJobCompletedMessage;
+
+constexpr std::uint32_t kStopped = XJob::kStopped;
+
+void DoNothing() {}
+
+/// Remembers what is told from any thread, in order.
+template<class T>
+class Record
+{
+public:
+    void Add( T inValue )
+    {
+        const std::lock_guard lock( itsMutex );
+        itsValues.push_back( inValue );
+    }
+    auto Adder()
+    {
+        return [this]( T inValue ) { Add( inValue ); };
+    }
+    std::vector<T> Get() const
+    {
+        const std::lock_guard lock( itsMutex );
+        return itsValues;
+    }
+
+private:
+    mutable std::mutex itsMutex;
+    std::vector<T> itsValues;
+};
+
+class CompletionListener : public XListener
+{
+public:
+    explicit CompletionListener( const XSpeaker& inQueue ) { Subscribe( inQueue ); }
+    void HandleMessage( const XMessage& inMessage ) override
+    {
+        const auto& message = dynamic_cast<const XJobCompletedMessage&>( inMessage );
+        tags.push_back( message.GetTag() );
+        codes.push_back( message.GetResultCode() );
+    }
+
+    Tags tags;
+    Codes codes;
+};
+
+/// Tells what it hears: the tag for a message, the negative tag when it is resumed.
+class HearingJob : public XJob
+{
+public:
+    HearingJob( std::int64_t inTag, Record<std::int64_t>& outHeard ) : itsHeard( outHeard )
+    {
+        SetTag( inTag );
+    }
+    void HandleMessage( const XMessage& ) override { itsHeard.Add( GetTag() ); }
+    void Resumed() override { itsHeard.Add( -GetTag() ); }
+
+protected:
+    void RunJobSelf() override {}
+
+private:
+    Record<std::int64_t>& itsHeard;
+};
+
+class XJobQueueTest : public testing::Test
+{
+protected:
+    void Attach( TestJob::Body inBody, std::int64_t inTag = 0 )
+    {
+        itsQueue.AttachJob( new TestJob( std::move( inBody ), inTag, itsCodes.Adder() ) );
+    }
+
+    /// Returns when the job runs.
+    void AttachRunning( std::int64_t inTag, TestJob::Body inBody = RunUntilStopped )
+    {
+        std::latch running( 1 );
+        Attach(
+            [&running, inBody]
+            {
+                running.count_down();
+                inBody();
+            },
+            inTag );
+        running.wait();
+    }
+
+    Record<std::uint32_t> itsCodes;
+    XJobQueue itsQueue;
+};
+
+} // namespace
+
+TEST_F( XJobQueueTest, AStoppedQueueKeepsItsJobsAndAStartRunsThemOnAllWorkers )
+{
+    XJobQueue other;
+    other.Start(); // idle workers have long looked for jobs in vain
+    const auto count = XThread::GetProcessorCount();
+    std::latch all( count );
+    for ( std::uint32_t job = 0; job < count; ++job )
+        Attach( [&] { all.arrive_and_wait(); } );
+    Attach( DoNothing );
+    EXPECT_EQ( itsQueue.GetQueuedJobCount(), count + 1 );
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_EQ( itsCodes.Get(), Codes( count + 1, 0 ) );
+    EXPECT_TRUE( itsQueue.IsEmpty() );
+}
+
+TEST_F( XJobQueueTest, AJobIsRefusedWhileItsTagWaitsOrRuns )
+{
+    Attach( DoNothing, 5 );
+    EXPECT_FALSE( itsQueue.AttachJobIfTagNotPresent( new TestJob( DoNothing, 5, itsCodes.Adder() ) ) );
+    EXPECT_TRUE( itsQueue.AttachJobIfTagNotPresent( new TestJob( DoNothing, 6, itsCodes.Adder() ) ) );
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    AttachRunning( 5 );
+    EXPECT_FALSE( itsQueue.AttachJobIfTagNotPresent( new TestJob( DoNothing, 5, itsCodes.Adder() ) ) );
+    itsQueue.StopTaggedJobs( 5 );
+    EXPECT_TRUE( itsQueue.AttachJobIfTagNotPresent( new TestJob( DoNothing, 5, itsCodes.Adder() ) ) );
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ 0, 0, kStopped, 0 } ) );
+}
+
+TEST_F( XJobQueueTest, WhateverABodyThrowsBecomesTheResultAndNoWorkerIsLost )
+{
+    const std::vector<TestJob::Body> bodies{
+        [] { throw 7; }, [] { throw std::runtime_error( "body" ); }, [] { throw XException( 1005 ); },
+        [] { throw XStopThreadException( kStopped ); }, [] { throw XStopThreadException( 77 ); } };
+    const Codes codes{ 1006, 1006, 1005, kStopped, 77 };
+    itsQueue.Start();
+    for ( USize index = 0; index < bodies.size() * 4; ++index )
+    {
+        Attach( bodies[index % bodies.size()] );
+        itsQueue.WaitForQueueEmpty();
+        ASSERT_EQ( itsCodes.Get().back(), codes[index % bodies.size()] );
+    }
+    std::latch all( XThread::GetProcessorCount() );
+    for ( std::uint32_t job = 0; job < XThread::GetProcessorCount(); ++job )
+        Attach( [&] { all.arrive_and_wait(); } );
+    itsQueue.WaitForQueueEmpty();
+}
+
+TEST_F( XJobQueueTest, CompletionHappensWhereTheJobAllowsAndIsAnnouncedOnTheMainThread )
+{
+    const CompletionListener listener( itsQueue );
+    Record<bool> onMain;
+    const auto completed = [&]( std::uint32_t ) { onMain.Add( XThread::IsMainThread() ); };
+    itsQueue.AttachJob( ( new TestJob( DoNothing, 3, completed ) )->OnWorker() );
+    itsQueue.AttachJob( new TestJob( [] { throw XException( 1005 ); }, 4, completed ) );
+    itsQueue.Start();
+    std::thread( [&] { itsQueue.WaitForQueueEmpty(); } ).join();
+    EXPECT_EQ( onMain.Get(), ( std::vector{ false } ) );
+    EXPECT_EQ( itsQueue.GetJobCount(), 1u );
+    EXPECT_TRUE( itsQueue.IsQueueEmpty() );
+    while ( XSpeaker::IsNextEventMessageToProcess() )
+        XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( onMain.Get(), ( std::vector{ false, true } ) );
+    EXPECT_EQ( listener.tags, ( Tags{ 3, 4 } ) );
+    EXPECT_EQ( listener.codes, ( Codes{ 0, 1005 } ) );
+}
+
+TEST_F( XJobQueueTest, EveryCompletionIsAnnouncedHoweverAlike )
+{
+    const CompletionListener listener( itsQueue );
+    for ( int job = 0; job < 50; ++job )
+        Attach( DoNothing );
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( listener.codes, Codes( 50, 0 ) );
+}
+
+TEST_F( XJobQueueTest, HooksThatThrowDisturbNobody )
+{
+    class ThrowingJob : public XJob
+    {
+    public:
+        ThrowingJob( Record<std::uint32_t>& outCodes, int inHook ) : itsCodes( outCodes ), itsHook( inHook )
+        {
+        }
+        void Throw( int inHook ) const
+        {
+            if ( inHook == itsHook )
+                throw 1;
+        }
+        bool CanCompleteInJobThread() override
+        {
+            Throw( 0 );
+            return itsHook % 2 == 0;
+        }
+        bool ShouldSendCompletedMessage() override
+        {
+            Throw( 1 );
+            return true;
+        }
+        void SpeakCompletedMessage() override { Throw( 2 ); }
+        void Stopped() override { Throw( 3 ); }
+        void Suspended() override { Throw( 4 ); }
+        void Resumed() override { Throw( 4 ); }
+        void RunJobSelf() override
+        {
+            if ( itsHook == 3 )
+                throw XStopThreadException( kStopped );
+        }
+        void JobCompleteSelf( std::uint32_t inResultCode ) override
+        {
+            itsCodes.Add( inResultCode );
+            throw 2;
+        }
+
+    private:
+        Record<std::uint32_t>& itsCodes;
+        int itsHook;
+    };
+    for ( int hook = 0; hook < 5; ++hook )
+        itsQueue.AttachJob( new ThrowingJob( itsCodes, hook ) );
+    itsQueue.SuspendAllJobs();
+    itsQueue.ResumeAllJobs();
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    for ( int hook = 0; hook < 5; ++hook )
+        itsQueue.AttachJob( new ThrowingJob( itsCodes, hook ), true );
+    itsQueue.Stop();
+    Codes codes = itsCodes.Get();
+    std::sort( codes.begin(), codes.end() );
+    EXPECT_EQ( codes, ( Codes{ 0, 0, 0, 0, kStopped, kStopped, kStopped, kStopped, kStopped, kStopped } ) );
+}
+
+TEST_F( XJobQueueTest, StoppingTakesWhatWaitsAndEndsWhatRuns )
+{
+    itsQueue.Start();
+    AttachRunning( 1 );
+    itsQueue.AsyncSuspendAllJobs(); // touches nothing that runs
+    EXPECT_EQ( itsQueue.GetRunningJobCount(), 1u );
+    std::atomic<int> ran = 0;
+    Record<std::int64_t> heard;
+    itsQueue.AttachJob( new TestJob( [&] { ++ran; }, 1, itsCodes.Adder() ), true );
+    itsQueue.AttachJob( new HearingJob( 2, heard ), true );
+    itsQueue.StopTaggedJobs( { 1, 7 } );
+    EXPECT_EQ( itsQueue.GetRunningJobCount(), 0u );
+    EXPECT_EQ( itsQueue.GetSuspendedJobCount(), 1u );
+    EXPECT_TRUE( itsQueue.StopTaggedJobsIfNotRunning( 0 ) );
+    EXPECT_FALSE( itsQueue.StopTaggedJobsIfNotRunning( {} ) );
+    EXPECT_EQ( heard.Get(), ( Tags{ -2 } ) );
+    itsQueue.WaitForQueueEmpty( 0 );
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped } ) );
+    EXPECT_EQ( ran, 0 );
+}
+
+TEST_F( XJobQueueTest, SuspendedJobsKeepTheirOrderAndQueueUpAgainAtTheEnd )
+{
+    Record<std::int64_t> ran, heard;
+    for ( const std::int64_t tag : { 1, 2, 1, 3, 2 } )
+        Attach( [&ran, tag] { ran.Add( tag ); }, tag );
+    itsQueue.AttachJob( new HearingJob( 9, heard ) );
+    itsQueue.SuspendTaggedJobs( XVector<std::int64_t>{ 1, 3 } );
+    EXPECT_EQ( itsQueue.GetSuspendedJobCount(), 3u );
+    EXPECT_EQ(
+        XJobQueue::GetDebugStatus(), XString( "Jobs queued: 3\rJobs running: 0\rJobs suspended: 3\r" ) );
+    itsQueue.ResumeTaggedJobs( 9 );
+    EXPECT_EQ( heard.Get(), ( Tags{ -9 } ) ); // though it waited all along
+    itsQueue.ResumeTaggedJobs( 1 );
+    // One after another, so that the order can be told.
+    std::latch blocked( XThread::GetProcessorCount() - 1 );
+    XJobQueue other;
+    for ( std::uint32_t job = 1; job < XThread::GetProcessorCount(); ++job )
+        other.AttachJob( new TestJob(
+            [&]
+            {
+                blocked.count_down();
+                RunUntilStopped();
+            } ) );
+    other.Start();
+    blocked.wait();
+    itsQueue.Start();
+    std::thread( [&] { itsQueue.WaitForJobWeightUnderCommit( 2.0 / XThread::GetProcessorCount() ); } ).join();
+    EXPECT_EQ( ran.Get(), ( Tags{ 2, 2, 1, 1 } ) );
+    itsQueue.ResumeAllJobs();
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_EQ( ran.Get(), ( Tags{ 2, 2, 1, 1, 3 } ) );
+}
+
+TEST_F( XJobQueueTest, AJobMayStopAndSuspendItsOwnQueue )
+{
+    itsQueue.Start();
+    std::atomic<bool> isBeyond = false;
+    Attach(
+        [&]
+        {
+            itsQueue.SuspendAllJobs(); // does not wait for itself
+            itsQueue.StopTaggedJobs( 0 );
+            isBeyond = true;
+        } );
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_FALSE( isBeyond );
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped } ) );
+}
+
+TEST_F( XJobQueueTest, AStopThatComesTooLateHitsNobodyElse )
+{
+    itsQueue.Start();
+    Record<std::uint32_t> others;
+    for ( int turn = 0; turn < 1500; ++turn )
+    {
+        Attach( DoNothing, 1 );
+        const auto look = [] { XThread::TestCancelCurrentThread(); };
+        const auto completed = [&, look]( std::uint32_t inResultCode )
+        {
+            look(); // a completion is not cut short
+            others.Add( inResultCode );
+        };
+        itsQueue.AttachJob( ( new TestJob( look, 2, completed ) )->OnWorker() );
+        itsQueue.AsyncStopTaggedJobs( 1 );
+    }
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_EQ( others.Get(), Codes( 1500, 0 ) );
+    EXPECT_EQ( itsCodes.Get().size(), 1500u );
+}
+
+TEST_F( XJobQueueTest, DeletedJobsAreNotCompletedUnlessTheyRun )
+{
+    itsQueue.Start();
+    AttachRunning( 1 );
+    itsQueue.AttachJob( ( new TestJob( DoNothing, 1, itsCodes.Adder() ) )->InGroup( 8 ), true );
+    itsQueue.AttachJob( ( new TestJob( DoNothing, 2, itsCodes.Adder() ) )->InGroup( 9 ), true );
+    itsQueue.AttachJob( new TestJob( DoNothing, 3, itsCodes.Adder() ), true );
+    itsQueue.DeleteJobGroup( 8 );
+    EXPECT_EQ( itsQueue.GetJobCount(), 3u );
+    EXPECT_TRUE( itsQueue.DeleteTaggedJobsIfNotRunning( { 1, 2 } ) );
+    EXPECT_EQ( itsQueue.GetCurrentJobWeight(), 2u );
+    itsQueue.DeleteTaggedJobs( 1 );
+    EXPECT_EQ( itsQueue.GetRunningJobCount(), 0u );
+    itsQueue.DeleteAllJobs();
+    itsQueue.WaitForQueueEmpty( 0 );
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped } ) );
+}
+
+TEST_F( XJobQueueTest, MessagesReachTheSelectedJobsOnce )
+{
+    Record<std::int64_t> heard;
+    for ( const std::int64_t tag : { 1, 2, 3 } )
+        itsQueue.AttachJob( new HearingJob( tag, heard ), tag == 3 );
+    itsQueue.PostMessageTaggedJobs( { 2, 3 }, XMessageVoid( &itsQueue ) );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( heard.Get(), ( Tags{ 2, 3 } ) );
+    itsQueue.PostMessageJobs( XMessageVoid( &itsQueue ) );
+    itsQueue.DeleteTaggedJobs( 1 ); // with its message
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( heard.Get(), ( Tags{ 2, 3, 2, 3 } ) );
+}
+
+TEST_F( XJobQueueTest, WaitsEndByTheirTimeByAnAbortAndByAStop )
+{
+    class AbortingStrategy : public XThreadProgressStrategy
+    {
+    public:
+        void Yield() override { XProgress::Abort(); }
+    };
+    itsQueue.Start();
+    AttachRunning( 1 );
+    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmpty( 1 ); } ), 2701u );
+    AbortingStrategy strategy;
+    {
+        const XProgressStrategyChanger changer( &strategy );
+        EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmptyWithProgress(); } ), 1001u );
+        EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmptyWithIndeterminateProgress(); } ), 1001u );
+    }
+    XJobQueue waiting;
+    waiting.AttachJob( new TestJob( [&] { itsQueue.WaitForQueueEmpty(); }, 0, itsCodes.Adder() ) );
+    waiting.Start();
+    if ( XThread::GetProcessorCount() > 1 )
+        while ( waiting.GetRunningJobCount() == 0 )
+            std::this_thread::yield();
+    waiting.Stop();
+    itsQueue.StopTaggedJobs( 0 );
+    itsQueue.WaitForFreeWorkerThread();
+    itsQueue.WaitForQueueEmptyWithProgress();
+    EXPECT_EQ( itsQueue.GetFreeWorkerThreadsCount(), XThread::GetProcessorCount() );
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped } ) );
+}
+
+TEST_F( XJobQueueTest, BrokenPreconditionsAreInternalErrors )
+{
+    EXPECT_EQ( ErrorOf( [&] { itsQueue.AttachJob( nullptr ); } ), 1006u );
+    itsQueue.Start();
+    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForTerminate(); } ), 1006u );
+}
+
+TEST_F( XJobQueueTest, TheJobsStrategyIsInstalledWhileItRuns )
+{
+    XThreadProgressStrategy strategy;
+    XProgressStrategy* found = nullptr;
+    XProgressStrategy* foundNext = &strategy;
+    const auto job = new TestJob( [&] { found = XProgress::GetProgressStrategy(); } );
+    job->SetProgressStrategy( &strategy );
+    itsQueue.AttachJob( job );
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    for ( std::uint32_t worker = 0; worker < 2 * XThread::GetProcessorCount() && foundNext; ++worker )
+    {
+        Attach( [&] { foundNext = XProgress::GetProgressStrategy(); } );
+        itsQueue.WaitForQueueEmpty();
+    }
+    EXPECT_EQ( found, &strategy );
+    EXPECT_EQ( foundNext, nullptr );
+}
+
+TEST_F( XJobQueueTest, ADestroyedQueueHasCompletedItsJobs )
+{
+    {
+        XJobQueue queue;
+        std::latch running( 1 );
+        queue.AttachJob( new TestJob( [] { throw XException( 1005 ); }, 1, itsCodes.Adder() ) );
+        queue.Start();
+        std::thread( [&] { queue.WaitForQueueEmpty(); } ).join();
+        const auto run = [&]
+        {
+            running.count_down();
+            RunUntilStopped();
+        };
+        queue.AttachJob( new TestJob( run, 2, itsCodes.Adder() ) );
+        running.wait();
+        queue.AttachJob( new TestJob( DoNothing, 3, itsCodes.Adder() ), true );
+    }
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, 1005, kStopped } ) );
+    XSpeaker::ProcessAllNextEventMessages();
+}
+
+TEST_F( XJobQueueTest, AllQueuesStopTogetherAndAStartBringsNewWorkersAfterTheirEnd )
+{
+    itsQueue.Start();
+    AttachRunning( 1 );
+    XJobQueue other;
+    other.AttachJob( new TestJob( DoNothing, 1, itsCodes.Adder() ) );
+    XJobQueue::StopAllJobQueues();
+    EXPECT_FALSE( itsQueue.IsRunning() );
+    EXPECT_TRUE( itsQueue.IsQueueEmpty() && other.IsEmpty() );
+    itsQueue.Start();
+    AttachRunning( 1 );
+    XJobQueue::EndWorkerThreads();
+    EXPECT_TRUE( itsQueue.IsQueueEmpty() );
+    Attach( DoNothing );
+    EXPECT_EQ( itsQueue.GetQueuedJobCount(), 1u );
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped, 2702, 0 } ) );
+}
