@@ -14,6 +14,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <malloc.h>
+#include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 
 #include <chrono>
@@ -123,6 +124,8 @@ void TrivialJobs_QThreadPool( benchmark::State& ioState )
 void TrivialJobs_TBBArena( benchmark::State& ioState )
 {
     const int workerCount = static_cast<int>( XThread::GetProcessorCount() );
+    const tbb::global_control control(
+        tbb::global_control::max_allowed_parallelism, XThread::GetProcessorCount() + 1 );
     tbb::task_arena arena( workerCount, 0 );
     RunTrivialJobs(
         ioState, [&]( std::latch& ioLeft ) { arena.enqueue( [&ioLeft] { ioLeft.count_down(); } ); } );

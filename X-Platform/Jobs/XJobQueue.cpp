@@ -32,6 +32,8 @@ XVector<XJobQueue*>& GetJobQueues()
 
 XConditionVariable sQueueUnpinned; // of sJobQueueMutex
 
+std::atomic<std::int32_t> sRunnableQueues = 0; // those that have jobs for the workers
+
 /// A message may be on its way to the job, on the main thread: the job ends when that has returned.
 void Delete( XJob* inJob )
 {
@@ -124,13 +126,8 @@ void XJobQueue::RemoveJobQueue()
 void XJobQueue::Start()
 {
     XJobPool::Start();
-    USize count = 0;
-    {
-        const XThreadLock lock( itsMutex );
-        itsIsRunning = true;
-        count = itsQueuedJobs.size();
-    }
-    XJobWaiter::Wake( count );
+    SetRunning( true );
+    XJobWaiter::Wake( GetQueuedJobCount() );
 }
 
 bool XJobQueue::IsRunning() const
@@ -139,15 +136,16 @@ bool XJobQueue::IsRunning() const
     return itsIsRunning;
 }
 
-void XJobQueue::Halt()
+void XJobQueue::SetRunning( bool inIsRunning )
 {
     const XThreadLock lock( itsMutex );
-    itsIsRunning = false;
+    itsIsRunning = inIsRunning;
+    RunnabilityMayHaveChanged();
 }
 
 void XJobQueue::AsyncStop()
 {
-    Halt();
+    SetRunning( false );
     StopTaggedJobs( kEveryTag );
 }
 
@@ -161,7 +159,7 @@ void XJobQueue::StopAllJobQueues()
 {
     const XPinnedQueues queues;
     for ( XJobQueue* const queue : queues )
-        queue->Halt();
+        queue->SetRunning( false );
     for ( XJobQueue* const queue : queues )
         queue->AsyncStopTaggedJobs( kEveryTag );
     for ( XJobQueue* const queue : queues )
@@ -178,6 +176,8 @@ void XJobQueue::EndWorkerThreads()
 
 XJob* XJobQueue::FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueIndex )
 {
+    if ( sRunnableQueues == 0 )
+        return nullptr;
     const XThreadLock lock( sJobQueueMutex );
     const XVector<XJobQueue*>& queues = GetJobQueues();
     for ( USize tried = 0; tried < queues.size(); ++tried )
@@ -192,36 +192,38 @@ XJob* XJobQueue::FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueInd
 XJob* XJobQueue::GetJobForRunning( const XJobThread& inWorker )
 {
     const XThreadLock lock( itsMutex );
-    if ( !itsIsRunning || itsQueuedJobs.empty() )
-        return nullptr;
-    XJob* const job = itsQueuedJobs.front();
-    itsRunningJobs.push_back( { &inWorker, job->GetTag(), job->GetGroup() } );
-    itsQueuedJobs.pop_front();
-    return job;
+    return itsIsRunnable ? TakeJobForRunning( inWorker ) : nullptr;
 }
 
-/// A job that is completed here is deleted while it still counts as running, so that nobody who has waited for it meets
-/// what it leaves behind. The message is posted while the others still wait, so that it is there for them.
-void XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inJob )
+/// Completes and deletes a job on its worker, if it allows that, while it still counts as running, so that nobody who has
+/// waited for it meets what it leaves behind.
+bool XJobQueue::CompleteInJobThread( XJob* inJob )
 {
-    bool isCompletedHere = false;
-    XCallHook( [&] { isCompletedHere = inJob->CanCompleteInJobThread(); } );
-    if ( isCompletedHere )
+    bool isAllowed = false;
+    XCallHook( [&] { isAllowed = inJob->CanCompleteInJobThread(); } );
+    if ( isAllowed )
         CompleteAndDelete( inJob, inJob->GetResultCode() );
+    return isAllowed;
+}
 
+/// Ends a worker's job, given where it has not been completed, and returns the next one where no other queue has its turn
+/// before, or null. The message is posted while the waiting threads still wait, so that it is there for them.
+XJob* XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob, bool inMayRunNext )
+{
     const XThreadLock lock( itsMutex );
     auto& runningJobs = itsRunningJobs;
     const auto isWorkers = [&]( const XRunningJob& inRunning ) { return inRunning.worker == &inWorker; };
     const auto i = std::find_if( runningJobs.begin(), runningJobs.end(), isWorkers );
     XAssert( i != runningJobs.end() );
     runningJobs.erase( i );
-    if ( !isCompletedHere )
+    if ( inUncompletedJob )
     {
-        itsFinishedJobs.push_back( inJob );
+        itsFinishedJobs.push_back( inUncompletedJob );
         if ( itsFinishedJobs.size() == 1 )
             PostXMessage( XJobAsyncCompleteMessage( this ), *this, kWhenNextEvent );
     }
     JobsHaveGone();
+    return inMayRunNext && itsIsRunnable && sRunnableQueues == 1 ? TakeJobForRunning( inWorker ) : nullptr;
 }
 
 void XJobQueue::HandleMessage( const XMessage& inMessage )
@@ -247,6 +249,25 @@ void XJobQueue::QueueJob( XJob* inJob, bool inSuspended )
 {
     inJob->itsOwner = this;
     ( inSuspended ? itsSuspendedJobs : itsQueuedJobs ).push_back( inJob );
+    RunnabilityMayHaveChanged();
+}
+
+void XJobQueue::RunnabilityMayHaveChanged()
+{
+    const bool isRunnable = itsIsRunning && !itsQueuedJobs.empty();
+    if ( isRunnable == itsIsRunnable )
+        return;
+    itsIsRunnable = isRunnable;
+    sRunnableQueues += isRunnable ? 1 : -1;
+}
+
+XJob* XJobQueue::TakeJobForRunning( const XJobThread& inWorker )
+{
+    XJob* const job = itsQueuedJobs.front();
+    itsRunningJobs.push_back( { &inWorker, job->GetTag(), job->GetGroup() } );
+    itsQueuedJobs.pop_front();
+    RunnabilityMayHaveChanged();
+    return job;
 }
 
 /// Moves the selected jobs out of a list; both keep their order.
@@ -323,6 +344,7 @@ bool XJobQueue::StopTaggedJobsIfNotRunning( const XJobSelector& inTags )
     {
         const XThreadLock lock( itsMutex );
         TakeSelected( inTags, itsQueuedJobs, stopped );
+        RunnabilityMayHaveChanged();
         queuedCount = stopped.size();
         TakeSelected( inTags, itsSuspendedJobs, stopped );
     }
@@ -376,6 +398,7 @@ void XJobQueue::AsyncSuspendTaggedJobs( const XJobSelector& inTags )
     const XThreadLock lock( itsMutex );
     XVector<XJob*> suspended;
     TakeSelected( inTags, itsQueuedJobs, suspended );
+    RunnabilityMayHaveChanged();
     itsSuspendedJobs.insert( itsSuspendedJobs.end(), suspended.begin(), suspended.end() );
     for ( XJob* const job : suspended )
         XCallHook( [&] { job->Suspended(); } );
@@ -406,6 +429,7 @@ void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
         XVector<XJob*> resumed;
         TakeSelected( inTags, itsSuspendedJobs, resumed );
         itsQueuedJobs.insert( itsQueuedJobs.end(), resumed.begin(), resumed.end() );
+        RunnabilityMayHaveChanged();
         for ( XJob* const job : itsQueuedJobs )
             if ( inTags.Selects( *job ) )
                 XCallHook( [&] { job->Resumed(); } );
@@ -427,6 +451,7 @@ bool XJobQueue::DeleteTaggedJobsIfNotRunning( const XJobSelector& inTags )
     {
         const XThreadLock lock( itsMutex );
         TakeSelected( inTags, itsQueuedJobs, deleted );
+        RunnabilityMayHaveChanged();
         TakeSelected( inTags, itsSuspendedJobs, deleted );
     }
     for ( XJob* const job : deleted )

@@ -165,17 +165,20 @@ private:
     // The workers' side.
     static XJob* FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueIndex );
     XJob* GetJobForRunning( const XJobThread& inWorker );
-    void JobComplete( const XJobThread& inWorker, XJob* inJob );
+    static bool CompleteInJobThread( XJob* inJob );
+    XJob* JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob, bool inMayRunNext );
 
     // Under the mutex.
     void QueueJob( XJob* inJob, bool inSuspended );
+    void RunnabilityMayHaveChanged();
+    XJob* TakeJobForRunning( const XJobThread& inWorker );
     static void TakeSelected( const XJobSelector& inSelector, XJobs& ioJobs, XVector<XJob*>& outTaken );
     bool IsAnyRunning( const XJobSelector& inSelector ) const;
     USize GetWeight() const { return itsQueuedJobs.size() + itsRunningJobs.size() + itsSuspendedJobs.size(); }
     void JobsHaveGone();
 
     // Without it.
-    void Halt();
+    void SetRunning( bool inIsRunning );
     void AsyncStopRunningJobs( const XJobSelector& inSelector );
     void WaitForRunningJobs( const XJobSelector& inSelector );
     void WaitUntilTerminated();
@@ -190,5 +193,6 @@ private:
     XConditionVariable itsQueueEmpty;
     XConditionVariable itsJobFinished; // signalled whenever a job stops waiting or running
     bool itsIsRunning = false;
+    bool itsIsRunnable = false;    // runs and has jobs that wait
     std::uint32_t itsPinCount = 0; // keeps the destructor waiting; guarded by sJobQueueMutex
 };

@@ -55,11 +55,11 @@ std::int32_t XJobQueue::XJobThread::RunThreadSelf()
     }
 }
 
-/// The checkpoint also meets a stop that came too late for the job before.
+/// The checkpoint also meets a stop that came too late for the job before, which has left no next one then.
 void XJobQueue::XJobThread::RunNextJob()
 {
     TestCancelThread();
-    if ( FetchJob() )
+    if ( itsCurrentJob || FetchJob() )
         RunCurrentJob();
     else
         WaitForJob();
@@ -70,9 +70,7 @@ bool XJobQueue::XJobThread::FetchJob()
 {
     const XThreadLock lock( itsJobMutex );
     XAssert( !itsCurrentJob );
-    itsCurrentJob = XJobQueue::FetchJob( *this, itsQueueIndex );
-    if ( itsCurrentJob )
-        XTLSRegistry::RegisterDataPtr( XTLSRegistry::kCurrentJob, itsCurrentJob );
+    SetCurrentJob( XJobQueue::FetchJob( *this, itsQueueIndex ) );
     return itsCurrentJob != nullptr;
 }
 
@@ -92,7 +90,7 @@ void XJobQueue::XJobThread::RunCurrentJob()
         const XProgressStrategyChanger strategy( itsCurrentJob->GetProgressStrategy() );
         itsCurrentJob->RunJob();
     }
-    CompleteJob();
+    CompleteJob( true );
 }
 
 /// Completes the current job, if there is one, which has ended by an exception.
@@ -106,11 +104,12 @@ void XJobQueue::XJobThread::EndJob( std::uint32_t inResultCode )
         const XPreventThreadStop preventStop;
         XCallHook( [this] { itsCurrentJob->Stopped(); } );
     }
-    CompleteJob();
+    CompleteJob( false );
 }
 
-/// From the first step on no stop is meant for the job any more, and none cuts the rest short.
-void XJobQueue::XJobThread::CompleteJob()
+/// From the first step on no stop is meant for the job any more, and none cuts the rest short. With `inMayRunNext` the next
+/// job of the queue may be the current one then, unless the thread has been asked for something.
+void XJobQueue::XJobThread::CompleteJob( bool inMayRunNext )
 {
     const XPreventThreadStop preventStop;
     XJob* job = nullptr;
@@ -124,6 +123,17 @@ void XJobQueue::XJobThread::CompleteJob()
         {
             XJobQueue* const queueThatOwnsJob = job->GetOwner();
             XAssert( queueThatOwnsJob );
-            queueThatOwnsJob->JobComplete( *this, job );
+            XJob* const uncompletedJob = CompleteInJobThread( job ) ? nullptr : job;
+            const XThreadLock lock( itsJobMutex );
+            const bool isFree = GetNextThreadState() == kThreadRunning;
+            SetCurrentJob( queueThatOwnsJob->JobComplete( *this, uncompletedJob, inMayRunNext && isFree ) );
         } );
+}
+
+/// Under the mutex.
+void XJobQueue::XJobThread::SetCurrentJob( XJob* inJob )
+{
+    itsCurrentJob = inJob;
+    if ( inJob )
+        XTLSRegistry::RegisterDataPtr( XTLSRegistry::kCurrentJob, inJob );
 }

@@ -29,7 +29,8 @@ private:
     void WaitForJob();
     void RunCurrentJob();
     void EndJob( std::uint32_t inResultCode );
-    void CompleteJob();
+    void SetCurrentJob( XJob* inJob );
+    void CompleteJob( bool inMayRunNext );
 
     XMutex itsJobMutex;
     std::uint64_t itsQueueIndex = 0; // the queue that was tried last
