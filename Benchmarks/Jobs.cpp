@@ -131,10 +131,13 @@ void TrivialJobs_TBBArena( benchmark::State& ioState )
         ioState, [&]( std::latch& ioLeft ) { arena.enqueue( [&ioLeft] { ioLeft.count_down(); } ); } );
 }
 
-BENCHMARK( TrivialJobs_XJobQueue )->UseRealTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( TrivialJobs_BoostThreadPool )->UseRealTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( TrivialJobs_QThreadPool )->UseRealTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( TrivialJobs_TBBArena )->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( TrivialJobs_XJobQueue )->MeasureProcessCPUTime()->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( TrivialJobs_BoostThreadPool )
+    ->MeasureProcessCPUTime()
+    ->UseRealTime()
+    ->Unit( benchmark::kMillisecond );
+BENCHMARK( TrivialJobs_QThreadPool )->MeasureProcessCPUTime()->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( TrivialJobs_TBBArena )->MeasureProcessCPUTime()->UseRealTime()->Unit( benchmark::kMillisecond );
 
 // ---- Completions heard on the main thread
 
@@ -193,9 +196,15 @@ void HeardJobs_QtConcurrentWatcher( benchmark::State& ioState )
     ioState.SetItemsProcessed( ioState.iterations() * kHeardJobs );
 }
 
-BENCHMARK( HeardJobs_XJobQueue )->UseRealTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( HeardJobs_QThreadPoolQueuedCall )->UseRealTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( HeardJobs_QtConcurrentWatcher )->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( HeardJobs_XJobQueue )->MeasureProcessCPUTime()->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( HeardJobs_QThreadPoolQueuedCall )
+    ->MeasureProcessCPUTime()
+    ->UseRealTime()
+    ->Unit( benchmark::kMillisecond );
+BENCHMARK( HeardJobs_QtConcurrentWatcher )
+    ->MeasureProcessCPUTime()
+    ->UseRealTime()
+    ->Unit( benchmark::kMillisecond );
 
 // ---- Jobs of ten microseconds
 
@@ -231,8 +240,8 @@ void ShortJobs_Ideal( benchmark::State& ioState )
     ioState.SetItemsProcessed( ioState.iterations() * kShortJobs );
 }
 
-BENCHMARK( ShortJobs_XJobQueue )->UseRealTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( ShortJobs_Ideal )->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( ShortJobs_XJobQueue )->MeasureProcessCPUTime()->UseRealTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( ShortJobs_Ideal )->MeasureProcessCPUTime()->UseRealTime()->Unit( benchmark::kMillisecond );
 
 // ---- Many jobs that wait
 
@@ -267,6 +276,7 @@ BENCHMARK( WaitingJobs_XJobQueue )
     ->Arg( kWaitingJobs / 100 )
     ->Arg( kWaitingJobs / 10 )
     ->Arg( kWaitingJobs )
+    ->MeasureProcessCPUTime()
     ->UseRealTime()
     ->Unit( benchmark::kMillisecond );
 

@@ -52,6 +52,8 @@ public:
         }
         for ( std::thread& thread : threads )
             thread.join();
+        itsSlots[0].queue->ResumeAllJobs();
+        itsSlots[0].queue->WaitForQueueEmpty();
         for ( Slot& slot : itsSlots )
             slot.queue.reset();
     }
@@ -67,11 +69,12 @@ private:
     class Job : public XJob
     {
     public:
-        Job( Counts& ioCounts, unsigned inKind, bool inMayBeDeleted )
-            : itsCounts( ioCounts ), itsKind( inKind ), itsMayBeDeleted( inMayBeDeleted )
+        Job( Counts& ioCounts, unsigned inKind, bool inMayBeDeleted, bool inMayBeStopped )
+            : itsCounts( ioCounts ), itsKind( inKind ), itsMayBeDeleted( inMayBeDeleted ),
+              itsMayBeStopped( inMayBeStopped )
         {
             ++itsCounts.made;
-            SetTag( inKind % 5 == 0 && !inMayBeDeleted ? kNeverStopped : inKind % 4 + 1 );
+            SetTag( inKind % 5 == 0 ? kNeverStopped : inKind % 4 + 1 );
             SetGroup( inKind % 3 );
         }
         ~Job() override
@@ -107,7 +110,7 @@ private:
         {
             ++itsCompletions;
             XThread::TestCancelCurrentThread(); // a completion is never cut short
-            if ( itsHasRun && inResultCode == kStopped && GetTag() == kNeverStopped )
+            if ( inResultCode == kStopped && GetTag() == kNeverStopped && !itsMayBeStopped )
                 ++itsCounts.strayStops;
             if ( itsKind % 7 == 0 )
                 throw 7;
@@ -117,6 +120,7 @@ private:
         Counts& itsCounts;
         const unsigned itsKind;
         const bool itsMayBeDeleted;
+        const bool itsMayBeStopped;
         bool itsHasRun = false;
         int itsCompletions = 0;
     };
@@ -149,16 +153,16 @@ private:
         const USize index = choice % itsSlots.size();
         Slot& slot = itsSlots[index];
         const unsigned action = choice / 8 % 40;
-        if ( action == 0 )
+        const bool mayEnd = index > 0; // the first queue stays, and with it the jobs whose tag nobody stops
+        if ( action == 0 && mayEnd )
         {
             const std::unique_lock lock( slot.mutex );
             return slot.Renew();
         }
         const std::shared_lock lock( slot.mutex );
-        // Jobs of the first queues are never deleted, nor those with one tag ever stopped but by the queue's end.
         const bool mayDelete = index > 1;
         if ( action < 20 )
-            return slot.queue->AttachJob( new Job( itsCounts, choice, mayDelete ), action == 1 );
+            return slot.queue->AttachJob( new Job( itsCounts, choice, mayDelete, mayEnd ), action == 1 );
         Act( *slot.queue, action, choice % 4 + 1, mayDelete );
     }
 

@@ -5,7 +5,7 @@
 TEST( XJobQueueStressTest, EveryJobIsCompletedExactlyOnce )
 {
     JobStress stress;
-    stress.Run( 4, 4000, 1 );
+    stress.Run( 4, 4000, static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
     const JobStress::Counts& counts = stress.GetCounts();
     EXPECT_GT( counts.completed, 1000 );
     EXPECT_EQ( counts.gone, counts.made );

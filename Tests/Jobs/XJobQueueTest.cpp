@@ -109,6 +109,7 @@ protected:
     }
 
     Record<std::uint32_t> itsCodes;
+    Record<std::int64_t> itsHeard;
     XJobQueue itsQueue;
 };
 
@@ -257,15 +258,14 @@ TEST_F( XJobQueueTest, StoppingTakesWhatWaitsAndEndsWhatRuns )
     itsQueue.AsyncSuspendAllJobs(); // touches nothing that runs
     EXPECT_EQ( itsQueue.GetRunningJobCount(), 1u );
     std::atomic<int> ran = 0;
-    Record<std::int64_t> heard;
     itsQueue.AttachJob( new TestJob( [&] { ++ran; }, 1, itsCodes.Adder() ), true );
-    itsQueue.AttachJob( new HearingJob( 2, heard ), true );
+    itsQueue.AttachJob( new HearingJob( 2, itsHeard ), true );
     itsQueue.StopTaggedJobs( { 1, 7 } );
     EXPECT_EQ( itsQueue.GetRunningJobCount(), 0u );
     EXPECT_EQ( itsQueue.GetSuspendedJobCount(), 1u );
     EXPECT_TRUE( itsQueue.StopTaggedJobsIfNotRunning( 0 ) );
     EXPECT_FALSE( itsQueue.StopTaggedJobsIfNotRunning( {} ) );
-    EXPECT_EQ( heard.Get(), ( Tags{ -2 } ) );
+    EXPECT_EQ( itsHeard.Get(), ( Tags{ -2 } ) );
     itsQueue.WaitForQueueEmpty( 0 );
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped } ) );
     EXPECT_EQ( ran, 0 );
@@ -273,16 +273,16 @@ TEST_F( XJobQueueTest, StoppingTakesWhatWaitsAndEndsWhatRuns )
 
 TEST_F( XJobQueueTest, SuspendedJobsKeepTheirOrderAndQueueUpAgainAtTheEnd )
 {
-    Record<std::int64_t> ran, heard;
+    Record<std::int64_t> ran;
     for ( const std::int64_t tag : { 1, 2, 1, 3, 2 } )
         Attach( [&ran, tag] { ran.Add( tag ); }, tag );
-    itsQueue.AttachJob( new HearingJob( 9, heard ) );
+    itsQueue.AttachJob( new HearingJob( 9, itsHeard ) );
     itsQueue.SuspendTaggedJobs( XVector<std::int64_t>{ 1, 3 } );
     EXPECT_EQ( itsQueue.GetSuspendedJobCount(), 3u );
     EXPECT_EQ(
         XJobQueue::GetDebugStatus(), XString( "Jobs queued: 3\rJobs running: 0\rJobs suspended: 3\r" ) );
     itsQueue.ResumeTaggedJobs( 9 );
-    EXPECT_EQ( heard.Get(), ( Tags{ -9 } ) ); // though it waited all along
+    EXPECT_EQ( itsHeard.Get(), ( Tags{ -9 } ) ); // though it waited all along
     itsQueue.ResumeTaggedJobs( 1 );
     // One after another, so that the order can be told.
     std::latch blocked( XThread::GetProcessorCount() - 1 );
@@ -361,16 +361,15 @@ TEST_F( XJobQueueTest, DeletedJobsAreNotCompletedUnlessTheyRun )
 
 TEST_F( XJobQueueTest, MessagesReachTheSelectedJobsOnce )
 {
-    Record<std::int64_t> heard;
     for ( const std::int64_t tag : { 1, 2, 3 } )
-        itsQueue.AttachJob( new HearingJob( tag, heard ), tag == 3 );
+        itsQueue.AttachJob( new HearingJob( tag, itsHeard ), tag == 3 );
     itsQueue.PostMessageTaggedJobs( { 2, 3 }, XMessageVoid( &itsQueue ) );
     XSpeaker::ProcessAllNextEventMessages();
-    EXPECT_EQ( heard.Get(), ( Tags{ 2, 3 } ) );
+    EXPECT_EQ( itsHeard.Get(), ( Tags{ 2, 3 } ) );
     itsQueue.PostMessageJobs( XMessageVoid( &itsQueue ) );
     itsQueue.DeleteTaggedJobs( 1 ); // with its message
     XSpeaker::ProcessAllNextEventMessages();
-    EXPECT_EQ( heard.Get(), ( Tags{ 2, 3, 2, 3 } ) );
+    EXPECT_EQ( itsHeard.Get(), ( Tags{ 2, 3, 2, 3 } ) );
 }
 
 TEST_F( XJobQueueTest, WaitsEndByTheirTimeByAnAbortAndByAStop )

@@ -135,7 +135,8 @@ TEST( MessagingStressTest, NobodyHearsTwiceOrAfterItsEnd )
             threads.emplace_back(
                 [&, seed]
                 {
-                    stress.Work( seed );
+                    const auto round = static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) );
+                    stress.Work( round * kThreads + seed );
                     --running;
                 } );
         while ( running > 0 )

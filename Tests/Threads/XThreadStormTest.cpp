@@ -171,7 +171,7 @@ TEST( XThreadStorm, SurvivesRequestsFromEverywhere )
     };
     const auto harass = [&]( unsigned inSeed )
     {
-        std::minstd_rand random( inSeed );
+        std::minstd_rand random( inSeed + 16 * static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
         while ( !isOver )
         {
             TestThread& thread = *threads[random() % kThreads];

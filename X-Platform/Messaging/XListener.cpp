@@ -86,6 +86,7 @@ bool XListener::IsContainedInDeaf( const XMessage& inMessage ) const
 bool XListener::RememberSpeaker( XListenerList& inList )
 {
     const XThreadLock lock( itsMutex );
+    SetFlag( kSubscribed, true );
     const bool isKnown = std::find( itsSpeakers.begin(), itsSpeakers.end(), &inList ) != itsSpeakers.end();
     itsSpeakers.push_back( &inList );
     inList.AddReference();
@@ -114,7 +115,8 @@ void XListener::SpeakerDeleted( XListenerList& inList )
 
 void XListener::StopListening()
 {
-    UnsubscribeFromAll();
+    if ( HasFlag( kSubscribed ) )
+        UnsubscribeFromAll();
     if ( HasFlag( kPosted ) || HasFlag( kExcluded ) )
         XMessageQueues::Get().ForgetListener( *this, HasFlag( kExcluded ) );
 }

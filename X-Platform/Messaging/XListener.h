@@ -63,9 +63,10 @@ private:
     enum XFlag : std::uint8_t
     {
         kAsynchronous = 1,
-        kDeaf = 2,     // to some class
-        kPosted = 4,   // messages have been posted to this listener
-        kExcluded = 8, // some queued message may name it as one that has heard it
+        kDeaf = 2,        // to some class
+        kPosted = 4,      // messages have been posted to this listener
+        kExcluded = 8,    // some queued message may name it as one that has heard it
+        kSubscribed = 16, // has subscribed to somebody at some time
     };
 
     using XTypeNames = std::set<std::string, std::less<>>;
