@@ -6,6 +6,7 @@
 #include <iterator>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -72,13 +73,20 @@ const Format* FindFormat( const GUID& inID, WImagePage::SampleType inType )
     return found == std::end( kFormats ) ? nullptr : found;
 }
 
-/// The format to which palettes and grey levels of few bits are converted.
-const Format& GetPlainFormat( const WImagePage& inPage )
+/// A pixel format whose samples stand for colours or are grey levels of few bits.
+struct PackedFormat
 {
-    return *FindFormat(
-        inPage.channels == 1 ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat24bppBGR,
-        WImagePage::kUInt8 );
-}
+    const GUID& id;
+    std::uint32_t bits;
+    bool hasPalette;
+};
+
+const PackedFormat kPackedFormats[] = {
+    { GUID_WICPixelFormatBlackWhite, 1, false }, { GUID_WICPixelFormat2bppGray, 2, false },
+    { GUID_WICPixelFormat4bppGray, 4, false },   { GUID_WICPixelFormat1bppIndexed, 1, true },
+    { GUID_WICPixelFormat2bppIndexed, 2, true }, { GUID_WICPixelFormat4bppIndexed, 4, true },
+    { GUID_WICPixelFormat8bppIndexed, 8, true },
+};
 
 void ExchangeRedAndBlue( WImagePage& ioPage )
 {
@@ -145,6 +153,50 @@ void CopyFormat( IWICBitmapSource& inSource, std::uint32_t inChannels, bool inIs
     else
         CopyChannels( whole, ioPage );
 }
+
+/// What each value of a packed sample stands for, as 0xAARRGGBB.
+std::vector<WICColor>
+GetColours( IWICImagingFactory& inFactory, IWICBitmapFrameDecode& inFrame, const PackedFormat& inFormat )
+{
+    std::vector<WICColor> colours( std::size_t{ 1 } << inFormat.bits );
+    if ( !inFormat.hasPalette )
+    {
+        for ( std::uint32_t i = 0; i < colours.size(); ++i )
+            colours[i] = static_cast<WICColor>( i * 0xFF / ( colours.size() - 1 ) * 0x010101 );
+        return colours;
+    }
+    constexpr const char* kNoPalette = "its palette cannot be read";
+    Reference<IWICPalette> palette;
+    UINT count = 0;
+    Check( inFactory.CreatePalette( palette.GetAddress() ), kNoPalette );
+    Check( inFrame.CopyPalette( palette.Get() ), kNoPalette );
+    Check( palette->GetColors( static_cast<UINT>( colours.size() ), colours.data(), &count ), kNoPalette );
+    return colours;
+}
+
+/// Copies packed samples as the colours that they stand for, or, into a page of one channel, as grey levels.
+void CopyPacked(
+    IWICBitmapFrameDecode& inFrame, std::uint32_t inBits, const std::vector<WICColor>& inColours,
+    WImagePage& ioPage )
+{
+    if ( ioPage.width > std::numeric_limits<std::int32_t>::max() / 8 )
+        throw WImageError( "its rows are too long for Windows" );
+    const auto rowSize = ( ioPage.width * inBits + 7 ) / 8;
+    std::vector<BYTE> row( rowSize );
+    auto* samples = reinterpret_cast<BYTE*>( ioPage.samples.get() );
+    for ( std::uint32_t y = 0; y < ioPage.height; ++y )
+    {
+        const WICRect band{ 0, static_cast<INT>( y ), static_cast<INT>( ioPage.width ), 1 };
+        Check( inFrame.CopyPixels( &band, rowSize, rowSize, row.data() ), "its samples cannot be read" );
+        for ( std::uint32_t x = 0; x < ioPage.width; ++x )
+        {
+            const auto shift = 8 - inBits - x * inBits % 8;
+            const auto colour = inColours[row[x * inBits / 8] >> shift & ( inColours.size() - 1 )];
+            for ( auto channel = ioPage.channels; channel-- > 0; )
+                *samples++ = static_cast<BYTE>( colour >> 8 * channel );
+        }
+    }
+}
 } // namespace
 
 WImagingComponent::WImagingComponent( const std::filesystem::path& inPath )
@@ -198,14 +250,12 @@ void WImagingComponent::CopyFrame( std::uint32_t inFrame, bool inMayConvert, WIm
     if ( width != ioPage.width || height != ioPage.height || ( !isSame && !inMayConvert ) )
         throw WImageError( "Windows cannot read this form of image" );
 
-    Reference<IWICBitmapSource> converted;
-    if ( !format )
-    {
-        format = &GetPlainFormat( ioPage );
-        Check(
-            WICConvertBitmapSource( format->id, frame.Get(), converted.GetAddress() ),
-            "its pixels have a form that Windows cannot convert" );
-    }
-    auto& source = converted.Get() ? *converted.Get() : static_cast<IWICBitmapSource&>( *frame.Get() );
-    CopyFormat( source, format->channels, format->isReversed, ioPage );
+    if ( format )
+        return CopyFormat( *frame.Get(), format->channels, format->isReversed, ioPage );
+
+    const auto* packed =
+        std::ranges::find( kPackedFormats, id, []( const auto& inEach ) { return inEach.id; } );
+    if ( packed == std::end( kPackedFormats ) || ioPage.type != WImagePage::kUInt8 )
+        throw WImageError( "Windows cannot read this form of image" );
+    CopyPacked( *frame.Get(), packed->bits, GetColours( *itsFactory, *frame.Get(), *packed ), ioPage );
 }

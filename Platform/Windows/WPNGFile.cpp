@@ -57,6 +57,8 @@ Header ReadHeader( const WFile& inFile )
         if ( chunk.size() < 8 )
             throw WImageError( "it is damaged: it is cut off" );
         const std::uint64_t size = GetNumber( chunk, 0 );
+        if ( position + size + 12 > inFile.GetSize() )
+            throw WImageError( "it is damaged: it is cut off" );
         TakeChunk( chunk.substr( 4, 4 ), chunk.substr( 8, size ), header );
         position += size + 12;
     }
