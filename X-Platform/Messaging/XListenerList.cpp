@@ -140,16 +140,24 @@ void XListenerList::CleanupAfterMessage()
 
 // Handlers may add nodes while these two walk: no pointer into the nodes is kept across a call.
 
-void XListenerList::CallAll( const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions )
+void XListenerList::CallAll( const XMessage& inMessage )
 {
-    for ( USize i = 0; i < itsNodes.size(); ++i )
+    for ( USize i = 0; i != itsNodes.size(); ++i )
     {
-        const XNode node = itsNodes[i];
-        if ( node.count <= 0 || node.listener->IsDeafTo( inMessage ) )
-            continue;
-        if ( !inExclusions.empty() && Contains( inExclusions, node.listener ) )
-            continue;
-        node.listener->HandleMessage( inMessage );
+        XListener* const listener = itsNodes[i].listener;
+        if ( itsNodes[i].count > 0 && !listener->IsDeafTo( inMessage ) ) [[likely]]
+            listener->HandleMessage( inMessage );
+    }
+}
+
+void XListenerList::CallAllBut( const XSpeaker::XListenerVector& inExclusions, const XMessage& inMessage )
+{
+    for ( USize i = 0; i != itsNodes.size(); ++i )
+    {
+        XListener* const listener = itsNodes[i].listener;
+        if ( itsNodes[i].count > 0 && !listener->IsDeafTo( inMessage ) &&
+             !Contains( inExclusions, listener ) )
+            listener->HandleMessage( inMessage );
     }
 }
 

@@ -51,9 +51,10 @@ public:
         itsAsynchronousSubscriptions.fetch_add( inStep, std::memory_order_relaxed );
     }
 
-    /// The two walks of a broadcast. The second calls asynchronous listeners only; it returns whether any other listener
+    /// The walks of a broadcast. The last one calls asynchronous listeners only; it returns whether any other listener
     /// still has to hear the message, and who has heard it.
-    void CallAll( const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions );
+    void CallAll( const XMessage& inMessage );
+    void CallAllBut( const XSpeaker::XListenerVector& inExclusions, const XMessage& inMessage );
     bool CallAsynchronous(
         const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions,
         XSpeaker::XListenerVector& outServed );

@@ -19,18 +19,18 @@ constexpr std::uint32_t kIdleBudgetMs = 100;
 using XEntry = XDeferredQueue::XEntry;
 using XEntryPtr = XDeferredQueue::XEntryPtr;
 
-std::unique_ptr<XMessage> CloneFor( const XMessage& inMessage, XSpeaker* inSpeaker )
+/// The copy names the speaker that speaks it, which coalescing compares, whatever the original names.
+XEntryPtr MakeEntry(
+    const XMessage& inMessage, XSpeaker* inSpeaker, XListener* inTarget,
+    const XSpeaker::XListenerVector& inExclusions )
 {
-    std::unique_ptr<XMessage> clone( inMessage.Clone() );
-    XAssert( clone );
-    clone->SetSpeaker( inSpeaker );
-    return clone;
-}
-
-/// Coalescing compares speakers, so a message that names another one is copied before it is compared.
-std::unique_ptr<XMessage> CloneIfForeign( const XMessage& inMessage, XSpeaker* inSpeaker )
-{
-    return inMessage.GetSpeaker() == inSpeaker ? nullptr : CloneFor( inMessage, inSpeaker );
+    auto entry = std::make_unique<XEntry>();
+    entry->record.target = inTarget;
+    entry->record.message.reset( inMessage.Clone() );
+    XAssert( entry->record.message );
+    entry->record.message->SetSpeaker( inSpeaker );
+    entry->record.exclusions = inExclusions;
+    return entry;
 }
 
 void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVector& inListeners )
@@ -125,6 +125,9 @@ XMessageQueues& XMessageQueues::Get()
 
 // ---- Adding
 
+// Copies are made before the mutex is taken and what is left over is destroyed after it has been released: threads hold
+// it only to compare and to link.
+
 void XMessageQueues::Add(
     const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
     const XListenerVector& inExclusions )
@@ -132,50 +135,43 @@ void XMessageQueues::Add(
     XSpeaker* const speaker = inSpeakersList.GetSpeaker();
     if ( !speaker )
         return;
-    auto copy = CloneIfForeign( inMessage, speaker );
-    XEntryPtr replaced; // destroyed without the mutex
+    XEntryPtr entry = MakeEntry( inMessage, speaker, nullptr, inExclusions );
     const XThreadLock lock( itsDeferredMutex );
     if ( inSpeakersList.GetSpeaker() )
-        replaced = AddLocked( SelectQueue( inWhen ), inMessage, std::move( copy ), nullptr, inExclusions );
+        entry = AddLocked( SelectQueue( inWhen ), std::move( entry ) );
 }
 
 void XMessageQueues::Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
 {
-    XEntryPtr replaced;
+    XEntryPtr entry = MakeEntry( inMessage, inMessage.GetSpeaker(), &inListener, {} );
     const XThreadLock lock( itsDeferredMutex );
-    replaced = AddLocked( SelectQueue( inWhen ), inMessage, nullptr, &inListener, {} );
+    entry = AddLocked( SelectQueue( inWhen ), std::move( entry ) );
 }
 
-/// Returns the entry that the new one replaces, if any.
-XEntryPtr XMessageQueues::AddLocked(
-    XQueue& ioQueue, const XMessage& inMessage, std::unique_ptr<XMessage> inCopy, XListener* inTarget,
-    const XListenerVector& inExclusions )
+/// Returns what is left over: the entry itself when a queued one absorbs it, one that it replaces, or nothing.
+XEntryPtr XMessageQueues::AddLocked( XQueue& ioQueue, XEntryPtr inEntry )
 {
-    const XMessage& message = inCopy ? *inCopy : inMessage;
+    auto& record = inEntry->record;
     auto coalesce = XMessage::kCoalesceNone;
-    XEntry* like = ioQueue.messages.FindFirstLike( message, inTarget );
+    XEntry* like = ioQueue.messages.FindFirstLike( *record.message, record.target );
     for ( ; like; like = ioQueue.messages.FindNextLike( *like ) )
     {
-        coalesce = like->record.message->ShouldCoalesceQueueMessage( message );
+        coalesce = like->record.message->ShouldCoalesceQueueMessage( *record.message );
         if ( coalesce != XMessage::kCoalesceNone )
             break;
     }
     if ( coalesce == XMessage::kCoalesceMerge )
     {
-        Unite( like->record.exclusions, inExclusions );
-        return nullptr;
+        Unite( like->record.exclusions, record.exclusions );
+        return inEntry;
     }
 
-    auto entry = std::make_unique<XEntry>();
-    entry->record.target = inTarget;
-    entry->record.message = inCopy ? std::move( inCopy ) : CloneFor( inMessage, inMessage.GetSpeaker() );
-    entry->record.exclusions = inExclusions;
     if ( like )
-        Unite( entry->record.exclusions, like->record.exclusions );
+        Unite( record.exclusions, like->record.exclusions );
     ioQueue.messages.Reserve();
     // Nothing fails from here on, so that a message is never lost half-way.
     auto replaced = like ? ioQueue.messages.Take( *like ) : nullptr;
-    ioQueue.messages.PushBack( std::move( entry ) );
+    ioQueue.messages.PushBack( std::move( inEntry ) );
     Signal( ioQueue );
     return replaced;
 }

@@ -71,9 +71,7 @@ private:
     }
 
     // Under the mutex.
-    XDeferredQueue::XEntryPtr AddLocked(
-        XQueue& ioQueue, const XMessage& inMessage, std::unique_ptr<XMessage> inCopy, XListener* inTarget,
-        const XListenerVector& inExclusions );
+    XDeferredQueue::XEntryPtr AddLocked( XQueue& ioQueue, XDeferredQueue::XEntryPtr inEntry );
     void Signal( XQueue& ioQueue );
     static void ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener );
     bool ForgetCalls( const XListener& inListener );

@@ -124,7 +124,8 @@ void XSpeaker::SpeakMessageNowSelf(
 {
     XListenerList& listeners = *itsListeners; // the speaker may be destroyed by a handler
     if ( inIsForced || XThread::IsMainThread() )
-        return listeners.CallAll( inMessage, inExclusions );
+        return inExclusions.empty() ? listeners.CallAll( inMessage )
+                                    : listeners.CallAllBut( inExclusions, inMessage );
     XListenerVector served;
     if ( listeners.CallAsynchronous( inMessage, inExclusions, served ) )
         XMessageQueues::Get().Add( inMessage, listeners, kWhenNextEvent, served );
