@@ -1,27 +1,32 @@
 #include "Messaging/XDeferredQueue.h"
 
+#include "Messaging/XListenerList.h"
+
 namespace
 {
 
-std::uint64_t GetHash( const void* inPointer )
+using XEntry = XDeferredQueue::XEntry;
+
+std::uint64_t GetAddress( const void* inPointer )
 {
     return reinterpret_cast<std::uintptr_t>( inPointer );
 }
 
-/// Messages that may coalesce have the same value; others with it are told apart by `IsLike`.
-std::uint64_t GetKeyHash( const XMessage& inMessage, const XListener* inTarget )
+/// Equal for entries that are alike, and next to each other for one speaker's messages with keys next to each other;
+/// `SkipUnlike` tells apart what it makes equal by chance.
+std::uint64_t GetKeyValue( const XEntry& inEntry )
 {
     constexpr std::uint64_t kSpread = 0xBF58476D1CE4E5B9u;
-    return ( inMessage.GetCoalesceKey() * kSpread ^ GetHash( inMessage.GetSpeaker() ) ) * kSpread ^
-        GetHash( inTarget );
+    const auto addresses =
+        ( GetAddress( inEntry.speakersList ) * kSpread ^ GetAddress( inEntry.record.target ) ) * kSpread;
+    return inEntry.record.message->GetCoalesceKey() + ( addresses << 6 );
 }
 
-using XEntry = XDeferredQueue::XEntry;
-
-XEntry* SkipUnlike( XEntry* inEntry, const XSpeaker* inSpeaker, const XListener* inTarget )
+XEntry* SkipUnlike( XEntry* inEntry, const XEntry& inNewEntry )
 {
     while ( inEntry &&
-            ( inEntry->record.target != inTarget || inEntry->record.message->GetSpeaker() != inSpeaker ) )
+            ( inEntry->record.target != inNewEntry.record.target ||
+              inEntry->speakersList != inNewEntry.speakersList ) )
         inEntry = XEntryIndex<XEntry, &XEntry::keyLink>::FindNext( *inEntry );
     return inEntry;
 }
@@ -37,22 +42,22 @@ XDeferredQueue::~XDeferredQueue()
 void XDeferredQueue::Reserve()
 {
     itsKeys.Reserve();
-    itsSpeakers.Reserve();
     itsTargets.Reserve();
 }
 
 void XDeferredQueue::PushBack( XEntryPtr inEntry )
 {
     XEntry* const entry = inEntry.release();
-    const XRecord& record = entry->record;
+    entry->queue = this;
     entry->previous = itsLast;
     ( itsLast ? itsLast->next : itsFirst ) = entry;
     itsLast = entry;
     ++itsCount;
-    itsKeys.Add( *entry, GetKeyHash( *record.message, record.target ) );
-    itsSpeakers.Add( *entry, GetHash( record.message->GetSpeaker() ) );
-    if ( record.target )
-        itsTargets.Add( *entry, GetHash( record.target ) );
+    itsKeys.Add( *entry, GetKeyValue( *entry ) );
+    if ( entry->speakersList )
+        LinkToSpeaker( *entry );
+    if ( entry->record.target )
+        itsTargets.Add( *entry, GetAddress( entry->record.target ) );
 }
 
 XDeferredQueue::XEntryPtr XDeferredQueue::Take( XEntry& inEntry )
@@ -61,30 +66,42 @@ XDeferredQueue::XEntryPtr XDeferredQueue::Take( XEntry& inEntry )
     ( inEntry.next ? inEntry.next->previous : itsLast ) = inEntry.previous;
     --itsCount;
     itsKeys.Remove( inEntry );
-    itsSpeakers.Remove( inEntry );
+    if ( inEntry.speakersList )
+        UnlinkFromSpeaker( inEntry );
     if ( inEntry.record.target )
         itsTargets.Remove( inEntry );
     return XEntryPtr( &inEntry );
 }
 
-XEntry* XDeferredQueue::FindFirstLike( const XMessage& inMessage, const XListener* inTarget ) const
+void XDeferredQueue::LinkToSpeaker( XEntry& inEntry )
 {
-    return SkipUnlike(
-        itsKeys.FindFirst( GetKeyHash( inMessage, inTarget ) ), inMessage.GetSpeaker(), inTarget );
+    XEntry*& first = inEntry.speakersList->itsFirstQueued;
+    inEntry.nextOfSpeaker = first;
+    if ( first )
+        first->previousOfSpeaker = &inEntry;
+    first = &inEntry;
 }
 
-XEntry* XDeferredQueue::FindNextLike( const XEntry& inEntry ) const
+void XDeferredQueue::UnlinkFromSpeaker( XEntry& inEntry )
 {
-    return SkipUnlike(
-        itsKeys.FindNext( inEntry ), inEntry.record.message->GetSpeaker(), inEntry.record.target );
+    XEntry* const previous = inEntry.previousOfSpeaker;
+    XEntry* const next = inEntry.nextOfSpeaker;
+    ( previous ? previous->nextOfSpeaker : inEntry.speakersList->itsFirstQueued ) = next;
+    if ( next )
+        next->previousOfSpeaker = previous;
 }
 
-XEntry* XDeferredQueue::FindFirstOf( const XSpeaker& inSpeaker ) const
+XEntry* XDeferredQueue::FindFirstLike( const XEntry& inNewEntry ) const
 {
-    return itsSpeakers.FindFirst( GetHash( &inSpeaker ) );
+    return SkipUnlike( itsKeys.FindFirst( GetKeyValue( inNewEntry ) ), inNewEntry );
+}
+
+XEntry* XDeferredQueue::FindNextLike( const XEntry& inEntry )
+{
+    return SkipUnlike( XEntryIndex<XEntry, &XEntry::keyLink>::FindNext( inEntry ), inEntry );
 }
 
 XEntry* XDeferredQueue::FindFirstFor( const XListener& inTarget ) const
 {
-    return itsTargets.FindFirst( GetHash( &inTarget ) );
+    return itsTargets.FindFirst( GetAddress( &inTarget ) );
 }

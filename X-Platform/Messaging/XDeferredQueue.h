@@ -15,10 +15,13 @@ public:
     struct XEntry
     {
         XRecord record;
-        XEntry* previous = nullptr;
+        XListenerList* speakersList = nullptr; // of the message's speaker; null when it has none
+        XDeferredQueue* queue = nullptr;
+        XEntry* previous = nullptr; // in the queue
         XEntry* next = nullptr;
+        XEntry* previousOfSpeaker = nullptr;
+        XEntry* nextOfSpeaker = nullptr;
         XIndexLink<XEntry> keyLink;
-        XIndexLink<XEntry> speakerLink;
         XIndexLink<XEntry> targetLink;
     };
     using XEntryPtr = std::unique_ptr<XEntry>;
@@ -38,20 +41,22 @@ public:
     XEntryPtr Take( XEntry& inEntry );
     XEntryPtr TakeFront() { return Take( *itsFirst ); }
 
-    /// The entries in their order, and those among which a new message for `inTarget` (null: all listeners) looks for
-    /// its like.
     XEntry* GetFirst() const { return itsFirst; }
-    XEntry* FindFirstLike( const XMessage& inMessage, const XListener* inTarget ) const;
-    XEntry* FindNextLike( const XEntry& inEntry ) const;
 
-    XEntry* FindFirstOf( const XSpeaker& inSpeaker ) const;
+    /// The entries that a new one may coalesce with, in their order: those for the same listener or all, of the same
+    /// speaker and with the same key.
+    XEntry* FindFirstLike( const XEntry& inNewEntry ) const;
+    static XEntry* FindNextLike( const XEntry& inEntry );
+
     XEntry* FindFirstFor( const XListener& inTarget ) const;
 
 private:
+    static void LinkToSpeaker( XEntry& inEntry );
+    static void UnlinkFromSpeaker( XEntry& inEntry );
+
     XEntry* itsFirst = nullptr;
     XEntry* itsLast = nullptr;
     USize itsCount = 0;
     XEntryIndex<XEntry, &XEntry::keyLink> itsKeys;
-    XEntryIndex<XEntry, &XEntry::speakerLink> itsSpeakers;
     XEntryIndex<XEntry, &XEntry::targetLink> itsTargets; // of records that have a target
 };

@@ -8,7 +8,7 @@ struct XIndexLink
 {
     Entry* previous = nullptr;
     Entry* next = nullptr;
-    std::uint64_t hash = 0;
+    std::uint64_t value = 0;
 };
 
 /// Entries by a 64-bit value, those with equal values in the order in which they were added. The links lie in the
@@ -26,7 +26,7 @@ public:
 
     void Add( Entry& inEntry, std::uint64_t inValue )
     {
-        ( inEntry.*kLink ).hash = Mix( inValue );
+        ( inEntry.*kLink ).value = inValue;
         Append( inEntry );
         ++itsCount;
     }
@@ -34,7 +34,7 @@ public:
     void Remove( Entry& inEntry )
     {
         XIndexLink<Entry>& link = inEntry.*kLink;
-        XChain& chain = FindChain( link.hash );
+        XChain& chain = FindChain( link.value );
         ( link.previous ? ( link.previous->*kLink ).next : chain.first ) = link.next;
         ( link.next ? ( link.next->*kLink ).previous : chain.last ) = link.previous;
         if ( --itsCount == 0 && itsChains.size() > kMaxIdleChains )
@@ -46,13 +46,12 @@ public:
     {
         if ( itsCount == 0 )
             return nullptr;
-        const std::uint64_t hash = Mix( inValue );
-        return FindFrom( FindChain( hash ).first, hash );
+        return FindFrom( FindChain( inValue ).first, inValue );
     }
     static Entry* FindNext( const Entry& inEntry )
     {
         const XIndexLink<Entry>& link = inEntry.*kLink;
-        return FindFrom( link.next, link.hash );
+        return FindFrom( link.next, link.value );
     }
 
 private:
@@ -63,17 +62,23 @@ private:
     };
 
     static constexpr USize kMinChains = 64;
-    static constexpr USize kMaxIdleChains = 4096; // an empty index keeps no more: floods pass
+    static constexpr USize kMaxIdleChains = 16384; // an empty index keeps no more: floods pass
 
-    /// Odd, so that different values stay different; the upper bits depend on all bits of the value.
-    static std::uint64_t Mix( std::uint64_t inValue ) { return inValue * 0x9E3779B97F4A7C15u; }
-
-    const XChain& FindChain( std::uint64_t inHash ) const { return itsChains[inHash >> itsShift]; }
-    XChain& FindChain( std::uint64_t inHash ) { return itsChains[inHash >> itsShift]; }
-
-    static Entry* FindFrom( Entry* inEntry, std::uint64_t inHash )
+    /// Neighbouring values have neighbouring chains, so that messages with running numbers find theirs in the cache;
+    /// what lies above the low bits is scattered.
+    USize FindChainIndex( std::uint64_t inValue ) const
     {
-        while ( inEntry && ( inEntry->*kLink ).hash != inHash )
+        constexpr unsigned kNearBits = 6;
+        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u; // odd, of irregular bits
+        const std::uint64_t start = ( ( inValue >> kNearBits ) * kSpread ) >> itsShift;
+        return ( start + ( inValue & ( ( 1u << kNearBits ) - 1 ) ) ) & ( itsChains.size() - 1 );
+    }
+    const XChain& FindChain( std::uint64_t inValue ) const { return itsChains[FindChainIndex( inValue )]; }
+    XChain& FindChain( std::uint64_t inValue ) { return itsChains[FindChainIndex( inValue )]; }
+
+    static Entry* FindFrom( Entry* inEntry, std::uint64_t inValue )
+    {
+        while ( inEntry && ( inEntry->*kLink ).value != inValue )
             inEntry = ( inEntry->*kLink ).next;
         return inEntry;
     }
@@ -81,7 +86,7 @@ private:
     void Append( Entry& inEntry )
     {
         XIndexLink<Entry>& link = inEntry.*kLink;
-        XChain& chain = FindChain( link.hash );
+        XChain& chain = FindChain( link.value );
         link.previous = chain.last;
         link.next = nullptr;
         ( chain.last ? ( chain.last->*kLink ).next : chain.first ) = &inEntry;
@@ -104,7 +109,7 @@ private:
             }
     }
 
-    XVector<XChain> itsChains; // 0, or a power of two, of which the hash's upper bits select one
+    XVector<XChain> itsChains; // none, or a power of two
     USize itsCount = 0;
-    unsigned itsShift = 64;
+    unsigned itsShift = 64; // leaves as many bits as number the chains
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Messaging/XSpeaker.h"
+#include "Messaging/XDeferredQueue.h"
 
 /// The listeners of one speaker, and the mutex under which it speaks. Internal: the speaker and its listeners share the
 /// list, one reference for the speaker and one for each subscription, so that either side can reach it however the other
@@ -60,6 +60,9 @@ public:
         XSpeaker::XListenerVector& outServed );
 
     class XBroadcast;
+
+    /// The speaker's queued messages; guarded by the mutex of the queues.
+    XDeferredQueue::XEntry* itsFirstQueued = nullptr;
 
 private:
     struct XNode

@@ -19,17 +19,16 @@ constexpr std::uint32_t kIdleBudgetMs = 100;
 using XEntry = XDeferredQueue::XEntry;
 using XEntryPtr = XDeferredQueue::XEntryPtr;
 
-/// The copy names the speaker that speaks it, which coalescing compares, whatever the original names.
 XEntryPtr MakeEntry(
-    const XMessage& inMessage, XSpeaker* inSpeaker, XListener* inTarget,
+    const XMessage& inMessage, XListenerList* inSpeakersList, XListener* inTarget,
     const XSpeaker::XListenerVector& inExclusions )
 {
     auto entry = std::make_unique<XEntry>();
     entry->record.target = inTarget;
     entry->record.message.reset( inMessage.Clone() );
     XAssert( entry->record.message );
-    entry->record.message->SetSpeaker( inSpeaker );
     entry->record.exclusions = inExclusions;
+    entry->speakersList = inSpeakersList;
     return entry;
 }
 
@@ -135,7 +134,8 @@ void XMessageQueues::Add(
     XSpeaker* const speaker = inSpeakersList.GetSpeaker();
     if ( !speaker )
         return;
-    XEntryPtr entry = MakeEntry( inMessage, speaker, nullptr, inExclusions );
+    XEntryPtr entry = MakeEntry( inMessage, &inSpeakersList, nullptr, inExclusions );
+    entry->record.message->SetSpeaker( speaker );
     const XThreadLock lock( itsDeferredMutex );
     if ( inSpeakersList.GetSpeaker() )
         entry = AddLocked( SelectQueue( inWhen ), std::move( entry ) );
@@ -143,7 +143,8 @@ void XMessageQueues::Add(
 
 void XMessageQueues::Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
 {
-    XEntryPtr entry = MakeEntry( inMessage, inMessage.GetSpeaker(), &inListener, {} );
+    const XSpeaker* const speaker = inMessage.GetSpeaker();
+    XEntryPtr entry = MakeEntry( inMessage, speaker ? speaker->itsListeners : nullptr, &inListener, {} );
     const XThreadLock lock( itsDeferredMutex );
     entry = AddLocked( SelectQueue( inWhen ), std::move( entry ) );
 }
@@ -153,8 +154,8 @@ XEntryPtr XMessageQueues::AddLocked( XQueue& ioQueue, XEntryPtr inEntry )
 {
     auto& record = inEntry->record;
     auto coalesce = XMessage::kCoalesceNone;
-    XEntry* like = ioQueue.messages.FindFirstLike( *record.message, record.target );
-    for ( ; like; like = ioQueue.messages.FindNextLike( *like ) )
+    XEntry* like = ioQueue.messages.FindFirstLike( *inEntry );
+    for ( ; like; like = XDeferredQueue::FindNextLike( *like ) )
     {
         coalesce = like->record.message->ShouldCoalesceQueueMessage( *record.message );
         if ( coalesce != XMessage::kCoalesceNone )
@@ -216,7 +217,7 @@ void XMessageQueues::Deliver( XQueue& ioQueue )
         {
             const XMessage* const theMessage = entry->record.message.get();
             XAssert( theMessage->GetSpeaker() );
-            list.emplace( *theMessage->GetSpeaker()->itsListeners );
+            list.emplace( *entry->speakersList );
         }
     }
     const auto& record = entry->record;
@@ -321,13 +322,12 @@ USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
     return withdrawn.GetCount();
 }
 
-void XMessageQueues::ForgetSpeaker( const XSpeaker& inSpeaker )
+void XMessageQueues::ForgetSpeaker( const XListenerList& inSpeakersList )
 {
     XWithdrawn withdrawn;
     const XThreadLock lock( itsDeferredMutex );
-    for ( XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
-        while ( XEntry* const entry = queue->messages.FindFirstOf( inSpeaker ) )
-            withdrawn.Add( queue->messages.Take( *entry ) );
+    while ( XEntry* const entry = inSpeakersList.itsFirstQueued )
+        withdrawn.Add( entry->queue->Take( *entry ) );
 }
 
 void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeExcluded )

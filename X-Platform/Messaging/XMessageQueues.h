@@ -37,7 +37,7 @@ public:
     USize RemoveIf( XWhen inQueue, const XPredicate& inPredicate );
 
     /// Withdraws the messages of a speaker that has stopped.
-    void ForgetSpeaker( const XSpeaker& inSpeaker );
+    void ForgetSpeaker( const XListenerList& inSpeakersList );
 
     /// Withdraws the messages for a listener, waits for calls of it on other threads and forgets those on this one.
     void ForgetListener( const XListener& inListener, bool inMayBeExcluded );

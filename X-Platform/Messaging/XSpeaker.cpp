@@ -76,7 +76,7 @@ void XSpeaker::StopSpeaking()
         itsListeners->SpeakerStopped();
         itsListeners->RemoveAll();
     }
-    XMessageQueues::Get().ForgetSpeaker( *this );
+    XMessageQueues::Get().ForgetSpeaker( *itsListeners );
     if ( itsHasMutedMessages )
         ForgetMutedMessages();
 }

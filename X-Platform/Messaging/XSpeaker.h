@@ -84,7 +84,8 @@ public:
     virtual void SpeakMessage( const XMessage& inMessage, XWhen inWhen = kWhenDefault );
 
     /// Sends a message to one listener, subscribed or not, by the same rules; the message's speaker, if it has one, may
-    /// mute it. The listener has to exist until the call has begun.
+    /// mute it. The listener, and the speaker that the message names, have to exist when the call
+    /// begins.
     static void PostXMessage( const XMessage& inMessage, XListener& inListener, XWhen inWhen = kWhenDefault );
 
     /// Suppresses messages of exactly this class as they are spoken, or lets them pass again.
