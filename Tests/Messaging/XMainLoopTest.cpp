@@ -62,6 +62,16 @@ TEST( XMainLoopTest, EndsOnRequestsOfOtherThreadsAndOfSignalHandlers )
     OnWorker( [] { EXPECT_THROW( XMainLoop::Run(), XInternalException ); } );
 }
 
+TEST( XMainLoopTest, ARequestThatTheWorkSilencesIsHeard )
+{
+    const auto requestAndSilence = []
+    {
+        XMainLoop::RequestEnd( 3 );
+        WMainLoop::ClearWake();
+    };
+    EXPECT_EQ( WMainLoop::Run( { requestAndSilence, [] { return false; } } ), 3 );
+}
+
 /// What a program with a loop of its own does, with one handle to wait for.
 TEST( XMainLoopTest, AForeignLoopDrivesTheQueues )
 {
