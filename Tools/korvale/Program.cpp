@@ -42,6 +42,7 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     CLI::App program( "Finds and measures the objects in microscope images.", "korvale" );
     program.set_version_flag( "--version", "korvale " KORVALE_VERSION );
     program.require_subcommand( 1 );
+    program.allow_windows_style_options( false ); // A path may begin with a slash there too.
     program.footer( "korvale COMMAND --help explains a command.\n"
                     "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage." );
     auto subcommands = DeclareSubcommands( program );
