@@ -1,6 +1,6 @@
 #include "Jobs/XJobWaiter.h"
 
-#include "Threads/XCheckpoint.h"
+#include "Threads/XThread.h"
 #include "WFutex.h"
 #include "WProcessors.h"
 #include "WSemaphore.h"
@@ -12,8 +12,10 @@ namespace
 WSemaphore sWakes;
 std::atomic<USize> sWaiters = 0; // those that have not been woken
 
-/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while first.
-constexpr int kSpinCount = 2000;
+/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while first. In between
+/// it gives way, lest it keep the very thread that brings the jobs from its processor.
+constexpr int kTurns = 24;
+constexpr int kLooksPerTurn = 40;
 
 /// Takes one waiter out of the count; false when there is none.
 bool Claim()
@@ -27,12 +29,16 @@ bool Claim()
 
 bool SpinForWake()
 {
-    static const int sSpinCount = WProcessors::GetCount() > 1 ? kSpinCount : 1;
-    for ( int turn = 0; turn < sSpinCount; ++turn )
+    static const int sTurns = WProcessors::GetCount() > 1 ? kTurns : 1;
+    for ( int turn = 0; turn < sTurns; ++turn )
     {
-        if ( sWakes.TryWait() )
-            return true;
-        WFutex::Pause();
+        for ( int look = 0; look < kLooksPerTurn; ++look )
+        {
+            if ( sWakes.TryWait() )
+                return true;
+            WFutex::Pause();
+        }
+        XThread::YieldCurrentThread();
     }
     return false;
 }
@@ -59,7 +65,7 @@ void XJobWaiter::Wait()
     itsIsWoken = SpinForWake();
     while ( !itsIsWoken )
     {
-        XRunCheckpoint();
+        XThread::TestCancelCurrentThread();
         itsIsWoken = sWakes.Wait( kNoTimeout, true ) == kWaitSucceeded;
     }
 }
