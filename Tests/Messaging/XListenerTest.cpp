@@ -1,10 +1,11 @@
 #include "Messaging/XListener.h"
 
 #include "Recorder.h"
+#include "WEvent.h"
 
 #include <gtest/gtest.h>
 
-#include <latch>
+#include <atomic>
 
 // The ends of listeners, in all orders.
 
@@ -66,15 +67,15 @@ TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
     XSpeaker speaker;
     for ( const bool isPosted : { false, true } )
     {
-        std::latch isCalled( 1 );
-        std::atomic<bool> mayReturn = false;
+        WEvent isCalled;
+        WEvent mayReturn;
+        WEvent isEnding;
         std::atomic<bool> hasReturned = false;
         auto listener = std::make_unique<Recorder>(
             [&]( const XMessage& )
             {
-                isCalled.count_down();
-                while ( !mayReturn )
-                    std::this_thread::yield();
+                isCalled.Set();
+                mayReturn.Wait();
                 hasReturned = true;
             },
             true );
@@ -87,17 +88,16 @@ TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
                 else
                     speaker.SpeakMessage( NumberMessage( 1 ) );
             } );
-        isCalled.wait();
-        std::latch isEnding( 1 );
+        isCalled.Wait();
         std::thread ender(
             [&]
             {
-                isEnding.count_down();
+                isEnding.Set();
                 listener.reset();
                 EXPECT_TRUE( hasReturned );
             } );
-        isEnding.wait();
-        mayReturn = true;
+        isEnding.Wait();
+        mayReturn.Set();
         ender.join();
         sender.join();
         EXPECT_EQ( speaker.GetListenerCount(), 0u );
