@@ -3,7 +3,9 @@
 #include "Jobs/XJob.h"
 #include "Threads/XThread.h"
 
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <utility>
 
 /// A job that runs a function and tells another one how it was completed.
@@ -45,6 +47,30 @@ private:
     Body itsBody;
     Completed itsCompleted;
     bool itsCompletesOnWorker = false;
+};
+
+/// Opens when it has been counted down. (A latch of the Windows runtime may miss its wake-up.)
+class Gate
+{
+public:
+    explicit Gate( std::uint32_t inCount ) : itsCount( inCount ) {}
+
+    void CountDown()
+    {
+        const std::lock_guard lock( itsMutex );
+        if ( --itsCount == 0 )
+            itsIsOpen.notify_all();
+    }
+    void Wait()
+    {
+        std::unique_lock lock( itsMutex );
+        itsIsOpen.wait( lock, [this] { return itsCount == 0; } );
+    }
+
+private:
+    std::mutex itsMutex;
+    std::condition_variable itsIsOpen;
+    std::uint32_t itsCount;
 };
 
 /// A body that ends only when it is stopped.

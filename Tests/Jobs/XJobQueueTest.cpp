@@ -13,7 +13,6 @@
 #include "Threads/XStopThreadException.h"
 
 #include <gtest/gtest.h>
-#include <latch>
 #include <mutex>
 #include <thread>
 
@@ -97,15 +96,15 @@ protected:
     /// Returns when the job runs.
     void AttachRunning( std::int64_t inTag, TestJob::Body inBody = RunUntilStopped )
     {
-        std::latch running( 1 );
+        Gate running( 1 );
         Attach(
             [&running, inBody]
             {
-                running.count_down();
+                running.CountDown();
                 inBody();
             },
             inTag );
-        running.wait();
+        running.Wait();
     }
 
     Record<std::uint32_t> itsCodes;
@@ -120,9 +119,14 @@ TEST_F( XJobQueueTest, AStoppedQueueKeepsItsJobsAndAStartRunsThemOnAllWorkers )
     XJobQueue other;
     other.Start(); // idle workers have long looked for jobs in vain
     const auto count = XThread::GetProcessorCount();
-    std::latch all( count );
+    Gate all( count );
     for ( std::uint32_t job = 0; job < count; ++job )
-        Attach( [&] { all.arrive_and_wait(); } );
+        Attach(
+            [&]
+            {
+                all.CountDown();
+                all.Wait();
+            } );
     Attach( DoNothing );
     EXPECT_EQ( itsQueue.GetQueuedJobCount(), count + 1 );
     itsQueue.Start();
@@ -159,9 +163,14 @@ TEST_F( XJobQueueTest, WhateverABodyThrowsBecomesTheResultAndNoWorkerIsLost )
         itsQueue.WaitForQueueEmpty();
         ASSERT_EQ( itsCodes.Get().back(), codes[index % bodies.size()] );
     }
-    std::latch all( XThread::GetProcessorCount() );
+    Gate all( XThread::GetProcessorCount() );
     for ( std::uint32_t job = 0; job < XThread::GetProcessorCount(); ++job )
-        Attach( [&] { all.arrive_and_wait(); } );
+        Attach(
+            [&]
+            {
+                all.CountDown();
+                all.Wait();
+            } );
     itsQueue.WaitForQueueEmpty();
 }
 
@@ -285,17 +294,17 @@ TEST_F( XJobQueueTest, SuspendedJobsKeepTheirOrderAndQueueUpAgainAtTheEnd )
     EXPECT_EQ( itsHeard.Get(), ( Tags{ -9 } ) ); // though it waited all along
     itsQueue.ResumeTaggedJobs( 1 );
     // One after another, so that the order can be told.
-    std::latch blocked( XThread::GetProcessorCount() - 1 );
+    Gate blocked( XThread::GetProcessorCount() - 1 );
     XJobQueue other;
     for ( std::uint32_t job = 1; job < XThread::GetProcessorCount(); ++job )
         other.AttachJob( new TestJob(
             [&]
             {
-                blocked.count_down();
+                blocked.CountDown();
                 RunUntilStopped();
             } ) );
     other.Start();
-    blocked.wait();
+    blocked.Wait();
     itsQueue.Start();
     std::thread( [&] { itsQueue.WaitForJobWeightUnderCommit( 2.0 / XThread::GetProcessorCount() ); } ).join();
     EXPECT_EQ( ran.Get(), ( Tags{ 2, 2, 1, 1 } ) );
@@ -432,17 +441,17 @@ TEST_F( XJobQueueTest, ADestroyedQueueHasCompletedItsJobs )
 {
     {
         XJobQueue queue;
-        std::latch running( 1 );
+        Gate running( 1 );
         queue.AttachJob( new TestJob( [] { throw XException( 1005 ); }, 1, itsCodes.Adder() ) );
         queue.Start();
         std::thread( [&] { queue.WaitForQueueEmpty(); } ).join();
         const auto run = [&]
         {
-            running.count_down();
+            running.CountDown();
             RunUntilStopped();
         };
         queue.AttachJob( new TestJob( run, 2, itsCodes.Adder() ) );
-        running.wait();
+        running.Wait();
         queue.AttachJob( new TestJob( DoNothing, 3, itsCodes.Adder() ), true );
     }
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, 1005, kStopped } ) );
