@@ -37,7 +37,7 @@ public:
     /// Silences the bell. Called by the drain of the next-event queue, before it looks into it.
     static void ClearWake();
 
-    /// The bell. Made on first use; throws the system's last error when it cannot be.
+    /// The bell. Made on first use, ringing; throws the system's last error when it cannot be.
     static XHandle GetWaitHandle();
 
     /// Waits for a handle as a foreign loop would, up to `inTimeoutMs`. Returns whether it rings.

@@ -16,9 +16,10 @@ namespace
 
 std::atomic<int> sBell = -1; // an event counter, readable while it is not 0
 
+/// It rings at first: whoever woke the loop before there was a bell was not heard.
 int OpenBell()
 {
-    const int bell = eventfd( 0, EFD_NONBLOCK | EFD_CLOEXEC );
+    const int bell = eventfd( 1, EFD_NONBLOCK | EFD_CLOEXEC );
     if ( bell >= 0 )
         return bell;
     WSystemError::SetLastFromErrno();
@@ -34,7 +35,7 @@ WMainLoop::XHandle WMainLoop::GetWaitHandle()
     return sBell;
 }
 
-/// Safe within a signal handler. Before the bell has been made nobody sleeps.
+/// Safe within a signal handler. Before the bell has been made nobody sleeps, and it will ring when it is made.
 void WMainLoop::Wake()
 {
     const int bell = sBell;

@@ -13,9 +13,10 @@ namespace
 
 std::atomic<HANDLE> sBell = nullptr; // an event reset by hand
 
+/// It rings at first: whoever woke the loop before there was a bell was not heard.
 HANDLE CreateBell()
 {
-    const HANDLE bell = CreateEventW( nullptr, TRUE, FALSE, nullptr );
+    const HANDLE bell = CreateEventW( nullptr, TRUE, TRUE, nullptr );
     if ( !bell )
         XThrowLastSystemError();
     return bell;

@@ -85,7 +85,7 @@ TEST( XMainLoopTest, AForeignLoopDrivesTheQueues )
                 speaker.SpeakMessage(
                     NumberMessage( number ), number % 3 == 0 ? XSpeaker::kWhenIdle : XSpeaker::kWhenDefault );
         } );
-    const auto handle = WMainLoop::GetWaitHandle();
+    const auto handle = WMainLoop::GetWaitHandle(); // perhaps after messages were queued
     while ( listener.heard.size() < std::size_t( kMessages ) )
     {
         ASSERT_TRUE( WMainLoop::WaitForHandle( handle, 60000 ) ) << listener.heard.size();
