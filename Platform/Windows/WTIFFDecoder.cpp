@@ -1,34 +1,58 @@
 #include "WTIFFDecoder.h"
 
-#include "WFile.h"
 #include "WImagingComponent.h"
+#include "WTIFFDirectory.h"
+
+using Tags = WTIFFDirectory;
+
+namespace
+{
+bool IsMinWhite( const Tags& inTags )
+{
+    constexpr std::uint64_t kMinIsBlack = 1;
+    return inTags.GetNumber( Tags::kPhotometric, kMinIsBlack ) == 0;
+}
+
+void Invert( WImagePage& ioPage )
+{
+    auto* const samples = ioPage.samples.get();
+    for ( std::uint64_t i = 0; i < ioPage.GetByteCount(); ++i )
+        samples[i] = ~samples[i];
+}
+} // namespace
 
 class WTIFFDecoder::Implementation
 {
 public:
     explicit Implementation( const std::filesystem::path& inPath )
-        : itsComponent( inPath ), itsIsBigEndian( IsBigEndian( inPath ) )
+        : itsFile( inPath, WFile::kRead ), itsHeader( WTIFFHeader::Read( itsFile ) ), itsComponent( inPath )
     {
     }
 
-    void Decode( std::uint32_t inPage, WImagePage& ioPage )
-    {
-        // Not every system that has the component undoes this byte order once only.
-        if ( itsIsBigEndian && ioPage.type != WImagePage::kUInt8 )
-            throw WImageError( "compressed samples with the high byte first cannot be read on Windows" );
-        itsComponent.CopyFrame( inPage, false, ioPage );
-    }
+    void Decode( std::uint32_t inPage, std::uint64_t inDirectoryOffset, WImagePage& ioPage );
 
 private:
+    WFile itsFile;
+    WTIFFHeader itsHeader;
     WImagingComponent itsComponent;
-    bool itsIsBigEndian;
-
-    static bool IsBigEndian( const std::filesystem::path& inPath )
-    {
-        char mark = 0;
-        return WFile( inPath, WFile::kRead ).ReadAt( 0, &mark, 1 ) == 1 && mark == 'M';
-    }
 };
+
+void WTIFFDecoder::Implementation::Decode(
+    std::uint32_t inPage, std::uint64_t inDirectoryOffset, WImagePage& ioPage )
+{
+    // Not every system that has the component undoes this byte order once only.
+    if ( itsHeader.isSwapped && ioPage.type != WImagePage::kUInt8 )
+        throw WImageError( "compressed samples with the high byte first cannot be read on Windows" );
+
+    const auto isMinWhite = IsMinWhite( Tags( itsFile, itsHeader, inDirectoryOffset ) );
+    if ( isMinWhite && ( ioPage.type == WImagePage::kFloat32 || ioPage.channels > 1 ) )
+        throw WImageError( "compressed samples of this form with white as 0 cannot be read on Windows" );
+
+    itsComponent.CopyFrame( inPage, false, ioPage );
+    // The component has made white the highest value; wanted are the samples as they are stored.
+    if ( isMinWhite )
+        Invert( ioPage );
+}
 
 WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
     : itsImplementation( std::make_unique<Implementation>( inPath ) )
@@ -37,7 +61,8 @@ WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
 
 WTIFFDecoder::~WTIFFDecoder() = default;
 
-void WTIFFDecoder::Decode( std::uint32_t inPage, std::uint64_t, std::uint64_t, WImagePage& ioPage )
+void WTIFFDecoder::Decode(
+    std::uint32_t inPage, std::uint64_t inDirectoryOffset, std::uint64_t, WImagePage& ioPage )
 {
-    itsImplementation->Decode( inPage, ioPage );
+    itsImplementation->Decode( inPage, inDirectoryOffset, ioPage );
 }

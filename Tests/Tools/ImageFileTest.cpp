@@ -47,6 +47,12 @@ protected:
     }
 };
 
+/// The text with one part of it exchanged for another, which must be in it.
+std::string Exchange( std::string_view inText, std::string_view inPart, std::string_view inOther )
+{
+    return std::string( inText ).replace( inText.find( inPart ), inPart.size(), inOther );
+}
+
 void ExpectSame( const WImagePage& inPage, const WImagePage& inExpected )
 {
     ASSERT_EQ( inPage.GetByteCount(), inExpected.GetByteCount() );
@@ -194,6 +200,15 @@ TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
     EXPECT_EQ( read( kBig16 ), steps );
     EXPECT_EQ( read( kLZW8 ), counted );
     EXPECT_EQ( read( kPackBits8 ), counted );
+
+    // The samples are the same where 0 is white.
+    const std::string_view blackIsZero = "0601030001000000010000", whiteIsZero = "0601030001000000000000";
+    EXPECT_EQ( read( Exchange( kDeflate16, blackIsZero, whiteIsZero ) ), steps );
+    EXPECT_EQ( read( Exchange( kDeflateTile16, blackIsZero, whiteIsZero ) ), steps );
+    EXPECT_EQ( read( Exchange( kLZW8, blackIsZero, whiteIsZero ) ), counted );
+    EXPECT_EQ(
+        read( Exchange( kBig16, "060103000100000000000000010000", "060103000100000000000000000000" ) ),
+        steps );
 
     EXPECT_EQ( read( kGrey8 ), ( Samples{ 0, 1, 2, 3, 4, 255 } ) );
     EXPECT_EQ( read( kGrey16 ), ( Samples{ 1, 515, 1029, 65534 } ) );
