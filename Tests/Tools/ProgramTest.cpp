@@ -103,10 +103,13 @@ TEST_F( Program, RefusesWrongUsage )
         { "measure", image, "--threshold", "12x" },
         { "measure", image, "--connectivity", "6" },
         { "measure", image, "--min-pixels", "-1" },
+        { "measure", image, "-o", "" },
+        { "measure", image, "--csv", "" },
         { "measure", image, "-o", Name( "same" ), "--csv", Name( "./same" ) },
         { "measure", image, "--csv", image },
         { "sample", Name( "s" ), "--planes", "0" },
         { "sample", Name( "s" ), "--bits", "12" },
+        { "sample", Name( "s" ), "--seed", "-1" },
         { "sample", Name( "s" ), "--objects", "1000", "--width", "50" },
         { "sample", Name( "s" ), "--width", "65536", "--height", "65536" },
         { "show", image, "--csv", "--structure" },
@@ -162,10 +165,24 @@ TEST_F( Program, MeasuresAPageOfOneValue )
 TEST_F( Program, LeavesNothingHalfWritten )
 {
     const auto image = WriteImage( "image.png" );
-    EXPECT_EQ( Run( { "measure", image, "-o", Name( "t" ), "--csv", Name( "no/such/folder" ) } ), 1 );
-    EXPECT_EQ( itsFolder.CountEntries(), 1u );
     itsFolder.Write( "file", "" );
-    EXPECT_EQ( Run( { "sample", Name( "file" ) } ), 1 );
+    const auto expectUnwritable =
+        [&]( const std::vector<std::string>& inArguments, const std::string& inOutput )
+    {
+        EXPECT_EQ( Run( inArguments ), 1 ) << inOutput;
+        EXPECT_EQ(
+            itsError.str().find( "korvale: " + inArguments[0] + ": cannot write " + inOutput + ": " ), 0u )
+            << itsError.str();
+        EXPECT_EQ( itsOut.str(), "" );
+        EXPECT_EQ( itsFolder.CountEntries(), 2u );
+    };
+    for ( const auto& output : { Name( "no/such/folder" ), Name( "file/below" ), Name( "." ) } )
+    {
+        expectUnwritable( { "measure", image, "-o", Name( "t" ), "--csv", output }, output );
+        expectUnwritable( { "measure", image, "-o", output, "--csv", Name( "c" ) }, output );
+    }
+    for ( const auto& output : { Name( "file" ), Name( "file/below" ) } )
+        expectUnwritable( { "sample", output }, output );
 
     itsFolder.Write( "old.csv", std::string( 100000, 'x' ) );
     EXPECT_EQ( Run( { "measure", image, "--csv", Name( "old.csv" ) } ), 0 );
@@ -181,8 +198,21 @@ TEST_F( Program, NoticesAFullDisk )
     for ( const auto option : { "--csv", "-o" } )
     {
         EXPECT_EQ( Run( { "measure", image, option, PathToUTF8( kFullDevice ) } ), 1 );
-        EXPECT_NE( itsError.str(), "" );
+        EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write /dev/full: " ), 0u )
+            << itsError.str();
     }
+}
+
+TEST_F( Program, NoticesWhatItCannotPrint )
+{
+    std::ostream broken( nullptr );
+    Terminal terminal{ broken, itsError };
+    for ( const auto& argument : { "--help", "--version" } )
+        EXPECT_EQ( RunProgram( { argument }, terminal ), 1 );
+    EXPECT_EQ( RunProgram( { "measure", WriteImage( "image.png" ) }, terminal ), 1 );
+    EXPECT_NE(
+        itsError.str().find( "korvale: standard output: not everything could be written\n" ),
+        std::string::npos );
 }
 
 TEST_F( Program, QuotesNamesInCSV )

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -50,8 +51,14 @@ protected:
 std::filesystem::path PathFromUTF8( const std::string& inText );
 std::string PathToUTF8( const std::filesystem::path& inPath );
 
+/// For options that take a whole number: what is wrong with the text, empty if nothing.
+std::string CheckWholeNumber( const std::string& inText );
+
 /// What the exception that is being handled says, on one line of UTF-8.
 std::string DescribeCurrentException();
+
+/// Does work that writes a file or a folder. What it throws becomes a runtime_error that names what was to be written.
+void WriteOutput( const std::string& inName, const std::function<void()>& inWork );
 
 /// Tells the user of a failure: "korvale: <subject>: <text>".
 void ReportFailure( Terminal& ioTerminal, const std::string& inSubject, const std::string& inText );

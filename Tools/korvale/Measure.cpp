@@ -46,6 +46,11 @@ std::string CheckThreshold( const std::string& inText )
         : inText + " is neither otsu nor a number";
 }
 
+std::string CheckFileName( const std::string& inText )
+{
+    return inText.empty() ? "the file has no name" : "";
+}
+
 /// True when both name one file, which need not exist.
 bool IsSamePath( const std::string& inOne, const std::string& inOther )
 {
@@ -53,6 +58,18 @@ bool IsSamePath( const std::string& inOne, const std::string& inOther )
     const auto one = PathFromUTF8( inOne ), other = PathFromUTF8( inOther );
     return std::filesystem::equivalent( one, other, error ) ||
         std::filesystem::weakly_canonical( one, error ) == std::filesystem::weakly_canonical( other, error );
+}
+
+void WriteCSVFile( const XPivotTable& inTable, WFile& ioFile )
+{
+    std::uint64_t position = 0;
+    WriteCSV(
+        inTable,
+        [&]( std::string_view inText )
+        {
+            ioFile.WriteAt( position, inText.data(), inText.size() );
+            position += inText.size();
+        } );
 }
 } // namespace
 
@@ -74,10 +91,11 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "A table file or a CSV file is written only when it is asked for, and replaces an older one. An "
         "image that\n"
         "cannot be read is told on standard error; the others are measured, and the exit status is 1." );
-    command->add_option( "IMAGE", itsImages, "Images to measure" )->required();
+    command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();
     command->add_option( "-o,--output", itsTable, "Table file to write, for korvale show" )
-        ->type_name( "TABLE" );
-    command->add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" );
+        ->type_name( "TABLE" )
+        ->check( CheckFileName );
+    command->add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" )->check( CheckFileName );
     command->add_option( "--channel", itsChannel, "Channel that tells objects from background" )
         ->type_name( "Cn" )
         ->check( CheckChannel )
@@ -89,12 +107,12 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
     command
         ->add_option(
             "--connectivity", itsConnectivity, "Whether pixels connect by edges (4) or by corners too (8)" )
-        ->type_name( "4|8" )
+        ->type_name( "N" )
         ->check( CLI::IsMember( { 4, 8 } ) )
         ->capture_default_str();
     command->add_option( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
         ->type_name( "N" )
-        ->check( CLI::NonNegativeNumber )
+        ->check( CheckWholeNumber )
         ->capture_default_str();
     command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
     return command;
@@ -172,24 +190,23 @@ void Measure::WriteOutputs( const XPivotTable& inTable ) const
 {
     std::optional<WReplaceFile> table, csv;
     if ( !itsTable.empty() )
-    {
-        table.emplace( PathFromUTF8( itsTable ) );
-        WriteTableFile( inTable, table->GetFile() );
-    }
-    if ( !itsCSV.empty() )
-    {
-        csv.emplace( PathFromUTF8( itsCSV ) );
-        std::uint64_t position = 0;
-        WriteCSV(
-            inTable,
-            [&]( std::string_view inText )
+        WriteOutput(
+            itsTable,
+            [&]
             {
-                csv->GetFile().WriteAt( position, inText.data(), inText.size() );
-                position += inText.size();
+                table.emplace( PathFromUTF8( itsTable ) );
+                WriteTableFile( inTable, table->GetFile() );
             } );
-    }
+    if ( !itsCSV.empty() )
+        WriteOutput(
+            itsCSV,
+            [&]
+            {
+                csv.emplace( PathFromUTF8( itsCSV ) );
+                WriteCSVFile( inTable, csv->GetFile() );
+            } );
     if ( table )
-        table->Commit();
+        WriteOutput( itsTable, [&] { table->Commit(); } );
     if ( csv )
-        csv->Commit();
+        WriteOutput( itsCSV, [&] { csv->Commit(); } );
 }

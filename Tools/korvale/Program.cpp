@@ -27,11 +27,11 @@ std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
     return subcommands;
 }
 
-int RunSubcommand( Command& ioCommand, Terminal& ioTerminal )
+/// The exit status of what printed its results: a failure when some of them are lost.
+int FinishOutput( int inStatus, Terminal& ioTerminal )
 {
-    const auto status = ioCommand.Run( ioTerminal );
     if ( ioTerminal.out.flush() )
-        return status;
+        return inStatus;
     ReportFailure( ioTerminal, "standard output", "not everything could be written" );
     return kFailure;
 }
@@ -53,13 +53,12 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
         const auto used =
             std::ranges::find_if( subcommands, []( const auto& inEach ) { return inEach.app->parsed(); } );
         used->command->Check();
-        return RunSubcommand( *used->command, ioTerminal );
+        return FinishOutput( used->command->Run( ioTerminal ), ioTerminal );
     }
     catch ( const CLI::Error& error )
     {
         const auto status = program.exit( error, ioTerminal.out, ioTerminal.error );
-        ioTerminal.out.flush();
-        return status == 0 ? kSuccess : kWrongUsage;
+        return status == 0 ? FinishOutput( kSuccess, ioTerminal ) : kWrongUsage;
     }
     catch ( ... )
     {

@@ -15,11 +15,14 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
         "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
         "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
         "has a line for each object of each plane: where it was drawn, how large and how bright." );
-    command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )->required();
+    command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )
+        ->type_name( "" )
+        ->required();
     const auto addNumber = [&]( const char* inName, std::uint32_t& outNumber, std::uint32_t inLeast,
                                 std::uint32_t inMost, const char* inText )
     {
         command->add_option( inName, outNumber, inText )
+            ->type_name( "N" )
             ->check( CLI::Range( inLeast, inMost ) )
             ->capture_default_str();
     };
@@ -29,12 +32,14 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
     addNumber( "--channels", itsSettings.channels, 1, 64, "Samples of a pixel" );
     addNumber( "--objects", itsSettings.objects, 0, 10000000, "Objects in each plane" );
     command->add_option( "--bits", itsSettings.bits, "Bits of a sample" )
+        ->type_name( "N" )
         ->check( CLI::IsMember( { 8, 16 } ) )
         ->capture_default_str();
     command
         ->add_option(
             "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
-        ->check( CLI::NonNegativeNumber )
+        ->type_name( "N" )
+        ->check( CheckWholeNumber )
         ->capture_default_str();
     command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
     return command;
@@ -59,9 +64,20 @@ void Sample::Check() const
 int Sample::Run( Terminal& ioTerminal )
 {
     const auto folder = PathFromUTF8( itsFolder );
-    std::filesystem::create_directories( folder );
-    WReplaceFile imageFile( folder / "sample.tif" );
-    WReplaceFile truthFile( folder / "truth.csv" );
+    WriteOutput( itsFolder, [&] { WriteFiles( folder, ioTerminal ); } );
+    if ( !itsIsQuiet )
+        ioTerminal.out << PathToUTF8( folder / "sample.tif" ) << ": " << itsSettings.planes << " planes of "
+                       << itsSettings.objects << " objects\n"
+                       << PathToUTF8( folder / "truth.csv" ) << ": what was drawn\n";
+    return kSuccess;
+}
+
+/// Both files are complete before either takes its place.
+void Sample::WriteFiles( const std::filesystem::path& inFolder, Terminal& ioTerminal ) const
+{
+    std::filesystem::create_directories( inFolder );
+    WReplaceFile imageFile( inFolder / "sample.tif" );
+    WReplaceFile truthFile( inFolder / "truth.csv" );
 
     SampleStack stack( itsSettings );
     TIFFWriter image( imageFile.GetFile() );
@@ -77,10 +93,4 @@ int Sample::Run( Terminal& ioTerminal )
     truthFile.GetFile().WriteAt( 0, truth.data(), truth.size() );
     imageFile.Commit();
     truthFile.Commit();
-
-    if ( !itsIsQuiet )
-        ioTerminal.out << PathToUTF8( folder / "sample.tif" ) << ": " << itsSettings.planes << " planes of "
-                       << itsSettings.objects << " objects\n"
-                       << PathToUTF8( folder / "truth.csv" ) << ": what was drawn\n";
-    return kSuccess;
 }

@@ -15,4 +15,6 @@ private:
     std::string itsFolder;
     SampleSettings itsSettings;
     bool itsIsQuiet = false;
+
+    void WriteFiles( const std::filesystem::path& inFolder, Terminal& ioTerminal ) const;
 };

@@ -13,7 +13,7 @@ CLI::App* Show::Declare( CLI::App& ioProgram )
     command->footer(
         "--structure also walks damaged files: it prints what makes sense, and then where and why the rest\n"
         "does not (exit status 1)." );
-    command->add_option( "TABLE", itsTable, "Table file" )->required();
+    command->add_option( "TABLE", itsTable, "Table file" )->type_name( "" )->required();
     auto* const csv = command->add_flag( "--csv", itsAsCSV, "As CSV, the same as measure writes" );
     command
         ->add_flag(
