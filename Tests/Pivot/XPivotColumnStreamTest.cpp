@@ -110,6 +110,33 @@ TEST( XPivotColumnStream, WritesNoFlagsForAnUnknownColumnAndReadsEitherForm )
     ExpectDamageIsSeen( Write( column ) );
 }
 
+TEST( XPivotColumnStream, ReadsRunsAndGapsOfAllLengthsOverEarlierValues )
+{
+    for ( const std::uint32_t lastGap : { 0u, 1u, 9u, 100u } )
+    {
+        XPivotSInt32Column written;
+        for ( std::uint32_t length = 1; length < 2000; length += length / 4 + 1 )
+        {
+            for ( std::uint32_t i = 0; i < length; ++i )
+                written.AppendData( static_cast<std::int32_t>( 1000 + i ), true );
+            for ( std::uint32_t i = 0; i < length % 20 + 1; ++i )
+                written.AppendData( written.GetDefaultValue(), false );
+        }
+        written.AppendData( 1, true );
+        for ( std::uint32_t i = 0; i < lastGap; ++i )
+            written.AppendData( written.GetDefaultValue(), false );
+        XMemStream stream;
+        written.WriteStream2( stream );
+        stream.SeekTo( 0 );
+        XPivotSInt32Column read;
+        for ( std::uint32_t row = 0; row < written.GetColumnSize() + 3; ++row )
+            read.AppendData( -1, true );
+        read.ReadStream2( stream );
+        EXPECT_EQ( read.GetDataVector(), written.GetDataVector() );
+        EXPECT_EQ( read.GetExistsVector(), written.GetExistsVector() );
+    }
+}
+
 TEST( XPivotColumnStream, RefusesRunsThatTheFlagsDoNotHave )
 {
     const std::string head = "b1050000" + kHead + "04000000 01010001 b1050000 00000000 ";

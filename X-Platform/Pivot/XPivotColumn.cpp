@@ -332,8 +332,7 @@ void XPivotColumn::ReadExists( XStream& inStream )
     if ( count > kMaxRows )
         XThrow( 1005 );
     inStream.ReadCounted( itsExists, count );
-    const auto isFlag = []( std::uint8_t inByte ) { return inByte <= 1; };
-    if ( !std::all_of( itsExists.begin(), itsExists.end(), isFlag ) )
+    if ( !XAreExistsFlags( itsExists ) )
         XThrow( 1005 );
 }
 

@@ -258,19 +258,20 @@ void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
     XPivotColumn::ReadStream2( inStream, inOptions );
     ReadCheckedVersion( inStream, GetVersion() );
     XReadPivotValues( inStream, &itsDefaultValue, 1 );
-    itsColumnData.assign( GetExistsVector().size(), itsDefaultValue );
     if constexpr ( kIsPivotBlockValue<T> )
     {
-        if ( inStream.GetByteOrder() == kPlatformByteOrder &&
-             XCanReadPivotRunBlocks( inStream, GetExistsVector(), sizeof( T ) ) )
+        const std::uint64_t size = XGetPivotRunsSize( GetExistsVector(), sizeof( T ) );
+        if ( inStream.GetByteOrder() == kPlatformByteOrder && XCanReadPivotRunBlocks( inStream, size ) )
         {
+            itsColumnData.resize( GetExistsVector().size(), itsDefaultValue );
             const auto refused = XReadPivotRunBlocks(
-                inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
+                inStream, size, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
             if ( refused )
                 RefuseRun( inStream, *refused );
             return;
         }
     }
+    itsColumnData.assign( GetExistsVector().size(), itsDefaultValue );
     ReadRuns( inStream );
 }
 

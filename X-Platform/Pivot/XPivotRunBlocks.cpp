@@ -2,26 +2,62 @@
 
 #include "Core/XStream.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace
 {
-constexpr std::size_t kBufferSize = 64 * 1024;
-constexpr std::size_t kHeadSize = 2 * sizeof( std::uint32_t ); // length and start of a run
+// Small enough to stay in the nearest cache, beside what is copied through it.
+constexpr std::size_t kBufferSize = 4 * 1024;
 
-std::uint64_t GetRunsSize( const XPivotRunTotals& inTotals, std::size_t inValueSize )
-{
-    return inTotals.runs * kHeadSize + inTotals.rows * inValueSize + sizeof( std::uint32_t );
-}
-
-/// Runs of up to this many bytes are copied as that many, which takes no decisions, where what lies behind them allows
-/// it: bytes behind a run in a buffer are written or read next, and rows behind a run in a column are yet to come.
-constexpr std::size_t kShortRun = 128;
-
+/// What stands before the values of a run.
 struct XRunHead
 {
     std::uint32_t length;
     std::uint32_t start;
+};
+
+/// Runs are copied in steps of this size, mostly in one: a step takes no decisions. What it copies past the run is
+/// written over next, be it in a buffer, which has that much room behind it, or in a column, but for its last rows.
+constexpr std::size_t kStep = 128;
+
+void CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )
+{
+    for ( std::size_t i = 0; i < inCount; i += kStep )
+        std::memcpy( outBytes + i, inBytes + i, kStep );
+}
+
+/// Puts a default value into the rows between runs.
+class XGapFiller
+{
+public:
+    XGapFiller( const void* inDefault, std::size_t inValueSize )
+    {
+        for ( std::size_t i = 0; i < kGapStep; i += inValueSize )
+            std::memcpy( itsDefaults + i, inDefault, inValueSize );
+    }
+
+    /// May write past the gap, which is not empty, but not past the column.
+    void Fill( std::uint8_t* outGap, const std::uint8_t* inGapEnd, const std::uint8_t* inColumnEnd ) const
+    {
+        do
+        {
+            const std::size_t room = static_cast<std::size_t>( inColumnEnd - outGap );
+            if ( room < kGapStep )
+            {
+                std::memcpy( outGap, itsDefaults, room );
+                return;
+            }
+            std::memcpy( outGap, itsDefaults, kGapStep );
+            outGap += kGapStep;
+        } while ( outGap < inGapEnd );
+    }
+
+private:
+    static constexpr std::size_t kGapStep = 32; // whole values of every type
+
+    std::uint8_t itsDefaults[kGapStep];
 };
 
 class XBlockWriter
@@ -34,11 +70,15 @@ public:
         const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount, std::size_t inReadable )
     {
         if ( sizeof inHead + inCount > kBufferSize - itsFilled )
-            return WriteSlowly( inHead, inValues, inCount );
+        {
+            Flush();
+            if ( sizeof inHead + inCount > kBufferSize )
+                return WriteLongRun( inHead, inValues, inCount );
+        }
         std::uint8_t* place = itsBuffer.get() + itsFilled;
         std::memcpy( place, &inHead, sizeof inHead );
-        if ( inCount <= kShortRun && inReadable >= kShortRun )
-            std::memcpy( place + sizeof inHead, inValues, kShortRun );
+        if ( inReadable >= inCount + kStep ) [[likely]]
+            CopyInSteps( place + sizeof inHead, inValues, inCount );
         else
             std::memcpy( place + sizeof inHead, inValues, inCount );
         itsFilled += sizeof inHead + inCount;
@@ -51,16 +91,15 @@ public:
     }
 
 private:
-    void WriteSlowly( const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount )
+    void WriteLongRun( const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount )
     {
-        Flush();
         itsStream.WriteBuffer8( &inHead, sizeof inHead );
         itsStream.WriteBuffer8( inValues, inCount );
     }
 
     XStream& itsStream;
     std::unique_ptr<std::uint8_t[]> itsBuffer =
-        std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize + kShortRun );
+        std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize + kStep );
     std::size_t itsFilled = 0;
 };
 
@@ -78,15 +117,13 @@ public:
         itsUsed += inCount;
     }
 
-    /// Reads a short run whole and puts `inBehind`, kShortRun bytes, behind it; false when it cannot.
-    bool ReadShortRun( std::uint8_t* outValues, std::size_t inCount, const std::uint8_t* inBehind )
+    /// `inWritable` bytes may be written at `outValues`, at least `inCount`.
+    void ReadRun( std::uint8_t* outValues, std::size_t inCount, std::size_t inWritable )
     {
-        if ( inCount > kShortRun || inCount > itsFilled - itsUsed )
-            return false;
-        std::memcpy( outValues, itsBuffer.get() + itsUsed, kShortRun );
-        std::memcpy( outValues + inCount, inBehind, kShortRun );
+        if ( inCount > itsFilled - itsUsed || inWritable < inCount + kStep )
+            return Read( outValues, inCount );
+        CopyInSteps( outValues, itsBuffer.get() + itsUsed, inCount );
         itsUsed += inCount;
-        return true;
     }
 
 private:
@@ -114,12 +151,15 @@ private:
 
     XStream& itsStream;
     std::uint64_t itsUnread; // of the bytes told of, not yet in the buffer
-    std::unique_ptr<std::uint8_t[]> itsBuffer = std::make_unique<std::uint8_t[]>( kBufferSize + kShortRun );
+    std::unique_ptr<std::uint8_t[]> itsBuffer = std::make_unique<std::uint8_t[]>( kBufferSize + kStep );
     std::size_t itsFilled = 0;
     std::size_t itsUsed = 0;
 };
 
-static_assert( sizeof( XRunHead ) == kHeadSize );
+std::size_t GetDistance( const std::uint8_t* inFirst, const std::uint8_t* inEnd )
+{
+    return static_cast<std::size_t>( inEnd - inFirst );
+}
 } // namespace
 
 void XWritePivotRunBlocks(
@@ -134,31 +174,33 @@ void XWritePivotRunBlocks(
     {
         const std::uint8_t* first = values + run.start * inValueSize;
         writer.WriteRun(
-            { run.length, run.start }, first, run.length * inValueSize,
-            static_cast<std::size_t>( end - first ) );
+            { run.length, run.start }, first, run.length * inValueSize, GetDistance( first, end ) );
     }
     writer.Flush();
     inStream.Write32( 0 );
 }
 
-bool XCanReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, std::size_t inValueSize )
+std::uint64_t XGetPivotRunsSize( const XVector<std::uint8_t>& inExists, std::size_t inValueSize )
+{
+    const XPivotRunTotals totals = XCountPivotRuns( inExists );
+    return totals.runs * sizeof( XRunHead ) + totals.rows * inValueSize + sizeof( std::uint32_t );
+}
+
+bool XCanReadPivotRunBlocks( XStream& inStream, std::uint64_t inSize )
 {
     const SSize64 remaining = inStream.GetRemaining();
-    return remaining >= 0 &&
-        static_cast<std::uint64_t>( remaining ) >= GetRunsSize( XCountPivotRuns( inExists ), inValueSize );
+    return remaining >= 0 && static_cast<std::uint64_t>( remaining ) >= inSize;
 }
 
 std::optional<XPivotRun> XReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues,
-    std::size_t inValueSize )
+    XStream& inStream, std::uint64_t inSize, const XVector<std::uint8_t>& inExists, const void* inDefault,
+    void* outValues, std::size_t inValueSize )
 {
-    std::uint8_t defaults[kShortRun];
-    for ( std::size_t i = 0; i < kShortRun; i += inValueSize )
-        std::memcpy( defaults + i, inDefault, inValueSize );
     std::uint8_t* values = static_cast<std::uint8_t*>( outValues );
     const std::uint8_t* end = values + inExists.size() * inValueSize;
-    XBlockReader reader( inStream, GetRunsSize( XCountPivotRuns( inExists ), inValueSize ) );
+    std::uint8_t* gap = values; // behind the last run
+    const XGapFiller filler( inDefault, inValueSize );
+    XBlockReader reader( inStream, inSize );
     XPivotRunFinder finder( inExists );
     XPivotRun run;
     XRunHead head;
@@ -168,11 +210,14 @@ std::optional<XPivotRun> XReadPivotRunBlocks(
         if ( head.length != run.length || head.start != run.start )
             return XPivotRun{ head.start, head.length };
         std::uint8_t* first = values + run.start * inValueSize;
+        if ( gap < first )
+            filler.Fill( gap, first, end );
         const std::size_t size = run.length * inValueSize;
-        const bool hasRoom = static_cast<std::size_t>( end - first ) >= size + kShortRun;
-        if ( !hasRoom || !reader.ReadShortRun( first, size, defaults ) )
-            reader.Read( first, size );
+        reader.ReadRun( first, size, GetDistance( first, end ) );
+        gap = first + size;
     }
+    if ( gap < end )
+        filler.Fill( gap, end, end );
     reader.Read( &head.length, sizeof head.length );
     if ( head.length == 0 )
         return std::nullopt;

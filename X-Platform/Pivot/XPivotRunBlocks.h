@@ -12,13 +12,14 @@ class XStream;
 void XWritePivotRunBlocks(
     XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues, std::size_t inValueSize );
 
-/// True when the stream is known to hold what runs of these flags take, so that the buffer reads nothing past
-/// them.
-bool XCanReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, std::size_t inValueSize );
+/// The bytes that the runs of these flags take, with the 0 that ends them.
+std::uint64_t XGetPivotRunsSize( const XVector<std::uint8_t>& inExists, std::size_t inValueSize );
 
-/// Reads the runs of exactly these flags into values that hold the default value so far. Returns the first run in the
-/// stream that differs, if any; its values are not read.
+/// True when the stream is known to hold that many bytes, so that the buffer reads nothing past the runs.
+bool XCanReadPivotRunBlocks( XStream& inStream, std::uint64_t inSize );
+
+/// Reads the runs of exactly these flags, which take `inSize` bytes, and sets the values between them to the default.
+/// Returns the first run in the stream that differs, if any; values from there on are not read and stay as they were.
 std::optional<XPivotRun> XReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues,
-    std::size_t inValueSize );
+    XStream& inStream, std::uint64_t inSize, const XVector<std::uint8_t>& inExists, const void* inDefault,
+    void* outValues, std::size_t inValueSize );

@@ -1,30 +1,31 @@
 #include "Pivot/XPivotRuns.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
+#include <emmintrin.h>
 
 namespace
 {
-// The product moves the low bit of each byte into the top byte, the first byte's lowest.
-std::uint64_t PackEight( const std::uint8_t* inExists )
+__m128i LoadFlags( const std::uint8_t* inExists )
 {
-    static_assert( std::endian::native == std::endian::little );
-    std::uint64_t flags;
-    std::memcpy( &flags, inExists, sizeof flags );
-    return ( flags * 0x0102040810204080u ) >> 56;
+    return _mm_loadu_si128( reinterpret_cast<const __m128i*>( inExists ) );
+}
+
+/// Sixteen flags as bits: shifted to the top of their bytes, where the mask is taken from.
+std::uint64_t PackSixteen( const std::uint8_t* inExists )
+{
+    return static_cast<std::uint32_t>( _mm_movemask_epi8( _mm_slli_epi16( LoadFlags( inExists ), 7 ) ) );
 }
 
 std::uint64_t PackSixtyFour( const std::uint8_t* inExists )
 {
     std::uint64_t bits = 0;
-    for ( unsigned i = 0; i < 64; i += 8 )
-        bits |= PackEight( inExists + i ) << i;
+    for ( unsigned i = 0; i < 64; i += 16 )
+        bits |= PackSixteen( inExists + i ) << i;
     return bits;
 }
-} // namespace
 
-std::uint64_t XPackExistsFlags( const std::uint8_t* inExists, std::size_t inCount )
+/// The flags of up to 64 rows as bits, the first row lowest.
+std::uint64_t PackFlags( const std::uint8_t* inExists, std::size_t inCount )
 {
     if ( inCount >= 64 )
         return PackSixtyFour( inExists );
@@ -33,11 +34,24 @@ std::uint64_t XPackExistsFlags( const std::uint8_t* inExists, std::size_t inCoun
     return PackSixtyFour( padded );
 }
 
+/// Adds the sums of the bytes of each half to that half.
+__m128i AddBytes( __m128i inSums, __m128i inBytes )
+{
+    return _mm_add_epi64( inSums, _mm_sad_epu8( inBytes, _mm_setzero_si128() ) );
+}
+
+std::uint64_t AddHalves( __m128i inSums )
+{
+    const __m128i sum = _mm_add_epi64( inSums, _mm_unpackhi_epi64( inSums, inSums ) );
+    return static_cast<std::uint64_t>( _mm_cvtsi128_si64( sum ) );
+}
+} // namespace
+
 bool XPivotRunFinder::LoadNextWord()
 {
     if ( itsNextRow >= itsSize )
         return false;
-    itsWord = XPackExistsFlags( itsExists + itsNextRow, itsSize - itsNextRow );
+    itsWord = PackFlags( itsExists + itsNextRow, itsSize - itsNextRow );
     itsWordRow = itsNextRow;
     itsNextRow += kRowsPerWord;
     return true;
@@ -45,14 +59,37 @@ bool XPivotRunFinder::LoadNextWord()
 
 XPivotRunTotals XCountPivotRuns( const XVector<std::uint8_t>& inExists )
 {
-    XPivotRunTotals totals;
-    std::uint64_t last = 0; // whether the row before the word is present
-    for ( std::size_t row = 0; row < inExists.size(); row += 64 )
+    if ( inExists.empty() )
+        return {};
+    const std::uint8_t* exists = inExists.data();
+    const std::size_t size = inExists.size();
+    __m128i runs = _mm_setzero_si128(), rows = _mm_setzero_si128();
+    std::size_t row = 1; // from the second on, each row has one before it
+    for ( ; row + 16 <= size; row += 16 )
     {
-        const std::uint64_t word = XPackExistsFlags( inExists.data() + row, inExists.size() - row );
-        totals.runs += static_cast<unsigned>( std::popcount( word & ~( word << 1 | last ) ) );
-        totals.rows += static_cast<unsigned>( std::popcount( word ) );
-        last = word >> 63;
+        const __m128i flags = LoadFlags( exists + row );
+        runs = AddBytes( runs, _mm_andnot_si128( LoadFlags( exists + row - 1 ), flags ) );
+        rows = AddBytes( rows, flags );
+    }
+    XPivotRunTotals totals = { AddHalves( runs ) + exists[0], AddHalves( rows ) + exists[0] };
+    for ( ; row < size; ++row )
+    {
+        totals.runs += exists[row] > exists[row - 1];
+        totals.rows += exists[row];
     }
     return totals;
+}
+
+bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes )
+{
+    __m128i all = _mm_setzero_si128();
+    std::size_t i = 0;
+    for ( ; i + 16 <= inBytes.size(); i += 16 )
+        all = _mm_or_si128( all, LoadFlags( inBytes.data() + i ) );
+    const __m128i one = _mm_set1_epi8( 1 );
+    const bool areFlags = _mm_movemask_epi8( _mm_cmpeq_epi8( _mm_max_epu8( all, one ), one ) ) == 0xFFFF;
+    return areFlags &&
+        std::all_of(
+               inBytes.data() + i, inBytes.data() + inBytes.size(),
+               []( std::uint8_t inByte ) { return inByte <= 1; } );
 }

@@ -65,5 +65,5 @@ struct XPivotRunTotals
 };
 XPivotRunTotals XCountPivotRuns( const XVector<std::uint8_t>& inExists );
 
-/// The flags of up to 64 rows as bits, the first row lowest.
-std::uint64_t XPackExistsFlags( const std::uint8_t* inExists, std::size_t inCount );
+/// True when all bytes are 0 or 1.
+bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes );
