@@ -1,5 +1,5 @@
-// Columns of a million numbers, one in ten missing: sorting, filtering, reducing and streaming, beside loops written by
-// hand for the purpose and, before them, numpy in a process of its own.
+// Columns of a million numbers, one in ten missing: sorting, filtering, reducing and streaming, beside loops
+// written by hand for the purpose and, before them, numpy in a process of its own.
 
 #include "Core/XMemStream.h"
 #include "Pivot/XPivotFloatColumn.h"

@@ -1,38 +1,20 @@
-// One column of any class, in either byte order (the first byte chooses), as an object. What can be read keeps its rows
-// through writing and reading again and through the row operations; what cannot is refused with a documented number.
+// One column of any class, in either byte order (the first byte chooses), as an object. What can be read
+// keeps its rows through writing and reading again and through the row operations; what cannot is refused
+// with a documented number.
+
+#include "FuzzTools.h"
 
 #include "Core/XException.h"
 #include "Core/XInternalErrorHandlers.h"
-#include "Core/XMemStream.h"
 #include "Pivot/XPivotColumn.h"
 #include "Pivot/XPivotTableAccumulator.h"
 #include "Startup/WInitCore.h"
 
-#include <cstdlib>
-#include <memory>
 #include <set>
 
 namespace
 {
 constexpr std::uint32_t kManyRows = 100'000; // a column without values may claim any number
-
-void Require( bool inHolds )
-{
-    if ( !inHolds )
-        std::abort();
-}
-
-void CheckRoundTrip( const XPivotColumn& inColumn )
-{
-    XMemStream first;
-    first.WriteObject( inColumn );
-    first.SeekTo( 0 );
-    const std::unique_ptr<XStorable> again( first.ReadObject() );
-    XMemStream second;
-    second.WriteObject( again.get() );
-    Require( first.IsAtEOF() && first.GetLength() == second.GetLength() );
-    Require( std::memcmp( first.GetData(), second.GetData(), first.GetLength() ) == 0 );
-}
 
 void UseRows( XPivotColumn& ioColumn )
 {
@@ -64,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t i
         const std::unique_ptr<XStorable> object( stream.ReadObject() );
         if ( auto* column = dynamic_cast<XPivotColumn*>( object.get() ) )
         {
-            CheckRoundTrip( *column );
+            RequireRoundTrip( *column );
             if ( column->GetColumnSize() < kManyRows )
                 UseRows( *column );
         }

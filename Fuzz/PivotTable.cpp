@@ -1,36 +1,23 @@
-// A table file: the stream's header and one object, as the program reads it. A table that can be read has columns of one
-// length and writes itself to the same bytes twice; anything else is refused with a documented number.
+// A table file: the stream's header and one object, as the program reads it. A table that can be read has
+// columns of one length and writes itself to the same bytes twice; anything else is refused with a documented
+// number.
+
+#include "FuzzTools.h"
 
 #include "Core/XException.h"
 #include "Core/XInternalErrorHandlers.h"
-#include "Core/XMemStream.h"
 #include "Pivot/XPivotTable.h"
 #include "Startup/WInitCore.h"
 
-#include <cstdlib>
-#include <memory>
 #include <set>
 
 namespace
 {
-void Require( bool inHolds )
-{
-    if ( !inHolds )
-        std::abort();
-}
-
 void CheckTable( const XPivotTable& inTable )
 {
     for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
         Require( inTable.GetColumn( i ).GetColumnSize() == inTable.GetNumRows() );
-    XMemStream first;
-    first.WriteObject( inTable );
-    first.SeekTo( 0 );
-    const std::unique_ptr<XStorable> again( first.ReadObject() );
-    XMemStream second;
-    second.WriteObject( again.get() );
-    Require( first.IsAtEOF() && first.GetLength() == second.GetLength() );
-    Require( std::memcmp( first.GetData(), second.GetData(), first.GetLength() ) == 0 );
+    RequireRoundTrip( inTable );
 }
 } // namespace
 

@@ -1,23 +1,17 @@
 // Times from text: the bytes up to the first line feed are the date, the rest is the time of day. What is understood
 // must come back unchanged from every text form that keeps microseconds.
 
+#include "FuzzTools.h"
+
 #include "Core/XException.h"
 #include "Core/XString.h"
 #include "Core/XTime.h"
 
-#include <cstdlib>
 #include <optional>
 #include <string_view>
 
 namespace
 {
-
-void Require( bool inHolds )
-{
-    if ( !inHolds )
-        std::abort();
-}
-
 std::optional<XTime> Parse( std::string_view inDateText, std::string_view inTimeText )
 {
     try

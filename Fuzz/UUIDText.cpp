@@ -1,22 +1,16 @@
 // Identifiers from text. What is understood must come back unchanged from both text forms.
 
+#include "FuzzTools.h"
+
 #include "Core/XException.h"
 #include "Core/XString.h"
 #include "Core/XUUID.h"
 
-#include <cstdlib>
 #include <optional>
 #include <string_view>
 
 namespace
 {
-
-void Require( bool inHolds )
-{
-    if ( !inHolds )
-        std::abort();
-}
-
 std::optional<XUUID> Parse( std::string_view inText )
 {
     try

@@ -90,11 +90,13 @@
 // Pivot
 #include "Pivot/RegisterPivotClasses.h"
 #include "Pivot/XPivotColumn.h"
+#include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnDescriptor.h"
 #include "Pivot/XPivotColumnID.h"
 #include "Pivot/XPivotColumnSummary.h"
 #include "Pivot/XPivotColumnT.h"
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotNumberColumnT.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotTable.h"

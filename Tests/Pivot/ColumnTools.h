@@ -48,8 +48,8 @@ std::unique_ptr<T> Read( const XBytes& inBytes )
     return std::unique_ptr<T>( dynamic_cast<T*>( object.release() ) );
 }
 
-/// Reads every truncation and every copy with one bit turned: each is refused with a number that readers are allowed, or
-/// read into an object that writes as many bytes.
+/// Reads every truncation and every copy with one bit turned: each is refused with a number that readers are
+/// allowed, or read into an object that writes as many bytes.
 inline void ExpectDamageIsSeen( const XBytes& inBytes )
 {
     for ( std::size_t length = 0; length < inBytes.size(); ++length )

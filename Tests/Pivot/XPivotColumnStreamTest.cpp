@@ -4,7 +4,8 @@
 
 namespace
 {
-// Envelope of a column's descriptor: user-defined, "a", no channel, units "px"; then revision 7 and visibility 0.
+// Envelope of a column's descriptor: user-defined, "a", no channel, units "px"; then revision 7 and
+// visibility 0.
 const std::string kHead =
     "ad050000 ac050000 ac050000 01000000 01000000 61 00000000 02000000 7078 07000000 00000000 ";
 
@@ -32,7 +33,8 @@ std::uint32_t ErrorOfReading( const std::string& inHex )
     return ErrorOrZero( [&] { Read( FromHex( inHex ) ); } );
 }
 
-/// A stream of the class with nothing known about its end, as a pipe has, from which values are read run by run.
+/// A stream of the class with nothing known about its end, as a pipe has, from which values are read run by
+/// run.
 class XOpenStream : public XStream
 {
 public:

@@ -3,6 +3,7 @@
 #include "Core/XClassRegistry.h"
 #include "Core/XStream.h"
 #include "Pivot/XPivotColumnIDRegistry.h"
+#include "Pivot/XPivotConversions.h"
 #include "Pivot/XPivotRowFilter.h"
 #include "Pivot/XPivotRowOrder.h"
 #include "Pivot/XPivotRuns.h"
@@ -16,30 +17,6 @@
 namespace
 {
 constexpr std::uint32_t kRowsPerBlock = 4096;
-
-/// The relationships of values that are ordered.
-template<class T>
-bool Compares( const T& inValue, XPivotFilterRelationship inRelationship, const T& inReference )
-{
-    switch ( inRelationship )
-    {
-    case kFilterNotEqual:
-        return inValue != inReference;
-    case kFilterEqual:
-        return inValue == inReference;
-    case kFilterLess:
-        return inValue < inReference;
-    case kFilterGreater:
-        return inReference < inValue;
-    case kFilterLessOrEqual:
-        return inValue <= inReference;
-    case kFilterGreaterOrEqual:
-        return inValue >= inReference;
-    default:
-        XAssert( false );
-    }
-}
-
 } // namespace
 
 XPivotColumn::XPivotColumn(
@@ -258,7 +235,7 @@ bool XPivotColumn::DoesPassCompare(
 {
     if ( inRelationship == kFilterContains )
         return XFormatPivotNumber( inValue ).Contains( XFormatPivotNumber( inReference ) );
-    return Compares( inValue, inRelationship, inReference );
+    return XComparePivotValues( inValue, inRelationship, inReference );
 }
 
 bool XPivotColumn::DoesPassCompare(
@@ -266,7 +243,7 @@ bool XPivotColumn::DoesPassCompare(
 {
     if ( inRelationship == kFilterContains )
         return inValue.Contains( inReference );
-    return Compares( inValue, inRelationship, inReference );
+    return XComparePivotValues( inValue, inRelationship, inReference );
 }
 
 XVector<std::int32_t>

@@ -244,6 +244,13 @@ void XPivotColumnT<T>::Reorder( const XVector<std::uint32_t>& inOrder )
     itsColumnData.swap( values );
 }
 
+template<class T>
+bool XPivotColumnT<T>::DoesPass(
+    std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference ) const
+{
+    return DoesPass( inRow, inRelationship, static_cast<double>( inReference ) );
+}
+
 // ---- Storage
 
 template<class T>

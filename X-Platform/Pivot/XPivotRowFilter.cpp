@@ -4,7 +4,6 @@
 
 #include <array>
 #include <bit>
-#include <functional>
 #include <immintrin.h>
 
 namespace
@@ -80,41 +79,21 @@ XVector<std::int32_t> FilterByVectors(
     return rows;
 }
 
-template<int kComparison, class TCompare>
-XVector<std::int32_t> FilterWith(
-    const XVector<std::uint8_t>& inExists, const XVector<double>& inValues, double inReference,
-    bool inVectors, TCompare inCompare )
-{
-    if ( inVectors )
-        return FilterByVectors<kComparison>( inExists, inValues, inReference, inCompare );
-    return XCollectPivotRows(
-        inExists, [&]( std::uint32_t inRow ) { return inCompare( inValues[inRow], inReference ); } );
-}
-
-XVector<std::int32_t> Filter(
-    const XVector<std::uint8_t>& inExists, const XVector<double>& inValues,
-    XPivotFilterRelationship inRelationship, double inReference, bool inVectors )
-{
-    const auto with = [&]<int kComparison>( auto inCompare )
-    { return FilterWith<kComparison>( inExists, inValues, inReference, inVectors, inCompare ); };
-    switch ( inRelationship )
-    {
-    case kFilterNotEqual:
-        return with.template operator()<_CMP_NEQ_UQ>( std::not_equal_to<>() );
-    case kFilterEqual:
-        return with.template operator()<_CMP_EQ_OQ>( std::equal_to<>() );
-    case kFilterLess:
-        return with.template operator()<_CMP_LT_OQ>( std::less<>() );
-    case kFilterGreater:
-        return with.template operator()<_CMP_GT_OQ>( std::greater<>() );
-    case kFilterLessOrEqual:
-        return with.template operator()<_CMP_LE_OQ>( std::less_equal<>() );
-    case kFilterGreaterOrEqual:
-        return with.template operator()<_CMP_GE_OQ>( std::greater_equal<>() );
-    default:
-        XAssert( false );
-    }
-}
+/// The number by which the vector instructions know a comparison.
+template<class TCompare>
+constexpr int kComparison = -1;
+template<>
+constexpr int kComparison<std::not_equal_to<>> = _CMP_NEQ_UQ;
+template<>
+constexpr int kComparison<std::equal_to<>> = _CMP_EQ_OQ;
+template<>
+constexpr int kComparison<std::less<>> = _CMP_LT_OQ;
+template<>
+constexpr int kComparison<std::greater<>> = _CMP_GT_OQ;
+template<>
+constexpr int kComparison<std::less_equal<>> = _CMP_LE_OQ;
+template<>
+constexpr int kComparison<std::greater_equal<>> = _CMP_GE_OQ;
 } // namespace
 
 XVector<std::int32_t> XFilterPivotRows(
@@ -122,12 +101,13 @@ XVector<std::int32_t> XFilterPivotRows(
     XPivotFilterRelationship inRelationship, double inReference )
 {
     static const bool sHasVectors = __builtin_cpu_supports( "avx2" );
-    return Filter( inExists, inValues, inRelationship, inReference, sHasVectors );
-}
-
-XVector<std::int32_t> XFilterPivotRowsPortably(
-    const XVector<std::uint8_t>& inExists, const XVector<double>& inValues,
-    XPivotFilterRelationship inRelationship, double inReference )
-{
-    return Filter( inExists, inValues, inRelationship, inReference, false );
+    if ( !sHasVectors )
+        return XFilterPivotRows<double>( inExists, inValues, inRelationship, inReference );
+    return XWithPivotComparison(
+        inRelationship,
+        [&]( auto inCompare )
+        {
+            return FilterByVectors<kComparison<decltype( inCompare )>>(
+                inExists, inValues, inReference, inCompare );
+        } );
 }

@@ -1,15 +1,8 @@
 #pragma once
 
-#include "Core/XString.h"
-#include "Pivot/XPivotTableTypes.h"
+#include "Pivot/XPivotComparison.h"
 
 /// How filters collect the rows that pass. Internal.
-
-/// The text of a number, as columns show it.
-inline XString XFormatPivotNumber( double inNumber )
-{
-    return XString( inNumber, XString::kFloatAuto, 1 );
-}
 
 /// Rows with a flag for which `inPasses( row )` is true, ascending. Calls it for no other rows, and without
 /// branching on its answers.
@@ -33,14 +26,25 @@ XVector<std::int32_t> XCollectPivotRows( const XVector<std::uint8_t>& inExists, 
     return rows;
 }
 
-/// Rows with a flag whose number passes, ascending. Every relationship but kFilterContains, which is an
-/// internal error
-/// ("false") as a number above 6 is.
+/// Rows with a flag whose value, as a double, passes, ascending. kFilterContains and numbers above 6 are an
+/// internal error ("false").
+template<class T>
 XVector<std::int32_t> XFilterPivotRows(
-    const XVector<std::uint8_t>& inExists, const XVector<double>& inValues,
-    XPivotFilterRelationship inRelationship, double inReference );
+    const XVector<std::uint8_t>& inExists, const XVector<T>& inValues,
+    XPivotFilterRelationship inRelationship, double inReference )
+{
+    return XWithPivotComparison(
+        inRelationship,
+        [&]( auto inCompares )
+        {
+            return XCollectPivotRows(
+                inExists,
+                [&]( std::uint32_t inRow )
+                { return inCompares( static_cast<double>( inValues[inRow] ), inReference ); } );
+        } );
+}
 
-/// The same with the instructions that every processor has; for tests.
-KORVALE_API XVector<std::int32_t> XFilterPivotRowsPortably(
+/// The same by vector instructions where the processor has them.
+XVector<std::int32_t> XFilterPivotRows(
     const XVector<std::uint8_t>& inExists, const XVector<double>& inValues,
     XPivotFilterRelationship inRelationship, double inReference );

@@ -1,6 +1,8 @@
 #include "Pivot/XPivotRowOrder.h"
 
 #include "Core/XByteOrder.h"
+#include "Core/XTime.h"
+#include "Core/XUUID.h"
 #include "Pivot/XStableSort.h"
 
 #include <array>
@@ -138,21 +140,6 @@ auto SortKeys( const XVector<T>& inValues, XPivotSortDirection inDirection )
     return rows;
 }
 
-template<class TRow>
-void TakeRows( const XVector<TRow>& inRows, XVector<std::uint32_t>& outOrder )
-{
-    outOrder.resize( inRows.size() );
-    for ( std::size_t i = 0; i < inRows.size(); ++i )
-        outOrder[i] = inRows[i].row;
-}
-
-template<class T>
-void SortRowsByKey(
-    const XVector<T>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
-{
-    TakeRows( SortKeys( inValues, inDirection ), outOrder );
-}
-
 /// Goes through the groups of equal keys and sorts each by the second half of the bytes.
 void SortBySecondHalf(
     const XVector<XUUID>& inValues, std::uint64_t inFlip, XVector<XKeyedRow<std::uint64_t>>& ioRows )
@@ -175,45 +162,26 @@ void SortBySecondHalf(
 }
 } // namespace
 
+template<class T>
 void XSortPivotRows(
-    const XVector<double>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
-{
-    SortRowsByKey( inValues, inDirection, outOrder );
-}
-
-void XSortPivotRows(
-    const XVector<std::int32_t>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
-{
-    SortRowsByKey( inValues, inDirection, outOrder );
-}
-
-void XSortPivotRows(
-    const XVector<std::uint32_t>& inValues, XPivotSortDirection inDirection,
-    XVector<std::uint32_t>& outOrder )
-{
-    SortRowsByKey( inValues, inDirection, outOrder );
-}
-
-void XSortPivotRows(
-    const XVector<XTime>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
-{
-    SortRowsByKey( inValues, inDirection, outOrder );
-}
-
-void XSortPivotRows(
-    const XVector<XVersion>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
-{
-    SortRowsByKey( inValues, inDirection, outOrder );
-}
-
-void XSortPivotRows(
-    const XVector<XUUID>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+    const XVector<T>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
 {
     auto rows = SortKeys( inValues, inDirection );
-    SortBySecondHalf( inValues, inDirection == kSortAscending ? 0 : ~std::uint64_t( 0 ), rows );
-    TakeRows( rows, outOrder );
+    if constexpr ( std::is_same_v<T, XUUID> )
+        SortBySecondHalf( inValues, inDirection == kSortAscending ? 0 : ~std::uint64_t( 0 ), rows );
+    outOrder.resize( rows.size() );
+    for ( std::size_t i = 0; i < rows.size(); ++i )
+        outOrder[i] = rows[i].row;
 }
 
+template void XSortPivotRows( const XVector<double>&, XPivotSortDirection, XVector<std::uint32_t>& );
+template void XSortPivotRows( const XVector<std::int32_t>&, XPivotSortDirection, XVector<std::uint32_t>& );
+template void XSortPivotRows( const XVector<std::uint32_t>&, XPivotSortDirection, XVector<std::uint32_t>& );
+template void XSortPivotRows( const XVector<XTime>&, XPivotSortDirection, XVector<std::uint32_t>& );
+template void XSortPivotRows( const XVector<XUUID>&, XPivotSortDirection, XVector<std::uint32_t>& );
+template void XSortPivotRows( const XVector<XVersion>&, XPivotSortDirection, XVector<std::uint32_t>& );
+
+template<>
 void XSortPivotRows(
     const XVector<XString>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
 {

@@ -1,30 +1,18 @@
 #pragma once
 
 #include "Core/XString.h"
-#include "Core/XTime.h"
-#include "Core/XUUID.h"
 #include "Pivot/XPivotTableTypes.h"
 
 /// Orders of rows. Internal.
 
 /// Fills `outOrder` with the rows in the order of their values, ties in row order whatever the direction. NaN
 /// comes before every number, both zeros are equal, texts go by the natural order.
+template<class T>
 void XSortPivotRows(
-    const XVector<double>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
-void XSortPivotRows(
-    const XVector<std::int32_t>& inValues, XPivotSortDirection inDirection,
-    XVector<std::uint32_t>& outOrder );
-void XSortPivotRows(
-    const XVector<std::uint32_t>& inValues, XPivotSortDirection inDirection,
-    XVector<std::uint32_t>& outOrder );
+    const XVector<T>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
+template<>
 void XSortPivotRows(
     const XVector<XString>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
-void XSortPivotRows(
-    const XVector<XTime>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
-void XSortPivotRows(
-    const XVector<XUUID>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
-void XSortPivotRows(
-    const XVector<XVersion>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
 
 /// Sorts texts by the natural order and keeps those that it ranks equal in the order they have.
 void XSortTextsStably( XVector<XString>& ioTexts );

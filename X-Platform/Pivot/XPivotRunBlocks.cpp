@@ -18,8 +18,9 @@ struct XRunHead
     std::uint32_t start;
 };
 
-/// Runs are copied in steps of this size, mostly in one: a step takes no decisions. What it copies past the run is
-/// written over next, be it in a buffer, which has that much room behind it, or in a column, but for its last rows.
+/// Runs are copied in steps of this size, mostly in one: a step takes no decisions. What it copies past the
+/// run is written over next, be it in a buffer, which has that much room behind it, or in a column, but for
+/// its last rows.
 constexpr std::size_t kStep = 128;
 
 void CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )

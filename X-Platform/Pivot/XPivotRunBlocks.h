@@ -18,8 +18,9 @@ std::uint64_t XGetPivotRunsSize( const XVector<std::uint8_t>& inExists, std::siz
 /// True when the stream is known to hold that many bytes, so that the buffer reads nothing past the runs.
 bool XCanReadPivotRunBlocks( XStream& inStream, std::uint64_t inSize );
 
-/// Reads the runs of exactly these flags, which take `inSize` bytes, and sets the values between them to the default.
-/// Returns the first run in the stream that differs, if any; values from there on are not read and stay as they were.
+/// Reads the runs of exactly these flags, which take `inSize` bytes, and sets the values between them to the
+/// default. Returns the first run in the stream that differs, if any; values from there on are not read and
+/// stay as they were.
 std::optional<XPivotRun> XReadPivotRunBlocks(
     XStream& inStream, std::uint64_t inSize, const XVector<std::uint8_t>& inExists, const void* inDefault,
     void* outValues, std::size_t inValueSize );

@@ -1,27 +1,8 @@
 #include "Pivot/XPivotStringColumn.h"
 
-#include "Pivot/XPivotNumberText.h"
-#include "Pivot/XPivotRowFilter.h"
+#include "Pivot/XPivotConversions.h"
 
-#include <algorithm>
 #include <limits>
-#include <memory>
-
-XPivotStringColumn::XPivotStringColumn() : XPivotColumnT( XString() ) {}
-
-XPivotStringColumn::XPivotStringColumn(
-    XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName, const XString& inUnits,
-    std::uint32_t inRevision )
-    : XPivotColumnT( inID, inColumnName, inChannelName, inUnits, inRevision, XString() )
-{
-}
-
-XPivotStringColumn* XPivotStringColumn::CloneWithoutCopy() const
-{
-    auto column = std::make_unique<XPivotStringColumn>();
-    column->CopySettings( *this );
-    return column.release();
-}
 
 void XPivotStringColumn::SetData( double inValue, std::int32_t inRow, bool inExists )
 {
@@ -50,26 +31,16 @@ double XPivotStringColumn::GetNumberToCompare( std::uint32_t inRow ) const
 
 std::int32_t XPivotStringColumn::FindDataFloat( double inValue ) const
 {
-    const auto found = std::find_if(
-        itsColumnData.begin(), itsColumnData.end(),
-        [&]( const XString& inText ) { return XFindPivotNumber( inText ) == inValue; } );
-    return found == itsColumnData.end() ? -1 : static_cast<std::int32_t>( found - itsColumnData.begin() );
+    return FindNumber( inValue, XFindPivotNumber );
 }
 
 XPivotColumn::XFloatBlock XPivotStringColumn::GetFloatBlock(
     std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const
 {
-    if ( inFirstRow >= GetColumnSize() )
-        return { nullptr, nullptr, 0 };
-    const std::uint32_t count = std::min( inMaxCount, GetColumnSize() - inFirstRow );
-    ioScratch.resize( count );
-    for ( std::uint32_t i = 0; i < count; ++i )
-    {
-        if ( DoesDataExist( inFirstRow + i ) )
-            ioScratch[i] = XFindPivotNumber( itsColumnData[inFirstRow + i] )
-                               .value_or( std::numeric_limits<double>::quiet_NaN() );
-    }
-    return { ioScratch.data(), GetExistsVector().data() + inFirstRow, count };
+    return ConvertBlock(
+        inFirstRow, inMaxCount, ioScratch,
+        []( const XString& inText )
+        { return XFindPivotNumber( inText ).value_or( std::numeric_limits<double>::quiet_NaN() ); } );
 }
 
 bool XPivotStringColumn::DoesPass(

@@ -1,23 +1,15 @@
 #pragma once
 
+#include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnT.h"
 
 /// Texts; empty where missing. A number is kept as its text. `GetDataFloat` is the number at the start of the
 /// text and throws 1000 where there is none.
-class KORVALE_API XPivotStringColumn : public XPivotColumnT<XString>
+class KORVALE_API XPivotStringColumn
+    : public XPivotColumnClassT<XPivotStringColumn, XPivotColumnT<XString>, kClassPivotStringColumn>
 {
 public:
-    static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotStringColumn ); }
-    static constexpr XVersion GetSuperClassVersion() { return XPivotColumn::GetClassVersion(); }
-
-    XPivotStringColumn();
-    XPivotStringColumn(
-        XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
-        const XString& inUnits, std::uint32_t inRevision = 0 );
-
-    XVersion GetVersion() const override { return GetClassVersion(); }
-    XPivotStringColumn* Clone() const override { return new XPivotStringColumn( *this ); }
-    XPivotStringColumn* CloneWithoutCopy() const override;
+    using XPivotColumnClassT::XPivotColumnClassT;
 
     using XPivotColumnT::SetData;
     void SetData( double inValue, std::int32_t inRow, bool inExists ) override;
@@ -32,6 +24,7 @@ public:
 
 protected:
     double GetNumberToCompare( std::uint32_t inRow ) const override;
+    using XPivotColumnT::DoesPass;
     bool DoesPass(
         std::uint32_t inRow, XPivotFilterRelationship inRelationship, double inReference ) const override;
     bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference )

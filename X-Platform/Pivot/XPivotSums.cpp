@@ -98,8 +98,8 @@ KORVALE_AVX2 void AddMomentsByVectors( const XPivotColumn::XFloatBlock& inBlock,
         minima[v] = _mm256_loadu_pd( ioSums.minima + 4 * v );
         maxima[v] = _mm256_loadu_pd( ioSums.maxima + 4 * v );
     }
-    __m256i missing = _mm256_setzero_si256(); // minus the rows counted: a set mask is -1
-    __m256i notNumbers = _mm256_setzero_si256();
+    __m256i minusCount = _mm256_setzero_si256(); // a set mask is -1
+    __m256i minusNumbers = _mm256_setzero_si256();
     const __m256d largest = _mm256_set1_pd( kLargest );
     const __m256d smallest = _mm256_set1_pd( kSmallestNormal );
     std::uint32_t row = 0;
@@ -110,15 +110,15 @@ KORVALE_AVX2 void AddMomentsByVectors( const XPivotColumn::XFloatBlock& inBlock,
             const __m256d value = _mm256_loadu_pd( inBlock.values + row + 4 * v );
             const __m256d present = LoadPresence( inBlock.exists + row + 4 * v );
             const __m256d number = _mm256_and_pd( present, _mm256_cmp_pd( value, value, _CMP_ORD_Q ) );
-            missing = _mm256_add_epi64( missing, _mm256_castpd_si256( present ) );
-            notNumbers = _mm256_add_epi64( notNumbers, _mm256_castpd_si256( number ) );
+            minusCount = _mm256_add_epi64( minusCount, _mm256_castpd_si256( present ) );
+            minusNumbers = _mm256_add_epi64( minusNumbers, _mm256_castpd_si256( number ) );
             AddLanes( sums[v], losses[v], _mm256_and_pd( value, number ) );
             minima[v] = _mm256_min_pd( _mm256_blendv_pd( largest, value, number ), minima[v] );
             maxima[v] = _mm256_max_pd( _mm256_blendv_pd( smallest, value, number ), maxima[v] );
         }
     }
-    ioSums.count -= AddUp( missing );
-    ioSums.numbers -= AddUp( notNumbers );
+    ioSums.count -= AddUp( minusCount );
+    ioSums.numbers -= AddUp( minusNumbers );
     for ( std::size_t v = 0; v < kVectors; ++v )
     {
         _mm256_storeu_pd( ioSums.sum.sums + 4 * v, sums[v] );

@@ -5,8 +5,8 @@
 
 /// The loops over blocks of rows behind XPivotColumnSummary. Internal.
 
-/// A sum and what was lost in rounding it, lane by lane: the two together are the sum to about twice the precision of a
-/// double. Meaningless once a lane has overflowed.
+/// A sum and what was lost in rounding it, lane by lane: the two together are the sum to about twice the
+/// precision of a double. Meaningless once a lane has overflowed.
 struct KORVALE_API XPivotSums
 {
     static constexpr std::size_t kLanes = 16;

@@ -1,12 +1,10 @@
 #include "Pivot/XPivotTimeColumn.h"
 
-#include "Core/XException.h"
-#include "Pivot/XPivotRowFilter.h"
+#include "Pivot/XPivotComparison.h"
+#include "Pivot/XPivotConversions.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
-#include <memory>
 
 namespace
 {
@@ -35,43 +33,11 @@ XString ToText( const XTime& inTime )
 
 bool Passes( const XTime& inTime, XPivotFilterRelationship inRelationship, const XTime& inReference )
 {
-    switch ( inRelationship )
-    {
-    case kFilterNotEqual:
-        return inTime != inReference;
-    case kFilterEqual:
-        return inTime == inReference;
-    case kFilterLess:
-        return inTime < inReference;
-    case kFilterGreater:
-        return inTime > inReference;
-    case kFilterContains:
+    if ( inRelationship == kFilterContains )
         return ToText( inTime ).Contains( ToText( inReference ) );
-    case kFilterLessOrEqual:
-        return inTime <= inReference;
-    case kFilterGreaterOrEqual:
-        return inTime >= inReference;
-    default:
-        XAssert( false );
-    }
+    return XComparePivotValues( inTime, inRelationship, inReference );
 }
 } // namespace
-
-XPivotTimeColumn::XPivotTimeColumn() : XPivotColumnT( XTime( 0 ) ) {}
-
-XPivotTimeColumn::XPivotTimeColumn(
-    XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName, const XString& inUnits,
-    std::uint32_t inRevision )
-    : XPivotColumnT( inID, inColumnName, inChannelName, inUnits, inRevision, XTime( 0 ) )
-{
-}
-
-XPivotTimeColumn* XPivotTimeColumn::CloneWithoutCopy() const
-{
-    auto column = std::make_unique<XPivotTimeColumn>();
-    column->CopySettings( *this );
-    return column.release();
-}
 
 void XPivotTimeColumn::SetData( double inValue, std::int32_t inRow, bool inExists )
 {
@@ -80,17 +46,8 @@ void XPivotTimeColumn::SetData( double inValue, std::int32_t inRow, bool inExist
 
 void XPivotTimeColumn::SetData( const XString& inValue, std::int32_t inRow, bool inExists )
 {
-    XTime time = itsDefaultValue;
-    try
-    {
-        time = XTime( inValue, XString() );
-    }
-    catch ( const XException& exception )
-    {
-        if ( inExists || exception.GetErrorNumber() != kNotATime )
-            throw;
-    }
-    SetValue( time, inRow, inExists );
+    const auto read = [&] { return XTime( inValue, XString() ); };
+    SetValue( XReadPivotText( inExists, kNotATime, itsDefaultValue, read ), inRow, inExists );
 }
 
 double XPivotTimeColumn::GetDataFloat( std::uint32_t inRow ) const
@@ -105,23 +62,13 @@ XString XPivotTimeColumn::GetDataString( std::uint32_t inRow ) const
 
 std::int32_t XPivotTimeColumn::FindDataFloat( double inValue ) const
 {
-    const auto found = std::find_if(
-        itsColumnData.begin(), itsColumnData.end(),
-        [&]( const XTime& inTime ) { return ToNumber( inTime ) == inValue; } );
-    return found == itsColumnData.end() ? -1 : static_cast<std::int32_t>( found - itsColumnData.begin() );
+    return FindNumber( inValue, ToNumber );
 }
 
 XPivotColumn::XFloatBlock XPivotTimeColumn::GetFloatBlock(
     std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const
 {
-    if ( inFirstRow >= GetColumnSize() )
-        return { nullptr, nullptr, 0 };
-    const std::uint32_t count = std::min( inMaxCount, GetColumnSize() - inFirstRow );
-    ioScratch.resize( count );
-    std::transform(
-        itsColumnData.data() + inFirstRow, itsColumnData.data() + inFirstRow + count, ioScratch.data(),
-        ToNumber );
-    return { ioScratch.data(), GetExistsVector().data() + inFirstRow, count };
+    return ConvertBlock( inFirstRow, inMaxCount, ioScratch, ToNumber );
 }
 
 bool XPivotTimeColumn::DoesPass(
@@ -136,10 +83,4 @@ bool XPivotTimeColumn::DoesPass(
     std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference ) const
 {
     return Passes( GetValue( inRow ), inRelationship, XTime( inReference, XString() ) );
-}
-
-bool XPivotTimeColumn::DoesPass(
-    std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference ) const
-{
-    return Passes( GetValue( inRow ), inRelationship, XTime( inReference ) );
 }

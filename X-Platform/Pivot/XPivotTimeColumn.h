@@ -1,32 +1,18 @@
 #pragma once
 
+#include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnT.h"
 
 /// Points in time or lengths of time; the time 0 where missing. A number is a count of microseconds, text is
 /// what XTime reads (1007 for any other, unless the value is given as missing: then it is the default value).
 /// Shown as date and time.
-class KORVALE_API XPivotTimeColumn : public XPivotColumnT<XTime>
+class KORVALE_API XPivotTimeColumn
+    : public XPivotColumnClassT<XPivotTimeColumn, XPivotColumnT<XTime>, kClassPivotTimeColumn>
 {
 public:
-    static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotTimeColumn ); }
-    static constexpr XVersion GetSuperClassVersion() { return XPivotColumn::GetClassVersion(); }
+    using XPivotColumnClassT::XPivotColumnClassT;
 
-    XPivotTimeColumn();
-    XPivotTimeColumn(
-        XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
-        const XString& inUnits, std::uint32_t inRevision = 0 );
-
-    XVersion GetVersion() const override { return GetClassVersion(); }
-    XPivotTimeColumn* Clone() const override { return new XPivotTimeColumn( *this ); }
-    XPivotTimeColumn* CloneWithoutCopy() const override;
-
-    using XPivotColumn::AppendData;
     using XPivotColumnT::SetData;
-    void SetData( const XTime& inValue, std::int32_t inRow, bool inExists )
-    {
-        SetValue( inValue, inRow, inExists );
-    }
-    void AppendData( const XTime& inValue, bool inExists ) { AppendValue( inValue, inExists ); }
     void SetData( double inValue, std::int32_t inRow, bool inExists ) override;
     void SetData( const XString& inValue, std::int32_t inRow, bool inExists ) override;
 
@@ -39,10 +25,9 @@ public:
         std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const override;
 
 protected:
+    using XPivotColumnT::DoesPass;
     bool DoesPass(
         std::uint32_t inRow, XPivotFilterRelationship inRelationship, double inReference ) const override;
     bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference )
-        const override;
-    bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference )
         const override;
 };

@@ -1,32 +1,18 @@
 #pragma once
 
+#include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnT.h"
 
 /// Identifiers; all zeros where missing. The number of an identifier is its hash, so numbers cannot be stored
 /// and are ignored; references that are numbers are held against the hash. Text is either form that XUUID
 /// reads (1026 for any other, unless the value is given as missing: then it is the default value).
-class KORVALE_API XPivotUUIDColumn : public XPivotColumnT<XUUID>
+class KORVALE_API XPivotUUIDColumn
+    : public XPivotColumnClassT<XPivotUUIDColumn, XPivotColumnT<XUUID>, kClassPivotUUIDColumn>
 {
 public:
-    static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotUUIDColumn ); }
-    static constexpr XVersion GetSuperClassVersion() { return XPivotColumn::GetClassVersion(); }
+    using XPivotColumnClassT::XPivotColumnClassT;
 
-    XPivotUUIDColumn();
-    XPivotUUIDColumn(
-        XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
-        const XString& inUnits, std::uint32_t inRevision = 0 );
-
-    XVersion GetVersion() const override { return GetClassVersion(); }
-    XPivotUUIDColumn* Clone() const override { return new XPivotUUIDColumn( *this ); }
-    XPivotUUIDColumn* CloneWithoutCopy() const override;
-
-    using XPivotColumn::AppendData;
     using XPivotColumnT::SetData;
-    void SetData( const XUUID& inValue, std::int32_t inRow, bool inExists )
-    {
-        SetValue( inValue, inRow, inExists );
-    }
-    void AppendData( const XUUID& inValue, bool inExists ) { AppendValue( inValue, inExists ); }
     void SetData( const XString& inValue, std::int32_t inRow, bool inExists ) override;
 
     bool IsNumeric() const override { return true; }
@@ -35,10 +21,9 @@ public:
     std::int32_t FindDataFloat( double inValue ) const override;
 
 protected:
+    using XPivotColumnT::DoesPass;
     bool DoesPass(
         std::uint32_t inRow, XPivotFilterRelationship inRelationship, double inReference ) const override;
     bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference )
-        const override;
-    bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference )
         const override;
 };

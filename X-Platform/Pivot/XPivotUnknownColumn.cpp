@@ -5,20 +5,6 @@
 
 #include <numeric>
 
-XPivotUnknownColumn::XPivotUnknownColumn(
-    XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName, const XString& inUnits,
-    std::uint32_t inRevision )
-    : XPivotColumn( inID, inColumnName, inChannelName, inUnits, inRevision )
-{
-}
-
-XPivotUnknownColumn* XPivotUnknownColumn::CloneWithoutCopy() const
-{
-    auto column = std::make_unique<XPivotUnknownColumn>();
-    column->CopySettings( *this );
-    return column.release();
-}
-
 void XPivotUnknownColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount )
 {
     XAssert( inRowIndex <= GetColumnSize() );

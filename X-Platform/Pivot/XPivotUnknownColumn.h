@@ -1,23 +1,14 @@
 #pragma once
 
-#include "Pivot/XPivotColumn.h"
+#include "Pivot/XPivotColumnClassT.h"
 
 /// Stands in a table for a column that has rows but no values: every row reads "N/A" and 0, none is present,
 /// none passes a filter. Setting values does nothing, sorting leaves it as it is.
-class KORVALE_API XPivotUnknownColumn : public XPivotColumn
+class KORVALE_API XPivotUnknownColumn
+    : public XPivotColumnClassT<XPivotUnknownColumn, XPivotColumn, kClassPivotUnknownColumn>
 {
 public:
-    static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotUnknownColumn ); }
-    static constexpr XVersion GetSuperClassVersion() { return XPivotColumn::GetClassVersion(); }
-
-    XPivotUnknownColumn() = default;
-    XPivotUnknownColumn(
-        XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
-        const XString& inUnits, std::uint32_t inRevision = 0 );
-
-    XVersion GetVersion() const override { return GetClassVersion(); }
-    XPivotUnknownColumn* Clone() const override { return new XPivotUnknownColumn( *this ); }
-    XPivotUnknownColumn* CloneWithoutCopy() const override;
+    using XPivotColumnClassT::XPivotColumnClassT;
 
     void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
     void ResizeRows( std::uint32_t inRowCount ) override;

@@ -9,8 +9,8 @@
 
 /// How the values of columns stand in a stream. Internal.
 ///
-/// All but texts are made of units whose bytes the stream turns round where its order is not the machine's, so a block
-/// of values in memory is a block of units.
+/// All but texts are made of units whose bytes the stream turns round where its order is not the machine's,
+/// so a block of values in memory is a block of units.
 template<class T>
 inline constexpr bool kIsPivotBlockValue = !std::is_same_v<T, XString>;
 

@@ -1,15 +1,15 @@
 #include "Pivot/XPivotVersionColumn.h"
 
 #include "Core/XClassRegistry.h"
-#include "Pivot/XPivotIntegers.h"
+#include "Pivot/XPivotConversions.h"
 
 #include <limits>
-#include <memory>
 #include <mutex>
 
 namespace
 {
-/// The text of the version that was asked for last, for the whole process: columns ask for the same one row after row.
+/// The text of the version that was asked for last, for the whole process: columns ask for the same one row
+/// after row.
 class XVersionTextCache
 {
 public:
@@ -46,22 +46,6 @@ private:
 XVersionTextCache sTextCache;
 } // namespace
 
-XPivotVersionColumn::XPivotVersionColumn() : XPivotColumnT( XVersion() ) {}
-
-XPivotVersionColumn::XPivotVersionColumn(
-    XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName, const XString& inUnits,
-    std::uint32_t inRevision )
-    : XPivotColumnT( inID, inColumnName, inChannelName, inUnits, inRevision, XVersion() )
-{
-}
-
-XPivotVersionColumn* XPivotVersionColumn::CloneWithoutCopy() const
-{
-    auto column = std::make_unique<XPivotVersionColumn>();
-    column->CopySettings( *this );
-    return column.release();
-}
-
 double XPivotVersionColumn::GetDataFloat( std::uint32_t ) const
 {
     return std::numeric_limits<double>::quiet_NaN();
@@ -88,10 +72,4 @@ bool XPivotVersionColumn::DoesPass(
     std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference ) const
 {
     return DoesPassCompare( GetDataString( inRow ), inRelationship, inReference );
-}
-
-bool XPivotVersionColumn::DoesPass(
-    std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference ) const
-{
-    return DoesPass( inRow, inRelationship, static_cast<double>( inReference ) );
 }
