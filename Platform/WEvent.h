@@ -7,8 +7,8 @@
 class WDeadline;
 
 /// A flag that threads wait for. A manual event stays set, for everybody, until it is reset; an automatic one
-/// lets one wait succeed and is reset by it. Threads: any thread may call anything; a thread whose wait
-/// succeeded may destroy the event at once.
+/// lets one wait succeed and is reset by it.
+/// Threads: any thread may call anything; a thread whose wait succeeded may destroy the event at once.
 class KORVALE_API WEvent
 {
 public:

@@ -10,8 +10,8 @@
 ///
 /// Transfers are complete: interrupted and short ones are continued until everything is done, the file ends
 /// or the system refuses. Failures throw WLastErrorException (a full disk has number 1263, a refused access
-/// 1021, a missing file 2, a folder 336). Several threads may read
-/// and write at once; opening and closing are the owner's business.
+/// 1021, a missing file 2, a folder 336). Several threads may read and write at once; opening and closing are
+/// the owner's business.
 ///
 /// Pipes, terminals and other devices without positions can be read or written front to back: a transfer then
 /// has to begin where the last one ended, or it fails with system error 132.

@@ -5,9 +5,10 @@
 #include <cstdint>
 #include <functional>
 
-/// The main thread's bell, and the loop that sleeps until it rings. The bell is a handle that a foreign loop can wait on
-/// beside its own: a file descriptor to poll for reading on Linux, an event handle on Windows.
-/// Threads: `Wake` and `RequestEnd` from any thread, `RequestEnd` from a signal handler too; the rest on the main thread.
+/// The main thread's bell, and the loop that sleeps until it rings. The bell is a handle that a foreign loop
+/// can wait on beside its own: a file descriptor to poll for reading on Linux, an event handle on Windows.
+/// Threads: `Wake` and `RequestEnd` from any thread, `RequestEnd` from a signal handler too; the rest on the
+/// main thread.
 class KORVALE_API WMainLoop
 {
 public:

@@ -7,8 +7,8 @@
 class WDeadline;
 
 /// A counting semaphore. A unit goes to whoever takes it first; among threads that sleep the one that has
-/// waited longest is woken first. Needs nothing of the system until a thread has to sleep. Threads: any
-/// thread may signal and wait; a thread that got its unit may destroy the semaphore at once.
+/// waited longest is woken first. Needs nothing of the system until a thread has to sleep.
+/// Threads: any thread may signal and wait; a thread that got its unit may destroy the semaphore at once.
 class KORVALE_API WSemaphore
 {
 public:

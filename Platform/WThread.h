@@ -10,7 +10,7 @@
 /// A thread of the operating system, started on a body or adopted. It starts, wakes, yields, sleeps and takes
 /// priority and affinity; what a thread means to the library (states, stop, suspend) is the body's affair.
 /// Ownership: the body owns its WThread and outlives the system's thread.
-/// Errors:    what the system refuses throws its last error as an exception.
+/// Errors: what the system refuses throws its last error as an exception.
 class KORVALE_API WThread
 {
 public:

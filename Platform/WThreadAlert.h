@@ -8,7 +8,8 @@ class WParkingNode;
 
 /// The bell of one thread. Whoever rings it ends the thread's alertable wait, or, when the thread is not in
 /// one, the next one it begins: a ring is kept until a wait has heard it, so none is lost between a test and
-/// a wait. Ownership: belongs to the thread's WThread, which outlives the thread.
+/// a wait.
+/// Ownership: belongs to the thread's WThread, which outlives the thread.
 class WThreadAlert
 {
 public:

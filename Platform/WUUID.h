@@ -14,6 +14,7 @@ struct KORVALE_API WUUID
     std::uint8_t itsData4[8] = {};
 
     /// Fills `outUUID` with a new random UUID (version 4). Returns 0, or the system's status when it has none
-    /// to give; `outUUID` is then unchanged. Threads: any; safe in a child process after a fork.
+    /// to give; `outUUID` is then unchanged.
+    /// Threads: any; safe in a child process after a fork.
     static std::uint32_t Create( WUUID& outUUID );
 };

@@ -11,15 +11,14 @@
 /// reference-counted objects, or values of any type that can be copied. An object may own a registry; the
 /// process has one too.
 ///
-///     XDataRegistry::GetProcessRegistry().SetValue( "pixel size", 0.65 );
-///     const std::optional<double> size = XDataRegistry::GetProcessRegistry().FindValue<double>( "pixel size"
-///     );
+///     XDataRegistry& registry = XDataRegistry::GetProcessRegistry();
+///     registry.SetValue( "pixel size", 0.65 );
+///     const std::optional<double> size = registry.FindValue<double>( "pixel size" );
 ///
 /// Ownership: the registry holds a reference to each object, and copies of values.
-/// Threads:   all operations may be called from any thread. Data that is replaced or removed is let go of
-/// outside the
-///            lock, so its destructor may use the registry.
-/// Errors:    an internal error ("inData") for a null pointer.
+/// Threads: all operations may be called from any thread. Data that is replaced or removed is let go of
+/// outside the lock, so its destructor may use the registry.
+/// Errors: an internal error ("inData") for a null pointer.
 class KORVALE_API XDataRegistry
 {
 public:

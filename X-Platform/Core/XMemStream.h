@@ -5,9 +5,8 @@
 /// A stream over a block of memory, as long as the block's used part.
 ///
 /// Ownership: the default form owns a block that grows as it is written; the other reads bytes that the
-/// caller keeps
-///            alive and unchanged, and writing to it is an internal error.
-/// Errors:    1012 when the block cannot grow, besides those of XStream.
+/// caller keeps alive and unchanged, and writing to it is an internal error.
+/// Errors: 1012 when the block cannot grow, besides those of XStream.
 class KORVALE_API XMemStream : public XStream
 {
 public:

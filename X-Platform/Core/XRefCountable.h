@@ -8,9 +8,11 @@
 /// count of 1; the release of the last one deletes it. XRefPtr does both by itself.
 ///
 /// Ownership: an object that was not made with `new` must keep the creator's reference for as long as it
-/// lives. Threads:   the count is atomic; what one thread did to the object before its release is visible to
-/// the destructor. Errors:    1027 for a release without a reference, and for a new reference to an object
-/// that is being deleted.
+/// lives.
+/// Threads: the count is atomic; what one thread did to the object before its release is visible to the
+/// destructor.
+/// Errors: 1027 for a release without a reference, and for a new reference to an object that is being
+/// deleted.
 class KORVALE_API XRefCountable
 {
 public:

@@ -6,11 +6,12 @@
 
 /// A smart pointer that holds one reference to an object of a class derived from XRefCountable, or is null.
 ///
-///     XRefPtr<XThing> thing = XMakeRef<XThing>( arguments );   // or XRefPtr<XThing>( new XThing( arguments
-///     ) ) XRefPtr<XThing> second = thing;                          // two owners XRefPtr<XThing> third =
-///     XRefPtr<XThing>::Share( this );  // a further owner of an object that has one
+///     auto thing = XMakeRef<XThing>( arguments );   // or XRefPtr<XThing>( new XThing( arguments ) )
+///     XRefPtr<XThing> second = thing;               // two owners
+///     auto third = XRefPtr<XThing>::Share( this );  // a further owner of an object that has one
 ///
-/// Threads: as a plain pointer. Errors: copying throws 1027 when the object is already being deleted.
+/// Threads: as a plain pointer.
+/// Errors: copying throws 1027 when the object is already being deleted.
 template<class T>
 class XRefPtr : public XRefPtrBase
 {

@@ -10,7 +10,7 @@
 /// that was added first is found.
 ///
 /// Ownership: shares its strategies by reference counting; copies carry the same ones.
-/// Threads:   as a vector: finding from several threads at once is fine, changing it needs a lock of the
+/// Threads: as a vector: finding from several threads at once is fine, changing it needs a lock of the
 /// caller's.
 class KORVALE_API XStrategyCarrier
 {

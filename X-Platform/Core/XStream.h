@@ -18,12 +18,11 @@ class XUUID;
 /// value passes. Concrete streams only move raw bytes.
 ///
 /// Ownership: a stream borrows nothing that is handed to its operations.
-/// Threads:   one thread at a time.
-/// Errors:    1260 where a bounded stream ends early, 1005 and 1015 where the bytes are not what was
-/// expected, 1006
-///            (internal error) for null buffers; besides what the concrete stream throws. After an exception
-///            position and buffer are consistent, and bytes not yet drained stay in the buffer.
-/// Lifetime:  a concrete stream flushes in its own destructor, which swallows errors: call Flush to hear of
+/// Threads: one thread at a time.
+/// Errors: 1260 where a bounded stream ends early, 1005 and 1015 where the bytes are not what was expected,
+/// 1006 (internal error) for null buffers; besides what the concrete stream throws. After an exception
+/// position and buffer are consistent, and bytes not yet drained stay in the buffer.
+/// Lifetime: a concrete stream flushes in its own destructor, which swallows errors: call Flush to hear of
 /// them.
 class KORVALE_API XStream
 {

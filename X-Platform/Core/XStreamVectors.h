@@ -11,8 +11,7 @@
 /// WriteStream2.
 ///
 /// Errors: 1260 and 1005 for what is not a vector; more than 0xFFFFFFFF elements are an internal error. A
-/// count that the
-///         stream does not back with bytes allocates next to nothing.
+/// count that the stream does not back with bytes allocates next to nothing.
 
 namespace XStreamDetail
 {

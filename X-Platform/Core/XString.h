@@ -30,8 +30,7 @@ concept XStringInteger =
 /// at the first one.
 ///
 /// `operator<` is the natural order, in which "file2" comes before "file10". It ranks some different strings
-/// as equal
-/// ("a b" and "ab"), so ordered containers go by `std::less<XString>`, which compares bytes.
+/// as equal ("a b" and "ab"), so ordered containers go by `std::less<XString>`, which compares bytes.
 class KORVALE_API XString : public XStorable
 {
 public:

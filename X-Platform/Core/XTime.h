@@ -38,8 +38,10 @@ enum XTimeFormat : std::uint32_t
 /// from 00:00:00 UTC on 1 January 1904, in the proleptic Gregorian calendar and without leap seconds.
 ///
 /// A plain value of 8 bytes: a vector of times is a block of 64-bit counts. In a stream a time is its count.
-/// Threads: like an integer. Errors: 1007 when a result or an argument has no place in the 64-bit range or in
-/// the calendar, 1013 for a division by zero; the time is then unchanged. Units: microseconds, UTC.
+/// Threads: like an integer.
+/// Errors: 1007 when a result or an argument has no place in the 64-bit range or in the calendar, 1013 for a
+/// division by zero; the time is then unchanged.
+/// Units: microseconds, UTC.
 class KORVALE_API XTime
 {
 public:
@@ -54,7 +56,8 @@ public:
     static constexpr XVersion GetClassVersion() { return XVersion( kClassTime ); }
 
     /// Fixes the offset from the platform's microsecond clock to the system time, once: later calls do
-    /// nothing. `Now` does it when nobody has. Threads: any.
+    /// nothing. `Now` does it when nobody has.
+    /// Threads: any.
     static void Initialise();
 
     /// The current time. Never runs backwards while the process runs, whatever happens to the system time.

@@ -5,9 +5,10 @@
 /// A length of time with the unit in which it is shown: "1.5 minutes". A period can also be counted in time
 /// points of a sequence; it then has no length in seconds.
 ///
-/// A plain value. Threads: like a number. Errors: 1007 for a length that has no place in an XTime or is not
-/// finite, 1013 where a length is asked of time points, a number of time points of a length, or for an
-/// unknown unit.
+/// A plain value.
+/// Threads: like a number.
+/// Errors: 1007 for a length that has no place in an XTime or is not finite, 1013 where a length is asked of
+/// time points, a number of time points of a length, or for an unknown unit.
 class KORVALE_API XTimePeriod
 {
 public:

@@ -11,7 +11,9 @@ class XString;
 /// two of 16 bits lie most significant byte first, so the bytes read from the first to the last are its text.
 ///
 /// A plain value: a vector of identifiers is a block of 16 bytes each, and a stream holds the bytes as
-/// stored, never swapped. Threads: like an array of bytes. Errors: 1026 for text that is no identifier.
+/// stored, never swapped.
+/// Threads: like an array of bytes.
+/// Errors: 1026 for text that is no identifier.
 class KORVALE_API XUUID
 {
 public:

@@ -13,7 +13,7 @@
 /// waiter. A suspended waiter misses no signal.
 ///
 /// Threads: any. Signalling needs no mutex held. May be destroyed once every waiter has been signalled.
-/// Errors:  waiting without holding the mutex exactly once is an internal error.
+/// Errors: waiting without holding the mutex exactly once is an internal error.
 class KORVALE_API XConditionVariable
 {
 public:

@@ -15,9 +15,10 @@ enum XLockMode : std::uint32_t
 
 /// An object whose contents can be reached only while it is locked, through XLock. What locking means is the
 /// class's: the base counts nothing and keeps nobody out, it calls `LockSelf` and `UnlockSelf` under the
-/// object's mutex and has the data fetched before the first lock. Ownership: a data fetcher is not owned; it
-/// lives until the data has been fetched or another fetcher is set. Threads:   any thread may lock and
-/// unlock.
+/// object's mutex and has the data fetched before the first lock.
+/// Ownership: a data fetcher is not owned; it lives until the data has been fetched or another fetcher is
+/// set.
+/// Threads: any thread may lock and unlock.
 class KORVALE_API XLockable
 {
 public:

@@ -20,8 +20,8 @@ struct XMutexSleeper;
 /// without sleeping is no checkpoint.
 ///
 /// Threads: any thread locks; only the owner unlocks. The thread that unlocks last may be followed at once by
-/// another that destroys the mutex. Errors:  2701 when a wait times out; internal errors for unlocking what
-/// is not locked.
+/// another that destroys the mutex.
+/// Errors: 2701 when a wait times out; internal errors for unlocking what is not locked.
 class KORVALE_API XMutex
 {
 public:

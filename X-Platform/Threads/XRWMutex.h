@@ -28,8 +28,8 @@ enum XRWLockMode : std::uint32_t
 /// it goes on as a reader.
 ///
 /// Threads: any; a lock is given back by the thread that took it.
-/// Errors:  2701 when a wait times out; internal errors for unlocking what is not locked. Alertable waits are
-///          checkpoints as XConditionVariable's are.
+/// Errors: 2701 when a wait times out; internal errors for unlocking what is not locked. Alertable waits are
+/// checkpoints as XConditionVariable's are.
 class KORVALE_API XRWMutex
 {
 public:

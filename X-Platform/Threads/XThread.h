@@ -25,13 +25,11 @@ using XThreadImp = WThread;
 /// must not be destroyed by its own thread's body.
 ///
 /// Ownership: whoever creates the object owns it. Threads that wait on it when it is destroyed are released
-/// as if the
-///            thread had ended; what they use of it outlives the object.
-/// Threads:   every operation may be called from any thread unless it says otherwise.
-/// Errors:    waits throw 2701 when their time is over; operations that begin with Sleep tell it by their
-/// result.
-///            Waits for another thread are alertable: a caller that is asked to stop leaves them by
-///            XStopThreadException, so that threads that stop one another do not wait for ever.
+/// as if the thread had ended; what they use of it outlives the object.
+/// Threads: every operation may be called from any thread unless it says otherwise.
+/// Errors: waits throw 2701 when their time is over; operations that begin with Sleep tell it by their
+/// result. Waits for another thread are alertable: a caller that is asked to stop leaves them by
+/// XStopThreadException, so that threads that stop one another do not wait for ever.
 class KORVALE_API XThread : private WThreadBody
 {
 public:

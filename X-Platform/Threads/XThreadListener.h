@@ -14,8 +14,7 @@ enum XThreadEvent : std::uint32_t
 /// A listener hears events from `StartListening` to `StopListening`. Call them at the end of the constructor
 /// and at the start of the destructor of the most derived class: an event may come at once, on any thread.
 /// Threads: events come one at a time, under `XThread::sThreadListenerMutex`; a listener may start and stop
-/// listening
-///          while it hears one.
+/// listening while it hears one.
 class KORVALE_API XThreadListener
 {
 public:
