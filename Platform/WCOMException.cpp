@@ -1,5 +1,6 @@
 #include "WCOMException.h"
 
+#include "Core/XErrorNumbers.h"
 #include "WLastErrorException.h"
 #include "WNTStatusException.h"
 
@@ -15,31 +16,31 @@ std::uint32_t FindErrorNumber( std::uint32_t inResult )
     switch ( inResult )
     {
     case 0x80004003: // E_POINTER
-        return 1018;
+        return kErrorBadPointer;
     case 0x80004004: // E_ABORT
     case 0x80010002: // RPC_E_CALL_CANCELED
-        return 1001;
+        return kErrorCancelled;
     case 0x80070057: // E_INVALIDARG
     case 0x80030057: // STG_E_INVALIDPARAMETER
-        return 1013;
+        return kErrorBadParameters;
     case 0x80070008: // ERROR_NOT_ENOUGH_MEMORY
     case 0x80030008: // STG_E_INSUFFICIENTMEMORY
-        return 1012;
+        return kErrorOutOfMemory;
     case 0x80030005: // STG_E_ACCESSDENIED
-        return 1021;
+        return kErrorAccessDenied;
     case 0x80030070: // STG_E_MEDIUMFULL
-        return 1263;
+        return kErrorDiskFull;
     case 0x80040154: // REGDB_E_CLASSNOTREG
-        return 1003;
+        return kErrorClassNotRegistered;
     case 0x80010006: // RPC_E_CONNECTION_TERMINATED
     case 0x80010007: // RPC_E_SERVER_DIED
     case 0x80010012: // RPC_E_SERVER_DIED_DNE
     case 0x80010108: // RPC_E_DISCONNECTED
     case 0x800401FD: // CO_E_OBJNOTCONNECTED
     case 0x800706BA: // RPC_S_SERVER_UNAVAILABLE
-        return 3100;
+        return kErrorDisconnected;
     case 0x8001011F: // RPC_E_TIMEOUT
-        return 2701;
+        return kErrorTimedOut;
     default:
         return 0;
     }

@@ -1,6 +1,6 @@
 #include "WEvent.h"
 
-#include "WParkingQueue.h"
+#include "WParkCounted.h"
 
 namespace
 {
@@ -17,15 +17,27 @@ WEvent::WEvent( Reset inReset, bool inIsSet )
 
 void WEvent::Set()
 {
-    const bool wakesAll = !itsResetsByWait;
-    // From here on the event may be gone; its address still names the queue.
-    const std::uint32_t before = itsState.fetch_or( kIsSet, std::memory_order_acq_rel );
-    if ( before < kOneSleeper )
-        return;
-    while ( WParkingNode* node = WParkingQueue( this ).TakeFirst() )
+    std::uint32_t state = itsState.load( std::memory_order_relaxed );
+    while ( state < kOneSleeper )
+    {
+        if ( itsState.compare_exchange_weak(
+                 state, kIsSet, std::memory_order_acq_rel, std::memory_order_relaxed ) )
+            return;
+    }
+    SetAndRelease();
+}
+
+/// One step to every other thread: once the event is set it may be gone, and another that has its address must not have
+/// its sleepers released.
+void WEvent::SetAndRelease()
+{
+    const bool releasesAll = !itsResetsByWait;
+    WParkingQueue queue( &itsState );
+    itsState.fetch_or( kIsSet, std::memory_order_acq_rel );
+    while ( WParkingNode* node = queue.TakeFirst() )
     {
         node->Release();
-        if ( !wakesAll )
+        if ( !releasesAll )
             return;
     }
 }
@@ -49,7 +61,7 @@ WWaitResult WEvent::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
     const WDeadline deadline( inTimeoutMs );
     for ( ;; )
     {
-        const WWaitResult result = Park( deadline, inAlertable );
+        const WWaitResult result = WParkCounted( itsState, kOneSleeper, kIsSet, deadline, inAlertable );
         // Who was released from a manual event has seen it set, even if it was cleared again since.
         if ( TryWait() || ( result == kWaitSucceeded && !itsResetsByWait ) )
             return kWaitSucceeded;
@@ -63,25 +75,4 @@ bool WEvent::TryWait()
     if ( !IsSet() )
         return false;
     return !itsResetsByWait || ( itsState.fetch_and( ~kIsSet, std::memory_order_acq_rel ) & kIsSet ) != 0;
-}
-
-/// Sleeps until this thread is released, unless the event is set already. The caller has to try whatever the result.
-WWaitResult WEvent::Park( const WDeadline& inDeadline, bool inAlertable )
-{
-    WParkingNode node;
-    {
-        WParkingQueue queue( this );
-        // Counted before looking, so that whoever sets the event after this step knows of the sleeper.
-        if ( itsState.fetch_add( kOneSleeper, std::memory_order_acq_rel ) & kIsSet )
-        {
-            itsState.fetch_sub( kOneSleeper, std::memory_order_relaxed );
-            return kWaitSucceeded;
-        }
-        queue.Append( node );
-    }
-    const WWaitResult result = node.Wait( inDeadline, inAlertable );
-    if ( result != kWaitSucceeded && !WParkingQueue( this ).Remove( node ) )
-        node.WaitForRelease();
-    itsState.fetch_sub( kOneSleeper, std::memory_order_relaxed );
-    return result;
 }

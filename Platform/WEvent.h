@@ -4,8 +4,6 @@
 
 #include <atomic>
 
-class WDeadline;
-
 /// A flag that threads wait for. A manual event stays set, for everybody, until it is reset; an automatic one
 /// lets one wait succeed and is reset by it.
 /// Threads: any thread may call anything; a thread whose wait succeeded may destroy the event at once.
@@ -31,8 +29,8 @@ public:
     WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
 private:
+    void SetAndRelease();
     bool TryWait();
-    WWaitResult Park( const WDeadline& inDeadline, bool inAlertable );
 
     const bool itsResetsByWait;
     std::atomic<std::uint32_t> itsState; // bit 0 set; the threads that sleep, times two

@@ -1,5 +1,6 @@
 #include "WLastErrorException.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "WSystemError.h"
 
@@ -30,14 +31,14 @@ std::uint32_t WLastErrorException::MapWin32ErrorCodeToKorvaleError( std::uint32_
     switch ( inWin32ErrorCode )
     {
     case 5: // ERROR_ACCESS_DENIED
-        return 1021;
+        return kErrorAccessDenied;
     case 14: // ERROR_OUTOFMEMORY
-        return 1012;
+        return kErrorOutOfMemory;
     case 31:   // ERROR_GEN_FAILURE
     case 1167: // ERROR_DEVICE_NOT_CONNECTED
-        return 3076;
+        return kErrorDeviceNotConnected;
     case 86: // ERROR_INVALID_PASSWORD
-        return 3131;
+        return kErrorWrongPassword;
     case 109:   // ERROR_BROKEN_PIPE
     case 232:   // ERROR_NO_DATA
     case 10004: // WSAEINTR
@@ -45,21 +46,21 @@ std::uint32_t WLastErrorException::MapWin32ErrorCodeToKorvaleError( std::uint32_
     case 10038: // WSAENOTSOCK
     case 10053: // WSAECONNABORTED
     case 10054: // WSAECONNRESET
-        return 3100;
+        return kErrorDisconnected;
     case 112: // ERROR_DISK_FULL
-        return 1263;
+        return kErrorDiskFull;
     case 1351: // ERROR_CANT_ACCESS_DOMAIN_INFO
-        return 3114;
+        return kErrorNoDomainInfo;
     case 1450: // ERROR_NO_SYSTEM_RESOURCES
-        return 1028;
+        return kErrorNoSystemResources;
     case 2221: // NERR_UserNotFound
-        return 3130;
+        return kErrorUnknownUser;
     case 2226: // NERR_NotPrimary
-        return 3113;
+        return kErrorNotPrimaryController;
     case 2245: // NERR_PasswordTooShort
-        return 3112;
+        return kErrorPasswordNotPermitted;
     case 10060: // WSAETIMEDOUT
-        return 2701;
+        return kErrorTimedOut;
     default:
         return inWin32ErrorCode;
     }

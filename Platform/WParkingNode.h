@@ -22,8 +22,8 @@ public:
     /// Sleeps until `Release`, which is known to be under way.
     void WaitForRelease();
 
-    /// Ends the wait. Called once, by the thread that took the node from its queue, after it let go of the
-    /// queue. The node may be gone when this returns.
+    /// Ends the wait. Called once, by the thread that took the node from its queue; the released thread runs
+    /// into nobody when that thread has let go of the queue before. The node may be gone when this returns.
     void Release();
 
     std::uint32_t GetThreadID() const { return itsThreadID; }

@@ -1,11 +1,12 @@
 #include "WSemaphore.h"
 
-#include "WParkingQueue.h"
+#include "WParkCounted.h"
 
 namespace
 {
 
 constexpr std::uint64_t kOneSleeper = std::uint64_t( 1 ) << 32;
+constexpr std::uint64_t kUnits = kOneSleeper - 1;
 
 std::uint32_t GetUnits( std::uint64_t inState )
 {
@@ -21,7 +22,7 @@ void WSemaphore::Signal( std::uint32_t inCount )
         return;
     for ( std::uint32_t released = 0; released < inCount; ++released )
     {
-        WParkingNode* node = WParkingQueue( this ).TakeFirst();
+        WParkingNode* node = WParkingQueue( &itsState ).TakeFirst();
         if ( !node )
             return;
         node->Release();
@@ -49,7 +50,7 @@ WWaitResult WSemaphore::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
     const WDeadline deadline( inTimeoutMs );
     for ( ;; )
     {
-        const WWaitResult result = Park( deadline, inAlertable );
+        const WWaitResult result = WParkCounted( itsState, kOneSleeper, kUnits, deadline, inAlertable );
         if ( TryWait() )
             return kWaitSucceeded;
         if ( result != kWaitSucceeded )
@@ -60,26 +61,4 @@ WWaitResult WSemaphore::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
 std::uint32_t WSemaphore::GetCount() const
 {
     return GetUnits( itsState.load( std::memory_order_relaxed ) );
-}
-
-/// Sleeps until a signal released this thread, unless there is a unit to try for already. Whatever the result, the
-/// caller has to try for a unit: a signal may have chosen this thread as it was leaving.
-WWaitResult WSemaphore::Park( const WDeadline& inDeadline, bool inAlertable )
-{
-    WParkingNode node;
-    {
-        WParkingQueue queue( this );
-        // Counted before looking: a signal after this step knows of the sleeper, one before it left its unit to see.
-        if ( GetUnits( itsState.fetch_add( kOneSleeper, std::memory_order_acq_rel ) ) != 0 )
-        {
-            itsState.fetch_sub( kOneSleeper, std::memory_order_relaxed );
-            return kWaitSucceeded;
-        }
-        queue.Append( node );
-    }
-    const WWaitResult result = node.Wait( inDeadline, inAlertable );
-    if ( result != kWaitSucceeded && !WParkingQueue( this ).Remove( node ) )
-        node.WaitForRelease();
-    itsState.fetch_sub( kOneSleeper, std::memory_order_relaxed );
-    return result;
 }

@@ -4,8 +4,6 @@
 
 #include <atomic>
 
-class WDeadline;
-
 /// A counting semaphore. A unit goes to whoever takes it first; among threads that sleep the one that has
 /// waited longest is woken first. Needs nothing of the system until a thread has to sleep.
 /// Threads: any thread may signal and wait; a thread that got its unit may destroy the semaphore at once.
@@ -29,7 +27,5 @@ public:
     std::uint32_t GetCount() const;
 
 private:
-    WWaitResult Park( const WDeadline& inDeadline, bool inAlertable );
-
     std::atomic<std::uint64_t> itsState; // units in the low half, sleeping threads in the high half
 };

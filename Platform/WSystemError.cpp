@@ -95,8 +95,3 @@ int WSystemError::ToErrno( std::uint32_t inCode )
     const bool hasErrno = inCode > kErrnoFlag && inCode - kErrnoFlag < 0x10000u;
     return hasErrno ? static_cast<int>( inCode - kErrnoFlag ) : 0;
 }
-
-void WSystemError::SetLastFromErrno()
-{
-    SetLast( FromErrno( errno ) );
-}

@@ -30,9 +30,6 @@ public:
     static void SetLast( std::uint32_t inCode );
     static void Clear() { SetLast( kNoError ); }
 
-    /// Sets the last error to the code of the current `errno`.
-    static void SetLastFromErrno();
-
     /// The code that stands for a value of `errno`.
     static std::uint32_t FromErrno( int inErrno );
 

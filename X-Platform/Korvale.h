@@ -9,6 +9,7 @@
 #include "Core/XClassRegistry.h"
 #include "Core/XDataRegistry.h"
 #include "Core/XErrorLog.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Core/XFileStream.h"
 #include "Core/XInternalErrorHandlers.h"

@@ -1,10 +1,8 @@
 #include "WFile.h"
 
-#include "Core/XFail.h"
-#include "WSystemError.h"
+#include "WErrno.h"
 
 #include <algorithm>
-#include <cerrno>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,12 +13,6 @@ namespace
 
 /// Linux transfers at most this much at once.
 constexpr std::uint64_t kLongestTransfer = 0x7FFFF000;
-
-[[noreturn]] void ThrowErrno()
-{
-    WSystemError::SetLastFromErrno();
-    XThrowLastSystemError();
-}
 
 /// Repeats a call for as long as signals interrupt it.
 template<class Call>
@@ -74,12 +66,11 @@ void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
     const int descriptor =
         Retry( [&] { return ::open( inPath.c_str(), GetOpenFlags( inMode ) | O_CLOEXEC, 0666 ); } );
     if ( descriptor == -1 )
-        ThrowErrno();
+        WThrowErrno();
     if ( IsDirectory( descriptor ) )
     {
         ::close( descriptor );
-        errno = EISDIR;
-        ThrowErrno();
+        WThrowErrno( EISDIR );
     }
     itsHandle = descriptor;
     itsHasPositions = ::lseek( descriptor, 0, SEEK_CUR ) != -1;
@@ -95,7 +86,7 @@ bool WFile::CloseQuietly() noexcept
     // An interrupted close has released the descriptor all the same.
     if ( result == 0 || errno == EINTR )
         return true;
-    WSystemError::SetLastFromErrno();
+    WSystemError::SetLast( WSystemError::FromErrno( errno ) );
     return false;
 }
 
@@ -117,7 +108,7 @@ std::uint64_t WFile::ReadAt( std::uint64_t inPosition, void* outData, std::uint6
                                        : ::read( GetDescriptor( itsHandle ), data + done, size );
             } );
         if ( transferred == -1 )
-            ThrowErrno();
+            WThrowErrno();
         if ( transferred == 0 )
             break;
         done += static_cast<std::uint64_t>( transferred );
@@ -144,7 +135,7 @@ void WFile::WriteAt( std::uint64_t inPosition, const void* inData, std::uint64_t
                                        : ::write( GetDescriptor( itsHandle ), data + done, size );
             } );
         if ( transferred == -1 )
-            ThrowErrno();
+            WThrowErrno();
         done += static_cast<std::uint64_t>( transferred );
     }
     AdvanceDevicePosition( done );
@@ -154,7 +145,7 @@ std::uint64_t WFile::GetSize() const
 {
     struct stat status = {};
     if ( ::fstat( GetDescriptor( itsHandle ), &status ) == -1 )
-        ThrowErrno();
+        WThrowErrno();
     return S_ISREG( status.st_mode ) ? static_cast<std::uint64_t>( status.st_size ) : 0;
 }
 
@@ -162,7 +153,7 @@ void WFile::SetSize( std::uint64_t inSize )
 {
     const auto size = static_cast<off_t>( inSize );
     if ( Retry( [&] { return ::ftruncate( GetDescriptor( itsHandle ), size ); } ) == -1 )
-        ThrowErrno();
+        WThrowErrno();
 }
 
 void WFile::Flush()
@@ -171,7 +162,7 @@ void WFile::Flush()
         return;
     // That is how pipes and devices say that there is nothing to keep.
     if ( errno != EINVAL && errno != EROFS )
-        ThrowErrno();
+        WThrowErrno();
 }
 
 bool WFile::IsDevice( const std::filesystem::path& inPath )

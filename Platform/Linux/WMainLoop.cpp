@@ -1,11 +1,9 @@
 #include "WMainLoop.h"
 
-#include "Core/XFail.h"
 #include "WDeadline.h"
-#include "WSystemError.h"
+#include "WErrno.h"
 
 #include <atomic>
-#include <cerrno>
 #include <mutex>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -22,8 +20,7 @@ int OpenBell()
     const int bell = eventfd( 1, EFD_NONBLOCK | EFD_CLOEXEC );
     if ( bell >= 0 )
         return bell;
-    WSystemError::SetLastFromErrno();
-    XThrowLastSystemError();
+    WThrowErrno();
 }
 
 } // namespace

@@ -70,8 +70,8 @@ XVector<WProcessors::Times> WProcessors::ReadTimes()
         fields >> name;
         Times times;
         std::uint64_t ticks = 0;
-        for ( int field = 0; field < 8 && fields >> ticks;
-              ++field ) // user nice system idle iowait irq softirq steal
+        // user nice system idle iowait irq softirq steal
+        for ( int field = 0; field < 8 && fields >> ticks; ++field )
         {
             times.total += ticks;
             times.busy += field == 3 || field == 4 ? 0 : ticks;

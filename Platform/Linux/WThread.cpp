@@ -1,8 +1,7 @@
 #include "WThread.h"
 
-#include "Core/XFail.h"
+#include "WErrno.h"
 
-#include <cerrno>
 #include <fstream>
 #include <pthread.h>
 #include <sched.h>
@@ -29,14 +28,6 @@ int ToNiceValue( std::int32_t inRelativePriority )
     return inRelativePriority * -5;
 }
 
-void ThrowIfFailed( int inError )
-{
-    if ( inError == 0 )
-        return;
-    errno = inError;
-    XThrowLastSystemError();
-}
-
 } // namespace
 
 WThread::WThread( WThreadBody& inBody ) : itsBody( inBody ) {}
@@ -53,7 +44,8 @@ void WThread::StartSystemThread()
     auto handle = std::make_unique<Handle>();
     const auto run = []( void* inThread ) -> void*
     { return reinterpret_cast<void*>( std::intptr_t( static_cast<WThread*>( inThread )->Run() ) ); };
-    ThrowIfFailed( pthread_create( &handle->thread, nullptr, run, this ) );
+    if ( const int error = pthread_create( &handle->thread, nullptr, run, this ) )
+        WThrowErrno( error );
     itsHandle = std::move( handle );
 }
 
@@ -73,7 +65,7 @@ void WThread::SetPriority( std::int32_t inRelativePriority )
     const std::lock_guard lock( itsMutex ); // the ID stays this thread's meanwhile
     if ( itsThreadID != 0 &&
          setpriority( PRIO_PROCESS, itsThreadID, ToNiceValue( inRelativePriority ) ) != 0 )
-        XThrowLastSystemError();
+        WThrowErrno();
 }
 
 void WThread::SetAffinity( std::uint64_t inMask )
@@ -88,7 +80,7 @@ void WThread::SetAffinity( std::uint64_t inMask )
     const std::lock_guard lock( itsMutex );
     if ( itsThreadID != 0 &&
          sched_setaffinity( static_cast<pid_t>( itsThreadID ), sizeof( processors ), &processors ) != 0 )
-        XThrowLastSystemError();
+        WThrowErrno();
 }
 
 void WThread::GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const

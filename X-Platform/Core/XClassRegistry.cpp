@@ -1,5 +1,6 @@
 #include "Core/XClassRegistry.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Core/XStream.h"
 
@@ -104,16 +105,16 @@ GetCreators( const XVersion& inVersion, const XVersion& inDefaultVersion )
     const XVersion version = FindRegistered( named ).value_or( kClassNone );
     const XCreatorFunctions* functions = FindRegistration( version );
     if ( !functions )
-        XThrow( 1003 );
+        XThrow( kErrorClassNotRegistered );
     if ( version.GetClassRevision() > functions->version.GetClassRevision() )
-        XThrow( 1015 );
+        XThrow( kErrorRevisionTooNew );
     return { version, *functions };
 }
 
 XStorable* Checked( XStorable* inObject )
 {
     if ( !inObject )
-        XThrow( 1004 );
+        XThrow( kErrorNoCreationFunction );
     return inObject;
 }
 } // namespace
@@ -161,7 +162,7 @@ void XClassRegistry::RegisterDescription( const XVersion& inClass, const XString
     const std::unique_lock lock( tables.mutex );
     const XCreatorFunctions* functions = FindRegistration( inClass );
     if ( !functions )
-        XThrow( 1003 );
+        XThrow( kErrorClassNotRegistered );
     XCreatorFunctions described = *functions;
     described.description = inText;
     Publish( tables, std::move( described ) );
@@ -214,7 +215,7 @@ XStorable* XClassRegistry::CreateObject( const XVersion& inVersion, const XVersi
 {
     const auto& [version, functions] = GetCreators( inVersion, inDefaultVersion );
     if ( !functions.defaultCreator )
-        XThrow( 1004 );
+        XThrow( kErrorNoCreationFunction );
     return Checked( functions.defaultCreator() );
 }
 
@@ -225,7 +226,7 @@ XStorable* XClassRegistry::CreateObject(
     const auto& [version, functions] = GetCreators( inVersion, inDefaultVersion );
     const XCreator create = inStream.IsOldStream() ? functions.oldStreamCreator : functions.currentCreator;
     if ( !create )
-        XThrow( 1004 );
+        XThrow( kErrorNoCreationFunction );
     return Checked( create( inStream, version, inOptions ) );
 }
 

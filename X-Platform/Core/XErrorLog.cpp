@@ -1,5 +1,7 @@
 #include "Core/XErrorLog.h"
 
+#include "Core/XSwallowErrors.h"
+
 #include <mutex>
 
 namespace
@@ -44,11 +46,5 @@ XErrorLog XErrorLog::Install( const XErrorLog& inLog )
 
 void XErrorLog::AddCurrentException() noexcept
 {
-    try
-    {
-        AddTo( GetLog() );
-    }
-    catch ( ... )
-    {
-    }
+    XSwallowErrors( [] { AddTo( GetLog() ); } );
 }

@@ -1,5 +1,6 @@
 #include "Core/XException.h"
 
+#include "Core/XErrorNumbers.h"
 #include "WStringTable.h"
 
 #include <map>
@@ -32,11 +33,11 @@ std::uint32_t TranslateOldErrorNumber( std::uint32_t inErrorNumber )
     switch ( static_cast<std::int32_t>( inErrorNumber ) )
     {
     case -2095:
-        return 3052;
+        return kErrorNetworkService;
     case -108:
-        return 1012;
+        return kErrorOutOfMemory;
     case -54:
-        return 1021;
+        return kErrorAccessDenied;
     default:
         return inErrorNumber;
     }
@@ -96,7 +97,8 @@ void XException::GetCrashDump( XString& ) const {}
 
 bool XException::IsSilentErrorCode() const
 {
-    return itsErrorNumber == 1001 || itsErrorNumber == 1019 || itsErrorNumber == 2702;
+    return itsErrorNumber == kErrorCancelled || itsErrorNumber == kErrorProcessExiting ||
+        itsErrorNumber == kErrorThreadStopped;
 }
 
 void XException::SetErrorNumber( std::uint32_t inErrorNumber )

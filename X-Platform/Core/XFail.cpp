@@ -1,6 +1,7 @@
 #include "Core/XFail.h"
 
 #include "Core/XInternalErrorHandlers.h"
+#include "Core/XSwallowErrors.h"
 #include "WDebugger.h"
 
 #include <string>
@@ -22,23 +23,11 @@ public:
     ReportingScope& operator=( const ReportingScope& ) = delete;
 };
 
-template<class Action>
-void SwallowErrors( Action inAction )
-{
-    try
-    {
-        inAction();
-    }
-    catch ( ... )
-    {
-    }
-}
-
 XString MakeCrashDump( const XInternalErrorHandlers& inHandlers )
 {
     XString dump;
     if ( inHandlers.MakeCrashDump )
-        SwallowErrors( [&] { dump = inHandlers.MakeCrashDump(); } );
+        XSwallowErrors( [&] { dump = inHandlers.MakeCrashDump(); } );
     return dump;
 }
 
@@ -59,9 +48,9 @@ XInternalException ReportInternalError( const char* inExpression, const char* in
     const ReportingScope reporting;
     const auto handlers = XInternalErrorHandlers::Get();
     const XInternalException exception( inExpression, inFile, inLine, MakeCrashDump( handlers ) );
-    SwallowErrors( [&] { AddToEventLog( handlers, exception ); } );
+    XSwallowErrors( [&] { AddToEventLog( handlers, exception ); } );
     if ( handlers.AddToSessionLog )
-        SwallowErrors( [&] { handlers.AddToSessionLog( exception ); } );
+        XSwallowErrors( [&] { handlers.AddToSessionLog( exception ); } );
     XException::SetLastError( exception.GetErrorNumber() );
     return exception;
 }

@@ -1,5 +1,6 @@
 #include "Core/XFileStream.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 
 // A Windows DLL exports only those constants of a class that have a definition in it.
@@ -37,7 +38,7 @@ void XFileStream::FillBuffer( SSize64 inPosition, void* buffer, USize64 count )
     XAssert( count > 0 );
     XAssert( itsFile.IsOpen() );
     if ( itsFile.ReadAt( static_cast<USize64>( inPosition ), buffer, count ) < count )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
 }
 
 void XFileStream::DrainBuffer( SSize64 inPosition, const void* buffer, USize64 count )

@@ -1,10 +1,12 @@
 #include "Core/XInternalException.h"
 
+#include "Core/XErrorNumbers.h"
+
 #include <string>
 
 XInternalException::XInternalException(
     const XString& inExpression, const XString& inFile, std::int32_t inLine, const XString& inCrashDump )
-    : XException( kErrorNumber ), itsExpression( inExpression ), itsFile( inFile ), itsLine( inLine ),
+    : XException( kErrorInternal ), itsExpression( inExpression ), itsFile( inFile ), itsLine( inLine ),
       itsCrashDump( inCrashDump )
 {
 }

@@ -7,8 +7,6 @@
 class KORVALE_API XInternalException : public XException
 {
 public:
-    static constexpr std::uint32_t kErrorNumber = 1006;
-
     XInternalException(
         const XString& inExpression, const XString& inFile, std::int32_t inLine,
         const XString& inCrashDump = XString() );

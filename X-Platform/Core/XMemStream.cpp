@@ -1,5 +1,6 @@
 #include "Core/XMemStream.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 
 #include <cstdlib>
@@ -47,7 +48,7 @@ void XMemStream::Clear()
 void XMemStream::SeekTo( SSize64 inPosition )
 {
     if ( inPosition < 0 )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     itsUsed = GetLength();
     OpenWindow( itsData, itsUsed, itsCapacity, inPosition );
 }
@@ -67,7 +68,7 @@ void XMemStream::FillBuffer( SSize64 inPosition, void* buffer, USize64 count )
     const USize64 position = static_cast<USize64>( inPosition );
     const USize64 length = GetLength();
     if ( position > length || count > length - position )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     std::memcpy( buffer, itsData + position, count );
 }
 
@@ -77,7 +78,7 @@ void XMemStream::DrainBuffer( SSize64 inPosition, const void* buffer, USize64 co
     const USize64 position = static_cast<USize64>( inPosition );
     const USize64 used = GetLength();
     if ( count > kMostCapacity - position )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     Grow( position + count );
     if ( position > used )
         std::memset( itsData + used, 0, position - used );
@@ -116,7 +117,7 @@ void XMemStream::Reallocate( USize64 inCapacity )
 {
     void* data = inCapacity <= kMostCapacity ? std::realloc( itsData, inCapacity ) : nullptr;
     if ( !data )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     itsData = static_cast<std::uint8_t*>( data );
     itsCapacity = inCapacity;
 }

@@ -91,8 +91,8 @@ struct XFloatParts
     std::uint64_t mantissa = 0; ///< Its digits as one number, as far as they fit.
     std::int64_t scale = 0;     ///< Digits that the exponent has to be corrected by, negative for decimals.
     std::int64_t exponent = 0;  ///< As written.
-    std::int64_t leadingPlace =
-        0; ///< How many digits from the first that is not 0 up to the point; may be negative.
+    /// How many digits from the first that is not 0 up to the point; may be negative.
+    std::int64_t leadingPlace = 0;
     bool hasDigits = false;
     bool isExact = true; ///< All digits are in the mantissa.
 };
@@ -197,9 +197,8 @@ std::optional<double> ReadPlain( std::string_view inText, char inDecimalPoint )
         ++position;
         decimals = takeDigits() - point - 1;
     }
-    const bool hasMore =
-        position < end && XTextScan::IsLetter( *position ); // an exponent, or a hexadecimal number
-    if ( hasMore || point - begin + decimals == 0 || position - begin > kMaxLength )
+    const bool hasExponentOrHex = position < end && XTextScan::IsLetter( *position );
+    if ( hasExponentOrHex || point - begin + decimals == 0 || position - begin > kMaxLength )
         return std::nullopt;
     return Scale( mantissa, -decimals );
 }

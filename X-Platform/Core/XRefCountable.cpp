@@ -1,11 +1,7 @@
 #include "Core/XRefCountable.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
-
-namespace
-{
-constexpr std::uint32_t kErrorNoReference = 1027;
-}
 
 void XRefCountable::AddReference() const
 {

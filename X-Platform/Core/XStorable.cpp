@@ -1,6 +1,7 @@
 #include "Core/XStorable.h"
 
 #include "Core/XClassRegistry.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Core/XStream.h"
 
@@ -50,8 +51,8 @@ XVersion XStorable::ReadCheckedVersion( XStream& inStream, const XVersion& inExp
 {
     const XVersion version = ReadClassVersion( inStream, inExpected );
     if ( !IsOfClass( version, inExpected ) )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     if ( version.GetClassRevision() > inExpected.GetClassRevision() )
-        XThrow( 1015 );
+        XThrow( kErrorRevisionTooNew );
     return version;
 }

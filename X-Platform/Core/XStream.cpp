@@ -1,7 +1,9 @@
 #include "Core/XStream.h"
 
 #include "Core/XARGB32Colour.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
+#include "Core/XSwallowErrors.h"
 #include "Core/XUUID.h"
 
 // A Windows DLL exports only those constants of a class that have a definition in it.
@@ -20,14 +22,14 @@ void XStream::Seek( SSize64 inOffset )
 {
     SSize64 position;
     if ( __builtin_add_overflow( GetPosition(), inOffset, &position ) )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     SeekTo( position );
 }
 
 void XStream::SeekTo( SSize64 inPosition )
 {
     if ( inPosition < 0 )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     const std::uint8_t* end = std::max( itsFilledEnd, itsCursor );
     const SSize64 offset = inPosition - itsBufferPosition;
     if ( offset < 0 || offset > end - itsBuffer )
@@ -54,7 +56,7 @@ SSize64 XStream::GetExtent()
 void XStream::SetExtent( SSize64 inExtent )
 {
     if ( inExtent < 0 )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     const SSize64 position = GetPosition();
     DrainWritten();
     SetExtentSelf( inExtent );
@@ -83,13 +85,7 @@ void XStream::Flush()
 
 void XStream::FlushQuietly() noexcept
 {
-    try
-    {
-        Flush();
-    }
-    catch ( ... )
-    {
-    }
+    XSwallowErrors( [this] { Flush(); } );
 }
 
 // ---- Byte order and small values
@@ -104,7 +100,7 @@ void XStream::ReadByteOrder()
 {
     const std::uint8_t mark = Read8();
     if ( mark != 'I' && mark != 'M' )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     SetByteOrder( mark == 'I' ? kIntelOrder : kMotorolaOrder );
 }
 
@@ -117,7 +113,7 @@ bool XStream::ReadBool()
 {
     const std::uint8_t value = Read8();
     if ( value > 1 )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     return value == 1;
 }
 
@@ -218,7 +214,7 @@ USize64 XStream::CheckedSize( USize64 inCount, unsigned inWidth )
 {
     XAssert( inWidth == 1 || inWidth == 2 || inWidth == 4 || inWidth == 8 );
     if ( inCount > kMostBytes / inWidth )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     return inCount * inWidth;
 }
 
@@ -226,16 +222,10 @@ void XStream::CheckRemaining( USize64 inCount, USize64 inElementSize )
 {
     const SSize64 remaining = itsBoundedReads ? GetRemaining() : -1;
     if ( remaining >= 0 && inElementSize > 0 && inCount > static_cast<USize64>( remaining ) / inElementSize )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
 }
 
 XStream::XPositionSaver::~XPositionSaver()
 {
-    try
-    {
-        itsStream.SeekTo( itsPosition );
-    }
-    catch ( ... )
-    {
-    }
+    XSwallowErrors( [this] { itsStream.SeekTo( itsPosition ); } );
 }

@@ -268,9 +268,9 @@ protected:
 
 private:
     static constexpr USize64 kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
-    static constexpr USize64 kCachedStep =
-        32 * 1024;                                   // bytes by which a vector grows that is read as it grows
-    static constexpr USize64 kSwapBlock = 64 * 1024; // temporary space of swapped writes
+    // Bytes by which a vector grows that is read as it grows, and the temporary space of swapped writes.
+    static constexpr USize64 kCachedStep = 32 * 1024;
+    static constexpr USize64 kSwapBlock = 64 * 1024;
 
     // The ends may lie before the cursor, where the mode of the buffer forbids reading or writing.
     bool HasToRead( USize64 inSize ) const { return itsReadEnd - itsCursor >= ToDifference( inSize ); }

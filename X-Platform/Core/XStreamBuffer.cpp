@@ -1,5 +1,6 @@
 #include "Core/XStream.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 
 #include <limits>
@@ -16,7 +17,7 @@ constexpr SSize64 kMaxPosition = std::numeric_limits<SSize64>::max();
 SSize64 CheckedEnd( SSize64 inPosition, USize64 inCount )
 {
     if ( inCount > static_cast<USize64>( kMaxPosition - inPosition ) )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     return inPosition + static_cast<SSize64>( inCount );
 }
 } // namespace
@@ -29,7 +30,7 @@ void XStream::ReadSlowly( void* buffer, USize64 count )
         return;
     XAssert( buffer );
     if ( count > kMostBytes )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     CheckRemaining( count, 1 );
     PrepareToRead();
 
@@ -85,7 +86,7 @@ void XStream::PeekBuffer8( void* buffer, USize64 count )
         return;
     XAssert( buffer );
     if ( count > kMostBytes )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     if ( !HasToRead( count ) )
     {
         CheckRemaining( count, 1 );

@@ -1,6 +1,7 @@
 #include "Core/XStream.h"
 
 #include "Core/XClassRegistry.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Core/XFail.h"
 
@@ -17,7 +18,7 @@ public:
     explicit XDepthGuard( unsigned& ioDepth ) : itsDepth( ioDepth )
     {
         if ( itsDepth >= XStream::kMaxObjectDepth )
-            XThrow( 1005 );
+            XThrow( kErrorStreamCorrupted );
         ++itsDepth;
     }
     ~XDepthGuard() { --itsDepth; }
@@ -62,7 +63,7 @@ void XStream::ReadStreamInfo()
         return;
     }
     if ( version.GetClassRevision() > kCurrentStreamVersion.GetClassRevision() )
-        XThrow( 1015 );
+        XThrow( kErrorRevisionTooNew );
     itsStreamVersion = version;
 }
 

@@ -1,5 +1,6 @@
 #include "Core/XStream.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Core/XString.h"
 
@@ -27,7 +28,7 @@ bool IsNewline( std::uint8_t inByte )
 void AppendText( std::string& ioText, std::uint8_t inByte )
 {
     if ( inByte == 0 )
-        XThrow( 1262 );
+        XThrow( kErrorNullCharacter );
     ioText += static_cast<char>( inByte );
 }
 } // namespace
@@ -86,7 +87,7 @@ bool XStream::HasMore()
 XString XStream::ReadLine()
 {
     if ( !HasMore() )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     std::string line;
     while ( HasMore() )
     {
@@ -105,7 +106,7 @@ XString XStream::ReadWord()
     while ( HasMore() && IsSpace( Peek8() ) )
         Read8();
     if ( !HasMore() )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     std::string word;
     while ( HasMore() && !IsSpace( Peek8() ) )
         AppendText( word, Read8() );

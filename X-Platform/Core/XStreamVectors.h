@@ -72,6 +72,27 @@ void WriteCount( XStream& inStream, const T& inContainer )
     XAssert( count <= 0xFFFFFFFFu );
     inStream.Write32( static_cast<std::uint32_t>( count ) );
 }
+
+/// The layout of a vector of storable values, for a container of any pointers to them.
+template<class T>
+void WritePointedTo( XStream& inStream, const T& inPointers, XStorable::XOptions inOptions )
+{
+    WriteCount( inStream, inPointers );
+    for ( const auto& pointer : inPointers )
+    {
+        XAssert( pointer );
+        pointer->WriteStream2( inStream, inOptions );
+    }
+}
+
+template<class T>
+USize64 GetPointedToUsage( const T& inPointers )
+{
+    USize64 usage = 4;
+    for ( const auto& pointer : inPointers )
+        usage += pointer->GetStreamUsage();
+    return usage;
+}
 } // namespace XStreamDetail
 
 template<class T>
@@ -145,12 +166,7 @@ public:
 
     void WriteStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions ) const
     {
-        XStreamDetail::WriteCount( inStream, *this );
-        for ( const std::unique_ptr<T>& element : *this )
-        {
-            XAssert( element );
-            element->WriteStream2( inStream, inOptions );
-        }
+        XStreamDetail::WritePointedTo( inStream, *this, inOptions );
     }
 
     void ReadStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions )
@@ -162,13 +178,7 @@ public:
             this->emplace_back( std::make_unique<T>() )->ReadStream2( inStream, inOptions );
     }
 
-    USize64 GetStreamUsage() const
-    {
-        USize64 usage = 4;
-        for ( const std::unique_ptr<T>& element : *this )
-            usage += element->GetStreamUsage();
-        return usage;
-    }
+    USize64 GetStreamUsage() const { return XStreamDetail::GetPointedToUsage( *this ); }
 };
 
 /// A vector of pointers to storable objects that others own: it writes what XStreamingPtrVector reads.
@@ -180,19 +190,8 @@ public:
 
     void WriteStream( XStream& inStream, XStorable::XOptions inOptions = XStorable::kNoOptions ) const
     {
-        XStreamDetail::WriteCount( inStream, *this );
-        for ( const T* element : *this )
-        {
-            XAssert( element );
-            element->WriteStream2( inStream, inOptions );
-        }
+        XStreamDetail::WritePointedTo( inStream, *this, inOptions );
     }
 
-    USize64 GetStreamUsage() const
-    {
-        USize64 usage = 4;
-        for ( const T* element : *this )
-            usage += element->GetStreamUsage();
-        return usage;
-    }
+    USize64 GetStreamUsage() const { return XStreamDetail::GetPointedToUsage( *this ); }
 };

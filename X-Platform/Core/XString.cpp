@@ -1,5 +1,6 @@
 #include "Core/XString.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XTextScan.h"
 #include "WCodePage.h"
 #include "WDebugger.h"
@@ -11,9 +12,6 @@
 
 namespace
 {
-constexpr std::uint32_t kOutOfMemory = 1012;
-constexpr std::uint32_t kNoStringResource = 1279;
-constexpr std::uint32_t kTooLongForStr255 = 1354;
 constexpr USize64 kMaxStr255Length = 255;
 
 /// Larger blocks could not be indexed with a signed number.
@@ -89,7 +87,7 @@ void XString::GetStr255( unsigned char* outBuffer ) const
 {
     const USize64 length = GetLength();
     if ( length > kMaxStr255Length )
-        XThrow( kTooLongForStr255 );
+        XThrow( kErrorStringTooLong );
     outBuffer[0] = static_cast<unsigned char>( length );
     std::memcpy( outBuffer + 1, GetConstCharPtr(), length );
 }
@@ -166,7 +164,7 @@ void XString::LoadStringA( std::uint32_t inResourceID )
 {
     const auto text = WStringTable::Load( inResourceID );
     if ( !text || text->empty() )
-        XThrow( kNoStringResource );
+        XThrow( kErrorNoResource );
     *this = *text;
 }
 
@@ -276,10 +274,10 @@ USize64 XString::Replace( const XString& inFrom, const XString& inTo )
 XString::XStringStorage* XString::NewStorage( USize64 inSize, USize64 inCapacity )
 {
     if ( inCapacity > kMaxCapacity )
-        XThrow( kOutOfMemory );
+        XThrow( kErrorOutOfMemory );
     void* const block = std::malloc( sizeof( XStringStorage ) + inCapacity );
     if ( !block )
-        XThrow( kOutOfMemory );
+        XThrow( kErrorOutOfMemory );
     char* const data = static_cast<char*>( block ) + sizeof( XStringStorage );
     data[inSize - 1] = '\0';
     return new ( block ) XStringStorage{ data, inSize, inCapacity, 1 };

@@ -1,6 +1,7 @@
 #include "Core/XString.h"
 
 #include "Core/XDecimalDigits.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XFloatText.h"
 #include "Core/XNumberReader.h"
 #include "WLocale.h"
@@ -11,7 +12,6 @@
 
 namespace
 {
-constexpr std::uint32_t kNotANumber = 1000;
 
 /// An integer taken apart: how it is written with a number of digits at least, the sign included.
 struct XIntegerText
@@ -80,7 +80,7 @@ XNumberReader::XInteger ReadInteger( const XString& inText, unsigned inBase )
         return {};
     const auto integer = XNumberReader::ReadInteger( inText.GetConstCharPtr(), inBase );
     if ( !integer )
-        XThrow( kNotANumber );
+        XThrow( kErrorNotANumber );
     return *integer;
 }
 
@@ -235,7 +235,7 @@ double XString::GetSFloat64() const
         return 0;
     const auto value = XNumberReader::ReadFloat( GetStringView(), WLocale::GetDecimalPoint() );
     if ( !value )
-        XThrow( kNotANumber );
+        XThrow( kErrorNotANumber );
     return *value;
 }
 

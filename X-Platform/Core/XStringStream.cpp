@@ -1,5 +1,6 @@
 #include "Core/XStringStream.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Core/XString.h"
 
@@ -20,7 +21,7 @@ void XStringStream::FillBuffer( SSize64 inPosition, void* buffer, USize64 count 
     const std::string_view text = itsString->GetStringView();
     const USize64 position = static_cast<USize64>( inPosition );
     if ( position > text.size() || count > text.size() - position )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     std::memcpy( buffer, text.data() + position, count );
 }
 

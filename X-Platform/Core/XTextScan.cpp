@@ -128,8 +128,8 @@ public:
     }
 
 private:
-    static constexpr USize64 kPatience =
-        16; ///< Bytes that may be compared in vain for each byte of the text.
+    /// Bytes that may be compared in vain for each byte of the text.
+    static constexpr USize64 kPatience = 16;
     static constexpr std::uint64_t kHashBase = 0x9E3779B97F4A7C15u;
 
     const char* itsText;

@@ -1,6 +1,7 @@
 #include "Core/XTime.h"
 
 #include "Core/XCalendar.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Core/XString.h"
 #include "Core/XTimeText.h"
@@ -10,9 +11,6 @@
 
 namespace
 {
-
-constexpr std::uint32_t kErrorTimeRange = 1007;
-constexpr std::uint32_t kErrorParameters = 1013;
 
 /// From 1904 to 1970.
 constexpr std::int64_t kUnixEpochSeconds = 2082844800;
@@ -161,7 +159,7 @@ XTime& XTime::operator*=( std::int64_t inFactor )
 XTime& XTime::operator/=( std::int64_t inDivisor )
 {
     if ( inDivisor == 0 )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
     // The lowest count has no positive counterpart, and the processor traps on that division.
     if ( inDivisor == -1 )
         return *this *= -1;
@@ -172,7 +170,7 @@ XTime& XTime::operator/=( std::int64_t inDivisor )
 XTime& XTime::operator%=( std::int64_t inDivisor )
 {
     if ( inDivisor == 0 )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
     itsMicroSeconds = inDivisor == -1 ? 0 : itsMicroSeconds % inDivisor;
     return *this;
 }

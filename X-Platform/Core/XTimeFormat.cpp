@@ -3,6 +3,7 @@
 #include "Core/XTime.h"
 
 #include "Core/XCalendar.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XString.h"
 #include "Core/XTimeText.h"
 
@@ -11,8 +12,6 @@
 
 namespace
 {
-
-constexpr std::uint32_t kErrorParameters = 1013;
 
 void AppendNumber( std::string& ioText, std::uint64_t inValue, std::size_t inMinDigits )
 {
@@ -72,7 +71,7 @@ void AppendDate( std::string& ioText, std::int64_t inDays, XDateFormat inFormat 
     case kDateCompact:
         return AppendNumericDate( ioText, date, "" );
     }
-    XThrow( kErrorParameters );
+    XThrow( kErrorBadParameters );
 }
 
 /// Hours, minutes and, if asked for, seconds with `inFractionDigits` digits of their fraction.
@@ -129,7 +128,7 @@ void AppendTime( std::string& ioText, std::uint64_t inMicroSeconds, XTimeFormat 
     case kTimeCompact:
         return AppendCompactClock( ioText, inMicroSeconds );
     }
-    XThrow( kErrorParameters );
+    XThrow( kErrorBadParameters );
 }
 
 /// The smallest step that a format shows.

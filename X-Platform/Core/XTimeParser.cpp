@@ -3,12 +3,11 @@
 #include "Core/XTimeText.h"
 
 #include "Core/XCalendar.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XTime.h"
 
 namespace
 {
-
-constexpr std::uint32_t kErrorTimeRange = 1007;
 
 bool IsDigit( char inChar )
 {

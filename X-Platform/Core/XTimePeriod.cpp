@@ -1,5 +1,6 @@
 #include "Core/XTimePeriod.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Core/XString.h"
 
@@ -9,10 +10,6 @@
 
 namespace
 {
-
-constexpr std::uint32_t kErrorStreamCorrupt = 1005;
-constexpr std::uint32_t kErrorTimeRange = 1007;
-constexpr std::uint32_t kErrorParameters = 1013;
 
 struct UnitTraits
 {
@@ -39,7 +36,7 @@ bool IsUnit( std::uint32_t inUnit )
 const UnitTraits& GetTraits( XTimePeriod::XUnit inUnit )
 {
     if ( !IsUnit( inUnit ) )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
     return kUnits[inUnit];
 }
 
@@ -53,7 +50,7 @@ void CheckValue( double inValue, XTimePeriod::XUnit inUnit )
     if ( !std::isfinite( inValue ) )
         XThrow( kErrorTimeRange );
     if ( GetTraits( inUnit ).itsMicroSeconds == 0 && !IsTimepointCount( inValue ) )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
 }
 
 /// The length of one unit in microseconds; 1013 for time points, which have none.
@@ -61,7 +58,7 @@ double GetUnitLength( XTimePeriod::XUnit inUnit )
 {
     const std::int64_t length = GetTraits( inUnit ).itsMicroSeconds;
     if ( length == 0 )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
     return static_cast<double>( length );
 }
 
@@ -126,7 +123,7 @@ void XTimePeriod::SetTimepointValue( std::uint32_t inCount )
 std::uint32_t XTimePeriod::GetTimepointValue() const
 {
     if ( itsUnit != kTimepoints )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
     return static_cast<std::uint32_t>( itsValue );
 }
 
@@ -152,7 +149,7 @@ XString XTimePeriod::GetUnitDescription( XUnit inUnit )
 XTimePeriod::XUnit XTimePeriod::GetTimePeriodUnitsFromMenuIndex( std::uint32_t inMenuIndex )
 {
     if ( !IsUnit( inMenuIndex ) )
-        XThrow( kErrorParameters );
+        XThrow( kErrorBadParameters );
     return static_cast<XUnit>( inMenuIndex ); // the menu lists the units in the order of their values
 }
 
@@ -169,7 +166,7 @@ void XTimePeriod::ReadStream2( XStream& inStream )
     const bool isValid =
         std::isfinite( value ) && IsUnit( unit ) && ( unit != kTimepoints || IsTimepointCount( value ) );
     if ( !isValid )
-        XThrow( kErrorStreamCorrupt );
+        XThrow( kErrorStreamCorrupted );
     *this = XTimePeriod( value, static_cast<XUnit>( unit ) );
 }
 

@@ -1,5 +1,6 @@
 #include "Core/XUUID.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Core/XStream.h"
 #include "Core/XString.h"
@@ -11,8 +12,6 @@
 
 namespace
 {
-
-constexpr std::uint32_t kErrorUUIDText = 1026;
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 constexpr char kTerseDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";

@@ -1,5 +1,6 @@
 #include "Threads/XConditionVariable.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Threads/XCheckpoint.h"
 #include "Threads/XMutexSleeper.h"
 #include "WParkingQueue.h"
@@ -29,7 +30,7 @@ struct XConditionVariable::XWaiter : XMutexSleeper
 void XConditionVariable::Wait( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAlertable )
 {
     if ( Sleep( ioMutex, inTimeoutMs, inAlertable ) )
-        XThrow( 2701 );
+        XThrow( kErrorTimedOut );
 }
 
 bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAlertable )
@@ -60,7 +61,7 @@ XWaitResult XConditionVariable::WaitForInputOrSignal(
 {
     const XWaitResult result = SleepForInputOrSignal( ioMutex, inTimeoutMs, inAnyInput, inAlertable );
     if ( result == kWaitResultTimeout )
-        XThrow( 2701 );
+        XThrow( kErrorTimedOut );
     return result;
 }
 

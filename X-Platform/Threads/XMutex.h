@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Threads/XWaitResult.h"
 #include "WThreadID.h"
@@ -78,10 +79,9 @@ private:
     };
 
     // itsState is 0 while the mutex is free and nobody sleeps; otherwise the owner's ID, if there is one, and
-    // these bits.
-    static constexpr std::uint32_t kSleepers = 0x80000000u; // somebody sleeps, or is about to
-    static constexpr std::uint32_t kOrdered =
-        0x40000000u; // a lock order is to be checked: keep out of the fast path
+    // two bits: somebody sleeps or is about to; a lock order is to be checked, so keep out of the fast path.
+    static constexpr std::uint32_t kSleepers = 0x80000000u;
+    static constexpr std::uint32_t kOrdered = 0x40000000u;
     static constexpr std::uint32_t kOwnerMask = 0x3FFFFFFFu;
 
     std::uint32_t GetOwner() const { return itsState.load( std::memory_order_relaxed ) & kOwnerMask; }
@@ -117,7 +117,7 @@ inline void XMutex::Lock( std::uint32_t inTimeoutMs, bool inAlertable )
 {
     const std::uint32_t id = WThreadID::GetCurrent();
     if ( !TryLockFast( id ) && !LockSlowly( id, inTimeoutMs, inAlertable ) )
-        XThrow( 2701 );
+        XThrow( kErrorTimedOut );
 }
 
 inline bool XMutex::TryLock()

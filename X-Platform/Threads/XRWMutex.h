@@ -52,8 +52,8 @@ private:
         bool IsReader() const { return reads > 0; }
         bool IsWriter() const { return writes > 0; }
     };
-    using XThreadMap =
-        XVector<std::pair<std::uint32_t, XThreadLocks>>; // few threads: searched faster than a map
+    // Few threads: searched faster than a map.
+    using XThreadMap = XVector<std::pair<std::uint32_t, XThreadLocks>>;
 
     struct XPendingWrite
     {

@@ -1,7 +1,9 @@
 #include "Threads/XStopThreadException.h"
 
+#include "Core/XErrorNumbers.h"
+
 XStopThreadException::XStopThreadException( std::uint32_t inStopCode )
-    : XException( kErrorNumber ), itsStopCode( inStopCode )
+    : XException( kErrorThreadStopped ), itsStopCode( inStopCode )
 {
 }
 

@@ -8,8 +8,6 @@
 class KORVALE_API XStopThreadException : public XException
 {
 public:
-    static constexpr std::uint32_t kErrorNumber = 2702;
-
     explicit XStopThreadException( std::uint32_t inStopCode );
 
     std::uint32_t GetStopCode() const { return itsStopCode; }

@@ -1,21 +1,18 @@
 #include "Threads/XThread.h"
 
+#include "Core/XErrorNumbers.h"
+#include "Core/XSwallowErrors.h"
 #include "Threads/XCheckpoint.h"
 #include "Threads/XThreadListener.h"
 #include "WDeadline.h"
-#include "WProcessors.h"
-#include "WThreadManager.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace
 {
 
 thread_local XThread* sCurrentThread = nullptr;
-std::atomic<XThread*> sMainThread = nullptr;
-std::atomic<std::uint32_t> sMainThreadID = 0;
 
 /// Guarded by XThread::sThreadListenerMutex; never destroyed, because threads may end as late as the process's statics.
 XVector<XThreadListener*>& sThreadListeners = *new XVector<XThreadListener*>;
@@ -32,27 +29,6 @@ public:
 private:
     std::uint32_t& itsCount;
 };
-
-/// Calls a hook, which must not disturb its caller.
-template<class Hook>
-void CallSwallowing( Hook inHook ) noexcept
-{
-    try
-    {
-        inHook();
-    }
-    catch ( ... )
-    {
-    }
-}
-
-std::int32_t GetRelativePriority( XThreadPriority inPriority )
-{
-    static constexpr std::array<std::int32_t, 7> kRelativePriorities{ -15, -2, -1, 0, 1, 2, 15 };
-    if ( inPriority >= kRelativePriorities.size() )
-        XAssert( false );
-    return kRelativePriorities[inPriority];
-}
 
 } // namespace
 
@@ -87,7 +63,7 @@ XThread::~XThread()
     else if ( GetLastThreadState() != kThreadNotRunning )
     {
         const std::uint32_t run = GetCurrentRun();
-        CallSwallowing( [this] { AsyncStopThread( kRestartStopCode ); } );
+        XSwallowErrors( [this] { AsyncStopThread( kRestartStopCode ); } );
         const Counted preventStop(
             sCurrentThread ? sCurrentThread->itsPreventStopCount : itsPreventStopCount );
         SleepUntilEndOf( run, kNoTimeout );
@@ -167,16 +143,6 @@ void XThread::EnterBody()
     itsStates->stateChanged.Broadcast();
 }
 
-/// Gives the new thread the priority and affinity that were set before it ran, as far as the system grants them.
-void XThread::ApplyPlacement()
-{
-    const XThreadLock lock( itsStates->mutex );
-    if ( itsPriority != kThreadPriorityNormal )
-        CallSwallowing( [this] { itsImp->SetPriority( GetRelativePriority( itsPriority ) ); } );
-    if ( itsAffinityMask != GetAffinityMaskForAllCPUs() )
-        CallSwallowing( [this] { itsImp->SetAffinity( itsAffinityMask ); } );
-}
-
 void XThread::BodyEnded( std::int32_t inReturnCode )
 {
     const XThreadLock lock( itsStates->mutex );
@@ -191,8 +157,8 @@ std::int32_t XThread::FinishThread() noexcept
         const XThreadLock lock( states->mutex );
         states->isFinishing = true;
     }
-    CallSwallowing( [] { NotifyThreadListeners( kThreadFinishing ); } );
-    CallSwallowing( [this] { FinishThreadSelf(); } );
+    XSwallowErrors( [] { NotifyThreadListeners( kThreadFinishing ); } );
+    XSwallowErrors( [this] { FinishThreadSelf(); } );
     if ( GetCurrentThread() == this )
         LeaveCurrent();
     itsImp->Ended();
@@ -220,6 +186,11 @@ void XThread::LeaveCurrent() noexcept
     sCurrentThread = nullptr;
     XTLSRegistry::SetCurrentSlots( nullptr );
     XException::SetLastErrorSlot( itsPreviousLastErrorSlot );
+}
+
+XThread* XThread::GetCurrentThread()
+{
+    return sCurrentThread;
 }
 
 // ---- Requests, on any thread
@@ -362,7 +333,7 @@ XThread::XThreadState XThread::GetDueRequest() const
 
 void XThread::SuspendHere()
 {
-    CallSwallowing( [this] { Suspending(); } );
+    XSwallowErrors( [this] { Suspending(); } );
     {
         const XThreadLock lock( itsStates->mutex );
         itsStates->SetCurrent( kThreadSuspended );
@@ -370,12 +341,12 @@ void XThread::SuspendHere()
             itsStates->resumed.Wait( itsStates->mutex );
         itsStates->SetCurrent( kThreadRunning );
     }
-    CallSwallowing( [this] { Resuming(); } );
+    XSwallowErrors( [this] { Resuming(); } );
 }
 
 void XThread::StopHere()
 {
-    CallSwallowing( [this] { Stopping(); } );
+    XSwallowErrors( [this] { Stopping(); } );
     std::uint32_t stopCode = 0;
     {
         const XThreadLock lock( itsStates->mutex );
@@ -401,13 +372,13 @@ void XThread::XStates::SetNotRunning()
 void XThread::WaitForTerminate( std::uint32_t inTimeoutMs )
 {
     if ( SleepUntilTerminate( inTimeoutMs ) )
-        XThrow( 2701 );
+        XThrow( kErrorTimedOut );
 }
 
 void XThread::WaitForSuspend( std::uint32_t inTimeoutMs )
 {
     if ( SleepUntilSuspended( inTimeoutMs ) )
-        XThrow( 2701 );
+        XThrow( kErrorTimedOut );
 }
 
 bool XThread::SleepUntilTerminate( std::uint32_t inTimeoutMs )
@@ -499,200 +470,17 @@ XWaitResult XThread::SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMs, b
     return kWaitResultTimeout;
 }
 
-// ---- What a thread is
-
-XString XThread::GetDebugName() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsName;
-}
-
-void XThread::SetDebugName( const XString& inName )
-{
-    const XThreadLock lock( itsStates->mutex );
-    itsName = inName;
-}
-
-std::int32_t XThread::GetThreadReturnCode() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsReturnCode;
-}
-
-void XThread::SetThreadReturnCode( std::int32_t inReturnCode )
-{
-    const XThreadLock lock( itsStates->mutex );
-    itsReturnCode = inReturnCode;
-}
-
-XThread::XThreadOptions XThread::SetThreadOptions( XThreadOptions inOptions )
-{
-    const XThreadLock lock( itsStates->mutex );
-    return std::exchange( itsOptions, inOptions );
-}
-
-XThread::XThreadOptions XThread::AddThreadOptions( XThreadOptions inOptions )
-{
-    const XThreadLock lock( itsStates->mutex );
-    return std::exchange( itsOptions, itsOptions | inOptions );
-}
-
-XThread::XThreadOptions XThread::RemoveThreadOptions( XThreadOptions inOptions )
-{
-    const XThreadLock lock( itsStates->mutex );
-    return std::exchange( itsOptions, itsOptions & ~inOptions );
-}
-
-XThread::XThreadOptions XThread::GetThreadOptions() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsOptions;
-}
-
-void XThread::SetThreadPriority( XThreadPriority inPriority )
-{
-    const std::int32_t relativePriority = GetRelativePriority( inPriority );
-    const XThreadLock lock( itsStates->mutex );
-    if ( inPriority == itsPriority )
-        return;
-    itsImp->SetPriority( relativePriority );
-    itsPriority = inPriority;
-}
-
-XThreadPriority XThread::GetThreadPriority() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsPriority;
-}
-
-void XThread::SetThreadAffinityMask( USize inMask )
-{
-    XAssert( inMask != USize( 0 ) );
-    const XThreadLock lock( itsStates->mutex );
-    itsImp->SetAffinity( inMask );
-    itsAffinityMask = inMask;
-}
-
-USize XThread::GetThreadAffinityMask() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsAffinityMask;
-}
-
-std::uint32_t XThread::GetThreadID() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsThreadID;
-}
-
-XThread::XThreadState XThread::GetLastThreadState() const
-{
-    const XThreadLock lock( itsStates->mutex );
-    return itsStates->current;
-}
-
-XThread::XThreadState XThread::GetNextThreadState() const
-{
-    return itsStates->requested;
-}
-
-void XThread::GetThreadCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const
-{
-    if ( GetCurrentThread() == this )
-        WProcessors::GetThreadCPUTime( outKernel, outUser );
-    else
-        itsImp->GetCPUTime( outKernel, outUser );
-}
-
-XThread* XThread::GetCurrentThread()
-{
-    return sCurrentThread;
-}
-
-XThread* XThread::GetMainThread()
-{
-    return sMainThread;
-}
-
-std::uint32_t XThread::GetMainThreadID()
-{
-    const std::uint32_t id = sMainThreadID;
-    return id != 0 ? id : WThreadID::GetMain();
-}
-
-void XThread::SetMainThread( XThread* inThread )
-{
-    sMainThread = inThread;
-    sMainThreadID = inThread ? inThread->GetThreadID() : 0;
-}
-
-// ---- The process and the machine
-
-std::uint32_t XThread::GetRunningThreadCount()
-{
-    return WThreadManager::GetRunningThreadCount();
-}
-
-std::uint32_t XThread::GetProcessorCount()
-{
-    return WProcessors::GetCount();
-}
-
-std::uint32_t XThread::GetPhysicalProcessorCoreCount()
-{
-    return static_cast<std::uint32_t>( WProcessors::GetCores().size() );
-}
-
-XVector<XVector<std::uint32_t>> XThread::GetCoreCPUIndexes()
-{
-    return WProcessors::GetCores();
-}
-
-USize XThread::GetAffinityMaskForCPU( std::uint32_t inCPUIndex )
-{
-    return inCPUIndex < 64 ? USize( 1 ) << inCPUIndex : 0;
-}
-
-USize XThread::GetAffinityMaskForCore( std::uint32_t inCoreIndex )
-{
-    const auto& indexes = WProcessors::GetCores();
-    XAssert( inCoreIndex < indexes.size() );
-    USize mask = 0;
-    for ( const std::uint32_t index : indexes[inCoreIndex] )
-        mask |= GetAffinityMaskForCPU( index );
-    return mask;
-}
-
-USize XThread::GetAffinityMaskForAllCPUs()
-{
-    const std::uint32_t count = GetProcessorCount();
-    if ( count == 0 )
-        return 0;
-    return ~USize( 0 ) >> ( 64 - std::min( count, 64u ) );
-}
-
-XVector<double> XThread::GetPercentCPUUsage()
-{
-    return WProcessors::GetPercentLoads();
-}
-
-void XThread::GetProcessCPUTime( std::int64_t& outKernel, std::int64_t& outUser )
-{
-    WProcessors::GetProcessCPUTime( outKernel, outUser );
-}
-
 // ---- Listeners
 
 void XThread::NotifyThreadListeners( std::uint32_t inEvent )
 {
     const XThreadLock lock( sThreadListenerMutex );
-    const XVector<XThreadListener*> listeners =
-        sThreadListeners; // they may start and stop listening meanwhile
+    const auto listeners = sThreadListeners; // they may start and stop listening meanwhile
     for ( XThreadListener* const listener : listeners )
     {
         if ( std::find( sThreadListeners.begin(), sThreadListeners.end(), listener ) !=
              sThreadListeners.end() )
-            CallSwallowing( [&] { listener->ThreadEvent( static_cast<XThreadEvent>( inEvent ) ); } );
+            XSwallowErrors( [&] { listener->ThreadEvent( static_cast<XThreadEvent>( inEvent ) ); } );
     }
 }
 

@@ -233,12 +233,11 @@ private:
         XMutex mutex;
         XConditionVariable stateChanged;
         XConditionVariable resumed;
-        std::atomic<XThreadState> requested =
-            kThreadNotRunning; // the checkpoint looks at it without the mutex
+        std::atomic<XThreadState> requested = kThreadNotRunning; // checkpoints look at it without the mutex
         XThreadState current = kThreadNotRunning;
         std::uint32_t stopCode = 0;
-        std::uint32_t endedRuns =
-            0; // tells waiters that the run they wait for is over, even if another has begun
+        // Tells waiters that the run they wait for is over, even if another has begun.
+        std::uint32_t endedRuns = 0;
         bool isStarted = false;
         bool isFinishing = false;
 
@@ -270,8 +269,8 @@ private:
     static void UnregisterThreadListener( XThreadListener& inListener );
 
     XMutex itsStartMutex; // held while the thread is started, so that starts come one after another
-    const XStatesPtr
-        itsStates; // its mutex guards the members below, but for those that only the thread itself uses
+    // Its mutex guards the members below, but for those that only the thread itself uses.
+    const XStatesPtr itsStates;
     XString itsName;
     std::uint32_t itsThreadID = 0;
     std::int32_t itsReturnCode = 0;
