@@ -1,8 +1,12 @@
 // Jobs beside the thread pools of Boost, Qt and oneTBB: trivial jobs, jobs whose completion the main thread hears, jobs of
-// ten microseconds on all processors, and a million jobs that wait for their queue to start.
+// ten microseconds on all processors, and a million jobs that wait for their queue to start. Progress of a tight loop beside
+// the clock that it has to read.
 
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Jobs/XThreadProgressStrategy.h"
 #include "Startup/WInitCore.h"
 #include "Threads/XThread.h"
 
@@ -279,6 +283,27 @@ BENCHMARK( WaitingJobs_XJobQueue )
     ->MeasureProcessCPUTime()
     ->UseRealTime()
     ->Unit( benchmark::kMillisecond );
+
+// ---- Progress
+
+void Progress_SetProgress( benchmark::State& ioState )
+{
+    XThreadProgressStrategy strategy;
+    const XProgressStrategyChanger changer( &strategy );
+    XProgress progress( UINT64_MAX );
+    double value = 0.0;
+    for ( auto _ : ioState )
+        progress.SetProgress( ++value );
+}
+
+void Progress_SteadyClock( benchmark::State& ioState )
+{
+    for ( auto _ : ioState )
+        benchmark::DoNotOptimize( std::chrono::steady_clock::now() );
+}
+
+BENCHMARK( Progress_SetProgress );
+BENCHMARK( Progress_SteadyClock );
 
 } // namespace
 
