@@ -2,65 +2,101 @@
 
 #include "Messaging/XListenerList.h"
 
+#include <utility>
+
 namespace
 {
 
 using XEntry = XDeferredQueue::XEntry;
+using XItem = XDeferredQueue::XItem;
+
+constexpr USize kEntriesPerBlock = 64;
+constexpr USize kMaxIdleBlocks = 64; // an empty queue keeps no more
 
 std::uint64_t GetAddress( const void* inPointer )
 {
     return reinterpret_cast<std::uintptr_t>( inPointer );
 }
 
-/// Equal for entries that are alike, and next to each other for one speaker's messages with keys next to each other;
+/// Equal for items that are alike, and next to each other for one speaker's messages with keys next to each other;
 /// `SkipUnlike` tells apart what it makes equal by chance.
-std::uint64_t GetKeyValue( const XEntry& inEntry )
+std::uint64_t GetKeyValue( const XItem& inItem )
 {
     constexpr std::uint64_t kSpread = 0xBF58476D1CE4E5B9u;
     const auto addresses =
-        ( GetAddress( inEntry.speakersList ) * kSpread ^ GetAddress( inEntry.record.target ) ) * kSpread;
-    return inEntry.record.message->GetCoalesceKey() + ( addresses << 6 );
+        ( GetAddress( inItem.speakersList ) * kSpread ^ GetAddress( inItem.record.target ) ) * kSpread;
+    return inItem.record.message->GetCoalesceKey() + ( addresses << 6 );
 }
 
-XEntry* SkipUnlike( XEntry* inEntry, const XEntry& inNewEntry )
+XEntry* SkipUnlike( XEntry* inEntry, const XItem& inItem )
 {
-    while ( inEntry &&
-            ( inEntry->record.target != inNewEntry.record.target ||
-              inEntry->speakersList != inNewEntry.speakersList ) )
+    while (
+        inEntry &&
+        ( inEntry->record.target != inItem.record.target || inEntry->speakersList != inItem.speakersList ) )
         inEntry = XEntryIndex<XEntry, &XEntry::keyLink>::FindNext( *inEntry );
     return inEntry;
 }
 
 } // namespace
 
-XDeferredQueue::~XDeferredQueue()
+// ---- Adding and taking
+
+XItem XDeferredQueue::MakeItem(
+    const XMessage& inMessage, XListenerList* inSpeakersList, XListener* inTarget,
+    const XSpeaker::XListenerVector& inExclusions )
 {
-    while ( itsFirst )
-        TakeFront();
+    XItem item{ { inTarget, std::unique_ptr<XMessage>( inMessage.Clone() ), inExclusions }, inSpeakersList };
+    XAssert( item.record.message );
+    item.keyValue = GetKeyValue( item );
+    return item;
 }
 
-void XDeferredQueue::Reserve()
+void XDeferredQueue::PushBack( XItem& ioItem )
 {
     itsKeys.Reserve();
-    itsTargets.Reserve();
+    if ( ioItem.record.target )
+        itsTargets.Reserve();
+    if ( !itsFree )
+        AddFreeEntries();
+    XEntry& entry = *itsFree;
+    itsFree = entry.next;
+    ++itsUsedCount;
+    static_cast<XItem&>( entry ) = std::move( ioItem );
+    entry.queue = this;
+    Link( entry );
 }
 
-void XDeferredQueue::PushBack( XEntryPtr inEntry )
+void XDeferredQueue::Replace( XEntry& inEntry, XItem& ioItem ) noexcept
 {
-    XEntry* const entry = inEntry.release();
-    entry->queue = this;
-    entry->previous = itsLast;
-    ( itsLast ? itsLast->next : itsFirst ) = entry;
-    itsLast = entry;
-    ++itsCount;
-    itsKeys.Add( *entry, GetKeyValue( *entry ) );
-    if ( entry->speakersList )
-        LinkToSpeaker( *entry );
-    if ( entry->record.target )
-        itsTargets.Add( *entry, GetAddress( entry->record.target ) );
+    Unlink( inEntry );
+    std::swap( static_cast<XItem&>( inEntry ), ioItem );
+    Link( inEntry );
 }
 
-XDeferredQueue::XEntryPtr XDeferredQueue::Take( XEntry& inEntry )
+XItem XDeferredQueue::Take( XEntry& inEntry ) noexcept
+{
+    Unlink( inEntry );
+    XItem item = std::move( static_cast<XItem&>( inEntry ) );
+    Free( inEntry );
+    return item;
+}
+
+/// At the back.
+void XDeferredQueue::Link( XEntry& inEntry ) noexcept
+{
+    inEntry.previous = itsLast;
+    inEntry.next = nullptr;
+    ( itsLast ? itsLast->next : itsFirst ) = &inEntry;
+    itsLast = &inEntry;
+    ++itsCount;
+    itsKeys.Add( inEntry, inEntry.keyValue );
+    if ( inEntry.speakersList )
+        LinkToSpeaker( inEntry );
+    if ( inEntry.record.target )
+        itsTargets.Add( inEntry, GetAddress( inEntry.record.target ) );
+}
+
+void XDeferredQueue::Unlink( XEntry& inEntry ) noexcept
 {
     ( inEntry.previous ? inEntry.previous->next : itsFirst ) = inEntry.next;
     ( inEntry.next ? inEntry.next->previous : itsLast ) = inEntry.previous;
@@ -70,12 +106,12 @@ XDeferredQueue::XEntryPtr XDeferredQueue::Take( XEntry& inEntry )
         UnlinkFromSpeaker( inEntry );
     if ( inEntry.record.target )
         itsTargets.Remove( inEntry );
-    return XEntryPtr( &inEntry );
 }
 
 void XDeferredQueue::LinkToSpeaker( XEntry& inEntry )
 {
     XEntry*& first = inEntry.speakersList->itsFirstQueued;
+    inEntry.previousOfSpeaker = nullptr;
     inEntry.nextOfSpeaker = first;
     if ( first )
         first->previousOfSpeaker = &inEntry;
@@ -91,9 +127,11 @@ void XDeferredQueue::UnlinkFromSpeaker( XEntry& inEntry )
         next->previousOfSpeaker = previous;
 }
 
-XEntry* XDeferredQueue::FindFirstLike( const XEntry& inNewEntry ) const
+// ---- Finding
+
+XEntry* XDeferredQueue::FindFirstLike( const XItem& inItem ) const
 {
-    return SkipUnlike( itsKeys.FindFirst( GetKeyValue( inNewEntry ) ), inNewEntry );
+    return SkipUnlike( itsKeys.FindFirst( inItem.keyValue ), inItem );
 }
 
 XEntry* XDeferredQueue::FindNextLike( const XEntry& inEntry )
@@ -104,4 +142,23 @@ XEntry* XDeferredQueue::FindNextLike( const XEntry& inEntry )
 XEntry* XDeferredQueue::FindFirstFor( const XListener& inTarget ) const
 {
     return itsTargets.FindFirst( GetAddress( &inTarget ) );
+}
+
+// ---- Free entries, linked by `next`
+
+void XDeferredQueue::AddFreeEntries()
+{
+    auto& block = itsBlocks.emplace_back( std::make_unique<XEntry[]>( kEntriesPerBlock ) );
+    for ( USize index = kEntriesPerBlock; index-- > 0; itsFree = &block[index] )
+        block[index].next = itsFree;
+}
+
+void XDeferredQueue::Free( XEntry& inEntry ) noexcept
+{
+    inEntry.next = itsFree;
+    itsFree = &inEntry;
+    if ( --itsUsedCount > 0 || itsBlocks.size() <= kMaxIdleBlocks )
+        return;
+    itsFree = nullptr;
+    itsBlocks.clear();
 }

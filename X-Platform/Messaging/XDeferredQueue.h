@@ -7,56 +7,78 @@
 /// One queue of messages that wait for the main thread, with all that is asked of it found without walking it: the
 /// messages that a new one may coalesce with, those of one speaker, those for one listener. Internal to XMessageQueues,
 /// whose mutex guards it.
+///
+/// Entries are allocated in blocks and used again: they are made on one thread and freed on another, which is what a heap
+/// does slowest. An empty queue gives back what a flood has taken.
 class XDeferredQueue
 {
 public:
-    using XRecord = XSpeaker::XDeferredMessageRecord;
-
-    struct XEntry
+    /// A message, and what it is found by.
+    struct XItem
     {
-        XRecord record;
+        XSpeaker::XDeferredMessageRecord record;
         XListenerList* speakersList = nullptr; // of the message's speaker; null when it has none
-        XDeferredQueue* queue = nullptr;
+        std::uint64_t keyValue = 0;            // see MakeItem
+    };
+
+    struct XEntry : XItem
+    {
         XEntry* previous = nullptr; // in the queue
         XEntry* next = nullptr;
         XEntry* previousOfSpeaker = nullptr;
         XEntry* nextOfSpeaker = nullptr;
         XIndexLink<XEntry> keyLink;
         XIndexLink<XEntry> targetLink;
+        XDeferredQueue* queue = nullptr;
     };
-    using XEntryPtr = std::unique_ptr<XEntry>;
+
+    /// A copy of a message for one listener or, with null, for all of its speaker. Needs no mutex.
+    static XItem MakeItem(
+        const XMessage& inMessage, XListenerList* inSpeakersList, XListener* inTarget,
+        const XSpeaker::XListenerVector& inExclusions );
 
     XDeferredQueue() = default;
     XDeferredQueue( const XDeferredQueue& ) = delete;
     XDeferredQueue& operator=( const XDeferredQueue& ) = delete;
-    ~XDeferredQueue();
 
     USize GetCount() const { return itsCount; }
 
-    /// Does everything that may fail for the next `PushBack`.
-    void Reserve();
-    void PushBack( XEntryPtr inEntry );
+    /// Takes the item over. Where that fails the item and the queue are what they were.
+    void PushBack( XItem& ioItem );
 
-    /// Takes an entry out; `TakeFront` the first one, of which there has to be one.
-    XEntryPtr Take( XEntry& inEntry );
-    XEntryPtr TakeFront() { return Take( *itsFirst ); }
+    /// Puts an item in the place of one that it is like, at the back, and gives out the other.
+    void Replace( XEntry& inEntry, XItem& ioItem ) noexcept;
+
+    /// Takes an item out of the queue.
+    XItem Take( XEntry& inEntry ) noexcept;
+
+    /// The same in two steps: the entry belongs to the caller in between.
+    void Unlink( XEntry& inEntry ) noexcept;
+    void Free( XEntry& inEntry ) noexcept;
 
     XEntry* GetFirst() const { return itsFirst; }
 
-    /// The entries that a new one may coalesce with, in their order: those for the same listener or all, of the same
+    /// The entries that a new item may coalesce with, in their order: those for the same listener or all, of the same
     /// speaker and with the same key.
-    XEntry* FindFirstLike( const XEntry& inNewEntry ) const;
+    XEntry* FindFirstLike( const XItem& inItem ) const;
     static XEntry* FindNextLike( const XEntry& inEntry );
 
     XEntry* FindFirstFor( const XListener& inTarget ) const;
 
 private:
+    void Link( XEntry& inEntry ) noexcept;
     static void LinkToSpeaker( XEntry& inEntry );
     static void UnlinkFromSpeaker( XEntry& inEntry );
+    void AddFreeEntries();
 
+    // What every message touches lies together: two threads pass it to and fro.
     XEntry* itsFirst = nullptr;
     XEntry* itsLast = nullptr;
     USize itsCount = 0;
+    XEntry* itsFree = nullptr;
+    USize itsUsedCount = 0; // entries that are not free
     XEntryIndex<XEntry, &XEntry::keyLink> itsKeys;
-    XEntryIndex<XEntry, &XEntry::targetLink> itsTargets; // of records that have a target
+
+    XEntryIndex<XEntry, &XEntry::targetLink> itsTargets; // of items that have a target
+    XVector<std::unique_ptr<XEntry[]>> itsBlocks;
 };

@@ -17,20 +17,7 @@ namespace
 constexpr std::uint32_t kIdleBudgetMs = 100;
 
 using XEntry = XDeferredQueue::XEntry;
-using XEntryPtr = XDeferredQueue::XEntryPtr;
-
-XEntryPtr MakeEntry(
-    const XMessage& inMessage, XListenerList* inSpeakersList, XListener* inTarget,
-    const XSpeaker::XListenerVector& inExclusions )
-{
-    auto entry = std::make_unique<XEntry>();
-    entry->record.target = inTarget;
-    entry->record.message.reset( inMessage.Clone() );
-    XAssert( entry->record.message );
-    entry->record.exclusions = inExclusions;
-    entry->speakersList = inSpeakersList;
-    return entry;
-}
+using XItem = XDeferredQueue::XItem;
 
 void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVector& inListeners )
 {
@@ -90,28 +77,37 @@ private:
     XCall itsCall{ nullptr, 0, nullptr };
 };
 
-/// Entries taken out of a queue under the mutex, to be destroyed without it: messages may do anything then.
+/// Withdraws entries under the mutex; their messages, which may do anything then, are destroyed without it.
 class XMessageQueues::XWithdrawn
 {
 public:
-    XWithdrawn() = default;
+    explicit XWithdrawn( XMessageQueues& inQueues ) : itsQueues( inQueues ) {}
     XWithdrawn( const XWithdrawn& ) = delete;
     XWithdrawn& operator=( const XWithdrawn& ) = delete;
     ~XWithdrawn()
     {
+        if ( !itsFirst )
+            return;
+        for ( XEntry* entry = itsFirst; entry; entry = entry->next )
+            static_cast<XItem&>( *entry ) = {};
+        const XThreadLock lock( itsQueues.itsDeferredMutex );
         while ( itsFirst )
-            delete std::exchange( itsFirst, itsFirst->next );
+            Free( *std::exchange( itsFirst, itsFirst->next ) );
     }
 
-    void Add( XEntryPtr inEntry )
+    void Add( XEntry& inEntry )
     {
-        inEntry->next = itsFirst;
-        itsFirst = inEntry.release();
+        inEntry.queue->Unlink( inEntry );
+        inEntry.next = itsFirst;
+        itsFirst = &inEntry;
         ++itsCount;
     }
     USize GetCount() const { return itsCount; }
 
 private:
+    static void Free( XEntry& inEntry ) { inEntry.queue->Free( inEntry ); }
+
+    XMessageQueues& itsQueues;
     XEntry* itsFirst = nullptr;
     USize itsCount = 0;
 };
@@ -134,47 +130,45 @@ void XMessageQueues::Add(
     XSpeaker* const speaker = inSpeakersList.GetSpeaker();
     if ( !speaker )
         return;
-    XEntryPtr entry = MakeEntry( inMessage, &inSpeakersList, nullptr, inExclusions );
-    entry->record.message->SetSpeaker( speaker );
+    XItem item = XDeferredQueue::MakeItem( inMessage, &inSpeakersList, nullptr, inExclusions );
+    item.record.message->SetSpeaker( speaker );
     const XThreadLock lock( itsDeferredMutex );
     if ( inSpeakersList.GetSpeaker() )
-        entry = AddLocked( SelectQueue( inWhen ), std::move( entry ) );
+        AddLocked( SelectQueue( inWhen ), item );
 }
 
 void XMessageQueues::Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
 {
     const XSpeaker* const speaker = inMessage.GetSpeaker();
-    XEntryPtr entry = MakeEntry( inMessage, speaker ? speaker->itsListeners : nullptr, &inListener, {} );
+    XListenerList* const speakersList = speaker ? speaker->itsListeners : nullptr;
+    XItem item = XDeferredQueue::MakeItem( inMessage, speakersList, &inListener, {} );
     const XThreadLock lock( itsDeferredMutex );
-    entry = AddLocked( SelectQueue( inWhen ), std::move( entry ) );
+    AddLocked( SelectQueue( inWhen ), item );
 }
 
-/// Returns what is left over: the entry itself when a queued one absorbs it, one that it replaces, or nothing.
-XEntryPtr XMessageQueues::AddLocked( XQueue& ioQueue, XEntryPtr inEntry )
+/// What is left over stays in the item: the message itself when a queued one absorbs it, or one that it replaces.
+void XMessageQueues::AddLocked( XQueue& ioQueue, XItem& ioItem )
 {
-    auto& record = inEntry->record;
+    XDeferredQueue& messages = ioQueue.messages;
     auto coalesce = XMessage::kCoalesceNone;
-    XEntry* like = ioQueue.messages.FindFirstLike( *inEntry );
+    XEntry* like = messages.FindFirstLike( ioItem );
     for ( ; like; like = XDeferredQueue::FindNextLike( *like ) )
     {
-        coalesce = like->record.message->ShouldCoalesceQueueMessage( *record.message );
+        coalesce = like->record.message->ShouldCoalesceQueueMessage( *ioItem.record.message );
         if ( coalesce != XMessage::kCoalesceNone )
             break;
     }
     if ( coalesce == XMessage::kCoalesceMerge )
-    {
-        Unite( like->record.exclusions, record.exclusions );
-        return inEntry;
-    }
+        return Unite( like->record.exclusions, ioItem.record.exclusions );
 
     if ( like )
-        Unite( record.exclusions, like->record.exclusions );
-    ioQueue.messages.Reserve();
-    // Nothing fails from here on, so that a message is never lost half-way.
-    auto replaced = like ? ioQueue.messages.Take( *like ) : nullptr;
-    ioQueue.messages.PushBack( std::move( inEntry ) );
+    {
+        Unite( ioItem.record.exclusions, like->record.exclusions );
+        messages.Replace( *like, ioItem );
+    }
+    else
+        messages.PushBack( ioItem );
     Signal( ioQueue );
-    return replaced;
 }
 
 /// The main loop is woken once for all that comes before its next drain.
@@ -203,24 +197,25 @@ void XMessageQueues::CallNow( const XMessage& inMessage, XListener& inListener )
 /// the call, a speaker by its list.
 void XMessageQueues::Deliver( XQueue& ioQueue )
 {
-    XEntryPtr entry;
+    XItem item;
     XCallScope call( *this );
     std::optional<ListReference> list;
     {
         const XThreadLock lock( itsDeferredMutex );
-        if ( ioQueue.messages.GetCount() == 0 )
+        XEntry* const first = ioQueue.messages.GetFirst();
+        if ( !first )
             return;
-        entry = ioQueue.messages.TakeFront();
-        if ( entry->record.target )
-            call.Begin( *entry->record.target );
+        item = ioQueue.messages.Take( *first );
+        if ( item.record.target )
+            call.Begin( *item.record.target );
         else
         {
-            const XMessage* const theMessage = entry->record.message.get();
+            const XMessage* const theMessage = item.record.message.get();
             XAssert( theMessage->GetSpeaker() );
-            list.emplace( *entry->speakersList );
+            list.emplace( *item.speakersList );
         }
     }
-    const auto& record = entry->record;
+    const auto& record = item.record;
     if ( !list )
     {
         if ( !record.target->IsDeafTo( *record.message ) )
@@ -309,14 +304,14 @@ void XMessageQueues::Resume()
 
 USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
 {
-    XWithdrawn withdrawn;
+    XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
     XDeferredQueue& messages = SelectQueue( inQueue ).messages;
     for ( XEntry* entry = messages.GetFirst(); entry; )
     {
         XEntry* const next = entry->next;
         if ( inPredicate( entry->record ) )
-            withdrawn.Add( messages.Take( *entry ) );
+            withdrawn.Add( *entry );
         entry = next;
     }
     return withdrawn.GetCount();
@@ -324,20 +319,20 @@ USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
 
 void XMessageQueues::ForgetSpeaker( const XListenerList& inSpeakersList )
 {
-    XWithdrawn withdrawn;
+    XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
     while ( XEntry* const entry = inSpeakersList.itsFirstQueued )
-        withdrawn.Add( entry->queue->Take( *entry ) );
+        withdrawn.Add( *entry );
 }
 
 void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeExcluded )
 {
-    XWithdrawn withdrawn;
+    XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
     for ( XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
     {
         while ( XEntry* const entry = queue->messages.FindFirstFor( inListener ) )
-            withdrawn.Add( queue->messages.Take( *entry ) );
+            withdrawn.Add( *entry );
         if ( inMayBeExcluded )
             ForgetExclusions( queue->messages, inListener );
     }

@@ -71,7 +71,7 @@ private:
     }
 
     // Under the mutex.
-    XDeferredQueue::XEntryPtr AddLocked( XQueue& ioQueue, XDeferredQueue::XEntryPtr inEntry );
+    void AddLocked( XQueue& ioQueue, XDeferredQueue::XItem& ioItem );
     void Signal( XQueue& ioQueue );
     static void ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener );
     bool ForgetCalls( const XListener& inListener );
