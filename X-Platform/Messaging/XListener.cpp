@@ -7,9 +7,12 @@
 
 #include <algorithm>
 
-XListener::XListener( bool inIsAsynchronous ) : itsFlags( inIsAsynchronous ? kAsynchronous : 0 ) {}
+XListener::XListener( bool inIsAsynchronous, XCaller inCaller )
+    : itsFlags( inIsAsynchronous ? kAsynchronous : 0 ), itsCaller( inCaller )
+{
+}
 
-XListener::XListener( const XListener& inOther ) : XListener( inOther.IsAsynchronous() )
+XListener::XListener( const XListener& inOther ) : XListener( inOther.IsAsynchronous(), inOther.itsCaller )
 {
     const XThreadLock lock( inOther.itsMutex );
     if ( !inOther.itsDeafTypes )

@@ -22,7 +22,7 @@ class XSpeaker;
 class KORVALE_API XListener
 {
 public:
-    explicit XListener( bool inIsAsynchronous = false );
+    explicit XListener( bool inIsAsynchronous = false ) : XListener( inIsAsynchronous, CallListeners ) {}
 
     /// A copy is as asynchronous and as deaf as its original and has subscribed to nobody. Assigning changes nothing:
     /// what a listener hears is its own.
@@ -69,6 +69,26 @@ private:
         kSubscribed = 16, // has subscribed to somebody at some time
     };
 
+    /// A place in a speaker's list.
+    struct XNode
+    {
+        XListener* listener; // null when it was destroyed during a broadcast
+        std::int32_t count;  // subscriptions; with 0 the node only waits for its removal
+    };
+
+    /// Calls the listeners of nodes, the first one at least, and returns how many nodes it has walked: those up to the
+    /// next listener of another module, or until `inAdditions` changes. Each module calls its own listeners, as a call
+    /// from one module to another that lies far from it costs some processors as much as everything else here.
+    using XCaller = USize ( * )(
+        const XNode* inFirst, const XNode* inEnd, const XMessage& inMessage,
+        const std::uint32_t& inAdditions );
+
+    static inline USize CallListeners(
+        const XNode* inFirst, const XNode* inEnd, const XMessage& inMessage,
+        const std::uint32_t& inAdditions );
+
+    XListener( bool inIsAsynchronous, XCaller inCaller );
+
     using XTypeNames = std::set<std::string, std::less<>>;
 
     bool HasFlag( XFlag inFlag ) const
@@ -90,7 +110,26 @@ private:
     void UnsubscribeFromAll();
 
     std::atomic<std::uint8_t> itsFlags;
+    const XCaller itsCaller;
     mutable XMutex itsMutex;                  // taken after a speaker's mutex
     XVector<XListenerList*> itsSpeakers;      // one reference for each subscription; guarded by itsMutex
     std::unique_ptr<XTypeNames> itsDeafTypes; // names of classes; guarded by itsMutex
 };
+
+inline USize XListener::CallListeners(
+    const XNode* inFirst, const XNode* inEnd, const XMessage& inMessage, const std::uint32_t& inAdditions )
+{
+    const std::uint32_t additions = inAdditions;
+    const XNode* node = inFirst;
+    do
+    {
+        if ( node->count <= 0 )
+            continue;
+        XListener& listener = *node->listener;
+        if ( listener.itsCaller != CallListeners )
+            break;
+        if ( !listener.IsDeafTo( inMessage ) ) [[likely]]
+            listener.HandleMessage( inMessage );
+    } while ( ++node != inEnd && inAdditions == additions );
+    return static_cast<USize>( node - inFirst );
+}

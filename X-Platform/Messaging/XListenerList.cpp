@@ -111,6 +111,7 @@ XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool 
     if ( inMayBeThere )
         if ( XNode* const node = FindNode( inListener ) )
             return *node;
+    ++itsAdditions;
     return itsNodes.emplace_back( XNode{ &inListener, 0 } );
 }
 
@@ -138,15 +139,16 @@ void XListenerList::CleanupAfterMessage()
     std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count <= 0; } );
 }
 
-// Handlers may add nodes while these two walk: no pointer into the nodes is kept across a call.
+// Handlers may add nodes while these walk: no pointer to a node is kept across that.
 
+/// Each run of listeners of one module is called from there.
 void XListenerList::CallAll( const XMessage& inMessage )
 {
-    for ( USize i = 0; i != itsNodes.size(); ++i )
+    for ( USize walked = 0; walked < itsNodes.size(); )
     {
-        XListener* const listener = itsNodes[i].listener;
-        if ( itsNodes[i].count > 0 && !listener->IsDeafTo( inMessage ) ) [[likely]]
-            listener->HandleMessage( inMessage );
+        const XNode* const node = itsNodes.data() + walked;
+        const XNode* const end = itsNodes.data() + itsNodes.size();
+        walked += node->count > 0 ? node->listener->itsCaller( node, end, inMessage, itsAdditions ) : 1;
     }
 }
 

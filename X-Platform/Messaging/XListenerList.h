@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Messaging/XDeferredQueue.h"
+#include "Messaging/XListener.h"
 
 /// The listeners of one speaker, and the mutex under which it speaks. Internal: the speaker and its listeners share the
 /// list, one reference for the speaker and one for each subscription, so that either side can reach it however the other
@@ -65,11 +66,9 @@ public:
     XDeferredQueue::XEntry* itsFirstQueued = nullptr;
 
 private:
-    struct XNode
-    {
-        XListener* listener; // null when it was destroyed during a broadcast
-        std::int32_t count;  // subscriptions; with 0 the node only waits for its removal
-    };
+    using XNode = XListener::XNode;
+
+    static constexpr USize kCacheLine = 64;
 
     ~XListenerList() = default;
 
@@ -78,12 +77,15 @@ private:
     void RemoveNode( XNode& inNode );
     void CleanupAfterMessage();
 
-    XMutex itsMutex; // guards what has no other guard below
-    std::atomic<std::int32_t> itsReferences = 1;
+    // What is read to queue a message, and behind it, apart, what is written to deliver one on another thread.
+    std::atomic<XSpeaker*> itsSpeaker; // written under the mutex
     std::atomic<std::int32_t> itsSubscriptions = 0;
     std::atomic<std::int32_t> itsAsynchronousSubscriptions = 0;
+
+    alignas( kCacheLine ) XMutex itsMutex; // guards what follows
+    std::atomic<std::int32_t> itsReferences = 1;
     XVector<XNode> itsNodes;
-    std::atomic<XSpeaker*> itsSpeaker; // written under the mutex
+    std::uint32_t itsAdditions = 0; // of nodes, which may have moved them
     std::uint32_t itsBroadcastDepth = 0;
     bool itsNeedsCleanup = false;
     bool itsIsOrphan = false; // the outermost broadcast releases the speaker's reference
