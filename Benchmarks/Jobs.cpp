@@ -1,6 +1,6 @@
-// Jobs beside the thread pools of Boost, Qt and oneTBB: trivial jobs, jobs whose completion the main thread hears, jobs of
-// ten microseconds on all processors, and a million jobs that wait for their queue to start. Progress of a tight loop beside
-// the clock that it has to read.
+// Jobs beside the thread pools of Boost, Qt and oneTBB: trivial jobs, jobs whose completion the main thread
+// hears, jobs of ten microseconds on all processors, and a million jobs that wait for their queue to start.
+// Progress of a tight loop beside the clock that it has to read.
 
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"

@@ -1,5 +1,6 @@
-// Locks beside those of the standard library and of Qt: free, nested, with two threads contending, with two readers, and
-// a condition variable's hand-off between two threads. Rows with two threads count both threads' turns.
+// Locks beside those of the standard library and of Qt: free, nested, with two threads contending, with two
+// readers, and a condition variable's hand-off between two threads. Rows with two threads count both threads'
+// turns.
 
 #include "Threads/XConditionVariable.h"
 #include "Threads/XMutex.h"

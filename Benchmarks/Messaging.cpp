@@ -1,5 +1,5 @@
-// Messages at once and messages queued, beside the signals of three libraries and the event queues of two. Handlers add a
-// number to a sum, so that what is timed is the way to them.
+// Messages at once and messages queued, beside the signals of three libraries and the event queues of two.
+// Handlers add a number to a sum, so that what is timed is the way to them.
 
 #include "Messaging/XListener.h"
 #include "Messaging/XMainLoop.h"

@@ -24,9 +24,9 @@ public:
         std::function<bool()> doWhenIdle; ///< one slice of it; returns whether anything was done
     };
 
-    /// Runs until the end is requested: `doNow` each time the bell rings, then `doWhenIdle` as often as it does anything
-    /// and the bell is silent. On Windows the thread's window messages are dispatched too. Returns the exit code of the
-    /// request, which is forgotten. What the work throws passes out.
+    /// Runs until the end is requested: `doNow` each time the bell rings, then `doWhenIdle` as often as it
+    /// does anything and the bell is silent. On Windows the thread's window messages are dispatched too.
+    /// Returns the exit code of the request, which is forgotten. What the work throws passes out.
     static std::int32_t Run( const XWork& inWork );
 
     /// Asks `Run`, running or not yet running, to return. The first request's code counts.

@@ -32,7 +32,8 @@ WMainLoop::XHandle WMainLoop::GetWaitHandle()
     return sBell;
 }
 
-/// Safe within a signal handler. Before the bell has been made nobody sleeps, and it will ring when it is made.
+/// Safe within a signal handler. Before the bell has been made nobody sleeps, and it will ring when it is
+/// made.
 void WMainLoop::Wake()
 {
     const int bell = sBell;

@@ -36,8 +36,8 @@ WMainLoop::XHandle WMainLoop::GetWaitHandle()
     return reinterpret_cast<XHandle>( sBell.load() );
 }
 
-/// The posted message wakes a loop of window messages that does not know the bell. It is refused, which is as well, where
-/// the main thread has no queue of window messages.
+/// The posted message wakes a loop of window messages that does not know the bell. It is refused, which is as
+/// well, where the main thread has no queue of window messages.
 void WMainLoop::Wake()
 {
     if ( const HANDLE bell = sBell )

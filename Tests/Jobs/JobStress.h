@@ -14,8 +14,9 @@
 #include <thread>
 #include <vector>
 
-/// Threads attach, suspend, resume, stop, delete and tell jobs of a few queues while these run, are started, stopped and
-/// destroyed, and the main thread drains. Counted at the end: every job was completed exactly once, unless it was deleted.
+/// Threads attach, suspend, resume, stop, delete and tell jobs of a few queues while these run, are started,
+/// stopped and destroyed, and the main thread drains. Counted at the end: every job was completed exactly
+/// once, unless it was deleted.
 class JobStress
 {
 public:

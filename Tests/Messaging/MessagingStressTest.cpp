@@ -9,8 +9,8 @@
 #include <set>
 #include <shared_mutex>
 
-// Eight threads make, destroy, subscribe, mute and deafen speakers and listeners, speak and post, while the main thread
-// drains. No listener may hear a message twice, nor anything once its end has begun.
+// Eight threads make, destroy, subscribe, mute and deafen speakers and listeners, speak and post, while the
+// main thread drains. No listener may hear a message twice, nor anything once its end has begun.
 
 namespace
 {

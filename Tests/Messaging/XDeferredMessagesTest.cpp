@@ -35,7 +35,8 @@ protected:
     Recorder listener{ speaker };
 };
 
-/// Replaces queued messages of an equal level, merges those of an equal level and value; two levels share a key.
+/// Replaces queued messages of an equal level, merges those of an equal level and value; two levels share a
+/// key.
 class LevelMessage : public NumberMessage
 {
 public:

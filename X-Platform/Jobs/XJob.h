@@ -5,15 +5,17 @@
 class XJobQueue;
 class XProgressStrategy;
 
-/// A piece of work for the background. Derive from it, implement `RunJobSelf` and attach it to an XJobQueue, which runs it
-/// on a worker thread, completes it once and deletes it.
+/// A piece of work for the background. Derive from it, implement `RunJobSelf` and attach it to an XJobQueue,
+/// which runs it on a worker thread, completes it once and deletes it.
 ///
-/// The body runs as long as it likes; it obeys a stop at its next checkpoint (`XThread::TestCancelCurrentThread`), which
-/// progress and alertable waits are too. Whatever it throws becomes the result code.
+/// The body runs as long as it likes; it obeys a stop at its next checkpoint
+/// (`XThread::TestCancelCurrentThread`), which progress and alertable waits are too. Whatever it throws
+/// becomes the result code.
 ///
 /// Ownership: the queue's from `AttachJob` on. The progress strategy is not owned and outlives the job.
 /// Threads:   set the tag, the group and the strategy before the job is attached. Messages posted to a job
-///            (`XJobQueue::PostMessageJobs`) are heard on the main thread, perhaps while the body runs on its worker.
+///            (`XJobQueue::PostMessageJobs`) are heard on the main thread, perhaps while the body runs on its
+///            worker.
 class KORVALE_API XJob : public XListener
 {
 public:
@@ -31,15 +33,16 @@ public:
     /// Hears a message posted to the job. Does nothing by default.
     void HandleMessage( const XMessage& inMessage ) override;
 
-    /// Runs the body. When that throws, the result code becomes the exception's error number, the code of the stop, or
-    /// `kFailed`, and the exception passes on.
+    /// Runs the body. When that throws, the result code becomes the exception's error number, the code of the
+    /// stop, or `kFailed`, and the exception passes on.
     virtual void RunJob();
 
-    /// Has the owner speak an XJobQueue::XJobCompletedMessage at the main thread's next event, if anybody listens.
+    /// Has the owner speak an XJobQueue::XJobCompletedMessage at the main thread's next event, if anybody
+    /// listens.
     virtual void SpeakCompletedMessage();
 
-    /// Whether the job is completed on its worker at once, rather than later on the thread that handles the queue's
-    /// messages, which is the main thread. False by default.
+    /// Whether the job is completed on its worker at once, rather than later on the thread that handles the
+    /// queue's messages, which is the main thread. False by default.
     virtual bool CanCompleteInJobThread();
 
     /// Whether the completion is announced. True by default.
@@ -47,12 +50,12 @@ public:
 
     // ---- What the queue tells its job. These do nothing by default; what they throw is swallowed.
 
-    /// The queue has stopped the job, in its queue or at a checkpoint of its body; the completion follows. On the thread
-    /// that stops a waiting job, or on the worker.
+    /// The queue has stopped the job, in its queue or at a checkpoint of its body; the completion follows. On
+    /// the thread that stops a waiting job, or on the worker.
     virtual void Stopped();
 
-    /// The job, not running, has been put aside, or waits for its turn again. Called under the queue's mutex: must be
-    /// brief and leave job queues alone.
+    /// The job, not running, has been put aside, or waits for its turn again. Called under the queue's mutex:
+    /// must be brief and leave job queues alone.
     virtual void Suspended();
     virtual void Resumed();
 
@@ -60,7 +63,8 @@ protected:
     /// The body.
     virtual void RunJobSelf() = 0;
 
-    /// The job has ended or has been stopped; called once. Does nothing by default; what it throws is swallowed.
+    /// The job has ended or has been stopped; called once. Does nothing by default; what it throws is
+    /// swallowed.
     virtual void JobCompleteSelf( std::uint32_t inResultCode );
 
 public:

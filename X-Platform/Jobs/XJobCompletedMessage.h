@@ -3,7 +3,8 @@
 #include "Jobs/XJobQueue.h"
 #include "Messaging/XMessage.h"
 
-/// A job of the queue, which is the speaker, has been completed. Each completion is told, however alike they are.
+/// A job of the queue, which is the speaker, has been completed. Each completion is told, however alike they
+/// are.
 class KORVALE_API XJobQueue::XJobCompletedMessage : public XMessage
 {
 public:

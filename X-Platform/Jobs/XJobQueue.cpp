@@ -195,8 +195,8 @@ XJob* XJobQueue::GetJobForRunning( const XJobThread& inWorker )
     return itsIsRunnable ? TakeJobForRunning( inWorker ) : nullptr;
 }
 
-/// Completes and deletes a job on its worker, if it allows that, while it still counts as running, so that nobody who has
-/// waited for it meets what it leaves behind.
+/// Completes and deletes a job on its worker, if it allows that, while it still counts as running, so that
+/// nobody who has waited for it meets what it leaves behind.
 bool XJobQueue::CompleteInJobThread( XJob* inJob )
 {
     bool isAllowed = false;
@@ -206,8 +206,9 @@ bool XJobQueue::CompleteInJobThread( XJob* inJob )
     return isAllowed;
 }
 
-/// Ends a worker's job, given where it has not been completed, and returns the next one where no other queue has its turn
-/// before, or null. The message is posted while the waiting threads still wait, so that it is there for them.
+/// Ends a worker's job, given where it has not been completed, and returns the next one where no other queue
+/// has its turn before, or null. The message is posted while the waiting threads still wait, so that it is
+/// there for them.
 XJob* XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob, bool inMayRunNext )
 {
     const XThreadLock lock( itsMutex );

@@ -10,21 +10,22 @@
 class XJob;
 class XString;
 
-/// Runs jobs in the background, in the order in which they were attached. All queues of the process share one pool of
-/// worker threads, one for each logical processor, and get their turns one after another.
+/// Runs jobs in the background, in the order in which they were attached. All queues of the process share one
+/// pool of worker threads, one for each logical processor, and get their turns one after another.
 ///
-/// A job is completed once: on its worker if it allows that, else when the main thread handles the queue's messages; a
-/// job that is stopped while it waits, on the thread that stops it. Then it is announced to the queue's listeners with
-/// an XJobCompletedMessage and deleted. Deleting jobs, in contrast, takes those that wait away without completing them.
+/// A job is completed once: on its worker if it allows that, else when the main thread handles the queue's
+/// messages; a job that is stopped while it waits, on the thread that stops it. Then it is announced to the
+/// queue's listeners with an XJobCompletedMessage and deleted. Deleting jobs, in contrast, takes those that
+/// wait away without completing them.
 ///
-/// Operations on some of the jobs take a tag or a list of tags (XJobSelector). Waits for running jobs do not wait for
-/// the job that the caller itself is the body of.
+/// Operations on some of the jobs take a tag or a list of tags (XJobSelector). Waits for running jobs do not
+/// wait for the job that the caller itself is the body of.
 ///
-/// Lifetime: the destructor stops the queue, waits for its running jobs and completes, on its own thread, what has not
-///           been completed. A queue must not be destroyed by one of its own jobs.
+/// Lifetime: the destructor stops the queue, waits for its running jobs and completes, on its own thread,
+///           what has not been completed. A queue must not be destroyed by one of its own jobs.
 /// Threads:  every operation may be called from any thread, from within jobs too.
-/// Errors:   waits throw 2701 when their time is over. They are checkpoints of the calling thread: its stop leaves them.
-///           What a job throws never reaches the queue's users.
+/// Errors:   waits throw 2701 when their time is over. They are checkpoints of the calling thread: its stop
+///           leaves them. What a job throws never reaches the queue's users.
 class KORVALE_API XJobQueue : public XSpeaker, public XListener
 {
 public:
@@ -39,12 +40,13 @@ public:
 
     // ---- Running
 
-    /// Lets the jobs run. The first queue that starts creates the workers; throws the system's last error when they
-    /// cannot be.
+    /// Lets the jobs run. The first queue that starts creates the workers; throws the system's last error
+    /// when they cannot be.
     void Start();
     bool IsRunning() const;
 
-    /// Lets no more jobs run and stops all (`StopTaggedJobs`). `Stop` then deletes what was attached meanwhile.
+    /// Lets no more jobs run and stops all (`StopTaggedJobs`). `Stop` then deletes what was attached
+    /// meanwhile.
     void AsyncStop();
     void Stop();
 
@@ -53,37 +55,38 @@ public:
 
     // ---- Jobs
 
-    /// Takes the job over and lets it wait for its turn, or, with `inSuspended`, until it is resumed. A null job is an
-    /// internal error, "inJob".
+    /// Takes the job over and lets it wait for its turn, or, with `inSuspended`, until it is resumed. A null
+    /// job is an internal error, "inJob".
     void AttachJob( XJob* inJob, bool inSuspended = false );
 
-    /// The same, but deletes the new job at once if a job with its tag waits or runs already. Returns whether it was
-    /// attached.
+    /// The same, but deletes the new job at once if a job with its tag waits or runs already. Returns whether
+    /// it was attached.
     bool AttachJobIfTagNotPresent( XJob* inJob );
 
-    /// Complete the selected jobs that wait or are suspended with the result code `XJob::kStopped`, in order, and have
-    /// the running ones end with it at their next checkpoints. `StopTaggedJobs` returns when none of these runs any more.
-    /// When the caller's own job is among them, it is stopped at once, after all others, by XStopThreadException.
+    /// Complete the selected jobs that wait or are suspended with the result code `XJob::kStopped`, in order,
+    /// and have the running ones end with it at their next checkpoints. `StopTaggedJobs` returns when none of
+    /// these runs any more. When the caller's own job is among them, it is stopped at once, after all others,
+    /// by XStopThreadException.
     void AsyncStopTaggedJobs( const XJobSelector& inTags );
     void StopTaggedJobs( const XJobSelector& inTags );
 
     /// Leaves running jobs alone. Returns whether any job was stopped.
     bool StopTaggedJobsIfNotRunning( const XJobSelector& inTags );
 
-    /// Put the selected jobs that wait aside, in order, until they are resumed. Running ones are not interrupted; the
-    /// forms without Async return when none of those runs any more.
+    /// Put the selected jobs that wait aside, in order, until they are resumed. Running ones are not
+    /// interrupted; the forms without Async return when none of those runs any more.
     void AsyncSuspendTaggedJobs( const XJobSelector& inTags );
     void AsyncSuspendAllJobs();
     void SuspendTaggedJobs( const XJobSelector& inTags );
     void SuspendAllJobs();
 
-    /// Append the selected suspended jobs, in order, to those that wait. Every selected job that waits then hears
-    /// `XJob::Resumed`, one that waited all along too.
+    /// Append the selected suspended jobs, in order, to those that wait. Every selected job that waits then
+    /// hears `XJob::Resumed`, one that waited all along too.
     void ResumeTaggedJobs( const XJobSelector& inTags );
     void ResumeAllJobs();
 
-    /// Delete the selected jobs that wait or are suspended: nothing completes or announces them. Running ones are stopped
-    /// and complete as stopped jobs do; the call returns when none of these runs any more.
+    /// Delete the selected jobs that wait or are suspended: nothing completes or announces them. Running ones
+    /// are stopped and complete as stopped jobs do; the call returns when none of these runs any more.
     void DeleteTaggedJobs( const XJobSelector& inTags );
     void DeleteAllJobs();
     void DeleteJobGroup( std::int64_t inGroup );
@@ -91,33 +94,36 @@ public:
     /// Leaves running jobs alone. Returns whether any job was deleted.
     bool DeleteTaggedJobsIfNotRunning( const XJobSelector& inTags );
 
-    /// Posts a message to the selected jobs that wait, run or are suspended. Each hears it once, at the main thread's next
-    /// event, unless it has been deleted by then.
+    /// Posts a message to the selected jobs that wait, run or are suspended. Each hears it once, at the main
+    /// thread's next event, unless it has been deleted by then.
     void PostMessageTaggedJobs( const XJobSelector& inTags, const XMessage& inMessage );
     void PostMessageJobs( const XMessage& inMessage );
 
     // ---- Waiting
 
-    /// Waits until no job waits, runs or is suspended. On the main thread it then delivers the messages that have been
-    /// posted, so that these jobs have been completed when it returns.
+    /// Waits until no job waits, runs or is suspended. On the main thread it then delivers the messages that
+    /// have been posted, so that these jobs have been completed when it returns.
     void WaitForQueueEmpty( std::uint32_t inTimeoutMs = kNoTimeout );
 
-    /// The same with a progress of the calling thread, shown after two seconds, whose user may abort the wait (1001): the
-    /// share of the jobs that have gone, or only that there are some.
+    /// The same with a progress of the calling thread, shown after two seconds, whose user may abort the wait
+    /// (1001): the share of the jobs that have gone, or only that there are some.
     void WaitForQueueEmptyWithProgress();
     void WaitForQueueEmptyWithIndeterminateProgress();
 
-    /// For producers, so that they do not run far ahead of the workers. Wait until there are more workers than jobs that
-    /// wait or run; until fewer than `inCommit` jobs for each worker wait, run or are suspended.
+    /// For producers, so that they do not run far ahead of the workers. Wait until there are more workers
+    /// than jobs that wait or run; until fewer than `inCommit` jobs for each worker wait, run or are
+    /// suspended.
     void WaitForFreeWorkerThread();
     void WaitForJobWeightUnderCommit( double inCommit );
 
-    /// Waits until no job runs, then deletes all others. A running queue is an internal error, "!IsRunning()".
+    /// Waits until no job runs, then deletes all others. A running queue is an internal error,
+    /// "!IsRunning()".
     void WaitForTerminate();
 
     // ---- Counts
 
-    /// All jobs that the queue owns, those that have run and wait for their completion on the main thread included.
+    /// All jobs that the queue owns, those that have run and wait for their completion on the main thread
+    /// included.
     USize GetJobCount() const;
     bool IsEmpty() const { return GetJobCount() == 0; }
 
@@ -129,18 +135,19 @@ public:
     USize GetCurrentJobWeight() const;
     bool IsQueueEmpty() const { return GetCurrentJobWeight() == 0; }
 
-    /// Workers beyond the jobs that wait or run; 0 if there are fewer. Before the first start, workers count as many as
-    /// there will be.
+    /// Workers beyond the jobs that wait or run; 0 if there are fewer. Before the first start, workers count
+    /// as many as there will be.
     USize GetFreeWorkerThreadsCount() const;
 
-    /// For each queue its jobs: "Jobs queued: ", "Jobs running: " and "Jobs suspended: ", each line ended by "\r".
+    /// For each queue its jobs: "Jobs queued: ", "Jobs running: " and "Jobs suspended: ", each line ended by
+    /// "\r".
     static XString GetDebugStatus();
 
     /// Completes the jobs that have run when the queue's own message tells so.
     void HandleMessage( const XMessage& inMessage ) override;
 
-    /// Stops the jobs that run (result code 2702) and ends the workers. The next start of a queue makes new ones. For
-    /// the end of the process, when the queues have been stopped.
+    /// Stops the jobs that run (result code 2702) and ends the workers. The next start of a queue makes new
+    /// ones. For the end of the process, when the queues have been stopped.
     static void EndWorkerThreads();
 
     /// Guards the list of the process's queues. Taken before the mutex of a queue.

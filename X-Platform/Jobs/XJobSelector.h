@@ -6,9 +6,9 @@
 
 class XJob;
 
-/// Which jobs an operation is meant for: those with a tag, with one of several tags, or of a group. Made from a tag or a
-/// list of tags where it is needed, and used during the call. Tag 0, alone or in a list, and an empty list select every
-/// job.
+/// Which jobs an operation is meant for: those with a tag, with one of several tags, or of a group. Made from
+/// a tag or a list of tags where it is needed, and used during the call. Tag 0, alone or in a list, and an
+/// empty list select every job.
 class KORVALE_API XJobSelector
 {
 public:

@@ -107,8 +107,9 @@ void XJobQueue::XJobThread::EndJob( std::uint32_t inResultCode )
     CompleteJob( false );
 }
 
-/// From the first step on no stop is meant for the job any more, and none cuts the rest short. With `inMayRunNext` the next
-/// job of the queue may be the current one then, unless the thread has been asked for something.
+/// From the first step on no stop is meant for the job any more, and none cuts the rest short. With
+/// `inMayRunNext` the next job of the queue may be the current one then, unless the thread has been asked for
+/// something.
 void XJobQueue::XJobThread::CompleteJob( bool inMayRunNext )
 {
     const XPreventThreadStop preventStop;

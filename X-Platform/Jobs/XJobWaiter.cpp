@@ -12,8 +12,8 @@ namespace
 WSemaphore sWakes;
 std::atomic<USize> sWaiters = 0; // those that have not been woken
 
-/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while first. In between
-/// it gives way, lest it keep the very thread that brings the jobs from its processor.
+/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while
+/// first. In between it gives way, lest it keep the very thread that brings the jobs from its processor.
 constexpr int kTurns = 24;
 constexpr int kLooksPerTurn = 40;
 
@@ -50,8 +50,8 @@ XJobWaiter::XJobWaiter()
     ++sWaiters;
 }
 
-/// A waiter that found a job itself, or is stopped, may have been woken by now: then the wake is on its way, and another
-/// waiter has to look for the job that it told of.
+/// A waiter that found a job itself, or is stopped, may have been woken by now: then the wake is on its way,
+/// and another waiter has to look for the job that it told of.
 XJobWaiter::~XJobWaiter()
 {
     if ( itsIsWoken || Claim() )

@@ -8,8 +8,8 @@
 ///     if ( !FetchJob() ) // once more: from now on whoever brings a job wakes a waiter
 ///         waiter.Wait();
 ///
-/// Each wake is for one waiter, and none is left over: a job brought while all workers are busy costs nothing here and is
-/// found by the first that looks for its next one.
+/// Each wake is for one waiter, and none is left over: a job brought while all workers are busy costs nothing
+/// here and is found by the first that looks for its next one.
 class XJobWaiter
 {
 public:

@@ -12,7 +12,8 @@ namespace
 
 constexpr std::uint32_t kUserAbort = 1001;
 
-// A nested progress moves its parent within the parent's current step and never reaches the next one by itself.
+// A nested progress moves its parent within the parent's current step and never reaches the next one by
+// itself.
 constexpr double kMostOfAStep = 0.999;
 
 void DeleteStrategy( std::uint64_t inSlot )

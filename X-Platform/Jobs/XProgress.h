@@ -5,8 +5,8 @@
 
 class XProgressStrategy;
 
-/// Reports how far a piece of work has come, lets its user abort it, and is a checkpoint of its thread. Made on the
-/// stack of the working code:
+/// Reports how far a piece of work has come, lets its user abort it, and is a checkpoint of its thread. Made
+/// on the stack of the working code:
 ///
 ///     XProgress progress( files.size() );
 ///     for( const auto& file : files )
@@ -15,16 +15,16 @@ class XProgressStrategy;
 ///         progress.Increment();
 ///     }
 ///
-/// Progresses nest: one made while another of the same thread lives either gets a bar of its own or moves the bar of
-/// the outer one within the outer one's current whole step. A value reaches the thread's strategy every
-/// `kUpdateYokePeriodMS` at most, and at the same times an abort is noticed.
+/// Progresses nest: one made while another of the same thread lives either gets a bar of its own or moves the
+/// bar of the outer one within the outer one's current whole step. A value reaches the thread's strategy
+/// every `kUpdateYokePeriodMS` at most, and at the same times an abort is noticed.
 ///
-/// On a thread without an XThread or without a strategy, and while an XProgressDisabler is alive, a progress is invalid:
-/// it shows nothing and is nothing but a checkpoint of its thread.
+/// On a thread without an XThread or without a strategy, and while an XProgressDisabler is alive, a progress
+/// is invalid: it shows nothing and is nothing but a checkpoint of its thread.
 ///
 /// Threads: belongs to the thread that made it; destroyed in reverse order of creation.
-/// Errors:  every operation that reports may throw 1001 (the user's abort), a stop of the thread (2702), and what the
-///          strategy throws.
+/// Errors:  every operation that reports may throw 1001 (the user's abort), a stop of the thread (2702), and
+///          what the strategy throws.
 class KORVALE_API XProgress
 {
 public:
@@ -67,7 +67,8 @@ public:
     /// Only the outermost progress has a title.
     void SetTitle( const XString& inTitle );
 
-    /// Gives way to the user interface, throws 1001 if the user has asked to abort, and runs the thread's checkpoint.
+    /// Gives way to the user interface, throws 1001 if the user has asked to abort, and runs the thread's
+    /// checkpoint.
     void YieldAndCheckAbort();
 
     // ---- Queries
@@ -93,8 +94,8 @@ public:
     /// The same, but null for a thread without an XThread.
     static XProgressStrategy* SafeGetProgressStrategy();
 
-    /// Installs a strategy, which from then on belongs to the thread's slot; one that was installed before is not
-    /// deleted. A thread without an XThread is an internal error, "slots".
+    /// Installs a strategy, which from then on belongs to the thread's slot; one that was installed before is
+    /// not deleted. A thread without an XThread is an internal error, "slots".
     static void SetProgressStrategy( XProgressStrategy* inStrategy );
     static void DeleteProgressStrategy();
 

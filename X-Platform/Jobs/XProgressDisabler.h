@@ -4,8 +4,8 @@
 
 class XProgressStrategy;
 
-/// While it lives, new progresses of the thread are invalid and nothing yields. Does nothing on a thread without a
-/// strategy.
+/// While it lives, new progresses of the thread are invalid and nothing yields. Does nothing on a thread
+/// without a strategy.
 class KORVALE_API XProgressDisabler
 {
 public:

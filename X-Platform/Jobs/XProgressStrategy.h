@@ -4,13 +4,14 @@
 
 class XProgress;
 
-/// What becomes of the progress that a thread reports: a dialog, a line on a terminal, messages to somebody else. Each
-/// thread has a strategy of its own, or none (XProgress::SetProgressStrategy).
+/// What becomes of the progress that a thread reports: a dialog, a line on a terminal, messages to somebody
+/// else. Each thread has a strategy of its own, or none (XProgress::SetProgressStrategy).
 ///
-/// Ownership: belongs to its thread's slot, which deletes it when the thread ends, or to whoever installs it for a while
-///            with an XProgressStrategyChanger.
+/// Ownership: belongs to its thread's slot, which deletes it when the thread ends, or to whoever installs it
+///            for a while with an XProgressStrategyChanger.
 /// Threads:   used by the thread that it is installed on, and by no other.
-/// Errors:    what `ProgressDestroyed` throws is swallowed; what the others throw reaches the code that reports.
+/// Errors:    what `ProgressDestroyed` throws is swallowed; what the others throw reaches the code that
+///            reports.
 class KORVALE_API XProgressStrategy
 {
 public:
@@ -20,8 +21,8 @@ public:
     /// A strategy of the same kind for another thread, without progress; the caller owns it.
     virtual XProgressStrategy* Clone() const = 0;
 
-    /// A progress begins. `inForceBar` asks for a bar of its own where nested progress would get none, `inDelayMs` is
-    /// the time that should pass before a bar is shown, so that short work shows none.
+    /// A progress begins. `inForceBar` asks for a bar of its own where nested progress would get none,
+    /// `inDelayMs` is the time that should pass before a bar is shown, so that short work shows none.
     virtual void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) = 0;
     virtual void ProgressDestroyed( XProgress& inProgress ) = 0;
 
@@ -36,8 +37,8 @@ public:
     /// False for a nested progress that moves the bar of the one around it.
     virtual bool HasProgressBar( const XProgress& inProgress ) const = 0;
 
-    /// Called now and then while work goes on: lets the user interface live, asks whether the user wants to abort
-    /// (XProgress::Abort).
+    /// Called now and then while work goes on: lets the user interface live, asks whether the user wants to
+    /// abort (XProgress::Abort).
     virtual void Yield() = 0;
 
     /// The innermost live progress of the thread; null when there is none.

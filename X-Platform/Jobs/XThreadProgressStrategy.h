@@ -3,9 +3,9 @@
 #include "Jobs/XProgressStrategy.h"
 #include "Messaging/XSpeaker.h"
 
-/// Tells the progress of its thread to whoever listens, on another thread or another machine: every change is spoken as
-/// an XProgressChangedMessage. The outermost progress and those that ask for it get bars, numbered from 1; any other
-/// nested progress moves the bar of the one around it.
+/// Tells the progress of its thread to whoever listens, on another thread or another machine: every change is
+/// spoken as an XProgressChangedMessage. The outermost progress and those that ask for it get bars, numbered
+/// from 1; any other nested progress moves the bar of the one around it.
 ///
 /// Ownership: the speaker given is not owned and outlives the strategy.
 /// Threads:   reports on the thread that it is installed on; listeners hear by the rules of speakers.

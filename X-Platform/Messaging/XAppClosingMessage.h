@@ -2,7 +2,8 @@
 
 #include "Messaging/XMessage.h"
 
-/// The application is about to close: spoken once through the application's message centre, while everything still exists.
+/// The application is about to close: spoken once through the application's message centre, while everything
+/// still exists.
 class KORVALE_API XAppClosingMessage : public XMessage
 {
 public:

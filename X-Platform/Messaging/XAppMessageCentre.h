@@ -3,7 +3,8 @@
 #include "Messaging/XMessageCentre.h"
 
 /// The one message centre of the process, through which messages of the whole application travel, such as
-/// XAppInitialisedMessage and XAppClosingMessage. Made on first use, on any thread; it lasts as long as the process.
+/// XAppInitialisedMessage and XAppClosingMessage. Made on first use, on any thread; it lasts as long as the
+/// process.
 class KORVALE_API XAppMessageCentre : public XMessageCentre
 {
 public:

@@ -4,11 +4,11 @@
 #include "Messaging/XSpeaker.h"
 #include "Threads/XLockable.h"
 
-/// A text that several threads share. Every operation locks the text for itself; XLock holds it for several in a row,
-/// keeping all other threads out whatever the mode. Operations follow the rules of XString.
+/// A text that several threads share. Every operation locks the text for itself; XLock holds it for several
+/// in a row, keeping all other threads out whatever the mode. Operations follow the rules of XString.
 ///
-/// Every change is announced to listeners with an XBigStringChangedMessage at the main thread's next event, however many
-/// changes there were until then.
+/// Every change is announced to listeners with an XBigStringChangedMessage at the main thread's next event,
+/// however many changes there were until then.
 class KORVALE_API XBigString : public XLockable, public XSpeaker
 {
 public:
@@ -17,7 +17,8 @@ public:
     /// A copy shares the text's storage until one of the two is changed, and has no listeners.
     XBigString( const XBigString& inOther );
 
-    /// From a text, a number or a character: from whatever an XString can be made of, with the same arguments.
+    /// From a text, a number or a character: from whatever an XString can be made of, with the same
+    /// arguments.
     template<class... Arguments>
     requires std::constructible_from<XString, Arguments...> &&
         ( sizeof...( Arguments ) > 0 ) explicit( sizeof...( Arguments ) > 1 )

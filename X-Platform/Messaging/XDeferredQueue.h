@@ -4,12 +4,12 @@
 #include "Messaging/XMessage.h"
 #include "Messaging/XSpeaker.h"
 
-/// One queue of messages that wait for the main thread, with all that is asked of it found without walking it: the
-/// messages that a new one may coalesce with, those of one speaker, those for one listener. Internal to XMessageQueues,
-/// whose mutex guards it.
+/// One queue of messages that wait for the main thread, with all that is asked of it found without walking
+/// it: the messages that a new one may coalesce with, those of one speaker, those for one listener. Internal
+/// to XMessageQueues, whose mutex guards it.
 ///
-/// Entries are allocated in blocks and used again: they are made on one thread and freed on another, which is what a heap
-/// does slowest. An empty queue gives back what a flood has taken.
+/// Entries are allocated in blocks and used again: they are made on one thread and freed on another, which is
+/// what a heap does slowest. An empty queue gives back what a flood has taken.
 class XDeferredQueue
 {
 public:
@@ -58,8 +58,8 @@ public:
 
     XEntry* GetFirst() const { return itsFirst; }
 
-    /// The entries that a new item may coalesce with, in their order: those for the same listener or all, of the same
-    /// speaker and with the same key.
+    /// The entries that a new item may coalesce with, in their order: those for the same listener or all, of
+    /// the same speaker and with the same key.
     XEntry* FindFirstLike( const XItem& inItem ) const;
     static XEntry* FindNextLike( const XEntry& inEntry );
 

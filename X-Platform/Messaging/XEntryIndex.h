@@ -11,8 +11,8 @@ struct XIndexLink
     std::uint64_t value = 0;
 };
 
-/// Entries by a 64-bit value, those with equal values in the order in which they were added. The links lie in the
-/// entries, in the member `kLink`, so that adding and removing allocate nothing but the table. Internal.
+/// Entries by a 64-bit value, those with equal values in the order in which they were added. The links lie in
+/// the entries, in the member `kLink`, so that adding and removing allocate nothing but the table. Internal.
 template<class Entry, XIndexLink<Entry> Entry::*kLink>
 class XEntryIndex
 {
@@ -64,8 +64,8 @@ private:
     static constexpr USize kMinChains = 64;
     static constexpr USize kMaxIdleChains = 16384; // an empty index keeps no more: floods pass
 
-    /// Neighbouring values have neighbouring chains, so that messages with running numbers find theirs in the cache;
-    /// what lies above the low bits is scattered.
+    /// Neighbouring values have neighbouring chains, so that messages with running numbers find theirs in the
+    /// cache; what lies above the low bits is scattered.
     USize FindChainIndex( std::uint64_t inValue ) const
     {
         constexpr unsigned kNearBits = 6;

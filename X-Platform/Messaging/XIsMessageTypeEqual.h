@@ -5,7 +5,8 @@
 #include <string_view>
 #include <typeinfo>
 
-/// Selects messages of exactly one class, in containers of messages, of pointers to them or of their class names.
+/// Selects messages of exactly one class, in containers of messages, of pointers to them or of their class
+/// names.
 class XIsMessageTypeEqual
 {
 public:

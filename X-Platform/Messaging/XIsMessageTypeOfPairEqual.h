@@ -2,8 +2,8 @@
 
 #include "Messaging/XIsMessageTypeEqual.h"
 
-/// Selects pairs, such as the elements of a map, whose second member is a message of exactly one class, a pointer to
-/// such a message or the name of the class.
+/// Selects pairs, such as the elements of a map, whose second member is a message of exactly one class, a
+/// pointer to such a message or the name of the class.
 class XIsMessageTypeOfPairEqual
 {
 public:

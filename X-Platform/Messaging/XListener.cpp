@@ -124,8 +124,8 @@ void XListener::StopListening()
         XMessageQueues::Get().ForgetListener( *this, HasFlag( kExcluded ) );
 }
 
-/// The lists are let go first and the nodes removed then, each under its own mutex: a list's mutex is never taken under
-/// this listener's, and the references keep the lists while their speakers may die.
+/// The lists are let go first and the nodes removed then, each under its own mutex: a list's mutex is never
+/// taken under this listener's, and the references keep the lists while their speakers may die.
 void XListener::UnsubscribeFromAll()
 {
     XVector<XListenerList*> lists;

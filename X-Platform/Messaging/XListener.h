@@ -11,48 +11,49 @@ class XListenerList;
 class XMessage;
 class XSpeaker;
 
-/// Hears the messages of the speakers it has subscribed to, and those posted to it. An ordinary listener hears on the
-/// main thread only, unless a speaker insists (`XSpeaker::kWhenImmediate`); an asynchronous one hears on any thread,
-/// several at a time if it comes to that, and protects its own data.
+/// Hears the messages of the speakers it has subscribed to, and those posted to it. An ordinary listener
+/// hears on the main thread only, unless a speaker insists (`XSpeaker::kWhenImmediate`); an asynchronous one
+/// hears on any thread, several at a time if it comes to that, and protects its own data.
 ///
-/// Lifetime:  may be destroyed at any time, from within its own `HandleMessage` too; it never hears anything afterwards.
-///            Where other threads may be calling it, the most derived class's destructor begins with `StopListening()`:
-///            the base's destructor makes the call as well, but runs when the derived members are gone already.
+/// Lifetime:  may be destroyed at any time, from within its own `HandleMessage` too; it never hears anything
+///            afterwards. Where other threads may be calling it, the most derived class's destructor begins
+///            with `StopListening()`: the base's destructor makes the call as well, but runs when the derived
+///            members are gone already.
 /// Threads:   every operation may be called from any thread.
 class KORVALE_API XListener
 {
 public:
     explicit XListener( bool inIsAsynchronous = false ) : XListener( inIsAsynchronous, CallListeners ) {}
 
-    /// A copy is as asynchronous and as deaf as its original and has subscribed to nobody. Assigning changes nothing:
-    /// what a listener hears is its own.
+    /// A copy is as asynchronous and as deaf as its original and has subscribed to nobody. Assigning changes
+    /// nothing: what a listener hears is its own.
     XListener( const XListener& inOther );
     XListener& operator=( const XListener& inOther );
     virtual ~XListener();
 
-    /// Receives a message, which lives for the length of the call. What it throws reaches the sender, or the session log
-    /// when the message came out of a queue. Does nothing by default.
+    /// Receives a message, which lives for the length of the call. What it throws reaches the sender, or the
+    /// session log when the message came out of a queue. Does nothing by default.
     virtual void HandleMessage( const XMessage& inMessage );
 
-    /// Subscribes once more; a listener hears each message once however often it has subscribed. A listener that
-    /// subscribes during a broadcast of the speaker comes last in it.
+    /// Subscribes once more; a listener hears each message once however often it has subscribed. A listener
+    /// that subscribes during a broadcast of the speaker comes last in it.
     void Subscribe( const XSpeaker& inSpeaker );
 
-    /// Takes back one subscription; nothing happens when there is none. With the last one the speaker falls silent, in
-    /// the midst of a broadcast too.
+    /// Takes back one subscription; nothing happens when there is none. With the last one the speaker falls
+    /// silent, in the midst of a broadcast too.
     void Unsubscribe( const XSpeaker& inSpeaker );
 
     bool IsAsynchronous() const { return HasFlag( kAsynchronous ); }
     void SetAsynchronous( bool inIsAsynchronous );
 
-    /// Makes the listener deaf to messages of exactly this class, or lets it hear them again. Counts when a message would
-    /// be delivered.
+    /// Makes the listener deaf to messages of exactly this class, or lets it hear them again. Counts when a
+    /// message would be delivered.
     void SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf );
     bool IsContainedInDeafenedMessages( const std::type_info& inMessageType ) const;
 
-    /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is calling it.
-    /// Messages must not be posted to it afterwards. A call of its own `HandleMessage` further up on this thread is not
-    /// waited for.
+    /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is
+    /// calling it. Messages must not be posted to it afterwards. A call of its own `HandleMessage` further up
+    /// on this thread is not waited for.
     void StopListening();
 
 private:
@@ -76,9 +77,10 @@ private:
         std::int32_t count;  // subscriptions; with 0 the node only waits for its removal
     };
 
-    /// Calls the listeners of nodes, the first one at least, and returns how many nodes it has walked: those up to the
-    /// next listener of another module, or until `inAdditions` changes. Each module calls its own listeners, as a call
-    /// from one module to another that lies far from it costs some processors as much as everything else here.
+    /// Calls the listeners of nodes, the first one at least, and returns how many nodes it has walked: those
+    /// up to the next listener of another module, or until `inAdditions` changes. Each module calls its own
+    /// listeners, as a call from one module to another that lies far from it costs some processors as much as
+    /// everything else here.
     using XCaller = USize ( * )(
         const XNode* inFirst, const XNode* inEnd, const XMessage& inMessage,
         const std::uint32_t& inAdditions );
@@ -102,8 +104,8 @@ private:
     }
     bool IsContainedInDeaf( const XMessage& inMessage ) const;
 
-    /// Keep one reference to the list for each subscription. The first returns whether there was one before, the second
-    /// whether there was one to give up.
+    /// Keep one reference to the list for each subscription. The first returns whether there was one before,
+    /// the second whether there was one to give up.
     bool RememberSpeaker( XListenerList& inList );
     bool ForgetSpeaker( XListenerList& inList );
     void SpeakerDeleted( XListenerList& inList );

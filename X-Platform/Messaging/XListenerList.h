@@ -3,12 +3,12 @@
 #include "Messaging/XDeferredQueue.h"
 #include "Messaging/XListener.h"
 
-/// The listeners of one speaker, and the mutex under which it speaks. Internal: the speaker and its listeners share the
-/// list, one reference for the speaker and one for each subscription, so that either side can reach it however the other
-/// one ends. Order of locking: this mutex, then a listener's, then that of the queues.
+/// The listeners of one speaker, and the mutex under which it speaks. Internal: the speaker and its listeners
+/// share the list, one reference for the speaker and one for each subscription, so that either side can reach
+/// it however the other one ends. Order of locking: this mutex, then a listener's, then that of the queues.
 ///
-/// While a broadcast is on, nodes keep their places, and what was removed is only marked; clean-up follows when the
-/// outermost broadcast is over.
+/// While a broadcast is on, nodes keep their places, and what was removed is only marked; clean-up follows
+/// when the outermost broadcast is over.
 class XListenerList
 {
 public:
@@ -52,8 +52,8 @@ public:
         itsAsynchronousSubscriptions.fetch_add( inStep, std::memory_order_relaxed );
     }
 
-    /// The walks of a broadcast. The last one calls asynchronous listeners only; it returns whether any other listener
-    /// still has to hear the message, and who has heard it.
+    /// The walks of a broadcast. The last one calls asynchronous listeners only; it returns whether any other
+    /// listener still has to hear the message, and who has heard it.
     void CallAll( const XMessage& inMessage );
     void CallAllBut( const XSpeaker::XListenerVector& inExclusions, const XMessage& inMessage );
     bool CallAsynchronous(
@@ -77,7 +77,8 @@ private:
     void RemoveNode( XNode& inNode );
     void CleanupAfterMessage();
 
-    // What is read to queue a message, and behind it, apart, what is written to deliver one on another thread.
+    // What is read to queue a message, and behind it, apart, what is written to deliver one on another
+    // thread.
     std::atomic<XSpeaker*> itsSpeaker; // written under the mutex
     std::atomic<std::int32_t> itsSubscriptions = 0;
     std::atomic<std::int32_t> itsAsynchronousSubscriptions = 0;

@@ -6,13 +6,14 @@
 
 class XSpeaker;
 
-/// What a speaker tells its listeners: the base of every message. A concrete message implements `Clone` and, where two
-/// messages of its class can mean the same, `operator==` and `GetCoalesceKey`.
+/// What a speaker tells its listeners: the base of every message. A concrete message implements `Clone` and,
+/// where two messages of its class can mean the same, `operator==` and `GetCoalesceKey`.
 ///
-/// Ownership: a message belongs to whoever made it. One that is queued for later is cloned, and the clone belongs to the
-///            queue until it is delivered or withdrawn.
+/// Ownership: a message belongs to whoever made it. One that is queued for later is cloned, and the clone
+///            belongs to the queue until it is delivered or withdrawn.
 /// Threads:   a message is a value: one thread at a time. The queue calls `Clone`, the comparisons and
-///            `ShouldCoalesceQueueMessage` on the sender's thread under a process-wide lock: they only compute.
+///            `ShouldCoalesceQueueMessage` on the sender's thread under a process-wide lock: they only
+///            compute.
 class KORVALE_API XMessage
 {
 public:
@@ -34,25 +35,26 @@ public:
     /// A copy of the most derived class; the caller owns it.
     virtual XMessage* Clone() const = 0;
 
-    /// Asked of this message, which is queued, about a new one of the same speaker (and, for posted messages, the same
-    /// listener). Merges equal messages by default.
+    /// Asked of this message, which is queued, about a new one of the same speaker (and, for posted messages,
+    /// the same listener). Merges equal messages by default.
     virtual XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNewMessage ) const;
 
-    /// True for a message of the same class and the same speaker. An override begins with the base's comparison.
+    /// True for a message of the same class and the same speaker. An override begins with the base's
+    /// comparison.
     virtual bool operator==( const XMessage& inOther ) const;
 
     /// Orders unequal messages by their creation. False for equal ones.
     virtual bool operator<( const XMessage& inOther ) const;
     bool operator!=( const XMessage& inOther ) const { return !( *this == inOther ); }
 
-    /// A promise that makes long queues fast: messages that may coalesce have the same key, so that the queue asks
-    /// `ShouldCoalesceQueueMessage` only of queued messages with the key of the new one. Always 0 by default, and then
-    /// the queue asks all messages of the speaker. A class whose objects differ in a value that `operator==` compares
-    /// returns (a hash of) that value.
+    /// A promise that makes long queues fast: messages that may coalesce have the same key, so that the queue
+    /// asks `ShouldCoalesceQueueMessage` only of queued messages with the key of the new one. Always 0 by
+    /// default, and then the queue asks all messages of the speaker. A class whose objects differ in a value
+    /// that `operator==` compares returns (a hash of) that value.
     virtual std::uint64_t GetCoalesceKey() const noexcept;
 
-    /// The sender; not owned, and null until it is set. A message that is delivered from a queue has the speaker that
-    /// spoke it.
+    /// The sender; not owned, and null until it is set. A message that is delivered from a queue has the
+    /// speaker that spoke it.
     XSpeaker* GetSpeaker() const { return itsSpeaker; }
     void SetSpeaker( XSpeaker* inSpeaker ) { itsSpeaker = inSpeaker; }
 

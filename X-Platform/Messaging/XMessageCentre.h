@@ -3,8 +3,8 @@
 #include "Messaging/XListener.h"
 #include "Messaging/XSpeaker.h"
 
-/// A relay: speaks every message it hears to its own listeners, so that many speakers reach many listeners that need not
-/// know each other. A message that it has to queue is queued with the centre as its speaker.
+/// A relay: speaks every message it hears to its own listeners, so that many speakers reach many listeners
+/// that need not know each other. A message that it has to queue is queued with the centre as its speaker.
 class KORVALE_API XMessageCentre : public XSpeaker, public XListener
 {
 public:

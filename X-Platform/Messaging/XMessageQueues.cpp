@@ -120,8 +120,8 @@ XMessageQueues& XMessageQueues::Get()
 
 // ---- Adding
 
-// Copies are made before the mutex is taken and what is left over is destroyed after it has been released: threads hold
-// it only to compare and to link.
+// Copies are made before the mutex is taken and what is left over is destroyed after it has been released:
+// threads hold it only to compare and to link.
 
 void XMessageQueues::Add(
     const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
@@ -146,7 +146,8 @@ void XMessageQueues::Add( const XMessage& inMessage, XListener& inListener, XWhe
     AddLocked( SelectQueue( inWhen ), item );
 }
 
-/// What is left over stays in the item: the message itself when a queued one absorbs it, or one that it replaces.
+/// What is left over stays in the item: the message itself when a queued one absorbs it, or one that it
+/// replaces.
 void XMessageQueues::AddLocked( XQueue& ioQueue, XItem& ioItem )
 {
     XDeferredQueue& messages = ioQueue.messages;
@@ -193,8 +194,8 @@ void XMessageQueues::CallNow( const XMessage& inMessage, XListener& inListener )
         inListener.HandleMessage( inMessage );
 }
 
-/// Delivers the first message. Whoever it concerns is pinned under the mutex, before it may be destroyed: a listener by
-/// the call, a speaker by its list.
+/// Delivers the first message. Whoever it concerns is pinned under the mutex, before it may be destroyed: a
+/// listener by the call, a speaker by its list.
 void XMessageQueues::Deliver( XQueue& ioQueue )
 {
     XItem item;

@@ -4,9 +4,9 @@
 #include "Threads/XConditionVariable.h"
 #include "WEvent.h"
 
-/// The two queues of the process and the calls of single listeners that are in progress, under one mutex, which is never
-/// held while a handler runs. Internal to XSpeaker and XListener. Made on first use; lasts as long as the process, since
-/// speakers and listeners may be static.
+/// The two queues of the process and the calls of single listeners that are in progress, under one mutex,
+/// which is never held while a handler runs. Internal to XSpeaker and XListener. Made on first use; lasts as
+/// long as the process, since speakers and listeners may be static.
 class XMessageQueues
 {
 public:
@@ -24,8 +24,8 @@ public:
     /// Queues a copy of a message for one listener.
     void Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen );
 
-    /// Calls one listener at once; a listener that is destroyed on another thread meanwhile waits for the end of the
-    /// call.
+    /// Calls one listener at once; a listener that is destroyed on another thread meanwhile waits for the end
+    /// of the call.
     void CallNow( const XMessage& inMessage, XListener& inListener );
 
     void DrainNextEvent();
@@ -39,7 +39,8 @@ public:
     /// Withdraws the messages of a speaker that has stopped.
     void ForgetSpeaker( const XListenerList& inSpeakersList );
 
-    /// Withdraws the messages for a listener, waits for calls of it on other threads and forgets those on this one.
+    /// Withdraws the messages for a listener, waits for calls of it on other threads and forgets those on
+    /// this one.
     void ForgetListener( const XListener& inListener, bool inMayBeExcluded );
 
     bool HasMessage( XWhen inQueue );

@@ -3,8 +3,8 @@
 #include "Core/XStorable.h"
 #include "Messaging/XMessage.h"
 
-/// A message that can be stored and sent to another process: the base of such messages. Speaker, thread and time metric
-/// belong to the process and are not stored; whoever reads a message gives it a speaker.
+/// A message that can be stored and sent to another process: the base of such messages. Speaker, thread and
+/// time metric belong to the process and are not stored; whoever reads a message gives it a speaker.
 class KORVALE_API XRemoteMessage : public XMessage, public XStorable
 {
 public:

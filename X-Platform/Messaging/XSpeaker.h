@@ -13,17 +13,17 @@ class XListenerList;
 class XMessage;
 class XString;
 
-/// Tells its messages to the listeners that have subscribed, in the order in which they first did: at once on the
-/// calling thread, or later on the main thread, out of one of two process-wide queues that the main thread's loop
-/// drains (XMainLoop).
+/// Tells its messages to the listeners that have subscribed, in the order in which they first did: at once on
+/// the calling thread, or later on the main thread, out of one of two process-wide queues that the main
+/// thread's loop drains (XMainLoop).
 ///
-/// A broadcast holds the speaker's recursive mutex, so a handler may speak through the same speaker again, subscribe and
-/// unsubscribe listeners, and destroy listeners and the speaker itself. As with any lock, two handlers on two threads
-/// that each speak through the other's speaker wait for each other for ever.
+/// A broadcast holds the speaker's recursive mutex, so a handler may speak through the same speaker again,
+/// subscribe and unsubscribe listeners, and destroy listeners and the speaker itself. As with any lock, two
+/// handlers on two threads that each speak through the other's speaker wait for each other for ever.
 ///
-/// Lifetime:  may be destroyed at any time: its listeners forget it and its queued messages are withdrawn. Where the main
-///            thread may be delivering its messages meanwhile, the most derived class's destructor begins with
-///            `StopSpeaking()`.
+/// Lifetime:  may be destroyed at any time: its listeners forget it and its queued messages are withdrawn.
+///            Where the main thread may be delivering its messages meanwhile, the most derived class's
+///            destructor begins with `StopSpeaking()`.
 /// Threads:   every operation may be called from any thread, except the drains.
 class KORVALE_API XSpeaker
 {
@@ -72,28 +72,29 @@ public:
 
     XSpeaker();
 
-    /// A copy has no listeners and mutes nothing. Assigning changes nothing: whom a speaker reaches is its own.
+    /// A copy has no listeners and mutes nothing. Assigning changes nothing: whom a speaker reaches is its
+    /// own.
     XSpeaker( const XSpeaker& inOther );
     XSpeaker& operator=( const XSpeaker& inOther );
     virtual ~XSpeaker();
 
     // ---- Speaking
 
-    /// Sends a message to all listeners, unless its class is muted. What a listener throws reaches the caller when it is
-    /// called at once; the listeners after it are not called then.
+    /// Sends a message to all listeners, unless its class is muted. What a listener throws reaches the caller
+    /// when it is called at once; the listeners after it are not called then.
     virtual void SpeakMessage( const XMessage& inMessage, XWhen inWhen = kWhenDefault );
 
-    /// Sends a message to one listener, subscribed or not, by the same rules; the message's speaker, if it has one, may
-    /// mute it. The listener, and the speaker that the message names, have to exist when the call
-    /// begins.
+    /// Sends a message to one listener, subscribed or not, by the same rules; the message's speaker, if it
+    /// has one, may mute it. The listener, and the speaker that the message names, have to exist when the
+    /// call begins.
     static void PostXMessage( const XMessage& inMessage, XListener& inListener, XWhen inWhen = kWhenDefault );
 
     /// Suppresses messages of exactly this class as they are spoken, or lets them pass again.
     void SetIsMute( const std::type_info& inMessageType, bool inIsMute );
     bool IsContainedInMutedMessages( const std::type_info& inMessageType ) const;
 
-    /// Lets all listeners forget this speaker, withdraws its queued messages and waits until no other thread is speaking
-    /// for it. What is spoken afterwards reaches nobody.
+    /// Lets all listeners forget this speaker, withdraws its queued messages and waits until no other thread
+    /// is speaking for it. What is spoken afterwards reaches nobody.
     void StopSpeaking();
 
     // ---- Listeners. XListener::Subscribe and Unsubscribe are the same from the other side.
@@ -117,20 +118,20 @@ public:
     // ---- The queues: the main thread's side. The drains are for the main thread only: an internal error,
     // "XThread::IsMainThread()", elsewhere.
 
-    /// Delivers the messages that are queued at the start of the call. What a handler throws is written to the session
-    /// log. Messages queued meanwhile wait for the next call, for which the main loop is woken. Does nothing within a
-    /// handler of a drain and while processing is suspended.
+    /// Delivers the messages that are queued at the start of the call. What a handler throws is written to
+    /// the session log. Messages queued meanwhile wait for the next call, for which the main loop is woken.
+    /// Does nothing within a handler of a drain and while processing is suspended.
     static void ProcessAllNextEventMessages();
 
-    /// The same for the idle queue, for 100 ms at most; what is left then waits for the next idle time. Returns whether
-    /// it delivered anything.
+    /// The same for the idle queue, for 100 ms at most; what is left then waits for the next idle time.
+    /// Returns whether it delivered anything.
     static bool ProcessAllIdleMessages();
 
     static bool IsNextEventMessageToProcess();
     static bool IsIdleMessageToProcess();
 
-    /// Set when a message is queued, reset by a drain. To be waited on by a loop that waits on nothing else; others use
-    /// the handle of WMainLoop.
+    /// Set when a message is queued, reset by a drain. To be waited on by a loop that waits on nothing else;
+    /// others use the handle of WMainLoop.
     static WEvent& GetMsgInNextEventQueueEvent();
     static WEvent& GetMsgInIdleQueueEvent();
 
@@ -144,8 +145,8 @@ public:
     /// Immediate broadcasts since the process began, modulo 2^32.
     static std::uint32_t GetMessageCount();
 
-    /// Withdraws the messages that the predicate selects from the queue of `kWhenNextEvent` or `kWhenIdle`. Returns how
-    /// many those were. The predicate must not touch the queues.
+    /// Withdraws the messages that the predicate selects from the queue of `kWhenNextEvent` or `kWhenIdle`.
+    /// Returns how many those were. The predicate must not touch the queues.
     static USize RemoveFromDelayedQueue(
         XWhen inQueue, const std::function<bool( const XDeferredMessageRecord& )>& inPredicate );
 
@@ -153,8 +154,8 @@ public:
     static XString GetDebugStatus();
 
 protected:
-    /// Calls the listeners. Overrides call it for those they want to reach.
-    /// `inIsForced`: ordinary listeners are called off the main thread too instead of at the next event.
+    /// Calls the listeners. Overrides call it for those they want to reach. `inIsForced`: ordinary listeners
+    /// are called off the main thread too instead of at the next event.
     virtual void
     SpeakMessageNowSelf( const XMessage& inMessage, bool inIsForced, const XListenerVector& inExclusions );
 

@@ -16,9 +16,9 @@ struct KORVALE_API XSessionLogEntry
 {
     XSessionLogEntry( XSessionLogLevel inLevel, const XString& inText, std::uint32_t inErrorNumber = 0 );
 
-    /// The entry as it stands in the file, in the ANSI code page: time in UTC, level, thread, error number ("-" for
-    /// none) and text, with tabs between. Further lines of the text follow indented by a tab, so that an entry begins
-    /// wherever a line does not begin with one.
+    /// The entry as it stands in the file, in the ANSI code page: time in UTC, level, thread, error number
+    /// ("-" for none) and text, with tabs between. Further lines of the text follow indented by a tab, so
+    /// that an entry begins wherever a line does not begin with one.
     ///
     ///     2026-03-05T16:07:08.901234Z    error    4711    1005    the stream is corrupted (1005)
     XString GetLine() const;

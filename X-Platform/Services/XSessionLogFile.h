@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <fstream>
 
-/// The file of a session log: appended to, renamed to FILE.1, FILE.2 and so on when it has grown too large, and opened
-/// again when it has gone away or could not be written. Internal to the session log. Errors are told by results, not
-/// thrown: a program goes on without its log.
+/// The file of a session log: appended to, renamed to FILE.1, FILE.2 and so on when it has grown too large,
+/// and opened again when it has gone away or could not be written. Internal to the session log. Errors are
+/// told by results, not thrown: a program goes on without its log.
 class XSessionLogFile
 {
 public:

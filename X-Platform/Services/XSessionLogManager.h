@@ -10,16 +10,16 @@
 
 class XSessionLogFile;
 
-/// The log of a session: what the program wants to be known afterwards, and every exception that ended where nobody
-/// hears of it. While the manager exists, internal errors and XErrorLog write to it.
+/// The log of a session: what the program wants to be known afterwards, and every exception that ended where
+/// nobody hears of it. While the manager exists, internal errors and XErrorLog write to it.
 ///
-/// Entries are queued and written by a thread of the manager's own, so that adding one never waits for the disk. The
-/// queue is bounded: when the disk is slow, full or gone, further entries are lost and counted, and the count is
-/// written as an entry of its own as soon as writing works again. An internal error waits until its entry is written,
-/// for `kFlushOnCrashMs` at most.
+/// Entries are queued and written by a thread of the manager's own, so that adding one never waits for the
+/// disk. The queue is bounded: when the disk is slow, full or gone, further entries are lost and counted, and
+/// the count is written as an entry of its own as soon as writing works again. An internal error waits until
+/// its entry is written, for `kFlushOnCrashMs` at most.
 ///
-/// One at a time; a second one is an internal error. Destroying it writes what is queued, and is done when no other
-/// thread can add entries any more.
+/// One at a time; a second one is an internal error. Destroying it writes what is queued, and is done when no
+/// other thread can add entries any more.
 /// Threads: entries may be added from any thread.
 /// Errors:  none of the disk's are thrown. The thread that cannot be started throws the system's last error.
 class KORVALE_API XSessionLogManager : private XThread
