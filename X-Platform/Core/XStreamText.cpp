@@ -3,6 +3,7 @@
 #include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Core/XString.h"
+#include "Core/XTextScan.h"
 
 #include <array>
 #include <string>
@@ -17,7 +18,7 @@ constexpr USize64 kSearchStep = 64 * 1024;
 
 bool IsSpace( std::uint8_t inByte )
 {
-    return inByte == ' ' || ( inByte >= '\t' && inByte <= '\r' );
+    return XTextScan::IsSpace( static_cast<char>( inByte ) );
 }
 
 bool IsNewline( std::uint8_t inByte )

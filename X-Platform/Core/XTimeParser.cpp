@@ -4,31 +4,16 @@
 
 #include "Core/XCalendar.h"
 #include "Core/XErrorNumbers.h"
+#include "Core/XTextScan.h"
 #include "Core/XTime.h"
 
 namespace
 {
 
-bool IsDigit( char inChar )
-{
-    return inChar >= '0' && inChar <= '9';
-}
-
-char ToLower( char inChar )
-{
-    return inChar >= 'A' && inChar <= 'Z' ? static_cast<char>( inChar - 'A' + 'a' ) : inChar;
-}
-
 bool EqualCaseless( std::string_view inLeft, std::string_view inRight )
 {
-    if ( inLeft.size() != inRight.size() )
-        return false;
-    for ( std::size_t i = 0; i < inLeft.size(); ++i )
-    {
-        if ( ToLower( inLeft[i] ) != ToLower( inRight[i] ) )
-            return false;
-    }
-    return true;
+    return inLeft.size() == inRight.size() &&
+        XTextScan::EqualCaseless( inLeft.data(), inRight.data(), inLeft.size() );
 }
 
 void Require( bool inHolds )
@@ -50,7 +35,7 @@ public:
     std::size_t CountDigits() const
     {
         std::size_t count = 0;
-        while ( count < itsRest.size() && IsDigit( itsRest[count] ) )
+        while ( count < itsRest.size() && XTextScan::IsDigit( itsRest[count] ) )
             ++count;
         return count;
     }
@@ -61,7 +46,7 @@ public:
         std::uint32_t number = 0;
         for ( const char digit : Take( inDigits ) )
         {
-            Require( IsDigit( digit ) );
+            Require( XTextScan::IsDigit( digit ) );
             number = number * 10 + static_cast<std::uint32_t>( digit - '0' );
         }
         return number;
@@ -71,8 +56,7 @@ public:
     std::string_view TakeWord()
     {
         std::size_t length = 0;
-        while ( length < itsRest.size() && ToLower( itsRest[length] ) >= 'a' &&
-                ToLower( itsRest[length] ) <= 'z' )
+        while ( length < itsRest.size() && XTextScan::IsLetter( itsRest[length] ) )
             ++length;
         return Take( length );
     }
@@ -82,7 +66,7 @@ public:
     /// The letter case does not matter.
     bool SkipChar( char inChar )
     {
-        if ( itsRest.empty() || ToLower( itsRest.front() ) != ToLower( inChar ) )
+        if ( itsRest.empty() || XTextScan::ToLower( itsRest.front() ) != XTextScan::ToLower( inChar ) )
             return false;
         itsRest.remove_prefix( 1 );
         return true;

@@ -43,8 +43,7 @@ public:
     XString UUIDToString() const;
 
     /// The 16 bytes in 22 characters of the URL-safe base64 alphabet (A-Z, a-z, 0-9, "-", "_") without
-    /// padding:
-    /// "-B1Prn3sEdCnZQCgyR5r9g". Upper and lower case differ in it.
+    /// padding: "-B1Prn3sEdCnZQCgyR5r9g". Upper and lower case differ in it.
     XString UUIDToTerseString() const;
 
     /// Reads either text form: the long one in either case, also within braces or after "urn:uuid:" (in
