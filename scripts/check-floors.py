@@ -10,7 +10,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # Lowest first. A file may include files of its own floor and of the floors below it.
 FLOORS = ["ground", "Core", "Threads", "Services", "Messaging", "Jobs", "Memory", "Pivot", "Network", "RemoteCalls",
           "NetJobs", "Startup", "Korvale", "Tools"]
-GROUND_HEADERS = {"XFail.h", "XTypes.h"}
+GROUND_HEADERS = {"XErrorNumbers.h", "XFail.h", "XTypes.h"}
 
 
 def floor_of(path: pathlib.Path) -> str:
