@@ -71,6 +71,9 @@ private:
 
     /// False when the system reported an error, which is then the last system error.
     bool CloseQuietly() noexcept;
+    /// One transfer of the system, of some of the bytes; a reading of none is the end of the file.
+    std::uint64_t ReadSome( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const;
+    std::uint64_t WriteSome( std::uint64_t inPosition, const void* inData, std::uint64_t inCount );
     void CheckDevicePosition( std::uint64_t inPosition ) const;
     void AdvanceDevicePosition( std::uint64_t inCount ) const;
 };

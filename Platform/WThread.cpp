@@ -3,6 +3,15 @@
 #include "WParkingNode.h"
 #include "WThreadManager.h"
 
+WThread::WThread( WThreadBody& inBody ) : itsBody( inBody ) {}
+
+WThread::~WThread()
+{
+    if ( GetThreadID() != 0 )
+        Ended();
+    WaitForSystemThread();
+}
+
 void WThread::Adopt()
 {
     {

@@ -4,7 +4,6 @@
 #include "WThreadBody.h"
 #include "WWaitResult.h"
 
-#include <memory>
 #include <mutex>
 
 /// A thread of the operating system, started on a body or adopted. It starts, wakes, yields, sleeps and takes
@@ -56,8 +55,6 @@ public:
 
 private:
     friend class WThreadManager;
-    struct Handle; // the system's
-
     std::int32_t Run();
     void StartSystemThread();
     void WaitForSystemThread();
@@ -65,6 +62,6 @@ private:
     WThreadBody& itsBody;
     WThreadAlert itsAlert;
     mutable std::mutex itsMutex;
-    std::unique_ptr<Handle> itsHandle; // of a started thread, until it is waited for
-    std::uint32_t itsThreadID = 0;     // guarded by itsMutex
+    std::uintptr_t itsHandle = 0;  // the system's, of a started thread, until it is waited for
+    std::uint32_t itsThreadID = 0; // guarded by itsMutex
 };

@@ -2,17 +2,12 @@
 
 #include "WErrno.h"
 
-#include <algorithm>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
-
-/// Linux transfers at most this much at once.
-constexpr std::uint64_t kLongestTransfer = 0x7FFFF000;
 
 /// Repeats a call for as long as signals interrupt it.
 template<class Call>
@@ -53,11 +48,6 @@ bool IsDirectory( int inDescriptor )
     return ::fstat( inDescriptor, &status ) == 0 && S_ISDIR( status.st_mode );
 }
 
-std::size_t GetTransferSize( std::uint64_t inCount )
-{
-    return static_cast<std::size_t>( std::min( inCount, kLongestTransfer ) );
-}
-
 } // namespace
 
 void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
@@ -90,55 +80,32 @@ bool WFile::CloseQuietly() noexcept
     return false;
 }
 
-std::uint64_t WFile::ReadAt( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const
+std::uint64_t WFile::ReadSome( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const
 {
-    if ( !itsHasPositions )
-        CheckDevicePosition( inPosition );
-    auto* data = static_cast<char*>( outData );
-    std::uint64_t done = 0;
-    while ( done < inCount )
-    {
-        const auto size = GetTransferSize( inCount - done );
-        const auto transferred = Retry(
-            [&]
-            {
-                return itsHasPositions ? ::pread(
-                                             GetDescriptor( itsHandle ), data + done, size,
-                                             static_cast<off_t>( inPosition + done ) )
-                                       : ::read( GetDescriptor( itsHandle ), data + done, size );
-            } );
-        if ( transferred == -1 )
-            WThrowErrno();
-        if ( transferred == 0 )
-            break;
-        done += static_cast<std::uint64_t>( transferred );
-    }
-    AdvanceDevicePosition( done );
-    return done;
+    const int file = GetDescriptor( itsHandle );
+    const auto read = Retry(
+        [&]
+        {
+            return itsHasPositions ? ::pread( file, outData, inCount, static_cast<off_t>( inPosition ) )
+                                   : ::read( file, outData, inCount );
+        } );
+    if ( read == -1 )
+        WThrowErrno();
+    return static_cast<std::uint64_t>( read );
 }
 
-void WFile::WriteAt( std::uint64_t inPosition, const void* inData, std::uint64_t inCount )
+std::uint64_t WFile::WriteSome( std::uint64_t inPosition, const void* inData, std::uint64_t inCount )
 {
-    if ( !itsHasPositions )
-        CheckDevicePosition( inPosition );
-    const auto* data = static_cast<const char*>( inData );
-    std::uint64_t done = 0;
-    while ( done < inCount )
-    {
-        const auto size = GetTransferSize( inCount - done );
-        const auto transferred = Retry(
-            [&]
-            {
-                return itsHasPositions ? ::pwrite(
-                                             GetDescriptor( itsHandle ), data + done, size,
-                                             static_cast<off_t>( inPosition + done ) )
-                                       : ::write( GetDescriptor( itsHandle ), data + done, size );
-            } );
-        if ( transferred == -1 )
-            WThrowErrno();
-        done += static_cast<std::uint64_t>( transferred );
-    }
-    AdvanceDevicePosition( done );
+    const int file = GetDescriptor( itsHandle );
+    const auto written = Retry(
+        [&]
+        {
+            return itsHasPositions ? ::pwrite( file, inData, inCount, static_cast<off_t>( inPosition ) )
+                                   : ::write( file, inData, inCount );
+        } );
+    if ( written == -1 )
+        WThrowErrno();
+    return static_cast<std::uint64_t>( written );
 }
 
 std::uint64_t WFile::GetSize() const

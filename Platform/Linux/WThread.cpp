@@ -2,6 +2,7 @@
 
 #include "WErrno.h"
 
+#include <bit>
 #include <fstream>
 #include <pthread.h>
 #include <sched.h>
@@ -9,11 +10,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
-
-struct WThread::Handle
-{
-    pthread_t thread;
-};
+#include <utility>
 
 namespace
 {
@@ -30,34 +27,25 @@ int ToNiceValue( std::int32_t inRelativePriority )
 
 } // namespace
 
-WThread::WThread( WThreadBody& inBody ) : itsBody( inBody ) {}
-
-WThread::~WThread()
-{
-    if ( GetThreadID() != 0 )
-        Ended();
-    WaitForSystemThread();
-}
-
 void WThread::StartSystemThread()
 {
-    auto handle = std::make_unique<Handle>();
     const auto run = []( void* inThread ) -> void*
     { return reinterpret_cast<void*>( std::intptr_t( static_cast<WThread*>( inThread )->Run() ) ); };
-    if ( const int error = pthread_create( &handle->thread, nullptr, run, this ) )
+    pthread_t thread;
+    if ( const int error = pthread_create( &thread, nullptr, run, this ) )
         WThrowErrno( error );
-    itsHandle = std::move( handle );
+    itsHandle = std::bit_cast<std::uintptr_t>( thread );
 }
 
 void WThread::WaitForSystemThread()
 {
-    if ( !itsHandle )
+    if ( itsHandle == 0 )
         return;
-    if ( pthread_equal( itsHandle->thread, pthread_self() ) )
-        pthread_detach( itsHandle->thread );
+    const auto thread = std::bit_cast<pthread_t>( std::exchange( itsHandle, 0 ) );
+    if ( pthread_equal( thread, pthread_self() ) )
+        pthread_detach( thread );
     else
-        pthread_join( itsHandle->thread, nullptr );
-    itsHandle.reset();
+        pthread_join( thread, nullptr );
 }
 
 void WThread::SetPriority( std::int32_t inRelativePriority )

@@ -3,15 +3,12 @@
 #include "Core/XFail.h"
 #include "WSystemError.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include <windows.h>
 
 namespace
 {
-
-constexpr std::uint64_t kLongestTransfer = 0x40000000;
 
 HANDLE GetSystemHandle( std::intptr_t inHandle )
 {
@@ -55,11 +52,6 @@ OVERLAPPED MakePosition( std::uint64_t inPosition )
     return position;
 }
 
-DWORD GetTransferSize( std::uint64_t inCount )
-{
-    return static_cast<DWORD>( std::min( inCount, kLongestTransfer ) );
-}
-
 } // namespace
 
 void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
@@ -84,47 +76,29 @@ bool WFile::CloseQuietly() noexcept
     return isClosed;
 }
 
-std::uint64_t WFile::ReadAt( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const
+std::uint64_t WFile::ReadSome( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const
 {
-    if ( !itsHasPositions )
-        CheckDevicePosition( inPosition );
-    auto* data = static_cast<char*>( outData );
-    std::uint64_t done = 0;
-    while ( done < inCount )
-    {
-        OVERLAPPED position = MakePosition( inPosition + done );
-        DWORD transferred = 0;
-        const bool isRead = ::ReadFile(
-                                GetSystemHandle( itsHandle ), data + done, GetTransferSize( inCount - done ),
-                                &transferred, itsHasPositions ? &position : nullptr ) != 0;
-        const DWORD error = isRead ? ERROR_SUCCESS : ::GetLastError();
-        if ( !isRead && error != ERROR_HANDLE_EOF && error != ERROR_BROKEN_PIPE )
-            XThrowLastSystemError();
-        if ( transferred == 0 )
-            break;
-        done += transferred;
-    }
-    AdvanceDevicePosition( done );
-    return done;
+    OVERLAPPED position = MakePosition( inPosition );
+    DWORD read = 0;
+    if ( ::ReadFile(
+             GetSystemHandle( itsHandle ), outData, static_cast<DWORD>( inCount ), &read,
+             itsHasPositions ? &position : nullptr ) )
+        return read;
+    const DWORD error = ::GetLastError();
+    if ( error != ERROR_HANDLE_EOF && error != ERROR_BROKEN_PIPE )
+        XThrowLastSystemError();
+    return 0;
 }
 
-void WFile::WriteAt( std::uint64_t inPosition, const void* inData, std::uint64_t inCount )
+std::uint64_t WFile::WriteSome( std::uint64_t inPosition, const void* inData, std::uint64_t inCount )
 {
-    if ( !itsHasPositions )
-        CheckDevicePosition( inPosition );
-    const auto* data = static_cast<const char*>( inData );
-    std::uint64_t done = 0;
-    while ( done < inCount )
-    {
-        OVERLAPPED position = MakePosition( inPosition + done );
-        DWORD transferred = 0;
-        if ( !::WriteFile(
-                 GetSystemHandle( itsHandle ), data + done, GetTransferSize( inCount - done ), &transferred,
-                 itsHasPositions ? &position : nullptr ) )
-            XThrowLastSystemError();
-        done += transferred;
-    }
-    AdvanceDevicePosition( done );
+    OVERLAPPED position = MakePosition( inPosition );
+    DWORD written = 0;
+    if ( !::WriteFile(
+             GetSystemHandle( itsHandle ), inData, static_cast<DWORD>( inCount ), &written,
+             itsHasPositions ? &position : nullptr ) )
+        XThrowLastSystemError();
+    return written;
 }
 
 std::uint64_t WFile::GetSize() const

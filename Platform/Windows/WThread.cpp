@@ -4,14 +4,10 @@
 #include "WThreadID.h"
 
 #include <process.h>
+#include <utility>
 #include <windows.h>
 
 #undef Yield // an empty macro of the system's headers
-
-struct WThread::Handle
-{
-    HANDLE thread;
-};
 
 namespace
 {
@@ -44,34 +40,23 @@ std::int64_t ToMicroseconds( const FILETIME& inTime )
 
 } // namespace
 
-WThread::WThread( WThreadBody& inBody ) : itsBody( inBody ) {}
-
-WThread::~WThread()
-{
-    if ( GetThreadID() != 0 )
-        Ended();
-    WaitForSystemThread();
-}
-
 void WThread::StartSystemThread()
 {
-    auto handle = std::make_unique<Handle>();
     const auto run = []( void* inThread ) -> unsigned
     { return static_cast<unsigned>( static_cast<WThread*>( inThread )->Run() ); };
-    handle->thread = reinterpret_cast<HANDLE>( _beginthreadex( nullptr, 0, run, this, 0, nullptr ) );
-    if ( !handle->thread )
+    itsHandle = _beginthreadex( nullptr, 0, run, this, 0, nullptr );
+    if ( itsHandle == 0 )
         XThrowLastSystemError();
-    itsHandle = std::move( handle );
 }
 
 void WThread::WaitForSystemThread()
 {
-    if ( !itsHandle )
+    if ( itsHandle == 0 )
         return;
-    if ( ::GetThreadId( itsHandle->thread ) != WThreadID::GetCurrent() )
-        WaitForSingleObject( itsHandle->thread, INFINITE );
-    CloseHandle( itsHandle->thread );
-    itsHandle.reset();
+    const auto thread = reinterpret_cast<HANDLE>( std::exchange( itsHandle, 0 ) );
+    if ( ::GetThreadId( thread ) != WThreadID::GetCurrent() )
+        WaitForSingleObject( thread, INFINITE );
+    CloseHandle( thread );
 }
 
 void WThread::SetPriority( std::int32_t inRelativePriority )

@@ -354,7 +354,9 @@ TEST( XThread, TakesPriorityAndAffinity )
     EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadAffinityMask( 0 ); } ) );
     constexpr std::uint32_t kInvalidParameter = 87; // the system's own number
     if ( XThread::GetProcessorCount() < 64 )
+    {
         EXPECT_EQ( kInvalidParameter, ErrorOf( [&] { thread.SetThreadAffinityMask( USize( 1 ) << 63 ); } ) );
+    }
     EXPECT_EQ( XThread::GetAffinityMaskForCore( 0 ), thread.GetThreadAffinityMask() );
     const std::uint32_t cores = XThread::GetPhysicalProcessorCoreCount();
     EXPECT_EQ( 1006u, ErrorOf( [&] { XThread::GetAffinityMaskForCore( cores ); } ) );
