@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What a command-line program has of the terminal and of its command line.
@@ -13,6 +15,20 @@ public:
     /// Makes standard output and standard error pass bytes as they are written, and a terminal read them as UTF-8.
     static void PrepareOutput();
 
-    /// True when standard error goes to a terminal.
+    static bool IsOutputTerminal();
+
+    /// True when standard error goes to a terminal that obeys control sequences. After PrepareOutput.
     static bool IsErrorTerminal();
+
+    struct Size
+    {
+        std::uint32_t columns = 0;
+        std::uint32_t rows = 0;
+    };
+
+    /// The present size of the terminal that standard error goes to; 80 x 24 where that is not known.
+    static Size GetErrorSize();
+
+    /// Writes to standard error past its buffer, but not where that would have to wait.
+    static void WriteErrorUnlessBlocked( std::string_view inText );
 };

@@ -75,6 +75,11 @@ std::unique_ptr<WImageFile> WImageFile::Open( const std::filesystem::path& inPat
     throw WImageError( "it is neither a TIFF nor a PNG file" );
 }
 
+WImagePage WImageFile::ReadPage( std::uint32_t inPage, const Progress& inProgress )
+{
+    return ReadPageSelf( inPage, inProgress );
+}
+
 std::uint64_t WImageFile::GetMostPNGBytes( std::uint64_t inFileSize )
 {
     // Deflate packs 1032 bytes into one at best, and a bit with a palette becomes three bytes.

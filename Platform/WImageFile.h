@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -74,15 +75,21 @@ public:
 
     virtual std::uint32_t GetPageCount() const { return 1; }
 
+    /// Hears now and then what share of a page has been read, from 0 to 1. May throw, which ends the reading.
+    using Progress = std::function<void( double )>;
+
     /// Reads the page of that number, counted from 0. Fastest in ascending order.
-    virtual WImagePage ReadPage( std::uint32_t inPage ) = 0;
+    WImagePage ReadPage( std::uint32_t inPage, const Progress& inProgress = IgnoreProgress );
 
 protected:
     WImageFile() = default;
+
+    virtual WImagePage ReadPageSelf( std::uint32_t inPage, const Progress& inProgress ) = 0;
 
     /// The most bytes of samples that a PNG file of that size can hold.
     static std::uint64_t GetMostPNGBytes( std::uint64_t inFileSize );
 
 private:
+    static void IgnoreProgress( double ) {}
     static std::unique_ptr<WImageFile> OpenPNG( const std::filesystem::path& inPath );
 };

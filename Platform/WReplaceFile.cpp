@@ -2,6 +2,7 @@
 
 #include "Core/XFail.h"
 #include "WSystemError.h"
+#include "WUnfinishedFiles.h"
 
 #include <random>
 #include <string>
@@ -62,7 +63,11 @@ WReplaceFile::WReplaceFile( const fs::path& inTarget ) : itsTarget( inTarget )
     if ( isReplacement )
         WFile( itsTarget, WFile::kReadWrite ).Close();
     itsPath = itsTarget.parent_path() / MakeTemporaryName();
-    itsFile.Open( itsPath, WFile::kCreateNew );
+    {
+        const auto hold = WUnfinishedFiles::Hold();
+        itsFile.Open( itsPath, WFile::kCreateNew );
+        WUnfinishedFiles::Add( itsPath );
+    }
     std::error_code error;
     if ( isReplacement )
         fs::permissions( itsPath, fs::status( itsTarget, error ).permissions(), error );
@@ -73,23 +78,31 @@ WReplaceFile::~WReplaceFile()
     if ( itsIsDirect || itsIsCommitted )
         return;
     itsFile = WFile();
+    const auto hold = WUnfinishedFiles::Hold();
     std::error_code error;
     fs::remove( itsPath, error );
+    WUnfinishedFiles::Forget( itsPath );
+}
+
+void WReplaceFile::Complete()
+{
+    if ( !itsFile.IsOpen() )
+        return;
+    itsFile.Flush();
+    itsFile.Close();
 }
 
 void WReplaceFile::Commit()
 {
     XAssert( !itsIsCommitted );
-    if ( itsFile.IsOpen() )
-    {
-        itsFile.Flush();
-        itsFile.Close();
-    }
+    Complete();
     if ( !itsIsDirect )
     {
+        const auto hold = WUnfinishedFiles::Hold();
         std::error_code error;
         fs::rename( itsPath, itsTarget, error );
         CheckError( error );
+        WUnfinishedFiles::Forget( itsPath );
     }
     itsIsCommitted = true;
 }

@@ -3,7 +3,8 @@
 #include "WFile.h"
 
 /// Writes a file beside its target and renames it into place, so that the target is either the old file or
-/// the whole new one. A target that is a device is written directly. Failures throw WLastErrorException.
+/// the whole new one. Until then it is one of the WUnfinishedFiles. A target that is a device is written directly.
+/// Failures throw WLastErrorException.
 class KORVALE_API WReplaceFile
 {
 public:
@@ -25,7 +26,11 @@ public:
     /// True when the target is a device and nothing will be renamed.
     bool IsDirect() const { return itsIsDirect; }
 
-    /// Puts the data on the disk, closes the file and renames it over the target. May be called once.
+    /// Puts the data on the disk and closes the file, so that all that takes long or fails is done before several files
+    /// take their places.
+    void Complete();
+
+    /// Completes the file and renames it over the target. May be called once.
     void Commit();
 
 private:

@@ -164,18 +164,18 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
         throw WImageError( "it holds no pages" );
 }
 
-WImagePage WTIFFFile::ReadPage( std::uint32_t inPage )
+WImagePage WTIFFFile::ReadPageSelf( std::uint32_t inPage, const Progress& inProgress )
 {
     const WTIFFDirectory tags( itsFile, itsHeader, itsPages.at( inPage ) );
     auto page = ReadLayout( tags );
     if ( IsPlain( tags ) )
     {
-        ReadPlain( tags, page );
+        ReadPlain( tags, inProgress, page );
         return page;
     }
     if ( !itsDecoder )
         itsDecoder.emplace( itsPath );
-    itsDecoder->Decode( inPage, tags.GetOffset(), GetMostBytes( tags ), page );
+    itsDecoder->Decode( inPage, tags.GetOffset(), GetMostBytes( tags ), inProgress, page );
     return page;
 }
 
@@ -198,11 +198,17 @@ WImagePage WTIFFFile::ReadLayout( const WTIFFDirectory& inTags ) const
     return page;
 }
 
-void WTIFFFile::ReadPlain( const WTIFFDirectory& inTags, WImagePage& outPage ) const
+void WTIFFFile::ReadPlain(
+    const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage ) const
 {
     const Grid grid( inTags, outPage );
-    for ( std::uint64_t block = 0; block < grid.blocksOfPlane * grid.planes; ++block )
-        ReadBlock( grid, block, outPage );
+    const auto blocks = grid.blocksOfPlane * grid.planes;
+    for ( std::uint64_t block = 0; block < blocks; ++block )
+    {
+        const auto tellShare = [&]( double inShare )
+        { inProgress( ( static_cast<double>( block ) + inShare ) / static_cast<double>( blocks ) ); };
+        ReadBlock( grid, block, tellShare, outPage );
+    }
 
     if ( itsHeader.isSwapped && outPage.type == WImagePage::kUInt16 )
         SwapAll<std::uint16_t>( outPage );
@@ -210,7 +216,8 @@ void WTIFFFile::ReadPlain( const WTIFFDirectory& inTags, WImagePage& outPage ) c
         SwapAll<std::uint32_t>( outPage );
 }
 
-void WTIFFFile::ReadBlock( const Grid& inGrid, std::uint64_t inBlock, WImagePage& outPage ) const
+void WTIFFFile::ReadBlock(
+    const Grid& inGrid, std::uint64_t inBlock, const Progress& inProgress, WImagePage& outPage ) const
 {
     const auto inPlane = inBlock % inGrid.blocksOfPlane;
     const auto left = inPlane % inGrid.across * inGrid.width;
@@ -224,10 +231,10 @@ void WTIFFFile::ReadBlock( const Grid& inGrid, std::uint64_t inBlock, WImagePage
         throw WImageError( "one of its strips or tiles is too short" );
     auto* const target = outPage.samples.get() + top * outPage.GetRowSize();
     if ( rowSize == outPage.GetRowSize() )
-        return ReadExactly( inGrid.offsets[inBlock], target, rows * rowSize );
+        return ReadExactly( inGrid.offsets[inBlock], target, rows * rowSize, inProgress );
 
     const auto block = std::make_unique_for_overwrite<std::byte[]>( rows * rowSize );
-    ReadExactly( inGrid.offsets[inBlock], block.get(), rows * rowSize );
+    ReadExactly( inGrid.offsets[inBlock], block.get(), rows * rowSize, inProgress );
 
     const auto channel = static_cast<std::uint32_t>( inBlock / inGrid.blocksOfPlane );
     outPage.CopyBlock(
@@ -235,12 +242,25 @@ void WTIFFFile::ReadBlock( const Grid& inGrid, std::uint64_t inBlock, WImagePage
         static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top ), inGrid.planes > 1, channel );
 }
 
-void WTIFFFile::ReadExactly( std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount ) const
+void WTIFFFile::ReadExactly(
+    std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount, const Progress& inProgress ) const
 {
+    constexpr std::uint64_t kPiece = 4 * 1024 * 1024;
     const auto size = itsFile.GetSize();
-    if ( inPosition > size || inCount > size - inPosition ||
-         itsFile.ReadAt( inPosition, outBytes, inCount ) != inCount )
+    const auto refuse = [&]
+    {
         throw WImageError(
             "it is cut off: " + std::to_string( inCount ) + " bytes of samples are missing at offset " +
             std::to_string( inPosition ) );
+    };
+    if ( inPosition > size || inCount > size - inPosition )
+        refuse();
+    for ( std::uint64_t done = 0; done < inCount; )
+    {
+        inProgress( static_cast<double>( done ) / static_cast<double>( inCount ) );
+        const auto piece = std::min( kPiece, inCount - done );
+        if ( itsFile.ReadAt( inPosition + done, outBytes + done, piece ) != piece )
+            refuse();
+        done += piece;
+    }
 }

@@ -14,7 +14,9 @@ public:
     explicit WTIFFFile( const std::filesystem::path& inPath );
 
     std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
-    WImagePage ReadPage( std::uint32_t inPage ) override;
+
+protected:
+    WImagePage ReadPageSelf( std::uint32_t inPage, const Progress& inProgress ) override;
 
 private:
     struct Grid;
@@ -27,7 +29,10 @@ private:
 
     std::uint64_t GetMostBytes( const WTIFFDirectory& inTags ) const;
     WImagePage ReadLayout( const WTIFFDirectory& inTags ) const;
-    void ReadPlain( const WTIFFDirectory& inTags, WImagePage& outPage ) const;
-    void ReadBlock( const Grid& inGrid, std::uint64_t inBlock, WImagePage& outPage ) const;
-    void ReadExactly( std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount ) const;
+    void ReadPlain( const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage ) const;
+    void ReadBlock(
+        const Grid& inGrid, std::uint64_t inBlock, const Progress& inProgress, WImagePage& outPage ) const;
+    void ReadExactly(
+        std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount,
+        const Progress& inProgress ) const;
 };

@@ -1,6 +1,7 @@
 #include "WFile.h"
 #include "WImageFile.h"
 
+#include <algorithm>
 #include <bit>
 #include <csetjmp>
 #include <cstdio>
@@ -10,6 +11,8 @@
 
 namespace
 {
+constexpr png_uint_32 kRowsAtOnce = 16;
+
 /// The file as libpng reads it, and what went wrong: libpng is C code, which no exception may pass.
 struct Source
 {
@@ -51,7 +54,8 @@ public:
     explicit PNGFile( const std::filesystem::path& inPath );
     ~PNGFile() override { png_destroy_read_struct( &itsPNG, &itsInfo, nullptr ); }
 
-    WImagePage ReadPage( std::uint32_t inPage ) override;
+protected:
+    WImagePage ReadPageSelf( std::uint32_t inPage, const Progress& inProgress ) override;
 
 private:
     Source itsSource;
@@ -62,9 +66,9 @@ private:
     void Check( bool inSuccess );
 };
 
-// The two functions in which libpng may jump back have no objects to destroy.
+// The functions in which libpng may jump back have no objects to destroy.
 
-bool ReadHeader( png_structp inPNG, png_infop inInfo )
+bool ReadHeader( png_structp inPNG, png_infop inInfo, int& outPasses )
 {
     if ( setjmp( png_jmpbuf( inPNG ) ) )
         return false;
@@ -74,16 +78,23 @@ bool ReadHeader( png_structp inPNG, png_infop inInfo )
     png_set_strip_alpha( inPNG );
     if ( std::endian::native == std::endian::little )
         png_set_swap( inPNG );
-    png_set_interlace_handling( inPNG );
+    outPasses = png_set_interlace_handling( inPNG );
     png_read_update_info( inPNG, inInfo );
     return true;
 }
 
-bool ReadRows( png_structp inPNG, png_bytepp inRows )
+bool ReadRows( png_structp inPNG, png_bytepp inRows, png_uint_32 inCount )
 {
     if ( setjmp( png_jmpbuf( inPNG ) ) )
         return false;
-    png_read_image( inPNG, inRows );
+    png_read_rows( inPNG, inRows, nullptr, inCount );
+    return true;
+}
+
+bool ReadEnd( png_structp inPNG )
+{
+    if ( setjmp( png_jmpbuf( inPNG ) ) )
+        return false;
     png_read_end( inPNG, nullptr );
     return true;
 }
@@ -93,7 +104,7 @@ PNGFile::PNGFile( const std::filesystem::path& inPath )
 {
 }
 
-WImagePage PNGFile::ReadPage( std::uint32_t )
+WImagePage PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress )
 {
     itsSource.position = 0;
     png_destroy_read_struct( &itsPNG, &itsInfo, nullptr );
@@ -102,13 +113,20 @@ WImagePage PNGFile::ReadPage( std::uint32_t )
     Check( itsInfo != nullptr );
     png_set_read_fn( itsPNG, &itsSource, ReadSource );
     png_set_user_limits( itsPNG, PNG_UINT_31_MAX, PNG_UINT_31_MAX );
-    Check( ReadHeader( itsPNG, itsInfo ) );
+    int passes = 1;
+    Check( ReadHeader( itsPNG, itsInfo, passes ) );
 
     auto page = GetLayout();
     std::vector<png_bytep> rows( page.height );
     for ( std::size_t y = 0; y < rows.size(); ++y )
         rows[y] = reinterpret_cast<png_bytep>( page.samples.get() ) + y * page.GetRowSize();
-    Check( ReadRows( itsPNG, rows.data() ) );
+    for ( int pass = 0; pass < passes; ++pass )
+        for ( png_uint_32 row = 0; row < page.height; row += kRowsAtOnce )
+        {
+            inProgress( ( pass + static_cast<double>( row ) / page.height ) / passes );
+            Check( ReadRows( itsPNG, rows.data() + row, std::min( kRowsAtOnce, page.height - row ) ) );
+        }
+    Check( ReadEnd( itsPNG ) );
     return page;
 }
 

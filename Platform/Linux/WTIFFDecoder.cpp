@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <tiffio.h>
 
 namespace
 {
+constexpr std::uint64_t kMostAtOnce = 8 * 1024 * 1024; // bytes of a strip
 constexpr const char* kDamaged = "its compressed samples cannot be read";
 
 /// libtiff's first complaint since this was cleared. It complains on the thread that reads.
@@ -37,7 +39,9 @@ public:
     Implementation( const Implementation& ) = delete;
     Implementation& operator=( const Implementation& ) = delete;
 
-    void Decode( std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, WImagePage& ioPage );
+    void Decode(
+        std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
+        WImagePage& ioPage );
 
 private:
     TIFF* itsTIFF;
@@ -45,15 +49,24 @@ private:
     template<class T>
     T GetField( std::uint32_t inTag );
     bool HasForm( const WImagePage& inPage );
-    void DecodeStrips( std::uint16_t inPlane, WImagePage& ioPage );
-    void DecodeTiles( std::uint16_t inPlane, std::uint64_t inMostBytes, WImagePage& ioPage );
+    void DecodeStrips( std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage );
+    void DecodeRows( std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage );
+    void DecodeTiles(
+        std::uint16_t inPlane, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
+        WImagePage& ioPage );
     bool IsSeparate() { return GetField<std::uint16_t>( TIFFTAG_PLANARCONFIG ) == PLANARCONFIG_SEPARATE; }
 };
 
 WTIFFDecoder::Implementation::Implementation( const std::filesystem::path& inPath )
 {
-    TIFFSetWarningHandler( nullptr );
-    TIFFSetErrorHandler( KeepMessage );
+    static std::once_flag once;
+    std::call_once(
+        once,
+        []
+        {
+            TIFFSetWarningHandler( nullptr );
+            TIFFSetErrorHandler( KeepMessage );
+        } );
     sMessage.clear();
     itsTIFF = TIFFOpen( inPath.c_str(), "r" );
     Check( itsTIFF != nullptr );
@@ -76,7 +89,8 @@ bool WTIFFDecoder::Implementation::HasForm( const WImagePage& inPage )
 }
 
 void WTIFFDecoder::Implementation::Decode(
-    std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, WImagePage& ioPage )
+    std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
+    WImagePage& ioPage )
 {
     sMessage.clear();
     Check( TIFFSetSubDirectory( itsTIFF, inDirectoryOffset ) != 0 );
@@ -91,17 +105,23 @@ void WTIFFDecoder::Implementation::Decode(
 
     const auto planes = static_cast<std::uint16_t>( IsSeparate() ? ioPage.channels : 1 );
     for ( std::uint16_t plane = 0; plane < planes; ++plane )
+    {
+        const auto tellShare = [&]( double inShare ) { inProgress( ( plane + inShare ) / planes ); };
         if ( TIFFIsTiled( itsTIFF ) )
-            DecodeTiles( plane, inMostBytes, ioPage );
+            DecodeTiles( plane, inMostBytes, tellShare, ioPage );
         else
-            DecodeStrips( plane, ioPage );
+            DecodeStrips( plane, tellShare, ioPage );
+    }
 }
 
-void WTIFFDecoder::Implementation::DecodeStrips( std::uint16_t inPlane, WImagePage& ioPage )
+void WTIFFDecoder::Implementation::DecodeStrips(
+    std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     const auto rowsPerStrip = std::min( GetField<std::uint32_t>( TIFFTAG_ROWSPERSTRIP ), ioPage.height );
     const auto rowSize = static_cast<std::uint64_t>( TIFFScanlineSize64( itsTIFF ) );
     Check( rowsPerStrip > 0 && rowSize == ioPage.GetRowSize() / ( IsSeparate() ? ioPage.channels : 1 ) );
+    if ( rowSize * rowsPerStrip > kMostAtOnce )
+        return DecodeRows( inPlane, inProgress, ioPage );
 
     const auto block = std::make_unique_for_overwrite<std::byte[]>( rowSize * rowsPerStrip );
     for ( std::uint64_t top = 0; top < ioPage.height; top += rowsPerStrip )
@@ -110,13 +130,29 @@ void WTIFFDecoder::Implementation::DecodeStrips( std::uint16_t inPlane, WImagePa
         const auto rows = std::min( rowsPerStrip, ioPage.height - row );
         const auto size = static_cast<tmsize_t>( rowSize * rows );
         const auto strip = TIFFComputeStrip( itsTIFF, row, inPlane );
+        inProgress( static_cast<double>( row ) / ioPage.height );
         Check( TIFFReadEncodedStrip( itsTIFF, strip, block.get(), size ) == size );
         ioPage.CopyBlock( block.get(), ioPage.width, rows, 0, row, IsSeparate(), inPlane );
     }
 }
 
+/// Slower than whole strips, but the reading can be given up within one.
+void WTIFFDecoder::Implementation::DecodeRows(
+    std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage )
+{
+    const auto size = static_cast<std::size_t>( TIFFScanlineSize64( itsTIFF ) );
+    const auto line = std::make_unique_for_overwrite<std::byte[]>( size );
+    for ( std::uint32_t row = 0; row < ioPage.height; ++row )
+    {
+        inProgress( static_cast<double>( row ) / ioPage.height );
+        Check( TIFFReadScanline( itsTIFF, line.get(), row, inPlane ) == 1 );
+        ioPage.CopyBlock( line.get(), ioPage.width, 1, 0, row, IsSeparate(), inPlane );
+    }
+}
+
 void WTIFFDecoder::Implementation::DecodeTiles(
-    std::uint16_t inPlane, std::uint64_t inMostBytes, WImagePage& ioPage )
+    std::uint16_t inPlane, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
+    WImagePage& ioPage )
 {
     const auto width = GetField<std::uint32_t>( TIFFTAG_TILEWIDTH );
     const auto height = GetField<std::uint32_t>( TIFFTAG_TILELENGTH );
@@ -129,6 +165,7 @@ void WTIFFDecoder::Implementation::DecodeTiles(
     for ( std::uint64_t top = 0; top < ioPage.height; top += height )
         for ( std::uint64_t left = 0; left < ioPage.width; left += width )
         {
+            inProgress( static_cast<double>( top ) / ioPage.height );
             const auto x = static_cast<std::uint32_t>( left );
             const auto y = static_cast<std::uint32_t>( top );
             const auto tile = TIFFComputeTile( itsTIFF, x, y, 0, inPlane );
@@ -145,7 +182,8 @@ WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
 WTIFFDecoder::~WTIFFDecoder() = default;
 
 void WTIFFDecoder::Decode(
-    std::uint32_t, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, WImagePage& ioPage )
+    std::uint32_t, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes,
+    const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
-    itsImplementation->Decode( inDirectoryOffset, inMostBytes, ioPage );
+    itsImplementation->Decode( inDirectoryOffset, inMostBytes, inProgress, ioPage );
 }

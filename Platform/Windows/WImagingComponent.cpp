@@ -106,17 +106,19 @@ void CopyChannels( const WImagePage& inFrom, WImagePage& ioPage )
         std::memcpy( to, from, toSize );
 }
 
-/// Copies in bands, because the component counts a buffer's bytes in 32 bits.
-void CopyRows( IWICBitmapSource& inSource, WImagePage& ioPage )
+/// Copies in bands, because the component counts a buffer's bytes in 32 bits, and tells of each.
+void CopyRows( IWICBitmapSource& inSource, const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     constexpr std::uint64_t kMostBytes = std::numeric_limits<std::int32_t>::max();
+    constexpr std::uint64_t kBandBytes = 4 * 1024 * 1024;
     const auto rowSize = ioPage.GetRowSize();
     if ( rowSize > kMostBytes || ioPage.width > kMostBytes || ioPage.height > kMostBytes )
         throw WImageError( "its rows are too long for Windows" );
 
-    const auto most = static_cast<std::uint32_t>( kMostBytes / rowSize );
+    const auto most = static_cast<std::uint32_t>( std::max<std::uint64_t>( kBandBytes / rowSize, 1 ) );
     for ( std::uint32_t top = 0; top < ioPage.height; )
     {
+        inProgress( static_cast<double>( top ) / ioPage.height );
         const auto rows = std::min( most, ioPage.height - top );
         const WICRect band{
             0, static_cast<INT>( top ), static_cast<INT>( ioPage.width ), static_cast<INT>( rows ) };
@@ -129,7 +131,9 @@ void CopyRows( IWICBitmapSource& inSource, WImagePage& ioPage )
     }
 }
 /// Copies all channels of the source, which may be more than those of the page.
-void CopyFormat( IWICBitmapSource& inSource, std::uint32_t inChannels, bool inIsReversed, WImagePage& ioPage )
+void CopyFormat(
+    IWICBitmapSource& inSource, std::uint32_t inChannels, bool inIsReversed,
+    const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     if ( inChannels < ioPage.channels )
         throw WImageError( "Windows cannot read this form of image" );
@@ -145,7 +149,7 @@ void CopyFormat( IWICBitmapSource& inSource, std::uint32_t inChannels, bool inIs
     else
         whole.Allocate( ioPage.GetByteCount() * inChannels );
 
-    CopyRows( inSource, whole );
+    CopyRows( inSource, inProgress, whole );
     if ( inIsReversed )
         ExchangeRedAndBlue( whole );
     if ( isSame )
@@ -177,7 +181,7 @@ GetColours( IWICImagingFactory& inFactory, IWICBitmapFrameDecode& inFrame, const
 /// Copies packed samples as the colours that they stand for, or, into a page of one channel, as grey levels.
 void CopyPacked(
     IWICBitmapFrameDecode& inFrame, std::uint32_t inBits, const std::vector<WICColor>& inColours,
-    WImagePage& ioPage )
+    const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     if ( ioPage.width > std::numeric_limits<std::int32_t>::max() / 8 )
         throw WImageError( "its rows are too long for Windows" );
@@ -187,6 +191,7 @@ void CopyPacked(
     for ( std::uint32_t y = 0; y < ioPage.height; ++y )
     {
         const WICRect band{ 0, static_cast<INT>( y ), static_cast<INT>( ioPage.width ), 1 };
+        inProgress( static_cast<double>( y ) / ioPage.height );
         Check( inFrame.CopyPixels( &band, rowSize, rowSize, row.data() ), "its samples cannot be read" );
         for ( std::uint32_t x = 0; x < ioPage.width; ++x )
         {
@@ -201,7 +206,7 @@ void CopyPacked(
 
 WImagingComponent::WImagingComponent( const std::filesystem::path& inPath )
 {
-    itsMustUninitialise = SUCCEEDED( CoInitializeEx( nullptr, COINIT_MULTITHREADED ) );
+    Check( CoIncrementMTAUsage( &itsApartment ), "the Windows Imaging Component cannot be started" );
     try
     {
         Check(
@@ -232,11 +237,11 @@ void WImagingComponent::Release()
         itsDecoder->Release();
     if ( itsFactory )
         itsFactory->Release();
-    if ( itsMustUninitialise )
-        CoUninitialize();
+    CoDecrementMTAUsage( itsApartment );
 }
 
-void WImagingComponent::CopyFrame( std::uint32_t inFrame, bool inMayConvert, WImagePage& ioPage )
+void WImagingComponent::CopyFrame(
+    std::uint32_t inFrame, bool inMayConvert, const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     Reference<IWICBitmapFrameDecode> frame;
     Check( itsDecoder->GetFrame( inFrame, frame.GetAddress() ), "its page cannot be found" );
@@ -251,11 +256,12 @@ void WImagingComponent::CopyFrame( std::uint32_t inFrame, bool inMayConvert, WIm
         throw WImageError( "Windows cannot read this form of image" );
 
     if ( format )
-        return CopyFormat( *frame.Get(), format->channels, format->isReversed, ioPage );
+        return CopyFormat( *frame.Get(), format->channels, format->isReversed, inProgress, ioPage );
 
     const auto* packed =
         std::ranges::find( kPackedFormats, id, []( const auto& inEach ) { return inEach.id; } );
     if ( packed == std::end( kPackedFormats ) || ioPage.type != WImagePage::kUInt8 )
         throw WImageError( "Windows cannot read this form of image" );
-    CopyPacked( *frame.Get(), packed->bits, GetColours( *itsFactory, *frame.Get(), *packed ), ioPage );
+    CopyPacked(
+        *frame.Get(), packed->bits, GetColours( *itsFactory, *frame.Get(), *packed ), inProgress, ioPage );
 }

@@ -6,7 +6,8 @@
 #include <wincodec.h>
 #include <windows.h>
 
-/// An image file opened by the Windows Imaging Component. Used on the thread that made it; failures throw WImageError.
+/// An image file opened by the Windows Imaging Component. Used by one thread at a time, whichever; failures throw
+/// WImageError.
 class WImagingComponent
 {
 public:
@@ -17,10 +18,12 @@ public:
 
     /// Fills the samples of a page whose form is known and whose room is made. A frame of other channels or samples is
     /// refused unless `inMayConvert`: then transparency is dropped, palettes are applied and few bits scaled to eight.
-    void CopyFrame( std::uint32_t inFrame, bool inMayConvert, WImagePage& ioPage );
+    void CopyFrame(
+        std::uint32_t inFrame, bool inMayConvert, const WImageFile::Progress& inProgress,
+        WImagePage& ioPage );
 
 private:
-    bool itsMustUninitialise = false;
+    CO_MTA_USAGE_COOKIE itsApartment = nullptr; ///< Of the process, for threads that have none of their own.
     IWICImagingFactory* itsFactory = nullptr;
     IWICBitmapDecoder* itsDecoder = nullptr;
 

@@ -70,7 +70,7 @@ class PNGFile : public WImageFile
 public:
     explicit PNGFile( const std::filesystem::path& inPath ) : itsPath( inPath ) {}
 
-    WImagePage ReadPage( std::uint32_t ) override
+    WImagePage ReadPageSelf( std::uint32_t, const Progress& inProgress ) override
     {
         const WFile file( itsPath, WFile::kRead );
         const auto header = ReadHeader( file );
@@ -86,7 +86,7 @@ public:
             page.pixelHeight = 1e6 / header.pixelsPerMetreY;
         }
         page.Allocate( GetMostPNGBytes( file.GetSize() ) );
-        WImagingComponent( itsPath ).CopyFrame( 0, true, page );
+        WImagingComponent( itsPath ).CopyFrame( 0, true, inProgress, page );
         return page;
     }
 

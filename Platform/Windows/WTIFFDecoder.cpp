@@ -29,7 +29,9 @@ public:
     {
     }
 
-    void Decode( std::uint32_t inPage, std::uint64_t inDirectoryOffset, WImagePage& ioPage );
+    void Decode(
+        std::uint32_t inPage, std::uint64_t inDirectoryOffset, const WImageFile::Progress& inProgress,
+        WImagePage& ioPage );
 
 private:
     WFile itsFile;
@@ -38,7 +40,8 @@ private:
 };
 
 void WTIFFDecoder::Implementation::Decode(
-    std::uint32_t inPage, std::uint64_t inDirectoryOffset, WImagePage& ioPage )
+    std::uint32_t inPage, std::uint64_t inDirectoryOffset, const WImageFile::Progress& inProgress,
+    WImagePage& ioPage )
 {
     // Not every system that has the component undoes this byte order once only.
     if ( itsHeader.isSwapped && ioPage.type != WImagePage::kUInt8 )
@@ -48,7 +51,7 @@ void WTIFFDecoder::Implementation::Decode(
     if ( isMinWhite && ( ioPage.type == WImagePage::kFloat32 || ioPage.channels > 1 ) )
         throw WImageError( "compressed samples of this form with white as 0 cannot be read on Windows" );
 
-    itsComponent.CopyFrame( inPage, false, ioPage );
+    itsComponent.CopyFrame( inPage, false, inProgress, ioPage );
     // The component has made white the highest value; wanted are the samples as they are stored.
     if ( isMinWhite )
         Invert( ioPage );
@@ -62,7 +65,8 @@ WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
 WTIFFDecoder::~WTIFFDecoder() = default;
 
 void WTIFFDecoder::Decode(
-    std::uint32_t inPage, std::uint64_t inDirectoryOffset, std::uint64_t, WImagePage& ioPage )
+    std::uint32_t inPage, std::uint64_t inDirectoryOffset, std::uint64_t,
+    const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
-    itsImplementation->Decode( inPage, inDirectoryOffset, ioPage );
+    itsImplementation->Decode( inPage, inDirectoryOffset, inProgress, ioPage );
 }

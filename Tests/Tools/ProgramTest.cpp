@@ -1,7 +1,9 @@
 #include "Program.h"
 
+#include "TIFFWriter.h"
 #include "TestFolder.h"
 #include "TestImages.h"
+#include "TestPages.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -22,7 +24,7 @@ protected:
     {
         itsOut.str( "" );
         itsError.str( "" );
-        Terminal terminal{ itsOut, itsError, true };
+        Terminal terminal{ itsOut, itsError };
         return RunProgram( inArguments, terminal );
     }
 
@@ -31,6 +33,15 @@ protected:
     std::string WriteImage( const std::string& inName, std::string_view inDigits = kGrey8 )
     {
         itsFolder.Write( inName, FromHex( inDigits ) );
+        return Name( inName );
+    }
+
+    std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )
+    {
+        WFile file( itsFolder / inName, WFile::kCreate );
+        TIFFWriter writer( file );
+        for ( const auto* page : inPages )
+            writer.WritePage( *page );
         return Name( inName );
     }
 
@@ -105,6 +116,8 @@ TEST_F( Program, RefusesWrongUsage )
         { "measure", image, "--min-pixels", "-1" },
         { "measure", image, "-o", "" },
         { "measure", image, "--csv", "" },
+        { "measure", image, "--log", "" },
+        { "measure", image, "--workers", "0" },
         { "measure", image, "-o", Name( "same" ), "--csv", Name( "./same" ) },
         { "measure", image, "--csv", image },
         { "sample", Name( "s" ), "--planes", "0" },
@@ -138,7 +151,25 @@ TEST_F( Program, TellsOfImagesItCannotRead )
     ExpectRefused( Name( "empty.tif" ), "it holds no pages" );
 }
 
-TEST_F( Program, TakesNothingOfADamagedStack )
+TEST_F( Program, GoesOnBehindPagesThatFail )
+{
+    const auto grey = MakePage<std::uint8_t>( 2, { 1, 9 } );
+    const auto colours = MakePage<std::uint8_t>( 2, { 0, 1, 0, 9 }, 2 );
+    const auto image = WriteStack( "stack.tif", { &colours, &grey, &colours, &grey, &grey } );
+    ASSERT_EQ( Run( { "measure", image, "--channel", "C2", "--csv", Name( "out.csv" ), "-q" } ), 1 );
+    const auto line = []( const std::string& inSubject )
+    { return "korvale: " + inSubject + ": it has no channel C2, only 1\n"; };
+    EXPECT_EQ( itsError.str(), line( image + ": page 1" ) + line( image + ": pages 3 to 4" ) );
+    const auto csv = itsFolder.Read( "out.csv" );
+    EXPECT_EQ( std::ranges::count( csv, '\n' ), 3 );
+    EXPECT_NE( csv.find( "\n1,stack.tif,0," ), std::string::npos );
+    EXPECT_NE( csv.find( "\n1,stack.tif,2," ), std::string::npos );
+
+    EXPECT_EQ( Run( { "measure", image, "--channel", "C3", "--csv", Name( "none.csv" ) } ), 1 );
+    EXPECT_FALSE( std::filesystem::exists( itsFolder / "none.csv" ) );
+}
+
+TEST_F( Program, TellsOfAPageThatIsCutOff )
 {
     // The directory of each page lies behind its samples: without its end the file has lost its last page.
     Run(
@@ -148,8 +179,61 @@ TEST_F( Program, TakesNothingOfADamagedStack )
     bytes.pop_back();
     itsFolder.Write( "cut.tif", bytes );
     EXPECT_EQ( Run( { "measure", Name( "cut.tif" ), "--csv", Name( "out.csv" ) } ), 1 );
-    EXPECT_FALSE( std::filesystem::exists( itsFolder / "out.csv" ) );
-    EXPECT_EQ( Run( { "measure", Name( "s/sample.tif" ), "--channel", "C2" } ), 1 );
+    EXPECT_EQ( itsError.str().find( "korvale: " + Name( "cut.tif" ) + ": page 1: " ), 0u ) << itsError.str();
+    EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 2 );
+}
+
+TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
+{
+    // The first pages take longest, so that with several workers the jobs end in another order.
+    std::mt19937 random( 1 );
+    std::vector<WImagePage> pages;
+    for ( const std::uint32_t side : { 600, 300, 100, 30, 10, 3, 2, 1 } )
+        pages.push_back( MakePage( side, MakeNoise<std::uint8_t>( random, side * side, 9 ) ) );
+    std::vector<const WImagePage*> order;
+    for ( const auto& page : pages )
+        order.push_back( &page );
+    const auto first = WriteStack( "first.tif", order ), last = WriteStack( "last.tif", order );
+
+    std::vector<std::string> expected;
+    for ( const auto workers : { "1", "2", "3", "1000" } )
+    {
+        const auto table = Name( "t" ), csv = Name( "c" );
+        EXPECT_EQ(
+            Run(
+                { "measure", first, Name( "no.tif" ), last, "-o", table, "--csv", csv, "--workers",
+                  workers } ),
+            1 );
+        const std::vector<std::string> written{
+            itsFolder.Read( "t" ), itsFolder.Read( "c" ), itsOut.str(), itsError.str() };
+        expected = expected.empty() ? written : expected;
+        EXPECT_EQ( written, expected ) << workers;
+    }
+}
+
+TEST_F( Program, KeepsALog )
+{
+    const auto image = WriteImage( "image.png" ), log = Name( "log" );
+    EXPECT_EQ( Run( { "measure", image, Name( "no.tif" ), "--log", log, "-q" } ), 1 );
+    EXPECT_EQ( itsOut.str(), "" );
+    EXPECT_EQ( Run( { "--verbose", "--log", log, "measure", image, "-q" } ), 0 );
+    EXPECT_NE( itsError.str().find( "image.png: 1 of 1 pages, 1 objects, " ), std::string::npos );
+
+    const auto entries = itsFolder.Read( "log" );
+    const std::vector<std::string> expected{
+        "\tinformation\t",
+        "\t-\tkorvale 0.",
+        ": measure " + image,
+        image + ": 1 of 1 pages, 1 objects, ",
+        "\terror\t",
+        "\t2\t" + Name( "no.tif" ) + ": ",
+        "ended with status 1 after ",
+        "ended with status 0 after " };
+    for ( const auto& text : expected )
+        EXPECT_NE( entries.find( text ), std::string::npos ) << text << entries;
+
+    EXPECT_EQ( Run( { "measure", image, "-q", "--log", Name( "image.png" ) + "/log" } ), 0 );
+    EXPECT_NE( itsError.str().find( "warning: cannot write the log " ), std::string::npos );
 }
 
 TEST_F( Program, MeasuresAPageOfOneValue )

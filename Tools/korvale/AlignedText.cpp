@@ -1,5 +1,7 @@
 #include "AlignedText.h"
 
+#include "Pieces.h"
+
 #include <algorithm>
 
 namespace
@@ -16,30 +18,47 @@ std::size_t GetWidth( const std::string& inText )
 std::size_t GetWidth( const AlignedColumn& inColumn, std::uint32_t inRowCount )
 {
     std::size_t width = 0;
-    for ( std::uint32_t row = 0; row < inRowCount; ++row )
-        width = std::max( width, GetWidth( inColumn.getCell( row ) ) );
+    const auto visit = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    {
+        for ( auto row = inFirst; row < inEnd; ++row )
+            width = std::max( width, GetWidth( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
+    };
+    ForEachPiece( inRowCount, kTableRowsAtOnce, visit );
     return width;
 }
 } // namespace
 
-void PrintAligned(
-    const std::vector<AlignedColumn>& inColumns, std::uint32_t inRowCount, std::ostream& ioOut )
+AlignedText::AlignedText( std::vector<AlignedColumn> inColumns, std::uint32_t inRowCount )
+    : itsColumns( std::move( inColumns ) ), itsRowCount( inRowCount )
 {
-    std::vector<std::size_t> widths;
-    for ( const auto& column : inColumns )
-        widths.push_back( GetWidth( column, inRowCount ) );
-
-    for ( std::uint32_t row = 0; row < inRowCount && ioOut; ++row )
+    XProgress progress( itsColumns.size() );
+    for ( const auto& column : itsColumns )
     {
-        std::string line;
-        for ( std::size_t i = 0; i < inColumns.size(); ++i )
-        {
-            const auto cell = inColumns[i].getCell( row );
-            const std::string padding( widths[i] - GetWidth( cell ), ' ' );
-            line += i > 0 ? kGap : "";
-            line += inColumns[i].isRightAligned ? padding + cell : cell + padding;
-        }
-        line.erase( line.find_last_not_of( ' ' ) + 1 );
-        ioOut << line << '\n';
+        itsWidths.push_back( GetWidth( column, itsRowCount ) );
+        progress.Increment();
     }
+}
+
+void AlignedText::Print( std::ostream& ioOut ) const
+{
+    const auto print = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    {
+        for ( auto row = inFirst; row < inEnd && ioOut; ++row )
+            ioOut << MakeLine( static_cast<std::uint32_t>( row ) ) << '\n';
+    };
+    ForEachPiece( itsRowCount, kTableRowsAtOnce, print );
+}
+
+std::string AlignedText::MakeLine( std::uint32_t inRow ) const
+{
+    std::string line;
+    for ( std::size_t i = 0; i < itsColumns.size(); ++i )
+    {
+        const auto cell = itsColumns[i].getCell( inRow );
+        const std::string padding( itsWidths[i] - GetWidth( cell ), ' ' );
+        line += i > 0 ? kGap : "";
+        line += itsColumns[i].isRightAligned ? padding + cell : cell + padding;
+    }
+    line.erase( line.find_last_not_of( ' ' ) + 1 );
+    return line;
 }

@@ -13,6 +13,19 @@ struct AlignedColumn
     std::function<std::string( std::uint32_t inRow )> getCell; ///< UTF-8 without line breaks.
 };
 
-/// Prints rows of cells in columns as wide as their widest cell.
-void PrintAligned(
-    const std::vector<AlignedColumn>& inColumns, std::uint32_t inRowCount, std::ostream& ioOut );
+/// Rows of cells in columns as wide as their widest cell.
+class AlignedText
+{
+public:
+    /// Goes through all cells for their widths.
+    AlignedText( std::vector<AlignedColumn> inColumns, std::uint32_t inRowCount );
+
+    void Print( std::ostream& ioOut ) const;
+
+private:
+    std::vector<AlignedColumn> itsColumns;
+    std::uint32_t itsRowCount;
+    std::vector<std::size_t> itsWidths;
+
+    std::string MakeLine( std::uint32_t inRow ) const;
+};

@@ -2,12 +2,18 @@
 
 #include "Core/XException.h"
 #include "WCodePage.h"
+#include "WInterrupt.h"
 
 #include <algorithm>
 #include <charconv>
 #include <exception>
 #include <new>
 #include <stdexcept>
+
+namespace
+{
+constexpr std::uint32_t kUserAbort = 1001;
+}
 
 std::filesystem::path PathFromUTF8( const std::string& inText )
 {
@@ -20,6 +26,11 @@ std::string PathToUTF8( const std::filesystem::path& inPath )
     return std::string( text.begin(), text.end() );
 }
 
+std::string CheckFileName( const std::string& inText )
+{
+    return inText.empty() ? "the file has no name" : "";
+}
+
 std::string CheckWholeNumber( const std::string& inText )
 {
     std::uint64_t number = 0;
@@ -28,32 +39,38 @@ std::string CheckWholeNumber( const std::string& inText )
     return error == std::errc() && rest == end ? "" : inText + " is no whole number from 0 to 2^64 - 1";
 }
 
-std::string DescribeCurrentException()
+bool Failure::IsUserAbort() const
 {
-    std::string text;
+    return number == kUserAbort;
+}
+
+Failure DescribeCurrentException()
+{
+    Failure failure;
     try
     {
         throw;
     }
     catch ( const XException& exception )
     {
-        text = WCodePage::AnsiToUTF8( exception.GetRawErrorMessage().GetStringView() );
+        failure.text = WCodePage::AnsiToUTF8( exception.GetRawErrorMessage().GetStringView() );
+        failure.number = exception.GetErrorNumber();
     }
     catch ( const std::filesystem::filesystem_error& error )
     {
-        text = error.code().message(); // Without the path, which the user gave in another form.
+        failure.text = error.code().message(); // Without the path, which the user gave in another form.
     }
     catch ( const std::bad_alloc& )
     {
-        text = "there is not enough memory";
+        failure.text = "there is not enough memory";
     }
     catch ( const std::exception& exception )
     {
-        text = exception.what();
+        failure.text = exception.what();
     }
     std::ranges::replace_if(
-        text, []( char inCharacter ) { return inCharacter == '\r' || inCharacter == '\n'; }, ' ' );
-    return text;
+        failure.text, []( char inCharacter ) { return inCharacter == '\r' || inCharacter == '\n'; }, ' ' );
+    return failure;
 }
 
 void WriteOutput( const std::string& inName, const std::function<void()>& inWork )
@@ -64,11 +81,15 @@ void WriteOutput( const std::string& inName, const std::function<void()>& inWork
     }
     catch ( ... )
     {
-        throw std::runtime_error( "cannot write " + inName + ": " + DescribeCurrentException() );
+        const auto failure = DescribeCurrentException();
+        if ( failure.IsUserAbort() )
+            throw;
+        throw std::runtime_error( "cannot write " + inName + ": " + failure.text );
     }
 }
 
-void ReportFailure( Terminal& ioTerminal, const std::string& inSubject, const std::string& inText )
+void CheckLastAbort()
 {
-    ioTerminal.error << "korvale: " << inSubject << ": " << inText << '\n' << std::flush;
+    if ( WInterrupt::IsRequested() )
+        XThrow( kUserAbort );
 }

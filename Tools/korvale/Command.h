@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <ostream>
 #include <string>
 
 namespace CLI
@@ -11,21 +10,19 @@ namespace CLI
 class App;
 }
 
+class Session;
+
 /// The exit statuses of the program.
 enum ExitStatus
 {
     kSuccess = 0,
     kFailure = 1,
-    kWrongUsage = 2
+    kWrongUsage = 2,
+    kInterrupted = 130
 };
 
-/// Where a command talks to its user. Text is UTF-8.
-struct Terminal
-{
-    std::ostream& out;
-    std::ostream& error;
-    bool showsProgress = false;
-};
+/// How long work goes on before its progress is shown, so that short work shows none.
+constexpr std::uint32_t kProgressDelayMs = 500;
 
 /// A subcommand of the program.
 class Command
@@ -41,8 +38,9 @@ public:
     /// Checks what the options cannot check one by one. Throws CLI::Error: wrong usage.
     virtual void Check() const {}
 
-    /// Does the work and returns the exit status. Failures of which there is no more to say are thrown.
-    virtual int Run( Terminal& ioTerminal ) = 0;
+    /// Does the work, on a thread of the program's own, and returns the exit status. Failures of which there is no more
+    /// to say are thrown, and so is the user's abort (1001).
+    virtual int Run( Session& ioSession ) = 0;
 
 protected:
     Command() = default;
@@ -51,14 +49,29 @@ protected:
 std::filesystem::path PathFromUTF8( const std::string& inText );
 std::string PathToUTF8( const std::filesystem::path& inPath );
 
+/// For options that name a file: what is wrong with the name, empty if nothing.
+std::string CheckFileName( const std::string& inText );
+
 /// For options that take a whole number: what is wrong with the text, empty if nothing.
 std::string CheckWholeNumber( const std::string& inText );
 
-/// What the exception that is being handled says, on one line of UTF-8.
-std::string DescribeCurrentException();
+/// What went wrong, on one line of UTF-8, and its error number where it has one.
+struct Failure
+{
+    std::string text;
+    std::uint32_t number = 0;
 
-/// Does work that writes a file or a folder. What it throws becomes a runtime_error that names what was to be written.
+    bool IsUserAbort() const;
+    bool operator==( const Failure& ) const = default;
+};
+
+/// Of the exception that is being handled.
+Failure DescribeCurrentException();
+
+/// Does work that writes a file or a folder. What it throws, but for the user's abort, becomes a runtime_error that names
+/// what was to be written.
 void WriteOutput( const std::string& inName, const std::function<void()>& inWork );
 
-/// Tells the user of a failure: "korvale: <subject>: <text>".
-void ReportFailure( Terminal& ioTerminal, const std::string& inSubject, const std::string& inText );
+/// To be called when all that a command writes is complete, in one hold of WUnfinishedFiles with its finishing: obeys an
+/// interrupt for the last time (1001).
+void CheckLastAbort();

@@ -2,14 +2,32 @@
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"
 #include "WConsole.h"
+#include "WInterrupt.h"
+#include "WUnfinishedFiles.h"
 
 #include <iostream>
 
+namespace
+{
+/// Work obeys an interrupt within a few milliseconds, but not where the system keeps it waiting.
+constexpr std::uint32_t kGraceMs = 100;
+
+void LeaveNothing()
+{
+    if ( WConsole::IsErrorTerminal() )
+        WConsole::WriteErrorUnlessBlocked( ProgressDisplay::GetEraser() );
+    WConsole::WriteErrorUnlessBlocked( "korvale: interrupted\n" );
+    WUnfinishedFiles::RemoveForEnd();
+}
+} // namespace
+
 int main( int inArgCount, char** inArgs )
 {
+    const WInterrupt interrupt( { kInterrupted, kGraceMs, LeaveNothing } );
     const WInitCore core;
     const WInitApp application;
     WConsole::PrepareOutput();
-    Terminal terminal{ std::cout, std::cerr, WConsole::IsErrorTerminal() };
+    const auto style = WConsole::IsErrorTerminal() ? ProgressDisplay::kBars : ProgressDisplay::kLines;
+    Terminal terminal{ std::cout, std::cerr, style, WConsole::IsOutputTerminal(), true };
     return RunProgram( WConsole::GetArguments( inArgCount, inArgs ), terminal );
 }

@@ -1,10 +1,13 @@
 #include "Measure.h"
 
+#include "ImageMeasurer.h"
 #include "MeasurementSummary.h"
-#include "ProgressCounter.h"
+#include "Session.h"
 #include "TableFile.h"
 #include "TableText.h"
+#include "Threads/XThread.h"
 #include "WReplaceFile.h"
+#include "WUnfinishedFiles.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
@@ -46,11 +49,6 @@ std::string CheckThreshold( const std::string& inText )
         : inText + " is neither otsu nor a number";
 }
 
-std::string CheckFileName( const std::string& inText )
-{
-    return inText.empty() ? "the file has no name" : "";
-}
-
 /// True when both name one file, which need not exist.
 bool IsSamePath( const std::string& inOne, const std::string& inOther )
 {
@@ -88,9 +86,12 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "first pixel is 0; the perimeter counts the edges of pixels; areas are given where the image tells "
         "the size of\n"
         "its pixels. The standard deviation is that of all the object's pixels.\n"
-        "A table file or a CSV file is written only when it is asked for, and replaces an older one. An "
-        "image that\n"
-        "cannot be read is told on standard error; the others are measured, and the exit status is 1." );
+        "A table file or a CSV file is written only when it is asked for, and replaces an older one when all "
+        "is measured.\n"
+        "An image or a page that cannot be read is told on standard error; the others are measured, and the "
+        "exit status\n"
+        "is 1. Interrupted, the command writes neither file; the exit status is 130.\n"
+        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();
     command->add_option( "-o,--output", itsTable, "Table file to write, for korvale show" )
         ->type_name( "TABLE" )
@@ -114,6 +115,9 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->type_name( "N" )
         ->check( CheckWholeNumber )
         ->capture_default_str();
+    command->add_option( "--workers", itsWorkers, "Pages to measure at a time [one for each processor]" )
+        ->type_name( "N" )
+        ->check( CLI::Range( 1u, 1024u ) );
     command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
     return command;
 }
@@ -129,24 +133,13 @@ void Measure::Check() const
                 refuse( output + " is an image to measure; it would be overwritten" );
 }
 
-int Measure::Run( Terminal& ioTerminal )
+int Measure::Run( Session& ioSession )
 {
-    std::vector<ImageMeasurement> measurements;
-    {
-        ProgressCounter progress( ioTerminal, "Measuring page", itsIsQuiet );
-        for ( const auto& image : itsImages )
-        {
-            try
-            {
-                measurements.push_back( MeasureImage( image, progress ) );
-            }
-            catch ( ... )
-            {
-                progress.Clear();
-                ReportFailure( ioTerminal, image, DescribeCurrentException() );
-            }
-        }
-    }
+    if ( itsIsQuiet )
+        ioSession.progress.Silence();
+    const auto workers = itsWorkers > 0 ? itsWorkers : XThread::GetProcessorCount();
+    ImageMeasurer measurer( GetSettings(), workers, ioSession );
+    const auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
         return kFailure;
@@ -154,8 +147,8 @@ int Measure::Run( Terminal& ioTerminal )
     const auto table = MakeMeasurementTable( measurements );
     WriteOutputs( table );
     if ( !itsIsQuiet )
-        PrintSummary( measurements, table, GetSettings().channel, ioTerminal.out );
-    return measurements.size() == itsImages.size() ? kSuccess : kFailure;
+        PrintSummary( measurements, table, GetSettings().channel, ioSession.out );
+    return measurer.HasFailures() ? kFailure : kSuccess;
 }
 
 MeasureSettings Measure::GetSettings() const
@@ -166,23 +159,6 @@ MeasureSettings Measure::GetSettings() const
     settings.connectivity = itsConnectivity == 4 ? Connectivity::kEdges : Connectivity::kEdgesAndCorners;
     settings.leastPixels = itsLeastPixels;
     return settings;
-}
-
-/// All pages or none: a damaged page leaves nothing of its image.
-ImageMeasurement Measure::MeasureImage( const std::string& inImage, ProgressCounter& ioProgress ) const
-{
-    const auto path = PathFromUTF8( inImage );
-    const auto file = WImageFile::Open( path );
-    const auto settings = GetSettings();
-
-    ImageMeasurement measurement;
-    measurement.name = PathToUTF8( path.filename() );
-    for ( std::uint32_t page = 0; page < file->GetPageCount(); ++page )
-    {
-        ioProgress.Show( page + 1, file->GetPageCount(), "of " + measurement.name );
-        measurement.pages.push_back( MeasurePage( file->ReadPage( page ), settings ) );
-    }
-    return measurement;
 }
 
 /// Both files are complete before either takes its place.
@@ -196,6 +172,7 @@ void Measure::WriteOutputs( const XPivotTable& inTable ) const
             {
                 table.emplace( PathFromUTF8( itsTable ) );
                 WriteTableFile( inTable, table->GetFile() );
+                table->Complete();
             } );
     if ( !itsCSV.empty() )
         WriteOutput(
@@ -204,7 +181,10 @@ void Measure::WriteOutputs( const XPivotTable& inTable ) const
             {
                 csv.emplace( PathFromUTF8( itsCSV ) );
                 WriteCSVFile( inTable, csv->GetFile() );
+                csv->Complete();
             } );
+    const auto hold = WUnfinishedFiles::Hold();
+    CheckLastAbort();
     if ( table )
         WriteOutput( itsTable, [&] { table->Commit(); } );
     if ( csv )

@@ -6,15 +6,13 @@
 
 #include <vector>
 
-class ProgressCounter;
-
 /// `korvale measure`: finds the objects of every page of every image and measures them into a table.
 class Measure : public Command
 {
 public:
     CLI::App* Declare( CLI::App& ioProgram ) override;
     void Check() const override;
-    int Run( Terminal& ioTerminal ) override;
+    int Run( Session& ioSession ) override;
 
 private:
     std::vector<std::string> itsImages;
@@ -24,9 +22,9 @@ private:
     std::string itsThreshold = "otsu";
     std::uint32_t itsConnectivity = 8;
     std::uint64_t itsLeastPixels = 1;
+    std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
     bool itsIsQuiet = false;
 
     MeasureSettings GetSettings() const;
-    ImageMeasurement MeasureImage( const std::string& inImage, ProgressCounter& ioProgress ) const;
     void WriteOutputs( const XPivotTable& inTable ) const;
 };

@@ -88,5 +88,5 @@ void PrintSummary(
     std::vector<AlignedColumn> texts;
     for ( std::size_t i = 0; i < lines[0].size(); ++i )
         texts.push_back( { i > 0, [&lines, i]( std::uint32_t inRow ) { return lines[inRow][i]; } } );
-    PrintAligned( texts, static_cast<std::uint32_t>( lines.size() ), ioOut );
+    AlignedText( texts, static_cast<std::uint32_t>( lines.size() ) ).Print( ioOut );
 }

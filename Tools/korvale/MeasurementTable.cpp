@@ -1,5 +1,6 @@
 #include "MeasurementTable.h"
 
+#include "Pieces.h"
 #include "Pivot/XPivotFloatColumn.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotUInt32Column.h"
@@ -70,15 +71,18 @@ Filler::Filler( std::uint32_t inChannels, bool inHasArea ) : itsChannelCount( in
 
 void Filler::AddPage( const XString& inName, std::uint32_t inTimepoint, const PageMeasurement& inPage )
 {
-    std::uint32_t number = 0;
-    for ( const auto& shape : inPage.shapes )
+    const auto addRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
-        AddStatistics( inPage, number );
-        itsID->AppendValue( ++number, true );
-        itsName->AppendValue( inName, true );
-        itsTimepoint->AppendValue( inTimepoint, true );
-        AddShape( shape, inPage );
-    }
+        for ( auto i = inFirst; i < inEnd; ++i )
+        {
+            AddStatistics( inPage, i );
+            itsID->AppendValue( static_cast<std::uint32_t>( i + 1 ), true );
+            itsName->AppendValue( inName, true );
+            itsTimepoint->AppendValue( inTimepoint, true );
+            AddShape( inPage.shapes[i], inPage );
+        }
+    };
+    ForEachPiece( inPage.shapes.size(), kTableRowsAtOnce, addRows );
 }
 
 void Filler::AddShape( const ObjectShape& inShape, const PageMeasurement& inPage )

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 
 void AppendNumber( std::string& ioText, double inNumber )
 {
@@ -12,4 +13,11 @@ void AppendNumber( std::string& ioText, double inNumber )
         ? std::to_chars( digits, std::end( digits ), static_cast<std::int64_t>( inNumber ) ).ptr
         : std::to_chars( digits, std::end( digits ), inNumber ).ptr;
     ioText.append( digits, end );
+}
+
+std::string FormatSeconds( double inSeconds )
+{
+    char text[64];
+    std::snprintf( text, sizeof( text ), "%.2f s", inSeconds );
+    return text;
 }

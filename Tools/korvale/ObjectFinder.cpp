@@ -1,5 +1,7 @@
 #include "ObjectFinder.h"
 
+#include "Pieces.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -146,6 +148,7 @@ private:
     std::size_t itsRowStart = 0;           ///< The first run of the row that is being added.
 
     void AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd );
+    void NumberComponent( std::size_t inComponent, std::uint64_t inLeastPixels, std::uint32_t& ioObjects );
     std::uint32_t FindRoot( std::uint32_t inComponent );
     std::uint32_t Join( std::uint32_t inOne, std::uint32_t inOther );
 };
@@ -227,6 +230,21 @@ std::uint32_t Finder::Join( std::uint32_t inOne, std::uint32_t inOther )
     return earlier;
 }
 
+/// Turns the parent of a component into the number of its object. Parents come before their children.
+void Finder::NumberComponent( std::size_t inComponent, std::uint64_t inLeastPixels, std::uint32_t& ioObjects )
+{
+    auto& parent = itsParents[inComponent];
+    if ( parent != inComponent )
+        parent = itsParents[parent];
+    else if ( itsShapes[inComponent].pixelCount < inLeastPixels )
+        parent = PixelRun::kNoObject;
+    else
+    {
+        itsShapes[ioObjects] = itsShapes[inComponent];
+        parent = ioObjects++;
+    }
+}
+
 FoundObjects Finder::TakeObjects( std::uint64_t inLeastPixels )
 {
     // A parent comes before its children, so one pass from the end adds everything up to the roots ...
@@ -236,19 +254,12 @@ FoundObjects Finder::TakeObjects( std::uint64_t inLeastPixels )
 
     // ... and one from the start turns parents into numbers of objects, whose shapes move up.
     std::uint32_t objects = 0;
-    for ( std::size_t component = 0; component < itsParents.size(); ++component )
+    const auto number = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
-        auto& parent = itsParents[component];
-        if ( parent != component )
-            parent = itsParents[parent];
-        else if ( itsShapes[component].pixelCount < inLeastPixels )
-            parent = PixelRun::kNoObject;
-        else
-        {
-            itsShapes[objects] = itsShapes[component];
-            parent = objects++;
-        }
-    }
+        for ( auto component = inFirst; component < inEnd; ++component )
+            NumberComponent( component, inLeastPixels, objects );
+    };
+    ForEachPiece( itsParents.size(), kPixelsAtOnce, number );
     itsShapes.resize( objects );
     for ( auto& run : itsRuns )
         run.object = itsParents[run.object];
@@ -260,11 +271,13 @@ void MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThres
 {
     const Level<T> level( inThreshold );
     const auto* samples = inPage.GetSamples<T>() + inChannel;
-    for ( std::uint32_t row = 0; row < inPage.height; ++row )
-    {
-        MarkRow( samples, inPage.channels, inPage.width, level, outMask.GetRow( row ) );
-        samples += std::size_t{ inPage.width } * inPage.channels;
-    }
+    ForEachRow(
+        inPage.height, inPage.width,
+        [&]( std::uint32_t inRow )
+        {
+            MarkRow( samples, inPage.channels, inPage.width, level, outMask.GetRow( inRow ) );
+            samples += std::size_t{ inPage.width } * inPage.channels;
+        } );
 }
 
 Mask MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold )
@@ -303,9 +316,13 @@ FoundObjects FindObjects(
     const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Connectivity inConnectivity,
     std::uint64_t inLeastPixels )
 {
+    XProgress progress( 3, XProgress::kProgressSteps );
     auto mask = MarkPage( inPage, inChannel, inThreshold );
+    progress.Increment();
     Finder finder( inPage.width, mask.CountRuns(), inConnectivity );
-    for ( std::uint32_t row = 0; row < inPage.height; ++row )
-        finder.AddRow( row, mask.GetRow( row ) );
+    ForEachRow(
+        inPage.height, inPage.width,
+        [&]( std::uint32_t inRow ) { finder.AddRow( inRow, mask.GetRow( inRow ) ); } );
+    progress.Increment();
     return finder.TakeObjects( inLeastPixels );
 }

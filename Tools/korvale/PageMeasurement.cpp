@@ -1,5 +1,6 @@
 #include "PageMeasurement.h"
 
+#include "Pieces.h"
 #include "Threshold.h"
 
 #include <algorithm>
@@ -119,17 +120,24 @@ template<class T, class Sum, class Action>
 void ForEachRun(
     const WImagePage& inPage, const FoundObjects& inFound, std::vector<Sum>& ioSums, Action inAction )
 {
+    constexpr std::uint64_t kRunsAtOnce = 1024;
     const auto* samples = inPage.GetSamples<T>();
-    for ( const auto& run : inFound.runs )
+    const auto visit = [&]( const PixelRun& inRun )
     {
-        if ( run.object == PixelRun::kNoObject )
-            continue;
-        const auto pixel = std::size_t{ run.row } * inPage.width + run.first;
+        const auto pixel = std::size_t{ inRun.row } * inPage.width + inRun.first;
         for ( std::uint32_t channel = 0; channel < inPage.channels; ++channel )
             inAction(
-                ioSums[std::size_t{ run.object } * inPage.channels + channel],
-                samples + pixel * inPage.channels + channel, run.end - run.first );
-    }
+                ioSums[std::size_t{ inRun.object } * inPage.channels + channel],
+                samples + pixel * inPage.channels + channel, inRun.end - inRun.first );
+    };
+    ForEachPiece(
+        inFound.runs.size(), kRunsAtOnce,
+        [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+        {
+            for ( auto i = inFirst; i < inEnd; ++i )
+                if ( inFound.runs[i].object != PixelRun::kNoObject )
+                    visit( inFound.runs[i] );
+        } );
 }
 
 template<class T, class Sum>
@@ -179,14 +187,17 @@ PageMeasurement MeasurePage( const WImagePage& inPage, const MeasureSettings& in
             "it has no channel C" + std::to_string( inSettings.channel + 1 ) + ", only " +
             std::to_string( inPage.channels ) );
 
+    XProgress progress( 3, XProgress::kProgressSteps );
     PageMeasurement measurement;
     measurement.channels = inPage.channels;
     measurement.pixelWidth = inPage.pixelWidth;
     measurement.pixelHeight = inPage.pixelHeight;
     measurement.threshold =
         inSettings.threshold ? *inSettings.threshold : GetOtsuThreshold( inPage, inSettings.channel );
+    progress.Increment();
     const auto found = FindObjects(
         inPage, inSettings.channel, measurement.threshold, inSettings.connectivity, inSettings.leastPixels );
+    progress.Increment();
     measurement.statistics = GetStatistics( inPage, found );
     measurement.shapes = found.shapes; // A copy is as small as it can be.
     return measurement;

@@ -1,6 +1,9 @@
 #include "Program.h"
 
+#include "CommandThread.h"
+#include "Core/XTimer.h"
 #include "Measure.h"
+#include "NumberText.h"
 #include "Sample.h"
 #include "Show.h"
 
@@ -16,6 +19,12 @@ struct Subcommand
     CLI::App* app = nullptr;
 };
 
+struct Options
+{
+    std::string log;
+    bool isVerbose = false;
+};
+
 std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
 {
     std::vector<Subcommand> subcommands;
@@ -23,28 +32,73 @@ std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
     subcommands.push_back( { std::make_unique<Measure>() } );
     subcommands.push_back( { std::make_unique<Show>() } );
     for ( auto& subcommand : subcommands )
+    {
         subcommand.app = subcommand.command->Declare( ioProgram );
+        subcommand.app->fallthrough(); // The program's own options may follow the command too.
+    }
     return subcommands;
 }
 
-/// The exit status of what printed its results: a failure when some of them are lost.
-int FinishOutput( int inStatus, Terminal& ioTerminal )
+void DeclareOptions( CLI::App& ioProgram, Options& outOptions )
 {
-    if ( ioTerminal.out.flush() )
+    ioProgram.set_version_flag( "--version", "korvale " KORVALE_VERSION );
+    ioProgram
+        .add_option( "--log", outOptions.log, "Session log to append to [session.log in the state folder]" )
+        ->type_name( "FILE" )
+        ->check( CheckFileName );
+    ioProgram.add_flag( "--verbose", outOptions.isVerbose, "Show on standard error what goes into the log" );
+    ioProgram.require_subcommand( 1 );
+    ioProgram.allow_windows_style_options( false ); // A path may begin with a slash there too.
+    ioProgram.footer(
+        "These options may stand behind the command too; korvale COMMAND --help explains it.\n"
+        "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage, 130 when the\n"
+        "user interrupted it: then it leaves no new file behind." );
+}
+
+/// The exit status of what printed its results: a failure when some of them are lost.
+int FinishOutput( int inStatus, Session& ioSession )
+{
+    if ( ioSession.out.flush() || inStatus == kInterrupted )
         return inStatus;
-    ReportFailure( ioTerminal, "standard output", "not everything could be written" );
+    ioSession.ReportFailure( "standard output", { "not everything could be written" } );
     return kFailure;
+}
+
+/// The arguments as one would type them.
+std::string Quote( const std::vector<std::string>& inArguments )
+{
+    std::string text;
+    for ( const auto& argument : inArguments )
+    {
+        const auto isPlain = !argument.empty() && argument.find_first_of( " \t\n\"'\\" ) == std::string::npos;
+        text += isPlain ? " " + argument : " \"" + argument + "\"";
+    }
+    return text;
+}
+
+int RunCommand(
+    const Subcommand& inSubcommand, const std::vector<std::string>& inArguments, const Options& inOptions,
+    Session& ioSession )
+{
+    const XTimer timer;
+    ioSession.StartLog( inOptions.log, inOptions.isVerbose );
+    ioSession.Note( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
+    CommandThread thread( *inSubcommand.command, inSubcommand.app->get_name(), ioSession );
+    const auto status = FinishOutput( thread.RunWithMainLoop(), ioSession );
+    ioSession.Note(
+        "ended with status " + std::to_string( status ) + " after " +
+        FormatSeconds( timer.GetElapsedSeconds() ) );
+    ioSession.EndLog();
+    return status;
 }
 } // namespace
 
 int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTerminal )
 {
+    Session session( ioTerminal );
+    Options options;
     CLI::App program( "Finds and measures the objects in microscope images.", "korvale" );
-    program.set_version_flag( "--version", "korvale " KORVALE_VERSION );
-    program.require_subcommand( 1 );
-    program.allow_windows_style_options( false ); // A path may begin with a slash there too.
-    program.footer( "korvale COMMAND --help explains a command.\n"
-                    "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage." );
+    DeclareOptions( program, options );
     auto subcommands = DeclareSubcommands( program );
     try
     {
@@ -53,17 +107,16 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
         const auto used =
             std::ranges::find_if( subcommands, []( const auto& inEach ) { return inEach.app->parsed(); } );
         used->command->Check();
-        return FinishOutput( used->command->Run( ioTerminal ), ioTerminal );
+        return RunCommand( *used, inArguments, options, session );
     }
     catch ( const CLI::Error& error )
     {
         const auto status = program.exit( error, ioTerminal.out, ioTerminal.error );
-        return status == 0 ? FinishOutput( kSuccess, ioTerminal ) : kWrongUsage;
+        return status == 0 ? FinishOutput( kSuccess, session ) : kWrongUsage;
     }
     catch ( ... )
     {
-        ReportFailure(
-            ioTerminal, program.get_subcommands().front()->get_name(), DescribeCurrentException() );
+        session.ReportFailure( "korvale", DescribeCurrentException() );
         return kFailure;
     }
 }

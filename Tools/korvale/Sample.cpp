@@ -1,8 +1,11 @@
 #include "Sample.h"
 
-#include "ProgressCounter.h"
+#include "Jobs/XProgress.h"
+#include "NewFolder.h"
+#include "Session.h"
 #include "TIFFWriter.h"
 #include "WReplaceFile.h"
+#include "WUnfinishedFiles.h"
 
 #include <CLI/CLI.hpp>
 #include <limits>
@@ -14,7 +17,9 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
     command->footer(
         "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
         "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
-        "has a line for each object of each plane: where it was drawn, how large and how bright." );
+        "has a line for each object of each plane: where it was drawn, how large and how bright.\n"
+        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is "
+        "written." );
     command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )
         ->type_name( "" )
         ->required();
@@ -61,36 +66,45 @@ void Sample::Check() const
     }
 }
 
-int Sample::Run( Terminal& ioTerminal )
+int Sample::Run( Session& ioSession )
 {
+    if ( itsIsQuiet )
+        ioSession.progress.Silence();
     const auto folder = PathFromUTF8( itsFolder );
-    WriteOutput( itsFolder, [&] { WriteFiles( folder, ioTerminal ); } );
+    WriteOutput( itsFolder, [&] { WriteFiles( folder ); } );
     if ( !itsIsQuiet )
-        ioTerminal.out << PathToUTF8( folder / "sample.tif" ) << ": " << itsSettings.planes << " planes of "
-                       << itsSettings.objects << " objects\n"
-                       << PathToUTF8( folder / "truth.csv" ) << ": what was drawn\n";
+        ioSession.out << PathToUTF8( folder / "sample.tif" ) << ": " << itsSettings.planes << " planes of "
+                      << itsSettings.objects << " objects\n"
+                      << PathToUTF8( folder / "truth.csv" ) << ": what was drawn\n";
     return kSuccess;
 }
 
 /// Both files are complete before either takes its place.
-void Sample::WriteFiles( const std::filesystem::path& inFolder, Terminal& ioTerminal ) const
+void Sample::WriteFiles( const std::filesystem::path& inFolder ) const
 {
-    std::filesystem::create_directories( inFolder );
+    NewFolder folder( inFolder );
     WReplaceFile imageFile( inFolder / "sample.tif" );
     WReplaceFile truthFile( inFolder / "truth.csv" );
 
     SampleStack stack( itsSettings );
     TIFFWriter image( imageFile.GetFile() );
     auto truth = stack.GetTruthHeader();
-    ProgressCounter progress( ioTerminal, "Drawing", itsIsQuiet );
+    XProgress progress( itsSettings.planes, XProgress::kProgressWork, kProgressDelayMs );
+    progress.SetTitle( "Drawing planes" );
     for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
     {
-        progress.Show( plane, itsSettings.planes, "planes" );
         image.WritePage( stack.DrawPlane() );
         truth += stack.GetTruth();
+        progress.Increment();
+        progress.YieldAndCheckAbort();
     }
-    progress.Clear();
     truthFile.GetFile().WriteAt( 0, truth.data(), truth.size() );
+    imageFile.Complete();
+    truthFile.Complete();
+
+    const auto hold = WUnfinishedFiles::Hold();
+    CheckLastAbort();
     imageFile.Commit();
     truthFile.Commit();
+    folder.Keep();
 }

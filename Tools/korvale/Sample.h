@@ -9,12 +9,12 @@ class Sample : public Command
 public:
     CLI::App* Declare( CLI::App& ioProgram ) override;
     void Check() const override;
-    int Run( Terminal& ioTerminal ) override;
+    int Run( Session& ioSession ) override;
 
 private:
     std::string itsFolder;
     SampleSettings itsSettings;
     bool itsIsQuiet = false;
 
-    void WriteFiles( const std::filesystem::path& inFolder, Terminal& ioTerminal ) const;
+    void WriteFiles( const std::filesystem::path& inFolder ) const;
 };

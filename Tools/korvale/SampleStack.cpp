@@ -1,6 +1,7 @@
 #include "SampleStack.h"
 
 #include "NumberText.h"
+#include "Pieces.h"
 
 #include <algorithm>
 #include <cmath>
@@ -131,11 +132,15 @@ void SampleStack::Expose( const std::vector<float>& inLight, WImagePage& outPage
 {
     constexpr double kBrightest = std::numeric_limits<T>::max();
     auto* samples = reinterpret_cast<T*>( outPage.samples.get() );
-    for ( std::size_t i = 0; i < inLight.size(); ++i )
+    const auto expose = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
-        const auto light = ( double{ inLight[i] } + kNoise * DrawNoise() ) * kBrightest;
-        samples[i] = static_cast<T>( std::clamp( light, 0.0, kBrightest ) + 0.5 );
-    }
+        for ( auto i = inFirst; i < inEnd; ++i )
+        {
+            const auto light = ( double{ inLight[i] } + kNoise * DrawNoise() ) * kBrightest;
+            samples[i] = static_cast<T>( std::clamp( light, 0.0, kBrightest ) + 0.5 );
+        }
+    };
+    ForEachPiece( inLight.size(), kPixelsAtOnce, expose );
 }
 
 WImagePage SampleStack::DrawPlane()
@@ -150,11 +155,18 @@ WImagePage SampleStack::DrawPlane()
 
     std::vector<float> light(
         std::size_t{ page.width } * page.height * page.channels, static_cast<float>( kBackground ) );
-    for ( auto& disc : itsDiscs )
+    XProgress progress( 2, XProgress::kProgressSteps );
+    constexpr std::uint64_t kDiscsAtOnce = 16;
+    const auto paint = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
-        Wander( disc );
-        Paint( disc, light );
-    }
+        for ( auto i = inFirst; i < inEnd; ++i )
+        {
+            Wander( itsDiscs[i] );
+            Paint( itsDiscs[i], light );
+        }
+    };
+    ForEachPiece( itsDiscs.size(), kDiscsAtOnce, paint );
+    progress.Increment();
     if ( page.type == WImagePage::kUInt8 )
         Expose<std::uint8_t>( light, page );
     else

@@ -7,10 +7,14 @@ class Show : public Command
 {
 public:
     CLI::App* Declare( CLI::App& ioProgram ) override;
-    int Run( Terminal& ioTerminal ) override;
+    int Run( Session& ioSession ) override;
 
 private:
     std::string itsTable;
     bool itsAsCSV = false;
     bool itsStructure = false;
+    bool itsIsQuiet = false;
+
+    void ShowStructure( Session& ioSession ) const;
+    void ShowTable( Session& ioSession ) const;
 };

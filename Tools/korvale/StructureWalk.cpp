@@ -313,6 +313,7 @@ void StructureWalk::SkipValues( std::uint32_t inClass, std::uint32_t inCount )
 
 void StructureWalk::Begin( std::string inField )
 {
+    itsProgress.YieldAndCheckAbort();
     itsField = std::move( inField );
     itsFieldOffset = itsStream.GetPosition();
 }

@@ -2,6 +2,7 @@
 
 #include "Core/XStream.h"
 #include "Core/XString.h"
+#include "Jobs/XProgress.h"
 
 #include <ostream>
 #include <string>
@@ -35,6 +36,8 @@ private:
     std::size_t itsObject = 0;       ///< The number of the next object.
     SSize64 itsFieldOffset = 0;
     std::string itsField; ///< What is being read.
+    XProgress itsProgress{
+        1, XProgress::kProgressWait }; ///< For the abort; the printing itself shows how far it is.
 
     std::string WalkOnce();
     void WalkFile();

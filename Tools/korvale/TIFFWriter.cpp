@@ -1,5 +1,6 @@
 #include "TIFFWriter.h"
 
+#include "Pieces.h"
 #include "WTIFFDirectory.h"
 
 #include <algorithm>
@@ -151,6 +152,11 @@ void TIFFWriter::WritePage( const WImagePage& inPage )
 
 void TIFFWriter::Append( const void* inBytes, std::uint64_t inCount )
 {
-    itsFile.WriteAt( itsEnd, inBytes, inCount );
+    constexpr std::uint64_t kBytesAtOnce = 1024 * 1024;
+    const auto* const bytes = static_cast<const std::byte*>( inBytes );
+    ForEachPiece(
+        inCount, kBytesAtOnce,
+        [&]( std::uint64_t inFirst, std::uint64_t inLast )
+        { itsFile.WriteAt( itsEnd + inFirst, bytes + inFirst, inLast - inFirst ); } );
     itsEnd += inCount;
 }

@@ -1,7 +1,7 @@
 #include "TableText.h"
 
-#include "AlignedText.h"
 #include "NumberText.h"
+#include "Pieces.h"
 #include "Pivot/XPivotFloatColumn.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotUInt32Column.h"
@@ -50,7 +50,6 @@ std::string MakeCell( const XString& inText )
 
 void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string_view )>& inWrite )
 {
-    constexpr std::size_t kPiece = 64 * 1024;
     struct Column
     {
         const XPivotColumn& column;
@@ -67,29 +66,32 @@ void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string
     }
     text += '\n';
 
-    for ( std::uint32_t row = 0; row < inTable.GetNumRows(); ++row )
+    const auto appendRow = [&]( std::uint32_t inRow )
     {
         for ( const auto& [column, holdsNumbers] : columns )
         {
-            if ( column.DoesDataExist( row ) && holdsNumbers )
-                AppendNumber( text, column.GetDataFloat( row ) );
-            else if ( column.DoesDataExist( row ) )
-                AppendField( text, ToUTF8( column.GetDataString( row ) ) );
+            if ( column.DoesDataExist( inRow ) && holdsNumbers )
+                AppendNumber( text, column.GetDataFloat( inRow ) );
+            else if ( column.DoesDataExist( inRow ) )
+                AppendField( text, ToUTF8( column.GetDataString( inRow ) ) );
             text += ',';
         }
         if ( columns.empty() )
             text += ',';
         text.back() = '\n';
-        if ( text.size() >= kPiece )
-        {
-            inWrite( text );
-            text.clear();
-        }
-    }
+    };
+    const auto writeRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    {
+        for ( auto row = inFirst; row < inEnd; ++row )
+            appendRow( static_cast<std::uint32_t>( row ) );
+        inWrite( text );
+        text.clear();
+    };
+    ForEachPiece( inTable.GetNumRows(), kTableRowsAtOnce, writeRows );
     inWrite( text );
 }
 
-void PrintTable( const XPivotTable& inTable, std::ostream& ioOut )
+AlignedText AlignTable( const XPivotTable& inTable )
 {
     std::vector<AlignedColumn> columns;
     for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
@@ -105,5 +107,5 @@ void PrintTable( const XPivotTable& inTable, std::ostream& ioOut )
                   return exists ? MakeCell( column.GetDataString( inRow - 1 ) ) : std::string();
               } } );
     }
-    PrintAligned( columns, inTable.GetNumRows() + 1, ioOut );
+    return AlignedText( std::move( columns ), inTable.GetNumRows() + 1 );
 }

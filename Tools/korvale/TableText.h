@@ -1,9 +1,9 @@
 #pragma once
 
+#include "AlignedText.h"
 #include "Pivot/XPivotTable.h"
 
 #include <functional>
-#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -12,5 +12,5 @@
 /// reads back exactly.
 void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string_view )>& inWrite );
 
-/// Prints the table in aligned columns, for people to read. Missing values are blank.
-void PrintTable( const XPivotTable& inTable, std::ostream& ioOut );
+/// The table in aligned columns, for people to read. Missing values are blank. Keeps a reference to the table.
+AlignedText AlignTable( const XPivotTable& inTable );

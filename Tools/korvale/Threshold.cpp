@@ -1,5 +1,7 @@
 #include "Threshold.h"
 
+#include "Pieces.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -104,14 +106,32 @@ template<class T>
 double GetWholeThreshold( const T* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
 {
     std::vector<std::uint64_t> counts( std::numeric_limits<T>::max() + 1u );
-    for ( std::uint64_t i = 0; i < inPixels; ++i )
-        ++counts[inSamples[i * inStride]];
+    ForEachPiece(
+        inPixels, kPixelsAtOnce,
+        [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+        {
+            for ( auto i = inFirst; i < inEnd; ++i )
+                ++counts[inSamples[i * inStride]];
+        } );
 
     const auto isUsed = []( std::uint64_t inCount ) { return inCount != 0; };
     const auto first = std::ranges::find_if( counts, isUsed );
     const auto last = std::find_if( counts.rbegin(), counts.rend(), isUsed ).base();
     const auto lowest = static_cast<double>( first - counts.begin() );
     return lowest + static_cast<double>( FindBestBin( { first, last } ) );
+}
+
+template<class Work>
+void ForEachFinite( const float* inSamples, std::uint64_t inPixels, std::uint32_t inStride, Work inWork )
+{
+    ForEachPiece(
+        inPixels, kPixelsAtOnce,
+        [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+        {
+            for ( auto i = inFirst; i < inEnd; ++i )
+                if ( const auto value = inSamples[i * inStride]; std::isfinite( value ) )
+                    inWork( value );
+        } );
 }
 
 /// 257 edges of equal bins, in the precision of the samples.
@@ -143,14 +163,13 @@ std::size_t FindBin( const std::vector<float>& inEdges, double inBinsPerUnit, fl
 double GetFloatThreshold( const float* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
 {
     auto lowest = std::numeric_limits<float>::infinity(), highest = -lowest;
-    for ( std::uint64_t i = 0; i < inPixels; ++i )
-    {
-        const auto value = inSamples[i * inStride];
-        if ( !std::isfinite( value ) )
-            continue;
-        lowest = std::min( lowest, value );
-        highest = std::max( highest, value );
-    }
+    ForEachFinite(
+        inSamples, inPixels, inStride,
+        [&]( float inValue )
+        {
+            lowest = std::min( lowest, inValue );
+            highest = std::max( highest, inValue );
+        } );
     if ( !( lowest < highest ) )
         return lowest;
 
@@ -158,9 +177,9 @@ double GetFloatThreshold( const float* inSamples, std::uint64_t inPixels, std::u
     const auto bins = edges.size() - 1;
     const auto binsPerUnit = static_cast<double>( bins ) / ( double{ highest } - double{ lowest } );
     std::vector<std::uint64_t> counts( bins );
-    for ( std::uint64_t i = 0; i < inPixels; ++i )
-        if ( const auto value = inSamples[i * inStride]; std::isfinite( value ) )
-            ++counts[FindBin( edges, binsPerUnit, value )];
+    ForEachFinite(
+        inSamples, inPixels, inStride,
+        [&]( float inValue ) { ++counts[FindBin( edges, binsPerUnit, inValue )]; } );
 
     const auto best = FindBestBin( counts );
     return static_cast<float>( ( double{ edges[best] } + double{ edges[best + 1] } ) / 2 );

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <thread>
+
+/// The user's wish that the program end: Ctrl-C, or the system's (a request to terminate, a terminal that is closed).
+///
+/// While an object lives, an interrupt only raises a flag, which the work looks at and obeys. When the process has not
+/// ended some time later, and when there is a second interrupt, the process ends at once, without its destructors.
+/// Interrupts that the process was started to ignore stay ignored.
+///
+/// Threads: constructed before other threads are, since they have to leave interrupts to this object's own thread. One
+///          at a time.
+class WInterrupt
+{
+public:
+    struct Options
+    {
+        int exitStatus = 0;        ///< of a process that is ended at once
+        std::uint32_t graceMs = 0; ///< between the first interrupt and that end
+        std::function<void()>
+            last; ///< what is still done then, on a thread of its own; must not wait for anything
+    };
+
+    explicit WInterrupt( Options inOptions );
+    WInterrupt( const WInterrupt& ) = delete;
+    WInterrupt& operator=( const WInterrupt& ) = delete;
+
+    /// Gives interrupts their former effect back.
+    ~WInterrupt();
+
+    /// Whether there has been an interrupt.
+    static bool IsRequested() noexcept;
+
+private:
+    enum Event
+    {
+        kInterrupted,
+        kTimedOut,
+        kClosing
+    };
+
+    Options itsOptions;
+    std::thread itsWatcher;
+
+    void Watch();
+    [[noreturn]] void EndAtOnce();
+
+    // The system's part.
+    static void TakeOver();
+    static void GiveBack();
+    static Event WaitForEvent( std::uint32_t inTimeoutMs );
+    static void Close(); ///< Lets WaitForEvent return kClosing.
+    [[noreturn]] static void EndProcess( int inExitStatus );
+};

@@ -1,0 +1,50 @@
+#include "WUnfinishedFiles.h"
+
+#include <system_error>
+#include <vector>
+
+namespace
+{
+
+struct Registry
+{
+    std::recursive_mutex mutex;
+    std::vector<std::filesystem::path> paths; // absolute, in the order in which they were made
+};
+
+/// Outlasts static objects that write files.
+Registry& GetRegistry()
+{
+    static auto* const registry = new Registry;
+    return *registry;
+}
+
+} // namespace
+
+std::unique_lock<std::recursive_mutex> WUnfinishedFiles::Hold()
+{
+    return std::unique_lock( GetRegistry().mutex );
+}
+
+void WUnfinishedFiles::Add( const std::filesystem::path& inPath )
+{
+    const auto hold = Hold();
+    GetRegistry().paths.push_back( std::filesystem::absolute( inPath ) );
+}
+
+void WUnfinishedFiles::Forget( const std::filesystem::path& inPath )
+{
+    const auto hold = Hold();
+    std::erase( GetRegistry().paths, std::filesystem::absolute( inPath ) );
+}
+
+void WUnfinishedFiles::RemoveForEnd() noexcept
+{
+    auto& registry = GetRegistry();
+    registry.mutex.lock();
+    for ( auto path = registry.paths.rbegin(); path != registry.paths.rend(); ++path )
+    {
+        std::error_code error;
+        std::filesystem::remove( *path, error );
+    }
+}

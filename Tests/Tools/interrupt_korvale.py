@@ -1,0 +1,118 @@
+#!/usr/bin/env python3
+"""Interrupts the program at many moments: it ends soon with status 130 and leaves nothing behind, or had finished.
+
+Usage: interrupt_korvale.py KORVALE
+"""
+
+import array
+import fcntl
+import pathlib
+import select
+import signal
+import subprocess
+import sys
+import tempfile
+import termios
+import time
+
+MOMENTS = 12
+LIMIT = 5.0  # seconds; it is a quarter of one on a machine that has nothing else to do
+
+faults = []
+
+
+def entries(folder):
+    return sorted(str(path.relative_to(folder)) for path in folder.rglob("*"))
+
+
+def start(program, folder, arguments, **options):
+    return subprocess.Popen([program, "--log", "/dev/null", *arguments], cwd=folder, stderr=subprocess.PIPE, **options)
+
+
+def interrupt(process, signals):
+    """Sends the signals; the seconds until the process ended."""
+    begin = time.monotonic()
+    for each in signals:
+        process.send_signal(each)
+    try:
+        process.communicate(timeout=LIMIT)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        faults.append(f"{process.args}: it went on for {LIMIT} s")
+    return time.monotonic() - begin
+
+
+def check_moments(program, folder, arguments, made):
+    """What the command makes is there as a whole, with status 0, or not at all, with status 130."""
+    arguments = [*arguments, "-q"]
+    before = entries(folder)
+    begin = time.monotonic()
+    subprocess.run([program, "--log", "/dev/null", *arguments], cwd=folder, check=True)
+    duration = time.monotonic() - begin
+    after = entries(folder)
+    assert set(after) == set(before) | set(made), after
+
+    worst, statuses = 0.0, []
+    for moment in range(MOMENTS):
+        for name in sorted(made, reverse=True):
+            path = folder / name
+            if path.exists():
+                path.rmdir() if path.is_dir() else path.unlink()
+        process = start(program, folder, arguments)
+        time.sleep(duration * moment / MOMENTS)
+        signals = [signal.SIGINT, signal.SIGTERM][: 1 + moment % 2]
+        worst = max(worst, interrupt(process, signals))
+        statuses.append(process.returncode)
+        expected = {130: before, 0: after, -signal.SIGINT: before}.get(process.returncode)
+        # Before it has taken the signals over, they end it as they end any process.
+        if entries(folder) != expected or (process.returncode < 0 and moment > 0):
+            faults.append(f"{arguments} at moment {moment}: status {process.returncode}, {entries(folder)}")
+    if 130 not in statuses:
+        faults.append(f"{arguments}: no moment was in time: {statuses}")
+    print(f"{arguments[0]}: {duration:.2f} s; interrupted, it ended within {worst:.3f} s; statuses {statuses}")
+
+
+def check_blocked(program, folder, signals):
+    """Nobody reads what it prints."""
+    process = start(program, folder, ["show", "big.table", "--csv"], stdout=subprocess.PIPE)
+    count = array.array("i", [0])
+    while count[0] < 65536:
+        select.select([process.stdout], [], [], LIMIT)
+        fcntl.ioctl(process.stdout, termios.FIONREAD, count)
+    seconds = interrupt(process, signals)
+    if process.returncode != 130:
+        faults.append(f"show, blocked: status {process.returncode}")
+    print(f"show, blocked: ended within {seconds:.3f} s")
+
+
+def check_ignored(program, folder):
+    """A process that was started to ignore interrupts goes on."""
+    ignore = lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)
+    process = start(program, folder, ["measure", "stack/sample.tif"], stdout=subprocess.DEVNULL, preexec_fn=ignore)
+    interrupt(process, [signal.SIGINT, signal.SIGINT])
+    if process.returncode != 0:
+        faults.append(f"interrupts that are ignored: status {process.returncode}")
+
+
+def main():
+    program = str(pathlib.Path(sys.argv[1]).resolve())
+    with tempfile.TemporaryDirectory(prefix="korvale-test-") as name:
+        folder = pathlib.Path(name)
+        sample = ["--width", "1500", "--height", "1500", "--objects", "2000", "--planes"]
+        subprocess.run([program, "--log", "/dev/null", "sample", "stack", *sample, "16", "-q"], cwd=folder, check=True)
+        check_moments(program, folder, ["sample", "new/below", *sample, "6"],
+                      ["new", "new/below", "new/below/sample.tif", "new/below/truth.csv"])
+        check_moments(program, folder, ["measure", "stack/sample.tif", "stack/sample.tif", "-o", "t", "--csv", "c"],
+                      ["t", "c"])
+        subprocess.run([program, "--log", "/dev/null", "measure", "stack/sample.tif", "-o", "big.table", "-q"],
+                       cwd=folder, check=True)
+        check_blocked(program, folder, [signal.SIGINT])
+        check_blocked(program, folder, [signal.SIGINT, signal.SIGTERM])
+        check_ignored(program, folder)
+    for fault in faults:
+        print(fault, file=sys.stderr)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

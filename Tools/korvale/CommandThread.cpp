@@ -1,0 +1,87 @@
+#include "CommandThread.h"
+
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Messaging/XAppClosingMessage.h"
+#include "Messaging/XAppInitialisedMessage.h"
+#include "Messaging/XAppMessageCentre.h"
+#include "Session.h"
+#include "TerminalProgressStrategy.h"
+#include "WMainLoop.h"
+
+namespace
+{
+constexpr std::uint32_t kDrawPeriodMs = 50;
+
+/// One round: waits for messages, but not for longer than the display may, and delivers them.
+void ServeQueues()
+{
+    const auto hasMessages = WMainLoop::WaitForHandle( WMainLoop::GetWaitHandle(), kDrawPeriodMs );
+    XSpeaker::ProcessAllNextEventMessages();
+    if ( !hasMessages )
+        XSpeaker::ProcessAllIdleMessages();
+}
+} // namespace
+
+CommandThread::CommandThread( Command& ioCommand, const std::string& inName, Session& ioSession )
+    : XThread( "Command", kThreadPriorityNormal ), itsCommand( ioCommand ), itsName( inName ),
+      itsSession( ioSession )
+{
+}
+
+CommandThread::~CommandThread()
+{
+    StopThread();
+}
+
+int CommandThread::RunWithMainLoop()
+{
+    auto& centre = XAppMessageCentre::GetAppMessageCentre();
+    centre.SpeakMessage( XAppInitialisedMessage( &centre ) );
+    StartThread();
+    XTimer sinceDrawn( kDrawPeriodMs );
+    while ( !itsIsDone )
+    {
+        ServeQueues();
+        if ( sinceDrawn.RestartIfExpired() )
+            itsSession.progress.Draw();
+    }
+    WaitForTerminate();
+    XSpeaker::ProcessAllNextEventMessages();
+    centre.SpeakMessage( XAppClosingMessage( &centre ) );
+    return itsStatus;
+}
+
+std::int32_t CommandThread::RunThreadSelf()
+{
+    TerminalProgressStrategy strategy( itsSession.progress, true );
+    {
+        const XProgressStrategyChanger changer( &strategy );
+        itsStatus = RunCommand();
+    }
+    itsIsDone = true;
+    WMainLoop::Wake();
+    return itsStatus;
+}
+
+int CommandThread::RunCommand()
+{
+    try
+    {
+        return itsCommand.Run( itsSession );
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... )
+    {
+        const auto failure = DescribeCurrentException();
+        if ( failure.IsUserAbort() )
+        {
+            itsSession.ReportInterrupt();
+            return kInterrupted;
+        }
+        itsSession.ReportFailure( itsName, failure );
+        return kFailure;
+    }
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Command.h"
+#include "Threads/XThread.h"
+
+#include <atomic>
+
+/// Runs a command, so that the main thread is free to show its progress and to deliver messages.
+class CommandThread : public XThread
+{
+public:
+    CommandThread( Command& ioCommand, const std::string& inName, Session& ioSession );
+    ~CommandThread() override;
+
+    /// Runs the main thread's loop until the command has ended, and returns its exit status.
+    int RunWithMainLoop();
+
+protected:
+    std::int32_t RunThreadSelf() override;
+
+private:
+    Command& itsCommand;
+    const std::string itsName;
+    Session& itsSession;
+    std::atomic<bool> itsIsDone = false;
+    int itsStatus = kFailure;
+
+    int RunCommand();
+};

@@ -1,0 +1,41 @@
+#include "PageReaders.h"
+
+#include "Threads/XThreadLock.h"
+
+PageReaders::PageReaders( const std::filesystem::path& inPath ) : itsPath( inPath )
+{
+    auto reader = WImageFile::Open( itsPath );
+    itsPageCount = reader->GetPageCount();
+    GiveBack( std::move( reader ) );
+}
+
+/// A reader that has failed is not used again.
+WImagePage PageReaders::ReadPage( std::uint32_t inPage, const WImageFile::Progress& inProgress )
+{
+    auto reader = Take();
+    if ( reader->GetPageCount() != itsPageCount )
+        throw WImageError( "the file has changed" );
+    auto page = reader->ReadPage( inPage, inProgress );
+    GiveBack( std::move( reader ) );
+    return page;
+}
+
+PageReaders::Reader PageReaders::Take()
+{
+    {
+        const XThreadLock lock( itsMutex );
+        if ( !itsIdleReaders.empty() )
+        {
+            auto reader = std::move( itsIdleReaders.back() );
+            itsIdleReaders.pop_back();
+            return reader;
+        }
+    }
+    return WImageFile::Open( itsPath );
+}
+
+void PageReaders::GiveBack( Reader inReader )
+{
+    const XThreadLock lock( itsMutex );
+    itsIdleReaders.push_back( std::move( inReader ) );
+}
