@@ -1,8 +1,7 @@
 #include "WInterrupt.h"
 
-#include "Core/XFail.h"
 #include "WDeadline.h"
-#include "WSystemError.h"
+#include "WErrno.h"
 
 #include <cerrno>
 #include <csignal>
@@ -23,10 +22,8 @@ sigset_t sPreviousMask;
 
 void Check( int inResult )
 {
-    if ( inResult >= 0 )
-        return;
-    WSystemError::SetLastFromErrno();
-    XThrowLastSystemError();
+    if ( inResult < 0 )
+        WThrowErrno();
 }
 
 sigset_t GetSignals()

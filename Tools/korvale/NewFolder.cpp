@@ -6,19 +6,39 @@
 
 NewFolder::NewFolder( const std::filesystem::path& inPath )
 {
+    std::vector<std::filesystem::path> missing;
+    const auto path = std::filesystem::absolute( inPath ).lexically_normal();
+    for ( auto folder = path; folder.has_relative_path() && !std::filesystem::is_directory( folder );
+          folder = folder.parent_path() )
+        missing.push_back( folder );
+
     const auto hold = WUnfinishedFiles::Hold();
-    std::filesystem::path folder;
-    for ( const auto& part : std::filesystem::absolute( inPath ).lexically_normal() )
+    try
     {
-        folder /= part;
-        if ( std::filesystem::is_directory( folder ) || !std::filesystem::create_directory( folder ) )
-            continue;
-        WUnfinishedFiles::Add( folder );
-        itsMade.push_back( folder );
+        for ( auto folder = missing.rbegin(); folder != missing.rend(); ++folder )
+            Make( *folder );
+    }
+    catch ( ... )
+    {
+        RemoveMade();
+        throw;
     }
 }
 
 NewFolder::~NewFolder()
+{
+    RemoveMade();
+}
+
+void NewFolder::Make( const std::filesystem::path& inFolder )
+{
+    if ( !std::filesystem::create_directory( inFolder ) )
+        return;
+    WUnfinishedFiles::Add( inFolder );
+    itsMade.push_back( inFolder );
+}
+
+void NewFolder::RemoveMade()
 {
     const auto hold = WUnfinishedFiles::Hold();
     for ( auto folder = itsMade.rbegin(); folder != itsMade.rend(); ++folder )

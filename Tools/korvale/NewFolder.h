@@ -18,4 +18,7 @@ public:
 
 private:
     std::vector<std::filesystem::path> itsMade; ///< From the outermost on.
+
+    void Make( const std::filesystem::path& inFolder );
+    void RemoveMade();
 };

@@ -70,7 +70,7 @@ std::string Quote( const std::vector<std::string>& inArguments )
     std::string text;
     for ( const auto& argument : inArguments )
     {
-        const auto isPlain = !argument.empty() && argument.find_first_of( " \t\n\"'\\" ) == std::string::npos;
+        const auto isPlain = !argument.empty() && argument.find_first_of( " \t\n\"'" ) == std::string::npos;
         text += isPlain ? " " + argument : " \"" + argument + "\"";
     }
     return text;
