@@ -127,7 +127,7 @@ public:
 private:
     void Step()
     {
-        switch ( Random( 8 ) )
+        switch ( Random( 9 ) )
         {
         case 0:
         case 1:
@@ -142,6 +142,8 @@ private:
         case 6:
             itsPosition = static_cast<SSize64>( Random( bytes.size() + ( itsMayLeaveGaps ? 9 : 1 ) ) );
             return itsStream.SeekTo( itsPosition );
+        case 7:
+            return UseWhatIsLent();
         default:
             return Resize();
         }
@@ -208,6 +210,24 @@ private:
             std::equal( read.begin(), read.end(), bytes.begin() + ( read.empty() ? 0 : itsPosition ) ) );
         if ( !inPeeks )
             itsPosition = end;
+    }
+
+    void UseWhatIsLent()
+    {
+        const auto lent = itsStream.LendBytes();
+        if ( !lent.empty() )
+            EXPECT_TRUE( std::ranges::equal(
+                lent, std::span( bytes ).subspan( USize64( itsPosition ), lent.size() ) ) );
+        const USize64 read = Random( lent.size() + 1 );
+        itsStream.PassLent( read );
+        itsPosition += static_cast<SSize64>( read );
+
+        const auto room = itsStream.LendRoom();
+        const XBytes written( Random( room.size() + 1 ), 0x11 );
+        std::ranges::fill( room, std::uint8_t( 0xEE ) ); // what is not passed is never seen
+        std::ranges::copy( written, room.begin() );
+        itsStream.PassLent( written.size() );
+        Apply( written );
     }
 
     void Resize()

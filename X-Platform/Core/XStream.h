@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <span>
 #include <type_traits>
 
 class XARGB32Colour;
@@ -174,6 +175,23 @@ public:
     void ReadElements( void* buffer, USize64 count, unsigned inWidth );
     void PeekElements( void* buffer, USize64 count, unsigned inWidth );
     void WriteElements( const void* buffer, USize64 count, unsigned inWidth );
+
+    // ---- The buffer, lent: for code that moves many pieces too small for a call each
+
+    /// The bytes from the position on that the buffer holds. None where it is empty: it is filled by reading.
+    std::span<const std::uint8_t> LendBytes() const
+    {
+        return { itsCursor, ToSize( itsReadEnd - itsCursor ) };
+    }
+    /// The room of the buffer from the position on, at the end of what was written. None elsewhere in the
+    /// stream, and where the buffer is full or not in use: writing empties it and takes it into use.
+    std::span<std::uint8_t> LendRoom()
+    {
+        return { itsCursor, itsCursor < itsFilledEnd ? 0 : ToSize( itsWriteEnd - itsCursor ) };
+    }
+    /// Moves past the first bytes of what was lent, as if they had been read or written one by one. Bytes and
+    /// room are lent until the next other operation.
+    void PassLent( USize64 inCount ) { itsCursor += inCount; }
 
     // ---- Counts and lengths out of the stream, which are never trusted for an allocation
 

@@ -267,12 +267,11 @@ void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
     XReadPivotValues( inStream, &itsDefaultValue, 1 );
     if constexpr ( kIsPivotBlockValue<T> )
     {
-        const std::uint64_t size = XGetPivotRunsSize( GetExistsVector(), sizeof( T ) );
-        if ( inStream.GetByteOrder() == kPlatformByteOrder && XCanReadPivotRunBlocks( inStream, size ) )
+        if ( inStream.GetByteOrder() == kPlatformByteOrder )
         {
             itsColumnData.resize( GetExistsVector().size(), itsDefaultValue );
             const auto refused = XReadPivotRunBlocks(
-                inStream, size, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
+                inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
             if ( refused )
                 RefuseRun( inStream, *refused );
             return;

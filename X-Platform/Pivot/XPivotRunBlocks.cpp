@@ -4,24 +4,37 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
+#include <utility>
 
 namespace
 {
-// Small enough to stay in the nearest cache, beside what is copied through it.
-constexpr std::size_t kBufferSize = 4 * 1024;
-
 /// What stands before the values of a run.
 struct XRunHead
 {
     std::uint32_t length;
     std::uint32_t start;
+
+    // Field by field, so that heads stay in registers: one store of two fields just written has to wait for both.
+    void Write( std::uint8_t* outBytes ) const
+    {
+        std::memcpy( outBytes, &length, sizeof length );
+        std::memcpy( outBytes + sizeof length, &start, sizeof start );
+    }
+    static XRunHead Read( const std::uint8_t* inBytes )
+    {
+        XRunHead head;
+        std::memcpy( &head.length, inBytes, sizeof head.length );
+        std::memcpy( &head.start, inBytes + sizeof head.length, sizeof head.start );
+        return head;
+    }
+    bool operator==( const XRunHead& ) const = default;
 };
 
 /// Runs are copied in steps of this size, mostly in one: a step takes no decisions. What it copies past the
-/// run is written over next, be it in a buffer, which has that much room behind it, or in a column, but for
-/// its last rows.
+/// run is written over next, be it in the stream's buffer or in a column, as long as there is that much room.
 constexpr std::size_t kStep = 128;
+
+constexpr std::size_t kLongRun = 4 * 1024; // bytes from which on steps gain nothing
 
 void CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )
 {
@@ -61,100 +74,87 @@ private:
     std::uint8_t itsDefaults[kGapStep];
 };
 
-class XBlockWriter
+/// Writes runs into the room that the stream lends, and past it by calls of the stream.
+class XRunWriter
 {
 public:
-    explicit XBlockWriter( XStream& inStream ) : itsStream( inStream ) {}
+    explicit XRunWriter( XStream& inStream ) : itsStream( inStream ), itsRoom( inStream.LendRoom() ) {}
 
     /// `inReadable` bytes may be read at `inValues`, at least `inCount`.
     void WriteRun(
         const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount, std::size_t inReadable )
     {
-        if ( sizeof inHead + inCount > kBufferSize - itsFilled )
-        {
-            Flush();
-            if ( sizeof inHead + inCount > kBufferSize )
-                return WriteLongRun( inHead, inValues, inCount );
-        }
-        std::uint8_t* place = itsBuffer.get() + itsFilled;
-        std::memcpy( place, &inHead, sizeof inHead );
-        if ( inReadable >= inCount + kStep ) [[likely]]
-            CopyInSteps( place + sizeof inHead, inValues, inCount );
-        else
-            std::memcpy( place + sizeof inHead, inValues, inCount );
-        itsFilled += sizeof inHead + inCount;
+        const std::size_t touched = sizeof inHead + inCount + kStep;
+        if ( inReadable < inCount + kStep || itsRoom.size() < touched || inCount >= kLongRun ) [[unlikely]]
+            return WriteByCalls( inHead, inValues, inCount );
+        inHead.Write( itsRoom.data() );
+        CopyInSteps( itsRoom.data() + sizeof inHead, inValues, inCount );
+        itsRoom = itsRoom.subspan( sizeof inHead + inCount );
+        itsWritten += sizeof inHead + inCount;
     }
 
-    void Flush()
-    {
-        itsStream.WriteBuffer8( itsBuffer.get(), itsFilled );
-        itsFilled = 0;
-    }
+    void Finish() { itsStream.PassLent( std::exchange( itsWritten, 0 ) ); }
 
 private:
-    void WriteLongRun( const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount )
+    void WriteByCalls( const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount )
     {
+        Finish();
         itsStream.WriteBuffer8( &inHead, sizeof inHead );
         itsStream.WriteBuffer8( inValues, inCount );
+        itsRoom = itsStream.LendRoom();
     }
 
     XStream& itsStream;
-    std::unique_ptr<std::uint8_t[]> itsBuffer =
-        std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize + kStep );
-    std::size_t itsFilled = 0;
+    std::span<std::uint8_t> itsRoom; // what is left of it
+    std::size_t itsWritten = 0;      // before that
 };
 
-/// Reads ahead, but never more than the bytes it was told of.
-class XBlockReader
+/// Reads runs out of the bytes that the stream lends, and past them by calls of the stream.
+class XRunReader
 {
 public:
-    XBlockReader( XStream& inStream, std::uint64_t inBytes ) : itsStream( inStream ), itsUnread( inBytes ) {}
+    explicit XRunReader( XStream& inStream ) : itsStream( inStream ), itsBytes( inStream.LendBytes() ) {}
 
-    void Read( void* outBytes, std::size_t inCount )
+    /// False when another run stands in the stream: its head was read, its values are not. `inWritable` bytes
+    /// may be written at `outValues`, at least `inCount`, which are those of the expected run.
+    bool ReadRun(
+        const XRunHead& inExpected, std::uint8_t* outValues, std::size_t inCount, std::size_t inWritable )
     {
-        if ( inCount > itsFilled - itsUsed )
-            return ReadSlowly( static_cast<std::uint8_t*>( outBytes ), inCount );
-        std::memcpy( outBytes, itsBuffer.get() + itsUsed, inCount );
-        itsUsed += inCount;
+        const std::size_t touched = sizeof inExpected + inCount + kStep;
+        if ( inWritable < inCount + kStep || itsBytes.size() < touched || inCount >= kLongRun ||
+             XRunHead::Read( itsBytes.data() ) != inExpected ) [[unlikely]]
+            return ReadByCalls( inExpected, outValues, inCount );
+        CopyInSteps( outValues, itsBytes.data() + sizeof inExpected, inCount );
+        itsBytes = itsBytes.subspan( sizeof inExpected + inCount );
+        itsUsed += sizeof inExpected + inCount;
+        return true;
     }
 
-    /// `inWritable` bytes may be written at `outValues`, at least `inCount`.
-    void ReadRun( std::uint8_t* outValues, std::size_t inCount, std::size_t inWritable )
+    /// The length 0 stands alone and ends the runs.
+    void ReadHead()
     {
-        if ( inCount > itsFilled - itsUsed || inWritable < inCount + kStep )
-            return Read( outValues, inCount );
-        CopyInSteps( outValues, itsBuffer.get() + itsUsed, inCount );
-        itsUsed += inCount;
+        itsStream.PassLent( std::exchange( itsUsed, 0 ) );
+        itsHead = { itsStream.ReadValue<std::uint32_t>(), 0 };
+        if ( itsHead.length != 0 )
+            itsHead.start = itsStream.ReadValue<std::uint32_t>();
     }
+    const XRunHead& GetHead() const { return itsHead; }
 
 private:
-    void ReadSlowly( std::uint8_t* outBytes, std::size_t inCount )
+    bool ReadByCalls( const XRunHead& inExpected, std::uint8_t* outValues, std::size_t inCount )
     {
-        const std::size_t buffered = itsFilled - itsUsed;
-        std::memcpy( outBytes, itsBuffer.get() + itsUsed, buffered );
-        outBytes += buffered;
-        inCount -= buffered;
-        itsUsed = itsFilled = 0;
-        if ( inCount >= kBufferSize || inCount >= itsUnread )
-            return ReadPastBuffer( outBytes, inCount );
-        itsFilled = static_cast<std::size_t>( std::min<std::uint64_t>( kBufferSize, itsUnread ) );
-        ReadPastBuffer( itsBuffer.get(), itsFilled );
-        Read( outBytes, inCount );
-    }
-
-    // More than was told of is asked for only where the runs are not those of the flags: let the stream say
-    // whether it has it.
-    void ReadPastBuffer( std::uint8_t* outBytes, std::size_t inCount )
-    {
-        itsStream.ReadBuffer8( outBytes, inCount );
-        itsUnread -= std::min<std::uint64_t>( itsUnread, inCount );
+        ReadHead();
+        if ( itsHead != inExpected )
+            return false;
+        itsStream.ReadBuffer8( outValues, inCount );
+        itsBytes = itsStream.LendBytes();
+        return true;
     }
 
     XStream& itsStream;
-    std::uint64_t itsUnread; // of the bytes told of, not yet in the buffer
-    std::unique_ptr<std::uint8_t[]> itsBuffer = std::make_unique<std::uint8_t[]>( kBufferSize + kStep );
-    std::size_t itsFilled = 0;
-    std::size_t itsUsed = 0;
+    std::span<const std::uint8_t> itsBytes; // what is left of them
+    std::size_t itsUsed = 0;                // before that
+    XRunHead itsHead = {};                  // the last one read by calls
 };
 
 std::size_t GetDistance( const std::uint8_t* inFirst, const std::uint8_t* inEnd )
@@ -168,7 +168,7 @@ void XWritePivotRunBlocks(
 {
     const std::uint8_t* values = static_cast<const std::uint8_t*>( inValues );
     const std::uint8_t* end = values + inExists.size() * inValueSize;
-    XBlockWriter writer( inStream );
+    XRunWriter writer( inStream );
     XPivotRunFinder finder( inExists );
     XPivotRun run;
     while ( finder.Next( run ) )
@@ -177,51 +177,35 @@ void XWritePivotRunBlocks(
         writer.WriteRun(
             { run.length, run.start }, first, run.length * inValueSize, GetDistance( first, end ) );
     }
-    writer.Flush();
+    writer.Finish();
     inStream.Write32( 0 );
 }
 
-std::uint64_t XGetPivotRunsSize( const XVector<std::uint8_t>& inExists, std::size_t inValueSize )
-{
-    const XPivotRunTotals totals = XCountPivotRuns( inExists );
-    return totals.runs * sizeof( XRunHead ) + totals.rows * inValueSize + sizeof( std::uint32_t );
-}
-
-bool XCanReadPivotRunBlocks( XStream& inStream, std::uint64_t inSize )
-{
-    const SSize64 remaining = inStream.GetRemaining();
-    return remaining >= 0 && static_cast<std::uint64_t>( remaining ) >= inSize;
-}
-
 std::optional<XPivotRun> XReadPivotRunBlocks(
-    XStream& inStream, std::uint64_t inSize, const XVector<std::uint8_t>& inExists, const void* inDefault,
-    void* outValues, std::size_t inValueSize )
+    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues,
+    std::size_t inValueSize )
 {
     std::uint8_t* values = static_cast<std::uint8_t*>( outValues );
     const std::uint8_t* end = values + inExists.size() * inValueSize;
     std::uint8_t* gap = values; // behind the last run
     const XGapFiller filler( inDefault, inValueSize );
-    XBlockReader reader( inStream, inSize );
+    XRunReader reader( inStream );
     XPivotRunFinder finder( inExists );
     XPivotRun run;
-    XRunHead head;
     while ( finder.Next( run ) )
     {
-        reader.Read( &head, sizeof head );
-        if ( head.length != run.length || head.start != run.start )
-            return XPivotRun{ head.start, head.length };
         std::uint8_t* first = values + run.start * inValueSize;
         if ( gap < first )
             filler.Fill( gap, first, end );
         const std::size_t size = run.length * inValueSize;
-        reader.ReadRun( first, size, GetDistance( first, end ) );
+        if ( !reader.ReadRun( { run.length, run.start }, first, size, GetDistance( first, end ) ) )
+            return XPivotRun{ reader.GetHead().start, reader.GetHead().length };
         gap = first + size;
     }
     if ( gap < end )
         filler.Fill( gap, end, end );
-    reader.Read( &head.length, sizeof head.length );
-    if ( head.length == 0 )
+    reader.ReadHead();
+    if ( reader.GetHead().length == 0 )
         return std::nullopt;
-    reader.Read( &head.start, sizeof head.start );
-    return XPivotRun{ head.start, head.length };
+    return XPivotRun{ reader.GetHead().start, reader.GetHead().length };
 }

@@ -34,17 +34,6 @@ std::uint64_t PackFlags( const std::uint8_t* inExists, std::size_t inCount )
     return PackSixtyFour( padded );
 }
 
-/// Adds the sums of the bytes of each half to that half.
-__m128i AddBytes( __m128i inSums, __m128i inBytes )
-{
-    return _mm_add_epi64( inSums, _mm_sad_epu8( inBytes, _mm_setzero_si128() ) );
-}
-
-std::uint64_t AddHalves( __m128i inSums )
-{
-    const __m128i sum = _mm_add_epi64( inSums, _mm_unpackhi_epi64( inSums, inSums ) );
-    return static_cast<std::uint64_t>( _mm_cvtsi128_si64( sum ) );
-}
 } // namespace
 
 bool XPivotRunFinder::LoadNextWord()
@@ -55,29 +44,6 @@ bool XPivotRunFinder::LoadNextWord()
     itsWordRow = itsNextRow;
     itsNextRow += kRowsPerWord;
     return true;
-}
-
-XPivotRunTotals XCountPivotRuns( const XVector<std::uint8_t>& inExists )
-{
-    if ( inExists.empty() )
-        return {};
-    const std::uint8_t* exists = inExists.data();
-    const std::size_t size = inExists.size();
-    __m128i runs = _mm_setzero_si128(), rows = _mm_setzero_si128();
-    std::size_t row = 1; // from the second on, each row has one before it
-    for ( ; row + 16 <= size; row += 16 )
-    {
-        const __m128i flags = LoadFlags( exists + row );
-        runs = AddBytes( runs, _mm_andnot_si128( LoadFlags( exists + row - 1 ), flags ) );
-        rows = AddBytes( rows, flags );
-    }
-    XPivotRunTotals totals = { AddHalves( runs ) + exists[0], AddHalves( rows ) + exists[0] };
-    for ( ; row < size; ++row )
-    {
-        totals.runs += exists[row] > exists[row - 1];
-        totals.rows += exists[row];
-    }
-    return totals;
 }
 
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes )

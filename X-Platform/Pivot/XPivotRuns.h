@@ -57,13 +57,5 @@ inline bool XPivotRunFinder::Next( XPivotRun& outRun )
     return true;
 }
 
-/// How many runs, and how many present rows in them.
-struct XPivotRunTotals
-{
-    std::uint64_t runs = 0;
-    std::uint64_t rows = 0;
-};
-XPivotRunTotals XCountPivotRuns( const XVector<std::uint8_t>& inExists );
-
 /// True when all bytes are 0 or 1.
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes );

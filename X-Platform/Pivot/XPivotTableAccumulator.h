@@ -10,8 +10,10 @@
 
 /// Which reductions to apply to the rows that fall into one cell: mean, sum, extremes and so on.
 ///
-/// Threads: reducing is safe on several threads at once; one accumulator is not changed and used at the same time.
-/// Errors: a type above 7 is an internal error, 1005 when it comes out of a stream. Reading throws 1005, 1015, 1260.
+/// Threads: reducing is safe on several threads at once; one accumulator is not changed and used at the same
+/// time.
+/// Errors: a type above 7 is an internal error, 1005 when it comes out of a stream. Reading throws 1005,
+/// 1015, 1260.
 class KORVALE_API XPivotTableAccumulator : public XStorable
 {
 public:
