@@ -26,9 +26,10 @@ void UseRows( XPivotColumn& ioColumn )
     for ( unsigned type = 1; type < 8; ++type )
         accumulator.AddType( static_cast<XPivotTableAccumulator::XPivotTableAccumulatorType>( type ) );
     Require( accumulator.AccumulateColumn( ioColumn ).size() == accumulator.GetNumValues() );
-    ioColumn += ioColumn;
     ioColumn.RemoveDuplicates( order );
     Require( order.size() == ioColumn.GetColumnSize() && order.size() <= rows );
+    ioColumn += ioColumn;
+    Require( ioColumn.GetColumnSize() == 2 * order.size() );
 }
 } // namespace
 
