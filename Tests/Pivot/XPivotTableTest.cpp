@@ -168,8 +168,73 @@ TEST( XPivotTable, RefusesWhatIsInconsistent )
     EXPECT_EQ( error( head + "01000000 3300000000000000" + twoRows.substr( 17 ) ), 1005u );
     EXPECT_EQ( error( head + "01000000 ffffffffffffffff" + twoRows.substr( 17 ) ), 1260u );
     EXPECT_EQ( error( head + "01000000 0400000000000000 00000000" ), 1005u ); // a null object
-    EXPECT_EQ( error( head + "01000000 0400000000000000 34120000" ), 1003u ); // an unknown class
+    EXPECT_EQ(
+        error( head + "01000000 0400000000000000 34120000" ), 1005u ); // of an unknown class, no column
     EXPECT_EQ( error( head + "01000000 0c00000000000000 d1070000 d1070000 00000000" ), 1005u ); // a table
+}
+
+namespace
+{
+/// A table of a column of an unknown class, with flags as given, beside two unknown columns of two rows.
+std::string MakeOpaqueTable( const std::string& inFlags )
+{
+    const std::string base =
+        "ad050000 ac050000 ac050000 01000000 01000000 61 00000000 00000000 00000000 00000000 ";
+    const std::string rest = "3412ff00 0123456789";
+    const std::string plain = "3500000000000000 c8050000 " + base + "00000000 c8050000 02000000 ";
+    std::string opaque = "3412ff00 " + base + inFlags + rest;
+    const auto length = FromHex( opaque ).size();
+    char text[17];
+    std::snprintf( text, sizeof text, "%02x00000000000000", static_cast<unsigned>( length ) );
+    return "d1070000 d1070000 03000000" + plain + text + opaque + plain;
+}
+} // namespace
+
+TEST( XPivotTable, KeepsColumnsOfUnknownClasses )
+{
+    for ( const char* const flags : { "02000000 01 00", "00000000" } )
+    {
+        const XBytes bytes = FromHex( MakeOpaqueTable( flags ) );
+        const auto table = Read<XPivotTable>( bytes );
+        ASSERT_EQ( table->GetNumRows(), 2u );
+        EXPECT_EQ( Write( *table ), bytes );
+        EXPECT_EQ( Write( XPivotTable( *table ) ), bytes );
+        XPivotColumn& column = table->GetColumn( 1 );
+        EXPECT_EQ( column.GetColumnSize(), 2u );
+        EXPECT_EQ( column.GetDisplayName(), XString( "a" ) );
+        EXPECT_EQ( column.GetDataString( 0 ), XString( "N/A" ) );
+        table->KeepRows( { 0, 1 } );
+        table->InsertEmptyRows( 2, 0 );
+        table->DeleteRows( 1, 0 );
+        table->DuplicateAllRows( 1, true );
+        EXPECT_EQ( Write( *table ), bytes );
+        table->KeepRows( { 1, 0 } ); // whose the bytes are is not known any more
+        EXPECT_EQ( Write( column ), Write( table->GetColumn( 0 ) ) );
+        EXPECT_LT( Write( *table ).size(), bytes.size() );
+        EXPECT_EQ( Read<XPivotTable>( Write( *table ) )->GetNumRows(), 2u );
+    }
+    ExpectDamageIsSeen( FromHex( MakeOpaqueTable( "02000000 01 00" ) ) );
+    EXPECT_EQ( ErrorOf( [&] { Read( FromHex( MakeOpaqueTable( "03000000 01 00 00" ) ) ); } ), 1005u );
+    EXPECT_EQ( ErrorOf( [&] { Read( FromHex( MakeOpaqueTable( "02000000 01 02" ) ) ); } ), 1005u );
+}
+
+TEST( XPivotTable, WritesNoForeignByteOrder )
+{
+    const auto table = Read<XPivotTable>( FromHex( MakeOpaqueTable( "00000000" ) ) );
+    XMemStream stream;
+    stream.SetByteOrder( kMotorolaOrder );
+    stream.WriteObject( *table );
+    stream.SeekTo( 0 );
+    const std::unique_ptr<XStorable> read( stream.ReadObject() );
+    EXPECT_EQ( dynamic_cast<XPivotTable&>( *read ).GetNumRows(), 2u );
+    EXPECT_EQ(
+        Write( *read ),
+        Write(
+            [&]
+            {
+                table->KeepRows( { 1, 0 } );
+                return *table;
+            }() ) );
 }
 
 TEST( XPivotTable, RefusesTablesNestedAsColumns )

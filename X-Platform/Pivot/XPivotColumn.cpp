@@ -7,6 +7,7 @@
 #include "Pivot/XPivotRowFilter.h"
 #include "Pivot/XPivotRowOrder.h"
 #include "Pivot/XPivotRuns.h"
+#include "Pivot/XPivotTableNormalise.h"
 #include "Threads/XThread.h"
 
 #include <algorithm>
@@ -226,6 +227,17 @@ bool XPivotColumn::operator==( const XPivotColumn& inOther ) const
             return false;
     }
     return true;
+}
+
+void XPivotColumn::NormaliseTo( double inReference, XPivotTableControlRelationship inRelationship )
+{
+    for ( std::uint32_t row = 0; row < itsExists.size() && IsNumeric(); ++row )
+    {
+        if ( !itsExists[row] )
+            continue;
+        const double value = XNormalisePivotNumber( GetDataFloat( row ), inReference, inRelationship );
+        SetData( value, static_cast<std::int32_t>( row ), !std::isnan( value ) );
+    }
 }
 
 // ---- Filtering

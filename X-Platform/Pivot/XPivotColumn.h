@@ -171,6 +171,9 @@ public:
     /// Removes the rows that read as NaN, missing numbers among them; only columns of floating-point values
     /// have such. `outRows` are the old rows kept; true when any row went.
     virtual bool RemoveNaNs( XVector<std::uint32_t>& outRows ) = 0;
+    /// Relates the present rows to a control's value, through the numbers that the column gives and takes.
+    /// Results that are no numbers are missing.
+    virtual void NormaliseTo( double inReference, XPivotTableControlRelationship inRelationship );
     /// Makes the column `inCount` times as long: each row `inCount` times in a row when `inInterleaved`, else
     /// all rows, `inCount` times over.
     virtual void DuplicateAllValues( std::uint32_t inCount, bool inInterleaved ) = 0;

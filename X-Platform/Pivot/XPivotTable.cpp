@@ -1,9 +1,5 @@
 #include "Pivot/XPivotTable.h"
 
-#include "Core/XClassRegistry.h"
-#include "Core/XStream.h"
-#include "Pivot/XPivotRowOrder.h"
-
 #include <utility>
 
 namespace
@@ -14,11 +10,6 @@ bool IsSameColumn( const XPivotColumnDescriptor& inLeft, const XPivotColumnDescr
         return inLeft == inRight;
     return inLeft.GetID() == inRight.GetID() && inLeft.GetChannelName() == inRight.GetChannelName() &&
         inLeft.GetUnits() == inRight.GetUnits();
-}
-
-XVector<std::uint32_t> ToRows( const XVector<std::int32_t>& inRows )
-{
-    return XVector<std::uint32_t>( inRows.begin(), inRows.end() );
 }
 } // namespace
 
@@ -54,6 +45,11 @@ XPivotTable::~XPivotTable() = default;
 void XPivotTable::TakeColumns( XColumns&& inColumns )
 {
     itsColumns = std::move( inColumns );
+    BindColumns();
+}
+
+void XPivotTable::BindColumns()
+{
     for ( const auto& column : itsColumns )
         column->SetTable( *this );
 }
@@ -72,7 +68,7 @@ XPivotColumn& XPivotTable::InsertColumn( std::uint32_t inIndex, std::unique_ptr<
     XAssert( itsColumns.empty() || inColumn->GetColumnSize() == GetNumRows() );
     XPivotColumn& column = *inColumn;
     itsColumns.insert( itsColumns.begin() + inIndex, std::move( inColumn ) );
-    column.SetTable( *this );
+    BindColumns();
     return column;
 }
 
@@ -81,7 +77,10 @@ std::unique_ptr<XPivotColumn> XPivotTable::RemoveColumn( std::uint32_t inIndex )
     XAssert( inIndex < GetNumColumns() );
     std::unique_ptr<XPivotColumn> column = std::move( itsColumns[inIndex] );
     itsColumns.erase( itsColumns.begin() + inIndex );
+    XPivotTable none;
+    column->SetTable( none ); // lets go of the columns of this table
     column->itsTable = nullptr;
+    BindColumns();
     return column;
 }
 
@@ -116,6 +115,14 @@ const XPivotColumn* XPivotTable::FindColumn( const XPivotColumnDescriptor& inDes
 XPivotColumn* XPivotTable::FindColumn( const XPivotColumnDescriptor& inDescriptor )
 {
     return const_cast<XPivotColumn*>( std::as_const( *this ).FindColumn( inDescriptor ) );
+}
+
+XVector<const XPivotColumn*> XPivotTable::ListColumns( const XColumnIndices& inColumns ) const
+{
+    XVector<const XPivotColumn*> columns;
+    for ( const std::uint32_t index : inColumns )
+        columns.push_back( &GetColumn( index ) );
+    return columns;
 }
 
 // ---- Rows
@@ -165,121 +172,4 @@ void XPivotTable::AppendRows( const XPivotTable& inOther )
         *column += *other;
         AddColumn( std::move( column ) );
     }
-}
-
-void XPivotTable::DeleteRows( std::uint32_t inFirst, std::uint32_t inCount )
-{
-    for ( const auto& column : itsColumns )
-        column->DeleteItems( inFirst, inCount );
-}
-
-void XPivotTable::DeleteRows( const XVector<std::uint32_t>& inRows )
-{
-    KeepRows( XListOtherRows( GetNumRows(), inRows ) );
-}
-
-void XPivotTable::KeepRows( const XVector<std::uint32_t>& inRows )
-{
-    for ( const auto& column : itsColumns )
-        column->Reorder( inRows );
-}
-
-void XPivotTable::Sort(
-    std::uint32_t inColumn, XPivotSortDirection inDirection, XVector<std::uint32_t>* outOrder )
-{
-    XPivotColumn& sorted = GetColumn( inColumn );
-    XVector<std::uint32_t> order;
-    sorted.Sort( inDirection, order );
-    for ( const auto& column : itsColumns )
-    {
-        if ( column.get() != &sorted )
-            column->Reorder( order );
-    }
-    if ( outOrder )
-        outOrder->swap( order );
-}
-
-XVector<std::uint32_t> XPivotTable::FindRows(
-    std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference ) const
-{
-    return ToRows( GetColumn( inColumn ).Filter( inRelationship, inReference ) );
-}
-
-XVector<std::uint32_t> XPivotTable::FindRows(
-    std::uint32_t inColumn, XPivotFilterRelationship inRelationship, const XString& inReference ) const
-{
-    return ToRows( GetColumn( inColumn ).Filter( inRelationship, inReference ) );
-}
-
-void XPivotTable::FilterRows(
-    std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference )
-{
-    KeepRows( FindRows( inColumn, inRelationship, inReference ) );
-}
-
-void XPivotTable::FilterRows(
-    std::uint32_t inColumn, XPivotFilterRelationship inRelationship, const XString& inReference )
-{
-    KeepRows( FindRows( inColumn, inRelationship, inReference ) );
-}
-
-// ---- Storage
-
-USize64 XPivotTable::GetStreamUsage() const
-{
-    USize64 usage = 2 * sizeof( std::uint32_t );
-    for ( const auto& column : itsColumns )
-        usage += sizeof( std::uint64_t ) + sizeof( std::uint32_t ) + column->GetStreamUsage();
-    return usage;
-}
-
-void XPivotTable::WriteStream2( XStream& inStream, XOptions inOptions ) const
-{
-    inStream.WriteVersion( GetClassVersion() );
-    inStream.Write32( GetNumColumns() );
-    for ( const auto& column : itsColumns )
-        WriteColumn( inStream, *column, inOptions );
-}
-
-void XPivotTable::WriteColumn( XStream& inStream, const XPivotColumn& inColumn, XOptions inOptions )
-{
-    const SSize64 lengthPosition = inStream.GetPosition();
-    inStream.Write64( 0 );
-    const SSize64 start = inStream.GetPosition();
-    inStream.WriteObject( inColumn, inOptions );
-    const SSize64 end = inStream.GetPosition();
-    inStream.SeekTo( lengthPosition );
-    inStream.Write64( static_cast<std::uint64_t>( end - start ) );
-    inStream.SeekTo( end );
-}
-
-void XPivotTable::ReadStream2( XStream& inStream, XOptions inOptions )
-{
-    ReadCheckedVersion( inStream, GetClassVersion() );
-    XColumns columns;
-    for ( std::uint32_t left = inStream.Read32(); left > 0; --left )
-    {
-        columns.push_back( ReadColumn( inStream, inOptions ) );
-        if ( columns.back()->GetColumnSize() != columns.front()->GetColumnSize() )
-            XThrow( 1005 );
-    }
-    TakeColumns( std::move( columns ) );
-}
-
-std::unique_ptr<XPivotColumn> XPivotTable::ReadColumn( XStream& inStream, XOptions inOptions )
-{
-    const std::uint64_t length = inStream.Read64();
-    inStream.CheckRemaining( length, 1 );
-    const SSize64 start = inStream.GetPosition();
-    // Asked before the object is made, so that a file cannot nest tables in the place of columns.
-    const XVersion version = inStream.PeekVersion();
-    if ( XClassRegistry::IsRegistered( version ) &&
-         !XClassRegistry::IsA( version, XPivotColumn::GetClassVersion() ) )
-        XThrow( 1005 );
-    std::unique_ptr<XStorable> object( inStream.ReadObject( inOptions ) );
-    auto* column = dynamic_cast<XPivotColumn*>( object.get() );
-    if ( !column || static_cast<std::uint64_t>( inStream.GetPosition() - start ) != length )
-        XThrow( 1005 );
-    object.release();
-    return std::unique_ptr<XPivotColumn>( column );
 }

@@ -23,3 +23,13 @@ enum XPivotSortDirection : std::uint32_t
     kSortAscending = 0,
     kSortDescending = 1
 };
+
+/// How NormaliseTo relates a value v to the control's value c.
+enum XPivotTableControlRelationship : std::uint32_t
+{
+    kControlRatio = 0,             ///< v / c
+    kControlPercent = 1,           ///< 100 v / c
+    kControlDifference = 2,        ///< v - c, in the units of v
+    kControlPercentDifference = 3, ///< 100 (v - c) / c
+    kControlLogRatio = 4           ///< log2( v / c ): 1 is twice as much, -1 half
+};

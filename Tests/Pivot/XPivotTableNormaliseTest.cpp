@@ -1,0 +1,85 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+XPivotTable MakeTable()
+{
+    XPivotTable table;
+    auto plates = MakeColumn<XPivotStringColumn>( { "A", "A", "B", "B", "C", "A" } );
+    auto counts = std::make_unique<XPivotUInt32Column>( kPivotPixelCount, "", "C1", "px" );
+    for ( const std::uint32_t count : { 8u, 4u, 3u, 2u, 9u, 7u } )
+        counts->AppendValue( count, count != 7u );
+    table.AddColumn( std::move( plates ) );
+    table.AddColumn( std::move( counts ) );
+    return table;
+}
+
+const XRows kControls = { 1, 3, 5 }; // plate C has none, and the last is missing
+} // namespace
+
+TEST( XPivotTableNormalise, RelatesToAReference )
+{
+    const std::vector<std::tuple<XPivotTableControlRelationship, double, const char*>> cases = {
+        { kControlRatio, 2.0, "" },
+        { kControlPercent, 200.0, "%" },
+        { kControlDifference, 4.0, "px" },
+        { kControlPercentDifference, 100.0, "%" },
+        { kControlLogRatio, 1.0, "" } };
+    for ( const auto& [relationship, expected, units] : cases )
+    {
+        XPivotTable table = MakeTable();
+        table.NormaliseTo( 1, 4.0, relationship );
+        EXPECT_EQ( table.GetColumn( 1 ).GetDataFloat( 0 ), expected );
+        EXPECT_FALSE( table.GetColumn( 1 ).DoesDataExist( 5 ) );
+        EXPECT_EQ( table.GetColumn( 1 ).GetUnits(), units );
+        EXPECT_EQ( table.GetColumn( 1 ).GetID(), kPivotPixelCount );
+        EXPECT_EQ( table.GetColumn( 1 ).GetTable(), &table );
+    }
+    XPivotTable table = MakeTable();
+    EXPECT_EQ( ErrorOf( [&] { table.NormaliseTo( 1, 4.0, XPivotTableControlRelationship( 5 ) ); } ), 1006u );
+    table.NormaliseTo( 0, 4.0, kControlRatio ); // texts stay
+    EXPECT_EQ( table.GetColumn( 0 ).GetDataString( 0 ), XString( "A" ) );
+}
+
+TEST( XPivotTableNormalise, RelatesToTheControlsOfEachGroup )
+{
+    XPivotTable table = MakeTable();
+    table.NormaliseToControls( 1, kControls, kControlRatio, { 0 } );
+    EXPECT_EQ( table.GetColumn( 1 ).GetExistsVector(), ( XVector<std::uint8_t>{ 1, 1, 1, 1, 0, 0 } ) );
+    EXPECT_EQ( table.GetColumn( 1 ).GetFloatVector(), ( XVector<double>{ 2.0, 1.0, 1.5, 1.0 } ) );
+    table = MakeTable();
+    table.NormaliseToControls( 1, kControls, kControlDifference );
+    EXPECT_EQ( table.GetColumn( 1 ).GetFloatVector(), ( XVector<double>{ 5.0, 1.0, 0.0, -1.0, 6.0 } ) );
+    EXPECT_EQ( ErrorOf( [&] { table.NormaliseToControls( 1, { 6 }, kControlRatio ); } ), 1006u );
+}
+
+TEST( XPivotTableBuckets, GatherNumbersBetweenLimits )
+{
+    XPivotTable table = MakeTable();
+    const XPivotStringColumn& buckets = table.BucketsGather( 1, { 3.0, 4.0, 8.0 } );
+    EXPECT_EQ( buckets.GetDisplayName(), XString( "Pixel Count Group (C1)" ) );
+    EXPECT_EQ( buckets.GetStringVector(), ( XVector<XString>{ "4 to 8", "4 to 8", "3 to 4", "", "", "" } ) );
+    EXPECT_EQ( buckets.GetExistsVector(), ( XVector<std::uint8_t>{ 1, 1, 1, 0, 0, 0 } ) );
+    EXPECT_EQ( &table.BucketsGather( 1, { 0.0, 100.0 } ), &buckets ); // written anew
+    EXPECT_EQ( buckets.GetValue( 4 ), XString( "0 to 100" ) );
+    for ( const XVector<double>& limits : { XVector<double>{}, { 1.0 }, { 1.0, 1.0 }, { 1.0, kNaN } } )
+        EXPECT_EQ( ErrorOf( [&] { table.BucketsGather( 1, limits ); } ), 1013u );
+    EXPECT_EQ( table.GetNumColumns(), 3u );
+}
+
+TEST( XPivotTableBuckets, GatherTextsAndTakeNewNames )
+{
+    XPivotTable table = MakeTable();
+    const XPivotStringColumn& buckets = table.BucketsGather( 0, { "C", "B" }, "treated" );
+    EXPECT_EQ(
+        buckets.GetStringVector(), ( XVector<XString>{ "A", "A", "treated", "treated", "treated", "A" } ) );
+    table.BucketsGather( 0, { "C" }, "later" ); // the others stay where they are
+    EXPECT_EQ( buckets.GetValue( 3 ), XString( "treated" ) );
+    EXPECT_EQ( buckets.GetValue( 4 ), XString( "later" ) );
+    EXPECT_EQ( table.BucketRename( 0, "A", "later" ), 3u );
+    EXPECT_EQ( table.BucketRename( 0, "A", "later" ), 0u );
+    EXPECT_EQ( buckets.GetStringSet(), ( XVector<XString>{ "later", "treated" } ) );
+    EXPECT_EQ( table.BucketRename( 1, "A", "B" ), 0u ); // no buckets there
+}

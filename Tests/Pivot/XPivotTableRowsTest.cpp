@@ -1,0 +1,124 @@
+#include "Pivot/ColumnTools.h"
+#include "Pivot/XPivotTableGroups.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+/// A number and a text per row, and the row's number before anything moved.
+XPivotTable MakeTable(
+    const std::vector<std::optional<double>>& inNumbers, const std::vector<std::optional<XString>>& inTexts )
+{
+    XPivotTable table;
+    table.AddColumn( MakeColumn<XPivotFloatColumn>( inNumbers ) );
+    table.AddColumn( MakeColumn<XPivotStringColumn>( inTexts ) );
+    auto rows = std::make_unique<XPivotUInt32Column>( kPivotID, "", "", "" );
+    for ( std::uint32_t row = 0; row < inNumbers.size(); ++row )
+        rows->AppendValue( row, true );
+    table.AddColumn( std::move( rows ) );
+    return table;
+}
+
+XPivotTable MakeTable()
+{
+    return MakeTable(
+        { 2.0, kNaN, 2.0, std::nullopt, 1.0, -0.0, 0.0 },
+        { "b", "a", "a10", "", "a9", std::nullopt, "a10" } );
+}
+
+XRows RowsOf( const XPivotTable& inTable )
+{
+    return dynamic_cast<const XPivotUInt32Column&>( inTable.GetColumn( 2 ) ).GetDataVector();
+}
+} // namespace
+
+TEST( XPivotTableSort, TakesEachKeyInItsDirection )
+{
+    XPivotTable table = MakeTable();
+    XRows order;
+    table.Sort( { { 0, kSortDescending }, { 1, kSortAscending } }, &order );
+    EXPECT_EQ( order, ( XRows{ 2, 0, 4, 5, 6, 3, 1 } ) ); // NaN and missing numbers are equal
+    EXPECT_EQ( RowsOf( table ), order );
+    table = MakeTable();
+    table.Sort( { { 0 }, { 1, kSortDescending } } );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
+    table.Sort( XVector<XPivotTable::XSortKey>() );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
+    EXPECT_EQ( ErrorOf( [&] { table.Sort( { { 3 } } ); } ), 1006u );
+}
+
+TEST( XPivotTableSort, ByOneKeyIsWhatTheColumnDoes )
+{
+    for ( const std::uint32_t column : { 0u, 1u, 2u } )
+    {
+        for ( const auto direction : { kSortAscending, kSortDescending } )
+        {
+            XPivotTable one = MakeTable(), several = MakeTable();
+            one.Sort( column, direction );
+            several.Sort( { { column, direction } } );
+            EXPECT_EQ( RowsOf( one ), RowsOf( several ) );
+        }
+    }
+}
+
+TEST( XPivotTableFilter, CombinesWithAndAndOr )
+{
+    using XFilter = XPivotTableFilter;
+    XPivotTable table = MakeTable();
+    const XFilter isTwo( 0, kFilterEqual, 2.0 );
+    const XFilter isLong( 1, kFilterContains, XString( "10" ) );
+    const XFilter isNotTwo( 0, kFilterNotEqual, 2.0 );
+    EXPECT_EQ( table.FindRows( XFilter::AllOf( { isTwo, isLong } ) ), ( XRows{ 2 } ) );
+    EXPECT_EQ( table.FindRows( XFilter::AnyOf( { isTwo, isLong } ) ), ( XRows{ 0, 2, 6 } ) );
+    EXPECT_EQ( table.FindRows( isNotTwo ), ( XRows{ 1, 4, 5, 6 } ) ); // a missing row passes nothing
+    EXPECT_EQ( table.FindRows( XFilter::AllOf( {} ) ).size(), 7u );
+    EXPECT_TRUE( table.FindRows( XFilter::AnyOf( {} ) ).empty() );
+    table.FilterRows( XFilter::AllOf( { XFilter::AnyOf( { isTwo, isLong } ), isNotTwo } ) );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 6 } ) );
+    EXPECT_EQ( ErrorOf( [&] { table.FindRows( XFilter( 3, kFilterEqual, 0.0 ) ); } ), 1006u );
+}
+
+TEST( XPivotTableRows, AreDuplicated )
+{
+    XPivotTable table = MakeTable( { 1.0, 2.0, 3.0 }, { "a", "b", "c" } );
+    table.DuplicateRows( { 2, 0, 2 } );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 1, 2, 2, 2 } ) );
+    EXPECT_EQ( ErrorOf( [&] { table.DuplicateRows( { 6 } ); } ), 1006u );
+    table.KeepRows( { 1, 5 } );
+    table.DuplicateAllRows( 2, true );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 2, 2 } ) );
+    table.DuplicateAllRows( 2, false );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 2, 2, 0, 0, 2, 2 } ) );
+    table.DuplicateAllRows( 0, false );
+    EXPECT_EQ( table.GetNumRows(), 0u );
+}
+
+TEST( XPivotTableRows, LoseDuplicates )
+{
+    XPivotTable table = MakeTable(
+        { 0.0, kNaN, -0.0, std::nullopt, kNaN, std::nullopt, kNaN }, { "", "a", "", "a", "a", "a", "a b" } );
+    XRows kept;
+    table.RemoveDuplicates( { 0, 1 }, &kept );
+    EXPECT_EQ( kept, ( XRows{ 0, 1, 3, 6 } ) );
+    EXPECT_EQ( RowsOf( table ), kept );
+    table.RemoveDuplicates(); // the row numbers differ
+    EXPECT_EQ( table.GetNumRows(), 4u );
+    table.RemoveDuplicates( { 0 } );
+    EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 1, 3 } ) );
+    XPivotTable none;
+    none.RemoveDuplicates( {}, &kept );
+    EXPECT_TRUE( kept.empty() );
+}
+
+TEST( XPivotTableGroups, AreTheSameWhenHashesCollide )
+{
+    const XPivotTable table = MakeTable();
+    const XVector<const XPivotColumn*> keys = { &table.GetColumn( 0 ), &table.GetColumn( 1 ) };
+    const auto groups = XGroupPivotTableRows( keys, table.GetNumRows() );
+    const auto collided = XGroupPivotTableRows( keys, table.GetNumRows(), 1 );
+    EXPECT_EQ( groups.groups, ( XRows{ 0, 1, 2, 3, 4, 5, 6 } ) );
+    EXPECT_EQ( collided.groups, groups.groups );
+    const auto byNumber = XGroupPivotTableRows( { &table.GetColumn( 0 ) }, table.GetNumRows(), 1 );
+    EXPECT_EQ( byNumber.groups, ( XRows{ 0, 1, 0, 2, 3, 4, 4 } ) );
+    EXPECT_EQ( byNumber.firstRows, ( XRows{ 0, 1, 3, 4, 5 } ) );
+}

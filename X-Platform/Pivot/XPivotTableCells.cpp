@@ -1,0 +1,229 @@
+#include "Pivot/XPivotTableCells.h"
+
+#include "Core/XErrorNumbers.h"
+#include "Pivot/XPivotFloatColumn.h"
+
+#include <numeric>
+#include <optional>
+
+namespace
+{
+using XAccumulator = XPivotTableAccumulator;
+
+/// The numbers of one cell, all present, in space that is used again for the next cell.
+class XCellColumn : public XPivotFloatColumn
+{
+public:
+    void Take( const double* inFirst, const double* inEnd )
+    {
+        itsColumnData.assign( inFirst, inEnd );
+        GetExists().assign( itsColumnData.size(), 1 );
+    }
+};
+
+/// True when the first value of a reduction is measured in the units of what it reduces.
+bool KeepsUnits( XAccumulator::XPivotTableAccumulatorType inType )
+{
+    return inType != XAccumulator::kAccumulateProduct && inType != XAccumulator::kAccumulateCount &&
+        inType != XAccumulator::kAccumulateVarSD;
+}
+
+/// The reductions that give numbers: all but the value of a single row.
+std::optional<XAccumulator> SelectNumbers( const XAccumulator& inAccumulator )
+{
+    std::optional<XAccumulator> selected;
+    for ( const auto type : inAccumulator.GetTypes() )
+    {
+        if ( type == XAccumulator::kAccumulateNone )
+            continue;
+        if ( selected )
+            selected->AddType( type );
+        else
+            selected.emplace( type );
+    }
+    return selected;
+}
+
+bool HasSingleValues( const XAccumulator& inAccumulator )
+{
+    return inAccumulator.GetTypes().contains( XAccumulator::kAccumulateNone );
+}
+
+std::unique_ptr<XPivotColumn>
+MakeNumberColumn( const XPivotColumn& inValues, const XString& inName, bool inHasUnits )
+{
+    return std::make_unique<XPivotFloatColumn>(
+        kPivotUserDefined, inName, inValues.GetChannelName(), inHasUnits ? inValues.GetUnits() : XString() );
+}
+
+/// One column for each number of each reduction, without rows.
+void AddNumberColumns(
+    const XPivotColumn& inValues, const XAccumulator& inAccumulator,
+    XVector<std::unique_ptr<XPivotColumn>>& ioColumns )
+{
+    for ( const auto type : inAccumulator.GetTypes() )
+    {
+        bool hasUnits = KeepsUnits( type );
+        const XAccumulator accumulator( type );
+        for ( const XString& name : accumulator.GetColumnStrings() )
+        {
+            ioColumns.push_back( MakeNumberColumn( inValues, name, hasUnits ) );
+            hasUnits = true; // the standard deviation, after the variance
+        }
+    }
+}
+
+XPivotFloatColumn& AsNumbers( XPivotColumn& inColumn )
+{
+    return static_cast<XPivotFloatColumn&>( inColumn );
+}
+} // namespace
+
+XPivotTableCells::XPivotTableCells(
+    const XPivotTableGroups& inRowGroups, const XPivotTableGroups& inColumnGroups )
+    : itsNumRowGroups( inRowGroups.GetCount() ), itsNumColumnGroups( inColumnGroups.GetCount() ),
+      itsCells( inRowGroups.groups )
+{
+    const std::uint64_t cells = std::uint64_t( itsNumRowGroups ) * itsNumColumnGroups;
+    if ( cells > XPivotColumn::kMaxRows )
+        XThrow( kErrorOutOfMemory );
+    for ( std::size_t row = 0; row < itsCells.size() && itsNumColumnGroups > 1; ++row )
+        itsCells[row] = itsCells[row] * itsNumColumnGroups + inColumnGroups.groups[row];
+    itsStarts.resize( static_cast<std::size_t>( cells ) + 1 );
+    for ( const std::uint32_t cell : itsCells )
+        ++itsStarts[cell + 1];
+    std::partial_sum( itsStarts.begin(), itsStarts.end(), itsStarts.begin() );
+}
+
+XVector<std::unique_ptr<XPivotColumn>>
+XPivotTableCells::Accumulate( const XPivotColumn& inValues, const XAccumulator& inAccumulator ) const
+{
+    XResultColumns singles;
+    XResultColumns numbers;
+    if ( HasSingleValues( inAccumulator ) )
+        AddSingleValues( inValues, singles );
+    if ( const auto selected = SelectNumbers( inAccumulator ) )
+        AddNumbers( inValues, *selected, numbers );
+    XResultColumns columns;
+    const std::size_t numbersPerGroup = numbers.size() / std::max( itsNumColumnGroups, 1u );
+    for ( std::size_t group = 0, number = 0; group < itsNumColumnGroups; ++group )
+    {
+        if ( !singles.empty() )
+            columns.push_back( std::move( singles[group] ) );
+        for ( std::size_t i = 0; i < numbersPerGroup; ++i )
+            columns.push_back( std::move( numbers[number++] ) );
+    }
+    return columns;
+}
+
+void XPivotTableCells::AddNumbers(
+    const XPivotColumn& inValues, const XAccumulator& inAccumulator, XResultColumns& outColumns ) const
+{
+    for ( std::uint32_t group = 0; group < itsNumColumnGroups; ++group )
+        AddNumberColumns( inValues, inAccumulator, outColumns );
+    FillDefaultColumnValues( inAccumulator, outColumns );
+    XVector<double> numbers;
+    const XVector<std::uint32_t> ends = GatherNumbers( inValues, numbers );
+    XCellColumn cellValues;
+    for ( std::uint32_t cell = 0; cell < GetNumCells(); ++cell )
+    {
+        if ( itsStarts[cell] == itsStarts[cell + 1] )
+            continue;
+        cellValues.Take( numbers.data() + itsStarts[cell], numbers.data() + ends[cell] );
+        AccumulateColumnAndAdd( cellValues, inAccumulator, cell, outColumns );
+    }
+}
+
+/// The numbers of the present rows, cell by cell; each cell has room for all its rows. Returns the ends of
+/// what the cells hold.
+XVector<std::uint32_t>
+XPivotTableCells::GatherNumbers( const XPivotColumn& inValues, XVector<double>& outNumbers ) const
+{
+    XVector<std::uint32_t> ends = itsStarts;
+    outNumbers.resize( itsCells.size() );
+    XVector<double> scratch;
+    for ( std::uint32_t first = 0;; )
+    {
+        const auto block = inValues.GetFloatBlock( first, 0xFFFFFFFF, scratch );
+        if ( block.count == 0 )
+            return ends;
+        for ( std::uint32_t i = 0; i < block.count; ++i )
+        {
+            // Written over by the next where the row is missing: taking no decision is faster.
+            std::uint32_t& end = ends[itsCells[first + i]];
+            outNumbers[end] = block.values[i];
+            end += block.exists[i];
+        }
+        first += block.count;
+    }
+}
+
+void XPivotTableCells::FillDefaultColumnValues(
+    const XAccumulator& inAccumulator, XResultColumns& ioColumns ) const
+{
+    const auto defaults = inAccumulator.GetDefaultFloats();
+    for ( std::size_t i = 0; i < ioColumns.size(); ++i )
+    {
+        const auto [isValid, value] = defaults[i % defaults.size()];
+        if ( isValid )
+            ioColumns[i]->SetData( XVector<double>( itsNumRowGroups, value ) );
+        else
+            ioColumns[i]->ResizeRows( itsNumRowGroups );
+    }
+}
+
+void XPivotTableCells::AccumulateColumnAndAdd(
+    const XPivotColumn& inCellValues, const XAccumulator& inAccumulator, std::uint32_t inCell,
+    XResultColumns& ioColumns ) const
+{
+    const auto row = static_cast<std::int32_t>( inCell / itsNumColumnGroups );
+    std::size_t column = inCell % itsNumColumnGroups * inAccumulator.GetNumValues();
+    for ( const auto& result : inAccumulator.AccumulateColumn( inCellValues ) )
+    {
+        XPivotFloatColumn& numbers = AsNumbers( *ioColumns[column++] );
+        numbers.SetValue( result.isValid ? result.value : numbers.GetDefaultValue(), row, result.isValid );
+    }
+}
+
+// ---- Single values
+
+std::unique_ptr<XPivotColumn>
+XPivotTableCells::PickSingleValues( const XPivotColumn& inValues, std::uint32_t inColumnGroup ) const
+{
+    XVector<std::uint32_t> rows( itsNumRowGroups, kNoPivotRow );
+    XVector<std::uint8_t> isTaken( itsNumRowGroups );
+    for ( std::uint32_t row = 0; row < itsCells.size(); ++row )
+    {
+        if ( itsCells[row] % itsNumColumnGroups != inColumnGroup || !inValues.DoesDataExist( row ) )
+            continue;
+        const std::uint32_t group = itsCells[row] / itsNumColumnGroups;
+        rows[group] = isTaken[group] ? kNoPivotRow : row;
+        isTaken[group] = 1;
+    }
+    return XPickPivotTableRows( inValues, rows );
+}
+
+void XPivotTableCells::AddSingleValues( const XPivotColumn& inValues, XResultColumns& outColumns ) const
+{
+    for ( std::uint32_t group = 0; group < itsNumColumnGroups; ++group )
+    {
+        outColumns.push_back( PickSingleValues( inValues, group ) );
+        outColumns.back()->SetID( kPivotUserDefined );
+        outColumns.back()->SetColumnName(
+            XAccumulator( XAccumulator::kAccumulateNone ).GetStringDescription() );
+    }
+}
+
+std::unique_ptr<XPivotColumn>
+XPickPivotTableRows( const XPivotColumn& inColumn, const XVector<std::uint32_t>& inRows )
+{
+    std::unique_ptr<XPivotColumn> picked( inColumn.CloneWithoutCopyForPivot() );
+    for ( const std::uint32_t row : inRows )
+    {
+        if ( inColumn.DoesDataExist( row ) )
+            inColumn.CopyRowInto( row, *picked, picked->GetColumnSize() );
+        else
+            picked->InsertEmptyRows( picked->GetColumnSize(), 1 );
+    }
+    return picked;
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Pivot/XPivotTableAccumulator.h"
+#include "Pivot/XPivotTableGroups.h"
+
+#include <memory>
+
+/// The cells of a pivot: each row of a table falls into one, and each cell's rows are reduced by themselves.
+/// Cells are numbered row group by row group. Internal.
+class XPivotTableCells
+{
+public:
+    /// Throws 1012 for more than XPivotColumn::kMaxRows cells.
+    XPivotTableCells( const XPivotTableGroups& inRowGroups, const XPivotTableGroups& inColumnGroups );
+
+    /// The result columns of a value: for each column group those of the accumulator's column strings, with
+    /// one row for each row group. They are headed by the column string alone.
+    XVector<std::unique_ptr<XPivotColumn>>
+    Accumulate( const XPivotColumn& inValues, const XPivotTableAccumulator& inAccumulator ) const;
+
+    /// The value of the only present row of each cell of a column group, in a column of its class. Cells
+    /// without one and with several are missing.
+    std::unique_ptr<XPivotColumn>
+    PickSingleValues( const XPivotColumn& inValues, std::uint32_t inColumnGroup = 0 ) const;
+
+private:
+    using XResultColumns = XVector<std::unique_ptr<XPivotColumn>>;
+
+    std::uint32_t GetNumCells() const { return static_cast<std::uint32_t>( itsStarts.size() - 1 ); }
+
+    void AddNumbers(
+        const XPivotColumn& inValues, const XPivotTableAccumulator& inAccumulator,
+        XResultColumns& outColumns ) const;
+    void AddSingleValues( const XPivotColumn& inValues, XResultColumns& outColumns ) const;
+    XVector<std::uint32_t> GatherNumbers( const XPivotColumn& inValues, XVector<double>& outNumbers ) const;
+    void
+    FillDefaultColumnValues( const XPivotTableAccumulator& inAccumulator, XResultColumns& ioColumns ) const;
+    void AccumulateColumnAndAdd(
+        const XPivotColumn& inCellValues, const XPivotTableAccumulator& inAccumulator, std::uint32_t inCell,
+        XResultColumns& ioColumns ) const;
+
+    std::uint32_t itsNumRowGroups;
+    std::uint32_t itsNumColumnGroups;
+    XVector<std::uint32_t> itsCells;  // of each row
+    XVector<std::uint32_t> itsStarts; // of each cell among the rows in cell order; and the number of rows
+};
+
+/// In place of a row: none.
+inline constexpr std::uint32_t kNoPivotRow = 0xFFFFFFFF;
+
+/// A column of the class that a column has in pivots, with copies of the rows listed; missing ones, and
+/// kNoPivotRow, are missing.
+std::unique_ptr<XPivotColumn>
+XPickPivotTableRows( const XPivotColumn& inColumn, const XVector<std::uint32_t>& inRows );

@@ -1,0 +1,163 @@
+#include "Pivot/XPivotTableGroups.h"
+
+#include "Pivot/XPivotTableKey.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <numeric>
+#include <ranges>
+
+namespace
+{
+using XKeys = XVector<std::unique_ptr<XPivotTableKey>>;
+
+constexpr std::uint32_t kRowsPerBlock = 1024; // the hashes of a block stay in the nearest cache
+
+XKeys MakeKeys( const XVector<const XPivotColumn*>& inColumns )
+{
+    XKeys keys;
+    for ( const XPivotColumn* column : inColumns )
+        keys.push_back( XPivotTableKey::Make( *column ) );
+    return keys;
+}
+
+/// Numbers hashes in the order in which they first occur: open addressing, at most half full.
+class XHashNumbers
+{
+public:
+    /// The number of a hash; the next free one for a hash that is new.
+    std::uint32_t Number( std::uint64_t inHash )
+    {
+        const std::uint32_t tag = GetTag( inHash );
+        for ( std::uint64_t place = inHash & itsMask;; place = ( place + 1 ) & itsMask )
+        {
+            const XEntry& entry = itsEntries[place];
+            if ( entry.tag == tag && entry.number != kFree )
+                return entry.number;
+            if ( entry.number == kFree )
+                return Add( place, inHash );
+        }
+    }
+    std::uint32_t GetCount() const { return static_cast<std::uint32_t>( itsHashes.size() ); }
+
+private:
+    static constexpr std::uint32_t kFree = 0xFFFFFFFF;
+
+    struct XEntry
+    {
+        std::uint32_t tag = 0;
+        std::uint32_t number = kFree;
+    };
+
+    static std::uint32_t GetTag( std::uint64_t inHash ) { return static_cast<std::uint32_t>( inHash >> 32 ); }
+
+    std::uint32_t Add( std::uint64_t inPlace, std::uint64_t inHash )
+    {
+        const std::uint32_t number = GetCount();
+        itsEntries[inPlace] = { GetTag( inHash ), number };
+        itsHashes.push_back( inHash );
+        if ( 2 * itsHashes.size() > itsEntries.size() )
+            Grow();
+        return number;
+    }
+
+    void Grow()
+    {
+        itsEntries.assign( 4 * itsEntries.size(), XEntry() );
+        itsMask = itsEntries.size() - 1;
+        for ( std::uint32_t number = 0; number < GetCount(); ++number )
+        {
+            std::uint64_t place = itsHashes[number] & itsMask;
+            while ( itsEntries[place].number != kFree )
+                place = ( place + 1 ) & itsMask;
+            itsEntries[place] = { GetTag( itsHashes[number] ), number };
+        }
+    }
+
+    XVector<XEntry> itsEntries = XVector<XEntry>( 4096 );
+    std::uint64_t itsMask = 4095;
+    XVector<std::uint64_t> itsHashes; // by number
+};
+
+/// Groups by hashes alone, block by block; false when two values turn out to share a hash.
+bool GroupByHashes(
+    const XKeys& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits, XPivotTableGroups& outGroups )
+{
+    XHashNumbers numbers;
+    std::array<std::uint64_t, kRowsPerBlock> hashes;
+    for ( std::uint32_t first = 0; first < inRowCount; first += kRowsPerBlock )
+    {
+        const std::uint32_t count = std::min( kRowsPerBlock, inRowCount - first );
+        std::uint32_t* groups = outGroups.groups.data() + first;
+        hashes.fill( 0x243F6A8885A308D3 ); // an empty key starts somewhere else than a 0
+        for ( const auto& key : inKeys )
+            key->MixHashes( first, count, hashes.data() );
+        for ( std::uint32_t i = 0; i < count; ++i )
+        {
+            groups[i] = numbers.Number( hashes[i] & inHashBits );
+            if ( groups[i] == outGroups.firstRows.size() )
+                outGroups.firstRows.push_back( first + i );
+        }
+        for ( const auto& key : inKeys )
+        {
+            if ( !key->AreInGroups( first, count, groups, outGroups.firstRows ) )
+                return false;
+        }
+    }
+    return true;
+}
+
+/// Groups by comparing values: slower, for the rare rows whose hashes say less than their values.
+void GroupByValues( const XKeys& inKeys, std::uint32_t inRowCount, XPivotTableGroups& outGroups )
+{
+    const auto isLess = [&]( std::uint32_t inLeft, std::uint32_t inRight )
+    {
+        for ( const auto& key : inKeys )
+        {
+            if ( const int order = key->Compare( inLeft, inRight ) )
+                return order < 0;
+        }
+        return false;
+    };
+    std::map<std::uint32_t, std::uint32_t, decltype( isLess )> groupOf( isLess );
+    outGroups.firstRows.clear();
+    for ( std::uint32_t row = 0; row < inRowCount; ++row )
+    {
+        const auto [place, isNew] = groupOf.try_emplace( row, outGroups.GetCount() );
+        outGroups.groups[row] = place->second;
+        if ( isNew )
+            outGroups.firstRows.push_back( row );
+    }
+}
+} // namespace
+
+XPivotTableGroups XGroupPivotTableRows(
+    const XVector<const XPivotColumn*>& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits )
+{
+    XPivotTableGroups groups;
+    groups.groups.resize( inRowCount );
+    if ( inKeys.empty() )
+    {
+        groups.firstRows.push_back( 0 );
+        return groups;
+    }
+    const XKeys keys = MakeKeys( inKeys );
+    if ( !GroupByHashes( keys, inRowCount, inHashBits, groups ) )
+        GroupByValues( keys, inRowCount, groups );
+    return groups;
+}
+
+void XSortPivotTableGroups( const XVector<const XPivotColumn*>& inKeys, XPivotTableGroups& ioGroups )
+{
+    if ( inKeys.empty() )
+        return;
+    const XKeys keys = MakeKeys( inKeys );
+    for ( const auto& key : keys | std::views::reverse )
+        key->SortRows( ioGroups.firstRows );
+    XVector<std::uint32_t> places( ioGroups.firstRows.size() );
+    for ( std::uint32_t place = 0; place < places.size(); ++place )
+        places[ioGroups.groups[ioGroups.firstRows[place]]] = place;
+    for ( std::uint32_t& group : ioGroups.groups )
+        group = places[group];
+}
