@@ -37,10 +37,12 @@ WMainLoop::XHandle WMainLoop::GetWaitHandle()
 void WMainLoop::Wake()
 {
     const int bell = sBell;
+    if ( bell < 0 )
+        return;
     const int savedErrno = errno;
     const std::uint64_t one = 1;
-    if ( bell >= 0 && write( bell, &one, sizeof( one ) ) < 0 )
-        errno = EAGAIN; // the counter is full: it rings
+    [[maybe_unused]] const ssize_t written =
+        write( bell, &one, sizeof( one ) ); // fails where it is full, and rings
     errno = savedErrno;
 }
 

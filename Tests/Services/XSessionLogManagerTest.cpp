@@ -1,8 +1,9 @@
 #include "Services/XSessionLogManager.h"
 
-#include <fstream>
+#include "TestFolder.h"
+
 #include <gtest/gtest.h>
-#include <sstream>
+
 #include <thread>
 
 namespace
@@ -11,28 +12,20 @@ namespace
 class XSessionLogManagerTest : public testing::Test
 {
 protected:
-    XSessionLogManagerTest()
-    {
-        itsFolder = std::filesystem::temp_directory_path() / ( "korvale-log-" + UniqueName() );
-        itsOptions.path = itsFolder / "deep" / "session.log";
-    }
-    ~XSessionLogManagerTest() override { std::filesystem::remove_all( itsFolder ); }
+    XSessionLogManagerTest() { itsOptions.path = itsFolder / "deep/session.log"; }
 
-    static std::string UniqueName()
+    std::string Read( const std::string& inSuffix = "" ) const
     {
-        return std::to_string( XTime::Now().GetMicroSeconds() ) +
-            testing::UnitTest::GetInstance()->current_test_info()->name();
+        return itsFolder.Read( "deep/session.log" + inSuffix );
     }
 
-    static std::string Read( const std::filesystem::path& inPath )
+    /// Adds an entry and returns the file when it is written or lost.
+    std::string Log( XSessionLogManager& ioLog, const char* inText ) const
     {
-        std::ifstream file( inPath, std::ios::binary );
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
+        ioLog.AddEntry( { kLogInformation, inText } );
+        EXPECT_TRUE( ioLog.Flush() );
+        return Read();
     }
-
-    std::string Read() const { return Read( itsOptions.path ); }
 
     static std::size_t Count( const std::string& inText, const std::string& inWhat )
     {
@@ -42,7 +35,7 @@ protected:
         return count;
     }
 
-    std::filesystem::path itsFolder;
+    TestFolder itsFolder;
     XSessionLogManager::XOptions itsOptions;
 };
 
@@ -90,36 +83,47 @@ TEST_F( XSessionLogManagerTest, RenamesFilesThatHaveGrown )
 {
     itsOptions.maxFileBytes = 1000;
     itsOptions.oldFiles = 2;
-    const XString entry( std::string( 600, 'x' ) );
     XSessionLogManager log( itsOptions );
     for ( int i = 0; i < 9; ++i )
-    {
-        log.AddEntry( { kLogInformation, entry } );
-        ASSERT_TRUE( log.Flush() );
-    }
-    auto path = itsOptions.path;
+        Log( log, std::string( 600, 'x' ).c_str() );
     EXPECT_EQ( Count( Read(), "information" ), 1u );
-    EXPECT_EQ( Count( Read( path += ".1" ), "information" ), 2u );
-    EXPECT_EQ( Count( Read( itsOptions.path.string() + ".2" ), "information" ), 2u );
-    EXPECT_FALSE( std::filesystem::exists( itsOptions.path.string() + ".3" ) );
+    EXPECT_EQ( Count( Read( ".1" ), "information" ), 2u );
+    EXPECT_EQ( Count( Read( ".2" ), "information" ), 2u );
+    EXPECT_FALSE( std::filesystem::exists( itsFolder / "deep/session.log.3" ) );
 }
 
-TEST_F( XSessionLogManagerTest, GoesOnWithoutItsFileAndTellsWhatWasLost )
+TEST_F( XSessionLogManagerTest, GoesOnWithoutItsFolderAndTellsWhatWasLost )
 {
-    // A file stands where the folder should be.
-    std::filesystem::create_directories( itsFolder );
-    std::ofstream( itsFolder / "deep" ) << "in the way";
+    itsFolder.Write( "deep", "a file where the folder should be" );
     XSessionLogManager log( itsOptions );
     for ( int i = 0; i < 3; ++i )
-        log.AddEntry( { kLogInformation, "unheard" } );
-    ASSERT_TRUE( log.Flush() );
+        Log( log, "unheard" );
     EXPECT_EQ( log.GetLostCount(), 3u );
 
     std::filesystem::remove( itsFolder / "deep" );
-    log.AddEntry( { kLogInformation, "heard" } );
+    const std::string text = Log( log, "heard" );
+    EXPECT_NE( text.find( "3 entries of the log were lost" ), std::string::npos );
+    EXPECT_NE( text.find( "heard\n" ), std::string::npos );
+}
+
+TEST_F( XSessionLogManagerTest, GoesOnWhenTheDiskIsFullAndWhenItsFileIsRemoved )
+{
+    if ( !HasFullDevice() )
+        GTEST_SKIP() << "no full device";
+    std::filesystem::create_directories( itsFolder / "deep" );
+    std::filesystem::create_symlink( kFullDevice, itsOptions.path );
+    XSessionLogManager log( itsOptions );
+    log.AddEntry( { kLogError, "unheard" } );
     ASSERT_TRUE( log.Flush() );
-    EXPECT_NE( Read().find( "3 entries of the log were lost" ), std::string::npos );
-    EXPECT_NE( Read().find( "heard" ), std::string::npos );
+    EXPECT_EQ( log.GetLostCount(), 1u );
+
+    std::filesystem::remove( itsOptions.path );
+    EXPECT_NE( Log( log, "first" ).find( "1 entries of the log were lost" ), std::string::npos );
+    std::filesystem::remove( itsOptions.path );
+    const std::string text = Log( log, "second" );
+    EXPECT_NE( text.find( "second\n" ), std::string::npos );
+    EXPECT_EQ( text.find( "first" ), std::string::npos );
+    EXPECT_EQ( log.GetLostCount(), 1u );
 }
 
 TEST_F( XSessionLogManagerTest, NeverBlocksAFloodAndCountsEveryEntry )

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/XErrorNumbers.h"
 #include "Messaging/XListener.h"
 
 class XJobQueue;
@@ -20,10 +21,10 @@ class KORVALE_API XJob : public XListener
 {
 public:
     /// The result code of a job that its queue has stopped, and the code of that stop.
-    static constexpr std::uint32_t kStopped = 2950;
+    static constexpr std::uint32_t kStopped = kErrorJobStopped;
 
     /// The result code of a job whose body threw what is no XException.
-    static constexpr std::uint32_t kFailed = 1006;
+    static constexpr std::uint32_t kFailed = kErrorInternal;
 
     XJob() = default;
     XJob( const XJob& ) = delete;

@@ -1,5 +1,6 @@
 #include "Jobs/XJobQueue.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XString.h"
 #include "Jobs/XHookCall.h"
 #include "Jobs/XJob.h"
@@ -19,7 +20,6 @@ namespace
 {
 
 constexpr std::int64_t kEveryTag = 0;
-constexpr std::uint32_t kTimedOut = 2701;
 constexpr std::uint32_t kProgressDelayMs = 2000;
 constexpr std::uint32_t kProgressSleepMs = 100; // between two looks for an abort
 
@@ -546,7 +546,7 @@ bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
 void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
 {
     if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
-        XThrow( kTimedOut );
+        XThrow( kErrorTimedOut );
     if ( XThread::IsMainThread() )
         ProcessAllNextEventMessages();
 }

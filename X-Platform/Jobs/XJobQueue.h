@@ -19,7 +19,7 @@ class XString;
 /// wait away without completing them.
 ///
 /// Operations on some of the jobs take a tag or a list of tags (XJobSelector). Waits for running jobs do not
-/// wait for the job that the caller itself is the body of.
+/// wait for the job that the caller itself is the body of; a job must not wait for its own queue to be empty.
 ///
 /// Lifetime: the destructor stops the queue, waits for its running jobs and completes, on its own thread,
 ///           what has not been completed. A queue must not be destroyed by one of its own jobs.

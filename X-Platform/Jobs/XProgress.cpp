@@ -1,5 +1,6 @@
 #include "Jobs/XProgress.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "Jobs/XProgressStrategy.h"
 #include "Threads/XThread.h"
@@ -9,8 +10,6 @@
 
 namespace
 {
-
-constexpr std::uint32_t kUserAbort = 1001;
 
 // A nested progress moves its parent within the parent's current step and never reaches the next one by
 // itself.
@@ -182,7 +181,7 @@ void XProgress::CheckAbort()
     if ( itsIsAbortRequested )
     {
         SetAbortRequested( this, false );
-        XThrow( kUserAbort );
+        XThrow( kErrorCancelled );
     }
     XThread::TestCancelCurrentThread();
 }

@@ -1,6 +1,7 @@
 #include "Jobs/XProgressChangedMessage.h"
 
 #include "Core/XClassNumbers.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Threads/XThread.h"
 
@@ -91,7 +92,7 @@ void XProgressChangedMessage::ReadStreamSelf( XStream& inStream )
     itsChange.level = inStream.Read32();
     inStream.ReadString( itsChange.text );
     if ( type > kBarDestroyed || itsChange.value > 1000 )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     itsChange.type = static_cast<XChangeType>( type );
 }
 

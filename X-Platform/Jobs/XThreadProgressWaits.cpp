@@ -1,5 +1,6 @@
 // The waits with progress of XThread, which stands below progress and knows nothing of it.
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XTimer.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressAbortDisabler.h"
@@ -14,7 +15,6 @@ namespace
 
 constexpr std::uint32_t kDelayMs = 2000;
 constexpr std::uint32_t kLongestSleepMs = 100; // between two looks for an abort
-constexpr std::uint32_t kTimedOut = 2701;
 
 std::uint32_t GetNextSleep( const XTimer& inTimer )
 {
@@ -32,7 +32,7 @@ void XThread::WaitForTerminateWithProgress( std::uint32_t inTimeoutMs )
         if ( SleepUntilInputOrTerminate( GetNextSleep( timer ) ) == kWaitResultEvent )
             continue;
         if ( timer.HasExpired() )
-            XThrow( kTimedOut );
+            XThrow( kErrorTimedOut );
         progress.SetProgressIndeterminate();
         progress.YieldAndCheckAbort();
     }
@@ -56,7 +56,7 @@ void XThread::WaitForSuspendWithProgress(
         if ( !SleepUntilSuspended( GetNextSleep( timer ) ) )
             continue;
         if ( timer.HasExpired() )
-            XThrow( kTimedOut );
+            XThrow( kErrorTimedOut );
         if ( isExpected )
             progress.SetProgress( static_cast<double>( timer.GetElapsedMS() ) );
         else

@@ -11,9 +11,9 @@ class XSpeaker;
 ///
 /// Ownership: a message belongs to whoever made it. One that is queued for later is cloned, and the clone
 ///            belongs to the queue until it is delivered or withdrawn.
-/// Threads:   a message is a value: one thread at a time. The queue calls `Clone`, the comparisons and
-///            `ShouldCoalesceQueueMessage` on the sender's thread under a process-wide lock: they only
-///            compute.
+/// Threads:   a message is a value: one thread at a time. The queue calls `Clone` and `GetCoalesceKey` on the
+///            sender's thread, and there too, under a process-wide lock, `ShouldCoalesceQueueMessage` of a queued
+///            message: these only compute.
 class KORVALE_API XMessage
 {
 public:

@@ -210,22 +210,19 @@ void XMessageQueues::Deliver( XQueue& ioQueue )
         if ( item.record.target )
             call.Begin( *item.record.target );
         else
-        {
-            const XMessage* const theMessage = item.record.message.get();
-            XAssert( theMessage->GetSpeaker() );
             list.emplace( *item.speakersList );
-        }
     }
-    const auto& record = item.record;
+    const XMessage* const theMessage = item.record.message.get();
     if ( !list )
     {
-        if ( !record.target->IsDeafTo( *record.message ) )
-            record.target->HandleMessage( *record.message );
+        if ( !item.record.target->IsDeafTo( *theMessage ) )
+            item.record.target->HandleMessage( *theMessage );
         return;
     }
+    XAssert( theMessage->GetSpeaker() );
     const XThreadLock lock( list->Get().GetMutex() );
     if ( XSpeaker* const speaker = list->Get().GetSpeaker() )
-        speaker->SpeakMessageNow( *record.message, false, record.exclusions );
+        speaker->SpeakMessageNow( *theMessage, false, item.record.exclusions );
 }
 
 void XMessageQueues::DeliverAndLog( XQueue& ioQueue )

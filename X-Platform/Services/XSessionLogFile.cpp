@@ -12,11 +12,12 @@ bool XSessionLogFile::Write( const std::string& inText )
 {
     if ( ( !itsFile.is_open() || HasGone() ) && !Open() )
         return false;
+    const auto length = static_cast<std::uint64_t>( itsFile.tellp() );
     itsFile.write( inText.data(), static_cast<std::streamsize>( inText.size() ) );
     itsFile.flush();
     if ( !itsFile )
     {
-        itsFile.close(); // the next call tries anew
+        TakeBack( length );
         return false;
     }
     if ( static_cast<std::uint64_t>( itsFile.tellp() ) >= itsMaxBytes )
@@ -30,7 +31,7 @@ bool XSessionLogFile::Open()
     std::filesystem::create_directories( itsPath.parent_path(), ignored );
     itsFile.close();
     itsFile.clear();
-    itsFile.open( itsPath, std::ios::binary | std::ios::app );
+    itsFile.open( itsPath, std::ios::binary | std::ios::app | std::ios::ate );
     return itsFile.is_open();
 }
 
@@ -38,6 +39,14 @@ bool XSessionLogFile::HasGone() const
 {
     std::error_code ignored;
     return !std::filesystem::exists( itsPath, ignored );
+}
+
+/// Closes the file, so that the next write tries anew, and cuts it to the length it had.
+void XSessionLogFile::TakeBack( std::uint64_t inLength )
+{
+    itsFile.close();
+    std::error_code ignored;
+    std::filesystem::resize_file( itsPath, inLength, ignored );
 }
 
 /// Where renaming fails, the file grows on.

@@ -13,12 +13,14 @@ class XSessionLogFile
 public:
     XSessionLogFile( std::filesystem::path inPath, std::uint64_t inMaxBytes, unsigned inOldFiles );
 
-    /// Appends and hands it to the system. False if that failed; then none of it may be counted as written.
+    /// Appends and hands it to the system. False if that failed; then none of it is counted as written, and
+    /// what has been, on a full disk, is taken back.
     bool Write( const std::string& inText );
 
 private:
     bool Open();
     bool HasGone() const;
+    void TakeBack( std::uint64_t inLength );
     void Rotate();
     std::filesystem::path GetOldPath( unsigned inNumber ) const;
 

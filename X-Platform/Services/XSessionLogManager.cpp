@@ -164,13 +164,26 @@ void XSessionLogManager::WriteEntries( const XEntries& inEntries )
     for ( std::size_t first = 0; first < inEntries.size(); first += kEntriesPerWrite )
     {
         const std::size_t count = std::min( kEntriesPerWrite, inEntries.size() - first );
-        std::string text;
-        for ( std::size_t i = first; i < first + count; ++i )
-            text += WCodePage::AnsiToUTF8( inEntries[i].GetLine().GetStringView() );
-        if ( TellLostEntries() && itsFile->Write( text ) )
+        if ( TryToWrite( { inEntries.data() + first, count } ) )
             continue;
         const XThreadLock lock( itsMutex );
         itsLost += count;
+    }
+}
+
+/// Even without memory the thread goes on: others wait for it.
+bool XSessionLogManager::TryToWrite( std::span<const XSessionLogEntry> inEntries ) noexcept
+{
+    try
+    {
+        std::string text;
+        for ( const XSessionLogEntry& entry : inEntries )
+            text += WCodePage::AnsiToUTF8( entry.GetLine().GetStringView() );
+        return TellLostEntries() && itsFile->Write( text );
+    }
+    catch ( ... )
+    {
+        return false;
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <span>
 
 class XSessionLogFile;
 
@@ -70,6 +71,7 @@ private:
     std::int32_t RunThreadSelf() override;
     XEntries WaitForEntries();
     void WriteEntries( const XEntries& inEntries );
+    bool TryToWrite( std::span<const XSessionLogEntry> inEntries ) noexcept;
     bool TellLostEntries();
 
     const XOptions itsOptions;
