@@ -1,12 +1,192 @@
-#include "JobStress.h"
+#include "Core/XException.h"
+#include "Jobs/XJob.h"
+#include "Jobs/XJobQueue.h"
+#include "Messaging/XMessageVoid.h"
+#include "Threads/XThread.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <random>
+#include <shared_mutex>
+#include <thread>
+
+// Threads attach, suspend, resume, stop, delete and tell jobs of a few queues while these run, are started,
+// stopped and destroyed, and the main thread drains. Every job is completed exactly once, unless it was deleted.
+
+namespace
+{
+
+using Random = std::minstd_rand;
+
+constexpr unsigned kThreads = 4;
+constexpr int kSteps = 4000;
+constexpr std::int64_t kNeverStopped = 100;
+
+struct Counts
+{
+    std::atomic<int> made = 0;
+    std::atomic<int> gone = 0;
+    std::atomic<int> completed = 0;
+    std::atomic<int> lost = 0; // never completed though nobody deleted it, or though it has run
+    std::atomic<int> completedTwice = 0;
+    std::atomic<int> strayStops = 0; // stopped though nobody stops its tag
+};
+
+class StressJob : public XJob
+{
+public:
+    StressJob( Counts& ioCounts, unsigned inKind, bool inMayBeDeleted, bool inMayBeStopped )
+        : itsCounts( ioCounts ), itsKind( inKind ), itsMayBeDeleted( inMayBeDeleted ),
+          itsMayBeStopped( inMayBeStopped )
+    {
+        ++itsCounts.made;
+        SetTag( inKind % 5 == 0 ? kNeverStopped : inKind % 4 + 1 );
+        SetGroup( inKind % 3 );
+    }
+    ~StressJob() override
+    {
+        StopListening();
+        ++itsCounts.gone;
+        itsCounts.lost += itsCompletions == 0 && ( itsHasRun || !itsMayBeDeleted );
+        itsCounts.completedTwice += itsCompletions > 1;
+        itsCounts.completed += itsCompletions;
+    }
+    bool CanCompleteInJobThread() override { return itsKind % 2 == 0; }
+
+protected:
+    void RunJobSelf() override
+    {
+        itsHasRun = true;
+        XThread::TestCancelCurrentThread();
+        switch ( itsKind % 8 )
+        {
+        case 0:
+            throw XException( 1005 );
+        case 1:
+            throw static_cast<int>( itsKind );
+        case 2:
+            return XThread::SleepCurrentThread( 1, true );
+        default:
+            return XThread::TestCancelCurrentThread();
+        }
+    }
+    void JobCompleteSelf( std::uint32_t inResultCode ) override
+    {
+        ++itsCompletions;
+        XThread::TestCancelCurrentThread(); // a completion is never cut short
+        itsCounts.strayStops += inResultCode == kStopped && GetTag() == kNeverStopped && !itsMayBeStopped;
+        if ( itsKind % 7 == 0 )
+            throw 7;
+    }
+
+private:
+    Counts& itsCounts;
+    const unsigned itsKind;
+    const bool itsMayBeDeleted;
+    const bool itsMayBeStopped;
+    bool itsHasRun = false;
+    int itsCompletions = 0;
+};
+
+void WaitAWhile( XJobQueue& ioQueue, std::int64_t )
+{
+    try
+    {
+        ioQueue.WaitForQueueEmpty( 2 );
+    }
+    catch ( const XException& ) // 2701, as likely as not
+    {
+    }
+}
+
+using Action = void ( * )( XJobQueue&, std::int64_t inTag );
+
+constexpr Action kActions[] = {
+    []( XJobQueue& q, std::int64_t inTag ) { q.StopTaggedJobs( inTag ); },
+    []( XJobQueue& q, std::int64_t inTag ) {
+        q.AsyncStopTaggedJobs( { inTag, 1 } );
+    },
+    []( XJobQueue& q, std::int64_t inTag ) { q.SuspendTaggedJobs( inTag ); },
+    []( XJobQueue& q, std::int64_t ) { q.AsyncSuspendAllJobs(); },
+    []( XJobQueue& q, std::int64_t inTag ) { q.ResumeTaggedJobs( inTag ); },
+    []( XJobQueue& q, std::int64_t ) { q.ResumeAllJobs(); },
+    []( XJobQueue& q, std::int64_t inTag ) { q.PostMessageTaggedJobs( inTag, XMessageVoid( &q ) ); },
+    WaitAWhile, []( XJobQueue& q, std::int64_t ) { q.Start(); },
+    // From here on, only where jobs may go uncompleted.
+    []( XJobQueue& q, std::int64_t ) { q.AsyncStop(); },
+    []( XJobQueue& q, std::int64_t inTag ) { q.DeleteTaggedJobs( inTag ); },
+    []( XJobQueue& q, std::int64_t inTag ) { q.DeleteJobGroup( inTag % 3 ); },
+    []( XJobQueue& q, std::int64_t ) { q.DeleteAllJobs(); } };
+constexpr unsigned kHarmlessActions = 9;
+
+/// A queue that threads use under a shared lock.
+struct Slot
+{
+    void Renew()
+    {
+        queue.reset();
+        queue = std::make_unique<XJobQueue>();
+        listener = std::make_unique<XListener>();
+        listener->Subscribe( *queue );
+        queue->Start();
+    }
+
+    std::shared_mutex mutex;
+    std::unique_ptr<XListener> listener;
+    std::unique_ptr<XJobQueue> queue;
+};
+
+/// The first queue stays, and with it the jobs whose tag nobody stops; in the first two no job is deleted.
+void Step( std::array<Slot, 4>& ioSlots, Counts& ioCounts, Random& ioRandom )
+{
+    const auto choice = static_cast<unsigned>( ioRandom() >> 8 );
+    const USize index = choice % ioSlots.size();
+    const bool mayEnd = index > 0;
+    const bool mayDelete = index > 1;
+    const unsigned action = choice / 8 % 40;
+    Slot& slot = ioSlots[index];
+    if ( action == 0 && mayEnd )
+    {
+        const std::unique_lock lock( slot.mutex );
+        return slot.Renew();
+    }
+    const std::shared_lock lock( slot.mutex );
+    if ( action < 20 )
+        return slot.queue->AttachJob( new StressJob( ioCounts, choice, mayDelete, mayEnd ), action == 1 );
+    const auto actions = mayDelete ? static_cast<unsigned>( std::size( kActions ) ) : kHarmlessActions;
+    kActions[action % actions]( *slot.queue, choice % 4 + 1 );
+}
+
+} // namespace
+
 TEST( XJobQueueStressTest, EveryJobIsCompletedExactlyOnce )
 {
-    JobStress stress;
-    stress.Run( 4, 4000, static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
-    const JobStress::Counts& counts = stress.GetCounts();
+    Counts counts;
+    {
+        std::array<Slot, 4> slots;
+        for ( Slot& slot : slots )
+            slot.Renew();
+        std::atomic<unsigned> running = kThreads;
+        std::vector<std::jthread> threads;
+        for ( unsigned thread = 1; thread <= kThreads; ++thread )
+            threads.emplace_back(
+                [&, thread]
+                {
+                    Random random( static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) * 64 + thread );
+                    for ( int step = 0; step < kSteps; ++step )
+                        Step( slots, counts, random );
+                    --running;
+                } );
+        while ( running > 0 )
+        {
+            XSpeaker::ProcessAllNextEventMessages();
+            std::this_thread::yield();
+        }
+        threads.clear();
+        slots[0].queue->ResumeAllJobs();
+        slots[0].queue->WaitForQueueEmpty();
+    }
     EXPECT_GT( counts.completed, 1000 );
     EXPECT_EQ( counts.gone, counts.made );
     EXPECT_EQ( counts.lost, 0 );

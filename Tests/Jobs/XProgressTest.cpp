@@ -6,7 +6,7 @@
 #include "Jobs/XProgressDisabler.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Messaging/XListener.h"
-#include "Threads/XPreventThreadStop.h"
+#include "TestErrors.h"
 #include "Threads/XThread.h"
 
 #include <functional>
@@ -153,15 +153,7 @@ TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
         const XProgressAbortDisabler disabler;
         EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
     }
-    try
-    {
-        inner.YieldAndCheckAbort();
-        FAIL();
-    }
-    catch ( const XException& exception )
-    {
-        EXPECT_EQ( exception.GetErrorNumber(), 1001u );
-    }
+    EXPECT_EQ( ErrorOf( [&] { inner.YieldAndCheckAbort(); } ), 1001u );
     EXPECT_NO_THROW( outer.YieldAndCheckAbort() );
 
     XProgress::Abort();
@@ -169,7 +161,7 @@ TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
     EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
     XProgress::Abort();
     WaitUntilDue();
-    EXPECT_THROW( inner.Increment(), XException );
+    EXPECT_EQ( ErrorOf( [&] { inner.Increment(); } ), 1001u );
 }
 
 TEST_F( XProgressTest, IsInvalidWithoutStrategyOrWhileDisabled )
@@ -200,13 +192,49 @@ TEST_F( XProgressTest, AListenerThatThrowsLeavesNoProgressBehind )
         void HandleMessage( const XMessage& ) override { XThrow( 1021 ); }
     } thrower;
     thrower.Subscribe( itsStrategy );
-    EXPECT_THROW( XProgress( 10 ), XException );
-    EXPECT_EQ( itsStrategy.GetProgressDepth(), 0u );
+    EXPECT_EQ( ErrorOf( [] { XProgress( 10 ); } ), 1021u );
+    EXPECT_FALSE( XProgress::IsProgressBarUp() );
     EXPECT_EQ( itsStrategy.GetLastProgress(), nullptr );
     thrower.Unsubscribe( itsStrategy );
     itsListener.TakeChanges();
-    XProgress progress( 10 );
+    const XProgress progress( 10 );
     EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "4:1:0", "0:1:0" } ) );
+}
+
+TEST( XProgressStrategy, WhatItThrowsReachesTheWorkButNotItsEnd )
+{
+    struct Thrower : XThreadProgressStrategy
+    {
+        void ThrowIf( int inHook ) const
+        {
+            if ( inHook == hook )
+                XThrow( 1021 );
+        }
+        void ProgressCreated( XProgress&, bool, std::uint32_t ) override { ThrowIf( 0 ); }
+        void ProgressDestroyed( XProgress& ) override { ThrowIf( 1 ); }
+        void SetTitle( const XString& ) override { ThrowIf( 2 ); }
+        void SetMessage( XProgress&, const XString& ) override { ThrowIf( 3 ); }
+        void SetProgress( XProgress&, std::uint32_t ) override { ThrowIf( 4 ); }
+        void Yield() override { ThrowIf( 5 ); }
+        int hook = 0;
+    } thrower;
+    const XProgressStrategyChanger changer( &thrower );
+    const auto work = []
+    {
+        XProgress progress( 10 );
+        progress.SetTitle( "Import" );
+        progress.SetMessage( "a.tif" );
+        progress.SetMaxProgress( 20 );
+    };
+    for ( ; thrower.hook <= 5; ++thrower.hook )
+    {
+        if ( thrower.hook == 1 )
+            EXPECT_NO_THROW( work() );
+        else
+            EXPECT_EQ( ErrorOf( work ), 1021u ) << thrower.hook;
+        EXPECT_FALSE( XProgress::IsProgressBarUp() );
+        EXPECT_EQ( thrower.GetLastProgress(), nullptr );
+    }
 }
 
 TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
@@ -226,23 +254,20 @@ TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
 
 TEST( XProgressChangedMessage, OnlyTheNewestValueOfABarStaysQueued )
 {
-    XThreadProgressStrategy strategy( nullptr, XSpeaker::kWhenNextEvent );
-    ChangeListener listener( strategy );
-    const auto speak = [&strategy]( std::uint32_t inLevel, std::uint32_t inValue )
-    {
-        strategy.SpeakMessage(
-            XProgressChangedMessage(
-                &strategy, 7, { XProgressChangedMessage::kProgressChanged, inValue, inLevel, {} } ),
-            XSpeaker::kWhenNextEvent );
-    };
+    XSpeaker speaker;
+    ChangeListener listener( speaker );
+    XThreadProgressStrategy strategy( &speaker, XSpeaker::kWhenNextEvent );
+    const XProgressStrategyChanger changer( &strategy );
+    XProgress outer( 10 );
+    XProgress inner( 10, XProgress::kProgressWork, 0, true );
     for ( std::uint32_t value = 0; value <= 1000; ++value )
     {
-        speak( 1, value );
-        speak( 2, 1000 - value );
+        strategy.SetProgress( outer, value );
+        strategy.SetProgress( inner, 1000 - value );
     }
-    EXPECT_EQ( XSpeaker::GetDeferredCount(), 2u );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 4u );
     XSpeaker::ProcessAllNextEventMessages();
-    EXPECT_EQ( listener.TakeChanges(), ( Changes{ "0:1:1000", "0:2:0" } ) );
+    EXPECT_EQ( listener.TakeChanges(), ( Changes{ "4:1:0", "4:2:0", "0:1:1000", "0:2:0" } ) );
 }
 
 TEST( XProgressChangedMessage, TravelsThroughAStream )
@@ -273,8 +298,8 @@ TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
                 mayEnd.Wait( mutex );
         } );
     thread.StartThread();
-    EXPECT_THROW( thread.WaitForTerminateWithProgress( 0 ), XException );
-    EXPECT_THROW( thread.WaitForSuspendWithProgress( 20, 1000, false ), XException );
+    EXPECT_EQ( ErrorOf( [&] { thread.WaitForTerminateWithProgress( 0 ); } ), 2701u );
+    EXPECT_EQ( ErrorOf( [&] { thread.WaitForSuspendWithProgress( 20, 1000, false ); } ), 2701u );
 
     struct AbortingStrategy : XThreadProgressStrategy
     {
@@ -282,7 +307,7 @@ TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
     } strategy;
     {
         const XProgressStrategyChanger changer( &strategy );
-        EXPECT_THROW( thread.WaitForTerminateWithProgress(), XException );
+        EXPECT_EQ( ErrorOf( [&] { thread.WaitForTerminateWithProgress(); } ), 1001u );
     }
     {
         const XThreadLock lock( mutex );

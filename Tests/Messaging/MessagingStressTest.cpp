@@ -96,18 +96,19 @@ private:
     {
         const NumberMessage message( sNextNumber++, &ioSpeaker );
         const auto when = static_cast<XSpeaker::XWhen>( inRandom % 4 );
+        const bool isOn = inRandom % 2 == 0;
         switch ( inAction )
         {
         case 3:
             return ioListener.Unsubscribe( ioSpeaker );
         case 4:
-            return ioListener.SetAsynchronous( inRandom % 2 == 0 );
+            return ioListener.SetAsynchronous( isOn );
         case 5:
-            return ioListener.SetIsDeaf( typeid( XMessageVoid ), inRandom % 2 == 0 );
+            ioListener.SetIsDeaf( typeid( XMessageVoid ), isOn );
+            return ioSpeaker.SetIsMute( typeid( XMessageVoid ), isOn );
         case 6:
-            return ioSpeaker.SetIsMute( typeid( XMessageVoid ), inRandom % 2 == 0 );
-        case 7:
             return ioSpeaker.HardUnsubscribeListener( ioListener );
+        case 7:
         case 8:
             return XSpeaker::PostXMessage( message, ioListener, when );
         case 9:

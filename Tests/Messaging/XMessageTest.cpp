@@ -1,12 +1,12 @@
 #include "Messaging/XMessage.h"
 
-#include "Core/XException.h"
 #include "Core/XMemStream.h"
 #include "Messaging/XIsMessageEqual.h"
 #include "Messaging/XIsMessageTypeOfPairEqual.h"
 #include "Messaging/XMessageVoid.h"
 #include "Messaging/XNetJobMessage.h"
 #include "Recorder.h"
+#include "TestErrors.h"
 
 #include <gtest/gtest.h>
 
@@ -79,25 +79,17 @@ TEST( XRemoteMessageTest, TravelsAsAnObjectInBothByteOrders )
 
 TEST( XRemoteMessageTest, RefusesDamagedBytes )
 {
-    const auto readFrom = []( std::uint32_t inVersion )
+    const auto errorFrom = []( std::uint32_t inVersion )
     {
         XMemStream stream;
         XRemoteMessage( nullptr, 7 ).WriteStream2( stream );
         stream.WriteVersion( inVersion );
         stream.SeekTo( 0 );
         XNetJobMessage message;
-        try
-        {
-            message.ReadStream2( stream );
-        }
-        catch ( const XException& exception )
-        {
-            return exception.GetErrorNumber();
-        }
-        return 0u;
+        return ErrorOf( [&] { message.ReadStream2( stream ); } );
     };
     const std::uint32_t version = XNetJobMessage::GetClassVersion();
-    EXPECT_EQ( readFrom( version ), 1260u );
-    EXPECT_EQ( readFrom( version + 0x10000 ), 1015u );
-    EXPECT_EQ( readFrom( XRemoteMessage::GetClassVersion() ), 1005u );
+    EXPECT_EQ( errorFrom( version ), 1260u );
+    EXPECT_EQ( errorFrom( version + 0x10000 ), 1015u );
+    EXPECT_EQ( errorFrom( XRemoteMessage::GetClassVersion() ), 1005u );
 }
