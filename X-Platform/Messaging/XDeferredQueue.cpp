@@ -47,6 +47,8 @@ XItem XDeferredQueue::MakeItem(
 {
     XItem item{ { inTarget, std::unique_ptr<XMessage>( inMessage.Clone() ), inExclusions }, inSpeakersList };
     XAssert( item.record.message );
+    if ( !inTarget )
+        item.record.message->SetSpeaker( inSpeakersList->GetSpeaker() );
     item.keyValue = GetKeyValue( item );
     return item;
 }

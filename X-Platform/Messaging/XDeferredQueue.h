@@ -32,7 +32,8 @@ public:
         XDeferredQueue* queue = nullptr;
     };
 
-    /// A copy of a message for one listener or, with null, for all of its speaker. Needs no mutex.
+    /// A copy of a message for one listener or, with null, for all of the speaker, which it then names. Needs
+    /// no mutex.
     static XItem MakeItem(
         const XMessage& inMessage, XListenerList* inSpeakersList, XListener* inTarget,
         const XSpeaker::XListenerVector& inExclusions );

@@ -127,11 +127,9 @@ void XMessageQueues::Add(
     const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
     const XListenerVector& inExclusions )
 {
-    XSpeaker* const speaker = inSpeakersList.GetSpeaker();
-    if ( !speaker )
+    if ( !inSpeakersList.GetSpeaker() )
         return;
     XItem item = XDeferredQueue::MakeItem( inMessage, &inSpeakersList, nullptr, inExclusions );
-    item.record.message->SetSpeaker( speaker );
     const XThreadLock lock( itsDeferredMutex );
     if ( inSpeakersList.GetSpeaker() )
         AddLocked( SelectQueue( inWhen ), item );
