@@ -125,6 +125,7 @@ struct Slot
 {
     void Renew()
     {
+        const std::unique_lock lock( mutex );
         queue.reset();
         queue = std::make_unique<XJobQueue>();
         listener = std::make_unique<XListener>();
@@ -147,10 +148,7 @@ void Step( std::array<Slot, 4>& ioSlots, Counts& ioCounts, Random& ioRandom )
     const unsigned action = choice / 8 % 40;
     Slot& slot = ioSlots[index];
     if ( action == 0 && mayEnd )
-    {
-        const std::unique_lock lock( slot.mutex );
         return slot.Renew();
-    }
     const std::shared_lock lock( slot.mutex );
     if ( action < 20 )
         return slot.queue->AttachJob( new StressJob( ioCounts, choice, mayDelete, mayEnd ), action == 1 );
