@@ -1,5 +1,5 @@
 // Finding and measuring objects: the labelling beside OpenCV's, on planes of round objects and of noise; and the whole
-// command, from a file of 64 pages to a CSV file, beside a script on scikit-image.
+// command, from a file of 64 pages to a CSV file, beside itself with one worker and a script on scikit-image.
 
 #include "ObjectFinder.h"
 #include "Program.h"
@@ -7,6 +7,7 @@
 
 #include "SampleStack.h"
 #include "TIFFWriter.h"
+#include "Threads/XThread.h"
 #include "Threshold.h"
 #include "WImageFile.h"
 
@@ -137,14 +138,18 @@ private:
     std::filesystem::path itsFolder;
 };
 
+/// With so many workers.
 void MeasureOurs( benchmark::State& ioState )
 {
     const auto& file = StackFile::Get();
+    const auto workers = std::to_string( ioState.range( 0 ) );
     for ( auto _ : ioState )
     {
         std::ostringstream out, error;
         Terminal terminal{ out, error };
-        if ( RunProgram( { "measure", file.GetStack(), "--csv", file.GetOutput() }, terminal ) != 0 )
+        if ( RunProgram(
+                 { "measure", file.GetStack(), "--csv", file.GetOutput(), "--workers", workers },
+                 terminal ) != 0 )
             ioState.SkipWithError( error.str().c_str() );
     }
 }
@@ -184,9 +189,16 @@ void RegisterAll()
         add( "OpenCV, one thread", LabelOpenCV, { plane, 1 } );
         add( "OpenCV, all threads", LabelOpenCV, { plane, -1 } );
     }
-    benchmark::RegisterBenchmark( "measure 64 pages of 1024 x 1024/korvale", MeasureOurs )
-        ->Unit( benchmark::kMillisecond )
-        ->UseRealTime();
+    const auto addMeasure = []( const char* inWho, std::uint32_t inWorkers )
+    {
+        const auto name = std::string( "measure 64 pages of 1024 x 1024/" ) + inWho;
+        benchmark::RegisterBenchmark( name.c_str(), MeasureOurs )
+            ->Arg( inWorkers )
+            ->Unit( benchmark::kMillisecond )
+            ->UseRealTime();
+    };
+    addMeasure( "korvale", XThread::GetProcessorCount() );
+    addMeasure( "korvale, one worker", 1 );
     benchmark::RegisterBenchmark( "measure 64 pages of 1024 x 1024/scikit-image", MeasureWithScript )
         ->Unit( benchmark::kMillisecond )
         ->UseManualTime()

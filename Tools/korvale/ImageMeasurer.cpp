@@ -77,14 +77,15 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
 
 void ImageMeasurer::AttachPages( Image& ioImage, XProgress& ioProgress )
 {
-    for ( std::uint32_t page = 0; page < ioImage.results.size(); ++page )
+    const auto pageCount = ioImage.results.size();
+    for ( std::uint32_t page = 0; page < pageCount; ++page )
     {
         WaitForFewerJobs( itsMostJobs );
         itsQueue.AttachJob( new MeasurePageJob(
             ioImage.readers, page, ioImage.measurement.name, itsSettings, itsSession.progress,
             ioImage.results[page] ) );
         ShowPages( page + 1, ioProgress );
-        Gather();
+        Gather(); // After the last page the image may be gone.
     }
 }
 

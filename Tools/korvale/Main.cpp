@@ -10,7 +10,7 @@
 namespace
 {
 /// Work obeys an interrupt within a few milliseconds, but not where the system keeps it waiting.
-constexpr std::uint32_t kGraceMs = 100;
+constexpr std::uint32_t kGraceMs = 60;
 
 void LeaveNothing()
 {
