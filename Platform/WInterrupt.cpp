@@ -1,6 +1,7 @@
 #include "WInterrupt.h"
 
 #include "Core/XTypes.h"
+#include "WDeadline.h"
 
 #include <atomic>
 #include <utility>
@@ -8,7 +9,8 @@
 namespace
 {
 std::atomic<bool> sIsRequested = false;
-}
+std::atomic<bool> sIsTooLate = false;
+} // namespace
 
 WInterrupt::WInterrupt( Options inOptions ) : itsOptions( std::move( inOptions ) )
 {
@@ -25,7 +27,12 @@ WInterrupt::~WInterrupt()
 
 bool WInterrupt::IsRequested() noexcept
 {
-    return sIsRequested.load( std::memory_order_relaxed );
+    return sIsRequested.load( std::memory_order_relaxed ) && !sIsTooLate;
+}
+
+void WInterrupt::SetTooLate() noexcept
+{
+    sIsTooLate = true;
 }
 
 void WInterrupt::Watch()
@@ -33,13 +40,25 @@ void WInterrupt::Watch()
     if ( WaitForEvent( kNoTimeout ) == kClosing )
         return;
     sIsRequested = true;
-    if ( WaitForEvent( itsOptions.graceMs ) != kClosing )
+    if ( IsEndDue() )
         EndAtOnce();
+}
+
+/// Waits until the process has to be ended; false when it ends by itself.
+bool WInterrupt::IsEndDue() const
+{
+    const WDeadline grace( itsOptions.graceMs );
+    for ( ;; )
+    {
+        const Event event = WaitForEvent( grace.GetMillisecondsLeft() );
+        if ( event != kInterrupted || !sIsTooLate )
+            return event != kClosing;
+    }
 }
 
 void WInterrupt::EndAtOnce()
 {
     if ( itsOptions.last )
         itsOptions.last();
-    EndProcess( itsOptions.exitStatus );
+    EndProcess( sIsTooLate ? itsOptions.lateStatus : itsOptions.exitStatus );
 }

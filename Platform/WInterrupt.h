@@ -8,6 +8,7 @@
 ///
 /// While an object lives, an interrupt only raises a flag, which the work looks at and obeys. When the process has not
 /// ended some time later, and when there is a second interrupt, the process ends at once, without its destructors.
+/// When the work is done, interrupts come too late: only a process that does not end by itself even then is ended.
 /// Interrupts that the process was started to ignore stay ignored.
 ///
 /// Threads: constructed before other threads are, since they have to leave interrupts to this object's own thread. One
@@ -18,6 +19,7 @@ public:
     struct Options
     {
         int exitStatus = 0;        ///< of a process that is ended at once
+        int lateStatus = 0;        ///< the same, when its work had been done
         std::uint32_t graceMs = 0; ///< between the first interrupt and that end
         std::function<void()>
             last; ///< what is still done then, on a thread of its own; must not wait for anything
@@ -30,8 +32,11 @@ public:
     /// Gives interrupts their former effect back.
     ~WInterrupt();
 
-    /// Whether there has been an interrupt.
+    /// Whether there has been an interrupt, in time.
     static bool IsRequested() noexcept;
+
+    /// The work is done.
+    static void SetTooLate() noexcept;
 
 private:
     enum Event
@@ -45,6 +50,7 @@ private:
     std::thread itsWatcher;
 
     void Watch();
+    bool IsEndDue() const;
     [[noreturn]] void EndAtOnce();
 
     // The system's part.

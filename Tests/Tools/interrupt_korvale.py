@@ -63,8 +63,8 @@ def check_moments(program, folder, arguments, made):
         signals = [signal.SIGINT, signal.SIGTERM][: 1 + moment % 2]
         worst = max(worst, interrupt(process, signals))
         statuses.append(process.returncode)
-        expected = {130: before, 0: after, -signal.SIGINT: before}.get(process.returncode)
-        # Before it has taken the signals over, they end it as they end any process.
+        expected = {130: before, 0: after, 1: after, -signal.SIGINT: before}.get(process.returncode)
+        # Before it has taken the signals over, they end it as they end any process; 1 if it hangs after its work.
         if entries(folder) != expected or (process.returncode < 0 and moment > 0):
             faults.append(f"{arguments} at moment {moment}: status {process.returncode}, {entries(folder)}")
     if 130 not in statuses:

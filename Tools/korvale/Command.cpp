@@ -92,4 +92,5 @@ void CheckLastAbort()
 {
     if ( WInterrupt::IsRequested() )
         XThrow( kUserAbort );
+    WInterrupt::SetTooLate();
 }

@@ -73,5 +73,5 @@ Failure DescribeCurrentException();
 void WriteOutput( const std::string& inName, const std::function<void()>& inWork );
 
 /// To be called when all that a command writes is complete, in one hold of WUnfinishedFiles with its finishing: obeys an
-/// interrupt for the last time (1001).
+/// interrupt for the last time (1001). Later ones find the work done.
 void CheckLastAbort();

@@ -23,7 +23,7 @@ void LeaveNothing()
 
 int main( int inArgCount, char** inArgs )
 {
-    const WInterrupt interrupt( { kInterrupted, kGraceMs, LeaveNothing } );
+    const WInterrupt interrupt( { kInterrupted, kFailure, kGraceMs, LeaveNothing } );
     const WInitCore core;
     const WInitApp application;
     WConsole::PrepareOutput();

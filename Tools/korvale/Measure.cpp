@@ -183,6 +183,8 @@ void Measure::WriteOutputs( const XPivotTable& inTable ) const
                 WriteCSVFile( inTable, csv->GetFile() );
                 csv->Complete();
             } );
+    if ( !table && !csv )
+        return;
     const auto hold = WUnfinishedFiles::Hold();
     CheckLastAbort();
     if ( table )
