@@ -71,6 +71,14 @@ std::size_t FindRow( const XVector<std::uint8_t>& inExists, std::size_t inRow, b
     return static_cast<std::size_t>( found - inExists.begin() );
 }
 
+/// Whether what follows is an object of a class that the reader keeps without knowing it.
+bool IsOpaque( XStream& ioStream )
+{
+    const auto version = ioStream.PeekVersion();
+    return !XClassRegistry::IsRegistered( version ) && version.GetClassID() != kClassNone &&
+        !ioStream.IsOldStream();
+}
+
 std::string DescribeRows( std::size_t inFirst, std::size_t inCount )
 {
     return std::to_string( inCount ) + " rows from row " + std::to_string( inFirst ) + " on";
@@ -169,32 +177,59 @@ void StructureWalk::WalkColumn( std::uint32_t inColumn, std::int64_t& ioRows )
     Print( "Length of " + name + ": " + std::to_string( length ) );
 
     const auto start = itsStream.GetPosition();
-    const auto version = ReadEnvelope( XPivotColumn::GetClassVersion() );
-    const auto object = BeginObject( version );
-    XVector<std::uint8_t> exists;
-    WalkColumnBase( exists );
-    auto rows = static_cast<std::int64_t>( exists.size() );
-    const auto rowsOffset = itsFieldOffset;
-    ReadVersion( XVersion( version.GetClassID(), 0 ) );
-    if ( version.GetClassID() == kClassPivotUnknownColumn )
-        WalkUnknownColumn( exists, ioRows, rows );
-    else
-        WalkValues( version.GetClassID(), exists );
-    EndObject( object );
-
-    if ( ioRows >= 0 && rows != ioRows )
+    Begin( "the version of an object" );
+    const auto isOpaque = IsOpaque( itsStream );
+    SSize64 rowsOffset = 0;
+    const auto rows = isOpaque ? WalkOpaqueColumn( start + static_cast<SSize64>( length ), rowsOffset )
+                               : WalkKnownColumn( ioRows, rowsOffset );
+    if ( ioRows >= 0 && rows >= 0 && rows != ioRows )
     {
         itsFieldOffset = rowsOffset;
         Refuse(
             name + " has " + std::to_string( rows ) + " rows, the columns before it " +
             std::to_string( ioRows ) );
     }
-    ioRows = rows;
+    ioRows = rows >= 0 ? rows : ioRows;
     Begin( "the end of " + name );
     if ( static_cast<std::uint64_t>( itsFieldOffset - start ) != length )
         Refuse(
             name + " ends here after " + std::to_string( itsFieldOffset - start ) + " bytes, not " +
             std::to_string( length ) );
+}
+
+/// Returns the number of its rows.
+std::int64_t StructureWalk::WalkKnownColumn( std::int64_t inRows, SSize64& outRowsOffset )
+{
+    const auto version = ReadEnvelope( XPivotColumn::GetClassVersion() );
+    const auto object = BeginObject( version );
+    XVector<std::uint8_t> exists;
+    WalkColumnBase( exists );
+    auto rows = static_cast<std::int64_t>( exists.size() );
+    outRowsOffset = itsFieldOffset;
+    ReadVersion( XVersion( version.GetClassID(), 0 ) );
+    if ( version.GetClassID() == kClassPivotUnknownColumn )
+        WalkUnknownColumn( exists, inRows, rows );
+    else
+        WalkValues( version.GetClassID(), exists );
+    EndObject( object );
+    return rows;
+}
+
+/// A column of a class that is not known begins as the others do. Returns the number of its rows, or -1 where it has as
+/// many as the others.
+std::int64_t StructureWalk::WalkOpaqueColumn( SSize64 inEnd, SSize64& outRowsOffset )
+{
+    const auto object = BeginObject( itsStream.ReadVersion() );
+    XVector<std::uint8_t> exists;
+    WalkColumnBase( exists );
+    outRowsOffset = itsFieldOffset;
+    Begin( "the fields of a class that is not known" );
+    if ( itsFieldOffset > inEnd )
+        Refuse( "the column is longer than it claims" );
+    itsStream.Seek( inEnd - itsFieldOffset );
+    Print( "Fields of a class that is not known" );
+    EndObject( object );
+    return exists.empty() ? -1 : static_cast<std::int64_t>( exists.size() );
 }
 
 void StructureWalk::WalkColumnBase( XVector<std::uint8_t>& outExists )
@@ -358,7 +393,9 @@ std::size_t StructureWalk::BeginObject( XVersion inVersion )
     PrintLine(
         itsFieldOffset, length < 0 ? "?" : std::to_string( length ),
         "Object of " + Describe( inVersion ) + ": " +
-            Quote( XClassRegistry::GetClassDescription( inVersion ) ) );
+            ( XClassRegistry::IsRegistered( inVersion )
+                  ? Quote( XClassRegistry::GetClassDescription( inVersion ) )
+                  : "not known" ) );
     if ( !itsIsPrinting )
         itsLengths[object] = -1 - itsFieldOffset;
     ++itsDepth;

@@ -44,6 +44,8 @@ private:
     void WalkHeader();
     void WalkTable();
     void WalkColumn( std::uint32_t inColumn, std::int64_t& ioRows );
+    std::int64_t WalkKnownColumn( std::int64_t inRows, SSize64& outRowsOffset );
+    std::int64_t WalkOpaqueColumn( SSize64 inEnd, SSize64& outRowsOffset );
     void WalkColumnBase( XVector<std::uint8_t>& outExists );
     void WalkDescriptor();
     void
