@@ -3,22 +3,35 @@
 #include "Core/XErrorNumbers.h"
 #include "Pivot/XPivotFloatColumn.h"
 
+#include <algorithm>
 #include <numeric>
 #include <optional>
+#include <utility>
 
 namespace
 {
 using XAccumulator = XPivotTableAccumulator;
 
-/// The numbers of one cell, all present, in space that is used again for the next cell.
+/// The numbers of one cell, all present. They stay where they are.
 class XCellColumn : public XPivotFloatColumn
 {
 public:
-    void Take( const double* inFirst, const double* inEnd )
+    void Refer( const double* inFirst, const double* inEnd )
     {
-        itsColumnData.assign( inFirst, inEnd );
-        GetExists().assign( itsColumnData.size(), 1 );
+        itsNumbers = inFirst;
+        GetExists().assign( static_cast<std::size_t>( inEnd - inFirst ), 1 );
     }
+
+    XFloatBlock
+    GetFloatBlock( std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ) const override
+    {
+        const std::uint32_t first = std::min( inFirstRow, GetColumnSize() );
+        const std::uint32_t count = std::min( inMaxCount, GetColumnSize() - first );
+        return { itsNumbers + first, GetExistsVector().data() + first, count };
+    }
+
+private:
+    const double* itsNumbers = nullptr;
 };
 
 /// True when the first value of a reduction is measured in the units of what it reduces.
@@ -79,10 +92,9 @@ XPivotFloatColumn& AsNumbers( XPivotColumn& inColumn )
 }
 } // namespace
 
-XPivotTableCells::XPivotTableCells(
-    const XPivotTableGroups& inRowGroups, const XPivotTableGroups& inColumnGroups )
-    : itsNumRowGroups( inRowGroups.GetCount() ), itsNumColumnGroups( inColumnGroups.GetCount() ),
-      itsCells( inRowGroups.groups )
+XPivotTableCells::XPivotTableCells( XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups )
+    : itsNumRowGroups( ioRowGroups.GetCount() ), itsNumColumnGroups( inColumnGroups.GetCount() ),
+      itsCells( std::move( ioRowGroups.groups ) )
 {
     const std::uint64_t cells = std::uint64_t( itsNumRowGroups ) * itsNumColumnGroups;
     if ( cells > XPivotColumn::kMaxRows )
@@ -122,14 +134,14 @@ void XPivotTableCells::AddNumbers(
     for ( std::uint32_t group = 0; group < itsNumColumnGroups; ++group )
         AddNumberColumns( inValues, inAccumulator, outColumns );
     FillDefaultColumnValues( inAccumulator, outColumns );
-    XVector<double> numbers;
-    const XVector<std::uint32_t> ends = GatherNumbers( inValues, numbers );
+    const auto numbers = std::make_unique_for_overwrite<double[]>( itsCells.size() );
+    const XVector<std::uint32_t> ends = GatherNumbers( inValues, numbers.get() );
     XCellColumn cellValues;
     for ( std::uint32_t cell = 0; cell < GetNumCells(); ++cell )
     {
         if ( itsStarts[cell] == itsStarts[cell + 1] )
             continue;
-        cellValues.Take( numbers.data() + itsStarts[cell], numbers.data() + ends[cell] );
+        cellValues.Refer( numbers.get() + itsStarts[cell], numbers.get() + ends[cell] );
         AccumulateColumnAndAdd( cellValues, inAccumulator, cell, outColumns );
     }
 }
@@ -137,10 +149,9 @@ void XPivotTableCells::AddNumbers(
 /// The numbers of the present rows, cell by cell; each cell has room for all its rows. Returns the ends of
 /// what the cells hold.
 XVector<std::uint32_t>
-XPivotTableCells::GatherNumbers( const XPivotColumn& inValues, XVector<double>& outNumbers ) const
+XPivotTableCells::GatherNumbers( const XPivotColumn& inValues, double* outNumbers ) const
 {
     XVector<std::uint32_t> ends = itsStarts;
-    outNumbers.resize( itsCells.size() );
     XVector<double> scratch;
     for ( std::uint32_t first = 0;; )
     {

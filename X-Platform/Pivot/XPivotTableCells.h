@@ -10,8 +10,9 @@
 class XPivotTableCells
 {
 public:
-    /// Throws 1012 for more than XPivotColumn::kMaxRows cells.
-    XPivotTableCells( const XPivotTableGroups& inRowGroups, const XPivotTableGroups& inColumnGroups );
+    /// Takes the row groups' list of the groups of rows. Throws 1012 for more than XPivotColumn::kMaxRows
+    /// cells.
+    XPivotTableCells( XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups );
 
     /// The result columns of a value: for each column group those of the accumulator's column strings, with
     /// one row for each row group. They are headed by the column string alone.
@@ -32,7 +33,7 @@ private:
         const XPivotColumn& inValues, const XPivotTableAccumulator& inAccumulator,
         XResultColumns& outColumns ) const;
     void AddSingleValues( const XPivotColumn& inValues, XResultColumns& outColumns ) const;
-    XVector<std::uint32_t> GatherNumbers( const XPivotColumn& inValues, XVector<double>& outNumbers ) const;
+    XVector<std::uint32_t> GatherNumbers( const XPivotColumn& inValues, double* outNumbers ) const;
     void
     FillDefaultColumnValues( const XPivotTableAccumulator& inAccumulator, XResultColumns& ioColumns ) const;
     void AccumulateColumnAndAdd(

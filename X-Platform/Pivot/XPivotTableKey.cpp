@@ -6,7 +6,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <string_view>
 
 namespace
 {
@@ -47,12 +46,10 @@ const XUUID& GetIdentity( const XUUID& inValue )
 {
     return inValue;
 }
-std::string_view GetIdentity( const XString& inValue )
+const XString& GetIdentity( const XString& inValue )
 {
-    return inValue.GetStringView();
+    return inValue;
 }
-
-// ---- Hashes of identities
 
 std::uint64_t LoadWord( const void* inBytes, std::size_t inCount = sizeof( std::uint64_t ) )
 {
@@ -60,6 +57,30 @@ std::uint64_t LoadWord( const void* inBytes, std::size_t inCount = sizeof( std::
     std::memcpy( &word, inBytes, inCount );
     return word;
 }
+
+template<class T>
+bool AreSame( const T& inLeft, const T& inRight )
+{
+    return inLeft == inRight;
+}
+
+/// Short texts by words that overlap in the middle, without a call.
+bool AreSame( const XString& inLeft, const XString& inRight )
+{
+    const char* left = inLeft.GetConstCharPtr();
+    const char* right = inRight.GetConstCharPtr();
+    if ( left == right )
+        return true; // one storage
+    const std::size_t length = inLeft.GetLength();
+    if ( length != inRight.GetLength() )
+        return false;
+    if ( length < 8 || length > 16 )
+        return std::memcmp( left, right, length ) == 0;
+    return LoadWord( left ) == LoadWord( right ) &&
+        LoadWord( left + length - 8 ) == LoadWord( right + length - 8 );
+}
+
+// ---- Hashes of identities
 
 std::uint64_t Hash( std::uint64_t inIdentity )
 {
@@ -73,10 +94,10 @@ std::uint64_t Hash( const XUUID& inIdentity )
 }
 
 /// Up to 16 bytes by two words that overlap in the middle, longer ones word by word.
-std::uint64_t Hash( std::string_view inIdentity )
+inline std::uint64_t Hash( const XString& inIdentity )
 {
-    const char* bytes = inIdentity.data();
-    std::size_t left = inIdentity.size();
+    const char* bytes = inIdentity.GetConstCharPtr();
+    std::size_t left = inIdentity.GetLength();
     std::uint64_t hash = kPresentFactor ^ left;
     for ( ; left > 16; left -= 8, bytes += 8 )
         hash = Mix( hash ^ LoadWord( bytes ), kPresentFactor );
@@ -89,6 +110,46 @@ std::uint64_t Hash( std::string_view inIdentity )
     return hash;
 }
 
+/// The hashes of texts by where they are stored: rows often share the storage of their texts, and then the
+/// texts themselves need not be looked at. Lets itself be asked no more once it has proved to be of no use.
+class XTextHashes
+{
+public:
+    bool AreOfUse() const { return itsHits >= itsMisses; }
+
+    std::uint64_t Get( const XString& inText )
+    {
+        const char* place = inText.GetConstCharPtr();
+        XEntry& entry =
+            itsEntries[Mix( reinterpret_cast<std::uintptr_t>( place ), kPresentFactor ) % kEntries];
+        if ( entry.place == place )
+        {
+            ++itsHits;
+            return entry.hash;
+        }
+        ++itsMisses;
+        entry = { place, Hash( inText ) };
+        return entry.hash;
+    }
+
+private:
+    static constexpr std::size_t kEntries = 8192;
+
+    struct XEntry
+    {
+        const char* place = nullptr;
+        std::uint64_t hash = 0;
+    };
+
+    XVector<XEntry> itsEntries = XVector<XEntry>( kEntries );
+    std::uint64_t itsHits = kEntries; // the first misses prove nothing
+    std::uint64_t itsMisses = 0;
+};
+
+int CompareIdentities( const XString& inLeft, const XString& inRight )
+{
+    return inLeft.GetStringView().compare( inRight.GetStringView() );
+}
 template<class T>
 int CompareIdentities( const T& inLeft, const T& inRight )
 {
@@ -108,14 +169,9 @@ public:
     {
     }
 
-    void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) const override
+    void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) override
     {
-        for ( std::uint32_t i = 0; i < inCount; ++i )
-        {
-            const std::uint32_t row = inFirst + i;
-            ioHashes[i] = IsPresent( row ) ? Mix( ioHashes[i] ^ Hash( GetValue( row ) ), kPresentFactor )
-                                           : Mix( ioHashes[i], kMissingFactor );
-        }
+        MixHashesOf( inFirst, inCount, ioHashes, []( const auto& inValue ) { return Hash( inValue ); } );
     }
 
     bool AreInGroups(
@@ -152,9 +208,21 @@ public:
     }
 
 protected:
-    const XPivotColumn& itsColumn;
+    template<class THash>
+    void
+    MixHashesOf( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes, THash inHash ) const
+    {
+        for ( std::uint32_t i = 0; i < inCount; ++i )
+        {
+            const std::uint32_t row = inFirst + i;
+            ioHashes[i] = IsPresent( row ) ? Mix( ioHashes[i] ^ inHash( GetValue( row ) ), kPresentFactor )
+                                           : Mix( ioHashes[i], kMissingFactor );
+        }
+    }
 
 private:
+    const XPivotColumn& itsColumn;
+
     decltype( auto ) GetValue( std::uint32_t inRow ) const
     {
         return static_cast<const TKey&>( *this ).GetIdentity( inRow );
@@ -164,7 +232,7 @@ private:
     {
         if ( !IsPresent( inLeft ) || !IsPresent( inRight ) )
             return IsPresent( inLeft ) == IsPresent( inRight );
-        return GetValue( inLeft ) == GetValue( inRight );
+        return AreSame( GetValue( inLeft ), GetValue( inRight ) );
     }
 
     const std::uint8_t* itsExists;
@@ -176,17 +244,36 @@ template<class T>
 class XValueKey : public XKeyT<XValueKey<T>>
 {
 public:
-    // Different texts may have the same place in the natural order.
-    static constexpr bool kHasEqualRanks = std::is_same_v<T, XString>;
+    static constexpr bool kIsText = std::is_same_v<T, XString>;
+    static constexpr bool kHasEqualRanks = kIsText; // different texts may have one place in the natural order
 
     explicit XValueKey( const XPivotColumnT<T>& inColumn )
         : XKeyT<XValueKey<T>>( inColumn ), itsValues( inColumn.GetDataVector().data() )
     {
     }
+
+    void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) override
+    {
+        if constexpr ( kIsText )
+        {
+            if ( itsTextHashes.AreOfUse() )
+            {
+                const auto get = [this]( const XString& inText ) { return itsTextHashes.Get( inText ); };
+                return this->MixHashesOf( inFirst, inCount, ioHashes, get );
+            }
+        }
+        XKeyT<XValueKey<T>>::MixHashes( inFirst, inCount, ioHashes );
+    }
+
     decltype( auto ) GetIdentity( std::uint32_t inRow ) const { return ::GetIdentity( itsValues[inRow] ); }
 
 private:
+    struct XNothing
+    {
+    };
+
     const T* itsValues;
+    [[no_unique_address]] std::conditional_t<kIsText, XTextHashes, XNothing> itsTextHashes;
 };
 
 /// By the texts of a column of a class that is not known here.
@@ -200,7 +287,7 @@ public:
         if ( !inColumn.GetExistsVector().empty() )
             itsTexts = inColumn.GetStringVector();
     }
-    std::string_view GetIdentity( std::uint32_t inRow ) const { return itsTexts[inRow].GetStringView(); }
+    const XString& GetIdentity( std::uint32_t inRow ) const { return itsTexts[inRow]; }
 
 private:
     XVector<XString> itsTexts;

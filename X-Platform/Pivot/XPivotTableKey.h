@@ -16,7 +16,7 @@ public:
     virtual ~XPivotTableKey();
 
     /// Mixes the values of rows, from `inFirst` on, into as many hashes.
-    virtual void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) const = 0;
+    virtual void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) = 0;
     /// True when each of these rows holds the same value as the first row of its group.
     virtual bool AreInGroups(
         std::uint32_t inFirst, std::uint32_t inCount, const std::uint32_t* inGroups,

@@ -68,7 +68,7 @@ XPivotTable XPivotTable::Pivot(
 {
     const XColumnList rowKeys = ListColumns( inRowKeys );
     const XColumnList columnKeys = ListColumns( inColumnKeys );
-    const XPivotTableGroups rows = MakeGroups( rowKeys, GetNumRows() );
+    XPivotTableGroups rows = MakeGroups( rowKeys, GetNumRows() );
     const XPivotTableGroups columns = MakeGroups( columnKeys, GetNumRows() );
     auto results = ReduceValues( *this, inValues, XPivotTableCells( rows, columns ) );
 
@@ -115,7 +115,7 @@ XPivotTable XPivotTable::PagePivot(
 void XPivotTable::Contract( const XColumnIndices& inKeys, const XVector<XPivotValue>& inValues )
 {
     const XColumnList keys = ListColumns( inKeys );
-    const XPivotTableGroups rows = MakeGroups( keys, GetNumRows() );
+    XPivotTableGroups rows = MakeGroups( keys, GetNumRows() );
     const XPivotTableGroups oneColumn = XGroupPivotTableRows( {}, GetNumRows() );
     const XPivotTableCells cells( rows, oneColumn );
     auto results = ReduceValues( *this, inValues, cells );
