@@ -12,8 +12,6 @@ namespace
 {
 using XKeys = XVector<std::unique_ptr<XPivotTableKey>>;
 
-constexpr std::uint32_t kRowsPerBlock = 1024; // the hashes of a block stay in the nearest cache
-
 XKeys MakeKeys( const XVector<const XPivotColumn*>& inColumns )
 {
     XKeys keys;
@@ -26,20 +24,22 @@ XKeys MakeKeys( const XVector<const XPivotColumn*>& inColumns )
 class XHashNumbers
 {
 public:
-    /// The number of a hash; the next free one for a hash that is new.
-    std::uint32_t Number( std::uint64_t inHash )
+    /// Notes the rows in which hashes first occur.
+    explicit XHashNumbers( XVector<std::uint32_t>& outFirstRows ) : itsFirstRows( outFirstRows ) {}
+
+    /// The number of a row's hash; the next free one for a hash that is new.
+    std::uint32_t Number( std::uint64_t inHash, std::uint32_t inRow )
     {
         const std::uint32_t tag = GetTag( inHash );
         for ( std::uint64_t place = inHash & itsMask;; place = ( place + 1 ) & itsMask )
         {
             const XEntry& entry = itsEntries[place];
-            if ( entry.tag == tag && entry.number != kFree )
+            if ( entry.tag == tag && entry.number != kFree ) [[likely]]
                 return entry.number;
             if ( entry.number == kFree )
-                return Add( place, inHash );
+                return Add( place, inHash, inRow );
         }
     }
-    std::uint32_t GetCount() const { return static_cast<std::uint32_t>( itsHashes.size() ); }
 
 private:
     static constexpr std::uint32_t kFree = 0xFFFFFFFF;
@@ -52,11 +52,12 @@ private:
 
     static std::uint32_t GetTag( std::uint64_t inHash ) { return static_cast<std::uint32_t>( inHash >> 32 ); }
 
-    std::uint32_t Add( std::uint64_t inPlace, std::uint64_t inHash )
+    [[gnu::noinline]] std::uint32_t Add( std::uint64_t inPlace, std::uint64_t inHash, std::uint32_t inRow )
     {
-        const std::uint32_t number = GetCount();
+        const auto number = static_cast<std::uint32_t>( itsHashes.size() );
         itsEntries[inPlace] = { GetTag( inHash ), number };
         itsHashes.push_back( inHash );
+        itsFirstRows.push_back( inRow );
         if ( 2 * itsHashes.size() > itsEntries.size() )
             Grow();
         return number;
@@ -66,7 +67,7 @@ private:
     {
         itsEntries.assign( 4 * itsEntries.size(), XEntry() );
         itsMask = itsEntries.size() - 1;
-        for ( std::uint32_t number = 0; number < GetCount(); ++number )
+        for ( std::uint32_t number = 0; number < itsHashes.size(); ++number )
         {
             std::uint64_t place = itsHashes[number] & itsMask;
             while ( itsEntries[place].number != kFree )
@@ -78,30 +79,27 @@ private:
     XVector<XEntry> itsEntries = XVector<XEntry>( 4096 );
     std::uint64_t itsMask = 4095;
     XVector<std::uint64_t> itsHashes; // by number
+    XVector<std::uint32_t>& itsFirstRows;
 };
 
 /// Groups by hashes alone, block by block; false when two values turn out to share a hash.
 bool GroupByHashes(
     const XKeys& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits, XPivotTableGroups& outGroups )
 {
-    XHashNumbers numbers;
-    std::array<std::uint64_t, kRowsPerBlock> hashes;
-    for ( std::uint32_t first = 0; first < inRowCount; first += kRowsPerBlock )
+    XHashNumbers numbers( outGroups.firstRows );
+    std::array<std::uint64_t, XPivotTableKey::kMostRowsPerBlock> hashes;
+    for ( std::uint32_t first = 0; first < inRowCount; first += XPivotTableKey::kMostRowsPerBlock )
     {
-        const std::uint32_t count = std::min( kRowsPerBlock, inRowCount - first );
+        const std::uint32_t count = std::min( XPivotTableKey::kMostRowsPerBlock, inRowCount - first );
         std::uint32_t* groups = outGroups.groups.data() + first;
-        hashes.fill( 0x243F6A8885A308D3 ); // an empty key starts somewhere else than a 0
+        hashes.fill( 0x243F6A8885A308D3 ); // no value of a key is the seed but by chance
         for ( const auto& key : inKeys )
-            key->MixHashes( first, count, hashes.data() );
+            key->LoadBlock( first, count, hashes.data() );
         for ( std::uint32_t i = 0; i < count; ++i )
-        {
-            groups[i] = numbers.Number( hashes[i] & inHashBits );
-            if ( groups[i] == outGroups.firstRows.size() )
-                outGroups.firstRows.push_back( first + i );
-        }
+            groups[i] = numbers.Number( hashes[i] & inHashBits, first + i );
         for ( const auto& key : inKeys )
         {
-            if ( !key->AreInGroups( first, count, groups, outGroups.firstRows ) )
+            if ( !key->IsBlockInGroups( groups, outGroups.firstRows ) )
                 return false;
         }
     }

@@ -3,14 +3,55 @@
 #include "Pivot/XPivotTableOrder.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
 
 namespace
 {
-constexpr std::uint64_t kPresentFactor = 0x9E3779B97F4A7C15; // odd, with bits all over
+// ---- Identities: two words that are equal where the values are one key
+
+struct XIdentity
+{
+    std::uint64_t low = 0;
+    std::uint64_t high = 0;
+
+    auto operator<=>( const XIdentity& ) const = default;
+};
+
+XIdentity Identify( double inValue )
+{
+    constexpr std::uint64_t kAnyNaN = 0x7FF8000000000000;
+    return { std::isnan( inValue ) ? kAnyNaN : std::bit_cast<std::uint64_t>( inValue + 0.0 ), 0 };
+}
+XIdentity Identify( std::int32_t inValue )
+{
+    return { static_cast<std::uint32_t>( inValue ), 0 };
+}
+XIdentity Identify( std::uint32_t inValue )
+{
+    return { inValue, 0 };
+}
+XIdentity Identify( const XVersion& inValue )
+{
+    return { std::uint32_t( inValue ), 0 };
+}
+XIdentity Identify( const XTime& inValue )
+{
+    return { static_cast<std::uint64_t>( inValue.GetMicroSeconds() ), 0 };
+}
+XIdentity Identify( const XUUID& inValue )
+{
+    return std::bit_cast<XIdentity>( inValue );
+}
+
+// ---- Texts: up to 15 bytes and their number are the identity. Longer ones are hashed, and to be compared.
+
+constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // odd, with bits all over
 constexpr std::uint64_t kMissingFactor = 0xD1B54A32D192ED03;
+constexpr std::size_t kMostWholeBytes = 15;
+constexpr std::uint64_t kLongText = 0xFF; // in place of the number
 
 /// Both halves of the product of two words: every bit of either reaches all bits.
 std::uint64_t Mix( std::uint64_t inLeft, std::uint64_t inRight )
@@ -19,176 +60,113 @@ std::uint64_t Mix( std::uint64_t inLeft, std::uint64_t inRight )
     return static_cast<std::uint64_t>( product ) ^ static_cast<std::uint64_t>( product >> 64 );
 }
 
-// ---- What tells values apart: equal where the values are one key
-
-std::uint64_t GetIdentity( double inValue )
+template<class TWord>
+std::uint64_t LoadWord( const char* inBytes )
 {
-    constexpr std::uint64_t kAnyNaN = 0x7FF8000000000000;
-    return std::isnan( inValue ) ? kAnyNaN : std::bit_cast<std::uint64_t>( inValue + 0.0 );
-}
-std::uint64_t GetIdentity( std::int32_t inValue )
-{
-    return static_cast<std::uint32_t>( inValue );
-}
-std::uint64_t GetIdentity( std::uint32_t inValue )
-{
-    return inValue;
-}
-std::uint64_t GetIdentity( const XVersion& inValue )
-{
-    return std::uint32_t( inValue );
-}
-std::uint64_t GetIdentity( const XTime& inValue )
-{
-    return static_cast<std::uint64_t>( inValue.GetMicroSeconds() );
-}
-const XUUID& GetIdentity( const XUUID& inValue )
-{
-    return inValue;
-}
-const XString& GetIdentity( const XString& inValue )
-{
-    return inValue;
-}
-
-std::uint64_t LoadWord( const void* inBytes, std::size_t inCount = sizeof( std::uint64_t ) )
-{
-    std::uint64_t word = 0;
-    std::memcpy( &word, inBytes, inCount );
+    TWord word;
+    std::memcpy( &word, inBytes, sizeof word );
     return word;
 }
 
-template<class T>
-bool AreSame( const T& inLeft, const T& inRight )
+/// Up to 8 bytes, by words that overlap in the middle.
+std::uint64_t LoadBytes( const char* inBytes, std::size_t inCount )
 {
-    return inLeft == inRight;
+    if ( inCount == 8 )
+        return LoadWord<std::uint64_t>( inBytes );
+    if ( inCount >= 4 )
+        return LoadWord<std::uint32_t>( inBytes ) |
+            LoadWord<std::uint32_t>( inBytes + inCount - 4 ) << 8 * ( inCount - 4 );
+    std::uint64_t word = 0;
+    for ( std::size_t i = 0; i < inCount; ++i )
+        word |= LoadWord<std::uint8_t>( inBytes + i ) << 8 * i;
+    return word;
 }
 
-/// Short texts by words that overlap in the middle, without a call.
-bool AreSame( const XString& inLeft, const XString& inRight )
+XIdentity IdentifyLong( const char* inBytes, std::size_t inCount )
 {
-    const char* left = inLeft.GetConstCharPtr();
-    const char* right = inRight.GetConstCharPtr();
-    if ( left == right )
-        return true; // one storage
-    const std::size_t length = inLeft.GetLength();
-    if ( length != inRight.GetLength() )
-        return false;
-    if ( length < 8 || length > 16 )
-        return std::memcmp( left, right, length ) == 0;
-    return LoadWord( left ) == LoadWord( right ) &&
-        LoadWord( left + length - 8 ) == LoadWord( right + length - 8 );
-}
-
-// ---- Hashes of identities
-
-std::uint64_t Hash( std::uint64_t inIdentity )
-{
-    return inIdentity;
-}
-
-std::uint64_t Hash( const XUUID& inIdentity )
-{
-    const std::uint8_t* bytes = inIdentity.GetBytes();
-    return Mix( LoadWord( bytes ) ^ kPresentFactor, LoadWord( bytes + 8 ) ^ kMissingFactor );
-}
-
-/// Up to 16 bytes by two words that overlap in the middle, longer ones word by word.
-inline std::uint64_t Hash( const XString& inIdentity )
-{
-    const char* bytes = inIdentity.GetConstCharPtr();
-    std::size_t left = inIdentity.GetLength();
-    std::uint64_t hash = kPresentFactor ^ left;
-    for ( ; left > 16; left -= 8, bytes += 8 )
-        hash = Mix( hash ^ LoadWord( bytes ), kPresentFactor );
-    if ( left >= 8 )
-        return Mix( LoadWord( bytes ) ^ hash, LoadWord( bytes + left - 8 ) ^ kMissingFactor );
-    if ( left >= 4 )
-        return hash ^ ( LoadWord( bytes, 4 ) | LoadWord( bytes + left - 4, 4 ) << 32 );
-    for ( std::size_t i = 0; i < left; ++i )
-        hash ^= std::uint64_t( static_cast<unsigned char>( bytes[i] ) ) << ( 16 + 8 * i );
-    return hash;
-}
-
-/// The hashes of texts by where they are stored: rows often share the storage of their texts, and then the
-/// texts themselves need not be looked at. Lets itself be asked no more once it has proved to be of no use.
-class XTextHashes
-{
-public:
-    bool AreOfUse() const { return itsHits >= itsMisses; }
-
-    std::uint64_t Get( const XString& inText )
+    XIdentity identity = { inCount, kFactor };
+    for ( ; inCount > 8; inCount -= 8, inBytes += 8 )
     {
-        const char* place = inText.GetConstCharPtr();
-        XEntry& entry =
-            itsEntries[Mix( reinterpret_cast<std::uintptr_t>( place ), kPresentFactor ) % kEntries];
-        if ( entry.place == place )
-        {
-            ++itsHits;
-            return entry.hash;
-        }
-        ++itsMisses;
-        entry = { place, Hash( inText ) };
-        return entry.hash;
+        identity.low = Mix( identity.low ^ LoadWord<std::uint64_t>( inBytes ), kFactor );
+        identity.high = Mix( identity.high ^ LoadWord<std::uint64_t>( inBytes ), kMissingFactor );
     }
-
-private:
-    static constexpr std::size_t kEntries = 8192;
-
-    struct XEntry
-    {
-        const char* place = nullptr;
-        std::uint64_t hash = 0;
-    };
-
-    XVector<XEntry> itsEntries = XVector<XEntry>( kEntries );
-    std::uint64_t itsHits = kEntries; // the first misses prove nothing
-    std::uint64_t itsMisses = 0;
-};
-
-int CompareIdentities( const XString& inLeft, const XString& inRight )
-{
-    return inLeft.GetStringView().compare( inRight.GetStringView() );
+    identity.low ^= LoadBytes( inBytes, inCount );
+    identity.high |= kLongText << 56;
+    return identity;
 }
-template<class T>
-int CompareIdentities( const T& inLeft, const T& inRight )
+
+XIdentity Identify( const XString& inValue )
 {
-    return inLeft < inRight ? -1 : inRight < inLeft ? 1 : 0;
+    const char* bytes = inValue.GetConstCharPtr();
+    const std::size_t count = inValue.GetLength();
+    if ( count > kMostWholeBytes )
+        return IdentifyLong( bytes, count );
+    const std::uint64_t number = std::uint64_t( count ) << 56;
+    if ( count <= 8 )
+        return { LoadBytes( bytes, count ), number };
+    const std::uint64_t last = LoadWord<std::uint64_t>( bytes + count - 8 ) >> 8 * ( 16 - count );
+    return { LoadWord<std::uint64_t>( bytes ), last | number };
 }
 
 // ---- Keys
 
-/// What all keys share; `TKey` has GetIdentity( row ) for present rows.
-template<class TKey>
+/// By values of one type, all rows of which lie at one place.
+template<class T>
 class XKeyT : public XPivotTableKey
 {
 public:
-    explicit XKeyT( const XPivotColumn& inColumn )
-        : itsColumn( inColumn ), itsExists( inColumn.GetExistsVector().data() ),
-          itsHasFlags( !inColumn.GetExistsVector().empty() )
+    XKeyT( const XPivotColumn& inColumn, const T* inValues )
+        : itsColumn( inColumn ), itsValues( inValues ), itsExists( inColumn.GetExistsVector() ),
+          itsIsComplete( !itsExists.empty() && !std::memchr( itsExists.data(), 0, itsExists.size() ) )
     {
     }
 
-    void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) override
+    void LoadBlock( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) override
     {
-        MixHashesOf( inFirst, inCount, ioHashes, []( const auto& inValue ) { return Hash( inValue ); } );
-    }
-
-    bool AreInGroups(
-        std::uint32_t inFirst, std::uint32_t inCount, const std::uint32_t* inGroups,
-        const XVector<std::uint32_t>& inFirstRows ) const override
-    {
-        bool areEqual = true;
+        itsBlockFirst = inFirst;
+        itsBlockCount = inCount;
+        if constexpr ( kIsText )
+            FetchTexts( inFirst, inCount );
         for ( std::uint32_t i = 0; i < inCount; ++i )
-            areEqual &= IsSame( inFirst + i, inFirstRows[inGroups[i]] );
-        return areEqual;
+        {
+            const bool isPresent = itsIsComplete || IsPresent( inFirst + i );
+            itsBlock[i] = isPresent ? Identify( itsValues[inFirst + i] ) : XIdentity();
+            ioHashes[i] = Mix(
+                ioHashes[i] ^ itsBlock[i].low, itsBlock[i].high ^ ( isPresent ? kFactor : kMissingFactor ) );
+        }
+    }
+
+    bool IsBlockInGroups( const std::uint32_t* inGroups, const XVector<std::uint32_t>& inFirstRows ) override
+    {
+        while ( itsFirstValues.size() < inFirstRows.size() )
+            itsFirstValues.push_back( itsBlock[inFirstRows[itsFirstValues.size()] - itsBlockFirst] );
+        bool areSame = true;
+        for ( std::uint32_t i = 0; i < itsBlockCount; ++i )
+            areSame &= itsBlock[i] == itsFirstValues[inGroups[i]];
+        for ( std::uint32_t i = 0; i < itsBlockCount && !itsIsComplete; ++i )
+            areSame &= IsPresent( itsBlockFirst + i ) == IsPresent( inFirstRows[inGroups[i]] );
+        if constexpr ( kIsText )
+        {
+            for ( std::uint32_t i = 0; i < itsBlockCount; ++i )
+            {
+                if ( itsBlock[i].high >> 56 == kLongText )
+                    areSame = areSame && Compare( itsBlockFirst + i, inFirstRows[inGroups[i]] ) == 0;
+            }
+        }
+        return areSame;
     }
 
     int Compare( std::uint32_t inLeft, std::uint32_t inRight ) const override
     {
         if ( !IsPresent( inLeft ) || !IsPresent( inRight ) )
-            return CompareIdentities( IsPresent( inLeft ), IsPresent( inRight ) );
-        return CompareIdentities( GetValue( inLeft ), GetValue( inRight ) );
+            return int( IsPresent( inLeft ) ) - int( IsPresent( inRight ) );
+        if constexpr ( kIsText )
+            return itsValues[inLeft].GetStringView().compare( itsValues[inRight].GetStringView() );
+        else
+        {
+            const auto order = Identify( itsValues[inLeft] ) <=> Identify( itsValues[inRight] );
+            return int( order > 0 ) - int( order < 0 );
+        }
     }
 
     void SortRows( XVector<std::uint32_t>& ioRows ) const override
@@ -197,7 +175,7 @@ public:
         const auto firstPresent = std::stable_partition(
             ioRows.begin(), ioRows.end(), [&]( std::uint32_t inRow ) { return !IsPresent( inRow ); } );
         XVector<std::uint32_t> present( firstPresent, ioRows.end() );
-        if ( TKey::kHasEqualRanks || XIsOrderedByNumbers( itsColumn ) )
+        if ( kIsText || XIsOrderedByNumbers( itsColumn ) ) // may rank different values equal
         {
             const auto isLess = [&]( std::uint32_t inLeft, std::uint32_t inRight )
             { return Compare( inLeft, inRight ) < 0; };
@@ -207,90 +185,40 @@ public:
         std::ranges::copy( present, firstPresent );
     }
 
-protected:
-    template<class THash>
-    void
-    MixHashesOf( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes, THash inHash ) const
+private:
+    static constexpr bool kIsText = std::is_same_v<T, XString>;
+
+    /// Asks for the bytes of all texts at once, so that one need not wait for the other.
+    void FetchTexts( std::uint32_t inFirst, std::uint32_t inCount ) const
     {
         for ( std::uint32_t i = 0; i < inCount; ++i )
-        {
-            const std::uint32_t row = inFirst + i;
-            ioHashes[i] = IsPresent( row ) ? Mix( ioHashes[i] ^ inHash( GetValue( row ) ), kPresentFactor )
-                                           : Mix( ioHashes[i], kMissingFactor );
-        }
+            __builtin_prefetch( itsValues[inFirst + i].GetConstCharPtr() );
     }
 
-private:
+    bool IsPresent( std::uint32_t inRow ) const { return !itsExists.empty() && itsExists[inRow] != 0; }
+
     const XPivotColumn& itsColumn;
-
-    decltype( auto ) GetValue( std::uint32_t inRow ) const
-    {
-        return static_cast<const TKey&>( *this ).GetIdentity( inRow );
-    }
-    bool IsPresent( std::uint32_t inRow ) const { return itsHasFlags && itsExists[inRow] != 0; }
-    bool IsSame( std::uint32_t inLeft, std::uint32_t inRight ) const
-    {
-        if ( !IsPresent( inLeft ) || !IsPresent( inRight ) )
-            return IsPresent( inLeft ) == IsPresent( inRight );
-        return AreSame( GetValue( inLeft ), GetValue( inRight ) );
-    }
-
-    const std::uint8_t* itsExists;
-    bool itsHasFlags; // a column without values of its own has none
-};
-
-/// By the values of a column.
-template<class T>
-class XValueKey : public XKeyT<XValueKey<T>>
-{
-public:
-    static constexpr bool kIsText = std::is_same_v<T, XString>;
-    static constexpr bool kHasEqualRanks = kIsText; // different texts may have one place in the natural order
-
-    explicit XValueKey( const XPivotColumnT<T>& inColumn )
-        : XKeyT<XValueKey<T>>( inColumn ), itsValues( inColumn.GetDataVector().data() )
-    {
-    }
-
-    void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) override
-    {
-        if constexpr ( kIsText )
-        {
-            if ( itsTextHashes.AreOfUse() )
-            {
-                const auto get = [this]( const XString& inText ) { return itsTextHashes.Get( inText ); };
-                return this->MixHashesOf( inFirst, inCount, ioHashes, get );
-            }
-        }
-        XKeyT<XValueKey<T>>::MixHashes( inFirst, inCount, ioHashes );
-    }
-
-    decltype( auto ) GetIdentity( std::uint32_t inRow ) const { return ::GetIdentity( itsValues[inRow] ); }
-
-private:
-    struct XNothing
-    {
-    };
-
     const T* itsValues;
-    [[no_unique_address]] std::conditional_t<kIsText, XTextHashes, XNothing> itsTextHashes;
+    const XVector<std::uint8_t>& itsExists; // empty for a column without values of its own
+    bool itsIsComplete;                     // no row is missing
+
+    std::array<XIdentity, kMostRowsPerBlock> itsBlock;
+    std::uint32_t itsBlockFirst = 0;
+    std::uint32_t itsBlockCount = 0;
+    XVector<XIdentity> itsFirstValues; // of each group
 };
 
 /// By the texts of a column of a class that is not known here.
-class XTextKey : public XKeyT<XTextKey>
+class XTextKey : public XKeyT<XString>
 {
 public:
-    static constexpr bool kHasEqualRanks = true;
-
-    explicit XTextKey( const XPivotColumn& inColumn ) : XKeyT<XTextKey>( inColumn )
+    XTextKey( const XPivotColumn& inColumn, XVector<XString>&& inTexts )
+        : XKeyT<XString>( inColumn, inTexts.data() ), itsTexts( std::move( inTexts ) )
     {
-        if ( !inColumn.GetExistsVector().empty() )
-            itsTexts = inColumn.GetStringVector();
     }
-    const XString& GetIdentity( std::uint32_t inRow ) const { return itsTexts[inRow]; }
 
 private:
-    XVector<XString> itsTexts;
+    XVector<XString> itsTexts; // stay where they are when moved
 };
 } // namespace
 
@@ -300,8 +228,11 @@ std::unique_ptr<XPivotTableKey> XPivotTableKey::Make( const XPivotColumn& inColu
 {
     std::unique_ptr<XPivotTableKey> key;
     const auto make = [&]<class T>( const XPivotColumnT<T>& inTyped )
-    { key = std::make_unique<XValueKey<T>>( inTyped ); };
-    if ( !XUsePivotValues( inColumn, make ) )
-        key = std::make_unique<XTextKey>( inColumn );
-    return key;
+    { key = std::make_unique<XKeyT<T>>( inTyped, inTyped.GetDataVector().data() ); };
+    if ( XUsePivotValues( inColumn, make ) )
+        return key;
+    // A column without values has no texts worth asking for.
+    const bool hasValues = !inColumn.GetExistsVector().empty();
+    return std::make_unique<XTextKey>(
+        inColumn, hasValues ? inColumn.GetStringVector() : XVector<XString>() );
 }

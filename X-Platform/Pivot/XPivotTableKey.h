@@ -12,15 +12,19 @@
 class XPivotTableKey
 {
 public:
+    static constexpr std::uint32_t kMostRowsPerBlock =
+        256; // what belongs to a block stays in the nearest cache
+
     static std::unique_ptr<XPivotTableKey> Make( const XPivotColumn& inColumn );
     virtual ~XPivotTableKey();
 
-    /// Mixes the values of rows, from `inFirst` on, into as many hashes.
-    virtual void MixHashes( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) = 0;
-    /// True when each of these rows holds the same value as the first row of its group.
-    virtual bool AreInGroups(
-        std::uint32_t inFirst, std::uint32_t inCount, const std::uint32_t* inGroups,
-        const XVector<std::uint32_t>& inFirstRows ) const = 0;
+    /// Looks at the values of the next block of rows and mixes them into as many hashes.
+    virtual void LoadBlock( std::uint32_t inFirst, std::uint32_t inCount, std::uint64_t* ioHashes ) = 0;
+    /// True when each row of the block holds the same value as the first row of its group. First rows that
+    /// are new since the last block lie in this one.
+    virtual bool
+    IsBlockInGroups( const std::uint32_t* inGroups, const XVector<std::uint32_t>& inFirstRows ) = 0;
+
     /// -1, 0 or 1: some order in which only rows of the same value are equal.
     virtual int Compare( std::uint32_t inLeft, std::uint32_t inRight ) const = 0;
     /// Sorts rows as the column sorts its values, ascending, stably; missing ones first. Different values
