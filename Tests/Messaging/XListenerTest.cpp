@@ -63,15 +63,27 @@ TEST( XListenerTest, DiesBeforeItsTurnInABroadcastAndLeavesItsPlaceToNobody )
 TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
 {
     XSpeaker speaker;
-    for ( const bool isPosted : { false, true } )
+    enum Way
+    {
+        kSpoken,
+        kPosted,
+        kSpokenAndUnsubscribed,
+        kSpokenAndRemoved
+    };
+    for ( const Way way : { kSpoken, kPosted, kSpokenAndUnsubscribed, kSpokenAndRemoved } )
     {
         WEvent isCalled;
         WEvent mayReturn;
         WEvent isEnding;
         std::atomic<bool> hasReturned = false;
-        auto listener = std::make_unique<Recorder>(
+        std::unique_ptr<Recorder> listener;
+        listener = std::make_unique<Recorder>(
             [&]( const XMessage& )
             {
+                if ( way == kSpokenAndUnsubscribed )
+                    listener->Unsubscribe( speaker );
+                if ( way == kSpokenAndRemoved )
+                    speaker.RemoveAllListeners();
                 isCalled.Set();
                 mayReturn.Wait();
                 hasReturned = true;
@@ -81,7 +93,7 @@ TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
         std::thread sender(
             [&, target = listener.get()]
             {
-                if ( isPosted )
+                if ( way == kPosted )
                     XSpeaker::PostXMessage( NumberMessage( 1 ), *target );
                 else
                     speaker.SpeakMessage( NumberMessage( 1 ) );

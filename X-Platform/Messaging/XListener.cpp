@@ -6,6 +6,7 @@
 #include "Threads/XThreadLock.h"
 
 #include <algorithm>
+#include <utility>
 
 XListener::XListener( bool inIsAsynchronous, XCaller inCaller )
     : itsFlags( inIsAsynchronous ? kAsynchronous : 0 ), itsCaller( inCaller )
@@ -59,8 +60,9 @@ void XListener::SetAsynchronous( bool inIsAsynchronous )
     if ( IsAsynchronous() == inIsAsynchronous )
         return;
     SetFlag( kAsynchronous, inIsAsynchronous );
-    for ( XListenerList* const list : itsSpeakers )
-        list->CountAsynchronous( inIsAsynchronous ? 1 : -1 );
+    for ( const auto& [list, hasEnded] : itsSubscriptions )
+        if ( !hasEnded )
+            list->CountAsynchronous( inIsAsynchronous ? 1 : -1 );
 }
 
 void XListener::SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf )
@@ -90,30 +92,63 @@ bool XListener::RememberSpeaker( XListenerList& inList )
 {
     const XThreadLock lock( itsMutex );
     SetFlag( kSubscribed, true );
-    const bool isKnown = std::find( itsSpeakers.begin(), itsSpeakers.end(), &inList ) != itsSpeakers.end();
-    itsSpeakers.push_back( &inList );
-    inList.AddReference();
+    const auto ended = FindSubscription( inList, true );
+    const bool isEnded = ended != itsSubscriptions.end();
+    const bool isKnown = isEnded || FindSubscription( inList, false ) != itsSubscriptions.end();
+    if ( isEnded )
+        ended->hasEnded = false;
+    else
+    {
+        itsSubscriptions.push_back( { &inList, false } );
+        inList.AddReference();
+    }
     inList.CountSubscription( 1, IsAsynchronous() );
     return isKnown;
 }
 
-bool XListener::ForgetSpeaker( XListenerList& inList )
+bool XListener::ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast )
 {
     const XThreadLock lock( itsMutex );
-    const auto found = std::find( itsSpeakers.begin(), itsSpeakers.end(), &inList );
-    if ( found == itsSpeakers.end() )
+    const auto found = FindSubscription( inList, false );
+    if ( found == itsSubscriptions.end() )
         return false;
-    *found = itsSpeakers.back();
-    itsSpeakers.pop_back();
     inList.CountSubscription( -1, IsAsynchronous() );
-    inList.Release();
+    if ( inIsLastOfBroadcast )
+        found->hasEnded = true;
+    else
+        Remove( found );
     return true;
 }
 
-void XListener::SpeakerDeleted( XListenerList& inList )
+void XListener::SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting )
 {
-    while ( ForgetSpeaker( inList ) )
+    const XThreadLock lock( itsMutex );
+    while ( ForgetSpeaker( inList, std::exchange( inIsBroadcasting, false ) ) )
         ;
+}
+
+void XListener::ForgetBroadcast( XListenerList& inList )
+{
+    const XThreadLock lock( itsMutex );
+    const auto found = FindSubscription( inList, true );
+    if ( found != itsSubscriptions.end() )
+        Remove( found );
+}
+
+/// Under the mutex.
+XListener::XSubscriptions::iterator
+XListener::FindSubscription( const XListenerList& inList, bool inHasEnded )
+{
+    const auto isIt = [&]( const XSubscription& inOther )
+    { return inOther.list == &inList && inOther.hasEnded == inHasEnded; };
+    return std::find_if( itsSubscriptions.begin(), itsSubscriptions.end(), isIt );
+}
+
+void XListener::Remove( XSubscriptions::iterator inSubscription )
+{
+    inSubscription->list->Release();
+    *inSubscription = itsSubscriptions.back();
+    itsSubscriptions.pop_back();
 }
 
 void XListener::StopListening()
@@ -128,16 +163,17 @@ void XListener::StopListening()
 /// taken under this listener's, and the references keep the lists while their speakers may die.
 void XListener::UnsubscribeFromAll()
 {
-    XVector<XListenerList*> lists;
+    XSubscriptions subscriptions;
     {
         const XThreadLock lock( itsMutex );
-        lists.swap( itsSpeakers );
-        for ( XListenerList* const list : lists )
-            list->CountSubscription( -1, IsAsynchronous() );
+        subscriptions.swap( itsSubscriptions );
+        for ( const auto& [list, hasEnded] : subscriptions )
+            if ( !hasEnded )
+                list->CountSubscription( -1, IsAsynchronous() );
     }
-    for ( XListenerList* const list : lists )
+    for ( const auto& [list, hasEnded] : subscriptions )
     {
-        list->RemoveNode( *this );
+        list->RemoveDying( *this );
         list->Release();
     }
 }

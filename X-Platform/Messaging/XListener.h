@@ -104,17 +104,35 @@ private:
     }
     bool IsContainedInDeaf( const XMessage& inMessage ) const;
 
-    /// Keep one reference to the list for each subscription. The first returns whether there was one before,
-    /// the second whether there was one to give up.
+    /// A subscription, or what is left of the last one while the broadcast that was on when it ended may be
+    /// calling this listener: its end waits for that as well.
+    struct XSubscription
+    {
+        XListenerList* list; // with one reference
+        bool hasEnded;
+    };
+    using XSubscriptions = XVector<XSubscription>;
+
+    /// These keep the subscriptions, for the list and under its mutex. The first returns whether the listener
+    /// has a node there already, the second whether there was a subscription to end.
     bool RememberSpeaker( XListenerList& inList );
-    bool ForgetSpeaker( XListenerList& inList );
-    void SpeakerDeleted( XListenerList& inList );
+    bool ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast );
+
+    /// Ends all subscriptions to a list in one step. Unless a broadcast is on, the listener may be destroyed by
+    /// another thread from then on.
+    void SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting );
+
+    /// The broadcast in which the last subscription to a list ended is over.
+    void ForgetBroadcast( XListenerList& inList );
+
+    XSubscriptions::iterator FindSubscription( const XListenerList& inList, bool inHasEnded );
+    void Remove( XSubscriptions::iterator inSubscription );
     void UnsubscribeFromAll();
 
     std::atomic<std::uint8_t> itsFlags;
     const XCaller itsCaller;
     mutable XMutex itsMutex;                  // taken after a speaker's mutex
-    XVector<XListenerList*> itsSpeakers;      // one reference for each subscription; guarded by itsMutex
+    XSubscriptions itsSubscriptions;          // guarded by itsMutex
     std::unique_ptr<XTypeNames> itsDeafTypes; // names of classes; guarded by itsMutex
 };
 

@@ -45,14 +45,14 @@ void XListenerList::Subscribe( XListener& inListener )
     const XThreadLock lock( itsMutex );
     if ( !GetSpeaker() )
         return;
-    const bool isSubscribed = inListener.RememberSpeaker( *this );
+    const bool isThere = inListener.RememberSpeaker( *this );
     try
     {
-        ++FindOrAddNode( inListener, isSubscribed || itsBroadcastDepth > 0 ).count;
+        ++FindOrAddNode( inListener, isThere ).count;
     }
     catch ( ... )
     {
-        inListener.ForgetSpeaker( *this );
+        inListener.ForgetSpeaker( *this, false );
         throw;
     }
 }
@@ -60,35 +60,35 @@ void XListenerList::Subscribe( XListener& inListener )
 void XListenerList::Unsubscribe( XListener& inListener )
 {
     const XThreadLock lock( itsMutex );
-    if ( !inListener.ForgetSpeaker( *this ) )
-        return;
     XNode* const node = FindNode( inListener );
-    if ( --node->count > 0 )
+    if ( !node || !inListener.ForgetSpeaker( *this, node->count == 1 && itsBroadcastDepth > 0 ) )
         return;
-    if ( itsBroadcastDepth > 0 )
-        itsNeedsCleanup = true;
-    else
+    if ( --node->count == 0 )
         RemoveNode( *node );
 }
 
 void XListenerList::HardUnsubscribe( XListener& inListener )
 {
     const XThreadLock lock( itsMutex );
-    inListener.SpeakerDeleted( *this );
-    RemoveNode( inListener );
+    if ( XNode* const node = FindNode( inListener ) )
+    {
+        inListener.SpeakerDeleted( *this, itsBroadcastDepth > 0 );
+        RemoveNode( *node );
+    }
 }
 
 void XListenerList::RemoveAll()
 {
     const XThreadLock lock( itsMutex );
     for ( XNode& node : itsNodes )
-        if ( node.count > 0 )
-            node.listener->SpeakerDeleted( *this );
-    for ( XNode& node : itsNodes )
-        node = { nullptr, 0 };
-    itsNeedsCleanup = true;
-    if ( itsBroadcastDepth == 0 )
-        CleanupAfterMessage();
+    {
+        if ( node.listener )
+            node.listener->SpeakerDeleted( *this, itsBroadcastDepth > 0 );
+        node.count = 0;
+    }
+    itsNeedsCleanup = itsBroadcastDepth > 0;
+    if ( !itsNeedsCleanup )
+        itsNodes.clear();
 }
 
 USize XListenerList::GetListenerCount()
@@ -115,20 +115,21 @@ XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool 
     return itsNodes.emplace_back( XNode{ &inListener, 0 } );
 }
 
-void XListenerList::RemoveNode( XListener& inListener )
+void XListenerList::RemoveDying( XListener& inListener )
 {
     const XThreadLock lock( itsMutex );
     if ( XNode* const node = FindNode( inListener ) )
+    {
+        node->listener = nullptr;
         RemoveNode( *node );
+    }
 }
 
 void XListenerList::RemoveNode( XNode& inNode )
 {
+    inNode.count = 0;
     if ( itsBroadcastDepth > 0 )
-    {
-        inNode = { nullptr, 0 };
         itsNeedsCleanup = true;
-    }
     else
         itsNodes.erase( itsNodes.begin() + ( &inNode - itsNodes.data() ) );
 }
@@ -136,7 +137,10 @@ void XListenerList::RemoveNode( XNode& inNode )
 void XListenerList::CleanupAfterMessage()
 {
     itsNeedsCleanup = false;
-    std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count <= 0; } );
+    for ( const XNode& node : itsNodes )
+        if ( node.count == 0 && node.listener )
+            node.listener->ForgetBroadcast( *this );
+    std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count == 0; } );
 }
 
 // Handlers may add nodes while these walk: no pointer to a node is kept across that.

@@ -35,8 +35,8 @@ public:
     void HardUnsubscribe( XListener& inListener );
     void RemoveAll();
 
-    /// Removes the node of a listener that has given up its references already.
-    void RemoveNode( XListener& inListener );
+    /// Removes the node of a listener that comes to its end.
+    void RemoveDying( XListener& inListener );
 
     USize GetListenerCount();
     bool HasListeners() const { return itsSubscriptions.load( std::memory_order_relaxed ) > 0; }
