@@ -153,8 +153,8 @@ void SortKorvale( benchmark::State& ioState )
 }
 BENCHMARK( SortKorvale )->Name( "SortByTwo/Korvale" )->Unit( benchmark::kMillisecond );
 
-/// Lets the process keep the memory that it frees, where it is to be used again: new memory costs the system more
-/// time than anything that is done with it.
+/// Lets the process keep the memory that it frees, where it is to be used again: new memory costs the system
+/// more time than anything that is done with it.
 void KeepFreedMemory( bool inIsKept )
 {
     constexpr int kMost = 1 << 30;

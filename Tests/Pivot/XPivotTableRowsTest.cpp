@@ -122,3 +122,17 @@ TEST( XPivotTableGroups, AreTheSameWhenHashesCollide )
     EXPECT_EQ( byNumber.groups, ( XRows{ 0, 1, 0, 2, 3, 4, 4 } ) );
     EXPECT_EQ( byNumber.firstRows, ( XRows{ 0, 1, 3, 4, 5 } ) );
 }
+
+TEST( XPivotTableGroups, AreTheSameWhenHashesCrowd )
+{
+    XPivotSInt32Column numbers;
+    for ( std::int32_t row = 0; row < 6000; ++row )
+        numbers.AppendValue( row % 3000, true );
+    for ( const std::uint64_t hashBits : { kAllHashBits, kAllHashBits << 32, kAllHashBits << 24 } )
+    {
+        const auto groups = XGroupPivotTableRows( { &numbers }, 6000, hashBits );
+        ASSERT_EQ( groups.GetCount(), 3000u );
+        for ( std::uint32_t row = 0; row < 6000; ++row )
+            ASSERT_EQ( groups.groups[row], row % 3000 );
+    }
+}

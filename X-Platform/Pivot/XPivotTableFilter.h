@@ -8,9 +8,11 @@
 /// A condition on the rows of a table: comparisons of columns with references, combined by "and" and "or" to
 /// any depth. `XPivotTable::FindRows` and `XPivotTable::FilterRows` evaluate it.
 ///
-///     const auto filter = XPivotTableFilter::AllOf( {
-///         { area, kFilterGreater, 50.0 },
-///         XPivotTableFilter::AnyOf( { { name, kFilterContains, XString( "control" ) }, { time, kFilterEqual, 0.0 } } ) } );
+///     const XPivotTableFilter isLarge( area, kFilterGreater, 50.0 );
+///     const XPivotTableFilter isControl( name, kFilterContains, XString( "control" ) );
+///     const XPivotTableFilter isFirst( time, kFilterEqual, 0.0 );
+///     const auto isOfUse = XPivotTableFilter::AnyOf( { isControl, isFirst } );
+///     table.FilterRows( XPivotTableFilter::AllOf( { isLarge, isOfUse } ) );
 ///
 /// A plain value. A missing row passes no comparison, not even kFilterNotEqual.
 class KORVALE_API XPivotTableFilter

@@ -31,18 +31,26 @@ public:
     std::uint32_t Number( std::uint64_t inHash, std::uint32_t inRow )
     {
         const std::uint32_t tag = GetTag( inHash );
-        for ( std::uint64_t place = inHash & itsMask;; place = ( place + 1 ) & itsMask )
+        for ( std::uint64_t step = 0; step < kMostSteps; ++step )
         {
+            const std::uint64_t place = ( inHash + step ) & itsMask;
             const XEntry& entry = itsEntries[place];
             if ( entry.tag == tag && entry.number != kFree ) [[likely]]
                 return entry.number;
             if ( entry.number == kFree )
                 return Add( place, inHash, inRow );
         }
+        itsIsCrowded = true;
+        return 0;
     }
+
+    /// True once hashes have been found to crowd in places, as only chosen values make them do: then numbers
+    /// mean nothing.
+    bool IsCrowded() const { return itsIsCrowded; }
 
 private:
     static constexpr std::uint32_t kFree = 0xFFFFFFFF;
+    static constexpr std::uint64_t kMostSteps = 512;
 
     struct XEntry
     {
@@ -80,9 +88,10 @@ private:
     std::uint64_t itsMask = 4095;
     XVector<std::uint64_t> itsHashes; // by number
     XVector<std::uint32_t>& itsFirstRows;
+    bool itsIsCrowded = false;
 };
 
-/// Groups by hashes alone, block by block; false when two values turn out to share a hash.
+/// Groups by hashes alone, block by block; false when two values turn out to share a hash, or many nearly do.
 bool GroupByHashes(
     const XKeys& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits, XPivotTableGroups& outGroups )
 {
@@ -97,6 +106,8 @@ bool GroupByHashes(
             key->LoadBlock( first, count, hashes.data() );
         for ( std::uint32_t i = 0; i < count; ++i )
             groups[i] = numbers.Number( hashes[i] & inHashBits, first + i );
+        if ( numbers.IsCrowded() )
+            return false;
         for ( const auto& key : inKeys )
         {
             if ( !key->IsBlockInGroups( groups, outGroups.firstRows ) )
