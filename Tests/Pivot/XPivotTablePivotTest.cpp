@@ -152,6 +152,16 @@ TEST( XPivotTablePivot, OfNothing )
     EXPECT_EQ( ErrorOf( [&] { table.Pivot( { 3 }, {}, {} ); } ), 1006u );
 }
 
+TEST( XPivotTablePivot, RefusesMoreCellsThanThereIsSenseIn )
+{
+    XPivotTable table;
+    auto numbers = std::make_unique<XPivotUInt32Column>();
+    for ( std::uint32_t row = 0; row < 20000; ++row )
+        numbers->AppendValue( row, true );
+    table.AddColumn( std::move( numbers ) );
+    EXPECT_EQ( ErrorOf( [&] { table.Pivot( { 0 }, { 0 }, {} ); } ), 1012u );
+}
+
 // ---- Random tables, held against a map of vectors
 
 namespace

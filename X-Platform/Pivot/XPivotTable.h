@@ -43,6 +43,9 @@ public:
     };
     using XColumnIndices = XVector<std::uint32_t>;
 
+    /// Combinations of row keys times combinations of column keys.
+    static constexpr std::uint32_t kMaxPivotCells = 1u << 28;
+
     static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotTable ); }
     static constexpr XVersion GetSuperClassVersion() { return XVersion(); }
 
@@ -147,7 +150,7 @@ public:
     /// value's column, all others are numbers; invalid results are missing. A cell without rows shows the
     /// accumulator's defaults.
     ///
-    /// Throws 1012 when the result would have more than XPivotColumn::kMaxRows cells.
+    /// Throws 1012 when the keys would span more than kMaxPivotCells cells.
     XPivotTable Pivot(
         const XColumnIndices& inRowKeys, const XColumnIndices& inColumnKeys,
         const XVector<XPivotValue>& inValues ) const;

@@ -92,12 +92,13 @@ XPivotFloatColumn& AsNumbers( XPivotColumn& inColumn )
 }
 } // namespace
 
-XPivotTableCells::XPivotTableCells( XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups )
+XPivotTableCells::XPivotTableCells(
+    XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups, std::uint32_t inMostCells )
     : itsNumRowGroups( ioRowGroups.GetCount() ), itsNumColumnGroups( inColumnGroups.GetCount() ),
       itsCells( std::move( ioRowGroups.groups ) )
 {
     const std::uint64_t cells = std::uint64_t( itsNumRowGroups ) * itsNumColumnGroups;
-    if ( cells > XPivotColumn::kMaxRows )
+    if ( cells > inMostCells )
         XThrow( kErrorOutOfMemory );
     for ( std::size_t row = 0; row < itsCells.size() && itsNumColumnGroups > 1; ++row )
         itsCells[row] = itsCells[row] * itsNumColumnGroups + inColumnGroups.groups[row];

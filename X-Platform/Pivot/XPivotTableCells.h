@@ -10,9 +10,9 @@
 class XPivotTableCells
 {
 public:
-    /// Takes the row groups' list of the groups of rows. Throws 1012 for more than XPivotColumn::kMaxRows
-    /// cells.
-    XPivotTableCells( XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups );
+    /// Takes the row groups' list of the groups of rows. Throws 1012 for more than `inMostCells` cells.
+    XPivotTableCells(
+        XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups, std::uint32_t inMostCells );
 
     /// The result columns of a value: for each column group those of the accumulator's column strings, with
     /// one row for each row group. They are headed by the column string alone.

@@ -70,7 +70,7 @@ XPivotTable XPivotTable::Pivot(
     const XColumnList columnKeys = ListColumns( inColumnKeys );
     XPivotTableGroups rows = MakeGroups( rowKeys, GetNumRows() );
     const XPivotTableGroups columns = MakeGroups( columnKeys, GetNumRows() );
-    auto results = ReduceValues( *this, inValues, XPivotTableCells( rows, columns ) );
+    auto results = ReduceValues( *this, inValues, XPivotTableCells( rows, columns, kMaxPivotCells ) );
 
     XPivotTable pivot;
     for ( const XPivotColumn* key : rowKeys )
@@ -117,7 +117,7 @@ void XPivotTable::Contract( const XColumnIndices& inKeys, const XVector<XPivotVa
     const XColumnList keys = ListColumns( inKeys );
     XPivotTableGroups rows = MakeGroups( keys, GetNumRows() );
     const XPivotTableGroups oneColumn = XGroupPivotTableRows( {}, GetNumRows() );
-    const XPivotTableCells cells( rows, oneColumn );
+    const XPivotTableCells cells( rows, oneColumn, kMaxPivotCells );
     auto results = ReduceValues( *this, inValues, cells );
 
     XColumns columns;
