@@ -3,7 +3,6 @@
 #include "Jobs/XProgress.h"
 #include "NumberText.h"
 #include "Session.h"
-#include "Threads/XThread.h"
 #include "WCodePage.h"
 
 #include <algorithm>
@@ -29,11 +28,8 @@ struct ImageMeasurer::Image
     bool IsComplete() const { return gathered == results.size(); }
 };
 
-ImageMeasurer::ImageMeasurer( const MeasureSettings& inSettings, std::uint32_t inWorkers, Session& ioSession )
-    : itsSettings( inSettings ),
-      // As many jobs as the pool has workers would leave one idle between two jobs.
-      itsMostJobs( inWorkers < XThread::GetProcessorCount() ? inWorkers : 2 * XThread::GetProcessorCount() ),
-      itsSession( ioSession )
+ImageMeasurer::ImageMeasurer( const MeasureSettings& inSettings, WorkerLimit inLimit, Session& ioSession )
+    : itsSettings( inSettings ), itsLimit( inLimit ), itsSession( ioSession )
 {
     itsQueue.Start();
 }
@@ -80,7 +76,7 @@ void ImageMeasurer::AttachPages( Image& ioImage, XProgress& ioProgress )
     const auto pageCount = ioImage.results.size();
     for ( std::uint32_t page = 0; page < pageCount; ++page )
     {
-        WaitForFewerJobs( itsMostJobs );
+        itsLimit.WaitForTurn( itsQueue );
         itsQueue.AttachJob( new MeasurePageJob(
             ioImage.readers, page, ioImage.measurement.name, itsSettings, itsSession.progress,
             ioImage.results[page] ) );
@@ -97,18 +93,11 @@ void ImageMeasurer::ShowPages( USize inAttached, XProgress& ioProgress ) const
     ioProgress.YieldAndCheckAbort();
 }
 
-void ImageMeasurer::WaitForFewerJobs( USize inCount )
-{
-    // Half a job keeps rounding from mattering.
-    const auto limit = static_cast<double>( inCount ) - 0.5;
-    itsQueue.WaitForJobWeightUnderCommit( limit / XThread::GetProcessorCount() );
-}
-
 void ImageMeasurer::WaitForJobs( XProgress* ioProgress )
 {
     for ( auto left = itsQueue.GetCurrentJobWeight(); left > 0; --left )
     {
-        WaitForFewerJobs( left );
+        WorkerLimit::WaitForFewerJobs( itsQueue, left );
         if ( ioProgress )
             ShowPages( ioProgress->GetMaxProgress(), *ioProgress );
         Gather();

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Core/XTimer.h"
-#include "Jobs/XJobQueue.h"
 #include "MeasurePageJob.h"
 #include "MeasurementTable.h"
 #include "PageReaders.h"
+#include "WorkerLimit.h"
 
 #include <deque>
 #include <memory>
@@ -21,8 +21,7 @@ class XProgress;
 class ImageMeasurer
 {
 public:
-    /// At most so many workers at a time.
-    ImageMeasurer( const MeasureSettings& inSettings, std::uint32_t inWorkers, Session& ioSession );
+    ImageMeasurer( const MeasureSettings& inSettings, WorkerLimit inLimit, Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();
@@ -37,7 +36,7 @@ private:
     struct Image;
 
     const MeasureSettings itsSettings;
-    const std::uint32_t itsMostJobs;
+    const WorkerLimit itsLimit;
     Session& itsSession;
     bool itsHasFailures = false;
     std::vector<ImageMeasurement> itsMeasurements;
@@ -47,7 +46,6 @@ private:
     void MeasureImage( const std::string& inPath, bool inIsLast );
     void AttachPages( Image& ioImage, XProgress& ioProgress );
     void ShowPages( USize inAttached, XProgress& ioProgress ) const;
-    void WaitForFewerJobs( USize inCount );
     void WaitForJobs( XProgress* ioProgress = nullptr );
     void Gather();
     void GatherPage( Image& ioImage );

@@ -5,7 +5,6 @@
 #include "Session.h"
 #include "TableFile.h"
 #include "TableText.h"
-#include "Threads/XThread.h"
 #include "WReplaceFile.h"
 #include "WUnfinishedFiles.h"
 
@@ -58,11 +57,11 @@ bool IsSamePath( const std::string& inOne, const std::string& inOther )
         std::filesystem::weakly_canonical( one, error ) == std::filesystem::weakly_canonical( other, error );
 }
 
-void WriteCSVFile( const XPivotTable& inTable, WFile& ioFile )
+void WriteCSVFile( const XPivotTable& inTable, WorkerLimit inLimit, WFile& ioFile )
 {
     std::uint64_t position = 0;
     WriteCSV(
-        inTable,
+        inTable, inLimit,
         [&]( std::string_view inText )
         {
             ioFile.WriteAt( position, inText.data(), inText.size() );
@@ -115,7 +114,7 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->type_name( "N" )
         ->check( CheckWholeNumber )
         ->capture_default_str();
-    command->add_option( "--workers", itsWorkers, "Pages to measure at a time [one for each processor]" )
+    command->add_option( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
         ->type_name( "N" )
         ->check( CLI::Range( 1u, 1024u ) );
     command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
@@ -137,8 +136,7 @@ int Measure::Run( Session& ioSession )
 {
     if ( itsIsQuiet )
         ioSession.progress.Silence();
-    const auto workers = itsWorkers > 0 ? itsWorkers : XThread::GetProcessorCount();
-    ImageMeasurer measurer( GetSettings(), workers, ioSession );
+    ImageMeasurer measurer( GetSettings(), WorkerLimit( itsWorkers ), ioSession );
     const auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
@@ -180,7 +178,7 @@ void Measure::WriteOutputs( const XPivotTable& inTable ) const
             [&]
             {
                 csv.emplace( PathFromUTF8( itsCSV ) );
-                WriteCSVFile( inTable, csv->GetFile() );
+                WriteCSVFile( inTable, WorkerLimit( itsWorkers ), csv->GetFile() );
                 csv->Complete();
             } );
     if ( !table && !csv )

@@ -75,7 +75,7 @@ void Show::ShowTable( Session& ioSession ) const
     if ( itsAsCSV )
     {
         beginPrinting();
-        WriteCSV( *table, [&]( std::string_view inText ) { ioSession.out << inText; } );
+        WriteCSV( *table, WorkerLimit( 0 ), [&]( std::string_view inText ) { ioSession.out << inText; } );
         return;
     }
     const auto text = AlignTable( *table );

@@ -1,7 +1,7 @@
 #include "TableText.h"
 
 #include "NumberText.h"
-#include "Pieces.h"
+#include "OrderedText.h"
 #include "Pivot/XPivotFloatColumn.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotUInt32Column.h"
@@ -48,7 +48,8 @@ std::string MakeCell( const XString& inText )
 }
 } // namespace
 
-void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string_view )>& inWrite )
+void WriteCSV(
+    const XPivotTable& inTable, WorkerLimit inLimit, const std::function<void( std::string_view )>& inWrite )
 {
     struct Column
     {
@@ -65,30 +66,30 @@ void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string
         AppendField( text, ToUTF8( column.GetDisplayName() ) );
     }
     text += '\n';
+    inWrite( text );
 
-    const auto appendRow = [&]( std::uint32_t inRow )
+    const auto appendRow = [&]( std::uint32_t inRow, std::string& ioText )
     {
         for ( const auto& [column, holdsNumbers] : columns )
         {
             if ( column.DoesDataExist( inRow ) && holdsNumbers )
-                AppendNumber( text, column.GetDataFloat( inRow ) );
+                AppendNumber( ioText, column.GetDataFloat( inRow ) );
             else if ( column.DoesDataExist( inRow ) )
-                AppendField( text, ToUTF8( column.GetDataString( inRow ) ) );
-            text += ',';
+                AppendField( ioText, ToUTF8( column.GetDataString( inRow ) ) );
+            ioText += ',';
         }
         if ( columns.empty() )
-            text += ',';
-        text.back() = '\n';
+            ioText += ',';
+        ioText.back() = '\n';
     };
-    const auto writeRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    const auto makeRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
+        std::string rows;
         for ( auto row = inFirst; row < inEnd; ++row )
-            appendRow( static_cast<std::uint32_t>( row ) );
-        inWrite( text );
-        text.clear();
+            appendRow( static_cast<std::uint32_t>( row ), rows );
+        return rows;
     };
-    ForEachPiece( inTable.GetNumRows(), kTableRowsAtOnce, writeRows );
-    inWrite( text );
+    WriteRowsInOrder( inTable.GetNumRows(), inLimit, makeRows, inWrite );
 }
 
 AlignedText AlignTable( const XPivotTable& inTable )

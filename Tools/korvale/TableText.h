@@ -2,6 +2,7 @@
 
 #include "AlignedText.h"
 #include "Pivot/XPivotTable.h"
+#include "WorkerLimit.h"
 
 #include <functional>
 #include <string>
@@ -9,8 +10,9 @@
 
 /// Hands the table as CSV to `inWrite`, piece by piece: UTF-8, a header of display names, lines that end in LF, fields
 /// quoted where they hold commas, quotes or line breaks, missing values empty. Numbers are in the shortest form that
-/// reads back exactly.
-void WriteCSV( const XPivotTable& inTable, const std::function<void( std::string_view )>& inWrite );
+/// reads back exactly. The rows are made on the shared pool.
+void WriteCSV(
+    const XPivotTable& inTable, WorkerLimit inLimit, const std::function<void( std::string_view )>& inWrite );
 
 /// The table in aligned columns, for people to read. Missing values are blank. Keeps a reference to the table.
 AlignedText AlignTable( const XPivotTable& inTable );
