@@ -6,7 +6,6 @@
 #include <array>
 #include <map>
 #include <numeric>
-#include <ranges>
 
 namespace
 {
@@ -162,8 +161,8 @@ void XSortPivotTableGroups( const XVector<const XPivotColumn*>& inKeys, XPivotTa
     if ( inKeys.empty() )
         return;
     const XKeys keys = MakeKeys( inKeys );
-    for ( const auto& key : keys | std::views::reverse )
-        key->SortRows( ioGroups.firstRows );
+    for ( auto key = keys.rbegin(); key != keys.rend(); ++key )
+        ( *key )->SortRows( ioGroups.firstRows );
     XVector<std::uint32_t> places( ioGroups.firstRows.size() );
     for ( std::uint32_t place = 0; place < places.size(); ++place )
         places[ioGroups.groups[ioGroups.firstRows[place]]] = place;

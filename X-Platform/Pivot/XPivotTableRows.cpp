@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <iterator>
 #include <numeric>
-#include <ranges>
 
 namespace
 {
@@ -93,8 +92,8 @@ void XPivotTable::Sort( const XVector<XSortKey>& inKeys, XVector<std::uint32_t>*
 {
     // From the last key to the first, each time keeping the order of what is equal.
     XVector<std::uint32_t> order = ListAllRows( GetNumRows() );
-    for ( const XSortKey& key : inKeys | std::views::reverse )
-        XSortPivotTableRows( GetColumn( key.column ), key.direction, order );
+    for ( auto key = inKeys.rbegin(); key != inKeys.rend(); ++key )
+        XSortPivotTableRows( GetColumn( key->column ), key->direction, order );
     KeepRows( order );
     if ( outOrder )
         outOrder->swap( order );
