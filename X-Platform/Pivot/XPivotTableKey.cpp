@@ -191,7 +191,7 @@ private:
     /// Asks for the bytes of all texts at once, so that one need not wait for the other.
     void FetchTexts( std::uint32_t inFirst, std::uint32_t inCount ) const
     {
-        for ( std::uint32_t i = 0; i < inCount; ++i )
+        for ( std::uint32_t i = 0; i < inCount && !itsExists.empty(); ++i )
             __builtin_prefetch( itsValues[inFirst + i].GetConstCharPtr() );
     }
 
