@@ -2,6 +2,8 @@
 
 #include "Core/StreamTools.h"
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotOtherRowRefColumn.h"
+#include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotTable.h"

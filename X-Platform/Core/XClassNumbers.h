@@ -22,6 +22,8 @@ enum XClassNumber : std::uint32_t
     kClassPivotTimeColumn = 1458,
     kClassPivotUUIDColumn = 1460,
     kClassPivotVersionColumn = 1477,
+    kClassPivotRowRefColumn = 1478,
+    kClassPivotOtherRowRefColumn = 1479,
     kClassPivotUnknownColumn = 1480,
     kClassPivotTableAccumulator = 1482,
 

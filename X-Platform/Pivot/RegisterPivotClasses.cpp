@@ -2,6 +2,8 @@
 
 #include "Core/XClassRegistry.h"
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotOtherRowRefColumn.h"
+#include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotTable.h"
@@ -23,6 +25,8 @@ void RegisterPivotClasses()
     XClassRegistry::RegisterClass<XPivotTimeColumn>( "Time Column" );
     XClassRegistry::RegisterClass<XPivotUUIDColumn>( "Identifier Column" );
     XClassRegistry::RegisterClass<XPivotVersionColumn>( "Class Column" );
+    XClassRegistry::RegisterClass<XPivotRowRefColumn>( "Row Reference Column" );
+    XClassRegistry::RegisterClass<XPivotOtherRowRefColumn>( "Other Row Reference Column" );
     XClassRegistry::RegisterClass<XPivotUnknownColumn>( "Unknown Column" );
     XClassRegistry::RegisterClass<XPivotTableAccumulator>( "Accumulator" );
     XClassRegistry::RegisterClass<XPivotTable>( "Table" );

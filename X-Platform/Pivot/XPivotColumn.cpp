@@ -285,7 +285,7 @@ USize64 XPivotColumn::GetStreamUsage() const
 void XPivotColumn::ReadStream2( XStream& inStream, XOptions inOptions )
 {
     ReadCheckedVersion( inStream, XPivotColumn::GetClassVersion() );
-    ReadDescriptor( inStream, inOptions );
+    itsDescriptor = ReadDescriptor( inStream, inOptions );
     itsRevision = inStream.Read32();
     itsVisibilityOptions = inStream.Read32();
     ReadExists( inStream );
@@ -301,7 +301,7 @@ void XPivotColumn::WriteStream2( XStream& inStream, XOptions inOptions ) const
     inStream.WriteBuffer8( itsExists.data(), itsExists.size() );
 }
 
-void XPivotColumn::ReadDescriptor( XStream& inStream, XOptions inOptions )
+XPivotColumnDescriptor XPivotColumn::ReadDescriptor( XStream& inStream, XOptions inOptions )
 {
     // Asked before the object is made, so that a file cannot nest columns in the place of descriptors.
     const XVersion version = inStream.PeekVersion();
@@ -312,7 +312,7 @@ void XPivotColumn::ReadDescriptor( XStream& inStream, XOptions inOptions )
     const auto* descriptor = dynamic_cast<const XPivotColumnDescriptor*>( object.get() );
     if ( !descriptor )
         XThrow( 1005 );
-    itsDescriptor = *descriptor;
+    return *descriptor;
 }
 
 void XPivotColumn::ReadExists( XStream& inStream )

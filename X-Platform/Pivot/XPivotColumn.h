@@ -247,6 +247,9 @@ protected:
     /// Takes everything but rows and table: what CloneWithoutCopy copies.
     void CopySettings( const XPivotColumn& inOther );
 
+    /// A descriptor that was written as an object; 1005 for any other object.
+    static XPivotColumnDescriptor ReadDescriptor( XStream& inStream, XOptions inOptions );
+
     /// Throws the class's internal error for a run outside the column, else 1005: the flags have no such run.
     [[noreturn]] void RefuseRun( XStream& inStream, const XPivotRun& inRun );
 
@@ -256,7 +259,6 @@ protected:
     void ReadRuns( XStream& inStream );
 
 private:
-    void ReadDescriptor( XStream& inStream, XOptions inOptions );
     void ReadExists( XStream& inStream );
 
     XVector<std::uint8_t> itsExists; // one per row, 0 or 1

@@ -67,6 +67,13 @@ XString XPivotColumnDescriptor::GetDisplayName( bool inTwoLines ) const
     return name;
 }
 
+bool XPivotColumnDescriptor::IsOfSameColumn( const XPivotColumnDescriptor& inOther ) const
+{
+    if ( itsID == kPivotUserDefined )
+        return *this == inOther;
+    return itsID == inOther.itsID && itsChannelName == inOther.itsChannelName && itsUnits == inOther.itsUnits;
+}
+
 bool XPivotColumnDescriptor::operator==( const XPivotColumnDescriptor& inOther ) const
 {
     return itsID == inOther.itsID && itsColumnName == inOther.itsColumnName &&

@@ -45,6 +45,10 @@ public:
     /// name, an ID that is not registered the stored one.
     XString GetDisplayName( bool inTwoLines = false ) const;
 
+    /// True when a column that one describes is found by the other: the name counts for user-defined columns
+    /// only, a standard quantity is known by its ID, channel and units.
+    bool IsOfSameColumn( const XPivotColumnDescriptor& inOther ) const;
+
     /// Equal to the byte in every field.
     bool operator==( const XPivotColumnDescriptor& inOther ) const;
     /// By ID, then name, channel and units in the natural order of strings.

@@ -32,8 +32,8 @@ public:
     }
     /// Stores value and presence; beyond the end the column grows by missing rows. A negative row is an
     /// internal error.
-    void SetValue( const T& inValue, std::int32_t inRow, bool inExists );
-    void AppendValue( const T& inValue, bool inExists );
+    virtual void SetValue( const T& inValue, std::int32_t inRow, bool inExists );
+    virtual void AppendValue( const T& inValue, bool inExists );
 
     using XPivotColumn::SetData;
     void SetData( const XVector<XString>& inValues ) override;

@@ -3,6 +3,7 @@
 #include "Core/XException.h"
 #include "Core/XNumberReader.h"
 #include "Core/XString.h"
+#include "Core/XUUID.h"
 
 #include "WLocale.h"
 
@@ -53,6 +54,12 @@ T XReadPivotText( bool inExists, std::uint32_t inRefusal, const T& inDefault, TR
             throw;
         return inDefault;
     }
+}
+
+inline XUUID XReadPivotUUID( const XString& inText, bool inExists, const XUUID& inDefault )
+{
+    constexpr std::uint32_t kNotAnIdentifier = 1026;
+    return XReadPivotText( inExists, kNotAnIdentifier, inDefault, [&] { return XUUID( inText ); } );
 }
 
 /// A number as a column of `T` keeps it. Integers are cut off towards zero and held within their range, NaN

@@ -14,7 +14,8 @@ struct XRunHead
     std::uint32_t length;
     std::uint32_t start;
 
-    // Field by field, so that heads stay in registers: one store of two fields just written has to wait for both.
+    // Field by field, so that heads stay in registers: one store of two fields just written has to wait for
+    // both.
     void Write( std::uint8_t* outBytes ) const
     {
         std::memcpy( outBytes, &length, sizeof length );

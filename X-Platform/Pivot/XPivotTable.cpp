@@ -2,17 +2,6 @@
 
 #include <utility>
 
-namespace
-{
-bool IsSameColumn( const XPivotColumnDescriptor& inLeft, const XPivotColumnDescriptor& inRight )
-{
-    if ( inLeft.GetID() == kPivotUserDefined )
-        return inLeft == inRight;
-    return inLeft.GetID() == inRight.GetID() && inLeft.GetChannelName() == inRight.GetChannelName() &&
-        inLeft.GetUnits() == inRight.GetUnits();
-}
-} // namespace
-
 XPivotTable::XPivotTable( const XPivotTable& inOther ) : XStorable( inOther )
 {
     XColumns columns;
@@ -100,7 +89,7 @@ std::int32_t XPivotTable::FindColumnIndex( const XPivotColumnDescriptor& inDescr
 {
     for ( std::uint32_t i = 0; i < GetNumColumns(); ++i )
     {
-        if ( IsSameColumn( itsColumns[i]->GetDescriptor(), inDescriptor ) )
+        if ( itsColumns[i]->GetDescriptor().IsOfSameColumn( inDescriptor ) )
             return static_cast<std::int32_t>( i );
     }
     return -1;
@@ -147,6 +136,7 @@ void XPivotTable::Append( const XPivotTable& inOther )
     {
         // A text that is no number where a column of numbers is, for one.
         itsColumns.resize( columns );
+        BindColumns();
         for ( const auto& column : itsColumns )
             column->ResizeRows( rows );
         throw;

@@ -4,8 +4,6 @@
 
 namespace
 {
-constexpr std::uint32_t kNotAnIdentifier = 1026;
-
 double ToNumber( const XUUID& inUUID )
 {
     return static_cast<double>( inUUID.GetHash() );
@@ -14,8 +12,7 @@ double ToNumber( const XUUID& inUUID )
 
 void XPivotUUIDColumn::SetData( const XString& inValue, std::int32_t inRow, bool inExists )
 {
-    const auto read = [&] { return XUUID( inValue ); };
-    SetValue( XReadPivotText( inExists, kNotAnIdentifier, itsDefaultValue, read ), inRow, inExists );
+    SetValue( XReadPivotUUID( inValue, inExists, itsDefaultValue ), inRow, inExists );
 }
 
 double XPivotUUIDColumn::GetDataFloat( std::uint32_t inRow ) const

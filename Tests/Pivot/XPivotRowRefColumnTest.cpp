@@ -1,0 +1,183 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
+const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
+const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
+
+using XReferences = XVector<XPivotRowRefColumn::XReference>;
+
+std::unique_ptr<XPivotOtherRowRefColumn> MakeParents()
+{
+    auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
+    parents->SetRowRefColumnDescriptor( { kPivotID, "", "", "" } );
+    return parents;
+}
+
+std::unique_ptr<XPivotRowRefColumn> MakeIDs( const std::vector<XUUID>& inRows )
+{
+    auto ids = std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" );
+    for ( const XUUID& uuid : inRows )
+        ids->AppendData( uuid, true );
+    return ids;
+}
+} // namespace
+
+TEST( XPivotRowRefColumn, CountsReferences )
+{
+    XPivotRowRefColumn column;
+    column.AddRef( 0, kFirst, 0 );
+    column.AddRef( kFirst );
+    EXPECT_EQ( column.GetReferences(), ( XReferences{ { kFirst, 2, 1, 0 } } ) );
+    EXPECT_EQ( column.GetNextUserVisibleID(), 2u );
+    column.AddRef( 4, kFirst, 9 );
+    column.AddRef( XUUID() );
+    EXPECT_EQ( column.GetReferences(), ( XReferences{ { kFirst, 3, 9, 4 } } ) );
+    EXPECT_EQ( column.FindDataUUID( kFirst ), -1 ) << "no such row holds it";
+    EXPECT_EQ( column.GetDataUserVisibleID( kSecond ), 0u );
+
+    const auto ids = MakeIDs( { kFirst, kSecond } );
+    ids->AddRef( kFirst );
+    ids->DeleteRefs( 0, 2 );
+    EXPECT_EQ( ids->GetReferences(), ( XReferences{ { kFirst, 1, 1, XPivotRowRefColumn::kNoRow } } ) );
+    ids->DeleteRef( kFirst );
+    EXPECT_EQ( ids->GetNumReferences(), 0u );
+}
+
+TEST( XPivotRowRefColumn, NumbersItsRowsAnew )
+{
+    const auto ids = MakeIDs( { kThird, kFirst, XUUID(), kSecond } );
+    ids->AddRef( kThird );
+    ids->DeleteItem( 0 );
+    ids->RenumberUserVisibleIDs();
+    EXPECT_EQ( ids->GetUserVisibleIDVector(), ( XVector<std::uint32_t>{ 1, 0, 2 } ) );
+    EXPECT_EQ( ids->GetDataUserVisibleID( kThird ), 3u );
+    EXPECT_EQ( ids->GetDataString( 2 ), "2" );
+    EXPECT_EQ( ids->FindDataFloat( 2.0 ), 2 );
+    EXPECT_EQ( ids->FindDataFloat( 3.0 ), -1 );
+    EXPECT_EQ( ids->FindDataFloat( 0.0 ), -1 );
+}
+
+TEST( XPivotRowRefColumn, StopsAtTheLastNumber )
+{
+    XBytes bytes = Write( *MakeIDs( { kFirst } ) );
+    std::fill( bytes.end() - 4, bytes.end(), std::uint8_t( 0xFF ) ); // the next number
+    bytes[bytes.size() - 5 - 7] = 0xFE;                              // the number of the first
+    const auto ids = Read<XPivotRowRefColumn>( bytes );
+    EXPECT_EQ( ErrorOf( [&] { ids->SetData( kSecond, 0, true ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { *ids += *ids; } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { ids->AddRef( kSecond ); } ), 1006u );
+    EXPECT_EQ( ids->GetColumnSize(), 1u );
+    EXPECT_EQ( ids->GetNumReferences(), 1u );
+    ids->RenumberUserVisibleIDs();
+    ids->AppendData( kSecond, true );
+    EXPECT_EQ( ids->GetUserVisibleIDVector(), ( XVector<std::uint32_t>{ 1, 2 } ) );
+}
+
+TEST( XPivotOtherRowRefColumn, FollowsItsTable )
+{
+    const auto getNumber = []( const XPivotTable& inTable )
+    { return inTable.GetColumn( 0 ).GetDataFloat( 0 ); };
+    XPivotTable table;
+    auto& parents = table.AddColumn( MakeParents() );
+    parents.AppendData( kSecond, true );
+    EXPECT_EQ( getNumber( table ), 0.0 ) << "nothing to be bound to";
+    table.AddColumn( MakeIDs( { kFirst } ) ).AddRef( kSecond );
+    EXPECT_EQ( getNumber( table ), 2.0 );
+    const XPivotTable copy( table );
+    table.RemoveColumn( 1 );
+    EXPECT_EQ( getNumber( table ), 0.0 );
+    EXPECT_EQ( getNumber( copy ), 2.0 );
+
+    XPivotTable other;
+    other.AddColumn( MakeIDs( { kSecond } ) );
+    const auto moved = table.RemoveColumn( 0 );
+    EXPECT_EQ( moved->GetDataString( 0 ), "0" );
+    other.InsertColumn( 0, std::unique_ptr<XPivotColumn>( moved->Clone() ) );
+    EXPECT_EQ( getNumber( other ), 1.0 );
+    XPivotTable last( std::move( other ) );
+    EXPECT_EQ( getNumber( last ), 1.0 );
+    EXPECT_EQ( last.FindRows( 0, kFilterEqual, XString( "1" ) ), ( XRows{ 0 } ) );
+    auto& known = dynamic_cast<XPivotOtherRowRefColumn&>( last.GetColumn( 0 ) );
+    known.SetData( kThird, 0, true );
+    EXPECT_EQ( getNumber( last ), 0.0 ) << "unknown to the bound column";
+    XRows rows;
+    known.FindDataUUID( kThird, rows );
+    EXPECT_EQ( rows, ( XRows{ 0 } ) );
+}
+
+namespace
+{
+const std::string kHead =
+    "ad050000 ac050000 ac050000 66000000 02000000 4944 00000000 00000000 00000000 00000000 ";
+const std::string kNil( 32, '0' );
+const std::string kOne = std::string( 30, '0' ) + "01";
+const std::string kTwo = std::string( 30, '0' ) + "02";
+const std::string kRows =
+    "03000000 010001 c6050000" + kNil + "01000000 00000000" + kOne + "01000000 02000000" + kTwo + "00000000";
+
+std::uint32_t ErrorOfReading( const std::string& inReferences )
+{
+    return ErrorOrZero( [&] { Read( FromHex( "c6050000" + kHead + kRows + inReferences ) ); } );
+}
+} // namespace
+
+TEST( XPivotRowRefColumnStream, LaysOutRowsRecordsAndTheNextNumber )
+{
+    auto ids = MakeIDs( { kFirst, kThird, kSecond } );
+    ids->DeleteRef( 1 );
+    ids->AddRef( kThird );
+    std::string expected = kHead + kRows + "03000000" + kOne + "01000000 01000000 00000000" +
+        std::string( 30, '0' ) + "03 01000000 04000000 ffffffff" + kTwo +
+        "01000000 03000000 02000000 05000000";
+    std::erase( expected, ' ' );
+    XMemStream stream;
+    ids->WriteStream2( stream );
+    EXPECT_EQ( Hex( stream ), expected );
+    EXPECT_EQ( Read<XPivotRowRefColumn>( Write( *ids ) )->GetReferences(), ids->GetReferences() );
+    ExpectDamageIsSeen( Write( *ids ) );
+}
+
+TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
+{
+    const std::string one = kOne + "01000000 01000000 00000000";
+    const std::string two = kTwo + "01000000 02000000 02000000";
+    const std::string three = std::string( 30, '0' ) + "03 01000000 03000000 ";
+    EXPECT_EQ( ErrorOfReading( "02000000" + one + two + "03000000" ), 0u );
+    EXPECT_EQ( ErrorOfReading( "02000000" + two + one + "ffffffff" ), 0u );
+    const std::string refused[] = {
+        "02000000" + one + two + "00000000",                                     // the next number
+        "01000000" + one + "03000000",                                           // a row without a record
+        "03000000" + one + two + one + "03000000",                               // twice the same
+        "02000000" + one + kTwo + "00000000 02000000 02000000 03000000",         // fewer references than rows
+        "02000000" + one + kTwo + "01000000 00000000 02000000 03000000",         // without a number
+        "02000000" + one + kTwo + "01000000 02000000 00000000 03000000",         // another's row
+        "03000000" + one + two + three + "01000000 03000000",                    // a row without a value
+        "03000000" + one + two + three + "03000000 03000000",                    // a row that does not exist
+        "03000000" + one + two + kNil + "01000000 03000000 ffffffff 03000000" }; // of nothing
+    for ( const std::string& references : refused )
+        EXPECT_EQ( ErrorOfReading( references ), 1005u ) << references;
+    EXPECT_EQ( ErrorOfReading( "ffffffff" + one ), 1260u );
+}
+
+TEST( XPivotOtherRowRefColumnStream, KeepsTheDescriptorOfItsColumn )
+{
+    const auto parents = MakeParents();
+    parents->AppendData( kFirst, true );
+    XMemStream stream;
+    parents->WriteStream2( stream );
+    std::string end = "c7050000" + kNil + "01000000 00000000" + kOne +
+        "00000000 ac050000 ac050000 66000000 " + "00000000 00000000 00000000";
+    std::erase( end, ' ' );
+    EXPECT_TRUE( Hex( stream ).ends_with( end ) ) << Hex( stream );
+    const auto copy = Read<XPivotOtherRowRefColumn>( Write( *parents ) );
+    EXPECT_EQ( copy->GetRowRefColumnDescriptor(), parents->GetRowRefColumnDescriptor() );
+    const std::unique_ptr<XPivotColumn> empty( parents->CloneWithoutCopy() );
+    EXPECT_EQ(
+        dynamic_cast<XPivotOtherRowRefColumn&>( *empty ).GetRowRefColumnDescriptor(),
+        parents->GetRowRefColumnDescriptor() );
+    ExpectDamageIsSeen( Write( *parents ) );
+}

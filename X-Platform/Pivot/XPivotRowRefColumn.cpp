@@ -1,0 +1,397 @@
+#include "Pivot/XPivotRowRefColumn.h"
+
+#include "Core/XErrorNumbers.h"
+#include "Core/XStream.h"
+
+#include <limits>
+#include <typeinfo>
+#include <utility>
+
+namespace
+{
+constexpr std::uint32_t kMostNumbers = std::numeric_limits<std::uint32_t>::max();
+constexpr USize64 kReferenceSize = XUUID::kByteCount + 3 * sizeof( std::uint32_t );
+
+XPivotRowRefColumn::XReference ToReference( const XPivotRowRefs::XRecord& inRecord )
+{
+    const std::uint64_t count = std::uint64_t( inRecord.rows ) + inRecord.others;
+    return {
+        inRecord.uuid, static_cast<std::uint32_t>( std::min<std::uint64_t>( count, kMostNumbers ) ),
+        inRecord.userVisibleID, inRecord.row };
+}
+
+void AddOther( XPivotRowRefs::XRecord& ioRecord )
+{
+    XAssert( ioRecord.others < kMostNumbers );
+    ++ioRecord.others;
+}
+} // namespace
+
+// ---- References
+
+void XPivotRowRefColumn::RequireUserVisibleIDs( USize64 inCount ) const
+{
+    XAssert( inCount <= kMostNumbers - itsNextUserVisibleID );
+}
+
+std::uint32_t XPivotRowRefColumn::TakeUserVisibleID()
+{
+    RequireUserVisibleIDs( 1 );
+    return itsNextUserVisibleID++;
+}
+
+/// A new record has a user-visible ID, and no references yet.
+XPivotRowRefColumn::XPlace XPivotRowRefColumn::FindOrAddRef( const XUUID& inUUID )
+{
+    const XPlace place = itsRefs.FindOrAdd( inUUID );
+    auto& record = itsRefs[place];
+    if ( record.userVisibleID == 0 )
+        record.userVisibleID = itsNextUserVisibleID++;
+    return place;
+}
+
+void XPivotRowRefColumn::AddRef( std::uint32_t inRow, const XUUID& inUUID, std::uint32_t inUserVisibleID )
+{
+    if ( inUUID.IsNil() )
+        return;
+    const std::uint32_t userVisibleID = inUserVisibleID != 0 ? inUserVisibleID : TakeUserVisibleID();
+    auto& record = itsRefs[itsRefs.FindOrAdd( inUUID )];
+    AddOther( record );
+    record.userVisibleID = userVisibleID;
+    record.row = inRow;
+}
+
+void XPivotRowRefColumn::AddRef( const XUUID& inUUID )
+{
+    if ( inUUID.IsNil() )
+        return;
+    RequireUserVisibleIDs( 1 );
+    AddOther( itsRefs[FindOrAddRef( inUUID )] );
+}
+
+void XPivotRowRefColumn::DeleteRef( const XUUID& inUUID )
+{
+    const XPlace place = itsRefs.Find( inUUID );
+    if ( place == kNoPlace || itsRefs[place].others == 0 )
+        return;
+    auto& record = itsRefs[place];
+    if ( --record.others == 0 && record.rows == 0 )
+        itsRefs.Remove( place );
+}
+
+void XPivotRowRefColumn::DeleteRefs( std::uint32_t inFirst, std::uint32_t inCount )
+{
+    XAssert( USize( inFirst ) + inCount <= GetColumnSize() );
+    for ( std::uint32_t row = inFirst; row < inFirst + inCount; ++row )
+        DeleteRef( row );
+}
+
+void XPivotRowRefColumn::DeleteRefs( const XVector<std::uint32_t>& inRows )
+{
+    for ( const std::uint32_t row : inRows )
+        DeleteRef( row );
+}
+
+XVector<XPivotRowRefColumn::XReference> XPivotRowRefColumn::GetReferences() const
+{
+    XVector<XReference> references;
+    references.reserve( itsRefs.GetSize() );
+    itsRefs.ForEach( [&]( const auto& inRecord ) { references.push_back( ToReference( inRecord ) ); } );
+    return references;
+}
+
+// ---- References of rows
+
+/// Registers the identifier that the row holds, if any.
+void XPivotRowRefColumn::HoldRow( std::uint32_t inRow )
+{
+    const XUUID& uuid = itsColumnData[inRow];
+    if ( !DoesDataExist( inRow ) || uuid.IsNil() )
+        return;
+    const XPlace place = FindOrAddRef( uuid );
+    auto& record = itsRefs[place];
+    ++record.rows;
+    record.row = inRow;
+    itsRowPlaces[inRow] = place;
+}
+
+void XPivotRowRefColumn::HoldRows( USize inFirst, USize inEnd )
+{
+    for ( USize row = inFirst; row < inEnd; ++row )
+        HoldRow( static_cast<std::uint32_t>( row ) );
+}
+
+/// Gives back one row's reference. True when other rows hold the same identifier: the record may then name
+/// the wrong one, until NameRows was called from the first row on.
+bool XPivotRowRefColumn::Release( XPlace inPlace )
+{
+    if ( inPlace == kNoPlace )
+        return false;
+    auto& record = itsRefs[inPlace];
+    if ( --record.rows > 0 )
+        return true;
+    record.row = kNoRow;
+    if ( record.others == 0 )
+        itsRefs.Remove( inPlace );
+    return false;
+}
+
+bool XPivotRowRefColumn::ReleaseRows( USize inFirst, USize inEnd )
+{
+    bool areOthersLeft = false;
+    for ( USize row = inFirst; row < inEnd; ++row )
+        areOthersLeft |= Release( std::exchange( itsRowPlaces[row], kNoPlace ) );
+    return areOthersLeft;
+}
+
+/// Tells the records of all rows from the first on where they are.
+void XPivotRowRefColumn::NameRows( USize inFirst )
+{
+    for ( USize row = inFirst; row < itsRowPlaces.size(); ++row )
+    {
+        if ( itsRowPlaces[row] != kNoPlace )
+            itsRefs[itsRowPlaces[row]].row = static_cast<std::uint32_t>( row );
+    }
+}
+
+// ---- User-visible IDs
+
+std::uint32_t XPivotRowRefColumn::GetDataUserVisibleID( std::uint32_t inRow ) const
+{
+    if ( inRow >= itsRowPlaces.size() || itsRowPlaces[inRow] == kNoPlace )
+        return 0;
+    return itsRefs[itsRowPlaces[inRow]].userVisibleID;
+}
+
+std::uint32_t XPivotRowRefColumn::GetDataUserVisibleID( const XUUID& inUUID ) const
+{
+    const XPlace place = itsRefs.Find( inUUID );
+    return place == kNoPlace ? 0 : itsRefs[place].userVisibleID;
+}
+
+void XPivotRowRefColumn::RenumberUserVisibleIDs()
+{
+    itsNextUserVisibleID = 1;
+    itsRefs.ForEach( []( auto& ioRecord ) { ioRecord.userVisibleID = 0; } );
+    const auto number = [this]( auto& ioRecord )
+    {
+        if ( ioRecord.userVisibleID == 0 )
+            ioRecord.userVisibleID = itsNextUserVisibleID++;
+    };
+    for ( const XPlace place : itsRowPlaces )
+    {
+        if ( place != kNoPlace )
+            number( itsRefs[place] );
+    }
+    itsRefs.ForEach( number );
+}
+
+bool XPivotRowRefColumn::IsHeldBy( const XUUID& inUUID, std::uint32_t inRow ) const
+{
+    return DoesDataExist( inRow ) && itsColumnData[inRow] == inUUID;
+}
+
+std::int32_t XPivotRowRefColumn::FindDataUUID( const XUUID& inUUID ) const
+{
+    const XPlace place = itsRefs.Find( inUUID );
+    if ( place == kNoPlace || !IsHeldBy( inUUID, itsRefs[place].row ) )
+        return -1;
+    return static_cast<std::int32_t>( itsRefs[place].row );
+}
+
+std::int32_t XPivotRowRefColumn::FindDataFloat( double inValue ) const
+{
+    std::int32_t row = -1;
+    itsRefs.ForEach(
+        [&]( const auto& inRecord )
+        {
+            if ( row < 0 && inRecord.userVisibleID == inValue )
+                row = FindDataUUID( inRecord.uuid );
+        } );
+    return row;
+}
+
+// ---- Rows
+
+void XPivotRowRefColumn::SetValue( const XUUID& inValue, std::int32_t inRow, bool inExists )
+{
+    XAssert( inRow >= 0 );
+    RequireUserVisibleIDs( inExists ? 1 : 0 );
+    const XUUID value = inValue; // which may lie in this column
+    const std::uint32_t row = static_cast<std::uint32_t>( inRow );
+    if ( row < GetColumnSize() && ReleaseRows( row, USize( row ) + 1 ) )
+        NameRows( 0 );
+    XPivotReferenceColumn::SetValue( value, inRow, inExists );
+    HoldRow( row );
+}
+
+void XPivotRowRefColumn::AppendValue( const XUUID& inValue, bool inExists )
+{
+    XAssert( GetColumnSize() < kMaxRows );
+    SetValue( inValue, static_cast<std::int32_t>( GetColumnSize() ), inExists );
+}
+
+void XPivotRowRefColumn::SetDataExists( std::int32_t inRow, bool inExists )
+{
+    if ( inRow >= 0 && static_cast<std::uint32_t>( inRow ) < GetColumnSize() )
+        SetValue( itsColumnData[static_cast<std::uint32_t>( inRow )], inRow, inExists );
+}
+
+void XPivotRowRefColumn::CopyRowsInto(
+    std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
+    std::uint32_t inCount ) const
+{
+    if ( typeid( inDestination ) != typeid( *this ) )
+        return XPivotReferenceColumn::CopyRowsInto( inSourceRow, inDestination, inDestinationRow, inCount );
+    auto& destination = static_cast<XPivotRowRefColumn&>( inDestination );
+    destination.RequireUserVisibleIDs( inCount );
+    XPivotReferenceColumn::CopyRowsInto( inSourceRow, destination, inDestinationRow, inCount );
+    auto& places = destination.itsRowPlaces;
+    places.insert( places.begin() + static_cast<std::ptrdiff_t>( inDestinationRow ), inCount, kNoPlace );
+    destination.HoldRows( inDestinationRow, USize( inDestinationRow ) + inCount );
+    destination.NameRows( USize( inDestinationRow ) + inCount );
+}
+
+void XPivotRowRefColumn::CopyRowsOver(
+    std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
+    std::uint32_t inCount ) const
+{
+    if ( typeid( inDestination ) != typeid( *this ) )
+        return XPivotReferenceColumn::CopyRowsOver( inSourceRow, inDestination, inDestinationRow, inCount );
+    auto& destination = static_cast<XPivotRowRefColumn&>( inDestination );
+    destination.RequireUserVisibleIDs( inCount );
+    XPivotReferenceColumn::CopyRowsOver( inSourceRow, destination, inDestinationRow, inCount );
+    if ( inCount == 0 )
+        return;
+    // Held before the rows that were there let go, so that what stands on both sides keeps its number.
+    auto& places = destination.itsRowPlaces;
+    const auto first = places.begin() + static_cast<std::ptrdiff_t>( inDestinationRow );
+    const XVector<XPlace> replaced( first, first + static_cast<std::ptrdiff_t>( inCount ) );
+    std::fill_n( first, inCount, kNoPlace );
+    destination.HoldRows( inDestinationRow, USize( inDestinationRow ) + inCount );
+    bool areOthersLeft = false;
+    for ( const XPlace place : replaced )
+        areOthersLeft |= destination.Release( place );
+    if ( areOthersLeft )
+        destination.NameRows( 0 );
+}
+
+void XPivotRowRefColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount )
+{
+    XPivotReferenceColumn::InsertEmptyRows( inRowIndex, inCount );
+    itsRowPlaces.insert(
+        itsRowPlaces.begin() + static_cast<std::ptrdiff_t>( inRowIndex ), inCount, kNoPlace );
+    NameRows( USize( inRowIndex ) + inCount );
+}
+
+void XPivotRowRefColumn::ResizeRows( std::uint32_t inRowCount )
+{
+    if ( inRowCount < GetColumnSize() )
+        return DeleteItems( inRowCount, GetColumnSize() - inRowCount );
+    XPivotReferenceColumn::ResizeRows( inRowCount );
+    itsRowPlaces.resize( inRowCount, kNoPlace );
+}
+
+void XPivotRowRefColumn::DeleteItems( std::uint32_t inFirst, std::uint32_t inCount )
+{
+    XPivotReferenceColumn::DeleteItems( inFirst, inCount );
+    const bool areOthersLeft = ReleaseRows( inFirst, USize( inFirst ) + inCount );
+    const auto first = itsRowPlaces.begin() + static_cast<std::ptrdiff_t>( inFirst );
+    itsRowPlaces.erase( first, first + static_cast<std::ptrdiff_t>( inCount ) );
+    NameRows( areOthersLeft ? 0 : inFirst );
+}
+
+void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
+{
+    XPivotReferenceColumn::Reorder( inOrder );
+    XVector<std::uint32_t> copies( itsRowPlaces.size(), 0 );
+    for ( const std::uint32_t row : inOrder )
+        ++copies[row];
+    for ( USize row = 0; row < copies.size(); ++row )
+    {
+        const XPlace place = itsRowPlaces[row];
+        if ( copies[row] == 0 )
+            Release( place );
+        else if ( place != kNoPlace )
+            itsRefs[place].rows += copies[row] - 1;
+    }
+    XVector<XPlace> places( inOrder.size() );
+    for ( USize row = 0; row < places.size(); ++row )
+        places[row] = itsRowPlaces[inOrder[row]];
+    itsRowPlaces.swap( places );
+    NameRows( 0 );
+}
+
+// ---- Storage
+
+USize64 XPivotRowRefColumn::GetStreamUsage() const
+{
+    const USize64 countAndNext = 2 * sizeof( std::uint32_t );
+    return XPivotReferenceColumn::GetStreamUsage() + itsRefs.GetSize() * kReferenceSize + countAndNext;
+}
+
+void XPivotRowRefColumn::WriteStream2( XStream& inStream, XOptions inOptions ) const
+{
+    XPivotReferenceColumn::WriteStream2( inStream, inOptions );
+    inStream.Write32( itsRefs.GetSize() );
+    itsRefs.ForEach(
+        [&]( const XPivotRowRefs::XRecord& inRecord )
+        {
+            const XReference reference = ToReference( inRecord );
+            inStream.WriteUUID( reference.uuid );
+            inStream.Write32( reference.count );
+            inStream.Write32( reference.userVisibleID );
+            inStream.Write32( IsHeldBy( reference.uuid, reference.row ) ? reference.row : kNoRow );
+        } );
+    inStream.Write32( itsNextUserVisibleID );
+}
+
+void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
+{
+    itsRefs = XPivotRowRefs();
+    itsRowPlaces.clear();
+    XPivotReferenceColumn::ReadStream2( inStream, inOptions );
+    const std::uint32_t count = inStream.Read32();
+    inStream.CheckRemaining( count, kReferenceSize );
+    for ( std::uint32_t i = 0; i < count; ++i )
+        ReadReference( inStream );
+    FindRowPlaces();
+    itsNextUserVisibleID = inStream.Read32();
+    if ( itsNextUserVisibleID == 0 )
+        XThrow( kErrorStreamCorrupted );
+}
+
+/// Takes all references for references from elsewhere, until the rows are known to have some of them.
+void XPivotRowRefColumn::ReadReference( XStream& inStream )
+{
+    const XUUID uuid = inStream.ReadUUID();
+    if ( uuid.IsNil() || itsRefs.Find( uuid ) != kNoPlace )
+        XThrow( kErrorStreamCorrupted );
+    auto& record = itsRefs[itsRefs.FindOrAdd( uuid )];
+    record.others = inStream.Read32();
+    record.userVisibleID = inStream.Read32();
+    record.row = inStream.Read32();
+    const bool isRowRight = record.row == kNoRow || IsHeldBy( uuid, record.row );
+    if ( record.others == 0 || record.userVisibleID == 0 || !isRowRight )
+        XThrow( kErrorStreamCorrupted );
+}
+
+void XPivotRowRefColumn::FindRowPlaces()
+{
+    itsRowPlaces.assign( GetColumnSize(), kNoPlace );
+    for ( std::uint32_t row = 0; row < GetColumnSize(); ++row )
+    {
+        if ( !DoesDataExist( row ) || itsColumnData[row].IsNil() )
+            continue;
+        itsRowPlaces[row] = itsRefs.Find( itsColumnData[row] );
+        if ( itsRowPlaces[row] == kNoPlace )
+            XThrow( kErrorStreamCorrupted );
+        auto& record = itsRefs[itsRowPlaces[row]];
+        if ( record.others == 0 )
+            XThrow( kErrorStreamCorrupted ); // more rows than references
+        --record.others;
+        ++record.rows;
+        if ( record.row == kNoRow )
+            record.row = row;
+    }
+}
