@@ -1,5 +1,6 @@
 #include "Pivot/XPivotRowRefs.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace
@@ -22,73 +23,102 @@ std::uint64_t Multiply( std::uint64_t inLeft, std::uint64_t inRight )
     return static_cast<std::uint64_t>( product ) ^ static_cast<std::uint64_t>( product >> 64 );
 }
 
-std::size_t Hash( const XUUID& inUUID )
+std::uint32_t Hash( const XUUID& inUUID )
 {
     std::uint64_t halves[2];
     std::memcpy( halves, inUUID.GetBytes(), sizeof halves );
     constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
-    return Multiply( Multiply( halves[0] ^ sSeed, kOdd ) ^ halves[1], sSeed | 1 );
+    return static_cast<std::uint32_t>(
+        Multiply( Multiply( halves[0] ^ sSeed, kOdd ) ^ halves[1], sSeed | 1 ) );
 }
 } // namespace
 
-XPivotRowRefs::XPivotRowRefs() : itsBuckets( kFirstBuckets, kNoPlace ) {}
-
-XPivotRowRefs::XPlace& XPivotRowRefs::GetBucket( const XUUID& inUUID )
-{
-    return itsBuckets[Hash( inUUID ) & ( itsBuckets.size() - 1 )];
-}
+XPivotRowRefs::XPivotRowRefs() : itsBuckets( kFirstBuckets ) {}
 
 XPivotRowRefs::XPlace XPivotRowRefs::Find( const XUUID& inUUID ) const
 {
-    XPlace place = const_cast<XPivotRowRefs*>( this )->GetBucket( inUUID );
-    while ( place != kNoPlace && itsRecords[place].uuid != inUUID )
-        place = itsRecords[place].next;
-    return place;
+    const std::uint32_t hash = Hash( inUUID );
+    std::size_t at = hash & ( itsBuckets.size() - 1 );
+    for ( ;; at = GetNext( at ) )
+    {
+        const XBucket& bucket = itsBuckets[at];
+        for ( std::uint32_t i = 0; i < bucket.used; ++i )
+        {
+            if ( bucket.hashes[i] == hash && itsRecords[bucket.places[i]].uuid == inUUID )
+                return bucket.places[i];
+        }
+        if ( bucket.passed == 0 )
+            return kNoPlace;
+    }
 }
 
 XPivotRowRefs::XPlace XPivotRowRefs::FindOrAdd( const XUUID& inUUID )
 {
-    XPlace place = Find( inUUID );
-    if ( place != kNoPlace )
-        return place;
+    const XPlace found = Find( inUUID );
+    if ( found != kNoPlace )
+        return found;
     if ( itsSize >= itsBuckets.size() * kMostPerBucket )
         AddBuckets();
-    place = itsFirstFree;
-    if ( place == kNoPlace )
-    {
-        place = static_cast<XPlace>( itsRecords.size() );
-        itsRecords.emplace_back();
-    }
-    else
-        itsFirstFree = itsRecords[place].next;
-    XPlace& bucket = GetBucket( inUUID );
-    itsRecords[place] = { .uuid = inUUID, .next = bucket };
-    bucket = place;
+    const XPlace place = TakePlace();
+    itsRecords[place].uuid = inUUID;
+    Enter( Hash( inUUID ), place );
     ++itsSize;
     return place;
 }
 
+XPivotRowRefs::XPlace XPivotRowRefs::TakePlace()
+{
+    if ( itsFreePlaces.empty() )
+    {
+        itsRecords.emplace_back();
+        return static_cast<XPlace>( itsRecords.size() - 1 );
+    }
+    const XPlace place = itsFreePlaces.back();
+    itsFreePlaces.pop_back();
+    return place;
+}
+
+void XPivotRowRefs::Enter( std::uint32_t inHash, XPlace inPlace )
+{
+    std::size_t at = inHash & ( itsBuckets.size() - 1 );
+    for ( ; itsBuckets[at].used == kEntries; at = GetNext( at ) )
+        ++itsBuckets[at].passed;
+    XBucket& bucket = itsBuckets[at];
+    bucket.hashes[bucket.used] = inHash;
+    bucket.places[bucket.used++] = inPlace;
+}
+
 void XPivotRowRefs::Remove( XPlace inPlace )
 {
-    XPlace* link = &GetBucket( itsRecords[inPlace].uuid );
-    while ( *link != inPlace )
-        link = &itsRecords[*link].next;
-    *link = itsRecords[inPlace].next;
-    itsRecords[inPlace] = { .uuid = {}, .next = itsFirstFree };
-    itsFirstFree = inPlace;
+    itsFreePlaces.push_back( inPlace );
+    const std::uint32_t hash = Hash( itsRecords[inPlace].uuid );
+    itsRecords[inPlace] = XRecord();
     --itsSize;
+    for ( std::size_t at = hash & ( itsBuckets.size() - 1 );; at = GetNext( at ) )
+    {
+        XBucket& bucket = itsBuckets[at];
+        const XPlace* end = bucket.places + bucket.used;
+        const std::ptrdiff_t i =
+            std::find( bucket.places, bucket.places + bucket.used, inPlace ) - bucket.places;
+        if ( bucket.places + i == end )
+        {
+            --bucket.passed;
+            continue;
+        }
+        --bucket.used;
+        bucket.hashes[i] = bucket.hashes[bucket.used];
+        bucket.places[i] = bucket.places[bucket.used];
+        return;
+    }
 }
 
 void XPivotRowRefs::AddBuckets()
 {
-    itsBuckets.assign( itsBuckets.size() * 2, kNoPlace );
-    for ( XPlace place = 0; place < itsRecords.size(); ++place )
+    XVector<XBucket> buckets( itsBuckets.size() * 2 );
+    itsBuckets.swap( buckets );
+    for ( const XBucket& bucket : buckets )
     {
-        XRecord& record = itsRecords[place];
-        if ( !IsUsed( record ) )
-            continue;
-        XPlace& bucket = GetBucket( record.uuid );
-        record.next = bucket;
-        bucket = place;
+        for ( std::uint32_t i = 0; i < bucket.used; ++i )
+            Enter( bucket.hashes[i], bucket.places[i] );
     }
 }

@@ -3,12 +3,11 @@
 #include "Core/XTypes.h"
 #include "Core/XUUID.h"
 
-/// What a row-reference column knows of the identifiers it has met: one record for each, found by its
-/// identifier. Internal.
+/// What a row-reference column knows of the identifiers it has met: one record for each, found by its identifier.
+/// Internal.
 ///
-/// Records lie in a block, in the order in which they came, and are chained from buckets. They are known by
-/// their place in the block, which is theirs as long as they live. Places of records that are gone are used
-/// again.
+/// Records lie in a block, in the order in which they came, and are known by their places in it, which are theirs as
+/// long as they live. Places of records that are gone are used again.
 class KORVALE_API XPivotRowRefs
 {
 public:
@@ -23,7 +22,6 @@ public:
         std::uint32_t others = 0;        ///< references from elsewhere
         std::uint32_t userVisibleID = 0; ///< 0: none yet
         std::uint32_t row = kNoRow;      ///< one of the rows that hold it
-        XPlace next = kNoPlace;          // in the same bucket, or the next free place
     };
 
     XPivotRowRefs();
@@ -62,14 +60,27 @@ public:
 private:
     static constexpr std::size_t kFirstBuckets = 8;
     static constexpr std::size_t kMostPerBucket = 4; // on average
+    static constexpr std::uint32_t kEntries = 7;
+
+    /// A cache line of entries: a record's place and the hash of its identifier. Where one bucket is full, the next
+    /// takes its entries and the full one counts them.
+    struct alignas( 64 ) XBucket
+    {
+        std::uint32_t used = 0;
+        std::uint32_t passed = 0; ///< entries in later buckets that belong here or before, and were passed on
+        std::uint32_t hashes[kEntries];
+        XPlace places[kEntries];
+    };
 
     // No record is kept for the identifier of nothing, so it marks free places.
     static bool IsUsed( const XRecord& inRecord ) { return !inRecord.uuid.IsNil(); }
-    XPlace& GetBucket( const XUUID& inUUID );
+    XPlace TakePlace();
+    std::size_t GetNext( std::size_t inBucket ) const { return ( inBucket + 1 ) & ( itsBuckets.size() - 1 ); }
+    void Enter( std::uint32_t inHash, XPlace inPlace );
     void AddBuckets();
 
     XVector<XRecord> itsRecords;
-    XVector<XPlace> itsBuckets; // the first record of each; their number is a power of two
-    XPlace itsFirstFree = kNoPlace;
+    XVector<XBucket> itsBuckets; // their number is a power of two
+    XVector<XPlace> itsFreePlaces;
     std::uint32_t itsSize = 0;
 };
