@@ -12,8 +12,8 @@ inline void Require( bool inHolds )
         std::abort();
 }
 
-/// An object reads back what it writes, and then writes the same bytes.
-inline void RequireRoundTrip( const XStorable& inObject )
+/// An object reads back what it writes, and then writes the same bytes. No error is allowed here.
+inline void RequireRoundTrip( const XStorable& inObject ) noexcept
 {
     XMemStream first;
     first.WriteObject( inObject );

@@ -30,6 +30,8 @@ void UseRows( XPivotColumn& ioColumn )
     Require( order.size() == ioColumn.GetColumnSize() && order.size() <= rows );
     ioColumn += ioColumn;
     Require( ioColumn.GetColumnSize() == 2 * order.size() );
+    ioColumn.DeleteItems( 0, ioColumn.GetColumnSize() / 3 );
+    RequireRoundTrip( ioColumn ); // readers hold references against the rows
 }
 } // namespace
 

@@ -34,6 +34,8 @@ void MoveRows( XPivotTable& ioTable )
     ioTable.RemoveDuplicates( { 0 } );
     Require( ioTable.GetNumRows() == pivot.GetNumRows() );
     ioTable.DuplicateAllRows( 2, true );
+    ioTable.Append( XPivotTable( ioTable ) );
+    ioTable.DeleteRows( 0, ioTable.GetNumRows() / 3 );
     CheckTable( ioTable );
 }
 } // namespace

@@ -55,6 +55,8 @@ std::uint32_t GetValueSize( std::uint32_t inClass )
     case kClassPivotTimeColumn:
         return 8;
     case kClassPivotUUIDColumn:
+    case kClassPivotRowRefColumn:
+    case kClassPivotOtherRowRefColumn:
         return 16;
     case kClassPivotStringColumn:
         return 0;
@@ -211,6 +213,10 @@ std::int64_t StructureWalk::WalkKnownColumn( std::int64_t inRows, SSize64& outRo
         WalkUnknownColumn( exists, inRows, rows );
     else
         WalkValues( version.GetClassID(), exists );
+    if ( version.GetClassID() == kClassPivotRowRefColumn )
+        WalkReferences();
+    if ( version.GetClassID() == kClassPivotOtherRowRefColumn )
+        WalkDescriptor();
     EndObject( object );
     return rows;
 }
@@ -280,6 +286,22 @@ void StructureWalk::WalkUnknownColumn(
         Refuse( "these are not as many rows as there are exists flags" );
     if ( inRows >= 0 && outRows != inRows )
         Refuse( "the columns before this one have " + std::to_string( inRows ) + " rows" );
+}
+
+void StructureWalk::WalkReferences()
+{
+    for ( auto left = ReadNumber( "References" ); left > 0; --left )
+    {
+        Begin( "a reference" );
+        auto text = ReadValueText( kClassPivotUUIDColumn );
+        const auto count = itsStream.Read32();
+        text += ": user-visible ID " + std::to_string( itsStream.Read32() );
+        text += ", references " + std::to_string( count );
+        const auto row = itsStream.Read32();
+        Print(
+            "Reference to " + text + ( row == 0xFFFFFFFF ? ", no row" : ", row " + std::to_string( row ) ) );
+    }
+    ReadNumber( "Next user-visible ID" );
 }
 
 void StructureWalk::WalkValues( std::uint32_t inClass, const XVector<std::uint8_t>& inExists )
@@ -455,6 +477,8 @@ std::string StructureWalk::ReadValueText( std::uint32_t inClass )
     case kClassPivotTimeColumn:
         return std::to_string( itsStream.Read64S() ) + " microseconds";
     case kClassPivotUUIDColumn:
+    case kClassPivotRowRefColumn:
+    case kClassPivotOtherRowRefColumn:
         return WCodePage::AnsiToUTF8( itsStream.ReadUUID().UUIDToString().GetStringView() );
     case kClassPivotVersionColumn:
         return Describe( itsStream.ReadVersion() );

@@ -50,6 +50,7 @@ private:
     void WalkDescriptor();
     void
     WalkUnknownColumn( const XVector<std::uint8_t>& inExists, std::int64_t inRows, std::int64_t& outRows );
+    void WalkReferences();
     void WalkValues( std::uint32_t inClass, const XVector<std::uint8_t>& inExists );
     void WalkRun( std::uint32_t inClass, const XVector<std::uint8_t>& inExists, std::size_t& ioRow );
     void SkipValues( std::uint32_t inClass, std::uint32_t inCount );
