@@ -27,6 +27,9 @@ void AddOther( XPivotRowRefs::XRecord& ioRecord )
 }
 } // namespace
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr std::uint32_t XPivotRowRefColumn::kNoRow;
+
 // ---- References
 
 void XPivotRowRefColumn::RequireUserVisibleIDs( USize64 inCount ) const
