@@ -16,4 +16,8 @@ public:
 
     /// The system time: microseconds since 00:00:00 UTC on 1 January 1970. Jumps when the system time is set.
     static std::int64_t GetSystemMicroSeconds();
+
+    /// A moment for what only has to be put in order: steps of a few milliseconds in units of `1 / CLOCKS_PER_SEC`
+    /// seconds, read in less time than the other clocks. Never runs backwards.
+    static std::int64_t GetCoarseTicks();
 };

@@ -43,6 +43,9 @@ public:
 
     bool IsOpen() const { return itsHandle != kNoHandle; }
 
+    /// The descriptor or handle, for platform code; -1 while no file is open.
+    std::intptr_t GetRawHandle() const { return itsHandle; }
+
     /// Reads up to `inCount` bytes and returns how many there were: fewer only at the end of the file.
     std::uint64_t ReadAt( std::uint64_t inPosition, void* outData, std::uint64_t inCount ) const;
 
@@ -61,6 +64,10 @@ public:
     /// True when the path names a device, a pipe or the like, which is written as it stands and never
     /// replaced.
     static bool IsDevice( const std::filesystem::path& inPath );
+
+protected:
+    /// Takes over the descriptor or handle of an open file with positions.
+    explicit WFile( std::intptr_t inSystemHandle ) : itsHandle( inSystemHandle ) {}
 
 private:
     static constexpr std::intptr_t kNoHandle = -1;

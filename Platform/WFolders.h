@@ -13,6 +13,11 @@ public:
     /// folder of temporary files for a user without either.
     static std::filesystem::path GetStateFolder();
 
+    /// Where temporary files go that take the place of memory. `TMPDIR`, else `/var/tmp` on Linux, where a `TMPDIR` on a
+    /// memory-backed file system is passed over: files in memory give none back. The user's folder of temporary files
+    /// on Windows.
+    static std::filesystem::path GetTemporaryFolder();
+
 private:
     static std::filesystem::path GetUserFolder();
 };

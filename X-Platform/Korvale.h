@@ -88,6 +88,21 @@
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Jobs/XThreadProgressStrategy.h"
 
+// Memory
+#include "Memory/RegisterMemoryClasses.h"
+#include "Memory/WMemoryManager.h"
+#include "Memory/XAlignedMemoryBlock.h"
+#include "Memory/XAlignedMemoryHandle.h"
+#include "Memory/XHandleStream.h"
+#include "Memory/XMallocMemoryBlock.h"
+#include "Memory/XMappedFileMemoryBlock.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+#include "Memory/XMemoryBlock.h"
+#include "Memory/XMemoryHandle.h"
+#include "Memory/XMemoryManager.h"
+#include "Memory/XMemoryManagerListener.h"
+#include "Memory/XResourceTracker.h"
+
 // Pivot
 #include "Pivot/RegisterPivotClasses.h"
 #include "Pivot/XPivotColumn.h"

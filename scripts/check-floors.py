@@ -10,7 +10,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # Lowest first. A file may include files of its own floor and of the floors below it.
 FLOORS = ["ground", "Core", "Threads", "Services", "Messaging", "Jobs", "Memory", "Pivot", "Network", "RemoteCalls",
           "NetJobs", "Startup", "Korvale", "Tools"]
-GROUND_HEADERS = {"XErrorNumbers.h", "XFail.h", "XTypes.h"}
+GROUND_HEADERS = {"Core/XErrorNumbers.h", "Core/XFail.h", "Core/XTypes.h", "Memory/XFileMappingBase.h"}
 
 
 def floor_of(path: pathlib.Path) -> str:
@@ -21,7 +21,7 @@ def floor_of(path: pathlib.Path) -> str:
         return "Core" if path.stem.endswith("Exception") else "ground"
     if len(rest) == 1:
         return "Korvale"
-    return "ground" if rest[0] == "Core" and path.name in GROUND_HEADERS else rest[0]
+    return "ground" if "/".join(rest) in GROUND_HEADERS else rest[0]
 
 
 def includes_of(path: pathlib.Path) -> list[pathlib.Path]:

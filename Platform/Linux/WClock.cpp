@@ -23,3 +23,9 @@ std::int64_t WClock::GetSystemMicroSeconds()
 {
     return ReadMicroSeconds( CLOCK_REALTIME );
 }
+
+std::int64_t WClock::GetCoarseTicks()
+{
+    static_assert( CLOCKS_PER_SEC == 1000000 );
+    return ReadMicroSeconds( CLOCK_MONOTONIC_COARSE );
+}

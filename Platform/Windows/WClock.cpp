@@ -1,5 +1,7 @@
 #include "WClock.h"
 
+#include <ctime>
+
 #include <windows.h>
 
 namespace
@@ -34,4 +36,10 @@ std::int64_t WClock::GetSystemMicroSeconds()
     GetSystemTimePreciseAsFileTime( &time );
     const std::uint64_t ticks = ( std::uint64_t( time.dwHighDateTime ) << 32 ) | time.dwLowDateTime;
     return ( static_cast<std::int64_t>( ticks ) - kUnixEpochTicks ) / 10;
+}
+
+std::int64_t WClock::GetCoarseTicks()
+{
+    static_assert( CLOCKS_PER_SEC == 1000 );
+    return static_cast<std::int64_t>( GetTickCount64() );
 }

@@ -7,3 +7,8 @@ std::filesystem::path WFolders::GetUserFolder()
     const wchar_t* folder = _wgetenv( L"LOCALAPPDATA" );
     return folder ? folder : L"";
 }
+
+std::filesystem::path WFolders::GetTemporaryFolder()
+{
+    return std::filesystem::temp_directory_path();
+}

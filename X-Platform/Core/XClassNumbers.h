@@ -32,4 +32,5 @@ enum XClassNumber : std::uint32_t
     kClassRemoteMessage = 2002,
     kClassNetJobMessage = 2003,
     kClassProgressChangedMessage = 2004,
+    kClassMemoryHandle = 2005,
 };

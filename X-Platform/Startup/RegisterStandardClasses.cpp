@@ -1,5 +1,6 @@
 #include "Core/XClassRegistry.h"
 #include "Jobs/RegisterJobsClasses.h"
+#include "Memory/RegisterMemoryClasses.h"
 #include "Messaging/RegisterMessagingClasses.h"
 #include "Pivot/RegisterPivotClasses.h"
 
@@ -8,5 +9,6 @@ void XClassRegistry::RegisterStandardClasses()
     RegisterCoreClasses();
     RegisterMessagingClasses();
     RegisterJobsClasses();
+    RegisterMemoryClasses();
     RegisterPivotClasses();
 }

@@ -1,0 +1,18 @@
+#include "WDescriptorLimit.h"
+
+#include <cerrno>
+
+#include <sys/resource.h>
+
+bool WDescriptorLimit::RaiseIfReached()
+{
+    if ( errno != EMFILE )
+        return false;
+    rlimit limit = {};
+    const bool canRaise = ::getrlimit( RLIMIT_NOFILE, &limit ) == 0 && limit.rlim_cur < limit.rlim_max;
+    limit.rlim_cur = limit.rlim_max;
+    if ( canRaise && ::setrlimit( RLIMIT_NOFILE, &limit ) == 0 )
+        return true;
+    errno = EMFILE;
+    return false;
+}

@@ -1,0 +1,51 @@
+#include "WTemporaryFile.h"
+
+#include "Core/XFail.h"
+#include "WDescriptorLimit.h"
+#include "WSystemError.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// For file systems that know no files without a name. A process that is killed between the two calls leaves an empty
+/// file.
+int CreateAndUnlink( const std::filesystem::path& inFolder )
+{
+    std::string path = inFolder / "korvale-XXXXXX.tmp";
+    const int descriptor =
+        WDescriptorLimit::Retry( [&] { return ::mkostemps( path.data(), 4, O_CLOEXEC ); } );
+    if ( descriptor != -1 )
+        ::unlink( path.c_str() );
+    return descriptor;
+}
+
+/// A limit on the size of files is to be an error of the write that reaches it, not the end of the process.
+void IgnoreSizeSignal()
+{
+    struct sigaction action = {};
+    if ( ::sigaction( SIGXFSZ, nullptr, &action ) == 0 && action.sa_handler == SIG_DFL )
+        ::signal( SIGXFSZ, SIG_IGN );
+}
+
+} // namespace
+
+std::intptr_t WTemporaryFile::Create( const std::filesystem::path& inFolder )
+{
+    IgnoreSizeSignal();
+    int descriptor = WDescriptorLimit::Retry(
+        [&] { return ::open( inFolder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600 ); } );
+    if ( descriptor == -1 && ( errno == EOPNOTSUPP || errno == EISDIR ) )
+        descriptor = CreateAndUnlink( inFolder );
+    if ( descriptor != -1 )
+        return descriptor;
+    WSystemError::SetLastFromErrno();
+    XThrowLastSystemError();
+}

@@ -1,0 +1,211 @@
+#include "Memory/TestManager.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+#include "Startup/WInitCore.h"
+#include "TestErrors.h"
+#include "TestFolder.h"
+#include "WMemoryLimits.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// What real limits of the system do to blocks. Each of them holds for a process of its own.
+
+namespace
+{
+
+constexpr USize64 kMiB = 1 << 20;
+
+void SetLimit( __rlimit_resource inResource, rlim_t inValue )
+{
+    const rlimit limit = { inValue, inValue };
+    ASSERT_EQ( 0, ::setrlimit( inResource, &limit ) );
+}
+
+/// Runs a function in a child and returns whether it got to its end without a failed expectation.
+template<class Body>
+bool PassesInChild( Body inBody )
+{
+    const pid_t child = ::fork();
+    if ( child == 0 )
+    {
+        inBody();
+        ::_exit( testing::Test::HasFailure() ? 1 : 0 );
+    }
+    int status = 0;
+    ::waitpid( child, &status, 0 );
+    return WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+}
+
+std::size_t CountDescriptors()
+{
+    const auto entries = std::filesystem::directory_iterator( "/proc/self/fd" );
+    return static_cast<std::size_t>( std::distance( begin( entries ), end( entries ) ) );
+}
+
+#if defined( __SANITIZE_ADDRESS__ ) || defined( __SANITIZE_THREAD__ )
+constexpr bool kCanLimitAddressSpace = false; // the sanitizer needs terabytes of it
+#else
+constexpr bool kCanLimitAddressSpace = true;
+#endif
+
+} // namespace
+
+TEST( MemoryLimits, AShortDiskCostsNothingThatIsInMemory )
+{
+    EXPECT_TRUE( PassesInChild(
+        []
+        {
+            TestManager manager( 2 * kMiB );
+            XMappedFileMemoryHandle first( kMiB );
+            XMappedFileMemoryHandle second( kMiB );
+            Fill( first, 1 );
+            Fill( second, 2 );
+            SetLimit( RLIMIT_FSIZE, kMiB / 2 );
+            const std::size_t descriptors = CountDescriptors();
+            EXPECT_EQ( 223u, ErrorOf( [&] { first.GetBlock()->Purge(); } ) );
+            EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle third( kMiB ); } ) );
+            EXPECT_EQ( descriptors, CountDescriptors() );
+            EXPECT_TRUE( Holds( first, 1 ) );
+            EXPECT_TRUE( Holds( second, 2 ) );
+        } ) );
+}
+
+TEST( MemoryLimits, AFullFileSystemIsAnErrorOfThePurge )
+{
+    const TestFolder folder;
+    if ( ::mount( "tmpfs", folder.GetPath().c_str(), "tmpfs", 0, "size=1m" ) != 0 )
+        GTEST_SKIP() << "this user cannot mount";
+    {
+        TestManager manager( 4 * kMiB );
+        manager.SetTemporaryFolder( folder.GetPath() );
+        XMappedFileMemoryHandle small( kMiB / 2 );
+        XMappedFileMemoryHandle large( 2 * kMiB );
+        Fill( small, 1 );
+        Fill( large, 2 );
+        small.GetBlock()->Purge();
+        EXPECT_EQ( 1263u, ErrorOf( [&] { large.GetBlock()->Purge(); } ) );
+        EXPECT_EQ( 0u, folder.CountEntries() );
+        EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle handle( 3 * kMiB ); } ) );
+        EXPECT_TRUE( Holds( large, 2 ) );
+        EXPECT_TRUE( Holds( small, 1 ) );
+    }
+    ::umount( folder.GetPath().c_str() );
+}
+
+TEST( MemoryLimits, ARefusedMappingIsAnError )
+{
+    if ( !kCanLimitAddressSpace )
+        GTEST_SKIP();
+    EXPECT_TRUE( PassesInChild(
+        []
+        {
+            TestManager manager( 1'000 * kMiB );
+            XMappedFileMemoryHandle first( kMiB );
+            Fill( first, 1 );
+            SetLimit(
+                RLIMIT_AS,
+                XMemoryManager::AlignSizeToPageSize( manager.GetAddressSpaceInUse() ) + 64 * kMiB );
+            XMappedFileMemoryHandle large( 500 * kMiB );
+            const std::size_t descriptors = CountDescriptors();
+            EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( large, kLockForRead ); } ) );
+            EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle heap( 500 * kMiB ); } ) );
+            EXPECT_GE( descriptors + 2, CountDescriptors() );
+            EXPECT_TRUE( Holds( first, 1 ) );
+            EXPECT_EQ( kMiB, manager.GetBytesInUse() );
+        } ) );
+}
+
+TEST( MemoryLimits, MoreBlocksThanDescriptorsAtFirst )
+{
+    EXPECT_TRUE( PassesInChild(
+        []
+        {
+            const rlimit limit = { 64, 4096 };
+            ASSERT_EQ( 0, ::setrlimit( RLIMIT_NOFILE, &limit ) );
+            TestManager manager( 100 * kMiB );
+            std::vector<XMappedFileMemoryHandle> handles( 200 );
+            for ( auto& handle : handles )
+            {
+                handle.Resize( 5000 );
+                Fill( handle, 7 );
+                handle.GetBlock()->Purge();
+            }
+            for ( auto& handle : handles )
+                EXPECT_TRUE( Holds( handle, 7 ) );
+        } ) );
+}
+
+// A file that is cut off under a block makes it an error to read there, not a crash.
+TEST( MemoryLimits, AFileThatIsCutOff )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto path = folder.Write( "data", std::string( 100'000, 'a' ) );
+    XMappedFileMemoryHandle handle( path, 0, 100'000 );
+    char bytes[10];
+    handle.CopyDataTo( bytes, 10, 90'000 );
+    std::filesystem::resize_file( path, 50'000 );
+    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( bytes, 10, 90'000 ); } ) );
+    EXPECT_EQ( 0, bytes[0] );
+    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( bytes, 10, 0 ); } ) ); // nor does it map any more
+    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataFrom( bytes, 10 ); } ) );
+    EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+    std::filesystem::resize_file( path, 100'000 );
+    handle.CopyDataTo( bytes, 10, 0 );
+    EXPECT_EQ( 'a', bytes[0] );
+    EXPECT_EQ( 0u, ( handle.Purge(), manager.GetBytesInUse() ) );
+}
+
+TEST( MemoryLimits, AKilledProcessLeavesNoFile )
+{
+    const TestFolder folder;
+    int pipes[2];
+    ASSERT_EQ( 0, ::pipe( pipes ) );
+    const pid_t child = ::fork();
+    if ( child == 0 )
+    {
+        TestManager manager( 4 * kMiB );
+        manager.SetTemporaryFolder( folder.GetPath() );
+        std::vector<XMappedFileMemoryHandle> handles;
+        for ( unsigned i = 0;; ++i )
+        {
+            handles.emplace_back( kMiB );
+            Fill( handles.back(), i );
+            if ( manager.GetPurgeCount() == 3 && ::write( pipes[1], "x", 1 ) != 1 )
+                ::_exit( 1 );
+            if ( handles.size() == 100 )
+                handles.clear();
+        }
+    }
+    char byte = 0;
+    EXPECT_EQ( 1, ::read( pipes[0], &byte, 1 ) );
+    ::kill( child, SIGKILL );
+    ::waitpid( child, nullptr, 0 );
+    EXPECT_EQ( 0u, folder.CountEntries() );
+    ::close( pipes[0] );
+    ::close( pipes[1] );
+}
+
+TEST( MemoryLimits, ReadsTheLimitsOfControlGroups )
+{
+    const TestFolder folder;
+    std::filesystem::create_directories( folder / "a/b" );
+    std::filesystem::create_directories( folder / "memory/c" );
+    folder.Write( "a/memory.max", "5000\n" );
+    folder.Write( "a/b/memory.max", "max\n" );
+    folder.Write( "memory/c/memory.limit_in_bytes", "4000\n" );
+    const auto limitOf = [&]( const std::string& inMembership )
+    { return WMemoryLimits::ReadControlGroups( folder.GetPath(), folder.Write( "group", inMembership ) ); };
+    EXPECT_EQ( 5000u, limitOf( "0::/a/b\n" ) );
+    EXPECT_EQ( WMemoryLimits::kUnlimited, limitOf( "0::/\n" ) );
+    EXPECT_EQ( WMemoryLimits::kUnlimited, limitOf( "nonsense\n\n:\n" ) );
+    EXPECT_EQ( 4000u, limitOf( "12:pids:/x\n7:cpu,memory:/c\n0::/a\n" ) );
+    EXPECT_GE( WMemoryLimits::GetMachineBytes(), WMemoryLimits::GetBytes() );
+}

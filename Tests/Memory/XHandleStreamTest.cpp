@@ -1,0 +1,77 @@
+#include "Memory/XHandleStream.h"
+
+#include "Core/StreamTools.h"
+#include "Core/XString.h"
+#include "Memory/TestManager.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+
+#include <gtest/gtest.h>
+
+TEST( XHandleStream, WritesReadsAndCutsOff )
+{
+    TestManager manager;
+    XMappedFileMemoryHandle handle( 4 );
+    {
+        XHandleStream stream( handle );
+        EXPECT_EQ( 4, stream.GetExtent() );
+        stream.SeekTo( 2 );
+        for ( std::uint32_t i = 0; i < 100'000; ++i )
+            stream.Write32( i );
+        EXPECT_EQ( 400'002, stream.GetExtent() );
+        stream.SeekTo( 2 + 4 * 99'999 );
+        EXPECT_EQ( 99'999u, stream.Read32() );
+        EXPECT_TRUE( stream.IsAtEOF() );
+        EXPECT_EQ( 1260u, ErrorOf( [&] { stream.Read8(); } ) );
+        EXPECT_EQ( 1013u, ErrorOf( [&] { stream.SeekTo( -1 ); } ) );
+        stream.SetPhysicalSize( 1'000'000 );
+        stream.SetExtent( 10 );
+        stream.SeekTo( 12 );
+        stream.Write8( 7 );
+        EXPECT_EQ( 1006u, ErrorOf( [&] { handle.Resize( 1 ); } ) );
+    }
+    EXPECT_EQ( 13u, handle.GetDataSize() );
+    XHandleStream again( handle, kLockForRead );
+    again.SeekTo( 2 );
+    EXPECT_EQ( 0u, again.Read32() );
+    EXPECT_EQ( 1u, again.Read32() );
+    EXPECT_EQ( 0u, again.Read16() );
+    EXPECT_EQ( 7u, again.Read8() );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { again.Write8( 1 ); } ) );
+    again.Close();
+    EXPECT_EQ( 1006u, ErrorOf( [&] { again.SeekTo( 0 ); } ) );
+    EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+}
+
+TEST( XHandleStream, KeepsItsBytesWhenItCannotGrow )
+{
+    TestManager manager( 10'000 );
+    XMemoryHandle handle;
+    XHandleStream stream( handle );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { stream.WriteFiller( 20'000, 'x' ); } ) );
+    EXPECT_EQ( stream.GetPosition(), stream.GetExtent() );
+    stream.SeekTo( 0 );
+    EXPECT_EQ( 'x', stream.Read8() );
+}
+
+TEST( XHandleStream, KeepsAnObjectInAHandle )
+{
+    TestManager manager;
+    const XMemoryHandle handle = XHandleStream::ObjectToHandle( XString( "ab" ) );
+    const XLock lock( const_cast<XMemoryHandle&>( handle ), kLockForRead );
+    XMemStream bytes( handle.GetData(), handle.GetDataSize() );
+    EXPECT_EQ(
+        "493100020023000000230000000200000"
+        "06162",
+        Hex( bytes ) );
+    const std::unique_ptr<XStorable> object( XHandleStream::HandleToObject( handle ) );
+    EXPECT_EQ( XString( "ab" ), dynamic_cast<XString&>( *object ) );
+
+    XMemoryHandle inner( 100'000 );
+    inner.Clear( 5 );
+    EXPECT_GT( XHandleStream::ObjectToHandle( inner, XStream::kNoCompression ).GetDataSize(), 100'000u );
+    const XMemoryHandle outer = XHandleStream::ObjectToHandle( inner, XStream::kBestCompression );
+    EXPECT_LT( outer.GetDataSize(), 1'000u );
+    const std::unique_ptr<XStorable> read( XHandleStream::HandleToObject( outer ) );
+    EXPECT_EQ( 100'000u, dynamic_cast<XMemoryHandle&>( *read ).GetDataSize() );
+    EXPECT_EQ( 1260u, ErrorOf( [] { XHandleStream::HandleToObject( XMemoryHandle() ); } ) );
+}

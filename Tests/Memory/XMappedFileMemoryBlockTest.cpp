@@ -1,0 +1,303 @@
+#include "Memory/XMappedFileMemoryBlock.h"
+
+#include "Memory/TestManager.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+#include "TestErrors.h"
+#include "TestFolder.h"
+#include "Threads/TestThread.h"
+#include "WEvent.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace
+{
+
+using Block = XMappedFileMemoryBlock;
+
+constexpr USize64 kSize = 200'000;
+
+Block& BlockOf( const XMemoryHandle& inHandle )
+{
+    return dynamic_cast<Block&>( *inHandle.GetBlock() );
+}
+
+std::string TextOf( const XMemoryHandle& inHandle, USize64 inCount = 5 )
+{
+    std::string text( inCount, '?' );
+    inHandle.CopyDataTo( text.data(), text.size() );
+    return text;
+}
+
+/// A file of 'a's around "hello" at byte 70'000.
+std::filesystem::path MakeFile( const TestFolder& inFolder, USize64 inSize = kSize )
+{
+    std::string contents( inSize, 'a' );
+    contents.replace( 70'000, 5, "hello" );
+    return inFolder.Write( "data", contents );
+}
+
+XMappedFileMemoryHandle
+Present( const std::filesystem::path& inPath, Block::XChangeMode inMode, std::uint64_t inOffset = 70'000 )
+{
+    const auto fileMode = inMode == Block::kPublic ? WFile::kReadWrite : WFile::kRead;
+    return XMappedFileMemoryHandle( inPath, inOffset, kSize - inOffset, fileMode, 0, inMode );
+}
+
+} // namespace
+
+TEST( XMappedFileMemoryBlock, FreshMemoryGoesFromThePageFileToATemporaryFile )
+{
+    TestManager manager;
+    XMappedFileMemoryHandle handle( kSize );
+    Block& block = BlockOf( handle );
+    EXPECT_EQ( Block::kUnallocated, block.GetStorageState() );
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
+    EXPECT_TRUE( block.IsEmpty() );
+    EXPECT_EQ( std::string( 5, '\0' ), TextOf( handle ) );
+    EXPECT_EQ( Block::kPageFile, block.GetStorageState() );
+    EXPECT_EQ( Block::kInMemory | Block::kPurgeable, block.GetFlags() );
+    EXPECT_FALSE( block.IsEmpty() );
+    Fill( handle, 1 );
+    for ( unsigned turn = 1; turn < 4; ++turn ) // from the second on there is nothing to copy
+    {
+        block.Purge();
+        EXPECT_EQ( Block::kTemporaryFile, block.GetStorageState() );
+        EXPECT_EQ( Block::kOnDisk, block.GetFlags() );
+        EXPECT_EQ( 0u, manager.GetBytesInUse() );
+        EXPECT_EQ( 0u, manager.GetPurgeableBlockCount() );
+        EXPECT_EQ( 1023u, ErrorOf( [&] { block.Purge(); } ) );
+        EXPECT_TRUE( Holds( handle, turn ) );
+        Fill( handle, turn + 1 );
+    }
+    handle.Purge();
+    handle.Resize( 2 * kSize );
+    EXPECT_EQ( Block::kPageFile, block.GetStorageState() );
+    handle.Resize( kSize );
+    EXPECT_TRUE( Holds( handle, 4 ) );
+    EXPECT_EQ( 1006u, ErrorOf( [] { Block bad( 1, Block::kPublic ); } ) );
+}
+
+TEST( XMappedFileMemoryBlock, IsPurgedOnlyWhenNobodyHasItLocked )
+{
+    TestManager manager;
+    XMappedFileMemoryHandle handle( 0 );
+    Block& block = BlockOf( handle );
+    {
+        const XLock first( handle, kLockForRead );
+        {
+            const XLock second( handle, kLockForRead );
+            EXPECT_EQ( XMemoryManager::AlignSizeToPageSize( 1 ), block.GetTrueSize() ); // even of 0 bytes
+        }
+        EXPECT_EQ( 1023u, ErrorOf( [&] { block.Purge(); } ) );
+        handle.Purge();
+        EXPECT_EQ( 0u, manager.FreeMemory( 1, XMemoryManager::kFreeWithoutLogEntry ) );
+    }
+    EXPECT_TRUE( block.CanPurge() );
+    WEvent isHeld;
+    WEvent mayEnd;
+    RunTogether(
+        [&]
+        {
+            const XThreadLock lock( block.GetMutex() );
+            isHeld.Set();
+            mayEnd.Wait();
+        },
+        [&]
+        {
+            isHeld.Wait();
+            EXPECT_EQ( 2701u, ErrorOf( [&] { block.Purge(); } ) );
+            handle.Purge();
+            EXPECT_EQ( 0u, manager.FreeMemory( 1, XMemoryManager::kFreeWithoutLogEntry ) );
+            mayEnd.Set();
+        } );
+    handle.Purge();
+    EXPECT_FALSE( block.CanPurge() );
+}
+
+TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto path = MakeFile( folder );
+    for ( const auto mode : { Block::kPrivate, Block::kPrivatePages } )
+    {
+        auto handle = Present( path, mode );
+        EXPECT_EQ( "hello", TextOf( handle ) );
+        EXPECT_EQ( Block::kPermanentFile, BlockOf( handle ).GetStorageState() );
+        handle.Purge();
+        EXPECT_EQ( 0u, manager.GetBytesInUse() );
+        XMappedFileMemoryHandle copy( handle );
+        handle.CopyDataFrom( "j", 1 );
+        EXPECT_EQ( Block::kPageFile, BlockOf( handle ).GetStorageState() );
+        EXPECT_EQ( Block::kPermanentFile, BlockOf( copy ).GetStorageState() );
+        handle.Purge();
+        EXPECT_EQ( "jello", TextOf( handle ) );
+        EXPECT_EQ( "hello", TextOf( copy ) );
+        copy.Resize( 3 );
+        EXPECT_EQ( "hel", TextOf( copy, 3 ) );
+    }
+    XMappedFileMemoryHandle small( std::make_shared<WFile>( path, WFile::kRead ), 70'000, 5 );
+    small.CopyDataFrom( "s", 1 );
+    EXPECT_EQ( Block::kHeap, BlockOf( small ).GetStorageState() );
+    EXPECT_EQ( Block::kInMemory, BlockOf( small ).GetFlags() );
+    small.Purge();
+    EXPECT_EQ( "sello", TextOf( small ) );
+    EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
+}
+
+TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
+{
+    TestManager manager;
+    const TestFolder folder;
+    auto handle = Present( MakeFile( folder ), Block::kPrivate );
+    {
+        const XLock outer( handle, kLockForRead );
+        const auto* view = static_cast<const char*>( handle.GetData() );
+        {
+            const XLock inner( handle, kLockForWrite );
+            std::memcpy( handle.GetData(), "inner", 5 );
+        }
+        EXPECT_EQ( 0, std::memcmp( view, "hello", 5 ) );
+        EXPECT_GT( manager.GetBytesInUse(), kSize ); // both
+    }
+    EXPECT_LT( manager.GetBytesInUse(), kSize );
+    EXPECT_EQ( "inner", TextOf( handle ) );
+}
+
+TEST( XMappedFileMemoryBlock, PublicChangesGoToTheFile )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto path = MakeFile( folder );
+    {
+        auto handle = Present( path, Block::kPublic );
+        XMappedFileMemoryHandle copy( handle );
+        handle.CopyDataFrom( "j", 1 );
+        EXPECT_EQ( "jello", TextOf( copy ) );
+        EXPECT_EQ( 1013u, ErrorOf( [&] { handle.SetSwapOnLock( kSwap16 ); } ) );
+        XMemoryHandle clone = handle.CloneMemory();
+        clone.CopyDataFrom( "c", 1 );
+        copy = XMappedFileMemoryHandle();
+        handle.Purge();
+        EXPECT_EQ( "jello", TextOf( handle ) );
+        handle.Resize( kSize );
+        const XLock lock( handle, kLockForWrite );
+        handle.SetByte( kSize - 1, 'z' );
+    }
+    const std::string contents = folder.Read( "data" );
+    EXPECT_EQ( 70'000 + kSize, contents.size() );
+    EXPECT_EQ( "jello", contents.substr( 70'000, 5 ) );
+    EXPECT_EQ( 'z', contents.back() );
+}
+
+TEST( XMappedFileMemoryBlock, SwapsBytesOfAFileWithoutChangingIt )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto path = MakeFile( folder );
+    auto pages = Present( path, Block::kPrivatePages );
+    auto copied = Present( path, Block::kPrivate );
+    for ( auto* handle : { &pages, &copied } )
+    {
+        handle->SetSwapOnLock( kSwap16 );
+        EXPECT_EQ( "ehll", TextOf( *handle, 4 ) );
+        EXPECT_EQ( "ehll", TextOf( *handle, 4 ) );
+        handle->Purge();
+        EXPECT_EQ( "ehll", TextOf( *handle, 4 ) );
+    }
+    EXPECT_EQ( Block::kPermanentFile, BlockOf( pages ).GetStorageState() );
+    EXPECT_EQ( Block::kTemporaryFile, BlockOf( copied ).GetStorageState() );
+    pages.CopyDataFrom( "E", 1 );
+    pages.Purge();
+    EXPECT_EQ( "Ehll", TextOf( pages, 4 ) );
+    EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
+}
+
+TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto path = folder / "data";
+    EXPECT_EQ( 2u, ErrorOf( [&] { XMappedFileMemoryHandle handle( path, 0, 5 ); } ) );
+    XMappedFileMemoryHandle late( path, 70'000, 5, WFile::kRead, Block::kOpenWhenLocked );
+    XMappedFileMemoryHandle copy( late );
+    EXPECT_EQ( 2u, ErrorOf( [&] { const XLock lock( late, kLockForRead ); } ) );
+    MakeFile( folder );
+    EXPECT_EQ( "hello", TextOf( late ) );
+    copy.CopyDataFrom( "j", 1 );
+    EXPECT_EQ( "jello", TextOf( copy ) );
+    EXPECT_EQ( 1020u, ErrorOf( [&] { XMappedFileMemoryHandle beyond( path, kSize, 1 ); } ) );
+    EXPECT_EQ(
+        1006u, ErrorOf( [&] { Block::PermanentFileChangeModeToProtection( Block::XChangeMode( 3 ) ); } ) );
+}
+
+TEST( XMappedFileMemoryBlock, SharesAMapping )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto handle = Present( MakeFile( folder ), Block::kPrivate );
+    auto block = std::make_unique<Block>( 1, Block::kPrivatePages );
+    block->ShareMapping( BlockOf( handle ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { block->ShareMapping( BlockOf( handle ) ); } ) );
+    XMemoryHandle sharing( std::move( block ) );
+    EXPECT_EQ( "hello", TextOf( sharing ) );
+    EXPECT_EQ( kSize - 70'000, sharing.GetDataSize() );
+}
+
+// Each fault is met by a block that has bytes in it, and leaves them as they were.
+TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
+{
+    TestManager manager;
+    XMappedFileMemoryHandle handle( kSize );
+    Fill( handle, 3 );
+    Block& block = BlockOf( handle );
+
+    manager.SetTemporaryFolder( "/no/such/folder" );
+    EXPECT_NE( 0u, ErrorOf( [&] { block.Purge(); } ) );
+    manager.SetTemporaryFolder( {} );
+    manager.refusedMappings = 1;
+    EXPECT_EQ( 1020u, ErrorOf( [&] { block.Purge(); } ) );
+    EXPECT_EQ( Block::kPageFile, block.GetStorageState() );
+    manager.refusedMappings = 1;
+    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( 2 * kSize ); } ) );
+    EXPECT_TRUE( Holds( handle, 3 ) );
+
+    block.Purge();
+    manager.refusedViews = 1; // the second try, after freeing memory, succeeds
+    EXPECT_TRUE( Holds( handle, 3 ) );
+    EXPECT_EQ( 1u, manager.GetFreeCount() );
+    block.Purge();
+    manager.refusedViews = 2;
+    EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( handle, kLockForRead ); } ) );
+    EXPECT_EQ( 0, block.GetLockCount() );
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
+    EXPECT_TRUE( Holds( handle, 3 ) );
+
+    XMappedFileMemoryHandle fresh( kSize );
+    manager.refusedMappings = 1;
+    EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( fresh, kLockForRead ); } ) );
+    EXPECT_EQ( std::string( 5, '\0' ), TextOf( fresh ) );
+}
+
+TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )
+{
+    TestManager manager;
+    const TestFolder folder;
+    const auto path = MakeFile( folder );
+    auto large = Present( path, Block::kPrivate );
+    manager.refusedMappings = 1;
+    EXPECT_EQ( 1020u, ErrorOf( [&] { large.CopyDataFrom( "x", 1 ); } ) );
+    XMappedFileMemoryHandle small( path, 70'000, 5 );
+    manager.refusedHeap = 2;
+    EXPECT_EQ( 1012u, ErrorOf( [&] { small.CopyDataFrom( "x", 1 ); } ) );
+    for ( auto* handle : { &large, &small } )
+    {
+        EXPECT_EQ( Block::kPermanentFile, BlockOf( *handle ).GetStorageState() );
+        EXPECT_EQ( 0, BlockOf( *handle ).GetLockCount() );
+        EXPECT_EQ( "hello", TextOf( *handle ) );
+        handle->CopyDataFrom( "j", 1 );
+        EXPECT_EQ( "jello", TextOf( *handle ) );
+    }
+}

@@ -1,0 +1,258 @@
+#include "Memory/XMemoryHandle.h"
+
+#include "Memory/TestManager.h"
+#include "Memory/XAlignedMemoryHandle.h"
+#include "Memory/XMallocMemoryBlock.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+#include "TestErrors.h"
+#include "Threads/TestThread.h"
+#include "Threads/XDataFetcher.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace
+{
+
+/// The bytes as text.
+std::string TextOf( const XMemoryHandle& inHandle )
+{
+    std::string text( inHandle.GetDataSize(), '?' );
+    inHandle.CopyDataTo( text.data(), text.size() );
+    return text;
+}
+
+void SetText( XMemoryHandle& ioHandle, const std::string& inText )
+{
+    ioHandle.Resize( inText.size() );
+    ioHandle.CopyDataFrom( inText.data(), inText.size() );
+}
+
+/// What every kind of handle does alike.
+template<class THandle>
+class AnyHandle : public testing::Test
+{
+protected:
+    TestManager manager;
+    THandle itsHandle{ USize64( 5 ) };
+};
+
+using HandleKinds = testing::Types<XMemoryHandle, XAlignedMemoryHandle, XMappedFileMemoryHandle>;
+TYPED_TEST_SUITE( AnyHandle, HandleKinds );
+
+} // namespace
+
+TYPED_TEST( AnyHandle, CopiesShareTheBlockUntilOneIsWritten )
+{
+    auto& handle = this->itsHandle;
+    SetText( handle, "hello" );
+    TypeParam copy( handle );
+    EXPECT_EQ( handle.GetBlock(), copy.GetBlock() );
+    EXPECT_EQ( 2u, handle.GetBlock()->GetRefCount() );
+    {
+        const XLock lock( copy, kLockForRead );
+        EXPECT_EQ( handle.GetBlock(), copy.GetBlock() );
+    }
+    copy.CopyDataFrom( "j", 1 );
+    EXPECT_EQ( "jello", TextOf( copy ) );
+    EXPECT_EQ( "hello", TextOf( handle ) );
+    EXPECT_EQ( 1u, handle.GetBlock()->GetRefCount() );
+    EXPECT_EQ( typeid( *handle.GetBlock() ), typeid( *copy.GetBlock() ) );
+    TypeParam third;
+    third = handle;
+    handle = copy;
+    EXPECT_EQ( "hello", TextOf( third ) );
+    EXPECT_EQ( "jello", TextOf( handle ) );
+    third.Resize( 3 );
+    EXPECT_EQ( "hel", TextOf( third ) );
+    EXPECT_TRUE( third.IsDirty() );
+}
+
+TYPED_TEST( AnyHandle, ACopyOfWhatIsBeingWrittenIsItsOwn )
+{
+    auto& handle = this->itsHandle;
+    SetText( handle, "hello" );
+    const XLock lock( handle, kLockForWrite );
+    const TypeParam copy( handle );
+    std::memcpy( handle.GetData(), "write", 5 );
+    EXPECT_EQ( "hello", TextOf( copy ) );
+}
+
+// A write lock inside a read lock moves the bytes of a shared block; the outer lock still sees them where they were.
+TYPED_TEST( AnyHandle, OuterLocksKeepTheirBytes )
+{
+    auto& handle = this->itsHandle;
+    SetText( handle, "hello" );
+    TypeParam copy( handle );
+    {
+        const XLock outer( handle, kLockForRead );
+        const auto* before = static_cast<const char*>( handle.GetData() );
+        {
+            const XLock inner( handle, kLockForWrite );
+            EXPECT_NE( before, handle.GetData() );
+            std::memcpy( handle.GetData(), "inner", 5 );
+        }
+        copy = TypeParam();
+        EXPECT_EQ( 0, std::memcmp( before, "hello", 5 ) );
+    }
+    EXPECT_EQ( "inner", TextOf( handle ) );
+    EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+    EXPECT_LE( this->manager.GetBytesInUse(), handle.GetBlock()->GetTrueSize() ); // of one block
+}
+
+TYPED_TEST( AnyHandle, ResizesKeepingBytes )
+{
+    auto& handle = this->itsHandle;
+    Fill( handle, 1 );
+    for ( const USize64 size : { 100'000, 3, 0, 70'000 } )
+    {
+        handle.Resize( size );
+        EXPECT_EQ( size, handle.GetDataSize() );
+    }
+    Fill( handle, 2 );
+    handle.Resize( 200'000 );
+    handle.Resize( 60'000 );
+    EXPECT_TRUE( Holds( handle, 2 ) );
+    handle.Empty();
+    EXPECT_EQ( 0u, handle.GetDataSize() );
+    const XLock lock( handle, kLockForRead );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.Resize( 1 ); } ) );
+}
+
+TYPED_TEST( AnyHandle, SwapsBytesOnceWhenLocked )
+{
+    auto& handle = this->itsHandle;
+    SetText( handle, "abcdefghijk" );
+    TypeParam other( handle );
+    handle.SetSwapOnLock( kSwap32 );
+    EXPECT_EQ( kSwap32, handle.GetSwapOnLock() );
+    TypeParam copy( handle );
+    EXPECT_EQ( "dcbahgfeijk", TextOf( handle ) );
+    EXPECT_EQ( kSwapNone, handle.GetSwapOnLock() );
+    EXPECT_EQ( "dcbahgfeijk", TextOf( handle ) );
+    EXPECT_EQ( "dcbahgfeijk", TextOf( copy ) );
+    EXPECT_EQ( "abcdefghijk", TextOf( other ) );
+    // A copy of bytes that are still to be swapped swaps its own.
+    other.SetSwapOnLock( kSwap16 );
+    XMemoryHandle clone = other.CloneMemory();
+    EXPECT_EQ( "badcfehgjik", TextOf( clone ) );
+    EXPECT_EQ( "badcfehgjik", TextOf( other ) );
+}
+
+TYPED_TEST( AnyHandle, RefusesBytesOutsideAndDataNotLocked )
+{
+    auto& handle = this->itsHandle;
+    char bytes[10] = {};
+    EXPECT_EQ( 1013u, ErrorOf( [&] { handle.CopyDataTo( bytes, 6 ); } ) );
+    EXPECT_EQ( 1013u, ErrorOf( [&] { handle.CopyDataTo( bytes, 5, 1 ); } ) );
+    EXPECT_EQ( 1013u, ErrorOf( [&] { handle.CopyDataFrom( bytes, 2, ~USize64( 0 ) ); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.GetData(); } ) );
+    handle.CopyDataFrom( bytes, 0, 5 );
+    const XLock lock( handle, kLockForWrite );
+    handle.SetByte( 4, 7 );
+    EXPECT_EQ( 7, handle[4] );
+    EXPECT_EQ( 1013u, ErrorOf( [&] { handle.GetByte( 5 ); } ) );
+}
+
+TYPED_TEST( AnyHandle, FailsWithoutChangesWhenMemoryIsShort )
+{
+    auto& handle = this->itsHandle;
+    SetText( handle, "hello" );
+    TypeParam copy( handle );
+    this->manager.SetBudget( this->manager.GetBytesInUse() );
+    const XLock lock( handle, kLockForRead );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { copy.CopyDataFrom( "j", 1 ); } ) );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { copy.Resize( 1000 ); } ) );
+    EXPECT_EQ( handle.GetBlock(), copy.GetBlock() );
+    EXPECT_EQ( 2u, handle.GetBlock()->GetRefCount() );
+    EXPECT_EQ( 1, handle.GetBlock()->GetLockCount() );
+    EXPECT_EQ( "hello", TextOf( copy ) );
+}
+
+TEST( XMemoryHandle, WithoutABlock )
+{
+    XMemoryHandle handle;
+    EXPECT_EQ( 0u, handle.GetDataSize() );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.Purge(); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { const XLock lock( handle, kLockForRead ); } ) );
+    const XMemoryHandle copy( handle );
+    EXPECT_FALSE( copy.HasBlock() );
+    handle.Resize( 3 );
+    handle.Clear( 'x' );
+    EXPECT_EQ( "xxx", TextOf( handle ) );
+}
+
+TEST( XMemoryHandle, CountsLocksOfABlock )
+{
+    class Block : public XMallocMemoryBlock
+    {
+    public:
+        using XLockable::Unlock;
+        using XMallocMemoryBlock::XMallocMemoryBlock;
+    };
+    Block block( 1 );
+    {
+        const XLock first( block, kLockForRead );
+        const XLock second( block, kLockForRead );
+        EXPECT_EQ( 2, block.GetLockCount() );
+    }
+    EXPECT_EQ( 1006u, ErrorOf( [&] { block.Unlock( kLockForRead ); } ) );
+    EXPECT_EQ( 0, block.GetLockCount() );
+    EXPECT_EQ( 1023u, ErrorOf( [&] { block.Purge(); } ) );
+}
+
+TEST( XAlignedMemoryHandle, KeepsItsAlignment )
+{
+    XAlignedMemoryHandle handle( 10, 4096 );
+    const auto check = [&]( XMemoryHandle& ioHandle )
+    {
+        const XLock lock( ioHandle, kLockForWrite );
+        EXPECT_EQ( 0u, reinterpret_cast<std::uint64_t>( ioHandle.GetData() ) % 4096 );
+    };
+    check( handle );
+    handle.Resize( 100'000 );
+    check( handle );
+    XMemoryHandle copy( handle );
+    check( copy );
+    handle.Empty();
+    handle.Resize( 10 );
+    check( handle );
+    EXPECT_EQ( 1006u, ErrorOf( [] { XAlignedMemoryHandle bad( 10, 48 ); } ) );
+}
+
+TEST( XMemoryHandle, HasItsDataFetchedByTheFirstLock )
+{
+    struct Fetcher : XDataFetcher
+    {
+        void FetchData( XLockable& ioObject ) override
+        {
+            SetText( dynamic_cast<XMemoryHandle&>( ioObject ), "fetched" );
+        }
+    } fetcher;
+    XMemoryHandle handle;
+    handle.SetDataFetcher( &fetcher );
+    const XLock lock( handle, kLockForRead );
+    EXPECT_EQ( 0, std::memcmp( handle.GetData(), "fetched", 7 ) );
+}
+
+TEST( XMemoryHandle, SurvivesConcurrentLocksCopiesAndWrites )
+{
+    XMemoryHandle handle( 64 );
+    handle.Clear( 1 );
+    const auto work = [&]
+    {
+        for ( int i = 0; i < 2000; ++i )
+        {
+            XMemoryHandle copy( handle );
+            copy.Clear( 2 );
+            const XLock lock( handle, kLockForRead );
+            EXPECT_EQ( 1, handle[63] );
+            const XLock nested( handle, i % 4 == 0 ? kLockForWrite : kLockForRead );
+            EXPECT_EQ( 1, handle[63] );
+        }
+    };
+    RunTogether( work, work, work );
+    EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+    EXPECT_EQ( 1u, handle.GetBlock()->GetRefCount() );
+}

@@ -1,0 +1,227 @@
+#include "Memory/TestManager.h"
+#include "Memory/XAlignedMemoryHandle.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+#include "Memory/XResourceTracker.h"
+#include "Services/XSessionLogManager.h"
+#include "TestErrors.h"
+#include "TestFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace
+{
+
+constexpr USize64 kMiB = 1 << 20;
+
+std::vector<XMappedFileMemoryHandle> MakeFilled( unsigned inCount, USize64 inSize = kMiB )
+{
+    std::vector<XMappedFileMemoryHandle> handles;
+    for ( unsigned i = 0; i < inCount; ++i )
+    {
+        handles.emplace_back( inSize );
+        Fill( handles.back(), i );
+    }
+    return handles;
+}
+
+bool IsInMemory( const XMemoryHandle& inHandle )
+{
+    return inHandle.GetBlock()->GetFlags() & XMemoryBlock::kInMemory;
+}
+
+} // namespace
+
+TEST( XMemoryManager, StandsInForTheProcessManager )
+{
+    XMemoryManager* const own = XMemoryManager::GetManager();
+    {
+        TestManager manager;
+        EXPECT_EQ( &manager, XMemoryManager::GetManager() );
+    }
+    EXPECT_EQ( own, XMemoryManager::GetManager() );
+    EXPECT_GT( own->GetBudget(), 100 * kMiB );
+}
+
+TEST( XMemoryManager, AsksListenersForWhatBlocksDoNotFree )
+{
+    const TestFolder folder;
+    {
+        XSessionLogManager::XOptions options;
+        options.path = folder / "log";
+        const XSessionLogManager log( options );
+        TestManager manager;
+        TestListener throwing( []( USize64 ) -> USize64 { throw XException( 1005 ); } );
+        TestListener half( []( USize64 inBytes ) { return inBytes / 2; } );
+        TestListener rest( []( USize64 inBytes ) { return inBytes; } );
+        TestListener unneeded( []( USize64 inBytes ) { return inBytes; } );
+        EXPECT_EQ( 1000u, manager.FreeMemory( 1000, 0 ) );
+        EXPECT_EQ( std::vector<USize64>{ 1000 }, throwing.wanted );
+        EXPECT_EQ( std::vector<USize64>{ 1000 }, half.wanted );
+        EXPECT_EQ( std::vector<USize64>{ 500 }, rest.wanted );
+        EXPECT_TRUE( unneeded.wanted.empty() );
+        manager.FreeMemory( 10, XMemoryManager::kFreeWithoutLogEntry );
+        EXPECT_EQ( 2u, manager.GetFreeCount() );
+    }
+    const std::string text = folder.Read( "log" );
+    const auto entry = text.find( "Memory low - freeing memory to make space" );
+    EXPECT_NE( std::string::npos, entry );
+    EXPECT_EQ( std::string::npos, text.find( "Memory low", entry + 1 ) );
+}
+
+TEST( XMemoryManager, KeepsBlocksInsideTheBudgetByPurgingTheOldest )
+{
+    TestManager manager( 4 * kMiB );
+    auto handles = MakeFilled( 4 );
+    EXPECT_TRUE( Holds( handles[0], 0 ) ); // now the youngest
+    handles.emplace_back( kMiB );
+    Fill( handles.back(), 4 );
+    EXPECT_FALSE( IsInMemory( handles[1] ) );
+    EXPECT_TRUE( IsInMemory( handles[0] ) );
+    EXPECT_EQ( 4 * kMiB, manager.GetBytesInUse() );
+    EXPECT_EQ( 4 * kMiB, manager.GetPeakBytesInUse() );
+    for ( unsigned i = 0; i < 5; ++i )
+        EXPECT_TRUE( Holds( handles[i], i ) );
+    const auto figures = manager.GetFigures();
+    EXPECT_EQ( 4u, figures.purgeableBlocks );
+    EXPECT_EQ( figures.reloads + 1, figures.purges );
+    EXPECT_EQ( figures.purges * kMiB, figures.purgedBytes );
+    handles.clear();
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
+}
+
+TEST( XMemoryManager, RefusesWhatDoesNotFitAndLosesNothing )
+{
+    TestManager manager( 4 * kMiB );
+    auto handles = MakeFilled( 3 );
+    EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle handle( 5 * kMiB ); } ) );
+    EXPECT_EQ( 0u, manager.GetPurgeCount() ); // in vain
+    {
+        const XLock first( handles[0], kLockForRead );
+        const XLock second( handles[1], kLockForRead );
+        EXPECT_EQ( 2 * kMiB, manager.GetMaxBlockSize( 10 * kMiB ) );
+        EXPECT_EQ( kMiB, manager.GetMaxBlockSize( kMiB ) );
+        EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle handle( 3 * kMiB ); } ) );
+        XMemoryHandle fits( 2 * kMiB );
+        XMappedFileMemoryHandle purged( handles[2] );
+        EXPECT_EQ( 1012u, ErrorOf( [&] { const XLock lock( purged, kLockForRead ); } ) );
+        EXPECT_EQ( 0, purged.GetBlock()->GetLockCount() );
+    }
+    for ( unsigned i = 0; i < 3; ++i )
+        EXPECT_TRUE( Holds( handles[i], i ) );
+    EXPECT_EQ( 3 * kMiB, manager.GetBytesInUse() );
+}
+
+TEST( XMemoryManager, AsksListenersBeforeItRefuses )
+{
+    TestManager manager( 2 * kMiB );
+    auto cache = std::make_unique<XMemoryHandle>( 2 * kMiB );
+    TestListener listener(
+        [&]( USize64 inBytes )
+        {
+            cache.reset();
+            return inBytes;
+        } );
+    XMemoryHandle handle( kMiB );
+    EXPECT_EQ( std::vector<USize64>{ kMiB }, listener.wanted );
+    // One that only claims to have freed something is not asked for ever.
+    EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle tooLarge( 2 * kMiB ); } ) );
+}
+
+TEST( XMemoryManager, FreesOnceAndTriesAgainWhenTheHeapRefuses )
+{
+    TestManager manager;
+    auto handles = MakeFilled( 1 );
+    manager.refusedHeap = 1;
+    XMemoryHandle handle( kMiB );
+    EXPECT_EQ( 1u, manager.GetFreeCount() );
+    EXPECT_FALSE( IsInMemory( handles[0] ) );
+    manager.refusedHeap = 2;
+    EXPECT_EQ( 1012u, ErrorOf( [&] { handle.Resize( 2 * kMiB ); } ) );
+    EXPECT_EQ( kMiB, handle.GetDataSize() );
+    EXPECT_EQ( kMiB, manager.GetBytesInUse() );
+    EXPECT_TRUE( Holds( handles[0], 0 ) );
+}
+
+TEST( XMemoryManager, GivesWholePages )
+{
+    TestManager manager( 4 * kMiB );
+    const std::uint64_t page = XMemoryManager::AlignSizeToPageSize( 1 );
+    auto* memory = static_cast<char*>( manager.PageAlignedAlloc( 0 ) );
+    EXPECT_EQ( 0u, reinterpret_cast<std::uint64_t>( memory ) % page );
+    EXPECT_EQ( 0u, manager.PageAlignedGetSize( memory ) );
+    memory[0] = 'x';
+    memory = static_cast<char*>( manager.PageAlignedRealloc( memory, kMiB + 1 ) );
+    EXPECT_EQ( 'x', memory[0] );
+    EXPECT_EQ( 0, memory[kMiB] );
+    EXPECT_EQ( kMiB + 1, manager.PageAlignedGetSize( memory ) );
+    EXPECT_EQ( kMiB + page, manager.GetBytesInUse() );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { manager.PageAlignedRealloc( memory, 5 * kMiB ); } ) );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { manager.PageAlignedAlloc( ~USize64( 0 ) ); } ) );
+    EXPECT_EQ( 'x', memory[0] );
+    memory = static_cast<char*>( manager.PageAlignedRealloc( memory, page ) );
+    EXPECT_EQ( page, manager.GetBytesInUse() );
+    manager.PageAlignedFree( memory );
+    manager.PageAlignedFree( nullptr );
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { manager.PageAlignedGetSize( memory ); } ) );
+}
+
+TEST( XMemoryManager, TestsItselfUntilItPurgesOrRunsOut )
+{
+    TestManager manager( 4 * kMiB );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { manager.TestOutOfMemory( 0 ); } ) );
+    manager.TestOutOfMemory( kMiB );
+    EXPECT_EQ( 1u, manager.GetPurgeCount() );
+    manager.refusedMappings = 1;
+    TestManager second( 4 * kMiB );
+    second.refusedMappings = 3;
+    second.TestOutOfMemory( kMiB );
+    EXPECT_EQ( 0u, second.GetPurgeCount() );
+    EXPECT_EQ( 0u, second.GetBytesInUse() );
+}
+
+// On the real address space every block lies beside a hole, or another block.
+TEST( XMemoryManager, FreesOnTheRealAddressSpace )
+{
+    TestManager manager;
+    auto handles = MakeFilled( 8 );
+    const USize64 freed = manager.FreeMemory( 8 * kMiB, XMemoryManager::kFreeWithoutLogEntry );
+    EXPECT_EQ( manager.GetPurgeCount() * kMiB, freed );
+    EXPECT_GT( freed, 0u );
+    for ( unsigned i = 0; i < 8; ++i )
+        EXPECT_TRUE( Holds( handles[i], i ) );
+    EXPECT_EQ( 8u, manager.GetPurgeableBlockCount() );
+    EXPECT_EQ( kMiB, manager.GetLargestPurgeableBlockSize() );
+    EXPECT_GT( manager.GetAddressSpaceInUse(), 8 * kMiB );
+    EXPECT_LT( manager.GetAddressSpaceInUse(), manager.GetAddressSpaceSize() );
+    EXPECT_GE( handles[0].GetBlock()->GetAddressSpaceMetric(), kMiB );
+    const std::string status = manager.GetDebugStatus().GetConstCharPtr();
+    EXPECT_NE( std::string::npos, status.find( "purgeable blocks: 8\n" ) );
+    EXPECT_NE( std::string::npos, status.find( "Mapped Block, bytes: 8388608\n" ) ) << status;
+}
+
+TEST( XMemoryManager, DrawsTheAddressSpace )
+{
+    TestManager manager;
+    manager.LayOut( { { 0x100000, 0x100000 }, { 0x380000, 0x80000 }, { 0x400000, 0x100000 } } );
+    XMemoryHandle image;
+    manager.MakeHeapImage( image, 4 );
+    const XLock lock( image, kLockForRead );
+    EXPECT_EQ( 255, image[0] );
+    EXPECT_EQ( 0, image[1] );
+    EXPECT_EQ( 127, image[2] );
+    EXPECT_EQ( 255, image[3] );
+}
+
+TEST( XResourceTracker, CountsByKind )
+{
+    XResourceTracker::RsrcAllocated( "test things", 10 );
+    XResourceTracker::RsrcAllocated( "test things", 5 );
+    XResourceTracker::RsrcSizeChanged( "test things", 5, 2 );
+    XResourceTracker::RsrcDeallocated( "test things", 10 );
+    EXPECT_EQ( 1u, XResourceTracker::GetCount( "test things" ).number );
+    EXPECT_EQ( 2u, XResourceTracker::GetCount( "test things" ).bytes );
+    EXPECT_EQ( 0u, XResourceTracker::GetCount( "nothing" ).number );
+}

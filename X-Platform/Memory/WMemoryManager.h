@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Memory/XMemoryManager.h"
+#include "WAddressSpace.h"
+
+/// The memory manager on the system's address space, heap, mappings and temporary files.
+class KORVALE_API WMemoryManager : public XMemoryManager
+{
+public:
+    WMemoryManager() = default;
+
+    bool QueryRegionInfo(
+        std::uint64_t inAddress, std::uint64_t& outBase, std::uint64_t& outSize, XRegionState& outState,
+        std::uint32_t& outProtection ) override;
+    std::uint64_t GetAddressSpaceSize() const override;
+
+    void* AllocateHeap( USize64 inSize, USize64 inAlignment ) override;
+    void* ReallocateHeap( void* inMemory, USize64 inOldSize, USize64 inSize, USize64 inAlignment ) override;
+    void FreeHeap( void* inMemory, USize64 inAlignment ) override;
+    std::unique_ptr<XFileMappingBase> MakePageFileMapping( USize64 inSize ) override;
+    std::unique_ptr<XFileMappingBase> MakeFileMapping(
+        std::shared_ptr<const WFile> inFile, std::uint64_t inOffset, USize64 inSize,
+        XFileMappingBase::XPageProtection inProtection ) override;
+    std::shared_ptr<WFile> MakeTemporaryFile() override;
+
+protected:
+    void BeginRegionQueries() override;
+    void EndRegionQueries() override;
+
+private:
+    // Both guarded by the memory mutex. The regions are read with the first query, which many decisions do without.
+    bool itsKeepsRegions = false;
+    std::vector<WAddressSpace::Region> itsRegions;
+};

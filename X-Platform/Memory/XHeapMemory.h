@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Memory/XMemoryReservation.h"
+
+/// A piece of heap memory inside the manager's budget. Threads: the owner's. Errors: 1012. Internal to the library.
+class XHeapMemory
+{
+public:
+    static constexpr USize64 kDefaultAlignment = 16;
+
+    explicit XHeapMemory( XMemoryManager& inManager, USize64 inAlignment = kDefaultAlignment );
+    XHeapMemory( const XHeapMemory& ) = delete;
+    XHeapMemory& operator=( const XHeapMemory& ) = delete;
+    ~XHeapMemory() { Free(); }
+
+    /// A size of 0 is allocated as one byte. There must be no memory yet.
+    void Allocate( USize64 inSize );
+    /// Keeps the bytes as far as they fit; on failure everything is as it was.
+    void Resize( USize64 inSize );
+    void Free();
+
+    /// Null when there is none.
+    void* GetData() const { return itsData; }
+    USize64 GetSize() const { return itsSize; }
+    USize64 GetAlignment() const { return itsAlignment; }
+
+private:
+    void Reallocate( USize64 inSize );
+    void* AllocateWithRetry( USize64 inOldSize, USize64 inSize );
+
+    XMemoryManager& itsManager;
+    XMemoryReservation itsReservation;
+    const USize64 itsAlignment;
+    void* itsData = nullptr;
+    USize64 itsSize = 0;
+};

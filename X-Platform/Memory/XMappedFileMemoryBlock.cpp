@@ -1,0 +1,233 @@
+#include "Memory/XMappedFileMemoryBlock.h"
+
+#include "Memory/XMappedStorage.h"
+#include "Memory/XMemoryManager.h"
+#include "Threads/XLock.h"
+
+#include <algorithm>
+
+// What a mapped-file block is to those who use it. How its bytes move between the kinds of storage is in
+// XMappedFileStorage.cpp.
+
+XMappedFileMemoryBlock::XMappedFileMemoryBlock(
+    USize64 inSize, XChangeMode inChangeMode, USize64 inHeapThreshold )
+    : itsSize( inSize ), itsChangeMode( inChangeMode ), itsHeapThreshold( inHeapThreshold ),
+      itsHeap( GetManager() )
+{
+    XAssert( inChangeMode != kPublic );
+}
+
+XMappedFileMemoryBlock::XMappedFileMemoryBlock(
+    std::shared_ptr<WFile> inFile, std::uint64_t inOffset, USize64 inSize, XChangeMode inChangeMode )
+    : itsState( kPermanentFile ), itsSize( inSize ), itsChangeMode( inChangeMode ),
+      itsHeapThreshold( kDefaultHeapThreshold ),
+      itsViewAccess( PermanentFileChangeModeToProtection( inChangeMode ) ), itsHeap( GetManager() ),
+      itsFile( std::move( inFile ) ), itsOffset( inOffset )
+{
+    XAssert( itsFile );
+    OpenPermanentFile();
+    SetFlags( kOnDisk );
+}
+
+XMappedFileMemoryBlock::XMappedFileMemoryBlock(
+    const std::filesystem::path& inPath, std::uint64_t inOffset, USize64 inSize, WFile::Mode inFileMode,
+    std::uint32_t inFlags, XChangeMode inChangeMode )
+    : itsState( kPermanentFile ), itsSize( inSize ), itsChangeMode( inChangeMode ),
+      itsHeapThreshold( kDefaultHeapThreshold ),
+      itsViewAccess( PermanentFileChangeModeToProtection( inChangeMode ) ), itsHeap( GetManager() ),
+      itsPath( inPath ), itsFileMode( inFileMode ), itsOffset( inOffset )
+{
+    if ( !( inFlags & kOpenWhenLocked ) )
+        OpenPermanentFile();
+    SetFlags( kOnDisk );
+}
+
+XMappedFileMemoryBlock::~XMappedFileMemoryBlock()
+{
+    const XThreadLock lock( GetMutex() );
+    Destroy();
+}
+
+void XMappedFileMemoryBlock::ShareMapping( const XMappedFileMemoryBlock& inOther )
+{
+    const XThreadLock lock( GetMutex() );
+    const XThreadLock otherLock( inOther.GetMutex() );
+    XAssert( IsUnallocated() );
+    XAssert( inOther.itsState == kPermanentFile );
+    itsFile = inOther.itsFile;
+    itsPath = inOther.itsPath;
+    itsFileMode = inOther.itsFileMode;
+    itsOffset = inOther.itsOffset;
+    itsSize = inOther.itsSize;
+    itsViewAccess = PermanentFileChangeModeToProtection( itsChangeMode );
+    itsState = kPermanentFile;
+    SetFlags( kOnDisk );
+    SetSwapOnLock( inOther.GetSwapOnLock() );
+}
+
+void* XMappedFileMemoryBlock::GetData()
+{
+    CheckLocked();
+    XAssert( !IsUnallocated() );
+    if ( !IsMapped() )
+        return itsHeap.GetData();
+    XAssert( fileMapping );
+    return fileMapping->GetViewData();
+}
+
+USize64 XMappedFileMemoryBlock::GetSize() const
+{
+    const XThreadLock lock( GetMutex() );
+    return itsSize;
+}
+
+void XMappedFileMemoryBlock::Resize( USize64 inSize )
+{
+    const XThreadLock lock( GetMutex() );
+    CheckUnlocked();
+    if ( itsState == kUnallocated )
+        itsSize = inSize;
+    else if ( itsState == kHeap )
+        ResizeForMalloc( inSize );
+    else if ( itsState == kPermanentFile && itsChangeMode == kPublic )
+        ResizePublicFile( inSize );
+    else
+    {
+        const XLock lockForMove( this, kLockForRead ); // else making room might purge this very block
+        MoveToPagefile( inSize );
+    }
+}
+
+bool XMappedFileMemoryBlock::IsEmpty() const
+{
+    const XThreadLock lock( GetMutex() );
+    return !( IsMapped() ? GetViewData() : itsHeap.GetData() );
+}
+
+void XMappedFileMemoryBlock::DestroySelf()
+{
+    const XThreadLock lock( GetMutex() );
+    CheckUnlocked();
+    Destroy();
+}
+
+USize64 XMappedFileMemoryBlock::GetPaddedSize() const
+{
+    return XMemoryManager::AlignSizeToPageSize( std::max<USize64>( GetSize(), 1 ) );
+}
+
+std::uint64_t XMappedFileMemoryBlock::GetTrueAddress() const
+{
+    const auto address = reinterpret_cast<std::uint64_t>( GetViewData() );
+    return address & ~( XMemoryManager::GetAllocationGranularity() - 1 );
+}
+
+USize64 XMappedFileMemoryBlock::GetTrueSize() const
+{
+    const auto address = reinterpret_cast<std::uint64_t>( GetViewData() );
+    return address == 0
+        ? 0
+        : XMemoryManager::AlignSizeToPageSize( address - GetTrueAddress() + GetStorageSize() );
+}
+
+void XMappedFileMemoryBlock::Purge()
+{
+    constexpr std::uint32_t kTimeoutMs = 100;
+    const XThreadLock lock( GetMutex(), kTimeoutMs );
+    if ( !CanPurge() )
+        XThrow( 1023 );
+    const USize64 size = GetTrueSize();
+    if ( itsState == kPageFile && GetViewData() )
+    {
+        CopyToTempFile();
+        XAssert( !fileMapping->GetViewData() );
+    }
+    else
+        Unmap();
+    itsWasPurged = true;
+    GetManager().NotePurge( size );
+}
+
+void XMappedFileMemoryBlock::SetSwapOnLock( XByteSwapMode inMode )
+{
+    const XThreadLock lock( GetMutex() );
+    if ( itsState == kPermanentFile && itsChangeMode == kPublic && inMode != kSwapNone )
+        XThrow( 1013 );
+    XMemoryBlock::SetSwapOnLock( inMode );
+}
+
+/// Changes to a public range are meant for whoever else looks at it.
+void XMappedFileMemoryBlock::PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode inMode )
+{
+    const bool isPublic = GetStorageState() == kPermanentFile && itsChangeMode == kPublic;
+    if ( !isPublic )
+        XMemoryBlock::PrepareForWriteLock( ioHandle, inMode );
+}
+
+XMemoryBlock* XMappedFileMemoryBlock::Clone( USize64 inSize )
+{
+    {
+        const XThreadLock lock( GetMutex() );
+        if ( IsPrivateFile() && inSize == itsSize )
+        {
+            auto clone = std::make_unique<XMappedFileMemoryBlock>( 0, itsChangeMode, itsHeapThreshold );
+            clone->ShareMapping( *this );
+            return clone.release();
+        }
+    }
+    return XMemoryBlock::Clone( inSize );
+}
+
+XMappedFileMemoryBlock::XStorageState XMappedFileMemoryBlock::GetStorageState() const
+{
+    const XThreadLock lock( GetMutex() );
+    return itsState;
+}
+
+XFileMappingBase::XPageProtection
+XMappedFileMemoryBlock::PermanentFileChangeModeToProtection( XChangeMode inChangeMode )
+{
+    switch ( inChangeMode )
+    {
+    case kPrivate:
+        return XFileMappingBase::kPageReadOnly;
+    case kPrivatePages:
+        return XFileMappingBase::kPageWriteCopy;
+    case kPublic:
+        return XFileMappingBase::kPageReadWrite;
+    }
+    XAssert( false );
+    return XFileMappingBase::kPageReadOnly;
+}
+
+void XMappedFileMemoryBlock::LockSelf( XLockMode inMode )
+{
+    LockForMMap( inMode );
+    XMemoryBlock::LockSelf( inMode );
+}
+
+void XMappedFileMemoryBlock::UnlockSelf( XLockMode inMode )
+{
+    XMemoryBlock::UnlockSelf( inMode );
+    if ( GetLockCount() == 0 )
+        itsRetired.reset();
+}
+
+void XMappedFileMemoryBlock::PostLock( XLockMode inMode )
+{
+    if ( itsPendingCopy != kLockNone && IsPrivateFile() )
+    {
+        if ( itsSize <= itsHeapThreshold )
+            CopyToMalloc();
+        else
+            CopyToPagefile();
+        itsPendingCopy = kLockNone;
+    }
+    XMemoryBlock::PostLock( inMode );
+}
+
+XMemoryBlock* XMappedFileMemoryBlock::MakeSimilar( USize64 inSize ) const
+{
+    const XChangeMode mode = itsChangeMode == kPublic ? kPrivate : itsChangeMode;
+    return new XMappedFileMemoryBlock( inSize, mode, itsHeapThreshold );
+}

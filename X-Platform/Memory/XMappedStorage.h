@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Memory/XFileMappingBase.h"
+#include "Memory/XMemoryReservation.h"
+
+#include <memory>
+
+/// A mapping whose view counts against the manager's budget while it is there. Threads: the owner's. Internal to the
+/// library.
+class XMappedStorage
+{
+public:
+    XMappedStorage( XMemoryManager& inManager, std::unique_ptr<XFileMappingBase> inMapping )
+        : itsMapping( std::move( inMapping ) ), itsReservation( inManager )
+    {
+    }
+    XMappedStorage( const XMappedStorage& ) = delete;
+    XMappedStorage& operator=( const XMappedStorage& ) = delete;
+    ~XMappedStorage() { UnmapView(); }
+
+    /// Throws 1012 when the budget has no room, 1020 when the system refuses; then there is no view.
+    void MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess );
+    void UnmapView();
+
+    /// Null while there is no view.
+    void* GetViewData() const { return itsMapping->GetViewData(); }
+    bool IsViewIntact() const { return itsMapping->IsViewIntact(); }
+
+private:
+    std::unique_ptr<XFileMappingBase> itsMapping;
+    XMemoryReservation itsReservation;
+};

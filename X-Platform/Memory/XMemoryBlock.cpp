@@ -1,0 +1,163 @@
+#include "Memory/XMemoryBlock.h"
+
+#include "Core/XByteOrder.h"
+#include "Memory/XMemoryHandle.h"
+#include "Memory/XMemoryManager.h"
+#include "Threads/XLock.h"
+#include "WClock.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace
+{
+
+/// Threads that lock at the same time may get the same number: it puts purges in order, no more.
+std::uint64_t GetNextLockNumber()
+{
+    static std::atomic<std::uint64_t> sLast = 0;
+    const std::uint64_t number = sLast.load( std::memory_order_relaxed ) + 1;
+    sLast.store( number, std::memory_order_relaxed );
+    return number;
+}
+
+} // namespace
+
+XMemoryBlock::XMemoryBlock() : itsManager( *XMemoryManager::GetManager() ) {}
+
+XMemoryBlock::~XMemoryBlock() = default;
+
+USize64 XMemoryBlock::GetAddressSpaceMetric() const
+{
+    const XThreadLock lock( GetMutex() );
+    const USize64 size = GetTrueSize();
+    if ( size == 0 )
+        return 0;
+    return itsManager.GetFreeSpaceBeforeAddr( GetTrueAddress() ) + size +
+        itsManager.GetFreeSpaceAfterAddr( GetTrueAddress() + size );
+}
+
+bool XMemoryBlock::CanPurge() const
+{
+    const XThreadLock lock( GetMutex() );
+    constexpr std::uint32_t kNeeded = kInMemory | kPurgeable;
+    return ( GetFlags() & kNeeded ) == kNeeded && GetLockCount() == 0;
+}
+
+void XMemoryBlock::Purge()
+{
+    XThrow( 1023 );
+}
+
+void XMemoryBlock::SetSwapOnLock( XByteSwapMode inMode )
+{
+    const XThreadLock lock( GetMutex() );
+    CheckUnlocked();
+    itsSwapOnLock = inMode;
+    itsIsSwapPending = inMode != kSwapNone;
+}
+
+XByteSwapMode XMemoryBlock::GetSwapOnLock() const
+{
+    const XThreadLock lock( GetMutex() );
+    return itsSwapOnLock;
+}
+
+void XMemoryBlock::Reference( const XMemoryHandle& )
+{
+    itsRefCount.fetch_add( 1, std::memory_order_relaxed );
+}
+
+void XMemoryBlock::Unreference( const XMemoryHandle& )
+{
+    const std::uint32_t before = itsRefCount.fetch_sub( 1, std::memory_order_acq_rel );
+    XAssert( before > 0 );
+    if ( before == 1 )
+        delete this;
+}
+
+void XMemoryBlock::PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode )
+{
+    if ( GetRefCount() > 1 )
+        ioHandle.SetBlock( Clone( GetSize() ) );
+}
+
+XMemoryBlock* XMemoryBlock::Clone( USize64 inSize )
+{
+    std::unique_ptr<XMemoryBlock> clone( MakeSimilar( inSize ) );
+    clone->CopyBytesFrom( *this );
+    return clone.release();
+}
+
+void XMemoryBlock::CopyBytesFrom( XMemoryBlock& ioSource )
+{
+    const USize64 count = std::min( GetSize(), ioSource.GetSize() );
+    if ( count == 0 )
+        return;
+    const XLock sourceLock( ioSource, kLockForRead );
+    const XLock lock( this, kLockForWrite );
+    ioSource.CheckIntact();
+    std::memcpy( GetData(), ioSource.GetData(), count );
+    ioSource.CheckIntact();
+    const XThreadLock sourceMutex( ioSource.GetMutex() );
+    itsSwapOnLock = ioSource.itsIsSwapPending ? ioSource.itsSwapOnLock : kSwapNone;
+    itsIsSwapPending = itsSwapOnLock != kSwapNone;
+}
+
+void XMemoryBlock::PostLock( XLockMode )
+{
+    if ( !itsIsSwapPending )
+        return;
+    SwapData();
+    itsIsSwapPending = false;
+    if ( AreChangesKept() )
+        itsSwapOnLock = kSwapNone;
+}
+
+void XMemoryBlock::HasKeptChanges()
+{
+    if ( !itsIsSwapPending )
+        itsSwapOnLock = kSwapNone;
+}
+
+void XMemoryBlock::SwapData()
+{
+    const unsigned width = itsSwapOnLock;
+    XSwapCopy( GetData(), GetData(), GetSize() / width, width );
+}
+
+void XMemoryBlock::LockSelf( XLockMode )
+{
+    const std::int32_t locks = GetLockCount();
+    XAssert( locks >= 0 );
+    if ( !( GetFlags() & kInMemory ) )
+        Reload();
+    itsLocks.store( locks + 1, std::memory_order_relaxed );
+    itsLastLockTime.store( WClock::GetCoarseTicks(), std::memory_order_relaxed );
+    itsLastLockNumber.store( GetNextLockNumber(), std::memory_order_relaxed );
+}
+
+void XMemoryBlock::UnlockSelf( XLockMode )
+{
+    const std::int32_t locks = GetLockCount() - 1;
+    XAssert( locks >= 0 );
+    itsLocks.store( locks, std::memory_order_relaxed );
+}
+
+void XMemoryBlock::Reload()
+{
+    XAssert( false );
+}
+
+void XMemoryBlock::CheckLocked() const
+{
+    const std::int32_t locks = GetLockCount();
+    XAssert( locks > 0 );
+}
+
+void XMemoryBlock::CheckUnlocked() const
+{
+    const std::int32_t locks = GetLockCount();
+    XAssert( locks == 0 );
+}

@@ -1,0 +1,148 @@
+#pragma once
+
+#include "Threads/XLockable.h"
+
+class XMemoryHandle;
+class XMemoryManager;
+
+/// The elements whose bytes are reversed when a block is locked.
+enum XByteSwapMode : std::uint32_t
+{
+    kSwapNone = 0,
+    kSwap16 = 2,
+    kSwap32 = 4,
+    kSwap64 = 8
+};
+
+/// Bytes that handles share. What keeps the bytes is the kind's: plain heap memory, aligned heap memory, or a mapping
+/// that can be purged while nobody has it locked and comes back with the next lock.
+///
+/// Ownership: the handles that reference a block own it together; the last one to unreference it deletes it. A block
+///            that no handle has referenced yet belongs to who made it.
+/// Threads:   the block's own mutex guards its lock count, its flags and its data. Reading and writing the bytes is the
+///            business of those who hold locks.
+/// Errors:    internal errors for locks that do not match. Locking may throw whatever bringing the data back throws:
+///            1012 when the budget has no room, 1020 when the bytes cannot be mapped.
+class KORVALE_API XMemoryBlock : public XLockable
+{
+public:
+    /// Bits of the flags.
+    static constexpr std::uint32_t kInMemory = 1;
+    static constexpr std::uint32_t kOnDisk = 2;
+    static constexpr std::uint32_t kPurgeable = 4; ///< has a backing store, from which it can be brought back
+
+    XMemoryBlock( const XMemoryBlock& ) = delete;
+    XMemoryBlock& operator=( const XMemoryBlock& ) = delete;
+    ~XMemoryBlock() override;
+
+    /// The manager whose budget and purges the block is subject to: the one that was the process's when it was made.
+    XMemoryManager& GetManager() const { return itsManager; }
+
+    // ---- The data
+
+    /// Valid until the unlock; internal errors unless the block is locked.
+    virtual void* GetData() = 0;
+    /// Bytes.
+    virtual USize64 GetSize() const = 0;
+    /// Keeps the bytes as far as they fit; further ones are undefined in heap memory and zero elsewhere. An internal
+    /// error while the block is locked. Throws 1012 or 1020 with everything as it was.
+    virtual void Resize( USize64 inSize ) = 0;
+    /// True when there is nothing in memory that `GetData` could give.
+    virtual bool IsEmpty() const = 0;
+    /// Gives up the data and what keeps it.
+    virtual void DestroySelf() = 0;
+
+    // ---- Place in the address space
+
+    /// The size with what the kind adds to it for alignment.
+    virtual USize64 GetPaddedSize() const = 0;
+    /// Where the block begins and what it takes up; 0 while it is not in memory.
+    virtual std::uint64_t GetTrueAddress() const = 0;
+    virtual USize64 GetTrueSize() const = 0;
+    /// The contiguous stretch of address space that purging the block would open: itself and what is free beside it.
+    USize64 GetAddressSpaceMetric() const;
+
+    // ---- Purging
+
+    /// True when the block has a backing store, is in memory and is not locked.
+    bool CanPurge() const;
+    /// Gives up the memory and keeps the bytes. Throws 1023 when the block cannot be purged, 2701 when another thread
+    /// has held its mutex for 100 ms, and what the disk refuses; then everything is as it was.
+    virtual void Purge();
+    /// Locked right now, as far as one can tell without the mutex.
+    bool IsProbablyLocked() const { return itsLocks.load( std::memory_order_relaxed ) > 0; }
+
+    std::uint32_t GetFlags() const { return itsFlags.load( std::memory_order_relaxed ); }
+    std::int32_t GetLockCount() const { return itsLocks.load( std::memory_order_relaxed ); }
+    /// When the block was last locked, as `WClock::GetCoarseTicks` tells the time; 0 if it never was.
+    std::int64_t GetLastLockTime() const { return itsLastLockTime.load( std::memory_order_relaxed ); }
+    /// Puts the locks of one moment into their order.
+    std::uint64_t GetLastLockNumber() const { return itsLastLockNumber.load( std::memory_order_relaxed ); }
+
+    // ---- Byte order
+
+    /// States that the bytes, as they are now, hold elements in the other byte order: the next lock reverses each, once.
+    /// Bytes at the end that are no whole element stay as they are. Data that comes from a file again is reversed again.
+    virtual void SetSwapOnLock( XByteSwapMode inMode );
+    /// The mode until the bytes have been reversed for good.
+    XByteSwapMode GetSwapOnLock() const;
+
+    // ---- For handles
+
+    void Reference( const XMemoryHandle& inHandle );
+    /// Deletes the block when no reference is left.
+    void Unreference( const XMemoryHandle& inHandle );
+    std::uint32_t GetRefCount() const { return itsRefCount.load( std::memory_order_acquire ); }
+
+    /// Called before a handle locks the block to write. Where others share the block, the handle gets one of its own.
+    virtual void PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode inMode );
+    /// Called under the mutex after a lock: does what needs the bytes in memory.
+    virtual void PostLock( XLockMode inMode );
+
+    /// A new block with a copy of the bytes, `inSize` of them, as far as there are so many. It belongs to the caller.
+    virtual XMemoryBlock* Clone( USize64 inSize );
+
+    /// 1020 if bytes of the data could not be had from where they lie. For who has read them.
+    virtual void CheckIntact() const {}
+
+protected:
+    XMemoryBlock();
+
+    void LockSelf( XLockMode inMode ) override;
+    void UnlockSelf( XLockMode inMode ) override;
+
+    /// Brings the data back. A kind that can be purged overrides it; here it is an internal error.
+    virtual void Reload();
+
+    /// A new block of the same kind that belongs to the caller.
+    virtual XMemoryBlock* MakeSimilar( USize64 inSize ) const = 0;
+
+    /// False for data whose changes are lost when it is purged.
+    virtual bool AreChangesKept() const { return true; }
+
+    // The rest is called under the mutex.
+
+    void CheckLocked() const;
+    void CheckUnlocked() const;
+    void SetFlags( std::uint32_t inFlags ) { itsFlags.store( inFlags, std::memory_order_relaxed ); }
+
+    bool IsSwapPending() const { return itsIsSwapPending; }
+    /// The data has come from its file again.
+    void HasReadOriginal() { itsIsSwapPending = itsSwapOnLock != kSwapNone; }
+    /// The data, as it is, has moved to where changes are kept.
+    void HasKeptChanges();
+
+private:
+    void SwapData();
+    void CopyBytesFrom( XMemoryBlock& ioSource );
+
+    XMemoryManager& itsManager;
+    std::atomic<std::uint32_t> itsRefCount = 0;
+    // Written under the mutex; the manager reads them without it, as a hint.
+    std::atomic<std::uint32_t> itsFlags = 0;
+    std::atomic<std::int32_t> itsLocks = 0;
+    std::atomic<std::int64_t> itsLastLockTime = 0;
+    std::atomic<std::uint64_t> itsLastLockNumber = 0;
+    XByteSwapMode itsSwapOnLock = kSwapNone; // of the data as its file has it
+    bool itsIsSwapPending = false;
+};

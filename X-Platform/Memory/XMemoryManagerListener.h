@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Core/XTypes.h"
+
+/// Somebody who can give up memory when blocks alone do not suffice: the owner of a cache, for instance.
+class KORVALE_API XMemoryManagerListener
+{
+public:
+    virtual ~XMemoryManagerListener() = default;
+
+    /// Frees what it can, up to `inBytes`, and returns how many bytes that were. Called on the thread that needs the
+    /// memory and under the manager's allocation mutex, so it must not wait for another thread. Exceptions are
+    /// swallowed and count as 0.
+    virtual USize64 FreeMemory( USize64 inBytes ) = 0;
+};

@@ -1,0 +1,110 @@
+#include "Memory/XPageHeap.h"
+
+#include "Memory/XMemoryManager.h"
+#include "Threads/XThreadLock.h"
+#include "WPages.h"
+
+#include <algorithm>
+
+namespace
+{
+
+USize64 GetPaddedSize( USize64 inSize )
+{
+    const USize64 size = XMemoryManager::AlignSizeToPageSize( std::max<USize64>( inSize, 1 ) );
+    if ( size < inSize )
+        XThrow( 1012 );
+    return size;
+}
+
+} // namespace
+
+XPageHeap::~XPageHeap()
+{
+    for ( const auto& [memory, piece] : itsPieces )
+        WPages::Free( const_cast<void*>( memory ), GetPaddedSize( piece.size ) );
+}
+
+template<class Allocator>
+void* XPageHeap::AllocateWithRetry( USize64 inSize, Allocator inAllocate )
+{
+    const XThreadLock lock( itsManager.GetAllocationMutex() );
+    void* memory = inAllocate();
+    if ( !memory )
+    {
+        itsManager.FreeMemory( inSize );
+        memory = inAllocate();
+    }
+    if ( !memory )
+        XThrow( 1012 );
+    return memory;
+}
+
+void* XPageHeap::Allocate( USize64 inSize )
+{
+    const USize64 size = GetPaddedSize( inSize );
+    auto reservation = std::make_unique<XMemoryReservation>( itsManager );
+    reservation->Set( size );
+    void* memory = AllocateWithRetry( size, [&] { return WPages::Allocate( size ); } );
+    const XThreadLock lock( itsMutex );
+    itsPieces.emplace( memory, XPiece{ inSize, std::move( reservation ) } );
+    return memory;
+}
+
+void* XPageHeap::Reallocate( void* inMemory, USize64 inSize )
+{
+    if ( !inMemory )
+        return Allocate( inSize );
+    const USize64 oldSize = GetPaddedSize( GetSize( inMemory ) );
+    const USize64 size = GetPaddedSize( inSize );
+    XMemoryReservation& reservation = GetReservation( inMemory );
+    reservation.Set( std::max( oldSize, size ) );
+    void* memory = nullptr;
+    try
+    {
+        memory = AllocateWithRetry( size, [&] { return WPages::Resize( inMemory, oldSize, size ); } );
+    }
+    catch ( ... )
+    {
+        reservation.Set( oldSize );
+        throw;
+    }
+    reservation.Set( size );
+    const XThreadLock lock( itsMutex );
+    auto piece = itsPieces.extract( inMemory );
+    piece.key() = memory;
+    piece.mapped().size = inSize;
+    itsPieces.insert( std::move( piece ) );
+    return memory;
+}
+
+void XPageHeap::Free( void* inMemory )
+{
+    if ( !inMemory )
+        return;
+    const USize64 size = GetPaddedSize( GetSize( inMemory ) );
+    {
+        const XThreadLock lock( itsMutex );
+        itsPieces.erase( inMemory );
+    }
+    WPages::Free( inMemory, size );
+}
+
+USize64 XPageHeap::GetSize( const void* inMemory )
+{
+    const XThreadLock lock( itsMutex );
+    return GetPiece( inMemory ).size;
+}
+
+XMemoryReservation& XPageHeap::GetReservation( const void* inMemory )
+{
+    const XThreadLock lock( itsMutex );
+    return *GetPiece( inMemory ).reservation;
+}
+
+XPageHeap::XPiece& XPageHeap::GetPiece( const void* inMemory )
+{
+    const auto piece = itsPieces.find( inMemory );
+    XAssert( piece != itsPieces.end() );
+    return piece->second;
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Core/XTypes.h"
+
+#include <functional>
+
+class XMemoryBlock;
+class XMemoryManager;
+
+/// Chooses the blocks whose purge frees memory, or opens a stretch of address space, of a size. The blocks are on the
+/// manager's list and its memory mutex is held throughout. Internal to the library.
+class XPurgePolicy
+{
+public:
+    /// Purges a block; returns false if it was refused.
+    using XPurge = std::function<bool( XMemoryBlock& )>;
+
+    XPurgePolicy( XMemoryManager& inManager, const XVector<XMemoryBlock*>& inBlocks, XPurge inPurge );
+
+    /// Returns the bytes that were freed.
+    USize64 Free( USize64 inBytes );
+
+    /// Orders blocks by their last lock, oldest first.
+    static void SortByAge( XVector<XMemoryBlock*>& ioBlocks );
+
+private:
+    struct XCandidate
+    {
+        XMemoryBlock* block;
+        std::uint64_t address;
+        USize64 size;
+
+        std::uint64_t GetEnd() const { return address + size; }
+    };
+
+    USize64 PurgeOneBlock( USize64 inBytes );
+    USize64 PurgeRun( USize64 inBytes );
+    bool Serves( const XCandidate& inCandidate, USize64 inBytes );
+    USize64 Purge( const XCandidate& inCandidate );
+
+    XMemoryManager& itsManager;
+    XPurge itsPurge;
+    XVector<XCandidate> itsCandidates; // oldest first until the runs are looked for
+};
