@@ -1,6 +1,6 @@
 // Floods a main thread that takes no messages with progress for ten seconds, then runs the stress tests of
-// threads, messages and jobs again and again for the given number of minutes (one by default), each time with
-// other random choices. Ends with 1 at the first fault.
+// threads, messages, jobs and memory again and again for the given number of minutes (one by default), each time
+// with other random choices. Ends with 1 at the first fault.
 
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"

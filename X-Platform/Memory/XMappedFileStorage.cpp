@@ -94,9 +94,10 @@ void XMappedFileMemoryBlock::Destroy()
 
 // ---- Into memory and out of it
 
+/// Only a permanent file can be damaged, or must not be written to.
 void XMappedFileMemoryBlock::LockForMMap( XLockMode inMode )
 {
-    if ( !IsMapped() )
+    if ( itsState != kPermanentFile )
         return;
     // A view with damage in it is given up for another try.
     if ( GetViewData() && !fileMapping->IsViewIntact() && GetLockCount() == 0 )

@@ -119,7 +119,6 @@ XMemoryManager::XRoomResult XMemoryManager::MakeRoom( USize64 inBytes )
     return purged.hasFailed || GetPurgeableBlockCount() == 0 ? kCannotMakeRoom : kMayMakeRoomSoon;
 }
 
-/// Blocks that another thread is busy with are passed over, since that thread may be waiting for the memory mutex.
 XMemoryManager::XPurgeResult XMemoryManager::PurgeOldest( USize64 inBytes )
 {
     const XThreadLock lock( itsMemoryMutex );
@@ -129,10 +128,7 @@ XMemoryManager::XPurgeResult XMemoryManager::PurgeOldest( USize64 inBytes )
     XPurgeResult result;
     for ( auto block = blocks.begin(); block != blocks.end() && result.bytes < inBytes; ++block )
     {
-        if ( !( *block )->GetMutex().TryLock() )
-            continue;
         const XPurgeResult purged = TryToPurge( **block );
-        ( *block )->GetMutex().Unlock();
         result.bytes += purged.bytes;
         result.hasFailed |= purged.hasFailed;
     }
@@ -191,8 +187,13 @@ USize64 XMemoryManager::FreeBlocksInRange( std::uint64_t inBegin, std::uint64_t 
     return freed;
 }
 
+/// A block that another thread is busy with is passed over at once: that thread may be waiting for the memory mutex.
 XMemoryManager::XPurgeResult XMemoryManager::TryToPurge( XMemoryBlock& ioBlock )
 {
+    if ( !ioBlock.GetMutex().TryLock() )
+        return {};
+    const XThreadLock lock( ioBlock.GetMutex() ); // in the place of the one above
+    ioBlock.GetMutex().Unlock();
     const USize64 size = ioBlock.GetTrueSize();
     try
     {
@@ -202,9 +203,8 @@ XMemoryManager::XPurgeResult XMemoryManager::TryToPurge( XMemoryBlock& ioBlock )
     }
     catch ( const XException& error )
     {
-        constexpr std::uint32_t kIsLocked = 1023;
-        constexpr std::uint32_t kIsBusy = 2701;
-        return { 0, error.GetErrorNumber() != kIsLocked && error.GetErrorNumber() != kIsBusy };
+        constexpr std::uint32_t kIsInUse = 1023;
+        return { 0, error.GetErrorNumber() != kIsInUse };
     }
     catch ( ... )
     {

@@ -25,7 +25,7 @@ class XPageHeap;
 /// Threads: any. The memory mutex guards the list of purgeable blocks and is held while blocks are chosen and purged; the
 ///          allocation mutex guards the list of listeners and is held while they are called and while blocks allocate
 ///          from the heap. A thread may lock the memory mutex while it holds the allocation mutex, not the other way
-///          round. A purge gives up on a block whose mutex another thread holds for 100 ms.
+///          round. Blocks whose mutex another thread holds are passed over.
 /// Errors:  1012 where neither blocks nor listeners can free what is needed.
 /// Units:   bytes.
 class KORVALE_API XMemoryManager
