@@ -9,6 +9,9 @@
 // What a mapped-file block is to those who use it. How its bytes move between the kinds of storage is in
 // XMappedFileStorage.cpp.
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr USize64 XMappedFileMemoryBlock::kDefaultHeapThreshold;
+
 XMappedFileMemoryBlock::XMappedFileMemoryBlock(
     USize64 inSize, XChangeMode inChangeMode, USize64 inHeapThreshold )
     : itsSize( inSize ), itsChangeMode( inChangeMode ), itsHeapThreshold( inHeapThreshold ),

@@ -39,8 +39,11 @@ public:
     };
 
     /// Bits of the flags of files that are opened by their path.
-    static constexpr std::uint32_t kOpenWhenLocked =
-        1; ///< the first lock opens the file, not the constructor
+    enum XFileFlags : std::uint32_t
+    {
+        kOpenAtOnce = 0,
+        kOpenWhenLocked = 1 ///< the first lock opens the file, not the constructor
+    };
 
     static constexpr USize64 kDefaultHeapThreshold = 64 * 1024;
 
@@ -58,7 +61,7 @@ public:
     /// The same of a file that the block opens.
     XMappedFileMemoryBlock(
         const std::filesystem::path& inPath, std::uint64_t inOffset, USize64 inSize,
-        WFile::Mode inFileMode = WFile::kRead, std::uint32_t inFlags = 0,
+        WFile::Mode inFileMode = WFile::kRead, std::uint32_t inFlags = kOpenAtOnce,
         XChangeMode inChangeMode = kPrivate );
     ~XMappedFileMemoryBlock() override;
 

@@ -18,7 +18,7 @@ public:
         XChangeMode inChangeMode = XMappedFileMemoryBlock::kPrivate );
     XMappedFileMemoryHandle(
         const std::filesystem::path& inPath, std::uint64_t inOffset, USize64 inSize,
-        WFile::Mode inFileMode = WFile::kRead, std::uint32_t inFlags = 0,
+        WFile::Mode inFileMode = WFile::kRead, std::uint32_t inFlags = XMappedFileMemoryBlock::kOpenAtOnce,
         XChangeMode inChangeMode = XMappedFileMemoryBlock::kPrivate );
 
     XMappedFileMemoryHandle* Clone() const override { return new XMappedFileMemoryHandle( *this ); }

@@ -27,9 +27,12 @@ class KORVALE_API XMemoryBlock : public XLockable
 {
 public:
     /// Bits of the flags.
-    static constexpr std::uint32_t kInMemory = 1;
-    static constexpr std::uint32_t kOnDisk = 2;
-    static constexpr std::uint32_t kPurgeable = 4; ///< has a backing store, from which it can be brought back
+    enum XFlags : std::uint32_t
+    {
+        kInMemory = 1,
+        kOnDisk = 2,
+        kPurgeable = 4 ///< has a backing store, from which it can be brought back
+    };
 
     XMemoryBlock( const XMemoryBlock& ) = delete;
     XMemoryBlock& operator=( const XMemoryBlock& ) = delete;
