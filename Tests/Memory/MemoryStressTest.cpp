@@ -14,7 +14,7 @@ namespace
 
 constexpr std::size_t kHandles = 200;
 constexpr unsigned kThreads = 8;
-constexpr USize64 kLargest = 64 * 1024;
+constexpr USize64 kLargest = 16 * 1024;
 
 /// A handle and the seed of what was last written to it. The mutex keeps others out from the check to the next write, as
 /// it does in programs that write: what the handle itself has to withstand are purges and locks from elsewhere.
@@ -40,7 +40,7 @@ public:
     void Work( unsigned inThread )
     {
         std::minstd_rand random( inThread + 100 * static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
-        for ( int turn = 0; turn < 300; ++turn )
+        for ( int turn = 0; turn < 200; ++turn )
         {
             Piece& piece = itsPieces[random() % kHandles];
             const std::lock_guard lock( piece.mutex );
