@@ -12,5 +12,5 @@ void WFileMapping::CheckFileSize( std::uint64_t inSize ) const
 {
     const std::uint64_t fileSize = itsFile->GetSize();
     if ( itsOffset > fileSize || inSize > fileSize - itsOffset )
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
 }

@@ -22,11 +22,11 @@ WFileMapping::WFileMapping( std::uint64_t inSize )
     const int descriptor =
         WDescriptorLimit::Retry( [] { return ::memfd_create( "korvale-block", MFD_CLOEXEC ); } );
     if ( descriptor == -1 )
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
     if ( ::ftruncate( descriptor, static_cast<off_t>( inSize ) ) != 0 )
     {
         ::close( descriptor );
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
     }
     itsHandle = descriptor;
 }
@@ -57,7 +57,7 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
         nullptr, size, GetProtection( inAccess ), inAccess == kPageWriteCopy ? MAP_PRIVATE : MAP_SHARED,
         descriptor, static_cast<off_t>( itsOffset - GetViewDelta() ) );
     if ( view == MAP_FAILED )
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
     itsView = static_cast<std::uint8_t*>( view );
     itsViewSize = size;
     if ( itsFile )

@@ -32,7 +32,7 @@ WViewGuard* WViewGuard::Add( const void* inView, std::uint64_t inSize )
     {
         guard = new ( std::nothrow ) WViewGuard;
         if ( !guard )
-            XThrow( 1012 );
+            XThrow( kErrorOutOfMemory );
         guard->itsNext = sAll;
         sAll = guard;
     }

@@ -48,7 +48,7 @@ std::intptr_t CreateMapping( HANDLE inFile, DWORD inProtection, std::uint64_t in
     const HANDLE mapping =
         ::CreateFileMappingW( inFile, nullptr, inProtection, GetHigh( inSize ), GetLow( inSize ), nullptr );
     if ( !mapping )
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
     return reinterpret_cast<std::intptr_t>( mapping );
 }
 
@@ -86,7 +86,7 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
         reinterpret_cast<HANDLE>( itsHandle ), GetAccess( inAccess ), GetHigh( offset ), GetLow( offset ),
         size );
     if ( !view )
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
     itsView = static_cast<std::uint8_t*>( view );
     itsViewSize = size;
 }

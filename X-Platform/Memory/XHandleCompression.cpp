@@ -44,7 +44,7 @@ XCompressedBytes::XCompressedBytes( const void* inData, USize64 inSize, int inLe
 {
     ZlibState<deflateEnd> state;
     if ( deflateInit( &state, inLevel ) != Z_OK )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     state.next_in = static_cast<Bytef*>( const_cast<void*>( inData ) );
     USize64 left = inSize;
     for ( int result = Z_OK; result != Z_STREAM_END; )
@@ -96,7 +96,7 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
     inStream.CheckRemaining( inStoredLength, 1 );
     ZlibState<inflateEnd> state;
     if ( inflateInit( &state ) != Z_OK )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     const auto input = std::make_unique<std::uint8_t[]>( kInputSize );
     std::uint8_t excess = 0; // takes the byte that there should not be
     ioHandle.Resize( 0 );
@@ -108,7 +108,7 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
         {
             const USize64 count = std::min( left, kInputSize );
             if ( count == 0 )
-                XThrow( 1005 );
+                XThrow( kErrorStreamCorrupted );
             inStream.ReadBuffer8( input.get(), count );
             left -= count;
             state.next_in = input.get();
@@ -123,9 +123,9 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
         result = inflate( &state, Z_NO_FLUSH );
         const uInt produced = std::max( room, 1u ) - state.avail_out;
         if ( ( result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR ) || produced > room )
-            XThrow( 1005 );
+            XThrow( kErrorStreamCorrupted );
         done += produced;
     }
     if ( done != inSize || left > 0 || state.avail_in > 0 )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
 }

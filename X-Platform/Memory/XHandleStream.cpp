@@ -54,7 +54,7 @@ void XHandleStream::SeekTo( SSize64 inPosition )
 {
     XAssert( itsLock );
     if ( inPosition < 0 )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     OpenAt( GetLength(), inPosition );
 }
 
@@ -73,7 +73,7 @@ void XHandleStream::FillBuffer( SSize64 inPosition, void* buffer, USize64 count 
     const USize64 position = static_cast<USize64>( inPosition );
     const USize64 length = GetLength();
     if ( position > length || count > length - position )
-        XThrow( 1260 );
+        XThrow( kErrorEndOfFile );
     std::memcpy( buffer, GetBytes() + position, count );
 }
 
@@ -84,7 +84,7 @@ void XHandleStream::DrainBuffer( SSize64 inPosition, const void* buffer, USize64
     const USize64 position = static_cast<USize64>( inPosition );
     const USize64 used = GetLength();
     if ( count > kMostCapacity - position )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     Grow( position + count );
     if ( position > used )
         std::memset( GetBytes() + used, 0, position - used );

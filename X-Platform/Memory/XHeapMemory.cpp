@@ -68,7 +68,7 @@ void* XHeapMemory::AllocateWithRetry( USize64 inOldSize, USize64 inSize )
         data = allocate();
     }
     if ( !data )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     return data;
 }
 

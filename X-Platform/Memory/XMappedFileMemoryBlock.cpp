@@ -138,7 +138,7 @@ void XMappedFileMemoryBlock::Purge()
     constexpr std::uint32_t kTimeoutMs = 100;
     const XThreadLock lock( GetMutex(), kTimeoutMs );
     if ( !CanPurge() )
-        XThrow( 1023 );
+        XThrow( kErrorMemoryNotPurged );
     const USize64 size = GetTrueSize();
     if ( itsState == kPageFile && GetViewData() )
     {
@@ -155,7 +155,7 @@ void XMappedFileMemoryBlock::SetSwapOnLock( XByteSwapMode inMode )
 {
     const XThreadLock lock( GetMutex() );
     if ( itsState == kPermanentFile && itsChangeMode == kPublic && inMode != kSwapNone )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
     XMemoryBlock::SetSwapOnLock( inMode );
 }
 

@@ -141,8 +141,7 @@ void XMappedFileMemoryBlock::MapView( XMappedStorage& ioStorage, USize64 inSize 
     }
     catch ( const XException& error )
     {
-        constexpr std::uint32_t kCannotBeMapped = 1020;
-        if ( itsState == kPermanentFile || error.GetErrorNumber() != kCannotBeMapped )
+        if ( itsState == kPermanentFile || error.GetErrorNumber() != kErrorMemoryNotMapped )
             throw;
         GetManager().FreeMemory( inSize );
         ioStorage.MapView( inSize, itsViewAccess );
@@ -163,7 +162,7 @@ void XMappedFileMemoryBlock::CheckIntact() const
 {
     const XThreadLock lock( GetMutex() );
     if ( GetViewData() && !fileMapping->IsViewIntact() )
-        XThrow( 1020 );
+        XThrow( kErrorMemoryNotMapped );
 }
 
 // ---- From one kind of storage to another

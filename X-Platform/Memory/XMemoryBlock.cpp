@@ -47,7 +47,7 @@ bool XMemoryBlock::CanPurge() const
 
 void XMemoryBlock::Purge()
 {
-    XThrow( 1023 );
+    XThrow( kErrorMemoryNotPurged );
 }
 
 void XMemoryBlock::SetSwapOnLock( XByteSwapMode inMode )

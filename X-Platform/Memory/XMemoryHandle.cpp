@@ -152,7 +152,7 @@ void XMemoryHandle::CheckRange( USize64 inCount, USize64 inOffset ) const
 {
     const USize64 size = GetDataSize();
     if ( inOffset > size || inCount > size - inOffset )
-        XThrow( 1013 );
+        XThrow( kErrorBadParameters );
 }
 
 std::uint8_t XMemoryHandle::GetByte( USize64 inIndex ) const

@@ -36,13 +36,13 @@ void ReadHeader(
     const std::uint32_t compression = inStream.Read32();
     outStoredLength = inStream.Read64();
     if ( !IsCompressionType( compression ) )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     outCompression = static_cast<XMemoryHandle::XCompressionType>( compression );
     const bool isPossible = outCompression == XMemoryHandle::kNoCompression
         ? outStoredLength == outSize
         : outSize / kMostExpansion <= outStoredLength;
     if ( !isPossible )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
 }
 
 } // namespace

@@ -96,7 +96,7 @@ void XMemoryManager::AboutToAllocate( USize64 inSize )
         if ( result == kMadeRoom )
             continue;
         if ( result == kCannotMakeRoom || ++futileTurns > kMostFutileTurns )
-            XThrow( 1012 );
+            XThrow( kErrorOutOfMemory );
         std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
     }
 }
@@ -203,8 +203,7 @@ XMemoryManager::XPurgeResult XMemoryManager::TryToPurge( XMemoryBlock& ioBlock )
     }
     catch ( const XException& error )
     {
-        constexpr std::uint32_t kIsInUse = 1023;
-        return { 0, error.GetErrorNumber() != kIsInUse };
+        return { 0, error.GetErrorNumber() != kErrorMemoryNotPurged };
     }
     catch ( ... )
     {

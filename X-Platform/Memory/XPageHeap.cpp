@@ -13,7 +13,7 @@ USize64 GetPaddedSize( USize64 inSize )
 {
     const USize64 size = XMemoryManager::AlignSizeToPageSize( std::max<USize64>( inSize, 1 ) );
     if ( size < inSize )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     return size;
 }
 
@@ -36,7 +36,7 @@ void* XPageHeap::AllocateWithRetry( USize64 inSize, Allocator inAllocate )
         memory = inAllocate();
     }
     if ( !memory )
-        XThrow( 1012 );
+        XThrow( kErrorOutOfMemory );
     return memory;
 }
 
