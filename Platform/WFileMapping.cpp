@@ -1,5 +1,6 @@
 #include "WFileMapping.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "WAddressSpace.h"
 

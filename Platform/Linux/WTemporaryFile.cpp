@@ -1,8 +1,7 @@
 #include "WTemporaryFile.h"
 
-#include "Core/XFail.h"
 #include "WDescriptorLimit.h"
-#include "WSystemError.h"
+#include "WErrno.h"
 
 #include <cerrno>
 #include <csignal>
@@ -46,6 +45,5 @@ std::intptr_t WTemporaryFile::Create( const std::filesystem::path& inFolder )
         descriptor = CreateAndUnlink( inFolder );
     if ( descriptor != -1 )
         return descriptor;
-    WSystemError::SetLastFromErrno();
-    XThrowLastSystemError();
+    WThrowErrno();
 }

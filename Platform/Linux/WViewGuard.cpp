@@ -1,5 +1,6 @@
 #include "WViewGuard.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 #include "WAddressSpace.h"
 

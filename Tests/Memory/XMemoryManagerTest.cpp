@@ -182,14 +182,15 @@ TEST( XMemoryManager, TestsItselfUntilItPurgesOrRunsOut )
     EXPECT_EQ( 0u, second.GetBytesInUse() );
 }
 
-// On the real address space every block lies beside a hole, or another block.
+// What lies where is up to the system here, so of what is freed beyond the oldest block only the books are checked.
 TEST( XMemoryManager, FreesOnTheRealAddressSpace )
 {
     TestManager manager;
     auto handles = MakeFilled( 8 );
+    EXPECT_EQ( kMiB, manager.FreeMemory( kMiB, XMemoryManager::kFreeWithoutLogEntry ) );
+    EXPECT_FALSE( IsInMemory( handles[0] ) );
     const USize64 freed = manager.FreeMemory( 8 * kMiB, XMemoryManager::kFreeWithoutLogEntry );
-    EXPECT_EQ( manager.GetPurgeCount() * kMiB, freed );
-    EXPECT_GT( freed, 0u );
+    EXPECT_EQ( ( manager.GetPurgeCount() - 1 ) * kMiB, freed );
     for ( unsigned i = 0; i < 8; ++i )
         EXPECT_TRUE( Holds( handles[i], i ) );
     EXPECT_EQ( 8u, manager.GetPurgeableBlockCount() );

@@ -1,5 +1,6 @@
 #include "Memory/XHandleCompression.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Threads/XLock.h"
 

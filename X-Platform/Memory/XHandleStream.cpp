@@ -1,5 +1,6 @@
 #include "Memory/XHandleStream.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "Memory/XHeapMemory.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XResourceTracker.h"
 #include "Threads/XThreadLock.h"

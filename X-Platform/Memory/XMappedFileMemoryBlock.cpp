@@ -1,5 +1,6 @@
 #include "Memory/XMappedFileMemoryBlock.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Memory/XMappedStorage.h"
 #include "Memory/XMemoryManager.h"
 #include "Threads/XLock.h"

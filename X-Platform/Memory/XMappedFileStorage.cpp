@@ -1,3 +1,4 @@
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Memory/XMappedFileMemoryBlock.h"
 #include "Memory/XMappedStorage.h"

@@ -1,6 +1,7 @@
 #include "Memory/XMemoryBlock.h"
 
 #include "Core/XByteOrder.h"
+#include "Core/XErrorNumbers.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManager.h"
 #include "Threads/XLock.h"

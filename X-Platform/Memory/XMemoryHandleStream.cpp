@@ -3,6 +3,7 @@
 #include "Memory/XMemoryHandle.h"
 #include "Threads/XLock.h"
 
+#include "Core/XErrorNumbers.h"
 // The stream form of a handle.
 
 namespace

@@ -1,5 +1,6 @@
 #include "Memory/XMemoryManager.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Memory/WMemoryManager.h"
 #include "Memory/XMallocMemoryBlock.h"

@@ -1,5 +1,6 @@
 #include "Memory/XPageHeap.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Memory/XMemoryManager.h"
 #include "Threads/XThreadLock.h"
 #include "WPages.h"
