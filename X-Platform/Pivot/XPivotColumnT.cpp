@@ -46,13 +46,20 @@ void CopyPart(
         std::copy( first, end, At( ioDestination, inPlace ) );
 }
 
+/// Rows in ascending order are moved down where they lie: nothing is written over that is still to be picked.
 template<class T>
-XVector<T> PickRows( const XVector<T>& inValues, const XVector<std::uint32_t>& inOrder )
+void PickRows( XVector<T>& ioValues, const XVector<std::uint32_t>& inOrder, bool inIsAscending )
 {
-    XVector<T> picked( inOrder.size() );
-    for ( std::size_t i = 0; i < picked.size(); ++i )
-        picked[i] = inValues[inOrder[i]];
-    return picked;
+    if ( !inIsAscending )
+    {
+        XVector<T> picked( inOrder.size() );
+        for ( std::size_t i = 0; i < picked.size(); ++i )
+            picked[i] = ioValues[inOrder[i]];
+        return ioValues.swap( picked );
+    }
+    for ( std::size_t i = 0; i < inOrder.size(); ++i )
+        ioValues[i] = ioValues[inOrder[i]];
+    ioValues.erase( At( ioValues, inOrder.size() ), ioValues.end() );
 }
 
 struct XValueHash
@@ -239,9 +246,10 @@ void XPivotColumnT<T>::Reorder( const XVector<std::uint32_t>& inOrder )
 {
     for ( const std::uint32_t row : inOrder )
         XAssert( row < GetExistsVector().size() );
-    XVector<T> values = PickRows( itsColumnData, inOrder );
-    GetExists() = PickRows( GetExistsVector(), inOrder );
-    itsColumnData.swap( values );
+    const bool isAscending =
+        std::adjacent_find( inOrder.begin(), inOrder.end(), std::greater_equal<>() ) == inOrder.end();
+    PickRows( itsColumnData, inOrder, isAscending );
+    PickRows( GetExists(), inOrder, isAscending );
 }
 
 template<class T>
