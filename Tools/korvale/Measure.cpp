@@ -1,6 +1,7 @@
 #include "Measure.h"
 
 #include "ImageMeasurer.h"
+#include "Jobs/XProgress.h"
 #include "MeasurementSummary.h"
 #include "Session.h"
 #include "TableFile.h"
@@ -142,8 +143,8 @@ int Measure::Run( Session& ioSession )
     if ( measurements.empty() )
         return kFailure;
 
-    const auto table = MakeMeasurementTable( measurements );
-    WriteOutputs( table );
+    const auto table = WriteTable( measurements );
+    ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
         PrintSummary( measurements, table, GetSettings().channel, ioSession.out );
     return measurer.HasFailures() ? kFailure : kSuccess;
@@ -157,6 +158,16 @@ MeasureSettings Measure::GetSettings() const
     settings.connectivity = itsConnectivity == 4 ? Connectivity::kEdges : Connectivity::kEdgesAndCorners;
     settings.leastPixels = itsLeastPixels;
     return settings;
+}
+
+XPivotTable Measure::WriteTable( const std::vector<ImageMeasurement>& inMeasurements ) const
+{
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
+    progress.SetTitle( "Writing" );
+    auto table = MakeMeasurementTable( inMeasurements );
+    progress.Increment();
+    WriteOutputs( table );
+    return table;
 }
 
 /// Both files are complete before either takes its place.

@@ -26,5 +26,6 @@ private:
     bool itsIsQuiet = false;
 
     MeasureSettings GetSettings() const;
+    XPivotTable WriteTable( const std::vector<ImageMeasurement>& inMeasurements ) const;
     void WriteOutputs( const XPivotTable& inTable ) const;
 };

@@ -27,6 +27,12 @@ void ProgressDisplay::RemoveBar( Bar& inBar )
         Erase();
 }
 
+bool ProgressDisplay::HasNestedBars() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsStyle != kLines;
+}
+
 void ProgressDisplay::SetTitle( Bar& ioBar, const std::string& inTitle )
 {
     const XThreadLock lock( itsMutex );

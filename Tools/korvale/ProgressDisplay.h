@@ -40,6 +40,9 @@ public:
     /// Shown when it is that old. The bars of a thread go in the order in which they were added.
     Bar& AddBar( bool inIsOutermost, std::uint32_t inDelayMs, std::uint32_t inIndent, bool inShowsCount );
     void RemoveBar( Bar& inBar );
+
+    /// False where nested work is to be seen in the outermost bar only.
+    bool HasNestedBars() const;
     void SetTitle( Bar& ioBar, const std::string& inTitle );
     void SetMessage( Bar& ioBar, const std::string& inMessage );
     std::string GetMessage( const Bar& inBar ) const;

@@ -23,7 +23,8 @@ void TerminalProgressStrategy::ProgressCreated(
     XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs )
 {
     const auto type = inProgress.GetProgressType();
-    if ( type == XProgress::kProgressWait || ( itsBarCount > 0 && !inForceBar ) )
+    const auto isForced = inForceBar && itsDisplay.HasNestedBars();
+    if ( type == XProgress::kProgressWait || ( itsBarCount > 0 && !isForced ) )
         return;
     const auto depth = itsBarCount + ( itsIsOutermost ? 0 : 1 );
     auto& bar =
@@ -37,13 +38,15 @@ void TerminalProgressStrategy::ProgressCreated(
     SetProgressPtr( inProgress, &bar );
 }
 
-/// A progress that has come to its end may not have told so, because it was told too recently.
+/// A progress that has come to its end may not have told so, because it was told too recently; but what was too short to
+/// tell of anything stays silent.
 void TerminalProgressStrategy::ProgressDestroyed( XProgress& inProgress )
 {
     auto* const bar = GetBar( inProgress );
     if ( !bar )
         return;
-    if ( inProgress.GetProgress() == inProgress.GetMaxProgress() )
+    const auto isShort = bar->age.GetElapsedMS() < XProgress::kUpdateYokePeriodMS;
+    if ( !isShort && inProgress.GetProgress() == inProgress.GetMaxProgress() )
         SetProgress( inProgress, 1000 );
     SetProgressPtr( inProgress, nullptr );
     if ( --itsBarCount == 0 )
