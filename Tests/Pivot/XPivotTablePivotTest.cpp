@@ -1,4 +1,6 @@
 #include "Pivot/ColumnTools.h"
+#include "Pivot/XPivotOtherRowRefColumn.h"
+#include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotTableAccumulator.h"
 
 #include <gtest/gtest.h>
@@ -136,6 +138,35 @@ TEST( XPivotTablePivot, ContractsGroupsToRows )
     EXPECT_EQ( TextsOf( table, 0 ), ( XTexts{ "-2", "none", "1", "1" } ) );
     EXPECT_EQ( TextsOf( table, 1 ), ( XTexts{ "10", "-", "2", "6" } ) );
     EXPECT_EQ( table.GetColumn( 2 ).GetTable(), &table );
+}
+
+TEST( XPivotTablePivot, ShowsReferencesByTheirNumbers )
+{
+    XUUID first, second, stranger;
+    for ( XUUID* const uuid : { &first, &second, &stranger } )
+        uuid->GenerateNewID();
+    XPivotTable table;
+    auto ids = std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" );
+    auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
+    parents->SetRowRefColumnDescriptor( ids->GetDescriptor() );
+    ids->AppendValue( first, true );
+    ids->AppendValue( second, true );
+    ids->InsertEmptyRows( 2, 3 );
+    for ( const XUUID& parent : { second, first, stranger, second } )
+        parents->AppendValue( parent, true );
+    parents->InsertEmptyRows( 4, 1 );
+    table.AddColumn( std::move( parents ) );
+    table.AddColumn( std::move( ids ) );
+    const XAccumulator count( XAccumulator::kAccumulateCount );
+    const XPivotTable pivot = table.Pivot( { 0 }, {}, { { 1, count } } );
+    ASSERT_EQ( pivot.GetNumRows(), 4u );
+    EXPECT_EQ( TextsOf( pivot, 0 ), ( XTexts{ "-", "0" } ) );
+    EXPECT_EQ( TextsOf( pivot, 1 ), ( XTexts{ "0", "0" } ) ); // the stranger
+    EXPECT_EQ( TextsOf( pivot, 2 ), ( XTexts{ "1", "1" } ) );
+    EXPECT_EQ( TextsOf( pivot, 3 ), ( XTexts{ "2", "1" } ) );
+    EXPECT_EQ( NamesOf( pivot ), ( XTexts{ "Parent ID", "Count" } ) );
+    table.Sort( { { 0, kSortDescending }, { 1 } } );
+    EXPECT_EQ( table.GetColumn( 0 ).GetStringVector(), ( XTexts{ "2", "2", "1", "0", "0" } ) );
 }
 
 TEST( XPivotTablePivot, OfNothing )

@@ -38,6 +38,9 @@ public:
     virtual XPivotColumn* CloneWithoutCopy() const = 0;
     virtual XPivotColumn* CloneWithoutCopyForPivot() const { return CloneWithoutCopy(); }
 
+    /// Takes everything but rows and table from a column, be it of another class: what CloneWithoutCopy copies.
+    void CopySettings( const XPivotColumn& inOther );
+
     // ---- What the column is
 
     XPivotColumnID GetID() const { return itsDescriptor.GetID(); }
@@ -244,9 +247,6 @@ protected:
 
     /// The flags, for the class that keeps values beside them.
     XVector<std::uint8_t>& GetExists() { return itsExists; }
-    /// Takes everything but rows and table: what CloneWithoutCopy copies.
-    void CopySettings( const XPivotColumn& inOther );
-
     /// A descriptor that was written as an object; 1005 for any other object.
     static XPivotColumnDescriptor ReadDescriptor( XStream& inStream, XOptions inOptions );
 

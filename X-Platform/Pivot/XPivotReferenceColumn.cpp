@@ -2,6 +2,23 @@
 
 #include "Pivot/XPivotConversions.h"
 #include "Pivot/XPivotRowOrder.h"
+#include "Pivot/XPivotUInt32Column.h"
+
+#include <memory>
+
+XPivotColumn* XPivotReferenceColumn::CloneForPivot() const
+{
+    std::unique_ptr<XPivotColumn> column( CloneWithoutCopyForPivot() );
+    *column += *this;
+    return column.release();
+}
+
+XPivotColumn* XPivotReferenceColumn::CloneWithoutCopyForPivot() const
+{
+    auto column = std::make_unique<XPivotUInt32Column>();
+    column->CopySettings( *this );
+    return column.release();
+}
 
 XVector<std::uint32_t> XPivotReferenceColumn::GetUserVisibleIDVector() const
 {

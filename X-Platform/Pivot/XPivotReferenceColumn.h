@@ -11,6 +11,10 @@
 class KORVALE_API XPivotReferenceColumn : public XPivotColumnT<XUUID>
 {
 public:
+    /// In pivots, whose rows are no objects, the user-visible IDs alone: a column of unsigned integers.
+    XPivotColumn* CloneForPivot() const override;
+    XPivotColumn* CloneWithoutCopyForPivot() const override;
+
     /// 0 for a row without a value, and for one that names nothing known.
     virtual std::uint32_t GetDataUserVisibleID( std::uint32_t inRow ) const = 0;
     XVector<std::uint32_t> GetUserVisibleIDVector() const;

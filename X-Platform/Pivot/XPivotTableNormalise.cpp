@@ -21,13 +21,7 @@ bool HasMeasurements( const XPivotColumn& inColumn )
 std::unique_ptr<XPivotFloatColumn> MakeFloatColumn( const XPivotColumn& inColumn )
 {
     auto column = std::make_unique<XPivotFloatColumn>();
-    const XPivotColumnDescriptor& descriptor = inColumn.GetDescriptor();
-    column->SetID( descriptor.GetID() );
-    column->SetColumnName( descriptor.GetColumnName() );
-    column->SetChannelName( descriptor.GetChannelName() );
-    column->SetUnits( descriptor.GetUnits() );
-    column->SetRevision( inColumn.GetRevision() );
-    column->SetVisibilityOptions( inColumn.GetVisibilityOptions() );
+    column->CopySettings( inColumn );
     *column += inColumn;
     return column;
 }

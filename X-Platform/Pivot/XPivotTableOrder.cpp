@@ -1,5 +1,6 @@
 #include "Pivot/XPivotTableOrder.h"
 
+#include "Pivot/XPivotReferenceColumn.h"
 #include "Pivot/XPivotRowOrder.h"
 
 namespace
@@ -39,8 +40,7 @@ void SortPicked( TGetValue inGetValue, XPivotSortDirection inDirection, XVector<
 
 bool XIsOrderedByNumbers( const XPivotColumn& inColumn )
 {
-    return dynamic_cast<const XPivotColumnT<XUUID>*>( &inColumn ) &&
-        inColumn.GetVersion().GetClassID() != kClassPivotUUIDColumn;
+    return dynamic_cast<const XPivotReferenceColumn*>( &inColumn ) != nullptr;
 }
 
 void XSortPivotTableRows(
