@@ -38,7 +38,8 @@ public:
     virtual XPivotColumn* CloneWithoutCopy() const = 0;
     virtual XPivotColumn* CloneWithoutCopyForPivot() const { return CloneWithoutCopy(); }
 
-    /// Takes everything but rows and table from a column, be it of another class: what CloneWithoutCopy copies.
+    /// Takes everything but rows and table from a column, be it of another class: what CloneWithoutCopy
+    /// copies.
     void CopySettings( const XPivotColumn& inOther );
 
     // ---- What the column is
