@@ -7,8 +7,8 @@
 
 /// A mapping of the system.
 ///
-/// The page file's is an object without a name on Windows and a memory file on Linux: its bytes are zeros at first and
-/// count as memory. A file's keeps the file open.
+/// The page file's is an object without a name on Windows and a memory file on Linux: its bytes are zeros at
+/// first and count as memory. A file's keeps the file open.
 /// Errors: 1020 when the system refuses, or the file is shorter than the range.
 class KORVALE_API WFileMapping : public XFileMappingBase
 {

@@ -11,8 +11,8 @@
 /// When the work is done, interrupts come too late: only a process that does not end by itself even then is ended.
 /// Interrupts that the process was started to ignore stay ignored.
 ///
-/// Threads: constructed before other threads are, since they have to leave interrupts to this object's own thread. One
-///          at a time.
+/// Threads: constructed before other threads are, since they have to leave interrupts to this object's own
+/// thread. One at a time.
 class WInterrupt
 {
 public:

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <mutex>
 
-/// The files and folders that this process has made and that must not outlive it unless they are finished. A process
-/// that ends at once, without its destructors, removes them first.
+/// The files and folders that this process has made and that must not outlive it unless they are finished. A
+/// process that ends at once, without its destructors, removes them first.
 /// Threads: any thread.
 class KORVALE_API WUnfinishedFiles
 {

@@ -7,7 +7,8 @@
 /// Keeps the process alive when bytes of a mapped file are touched that the file no longer has, since somebody cut it
 /// off, or that the disk has no room for: the page becomes one of zeros, and its view is marked as damaged.
 ///
-/// Guards are never freed but used again, because the signal's handler goes through all of them without a lock.
+/// Guards are never freed but used again, because the signal's handler goes through all of them without a
+/// lock.
 /// Threads: any.
 class WViewGuard
 {

@@ -1,5 +1,6 @@
 #include "Command.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "WCodePage.h"
 #include "WInterrupt.h"
@@ -9,11 +10,6 @@
 #include <exception>
 #include <new>
 #include <stdexcept>
-
-namespace
-{
-constexpr std::uint32_t kUserAbort = 1001;
-}
 
 std::filesystem::path PathFromUTF8( const std::string& inText )
 {
@@ -41,7 +37,7 @@ std::string CheckWholeNumber( const std::string& inText )
 
 bool Failure::IsUserAbort() const
 {
-    return number == kUserAbort;
+    return number == kErrorCancelled;
 }
 
 Failure DescribeCurrentException()
@@ -91,6 +87,6 @@ void WriteOutput( const std::string& inName, const std::function<void()>& inWork
 void CheckLastAbort()
 {
     if ( WInterrupt::IsRequested() )
-        XThrow( kUserAbort );
+        XThrow( kErrorCancelled );
     WInterrupt::SetTooLate();
 }

@@ -76,20 +76,14 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
     auto* const command =
         ioProgram.add_subcommand( "measure", "Finds the objects of images and measures them into a table." );
     command->footer(
-        "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page "
-        "is one\n"
+        "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page is one\n"
         "time point, counted from 0; the samples of a pixel are the channels C1, C2, ...\n"
-        "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, "
-        "numbered\n"
-        "from 1 in each page by their first pixel, row by row. Centroid, location and bounds are in pixels "
-        "and the\n"
-        "first pixel is 0; the perimeter counts the edges of pixels; areas are given where the image tells "
-        "the size of\n"
+        "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, numbered\n"
+        "from 1 in each page by their first pixel, row by row. Centroid, location and bounds are in pixels and the\n"
+        "first pixel is 0; the perimeter counts the edges of pixels; areas are given where the image tells the size of\n"
         "its pixels. The standard deviation is that of all the object's pixels.\n"
-        "A table file or a CSV file is written only when it is asked for, and replaces an older one when all "
-        "is measured.\n"
-        "An image or a page that cannot be read is told on standard error; the others are measured, and the "
-        "exit status\n"
+        "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
+        "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
         "is 1. Interrupted, the command writes neither file; the exit status is 130.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();

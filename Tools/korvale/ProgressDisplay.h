@@ -11,8 +11,8 @@
 /// The progress of all threads on standard error: bars at the place where the next output goes, which disappear before
 /// anything else is written there, or one line for each tenth of the outermost work.
 ///
-/// While bars are shown, the cursor stays at the beginning of the first one. So however a terminal breaks its lines
-/// again when its size changes, what is below the cursor is what has to be erased.
+/// While bars are shown, the cursor stays at the beginning of the first one. So however a terminal breaks its
+/// lines again when its size changes, what is below the cursor is what has to be erased.
 /// Threads: any.
 class ProgressDisplay
 {

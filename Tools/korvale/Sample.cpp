@@ -18,8 +18,7 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
         "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
         "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
         "has a line for each object of each plane: where it was drawn, how large and how bright.\n"
-        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is "
-        "written." );
+        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is written." );
     command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )
         ->type_name( "" )
         ->required();

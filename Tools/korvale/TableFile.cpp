@@ -1,5 +1,6 @@
 #include "TableFile.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XFileStream.h"
 #include "Core/XMemStream.h"
 
@@ -14,13 +15,12 @@ void WriteTableFile( const XPivotTable& inTable, WFile& ioFile )
 
 std::unique_ptr<XPivotTable> ReadTableFile( const std::filesystem::path& inPath )
 {
-    constexpr std::uint32_t kStreamIsCorrupted = 1005;
     XFileStream stream( inPath );
     stream.ReadStreamInfo();
     std::unique_ptr<XStorable> object( stream.ReadObject() );
     auto* const table = dynamic_cast<XPivotTable*>( object.get() );
     if ( !table || !stream.IsAtEOF() )
-        XThrow( kStreamIsCorrupted );
+        XThrow( kErrorStreamCorrupted );
     object.release();
     return std::unique_ptr<XPivotTable>( table );
 }

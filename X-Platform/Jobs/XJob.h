@@ -14,9 +14,8 @@ class XProgressStrategy;
 /// becomes the result code.
 ///
 /// Ownership: the queue's from `AttachJob` on. The progress strategy is not owned and outlives the job.
-/// Threads:   set the tag, the group and the strategy before the job is attached. Messages posted to a job
-///            (`XJobQueue::PostMessageJobs`) are heard on the main thread, perhaps while the body runs on its
-///            worker.
+/// Threads: set the tag, the group and the strategy before the job is attached. Messages posted to a job
+/// (`XJobQueue::PostMessageJobs`) are heard on the main thread, perhaps while the body runs on its worker.
 class KORVALE_API XJob : public XListener
 {
 public:

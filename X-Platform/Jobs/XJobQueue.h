@@ -22,10 +22,10 @@ class XString;
 /// wait for the job that the caller itself is the body of; a job must not wait for its own queue to be empty.
 ///
 /// Lifetime: the destructor stops the queue, waits for its running jobs and completes, on its own thread,
-///           what has not been completed. A queue must not be destroyed by one of its own jobs.
-/// Threads:  every operation may be called from any thread, from within jobs too.
-/// Errors:   waits throw 2701 when their time is over. They are checkpoints of the calling thread: its stop
-///           leaves them. What a job throws never reaches the queue's users.
+/// what has not been completed. A queue must not be destroyed by one of its own jobs.
+/// Threads: every operation may be called from any thread, from within jobs too.
+/// Errors: waits throw 2701 when their time is over. They are checkpoints of the calling thread: its stop
+/// leaves them. What a job throws never reaches the queue's users.
 class KORVALE_API XJobQueue : public XSpeaker, public XListener
 {
 public:

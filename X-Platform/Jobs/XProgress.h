@@ -9,7 +9,7 @@ class XProgressStrategy;
 /// on the stack of the working code:
 ///
 ///     XProgress progress( files.size() );
-///     for( const auto& file : files )
+///     for ( const auto& file : files )
 ///     {
 ///         Import( file ); // may report progress itself
 ///         progress.Increment();
@@ -23,8 +23,8 @@ class XProgressStrategy;
 /// is invalid: it shows nothing and is nothing but a checkpoint of its thread.
 ///
 /// Threads: belongs to the thread that made it; destroyed in reverse order of creation.
-/// Errors:  every operation that reports may throw 1001 (the user's abort), a stop of the thread (2702), and
-///          what the strategy throws.
+/// Errors: every operation that reports may throw 1001 (the user's abort), a stop of the thread (2702), and
+/// what the strategy throws.
 class KORVALE_API XProgress
 {
 public:

@@ -8,10 +8,9 @@ class XProgress;
 /// else. Each thread has a strategy of its own, or none (XProgress::SetProgressStrategy).
 ///
 /// Ownership: belongs to its thread's slot, which deletes it when the thread ends, or to whoever installs it
-///            for a while with an XProgressStrategyChanger.
-/// Threads:   used by the thread that it is installed on, and by no other.
-/// Errors:    what `ProgressDestroyed` throws is swallowed; what the others throw reaches the code that
-///            reports.
+/// for a while with an XProgressStrategyChanger.
+/// Threads: used by the thread that it is installed on, and by no other.
+/// Errors: what `ProgressDestroyed` throws is swallowed; what the others throw reaches the code that reports.
 class KORVALE_API XProgressStrategy
 {
 public:

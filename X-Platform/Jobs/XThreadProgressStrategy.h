@@ -8,7 +8,7 @@
 /// from 1; any other nested progress moves the bar of the one around it.
 ///
 /// Ownership: the speaker given is not owned and outlives the strategy.
-/// Threads:   reports on the thread that it is installed on; listeners hear by the rules of speakers.
+/// Threads: reports on the thread that it is installed on; listeners hear by the rules of speakers.
 class KORVALE_API XThreadProgressStrategy : public XProgressStrategy, public XSpeaker
 {
 public:

@@ -8,7 +8,7 @@
 /// view, and be taken out of it again without being lost. `WFileMapping` is the system's.
 ///
 /// Threads: one at a time.
-/// Errors:  1020 when the system refuses the view.
+/// Errors: 1020 when the system refuses the view.
 class KORVALE_API XFileMappingBase
 {
 public:

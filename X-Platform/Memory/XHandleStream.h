@@ -9,9 +9,9 @@
 /// A stream over the bytes of a handle, which are its extent. It begins at position 0; writing replaces bytes and then
 /// lengthens the handle.
 ///
-/// Ownership: the handle belongs to the caller and outlives the stream, which keeps it locked: it cannot be purged
-///            meanwhile, and has spare room at its end until the stream is closed.
-/// Errors:    1012 when the handle cannot grow, besides those of XStream.
+/// Ownership: the handle belongs to the caller and outlives the stream, which keeps it locked: it cannot be
+/// purged meanwhile, and has spare room at its end until the stream is closed.
+/// Errors: 1012 when the handle cannot grow, besides those of XStream.
 class KORVALE_API XHandleStream : public XStream
 {
 public:

@@ -2,7 +2,10 @@
 
 #include "Memory/XMemoryReservation.h"
 
-/// A piece of heap memory inside the manager's budget. Threads: the owner's. Errors: 1012. Internal to the library.
+/// A piece of heap memory inside the manager's budget.
+/// Internal to the library.
+/// Threads: the owner's.
+/// Errors: 1012.
 class XHeapMemory
 {
 public:

@@ -15,8 +15,8 @@ class XMappedStorage;
 /// purge writes it to a temporary file, from which later purges and reloads map it without copying.
 ///
 /// Threads: see XMemoryBlock.
-/// Errors:  1012 and 1020 when locking, for want of budget or because the system refuses the view or a permanent file
-///          has become too short; 1023, 2701 and what the disk refuses (1263, 1021) when purging.
+/// Errors: 1012 and 1020 when locking, for want of budget or because the system refuses the view or a
+/// permanent file has become too short; 1023, 2701 and what the disk refuses (1263, 1021) when purging.
 class KORVALE_API XMappedFileMemoryBlock : public XMemoryBlock
 {
 public:

@@ -5,8 +5,9 @@
 
 #include <memory>
 
-/// A mapping whose view counts against the manager's budget while it is there. Threads: the owner's. Internal to the
-/// library.
+/// A mapping whose view counts against the manager's budget while it is there.
+/// Internal to the library.
+/// Threads: the owner's.
 class XMappedStorage
 {
 public:

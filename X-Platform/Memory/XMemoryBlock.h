@@ -17,12 +17,12 @@ enum XByteSwapMode : std::uint32_t
 /// Bytes that handles share. What keeps the bytes is the kind's: plain heap memory, aligned heap memory, or a mapping
 /// that can be purged while nobody has it locked and comes back with the next lock.
 ///
-/// Ownership: the handles that reference a block own it together; the last one to unreference it deletes it. A block
-///            that no handle has referenced yet belongs to who made it.
-/// Threads:   the block's own mutex guards its lock count, its flags and its data. Reading and writing the bytes is the
-///            business of those who hold locks.
-/// Errors:    internal errors for locks that do not match. Locking may throw whatever bringing the data back throws:
-///            1012 when the budget has no room, 1020 when the bytes cannot be mapped.
+/// Ownership: the handles that reference a block own it together; the last one to unreference it deletes it.
+/// A block that no handle has referenced yet belongs to who made it.
+/// Threads: the block's own mutex guards its lock count, its flags and its data. Reading and writing the
+/// bytes is the business of those who hold locks.
+/// Errors: internal errors for locks that do not match. Locking may throw whatever bringing the data back
+/// throws: 1012 when the budget has no room, 1020 when the bytes cannot be mapped.
 class KORVALE_API XMemoryBlock : public XLockable
 {
 public:

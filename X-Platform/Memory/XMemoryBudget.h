@@ -4,8 +4,9 @@
 
 #include <atomic>
 
-/// The books of a memory budget: how many bytes may be in use, how many are and how many were at most. Threads: any.
+/// The books of a memory budget: how many bytes may be in use, how many are and how many were at most.
 /// Internal to the library.
+/// Threads: any.
 class XMemoryBudget
 {
 public:

@@ -18,10 +18,10 @@
 /// the old place until all of the handle's locks are gone.
 ///
 /// Ownership: handles own their block together.
-/// Threads:   any thread may lock, copy and change a handle; who writes keeps others out in another way.
-/// Errors:    1012 and 1020 where bytes cannot be had, 1013 for bytes outside the data; internal errors for a handle
-///            without a block ("itsBlock"), for data that is not locked ("locks > 0"), and for resizing what is
-///            ("locks == 0").
+/// Threads: any thread may lock, copy and change a handle; who writes keeps others out in another way.
+/// Errors: 1012 and 1020 where bytes cannot be had, 1013 for bytes outside the data; internal errors for a
+/// handle without a block ("itsBlock"), for data that is not locked ("locks > 0"), and for resizing what is
+/// ("locks == 0").
 class KORVALE_API XMemoryHandle : public XLockable, public XStorable
 {
 public:

@@ -22,12 +22,12 @@ class XPageHeap;
 /// One at a time: the process's manager is made when it is first asked for. A manager that is constructed takes its
 /// place until it is destroyed, which must not be before the blocks made meanwhile are gone.
 ///
-/// Threads: any. The memory mutex guards the list of purgeable blocks and is held while blocks are chosen and purged; the
-///          allocation mutex guards the list of listeners and is held while they are called and while blocks allocate
-///          from the heap. A thread may lock the memory mutex while it holds the allocation mutex, not the other way
-///          round. Blocks whose mutex another thread holds are passed over.
-/// Errors:  1012 where neither blocks nor listeners can free what is needed.
-/// Units:   bytes.
+/// Threads: any. The memory mutex guards the list of purgeable blocks and is held while blocks are chosen and
+/// purged; the allocation mutex guards the list of listeners and is held while they are called and while
+/// blocks allocate from the heap. A thread may lock the memory mutex while it holds the allocation mutex, not
+/// the other way round. Blocks whose mutex another thread holds are passed over.
+/// Errors: 1012 where neither blocks nor listeners can free what is needed.
+/// Units: bytes.
 class KORVALE_API XMemoryManager
 {
 public:

@@ -4,8 +4,9 @@
 
 class XMemoryManager;
 
-/// The share of the manager's budget that something in memory takes up, given back when the reservation goes. Threads:
-/// the owner's. Internal to the library.
+/// The share of the manager's budget that something in memory takes up, given back when the reservation goes.
+/// Internal to the library.
+/// Threads: the owner's.
 class XMemoryReservation
 {
 public:

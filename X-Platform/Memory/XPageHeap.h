@@ -6,7 +6,10 @@
 #include <memory>
 #include <unordered_map>
 
-/// Memory in whole pages, whose sizes it remembers. Threads: any. Errors: 1012. Internal to the library.
+/// Memory in whole pages, whose sizes it remembers.
+/// Internal to the library.
+/// Threads: any.
+/// Errors: 1012.
 class XPageHeap
 {
 public:

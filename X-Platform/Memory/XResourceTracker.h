@@ -5,7 +5,8 @@
 #include <map>
 #include <string>
 
-/// Counts what is allocated of each kind of resource, by the kind's name. Threads: any.
+/// Counts what is allocated of each kind of resource, by the kind's name.
+/// Threads: any.
 class KORVALE_API XResourceTracker
 {
 public:

@@ -16,10 +16,10 @@ class XSpeaker;
 /// hears on any thread, several at a time if it comes to that, and protects its own data.
 ///
 /// Lifetime:  may be destroyed at any time, from within its own `HandleMessage` too; it never hears anything
-///            afterwards. Where other threads may be calling it, the most derived class's destructor begins
-///            with `StopListening()`: the base's destructor makes the call as well, but runs when the derived
-///            members are gone already.
-/// Threads:   every operation may be called from any thread.
+/// afterwards. Where other threads may be calling it, the most derived class's destructor begins with
+/// `StopListening()`: the base's destructor makes the call as well, but runs when the derived members are
+/// gone already.
+/// Threads: every operation may be called from any thread.
 class KORVALE_API XListener
 {
 public:

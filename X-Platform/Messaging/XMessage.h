@@ -10,10 +10,10 @@ class XSpeaker;
 /// where two messages of its class can mean the same, `operator==` and `GetCoalesceKey`.
 ///
 /// Ownership: a message belongs to whoever made it. One that is queued for later is cloned, and the clone
-///            belongs to the queue until it is delivered or withdrawn.
-/// Threads:   a message is a value: one thread at a time. The queue calls `Clone` and `GetCoalesceKey` on the
-///            sender's thread, and there too, under a process-wide lock, `ShouldCoalesceQueueMessage` of a queued
-///            message: these only compute.
+/// belongs to the queue until it is delivered or withdrawn.
+/// Threads: a message is a value: one thread at a time. The queue calls `Clone` and `GetCoalesceKey` on the
+/// sender's thread, and there too, under a process-wide lock, `ShouldCoalesceQueueMessage` of a queued
+/// message: these only compute.
 class KORVALE_API XMessage
 {
 public:

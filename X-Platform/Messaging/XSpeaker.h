@@ -22,9 +22,9 @@ class XString;
 /// handlers on two threads that each speak through the other's speaker wait for each other for ever.
 ///
 /// Lifetime:  may be destroyed at any time: its listeners forget it and its queued messages are withdrawn.
-///            Where the main thread may be delivering its messages meanwhile, the most derived class's
-///            destructor begins with `StopSpeaking()`.
-/// Threads:   every operation may be called from any thread, except the drains.
+/// Where the main thread may be delivering its messages meanwhile, the most derived class's destructor begins
+/// with `StopSpeaking()`.
+/// Threads: every operation may be called from any thread, except the drains.
 class KORVALE_API XSpeaker
 {
 public:

@@ -1,6 +1,7 @@
 #include "Pivot/XPivotColumn.h"
 
 #include "Core/XClassRegistry.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Pivot/XPivotColumnIDRegistry.h"
 #include "Pivot/XPivotConversions.h"
@@ -307,11 +308,11 @@ XPivotColumnDescriptor XPivotColumn::ReadDescriptor( XStream& inStream, XOptions
     const XVersion version = inStream.PeekVersion();
     if ( XClassRegistry::IsRegistered( version ) &&
          !XClassRegistry::IsA( version, XPivotColumnDescriptor::GetClassVersion() ) )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     const std::unique_ptr<XStorable> object( inStream.ReadObject( inOptions ) );
     const auto* descriptor = dynamic_cast<const XPivotColumnDescriptor*>( object.get() );
     if ( !descriptor )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     return *descriptor;
 }
 
@@ -319,10 +320,10 @@ void XPivotColumn::ReadExists( XStream& inStream )
 {
     const std::uint32_t count = inStream.Read32();
     if ( count > kMaxRows )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     inStream.ReadCounted( itsExists, count );
     if ( !XAreExistsFlags( itsExists ) )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
 }
 
 void XPivotColumn::WriteRuns( XStream& inStream ) const
@@ -350,7 +351,7 @@ void XPivotColumn::ReadRuns( XStream& inStream )
         ReadSparseColumnDataSelf( inStream, found.start, found.length );
     }
     if ( finder.Next( run ) )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
 }
 
 void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun )
@@ -358,7 +359,7 @@ void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun )
     // A run outside the column is the class's own to report.
     if ( USize( inRun.start ) + inRun.length > itsExists.size() )
         ReadSparseColumnDataSelf( inStream, inRun.start, inRun.length );
-    XThrow( 1005 );
+    XThrow( kErrorStreamCorrupted );
 }
 
 // ---- Names of IDs

@@ -8,7 +8,8 @@
 /// What identifies a column: the quantity it holds, the channel it was measured in, and its units. A plain
 /// value.
 ///
-/// Threads: as a string. Errors: reading throws 1005, 1015 and what the stream throws.
+/// Threads: as a string.
+/// Errors: reading throws 1005, 1015 and what the stream throws.
 class KORVALE_API XPivotColumnDescriptor : public XStorable
 {
 public:

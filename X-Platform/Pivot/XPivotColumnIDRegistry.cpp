@@ -1,5 +1,7 @@
 #include "Pivot/XPivotColumnIDRegistry.h"
 
+#include "Core/XErrorNumbers.h"
+
 #include <mutex>
 #include <unordered_map>
 
@@ -40,7 +42,7 @@ XString XPivotColumnIDRegistry::GetName( XPivotColumnID inID )
 {
     const XString* name = FindName( inID );
     if ( !name )
-        XThrow( 3209 );
+        XThrow( kErrorUnknownColumnID );
     return *name;
 }
 

@@ -10,7 +10,8 @@ class XPivotColumn;
 /// several reductions pass over the rows once. Only present rows count. Sums are compensated: as near the
 /// exact sum as a left-to-right one, or nearer.
 ///
-/// Ownership: refers to the column, which outlives it unchanged. Threads: one at a time.
+/// Ownership: refers to the column, which outlives it unchanged.
+/// Threads: one at a time.
 class KORVALE_API XPivotColumnSummary
 {
 public:

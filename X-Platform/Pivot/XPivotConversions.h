@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Core/XNumberReader.h"
 #include "Core/XString.h"
@@ -35,7 +36,7 @@ inline double XReadPivotNumber( const XString& inText, bool inExists, double inD
 {
     const std::optional<double> number = XFindPivotNumber( inText );
     if ( !number && inExists )
-        XThrow( 1000 );
+        XThrow( kErrorNotANumber );
     return number.value_or( inDefault );
 }
 
@@ -58,8 +59,7 @@ T XReadPivotText( bool inExists, std::uint32_t inRefusal, const T& inDefault, TR
 
 inline XUUID XReadPivotUUID( const XString& inText, bool inExists, const XUUID& inDefault )
 {
-    constexpr std::uint32_t kNotAnIdentifier = 1026;
-    return XReadPivotText( inExists, kNotAnIdentifier, inDefault, [&] { return XUUID( inText ); } );
+    return XReadPivotText( inExists, kErrorUUIDText, inDefault, [&] { return XUUID( inText ); } );
 }
 
 /// A number as a column of `T` keeps it. Integers are cut off towards zero and held within their range, NaN

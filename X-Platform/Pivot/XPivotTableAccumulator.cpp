@@ -1,5 +1,6 @@
 #include "Pivot/XPivotTableAccumulator.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Pivot/XPivotAccumulators.h"
 
@@ -88,7 +89,7 @@ void XPivotTableAccumulator::ReadStream2( XStream& inStream, XOptions )
     {
         const std::uint8_t type = inStream.Read8();
         if ( type >= XAccumulatorManager::kTypes )
-            XThrow( 1005 );
+            XThrow( kErrorStreamCorrupted );
         read.AddType( static_cast<XPivotTableAccumulatorType>( type ) );
     }
     *this = read;

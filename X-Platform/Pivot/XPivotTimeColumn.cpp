@@ -1,5 +1,6 @@
 #include "Pivot/XPivotTimeColumn.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Pivot/XPivotComparison.h"
 #include "Pivot/XPivotConversions.h"
 
@@ -8,7 +9,6 @@
 
 namespace
 {
-constexpr std::uint32_t kNotATime = 1007;
 
 /// A count of microseconds: cut off towards zero and held within 64 bits.
 XTime ToTime( double inMicroSeconds )
@@ -47,7 +47,7 @@ void XPivotTimeColumn::SetData( double inValue, std::int32_t inRow, bool inExist
 void XPivotTimeColumn::SetData( const XString& inValue, std::int32_t inRow, bool inExists )
 {
     const auto read = [&] { return XTime( inValue, XString() ); };
-    SetValue( XReadPivotText( inExists, kNotATime, itsDefaultValue, read ), inRow, inExists );
+    SetValue( XReadPivotText( inExists, kErrorTimeRange, itsDefaultValue, read ), inRow, inExists );
 }
 
 double XPivotTimeColumn::GetDataFloat( std::uint32_t inRow ) const

@@ -1,5 +1,6 @@
 #include "Pivot/XPivotUnknownColumn.h"
 
+#include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Pivot/XPivotRuns.h"
 
@@ -95,7 +96,7 @@ void XPivotUnknownColumn::ReadStream2( XStream& inStream, XOptions inOptions )
     const std::uint32_t rowCount = inStream.Read32();
     const std::size_t flagCount = GetExistsVector().size();
     if ( rowCount > kMaxRows || ( flagCount != 0 && flagCount != rowCount ) )
-        XThrow( 1005 );
+        XThrow( kErrorStreamCorrupted );
     GetExists().clear(); // no row has a value, whatever the flags say
     itsRowCount = rowCount;
 }
@@ -110,6 +111,6 @@ void XPivotUnknownColumn::WriteStream2( XStream& inStream, XOptions inOptions ) 
 // There are no runs.
 void XPivotUnknownColumn::ReadSparseColumnDataSelf( XStream&, USize, USize )
 {
-    XThrow( 1005 );
+    XThrow( kErrorStreamCorrupted );
 }
 void XPivotUnknownColumn::WriteSparseColumnDataSelf( XStream&, USize, USize ) const {}

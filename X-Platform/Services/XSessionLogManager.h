@@ -22,7 +22,7 @@ class XSessionLogFile;
 /// One at a time; a second one is an internal error. Destroying it writes what is queued, and is done when no
 /// other thread can add entries any more.
 /// Threads: entries may be added from any thread.
-/// Errors:  none of the disk's are thrown. The thread that cannot be started throws the system's last error.
+/// Errors: none of the disk's are thrown. The thread that cannot be started throws the system's last error.
 class KORVALE_API XSessionLogManager : private XThread
 {
 public:
