@@ -1,10 +1,11 @@
-#include "Core/XStream.h"
-#include "Memory/XHandleCompression.h"
+// The stream form of a handle.
+
 #include "Memory/XMemoryHandle.h"
-#include "Threads/XLock.h"
 
 #include "Core/XErrorNumbers.h"
-// The stream form of a handle.
+#include "Core/XStream.h"
+#include "Memory/XHandleCompression.h"
+#include "Threads/XLock.h"
 
 namespace
 {

@@ -5,7 +5,6 @@
 #include "Core/XNumberReader.h"
 #include "Core/XString.h"
 #include "Core/XUUID.h"
-
 #include "WLocale.h"
 
 #include <algorithm>
