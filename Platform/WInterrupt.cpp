@@ -22,7 +22,8 @@ WInterrupt::~WInterrupt()
 {
     Close();
     itsWatcher.join();
-    GiveBack();
+    if ( !sIsTooLate )
+        GiveBack();
 }
 
 bool WInterrupt::IsRequested() noexcept

@@ -21,15 +21,16 @@ public:
         int exitStatus = 0;        ///< of a process that is ended at once
         int lateStatus = 0;        ///< the same, when its work had been done
         std::uint32_t graceMs = 0; ///< between the first interrupt and that end
-        std::function<void()>
-            last; ///< what is still done then, on a thread of its own; must not wait for anything
+        /// What is still done then, on a thread of its own; must not wait for anything.
+        std::function<void()> last;
     };
 
     explicit WInterrupt( Options inOptions );
     WInterrupt( const WInterrupt& ) = delete;
     WInterrupt& operator=( const WInterrupt& ) = delete;
 
-    /// Gives interrupts their former effect back.
+    /// Gives interrupts their former effect back, unless they come too late: then they must not end the process on
+    /// its last steps either.
     ~WInterrupt();
 
     /// Whether there has been an interrupt, in time.

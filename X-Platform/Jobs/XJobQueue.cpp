@@ -1,16 +1,13 @@
 #include "Jobs/XJobQueue.h"
 
-#include "Core/XErrorNumbers.h"
 #include "Core/XString.h"
 #include "Jobs/XHookCall.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobPool.h"
 #include "Jobs/XJobWaiter.h"
-#include "Jobs/XProgress.h"
 #include "Messaging/XMessage.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadLock.h"
-#include "WDeadline.h"
 
 #include <algorithm>
 #include <memory>
@@ -18,10 +15,6 @@
 
 namespace
 {
-
-constexpr std::int64_t kEveryTag = 0;
-constexpr std::uint32_t kProgressDelayMs = 2000;
-constexpr std::uint32_t kProgressSleepMs = 100; // between two looks for an abort
 
 /// The process's queues, in the order of their construction. Outlasts static queues.
 XVector<XJobQueue*>& GetJobQueues()
@@ -146,7 +139,7 @@ void XJobQueue::SetRunning( bool inIsRunning )
 void XJobQueue::AsyncStop()
 {
     SetRunning( false );
-    StopTaggedJobs( kEveryTag );
+    StopTaggedJobs( XJobSelector::EveryJob() );
 }
 
 void XJobQueue::Stop()
@@ -161,7 +154,7 @@ void XJobQueue::StopAllJobQueues()
     for ( XJobQueue* const queue : queues )
         queue->SetRunning( false );
     for ( XJobQueue* const queue : queues )
-        queue->AsyncStopTaggedJobs( kEveryTag );
+        queue->AsyncStopTaggedJobs( XJobSelector::EveryJob() );
     for ( XJobQueue* const queue : queues )
         queue->WaitUntilTerminated();
 }
@@ -414,12 +407,12 @@ void XJobQueue::SuspendTaggedJobs( const XJobSelector& inTags )
 
 void XJobQueue::AsyncSuspendAllJobs()
 {
-    AsyncSuspendTaggedJobs( kEveryTag );
+    AsyncSuspendTaggedJobs( XJobSelector::EveryJob() );
 }
 
 void XJobQueue::SuspendAllJobs()
 {
-    SuspendTaggedJobs( kEveryTag );
+    SuspendTaggedJobs( XJobSelector::EveryJob() );
 }
 
 void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
@@ -441,7 +434,7 @@ void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
 
 void XJobQueue::ResumeAllJobs()
 {
-    ResumeTaggedJobs( kEveryTag );
+    ResumeTaggedJobs( XJobSelector::EveryJob() );
 }
 
 // ---- Deleting
@@ -471,7 +464,7 @@ void XJobQueue::DeleteTaggedJobs( const XJobSelector& inTags )
 
 void XJobQueue::DeleteAllJobs()
 {
-    DeleteTaggedJobs( kEveryTag );
+    DeleteTaggedJobs( XJobSelector::EveryJob() );
 }
 
 void XJobQueue::DeleteJobGroup( std::int64_t inGroup )
@@ -508,129 +501,10 @@ void XJobQueue::PostMessageTaggedJobs( const XJobSelector& inTags, const XMessag
 
 void XJobQueue::PostMessageJobs( const XMessage& inMessage )
 {
-    PostMessageTaggedJobs( kEveryTag, inMessage );
+    PostMessageTaggedJobs( XJobSelector::EveryJob(), inMessage );
 }
 
-// ---- Waiting
-
-void XJobQueue::WaitForRunningJobs( const XJobSelector& inSelector )
-{
-    const XThreadLock lock( itsMutex );
-    while ( IsAnyRunning( inSelector ) )
-        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
-}
-
-void XJobQueue::WaitForTerminate()
-{
-    XAssert( !IsRunning() );
-    WaitUntilTerminated();
-}
-
-void XJobQueue::WaitUntilTerminated()
-{
-    WaitForRunningJobs( kEveryTag );
-    DeleteAllJobs();
-}
-
-/// Returns whether the queue is empty.
-bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
-{
-    const WDeadline deadline( inTimeoutMs );
-    const XThreadLock lock( itsMutex );
-    while ( GetWeight() > 0 )
-        if ( itsQueueEmpty.Sleep( itsMutex, deadline.GetMillisecondsLeft(), true ) )
-            return GetWeight() == 0;
-    return true;
-}
-
-void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
-{
-    if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
-        XThrow( kErrorTimedOut );
-    if ( XThread::IsMainThread() )
-        ProcessAllNextEventMessages();
-}
-
-void XJobQueue::WaitForQueueEmptyWithProgress()
-{
-    USize most = std::max<USize>( GetCurrentJobWeight(), 1 );
-    XProgress progress( most, XProgress::kProgressWait, kProgressDelayMs );
-    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
-    {
-        const USize left = GetCurrentJobWeight();
-        most = std::max( most, left );
-        progress.SetMaxProgress( most );
-        progress.SetProgress( static_cast<double>( most - left ) );
-        progress.YieldAndCheckAbort();
-    }
-    WaitForQueueEmpty();
-}
-
-void XJobQueue::WaitForQueueEmptyWithIndeterminateProgress()
-{
-    XProgress progress( 1, XProgress::kProgressWait, kProgressDelayMs );
-    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
-    {
-        progress.SetProgressIndeterminate();
-        progress.YieldAndCheckAbort();
-    }
-    WaitForQueueEmpty();
-}
-
-void XJobQueue::WaitForFreeWorkerThread()
-{
-    const USize workerCount = XJobPool::GetSize();
-    const XThreadLock lock( itsMutex );
-    while ( itsQueuedJobs.size() + itsRunningJobs.size() >= workerCount )
-        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
-}
-
-void XJobQueue::WaitForJobWeightUnderCommit( double inCommit )
-{
-    const double limit = static_cast<double>( XJobPool::GetSize() ) * inCommit;
-    const XThreadLock lock( itsMutex );
-    while ( static_cast<double>( GetWeight() ) >= limit )
-        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
-}
-
-// ---- Counts
-
-USize XJobQueue::GetJobCount() const
-{
-    const XThreadLock lock( itsMutex );
-    return GetWeight() + itsFinishedJobs.size();
-}
-
-USize XJobQueue::GetQueuedJobCount() const
-{
-    const XThreadLock lock( itsMutex );
-    return itsQueuedJobs.size();
-}
-
-USize XJobQueue::GetRunningJobCount() const
-{
-    const XThreadLock lock( itsMutex );
-    return itsRunningJobs.size();
-}
-
-USize XJobQueue::GetSuspendedJobCount() const
-{
-    const XThreadLock lock( itsMutex );
-    return itsSuspendedJobs.size();
-}
-
-USize XJobQueue::GetCurrentJobWeight() const
-{
-    const XThreadLock lock( itsMutex );
-    return GetWeight();
-}
-
-USize XJobQueue::GetFreeWorkerThreadsCount() const
-{
-    const USize workerCount = XJobPool::GetSize();
-    const XThreadLock lock( itsMutex );
-    return workerCount - std::min( workerCount, itsQueuedJobs.size() + itsRunningJobs.size() );
-}
+// ---- Status
 
 XString XJobQueue::GetDebugStatus()
 {

@@ -18,6 +18,8 @@ public:
     /// The list has to outlive the selector.
     XJobSelector( const XVector<std::int64_t>& inTags );
 
+    static XJobSelector EveryJob() { return { kEveryJob, 0 }; }
+
     /// Jobs of exactly this group; 0 selects those without one.
     static XJobSelector ForGroup( std::int64_t inGroup );
 

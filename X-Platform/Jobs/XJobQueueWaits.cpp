@@ -1,0 +1,140 @@
+// Waiting for the jobs of a queue, and counting them.
+
+#include "Jobs/XJobQueue.h"
+
+#include "Core/XErrorNumbers.h"
+#include "Jobs/XJobPool.h"
+#include "Jobs/XProgress.h"
+#include "Threads/XThreadLock.h"
+#include "WDeadline.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr std::uint32_t kProgressDelayMs = 2000;
+constexpr std::uint32_t kProgressSleepMs = 100; // between two looks for an abort
+
+} // namespace
+
+// ---- Waiting
+
+void XJobQueue::WaitForRunningJobs( const XJobSelector& inSelector )
+{
+    const XThreadLock lock( itsMutex );
+    while ( IsAnyRunning( inSelector ) )
+        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
+}
+
+void XJobQueue::WaitForTerminate()
+{
+    XAssert( !IsRunning() );
+    WaitUntilTerminated();
+}
+
+void XJobQueue::WaitUntilTerminated()
+{
+    WaitForRunningJobs( XJobSelector::EveryJob() );
+    DeleteAllJobs();
+}
+
+/// Returns whether the queue is empty.
+bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
+{
+    const WDeadline deadline( inTimeoutMs );
+    const XThreadLock lock( itsMutex );
+    while ( GetWeight() > 0 )
+        if ( itsQueueEmpty.Sleep( itsMutex, deadline.GetMillisecondsLeft(), true ) )
+            return GetWeight() == 0;
+    return true;
+}
+
+void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
+{
+    if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
+        XThrow( kErrorTimedOut );
+    if ( XThread::IsMainThread() )
+        ProcessAllNextEventMessages();
+}
+
+void XJobQueue::WaitForQueueEmptyWithProgress()
+{
+    USize most = std::max<USize>( GetCurrentJobWeight(), 1 );
+    XProgress progress( most, XProgress::kProgressWait, kProgressDelayMs );
+    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
+    {
+        const USize left = GetCurrentJobWeight();
+        most = std::max( most, left );
+        progress.SetMaxProgress( most );
+        progress.SetProgress( static_cast<double>( most - left ) );
+        progress.YieldAndCheckAbort();
+    }
+    WaitForQueueEmpty();
+}
+
+void XJobQueue::WaitForQueueEmptyWithIndeterminateProgress()
+{
+    XProgress progress( 1, XProgress::kProgressWait, kProgressDelayMs );
+    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
+    {
+        progress.SetProgressIndeterminate();
+        progress.YieldAndCheckAbort();
+    }
+    WaitForQueueEmpty();
+}
+
+void XJobQueue::WaitForFreeWorkerThread()
+{
+    const USize workerCount = XJobPool::GetSize();
+    const XThreadLock lock( itsMutex );
+    while ( itsQueuedJobs.size() + itsRunningJobs.size() >= workerCount )
+        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
+}
+
+void XJobQueue::WaitForJobWeightUnderCommit( double inCommit )
+{
+    const double limit = static_cast<double>( XJobPool::GetSize() ) * inCommit;
+    const XThreadLock lock( itsMutex );
+    while ( static_cast<double>( GetWeight() ) >= limit )
+        itsJobFinished.Wait( itsMutex, kNoTimeout, true );
+}
+
+// ---- Counts
+
+USize XJobQueue::GetJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return GetWeight() + itsFinishedJobs.size();
+}
+
+USize XJobQueue::GetQueuedJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsQueuedJobs.size();
+}
+
+USize XJobQueue::GetRunningJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsRunningJobs.size();
+}
+
+USize XJobQueue::GetSuspendedJobCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsSuspendedJobs.size();
+}
+
+USize XJobQueue::GetCurrentJobWeight() const
+{
+    const XThreadLock lock( itsMutex );
+    return GetWeight();
+}
+
+USize XJobQueue::GetFreeWorkerThreadsCount() const
+{
+    const USize workerCount = XJobPool::GetSize();
+    const XThreadLock lock( itsMutex );
+    return workerCount - std::min( workerCount, itsQueuedJobs.size() + itsRunningJobs.size() );
+}
