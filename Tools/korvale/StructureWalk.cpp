@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Core/XClassRegistry.h"
+#include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Core/XTime.h"
 #include "Core/XUUID.h"
@@ -15,8 +16,6 @@
 
 namespace
 {
-constexpr std::uint32_t kEndOfFile = 1260, kStreamIsCorrupted = 1005;
-
 std::string Quote( const XString& inText )
 {
     constexpr std::size_t kMostBytes = 200; // A damaged length can make a text of the whole file.
@@ -113,7 +112,8 @@ std::string StructureWalk::WalkOnce()
     }
     catch ( const XException& exception )
     {
-        if ( exception.GetErrorNumber() != kEndOfFile && exception.GetErrorNumber() != kStreamIsCorrupted )
+        if ( exception.GetErrorNumber() != kErrorEndOfFile &&
+             exception.GetErrorNumber() != kErrorStreamCorrupted )
             throw;
         return "at offset " + std::to_string( itsFieldOffset ) + ": the file ends within " + itsField;
     }
