@@ -7,7 +7,7 @@
 class KORVALE_API WMemoryManager : public XMemoryManager
 {
 public:
-    WMemoryManager() = default;
+    explicit WMemoryManager( XRole inRole = kStandIn ) : XMemoryManager( inRole ) {}
 
     bool QueryRegionInfo(
         std::uint64_t inAddress, std::uint64_t& outBase, std::uint64_t& outSize, XRegionState& outState,

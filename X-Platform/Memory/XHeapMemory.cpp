@@ -1,9 +1,7 @@
 #include "Memory/XHeapMemory.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Memory/XMemoryManager.h"
+#include "Memory/XAllocateWithRetry.h"
 #include "Memory/XResourceTracker.h"
-#include "Threads/XThreadLock.h"
 
 #include <algorithm>
 
@@ -42,9 +40,14 @@ void XHeapMemory::Reallocate( USize64 inSize )
 {
     const USize64 before = itsReservation.GetBytes();
     itsReservation.Set( std::max( before, inSize ) );
+    const auto allocate = [&]
+    {
+        return itsData ? itsManager.ReallocateHeap( itsData, before, inSize, itsAlignment )
+                       : itsManager.AllocateHeap( inSize, itsAlignment );
+    };
     try
     {
-        itsData = AllocateWithRetry( before, inSize );
+        itsData = XAllocateWithRetry( itsManager, inSize, allocate );
     }
     catch ( ... )
     {
@@ -52,25 +55,6 @@ void XHeapMemory::Reallocate( USize64 inSize )
         throw;
     }
     itsReservation.Set( inSize );
-}
-
-void* XHeapMemory::AllocateWithRetry( USize64 inOldSize, USize64 inSize )
-{
-    const XThreadLock lock( itsManager.GetAllocationMutex() );
-    const auto allocate = [&]
-    {
-        return itsData ? itsManager.ReallocateHeap( itsData, inOldSize, inSize, itsAlignment )
-                       : itsManager.AllocateHeap( inSize, itsAlignment );
-    };
-    void* data = allocate();
-    if ( !data )
-    {
-        itsManager.FreeMemory( inSize );
-        data = allocate();
-    }
-    if ( !data )
-        XThrow( kErrorOutOfMemory );
-    return data;
 }
 
 void XHeapMemory::Free()

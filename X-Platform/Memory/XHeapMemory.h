@@ -29,7 +29,6 @@ public:
 
 private:
     void Reallocate( USize64 inSize );
-    void* AllocateWithRetry( USize64 inOldSize, USize64 inSize );
 
     XMemoryManager& itsManager;
     XMemoryReservation itsReservation;

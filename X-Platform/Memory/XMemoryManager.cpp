@@ -23,7 +23,7 @@
 namespace
 {
 
-std::atomic<XMemoryManager*> sManager = nullptr;
+std::atomic<XMemoryManager*> sStandIn = nullptr; // the one constructed last
 
 USize64 GetDefaultBudget()
 {
@@ -37,24 +37,27 @@ USize64 AlignUp( USize64 inSize, USize64 inUnit )
 
 } // namespace
 
-XMemoryManager::XMemoryManager()
-    : itsPrevious( sManager.load() ), itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
+XMemoryManager::XMemoryManager( XRole inRole )
+    : itsPrevious( sStandIn.load() ), itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
       itsPageHeap( std::make_unique<XPageHeap>( *this ) )
 {
-    sManager = this;
+    if ( inRole == kStandIn )
+        sStandIn = this;
 }
 
 XMemoryManager::~XMemoryManager()
 {
-    sManager = itsPrevious;
+    if ( sStandIn == this )
+        sStandIn = itsPrevious;
 }
 
-/// The process's manager lives until the process ends, since blocks may live as long.
+/// The process's manager lives until the process ends, since blocks may live as long. No thread sees it before it is
+/// complete.
 XMemoryManager* XMemoryManager::GetManager()
 {
-    if ( XMemoryManager* manager = sManager.load( std::memory_order_acquire ) )
+    if ( XMemoryManager* manager = sStandIn.load( std::memory_order_acquire ) )
         return manager;
-    static XMemoryManager* const sOwn = new WMemoryManager;
+    static XMemoryManager* const sOwn = new WMemoryManager( kProcessManager );
     return sOwn;
 }
 

@@ -19,8 +19,9 @@ class XPageHeap;
 /// Keeps the memory of the process's blocks inside a budget and frees memory and address space when they run short, by
 /// purging blocks that nobody has locked and then by asking its listeners.
 ///
-/// One at a time: the process's manager is made when it is first asked for. A manager that is constructed takes its
-/// place until it is destroyed, which must not be before the blocks made meanwhile are gone.
+/// One at a time: the process's manager is made when it is first asked for. A stand-in that is constructed takes its
+/// place until it is destroyed, which must not be before the blocks made meanwhile are gone; no other thread may use
+/// the manager while a stand-in comes or goes.
 ///
 /// Threads: any. The memory mutex guards the list of purgeable blocks and is held while blocks are chosen and
 /// purged; the allocation mutex guards the list of listeners and is held while they are called and while
@@ -36,6 +37,13 @@ public:
         kRegionFree = 0,
         kRegionReserved = 1,
         kRegionInUse = 2
+    };
+
+    /// Whether a manager is the process's own or takes its place while it lives.
+    enum XRole : std::uint32_t
+    {
+        kProcessManager,
+        kStandIn
     };
 
     /// Bits of the flags of `FreeMemory`.
@@ -177,7 +185,7 @@ public:
     virtual std::shared_ptr<WFile> MakeTemporaryFile() = 0;
 
 protected:
-    XMemoryManager();
+    explicit XMemoryManager( XRole inRole );
 
     /// Frees by the purge policy: the oldest block that frees enough or opens a large enough hole, else a run of
     /// neighbours that does.

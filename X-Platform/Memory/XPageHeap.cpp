@@ -1,7 +1,7 @@
 #include "Memory/XPageHeap.h"
 
 #include "Core/XErrorNumbers.h"
-#include "Memory/XMemoryManager.h"
+#include "Memory/XAllocateWithRetry.h"
 #include "Threads/XThreadLock.h"
 #include "WPages.h"
 
@@ -26,27 +26,12 @@ XPageHeap::~XPageHeap()
         WPages::Free( const_cast<void*>( memory ), GetPaddedSize( piece.size ) );
 }
 
-template<class Allocator>
-void* XPageHeap::AllocateWithRetry( USize64 inSize, Allocator inAllocate )
-{
-    const XThreadLock lock( itsManager.GetAllocationMutex() );
-    void* memory = inAllocate();
-    if ( !memory )
-    {
-        itsManager.FreeMemory( inSize );
-        memory = inAllocate();
-    }
-    if ( !memory )
-        XThrow( kErrorOutOfMemory );
-    return memory;
-}
-
 void* XPageHeap::Allocate( USize64 inSize )
 {
     const USize64 size = GetPaddedSize( inSize );
     auto reservation = std::make_unique<XMemoryReservation>( itsManager );
     reservation->Set( size );
-    void* memory = AllocateWithRetry( size, [&] { return WPages::Allocate( size ); } );
+    void* memory = XAllocateWithRetry( itsManager, size, [&] { return WPages::Allocate( size ); } );
     const XThreadLock lock( itsMutex );
     itsPieces.emplace( memory, XPiece{ inSize, std::move( reservation ) } );
     return memory;
@@ -63,7 +48,8 @@ void* XPageHeap::Reallocate( void* inMemory, USize64 inSize )
     void* memory = nullptr;
     try
     {
-        memory = AllocateWithRetry( size, [&] { return WPages::Resize( inMemory, oldSize, size ); } );
+        memory =
+            XAllocateWithRetry( itsManager, size, [&] { return WPages::Resize( inMemory, oldSize, size ); } );
     }
     catch ( ... )
     {

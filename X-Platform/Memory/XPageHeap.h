@@ -30,10 +30,6 @@ private:
         std::unique_ptr<XMemoryReservation> reservation;
     };
 
-    /// Tries once more after the manager has freed memory.
-    template<class Allocator>
-    void* AllocateWithRetry( USize64 inSize, Allocator inAllocate );
-
     XMemoryReservation& GetReservation( const void* inMemory );
     XPiece& GetPiece( const void* inMemory ); // under the mutex
 

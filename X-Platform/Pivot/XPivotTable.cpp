@@ -66,8 +66,6 @@ std::unique_ptr<XPivotColumn> XPivotTable::RemoveColumn( std::uint32_t inIndex )
     XAssert( inIndex < GetNumColumns() );
     std::unique_ptr<XPivotColumn> column = std::move( itsColumns[inIndex] );
     itsColumns.erase( itsColumns.begin() + inIndex );
-    XPivotTable none;
-    column->SetTable( none ); // lets go of the columns of this table
     column->itsTable = nullptr;
     BindColumns();
     return column;

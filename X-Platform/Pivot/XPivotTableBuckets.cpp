@@ -77,8 +77,8 @@ XPivotStringColumn& XPivotTable::BucketsGather( std::uint32_t inColumn, const XV
 XPivotStringColumn&
 XPivotTable::BucketsGather( std::uint32_t inColumn, const XVector<XString>& inTexts, const XString& inBucket )
 {
-    const XPivotStringColumn* found = FindBuckets( inColumn );
-    XPivotStringColumn& buckets = found ? *FindBuckets( inColumn ) : AddBuckets( inColumn );
+    XPivotStringColumn* found = FindBuckets( inColumn );
+    XPivotStringColumn& buckets = found ? *found : AddBuckets( inColumn );
     const XPivotColumn& column = GetColumn( inColumn );
     XVector<XString> texts = inTexts;
     std::ranges::sort( texts, std::less<XString>() );
