@@ -10,8 +10,8 @@ TEST( PageMeasurement, MeasuresEveryChannelOfAnObject )
     // Channel 2 finds the objects; two samples a pixel.
     const auto page = MakePage<std::uint16_t>( 3, { 7, 0, 10, 9, 65535, 9, 5, 0, 20, 9, 1, 0 }, 2 );
     MeasureSettings settings;
-    settings.channel = 1;
-    settings.threshold = 1;
+    settings.objects.channel = 1;
+    settings.objects.threshold = 1;
     const auto result = MeasurePage( page, settings );
     ASSERT_EQ( result.shapes.size(), 1u );
     ASSERT_EQ( result.statistics.size(), 2u );
@@ -30,21 +30,21 @@ TEST( PageMeasurement, SumsFloatsExactly )
 {
     const auto page = MakePage<float>( 4, { 1e30f, 1.0f, -1e30f, 2.0f } );
     MeasureSettings settings;
-    settings.threshold = -1e35;
+    settings.objects.threshold = -1e35;
     const auto result = MeasurePage( page, settings );
     EXPECT_EQ( result.statistics.at( 0 ).sum, 3 );
     EXPECT_EQ( result.statistics[0].mean, 0.75 );
 
     // A large offset leaves nothing of the deviations in sums of squares.
     const auto high = MakePage<float>( 4, { 16777214.0f, 16777215.0f, 16777214.0f, 16777215.0f } );
-    settings.threshold = 0;
+    settings.objects.threshold = 0;
     EXPECT_EQ( MeasurePage( high, settings ).statistics.at( 0 ).standardDeviation, 0.5 );
 }
 
 TEST( PageMeasurement, RefusesAChannelThatIsNotThere )
 {
     MeasureSettings settings;
-    settings.channel = 1;
+    settings.objects.channel = 1;
     EXPECT_THROW( MeasurePage( MakePage<std::uint8_t>( 1, { 1, 2 } ), settings ), WImageError );
 }
 

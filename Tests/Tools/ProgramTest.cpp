@@ -118,6 +118,8 @@ TEST_F( Program, RefusesWrongUsage )
         { "measure", image, "--csv", "" },
         { "measure", image, "--log", "" },
         { "measure", image, "--workers", "0" },
+        { "measure", image, "--inside", "x" },
+        { "measure", image, "--inside-channel", "C1" },
         { "measure", image, "-o", Name( "same" ), "--csv", Name( "./same" ) },
         { "measure", image, "--csv", image },
         { "sample", Name( "s" ), "--planes", "0" },
@@ -163,7 +165,7 @@ TEST_F( Program, GoesOnBehindPagesThatFail )
     const auto csv = itsFolder.Read( "out.csv" );
     EXPECT_EQ( std::ranges::count( csv, '\n' ), 3 );
     EXPECT_NE( csv.find( "\n1,stack.tif,0," ), std::string::npos );
-    EXPECT_NE( csv.find( "\n1,stack.tif,2," ), std::string::npos );
+    EXPECT_NE( csv.find( "\n2,stack.tif,2," ), std::string::npos );
 
     EXPECT_EQ( Run( { "measure", image, "--channel", "C3", "--csv", Name( "none.csv" ) } ), 1 );
     EXPECT_FALSE( std::filesystem::exists( itsFolder / "none.csv" ) );

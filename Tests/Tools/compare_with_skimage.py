@@ -70,25 +70,55 @@ def read_pages(path: pathlib.Path) -> list[np.ndarray]:
     return [page if page.ndim == 3 else page[..., np.newaxis] for page in pages]
 
 
-def measure_page(page: np.ndarray, channel: int, threshold, connectivity: int) -> list[dict]:
-    plane = page[..., channel]
-    level = skimage.filters.threshold_otsu(plane) if threshold is None else threshold
-    labels = skimage.measure.label(plane > level, connectivity=1 if connectivity == 4 else 2)
-    padded = np.pad(labels, 1)
-    rows = []
+def measure_region(page: np.ndarray, labels: np.ndarray, region) -> dict:
+    top, left, bottom, right = region.bbox
+    inside = np.pad(labels, 1)[top:bottom + 2, left:right + 2] == region.label
+    edges = np.count_nonzero(np.diff(inside, axis=0)) + np.count_nonzero(np.diff(inside, axis=1))
+    row = {"Pixel Count": region.area, "Centroid Y": region.centroid[0], "Centroid X": region.centroid[1],
+           "X Location": left, "Y Location": top, "Bounds X": right - left, "Bounds Y": bottom - top,
+           "Perimeter": edges}
+    for index in range(page.shape[2]):
+        samples = page[top:bottom, left:right, index][region.image].astype(np.float64)
+        name = f" (C{index + 1})"
+        row |= {"Min" + name: samples.min(), "Max" + name: samples.max(), "Mean" + name: samples.mean(),
+                "Standard Deviation" + name: samples.std(), "Sum" + name: samples.sum()}
+    return row
+
+
+def find_level(samples: np.ndarray, threshold) -> float:
+    return skimage.filters.threshold_otsu(samples) if threshold in (None, "otsu") else threshold
+
+
+def find_inside(plane: np.ndarray, labels: np.ndarray, threshold) -> np.ndarray:
+    """The pixels of objects above the threshold of their object."""
+    mask = np.zeros(labels.shape, bool)
     for region in skimage.measure.regionprops(labels):
-        top, left, bottom, right = region.bbox
-        inside = padded[top:bottom + 2, left:right + 2] == region.label
-        edges = np.count_nonzero(np.diff(inside, axis=0)) + np.count_nonzero(np.diff(inside, axis=1))
-        row = {"ID": region.label, "Pixel Count": region.area, "Centroid Y": region.centroid[0],
-               "Centroid X": region.centroid[1], "X Location": left, "Y Location": top, "Bounds X": right - left,
-               "Bounds Y": bottom - top, "Perimeter": edges}
-        for index in range(page.shape[2]):
-            samples = page[..., index][labels == region.label].astype(np.float64)
-            name = f" (C{index + 1})"
-            row |= {"Min" + name: samples.min(), "Max" + name: samples.max(), "Mean" + name: samples.mean(),
-                    "Standard Deviation" + name: samples.std(), "Sum" + name: samples.sum()}
-        rows.append(row)
+        samples = plane[region.slice]
+        mask[region.slice] |= region.image & (samples > find_level(samples[region.image], threshold))
+    return mask
+
+
+def measure_page(page: np.ndarray, channel: int, threshold, connectivity: int, inside=None) -> list[dict]:
+    """The objects, then those inside them, each with the place of its parent."""
+    plane = page[..., channel]
+    rank = 1 if connectivity == 4 else 2
+    labels = skimage.measure.label(plane > find_level(plane, threshold), connectivity=rank)
+    rows = [measure_region(page, labels, region) | {"Parent": None} for region in skimage.measure.regionprops(labels)]
+    if inside is None:
+        return rows
+    inner = skimage.measure.label(find_inside(plane, labels, inside), connectivity=rank)
+    return rows + [measure_region(page, inner, region) | {"Parent": int(labels[tuple(region.coords[0])])}
+                   for region in skimage.measure.regionprops(inner)]
+
+
+def measure_image(path: pathlib.Path, **options) -> list[dict]:
+    rows = []
+    for number, page in enumerate(read_pages(path)):
+        first = len(rows)
+        for row in measure_page(page, **options):
+            parent = row.pop("Parent")
+            row |= {"Timepoint": number, "ID": len(rows) + 1, "Parent ID": parent and first + parent}
+            rows.append(row)
     return rows
 
 
@@ -98,29 +128,41 @@ def differs(ours: float, theirs: float, scale: float) -> bool:
     return abs(ours - theirs) > TOLERANCE * max(abs(theirs), scale)
 
 
-def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, connectivity: int = 8) -> list[str]:
+def measure_ours(korvale: str, path: pathlib.Path, *options: str) -> list[dict]:
     with tempfile.TemporaryDirectory() as folder:
         output = pathlib.Path(folder) / "out.csv"
-        subprocess.run([korvale, "measure", str(path), "--csv", str(output), "--quiet", "--channel", f"C{channel + 1}",
-                        "--threshold", "otsu" if threshold is None else repr(threshold),
-                        "--connectivity", str(connectivity)], check=True)
+        subprocess.run([korvale, "measure", str(path), "--csv", str(output), "--quiet", *options], check=True)
         with open(output, encoding="utf-8", newline="") as file:
-            ours = list(csv.DictReader(file))
+            return list(csv.DictReader(file))
 
-    theirs = [row | {"Timepoint": number} for number, page in enumerate(read_pages(path))
-              for row in measure_page(page, channel, threshold, connectivity)]
+
+def compare_row(our: dict, their: dict) -> list[str]:
+    faults = []
+    for name, value in their.items():
+        # Deviations of nearly equal samples are differences of rounding in the peer.
+        scale = abs(their["Mean" + name[len("Standard Deviation"):]]) if name.startswith("Standard") else 0
+        if name == "Parent ID" and value is None:
+            if our.get(name):
+                faults.append(f"object {their['ID']} has the parent {our[name]}")
+        elif differs(float(our[name]), float(value), scale * 1e-6):
+            faults.append(f"object {their['ID']} of page {their['Timepoint']}: {name} {our[name]}, not {value}")
+    return faults
+
+
+def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, connectivity: int = 8,
+            inside=None) -> list[str]:
+    options = ["--channel", f"C{channel + 1}", "--threshold", "otsu" if threshold is None else repr(threshold),
+               "--connectivity", str(connectivity)]
+    ours = measure_ours(korvale, path, *options, *([] if inside is None else ["--inside", str(inside)]))
+    theirs = measure_image(path, channel=channel, threshold=threshold, connectivity=connectivity, inside=inside)
     faults = []
     if len(ours) != len(theirs):
         faults.append(f"{len(ours)} objects, not {len(theirs)}")
     for our, their in zip(ours, theirs):
-        for name, value in their.items():
-            # Deviations of nearly equal samples are differences of rounding in the peer.
-            scale = abs(their["Mean" + name[len("Standard Deviation"):]]) if name.startswith("Standard") else 0
-            if differs(float(our[name]), float(value), scale * 1e-6):
-                faults.append(f"object {their['ID']} of page {their['Timepoint']}: {name} {our[name]}, not {value}")
+        faults += compare_row(our, their)
         if our["Name"] != path.name:
             faults.append(f"name {our['Name']}")
-    print(f"{path.name}, C{channel + 1}, {threshold or 'otsu'}, {connectivity}: {len(ours)} objects, "
+    print(f"{path.name}, C{channel + 1}, {threshold or 'otsu'}, {connectivity}, inside {inside}: {len(ours)} objects, "
           f"{len(faults)} faults", flush=True)
     return faults
 
@@ -130,10 +172,7 @@ def compare_area(korvale: str, path: pathlib.Path) -> list[str]:
         tags = file.pages[0].tags
         x, y = (tags[name].value for name in ("XResolution", "YResolution"))
     pixel = 1e4 * x[1] / x[0] * 1e4 * y[1] / y[0]
-    with tempfile.TemporaryDirectory() as folder:
-        output = pathlib.Path(folder) / "out.csv"
-        subprocess.run([korvale, "measure", str(path), "--csv", str(output), "-q"], check=True)
-        rows = list(csv.DictReader(open(output, encoding="utf-8")))
+    rows = measure_ours(korvale, path)
     return [f"area {row['Area (µm²)']}" for row in rows
             if differs(float(row["Area (µm²)"]), float(row["Pixel Count"]) * pixel, 0)]
 
@@ -155,6 +194,12 @@ def main() -> int:
             faults += compare(korvale, folder / "channels.tif", channel=3)
             faults += compare(korvale, DATA / "ihc.png", channel=2, threshold=128.5)
             faults += compare(korvale, folder / "float.tif", threshold=1.0)
+            for path in (DATA / "coins.png", DATA / "ihc.png", DATA / "multipage.tif", folder / "stack16.tif",
+                         folder / "noise8.tif", folder / "float.tif"):
+                for connectivity in (8, 4):
+                    faults += compare(korvale, path, connectivity=connectivity, inside="otsu")
+            faults += compare(korvale, DATA / "coins.png", inside=150)
+            faults += compare(korvale, DATA / "ihc.png", channel=1, inside=190.5)
             faults += compare_area(korvale, folder / "resolution.tif")
     for fault in faults[:50]:
         print(fault)

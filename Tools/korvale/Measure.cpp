@@ -78,10 +78,12 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
     command->footer(
         "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page is one\n"
         "time point, counted from 0; the samples of a pixel are the channels C1, C2, ...\n"
-        "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, numbered\n"
-        "from 1 in each page by their first pixel, row by row. Centroid, location and bounds are in pixels and the\n"
+        "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, in each page\n"
+        "in the order of their first pixel, row by row; the ID numbers all of a table from 1. Centroid, location and bounds are in pixels and the\n"
         "first pixel is 0; the perimeter counts the edges of pixels; areas are given where the image tells the size of\n"
         "its pixels. The standard deviation is that of all the object's pixels.\n"
+        "With --inside the connected pixels above a second threshold are found inside every object and are rows of their\n"
+        "own, after the objects of their page; Parent ID is the ID of the object that they lie in.\n"
         "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
         "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
         "is 1. Interrupted, the command writes neither file; the exit status is 130.\n"
@@ -108,6 +110,23 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
     command->add_option( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
         ->type_name( "N" )
         ->check( CheckWholeNumber )
+        ->capture_default_str();
+    command
+        ->add_option(
+            "--inside", itsInside,
+            "Find objects inside objects: otsu (chosen for each object by itself) or a value" )
+        ->type_name( "otsu|VALUE" )
+        ->check( CheckThreshold );
+    command
+        ->add_option(
+            "--inside-channel", itsInsideChannel, "Channel that tells inner objects [that of --channel]" )
+        ->type_name( "Cn" )
+        ->check( CheckChannel )
+        ->needs( "--inside" );
+    command->add_option( "--inside-min-pixels", itsInsideLeastPixels, "Leave out smaller inner objects" )
+        ->type_name( "N" )
+        ->check( CheckWholeNumber )
+        ->needs( "--inside" )
         ->capture_default_str();
     command->add_option( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
         ->type_name( "N" )
@@ -140,17 +159,20 @@ int Measure::Run( Session& ioSession )
     const auto table = WriteTable( measurements );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
-        PrintSummary( measurements, table, GetSettings().channel, ioSession.out );
+        PrintSummary( measurements, table, GetSettings().objects.channel, ioSession.out );
     return measurer.HasFailures() ? kFailure : kSuccess;
 }
 
 MeasureSettings Measure::GetSettings() const
 {
     MeasureSettings settings;
-    settings.channel = *ParseChannel( itsChannel );
-    settings.threshold = ParseNumber<double>( itsThreshold );
+    settings.objects = { *ParseChannel( itsChannel ), ParseNumber<double>( itsThreshold ), itsLeastPixels };
     settings.connectivity = itsConnectivity == 4 ? Connectivity::kEdges : Connectivity::kEdgesAndCorners;
-    settings.leastPixels = itsLeastPixels;
+    if ( itsInside.empty() )
+        return settings;
+    const auto channel =
+        itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
+    settings.inside = { channel, ParseNumber<double>( itsInside ), itsInsideLeastPixels };
     return settings;
 }
 
@@ -158,7 +180,7 @@ XPivotTable Measure::WriteTable( const std::vector<ImageMeasurement>& inMeasurem
 {
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
-    auto table = MakeMeasurementTable( inMeasurements );
+    auto table = MakeMeasurementTable( inMeasurements, GetSettings() );
     progress.Increment();
     WriteOutputs( table );
     return table;

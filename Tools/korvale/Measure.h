@@ -22,6 +22,9 @@ private:
     std::string itsThreshold = "otsu";
     std::uint32_t itsConnectivity = 8;
     std::uint64_t itsLeastPixels = 1;
+    std::string itsInside;        ///< Empty: no objects inside objects.
+    std::string itsInsideChannel; ///< Empty: that of the objects.
+    std::uint64_t itsInsideLeastPixels = 1;
     std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
     bool itsIsQuiet = false;
 

@@ -1,19 +1,40 @@
 #include "MeasurementSummary.h"
 
 #include "AlignedText.h"
-#include "Pivot/XPivotTableAccumulator.h"
+#include "Pivot/XPivotUInt32Column.h"
 #include "WCodePage.h"
 
 #include <array>
 #include <memory>
+
+// The rows are numbered by the line that they belong to: one for each image or, with objects inside objects, two. A
+// pivot by these numbers gives the lines of the images, another one those of all images.
 
 namespace
 {
 using Accumulator = XPivotTableAccumulator;
 using Line = std::vector<std::string>;
 
-/// Which of the accumulated values are shown, by their place in the result, in the order of the columns.
-constexpr std::array<std::size_t, 4> kShown{ 0, 4, 1, 2 };
+enum Column : std::uint32_t
+{
+    kImageLine,
+    kTotalLine,
+    kPixelCount,
+    kMean
+};
+
+/// Where the results of a value stand among the columns that a pivot makes of it.
+enum Result : std::uint32_t
+{
+    kResultMean,
+    kResultCount,
+    kResultMin,
+    kResultMax,
+    kResultVariance,
+    kResultDeviation,
+    kResultsPerValue
+};
+constexpr std::array kShown{ kResultMean, kResultDeviation, kResultMin, kResultMax };
 const std::array kHeads{ "Mean", "S.D.", "Min", "Max" };
 
 std::string ToUTF8( const XString& inText )
@@ -21,44 +42,86 @@ std::string ToUTF8( const XString& inText )
     return WCodePage::AnsiToUTF8( inText.GetStringView() );
 }
 
-const XPivotColumn& GetColumn( const XPivotTable& inTable, XPivotColumnID inID, const XString& inChannel )
+const XPivotColumn*
+FindColumn( const XPivotTable& inTable, XPivotColumnID inID, const XString& inChannel = XString() )
 {
-    const auto* column =
-        inTable.FindColumn( XPivotColumnDescriptor( inID, XString(), inChannel, XString() ) );
+    return inTable.FindColumn( XPivotColumnDescriptor( inID, XString(), inChannel, XString() ) );
+}
+
+const XPivotColumn&
+GetColumn( const XPivotTable& inTable, XPivotColumnID inID, const XString& inChannel = XString() )
+{
+    const auto* column = FindColumn( inTable, inID, inChannel );
     XAssert( column );
     return *column;
 }
 
-/// Appends the accumulated values of some rows of a column.
-void Accumulate(
-    const XPivotColumn& inColumn, std::uint32_t inFirstRow, std::uint32_t inRowCount, Line& ioLine )
+/// The rows with what is summed up of them.
+XPivotTable MakeRows(
+    const std::vector<ImageMeasurement>& inImages, std::uint32_t inLinesPerImage,
+    const XPivotColumn& inPixelCount, const XPivotColumn& inMean )
+{
+    auto imageLine = std::make_unique<XPivotUInt32Column>();
+    auto totalLine = std::make_unique<XPivotUInt32Column>();
+    std::uint32_t firstLine = 0;
+    for ( const auto& image : inImages )
+    {
+        for ( const auto& page : image.pages )
+            for ( std::size_t i = 0; i < page.shapes.size(); ++i )
+            {
+                const std::uint32_t line = i < page.GetOuterCount() ? 0 : 1;
+                imageLine->AppendValue( firstLine + line, true );
+                totalLine->AppendValue( line, true );
+            }
+        firstLine += inLinesPerImage;
+    }
+    XPivotTable rows;
+    rows.AddColumn( std::move( imageLine ) );
+    rows.AddColumn( std::move( totalLine ) );
+    rows.AddColumn( std::unique_ptr<XPivotColumn>( inPixelCount.Clone() ) );
+    rows.AddColumn( std::unique_ptr<XPivotColumn>( inMean.Clone() ) );
+    return rows;
+}
+
+XPivotTable PivotByLine( const XPivotTable& inRows, Column inLine )
 {
     Accumulator accumulator( Accumulator::kAccumulateMean );
+    accumulator.AddType( Accumulator::kAccumulateCount );
     accumulator.AddType( Accumulator::kAccumulateMinMax );
     accumulator.AddType( Accumulator::kAccumulateVarSD );
-
-    const std::unique_ptr<XPivotColumn> rows( inColumn.CloneWithoutCopy() );
-    inColumn.CopyRowsInto( inFirstRow, *rows, 0, inRowCount );
-    const auto results = accumulator.AccumulateColumn( *rows );
-    for ( const auto index : kShown )
-        ioLine.push_back(
-            results[index].isValid ? ToUTF8( XString( results[index].value ) ) : std::string() );
+    return inRows.Pivot( { inLine }, {}, { { kPixelCount, accumulator }, { kMean, accumulator } } );
 }
 
-Line MakeLine(
-    const std::string& inName, const std::array<const XPivotColumn*, 2>& inColumns, std::uint32_t inFirstRow,
-    std::uint32_t inRowCount )
+/// Completes the lines of those names; one that the pivot has no row for is of no objects.
+void AppendLines(
+    const XPivotTable& inPivot, const std::vector<std::string>& inNames, std::vector<Line>& ioLines )
 {
-    Line line{ inName, std::to_string( inRowCount ) };
-    for ( const auto* column : inColumns )
-        Accumulate( *column, inFirstRow, inRowCount, line );
-    return line;
+    const auto firstLine = ioLines.size();
+    for ( const auto& name : inNames )
+    {
+        ioLines.push_back( { name, "0" } );
+        ioLines.back().resize( 2 + 2 * kShown.size() );
+    }
+    const auto getText = [&]( std::uint32_t inRow, std::uint32_t inValue, Result inResult )
+    {
+        const auto& column = inPivot.GetColumn( 1 + inValue * kResultsPerValue + inResult );
+        return column.DoesDataExist( inRow ) ? ToUTF8( column.GetDataString( inRow ) ) : std::string();
+    };
+    for ( std::uint32_t row = 0; row < inPivot.GetNumRows(); ++row )
+    {
+        const auto number = static_cast<std::size_t>( inPivot.GetColumn( 0 ).GetDataFloat( row ) );
+        auto field = ioLines[firstLine + number].begin() + 1;
+        *field++ = getText( row, 0, kResultCount );
+        for ( const std::uint32_t value : { 0u, 1u } )
+            for ( const auto result : kShown )
+                *field++ = getText( row, value, result );
+    }
 }
 
-std::vector<Line> MakeHeads( const std::array<const XPivotColumn*, 2>& inColumns )
+std::vector<Line> MakeHeads( const XPivotColumn& inPixelCount, const XPivotColumn& inMean )
 {
     std::vector<Line> heads{ { "", "" }, { "Image", "Objects" } };
-    for ( const auto* column : inColumns )
+    for ( const auto* column : { &inPixelCount, &inMean } )
         for ( std::size_t i = 0; i < kHeads.size(); ++i )
         {
             heads[0].push_back( i == 0 ? ToUTF8( column->GetDisplayName() ) : std::string() );
@@ -72,18 +135,24 @@ void PrintSummary(
     const std::vector<ImageMeasurement>& inImages, const XPivotTable& inTable, std::uint32_t inChannel,
     std::ostream& ioOut )
 {
-    const std::array columns{
-        &GetColumn( inTable, kPivotPixelCount, XString() ),
-        &GetColumn( inTable, kPivotMean, XString( "C" ) + XString( inChannel + 1 ) ) };
-    auto lines = MakeHeads( columns );
-    std::uint32_t row = 0;
-    for ( const auto& image : inImages )
+    const auto& pixelCount = GetColumn( inTable, kPivotPixelCount );
+    const auto& mean = GetColumn( inTable, kPivotMean, XString( "C" ) + XString( inChannel + 1 ) );
+    const auto hasParents = FindColumn( inTable, kPivotParentID ) != nullptr;
+    std::vector<std::string> imageNames, totalNames;
+    const auto addName = [&]( std::vector<std::string>& ioNames, const std::string& inName )
     {
-        const auto count = static_cast<std::uint32_t>( image.GetObjectCount() );
-        lines.push_back( MakeLine( image.name, columns, row, count ) );
-        row += count;
-    }
-    lines.push_back( MakeLine( "All", columns, 0, row ) );
+        ioNames.push_back( inName );
+        if ( hasParents )
+            ioNames.push_back( "  inside" );
+    };
+    for ( const auto& image : inImages )
+        addName( imageNames, image.name );
+    addName( totalNames, "All" );
+
+    const auto rows = MakeRows( inImages, hasParents ? 2 : 1, pixelCount, mean );
+    auto lines = MakeHeads( pixelCount, mean );
+    AppendLines( PivotByLine( rows, kImageLine ), imageNames, lines );
+    AppendLines( PivotByLine( rows, kTotalLine ), totalNames, lines );
 
     std::vector<AlignedColumn> texts;
     for ( std::size_t i = 0; i < lines[0].size(); ++i )

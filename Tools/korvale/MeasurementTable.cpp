@@ -1,7 +1,10 @@
 #include "MeasurementTable.h"
 
+#include "ObjectIdentity.h"
 #include "Pieces.h"
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotOtherRowRefColumn.h"
+#include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotUInt32Column.h"
 #include "WCodePage.h"
@@ -23,15 +26,17 @@ constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStanda
 class Filler
 {
 public:
-    Filler( std::uint32_t inChannels, bool inHasArea );
+    Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea );
 
-    void AddPage( const XString& inName, std::uint32_t inTimepoint, const PageMeasurement& inPage );
+    void AddImage( const ImageMeasurement& inImage );
     XPivotTable TakeTable() { return std::move( itsTable ); }
 
 private:
     XPivotTable itsTable;
     std::uint32_t itsChannelCount;
-    XPivotUInt32Column* itsID;
+    std::size_t itsImageCount = 0;
+    XPivotRowRefColumn* itsID;
+    XPivotOtherRowRefColumn* itsParentID = nullptr;
     XPivotStringColumn* itsName;
     XPivotUInt32Column* itsTimepoint;
     XPivotUInt32Column* itsPixelCount;
@@ -48,13 +53,20 @@ private:
     {
         return &itsTable.AddColumn( std::make_unique<Column>( inID, XString(), inChannel, inUnits ) );
     }
+    void AddPage( const XString& inName, std::uint32_t inTimepoint, const PageMeasurement& inPage );
+    void AddParent( const PageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow );
     void AddShape( const ObjectShape& inShape, const PageMeasurement& inPage );
     void AddStatistics( const PageMeasurement& inPage, std::size_t inObject );
 };
 
-Filler::Filler( std::uint32_t inChannels, bool inHasArea ) : itsChannelCount( inChannels )
+Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea ) : itsChannelCount( inChannels )
 {
-    itsID = Add<XPivotUInt32Column>( kPivotID );
+    itsID = Add<XPivotRowRefColumn>( kPivotID );
+    if ( inHasParents )
+    {
+        itsParentID = Add<XPivotOtherRowRefColumn>( kPivotParentID );
+        itsParentID->SetRowRefColumnDescriptor( itsID->GetDescriptor() );
+    }
     itsName = Add<XPivotStringColumn>( kPivotName );
     itsTimepoint = Add<XPivotUInt32Column>( kPivotTimepoint );
     itsPixelCount = Add<XPivotUInt32Column>( kPivotPixelCount );
@@ -69,20 +81,43 @@ Filler::Filler( std::uint32_t inChannels, bool inHasArea ) : itsChannelCount( in
             itsStatistics.push_back( Add<XPivotFloatColumn>( id, XString( "C" ) + XString( channel ) ) );
 }
 
+void Filler::AddImage( const ImageMeasurement& inImage )
+{
+    const XString name = WCodePage::UTF8ToAnsi( inImage.name );
+    std::uint32_t timepoint = 0;
+    for ( const auto& page : inImage.pages )
+        AddPage( name, timepoint++, page );
+    ++itsImageCount;
+}
+
 void Filler::AddPage( const XString& inName, std::uint32_t inTimepoint, const PageMeasurement& inPage )
 {
+    const auto name = inName.GetStringView();
+    const auto firstRow = itsID->GetColumnSize();
     const auto addRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
         for ( auto i = inFirst; i < inEnd; ++i )
         {
             AddStatistics( inPage, i );
-            itsID->AppendValue( static_cast<std::uint32_t>( i + 1 ), true );
+            itsID->AppendValue( MakeObjectIdentity( name, itsImageCount, inTimepoint, inPage, i ), true );
+            AddParent( inPage, i, firstRow );
             itsName->AppendValue( inName, true );
             itsTimepoint->AppendValue( inTimepoint, true );
             AddShape( inPage.shapes[i], inPage );
         }
     };
     ForEachPiece( inPage.shapes.size(), kTableRowsAtOnce, addRows );
+}
+
+/// The objects of the page, whose first one is in that row, are in the table before those inside them.
+void Filler::AddParent( const PageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow )
+{
+    if ( !itsParentID )
+        return;
+    if ( inObject < inPage.GetOuterCount() )
+        itsParentID->AppendValue( XUUID(), false );
+    else
+        itsParentID->AppendValue( itsID->GetDataUUID( inFirstRow + inPage.GetParent( inObject ) ), true );
 }
 
 void Filler::AddShape( const ObjectShape& inShape, const PageMeasurement& inPage )
@@ -129,7 +164,8 @@ std::uint64_t ImageMeasurement::GetObjectCount() const
     return count;
 }
 
-XPivotTable MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages )
+XPivotTable
+MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const MeasureSettings& inSettings )
 {
     std::uint64_t rows = 0;
     std::uint32_t channels = 0;
@@ -146,13 +182,8 @@ XPivotTable MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages 
     if ( rows > std::numeric_limits<std::int32_t>::max() )
         throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
 
-    Filler filler( channels, hasArea );
+    Filler filler( channels, inSettings.inside.has_value(), hasArea );
     for ( const auto& image : inImages )
-    {
-        const XString name = WCodePage::UTF8ToAnsi( image.name );
-        std::uint32_t timepoint = 0;
-        for ( const auto& page : image.pages )
-            filler.AddPage( name, timepoint++, page );
-    }
+        filler.AddImage( image );
     return filler.TakeTable();
 }

@@ -15,6 +15,8 @@ struct ImageMeasurement
     std::uint64_t GetObjectCount() const;
 };
 
-/// A table with a row for each object of each page of each image, in that order. It has the columns of all channels
-/// that any of the pages has, and areas when any page has a resolution; rows of other pages lack those values.
-XPivotTable MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages );
+/// A table with a row for each object of each page of each image, in that order; those inside the objects of a page come
+/// after these and refer to them. It has the columns of all channels that any of the pages has, areas when any page has a
+/// resolution, and parents when objects inside objects were asked for; rows of others lack those values.
+XPivotTable
+MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const MeasureSettings& inSettings );

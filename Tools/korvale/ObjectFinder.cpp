@@ -1,127 +1,20 @@
 #include "ObjectFinder.h"
 
 #include "Pieces.h"
+#include "PixelMask.h"
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
-#include <cstring>
 #include <span>
 
-// The page becomes a mask of bits, which tells how many runs there are. Then one pass over the rows joins every run to
-// those it touches in the row above and adds its shape to a provisional component; at the end the components that
-// turned out to be one are added up. Components are numbered as they appear and always joined into the earlier one, so
-// the numbers that remain are in raster order.
+// The mask tells how many runs there are. Then one pass over the rows joins every run to those it touches in the row
+// above and adds its shape to a provisional component; at the end the components that turned out to be one are added
+// up. Components are numbered as they appear and always joined into the earlier one, so the numbers that remain are in
+// raster order.
 
 namespace
 {
-constexpr std::uint32_t kWordBits = 64;
-
-/// The pixels of a page as bits, the first pixel of a word lowest. Every row begins a new word.
-class Mask
-{
-public:
-    Mask( std::uint32_t inWidth, std::uint32_t inHeight )
-        : itsWordsPerRow( ( std::size_t{ inWidth } + kWordBits - 1 ) / kWordBits ),
-          itsWords( itsWordsPerRow * inHeight )
-    {
-    }
-
-    std::span<std::uint64_t> GetRow( std::uint32_t inRow )
-    {
-        return { itsWords.data() + inRow * itsWordsPerRow, itsWordsPerRow };
-    }
-
-    std::size_t CountRuns() const
-    {
-        std::size_t runs = 0;
-        std::uint64_t before = 0;
-        for ( std::size_t i = 0; i < itsWords.size(); ++i )
-        {
-            before = i % itsWordsPerRow == 0 ? 0 : before;
-            runs += static_cast<std::size_t>( std::popcount( itsWords[i] & ~( itsWords[i] << 1 | before ) ) );
-            before = itsWords[i] >> ( kWordBits - 1 );
-        }
-        return runs;
-    }
-
-private:
-    std::size_t itsWordsPerRow;
-    std::vector<std::uint64_t> itsWords;
-};
-
-/// The samples that lie above a threshold, in the samples' own type: all, those above `level`, or none.
-template<class T>
-struct Level
-{
-    bool takesAll;
-    T level;
-
-    explicit Level( double inThreshold )
-    {
-        const double highest = std::numeric_limits<T>::max();
-        takesAll = std::numeric_limits<T>::is_integer && inThreshold < 0;
-        level = static_cast<T>( std::floor( std::clamp( inThreshold, 0.0, highest ) ) );
-    }
-};
-
-template<>
-Level<float>::Level( double inThreshold ) : takesAll( false )
-{
-    // The largest float that is not above the threshold separates the same samples.
-    constexpr double kHighest = std::numeric_limits<float>::max();
-    level = std::isinf( inThreshold ) ? static_cast<float>( inThreshold )
-                                      : static_cast<float>( std::clamp( inThreshold, -kHighest, kHighest ) );
-    if ( double{ level } > inThreshold )
-        level = std::nextafter( level, -std::numeric_limits<float>::infinity() );
-}
-
-/// Turns eight bytes of 0 or 1 into eight bits, the first byte lowest.
-std::uint64_t PackBytes( const std::uint8_t* inBytes )
-{
-    std::uint64_t bytes;
-    std::memcpy( &bytes, inBytes, sizeof( bytes ) );
-    if constexpr ( std::endian::native == std::endian::big )
-        bytes = __builtin_bswap64( bytes );
-    return ( bytes * 0x0102040810204080u ) >> 56;
-}
-
-template<class T, class Stride>
-std::uint64_t MarkWord( const T* inSamples, Stride inStride, T inLevel )
-{
-    std::uint8_t flags[kWordBits];
-    for ( std::uint32_t i = 0; i < kWordBits; ++i )
-        flags[i] = inSamples[i * inStride] > inLevel;
-    std::uint64_t word = 0;
-    for ( std::uint32_t i = 0; i < kWordBits; i += 8 )
-        word |= PackBytes( flags + i ) << i;
-    return word;
-}
-
-template<class T>
-void MarkRow(
-    const T* inSamples, std::uint32_t inStride, std::uint32_t inWidth, Level<T> inLevel,
-    std::span<std::uint64_t> outBits )
-{
-    struct One
-    {
-        constexpr operator std::uint32_t() const { return 1; }
-    };
-    std::uint32_t x = 0;
-    for ( ; x + kWordBits <= inWidth; x += kWordBits )
-    {
-        const auto* samples = inSamples + std::size_t{ x } * inStride;
-        outBits[x / kWordBits] = inLevel.takesAll ? ~std::uint64_t{ 0 }
-            : inStride == 1                       ? MarkWord( samples, One(), inLevel.level )
-                                                  : MarkWord( samples, inStride, inLevel.level );
-    }
-    for ( ; x < inWidth; ++x )
-    {
-        auto& word = outBits[x / kWordBits];
-        const auto isMarked = inLevel.takesAll || inSamples[std::size_t{ x } * inStride] > inLevel.level;
-        word = ( x % kWordBits ? word : 0 ) | std::uint64_t{ isMarked } << x % kWordBits;
-    }
-}
+constexpr auto kWordBits = PixelMask::kWordBits;
 
 class Finder
 {
@@ -266,37 +159,6 @@ FoundObjects Finder::TakeObjects( std::uint64_t inLeastPixels )
     return { std::move( itsShapes ), std::move( itsRuns ) };
 }
 
-template<class T>
-void MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Mask& outMask )
-{
-    const Level<T> level( inThreshold );
-    const auto* samples = inPage.GetSamples<T>() + inChannel;
-    ForEachRow(
-        inPage.height, inPage.width,
-        [&]( std::uint32_t inRow )
-        {
-            MarkRow( samples, inPage.channels, inPage.width, level, outMask.GetRow( inRow ) );
-            samples += std::size_t{ inPage.width } * inPage.channels;
-        } );
-}
-
-Mask MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold )
-{
-    Mask mask( inPage.width, inPage.height );
-    switch ( inPage.type )
-    {
-    case WImagePage::kUInt8:
-        MarkPage<std::uint8_t>( inPage, inChannel, inThreshold, mask );
-        break;
-    case WImagePage::kUInt16:
-        MarkPage<std::uint16_t>( inPage, inChannel, inThreshold, mask );
-        break;
-    case WImagePage::kFloat32:
-        MarkPage<float>( inPage, inChannel, inThreshold, mask );
-        break;
-    }
-    return mask;
-}
 } // namespace
 
 void ObjectShape::Add( const ObjectShape& inOther )
@@ -312,17 +174,24 @@ void ObjectShape::Add( const ObjectShape& inOther )
     bottom = std::max( bottom, inOther.bottom );
 }
 
+FoundObjects
+FindComponents( const PixelMask& inMask, Connectivity inConnectivity, std::uint64_t inLeastPixels )
+{
+    XProgress progress( 2, XProgress::kProgressSteps );
+    Finder finder( inMask.GetWidth(), inMask.CountRuns(), inConnectivity );
+    ForEachRow(
+        inMask.GetHeight(), inMask.GetWidth(),
+        [&]( std::uint32_t inRow ) { finder.AddRow( inRow, inMask.GetRow( inRow ) ); } );
+    progress.Increment();
+    return finder.TakeObjects( inLeastPixels );
+}
+
 FoundObjects FindObjects(
     const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Connectivity inConnectivity,
     std::uint64_t inLeastPixels )
 {
-    XProgress progress( 3, XProgress::kProgressSteps );
-    auto mask = MarkPage( inPage, inChannel, inThreshold );
+    XProgress progress( 2, XProgress::kProgressSteps );
+    const auto mask = MarkPage( inPage, inChannel, inThreshold );
     progress.Increment();
-    Finder finder( inPage.width, mask.CountRuns(), inConnectivity );
-    ForEachRow(
-        inPage.height, inPage.width,
-        [&]( std::uint32_t inRow ) { finder.AddRow( inRow, mask.GetRow( inRow ) ); } );
-    progress.Increment();
-    return finder.TakeObjects( inLeastPixels );
+    return FindComponents( mask, inConnectivity, inLeastPixels );
 }

@@ -48,14 +48,19 @@ struct FoundObjects
     std::vector<PixelRun> runs;
 };
 
+class PixelMask;
+
 enum class Connectivity
 {
     kEdges = 4,
     kEdgesAndCorners = 8
 };
 
-/// Finds the connected components of the pixels whose sample in that channel is greater than the threshold. Components
-/// of fewer pixels than `inLeastPixels` are no objects.
+/// The connected components of chosen pixels. Those of fewer pixels than `inLeastPixels` are no objects.
+FoundObjects
+FindComponents( const PixelMask& inMask, Connectivity inConnectivity, std::uint64_t inLeastPixels = 1 );
+
+/// The same of the pixels whose sample in that channel is greater than the threshold.
 FoundObjects FindObjects(
     const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Connectivity inConnectivity,
     std::uint64_t inLeastPixels = 1 );

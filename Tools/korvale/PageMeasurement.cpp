@@ -178,27 +178,63 @@ std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const Fo
         return GetStatistics<float, FloatSum>( inPage, inFound );
     }
 }
+
+void RequireChannel( const WImagePage& inPage, std::uint32_t inChannel )
+{
+    if ( inChannel >= inPage.channels )
+        throw WImageError(
+            "it has no channel C" + std::to_string( inChannel + 1 ) + ", only " +
+            std::to_string( inPage.channels ) );
+}
+
+template<class T>
+void Append( std::vector<T>& ioValues, const std::vector<T>& inMore )
+{
+    ioValues.insert( ioValues.end(), inMore.begin(), inMore.end() );
+}
 } // namespace
 
-PageMeasurement MeasurePage( const WImagePage& inPage, const MeasureSettings& inSettings )
+PageObjects FindPageObjects( const WImagePage& inPage, const MeasureSettings& inSettings )
 {
-    if ( inSettings.channel >= inPage.channels )
-        throw WImageError(
-            "it has no channel C" + std::to_string( inSettings.channel + 1 ) + ", only " +
-            std::to_string( inPage.channels ) );
+    RequireChannel( inPage, inSettings.objects.channel );
+    XProgress progress( inSettings.inside ? 3 : 2, XProgress::kProgressSteps );
+    PageObjects objects;
+    const auto& settings = inSettings.objects;
+    objects.threshold =
+        settings.threshold ? *settings.threshold : GetOtsuThreshold( inPage, settings.channel );
+    progress.Increment();
+    objects.outer = FindObjects(
+        inPage, settings.channel, objects.threshold, inSettings.connectivity, settings.leastPixels );
+    if ( !inSettings.inside )
+        return objects;
 
-    XProgress progress( 3, XProgress::kProgressSteps );
+    RequireChannel( inPage, inSettings.inside->channel );
+    progress.Increment();
+    objects.inner = FindInnerObjects( inPage, objects.outer, *inSettings.inside, inSettings.connectivity );
+    return objects;
+}
+
+PageMeasurement MeasureObjects( const WImagePage& inPage, const PageObjects& inObjects )
+{
+    XProgress progress( 2, XProgress::kProgressSteps );
     PageMeasurement measurement;
     measurement.channels = inPage.channels;
     measurement.pixelWidth = inPage.pixelWidth;
     measurement.pixelHeight = inPage.pixelHeight;
-    measurement.threshold =
-        inSettings.threshold ? *inSettings.threshold : GetOtsuThreshold( inPage, inSettings.channel );
+    measurement.threshold = inObjects.threshold;
+    measurement.shapes = inObjects.outer.shapes; // A copy is as small as it can be.
+    measurement.statistics = GetStatistics( inPage, inObjects.outer );
     progress.Increment();
-    const auto found = FindObjects(
-        inPage, inSettings.channel, measurement.threshold, inSettings.connectivity, inSettings.leastPixels );
-    progress.Increment();
-    measurement.statistics = GetStatistics( inPage, found );
-    measurement.shapes = found.shapes; // A copy is as small as it can be.
+    Append( measurement.shapes, inObjects.inner.found.shapes );
+    Append( measurement.statistics, GetStatistics( inPage, inObjects.inner.found ) );
+    measurement.parents = inObjects.inner.parents;
     return measurement;
+}
+
+PageMeasurement MeasurePage( const WImagePage& inPage, const MeasureSettings& inSettings )
+{
+    XProgress progress( 2, XProgress::kProgressSteps );
+    const auto objects = FindPageObjects( inPage, inSettings );
+    progress.Increment();
+    return MeasureObjects( inPage, objects );
 }

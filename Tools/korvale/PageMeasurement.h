@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InnerObjects.h"
 #include "ObjectFinder.h"
 #include "WImageFile.h"
 
@@ -10,10 +11,17 @@
 /// How the objects of a page are found.
 struct MeasureSettings
 {
-    std::uint32_t channel = 0;       ///< The channel whose samples are held against the threshold.
-    std::optional<double> threshold; ///< None: Otsu's, page by page.
+    ObjectSettings objects; ///< Without a threshold: Otsu's, page by page.
     Connectivity connectivity = Connectivity::kEdgesAndCorners;
-    std::uint64_t leastPixels = 1;
+    std::optional<ObjectSettings> inside; ///< For objects inside the objects, where they are asked for.
+};
+
+/// What is found on a page: its objects, and those inside them.
+struct PageObjects
+{
+    double threshold = 0;
+    FoundObjects outer;
+    InnerObjects inner;
 };
 
 /// The samples of one object in one channel.
@@ -33,12 +41,21 @@ struct PageMeasurement
     double pixelWidth = 0; ///< As of WImagePage.
     double pixelHeight = 0;
     double threshold = 0;
-    std::vector<ObjectShape> shapes;
+    std::vector<ObjectShape> shapes;           ///< Of the objects, then of those inside them.
     std::vector<ChannelStatistics> statistics; ///< Object after object, the channels of each in order.
+    std::vector<std::uint32_t> parents; ///< Of the inner objects: the index of the object each lies in.
 
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
+    std::size_t GetOuterCount() const { return shapes.size() - parents.size(); }
+    std::uint32_t GetParent( std::size_t inInner ) const { return parents[inInner - GetOuterCount()]; }
 };
 
-/// Finds and measures the objects of a page. Depends on nothing but its arguments, so pages may be measured on any
-/// threads in any order. Throws WImageError when the page has not got the channel.
+/// Depends on nothing but its arguments, so pages may be worked on by any threads in any order; that holds for all of
+/// these. Throws WImageError when the page has not got a channel.
+PageObjects FindPageObjects( const WImagePage& inPage, const MeasureSettings& inSettings );
+
+/// Measures what was found on the page.
+PageMeasurement MeasureObjects( const WImagePage& inPage, const PageObjects& inObjects );
+
+/// Both.
 PageMeasurement MeasurePage( const WImagePage& inPage, const MeasureSettings& inSettings );

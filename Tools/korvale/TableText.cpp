@@ -3,6 +3,7 @@
 #include "NumberText.h"
 #include "OrderedText.h"
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotReferenceColumn.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotUInt32Column.h"
 #include "WCodePage.h"
@@ -17,12 +18,14 @@ std::string ToUTF8( const XString& inText )
     return WCodePage::AnsiToUTF8( inText.GetStringView() );
 }
 
-/// True for columns whose values are numbers for the reader too, unlike times and identifiers.
+/// True for columns whose values are numbers for the reader too, unlike times and identifiers. References show as the
+/// number of the object.
 bool HoldsNumbers( const XPivotColumn& inColumn )
 {
     return dynamic_cast<const XPivotFloatColumn*>( &inColumn ) ||
         dynamic_cast<const XPivotSInt32Column*>( &inColumn ) ||
-        dynamic_cast<const XPivotUInt32Column*>( &inColumn );
+        dynamic_cast<const XPivotUInt32Column*>( &inColumn ) ||
+        dynamic_cast<const XPivotReferenceColumn*>( &inColumn );
 }
 
 void AppendField( std::string& ioLine, std::string_view inText )

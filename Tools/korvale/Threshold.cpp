@@ -1,5 +1,6 @@
 #include "Threshold.h"
 
+#include "PageSamples.h"
 #include "Pieces.h"
 
 #include <algorithm>
@@ -72,38 +73,55 @@ private:
     }
 };
 
-/// The bin up to which the lower class goes.
-std::size_t FindBestBin( const std::vector<std::uint64_t>& inCounts )
+/// A level and the samples that lie on it.
+struct Level
+{
+    std::uint64_t level = 0;
+    std::uint64_t count = 0;
+};
+using Levels = std::vector<Level>;
+
+/// The level up to which the lower class goes. The levels ascend.
+std::uint64_t FindBestLevel( const Levels& inLevels )
 {
     std::uint64_t total = 0, totalSum = 0;
-    for ( std::size_t bin = 0; bin < inCounts.size(); ++bin )
+    for ( const auto& [level, count] : inLevels )
     {
-        total += inCounts[bin];
-        totalSum += inCounts[bin] * bin;
+        total += count;
+        totalSum += count * level;
     }
 
     Variance best;
-    std::size_t bestBin = 0;
+    auto bestLevel = inLevels.front().level;
     std::uint64_t below = 0, sumBelow = 0;
-    for ( std::size_t bin = 0; bin + 1 < inCounts.size(); ++bin )
+    for ( std::size_t i = 0; i + 1 < inLevels.size(); ++i )
     {
-        if ( inCounts[bin] == 0 )
-            continue; // The same classes as for the bin before.
-        below += inCounts[bin];
-        sumBelow += inCounts[bin] * bin;
+        const auto [level, count] = inLevels[i];
+        below += count;
+        sumBelow += count * level;
         const Variance variance{
             UInt128{ totalSum } * below - UInt128{ sumBelow } * total, below, total - below };
         if ( variance.IsGreaterThan( best ) )
         {
             best = variance;
-            bestBin = bin;
+            bestLevel = level;
         }
     }
-    return bestBin;
+    return bestLevel;
+}
+
+/// Levels without samples are left out: they part the same classes as the level before.
+Levels ListLevels( const std::vector<std::uint64_t>& inCounts )
+{
+    Levels levels;
+    for ( std::size_t level = 0; level < inCounts.size(); ++level )
+        if ( inCounts[level] != 0 )
+            levels.push_back( { level, inCounts[level] } );
+    return levels;
 }
 
 template<class T>
-double GetWholeThreshold( const T* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
+Levels CountLevels( const T* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
 {
     std::vector<std::uint64_t> counts( std::numeric_limits<T>::max() + 1u );
     ForEachPiece(
@@ -113,12 +131,35 @@ double GetWholeThreshold( const T* inSamples, std::uint64_t inPixels, std::uint3
             for ( auto i = inFirst; i < inEnd; ++i )
                 ++counts[inSamples[i * inStride]];
         } );
+    return ListLevels( counts );
+}
 
-    const auto isUsed = []( std::uint64_t inCount ) { return inCount != 0; };
-    const auto first = std::ranges::find_if( counts, isUsed );
-    const auto last = std::find_if( counts.rbegin(), counts.rend(), isUsed ).base();
-    const auto lowest = static_cast<double>( first - counts.begin() );
-    return lowest + static_cast<double>( FindBestBin( { first, last } ) );
+/// The same of samples that are few beside the levels that there may be.
+template<class T>
+Levels SortLevels( const T* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
+{
+    std::vector<T> samples( inPixels );
+    for ( std::uint64_t i = 0; i < inPixels; ++i )
+        samples[i] = inSamples[i * inStride];
+    std::ranges::sort( samples );
+
+    Levels levels;
+    for ( const auto sample : samples )
+    {
+        if ( levels.empty() || levels.back().level != sample )
+            levels.push_back( { sample, 0 } );
+        ++levels.back().count;
+    }
+    return levels;
+}
+
+template<class T>
+double GetThreshold( const T* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
+{
+    const auto isFew = inPixels < std::numeric_limits<T>::max() / 16;
+    const auto levels =
+        isFew ? SortLevels( inSamples, inPixels, inStride ) : CountLevels( inSamples, inPixels, inStride );
+    return static_cast<double>( FindBestLevel( levels ) );
 }
 
 template<class Work>
@@ -160,7 +201,7 @@ std::size_t FindBin( const std::vector<float>& inEdges, double inBinsPerUnit, fl
     return bin;
 }
 
-double GetFloatThreshold( const float* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
+double GetThreshold( const float* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
 {
     auto lowest = std::numeric_limits<float>::infinity(), highest = -lowest;
     ForEachFinite(
@@ -181,7 +222,7 @@ double GetFloatThreshold( const float* inSamples, std::uint64_t inPixels, std::u
         inSamples, inPixels, inStride,
         [&]( float inValue ) { ++counts[FindBin( edges, binsPerUnit, inValue )]; } );
 
-    const auto best = FindBestBin( counts );
+    const auto best = FindBestLevel( ListLevels( counts ) );
     return static_cast<float>( ( double{ edges[best] } + double{ edges[best + 1] } ) / 2 );
 }
 } // namespace
@@ -189,13 +230,22 @@ double GetFloatThreshold( const float* inSamples, std::uint64_t inPixels, std::u
 double GetOtsuThreshold( const WImagePage& inPage, std::uint32_t inChannel )
 {
     const auto pixels = std::uint64_t{ inPage.width } * inPage.height;
-    switch ( inPage.type )
-    {
-    case WImagePage::kUInt8:
-        return GetWholeThreshold( inPage.GetSamples<std::uint8_t>() + inChannel, pixels, inPage.channels );
-    case WImagePage::kUInt16:
-        return GetWholeThreshold( inPage.GetSamples<std::uint16_t>() + inChannel, pixels, inPage.channels );
-    default:
-        return GetFloatThreshold( inPage.GetSamples<float>() + inChannel, pixels, inPage.channels );
-    }
+    return VisitSamples(
+        inPage, inChannel,
+        [&]( const auto* inSamples ) { return GetThreshold( inSamples, pixels, inPage.channels ); } );
+}
+
+double GetOtsuThreshold( std::span<const std::uint8_t> inSamples )
+{
+    return GetThreshold( inSamples.data(), inSamples.size(), 1 );
+}
+
+double GetOtsuThreshold( std::span<const std::uint16_t> inSamples )
+{
+    return GetThreshold( inSamples.data(), inSamples.size(), 1 );
+}
+
+double GetOtsuThreshold( std::span<const float> inSamples )
+{
+    return GetThreshold( inSamples.data(), inSamples.size(), 1 );
 }
