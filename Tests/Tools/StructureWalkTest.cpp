@@ -3,6 +3,8 @@
 #include "Core/XException.h"
 #include "Core/XMemStream.h"
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotOtherRowRefColumn.h"
+#include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotTable.h"
 #include "Pivot/XPivotTimeColumn.h"
@@ -14,6 +16,25 @@
 
 namespace
 {
+/// Two rows of one object, one of another, and a reference from elsewhere; parents.
+void AddReferences( XPivotTable& ioTable )
+{
+    const XUUID one( "f81d4fae-7dec-11d0-a765-00a0c91e6bf6" ),
+        other( "00000000-0000-8000-8000-00000000000A" );
+    auto ids = std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" );
+    auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
+    parents->SetRowRefColumnDescriptor( ids->GetDescriptor() );
+    ids->AppendValue( one, true );
+    ids->AppendValue( other, true );
+    ids->AppendValue( XUUID(), false );
+    ids->AppendValue( one, true );
+    ids->AddRef( XUUID( "00000000-0000-8000-8000-00000000000B" ) );
+    parents->ResizeRows( 4 );
+    parents->SetValue( one, 1, true );
+    ioTable.AddColumn( std::move( ids ) );
+    ioTable.AddColumn( std::move( parents ) );
+}
+
 std::string MakeFile( XByteOrder inOrder )
 {
     XPivotTable table;
@@ -29,6 +50,7 @@ std::string MakeFile( XByteOrder inOrder )
     table.AddColumn( std::move( texts ) );
     table.AddColumn( std::move( times ) );
     table.AddColumn( std::move( unknown ) );
+    AddReferences( table );
 
     XMemStream stream;
     stream.SetByteOrder( inOrder );
@@ -91,6 +113,10 @@ TEST( StructureWalk, TellsEveryObjectAndField )
         EXPECT_TRUE( Contains( text, "Run: 1 rows from row 3 on" ) );
         EXPECT_TRUE( Contains( text, "ID: 1 (user-defined)" ) );
         EXPECT_TRUE( Contains( text, "Rows without values: 4" ) );
+        EXPECT_TRUE( Contains(
+            text,
+            "Reference to f81d4fae-7dec-11d0-a765-00a0c91e6bf6: user-visible ID 1, references 2, row 3" ) );
+        EXPECT_TRUE( Contains( text, "b: user-visible ID 3, references 1, no row" ) );
         EXPECT_TRUE( Contains( text, std::to_string( file.size() ) + "              End of the file" ) );
     }
 }

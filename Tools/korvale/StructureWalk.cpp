@@ -25,6 +25,11 @@ std::string Quote( const XString& inText )
     return '"' + text + ( inText.GetLength() > kMostBytes ? "..." : "" ) + '"';
 }
 
+std::string GetText( const XUUID& inIdentity )
+{
+    return WCodePage::AnsiToUTF8( inIdentity.UUIDToString().GetStringView() );
+}
+
 std::string Describe( XVersion inVersion )
 {
     return "class " + std::to_string( inVersion.GetClassID() ) + ", revision " +
@@ -209,12 +214,13 @@ std::int64_t StructureWalk::WalkKnownColumn( std::int64_t inRows, SSize64& outRo
     auto rows = static_cast<std::int64_t>( exists.size() );
     outRowsOffset = itsFieldOffset;
     ReadVersion( XVersion( version.GetClassID(), 0 ) );
+    RowReferences references( version.GetClassID() == kClassPivotRowRefColumn ? exists.size() : 0 );
     if ( version.GetClassID() == kClassPivotUnknownColumn )
         WalkUnknownColumn( exists, inRows, rows );
     else
-        WalkValues( version.GetClassID(), exists );
+        WalkValues( version.GetClassID(), exists, references );
     if ( version.GetClassID() == kClassPivotRowRefColumn )
-        WalkReferences();
+        WalkReferences( references );
     if ( version.GetClassID() == kClassPivotOtherRowRefColumn )
         WalkDescriptor();
     EndObject( object );
@@ -288,23 +294,36 @@ void StructureWalk::WalkUnknownColumn(
         Refuse( "the columns before this one have " + std::to_string( inRows ) + " rows" );
 }
 
-void StructureWalk::WalkReferences()
+void StructureWalk::WalkReferences( RowReferences& ioReferences )
 {
     for ( auto left = ReadNumber( "References" ); left > 0; --left )
-    {
-        Begin( "a reference" );
-        auto text = ReadValueText( kClassPivotUUIDColumn );
-        const auto count = itsStream.Read32();
-        text += ": user-visible ID " + std::to_string( itsStream.Read32() );
-        text += ", references " + std::to_string( count );
-        const auto row = itsStream.Read32();
-        Print(
-            "Reference to " + text + ( row == 0xFFFFFFFF ? ", no row" : ", row " + std::to_string( row ) ) );
-    }
-    ReadNumber( "Next user-visible ID" );
+        WalkReference( ioReferences );
+    Begin( "the next user-visible ID" );
+    if ( const auto fault = ioReferences.CheckRows(); !fault.empty() )
+        Refuse( "the references end, but " + fault );
+    if ( ReadNumber( "Next user-visible ID" ) == 0 )
+        Refuse( "the next user-visible ID is 0" );
 }
 
-void StructureWalk::WalkValues( std::uint32_t inClass, const XVector<std::uint8_t>& inExists )
+void StructureWalk::WalkReference( RowReferences& ioReferences )
+{
+    Begin( "a reference" );
+    XPivotRowRefColumn::XReference reference;
+    reference.uuid = itsStream.ReadUUID();
+    reference.count = itsStream.Read32();
+    reference.userVisibleID = itsStream.Read32();
+    reference.row = itsStream.Read32();
+    if ( const auto fault = ioReferences.Add( reference ); !fault.empty() )
+        Refuse( "a reference is wrong: " + fault );
+    const auto isInRow = reference.row != XPivotRowRefColumn::kNoRow;
+    Print(
+        "Reference to " + GetText( reference.uuid ) + ": user-visible ID " +
+        std::to_string( reference.userVisibleID ) + ", references " + std::to_string( reference.count ) +
+        ( isInRow ? ", row " + std::to_string( reference.row ) : ", no row" ) );
+}
+
+void StructureWalk::WalkValues(
+    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences )
 {
     Begin( "the default value" );
     const auto value = ReadValueText( inClass );
@@ -316,7 +335,7 @@ void StructureWalk::WalkValues( std::uint32_t inClass, const XVector<std::uint8_
         Begin( "the length of a run" );
         if ( itsStream.Peek32() == 0 )
             break;
-        WalkRun( inClass, inExists, row );
+        WalkRun( inClass, inExists, ioReferences, row );
     }
     itsStream.Read32();
     row = FindRow( inExists, row, true );
@@ -326,7 +345,8 @@ void StructureWalk::WalkValues( std::uint32_t inClass, const XVector<std::uint8_
 }
 
 void StructureWalk::WalkRun(
-    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, std::size_t& ioRow )
+    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences,
+    std::size_t& ioRow )
 {
     const auto expectedFirst = FindRow( inExists, ioRow, true );
     const auto expectedEnd = FindRow( inExists, expectedFirst, false );
@@ -341,7 +361,11 @@ void StructureWalk::WalkRun(
     Print( "Run: " + DescribeRows( first, length ) );
 
     Begin( "the values of a run" );
-    SkipValues( inClass, length );
+    if ( inClass == kClassPivotRowRefColumn )
+        for ( std::uint32_t i = 0; i < length; ++i )
+            ioReferences.SetRow( first + i, itsStream.ReadUUID() );
+    else
+        SkipValues( inClass, length );
     Print( std::to_string( length ) + " values" );
     ioRow = expectedEnd;
 }
@@ -479,7 +503,7 @@ std::string StructureWalk::ReadValueText( std::uint32_t inClass )
     case kClassPivotUUIDColumn:
     case kClassPivotRowRefColumn:
     case kClassPivotOtherRowRefColumn:
-        return WCodePage::AnsiToUTF8( itsStream.ReadUUID().UUIDToString().GetStringView() );
+        return GetText( itsStream.ReadUUID() );
     case kClassPivotVersionColumn:
         return Describe( itsStream.ReadVersion() );
     default:

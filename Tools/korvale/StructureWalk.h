@@ -3,6 +3,7 @@
 #include "Core/XStream.h"
 #include "Core/XString.h"
 #include "Jobs/XProgress.h"
+#include "RowReferences.h"
 
 #include <ostream>
 #include <string>
@@ -50,9 +51,13 @@ private:
     void WalkDescriptor();
     void
     WalkUnknownColumn( const XVector<std::uint8_t>& inExists, std::int64_t inRows, std::int64_t& outRows );
-    void WalkReferences();
-    void WalkValues( std::uint32_t inClass, const XVector<std::uint8_t>& inExists );
-    void WalkRun( std::uint32_t inClass, const XVector<std::uint8_t>& inExists, std::size_t& ioRow );
+    void WalkReferences( RowReferences& ioReferences );
+    void WalkReference( RowReferences& ioReferences );
+    void
+    WalkValues( std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences );
+    void WalkRun(
+        std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences,
+        std::size_t& ioRow );
     void SkipValues( std::uint32_t inClass, std::uint32_t inCount );
 
     void Begin( std::string inField );
