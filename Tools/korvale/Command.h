@@ -35,11 +35,11 @@ public:
     /// Adds the subcommand with its options, which are then stored in this object.
     virtual CLI::App* Declare( CLI::App& ioProgram ) = 0;
 
-    /// Checks what the options cannot check one by one. Throws CLI::Error: wrong usage.
+    /// Checks what the options cannot check one by one. Throws WrongUsage or CLI::Error.
     virtual void Check() const {}
 
     /// Does the work, on a thread of the program's own, and returns the exit status. Failures of which there is no more
-    /// to say are thrown, and so is the user's abort (1001).
+    /// to say are thrown, and so are WrongUsage and the user's abort (1001).
     virtual int Run( Session& ioSession ) = 0;
 
 protected:

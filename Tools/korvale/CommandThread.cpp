@@ -7,6 +7,7 @@
 #include "Session.h"
 #include "TerminalProgressStrategy.h"
 #include "WMainLoop.h"
+#include "WrongUsage.h"
 
 namespace
 {
@@ -72,6 +73,11 @@ int CommandThread::RunCommand()
     catch ( const XStopThreadException& )
     {
         throw;
+    }
+    catch ( const WrongUsage& wrongUsage )
+    {
+        itsSession.ReportFailure( itsName, { wrongUsage.what() } );
+        return kWrongUsage;
     }
     catch ( ... )
     {

@@ -6,6 +6,7 @@
 #include "NumberText.h"
 #include "Sample.h"
 #include "Show.h"
+#include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -113,6 +114,11 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     {
         const auto status = program.exit( error, ioTerminal.out, ioTerminal.error );
         return status == 0 ? FinishOutput( kSuccess, session ) : kWrongUsage;
+    }
+    catch ( const WrongUsage& wrongUsage )
+    {
+        session.ReportFailure( program.get_subcommands().front()->get_name(), { wrongUsage.what() } );
+        return kWrongUsage;
     }
     catch ( ... )
     {

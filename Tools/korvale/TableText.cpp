@@ -1,23 +1,17 @@
 #include "TableText.h"
 
+#include "AnsiText.h"
 #include "NumberText.h"
 #include "OrderedText.h"
 #include "Pivot/XPivotFloatColumn.h"
 #include "Pivot/XPivotReferenceColumn.h"
 #include "Pivot/XPivotSInt32Column.h"
 #include "Pivot/XPivotUInt32Column.h"
-#include "WCodePage.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace
 {
-std::string ToUTF8( const XString& inText )
-{
-    return WCodePage::AnsiToUTF8( inText.GetStringView() );
-}
-
 /// True for columns whose values are numbers for the reader too, unlike times and identifiers. References show as the
 /// number of the object.
 bool HoldsNumbers( const XPivotColumn& inColumn )
@@ -39,15 +33,6 @@ void AppendField( std::string& ioLine, std::string_view inText )
     for ( const auto character : inText )
         ioLine.append( character == '"' ? 2 : 1, character );
     ioLine += '"';
-}
-
-/// A line break within a cell would break the alignment.
-std::string MakeCell( const XString& inText )
-{
-    auto text = ToUTF8( inText );
-    std::ranges::replace_if(
-        text, []( char inByte ) { return static_cast<unsigned char>( inByte ) < ' '; }, ' ' );
-    return text;
 }
 } // namespace
 
@@ -106,9 +91,9 @@ AlignedText AlignTable( const XPivotTable& inTable )
               [&column]( std::uint32_t inRow )
               {
                   if ( inRow == 0 )
-                      return MakeCell( column.GetDisplayName() );
+                      return ToUTF8Line( column.GetDisplayName() );
                   const auto exists = column.DoesDataExist( inRow - 1 );
-                  return exists ? MakeCell( column.GetDataString( inRow - 1 ) ) : std::string();
+                  return exists ? ToUTF8Line( column.GetDataString( inRow - 1 ) ) : std::string();
               } } );
     }
     return AlignedText( std::move( columns ), inTable.GetNumRows() + 1 );

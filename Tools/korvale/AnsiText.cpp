@@ -1,0 +1,23 @@
+#include "AnsiText.h"
+
+#include "WCodePage.h"
+
+#include <algorithm>
+
+std::string ToUTF8( const XString& inText )
+{
+    return WCodePage::AnsiToUTF8( inText.GetStringView() );
+}
+
+XString FromUTF8( const std::string& inText )
+{
+    return WCodePage::UTF8ToAnsi( inText );
+}
+
+std::string ToUTF8Line( const XString& inText )
+{
+    auto text = ToUTF8( inText );
+    std::ranges::replace_if(
+        text, []( char inByte ) { return static_cast<unsigned char>( inByte ) < ' '; }, ' ' );
+    return text;
+}

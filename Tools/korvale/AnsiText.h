@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Core/XString.h"
+
+#include <string>
+
+// The text of tables is ANSI, what the program reads and prints is UTF-8.
+
+std::string ToUTF8( const XString& inText );
+XString FromUTF8( const std::string& inText );
+
+/// On one line: blanks in place of line breaks and other control characters.
+std::string ToUTF8Line( const XString& inText );

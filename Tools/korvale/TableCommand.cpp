@@ -1,0 +1,43 @@
+#include "TableCommand.h"
+
+#include "Jobs/XProgress.h"
+#include "Session.h"
+#include "TableFile.h"
+#include "WCodePage.h"
+
+#include <CLI/CLI.hpp>
+
+void TableCommand::DeclareTable( CLI::App& ioCommand )
+{
+    ioCommand.add_option( "TABLE", itsTable, "Table file" )->type_name( "" )->required();
+    ioCommand.add_flag( "-q,--quiet", itsIsQuiet, "No progress" );
+}
+
+int TableCommand::Run( Session& ioSession )
+{
+    if ( itsIsQuiet )
+        ioSession.progress.Silence();
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
+    progress.SetTitle( GetTitle() );
+    progress.SetMessage( WCodePage::UTF8ToAnsi( itsTable ) );
+    const auto table = ReadTable( ioSession );
+    progress.Increment();
+    return table ? RunOnTable( *table, ioSession ) : kFailure;
+}
+
+/// Null when it cannot be read, which is then reported.
+std::unique_ptr<XPivotTable> TableCommand::ReadTable( Session& ioSession ) const
+{
+    try
+    {
+        return ReadTableFile( PathFromUTF8( itsTable ) );
+    }
+    catch ( ... )
+    {
+        const auto failure = DescribeCurrentException();
+        if ( failure.IsUserAbort() )
+            throw;
+        ioSession.ReportFailure( itsTable, failure );
+        return nullptr;
+    }
+}

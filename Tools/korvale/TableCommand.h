@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Command.h"
+#include "Pivot/XPivotTable.h"
+
+#include <memory>
+
+/// A subcommand that does something with a stored table, which it reads first.
+class TableCommand : public Command
+{
+public:
+    int Run( Session& ioSession ) final;
+
+protected:
+    /// Adds what all of them have: the table file and --quiet.
+    void DeclareTable( CLI::App& ioCommand );
+
+    /// What the user sees while it works: "Sorting".
+    virtual const char* GetTitle() const = 0;
+
+    /// Does the work, and returns and throws what Run does.
+    virtual int RunOnTable( XPivotTable& ioTable, Session& ioSession ) = 0;
+
+    const std::string& GetTableName() const { return itsTable; }
+    bool IsQuiet() const { return itsIsQuiet; }
+
+private:
+    std::string itsTable;
+    bool itsIsQuiet = false;
+
+    std::unique_ptr<XPivotTable> ReadTable( Session& ioSession ) const;
+};
