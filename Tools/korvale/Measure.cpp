@@ -3,30 +3,15 @@
 #include "ImageMeasurer.h"
 #include "Jobs/XProgress.h"
 #include "MeasurementSummary.h"
+#include "NumberText.h"
 #include "Session.h"
-#include "TableFile.h"
-#include "TableText.h"
-#include "WReplaceFile.h"
-#include "WUnfinishedFiles.h"
+#include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cmath>
-#include <optional>
 
 namespace
 {
-template<class T>
-std::optional<T> ParseNumber( std::string_view inText )
-{
-    T number{};
-    const auto end = inText.data() + inText.size();
-    const auto [rest, error] = std::from_chars( inText.data(), end, number );
-    if ( error != std::errc() || rest != end )
-        return std::nullopt;
-    return number;
-}
-
 /// The index that a name such as C1 stands for.
 std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 {
@@ -48,27 +33,6 @@ std::string CheckThreshold( const std::string& inText )
         ? ""
         : inText + " is neither otsu nor a number";
 }
-
-/// True when both name one file, which need not exist.
-bool IsSamePath( const std::string& inOne, const std::string& inOther )
-{
-    std::error_code error;
-    const auto one = PathFromUTF8( inOne ), other = PathFromUTF8( inOther );
-    return std::filesystem::equivalent( one, other, error ) ||
-        std::filesystem::weakly_canonical( one, error ) == std::filesystem::weakly_canonical( other, error );
-}
-
-void WriteCSVFile( const XPivotTable& inTable, WorkerLimit inLimit, WFile& ioFile )
-{
-    std::uint64_t position = 0;
-    WriteCSV(
-        inTable, inLimit,
-        [&]( std::string_view inText )
-        {
-            ioFile.WriteAt( position, inText.data(), inText.size() );
-            position += inText.size();
-        } );
-}
 } // namespace
 
 CLI::App* Measure::Declare( CLI::App& ioProgram )
@@ -89,10 +53,7 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "is 1. Interrupted, the command writes neither file; the exit status is 130.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();
-    command->add_option( "-o,--output", itsTable, "Table file to write, for korvale show" )
-        ->type_name( "TABLE" )
-        ->check( CheckFileName );
-    command->add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" )->check( CheckFileName );
+    itsOutputs.Declare( *command );
     command->add_option( "--channel", itsChannel, "Channel that tells objects from background" )
         ->type_name( "Cn" )
         ->check( CheckChannel )
@@ -137,13 +98,11 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
 
 void Measure::Check() const
 {
-    const auto refuse = []( const std::string& inText ) { throw CLI::ValidationError( "measure", inText ); };
-    if ( !itsTable.empty() && !itsCSV.empty() && IsSamePath( itsTable, itsCSV ) )
-        refuse( "the table and the CSV file are the same file" );
+    itsOutputs.Check();
     for ( const auto& image : itsImages )
-        for ( const auto& output : { itsTable, itsCSV } )
-            if ( !output.empty() && IsSamePath( image, output ) )
-                refuse( output + " is an image to measure; it would be overwritten" );
+        for ( const auto& output : itsOutputs.GetNames() )
+            if ( IsSameFile( image, output ) )
+                throw WrongUsage( output + " is an image to measure; it would be overwritten" );
 }
 
 int Measure::Run( Session& ioSession )
@@ -182,38 +141,6 @@ XPivotTable Measure::WriteTable( const std::vector<ImageMeasurement>& inMeasurem
     progress.SetTitle( "Writing" );
     auto table = MakeMeasurementTable( inMeasurements, GetSettings() );
     progress.Increment();
-    WriteOutputs( table );
+    itsOutputs.Write( table, WorkerLimit( itsWorkers ) );
     return table;
-}
-
-/// Both files are complete before either takes its place.
-void Measure::WriteOutputs( const XPivotTable& inTable ) const
-{
-    std::optional<WReplaceFile> table, csv;
-    if ( !itsTable.empty() )
-        WriteOutput(
-            itsTable,
-            [&]
-            {
-                table.emplace( PathFromUTF8( itsTable ) );
-                WriteTableFile( inTable, table->GetFile() );
-                table->Complete();
-            } );
-    if ( !itsCSV.empty() )
-        WriteOutput(
-            itsCSV,
-            [&]
-            {
-                csv.emplace( PathFromUTF8( itsCSV ) );
-                WriteCSVFile( inTable, WorkerLimit( itsWorkers ), csv->GetFile() );
-                csv->Complete();
-            } );
-    if ( !table && !csv )
-        return;
-    const auto hold = WUnfinishedFiles::Hold();
-    CheckLastAbort();
-    if ( table )
-        WriteOutput( itsTable, [&] { table->Commit(); } );
-    if ( csv )
-        WriteOutput( itsCSV, [&] { csv->Commit(); } );
 }

@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "MeasurementTable.h"
 #include "PageMeasurement.h"
+#include "TableOutputs.h"
 
 #include <vector>
 
@@ -16,8 +17,7 @@ public:
 
 private:
     std::vector<std::string> itsImages;
-    std::string itsTable;
-    std::string itsCSV;
+    TableOutputs itsOutputs;
     std::string itsChannel = "C1";
     std::string itsThreshold = "otsu";
     std::uint32_t itsConnectivity = 8;
@@ -30,5 +30,4 @@ private:
 
     MeasureSettings GetSettings() const;
     XPivotTable WriteTable( const std::vector<ImageMeasurement>& inMeasurements ) const;
-    void WriteOutputs( const XPivotTable& inTable ) const;
 };

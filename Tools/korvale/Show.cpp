@@ -5,6 +5,7 @@
 #include "Session.h"
 #include "StructureWalk.h"
 #include "TableFile.h"
+#include "TableOutputs.h"
 #include "TableText.h"
 #include "WCodePage.h"
 
@@ -60,25 +61,14 @@ void Show::ShowStructure( Session& ioSession ) const
 
 void Show::ShowTable( Session& ioSession ) const
 {
-    XProgress progress( 3, XProgress::kProgressSteps, kProgressDelayMs );
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Showing" );
     progress.SetMessage( WCodePage::UTF8ToAnsi( itsTable ) );
     const auto table = ReadTableFile( PathFromUTF8( itsTable ) );
     progress.Increment();
-    // A terminal that shows the table shows no bars meanwhile.
-    const auto beginPrinting = [&]
-    {
-        progress.Increment();
-        if ( ioSession.isOutTerminal )
-            ioSession.progress.Silence();
-    };
-    if ( itsAsCSV )
-    {
-        beginPrinting();
-        WriteCSV( *table, WorkerLimit( 0 ), [&]( std::string_view inText ) { ioSession.out << inText; } );
-        return;
-    }
-    const auto text = AlignTable( *table );
-    beginPrinting();
-    text.Print( ioSession.out );
+    if ( !itsAsCSV )
+        return PrintTable( *table, ioSession );
+    if ( ioSession.isOutTerminal )
+        ioSession.progress.Silence();
+    WriteCSV( *table, WorkerLimit( 0 ), [&]( std::string_view inText ) { ioSession.out << inText; } );
 }

@@ -1,27 +1,14 @@
 #include "TableText.h"
 
 #include "AnsiText.h"
+#include "ColumnKind.h"
 #include "NumberText.h"
 #include "OrderedText.h"
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotReferenceColumn.h"
-#include "Pivot/XPivotSInt32Column.h"
-#include "Pivot/XPivotUInt32Column.h"
 
 #include <vector>
 
 namespace
 {
-/// True for columns whose values are numbers for the reader too, unlike times and identifiers. References show as the
-/// number of the object.
-bool HoldsNumbers( const XPivotColumn& inColumn )
-{
-    return dynamic_cast<const XPivotFloatColumn*>( &inColumn ) ||
-        dynamic_cast<const XPivotSInt32Column*>( &inColumn ) ||
-        dynamic_cast<const XPivotUInt32Column*>( &inColumn ) ||
-        dynamic_cast<const XPivotReferenceColumn*>( &inColumn );
-}
-
 void AppendField( std::string& ioLine, std::string_view inText )
 {
     if ( inText.find_first_of( ",\"\r\n" ) == std::string_view::npos )

@@ -1,0 +1,76 @@
+#include "TableOutputs.h"
+
+#include "Command.h"
+#include "Jobs/XProgress.h"
+#include "Session.h"
+#include "TableFile.h"
+#include "TableText.h"
+#include "WrongUsage.h"
+
+#include <CLI/CLI.hpp>
+
+void TableOutputs::Declare( CLI::App& ioCommand )
+{
+    ioCommand.add_option( "-o,--output", itsTable, "Table file to write" )
+        ->type_name( "TABLE" )
+        ->check( CheckFileName );
+    ioCommand.add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" )->check( CheckFileName );
+}
+
+void TableOutputs::Check() const
+{
+    if ( !itsTable.empty() && !itsCSV.empty() && IsSameFile( itsTable, itsCSV ) )
+        throw WrongUsage( "the table and the CSV file are the same file" );
+}
+
+std::vector<std::string> TableOutputs::GetNames() const
+{
+    std::vector<std::string> names{ itsTable, itsCSV };
+    std::erase( names, "" );
+    return names;
+}
+
+void TableOutputs::Write( const XPivotTable& inTable, WorkerLimit inLimit ) const
+{
+    std::vector<OutputFile> files;
+    if ( !itsTable.empty() )
+        files.push_back( { itsTable, [&]( WFile& ioFile ) { WriteTableFile( inTable, ioFile ); } } );
+    if ( !itsCSV.empty() )
+        files.push_back( MakeCSVOutput( itsCSV, inTable, inLimit ) );
+    WriteOutputFiles( files );
+}
+
+void TableOutputs::WriteOrPrint( const XPivotTable& inTable, Session& ioSession ) const
+{
+    if ( GetNames().empty() )
+        PrintTable( inTable, ioSession );
+    else
+        Write( inTable );
+}
+
+OutputFile MakeCSVOutput( const std::string& inName, const XPivotTable& inTable, WorkerLimit inLimit )
+{
+    const auto write = [&inTable, inLimit]( WFile& ioFile )
+    {
+        std::uint64_t position = 0;
+        WriteCSV(
+            inTable, inLimit,
+            [&]( std::string_view inText )
+            {
+                ioFile.WriteAt( position, inText.data(), inText.size() );
+                position += inText.size();
+            } );
+    };
+    return { inName, write };
+}
+
+void PrintTable( const XPivotTable& inTable, Session& ioSession )
+{
+    XProgress progress( 2, XProgress::kProgressSteps );
+    const auto text = AlignTable( inTable );
+    progress.Increment();
+    // A terminal that shows the table shows no bars meanwhile.
+    if ( ioSession.isOutTerminal )
+        ioSession.progress.Silence();
+    text.Print( ioSession.out );
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "OutputFiles.h"
+#include "Pivot/XPivotTable.h"
+#include "WorkerLimit.h"
+
+#include <string>
+#include <vector>
+
+namespace CLI
+{
+class App;
+}
+
+class Session;
+
+/// The options for files that a table is written to, and the writing.
+class TableOutputs
+{
+public:
+    /// Adds -o and --csv.
+    void Declare( CLI::App& ioCommand );
+
+    /// Throws WrongUsage when both name one file.
+    void Check() const;
+
+    /// The names of the files that the user asked for.
+    std::vector<std::string> GetNames() const;
+
+    /// Writes the files asked for: all of them or none.
+    void Write( const XPivotTable& inTable, WorkerLimit inLimit = WorkerLimit( 0 ) ) const;
+
+    /// Writes the files asked for; where none is, prints the table.
+    void WriteOrPrint( const XPivotTable& inTable, Session& ioSession ) const;
+
+private:
+    std::string itsTable;
+    std::string itsCSV;
+};
+
+/// A CSV file of the table, which outlives it.
+OutputFile MakeCSVOutput( const std::string& inName, const XPivotTable& inTable, WorkerLimit inLimit );
+
+/// Prints the table in aligned columns.
+void PrintTable( const XPivotTable& inTable, Session& ioSession );
