@@ -182,12 +182,6 @@ XMemoryBlock* XMappedFileMemoryBlock::Clone( USize64 inSize )
     return XMemoryBlock::Clone( inSize );
 }
 
-XMappedFileMemoryBlock::XStorageState XMappedFileMemoryBlock::GetStorageState() const
-{
-    const XThreadLock lock( GetMutex() );
-    return itsState;
-}
-
 XFileMappingBase::XPageProtection
 XMappedFileMemoryBlock::PermanentFileChangeModeToProtection( XChangeMode inChangeMode )
 {

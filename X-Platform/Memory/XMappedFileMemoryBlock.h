@@ -5,6 +5,7 @@
 #include "Memory/XMemoryBlock.h"
 #include "WFile.h"
 
+#include <atomic>
 #include <filesystem>
 #include <memory>
 
@@ -89,7 +90,7 @@ public:
     XMemoryBlock* Clone( USize64 inSize ) override;
     void CheckIntact() const override;
 
-    XStorageState GetStorageState() const;
+    XStorageState GetStorageState() const { return itsState; }
     XChangeMode GetChangeMode() const { return itsChangeMode; }
     USize64 GetHeapThreshold() const { return itsHeapThreshold; }
     bool IsUnallocated() const { return GetStorageState() == kUnallocated; }
@@ -131,7 +132,7 @@ private:
     void ResizePublicFile( USize64 inSize );
     void LengthenFile( std::uint64_t inFileSize );
 
-    XStorageState itsState = kUnallocated;
+    std::atomic<XStorageState> itsState = kUnallocated; // written under the mutex
     USize64 itsSize = 0;
     const XChangeMode itsChangeMode;
     const USize64 itsHeapThreshold;

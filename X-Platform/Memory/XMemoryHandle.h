@@ -124,7 +124,7 @@ private:
     // All guarded by the mutex; the block may be read by who holds a lock.
     std::atomic<XMemoryBlock*> itsBlock = nullptr;
     std::uint32_t itsLocks = 0;
-    std::uint32_t itsBlockLocks = 0; // of these, on itsBlock
-    std::uint32_t itsWriteLocks = 0;
+    std::uint32_t itsWriteLocks = 0; // of these
+    std::uint32_t itsBlockLocks = 0; // of all, on itsBlock
     XVector<XRetired> itsRetired;
 };
