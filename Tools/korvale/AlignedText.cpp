@@ -1,5 +1,6 @@
 #include "AlignedText.h"
 
+#include "AnsiText.h"
 #include "Pieces.h"
 
 #include <algorithm>
@@ -8,20 +9,14 @@ namespace
 {
 constexpr const char* kGap = "  ";
 
-/// Characters, not bytes.
-std::size_t GetWidth( const std::string& inText )
-{
-    const auto isStart = []( char inByte ) { return ( inByte & 0xC0 ) != 0x80; };
-    return static_cast<std::size_t>( std::ranges::count_if( inText, isStart ) );
-}
-
 std::size_t GetWidth( const AlignedColumn& inColumn, std::uint32_t inRowCount )
 {
     std::size_t width = 0;
     const auto visit = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
         for ( auto row = inFirst; row < inEnd; ++row )
-            width = std::max( width, GetWidth( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
+            width =
+                std::max( width, CountCharacters( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
     };
     ForEachPiece( inRowCount, kTableRowsAtOnce, visit );
     return width;
@@ -55,7 +50,7 @@ std::string AlignedText::MakeLine( std::uint32_t inRow ) const
     for ( std::size_t i = 0; i < itsColumns.size(); ++i )
     {
         const auto cell = itsColumns[i].getCell( inRow );
-        const std::string padding( itsWidths[i] - GetWidth( cell ), ' ' );
+        const std::string padding( itsWidths[i] - CountCharacters( cell ), ' ' );
         line += i > 0 ? kGap : "";
         line += itsColumns[i].isRightAligned ? padding + cell : cell + padding;
     }

@@ -21,3 +21,9 @@ std::string ToUTF8Line( const XString& inText )
         text, []( char inByte ) { return static_cast<unsigned char>( inByte ) < ' '; }, ' ' );
     return text;
 }
+
+std::size_t CountCharacters( std::string_view inText )
+{
+    const auto isFirstByte = []( char inByte ) { return ( inByte & 0xC0 ) != 0x80; };
+    return static_cast<std::size_t>( std::ranges::count_if( inText, isFirstByte ) );
+}

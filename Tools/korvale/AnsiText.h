@@ -3,6 +3,7 @@
 #include "Core/XString.h"
 
 #include <string>
+#include <string_view>
 
 // The text of tables is ANSI, what the program reads and prints is UTF-8.
 
@@ -11,3 +12,6 @@ XString FromUTF8( const std::string& inText );
 
 /// On one line: blanks in place of line breaks and other control characters.
 std::string ToUTF8Line( const XString& inText );
+
+/// Of UTF-8.
+std::size_t CountCharacters( std::string_view inText );

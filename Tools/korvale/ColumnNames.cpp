@@ -7,6 +7,11 @@
 #include <algorithm>
 #include <charconv>
 
+const char* const kColumnNamesHelp =
+    "COLUMN is what heads the column in korvale show; upper and lower case are alike, and units, channel and\n"
+    "parentheses may be left out where one column only is meant: 'Area (µm²)', 'area um2' or Area. A name with commas\n"
+    "stands in double quotes within those of the shell: '\"A, B\"'. #3 is the third column.\n";
+
 namespace
 {
 using Indices = XPivotTable::XColumnIndices;

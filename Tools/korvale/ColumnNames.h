@@ -7,6 +7,9 @@
 
 // The columns of a table by the names that its user sees. Names are UTF-8.
 
+/// How columns are named on the command line, for people to read.
+extern const char* const kColumnNamesHelp;
+
 /// As it heads the column in tables and CSV files, on one line.
 std::string GetColumnName( const XPivotColumn& inColumn );
 

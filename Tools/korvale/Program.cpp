@@ -2,10 +2,14 @@
 
 #include "CommandThread.h"
 #include "Core/XTimer.h"
+#include "Export.h"
+#include "Filter.h"
 #include "Measure.h"
 #include "NumberText.h"
+#include "Pivot.h"
 #include "Sample.h"
 #include "Show.h"
+#include "Sort.h"
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
@@ -32,6 +36,10 @@ std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
     subcommands.push_back( { std::make_unique<Sample>() } );
     subcommands.push_back( { std::make_unique<Measure>() } );
     subcommands.push_back( { std::make_unique<Show>() } );
+    subcommands.push_back( { std::make_unique<Pivot>() } );
+    subcommands.push_back( { std::make_unique<Sort>() } );
+    subcommands.push_back( { std::make_unique<Filter>() } );
+    subcommands.push_back( { std::make_unique<Export>() } );
     for ( auto& subcommand : subcommands )
     {
         subcommand.app = subcommand.command->Declare( ioProgram );

@@ -22,7 +22,15 @@ int TableCommand::Run( Session& ioSession )
     progress.SetMessage( WCodePage::UTF8ToAnsi( itsTable ) );
     const auto table = ReadTable( ioSession );
     progress.Increment();
-    return table ? RunOnTable( *table, ioSession ) : kFailure;
+    if ( !table )
+        return kFailure;
+    const auto hadRows = table->GetNumRows() > 0;
+    const auto status = RunOnTable( *table, ioSession );
+    if ( table->GetNumRows() > 0 )
+        return status;
+    ioSession.ReportFailure(
+        itsTable, { hadRows ? "no row passes the conditions" : "the table has no rows" } );
+    return kFailure;
 }
 
 /// Null when it cannot be read, which is then reported.

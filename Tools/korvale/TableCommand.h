@@ -18,7 +18,8 @@ protected:
     /// What the user sees while it works: "Sorting".
     virtual const char* GetTitle() const = 0;
 
-    /// Does the work, and returns and throws what Run does.
+    /// Does the work, on the table itself, and returns and throws what Run does. When it leaves the table without rows,
+    /// the user is told and the command fails.
     virtual int RunOnTable( XPivotTable& ioTable, Session& ioSession ) = 0;
 
     const std::string& GetTableName() const { return itsTable; }

@@ -16,8 +16,8 @@
 
 const char* const WhereClause::kHelp =
     "A condition is COLUMN OP VALUE, as in 'Area (µm²) >= 12.5' or 'Name contains control'. OP is one of\n"
-    "  =  !=  <  <=  >  >=    on numbers, texts (letters by their code, digits by their value: img2 < img10),\n"
-    "                         times (2026-03-05 16:07) and identifiers\n"
+    "  =  !=  <  <=  >  >=    on numbers, texts in natural order (img2 < img10), times (2026-03-05 16:07) and\n"
+    "                         identifiers\n"
     "  contains               on texts and identifiers; upper and lower case differ\n"
     "Rows whose value is missing pass no condition. Names and values that hold an operator stand in double quotes.\n";
 

@@ -1,0 +1,140 @@
+#include "Pivot.h"
+
+#include "ColumnKind.h"
+#include "ColumnNames.h"
+#include "Jobs/XProgress.h"
+#include "WrongUsage.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+/// False for identifiers, and for texts none of which is a number.
+bool HasNumbers( const XPivotColumn& inColumn )
+{
+    const auto kind = GetColumnKind( inColumn );
+    if ( kind != ColumnKind::kText )
+        return HoldsNumbers( inColumn ) || kind == ColumnKind::kTime;
+
+    constexpr std::uint32_t kRowsAtOnce = 4096;
+    XVector<double> scratch;
+    for ( std::uint32_t row = 0; row < inColumn.GetColumnSize(); row += kRowsAtOnce )
+    {
+        const auto block = inColumn.GetFloatBlock( row, kRowsAtOnce, scratch );
+        for ( std::uint32_t i = 0; i < block.count; ++i )
+            if ( block.exists[i] && !std::isnan( block.values[i] ) )
+                return true;
+    }
+    return inColumn.IsEmptyColumn();
+}
+
+XPivotTable::XColumnIndices FindColumnsIfNamed( const XPivotTable& inTable, const std::string& inList )
+{
+    return inList.empty() ? XPivotTable::XColumnIndices() : FindColumnsByName( inTable, inList );
+}
+} // namespace
+
+CLI::App* Pivot::Declare( CLI::App& ioProgram )
+{
+    auto* const command = ioProgram.add_subcommand(
+        "pivot", "Sums up the rows of a table: how many, how large, how bright, by what." );
+    command->footer(
+        std::string( kReductionsHelp ) + "\n" + RowConditions::GetHelp() + "\n" + kColumnNamesHelp +
+        "\nThe result has a row for each combination of what stands in the columns of --rows, and is sorted by them.\n"
+        "Missing is one group, and comes first. With --columns each value there gives result columns of its own,\n"
+        "with --pages each one a pivot of its own.\n"
+        "Without -o and --csv the result is printed.\n"
+        "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage, 130 when interrupted." );
+    DeclareTable( *command );
+    const auto addList = [&]( const char* inName, std::string& outList, const char* inHelp )
+    { return command->add_option( inName, outList, inHelp )->type_name( "COLUMN[,COLUMN...]" ); };
+    addList( "--rows", itsRows, "What to group by, a row for each group [all rows in one]" );
+    addList( "--columns", itsColumns, "What to group by further, result columns for each group" );
+    addList( "--pages", itsPages, "What to group by before, a pivot for each group" );
+    addList( "--values", itsValues, "What to reduce" )->required();
+    command->add_option( "--with", itsReductions, "What to reduce it to" )
+        ->type_name( "NAME[,NAME...]" )
+        ->required();
+    itsConditions.Declare( *command );
+    itsOutputs.Declare( *command );
+    return command;
+}
+
+void Pivot::Check() const
+{
+    ParseReductions( itsReductions );
+    itsConditions.Check();
+    itsOutputs.Check();
+}
+
+int Pivot::RunOnTable( XPivotTable& ioTable, Session& ioSession )
+{
+    XProgress progress( 3, XProgress::kProgressSteps );
+    const auto plan = MakePlan( ioTable );
+    CheckValues( ioTable, plan );
+    itsConditions.FilterRows( ioTable );
+    progress.Increment();
+    const auto pivot = MakePivot( ioTable, plan );
+    progress.Increment();
+    itsOutputs.WriteOrPrint( pivot, ioSession );
+    return kSuccess;
+}
+
+Pivot::Plan Pivot::MakePlan( const XPivotTable& inTable ) const
+{
+    return {
+        FindColumnsIfNamed( inTable, itsPages ), FindColumnsIfNamed( inTable, itsRows ),
+        FindColumnsIfNamed( inTable, itsColumns ), FindColumnsByName( inTable, itsValues ) };
+}
+
+void Pivot::CheckValues( const XPivotTable& inTable, const Plan& inPlan ) const
+{
+    const auto reductions = ParseReductions( itsReductions );
+    if ( std::ranges::none_of( reductions, &Reduction::IsArithmetic ) )
+        return;
+    for ( const auto index : inPlan.values )
+        if ( !HasNumbers( inTable.GetColumn( index ) ) )
+            throw WrongUsage(
+                "the column \"" + GetColumnName( inTable.GetColumn( index ) ) +
+                "\" holds no numbers; only count and value are for it" );
+}
+
+XPivotTable Pivot::MakePivot( const XPivotTable& inTable, const Plan& inPlan ) const
+{
+    const auto accumulator = MakeAccumulator( ParseReductions( itsReductions ) );
+    XVector<XPivotTable::XPivotValue> values;
+    for ( const auto index : inPlan.values )
+        values.push_back( { index, accumulator } );
+    auto pivot = inPlan.pages.empty()
+        ? inTable.Pivot( inPlan.rows, inPlan.columns, values )
+        : inTable.PagePivot( inPlan.pages, inPlan.rows, inPlan.columns, values );
+    return PickResults( std::move( pivot ), inPlan );
+}
+
+std::uint32_t Pivot::Plan::GetKeyCount() const
+{
+    const auto pageColumns = pages.empty() ? 0 : pages.size() + 1; // Their number comes first.
+    return static_cast<std::uint32_t>( pageColumns + rows.size() );
+}
+
+/// The results that are asked for, in the order in which they are: an accumulator may give more, in its own.
+XPivotTable Pivot::PickResults( XPivotTable inPivot, const Plan& inPlan ) const
+{
+    const auto reductions = ParseReductions( itsReductions );
+    const auto accumulator = MakeAccumulator( reductions );
+    std::vector<std::unique_ptr<XPivotColumn>> columns;
+    while ( inPivot.GetNumColumns() > 0 )
+        columns.push_back( inPivot.RemoveColumn( inPivot.GetNumColumns() - 1 ) );
+    std::ranges::reverse( columns );
+
+    XPivotTable picked;
+    const auto keyCount = inPlan.GetKeyCount();
+    for ( std::uint32_t i = 0; i < keyCount; ++i )
+        picked.AddColumn( std::move( columns[i] ) );
+    for ( std::size_t first = keyCount; first < columns.size(); first += accumulator.GetNumValues() )
+        for ( const auto& reduction : reductions )
+            picked.AddColumn( std::move( columns[first + FindPlace( accumulator, reduction )] ) );
+    return picked;
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Reductions.h"
+#include "RowConditions.h"
+#include "TableCommand.h"
+#include "TableOutputs.h"
+
+/// `korvale pivot`: groups the rows of a table and reduces each group to numbers.
+class Pivot : public TableCommand
+{
+public:
+    CLI::App* Declare( CLI::App& ioProgram ) override;
+    void Check() const override;
+
+protected:
+    const char* GetTitle() const override { return "Pivoting"; }
+    int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
+
+private:
+    /// The columns that the options name.
+    struct Plan
+    {
+        XPivotTable::XColumnIndices pages;
+        XPivotTable::XColumnIndices rows;
+        XPivotTable::XColumnIndices columns;
+        XPivotTable::XColumnIndices values;
+
+        /// Of the columns in front of the results.
+        std::uint32_t GetKeyCount() const;
+    };
+
+    std::string itsPages;
+    std::string itsRows;
+    std::string itsColumns;
+    std::string itsValues;
+    std::string itsReductions;
+    RowConditions itsConditions;
+    TableOutputs itsOutputs;
+
+    Plan MakePlan( const XPivotTable& inTable ) const;
+    void CheckValues( const XPivotTable& inTable, const Plan& inPlan ) const;
+    XPivotTable MakePivot( const XPivotTable& inTable, const Plan& inPlan ) const;
+    XPivotTable PickResults( XPivotTable inPivot, const Plan& inPlan ) const;
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "WhereClause.h"
+
+#include <string>
+#include <vector>
+
+namespace CLI
+{
+class App;
+}
+
+/// The option --where, given as often as one likes, and what it stands for.
+class RowConditions
+{
+public:
+    /// Explains the conditions that users write.
+    static const char* GetHelp() { return WhereClause::kHelp; }
+
+    void Declare( CLI::App& ioCommand );
+    /// Adds --any too: the rows that pass one of the conditions.
+    void DeclareWithAny( CLI::App& ioCommand );
+
+    /// Throws WrongUsage when a condition is not of their form.
+    void Check() const;
+
+    /// Removes the rows that do not pass. Throws what WhereClause throws.
+    void FilterRows( XPivotTable& ioTable ) const;
+
+private:
+    std::vector<std::string> itsConditions;
+    bool itsIsAny = false;
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "TableCommand.h"
+#include "TableOutputs.h"
+
+/// `korvale sort`: puts the rows of a table in order.
+class Sort : public TableCommand
+{
+public:
+    CLI::App* Declare( CLI::App& ioProgram ) override;
+    void Check() const override;
+
+protected:
+    const char* GetTitle() const override { return "Sorting"; }
+    int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
+
+private:
+    std::string itsKeys;
+    TableOutputs itsOutputs;
+};
