@@ -28,7 +28,19 @@ bool IsTIFF( std::string_view inSignature )
 }
 } // namespace
 
-void WImagePage::Allocate( std::uint64_t inMostBytes )
+bool WImageForm::HasLayoutOf( const WImageForm& inOther ) const
+{
+    return width == inOther.width && height == inOther.height && channels == inOther.channels &&
+        type == inOther.type;
+}
+
+WImagePage::Samples WImagePage::AllocateFromHeap( std::uint64_t inBytes )
+{
+    auto bytes = std::make_unique_for_overwrite<std::byte[]>( inBytes );
+    return Samples( bytes.release(), std::default_delete<std::byte[]>() );
+}
+
+void WImagePage::Allocate( std::uint64_t inMostBytes, const Allocator& inAllocator )
 {
     if ( width == 0 || height == 0 || channels == 0 )
         throw WImageError( "it has a page without pixels" );
@@ -39,7 +51,7 @@ void WImagePage::Allocate( std::uint64_t inMostBytes )
         throw WImageError( "a page of " + size + " is too large" );
     if ( pixels > inMostBytes / GetSampleSize() / channels )
         throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
-    samples = std::make_unique_for_overwrite<std::byte[]>( GetByteCount() );
+    samples = inAllocator( GetByteCount() );
 }
 
 void WImagePage::CopyBlock(
@@ -75,9 +87,10 @@ std::unique_ptr<WImageFile> WImageFile::Open( const std::filesystem::path& inPat
     throw WImageError( "it is neither a TIFF nor a PNG file" );
 }
 
-WImagePage WImageFile::ReadPage( std::uint32_t inPage, const Progress& inProgress )
+WImagePage WImageFile::ReadPage(
+    std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
 {
-    return ReadPageSelf( inPage, inProgress );
+    return ReadPageSelf( inPage, inProgress, inAllocator );
 }
 
 std::uint64_t WImageFile::GetMostPNGBytes( std::uint64_t inFileSize )

@@ -15,9 +15,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
-/// by side, in the byte order of the machine.
-struct WImagePage
+/// The form of a two-dimensional image: its size, and what its samples are.
+struct WImageForm
 {
     enum SampleType
     {
@@ -32,12 +31,28 @@ struct WImagePage
     SampleType type = kUInt8;
     double pixelWidth = 0;  ///< In micrometres; 0 when the file carries no resolution.
     double pixelHeight = 0; ///< In micrometres; 0 when the file carries no resolution.
-    std::unique_ptr<std::byte[]> samples;
 
     std::uint32_t GetSampleSize() const { return type == kUInt8 ? 1 : type == kUInt16 ? 2 : 4; }
     std::uint64_t GetRowSize() const { return std::uint64_t{ width } * channels * GetSampleSize(); }
     std::uint64_t GetByteCount() const { return GetRowSize() * height; }
+    std::uint64_t GetSampleCount() const { return std::uint64_t{ width } * channels * height; }
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
+
+    /// True when both have as many samples of the same type, row by row, whatever their resolution.
+    bool HasLayoutOf( const WImageForm& inOther ) const;
+};
+
+/// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
+/// by side, in the byte order of the machine.
+struct WImagePage : WImageForm
+{
+    /// The bytes of the samples. What deletes them gives them back to whom they came from.
+    using Samples = std::unique_ptr<std::byte[], std::function<void( std::byte* )>>;
+
+    /// Gives so many bytes, whose values may be anything.
+    using Allocator = std::function<Samples( std::uint64_t )>;
+
+    Samples samples;
 
     /// The samples as numbers of their type; T must fit `type`.
     template<class T>
@@ -46,9 +61,17 @@ struct WImagePage
         return reinterpret_cast<const T*>( samples.get() );
     }
 
+    template<class T>
+    T* GetSamples()
+    {
+        return reinterpret_cast<T*>( samples.get() );
+    }
+
+    static Samples AllocateFromHeap( std::uint64_t inBytes );
+
     /// Makes room for the samples, whose values are then undefined. Throws WImageError for an image without pixels,
-    /// with more than 2^32 - 1 of them, or of more than `inMostBytes` bytes.
-    void Allocate( std::uint64_t inMostBytes );
+    /// with more than 2^32 - 1 of them, or of more than `inMostBytes` bytes, and what the allocator throws.
+    void Allocate( std::uint64_t inMostBytes, const Allocator& inAllocator = AllocateFromHeap );
 
     /// Copies the part of a block of `inBlockWidth` pixels a row that lies inside the page, to the place of its left
     /// top corner. The block holds all channels, or, where `inIsPlane`, only the channel of that number.
@@ -78,13 +101,16 @@ public:
     /// Hears now and then what share of a page has been read, from 0 to 1. May throw, which ends the reading.
     using Progress = std::function<void( double )>;
 
-    /// Reads the page of that number, counted from 0. Fastest in ascending order.
-    WImagePage ReadPage( std::uint32_t inPage, const Progress& inProgress = IgnoreProgress );
+    /// Reads the page of that number, counted from 0, into memory of that allocator. Fastest in ascending order.
+    WImagePage ReadPage(
+        std::uint32_t inPage, const Progress& inProgress = IgnoreProgress,
+        const WImagePage::Allocator& inAllocator = WImagePage::AllocateFromHeap );
 
 protected:
     WImageFile() = default;
 
-    virtual WImagePage ReadPageSelf( std::uint32_t inPage, const Progress& inProgress ) = 0;
+    virtual WImagePage ReadPageSelf(
+        std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) = 0;
 
     /// The most bytes of samples that a PNG file of that size can hold.
     static std::uint64_t GetMostPNGBytes( std::uint64_t inFileSize );

@@ -86,7 +86,7 @@ void ReadResolution( const Tags& inTags, WImagePage& outPage )
 template<class T>
 void SwapAll( WImagePage& ioPage )
 {
-    auto* samples = reinterpret_cast<T*>( ioPage.samples.get() );
+    auto* samples = ioPage.GetSamples<T>();
     const auto count = ioPage.GetByteCount() / sizeof( T );
     for ( std::uint64_t i = 0; i < count; ++i )
     {
@@ -164,10 +164,11 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
         throw WImageError( "it holds no pages" );
 }
 
-WImagePage WTIFFFile::ReadPageSelf( std::uint32_t inPage, const Progress& inProgress )
+WImagePage WTIFFFile::ReadPageSelf(
+    std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
 {
     const WTIFFDirectory tags( itsFile, itsHeader, itsPages.at( inPage ) );
-    auto page = ReadLayout( tags );
+    auto page = MakePage( tags, inAllocator );
     if ( IsPlain( tags ) )
     {
         ReadPlain( tags, inProgress, page );
@@ -186,7 +187,8 @@ std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
     return std::min( itsFile.GetSize(), UINT64_MAX / ratio ) * ratio;
 }
 
-WImagePage WTIFFFile::ReadLayout( const WTIFFDirectory& inTags ) const
+/// With room for its samples.
+WImagePage WTIFFFile::MakePage( const WTIFFDirectory& inTags, const WImagePage::Allocator& inAllocator ) const
 {
     WImagePage page;
     page.width = GetExtent( inTags, Tags::kWidth, 0 );
@@ -194,7 +196,7 @@ WImagePage WTIFFFile::ReadLayout( const WTIFFDirectory& inTags ) const
     page.channels = static_cast<std::uint16_t>( inTags.GetNumber( Tags::kSamplesPerPixel, 1 ) );
     page.type = GetSampleType( inTags );
     ReadResolution( inTags, page );
-    page.Allocate( GetMostBytes( inTags ) );
+    page.Allocate( GetMostBytes( inTags ), inAllocator );
     return page;
 }
 

@@ -16,7 +16,8 @@ public:
     std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
 
 protected:
-    WImagePage ReadPageSelf( std::uint32_t inPage, const Progress& inProgress ) override;
+    WImagePage ReadPageSelf(
+        std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) override;
 
 private:
     struct Grid;
@@ -28,7 +29,7 @@ private:
     std::optional<WTIFFDecoder> itsDecoder;
 
     std::uint64_t GetMostBytes( const WTIFFDirectory& inTags ) const;
-    WImagePage ReadLayout( const WTIFFDirectory& inTags ) const;
+    WImagePage MakePage( const WTIFFDirectory& inTags, const WImagePage::Allocator& inAllocator ) const;
     void ReadPlain( const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage ) const;
     void ReadBlock(
         const Grid& inGrid, std::uint64_t inBlock, const Progress& inProgress, WImagePage& outPage ) const;

@@ -55,14 +55,15 @@ public:
     ~PNGFile() override { png_destroy_read_struct( &itsPNG, &itsInfo, nullptr ); }
 
 protected:
-    WImagePage ReadPageSelf( std::uint32_t inPage, const Progress& inProgress ) override;
+    WImagePage ReadPageSelf(
+        std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) override;
 
 private:
     Source itsSource;
     png_structp itsPNG = nullptr;
     png_infop itsInfo = nullptr;
 
-    WImagePage GetLayout();
+    WImagePage MakePage( const WImagePage::Allocator& inAllocator );
     void Check( bool inSuccess );
 };
 
@@ -104,7 +105,8 @@ PNGFile::PNGFile( const std::filesystem::path& inPath )
 {
 }
 
-WImagePage PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress )
+WImagePage
+PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
 {
     itsSource.position = 0;
     png_destroy_read_struct( &itsPNG, &itsInfo, nullptr );
@@ -116,7 +118,7 @@ WImagePage PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress )
     int passes = 1;
     Check( ReadHeader( itsPNG, itsInfo, passes ) );
 
-    auto page = GetLayout();
+    auto page = MakePage( inAllocator );
     std::vector<png_bytep> rows( page.height );
     for ( std::size_t y = 0; y < rows.size(); ++y )
         rows[y] = reinterpret_cast<png_bytep>( page.samples.get() ) + y * page.GetRowSize();
@@ -130,7 +132,7 @@ WImagePage PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress )
     return page;
 }
 
-WImagePage PNGFile::GetLayout()
+WImagePage PNGFile::MakePage( const WImagePage::Allocator& inAllocator )
 {
     WImagePage page;
     page.width = png_get_image_width( itsPNG, itsInfo );
@@ -146,7 +148,7 @@ WImagePage PNGFile::GetLayout()
         page.pixelWidth = 1e6 / x;
         page.pixelHeight = 1e6 / y;
     }
-    page.Allocate( GetMostPNGBytes( itsSource.file.GetSize() ) );
+    page.Allocate( GetMostPNGBytes( itsSource.file.GetSize() ), inAllocator );
     return page;
 }
 

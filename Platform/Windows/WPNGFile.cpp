@@ -70,7 +70,8 @@ class PNGFile : public WImageFile
 public:
     explicit PNGFile( const std::filesystem::path& inPath ) : itsPath( inPath ) {}
 
-    WImagePage ReadPageSelf( std::uint32_t, const Progress& inProgress ) override
+    WImagePage ReadPageSelf(
+        std::uint32_t, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) override
     {
         const WFile file( itsPath, WFile::kRead );
         const auto header = ReadHeader( file );
@@ -85,7 +86,7 @@ public:
             page.pixelWidth = 1e6 / header.pixelsPerMetreX;
             page.pixelHeight = 1e6 / header.pixelsPerMetreY;
         }
-        page.Allocate( GetMostPNGBytes( file.GetSize() ) );
+        page.Allocate( GetMostPNGBytes( file.GetSize() ), inAllocator );
         WImagingComponent( itsPath ).CopyFrame( 0, true, inProgress, page );
         return page;
     }

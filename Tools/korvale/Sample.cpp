@@ -18,6 +18,7 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
         "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
         "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
         "has a line for each object of each plane: where it was drawn, how large and how bright.\n"
+        "A stack of 4 GiB or more is a BigTIFF file. Planes are written one by one, whatever their number.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is written." );
     command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )
         ->type_name( "" )
@@ -51,10 +52,8 @@ CLI::App* Sample::Declare( CLI::App& ioProgram )
 
 void Sample::Check() const
 {
-    const auto planeBytes = std::uint64_t{ itsSettings.width } * itsSettings.height * itsSettings.channels *
-        ( itsSettings.bits / 8 );
-    if ( planeBytes > std::numeric_limits<std::uint32_t>::max() / itsSettings.planes )
-        throw CLI::ValidationError( "sample", "the stack would outgrow the 4 GiB of a TIFF file" );
+    if ( std::uint64_t{ itsSettings.width } * itsSettings.height > std::numeric_limits<std::uint32_t>::max() )
+        throw CLI::ValidationError( "sample", "a plane of that size has too many pixels" );
     try
     {
         SampleStack{ itsSettings };
@@ -85,19 +84,7 @@ void Sample::WriteFiles( const std::filesystem::path& inFolder ) const
     WReplaceFile imageFile( inFolder / "sample.tif" );
     WReplaceFile truthFile( inFolder / "truth.csv" );
 
-    SampleStack stack( itsSettings );
-    TIFFWriter image( imageFile.GetFile() );
-    auto truth = stack.GetTruthHeader();
-    XProgress progress( itsSettings.planes, XProgress::kProgressWork, kProgressDelayMs );
-    progress.SetTitle( "Drawing planes" );
-    for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
-    {
-        image.WritePage( stack.DrawPlane() );
-        truth += stack.GetTruth();
-        progress.Increment();
-        progress.YieldAndCheckAbort();
-    }
-    truthFile.GetFile().WriteAt( 0, truth.data(), truth.size() );
+    DrawPlanes( imageFile.GetFile(), truthFile.GetFile() );
     imageFile.Complete();
     truthFile.Complete();
 
@@ -106,4 +93,27 @@ void Sample::WriteFiles( const std::filesystem::path& inFolder ) const
     imageFile.Commit();
     truthFile.Commit();
     folder.Keep();
+}
+
+/// Keeps no more than one plane, for a stack may be larger than the memory.
+void Sample::DrawPlanes( WFile& ioImage, WFile& ioTruth ) const
+{
+    SampleStack stack( itsSettings );
+    TIFFWriter image( ioImage, TIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
+    std::uint64_t truthEnd = 0;
+    const auto writeTruth = [&]( const std::string& inText )
+    {
+        ioTruth.WriteAt( truthEnd, inText.data(), inText.size() );
+        truthEnd += inText.size();
+    };
+    writeTruth( stack.GetTruthHeader() );
+    XProgress progress( itsSettings.planes, XProgress::kProgressWork, kProgressDelayMs );
+    progress.SetTitle( "Drawing planes" );
+    for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
+    {
+        image.WritePage( stack.DrawPlane() );
+        writeTruth( stack.GetTruth() );
+        progress.Increment();
+        progress.YieldAndCheckAbort();
+    }
 }

@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "SampleStack.h"
+#include "WFile.h"
 
 /// `korvale sample`: writes a stack of images whose objects are known, and what was drawn.
 class Sample : public Command
@@ -17,4 +18,5 @@ private:
     bool itsIsQuiet = false;
 
     void WriteFiles( const std::filesystem::path& inFolder ) const;
+    void DrawPlanes( WFile& ioImage, WFile& ioTruth ) const;
 };

@@ -131,7 +131,7 @@ template<class T>
 void SampleStack::Expose( const std::vector<float>& inLight, WImagePage& outPage )
 {
     constexpr double kBrightest = std::numeric_limits<T>::max();
-    auto* samples = reinterpret_cast<T*>( outPage.samples.get() );
+    auto* samples = outPage.GetSamples<T>();
     const auto expose = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
         for ( auto i = inFirst; i < inEnd; ++i )
@@ -143,14 +143,20 @@ void SampleStack::Expose( const std::vector<float>& inLight, WImagePage& outPage
     ForEachPiece( inLight.size(), kPixelsAtOnce, expose );
 }
 
+WImageForm SampleStack::GetForm() const
+{
+    WImageForm form;
+    form.width = itsSettings.width;
+    form.height = itsSettings.height;
+    form.channels = itsSettings.channels;
+    form.type = itsSettings.bits == 8 ? WImageForm::kUInt8 : WImageForm::kUInt16;
+    form.pixelWidth = form.pixelHeight = kPixelSize;
+    return form;
+}
+
 WImagePage SampleStack::DrawPlane()
 {
-    WImagePage page;
-    page.width = itsSettings.width;
-    page.height = itsSettings.height;
-    page.channels = itsSettings.channels;
-    page.type = itsSettings.bits == 8 ? WImagePage::kUInt8 : WImagePage::kUInt16;
-    page.pixelWidth = page.pixelHeight = kPixelSize;
+    WImagePage page{ GetForm(), {} };
     page.Allocate( std::numeric_limits<std::uint64_t>::max() );
 
     std::vector<float> light(

@@ -28,6 +28,9 @@ public:
     /// Throws WImageError when so many objects do not fit into planes of that size.
     explicit SampleStack( const SampleSettings& inSettings );
 
+    /// That of every plane.
+    WImageForm GetForm() const;
+
     /// Draws the next plane.
     WImagePage DrawPlane();
 
