@@ -1,6 +1,11 @@
 #include "ImageMeasurer.h"
 
+#include "Core/XErrorNumbers.h"
+#include "Core/XException.h"
 #include "Jobs/XProgress.h"
+#include "KeepPageJob.h"
+#include "MeasureKeptPageJob.h"
+#include "MeasurePageJob.h"
 #include "NumberText.h"
 #include "Session.h"
 #include "WCodePage.h"
@@ -14,7 +19,9 @@ struct ImageMeasurer::Image
     PageReaders readers;
     ImageMeasurement measurement;
     std::deque<PageResult> results;
-    std::uint32_t gathered = 0; ///< Pages whose results have been taken, in order.
+    std::deque<KeptPage> keptPages;              ///< With a background.
+    std::unique_ptr<StackBackground> background; ///< Null without.
+    std::uint32_t gathered = 0;                  ///< Pages whose results have been taken, in order.
     std::uint32_t measured = 0;
     std::optional<Failure> failure; ///< That of the pages gathered last, from `firstFailed` on.
     std::uint32_t firstFailed = 0;
@@ -25,11 +32,49 @@ struct ImageMeasurer::Image
     {
         measurement.name = PathToUTF8( PathFromUTF8( inPath ).filename() );
     }
+    std::uint32_t GetPageCount() const { return static_cast<std::uint32_t>( results.size() ); }
     bool IsComplete() const { return gathered == results.size(); }
+    void CheckAbort() const;
+    bool HasLackedMemory() const;
+    bool HasGoodPages() const;
+    void Refuse( const Failure& inFailure );
 };
 
-ImageMeasurer::ImageMeasurer( const MeasureSettings& inSettings, WorkerLimit inLimit, Session& ioSession )
-    : itsSettings( inSettings ), itsLimit( inLimit ), itsSession( ioSession )
+void ImageMeasurer::Image::CheckAbort() const
+{
+    for ( const auto& result : results )
+        if ( result.failure && result.failure->IsUserAbort() )
+            XThrow( result.failure->number );
+}
+
+bool ImageMeasurer::Image::HasLackedMemory() const
+{
+    return std::ranges::any_of(
+        results,
+        []( const PageResult& inResult )
+        {
+            return inResult.failure &&
+                ( inResult.failure->number == kErrorOutOfMemory ||
+                  inResult.failure->number == kErrorMemoryNotMapped );
+        } );
+}
+
+bool ImageMeasurer::Image::HasGoodPages() const
+{
+    return std::ranges::any_of( results, []( const PageResult& inResult ) { return !inResult.failure; } );
+}
+
+/// The failure is that of all pages that have none yet.
+void ImageMeasurer::Image::Refuse( const Failure& inFailure )
+{
+    for ( auto& result : results )
+        if ( !result.failure )
+            result.failure = inFailure;
+}
+
+ImageMeasurer::ImageMeasurer(
+    const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit, Session& ioSession )
+    : itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ), itsSession( ioSession )
 {
     itsQueue.Start();
 }
@@ -52,9 +97,27 @@ std::vector<ImageMeasurement> ImageMeasurer::Measure( const std::vector<std::str
 
 void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
 {
+    if ( !OpenImage( inPath ) )
+        return;
+    auto& image = *itsImages.back();
+    const auto pages = image.GetPageCount();
+    const auto steps = HasBackground() ? 2 * USize{ pages } : pages;
+    XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMs, true );
+    progress.SetMessage( WCodePage::UTF8ToAnsi( image.measurement.name ) );
+    if ( HasBackground() )
+        MeasureWithBackground( image, progress );
+    else
+        MeasurePages( image, progress );
+    if ( inIsLast || HasBackground() )
+        WaitForJobs( &progress, steps );
+}
+
+bool ImageMeasurer::OpenImage( const std::string& inPath )
+{
     try
     {
         itsImages.push_back( std::make_unique<Image>( inPath ) );
+        return true;
     }
     catch ( ... )
     {
@@ -62,30 +125,111 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
         WaitForJobs(); // What went wrong before is told before.
         itsHasFailures = true;
         itsSession.ReportFailure( inPath, failure );
-        return;
+        return false;
     }
-    XProgress progress( itsImages.back()->results.size(), XProgress::kProgressWork, kProgressDelayMs, true );
-    progress.SetMessage( WCodePage::UTF8ToAnsi( itsImages.back()->measurement.name ) );
-    AttachPages( *itsImages.back(), progress );
-    if ( inIsLast )
-        WaitForJobs( &progress );
 }
 
-void ImageMeasurer::AttachPages( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 {
-    const auto pageCount = ioImage.results.size();
+    const auto pageCount = ioImage.GetPageCount();
     for ( std::uint32_t page = 0; page < pageCount; ++page )
     {
-        itsLimit.WaitForTurn( itsQueue );
-        itsQueue.AttachJob( new MeasurePageJob(
-            ioImage.readers, page, ioImage.measurement.name, itsSettings, itsSession.progress,
-            ioImage.results[page] ) );
-        ShowPages( page + 1, ioProgress );
-        Gather(); // After the last page the image may be gone.
+        const auto makeJob = [&]
+        {
+            return new MeasurePageJob(
+                page, ioImage.measurement.name, ioImage.readers, itsMemory, itsSettings, itsSession.progress,
+                ioImage.results[page] );
+        };
+        Attach( makeJob, page + 1, ioProgress ); // After the last page the image may be gone.
     }
 }
 
-/// Pages of the image that is being attached whose jobs have ended, but for those of images before it.
+// ---- With a background
+
+void ImageMeasurer::MeasureWithBackground( Image& ioImage, XProgress& ioProgress )
+{
+    itsLastBackground = {};
+    KeepPages( ioImage, ioProgress );
+    ioImage.CheckAbort();
+    // Else the background would depend on the memory that the machine has.
+    if ( ioImage.HasLackedMemory() )
+        ioImage.Refuse( { "it has not been measured, for the background lacks pages" } );
+    if ( ioImage.HasGoodPages() )
+        ComputeBackground( ioImage );
+    MeasureKeptPages( ioImage, ioProgress );
+}
+
+void ImageMeasurer::KeepPages( Image& ioImage, XProgress& ioProgress )
+{
+    const auto pageCount = ioImage.GetPageCount();
+    ioImage.keptPages.resize( pageCount );
+    ioImage.background = std::make_unique<StackBackground>( itsBackground, pageCount, itsMemory );
+    for ( std::uint32_t page = 0; page < pageCount; ++page )
+    {
+        const auto makeJob = [&]
+        {
+            return new KeepPageJob(
+                page, ioImage.measurement.name, ioImage.readers, itsMemory, *ioImage.background,
+                ioImage.keptPages[page], itsSession.progress, ioImage.results[page] );
+        };
+        Attach( makeJob, page + 1, ioProgress );
+    }
+    WaitForJobs( &ioProgress, pageCount );
+}
+
+void ImageMeasurer::ComputeBackground( Image& ioImage )
+{
+    try
+    {
+        ioImage.background->Compute();
+    }
+    catch ( const XException& error )
+    {
+        if ( error.GetErrorNumber() != kErrorOutOfMemory )
+            throw;
+        ioImage.Refuse( DescribeCurrentException() );
+        return;
+    }
+    itsSession.Note(
+        ioImage.path + ": background of " + std::to_string( ioImage.background->GetAddedCount() ) +
+        " pages, " + FormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
+}
+
+/// Backwards: where memory is short, the pages that were read last are those that are still in memory.
+void ImageMeasurer::MeasureKeptPages( Image& ioImage, XProgress& ioProgress )
+{
+    const auto pageCount = ioImage.GetPageCount();
+    for ( auto page = pageCount; page-- > 0; )
+    {
+        auto& result = ioImage.results[page];
+        if ( result.failure )
+        {
+            result.isDone = true;
+            continue;
+        }
+        const auto makeJob = [&]
+        {
+            return new MeasureKeptPageJob(
+                page, ioImage.measurement.name, itsMemory, *ioImage.background, ioImage.keptPages[page],
+                itsSettings, itsSession.progress, result );
+        };
+        Attach( makeJob, 2 * USize{ pageCount } - page, ioProgress );
+    }
+}
+
+// ---- Jobs
+
+/// `inAttached`: the jobs of the image, this one included.
+template<class MakeJob>
+void ImageMeasurer::Attach( MakeJob inMakeJob, USize inAttached, XProgress& ioProgress )
+{
+    itsLimit.WaitForTurn( itsQueue );
+    itsQueue.AttachJob( inMakeJob() );
+    ShowPages( inAttached, ioProgress );
+    Gather();
+}
+
+/// Jobs of the image that have ended, but for those of images before it.
 void ImageMeasurer::ShowPages( USize inAttached, XProgress& ioProgress ) const
 {
     const auto weight = itsQueue.GetCurrentJobWeight();
@@ -93,13 +237,13 @@ void ImageMeasurer::ShowPages( USize inAttached, XProgress& ioProgress ) const
     ioProgress.YieldAndCheckAbort();
 }
 
-void ImageMeasurer::WaitForJobs( XProgress* ioProgress )
+void ImageMeasurer::WaitForJobs( XProgress* ioProgress, USize inAttached )
 {
     for ( auto left = itsQueue.GetCurrentJobWeight(); left > 0; --left )
     {
         WorkerLimit::WaitForFewerJobs( itsQueue, left );
         if ( ioProgress )
-            ShowPages( ioProgress->GetMaxProgress(), *ioProgress );
+            ShowPages( inAttached, *ioProgress );
         Gather();
     }
     Gather();
@@ -155,6 +299,8 @@ void ImageMeasurer::Finish( Image& ioImage )
         std::to_string( ioImage.gathered ) + " pages, " +
         std::to_string( ioImage.measurement.GetObjectCount() ) + " objects, " +
         FormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
+    if ( ioImage.background )
+        itsLastBackground = ioImage.background->TakePage();
     if ( ioImage.measured > 0 )
         itsMeasurements.push_back( std::move( ioImage.measurement ) );
 }

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "Core/XTimer.h"
-#include "MeasurePageJob.h"
 #include "MeasurementTable.h"
+#include "PageJob.h"
 #include "PageReaders.h"
+#include "StackBackground.h"
 #include "WorkerLimit.h"
 
 #include <deque>
@@ -17,11 +18,16 @@ class XProgress;
 /// Measures the pages of images as jobs on the shared pool, a few pages ahead of the workers. The results are in the
 /// order of images and pages, whatever order the jobs end in.
 ///
+/// With a background, all pages of an image are needed before the first one can be measured. So one pass over them reads
+/// them, once, and keeps them in memory that can be purged; a second one measures what has been kept.
+///
 /// What fails is told, in that order too, and does not keep the others from being measured.
 class ImageMeasurer
 {
 public:
-    ImageMeasurer( const MeasureSettings& inSettings, WorkerLimit inLimit, Session& ioSession );
+    ImageMeasurer(
+        const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit,
+        Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();
@@ -32,21 +38,35 @@ public:
 
     bool HasFailures() const { return itsHasFailures; }
 
+    /// The background of the image that was measured last; without samples when there is none.
+    const WImagePage& GetBackground() const { return itsLastBackground; }
+
 private:
     struct Image;
 
     const MeasureSettings itsSettings;
+    const BackgroundKind itsBackground;
     const WorkerLimit itsLimit;
     Session& itsSession;
     bool itsHasFailures = false;
     std::vector<ImageMeasurement> itsMeasurements;
+    WorkingMemory itsMemory;
+    WImagePage itsLastBackground;
     std::deque<std::unique_ptr<Image>> itsImages; ///< Those that are not complete.
     XJobQueue itsQueue;                           ///< Destroyed, with its jobs, before what they use.
 
+    bool HasBackground() const { return itsBackground != BackgroundKind::kNone; }
     void MeasureImage( const std::string& inPath, bool inIsLast );
-    void AttachPages( Image& ioImage, XProgress& ioProgress );
+    bool OpenImage( const std::string& inPath );
+    void MeasurePages( Image& ioImage, XProgress& ioProgress );
+    void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );
+    void KeepPages( Image& ioImage, XProgress& ioProgress );
+    void ComputeBackground( Image& ioImage );
+    void MeasureKeptPages( Image& ioImage, XProgress& ioProgress );
+    template<class MakeJob>
+    void Attach( MakeJob inMakeJob, USize inAttached, XProgress& ioProgress );
     void ShowPages( USize inAttached, XProgress& ioProgress ) const;
-    void WaitForJobs( XProgress* ioProgress = nullptr );
+    void WaitForJobs( XProgress* ioProgress = nullptr, USize inAttached = 0 );
     void Gather();
     void GatherPage( Image& ioImage );
     void ReportPages( const Image& inImage );

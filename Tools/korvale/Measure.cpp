@@ -1,10 +1,13 @@
 #include "Measure.h"
 
+#include "ByteCount.h"
 #include "ImageMeasurer.h"
 #include "Jobs/XProgress.h"
 #include "MeasurementSummary.h"
+#include "MemoryBudget.h"
 #include "NumberText.h"
 #include "Session.h"
+#include "TIFFWriter.h"
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
@@ -48,6 +51,11 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "its pixels. The standard deviation is that of all the object's pixels.\n"
         "With --inside the connected pixels above a second threshold are found inside every object and are rows of their\n"
         "own, after the objects of their page; Parent ID is the ID of the object that they lie in.\n"
+        "With --background the mean or the minimum over all pages of an image, each pixel and channel for itself, is\n"
+        "subtracted from the pages before the threshold is taken, and what would be less than 0 becomes 0. The mean of\n"
+        "whole numbers is rounded to the nearest, halves up; of float samples only finite ones count. Pages that cannot\n"
+        "be read, or differ in size or type from the first one, have no part in it. An image of one page becomes 0.\n"
+        "Pages that do not fit into --memory wait in files in TMPDIR, or /var/tmp; the results are the same.\n"
         "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
         "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
         "is 1. Interrupted, the command writes neither file; the exit status is 130.\n"
@@ -89,6 +97,23 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->check( CheckWholeNumber )
         ->needs( "--inside" )
         ->capture_default_str();
+    auto* const background = command
+                                 ->add_option(
+                                     "--background", itsBackground,
+                                     "Subtract what all pages of an image have in common [nothing]" )
+                                 ->type_name( "mean|min" )
+                                 ->check( CLI::IsMember( { "mean", "min" } ) );
+    command
+        ->add_option(
+            "--save-background", itsBackgroundFile, "TIFF file to write the background of the one image to" )
+        ->type_name( "FILE" )
+        ->check( CheckFileName )
+        ->needs( background );
+    command
+        ->add_option(
+            "--memory", itsMemory, "Memory for pages, such as 512M or 1.5G [60 % of the machine's]" )
+        ->type_name( "SIZE" )
+        ->check( CheckByteCount );
     command->add_option( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
         ->type_name( "N" )
         ->check( CLI::Range( 1u, 1024u ) );
@@ -99,8 +124,13 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
 void Measure::Check() const
 {
     itsOutputs.Check();
+    for ( const auto& name : itsOutputs.GetNames() )
+        if ( !itsBackgroundFile.empty() && IsSameFile( itsBackgroundFile, name ) )
+            throw WrongUsage( "the background and another output are the same file" );
+    if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
+        throw WrongUsage( "--save-background takes the background of one image, not of several" );
     for ( const auto& image : itsImages )
-        for ( const auto& output : itsOutputs.GetNames() )
+        for ( const auto& output : GetOutputNames() )
             if ( IsSameFile( image, output ) )
                 throw WrongUsage( output + " is an image to measure; it would be overwritten" );
 }
@@ -109,17 +139,34 @@ int Measure::Run( Session& ioSession )
 {
     if ( itsIsQuiet )
         ioSession.progress.Silence();
-    ImageMeasurer measurer( GetSettings(), WorkerLimit( itsWorkers ), ioSession );
+    const MemoryBudget budget( ParseByteCount( itsMemory ) );
+    ImageMeasurer measurer( GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ), ioSession );
     const auto measurements = measurer.Measure( itsImages );
+    budget.NoteFigures( ioSession );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
         return kFailure;
 
-    const auto table = WriteTable( measurements );
+    const auto table = WriteFiles( measurements, measurer.GetBackground() );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
         PrintSummary( measurements, table, GetSettings().objects.channel, ioSession.out );
     return measurer.HasFailures() ? kFailure : kSuccess;
+}
+
+BackgroundKind Measure::GetBackgroundKind() const
+{
+    if ( itsBackground.empty() )
+        return BackgroundKind::kNone;
+    return itsBackground == "mean" ? BackgroundKind::kMean : BackgroundKind::kMinimum;
+}
+
+std::vector<std::string> Measure::GetOutputNames() const
+{
+    auto names = itsOutputs.GetNames();
+    if ( !itsBackgroundFile.empty() )
+        names.push_back( itsBackgroundFile );
+    return names;
 }
 
 MeasureSettings Measure::GetSettings() const
@@ -135,12 +182,19 @@ MeasureSettings Measure::GetSettings() const
     return settings;
 }
 
-XPivotTable Measure::WriteTable( const std::vector<ImageMeasurement>& inMeasurements ) const
+XPivotTable Measure::WriteFiles(
+    const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground ) const
 {
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
     auto table = MakeMeasurementTable( inMeasurements, GetSettings() );
     progress.Increment();
-    itsOutputs.Write( table, WorkerLimit( itsWorkers ) );
+    auto files = itsOutputs.GetFiles( table, WorkerLimit( itsWorkers ) );
+    if ( !itsBackgroundFile.empty() )
+        files.push_back(
+            { itsBackgroundFile, [&]( WFile& ioFile ) {
+                 TIFFWriter( ioFile, TIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
+             } } );
+    WriteOutputFiles( files );
     return table;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BackgroundSums.h"
 #include "Command.h"
 #include "MeasurementTable.h"
 #include "PageMeasurement.h"
@@ -25,9 +26,15 @@ private:
     std::string itsInside;        ///< Empty: no objects inside objects.
     std::string itsInsideChannel; ///< Empty: that of the objects.
     std::uint64_t itsInsideLeastPixels = 1;
+    std::string itsBackground; ///< Empty: none.
+    std::string itsBackgroundFile;
+    std::string itsMemory;        ///< Empty: the library's own budget.
     std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
     bool itsIsQuiet = false;
 
     MeasureSettings GetSettings() const;
-    XPivotTable WriteTable( const std::vector<ImageMeasurement>& inMeasurements ) const;
+    BackgroundKind GetBackgroundKind() const;
+    std::vector<std::string> GetOutputNames() const;
+    XPivotTable
+    WriteFiles( const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground ) const;
 };

@@ -1,48 +1,25 @@
 #pragma once
 
-#include "Command.h"
-#include "Jobs/XJob.h"
-#include "PageMeasurement.h"
+#include "PageJob.h"
 #include "PageReaders.h"
-#include "TerminalProgressStrategy.h"
+#include "WorkingMemory.h"
 
-#include <atomic>
-#include <optional>
-#include <string>
-
-/// What became of a page. Written by its job, and by nobody else, before it is done.
-struct PageResult
-{
-    std::atomic<bool> isDone = false;
-    PageMeasurement measurement;
-    std::optional<Failure> failure;
-};
-
-/// Reads and measures one page of an image.
-class MeasurePageJob : public XJob
+/// Reads and measures one page.
+class MeasurePageJob : public PageJob
 {
 public:
-    /// `inName` is that of the image. Readers, settings, display and result outlive the job.
+    /// See PageJob; all that is referred to outlives the job.
     MeasurePageJob(
-        PageReaders& ioReaders, std::uint32_t inPage, const std::string& inName,
+        std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, WorkingMemory& ioMemory,
         const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult );
 
-    /// Nobody but the result hears of the end.
-    bool CanCompleteInJobThread() override { return true; }
-    bool ShouldSendCompletedMessage() override { return false; }
-
 protected:
-    void RunJobSelf() override;
-    void JobCompleteSelf( std::uint32_t inResultCode ) override;
+    std::uint64_t GetSteps() const override { return 2; }
+    void Work( XProgress& ioProgress ) override;
+    void JobCompleteSelf( std::uint32_t ) override { GetResult().isDone = true; }
 
 private:
     PageReaders& itsReaders;
-    const std::uint32_t itsPage;
-    const std::string itsName;
+    WorkingMemory& itsMemory;
     const MeasureSettings& itsSettings;
-    TerminalProgressStrategy itsStrategy;
-    PageResult& itsResult;
-
-    PageMeasurement Measure();
-    WImagePage ReadPage();
 };

@@ -1,5 +1,6 @@
 #include "PageReaders.h"
 
+#include "Jobs/XProgress.h"
 #include "Threads/XThreadLock.h"
 
 PageReaders::PageReaders( const std::filesystem::path& inPath ) : itsPath( inPath )
@@ -10,12 +11,19 @@ PageReaders::PageReaders( const std::filesystem::path& inPath ) : itsPath( inPat
 }
 
 /// A reader that has failed is not used again.
-WImagePage PageReaders::ReadPage( std::uint32_t inPage, const WImageFile::Progress& inProgress )
+WImagePage PageReaders::ReadPage( std::uint32_t inPage, const WImagePage::Allocator& inAllocator )
 {
+    constexpr std::uint64_t kMost = 1000;
+    XProgress progress( kMost, XProgress::kProgressTransfer );
+    const auto tellShare = [&]( double inShare )
+    {
+        progress.SetProgress( inShare * kMost );
+        progress.YieldAndCheckAbort();
+    };
     auto reader = Take();
     if ( reader->GetPageCount() != itsPageCount )
         throw WImageError( "the file has changed" );
-    auto page = reader->ReadPage( inPage, inProgress );
+    auto page = reader->ReadPage( inPage, tellShare, inAllocator );
     GiveBack( std::move( reader ) );
     return page;
 }

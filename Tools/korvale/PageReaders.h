@@ -17,8 +17,8 @@ public:
 
     std::uint32_t GetPageCount() const { return itsPageCount; }
 
-    /// Any thread.
-    WImagePage ReadPage( std::uint32_t inPage, const WImageFile::Progress& inProgress );
+    /// Reads the page of that number, with a progress of the thread. Any thread.
+    WImagePage ReadPage( std::uint32_t inPage, const WImagePage::Allocator& inAllocator );
 
 private:
     using Reader = std::unique_ptr<WImageFile>;

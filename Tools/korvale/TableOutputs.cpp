@@ -30,14 +30,19 @@ std::vector<std::string> TableOutputs::GetNames() const
     return names;
 }
 
-void TableOutputs::Write( const XPivotTable& inTable, WorkerLimit inLimit ) const
+std::vector<OutputFile> TableOutputs::GetFiles( const XPivotTable& inTable, WorkerLimit inLimit ) const
 {
     std::vector<OutputFile> files;
     if ( !itsTable.empty() )
-        files.push_back( { itsTable, [&]( WFile& ioFile ) { WriteTableFile( inTable, ioFile ); } } );
+        files.push_back( { itsTable, [&inTable]( WFile& ioFile ) { WriteTableFile( inTable, ioFile ); } } );
     if ( !itsCSV.empty() )
         files.push_back( MakeCSVOutput( itsCSV, inTable, inLimit ) );
-    WriteOutputFiles( files );
+    return files;
+}
+
+void TableOutputs::Write( const XPivotTable& inTable, WorkerLimit inLimit ) const
+{
+    WriteOutputFiles( GetFiles( inTable, inLimit ) );
 }
 
 void TableOutputs::WriteOrPrint( const XPivotTable& inTable, Session& ioSession ) const

@@ -27,6 +27,10 @@ public:
     /// The names of the files that the user asked for.
     std::vector<std::string> GetNames() const;
 
+    /// The files asked for, for who writes others together with them. The table outlives them.
+    std::vector<OutputFile>
+    GetFiles( const XPivotTable& inTable, WorkerLimit inLimit = WorkerLimit( 0 ) ) const;
+
     /// Writes the files asked for: all of them or none.
     void Write( const XPivotTable& inTable, WorkerLimit inLimit = WorkerLimit( 0 ) ) const;
 

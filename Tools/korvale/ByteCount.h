@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// A number of bytes as users write it: "512M", "1.5G", "4096". The letters K, M, G and T, small or capital, stand for
+/// powers of 1024. Nothing for any other text, for no bytes, and for parts of a byte.
+std::optional<std::uint64_t> ParseByteCount( std::string_view inText );
+
+/// As "512 MiB", with one decimal where the number is not whole.
+std::string FormatByteCount( std::uint64_t inBytes );
+
+/// For options: what is wrong with the text, empty if nothing.
+std::string CheckByteCount( const std::string& inText );

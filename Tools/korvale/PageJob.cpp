@@ -1,0 +1,36 @@
+#include "PageJob.h"
+
+#include "Jobs/XProgress.h"
+#include "Threads/XStopThreadException.h"
+#include "WCodePage.h"
+
+PageJob::PageJob(
+    std::uint32_t inPage, const std::string& inImage, ProgressDisplay& ioDisplay, PageResult& outResult )
+    : itsPage( inPage ), itsImage( inImage ), itsStrategy( ioDisplay, false ), itsResult( outResult )
+{
+    SetProgressStrategy( &itsStrategy );
+}
+
+void PageJob::RunJobSelf()
+{
+    try
+    {
+        WorkWithProgress();
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... )
+    {
+        itsResult.failure = DescribeCurrentException();
+        throw;
+    }
+}
+
+void PageJob::WorkWithProgress()
+{
+    XProgress progress( GetSteps(), XProgress::kProgressSteps, kProgressDelayMs );
+    progress.SetMessage( "page " + std::to_string( itsPage ) + " of " + WCodePage::UTF8ToAnsi( itsImage ) );
+    Work( progress );
+}

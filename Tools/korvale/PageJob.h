@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Command.h"
+#include "Jobs/XJob.h"
+#include "PageMeasurement.h"
+#include "TerminalProgressStrategy.h"
+
+#include <atomic>
+#include <optional>
+#include <string>
+
+class XProgress;
+
+/// What became of a page. Written by its job, and by nobody else, before it is done.
+struct PageResult
+{
+    std::atomic<bool> isDone = false;
+    PageMeasurement measurement;
+    std::optional<Failure> failure;
+};
+
+/// Work on one page of an image. What goes wrong is kept in the page's result.
+class PageJob : public XJob
+{
+public:
+    /// Nobody but the result hears of the end.
+    bool CanCompleteInJobThread() override { return true; }
+    bool ShouldSendCompletedMessage() override { return false; }
+
+protected:
+    /// `inImage` is the image's name. Display and result outlive the job.
+    PageJob(
+        std::uint32_t inPage, const std::string& inImage, ProgressDisplay& ioDisplay, PageResult& outResult );
+
+    std::uint32_t GetPage() const { return itsPage; }
+    PageResult& GetResult() { return itsResult; }
+
+    /// The work, within a progress of that many steps.
+    virtual void Work( XProgress& ioProgress ) = 0;
+    virtual std::uint64_t GetSteps() const = 0;
+
+    void RunJobSelf() override;
+
+private:
+    const std::uint32_t itsPage;
+    const std::string itsImage;
+    TerminalProgressStrategy itsStrategy;
+    PageResult& itsResult;
+
+    void WorkWithProgress();
+};
