@@ -1,14 +1,11 @@
 // Reads a stream's header and then objects of every class of the library, and of a nested one of its own. What can be
 // read must be written and read again to the same bytes; what cannot must fail with a documented number.
 
-#include "Core/XClassRegistry.h"
-#include "Core/XInternalErrorHandlers.h"
-#include "Core/XMemStream.h"
-#include "Core/XStreamVectors.h"
-#include "Startup/WInitCore.h"
+#include "FuzzTools.h"
 
-#include <cstdlib>
-#include <memory>
+#include "Core/XClassRegistry.h"
+#include "Core/XStreamVectors.h"
+
 #include <set>
 
 namespace
@@ -52,39 +49,19 @@ private:
     XVector<XString> itsTexts;
 };
 
-using XObject = std::unique_ptr<XStorable>;
-
-/// Writes the object to a stream of the current format, reads it from there, and demands that a second round gives the
-/// same bytes.
-void CheckRoundTrip( const XStorable& inObject )
-{
-    XMemStream first;
-    first.WriteObject( inObject );
-    first.SeekTo( 0 );
-    const XObject again( first.ReadObject() );
-    XMemStream second;
-    second.WriteObject( again.get() );
-    const bool isSame = first.GetLength() == second.GetLength() && first.IsAtEOF() &&
-        std::memcmp( first.GetData(), second.GetData(), first.GetLength() ) == 0;
-    if ( !isSame )
-        std::abort();
-}
-
 void ReadObjects( XStream& ioStream )
 {
     ioStream.ReadStreamInfo();
     while ( !ioStream.IsAtEOF() )
     {
-        if ( const XObject object( ioStream.ReadObject() ); object )
-            CheckRoundTrip( *object );
+        if ( const std::unique_ptr<XStorable> object( ioStream.ReadObject() ); object )
+            RequireRoundTrip( *object );
     }
 }
 
-/// Registers the class and silences the traces of internal errors, which take long.
-bool Prepare()
+bool RegisterNode()
 {
     XClassRegistry::RegisterClass<XFuzzNode>( "Node" );
-    XInternalErrorHandlers::Install( {} );
     return true;
 }
 
@@ -100,8 +77,8 @@ bool IsExpected( const XException& inError )
 
 extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t inSize )
 {
-    static const WInitCore sCore;
-    static const bool sIsPrepared = Prepare();
+    PrepareCore();
+    static const bool sIsRegistered = RegisterNode();
     XMemStream stream( inData, inSize );
     try
     {
@@ -109,8 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t i
     }
     catch ( const XException& error )
     {
-        if ( !IsExpected( error ) )
-            std::abort();
+        Require( IsExpected( error ) );
     }
-    return sIsPrepared ? 0 : -1;
+    return sIsRegistered ? 0 : -1;
 }

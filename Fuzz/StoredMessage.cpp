@@ -2,17 +2,11 @@
 // and goes through the queue of the main thread with the others of its stream; anything else is refused with a
 // documented number.
 
-#include "Core/XException.h"
-#include "Core/XInternalErrorHandlers.h"
-#include "Core/XMemStream.h"
+#include "FuzzTools.h"
+
 #include "Messaging/XListener.h"
 #include "Messaging/XRemoteMessage.h"
 #include "Messaging/XSpeaker.h"
-#include "Startup/WInitCore.h"
-
-#include <cstdlib>
-#include <memory>
-#include <set>
 
 namespace
 {
@@ -20,12 +14,6 @@ namespace
 using Message = std::unique_ptr<XRemoteMessage>;
 
 constexpr USize64 kEnvelopeBytes = 4;
-
-void Require( bool inHolds )
-{
-    if ( !inHolds )
-        std::abort();
-}
 
 class Counter : public XListener
 {
@@ -89,19 +77,11 @@ void QueueMessages( const XVector<Message>& inMessages )
 
 extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t inSize )
 {
-    static const WInitCore sCore;
-    static const bool sIsQuiet = ( XInternalErrorHandlers::Install( {} ), true );
-    static const std::set<std::uint32_t> sExpected = { 1003, 1004, 1005, 1006, 1013, 1015, 1260 };
+    PrepareCore();
     XMemStream stream( inData, inSize );
     XVector<Message> messages;
-    try
-    {
-        ReadMessages( stream, messages );
-    }
-    catch ( const XException& error )
-    {
-        Require( sExpected.contains( error.GetErrorNumber() ) );
-    }
+    RequireDocumentedErrors(
+        { 1003, 1004, 1005, 1006, 1013, 1015, 1260 }, [&] { ReadMessages( stream, messages ); } );
     QueueMessages( messages );
-    return sIsQuiet ? 0 : -1;
+    return 0;
 }

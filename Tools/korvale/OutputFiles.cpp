@@ -9,13 +9,13 @@
 void WriteOutputFiles( const std::vector<OutputFile>& inFiles )
 {
     std::deque<WReplaceFile> written;
-    for ( const auto& [name, write] : inFiles )
+    for ( const auto& output : inFiles )
         WriteOutput(
-            name,
+            output.name,
             [&]
             {
-                auto& file = written.emplace_back( PathFromUTF8( name ) );
-                write( file.GetFile() );
+                auto& file = written.emplace_back( PathFromUTF8( output.name ) );
+                output.write( file.GetFile() );
                 file.Complete();
             } );
     if ( written.empty() )
