@@ -39,22 +39,12 @@ void XHeapMemory::Resize( USize64 inSize )
 void XHeapMemory::Reallocate( USize64 inSize )
 {
     const USize64 before = itsReservation.GetBytes();
-    itsReservation.Set( std::max( before, inSize ) );
     const auto allocate = [&]
     {
         return itsData ? itsManager.ReallocateHeap( itsData, before, inSize, itsAlignment )
                        : itsManager.AllocateHeap( inSize, itsAlignment );
     };
-    try
-    {
-        itsData = XAllocateWithRetry( itsManager, inSize, allocate );
-    }
-    catch ( ... )
-    {
-        itsReservation.Set( before );
-        throw;
-    }
-    itsReservation.Set( inSize );
+    itsReservation.SetAround( inSize, [&] { itsData = XAllocateWithRetry( itsManager, inSize, allocate ); } );
 }
 
 void XHeapMemory::Free()

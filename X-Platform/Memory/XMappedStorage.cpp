@@ -10,16 +10,8 @@ constexpr const char* kKind = "Mapped Block";
 
 void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess )
 {
-    itsReservation.Set( XMemoryManager::AlignSizeToPageSize( inSize ) );
-    try
-    {
-        itsMapping->MapView( inSize, inAccess );
-    }
-    catch ( ... )
-    {
-        itsReservation.Set( 0 );
-        throw;
-    }
+    itsReservation.SetAround(
+        XMemoryManager::AlignSizeToPageSize( inSize ), [&] { itsMapping->MapView( inSize, inAccess ); } );
     XResourceTracker::RsrcAllocated( kKind, itsReservation.GetBytes() );
 }
 

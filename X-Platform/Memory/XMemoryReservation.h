@@ -2,6 +2,8 @@
 
 #include "Core/XTypes.h"
 
+#include <algorithm>
+
 class XMemoryManager;
 
 /// The share of the manager's budget that something in memory takes up, given back when the reservation goes.
@@ -17,6 +19,25 @@ public:
 
     /// Takes or gives back the difference. Throws 1012, with everything as it was, when the budget has no room.
     void Set( USize64 inBytes );
+
+    /// The same around work that needs the bytes, and still those it had, in the meantime. When the work throws, everything
+    /// is as it was.
+    template<class TWork>
+    void SetAround( USize64 inBytes, TWork inWork )
+    {
+        const USize64 before = itsBytes;
+        Set( std::max( before, inBytes ) );
+        try
+        {
+            inWork();
+        }
+        catch ( ... )
+        {
+            Set( before );
+            throw;
+        }
+        Set( inBytes );
+    }
 
     USize64 GetBytes() const { return itsBytes; }
 

@@ -43,20 +43,10 @@ void* XPageHeap::Reallocate( void* inMemory, USize64 inSize )
         return Allocate( inSize );
     const USize64 oldSize = GetPaddedSize( GetSize( inMemory ) );
     const USize64 size = GetPaddedSize( inSize );
-    XMemoryReservation& reservation = GetReservation( inMemory );
-    reservation.Set( std::max( oldSize, size ) );
+    const auto resize = [&] { return WPages::Resize( inMemory, oldSize, size ); };
     void* memory = nullptr;
-    try
-    {
-        memory =
-            XAllocateWithRetry( itsManager, size, [&] { return WPages::Resize( inMemory, oldSize, size ); } );
-    }
-    catch ( ... )
-    {
-        reservation.Set( oldSize );
-        throw;
-    }
-    reservation.Set( size );
+    GetReservation( inMemory )
+        .SetAround( size, [&] { memory = XAllocateWithRetry( itsManager, size, resize ); } );
     const XThreadLock lock( itsMutex );
     auto piece = itsPieces.extract( inMemory );
     piece.key() = memory;
