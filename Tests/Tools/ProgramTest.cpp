@@ -1,35 +1,17 @@
-#include "Program.h"
-
+#include "ProgramRun.h"
 #include "TIFFWriter.h"
-#include "TestFolder.h"
 #include "TestImages.h"
 #include "TestPages.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <sstream>
 
 namespace
 {
-/// Runs the program as the command line does and keeps what it says.
-class Program : public testing::Test
+class Program : public ProgramRun
 {
 protected:
-    TestFolder itsFolder;
-    std::ostringstream itsOut;
-    std::ostringstream itsError;
-
-    int Run( std::vector<std::string> inArguments )
-    {
-        itsOut.str( "" );
-        itsError.str( "" );
-        Terminal terminal{ itsOut, itsError };
-        return RunProgram( inArguments, terminal );
-    }
-
-    std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
-
     std::string WriteImage( const std::string& inName, std::string_view inDigits = kGrey8 )
     {
         itsFolder.Write( inName, FromHex( inDigits ) );

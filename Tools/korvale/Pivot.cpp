@@ -1,8 +1,11 @@
 #include "Pivot.h"
 
+#include "AnsiText.h"
 #include "ColumnKind.h"
 #include "ColumnNames.h"
 #include "Jobs/XProgress.h"
+#include "Session.h"
+#include "TableText.h"
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
@@ -28,6 +31,35 @@ bool HasNumbers( const XPivotColumn& inColumn )
                 return true;
     }
     return inColumn.IsEmptyColumn();
+}
+
+/// What the rows of a page have in common, behind its number: "Name: a.tif, Timepoint: 3".
+std::string MakePageTitle( const XPivotTable& inPivot, std::uint32_t inRow, std::uint32_t inKeyCount )
+{
+    std::string title;
+    for ( std::uint32_t i = 1; i < inKeyCount; ++i )
+    {
+        const auto& column = inPivot.GetColumn( i );
+        title += ( i > 1 ? ", " : "" ) + GetColumnName( column ) + ": " +
+            ( column.DoesDataExist( inRow ) ? ToUTF8Line( column.GetDataString( inRow ) ) : "N/A" );
+    }
+    return title;
+}
+
+/// Each page below its title.
+void PrintPages( const XPivotTable& inPivot, std::uint32_t inKeyCount, Session& ioSession )
+{
+    if ( ioSession.isOutTerminal )
+        ioSession.progress.Silence();
+    const auto getPage = [&]( std::uint32_t inRow ) { return inPivot.GetColumn( 0 ).GetDataFloat( inRow ); };
+    std::uint32_t end = 0;
+    for ( std::uint32_t row = 0; row < inPivot.GetNumRows(); row = end )
+    {
+        while ( end < inPivot.GetNumRows() && getPage( end ) == getPage( row ) )
+            ++end;
+        ioSession.out << ( row > 0 ? "\n" : "" ) << MakePageTitle( inPivot, row, inKeyCount ) << '\n';
+        AlignRows( inPivot, row, end, inKeyCount ).Print( ioSession.out );
+    }
 }
 
 XPivotTable::XColumnIndices FindColumnsIfNamed( const XPivotTable& inTable, const std::string& inList )
@@ -78,7 +110,10 @@ int Pivot::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     progress.Increment();
     const auto pivot = MakePivot( ioTable, plan );
     progress.Increment();
-    itsOutputs.WriteOrPrint( pivot, ioSession );
+    if ( plan.pages.empty() || !itsOutputs.GetNames().empty() )
+        itsOutputs.WriteOrPrint( pivot, ioSession );
+    else
+        PrintPages( pivot, static_cast<std::uint32_t>( plan.pages.size() + 1 ), ioSession );
     return kSuccess;
 }
 

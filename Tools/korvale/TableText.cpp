@@ -2,6 +2,7 @@
 
 #include "AnsiText.h"
 #include "ColumnKind.h"
+#include "ColumnNames.h"
 #include "NumberText.h"
 #include "OrderedText.h"
 
@@ -69,19 +70,25 @@ void WriteCSV(
 
 AlignedText AlignTable( const XPivotTable& inTable )
 {
+    return AlignRows( inTable, 0, inTable.GetNumRows(), 0 );
+}
+
+AlignedText AlignRows(
+    const XPivotTable& inTable, std::uint32_t inFirstRow, std::uint32_t inEndRow,
+    std::uint32_t inFirstColumn )
+{
     std::vector<AlignedColumn> columns;
-    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+    for ( auto i = inFirstColumn; i < inTable.GetNumColumns(); ++i )
     {
         const auto& column = inTable.GetColumn( i );
-        columns.push_back(
-            { HoldsNumbers( column ),
-              [&column]( std::uint32_t inRow )
-              {
-                  if ( inRow == 0 )
-                      return ToUTF8Line( column.GetDisplayName() );
-                  const auto exists = column.DoesDataExist( inRow - 1 );
-                  return exists ? ToUTF8Line( column.GetDataString( inRow - 1 ) ) : std::string();
-              } } );
+        const auto getCell = [&column, inFirstRow]( std::uint32_t inLine )
+        {
+            if ( inLine == 0 )
+                return GetColumnName( column );
+            const auto row = inFirstRow + inLine - 1;
+            return column.DoesDataExist( row ) ? ToUTF8Line( column.GetDataString( row ) ) : std::string();
+        };
+        columns.push_back( { HoldsNumbers( column ), getCell } );
     }
-    return AlignedText( std::move( columns ), inTable.GetNumRows() + 1 );
+    return AlignedText( std::move( columns ), inEndRow - inFirstRow + 1 );
 }

@@ -16,3 +16,8 @@ void WriteCSV(
 
 /// The table in aligned columns, for people to read. Missing values are blank. Keeps a reference to the table.
 AlignedText AlignTable( const XPivotTable& inTable );
+
+/// The same of some rows, and of the columns from the first one given on.
+AlignedText AlignRows(
+    const XPivotTable& inTable, std::uint32_t inFirstRow, std::uint32_t inEndRow,
+    std::uint32_t inFirstColumn );

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Program.h"
+#include "TestFolder.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+/// Runs the program as the command line does and keeps what it says.
+class ProgramRun : public testing::Test
+{
+protected:
+    TestFolder itsFolder;
+    std::ostringstream itsOut;
+    std::ostringstream itsError;
+
+    int Run( const std::vector<std::string>& inArguments )
+    {
+        itsOut.str( "" );
+        itsError.str( "" );
+        Terminal terminal{ itsOut, itsError };
+        return RunProgram( inArguments, terminal );
+    }
+
+    std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
+};

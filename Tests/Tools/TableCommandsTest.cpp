@@ -1,0 +1,186 @@
+#include "ProgramRun.h"
+
+#include "TableFile.h"
+#include "TestTables.h"
+
+#include <algorithm>
+
+namespace
+{
+/// The commands that work on stored tables.
+class TableCommands : public ProgramRun
+{
+protected:
+    std::string WriteTable( const std::string& inName, const XPivotTable& inTable ) const
+    {
+        WFile file( itsFolder / inName, WFile::kCreate );
+        WriteTableFile( inTable, file );
+        return Name( inName );
+    }
+
+    const std::string itsTable = WriteTable( "t", MakeTestTable() );
+
+    /// The first fields of the lines behind the head of a stored table, as CSV.
+    std::string ReadFirstFields( const std::string& inName )
+    {
+        EXPECT_EQ( Run( { "show", Name( inName ), "--csv" } ), 0 ) << itsError.str();
+        std::istringstream lines( itsOut.str() );
+        std::string line, fields;
+        for ( std::getline( lines, line ); std::getline( lines, line ); )
+            fields += line.substr( 0, line.find( ',', line.find( ',' ) + 1 ) ) + " ";
+        return fields;
+    }
+};
+} // namespace
+
+TEST_F( TableCommands, FilterKeepsRowsAndTheNumbersOfTheirParents )
+{
+    EXPECT_EQ(
+        Run( { "filter", itsTable, "--where", "id > 1", "--where", "mean c1 < 4", "-o", Name( "f" ) } ), 0 );
+    EXPECT_EQ( itsOut.str() + itsError.str(), "" );
+    EXPECT_EQ( ReadFirstFields( "f" ), "2,1 3,1 " );
+    EXPECT_EQ(
+        Run( { "filter", Name( "f" ), "--where", "parent id = 1", "--where", "id = 3", "-o", Name( "f" ) } ),
+        0 );
+    EXPECT_EQ( ReadFirstFields( "f" ), "3,1 " );
+    EXPECT_EQ(
+        Run(
+            { "filter", itsTable, "--any", "--where", "id = 1", "--where", "mean c1 = 4", "--csv",
+              Name( "c" ) } ),
+        0 );
+    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Parent ID,Name,Timepoint,Area (\u00B5m\u00B2)," ), 0u );
+    EXPECT_NE(
+        itsFolder.Read( "c" ).find( "\n1,,img10,0,12.5,1,4,-5,1,3,2026-03-05 00:00:00.000000," ),
+        std::string::npos );
+    EXPECT_NE( itsFolder.Read( "c" ).find( "\n4,,\"\u00B5 \"\"x\"\", y\",," ), std::string::npos );
+}
+
+TEST_F( TableCommands, SortPutsRowsInOrder )
+{
+    const std::vector<std::pair<std::string, std::string>> cases{
+        { "name", "3,1 2,1 1, 4, " },         { "Name:DESC", "4, 1, 2,1 3,1 " },
+        { "area", "2,1 3,1 1, 4, " },         { "#9:desc,mean c1", "3,1 4, 1, 2,1 " },
+        { "\"A, B\":asc", "1, 2,1 4, 3,1 " }, { "parent id,id:desc", "4, 1, 3,1 2,1 " } };
+    for ( const auto& [keys, rows] : cases )
+    {
+        EXPECT_EQ( Run( { "sort", itsTable, "--by", keys, "-o", Name( "s" ) } ), 0 ) << itsError.str();
+        EXPECT_EQ( ReadFirstFields( "s" ), rows ) << keys;
+    }
+    XPivotTable table;
+    AddTestColumn<XPivotUInt32Column>(
+        table, XPivotColumnDescriptor( kPivotUserDefined, "x:desc", "", "" ), { 2, 3 } );
+    EXPECT_EQ( Run( { "sort", WriteTable( "x", table ), "--by", "\"x:desc\":desc" } ), 0 );
+    EXPECT_EQ( itsOut.str(), "x:desc\n     3\n     2\n" );
+}
+
+TEST_F( TableCommands, PivotGivesWhatIsAskedForInThatOrder )
+{
+    EXPECT_EQ(
+        Run(
+            { "pivot", itsTable, "--rows", "#9", "--values", "mean c1,area", "--with", "sd,count,max",
+              "--csv", Name( "p" ) } ),
+        0 );
+    EXPECT_EQ(
+        itsFolder.Read( "p" ),
+        "twin,Mean: S.D. (C1),Mean: Count (C1),Mean: Max (C1),Area: S.D. (\u00B5m\u00B2),Area: Count,"
+        "Area: Max (\u00B5m\u00B2)\n1,0.5,2,2,0,1,12.5\n2,0.5,2,4,0,2,100\n" );
+    EXPECT_EQ(
+        Run(
+            { "pivot", itsTable, "--pages", "#9", "--rows", "name", "--columns", "parent id", "--values",
+              "mean c2", "--with", "Standard Error,VALUE", "--where", "id < 4" } ),
+        0 );
+    EXPECT_EQ(
+        itsOut.str(),
+        "twin: 1\nName   N/A: Standard Error (C2)  N/A: Value (C2)  1: Standard Error (C2)  1: Value (C2)\n"
+        "img2                                                                   0              3\n"
+        "img10                         0                4\n"
+        "\ntwin: 2\nName  N/A: Standard Error (C2)  N/A: Value (C2)  1: Standard Error (C2)  1: Value (C2)\n"
+        "                                                                      0              2\n" );
+    EXPECT_EQ(
+        Run(
+            { "pivot", itsTable, "--pages", "#9", "--values", "id", "--with", "count", "--csv",
+              Name( "p" ) } ),
+        0 );
+    EXPECT_EQ( itsFolder.Read( "p" ), "Internal Page Column,twin,Count\n1,1,2\n2,2,2\n" );
+}
+
+TEST_F( TableCommands, LeaveAValidTableWithoutRows )
+{
+    const auto expectEmpty = [&]( std::vector<std::string> inArguments, const std::string& inWhy )
+    {
+        inArguments.insert( inArguments.end(), { "-o", Name( "e" ), "--csv", Name( "e.csv" ) } );
+        EXPECT_EQ( Run( inArguments ), 1 );
+        EXPECT_EQ( itsError.str(), "korvale: " + inArguments[1] + ": " + inWhy + "\n" );
+        EXPECT_EQ( ReadFirstFields( "e" ), "" );
+        EXPECT_EQ( std::ranges::count( itsFolder.Read( "e.csv" ), '\n' ), 1 );
+    };
+    const std::string none = "no row passes the conditions", noRows = "the table has no rows";
+    expectEmpty(
+        { "pivot", itsTable, "--rows", "name", "--values", "id", "--with", "sum", "--where", "id>9" }, none );
+    expectEmpty( { "filter", itsTable, "--where", "Area > 1000" }, none );
+    const auto empty = Name( "e" );
+    expectEmpty( { "sort", empty, "--by", "area" }, noRows );
+    expectEmpty( { "filter", empty, "--where", "Area > 1000" }, noRows );
+    expectEmpty( { "pivot", empty, "--rows", "name", "--values", "id", "--with", "sum" }, noRows );
+    EXPECT_EQ( Run( { "export", empty, "--npz", Name( "e.npz" ) } ), 1 );
+    EXPECT_EQ( itsError.str(), "korvale: " + empty + ": " + noRows + "\n" );
+    EXPECT_GT( itsFolder.Read( "e.npz" ).size(), 0u );
+
+    EXPECT_EQ( Run( { "sort", WriteTable( "bare", XPivotTable() ), "--by", "area" } ), 2 );
+    EXPECT_EQ( Run( { "export", Name( "bare" ), "--csv", Name( "bare.csv" ) } ), 1 );
+    EXPECT_EQ( itsFolder.Read( "bare.csv" ), "\n" );
+}
+
+TEST_F( TableCommands, RefuseWrongUsage )
+{
+    const auto out = Name( "out" );
+    const std::vector<std::vector<std::string>> cases{
+        { "sort", itsTable, "-o", out },
+        { "sort", itsTable, "--by", "", "-o", out },
+        { "sort", itsTable, "--by", "area,", "-o", out },
+        { "sort", itsTable, "--by", "area:down", "-o", out },
+        { "sort", itsTable, "--by", "mean", "-o", out },
+        { "sort", itsTable, "--by", "area", "-o", out, "--csv", out },
+        { "filter", itsTable, "-o", out },
+        { "filter", itsTable, "--where", "area", "-o", out },
+        { "filter", itsTable, "--where", "area contains 1", "-o", out },
+        { "pivot", itsTable, "--with", "mean", "-o", out },
+        { "pivot", itsTable, "--values", "area", "-o", out },
+        { "pivot", itsTable, "--values", "area", "--with", "men", "-o", out },
+        { "pivot", itsTable, "--values", "area", "--with", "mean,Mean", "-o", out },
+        { "pivot", itsTable, "--values", "name", "--with", "count,mean", "-o", out },
+        { "pivot", itsTable, "--values", "\"x<5\"", "--with", "sum", "-o", out },
+        { "pivot", itsTable, "--rows", "nme", "--values", "area", "--with", "mean", "-o", out },
+        { "export", itsTable },
+        { "export", itsTable, "--npz", "" },
+        { "export", itsTable, "--npz", out, "--csv", out } };
+    for ( const auto& arguments : cases )
+    {
+        EXPECT_EQ( Run( arguments ), 2 ) << arguments[0] << ' ' << itsError.str();
+        EXPECT_EQ( std::ranges::count( itsError.str(), '\n' ) > 0, true );
+        EXPECT_EQ( itsOut.str(), "" );
+    }
+    EXPECT_EQ( Run( { "pivot", itsTable, "--rows", "nme", "--values", "area", "--with", "mean" } ), 2 );
+    EXPECT_EQ( itsError.str(), "korvale: pivot: there is no column \"nme\"; the nearest is \"Name\"\n" );
+    EXPECT_EQ( itsFolder.CountEntries(), 1u );
+}
+
+TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
+{
+    itsFolder.Write( "out", "older" );
+    const auto bytes = itsFolder.Read( "t" );
+    for ( std::size_t length = 0; length < bytes.size(); length += 97 )
+    {
+        const auto cut = PathToUTF8( itsFolder.Write( "cut", bytes.substr( 0, length ) ) );
+        EXPECT_EQ( Run( { "sort", cut, "--by", "area", "-o", Name( "out" ) } ), 1 ) << length;
+        EXPECT_EQ( itsError.str().find( "korvale: " + cut + ": " ), 0u ) << itsError.str();
+        EXPECT_NE( itsError.str().find( length < 5 ? "(" : "(1" ), std::string::npos ) << itsError.str();
+    }
+    EXPECT_EQ( Run( { "export", Name( "no" ), "--npz", Name( "out" ) } ), 1 );
+    EXPECT_EQ(
+        Run( { "filter", itsTable, "--where", "id > 1", "-o", Name( "out" ), "--csv", Name( "no/folder" ) } ),
+        1 );
+    EXPECT_EQ( itsError.str().find( "korvale: filter: cannot write " + Name( "no/folder" ) + ": " ), 0u );
+    EXPECT_EQ( itsFolder.Read( "out" ), "older" );
+    EXPECT_EQ( itsFolder.CountEntries(), 3u );
+}
