@@ -31,6 +31,10 @@ run measure "${images[@]}" -o "$output/objects.table" --csv "$output/objects.csv
 if [ -e "$output/objects.table" ]; then
   run show "$output/objects.table" > "$output/objects.txt"
   head -12 "$output/objects.txt"
+  printf '...\n'
+  run pivot "$output/objects.table" --rows Timepoint --values 'Pixel Count,Mean C1' --with count,mean,sd \
+    > "$output/timepoints.txt" || status=$?
+  head -12 "$output/timepoints.txt"
   printf '...\nAll rows: %s, objects.csv, objects.table\n' "$output/objects.txt"
 fi
 exit $status

@@ -63,9 +63,11 @@ run_fuzzers() {
   done
 }
 
-compare_with_peer() {
+compare_with_peers() {
   step "measurements beside scikit-image"
   /usr/bin/python3 Tests/Tools/compare_with_skimage.py build/linux-release/bin/korvale
+  step "tables beside pandas"
+  /usr/bin/python3 Tests/Tools/compare_with_pandas.py build/linux-release/bin/korvale
 }
 
 mkdir -p build
@@ -90,6 +92,6 @@ build linux-release
 if $all; then
   check_package
 fi
-compare_with_peer
+compare_with_peers
 step "linux-release: tests"
 ctest --preset linux-release -j "$(nproc)"

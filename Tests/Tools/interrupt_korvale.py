@@ -117,6 +117,7 @@ def main():
                       ["t", "c"])
         subprocess.run([program, "--log", "/dev/null", "measure", "stack/sample.tif", "-o", "big.table", "-q"],
                        cwd=folder, check=True)
+        check_moments(program, folder, ["export", "big.table", "--npz", "n", "--csv", "c"], ["n", "c"])
         check_blocked(program, folder, [signal.SIGINT])
         check_blocked(program, folder, [signal.SIGINT, signal.SIGTERM])
         check_ignored(program, folder)

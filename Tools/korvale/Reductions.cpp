@@ -9,12 +9,12 @@
 
 const char* const kReductionsHelp =
     "NAME is one or more of these, with commas between them:\n"
-    "  count         rows with a value\n"
+    "  count         how many there are\n"
     "  mean\n"
-    "  sum, product  0 and 1 where no row has a value\n"
+    "  sum, product  0 and 1 where all values are missing\n"
     "  min, max      where no number is above 0, max is the smallest one that is, 2.2e-308\n"
-    "  var, sd       variance, with the number of rows as divisor, and its square root\n"
-    "  se            standard error of the mean: sd / sqrt( number of rows )\n"
+    "  var, sd       variance, with the number of values as divisor, and its square root\n"
+    "  se            standard error of the mean: sd / sqrt( number of values )\n"
     "  value         the value itself, where the cell has one row only\n"
     "Missing values do not count. NaN leave mean, sum and product missing; the others leave them out.\n";
 
