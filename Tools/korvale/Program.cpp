@@ -7,6 +7,7 @@
 #include "Measure.h"
 #include "NumberText.h"
 #include "Pivot.h"
+#include "Plot.h"
 #include "Sample.h"
 #include "Show.h"
 #include "Sort.h"
@@ -40,6 +41,7 @@ std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
     subcommands.push_back( { std::make_unique<Sort>() } );
     subcommands.push_back( { std::make_unique<Filter>() } );
     subcommands.push_back( { std::make_unique<Export>() } );
+    subcommands.push_back( { std::make_unique<Plot>() } );
     for ( auto& subcommand : subcommands )
     {
         subcommand.app = subcommand.command->Declare( ioProgram );

@@ -40,6 +40,12 @@ void Session::Note( const std::string& inText )
         Tell( inText );
 }
 
+void Session::ReportFact( const std::string& inText )
+{
+    Log( kLogInformation, inText );
+    Tell( inText );
+}
+
 void Session::ReportFailure( const std::string& inSubject, const Failure& inFailure )
 {
     Log( kLogError, inSubject + ": " + inFailure.text, inFailure.number );

@@ -42,6 +42,9 @@ public:
     /// For the log only.
     void Note( const std::string& inText );
 
+    /// For the log, and for the user: "korvale: <text>".
+    void ReportFact( const std::string& inText );
+
     /// For the log, and for the user: "korvale: <subject>: <text>".
     void ReportFailure( const std::string& inSubject, const Failure& inFailure );
     void ReportInterrupt();

@@ -1,0 +1,154 @@
+#include "ProgramRun.h"
+
+#include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotStringColumn.h"
+#include "Pivot/XPivotUInt32Column.h"
+#include "PlotData.h"
+#include "TableFile.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace
+{
+constexpr auto kInfinity = std::numeric_limits<double>::infinity();
+constexpr auto kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// A table with areas, names and counts, and what is drawn of it.
+class Plot : public ProgramRun
+{
+protected:
+    XPivotTable itsTable;
+    XPivotFloatColumn& itsAreas;
+    XPivotStringColumn& itsNames;
+
+    Plot()
+        : itsAreas(
+              itsTable.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", "\xB5m2" ) ) ),
+          itsNames( itsTable.AddColumn( std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" ) ) )
+    {
+    }
+
+    void AddRow( double inArea, const XString& inName, bool inHasName = true )
+    {
+        itsAreas.AppendValue( inArea, true );
+        itsNames.AppendValue( inName, inHasName );
+    }
+
+    std::string WriteTable()
+    {
+        WFile file( itsFolder / "table", WFile::kCreate );
+        WriteTableFile( itsTable, file );
+        return Name( "table" );
+    }
+
+    /// The groups as "name:count", with the rows left out at the end.
+    std::string ListGroups( bool inIsLogarithmic = false )
+    {
+        const auto data = ReadPlotData( itsTable.GetNumRows(), { { itsAreas, inIsLogarithmic } }, &itsNames );
+        std::string list;
+        for ( const auto& group : data.groups )
+            list += group.name + ":" + std::to_string( group.count ) + " ";
+        for ( std::size_t i = 0; i < data.groups.size(); ++i )
+            EXPECT_EQ(
+                static_cast<std::uint64_t>( std::ranges::count( data.groupOfRow, i ) ),
+                data.groups[i].count );
+        return list + std::to_string( data.leftOut );
+    }
+};
+} // namespace
+
+TEST_F( Plot, LeavesOutWhatIsNoPlaceOnAnAxis )
+{
+    for ( const auto area : { 1.0, -2.0, 0.0, kInfinity, -kInfinity, kNaN, 1e290 } )
+        AddRow( area, "a" );
+    AddRow( 3, "a" );
+    itsAreas.SetDataExists( 7, false );
+    EXPECT_EQ( ListGroups(), "a:3 5" );
+    EXPECT_EQ( ListGroups( true ), "a:1 7" );
+}
+
+TEST_F( Plot, ColoursTheLargestGroupsInTheirOrder )
+{
+    for ( const auto* name : { "img10", "img2", "", "img2" } )
+        AddRow( 1, name );
+    AddRow( 1, "x", false );
+    EXPECT_EQ( ListGroups(), "(none):1 :1 img2:2 img10:1 0" );
+    for ( const auto* name : { "a", "a", "b", "b", "c", "c", "d", "d", "e", "e" } )
+        AddRow( 1, name );
+    EXPECT_EQ( ListGroups(), "a:2 b:2 c:2 d:2 e:2 img2:2 img10:1 2 others:2 0" );
+}
+
+TEST_F( Plot, WritesTheSameFileEveryTime )
+{
+    for ( int i = 0; i < 40; ++i )
+        AddRow( i * 1.5, i % 3 == 0 ? "<one>" : "other" );
+    AddRow( kNaN, "other" );
+    const auto table = WriteTable();
+    for ( const auto* file : { "plot.svg", "plot.PNG" } )
+    {
+        const std::vector<std::string> arguments{ "plot", table,     "--histogram", "area", "--by",
+                                                  "Name", "--title", "A & B",       "-o",   Name( file ) };
+        ASSERT_EQ( Run( arguments ), 0 ) << itsError.str();
+        EXPECT_EQ(
+            itsError.str(),
+            "korvale: 1 of 41 rows are left out: they have no finite number in \"Area (\xC2\xB5m\xC2\xB2)\"\n" );
+        const auto bytes = itsFolder.Read( file );
+        ASSERT_EQ( Run( arguments ), 0 );
+        EXPECT_EQ( itsFolder.Read( file ), bytes );
+    }
+    const auto svg = itsFolder.Read( "plot.svg" );
+    for ( const auto* text :
+          { ">Area (\xC2\xB5m\xC2\xB2)<", ">Count<", ">A &amp; B<", ">&lt;one> (14)<", ">n = 40<" } )
+        EXPECT_NE( svg.find( text ), std::string::npos ) << text;
+    EXPECT_NE( itsFolder.Read( "plot.PNG" ).find( "\x89PNG" ), std::string::npos );
+
+    ASSERT_EQ( Run( { "plot", table, "--scatter", "area,#1", "--log-x", "-o", Name( "scatter.svg" ) } ), 0 );
+    const auto scatter = itsFolder.Read( "scatter.svg" );
+    std::size_t discs = 0;
+    for ( auto at = scatter.find( "<circle" ); at != std::string::npos;
+          at = scatter.find( "<circle", at + 1 ) )
+        ++discs;
+    EXPECT_EQ( discs, 39u ); // Neither NaN nor 0.
+}
+
+TEST_F( Plot, RefusesWrongUsage )
+{
+    AddRow( 1, "a" );
+    const auto table = WriteTable();
+    const std::vector<std::vector<std::string>> cases{
+        { "-o", Name( "p.png" ) },
+        { "--histogram", "area" },
+        { "--histogram", "area", "-o", Name( "p.gif" ) },
+        { "--histogram", "area", "--scatter", "area,area", "-o", Name( "p.png" ) },
+        { "--histogram", "name", "-o", Name( "p.png" ) },
+        { "--histogram", "volume", "-o", Name( "p.png" ) },
+        { "--scatter", "area", "-o", Name( "p.png" ) },
+        { "--scatter", "area,area", "--bins", "3", "-o", Name( "p.png" ) },
+        { "--histogram", "area", "--by", "volume", "-o", Name( "p.png" ) },
+        { "--histogram", "area", "--by", "area,name", "-o", Name( "p.png" ) },
+        { "--histogram", "area", "--where", "area~9", "-o", Name( "p.png" ) },
+        { "--histogram", "area", "--width", "10", "-o", Name( "p.png" ) },
+    };
+    for ( auto arguments : cases )
+    {
+        arguments.insert( arguments.begin(), { "plot", table } );
+        EXPECT_EQ( Run( arguments ), 2 ) << arguments.back();
+        EXPECT_NE( itsError.str(), "" );
+    }
+    EXPECT_EQ( itsFolder.CountEntries(), 1u );
+}
+
+TEST_F( Plot, WritesNothingWhenThereIsNothingToDraw )
+{
+    AddRow( kNaN, "a" );
+    AddRow( -1, "a" );
+    const auto table = WriteTable();
+    itsFolder.Write( "old.png", "older" );
+    EXPECT_EQ( Run( { "plot", table, "--histogram", "area", "--log-x", "-o", Name( "old.png" ) } ), 1 );
+    EXPECT_NE( itsError.str().find( "nothing to draw" ), std::string::npos );
+    EXPECT_EQ(
+        Run( { "plot", table, "--histogram", "area", "--where", "area>9", "-o", Name( "old.png" ) } ), 1 );
+    EXPECT_EQ( itsError.str(), "korvale: " + table + ": no row passes the conditions\n" );
+    EXPECT_EQ( itsFolder.Read( "old.png" ), "older" );
+}

@@ -1,0 +1,181 @@
+#include "Plot.h"
+
+#include "ColumnKind.h"
+#include "ColumnNames.h"
+#include "HistogramPlot.h"
+#include "Jobs/XProgress.h"
+#include "OutputFiles.h"
+#include "ScatterPlot.h"
+#include "Session.h"
+#include "WrongUsage.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+namespace
+{
+constexpr double kDotsPerInch = 300;
+constexpr double kPointsPerMillimetre = 72 / 25.4;
+
+bool EndsWith( const std::string& inName, std::string_view inEnd )
+{
+    std::string name = inName;
+    std::ranges::transform(
+        name, name.begin(),
+        []( char inEach )
+        { return inEach >= 'A' && inEach <= 'Z' ? static_cast<char>( inEach + 'a' - 'A' ) : inEach; } );
+    return name.ends_with( inEnd );
+}
+
+void CheckColumns( const char* inOption, const std::string& inList, std::size_t inCount )
+{
+    if ( !inList.empty() && SplitColumnNames( inList ).size() != inCount )
+        throw WrongUsage(
+            std::string( inOption ) +
+            ( inCount == 1 ? " takes one column" : " takes two columns with a comma between them" ) );
+}
+
+/// The columns' names, for a sentence.
+std::string ListNames( const std::vector<PlotColumn>& inColumns )
+{
+    std::string names;
+    for ( const auto& [column, isLogarithmic] : inColumns )
+        names += ( names.empty() ? "" : " and " ) + ( '"' + GetColumnName( column ) + '"' ) +
+            ( isLogarithmic ? " greater than 0" : "" );
+    return names;
+}
+} // namespace
+
+CLI::App* Plot::Declare( CLI::App& ioProgram )
+{
+    auto* const command = ioProgram.add_subcommand( "plot", "Draws the numbers of a table, for papers." );
+    command->footer(
+        std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp +
+        "\nA histogram tells how many rows have a number in which bin. The width of the bins is the rule of Freedman and\n"
+        "Diaconis (where the quartiles are one, Scott's), with 200 bins at most; whole numbers get bins of a whole width.\n"
+        "--by tells groups apart by colour; of more than 7 groups the 7 largest have colours of their own, and the others\n"
+        "are grey. Rows with a missing, infinite or undefined number, or on a logarithmic axis with one that is not\n"
+        "greater than 0, are left out, and standard error tells how many they are.\n"
+        "PNG files have 300 dots an inch. The text of SVG files stays text.\n"
+        "Exit status: 0, 1 after a failure or when there is nothing to draw, 2 for wrong usage, 130 when interrupted." );
+    DeclareTable( *command );
+    auto* const histogram =
+        command->add_option( "--histogram", itsHistogram, "Draw how the numbers of a column are distributed" )
+            ->type_name( "COLUMN" );
+    command
+        ->add_option(
+            "--scatter", itsScatter, "Draw a point for each row: to the right one column, upwards another" )
+        ->type_name( "COLUMN,COLUMN" )
+        ->excludes( histogram );
+    command->add_option( "--by", itsGroups, "Column that groups the rows, a colour for each group" )
+        ->type_name( "COLUMN" );
+    itsConditions.Declare( *command );
+    command->add_option( "-o,--output", itsOutput, "File to write, .svg or .png" )
+        ->type_name( "FILE" )
+        ->required()
+        ->check( CheckFileName );
+    command->add_option( "--title", itsPlotTitle, "Title above the plot" )->type_name( "TEXT" );
+    command->add_option( "--bins", itsBins, "Number of bins of a histogram [as suits the numbers]" )
+        ->type_name( "N" )
+        ->check( CLI::Range( 1u, 1000u ) )
+        ->excludes( "--scatter" );
+    command->add_flag( "--log-x", itsIsLogarithmicX, "Logarithmic axis to the right" );
+    command->add_flag( "--log-y", itsIsLogarithmicY, "Logarithmic axis upwards" );
+    for ( const auto& [name, length] :
+          { std::pair( "--width", &itsWidth ), std::pair( "--height", &itsHeight ) } )
+        command->add_option( name, *length, "Size of the whole plot" )
+            ->type_name( "MM" )
+            ->check( CLI::Range( 40.0, 500.0 ) )
+            ->capture_default_str();
+    return command;
+}
+
+void Plot::Check() const
+{
+    if ( itsHistogram.empty() && itsScatter.empty() )
+        throw WrongUsage( "--histogram COLUMN or --scatter COLUMN,COLUMN tells what to draw" );
+    CheckColumns( "--histogram", itsHistogram, 1 );
+    CheckColumns( "--scatter", itsScatter, 2 );
+    CheckColumns( "--by", itsGroups, 1 );
+    itsConditions.Check();
+    if ( !IsSVG() && !EndsWith( itsOutput, ".png" ) )
+        throw WrongUsage( itsOutput + " ends neither in .svg nor in .png" );
+    if ( IsSameFile( itsOutput, GetTableName() ) )
+        throw WrongUsage( itsOutput + " is the table; it would be overwritten" );
+}
+
+bool Plot::IsSVG() const
+{
+    return EndsWith( itsOutput, ".svg" );
+}
+
+int Plot::RunOnTable( XPivotTable& ioTable, Session& ioSession )
+{
+    XProgress progress( 3, XProgress::kProgressSteps );
+    itsConditions.FilterRows( ioTable );
+    progress.Increment();
+    const auto columns = FindColumns( ioTable );
+    const auto* const groups = FindGroups( ioTable );
+    if ( ioTable.GetNumRows() == 0 )
+        return kFailure;
+    auto settings = GetSettings();
+    settings.groupTitle = groups ? GetColumnName( *groups ) : "";
+    const auto data = ReadPlotData( ioTable.GetNumRows(), columns, groups );
+    progress.Increment();
+    if ( data.groupOfRow.empty() )
+        throw std::runtime_error(
+            "there is nothing to draw: no row has a finite number in " + ListNames( columns ) );
+    const auto bytes = Draw( columns, data, settings );
+    WriteOutputFiles(
+        { { itsOutput, [&]( WFile& ioFile ) { ioFile.WriteAt( 0, bytes.data(), bytes.size() ); } } } );
+    if ( data.leftOut > 0 )
+        ioSession.ReportFact(
+            std::to_string( data.leftOut ) + " of " + std::to_string( ioTable.GetNumRows() ) +
+            " rows are left out: they have no finite number in " + ListNames( columns ) );
+    return kSuccess;
+}
+
+PlotSettings Plot::GetSettings() const
+{
+    PlotSettings settings;
+    settings.width = itsWidth * kPointsPerMillimetre;
+    settings.height = itsHeight * kPointsPerMillimetre;
+    settings.title = itsPlotTitle;
+    settings.isLogarithmicX = itsIsLogarithmicX;
+    settings.isLogarithmicY = itsIsLogarithmicY;
+    if ( itsBins > 0 )
+        settings.bins = itsBins;
+    return settings;
+}
+
+std::vector<PlotColumn> Plot::FindColumns( const XPivotTable& inTable ) const
+{
+    std::vector<PlotColumn> columns;
+    for ( const auto index : FindColumnsByName( inTable, itsScatter.empty() ? itsHistogram : itsScatter ) )
+    {
+        const auto& column = inTable.GetColumn( index );
+        if ( !HoldsNumbers( column ) )
+            throw WrongUsage( "the column \"" + GetColumnName( column ) + "\" holds no numbers" );
+        columns.push_back( { column, columns.empty() ? itsIsLogarithmicX : itsIsLogarithmicY } );
+    }
+    return columns;
+}
+
+const XPivotColumn* Plot::FindGroups( const XPivotTable& inTable ) const
+{
+    return itsGroups.empty() ? nullptr
+                             : &inTable.GetColumn( FindColumnsByName( inTable, itsGroups ).front() );
+}
+
+std::string Plot::Draw(
+    const std::vector<PlotColumn>& inColumns, const PlotData& inData, const PlotSettings& inSettings ) const
+{
+    const auto canvas = IsSVG() ? WCanvas::MakeSVG( inSettings.width, inSettings.height )
+                                : WCanvas::MakePNG( inSettings.width, inSettings.height, kDotsPerInch );
+    const auto title = GetColumnName( inColumns[0].column );
+    if ( inColumns.size() == 1 )
+        DrawHistogram( inData, title, inSettings, *canvas );
+    else
+        DrawScatterPlot( inData, title, GetColumnName( inColumns[1].column ), inSettings, *canvas );
+    return canvas->Encode();
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "PlotSettings.h"
+#include "RowConditions.h"
+#include "TableCommand.h"
+
+/// `korvale plot`: draws the numbers of a table's columns.
+class Plot : public TableCommand
+{
+public:
+    CLI::App* Declare( CLI::App& ioProgram ) override;
+    void Check() const override;
+
+protected:
+    const char* GetTitle() const override { return "Plotting"; }
+    int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
+
+private:
+    std::string itsHistogram; ///< The column's name; this or the next one is empty.
+    std::string itsScatter;   ///< The names of both columns.
+    std::string itsGroups;
+    RowConditions itsConditions;
+    std::string itsOutput;
+    std::string itsPlotTitle;
+    double itsWidth = 160; ///< In millimetres.
+    double itsHeight = 120;
+    std::uint32_t itsBins = 0; ///< 0: as many as suit the numbers.
+    bool itsIsLogarithmicX = false;
+    bool itsIsLogarithmicY = false;
+
+    bool IsSVG() const;
+    PlotSettings GetSettings() const;
+    std::vector<PlotColumn> FindColumns( const XPivotTable& inTable ) const;
+    const XPivotColumn* FindGroups( const XPivotTable& inTable ) const;
+    std::string Draw(
+        const std::vector<PlotColumn>& inColumns, const PlotData& inData,
+        const PlotSettings& inSettings ) const;
+};
