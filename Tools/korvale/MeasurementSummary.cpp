@@ -1,8 +1,8 @@
 #include "MeasurementSummary.h"
 
 #include "AlignedText.h"
+#include "AnsiText.h"
 #include "Pivot/XPivotUInt32Column.h"
-#include "WCodePage.h"
 
 #include <array>
 #include <memory>
@@ -36,11 +36,6 @@ enum Result : std::uint32_t
 };
 constexpr std::array kShown{ kResultMean, kResultDeviation, kResultMin, kResultMax };
 const std::array kHeads{ "Mean", "S.D.", "Min", "Max" };
-
-std::string ToUTF8( const XString& inText )
-{
-    return WCodePage::AnsiToUTF8( inText.GetStringView() );
-}
 
 const XPivotColumn*
 FindColumn( const XPivotTable& inTable, XPivotColumnID inID, const XString& inChannel = XString() )

@@ -1,17 +1,12 @@
 #include "TerminalProgressStrategy.h"
 
+#include "AnsiText.h"
 #include "Jobs/XProgress.h"
-#include "WCodePage.h"
 #include "WInterrupt.h"
 
 namespace
 {
 constexpr std::uint32_t kIndent = 2;
-
-std::string ToUTF8( const XString& inText )
-{
-    return WCodePage::AnsiToUTF8( inText.GetStringView() );
-}
 } // namespace
 
 TerminalProgressStrategy* TerminalProgressStrategy::Clone() const
@@ -64,7 +59,7 @@ void TerminalProgressStrategy::SetTitle( const XString& inTitle )
 XString TerminalProgressStrategy::GetMessage( const XProgress& inProgress ) const
 {
     const auto* const bar = FindBar( inProgress );
-    return bar ? XString( WCodePage::UTF8ToAnsi( itsDisplay.GetMessage( *bar ) ) ) : XString();
+    return bar ? FromUTF8( itsDisplay.GetMessage( *bar ) ) : XString();
 }
 
 void TerminalProgressStrategy::SetMessage( XProgress& inProgress, const XString& inMessage )
