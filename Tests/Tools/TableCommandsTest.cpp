@@ -141,6 +141,7 @@ TEST_F( TableCommands, RefuseWrongUsage )
         { "sort", itsTable, "--by", "area:down", "-o", out },
         { "sort", itsTable, "--by", "mean", "-o", out },
         { "sort", itsTable, "--by", "area", "-o", out, "--csv", out },
+        { "sort", itsTable, "--by", "area", "--csv", itsTable },
         { "filter", itsTable, "-o", out },
         { "filter", itsTable, "--where", "area", "-o", out },
         { "filter", itsTable, "--where", "area contains 1", "-o", out },
@@ -153,6 +154,7 @@ TEST_F( TableCommands, RefuseWrongUsage )
         { "pivot", itsTable, "--rows", "nme", "--values", "area", "--with", "mean", "-o", out },
         { "export", itsTable },
         { "export", itsTable, "--npz", "" },
+        { "export", itsTable, "--npz", itsTable },
         { "export", itsTable, "--npz", out, "--csv", out } };
     for ( const auto& arguments : cases )
     {

@@ -31,6 +31,8 @@ void Export::Check() const
         throw WrongUsage( "there is no file to write: --csv or --npz is required" );
     if ( !itsCSV.empty() && !itsNPZ.empty() && IsSameFile( itsCSV, itsNPZ ) )
         throw WrongUsage( "the CSV file and the one for numpy are the same file" );
+    CheckKeepsTable( itsCSV );
+    CheckKeepsTable( itsNPZ );
 }
 
 int Export::RunOnTable( XPivotTable& ioTable, Session& )

@@ -23,6 +23,7 @@ void Filter::Check() const
 {
     itsConditions.Check();
     itsOutputs.Check();
+    CheckKeepsTable( itsOutputs.GetCSVName() );
 }
 
 int Filter::RunOnTable( XPivotTable& ioTable, Session& ioSession )

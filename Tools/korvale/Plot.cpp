@@ -100,8 +100,7 @@ void Plot::Check() const
     itsConditions.Check();
     if ( !IsSVG() && !EndsWith( itsOutput, ".png" ) )
         throw WrongUsage( itsOutput + " ends neither in .svg nor in .png" );
-    if ( IsSameFile( itsOutput, GetTableName() ) )
-        throw WrongUsage( itsOutput + " is the table; it would be overwritten" );
+    CheckKeepsTable( itsOutput );
 }
 
 bool Plot::IsSVG() const

@@ -59,6 +59,7 @@ void Sort::Check() const
 {
     ParseSortKeys( itsKeys );
     itsOutputs.Check();
+    CheckKeepsTable( itsOutputs.GetCSVName() );
 }
 
 int Sort::RunOnTable( XPivotTable& ioTable, Session& ioSession )

@@ -1,9 +1,11 @@
 #include "TableCommand.h"
 
 #include "Jobs/XProgress.h"
+#include "OutputFiles.h"
 #include "Session.h"
 #include "TableFile.h"
 #include "WCodePage.h"
+#include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
 
@@ -11,6 +13,12 @@ void TableCommand::DeclareTable( CLI::App& ioCommand )
 {
     ioCommand.add_option( "TABLE", itsTable, "Table file" )->type_name( "" )->required();
     ioCommand.add_flag( "-q,--quiet", itsIsQuiet, "No progress" );
+}
+
+void TableCommand::CheckKeepsTable( const std::string& inOutput ) const
+{
+    if ( IsSameFile( inOutput, itsTable ) )
+        throw WrongUsage( inOutput + " is the table; it would be overwritten" );
 }
 
 int TableCommand::Run( Session& ioSession )

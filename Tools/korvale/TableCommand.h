@@ -23,6 +23,10 @@ protected:
     virtual int RunOnTable( XPivotTable& ioTable, Session& ioSession ) = 0;
 
     const std::string& GetTableName() const { return itsTable; }
+
+    /// Throws WrongUsage for the name of a file that would take the table's place.
+    void CheckKeepsTable( const std::string& inOutput ) const;
+
     bool IsQuiet() const { return itsIsQuiet; }
 
 private:

@@ -24,6 +24,8 @@ public:
     /// Throws WrongUsage when both name one file.
     void Check() const;
 
+    const std::string& GetCSVName() const { return itsCSV; }
+
     /// The names of the files that the user asked for.
     std::vector<std::string> GetNames() const;
 
