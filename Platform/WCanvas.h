@@ -64,9 +64,6 @@ class WCanvas
 public:
     using Path = std::vector<WPoint>;
 
-    /// The most pixels that the side of a PNG file may have here.
-    static constexpr std::uint32_t kMostPixels = 32000;
-
     /// A white sheet whose unit is the point, a 72nd of an inch, for a PNG file of that many dots per inch.
     static std::unique_ptr<WCanvas> MakePNG( double inWidth, double inHeight, double inDotsPerInch );
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Program.h"
+#include "TIFFWriter.h"
 #include "TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -25,4 +26,13 @@ protected:
     }
 
     std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
+
+    std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )
+    {
+        WFile file( itsFolder / inName, WFile::kCreate );
+        TIFFWriter writer( file );
+        for ( const auto* page : inPages )
+            writer.WritePage( *page );
+        return Name( inName );
+    }
 };

@@ -18,15 +18,6 @@ protected:
         return Name( inName );
     }
 
-    std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )
-    {
-        WFile file( itsFolder / inName, WFile::kCreate );
-        TIFFWriter writer( file );
-        for ( const auto* page : inPages )
-            writer.WritePage( *page );
-        return Name( inName );
-    }
-
     /// Measuring an image that is no good, beside a good one, fails and says so, but measures the good one.
     void ExpectRefused( const std::string& inImage, const std::string& inReason )
     {

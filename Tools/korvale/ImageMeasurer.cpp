@@ -73,8 +73,10 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
 }
 
 ImageMeasurer::ImageMeasurer(
-    const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit, Session& ioSession )
-    : itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ), itsSession( ioSession )
+    const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit,
+    OverlayFiles* ioOverlays, Session& ioSession )
+    : itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ),
+      itsOverlays( ioOverlays ), itsSession( ioSession )
 {
     itsQueue.Start();
 }
@@ -92,6 +94,7 @@ std::vector<ImageMeasurement> ImageMeasurer::Measure( const std::vector<std::str
         MeasureImage( image, &image == &inImages.back() );
         progress.Increment();
     }
+    WaitForJobs(); // Overlays are drawn when the pages have been gathered.
     return std::move( itsMeasurements );
 }
 
@@ -117,6 +120,9 @@ bool ImageMeasurer::OpenImage( const std::string& inPath )
     try
     {
         itsImages.push_back( std::make_unique<Image>( inPath ) );
+        if ( itsOverlays )
+            for ( auto& result : itsImages.back()->results )
+                result.overlay.emplace();
         return true;
     }
     catch ( ... )
@@ -276,8 +282,21 @@ void ImageMeasurer::GatherPage( Image& ioImage )
         ioImage.firstFailed = ioImage.gathered;
     }
     ioImage.measured += result.failure ? 0 : 1;
+    if ( itsOverlays && !result.failure )
+        DrawOverlay( ioImage, result );
+    itsObjectCount += result.measurement.shapes.size();
     ioImage.measurement.pages.push_back( std::move( result.measurement ) );
     ++ioImage.gathered;
+}
+
+/// The numbers of a page's objects follow those of all pages before, as their IDs in the table do.
+void ImageMeasurer::DrawOverlay( Image& ioImage, PageResult& ioResult )
+{
+    auto job = itsOverlays->MakeJob(
+        ioImage.path, ioImage.gathered, ioImage.GetPageCount(), std::move( *ioResult.overlay ),
+        itsObjectCount + 1, itsMemory, itsSession.progress );
+    itsLimit.WaitForTurn( itsQueue );
+    itsQueue.AttachJob( job.release() );
 }
 
 /// Pages in a row that failed alike are told of together.

@@ -2,6 +2,7 @@
 
 #include "Core/XTimer.h"
 #include "MeasurementTable.h"
+#include "OverlayFiles.h"
 #include "PageJob.h"
 #include "PageReaders.h"
 #include "StackBackground.h"
@@ -25,9 +26,10 @@ class XProgress;
 class ImageMeasurer
 {
 public:
+    /// Draws overlays too where there are files for them, which outlive it. They are complete when all is measured.
     ImageMeasurer(
         const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit,
-        Session& ioSession );
+        OverlayFiles* ioOverlays, Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();
@@ -47,8 +49,10 @@ private:
     const MeasureSettings itsSettings;
     const BackgroundKind itsBackground;
     const WorkerLimit itsLimit;
+    OverlayFiles* const itsOverlays; ///< Null: none.
     Session& itsSession;
     bool itsHasFailures = false;
+    std::uint64_t itsObjectCount = 0; ///< Of the pages gathered.
     std::vector<ImageMeasurement> itsMeasurements;
     WorkingMemory itsMemory;
     WImagePage itsLastBackground;
@@ -69,6 +73,7 @@ private:
     void WaitForJobs( XProgress* ioProgress = nullptr, USize inAttached = 0 );
     void Gather();
     void GatherPage( Image& ioImage );
+    void DrawOverlay( Image& ioImage, PageResult& ioResult );
     void ReportPages( const Image& inImage );
     void Finish( Image& ioImage );
 };

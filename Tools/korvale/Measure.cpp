@@ -56,9 +56,13 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "whole numbers is rounded to the nearest, halves up; of float samples only finite ones count. Pages that cannot\n"
         "be read, or differ in size or type from the first one, have no part in it. An image of one page becomes 0.\n"
         "Pages that do not fit into --memory wait in files in TMPDIR, or /var/tmp; the results are the same.\n"
+        "With --overlay the outlines of the objects and their IDs are drawn over the channel they were found in, its\n"
+        "grey levels stretched; objects inside objects in a second colour. IDs that would lie on one another are left\n"
+        "out. Small pages are enlarged, and those of more than 5000 pixels a side reduced. With pages 0, 1, ... the files\n"
+        "are FILE-0000.png, FILE-0001.png, ...; with several images FILE-IMAGE.png or FILE-IMAGE-0000.png.\n"
         "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
         "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
-        "is 1. Interrupted, the command writes neither file; the exit status is 130.\n"
+        "is 1. Interrupted, the command writes no file; the exit status is 130.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();
     itsOutputs.Declare( *command );
@@ -109,6 +113,9 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->type_name( "FILE" )
         ->check( CheckFileName )
         ->needs( background );
+    command->add_option( "--overlay", itsOverlay, "PNG file to draw the page and what was found on it to" )
+        ->type_name( "FILE.png" )
+        ->check( CheckFileName );
     command
         ->add_option(
             "--memory", itsMemory, "Memory for pages, such as 512M or 1.5G [60 % of the machine's]" )
@@ -124,6 +131,8 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
 void Measure::Check() const
 {
     itsOutputs.Check();
+    if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
+        throw WrongUsage( itsOverlay + " does not end in .png" );
     for ( const auto& name : itsOutputs.GetNames() )
         if ( !itsBackgroundFile.empty() && IsSameFile( itsBackgroundFile, name ) )
             throw WrongUsage( "the background and another output are the same file" );
@@ -140,14 +149,19 @@ int Measure::Run( Session& ioSession )
     if ( itsIsQuiet )
         ioSession.progress.Silence();
     const MemoryBudget budget( ParseByteCount( itsMemory ) );
-    ImageMeasurer measurer( GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ), ioSession );
+    auto overlays = MakeOverlayFiles();
+    ImageMeasurer measurer(
+        GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ), overlays ? &*overlays : nullptr,
+        ioSession );
     const auto measurements = measurer.Measure( itsImages );
     budget.NoteFigures( ioSession );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
         return kFailure;
 
-    const auto table = WriteFiles( measurements, measurer.GetBackground() );
+    const auto table = WriteFiles(
+        measurements, measurer.GetBackground(),
+        overlays ? overlays->TakeFiles() : std::vector<CompleteFile>() );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
         PrintSummary( measurements, table, GetSettings().objects.channel, ioSession.out );
@@ -169,6 +183,15 @@ std::vector<std::string> Measure::GetOutputNames() const
     return names;
 }
 
+std::optional<OverlayFiles> Measure::MakeOverlayFiles() const
+{
+    if ( itsOverlay.empty() )
+        return std::nullopt;
+    auto others = GetOutputNames();
+    others.insert( others.end(), itsImages.begin(), itsImages.end() );
+    return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.size() > 1, others );
+}
+
 MeasureSettings Measure::GetSettings() const
 {
     MeasureSettings settings;
@@ -183,7 +206,8 @@ MeasureSettings Measure::GetSettings() const
 }
 
 XPivotTable Measure::WriteFiles(
-    const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground ) const
+    const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground,
+    std::vector<CompleteFile> inOverlays ) const
 {
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
@@ -195,6 +219,6 @@ XPivotTable Measure::WriteFiles(
             { itsBackgroundFile, [&]( WFile& ioFile ) {
                  TIFFWriter( ioFile, TIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
              } } );
-    WriteOutputFiles( files );
+    WriteOutputFiles( files, std::move( inOverlays ) );
     return table;
 }

@@ -3,9 +3,11 @@
 #include "BackgroundSums.h"
 #include "Command.h"
 #include "MeasurementTable.h"
+#include "OverlayFiles.h"
 #include "PageMeasurement.h"
 #include "TableOutputs.h"
 
+#include <optional>
 #include <vector>
 
 /// `korvale measure`: finds the objects of every page of every image and measures them into a table.
@@ -28,13 +30,16 @@ private:
     std::uint64_t itsInsideLeastPixels = 1;
     std::string itsBackground; ///< Empty: none.
     std::string itsBackgroundFile;
+    std::string itsOverlay;       ///< Empty: none.
     std::string itsMemory;        ///< Empty: the library's own budget.
     std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
     bool itsIsQuiet = false;
 
     MeasureSettings GetSettings() const;
+    std::optional<OverlayFiles> MakeOverlayFiles() const;
     BackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;
-    XPivotTable
-    WriteFiles( const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground ) const;
+    XPivotTable WriteFiles(
+        const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground,
+        std::vector<CompleteFile> inOverlays ) const;
 };

@@ -16,7 +16,7 @@ void MeasureKeptPageJob::Work( XProgress& ioProgress )
     auto page = itsKept.Lock( itsMemory, kLockForReadWrite );
     itsBackground.SubtractFrom( page );
     ioProgress.Increment();
-    GetResult().measurement = MeasurePage( page, itsSettings );
+    Measure( std::move( page ), itsSettings, itsMemory );
 }
 
 void MeasureKeptPageJob::JobCompleteSelf( std::uint32_t )

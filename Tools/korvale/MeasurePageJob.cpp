@@ -13,7 +13,7 @@ MeasurePageJob::MeasurePageJob(
 void MeasurePageJob::Work( XProgress& ioProgress )
 {
     const auto allocate = [&]( std::uint64_t inBytes ) { return itsMemory.Allocate( inBytes ); };
-    const auto page = itsReaders.ReadPage( GetPage(), allocate );
+    auto page = itsReaders.ReadPage( GetPage(), allocate );
     ioProgress.Increment();
-    GetResult().measurement = MeasurePage( page, itsSettings );
+    Measure( std::move( page ), itsSettings, itsMemory );
 }

@@ -1,29 +1,33 @@
 #include "OutputFiles.h"
 
 #include "Command.h"
-#include "WReplaceFile.h"
+#include "Core/XString.h"
 #include "WUnfinishedFiles.h"
 
-#include <deque>
-
-void WriteOutputFiles( const std::vector<OutputFile>& inFiles )
+CompleteFile WriteCompleteFile( const OutputFile& inFile )
 {
-    std::deque<WReplaceFile> written;
+    CompleteFile complete{ inFile.name, nullptr };
+    WriteOutput(
+        inFile.name,
+        [&]
+        {
+            complete.file = std::make_unique<WReplaceFile>( PathFromUTF8( inFile.name ) );
+            inFile.write( complete.file->GetFile() );
+            complete.file->Complete();
+        } );
+    return complete;
+}
+
+void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete )
+{
     for ( const auto& output : inFiles )
-        WriteOutput(
-            output.name,
-            [&]
-            {
-                auto& file = written.emplace_back( PathFromUTF8( output.name ) );
-                output.write( file.GetFile() );
-                file.Complete();
-            } );
-    if ( written.empty() )
+        inComplete.push_back( WriteCompleteFile( output ) );
+    if ( inComplete.empty() )
         return;
     const auto hold = WUnfinishedFiles::Hold();
     CheckLastAbort();
-    for ( std::size_t i = 0; i < written.size(); ++i )
-        WriteOutput( inFiles[i].name, [&] { written[i].Commit(); } );
+    for ( const auto& [name, file] : inComplete )
+        WriteOutput( name, [&] { file->Commit(); } );
 }
 
 bool IsSameFile( const std::string& inOne, const std::string& inOther )
@@ -32,4 +36,9 @@ bool IsSameFile( const std::string& inOne, const std::string& inOther )
     const auto one = PathFromUTF8( inOne ), other = PathFromUTF8( inOther );
     return std::filesystem::equivalent( one, other, error ) ||
         std::filesystem::weakly_canonical( one, error ) == std::filesystem::weakly_canonical( other, error );
+}
+
+bool HasEnding( const std::string& inName, const char* inEnding )
+{
+    return XString( inName ).CaselessEndsWith( inEnding );
 }

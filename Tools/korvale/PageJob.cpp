@@ -28,6 +28,19 @@ void PageJob::RunJobSelf()
     }
 }
 
+void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, WorkingMemory& ioMemory )
+{
+    auto objects = FindPageObjects( inPage, inSettings );
+    auto measurement = MeasureObjects( inPage, objects );
+    if ( itsResult.overlay )
+    {
+        auto sketch = SketchOverlay( inPage, inSettings.objects.channel, std::move( objects ) );
+        inPage = {}; // Others may be waiting for its memory.
+        itsResult.overlay->Keep( std::move( sketch ), ioMemory );
+    }
+    itsResult.measurement = std::move( measurement );
+}
+
 void PageJob::WorkWithProgress()
 {
     XProgress progress( GetSteps(), XProgress::kProgressSteps, kProgressDelayMs );

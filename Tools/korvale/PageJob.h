@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Jobs/XJob.h"
+#include "KeptOverlay.h"
 #include "PageMeasurement.h"
 #include "TerminalProgressStrategy.h"
 
@@ -16,6 +17,7 @@ struct PageResult
 {
     std::atomic<bool> isDone = false;
     PageMeasurement measurement;
+    std::optional<KeptOverlay> overlay; ///< Where one is to be drawn, which is set before.
     std::optional<Failure> failure;
 };
 
@@ -38,6 +40,9 @@ protected:
     /// The work, within a progress of that many steps.
     virtual void Work( XProgress& ioProgress ) = 0;
     virtual std::uint64_t GetSteps() const = 0;
+
+    /// Measures a page into the result.
+    void Measure( WImagePage inPage, const MeasureSettings& inSettings, WorkingMemory& ioMemory );
 
     void RunJobSelf() override;
 

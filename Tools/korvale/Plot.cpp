@@ -10,22 +10,11 @@
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 
 namespace
 {
 constexpr double kDotsPerInch = 300;
 constexpr double kPointsPerMillimetre = 72 / 25.4;
-
-bool EndsWith( const std::string& inName, std::string_view inEnd )
-{
-    std::string name = inName;
-    std::ranges::transform(
-        name, name.begin(),
-        []( char inEach )
-        { return inEach >= 'A' && inEach <= 'Z' ? static_cast<char>( inEach + 'a' - 'A' ) : inEach; } );
-    return name.ends_with( inEnd );
-}
 
 void CheckColumns( const char* inOption, const std::string& inList, std::size_t inCount )
 {
@@ -98,14 +87,14 @@ void Plot::Check() const
     CheckColumns( "--scatter", itsScatter, 2 );
     CheckColumns( "--by", itsGroups, 1 );
     itsConditions.Check();
-    if ( !IsSVG() && !EndsWith( itsOutput, ".png" ) )
+    if ( !IsSVG() && !HasEnding( itsOutput, ".png" ) )
         throw WrongUsage( itsOutput + " ends neither in .svg nor in .png" );
     CheckKeepsTable( itsOutput );
 }
 
 bool Plot::IsSVG() const
 {
-    return EndsWith( itsOutput, ".svg" );
+    return HasEnding( itsOutput, ".svg" );
 }
 
 int Plot::RunOnTable( XPivotTable& ioTable, Session& ioSession )

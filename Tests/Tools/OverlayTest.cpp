@@ -1,0 +1,191 @@
+#include "ProgramRun.h"
+
+#include "GreyPicture.h"
+#include "NumberPlaces.h"
+#include "TestPages.h"
+#include "WImageFile.h"
+
+#include <cmath>
+#include <limits>
+
+namespace
+{
+constexpr auto kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr auto kInfinity = std::numeric_limits<float>::infinity();
+
+class Overlay : public ProgramRun
+{
+protected:
+    WImagePage ReadPicture( const std::string& inName )
+    {
+        return WImageFile::Open( itsFolder / inName )->ReadPage( 0 );
+    }
+
+    /// How many pixels are yellower, or bluer, than they are grey.
+    static std::size_t CountColoured( const WImagePage& inPage, bool inIsBlue )
+    {
+        std::size_t count = 0;
+        const auto* pixel = inPage.GetSamples<std::uint8_t>();
+        for ( std::size_t i = 0; i < std::size_t{ inPage.width } * inPage.height; ++i, pixel += 3 )
+            count += inIsBlue ? pixel[2] > pixel[0] + 60 : pixel[0] > pixel[2] + 60;
+        return count;
+    }
+};
+
+/// A dark square with a bright middle on black.
+WImagePage MakeSquare()
+{
+    std::vector<std::uint8_t> samples( 20 * 20 );
+    for ( std::size_t y = 5; y < 15; ++y )
+        for ( std::size_t x = 5; x < 15; ++x )
+            samples[y * 20 + x] = x > 7 && x < 12 && y > 7 && y < 12 ? 200 : 50;
+    return MakePage( 20, samples );
+}
+} // namespace
+
+TEST( GreyPicture, IsStretched )
+{
+    EXPECT_EQ(
+        MakeGreyPicture( MakePage<std::uint16_t>( 3, { 1000, 9, 1500, 9, 2000, 9 }, 2 ), 0, 1 ).levels,
+        ( std::vector<std::uint8_t>{ 0, 128, 255 } ) );
+    EXPECT_EQ(
+        MakeGreyPicture( MakePage<float>( 5, { 0, kNaN, 1, kInfinity, -kInfinity } ), 0, 1 ).levels,
+        ( std::vector<std::uint8_t>{ 0, 0, 255, 255, 0 } ) );
+    EXPECT_EQ(
+        MakeGreyPicture( MakePage<std::uint8_t>( 2, { 7, 7 } ), 0, 1 ).levels,
+        ( std::vector<std::uint8_t>{ 128, 128 } ) );
+    // A few outliers do not darken all others.
+    std::vector<std::uint16_t> samples( 10000, 100 );
+    std::fill( samples.begin(), samples.begin() + 5000, std::uint16_t{ 300 } );
+    samples[7] = 60000;
+    EXPECT_EQ( MakeGreyPicture( MakePage( 100, samples ), 0, 1 ).levels[0], 255 );
+}
+
+TEST( GreyPicture, IsReducedAndEnlarged )
+{
+    const auto page = MakePage<std::uint8_t>( 3, { 0, 200, 0, 0, 200, 0, 200, 0, 200 } );
+    const auto reduced = MakeGreyPicture( page, 0, 2 );
+    EXPECT_EQ( reduced.width, 2u );
+    EXPECT_EQ( reduced.height, 2u );
+    EXPECT_EQ( reduced.levels, ( std::vector<std::uint8_t>{ 127, 0, 127, 255 } ) );
+    const auto enlarged = Enlarge( { 2, 1, { 1, 2 } }, 2 );
+    EXPECT_EQ( enlarged.width, 4u );
+    EXPECT_EQ( enlarged.height, 2u );
+    EXPECT_EQ( enlarged.levels, ( std::vector<std::uint8_t>{ 1, 1, 2, 2, 1, 1, 2, 2 } ) );
+}
+
+TEST( NumberPlaces, LieInObjectsOrBesideThem )
+{
+    const ObjectNumber large{ { 10, 10, 60, 60 }, { 30, 40 }, 20, 10 };
+    const ObjectNumber small{ { 80, 10, 84, 14 }, { 82, 12 }, 20, 10 };
+    const auto places = PlaceNumbers( { small, large, small, small, small, small }, 200, 100 );
+    EXPECT_EQ( places[1], ( WPoint{ 30, 40 } ) );
+    EXPECT_EQ( places[0], ( WPoint{ 97, 12 } ) );
+    EXPECT_EQ( places[2], ( WPoint{ 67, 12 } ) );
+    EXPECT_EQ( places[3], ( WPoint{ 82, 22 } ) );
+    EXPECT_EQ( places[4], std::nullopt ); // There is no room above.
+    EXPECT_EQ( places[5], std::nullopt );
+}
+
+TEST( NumberPlaces, DoNotOverlap )
+{
+    std::mt19937 random( 1 );
+    std::uniform_real_distribution<double> coordinates( 0, 600 ), sides( 1, 60 ), widths( 5, 25 );
+    std::vector<ObjectNumber> numbers;
+    for ( int i = 0; i < 500; ++i )
+    {
+        const auto x = coordinates( random ), y = coordinates( random ), side = sides( random );
+        numbers.push_back(
+            { { x, y, x + side, y + side }, { x + side / 2, y + side / 2 }, widths( random ), 10 } );
+    }
+    const auto places = PlaceNumbers( numbers, 650, 650 );
+    std::size_t placed = 0;
+    const auto areApart = [&]( std::size_t inOne, std::size_t inOther )
+    {
+        constexpr double kRounding = 1e-9;
+        const auto width = ( numbers[inOne].width + numbers[inOther].width ) / 2;
+        return std::abs( places[inOne]->x - places[inOther]->x ) >= width - kRounding ||
+            std::abs( places[inOne]->y - places[inOther]->y ) >= 10 - kRounding;
+    };
+    for ( std::size_t i = 0; i < places.size(); ++i )
+    {
+        placed += places[i] ? 1 : 0;
+        for ( std::size_t j = 0; j < i; ++j )
+        {
+            EXPECT_TRUE( !places[i] || !places[j] || areApart( i, j ) );
+        }
+    }
+    EXPECT_GT( placed, 100u );
+}
+
+TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
+{
+    const auto square = MakeSquare();
+    const auto image = WriteStack( "square.tif", { &square } );
+    ASSERT_EQ( Run( { "measure", image, "--overlay", Name( "o.png" ), "--threshold", "10" } ), 0 )
+        << itsError.str();
+    const auto plain = ReadPicture( "o.png" );
+    EXPECT_EQ( plain.width, 800u );
+    EXPECT_EQ( plain.height, 800u );
+    // The middle of the upper edge, and what lies around it.
+    const auto get = [&]( std::uint32_t inX, std::uint32_t inY )
+    { return plain.GetSamples<std::uint8_t>() + ( std::size_t{ inY } * plain.width + inX ) * 3; };
+    EXPECT_GT( get( 300, 200 )[0], get( 300, 200 )[2] + 60 );
+    EXPECT_EQ( get( 300, 190 )[0], 0 );
+    EXPECT_EQ( get( 300, 210 )[0], 64 );
+    EXPECT_EQ( CountColoured( plain, true ), 0u );
+
+    ASSERT_EQ(
+        Run( { "measure", image, "--overlay", Name( "i.png" ), "--threshold", "10", "--inside", "100" } ),
+        0 );
+    EXPECT_GT( CountColoured( ReadPicture( "i.png" ), true ), 500u );
+    EXPECT_EQ( itsFolder.CountEntries(), 3u );
+}
+
+TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
+{
+    const auto square = MakeSquare();
+    const auto empty = MakePage<std::uint8_t>( 2, { 3, 3 } );
+    const auto stack = WriteStack( "stack.tif", { &square, &empty, &square } );
+    const auto other = WriteStack( "other.tif", { &square } );
+    for ( const auto* workers : { "1", "3" } )
+        ASSERT_EQ(
+            Run(
+                { "measure", stack, other, "--overlay", Name( std::string( workers ) + ".png" ), "--csv",
+                  Name( "table.csv" ), "--threshold", "10", "--workers", workers } ),
+            0 )
+            << itsError.str();
+    EXPECT_EQ( itsFolder.CountEntries(), 2u + 1 + 2 * 4 );
+    for ( const auto* name : { "-stack-0000.png", "-stack-0001.png", "-stack-0002.png", "-other.png" } )
+        EXPECT_EQ( itsFolder.Read( std::string( "1" ) + name ), itsFolder.Read( std::string( "3" ) + name ) );
+    // The same but for the number, which is the ID in the table.
+    EXPECT_NE( itsFolder.Read( "1-stack-0000.png" ), itsFolder.Read( "1-stack-0002.png" ) );
+    EXPECT_NE( itsFolder.Read( "1-stack-0002.png" ), itsFolder.Read( "1-other.png" ) );
+
+    ASSERT_EQ( Run( { "measure", stack, "--overlay", Name( "b.png" ), "--background", "min", "-q" } ), 1 );
+    EXPECT_TRUE( std::filesystem::exists( itsFolder / "b-0000.png" ) );
+    EXPECT_FALSE( std::filesystem::exists( itsFolder / "b-0001.png" ) ); // It is of another size.
+    EXPECT_TRUE( std::filesystem::exists( itsFolder / "b-0002.png" ) );
+}
+
+TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
+{
+    const auto square = MakeSquare();
+    const auto image = WriteStack( "a.tif", { &square, &square } );
+    itsFolder.Write( "a.png", "older" );
+    const std::vector<std::vector<std::string>> wrong{
+        { image, "--overlay", Name( "o.tif" ) },
+        { image, "--overlay", Name( "A.png" ), "-o", Name( "a-0001.png" ) },
+        { image, image, "--overlay", Name( "o.png" ) },
+    };
+    for ( auto arguments : wrong )
+    {
+        arguments.insert( arguments.begin(), "measure" );
+        EXPECT_EQ( Run( arguments ), 2 ) << itsError.str();
+        EXPECT_EQ( itsFolder.CountEntries(), 2u );
+    }
+    EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "none/o.png" ), "-o", Name( "table" ) } ), 1 );
+    EXPECT_NE( itsError.str().find( "cannot write " + Name( "none/o-0000.png" ) ), std::string::npos );
+    EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "none/table" ) } ), 1 );
+    EXPECT_EQ( itsFolder.CountEntries(), 2u );
+}
