@@ -15,11 +15,12 @@ class ImageFile : public testing::Test
 protected:
     TestFolder itsFolder;
 
-    std::filesystem::path WriteTIFF( const std::vector<const WImagePage*>& inPages )
+    std::filesystem::path WriteTIFF(
+        const std::vector<const WImagePage*>& inPages, TIFFWriter::Format inFormat = TIFFWriter::kClassic )
     {
         const auto path = itsFolder / "image.tif";
         WFile file( path, WFile::kCreate );
-        TIFFWriter writer( file );
+        TIFFWriter writer( file, inFormat );
         for ( const auto* page : inPages )
             writer.WritePage( *page );
         return path;
@@ -151,16 +152,34 @@ TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
     second.pixelWidth = 0.25;
     second.pixelHeight = 0.5;
     const auto third = MakePage( 5, MakeNoise<float>( random, 5 * 5, 100000 ) );
-    const auto file = WImageFile::Open( WriteTIFF( { &first, &second, &third } ) );
-    ASSERT_EQ( file->GetPageCount(), 3u );
-    ExpectSame( file->ReadPage( 2 ), third );
-    ExpectSame( file->ReadPage( 0 ), first );
-    EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() );
+    for ( const auto format : { TIFFWriter::kClassic, TIFFWriter::kBig } )
+    {
+        const auto file = WImageFile::Open( WriteTIFF( { &first, &second, &third }, format ) );
+        ASSERT_EQ( file->GetPageCount(), 3u );
+        ExpectSame( file->ReadPage( 2 ), third );
+        ExpectSame( file->ReadPage( 0 ), first );
+        EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() );
 
-    const auto page = file->ReadPage( 1 );
-    ExpectSame( page, second );
-    EXPECT_EQ( page.pixelWidth, 0.25 );
-    EXPECT_EQ( page.pixelHeight, 0.5 );
+        const auto page = file->ReadPage( 1 );
+        ExpectSame( page, second );
+        EXPECT_EQ( page.pixelWidth, 0.25 );
+        EXPECT_EQ( page.pixelHeight, 0.5 );
+        EXPECT_EQ( itsFolder.Read( "image.tif" )[2], format == TIFFWriter::kBig ? '+' : '*' );
+    }
+}
+
+TEST_F( ImageFile, IsClassicUnlessTheSizeForbidsIt )
+{
+    WImageForm form;
+    form.width = form.height = 2048;
+    form.channels = 1;
+    form.type = WImageForm::kUInt16;
+    EXPECT_EQ( TIFFWriter::GetFormat( form, 511 ), TIFFWriter::kClassic );
+    EXPECT_EQ( TIFFWriter::GetFormat( form, 512 ), TIFFWriter::kBig );
+    form.channels = 20000; // The values of such a directory take more room than one plane.
+    form.width = form.height = 1;
+    EXPECT_EQ( TIFFWriter::GetFormat( form, 26000 ), TIFFWriter::kClassic );
+    EXPECT_EQ( TIFFWriter::GetFormat( form, 27000 ), TIFFWriter::kBig );
 }
 
 TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )

@@ -13,13 +13,13 @@
 
 namespace
 {
-/// Too little memory, and for what. Where the bytes alone would fit, others are in the way that did not leave.
+/// Where the bytes alone would fit, others are in the way that nobody can or could move to the disk.
 std::string DescribeShortage( std::uint64_t inBytes )
 {
     const auto budget = XMemoryManager::GetManager()->GetBudget();
     const auto text = FormatByteCount( inBytes ) + " do not fit into the " + FormatByteCount( budget ) +
         " that may be used";
-    return inBytes > budget ? text : text + ", beside what cannot be moved to the disk";
+    return inBytes > budget ? text : text + ", beside what has to stay in it";
 }
 
 class Shortage : public XException

@@ -1,0 +1,263 @@
+#include "BackgroundSums.h"
+#include "Memory/XMemoryManager.h"
+#include "ProgramRun.h"
+#include "TIFFWriter.h"
+#include "TestPages.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+
+namespace
+{
+constexpr std::uint32_t kWidth = 61, kHeight = 40, kChannels = 2;
+
+/// The samples of the pages at one place.
+template<class T>
+T GetPlainBackground( const std::vector<T>& inSamples, const std::string& inKind )
+{
+    std::vector<T> finite;
+    std::ranges::copy_if(
+        inSamples, std::back_inserter( finite ),
+        []( T inSample ) { return std::isfinite( static_cast<double>( inSample ) ); } );
+    if ( finite.empty() )
+        return 0;
+    if ( inKind == "min" )
+        return *std::ranges::min_element( finite );
+    const auto mean =
+        std::accumulate( finite.begin(), finite.end(), 0.0 ) / static_cast<double>( finite.size() );
+    return static_cast<T>( std::is_same_v<T, float> ? mean : std::floor( mean + 0.5 ) );
+}
+
+class Background : public ProgramRun
+{
+protected:
+    using Pages = std::vector<WImagePage>;
+
+    std::string WriteStack( const std::string& inName, const Pages& inPages )
+    {
+        const auto path = itsFolder / inName;
+        std::filesystem::create_directories( path.parent_path() );
+        WFile file( path, WFile::kCreate );
+        TIFFWriter writer( file );
+        for ( const auto& page : inPages )
+            writer.WritePage( page );
+        return Name( inName );
+    }
+
+    /// Into out.csv.
+    int Measure( std::vector<std::string> inArguments )
+    {
+        const std::vector<std::string> others{ "--csv", Name( "out.csv" ), "-q" };
+        inArguments.insert( inArguments.begin(), "measure" );
+        inArguments.insert( inArguments.end(), others.begin(), others.end() );
+        return Run( inArguments );
+    }
+
+    void ExpectSaved( const std::string& inName, const WImagePage& inBackground )
+    {
+        const auto saved = WImageFile::Open( itsFolder / inName )->ReadPage( 0 );
+        ASSERT_TRUE( saved.HasLayoutOf( inBackground ) );
+        EXPECT_EQ( std::memcmp( saved.samples.get(), inBackground.samples.get(), saved.GetByteCount() ), 0 );
+    }
+
+    template<class T>
+    static Pages MakePages( std::uint32_t inCount )
+    {
+        std::mt19937 random( inCount );
+        Pages pages;
+        for ( std::uint32_t i = 0; i < inCount; ++i )
+            pages.push_back( MakePage( kWidth, MakeSamples<T>( random ), kChannels ) );
+        return pages;
+    }
+
+    /// Subtracts by the definition; returns the background.
+    template<class T>
+    static WImagePage Subtract( const std::string& inKind, Pages& ioPages )
+    {
+        std::vector<T> background;
+        for ( std::uint64_t i = 0; i < ioPages[0].GetSampleCount(); ++i )
+        {
+            std::vector<T> samples;
+            for ( const auto& page : ioPages )
+                samples.push_back( page.GetSamples<T>()[i] );
+            background.push_back( GetPlainBackground( samples, inKind ) );
+            for ( auto& page : ioPages )
+            {
+                auto& sample = page.GetSamples<T>()[i];
+                sample = sample < background[i] ? T( 0 ) : static_cast<T>( sample - background[i] );
+            }
+        }
+        return MakePage( kWidth, background, kChannels );
+    }
+
+    /// With any memory and any number of workers the program measures what the plain definition leaves.
+    template<class T>
+    void ExpectPlain( const std::string& inKind, std::uint32_t inPages )
+    {
+        auto pages = MakePages<T>( inPages );
+        const auto stack = WriteStack( "in/stack.tif", pages );
+        const auto background = Subtract<T>( inKind, pages );
+        const auto subtracted = WriteStack( "subtracted/stack.tif", pages );
+        ASSERT_EQ( Run( { "measure", subtracted, "--csv", Name( "expected.csv" ), "-q" } ), 0 );
+
+        // The sums and two pages.
+        constexpr auto kPage = ( sizeof( T ) * kWidth * kHeight * kChannels + 4095 ) / 4096 * 4096;
+        const auto sum = inKind == "min" ? sizeof( T ) : std::is_same_v<T, float> ? 16 : 4;
+        const auto little = std::to_string( sum * background.GetSampleCount() + 2 * kPage );
+        for ( const auto& memory : { std::string( "1G" ), little } )
+            for ( const auto& workers : { "1", "3" } )
+            {
+                const auto purges = XMemoryManager::GetManager()->GetFigures().purges;
+                ASSERT_EQ(
+                    Measure(
+                        { stack, "--background", inKind, "--save-background", Name( "b.tif" ), "--memory",
+                          memory, "--workers", workers } ),
+                    0 )
+                    << itsError.str();
+                EXPECT_EQ( itsFolder.Read( "out.csv" ), itsFolder.Read( "expected.csv" ) ) << inKind;
+                ExpectSaved( "b.tif", background );
+                const auto hasPurged = XMemoryManager::GetManager()->GetFigures().purges > purges;
+                EXPECT_EQ( hasPurged, memory == little && inPages > 2 );
+            }
+    }
+
+private:
+    template<class T>
+    static std::vector<T> MakeSamples( std::mt19937& ioRandom )
+    {
+        const auto levels = std::is_same_v<T, std::uint8_t> ? 256u : 65536u;
+        auto samples = MakeNoise<T>( ioRandom, kWidth * kHeight * kChannels, levels );
+        if constexpr ( std::is_same_v<T, float> )
+            SetSpecial( ioRandom, samples );
+        return samples;
+    }
+
+    /// Sums of these depend on the order in which they are added; the first place has nothing finite.
+    static void SetSpecial( std::mt19937& ioRandom, std::vector<float>& ioSamples )
+    {
+        constexpr auto kInfinity = std::numeric_limits<float>::infinity();
+        constexpr std::array kSpecial{ 1e30f, -1e30f, 1.0f, std::nanf( "" ), kInfinity, -kInfinity };
+        for ( std::size_t i = 0; i < ioSamples.size(); i += 7 )
+            ioSamples[i] = kSpecial[ioRandom() % kSpecial.size()];
+        ioSamples[0] = std::nanf( "" );
+    }
+};
+} // namespace
+
+TEST_F( Background, IsWhatThePlainDefinitionSays )
+{
+    for ( const std::string kind : { "mean", "min" } )
+        for ( const auto pages : { 1u, 8u, 13u } )
+        {
+            ExpectPlain<std::uint8_t>( kind, pages );
+            ExpectPlain<std::uint16_t>( kind, pages );
+            ExpectPlain<float>( kind, pages );
+        }
+}
+
+TEST_F( Background, SumsMorePagesThanFitInto32Bits )
+{
+    const auto page = MakePage<std::uint16_t>( 2, { 65535, 1 } );
+    WorkingMemory memory;
+    for ( const auto pages : { 65537u, 65538u, 200001u } )
+    {
+        const auto sums = BackgroundSums::Make( BackgroundKind::kMean, page, pages, memory );
+        for ( std::uint32_t i = 0; i < pages; ++i )
+            sums->Add( page, 0, 2 );
+        auto background = MakePage<std::uint16_t>( 2, { 0, 0 } );
+        sums->GetBackground( pages, 0, 2, background );
+        EXPECT_EQ( background.GetSamples<std::uint16_t>()[0], 65535 );
+        EXPECT_EQ( background.GetSamples<std::uint16_t>()[1], 1 );
+    }
+}
+
+TEST_F( Background, IsOfThePagesThatCanBeRead )
+{
+    auto pages = MakePages<std::uint8_t>( 2 );
+    const auto background = [&]
+    {
+        auto copies = MakePages<std::uint8_t>( 2 );
+        return Subtract<std::uint8_t>( "mean", copies );
+    }();
+    pages.insert( pages.begin() + 1, MakePage<std::uint8_t>( 3, { 1, 2, 3 } ) );
+    pages.push_back( std::move( MakePages<std::uint8_t>( 1 )[0] ) );
+    pages.back().pixelWidth = pages.back().pixelHeight = 1;
+    const auto stack = WriteStack( "stack.tif", pages );
+    // The resolution of the last page is at the end.
+    std::filesystem::resize_file( stack, std::filesystem::file_size( stack ) - 1 );
+
+    ASSERT_EQ( Measure( { stack, "--background", "mean", "--save-background", Name( "b.tif" ) } ), 1 );
+    EXPECT_EQ(
+        itsError.str().find(
+            "korvale: " + stack +
+            ": page 1: it has no background in common with page 0: 3 x 1 pixels of 1 8-bit sample, not "
+            "61 x 40 pixels of 2 8-bit samples\nkorvale: " +
+            stack + ": page 3: " ),
+        0u )
+        << itsError.str();
+    ExpectSaved( "b.tif", background );
+    EXPECT_NE( itsFolder.Read( "out.csv" ).find( ",stack.tif,2," ), std::string::npos );
+}
+
+TEST_F( Background, NeedsMemory )
+{
+    const auto large = WriteStack( "large.tif", MakePages<std::uint16_t>( 8 ) );
+    Pages pages;
+    pages.push_back( MakePage<std::uint8_t>( 2, { 1, 2 } ) );
+    const auto small = WriteStack( "small.tif", pages );
+    const auto failure = "korvale: " + large + ": pages 0 to 7: there was not enough memory (1012): ";
+    const std::vector<std::vector<std::string>> backgrounds{ {}, { "--background", "min" } };
+    for ( const auto& background : backgrounds )
+    {
+        std::vector<std::string> arguments{ large, small, "--memory", "9K" };
+        arguments.insert( arguments.end(), background.begin(), background.end() );
+        EXPECT_EQ( Measure( arguments ), 1 );
+        EXPECT_EQ( itsError.str(), failure + "9.5 KiB do not fit into the 9 KiB that may be used\n" );
+        EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "large.tif" ), std::string::npos );
+    }
+
+    // The first page finds room, and cannot leave for the next ones. A background of it alone is none.
+    auto& manager = *XMemoryManager::GetManager();
+    const auto folder = manager.GetTemporaryFolder();
+    manager.SetTemporaryFolder( itsFolder / "missing" );
+    EXPECT_EQ( Measure( { large, "--memory", "26K", "--workers", "1", "--background", "min" } ), 1 );
+    manager.SetTemporaryFolder( folder );
+    EXPECT_NE(
+        itsError.str().find( "page 0: it has not been measured, for the background lacks pages\n" ),
+        std::string::npos )
+        << itsError.str();
+    EXPECT_NE(
+        itsError.str().find(
+            ": pages 1 to 7: there was not enough memory (1012): 9.5 KiB do not fit into the 26 KiB that may be used, beside what has to stay in it\n" ),
+        std::string::npos );
+}
+
+TEST_F( Background, TellsWrongUsage )
+{
+    const auto image = WriteStack( "stack.tif", MakePages<std::uint8_t>( 2 ) );
+    const auto file = Name( "b.tif" );
+    const std::vector<std::vector<std::string>> cases{
+        { image, "--background", "max" },
+        { image, "--save-background", file },
+        { image, image, "--background", "min", "--save-background", file },
+        { image, "--background", "min", "--save-background", image },
+        { image, "--background", "min", "--save-background", Name( "out.csv" ) },
+        { image, "--memory", "0" },
+        { image, "--memory", "-1G" },
+        { image, "--memory", "1.5" },
+        { image, "--memory", "9999999T" },
+        { image, "--memory", "12 M" },
+        { image, "--memory", "nan" },
+        { image, "--memory", "M" },
+        { image, "--memory", "" },
+    };
+    for ( const auto& arguments : cases )
+    {
+        EXPECT_EQ( Measure( arguments ), 2 ) << arguments.back();
+        EXPECT_NE( itsError.str(), "" );
+    }
+    EXPECT_EQ( itsFolder.CountEntries(), 1u );
+    EXPECT_EQ( Measure( { image, "--memory", "1.5g" } ), 0 );
+}
