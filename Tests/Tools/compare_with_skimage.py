@@ -36,6 +36,10 @@ def generate(folder: pathlib.Path) -> list[pathlib.Path]:
     images = {
         "stack16.tif": (np.stack([spread(blobs((120, 150), 1), 60000) for _ in range(4)]).astype("u2"),
                         {"photometric": "minisblack"}),
+        "stack_float.tif": (np.stack([blobs((110, 90), 40) for _ in range(5)]).astype("f4"),
+                            {"photometric": "minisblack"}),
+        "stack_colour.tif": (np.stack([spread(blobs((70, 80, 3), 1), 255) for _ in range(7)]).astype("u1"),
+                             {"photometric": "rgb"}),
         "float.tif": ((blobs((200, 170), 40) - 19).astype("f4"), {}),
         "float_noise.tif": (random.normal(size=(90, 80)).astype("f4"), {"byteorder": ">"}),
         "tiled16.tif": (spread(blobs((100, 130), 1), 4095).astype("u2"), {"tile": (32, 48)}),
@@ -68,6 +72,18 @@ def read_pages(path: pathlib.Path) -> list[np.ndarray]:
                 planes = page.planarconfig == 2 and page.samplesperpixel > 1
                 pages.append(np.moveaxis(page.asarray(), 0, -1) if planes else page.asarray())
     return [page if page.ndim == 3 else page[..., np.newaxis] for page in pages]
+
+
+def subtract_background(pages: list[np.ndarray], kind: str) -> list[np.ndarray]:
+    stack = np.stack(pages)
+    if kind == "min":
+        background = stack.min(axis=0)
+    elif stack.dtype.kind == "f":
+        background = stack.mean(axis=0, dtype=np.float64).astype(stack.dtype)
+    else:
+        background = (2 * stack.sum(axis=0, dtype=np.uint64) + len(pages)) // (2 * len(pages))
+        background = background.astype(stack.dtype)
+    return list(np.where(stack > background, stack - background, 0).astype(stack.dtype))
 
 
 def measure_region(page: np.ndarray, labels: np.ndarray, region) -> dict:
@@ -111,9 +127,10 @@ def measure_page(page: np.ndarray, channel: int, threshold, connectivity: int, i
                    for region in skimage.measure.regionprops(inner)]
 
 
-def measure_image(path: pathlib.Path, **options) -> list[dict]:
+def measure_image(path: pathlib.Path, background=None, **options) -> list[dict]:
     rows = []
-    for number, page in enumerate(read_pages(path)):
+    pages = read_pages(path)
+    for number, page in enumerate(subtract_background(pages, background) if background else pages):
         first = len(rows)
         for row in measure_page(page, **options):
             parent = row.pop("Parent")
@@ -150,11 +167,16 @@ def compare_row(our: dict, their: dict) -> list[str]:
 
 
 def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, connectivity: int = 8,
-            inside=None) -> list[str]:
+            inside=None, background=None) -> list[str]:
     options = ["--channel", f"C{channel + 1}", "--threshold", "otsu" if threshold is None else repr(threshold),
                "--connectivity", str(connectivity)]
-    ours = measure_ours(korvale, path, *options, *([] if inside is None else ["--inside", str(inside)]))
-    theirs = measure_image(path, channel=channel, threshold=threshold, connectivity=connectivity, inside=inside)
+    if inside is not None:
+        options += ["--inside", str(inside)]
+    if background:
+        options += ["--background", background, "--memory", "1M"]
+    ours = measure_ours(korvale, path, *options)
+    theirs = measure_image(path, channel=channel, threshold=threshold, connectivity=connectivity, inside=inside,
+                           background=background)
     faults = []
     if len(ours) != len(theirs):
         faults.append(f"{len(ours)} objects, not {len(theirs)}")
@@ -162,8 +184,8 @@ def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, 
         faults += compare_row(our, their)
         if our["Name"] != path.name:
             faults.append(f"name {our['Name']}")
-    print(f"{path.name}, C{channel + 1}, {threshold or 'otsu'}, {connectivity}, inside {inside}: {len(ours)} objects, "
-          f"{len(faults)} faults", flush=True)
+    print(f"{path.name}, C{channel + 1}, {threshold or 'otsu'}, {connectivity}, inside {inside}, background {background}: "
+          f"{len(ours)} objects, {len(faults)} faults", flush=True)
     return faults
 
 
@@ -200,6 +222,10 @@ def main() -> int:
                     faults += compare(korvale, path, connectivity=connectivity, inside="otsu")
             faults += compare(korvale, DATA / "coins.png", inside=150)
             faults += compare(korvale, DATA / "ihc.png", channel=1, inside=190.5)
+            for background in ("mean", "min"):
+                for path in (DATA / "multipage.tif", folder / "stack16.tif", folder / "stack_float.tif",
+                             folder / "stack_colour.tif"):
+                    faults += compare(korvale, path, background=background)
             faults += compare_area(korvale, folder / "resolution.tif")
     for fault in faults[:50]:
         print(fault)

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Interrupts the program at many moments: it ends soon with status 130 and leaves nothing behind, or had finished.
+"""Interrupts the program at many moments: it ends soon with status 130 and leaves nothing behind, or had finished. And
+kills it where it has no say in the matter.
 
 Usage: interrupt_korvale.py KORVALE
 """
 
 import array
 import fcntl
+import os
 import pathlib
 import select
 import signal
@@ -105,6 +107,32 @@ def check_ignored(program, folder):
         faults.append(f"interrupts that are ignored: status {process.returncode}")
 
 
+def has_open_file_in(process, folder):
+    try:
+        names = [os.readlink(entry) for entry in pathlib.Path(f"/proc/{process.pid}/fd").iterdir()]
+    except OSError:
+        return False  # a descriptor that has been closed meanwhile
+    return any(name.startswith(str(folder)) for name in names)
+
+
+def check_killed(program, folder):
+    """Once pages have been moved out of memory, nothing of that stays."""
+    temporary = folder / "temporary"
+    temporary.mkdir()
+    before = entries(folder)
+    arguments = ["measure", "stack/sample.tif", "--background", "mean", "--memory", "8M", "-o", "killed", "-q"]
+    process = start(program, folder, arguments, env=os.environ | {"TMPDIR": str(temporary)})
+    while process.poll() is None and not has_open_file_in(process, temporary):
+        pass
+    process.kill()
+    process.communicate()
+    if process.returncode != -signal.SIGKILL:
+        faults.append(f"killed: status {process.returncode}, it had ended before")
+    if entries(folder) != before:
+        faults.append(f"killed: {entries(folder)}")
+    print("killed with pages moved out of memory: nothing left")
+
+
 def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
     with tempfile.TemporaryDirectory(prefix="korvale-test-") as name:
@@ -115,12 +143,15 @@ def main():
                       ["new", "new/below", "new/below/sample.tif", "new/below/truth.csv"])
         check_moments(program, folder, ["measure", "stack/sample.tif", "stack/sample.tif", "-o", "t", "--csv", "c"],
                       ["t", "c"])
+        check_moments(program, folder, ["measure", "stack/sample.tif", "--background", "min", "--memory", "8M",
+                                        "--save-background", "b", "--csv", "c"], ["b", "c"])
         subprocess.run([program, "--log", "/dev/null", "measure", "stack/sample.tif", "-o", "big.table", "-q"],
                        cwd=folder, check=True)
         check_moments(program, folder, ["export", "big.table", "--npz", "n", "--csv", "c"], ["n", "c"])
         check_blocked(program, folder, [signal.SIGINT])
         check_blocked(program, folder, [signal.SIGINT, signal.SIGTERM])
         check_ignored(program, folder)
+        check_killed(program, folder)
     for fault in faults:
         print(fault, file=sys.stderr)
     return 1 if faults else 0
