@@ -7,8 +7,8 @@
 
 /// A mapping of the system.
 ///
-/// The page file's is an object without a name on Windows and a memory file on Linux: its bytes are zeros at
-/// first and count as memory. A file's keeps the file open.
+/// The page file's is an object without a name on Windows. Linux has none: there it is memory of the process, which stays
+/// when the view goes. Its bytes are zeros at first, and no view of it may be kPageWriteCopy. A file's keeps the file open.
 /// Errors: 1020 when the system refuses, or the file is shorter than the range.
 class KORVALE_API WFileMapping : public XFileMappingBase
 {
@@ -35,7 +35,8 @@ private:
     void CheckFileSize( std::uint64_t inSize ) const;
 
     std::shared_ptr<const WFile> itsFile; // null for the page file
-    std::intptr_t itsHandle = kNoHandle;  // of the mapping object or the memory file
+    std::intptr_t itsHandle = kNoHandle;  // of the mapping object, or the address of the page file's memory
+    std::uint64_t itsSize = 0;            // of the page file's memory, in whole pages
     std::uint64_t itsOffset = 0;          // of the range in the file
     std::uint8_t* itsView = nullptr;      // as the system mapped it
     std::uint64_t itsViewSize = 0;

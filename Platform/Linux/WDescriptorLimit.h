@@ -1,7 +1,7 @@
 #pragma once
 
-/// The number of descriptors that the process may hold. Every mapped block and temporary file holds one, and the limit
-/// that a process starts with is far below the one it may set for itself.
+/// The number of descriptors that the process may hold. Every temporary file holds one, and the limit that a
+/// process starts with is far below the one it may set for itself.
 class WDescriptorLimit
 {
 public:

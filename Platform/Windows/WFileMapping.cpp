@@ -81,6 +81,7 @@ WFileMapping::~WFileMapping()
 void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
 {
     XAssert( !itsView );
+    XAssert( itsFile || inAccess != kPageWriteCopy );
     const std::uint64_t size = inSize + GetViewDelta();
     const std::uint64_t offset = itsOffset - GetViewDelta();
     void* view = ::MapViewOfFile(
