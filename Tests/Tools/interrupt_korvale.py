@@ -55,6 +55,13 @@ def interrupt(process, signals):
     return time.monotonic() - begin
 
 
+def remove(folder, names):
+    for name in sorted(names, reverse=True):
+        path = folder / name
+        if path.exists():
+            path.rmdir() if path.is_dir() else path.unlink()
+
+
 def check_moments(program, folder, arguments, made):
     """What the command makes is there as a whole, with status 0, or not at all, with status 130."""
     arguments = [*arguments, "-q"]
@@ -67,10 +74,7 @@ def check_moments(program, folder, arguments, made):
 
     worst, statuses = 0.0, []
     for moment in range(MOMENTS):
-        for name in sorted(made, reverse=True):
-            path = folder / name
-            if path.exists():
-                path.rmdir() if path.is_dir() else path.unlink()
+        remove(folder, made)
         process = start(program, folder, arguments)
         wait_for_signals(process)
         time.sleep(duration * moment / MOMENTS)
@@ -80,6 +84,7 @@ def check_moments(program, folder, arguments, made):
         expected = {130: before, 0: after, 1: after}.get(process.returncode)  # 1 if it hangs after its work
         if entries(folder) != expected:
             faults.append(f"{arguments} at moment {moment}: status {process.returncode}, {entries(folder)}")
+    remove(folder, made)
     if 130 not in statuses:
         faults.append(f"{arguments}: no moment was in time: {statuses}")
     print(f"{arguments[0]}: {duration:.2f} s; interrupted, it ended within {worst:.3f} s; statuses {statuses}")
