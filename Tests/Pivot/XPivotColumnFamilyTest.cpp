@@ -243,3 +243,29 @@ TEST( XPivotSort, SurvivesTextsWhoseOrderGoesInCircles )
             ASSERT_EQ( order[row], row );
     }
 }
+
+TEST( XPivotSort, OrdersFewTextsInManyRowsAsItDoesManyTexts )
+{
+    // "a b" and "ab" are ranked equal.
+    const XString texts[] = { "img10", "a b", "img2", "", "B", "ab", "b" };
+    XRandom random( 2 );
+    auto column = std::make_unique<XPivotStringColumn>( kPivotUserDefined, "t", "", "" );
+    for ( int i = 0; i < 1000; ++i )
+        column->AppendData( texts[random() % std::size( texts )], true );
+    for ( const auto direction : { kSortAscending, kSortDescending } )
+    {
+        XRows expected( column->GetColumnSize() ), order;
+        std::iota( expected.begin(), expected.end(), 0u );
+        const auto& values = column->GetDataVector();
+        std::stable_sort(
+            expected.begin(), expected.end(),
+            [&]( std::uint32_t inLeft, std::uint32_t inRight )
+            {
+                return direction == kSortAscending ? values[inLeft] < values[inRight]
+                                                   : values[inRight] < values[inLeft];
+            } );
+        auto sorted = *column;
+        sorted.Sort( direction, order );
+        EXPECT_EQ( order, expected );
+    }
+}

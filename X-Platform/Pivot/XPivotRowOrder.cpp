@@ -8,6 +8,9 @@
 #include <array>
 #include <cmath>
 #include <numeric>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
 
 namespace
 {
@@ -160,6 +163,49 @@ void SortBySecondHalf(
         std::copy( group.begin(), group.end(), ioRows.begin() + static_cast<std::ptrdiff_t>( first ) );
     }
 }
+
+// ---- Texts
+
+XVector<std::uint32_t> ListRows( std::size_t inCount )
+{
+    XVector<std::uint32_t> rows( inCount );
+    std::iota( rows.begin(), rows.end(), 0u );
+    return rows;
+}
+
+/// Numbers that order as the texts do, where few of many texts are different: only those are compared then,
+/// which takes long. Nothing where that would not help.
+std::optional<XVector<std::uint32_t>> RankFewTexts( const XVector<XString>& inTexts )
+{
+    constexpr std::size_t kRowsPerText = 8;
+    const std::size_t most = inTexts.size() / kRowsPerText;
+    if ( inTexts.size() < kFewRows )
+        return std::nullopt;
+    std::unordered_map<std::string_view, std::uint32_t> places;
+    XVector<std::uint32_t> firstRows, ranks( inTexts.size() );
+    for ( std::uint32_t row = 0; row < ranks.size(); ++row )
+    {
+        const auto place = static_cast<std::uint32_t>( firstRows.size() );
+        const auto [found, isNew] = places.try_emplace( inTexts[row].GetStringView(), place );
+        if ( isNew && firstRows.size() == most )
+            return std::nullopt;
+        if ( isNew )
+            firstRows.push_back( row );
+        ranks[row] = found->second;
+    }
+
+    const auto isLess = [&]( std::uint32_t inLeft, std::uint32_t inRight )
+    { return inTexts[firstRows[inLeft]] < inTexts[firstRows[inRight]]; };
+    XVector<std::uint32_t> order = ListRows( firstRows.size() );
+    XStableSort( order, isLess ).Sort();
+    // Different texts that order as equal have the same rank.
+    XVector<std::uint32_t> rankOfPlace( order.size() );
+    for ( std::size_t i = 1; i < order.size(); ++i )
+        rankOfPlace[order[i]] = rankOfPlace[order[i - 1]] + isLess( order[i - 1], order[i] );
+    for ( std::uint32_t& rank : ranks )
+        rank = rankOfPlace[rank];
+    return ranks;
+}
 } // namespace
 
 template<class T>
@@ -185,8 +231,9 @@ template<>
 void XSortPivotRows(
     const XVector<XString>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
 {
-    outOrder.resize( inValues.size() );
-    std::iota( outOrder.begin(), outOrder.end(), 0u );
+    if ( const auto ranks = RankFewTexts( inValues ) )
+        return XSortPivotRows( *ranks, inDirection, outOrder );
+    outOrder = ListRows( inValues.size() );
     const auto isLess = [&]( std::uint32_t inLeft, std::uint32_t inRight )
     { return inValues[inLeft] < inValues[inRight]; };
     const auto isGreater = [&]( std::uint32_t inLeft, std::uint32_t inRight )
