@@ -104,6 +104,24 @@ TEST_F( TableCommands, PivotGivesWhatIsAskedForInThatOrder )
     EXPECT_EQ( itsFolder.Read( "p" ), "Internal Page Column,twin,Count\n1,1,2\n2,2,2\n" );
 }
 
+TEST_F( TableCommands, PivotRefusesMoreColumnsThanAnyoneReads )
+{
+    XPivotTable table;
+    auto& column =
+        AddTestColumn<XPivotFloatColumn>( table, XPivotColumnDescriptor( kPivotArea, "", "", "" ), {} );
+    for ( std::uint32_t i = 0; i < 20000; ++i )
+        column.AppendValue( i, true );
+    const auto many = WriteTable( "many", table );
+    EXPECT_EQ( Run( { "pivot", many, "--columns", "area", "--values", "area", "--with", "mean" } ), 2 );
+    EXPECT_NE( itsError.str().find( "20000 groups; they would make more than 10000" ), std::string::npos );
+    EXPECT_EQ(
+        Run(
+            { "pivot", many, "--rows", "area", "--columns", "area", "--where", "area < 3", "--values", "area",
+              "--with", "sum", "--csv", Name( "p" ) } ),
+        0 );
+    EXPECT_EQ( itsFolder.Read( "p" ), "Area,0: Sum,1: Sum,2: Sum\n0,0,0,0\n1,0,1,0\n2,0,0,2\n" );
+}
+
 TEST_F( TableCommands, LeaveAValidTableWithoutRows )
 {
     const auto expectEmpty = [&]( std::vector<std::string> inArguments, const std::string& inWhy )

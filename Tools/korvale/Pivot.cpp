@@ -76,7 +76,7 @@ CLI::App* Pivot::Declare( CLI::App& ioProgram )
         std::string( kReductionsHelp ) + "\n" + RowConditions::GetHelp() + "\n" + kColumnNamesHelp +
         "\nThe result has a row for each combination of what stands in the columns of --rows, and is sorted by them.\n"
         "Missing is one group, and comes first. With --columns each value there gives result columns of its own,\n"
-        "with --pages each one a pivot of its own.\n"
+        "with --pages each one a pivot of its own; in files their number stands in front.\n"
         "Without -o and --csv the result is printed.\n"
         "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage, 130 when interrupted." );
     DeclareTable( *command );
@@ -108,6 +108,7 @@ int Pivot::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     const auto plan = MakePlan( ioTable );
     CheckValues( ioTable, plan );
     itsConditions.FilterRows( ioTable );
+    CheckSize( ioTable, plan );
     progress.Increment();
     const auto pivot = MakePivot( ioTable, plan );
     progress.Increment();
@@ -135,6 +136,31 @@ void Pivot::CheckValues( const XPivotTable& inTable, const Plan& inPlan ) const
             throw WrongUsage(
                 "the column \"" + GetColumnName( inTable.GetColumn( index ) ) +
                 "\" holds no numbers; only count and value are for it" );
+}
+
+/// Nobody reads a table of very many columns, and making it takes long.
+void Pivot::CheckSize( const XPivotTable& inTable, const Plan& inPlan ) const
+{
+    constexpr std::uint64_t kMostColumns = 10000;
+    if ( inPlan.columns.empty() )
+        return;
+    const XPivotTableAccumulator count( XPivotTableAccumulator::kAccumulateCount );
+    const auto countGroups = [&]( const XPivotTable::XColumnIndices& inKeys ) -> std::uint64_t {
+        return inTable.Pivot( inKeys, {}, { { inPlan.values.front(), count } } ).GetNumRows();
+    };
+
+    const auto results = inPlan.values.size() * ParseReductions( itsReductions ).size();
+    const auto columns = countGroups( inPlan.columns );
+    if ( columns * results > kMostColumns )
+        throw WrongUsage(
+            "--columns has " + std::to_string( columns ) + " groups; they would make more than " +
+            std::to_string( kMostColumns ) + " result columns" );
+    auto keys = inPlan.pages;
+    keys.insert( keys.end(), inPlan.rows.begin(), inPlan.rows.end() );
+    if ( const auto rows = countGroups( keys ); columns * rows > XPivotTable::kMaxPivotCells )
+        throw WrongUsage(
+            std::to_string( rows ) + " rows for " + std::to_string( columns ) +
+            " groups of --columns are too many" );
 }
 
 XPivotTable Pivot::MakePivot( const XPivotTable& inTable, const Plan& inPlan ) const

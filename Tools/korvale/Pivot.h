@@ -39,6 +39,7 @@ private:
 
     Plan MakePlan( const XPivotTable& inTable ) const;
     void CheckValues( const XPivotTable& inTable, const Plan& inPlan ) const;
+    void CheckSize( const XPivotTable& inTable, const Plan& inPlan ) const;
     XPivotTable MakePivot( const XPivotTable& inTable, const Plan& inPlan ) const;
     XPivotTable PickResults( XPivotTable inPivot, const Plan& inPlan ) const;
 };
