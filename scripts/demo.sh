@@ -26,8 +26,9 @@ if [ ${#images[@]} -eq 0 ]; then
   images=( "$output/sample.tif" )
 fi
 status=0
-rm -f "$output/objects.table"
-run measure "${images[@]}" -o "$output/objects.table" --csv "$output/objects.csv" || status=$?
+rm -f "$output"/objects*
+run measure "${images[@]}" -o "$output/objects.table" --csv "$output/objects.csv" --overlay "$output/objects.png" \
+  || status=$?
 if [ -e "$output/objects.table" ]; then
   run show "$output/objects.table" > "$output/objects.txt"
   head -12 "$output/objects.txt"
@@ -35,6 +36,8 @@ if [ -e "$output/objects.table" ]; then
   run pivot "$output/objects.table" --rows Timepoint --values 'Pixel Count,Mean C1' --with count,mean,sd \
     > "$output/timepoints.txt" || status=$?
   head -12 "$output/timepoints.txt"
-  printf '...\nAll rows: %s, objects.csv, objects.table\n' "$output/objects.txt"
+  printf '...\n'
+  run plot "$output/objects.table" --histogram 'Pixel Count' --by Name -o "$output/sizes.svg" || status=$?
+  printf '\nAll rows: %s, objects.csv, objects.table; what was found, page by page: objects*.png\n' "$output/objects.txt"
 fi
 exit $status

@@ -162,6 +162,10 @@ TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
     EXPECT_NE( itsFolder.Read( "1-stack-0000.png" ), itsFolder.Read( "1-stack-0002.png" ) );
     EXPECT_NE( itsFolder.Read( "1-stack-0002.png" ), itsFolder.Read( "1-other.png" ) );
 
+    ASSERT_EQ( Run( { "measure", other, other, "--overlay", Name( "c.png" ), "-q" } ), 0 );
+    EXPECT_TRUE( std::filesystem::exists( itsFolder / "c-other.png" ) );
+    EXPECT_TRUE( std::filesystem::exists( itsFolder / "c-other-2.png" ) );
+
     ASSERT_EQ( Run( { "measure", stack, "--overlay", Name( "b.png" ), "--background", "min", "-q" } ), 1 );
     EXPECT_TRUE( std::filesystem::exists( itsFolder / "b-0000.png" ) );
     EXPECT_FALSE( std::filesystem::exists( itsFolder / "b-0001.png" ) ); // It is of another size.
@@ -176,7 +180,6 @@ TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
     const std::vector<std::vector<std::string>> wrong{
         { image, "--overlay", Name( "o.tif" ) },
         { image, "--overlay", Name( "A.png" ), "-o", Name( "a-0001.png" ) },
-        { image, image, "--overlay", Name( "o.png" ) },
     };
     for ( auto arguments : wrong )
     {

@@ -9,48 +9,62 @@
 #include <cstdio>
 #include <stdexcept>
 
+namespace
+{
+/// The same for all names of a file, on systems too that do not tell capitals from small letters.
+std::string MakeKey( const std::string& inName )
+{
+    std::error_code error;
+    auto key = PathToUTF8( std::filesystem::weakly_canonical( PathFromUTF8( inName ), error ) );
+    std::ranges::transform( key, key.begin(), XTextScan::ToLower );
+    return key;
+}
+} // namespace
+
 OverlayFiles::OverlayFiles(
     const std::string& inName, bool inHasSeveralImages, const std::vector<std::string>& inOthers )
     : itsName( inName ), itsHasSeveralImages( inHasSeveralImages )
 {
     for ( const auto& other : inOthers )
-        TakeName( other );
-}
-
-/// False when the file is taken already. Some systems do not tell capitals from small letters.
-bool OverlayFiles::TakeName( const std::string& inName )
-{
-    std::error_code error;
-    auto name = PathToUTF8( std::filesystem::weakly_canonical( PathFromUTF8( inName ), error ) );
-    std::ranges::transform( name, name.begin(), XTextScan::ToLower );
-    return itsTakenNames.insert( name ).second;
+        itsOthers.insert( MakeKey( other ) );
 }
 
 std::string
-OverlayFiles::MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount ) const
+OverlayFiles::MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount )
 {
-    const auto dot = itsName.rfind( '.' );
-    auto name = itsName.substr( 0, dot );
+    auto start = itsName.substr( 0, itsName.rfind( '.' ) );
     if ( itsHasSeveralImages )
-        name += '-' + PathToUTF8( PathFromUTF8( inImage ).stem() );
+        start += '-' + PathToUTF8( PathFromUTF8( inImage ).stem() );
     if ( inPageCount > 1 )
     {
         char digits[16];
         std::snprintf( digits, sizeof( digits ), "-%04u", inPage );
-        name += digits;
+        start += digits;
     }
-    return name + itsName.substr( dot );
+    return TakeName( start );
+}
+
+/// The name that begins so and is not taken.
+std::string OverlayFiles::TakeName( const std::string& inStart )
+{
+    const auto ending = itsName.substr( itsName.rfind( '.' ) );
+    for ( int copy = 1;; ++copy )
+    {
+        const auto name = inStart + ( copy > 1 ? '-' + std::to_string( copy ) : "" ) + ending;
+        const auto key = MakeKey( name );
+        if ( itsOthers.contains( key ) )
+            throw WrongUsage( "the overlay " + name + " would overwrite another file of this command" );
+        if ( itsTaken.insert( key ).second )
+            return name;
+    }
 }
 
 std::unique_ptr<PageJob> OverlayFiles::MakeJob(
     const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount, KeptOverlay inOverlay,
     std::uint64_t inFirstNumber, WorkingMemory& ioMemory, ProgressDisplay& ioDisplay )
 {
-    const auto name = MakeName( inImage, inPage, inPageCount );
-    if ( !TakeName( name ) )
-        throw WrongUsage( "the overlay " + name + " would overwrite another file of this command" );
     auto& page = itsPages.emplace_back();
-    page.file.name = name;
+    page.file.name = MakeName( inImage, inPage, inPageCount );
     return std::make_unique<OverlayJob>(
         inPage, inImage, std::move( inOverlay ), inFirstNumber, ioMemory, ioDisplay, page.file, page.result );
 }

@@ -15,13 +15,13 @@ class OverlayFiles
 {
 public:
     /// `inName` is the file for the one page of the one image, and ends in .png. Where there are several images their names
-    /// come before that ending, and where an image has several pages their numbers do. `inOthers` are the files that the
-    /// program reads or writes besides.
+    /// come before that ending, and where an image has several pages their numbers do; images of one name are told apart
+    /// by -2, -3, ... behind that. `inOthers` are the files that the program reads or writes besides.
     OverlayFiles(
         const std::string& inName, bool inHasSeveralImages, const std::vector<std::string>& inOthers );
 
     /// A job that draws a page, its objects numbered from there on. All that is referred to outlives the job, and so do
-    /// these files. Throws WrongUsage when the file would be one of the others, or that of another page.
+    /// these files. Throws WrongUsage when the file would be one of the others.
     std::unique_ptr<PageJob> MakeJob(
         const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount, KeptOverlay inOverlay,
         std::uint64_t inFirstNumber, WorkingMemory& ioMemory, ProgressDisplay& ioDisplay );
@@ -38,9 +38,10 @@ private:
 
     const std::string itsName;
     const bool itsHasSeveralImages;
-    std::set<std::string> itsTakenNames;
+    std::set<std::string> itsOthers;
+    std::set<std::string> itsTaken;
     std::deque<Page> itsPages;
 
-    std::string MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount ) const;
-    bool TakeName( const std::string& inName );
+    std::string MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount );
+    std::string TakeName( const std::string& inStart );
 };
