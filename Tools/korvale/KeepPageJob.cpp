@@ -16,3 +16,10 @@ void KeepPageJob::Work( XProgress& ioProgress )
     ioProgress.Increment();
     itsBackground.Add( GetPage(), itsKept );
 }
+
+void KeepPageJob::JobCompleteSelf( std::uint32_t inResultCode )
+{
+    itsBackground.HasEnded( GetPage() );
+    if ( inResultCode != 0 )
+        itsKept.Drop();
+}

@@ -15,7 +15,7 @@ public:
 protected:
     std::uint64_t GetSteps() const override { return 2; }
     void Work( XProgress& ioProgress ) override;
-    void JobCompleteSelf( std::uint32_t ) override { itsBackground.HasEnded( GetPage() ); }
+    void JobCompleteSelf( std::uint32_t inResultCode ) override;
 
 private:
     PageReaders& itsReaders;
