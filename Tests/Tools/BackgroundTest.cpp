@@ -1,13 +1,18 @@
 #include "BackgroundSums.h"
+#include "Core/XTimer.h"
 #include "Memory/XMemoryManager.h"
+#include "Memory/XMemoryManagerListener.h"
+#include "MemoryBudget.h"
 #include "ProgramRun.h"
 #include "TIFFWriter.h"
 #include "TestPages.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <numeric>
+#include <thread>
 
 namespace
 {
@@ -199,6 +204,42 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
         << itsError.str();
     ExpectSaved( "b.tif", background );
     EXPECT_NE( itsFolder.Read( "out.csv" ).find( ",stack.tif,2," ), std::string::npos );
+}
+
+TEST_F( Background, WaitsForMemoryThatOthersHaveLocked )
+{
+    class Listener : public XMemoryManagerListener
+    {
+    public:
+        std::atomic<int> calls = 0;
+
+        USize64 FreeMemory( USize64 ) override
+        {
+            ++calls;
+            return 0;
+        }
+    };
+
+    constexpr std::uint64_t kUnit = 4096;
+    const MemoryBudget budget( 4 * kUnit );
+    Listener listener;
+    XMemoryManager::GetManager()->AddListener( &listener );
+    WorkingMemory memory;
+    auto held = memory.Allocate( 3 * kUnit );
+    std::atomic<bool> isAsking = false;
+    std::thread other(
+        [&]
+        {
+            isAsking = true;
+            memory.Allocate( 2 * kUnit );
+        } );
+    // Who does not wait has the manager look for memory in the meantime.
+    for ( XTimer timer( 20 ); !isAsking || !timer.HasExpired(); )
+        std::this_thread::yield();
+    EXPECT_EQ( listener.calls, 0 );
+    held.reset();
+    other.join();
+    XMemoryManager::GetManager()->RemoveListener( &listener );
 }
 
 TEST_F( Background, NeedsMemory )
