@@ -60,7 +60,12 @@ std::vector<WPoint> ListPlaces( const ObjectNumber& inNumber )
     constexpr double kGap = 3;
     const auto& [object, centre, width, height] = inNumber;
     if ( width <= object.GetWidth() && height <= object.GetHeight() )
-        return { centre };
+        return {
+            centre,
+            { centre.x, centre.y + height },
+            { centre.x, centre.y - height },
+            { centre.x + width, centre.y },
+            { centre.x - width, centre.y } };
     const auto x = ( object.left + object.right ) / 2, y = ( object.top + object.bottom ) / 2;
     return {
         { object.right + kGap + width / 2, y },

@@ -26,7 +26,7 @@ struct ObjectNumber
 };
 
 /// Where the numbers go, so that they lie neither on one another nor outside a picture of that size: the centre of each.
-/// One that fits into its object lies in it, another beside it; one that finds no place has none. Larger objects go
-/// first.
+/// One that fits into its object lies at the object's centre or next to that, any other beside it; one that finds no
+/// place has none. Larger objects go first.
 std::vector<std::optional<WPoint>>
 PlaceNumbers( const std::vector<ObjectNumber>& inNumbers, double inWidth, double inHeight );

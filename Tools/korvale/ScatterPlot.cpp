@@ -30,13 +30,11 @@ struct PointStyle
     }
 };
 
-/// Many points gather in cells that are small beside them, so that there are no more discs than the plot has room for.
+/// Many points gather in cells that are half as wide as they, so that there are no more discs than the plot has room for.
 class DiscGatherer
 {
 public:
-    DiscGatherer( std::size_t inCount, double inRadius ) : itsCell( inCount > kMostSingle ? inRadius / 2 : 0 )
-    {
-    }
+    DiscGatherer( std::size_t inCount, double inRadius ) : itsCell( inCount > kMostSingle ? inRadius : 0 ) {}
 
     void Add( WPoint inPlace, std::uint32_t inGroup )
     {
