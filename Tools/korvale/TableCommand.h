@@ -27,8 +27,6 @@ protected:
     /// Throws WrongUsage for the name of a file that would take the table's place.
     void CheckKeepsTable( const std::string& inOutput ) const;
 
-    bool IsQuiet() const { return itsIsQuiet; }
-
 private:
     std::string itsTable;
     bool itsIsQuiet = false;

@@ -40,17 +40,12 @@ std::vector<OutputFile> TableOutputs::GetFiles( const XPivotTable& inTable, Work
     return files;
 }
 
-void TableOutputs::Write( const XPivotTable& inTable, WorkerLimit inLimit ) const
-{
-    WriteOutputFiles( GetFiles( inTable, inLimit ) );
-}
-
 void TableOutputs::WriteOrPrint( const XPivotTable& inTable, Session& ioSession ) const
 {
     if ( GetNames().empty() )
         PrintTable( inTable, ioSession );
     else
-        Write( inTable );
+        WriteOutputFiles( GetFiles( inTable ) );
 }
 
 OutputFile MakeCSVOutput( const std::string& inName, const XPivotTable& inTable, WorkerLimit inLimit )

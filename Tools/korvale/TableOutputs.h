@@ -33,9 +33,6 @@ public:
     std::vector<OutputFile>
     GetFiles( const XPivotTable& inTable, WorkerLimit inLimit = WorkerLimit( 0 ) ) const;
 
-    /// Writes the files asked for: all of them or none.
-    void Write( const XPivotTable& inTable, WorkerLimit inLimit = WorkerLimit( 0 ) ) const;
-
     /// Writes the files asked for; where none is, prints the table.
     void WriteOrPrint( const XPivotTable& inTable, Session& ioSession ) const;
 
