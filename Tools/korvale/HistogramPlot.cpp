@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ranges>
 
 namespace
 {
@@ -107,7 +106,8 @@ void DrawHistogram(
     if ( bins.groups.size() == 1 )
         DrawBars( frame, bins, low, ioCanvas );
     else
-        for ( const auto& group : std::views::reverse( bins.groups ) ) // The first one lies above.
-            DrawSteps( frame, bins.limits, group, low, ioCanvas );
+        for ( auto group = bins.groups.rbegin(); group != bins.groups.rend();
+              ++group ) // The first lies above.
+            DrawSteps( frame, bins.limits, *group, low, ioCanvas );
     frame.Draw();
 }

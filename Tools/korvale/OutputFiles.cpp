@@ -26,8 +26,8 @@ void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<Compl
         return;
     const auto hold = WUnfinishedFiles::Hold();
     CheckLastAbort();
-    for ( const auto& [name, file] : inComplete )
-        WriteOutput( name, [&] { file->Commit(); } );
+    for ( const auto& complete : inComplete )
+        WriteOutput( complete.name, [&] { complete.file->Commit(); } );
 }
 
 bool IsSameFile( const std::string& inOne, const std::string& inOther )
