@@ -16,14 +16,16 @@ FindLostObjects( const XPivotOtherRowRefColumn& inReferences, const XVector<std:
     for ( const auto row : inRows )
     {
         const auto& uuid = inReferences.GetDataUUID( row );
-        const auto itsRow = objects.FindDataUUID( uuid );
-        if ( itsRow >= 0 && !std::ranges::binary_search( inRows, static_cast<std::uint32_t>( itsRow ) ) )
+        const auto objectRow = objects.FindDataUUID( uuid );
+        if ( objectRow >= 0 &&
+             !std::ranges::binary_search( inRows, static_cast<std::uint32_t>( objectRow ) ) )
             lost.push_back( uuid );
     }
     std::sort( lost.begin(), lost.end() );
     lost.erase( std::unique( lost.begin(), lost.end() ), lost.end() );
     return lost;
 }
+
 /// The table's column that another one of it refers to.
 XPivotRowRefColumn& GetObjects( XPivotTable& ioTable, const XPivotOtherRowRefColumn& inReferences )
 {
