@@ -16,7 +16,8 @@ std::string CleanText( const std::string& inText )
 
 void WCanvas::DrawText( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle )
 {
-    DrawTextSelf( CleanText( inText ), inPlace, inStyle );
+    if ( const auto text = CleanText( inText ); !text.empty() )
+        DrawTextSelf( text, inPlace, inStyle );
 }
 
 double WCanvas::GetTextWidth( const std::string& inText, double inSize )

@@ -99,7 +99,7 @@ public:
 protected:
     WCanvas() = default;
 
-    // With text that is valid UTF-8 and without control characters.
+    // With text that is valid UTF-8 and without control characters; what is drawn is not empty.
     virtual void DrawTextSelf( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle ) = 0;
     virtual double GetTextWidthSelf( const std::string& inText, double inSize ) = 0;
 };

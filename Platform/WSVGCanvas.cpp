@@ -67,7 +67,20 @@ std::string Escape( const std::string& inText )
 {
     std::string escaped;
     for ( const auto character : inText )
-        escaped += character == '&' ? "&amp;" : character == '<' ? "&lt;" : std::string( 1, character );
+        switch ( character )
+        {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>': // Which may not follow two brackets.
+            escaped += "&gt;";
+            break;
+        default:
+            escaped += character;
+        }
     return escaped;
 }
 

@@ -106,14 +106,17 @@ TEST( Canvas, PutsTextToItsPlace )
 TEST( Canvas, WritesTextThatXMLHolds )
 {
     const auto canvas = WCanvas::MakeSVG( 100, 50 );
-    canvas->DrawText( "a<b & \"c\"\x01\n\xEF\xBF\xBF \xC2\xB5m\xC2\xB2 \xFF", { 1.23456, -0.001 }, {} );
+    canvas->DrawText( "a<b & \"c\"]]>\x01\n\xEF\xBF\xBF \xC2\xB5m\xC2\xB2 \xFF", { 1.23456, -0.001 }, {} );
+    canvas->DrawText( "\n", { 7, 7 }, {} );
     canvas->FillDisc( { 1, 2 }, 3, kRed.WithAlpha( 0.25 ) );
     const auto text = canvas->Encode();
     EXPECT_NE( text.find( "x=\"1.23\" y=\"0\"" ), std::string::npos ) << text;
-    EXPECT_NE( text.find( ">a&lt;b &amp; \"c\" \xC2\xB5m\xC2\xB2 \xEF\xBF\xBD</text>" ), std::string::npos )
+    EXPECT_NE(
+        text.find( ">a&lt;b &amp; \"c\"]]&gt; \xC2\xB5m\xC2\xB2 \xEF\xBF\xBD</text>" ), std::string::npos )
         << text;
     EXPECT_NE(
         text.find( "<circle cx=\"1\" cy=\"2\" r=\"3\" fill=\"#ff0000\" fill-opacity=\"0.25\"/>" ),
         std::string::npos );
+    EXPECT_EQ( text.find( "></text>" ), std::string::npos );
     EXPECT_TRUE( text.ends_with( "</svg>\n" ) );
 }
