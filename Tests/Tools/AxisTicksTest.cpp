@@ -33,6 +33,7 @@ TEST( AxisTicks, ShareAPowerWhereThatIsShorter )
     EXPECT_EQ( ListLabels( { 0, 3.2e6 }, 4 ), "0 1 2 3 x6" );
     EXPECT_EQ( ListLabels( { 0, 4.1e-5 }, 5 ), "0 10 20 30 40 x-6" );
     EXPECT_EQ( ListLabels( { 0, 1e5 }, 3 ), "0 50000 100000 " );
+    EXPECT_EQ( ListLabels( { -5e4, 5e4 }, 3 ), "\u221250000 0 50000 " ); // However many bytes the minus has.
     EXPECT_EQ( ListLabels( { 1000001, 1000003 }, 3 ), "1000001 1000002 1000003 " );
 }
 
@@ -48,6 +49,8 @@ TEST( AxisTicks, OfLogarithmicAxes )
     EXPECT_EQ( ListLabels( { 1e-20, 1e20, true }, 5 ), "10^\u221220 10^\u221210 10^0 10^10 10^20 " );
     EXPECT_EQ( ListLabels( { 3, 4.2, true }, 3 ), "3.0 3.5 4.0 " );
     EXPECT_EQ( MakeTicks( { 1, 100, true }, 3 ).minorTicks.size(), 16u );
+    EXPECT_NEAR( MakeAxisRange( 1000, 1010, true ).high, 1010.4, 0.1 );
+    EXPECT_NEAR( MakeAxisRange( 1000, 1000, true ).high, 1050, 0.1 );
 }
 
 TEST( AxisTicks, CanBeToldApartWhateverTheNumbers )

@@ -1,5 +1,7 @@
 #include "AxisTicks.h"
 
+#include "AnsiText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -97,7 +99,7 @@ std::size_t GetLongest( const std::vector<std::string>& inLabels )
 {
     std::size_t longest = 0;
     for ( const auto& label : inLabels )
-        longest = std::max( longest, label.size() );
+        longest = std::max( longest, CountCharacters( label ) );
     return longest;
 }
 
@@ -218,11 +220,11 @@ double AxisRange::GetShare( double inNumber ) const
 AxisRange MakeAxisRange( double inLeast, double inGreatest, bool inIsLogarithmic )
 {
     constexpr double kMargin = 0.04; // Of the range.
-    constexpr double kNarrowest = 1e-9, kTiniest = 1e-280;
+    constexpr double kNarrowest = 1e-9, kNarrowestLogarithmic = 1e-6, kTiniest = 1e-280;
     if ( inIsLogarithmic )
     {
-        const auto margin =
-            std::max( std::exp( ( std::log( inGreatest ) - std::log( inLeast ) ) * kMargin ), 1.05 );
+        const auto length = std::log( inGreatest ) - std::log( inLeast );
+        const auto margin = length < kNarrowestLogarithmic ? 1.05 : std::exp( length * kMargin );
         return { inLeast / margin, inGreatest * margin, true, false };
     }
     const auto farthest = std::max( std::abs( inLeast ), std::abs( inGreatest ) );

@@ -47,7 +47,7 @@ struct AxisTicks
     int exponent = 0; ///< Of the power of ten that the labels are to be multiplied with.
 };
 
-/// The finest ticks of which there are at most so many, at multiples of 1, 2 or 5 times a power of ten. Where those would be
-/// fewer than two, there are some more.
+/// The finest ticks of which there are at most so many, at multiples of 1, 2 or 5 times a power of ten. Where those
+/// would be fewer than two, there are some more, unless there are no more whole numbers.
 /// Logarithmic ranges have them at powers of ten and, where that gives too few, at 2 and 5 times those.
 AxisTicks MakeTicks( const AxisRange& inRange, std::uint32_t inMost );
