@@ -52,8 +52,8 @@ TEST( GreyPicture, IsStretched )
         MakeGreyPicture( MakePage<float>( 5, { 0, kNaN, 1, kInfinity, -kInfinity } ), 0, 1 ).levels,
         ( std::vector<std::uint8_t>{ 0, 0, 255, 255, 0 } ) );
     EXPECT_EQ(
-        MakeGreyPicture( MakePage<std::uint8_t>( 2, { 7, 7 } ), 0, 1 ).levels,
-        ( std::vector<std::uint8_t>{ 128, 128 } ) );
+        MakeGreyPicture( MakePage<float>( 4, { 7, kNaN, 7, -kInfinity } ), 0, 1 ).levels,
+        ( std::vector<std::uint8_t>{ 128, 0, 128, 0 } ) );
     // A few outliers do not darken all others.
     std::vector<std::uint16_t> samples( 10000, 100 );
     std::fill( samples.begin(), samples.begin() + 5000, std::uint16_t{ 300 } );

@@ -18,7 +18,7 @@ struct GreyRange
     {
         constexpr double kWhite = 255;
         if ( !( inSample > low ) ) // NaN is not.
-            return low < high ? 0 : 128;
+            return inSample == high ? 128 : 0;
         return inSample >= high
             ? 255
             : static_cast<std::uint32_t>( ( inSample - low ) / ( high - low ) * kWhite + 0.5 );
