@@ -79,6 +79,39 @@ TEST_F( Plot, ColoursTheLargestGroupsInTheirOrder )
     EXPECT_EQ( ListGroups(), "a:2 b:2 c:2 d:2 e:2 img2:2 img10:1 2 others:2 0" );
 }
 
+TEST_F( Plot, OrdersGroupsByTheirNumbers )
+{
+    auto& numbers =
+        itsTable.AddColumn( std::make_unique<XPivotUInt32Column>( kPivotPixelCount, "", "", "" ) );
+    for ( const auto area : { 3.0, kNaN, 20.0, 1.0 } )
+    {
+        AddRow( area, "" );
+        numbers.AppendValue( 1, true );
+    }
+    std::string names;
+    for ( const auto& group :
+          ReadPlotData( itsTable.GetNumRows(), { { numbers, false } }, &itsAreas ).groups )
+        names += group.name + " ";
+    EXPECT_EQ( names, "NaN 1 3 20 " );
+}
+
+TEST_F( Plot, StaysOnItsSheet )
+{
+    for ( int i = 0; i < 9; ++i )
+        AddRow( 126.9657 + 0.0001 * i, "a long name of a group " + std::to_string( i ) );
+    ASSERT_EQ(
+        Run(
+            { "plot", WriteTable(), "--scatter", "area,area", "--by", "name", "--width", "40", "--height",
+              "40", "-o", Name( "p.svg" ) } ),
+        0 );
+    const auto svg = itsFolder.Read( "p.svg" );
+    constexpr double kHeight = 40 * 72 / 25.4;
+    const std::string y = " y=\"";
+    for ( auto at = svg.find( y ); at != std::string::npos; at = svg.find( y, at + 1 ) )
+        EXPECT_LT( std::stod( svg.substr( at + y.size() ) ), kHeight - 5 );
+    EXPECT_EQ( svg.find( "font-size=\"-" ), std::string::npos );
+}
+
 TEST_F( Plot, WritesTheSameFileEveryTime )
 {
     for ( int i = 0; i < 40; ++i )
@@ -99,7 +132,7 @@ TEST_F( Plot, WritesTheSameFileEveryTime )
     }
     const auto svg = itsFolder.Read( "plot.svg" );
     for ( const auto* text :
-          { ">Area (\xC2\xB5m\xC2\xB2)<", ">Count<", ">A &amp; B<", ">&lt;one> (14)<", ">n = 40<" } )
+          { ">Area (\xC2\xB5m\xC2\xB2)<", ">Count<", ">A &amp; B<", ">&lt;one&gt; (14)<", ">n = 40<" } )
         EXPECT_NE( svg.find( text ), std::string::npos ) << text;
     EXPECT_NE( itsFolder.Read( "plot.PNG" ).find( "\x89PNG" ), std::string::npos );
 

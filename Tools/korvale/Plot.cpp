@@ -107,7 +107,8 @@ int Plot::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     if ( ioTable.GetNumRows() == 0 )
         return kFailure;
     auto settings = GetSettings();
-    settings.groupTitle = groups ? GetColumnName( *groups ) : "";
+    if ( groups )
+        settings.groupTitle = GetColumnName( *groups );
     const auto data = ReadPlotData( ioTable.GetNumRows(), columns, groups );
     progress.Increment();
     if ( data.groupOfRow.empty() )

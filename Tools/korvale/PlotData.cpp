@@ -98,8 +98,10 @@ private:
                    otherExists = itsColumn.DoesDataExist( inOther );
         if ( !exists || !otherExists )
             return exists < otherExists;
-        return itsColumn.IsNumeric() ? itsColumn.GetDataFloat( inRow ) < itsColumn.GetDataFloat( inOther )
-                                     : itsColumn.GetDataString( inRow ) < itsColumn.GetDataString( inOther );
+        if ( !itsColumn.IsNumeric() )
+            return itsColumn.GetDataString( inRow ) < itsColumn.GetDataString( inOther );
+        const auto number = itsColumn.GetDataFloat( inRow ), other = itsColumn.GetDataFloat( inOther );
+        return std::isnan( number ) ? !std::isnan( other ) : number < other;
     }
 };
 

@@ -33,7 +33,8 @@ struct PlotData
     std::uint64_t leftOut = 0;     ///< Rows without a number that can be drawn in each column.
 };
 
-/// Reads that many rows of columns of one table. Without `inGroups` all are in one group without a name; with it, those of equal text in that
-/// column are, in the order of the column's values. Of more than kMostPlotGroups groups the largest stay.
+/// Reads that many rows of columns of one table. Without `inGroups` all are in one group without a name; with it, those
+/// of equal text in that column are, in the order of the column's values: missing ones and NaN first. Of more than
+/// kMostPlotGroups groups the largest stay.
 PlotData ReadPlotData(
     std::uint32_t inRowCount, const std::vector<PlotColumn>& inColumns, const XPivotColumn* inGroups );

@@ -16,6 +16,7 @@ constexpr double kLabelSize = 8;
 constexpr double kAxisTitleSize = 9;
 constexpr double kTitleSize = 10;
 constexpr double kEndRoom = 12; ///< Beyond the end of an axis, for half a label.
+constexpr double kLeastAxis = 15;
 constexpr double kSwatch = 7;
 constexpr double kLegendLine = 11;
 
@@ -68,7 +69,7 @@ void PlotFrame::LayOutColumns()
     for ( const auto& tick : itsTicksY.ticks )
         labels = std::max( labels, GetWidth( tick.label, kLabelSize ) );
     itsLeft = kEdge + kAxisTitleSize + 1.5 * kGap + labels + kGap / 2 + kTick;
-    itsRight = itsWidth - kEdge - std::max( kEndRoom, GetLegendWidth() );
+    itsRight = std::max( itsWidth - kEdge - std::max( kEndRoom, GetLegendWidth() ), itsLeft + kLeastAxis );
     itsTicksX = FitTicksX();
 }
 
@@ -206,8 +207,11 @@ void PlotFrame::DrawTitles()
 {
     const auto centre = ( itsLeft + itsRight ) / 2;
     const auto middle = ( itsTop + itsBottom ) / 2;
+    // The factor stands at the right end of the same line.
+    const auto factor = itsTicksX.exponent != 0 ? GetWidth( GetFactor( itsTicksX ), kLabelSize ) + kGap : 0;
     DrawFitting(
-        itsDescription.x.title, { centre, itsHeight - kEdge }, itsRight - itsLeft,
+        itsDescription.x.title, { centre, itsHeight - kEdge },
+        std::max( itsRight - itsLeft - 2 * factor, kLeastAxis ),
         MakeStyle( kAxisTitleSize, WTextStyle::kMiddle ) );
     DrawFitting(
         itsDescription.y.title, { kEdge + kAxisTitleSize * kCapital, middle }, itsBottom - itsTop,
@@ -232,9 +236,11 @@ void PlotFrame::DrawLegend()
     { return itsCanvas.GetTextWidth( inText, kLabelSize ); };
     auto line = itsTop + kLabelSize * kCapital;
     itsCanvas.DrawText( ShortenText( itsDescription.legendTitle, room, measure ), { left, line }, style );
+    const auto step = std::min(
+        kLegendLine, ( itsHeight - kEdge - line ) / static_cast<double>( itsDescription.legend.size() ) );
     for ( const auto& [text, colour] : itsDescription.legend )
     {
-        line += kLegendLine;
+        line += step;
         itsCanvas.FillRectangle(
             { left, line - kLabelSize * kCapital / 2 - kSwatch / 2 },
             { left + kSwatch, line - kLabelSize * kCapital / 2 + kSwatch / 2 }, colour );

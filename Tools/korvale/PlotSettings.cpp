@@ -5,9 +5,9 @@ PlotDescription DescribePlot( const PlotData& inData, const PlotSettings& inSett
     PlotDescription description;
     description.title = inSettings.title;
     description.note = "n = " + std::to_string( inData.groupOfRow.size() );
-    if ( inSettings.groupTitle.empty() )
+    if ( !inSettings.groupTitle )
         return description;
-    description.legendTitle = inSettings.groupTitle;
+    description.legendTitle = *inSettings.groupTitle;
     for ( const auto& group : inData.groups )
         description.legend.push_back(
             { group.name + " (" + std::to_string( group.count ) + ")", group.colour } );

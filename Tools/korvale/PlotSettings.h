@@ -13,7 +13,7 @@ struct PlotSettings
     double width = 0;
     double height = 0;
     std::string title;
-    std::string groupTitle; ///< Of the column that gave the groups; empty when there are none.
+    std::optional<std::string> groupTitle; ///< Of the column that gave the groups, if there are any.
     bool isLogarithmicX = false;
     bool isLogarithmicY = false;
     std::optional<std::uint32_t> bins;
