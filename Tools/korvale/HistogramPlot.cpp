@@ -105,9 +105,8 @@ void DrawHistogram(
     PlotFrame frame( ioCanvas, inSettings.width, inSettings.height, std::move( description ) );
     if ( bins.groups.size() == 1 )
         DrawBars( frame, bins, low, ioCanvas );
-    else
-        for ( auto group = bins.groups.rbegin(); group != bins.groups.rend();
-              ++group ) // The first lies above.
+    else // The first group lies above.
+        for ( auto group = bins.groups.rbegin(); group != bins.groups.rend(); ++group )
             DrawSteps( frame, bins.limits, *group, low, ioCanvas );
     frame.Draw();
 }

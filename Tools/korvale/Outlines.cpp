@@ -49,8 +49,8 @@ private:
     };
 
     const std::span<const PixelRun> itsRuns;
-    std::vector<EdgeIndex>
-        itsNext; ///< For each edge the one that the outline goes on with; kDone when it has been.
+    /// For each edge the one that the outline goes on with; kDone when it has been.
+    std::vector<EdgeIndex> itsNext;
     std::vector<End> itsEnds;
 
     std::uint32_t GetX( EdgeIndex inEdge ) const
