@@ -151,12 +151,14 @@ TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
     auto second = MakePage( 4, MakeNoise<std::uint16_t>( random, 4 * 5 * 3, 65536 ), 3 );
     second.pixelWidth = 0.25;
     second.pixelHeight = 0.5;
-    const auto third = MakePage( 5, MakeNoise<float>( random, 5 * 5, 100000 ) );
+    auto third = MakePage( 5, MakeNoise<float>( random, 5 * 5, 100000 ) );
+    third.pixelWidth = third.pixelHeight = 0.0001; // of an electron microscope
     for ( const auto format : { TIFFWriter::kClassic, TIFFWriter::kBig } )
     {
         const auto file = WImageFile::Open( WriteTIFF( { &first, &second, &third }, format ) );
         ASSERT_EQ( file->GetPageCount(), 3u );
         ExpectSame( file->ReadPage( 2 ), third );
+        EXPECT_EQ( file->ReadPage( 2 ).pixelWidth, 0.0001 );
         ExpectSame( file->ReadPage( 0 ), first );
         EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() );
 

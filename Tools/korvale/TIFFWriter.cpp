@@ -85,12 +85,16 @@ public:
         Add( inTag, itsWidths.offset == 8 ? kLong8 : kLong, 1, value );
     }
 
+    /// To three decimals, or as many as 32 bits have room for.
     void AddFraction( std::uint16_t inTag, double inValue )
     {
-        constexpr std::uint32_t kDivisor = 1000;
+        constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
+        std::uint32_t divisor = 1000;
+        while ( divisor > 1 && inValue * divisor > kMost )
+            divisor /= 10;
         std::string value;
-        AppendTo( value, static_cast<std::uint32_t>( std::llround( inValue * kDivisor ) ) );
-        AppendTo( value, kDivisor );
+        AppendTo( value, static_cast<std::uint32_t>( std::llround( std::min( inValue * divisor, kMost ) ) ) );
+        AppendTo( value, divisor );
         Add( inTag, kRational, 1, value );
     }
 
