@@ -1,8 +1,8 @@
 #include "Command.h"
 
+#include "AnsiText.h"
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
-#include "WCodePage.h"
 #include "WInterrupt.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ Failure DescribeCurrentException()
     }
     catch ( const XException& exception )
     {
-        failure.text = WCodePage::AnsiToUTF8( exception.GetRawErrorMessage().GetStringView() );
+        failure.text = ToUTF8( exception.GetRawErrorMessage() );
         failure.number = exception.GetErrorNumber();
     }
     catch ( const std::filesystem::filesystem_error& error )

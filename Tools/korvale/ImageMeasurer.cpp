@@ -1,5 +1,6 @@
 #include "ImageMeasurer.h"
 
+#include "AnsiText.h"
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Jobs/XProgress.h"
@@ -8,7 +9,6 @@
 #include "MeasurePageJob.h"
 #include "NumberText.h"
 #include "Session.h"
-#include "WCodePage.h"
 
 #include <algorithm>
 
@@ -106,7 +106,7 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
     const auto pages = image.GetPageCount();
     const auto steps = HasBackground() ? 2 * USize{ pages } : pages;
     XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMs, true );
-    progress.SetMessage( WCodePage::UTF8ToAnsi( image.measurement.name ) );
+    progress.SetMessage( FromUTF8( image.measurement.name ) );
     if ( HasBackground() )
         MeasureWithBackground( image, progress );
     else

@@ -1,29 +1,13 @@
 #include "InnerObjects.h"
 
+#include "ObjectRuns.h"
 #include "PageSamples.h"
-#include "Pieces.h"
 #include "PixelMask.h"
 #include "SampleLevel.h"
 #include "Threshold.h"
 
 namespace
 {
-constexpr std::uint64_t kRunsAtOnce = 1024;
-
-/// Calls `inWork( run )` for every run of an object.
-template<class Work>
-void ForEachRun( const FoundObjects& inObjects, Work inWork )
-{
-    ForEachPiece(
-        inObjects.runs.size(), kRunsAtOnce,
-        [&]( std::uint64_t inFirst, std::uint64_t inEnd )
-        {
-            for ( auto i = inFirst; i < inEnd; ++i )
-                if ( inObjects.runs[i].object != PixelRun::kNoObject )
-                    inWork( inObjects.runs[i] );
-        } );
-}
-
 /// The samples of one channel, by runs of pixels.
 template<class T>
 struct Channel
@@ -52,7 +36,7 @@ std::vector<double> GetThresholds( const Channel<T>& inChannel, const FoundObjec
         ends.push_back( ends.back() + shape.pixelCount );
     std::vector<T> samples( ends.back() );
     ends.pop_back(); // Until they are filled, the samples of an object end where they start.
-    ForEachRun(
+    ForEachObjectRun(
         inObjects,
         [&]( const PixelRun& inRun ) {
             inChannel.VisitRun(
@@ -74,7 +58,7 @@ void MarkInside(
     const Channel<T>& inChannel, const FoundObjects& inObjects, const std::vector<double>& inThresholds,
     PixelMask& ioMask )
 {
-    ForEachRun(
+    ForEachObjectRun(
         inObjects,
         [&]( const PixelRun& inRun )
         {
@@ -112,7 +96,7 @@ std::vector<std::uint32_t> FindParents( const FoundObjects& inInner, const Found
 {
     std::vector<std::uint32_t> parents( inInner.shapes.size() );
     auto outer = inOuter.runs.begin();
-    ForEachRun(
+    ForEachObjectRun(
         inInner,
         [&]( const PixelRun& inRun )
         {

@@ -1,5 +1,6 @@
 #include "MeasurementTable.h"
 
+#include "AnsiText.h"
 #include "ObjectIdentity.h"
 #include "Pieces.h"
 #include "Pivot/XPivotFloatColumn.h"
@@ -7,7 +8,6 @@
 #include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotStringColumn.h"
 #include "Pivot/XPivotUInt32Column.h"
-#include "WCodePage.h"
 
 #include <algorithm>
 #include <array>
@@ -83,7 +83,7 @@ Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea ) : 
 
 void Filler::AddImage( const ImageMeasurement& inImage )
 {
-    const XString name = WCodePage::UTF8ToAnsi( inImage.name );
+    const XString name = FromUTF8( inImage.name );
     std::uint32_t timepoint = 0;
     for ( const auto& page : inImage.pages )
         AddPage( name, timepoint++, page );

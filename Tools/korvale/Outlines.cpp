@@ -1,6 +1,6 @@
 #include "Outlines.h"
 
-#include "Pieces.h"
+#include "ObjectRuns.h"
 
 #include <algorithm>
 #include <span>
@@ -155,9 +155,7 @@ struct RunsByObject
             begins[i + 1] = begins[i] + inFound.shapes[i].runCount;
         runs.resize( begins.back() );
         auto places = begins;
-        for ( const auto& run : inFound.runs )
-            if ( run.object != PixelRun::kNoObject )
-                runs[places[run.object]++] = run;
+        ForEachObjectRun( inFound, [&]( const PixelRun& inRun ) { runs[places[inRun.object]++] = inRun; } );
     }
 
     std::span<const PixelRun> Get( std::size_t inObject ) const

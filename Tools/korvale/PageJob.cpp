@@ -1,8 +1,8 @@
 #include "PageJob.h"
 
+#include "AnsiText.h"
 #include "Jobs/XProgress.h"
 #include "Threads/XStopThreadException.h"
-#include "WCodePage.h"
 
 PageJob::PageJob(
     std::uint32_t inPage, const std::string& inImage, ProgressDisplay& ioDisplay, PageResult& outResult )
@@ -44,6 +44,6 @@ void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, Wor
 void PageJob::WorkWithProgress()
 {
     XProgress progress( GetSteps(), XProgress::kProgressSteps, kProgressDelayMs );
-    progress.SetMessage( "page " + std::to_string( itsPage ) + " of " + WCodePage::UTF8ToAnsi( itsImage ) );
+    progress.SetMessage( "page " + std::to_string( itsPage ) + " of " + FromUTF8( itsImage ) );
     Work( progress );
 }

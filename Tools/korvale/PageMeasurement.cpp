@@ -1,6 +1,6 @@
 #include "PageMeasurement.h"
 
-#include "Pieces.h"
+#include "ObjectRuns.h"
 #include "Threshold.h"
 
 #include <algorithm>
@@ -120,7 +120,6 @@ template<class T, class Sum, class Action>
 void ForEachRun(
     const WImagePage& inPage, const FoundObjects& inFound, std::vector<Sum>& ioSums, Action inAction )
 {
-    constexpr std::uint64_t kRunsAtOnce = 1024;
     const auto* samples = inPage.GetSamples<T>();
     const auto visit = [&]( const PixelRun& inRun )
     {
@@ -130,14 +129,7 @@ void ForEachRun(
                 ioSums[std::size_t{ inRun.object } * inPage.channels + channel],
                 samples + pixel * inPage.channels + channel, inRun.end - inRun.first );
     };
-    ForEachPiece(
-        inFound.runs.size(), kRunsAtOnce,
-        [&]( std::uint64_t inFirst, std::uint64_t inEnd )
-        {
-            for ( auto i = inFirst; i < inEnd; ++i )
-                if ( inFound.runs[i].object != PixelRun::kNoObject )
-                    visit( inFound.runs[i] );
-        } );
+    ForEachObjectRun( inFound, visit );
 }
 
 template<class T, class Sum>

@@ -1,7 +1,7 @@
 #include "Session.h"
 
+#include "AnsiText.h"
 #include "Services/XSessionLogManager.h"
-#include "WCodePage.h"
 
 Session::Session( Terminal& ioTerminal )
     : out( ioTerminal.out ), isOutTerminal( ioTerminal.isOutTerminal ),
@@ -66,5 +66,5 @@ void Session::Tell( const std::string& inText )
 void Session::Log( XSessionLogLevel inLevel, const std::string& inText, std::uint32_t inNumber )
 {
     if ( itsLog )
-        itsLog->AddEntry( XSessionLogEntry( inLevel, WCodePage::UTF8ToAnsi( inText ), inNumber ) );
+        itsLog->AddEntry( XSessionLogEntry( inLevel, FromUTF8( inText ), inNumber ) );
 }

@@ -1,5 +1,6 @@
 #include "Show.h"
 
+#include "AnsiText.h"
 #include "Core/XFileStream.h"
 #include "Jobs/XProgress.h"
 #include "Session.h"
@@ -7,7 +8,6 @@
 #include "TableFile.h"
 #include "TableOutputs.h"
 #include "TableText.h"
-#include "WCodePage.h"
 
 #include <CLI/CLI.hpp>
 
@@ -63,7 +63,7 @@ void Show::ShowTable( Session& ioSession ) const
 {
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Showing" );
-    progress.SetMessage( WCodePage::UTF8ToAnsi( itsTable ) );
+    progress.SetMessage( FromUTF8( itsTable ) );
     const auto table = ReadTableFile( PathFromUTF8( itsTable ) );
     progress.Increment();
     if ( !itsAsCSV )

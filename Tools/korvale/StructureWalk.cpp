@@ -1,5 +1,6 @@
 #include "StructureWalk.h"
 
+#include "AnsiText.h"
 #include "Command.h"
 #include "Core/XClassRegistry.h"
 #include "Core/XErrorNumbers.h"
@@ -23,11 +24,6 @@ std::string Quote( const XString& inText )
     std::ranges::replace_if(
         text, []( char inByte ) { return static_cast<unsigned char>( inByte ) < ' '; }, ' ' );
     return '"' + text + ( inText.GetLength() > kMostBytes ? "..." : "" ) + '"';
-}
-
-std::string GetText( const XUUID& inIdentity )
-{
-    return WCodePage::AnsiToUTF8( inIdentity.UUIDToString().GetStringView() );
 }
 
 std::string Describe( XVersion inVersion )
@@ -317,7 +313,7 @@ void StructureWalk::WalkReference( RowReferences& ioReferences )
         Refuse( "a reference is wrong: " + fault );
     const auto isInRow = reference.row != XPivotRowRefColumn::kNoRow;
     Print(
-        "Reference to " + GetText( reference.uuid ) + ": user-visible ID " +
+        "Reference to " + ToUTF8( reference.uuid.UUIDToString() ) + ": user-visible ID " +
         std::to_string( reference.userVisibleID ) + ", references " + std::to_string( reference.count ) +
         ( isInRow ? ", row " + std::to_string( reference.row ) : ", no row" ) );
 }
@@ -503,7 +499,7 @@ std::string StructureWalk::ReadValueText( std::uint32_t inClass )
     case kClassPivotUUIDColumn:
     case kClassPivotRowRefColumn:
     case kClassPivotOtherRowRefColumn:
-        return GetText( itsStream.ReadUUID() );
+        return ToUTF8( itsStream.ReadUUID().UUIDToString() );
     case kClassPivotVersionColumn:
         return Describe( itsStream.ReadVersion() );
     default:

@@ -1,10 +1,10 @@
 #include "TableCommand.h"
 
+#include "AnsiText.h"
 #include "Jobs/XProgress.h"
 #include "OutputFiles.h"
 #include "Session.h"
 #include "TableFile.h"
-#include "WCodePage.h"
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
@@ -27,7 +27,7 @@ int TableCommand::Run( Session& ioSession )
         ioSession.progress.Silence();
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( GetTitle() );
-    progress.SetMessage( WCodePage::UTF8ToAnsi( itsTable ) );
+    progress.SetMessage( FromUTF8( itsTable ) );
     const auto table = ReadTable( ioSession );
     progress.Increment();
     if ( !table )
