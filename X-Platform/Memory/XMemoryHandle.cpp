@@ -137,8 +137,10 @@ void XMemoryHandle::UnlockSelf( XLockMode inMode )
 
 // ---- The bytes
 
+/// Under the mutex: while another thread locks the handle to write, its new block may not be locked yet.
 void* XMemoryHandle::GetData() const
 {
+    const XThreadLock lock( GetMutex() );
     return CheckedBlock().GetData();
 }
 
