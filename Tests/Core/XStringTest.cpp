@@ -100,6 +100,8 @@ TEST( XStringTest, IsMadeFromEveryKindOfText )
     EXPECT_EQ( XString( std::string( "std" ) ), "std" );
     EXPECT_EQ( XString( L"caf\u00e9" ), "caf\xE9" );
     EXPECT_EQ( std::wstring( XString( "\xE9t\xE9" ).operator std::wstring() ), L"\u00e9t\u00e9" );
+    EXPECT_EQ( XString::FromUTF8( "caf\xC3\xA9 \xCE\xA9" ), "caf\xE9 ?" );
+    EXPECT_EQ( XString( "\xB5m\xB2" ).ToUTF8(), "\xC2\xB5m\xC2\xB2" );
     EXPECT_EQ( XString(), XString::kEmptyString );
     EXPECT_EQ( XString::kDotString + XString::kNewLineString, ".\n" );
     const std::string copied = XString( "converted" );
@@ -173,6 +175,9 @@ TEST( XStringTest, TruncatesStripsAndResizes )
     EXPECT_EQ( XString( string ).StripLast( 99 ), "" );
     EXPECT_EQ( string.SubStr( 2, 3 ), "cde" );
     EXPECT_EQ( string.SubStr( 6 ), "" );
+    EXPECT_EQ( string.StripFirst( 1 ).StripLast( 1 ).GetConstCharPtr(), storage ); // in place
+    EXPECT_EQ( string, "bcde" );
+    string = "abcdef";
 
     EXPECT_EQ( XString( "  a b  " ).Strip(), "a b" );
     EXPECT_EQ( XString( "xxaxx" ).Strip( XString::kStripLeading, 'x' ), "axx" );
@@ -223,6 +228,15 @@ TEST( XStringTest, EditsLinesAndRuns )
     EXPECT_EQ( string.Replace( string, string ), 1u );
     EXPECT_EQ( string.Replace( "a", "" ), 4u );
     EXPECT_EQ( string, "bb" );
+
+    // A NUL ends the text for searches, before a match and within one.
+    XString cut( std::string_view( "ab\0ab", 5 ) );
+    EXPECT_EQ( cut.Find( "ab" ), 0 );
+    EXPECT_EQ( cut.Find( "ab", true, 1 ), -1 );
+    EXPECT_EQ( cut.Find( "B", false, 3 ), 4 );
+    EXPECT_EQ( cut.Find( XString( std::string_view( "b\0a", 3 ) ) ), -1 );
+    EXPECT_EQ( cut.Replace( "ab", "x" ), 1u );
+    EXPECT_EQ( cut.GetStringView(), std::string_view( "x\0ab", 4 ) );
 }
 
 TEST( XStringTest, AppendsAndReplacesInLongText )
@@ -338,6 +352,34 @@ TEST( XStringTest, OrdersNumbersByValue )
     EXPECT_TRUE( XString( "a-2" ) < "a-1" && XString( "a-1" ).IsLessThanIgnoring( "a-2", false, true ) );
     EXPECT_FALSE( XString( "-e" ) < "-e" );
     EXPECT_TRUE( std::less<XString>()( "a b", "ab" ) );
+}
+
+TEST( XStringTest, ComparesWithPlainTextOnEitherSide )
+{
+    const XString string( "file10" );
+    XString changeable( "file10" );
+    char array[] = "file9";
+    char* const pointer = array;
+    EXPECT_TRUE( "file9" < string && !( "zzz" < string ) && string > "file9" && string <= "file10" );
+    EXPECT_TRUE(
+        changeable > "file9" && changeable > pointer && pointer < changeable && changeable >= array );
+    EXPECT_TRUE(
+        std::string( "file9" ) <= string && string >= std::string( "file9" ) && !( string > changeable ) );
+    EXPECT_TRUE(
+        "file10" == changeable && changeable != pointer && pointer != string && array != changeable );
+    EXPECT_EQ( AssertionOf( [&] { return string < static_cast<const char*>( nullptr ); } ), "str" );
+}
+
+TEST( XStringTest, OrdersLongRowsOfPointsAndSignsInReasonableTime )
+{
+    for ( const char* const unit : { ".", "-", "-.", ".e", "1.", "1 " } )
+    {
+        XString text;
+        for ( int i = 0; i < 200000; ++i )
+            text += unit;
+        EXPECT_TRUE( "+" + text < "," + text );
+        EXPECT_FALSE( text + "!" < "  " + text ) << unit;
+    }
 }
 
 TEST( XStringTest, OrdersAsTheStepsSay )

@@ -79,9 +79,15 @@ bool XNaturalOrder::IsLess( std::string_view inFirst, std::string_view inSecond 
     }
 }
 
-bool XNaturalOrder::BeginsNumber( char inCharacter ) const
+/// A sign or a decimal point begins a number only in front of a digit. Told from three characters, so that a long row of
+/// points or signs is not read to its end for each of them.
+bool XNaturalOrder::BeginsNumber( const char* inText ) const
 {
-    return XTextScan::IsDigit( inCharacter ) || IsPoint( inCharacter ) || IsSign( inCharacter );
+    if ( IsSign( *inText ) )
+        ++inText;
+    if ( IsPoint( *inText ) )
+        ++inText;
+    return XTextScan::IsDigit( *inText );
 }
 
 bool XNaturalOrder::ContinuesNumber( char inCharacter ) const
@@ -110,7 +116,7 @@ USize64 XNaturalOrder::FindStart( std::string_view inFirst, std::string_view inS
 /// Moves behind both numbers if they are equal, and nowhere otherwise.
 XNaturalOrder::XResult XNaturalOrder::CompareNumbers( const char*& ioFirst, const char*& ioSecond ) const
 {
-    if ( !BeginsNumber( *ioFirst ) || !BeginsNumber( *ioSecond ) )
+    if ( !BeginsNumber( ioFirst ) || !BeginsNumber( ioSecond ) )
         return kNoNumbers;
     XResult result;
     if ( CompareDigits( ioFirst, ioSecond, result ) )

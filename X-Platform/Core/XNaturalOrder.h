@@ -29,7 +29,7 @@ private:
 
     bool IsPoint( char inCharacter ) const { return itsHasPoint && inCharacter == itsLocalePoint; }
     bool IsSign( char inCharacter ) const { return itsHasSign && inCharacter == '-'; }
-    bool BeginsNumber( char inCharacter ) const;
+    bool BeginsNumber( const char* inText ) const;
     bool ContinuesNumber( char inCharacter ) const;
     std::string_view TakeRun( const char* inText ) const;
     USize64 FindStart( std::string_view inFirst, std::string_view inSecond ) const;

@@ -21,9 +21,11 @@ char sEmptyText[] = "";
 char sDotText[] = ".";
 char sNewLineText[] = "\n";
 
-const char* FindNul( const char* inText, USize64 inLength )
+/// Zeroes all that follows the first NUL.
+void ClearFromNul( char* ioText, USize64 inLength )
 {
-    return static_cast<const char*>( std::memchr( inText, '\0', inLength ) );
+    if ( void* const nul = std::memchr( ioText, '\0', inLength ) )
+        std::memset( nul, 0, static_cast<USize64>( ioText + inLength - static_cast<char*>( nul ) ) );
 }
 } // namespace
 
@@ -81,6 +83,16 @@ XString::XString( char inCharacter ) : XString()
 XString::operator std::wstring() const
 {
     return WCodePage::AnsiToWide( GetStringView() );
+}
+
+XString XString::FromUTF8( std::string_view inText )
+{
+    return XString( WCodePage::UTF8ToAnsi( inText ) );
+}
+
+std::string XString::ToUTF8() const
+{
+    return WCodePage::AnsiToUTF8( GetStringView() );
 }
 
 void XString::GetStr255( unsigned char* outBuffer ) const
@@ -189,14 +201,9 @@ XString& XString::Truncate( USize64 inCount, USize64 inStart )
     const USize64 count = std::min( inCount, length - start );
     if ( start == 0 && count == length )
         return *this;
-    XStringStorage* const storage = NewStorage( count + 1 );
-    std::memcpy( storage->data, itsStorage->data + start, count );
-    if ( const char* const nul = FindNul( storage->data, count ) )
-    {
-        const auto textLength = static_cast<USize64>( nul - storage->data );
-        std::memset( storage->data + textLength, 0, count - textLength );
-    }
-    AdoptStorage( storage );
+    CopyFromPtr( itsStorage->data + start, count );
+    if ( count > 0 )
+        ClearFromNul( itsStorage->data, count );
     return *this;
 }
 

@@ -19,6 +19,17 @@ concept XStringInteger =
     std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
+class XString;
+
+/// A pointer to NUL-terminated text, or an array of characters.
+template<class T>
+concept XCharPointer = std::same_as < std::decay_t<T>,
+char* > || std::same_as<std::decay_t<T>, const char*>;
+
+/// What a string compares with without being converted.
+template<class T>
+concept XStringOperand = XCharPointer<T> || std::same_as<T, std::string> || std::derived_from<T, XString>;
+
 /// The string of the library: 8-bit text in the ANSI code page, in shared storage that is copied on write.
 ///
 /// Copying a string costs one atomic increment. Different strings may be used from different threads even
@@ -165,6 +176,11 @@ public:
 
     operator std::string() const { return std::string( GetStringView() ); }
 
+    /// Converts between the ANSI code page and UTF-8. Characters that the code page lacks, and malformed UTF-8, become
+    /// '?'. WLastErrorException if the system refuses.
+    static XString FromUTF8( std::string_view inText );
+    std::string ToUTF8() const;
+
     /// Wide text through the ANSI code page; WLastErrorException if the system refuses.
     operator std::wstring() const;
 
@@ -304,11 +320,30 @@ public:
     bool
     IsLessThanIgnoring( const XString& inOther, bool inIgnoreDecimalPoint, bool inIgnoreMinusSign ) const;
 
-    bool operator<( const XString& inOther ) const { return IsLessThanIgnoring( inOther, false, false ); }
-    bool operator<( const char* str ) const { return *this < XString( str ); }
-    bool operator>( const XString& inOther ) const { return inOther < *this; }
-    bool operator<=( const XString& inOther ) const { return !( inOther < *this ); }
-    bool operator>=( const XString& inOther ) const { return !( *this < inOther ); }
+    // Comparison with strings, `std::string` and NUL-terminated text, on either side. A null pointer is an internal
+    // error. Less and greater go by the natural order, equal by bytes.
+
+    template<XStringOperand XFirst, XStringOperand XSecond>
+    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    friend bool operator<( const XFirst& inFirst, const XSecond& inSecond )
+    {
+        return IsNaturallyLess( GetView( inFirst ), GetView( inSecond ) );
+    }
+    template<XStringOperand XFirst, XStringOperand XSecond>
+    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    friend bool operator>( const XFirst& inFirst, const XSecond& inSecond ) { return inSecond < inFirst; }
+    template<XStringOperand XFirst, XStringOperand XSecond>
+    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    friend bool operator<=( const XFirst& inFirst, const XSecond& inSecond )
+    {
+        return !( inSecond < inFirst );
+    }
+    template<XStringOperand XFirst, XStringOperand XSecond>
+    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    friend bool operator>=( const XFirst& inFirst, const XSecond& inSecond )
+    {
+        return !( inFirst < inSecond );
+    }
 
     bool operator==( const XString& inOther ) const noexcept
     {
@@ -316,10 +351,10 @@ public:
             ( itsStorage->size == inOther.itsStorage->size &&
               std::memcmp( itsStorage->data, inOther.itsStorage->data, itsStorage->size ) == 0 );
     }
-    bool operator==( const char* str ) const
+    template<XCharPointer T>
+    bool operator==( const T& str ) const
     {
-        XAssert( str );
-        return GetStringView() == str;
+        return GetStringView() == GetView( str );
     }
     bool operator==( const std::string& inText ) const noexcept { return GetStringView() == inText; }
 
@@ -409,6 +444,17 @@ private:
     static XStringStorage sNewLineStorage;
 
     XStringStorage* itsStorage;
+
+    static std::string_view GetView( const XString& inText ) noexcept { return inText.GetStringView(); }
+    static std::string_view GetView( const std::string& inText ) noexcept { return inText; }
+    static std::string_view GetView( const char* str )
+    {
+        XAssert( str );
+        return str;
+    }
+
+    /// Both texts are followed by a NUL.
+    static bool IsNaturallyLess( std::string_view inFirst, std::string_view inSecond );
 
     /// Takes over one reference.
     constexpr explicit XString( XStringStorage* inStorage ) noexcept : itsStorage( inStorage ) {}

@@ -5,15 +5,29 @@
 #include "WLocale.h"
 
 #include <algorithm>
+#include <cstring>
+
+namespace
+{
+bool HasNul( std::string_view inText )
+{
+    return std::memchr( inText.data(), '\0', inText.size() ) != nullptr;
+}
+} // namespace
 
 SSize64 XString::Find( const XString& inNeedle, bool inCaseSensitive, USize64 inStart ) const
 {
     if ( inStart >= GetLength() || inNeedle.IsEmpty() || inNeedle.GetLength() > GetLength() )
         return kNotFound;
-    const std::string_view text( GetConstCharPtr() + inStart ); // up to the first NUL
+    const std::string_view text = GetStringView().substr( inStart );
     const SSize64 found = inCaseSensitive ? XTextScan::Find( text, inNeedle.GetStringView() )
                                           : XTextScan::FindCaseless( text, inNeedle.GetStringView() );
-    return found == kNotFound ? kNotFound : static_cast<SSize64>( inStart ) + found;
+    // The text ends at its first NUL. Only what has been searched is looked through for one, so that a loop over all
+    // occurrences stays linear.
+    if ( found == kNotFound ||
+         HasNul( text.substr( 0, static_cast<USize64>( found ) + inNeedle.GetLength() ) ) )
+        return kNotFound;
+    return static_cast<SSize64>( inStart ) + found;
 }
 
 SSize64 XString::FindReverse( const XString& inNeedle, bool inCaseSensitive, USize64 inStart ) const
@@ -75,6 +89,11 @@ bool XString::IsNumeric() const
             inCharacter == 'e' || inCharacter == 'E' || inCharacter == ' ';
     };
     return !IsEmpty() && std::ranges::all_of( GetStringView(), isNumeric );
+}
+
+bool XString::IsNaturallyLess( std::string_view inFirst, std::string_view inSecond )
+{
+    return XNaturalOrder( WLocale::GetDecimalPoint(), false, false ).IsLess( inFirst, inSecond );
 }
 
 bool XString::IsLessThanIgnoring(
