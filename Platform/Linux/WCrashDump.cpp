@@ -4,9 +4,9 @@
 
 std::string WCrashDump::MakeForCurrentThread()
 {
-    ucontext_t context;
-    ::getcontext( &context );
-    return MakeForContext( &context );
+    WStackCapture capture;
+    capture.TakeHere();
+    return capture.Describe();
 }
 
 std::string WCrashDump::MakeForContext( void* inContext )

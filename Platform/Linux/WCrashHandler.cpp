@@ -70,9 +70,7 @@ void UseHandlerStack()
 /// The first capture loads what the unwinder needs, which a signal handler must not do.
 void WarmUp()
 {
-    ucontext_t context;
-    ::getcontext( &context );
-    sCrash.itsStack.Take( context );
+    sCrash.itsStack.TakeHere();
 }
 
 bool InstallFor( int inSignal, struct sigaction& outPrevious )

@@ -19,6 +19,7 @@ struct Register
 {
     const char* itsName;
     unsigned long long itsValue;
+    bool itsIsSavedByGetcontext = true;
 };
 
 /// The registers in which a context of this processor is described.
@@ -31,7 +32,7 @@ auto GetRegisters( const ucontext_t& inContext )
         { "rip", get( REG_RIP ) },
         { "rsp", get( REG_RSP ) },
         { "rbp", get( REG_RBP ) },
-        { "rax", get( REG_RAX ) },
+        { "rax", get( REG_RAX ), false },
         { "rbx", get( REG_RBX ) },
         { "rcx", get( REG_RCX ) },
         { "rdx", get( REG_RDX ) },
@@ -39,13 +40,13 @@ auto GetRegisters( const ucontext_t& inContext )
         { "rdi", get( REG_RDI ) },
         { "r8", get( REG_R8 ) },
         { "r9", get( REG_R9 ) },
-        { "r10", get( REG_R10 ) },
-        { "r11", get( REG_R11 ) },
+        { "r10", get( REG_R10 ), false },
+        { "r11", get( REG_R11 ), false },
         { "r12", get( REG_R12 ) },
         { "r13", get( REG_R13 ) },
         { "r14", get( REG_R14 ) },
         { "r15", get( REG_R15 ) },
-        { "efl", get( REG_EFL ) },
+        { "efl", get( REG_EFL ), false },
     } };
 #elif defined( __aarch64__ )
     const auto& machine = inContext.uc_mcontext;
@@ -54,21 +55,23 @@ auto GetRegisters( const ucontext_t& inContext )
         { "sp", machine.sp },
         { "fp", machine.regs[29] },
         { "lr", machine.regs[30] },
-        { "x0", machine.regs[0] },
-        { "x1", machine.regs[1] },
-        { "x2", machine.regs[2] },
-        { "x3", machine.regs[3] },
-        { "pst", machine.pstate },
+        { "x0", machine.regs[0], false },
+        { "x1", machine.regs[1], false },
+        { "x2", machine.regs[2], false },
+        { "x3", machine.regs[3], false },
+        { "pst", machine.pstate, false },
     } };
 #endif
 }
 
-void DescribeRegisters( const ucontext_t& inContext, std::ostream& outText )
+void DescribeRegisters( const ucontext_t& inContext, bool inHasAll, std::ostream& outText )
 {
     constexpr int kRegistersPerLine = 3;
     int column = 0;
     for ( const auto& entry : GetRegisters( inContext ) )
     {
+        if ( !inHasAll && !entry.itsIsSavedByGetcontext )
+            continue;
         char text[32];
         std::snprintf( text, sizeof( text ), "%4s %016llx", entry.itsName, entry.itsValue );
         const bool isLineEnd = ++column % kRegistersPerLine == 0;
@@ -171,11 +174,20 @@ _Unwind_Reason_Code AddFrame( _Unwind_Context* inContext, void* inList )
 void WStackCapture::Take( const ucontext_t& inContext )
 {
     itsContext = inContext;
+    itsHasAllRegisters = true;
     itsThread = static_cast<pid_t>( ::syscall( SYS_gettid ) );
     FrameList list = { itsFrames.data(), itsFrames.size() };
     _Unwind_Backtrace( AddFrame, &list );
     itsFrameCount = list.itsCount;
     SkipFramesAbove( GetInstruction( inContext ) );
+}
+
+void WStackCapture::TakeHere()
+{
+    ucontext_t context = {};
+    ::getcontext( &context );
+    Take( context );
+    itsHasAllRegisters = false;
 }
 
 void WStackCapture::SkipFramesAbove( void* inInstruction )
@@ -193,7 +205,7 @@ std::string WStackCapture::Describe() const
     std::ostringstream text;
     text << "Thread " << itsThread << " of process " << ::getpid() << "\n";
     text << "Registers:\n";
-    DescribeRegisters( itsContext, text );
+    DescribeRegisters( itsContext, itsHasAllRegisters, text );
     text << "Call stack, innermost first:\n";
     for ( std::size_t i = 0; i < itsFrameCount; ++i )
         text << Symbols::Get().Describe( itsFrames[i] );

@@ -15,6 +15,8 @@ public:
     /// Takes the call stack of the calling thread, from the instruction of `inContext` outwards if it lies on the stack.
     /// Allocates and locks nothing.
     void Take( const ucontext_t& inContext );
+    /// The same from here: of the registers only those that the call left as they were.
+    void TakeHere();
 
     /// Symbols are read on the first call and kept, so that later ones are quick.
     std::string Describe() const;
@@ -25,6 +27,7 @@ private:
     std::array<void*, kMostFrames> itsFrames;
     std::size_t itsFrameCount = 0;
     ucontext_t itsContext;
+    bool itsHasAllRegisters = false;
     pid_t itsThread = 0;
 
     void SkipFramesAbove( void* inInstruction );
