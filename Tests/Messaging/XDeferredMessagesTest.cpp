@@ -120,6 +120,25 @@ TEST_F( XDeferredMessagesTest, KeepsOrderAndLikesAmongThousands )
     EXPECT_EQ( listener.heard, expected );
 }
 
+/// The last of very many messages is replaced when the queue holds nothing else.
+TEST_F( XDeferredMessagesTest, CoalescesOnAfterAFlood )
+{
+    constexpr int kFlood = 40000;
+    speaker.SpeakMessage( LevelMessage( 1, 0 ), kNext );
+    for ( int number = 1; number <= kFlood; ++number )
+        Queue( number );
+    const auto isNumber = XSpeaker::XRemoveMsgsByType{ &typeid( NumberMessage ) };
+    EXPECT_EQ( XSpeaker::RemoveFromDelayedQueue( kNext, isNumber ), static_cast<USize>( kFlood ) );
+    for ( int value = 1; value <= 3; ++value )
+    {
+        speaker.SpeakMessage( LevelMessage( 1, value ), kNext );
+        Queue( 4 );
+    }
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 2u );
+    Drain();
+    EXPECT_EQ( listener.heard, ( Numbers{ 4, 3 } ) );
+}
+
 TEST_F( XDeferredMessagesTest, WhatHandlersQueueWaitsForTheNextDrain )
 {
     listener.action = [&]( const XMessage& )

@@ -163,4 +163,6 @@ void XDeferredQueue::Free( XEntry& inEntry ) noexcept
         return;
     itsFree = nullptr;
     itsBlocks.clear();
+    itsKeys.ReleaseTable();
+    itsTargets.ReleaseTable();
 }

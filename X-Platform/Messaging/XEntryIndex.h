@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/XFail.h"
 #include "Core/XTypes.h"
 
 /// Where an entry stands in one XEntryIndex. Internal.
@@ -17,7 +18,7 @@ template<class Entry, XIndexLink<Entry> Entry::*kLink>
 class XEntryIndex
 {
 public:
-    /// Makes sure that the next `Add` does not fail.
+    /// Makes room for one more entry. Has to precede each `Add` that no `Remove` has made room for.
     void Reserve()
     {
         if ( itsCount >= itsChains.size() )
@@ -37,8 +38,14 @@ public:
         XChain& chain = FindChain( link.value );
         ( link.previous ? ( link.previous->*kLink ).next : chain.first ) = link.next;
         ( link.next ? ( link.next->*kLink ).previous : chain.last ) = link.previous;
-        if ( --itsCount == 0 && itsChains.size() > kMaxIdleChains )
-            itsChains = {};
+        --itsCount;
+    }
+
+    /// Gives the table of an empty index back.
+    void ReleaseTable()
+    {
+        XAssert( itsCount == 0 );
+        itsChains = XVector<XChain>();
     }
 
     /// The first entry added with a value, and the next one after it; null when there is none.
@@ -62,7 +69,6 @@ private:
     };
 
     static constexpr USize kMinChains = 64;
-    static constexpr USize kMaxIdleChains = 16384; // an empty index keeps no more: floods pass
 
     /// Neighbouring values have neighbouring chains, so that messages with running numbers find theirs in the
     /// cache; what lies above the low bits is scattered.
