@@ -5,19 +5,32 @@
 #include <string>
 #include <string_view>
 
-/// Conversions between the ANSI code page (the system's on Windows, Windows-1252 elsewhere), wide text
-/// (UTF-16 or UTF-32, as `wchar_t` is on the system) and UTF-8. Characters that have no place in the target,
-/// and malformed input, become '?' in ANSI and U+FFFD in Unicode. NULs are characters like any other. A
-/// conversion that the system refuses throws WLastErrorException.
+/// Conversions between the encodings of text:
+///
+/// - ANSI, the code page of `XString`: the system's on Windows, Windows-1252 elsewhere;
+/// - Windows-1252, the same on every system: the encoding of the library's own literals (column names and units)
+///   and of the text that `korvale` stores in tables;
+/// - wide text, UTF-16 or UTF-32 as `wchar_t` is on the system;
+/// - UTF-8.
+///
+/// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode;
+/// in ANSI text the system may choose a similar character instead. NULs are characters like any other. A conversion
+/// that the system refuses throws WLastErrorException.
 class KORVALE_API WCodePage
 {
 public:
     static std::wstring AnsiToWide( std::string_view inText );
     static std::string WideToAnsi( std::wstring_view inText );
 
+    static std::wstring Windows1252ToWide( std::string_view inText );
+    static std::string WideToWindows1252( std::wstring_view inText );
+
     static std::wstring UTF8ToWide( std::string_view inText );
     static std::string WideToUTF8( std::wstring_view inText );
 
     static std::string AnsiToUTF8( std::string_view inText );
     static std::string UTF8ToAnsi( std::string_view inText );
+
+    static std::string Windows1252ToUTF8( std::string_view inText );
+    static std::string UTF8ToWindows1252( std::string_view inText );
 };

@@ -28,49 +28,29 @@ int CheckConverted( int inLength )
     return inLength;
 }
 
-std::wstring ToWide( UINT inCodePage, std::string_view inText )
+} // namespace
+
+std::wstring WCodePage::AnsiToWide( std::string_view inText )
 {
     const int length = GetCheckedLength( inText.size() );
     if ( length == 0 )
         return {};
     const int wideLength =
-        CheckConverted( ::MultiByteToWideChar( inCodePage, 0, inText.data(), length, nullptr, 0 ) );
+        CheckConverted( ::MultiByteToWideChar( CP_ACP, 0, inText.data(), length, nullptr, 0 ) );
     std::wstring wide( static_cast<std::size_t>( wideLength ), L'\0' );
-    CheckConverted( ::MultiByteToWideChar( inCodePage, 0, inText.data(), length, wide.data(), wideLength ) );
+    CheckConverted( ::MultiByteToWideChar( CP_ACP, 0, inText.data(), length, wide.data(), wideLength ) );
     return wide;
 }
 
-std::string FromWide( UINT inCodePage, std::wstring_view inText )
+std::string WCodePage::WideToAnsi( std::wstring_view inText )
 {
     const int wideLength = GetCheckedLength( inText.size() );
     if ( wideLength == 0 )
         return {};
     const int length = CheckConverted(
-        ::WideCharToMultiByte( inCodePage, 0, inText.data(), wideLength, nullptr, 0, nullptr, nullptr ) );
+        ::WideCharToMultiByte( CP_ACP, 0, inText.data(), wideLength, nullptr, 0, nullptr, nullptr ) );
     std::string text( static_cast<std::size_t>( length ), '\0' );
     CheckConverted( ::WideCharToMultiByte(
-        inCodePage, 0, inText.data(), wideLength, text.data(), length, nullptr, nullptr ) );
+        CP_ACP, 0, inText.data(), wideLength, text.data(), length, nullptr, nullptr ) );
     return text;
-}
-
-} // namespace
-
-std::wstring WCodePage::AnsiToWide( std::string_view inText )
-{
-    return ToWide( CP_ACP, inText );
-}
-
-std::string WCodePage::WideToAnsi( std::wstring_view inText )
-{
-    return FromWide( CP_ACP, inText );
-}
-
-std::wstring WCodePage::UTF8ToWide( std::string_view inText )
-{
-    return ToWide( CP_UTF8, inText );
-}
-
-std::string WCodePage::WideToUTF8( std::wstring_view inText )
-{
-    return FromWide( CP_UTF8, inText );
 }

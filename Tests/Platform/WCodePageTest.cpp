@@ -26,6 +26,16 @@ TEST( WCodePageTest, EveryByteComesBack )
     EXPECT_EQ( WCodePage::AnsiToWide( bytes ).size(), bytes.size() );
 }
 
+TEST( WCodePageTest, Windows1252IsTheSameOnEverySystem )
+{
+    const auto bytes = MakeAllBytes();
+    EXPECT_EQ( WCodePage::UTF8ToWindows1252( WCodePage::Windows1252ToUTF8( bytes ) ), bytes );
+    EXPECT_EQ( WCodePage::Windows1252ToUTF8( "\x80 \xB5m\xB2" ), "\xE2\x82\xAC \xC2\xB5m\xC2\xB2" );
+    EXPECT_EQ( WCodePage::Windows1252ToWide( "\x81\x93" ), L"\x0081\x201C" );
+    // No similar characters, and one '?' for each character, whatever it takes in wide text.
+    EXPECT_EQ( WCodePage::UTF8ToWindows1252( "\xCE\xA9 \xF0\x9F\x98\x80 \xC5\x9E" ), "? ? ?" );
+}
+
 TEST( WCodePageTest, KnowsWhereTheCharactersLie )
 {
     // The euro sign, an unassigned byte, a quotation mark, e with an acute accent.

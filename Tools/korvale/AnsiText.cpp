@@ -6,12 +6,12 @@
 
 std::string ToUTF8( const XString& inText )
 {
-    return WCodePage::AnsiToUTF8( inText.GetStringView() );
+    return WCodePage::Windows1252ToUTF8( inText.GetStringView() );
 }
 
 XString FromUTF8( const std::string& inText )
 {
-    return WCodePage::UTF8ToAnsi( inText );
+    return WCodePage::UTF8ToWindows1252( inText );
 }
 
 std::string ToUTF8Line( const XString& inText )

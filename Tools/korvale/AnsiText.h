@@ -5,7 +5,9 @@
 #include <string>
 #include <string_view>
 
-// The text of tables is ANSI, what the program reads and prints is UTF-8.
+// The text of tables is Windows-1252 on every system, so that a table reads the same wherever it was written; what the
+// program reads and prints is UTF-8. Text that does not come from a table or go into one (messages, progress, the log) is
+// in the ANSI code page of the system: XString::ToUTF8 and XString::FromUTF8.
 
 std::string ToUTF8( const XString& inText );
 XString FromUTF8( const std::string& inText );

@@ -1,8 +1,8 @@
 #include "Command.h"
 
-#include "AnsiText.h"
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
+#include "WCodePage.h"
 #include "WInterrupt.h"
 
 #include <algorithm>
@@ -49,12 +49,13 @@ Failure DescribeCurrentException()
     }
     catch ( const XException& exception )
     {
-        failure.text = ToUTF8( exception.GetRawErrorMessage() );
+        failure.text = exception.GetRawErrorMessage().ToUTF8();
         failure.number = exception.GetErrorNumber();
     }
     catch ( const std::filesystem::filesystem_error& error )
     {
-        failure.text = error.code().message(); // Without the path, which the user gave in another form.
+        // Without the path, which the user gave in another form. The system answers in its own code page.
+        failure.text = WCodePage::AnsiToUTF8( error.code().message() );
     }
     catch ( const std::bad_alloc& )
     {

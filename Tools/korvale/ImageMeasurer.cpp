@@ -1,6 +1,5 @@
 #include "ImageMeasurer.h"
 
-#include "AnsiText.h"
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Jobs/XProgress.h"
@@ -106,7 +105,7 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
     const auto pages = image.GetPageCount();
     const auto steps = HasBackground() ? 2 * USize{ pages } : pages;
     XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMs, true );
-    progress.SetMessage( FromUTF8( image.measurement.name ) );
+    progress.SetMessage( XString::FromUTF8( image.measurement.name ) );
     if ( HasBackground() )
         MeasureWithBackground( image, progress );
     else

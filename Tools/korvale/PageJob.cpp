@@ -1,6 +1,5 @@
 #include "PageJob.h"
 
-#include "AnsiText.h"
 #include "Jobs/XProgress.h"
 #include "Threads/XStopThreadException.h"
 
@@ -44,6 +43,6 @@ void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, Wor
 void PageJob::WorkWithProgress()
 {
     XProgress progress( GetSteps(), XProgress::kProgressSteps, kProgressDelayMs );
-    progress.SetMessage( "page " + std::to_string( itsPage ) + " of " + FromUTF8( itsImage ) );
+    progress.SetMessage( "page " + std::to_string( itsPage ) + " of " + XString::FromUTF8( itsImage ) );
     Work( progress );
 }

@@ -1,6 +1,5 @@
 #include "Session.h"
 
-#include "AnsiText.h"
 #include "Services/XSessionLogManager.h"
 
 Session::Session( Terminal& ioTerminal )
@@ -66,5 +65,5 @@ void Session::Tell( const std::string& inText )
 void Session::Log( XSessionLogLevel inLevel, const std::string& inText, std::uint32_t inNumber )
 {
     if ( itsLog )
-        itsLog->AddEntry( XSessionLogEntry( inLevel, FromUTF8( inText ), inNumber ) );
+        itsLog->AddEntry( XSessionLogEntry( inLevel, XString::FromUTF8( inText ), inNumber ) );
 }

@@ -1,6 +1,5 @@
 #include "Show.h"
 
-#include "AnsiText.h"
 #include "Core/XFileStream.h"
 #include "Jobs/XProgress.h"
 #include "Session.h"
@@ -63,7 +62,7 @@ void Show::ShowTable( Session& ioSession ) const
 {
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Showing" );
-    progress.SetMessage( FromUTF8( itsTable ) );
+    progress.SetMessage( XString::FromUTF8( itsTable ) );
     const auto table = ReadTableFile( PathFromUTF8( itsTable ) );
     progress.Increment();
     if ( !itsAsCSV )

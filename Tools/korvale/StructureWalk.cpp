@@ -20,7 +20,7 @@ namespace
 std::string Quote( const XString& inText )
 {
     constexpr std::size_t kMostBytes = 200; // A damaged length can make a text of the whole file.
-    auto text = WCodePage::AnsiToUTF8( inText.GetStringView().substr( 0, kMostBytes ) );
+    auto text = WCodePage::Windows1252ToUTF8( inText.GetStringView().substr( 0, kMostBytes ) );
     std::ranges::replace_if(
         text, []( char inByte ) { return static_cast<unsigned char>( inByte ) < ' '; }, ' ' );
     return '"' + text + ( inText.GetLength() > kMostBytes ? "..." : "" ) + '"';

@@ -1,6 +1,5 @@
 #include "TableCommand.h"
 
-#include "AnsiText.h"
 #include "Jobs/XProgress.h"
 #include "OutputFiles.h"
 #include "Session.h"
@@ -27,7 +26,7 @@ int TableCommand::Run( Session& ioSession )
         ioSession.progress.Silence();
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( GetTitle() );
-    progress.SetMessage( FromUTF8( itsTable ) );
+    progress.SetMessage( XString::FromUTF8( itsTable ) );
     const auto table = ReadTable( ioSession );
     progress.Increment();
     if ( !table )

@@ -1,6 +1,5 @@
 #include "TerminalProgressStrategy.h"
 
-#include "AnsiText.h"
 #include "Jobs/XProgress.h"
 #include "WInterrupt.h"
 
@@ -51,7 +50,7 @@ void TerminalProgressStrategy::ProgressDestroyed( XProgress& inProgress )
 
 void TerminalProgressStrategy::SetTitle( const XString& inTitle )
 {
-    itsTitle = ToUTF8( inTitle );
+    itsTitle = inTitle.ToUTF8();
     if ( itsFirstBar )
         itsDisplay.SetTitle( *itsFirstBar, itsTitle );
 }
@@ -59,13 +58,13 @@ void TerminalProgressStrategy::SetTitle( const XString& inTitle )
 XString TerminalProgressStrategy::GetMessage( const XProgress& inProgress ) const
 {
     const auto* const bar = FindBar( inProgress );
-    return bar ? FromUTF8( itsDisplay.GetMessage( *bar ) ) : XString();
+    return bar ? XString::FromUTF8( itsDisplay.GetMessage( *bar ) ) : XString();
 }
 
 void TerminalProgressStrategy::SetMessage( XProgress& inProgress, const XString& inMessage )
 {
     if ( auto* const bar = FindBar( inProgress ) )
-        itsDisplay.SetMessage( *bar, ToUTF8( inMessage ) );
+        itsDisplay.SetMessage( *bar, inMessage.ToUTF8() );
 }
 
 void TerminalProgressStrategy::SetProgress( XProgress& inProgress, std::uint32_t )

@@ -41,7 +41,8 @@ public:
     const XString& GetUnits() const { return itsUnits; }
     void SetUnits( const XString& inUnits ) { itsUnits = inUnits; }
 
-    /// The text that heads the column: name, units and channel, "Volume (µm³) (C1)" in Windows-1252. With
+    /// The text that heads the column: name, units and channel, "Volume (µm³) (C1)" in Windows-1252 whatever
+    /// the system's code page is; `WCodePage::Windows1252ToUTF8` converts it. With
     /// `inTwoLines` the channel stands on a line of its own after CR LF. A standard ID shows its registered
     /// name, an ID that is not registered the stored one.
     XString GetDisplayName( bool inTwoLines = false ) const;
