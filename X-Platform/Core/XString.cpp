@@ -201,7 +201,10 @@ XString& XString::Truncate( USize64 inCount, USize64 inStart )
     const USize64 count = std::min( inCount, length - start );
     if ( start == 0 && count == length )
         return *this;
-    CopyFromPtr( itsStorage->data + start, count );
+    if ( start == 0 && CanReuseStorage( count ) )
+        SetLength( count );
+    else
+        CopyFromPtr( itsStorage->data + start, count );
     if ( count > 0 )
         ClearFromNul( itsStorage->data, count );
     return *this;
