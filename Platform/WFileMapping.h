@@ -23,6 +23,7 @@ public:
     ~WFileMapping() override;
 
     void MapView( std::uint64_t inSize, XPageProtection inAccess ) override;
+    bool ResizeView( std::uint64_t inSize ) override;
     void UnmapView() override;
     void* GetViewData() const override { return itsView ? itsView + GetViewDelta() : nullptr; }
     bool IsViewIntact() const override;

@@ -5,10 +5,21 @@
 #include "WAddressSpace.h"
 #include "WViewGuard.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include <sys/mman.h>
 
 namespace
 {
+
+constexpr std::uint64_t kLargePage = 2 * 1024 * 1024;
+
+std::uint64_t GetWholePages( std::uint64_t inSize )
+{
+    const std::uint64_t page = WAddressSpace::GetPageSize();
+    return ( inSize + page - 1 ) & ~( page - 1 );
+}
 
 int GetProtection( XFileMappingBase::XPageProtection inAccess )
 {
@@ -19,7 +30,6 @@ int GetProtection( XFileMappingBase::XPageProtection inAccess )
 /// begins where the system can use them.
 std::intptr_t MapMemory( std::uint64_t inSize )
 {
-    constexpr std::uint64_t kLargePage = 2 * 1024 * 1024;
     const std::uint64_t slack = inSize >= kLargePage ? kLargePage : 0;
     void* map = ::mmap( nullptr, inSize + slack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0 );
     if ( map == MAP_FAILED )
@@ -62,10 +72,7 @@ void* MapRange(
 } // namespace
 
 /// The memory comes with the first view: what refuses it refuses the view.
-WFileMapping::WFileMapping( std::uint64_t inSize )
-    : itsSize( ( inSize + WAddressSpace::GetPageSize() - 1 ) & ~( WAddressSpace::GetPageSize() - 1 ) )
-{
-}
+WFileMapping::WFileMapping( std::uint64_t inSize ) : itsSize( GetWholePages( inSize ) ) {}
 
 /// The file's own descriptor will do, so that there is nothing to refuse a protection yet.
 WFileMapping::WFileMapping(
@@ -96,6 +103,27 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
     itsViewSize = size;
     if ( itsFile )
         itsGuard = WViewGuard::Add( itsView, itsViewSize );
+}
+
+/// Only memory of the process can move by its pages. What is cut off inside a page must not come back.
+bool WFileMapping::ResizeView( std::uint64_t inSize )
+{
+    if ( itsFile || !itsView )
+        return false;
+    const std::uint64_t size = GetWholePages( inSize );
+    void* const memory = size >= inSize ? ::mremap( itsView, itsSize, size, MREMAP_MAYMOVE ) : MAP_FAILED;
+    if ( memory == MAP_FAILED )
+        return false;
+    if ( size >= kLargePage )
+        ::madvise( memory, size, MADV_HUGEPAGE );
+    itsView = static_cast<std::uint8_t*>( memory );
+    itsHandle = reinterpret_cast<std::intptr_t>( memory );
+    const std::uint64_t end = std::min( itsViewSize, size );
+    if ( inSize < end )
+        std::memset( itsView + inSize, 0, end - inSize );
+    itsSize = size;
+    itsViewSize = inSize;
+    return true;
 }
 
 void WFileMapping::UnmapView()

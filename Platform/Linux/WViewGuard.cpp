@@ -39,18 +39,33 @@ WViewGuard* WViewGuard::Add( const void* inView, std::uint64_t inSize )
     }
     const auto begin = reinterpret_cast<std::uintptr_t>( inView );
     guard->itsIsDamaged = false;
-    guard->itsEnd = begin + inSize;
-    guard->itsBegin = begin;
+    guard->Watch( begin, begin + inSize );
     return guard;
 }
 
 void WViewGuard::Remove( WViewGuard* inGuard )
 {
     const std::lock_guard lock( sMutex );
-    inGuard->itsBegin = 0;
-    inGuard->itsEnd = 0;
+    inGuard->Watch( 0, 0 );
     inGuard->itsNextFree = sFree;
     sFree = inGuard;
+}
+
+/// Under the mutex.
+void WViewGuard::Watch( std::uintptr_t inBegin, std::uintptr_t inEnd )
+{
+    ++itsChanges;
+    itsBegin = inBegin;
+    itsEnd = inEnd;
+    ++itsChanges;
+}
+
+/// False for a range of which one end is older than the other: between them there may be memory of anybody.
+bool WViewGuard::Covers( std::uintptr_t inAddress ) const
+{
+    const std::uint32_t changes = itsChanges;
+    const bool isInside = itsBegin <= inAddress && inAddress < itsEnd;
+    return isInside && changes % 2 == 0 && changes == itsChanges;
 }
 
 void WViewGuard::Install()
@@ -75,7 +90,7 @@ void WViewGuard::OnBusError( int inSignal, siginfo_t* inInfo, void* )
 bool WViewGuard::Heal( std::uintptr_t inAddress )
 {
     for ( WViewGuard* guard = sAll; guard; guard = guard->itsNext )
-        if ( guard->itsBegin <= inAddress && inAddress < guard->itsEnd )
+        if ( guard->Covers( inAddress ) )
             return guard->HealPage( inAddress );
     return false;
 }

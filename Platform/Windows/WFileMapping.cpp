@@ -93,6 +93,12 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
     itsViewSize = size;
 }
 
+/// The system's mapping objects keep their size.
+bool WFileMapping::ResizeView( std::uint64_t )
+{
+    return false;
+}
+
 void WFileMapping::UnmapView()
 {
     if ( itsView )

@@ -32,7 +32,9 @@ public:
     std::atomic<int> refusedHeap = 0; ///< allocations that are still to fail
     std::atomic<int> refusedMappings = 0;
     std::atomic<int> refusedViews = 0;
+    bool canResizeViews = true;
     std::function<std::shared_ptr<WFile>()> makeTemporaryFile;
+    std::function<void( const WFile& )> whenMapped; ///< called after each view of a file
 
     bool QueryRegionInfo(
         std::uint64_t inAddress, std::uint64_t& outBase, std::uint64_t& outSize, XRegionState& outState,
@@ -80,7 +82,7 @@ public:
     {
         if ( Takes( refusedMappings ) )
             XThrow( 1020 );
-        return std::make_unique<Mapping>( *this, WMemoryManager::MakePageFileMapping( inSize ) );
+        return std::make_unique<Mapping>( *this, WMemoryManager::MakePageFileMapping( inSize ), nullptr );
     }
 
     std::unique_ptr<XFileMappingBase> MakeFileMapping(
@@ -90,7 +92,7 @@ public:
         if ( Takes( refusedMappings ) )
             XThrow( 1020 );
         return std::make_unique<Mapping>(
-            *this, WMemoryManager::MakeFileMapping( std::move( inFile ), inOffset, inSize, inProtection ) );
+            *this, WMemoryManager::MakeFileMapping( inFile, inOffset, inSize, inProtection ), inFile );
     }
 
     std::shared_ptr<WFile> MakeTemporaryFile() override
@@ -102,8 +104,10 @@ private:
     class Mapping : public XFileMappingBase
     {
     public:
-        Mapping( TestManager& inManager, std::unique_ptr<XFileMappingBase> inMapping )
-            : itsManager( inManager ), itsMapping( std::move( inMapping ) )
+        Mapping(
+            TestManager& inManager, std::unique_ptr<XFileMappingBase> inMapping,
+            std::shared_ptr<const WFile> inFile )
+            : itsManager( inManager ), itsMapping( std::move( inMapping ) ), itsFile( std::move( inFile ) )
         {
         }
         void MapView( std::uint64_t inSize, XPageProtection inAccess ) override
@@ -111,6 +115,12 @@ private:
             if ( Takes( itsManager.refusedViews ) )
                 XThrow( 1020 );
             itsMapping->MapView( inSize, inAccess );
+            if ( itsFile && itsManager.whenMapped )
+                itsManager.whenMapped( *itsFile );
+        }
+        bool ResizeView( std::uint64_t inSize ) override
+        {
+            return itsManager.canResizeViews && itsMapping->ResizeView( inSize );
         }
         void UnmapView() override { itsMapping->UnmapView(); }
         void* GetViewData() const override { return itsMapping->GetViewData(); }
@@ -119,6 +129,7 @@ private:
     private:
         TestManager& itsManager;
         std::unique_ptr<XFileMappingBase> itsMapping;
+        std::shared_ptr<const WFile> itsFile; // null for the page file
     };
 
     static bool Takes( std::atomic<int>& ioCount )

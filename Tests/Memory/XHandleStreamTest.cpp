@@ -3,6 +3,7 @@
 #include "Core/StreamTools.h"
 #include "Core/XString.h"
 #include "Memory/TestManager.h"
+#include "Memory/XMallocMemoryBlock.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 
 #include <gtest/gtest.h>
@@ -51,6 +52,61 @@ TEST( XHandleStream, KeepsItsBytesWhenItCannotGrow )
     EXPECT_EQ( stream.GetPosition(), stream.GetExtent() );
     stream.SeekTo( 0 );
     EXPECT_EQ( 'x', stream.Read8() );
+}
+
+TEST( XHandleStream, CutsOffItsSpareRoomWhereMemoryIsShort )
+{
+    TestManager manager;
+    XMappedFileMemoryHandle mapped( 1 );
+    XMemoryHandle heap( 1 );
+    for ( XMemoryHandle* handle : { static_cast<XMemoryHandle*>( &mapped ), &heap } )
+    {
+        manager.canResizeViews = handle != &mapped;
+        {
+            XHandleStream stream( *handle );
+            stream.WriteFiller( 100'000, 'x' );
+            stream.SetPhysicalSize( 1'000'000 );
+            manager.refusedMappings = manager.refusedViews = manager.refusedHeap = 100;
+        }
+        EXPECT_EQ( 100'000u, handle->GetDataSize() );
+        manager.refusedMappings = manager.refusedViews = manager.refusedHeap = 0;
+        const XLock lock( *handle, kLockForRead );
+        EXPECT_EQ( 'x', ( *handle )[99'999] );
+    }
+}
+
+// As when a handle that grows is purged meanwhile and cannot be brought back.
+TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
+{
+    class Block : public XMallocMemoryBlock
+    {
+    public:
+        using XMallocMemoryBlock::XMallocMemoryBlock;
+        void Resize( USize64 inSize ) override
+        {
+            XMallocMemoryBlock::Resize( inSize );
+            itsIsGone = true;
+        }
+
+    protected:
+        void LockSelf( XLockMode inMode ) override
+        {
+            if ( itsIsGone )
+                XThrow( 1012 );
+            XMallocMemoryBlock::LockSelf( inMode );
+        }
+
+    private:
+        bool itsIsGone = false;
+    };
+    TestManager manager;
+    XMemoryHandle handle( std::make_unique<Block>( 1000 ) );
+    XHandleStream stream( handle );
+    stream.SeekTo( 1000 );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { stream.Write32( 1 ); } ) );
+    EXPECT_EQ( 1000u, handle.GetDataSize() );
+    EXPECT_EQ( 0, stream.GetExtent() );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { stream.Write8( 1 ); } ) );
 }
 
 TEST( XHandleStream, KeepsAnObjectInAHandle )

@@ -192,6 +192,73 @@ TEST( XMappedFileMemoryBlock, PublicChangesGoToTheFile )
     EXPECT_EQ( 'z', contents.back() );
 }
 
+// What is shared, copied or resized in any state of the locks remains a range of the file.
+TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
+{
+    TestManager manager;
+    const TestFolder folder;
+    auto handle = Present( MakeFile( folder ), Block::kPublic );
+    XMappedFileMemoryHandle copy( handle );
+    handle.Resize( kSize );
+    EXPECT_EQ( kSize, handle.GetDataSize() );
+    EXPECT_EQ( kSize - 70'000, copy.GetDataSize() );
+    handle.CopyDataFrom( "j", 1 );
+    handle.CopyDataFrom( "z", 1, kSize - 1 );
+    EXPECT_EQ( "jello", TextOf( copy ) );
+    copy.Resize( 3 );
+    copy.CopyDataFrom( "b", 1 );
+    EXPECT_EQ( "bello", TextOf( handle ) );
+    {
+        const XLock lock( handle, kLockForWrite );
+        copy = handle;
+        XMappedFileMemoryHandle late( handle );
+        late.CopyDataFrom( "c", 1 );
+        std::memcpy( static_cast<char*>( handle.GetData() ) + 1, "u", 1 );
+    }
+    EXPECT_EQ( "cullo", TextOf( copy ) );
+    const std::string contents = folder.Read( "data" );
+    EXPECT_EQ( "cullo", contents.substr( 70'000, 5 ) );
+    EXPECT_EQ( 'z', contents.back() );
+    EXPECT_EQ( 70'000 + kSize, contents.size() );
+}
+
+// Of memory, of a temporary file in memory and on the disk, and of a file, which has the bytes again when it grows.
+TEST( XMappedFileMemoryBlock, ShrinksWithoutMemory )
+{
+    for ( const bool canResizeViews : { true, false } )
+    {
+        TestManager manager;
+        manager.canResizeViews = canResizeViews;
+        const TestFolder folder;
+        std::vector<XMappedFileMemoryHandle> handles( 3 );
+        for ( auto& handle : handles )
+        {
+            handle.Resize( kSize );
+            Fill( handle, 5 );
+        }
+        handles[1].GetBlock()->Purge();
+        handles[2].GetBlock()->Purge();
+        EXPECT_TRUE( Holds( handles[1], 5 ) );
+        handles.push_back( Present( MakeFile( folder ), Block::kPublic, 0 ) );
+        Fill( handles[3], 5 );
+        manager.refusedMappings = manager.refusedViews = 100;
+        for ( auto& handle : handles )
+            for ( const USize64 size : { kSize / 2, kSize / 2 - 1, USize64( 10 ) } )
+                handle.Resize( size );
+        manager.refusedMappings = manager.refusedViews = 0;
+        for ( auto& handle : handles )
+        {
+            EXPECT_EQ( 10u, handle.GetDataSize() );
+            EXPECT_TRUE( Holds( handle, 5 ) );
+            handle.Resize( 2 * kSize );
+            const bool isFile = &handle == &handles[3];
+            const XLock lock( handle, kLockForRead );
+            EXPECT_EQ( isFile ? 10 + 5 : 0, handle[10] );
+            EXPECT_EQ( 0, handle[kSize] );
+        }
+    }
+}
+
 TEST( XMappedFileMemoryBlock, SwapsBytesOfAFileWithoutChangingIt )
 {
     TestManager manager;
@@ -261,6 +328,7 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     EXPECT_EQ( 1020u, ErrorOf( [&] { block.Purge(); } ) );
     EXPECT_EQ( Block::kPageFile, block.GetStorageState() );
     manager.refusedMappings = 1;
+    manager.canResizeViews = false;
     EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( 2 * kSize ); } ) );
     EXPECT_TRUE( Holds( handle, 3 ) );
 
@@ -281,6 +349,33 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     EXPECT_EQ( std::string( 5, '\0' ), TextOf( fresh ) );
 }
 
+TEST( XMappedFileMemoryBlock, TriesEveryViewOnceMoreAfterFreeingMemory )
+{
+    TestManager manager;
+    manager.canResizeViews = false;
+    const TestFolder folder;
+    const auto path = MakeFile( folder );
+    auto handle = Present( path, Block::kPrivate );
+    manager.refusedViews = 1;
+    EXPECT_EQ( "hello", TextOf( handle ) );
+    EXPECT_EQ( 1u, manager.GetFreeCount() );
+    {
+        const XLock lock( handle, kLockForRead );
+        manager.refusedViews = 1;
+        handle.CopyDataFrom( "j", 1 );
+    }
+    EXPECT_EQ( 2u, manager.GetFreeCount() );
+    manager.refusedViews = 1;
+    handle.Resize( 2 * kSize );
+    EXPECT_EQ( 3u, manager.GetFreeCount() );
+    EXPECT_EQ( "jello", TextOf( handle ) );
+    // A file that is too short is not for want of memory.
+    auto beyond = Present( path, Block::kPrivate );
+    std::filesystem::resize_file( path, 70'000 );
+    EXPECT_EQ( 1020u, ErrorOf( [&] { TextOf( beyond ); } ) );
+    EXPECT_EQ( 3u, manager.GetFreeCount() );
+}
+
 TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )
 {
     TestManager manager;
@@ -289,6 +384,15 @@ TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )
     auto large = Present( path, Block::kPrivate );
     manager.refusedMappings = 1;
     EXPECT_EQ( 1020u, ErrorOf( [&] { large.CopyDataFrom( "x", 1 ); } ) );
+    {
+        // Outer locks of a handle that was to get a block of its own keep theirs.
+        const XMappedFileMemoryHandle copy( large );
+        const XLock outer( large, kLockForRead );
+        manager.refusedViews = 2;
+        EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock inner( large, kLockForWrite ); } ) );
+        EXPECT_EQ( copy.GetBlock(), large.GetBlock() );
+        EXPECT_EQ( 0, std::memcmp( large.GetData(), "hello", 5 ) );
+    }
     XMappedFileMemoryHandle small( path, 70'000, 5 );
     manager.refusedHeap = 2;
     EXPECT_EQ( 1012u, ErrorOf( [&] { small.CopyDataFrom( "x", 1 ); } ) );

@@ -1,5 +1,6 @@
 #include "Memory/XMemoryHandle.h"
 
+#include "Core/XMemStream.h"
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
 #include "Memory/XMallocMemoryBlock.h"
@@ -155,6 +156,30 @@ TYPED_TEST( AnyHandle, RefusesBytesOutsideAndDataNotLocked )
     EXPECT_EQ( 1013u, ErrorOf( [&] { handle.GetByte( 5 ); } ) );
 }
 
+// Their data would be gone while somebody looks at it.
+TYPED_TEST( AnyHandle, LockedHandlesKeepTheirBlock )
+{
+    auto& handle = this->itsHandle;
+    SetText( handle, "hello" );
+    TypeParam copy( handle );
+    XMemStream stream;
+    handle.WriteStream2( stream );
+    stream.SeekTo( 0 );
+    const XLock lock( handle, kLockForRead );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle = TypeParam(); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.Empty(); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.SetSwapOnLock( kSwap16 ); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.SetBlock( nullptr ); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.ReadStream2( stream ); } ) );
+    EXPECT_EQ( 1006u, ErrorOf( [&] { handle.Resize( 1 ); } ) );
+    EXPECT_EQ( 0, std::memcmp( handle.GetData(), "hello", 5 ) );
+    EXPECT_EQ( copy.GetBlock(), handle.GetBlock() );
+    handle = handle;
+    copy.Empty();
+    copy = handle;
+    EXPECT_EQ( 2u, handle.GetBlock()->GetRefCount() );
+}
+
 TYPED_TEST( AnyHandle, FailsWithoutChangesWhenMemoryIsShort )
 {
     auto& handle = this->itsHandle;
@@ -232,8 +257,26 @@ TEST( XMemoryHandle, HasItsDataFetchedByTheFirstLock )
     } fetcher;
     XMemoryHandle handle;
     handle.SetDataFetcher( &fetcher );
-    const XLock lock( handle, kLockForRead );
-    EXPECT_EQ( 0, std::memcmp( handle.GetData(), "fetched", 7 ) );
+    {
+        const XLock lock( handle, kLockForRead );
+        EXPECT_EQ( 0, std::memcmp( handle.GetData(), "fetched", 7 ) );
+    }
+    // So do operations that lock for themselves, before they look at the size.
+    XMemoryHandle copied;
+    copied.SetDataFetcher( &fetcher );
+    char bytes[7] = {};
+    copied.CopyDataTo( bytes, 7 );
+    EXPECT_EQ( 0, std::memcmp( bytes, "fetched", 7 ) );
+    XMemoryHandle written;
+    written.SetDataFetcher( &fetcher );
+    written.CopyDataFrom( "p", 1, 6 );
+    EXPECT_EQ( "fetchep", TextOf( written ) );
+    XMemoryHandle stored;
+    stored.SetDataFetcher( &fetcher );
+    XMemStream stream;
+    stored.WriteStream( stream, XMemoryHandle::kNoCompression );
+    EXPECT_EQ( "fetched", TextOf( stored ) );
+    EXPECT_EQ( static_cast<SSize64>( stored.GetStreamUsage() ), stream.GetExtent() );
 }
 
 TEST( XMemoryHandle, SurvivesConcurrentLocksCopiesAndWrites )

@@ -59,6 +59,7 @@ OverlaySketch KeptOverlay::Take( WorkingMemory& ioMemory )
             from += CountBytes( ioPart );
         };
         ForEachPart( itsSketch, takePart );
+        itsBytes.CheckIntact();
     }
     itsBytes = {};
     return std::move( itsSketch );

@@ -15,7 +15,7 @@ public:
     /// The thread holds none of the working memory, here and in `Take`.
     void Keep( OverlaySketch inSketch, WorkingMemory& ioMemory );
 
-    /// Gives it up.
+    /// Gives it up. Throws 1020 if it was lost on its way to the disk or back.
     OverlaySketch Take( WorkingMemory& ioMemory );
 
 private:

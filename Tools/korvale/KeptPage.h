@@ -19,6 +19,10 @@ public:
     /// The page, whose samples are locked until it goes.
     WImagePage Lock( WorkingMemory& ioMemory, XLockMode inMode );
 
+    /// Throws 1020 if samples were lost on their way to the disk or back. To be asked after they have been used, while they
+    /// are locked.
+    void CheckIntact() const { itsSamples.CheckIntact(); }
+
     /// Gives up the samples.
     void Drop() { itsSamples = {}; }
 

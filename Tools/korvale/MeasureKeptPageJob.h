@@ -16,6 +16,7 @@ public:
 protected:
     std::uint64_t GetSteps() const override { return 2; }
     void Work( XProgress& ioProgress ) override;
+    void CheckSamples() const override { itsKept.CheckIntact(); }
     void JobCompleteSelf( std::uint32_t inResultCode ) override;
 
 private:

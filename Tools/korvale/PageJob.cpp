@@ -34,9 +34,12 @@ void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, Wor
     if ( itsResult.overlay )
     {
         auto sketch = SketchOverlay( inPage, inSettings.objects.channel, std::move( objects ) );
+        CheckSamples();
         inPage = {}; // Others may be waiting for its memory.
         itsResult.overlay->Keep( std::move( sketch ), ioMemory );
     }
+    else
+        CheckSamples();
     itsResult.measurement = std::move( measurement );
 }
 

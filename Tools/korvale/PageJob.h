@@ -41,6 +41,10 @@ protected:
     virtual void Work( XProgress& ioProgress ) = 0;
     virtual std::uint64_t GetSteps() const = 0;
 
+    /// Throws if the samples that were measured may not be those of the page. Called before the measurement becomes the
+    /// result, with the page still locked.
+    virtual void CheckSamples() const {}
+
     /// Measures a page into the result.
     void Measure( WImagePage inPage, const MeasureSettings& inSettings, WorkingMemory& ioMemory );
 

@@ -70,6 +70,7 @@ void StackBackground::Add( std::uint32_t inPage, KeptPage& ioPage )
         progress.Increment();
         progress.YieldAndCheckAbort();
     }
+    ioPage.CheckIntact();
 }
 
 /// Makes the sums with the first page that comes.

@@ -16,7 +16,8 @@ public:
     StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, WorkingMemory& ioMemory );
 
     /// Adds a page, after those before it. Throws WImageError for a page whose size or type is not that of the first
-    /// page that was added, and what locking memory throws.
+    /// page that was added, and what locking memory throws. After 1012 and 1020 the background is of no use: samples are
+    /// missing in it, or wrong.
     void Add( std::uint32_t inPage, KeptPage& ioPage );
 
     /// Says that a page will not be added, or has been. Every page must come to this, for later ones wait for it.

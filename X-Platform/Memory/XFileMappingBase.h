@@ -26,14 +26,18 @@ public:
     /// Maps the first `inSize` bytes. There must be no view yet.
     virtual void MapView( std::uint64_t inSize, XPageProtection inAccess ) = 0;
 
+    /// Makes the bytes and their view, which may be written to, `inSize` bytes, above 0, without a second copy. The view may move, and bytes
+    /// that are new are zeros. False, with everything as it was, where that cannot be done.
+    virtual bool ResizeView( std::uint64_t ) { return false; }
+
     /// Does nothing when there is no view.
     virtual void UnmapView() = 0;
 
     /// Null while there is no view.
     virtual void* GetViewData() const = 0;
 
-    /// False when bytes of the view could not be had from the file, because it was cut off meanwhile; they read as
-    /// zeros.
+    /// False when bytes of the view could not be had from the file, because it was cut off meanwhile or the disk failed:
+    /// they read as zeros, and what is written to them does not get to the file.
     virtual bool IsViewIntact() const { return true; }
 
 protected:

@@ -73,6 +73,7 @@ void XCompressedBytes::Write( XStream& inStream )
         const XLock lock( piece, kLockForRead );
         const USize64 count = std::min( left, kPieceSize );
         inStream.WriteBuffer8( piece.GetData(), count );
+        piece.CheckIntact();
         left -= count;
     }
 }
@@ -88,6 +89,7 @@ void ReadPlainBytes( XStream& inStream, USize64 inSize, XMemoryHandle& ioHandle 
         const XLock lock( ioHandle, kLockForWrite );
         const USize64 count = ioHandle.GetDataSize() - done;
         inStream.ReadBuffer8( static_cast<std::uint8_t*>( ioHandle.GetData() ) + done, count );
+        ioHandle.CheckIntact();
         done += count;
     }
 }
@@ -125,6 +127,7 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
         const uInt produced = std::max( room, 1u ) - state.avail_out;
         if ( ( result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR ) || produced > room )
             XThrow( kErrorStreamCorrupted );
+        ioHandle.CheckIntact();
         done += produced;
     }
     if ( done != inSize || left > 0 || state.avail_in > 0 )

@@ -13,7 +13,6 @@ XHandleStream::XHandleStream( XMemoryHandle& ioHandle, XLockMode inMode )
     UseBlock( GetBytes(), size, size );
 }
 
-/// Where closing fails, the handle keeps its spare room.
 XHandleStream::~XHandleStream()
 {
     XSwallowErrors( [this] { Close(); } );
@@ -25,8 +24,21 @@ void XHandleStream::Close()
         return;
     const USize64 used = GetUsed();
     const bool hasSpareRoom = used < GetCapacity();
-    itsLock.reset();
-    UseBlock( nullptr, 0, 0 );
+    const auto unlock = [&]
+    {
+        itsLock.reset();
+        UseBlock( nullptr, 0, 0 );
+    };
+    try
+    {
+        itsHandle.CheckIntact();
+    }
+    catch ( ... )
+    {
+        unlock();
+        throw;
+    }
+    unlock();
     if ( hasSpareRoom )
         itsHandle.Resize( used );
 }
@@ -35,6 +47,7 @@ void XHandleStream::Close()
 std::uint8_t* XHandleStream::ResizeBlock( USize64 inCapacity )
 {
     XAssert( itsLock );
+    const USize64 used = GetUsed();
     itsLock.reset();
     try
     {
@@ -42,12 +55,27 @@ std::uint8_t* XHandleStream::ResizeBlock( USize64 inCapacity )
     }
     catch ( ... )
     {
-        itsLock.emplace( itsHandle, itsMode );
+        Relock( used );
         BlockHasMoved( GetBytes() );
         throw;
     }
-    itsLock.emplace( itsHandle, itsMode );
+    Relock( used );
     return GetBytes();
+}
+
+/// The handle may have been purged in between. When it does not come back the stream is closed, for its bytes are gone.
+void XHandleStream::Relock( USize64 inUsed )
+{
+    try
+    {
+        itsLock.emplace( itsHandle, itsMode );
+    }
+    catch ( ... )
+    {
+        UseBlock( nullptr, 0, 0 );
+        XSwallowErrors( [&] { itsHandle.Resize( inUsed ); } );
+        throw;
+    }
 }
 
 XMemoryHandle XHandleStream::ObjectToHandle(
@@ -67,5 +95,7 @@ XStorable* XHandleStream::HandleToObject( const XMemoryHandle& inHandle, XStorab
     XMemoryHandle handle( inHandle );
     XHandleStream stream( handle, kLockForRead );
     stream.ReadStreamInfo();
-    return stream.ReadObject( inOptions );
+    std::unique_ptr<XStorable> object( stream.ReadObject( inOptions ) );
+    stream.Close(); // tells whether the bytes could be read
+    return object.release();
 }

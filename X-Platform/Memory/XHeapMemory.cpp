@@ -29,7 +29,10 @@ void XHeapMemory::Resize( USize64 inSize )
 {
     if ( !itsData )
         return Allocate( inSize );
-    Reallocate( std::max<USize64>( inSize, 1 ) );
+    if ( inSize > itsSize )
+        Reallocate( inSize );
+    else
+        Shrink( inSize );
     XResourceTracker::RsrcSizeChanged( kKind, itsSize, inSize );
     itsSize = inSize;
 }
@@ -45,6 +48,19 @@ void XHeapMemory::Reallocate( USize64 inSize )
                        : itsManager.AllocateHeap( inSize, itsAlignment );
     };
     itsReservation.SetAround( inSize, [&] { itsData = XAllocateWithRetry( itsManager, inSize, allocate ); } );
+}
+
+/// Does not fail: what the heap does not take back stays behind the bytes.
+void XHeapMemory::Shrink( USize64 inSize )
+{
+    const USize64 size = std::max<USize64>( inSize, 1 );
+    const USize64 before = itsReservation.GetBytes();
+    const XThreadLock lock( itsManager.GetAllocationMutex() );
+    void* const data = itsManager.ReallocateHeap( itsData, before, size, itsAlignment );
+    if ( !data )
+        return;
+    itsData = data;
+    itsReservation.Set( size );
 }
 
 void XHeapMemory::Free()

@@ -29,6 +29,7 @@ public:
 
 private:
     void Reallocate( USize64 inSize );
+    void Shrink( USize64 inSize );
 
     XMemoryManager& itsManager;
     XMemoryReservation itsReservation;

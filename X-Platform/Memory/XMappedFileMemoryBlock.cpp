@@ -3,7 +3,6 @@
 #include "Core/XErrorNumbers.h"
 #include "Memory/XMappedStorage.h"
 #include "Memory/XMemoryManager.h"
-#include "Threads/XLock.h"
 
 #include <algorithm>
 
@@ -93,13 +92,10 @@ void XMappedFileMemoryBlock::Resize( USize64 inSize )
         itsSize = inSize;
     else if ( itsState == kHeap )
         ResizeForMalloc( inSize );
-    else if ( itsState == kPermanentFile && itsChangeMode == kPublic )
+    else if ( IsPublic() )
         ResizePublicFile( inSize );
     else
-    {
-        const XLock lockForMove( this, kLockForRead ); // else making room might purge this very block
-        MoveToPagefile( inSize );
-    }
+        ResizeForMMap( inSize );
 }
 
 bool XMappedFileMemoryBlock::IsEmpty() const
@@ -131,7 +127,7 @@ USize64 XMappedFileMemoryBlock::GetTrueSize() const
     const auto address = reinterpret_cast<std::uint64_t>( GetViewData() );
     return address == 0
         ? 0
-        : XMemoryManager::AlignSizeToPageSize( address - GetTrueAddress() + GetStorageSize() );
+        : XMemoryManager::AlignSizeToPageSize( address - GetTrueAddress() + fileMapping->GetViewSize() );
 }
 
 void XMappedFileMemoryBlock::Purge()
@@ -140,6 +136,7 @@ void XMappedFileMemoryBlock::Purge()
     const XThreadLock lock( GetMutex(), kTimeoutMs );
     if ( !CanPurge() )
         XThrow( kErrorMemoryNotPurged );
+    CheckViewIntact();
     const USize64 size = GetTrueSize();
     if ( itsState == kPageFile && GetViewData() )
     {
@@ -155,17 +152,9 @@ void XMappedFileMemoryBlock::Purge()
 void XMappedFileMemoryBlock::SetSwapOnLock( XByteSwapMode inMode )
 {
     const XThreadLock lock( GetMutex() );
-    if ( itsState == kPermanentFile && itsChangeMode == kPublic && inMode != kSwapNone )
+    if ( IsPublic() && inMode != kSwapNone )
         XThrow( kErrorBadParameters );
     XMemoryBlock::SetSwapOnLock( inMode );
-}
-
-/// Changes to a public range are meant for whoever else looks at it.
-void XMappedFileMemoryBlock::PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode inMode )
-{
-    const bool isPublic = GetStorageState() == kPermanentFile && itsChangeMode == kPublic;
-    if ( !isPublic )
-        XMemoryBlock::PrepareForWriteLock( ioHandle, inMode );
 }
 
 XMemoryBlock* XMappedFileMemoryBlock::Clone( USize64 inSize )
@@ -180,6 +169,16 @@ XMemoryBlock* XMappedFileMemoryBlock::Clone( USize64 inSize )
         }
     }
     return XMemoryBlock::Clone( inSize );
+}
+
+XMemoryBlock* XMappedFileMemoryBlock::CloneResized( USize64 inSize )
+{
+    if ( !IsPublic() )
+        return XMemoryBlock::CloneResized( inSize );
+    const XThreadLock lock( GetMutex() );
+    CheckViewIntact();
+    LengthenFile( inSize );
+    return new XMappedFileMemoryBlock( itsFile, itsOffset, inSize, itsChangeMode );
 }
 
 XFileMappingBase::XPageProtection
@@ -202,13 +201,14 @@ void XMappedFileMemoryBlock::LockSelf( XLockMode inMode )
 {
     LockForMMap( inMode );
     XMemoryBlock::LockSelf( inMode );
+    itsMayHaveWritten |= IsPublic() && ( inMode & kLockForWrite );
 }
 
 void XMappedFileMemoryBlock::UnlockSelf( XLockMode inMode )
 {
     XMemoryBlock::UnlockSelf( inMode );
     if ( GetLockCount() == 0 )
-        itsRetired.reset();
+        UnlockForMMap();
 }
 
 void XMappedFileMemoryBlock::PostLock( XLockMode inMode )

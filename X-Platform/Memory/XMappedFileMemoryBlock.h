@@ -15,9 +15,15 @@ class XMappedStorage;
 /// block presents as memory. Fresh memory is zero, lies in the page file and is first allocated when it is locked. A
 /// purge writes it to a temporary file, from which later purges and reloads map it without copying.
 ///
+/// Damage: bytes that cannot be read from their file while the block is locked, since the disk fails or the file has been
+/// cut off, are zeros, and what is written to them does not get to the file. `CheckIntact` tells until the view goes, and
+/// the session log does. A damaged view is not purged (1020). It cannot be locked either (1020), except that of a
+/// permanent file which nobody has written to since it was last intact: that one is given up, and mapped anew.
+///
 /// Threads: see XMemoryBlock.
-/// Errors: 1012 and 1020 when locking, for want of budget or because the system refuses the view or a
-/// permanent file has become too short; 1023, 2701 and what the disk refuses (1263, 1021) when purging.
+/// Errors: 1012 and 1020 when locking, for want of budget or because the system refuses the view, even after
+/// memory has been freed for it, or a permanent file has become too short, or for damage; 1020, 1023, 2701 and
+/// what the disk refuses (1263, 1021) when purging.
 class KORVALE_API XMappedFileMemoryBlock : public XMemoryBlock
 {
 public:
@@ -72,8 +78,9 @@ public:
 
     void* GetData() override;
     USize64 GetSize() const override;
-    /// A public range of a file stays one, and a file that is too short is lengthened; other mapped bytes move to the page
-    /// file, those in the heap stay there.
+    /// A public range of a file stays one, and a file that is too short is lengthened. A private range moves to the page
+    /// file, and so do a temporary file's bytes to become more; other bytes stay where they are. Fewer bytes than before
+    /// take no memory, except those of a private range.
     void Resize( USize64 inSize ) override;
     bool IsEmpty() const override;
     void DestroySelf() override;
@@ -84,10 +91,11 @@ public:
     void Purge() override;
     /// 1013 for a public range, whose file would be changed.
     void SetSwapOnLock( XByteSwapMode inMode ) override;
-    void PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode inMode ) override;
     void PostLock( XLockMode inMode ) override;
     /// A permanent file of which nothing has changed is shared, not copied.
     XMemoryBlock* Clone( USize64 inSize ) override;
+    XMemoryBlock* CloneResized( USize64 inSize ) override;
+    bool IsPublic() const override { return itsState == kPermanentFile && itsChangeMode == kPublic; }
     void CheckIntact() const override;
 
     XStorageState GetStorageState() const { return itsState; }
@@ -107,6 +115,8 @@ protected:
 private:
     bool IsMapped() const { return itsState >= kPageFile; }
     bool IsPrivateFile() const { return itsState == kPermanentFile && itsChangeMode != kPublic; }
+    bool IsViewIntact() const;
+    void CheckViewIntact() const;
     USize64 GetStorageSize() const;
     void* GetViewData() const;
     std::unique_ptr<XMappedStorage> MakeStorage( std::unique_ptr<XFileMappingBase> inMapping ) const;
@@ -116,7 +126,9 @@ private:
     void AllocateForMMap();
     void OpenPermanentFile();
     void Map();
-    void MapView( XMappedStorage& ioStorage, USize64 inSize );
+    void
+    MapView( XMappedStorage& ioStorage, USize64 inSize, XFileMappingBase::XPageProtection inAccess ) const;
+    bool CanBeMapped( const XMappedStorage& inStorage, USize64 inSize ) const;
     void Unmap();
     void DestroyMalloc();
     void DestroyMMap();
@@ -128,9 +140,14 @@ private:
     void MoveToPagefile( USize64 inSize );
     void CopyToTempFile();
     void LockForMMap( XLockMode inMode );
+    void UnlockForMMap();
     void ResizeForMalloc( USize64 inSize );
+    void ResizeForMMap( USize64 inSize );
+    void GrowForMMap( USize64 inSize );
+    void ShrinkForMMap( USize64 inSize );
+    bool ResizeView( USize64 inSize );
     void ResizePublicFile( USize64 inSize );
-    void LengthenFile( std::uint64_t inFileSize );
+    void LengthenFile( USize64 inSize );
 
     std::atomic<XStorageState> itsState = kUnallocated; // written under the mutex
     USize64 itsSize = 0;
@@ -141,6 +158,7 @@ private:
     XHeapMemory itsHeap;                  // holds memory in the heap state only
     XLockMode itsPendingCopy = kLockNone; // the mode of the lock for which a private copy is to be made
     bool itsWasPurged = false;
+    bool itsMayHaveWritten = false; // to a public range, since its view was last seen intact
 
     // A permanent file; the path is empty once the file is open.
     std::shared_ptr<WFile> itsFile;

@@ -1,8 +1,11 @@
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
+#include "Core/XSwallowErrors.h"
 #include "Memory/XMappedFileMemoryBlock.h"
 #include "Memory/XMappedStorage.h"
 #include "Memory/XMemoryManager.h"
+#include "Services/XSessionLogManager.h"
+#include "Threads/XLock.h"
 
 #include <algorithm>
 #include <cstring>
@@ -86,6 +89,7 @@ void XMappedFileMemoryBlock::Destroy()
     if ( fileMapping )
         DestroyMMap();
     itsHeap.Free();
+    itsMayHaveWritten = false;
     itsFile.reset();
     itsPath.clear();
     itsState = kUnallocated;
@@ -95,18 +99,37 @@ void XMappedFileMemoryBlock::Destroy()
 
 // ---- Into memory and out of it
 
-/// Only a permanent file can be damaged, or must not be written to.
+/// A damaged view is given up for another try where nothing is lost with it.
 void XMappedFileMemoryBlock::LockForMMap( XLockMode inMode )
 {
+    if ( itsState != kPermanentFile || GetLockCount() > 0 || itsMayHaveWritten )
+        CheckViewIntact();
+    else if ( !IsViewIntact() )
+        Unmap();
     if ( itsState != kPermanentFile )
         return;
-    // A view with damage in it is given up for another try.
-    if ( GetViewData() && !fileMapping->IsViewIntact() && GetLockCount() == 0 )
-        Unmap();
     const bool mustSwapElsewhere =
         GetSwapOnLock() != kSwapNone && itsViewAccess == XFileMappingBase::kPageReadOnly;
     const bool mustCopy = ( inMode & kLockForWrite ) || mustSwapElsewhere;
     itsPendingCopy = IsPrivateFile() && mustCopy ? inMode : kLockNone;
+}
+
+/// After the last lock. A damaged view cannot be purged, so the manager is not to try.
+void XMappedFileMemoryBlock::UnlockForMMap()
+{
+    itsRetired.reset();
+    if ( IsViewIntact() )
+    {
+        itsMayHaveWritten = false;
+        return;
+    }
+    GetManager().RemoveBlock( this );
+    XSwallowErrors(
+        []
+        {
+            XSessionLogManager::Log(
+                kLogError, "Bytes of a mapped file could not be read, or changes to them not be kept" );
+        } );
 }
 
 void XMappedFileMemoryBlock::Reload()
@@ -126,7 +149,7 @@ void XMappedFileMemoryBlock::Map()
     XAssert( fileMapping );
     if ( fileMapping->GetViewData() )
         return;
-    MapView( *fileMapping, GetStorageSize() );
+    MapView( *fileMapping, GetStorageSize(), itsViewAccess );
     SetFlags( kInMemory | kPurgeable );
     if ( itsState == kPermanentFile )
         HasReadOriginal();
@@ -134,19 +157,27 @@ void XMappedFileMemoryBlock::Map()
 }
 
 /// Where the address space has no hole of the size, purging may open one.
-void XMappedFileMemoryBlock::MapView( XMappedStorage& ioStorage, USize64 inSize )
+void XMappedFileMemoryBlock::MapView(
+    XMappedStorage& ioStorage, USize64 inSize, XFileMappingBase::XPageProtection inAccess ) const
 {
     try
     {
-        ioStorage.MapView( inSize, itsViewAccess );
+        ioStorage.MapView( inSize, inAccess );
     }
     catch ( const XException& error )
     {
-        if ( itsState == kPermanentFile || error.GetErrorNumber() != kErrorMemoryNotMapped )
+        if ( error.GetErrorNumber() != kErrorMemoryNotMapped || !CanBeMapped( ioStorage, inSize ) )
             throw;
         GetManager().FreeMemory( inSize );
-        ioStorage.MapView( inSize, itsViewAccess );
+        ioStorage.MapView( inSize, inAccess );
     }
+}
+
+/// False for a permanent file that is too short.
+bool XMappedFileMemoryBlock::CanBeMapped( const XMappedStorage& inStorage, USize64 inSize ) const
+{
+    const bool isOfFile = itsState == kPermanentFile && &inStorage == fileMapping.get();
+    return !isOfFile || itsFile->GetSize() >= itsOffset + inSize;
 }
 
 void XMappedFileMemoryBlock::Unmap()
@@ -159,10 +190,22 @@ void XMappedFileMemoryBlock::Unmap()
     SetFlags( kOnDisk );
 }
 
+bool XMappedFileMemoryBlock::IsViewIntact() const
+{
+    return !GetViewData() || fileMapping->IsViewIntact();
+}
+
+void XMappedFileMemoryBlock::CheckViewIntact() const
+{
+    if ( !IsViewIntact() )
+        XThrow( kErrorMemoryNotMapped );
+}
+
 void XMappedFileMemoryBlock::CheckIntact() const
 {
     const XThreadLock lock( GetMutex() );
-    if ( GetViewData() && !fileMapping->IsViewIntact() )
+    CheckViewIntact();
+    if ( itsRetired && !itsRetired->IsViewIntact() )
         XThrow( kErrorMemoryNotMapped );
 }
 
@@ -171,7 +214,7 @@ void XMappedFileMemoryBlock::CheckIntact() const
 void XMappedFileMemoryBlock::CopyView( void* outData, USize64 inSize ) const
 {
     std::memcpy( outData, GetViewData(), inSize );
-    CheckIntact();
+    CheckViewIntact();
 }
 
 void XMappedFileMemoryBlock::CopyToMalloc()
@@ -204,7 +247,7 @@ void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
 {
     const USize64 size = std::max<USize64>( inSize, 1 );
     auto storage = MakeStorage( GetManager().MakePageFileMapping( size ) );
-    storage->MapView( size, XFileMappingBase::kPageReadWrite );
+    MapView( *storage, size, XFileMappingBase::kPageReadWrite );
     CopyView( storage->GetViewData(), std::min( inSize, itsSize ) );
     RetireMMap();
     HasKeptChanges();
@@ -235,25 +278,91 @@ void XMappedFileMemoryBlock::ResizeForMalloc( USize64 inSize )
     itsSize = inSize;
 }
 
+void XMappedFileMemoryBlock::ResizeForMMap( USize64 inSize )
+{
+    if ( inSize == itsSize )
+        return;
+    if ( IsPrivateFile() || inSize > itsSize )
+        GrowForMMap( inSize );
+    else
+        ShrinkForMMap( inSize );
+}
+
+/// Memory grows where it is, if the system can, and what becomes larger than its file moves.
+void XMappedFileMemoryBlock::GrowForMMap( USize64 inSize )
+{
+    const XLock lockForMove( this, kLockForRead ); // else making room might purge this very block
+    const USize64 oldViewSize = fileMapping->GetViewSize();
+    if ( itsState != kPageFile || !ResizeView( inSize ) )
+        return MoveToPagefile( inSize );
+    // What an earlier shrinking could not cut off.
+    if ( oldViewSize > itsSize )
+        std::memset(
+            static_cast<std::uint8_t*>( GetViewData() ) + itsSize, 0,
+            std::min( oldViewSize, inSize ) - itsSize );
+    itsSize = inSize;
+}
+
+/// Takes no memory. What the system cannot cut off stays behind the bytes until the view goes. A file's view goes at once:
+/// the next lock maps less of it.
+void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
+{
+    CheckViewIntact();
+    if ( itsState != kPageFile )
+        Unmap();
+    else if ( GetViewData() )
+        ResizeView( inSize );
+    itsSize = inSize;
+}
+
+/// A block on the manager's list must stay where it is.
+bool XMappedFileMemoryBlock::ResizeView( USize64 inSize )
+{
+    GetManager().RemoveBlock( this );
+    bool isDone = false;
+    try
+    {
+        isDone = fileMapping->ResizeView( std::max<USize64>( inSize, 1 ) );
+    }
+    catch ( ... )
+    {
+        GetManager().AddBlock( this );
+        throw;
+    }
+    GetManager().AddBlock( this );
+    return isDone;
+}
+
 void XMappedFileMemoryBlock::ResizePublicFile( USize64 inSize )
 {
-    if ( !itsFile )
-        OpenPermanentFile();
-    const USize64 size = std::max<USize64>( inSize, 1 );
-    LengthenFile( itsOffset + size );
-    auto storage = MakeStorage( GetManager().MakeFileMapping( itsFile, itsOffset, size, itsViewAccess ) );
-    if ( fileMapping )
-        Unmap();
+    LengthenFile( inSize );
+    if ( inSize <= itsSize )
+        return ShrinkForMMap( inSize );
+    CheckViewIntact();
+    auto storage = MakeStorage( GetManager().MakeFileMapping( itsFile, itsOffset, inSize, itsViewAccess ) );
+    Unmap();
     fileMapping = std::move( storage );
     itsSize = inSize;
 }
 
-/// Written, not just lengthened: the disk has to have room before somebody writes to the view.
-void XMappedFileMemoryBlock::LengthenFile( std::uint64_t inFileSize )
+/// Makes the file long enough for a range of `inSize` bytes. Written, not just lengthened: the disk has to have room before
+/// somebody writes to the view.
+void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
 {
+    if ( !fileMapping )
+        OpenPermanentFile();
     constexpr USize64 kStep = 1024 * 1024;
-    std::uint64_t end = itsFile->GetSize();
-    const XVector<std::uint8_t> zeros( std::min( inFileSize - std::min( end, inFileSize ), kStep ) );
-    for ( ; end < inFileSize; end = std::min( end + kStep, inFileSize ) )
-        itsFile->WriteAt( end, zeros.data(), std::min( inFileSize - end, kStep ) );
+    const std::uint64_t fileSize = itsOffset + std::max<USize64>( inSize, 1 );
+    const std::uint64_t before = itsFile->GetSize();
+    const XVector<std::uint8_t> zeros( std::min( fileSize - std::min( before, fileSize ), kStep ) );
+    try
+    {
+        for ( std::uint64_t end = before; end < fileSize; end = std::min( end + kStep, fileSize ) )
+            itsFile->WriteAt( end, zeros.data(), std::min( fileSize - end, kStep ) );
+    }
+    catch ( ... )
+    {
+        XSwallowErrors( [&] { itsFile->SetSize( before ); } );
+        throw;
+    }
 }

@@ -21,8 +21,13 @@ public:
 
     /// Throws 1012 when the budget has no room, 1020 when the system refuses; then there is no view.
     void MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess );
+    /// Makes mapping and view larger or smaller where the bytes are, which may move. False, with everything as it was, where
+    /// the mapping cannot. Throws 1012 when the budget has no room for what is new.
+    bool ResizeView( USize64 inSize );
     void UnmapView();
 
+    /// Bytes of the view, 0 while there is none.
+    USize64 GetViewSize() const { return GetViewData() ? itsViewSize : 0; }
     /// Null while there is no view.
     void* GetViewData() const { return itsMapping->GetViewData(); }
     bool IsViewIntact() const { return itsMapping->IsViewIntact(); }
@@ -30,4 +35,5 @@ public:
 private:
     std::unique_ptr<XFileMappingBase> itsMapping;
     XMemoryReservation itsReservation;
+    USize64 itsViewSize = 0;
 };

@@ -80,8 +80,8 @@ void XMemoryBlock::Unreference( const XMemoryHandle& )
 
 void XMemoryBlock::PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode )
 {
-    if ( GetRefCount() > 1 )
-        ioHandle.SetBlock( Clone( GetSize() ) );
+    if ( GetRefCount() > 1 && !IsPublic() )
+        ioHandle.MoveToBlock( Clone( GetSize() ) );
 }
 
 XMemoryBlock* XMemoryBlock::Clone( USize64 inSize )

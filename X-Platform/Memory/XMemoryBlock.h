@@ -97,7 +97,8 @@ public:
     void Unreference( const XMemoryHandle& inHandle );
     std::uint32_t GetRefCount() const { return itsRefCount.load( std::memory_order_acquire ); }
 
-    /// Called before a handle locks the block to write. Where others share the block, the handle gets one of its own.
+    /// Called before a handle locks the block to write. Where others share the block, the handle gets one of its own, by
+    /// `XMemoryHandle::MoveToBlock`.
     virtual void PrepareForWriteLock( XMemoryHandle& ioHandle, XLockMode inMode );
     /// Called under the mutex after a lock: does what needs the bytes in memory.
     virtual void PostLock( XLockMode inMode );
@@ -105,7 +106,15 @@ public:
     /// A new block with a copy of the bytes, `inSize` of them, as far as there are so many. It belongs to the caller.
     virtual XMemoryBlock* Clone( USize64 inSize );
 
-    /// 1020 if bytes of the data could not be had from where they lie. For who has read them.
+    /// The block of `inSize` bytes that a handle refers to instead of this one, which it shares with others: a clone, or
+    /// another range of the same file where changes go to the file. It belongs to the caller.
+    virtual XMemoryBlock* CloneResized( USize64 inSize ) { return Clone( inSize ); }
+
+    /// True where changes are meant for everybody who looks at the bytes: handles share the block while it is written to.
+    virtual bool IsPublic() const { return false; }
+
+    /// 1020 if bytes of the data could not be read from where they lie, or what was written does not get there. To be
+    /// called before the unlock by whoever has read or written: the next lock may start anew.
     virtual void CheckIntact() const {}
 
 protected:

@@ -7,6 +7,49 @@
 #include <cstring>
 #include <utility>
 
+// The locks of a handle and those on blocks.
+//
+// Each lock of the handle locks its block once. When a write lock moves the handle to another block, the block before is
+// retired: it keeps the locks that it has, whose owners still look at its bytes, and the new lock is on the new block.
+// Under the mutex, outside of LockSelf and UnlockSelf, therefore:
+//
+// - `itsBlockLocks` is the number of this handle's locks on `itsBlock`, and `locks` that on each retired block.
+// - Nothing is retired while `itsLocks` is 0, and then `itsBlockLocks` is 0 too.
+// - While nothing is retired, `itsBlockLocks` is `itsLocks`.
+// - While something is retired, `itsBlockLocks` is above 0: whoever holds a lock gets data from `itsBlock`. No block is
+//   unlocked before the last lock is gone, since which lock was on which block is not known.
+//
+// So only a lock may exchange the block of a locked handle, and one that fails after the exchange undoes it. Everything
+// else that sets the block refuses a locked handle.
+
+namespace
+{
+
+/// A reference to a block that a handle is about to take over.
+class BlockReference
+{
+public:
+    BlockReference( const XMemoryHandle& inHandle, XMemoryBlock* inBlock )
+        : itsHandle( inHandle ), itsBlock( inBlock )
+    {
+    }
+    BlockReference( const BlockReference& ) = delete;
+    BlockReference& operator=( const BlockReference& ) = delete;
+    ~BlockReference()
+    {
+        if ( itsBlock )
+            itsBlock->Unreference( itsHandle );
+    }
+
+    XMemoryBlock* Release() { return std::exchange( itsBlock, nullptr ); }
+
+private:
+    const XMemoryHandle& itsHandle;
+    XMemoryBlock* itsBlock;
+};
+
+} // namespace
+
 XMemoryHandle::XMemoryHandle( USize64 inSize )
     : XMemoryHandle( std::unique_ptr<XMemoryBlock>( XMemoryManager::GetManager()->MakeBlock( inSize ) ) )
 {
@@ -26,10 +69,12 @@ XMemoryHandle& XMemoryHandle::operator=( const XMemoryHandle& inOther )
 {
     if ( this == &inOther )
         return *this;
+    CheckUnlocked();
+    BlockReference block( *this, inOther.ShareBlockWith( *this ) );
     XLockable::operator=( inOther );
-    XMemoryBlock* block = inOther.ShareBlockWith( *this );
     const XThreadLock lock( GetMutex() );
-    ReplaceBlock( block );
+    CheckUnlocked(); // still
+    ReplaceBlock( block.Release() );
     return *this;
 }
 
@@ -39,14 +84,14 @@ XMemoryHandle::~XMemoryHandle()
     ReleaseRetired();
 }
 
-/// Adds a reference for the copy. Bytes that are just being written are not shared.
+/// Adds a reference for the copy. Bytes that are just being written are not shared, except with a file.
 XMemoryBlock* XMemoryHandle::ShareBlockWith( XMemoryHandle& ioCopy ) const
 {
     const XThreadLock lock( GetMutex() );
     XMemoryBlock* block = GetBlock();
     if ( !block )
         return nullptr;
-    if ( itsWriteLocks > 0 )
+    if ( itsWriteLocks > 0 && !block->IsPublic() )
         block = block->Clone( block->GetSize() );
     block->Reference( ioCopy );
     return block;
@@ -54,13 +99,23 @@ XMemoryBlock* XMemoryHandle::ShareBlockWith( XMemoryHandle& ioCopy ) const
 
 void XMemoryHandle::SetBlock( XMemoryBlock* inBlock )
 {
+    const XThreadLock lock( GetMutex() );
+    CheckUnlocked();
     if ( inBlock )
         inBlock->Reference( *this );
-    const XThreadLock lock( GetMutex() );
     ReplaceBlock( inBlock );
 }
 
-/// Under the mutex, with a block that is referenced already.
+void XMemoryHandle::MoveToBlock( XMemoryBlock* inBlock )
+{
+    const XThreadLock lock( GetMutex() );
+    inBlock->Reference( *this );
+    BlockReference block( *this, inBlock );
+    itsRetired.reserve( itsRetired.size() + 1 );
+    ReplaceBlock( block.Release() );
+}
+
+/// Under the mutex, with a block that is referenced already. Does not throw: there is room for what it retires.
 void XMemoryHandle::ReplaceBlock( XMemoryBlock* inBlock )
 {
     XMemoryBlock* before = itsBlock.exchange( inBlock, std::memory_order_acq_rel );
@@ -82,6 +137,22 @@ void XMemoryHandle::ReleaseRetired()
     }
 }
 
+/// Undoes the last exchange of blocks, with no lock on the new one yet.
+void XMemoryHandle::BringBackRetired()
+{
+    const XRetired last = itsRetired.back();
+    itsRetired.pop_back();
+    itsBlockLocks = last.locks;
+    itsBlock.exchange( last.block, std::memory_order_acq_rel )->Unreference( *this );
+}
+
+void XMemoryHandle::CheckUnlocked() const
+{
+    const XThreadLock lock( GetMutex() );
+    const std::uint32_t locks = itsLocks;
+    XAssert( locks == 0 );
+}
+
 XMemoryBlock& XMemoryHandle::CheckedBlock() const
 {
     XAssert( itsBlock );
@@ -92,9 +163,19 @@ XMemoryBlock& XMemoryHandle::CheckedBlock() const
 
 void XMemoryHandle::LockSelf( XLockMode inMode )
 {
-    if ( inMode & kLockForWrite )
-        CheckedBlock().PrepareForWriteLock( *this, inMode );
-    LockBlock( inMode );
+    const std::size_t retired = itsRetired.size();
+    try
+    {
+        if ( inMode & kLockForWrite )
+            CheckedBlock().PrepareForWriteLock( *this, inMode );
+        LockBlock( inMode );
+    }
+    catch ( ... )
+    {
+        if ( itsRetired.size() > retired )
+            BringBackRetired();
+        throw;
+    }
     ++itsLocks;
     ++itsBlockLocks;
     if ( inMode & kLockForWrite )
@@ -120,7 +201,6 @@ void XMemoryHandle::LockBlock( XLockMode inMode )
     }
 }
 
-/// With blocks retired it is not known which lock was on which block, so all of them stay locked until no lock is left.
 void XMemoryHandle::UnlockSelf( XLockMode inMode )
 {
     XAssert( itsLocks > 0 );
@@ -151,6 +231,14 @@ USize64 XMemoryHandle::GetDataSize() const
     return block ? block->GetSize() : 0;
 }
 
+void XMemoryHandle::CheckIntact() const
+{
+    const XThreadLock lock( GetMutex() );
+    CheckedBlock().CheckIntact();
+    for ( const XRetired& retired : itsRetired )
+        retired.block->CheckIntact();
+}
+
 void XMemoryHandle::CheckRange( USize64 inCount, USize64 inOffset ) const
 {
     const USize64 size = GetDataSize();
@@ -176,10 +264,9 @@ void XMemoryHandle::Resize( USize64 inSize )
     XMemoryBlock* block = GetBlock();
     if ( !block )
         return SetBlock( MakeBlock( inSize ) );
-    const std::uint32_t locks = itsLocks;
-    XAssert( locks == 0 );
+    CheckUnlocked();
     if ( block->GetRefCount() > 1 )
-        SetBlock( block->Clone( inSize ) );
+        SetBlock( block->CloneResized( inSize ) );
     else
         block->Resize( inSize );
     SetDirtyFlag( true );
@@ -189,11 +276,13 @@ void XMemoryHandle::Clear( std::uint8_t inByte )
 {
     const XLock lock( this, kLockForWrite );
     std::memset( GetData(), inByte, GetDataSize() );
+    CheckIntact();
 }
 
 void XMemoryHandle::Empty()
 {
     const XThreadLock lock( GetMutex() );
+    CheckUnlocked();
     if ( HasBlock() )
         SetBlock( MakeBlock( 0 ) );
     SetDirtyFlag( true );
@@ -222,24 +311,34 @@ XMemoryHandle XMemoryHandle::CloneMemory() const
     return XMemoryHandle( std::unique_ptr<XMemoryBlock>( block.Clone( block.GetSize() ) ) );
 }
 
+/// False for a handle that has no bytes and gets none from a lock.
+bool XMemoryHandle::HasBytesToLock() const
+{
+    return HasBlock() || GetDataFetcher();
+}
+
+/// How many bytes there are is known when the handle is locked: the lock may fetch them.
 void XMemoryHandle::CopyDataFrom( const void* inSource, USize64 inCount, USize64 inOffset )
 {
+    if ( inCount == 0 && !HasBytesToLock() )
+        return CheckRange( 0, inOffset );
+    const XLock lock( this, inCount > 0 ? kLockForWrite : kLockForRead );
     CheckRange( inCount, inOffset );
-    if ( inCount == 0 )
-        return;
-    const XLock lock( this, kLockForWrite );
-    std::memcpy( static_cast<std::uint8_t*>( GetData() ) + inOffset, inSource, inCount );
+    if ( inCount > 0 )
+        std::memcpy( static_cast<std::uint8_t*>( GetData() ) + inOffset, inSource, inCount );
+    CheckIntact();
 }
 
 /// Locking is no change that a reader of the handle could notice.
 void XMemoryHandle::CopyDataTo( void* outTarget, USize64 inCount, USize64 inOffset ) const
 {
-    CheckRange( inCount, inOffset );
-    if ( inCount == 0 )
-        return;
+    if ( inCount == 0 && !HasBytesToLock() )
+        return CheckRange( 0, inOffset );
     const XLock lock( const_cast<XMemoryHandle*>( this ), kLockForRead );
-    std::memcpy( outTarget, static_cast<const std::uint8_t*>( GetData() ) + inOffset, inCount );
-    GetBlock()->CheckIntact();
+    CheckRange( inCount, inOffset );
+    if ( inCount > 0 )
+        std::memcpy( outTarget, static_cast<const std::uint8_t*>( GetData() ) + inOffset, inCount );
+    CheckIntact();
 }
 
 XByteSwapMode XMemoryHandle::GetSwapOnLock() const
@@ -251,6 +350,7 @@ XByteSwapMode XMemoryHandle::GetSwapOnLock() const
 void XMemoryHandle::SetSwapOnLock( XByteSwapMode inMode )
 {
     const XThreadLock lock( GetMutex() );
+    CheckUnlocked();
     CheckedBlock().PrepareForWriteLock( *this, kLockForWrite );
     CheckedBlock().SetSwapOnLock( inMode );
 }

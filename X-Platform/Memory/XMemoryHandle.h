@@ -13,15 +13,16 @@
 ///     const XLock lock( handle, kLockForWrite );
 ///     std::memset( handle.GetData(), 0, handle.GetDataSize() );
 ///
-/// A handle that is locked for writing is copied byte by byte. Where a lock has to bring the bytes to another place - the
+/// A handle that is locked for writing is copied byte by byte, unless its changes go to a file, which copies share all the
+/// time. Where a lock has to bring the bytes to another place - the
 /// first write lock of a shared block, or of a range of a file that is not to be changed - outer locks keep looking at
 /// the old place until all of the handle's locks are gone.
 ///
 /// Ownership: handles own their block together.
 /// Threads: any thread may lock, copy and change a handle; who writes keeps others out in another way.
 /// Errors: 1012 and 1020 where bytes cannot be had, 1013 for bytes outside the data; internal errors for a
-/// handle without a block ("itsBlock"), for data that is not locked ("locks > 0"), and for resizing what is
-/// ("locks == 0").
+/// handle without a block ("itsBlock"), for data that is not locked ("locks > 0"), and for resizing, assigning
+/// to, emptying or reading from a stream a handle that is ("locks == 0"). Each leaves the handle as it was.
 class KORVALE_API XMemoryHandle : public XLockable, public XStorable
 {
 public:
@@ -50,8 +51,12 @@ public:
     bool HasBlock() const { return GetBlock() != nullptr; }
     /// The block, which may be another after the next write lock. Null if there is none.
     XMemoryBlock* GetBlock() const { return itsBlock.load( std::memory_order_acquire ); }
-    /// Lets the handle refer to a block that no handle references yet, or whose owner shares it this way.
+    /// Lets the handle, which is not locked, refer to a block that no handle references yet, or whose owner shares it this
+    /// way.
     void SetBlock( XMemoryBlock* inBlock );
+    /// The same for blocks that prepare the handle for a write lock. The handle may be locked: outer locks keep the block
+    /// that they have locked.
+    void MoveToBlock( XMemoryBlock* inBlock );
 
     // ---- The bytes of a locked handle
 
@@ -60,10 +65,13 @@ public:
     std::uint8_t GetByte( USize64 inIndex ) const;
     void SetByte( USize64 inIndex, std::uint8_t inByte );
     std::uint8_t operator[]( USize64 inIndex ) const { return GetByte( inIndex ); }
+    /// Throws 1020 if bytes could not be read from the file they lie in, or changes do not get there: the disk fails, or
+    /// the file has been cut off. For whoever has read or written bytes, before the unlock: the next lock may read anew.
+    void CheckIntact() const;
 
     // ---- Operations that lock for themselves
 
-    /// Keeps the bytes as far as they fit.
+    /// Keeps the bytes as far as they fit. Copies of the handle keep their size.
     void Resize( USize64 inSize );
     /// Sets every byte.
     void Clear( std::uint8_t inByte = 0 );
@@ -73,8 +81,8 @@ public:
     void Purge();
     /// A handle with a copy of the bytes in a block of its own, of the same kind.
     XMemoryHandle CloneMemory() const;
+    /// Both throw 1020 where `CheckIntact` does.
     void CopyDataFrom( const void* inSource, USize64 inCount, USize64 inOffset = 0 );
-    /// Throws 1020 if the bytes lie in a file that has become too short meanwhile.
     void CopyDataTo( void* outTarget, USize64 inCount, USize64 inOffset = 0 ) const;
 
     XByteSwapMode GetSwapOnLock() const;
@@ -115,13 +123,17 @@ private:
     };
 
     XMemoryBlock& CheckedBlock() const;
+    void CheckUnlocked() const;
+    bool HasBytesToLock() const;
     void CheckRange( USize64 inCount, USize64 inOffset ) const;
     void LockBlock( XLockMode inMode );
     void ReleaseRetired();
+    void BringBackRetired();
     XMemoryBlock* ShareBlockWith( XMemoryHandle& ioCopy ) const;
     void ReplaceBlock( XMemoryBlock* inBlock );
 
-    // All guarded by the mutex; the block may be read by who holds a lock.
+    // All guarded by the mutex; the block may be read by who holds a lock. How they belong together is at the head of the
+    // source.
     std::atomic<XMemoryBlock*> itsBlock = nullptr;
     std::uint32_t itsLocks = 0;
     std::uint32_t itsWriteLocks = 0; // of these

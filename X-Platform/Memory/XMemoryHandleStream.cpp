@@ -64,10 +64,12 @@ void XMemoryHandle::WriteStream2( XStream& inStream, XOptions ) const
 
 void XMemoryHandle::WriteStream( XStream& inStream, XCompressionType inCompression ) const
 {
-    if ( GetDataSize() == 0 )
+    if ( !HasBytesToLock() )
         return WriteHeader( inStream, 0, kNoCompression, 0 );
     const XLock lock( const_cast<XMemoryHandle*>( this ), kLockForRead );
     const USize64 size = GetDataSize();
+    if ( size == 0 )
+        return WriteHeader( inStream, 0, kNoCompression, 0 );
     if ( inCompression == kNoCompression )
     {
         WriteHeader( inStream, size, kNoCompression, size );
@@ -79,11 +81,12 @@ void XMemoryHandle::WriteStream( XStream& inStream, XCompressionType inCompressi
         WriteHeader( inStream, size, inCompression, bytes.GetLength() );
         bytes.Write( inStream );
     }
-    GetBlock()->CheckIntact();
+    CheckIntact();
 }
 
 void XMemoryHandle::ReadStream2( XStream& inStream, XOptions )
 {
+    CheckUnlocked();
     ReadCheckedVersion( inStream, GetClassVersion() );
     USize64 size = 0;
     USize64 storedLength = 0;

@@ -1,0 +1,181 @@
+#include "Core/XMemStream.h"
+#include "Core/XString.h"
+#include "Memory/TestManager.h"
+#include "Memory/XHandleStream.h"
+#include "Memory/XMappedFileMemoryHandle.h"
+#include "TestErrors.h"
+#include "TestFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <utility>
+
+#include <unistd.h>
+
+// What becomes of blocks whose files lose bytes while they are mapped: as with a disk that fails, reading there is a signal.
+
+namespace
+{
+
+constexpr USize64 kSize = 200'000;
+
+/// Files are cut off as soon as a view of them is there.
+class DamagingManager : public TestManager
+{
+public:
+    DamagingManager()
+    {
+        whenMapped = [this]( const WFile& inFile )
+        {
+            if ( !itsIsDamaging )
+                return;
+            EXPECT_EQ( 0, ::ftruncate( static_cast<int>( inFile.GetRawHandle() ), 0 ) );
+        };
+    }
+
+    void SetDamaging( bool inIsDamaging ) { itsIsDamaging = inIsDamaging; }
+
+private:
+    bool itsIsDamaging = true;
+};
+
+/// Purged, so that the next lock is of a damaged file.
+XMappedFileMemoryHandle MakePurged()
+{
+    XMappedFileMemoryHandle handle( kSize );
+    Fill( handle, 1 );
+    handle.GetBlock()->Purge();
+    return handle;
+}
+
+/// Reads or writes a byte under a lock, and returns the errors of the check there and after the unlock.
+std::pair<std::uint32_t, std::uint32_t> Touch( XMemoryHandle& ioHandle, XLockMode inMode )
+{
+    std::uint32_t inside = 0;
+    {
+        const XLock lock( ioHandle, inMode );
+        ioHandle.CheckIntact();
+        if ( inMode & kLockForWrite )
+            ioHandle.SetByte( 100, 7 );
+        EXPECT_EQ( inMode & kLockForWrite ? 7 : 0, ioHandle[100] );
+        inside = ErrorOf( [&] { ioHandle.CheckIntact(); } );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock second( ioHandle, kLockForRead ); } ) );
+    }
+    return { inside, ErrorOf( [&] { ioHandle.CheckIntact(); } ) };
+}
+
+} // namespace
+
+TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
+{
+    for ( const XLockMode mode : { kLockForRead, kLockForReadWrite } )
+    {
+        DamagingManager manager;
+        auto handle = MakePurged();
+        EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, mode ) );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        handle.Purge();
+        manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry );
+        EXPECT_LT( kSize, manager.GetBytesInUse() ); // what was written is still there
+        EXPECT_EQ( 0u, manager.GetPurgeableBlockCount() );
+        XMappedFileMemoryHandle copy( handle );
+        XMemStream stream;
+        char byte = 0;
+        const std::function<void()> attempts[] = {
+            [&] { const XLock lock( handle, kLockForRead ); },
+            [&] { handle.CopyDataTo( &byte, 1 ); },
+            [&] { copy.CopyDataFrom( &byte, 1 ); },
+            [&] { handle.CloneMemory(); },
+            [&] { copy.Resize( kSize / 2 ); },
+            [&] { handle.WriteStream2( stream ); },
+            [&] { handle.Clear(); },
+        };
+        for ( const auto& attempt : attempts )
+            EXPECT_EQ( 1020u, ErrorOf( attempt ) );
+        copy.Empty();
+        for ( const USize64 size : { kSize / 2, 2 * kSize } )
+            EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( size ); } ) );
+        handle.Empty();
+        EXPECT_EQ( 0u, manager.GetBytesInUse() );
+    }
+}
+
+// The operation itself meets the damage.
+TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
+{
+    DamagingManager manager;
+    XMemStream stream;
+    char bytes[10] = {};
+    const std::function<void( XMemoryHandle& )> operations[] = {
+        [&]( XMemoryHandle& ioHandle ) { ioHandle.CopyDataTo( bytes, 10 ); },
+        [&]( XMemoryHandle& ioHandle ) { ioHandle.CopyDataFrom( bytes, 10 ); },
+        [&]( XMemoryHandle& ioHandle ) { ioHandle.Clear( 5 ); },
+        [&]( XMemoryHandle& ioHandle ) { ioHandle.CloneMemory(); },
+        [&]( XMemoryHandle& ioHandle ) { ioHandle.Resize( 2 * kSize ); },
+        [&]( XMemoryHandle& ioHandle ) { ioHandle.WriteStream2( stream ); },
+        [&]( XMemoryHandle& ioHandle )
+        {
+            XHandleStream handleStream( ioHandle );
+            handleStream.SeekTo( 5 );
+            handleStream.Write8( 1 );
+            handleStream.Close();
+        },
+    };
+    for ( const auto& operation : operations )
+    {
+        auto handle = MakePurged();
+        EXPECT_EQ( 1020u, ErrorOf( [&] { operation( handle ); } ) );
+        EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+    }
+    // An object in front of the damage.
+    XMappedFileMemoryHandle handle( 0 );
+    {
+        XHandleStream object( handle );
+        object.WriteStreamInfo();
+        object.WriteObject( XString( std::string( 10'000, 'x' ) ) );
+    }
+    handle.GetBlock()->Purge();
+    manager.whenMapped = []( const WFile& inFile )
+    { EXPECT_EQ( 0, ::ftruncate( static_cast<int>( inFile.GetRawHandle() ), 4096 ) ); };
+    EXPECT_EQ( 1020u, ErrorOf( [&] { delete XHandleStream::HandleToObject( handle ); } ) );
+}
+
+TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
+{
+    using Block = XMappedFileMemoryBlock;
+    const TestFolder folder;
+    const auto path = folder.Write( "data", std::string( kSize, 'a' ) );
+    for ( const auto mode : { Block::kPrivate, Block::kPrivatePages, Block::kPublic } )
+    {
+        DamagingManager manager;
+        XMappedFileMemoryHandle handle( path, 0, kSize, WFile::kReadWrite, 0, mode );
+        const auto repair = [&]
+        {
+            std::filesystem::resize_file( path, kSize );
+            manager.SetDamaging( false );
+        };
+        EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForRead ) );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        repair();
+        char byte = 1;
+        handle.CopyDataTo( &byte, 1 );
+        EXPECT_EQ( 0, byte );
+        handle.CopyDataFrom( "b", 1 ); // before the damage, so it is no part of it
+        handle.GetBlock()->Purge();
+
+        manager.SetDamaging( true );
+        if ( mode != Block::kPublic )
+            continue;
+        EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForRead ) );
+        repair();
+        handle.CopyDataTo( &byte, 1 );
+        handle.GetBlock()->Purge();
+        manager.SetDamaging( true );
+        EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForReadWrite ) );
+        repair();
+        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( &byte, 1 ); } ) );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( 2 * kSize ); } ) );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+    }
+}
