@@ -1,0 +1,113 @@
+#include "KeptOverlay.h"
+#include "Memory/TestManager.h"
+#include "StackBackground.h"
+#include "TestErrors.h"
+#include "Tools/ProgramRun.h"
+#include "Tools/TestPages.h"
+
+#include <limits>
+
+#include <unistd.h>
+
+// Pages that wait on a disk which fails: whatever is made of their samples is no result.
+
+namespace
+{
+constexpr std::uint32_t kWidth = 64, kHeight = 64;
+constexpr std::uint64_t kPageBytes = 2 * kWidth * kHeight;
+
+class DamagedPage : public ProgramRun
+{
+protected:
+    TestManager itsManager;
+    int itsViews = 0; ///< Of files, since they are damaged.
+
+    std::string WriteNoise( const std::string& inName, int inPages )
+    {
+        std::mt19937 random( 1 );
+        std::vector<WImagePage> pages;
+        for ( int i = 0; i < inPages; ++i )
+            pages.push_back(
+                MakePage<std::uint16_t>( kWidth, MakeNoise<std::uint16_t>( random, kWidth * kHeight, 9 ) ) );
+        std::vector<const WImagePage*> pointers;
+        for ( const auto& page : pages )
+            pointers.push_back( &page );
+        return WriteStack( inName, pointers );
+    }
+
+    /// The file that is mapped next is cut off.
+    void DamageNextView()
+    {
+        itsViews = 0;
+        itsManager.whenMapped = [this]( const WFile& inFile )
+        {
+            if ( itsViews++ > 0 )
+                return;
+            EXPECT_EQ( ::ftruncate( static_cast<int>( inFile.GetRawHandle() ), 0 ), 0 );
+        };
+    }
+
+    void PurgeAll() { itsManager.FreeBlocksInRange( 0, std::numeric_limits<std::uint64_t>::max() ); }
+};
+} // namespace
+
+TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
+{
+    const auto stack = WriteNoise( "stack.tif", 12 );
+    for ( const bool drawsOverlays : { false, true } )
+    {
+        DamageNextView();
+        std::vector<std::string> arguments{ "measure",
+                                            stack,
+                                            "--background",
+                                            "min",
+                                            "--memory",
+                                            std::to_string( 8 * kPageBytes ),
+                                            "--workers",
+                                            "1",
+                                            "--csv",
+                                            Name( "out.csv" ),
+                                            "-q" };
+        if ( drawsOverlays )
+            arguments.insert( arguments.end(), { "--overlay", Name( "page.png" ) } );
+        EXPECT_EQ( Run( arguments ), 1 );
+        EXPECT_GT( itsViews, 1 ); // and others were not damaged
+        const auto errors = itsError.str();
+        EXPECT_NE( errors.find( ": page " ), std::string::npos ) << errors;
+        EXPECT_NE( errors.find( "(1020)" ), std::string::npos ) << errors;
+        EXPECT_EQ( std::ranges::count( errors, '\n' ), 1 ) << errors;
+    }
+}
+
+TEST_F( DamagedPage, IsNoPartOfABackground )
+{
+    PageReaders readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
+    WorkingMemory memory;
+    StackBackground background( BackgroundKind::kMean, 2, memory );
+    for ( const std::uint32_t number : { 0u, 1u } )
+    {
+        KeptPage page;
+        page.Read( readers, number, memory );
+        PurgeAll();
+        if ( number == 1 )
+            DamageNextView();
+        const auto add = [&] { background.Add( number, page ); };
+        if ( number == 0 )
+            add();
+        else
+            EXPECT_EQ( ErrorOf( add ), 1020u );
+        background.HasEnded( number );
+    }
+}
+
+TEST_F( DamagedPage, AndItsOverlayIsNotDrawn )
+{
+    WorkingMemory memory;
+    OverlaySketch sketch;
+    sketch.picture.levels.resize( 100'000 );
+    KeptOverlay overlay;
+    overlay.Keep( std::move( sketch ), memory );
+    PurgeAll();
+    DamageNextView();
+    EXPECT_EQ( ErrorOf( [&] { overlay.Take( memory ); } ), 1020u );
+}
