@@ -147,6 +147,24 @@ TEST( XPivotColumn, CopiesWithinItself )
     EXPECT_EQ( ErrorOf( [&] { column.CopyRowsInto( 8, column, 0, 1 ); } ), 1006u );
 }
 
+TEST( XPivotColumn, CopiesNoRowsWhereverTheyWouldBe )
+{
+    XPivotFloatColumn numbers;
+    XPivotStringColumn texts;
+    XPivotRowRefColumn ids;
+    XPivotUnknownColumn unknown;
+    const std::initializer_list<XPivotColumn*> columns = { &numbers, &texts, &ids, &unknown };
+    for ( const XPivotColumn* source : columns )
+    {
+        for ( XPivotColumn* destination : columns )
+        {
+            EXPECT_NO_THROW( source->CopyRowsInto( 7, *destination, 5, 0 ) );
+            EXPECT_NO_THROW( source->CopyRowsOver( 7, *destination, 5, 0 ) );
+            EXPECT_EQ( destination->GetColumnSize(), 0u );
+        }
+    }
+}
+
 TEST( XPivotColumn, InsertsAndDeletesRows )
 {
     auto column = MakeFloats( { 0.0, 1.0, 2.0, 3.0, 4.0 } );
@@ -187,6 +205,10 @@ TEST( XPivotColumn, ClonesWithoutRows )
     EXPECT_EQ( clone->GetDescriptor(), column.GetDescriptor() );
     EXPECT_EQ( clone->GetVisibilityOptions(), 5u );
     EXPECT_EQ( clone->GetColumnSize(), 0u );
+    column.SetID( static_cast<XPivotColumnID>( 54321 ) );
+    column.SetColumnName( "of another program" );
+    const std::unique_ptr<XPivotColumn> foreign( column.CloneWithoutCopy() );
+    EXPECT_EQ( foreign->GetDisplayName(), XString( "of another program" ) );
     const std::unique_ptr<XPivotColumn> unnamed( XPivotTimeColumn().CloneWithoutCopy() );
     EXPECT_TRUE( unnamed->GetDescriptor().IsNull() );
 }

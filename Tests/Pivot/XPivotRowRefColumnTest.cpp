@@ -109,6 +109,40 @@ TEST( XPivotOtherRowRefColumn, FollowsItsTable )
     EXPECT_EQ( rows, ( XRows{ 0 } ) );
 }
 
+TEST( XPivotOtherRowRefColumn, IsBoundToItsOwnTableWhateverIsAssigned )
+{
+    XPivotTable table;
+    auto& ids = table.AddColumn( MakeIDs( { kFirst, kSecond } ) );
+    auto missing = MakeParents();
+    missing->ResizeRows( 2 );
+    auto& parents = table.AddColumn( std::move( missing ) );
+    {
+        XPivotTable other;
+        other.AddColumn( MakeIDs( { kThird, kFirst, kSecond } ) );
+        auto others = MakeParents();
+        others->AppendData( kThird, true );
+        others->AppendData( kSecond, true );
+        others->AppendData( kFirst, true );
+        parents = other.AddColumn( std::move( others ) );
+        parents.ResizeRows( 2 );
+    }
+    EXPECT_EQ( parents.GetRowRefColumn(), &ids );
+    EXPECT_EQ( parents.GetUserVisibleIDVector(), ( XRows{ 0, 2 } ) );
+
+    ids.SetChannelName( "C1" );
+    EXPECT_EQ( parents.GetRowRefColumn(), nullptr );
+    ids.SetChannelName( "" );
+    EXPECT_EQ( parents.GetRowRefColumn(), &ids );
+    auto& first =
+        dynamic_cast<XPivotRowRefColumn&>( table.InsertColumn( 0, MakeIDs( { kSecond, kFirst } ) ) );
+    EXPECT_EQ( parents.GetRowRefColumn(), &first );
+    first = *MakeIDs( { kSecond, kThird } );
+    first.SetUnits( "px" );
+    EXPECT_EQ( parents.GetRowRefColumn(), &ids );
+    first.CopySettings( ids );
+    EXPECT_EQ( parents.GetUserVisibleIDVector(), ( XRows{ 2, 1 } ) );
+}
+
 namespace
 {
 const std::string kHead =

@@ -29,7 +29,9 @@ void Filter::Check() const
 int Filter::RunOnTable( XPivotTable& ioTable, Session& ioSession )
 {
     XProgress progress( 2, XProgress::kProgressSteps );
+    const auto hadContents = ListUnknownContents( ioTable );
     itsConditions.FilterRows( ioTable );
+    itsOutputs.WarnOfLostContents( ioTable, hadContents, ioSession );
     progress.Increment();
     itsOutputs.WriteOrPrint( ioTable, ioSession );
     return kSuccess;

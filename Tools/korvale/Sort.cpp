@@ -68,7 +68,9 @@ int Sort::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     XVector<XPivotTable::XSortKey> keys;
     for ( const auto& [column, direction] : ParseSortKeys( itsKeys ) )
         keys.push_back( { FindColumnByName( ioTable, column ), direction } );
+    const auto hadContents = ListUnknownContents( ioTable );
     ioTable.Sort( keys );
+    itsOutputs.WarnOfLostContents( ioTable, hadContents, ioSession );
     progress.Increment();
     itsOutputs.WriteOrPrint( ioTable, ioSession );
     return kSuccess;

@@ -8,6 +8,7 @@ void WriteTableFile( const XPivotTable& inTable, WFile& ioFile )
 {
     // By way of memory, because a table goes back to fill in lengths and a file may be a device that cannot.
     XMemStream stream;
+    stream.SetByteOrder( inTable.GetPreferredByteOrder() );
     stream.WriteStreamInfo();
     stream.WriteObject( inTable );
     ioFile.WriteAt( 0, stream.GetData(), stream.GetLength() );

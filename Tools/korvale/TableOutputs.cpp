@@ -1,7 +1,9 @@
 #include "TableOutputs.h"
 
+#include "ColumnNames.h"
 #include "Command.h"
 #include "Jobs/XProgress.h"
+#include "Pivot/XPivotOpaqueColumn.h"
 #include "Session.h"
 #include "TableFile.h"
 #include "TableText.h"
@@ -46,6 +48,28 @@ void TableOutputs::WriteOrPrint( const XPivotTable& inTable, Session& ioSession 
         PrintTable( inTable, ioSession );
     else
         WriteOutputFiles( GetFiles( inTable ) );
+}
+
+void TableOutputs::WarnOfLostContents(
+    const XPivotTable& inTable, const std::vector<bool>& inHadContents, Session& ioSession ) const
+{
+    const auto hasContents = ListUnknownContents( inTable );
+    for ( std::uint32_t i = 0; i < hasContents.size() && !itsTable.empty(); ++i )
+        if ( inHadContents[i] && !hasContents[i] )
+            ioSession.ReportFact(
+                "column \"" + GetColumnName( inTable.GetColumn( i ) ) + "\" has no values in " + itsTable +
+                ": its type is unknown to this version, which cannot tell its rows apart" );
+}
+
+std::vector<bool> ListUnknownContents( const XPivotTable& inTable )
+{
+    std::vector<bool> hasContents;
+    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+    {
+        const auto* const column = dynamic_cast<const XPivotOpaqueColumn*>( &inTable.GetColumn( i ) );
+        hasContents.push_back( column && column->HasContents() );
+    }
+    return hasContents;
 }
 
 OutputFile MakeCSVOutput( const std::string& inName, const XPivotTable& inTable, WorkerLimit inLimit )

@@ -36,10 +36,18 @@ public:
     /// Writes the files asked for; where none is, prints the table.
     void WriteOrPrint( const XPivotTable& inTable, Session& ioSession ) const;
 
+    /// Warns the user of columns whose contents a table had before its rows were changed, where the table file will be
+    /// without them. `inHadContents` is what ListUnknownContents gave before.
+    void WarnOfLostContents(
+        const XPivotTable& inTable, const std::vector<bool>& inHadContents, Session& ioSession ) const;
+
 private:
     std::string itsTable;
     std::string itsCSV;
 };
+
+/// For each column, whether it is of an unknown class and has the contents that it was stored with.
+std::vector<bool> ListUnknownContents( const XPivotTable& inTable );
 
 /// A CSV file of the table, which outlives it.
 OutputFile MakeCSVOutput( const std::string& inName, const XPivotTable& inTable, WorkerLimit inLimit );

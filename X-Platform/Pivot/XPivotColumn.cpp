@@ -44,6 +44,7 @@ XPivotColumn& XPivotColumn::operator=( const XPivotColumn& inOther )
     itsDescriptor = inOther.itsDescriptor;
     itsRevision = inOther.itsRevision;
     itsVisibilityOptions = inOther.itsVisibilityOptions;
+    ReportDescriptorSet();
     return *this;
 }
 
@@ -54,11 +55,44 @@ void XPivotColumn::CopySettings( const XPivotColumn& inOther )
     itsDescriptor = inOther.itsDescriptor;
     itsRevision = inOther.itsRevision;
     itsVisibilityOptions = inOther.itsVisibilityOptions;
-    if ( GetID() == kPivotUserDefined )
-        return;
-    const XString* name = XPivotColumnIDRegistry::FindName( GetID() );
-    itsDescriptor.SetColumnName( name ? *name : XString() );
+    const XString* name =
+        GetID() == kPivotUserDefined ? nullptr : XPivotColumnIDRegistry::FindName( GetID() );
+    if ( name )
+        itsDescriptor.SetColumnName( *name );
+    ReportDescriptorSet();
 }
+
+void XPivotColumn::SetID( XPivotColumnID inID )
+{
+    itsDescriptor.SetID( inID );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetColumnName( const XString& inName )
+{
+    itsDescriptor.SetColumnName( inName );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetChannelName( const XString& inName )
+{
+    itsDescriptor.SetChannelName( inName );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetUnits( const XString& inUnits )
+{
+    itsDescriptor.SetUnits( inUnits );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::ReportDescriptorSet()
+{
+    if ( itsTable )
+        DescriptorSetSelf();
+}
+
+void XPivotColumn::DescriptorSetSelf() {}
 
 XString XPivotColumn::GetColumnName() const
 {
@@ -105,6 +139,8 @@ void XPivotColumn::CopyRowsInto(
     std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
     std::uint32_t inCount ) const
 {
+    if ( inCount == 0 )
+        return;
     inDestination.InsertEmptyRows( inDestinationRow, inCount );
     CopyRowsOver( inSourceRow, inDestination, inDestinationRow, inCount );
 }
@@ -287,6 +323,7 @@ void XPivotColumn::ReadStream2( XStream& inStream, XOptions inOptions )
 {
     ReadCheckedVersion( inStream, XPivotColumn::GetClassVersion() );
     itsDescriptor = ReadDescriptor( inStream, inOptions );
+    ReportDescriptorSet();
     itsRevision = inStream.Read32();
     itsVisibilityOptions = inStream.Read32();
     ReadExists( inStream );

@@ -45,14 +45,14 @@ public:
     // ---- What the column is
 
     XPivotColumnID GetID() const { return itsDescriptor.GetID(); }
-    void SetID( XPivotColumnID inID ) { itsDescriptor.SetID( inID ); }
+    void SetID( XPivotColumnID inID );
     /// The registered name of a standard ID, whatever name is stored. Throws 3209.
     XString GetColumnName() const;
-    void SetColumnName( const XString& inName ) { itsDescriptor.SetColumnName( inName ); }
+    void SetColumnName( const XString& inName );
     const XString& GetChannelName() const { return itsDescriptor.GetChannelName(); }
-    void SetChannelName( const XString& inName ) { itsDescriptor.SetChannelName( inName ); }
+    void SetChannelName( const XString& inName );
     const XString& GetUnits() const { return itsDescriptor.GetUnits(); }
-    void SetUnits( const XString& inUnits ) { itsDescriptor.SetUnits( inUnits ); }
+    void SetUnits( const XString& inUnits );
     const XPivotColumnDescriptor& GetDescriptor() const { return itsDescriptor; }
     XString GetDisplayName( bool inTwoLines = false ) const
     {
@@ -99,7 +99,8 @@ public:
     // ---- Rows
 
     /// Inserts rows of this column into another before `inDestinationRow`. A column of the same class takes
-    /// values as they are, any other takes numbers from a numeric column and texts from the rest.
+    /// values as they are, any other takes numbers from a numeric column and texts from the rest. A count of 0
+    /// does nothing, whatever the rows.
     virtual void CopyRowsInto(
         std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
         std::uint32_t inCount ) const;
@@ -216,6 +217,8 @@ protected:
 
     /// Called by SetTable after the table was stored.
     virtual void SetTableSelf( XPivotTable& inTable );
+    /// Called after ID, name, channel or units of a column in a table were set. Does nothing.
+    virtual void DescriptorSetSelf();
 
     friend class XPivotTable;
     /// The present rows that pass, ascending. A cancellation point. A relationship above 6 is an internal
@@ -260,6 +263,7 @@ protected:
     void ReadRuns( XStream& inStream );
 
 private:
+    void ReportDescriptorSet();
     void ReadExists( XStream& inStream );
 
     XVector<std::uint8_t> itsExists; // one per row, 0 or 1

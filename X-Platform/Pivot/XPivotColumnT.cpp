@@ -136,6 +136,8 @@ void XPivotColumnT<T>::CopyRowsInto(
     std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
     std::uint32_t inCount ) const
 {
+    if ( inCount == 0 )
+        return;
     XAssert( USize( inSourceRow ) + inCount <= GetColumnSize() );
     if ( typeid( inDestination ) != typeid( *this ) )
         return XPivotColumn::CopyRowsInto( inSourceRow, inDestination, inDestinationRow, inCount );
@@ -151,11 +153,11 @@ void XPivotColumnT<T>::CopyRowsOver(
     std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
     std::uint32_t inCount ) const
 {
+    if ( inCount == 0 )
+        return;
     XAssert( USize( inSourceRow ) + inCount <= GetColumnSize() );
     if ( typeid( inDestination ) != typeid( *this ) )
         return XPivotColumn::CopyRowsOver( inSourceRow, inDestination, inDestinationRow, inCount );
-    if ( inCount == 0 )
-        return;
     auto& destination = static_cast<XPivotColumnT&>( inDestination );
     const USize endRow = USize( inDestinationRow ) + inCount;
     XAssert( endRow <= kMaxRows );

@@ -17,11 +17,10 @@ public:
     /// Reads `inLength` bytes of a stream, a column in its envelope. Throws 1005 when they do not begin as
     /// one, 1260.
     void ReadContents( XStream& inStream, USize64 inLength );
-    /// True when what was stored is kept and may stand in a stream of that byte order.
-    bool HasContentsFor( XByteOrder inByteOrder ) const
-    {
-        return !itsContents.empty() && inByteOrder == itsByteOrder;
-    }
+    /// True while what was stored is kept.
+    bool HasContents() const { return !itsContents.empty(); }
+    /// The byte order of the stream that it was read from, and may be written to.
+    XByteOrder GetByteOrder() const { return itsByteOrder; }
     void WriteContents( XStream& inStream ) const;
 
     /// True when what was stored does not tell the number of rows: it is that of the table.

@@ -21,6 +21,13 @@ FindRowRefColumn( const XPivotTable& inTable, const XPivotColumnDescriptor& inDe
 }
 } // namespace
 
+XPivotOtherRowRefColumn& XPivotOtherRowRefColumn::operator=( const XPivotOtherRowRefColumn& inOther )
+{
+    XPivotReferenceColumn::operator=( inOther );
+    SetRowRefColumnDescriptor( inOther.itsRowRefColumnDescriptor );
+    return *this;
+}
+
 void XPivotOtherRowRefColumn::SetRowRefColumnDescriptor( const XPivotColumnDescriptor& inDescriptor )
 {
     itsRowRefColumnDescriptor = inDescriptor;

@@ -9,14 +9,18 @@ class XPivotRowRefColumn;
 /// shows the user-visible ID that the table's row-reference column gives it. Many rows may refer to one
 /// object.
 ///
-/// In a table the column is bound to the row-reference column of its descriptor, as soon as the table has
-/// one. Unbound, and for identifiers that the bound column does not know, it shows 0. It adds no references
+/// In a table the column is bound to the first row-reference column of its descriptor, as soon as the table
+/// has one, and anew whenever such columns come, go or change their descriptors. Unbound, and for identifiers that the bound column does not know, it shows 0. It adds no references
 /// to the bound column.
 class KORVALE_API XPivotOtherRowRefColumn
     : public XPivotColumnClassT<XPivotOtherRowRefColumn, XPivotReferenceColumn, kClassPivotOtherRowRefColumn>
 {
 public:
     using XPivotColumnClassT::XPivotColumnClassT;
+    XPivotOtherRowRefColumn() = default;
+    /// A copy is unbound. Assignment leaves a column in the table it is in, bound to a column of that table.
+    XPivotOtherRowRefColumn( const XPivotOtherRowRefColumn& inOther ) = default;
+    XPivotOtherRowRefColumn& operator=( const XPivotOtherRowRefColumn& inOther );
 
     const XPivotColumnDescriptor& GetRowRefColumnDescriptor() const { return itsRowRefColumnDescriptor; }
     /// Binds the column anew where it stands in a table.

@@ -2,6 +2,7 @@
 
 #include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
+#include "Pivot/XPivotTable.h"
 
 #include <limits>
 #include <typeinfo>
@@ -244,7 +245,7 @@ void XPivotRowRefColumn::CopyRowsInto(
     std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
     std::uint32_t inCount ) const
 {
-    if ( typeid( inDestination ) != typeid( *this ) )
+    if ( inCount == 0 || typeid( inDestination ) != typeid( *this ) )
         return XPivotReferenceColumn::CopyRowsInto( inSourceRow, inDestination, inDestinationRow, inCount );
     auto& destination = static_cast<XPivotRowRefColumn&>( inDestination );
     destination.RequireUserVisibleIDs( inCount );
@@ -259,13 +260,11 @@ void XPivotRowRefColumn::CopyRowsOver(
     std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
     std::uint32_t inCount ) const
 {
-    if ( typeid( inDestination ) != typeid( *this ) )
+    if ( inCount == 0 || typeid( inDestination ) != typeid( *this ) )
         return XPivotReferenceColumn::CopyRowsOver( inSourceRow, inDestination, inDestinationRow, inCount );
     auto& destination = static_cast<XPivotRowRefColumn&>( inDestination );
     destination.RequireUserVisibleIDs( inCount );
     XPivotReferenceColumn::CopyRowsOver( inSourceRow, destination, inDestinationRow, inCount );
-    if ( inCount == 0 )
-        return;
     // Held before the rows that were there let go, so that what stands on both sides keeps its number.
     auto& places = destination.itsRowPlaces;
     const auto first = places.begin() + static_cast<std::ptrdiff_t>( inDestinationRow );
@@ -323,6 +322,11 @@ void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
         places[row] = itsRowPlaces[inOrder[row]];
     itsRowPlaces.swap( places );
     NameRows( 0 );
+}
+
+void XPivotRowRefColumn::DescriptorSetSelf()
+{
+    GetTable()->BindColumns();
 }
 
 // ---- Storage

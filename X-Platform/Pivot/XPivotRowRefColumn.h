@@ -93,6 +93,9 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
+protected:
+    void DescriptorSetSelf() override;
+
 private:
     using XPlace = XPivotRowRefs::XPlace;
     static constexpr XPlace kNoPlace = XPivotRowRefs::kNoPlace;

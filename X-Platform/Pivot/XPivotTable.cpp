@@ -1,6 +1,17 @@
 #include "Pivot/XPivotTable.h"
 
+#include "Pivot/XPivotRowRefColumn.h"
+
 #include <utility>
+
+namespace
+{
+/// True for a column that others are bound to.
+bool NamesRows( const XPivotColumn& inColumn )
+{
+    return dynamic_cast<const XPivotRowRefColumn*>( &inColumn ) != nullptr;
+}
+} // namespace
 
 XPivotTable::XPivotTable( const XPivotTable& inOther ) : XStorable( inOther )
 {
@@ -57,8 +68,18 @@ XPivotColumn& XPivotTable::InsertColumn( std::uint32_t inIndex, std::unique_ptr<
     XAssert( itsColumns.empty() || inColumn->GetColumnSize() == GetNumRows() );
     XPivotColumn& column = *inColumn;
     itsColumns.insert( itsColumns.begin() + inIndex, std::move( inColumn ) );
-    BindColumns();
+    if ( NamesRows( column ) )
+        BindColumns();
+    else
+        column.SetTable( *this );
     return column;
+}
+
+/// Puts a column that names no rows in the place of another such.
+void XPivotTable::ReplaceColumn( std::uint32_t inIndex, std::unique_ptr<XPivotColumn> inColumn )
+{
+    itsColumns[inIndex] = std::move( inColumn );
+    itsColumns[inIndex]->SetTable( *this );
 }
 
 std::unique_ptr<XPivotColumn> XPivotTable::RemoveColumn( std::uint32_t inIndex )
@@ -67,7 +88,8 @@ std::unique_ptr<XPivotColumn> XPivotTable::RemoveColumn( std::uint32_t inIndex )
     std::unique_ptr<XPivotColumn> column = std::move( itsColumns[inIndex] );
     itsColumns.erase( itsColumns.begin() + inIndex );
     column->itsTable = nullptr;
-    BindColumns();
+    if ( NamesRows( *column ) )
+        BindColumns();
     return column;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/XByteOrder.h"
 #include "Pivot/XPivotColumn.h"
 #include "Pivot/XPivotTableAccumulator.h"
 #include "Pivot/XPivotTableFilter.h"
@@ -10,7 +11,8 @@
 class XPivotStringColumn;
 
 /// A table of measurements: columns of equal length, kept in step through every row operation. Columns that
-/// refer to rows of the table are bound anew whenever columns come, go or move with the table.
+/// refer to rows of the table are bound anew whenever row-reference columns come, go, move with the table or
+/// change their descriptors.
 ///
 /// Ownership: the table owns its columns. Whoever changes the rows of a column past the table sees to it that
 /// all columns end up with equal row counts.
@@ -145,7 +147,8 @@ public:
     ///
     /// The key columns come first. Result columns are user-defined and headed by the accumulator's column
     /// string, "Mean"; before it stand the column keys, where there are some, and the name of the value's
-    /// column, where there are several values: "3, treated: Area: Mean". They have the channel of the value's
+    /// column, where there are several values: "3, treated: Area: Mean". Numbers that would look alike are
+    /// named exactly there, and what still looks alike is counted: "0", "0 (2)". They have the channel of the value's
     /// column, and its units where the result is measured in them. "Value" columns are of the class of the
     /// value's column, all others are numbers; invalid results are missing. A cell without rows shows the
     /// accumulator's defaults.
@@ -179,7 +182,7 @@ public:
         XPivotTableControlRelationship inRelationship, const XColumnIndices& inGroupKeys = XColumnIndices() );
 
     /// Gathers the rows of a column of numbers into buckets between ascending limits: "0 to 10" holds 0, but
-    /// not 10; the last bucket holds its upper limit too. Returns the bucket column, user-defined, named
+    /// not 10; the last bucket holds its upper limit too. Limits that would look alike are named exactly. Returns the bucket column, user-defined, named
     /// "Area Group" after a column "Area", with its channel, which is added at the end or written anew. Rows
     /// outside all limits are missing. Fewer than two limits, or some not ascending, are 1013.
     XPivotStringColumn& BucketsGather( std::uint32_t inColumn, const XVector<double>& inLimits );
@@ -196,7 +199,11 @@ public:
     USize64 GetStreamUsage() const override;
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     /// The stream must be able to seek: the length of each column is filled in after its bytes are written.
+    /// Columns of unknown classes keep their contents only in a stream of the preferred byte order.
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
+    /// The byte order in which the first column of an unknown class that still has its contents was read; this
+    /// machine's where there is none.
+    XByteOrder GetPreferredByteOrder() const;
 
 private:
     using XColumns = XVector<std::unique_ptr<XPivotColumn>>;
@@ -206,7 +213,9 @@ private:
     static void SettleRowCounts( const XColumns& inColumns );
     void AppendRows( const XPivotTable& inOther );
     void TakeColumns( XColumns&& inColumns );
+    friend class XPivotRowRefColumn;
     void BindColumns();
+    void ReplaceColumn( std::uint32_t inIndex, std::unique_ptr<XPivotColumn> inColumn );
     XVector<const XPivotColumn*> ListColumns( const XColumnIndices& inColumns ) const;
     XPivotStringColumn* FindBuckets( std::uint32_t inColumn );
     XPivotStringColumn& AddBuckets( std::uint32_t inColumn );

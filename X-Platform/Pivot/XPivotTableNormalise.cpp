@@ -83,8 +83,7 @@ void XPivotTable::NormaliseTo(
     auto normalised = MakeFloatColumn( GetColumn( inColumn ) );
     normalised->NormaliseTo( inReference, inRelationship );
     SetUnits( inRelationship, *normalised );
-    itsColumns[inColumn] = std::move( normalised );
-    BindColumns();
+    ReplaceColumn( inColumn, std::move( normalised ) );
 }
 
 void XPivotTable::NormaliseToControls(
@@ -106,6 +105,5 @@ void XPivotTable::NormaliseToControls(
             exists ? value : normalised->GetDefaultValue(), static_cast<std::int32_t>( row ), exists );
     }
     SetUnits( inRelationship, *normalised );
-    itsColumns[inColumn] = std::move( normalised );
-    BindColumns();
+    ReplaceColumn( inColumn, std::move( normalised ) );
 }

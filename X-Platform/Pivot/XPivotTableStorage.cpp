@@ -8,6 +8,16 @@
 #include <algorithm>
 #include <utility>
 
+namespace
+{
+/// The column as one of an unknown class that still has its contents, or null.
+const XPivotOpaqueColumn* FindContents( const XPivotColumn& inColumn )
+{
+    const auto* opaque = dynamic_cast<const XPivotOpaqueColumn*>( &inColumn );
+    return opaque && opaque->HasContents() ? opaque : nullptr;
+}
+} // namespace
+
 USize64 XPivotTable::GetStreamUsage() const
 {
     USize64 usage = 2 * sizeof( std::uint32_t );
@@ -24,13 +34,23 @@ void XPivotTable::WriteStream2( XStream& inStream, XOptions inOptions ) const
         WriteColumn( inStream, *column, inOptions );
 }
 
+XByteOrder XPivotTable::GetPreferredByteOrder() const
+{
+    for ( const auto& column : itsColumns )
+    {
+        if ( const auto* opaque = FindContents( *column ) )
+            return opaque->GetByteOrder();
+    }
+    return kPlatformByteOrder;
+}
+
 void XPivotTable::WriteColumn( XStream& inStream, const XPivotColumn& inColumn, XOptions inOptions )
 {
     const SSize64 lengthPosition = inStream.GetPosition();
     inStream.Write64( 0 );
     const SSize64 start = inStream.GetPosition();
-    const auto* opaque = dynamic_cast<const XPivotOpaqueColumn*>( &inColumn );
-    if ( opaque && opaque->HasContentsFor( inStream.GetByteOrder() ) )
+    const auto* opaque = FindContents( inColumn );
+    if ( opaque && opaque->GetByteOrder() == inStream.GetByteOrder() )
         opaque->WriteContents( inStream );
     else
         inStream.WriteObject( inColumn, inOptions );
