@@ -67,6 +67,13 @@ TEST( XPivotTableBuckets, GatherNumbersBetweenLimits )
     for ( const XVector<double>& limits : { XVector<double>{}, { 1.0 }, { 1.0, 1.0 }, { 1.0, kNaN } } )
         EXPECT_EQ( ErrorOf( [&] { table.BucketsGather( 1, limits ); } ), 1013u );
     EXPECT_EQ( table.GetNumColumns(), 3u );
+
+    XPivotTable close;
+    close.AddColumn( MakeColumn<XPivotFloatColumn>( { 0.0, 1e-7, 2e-7, 1.0 / 3 } ) );
+    EXPECT_EQ(
+        close.BucketsGather( 0, { 0.0, 1e-7, 2e-7, 1.0 } ).GetStringVector(),
+        ( XVector<XString>{ "0 to 1e-07", "1e-07 to 2e-07", "2e-07 to 1", "2e-07 to 1" } ) );
+    EXPECT_EQ( close.BucketsGather( 0, { 0.0, 1.0 / 3 } ).GetValue( 3 ), XString( "0 to 0.333333" ) );
 }
 
 TEST( XPivotTableBuckets, GatherTextsAndTakeNewNames )

@@ -118,6 +118,31 @@ TEST( XPivotTablePivot, KeepsKeysApartThatLookAlike )
     EXPECT_EQ( TextsOf( pivot, 6 ), ( XTexts{ "INF", "INF", "1" } ) );
 }
 
+TEST( XPivotTablePivot, HeadsColumnsOfKeysThatLookAlikeDifferently )
+{
+    const auto headsOf = []( std::unique_ptr<XPivotColumn> inKey )
+    {
+        XPivotTable table;
+        table.AddColumn( std::move( inKey ) );
+        XTexts heads =
+            NamesOf( table.Pivot( {}, { 0 }, { { 0, XAccumulator( XAccumulator::kAccumulateCount ) } } ) );
+        for ( XString& head : heads )
+            head.Truncate( head.Find( ": Count" ) );
+        return heads;
+    };
+    EXPECT_EQ(
+        headsOf( MakeColumn<XPivotFloatColumn>( { 2e-7, 1.0 / 3, 1e-7, kNaN, -0.0 } ) ),
+        ( XTexts{ "NaN", "0", "1e-07", "2e-07", "0.3333333333333333" } ) );
+    EXPECT_EQ(
+        headsOf( MakeColumn<XPivotFloatColumn>( { 1.0 / 3, 0.5 } ) ), ( XTexts{ "0.333333", "0.5" } ) );
+    EXPECT_EQ(
+        headsOf( MakeColumn<XPivotSInt32Column>( { -1000001, -1000002 } ) ),
+        ( XTexts{ "-1000002", "-1000001" } ) );
+    EXPECT_EQ(
+        headsOf( MakeColumn<XPivotStringColumn>( { std::nullopt, "N/A", "N/A (2)" } ) ),
+        ( XTexts{ "N/A", "N/A (3)", "N/A (2)" } ) );
+}
+
 TEST( XPivotTablePivot, OrdersPagesThenRows )
 {
     const XPivotTable pivot = MakeTable().PagePivot( { 1 }, { 0 }, {}, { { 2, XAccumulator() } } );

@@ -1,6 +1,7 @@
 #include "Pivot/XPivotTable.h"
 
 #include "Core/XErrorNumbers.h"
+#include "Pivot/XPivotNumberTexts.h"
 #include "Pivot/XPivotStringColumn.h"
 
 #include <algorithm>
@@ -24,9 +25,10 @@ bool AreAscending( const XVector<double>& inLimits )
 
 XVector<XString> MakeBucketNames( const XVector<double>& inLimits )
 {
+    const XVector<XString> limits = XFormatDistinctNumbers( inLimits );
     XVector<XString> names;
-    for ( std::size_t i = 0; i + 1 < inLimits.size(); ++i )
-        names.push_back( XString( inLimits[i] ) + " to " + XString( inLimits[i + 1] ) );
+    for ( std::size_t i = 0; i + 1 < limits.size(); ++i )
+        names.push_back( limits[i] + " to " + limits[i + 1] );
     return names;
 }
 

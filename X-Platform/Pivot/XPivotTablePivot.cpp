@@ -1,10 +1,14 @@
 #include "Pivot/XPivotTable.h"
 
+#include "Pivot/XPivotNumberTexts.h"
 #include "Pivot/XPivotTableCells.h"
 #include "Pivot/XPivotUInt32Column.h"
 
 #include <algorithm>
 #include <iterator>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace
 {
@@ -18,17 +22,73 @@ XPivotTableGroups MakeGroups( const XColumnList& inKeys, std::uint32_t inRowCoun
     return groups;
 }
 
-/// A row's keys as they head result columns: "3, treated".
-XString MakeKeyText( const XColumnList& inKeys, std::uint32_t inRow )
+/// True for a column whose texts may leave out digits of its numbers.
+bool ShowsRoundedNumbers( const XPivotColumn& inColumn )
 {
-    XString text;
+    const std::uint32_t classID = inColumn.GetVersion().GetClassID();
+    return classID == kClassPivotFloatColumn || classID == kClassPivotSInt32Column ||
+        classID == kClassPivotUInt32Column;
+}
+
+XVector<XString> MakeTexts( const XPivotColumn& inColumn, const XVector<std::uint32_t>& inRows )
+{
+    XVector<XString> texts( inRows.size(), XString( "N/A" ) );
+    XVector<std::size_t> present;
+    for ( std::size_t i = 0; i < inRows.size(); ++i )
+    {
+        if ( inColumn.DoesDataExist( inRows[i] ) )
+            present.push_back( i );
+    }
+    if ( !ShowsRoundedNumbers( inColumn ) )
+    {
+        for ( const std::size_t i : present )
+            texts[i] = inColumn.GetDataString( inRows[i] );
+        return texts;
+    }
+    XVector<double> numbers;
+    for ( const std::size_t i : present )
+        numbers.push_back( inColumn.GetDataFloat( inRows[i] ) );
+    const XVector<XString> distinct = XFormatDistinctNumbers( numbers );
+    for ( std::size_t i = 0; i < present.size(); ++i )
+        texts[present[i]] = distinct[i];
+    return texts;
+}
+
+XString MakeCount( std::uint32_t inCount )
+{
+    return " (" + XString( inCount ) + ")";
+}
+
+/// Appends " (2)", " (3)" ... to texts that occurred before.
+void CountRepeated( XVector<XString>& ioTexts )
+{
+    std::unordered_set<std::string> used;
+    for ( const XString& text : ioTexts )
+        used.emplace( text.GetStringView() );
+    std::unordered_map<std::string, std::uint32_t> counts;
+    for ( XString& text : ioTexts )
+    {
+        std::uint32_t& count = counts[std::string( text.GetStringView() )];
+        if ( ++count == 1 )
+            continue;
+        const XString repeated = text;
+        for ( text = repeated + MakeCount( count ); !used.emplace( text.GetStringView() ).second; )
+            text = repeated + MakeCount( ++count );
+    }
+}
+
+/// The keys of each group as they head result columns: "3, treated". All different.
+XVector<XString> MakeKeyTexts( const XColumnList& inKeys, const XPivotTableGroups& inGroups )
+{
+    XVector<XString> heads( inGroups.firstRows.size() );
     for ( const XPivotColumn* key : inKeys )
     {
-        if ( key != inKeys.front() )
-            text += ", ";
-        text += key->DoesDataExist( inRow ) ? key->GetDataString( inRow ) : XString( "N/A" );
+        const XVector<XString> texts = MakeTexts( *key, inGroups.firstRows );
+        for ( std::size_t group = 0; group < heads.size(); ++group )
+            heads[group] += key == inKeys.front() ? texts[group] : ", " + texts[group];
     }
-    return text;
+    CountRepeated( heads );
+    return heads;
 }
 
 void PutBeforeName( const XString& inText, XPivotColumn& ioColumn )
@@ -72,6 +132,7 @@ XPivotTable XPivotTable::Pivot(
     const XPivotTableGroups columns = MakeGroups( columnKeys, GetNumRows() );
     auto results = ReduceValues( *this, inValues, XPivotTableCells( rows, columns, kMaxPivotCells ) );
 
+    const XVector<XString> heads = MakeKeyTexts( columnKeys, columns );
     XPivotTable pivot;
     for ( const XPivotColumn* key : rowKeys )
         pivot.AddColumn( XPickPivotTableRows( *key, rows.firstRows ) );
@@ -84,7 +145,7 @@ XPivotTable XPivotTable::Pivot(
             {
                 auto& result = results[value][group * count + i];
                 if ( !columnKeys.empty() )
-                    PutBeforeName( MakeKeyText( columnKeys, columns.firstRows[group] ), *result );
+                    PutBeforeName( heads[group], *result );
                 pivot.AddColumn( std::move( result ) );
             }
         }
