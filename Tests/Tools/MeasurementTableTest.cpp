@@ -1,4 +1,5 @@
 #include "MeasurementTable.h"
+#include "MeasurementSummary.h"
 
 #include "Pivot/XPivotOtherRowRefColumn.h"
 #include "Pivot/XPivotRowRefColumn.h"
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <set>
+#include <sstream>
 
 namespace
 {
@@ -53,4 +55,20 @@ TEST( MeasurementTable, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime )
     const auto ids = GetColumn<XPivotRowRefColumn>( first, kPivotID ).GetUUIDVector();
     EXPECT_EQ( std::set<XUUID>( ids.begin(), ids.end() ).size(), 12u );
     EXPECT_EQ( GetColumn<XPivotRowRefColumn>( second, kPivotID ).GetUUIDVector(), ids );
+}
+
+TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensities )
+{
+    MeasureSettings settings;
+    settings.objects.threshold = -10;
+    const auto dark = MeasurePage( MakePage<float>( 4, { -5, -20, -7, -20 } ), settings );
+    const auto bright = MeasurePage( MakePage<float>( 1, { 9 } ), settings );
+    const std::vector<ImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };
+    std::ostringstream out;
+    PrintSummary( images, MakeMeasurementTable( images, settings ), 0, out );
+    std::istringstream lines( out.str() );
+    std::vector<std::string> maxima;
+    for ( std::string line; std::getline( lines, line ); )
+        maxima.push_back( line.substr( line.find_last_of( ' ' ) + 1 ) );
+    EXPECT_EQ( maxima, ( std::vector<std::string>{ "(C1)", "Max", "-5", "9", "9" } ) );
 }

@@ -1,5 +1,6 @@
 #include "ProgramRun.h"
 
+#include "Core/XMemStream.h"
 #include "TableFile.h"
 #include "TestTables.h"
 
@@ -120,6 +121,53 @@ TEST_F( TableCommands, PivotRefusesMoreColumnsThanAnyoneReads )
               "--with", "sum", "--csv", Name( "p" ) } ),
         0 );
     EXPECT_EQ( itsFolder.Read( "p" ), "Area,0: Sum,1: Sum,2: Sum\n0,0,0,0\n1,0,1,0\n2,0,0,2\n" );
+}
+
+TEST_F( TableCommands, KeepContentsOfUnknownColumnsOrWarn )
+{
+    XPivotTable table;
+    AddTestColumn<XPivotFloatColumn>( table, XPivotColumnDescriptor( kPivotArea, "", "", "" ), { 1, 2 } );
+    AddTestColumn<XPivotUInt32Column>( table, XPivotColumnDescriptor( kPivotCount, "", "", "" ), { 3, 4 } );
+    XMemStream stream;
+    stream.SetByteOrder( kPlatformByteOrder == kIntelOrder ? kMotorolaOrder : kIntelOrder );
+    stream.WriteStreamInfo();
+    stream.WriteObject( table );
+    std::string bytes( reinterpret_cast<const char*>( stream.GetData() ), stream.GetLength() );
+    const std::string known( "\0\0\5\xAF", 4 ), unknown( "\0\0\x72\x34", 4 );
+    for ( auto at = bytes.find( known ); at != std::string::npos; at = bytes.find( known ) )
+        bytes.replace( at, known.size(), unknown );
+
+    const auto foreign = PathToUTF8( itsFolder.Write( "foreign", bytes ) );
+    EXPECT_EQ( Run( { "sort", foreign, "--by", "count", "-o", Name( "s" ) } ), 0 );
+    EXPECT_EQ( itsError.str(), "" );
+    EXPECT_EQ( itsFolder.Read( "s" ), bytes );
+    for ( const std::vector<std::string>& arguments :
+          { std::vector<std::string>{ "sort", foreign, "--by", "count:desc" },
+            { "filter", foreign, "--where", "count=3" } } )
+    {
+        auto withTable = arguments;
+        withTable.insert( withTable.end(), { "-o", Name( "out" ) } );
+        EXPECT_EQ( Run( withTable ), 0 );
+        EXPECT_EQ(
+            itsError.str(),
+            "korvale: column \"Area\" has no values in " + Name( "out" ) +
+                ": its type is unknown to this version, which cannot tell its rows apart\n" );
+        EXPECT_EQ( Run( arguments ), 0 );
+        EXPECT_EQ( itsError.str(), "" );
+    }
+}
+
+TEST_F( TableCommands, WriteNoEmptyLinesInACSVOfOneColumn )
+{
+    XPivotTable table;
+    AddTestColumn<XPivotFloatColumn>( table, XPivotColumnDescriptor( kPivotArea, "", "", "" ), { 1, {}, 3 } );
+    EXPECT_EQ( Run( { "show", WriteTable( "one", table ), "--csv" } ), 0 );
+    EXPECT_EQ( itsOut.str(), "Area\n1\n\"\"\n3\n" );
+    AddTestColumn<XPivotStringColumn>(
+        table, XPivotColumnDescriptor( kPivotUserDefined, "", "", "" ), { "", {}, "x" } );
+    table.RemoveColumn( 0 );
+    EXPECT_EQ( Run( { "show", WriteTable( "one", table ), "--csv" } ), 0 );
+    EXPECT_EQ( itsOut.str(), "\"\"\n\"\"\n\"\"\nx\n" );
 }
 
 TEST_F( TableCommands, LeaveAValidTableWithoutRows )

@@ -4,7 +4,10 @@
 #include "AnsiText.h"
 #include "Pivot/XPivotUInt32Column.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <memory>
 
 // The rows are numbered by the line that they belong to: one for each image or, with objects inside objects, two. A
@@ -78,13 +81,46 @@ XPivotTable MakeRows(
     return rows;
 }
 
+/// The largest present number of each line.
+std::vector<double> FindMaxima( const XPivotColumn& inLines, const XPivotColumn& inValues )
+{
+    std::vector<double> maxima;
+    for ( std::uint32_t row = 0; row < inValues.GetColumnSize(); ++row )
+    {
+        const auto line = static_cast<std::size_t>( inLines.GetDataFloat( row ) );
+        maxima.resize( std::max( maxima.size(), line + 1 ), -std::numeric_limits<double>::infinity() );
+        if ( inValues.DoesDataExist( row ) )
+            maxima[line] = std::fmax( maxima[line], inValues.GetDataFloat( row ) );
+    }
+    return maxima;
+}
+
+/// Sets the maxima from the values: an accumulator gives a tiny positive number where all of them are below it.
+void SetMaxima( const XPivotTable& inRows, Column inLine, XPivotTable& ioPivot )
+{
+    std::uint32_t result = 1 + kResultMax;
+    for ( const auto value : { kPixelCount, kMean } )
+    {
+        const auto maxima = FindMaxima( inRows.GetColumn( inLine ), inRows.GetColumn( value ) );
+        auto& column = ioPivot.GetColumn( result );
+        for ( std::uint32_t row = 0; row < ioPivot.GetNumRows(); ++row )
+        {
+            const auto line = static_cast<std::size_t>( ioPivot.GetColumn( 0 ).GetDataFloat( row ) );
+            column.SetData( maxima[line], static_cast<std::int32_t>( row ), column.DoesDataExist( row ) );
+        }
+        result += kResultsPerValue;
+    }
+}
+
 XPivotTable PivotByLine( const XPivotTable& inRows, Column inLine )
 {
     Accumulator accumulator( Accumulator::kAccumulateMean );
     accumulator.AddType( Accumulator::kAccumulateCount );
     accumulator.AddType( Accumulator::kAccumulateMinMax );
     accumulator.AddType( Accumulator::kAccumulateVarSD );
-    return inRows.Pivot( { inLine }, {}, { { kPixelCount, accumulator }, { kMean, accumulator } } );
+    auto pivot = inRows.Pivot( { inLine }, {}, { { kPixelCount, accumulator }, { kMean, accumulator } } );
+    SetMaxima( inRows, inLine, pivot );
+    return pivot;
 }
 
 /// Completes the lines of those names; one that the pivot has no row for is of no objects.

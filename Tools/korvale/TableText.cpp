@@ -34,6 +34,13 @@ void WriteCSV(
     };
     std::vector<Column> columns;
     std::string text;
+    // Readers skip lines without anything on them.
+    const auto fillLine =
+        [isOnlyColumn = inTable.GetNumColumns() == 1]( std::size_t inStart, std::string& ioText )
+    {
+        if ( isOnlyColumn && ioText.size() == inStart )
+            ioText += "\"\"";
+    };
     for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
     {
         const auto& column = inTable.GetColumn( i );
@@ -41,17 +48,20 @@ void WriteCSV(
         text += i > 0 ? "," : "";
         AppendField( text, ToUTF8( column.GetDisplayName() ) );
     }
+    fillLine( 0, text );
     text += '\n';
     inWrite( text );
 
     const auto appendRow = [&]( std::uint32_t inRow, std::string& ioText )
     {
+        const auto start = ioText.size();
         for ( const auto& [column, holdsNumbers] : columns )
         {
             if ( column.DoesDataExist( inRow ) && holdsNumbers )
                 AppendNumber( ioText, column.GetDataFloat( inRow ) );
             else if ( column.DoesDataExist( inRow ) )
                 AppendField( ioText, ToUTF8( column.GetDataString( inRow ) ) );
+            fillLine( start, ioText );
             ioText += ',';
         }
         if ( columns.empty() )
