@@ -180,6 +180,25 @@ TEST_F( XDeferredMessagesTest, SuspensionHoldsBothQueues )
     EXPECT_EQ( listener.heard, ( Numbers{ 1, 2 } ) );
 }
 
+/// A loop that was woken for messages which are withdrawn then is woken for the next ones too.
+TEST_F( XDeferredMessagesTest, RingsAgainAfterMessagesWereWithdrawn )
+{
+    for ( const auto when : { kNext, kIdle } )
+    {
+        XSpeaker::SuspendIdleProcessing();
+        Queue( 1, when );
+        Drain();
+        EXPECT_FALSE( RingsNow() );
+        XSpeaker::RemoveFromDelayedQueue( when, XSpeaker::XRemoveMsgsSentBySpeaker( speaker ) );
+        XSpeaker::ResumeIdleProcessing();
+        Queue( 2, when );
+        EXPECT_TRUE( RingsNow() );
+        Drain();
+        XSpeaker::ProcessAllIdleMessages();
+    }
+    EXPECT_EQ( listener.heard, ( Numbers{ 2, 2 } ) );
+}
+
 TEST_F( XDeferredMessagesTest, AnIdleDrainKeepsToItsBudget )
 {
     constexpr int kMessages = 50;

@@ -68,6 +68,12 @@ void XDeferredQueue::PushBack( XItem& ioItem )
     Link( entry );
 }
 
+void XDeferredQueue::PushBackNotice( XEntry& inNotice ) noexcept
+{
+    inNotice.queue = this;
+    Link( inNotice );
+}
+
 void XDeferredQueue::Replace( XEntry& inEntry, XItem& ioItem ) noexcept
 {
     Unlink( inEntry );
@@ -91,6 +97,12 @@ void XDeferredQueue::Link( XEntry& inEntry ) noexcept
     ( itsLast ? itsLast->next : itsFirst ) = &inEntry;
     itsLast = &inEntry;
     ++itsCount;
+    if ( !inEntry.isNotice )
+        AddToIndexes( inEntry );
+}
+
+void XDeferredQueue::AddToIndexes( XEntry& inEntry ) noexcept
+{
     itsKeys.Add( inEntry, inEntry.keyValue );
     if ( inEntry.speakersList )
         LinkToSpeaker( inEntry );
@@ -103,6 +115,14 @@ void XDeferredQueue::Unlink( XEntry& inEntry ) noexcept
     ( inEntry.previous ? inEntry.previous->next : itsFirst ) = inEntry.next;
     ( inEntry.next ? inEntry.next->previous : itsLast ) = inEntry.previous;
     --itsCount;
+    if ( inEntry.isNotice )
+        inEntry.queue = nullptr;
+    else
+        RemoveFromIndexes( inEntry );
+}
+
+void XDeferredQueue::RemoveFromIndexes( XEntry& inEntry ) noexcept
+{
     itsKeys.Remove( inEntry );
     if ( inEntry.speakersList )
         UnlinkFromSpeaker( inEntry );

@@ -29,7 +29,8 @@ public:
         XEntry* nextOfSpeaker = nullptr;
         XIndexLink<XEntry> keyLink;
         XIndexLink<XEntry> targetLink;
-        XDeferredQueue* queue = nullptr;
+        XDeferredQueue* queue = nullptr; // a notice's: null while it is not queued
+        bool isNotice = false;           // belongs to an XDeferredNotice; is found by nothing but its turn
     };
 
     /// A copy of a message for one listener or, with null, for all of the speaker, which it then names. Needs
@@ -46,6 +47,8 @@ public:
 
     /// Takes the item over. Where that fails the item and the queue are what they were.
     void PushBack( XItem& ioItem );
+
+    void PushBackNotice( XEntry& inNotice ) noexcept;
 
     /// Puts an item in the place of one that it is like, at the back, and gives out the other.
     void Replace( XEntry& inEntry, XItem& ioItem ) noexcept;
@@ -68,6 +71,8 @@ public:
 
 private:
     void Link( XEntry& inEntry ) noexcept;
+    void AddToIndexes( XEntry& inEntry ) noexcept;
+    void RemoveFromIndexes( XEntry& inEntry ) noexcept;
     static void LinkToSpeaker( XEntry& inEntry );
     static void UnlinkFromSpeaker( XEntry& inEntry );
     void AddFreeEntries();

@@ -153,6 +153,7 @@ void XListener::Remove( XSubscriptions::iterator inSubscription )
 
 void XListener::StopListening()
 {
+    itsFlags.fetch_or( kStopped, std::memory_order_acq_rel );
     if ( HasFlag( kSubscribed ) )
         UnsubscribeFromAll();
     if ( HasFlag( kPosted ) || HasFlag( kExcluded ) )

@@ -15,10 +15,12 @@ class XSpeaker;
 /// hears on the main thread only, unless a speaker insists (`XSpeaker::kWhenImmediate`); an asynchronous one
 /// hears on any thread, several at a time if it comes to that, and protects its own data.
 ///
-/// Lifetime:  may be destroyed at any time, from within its own `HandleMessage` too; it never hears anything
-/// afterwards. Where other threads may be calling it, the most derived class's destructor begins with
-/// `StopListening()`: the base's destructor makes the call as well, but runs when the derived members are
-/// gone already.
+/// Lifetime:  may be destroyed while other threads send to it, unsubscribe it or end its speakers, and from within
+/// its own `HandleMessage`: broadcasts and posts in progress on other threads are waited for, and it never hears
+/// anything afterwards. No post may begin, and `Subscribe`, `SetAsynchronous`, `SetIsDeaf` and copies of the
+/// listener must have returned on other threads, once the destructor has begun. Where other threads may be calling
+/// it, the most derived class's destructor begins with `StopListening()`: the base's destructor makes the call as
+/// well, but runs when the derived members are gone already.
 /// Threads: every operation may be called from any thread.
 class KORVALE_API XListener
 {
@@ -52,8 +54,8 @@ public:
     bool IsContainedInDeafenedMessages( const std::type_info& inMessageType ) const;
 
     /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is
-    /// calling it. Messages must not be posted to it afterwards. A call of its own `HandleMessage` further up
-    /// on this thread is not waited for.
+    /// calling it or posting to it. What is posted afterwards is dropped. A call of its own `HandleMessage`
+    /// further up on this thread is not waited for.
     void StopListening();
 
 private:
@@ -68,6 +70,7 @@ private:
         kPosted = 4,      // messages have been posted to this listener
         kExcluded = 8,    // some queued message may name it as one that has heard it
         kSubscribed = 16, // has subscribed to somebody at some time
+        kStopped = 32,    // takes no more posts
     };
 
     /// A place in a speaker's list.
@@ -98,6 +101,9 @@ private:
         return ( itsFlags.load( std::memory_order_relaxed ) & inFlag ) != 0;
     }
     void SetFlag( XFlag inFlag, bool inIsSet );
+
+    /// Whether the listener still takes posts. From then on its end looks for the call of the post.
+    bool BeginPost() { return ( itsFlags.fetch_or( kPosted, std::memory_order_acq_rel ) & kStopped ) == 0; }
     bool IsDeafTo( const XMessage& inMessage ) const
     {
         return HasFlag( kDeaf ) && IsContainedInDeaf( inMessage );

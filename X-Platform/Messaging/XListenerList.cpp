@@ -16,21 +16,38 @@ bool Contains( const XSpeaker::XListenerVector& inListeners, const XListener* in
 
 } // namespace
 
+/// A broadcast in progress: holds the mutex.
+class XListenerList::XBroadcast
+{
+public:
+    explicit XBroadcast( XListenerList& inList ) : itsList( inList )
+    {
+        itsList.itsMutex.Lock();
+        ++itsList.itsBroadcastDepth;
+    }
+    XBroadcast( const XBroadcast& ) = delete;
+    XBroadcast& operator=( const XBroadcast& ) = delete;
+    ~XBroadcast()
+    {
+        if ( --itsList.itsBroadcastDepth == 0 && itsList.itsNeedsCleanup )
+            itsList.CleanupAfterMessage();
+        itsList.itsMutex.Unlock();
+    }
+
+private:
+    XListenerList& itsList;
+};
+
 void XListenerList::Release()
 {
     if ( itsReferences.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
         delete this;
 }
 
-void XListenerList::ReleaseBySpeaker()
+void XListenerList::Unpin()
 {
-    {
-        const XThreadLock lock( itsMutex );
-        itsIsOrphan = itsBroadcastDepth > 0;
-        if ( itsIsOrphan )
-            return;
-    }
-    Release();
+    if ( itsPins.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
+        Release();
 }
 
 void XListenerList::CountSubscription( std::int32_t inStep, bool inIsAsynchronous )
@@ -143,6 +160,17 @@ void XListenerList::CleanupAfterMessage()
     std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count == 0; } );
 }
 
+void XListenerList::Broadcast(
+    const XMessage& inMessage, bool inIsForced, const XSpeaker::XListenerVector& inExclusions )
+{
+    const XBroadcast broadcast( *this );
+    if ( XSpeaker* const speaker = GetSpeaker() )
+    {
+        XSpeaker::sMessageCount.fetch_add( 1, std::memory_order_relaxed );
+        speaker->SpeakMessageNowSelf( inMessage, inIsForced, inExclusions );
+    }
+}
+
 // Handlers may add nodes while these walk: no pointer to a node is kept across that.
 
 /// Each run of listeners of one module is called from there.
@@ -192,15 +220,4 @@ bool XListenerList::CallAsynchronous(
         if ( i < itsNodes.size() && itsNodes[i].listener )
             outServed.push_back( itsNodes[i].listener );
     return isAnyPending;
-}
-
-XListenerList::XBroadcast::~XBroadcast()
-{
-    const bool isOutermost = --itsList.itsBroadcastDepth == 0;
-    if ( isOutermost && itsList.itsNeedsCleanup )
-        itsList.CleanupAfterMessage();
-    const bool isLastUse = isOutermost && itsList.itsIsOrphan;
-    itsList.itsMutex.Unlock();
-    if ( isLastUse )
-        itsList.Release();
 }

@@ -3,9 +3,12 @@
 #include "Messaging/XDeferredQueue.h"
 #include "Messaging/XListener.h"
 
-/// The listeners of one speaker, and the mutex under which it speaks. Internal: the speaker and its listeners
-/// share the list, one reference for the speaker and one for each subscription, so that either side can reach
-/// it however the other one ends. Order of locking: this mutex, then a listener's, then that of the queues.
+/// The listeners of one speaker, and the mutex under which it speaks. Internal: the list is shared by the
+/// speaker, by each subscription and by each call of the speaker in progress, so that all of them can reach it
+/// however the others end. Order of locking: this mutex, then a listener's, then that of the queues.
+///
+/// A call pins the list first and uses nothing but the list from then on. It touches the speaker only under
+/// the mutex, having seen that the speaker has not stopped: the speaker's end takes the mutex to stop it.
 ///
 /// While a broadcast is on, nodes keep their places, and what was removed is only marked; clean-up follows
 /// when the outermost broadcast is over.
@@ -16,11 +19,14 @@ public:
     XListenerList( const XListenerList& ) = delete;
     XListenerList& operator=( const XListenerList& ) = delete;
 
+    class XPin;
+
+    /// The reference of a subscription.
     void AddReference() { itsReferences.fetch_add( 1, std::memory_order_relaxed ); }
     void Release();
 
-    /// Gives up the speaker's reference: at once, or at the end of the broadcast that this thread is in.
-    void ReleaseBySpeaker();
+    /// Gives up a pin: that of a call, or the one that the speaker has from the start.
+    void Unpin();
 
     XMutex& GetMutex() { return itsMutex; }
 
@@ -52,6 +58,10 @@ public:
         itsAsynchronousSubscriptions.fetch_add( inStep, std::memory_order_relaxed );
     }
 
+    /// Sends a message to the listeners at once, unless the speaker has stopped. The caller has a pin.
+    void
+    Broadcast( const XMessage& inMessage, bool inIsForced, const XSpeaker::XListenerVector& inExclusions );
+
     /// The walks of a broadcast. The last one calls asynchronous listeners only; it returns whether any other
     /// listener still has to hear the message, and who has heard it.
     void CallAll( const XMessage& inMessage );
@@ -60,12 +70,11 @@ public:
         const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions,
         XSpeaker::XListenerVector& outServed );
 
-    class XBroadcast;
-
     /// The speaker's queued messages; guarded by the mutex of the queues.
     XDeferredQueue::XEntry* itsFirstQueued = nullptr;
 
 private:
+    class XBroadcast;
     using XNode = XListener::XNode;
 
     static constexpr USize kCacheLine = 64;
@@ -82,28 +91,31 @@ private:
     std::atomic<XSpeaker*> itsSpeaker; // written under the mutex
     std::atomic<std::int32_t> itsSubscriptions = 0;
     std::atomic<std::int32_t> itsAsynchronousSubscriptions = 0;
+    std::atomic<std::uint32_t> itsPins = 1; // those of calls, and the speaker's
 
-    alignas( kCacheLine ) XMutex itsMutex; // guards what follows
-    std::atomic<std::int32_t> itsReferences = 1;
+    alignas( kCacheLine ) XMutex itsMutex;        // guards what follows
+    std::atomic<std::uint32_t> itsReferences = 1; // those of subscriptions, and one for all pins
     XVector<XNode> itsNodes;
     std::uint32_t itsAdditions = 0; // of nodes, which may have moved them
     std::uint32_t itsBroadcastDepth = 0;
     bool itsNeedsCleanup = false;
-    bool itsIsOrphan = false; // the outermost broadcast releases the speaker's reference
 };
 
-/// A broadcast in progress: holds the mutex.
-class XListenerList::XBroadcast
+/// Keeps a list for the length of a call.
+class XListenerList::XPin
 {
 public:
-    explicit XBroadcast( XListenerList& inList ) : itsList( inList )
+    /// What the call has read of the speaker before comes before the speaker's end.
+    explicit XPin( XListenerList& inList ) : itsList( inList )
     {
-        itsList.itsMutex.Lock();
-        ++itsList.itsBroadcastDepth;
+        itsList.itsPins.fetch_add( 1, std::memory_order_acq_rel );
     }
-    XBroadcast( const XBroadcast& ) = delete;
-    XBroadcast& operator=( const XBroadcast& ) = delete;
-    ~XBroadcast();
+    XPin( const XPin& ) = delete;
+    XPin& operator=( const XPin& ) = delete;
+    ~XPin() { itsList.Unpin(); }
+
+    XListenerList& operator*() const { return itsList; }
+    XListenerList* operator->() const { return &itsList; }
 
 private:
     XListenerList& itsList;

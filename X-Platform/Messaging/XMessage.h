@@ -13,7 +13,7 @@ class XSpeaker;
 /// belongs to the queue until it is delivered or withdrawn.
 /// Threads: a message is a value: one thread at a time. The queue calls `Clone` and `GetCoalesceKey` on the
 /// sender's thread, and there too, under a process-wide lock, `ShouldCoalesceQueueMessage` of a queued
-/// message: these only compute.
+/// message: these only compute, and do not look into the speaker, which may have been destroyed.
 class KORVALE_API XMessage
 {
 public:

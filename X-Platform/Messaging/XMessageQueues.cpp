@@ -4,6 +4,7 @@
 #include "Core/XTimer.h"
 #include "Messaging/XListener.h"
 #include "Messaging/XListenerList.h"
+#include "Threads/XThread.h"
 #include "Threads/XThreadLock.h"
 #include "WMainLoop.h"
 
@@ -26,24 +27,10 @@ void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVec
             ioListeners.push_back( listener );
 }
 
-/// Keeps a speaker's list, and under its mutex the speaker, while a message of it is delivered.
-class ListReference
-{
-public:
-    explicit ListReference( XListenerList& inList ) : itsList( inList ) { itsList.AddReference(); }
-    ListReference( const ListReference& ) = delete;
-    ListReference& operator=( const ListReference& ) = delete;
-    ~ListReference() { itsList.Release(); }
-
-    XListenerList& Get() const { return itsList; }
-
-private:
-    XListenerList& itsList;
-};
-
 } // namespace
 
-/// Registers a call of a listener for its duration. Begins under the mutex, ends without it.
+/// Registers a call of a single listener for its duration: whoever the call concerns waits with its end. Begins
+/// under the mutex.
 class XMessageQueues::XCallScope
 {
 public:
@@ -52,29 +39,48 @@ public:
     XCallScope& operator=( const XCallScope& ) = delete;
     ~XCallScope()
     {
-        if ( itsCall.threadID != 0 )
-            End();
+        if ( itsCall.threadID == 0 )
+            return;
+        const XThreadLock lock( itsQueues.itsDeferredMutex );
+        End();
     }
 
-    void Begin( const XListener& inListener )
+    void Begin( const XListener& inListener, const XListenerList* inSpeakersList )
     {
-        itsCall = { &inListener, WThreadID::GetCurrent(), itsQueues.itsCalls };
+        itsCall = { &inListener, inSpeakersList, WThreadID::GetCurrent(), itsQueues.itsCalls };
         itsQueues.itsCalls = &itsCall;
     }
 
-private:
+    /// Begins the call of a post, unless the listener or the speaker has stopped.
+    bool BeginPost( XListener& inListener, const XListenerList* inSpeakersList )
+    {
+        if ( ( inSpeakersList && !inSpeakersList->GetSpeaker() ) || !inListener.BeginPost() )
+            return false;
+        Begin( inListener, inSpeakersList );
+        return true;
+    }
+
+    /// Whether the message may still be queued. Under the mutex.
+    bool MayQueue( const XListener& inListener, const XListenerList* inSpeakersList ) const
+    {
+        return itsCall.listener && !inListener.HasFlag( XListener::kStopped ) &&
+            ( !inSpeakersList || inSpeakersList->GetSpeaker() );
+    }
+
+    /// Under the mutex.
     void End()
     {
-        const XThreadLock lock( itsQueues.itsDeferredMutex );
         XCall** link = &itsQueues.itsCalls;
         while ( *link != &itsCall )
             link = &( *link )->next;
         *link = itsCall.next;
+        itsCall.threadID = 0;
         itsQueues.itsCallEnded.Broadcast();
     }
 
+private:
     XMessageQueues& itsQueues;
-    XCall itsCall{ nullptr, 0, nullptr };
+    XCall itsCall;
 };
 
 /// Withdraws entries under the mutex; their messages, which may do anything then, are destroyed without it.
@@ -135,13 +141,55 @@ void XMessageQueues::Add(
         AddLocked( SelectQueue( inWhen ), item );
 }
 
-void XMessageQueues::Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
+void XMessageQueues::Post( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
 {
     const XSpeaker* const speaker = inMessage.GetSpeaker();
-    XListenerList* const speakersList = speaker ? speaker->itsListeners : nullptr;
-    XItem item = XDeferredQueue::MakeItem( inMessage, speakersList, &inListener, {} );
+    std::optional<XListenerList::XPin> pin;
+    if ( speaker )
+        pin.emplace( *speaker->itsListeners );
+    XListenerList* const speakersList = pin ? &**pin : nullptr;
+    XCallScope call( *this );
+    {
+        const XThreadLock lock( itsDeferredMutex );
+        if ( !call.BeginPost( inListener, speakersList ) )
+            return;
+    }
+    if ( XSpeaker::IsMuted( speaker, inMessage ) )
+        return;
+    const bool mayCall = inListener.IsAsynchronous() || XThread::IsMainThread();
+    if ( inWhen != XSpeaker::kWhenImmediate && ( inWhen != XSpeaker::kWhenDefault || !mayCall ) )
+        AddPost( inMessage, inListener, speakersList, inWhen, call );
+    else if ( !inListener.IsDeafTo( inMessage ) )
+        inListener.HandleMessage( inMessage );
+}
+
+void XMessageQueues::AddPost(
+    const XMessage& inMessage, XListener& inListener, XListenerList* inSpeakersList, XWhen inWhen,
+    XCallScope& ioCall )
+{
+    XItem item = XDeferredQueue::MakeItem( inMessage, inSpeakersList, &inListener, {} );
     const XThreadLock lock( itsDeferredMutex );
-    AddLocked( SelectQueue( inWhen ), item );
+    if ( ioCall.MayQueue( inListener, inSpeakersList ) )
+        AddLocked(
+            SelectQueue( inWhen == XSpeaker::kWhenDefault ? XSpeaker::kWhenNextEvent : inWhen ), item );
+    ioCall.End();
+}
+
+void XMessageQueues::PostNotice( XEntry& inNotice ) noexcept
+{
+    const XThreadLock lock( itsDeferredMutex );
+    if ( inNotice.queue )
+        return;
+    inNotice.record.target->SetFlag( XListener::kPosted, true );
+    itsNextEventMessages.messages.PushBackNotice( inNotice );
+    Signal( itsNextEventMessages );
+}
+
+void XMessageQueues::WithdrawNotice( XEntry& inNotice ) noexcept
+{
+    const XThreadLock lock( itsDeferredMutex );
+    if ( inNotice.queue )
+        inNotice.queue->Unlink( inNotice );
 }
 
 /// What is left over stays in the item: the message itself when a queued one absorbs it, or one that it
@@ -170,10 +218,11 @@ void XMessageQueues::AddLocked( XQueue& ioQueue, XItem& ioItem )
     Signal( ioQueue );
 }
 
-/// The main loop is woken once for all that comes before its next drain.
+/// The main loop is woken once for all that comes before its next drain, and for the first message of an empty
+/// queue in any case: the loop may have been awake for messages that were withdrawn, and sleep again.
 void XMessageQueues::Signal( XQueue& ioQueue )
 {
-    if ( ioQueue.event.IsSet() )
+    if ( ioQueue.event.IsSet() && ioQueue.messages.GetCount() > 1 )
         return;
     ioQueue.event.Set();
     WMainLoop::Wake();
@@ -181,46 +230,39 @@ void XMessageQueues::Signal( XQueue& ioQueue )
 
 // ---- Delivering
 
-void XMessageQueues::CallNow( const XMessage& inMessage, XListener& inListener )
-{
-    XCallScope call( *this );
-    {
-        const XThreadLock lock( itsDeferredMutex );
-        call.Begin( inListener );
-    }
-    if ( !inListener.IsDeafTo( inMessage ) )
-        inListener.HandleMessage( inMessage );
-}
-
-/// Delivers the first message. Whoever it concerns is pinned under the mutex, before it may be destroyed: a
-/// listener by the call, a speaker by its list.
+/// Delivers the first message. Whoever it concerns is held under the mutex, before it may be destroyed: a
+/// listener by the call, a speaker by the mutex of its list.
 void XMessageQueues::Deliver( XQueue& ioQueue )
 {
     XItem item;
+    XListener* target = nullptr;
+    const XMessage* theMessage = nullptr;
     XCallScope call( *this );
-    std::optional<ListReference> list;
+    std::optional<XListenerList::XPin> speakersList;
     {
         const XThreadLock lock( itsDeferredMutex );
         XEntry* const first = ioQueue.messages.GetFirst();
         if ( !first )
             return;
-        item = ioQueue.messages.Take( *first );
-        if ( item.record.target )
-            call.Begin( *item.record.target );
+        target = first->record.target;
+        theMessage = first->record.message.get();
+        if ( target )
+            call.Begin( *target, first->speakersList );
         else
-            list.emplace( *item.speakersList );
+            speakersList.emplace( *first->speakersList );
+        if ( first->isNotice )
+            ioQueue.messages.Unlink( *first );
+        else
+            item = ioQueue.messages.Take( *first );
     }
-    const XMessage* const theMessage = item.record.message.get();
-    if ( !list )
+    if ( target )
     {
-        if ( !item.record.target->IsDeafTo( *theMessage ) )
-            item.record.target->HandleMessage( *theMessage );
+        if ( !target->IsDeafTo( *theMessage ) )
+            target->HandleMessage( *theMessage );
         return;
     }
     XAssert( theMessage->GetSpeaker() );
-    const XThreadLock lock( list->Get().GetMutex() );
-    if ( XSpeaker* const speaker = list->Get().GetSpeaker() )
-        speaker->SpeakMessageNow( *theMessage, false, item.record.exclusions );
+    ( *speakersList )->Broadcast( *theMessage, false, item.record.exclusions );
 }
 
 void XMessageQueues::DeliverAndLog( XQueue& ioQueue )
@@ -306,7 +348,7 @@ USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
     for ( XEntry* entry = messages.GetFirst(); entry; )
     {
         XEntry* const next = entry->next;
-        if ( inPredicate( entry->record ) )
+        if ( !entry->isNotice && inPredicate( entry->record ) )
             withdrawn.Add( *entry );
         entry = next;
     }
@@ -319,6 +361,7 @@ void XMessageQueues::ForgetSpeaker( const XListenerList& inSpeakersList )
     const XThreadLock lock( itsDeferredMutex );
     while ( XEntry* const entry = inSpeakersList.itsFirstQueued )
         withdrawn.Add( *entry );
+    EndCallsOf( inSpeakersList, &XCall::speakersList );
 }
 
 void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeExcluded )
@@ -332,8 +375,7 @@ void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeEx
         if ( inMayBeExcluded )
             ForgetExclusions( queue->messages, inListener );
     }
-    while ( ForgetCalls( inListener ) )
-        itsCallEnded.Wait( itsDeferredMutex );
+    EndCallsOf( inListener, &XCall::listener );
 }
 
 /// A listener made later may get the same address.
@@ -343,21 +385,23 @@ void XMessageQueues::ForgetExclusions( XDeferredQueue& ioMessages, const XListen
         std::erase( entry->record.exclusions, &inListener );
 }
 
-/// Forgets this thread's calls of a listener; true while another thread is calling it.
-bool XMessageQueues::ForgetCalls( const XListener& inListener )
+/// Forgets the calls on this thread that concern somebody who comes to its end, and waits for those on others.
+template<class T>
+void XMessageQueues::EndCallsOf( const T& inOne, const T* XCall::*inMember )
 {
     const std::uint32_t ownID = WThreadID::GetCurrent();
-    bool isCalledElsewhere = false;
-    for ( XCall* call = itsCalls; call; call = call->next )
+    const auto isCalledElsewhere = [&]
     {
-        if ( call->listener != &inListener )
-            continue;
-        if ( call->threadID == ownID )
-            call->listener = nullptr;
-        else
-            isCalledElsewhere = true;
-    }
-    return isCalledElsewhere;
+        for ( const XCall* call = itsCalls; call; call = call->next )
+            if ( call->*inMember == &inOne && call->threadID != ownID )
+                return true;
+        return false;
+    };
+    for ( XCall* call = itsCalls; call; call = call->next )
+        if ( call->*inMember == &inOne && call->threadID == ownID )
+            call->*inMember = nullptr;
+    while ( isCalledElsewhere() )
+        itsCallEnded.Wait( itsDeferredMutex );
 }
 
 // ---- Asking

@@ -16,17 +16,17 @@ public:
 
     static XMessageQueues& Get();
 
-    /// Queues a copy of a message for all listeners of a speaker that has not stopped.
+    /// Queues a copy of a message for all listeners of a speaker, unless it has stopped. The caller has a pin.
     void
     Add( const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
          const XListenerVector& inExclusions );
 
-    /// Queues a copy of a message for one listener.
-    void Add( const XMessage& inMessage, XListener& inListener, XWhen inWhen );
+    /// Calls one listener, or queues a copy of a message for it, unless it or the message's speaker has
+    /// stopped. Whichever of the two is destroyed on another thread meanwhile waits for the end of the call.
+    void Post( const XMessage& inMessage, XListener& inListener, XWhen inWhen );
 
-    /// Calls one listener at once; a listener that is destroyed on another thread meanwhile waits for the end
-    /// of the call.
-    void CallNow( const XMessage& inMessage, XListener& inListener );
+    void PostNotice( XDeferredQueue::XEntry& inNotice ) noexcept;
+    void WithdrawNotice( XDeferredQueue::XEntry& inNotice ) noexcept;
 
     void DrainNextEvent();
     bool DrainIdle();
@@ -36,7 +36,8 @@ public:
 
     USize RemoveIf( XWhen inQueue, const XPredicate& inPredicate );
 
-    /// Withdraws the messages of a speaker that has stopped.
+    /// Withdraws the messages of a speaker that has stopped, waits for calls of single listeners with its
+    /// messages on other threads and forgets those on this one.
     void ForgetSpeaker( const XListenerList& inSpeakersList );
 
     /// Withdraws the messages for a listener, waits for calls of it on other threads and forgets those on
@@ -54,12 +55,13 @@ private:
         WEvent event; // set when a message is added, reset by drains
     };
 
-    /// A call in progress, on the stack of its thread.
+    /// A call of a single listener in progress, on the stack of its thread.
     struct XCall
     {
-        const XListener* listener; // null once the listener is destroyed
-        std::uint32_t threadID;
-        XCall* next;
+        const XListener* listener = nullptr;         // null once it has been destroyed within the call
+        const XListenerList* speakersList = nullptr; // the same of the message's speaker
+        std::uint32_t threadID = 0;
+        XCall* next = nullptr;
     };
     class XCallScope;
     class XWithdrawn;
@@ -75,9 +77,13 @@ private:
     void AddLocked( XQueue& ioQueue, XDeferredQueue::XItem& ioItem );
     void Signal( XQueue& ioQueue );
     static void ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener );
-    bool ForgetCalls( const XListener& inListener );
+    template<class T>
+    void EndCallsOf( const T& inOne, const T* XCall::*inMember );
 
     // Without it.
+    void AddPost(
+        const XMessage& inMessage, XListener& inListener, XListenerList* inSpeakersList, XWhen inWhen,
+        XCallScope& ioCall );
     bool BeginDrain( const XQueue& inQueue, USize& outCount );
     void Deliver( XQueue& ioQueue );
     void DeliverAndLog( XQueue& ioQueue );

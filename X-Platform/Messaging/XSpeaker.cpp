@@ -39,7 +39,7 @@ struct Muted
 
 std::atomic<USize> sMuteCount = 0; // entries of the map: with none, nobody looks
 
-bool IsMuted( const XSpeaker* inSpeaker, const std::type_info& inMessageType )
+bool IsTypeMuted( const XSpeaker* inSpeaker, const std::type_info& inMessageType )
 {
     if ( sMuteCount.load( std::memory_order_relaxed ) == 0 )
         return false;
@@ -66,11 +66,12 @@ XSpeaker& XSpeaker::operator=( const XSpeaker& )
 XSpeaker::~XSpeaker()
 {
     StopSpeaking();
-    itsListeners->ReleaseBySpeaker();
+    itsListeners->Unpin();
 }
 
 void XSpeaker::StopSpeaking()
 {
+    const XListenerList::XPin pin( *itsListeners ); // after what calls in progress have read of the speaker
     {
         const XThreadLock lock( itsListeners->GetMutex() );
         itsListeners->SpeakerStopped();
@@ -83,40 +84,31 @@ void XSpeaker::StopSpeaking()
 
 // ---- Speaking
 
+/// The speaker may be destroyed as soon as its list is pinned.
 void XSpeaker::SpeakMessage( const XMessage& inMessage, XWhen inWhen )
 {
-    if ( itsHasMutedMessages && IsContainedInMutedMessages( typeid( inMessage ) ) )
+    const bool hasMutedMessages = itsHasMutedMessages;
+    const XListenerList::XPin listeners( *itsListeners );
+    if ( hasMutedMessages && IsMuted( this, inMessage ) )
         return;
-    if ( inWhen == kWhenImmediate )
-        SpeakMessageNow( inMessage, true, {} );
-    else if ( inWhen != kWhenDefault )
-        ProcessMessageForDelay( inMessage, inWhen, {} );
-    else if ( XThread::IsMainThread() )
-        SpeakMessageNow( inMessage, false, {} );
+    const bool isImmediate = inWhen == kWhenImmediate;
+    if ( isImmediate || ( inWhen == kWhenDefault && MayBroadcast( *listeners ) ) )
+        listeners->Broadcast( inMessage, isImmediate, {} );
     else
-        SpeakOffMainThread( inMessage );
+        XMessageQueues::Get().Add(
+            inMessage, *listeners, inWhen == kWhenDefault ? kWhenNextEvent : inWhen, {} );
 }
 
-/// Asynchronous listeners hear now, the others at the next event.
-void XSpeaker::SpeakOffMainThread( const XMessage& inMessage )
+/// Off the main thread it is asynchronous listeners that hear at once.
+bool XSpeaker::MayBroadcast( const XListenerList& inListeners )
 {
-    if ( itsListeners->HasAsynchronousListeners() )
-        AsyncSpeakMessageNow( inMessage );
-    else
-        ProcessMessageForDelay( inMessage, kWhenNextEvent, {} );
-}
-
-void XSpeaker::AsyncSpeakMessageNow( const XMessage& inMessage )
-{
-    SpeakMessageNow( inMessage, false, {} );
+    return XThread::IsMainThread() || inListeners.HasAsynchronousListeners();
 }
 
 void XSpeaker::SpeakMessageNow(
     const XMessage& inMessage, bool inIsForced, const XListenerVector& inExclusions )
 {
-    sMessageCount.fetch_add( 1, std::memory_order_relaxed );
-    const XListenerList::XBroadcast broadcast( *itsListeners );
-    SpeakMessageNowSelf( inMessage, inIsForced, inExclusions );
+    XListenerList::XPin( *itsListeners )->Broadcast( inMessage, inIsForced, inExclusions );
 }
 
 void XSpeaker::SpeakMessageNowSelf(
@@ -131,23 +123,9 @@ void XSpeaker::SpeakMessageNowSelf(
         XMessageQueues::Get().Add( inMessage, listeners, kWhenNextEvent, served );
 }
 
-void XSpeaker::ProcessMessageForDelay(
-    const XMessage& inMessage, XWhen inWhen, const XListenerVector& inExclusions )
-{
-    XMessageQueues::Get().Add( inMessage, *itsListeners, inWhen, inExclusions );
-}
-
 void XSpeaker::PostXMessage( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
 {
-    if ( IsMuted( inMessage.GetSpeaker(), typeid( inMessage ) ) )
-        return;
-    inListener.SetFlag( XListener::kPosted, true );
-    const bool isNow = inWhen == kWhenImmediate ||
-        ( inWhen == kWhenDefault && ( inListener.IsAsynchronous() || XThread::IsMainThread() ) );
-    if ( isNow )
-        XMessageQueues::Get().CallNow( inMessage, inListener );
-    else
-        XMessageQueues::Get().Add( inMessage, inListener, inWhen == kWhenDefault ? kWhenNextEvent : inWhen );
+    XMessageQueues::Get().Post( inMessage, inListener, inWhen );
 }
 
 // ---- Muting
@@ -167,7 +145,12 @@ void XSpeaker::SetIsMute( const std::type_info& inMessageType, bool inIsMute )
 
 bool XSpeaker::IsContainedInMutedMessages( const std::type_info& inMessageType ) const
 {
-    return IsMuted( this, inMessageType );
+    return IsTypeMuted( this, inMessageType );
+}
+
+bool XSpeaker::IsMuted( const XSpeaker* inSpeaker, const XMessage& inMessage )
+{
+    return IsTypeMuted( inSpeaker, typeid( inMessage ) );
 }
 
 void XSpeaker::ForgetMutedMessages()
@@ -182,27 +165,27 @@ void XSpeaker::ForgetMutedMessages()
 
 void XSpeaker::SafeSubscribeListener( XListener& inListener ) const
 {
-    itsListeners->Subscribe( inListener );
+    XListenerList::XPin( *itsListeners )->Subscribe( inListener );
 }
 
 void XSpeaker::SafeUnsubscribeListener( XListener& inListener ) const
 {
-    itsListeners->Unsubscribe( inListener );
+    XListenerList::XPin( *itsListeners )->Unsubscribe( inListener );
 }
 
 void XSpeaker::HardUnsubscribeListener( XListener& inListener ) const
 {
-    itsListeners->HardUnsubscribe( inListener );
+    XListenerList::XPin( *itsListeners )->HardUnsubscribe( inListener );
 }
 
 void XSpeaker::RemoveAllListeners()
 {
-    itsListeners->RemoveAll();
+    XListenerList::XPin( *itsListeners )->RemoveAll();
 }
 
 USize XSpeaker::GetListenerCount() const
 {
-    return itsListeners->GetListenerCount();
+    return XListenerList::XPin( *itsListeners )->GetListenerCount();
 }
 
 bool XSpeaker::HasListeners() const

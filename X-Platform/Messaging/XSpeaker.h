@@ -21,10 +21,14 @@ class XString;
 /// subscribe and unsubscribe listeners, and destroy listeners and the speaker itself. As with any lock, two
 /// handlers on two threads that each speak through the other's speaker wait for each other for ever.
 ///
-/// Lifetime:  may be destroyed at any time: its listeners forget it and its queued messages are withdrawn.
-/// Where the main thread may be delivering its messages meanwhile, the most derived class's destructor begins
-/// with `StopSpeaking()`.
-/// Threads: every operation may be called from any thread, except the drains.
+/// Lifetime:  may be destroyed while other threads are in calls of it, handlers included: its listeners forget
+/// it and its queued messages are withdrawn. `StopSpeaking` tells which of these calls the destructor waits
+/// for; the others, those that wait for the speaker's mutex among them, end without effect and do not touch the
+/// speaker again. As with any object, no call may begin once the destructor has begun. Where other threads may be
+/// in calls, the most derived class's destructor begins with `StopSpeaking()`: the base's destructor makes the
+/// call as well, but runs when the derived members are gone already.
+/// Threads: every operation may be called from any thread, except the drains. `SetIsMute` must have returned on
+/// other threads before the speaker is destroyed.
 class KORVALE_API XSpeaker
 {
 public:
@@ -86,7 +90,9 @@ public:
 
     /// Sends a message to one listener, subscribed or not, by the same rules; the message's speaker, if it
     /// has one, may mute it. The listener, and the speaker that the message names, have to exist when the
-    /// call begins.
+    /// call begins; what destroys one of them on another thread then waits for the end of the call, the
+    /// handler included. Where one of them has stopped (`XListener::StopListening`, `StopSpeaking`) the message
+    /// is dropped.
     static void PostXMessage( const XMessage& inMessage, XListener& inListener, XWhen inWhen = kWhenDefault );
 
     /// Suppresses messages of exactly this class as they are spoken, or lets them pass again.
@@ -94,7 +100,9 @@ public:
     bool IsContainedInMutedMessages( const std::type_info& inMessageType ) const;
 
     /// Lets all listeners forget this speaker, withdraws its queued messages and waits until no other thread
-    /// is speaking for it. What is spoken afterwards reaches nobody.
+    /// calls a handler with a message of this speaker or posts one. Handlers further up on this thread are not
+    /// waited for, nor are calls of `SpeakMessage` that have not reached a handler. What these and later calls
+    /// speak reaches nobody.
     void StopSpeaking();
 
     // ---- Listeners. XListener::Subscribe and Unsubscribe are the same from the other side.
@@ -112,7 +120,8 @@ public:
     /// False only when nobody has subscribed. Takes no lock.
     bool HasListeners() const;
 
-    /// Held during a broadcast and while subscriptions change.
+    /// Held during a broadcast and while subscriptions change. Those who lock it themselves keep the speaker
+    /// alive until they have unlocked it.
     XMutex& GetSpeakerMutex() const;
 
     // ---- The queues: the main thread's side. The drains are for the main thread only: an internal error,
@@ -130,8 +139,9 @@ public:
     static bool IsNextEventMessageToProcess();
     static bool IsIdleMessageToProcess();
 
-    /// Set when a message is queued, reset by a drain. To be waited on by a loop that waits on nothing else;
-    /// others use the handle of WMainLoop.
+    /// Set when a message is queued. A drain of the next-event queue resets it even when records are left,
+    /// one of the idle queue when none is. A loop that waits on nothing else waits for it only while
+    /// `IsNextEventMessageToProcess()` is false; others use the handle of WMainLoop (docs/event-loops.md).
     static WEvent& GetMsgInNextEventQueueEvent();
     static WEvent& GetMsgInIdleQueueEvent();
 
@@ -146,7 +156,8 @@ public:
     static std::uint32_t GetMessageCount();
 
     /// Withdraws the messages that the predicate selects from the queue of `kWhenNextEvent` or `kWhenIdle`.
-    /// Returns how many those were. The predicate must not touch the queues.
+    /// Returns how many those were. The predicate must not touch the queues. It is not asked about the library's
+    /// own notices, such as those by which job queues complete their jobs.
     static USize RemoveFromDelayedQueue(
         XWhen inQueue, const std::function<bool( const XDeferredMessageRecord& )>& inPredicate );
 
@@ -164,12 +175,13 @@ protected:
 
 private:
     friend class XListener;
+    friend class XListenerList;
     friend class XMessageQueues;
 
-    void SpeakOffMainThread( const XMessage& inMessage );
-    void AsyncSpeakMessageNow( const XMessage& inMessage );
-    void
-    ProcessMessageForDelay( const XMessage& inMessage, XWhen inWhen, const XListenerVector& inExclusions );
+    static bool MayBroadcast( const XListenerList& inListeners );
+
+    /// The speaker, which may be null, is not looked into.
+    static bool IsMuted( const XSpeaker* inSpeaker, const XMessage& inMessage );
     void ForgetMutedMessages();
 
     static std::atomic<std::uint32_t> sMessageCount;

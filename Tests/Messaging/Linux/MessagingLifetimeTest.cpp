@@ -1,0 +1,321 @@
+#include "Messaging/Recorder.h"
+#include "WEvent.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <barrier>
+#include <deque>
+#include <fstream>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+// Speakers and listeners end while other threads are in calls that concern them.
+
+namespace
+{
+
+/// Calls a function within the call that queues it.
+class HookedMessage : public XMessage
+{
+public:
+    using Hook = std::function<void()>;
+
+    HookedMessage( XSpeaker* inSpeaker, Hook inHook ) : XMessage( inSpeaker ), hook( std::move( inHook ) ) {}
+    HookedMessage* Clone() const override
+    {
+        hook();
+        return new HookedMessage( *this );
+    }
+
+    Hook hook;
+};
+
+/// A thread that runs a function which takes no lock but the one to wait for.
+class Caller
+{
+public:
+    explicit Caller( std::function<void()> inCall )
+        : itsThread(
+              [this, inCall]
+              {
+                  itsID = static_cast<int>( syscall( SYS_gettid ) );
+                  inCall();
+                  itsHasReturned = true;
+              } )
+    {
+    }
+    ~Caller() { itsThread.join(); }
+
+    /// Returns when the thread sleeps, or false when its function has returned instead.
+    bool WaitUntilItSleeps() const
+    {
+        while ( !itsHasReturned )
+        {
+            if ( itsID != 0 && GetState() == 'S' )
+                return true;
+            std::this_thread::yield();
+        }
+        return false;
+    }
+
+    void WaitUntilItReturns() const
+    {
+        while ( !itsHasReturned )
+            std::this_thread::yield();
+    }
+
+private:
+    char GetState() const
+    {
+        std::ifstream file( "/proc/self/task/" + std::to_string( itsID ) + "/stat" );
+        std::string line;
+        std::getline( file, line );
+        const std::size_t end = line.rfind( ')' );
+        return end == std::string::npos ? '?' : line[end + 2];
+    }
+
+    std::atomic<bool> itsHasReturned = false;
+    std::atomic<int> itsID = 0;
+    std::thread itsThread;
+};
+
+constexpr auto kNext = XSpeaker::kWhenNextEvent;
+constexpr auto kNow = XSpeaker::kWhenImmediate;
+
+} // namespace
+
+TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
+{
+    enum Call
+    {
+        kPostToDyingListener,
+        kPostOfDyingSpeaker,
+        kSpeakOfDyingSpeaker
+    };
+    for ( const Call call : { kPostToDyingListener, kPostOfDyingSpeaker, kSpeakOfDyingSpeaker } )
+    {
+        auto speaker = std::make_unique<XSpeaker>();
+        auto listener = std::make_unique<Recorder>( *speaker );
+        WEvent isInCall;
+        WEvent mayGoOn;
+        const HookedMessage message(
+            speaker.get(),
+            [&]
+            {
+                isInCall.Set();
+                mayGoOn.Wait();
+            } );
+        {
+            const Caller sender(
+                [&, to = listener.get(), from = speaker.get()]
+                {
+                    if ( call == kSpeakOfDyingSpeaker )
+                        from->SpeakMessage( message, kNext );
+                    else
+                        XSpeaker::PostXMessage( message, *to, kNext );
+                } );
+            isInCall.Wait();
+            const Caller ender(
+                [&]
+                {
+                    if ( call == kPostToDyingListener )
+                        listener.reset();
+                    else
+                        speaker.reset();
+                } );
+            if ( call == kSpeakOfDyingSpeaker ) // this call is not waited for
+                ender.WaitUntilItReturns();
+            else
+                EXPECT_TRUE( ender.WaitUntilItSleeps() );
+            mayGoOn.Set();
+        }
+        EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+        XSpeaker::ProcessAllNextEventMessages();
+        EXPECT_TRUE( !listener || listener->heard.empty() );
+    }
+}
+
+TEST( MessagingLifetimeTest, ASpeakersEndWaitsForHandlersOfPostsThatNameIt )
+{
+    auto speaker = std::make_unique<XSpeaker>();
+    WEvent isCalled;
+    WEvent mayReturn;
+    Recorder listener(
+        [&]( const XMessage& )
+        {
+            isCalled.Set();
+            mayReturn.Wait();
+        },
+        true );
+    const Caller sender( [&, message = NumberMessage( 1, speaker.get() )]
+                         { XSpeaker::PostXMessage( message, listener ); } );
+    isCalled.Wait();
+    {
+        const Caller ender( [&] { speaker.reset(); } );
+        EXPECT_TRUE( ender.WaitUntilItSleeps() );
+        mayReturn.Set();
+    }
+    EXPECT_EQ( listener.heard, Numbers{ 1 } );
+
+    // Who ends the speaker in the handler itself does not wait for it.
+    speaker = std::make_unique<XSpeaker>();
+    listener.action = [&]( const XMessage& ) { speaker.reset(); };
+    XSpeaker::PostXMessage( NumberMessage( 2, speaker.get() ), listener, kNow );
+    EXPECT_FALSE( speaker );
+}
+
+TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
+{
+    for ( const bool endsInHandler : { false, true } )
+    {
+        auto speaker = std::make_unique<XSpeaker>();
+        XSpeaker* const spoken = speaker.get();
+        WEvent isCalled;
+        WEvent mayReturn;
+        Recorder listener(
+            *speaker,
+            [&]( const XMessage& )
+            {
+                isCalled.Set();
+                mayReturn.Wait();
+                if ( endsInHandler )
+                    speaker.reset();
+            } );
+        Recorder late;
+        const Caller first( [&] { spoken->SpeakMessage( NumberMessage( 1 ), kNow ); } );
+        isCalled.Wait();
+        const std::array<std::function<void()>, 5> calls{
+            [&] { spoken->SpeakMessage( OtherMessage(), kNow ); }, [&] { late.Subscribe( *spoken ); },
+            [&] { late.Unsubscribe( *spoken ); }, [&] { spoken->RemoveAllListeners(); },
+            [&] { spoken->GetListenerCount(); } };
+        std::deque<Caller> callers;
+        for ( const auto& call : calls )
+            callers.emplace_back( call ).WaitUntilItSleeps();
+        Recorder other;
+        callers.emplace_back( [&] { spoken->HardUnsubscribeListener( other ); } ).WaitUntilItSleeps();
+        if ( !endsInHandler )
+            callers.emplace_back( [&] { speaker.reset(); } ).WaitUntilItSleeps();
+        mayReturn.Set();
+        callers.clear();
+        EXPECT_FALSE( speaker );
+        XSpeaker::ProcessAllNextEventMessages();
+        EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+    }
+}
+
+namespace
+{
+
+constexpr unsigned kStormRounds = 40;
+constexpr unsigned kCallKinds = 4;
+constexpr unsigned kThreadsPerKind = 2;
+constexpr unsigned kSenders = kCallKinds * kThreadsPerKind;
+
+class StormListener : public XListener
+{
+public:
+    explicit StormListener( std::atomic<unsigned>& ioBegun ) : XListener( true ), itsBegun( ioBegun ) {}
+    ~StormListener() override
+    {
+        StopListening();
+        itsIsDead = true;
+    }
+    void HandleMessage( const XMessage& inMessage ) override
+    {
+        EXPECT_FALSE( itsIsDead );
+        if ( typeid( inMessage ) == typeid( NumberMessage ) )
+            ++itsBegun;
+    }
+
+private:
+    std::atomic<unsigned>& itsBegun;
+    bool itsIsDead = false;
+};
+
+class Storm
+{
+public:
+    void Send( unsigned inKind )
+    {
+        const HookedMessage queued( itsSpeaker.get(), [this] { ++itsBegun; } );
+        const NumberMessage immediate( 1, itsSpeaker.get() );
+        switch ( inKind )
+        {
+        case 0:
+            return XSpeaker::PostXMessage( queued, *itsListener, kNext );
+        case 1:
+            return XSpeaker::PostXMessage( immediate, *itsListener, kNow );
+        case 2:
+            return itsSpeaker->SpeakMessage( queued, kNext );
+        default:
+            return itsSpeaker->SpeakMessage( immediate, kNow );
+        }
+    }
+
+    /// Ends both, in one order or the other, when the calls of the round have begun.
+    void End( unsigned inRound )
+    {
+        while ( itsBegun < kSenders )
+            std::this_thread::yield();
+        if ( inRound % 2 == 0 )
+            itsListener.reset();
+        itsSpeaker.reset();
+        itsListener.reset();
+    }
+
+    void Renew()
+    {
+        itsBegun = 0;
+        itsSpeaker = std::make_unique<XSpeaker>();
+        itsListener = std::make_unique<StormListener>( itsBegun );
+        itsListener->Subscribe( *itsSpeaker );
+    }
+
+private:
+    std::atomic<unsigned> itsBegun = 0;
+    std::unique_ptr<XSpeaker> itsSpeaker;
+    std::unique_ptr<StormListener> itsListener;
+};
+
+} // namespace
+
+/// Eight threads are in calls, a ninth ends the speaker and the listener, and the main thread drains.
+TEST( MessagingLifetimeTest, AStormOfCallsAndEnds )
+{
+    Storm storm;
+    std::atomic<bool> isOver = false;
+    std::barrier round( kSenders + 1 );
+    std::vector<std::thread> threads;
+    for ( unsigned sender = 0; sender < kSenders; ++sender )
+        threads.emplace_back(
+            [&, sender]
+            {
+                for ( unsigned i = 0; i < kStormRounds; ++i )
+                {
+                    round.arrive_and_wait();
+                    storm.Send( sender % kCallKinds );
+                    round.arrive_and_wait();
+                }
+            } );
+    threads.emplace_back(
+        [&]
+        {
+            for ( unsigned i = 0; i < kStormRounds; ++i )
+            {
+                storm.Renew();
+                round.arrive_and_wait();
+                storm.End( i );
+                round.arrive_and_wait();
+            }
+            isOver = true;
+        } );
+    while ( !isOver )
+    {
+        XSpeaker::ProcessAllNextEventMessages();
+        std::this_thread::yield();
+    }
+    for ( std::thread& thread : threads )
+        thread.join();
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+}

@@ -1,0 +1,27 @@
+#include "Messaging/XDeferredNotice.h"
+
+#include "Messaging/XMessageQueues.h"
+
+#include <utility>
+
+XDeferredNotice::XDeferredNotice( std::unique_ptr<XMessage> inMessage, XListener& inListener )
+{
+    itsEntry.isNotice = true;
+    itsEntry.record.target = &inListener;
+    itsEntry.record.message = std::move( inMessage );
+}
+
+XDeferredNotice::~XDeferredNotice()
+{
+    Withdraw();
+}
+
+void XDeferredNotice::Post() noexcept
+{
+    XMessageQueues::Get().PostNotice( itsEntry );
+}
+
+void XDeferredNotice::Withdraw() noexcept
+{
+    XMessageQueues::Get().WithdrawNotice( itsEntry );
+}
