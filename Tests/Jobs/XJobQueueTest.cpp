@@ -192,6 +192,25 @@ TEST_F( XJobQueueTest, CompletionHappensWhereTheJobAllowsAndIsAnnouncedOnTheMain
     EXPECT_EQ( listener.codes, ( Codes{ 0, 1005, 1005 } ) );
 }
 
+TEST_F( XJobQueueTest, CompletesItsJobsWhenItsMessagesAreWithdrawn )
+{
+    CompletionListener listener( itsQueue );
+    itsQueue.Start();
+    const auto withdraw = []( const auto& inSelector )
+    { return XSpeaker::RemoveFromDelayedQueue( XSpeaker::kWhenNextEvent, inSelector ); };
+    for ( const std::int64_t tag : { 1, 2 } )
+    {
+        Attach( DoNothing, tag );
+        std::thread( [this] { itsQueue.WaitForQueueEmpty(); } ).join(); // off the main thread: nothing drains
+        EXPECT_EQ( withdraw( XSpeaker::XRemoveMsgsSentBySpeaker( itsQueue ) ), 0u );
+        EXPECT_EQ( withdraw( []( const XSpeaker::XDeferredMessageRecord& ) { return true; } ), 0u );
+    }
+    itsQueue.WaitForQueueEmpty();
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ 0, 0 } ) );
+    EXPECT_EQ( withdraw( XSpeaker::XRemoveMsgsSentBySpeaker( itsQueue ) ), 2u ); // the announcements
+    EXPECT_TRUE( itsQueue.IsEmpty() && listener.codes.empty() );
+}
+
 TEST_F( XJobQueueTest, HooksThatThrowDisturbNobody )
 {
     struct ThrowingJob : XJob

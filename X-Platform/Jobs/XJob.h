@@ -96,4 +96,5 @@ private:
     std::int64_t itsGroup = 0;
     XProgressStrategy* itsProgressStrategy = nullptr;
     XJobQueue* itsOwner = nullptr;
+    XJob* itsNextFinished = nullptr; // of its queue's jobs that have run and wait for their completion
 };

@@ -5,6 +5,7 @@
 #include "Jobs/XJob.h"
 #include "Jobs/XJobPool.h"
 #include "Jobs/XJobWaiter.h"
+#include "Messaging/XDeferredNotice.h"
 #include "Messaging/XMessage.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadLock.h"
@@ -45,7 +46,7 @@ void CompleteAndDelete( XJob* inJob, std::uint32_t inResultCode )
 
 XMutex XJobQueue::sJobQueueMutex;
 
-/// Tells the queue that jobs have run; it merges with one that is queued.
+/// Notifies the queue, on the main thread, that jobs have run.
 class XJobQueue::XJobAsyncCompleteMessage : public XMessage
 {
 public:
@@ -84,6 +85,8 @@ private:
 // ---- Life
 
 XJobQueue::XJobQueue()
+    : itsCompletionNotice(
+          std::make_unique<XDeferredNotice>( std::make_unique<XJobAsyncCompleteMessage>( this ), *this ) )
 {
     AddJobQueue();
 }
@@ -94,6 +97,7 @@ XJobQueue::~XJobQueue()
     RemoveJobQueue();
     AsyncStop();
     WaitUntilTerminated();
+    itsCompletionNotice->Withdraw();
     StopListening();
     StopSpeaking();
     CompleteFinishedJobs();
@@ -212,9 +216,9 @@ XJob* XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob
     runningJobs.erase( i );
     if ( inUncompletedJob )
     {
-        itsFinishedJobs.push_back( inUncompletedJob );
-        if ( itsFinishedJobs.size() == 1 )
-            PostXMessage( XJobAsyncCompleteMessage( this ), *this, kWhenNextEvent );
+        itsFinishedJobs.Append( *inUncompletedJob );
+        if ( itsFinishedJobs.count == 1 )
+            itsCompletionNotice->Post();
     }
     JobsHaveGone();
     return inMayRunNext && itsIsRunnable && sRunnableQueues == 1 ? TakeJobForRunning( inWorker ) : nullptr;
@@ -228,13 +232,24 @@ void XJobQueue::HandleMessage( const XMessage& inMessage )
 
 void XJobQueue::CompleteFinishedJobs()
 {
-    XVector<XJob*> finishedJobs;
+    XJob* job = nullptr;
     {
         const XThreadLock lock( itsMutex );
-        finishedJobs.swap( itsFinishedJobs );
+        job = std::exchange( itsFinishedJobs, {} ).first;
     }
-    for ( XJob* const job : finishedJobs )
+    while ( job )
+    {
+        XJob* const next = job->itsNextFinished;
         CompleteAndDelete( job, job->GetResultCode() );
+        job = next;
+    }
+}
+
+void XJobQueue::XFinishedJobs::Append( XJob& ioJob ) noexcept
+{
+    ( last ? last->itsNextFinished : first ) = &ioJob;
+    last = &ioJob;
+    ++count;
 }
 
 // ---- Under the mutex

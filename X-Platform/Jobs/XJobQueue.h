@@ -7,6 +7,7 @@
 
 #include <deque>
 
+class XDeferredNotice;
 class XJob;
 class XString;
 
@@ -166,6 +167,16 @@ private:
     };
     using XJobs = std::deque<XJob*>;
 
+    /// Jobs that have run and wait for their completion, linked through the jobs: adding one cannot fail.
+    struct XFinishedJobs
+    {
+        void Append( XJob& ioJob ) noexcept;
+
+        XJob* first = nullptr;
+        XJob* last = nullptr;
+        USize count = 0;
+    };
+
     void AddJobQueue();
     void RemoveJobQueue();
 
@@ -196,10 +207,12 @@ private:
     XJobs itsQueuedJobs;     // in the order of attachment
     XVector<XRunningJob> itsRunningJobs;
     XJobs itsSuspendedJobs;
-    XVector<XJob*> itsFinishedJobs; // have run and wait for their completion
+    XFinishedJobs itsFinishedJobs;
     XConditionVariable itsQueueEmpty;
     XConditionVariable itsJobFinished; // signalled whenever a job stops waiting or running
     bool itsIsRunning = false;
     bool itsIsRunnable = false;    // runs and has jobs that wait
     std::uint32_t itsPinCount = 0; // keeps the destructor waiting; guarded by sJobQueueMutex
+
+    const std::unique_ptr<XDeferredNotice> itsCompletionNotice; // posted with the first finished job
 };

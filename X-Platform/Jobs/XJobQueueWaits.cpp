@@ -105,7 +105,7 @@ void XJobQueue::WaitForJobWeightUnderCommit( double inCommit )
 USize XJobQueue::GetJobCount() const
 {
     const XThreadLock lock( itsMutex );
-    return GetWeight() + itsFinishedJobs.size();
+    return GetWeight() + itsFinishedJobs.count;
 }
 
 USize XJobQueue::GetQueuedJobCount() const
