@@ -2,6 +2,10 @@
 
 /// Every public header of the library, floor by floor.
 
+// What the interfaces below name of the system, and the main loop's handle
+#include "WEvent.h"
+#include "WMainLoop.h"
+
 // Core
 #include "Core/XARGB32Colour.h"
 #include "Core/XByteOrder.h"
