@@ -101,8 +101,17 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
                          : ProtectMemory( itsHandle, itsSize, inAccess );
     itsView = static_cast<std::uint8_t*>( view );
     itsViewSize = size;
-    if ( itsFile )
+    if ( !itsFile )
+        return;
+    try
+    {
         itsGuard = WViewGuard::Add( itsView, itsViewSize );
+    }
+    catch ( ... )
+    {
+        UnmapView(); // is not to stay without a guard
+        throw;
+    }
 }
 
 /// Only memory of the process can move by its pages. What is cut off inside a page must not come back.

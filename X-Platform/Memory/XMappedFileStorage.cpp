@@ -335,10 +335,10 @@ bool XMappedFileMemoryBlock::ResizeView( USize64 inSize )
 
 void XMappedFileMemoryBlock::ResizePublicFile( USize64 inSize )
 {
+    CheckViewIntact();
     LengthenFile( inSize );
     if ( inSize <= itsSize )
         return ShrinkForMMap( inSize );
-    CheckViewIntact();
     auto storage = MakeStorage( GetManager().MakeFileMapping( itsFile, itsOffset, inSize, itsViewAccess ) );
     Unmap();
     fileMapping = std::move( storage );
@@ -353,16 +353,10 @@ void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
         OpenPermanentFile();
     constexpr USize64 kStep = 1024 * 1024;
     const std::uint64_t fileSize = itsOffset + std::max<USize64>( inSize, 1 );
-    const std::uint64_t before = itsFile->GetSize();
-    const XVector<std::uint8_t> zeros( std::min( fileSize - std::min( before, fileSize ), kStep ) );
-    try
-    {
-        for ( std::uint64_t end = before; end < fileSize; end = std::min( end + kStep, fileSize ) )
-            itsFile->WriteAt( end, zeros.data(), std::min( fileSize - end, kStep ) );
-    }
-    catch ( ... )
-    {
-        XSwallowErrors( [&] { itsFile->SetSize( before ); } );
-        throw;
-    }
+    static XMutex sMutex; // keeps zeros off what another block has just lengthened the file for
+    const XThreadLock lock( sMutex );
+    std::uint64_t end = itsFile->GetSize();
+    const XVector<std::uint8_t> zeros( std::min( fileSize - std::min( end, fileSize ), kStep ) );
+    for ( ; end < fileSize; end = std::min( end + kStep, fileSize ) )
+        itsFile->WriteAt( end, zeros.data(), std::min( fileSize - end, kStep ) );
 }

@@ -13,10 +13,10 @@
 ///     const XLock lock( handle, kLockForWrite );
 ///     std::memset( handle.GetData(), 0, handle.GetDataSize() );
 ///
-/// A handle that is locked for writing is copied byte by byte, unless its changes go to a file, which copies share all the
-/// time. Where a lock has to bring the bytes to another place - the
-/// first write lock of a shared block, or of a range of a file that is not to be changed - outer locks keep looking at
-/// the old place until all of the handle's locks are gone.
+/// A handle that is locked for writing is copied byte by byte, unless its changes go to a file: such a range copies share
+/// all the time. Where a lock has to bring the bytes to another place - the first write lock of a shared block, or of a
+/// range of a file that is not to be changed - outer locks keep looking at the old place until all of the handle's locks
+/// are gone.
 ///
 /// Ownership: handles own their block together.
 /// Threads: any thread may lock, copy and change a handle; who writes keeps others out in another way.
