@@ -122,6 +122,26 @@ TEST( MemoryLimits, ARefusedMappingIsAnError )
         } ) );
 }
 
+TEST( MemoryLimits, ABlockThatGrowsTakesTheDifference )
+{
+    TestManager manager( 5 * kMiB );
+    XMappedFileMemoryHandle handle( 3 * kMiB );
+    Fill( handle, 1 );
+    handle.Resize( 5 * kMiB );
+    EXPECT_EQ( 5 * kMiB, manager.GetPeakBytesInUse() );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { handle.Resize( 5 * kMiB + 1 ); } ) );
+    {
+        const XLock lock( handle, kLockForWrite );
+        EXPECT_EQ( 0, handle[3 * kMiB] );
+        EXPECT_EQ( 0, handle[5 * kMiB - 1] );
+        handle.SetByte( 3 * kMiB + 1, 7 );
+    }
+    handle.Resize( 3 * kMiB );
+    EXPECT_EQ( 3 * kMiB, manager.GetBytesInUse() );
+    handle.GetBlock()->Purge();
+    EXPECT_TRUE( Holds( handle, 1 ) );
+}
+
 TEST( MemoryLimits, MoreBlocksThanDescriptorsAtFirst )
 {
     EXPECT_TRUE( PassesInChild(
