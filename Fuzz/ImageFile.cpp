@@ -1,9 +1,10 @@
-// A TIFF or PNG file, all pages, through the program's readers. What can be read has as many samples as it says; anything
+// A TIFF or PNG file, its description and all pages, through the program's readers. What can be read has as many samples as it says; anything
 // else is refused with an image error or an error of the system.
 
 #include "WImageFile.h"
 
 #include "Core/XException.h"
+#include "ImagePlanes.h"
 #include "Startup/WInitCore.h"
 #include "WClock.h"
 #include "WFile.h"
@@ -34,6 +35,7 @@ void WriteFile( const std::uint8_t* inData, std::size_t inSize )
 void ReadPages()
 {
     const auto file = WImageFile::Open( GetPath() );
+    ImagePlanes::Parse( file->GetDescription(), file->GetSamplesPerPixel() );
     const std::uint32_t pages = std::min( file->GetPageCount(), kMostPages );
     for ( std::uint32_t page = 0; page < pages; ++page )
     {

@@ -54,6 +54,13 @@ void WImagePage::Allocate( std::uint64_t inMostBytes, const Allocator& inAllocat
     samples = inAllocator( GetByteCount() );
 }
 
+void WImagePage::Invert()
+{
+    const auto count = GetByteCount();
+    for ( std::uint64_t i = 0; i < count; ++i )
+        samples[i] = ~samples[i];
+}
+
 void WImagePage::CopyBlock(
     const std::byte* inBlock, std::uint32_t inBlockWidth, std::uint32_t inRows, std::uint32_t inLeft,
     std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel )
@@ -93,9 +100,19 @@ WImagePage WImageFile::ReadPage(
     return ReadPageSelf( inPage, inProgress, inAllocator );
 }
 
-std::uint64_t WImageFile::GetMostPNGBytes( std::uint64_t inFileSize )
+void WImageFile::CheckPNGSize(
+    std::uint64_t inFileSize, std::uint32_t inWidth, std::uint32_t inHeight, std::uint32_t inBitsPerPixel )
 {
-    // Deflate packs 1032 bytes into one at best, and a bit with a palette becomes three bytes.
-    constexpr std::uint64_t kMostRatio = 1033 * 24;
-    return std::min( inFileSize, std::numeric_limits<std::uint64_t>::max() / kMostRatio ) * kMostRatio;
+    constexpr std::uint64_t kLargestRatio = 1033; // Deflate packs 1032 bytes into one at best.
+    constexpr std::uint64_t kMostRowBytes = 64 * 1024 * 1024;
+    constexpr std::uint64_t kLargestPixel = 8; // Bytes in memory, whatever it has in the file.
+    const auto size = std::to_string( inWidth ) + " x " + std::to_string( inHeight ) + " pixels";
+    const auto rowBytes = ( std::uint64_t{ inWidth } * inBitsPerPixel + 7 ) / 8;
+    const auto mostBytes = std::min( inFileSize, UINT64_MAX / kLargestRatio ) * kLargestRatio;
+    if ( rowBytes != 0 && inHeight > mostBytes / rowBytes )
+        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+    if ( inWidth > kMostRowBytes / kLargestPixel )
+        throw WImageError(
+            "a page of " + size + " has too long rows (at most " +
+            std::to_string( kMostRowBytes / kLargestPixel ) + " pixels)" );
 }

@@ -73,6 +73,9 @@ struct WImagePage : WImageForm
     /// with more than 2^32 - 1 of them, or of more than `inMostBytes` bytes, and what the allocator throws.
     void Allocate( std::uint64_t inMostBytes, const Allocator& inAllocator = AllocateFromHeap );
 
+    /// Exchanges black and white. Samples of whole numbers only.
+    void Invert();
+
     /// Copies the part of a block of `inBlockWidth` pixels a row that lies inside the page, to the place of its left
     /// top corner. The block holds all channels, or, where `inIsPlane`, only the channel of that number.
     void CopyBlock(
@@ -82,10 +85,15 @@ struct WImagePage : WImageForm
 
 /// A TIFF or PNG file of one or more pages, read through what the system has for it. TIFF: 8- and 16-bit unsigned and
 /// 32-bit float samples, any number of them in a pixel, strips or tiles. PNG: 8 and 16 bits; fewer bits are scaled to 8,
-/// palettes become red, green and blue, transparency is dropped.
+/// transparency is dropped.
 ///
-/// The sizes that a file claims are held against the bytes that it has before memory is asked for. Failures throw
-/// WImageError or WLastErrorException. One thread at a time may use an object.
+/// Samples are brightness: where a grey image stores white as 0 it is inverted, and palettes of 8 bits (PNG: any) become
+/// red, green and blue. Other ways to store colours (CMYK, Lab, ...) are refused, and so are palettes and a white of 0
+/// with more samples or other types. Pages of reduced resolution and transparency masks are no pages here.
+///
+/// The sizes that a file claims are compared with the bytes that it has before memory is asked for. Failures throw
+/// WImageError or WLastErrorException, also when the file is cut off while it is read. One thread at a time may use an
+/// object.
 class WImageFile
 {
 public:
@@ -97,6 +105,15 @@ public:
     WImageFile& operator=( const WImageFile& ) = delete;
 
     virtual std::uint32_t GetPageCount() const { return 1; }
+
+    /// Pages of reduced resolution and masks, which are left out.
+    virtual std::uint32_t GetSkippedCount() const { return 0; }
+
+    /// The samples of a pixel of the first page, as the file stores them.
+    virtual std::uint64_t GetSamplesPerPixel() const { return 1; }
+
+    /// What the program that wrote a TIFF file says of it (tag 270 of the first page); empty when it says nothing.
+    virtual std::string GetDescription() const { return {}; }
 
     /// Hears now and then what share of a page has been read, from 0 to 1. May throw, which ends the reading.
     using Progress = std::function<void( double )>;
@@ -112,8 +129,11 @@ protected:
     virtual WImagePage ReadPageSelf(
         std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) = 0;
 
-    /// The most bytes of samples that a PNG file of that size can hold.
-    static std::uint64_t GetMostPNGBytes( std::uint64_t inFileSize );
+    /// Throws WImageError when a PNG file of that size cannot hold so many pixels, or when one row of them takes more
+    /// memory than an image should. To be called before the system's decoder reserves any.
+    static void CheckPNGSize(
+        std::uint64_t inFileSize, std::uint32_t inWidth, std::uint32_t inHeight,
+        std::uint32_t inBitsPerPixel );
 
 private:
     static void IgnoreProgress( double ) {}

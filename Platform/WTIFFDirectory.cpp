@@ -42,7 +42,9 @@ std::uint64_t GetTypeSize( std::uint16_t inType )
     return inType < std::size( kSizes ) ? kSizes[inType] : 0;
 }
 
-constexpr std::uint16_t kByte = 1, kShort = 3, kLong = 4, kRational = 5, kLong8 = 16, kOffset8 = 18;
+constexpr std::uint16_t kByte = 1, kASCII = 2, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7,
+                        kLong8 = 16, kOffset8 = 18;
+constexpr std::uint64_t kMostEntries = 65536; // Each has a 16-bit number of its own.
 } // namespace
 
 WTIFFHeader WTIFFHeader::Read( const WFile& inFile )
@@ -65,7 +67,7 @@ WTIFFDirectory::WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader
 
     const auto count =
         ::GetNumber( ReadBytes( itsFile, itsOffset, countSize ), 0, countSize, itsHeader.isSwapped );
-    if ( count > itsFile.GetSize() / entrySize )
+    if ( count > kMostEntries )
         throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
 
     const auto bytes = ReadBytes( itsFile, itsOffset + countSize, count * entrySize + offsetSize );
@@ -119,16 +121,17 @@ WTIFFDirectory::GetValue( const Entry& inEntry, const std::string& inBytes, std:
     }
 }
 
-std::vector<std::uint64_t> WTIFFDirectory::GetNumbers( Tag inTag ) const
+std::vector<std::uint64_t> WTIFFDirectory::GetNumbers( Tag inTag, std::uint64_t inMost ) const
 {
     const auto found = itsEntries.find( inTag );
     if ( found == itsEntries.end() )
         return {};
 
     const auto& entry = found->second;
-    const auto bytes = ReadValues( entry, entry.count );
-    std::vector<std::uint64_t> numbers( entry.count );
-    for ( std::uint64_t i = 0; i < entry.count; ++i )
+    const auto count = std::min( entry.count, inMost );
+    const auto bytes = ReadValues( entry, count );
+    std::vector<std::uint64_t> numbers( count );
+    for ( std::uint64_t i = 0; i < count; ++i )
         numbers[i] = GetValue( entry, bytes, i );
     return numbers;
 }
@@ -150,4 +153,22 @@ double WTIFFDirectory::GetFraction( Tag inTag ) const
     const auto above = static_cast<double>( ::GetNumber( bytes, 0, 4, itsHeader.isSwapped ) );
     const auto below = static_cast<double>( ::GetNumber( bytes, 4, 4, itsHeader.isSwapped ) );
     return below > 0 ? above / below : 0;
+}
+
+std::string WTIFFDirectory::GetText( Tag inTag, std::uint64_t inMost ) const
+{
+    const auto found = itsEntries.find( inTag );
+    if ( found == itsEntries.end() || found->second.count == 0 )
+        return {};
+
+    const auto& [type, count, position] = found->second;
+    if ( type != kASCII && type != kByte && type != kUndefined )
+        return {};
+    if ( count > inMost )
+        throw WImageError(
+            "tag " + std::to_string( inTag ) + " has a text of " + std::to_string( count ) +
+            " bytes (at most " + std::to_string( inMost ) + ")" );
+    auto text = ReadValues( found->second, count );
+    text.resize( std::min( text.find( '\0' ), text.size() ) );
+    return text;
 }

@@ -25,12 +25,15 @@ class WTIFFDirectory
 public:
     enum Tag : std::uint16_t
     {
+        kSubfileType = 254,
+        kOldSubfileType = 255,
         kWidth = 256,
         kHeight = 257,
         kBitsPerSample = 258,
         kCompression = 259,
         kPhotometric = 262,
         kFillOrder = 266,
+        kDescription = 270,
         kStripOffsets = 273,
         kSamplesPerPixel = 277,
         kRowsPerStrip = 278,
@@ -39,6 +42,7 @@ public:
         kYResolution = 283,
         kPlanarConfiguration = 284,
         kResolutionUnit = 296,
+        kColourMap = 320,
         kTileWidth = 322,
         kTileHeight = 323,
         kTileOffsets = 324,
@@ -58,14 +62,18 @@ public:
 
     bool Has( Tag inTag ) const { return itsEntries.contains( inTag ); }
 
-    /// The values of a tag of whole numbers; none when the page lacks it.
-    std::vector<std::uint64_t> GetNumbers( Tag inTag ) const;
+    /// The first values of a tag of whole numbers, `inMost` at most; none when the page lacks it.
+    std::vector<std::uint64_t> GetNumbers( Tag inTag, std::uint64_t inMost ) const;
 
     /// The first value of a tag of whole numbers, or the one given when the page lacks it.
     std::uint64_t GetNumber( Tag inTag, std::uint64_t inDefault ) const;
 
     /// The value of a tag of fractions; 0 when the page lacks it or its divisor is 0.
     double GetFraction( Tag inTag ) const;
+
+    /// The bytes of a tag of text up to the first 0; none when the page lacks it or it has another type. Throws WImageError
+    /// when there are more than `inMost` bytes.
+    std::string GetText( Tag inTag, std::uint64_t inMost ) const;
 
 private:
     struct Entry

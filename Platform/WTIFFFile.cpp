@@ -8,10 +8,15 @@ using Tags = WTIFFDirectory;
 namespace
 {
 constexpr std::uint64_t kNotCompressed = 1, kLZW = 5, kDeflate = 8, kOldDeflate = 32946, kPackBits = 32773;
-constexpr std::uint64_t kYCbCr = 6;
+constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
 constexpr std::uint64_t kSeparatePlanes = 2;
 constexpr std::uint64_t kUnsigned = 1, kFloat = 3, kUndefined = 4;
 constexpr std::uint64_t kNoUnit = 1, kCentimetre = 3;
+constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
+constexpr std::uint64_t kOldReducedResolution = 2;
+constexpr std::uint64_t kColours = 256; // Of a palette.
+constexpr std::uint64_t kMostDescription = 64 * 1024 * 1024;
+constexpr std::uint64_t kPieceSize = 4 * 1024 * 1024; // Bytes read at a time.
 
 /// How many bytes one byte of a file may become at most.
 std::uint64_t GetLargestRatio( std::uint64_t inCompression )
@@ -32,16 +37,28 @@ std::uint64_t GetLargestRatio( std::uint64_t inCompression )
     }
 }
 
+std::uint64_t GetPhotometric( const Tags& inTags )
+{
+    return inTags.GetNumber( Tags::kPhotometric, kBlackIsZero );
+}
+
+/// True for what other pages have beside them: smaller copies and masks.
+bool IsAuxiliary( const Tags& inTags )
+{
+    return ( inTags.GetNumber( Tags::kSubfileType, 0 ) & ( kReducedResolution | kMask ) ) != 0 ||
+        inTags.GetNumber( Tags::kOldSubfileType, 0 ) == kOldReducedResolution;
+}
+
 bool IsPlain( const Tags& inTags )
 {
     return inTags.GetNumber( Tags::kCompression, kNotCompressed ) == kNotCompressed &&
-        inTags.GetNumber( Tags::kFillOrder, 1 ) == 1 && inTags.GetNumber( Tags::kPhotometric, 1 ) != kYCbCr;
+        inTags.GetNumber( Tags::kFillOrder, 1 ) == 1 && GetPhotometric( inTags ) != kYCbCr;
 }
 
 /// The value, where all samples of a pixel have the same one.
 std::uint64_t GetCommonNumber( const Tags& inTags, Tags::Tag inTag, std::uint64_t inDefault )
 {
-    const auto numbers = inTags.GetNumbers( inTag );
+    const auto numbers = inTags.GetNumbers( inTag, UINT16_MAX );
     if ( numbers.empty() )
         return inDefault;
     if ( std::ranges::any_of( numbers, [&]( auto inNumber ) { return inNumber != numbers.front(); } ) )
@@ -71,6 +88,31 @@ std::uint32_t GetExtent( const Tags& inTags, Tags::Tag inTag, std::uint64_t inDe
     return static_cast<std::uint32_t>( std::min<std::uint64_t>( extent, UINT32_MAX ) );
 }
 
+/// Refuses samples that are no brightness and cannot be made one.
+void CheckColours( const Tags& inTags, const WImageForm& inForm )
+{
+    const auto photometric = GetPhotometric( inTags );
+    switch ( photometric )
+    {
+    case kBlackIsZero:
+    case kRGB:
+    case kYCbCr:
+        return;
+    case kWhiteIsZero:
+        if ( inForm.channels > 1 || inForm.type == WImageForm::kFloat32 )
+            throw WImageError( "white is 0, which only 8- or 16-bit samples alone in their pixel may have" );
+        return;
+    case kPalette:
+        if ( inForm.channels > 1 || inForm.type != WImageForm::kUInt8 )
+            throw WImageError( "its samples are places in a palette (only those of 8 bits can be read)" );
+        return;
+    default:
+        throw WImageError(
+            "its samples are neither grey, RGB nor places in a palette (photometric interpretation " +
+            std::to_string( photometric ) + ")" );
+    }
+}
+
 void ReadResolution( const Tags& inTags, WImagePage& outPage )
 {
     const auto unit = inTags.GetNumber( Tags::kResolutionUnit, 2 );
@@ -96,6 +138,56 @@ void SwapAll( WImagePage& ioPage )
             swapped = static_cast<T>( swapped << 8 | ( value & 0xFF ) );
         samples[i] = swapped;
     }
+}
+
+/// The form of a page as its samples are stored.
+WImagePage MakePage( const Tags& inTags )
+{
+    WImagePage page;
+    page.width = GetExtent( inTags, Tags::kWidth, 0 );
+    page.height = GetExtent( inTags, Tags::kHeight, 0 );
+    page.channels = static_cast<std::uint16_t>( inTags.GetNumber( Tags::kSamplesPerPixel, 1 ) );
+    page.type = GetSampleType( inTags );
+    CheckColours( inTags, page );
+    ReadResolution( inTags, page );
+    return page;
+}
+
+/// Exchanges the places in a palette, which lie at the end of the samples, for colours. Front to back, no place is
+/// overwritten before it is read.
+template<class T>
+void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WImagePage& ioPage )
+{
+    const auto pixels = std::uint64_t{ ioPage.width } * ioPage.height;
+    const auto* const places = ioPage.samples.get() + ioPage.GetByteCount() - pixels;
+    auto* samples = ioPage.GetSamples<T>();
+    for ( std::uint64_t i = 0; i < pixels; ++i )
+    {
+        const auto place = static_cast<std::uint8_t>( places[i] );
+        for ( std::uint64_t channel = 0; channel < ioPage.channels; ++channel )
+            *samples++ = static_cast<T>( inColours[channel * kColours + place] >> inShift );
+    }
+}
+
+bool HasSeparatePlanes( const Tags& inTags )
+{
+    return inTags.GetNumber( Tags::kPlanarConfiguration, 1 ) == kSeparatePlanes;
+}
+
+/// Refuses tiles that are much larger than their page: each takes memory beside it.
+void CheckTileSize( const Tags& inTags, const WImageForm& inForm )
+{
+    constexpr std::uint64_t kAlwaysAllowed = 64 * 1024 * 1024;
+    if ( !inTags.Has( Tags::kTileOffsets ) )
+        return;
+    const std::uint64_t width = GetExtent( inTags, Tags::kTileWidth, 0 );
+    const std::uint64_t height = GetExtent( inTags, Tags::kTileHeight, 0 );
+    const std::uint64_t channels = HasSeparatePlanes( inTags ) ? 1 : inForm.channels;
+    const auto most = std::max( kAlwaysAllowed, 2 * inForm.GetByteCount() );
+    if ( width != 0 && height > most / ( width * channels * inForm.GetSampleSize() ) )
+        throw WImageError(
+            "its tiles of " + std::to_string( width ) + " x " + std::to_string( height ) +
+            " pixels are much larger than the page" );
 }
 
 std::uint64_t DivideUp( std::uint64_t inNumber, std::uint64_t inDivisor )
@@ -128,21 +220,22 @@ struct WTIFFFile::Grid
 
 WTIFFFile::Grid::Grid( const WTIFFDirectory& inTags, const WImagePage& inPage )
 {
-    const auto isSeparate = inTags.GetNumber( Tags::kPlanarConfiguration, 1 ) == kSeparatePlanes;
+    const auto isSeparate = HasSeparatePlanes( inTags );
     isTiled = inTags.Has( Tags::kTileOffsets );
     channels = isSeparate ? 1 : inPage.channels;
     planes = isSeparate ? inPage.channels : 1;
     width = isTiled ? GetExtent( inTags, Tags::kTileWidth, 0 ) : inPage.width;
     height = isTiled ? GetExtent( inTags, Tags::kTileHeight, 0 )
                      : std::min( GetExtent( inTags, Tags::kRowsPerStrip, UINT32_MAX ), inPage.height );
-    offsets = inTags.GetNumbers( isTiled ? Tags::kTileOffsets : Tags::kStripOffsets );
-    sizes = inTags.GetNumbers( isTiled ? Tags::kTileSizes : Tags::kStripSizes );
     if ( width == 0 || height == 0 )
         throw WImageError( "its strips or tiles have no size" );
 
     across = DivideUp( inPage.width, width );
     blocksOfPlane = across * DivideUp( inPage.height, height );
-    if ( offsets.size() < blocksOfPlane * planes || ( !sizes.empty() && sizes.size() < offsets.size() ) )
+    const auto blocks = blocksOfPlane * planes;
+    offsets = inTags.GetNumbers( isTiled ? Tags::kTileOffsets : Tags::kStripOffsets, blocks );
+    sizes = inTags.GetNumbers( isTiled ? Tags::kTileSizes : Tags::kStripSizes, blocks );
+    if ( offsets.size() < blocks || ( !sizes.empty() && sizes.size() < blocks ) )
         throw WImageError( "some of its strips or tiles are not listed" );
 }
 
@@ -151,32 +244,52 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
 {
     // The directories of a sound file do not overlap: together they are no longer than the file.
     std::uint64_t size = 0;
+    std::uint32_t number = 0;
     for ( auto offset = itsHeader.firstDirectory; offset != 0; )
     {
         const WTIFFDirectory directory( itsFile, itsHeader, offset );
-        itsPages.push_back( offset );
+        if ( IsAuxiliary( directory ) )
+            ++itsSkippedCount;
+        else
+            itsPages.push_back( { offset, number } );
+        ++number;
         offset = directory.GetNextOffset();
         size += directory.GetSize();
         if ( size > itsFile.GetSize() )
             throw WImageError( "its list of pages runs in a circle" );
     }
+    if ( itsPages.empty() && itsSkippedCount > 0 )
+        throw WImageError( "it holds only pages of reduced resolution or masks" );
     if ( itsPages.empty() )
         throw WImageError( "it holds no pages" );
+}
+
+std::uint64_t WTIFFFile::GetSamplesPerPixel() const
+{
+    return WTIFFDirectory( itsFile, itsHeader, itsPages.front().offset )
+        .GetNumber( Tags::kSamplesPerPixel, 1 );
+}
+
+std::string WTIFFFile::GetDescription() const
+{
+    return WTIFFDirectory( itsFile, itsHeader, itsHeader.firstDirectory )
+        .GetText( Tags::kDescription, kMostDescription );
 }
 
 WImagePage WTIFFFile::ReadPageSelf(
     std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
 {
-    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.at( inPage ) );
-    auto page = MakePage( tags, inAllocator );
-    if ( IsPlain( tags ) )
-    {
-        ReadPlain( tags, inProgress, page );
-        return page;
-    }
-    if ( !itsDecoder )
-        itsDecoder.emplace( itsPath );
-    itsDecoder->Decode( inPage, tags.GetOffset(), GetMostBytes( tags ), inProgress, page );
+    const auto& place = itsPages.at( inPage );
+    const WTIFFDirectory tags( itsFile, itsHeader, place.offset );
+    const auto photometric = GetPhotometric( tags );
+    if ( photometric == kPalette )
+        return ReadPalette( place, tags, inProgress, inAllocator );
+
+    auto page = MakePage( tags );
+    page.Allocate( GetMostBytes( tags ), inAllocator );
+    ReadStored( place, tags, inProgress, page );
+    if ( photometric == kWhiteIsZero )
+        page.Invert();
     return page;
 }
 
@@ -187,17 +300,44 @@ std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
     return std::min( itsFile.GetSize(), UINT64_MAX / ratio ) * ratio;
 }
 
-/// With room for its samples.
-WImagePage WTIFFFile::MakePage( const WTIFFDirectory& inTags, const WImagePage::Allocator& inAllocator ) const
+/// The colours have 8 bits, or, where the palette is finer than that, 16.
+WImagePage WTIFFFile::ReadPalette(
+    const Page& inPage, const WTIFFDirectory& inTags, const Progress& inProgress,
+    const WImagePage::Allocator& inAllocator )
 {
-    WImagePage page;
-    page.width = GetExtent( inTags, Tags::kWidth, 0 );
-    page.height = GetExtent( inTags, Tags::kHeight, 0 );
-    page.channels = static_cast<std::uint16_t>( inTags.GetNumber( Tags::kSamplesPerPixel, 1 ) );
-    page.type = GetSampleType( inTags );
-    ReadResolution( inTags, page );
-    page.Allocate( GetMostBytes( inTags ), inAllocator );
+    auto page = MakePage( inTags );
+    page.channels = 3;
+    const auto colours = inTags.GetNumbers( Tags::kColourMap, page.channels * kColours );
+    if ( colours.size() < page.channels * kColours )
+        throw WImageError( "its palette is incomplete" );
+    const auto isFine = std::ranges::any_of(
+        colours, []( auto inLevel ) { return inLevel % 256 != 0 && inLevel % 256 != inLevel / 256; } );
+    page.type = isFine ? WImagePage::kUInt16 : WImagePage::kUInt8;
+    const auto pixelSize = std::uint64_t{ page.channels } * page.GetSampleSize();
+    page.Allocate( std::min( GetMostBytes( inTags ), UINT64_MAX / pixelSize ) * pixelSize, inAllocator );
+
+    // In the same memory, for who waits for more must not have any.
+    auto indices = MakePage( inTags );
+    indices.samples = WImagePage::Samples(
+        page.samples.get() + page.GetByteCount() - indices.GetByteCount(), []( std::byte* ) {} );
+    ReadStored( inPage, inTags, inProgress, indices );
+    if ( isFine )
+        ApplyPalette<std::uint16_t>( colours, 0, page );
+    else
+        ApplyPalette<std::uint8_t>( colours, 8, page );
     return page;
+}
+
+/// Reads the samples of a page, for which there is room, as they are stored.
+void WTIFFFile::ReadStored(
+    const Page& inPage, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
+{
+    CheckTileSize( inTags, outPage );
+    if ( IsPlain( inTags ) )
+        return ReadPlain( inTags, inProgress, outPage );
+    if ( !itsDecoder )
+        itsDecoder.emplace( itsPath );
+    itsDecoder->Decode( inPage.number, inPage.offset, GetMostBytes( inTags ), inProgress, outPage );
 }
 
 void WTIFFFile::ReadPlain(
@@ -235,19 +375,25 @@ void WTIFFFile::ReadBlock(
     if ( rowSize == outPage.GetRowSize() )
         return ReadExactly( inGrid.offsets[inBlock], target, rows * rowSize, inProgress );
 
-    const auto block = std::make_unique_for_overwrite<std::byte[]>( rows * rowSize );
-    ReadExactly( inGrid.offsets[inBlock], block.get(), rows * rowSize, inProgress );
-
     const auto channel = static_cast<std::uint32_t>( inBlock / inGrid.blocksOfPlane );
-    outPage.CopyBlock(
-        block.get(), static_cast<std::uint32_t>( inGrid.width ), static_cast<std::uint32_t>( rows ),
-        static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top ), inGrid.planes > 1, channel );
+    const auto rowsAtOnce = std::clamp<std::uint64_t>( kPieceSize / rowSize, 1, rows );
+    const auto block = std::make_unique_for_overwrite<std::byte[]>( rowsAtOnce * rowSize );
+    for ( std::uint64_t row = 0; row < rows; row += rowsAtOnce )
+    {
+        const auto tellShare = [&]( double )
+        { inProgress( static_cast<double>( row ) / static_cast<double>( rows ) ); };
+        const auto count = std::min( rowsAtOnce, rows - row );
+        ReadExactly( inGrid.offsets[inBlock] + row * rowSize, block.get(), count * rowSize, tellShare );
+        outPage.CopyBlock(
+            block.get(), static_cast<std::uint32_t>( inGrid.width ), static_cast<std::uint32_t>( count ),
+            static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top + row ), inGrid.planes > 1,
+            channel );
+    }
 }
 
 void WTIFFFile::ReadExactly(
     std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount, const Progress& inProgress ) const
 {
-    constexpr std::uint64_t kPiece = 4 * 1024 * 1024;
     const auto size = itsFile.GetSize();
     const auto refuse = [&]
     {
@@ -260,7 +406,7 @@ void WTIFFFile::ReadExactly(
     for ( std::uint64_t done = 0; done < inCount; )
     {
         inProgress( static_cast<double>( done ) / static_cast<double>( inCount ) );
-        const auto piece = std::min( kPiece, inCount - done );
+        const auto piece = std::min( kPieceSize, inCount - done );
         if ( itsFile.ReadAt( inPosition + done, outBytes + done, piece ) != piece )
             refuse();
         done += piece;

@@ -14,6 +14,9 @@ public:
     explicit WTIFFFile( const std::filesystem::path& inPath );
 
     std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
+    std::uint32_t GetSkippedCount() const override { return itsSkippedCount; }
+    std::uint64_t GetSamplesPerPixel() const override;
+    std::string GetDescription() const override;
 
 protected:
     WImagePage ReadPageSelf(
@@ -22,14 +25,25 @@ protected:
 private:
     struct Grid;
 
+    struct Page
+    {
+        std::uint64_t offset; ///< Of its directory.
+        std::uint32_t number; ///< Among all directories, those that are left out included.
+    };
+
     std::filesystem::path itsPath;
     WFile itsFile;
     WTIFFHeader itsHeader;
-    std::vector<std::uint64_t> itsPages; ///< Offsets of the directories.
+    std::vector<Page> itsPages;
+    std::uint32_t itsSkippedCount = 0;
     std::optional<WTIFFDecoder> itsDecoder;
 
     std::uint64_t GetMostBytes( const WTIFFDirectory& inTags ) const;
-    WImagePage MakePage( const WTIFFDirectory& inTags, const WImagePage::Allocator& inAllocator ) const;
+    WImagePage ReadPalette(
+        const Page& inPage, const WTIFFDirectory& inTags, const Progress& inProgress,
+        const WImagePage::Allocator& inAllocator );
+    void ReadStored(
+        const Page& inPage, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage );
     void ReadPlain( const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage ) const;
     void ReadBlock(
         const Grid& inGrid, std::uint64_t inBlock, const Progress& inProgress, WImagePage& outPage ) const;

@@ -2,16 +2,18 @@
 #include "WImageFile.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <csetjmp>
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <png.h>
-#include <vector>
 
 namespace
 {
 constexpr png_uint_32 kRowsAtOnce = 16;
+constexpr png_uint_32 kKeepNoTexts = 1; // A small compressed text can become large, and there may be many.
 
 /// The file as libpng reads it, and what went wrong: libpng is C code, which no exception may pass.
 struct Source
@@ -64,16 +66,26 @@ private:
     png_infop itsInfo = nullptr;
 
     WImagePage MakePage( const WImagePage::Allocator& inAllocator );
+    void CheckSize();
+    void ReadSomeRows( png_uint_32 inFirst, WImagePage& outPage );
     void Check( bool inSuccess );
 };
 
 // The functions in which libpng may jump back have no objects to destroy.
 
-bool ReadHeader( png_structp inPNG, png_infop inInfo, int& outPasses )
+bool ReadHeader( png_structp inPNG, png_infop inInfo )
 {
     if ( setjmp( png_jmpbuf( inPNG ) ) )
         return false;
     png_read_info( inPNG, inInfo );
+    return true;
+}
+
+/// Here libpng reserves the memory for its rows.
+bool StartRows( png_structp inPNG, png_infop inInfo, int& outPasses )
+{
+    if ( setjmp( png_jmpbuf( inPNG ) ) )
+        return false;
     png_set_palette_to_rgb( inPNG );
     png_set_expand_gray_1_2_4_to_8( inPNG );
     png_set_strip_alpha( inPNG );
@@ -115,21 +127,39 @@ PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress, const WImagePa
     Check( itsInfo != nullptr );
     png_set_read_fn( itsPNG, &itsSource, ReadSource );
     png_set_user_limits( itsPNG, PNG_UINT_31_MAX, PNG_UINT_31_MAX );
+    png_set_chunk_cache_max( itsPNG, kKeepNoTexts );
+    Check( ReadHeader( itsPNG, itsInfo ) );
+    CheckSize();
     int passes = 1;
-    Check( ReadHeader( itsPNG, itsInfo, passes ) );
+    Check( StartRows( itsPNG, itsInfo, passes ) );
 
     auto page = MakePage( inAllocator );
-    std::vector<png_bytep> rows( page.height );
-    for ( std::size_t y = 0; y < rows.size(); ++y )
-        rows[y] = reinterpret_cast<png_bytep>( page.samples.get() ) + y * page.GetRowSize();
     for ( int pass = 0; pass < passes; ++pass )
         for ( png_uint_32 row = 0; row < page.height; row += kRowsAtOnce )
         {
             inProgress( ( pass + static_cast<double>( row ) / page.height ) / passes );
-            Check( ReadRows( itsPNG, rows.data() + row, std::min( kRowsAtOnce, page.height - row ) ) );
+            ReadSomeRows( row, page );
         }
     Check( ReadEnd( itsPNG ) );
     return page;
+}
+
+void PNGFile::CheckSize()
+{
+    CheckPNGSize(
+        itsSource.file.GetSize(), png_get_image_width( itsPNG, itsInfo ),
+        png_get_image_height( itsPNG, itsInfo ),
+        std::uint32_t{ png_get_bit_depth( itsPNG, itsInfo ) } * png_get_channels( itsPNG, itsInfo ) );
+}
+
+void PNGFile::ReadSomeRows( png_uint_32 inFirst, WImagePage& outPage )
+{
+    std::array<png_bytep, kRowsAtOnce> rows;
+    const auto count = std::min( kRowsAtOnce, outPage.height - inFirst );
+    for ( png_uint_32 i = 0; i < count; ++i )
+        rows[i] = reinterpret_cast<png_bytep>( outPage.samples.get() ) +
+            ( std::uint64_t{ inFirst } + i ) * outPage.GetRowSize();
+    Check( ReadRows( itsPNG, rows.data(), count ) );
 }
 
 WImagePage PNGFile::MakePage( const WImagePage::Allocator& inAllocator )
@@ -148,7 +178,7 @@ WImagePage PNGFile::MakePage( const WImagePage::Allocator& inAllocator )
         page.pixelWidth = 1e6 / x;
         page.pixelHeight = 1e6 / y;
     }
-    page.Allocate( GetMostPNGBytes( itsSource.file.GetSize() ), inAllocator );
+    page.Allocate( std::numeric_limits<std::uint64_t>::max(), inAllocator );
     return page;
 }
 

@@ -68,7 +68,8 @@ WTIFFDecoder::Implementation::Implementation( const std::filesystem::path& inPat
             TIFFSetErrorHandler( KeepMessage );
         } );
     sMessage.clear();
-    itsTIFF = TIFFOpen( inPath.c_str(), "r" );
+    // Not mapped ("m"): touching a mapped page that the file has lost meanwhile would be a signal.
+    itsTIFF = TIFFOpen( inPath.c_str(), "rm" );
     Check( itsTIFF != nullptr );
 }
 

@@ -1,12 +1,16 @@
 #include "WFile.h"
 #include "WImagingComponent.h"
 
+#include <limits>
 #include <string>
 #include <string_view>
 
 namespace
 {
-constexpr std::uint8_t kColour = 2; ///< The bit of the colour type that grey images lack.
+// Bits of the colour type.
+constexpr std::uint8_t kPalette = 1;
+constexpr std::uint8_t kColour = 2; ///< Grey images lack it.
+constexpr std::uint8_t kAlpha = 4;
 
 /// What the component does not tell as it is stored: the form of the samples and whether there is a resolution.
 struct Header
@@ -18,6 +22,13 @@ struct Header
     std::uint32_t pixelsPerMetreX = 0;
     std::uint32_t pixelsPerMetreY = 0;
     bool isComplete = false;
+
+    std::uint32_t GetBitsPerPixel() const
+    {
+        const auto samples = ( colourType & kColour && !( colourType & kPalette ) ? 3u : 1u ) +
+            ( colourType & kAlpha ? 1u : 0u );
+        return bits * samples;
+    }
 };
 
 std::uint32_t GetNumber( std::string_view inBytes, std::size_t inStart )
@@ -75,6 +86,7 @@ public:
     {
         const WFile file( itsPath, WFile::kRead );
         const auto header = ReadHeader( file );
+        CheckPNGSize( file.GetSize(), header.width, header.height, header.GetBitsPerPixel() );
 
         WImagePage page;
         page.width = header.width;
@@ -86,7 +98,7 @@ public:
             page.pixelWidth = 1e6 / header.pixelsPerMetreX;
             page.pixelHeight = 1e6 / header.pixelsPerMetreY;
         }
-        page.Allocate( GetMostPNGBytes( file.GetSize() ), inAllocator );
+        page.Allocate( std::numeric_limits<std::uint64_t>::max(), inAllocator );
         WImagingComponent( itsPath ).CopyFrame( 0, true, inProgress, page );
         return page;
     }

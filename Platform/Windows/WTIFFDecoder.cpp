@@ -12,13 +12,6 @@ bool IsMinWhite( const Tags& inTags )
     constexpr std::uint64_t kMinIsBlack = 1;
     return inTags.GetNumber( Tags::kPhotometric, kMinIsBlack ) == 0;
 }
-
-void Invert( WImagePage& ioPage )
-{
-    auto* const samples = ioPage.samples.get();
-    for ( std::uint64_t i = 0; i < ioPage.GetByteCount(); ++i )
-        samples[i] = ~samples[i];
-}
 } // namespace
 
 class WTIFFDecoder::Implementation
@@ -47,14 +40,10 @@ void WTIFFDecoder::Implementation::Decode(
     if ( itsHeader.isSwapped && ioPage.type != WImagePage::kUInt8 )
         throw WImageError( "compressed samples with the high byte first cannot be read on Windows" );
 
-    const auto isMinWhite = IsMinWhite( Tags( itsFile, itsHeader, inDirectoryOffset ) );
-    if ( isMinWhite && ( ioPage.type == WImagePage::kFloat32 || ioPage.channels > 1 ) )
-        throw WImageError( "compressed samples of this form with white as 0 cannot be read on Windows" );
-
     itsComponent.CopyFrame( inPage, false, inProgress, ioPage );
     // The component has made white the highest value; wanted are the samples as they are stored.
-    if ( isMinWhite )
-        Invert( ioPage );
+    if ( IsMinWhite( Tags( itsFile, itsHeader, inDirectoryOffset ) ) )
+        ioPage.Invert();
 }
 
 WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )

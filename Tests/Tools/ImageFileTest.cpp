@@ -1,11 +1,11 @@
 #include "WImageFile.h"
 
+#include "HandmadeTIFF.h"
 #include "TIFFWriter.h"
 #include "TestFolder.h"
 #include "TestImages.h"
 #include "TestPages.h"
 
-#include <array>
 #include <gtest/gtest.h>
 
 namespace
@@ -62,52 +62,6 @@ void ExpectSame( const WImagePage& inPage, const WImagePage& inExpected )
     EXPECT_EQ( inPage.type, inExpected.type );
     EXPECT_EQ( std::memcmp( inPage.samples.get(), inExpected.samples.get(), inPage.GetByteCount() ), 0 );
 }
-
-/// A classic TIFF in the byte order asked for, put together entry by entry.
-class HandmadeTIFF
-{
-public:
-    explicit HandmadeTIFF( bool inBigEndian )
-        : itsIsBigEndian( inBigEndian ), itsBytes( inBigEndian ? "MM" : "II" )
-    {
-        Append( 42, 2 );
-        Append( 0, 4 );
-    }
-
-    std::uint32_t Append( std::uint64_t inNumber, int inSize )
-    {
-        const auto position = static_cast<std::uint32_t>( itsBytes.size() );
-        for ( int i = 0; i < inSize; ++i )
-            itsBytes += static_cast<char>( inNumber >> 8 * ( itsIsBigEndian ? inSize - 1 - i : i ) );
-        return position;
-    }
-
-    using Entries = std::vector<std::array<std::uint32_t, 4>>; ///< Tag, type, count, value.
-
-    std::string Finish( const Entries& inEntries )
-    {
-        const auto position = Append( inEntries.size(), 2 );
-        for ( const auto& [tag, type, count, value] : inEntries )
-        {
-            Append( tag, 2 );
-            Append( type, 2 );
-            Append( count, 4 );
-            if ( type == 3 && count == 1 )
-                Append( value, 2 );
-            Append( type == 3 && count == 1 ? 0 : value, type == 3 && count == 1 ? 2 : 4 );
-        }
-        Append( 0, 4 );
-        const auto end = itsBytes.size();
-        Append( position, 4 );
-        itsBytes.replace( 4, 4, itsBytes.substr( end ) );
-        itsBytes.resize( end );
-        return itsBytes;
-    }
-
-private:
-    bool itsIsBigEndian;
-    std::string itsBytes;
-};
 
 /// 5 x 3 pixels of 16 bits in tiles of 4 x 2 whose samples count up row by row.
 std::string MakeTiledTIFF( bool inBigEndian, bool inSeparate )
@@ -222,14 +176,20 @@ TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
     EXPECT_EQ( read( kLZW8 ), counted );
     EXPECT_EQ( read( kPackBits8 ), counted );
 
-    // The samples are the same where 0 is white.
+    // Where 0 is white, black becomes 0.
+    const auto invert = []( Samples inSamples, std::uint32_t inWhite )
+    {
+        for ( auto& sample : inSamples )
+            sample = inWhite - sample;
+        return inSamples;
+    };
     const std::string_view blackIsZero = "0601030001000000010000", whiteIsZero = "0601030001000000000000";
-    EXPECT_EQ( read( Exchange( kDeflate16, blackIsZero, whiteIsZero ) ), steps );
-    EXPECT_EQ( read( Exchange( kDeflateTile16, blackIsZero, whiteIsZero ) ), steps );
-    EXPECT_EQ( read( Exchange( kLZW8, blackIsZero, whiteIsZero ) ), counted );
+    EXPECT_EQ( read( Exchange( kDeflate16, blackIsZero, whiteIsZero ) ), invert( steps, 65535 ) );
+    EXPECT_EQ( read( Exchange( kDeflateTile16, blackIsZero, whiteIsZero ) ), invert( steps, 65535 ) );
+    EXPECT_EQ( read( Exchange( kLZW8, blackIsZero, whiteIsZero ) ), invert( counted, 255 ) );
     EXPECT_EQ(
         read( Exchange( kBig16, "060103000100000000000000010000", "060103000100000000000000000000" ) ),
-        steps );
+        invert( steps, 65535 ) );
 
     EXPECT_EQ( read( kGrey8 ), ( Samples{ 0, 1, 2, 3, 4, 255 } ) );
     EXPECT_EQ( read( kGrey16 ), ( Samples{ 1, 515, 1029, 65534 } ) );
@@ -239,6 +199,60 @@ TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
     EXPECT_EQ( read( kRGB16 ), ( Samples{ 258, 772, 1286 } ) );
     EXPECT_EQ( read( kRGBA16 ), ( Samples{ 258, 772, 1286 } ) );
     EXPECT_EQ( read( kPalette2 ), ( Samples{ 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120 } ) );
+}
+
+TEST_F( ImageFile, ExchangesPlacesInPalettesForColours )
+{
+    // Green of 8 bits, then one level finer than that; the pixels are the places 0, 7 and 255.
+    for ( const auto isFine : { false, true } )
+    {
+        HandmadeTIFF tiff( false );
+        const auto pixels = tiff.Append( 0xFF0700, 3 );
+        const auto colours = static_cast<std::uint32_t>( tiff.Append( 0, 2 ) );
+        for ( std::uint32_t i = 1; i < 3 * 256; ++i )
+            tiff.Append( i / 256 == 1 ? i % 256 * 257 - ( isFine && i % 256 == 7 ? 1 : 0 ) : 0, 2 );
+        const auto bytes = tiff.Finish(
+            { { 256, 3, 1, 3 },
+              { 257, 3, 1, 1 },
+              { 258, 3, 1, 8 },
+              { 262, 3, 1, 3 },
+              { 273, 4, 1, pixels },
+              { 320, 3, 768, colours } } );
+        const auto page = WImageFile::Open( itsFolder.Write( "palette.tif", bytes ) )->ReadPage( 0 );
+        if ( isFine )
+            ExpectSame( page, MakePage<std::uint16_t>( 3, { 0, 0, 0, 0, 7 * 257 - 1, 0, 0, 65535, 0 }, 3 ) );
+        else
+            ExpectSame( page, MakePage<std::uint8_t>( 3, { 0, 0, 0, 0, 7, 0, 0, 255, 0 }, 3 ) );
+    }
+}
+
+TEST_F( ImageFile, LeavesOutThumbnailsAndMasks )
+{
+    const auto write = [&]( const std::vector<std::array<std::uint32_t, 2>>& inTypes )
+    {
+        HandmadeTIFF tiff( true );
+        std::string bytes;
+        for ( std::uint32_t page = 0; page < inTypes.size(); ++page )
+        {
+            const auto pixel = tiff.Append( page, 1 );
+            const auto [tag, type] = inTypes[page];
+            bytes = tiff.Finish(
+                { { tag, tag == 254 ? 4u : 3u, 1, type },
+                  { 256, 3, 1, 1 },
+                  { 257, 3, 1, 1 },
+                  { 258, 3, 1, 8 },
+                  { 273, 4, 1, pixel } } );
+        }
+        return bytes;
+    };
+    const auto path = itsFolder.Write(
+        "pages.tif", write( { { 254, 1 }, { 254, 2 }, { 255, 2 }, { 254, 0 }, { 254, 4 }, { 255, 3 } } ) );
+    const auto file = WImageFile::Open( path );
+    ASSERT_EQ( file->GetPageCount(), 3u );
+    EXPECT_EQ( file->GetSkippedCount(), 3u );
+    for ( const std::uint32_t page : { 0, 1, 2 } )
+        EXPECT_EQ( file->ReadPage( page ).GetSamples<std::uint8_t>()[0], page * 2 + 1 );
+    EXPECT_EQ( GetFailure( write( { { 254, 1 } } ) ), "it holds only pages of reduced resolution or masks" );
 }
 
 TEST_F( ImageFile, ReadsTheResolutionOfPNG )
@@ -296,4 +310,27 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     bytes = huge.Finish( { { 256, 4, 1, 60000 }, { 257, 4, 1, 60000 }, { 258, 3, 1, 8 }, { 273, 4, 1, 8 } } );
     EXPECT_EQ(
         GetFailure( bytes ), "it claims a page of 60000 x 60000 pixels, more than its bytes can hold" );
+
+    HandmadeTIFF lab( false ), tiles( false );
+    const HandmadeTIFF::Entries one{ { 256, 3, 1, 1 }, { 257, 3, 1, 1 }, { 258, 3, 1, 8 }, { 273, 4, 1, 0 } };
+    auto entries = one;
+    entries.push_back( { 262, 3, 1, 8 } );
+    EXPECT_EQ(
+        GetFailure( lab.Finish( entries ) ),
+        "its samples are neither grey, RGB nor places in a palette (photometric interpretation 8)" );
+    entries = one;
+    entries.insert( entries.end(), { { 322, 4, 1, 1u << 31 }, { 323, 4, 1, 1u << 31 }, { 324, 4, 1, 0 } } );
+    EXPECT_EQ(
+        GetFailure( tiles.Finish( entries ) ),
+        "its tiles of 2147483648 x 2147483648 pixels are much larger than the page" );
+}
+
+TEST_F( ImageFile, RefusesPNGBeforeItsRowsTakeMemory )
+{
+    EXPECT_EQ(
+        GetFailure( FromHex( kWidePNG ) ),
+        "it claims a page of 200000 x 1 pixels, more than its bytes can hold" );
+    EXPECT_EQ(
+        GetFailure( FromHex( kWidestPNG ) + std::string( 2000, '\0' ) ),
+        "a page of 8388609 x 1 pixels has too long rows (at most 8388608 pixels)" );
 }

@@ -142,6 +142,36 @@ TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }
 
+TEST_F( Overlay, ShowsTheInsideChannelWithinObjects )
+{
+    // The object is the whole but for a black column; a quarter of it is bright in the second channel.
+    std::vector<std::uint8_t> samples;
+    for ( std::uint32_t i = 0; i < 20 * 20; ++i )
+    {
+        const bool isBlack = i % 20 == 0;
+        samples.push_back( isBlack ? 0 : 200 );
+        samples.push_back( isBlack || i < 100 ? 90 : 0 );
+    }
+    const auto page = MakePage( 20, samples, 2 );
+    const auto image = WriteStack( "two.tif", { &page } );
+    const auto getLevels = [&]( const std::vector<std::string>& inOptions )
+    {
+        std::vector<std::string> arguments{ "measure", image, "--overlay", Name( "o.png" ), "-q" };
+        arguments.insert( arguments.end(), inOptions.begin(), inOptions.end() );
+        EXPECT_EQ( Run( arguments ), 0 ) << itsError.str();
+        const auto picture = ReadPicture( "o.png" );
+        const auto get = [&]( std::uint32_t inX, std::uint32_t inY )
+        { return picture.GetSamples<std::uint8_t>()[( std::size_t{ inY } * picture.width + inX ) * 3]; };
+        const auto pixel = picture.width / 20;
+        return std::vector{
+            get( pixel / 2, pixel / 2 ), get( 15 * pixel, 2 * pixel ), get( 15 * pixel, 17 * pixel ) };
+    };
+    EXPECT_EQ( getLevels( { "--inside", "50" } ), ( std::vector<std::uint8_t>{ 0, 255, 255 } ) );
+    EXPECT_EQ(
+        getLevels( { "--inside", "50", "--inside-channel", "C2" } ),
+        ( std::vector<std::uint8_t>{ 0, 255, 0 } ) );
+}
+
 TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
 {
     const auto square = MakeSquare();

@@ -92,6 +92,9 @@ TEST_F( Program, RefusesWrongUsage )
         { "measure", image, "--log", "" },
         { "measure", image, "--workers", "0" },
         { "measure", image, "--inside", "x" },
+        { "measure", image, "--pixel-size", "0,5" },
+        { "measure", image, "--pixel-size", "1,2,3" },
+        { "measure", image, "--pixel-size", "inf" },
         { "measure", image, "--inside-channel", "C1" },
         { "measure", image, "-o", Name( "same" ), "--csv", Name( "./same" ) },
         { "measure", image, "--csv", image },
@@ -124,6 +127,39 @@ TEST_F( Program, TellsOfImagesItCannotRead )
     ExpectRefused( Name( "text.png" ), "it is neither a TIFF nor a PNG file" );
     itsFolder.Write( "empty.tif", std::string( "II*\0\0\0\0\0", 8 ) );
     ExpectRefused( Name( "empty.tif" ), "it holds no pages" );
+}
+
+TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
+{
+    auto fine = MakePage<std::uint8_t>( 3, { 0, 9, 9 } );
+    fine.pixelWidth = 20;
+    fine.pixelHeight = 10;
+    auto coarse = MakePage<std::uint8_t>( 2, { 9, 0 } );
+    coarse.pixelWidth = 5;
+    coarse.pixelHeight = 25400.0 / 72;
+    const auto image = WriteStack( "stack.tif", { &fine, &coarse } ),
+               other = WriteStack( "b.tif", { &coarse } );
+    const auto measure = [&]( std::vector<std::string> inOptions )
+    {
+        inOptions.insert( inOptions.begin(), { "measure", image, other, "-q", "--csv", Name( "out.csv" ) } );
+        EXPECT_EQ( Run( inOptions ), 0 ) << itsError.str();
+        return itsFolder.Read( "out.csv" );
+    };
+    auto csv = measure( {} );
+    EXPECT_NE( csv.find( "\n1,stack.tif,0,2,400,1.5," ), std::string::npos ) << csv;
+    EXPECT_NE( csv.find( "\n2,stack.tif,1,1,,0," ), std::string::npos ) << csv;
+    EXPECT_EQ(
+        itsError.str(),
+        "korvale: " + image +
+            ": no areas: its resolution of 352.78 \u00B5m a pixel is one for screens or paper (--pixel-size gives "
+            "another)\n" );
+    csv = measure( { "--pixel-size", "0.5,4" } );
+    EXPECT_NE( csv.find( "\n1,stack.tif,0,2,4,1.5," ), std::string::npos ) << csv;
+    EXPECT_NE( csv.find( "\n3,b.tif,0,1,2,0," ), std::string::npos ) << csv;
+    EXPECT_EQ( itsError.str(), "" );
+
+    EXPECT_EQ( Run( { "measure", other, "-q", "--csv", Name( "out.csv" ) } ), 0 );
+    EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "Area" ), std::string::npos );
 }
 
 TEST_F( Program, GoesOnBehindPagesThatFail )

@@ -51,6 +51,8 @@ def generate(folder: pathlib.Path) -> list[pathlib.Path]:
         "noise8.tif": (random.integers(0, 256, (150, 151), dtype=np.uint8), {}),
         "big_endian.tif": (random.integers(0, 65536, (70, 71), dtype=np.uint16), {"byteorder": ">", "bigtiff": True}),
         "two_levels.tif": (np.where(random.random((64, 64)) > 0.7, 900, 17).astype("u2"), {}),
+        "white_is_zero.tif": (spread(blobs((90, 80), 1), 65535).astype("u2"),
+                              {"photometric": "miniswhite", "compression": "zlib"}),
         "flat.tif": (np.full((20, 30), 7, dtype="u1"), {}),
         "resolution.tif": (spread(blobs((60, 70), 1), 200).astype("u1"),
                            {"resolution": (30769.23, 15000.7), "resolutionunit": "CENTIMETER"}),
@@ -70,7 +72,8 @@ def read_pages(path: pathlib.Path) -> list[np.ndarray]:
             pages = []
             for page in file.pages:
                 planes = page.planarconfig == 2 and page.samplesperpixel > 1
-                pages.append(np.moveaxis(page.asarray(), 0, -1) if planes else page.asarray())
+                pixels = np.moveaxis(page.asarray(), 0, -1) if planes else page.asarray()
+                pages.append(~pixels if page.photometric == 0 else pixels)
     return [page if page.ndim == 3 else page[..., np.newaxis] for page in pages]
 
 

@@ -10,6 +10,7 @@
 #include "Session.h"
 
 #include <algorithm>
+#include <cmath>
 
 /// An image whose pages are being measured.
 struct ImageMeasurer::Image
@@ -26,8 +27,8 @@ struct ImageMeasurer::Image
     std::uint32_t firstFailed = 0;
     XTimer timer;
 
-    explicit Image( const std::string& inPath )
-        : path( inPath ), readers( PathFromUTF8( inPath ) ), results( readers.GetPageCount() )
+    Image( const std::string& inPath, const ReadSettings& inReading )
+        : path( inPath ), readers( PathFromUTF8( inPath ), inReading ), results( readers.GetPageCount() )
     {
         measurement.name = PathToUTF8( PathFromUTF8( inPath ).filename() );
     }
@@ -72,9 +73,9 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
 }
 
 ImageMeasurer::ImageMeasurer(
-    const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit,
-    OverlayFiles* ioOverlays, Session& ioSession )
-    : itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ),
+    const ReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
+    WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession )
+    : itsReading( inReading ), itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ),
       itsOverlays( ioOverlays ), itsSession( ioSession )
 {
     itsQueue.Start();
@@ -118,7 +119,7 @@ bool ImageMeasurer::OpenImage( const std::string& inPath )
 {
     try
     {
-        itsImages.push_back( std::make_unique<Image>( inPath ) );
+        itsImages.push_back( std::make_unique<Image>( inPath, itsReading ) );
         if ( itsOverlays )
             for ( auto& result : itsImages.back()->results )
                 result.overlay.emplace();
@@ -309,9 +310,31 @@ void ImageMeasurer::ReportPages( const Image& inImage )
     itsSession.ReportFailure( inImage.path + ": " + pages, *inImage.failure );
 }
 
+/// What was not taken as the file has it. The size of its pixels is told of once, for all images are likely to be alike.
+void ImageMeasurer::ReportReading( Image& ioImage )
+{
+    if ( const auto skipped = ioImage.readers.GetSkippedCount(); skipped > 0 )
+        itsSession.ReportFact(
+            ioImage.path + ": left out " + std::to_string( skipped ) + ( skipped == 1 ? " page" : " pages" ) +
+            " of reduced resolution or with a mask" );
+
+    const auto size = ioImage.readers.GetIgnoredPixelSize();
+    if ( size == 0 )
+        return;
+    auto text = ioImage.path + ": no areas: its resolution of ";
+    AppendNumber( text, std::round( size * 100 ) / 100 );
+    text += " \u00B5m a pixel is one for screens or paper (--pixel-size gives another)";
+    if ( itsHasReportedPixelSize )
+        itsSession.Note( text );
+    else
+        itsSession.ReportFact( text );
+    itsHasReportedPixelSize = true;
+}
+
 void ImageMeasurer::Finish( Image& ioImage )
 {
     ReportPages( ioImage );
+    ReportReading( ioImage );
     itsSession.Note(
         ioImage.path + ": " + std::to_string( ioImage.measured ) + " of " +
         std::to_string( ioImage.gathered ) + " pages, " +

@@ -28,8 +28,8 @@ class ImageMeasurer
 public:
     /// Draws overlays too where there are files for them, which outlive it. They are complete when all is measured.
     ImageMeasurer(
-        const MeasureSettings& inSettings, BackgroundKind inBackground, WorkerLimit inLimit,
-        OverlayFiles* ioOverlays, Session& ioSession );
+        const ReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
+        WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();
@@ -46,12 +46,14 @@ public:
 private:
     struct Image;
 
+    const ReadSettings itsReading;
     const MeasureSettings itsSettings;
     const BackgroundKind itsBackground;
     const WorkerLimit itsLimit;
     OverlayFiles* const itsOverlays; ///< Null: none.
     Session& itsSession;
     bool itsHasFailures = false;
+    bool itsHasReportedPixelSize = false;
     std::uint64_t itsObjectCount = 0; ///< Of the pages gathered.
     std::vector<ImageMeasurement> itsMeasurements;
     WorkingMemory itsMemory;
@@ -75,5 +77,6 @@ private:
     void GatherPage( Image& ioImage );
     void DrawOverlay( Image& ioImage, PageResult& ioResult );
     void ReportPages( const Image& inImage );
+    void ReportReading( Image& ioImage );
     void Finish( Image& ioImage );
 };

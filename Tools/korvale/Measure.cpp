@@ -11,7 +11,9 @@
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace
 {
@@ -29,6 +31,28 @@ std::string CheckChannel( const std::string& inText )
     return ParseChannel( inText ) ? "" : inText + " is no channel: they are C1, C2, ...";
 }
 
+/// The width and the height of a pixel, from "X" or "X,Y".
+std::optional<std::pair<double, double>> ParsePixelSize( const std::string& inText )
+{
+    constexpr double kLeast = 1e-6, kMost = 1e6;
+    const auto parse = []( std::string_view inPart )
+    {
+        const auto size = ParseNumber<double>( inPart );
+        return size && *size >= kLeast && *size <= kMost ? size : std::nullopt;
+    };
+    const auto comma = std::min( inText.find( ',' ), inText.size() );
+    const auto width = parse( inText.substr( 0, comma ) );
+    const auto height = comma < inText.size() ? parse( inText.substr( comma + 1 ) ) : width;
+    return width && height ? std::optional( std::pair( *width, *height ) ) : std::nullopt;
+}
+
+std::string CheckPixelSize( const std::string& inText )
+{
+    return ParsePixelSize( inText )
+        ? ""
+        : "invalid pixel size \"" + inText + "\" (expected X or X,Y in micrometres, such as 0.65)";
+}
+
 std::string CheckThreshold( const std::string& inText )
 {
     const auto number = ParseNumber<double>( inText );
@@ -44,11 +68,16 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ioProgram.add_subcommand( "measure", "Finds the objects of images and measures them into a table." );
     command->footer(
         "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page is one\n"
-        "time point, counted from 0; the samples of a pixel are the channels C1, C2, ...\n"
+        "time point, counted from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced resolution\n"
+        "and masks are left out and not counted. Grey images that store white as 0 are inverted, palettes of 8 bits\n"
+        "become red, green and blue.\n"
+        "TIFF files whose OME-XML or ImageJ description declares several channels, slices or images, or other planes\n"
+        "than they have pages, are refused: those planes are no time points. With --planes-as-times each page is one\n"
+        "all the same. ImageJ stacks whose planes lie behind a single page are refused in any case.\n"
         "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, in each page\n"
         "in the order of their first pixel, row by row; the ID numbers all of a table from 1. Centroid, location and bounds are in pixels and the\n"
-        "first pixel is 0; the perimeter counts the edges of pixels; areas are given where the image tells the size of\n"
-        "its pixels. The standard deviation is that of all the object's pixels.\n"
+        "first pixel is 0; the perimeter counts the edges of pixels. Areas are given with --pixel-size, or where the\n"
+        "image has a resolution of at most 20 um a pixel: coarser ones are those of a screen or of paper. The standard deviation is that of all the object's pixels.\n"
         "With --inside the connected pixels above a second threshold are found inside every object and are rows of their\n"
         "own, after the objects of their page; Parent ID is the ID of the object that they lie in.\n"
         "With --background the mean or the minimum over all pages of an image, each pixel and channel for itself, is\n"
@@ -57,7 +86,8 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "be read, or differ in size or type from the first one, have no part in it. An image of one page becomes 0.\n"
         "Pages that do not fit into --memory wait in files in TMPDIR, or /var/tmp; the results are the same.\n"
         "With --overlay the outlines of the objects and their IDs are drawn over the channel they were found in, its\n"
-        "grey levels stretched; objects inside objects in a second colour. IDs that would lie on one another are left\n"
+        "grey levels stretched; objects inside objects in a second colour, and with --inside-channel the inside of the\n"
+        "objects shows that channel. IDs that would lie on one another are left\n"
         "out. Small pages are enlarged, and those of more than 5000 pixels a side reduced. With pages 0, 1, ... the files\n"
         "are FILE-0000.png, FILE-0001.png, ...; with several images FILE-IMAGE.png or FILE-IMAGE-0000.png, and\n"
         "-2, -3, ... behind that for more images of one name.\n"
@@ -81,6 +111,13 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->type_name( "N" )
         ->check( CLI::IsMember( { 4, 8 } ) )
         ->capture_default_str();
+    command
+        ->add_option(
+            "--pixel-size", itsPixelSize, "Width and height of a pixel in um [what the image says]" )
+        ->type_name( "X[,Y]" )
+        ->check( CheckPixelSize );
+    command->add_flag(
+        "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point, whatever is declared" );
     command->add_option( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
         ->type_name( "N" )
         ->check( CheckWholeNumber )
@@ -152,8 +189,8 @@ int Measure::Run( Session& ioSession )
     const MemoryBudget budget( ParseByteCount( itsMemory ) );
     auto overlays = MakeOverlayFiles();
     ImageMeasurer measurer(
-        GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ), overlays ? &*overlays : nullptr,
-        ioSession );
+        GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
+        overlays ? &*overlays : nullptr, ioSession );
     const auto measurements = measurer.Measure( itsImages );
     budget.NoteFigures( ioSession );
     // Nothing measured, nothing written: an older output stays.
@@ -203,6 +240,15 @@ MeasureSettings Measure::GetSettings() const
     const auto channel =
         itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
     settings.inside = { channel, ParseNumber<double>( itsInside ), itsInsideLeastPixels };
+    return settings;
+}
+
+ReadSettings Measure::GetReadSettings() const
+{
+    ReadSettings settings;
+    settings.arePagesTimes = itsArePlanesTimes;
+    if ( const auto size = ParsePixelSize( itsPixelSize ) )
+        std::tie( settings.pixelWidth, settings.pixelHeight ) = *size;
     return settings;
 }
 

@@ -5,6 +5,7 @@
 #include "MeasurementTable.h"
 #include "OverlayFiles.h"
 #include "PageMeasurement.h"
+#include "PageReaders.h"
 #include "TableOutputs.h"
 
 #include <optional>
@@ -33,9 +34,12 @@ private:
     std::string itsOverlay;       ///< Empty: none.
     std::string itsMemory;        ///< Empty: the library's own budget.
     std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
+    std::string itsPixelSize;     ///< Empty: what the images say.
+    bool itsArePlanesTimes = false;
     bool itsIsQuiet = false;
 
     MeasureSettings GetSettings() const;
+    ReadSettings GetReadSettings() const;
     std::optional<OverlayFiles> MakeOverlayFiles() const;
     BackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;

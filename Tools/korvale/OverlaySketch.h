@@ -25,5 +25,7 @@ struct OverlaySketch
     void SetNumbers( std::uint64_t inFirst );
 };
 
-/// The page in grey, reduced when it is very large, with its objects and, in a second colour, those inside them.
-OverlaySketch SketchOverlay( const WImagePage& inPage, std::uint32_t inChannel, PageObjects inObjects );
+/// The page in grey, reduced when it is very large, with its objects and, in a second colour, those inside them. It shows
+/// the channel of the objects and, within them, that of the objects inside, each stretched by itself.
+OverlaySketch
+SketchOverlay( const WImagePage& inPage, const MeasureSettings& inSettings, PageObjects inObjects );

@@ -33,7 +33,7 @@ void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, Wor
     auto measurement = MeasureObjects( inPage, objects );
     if ( itsResult.overlay )
     {
-        auto sketch = SketchOverlay( inPage, inSettings.objects.channel, std::move( objects ) );
+        auto sketch = SketchOverlay( inPage, inSettings, std::move( objects ) );
         CheckSamples();
         inPage = {}; // Others may be waiting for its memory.
         itsResult.overlay->Keep( std::move( sketch ), ioMemory );

@@ -1,12 +1,18 @@
 #include "PageReaders.h"
 
+#include "ImagePlanes.h"
 #include "Jobs/XProgress.h"
 #include "Threads/XThreadLock.h"
 
-PageReaders::PageReaders( const std::filesystem::path& inPath ) : itsPath( inPath )
+#include <algorithm>
+
+PageReaders::PageReaders( const std::filesystem::path& inPath, const ReadSettings& inSettings )
+    : itsPath( inPath ), itsSettings( inSettings )
 {
     auto reader = WImageFile::Open( itsPath );
+    CheckPlanes( *reader, itsSettings.arePagesTimes );
     itsPageCount = reader->GetPageCount();
+    itsSkippedCount = reader->GetSkippedCount();
     GiveBack( std::move( reader ) );
 }
 
@@ -25,7 +31,30 @@ WImagePage PageReaders::ReadPage( std::uint32_t inPage, const WImagePage::Alloca
         throw WImageError( "the file has changed" );
     auto page = reader->ReadPage( inPage, tellShare, inAllocator );
     GiveBack( std::move( reader ) );
+    SetPixelSize( page );
     return page;
+}
+
+void PageReaders::SetPixelSize( WImageForm& ioForm )
+{
+    if ( itsSettings.pixelWidth > 0 )
+    {
+        ioForm.pixelWidth = itsSettings.pixelWidth;
+        ioForm.pixelHeight = itsSettings.pixelHeight;
+        return;
+    }
+    const auto largest = std::max( ioForm.pixelWidth, ioForm.pixelHeight );
+    if ( !ioForm.HasResolution() || largest <= kLargestPixel )
+        return;
+    ioForm.pixelWidth = ioForm.pixelHeight = 0;
+    const XThreadLock lock( itsMutex );
+    itsIgnoredPixelSize = std::max( itsIgnoredPixelSize, largest );
+}
+
+double PageReaders::GetIgnoredPixelSize()
+{
+    const XThreadLock lock( itsMutex );
+    return itsIgnoredPixelSize;
 }
 
 PageReaders::Reader PageReaders::Take()
