@@ -18,6 +18,9 @@ public:
     /// on Windows.
     static std::filesystem::path GetTemporaryFolder();
 
+    /// The environment variables and folders that decide it, in their order, for help texts: "TMPDIR, or /var/tmp".
+    static const char* DescribeTemporaryFolder();
+
 private:
     static std::filesystem::path GetUserFolder();
 };

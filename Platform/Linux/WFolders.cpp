@@ -28,6 +28,11 @@ std::filesystem::path WFolders::GetUserFolder()
     return {};
 }
 
+const char* WFolders::DescribeTemporaryFolder()
+{
+    return "TMPDIR, or /var/tmp";
+}
+
 std::filesystem::path WFolders::GetTemporaryFolder()
 {
     const char* folder = std::getenv( "TMPDIR" );

@@ -8,6 +8,11 @@ std::filesystem::path WFolders::GetUserFolder()
     return folder ? folder : L"";
 }
 
+const char* WFolders::DescribeTemporaryFolder()
+{
+    return "TMP, or TEMP";
+}
+
 std::filesystem::path WFolders::GetTemporaryFolder()
 {
     return std::filesystem::temp_directory_path();

@@ -8,6 +8,8 @@
 #include "NumberText.h"
 #include "Session.h"
 #include "TIFFWriter.h"
+#include "WFolders.h"
+#include "WWildcards.h"
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
@@ -60,6 +62,20 @@ std::string CheckThreshold( const std::string& inText )
         ? ""
         : inText + " is neither otsu nor a number";
 }
+/// The images that patterns of names stand for.
+std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inNames )
+{
+    std::vector<std::string> names;
+    for ( const auto& name : inNames )
+    {
+        const auto paths = WWildcards::Expand( PathFromUTF8( name ) );
+        if ( paths.empty() )
+            throw WrongUsage( "no file matches " + name );
+        for ( const auto& path : paths )
+            names.push_back( PathToUTF8( path ) );
+    }
+    return names;
+}
 } // namespace
 
 CLI::App* Measure::Declare( CLI::App& ioProgram )
@@ -84,7 +100,7 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "subtracted from the pages before the threshold is taken, and what would be less than 0 becomes 0. The mean of\n"
         "whole numbers is rounded to the nearest, halves up; of float samples only finite ones count. Pages that cannot\n"
         "be read, or differ in size or type from the first one, have no part in it. An image of one page becomes 0.\n"
-        "Pages that do not fit into --memory wait in files in TMPDIR, or /var/tmp; the results are the same.\n"
+        "Pages that do not fit into --memory wait in temporary files; the results are the same.\n"
         "With --overlay the outlines of the objects and their IDs are drawn over the channel they were found in, its\n"
         "grey levels stretched; objects inside objects in a second colour, and with --inside-channel the inside of the\n"
         "objects shows that channel. IDs that would lie on one another are left\n"
@@ -96,6 +112,7 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "is 1. Interrupted, the command writes no file; the exit status is 130.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();
+    command->parse_complete_callback( [this] { itsImages = ExpandWildcards( itsImages ); } );
     itsOutputs.Declare( *command );
     command->add_option( "--channel", itsChannel, "Channel that tells objects from background" )
         ->type_name( "Cn" )
@@ -156,7 +173,10 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         ->check( CheckFileName );
     command
         ->add_option(
-            "--memory", itsMemory, "Memory for pages, such as 512M or 1.5G [60 % of the machine's]" )
+            "--memory", itsMemory,
+            std::string(
+                "Memory for pages, such as 512M or 1.5G [60 % of the machine's]; the others wait in files in " ) +
+                WFolders::DescribeTemporaryFolder() )
         ->type_name( "SIZE" )
         ->check( CheckByteCount );
     command->add_option( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
