@@ -12,8 +12,11 @@ public:
     /// The arguments after the program's name, as UTF-8.
     static std::vector<std::string> GetArguments( int inArgCount, char** inArgs );
 
-    /// Makes standard output and standard error pass bytes as they are written, and a terminal read them as UTF-8.
+    /// Makes std::cout and std::cerr pass bytes as they are written, and show UTF-8 on a terminal.
     static void PrepareOutput();
+
+    /// Gives the terminal the mode back that it had before PrepareOutput. Does nothing the second time. Any thread.
+    static void RestoreOutput();
 
     static bool IsOutputTerminal();
 

@@ -12,6 +12,8 @@ std::vector<std::string> WConsole::GetArguments( int inArgCount, char** inArgs )
 
 void WConsole::PrepareOutput() {}
 
+void WConsole::RestoreOutput() {}
+
 bool WConsole::IsOutputTerminal()
 {
     return isatty( STDOUT_FILENO ) != 0;

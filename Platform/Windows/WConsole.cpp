@@ -2,12 +2,103 @@
 
 #include "WCodePage.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <fcntl.h>
 #include <io.h>
+#include <iostream>
+#include <streambuf>
 #include <windows.h>
 
 #include <shellapi.h> // needs the header above
+
+namespace
+{
+
+std::atomic<DWORD> sAddedMode = 0; // of standard error's console, to be taken away again
+
+bool IsConsole( HANDLE inHandle )
+{
+    DWORD mode = 0;
+    return GetConsoleMode( inHandle, &mode ) != 0;
+}
+
+/// How many of the bytes do not belong to a character whose end is still to come.
+std::size_t CountCompleteBytes( std::string_view inText )
+{
+    constexpr std::size_t kMostFollowers = 3;
+    const auto isFollower = []( char inByte ) { return ( inByte & 0xC0 ) == 0x80; };
+    std::size_t followers = 0;
+    while ( followers < std::min( kMostFollowers, inText.size() ) &&
+            isFollower( inText.rbegin()[followers] ) )
+        ++followers;
+    if ( followers == inText.size() )
+        return inText.size();
+    const auto first = static_cast<unsigned char>( inText.rbegin()[followers] );
+    const std::size_t wanted = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
+    return followers < wanted ? inText.size() - followers - 1 : inText.size();
+}
+
+/// Writes UTF-8 to a console whatever its code page is, which belongs to all programs that use the console.
+class ConsoleBuffer : public std::streambuf
+{
+public:
+    explicit ConsoleBuffer( HANDLE inConsole ) : itsConsole( inConsole ) {}
+
+protected:
+    int_type overflow( int_type inCharacter ) override
+    {
+        if ( traits_type::eq_int_type( inCharacter, traits_type::eof() ) )
+            return traits_type::not_eof( inCharacter );
+        const auto byte = traits_type::to_char_type( inCharacter );
+        return xsputn( &byte, 1 ) == 1 ? inCharacter : traits_type::eof();
+    }
+
+    std::streamsize xsputn( const char* inText, std::streamsize inCount ) override
+    {
+        for ( std::streamsize done = 0; done < inCount; )
+        {
+            const auto count = std::min( inCount - done, kLongestPiece );
+            itsPending.append( inText + done, static_cast<std::size_t>( count ) );
+            done += count;
+            if ( itsPending.size() >= kLongestPiece && !Write() )
+                return 0;
+        }
+        return inCount;
+    }
+
+    int sync() override { return Write() ? 0 : -1; }
+
+private:
+    static constexpr std::streamsize kLongestPiece = 4096; // All consoles take that many at once.
+
+    const HANDLE itsConsole;
+    std::string itsPending;
+
+    bool Write()
+    {
+        const auto count = CountCompleteBytes( itsPending );
+        const auto wide = WCodePage::UTF8ToWide( std::string_view( itsPending ).substr( 0, count ) );
+        itsPending.erase( 0, count );
+        std::wstring_view rest = wide;
+        for ( DWORD written = 0; !rest.empty(); rest.remove_prefix( written ) )
+            if ( !WriteConsoleW(
+                     itsConsole, rest.data(), static_cast<DWORD>( rest.size() ), &written, nullptr ) ||
+                 written == 0 )
+                return false;
+        return true;
+    }
+};
+
+/// The stream may be flushed by the last destructors of the process, so its buffer stays.
+void DivertToConsole( std::ostream& ioStream, HANDLE inHandle )
+{
+    if ( IsConsole( inHandle ) )
+        ioStream.rdbuf( new ConsoleBuffer( inHandle ) );
+}
+
+} // namespace
 
 std::vector<std::string> WConsole::GetArguments( int, char** )
 {
@@ -25,16 +116,27 @@ void WConsole::PrepareOutput()
 {
     _setmode( _fileno( stdout ), _O_BINARY );
     _setmode( _fileno( stderr ), _O_BINARY );
-    SetConsoleOutputCP( CP_UTF8 );
+    const HANDLE error = GetStdHandle( STD_ERROR_HANDLE );
+    DivertToConsole( std::cout, GetStdHandle( STD_OUTPUT_HANDLE ) );
+    DivertToConsole( std::cerr, error );
+    constexpr DWORD kWanted = ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
+    DWORD mode = 0;
+    if ( GetConsoleMode( error, &mode ) && SetConsoleMode( error, mode | kWanted ) )
+        sAddedMode = kWanted & ~mode;
+}
+
+void WConsole::RestoreOutput()
+{
+    const auto added = sAddedMode.exchange( 0 );
     const HANDLE error = GetStdHandle( STD_ERROR_HANDLE );
     DWORD mode = 0;
-    if ( GetConsoleMode( error, &mode ) )
-        SetConsoleMode( error, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING );
+    if ( added != 0 && GetConsoleMode( error, &mode ) )
+        SetConsoleMode( error, mode & ~added );
 }
 
 bool WConsole::IsOutputTerminal()
 {
-    return _isatty( _fileno( stdout ) ) != 0;
+    return IsConsole( GetStdHandle( STD_OUTPUT_HANDLE ) );
 }
 
 bool WConsole::IsErrorTerminal()

@@ -18,7 +18,14 @@ void LeaveNothing()
         WConsole::WriteErrorUnlessBlocked( ProgressDisplay::GetEraser() );
     WConsole::WriteErrorUnlessBlocked( "korvale: interrupted\n" );
     WUnfinishedFiles::RemoveForEnd();
+    WConsole::RestoreOutput();
 }
+
+struct PreparedOutput
+{
+    PreparedOutput() { WConsole::PrepareOutput(); }
+    ~PreparedOutput() { WConsole::RestoreOutput(); }
+};
 } // namespace
 
 int main( int inArgCount, char** inArgs )
@@ -26,7 +33,7 @@ int main( int inArgCount, char** inArgs )
     const WInterrupt interrupt( { kInterrupted, kFailure, kGraceMs, LeaveNothing } );
     const WInitCore core;
     const WInitApp application;
-    WConsole::PrepareOutput();
+    const PreparedOutput output;
     const auto style = WConsole::IsErrorTerminal() ? ProgressDisplay::kBars : ProgressDisplay::kLines;
     Terminal terminal{ std::cout, std::cerr, style, WConsole::IsOutputTerminal(), true };
     return RunProgram( WConsole::GetArguments( inArgCount, inArgs ), terminal );
