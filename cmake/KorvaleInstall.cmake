@@ -9,6 +9,9 @@ install( TARGETS KorvaleCore EXPORT KorvaleTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   FILE_SET headers_X_Platform DESTINATION ${include_dir}
   FILE_SET headers_Platform DESTINATION ${include_dir} )
+if( WIN32 )
+  install( FILES ${KORVALE_RUNTIME_FILES} DESTINATION ${CMAKE_INSTALL_BINDIR} )
+endif()
 if( TARGET korvale )
   install( TARGETS korvale RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} )
 endif()

@@ -50,6 +50,21 @@ check_package() {
   LD_LIBRARY_PATH="$libdir" build/consumer/by-pkg-config
 }
 
+check_windows_package() {
+  step "installed package on Windows"
+  local prefix="$PWD/build/package-windows"
+  rm -rf "$prefix" build/consumer-windows
+  cmake --install build/windows-release --prefix "$prefix" > /dev/null
+  cmake -S Tests/Consumer -B build/consumer-windows -G Ninja -DKorvale_DIR="$prefix/lib/cmake/Korvale" \
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$prefix/bin" > /dev/null
+  cmake --build build/consumer-windows > /dev/null
+  local program
+  for program in "consumer.exe" "korvale.exe --version"; do
+    # shellcheck disable=SC2086
+    ( cd / && PATH="/usr/lib/wine:$PATH" wine64 "$prefix/bin/"$program )
+  done
+}
+
 run_fuzzers() {
   build linux-fuzz
   step "fuzz targets over their seeds"
@@ -87,6 +102,7 @@ if $all; then
   build_and_test linux-tsan
   export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
   build_and_test windows-release
+  check_windows_package
 fi
 build linux-release
 if $all; then
