@@ -87,7 +87,8 @@ public:
     /// `inPlace` is on the line that the letters stand on.
     void DrawText( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle );
 
-    /// How far a text of that size runs. In an SVG file this is an estimate: who shows it may have other fonts.
+    /// How far a text of that size runs. In an SVG file this is that of
+    /// Helvetica, the same on every machine: who shows it may have other fonts.
     double GetTextWidth( const std::string& inText, double inSize );
 
     /// The bytes of the file.

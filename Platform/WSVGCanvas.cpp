@@ -1,7 +1,8 @@
 #include "WCanvas.h"
+#include "WCodePage.h"
 
-#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 
 namespace
@@ -12,13 +13,48 @@ constexpr auto kHead =
     "<svg xmlns=\"http://www.w3.org/2000/svg\" font-family=\"Arial, Helvetica, 'Liberation Sans', "
     "sans-serif\"";
 
-/// A number to a hundredth, without needless zeros.
+/// A number to a hundredth, halves away from 0, without needless zeros. Counted in millionths first: numbers that differ
+/// only in the last bits, as those of different mathematical libraries do, have the same text even where they lie beside
+/// half a hundredth.
 std::string ToText( double inNumber )
 {
-    const auto rounded = std::round( inNumber * 100 ) / 100;
-    char digits[64];
-    const auto end = std::to_chars( digits, std::end( digits ), rounded == 0 ? 0 : rounded ).ptr;
-    return std::string( digits, end );
+    constexpr std::int64_t kHundredth = 10000;
+    const std::int64_t millionths = std::llround( std::abs( inNumber ) * 100 * kHundredth );
+    const std::int64_t hundredths = ( millionths + kHundredth / 2 ) / kHundredth;
+    auto text = ( inNumber < 0 && hundredths > 0 ? "-" : "" ) + std::to_string( hundredths / 100 );
+    if ( const auto rest = hundredths % 100; rest != 0 )
+    {
+        text += { '.', static_cast<char>( '0' + rest / 10 ) };
+        if ( rest % 10 != 0 )
+            text += static_cast<char>( '0' + rest % 10 );
+    }
+    return text;
+}
+
+// How far the characters of Helvetica and its likes run, in thousandths of the size.
+constexpr std::uint16_t kWidthsFromSpace[] = {
+    278, 278, 355, 556, 556, 889, 667, 191, 333, 333, 389, 584, 278, 333,  278, 278, 556, 556, 556,
+    556, 556, 556, 556, 556, 556, 556, 278, 278, 584, 584, 584, 556, 1015, 667, 667, 722, 722, 667,
+    611, 778, 722, 278, 500, 667, 556, 833, 722, 778, 667, 778, 722, 667,  611, 722, 667, 944, 667,
+    667, 611, 278, 278, 278, 469, 556, 333, 556, 556, 500, 556, 556, 278,  556, 556, 222, 222, 500,
+    222, 833, 556, 556, 556, 556, 333, 500, 278, 556, 500, 722, 500, 500,  500, 334, 260, 334, 584 };
+constexpr std::uint16_t kWidthsFromNoBreakSpace[] = {
+    278, 333, 556, 556, 556, 556, 260, 556, 333, 737, 370, 556, 584, 333, 737, 333, 400, 584, 333,  333,
+    333, 556, 537, 278, 333, 333, 365, 556, 834, 834, 834, 611, 667, 667, 667, 667, 667, 667, 1000, 722,
+    667, 667, 667, 667, 278, 278, 278, 278, 722, 722, 778, 778, 778, 778, 778, 584, 778, 722, 722,  722,
+    722, 667, 667, 611, 556, 556, 556, 556, 556, 556, 889, 500, 556, 556, 556, 556, 278, 278, 278,  278,
+    556, 556, 556, 556, 556, 556, 556, 584, 611, 556, 556, 556, 556, 500, 556, 500 };
+static_assert( std::size( kWidthsFromSpace ) == 0x7F - 0x20 && std::size( kWidthsFromNoBreakSpace ) == 0x60 );
+
+/// Of other characters an estimate.
+std::uint32_t GetThousandths( char32_t inCharacter )
+{
+    constexpr char32_t kMinus = 0x2212, kFirstIdeographs = 0x2E80;
+    if ( inCharacter >= 0x20 && inCharacter < 0x7F )
+        return kWidthsFromSpace[inCharacter - 0x20];
+    if ( inCharacter >= 0xA0 && inCharacter <= 0xFF )
+        return kWidthsFromNoBreakSpace[inCharacter - 0xA0];
+    return inCharacter == kMinus ? 584 : inCharacter < kFirstIdeographs ? 600 : 1000;
 }
 
 std::string ToText( WPoint inPoint )
@@ -134,14 +170,14 @@ protected:
 
     double GetTextWidthSelf( const std::string& inText, double inSize ) override
     {
-        if ( !itsRuler )
-            itsRuler = MakePNG( 1, 1, 72 );
-        return itsRuler->GetTextWidth( inText, inSize );
+        std::uint32_t thousandths = 0;
+        for ( const auto character : WCodePage::UTF8ToWide( inText ) )
+            thousandths += GetThousandths( static_cast<char32_t>( character ) );
+        return thousandths * inSize / 1000;
     }
 
 private:
     std::string itsText;
-    std::unique_ptr<WCanvas> itsRuler;
 
     void AddElement( const std::string& inElement ) { itsText += '<' + inElement + "/>\n"; }
 };

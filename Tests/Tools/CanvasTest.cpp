@@ -3,6 +3,7 @@
 #include "TestFolder.h"
 #include "WImageFile.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace
@@ -101,6 +102,17 @@ TEST( Canvas, PutsTextToItsPlace )
     EXPECT_NEAR( width, start.right - start.left, 6 );
     EXPECT_NEAR( canvas->GetTextWidth( "HHH", 3 ), width / 10, 0.1 );
     EXPECT_EQ( canvas->GetTextWidth( "", 30 ), 0 );
+}
+
+TEST( Canvas, SVGIsTheSameOnEverySystem )
+{
+    const auto canvas = WCanvas::MakeSVG( 100, 50 );
+    // Neither fonts nor the last bits of coordinates count; half a hundredth goes away from 0.
+    canvas->FillDisc( { 12.345, std::nextafter( 12.345, 0 ) }, 1.005, kBlack );
+    canvas->FillDisc( { -0.125, -0.0049 }, 7.1, kBlack );
+    EXPECT_NE( canvas->Encode().find( "cx=\"12.35\" cy=\"12.35\" r=\"1.01\"" ), std::string::npos );
+    EXPECT_NE( canvas->Encode().find( "cx=\"-0.13\" cy=\"0\" r=\"7.1\"" ), std::string::npos );
+    EXPECT_NEAR( canvas->GetTextWidth( "10 \xC2\xB5m\xE2\x88\x92", 10 ), 33.63, 1e-9 );
 }
 
 TEST( Canvas, WritesTextThatXMLHolds )
