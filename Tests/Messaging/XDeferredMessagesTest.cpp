@@ -1,6 +1,7 @@
 #include "Core/XErrorLog.h"
 #include "Core/XString.h"
 #include "Core/XTimer.h"
+#include "Messaging/XRemoteMessage.h"
 #include "Messaging/XSpeaker.h"
 #include "Recorder.h"
 #include "TestErrors.h"
@@ -100,6 +101,23 @@ TEST_F( XDeferredMessagesTest, ReplacingMovesToTheBack )
     EXPECT_EQ( XSpeaker::GetDeferredCount(), 2u );
     Drain();
     EXPECT_EQ( listener.heard, ( Numbers{ 20, 11 } ) );
+}
+
+TEST_F( XDeferredMessagesTest, AsksClassesDerivedFromMessagesWithKeys )
+{
+    class StateMessage : public XRemoteMessage
+    {
+    public:
+        using XRemoteMessage::XRemoteMessage;
+        StateMessage* Clone() const override { return new StateMessage( *this ); }
+        XCoalesce ShouldCoalesceQueueMessage( const XMessage& ) const override { return kCoalesceReplace; }
+    };
+    listener.action = []( const XMessage& inMessage )
+    { EXPECT_EQ( dynamic_cast<const StateMessage&>( inMessage ).GetID(), 2u ); };
+    for ( const std::uint32_t id : { 1, 2 } )
+        speaker.SpeakMessage( StateMessage( &speaker, id ), kNext );
+    Drain();
+    EXPECT_EQ( listener.heard.size(), 1u );
 }
 
 TEST_F( XDeferredMessagesTest, KeepsOrderAndLikesAmongThousands )

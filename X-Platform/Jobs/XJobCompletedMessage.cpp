@@ -1,5 +1,7 @@
 #include "Jobs/XJobCompletedMessage.h"
 
+#include <typeinfo>
+
 XJobQueue::XJobCompletedMessage::XJobCompletedMessage(
     XSpeaker* inSpeaker, std::int64_t inTag, std::uint32_t inResultCode )
     : XMessage( inSpeaker ), itsTag( inTag ), itsResultCode( inResultCode )
@@ -29,5 +31,5 @@ bool XJobQueue::XJobCompletedMessage::operator==( const XMessage& inOther ) cons
 /// Unlike that of any other: nothing coalesces.
 std::uint64_t XJobQueue::XJobCompletedMessage::GetCoalesceKey() const noexcept
 {
-    return GetTimeMetric();
+    return typeid( *this ) == typeid( XJobCompletedMessage ) ? GetTimeMetric() : 0;
 }

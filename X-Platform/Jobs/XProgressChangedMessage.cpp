@@ -5,6 +5,8 @@
 #include "Core/XStream.h"
 #include "Threads/XThread.h"
 
+#include <typeinfo>
+
 using XProgressChangedMessage = XThreadProgressStrategy::XProgressChangedMessage;
 
 XProgressChangedMessage::XProgressChangedMessage( XSpeaker* inSpeaker )
@@ -40,11 +42,14 @@ bool XProgressChangedMessage::operator==( const XMessage& inOther ) const
         itsChange.value == other.itsChange.value && itsChange.text == other.itsChange.text;
 }
 
-/// One for each bar's values, which alone coalesce.
+/// One for each bar's values, which alone coalesce. The others are unlike each other.
 std::uint64_t XProgressChangedMessage::GetCoalesceKey() const noexcept
 {
-    return ( std::uint64_t( itsThreadID ) << 32 ) ^ ( std::uint64_t( GetJobID() ) << 12 ) ^
-        ( itsChange.level * 6 + itsChange.type );
+    if ( typeid( *this ) != typeid( XProgressChangedMessage ) )
+        return 0;
+    if ( itsChange.type != kProgressChanged )
+        return GetTimeMetric();
+    return ( std::uint64_t( itsThreadID ) << 32 ) ^ ( std::uint64_t( GetJobID() ) << 12 ) ^ itsChange.level;
 }
 
 bool XProgressChangedMessage::IsSameBar( const XProgressChangedMessage& inOther ) const

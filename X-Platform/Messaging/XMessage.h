@@ -50,7 +50,10 @@ public:
     /// A promise that makes long queues fast: messages that may coalesce have the same key, so that the queue
     /// asks `ShouldCoalesceQueueMessage` only of queued messages with the key of the new one. Always 0 by
     /// default, and then the queue asks all messages of the speaker. A class whose objects differ in a value
-    /// that `operator==` compares returns (a hash of) that value.
+    /// that `operator==` compares returns (a hash of) that value, and one whose objects never coalesce the time
+    /// metric. The library's classes have keys for themselves alone: for objects of derived classes they return
+    /// 0, so that an override of `ShouldCoalesceQueueMessage` is asked about all messages of the speaker until
+    /// the derived class has a key of its own.
     virtual std::uint64_t GetCoalesceKey() const noexcept;
 
     /// The sender; not owned, and null until it is set. A message that is delivered from a queue has the

@@ -1,5 +1,8 @@
 #include "Messaging/XMessageVoid.h"
 
+#include <cstdint>
+#include <typeinfo>
+
 XMessageVoid::XMessageVoid( XSpeaker* inSpeaker, void* inInfo ) : XMessage( inSpeaker ), itsInfo( inInfo ) {}
 
 XMessageVoid::~XMessageVoid() = default;
@@ -17,5 +20,5 @@ bool XMessageVoid::operator==( const XMessage& inOther ) const
 
 std::uint64_t XMessageVoid::GetCoalesceKey() const noexcept
 {
-    return reinterpret_cast<std::uintptr_t>( itsInfo );
+    return typeid( *this ) == typeid( XMessageVoid ) ? reinterpret_cast<std::uintptr_t>( itsInfo ) : 0;
 }

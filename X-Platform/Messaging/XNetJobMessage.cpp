@@ -3,6 +3,8 @@
 #include "Core/XClassNumbers.h"
 #include "Core/XStream.h"
 
+#include <typeinfo>
+
 XNetJobMessage::XNetJobMessage( XSpeaker* inSpeaker, std::uint32_t inMessageID, std::uint32_t inJobID )
     : XRemoteMessage( inSpeaker, inMessageID ), itsJobID( inJobID )
 {
@@ -23,7 +25,7 @@ bool XNetJobMessage::operator==( const XMessage& inOther ) const
 
 std::uint64_t XNetJobMessage::GetCoalesceKey() const noexcept
 {
-    return std::uint64_t( itsJobID ) << 32 | GetID();
+    return typeid( *this ) == typeid( XNetJobMessage ) ? std::uint64_t( itsJobID ) << 32 | GetID() : 0;
 }
 
 XVersion XNetJobMessage::GetClassVersion()

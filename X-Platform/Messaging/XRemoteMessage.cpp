@@ -3,6 +3,8 @@
 #include "Core/XClassNumbers.h"
 #include "Core/XStream.h"
 
+#include <typeinfo>
+
 XRemoteMessage::XRemoteMessage( XSpeaker* inSpeaker, std::uint32_t inID )
     : XMessage( inSpeaker ), itsID( inID )
 {
@@ -23,7 +25,7 @@ bool XRemoteMessage::operator==( const XMessage& inOther ) const
 
 std::uint64_t XRemoteMessage::GetCoalesceKey() const noexcept
 {
-    return itsID;
+    return typeid( *this ) == typeid( XRemoteMessage ) ? itsID : 0;
 }
 
 XVersion XRemoteMessage::GetClassVersion()
