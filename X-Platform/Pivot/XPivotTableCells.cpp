@@ -114,7 +114,7 @@ XPivotTableCells::Accumulate( const XPivotColumn& inValues, const XAccumulator& 
     XResultColumns singles;
     XResultColumns numbers;
     if ( HasSingleValues( inAccumulator ) )
-        AddSingleValues( inValues, singles );
+        singles = MakeSingleValues( inValues );
     if ( const auto selected = SelectNumbers( inAccumulator ) )
         AddNumbers( inValues, *selected, numbers );
     XResultColumns columns;
@@ -199,31 +199,46 @@ void XPivotTableCells::AccumulateColumnAndAdd(
 
 // ---- Single values
 
-std::unique_ptr<XPivotColumn>
-XPivotTableCells::PickSingleValues( const XPivotColumn& inValues, std::uint32_t inColumnGroup ) const
+/// The only present row of each cell, or kNoPivotRow.
+XVector<std::uint32_t> XPivotTableCells::FindSingleRows( const XPivotColumn& inValues ) const
 {
-    XVector<std::uint32_t> rows( itsNumRowGroups, kNoPivotRow );
-    XVector<std::uint8_t> isTaken( itsNumRowGroups );
+    XVector<std::uint32_t> rows( GetNumCells(), kNoPivotRow );
+    XVector<std::uint8_t> isTaken( GetNumCells() );
     for ( std::uint32_t row = 0; row < itsCells.size(); ++row )
     {
-        if ( itsCells[row] % itsNumColumnGroups != inColumnGroup || !inValues.DoesDataExist( row ) )
+        if ( !inValues.DoesDataExist( row ) )
             continue;
-        const std::uint32_t group = itsCells[row] / itsNumColumnGroups;
-        rows[group] = isTaken[group] ? kNoPivotRow : row;
-        isTaken[group] = 1;
+        const std::uint32_t cell = itsCells[row];
+        rows[cell] = isTaken[cell] ? kNoPivotRow : row;
+        isTaken[cell] = 1;
     }
-    return XPickPivotTableRows( inValues, rows );
+    return rows;
 }
 
-void XPivotTableCells::AddSingleValues( const XPivotColumn& inValues, XResultColumns& outColumns ) const
+XPivotTableCells::XResultColumns XPivotTableCells::PickSingleValues( const XPivotColumn& inValues ) const
 {
+    const XVector<std::uint32_t> rowOfCell = FindSingleRows( inValues );
+    XVector<std::uint32_t> rows( itsNumRowGroups );
+    XResultColumns columns;
     for ( std::uint32_t group = 0; group < itsNumColumnGroups; ++group )
     {
-        outColumns.push_back( PickSingleValues( inValues, group ) );
-        outColumns.back()->SetID( kPivotUserDefined );
-        outColumns.back()->SetColumnName(
-            XAccumulator( XAccumulator::kAccumulateNone ).GetStringDescription() );
+        for ( std::size_t i = 0; i < rows.size(); ++i )
+            rows[i] = rowOfCell[i * itsNumColumnGroups + group];
+        columns.push_back( XPickPivotTableRows( inValues, rows ) );
     }
+    return columns;
+}
+
+XPivotTableCells::XResultColumns XPivotTableCells::MakeSingleValues( const XPivotColumn& inValues ) const
+{
+    const XString head = XAccumulator( XAccumulator::kAccumulateNone ).GetStringDescription();
+    XResultColumns columns = PickSingleValues( inValues );
+    for ( const auto& column : columns )
+    {
+        column->SetID( kPivotUserDefined );
+        column->SetColumnName( head );
+    }
+    return columns;
 }
 
 std::unique_ptr<XPivotColumn>

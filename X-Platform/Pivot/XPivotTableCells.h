@@ -19,10 +19,9 @@ public:
     XVector<std::unique_ptr<XPivotColumn>>
     Accumulate( const XPivotColumn& inValues, const XPivotTableAccumulator& inAccumulator ) const;
 
-    /// The value of the only present row of each cell of a column group, in a column of its class. Cells
-    /// without one and with several are missing.
-    std::unique_ptr<XPivotColumn>
-    PickSingleValues( const XPivotColumn& inValues, std::uint32_t inColumnGroup = 0 ) const;
+    /// For each column group a column of the values' class, with the value of the only present row of each of its
+    /// cells. Cells without one and with several are missing.
+    XVector<std::unique_ptr<XPivotColumn>> PickSingleValues( const XPivotColumn& inValues ) const;
 
 private:
     using XResultColumns = XVector<std::unique_ptr<XPivotColumn>>;
@@ -32,7 +31,8 @@ private:
     void AddNumbers(
         const XPivotColumn& inValues, const XPivotTableAccumulator& inAccumulator,
         XResultColumns& outColumns ) const;
-    void AddSingleValues( const XPivotColumn& inValues, XResultColumns& outColumns ) const;
+    XResultColumns MakeSingleValues( const XPivotColumn& inValues ) const;
+    XVector<std::uint32_t> FindSingleRows( const XPivotColumn& inValues ) const;
     XVector<std::uint32_t> GatherNumbers( const XPivotColumn& inValues, double* outNumbers ) const;
     void
     FillDefaultColumnValues( const XPivotTableAccumulator& inAccumulator, XResultColumns& ioColumns ) const;

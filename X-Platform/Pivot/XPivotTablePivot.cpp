@@ -197,7 +197,7 @@ void XPivotTable::Contract( const XColumnIndices& inKeys, const XVector<XPivotVa
         const bool isKey = std::ranges::find( inKeys, i ) != inKeys.end();
         columns.push_back(
             isKey ? XPickPivotTableRows( *itsColumns[i], rows.firstRows )
-                  : cells.PickSingleValues( *itsColumns[i] ) );
+                  : std::move( cells.PickSingleValues( *itsColumns[i] ).front() ) );
     }
     TakeColumns( std::move( columns ) );
 }
