@@ -52,6 +52,7 @@ int Show::Run( Session& ioSession )
 
 void Show::ShowStructure( Session& ioSession ) const
 {
+    CheckIsTableFile( PathFromUTF8( itsTable ) );
     XFileStream stream( PathFromUTF8( itsTable ) );
     const auto damage = StructureWalk( stream, ioSession.out ).Walk();
     if ( !damage.empty() )

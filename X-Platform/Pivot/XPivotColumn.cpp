@@ -376,7 +376,7 @@ void XPivotColumn::WriteRuns( XStream& inStream ) const
     inStream.Write32( 0 );
 }
 
-void XPivotColumn::ReadRuns( XStream& inStream )
+void XPivotColumn::ReadRuns( XStream& inStream, XOptions inOptions )
 {
     XPivotRunFinder finder( itsExists );
     XPivotRun run;
@@ -384,17 +384,18 @@ void XPivotColumn::ReadRuns( XStream& inStream )
     {
         const XPivotRun found = { inStream.Read32(), length };
         if ( !finder.Next( run ) || found != run )
-            RefuseRun( inStream, found );
+            RefuseRun( inStream, found, inOptions );
         ReadSparseColumnDataSelf( inStream, found.start, found.length );
     }
     if ( finder.Next( run ) )
         XThrow( kErrorStreamCorrupted );
 }
 
-void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun )
+void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOptions inOptions )
 {
     // A run outside the column is the class's own to report.
-    if ( USize( inRun.start ) + inRun.length > itsExists.size() )
+    const bool isOuter = USize( inRun.start ) + inRun.length > itsExists.size();
+    if ( isOuter && !( inOptions & kRefuseOuterRuns ) )
         ReadSparseColumnDataSelf( inStream, inRun.start, inRun.length );
     XThrow( kErrorStreamCorrupted );
 }

@@ -27,6 +27,10 @@ public:
     /// Row numbers are signed 32-bit integers in places.
     static constexpr std::uint32_t kMaxRows = 0x7FFFFFFF;
 
+    /// An option for ReadStream2: runs outside the column are 1005, as other damage is, not an internal error. For
+    /// files that come from outside.
+    static constexpr XOptions kRefuseOuterRuns = 0x80000000;
+
     ~XPivotColumn() override;
     XVersion GetVersion() const override { return GetClassVersion(); }
 
@@ -86,7 +90,7 @@ public:
     // ---- Setting values. Beyond the end the column grows, by missing rows in between. Each class says how
     // it takes numbers and texts; a class that cannot take one ignores it.
 
-    /// Replaces all rows, all present.
+    /// Replaces all rows, all present. When a text is refused the column stays as it is.
     virtual void SetData( const XVector<XString>& inValues );
     virtual void SetData( const XVector<double>& inValues );
     virtual void SetData( const XString& inValue, std::int32_t inRow, bool inExists );
@@ -254,13 +258,14 @@ protected:
     /// A descriptor that was written as an object; 1005 for any other object.
     static XPivotColumnDescriptor ReadDescriptor( XStream& inStream, XOptions inOptions );
 
-    /// Throws the class's internal error for a run outside the column, else 1005: the flags have no such run.
-    [[noreturn]] void RefuseRun( XStream& inStream, const XPivotRun& inRun );
+    /// Throws the class's internal error for a run outside the column, unless the options say otherwise, else 1005:
+    /// the flags have no such run.
+    [[noreturn]] void RefuseRun( XStream& inStream, const XPivotRun& inRun, XOptions inOptions );
 
     /// Every run of present rows through `WriteSparseColumnDataSelf`, and the end mark.
     void WriteRuns( XStream& inStream ) const;
     /// The same through `ReadSparseColumnDataSelf`. Runs that do not cover exactly the present rows are 1005.
-    void ReadRuns( XStream& inStream );
+    void ReadRuns( XStream& inStream, XOptions inOptions );
 
 private:
     void ReportDescriptorSet();

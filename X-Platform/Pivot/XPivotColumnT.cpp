@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <functional>
+#include <memory>
 #include <numeric>
 #include <typeinfo>
 #include <unordered_set>
@@ -116,9 +117,15 @@ void XPivotColumnT<T>::AppendValue( const T& inValue, bool inExists )
 template<class T>
 void XPivotColumnT<T>::SetData( const XVector<XString>& inValues )
 {
-    ResizeRows( static_cast<std::uint32_t>( inValues.size() ) );
+    // Read beside the column, which stays as it is when a text is refused.
+    const auto count = static_cast<std::uint32_t>( inValues.size() );
+    const std::unique_ptr<XPivotColumn> read( CloneWithoutCopy() );
+    if ( auto* column = dynamic_cast<XPivotColumnT*>( read.get() ) )
+        column->SetDefaultValue( itsDefaultValue );
     for ( std::size_t row = 0; row < inValues.size(); ++row )
-        SetData( inValues[row], static_cast<std::int32_t>( row ), true );
+        read->SetData( inValues[row], static_cast<std::int32_t>( row ), true );
+    read->CopyRowsOver( 0, *this, 0, read->GetColumnSize() ); // none in a column that ignores texts
+    ResizeRows( count );
 }
 
 template<class T>
@@ -283,12 +290,12 @@ void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
             const auto refused = XReadPivotRunBlocks(
                 inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
             if ( refused )
-                RefuseRun( inStream, *refused );
+                RefuseRun( inStream, *refused, inOptions );
             return;
         }
     }
     itsColumnData.assign( GetExistsVector().size(), itsDefaultValue );
-    ReadRuns( inStream );
+    ReadRuns( inStream, inOptions );
 }
 
 template<class T>
