@@ -47,6 +47,42 @@ TEST( XPivotRowRefColumn, CountsReferences )
     EXPECT_EQ( ids->GetNumReferences(), 0u );
 }
 
+TEST( XPivotRowRefColumn, GivesNoNumberTwice )
+{
+    XPivotRowRefColumn column;
+    column.AddRef( 0, kFirst, 2 );
+    column.AddRef( kSecond );
+    EXPECT_EQ( column.GetNextUserVisibleID(), 3u );
+    for ( const std::uint32_t taken : { 1u, 2u } )
+        EXPECT_EQ( ErrorOf( [&] { column.AddRef( 0, kThird, taken ); } ), 1013u );
+    column.AddRef( 0, kFirst, 2 );
+    column.AddRef( 1, kThird, 5 );
+    column.AddRef( 1, kThird, 4 );
+    EXPECT_EQ( column.GetNextUserVisibleID(), 3u );
+    const auto copy = Read<XPivotRowRefColumn>( Write( column ) );
+    for ( XPivotRowRefColumn* ids : { &column, copy.get() } )
+    {
+        ids->AddRef( XUUID( "00000000-0000-0000-0000-000000000004" ) );
+        EXPECT_EQ( ids->GetNextUserVisibleID(), 5u ) << "past 4";
+    }
+}
+
+TEST( XPivotRowRefColumn, NamesARowOfThoseThatShareAnObjectAfterEveryChange )
+{
+    const std::uint32_t count = 60000; // a search of all rows for each would take minutes
+    XPivotRowRefColumn ids;
+    for ( std::uint32_t row = 0; row < count; ++row )
+        ids.AppendData( row % 2 ? kFirst : kSecond, true );
+    for ( std::uint32_t row = count; --row > 2; )
+        ids.DeleteRef( row );
+    EXPECT_EQ( ids.FindDataUUID( kFirst ), 1 );
+    EXPECT_EQ( ids.FindDataUUID( kSecond ) % 2, 0 );
+    EXPECT_EQ( Read<XPivotRowRefColumn>( Write( ids ) )->GetReferences(), ids.GetReferences() );
+    ids.SetData( kThird, 1, true );
+    EXPECT_EQ( ids.FindDataUUID( kFirst ), -1 );
+    EXPECT_EQ( ids.GetNumReferences(), 2u );
+}
+
 TEST( XPivotRowRefColumn, NumbersItsRowsAnew )
 {
     const auto ids = MakeIDs( { kThird, kFirst, XUUID(), kSecond } );
@@ -184,6 +220,8 @@ TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
     EXPECT_EQ( ErrorOfReading( "02000000" + two + one + "ffffffff" ), 0u );
     const std::string refused[] = {
         "02000000" + one + two + "00000000",                                     // the next number
+        "02000000" + one + two + "02000000",                                     // which is in use
+        "02000000" + one + kTwo + "01000000 01000000 02000000 03000000",         // two of one number
         "01000000" + one + "03000000",                                           // a row without a record
         "03000000" + one + two + one + "03000000",                               // twice the same
         "02000000" + one + kTwo + "00000000 02000000 02000000 03000000",         // fewer references than rows

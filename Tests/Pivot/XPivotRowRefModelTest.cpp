@@ -74,6 +74,27 @@ struct XModel
         for ( const std::uint32_t row : inOrder )
             kept.push_back( rows[row] );
         rows.swap( kept );
+    }
+    /// The objects known that rows refer to, and whether they have rows.
+    std::map<XUUID, bool> FindReferredTo() const
+    {
+        std::map<XUUID, bool> found;
+        for ( const XModelRow& row : rows )
+        {
+            if ( row.parent && refs.contains( *row.parent ) )
+                found[*row.parent] = CountRows( *row.parent ) > 0;
+        }
+        return found;
+    }
+    /// The table itself has one reference to each of those that have no rows.
+    void Settle( const std::map<XUUID, bool>& inBefore )
+    {
+        for ( const auto& [uuid, hadRow] : inBefore )
+        {
+            const auto isParent = [&]( const XModelRow& inRow ) { return inRow.parent == uuid; };
+            const bool isHeld = CountRows( uuid ) == 0 && std::ranges::any_of( rows, isParent );
+            refs[uuid].others += std::uint32_t( isHeld ) - std::uint32_t( !hadRow );
+        }
         Forget();
     }
 };
@@ -242,8 +263,9 @@ private:
         const std::uint32_t first = Random( GetSize() + 1 );
         const std::uint32_t count = Random( std::min( GetSize() - first, 5u ) + 1 );
         itsTable->DeleteRows( first, count );
+        const auto before = itsModel.FindReferredTo();
         itsModel.rows.erase( itsModel.rows.begin() + first, itsModel.rows.begin() + first + count );
-        itsModel.Forget();
+        itsModel.Settle( before );
     }
 
     void DeleteList()
@@ -253,7 +275,9 @@ private:
             ( Random( 4 ) ? kept : deleted ).push_back( row );
         std::shuffle( deleted.begin(), deleted.end(), itsRandom );
         itsTable->DeleteRows( deleted );
+        const auto before = itsModel.FindReferredTo();
         itsModel.Keep( kept );
+        itsModel.Settle( before );
     }
 
     void Reorder()
@@ -262,7 +286,9 @@ private:
         for ( std::uint32_t& row : order )
             row = Random( GetSize() );
         itsTable->KeepRows( order );
+        const auto before = itsModel.FindReferredTo();
         itsModel.Keep( order );
+        itsModel.Settle( before );
     }
 
     void Sort()
@@ -314,8 +340,10 @@ private:
         const auto other = MakeOther();
         const std::uint32_t size = GetSize();
         itsTable->Append( *other );
+        const auto before = itsModel.FindReferredTo();
         itsModel.rows.insert( itsModel.rows.end(), itsOtherRows.begin(), itsOtherRows.end() );
         itsModel.AddNumbers( size, GetSize() );
+        itsModel.Settle( before );
     }
 
     /// A table of up to four rows, and the same in the model's form.
@@ -343,6 +371,7 @@ private:
         for ( std::uint32_t row = 0; row < GetSize() * times; ++row )
             order.push_back( interleaved ? row / times : row % GetSize() );
         itsModel.Keep( order );
+        itsModel.Forget();
     }
 
     void Renumber()

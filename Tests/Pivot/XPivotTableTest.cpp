@@ -5,6 +5,9 @@
 namespace
 {
 const XPivotColumnDescriptor kArea( kPivotArea, "", "", "px" );
+const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
+const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
+const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
 
 /// Areas and names that belong together, and an unknown column.
 XPivotTable MakeTable( const std::vector<std::optional<double>>& inAreas )
@@ -127,6 +130,57 @@ TEST( XPivotTable, IsAsItWasWhenAppendingFails )
     other.AddColumn( std::move( names ) );
     EXPECT_EQ( ErrorOf( [&] { table.Append( other ); } ), 1000u );
     ExpectInStep( table, { "1" } );
+
+    XPivotTable objects;
+    auto& ids = objects.AddColumn( MakeColumn<XPivotRowRefColumn>( { kFirst } ) );
+    objects.AddColumn( MakeColumn<XPivotFloatColumn>( { 1.0 } ) ).SetColumnName( "size" );
+    XPivotTable wrong;
+    wrong.AddColumn( MakeColumn<XPivotRowRefColumn>( { kSecond } ) );
+    wrong.AddColumn( MakeColumn<XPivotStringColumn>( { "large" } ) ).SetColumnName( "size" );
+    const XBytes before = Write( objects );
+    EXPECT_EQ( ErrorOf( [&] { objects.Append( wrong ); } ), 1000u );
+    EXPECT_EQ( Write( objects ), before );
+    EXPECT_EQ( ids.GetNextUserVisibleID(), 2u );
+    EXPECT_EQ( ErrorOf( [&] { ids.SetData( XVector<XString>{ kThird.UUIDToString(), "?" } ); } ), 1026u );
+    EXPECT_EQ(
+        ErrorOf(
+            [&] {
+                objects.GetColumn( 1 ).SetData( XVector<XString>{ "2", "large" } );
+            } ),
+        1000u );
+    EXPECT_EQ( Write( objects ), before );
+}
+
+TEST( XPivotTable, KnowsObjectsWithoutRowsAsLongAsRowsReferToThem )
+{
+    XPivotTable table;
+    auto& ids = table.AddColumn( std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" ) );
+    ids.SetData( kFirst, 2, true );
+    ids.SetData( kSecond, 1, true );
+    ids.SetData( kThird, 0, true );
+    auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
+    parents->SetRowRefColumnDescriptor( ids.GetDescriptor() );
+    parents->ResizeRows( 3 );
+    parents->SetData( kFirst, 0, true );
+    parents->SetData( kFirst, 1, true );
+    table.AddColumn( std::move( parents ) );
+    const XPivotTable whole( table );
+
+    table.FilterRows( 1, kFilterEqual, 1.0 );
+    EXPECT_EQ( table.GetColumn( 1 ).GetStringVector(), ( XVector<XString>{ "1", "1" } ) );
+    XPivotTable appended;
+    appended.Append( table );
+    EXPECT_NE( appended.GetColumn( 1 ).GetDataFloat( 0 ), 0.0 );
+    table.DeleteRows( 0, 1 );
+    EXPECT_EQ( table.GetColumn( 1 ).GetDataFloat( 0 ), 1.0 );
+    XPivotTable again( table );
+    table.Clear();
+    EXPECT_EQ( ids.GetNumReferences(), 0u ) << "nobody refers to it";
+
+    again.Append( whole );
+    again.Clear();
+    EXPECT_EQ( dynamic_cast<XPivotRowRefColumn&>( again.GetColumn( 0 ) ).GetNumReferences(), 0u )
+        << "the row that came back was enough";
 }
 
 TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )

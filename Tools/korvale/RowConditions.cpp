@@ -1,7 +1,5 @@
 #include "RowConditions.h"
 
-#include "RowKeeping.h"
-
 #include <CLI/CLI.hpp>
 
 void RowConditions::Declare( CLI::App& ioCommand )
@@ -34,5 +32,5 @@ void RowConditions::FilterRows( XPivotTable& ioTable ) const
     for ( const auto& condition : itsConditions )
         filters.push_back( WhereClause( condition ).MakeFilter( ioTable ) );
     const auto filter = itsIsAny ? XPivotTableFilter::AnyOf( filters ) : XPivotTableFilter::AllOf( filters );
-    KeepRows( ioTable, ioTable.FindRows( filter ) );
+    ioTable.FilterRows( filter );
 }

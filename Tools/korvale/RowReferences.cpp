@@ -9,6 +9,8 @@ std::string RowReferences::Add( const XPivotRowRefColumn::XReference& inReferenc
         return "nothing refers to it";
     if ( userVisibleID == 0 )
         return "its user-visible ID is 0";
+    if ( !itsUserVisibleIDs.insert( userVisibleID ).second )
+        return "its user-visible ID, " + std::to_string( userVisibleID ) + ", is that of another reference";
     if ( row != XPivotRowRefColumn::kNoRow && ( row >= itsRows.size() || itsRows[row] != identity ) )
         return "row " + std::to_string( row ) + " does not hold its identifier";
     if ( !itsCounts.emplace( identity, count ).second )

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 /// Holds the reference records of a stored row-reference column against its rows, as the column's reader does.
@@ -20,6 +21,12 @@ public:
     /// What is wrong with the next record, empty if nothing.
     std::string Add( const XPivotRowRefColumn::XReference& inReference );
 
+    /// Whether a record has that user-visible ID.
+    bool IsInUse( std::uint32_t inUserVisibleID ) const
+    {
+        return itsUserVisibleIDs.contains( inUserVisibleID );
+    }
+
     /// What is wrong with the rows, when all records are added.
     std::string CheckRows();
 
@@ -30,5 +37,6 @@ private:
     };
 
     std::vector<std::optional<XUUID>> itsRows;
+    std::unordered_set<std::uint32_t> itsUserVisibleIDs;
     std::unordered_map<XUUID, std::uint32_t, Hash> itsCounts; ///< Of references that no row accounts for yet.
 };

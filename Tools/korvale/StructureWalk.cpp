@@ -297,8 +297,11 @@ void StructureWalk::WalkReferences( RowReferences& ioReferences )
     Begin( "the next user-visible ID" );
     if ( const auto fault = ioReferences.CheckRows(); !fault.empty() )
         Refuse( "the references end, but " + fault );
-    if ( ReadNumber( "Next user-visible ID" ) == 0 )
+    const auto next = ReadNumber( "Next user-visible ID" );
+    if ( next == 0 )
         Refuse( "the next user-visible ID is 0" );
+    if ( ioReferences.IsInUse( next ) )
+        Refuse( "the next user-visible ID, " + std::to_string( next ) + ", is in use" );
 }
 
 void StructureWalk::WalkReference( RowReferences& ioReferences )

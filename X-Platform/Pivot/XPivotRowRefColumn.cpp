@@ -4,6 +4,7 @@
 #include "Core/XStream.h"
 #include "Pivot/XPivotTable.h"
 
+#include <algorithm>
 #include <limits>
 #include <typeinfo>
 #include <utility>
@@ -13,18 +14,15 @@ namespace
 constexpr std::uint32_t kMostNumbers = std::numeric_limits<std::uint32_t>::max();
 constexpr USize64 kReferenceSize = XUUID::kByteCount + 3 * sizeof( std::uint32_t );
 
-XPivotRowRefColumn::XReference ToReference( const XPivotRowRefs::XRecord& inRecord )
+XPivotRowRefColumn::XReference ToReference(
+    const XPivotRowRefs::XRecord& inRecord, const XVector<std::uint32_t>& inRowsByPlace,
+    XPivotRowRefs::XPlace inPlace )
 {
     const std::uint64_t count = std::uint64_t( inRecord.rows ) + inRecord.others;
     return {
         inRecord.uuid, static_cast<std::uint32_t>( std::min<std::uint64_t>( count, kMostNumbers ) ),
-        inRecord.userVisibleID, inRecord.row };
-}
-
-void AddOther( XPivotRowRefs::XRecord& ioRecord )
-{
-    XAssert( ioRecord.others < kMostNumbers );
-    ++ioRecord.others;
+        inRecord.userVisibleID,
+        inRecord.row == XPivotRowRefs::kSomeRow ? inRowsByPlace[inPlace] : inRecord.row };
 }
 } // namespace
 
@@ -35,13 +33,42 @@ constexpr std::uint32_t XPivotRowRefColumn::kNoRow;
 
 void XPivotRowRefColumn::RequireUserVisibleIDs( USize64 inCount ) const
 {
-    XAssert( inCount <= kMostNumbers - itsNextUserVisibleID );
+    XAssert( inCount + itsNumbering.ahead.size() <= kMostNumbers - itsNumbering.next );
 }
 
 std::uint32_t XPivotRowRefColumn::TakeUserVisibleID()
 {
     RequireUserVisibleIDs( 1 );
-    return itsNextUserVisibleID++;
+    const std::uint32_t taken = itsNumbering.next++;
+    PassIDsInUse();
+    return taken;
+}
+
+void XPivotRowRefColumn::PassIDsInUse()
+{
+    auto& [next, ahead] = itsNumbering;
+    for ( ; !ahead.empty() && *ahead.begin() == next; ++next )
+        ahead.erase( ahead.begin() );
+}
+
+bool XPivotRowRefColumn::IsUserVisibleIDInUse( std::uint32_t inID ) const
+{
+    if ( inID >= itsNumbering.next )
+        return itsNumbering.ahead.contains( inID );
+    bool isInUse = false;
+    itsRefs.ForEach( [&]( const auto& inRecord ) { isInUse |= inRecord.userVisibleID == inID; } );
+    return isInUse;
+}
+
+/// An ID that no other record has; 0 for a record that is to have none.
+void XPivotRowRefColumn::SetUserVisibleID( XPivotRowRefs::XRecord& ioRecord, std::uint32_t inID )
+{
+    XAssert( inID < kMostNumbers );
+    itsNumbering.ahead.erase( ioRecord.userVisibleID );
+    ioRecord.userVisibleID = inID;
+    if ( inID >= itsNumbering.next )
+        itsNumbering.ahead.insert( inID );
+    PassIDsInUse();
 }
 
 /// A new record has a user-visible ID, and no references yet.
@@ -50,19 +77,44 @@ XPivotRowRefColumn::XPlace XPivotRowRefColumn::FindOrAddRef( const XUUID& inUUID
     const XPlace place = itsRefs.FindOrAdd( inUUID );
     auto& record = itsRefs[place];
     if ( record.userVisibleID == 0 )
-        record.userVisibleID = itsNextUserVisibleID++;
+        record.userVisibleID = TakeUserVisibleID();
     return place;
+}
+
+void XPivotRowRefColumn::AddOther( XPlace inPlace )
+{
+    XAssert( itsRefs[inPlace].others < kMostNumbers );
+    ++itsRefs[inPlace].others;
+}
+
+void XPivotRowRefColumn::RemoveOthers( XPlace inPlace, std::uint32_t inCount )
+{
+    itsRefs[inPlace].others -= inCount;
+    RemoveIfUnused( inPlace );
+}
+
+void XPivotRowRefColumn::RemoveIfUnused( XPlace inPlace )
+{
+    if ( itsRefs[inPlace].rows > 0 || itsRefs[inPlace].others > 0 )
+        return;
+    itsNumbering.ahead.erase( itsRefs[inPlace].userVisibleID );
+    itsRefs.Remove( inPlace );
 }
 
 void XPivotRowRefColumn::AddRef( std::uint32_t inRow, const XUUID& inUUID, std::uint32_t inUserVisibleID )
 {
     if ( inUUID.IsNil() )
         return;
+    const XPlace found = itsRefs.Find( inUUID );
+    const bool hasID = found != kNoPlace && itsRefs[found].userVisibleID == inUserVisibleID;
+    if ( inUserVisibleID != 0 && !hasID && IsUserVisibleIDInUse( inUserVisibleID ) )
+        XThrow( kErrorBadParameters );
     const std::uint32_t userVisibleID = inUserVisibleID != 0 ? inUserVisibleID : TakeUserVisibleID();
-    auto& record = itsRefs[itsRefs.FindOrAdd( inUUID )];
-    AddOther( record );
-    record.userVisibleID = userVisibleID;
-    record.row = inRow;
+    XAssert( userVisibleID < kMostNumbers );
+    const XPlace place = itsRefs.FindOrAdd( inUUID );
+    AddOther( place );
+    SetUserVisibleID( itsRefs[place], userVisibleID );
+    itsRefs[place].row = inRow;
 }
 
 void XPivotRowRefColumn::AddRef( const XUUID& inUUID )
@@ -70,17 +122,14 @@ void XPivotRowRefColumn::AddRef( const XUUID& inUUID )
     if ( inUUID.IsNil() )
         return;
     RequireUserVisibleIDs( 1 );
-    AddOther( itsRefs[FindOrAddRef( inUUID )] );
+    AddOther( FindOrAddRef( inUUID ) );
 }
 
 void XPivotRowRefColumn::DeleteRef( const XUUID& inUUID )
 {
     const XPlace place = itsRefs.Find( inUUID );
-    if ( place == kNoPlace || itsRefs[place].others == 0 )
-        return;
-    auto& record = itsRefs[place];
-    if ( --record.others == 0 && record.rows == 0 )
-        itsRefs.Remove( place );
+    if ( place != kNoPlace && itsRefs[place].others > 0 )
+        RemoveOthers( place, 1 );
 }
 
 void XPivotRowRefColumn::DeleteRefs( std::uint32_t inFirst, std::uint32_t inCount )
@@ -100,7 +149,10 @@ XVector<XPivotRowRefColumn::XReference> XPivotRowRefColumn::GetReferences() cons
 {
     XVector<XReference> references;
     references.reserve( itsRefs.GetSize() );
-    itsRefs.ForEach( [&]( const auto& inRecord ) { references.push_back( ToReference( inRecord ) ); } );
+    const XVector<std::uint32_t> rows = ListRowsByPlace();
+    itsRefs.ForEach(
+        [&]( const auto& inRecord )
+        { references.push_back( ToReference( inRecord, rows, itsRefs.GetPlace( inRecord ) ) ); } );
     return references;
 }
 
@@ -125,27 +177,24 @@ void XPivotRowRefColumn::HoldRows( USize inFirst, USize inEnd )
         HoldRow( static_cast<std::uint32_t>( row ) );
 }
 
-/// Gives back one row's reference. True when other rows hold the same identifier: the record may then name
-/// the wrong one, until NameRows was called from the first row on.
-bool XPivotRowRefColumn::Release( XPlace inPlace )
+/// Gives back one row's reference. Which of the other rows is named, where there are some, is looked for when it
+/// is asked for: they may all be released next.
+void XPivotRowRefColumn::Release( XPlace inPlace, std::uint32_t inRow )
 {
     if ( inPlace == kNoPlace )
-        return false;
+        return;
     auto& record = itsRefs[inPlace];
-    if ( --record.rows > 0 )
-        return true;
-    record.row = kNoRow;
-    if ( record.others == 0 )
-        itsRefs.Remove( inPlace );
-    return false;
+    if ( --record.rows == 0 )
+        record.row = kNoRow;
+    else if ( record.row == inRow )
+        record.row = XPivotRowRefs::kSomeRow;
+    RemoveIfUnused( inPlace );
 }
 
-bool XPivotRowRefColumn::ReleaseRows( USize inFirst, USize inEnd )
+void XPivotRowRefColumn::ReleaseRows( USize inFirst, USize inEnd )
 {
-    bool areOthersLeft = false;
     for ( USize row = inFirst; row < inEnd; ++row )
-        areOthersLeft |= Release( std::exchange( itsRowPlaces[row], kNoPlace ) );
-    return areOthersLeft;
+        Release( std::exchange( itsRowPlaces[row], kNoPlace ), static_cast<std::uint32_t>( row ) );
 }
 
 /// Tells the records of all rows from the first on where they are.
@@ -156,6 +205,27 @@ void XPivotRowRefColumn::NameRows( USize inFirst )
         if ( itsRowPlaces[row] != kNoPlace )
             itsRefs[itsRowPlaces[row]].row = static_cast<std::uint32_t>( row );
     }
+}
+
+/// The row that a record names, or kNoRow.
+std::uint32_t XPivotRowRefColumn::FindRow( XPlace inPlace ) const
+{
+    if ( itsRefs[inPlace].row != XPivotRowRefs::kSomeRow )
+        return itsRefs[inPlace].row;
+    const auto found = std::find( itsRowPlaces.begin(), itsRowPlaces.end(), inPlace );
+    return found == itsRowPlaces.end() ? kNoRow : static_cast<std::uint32_t>( found - itsRowPlaces.begin() );
+}
+
+/// A row of each record that some row holds, by the records' places.
+XVector<std::uint32_t> XPivotRowRefColumn::ListRowsByPlace() const
+{
+    XVector<std::uint32_t> rows( itsRefs.GetEndPlace(), kNoRow );
+    for ( USize row = itsRowPlaces.size(); row-- > 0; )
+    {
+        if ( itsRowPlaces[row] != kNoPlace )
+            rows[itsRowPlaces[row]] = static_cast<std::uint32_t>( row );
+    }
+    return rows;
 }
 
 // ---- User-visible IDs
@@ -175,12 +245,12 @@ std::uint32_t XPivotRowRefColumn::GetDataUserVisibleID( const XUUID& inUUID ) co
 
 void XPivotRowRefColumn::RenumberUserVisibleIDs()
 {
-    itsNextUserVisibleID = 1;
+    itsNumbering = XNumbering();
     itsRefs.ForEach( []( auto& ioRecord ) { ioRecord.userVisibleID = 0; } );
     const auto number = [this]( auto& ioRecord )
     {
         if ( ioRecord.userVisibleID == 0 )
-            ioRecord.userVisibleID = itsNextUserVisibleID++;
+            ioRecord.userVisibleID = TakeUserVisibleID();
     };
     for ( const XPlace place : itsRowPlaces )
     {
@@ -198,9 +268,8 @@ bool XPivotRowRefColumn::IsHeldBy( const XUUID& inUUID, std::uint32_t inRow ) co
 std::int32_t XPivotRowRefColumn::FindDataUUID( const XUUID& inUUID ) const
 {
     const XPlace place = itsRefs.Find( inUUID );
-    if ( place == kNoPlace || !IsHeldBy( inUUID, itsRefs[place].row ) )
-        return -1;
-    return static_cast<std::int32_t>( itsRefs[place].row );
+    const std::uint32_t row = place == kNoPlace ? kNoRow : FindRow( place );
+    return IsHeldBy( inUUID, row ) ? static_cast<std::int32_t>( row ) : -1;
 }
 
 std::int32_t XPivotRowRefColumn::FindDataFloat( double inValue ) const
@@ -223,8 +292,8 @@ void XPivotRowRefColumn::SetValue( const XUUID& inValue, std::int32_t inRow, boo
     RequireUserVisibleIDs( inExists ? 1 : 0 );
     const XUUID value = inValue; // which may lie in this column
     const std::uint32_t row = static_cast<std::uint32_t>( inRow );
-    if ( row < GetColumnSize() && ReleaseRows( row, USize( row ) + 1 ) )
-        NameRows( 0 );
+    if ( row < GetColumnSize() )
+        ReleaseRows( row, USize( row ) + 1 );
     XPivotReferenceColumn::SetValue( value, inRow, inExists );
     HoldRow( row );
 }
@@ -271,11 +340,8 @@ void XPivotRowRefColumn::CopyRowsOver(
     const XVector<XPlace> replaced( first, first + static_cast<std::ptrdiff_t>( inCount ) );
     std::fill_n( first, inCount, kNoPlace );
     destination.HoldRows( inDestinationRow, USize( inDestinationRow ) + inCount );
-    bool areOthersLeft = false;
-    for ( const XPlace place : replaced )
-        areOthersLeft |= destination.Release( place );
-    if ( areOthersLeft )
-        destination.NameRows( 0 );
+    for ( std::uint32_t i = 0; i < inCount; ++i )
+        destination.Release( replaced[i], inDestinationRow + i );
 }
 
 void XPivotRowRefColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount )
@@ -297,10 +363,10 @@ void XPivotRowRefColumn::ResizeRows( std::uint32_t inRowCount )
 void XPivotRowRefColumn::DeleteItems( std::uint32_t inFirst, std::uint32_t inCount )
 {
     XPivotReferenceColumn::DeleteItems( inFirst, inCount );
-    const bool areOthersLeft = ReleaseRows( inFirst, USize( inFirst ) + inCount );
+    ReleaseRows( inFirst, USize( inFirst ) + inCount );
     const auto first = itsRowPlaces.begin() + static_cast<std::ptrdiff_t>( inFirst );
     itsRowPlaces.erase( first, first + static_cast<std::ptrdiff_t>( inCount ) );
-    NameRows( areOthersLeft ? 0 : inFirst );
+    NameRows( inFirst );
 }
 
 void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
@@ -313,7 +379,7 @@ void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
     {
         const XPlace place = itsRowPlaces[row];
         if ( copies[row] == 0 )
-            Release( place );
+            Release( place, static_cast<std::uint32_t>( row ) );
         else if ( place != kNoPlace )
             itsRefs[place].rows += copies[row] - 1;
     }
@@ -341,16 +407,17 @@ void XPivotRowRefColumn::WriteStream2( XStream& inStream, XOptions inOptions ) c
 {
     XPivotReferenceColumn::WriteStream2( inStream, inOptions );
     inStream.Write32( itsRefs.GetSize() );
+    const XVector<std::uint32_t> rows = ListRowsByPlace();
     itsRefs.ForEach(
         [&]( const XPivotRowRefs::XRecord& inRecord )
         {
-            const XReference reference = ToReference( inRecord );
+            const XReference reference = ToReference( inRecord, rows, itsRefs.GetPlace( inRecord ) );
             inStream.WriteUUID( reference.uuid );
             inStream.Write32( reference.count );
             inStream.Write32( reference.userVisibleID );
             inStream.Write32( IsHeldBy( reference.uuid, reference.row ) ? reference.row : kNoRow );
         } );
-    inStream.Write32( itsNextUserVisibleID );
+    inStream.Write32( itsNumbering.next );
 }
 
 void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
@@ -363,9 +430,21 @@ void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
     for ( std::uint32_t i = 0; i < count; ++i )
         ReadReference( inStream );
     FindRowPlaces();
-    itsNextUserVisibleID = inStream.Read32();
-    if ( itsNextUserVisibleID == 0 )
+    ReadNumbering( inStream );
+}
+
+void XPivotRowRefColumn::ReadNumbering( XStream& inStream )
+{
+    XVector<std::uint32_t> ids;
+    ids.reserve( itsRefs.GetSize() );
+    itsRefs.ForEach( [&]( const auto& inRecord ) { ids.push_back( inRecord.userVisibleID ); } );
+    std::ranges::sort( ids );
+    const std::uint32_t next = inStream.Read32();
+    const auto ahead = std::ranges::lower_bound( ids, next );
+    const bool isNextInUse = ahead != ids.end() && *ahead == next;
+    if ( next == 0 || isNextInUse || std::ranges::adjacent_find( ids ) != ids.end() )
         XThrow( kErrorStreamCorrupted );
+    itsNumbering = { next, { ahead, ids.end() } };
 }
 
 /// Takes all references for references from elsewhere, until the rows are known to have some of them.

@@ -14,6 +14,7 @@ public:
     using XPlace = std::uint32_t;
     static constexpr XPlace kNoPlace = 0xFFFFFFFF;
     static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
+    static constexpr std::uint32_t kSomeRow = 0xFFFFFFFE; // which is to be looked for
 
     struct XRecord
     {
@@ -21,12 +22,14 @@ public:
         std::uint32_t rows = 0;          ///< rows of the column that hold it
         std::uint32_t others = 0;        ///< references from elsewhere
         std::uint32_t userVisibleID = 0; ///< 0: none yet
-        std::uint32_t row = kNoRow;      ///< one of the rows that hold it
+        std::uint32_t row = kNoRow;      ///< one of the rows that hold it, kNoRow or kSomeRow
     };
 
     XPivotRowRefs();
 
     std::uint32_t GetSize() const { return itsSize; }
+    /// All places are below it, free ones too.
+    XPlace GetEndPlace() const { return static_cast<XPlace>( itsRecords.size() ); }
 
     /// kNoPlace where there is none.
     XPlace Find( const XUUID& inUUID ) const;
@@ -34,6 +37,10 @@ public:
     XPlace FindOrAdd( const XUUID& inUUID );
     void Remove( XPlace inPlace );
 
+    XPlace GetPlace( const XRecord& inRecord ) const
+    {
+        return static_cast<XPlace>( &inRecord - itsRecords.data() );
+    }
     XRecord& operator[]( XPlace inPlace ) { return itsRecords[inPlace]; }
     const XRecord& operator[]( XPlace inPlace ) const { return itsRecords[inPlace]; }
 

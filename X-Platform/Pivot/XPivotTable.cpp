@@ -1,7 +1,10 @@
 #include "Pivot/XPivotTable.h"
 
 #include "Pivot/XPivotRowRefColumn.h"
+#include "Pivot/XPivotTableReferences.h"
 
+#include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace
@@ -11,6 +14,49 @@ bool NamesRows( const XPivotColumn& inColumn )
 {
     return dynamic_cast<const XPivotRowRefColumn*>( &inColumn ) != nullptr;
 }
+
+/// Finds columns by their descriptors, as XPivotTable::FindColumn does, but each in constant time.
+class XColumnFinder
+{
+public:
+    XColumnFinder() = default;
+    explicit XColumnFinder( const XPivotTable& inTable )
+    {
+        for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+            Add( inTable.GetColumn( i ) );
+    }
+
+    /// False when there is one of the same descriptor before.
+    bool Add( const XPivotColumn& inColumn )
+    {
+        return itsColumns.emplace( MakeKey( inColumn.GetDescriptor() ), &inColumn ).second;
+    }
+    const XPivotColumn* Find( const XPivotColumn& inColumn ) const
+    {
+        const auto found = itsColumns.find( MakeKey( inColumn.GetDescriptor() ) );
+        return found == itsColumns.end() ? nullptr : found->second;
+    }
+
+private:
+    /// Equal where XPivotColumnDescriptor::IsOfSameColumn is true.
+    static std::string MakeKey( const XPivotColumnDescriptor& inDescriptor )
+    {
+        std::string key = std::to_string( inDescriptor.GetID() );
+        const auto append = [&]( const XString& inText )
+        {
+            key.append( " " )
+                .append( std::to_string( inText.GetLength() ) )
+                .append( " " )
+                .append( inText.GetStringView() );
+        };
+        append( inDescriptor.GetID() == kPivotUserDefined ? inDescriptor.GetColumnName() : XString() );
+        append( inDescriptor.GetChannelName() );
+        append( inDescriptor.GetUnits() );
+        return key;
+    }
+
+    std::unordered_map<std::string, const XPivotColumn*> itsColumns;
+};
 } // namespace
 
 XPivotTable::XPivotTable( const XPivotTable& inOther ) : XStorable( inOther )
@@ -148,17 +194,29 @@ void XPivotTable::Append( const XPivotTable& inOther )
         return Append( XPivotTable( inOther ) );
     const std::uint32_t rows = GetNumRows();
     const std::uint32_t columns = GetNumColumns();
+    XVector<XPivotRowRefColumn::XNumbering> numberings;
+    for ( const auto& column : itsColumns )
+    {
+        const auto* ids = dynamic_cast<const XPivotRowRefColumn*>( column.get() );
+        numberings.push_back( ids ? ids->itsNumbering : XPivotRowRefColumn::XNumbering() );
+    }
     try
     {
+        XPivotTableReferences references( *this );
         AppendRows( inOther );
+        references.Settle();
     }
     catch ( ... )
     {
         // A text that is no number where a column of numbers is, for one.
         itsColumns.resize( columns );
         BindColumns();
-        for ( const auto& column : itsColumns )
-            column->ResizeRows( rows );
+        for ( std::uint32_t i = 0; i < columns; ++i )
+        {
+            itsColumns[i]->ResizeRows( rows );
+            if ( auto* ids = dynamic_cast<XPivotRowRefColumn*>( itsColumns[i].get() ) )
+                ids->itsNumbering = std::move( numberings[i] );
+        }
         throw;
     }
 }
@@ -166,20 +224,24 @@ void XPivotTable::Append( const XPivotTable& inOther )
 void XPivotTable::AppendRows( const XPivotTable& inOther )
 {
     const std::uint32_t rows = GetNumRows();
+    const XColumnFinder others( inOther );
+    XColumnFinder known;
     for ( const auto& column : itsColumns )
     {
-        if ( const XPivotColumn* other = inOther.FindColumn( column->GetDescriptor() ) )
+        known.Add( *column );
+        if ( const XPivotColumn* other = others.Find( *column ) )
             *column += *other;
         else
             column->InsertEmptyRows( rows, inOther.GetNumRows() );
     }
     for ( const auto& other : inOther.itsColumns )
     {
-        if ( FindColumn( other->GetDescriptor() ) )
+        if ( !known.Add( *other ) )
             continue;
         std::unique_ptr<XPivotColumn> column( other->CloneWithoutCopy() );
         column->InsertEmptyRows( 0, rows );
         *column += *other;
         AddColumn( std::move( column ) );
     }
+    XKnowAppendedObjects( *this, inOther, rows );
 }

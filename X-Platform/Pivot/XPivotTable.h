@@ -89,12 +89,14 @@ public:
     /// Its index, or -1.
     std::int32_t FindColumnIndex( const XPivotColumnDescriptor& inDescriptor ) const;
 
-    // ---- Rows
+    // ---- Rows. An object whose row goes stays known to its row-reference column, with its number, as long as
+    // rows of the table refer to it.
 
     void AppendEmptyRows( std::uint32_t inCount ) { InsertEmptyRows( GetNumRows(), inCount ); }
     void InsertEmptyRows( std::uint32_t inRow, std::uint32_t inCount );
     /// Appends the rows of another table. Columns are matched by descriptor; those that only the other table
-    /// has are added, and rows are missing wherever a table has no such column.
+    /// has are added, and rows are missing wherever a table has no such column. When it fails, this table is
+    /// as before.
     void Append( const XPivotTable& inOther );
 
     void DeleteRows( std::uint32_t inFirst, std::uint32_t inCount );
@@ -212,6 +214,7 @@ private:
     static std::unique_ptr<XPivotColumn> ReadColumn( XStream& inStream, XOptions inOptions );
     static void SettleRowCounts( const XColumns& inColumns );
     void AppendRows( const XPivotTable& inOther );
+    void ReorderRows( const XVector<std::uint32_t>& inRows );
     void TakeColumns( XColumns&& inColumns );
     friend class XPivotRowRefColumn;
     void BindColumns();

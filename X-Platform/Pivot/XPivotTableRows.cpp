@@ -3,6 +3,7 @@
 #include "Pivot/XPivotRowOrder.h"
 #include "Pivot/XPivotTableGroups.h"
 #include "Pivot/XPivotTableOrder.h"
+#include "Pivot/XPivotTableReferences.h"
 
 #include <algorithm>
 #include <iterator>
@@ -25,8 +26,10 @@ XVector<std::uint32_t> ListAllRows( std::uint32_t inRowCount )
 
 void XPivotTable::DeleteRows( std::uint32_t inFirst, std::uint32_t inCount )
 {
+    XPivotTableReferences references( *this );
     for ( const auto& column : itsColumns )
         column->DeleteItems( inFirst, inCount );
+    references.Settle();
 }
 
 void XPivotTable::DeleteRows( const XVector<std::uint32_t>& inRows )
@@ -35,6 +38,13 @@ void XPivotTable::DeleteRows( const XVector<std::uint32_t>& inRows )
 }
 
 void XPivotTable::KeepRows( const XVector<std::uint32_t>& inRows )
+{
+    XPivotTableReferences references( *this );
+    ReorderRows( inRows );
+    references.Settle();
+}
+
+void XPivotTable::ReorderRows( const XVector<std::uint32_t>& inRows )
 {
     for ( const auto& column : itsColumns )
         column->Reorder( inRows );
@@ -49,13 +59,15 @@ void XPivotTable::DuplicateRows( const XVector<std::uint32_t>& inRows )
         order.push_back( row );
     }
     std::sort( order.begin(), order.end() );
-    KeepRows( order );
+    ReorderRows( order );
 }
 
 void XPivotTable::DuplicateAllRows( std::uint32_t inCount, bool inInterleaved )
 {
+    XPivotTableReferences references( *this );
     for ( const auto& column : itsColumns )
         column->DuplicateAllValues( inCount, inInterleaved );
+    references.Settle();
 }
 
 void XPivotTable::RemoveDuplicates( const XColumnIndices& inColumns, XVector<std::uint32_t>* outRows )
@@ -94,7 +106,7 @@ void XPivotTable::Sort( const XVector<XSortKey>& inKeys, XVector<std::uint32_t>*
     XVector<std::uint32_t> order = ListAllRows( GetNumRows() );
     for ( auto key = inKeys.rbegin(); key != inKeys.rend(); ++key )
         XSortPivotTableRows( GetColumn( key->column ), key->direction, order );
-    KeepRows( order );
+    ReorderRows( order );
     if ( outOrder )
         outOrder->swap( order );
 }
