@@ -233,6 +233,32 @@ TEST_F( TableCommands, RefuseWrongUsage )
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
 }
 
+TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
+{
+    const auto expectFailure = [&]( const std::string& inBytes, const std::string& inText )
+    {
+        const auto file = PathToUTF8( itsFolder.Write( "wrong", inBytes ) );
+        EXPECT_EQ( Run( { "show", file } ), 1 );
+        EXPECT_EQ( itsError.str().find( "korvale: " + file + ": " + inText ), 0u ) << itsError.str();
+    };
+    expectFailure( "ID,Name,Area\n1,a,2\n", "a text file, not a table (expected " );
+    expectFailure( std::string( "II*\0\x8\0\0\0\0\0\0\0\0\0", 14 ), "a TIFF image, not a table (expected " );
+    expectFailure( "\x89PNG\r\n\x1A\n", "a PNG image, not a table (expected " );
+
+    auto bytes = itsFolder.Read( "t" );
+    const auto cut = bytes.size() / 2;
+    expectFailure( bytes.substr( 0, cut ), "the table is damaged at offset " );
+    // A run of the second column's values that begins beyond its rows.
+    XPivotTable table;
+    AddTestColumn<XPivotUInt32Column>( table, XPivotColumnDescriptor( kPivotCount, "", "", "" ), { 7, 8 } );
+    WriteTable( "runs", table );
+    bytes = itsFolder.Read( "runs" );
+    bytes[bytes.size() - 4 - 8 - 4] = 9;
+    expectFailure( bytes, "the table is damaged at offset " );
+    EXPECT_NE( itsError.str().find( "reaches beyond the 2 rows (1005)" ), std::string::npos )
+        << itsError.str();
+}
+
 TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
 {
     itsFolder.Write( "out", "older" );
