@@ -17,7 +17,7 @@ public:
         : itsIsLimited( inTimeoutMs != kNoTimeout ), itsTimeoutMs( inTimeoutMs ),
           itsTime(
               itsIsLimited && inTimeoutMs != 0 ? Clock::now() + std::chrono::milliseconds( inTimeoutMs )
-                                               : Clock::time_point::min() )
+                                               : ( Clock::time_point::min )() )
     {
     }
 
@@ -28,7 +28,7 @@ public:
     Clock::duration GetTimeLeft() const
     {
         return HasPassed() ? Clock::duration::zero()
-                           : std::max( itsTime - Clock::now(), Clock::duration::zero() );
+                           : ( std::max )( itsTime - Clock::now(), Clock::duration::zero() );
     }
 
     /// The time-out to pass on to a wait that takes milliseconds: rounded up, `kNoTimeout` when not limited.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "WNoSystemMacros.h"
 #include "WThreadAlert.h"
 #include "WThreadBody.h"
 #include "WWaitResult.h"

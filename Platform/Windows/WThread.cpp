@@ -7,7 +7,7 @@
 #include <utility>
 #include <windows.h>
 
-#undef Yield // an empty macro of the system's headers
+#include "WNoSystemMacros.h" // needs to be behind the header above
 
 namespace
 {

@@ -62,6 +62,7 @@ std::string CheckThreshold( const std::string& inText )
         ? ""
         : inText + " is neither otsu nor a number";
 }
+
 /// The images that patterns of names stand for.
 std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inNames )
 {

@@ -2,6 +2,7 @@
 
 #include "Core/XStorable.h"
 #include "Core/XString.h"
+#include "WNoSystemMacros.h"
 
 /// What the process knows of its storable classes: how to make an object from a class version, which class
 /// descends from which, and which stands for which. Keyed by class number: revisions only matter when an

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Core/XRefPtrBase.h"
+#include "WNoSystemMacros.h"
 
 #include <concepts>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Core/XRefCountable.h"
+#include "WNoSystemMacros.h"
 
 #include <utility>
 

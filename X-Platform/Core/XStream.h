@@ -285,7 +285,7 @@ protected:
     void FlushQuietly() noexcept;
 
 private:
-    static constexpr USize64 kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
+    static constexpr USize64 kMostBytes = ( std::numeric_limits<std::ptrdiff_t>::max )();
     // Bytes by which a vector grows that is read as it grows, and the temporary space of swapped writes.
     static constexpr USize64 kCachedStep = 32 * 1024;
     static constexpr USize64 kSwapBlock = 64 * 1024;
@@ -454,7 +454,7 @@ void XStream::ReadCounted( XVector<T>& outVector, USize64 inCount )
     while ( outVector.size() < inCount )
     {
         const USize64 done = outVector.size();
-        outVector.resize( std::min( done + step, inCount ) );
+        outVector.resize( ( std::min )( done + step, inCount ) );
         ReadElements( outVector.data() + done, outVector.size() - done, sizeof( T ) );
     }
 }

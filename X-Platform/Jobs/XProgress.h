@@ -2,6 +2,7 @@
 
 #include "Core/XString.h"
 #include "Core/XTimer.h"
+#include "WNoSystemMacros.h"
 
 class XProgressStrategy;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Core/XString.h"
+#include "WNoSystemMacros.h"
 
 class XProgress;
 

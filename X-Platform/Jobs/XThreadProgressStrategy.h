@@ -2,6 +2,7 @@
 
 #include "Jobs/XProgressStrategy.h"
 #include "Messaging/XSpeaker.h"
+#include "WNoSystemMacros.h"
 
 /// Tells the progress of its thread to whoever listens, on another thread or another machine: every change is
 /// spoken as an XProgressChangedMessage. The outermost progress and those that ask for it get bars, numbered

@@ -26,7 +26,7 @@ public:
     void SetAround( USize64 inBytes, TWork inWork )
     {
         const USize64 before = itsBytes;
-        Set( std::max( before, inBytes ) );
+        Set( ( std::max )( before, inBytes ) );
         try
         {
             inWork();

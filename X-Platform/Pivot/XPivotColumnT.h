@@ -102,8 +102,8 @@ protected:
         std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch,
         TToNumber inToNumber ) const
     {
-        const std::uint32_t first = std::min( inFirstRow, GetColumnSize() );
-        const std::uint32_t count = std::min( inMaxCount, GetColumnSize() - first );
+        const std::uint32_t first = ( std::min )( inFirstRow, GetColumnSize() );
+        const std::uint32_t count = ( std::min )( inMaxCount, GetColumnSize() - first );
         ioScratch.resize( count );
         const T* values = itsColumnData.data() + first;
         std::transform( values, values + count, ioScratch.begin(), inToNumber );

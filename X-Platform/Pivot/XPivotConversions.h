@@ -72,7 +72,7 @@ T XToPivotNumber( double inNumber, T inNaN )
     else
         return std::isnan( inNumber )
             ? inNaN
-            : static_cast<T>( std::clamp<double>( inNumber, XLimits::min(), XLimits::max() ) );
+            : static_cast<T>( std::clamp<double>( inNumber, ( XLimits::min )(), ( XLimits::max )() ) );
 }
 
 /// A filter's reference as a column of `T` would keep it, but that NaN stays NaN, which is equal to nothing.

@@ -14,7 +14,7 @@ XVector<std::int32_t> XCollectPivotRows( const XVector<std::uint8_t>& inExists, 
     XVector<std::int32_t> rows;
     for ( std::size_t first = 0; first < inExists.size(); first += kChunk )
     {
-        const std::size_t end = std::min( first + kChunk, inExists.size() );
+        const std::size_t end = ( std::min )( first + kChunk, inExists.size() );
         std::size_t count = 0;
         for ( std::size_t row = first; row < end; ++row )
         {

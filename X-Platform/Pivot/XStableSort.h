@@ -19,11 +19,11 @@ public:
     {
         const std::size_t count = itsElements.size();
         for ( std::size_t first = 0; first < count; first += kPiece )
-            InsertionSort( first, std::min( first + kPiece, count ) );
+            InsertionSort( first, ( std::min )( first + kPiece, count ) );
         for ( std::size_t length = kPiece; length < count; length *= 2 )
         {
             for ( std::size_t first = 0; first + length < count; first += 2 * length )
-                Merge( first, first + length, std::min( first + 2 * length, count ) );
+                Merge( first, first + length, ( std::min )( first + 2 * length, count ) );
         }
     }
 

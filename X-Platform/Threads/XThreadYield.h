@@ -1,5 +1,6 @@
 #pragma once
 
+#include "WNoSystemMacros.h"
 #include "WPlatform.h"
 
 /// Gives up the processor.
