@@ -204,6 +204,29 @@ TEST_F( XStorableTest, EndsHostileNestingWithAnError )
     EXPECT_EQ( ErrorOf( [&] { Read( bytes ); } ), 1005u );
 }
 
+TEST_F( XStorableTest, WritesNothingNestedTooDeepToBeRead )
+{
+    const auto nest = []( unsigned inDepth )
+    {
+        std::unique_ptr<XStorable> outermost = std::make_unique<XShape>();
+        for ( unsigned depth = 1; depth < inDepth; ++depth )
+        {
+            auto group = std::make_unique<XGroup>();
+            group->itsChild = std::move( outermost );
+            outermost = std::move( group );
+        }
+        return outermost;
+    };
+    XMemStream stream;
+    EXPECT_EQ( ErrorOf( [&] { stream.WriteObject( *nest( XStream::kMaxObjectDepth + 1 ) ); } ), 1005u );
+    stream.Clear();
+    stream.WriteObject( *nest( XStream::kMaxObjectDepth ) );
+    stream.SeekTo( 0 );
+    const std::unique_ptr<XStorable> back( stream.ReadObject() );
+    EXPECT_EQ( XShape::sObjects, static_cast<int>( XStream::kMaxObjectDepth ) );
+    EXPECT_TRUE( stream.IsAtEOF() );
+}
+
 TEST_F( XStorableTest, ReadsOldStreamsWithoutVersions )
 {
     const auto read = []( const char* inHex )

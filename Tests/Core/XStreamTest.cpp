@@ -405,6 +405,18 @@ TEST( XStream, RefusesToReadBeyondABoundedEnd )
     }
 }
 
+TEST( XStream, RefusesToWriteBeyondTheLastPosition )
+{
+    XModelStream stream( 16, true, true );
+    stream.isOpenEnded = true; // nothing else ends the writing
+    stream.SeekTo( std::numeric_limits<SSize64>::max() - 6 );
+    stream.Write32( 1 );
+    EXPECT_EQ( ErrorOf( [&] { stream.Write32( 2 ); } ), 1013u );
+    stream.Write16( 3 );
+    EXPECT_EQ( ErrorOf( [&] { stream.Write8( 4 ); } ), 1013u );
+    EXPECT_EQ( stream.GetPosition(), std::numeric_limits<SSize64>::max() );
+}
+
 TEST( XStream, TreatsNullBuffersAsInternalErrorsUnlessNothingIsAsked )
 {
     XMemStream stream( 64 );

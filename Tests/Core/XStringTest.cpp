@@ -190,8 +190,21 @@ TEST( XStringTest, TruncatesStripsAndResizes )
     XString cut( string );
     cut.Truncate( 7 );
     EXPECT_EQ( cut.GetStringView(), std::string_view( "abcdef\0", 7 ) );
-    EXPECT_EQ( ErrorOf( [&] { string.Resize( XString::kToEnd - 1 ); } ), 1012u );
-    EXPECT_EQ( string.GetLength(), 8u );
+}
+
+TEST( XStringTest, RefusesLengthsThatNoMemoryHas )
+{
+    XString string( "abcdef" );
+    const char* const text = string.GetConstCharPtr();
+    for ( const USize64 length : { XString::kToEnd, XString::kToEnd - 1, XString::kToEnd / 2 } )
+    {
+        EXPECT_EQ( ErrorOf( [&] { string.Resize( length ); } ), 1012u ) << length;
+        EXPECT_EQ( ErrorOf( [&] { string.CopyFromPtr( text, length ); } ), 1012u ) << length;
+        EXPECT_EQ( ErrorOf( [&] { string.CopyFromPtr( L"abc", length ); } ), 1012u ) << length;
+        EXPECT_EQ( ErrorOf( [&] { XString made( std::string_view( text, length ) ); } ), 1012u ) << length;
+        EXPECT_EQ( ErrorOf( [&] { string += std::string_view( text, length ); } ), 1012u ) << length;
+    }
+    EXPECT_EQ( string, "abcdef" );
 }
 
 TEST( XStringTest, GivesLengthPrefixedText )

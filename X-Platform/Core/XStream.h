@@ -233,7 +233,8 @@ public:
 
     // ---- Objects
 
-    /// Writes the object's version and then its contents.
+    /// Writes the object's version and then its contents. Objects nested more than kMaxObjectDepth deep, which
+    /// could not be read again, are refused (1005); what lies around them has been written in part by then.
     virtual void
     WriteObject( const XStorable& inObject, XStorable::XOptions inOptions = XStorable::kNoOptions );
     /// A null pointer is written as version 0.

@@ -148,7 +148,9 @@ void XStream::StartWriting( const std::uint8_t* inBytes, USize64 count )
     AllocateBlock();
     EmptyBufferAt( GetPosition() );
     itsIsDirty = true;
-    itsWriteEnd = itsBuffer + itsBufferSize;
+    // Writing without asking must not pass the last position there is.
+    itsWriteEnd =
+        itsBuffer + std::min( itsBufferSize, static_cast<USize64>( kMaxPosition - itsBufferPosition ) );
     std::memcpy( itsCursor, inBytes, count );
     itsCursor += count;
 }

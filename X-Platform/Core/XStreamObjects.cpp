@@ -11,7 +11,7 @@
 
 namespace
 {
-/// Counts how deep objects are nested while one is read.
+/// Counts how deep objects are nested while one is read or written, and ends it where that is too deep.
 class XDepthGuard
 {
 public:
@@ -69,6 +69,7 @@ void XStream::ReadStreamInfo()
 
 void XStream::WriteObject( const XStorable& inObject, XStorable::XOptions inOptions )
 {
+    const XDepthGuard guard( itsObjectDepth );
     WriteVersion( inObject.GetVersion() );
     inObject.WriteStream2( *this, inOptions );
 }

@@ -14,8 +14,8 @@ namespace
 {
 constexpr USize64 kMaxStr255Length = 255;
 
-/// Larger blocks could not be indexed with a signed number.
-constexpr USize64 kMaxCapacity = ( USize64( 1 ) << 62 );
+/// Longer texts could not be indexed with a signed number, and their sizes might not fit in 64 bits.
+constexpr USize64 kMaxLength = USize64( 1 ) << 62;
 
 char sEmptyText[] = "";
 char sDotText[] = ".";
@@ -133,7 +133,7 @@ void XString::CopyFromPtr( const char* ptr, USize64 inCount )
         std::memmove( itsStorage->data, ptr, inCount );
         return SetLength( inCount );
     }
-    XStringStorage* const storage = NewStorage( inCount + 1 );
+    XStringStorage* const storage = NewStorage( inCount );
     std::memcpy( storage->data, ptr, inCount );
     AdoptStorage( storage );
 }
@@ -143,8 +143,17 @@ void XString::CopyFromPtr( const wchar_t* ptr, USize64 inCount )
     if ( inCount == 0 )
         return AdoptStorage( &sEmptyStorage );
     XAssert( ptr );
-    const std::string text = WCodePage::WideToAnsi( std::wstring_view( ptr, inCount ) );
-    CopyFromPtr( text.data(), text.size() );
+    if ( inCount > kMaxLength / sizeof( wchar_t ) )
+        XThrow( kErrorOutOfMemory );
+    try
+    {
+        const std::string text = WCodePage::WideToAnsi( std::wstring_view( ptr, inCount ) );
+        CopyFromPtr( text.data(), text.size() );
+    }
+    catch ( const std::bad_alloc& )
+    {
+        XThrow( kErrorOutOfMemory );
+    }
 }
 
 XString& XString::operator+=( const char* str )
@@ -164,7 +173,7 @@ void XString::Resize( USize64 inLength )
     const USize64 kept = std::min( GetLength(), inLength );
     if ( !CanReuseStorage( inLength ) )
     {
-        XStringStorage* const storage = NewStorage( inLength + 1 );
+        XStringStorage* const storage = NewStorage( inLength );
         std::memcpy( storage->data, itsStorage->data, kept );
         AdoptStorage( storage );
     }
@@ -281,16 +290,16 @@ USize64 XString::Replace( const XString& inFrom, const XString& inTo )
     return replacements;
 }
 
-XString::XStringStorage* XString::NewStorage( USize64 inSize, USize64 inCapacity )
+XString::XStringStorage* XString::NewStorage( USize64 inLength, USize64 inRoom )
 {
-    if ( inCapacity > kMaxCapacity )
+    if ( inRoom > kMaxLength )
         XThrow( kErrorOutOfMemory );
-    void* const block = std::malloc( sizeof( XStringStorage ) + inCapacity );
+    void* const block = std::malloc( sizeof( XStringStorage ) + inRoom + 1 );
     if ( !block )
         XThrow( kErrorOutOfMemory );
     char* const data = static_cast<char*>( block ) + sizeof( XStringStorage );
-    data[inSize - 1] = '\0';
-    return new ( block ) XStringStorage{ data, inSize, inCapacity, 1 };
+    data[inLength] = '\0';
+    return new ( block ) XStringStorage{ data, inLength + 1, inRoom + 1, 1 };
 }
 
 void XString::FreeStorage( XStringStorage* inStorage ) noexcept
@@ -302,7 +311,7 @@ void XString::CopySharedStorage()
 {
     const XStringStorage* const storage = itsStorage;
     XAssert( storage );
-    XStringStorage* const copy = NewStorage( storage->size );
+    XStringStorage* const copy = NewStorage( storage->size - 1 );
     std::memcpy( copy->data, storage->data, storage->size );
     AdoptStorage( copy );
 }
@@ -325,9 +334,12 @@ XString& XString::AppendToNewStorage( const char* inText, USize64 inLength )
     if ( inLength == 0 )
         return *this;
     const USize64 oldLength = GetLength();
-    const USize64 newSize = oldLength + inLength + 1;
-    const USize64 capacity = IsShared() ? newSize : std::max( newSize, 2 * itsStorage->capacity );
-    XStringStorage* const storage = NewStorage( newSize, capacity );
+    if ( inLength > kMaxLength - oldLength )
+        XThrow( kErrorOutOfMemory );
+    const USize64 newLength = oldLength + inLength;
+    const USize64 grown = std::min( 2 * itsStorage->capacity, kMaxLength );
+    XStringStorage* const storage =
+        NewStorage( newLength, IsShared() ? newLength : std::max( newLength, grown ) );
     std::memcpy( storage->data, itsStorage->data, oldLength );
     std::memcpy( storage->data + oldLength, inText, inLength ); // may lie in the storage given up below
     AdoptStorage( storage );

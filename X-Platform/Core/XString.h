@@ -250,7 +250,8 @@ public:
         return XString( inFirst ) += inSecond;
     }
 
-    /// Cuts the text off, or extends it with NULs that count towards the length.
+    /// Cuts the text off, or extends it with NULs that count towards the length. `kToEnd` is a length like any
+    /// other here: 1012.
     void Resize( USize64 inLength );
 
     /// Loads a text from the library's string table; 1279 if it is missing or empty.
@@ -459,8 +460,9 @@ private:
     /// Takes over one reference.
     constexpr explicit XString( XStringStorage* inStorage ) noexcept : itsStorage( inStorage ) {}
 
-    static XStringStorage* NewStorage( USize64 inSize, USize64 inCapacity );
-    static XStringStorage* NewStorage( USize64 inSize ) { return NewStorage( inSize, inSize ); }
+    /// Storage for `inLength` characters and the NUL, which is set, with room for up to `inRoom` characters.
+    static XStringStorage* NewStorage( USize64 inLength, USize64 inRoom );
+    static XStringStorage* NewStorage( USize64 inLength ) { return NewStorage( inLength, inLength ); }
     static void FreeStorage( XStringStorage* inStorage ) noexcept;
 
     static void AddReference( XStringStorage* inStorage ) noexcept

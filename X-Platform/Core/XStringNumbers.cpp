@@ -127,7 +127,7 @@ XString::XStringStorage* XString::FormatWide( T inValue, XIntStringFormat inForm
         XAssert( digits > 0 );
         text.PadTo( static_cast<USize64>( digits ) );
     }
-    XStringStorage* const storage = NewStorage( text.GetLength() + 1 );
+    XStringStorage* const storage = NewStorage( text.GetLength() );
     text.Write( storage->data );
     return storage;
 }
@@ -162,7 +162,7 @@ void XString::SetHexString(
     const USize64 length =
         inPadWithZeros && digits > 0 ? std::max( needed, static_cast<USize64>( digits ) ) : needed;
     const char* const symbols = inUpperCase ? "0123456789ABCDEF" : "0123456789abcdef";
-    XStringStorage* const storage = NewStorage( length + 1 );
+    XStringStorage* const storage = NewStorage( length );
     for ( USize64 i = length; i-- > 0; inValue >>= kBitsPerDigit )
         storage->data[i] = symbols[inValue & 0xF];
     AdoptStorage( storage );
