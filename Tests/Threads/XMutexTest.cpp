@@ -77,24 +77,27 @@ TEST( XMutex, TellsMisuse )
     RunTogether( [&] { EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock(); } ) ); } );
 }
 
-TEST( XMutex, WaitsAsLongAsItIsTold )
+TEST( XMutex, WaitsAsLongAsItIsToldWhateverTheSpinCount )
 {
-    XMutex mutex;
-    Holder holder( mutex );
-    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 0 ); } ) );
-    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.WaitForInputOrLock( 0 ); } ) );
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 30 ); } ) );
-    EXPECT_GE( std::chrono::steady_clock::now() - start, std::chrono::milliseconds( 30 ) );
-    holder.LetGo();
-    EXPECT_EQ( kWaitResultEvent, mutex.WaitForInputOrLock( kNoTimeout ) );
-    mutex.Unlock();
+    for ( const std::uint32_t spinCount : { 0u, 1u, XMutex::kDefaultSpinCount, ~0u } )
+    {
+        XMutex mutex( spinCount );
+        Holder holder( mutex );
+        EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 0 ); } ) );
+        EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.WaitForInputOrLock( 0 ); } ) );
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 30 ); } ) );
+        EXPECT_GE( std::chrono::steady_clock::now() - start, std::chrono::milliseconds( 30 ) );
+        holder.LetGo();
+        EXPECT_EQ( kWaitResultEvent, mutex.WaitForInputOrLock( kNoTimeout ) );
+        mutex.Unlock();
+    }
 }
 
 // Who times out must leave the mutex such that the others still get it.
 TEST( XMutex, KeepsOutAllButOneWhileSomeTimeOut )
 {
-    XMutex mutex( 1 ); // sleeps at once
+    XMutex mutex( 0 ); // sleeps at once
     int inside = 0;
     int turns = 0;
     const auto work = [&]

@@ -84,7 +84,8 @@ bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bo
         XLockOrder::Check( *this );
     if ( inTimeoutMs == 0 )
         return TryClaim( inThreadID );
-    return SpinForLock( inThreadID ) || SleepForLock( inThreadID, WDeadline( inTimeoutMs ), inAlertable );
+    const WDeadline deadline( inTimeoutMs );
+    return SpinForLock( inThreadID, deadline ) || SleepForLock( inThreadID, deadline, inAlertable );
 }
 
 /// Takes the mutex if it is free.
@@ -101,18 +102,19 @@ bool XMutex::TryClaim( std::uint32_t inThreadID )
 }
 
 /// Tries for up to the spin count, with pauses between that grow: the less the spinning threads look, the sooner the
-/// owner gets on. A pause counts as as many tries as it is long.
-bool XMutex::SpinForLock( std::uint32_t inThreadID )
+/// owner gets on. A pause counts as as many tries as it is long. There is one try at least.
+bool XMutex::SpinForLock( std::uint32_t inThreadID, const WDeadline& inDeadline )
 {
-    const std::uint32_t tries = WProcessors::GetCount() > 1 ? itsSpinCount : 1;
-    std::uint32_t pause = 1;
-    for ( std::uint32_t tried = 0; tried < tries; tried += kTriesPerPause * pause )
+    std::uint32_t triesLeft = WProcessors::GetCount() > 1 ? itsSpinCount : 1;
+    for ( std::uint32_t pause = 1; triesLeft > 0; pause = std::min( 2 * pause, kLongestPause ) )
     {
         if ( TryClaim( inThreadID ) )
             return true;
+        if ( pause == kLongestPause && inDeadline.HasPassed() )
+            return false;
         for ( std::uint32_t turn = 0; turn < pause; ++turn )
             WFutex::Pause();
-        pause = std::min( 2 * pause, kLongestPause );
+        triesLeft -= std::min( triesLeft, kTriesPerPause * pause );
     }
     return false;
 }
@@ -131,7 +133,7 @@ bool XMutex::SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline
         case kParkedTooLong:
             return TryClaim( inThreadID );
         case kParkedAndFree:
-            if ( SpinForLock( inThreadID ) )
+            if ( SpinForLock( inThreadID, inDeadline ) )
                 return true;
         }
     }

@@ -29,11 +29,11 @@ public:
     static constexpr std::uint32_t kDefaultSpinCount = 4000;
 
     /// `inAllocateSemaphoreNow` is accepted for callers that want to pay for the kernel object beforehand;
-    /// sleeping needs none here, so nothing is allocated either way. Constant-initialised: statics are ready
-    /// before any code runs.
+    /// sleeping needs none here, so nothing is allocated either way. A spin count of 0 counts as 1.
+    /// Constant-initialised: statics are ready before any code runs.
     constexpr explicit XMutex(
         std::uint32_t inSpinCount = kDefaultSpinCount, bool inAllocateSemaphoreNow = false ) noexcept
-        : itsSpinCount( inSpinCount )
+        : itsSpinCount( inSpinCount > 0 ? inSpinCount : 1 )
     {
         static_cast<void>( inAllocateSemaphoreNow );
     }
@@ -88,7 +88,7 @@ private:
     bool TryLockFast( std::uint32_t inThreadID );
     bool TryClaim( std::uint32_t inThreadID );
     bool LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable );
-    bool SpinForLock( std::uint32_t inThreadID );
+    bool SpinForLock( std::uint32_t inThreadID, const WDeadline& inDeadline );
     bool SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline, bool inAlertable );
     XParkResult Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff );
     bool Enqueue( XMutexSleeper& inSleeper );
