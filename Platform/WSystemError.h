@@ -25,6 +25,7 @@ public:
     static constexpr std::uint32_t kDiskFull = 112;
     static constexpr std::uint32_t kSeekOnDevice = 132;
     static constexpr std::uint32_t kIsDirectory = 336;
+    static constexpr std::uint32_t kNoSystemResources = 1450;
 
     static std::uint32_t GetLast();
     static void SetLast( std::uint32_t inCode );

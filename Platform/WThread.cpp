@@ -36,12 +36,12 @@ void WThread::Wake()
 
 std::int32_t WThread::Run()
 {
-    Adopt();
     try
     {
+        Adopt();
         itsBody.RunThread();
     }
-    catch ( ... ) // the body has taken note of it
+    catch ( ... ) // the body has taken note of it, unless there was no memory to begin
     {
     }
     return itsBody.FinishThread();

@@ -26,7 +26,8 @@ public:
     /// destructor, on the same thread.
     void Adopt();
 
-    /// Starts the system's thread, waiting first for one that is about to end.
+    /// Starts the system's thread, waiting first for one that is about to end. Where there are too many
+    /// threads the error is `WSystemError::kNoSystemResources`.
     void Start();
 
     /// Ends the thread's alertable wait or sleep, or the next one it begins. Any thread; harmless when it has

@@ -9,7 +9,8 @@ public:
     /// Runs the thread. Anything may be thrown; it ends the thread quietly.
     virtual void RunThread() = 0;
 
-    /// Called on the thread after `RunThread`, however that ended. Returns the thread's exit code. Neither
+    /// Called on the thread after `RunThread`, however that ended, or instead of it where there is no memory to
+    /// run. Returns the thread's exit code. Neither
     /// the body nor its WThread is touched afterwards, but by the WThread's own destructor, which waits for
     /// the system's thread.
     virtual std::int32_t FinishThread() noexcept = 0;

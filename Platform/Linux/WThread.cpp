@@ -32,7 +32,13 @@ void WThread::StartSystemThread()
     const auto run = []( void* inThread ) -> void*
     { return reinterpret_cast<void*>( std::intptr_t( static_cast<WThread*>( inThread )->Run() ) ); };
     pthread_t thread;
-    if ( const int error = pthread_create( &thread, nullptr, run, this ) )
+    const int error = pthread_create( &thread, nullptr, run, this );
+    if ( error == EAGAIN ) // here it means that there are too many threads, elsewhere an empty socket
+    {
+        WSystemError::SetLast( WSystemError::kNoSystemResources );
+        XThrowLastSystemError();
+    }
+    if ( error != 0 )
         WThrowErrno( error );
     itsHandle = std::bit_cast<std::uintptr_t>( thread );
 }

@@ -80,13 +80,37 @@ protected:
             throw 7;
     }
 
-private:
     Counts& itsCounts;
+
+private:
     const unsigned itsKind;
     const bool itsMayBeDeleted;
     const bool itsMayBeStopped;
     bool itsHasRun = false;
     int itsCompletions = 0;
+};
+
+/// Owns a queue with a job that sleeps or stops all queues, and may do so itself.
+class OwningJob : public StressJob
+{
+public:
+    OwningJob( Counts& ioCounts, int inTurn ) : StressJob( ioCounts, 2, true, true ), itsTurn( inTurn ) {}
+
+protected:
+    void RunJobSelf() override
+    {
+        XJobQueue inner;
+        inner.AttachJob( new StressJob( itsCounts, 2, true, true ) );
+        if ( itsTurn % 5 < 2 )
+            inner.AttachJob( new OwningJob( itsCounts, 5 * itsTurn + 4 ) );
+        inner.Start();
+        StressJob::RunJobSelf();
+        if ( itsTurn % 4 == 0 )
+            XJobQueue::StopAllJobQueues();
+    }
+
+private:
+    const int itsTurn;
 };
 
 void WaitAWhile( XJobQueue& ioQueue, std::int64_t )
@@ -190,4 +214,37 @@ TEST( XJobQueueStressTest, EveryJobIsCompletedExactlyOnce )
     EXPECT_EQ( counts.lost, 0 );
     EXPECT_EQ( counts.completedTwice, 0 );
     EXPECT_EQ( counts.strayStops, 0 );
+}
+
+// Jobs own queues whose jobs stop all queues, while other threads do so too.
+TEST( XJobQueueStressTest, AllQueuesAreStoppedWhileTheyComeAndGo )
+{
+    constexpr int kTurns = 60;
+    Counts counts;
+    const auto attach = [&]( XJobQueue& ioQueue, int inTurn )
+    {
+        for ( int job = 0; job < 4; ++job )
+            ioQueue.AttachJob( new OwningJob( counts, inTurn + job ), job == 3 );
+        ioQueue.Start();
+    };
+    const auto work = [&]
+    {
+        for ( int turn = 0; turn < kTurns; ++turn )
+        {
+            XJobQueue queue;
+            attach( queue, turn );
+            if ( turn % 3 == 0 )
+                XJobQueue::StopAllJobQueues();
+            queue.Stop();
+            EXPECT_TRUE( queue.IsQueueEmpty() );
+        }
+    };
+    std::vector<std::thread> threads;
+    for ( unsigned thread = 0; thread < kThreads; ++thread )
+        threads.emplace_back( work );
+    for ( std::thread& thread : threads )
+        thread.join();
+    EXPECT_GE( counts.made, kTurns * 4 * static_cast<int>( kThreads ) );
+    EXPECT_EQ( counts.made, counts.gone );
+    EXPECT_EQ( counts.completedTwice, 0 );
 }

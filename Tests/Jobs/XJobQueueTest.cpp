@@ -320,6 +320,54 @@ TEST_F( XJobQueueTest, AJobMayStopAndSuspendItsOwnQueue )
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped } ) );
 }
 
+TEST_F( XJobQueueTest, AllQueuesStopThoughJobsOwnSomeOfThem )
+{
+    struct OwningJob : TestJob
+    {
+        OwningJob() : TestJob( DoNothing ) { inner.AttachJob( new TestJob( DoNothing ) ); }
+        XJobQueue inner;
+    };
+    itsQueue.Start();
+    itsQueue.AttachJob( new OwningJob, true ); // destroyed by the thread that stops
+    Gate running( 1 );
+    Attach(
+        [&]
+        {
+            XJobQueue inner;
+            inner.Start();
+            inner.AttachJob( new TestJob( RunUntilStopped ) );
+            running.CountDown();
+            RunUntilStopped();
+        } );
+    running.Wait();
+    XJobQueue::StopAllJobQueues();
+    EXPECT_TRUE( itsQueue.IsQueueEmpty() );
+    EXPECT_FALSE( itsQueue.IsRunning() );
+}
+
+TEST_F( XJobQueueTest, AJobStopsAllQueuesAndItselfLast )
+{
+    XJobQueue later;
+    const auto attachLater = [&]( bool inSuspended )
+    { later.AttachJob( new TestJob( RunUntilStopped, 0, itsCodes.Adder() ), inSuspended ); };
+    std::atomic<bool> isBeyond = false;
+    Attach(
+        [&]
+        {
+            XJobQueue::StopAllJobQueues();
+            isBeyond = true;
+        } );
+    attachLater( false );
+    attachLater( true );
+    later.Start();
+    itsQueue.Start();
+    itsQueue.WaitForQueueEmpty();
+    later.WaitForQueueEmpty();
+    EXPECT_FALSE( isBeyond );
+    EXPECT_FALSE( later.IsRunning() );
+    EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped, kStopped } ) );
+}
+
 TEST_F( XJobQueueTest, AStopThatComesTooLateHitsNobodyElse )
 {
     itsQueue.Start();

@@ -58,6 +58,29 @@ struct Blocked
     XConditionVariable condition;
 };
 
+/// A thread that only the base's destructor stops.
+class PlainThread : public XThread
+{
+public:
+    PlainThread( const Wait& inWait, WEvent& outIsInside )
+        : XThread( "plain", kThreadPriorityNormal ), itsWait( inWait ), itsIsInside( outIsInside )
+    {
+    }
+
+protected:
+    std::int32_t RunThreadSelf() override
+    {
+        const Wait wait = itsWait; // which is gone when the base is destroyed
+        itsIsInside.Set();
+        wait();
+        return 0;
+    }
+
+private:
+    const Wait itsWait;
+    WEvent& itsIsInside;
+};
+
 } // namespace
 
 TEST( XThreadStorm, StopAndSuspendReachEveryWait )
@@ -115,6 +138,27 @@ TEST( XThreadStorm, PreventedStopReachesTheNextWait )
         thread.StopThread( 6 );
         EXPECT_EQ( 6, thread.GetThreadReturnCode() );
     }
+}
+
+TEST( XThreadStorm, DestructorsOnForeignThreadsEndEveryWait )
+{
+    Blocked blocked;
+    for ( const Wait& wait : blocked.GetWaits() )
+    {
+        for ( int turn = 0; turn < 20; ++turn )
+        {
+            WEvent isInside;
+            auto thread = std::make_unique<PlainThread>( wait, isInside );
+            thread->StartThread();
+            isInside.Wait();
+            if ( turn % 2 == 0 )
+                thread->AsyncSuspendThread();
+            if ( turn % 4 == 0 )
+                thread->WaitForSuspend( kPatience );
+            RunTogether( [&] { thread.reset(); } );
+        }
+    }
+    EXPECT_EQ( 1u, XThread::GetRunningThreadCount() );
 }
 
 TEST( XThreadStorm, ThreadsThatStopEachOtherEnd )
@@ -175,7 +219,7 @@ TEST( XThreadStorm, SurvivesRequestsFromEverywhere )
         while ( !isOver )
         {
             TestThread& thread = *threads[random() % kThreads];
-            switch ( random() % 6 )
+            switch ( random() % 8 )
             {
             case 0:
                 thread.StartThread();
@@ -188,6 +232,12 @@ TEST( XThreadStorm, SurvivesRequestsFromEverywhere )
                 break;
             case 3:
                 thread.AsyncSuspendThread();
+                break;
+            case 4:
+                thread.SuspendThreadWithProgress();
+                break;
+            case 5:
+                thread.StopThreadWithProgress();
                 break;
             default:
                 thread.ResumeThread();

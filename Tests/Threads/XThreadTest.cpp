@@ -83,6 +83,24 @@ private:
     const bool itsThrows;
 };
 
+/// A body that suspends another thread and returns the state that it leaves that in.
+TestThread::Body SuspendsAndReturnsState( XThread& ioThread )
+{
+    return [&ioThread]
+    {
+        ioThread.SuspendThread();
+        return static_cast<std::int32_t>( ioThread.GetLastThreadState() );
+    };
+}
+
+/// Starts a thread whose first checkpoint is in a wait, and returns when it is suspended there.
+void StartAndSuspendInWait( XThread& ioThread )
+{
+    ioThread.StartThread();
+    ioThread.SuspendThread();
+    EXPECT_TRUE( ioThread.IsThreadSuspended() );
+}
+
 std::int32_t ReturnCodeOf( const TestThread::Body& inBody )
 {
     TestThread thread( inBody );
@@ -258,24 +276,132 @@ TEST( XThread, SuspendWaitsForTheGuardOrIsWithdrawn )
     EXPECT_TRUE( thread.IsThreadSuspended() );
 }
 
+TEST( XThread, SuspendWaitsForAStopThatIsPending )
+{
+    for ( const bool isWithdrawn : { false, true } )
+    {
+        WEvent mayGoOn;
+        std::unique_ptr<TestThread> thread;
+        thread = std::make_unique<TestThread>(
+            [&]
+            {
+                {
+                    const XPreventThreadStop guard;
+                    mayGoOn.Wait();
+                }
+                if ( isWithdrawn )
+                    thread->ResetCancelState();
+                return SleepForEver();
+            } );
+        thread->StartThread();
+        thread->AsyncStopThread( 5 );
+        TestThread suspender( SuspendsAndReturnsState( *thread ) );
+        StartAndSuspendInWait( suspender );
+        mayGoOn.Set();
+        suspender.ResumeThread();
+        suspender.WaitForTerminate( kPatience );
+        EXPECT_EQ(
+            isWithdrawn ? XThread::kThreadRunning : XThread::kThreadNotRunning,
+            suspender.GetThreadReturnCode() );
+    }
+}
+
+TEST( XThread, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
+{
+    EXPECT_EQ(
+        4,
+        ReturnCodeOf(
+            []
+            {
+                XThread* const self = XThread::GetCurrentThread();
+                std::thread resumer(
+                    [self]
+                    {
+                        self->WaitForSuspend( kPatience );
+                        self->ResumeThread();
+                    } );
+                self->SuspendThreadWithProgress();
+                resumer.join();
+                return 4;
+            } ) );
+
+    TestThread thread(
+        []
+        {
+            const XPreventThreadSuspend guard;
+            return SleepForEver();
+        } );
+    thread.StartThread();
+    for ( const bool allowsAbort : { false, true } )
+    {
+        TestThread suspender(
+            [&]
+            {
+                thread.SuspendThreadWithProgress( 100, allowsAbort );
+                return 1;
+            } );
+        StartAndSuspendInWait( suspender );
+        thread.ResumeThread();
+        suspender.ResumeThread();
+        suspender.WaitForTerminate( kPatience );
+        EXPECT_EQ( 1, suspender.GetThreadReturnCode() );
+    }
+}
+
+TEST( XThread, WaitersMissNoSuspensionThatIsOver )
+{
+    TestThread thread( SleepForEver );
+    thread.StartThread();
+    TestThread waiter(
+        [&]
+        {
+            thread.WaitForSuspend( kPatience );
+            return 1;
+        } );
+    StartAndSuspendInWait( waiter );
+    thread.SuspendThread();
+    thread.ResumeThread();
+    while ( !thread.IsThreadRunning() )
+        std::this_thread::yield();
+    waiter.ResumeThread();
+    waiter.WaitForTerminate( kPatience );
+    EXPECT_EQ( 1, waiter.GetThreadReturnCode() );
+}
+
 TEST( XThread, ReleasesItsWaitersWhenDestroyed )
 {
-    auto thread = std::make_unique<TestThread>( SleepForEver );
-    thread->StartThread();
-    const auto wait = [waited = thread.get()]
-    {
-        waited->WaitForTerminate( kPatience );
-        return 1;
+    using Wait = std::function<void( XThread& )>;
+    const Wait waits[] = {
+        []( XThread& inThread ) { inThread.WaitForTerminate( kPatience ); },
+        []( XThread& inThread ) { inThread.WaitForSuspend( kPatience ); },
+        []( XThread& inThread ) { inThread.WaitForTerminateWithProgress( kPatience ); },
+        []( XThread& inThread ) { inThread.WaitForSuspendWithProgress( kPatience ); },
+        []( XThread& inThread ) { inThread.StopThread(); },
+        []( XThread& inThread ) { inThread.StopThreadWithProgress(); },
     };
-    TestThread first( wait );
-    TestThread second( wait );
-    for ( TestThread* waiter : { &first, &second } )
+    WEvent mayEnd;
+    auto thread = std::make_unique<TestThread>(
+        [&]
+        {
+            const XPreventThreadStop guard;
+            mayEnd.Wait();
+            return 0;
+        } );
+    thread->StartThread();
+    std::vector<std::unique_ptr<TestThread>> waiters;
+    for ( const Wait& wait : waits )
     {
-        waiter->StartThread();
-        waiter->SuspendThread(); // obeyed at the first checkpoint, which is the one inside the wait
+        const auto body = [&wait, waited = thread.get()]
+        {
+            wait( *waited );
+            return 1;
+        };
+        waiters.push_back( std::make_unique<TestThread>( body ) );
+        StartAndSuspendInWait( *waiters.back() );
     }
+    mayEnd.Set();
     thread.reset();
-    for ( TestThread* waiter : { &first, &second } )
+    for ( const auto& waiter : waiters )
     {
         waiter->ResumeThread();
         waiter->WaitForTerminate( kPatience );

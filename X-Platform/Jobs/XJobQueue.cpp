@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace
@@ -25,6 +26,7 @@ XVector<XJobQueue*>& GetJobQueues()
 }
 
 XConditionVariable sQueueUnpinned; // of sJobQueueMutex
+std::uint64_t sLastNumber = 0;     // of a queue; guarded by sJobQueueMutex
 
 std::atomic<std::int32_t> sRunnableQueues = 0; // those that have jobs for the workers
 
@@ -54,32 +56,22 @@ public:
     XJobAsyncCompleteMessage* Clone() const override { return new XJobAsyncCompleteMessage( *this ); }
 };
 
-/// All queues of the process, none of which is destroyed meanwhile.
-class XJobQueue::XPinnedQueues
+/// Keeps a queue from being destroyed for a scope. Made under sJobQueueMutex.
+class XJobQueue::XPin
 {
 public:
-    XPinnedQueues()
+    explicit XPin( XJobQueue& inQueue ) : itsQueue( inQueue ) { ++itsQueue.itsPinCount; }
+    XPin( const XPin& ) = delete;
+    XPin& operator=( const XPin& ) = delete;
+    ~XPin()
     {
         const XThreadLock lock( sJobQueueMutex );
-        itsQueues = GetJobQueues();
-        for ( XJobQueue* const queue : itsQueues )
-            ++queue->itsPinCount;
-    }
-    XPinnedQueues( const XPinnedQueues& ) = delete;
-    XPinnedQueues& operator=( const XPinnedQueues& ) = delete;
-    ~XPinnedQueues()
-    {
-        const XThreadLock lock( sJobQueueMutex );
-        for ( XJobQueue* const queue : itsQueues )
-            --queue->itsPinCount;
+        --itsQueue.itsPinCount;
         sQueueUnpinned.Broadcast();
     }
 
-    auto begin() const { return itsQueues.begin(); }
-    auto end() const { return itsQueues.end(); }
-
 private:
-    XVector<XJobQueue*> itsQueues;
+    XJobQueue& itsQueue;
 };
 
 // ---- Life
@@ -108,6 +100,7 @@ void XJobQueue::AddJobQueue()
 {
     const XThreadLock lock( sJobQueueMutex );
     GetJobQueues().push_back( this );
+    itsNumber = ++sLastNumber;
 }
 
 void XJobQueue::RemoveJobQueue()
@@ -116,6 +109,32 @@ void XJobQueue::RemoveJobQueue()
     std::erase( GetJobQueues(), this );
     while ( itsPinCount > 0 )
         sQueueUnpinned.Wait( sJobQueueMutex );
+}
+
+/// Visits the queues of the process, without those that come meanwhile. Only the one that is visited is kept from being
+/// destroyed: the visit may wait for a job that owns another and ends when that is gone.
+template<class Visit>
+void XJobQueue::VisitJobQueues( const Visit& inVisit )
+{
+    std::uint64_t visited = 0;
+    std::uint64_t last = 0;
+    {
+        const XThreadLock lock( sJobQueueMutex );
+        last = sLastNumber;
+    }
+    const auto pinNext = [&]( std::optional<XPin>& outPin ) -> XJobQueue*
+    {
+        const XThreadLock lock( sJobQueueMutex );
+        const auto getNumber = []( const XJobQueue* inQueue ) { return inQueue->itsNumber; };
+        const auto next = std::ranges::upper_bound( GetJobQueues(), visited, {}, getNumber );
+        if ( next == GetJobQueues().end() || ( *next )->itsNumber > last )
+            return nullptr;
+        visited = ( *next )->itsNumber;
+        outPin.emplace( **next );
+        return *next;
+    };
+    for ( std::optional<XPin> pin; XJobQueue* const queue = pinNext( pin ); pin.reset() )
+        inVisit( *queue );
 }
 
 // ---- Running
@@ -154,13 +173,14 @@ void XJobQueue::Stop()
 
 void XJobQueue::StopAllJobQueues()
 {
-    const XPinnedQueues queues;
-    for ( XJobQueue* const queue : queues )
-        queue->SetRunning( false );
-    for ( XJobQueue* const queue : queues )
-        queue->AsyncStopTaggedJobs( XJobSelector::EveryJob() );
-    for ( XJobQueue* const queue : queues )
-        queue->WaitUntilTerminated();
+    VisitJobQueues( []( XJobQueue& inQueue ) { inQueue.SetRunning( false ); } );
+    {
+        const XPreventThreadStop preventStop; // the caller's own job comes last
+        VisitJobQueues( []( XJobQueue& inQueue )
+                        { inQueue.AsyncStopTaggedJobs( XJobSelector::EveryJob() ); } );
+    }
+    XThread::TestCancelCurrentThread();
+    VisitJobQueues( []( XJobQueue& inQueue ) { inQueue.WaitUntilTerminated(); } );
 }
 
 void XJobQueue::EndWorkerThreads()

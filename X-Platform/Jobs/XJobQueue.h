@@ -51,7 +51,10 @@ public:
     void AsyncStop();
     void Stop();
 
-    /// Stops every queue of the process, all at once.
+    /// Stops every queue that the process has when this is called: lets no more jobs of any of them run, asks
+    /// the running ones of all to stop, then waits for queue after queue. Jobs may own queues and destroy
+    /// them meanwhile. Called from a job it does not wait: when all others have been asked, its own job is
+    /// stopped by XStopThreadException.
     static void StopAllJobQueues();
 
     // ---- Jobs
@@ -156,7 +159,7 @@ public:
 
 private:
     class XJobAsyncCompleteMessage;
-    class XPinnedQueues;
+    class XPin;
 
     /// A job that runs. The job itself is its worker's.
     struct XRunningJob
@@ -179,6 +182,8 @@ private:
 
     void AddJobQueue();
     void RemoveJobQueue();
+    template<class Visit>
+    static void VisitJobQueues( const Visit& inVisit );
 
     // The workers' side.
     static XJob* FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueIndex );
@@ -212,6 +217,7 @@ private:
     XConditionVariable itsJobFinished; // signalled whenever a job stops waiting or running
     bool itsIsRunning = false;
     bool itsIsRunnable = false;    // runs and has jobs that wait
+    std::uint64_t itsNumber = 0;   // counts up with each queue of the process
     std::uint32_t itsPinCount = 0; // keeps the destructor waiting; guarded by sJobQueueMutex
 
     const std::unique_ptr<XDeferredNotice> itsCompletionNotice; // posted with the first finished job

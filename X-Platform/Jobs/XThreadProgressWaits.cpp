@@ -23,23 +23,8 @@ std::uint32_t GetNextSleep( const XTimer& inTimer )
 
 } // namespace
 
-void XThread::WaitForTerminateWithProgress( std::uint32_t inTimeoutMs )
-{
-    XProgress progress( 1, XProgress::kProgressWait, kDelayMs );
-    const XTimer timer( inTimeoutMs );
-    while ( GetLastThreadState() != kThreadNotRunning )
-    {
-        if ( SleepUntilInputOrTerminate( GetNextSleep( timer ) ) == kWaitResultEvent )
-            continue;
-        if ( timer.HasExpired() )
-            XThrow( kErrorTimedOut );
-        progress.SetProgressIndeterminate();
-        progress.YieldAndCheckAbort();
-    }
-}
-
-void XThread::WaitForSuspendWithProgress(
-    std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort )
+void XThread::XStateWait::WaitWithProgress(
+    std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort ) const
 {
     std::optional<XPreventThreadStop> preventStop;
     std::optional<XProgressAbortDisabler> disableAbort;
@@ -51,10 +36,8 @@ void XThread::WaitForSuspendWithProgress(
     const bool isExpected = inExpectedMs != kNoTimeout;
     XProgress progress( isExpected ? inExpectedMs : 1, XProgress::kProgressWait, kDelayMs );
     const XTimer timer( inTimeoutMs );
-    while ( GetLastThreadState() == kThreadRunning )
+    while ( Sleep( GetNextSleep( timer ) ) )
     {
-        if ( !SleepUntilSuspended( GetNextSleep( timer ) ) )
-            continue;
         if ( timer.HasExpired() )
             XThrow( kErrorTimedOut );
         if ( isExpected )
@@ -65,15 +48,29 @@ void XThread::WaitForSuspendWithProgress(
     }
 }
 
+void XThread::WaitForTerminateWithProgress( std::uint32_t inTimeoutMs )
+{
+    XStateWait( itsStates, XStateWait::kEnd ).WaitWithProgress( inTimeoutMs, kNoTimeout, true );
+}
+
+void XThread::WaitForSuspendWithProgress(
+    std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort )
+{
+    XStateWait( itsStates, XStateWait::kPause ).WaitWithProgress( inTimeoutMs, inExpectedMs, inAllowAbort );
+}
+
 void XThread::StopThreadWithProgress( std::uint32_t inStopCode )
 {
+    const XStateWait end( itsStates, XStateWait::kEnd );
     AsyncStopThread( inStopCode );
     if ( GetCurrentThread() != this )
-        WaitForTerminateWithProgress();
+        end.WaitWithProgress( kNoTimeout, kNoTimeout, true );
 }
 
 void XThread::SuspendThreadWithProgress( std::uint32_t inExpectedMs, bool inAllowAbort )
 {
+    const XStatesPtr states = itsStates;
     AsyncSuspendThread();
-    WaitForSuspendWithProgress( kNoTimeout, inExpectedMs, inAllowAbort );
+    if ( GetCurrentThread() != this )
+        XStateWait( states, XStateWait::kAnswer ).WaitWithProgress( kNoTimeout, inExpectedMs, inAllowAbort );
 }

@@ -5,6 +5,7 @@
 #include "Threads/XLock.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 
 // What the manager tells about itself and the address space.
@@ -115,8 +116,11 @@ void XMemoryManager::TestOutOfMemory( USize64 blockSize )
             const XLock lock( handles.back(), kLockForReadWrite );
         }
     }
+    // Out of memory, or of address space, is one of the two ends of the test.
     catch ( const XException& )
     {
-        // Out of memory, or of address space, is one of the two ends of the test.
+    }
+    catch ( const std::bad_alloc& )
+    {
     }
 }

@@ -3,6 +3,7 @@
 #include "Core/XErrorNumbers.h"
 #include "Core/XSwallowErrors.h"
 #include "Threads/XCheckpoint.h"
+#include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadListener.h"
 #include "WDeadline.h"
 
@@ -62,11 +63,10 @@ XThread::~XThread()
         LeaveCurrent();
     else if ( GetLastThreadState() != kThreadNotRunning )
     {
-        const std::uint32_t run = GetCurrentRun();
+        const XStateWait end( itsStates, XStateWait::kEnd );
+        const XPreventThreadStop preventStop; // of the calling thread
         XSwallowErrors( [this] { AsyncStopThread( kRestartStopCode ); } );
-        const Counted preventStop(
-            sCurrentThread ? sCurrentThread->itsPreventStopCount : itsPreventStopCount );
-        SleepUntilEndOf( run, kNoTimeout );
+        end.Sleep( kNoTimeout );
     }
     XTLSRegistry::CleanUp( itsTLS );
     itsImp.reset();
@@ -85,30 +85,33 @@ void XThread::StartThread()
         return AsyncStopThread( kRestartStopCode );
     const XThreadLock startLock( itsStartMutex, kNoTimeout, true );
     StopThread( kRestartStopCode );
-    PrepareStart();
+    const std::uint32_t run = PrepareStart();
     itsImp->Start();
     const XThreadLock lock( itsStates->mutex );
-    while ( !itsStates->isStarted )
+    while ( !itsStates->isStarted && itsStates->endedRuns == run )
         itsStates->stateChanged.Wait( itsStates->mutex );
+    if ( !itsStates->isStarted )
+        XThrow( kErrorOutOfMemory );
 }
 
-void XThread::PrepareStart()
+/// Returns the number of the run that is to begin.
+std::uint32_t XThread::PrepareStart()
 {
     const XThreadLock lock( itsStates->mutex );
     itsThreadID = 0;
     itsReturnCode = 0;
-    itsStates->requested = kThreadRunning;
     itsStates->stopCode = 0;
     itsStates->isStarted = false;
     itsStates->isFinishing = false;
+    return itsStates->endedRuns;
 }
 
 /// The thread's body, on the new thread.
 void XThread::RunThread()
 {
-    EnterBody();
     try
     {
+        EnterBody();
         BodyEnded( RunThreadSelf() );
     }
     catch ( const XStopThreadException& exception )
@@ -134,6 +137,7 @@ void XThread::EnterBody()
     {
         const XThreadLock lock( itsStates->mutex );
         itsThreadID = GetCurrentThreadID();
+        itsStates->requested = kThreadRunning;
         itsStates->SetCurrent( kThreadRunning );
     }
     ApplyPlacement();
@@ -153,12 +157,17 @@ void XThread::BodyEnded( std::int32_t inReturnCode )
 std::int32_t XThread::FinishThread() noexcept
 {
     const XStatesPtr states = itsStates; // this object may be destroyed as soon as it does not run any more
+    bool wasStarted = false;             // else it lacked the memory
     {
         const XThreadLock lock( states->mutex );
         states->isFinishing = true;
+        wasStarted = states->isStarted;
     }
-    XSwallowErrors( [] { NotifyThreadListeners( kThreadFinishing ); } );
-    XSwallowErrors( [this] { FinishThreadSelf(); } );
+    if ( wasStarted )
+    {
+        XSwallowErrors( [] { NotifyThreadListeners( kThreadFinishing ); } );
+        XSwallowErrors( [this] { FinishThreadSelf(); } );
+    }
     if ( GetCurrentThread() == this )
         LeaveCurrent();
     itsImp->Ended();
@@ -224,10 +233,10 @@ void XThread::AsyncStopThread( std::uint32_t inStopCode )
 
 void XThread::StopThread( std::uint32_t inStopCode )
 {
-    const std::uint32_t run = GetCurrentRun();
+    const XStateWait end( itsStates, XStateWait::kEnd );
     AsyncStopThread( inStopCode );
     if ( GetCurrentThread() != this )
-        SleepUntilEndOf( run, kNoTimeout );
+        end.Sleep( kNoTimeout );
 }
 
 void XThread::AsyncSuspendThread()
@@ -247,13 +256,10 @@ void XThread::AsyncSuspendThread()
 
 void XThread::SuspendThread()
 {
-    AsyncSuspendThread();
-    if ( GetCurrentThread() == this )
-        return;
     const XStatesPtr states = itsStates;
-    const XThreadLock lock( states->mutex );
-    while ( states->current == kThreadRunning && states->requested == kThreadSuspended )
-        states->stateChanged.Wait( states->mutex, kNoTimeout, true );
+    AsyncSuspendThread();
+    if ( GetCurrentThread() != this )
+        XStateWait( states, XStateWait::kAnswer ).Sleep( kNoTimeout );
 }
 
 void XThread::ResumeThread()
@@ -261,9 +267,8 @@ void XThread::ResumeThread()
     const XThreadLock lock( itsStates->mutex );
     if ( itsStates->requested != kThreadSuspended )
         return;
-    itsStates->requested = kThreadRunning;
+    itsStates->SetRequested( kThreadRunning );
     itsStates->resumed.Signal();
-    itsStates->stateChanged.Broadcast();
 }
 
 void XThread::ResetCancelState()
@@ -274,7 +279,7 @@ void XThread::ResetCancelState()
             return;
         if ( itsStates->stopCode != kRestartStopCode )
         {
-            itsStates->requested = kThreadRunning;
+            itsStates->SetRequested( kThreadRunning );
             itsStates->stopCode = 0;
             return;
         }
@@ -358,6 +363,15 @@ void XThread::StopHere()
 void XThread::XStates::SetCurrent( XThreadState inState )
 {
     current = inState;
+    if ( inState != kThreadRunning )
+        ++pauses;
+    stateChanged.Broadcast();
+}
+
+/// For what waiters are to hear of.
+void XThread::XStates::SetRequested( XThreadState inState )
+{
+    requested = inState;
     stateChanged.Broadcast();
 }
 
@@ -383,20 +397,12 @@ void XThread::WaitForSuspend( std::uint32_t inTimeoutMs )
 
 bool XThread::SleepUntilTerminate( std::uint32_t inTimeoutMs )
 {
-    return SleepUntilEndOf( GetCurrentRun(), inTimeoutMs );
+    return XStateWait( itsStates, XStateWait::kEnd ).Sleep( inTimeoutMs );
 }
 
 bool XThread::SleepUntilSuspended( std::uint32_t inTimeoutMs )
 {
-    const XStatesPtr states = itsStates;
-    const WDeadline deadline( inTimeoutMs );
-    const XThreadLock lock( states->mutex );
-    while ( states->current == kThreadRunning )
-    {
-        if ( states->stateChanged.Sleep( states->mutex, deadline.GetMillisecondsLeft(), true ) )
-            return states->current == kThreadRunning;
-    }
-    return false;
+    return XStateWait( itsStates, XStateWait::kPause ).Sleep( inTimeoutMs );
 }
 
 XWaitResult XThread::WaitForInputOrTerminate( std::uint32_t inTimeoutMs )
@@ -410,26 +416,34 @@ XWaitResult XThread::SleepUntilInputOrTerminate( std::uint32_t inTimeoutMs )
     return SleepUntilTerminate( inTimeoutMs ) ? kWaitResultTimeout : kWaitResultEvent;
 }
 
-std::uint32_t XThread::GetCurrentRun() const
+XThread::XStateWait::XStateWait( const XStatesPtr& inStates, XEvent inEvent )
+    : itsStates( inStates ), itsEvent( inEvent )
 {
     const XThreadLock lock( itsStates->mutex );
-    return itsStates->endedRuns;
+    itsRun = itsStates->endedRuns;
+    itsPauses = itsStates->pauses;
 }
 
-/// Sleeps while the run of this number goes on. Nothing of this object is used once the wait has begun.
-bool XThread::SleepUntilEndOf( std::uint32_t inRun, std::uint32_t inTimeoutMs )
+bool XThread::XStateWait::Sleep( std::uint32_t inTimeoutMs ) const
 {
-    const XStatesPtr states = itsStates;
-    const auto isRunning = [&states, inRun]
-    { return states->current != kThreadNotRunning && states->endedRuns == inRun; };
     const WDeadline deadline( inTimeoutMs );
-    const XThreadLock lock( states->mutex );
-    while ( isRunning() )
+    const XThreadLock lock( itsStates->mutex );
+    while ( !HasCome() )
     {
-        if ( states->stateChanged.Sleep( states->mutex, deadline.GetMillisecondsLeft(), true ) )
-            return isRunning();
+        if ( itsStates->stateChanged.Sleep( itsStates->mutex, deadline.GetMillisecondsLeft(), true ) )
+            return !HasCome();
     }
     return false;
+}
+
+/// Under the mutex.
+bool XThread::XStateWait::HasCome() const
+{
+    if ( itsEvent == kEnd )
+        return itsStates->current == kThreadNotRunning || itsStates->endedRuns != itsRun;
+    if ( itsStates->current != kThreadRunning || itsStates->pauses != itsPauses )
+        return true;
+    return itsEvent == kAnswer && itsStates->requested == kThreadRunning;
 }
 
 // ---- Sleeping

@@ -21,15 +21,16 @@ using XThreadImp = WThread;
 ///
 /// Derive from it, implement `RunThreadSelf`, call `StartThread`. A thread that has ended can be started
 /// again. The destructor of the most derived class should stop the thread (`StopThread`), while the members
-/// it uses exist; the base's stops it and waits for it too, so that no thread outlives its object. An object
-/// must not be destroyed by its own thread's body.
+/// it uses exist; the base's stops it and waits for it too, on any thread, so that no thread outlives its
+/// object. An object must not be destroyed by its own thread's body.
 ///
 /// Ownership: whoever creates the object owns it. Threads that wait on it when it is destroyed are released
 /// as if the thread had ended; what they use of it outlives the object.
 /// Threads: every operation may be called from any thread unless it says otherwise.
 /// Errors: waits throw 2701 when their time is over; operations that begin with Sleep tell it by their
 /// result. Waits for another thread are alertable: a caller that is asked to stop leaves them by
-/// XStopThreadException, so that threads that stop one another do not wait for ever.
+/// XStopThreadException, so that threads that stop one another do not wait for ever. A thread that waits for
+/// its own end waits until its time is over.
 class KORVALE_API XThread : private WThreadBody
 {
 public:
@@ -85,7 +86,8 @@ public:
     /// Starts the thread, stopping a previous run first (stop code 2702), and returns when it is in its body
     /// and the listeners have heard so. On the running thread itself this only stops it. A priority or
     /// affinity set before is taken over as far as the system grants it. Throws the system's last error when
-    /// no thread can be started.
+    /// no thread can be started (1028 where there are too many), 1012 when the new one lacks the memory to
+    /// begin.
     void StartThread();
 
     /// Asks the thread to stop. On the thread itself the stop is thrown at once, unless it is prevented.
@@ -98,26 +100,27 @@ public:
     /// suspending is prevented.
     void AsyncSuspendThread();
 
-    /// Asks the thread to suspend itself and waits until it has, has ended, or has been told to resume
-    /// meanwhile.
+    /// Asks the thread to suspend itself and waits until it has, has ended, or has nothing left to obey: it
+    /// has been told to resume meanwhile, or has withdrawn a stop that was pending already.
     void SuspendThread();
 
     /// Lets a suspended thread run again and withdraws a suspend request that it has not obeyed yet.
     void ResumeThread();
 
-    /// Wait until the thread has ended, or until it is not running (suspended or ended).
+    /// Wait until the run has ended; until the thread is not running, or has not been for a moment since the
+    /// call (suspended or ended).
     void WaitForTerminate( std::uint32_t inTimeoutMs = kNoTimeout );
     void WaitForSuspend( std::uint32_t inTimeoutMs = kNoTimeout );
 
     /// The same with a progress of the calling thread, shown after two seconds, whose user may abort the wait (1001). The
     /// wait for suspension shows how much of `inExpectedMs` has passed; without `inAllowAbort` neither the user nor a
-    /// stop ends it.
+    /// stop ends it. Throw 2701 when the time is over.
     void WaitForTerminateWithProgress( std::uint32_t inTimeoutMs = kNoTimeout );
     void WaitForSuspendWithProgress(
         std::uint32_t inTimeoutMs = kNoTimeout, std::uint32_t inExpectedMs = kNoTimeout,
         bool inAllowAbort = true );
 
-    /// Ask the thread to stop or to suspend itself, then wait as above.
+    /// `StopThread` and `SuspendThread` with such a progress.
     void StopThreadWithProgress( std::uint32_t inStopCode = 0 );
     void SuspendThreadWithProgress( std::uint32_t inExpectedMs = kNoTimeout, bool inAllowAbort = true );
 
@@ -236,20 +239,52 @@ private:
         std::atomic<XThreadState> requested = kThreadNotRunning; // checkpoints look at it without the mutex
         XThreadState current = kThreadNotRunning;
         std::uint32_t stopCode = 0;
-        // Tells waiters that the run they wait for is over, even if another has begun.
+        // Tell waiters that what they wait for has been, even if the thread runs again.
         std::uint32_t endedRuns = 0;
+        std::uint32_t pauses = 0; // suspensions and ends
         bool isStarted = false;
         bool isFinishing = false;
 
         void SetCurrent( XThreadState inState );
+        void SetRequested( XThreadState inState );
         void SetNotRunning();
     };
     using XStatesPtr = std::shared_ptr<XStates>;
 
+    /// A wait for the thread, which begins when this is made. Uses nothing of the XThread, which may be
+    /// destroyed meanwhile.
+    class XStateWait
+    {
+    public:
+        enum XEvent
+        {
+            kEnd,    // of the run
+            kPause,  // a suspension or the end of the run
+            kAnswer, // a pause, or that nothing is requested any more
+        };
+
+        XStateWait( const XStatesPtr& inStates, XEvent inEvent );
+
+        /// Sleeps until the event; true when the time is over first. A checkpoint of the calling thread.
+        bool Sleep( std::uint32_t inTimeoutMs ) const;
+
+        /// The same with progress; throws 2701 when the time is over first.
+        void
+        WaitWithProgress( std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort ) const;
+
+    private:
+        bool HasCome() const;
+
+        const XStatesPtr itsStates;
+        const XEvent itsEvent;
+        std::uint32_t itsRun = 0;
+        std::uint32_t itsPauses = 0;
+    };
+
     void RunThread() override;
     std::int32_t FinishThread() noexcept override;
 
-    void PrepareStart();
+    std::uint32_t PrepareStart();
     void EnterBody();
     void ApplyPlacement();
     void BodyEnded( std::int32_t inReturnCode );
@@ -260,9 +295,6 @@ private:
     XThreadState GetDueRequest() const;
     void SuspendHere();
     [[noreturn]] void StopHere();
-
-    bool SleepUntilEndOf( std::uint32_t inRun, std::uint32_t inTimeoutMs );
-    std::uint32_t GetCurrentRun() const;
 
     static void SetMainThread( XThread* inThread );
     static void RegisterThreadListener( XThreadListener& inListener );
