@@ -226,6 +226,8 @@ TEST( XJobQueueStressTest, AllQueuesAreStoppedWhileTheyComeAndGo )
         for ( int job = 0; job < 4; ++job )
             ioQueue.AttachJob( new OwningJob( counts, inTurn + job ), job == 3 );
         ioQueue.Start();
+        while ( ioQueue.GetQueuedJobCount() == 3 ) // until one runs, or all are stopped
+            std::this_thread::yield();
     };
     const auto work = [&]
     {

@@ -152,9 +152,7 @@ TEST( XThreadStorm, DestructorsOnForeignThreadsEndEveryWait )
             thread->StartThread();
             isInside.Wait();
             if ( turn % 2 == 0 )
-                thread->AsyncSuspendThread();
-            if ( turn % 4 == 0 )
-                thread->WaitForSuspend( kPatience );
+                thread->SuspendThread();
             RunTogether( [&] { thread.reset(); } );
         }
     }

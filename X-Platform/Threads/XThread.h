@@ -22,7 +22,8 @@ using XThreadImp = WThread;
 /// Derive from it, implement `RunThreadSelf`, call `StartThread`. A thread that has ended can be started
 /// again. The destructor of the most derived class should stop the thread (`StopThread`), while the members
 /// it uses exist; the base's stops it and waits for it too, on any thread, so that no thread outlives its
-/// object. An object must not be destroyed by its own thread's body.
+/// object, but cannot wait for a hook that the thread is about to call. An object must not be destroyed by its
+/// own thread's body.
 ///
 /// Ownership: whoever creates the object owns it. Threads that wait on it when it is destroyed are released
 /// as if the thread had ended; what they use of it outlives the object.

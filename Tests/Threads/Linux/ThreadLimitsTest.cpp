@@ -29,18 +29,18 @@ std::int32_t RunForEver()
 
 } // namespace
 
-void* operator new( std::size_t inSize )
+[[gnu::noinline]] void* operator new( std::size_t inSize )
 {
     void* const block = sIsShort && ::gettid() != ::getpid() ? nullptr : std::malloc( inSize );
     return block ? block : throw std::bad_alloc();
 }
 
-void operator delete( void* inBlock ) noexcept
+[[gnu::noinline]] void operator delete( void* inBlock ) noexcept
 {
     std::free( inBlock );
 }
 
-void operator delete( void* inBlock, std::size_t ) noexcept
+[[gnu::noinline]] void operator delete( void* inBlock, std::size_t ) noexcept
 {
     std::free( inBlock );
 }
