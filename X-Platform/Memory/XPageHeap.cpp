@@ -26,14 +26,17 @@ XPageHeap::~XPageHeap()
         WPages::Free( const_cast<void*>( memory ), GetPaddedSize( piece.size ) );
 }
 
+/// The entry is made first: nothing may fail once there are pages.
 void* XPageHeap::Allocate( USize64 inSize )
 {
     const USize64 size = GetPaddedSize( inSize );
-    auto reservation = std::make_unique<XMemoryReservation>( itsManager );
-    reservation->Set( size );
+    XPieces fresh;
+    fresh.emplace( nullptr, XPiece{ inSize, std::make_unique<XMemoryReservation>( itsManager ) } );
+    auto piece = fresh.extract( fresh.begin() );
+    piece.mapped().reservation->Set( size );
     void* memory = XAllocateWithRetry( itsManager, size, [&] { return WPages::Allocate( size ); } );
-    const XThreadLock lock( itsMutex );
-    itsPieces.emplace( memory, XPiece{ inSize, std::move( reservation ) } );
+    piece.key() = memory;
+    PutBack( std::move( piece ) );
     return memory;
 }
 
@@ -41,17 +44,24 @@ void* XPageHeap::Reallocate( void* inMemory, USize64 inSize )
 {
     if ( !inMemory )
         return Allocate( inSize );
-    const USize64 oldSize = GetPaddedSize( GetSize( inMemory ) );
     const USize64 size = GetPaddedSize( inSize );
+    auto piece = TakeOut( inMemory );
+    const USize64 oldSize = GetPaddedSize( piece.mapped().size );
+    void* memory = inMemory;
     const auto resize = [&] { return WPages::Resize( inMemory, oldSize, size ); };
-    void* memory = nullptr;
-    GetReservation( inMemory )
-        .SetAround( size, [&] { memory = XAllocateWithRetry( itsManager, size, resize ); } );
-    const XThreadLock lock( itsMutex );
-    auto piece = itsPieces.extract( inMemory );
+    try
+    {
+        piece.mapped().reservation->SetAround(
+            size, [&] { memory = XAllocateWithRetry( itsManager, size, resize ); } );
+    }
+    catch ( ... )
+    {
+        PutBack( std::move( piece ) );
+        throw;
+    }
     piece.key() = memory;
     piece.mapped().size = inSize;
-    itsPieces.insert( std::move( piece ) );
+    PutBack( std::move( piece ) );
     return memory;
 }
 
@@ -59,29 +69,29 @@ void XPageHeap::Free( void* inMemory )
 {
     if ( !inMemory )
         return;
-    const USize64 size = GetPaddedSize( GetSize( inMemory ) );
-    {
-        const XThreadLock lock( itsMutex );
-        itsPieces.erase( inMemory );
-    }
-    WPages::Free( inMemory, size );
+    const auto piece = TakeOut( inMemory ); // keeps its reservation until the pages have gone
+    WPages::Free( inMemory, GetPaddedSize( piece.mapped().size ) );
 }
 
 USize64 XPageHeap::GetSize( const void* inMemory )
 {
     const XThreadLock lock( itsMutex );
-    return GetPiece( inMemory ).size;
-}
-
-XMemoryReservation& XPageHeap::GetReservation( const void* inMemory )
-{
-    const XThreadLock lock( itsMutex );
-    return *GetPiece( inMemory ).reservation;
-}
-
-XPageHeap::XPiece& XPageHeap::GetPiece( const void* inMemory )
-{
     const auto piece = itsPieces.find( inMemory );
     XAssert( piece != itsPieces.end() );
-    return piece->second;
+    return piece->second.size;
+}
+
+XPageHeap::XPieces::node_type XPageHeap::TakeOut( const void* inMemory )
+{
+    const XThreadLock lock( itsMutex );
+    const auto piece = itsPieces.find( inMemory );
+    XAssert( piece != itsPieces.end() );
+    return itsPieces.extract( piece );
+}
+
+/// Takes no memory.
+void XPageHeap::PutBack( XPieces::node_type inPiece )
+{
+    const XThreadLock lock( itsMutex );
+    itsPieces.insert( std::move( inPiece ) );
 }

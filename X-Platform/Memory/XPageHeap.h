@@ -3,10 +3,11 @@
 #include "Memory/XMemoryReservation.h"
 #include "Threads/XMutex.h"
 
+#include <map>
 #include <memory>
-#include <unordered_map>
 
-/// Memory in whole pages, whose sizes it remembers.
+/// Memory in whole pages, whose sizes it remembers. As soon as the system has a piece's pages back it may give their
+/// address to another thread, so a piece is taken out of the books before they go.
 /// Internal to the library.
 /// Threads: any.
 /// Errors: 1012.
@@ -30,10 +31,12 @@ private:
         std::unique_ptr<XMemoryReservation> reservation;
     };
 
-    XMemoryReservation& GetReservation( const void* inMemory );
-    XPiece& GetPiece( const void* inMemory ); // under the mutex
+    using XPieces = std::map<const void*, XPiece>;
+
+    XPieces::node_type TakeOut( const void* inMemory );
+    void PutBack( XPieces::node_type inPiece );
 
     XMemoryManager& itsManager;
     XMutex itsMutex; // guards itsPieces
-    std::unordered_map<const void*, XPiece> itsPieces;
+    XPieces itsPieces;
 };
