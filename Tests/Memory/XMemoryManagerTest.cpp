@@ -5,6 +5,7 @@
 #include "Services/XSessionLogManager.h"
 #include "TestErrors.h"
 #include "TestFolder.h"
+#include "Threads/TestThread.h"
 
 #include <gtest/gtest.h>
 
@@ -129,6 +130,83 @@ TEST( XMemoryManager, AsksListenersBeforeItRefuses )
     EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle tooLarge( 2 * kMiB ); } ) );
 }
 
+// What a listener may do while it is asked.
+TEST( XMemoryManager, ListenersMayChangeTheListAndNeedMemory )
+{
+    TestManager manager( 4 * kMiB );
+    std::unique_ptr<TestListener> added;
+    std::unique_ptr<TestListener> removed;
+    TestListener remover(
+        [&]( USize64 )
+        {
+            removed.reset();
+            if ( !added )
+                added = std::make_unique<TestListener>( []( USize64 ) { return USize64( 0 ); } );
+            EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle tooLarge( 4 * kMiB ); } ) ); // asks nobody again
+            return USize64( 0 );
+        } );
+    removed = std::make_unique<TestListener>( []( USize64 inBytes ) { return inBytes; } );
+    TestListener last( []( USize64 inBytes ) { return inBytes; } );
+    const XMemoryHandle fixed( kMiB );
+    EXPECT_EQ( 100u, manager.FreeMemory( 100, XMemoryManager::kFreeWithoutLogEntry ) );
+    EXPECT_EQ( 1u, remover.wanted.size() );
+    EXPECT_EQ( 1u, last.wanted.size() );
+    EXPECT_TRUE( added->wanted.empty() );
+    manager.FreeMemory( 100, XMemoryManager::kFreeWithoutLogEntry );
+    EXPECT_TRUE( added->wanted.empty() ); // since the one before it was content
+    EXPECT_EQ( 2u, last.wanted.size() );
+}
+
+TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
+{
+    TestManager manager( 4 * kMiB );
+    XMemoryHandle handle( kMiB );
+    WEvent isAsked;
+    WEvent isLocked;
+    TestListener listener(
+        [&]( USize64 )
+        {
+            isAsked.Set();
+            isLocked.Wait();
+            handle.Purge();
+            return USize64( 0 );
+        } );
+    RunTogether(
+        [&] { manager.FreeMemory( kMiB, XMemoryManager::kFreeWithoutLogEntry ); },
+        [&]
+        {
+            isAsked.Wait();
+            const XThreadLock lock( handle.GetMutex() );
+            isLocked.Set();
+            handle.Resize( 2 * kMiB ); // needs the mutex under which listeners are asked
+        } );
+    EXPECT_EQ( 2 * kMiB, handle.GetDataSize() );
+}
+
+// Blocks that are found locked come back into the order of their last lock.
+TEST( XMemoryManager, PurgesInTheOrderOfTheLastLockWhateverWasLockedMeanwhile )
+{
+    TestManager manager( 4 * kMiB );
+    auto handles = MakeFilled( 4 );
+    handles.reserve( 10 );
+    {
+        const XLock first( handles[0], kLockForRead );
+        const XLock second( handles[2], kLockForRead );
+        handles.emplace_back( 2 * kMiB );
+        Fill( handles.back(), 4 ); // in the place of 1 and 3
+    }
+    EXPECT_TRUE( IsInMemory( handles[0] ) && IsInMemory( handles[2] ) && IsInMemory( handles[4] ) );
+    EXPECT_TRUE( Holds( handles[0], 0 ) );
+    for ( const unsigned purged : { 2u, 4u } )
+    {
+        EXPECT_TRUE( IsInMemory( handles[purged] ) );
+        handles.emplace_back( purged == 2 ? kMiB : 2 * kMiB );
+        Fill( handles.back(), 5 );
+        EXPECT_FALSE( IsInMemory( handles[purged] ) );
+    }
+    EXPECT_TRUE( IsInMemory( handles[0] ) );
+}
+
 TEST( XMemoryManager, FreesOnceAndTriesAgainWhenTheHeapRefuses )
 {
     TestManager manager;
@@ -166,6 +244,28 @@ TEST( XMemoryManager, GivesWholePages )
     manager.PageAlignedFree( nullptr );
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
     EXPECT_EQ( 1006u, ErrorOf( [&] { manager.PageAlignedGetSize( memory ); } ) );
+}
+
+// What one thread gives back is another's at once.
+TEST( XMemoryManager, ResizesWholePagesOnSeveralThreads )
+{
+    TestManager manager;
+    const auto work = [&]
+    {
+        void* memory = nullptr;
+        for ( USize64 turn = 1; turn < 400; ++turn )
+        {
+            const USize64 size = 1 + turn * 7919 % 50 * 4096;
+            memory = manager.PageAlignedRealloc( memory, size );
+            static_cast<char*>( memory )[size - 1] = 'x';
+            EXPECT_EQ( size, manager.PageAlignedGetSize( memory ) );
+            if ( turn % 8 == 0 )
+                manager.PageAlignedFree( std::exchange( memory, nullptr ) );
+        }
+        manager.PageAlignedFree( memory );
+    };
+    RunTogether( work, work, work, work );
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
 }
 
 TEST( XMemoryManager, TestsItselfUntilItPurgesOrRunsOut )

@@ -6,6 +6,7 @@
 #include "Memory/XMemoryManager.h"
 #include "Threads/XLock.h"
 #include "WClock.h"
+#include "WThreadID.h"
 
 #include <algorithm>
 #include <cstring>
@@ -133,10 +134,14 @@ void XMemoryBlock::LockSelf( XLockMode )
     const std::int32_t locks = GetLockCount();
     XAssert( locks >= 0 );
     if ( !( GetFlags() & kInMemory ) )
+    {
+        const XMemoryManager::XArrival arrival( itsManager );
         Reload();
+    }
     itsLocks.store( locks + 1, std::memory_order_relaxed );
     itsLastLockTime.store( WClock::GetCoarseTicks(), std::memory_order_relaxed );
     itsLastLockNumber.store( GetNextLockNumber(), std::memory_order_relaxed );
+    itsLastLockThread.store( WThreadID::GetCurrent(), std::memory_order_relaxed );
 }
 
 void XMemoryBlock::UnlockSelf( XLockMode )
@@ -144,6 +149,8 @@ void XMemoryBlock::UnlockSelf( XLockMode )
     const std::int32_t locks = GetLockCount() - 1;
     XAssert( locks >= 0 );
     itsLocks.store( locks, std::memory_order_relaxed );
+    if ( locks == 0 && itsIsSetAside )
+        itsManager.HasUnlocked( *this );
 }
 
 void XMemoryBlock::Reload()

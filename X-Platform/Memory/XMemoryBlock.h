@@ -63,12 +63,12 @@ public:
     virtual std::uint64_t GetTrueAddress() const = 0;
     virtual USize64 GetTrueSize() const = 0;
     /// The contiguous stretch of address space that purging the block would open: itself and what is free beside it.
-    USize64 GetAddressSpaceMetric() const;
+    virtual USize64 GetAddressSpaceMetric() const;
 
     // ---- Purging
 
     /// True when the block has a backing store, is in memory and is not locked.
-    bool CanPurge() const;
+    virtual bool CanPurge() const;
     /// Gives up the memory and keeps the bytes. Throws 1023 when the block cannot be purged, 2701 when another thread
     /// has held its mutex for 100 ms, and what the disk refuses; then everything is as it was.
     virtual void Purge();
@@ -81,6 +81,8 @@ public:
     std::int64_t GetLastLockTime() const { return itsLastLockTime.load( std::memory_order_relaxed ); }
     /// Puts the locks of one moment into their order.
     std::uint64_t GetLastLockNumber() const { return itsLastLockNumber.load( std::memory_order_relaxed ); }
+    /// The thread that locked it last; 0 if it never was locked.
+    std::uint32_t GetLastLockThread() const { return itsLastLockThread.load( std::memory_order_relaxed ); }
 
     // ---- Byte order
 
@@ -92,9 +94,9 @@ public:
 
     // ---- For handles
 
-    void Reference( const XMemoryHandle& inHandle );
+    virtual void Reference( const XMemoryHandle& inHandle );
     /// Deletes the block when no reference is left.
-    void Unreference( const XMemoryHandle& inHandle );
+    virtual void Unreference( const XMemoryHandle& inHandle );
     std::uint32_t GetRefCount() const { return itsRefCount.load( std::memory_order_acquire ); }
 
     /// Called before a handle locks the block to write. Where others share the block, the handle gets one of its own, by
@@ -145,6 +147,10 @@ protected:
     void HasKeptChanges();
 
 private:
+    friend class XPurgeableBlocks;
+
+    /// Whether the next unlock has to tell the manager. Under the mutex.
+    void SetAside( bool inIsSetAside ) { itsIsSetAside = inIsSetAside; }
     void SwapData();
     void CopyBytesFrom( XMemoryBlock& ioSource );
 
@@ -155,6 +161,8 @@ private:
     std::atomic<std::int32_t> itsLocks = 0;
     std::atomic<std::int64_t> itsLastLockTime = 0;
     std::atomic<std::uint64_t> itsLastLockNumber = 0;
+    std::atomic<std::uint32_t> itsLastLockThread = 0;
+    bool itsIsSetAside = false;              // by the manager, which found it locked; guarded by the mutex
     XByteSwapMode itsSwapOnLock = kSwapNone; // of the data as its file has it
     bool itsIsSwapPending = false;
 };

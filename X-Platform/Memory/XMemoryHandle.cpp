@@ -290,11 +290,12 @@ void XMemoryHandle::Empty()
 
 void XMemoryHandle::Purge()
 {
-    const XThreadLock handleLock( GetMutex() );
-    XMemoryBlock& block = CheckedBlock();
     constexpr std::uint32_t kTimeoutMs = 100;
+    XAssert( itsBlock );
     try
     {
+        const XThreadLock handleLock( GetMutex(), kTimeoutMs );
+        XMemoryBlock& block = CheckedBlock();
         const XThreadLock lock( block.GetMutex(), kTimeoutMs );
         block.Purge();
     }

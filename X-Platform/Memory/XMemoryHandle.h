@@ -77,7 +77,8 @@ public:
     void Clear( std::uint8_t inByte = 0 );
     /// Gives up the bytes: the size is 0 afterwards.
     void Empty();
-    /// Asks the block to give up its memory; nothing happens if it cannot.
+    /// Asks the block to give up its memory; nothing happens if it cannot, or if another thread is busy with the handle or
+    /// the block for 100 ms.
     void Purge();
     /// A handle with a copy of the bytes in a block of its own, of the same kind.
     XMemoryHandle CloneMemory() const;

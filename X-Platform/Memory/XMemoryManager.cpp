@@ -8,17 +8,21 @@
 #include "Memory/XMemoryManagerListener.h"
 #include "Memory/XPageHeap.h"
 #include "Memory/XPurgePolicy.h"
+#include "Memory/XPurgeableBlocks.h"
 #include "Memory/XRegionQueries.h"
+#include "Memory/XRoomWaiters.h"
 #include "Services/XSessionLogManager.h"
 #include "Threads/XThreadLock.h"
 #include "WAddressSpace.h"
+#include "WClock.h"
 #include "WFolders.h"
 #include "WMemoryLimits.h"
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
+#include <functional>
 #include <limits>
-#include <thread>
+#include <utility>
 
 namespace
 {
@@ -38,8 +42,9 @@ USize64 AlignUp( USize64 inSize, USize64 inUnit )
 } // namespace
 
 XMemoryManager::XMemoryManager( XRole inRole )
-    : itsPrevious( sStandIn.load() ), itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
-      itsPageHeap( std::make_unique<XPageHeap>( *this ) )
+    : itsPrevious( sStandIn.load() ), itsBlocks( std::make_unique<XPurgeableBlocks>() ),
+      itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
+      itsPageHeap( std::make_unique<XPageHeap>( *this ) ), itsRoomWaiters( std::make_unique<XRoomWaiters>() )
 {
     if ( inRole == kStandIn )
         sStandIn = this;
@@ -66,6 +71,7 @@ XMemoryManager* XMemoryManager::GetManager()
 void XMemoryManager::SetBudget( USize64 inBytes )
 {
     itsBudget->SetLimit( inBytes );
+    itsRoomWaiters->SomethingChanged();
 }
 
 USize64 XMemoryManager::GetBudget() const
@@ -88,62 +94,124 @@ void XMemoryManager::ResetPeak()
     itsBudget->ResetPeak();
 }
 
-/// Other threads may take what this one has freed, or keep locked for a moment what it could free. So it tries for as
-/// long as a purge waits for a block, unless the disk is what refuses.
+/// One thread's attempts to make room.
+struct XMemoryManager::XRoomSearch
+{
+    explicit XRoomSearch( XRoomWaiters& ioWaiters ) : waiter( ioWaiters ) {}
+
+    XRoomWaiters::XWaiter waiter;
+    const std::int64_t start = WClock::GetCoarseTicks();
+    bool asksListeners = true;        // in the next attempt
+    XPurgeableBlocks::XSearch blocks; // of the last attempt, as the next one
+    bool hasPurgeFailed = false;
+};
+
+/// Other threads may take what this one has freed, or keep locked for a moment what it could free.
 void XMemoryManager::AboutToAllocate( USize64 inSize )
 {
-    constexpr int kMostFutileTurns = 100;
-    for ( int futileTurns = 0; !itsBudget->TryTake( inSize ); )
+    if ( itsBudget->TryTake( inSize ) )
+        return;
+    XRoomSearch search( *itsRoomWaiters );
+    while ( !itsBudget->TryTake( inSize ) )
     {
-        const XRoomResult result =
-            inSize > GetBudget() ? kCannotMakeRoom : MakeRoom( itsBudget->GetShortage( inSize ) );
-        if ( result == kMadeRoom )
-            continue;
-        if ( result == kCannotMakeRoom || ++futileTurns > kMostFutileTurns )
+        if ( inSize > GetBudget() )
             XThrow( kErrorOutOfMemory );
-        std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
+        if ( !MakeRoom( itsBudget->GetShortage( inSize ), search ) && !WaitForRoom( search ) )
+            XThrow( kErrorOutOfMemory );
+        search.waiter.BeginAttempt();
     }
 }
 
 void XMemoryManager::HasFreed( USize64 inSize )
 {
     itsBudget->Give( inSize );
+    itsRoomWaiters->SomethingChanged();
 }
 
 /// Listeners may claim what they like: what counts is what is in use afterwards.
-XMemoryManager::XRoomResult XMemoryManager::MakeRoom( USize64 inBytes )
+bool XMemoryManager::MakeRoom( USize64 inBytes, XRoomSearch& ioSearch )
 {
-    const XPurgeResult purged = PurgeOldest( inBytes );
-    if ( purged.bytes >= inBytes )
-        return kMadeRoom;
+    const USize64 purged = PurgeOldest( inBytes, ioSearch );
+    if ( purged >= inBytes )
+        return true;
     const USize64 before = GetBytesInUse();
-    NotifyListenersFreeMemory( inBytes - purged.bytes );
-    if ( purged.bytes > 0 || GetBytesInUse() < before )
-        return kMadeRoom;
-    return purged.hasFailed || GetPurgeableBlockCount() == 0 ? kCannotMakeRoom : kMayMakeRoomSoon;
+    if ( ioSearch.asksListeners )
+        NotifyListenersFreeMemory( inBytes - purged );
+    return purged > 0 || GetBytesInUse() < before;
 }
 
-XMemoryManager::XPurgeResult XMemoryManager::PurgeOldest( USize64 inBytes )
+USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
 {
-    const XThreadLock lock( itsMemoryMutex );
-    XVector<XMemoryBlock*> blocks = CopyBlocks();
-    std::erase_if( blocks, []( const XMemoryBlock* inBlock ) { return inBlock->IsProbablyLocked(); } );
-    XPurgePolicy::SortByAge( blocks );
-    XPurgeResult result;
-    for ( auto block = blocks.begin(); block != blocks.end() && result.bytes < inBytes; ++block )
+    ioSearch.blocks = {};
+    ioSearch.hasPurgeFailed = false;
+    const auto lockNext = [&]
     {
-        const XPurgeResult purged = TryToPurge( **block );
-        result.bytes += purged.bytes;
-        result.hasFailed |= purged.hasFailed;
+        const XThreadLock lock( itsMemoryMutex );
+        return itsBlocks->LockNext( ioSearch.blocks );
+    };
+    XPurgeResult sum;
+    while ( sum.bytes < inBytes )
+    {
+        XMemoryBlock* const block = lockNext();
+        if ( !block )
+            break;
+        const XPurgeResult purged = PurgeLocked( *block );
+        sum.bytes += purged.bytes;
+        ioSearch.hasPurgeFailed |= purged.hasFailed;
     }
-    return result;
+    return sum.bytes;
+}
+
+/// Listeners are asked at first, and once more before the search ends. Returns false when it has ended.
+bool XMemoryManager::WaitForRoom( XRoomSearch& ioSearch )
+{
+    const bool hasAskedListeners = std::exchange( ioSearch.asksListeners, false );
+    if ( ioSearch.waiter.WaitForChange( [&] { return GetPatienceFor( ioSearch ); } ) )
+        return true;
+    ioSearch.asksListeners = true;
+    return !hasAskedListeners;
+}
+
+/// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor
+/// does a purge that fails.
+std::uint32_t XMemoryManager::GetPatienceFor( const XRoomSearch& inSearch )
+{
+    constexpr std::uint32_t kShortWaitMs = 10;
+    constexpr std::uint32_t kLongWaitMs = 500;
+    if ( inSearch.hasPurgeFailed || itsMemoryMutex.IsLockedByCurrentThread() ||
+         itsAllocationMutex.IsLockedByCurrentThread() )
+        return 0;
+    if ( itsPurgesGoingOn > 0 || itsRoomWaiters->HasArrivals() )
+        return kLongWaitMs;
+    const auto isActive = [this]( std::uint32_t inThread ) { return !itsRoomWaiters->IsWaiting( inThread ); };
+    if ( inSearch.blocks.HasBusyThread( isActive ) )
+        return std::min( kShortWaitMs, GetPatienceSince( inSearch.start ) );
+
+    const XThreadLock lock( itsMemoryMutex );
+    std::uint32_t patience = 0;
+    itsBlocks->IsAnySetAside(
+        [&]( const XMemoryBlock& inBlock )
+        {
+            patience =
+                isActive( inBlock.GetLastLockThread() ) ? GetPatienceSince( inBlock.GetLastLockTime() ) : 0;
+            return patience > 0;
+        } );
+    return patience;
+}
+
+/// What is left, in milliseconds, of a patience that began at a moment.
+std::uint32_t XMemoryManager::GetPatienceSince( std::int64_t inTicks ) const
+{
+    const std::int64_t passed = ( WClock::GetCoarseTicks() - inTicks ) * 1000 / CLOCKS_PER_SEC;
+    const std::int64_t patience = itsPatience;
+    return static_cast<std::uint32_t>( std::clamp<std::int64_t>( patience - passed, 0, patience ) );
 }
 
 USize64 XMemoryManager::GetMaxBlockSize( USize64 inSize )
 {
     const XThreadLock lock( itsMemoryMutex );
     USize64 fixed = GetBytesInUse();
-    for ( const XMemoryBlock* block : itsBlocks )
+    for ( const XMemoryBlock* block : itsBlocks->GetAll() )
         if ( !block->IsProbablyLocked() )
             fixed -= std::min( fixed, block->GetTrueSize() );
     const USize64 budget = GetBudget();
@@ -171,61 +239,82 @@ USize64 XMemoryManager::FreeMemory( USize64 inBytes, std::uint32_t inFlags )
 
 USize64 XMemoryManager::FreeMemorySelf( USize64 inBytes )
 {
-    const XRegionQueries queries( *this );
-    XPurgePolicy policy(
-        *this, CopyBlocks(), [this]( XMemoryBlock& ioBlock ) { return TryToPurge( ioBlock ).bytes > 0; } );
+    XRegionQueries queries( *this );
+    const auto purge = [&]( XMemoryBlock* inBlock ) -> USize64
+    {
+        if ( !LockListed( inBlock ) )
+            return 0;
+        const XRegionQueries::XGap gap( queries );
+        return PurgeLocked( *inBlock ).bytes;
+    };
+    XPurgePolicy policy( *this, itsBlocks->GetAll(), purge );
     return policy.Free( inBytes );
 }
 
 USize64 XMemoryManager::FreeBlocksInRange( std::uint64_t inBegin, std::uint64_t inEnd )
 {
-    const XThreadLock lock( itsMemoryMutex );
-    USize64 freed = 0;
-    for ( XMemoryBlock* block : CopyBlocks() )
+    const auto isInRange = [&]( const XMemoryBlock* inBlock )
     {
-        const std::uint64_t address = block->GetTrueAddress();
-        const bool isInRange = address < inEnd && address + block->GetTrueSize() > inBegin;
-        if ( isInRange && !block->IsProbablyLocked() )
-            freed += TryToPurge( *block ).bytes;
+        const std::uint64_t address = inBlock->GetTrueAddress();
+        return address < inEnd && address + inBlock->GetTrueSize() > inBegin;
+    };
+    XVector<XMemoryBlock*> blocks;
+    {
+        const XThreadLock lock( itsMemoryMutex );
+        blocks = itsBlocks->GetAll();
+        std::erase_if( blocks, std::not_fn( isInRange ) );
     }
+    USize64 freed = 0;
+    for ( XMemoryBlock* block : blocks )
+        freed += LockListed( block ) ? PurgeLocked( *block ).bytes : 0;
     return freed;
 }
 
-/// A block that another thread is busy with is passed over at once: that thread may be waiting for the memory mutex.
-XMemoryManager::XPurgeResult XMemoryManager::TryToPurge( XMemoryBlock& ioBlock )
+/// Locks the mutex of a block, which may be gone: true when it is on the list and nobody has it locked. A block that another
+/// thread is busy with is passed over at once: that thread may be waiting for the memory mutex.
+bool XMemoryManager::LockListed( XMemoryBlock* inBlock )
 {
-    if ( !ioBlock.GetMutex().TryLock() )
-        return {};
-    const XThreadLock lock( ioBlock.GetMutex() ); // in the place of the one above
+    const XThreadLock lock( itsMemoryMutex );
+    return itsBlocks->Contains( inBlock ) && !inBlock->IsProbablyLocked() && inBlock->GetMutex().TryLock();
+}
+
+/// Purges a block whose mutex the calling thread has locked, and unlocks that: from then on the block may be gone.
+XMemoryManager::XPurgeResult XMemoryManager::PurgeLocked( XMemoryBlock& ioBlock )
+{
+    const XThreadLock lock( ioBlock.GetMutex() ); // in the place of the caller's
     ioBlock.GetMutex().Unlock();
     const USize64 size = ioBlock.GetTrueSize();
+    XPurgeResult result;
+    ++itsPurgesGoingOn;
     try
     {
         ioBlock.Purge();
         ++itsPurgeCount;
-        return { size, false };
+        result.bytes = size;
     }
     catch ( const XException& error )
     {
-        return { 0, error.GetErrorNumber() != kErrorMemoryNotPurged };
+        result.hasFailed = error.GetErrorNumber() != kErrorMemoryNotPurged;
     }
     catch ( ... )
     {
-        return { 0, true };
+        result.hasFailed = true;
     }
+    --itsPurgesGoingOn;
+    return result;
 }
 
 std::uint32_t XMemoryManager::GetPurgeableBlockCount()
 {
     const XThreadLock lock( itsMemoryMutex );
-    return static_cast<std::uint32_t>( itsBlocks.size() );
+    return static_cast<std::uint32_t>( itsBlocks->GetCount() );
 }
 
 USize64 XMemoryManager::GetLargestPurgeableBlockSize()
 {
     const XThreadLock lock( itsMemoryMutex );
     USize64 largest = 0;
-    for ( const XMemoryBlock* block : itsBlocks )
+    for ( const XMemoryBlock* block : itsBlocks->GetAll() )
         largest = std::max( largest, block->GetTrueSize() );
     return largest;
 }
@@ -239,27 +328,33 @@ void XMemoryManager::AddListener( XMemoryManagerListener* inListener )
 void XMemoryManager::RemoveListener( XMemoryManagerListener* inListener )
 {
     const XThreadLock lock( itsAllocationMutex );
-    std::erase( itsListeners, inListener );
+    if ( itsIsAskingListeners )
+        std::ranges::replace( itsListeners, inListener, nullptr );
+    else
+        std::erase( itsListeners, inListener );
 }
 
-/// Over a copy: a listener may remove itself.
+/// A listener may add and remove listeners, itself too. One that needs memory itself gets it without listeners.
 USize64 XMemoryManager::NotifyListenersFreeMemory( USize64 inBytes )
 {
     const XThreadLock lock( itsAllocationMutex, kNoTimeout, true );
+    if ( std::exchange( itsIsAskingListeners, true ) )
+        return 0;
     USize64 freed = 0;
-    for ( XMemoryManagerListener* listener : XVector<XMemoryManagerListener*>( itsListeners ) )
+    const std::size_t count = itsListeners.size();
+    for ( std::size_t i = 0; i < count && freed < inBytes; ++i )
     {
-        if ( freed >= inBytes )
-            break;
         try
         {
-            freed += listener->FreeMemory( inBytes - freed );
+            freed += itsListeners[i] ? itsListeners[i]->FreeMemory( inBytes - freed ) : 0;
         }
         catch ( ... )
         {
             // The next one may still free what is wanted.
         }
     }
+    itsIsAskingListeners = false;
+    std::erase( itsListeners, nullptr );
     return freed;
 }
 
@@ -334,18 +429,33 @@ XMemoryBlock* XMemoryManager::MakeBlock( USize64 inSize )
 void XMemoryManager::AddBlock( XMemoryBlock* inBlock )
 {
     const XThreadLock lock( itsMemoryMutex );
-    itsBlocks.insert( inBlock );
+    itsBlocks->Add( *inBlock );
 }
 
 void XMemoryManager::RemoveBlock( XMemoryBlock* inBlock )
 {
+    const XThreadLock blockLock( inBlock->GetMutex() );
     const XThreadLock lock( itsMemoryMutex );
-    itsBlocks.erase( inBlock );
+    itsBlocks->Remove( *inBlock );
 }
 
-XVector<XMemoryBlock*> XMemoryManager::CopyBlocks() const
+void XMemoryManager::HasUnlocked( XMemoryBlock& inBlock )
 {
-    return XVector<XMemoryBlock*>( itsBlocks.begin(), itsBlocks.end() );
+    {
+        const XThreadLock lock( itsMemoryMutex );
+        itsBlocks->HasBeenUnlocked( inBlock );
+    }
+    itsRoomWaiters->SomethingChanged();
+}
+
+XMemoryManager::XArrival::XArrival( XMemoryManager& ioManager ) : itsWaiters( *ioManager.itsRoomWaiters )
+{
+    itsWaiters.BeginArrival();
+}
+
+XMemoryManager::XArrival::~XArrival()
+{
+    itsWaiters.EndArrival();
 }
 
 void XMemoryManager::NotePurge( USize64 inSize )

@@ -8,13 +8,15 @@
 #include <atomic>
 #include <filesystem>
 #include <memory>
-#include <unordered_set>
 
 class XMemoryBlock;
 class XMemoryBudget;
 class XMemoryHandle;
 class XMemoryManagerListener;
 class XPageHeap;
+class XPurgeableBlocks;
+class XPurgePolicy;
+class XRoomWaiters;
 
 /// Keeps the memory of the process's blocks inside a budget and frees memory and address space when they run short, by
 /// purging blocks that nobody has locked and then by asking its listeners.
@@ -23,11 +25,12 @@ class XPageHeap;
 /// place until it is destroyed, which must not be before the blocks made meanwhile are gone; no other thread may use
 /// the manager while a stand-in comes or goes.
 ///
-/// Threads: any. The memory mutex guards the list of purgeable blocks and is held while blocks are chosen and
-/// purged; the allocation mutex guards the list of listeners and is held while they are called and while
-/// blocks allocate from the heap. A thread may lock the memory mutex while it holds the allocation mutex, not
-/// the other way round. Blocks whose mutex another thread holds are passed over.
-/// Errors: 1012 where neither blocks nor listeners can free what is needed.
+/// Threads: any. The memory mutex guards the list of purgeable blocks and is held while blocks are chosen, but not while
+/// they are purged: a chosen block stays alive because its own mutex is held until its purge is over. The
+/// allocation mutex guards the list of listeners and is held while they are called and while blocks allocate
+/// from the heap. A thread may lock the memory mutex while it holds the allocation mutex, not the other way
+/// round. Blocks whose mutex another thread holds are passed over.
+/// Errors: 1012 where neither blocks nor listeners can free what is needed; see `AboutToAllocate`.
 /// Units: bytes.
 class KORVALE_API XMemoryManager
 {
@@ -68,6 +71,23 @@ public:
         USize64 budget;
     };
 
+    /// For as long as it lives, the calling thread brings a block into memory that is not on the list yet: others who lack
+    /// room know that there will be a block to wait for. For kinds of blocks, around what maps their bytes.
+    class KORVALE_API XArrival
+    {
+    public:
+        explicit XArrival( XMemoryManager& ioManager );
+        XArrival( const XArrival& ) = delete;
+        XArrival& operator=( const XArrival& ) = delete;
+        ~XArrival();
+
+    private:
+        XRoomWaiters& itsWaiters;
+    };
+
+    /// How long a lock is waited for, in milliseconds.
+    static constexpr std::uint32_t kDefaultPatience = 10'000;
+
     virtual ~XMemoryManager();
     XMemoryManager( const XMemoryManager& ) = delete;
     XMemoryManager& operator=( const XMemoryManager& ) = delete;
@@ -88,8 +108,17 @@ public:
     void ResetPeak();
 
     /// Enters `inSize` bytes as in use, after purging the least recently locked blocks, and asking the listeners, as far
-    /// as that is needed to stay inside the budget. Throws 1012 when it is not enough; then nothing is entered.
+    /// as that is needed to stay inside the budget. Where that is not enough it waits for other threads, as long as one of
+    /// them may make room: one that is purging, that is bringing a block into memory, or that has locked a purgeable block
+    /// less than the patience ago and does not itself wait for room. The wait uses no processor time and is alertable: a
+    /// stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does not wait.
+    /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges, or what is
+    /// left in use cannot be purged, is locked by this thread or by threads that wait for room too, or has been locked for
+    /// longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks.
     void AboutToAllocate( USize64 inSize );
+    /// How long after it was taken a lock of another thread is still waited for, in milliseconds: the lock of a thread that
+    /// waits for the caller in another way, or never unlocks, must not hold it up for ever. 0: no waits for locks.
+    void SetPatience( std::uint32_t inMilliseconds ) { itsPatience = inMilliseconds; }
     /// Takes bytes that `AboutToAllocate` entered out of the books again.
     void HasFreed( USize64 inSize );
 
@@ -111,7 +140,9 @@ public:
     /// 0 when there are none.
     USize64 GetLargestPurgeableBlockSize();
 
-    /// The listener is not owned. Listeners are asked in the order in which they were added.
+    /// The listener is not owned. Listeners are asked in the order in which they were added. May be called by a listener
+    /// while it is asked: one that is added is asked from the next time on, one that is removed is not asked any more. On
+    /// other threads both wait until the listeners have been asked, so a listener that has been removed may be destroyed.
     void AddListener( XMemoryManagerListener* inListener );
     void RemoveListener( XMemoryManagerListener* inListener );
 
@@ -145,10 +176,14 @@ public:
     /// The block that a plain handle of this size gets; the caller owns it.
     virtual XMemoryBlock* MakeBlock( USize64 inSize );
 
-    /// Enters a block that is in memory and can be purged, and takes it off the list. While the memory mutex is held a
-    /// block on the list stays where it is.
+    /// Enters a block that is in memory and can be purged, and takes it off the list, before its view goes and at the
+    /// latest in its destructor. While the memory mutex is held a block on the list stays where it is. Removing takes the
+    /// block's mutex, so it waits until another thread's purge of the block is over: the caller must not hold the memory
+    /// mutex.
     void AddBlock( XMemoryBlock* inBlock );
     void RemoveBlock( XMemoryBlock* inBlock );
+    /// Called by a block whose last lock is gone, under its mutex, if the manager has found it locked.
+    void HasUnlocked( XMemoryBlock& inBlock );
 
     /// For the figures.
     void NotePurge( USize64 inSize );
@@ -197,13 +232,7 @@ protected:
 
 private:
     class XRegionQueries;
-
-    enum XRoomResult : std::uint32_t
-    {
-        kMadeRoom,
-        kMayMakeRoomSoon, ///< other threads have blocks locked
-        kCannotMakeRoom
-    };
+    struct XRoomSearch;
 
     struct XPurgeResult
     {
@@ -211,21 +240,29 @@ private:
         bool hasFailed = false; ///< for another reason than that the block is in use
     };
 
-    XRoomResult MakeRoom( USize64 inBytes );
-    XPurgeResult PurgeOldest( USize64 inBytes );
-    XPurgeResult TryToPurge( XMemoryBlock& ioBlock );
+    bool MakeRoom( USize64 inBytes, XRoomSearch& ioSearch );
+    USize64 PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch );
+    bool WaitForRoom( XRoomSearch& ioSearch );
+    std::uint32_t GetPatienceFor( const XRoomSearch& inSearch );
+    std::uint32_t GetPatienceSince( std::int64_t inTicks ) const;
+    XPurgeResult PurgeLocked( XMemoryBlock& ioBlock );
+    bool LockListed( XMemoryBlock* inBlock );
     USize64 NotifyListenersFreeMemory( USize64 inBytes );
-    XVector<XMemoryBlock*> CopyBlocks() const;
     template<class Visit>
     void VisitRegions( Visit inVisit );
 
     XMemoryManager* const itsPrevious; // that this one stands in for
-    XMutex itsMemoryMutex;             // guards the next two
-    std::unordered_set<XMemoryBlock*> itsBlocks;
-    XVector<XMemoryManagerListener*> itsListeners; // guarded by the allocation mutex
+    XMutex itsMemoryMutex;             // guards the next one
+    const std::unique_ptr<XPurgeableBlocks> itsBlocks;
+    // Guarded by the allocation mutex; null in place of one that was removed while they are asked.
+    XVector<XMemoryManagerListener*> itsListeners;
+    bool itsIsAskingListeners = false; // guarded by the allocation mutex
     XMutex itsAllocationMutex;
     const std::unique_ptr<XMemoryBudget> itsBudget;
     const std::unique_ptr<XPageHeap> itsPageHeap;
+    const std::unique_ptr<XRoomWaiters> itsRoomWaiters;
+    std::atomic<std::uint32_t> itsPatience = kDefaultPatience;
+    std::atomic<std::uint32_t> itsPurgesGoingOn = 0;
     mutable XMutex itsFolderMutex;
     std::filesystem::path itsTemporaryFolder; // guarded by itsFolderMutex; empty: the system's
     std::atomic<std::uint32_t> itsFreeCount = 0;

@@ -18,6 +18,7 @@ XPurgePolicy::XPurgePolicy(
         itsCandidates.push_back( { block, block->GetTrueAddress(), block->GetTrueSize() } );
 }
 
+/// Oldest first.
 void XPurgePolicy::SortByAge( XVector<XMemoryBlock*>& ioBlocks )
 {
     struct XAge
@@ -48,7 +49,7 @@ USize64 XPurgePolicy::PurgeOneBlock( USize64 inBytes )
 {
     for ( const XCandidate& candidate : itsCandidates )
     {
-        const USize64 freed = Serves( candidate, inBytes ) ? Purge( candidate ) : 0;
+        const USize64 freed = Serves( candidate, inBytes ) ? itsPurge( candidate.block ) : 0;
         if ( freed > 0 )
             return freed;
     }
@@ -85,13 +86,8 @@ USize64 XPurgePolicy::PurgeRun( USize64 inBytes )
             continue;
         USize64 freed = 0;
         for ( std::size_t k = first; k <= i; ++k )
-            freed += Purge( itsCandidates[k] );
+            freed += itsPurge( itsCandidates[k].block );
         return freed;
     }
     return 0;
-}
-
-USize64 XPurgePolicy::Purge( const XCandidate& inCandidate )
-{
-    return itsPurge( *inCandidate.block ) ? inCandidate.size : 0;
 }

@@ -8,20 +8,17 @@ class XMemoryBlock;
 class XMemoryManager;
 
 /// Chooses the blocks whose purge frees memory, or opens a stretch of address space, of a size. The blocks are on the
-/// manager's list and its memory mutex is held throughout. Internal to the library.
+/// manager's list when they are handed over, and its memory mutex is held but for the purges. Internal to the library.
 class XPurgePolicy
 {
 public:
-    /// Purges a block; returns false if it was refused.
-    using XPurge = std::function<bool( XMemoryBlock& )>;
+    /// Purges a block if it still is on the list; returns the bytes that were freed, 0 if it was refused.
+    using XPurge = std::function<USize64( XMemoryBlock* )>;
 
     XPurgePolicy( XMemoryManager& inManager, const XVector<XMemoryBlock*>& inBlocks, XPurge inPurge );
 
     /// Returns the bytes that were freed.
     USize64 Free( USize64 inBytes );
-
-    /// Orders blocks by their last lock, oldest first.
-    static void SortByAge( XVector<XMemoryBlock*>& ioBlocks );
 
 private:
     struct XCandidate
@@ -33,10 +30,10 @@ private:
         std::uint64_t GetEnd() const { return address + size; }
     };
 
+    static void SortByAge( XVector<XMemoryBlock*>& ioBlocks );
     USize64 PurgeOneBlock( USize64 inBytes );
     USize64 PurgeRun( USize64 inBytes );
     bool Serves( const XCandidate& inCandidate, USize64 inBytes );
-    USize64 Purge( const XCandidate& inCandidate );
 
     XMemoryManager& itsManager;
     XPurge itsPurge;

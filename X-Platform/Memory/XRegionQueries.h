@@ -7,6 +7,27 @@
 class XMemoryManager::XRegionQueries
 {
 public:
+    /// Lets go of both for a scope: blocks may come and go meanwhile.
+    class XGap
+    {
+    public:
+        explicit XGap( XRegionQueries& ioQueries ) : itsManager( ioQueries.itsManager )
+        {
+            itsManager.EndRegionQueries();
+            itsManager.itsMemoryMutex.Unlock();
+        }
+        ~XGap()
+        {
+            itsManager.itsMemoryMutex.Lock();
+            itsManager.BeginRegionQueries();
+        }
+        XGap( const XGap& ) = delete;
+        XGap& operator=( const XGap& ) = delete;
+
+    private:
+        XMemoryManager& itsManager;
+    };
+
     explicit XRegionQueries( XMemoryManager& inManager )
         : itsManager( inManager ), itsLock( inManager.itsMemoryMutex )
     {

@@ -1,0 +1,103 @@
+#include "Memory/XRoomWaiters.h"
+
+#include "WThreadID.h"
+
+namespace
+{
+thread_local std::uint32_t sArrivals = 0; // of this thread; one inside the other where a block needs another
+} // namespace
+
+XRoomWaiters::XWaiter::XWaiter( XRoomWaiters& ioAll )
+    : itsAll( ioAll ), itsThread( WThreadID::GetCurrent() ), itsArrivals( sArrivals )
+{
+    const XThreadLock lock( itsAll.itsMutex );
+    itsSeen = itsAll.itsChanges;
+    itsNext = itsAll.itsFirst;
+    itsAll.itsFirst = this;
+    ++itsAll.itsCount;
+}
+
+XRoomWaiters::XWaiter::~XWaiter()
+{
+    const XThreadLock lock( itsAll.itsMutex );
+    itsAll.SetWaiting( *this, false );
+    XWaiter** place = &itsAll.itsFirst;
+    while ( *place != this )
+        place = &( *place )->itsNext;
+    *place = itsNext;
+    --itsAll.itsCount;
+}
+
+void XRoomWaiters::XWaiter::BeginAttempt()
+{
+    const XThreadLock lock( itsAll.itsMutex );
+    itsAll.SetWaiting( *this, false );
+    itsSeen = itsAll.itsChanges;
+}
+
+void XRoomWaiters::XWaiter::BeginWait()
+{
+    const XThreadLock lock( itsAll.itsMutex );
+    if ( itsAll.itsChanges == itsSeen )
+        itsAll.SetWaiting( *this, true );
+}
+
+/// Returns whether another attempt is worthwhile nevertheless.
+bool XRoomWaiters::XWaiter::EndWait()
+{
+    const XThreadLock lock( itsAll.itsMutex );
+    itsAll.SetWaiting( *this, false );
+    return itsAll.itsChanges != itsSeen;
+}
+
+/// A stop of the thread is thrown out of the wait.
+void XRoomWaiters::XWaiter::Sleep( std::uint32_t inTimeoutMs )
+{
+    constexpr bool kIsAlertable = true;
+    const XThreadLock lock( itsAll.itsMutex );
+    if ( itsAll.itsChanges == itsSeen )
+        itsAll.itsChanged.Sleep( itsAll.itsMutex, inTimeoutMs, kIsAlertable );
+}
+
+void XRoomWaiters::BeginArrival()
+{
+    ++sArrivals;
+    ++itsArrivals;
+}
+
+void XRoomWaiters::EndArrival()
+{
+    --sArrivals;
+    --itsArrivals;
+    SomethingChanged();
+}
+
+bool XRoomWaiters::IsWaiting( std::uint32_t inThread ) const
+{
+    const XThreadLock lock( itsMutex );
+    for ( const XWaiter* waiter = itsFirst; waiter; waiter = waiter->itsNext )
+        if ( waiter->itsThread == inThread && waiter->itsIsWaiting )
+            return true;
+    return false;
+}
+
+/// A thread that waits brings nothing for as long.
+void XRoomWaiters::SetWaiting( XWaiter& ioWaiter, bool inIsWaiting )
+{
+    if ( ioWaiter.itsIsWaiting == inIsWaiting )
+        return;
+    ioWaiter.itsIsWaiting = inIsWaiting;
+    if ( inIsWaiting )
+        itsArrivals -= ioWaiter.itsArrivals;
+    else
+        itsArrivals += ioWaiter.itsArrivals;
+}
+
+void XRoomWaiters::WakeAll()
+{
+    const XThreadLock lock( itsMutex );
+    ++itsChanges;
+    for ( XWaiter* waiter = itsFirst; waiter; waiter = waiter->itsNext )
+        SetWaiting( *waiter, false );
+    itsChanged.Broadcast();
+}
