@@ -157,6 +157,35 @@ TEST( XMemoryManager, ListenersMayChangeTheListAndNeedMemory )
     EXPECT_EQ( 2u, last.wanted.size() );
 }
 
+// A listener is asked in the middle of the lock, the change or the copy that needs room.
+TEST( XMemoryManager, AListenerCannotTakeTheBlockThatRoomIsMadeFor )
+{
+    TestManager manager( 2 * kMiB );
+    XMappedFileMemoryHandle wanted( kMiB );
+    auto fixed = std::make_unique<XMemoryHandle>( 2 * kMiB );
+    TestListener listener(
+        [&]( USize64 )
+        {
+            EXPECT_EQ( 1006u, ErrorOf( [&] { wanted.Empty(); } ) );
+            EXPECT_EQ( 1006u, ErrorOf( [&] { wanted = XMappedFileMemoryHandle( 1 ); } ) );
+            fixed.reset();
+            return USize64( 0 );
+        } );
+    const auto occupy = [&] { fixed = std::make_unique<XMemoryHandle>( 2 * kMiB - ( 4 << 10 ) ); };
+    Fill( wanted, 1 );
+    wanted.Purge();
+    occupy();
+    EXPECT_TRUE( Holds( wanted, 1 ) );
+    wanted.Resize( 10 );
+    occupy();
+    wanted.Resize( kMiB );
+    const XMappedFileMemoryHandle shared( wanted );
+    occupy();
+    wanted.Clear( 3 );
+    EXPECT_EQ( 4u, listener.wanted.size() );
+    EXPECT_EQ( kMiB, wanted.GetDataSize() );
+}
+
 TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
 {
     TestManager manager( 4 * kMiB );

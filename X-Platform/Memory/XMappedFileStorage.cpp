@@ -245,6 +245,7 @@ void XMappedFileMemoryBlock::CopyToPagefile()
 
 void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
 {
+    const XMemoryManager::XArrival arrival( GetManager() );
     const USize64 size = std::max<USize64>( inSize, 1 );
     auto storage = MakeStorage( GetManager().MakePageFileMapping( size ) );
     MapView( *storage, size, XFileMappingBase::kPageReadWrite );
@@ -318,6 +319,7 @@ void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
 /// A block on the manager's list must stay where it is.
 bool XMappedFileMemoryBlock::ResizeView( USize64 inSize )
 {
+    const XMemoryManager::XArrival arrival( GetManager() );
     GetManager().RemoveBlock( this );
     bool isDone = false;
     try

@@ -20,7 +20,8 @@
 //   unlocked before the last lock is gone, since which lock was on which block is not known.
 //
 // So only a lock may exchange the block of a locked handle, and one that fails after the exchange undoes it. Everything
-// else that sets the block refuses a locked handle.
+// else that sets the block refuses a locked handle. A handle whose block is just being locked, resized or copied counts as
+// locked: that may need room, and listeners that are asked for it run on the same thread, inside the mutex.
 
 namespace
 {
@@ -49,6 +50,19 @@ private:
 };
 
 } // namespace
+
+/// Makes the handle count as locked. Under the mutex.
+class XMemoryHandle::XBusy
+{
+public:
+    explicit XBusy( const XMemoryHandle& inHandle ) : itsHandle( inHandle ) { ++itsHandle.itsBusyCount; }
+    XBusy( const XBusy& ) = delete;
+    XBusy& operator=( const XBusy& ) = delete;
+    ~XBusy() { --itsHandle.itsBusyCount; }
+
+private:
+    const XMemoryHandle& itsHandle;
+};
 
 XMemoryHandle::XMemoryHandle( USize64 inSize )
     : XMemoryHandle( std::unique_ptr<XMemoryBlock>( XMemoryManager::GetManager()->MakeBlock( inSize ) ) )
@@ -91,6 +105,7 @@ XMemoryBlock* XMemoryHandle::ShareBlockWith( XMemoryHandle& ioCopy ) const
     XMemoryBlock* block = GetBlock();
     if ( !block )
         return nullptr;
+    const XBusy busy( *this );
     if ( itsWriteLocks > 0 && !block->IsPublic() )
         block = block->Clone( block->GetSize() );
     block->Reference( ioCopy );
@@ -149,7 +164,7 @@ void XMemoryHandle::BringBackRetired()
 void XMemoryHandle::CheckUnlocked() const
 {
     const XThreadLock lock( GetMutex() );
-    const std::uint32_t locks = itsLocks;
+    const std::uint32_t locks = itsLocks + itsBusyCount;
     XAssert( locks == 0 );
 }
 
@@ -163,6 +178,7 @@ XMemoryBlock& XMemoryHandle::CheckedBlock() const
 
 void XMemoryHandle::LockSelf( XLockMode inMode )
 {
+    const XBusy busy( *this );
     const std::size_t retired = itsRetired.size();
     try
     {
@@ -265,11 +281,17 @@ void XMemoryHandle::Resize( USize64 inSize )
     if ( !block )
         return SetBlock( MakeBlock( inSize ) );
     CheckUnlocked();
-    if ( block->GetRefCount() > 1 )
-        SetBlock( block->CloneResized( inSize ) );
-    else
-        block->Resize( inSize );
+    ResizeBlock( *block, inSize );
     SetDirtyFlag( true );
+}
+
+void XMemoryHandle::ResizeBlock( XMemoryBlock& ioBlock, USize64 inSize )
+{
+    const XBusy busy( *this );
+    if ( ioBlock.GetRefCount() > 1 )
+        MoveToBlock( ioBlock.CloneResized( inSize ) );
+    else
+        ioBlock.Resize( inSize );
 }
 
 void XMemoryHandle::Clear( std::uint8_t inByte )
@@ -309,6 +331,7 @@ XMemoryHandle XMemoryHandle::CloneMemory() const
 {
     const XThreadLock lock( GetMutex() );
     XMemoryBlock& block = CheckedBlock();
+    const XBusy busy( *this );
     return XMemoryHandle( std::unique_ptr<XMemoryBlock>( block.Clone( block.GetSize() ) ) );
 }
 
@@ -352,6 +375,7 @@ void XMemoryHandle::SetSwapOnLock( XByteSwapMode inMode )
 {
     const XThreadLock lock( GetMutex() );
     CheckUnlocked();
+    const XBusy busy( *this );
     CheckedBlock().PrepareForWriteLock( *this, kLockForWrite );
     CheckedBlock().SetSwapOnLock( inMode );
 }

@@ -123,11 +123,14 @@ private:
         std::uint32_t locks;
     };
 
+    class XBusy;
+
     XMemoryBlock& CheckedBlock() const;
     void CheckUnlocked() const;
     bool HasBytesToLock() const;
     void CheckRange( USize64 inCount, USize64 inOffset ) const;
     void LockBlock( XLockMode inMode );
+    void ResizeBlock( XMemoryBlock& ioBlock, USize64 inSize );
     void ReleaseRetired();
     void BringBackRetired();
     XMemoryBlock* ShareBlockWith( XMemoryHandle& ioCopy ) const;
@@ -140,4 +143,6 @@ private:
     std::uint32_t itsWriteLocks = 0; // of these
     std::uint32_t itsBlockLocks = 0; // of all, on itsBlock
     XVector<XRetired> itsRetired;
+    mutable std::uint32_t itsBusyCount =
+        0; // operations in the middle of which the block must not be exchanged
 };

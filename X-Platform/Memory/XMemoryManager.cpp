@@ -44,7 +44,7 @@ USize64 AlignUp( USize64 inSize, USize64 inUnit )
 XMemoryManager::XMemoryManager( XRole inRole )
     : itsPrevious( sStandIn.load() ), itsBlocks( std::make_unique<XPurgeableBlocks>() ),
       itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
-      itsPageHeap( std::make_unique<XPageHeap>( *this ) ), itsRoomWaiters( std::make_unique<XRoomWaiters>() )
+      itsRoomWaiters( std::make_unique<XRoomWaiters>() ), itsPageHeap( std::make_unique<XPageHeap>( *this ) )
 {
     if ( inRole == kStandIn )
         sStandIn = this;

@@ -259,8 +259,8 @@ private:
     bool itsIsAskingListeners = false; // guarded by the allocation mutex
     XMutex itsAllocationMutex;
     const std::unique_ptr<XMemoryBudget> itsBudget;
-    const std::unique_ptr<XPageHeap> itsPageHeap;
     const std::unique_ptr<XRoomWaiters> itsRoomWaiters;
+    const std::unique_ptr<XPageHeap> itsPageHeap; // gives back what is left in it, so it goes first
     std::atomic<std::uint32_t> itsPatience = kDefaultPatience;
     std::atomic<std::uint32_t> itsPurgesGoingOn = 0;
     mutable XMutex itsFolderMutex;
