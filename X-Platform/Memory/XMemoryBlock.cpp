@@ -138,10 +138,10 @@ void XMemoryBlock::LockSelf( XLockMode )
         const XMemoryManager::XArrival arrival( itsManager );
         Reload();
     }
-    itsLocks.store( locks + 1, std::memory_order_relaxed );
+    itsLastLockThread.store( WThreadID::GetCurrent(), std::memory_order_relaxed );
+    itsLocks.store( locks + 1, std::memory_order_release ); // who sees it locked knows by whom
     itsLastLockTime.store( WClock::GetCoarseTicks(), std::memory_order_relaxed );
     itsLastLockNumber.store( GetNextLockNumber(), std::memory_order_relaxed );
-    itsLastLockThread.store( WThreadID::GetCurrent(), std::memory_order_relaxed );
 }
 
 void XMemoryBlock::UnlockSelf( XLockMode )

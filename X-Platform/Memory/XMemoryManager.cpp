@@ -39,6 +39,11 @@ USize64 AlignUp( USize64 inSize, USize64 inUnit )
     return ( inSize + inUnit - 1 ) & ~( inUnit - 1 );
 }
 
+std::int64_t GetMillisecondsSince( std::int64_t inTicks )
+{
+    return ( WClock::GetCoarseTicks() - inTicks ) * 1000 / CLOCKS_PER_SEC;
+}
+
 } // namespace
 
 XMemoryManager::XMemoryManager( XRole inRole )
@@ -100,7 +105,8 @@ struct XMemoryManager::XRoomSearch
     explicit XRoomSearch( XRoomWaiters& ioWaiters ) : waiter( ioWaiters ) {}
 
     XRoomWaiters::XWaiter waiter;
-    const std::int64_t start = WClock::GetCoarseTicks();
+    std::int64_t hopefulTime =
+        WClock::GetCoarseTicks();     // when there was last more than busy threads to wait for
     bool asksListeners = true;        // in the next attempt
     XPurgeableBlocks::XSearch blocks; // of the last attempt, as the next one
     bool hasPurgeFailed = false;
@@ -172,28 +178,36 @@ bool XMemoryManager::WaitForRoom( XRoomSearch& ioSearch )
     return !hasAskedListeners;
 }
 
-/// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor
-/// does a purge that fails.
-std::uint32_t XMemoryManager::GetPatienceFor( const XRoomSearch& inSearch )
+/// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor does
+/// a purge that fails.
+std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
 {
     constexpr std::uint32_t kShortWaitMs = 10;
     constexpr std::uint32_t kLongWaitMs = 500;
-    if ( inSearch.hasPurgeFailed || itsMemoryMutex.IsLockedByCurrentThread() ||
+    if ( ioSearch.hasPurgeFailed || itsMemoryMutex.IsLockedByCurrentThread() ||
          itsAllocationMutex.IsLockedByCurrentThread() )
         return 0;
-    if ( itsPurgesGoingOn > 0 || itsRoomWaiters->HasArrivals() )
-        return kLongWaitMs;
     const auto isActive = [this]( std::uint32_t inThread ) { return !itsRoomWaiters->IsWaiting( inThread ); };
-    if ( inSearch.blocks.HasBusyThread( isActive ) )
-        return std::min( kShortWaitMs, GetPatienceSince( inSearch.start ) );
+    const bool isBusy = ioSearch.blocks.HasBusyThread( isActive );
+    const bool isMoving = itsPurgesGoingOn > 0 || itsRoomWaiters->HasArrivals();
+    const std::uint32_t lockPatience = isMoving ? kLongWaitMs : GetPatienceForLocks();
+    if ( lockPatience > 0 )
+        ioSearch.hopefulTime = WClock::GetCoarseTicks();
+    if ( isBusy )
+        return std::min( kShortWaitMs, GetPatienceSince( ioSearch.hopefulTime ) );
+    return std::min( kLongWaitMs, lockPatience );
+}
 
+/// For how long one of the locks that were found is still waited for.
+std::uint32_t XMemoryManager::GetPatienceForLocks()
+{
     const XThreadLock lock( itsMemoryMutex );
     std::uint32_t patience = 0;
     itsBlocks->IsAnySetAside(
         [&]( const XMemoryBlock& inBlock )
         {
-            patience =
-                isActive( inBlock.GetLastLockThread() ) ? GetPatienceSince( inBlock.GetLastLockTime() ) : 0;
+            const bool isWaiting = itsRoomWaiters->IsWaiting( inBlock.GetLastLockThread() );
+            patience = isWaiting ? 0 : GetPatienceSince( inBlock.GetLastLockTime() );
             return patience > 0;
         } );
     return patience;
@@ -202,9 +216,9 @@ std::uint32_t XMemoryManager::GetPatienceFor( const XRoomSearch& inSearch )
 /// What is left, in milliseconds, of a patience that began at a moment.
 std::uint32_t XMemoryManager::GetPatienceSince( std::int64_t inTicks ) const
 {
-    const std::int64_t passed = ( WClock::GetCoarseTicks() - inTicks ) * 1000 / CLOCKS_PER_SEC;
     const std::int64_t patience = itsPatience;
-    return static_cast<std::uint32_t>( std::clamp<std::int64_t>( patience - passed, 0, patience ) );
+    return static_cast<std::uint32_t>(
+        std::clamp<std::int64_t>( patience - GetMillisecondsSince( inTicks ), 0, patience ) );
 }
 
 USize64 XMemoryManager::GetMaxBlockSize( USize64 inSize )

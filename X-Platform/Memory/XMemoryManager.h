@@ -243,7 +243,8 @@ private:
     bool MakeRoom( USize64 inBytes, XRoomSearch& ioSearch );
     USize64 PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch );
     bool WaitForRoom( XRoomSearch& ioSearch );
-    std::uint32_t GetPatienceFor( const XRoomSearch& inSearch );
+    std::uint32_t GetPatienceFor( XRoomSearch& ioSearch );
+    std::uint32_t GetPatienceForLocks();
     std::uint32_t GetPatienceSince( std::int64_t inTicks ) const;
     XPurgeResult PurgeLocked( XMemoryBlock& ioBlock );
     bool LockListed( XMemoryBlock* inBlock );

@@ -43,7 +43,7 @@ XVector<XMemoryBlock*> XPurgeableBlocks::GetAll() const
 void XPurgeableBlocks::XSearch::NoteBusy( const XMemoryBlock& inBlock )
 {
     if ( itsBusyCount < itsBusyThreads.size() )
-        itsBusyThreads[itsBusyCount] = inBlock.GetLastLockThread();
+        itsBusyThreads[itsBusyCount] = inBlock.IsProbablyLocked() ? inBlock.GetLastLockThread() : 0;
     ++itsBusyCount;
 }
 

@@ -43,8 +43,8 @@ public:
     class XSearch
     {
     public:
-        /// Whether one of the threads that last locked the blocks which were passed over, because another thread had
-        /// their mutex, passes a test. Takes it for granted where these are many.
+        /// Whether a test holds for a thread that one of the blocks has locked whose mutex another thread held; 0 stands
+        /// for that of a block which nobody had locked. Taken for granted where there are many.
         template<class Test>
         bool HasBusyThread( Test inTest ) const
         {
