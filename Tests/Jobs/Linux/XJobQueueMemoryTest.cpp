@@ -28,9 +28,9 @@ public:
 
 } // namespace
 
-// The library's memory comes from here too.
+// The library's memory comes from here too. Inlined, these would look like mismatched calls to the compiler.
 
-void* operator new( std::size_t inSize )
+[[gnu::noinline]] void* operator new( std::size_t inSize )
 {
     if ( sThreadWithoutMemory.load( std::memory_order_relaxed ) == WThreadID::GetCurrent() )
         throw std::bad_alloc();
@@ -39,12 +39,12 @@ void* operator new( std::size_t inSize )
     throw std::bad_alloc();
 }
 
-void operator delete( void* inMemory ) noexcept
+[[gnu::noinline]] void operator delete( void* inMemory ) noexcept
 {
     std::free( inMemory );
 }
 
-void operator delete( void* inMemory, std::size_t ) noexcept
+[[gnu::noinline]] void operator delete( void* inMemory, std::size_t ) noexcept
 {
     std::free( inMemory );
 }

@@ -29,6 +29,8 @@ std::int32_t RunForEver()
 
 } // namespace
 
+// Inlined, these would look like mismatched calls to the compiler.
+
 [[gnu::noinline]] void* operator new( std::size_t inSize )
 {
     void* const block = sIsShort && ::gettid() != ::getpid() ? nullptr : std::malloc( inSize );
