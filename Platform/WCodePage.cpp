@@ -1,6 +1,7 @@
 #include "WCodePage.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -147,6 +148,16 @@ char32_t TakeWide( std::wstring_view& ioText )
     return IsCharacter( code ) ? code : kReplacement;
 }
 
+void AppendEscaped( char32_t inCode, std::string& ioText )
+{
+    char digits[8];
+    const auto end = std::to_chars( digits, std::end( digits ), std::uint32_t{ inCode }, 16 ).ptr;
+    ioText += "\\u{";
+    for ( const auto digit : std::string_view( digits, end ) )
+        ioText += digit >= 'a' ? static_cast<char>( digit - 'a' + 'A' ) : digit;
+    ioText += '}';
+}
+
 } // namespace
 
 std::wstring WCodePage::Windows1252ToWide( std::string_view inText )
@@ -201,4 +212,28 @@ std::string WCodePage::Windows1252ToUTF8( std::string_view inText )
 std::string WCodePage::UTF8ToWindows1252( std::string_view inText )
 {
     return IsPlainAscii( inText ) ? std::string( inText ) : WideToWindows1252( UTF8ToWide( inText ) );
+}
+
+std::string WCodePage::UTF8ToWindows1252Escaped( std::string_view inText )
+{
+    constexpr char32_t kMalformed = 0xDC00;
+    std::string text;
+    while ( !inText.empty() )
+    {
+        auto rest = inText;
+        const auto code = TakeUTF8( rest );
+        const auto character = inText.substr( 0, inText.size() - rest.size() );
+        std::string wellFormed;
+        AppendUTF8( code, wellFormed );
+        const bool isMalformed = wellFormed != character;
+        const auto encoded = EncodeWindows1252( code );
+        if ( isMalformed )
+            AppendEscaped( kMalformed + static_cast<unsigned char>( character.front() ), text );
+        else if ( encoded == kNarrowReplacement && code != static_cast<char32_t>( kNarrowReplacement ) )
+            AppendEscaped( code, text );
+        else
+            text += encoded;
+        inText.remove_prefix( isMalformed ? 1 : character.size() );
+    }
+    return text;
 }

@@ -13,9 +13,9 @@
 /// - wide text, UTF-16 or UTF-32 as `wchar_t` is on the system;
 /// - UTF-8.
 ///
-/// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode;
-/// in ANSI text the system may choose a similar character instead. NULs are characters like any other. A conversion
-/// that the system refuses throws WLastErrorException.
+/// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode,
+/// never a character that looks alike. NULs are characters like any other. A conversion that the system refuses throws
+/// WLastErrorException.
 class KORVALE_API WCodePage
 {
 public:
@@ -33,4 +33,8 @@ public:
 
     static std::string Windows1252ToUTF8( std::string_view inText );
     static std::string UTF8ToWindows1252( std::string_view inText );
+
+    /// Loses nothing: a character that has no place becomes `\u{3A9}`, its number in hexadecimal, and each byte of malformed
+    /// input `\u{DCFF}`, 0xDC00 and the byte. What looks like that already stays.
+    static std::string UTF8ToWindows1252Escaped( std::string_view inText );
 };

@@ -1,17 +1,22 @@
 #include "WReplaceFile.h"
 
 #include "Core/XFail.h"
+#include "WFilePath.h"
 #include "WSystemError.h"
 #include "WUnfinishedFiles.h"
 
+#include <atomic>
 #include <random>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
 namespace
 {
+
+std::atomic<unsigned> sUnnamedFiles = 0;
 
 void CheckError( const std::error_code& inError )
 {
@@ -19,21 +24,6 @@ void CheckError( const std::error_code& inError )
         return;
     WSystemError::SetLast( WSystemError::FromErrorCode( inError ) );
     XThrowLastSystemError();
-}
-
-bool Exists( const fs::path& inPath )
-{
-    std::error_code error;
-    return fs::exists( inPath, error );
-}
-
-/// The file behind a symbolic link.
-fs::path ResolveTarget( const fs::path& inTarget )
-{
-    std::error_code error;
-    auto resolved = fs::weakly_canonical( inTarget, error );
-    CheckError( error );
-    return resolved;
 }
 
 /// Short, so that it fits beside a target with the longest of names.
@@ -47,6 +37,19 @@ std::string MakeTemporaryName()
     return name + ".tmp";
 }
 
+/// A second name for the file; where the file system has no hard links, the first one goes.
+std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
+{
+    std::error_code error;
+    fs::create_hard_link( inFrom, inTo, error );
+    if ( !error )
+        return error;
+    if ( WFilePath::Exists( inTo ) )
+        return std::make_error_code( std::errc::file_exists );
+    fs::rename( inFrom, inTo, error );
+    return error;
+}
+
 } // namespace
 
 WReplaceFile::WReplaceFile( const fs::path& inTarget ) : itsTarget( inTarget )
@@ -54,34 +57,82 @@ WReplaceFile::WReplaceFile( const fs::path& inTarget ) : itsTarget( inTarget )
     itsIsDirect = WFile::IsDevice( inTarget );
     if ( itsIsDirect )
     {
-        itsPath = itsTarget;
-        itsFile.Open( itsPath, WFile::kCreate );
+        itsFile.Open( itsTarget, WFile::kCreate );
         return;
     }
-    itsTarget = ResolveTarget( inTarget );
-    const bool isReplacement = Exists( itsTarget );
-    if ( isReplacement )
-        WFile( itsTarget, WFile::kReadWrite ).Close();
-    itsPath = itsTarget.parent_path() / MakeTemporaryName();
-    {
-        const auto hold = WUnfinishedFiles::Hold();
-        itsFile.Open( itsPath, WFile::kCreateNew );
-        WUnfinishedFiles::Add( itsPath );
-    }
     std::error_code error;
-    if ( isReplacement )
-        fs::permissions( itsPath, fs::status( itsTarget, error ).permissions(), error );
+    itsTarget = WFilePath::ResolveLinks( inTarget, error );
+    CheckError( error );
+    if ( WFilePath::Exists( itsTarget ) )
+        CheckReplaceable( itsTarget );
+    if ( sUnnamedFiles < kMostUnnamed )
+        itsFile = OpenUnnamed( itsTarget.parent_path() );
+    itsIsUnnamed = itsFile.IsOpen();
+    if ( itsIsUnnamed )
+        ++sUnnamedFiles;
+    else
+        CreateNamed();
 }
 
 WReplaceFile::~WReplaceFile()
 {
-    if ( itsIsDirect || itsIsCommitted )
+    if ( itsIsDirect )
         return;
     itsFile = WFile();
+    EndUnnamed();
     const auto hold = WUnfinishedFiles::Hold();
+    for ( const auto& path : { itsIsCommitted ? fs::path() : itsPath, itsOldPath } )
+    {
+        if ( path.empty() )
+            continue;
+        std::error_code error;
+        fs::remove( path, error );
+        WUnfinishedFiles::Forget( path );
+    }
+}
+
+void WReplaceFile::CheckTarget( const fs::path& inTarget )
+{
+    if ( WFile::IsDevice( inTarget ) )
+        return;
+    WReplaceFile file( inTarget );
+    if ( file.itsIsUnnamed )
+        file.GiveName();
+}
+
+void WReplaceFile::CreateNamed()
+{
+    const auto path = itsTarget.parent_path() / MakeTemporaryName();
+    const auto hold = WUnfinishedFiles::Hold();
+    itsFile.Open( path, WFile::kCreateNew );
+    itsPath = path;
+    WUnfinishedFiles::Add( itsPath );
+    CopyPermissions( itsPath );
+}
+
+void WReplaceFile::CopyPermissions( const fs::path& inPath ) const
+{
     std::error_code error;
-    fs::remove( itsPath, error );
-    WUnfinishedFiles::Forget( itsPath );
+    const auto status = fs::status( WFilePath::Exists( itsTarget ) ? itsTarget : itsOldPath, error );
+    if ( fs::exists( status ) )
+        fs::permissions( inPath, status.permissions(), error );
+}
+
+void WReplaceFile::GiveName()
+{
+    const auto path = itsTarget.parent_path() / MakeTemporaryName();
+    const auto hold = WUnfinishedFiles::Hold();
+    CheckError( Link( itsFile, path ) );
+    itsPath = path;
+    WUnfinishedFiles::Add( itsPath );
+    CopyPermissions( itsPath );
+    EndUnnamed();
+}
+
+void WReplaceFile::EndUnnamed()
+{
+    if ( std::exchange( itsIsUnnamed, false ) )
+        --sUnnamedFiles;
 }
 
 void WReplaceFile::Complete()
@@ -89,7 +140,8 @@ void WReplaceFile::Complete()
     if ( !itsFile.IsOpen() )
         return;
     itsFile.Flush();
-    itsFile.Close();
+    if ( !itsIsUnnamed )
+        itsFile.Close();
 }
 
 void WReplaceFile::Commit()
@@ -99,10 +151,86 @@ void WReplaceFile::Commit()
     if ( !itsIsDirect )
     {
         const auto hold = WUnfinishedFiles::Hold();
+        if ( itsIsUnnamed )
+            GiveName();
+        itsFile.Close();
         std::error_code error;
         fs::rename( itsPath, itsTarget, error );
         CheckError( error );
         WUnfinishedFiles::Forget( itsPath );
     }
     itsIsCommitted = true;
+}
+
+void WReplaceFile::KeepOld()
+{
+    XAssert( !itsIsCommitted );
+    std::error_code ignored;
+    if ( itsIsDirect || !itsOldPath.empty() || !fs::is_regular_file( itsTarget, ignored ) )
+        return;
+    CheckReplaceable( itsTarget ); // Else the second name might have to stay.
+    const auto path = itsTarget.parent_path() / MakeTemporaryName();
+    const auto hold = WUnfinishedFiles::Hold();
+    CheckError( LinkOrMove( itsTarget, path ) );
+    itsOldPath = path;
+    WUnfinishedFiles::Add( itsOldPath );
+}
+
+void WReplaceFile::Undo()
+{
+    if ( itsIsDirect )
+        return;
+    const auto hold = WUnfinishedFiles::Hold();
+    if ( itsIsCommitted )
+    {
+        if ( LinkOrMove( itsTarget, itsPath ) )
+            return LeaveOld();
+        WUnfinishedFiles::Add( itsPath );
+        itsIsCommitted = false;
+        std::error_code ignored;
+        if ( itsOldPath.empty() )
+            fs::remove( itsTarget, ignored );
+    }
+    PutOldBack();
+}
+
+void WReplaceFile::LeaveOld()
+{
+    if ( itsOldPath.empty() )
+        return;
+    WUnfinishedFiles::Forget( itsOldPath );
+    itsOldPath.clear();
+}
+
+void WReplaceFile::PutOldBack()
+{
+    if ( itsOldPath.empty() )
+        return;
+    std::error_code ignored;
+    if ( WFilePath::GetKey( itsOldPath ) == WFilePath::GetKey( itsTarget ) )
+        fs::remove( itsOldPath, ignored ); // Renaming would leave both names.
+    else
+        fs::rename( itsOldPath, itsTarget, ignored );
+    LeaveOld();
+}
+
+fs::path WReplaceFile::KeepNew()
+{
+    XAssert( !itsIsCommitted && !itsIsDirect );
+    constexpr int kMostNames = 1000;
+    const auto hold = WUnfinishedFiles::Hold();
+    std::error_code error;
+    for ( int number = 1; number < kMostNames; ++number )
+    {
+        auto path = itsTarget;
+        path += ".new" + ( number > 1 ? "-" + std::to_string( number ) : "" );
+        error = itsIsUnnamed ? Link( itsFile, path ) : LinkOrMove( itsPath, path );
+        if ( error == std::errc::file_exists )
+            continue;
+        CheckError( error );
+        CopyPermissions( path );
+        return path;
+    }
+    CheckError( error );
+    return {};
 }

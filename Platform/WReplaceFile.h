@@ -2,41 +2,78 @@
 
 #include "WFile.h"
 
+#include <system_error>
+
 /// Writes a file beside its target and renames it into place, so that the target is either the old file or
-/// the whole new one. Until then it is one of the WUnfinishedFiles. A target that is a device is written directly.
+/// the whole new one. A target that is a device is written directly.
+///
+/// Until it takes its place the file has no name, where the file system knows such files, and is gone however the
+/// process ends. Elsewhere, and for files beyond `kMostUnnamed` at a time, each of which holds a descriptor, it is a
+/// hidden file and one of the WUnfinishedFiles.
 /// Failures throw WLastErrorException.
 class KORVALE_API WReplaceFile
 {
 public:
-    /// Makes the temporary file in the target's folder. A target that exists must be writable, and keeps its
-    /// permissions; a symbolic link stays one and the file it points to is replaced.
+    static constexpr unsigned kMostUnnamed = 256;
+
+    /// Makes the new file in the target's folder. A target that exists must be writable, and keeps its permissions; a
+    /// symbolic link stays one, and the file it points to is replaced or, where it is missing, made.
     explicit WReplaceFile( const std::filesystem::path& inTarget );
     WReplaceFile( const WReplaceFile& ) = delete;
     WReplaceFile& operator=( const WReplaceFile& ) = delete;
 
-    /// Removes the temporary file unless it was committed.
+    /// Removes the new file unless it was committed or kept, and the old one.
     ~WReplaceFile();
 
-    /// Where to write. Other writers than WFile may use `GetPath` instead and leave this file alone.
-    WFile& GetFile() { return itsFile; }
+    /// Throws what would prevent a file from being made and put there now. Leaves no trace; says nothing about devices,
+    /// which are not opened.
+    static void CheckTarget( const std::filesystem::path& inTarget );
 
-    /// The path that is being written: the temporary file, or the device.
-    const std::filesystem::path& GetPath() const { return itsPath; }
+    /// Where to write, until the file is complete.
+    WFile& GetFile() { return itsFile; }
 
     /// True when the target is a device and nothing will be renamed.
     bool IsDirect() const { return itsIsDirect; }
 
-    /// Puts the data on the disk and closes the file, so that all that takes long or fails is done before several files
-    /// take their places.
+    /// Puts the data on the disk, so that all that takes long or fails is done before several files take their places.
     void Complete();
 
-    /// Completes the file and renames it over the target. May be called once.
+    /// Completes the file and renames it over the target. May be called once, unless it is undone.
     void Commit();
+
+    /// Before Commit: keeps the file that is replaced, if there is one, for Undo.
+    void KeepOld();
+
+    /// Takes Commit and KeepOld back as far as the system lets it: the target is the old file again, or missing as it was.
+    /// An old file that cannot be put back stays beside the target under a hidden name. For a device it does nothing.
+    void Undo();
+
+    /// Gives the complete file, which could not take its place, a name beside its target: the target's and ".new", or
+    /// ".new-2" and so on. Returns the path. For a file that is not committed; not for a device.
+    std::filesystem::path KeepNew();
 
 private:
     std::filesystem::path itsTarget;
-    std::filesystem::path itsPath;
+    std::filesystem::path itsPath;    // the new file's; empty while it has no name
+    std::filesystem::path itsOldPath; // of the file that is kept for Undo; empty: none
     WFile itsFile;
     bool itsIsDirect = false;
+    bool itsIsUnnamed = false; // counts as one of kMostUnnamed
     bool itsIsCommitted = false;
+
+    void CreateNamed();
+    void CopyPermissions( const std::filesystem::path& inPath ) const;
+    void GiveName();
+    void EndUnnamed();
+    void PutOldBack();
+    void LeaveOld();
+
+    // The system's part.
+
+    /// An open file in the folder without a name; a closed one where there can be none.
+    static WFile OpenUnnamed( const std::filesystem::path& inFolder );
+    /// Gives it one; an error when the name is taken.
+    static std::error_code Link( const WFile& inUnnamed, const std::filesystem::path& inPath );
+    /// Throws when the file, which exists, cannot be written or replaced by this process.
+    static void CheckReplaceable( const std::filesystem::path& inFile );
 };

@@ -1,5 +1,7 @@
 #include "WConsole.h"
 
+#include "WSizeLimit.h"
+
 #include <cstdlib>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -10,7 +12,10 @@ std::vector<std::string> WConsole::GetArguments( int inArgCount, char** inArgs )
     return { inArgs + ( inArgCount > 0 ? 1 : 0 ), inArgs + inArgCount };
 }
 
-void WConsole::PrepareOutput() {}
+void WConsole::PrepareOutput()
+{
+    WSizeLimit::MakeItAnError();
+}
 
 void WConsole::RestoreOutput() {}
 

@@ -1,6 +1,7 @@
 #include "WFile.h"
 
 #include "WErrno.h"
+#include "WSizeLimit.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -53,6 +54,8 @@ bool IsDirectory( int inDescriptor )
 void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
 {
     Close();
+    if ( inMode != kRead )
+        WSizeLimit::MakeItAnError();
     const int descriptor =
         Retry( [&] { return ::open( inPath.c_str(), GetOpenFlags( inMode ) | O_CLOEXEC, 0666 ); } );
     if ( descriptor == -1 )

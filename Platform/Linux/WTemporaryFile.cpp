@@ -2,9 +2,9 @@
 
 #include "WDescriptorLimit.h"
 #include "WErrno.h"
+#include "WSizeLimit.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <string>
 
@@ -26,19 +26,11 @@ int CreateAndUnlink( const std::filesystem::path& inFolder )
     return descriptor;
 }
 
-/// A limit on the size of files is to be an error of the write that reaches it, not the end of the process.
-void IgnoreSizeSignal()
-{
-    struct sigaction action = {};
-    if ( ::sigaction( SIGXFSZ, nullptr, &action ) == 0 && action.sa_handler == SIG_DFL )
-        ::signal( SIGXFSZ, SIG_IGN );
-}
-
 } // namespace
 
 std::intptr_t WTemporaryFile::Create( const std::filesystem::path& inFolder )
 {
-    IgnoreSizeSignal();
+    WSizeLimit::MakeItAnError();
     int descriptor = WDescriptorLimit::Retry(
         [&] { return ::open( inFolder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600 ); } );
     if ( descriptor == -1 && ( errno == EOPNOTSUPP || errno == EISDIR ) )

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -48,6 +49,24 @@ TEST( WCodePageTest, WhatHasNoPlaceBecomesAQuestionMark )
 {
     EXPECT_EQ( WCodePage::WideToAnsi( L"a\x4E2Dz" ), "a?z" );
     EXPECT_EQ( WCodePage::UTF8ToAnsi( "a\xE4\xB8\xADz" ), "a?z" );
+    EXPECT_EQ( WCodePage::UTF8ToAnsi( "\xCE\xA9" ), "?" ) << "no letter that looks alike";
+}
+
+TEST( WCodePageTest, EscapesLoseNothing )
+{
+    const std::pair<std::string, std::string> cases[] = {
+        { "plain \\u{41}", "plain \\u{41}" },
+        { "\xC3\xA9\xE2\x82\xAC", "\xE9\x80" },
+        { "\xCE\xA9.tif", "\\u{3A9}.tif" },
+        { "\xEF\xBF\xBD\xF0\x9F\x98\x80", "\\u{FFFD}\\u{1F600}" },
+        { "e\xCC\x81", "e\\u{301}" },
+        { "a\xFFz\xE2\x82", "a\\u{DCFF}z\\u{DCE2}\\u{DC82}" },
+        { "\xC0\xAF\xED\xA0\x80", "\\u{DCC0}\\u{DCAF}\\u{DCED}\\u{DCA0}\\u{DC80}" },
+    };
+    for ( const auto& [text, escaped] : cases )
+        EXPECT_EQ( WCodePage::UTF8ToWindows1252Escaped( text ), escaped );
+    const auto bytes = MakeAllBytes();
+    EXPECT_EQ( WCodePage::UTF8ToWindows1252Escaped( WCodePage::Windows1252ToUTF8( bytes ) ), bytes );
 }
 
 TEST( WCodePageTest, KeepsNulsAndNothing )

@@ -4,6 +4,9 @@
 #include "TestErrors.h"
 #include "TestFolder.h"
 
+#include <memory>
+#include <vector>
+
 namespace fs = std::filesystem;
 
 namespace
@@ -76,6 +79,97 @@ TEST( WReplaceFileTest, FollowsLinksAndKeepsPermissions )
     EXPECT_TRUE( fs::is_symlink( folder / "link" ) );
     EXPECT_EQ( folder.Read( "real" ), "new" );
     EXPECT_EQ( fs::status( target ).permissions(), fs::perms::owner_read | fs::perms::owner_write );
+}
+
+TEST( WReplaceFileTest, MakesTheFileThatALinkLeadsTo )
+{
+    const TestFolder folder;
+    std::error_code error;
+    fs::create_symlink( "real", folder / "link", error );
+    if ( error )
+        GTEST_SKIP() << "no symbolic links here";
+    Replace( folder / "link", "new" );
+    EXPECT_TRUE( fs::is_symlink( folder / "link" ) );
+    EXPECT_EQ( folder.Read( "real" ), "new" );
+    fs::create_symlink( "circle", folder / "circle" );
+    EXPECT_NE( ErrorOf( [&] { Replace( folder / "circle", "new" ); } ), 0u );
+}
+
+TEST( WReplaceFileTest, IsUndoneAndKept )
+{
+    const TestFolder folder;
+    const auto target = folder.Write( "old", "old" );
+    folder.Write( "old.new", "other" );
+    {
+        WReplaceFile replaced( target ), made( folder / "made" ), blocked( folder / "blocked" );
+        for ( auto* file : { &replaced, &made, &blocked } )
+        {
+            file->GetFile().WriteAt( 0, "new", 3 );
+            file->Complete();
+            file->KeepOld();
+        }
+        replaced.Commit();
+        made.Commit();
+        EXPECT_EQ( folder.Read( "old" ) + folder.Read( "made" ), "newnew" );
+        fs::create_directories( folder / "blocked/below" );
+        EXPECT_NE( ErrorOf( [&] { blocked.Commit(); } ), 0u );
+
+        for ( auto* file : { &replaced, &made, &blocked } )
+            file->Undo();
+        EXPECT_EQ( folder.Read( "old" ), "old" );
+        EXPECT_FALSE( fs::exists( folder / "made" ) );
+        EXPECT_EQ( replaced.KeepNew().filename(), "old.new-2" );
+        EXPECT_EQ( made.KeepNew().filename(), "made.new" );
+        EXPECT_EQ( blocked.KeepNew().filename(), "blocked.new" );
+    }
+    EXPECT_EQ(
+        folder.Read( "old.new-2" ) + folder.Read( "made.new" ) + folder.Read( "blocked.new" ), "newnewnew" );
+    EXPECT_EQ( folder.Read( "old.new" ), "other" );
+    EXPECT_EQ( folder.CountEntries(), 6u ) << "old, old.new, blocked and what was kept";
+}
+
+TEST( WReplaceFileTest, SaysBeforehandWhatCannotBeReplaced )
+{
+    const TestFolder folder;
+    const auto file = folder.Write( "file", "old" );
+    WReplaceFile::CheckTarget( file );
+    WReplaceFile::CheckTarget( folder / "new" );
+    EXPECT_EQ( ErrorOf( [&] { WReplaceFile::CheckTarget( folder.GetPath() ); } ), 336u );
+    EXPECT_NE( ErrorOf( [&] { WReplaceFile::CheckTarget( folder / "missing" / "out" ); } ), 0u );
+    EXPECT_EQ( folder.CountEntries(), 1u );
+    EXPECT_EQ( folder.Read( "file" ), "old" );
+
+    const std::ifstream reader( file ); // On Windows others may write the file now, but not replace it.
+    WReplaceFile replacement( folder / "second" );
+    bool isReplaceable = true;
+    try
+    {
+        WReplaceFile::CheckTarget( file );
+    }
+    catch ( const XException& )
+    {
+        isReplaceable = false;
+    }
+    std::error_code error;
+    fs::rename( folder.Write( "third", "new" ), file, error );
+    EXPECT_EQ( isReplaceable, !error );
+}
+
+TEST( WReplaceFileTest, HoldsManyFilesAtATime )
+{
+    const TestFolder folder;
+    std::vector<std::unique_ptr<WReplaceFile>> files;
+    const auto count = WReplaceFile::kMostUnnamed + 20;
+    for ( unsigned i = 0; i < count; ++i )
+    {
+        files.push_back( std::make_unique<WReplaceFile>( folder / std::to_string( i ) ) );
+        files.back()->GetFile().WriteAt( 0, "x", 1 );
+        files.back()->Complete();
+    }
+    for ( const auto& file : files )
+        file->Commit();
+    EXPECT_EQ( folder.CountEntries(), count );
+    EXPECT_EQ( folder.Read( "0" ) + folder.Read( std::to_string( count - 1 ) ), "xx" );
 }
 
 TEST( WReplaceFileTest, WritesDevicesDirectly )

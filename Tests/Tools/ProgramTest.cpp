@@ -1,3 +1,5 @@
+#include "AnsiText.h"
+#include "OutputFiles.h"
 #include "ProgramRun.h"
 #include "TIFFWriter.h"
 #include "TestImages.h"
@@ -114,6 +116,130 @@ TEST_F( Program, RefusesWrongUsage )
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
     EXPECT_EQ( itsFolder.Read( "image.png" ), FromHex( kGrey8 ) );
     EXPECT_EQ( Run( { "measure", "--help" } ), 0 );
+}
+
+TEST_F( Program, RefusesFilesThatAreOneAnother )
+{
+    const auto image = WriteImage( "image.png" ), table = Name( "table" );
+    ASSERT_EQ( Run( { "measure", image, "-o", table, "-q" } ), 0 );
+    const auto before = itsFolder.Read( "table" );
+    std::filesystem::create_hard_link( itsFolder / "table", itsFolder / "hard" );
+    const auto path = Name( "./no/../table" ), hard = Name( "hard" ), csv = Name( "new.csv" );
+    std::filesystem::create_directory( itsFolder / "no" );
+    std::vector<std::vector<std::string>> cases{
+        { "show", table, "--log", table },
+        { "show", hard, "--log", path },
+        { "measure", image, "--log", image },
+        { "measure", image, "-o", csv, "--log", csv },
+        { "measure", image, "--csv", Name( "log.2" ), "--log", Name( "log" ) },
+        { "measure", image, "--csv", Name( "N1.csv" ), "-o", Name( "n1.CSV" ) },
+        { "measure", image, "--overlay", image },
+        { "measure", image, "--overlay", Name( "o.png" ), "--csv", Name( "o.png" ) },
+        { "measure", image, "--background", "min", "--save-background", csv, "--csv", csv },
+        { "sample", Name( "none" ), "--log", Name( "none/truth.csv" ) },
+        { "pivot", table, "--values", "area", "--with", "mean", "-o", table },
+        { "pivot", table, "--values", "area", "--with", "mean", "--csv", hard },
+        { "sort", table, "--by", "area", "-o", path },
+        { "filter", table, "--where", "area > 1", "-o", hard },
+        { "export", table, "--npz", table },
+        { "export", table, "--npz", csv, "--csv", csv },
+        { "plot", table, "--histogram", "area", "-o", Name( "p.svg" ), "--log", Name( "p.svg" ) },
+    };
+    std::error_code error;
+    std::filesystem::create_symlink( "table", itsFolder / "link", error );
+    std::filesystem::create_symlink( "new.csv", itsFolder / "dangling", error );
+    if ( !error )
+    {
+        cases.push_back( { "filter", Name( "link" ), "--where", "area > 1", "-o", table } );
+        cases.push_back( { "measure", image, "--csv", csv, "--log", Name( "dangling" ) } );
+    }
+    const auto entries = itsFolder.CountEntries();
+    for ( const auto& arguments : cases )
+    {
+        EXPECT_EQ( Run( arguments ), 2 ) << arguments[0] << arguments.back();
+        EXPECT_EQ( itsError.str().find( "korvale: " + arguments[0] + ": " ), 0u ) << itsError.str();
+    }
+    EXPECT_EQ( itsFolder.CountEntries(), entries );
+    EXPECT_EQ( itsFolder.Read( "table" ), before );
+    EXPECT_EQ( itsFolder.Read( "image.png" ), FromHex( kGrey8 ) );
+}
+
+TEST_F( Program, TellsImagesApartByNameAndFolder )
+{
+    for ( const auto* folder : { "1/a/x", "1/b/x", "2/a/x" } )
+        std::filesystem::create_directories( itsFolder / folder );
+    const auto measure = [&]( const std::vector<std::string>& inNames )
+    {
+        std::vector<std::string> arguments{ "measure", "-q", "-o", Name( "t" ), "--csv", Name( "c" ) };
+        for ( const auto& name : inNames )
+            arguments.push_back(
+                std::filesystem::exists( itsFolder / name ) ? Name( name ) : WriteImage( name ) );
+        ASSERT_EQ( Run( arguments ), 0 ) << itsError.str();
+    };
+    const auto pivot = [&]( const std::string& inRows )
+    {
+        EXPECT_EQ(
+            Run(
+                { "pivot", Name( "t" ), "--rows", inRows, "--values", "id", "--with", "count", "--csv",
+                  Name( "p" ) } ),
+            0 )
+            << itsError.str();
+        return itsFolder.Read( "p" );
+    };
+    measure( { "1/a/x/i.png", "1/a/x/i.png", "1/b/x/j.png" } );
+    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Name,Timepoint," ), 0u );
+    measure( { "1/a/x/i.png", "1/b/x/i.png", "2/a/x/i.png", "1/b/x/j.png" } );
+    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Name,Folder,Timepoint," ), 0u );
+    EXPECT_EQ(
+        pivot( "folder,name" ), "Folder,Name,Count\n1/a,i.png,1\n1/b,i.png,1\n1/b,j.png,1\n2/a,i.png,1\n" );
+    measure( { "i.png", "1/a/x/i.png" } );
+    EXPECT_EQ( pivot( "folder" ), "Folder,Count\n.,1\n1/a/x,1\n" );
+
+    const std::string omega = "\u03A9.png", middle = "\u4E2D.png", accent = "\u00E9.png";
+    for ( const auto& name : { omega, middle, accent } )
+        std::filesystem::copy( itsFolder / "i.png", PathFromUTF8( Name( name ) ) );
+    EXPECT_EQ(
+        Run( { "measure", Name( omega ), Name( middle ), Name( accent ), "-q", "-o", Name( "t" ) } ), 0 );
+    EXPECT_EQ( pivot( "name" ), "Name,Count\n\\u{3A9}.png,1\n\\u{4E2D}.png,1\n\u00E9.png,1\n" );
+    for ( const auto& name : { omega, std::string( "\\u{3A9}.png" ) } )
+        EXPECT_EQ( Run( { "filter", Name( "t" ), "--where", "name = " + name, "--csv", Name( "f" ) } ), 0 );
+    EXPECT_EQ( FromFileName( "\\u{3A9} \\u" ).GetStringView(), "\\u{5C}u{3A9} \\u" );
+}
+
+TEST_F( Program, ChecksItsOutputsBeforeItMeasures )
+{
+    // The image cannot be read, which would be told first.
+    itsFolder.Write( "text.png", "no image\n" );
+    for ( const auto* output : { "no/such/folder.png", "text.png/below.png" } )
+        for ( const auto* option : { "-o", "--csv", "--overlay" } )
+        {
+            EXPECT_EQ( Run( { "measure", Name( "text.png" ), option, Name( output ) } ), 1 );
+            EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( output ) + ": " ), 0u );
+        }
+}
+
+TEST_F( Program, PutsFilesInPlaceTogetherOrKeepsThem )
+{
+    itsFolder.Write( "a", "old" );
+    std::vector<CompleteFile> files;
+    for ( const auto* name : { "a", "b" } )
+        files.push_back(
+            WriteCompleteFile( { Name( name ), []( WFile& ioFile ) { ioFile.WriteAt( 0, "new", 3 ); } } ) );
+    std::filesystem::create_directories( itsFolder / "b/below" );
+    try
+    {
+        PutInPlace( std::move( files ) );
+        FAIL() << "a folder was replaced";
+    }
+    catch ( const std::runtime_error& error )
+    {
+        const std::string text = error.what();
+        EXPECT_EQ( text.find( "cannot write " + Name( "b" ) + ": " ), 0u ) << text;
+        EXPECT_NE( text.find( "; the result is kept as " ), std::string::npos ) << text;
+        EXPECT_NE( text.find( "b.new" ), std::string::npos ) << text;
+    }
+    EXPECT_EQ( itsFolder.Read( "a" ) + itsFolder.Read( "a.new" ) + itsFolder.Read( "b.new" ), "oldnewnew" );
+    EXPECT_EQ( itsFolder.CountEntries(), 4u );
 }
 
 TEST_F( Program, TellsOfImagesItCannotRead )

@@ -9,6 +9,7 @@ import array
 import fcntl
 import os
 import pathlib
+import resource
 import select
 import signal
 import subprocess
@@ -138,6 +139,42 @@ def check_killed(program, folder):
     print("killed with pages moved out of memory: nothing left")
 
 
+def has_unnamed_files(folder):
+    try:
+        os.close(os.open(folder, os.O_TMPFILE | os.O_RDWR))
+        return True
+    except OSError:
+        return False
+
+
+def check_killed_writing(program, folder):
+    """What it has written of an output goes with it."""
+    if not has_unnamed_files(folder):
+        return print("killed while writing: not checked, this file system keeps the file")
+    out = folder / "out"
+    out.mkdir()
+    process = start(program, folder, ["sample", "out", "--planes", "2000", "-q"])
+    while process.poll() is None and not has_open_file_in(process, out):
+        pass
+    process.kill()
+    process.communicate()
+    if process.returncode != -signal.SIGKILL or entries(out):
+        faults.append(f"killed while writing: status {process.returncode}, {entries(out)}")
+    out.rmdir()
+    print("killed while writing: nothing left")
+
+
+def check_size_limit(program, folder):
+    """A limit on the size of files is an error like any other."""
+    before = entries(folder)
+    limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+    process = start(program, folder, ["sample", "stack", "--planes", "9", "-q"], preexec_fn=limit)
+    error = process.communicate(timeout=LIMIT)[1].decode()
+    if process.returncode != 1 or "cannot write stack: " not in error or entries(folder) != before:
+        faults.append(f"size limit: status {process.returncode}, {error}, {entries(folder)}")
+    print(f"size limit: {error.strip()}")
+
+
 def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
     with tempfile.TemporaryDirectory(prefix="korvale-test-") as name:
@@ -157,6 +194,8 @@ def main():
         check_blocked(program, folder, [signal.SIGINT, signal.SIGTERM])
         check_ignored(program, folder)
         check_killed(program, folder)
+        check_killed_writing(program, folder)
+        check_size_limit(program, folder)
     for fault in faults:
         print(fault, file=sys.stderr)
     return 1 if faults else 0

@@ -11,7 +11,19 @@ std::string ToUTF8( const XString& inText )
 
 XString FromUTF8( const std::string& inText )
 {
-    return WCodePage::UTF8ToWindows1252( inText );
+    return WCodePage::UTF8ToWindows1252Escaped( inText );
+}
+
+XString FromFileName( const std::string& inName )
+{
+    constexpr std::string_view kEscape = "\\u{", kBackslash = "\\u{5C}";
+    auto name = inName;
+    for ( auto found = name.find( kEscape ); found != std::string::npos; found = name.find( kEscape, found ) )
+    {
+        name.replace( found, 1, kBackslash );
+        found += kBackslash.size();
+    }
+    return FromUTF8( name );
 }
 
 std::string ToUTF8Line( const XString& inText )

@@ -10,7 +10,12 @@
 // in the ANSI code page of the system: XString::ToUTF8 and XString::FromUTF8.
 
 std::string ToUTF8( const XString& inText );
+/// Characters that have no place become `\u{3A9}`, as WCodePage::UTF8ToWindows1252Escaped has it.
 XString FromUTF8( const std::string& inText );
+
+/// The same for the name of a file, with the backslash of a `\u{` in the name as `\u{5C}`: different names have different
+/// texts.
+XString FromFileName( const std::string& inName );
 
 /// On one line: blanks in place of line breaks and other control characters.
 std::string ToUTF8Line( const XString& inText );

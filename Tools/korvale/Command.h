@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CommandFiles.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -37,6 +39,9 @@ public:
 
     /// Checks what the options cannot check one by one. Throws WrongUsage or CLI::Error.
     virtual void Check() const {}
+
+    /// The files that the options name; before anything is done the program checks that none of them is another.
+    virtual CommandFiles GetFiles() const = 0;
 
     /// Does the work, on a thread of the program's own, and returns the exit status. Failures of which there is no more
     /// to say are thrown, and so are WrongUsage and the user's abort (1001).

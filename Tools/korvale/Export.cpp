@@ -29,10 +29,13 @@ void Export::Check() const
 {
     if ( itsCSV.empty() && itsNPZ.empty() )
         throw WrongUsage( "there is no file to write: --csv or --npz is required" );
-    if ( !itsCSV.empty() && !itsNPZ.empty() && IsSameFile( itsCSV, itsNPZ ) )
-        throw WrongUsage( "the CSV file and the one for numpy are the same file" );
-    CheckKeepsTable( itsCSV );
-    CheckKeepsTable( itsNPZ );
+}
+
+std::vector<std::string> Export::GetOutputNames() const
+{
+    std::vector<std::string> names{ itsCSV, itsNPZ };
+    std::erase( names, "" );
+    return names;
 }
 
 int Export::RunOnTable( XPivotTable& ioTable, Session& )

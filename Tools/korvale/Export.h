@@ -11,6 +11,7 @@ public:
 
 protected:
     const char* GetTitle() const override { return "Exporting"; }
+    std::vector<std::string> GetOutputNames() const override;
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:

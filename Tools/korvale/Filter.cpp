@@ -22,8 +22,6 @@ CLI::App* Filter::Declare( CLI::App& ioProgram )
 void Filter::Check() const
 {
     itsConditions.Check();
-    itsOutputs.Check();
-    CheckKeepsTable( itsOutputs.GetCSVName() );
 }
 
 int Filter::RunOnTable( XPivotTable& ioTable, Session& ioSession )

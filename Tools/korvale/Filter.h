@@ -13,6 +13,7 @@ public:
 
 protected:
     const char* GetTitle() const override { return "Filtering"; }
+    std::vector<std::string> GetOutputNames() const override { return itsOutputs.GetNames(); }
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:

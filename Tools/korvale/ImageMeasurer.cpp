@@ -30,7 +30,10 @@ struct ImageMeasurer::Image
     Image( const std::string& inPath, const ReadSettings& inReading )
         : path( inPath ), readers( PathFromUTF8( inPath ), inReading ), results( readers.GetPageCount() )
     {
-        measurement.name = PathToUTF8( PathFromUTF8( inPath ).filename() );
+        const auto full = std::filesystem::absolute( PathFromUTF8( inPath ) ).lexically_normal();
+        measurement.name = PathToUTF8( full.filename() );
+        const auto folder = full.parent_path().generic_u8string();
+        measurement.folder = std::string( folder.begin(), folder.end() );
     }
     std::uint32_t GetPageCount() const { return static_cast<std::uint32_t>( results.size() ); }
     bool IsComplete() const { return gathered == results.size(); }

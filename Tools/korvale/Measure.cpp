@@ -108,6 +108,8 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "out. Small pages are enlarged, and those of more than 5000 pixels a side reduced. With pages 0, 1, ... the files\n"
         "are FILE-0000.png, FILE-0001.png, ...; with several images FILE-IMAGE.png or FILE-IMAGE-0000.png, and\n"
         "-2, -3, ... behind that for more images of one name.\n"
+        "Images in different folders that have equal names are told apart in a column Folder. Characters of names that\n"
+        "Windows-1252, the encoding of tables, lacks are written as their numbers, \\u{3A9}.\n"
         "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
         "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
         "is 1. Interrupted, the command writes no file; the exit status is 130.\n"
@@ -189,18 +191,18 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
 
 void Measure::Check() const
 {
-    itsOutputs.Check();
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
         throw WrongUsage( itsOverlay + " does not end in .png" );
-    for ( const auto& name : itsOutputs.GetNames() )
-        if ( !itsBackgroundFile.empty() && IsSameFile( itsBackgroundFile, name ) )
-            throw WrongUsage( "the background and another output are the same file" );
     if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
         throw WrongUsage( "--save-background takes the background of one image, not of several" );
-    for ( const auto& image : itsImages )
-        for ( const auto& output : GetOutputNames() )
-            if ( IsSameFile( image, output ) )
-                throw WrongUsage( output + " is an image to measure; it would be overwritten" );
+}
+
+CommandFiles Measure::GetFiles() const
+{
+    CommandFiles files{ itsImages, GetOutputNames() };
+    if ( !itsOverlay.empty() )
+        files.outputs.push_back( itsOverlay );
+    return files;
 }
 
 int Measure::Run( Session& ioSession )
@@ -208,7 +210,8 @@ int Measure::Run( Session& ioSession )
     if ( itsIsQuiet )
         ioSession.progress.Silence();
     const MemoryBudget budget( ParseByteCount( itsMemory ) );
-    auto overlays = MakeOverlayFiles();
+    CheckOutputFiles( GetFiles().outputs );
+    auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
     ImageMeasurer measurer(
         GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
         overlays ? &*overlays : nullptr, ioSession );
@@ -242,12 +245,14 @@ std::vector<std::string> Measure::GetOutputNames() const
     return names;
 }
 
-std::optional<OverlayFiles> Measure::MakeOverlayFiles() const
+std::optional<OverlayFiles> Measure::MakeOverlayFiles( const std::string& inLog ) const
 {
     if ( itsOverlay.empty() )
         return std::nullopt;
     auto others = GetOutputNames();
     others.insert( others.end(), itsImages.begin(), itsImages.end() );
+    if ( !inLog.empty() )
+        others.push_back( inLog );
     return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.size() > 1, others );
 }
 

@@ -17,6 +17,7 @@ class Measure : public Command
 public:
     CLI::App* Declare( CLI::App& ioProgram ) override;
     void Check() const override;
+    CommandFiles GetFiles() const override;
     int Run( Session& ioSession ) override;
 
 private:
@@ -40,7 +41,7 @@ private:
 
     MeasureSettings GetSettings() const;
     ReadSettings GetReadSettings() const;
-    std::optional<OverlayFiles> MakeOverlayFiles() const;
+    std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
     BackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;
     XPivotTable WriteFiles(

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
 #include <memory>
 #include <stdexcept>
 
@@ -22,13 +23,67 @@ const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a ta
 /// The columns of one channel, in their order.
 constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStandardDeviation, kPivotSum };
 
+/// True when images of one name lie in different folders.
+bool HaveNamesInSeveralFolders( const std::vector<ImageMeasurement>& inImages )
+{
+    std::map<std::string, std::string> folderOfName;
+    return std::ranges::any_of(
+        inImages,
+        [&]( const ImageMeasurement& inImage )
+        { return folderOfName.emplace( inImage.name, inImage.folder ).first->second != inImage.folder; } );
+}
+
+std::vector<std::string> SplitPath( const std::string& inPath )
+{
+    std::vector<std::string> parts( 1 );
+    for ( const auto character : inPath )
+        if ( character == '/' )
+            parts.emplace_back();
+        else
+            parts.back() += character;
+    return parts;
+}
+
+/// The images' folders without the outermost and the innermost ones that all of them have in common; "." where nothing is
+/// left.
+std::vector<std::string> GetDifferingFolders( const std::vector<ImageMeasurement>& inImages )
+{
+    std::vector<std::vector<std::string>> paths;
+    for ( const auto& image : inImages )
+        paths.push_back( SplitPath( image.folder ) );
+    const auto areAllLike = [&]( const std::string& inPart, auto inGetPart ) {
+        return std::ranges::all_of(
+            paths, [&]( const auto& inPath ) { return inGetPart( inPath ) == inPart; } );
+    };
+    const auto shortest =
+        paths.empty() ? 0 : std::ranges::min( paths, {}, &std::vector<std::string>::size ).size();
+    std::size_t first = 0, last = 0;
+    while ( first < shortest &&
+            areAllLike( paths[0][first], [&]( const auto& inPath ) { return inPath[first]; } ) )
+        ++first;
+    const auto getFromEnd = [&]( const auto& inPath ) { return inPath[inPath.size() - 1 - last]; };
+    while ( first + last < shortest && areAllLike( getFromEnd( paths[0] ), getFromEnd ) )
+        ++last;
+
+    std::vector<std::string> folders;
+    for ( const auto& path : paths )
+    {
+        std::string folder;
+        for ( auto i = first; i + last < path.size(); ++i )
+            folder += ( i > first ? "/" : "" ) + path[i];
+        folders.push_back( folder.empty() ? "." : folder );
+    }
+    return folders;
+}
+
 /// A table that is being filled, with its columns at hand.
 class Filler
 {
 public:
-    Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea );
+    Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea );
 
-    void AddImage( const ImageMeasurement& inImage );
+    /// The folder as the table is to show it.
+    void AddImage( const ImageMeasurement& inImage, const std::string& inFolder );
     XPivotTable TakeTable() { return std::move( itsTable ); }
 
 private:
@@ -38,6 +93,7 @@ private:
     XPivotRowRefColumn* itsID;
     XPivotOtherRowRefColumn* itsParentID = nullptr;
     XPivotStringColumn* itsName;
+    XPivotStringColumn* itsFolder = nullptr;
     XPivotUInt32Column* itsTimepoint;
     XPivotUInt32Column* itsPixelCount;
     XPivotFloatColumn* itsArea = nullptr;
@@ -53,13 +109,16 @@ private:
     {
         return &itsTable.AddColumn( std::make_unique<Column>( inID, XString(), inChannel, inUnits ) );
     }
-    void AddPage( const XString& inName, std::uint32_t inTimepoint, const PageMeasurement& inPage );
+    void AddPage(
+        const XString& inName, const XString& inFolder, std::uint32_t inTimepoint,
+        const PageMeasurement& inPage );
     void AddParent( const PageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow );
     void AddShape( const ObjectShape& inShape, const PageMeasurement& inPage );
     void AddStatistics( const PageMeasurement& inPage, std::size_t inObject );
 };
 
-Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea ) : itsChannelCount( inChannels )
+Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea )
+    : itsChannelCount( inChannels )
 {
     itsID = Add<XPivotRowRefColumn>( kPivotID );
     if ( inHasParents )
@@ -68,6 +127,9 @@ Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea ) : 
         itsParentID->SetRowRefColumnDescriptor( itsID->GetDescriptor() );
     }
     itsName = Add<XPivotStringColumn>( kPivotName );
+    if ( inHasFolders )
+        itsFolder = &itsTable.AddColumn(
+            std::make_unique<XPivotStringColumn>( kPivotUserDefined, "Folder", XString(), XString() ) );
     itsTimepoint = Add<XPivotUInt32Column>( kPivotTimepoint );
     itsPixelCount = Add<XPivotUInt32Column>( kPivotPixelCount );
     if ( inHasArea )
@@ -81,16 +143,17 @@ Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasArea ) : 
             itsStatistics.push_back( Add<XPivotFloatColumn>( id, XString( "C" ) + XString( channel ) ) );
 }
 
-void Filler::AddImage( const ImageMeasurement& inImage )
+void Filler::AddImage( const ImageMeasurement& inImage, const std::string& inFolder )
 {
-    const XString name = FromUTF8( inImage.name );
+    const XString name = FromFileName( inImage.name ), folder = FromFileName( inFolder );
     std::uint32_t timepoint = 0;
     for ( const auto& page : inImage.pages )
-        AddPage( name, timepoint++, page );
+        AddPage( name, folder, timepoint++, page );
     ++itsImageCount;
 }
 
-void Filler::AddPage( const XString& inName, std::uint32_t inTimepoint, const PageMeasurement& inPage )
+void Filler::AddPage(
+    const XString& inName, const XString& inFolder, std::uint32_t inTimepoint, const PageMeasurement& inPage )
 {
     const auto name = inName.GetStringView();
     const auto firstRow = itsID->GetColumnSize();
@@ -102,6 +165,8 @@ void Filler::AddPage( const XString& inName, std::uint32_t inTimepoint, const Pa
             itsID->AppendValue( MakeObjectIdentity( name, itsImageCount, inTimepoint, inPage, i ), true );
             AddParent( inPage, i, firstRow );
             itsName->AppendValue( inName, true );
+            if ( itsFolder )
+                itsFolder->AppendValue( inFolder, true );
             itsTimepoint->AppendValue( inTimepoint, true );
             AddShape( inPage.shapes[i], inPage );
         }
@@ -182,8 +247,10 @@ MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const Measu
     if ( rows > std::numeric_limits<std::int32_t>::max() )
         throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
 
-    Filler filler( channels, inSettings.inside.has_value(), hasArea );
-    for ( const auto& image : inImages )
-        filler.AddImage( image );
+    const auto folders = GetDifferingFolders( inImages );
+    const auto hasFolders = HaveNamesInSeveralFolders( inImages );
+    Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea );
+    for ( std::size_t i = 0; i < inImages.size(); ++i )
+        filler.AddImage( inImages[i], folders[i] );
     return filler.TakeTable();
 }

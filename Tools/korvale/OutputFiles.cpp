@@ -4,6 +4,52 @@
 #include "Core/XString.h"
 #include "WUnfinishedFiles.h"
 
+#include <stdexcept>
+
+namespace
+{
+void CommitAll( const std::vector<CompleteFile>& inFiles )
+{
+    if ( inFiles.size() > 1 )
+        for ( const auto& [name, file] : inFiles )
+            WriteOutput( name, [&] { file->KeepOld(); } );
+    for ( const auto& [name, file] : inFiles )
+        WriteOutput( name, [&] { file->Commit(); } );
+}
+
+/// Gives the files names to be found by, and tells which, for a sentence.
+std::string KeepAll( const std::vector<CompleteFile>& inFiles )
+{
+    constexpr std::size_t kMostNames = 5;
+    std::vector<std::string> kept;
+    std::size_t lost = 0;
+    for ( const auto& [name, file] : inFiles )
+        try
+        {
+            if ( !file->IsDirect() )
+                kept.push_back( PathToUTF8( file->KeepNew() ) );
+        }
+        catch ( ... )
+        {
+            ++lost;
+        }
+    std::string text;
+    for ( std::size_t i = 0; i < kept.size() && i < kMostNames; ++i )
+        text += ( i > 0 ? ", " : "; the result is kept as " ) + kept[i];
+    if ( kept.size() > kMostNames )
+        text += " and " + std::to_string( kept.size() - kMostNames ) + " more files";
+    if ( lost > 0 )
+        text += "; " + std::to_string( lost ) + " files could not be kept";
+    return text;
+}
+} // namespace
+
+void CheckOutputFiles( const std::vector<std::string>& inNames )
+{
+    for ( const auto& name : inNames )
+        WriteOutput( name, [&] { WReplaceFile::CheckTarget( PathFromUTF8( name ) ); } );
+}
+
 CompleteFile WriteCompleteFile( const OutputFile& inFile )
 {
     CompleteFile complete{ inFile.name, nullptr };
@@ -18,24 +64,30 @@ CompleteFile WriteCompleteFile( const OutputFile& inFile )
     return complete;
 }
 
+void PutInPlace( std::vector<CompleteFile> inFiles )
+{
+    if ( inFiles.empty() )
+        return;
+    const auto hold = WUnfinishedFiles::Hold();
+    CheckLastAbort();
+    try
+    {
+        CommitAll( inFiles );
+    }
+    catch ( const std::runtime_error& failure )
+    {
+        for ( const auto& complete : inFiles )
+            complete.file->Undo();
+        throw std::runtime_error( failure.what() + KeepAll( inFiles ) );
+    }
+    inFiles.clear(); // While they are held.
+}
+
 void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete )
 {
     for ( const auto& output : inFiles )
         inComplete.push_back( WriteCompleteFile( output ) );
-    if ( inComplete.empty() )
-        return;
-    const auto hold = WUnfinishedFiles::Hold();
-    CheckLastAbort();
-    for ( const auto& complete : inComplete )
-        WriteOutput( complete.name, [&] { complete.file->Commit(); } );
-}
-
-bool IsSameFile( const std::string& inOne, const std::string& inOther )
-{
-    std::error_code error;
-    const auto one = PathFromUTF8( inOne ), other = PathFromUTF8( inOther );
-    return std::filesystem::equivalent( one, other, error ) ||
-        std::filesystem::weakly_canonical( one, error ) == std::filesystem::weakly_canonical( other, error );
+    PutInPlace( std::move( inComplete ) );
 }
 
 bool HasEnding( const std::string& inName, const char* inEnding )

@@ -21,15 +21,18 @@ struct CompleteFile
     std::unique_ptr<WReplaceFile> file;
 };
 
-/// Failures name the file, here and below.
+/// Throws for the first of the files that could not be made or replaced now, before much work is spent on it. Failures
+/// name the file, here and below.
+void CheckOutputFiles( const std::vector<std::string>& inNames );
+
 CompleteFile WriteCompleteFile( const OutputFile& inFile );
 
-/// Writes all of them, and lets none take its place before all are complete, nor those that are so already: after a
-/// failure, or an interrupt, older files are as they were.
-void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete = {} );
+/// Has all files take their places, or none: after a failure, or an interrupt, older files are as they were. The complete
+/// files are kept under names of their own after a failure, which the exception names. Devices are written already.
+void PutInPlace( std::vector<CompleteFile> inFiles );
 
-/// True when both names are of one file, which need not exist.
-bool IsSameFile( const std::string& inOne, const std::string& inOther );
+/// Writes all of them and puts them in their places, together with those that are complete already.
+void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete = {} );
 
 /// True when the name ends so, in small letters or capitals.
 bool HasEnding( const std::string& inName, const char* inEnding );

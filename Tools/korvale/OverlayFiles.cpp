@@ -11,13 +11,10 @@
 
 namespace
 {
-/// The same for all names of a file, on systems too that do not tell capitals from small letters.
-std::string MakeKey( const std::string& inName )
+std::string ToLower( std::string inName )
 {
-    std::error_code error;
-    auto key = PathToUTF8( std::filesystem::weakly_canonical( PathFromUTF8( inName ), error ) );
-    std::ranges::transform( key, key.begin(), XTextScan::ToLower );
-    return key;
+    std::ranges::transform( inName, inName.begin(), XTextScan::ToLower );
+    return inName;
 }
 } // namespace
 
@@ -26,7 +23,7 @@ OverlayFiles::OverlayFiles(
     : itsName( inName ), itsHasSeveralImages( inHasSeveralImages )
 {
     for ( const auto& other : inOthers )
-        itsOthers.insert( MakeKey( other ) );
+        itsOthers.insert( WFilePath::GetKey( PathFromUTF8( other ) ) );
 }
 
 std::string
@@ -51,10 +48,9 @@ std::string OverlayFiles::TakeName( const std::string& inStart )
     for ( int copy = 1;; ++copy )
     {
         const auto name = inStart + ( copy > 1 ? '-' + std::to_string( copy ) : "" ) + ending;
-        const auto key = MakeKey( name );
-        if ( itsOthers.contains( key ) )
+        if ( itsOthers.contains( WFilePath::GetKey( PathFromUTF8( name ) ) ) )
             throw WrongUsage( "the overlay " + name + " would overwrite another file of this command" );
-        if ( itsTaken.insert( key ).second )
+        if ( itsTaken.insert( ToLower( name ) ).second )
             return name;
     }
 }

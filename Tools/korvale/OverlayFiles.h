@@ -3,6 +3,7 @@
 #include "KeptOverlay.h"
 #include "OutputFiles.h"
 #include "PageJob.h"
+#include "WFilePath.h"
 
 #include <deque>
 #include <memory>
@@ -38,8 +39,8 @@ private:
 
     const std::string itsName;
     const bool itsHasSeveralImages;
-    std::set<std::string> itsOthers;
-    std::set<std::string> itsTaken;
+    std::set<WFilePath::Key> itsOthers;
+    std::set<std::string> itsTaken; ///< In small letters, for systems that do not tell capitals from them.
     std::deque<Page> itsPages;
 
     std::string MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount );

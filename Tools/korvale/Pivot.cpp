@@ -98,8 +98,6 @@ void Pivot::Check() const
 {
     ParseReductions( itsReductions );
     itsConditions.Check();
-    itsOutputs.Check();
-    CheckKeepsTable( itsOutputs.GetCSVName() );
 }
 
 int Pivot::RunOnTable( XPivotTable& ioTable, Session& ioSession )

@@ -14,6 +14,7 @@ public:
 
 protected:
     const char* GetTitle() const override { return "Pivoting"; }
+    std::vector<std::string> GetOutputNames() const override { return itsOutputs.GetNames(); }
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:

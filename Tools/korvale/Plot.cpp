@@ -89,7 +89,6 @@ void Plot::Check() const
     itsConditions.Check();
     if ( !IsSVG() && !HasEnding( itsOutput, ".png" ) )
         throw WrongUsage( itsOutput + " ends neither in .svg nor in .png" );
-    CheckKeepsTable( itsOutput );
 }
 
 bool Plot::IsSVG() const

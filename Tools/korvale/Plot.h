@@ -13,6 +13,7 @@ public:
 
 protected:
     const char* GetTitle() const override { return "Plotting"; }
+    std::vector<std::string> GetOutputNames() const override { return { itsOutput }; }
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:

@@ -92,7 +92,7 @@ int RunCommand(
     Session& ioSession )
 {
     const XTimer timer;
-    ioSession.StartLog( inOptions.log, inOptions.isVerbose );
+    ioSession.StartLog( inOptions.isVerbose );
     ioSession.Note( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
     CommandThread thread( *inSubcommand.command, inSubcommand.app->get_name(), ioSession );
     const auto status = FinishOutput( thread.RunWithMainLoop(), ioSession );
@@ -118,6 +118,8 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
         const auto used =
             std::ranges::find_if( subcommands, []( const auto& inEach ) { return inEach.app->parsed(); } );
         used->command->Check();
+        session.ChooseLog( options.log );
+        CheckCommandFiles( used->command->GetFiles(), session.GetLogName() );
         return RunCommand( *used, inArguments, options, session );
     }
     catch ( const CLI::Error& error )

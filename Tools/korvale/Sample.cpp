@@ -2,13 +2,19 @@
 
 #include "Jobs/XProgress.h"
 #include "NewFolder.h"
+#include "OutputFiles.h"
 #include "Session.h"
 #include "TIFFWriter.h"
-#include "WReplaceFile.h"
 #include "WUnfinishedFiles.h"
 
 #include <CLI/CLI.hpp>
 #include <limits>
+
+namespace
+{
+const char* const kImageFile = "sample.tif";
+const char* const kTruthFile = "truth.csv";
+} // namespace
 
 CLI::App* Sample::Declare( CLI::App& ioProgram )
 {
@@ -64,6 +70,16 @@ void Sample::Check() const
     }
 }
 
+CommandFiles Sample::GetFiles() const
+{
+    return { {}, { GetName( kImageFile ), GetName( kTruthFile ) } };
+}
+
+std::string Sample::GetName( const char* inFile ) const
+{
+    return PathToUTF8( PathFromUTF8( itsFolder ) / inFile );
+}
+
 int Sample::Run( Session& ioSession )
 {
     if ( itsIsQuiet )
@@ -71,9 +87,9 @@ int Sample::Run( Session& ioSession )
     const auto folder = PathFromUTF8( itsFolder );
     WriteOutput( itsFolder, [&] { WriteFiles( folder ); } );
     if ( !itsIsQuiet )
-        ioSession.out << PathToUTF8( folder / "sample.tif" ) << ": " << itsSettings.planes << " planes of "
+        ioSession.out << GetName( kImageFile ) << ": " << itsSettings.planes << " planes of "
                       << itsSettings.objects << " objects\n"
-                      << PathToUTF8( folder / "truth.csv" ) << ": what was drawn\n";
+                      << GetName( kTruthFile ) << ": what was drawn\n";
     return kSuccess;
 }
 
@@ -81,17 +97,16 @@ int Sample::Run( Session& ioSession )
 void Sample::WriteFiles( const std::filesystem::path& inFolder ) const
 {
     NewFolder folder( inFolder );
-    WReplaceFile imageFile( inFolder / "sample.tif" );
-    WReplaceFile truthFile( inFolder / "truth.csv" );
+    std::vector<CompleteFile> files;
+    for ( const auto* name : { kImageFile, kTruthFile } )
+        files.push_back( { GetName( name ), std::make_unique<WReplaceFile>( inFolder / name ) } );
 
-    DrawPlanes( imageFile.GetFile(), truthFile.GetFile() );
-    imageFile.Complete();
-    truthFile.Complete();
+    DrawPlanes( files[0].file->GetFile(), files[1].file->GetFile() );
+    for ( const auto& each : files )
+        each.file->Complete();
 
     const auto hold = WUnfinishedFiles::Hold();
-    CheckLastAbort();
-    imageFile.Commit();
-    truthFile.Commit();
+    PutInPlace( std::move( files ) );
     folder.Keep();
 }
 

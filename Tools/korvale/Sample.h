@@ -10,6 +10,7 @@ class Sample : public Command
 public:
     CLI::App* Declare( CLI::App& ioProgram ) override;
     void Check() const override;
+    CommandFiles GetFiles() const override;
     int Run( Session& ioSession ) override;
 
 private:
@@ -17,6 +18,7 @@ private:
     SampleSettings itsSettings;
     bool itsIsQuiet = false;
 
+    std::string GetName( const char* inFile ) const;
     void WriteFiles( const std::filesystem::path& inFolder ) const;
     void DrawPlanes( WFile& ioImage, WFile& ioTruth ) const;
 };

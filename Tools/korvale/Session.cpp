@@ -10,14 +10,20 @@ Session::Session( Terminal& ioTerminal )
 
 Session::~Session() = default;
 
-void Session::StartLog( const std::string& inFile, bool inIsVerbose )
+void Session::ChooseLog( const std::string& inFile )
+{
+    itsLogName = inFile;
+    if ( inFile.empty() && itsKeepsLog )
+        itsLogName = PathToUTF8( XSessionLogManager::GetDefaultPath() );
+}
+
+void Session::StartLog( bool inIsVerbose )
 {
     itsIsVerbose = inIsVerbose;
-    if ( inFile.empty() && !itsKeepsLog )
+    if ( itsLogName.empty() )
         return;
     XSessionLogManager::XOptions options;
-    if ( !inFile.empty() )
-        options.path = PathFromUTF8( inFile );
+    options.path = PathFromUTF8( itsLogName );
     itsLog = std::make_unique<XSessionLogManager>( options );
 }
 
@@ -28,7 +34,7 @@ void Session::EndLog()
         return;
     itsLog->Flush( kPatienceMs );
     if ( itsLog->GetLostCount() > 0 )
-        Tell( "warning: cannot write the log " + PathToUTF8( itsLog->GetPath() ) );
+        Tell( "warning: cannot write the log " + itsLogName );
     itsLog.reset();
 }
 

@@ -32,9 +32,15 @@ public:
     const bool isOutTerminal;
     ProgressDisplay progress;
 
-    /// Starts the session log: in that file, or, where it has no name, in the user's state folder if the terminal is
-    /// to have one. `inIsVerbose` shows on standard error too what goes into it.
-    void StartLog( const std::string& inFile, bool inIsVerbose );
+    /// Decides on the session log: that file, or, where it has no name, one in the user's state folder if the terminal is
+    /// to have one.
+    void ChooseLog( const std::string& inFile );
+
+    /// The file's name as UTF-8; empty when no log is kept.
+    const std::string& GetLogName() const { return itsLogName; }
+
+    /// Starts the log that was chosen. `inIsVerbose` shows on standard error too what goes into it.
+    void StartLog( bool inIsVerbose );
 
     /// Writes what is still to be written, and tells the user if something could not be.
     void EndLog();
@@ -51,6 +57,7 @@ public:
 
 private:
     const bool itsKeepsLog;
+    std::string itsLogName;
     bool itsIsVerbose = false;
     std::unique_ptr<XSessionLogManager> itsLog;
 

@@ -7,6 +7,7 @@ class Show : public Command
 {
 public:
     CLI::App* Declare( CLI::App& ioProgram ) override;
+    CommandFiles GetFiles() const override { return { { itsTable }, {} }; }
     int Run( Session& ioSession ) override;
 
 private:

@@ -58,8 +58,6 @@ CLI::App* Sort::Declare( CLI::App& ioProgram )
 void Sort::Check() const
 {
     ParseSortKeys( itsKeys );
-    itsOutputs.Check();
-    CheckKeepsTable( itsOutputs.GetCSVName() );
 }
 
 int Sort::RunOnTable( XPivotTable& ioTable, Session& ioSession )

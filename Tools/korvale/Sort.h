@@ -12,6 +12,7 @@ public:
 
 protected:
     const char* GetTitle() const override { return "Sorting"; }
+    std::vector<std::string> GetOutputNames() const override { return itsOutputs.GetNames(); }
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:

@@ -4,7 +4,6 @@
 #include "OutputFiles.h"
 #include "Session.h"
 #include "TableFile.h"
-#include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
 
@@ -14,16 +13,16 @@ void TableCommand::DeclareTable( CLI::App& ioCommand )
     ioCommand.add_flag( "-q,--quiet", itsIsQuiet, "No progress" );
 }
 
-void TableCommand::CheckKeepsTable( const std::string& inOutput ) const
+CommandFiles TableCommand::GetFiles() const
 {
-    if ( IsSameFile( inOutput, itsTable ) )
-        throw WrongUsage( inOutput + " is the table; it would be overwritten" );
+    return { { itsTable }, GetOutputNames() };
 }
 
 int TableCommand::Run( Session& ioSession )
 {
     if ( itsIsQuiet )
         ioSession.progress.Silence();
+    CheckOutputFiles( GetOutputNames() );
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( GetTitle() );
     progress.SetMessage( XString::FromUTF8( itsTable ) );

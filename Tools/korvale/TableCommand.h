@@ -9,11 +9,15 @@
 class TableCommand : public Command
 {
 public:
+    CommandFiles GetFiles() const final;
     int Run( Session& ioSession ) final;
 
 protected:
     /// Adds what all of them have: the table file and --quiet.
     void DeclareTable( CLI::App& ioCommand );
+
+    /// The files that the user asked for, as UTF-8.
+    virtual std::vector<std::string> GetOutputNames() const = 0;
 
     /// What the user sees while it works: "Sorting".
     virtual const char* GetTitle() const = 0;
@@ -21,11 +25,6 @@ protected:
     /// Does the work, on the table itself, and returns and throws what Run does. When it leaves the table without rows,
     /// the user is told and the command fails.
     virtual int RunOnTable( XPivotTable& ioTable, Session& ioSession ) = 0;
-
-    const std::string& GetTableName() const { return itsTable; }
-
-    /// Throws WrongUsage for the name of a file that would take the table's place.
-    void CheckKeepsTable( const std::string& inOutput ) const;
 
 private:
     std::string itsTable;

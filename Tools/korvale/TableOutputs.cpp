@@ -7,7 +7,6 @@
 #include "Session.h"
 #include "TableFile.h"
 #include "TableText.h"
-#include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,12 +16,6 @@ void TableOutputs::Declare( CLI::App& ioCommand )
         ->type_name( "TABLE" )
         ->check( CheckFileName );
     ioCommand.add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" )->check( CheckFileName );
-}
-
-void TableOutputs::Check() const
-{
-    if ( !itsTable.empty() && !itsCSV.empty() && IsSameFile( itsTable, itsCSV ) )
-        throw WrongUsage( "the table and the CSV file are the same file" );
 }
 
 std::vector<std::string> TableOutputs::GetNames() const

@@ -21,11 +21,6 @@ public:
     /// Adds -o and --csv.
     void Declare( CLI::App& ioCommand );
 
-    /// Throws WrongUsage when both name one file.
-    void Check() const;
-
-    const std::string& GetCSVName() const { return itsCSV; }
-
     /// The names of the files that the user asked for.
     std::vector<std::string> GetNames() const;
 

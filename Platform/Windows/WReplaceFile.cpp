@@ -1,0 +1,30 @@
+#include "WReplaceFile.h"
+
+#include "Core/XFail.h"
+
+#include <system_error>
+
+#include <windows.h>
+
+/// The system has none.
+WFile WReplaceFile::OpenUnnamed( const std::filesystem::path& )
+{
+    return {};
+}
+
+std::error_code WReplaceFile::Link( const WFile&, const std::filesystem::path& )
+{
+    return std::make_error_code( std::errc::not_supported );
+}
+
+void WReplaceFile::CheckReplaceable( const std::filesystem::path& inFile )
+{
+    WFile( inFile, WFile::kReadWrite ).Close();
+    // A program that has the file open may allow others to write it, and yet not to replace it.
+    const HANDLE file = ::CreateFileW(
+        inFile.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr );
+    if ( file == INVALID_HANDLE_VALUE )
+        XThrowLastSystemError();
+    ::CloseHandle( file );
+}
