@@ -13,6 +13,9 @@ if( WIN32 )
   install( FILES ${KORVALE_RUNTIME_FILES} DESTINATION ${CMAKE_INSTALL_BINDIR} )
 endif()
 if( TARGET korvale )
+  # The program finds the library beside it, wherever both are installed.
+  file( RELATIVE_PATH lib_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}" )
+  set_target_properties( korvale PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}" )
   install( TARGETS korvale RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} )
 endif()
 

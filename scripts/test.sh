@@ -48,6 +48,11 @@ check_package() {
   g++ -o build/consumer/by-pkg-config Tests/Consumer/main.cpp \
     $(pkg-config --define-variable=prefix="$prefix" --cflags --libs korvale)
   LD_LIBRARY_PATH="$libdir" build/consumer/by-pkg-config
+
+  local sample="$PWD/build/package-sample"
+  rm -rf "$sample"
+  env -u LD_LIBRARY_PATH "$prefix/bin/korvale" --log /dev/null sample "$sample" --planes 1 -q
+  env -u LD_LIBRARY_PATH "$prefix/bin/korvale" --log /dev/null measure "$sample/sample.tif" -o "$sample/table"
 }
 
 check_windows_package() {

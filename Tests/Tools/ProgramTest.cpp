@@ -118,6 +118,26 @@ TEST_F( Program, RefusesWrongUsage )
     EXPECT_EQ( Run( { "measure", "--help" } ), 0 );
 }
 
+TEST_F( Program, SuggestsCommandsAndOptions )
+{
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+        { { "mesure", "image.tif" }, "unknown command mesure (did you mean measure?); see korvale --help" },
+        { { "nonsense" }, "unknown command nonsense; see korvale --help" },
+        { { "--lgo", "x", "show", "t" },
+          "show: unknown option --lgo (did you mean --log?); see korvale show --help" },
+        { { "measure", "a.tif", "--overlya=o.png" },
+          "measure: unknown option --overlya (did you mean --overlay?); see korvale measure --help" },
+        { { "show", "a", "b" }, "show: unexpected argument b; see korvale show --help" },
+    };
+    for ( const auto& [arguments, text] : cases )
+    {
+        EXPECT_EQ( Run( arguments ), 2 );
+        EXPECT_EQ( itsError.str(), "korvale: " + text + "\n" );
+    }
+    EXPECT_EQ( Run( {} ), 2 );
+    EXPECT_EQ( itsError.str().find( "korvale: no command given: one of sample, measure, " ), 0u );
+}
+
 TEST_F( Program, RefusesFilesThatAreOneAnother )
 {
     const auto image = WriteImage( "image.png" ), table = Name( "table" );

@@ -11,6 +11,7 @@
 #include "Sample.h"
 #include "Show.h"
 #include "Sort.h"
+#include "UsageError.h"
 #include "WrongUsage.h"
 
 #include <CLI/CLI.hpp>
@@ -124,8 +125,13 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     }
     catch ( const CLI::Error& error )
     {
-        const auto status = program.exit( error, ioTerminal.out, ioTerminal.error );
-        return status == 0 ? FinishOutput( kSuccess, session ) : kWrongUsage;
+        if ( error.get_exit_code() == 0 ) // the help or the version
+        {
+            program.exit( error, ioTerminal.out, ioTerminal.error );
+            return FinishOutput( kSuccess, session );
+        }
+        session.ReportFact( DescribeUsageError( program, error ) );
+        return kWrongUsage;
     }
     catch ( const WrongUsage& wrongUsage )
     {
