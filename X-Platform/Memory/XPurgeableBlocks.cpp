@@ -1,15 +1,19 @@
 #include "Memory/XPurgeableBlocks.h"
 
 #include "Memory/XMemoryBlock.h"
+#include "WClock.h"
 
+/// The lock for which it comes is not noted yet. With the age of the lock before, all new blocks would have to change their
+/// places in one search.
 void XPurgeableBlocks::Add( XMemoryBlock& inBlock )
 {
-    const auto [place, isNew] = itsAges.emplace( &inBlock, GetAge( inBlock ) );
+    const XAge age = { WClock::GetCoarseTicks(), 0 };
+    const auto [place, isNew] = itsAges.emplace( &inBlock, age );
     if ( !isNew )
         return;
     try
     {
-        itsInOrder.insert( { place->second, &inBlock } );
+        itsInOrder.insert( { age, &inBlock } );
     }
     catch ( ... )
     {
