@@ -235,6 +235,26 @@ TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
     EXPECT_EQ( ErrorOfReading( "ffffffff" + one ), 1260u );
 }
 
+TEST( XPivotRowRefColumnStream, KeepsCountsAtTheTopOfTheirRange )
+{
+    const std::string references = "03000000" + kOne + "ffffffff 01000000 00000000" + kTwo +
+        "01000000 02000000 02000000" + std::string( 30, '0' ) + "03 ffffffff 03000000 ffffffff 04000000";
+    XPivotTable table;
+    table.AddColumn( Read<XPivotRowRefColumn>( FromHex( "c6050000" + kHead + kRows + references ) ) );
+    auto parents = MakeParents();
+    parents->SetData( kThird, 2, true );
+    table.AddColumn( std::move( parents ) );
+    const auto read = Read<XPivotTable>( Write( table ) );
+    for ( XPivotTable* kept : { &table, read.get() } )
+    {
+        kept->KeepRows( { 0, 2 } );
+        EXPECT_EQ( kept->GetColumn( 1 ).GetDataFloat( 1 ), 3.0 );
+        const auto records = dynamic_cast<XPivotRowRefColumn&>( kept->GetColumn( 0 ) ).GetReferences();
+        EXPECT_EQ( records.front().count, 0xFFFFFFFFu );
+        EXPECT_EQ( records.back().count, 0xFFFFFFFFu );
+    }
+}
+
 TEST( XPivotOtherRowRefColumnStream, KeepsTheDescriptorOfItsColumn )
 {
     const auto parents = MakeParents();

@@ -29,6 +29,7 @@ struct XModelRow
 struct XModelRef
 {
     std::uint32_t others = 0;
+    bool isKept = false; // by the table, for rows that refer to it
     std::uint32_t number = 0;
 };
 
@@ -64,9 +65,9 @@ struct XModel
     }
     void Forget()
     {
-        std::erase_if(
-            refs,
-            [&]( const auto& inRef ) { return inRef.second.others == 0 && CountRows( inRef.first ) == 0; } );
+        const auto isUnused = [&]( const auto& inRef )
+        { return inRef.second.others == 0 && !inRef.second.isKept && CountRows( inRef.first ) == 0; };
+        std::erase_if( refs, isUnused );
     }
     void Keep( const XRows& inOrder )
     {
@@ -75,27 +76,40 @@ struct XModel
             kept.push_back( rows[row] );
         rows.swap( kept );
     }
-    /// The objects known that rows refer to, and whether they have rows.
-    std::map<XUUID, bool> FindReferredTo() const
+    bool LacksOnlyRow( const XUUID& inUUID ) const
     {
-        std::map<XUUID, bool> found;
-        for ( const XModelRow& row : rows )
-        {
-            if ( row.parent && refs.contains( *row.parent ) )
-                found[*row.parent] = CountRows( *row.parent ) > 0;
-        }
-        return found;
+        const auto isParent = [&]( const XModelRow& inRow ) { return inRow.parent == inUUID; };
+        return CountRows( inUUID ) == 0 && std::ranges::any_of( rows, isParent );
     }
-    /// The table itself has one reference to each of those that have no rows.
-    void Settle( const std::map<XUUID, bool>& inBefore )
+    /// The table keeps the objects that rows refer to and that have no row.
+    void Settle()
     {
-        for ( const auto& [uuid, hadRow] : inBefore )
-        {
-            const auto isParent = [&]( const XModelRow& inRow ) { return inRow.parent == uuid; };
-            const bool isHeld = CountRows( uuid ) == 0 && std::ranges::any_of( rows, isParent );
-            refs[uuid].others += std::uint32_t( isHeld ) - std::uint32_t( !hadRow );
-        }
+        for ( auto& [uuid, ref] : refs )
+            ref.isKept = LacksOnlyRow( uuid );
         Forget();
+    }
+    /// The same for rows that were appended, with the objects that they refer to.
+    void SettleAppended( std::size_t inFirst )
+    {
+        for ( std::size_t row = inFirst; row < rows.size(); ++row )
+        {
+            const auto parent = rows[row].parent ? refs.find( *rows[row].parent ) : refs.end();
+            if ( parent != refs.end() )
+                parent->second.isKept |= CountRows( parent->first ) == 0;
+            const auto id = rows[row].id ? refs.find( *rows[row].id ) : refs.end();
+            if ( id != refs.end() )
+                id->second.isKept = false;
+        }
+    }
+    /// What is stored does not tell whose a reference is.
+    void TakeOver()
+    {
+        for ( auto& [uuid, ref] : refs )
+        {
+            ref.others += ref.isKept && CountRows( uuid ) == 0;
+            ref.isKept = LacksOnlyRow( uuid );
+            ref.others -= ref.isKept;
+        }
     }
 };
 
@@ -263,9 +277,8 @@ private:
         const std::uint32_t first = Random( GetSize() + 1 );
         const std::uint32_t count = Random( std::min( GetSize() - first, 5u ) + 1 );
         itsTable->DeleteRows( first, count );
-        const auto before = itsModel.FindReferredTo();
         itsModel.rows.erase( itsModel.rows.begin() + first, itsModel.rows.begin() + first + count );
-        itsModel.Settle( before );
+        itsModel.Settle();
     }
 
     void DeleteList()
@@ -275,9 +288,8 @@ private:
             ( Random( 4 ) ? kept : deleted ).push_back( row );
         std::shuffle( deleted.begin(), deleted.end(), itsRandom );
         itsTable->DeleteRows( deleted );
-        const auto before = itsModel.FindReferredTo();
         itsModel.Keep( kept );
-        itsModel.Settle( before );
+        itsModel.Settle();
     }
 
     void Reorder()
@@ -286,9 +298,8 @@ private:
         for ( std::uint32_t& row : order )
             row = Random( GetSize() );
         itsTable->KeepRows( order );
-        const auto before = itsModel.FindReferredTo();
         itsModel.Keep( order );
-        itsModel.Settle( before );
+        itsModel.Settle();
     }
 
     void Sort()
@@ -340,10 +351,9 @@ private:
         const auto other = MakeOther();
         const std::uint32_t size = GetSize();
         itsTable->Append( *other );
-        const auto before = itsModel.FindReferredTo();
         itsModel.rows.insert( itsModel.rows.end(), itsOtherRows.begin(), itsOtherRows.end() );
         itsModel.AddNumbers( size, GetSize() );
-        itsModel.Settle( before );
+        itsModel.SettleAppended( size );
     }
 
     /// A table of up to four rows, and the same in the model's form.
@@ -413,7 +423,8 @@ private:
             const auto expected = itsModel.refs.find( reference.uuid );
             ASSERT_NE( expected, itsModel.refs.end() );
             const std::uint32_t rows = itsModel.CountRows( reference.uuid );
-            ASSERT_EQ( reference.count, rows + expected->second.others );
+            ASSERT_EQ(
+                reference.count, rows + expected->second.others + ( expected->second.isKept && rows == 0 ) );
             ASSERT_EQ( reference.userVisibleID, expected->second.number );
             if ( rows == 0 )
                 ASSERT_EQ( reference.row, XPivotRowRefColumn::kNoRow );
@@ -431,6 +442,7 @@ private:
         itsTable = Read<XPivotTable>( bytes );
         ASSERT_TRUE( GetIDs().GetReferences() == before );
         ASSERT_EQ( Write( *itsTable ), bytes );
+        itsModel.TakeOver();
         Check();
     }
 

@@ -181,6 +181,15 @@ TEST( XPivotTable, KnowsObjectsWithoutRowsAsLongAsRowsReferToThem )
     again.Clear();
     EXPECT_EQ( dynamic_cast<XPivotRowRefColumn&>( again.GetColumn( 0 ) ).GetNumReferences(), 0u )
         << "the row that came back was enough";
+
+    ids.SetData( kSecond, 0, true );
+    dynamic_cast<XPivotOtherRowRefColumn&>( table.GetColumn( 1 ) ).SetData( kFirst, 0, true );
+    ids.AddRef( kFirst );
+    const std::uint32_t number = ids.GetDataUserVisibleID( kFirst );
+    table.Clear();
+    EXPECT_EQ( ids.GetDataUserVisibleID( kFirst ), number ) << "it is not the table's to forget";
+    ids.DeleteRef( kFirst );
+    EXPECT_EQ( ids.GetNumReferences(), 0u );
 }
 
 TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )
@@ -242,6 +251,16 @@ std::string MakeOpaqueTable( const std::string& inFlags )
     std::snprintf( text, sizeof text, "%02x00000000000000", static_cast<unsigned>( length ) );
     return "d1070000 d1070000 03000000" + plain + text + opaque + plain;
 }
+
+void ExpectSameAfterFailingAppend( XPivotTable inTable )
+{
+    inTable.AddColumn( MakeColumn<XPivotFloatColumn>( { 1.0, 2.0 } ) ).SetColumnName( "size" );
+    XPivotTable other;
+    other.AddColumn( MakeColumn<XPivotStringColumn>( { "large" } ) ).SetColumnName( "size" );
+    const XBytes before = Write( inTable );
+    EXPECT_EQ( ErrorOf( [&] { inTable.Append( other ); } ), 1000u );
+    EXPECT_EQ( Write( inTable ), before );
+}
 } // namespace
 
 TEST( XPivotTable, KeepsColumnsOfUnknownClasses )
@@ -262,6 +281,7 @@ TEST( XPivotTable, KeepsColumnsOfUnknownClasses )
         table->DeleteRows( 1, 0 );
         table->DuplicateAllRows( 1, true );
         EXPECT_EQ( Write( *table ), bytes );
+        ExpectSameAfterFailingAppend( *table );
         table->KeepRows( { 1, 0 } ); // whose the bytes are is not known any more
         EXPECT_EQ( Write( column ), Write( table->GetColumn( 0 ) ) );
         EXPECT_LT( Write( *table ).size(), bytes.size() );

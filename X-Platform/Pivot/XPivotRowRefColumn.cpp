@@ -18,7 +18,8 @@ XPivotRowRefColumn::XReference ToReference(
     const XPivotRowRefs::XRecord& inRecord, const XVector<std::uint32_t>& inRowsByPlace,
     XPivotRowRefs::XPlace inPlace )
 {
-    const std::uint64_t count = std::uint64_t( inRecord.rows ) + inRecord.others;
+    const bool isKept = inRecord.isKept && inRecord.rows == 0; // or to be given back
+    const std::uint64_t count = std::uint64_t( inRecord.rows ) + inRecord.others + isKept;
     return {
         inRecord.uuid, static_cast<std::uint32_t>( std::min<std::uint64_t>( count, kMostNumbers ) ),
         inRecord.userVisibleID,
@@ -87,17 +88,18 @@ void XPivotRowRefColumn::AddOther( XPlace inPlace )
     ++itsRefs[inPlace].others;
 }
 
-void XPivotRowRefColumn::RemoveOthers( XPlace inPlace, std::uint32_t inCount )
+void XPivotRowRefColumn::SetKept( XPlace inPlace, bool inIsKept )
 {
-    itsRefs[inPlace].others -= inCount;
+    itsRefs[inPlace].isKept = inIsKept;
     RemoveIfUnused( inPlace );
 }
 
 void XPivotRowRefColumn::RemoveIfUnused( XPlace inPlace )
 {
-    if ( itsRefs[inPlace].rows > 0 || itsRefs[inPlace].others > 0 )
+    const auto& record = itsRefs[inPlace];
+    if ( record.rows > 0 || record.others > 0 || record.isKept )
         return;
-    itsNumbering.ahead.erase( itsRefs[inPlace].userVisibleID );
+    itsNumbering.ahead.erase( record.userVisibleID );
     itsRefs.Remove( inPlace );
 }
 
@@ -128,8 +130,10 @@ void XPivotRowRefColumn::AddRef( const XUUID& inUUID )
 void XPivotRowRefColumn::DeleteRef( const XUUID& inUUID )
 {
     const XPlace place = itsRefs.Find( inUUID );
-    if ( place != kNoPlace && itsRefs[place].others > 0 )
-        RemoveOthers( place, 1 );
+    if ( place == kNoPlace || itsRefs[place].others == 0 )
+        return;
+    --itsRefs[place].others;
+    RemoveIfUnused( place );
 }
 
 void XPivotRowRefColumn::DeleteRefs( std::uint32_t inFirst, std::uint32_t inCount )

@@ -10,8 +10,8 @@
 /// identifier that it meets a user-visible ID, 1 and upwards. Other columns and the program may hold
 /// references to the same identifiers, in the table or not.
 ///
-/// For each identifier there is a record, which lives as long as a row holds the identifier or a reference
-/// was added and not given back. Row operations keep the records in step: a record names a row that holds its
+/// For each identifier there is a record, which lives as long as a row holds the identifier, a reference was
+/// added and not given back, or the table keeps it for rows that refer to it. Row operations keep the records in step: a record names a row that holds its
 /// identifier, any one where several do. The identifier of all zeros stands for no object and is never
 /// recorded. No two identifiers have one user-visible ID.
 ///
@@ -121,7 +121,7 @@ private:
     void SetUserVisibleID( XPivotRowRefs::XRecord& ioRecord, std::uint32_t inID );
     XPlace FindOrAddRef( const XUUID& inUUID );
     void AddOther( XPlace inPlace );
-    void RemoveOthers( XPlace inPlace, std::uint32_t inCount );
+    void SetKept( XPlace inPlace, bool inIsKept );
     void RemoveIfUnused( XPlace inPlace );
 
     void HoldRow( std::uint32_t inRow );

@@ -23,6 +23,7 @@ public:
         std::uint32_t others = 0;        ///< references from elsewhere
         std::uint32_t userVisibleID = 0; ///< 0: none yet
         std::uint32_t row = kNoRow;      ///< one of the rows that hold it, kNoRow or kSomeRow
+        bool isKept = false;             ///< by the table, for rows that refer to it: one reference more
     };
 
     XPivotRowRefs();
@@ -41,6 +42,7 @@ public:
     {
         return static_cast<XPlace>( &inRecord - itsRecords.data() );
     }
+    bool IsUsed( XPlace inPlace ) const { return IsUsed( itsRecords[inPlace] ); }
     XRecord& operator[]( XPlace inPlace ) { return itsRecords[inPlace]; }
     const XRecord& operator[]( XPlace inPlace ) const { return itsRecords[inPlace]; }
 

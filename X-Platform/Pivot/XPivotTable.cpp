@@ -1,5 +1,6 @@
 #include "Pivot/XPivotTable.h"
 
+#include "Pivot/XPivotOpaqueColumn.h"
 #include "Pivot/XPivotRowRefColumn.h"
 #include "Pivot/XPivotTableReferences.h"
 
@@ -195,8 +196,11 @@ void XPivotTable::Append( const XPivotTable& inOther )
     const std::uint32_t rows = GetNumRows();
     const std::uint32_t columns = GetNumColumns();
     XVector<XPivotRowRefColumn::XNumbering> numberings;
+    XVector<XPivotOpaqueColumn> opaques;
     for ( const auto& column : itsColumns )
     {
+        const auto* opaque = dynamic_cast<const XPivotOpaqueColumn*>( column.get() );
+        opaques.push_back( opaque ? *opaque : XPivotOpaqueColumn() );
         const auto* ids = dynamic_cast<const XPivotRowRefColumn*>( column.get() );
         numberings.push_back( ids ? ids->itsNumbering : XPivotRowRefColumn::XNumbering() );
     }
@@ -204,7 +208,7 @@ void XPivotTable::Append( const XPivotTable& inOther )
     {
         XPivotTableReferences references( *this );
         AppendRows( inOther );
-        references.Settle();
+        references.SettleAppended( inOther, rows );
     }
     catch ( ... )
     {
@@ -216,6 +220,8 @@ void XPivotTable::Append( const XPivotTable& inOther )
             itsColumns[i]->ResizeRows( rows );
             if ( auto* ids = dynamic_cast<XPivotRowRefColumn*>( itsColumns[i].get() ) )
                 ids->itsNumbering = std::move( numberings[i] );
+            if ( auto* opaque = dynamic_cast<XPivotOpaqueColumn*>( itsColumns[i].get() ) )
+                *opaque = opaques[i];
         }
         throw;
     }
@@ -243,5 +249,4 @@ void XPivotTable::AppendRows( const XPivotTable& inOther )
         *column += *other;
         AddColumn( std::move( column ) );
     }
-    XKnowAppendedObjects( *this, inOther, rows );
 }

@@ -14,42 +14,51 @@ const XPivotOtherRowRefColumn* FindBound( const XPivotColumn* inColumn )
     const auto* references = dynamic_cast<const XPivotOtherRowRefColumn*>( inColumn );
     return references && references->GetRowRefColumn() ? references : nullptr;
 }
-
-/// The table's own column, to be changed.
-XPivotRowRefColumn& FindInTable( XPivotTable& ioTable, const XPivotRowRefColumn& inColumn )
-{
-    std::uint32_t index = 0;
-    while ( &ioTable.GetColumn( index ) != &inColumn )
-        ++index;
-    return static_cast<XPivotRowRefColumn&>( ioTable.GetColumn( index ) );
-}
 } // namespace
 
 XPivotTableReferences::XPivotTableReferences( XPivotTable& ioTable )
+    : itsTable( ioTable ), itsTargets( ListTargets( ioTable ) )
 {
-    for ( std::uint32_t i = 0; i < ioTable.GetNumColumns(); ++i )
-    {
-        if ( const auto* references = FindBound( &ioTable.GetColumn( i ) ) )
-            GetTarget( ioTable, *references->GetRowRefColumn() ).references.push_back( references );
-    }
+}
+
+void XPivotTableReferences::KeepAll()
+{
     for ( XTarget& target : itsTargets )
-        HoldObjects( target );
+    {
+        const XVector<std::uint8_t> isReferredTo = FindReferredTo( target );
+        for ( std::uint32_t place = 0; place < isReferredTo.size(); ++place )
+        {
+            if ( isReferredTo[place] )
+                Keep( target, place );
+        }
+    }
 }
 
 XPivotTableReferences::~XPivotTableReferences()
 {
     for ( const XTarget& target : itsTargets )
     {
-        for ( const XObject& object : target.objects )
-            target.column->RemoveOthers( object.place, 1 );
+        for ( const std::uint32_t place : target.kept )
+            target.column->SetKept( place, false );
     }
 }
 
-XPivotTableReferences::XTarget&
-XPivotTableReferences::GetTarget( XPivotTable& ioTable, const XPivotRowRefColumn& inColumn )
+/// All row-reference columns of the table.
+XVector<XPivotTableReferences::XTarget> XPivotTableReferences::ListTargets( XPivotTable& ioTable )
 {
-    const auto found = std::ranges::find( itsTargets, &inColumn, &XTarget::column );
-    return found != itsTargets.end() ? *found : itsTargets.emplace_back( &FindInTable( ioTable, inColumn ) );
+    XVector<XTarget> targets;
+    for ( std::uint32_t i = 0; i < ioTable.GetNumColumns(); ++i )
+    {
+        if ( auto* column = dynamic_cast<XPivotRowRefColumn*>( &ioTable.GetColumn( i ) ) )
+            targets.push_back( { column, {}, {} } );
+    }
+    for ( std::uint32_t i = 0; i < ioTable.GetNumColumns(); ++i )
+    {
+        if ( const auto* references = FindBound( &ioTable.GetColumn( i ) ) )
+            std::ranges::find( targets, references->GetRowRefColumn(), &XTarget::column )
+                ->references.push_back( references );
+    }
+    return targets;
 }
 
 /// Whether rows refer to the record at each place.
@@ -71,51 +80,97 @@ XVector<std::uint8_t> XPivotTableReferences::FindReferredTo( const XTarget& inTa
     return isReferredTo;
 }
 
-/// Adds a reference to each, so that none is forgotten while rows change.
-void XPivotTableReferences::HoldObjects( XTarget& ioTarget )
+/// Until it turns out to be settled or not.
+void XPivotTableReferences::Keep( XTarget& ioTarget, std::uint32_t inPlace )
 {
-    const XVector<std::uint8_t> isReferredTo = FindReferredTo( ioTarget );
-    ioTarget.objects.reserve( isReferredTo.size() );
-    for ( std::uint32_t place = 0; place < isReferredTo.size(); ++place )
+    if ( ioTarget.column->itsRefs[inPlace].isKept )
+        return;
+    ioTarget.kept.push_back( inPlace );
+    ioTarget.column->SetKept( inPlace, true );
+}
+
+void XPivotTableReferences::SettleAppended( const XPivotTable& inAppended, std::uint32_t inFirstRow )
+{
+    auto targets = ListTargets( itsTable );
+    for ( XTarget& target : targets )
     {
-        if ( !isReferredTo[place] )
+        const auto before = std::ranges::find( itsTargets, target.column, &XTarget::column );
+        XTarget& known = before == itsTargets.end() ? target : *before; // what is new goes after a failure
+        for ( const auto* references : target.references )
+        {
+            const auto* appended = FindBound( inAppended.FindColumn( references->GetDescriptor() ) );
+            KeepAppended( known, *references, appended ? appended->GetRowRefColumn() : nullptr, inFirstRow );
+        }
+    }
+    for ( const XTarget& target : targets )
+        ReleaseAppended( *target.column, inFirstRow );
+    itsTargets.clear();
+}
+
+void XPivotTableReferences::KeepAppended(
+    XTarget& ioTarget, const XPivotOtherRowRefColumn& inReferences,
+    const XPivotRowRefColumn* inAppendedObjects, std::uint32_t inFirstRow )
+{
+    auto& column = *ioTarget.column;
+    for ( std::uint32_t row = inFirstRow; row < inReferences.GetColumnSize(); ++row )
+    {
+        if ( !inReferences.DoesDataExist( row ) )
             continue;
-        ioTarget.column->AddOther( place );
-        ioTarget.objects.push_back( { place, ioTarget.column->itsRefs[place].rows > 0 } );
+        const XUUID& uuid = inReferences.GetDataUUID( row );
+        auto place = column.itsRefs.Find( uuid );
+        if ( place == XPivotRowRefs::kNoPlace && inAppendedObjects &&
+             inAppendedObjects->GetDataUserVisibleID( uuid ) != 0 )
+        {
+            column.RequireUserVisibleIDs( 1 );
+            place = column.FindOrAddRef( uuid );
+        }
+        if ( place != XPivotRowRefs::kNoPlace && column.itsRefs[place].rows == 0 )
+            Keep( ioTarget, place );
+    }
+}
+
+/// Objects that have a row now need not be kept.
+void XPivotTableReferences::ReleaseAppended( XPivotRowRefColumn& ioColumn, std::uint32_t inFirstRow )
+{
+    for ( std::uint32_t row = inFirstRow; row < ioColumn.GetColumnSize(); ++row )
+    {
+        const auto place = ioColumn.itsRowPlaces[row];
+        if ( place != XPivotRowRefs::kNoPlace )
+            ioColumn.SetKept( place, false );
     }
 }
 
 void XPivotTableReferences::Settle()
 {
-    for ( XTarget& target : itsTargets )
+    itsTargets.clear();
+    for ( const XTarget& target : ListTargets( itsTable ) )
     {
+        const auto& refs = target.column->itsRefs;
         const XVector<std::uint8_t> isReferredTo = FindReferredTo( target );
-        for ( const auto& [place, hadRow] : target.objects )
+        for ( std::uint32_t place = 0; place < isReferredTo.size(); ++place )
         {
-            const bool hasRow = target.column->itsRefs[place].rows > 0;
-            const std::uint32_t held = hadRow ? 1 : 2;
-            target.column->RemoveOthers( place, held - ( isReferredTo[place] && !hasRow ? 1 : 0 ) );
+            if ( refs.IsUsed( place ) )
+                target.column->SetKept( place, isReferredTo[place] && refs[place].rows == 0 );
         }
-        target.objects.clear();
     }
 }
 
-void XKnowAppendedObjects( XPivotTable& ioTable, const XPivotTable& inAppended, std::uint32_t inFirstRow )
+void XPivotTableReferences::TakeOver( XPivotTable& ioTable )
 {
-    for ( std::uint32_t i = 0; i < ioTable.GetNumColumns(); ++i )
+    for ( const XTarget& target : ListTargets( ioTable ) )
     {
-        const auto* references = FindBound( &ioTable.GetColumn( i ) );
-        const auto* appended =
-            references ? FindBound( inAppended.FindColumn( references->GetDescriptor() ) ) : nullptr;
-        if ( !appended )
+        auto& refs = target.column->itsRefs;
+        bool haveAllRows = true;
+        refs.ForEach( [&]( const auto& inRecord ) { haveAllRows &= inRecord.rows > 0; } );
+        if ( haveAllRows )
             continue;
-        auto& objects = FindInTable( ioTable, *references->GetRowRefColumn() );
-        for ( std::uint32_t row = inFirstRow; row < references->GetColumnSize(); ++row )
+        const XVector<std::uint8_t> isReferredTo = FindReferredTo( target );
+        for ( std::uint32_t place = 0; place < isReferredTo.size(); ++place )
         {
-            const XUUID& uuid = references->GetDataUUID( row );
-            if ( objects.GetDataUserVisibleID( uuid ) == 0 &&
-                 appended->GetRowRefColumn()->GetDataUserVisibleID( uuid ) != 0 )
-                objects.AddRef( uuid );
+            if ( !isReferredTo[place] || refs[place].rows > 0 )
+                continue;
+            --refs[place].others;
+            refs[place].isKept = true;
         }
     }
 }

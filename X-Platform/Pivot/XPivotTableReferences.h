@@ -7,43 +7,48 @@ class XPivotRowRefColumn;
 class XPivotTable;
 
 /// The references among the rows of a table, over a change of its rows. An object without a row is known, with its
-/// number, as long as rows refer to it: for that the table holds one reference, added when the object's row goes and
-/// given back when the row returns or the last row that refers to it goes. Internal.
+/// number, as long as rows refer to it: for that the table keeps it, with one reference besides those that were added
+/// from elsewhere. Internal.
 ///
-/// While an object of this class lives, the table keeps its columns and all objects that its rows referred to.
+/// While an object of this class lives, the table keeps its columns.
 class XPivotTableReferences
 {
 public:
     explicit XPivotTableReferences( XPivotTable& ioTable );
-    /// Without Settle, as after a failure: the references are those from before.
+    /// Unless it was settled, as after a failure: the objects kept are those from before.
     ~XPivotTableReferences();
     XPivotTableReferences( const XPivotTableReferences& ) = delete;
     XPivotTableReferences& operator=( const XPivotTableReferences& ) = delete;
 
-    /// Called once, when the rows are changed.
+    /// Before rows go: keeps all objects that rows refer to until the table is settled.
+    void KeepAll();
+    /// Called once, when the rows are changed: the table keeps those objects that have no row and that rows refer to.
     void Settle();
+    /// The same when rows were appended from another table, from `inFirstRow` on, and none changed. The objects that
+    /// they refer to there become known. Takes time for these rows alone.
+    void SettleAppended( const XPivotTable& inAppended, std::uint32_t inFirstRow );
+
+    /// Of a table that was read: one reference to each object without a row is the table's, where rows refer to it.
+    static void TakeOver( XPivotTable& ioTable );
 
 private:
-    struct XObject
-    {
-        std::uint32_t place;
-        bool hadRow;
-    };
-    /// A row-reference column, the columns that refer to its objects, and the objects referred to.
+    /// A row-reference column, the columns that refer to its objects, and the places of the objects that are kept for
+    /// the time being.
     struct XTarget
     {
         XPivotRowRefColumn* column;
         XVector<const XPivotOtherRowRefColumn*> references;
-        XVector<XObject> objects;
+        XVector<std::uint32_t> kept;
     };
 
+    static XVector<XTarget> ListTargets( XPivotTable& ioTable );
     static XVector<std::uint8_t> FindReferredTo( const XTarget& inTarget );
-    XTarget& GetTarget( XPivotTable& ioTable, const XPivotRowRefColumn& inColumn );
-    void HoldObjects( XTarget& ioTarget );
+    static void Keep( XTarget& ioTarget, std::uint32_t inPlace );
+    static void KeepAppended(
+        XTarget& ioTarget, const XPivotOtherRowRefColumn& inReferences,
+        const XPivotRowRefColumn* inAppendedObjects, std::uint32_t inFirstRow );
+    static void ReleaseAppended( XPivotRowRefColumn& ioColumn, std::uint32_t inFirstRow );
 
+    XPivotTable& itsTable;
     XVector<XTarget> itsTargets;
 };
-
-/// Makes a table know the objects without rows that rows appended from another one refer to there. They begin at
-/// `inFirstRow`.
-void XKnowAppendedObjects( XPivotTable& ioTable, const XPivotTable& inAppended, std::uint32_t inFirstRow );

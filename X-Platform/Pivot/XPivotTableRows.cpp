@@ -27,6 +27,7 @@ XVector<std::uint32_t> ListAllRows( std::uint32_t inRowCount )
 void XPivotTable::DeleteRows( std::uint32_t inFirst, std::uint32_t inCount )
 {
     XPivotTableReferences references( *this );
+    references.KeepAll();
     for ( const auto& column : itsColumns )
         column->DeleteItems( inFirst, inCount );
     references.Settle();
@@ -40,6 +41,7 @@ void XPivotTable::DeleteRows( const XVector<std::uint32_t>& inRows )
 void XPivotTable::KeepRows( const XVector<std::uint32_t>& inRows )
 {
     XPivotTableReferences references( *this );
+    references.KeepAll();
     ReorderRows( inRows );
     references.Settle();
 }
@@ -65,6 +67,7 @@ void XPivotTable::DuplicateRows( const XVector<std::uint32_t>& inRows )
 void XPivotTable::DuplicateAllRows( std::uint32_t inCount, bool inInterleaved )
 {
     XPivotTableReferences references( *this );
+    references.KeepAll();
     for ( const auto& column : itsColumns )
         column->DuplicateAllValues( inCount, inInterleaved );
     references.Settle();

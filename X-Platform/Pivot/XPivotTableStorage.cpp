@@ -4,6 +4,7 @@
 #include "Core/XErrorNumbers.h"
 #include "Core/XStream.h"
 #include "Pivot/XPivotOpaqueColumn.h"
+#include "Pivot/XPivotTableReferences.h"
 
 #include <algorithm>
 #include <utility>
@@ -68,6 +69,7 @@ void XPivotTable::ReadStream2( XStream& inStream, XOptions inOptions )
         columns.push_back( ReadColumn( inStream, inOptions ) );
     SettleRowCounts( columns );
     TakeColumns( std::move( columns ) );
+    XPivotTableReferences::TakeOver( *this );
 }
 
 /// Columns that do not tell their number of rows take that of those that do; these have to agree.
