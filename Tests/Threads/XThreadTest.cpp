@@ -348,6 +348,19 @@ TEST( XThread, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
     }
 }
 
+TEST( XThread, IsSuspendedAgainThoughItHasNotWokenYet )
+{
+    TestThread thread( SleepForEver );
+    thread.StartThread();
+    for ( int turn = 0; turn < 100; ++turn )
+    {
+        thread.SuspendThread();
+        EXPECT_EQ( XThread::kThreadSuspended, thread.GetNextThreadState() );
+        EXPECT_TRUE( thread.IsThreadSuspended() );
+        thread.ResumeThread();
+    }
+}
+
 TEST( XThread, WaitersMissNoSuspensionThatIsOver )
 {
     TestThread thread( SleepForEver );

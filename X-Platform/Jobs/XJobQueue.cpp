@@ -180,6 +180,8 @@ void XJobQueue::StopAllJobQueues()
                         { inQueue.AsyncStopTaggedJobs( XJobSelector::EveryJob() ); } );
     }
     XThread::TestCancelCurrentThread();
+    if ( dynamic_cast<const XJobThread*>( XThread::GetCurrentThread() ) )
+        return; // the other jobs may be here too, and would wait for this one
     VisitJobQueues( []( XJobQueue& inQueue ) { inQueue.WaitUntilTerminated(); } );
 }
 

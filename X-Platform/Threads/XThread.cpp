@@ -244,8 +244,9 @@ void XThread::AsyncSuspendThread()
     const bool isSelf = GetCurrentThread() == this;
     {
         const XThreadLock lock( itsStates->mutex );
-        if ( itsStates->current != kThreadRunning || itsStates->requested != kThreadRunning )
+        if ( itsStates->current == kThreadNotRunning || itsStates->requested != kThreadRunning )
             return;
+        // A thread that has been resumed and has not woken yet goes on sleeping.
         itsStates->requested = kThreadSuspended;
         if ( !isSelf )
             itsImp->Wake();
