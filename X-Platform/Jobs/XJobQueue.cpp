@@ -278,8 +278,8 @@ void XJobQueue::XFinishedJobs::Append( XJob& ioJob ) noexcept
 
 void XJobQueue::QueueJob( XJob* inJob, bool inSuspended )
 {
-    inJob->itsOwner = this;
     ( inSuspended ? itsSuspendedJobs : itsQueuedJobs ).push_back( inJob );
+    inJob->itsOwner = this;
     RunnabilityMayHaveChanged();
 }
 
@@ -301,18 +301,17 @@ XJob* XJobQueue::TakeJobForRunning( const XJobThread& inWorker )
     return job;
 }
 
-/// Moves the selected jobs out of a list; both keep their order.
-void XJobQueue::TakeSelected( const XJobSelector& inSelector, XJobs& ioJobs, XVector<XJob*>& outTaken )
+/// Moves the selected jobs to the end of another list and returns how many those are; both lists keep their order.
+/// Where memory lacks they are what they were.
+template<class Jobs>
+USize XJobQueue::MoveSelected( const XJobSelector& inSelector, XJobs& ioFrom, Jobs& ioTo )
 {
-    XJobs kept;
-    for ( XJob* const job : ioJobs )
-    {
-        if ( inSelector.Selects( *job ) )
-            outTaken.push_back( job );
-        else
-            kept.push_back( job );
-    }
-    ioJobs.swap( kept );
+    const auto isSelected = [&]( const XJob* inJob ) { return inSelector.Selects( *inJob ); };
+    const auto count = std::count_if( ioFrom.begin(), ioFrom.end(), isSelected );
+    ioTo.resize( ioTo.size() + static_cast<USize>( count ) );
+    std::copy_if( ioFrom.begin(), ioFrom.end(), ioTo.end() - count, isSelected );
+    std::erase_if( ioFrom, isSelected );
+    return static_cast<USize>( count );
 }
 
 bool XJobQueue::IsAnyRunning( const XJobSelector& inSelector ) const
@@ -374,10 +373,10 @@ bool XJobQueue::StopTaggedJobsIfNotRunning( const XJobSelector& inTags )
     USize queuedCount = 0;
     {
         const XThreadLock lock( itsMutex );
-        TakeSelected( inTags, itsQueuedJobs, stopped );
+        stopped.reserve( itsQueuedJobs.size() + itsSuspendedJobs.size() );
+        queuedCount = MoveSelected( inTags, itsQueuedJobs, stopped );
         RunnabilityMayHaveChanged();
-        queuedCount = stopped.size();
-        TakeSelected( inTags, itsSuspendedJobs, stopped );
+        MoveSelected( inTags, itsSuspendedJobs, stopped );
     }
     for ( USize index = 0; index < stopped.size(); ++index )
     {
@@ -427,12 +426,10 @@ void XJobQueue::AsyncStopRunningJobs( const XJobSelector& inSelector )
 void XJobQueue::AsyncSuspendTaggedJobs( const XJobSelector& inTags )
 {
     const XThreadLock lock( itsMutex );
-    XVector<XJob*> suspended;
-    TakeSelected( inTags, itsQueuedJobs, suspended );
+    const USize movedCount = MoveSelected( inTags, itsQueuedJobs, itsSuspendedJobs );
     RunnabilityMayHaveChanged();
-    itsSuspendedJobs.insert( itsSuspendedJobs.end(), suspended.begin(), suspended.end() );
-    for ( XJob* const job : suspended )
-        XCallHook( [&] { job->Suspended(); } );
+    for ( USize index = itsSuspendedJobs.size() - movedCount; index < itsSuspendedJobs.size(); ++index )
+        XCallHook( [&] { itsSuspendedJobs[index]->Suspended(); } );
     JobsHaveGone();
 }
 
@@ -457,14 +454,12 @@ void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
     USize runnableCount = 0;
     {
         const XThreadLock lock( itsMutex );
-        XVector<XJob*> resumed;
-        TakeSelected( inTags, itsSuspendedJobs, resumed );
-        itsQueuedJobs.insert( itsQueuedJobs.end(), resumed.begin(), resumed.end() );
+        const USize movedCount = MoveSelected( inTags, itsSuspendedJobs, itsQueuedJobs );
         RunnabilityMayHaveChanged();
         for ( XJob* const job : itsQueuedJobs )
             if ( inTags.Selects( *job ) )
                 XCallHook( [&] { job->Resumed(); } );
-        runnableCount = itsIsRunning ? resumed.size() : 0;
+        runnableCount = itsIsRunning ? movedCount : 0;
     }
     XJobWaiter::Wake( runnableCount );
 }
@@ -481,9 +476,10 @@ bool XJobQueue::DeleteTaggedJobsIfNotRunning( const XJobSelector& inTags )
     XVector<XJob*> deleted;
     {
         const XThreadLock lock( itsMutex );
-        TakeSelected( inTags, itsQueuedJobs, deleted );
+        deleted.reserve( itsQueuedJobs.size() + itsSuspendedJobs.size() );
+        MoveSelected( inTags, itsQueuedJobs, deleted );
         RunnabilityMayHaveChanged();
-        TakeSelected( inTags, itsSuspendedJobs, deleted );
+        MoveSelected( inTags, itsSuspendedJobs, deleted );
     }
     for ( XJob* const job : deleted )
         Delete( job );

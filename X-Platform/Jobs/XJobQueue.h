@@ -60,7 +60,7 @@ public:
     // ---- Jobs
 
     /// Takes the job over and lets it wait for its turn, or, with `inSuspended`, until it is resumed. A null
-    /// job is an internal error, "inJob".
+    /// job is an internal error, "inJob". Where that fails for lack of memory the job stays the caller's.
     void AttachJob( XJob* inJob, bool inSuspended = false );
 
     /// The same, but deletes the new job at once if a job with its tag waits or runs already. Returns whether
@@ -195,7 +195,8 @@ private:
     void QueueJob( XJob* inJob, bool inSuspended );
     void RunnabilityMayHaveChanged();
     XJob* TakeJobForRunning( const XJobThread& inWorker );
-    static void TakeSelected( const XJobSelector& inSelector, XJobs& ioJobs, XVector<XJob*>& outTaken );
+    template<class Jobs>
+    static USize MoveSelected( const XJobSelector& inSelector, XJobs& ioFrom, Jobs& ioTo );
     bool IsAnyRunning( const XJobSelector& inSelector ) const;
     USize GetWeight() const { return itsQueuedJobs.size() + itsRunningJobs.size() + itsSuspendedJobs.size(); }
     void JobsHaveGone();

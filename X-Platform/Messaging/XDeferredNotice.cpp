@@ -6,6 +6,7 @@
 
 XDeferredNotice::XDeferredNotice( std::unique_ptr<XMessage> inMessage, XListener& inListener )
 {
+    XMessageQueues::Get(); // which are made on first use, and posting needs no memory
     itsEntry.isNotice = true;
     itsEntry.record.target = &inListener;
     itsEntry.record.message = std::move( inMessage );

@@ -26,6 +26,23 @@ public:
     }
 };
 
+template<class Action>
+bool LacksMemory( Action inAction )
+{
+    bool lacks = false;
+    sThreadWithoutMemory = WThreadID::GetCurrent();
+    try
+    {
+        inAction();
+    }
+    catch ( const std::bad_alloc& )
+    {
+        lacks = true;
+    }
+    sThreadWithoutMemory = 0;
+    return lacks;
+}
+
 } // namespace
 
 // The library's memory comes from here too. Inlined, these would look like mismatched calls to the compiler.
@@ -59,4 +76,21 @@ TEST( XJobQueueMemoryTest, CompletesAJobThatEndsWithoutMemory )
     sThreadWithoutMemory = 0;
     EXPECT_EQ( resultCode, 0u );
     EXPECT_TRUE( queue.IsEmpty() );
+}
+
+TEST( XJobQueueMemoryTest, KeepsItsJobsWhereMemoryLacksToMoveThem )
+{
+    constexpr int kJobs = 300;
+    int stoppedCount = 0;
+    XJobQueue queue;
+    for ( int i = 0; i < kJobs; ++i )
+        queue.AttachJob( new TestJob( [] {}, 1, [&]( std::uint32_t ) { ++stoppedCount; } ), i % 2 == 0 );
+    EXPECT_TRUE( LacksMemory( [&] { queue.AsyncSuspendAllJobs(); } ) );
+    EXPECT_TRUE( LacksMemory( [&] { queue.ResumeAllJobs(); } ) );
+    EXPECT_TRUE( LacksMemory( [&] { queue.StopTaggedJobsIfNotRunning( 1 ); } ) );
+    EXPECT_TRUE( LacksMemory( [&] { queue.DeleteTaggedJobsIfNotRunning( 1 ); } ) );
+    EXPECT_EQ( queue.GetQueuedJobCount(), kJobs / 2u );
+    EXPECT_EQ( queue.GetSuspendedJobCount(), kJobs / 2u );
+    queue.StopTaggedJobsIfNotRunning( 1 );
+    EXPECT_EQ( stoppedCount, kJobs );
 }
