@@ -180,6 +180,46 @@ TEST_F( XDeferredMessagesTest, WhatHandlersQueueWaitsForTheNextDrain )
     EXPECT_FALSE( RingsNow() );
 }
 
+TEST_F( XDeferredMessagesTest, ADrainIsHeldToWhatItFoundAndToSuspensions )
+{
+    const auto once = [&]( const std::function<void()>& inAction )
+    {
+        listener.action = [this, inAction]( const XMessage& )
+        {
+            listener.action = nullptr;
+            inAction();
+        };
+    };
+    Queue( 1 );
+    Queue( 2 );
+    once(
+        [&]
+        {
+            XSpeaker::RemoveFromDelayedQueue( kNext, XSpeaker::XRemoveMsgsSentBySpeaker( speaker ) );
+            Queue( 3 );
+        } );
+    Drain();
+    EXPECT_EQ( listener.heard, Numbers{ 1 } );
+
+    Queue( 4 );
+    once( XSpeaker::SuspendIdleProcessing );
+    Drain();
+    EXPECT_EQ( listener.heard, ( Numbers{ 1, 3 } ) );
+    XSpeaker::ResumeIdleProcessing();
+
+    XSpeaker::ResumeIdleProcessing(); // once too often
+    Queue( 5 );
+    once(
+        [&]
+        {
+            Drain();
+            EXPECT_EQ( listener.heard, ( Numbers{ 1, 3, 4 } ) );
+        } );
+    Drain();
+    XSpeaker::SuspendIdleProcessing();
+    EXPECT_EQ( listener.heard, ( Numbers{ 1, 3, 4, 5 } ) );
+}
+
 TEST_F( XDeferredMessagesTest, SuspensionHoldsBothQueues )
 {
     XSpeaker::SuspendIdleProcessing();

@@ -103,6 +103,11 @@ TEST( XSpeakerTest, AnExclusionDiesWithItsListener )
     Recorder ordinary( speaker );
     alignas( Recorder ) std::byte place[sizeof( Recorder )];
     auto* listener = new ( place ) Recorder( speaker, nullptr, true );
+    OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 2 ) ); } );
+    listener->StopListening();
+    listener->Subscribe( speaker );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( listener->heard, Numbers{ 2 } ); // not again
     OnWorker( [&] { speaker.SpeakMessage( NumberMessage( 1 ) ); } );
     listener->~Recorder();
     listener = new ( place ) Recorder( speaker, nullptr, true );

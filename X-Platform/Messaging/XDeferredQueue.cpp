@@ -94,6 +94,7 @@ void XDeferredQueue::Link( XEntry& inEntry ) noexcept
 {
     inEntry.previous = itsLast;
     inEntry.next = nullptr;
+    inEntry.serial = itsNextSerial++;
     ( itsLast ? itsLast->next : itsFirst ) = &inEntry;
     itsLast = &inEntry;
     ++itsCount;

@@ -25,6 +25,7 @@ public:
     {
         XEntry* previous = nullptr; // in the queue
         XEntry* next = nullptr;
+        std::uint64_t serial = 0; // counts the entries of the queue as they were queued
         XEntry* previousOfSpeaker = nullptr;
         XEntry* nextOfSpeaker = nullptr;
         XIndexLink<XEntry> keyLink;
@@ -44,6 +45,9 @@ public:
     XDeferredQueue& operator=( const XDeferredQueue& ) = delete;
 
     USize GetCount() const { return itsCount; }
+
+    /// The serial of the next entry to be queued.
+    std::uint64_t GetEnd() const { return itsNextSerial; }
 
     /// Takes the item over. Where that fails the item and the queue are what they were.
     void PushBack( XItem& ioItem );
@@ -81,6 +85,7 @@ private:
     XEntry* itsFirst = nullptr;
     XEntry* itsLast = nullptr;
     USize itsCount = 0;
+    std::uint64_t itsNextSerial = 0;
     XEntry* itsFree = nullptr;
     USize itsUsedCount = 0; // entries that are not free
     XEntryIndex<XEntry, &XEntry::keyLink> itsKeys;

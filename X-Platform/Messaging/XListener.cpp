@@ -9,7 +9,7 @@
 #include <utility>
 
 XListener::XListener( bool inIsAsynchronous, XCaller inCaller )
-    : itsFlags( inIsAsynchronous ? kAsynchronous : 0 ), itsCaller( inCaller )
+    : itsFlags( inIsAsynchronous ? std::uint32_t{ kAsynchronous } : 0 ), itsCaller( inCaller )
 {
 }
 
@@ -29,7 +29,7 @@ XListener& XListener::operator=( const XListener& )
 
 XListener::~XListener()
 {
-    StopListening();
+    Stop( true );
 }
 
 void XListener::HandleMessage( const XMessage& ) {}
@@ -51,7 +51,7 @@ void XListener::SetFlag( XFlag inFlag, bool inIsSet )
     if ( inIsSet )
         itsFlags.fetch_or( inFlag, std::memory_order_relaxed );
     else
-        itsFlags.fetch_and( static_cast<std::uint8_t>( ~inFlag ), std::memory_order_relaxed );
+        itsFlags.fetch_and( ~static_cast<std::uint32_t>( inFlag ), std::memory_order_relaxed );
 }
 
 void XListener::SetAsynchronous( bool inIsAsynchronous )
@@ -60,9 +60,9 @@ void XListener::SetAsynchronous( bool inIsAsynchronous )
     if ( IsAsynchronous() == inIsAsynchronous )
         return;
     SetFlag( kAsynchronous, inIsAsynchronous );
-    for ( const auto& [list, hasEnded] : itsSubscriptions )
-        if ( !hasEnded )
-            list->CountAsynchronous( inIsAsynchronous ? 1 : -1 );
+    for ( const XSubscription& subscription : itsSubscriptions )
+        if ( !subscription.hasEnded )
+            subscription.list->CountAsynchronous( inIsAsynchronous ? 1 : -1 );
 }
 
 void XListener::SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf )
@@ -120,11 +120,11 @@ bool XListener::ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast )
     return true;
 }
 
-void XListener::SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting )
+void XListener::SpeakerDeleted( XListenerList& inList, std::int32_t inCount, bool inIsBroadcasting )
 {
     const XThreadLock lock( itsMutex );
-    while ( ForgetSpeaker( inList, std::exchange( inIsBroadcasting, false ) ) )
-        ;
+    for ( ; inCount > 0; --inCount )
+        ForgetSpeaker( inList, std::exchange( inIsBroadcasting, false ) );
 }
 
 void XListener::ForgetBroadcast( XListenerList& inList )
@@ -153,28 +153,77 @@ void XListener::Remove( XSubscriptions::iterator inSubscription )
 
 void XListener::StopListening()
 {
-    itsFlags.fetch_or( kStopped, std::memory_order_acq_rel );
-    if ( HasFlag( kSubscribed ) )
-        UnsubscribeFromAll();
-    if ( HasFlag( kPosted ) || HasFlag( kExcluded ) )
-        XMessageQueues::Get().ForgetListener( *this, HasFlag( kExcluded ) );
+    Stop( false );
 }
 
-/// The lists are let go first and the nodes removed then, each under its own mutex: a list's mutex is never
-/// taken under this listener's, and the references keep the lists while their speakers may die.
-void XListener::UnsubscribeFromAll()
+/// A handler of the listener further up on this thread is marked before anything is waited for, so that one on
+/// another thread which stops the listener too does not wait for it. An end waits for all on other threads.
+void XListener::Stop( bool inIsDying )
 {
-    XSubscriptions subscriptions;
+    itsFlags.fetch_or( kStopped, std::memory_order_acq_rel );
+    XMessageQueues& queues = XMessageQueues::Get();
+    const bool isBroadcast = HasFlag( kSubscribed ) && MarkOwnBroadcasts( true );
+    const bool isPosted = HasFlag( kPosted ) && queues.MarkOwnCallsOf( *this );
+    const bool mayPassOver = ( isBroadcast || isPosted ) && !inIsDying;
+    if ( HasFlag( kSubscribed ) )
+        UnsubscribeFromAll( mayPassOver );
+    if ( inIsDying )
+        ForgetOwnBroadcasts();
+    if ( HasFlag( kPosted ) || HasFlag( kExcluded ) || IsPostBeginning() )
+        queues.ForgetListener( *this, HasFlag( kExcluded ), mayPassOver, inIsDying );
+    if ( isBroadcast )
+        MarkOwnBroadcasts( false );
+}
+
+/// Returns whether there are any on this thread.
+bool XListener::MarkOwnBroadcasts( bool inAreStopping )
+{
+    const XThreadLock lock( itsMutex );
+    bool isAny = false;
+    for ( XSubscription& subscription : itsSubscriptions )
+        if ( subscription.list->GetMutex().IsLockedByCurrentThread() )
+        {
+            subscription.isStopping = inAreStopping;
+            isAny = true;
+        }
+    return isAny;
+}
+
+/// Each list's mutex is taken without this listener's, which comes after it; broadcasts on other threads are waited
+/// for there. What is left are ended subscriptions to lists that broadcast on this thread, by which a thread that
+/// destroys the listener sees that it is being called, and those that are passed over.
+void XListener::UnsubscribeFromAll( bool inMayPassOver )
+{
+    while ( XListenerList* const list = PinSubscribed( inMayPassOver ) )
     {
-        const XThreadLock lock( itsMutex );
-        subscriptions.swap( itsSubscriptions );
-        for ( const auto& [list, hasEnded] : subscriptions )
-            if ( !hasEnded )
-                list->CountSubscription( -1, IsAsynchronous() );
-    }
-    for ( const auto& [list, hasEnded] : subscriptions )
-    {
-        list->RemoveDying( *this );
+        list->HardUnsubscribe( *this );
         list->Release();
+    }
+}
+
+/// The list of a subscription that has to end, with a reference more; null when there is none.
+XListenerList* XListener::PinSubscribed( bool inMayPassOver )
+{
+    const XThreadLock lock( itsMutex );
+    const auto hasToEnd = [&]( const XSubscription& inSubscription )
+    {
+        if ( inSubscription.list->GetMutex().IsLockedByCurrentThread() )
+            return !inSubscription.hasEnded;
+        return !( inMayPassOver && inSubscription.isStopping );
+    };
+    const auto found = std::find_if( itsSubscriptions.begin(), itsSubscriptions.end(), hasToEnd );
+    if ( found == itsSubscriptions.end() )
+        return nullptr;
+    found->list->AddReference();
+    return found->list;
+}
+
+/// The broadcasts on this thread go on without the listener.
+void XListener::ForgetOwnBroadcasts()
+{
+    for ( const XSubscription& subscription : std::exchange( itsSubscriptions, {} ) )
+    {
+        subscription.list->RemoveDying( *this );
+        subscription.list->Release();
     }
 }

@@ -55,7 +55,7 @@ public:
 
     /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is
     /// calling it or posting to it. What is posted afterwards is dropped. A call of its own `HandleMessage`
-    /// further up on this thread is not waited for.
+    /// further up on this thread is not waited for, and two such calls that stop it do not wait for each other.
     void StopListening();
 
 private:
@@ -63,7 +63,7 @@ private:
     friend class XMessageQueues;
     friend class XSpeaker;
 
-    enum XFlag : std::uint8_t
+    enum XFlag : std::uint32_t
     {
         kAsynchronous = 1,
         kDeaf = 2,        // to some class
@@ -71,6 +71,7 @@ private:
         kExcluded = 8,    // some queued message may name it as one that has heard it
         kSubscribed = 16, // has subscribed to somebody at some time
         kStopped = 32,    // takes no more posts
+        kPostBegins = 64, // counts, with the bits above it, posts that the queues do not know yet
     };
 
     /// A place in a speaker's list.
@@ -102,8 +103,21 @@ private:
     }
     void SetFlag( XFlag inFlag, bool inIsSet );
 
-    /// Whether the listener still takes posts. From then on its end looks for the call of the post.
-    bool BeginPost() { return ( itsFlags.fetch_or( kPosted, std::memory_order_acq_rel ) & kStopped ) == 0; }
+    /// A post begins: the end of the listener waits until the queues, under whose mutex the second operation is
+    /// called, know of it, and looks for its call there. Both return whether the listener still takes posts.
+    bool AnnouncePost()
+    {
+        if ( HasFlag( kStopped ) )
+            return false;
+        itsFlags.fetch_add( kPostBegins, std::memory_order_acq_rel );
+        return true;
+    }
+    bool BeginPost()
+    {
+        itsFlags.fetch_or( kPosted, std::memory_order_acq_rel );
+        return ( itsFlags.fetch_sub( kPostBegins, std::memory_order_acq_rel ) & kStopped ) == 0;
+    }
+    bool IsPostBeginning() const { return itsFlags.load( std::memory_order_acquire ) >= kPostBegins; }
     bool IsDeafTo( const XMessage& inMessage ) const
     {
         return HasFlag( kDeaf ) && IsContainedInDeaf( inMessage );
@@ -116,6 +130,7 @@ private:
     {
         XListenerList* list; // with one reference
         bool hasEnded;
+        bool isStopping = false; // the handler that the list's broadcast is in stops the listener
     };
     using XSubscriptions = XVector<XSubscription>;
 
@@ -124,18 +139,22 @@ private:
     bool RememberSpeaker( XListenerList& inList );
     bool ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast );
 
-    /// Ends all subscriptions to a list in one step. Unless a broadcast is on, the listener may be destroyed by
-    /// another thread from then on.
-    void SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting );
+    /// Ends all subscriptions to a list, which are so many, in one step. Unless a broadcast is on, the listener
+    /// may be destroyed by another thread from then on.
+    void SpeakerDeleted( XListenerList& inList, std::int32_t inCount, bool inIsBroadcasting );
 
     /// The broadcast in which the last subscription to a list ended is over.
     void ForgetBroadcast( XListenerList& inList );
 
     XSubscriptions::iterator FindSubscription( const XListenerList& inList, bool inHasEnded );
     void Remove( XSubscriptions::iterator inSubscription );
-    void UnsubscribeFromAll();
+    void Stop( bool inIsDying );
+    bool MarkOwnBroadcasts( bool inAreStopping );
+    void UnsubscribeFromAll( bool inMayPassOver );
+    XListenerList* PinSubscribed( bool inMayPassOver );
+    void ForgetOwnBroadcasts();
 
-    std::atomic<std::uint8_t> itsFlags;
+    std::atomic<std::uint32_t> itsFlags;
     const XCaller itsCaller;
     mutable XMutex itsMutex;                  // taken after a speaker's mutex
     XSubscriptions itsSubscriptions;          // guarded by itsMutex

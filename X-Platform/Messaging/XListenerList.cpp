@@ -89,7 +89,7 @@ void XListenerList::HardUnsubscribe( XListener& inListener )
     const XThreadLock lock( itsMutex );
     if ( XNode* const node = FindNode( inListener ) )
     {
-        inListener.SpeakerDeleted( *this, itsBroadcastDepth > 0 );
+        inListener.SpeakerDeleted( *this, node->count, itsBroadcastDepth > 0 );
         RemoveNode( *node );
     }
 }
@@ -100,7 +100,7 @@ void XListenerList::RemoveAll()
     for ( XNode& node : itsNodes )
     {
         if ( node.listener )
-            node.listener->SpeakerDeleted( *this, itsBroadcastDepth > 0 );
+            node.listener->SpeakerDeleted( *this, node.count, itsBroadcastDepth > 0 );
         node.count = 0;
     }
     itsNeedsCleanup = itsBroadcastDepth > 0;

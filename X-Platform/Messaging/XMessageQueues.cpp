@@ -47,14 +47,17 @@ public:
 
     void Begin( const XListener& inListener, const XListenerList* inSpeakersList )
     {
-        itsCall = { &inListener, inSpeakersList, WThreadID::GetCurrent(), itsQueues.itsCalls };
+        itsCall = { &inListener, inSpeakersList, nullptr, WThreadID::GetCurrent(), itsQueues.itsCalls };
         itsQueues.itsCalls = &itsCall;
     }
 
-    /// Begins the call of a post, unless the listener or the speaker has stopped.
+    /// Begins the call of a post that has been announced, unless the listener or the speaker has stopped.
     bool BeginPost( XListener& inListener, const XListenerList* inSpeakersList )
     {
-        if ( ( inSpeakersList && !inSpeakersList->GetSpeaker() ) || !inListener.BeginPost() )
+        const bool isListening = inListener.BeginPost();
+        if ( !isListening )
+            itsQueues.itsCallEnded.Broadcast();
+        if ( !isListening || ( inSpeakersList && !inSpeakersList->GetSpeaker() ) )
             return false;
         Begin( inListener, inSpeakersList );
         return true;
@@ -143,6 +146,8 @@ void XMessageQueues::Add(
 
 void XMessageQueues::Post( const XMessage& inMessage, XListener& inListener, XWhen inWhen )
 {
+    if ( !inListener.AnnouncePost() )
+        return;
     const XSpeaker* const speaker = inMessage.GetSpeaker();
     std::optional<XListenerList::XPin> pin;
     if ( speaker )
@@ -230,9 +235,9 @@ void XMessageQueues::Signal( XQueue& ioQueue )
 
 // ---- Delivering
 
-/// Delivers the first message. Whoever it concerns is held under the mutex, before it may be destroyed: a
-/// listener by the call, a speaker by the mutex of its list.
-void XMessageQueues::Deliver( XQueue& ioQueue )
+/// Delivers the first message if it was queued before the end. Whoever it concerns is held under the mutex, before
+/// it may be destroyed: a listener by the call, a speaker by the mutex of its list.
+bool XMessageQueues::Deliver( XQueue& ioQueue, std::uint64_t inEnd )
 {
     XItem item;
     XListener* target = nullptr;
@@ -242,8 +247,8 @@ void XMessageQueues::Deliver( XQueue& ioQueue )
     {
         const XThreadLock lock( itsDeferredMutex );
         XEntry* const first = ioQueue.messages.GetFirst();
-        if ( !first )
-            return;
+        if ( !first || first->serial >= inEnd || itsSuspendIdleProcessing > 0 )
+            return false;
         target = first->record.target;
         theMessage = first->record.message.get();
         if ( target )
@@ -259,45 +264,47 @@ void XMessageQueues::Deliver( XQueue& ioQueue )
     {
         if ( !target->IsDeafTo( *theMessage ) )
             target->HandleMessage( *theMessage );
-        return;
+        return true;
     }
     XAssert( theMessage->GetSpeaker() );
     ( *speakersList )->Broadcast( *theMessage, false, item.record.exclusions );
+    return true;
 }
 
-void XMessageQueues::DeliverAndLog( XQueue& ioQueue )
+bool XMessageQueues::DeliverAndLog( XQueue& ioQueue, std::uint64_t inEnd )
 {
     try
     {
-        Deliver( ioQueue );
+        return Deliver( ioQueue, inEnd );
     }
     catch ( ... )
     {
         XErrorLog::AddCurrentException();
+        return true;
     }
 }
 
-bool XMessageQueues::BeginDrain( const XQueue& inQueue, USize& outCount )
+bool XMessageQueues::BeginDrain( const XQueue& inQueue, std::uint64_t& outEnd )
 {
     const XThreadLock lock( itsDeferredMutex );
-    if ( itsSuspendIdleProcessing > 0 )
+    if ( itsSuspendIdleProcessing > 0 || itsIsDraining )
         return false;
-    ++itsSuspendIdleProcessing;
-    outCount = inQueue.messages.GetCount();
+    itsIsDraining = true;
+    outEnd = inQueue.messages.GetEnd();
     return true;
 }
 
 void XMessageQueues::DrainNextEvent()
 {
     WMainLoop::ClearWake();
-    USize count = 0;
-    if ( !BeginDrain( itsNextEventMessages, count ) )
+    std::uint64_t end = 0;
+    if ( !BeginDrain( itsNextEventMessages, end ) )
         return;
-    for ( ; count > 0; --count )
-        DeliverAndLog( itsNextEventMessages );
+    while ( DeliverAndLog( itsNextEventMessages, end ) )
+        ;
 
     const XThreadLock lock( itsDeferredMutex );
-    --itsSuspendIdleProcessing;
+    itsIsDraining = false;
     itsNextEventMessages.event.Clear();
     if ( itsNextEventMessages.messages.GetCount() > 0 )
         WMainLoop::Wake();
@@ -306,21 +313,21 @@ void XMessageQueues::DrainNextEvent()
 bool XMessageQueues::DrainIdle()
 {
     const XTimer timer( kIdleBudgetMs );
-    USize count = 0;
-    if ( !BeginDrain( itsIdleMessages, count ) )
+    std::uint64_t end = 0;
+    if ( !BeginDrain( itsIdleMessages, end ) )
         return false;
-    const bool isAnyThere = count > 0;
-    for ( ; count > 0 && !timer.HasExpired(); --count )
-        DeliverAndLog( itsIdleMessages );
+    bool hasDelivered = false;
+    while ( !timer.HasExpired() && DeliverAndLog( itsIdleMessages, end ) )
+        hasDelivered = true;
 
     const XThreadLock lock( itsDeferredMutex );
-    --itsSuspendIdleProcessing;
+    itsIsDraining = false;
     if ( itsIdleMessages.messages.GetCount() == 0 )
         itsIdleMessages.event.Clear();
     // A handler may have tried to drain the next events, which silenced the bell: they count here too.
     if ( itsIdleMessages.messages.GetCount() > 0 || itsNextEventMessages.messages.GetCount() > 0 )
         WMainLoop::Wake();
-    return isAnyThere;
+    return hasDelivered;
 }
 
 void XMessageQueues::Suspend()
@@ -355,16 +362,19 @@ USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
     return withdrawn.GetCount();
 }
 
-void XMessageQueues::ForgetSpeaker( const XListenerList& inSpeakersList )
+void XMessageQueues::ForgetSpeaker( const XListenerList& inSpeakersList, bool inIsDying )
 {
     XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
     while ( XEntry* const entry = inSpeakersList.itsFirstQueued )
         withdrawn.Add( *entry );
-    EndCallsOf( inSpeakersList, &XCall::speakersList );
+    const bool mayPassOver =
+        !inIsDying && ChangeOwnCallsOf( inSpeakersList, &XCall::speakersList, &inSpeakersList, nullptr );
+    EndCallsOf( inSpeakersList, &XCall::speakersList, mayPassOver, inIsDying );
 }
 
-void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeExcluded )
+void XMessageQueues::ForgetListener(
+    const XListener& inListener, bool inMayBeExcluded, bool inMayPassOver, bool inIsDying )
 {
     XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
@@ -372,10 +382,12 @@ void XMessageQueues::ForgetListener( const XListener& inListener, bool inMayBeEx
     {
         while ( XEntry* const entry = queue->messages.FindFirstFor( inListener ) )
             withdrawn.Add( *entry );
-        if ( inMayBeExcluded )
+        if ( inMayBeExcluded && inIsDying )
             ForgetExclusions( queue->messages, inListener );
     }
-    EndCallsOf( inListener, &XCall::listener );
+    while ( inListener.IsPostBeginning() )
+        itsCallEnded.Wait( itsDeferredMutex );
+    EndCallsOf( inListener, &XCall::listener, inMayPassOver, inIsDying );
 }
 
 /// A listener made later may get the same address.
@@ -385,23 +397,51 @@ void XMessageQueues::ForgetExclusions( XDeferredQueue& ioMessages, const XListen
         std::erase( entry->record.exclusions, &inListener );
 }
 
-/// Forgets the calls on this thread that concern somebody who comes to its end, and waits for those on others.
-template<class T>
-void XMessageQueues::EndCallsOf( const T& inOne, const T* XCall::*inMember )
+bool XMessageQueues::MarkOwnCallsOf( const XListener& inListener )
 {
+    const XThreadLock lock( itsDeferredMutex );
+    return ChangeOwnCallsOf( inListener, &XCall::listener, &inListener, &inListener );
+}
+
+/// Waits for the calls on other threads that concern somebody who stops. Those on this thread are forgotten when he
+/// comes to his end.
+template<class T>
+void XMessageQueues::EndCallsOf(
+    const T& inOne, const T* XCall::*inMember, bool inMayPassOver, bool inIsDying )
+{
+    const T* const one = inIsDying ? nullptr : &inOne;
+    ChangeOwnCallsOf<T>( inOne, inMember, one, one );
     const std::uint32_t ownID = WThreadID::GetCurrent();
     const auto isCalledElsewhere = [&]
     {
         for ( const XCall* call = itsCalls; call; call = call->next )
-            if ( call->*inMember == &inOne && call->threadID != ownID )
+            if ( call->*inMember == &inOne && call->threadID != ownID &&
+                 !( inMayPassOver && call->stops == &inOne ) )
                 return true;
         return false;
     };
-    for ( XCall* call = itsCalls; call; call = call->next )
-        if ( call->*inMember == &inOne && call->threadID == ownID )
-            call->*inMember = nullptr;
     while ( isCalledElsewhere() )
         itsCallEnded.Wait( itsDeferredMutex );
+    ChangeOwnCallsOf<T>( inOne, inMember, one, nullptr );
+}
+
+/// Returns whether there are any.
+template<class T>
+bool XMessageQueues::ChangeOwnCallsOf(
+    const T& inOne, const T* XCall::*inMember, const T* inNewOne, const void* inStops )
+{
+    const std::uint32_t ownID = WThreadID::GetCurrent();
+    bool isAny = false;
+    for ( XCall* call = itsCalls; call; call = call->next )
+        if ( call->*inMember == &inOne && call->threadID == ownID )
+        {
+            call->*inMember = inNewOne;
+            call->stops = inStops;
+            isAny = true;
+        }
+    if ( isAny )
+        itsCallEnded.Broadcast();
+    return isAny;
 }
 
 // ---- Asking

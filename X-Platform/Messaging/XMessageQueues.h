@@ -36,13 +36,18 @@ public:
 
     USize RemoveIf( XWhen inQueue, const XPredicate& inPredicate );
 
-    /// Withdraws the messages of a speaker that has stopped, waits for calls of single listeners with its
-    /// messages on other threads and forgets those on this one.
-    void ForgetSpeaker( const XListenerList& inSpeakersList );
+    /// Withdraws the messages of a speaker that has stopped and waits for calls of single listeners with its
+    /// messages on other threads; at its end forgets those on this one.
+    void ForgetSpeaker( const XListenerList& inSpeakersList, bool inIsDying );
 
-    /// Withdraws the messages for a listener, waits for calls of it on other threads and forgets those on
-    /// this one.
-    void ForgetListener( const XListener& inListener, bool inMayBeExcluded );
+    /// Withdraws the messages for a listener that has stopped and waits for calls of it on other threads; at its
+    /// end forgets those on this one.
+    void
+    ForgetListener( const XListener& inListener, bool inMayBeExcluded, bool inMayPassOver, bool inIsDying );
+
+    /// Tells that the calls of a listener on this thread stop it: those on other threads that may pass over such
+    /// calls do not wait for them. Returns whether there are any.
+    bool MarkOwnCallsOf( const XListener& inListener );
 
     bool HasMessage( XWhen inQueue );
     USize GetCount();
@@ -60,6 +65,7 @@ private:
     {
         const XListener* listener = nullptr;         // null once it has been destroyed within the call
         const XListenerList* speakersList = nullptr; // the same of the message's speaker
+        const void* stops = nullptr;                 // which of these the handler itself is stopping
         std::uint32_t threadID = 0;
         XCall* next = nullptr;
     };
@@ -78,20 +84,24 @@ private:
     void Signal( XQueue& ioQueue );
     static void ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener );
     template<class T>
-    void EndCallsOf( const T& inOne, const T* XCall::*inMember );
+    void EndCallsOf( const T& inOne, const T* XCall::*inMember, bool inMayPassOver, bool inIsDying );
+    template<class T>
+    bool
+    ChangeOwnCallsOf( const T& inOne, const T* XCall::*inMember, const T* inNewOne, const void* inStops );
 
     // Without it.
     void AddPost(
         const XMessage& inMessage, XListener& inListener, XListenerList* inSpeakersList, XWhen inWhen,
         XCallScope& ioCall );
-    bool BeginDrain( const XQueue& inQueue, USize& outCount );
-    void Deliver( XQueue& ioQueue );
-    void DeliverAndLog( XQueue& ioQueue );
+    bool BeginDrain( const XQueue& inQueue, std::uint64_t& outEnd );
+    bool Deliver( XQueue& ioQueue, std::uint64_t inEnd );
+    bool DeliverAndLog( XQueue& ioQueue, std::uint64_t inEnd );
 
     XMutex itsDeferredMutex; // guards everything below
     XQueue itsNextEventMessages;
     XQueue itsIdleMessages;
     std::int32_t itsSuspendIdleProcessing = 0; // drains deliver nothing while it is above zero
+    bool itsIsDraining = false;                // nor do others while one is on
     XCall* itsCalls = nullptr;
     XConditionVariable itsCallEnded;
 };

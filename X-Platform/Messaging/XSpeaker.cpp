@@ -65,11 +65,16 @@ XSpeaker& XSpeaker::operator=( const XSpeaker& )
 
 XSpeaker::~XSpeaker()
 {
-    StopSpeaking();
+    Stop( true );
     itsListeners->Unpin();
 }
 
 void XSpeaker::StopSpeaking()
+{
+    Stop( false );
+}
+
+void XSpeaker::Stop( bool inIsDying )
 {
     const XListenerList::XPin pin( *itsListeners ); // after what calls in progress have read of the speaker
     {
@@ -77,7 +82,7 @@ void XSpeaker::StopSpeaking()
         itsListeners->SpeakerStopped();
         itsListeners->RemoveAll();
     }
-    XMessageQueues::Get().ForgetSpeaker( *itsListeners );
+    XMessageQueues::Get().ForgetSpeaker( *itsListeners, inIsDying );
     if ( itsHasMutedMessages )
         ForgetMutedMessages();
 }

@@ -145,7 +145,8 @@ public:
     static WEvent& GetMsgInNextEventQueueEvent();
     static WEvent& GetMsgInIdleQueueEvent();
 
-    /// While more calls were made of the first than of the second, both drains deliver nothing.
+    /// While more calls were made of the first than of the second, both drains deliver nothing; one that is on
+    /// ends with the message that it delivers.
     static void SuspendIdleProcessing();
     static void ResumeIdleProcessing();
 
@@ -178,6 +179,7 @@ private:
     friend class XListenerList;
     friend class XMessageQueues;
 
+    void Stop( bool inIsDying );
     static bool MayBroadcast( const XListenerList& inListeners );
 
     /// The speaker, which may be null, is not looked into.

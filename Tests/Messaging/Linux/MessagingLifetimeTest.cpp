@@ -165,6 +165,103 @@ TEST( MessagingLifetimeTest, ASpeakersEndWaitsForHandlersOfPostsThatNameIt )
     EXPECT_FALSE( speaker );
 }
 
+TEST( MessagingLifetimeTest, AListenersEndWaitsForPostsThatWaitForTheQueues )
+{
+    XSpeaker speaker;
+    speaker.SpeakMessage( NumberMessage( 1 ), kNext );
+    auto listener = std::make_unique<Recorder>();
+    WEvent isAsked;
+    WEvent mayGoOn;
+    const auto withdraws = [&]( const XSpeaker::XDeferredMessageRecord& )
+    {
+        isAsked.Set();
+        mayGoOn.Wait();
+        return true;
+    };
+    {
+        const Caller holder( [&] { XSpeaker::RemoveFromDelayedQueue( kNext, withdraws ); } );
+        isAsked.Wait();
+        const Caller sender( [&, to = listener.get()]
+                             { XSpeaker::PostXMessage( NumberMessage( 2 ), *to, kNext ); } );
+        EXPECT_TRUE( sender.WaitUntilItSleeps() );
+        const Caller ender( [&] { listener.reset(); } );
+        EXPECT_TRUE( ender.WaitUntilItSleeps() );
+        mayGoOn.Set();
+    }
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+}
+
+TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
+{
+    enum Way
+    {
+        kSpokenToListener,
+        kPostedToListener,
+        kPostedOfSpeaker
+    };
+    for ( const Way way : { kSpokenToListener, kPostedToListener, kPostedOfSpeaker } )
+    {
+        XSpeaker speaker;
+        WEvent hasStopped;
+        WEvent mayReturn;
+        Recorder listener( nullptr, true );
+        const auto stop = [&]
+        { way == kPostedOfSpeaker ? speaker.StopSpeaking() : listener.StopListening(); };
+        listener.action = [&]( const XMessage& )
+        {
+            stop();
+            hasStopped.Set();
+            mayReturn.Wait();
+        };
+        listener.Subscribe( speaker );
+        const NumberMessage message( 1, &speaker );
+        const auto send = [&]
+        {
+            if ( way == kSpokenToListener )
+                speaker.SpeakMessage( message, kNow );
+            else
+                XSpeaker::PostXMessage( message, listener, kNow );
+        };
+        const Caller sender( send );
+        hasStopped.Wait();
+        const Caller first( stop );
+        const Caller second( stop );
+        EXPECT_TRUE( first.WaitUntilItSleeps() );
+        EXPECT_TRUE( second.WaitUntilItSleeps() );
+        mayReturn.Set();
+    }
+}
+
+TEST( MessagingLifetimeTest, HandlersThatStopTheSameDoNotWaitForEachOther )
+{
+    class Stopper : public XListener
+    {
+    public:
+        Stopper() : XListener( true ) {}
+        ~Stopper() override { StopListening(); }
+        void HandleMessage( const XMessage& ) override
+        {
+            areBothIn.arrive_and_wait();
+            StopListening();
+        }
+        std::barrier<> areBothIn{ 2 };
+    };
+    for ( const unsigned posted : { 0, 1, 2 } )
+    {
+        std::array<XSpeaker, 2> speakers;
+        Stopper stopper;
+        std::deque<Caller> callers;
+        for ( XSpeaker& speaker : speakers )
+        {
+            stopper.Subscribe( speaker );
+            if ( callers.size() < posted )
+                callers.emplace_back( [&] { XSpeaker::PostXMessage( NumberMessage( 1 ), stopper ); } );
+            else
+                callers.emplace_back( [&] { speaker.SpeakMessage( NumberMessage( 1 ), kNow ); } );
+        }
+    }
+}
+
 TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
 {
     for ( const bool endsInHandler : { false, true } )
