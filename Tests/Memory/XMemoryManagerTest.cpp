@@ -186,6 +186,43 @@ TEST( XMemoryManager, AListenerCannotTakeTheBlockThatRoomIsMadeFor )
     EXPECT_EQ( kMiB, wanted.GetDataSize() );
 }
 
+// Neither by a lock of its own.
+TEST( XMemoryManager, AListenerCannotLockWhatIsJustBroughtIntoMemory )
+{
+    TestManager manager( 2 * kMiB );
+    XMappedFileMemoryHandle wanted( kMiB );
+    auto other = std::make_unique<XMappedFileMemoryHandle>( wanted ); // shares the block
+    std::unique_ptr<XMemoryHandle> fixed;
+    std::vector<std::uint32_t> errors;
+    TestListener listener(
+        [&]( USize64 )
+        {
+            fixed.reset();
+            if ( !IsInMemory( *other ) )
+                errors.push_back( ErrorOf( [&] { const XLock lock( *other, kLockForRead ); } ) );
+            errors.push_back( ErrorOf( [&] { Fill( wanted, 2 ); } ) );
+            other.reset();
+            return USize64( 0 );
+        } );
+    const auto occupy = [&]
+    { fixed = std::make_unique<XMemoryHandle>( 2 * kMiB - manager.GetBytesInUse() ); };
+    Fill( *other, 1 );
+    wanted = *other;
+    wanted.Purge();
+    occupy();
+    EXPECT_TRUE( Holds( wanted, 1 ) );
+    EXPECT_EQ( ( std::vector<std::uint32_t>{ 1006, 1006 } ), errors );
+    EXPECT_EQ( kMiB, manager.GetBytesInUse() );
+    // The block itself is in memory, and is to be copied.
+    other = std::make_unique<XMappedFileMemoryHandle>( wanted );
+    const XLock lock( wanted, kLockForRead );
+    occupy();
+    errors.clear();
+    Fill( wanted, 3 );
+    EXPECT_EQ( std::vector<std::uint32_t>{ 1006 }, errors );
+    EXPECT_TRUE( Holds( wanted, 3 ) );
+}
+
 TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
 {
     TestManager manager( 4 * kMiB );

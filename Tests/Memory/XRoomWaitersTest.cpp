@@ -3,6 +3,7 @@
 #include "Core/XTimer.h"
 #include "Memory/TestManager.h"
 #include "Memory/XMappedFileMemoryHandle.h"
+#include "TestErrors.h"
 #include "Threads/TestThread.h"
 #include "WThread.h"
 
@@ -99,6 +100,37 @@ TEST( XRoomWaiters, GiveUpOnLocksThatStay )
         RunTogether( [&] { EXPECT_EQ( 1012u, LockOnce( wanted ) ); } );
     }
     EXPECT_EQ( 0u, LockOnce( wanted ) );
+}
+
+// Others may need the memory mutex to decide whether to wait, or have the listeners' mutex.
+TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
+{
+    TestManager manager( kSize );
+    manager.SetPatience( kPatience );
+    const std::thread::id tester = std::this_thread::get_id();
+    WEvent isAsked;
+    WEvent isLocked;
+    TestListener listener(
+        [&]( USize64 )
+        {
+            EXPECT_NE( tester, std::this_thread::get_id() );
+            isAsked.Set();
+            isLocked.Wait();
+            return USize64( 0 );
+        } );
+    XMappedFileMemoryHandle held( kSize );
+    XMappedFileMemoryHandle wanted( kSize );
+    auto lock = std::make_unique<XLock>( held, kLockForRead );
+    std::thread waiter( [&] { EXPECT_EQ( 0u, LockOnce( wanted ) ); } );
+    isAsked.Wait();
+    {
+        const XThreadLock memoryLock( manager.GetMemoryMutex() );
+        isLocked.Set();
+        WThread::Sleep( 100, false ); // lets the other decide, which is when it needs the mutex
+        EXPECT_EQ( 1012u, ErrorOf( [&] { manager.AboutToAllocate( kSize ); } ) );
+    }
+    lock.reset();
+    waiter.join();
 }
 
 TEST( XRoomWaiters, AStopEndsTheWait )

@@ -113,6 +113,8 @@ protected:
     bool AreChangesKept() const override { return itsState != kPermanentFile; }
 
 private:
+    class XMove;
+
     bool IsMapped() const { return itsState >= kPageFile; }
     bool IsPrivateFile() const { return itsState == kPermanentFile && itsChangeMode != kPublic; }
     bool IsViewIntact() const;
@@ -158,6 +160,7 @@ private:
     XHeapMemory itsHeap;                  // holds memory in the heap state only
     XLockMode itsPendingCopy = kLockNone; // the mode of the lock for which a private copy is to be made
     bool itsWasPurged = false;
+    bool itsIsMoving = false;       // bytes are brought to another place, which may need room
     bool itsMayHaveWritten = false; // to a public range, since its view was last seen intact
 
     // A permanent file; the path is empty once the file is open.

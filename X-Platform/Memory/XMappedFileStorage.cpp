@@ -14,6 +14,25 @@
 // How the bytes of a mapped-file block get into memory, out of it, and from one kind of storage to another. All of it
 // runs under the block's mutex, and leaves the block as it was when it throws.
 
+/// For the time that the bytes are brought to another place. Listeners that are asked for the room run on the same thread,
+/// inside the mutex: they may not lock the block.
+class XMappedFileMemoryBlock::XMove
+{
+public:
+    explicit XMove( XMappedFileMemoryBlock& ioBlock )
+        : itsBlock( ioBlock ), itsArrival( ioBlock.GetManager() )
+    {
+        itsBlock.itsIsMoving = true;
+    }
+    XMove( const XMove& ) = delete;
+    XMove& operator=( const XMove& ) = delete;
+    ~XMove() { itsBlock.itsIsMoving = false; }
+
+private:
+    XMappedFileMemoryBlock& itsBlock;
+    const XMemoryManager::XArrival itsArrival;
+};
+
 /// Even a block without bytes has storage.
 USize64 XMappedFileMemoryBlock::GetStorageSize() const
 {
@@ -102,6 +121,7 @@ void XMappedFileMemoryBlock::Destroy()
 /// A damaged view is given up for another try where nothing is lost with it.
 void XMappedFileMemoryBlock::LockForMMap( XLockMode inMode )
 {
+    XAssert( !itsIsMoving );
     if ( itsState != kPermanentFile || GetLockCount() > 0 || itsMayHaveWritten )
         CheckViewIntact();
     else if ( !IsViewIntact() )
@@ -134,6 +154,7 @@ void XMappedFileMemoryBlock::UnlockForMMap()
 
 void XMappedFileMemoryBlock::Reload()
 {
+    const XMove move( *this );
     if ( IsUnallocated() )
         AllocateForMMap();
     else if ( !fileMapping )
@@ -219,6 +240,7 @@ void XMappedFileMemoryBlock::CopyView( void* outData, USize64 inSize ) const
 
 void XMappedFileMemoryBlock::CopyToMalloc()
 {
+    const XMove move( *this );
     const XStorageState state = itsState;
     const std::uint32_t flags = GetFlags();
     AllocateForMalloc();
@@ -245,7 +267,7 @@ void XMappedFileMemoryBlock::CopyToPagefile()
 
 void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
 {
-    const XMemoryManager::XArrival arrival( GetManager() );
+    const XMove move( *this );
     const USize64 size = std::max<USize64>( inSize, 1 );
     auto storage = MakeStorage( GetManager().MakePageFileMapping( size ) );
     MapView( *storage, size, XFileMappingBase::kPageReadWrite );
@@ -275,6 +297,7 @@ void XMappedFileMemoryBlock::CopyToTempFile()
 
 void XMappedFileMemoryBlock::ResizeForMalloc( USize64 inSize )
 {
+    const XMove move( *this );
     itsHeap.Resize( inSize );
     itsSize = inSize;
 }
@@ -319,7 +342,7 @@ void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
 /// A block on the manager's list must stay where it is.
 bool XMappedFileMemoryBlock::ResizeView( USize64 inSize )
 {
-    const XMemoryManager::XArrival arrival( GetManager() );
+    const XMove move( *this );
     GetManager().RemoveBlock( this );
     bool isDone = false;
     try
@@ -357,8 +380,16 @@ void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
     const std::uint64_t fileSize = itsOffset + std::max<USize64>( inSize, 1 );
     static XMutex sMutex; // keeps zeros off what another block has just lengthened the file for
     const XThreadLock lock( sMutex );
-    std::uint64_t end = itsFile->GetSize();
-    const XVector<std::uint8_t> zeros( std::min( fileSize - std::min( end, fileSize ), kStep ) );
-    for ( ; end < fileSize; end = std::min( end + kStep, fileSize ) )
-        itsFile->WriteAt( end, zeros.data(), std::min( fileSize - end, kStep ) );
+    const std::uint64_t before = itsFile->GetSize();
+    const XVector<std::uint8_t> zeros( std::min( fileSize - std::min( before, fileSize ), kStep ) );
+    try
+    {
+        for ( std::uint64_t end = before; end < fileSize; end = std::min( end + kStep, fileSize ) )
+            itsFile->WriteAt( end, zeros.data(), std::min( fileSize - end, kStep ) );
+    }
+    catch ( ... )
+    {
+        XSwallowErrors( [&] { itsFile->SetSize( before ); } );
+        throw;
+    }
 }

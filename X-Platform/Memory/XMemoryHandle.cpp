@@ -21,7 +21,8 @@
 //
 // So only a lock may exchange the block of a locked handle, and one that fails after the exchange undoes it. Everything
 // else that sets the block refuses a locked handle. A handle whose block is just being locked, resized or copied counts as
-// locked: that may need room, and listeners that are asked for it run on the same thread, inside the mutex.
+// locked: that may need room, and listeners that are asked for it run on the same thread, inside the mutex. A lock of
+// theirs may not exchange the block.
 
 namespace
 {
@@ -85,9 +86,11 @@ XMemoryHandle& XMemoryHandle::operator=( const XMemoryHandle& inOther )
         return *this;
     CheckUnlocked();
     BlockReference block( *this, inOther.ShareBlockWith( *this ) );
-    XLockable::operator=( inOther );
-    const XThreadLock lock( GetMutex() );
-    CheckUnlocked(); // still
+    XDataFetcher* const fetcher = inOther.GetDataFetcher();
+    const XThreadLock lock( GetMutex() ); // of the two only one at a time
+    CheckUnlocked();                      // still
+    SetDataFetcher( fetcher );
+    SetDirtyFlag( inOther.IsDirty() );
     ReplaceBlock( block.Release() );
     return *this;
 }
@@ -126,6 +129,7 @@ void XMemoryHandle::MoveToBlock( XMemoryBlock* inBlock )
     const XThreadLock lock( GetMutex() );
     inBlock->Reference( *this );
     BlockReference block( *this, inBlock );
+    XAssert( itsBusyCount <= 1 ); // but for the operation itself
     itsRetired.reserve( itsRetired.size() + 1 );
     ReplaceBlock( block.Release() );
 }

@@ -172,10 +172,16 @@ USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
 bool XMemoryManager::WaitForRoom( XRoomSearch& ioSearch )
 {
     const bool hasAskedListeners = std::exchange( ioSearch.asksListeners, false );
-    if ( ioSearch.waiter.WaitForChange( [&] { return GetPatienceFor( ioSearch ); } ) )
+    if ( MayWait() && ioSearch.waiter.WaitForChange( [&] { return GetPatienceFor( ioSearch ); } ) )
         return true;
     ioSearch.asksListeners = true;
     return !hasAskedListeners;
+}
+
+/// Not with what others need to make room, or to decide whether to wait.
+bool XMemoryManager::MayWait() const
+{
+    return !itsMemoryMutex.IsLockedByCurrentThread() && !itsAllocationMutex.IsLockedByCurrentThread();
 }
 
 /// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor does
@@ -184,8 +190,7 @@ std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
 {
     constexpr std::uint32_t kShortWaitMs = 10;
     constexpr std::uint32_t kLongWaitMs = 500;
-    if ( ioSearch.hasPurgeFailed || itsMemoryMutex.IsLockedByCurrentThread() ||
-         itsAllocationMutex.IsLockedByCurrentThread() )
+    if ( ioSearch.hasPurgeFailed )
         return 0;
     const auto isActive = [this]( std::uint32_t inThread ) { return !itsRoomWaiters->IsWaiting( inThread ); };
     const bool isBusy = ioSearch.blocks.HasBusyThread( isActive );
@@ -348,9 +353,12 @@ void XMemoryManager::RemoveListener( XMemoryManagerListener* inListener )
         std::erase( itsListeners, inListener );
 }
 
-/// A listener may add and remove listeners, itself too. One that needs memory itself gets it without listeners.
+/// A listener may add and remove listeners, itself too. One that needs memory itself gets it without listeners; so does
+/// who holds the memory mutex, which comes after the allocation mutex.
 USize64 XMemoryManager::NotifyListenersFreeMemory( USize64 inBytes )
 {
+    if ( itsMemoryMutex.IsLockedByCurrentThread() )
+        return 0;
     const XThreadLock lock( itsAllocationMutex, kNoTimeout, true );
     if ( std::exchange( itsIsAskingListeners, true ) )
         return 0;

@@ -111,7 +111,8 @@ public:
     /// as that is needed to stay inside the budget. Where that is not enough it waits for other threads, as long as one of
     /// them may make room: one that is purging, that is bringing a block into memory, or that has locked a purgeable block
     /// less than the patience ago and does not itself wait for room. The wait uses no processor time and is alertable: a
-    /// stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does not wait.
+    /// stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does not wait; with the
+    /// memory mutex it does not ask listeners either.
     /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges, or what is
     /// left in use cannot be purged, is locked by this thread or by threads that wait for room too, or has been locked for
     /// longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks.
@@ -243,6 +244,7 @@ private:
     bool MakeRoom( USize64 inBytes, XRoomSearch& ioSearch );
     USize64 PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch );
     bool WaitForRoom( XRoomSearch& ioSearch );
+    bool MayWait() const;
     std::uint32_t GetPatienceFor( XRoomSearch& ioSearch );
     std::uint32_t GetPatienceForLocks();
     std::uint32_t GetPatienceSince( std::int64_t inTicks ) const;

@@ -77,6 +77,23 @@ TEST( MemoryLimits, AShortDiskCostsNothingThatIsInMemory )
         } ) );
 }
 
+TEST( MemoryLimits, AFileThatCannotBeLengthenedKeepsItsLength )
+{
+    const TestFolder folder;
+    folder.Write( "file", "bytes" );
+    EXPECT_TRUE( PassesInChild(
+        [&]
+        {
+            SetLimit( RLIMIT_FSIZE, 3 * kMiB );
+            XMappedFileMemoryHandle handle(
+                folder / "file", 0, 5, WFile::kReadWrite, XMappedFileMemoryBlock::kOpenAtOnce,
+                XMappedFileMemoryBlock::kPublic );
+            EXPECT_NE( 0u, ErrorOf( [&] { handle.Resize( 4 * kMiB ); } ) );
+            EXPECT_EQ( 5u, handle.GetDataSize() );
+            EXPECT_EQ( 5u, std::filesystem::file_size( folder / "file" ) );
+        } ) );
+}
+
 TEST( MemoryLimits, AFullFileSystemIsAnErrorOfThePurge )
 {
     const TestFolder folder;
