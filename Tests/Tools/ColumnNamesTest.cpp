@@ -47,6 +47,13 @@ TEST( ColumnNames, AreRefusedWithTheNearest )
         GetRefusal( table, "mean c3" ), "there is no column \"mean c3\"; the nearest is \"Mean (C1)\"" );
     for ( const auto& name : { "", "#0", "#14", "#-1", "#1x", "#99999999999" } )
         EXPECT_EQ( GetRefusal( table, name ).find( "there is no column" ), 0u ) << name;
+    XPivotTable objects;
+    AddTestColumn<XPivotUInt32Column>( objects, XPivotColumnDescriptor( kPivotPixelCount, "", "", "" ), {} );
+    for ( const auto* name : { "area", "Area (\u00B5m\u00B2)" } )
+        EXPECT_EQ(
+            GetRefusal( objects, name ),
+            "there is no column \"" + std::string( name ) +
+                "\": no image told the size of its pixels (korvale measure takes it with --pixel-size)" );
     EXPECT_EQ( GetRefusal( XPivotTable(), "ID" ), "there is no column \"ID\": the table has no columns" );
 }
 

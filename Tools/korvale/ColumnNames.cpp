@@ -113,6 +113,16 @@ RefuseAmbiguous( const XPivotTable& inTable, const std::string& inName, const In
     throw WrongUsage( text );
 }
 
+/// True for the area in a table of objects: it is the one measurement that images may lack.
+bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
+{
+    const auto objects = CollectColumns(
+        inTable,
+        []( const auto& inColumn ) { return inColumn.GetDescriptor().GetID() == kPivotPixelCount; } );
+    return !objects.empty() &&
+        ( inSimpleName.CaselessEqual( "Area" ) || inSimpleName.CaselessEqual( "Area um2" ) );
+}
+
 /// The nearest of the names, with units and channel or without.
 [[noreturn]] void RefuseUnknown( const XPivotTable& inTable, const std::string& inName )
 {
@@ -124,7 +134,12 @@ RefuseAmbiguous( const XPivotTable& inTable, const std::string& inName, const In
         forms.push_back( Simplify( descriptor.GetDisplayName() ) );
         forms.push_back( Simplify( plain.GetDisplayName() ) );
     }
-    const auto nearest = Simplify( FromUTF8( inName ) ).FindClosestLevenshteinMatch( forms, true );
+    const auto simpleName = Simplify( FromUTF8( inName ) );
+    if ( IsMissingArea( inTable, simpleName ) )
+        throw WrongUsage(
+            "there is no column " + InQuotes( inName ) +
+            ": no image told the size of its pixels (korvale measure takes it with --pixel-size)" );
+    const auto nearest = simpleName.FindClosestLevenshteinMatch( forms, true );
     if ( nearest == XString::kNotFound )
         throw WrongUsage( "there is no column " + InQuotes( inName ) + ": the table has no columns" );
     const auto& column = inTable.GetColumn( static_cast<std::uint32_t>( nearest / 2 ) );
