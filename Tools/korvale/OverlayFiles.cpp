@@ -45,7 +45,8 @@ OverlayFiles::MakeName( const std::string& inImage, std::uint32_t inPage, std::u
 std::string OverlayFiles::TakeName( const std::string& inStart )
 {
     const auto ending = itsName.substr( itsName.rfind( '.' ) );
-    for ( int copy = 1;; ++copy )
+    auto& copy = itsCopies[inStart];
+    for ( ++copy;; ++copy )
     {
         const auto name = inStart + ( copy > 1 ? '-' + std::to_string( copy ) : "" ) + ending;
         if ( itsOthers.contains( WFilePath::GetKey( PathFromUTF8( name ) ) ) )

@@ -6,6 +6,7 @@
 #include "WFilePath.h"
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -41,6 +42,7 @@ private:
     const bool itsHasSeveralImages;
     std::set<WFilePath::Key> itsOthers;
     std::set<std::string> itsTaken; ///< In small letters, for systems that do not tell capitals from them.
+    std::map<std::string, std::uint32_t> itsCopies; ///< The last one tried of each name.
     std::deque<Page> itsPages;
 
     std::string MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount );

@@ -61,10 +61,12 @@ PageReaders::Reader PageReaders::Take()
 {
     {
         const XThreadLock lock( itsMutex );
+        ++itsBegunCount;
         if ( !itsIdleReaders.empty() )
         {
             auto reader = std::move( itsIdleReaders.back() );
             itsIdleReaders.pop_back();
+            CloseUnneeded();
             return reader;
         }
     }
@@ -75,4 +77,12 @@ void PageReaders::GiveBack( Reader inReader )
 {
     const XThreadLock lock( itsMutex );
     itsIdleReaders.push_back( std::move( inReader ) );
+    CloseUnneeded();
+}
+
+/// When all pages have been begun no idle reader is waited for, but the image may have to wait for those before it.
+void PageReaders::CloseUnneeded()
+{
+    if ( itsBegunCount >= itsPageCount )
+        itsIdleReaders.clear();
 }

@@ -16,7 +16,7 @@ struct ReadSettings
 };
 
 /// Reads the pages of one image file on several threads: each has a reader of its own while it reads, because one can be
-/// used by one thread at a time only.
+/// used by one thread at a time only. The file is closed when each page has been read once; reading again opens it anew.
 class PageReaders
 {
 public:
@@ -49,9 +49,11 @@ private:
     std::uint32_t itsSkippedCount = 0;
     XMutex itsMutex;
     std::vector<Reader> itsIdleReaders; ///< Guarded by the mutex.
+    std::uint32_t itsBegunCount = 0;    ///< Pages that are or have been read. Guarded by the mutex.
     double itsIgnoredPixelSize = 0;     ///< Guarded by the mutex.
 
     Reader Take();
     void GiveBack( Reader inReader );
+    void CloseUnneeded();
     void SetPixelSize( WImageForm& ioForm );
 };
