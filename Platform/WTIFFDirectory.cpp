@@ -121,6 +121,12 @@ WTIFFDirectory::GetValue( const Entry& inEntry, const std::string& inBytes, std:
     }
 }
 
+std::uint64_t WTIFFDirectory::GetCount( Tag inTag ) const
+{
+    const auto found = itsEntries.find( inTag );
+    return found == itsEntries.end() ? 0 : found->second.count;
+}
+
 std::vector<std::uint64_t> WTIFFDirectory::GetNumbers( Tag inTag, std::uint64_t inMost ) const
 {
     const auto found = itsEntries.find( inTag );

@@ -47,7 +47,9 @@ public:
         kTileHeight = 323,
         kTileOffsets = 324,
         kTileSizes = 325,
-        kSampleFormat = 339
+        kSampleFormat = 339,
+        kDepth = 32997,
+        kStackPlanes = 33629 ///< Has as many values as there are planes.
     };
 
     WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader, std::uint64_t inOffset );
@@ -61,6 +63,9 @@ public:
     std::uint64_t GetNextOffset() const { return itsNextOffset; }
 
     bool Has( Tag inTag ) const { return itsEntries.contains( inTag ); }
+
+    /// How many values a tag has; 0 when the page lacks it.
+    std::uint64_t GetCount( Tag inTag ) const;
 
     /// The first values of a tag of whole numbers, `inMost` at most; none when the page lacks it.
     std::vector<std::uint64_t> GetNumbers( Tag inTag, std::uint64_t inMost ) const;

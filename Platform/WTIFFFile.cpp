@@ -11,7 +11,7 @@ constexpr std::uint64_t kNotCompressed = 1, kLZW = 5, kDeflate = 8, kOldDeflate 
 constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
 constexpr std::uint64_t kSeparatePlanes = 2;
 constexpr std::uint64_t kUnsigned = 1, kFloat = 3, kUndefined = 4;
-constexpr std::uint64_t kNoUnit = 1, kCentimetre = 3;
+constexpr std::uint64_t kInch = 2, kCentimetre = 3;
 constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
 constexpr std::uint64_t kOldReducedResolution = 2;
 constexpr std::uint64_t kColours = 256; // Of a palette.
@@ -66,6 +66,13 @@ std::uint64_t GetCommonNumber( const Tags& inTags, Tags::Tag inTag, std::uint64_
     return numbers.front();
 }
 
+const char* GetFormatName( std::uint64_t inFormat )
+{
+    static constexpr const char* kNames[] = { "unsigned",  "unsigned", "signed",       "float",
+                                              "undefined", "complex",  "complex float" };
+    return inFormat < std::size( kNames ) ? kNames[inFormat] : "of unknown format";
+}
+
 WImagePage::SampleType GetSampleType( const Tags& inTags )
 {
     const auto bits = GetCommonNumber( inTags, Tags::kBitsPerSample, 1 );
@@ -78,8 +85,8 @@ WImagePage::SampleType GetSampleType( const Tags& inTags )
     if ( format == kFloat && bits == 32 )
         return WImagePage::kFloat32;
     throw WImageError(
-        "its samples are neither 8- or 16-bit unsigned nor 32-bit float (they have " +
-        std::to_string( bits ) + " bits)" );
+        "its samples are " + std::to_string( bits ) + "-bit " + GetFormatName( format ) +
+        " (expected 8- or 16-bit unsigned or 32-bit float)" );
 }
 
 std::uint32_t GetExtent( const Tags& inTags, Tags::Tag inTag, std::uint64_t inDefault )
@@ -115,10 +122,10 @@ void CheckColours( const Tags& inTags, const WImageForm& inForm )
 
 void ReadResolution( const Tags& inTags, WImagePage& outPage )
 {
-    const auto unit = inTags.GetNumber( Tags::kResolutionUnit, 2 );
+    const auto unit = inTags.GetNumber( Tags::kResolutionUnit, kInch );
     const auto x = inTags.GetFraction( Tags::kXResolution );
     const auto y = inTags.GetFraction( Tags::kYResolution );
-    if ( unit == kNoUnit || !( x > 0 && y > 0 ) )
+    if ( ( unit != kInch && unit != kCentimetre ) || !( x > 0 && y > 0 ) )
         return;
     const double micrometres = unit == kCentimetre ? 1e4 : 25400;
     outPage.pixelWidth = micrometres / x;
@@ -140,13 +147,28 @@ void SwapAll( WImagePage& ioPage )
     }
 }
 
+/// Refuses a page of several planes that have no directories of their own, for only the first would be read.
+void CheckPlaneCount( const Tags& inTags )
+{
+    const auto planes =
+        std::max( inTags.GetNumber( Tags::kDepth, 1 ), inTags.GetCount( Tags::kStackPlanes ) );
+    if ( planes > 1 )
+        throw WImageError(
+            "it has " + std::to_string( planes ) + " planes, of which only the first could be read" );
+}
+
 /// The form of a page as its samples are stored.
 WImagePage MakePage( const Tags& inTags )
 {
+    const auto samplesPerPixel = inTags.GetNumber( Tags::kSamplesPerPixel, 1 );
+    if ( samplesPerPixel > UINT16_MAX )
+        throw WImageError(
+            "its pixels have " + std::to_string( samplesPerPixel ) + " samples (at most 65535)" );
+    CheckPlaneCount( inTags );
     WImagePage page;
     page.width = GetExtent( inTags, Tags::kWidth, 0 );
     page.height = GetExtent( inTags, Tags::kHeight, 0 );
-    page.channels = static_cast<std::uint16_t>( inTags.GetNumber( Tags::kSamplesPerPixel, 1 ) );
+    page.channels = static_cast<std::uint32_t>( samplesPerPixel );
     page.type = GetSampleType( inTags );
     CheckColours( inTags, page );
     ReadResolution( inTags, page );
@@ -270,10 +292,16 @@ std::uint64_t WTIFFFile::GetSamplesPerPixel() const
         .GetNumber( Tags::kSamplesPerPixel, 1 );
 }
 
+/// A thumbnail may lie before the first page, with the description of both or with one of its own.
 std::string WTIFFFile::GetDescription() const
 {
-    return WTIFFDirectory( itsFile, itsHeader, itsHeader.firstDirectory )
-        .GetText( Tags::kDescription, kMostDescription );
+    for ( const auto offset : { itsPages.front().offset, itsHeader.firstDirectory } )
+    {
+        const WTIFFDirectory directory( itsFile, itsHeader, offset );
+        if ( auto text = directory.GetText( Tags::kDescription, kMostDescription ); !text.empty() )
+            return text;
+    }
+    return {};
 }
 
 WImagePage WTIFFFile::ReadPageSelf(

@@ -323,6 +323,42 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     EXPECT_EQ(
         GetFailure( tiles.Finish( entries ) ),
         "its tiles of 2147483648 x 2147483648 pixels are much larger than the page" );
+
+    const auto getFailureWith = [&]( const std::array<std::uint32_t, 4>& inEntry )
+    {
+        auto page = one;
+        page.push_back( inEntry );
+        return GetFailure( HandmadeTIFF( false ).Finish( page ) );
+    };
+    EXPECT_EQ( getFailureWith( { 277, 4, 1, 65537 } ), "its pixels have 65537 samples (at most 65535)" );
+    EXPECT_EQ(
+        getFailureWith( { 339, 3, 1, 2 } ),
+        "its samples are 8-bit signed (expected 8- or 16-bit unsigned or 32-bit float)" );
+    EXPECT_EQ( getFailureWith( { 32997, 4, 1, 1 } ), "" );
+    for ( const auto& planes : HandmadeTIFF::Entries{ { 32997, 4, 1, 6 }, { 33629, 5, 6, 8 } } )
+        EXPECT_EQ( getFailureWith( planes ), "it has 6 planes, of which only the first could be read" );
+}
+
+TEST_F( ImageFile, TellsOfItsFirstPageAndNotOfAThumbnail )
+{
+    HandmadeTIFF tiff( false );
+    const auto pixel = tiff.Append( 0, 1 );
+    const HandmadeTIFF::Entries size{ { 256, 3, 1, 1 }, { 257, 3, 1, 1 }, { 258, 3, 1, 8 } };
+    auto thumbnail = size, page = size;
+    thumbnail.insert( thumbnail.begin(), { 254, 4, 1, 1 } );
+    tiff.Finish( thumbnail );
+    const auto resolution = tiff.Append( 2000, 4 );
+    tiff.Append( 1, 4 );
+    page.insert(
+        page.end(),
+        { { 270, 2, 4, 0x74736574 }, // "test"
+          { 273, 4, 1, pixel },
+          { 282, 5, 1, resolution },
+          { 283, 5, 1, resolution },
+          { 296, 3, 1, 4 } } );
+    const auto file = WImageFile::Open( itsFolder.Write( "image.tif", tiff.Finish( page ) ) );
+    EXPECT_EQ( file->GetDescription(), "test" );
+    EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() ); // There is no unit 4.
 }
 
 TEST_F( ImageFile, RefusesPNGBeforeItsRowsTakeMemory )

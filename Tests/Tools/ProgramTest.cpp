@@ -297,7 +297,7 @@ TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
     EXPECT_EQ(
         itsError.str(),
         "korvale: " + image +
-            ": no areas: its resolution of 352.78 \u00B5m a pixel is one for screens or paper (--pixel-size gives "
+            ": areas left out: a resolution of 352.78 \u00B5m a pixel is that of a screen or of paper (--pixel-size gives "
             "another)\n" );
     csv = measure( { "--pixel-size", "0.5,4" } );
     EXPECT_NE( csv.find( "\n1,stack.tif,0,2,4,1.5," ), std::string::npos ) << csv;

@@ -324,9 +324,9 @@ void ImageMeasurer::ReportReading( Image& ioImage )
     const auto size = ioImage.readers.GetIgnoredPixelSize();
     if ( size == 0 )
         return;
-    auto text = ioImage.path + ": no areas: its resolution of ";
+    auto text = ioImage.path + ": areas left out: a resolution of ";
     AppendNumber( text, std::round( size * 100 ) / 100 );
-    text += " \u00B5m a pixel is one for screens or paper (--pixel-size gives another)";
+    text += " \u00B5m a pixel is that of a screen or of paper (--pixel-size gives another)";
     if ( itsHasReportedPixelSize )
         itsSession.Note( text );
     else
