@@ -14,6 +14,12 @@ namespace
 {
 std::string ReadSignature( const std::filesystem::path& inPath )
 {
+    std::error_code error; // Where there is no such file, opening it says so.
+    const auto status = std::filesystem::status( inPath, error );
+    if ( std::filesystem::is_fifo( status ) || std::filesystem::is_socket( status ) ||
+         std::filesystem::is_character_file( status ) )
+        throw WImageError(
+            "it is a pipe or device, not a file: an image is read in any order (expected a TIFF or PNG file)" );
     char bytes[8];
     const WFile file( inPath, WFile::kRead );
     return std::string( bytes, file.ReadAt( 0, bytes, sizeof( bytes ) ) );

@@ -254,6 +254,10 @@ TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
     AddTestColumn<XPivotUInt32Column>( table, XPivotColumnDescriptor( kPivotCount, "", "", "" ), { 7, 8 } );
     WriteTable( "runs", table );
     bytes = itsFolder.Read( "runs" );
+    auto old = bytes; // a stream of revision 0 with a column of an unknown class
+    old[3] = 0;
+    old.replace( 25, 2, "\x34\x12" );
+    expectFailure( old, "the table is damaged at offset 25: " );
     bytes[bytes.size() - 4 - 8 - 4] = 9;
     expectFailure( bytes, "the table is damaged at offset " );
     EXPECT_NE( itsError.str().find( "reaches beyond the 2 rows (1005)" ), std::string::npos )

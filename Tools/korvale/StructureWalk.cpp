@@ -77,8 +77,7 @@ std::size_t FindRow( const XVector<std::uint8_t>& inExists, std::size_t inRow, b
 bool IsOpaque( XStream& ioStream )
 {
     const auto version = ioStream.PeekVersion();
-    return !XClassRegistry::IsRegistered( version ) && version.GetClassID() != kClassNone &&
-        !ioStream.IsOldStream();
+    return !XClassRegistry::IsRegistered( version ) && version.GetClassID() != kClassNone;
 }
 
 std::string DescribeRows( std::size_t inFirst, std::size_t inCount )
@@ -181,7 +180,7 @@ void StructureWalk::WalkColumn( std::uint32_t inColumn, std::int64_t& ioRows )
 
     const auto start = itsStream.GetPosition();
     Begin( "the version of an object" );
-    const auto isOpaque = IsOpaque( itsStream );
+    const auto isOpaque = !itsIsOld && IsOpaque( itsStream );
     SSize64 rowsOffset = 0;
     const auto rows = isOpaque ? WalkOpaqueColumn( start + static_cast<SSize64>( length ), rowsOffset )
                                : WalkKnownColumn( ioRows, rowsOffset );

@@ -1,0 +1,24 @@
+#include "Tools/ProgramRun.h"
+
+#include <sys/stat.h>
+
+namespace
+{
+using PipeInput = ProgramRun;
+} // namespace
+
+TEST_F( PipeInput, IsRefusedWithWhatIsExpectedAndNotWaitedFor )
+{
+    const auto pipe = Name( "pipe" );
+    ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
+    for ( const auto& input : { pipe, std::string( "/dev/null" ) } )
+    {
+        const std::string start = "korvale: " + input + ": ";
+        EXPECT_EQ( Run( { "show", input } ), 1 );
+        EXPECT_EQ( itsError.str().find( start + "a pipe or device, not a file" ), 0u ) << itsError.str();
+        EXPECT_EQ( Run( { "measure", input, "-q", "-o", Name( "t" ) } ), 1 );
+        EXPECT_EQ( itsError.str().find( start + "it is a pipe or device, not a file" ), 0u )
+            << itsError.str();
+    }
+    EXPECT_EQ( itsFolder.CountEntries(), 1u );
+}
