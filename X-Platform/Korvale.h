@@ -3,8 +3,27 @@
 /// Every public header of the library, floor by floor.
 
 // What the interfaces below name of the system, and the main loop's handle
+#include "WCOMException.h"
+#include "WClock.h"
+#include "WCodePage.h"
+#include "WDirectXException.h"
 #include "WEvent.h"
+#include "WFile.h"
+#include "WFileMapping.h"
+#include "WFilePath.h"
+#include "WFolders.h"
+#include "WLastErrorException.h"
+#include "WLocale.h"
 #include "WMainLoop.h"
+#include "WNTStatusException.h"
+#include "WProcessors.h"
+#include "WReplaceFile.h"
+#include "WSemaphore.h"
+#include "WSystemError.h"
+#include "WSystemException.h"
+#include "WTemporaryFile.h"
+#include "WUUID.h"
+#include "WUnfinishedFiles.h"
 
 // Core
 #include "Core/XARGB32Colour.h"
