@@ -61,7 +61,8 @@ check_windows_package() {
   rm -rf "$prefix" build/consumer-windows
   cmake --install build/windows-release --prefix "$prefix" > /dev/null
   cmake -S Tests/Consumer -B build/consumer-windows -G Ninja -DKorvale_DIR="$prefix/lib/cmake/Korvale" \
-    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$prefix/bin" > /dev/null
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$prefix/bin" > /dev/null
   cmake --build build/consumer-windows > /dev/null
   local program
   for program in "consumer.exe" "korvale.exe --version"; do
