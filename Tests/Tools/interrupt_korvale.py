@@ -175,6 +175,27 @@ def check_size_limit(program, folder):
     print(f"size limit: {error.strip()}")
 
 
+def run_with_address_space(program, folder, size):
+    limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size))
+    process = start(program, folder, ["sample", "small", "--planes", "2", "-q"], preexec_fn=limit)
+    _, error = process.communicate()
+    return process.returncode, error.decode()
+
+
+def check_little_memory(program, folder):
+    """Wherever memory ends, at the start too, that is a failure with a message. With 127 the loader has none."""
+    if run_with_address_space(program, folder, 4 << 30)[0] != 0:
+        return  # a sanitizer needs more
+    remove(folder, ["small/sample.tif", "small/truth.csv", "small"])
+    for mebibytes in range(20, 84, 4):
+        status, error = run_with_address_space(program, folder, mebibytes << 20)
+        made = entries(folder)
+        if status not in (0, 127) and (status != 1 or made or not error.startswith("korvale: ")):
+            faults.append(f"{mebibytes} MiB of address space: status {status}, {error}, {made}")
+        print(f"{mebibytes} MiB: status {status}, {error.strip()}")
+        remove(folder, ["small/sample.tif", "small/truth.csv", "small"])
+
+
 def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
     with tempfile.TemporaryDirectory(prefix="korvale-test-") as name:
@@ -196,6 +217,7 @@ def main():
         check_killed(program, folder)
         check_killed_writing(program, folder)
         check_size_limit(program, folder)
+        check_little_memory(program, folder)
     for fault in faults:
         print(fault, file=sys.stderr)
     return 1 if faults else 0
