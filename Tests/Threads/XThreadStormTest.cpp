@@ -81,6 +81,22 @@ private:
     WEvent& itsIsInside;
 };
 
+void DestroyOnThreadThatIsToStop( std::unique_ptr<PlainThread>& ioThread )
+{
+    TestThread destroyer(
+        [&]
+        {
+            {
+                const XPreventThreadStop guard;
+                XThread::GetCurrentThread()->AsyncStopThread();
+            }
+            ioThread.reset();
+            return 0;
+        } );
+    destroyer.StartThread();
+    destroyer.WaitForTerminate( kPatience );
+}
+
 } // namespace
 
 TEST( XThreadStorm, StopAndSuspendReachEveryWait )
@@ -153,7 +169,10 @@ TEST( XThreadStorm, DestructorsOnForeignThreadsEndEveryWait )
             isInside.Wait();
             if ( turn % 2 == 0 )
                 thread->SuspendThread();
-            RunTogether( [&] { thread.reset(); } );
+            if ( turn % 4 < 2 )
+                RunTogether( [&] { thread.reset(); } );
+            else
+                DestroyOnThreadThatIsToStop( thread );
         }
     }
     EXPECT_EQ( 1u, XThread::GetRunningThreadCount() );
