@@ -189,7 +189,7 @@ def check_little_memory(program, folder):
     remove(folder, ["small/sample.tif", "small/truth.csv", "small"])
     for mebibytes in range(20, 84, 4):
         status, error = run_with_address_space(program, folder, mebibytes << 20)
-        made = entries(folder)
+        made = [entry for entry in entries(folder) if entry.startswith("small")]
         if status not in (0, 127) and (status != 1 or made or not error.startswith("korvale: ")):
             faults.append(f"{mebibytes} MiB of address space: status {status}, {error}, {made}")
         print(f"{mebibytes} MiB: status {status}, {error.strip()}")
