@@ -52,7 +52,7 @@ std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
 
 } // namespace
 
-WReplaceFile::WReplaceFile( const fs::path& inTarget ) : itsTarget( inTarget )
+WReplaceFile::WReplaceFile( const fs::path& inTarget, Check inCheck ) : itsTarget( inTarget )
 {
     itsIsDirect = WFile::IsDevice( inTarget );
     if ( itsIsDirect )
@@ -63,8 +63,8 @@ WReplaceFile::WReplaceFile( const fs::path& inTarget ) : itsTarget( inTarget )
     std::error_code error;
     itsTarget = WFilePath::ResolveLinks( inTarget, error );
     CheckError( error );
-    if ( WFilePath::Exists( itsTarget ) )
-        CheckReplaceable( itsTarget );
+    if ( inCheck == kCheckAtOnce )
+        CheckExistingTarget();
     if ( sUnnamedFiles < kMostUnnamed )
         itsFile = OpenUnnamed( itsTarget.parent_path() );
     itsIsUnnamed = itsFile.IsOpen();
@@ -98,6 +98,12 @@ void WReplaceFile::CheckTarget( const fs::path& inTarget )
     WReplaceFile file( inTarget );
     if ( file.itsIsUnnamed )
         file.GiveName();
+}
+
+void WReplaceFile::CheckExistingTarget() const
+{
+    if ( WFilePath::Exists( itsTarget ) )
+        CheckReplaceable( itsTarget );
 }
 
 void WReplaceFile::CreateNamed()
@@ -151,6 +157,7 @@ void WReplaceFile::Commit()
     if ( !itsIsDirect )
     {
         const auto hold = WUnfinishedFiles::Hold();
+        CheckExistingTarget();
         if ( itsIsUnnamed )
             GiveName();
         itsFile.Close();

@@ -16,9 +16,17 @@ class KORVALE_API WReplaceFile
 public:
     static constexpr unsigned kMostUnnamed = 256;
 
+    /// When a target is looked at that exists and cannot be replaced. At Commit means only there and in KeepOld, for files
+    /// whose result is kept then.
+    enum Check
+    {
+        kCheckAtOnce,
+        kCheckAtCommit
+    };
+
     /// Makes the new file in the target's folder. A target that exists must be writable, and keeps its permissions; a
     /// symbolic link stays one, and the file it points to is replaced or, where it is missing, made.
-    explicit WReplaceFile( const std::filesystem::path& inTarget );
+    explicit WReplaceFile( const std::filesystem::path& inTarget, Check inCheck = kCheckAtOnce );
     WReplaceFile( const WReplaceFile& ) = delete;
     WReplaceFile& operator=( const WReplaceFile& ) = delete;
 
@@ -61,6 +69,7 @@ private:
     bool itsIsUnnamed = false; // counts as one of kMostUnnamed
     bool itsIsCommitted = false;
 
+    void CheckExistingTarget() const;
     void CreateNamed();
     void CopyPermissions( const std::filesystem::path& inPath ) const;
     void GiveName();

@@ -25,19 +25,23 @@ public:
     }
 
     const std::filesystem::path& GetPath() const { return itsPath; }
-    std::filesystem::path operator/( const std::string& inName ) const { return itsPath / inName; }
+    /// Names are in UTF-8.
+    std::filesystem::path operator/( const std::string& inName ) const
+    {
+        return itsPath / std::u8string( inName.begin(), inName.end() );
+    }
 
     /// Makes a file with these contents and returns its path.
     std::filesystem::path Write( const std::string& inName, const std::string& inContents ) const
     {
-        std::ofstream( itsPath / inName, std::ios::binary ) << inContents;
-        return itsPath / inName;
+        std::ofstream( *this / inName, std::ios::binary ) << inContents;
+        return *this / inName;
     }
 
     std::string Read( const std::string& inName ) const
     {
         std::ostringstream contents;
-        contents << std::ifstream( itsPath / inName, std::ios::binary ).rdbuf();
+        contents << std::ifstream( *this / inName, std::ios::binary ).rdbuf();
         return contents.str();
     }
 

@@ -16,7 +16,7 @@ struct CodeText
     const char* itsText;
 };
 
-/// Codes that come from files, wires and other systems and that no errno stands for.
+/// Codes that come from files, wires and other systems, and those of which an errno tells only one cause.
 constexpr CodeText kCodeTexts[] = {
     { 8, "Not enough memory" },
     { 38, "The end of the file was reached" },
@@ -29,6 +29,7 @@ constexpr CodeText kCodeTexts[] = {
     { 995, "The operation was given up" },
     { 1225, "The connection was refused" },
     { 1326, "The user name or the password is wrong" },
+    { WSystemError::kNoSystemResources, "Not enough system resources" },
     { 1455, "The page file is too small" },
     { 1460, "The wait timed out" },
     { 0x80004001, "Not implemented" },
@@ -77,8 +78,8 @@ std::string WSystemError::GetText( std::uint32_t inCode )
 {
     const auto code = Unwrap( inCode );
     const int error = ToErrno( code );
-    if ( error == 0 )
-        return GetOwnText( code );
+    if ( const std::string text = GetOwnText( code ); error == 0 || !text.empty() )
+        return text;
     // Where the program has chosen a language, the C library's texts come in UTF-8.
     return WCodePage::UTF8ToAnsi( std::generic_category().message( error ) );
 }

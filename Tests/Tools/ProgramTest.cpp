@@ -262,6 +262,25 @@ TEST_F( Program, PutsFilesInPlaceTogetherOrKeepsThem )
     EXPECT_EQ( itsFolder.CountEntries(), 4u );
 }
 
+TEST_F( Program, KeepsResultsWhoseTargetsChangeMeanwhile )
+{
+    const auto writeNew = []( WFile& ioFile ) { ioFile.WriteAt( 0, "new", 3 ); };
+    const auto blockNext = [&]( WFile& ioFile )
+    {
+        std::filesystem::create_directories( itsFolder / "b/below" );
+        writeNew( ioFile );
+    };
+    EXPECT_THROW(
+        WriteOutputFiles( { { Name( "a" ), blockNext }, { Name( "b" ), writeNew } } ), std::runtime_error );
+    EXPECT_EQ( itsFolder.Read( "a.new" ) + itsFolder.Read( "b.new" ), "newnew" );
+
+    const auto fail = []( WFile& ) { throw std::runtime_error( "the disk is full" ); };
+    EXPECT_THROW(
+        WriteOutputFiles( { { Name( "c" ), writeNew }, { Name( "d" ), fail } } ), std::runtime_error );
+    EXPECT_EQ( itsFolder.Read( "c.new" ), "new" );
+    EXPECT_EQ( itsFolder.CountEntries(), 4u );
+}
+
 TEST_F( Program, TellsOfImagesItCannotRead )
 {
     const auto missing = Name( "missing.png" );

@@ -57,7 +57,8 @@ CompleteFile WriteCompleteFile( const OutputFile& inFile )
         inFile.name,
         [&]
         {
-            complete.file = std::make_unique<WReplaceFile>( PathFromUTF8( inFile.name ) );
+            complete.file =
+                std::make_unique<WReplaceFile>( PathFromUTF8( inFile.name ), WReplaceFile::kCheckAtCommit );
             inFile.write( complete.file->GetFile() );
             complete.file->Complete();
         } );
@@ -85,8 +86,15 @@ void PutInPlace( std::vector<CompleteFile> inFiles )
 
 void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete )
 {
-    for ( const auto& output : inFiles )
-        inComplete.push_back( WriteCompleteFile( output ) );
+    try
+    {
+        for ( const auto& output : inFiles )
+            inComplete.push_back( WriteCompleteFile( output ) );
+    }
+    catch ( const std::runtime_error& failure )
+    {
+        throw std::runtime_error( failure.what() + KeepAll( inComplete ) );
+    }
     PutInPlace( std::move( inComplete ) );
 }
 
