@@ -11,10 +11,10 @@ namespace
 void CommitAll( const std::vector<CompleteFile>& inFiles )
 {
     if ( inFiles.size() > 1 )
-        for ( const auto& [name, file] : inFiles )
-            WriteOutput( name, [&] { file->KeepOld(); } );
-    for ( const auto& [name, file] : inFiles )
-        WriteOutput( name, [&] { file->Commit(); } );
+        for ( const CompleteFile& complete : inFiles )
+            WriteOutput( complete.name, [&] { complete.file->KeepOld(); } );
+    for ( const CompleteFile& complete : inFiles )
+        WriteOutput( complete.name, [&] { complete.file->Commit(); } );
 }
 
 /// Gives the files names to be found by, and tells which, for a sentence.
