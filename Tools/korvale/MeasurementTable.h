@@ -16,9 +16,10 @@ struct ImageMeasurement
     std::uint64_t GetObjectCount() const;
 };
 
-/// A table with a row for each object of each page of each image, in that order; those inside the objects of a page come
-/// after these and refer to them. Where images in different folders have one name, each row has a folder too: the part of
-/// its path that is not the same for all images. The table has the columns of all channels that any of the pages has, areas when any page has a
-/// resolution, and parents when objects inside objects were asked for; rows of others lack those values.
+/// A table with a row for each object of each page of each image, in that order; those inside the objects of a page
+/// come after these and refer to them. Where images in different folders have one name, each row has a folder too: the
+/// part of its path that is not the same for all images. The table has the columns of all channels that any of the
+/// pages has, areas when any page has a resolution, and parents when objects inside objects were asked for; rows of
+/// others lack those values.
 XPivotTable
 MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const MeasureSettings& inSettings );

@@ -9,8 +9,8 @@
 #include <string_view>
 
 /// Hands the table as CSV to `inWrite`, piece by piece: UTF-8, a header of display names, lines that end in LF, fields
-/// quoted where they hold commas, quotes or line breaks, missing values empty, or "" in a table of one column. Numbers are in the shortest form that
-/// reads back exactly. The rows are made on the shared pool.
+/// quoted where they hold commas, quotes or line breaks, missing values empty, or "" in a table of one column. Numbers
+/// are in the shortest form that reads back exactly. The rows are made on the shared pool.
 void WriteCSV(
     const XPivotTable& inTable, WorkerLimit inLimit, const std::function<void( std::string_view )>& inWrite );
 

@@ -9,9 +9,10 @@ class XPivotRowRefColumn;
 /// shows the user-visible ID that the table's row-reference column gives it. Many rows may refer to one
 /// object.
 ///
-/// In a table the column is bound to the first row-reference column of its descriptor, as soon as the table
-/// has one, and anew whenever such columns come, go or change their descriptors. Unbound, and for identifiers that the bound column does not know, it shows 0. It adds no references
-/// to the bound column; the table does, for objects without rows.
+/// In a table the column is bound to the first row-reference column of its descriptor, as soon as the table has one,
+/// and anew whenever such columns come, go or change their descriptors. Unbound, and for identifiers that the bound
+/// column does not know, it shows 0. It adds no references to the bound column; the table does, for objects without
+/// rows.
 class KORVALE_API XPivotOtherRowRefColumn
     : public XPivotColumnClassT<XPivotOtherRowRefColumn, XPivotReferenceColumn, kClassPivotOtherRowRefColumn>
 {

@@ -10,10 +10,10 @@
 /// identifier that it meets a user-visible ID, 1 and upwards. Other columns and the program may hold
 /// references to the same identifiers, in the table or not.
 ///
-/// For each identifier there is a record, which lives as long as a row holds the identifier, a reference was
-/// added and not given back, or the table keeps it for rows that refer to it. Row operations keep the records in step: a record names a row that holds its
-/// identifier, any one where several do. The identifier of all zeros stands for no object and is never
-/// recorded. No two identifiers have one user-visible ID.
+/// For each identifier there is a record, which lives as long as a row holds the identifier, a reference was added and
+/// not given back, or the table keeps it for rows that refer to it. Row operations keep the records in step: a record
+/// names a row that holds its identifier, any one where several do. The identifier of all zeros stands for no object
+/// and is never recorded. No two identifiers have one user-visible ID.
 ///
 /// Errors: user-visible IDs that would run past the top of their range are an internal error. Reading throws
 /// 1005 for records that contradict the rows or one another, for equal user-visible IDs and for a next one

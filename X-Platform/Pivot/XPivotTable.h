@@ -183,10 +183,10 @@ public:
         std::uint32_t inColumn, const XVector<std::uint32_t>& inControlRows,
         XPivotTableControlRelationship inRelationship, const XColumnIndices& inGroupKeys = XColumnIndices() );
 
-    /// Gathers the rows of a column of numbers into buckets between ascending limits: "0 to 10" holds 0, but
-    /// not 10; the last bucket holds its upper limit too. Limits that would look alike are named exactly. Returns the bucket column, user-defined, named
-    /// "Area Group" after a column "Area", with its channel, which is added at the end or written anew. Rows
-    /// outside all limits are missing. Fewer than two limits, or some not ascending, are 1013.
+    /// Gathers the rows of a column of numbers into buckets between ascending limits: "0 to 10" holds 0, but not 10;
+    /// the last bucket holds its upper limit too. Limits that would look alike are named exactly. Returns the bucket
+    /// column, user-defined, named "Area Group" after a column "Area", with its channel, which is added at the end or
+    /// written anew. Rows outside all limits are missing. Fewer than two limits, or some not ascending, are 1013.
     XPivotStringColumn& BucketsGather( std::uint32_t inColumn, const XVector<double>& inLimits );
     /// Gathers the rows that read as one of some texts into a bucket. All others stay in the buckets they are
     /// in; at first each text is a bucket of its own.
