@@ -104,6 +104,8 @@ void WReplaceFile::CheckExistingTarget() const
 {
     if ( WFilePath::Exists( itsTarget ) )
         CheckReplaceable( itsTarget );
+    else
+        CheckName( itsTarget );
 }
 
 void WReplaceFile::CreateNamed()
@@ -226,14 +228,21 @@ fs::path WReplaceFile::KeepNew()
     XAssert( !itsIsCommitted && !itsIsDirect );
     constexpr int kMostNames = 1000;
     const auto hold = WUnfinishedFiles::Hold();
+    auto start = itsTarget;
     std::error_code error;
     for ( int number = 1; number < kMostNames; ++number )
     {
-        auto path = itsTarget;
+        auto path = start;
         path += ".new" + ( number > 1 ? "-" + std::to_string( number ) : "" );
         error = itsIsUnnamed ? Link( itsFile, path ) : LinkOrMove( itsPath, path );
         if ( error == std::errc::file_exists )
             continue;
+        if ( error && start == itsTarget )
+        {
+            start.replace_filename( "korvale-output" );
+            number = 0;
+            continue;
+        }
         CheckError( error );
         CopyPermissions( path );
         return path;

@@ -57,7 +57,7 @@ public:
     void Undo();
 
     /// Gives the complete file, which could not take its place, a name beside its target: the target's and ".new", or
-    /// ".new-2" and so on. Returns the path. For a file that is not committed; not for a device.
+    /// ".new-2" and so on; "korvale-output.new" where that is too long. Returns the path. For a file that is not committed; not for a device.
     std::filesystem::path KeepNew();
 
 private:
@@ -83,6 +83,8 @@ private:
     static WFile OpenUnnamed( const std::filesystem::path& inFolder );
     /// Gives it one; an error when the name is taken.
     static std::error_code Link( const WFile& inUnnamed, const std::filesystem::path& inPath );
+    /// Throws when there can be no file of that name, since it is too long for instance.
+    static void CheckName( const std::filesystem::path& inFile );
     /// Throws when the file, which exists, cannot be written or replaced by this process.
     static void CheckReplaceable( const std::filesystem::path& inFile );
 };

@@ -48,6 +48,13 @@ std::error_code WReplaceFile::Link( const WFile& inUnnamed, const std::filesyste
     return result == 0 ? std::error_code() : std::error_code( errno, std::generic_category() );
 }
 
+void WReplaceFile::CheckName( const std::filesystem::path& inFile )
+{
+    struct stat status = {};
+    if ( ::lstat( inFile.c_str(), &status ) != 0 && errno != ENOENT )
+        WThrowErrno();
+}
+
 void WReplaceFile::CheckReplaceable( const std::filesystem::path& inFile )
 {
     WFile( inFile, WFile::kReadWrite ).Close();

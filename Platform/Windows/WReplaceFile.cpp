@@ -17,6 +17,13 @@ std::error_code WReplaceFile::Link( const WFile&, const std::filesystem::path& )
     return std::make_error_code( std::errc::not_supported );
 }
 
+void WReplaceFile::CheckName( const std::filesystem::path& inFile )
+{
+    if ( ::GetFileAttributesW( inFile.c_str() ) == INVALID_FILE_ATTRIBUTES &&
+         ::GetLastError() != ERROR_FILE_NOT_FOUND )
+        XThrowLastSystemError();
+}
+
 void WReplaceFile::CheckReplaceable( const std::filesystem::path& inFile )
 {
     WFile( inFile, WFile::kReadWrite ).Close();

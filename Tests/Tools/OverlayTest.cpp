@@ -218,7 +218,47 @@ TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
         EXPECT_EQ( itsFolder.CountEntries(), 2u );
     }
     EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "none/o.png" ), "-o", Name( "table" ) } ), 1 );
-    EXPECT_NE( itsError.str().find( "cannot write " + Name( "none/o.png" ) ), std::string::npos );
+    EXPECT_NE( itsError.str().find( "cannot write " + Name( "none/o-0000.png" ) ), std::string::npos );
     EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "none/table" ) } ), 1 );
     EXPECT_EQ( itsFolder.CountEntries(), 2u );
+}
+
+TEST_F( Overlay, IsCheckedBeforeAnythingIsMeasured )
+{
+    const auto square = MakeSquare();
+    const auto image = WriteStack( "a.tif", { &square, &square } ), text = Name( "text.tif" );
+    itsFolder.Write( "text.tif", "no image, which would be told first" );
+    std::filesystem::create_directories( itsFolder / "o-a-0001.png/below" );
+    const auto measure = [&]( const std::string& inOverlay ) {
+        return Run( { "measure", text, image, "--overlay", Name( inOverlay ), "-q" } );
+    };
+    EXPECT_EQ( measure( "o.png" ), 1 );
+    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( "o-a-0001.png" ) ), 0u );
+    const std::string longName( 248, 'n' );
+    EXPECT_EQ( measure( longName + ".png" ), 1 );
+    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( longName ) ), 0u );
+
+    std::error_code error;
+    std::filesystem::create_symlink( "p-a-0000.png", itsFolder / "p-a-0001.png", error );
+    if ( error )
+        GTEST_SKIP() << "no symbolic links here";
+    EXPECT_EQ( measure( "p.png" ), 2 );
+    EXPECT_EQ( itsFolder.CountEntries(), 4u );
+}
+
+TEST_F( Overlay, ThatFailsKeepsWhatIsComplete )
+{
+    const auto square = MakeSquare();
+    const auto image = WriteStack( "a.tif", { &square, &square, &square } );
+    std::error_code error;
+    std::filesystem::create_symlink( kFullDevice, itsFolder / "o-0001.png", error );
+    if ( error || !HasFullDevice() )
+        GTEST_SKIP() << "no link to a device that is always full";
+    EXPECT_EQ(
+        Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "t" ), "--csv", Name( "c" ) } ),
+        1 );
+    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( "o-0001.png" ) ), 0u );
+    for ( const auto* name : { "o-0000.png.new", "o-0002.png.new", "t.new", "c.new" } )
+        EXPECT_NE( itsError.str().find( Name( name ) ), std::string::npos ) << itsError.str();
+    EXPECT_EQ( itsFolder.CountEntries(), 2u + 4 );
 }

@@ -16,6 +16,7 @@
 struct ImageMeasurer::Image
 {
     std::string path; ///< As the user gave it.
+    USize number;     ///< Among all images.
     PageReaders readers;
     ImageMeasurement measurement;
     std::deque<PageResult> results;
@@ -27,8 +28,9 @@ struct ImageMeasurer::Image
     std::uint32_t firstFailed = 0;
     XTimer timer;
 
-    Image( const std::string& inPath, const ReadSettings& inReading )
-        : path( inPath ), readers( PathFromUTF8( inPath ), inReading ), results( readers.GetPageCount() )
+    Image( const std::string& inPath, USize inNumber, const ReadSettings& inReading )
+        : path( inPath ), number( inNumber ), readers( PathFromUTF8( inPath ), inReading ),
+          results( readers.GetPageCount() )
     {
         const auto full = std::filesystem::absolute( PathFromUTF8( inPath ) ).lexically_normal();
         measurement.name = PathToUTF8( full.filename() );
@@ -88,22 +90,45 @@ ImageMeasurer::~ImageMeasurer() = default;
 
 std::vector<ImageMeasurement> ImageMeasurer::Measure( const std::vector<std::string>& inImages )
 {
+    if ( itsOverlays )
+        PlanOverlays( inImages );
     // A single image has no bar beside that of its pages.
     const auto type = inImages.size() > 1 ? XProgress::kProgressWork : XProgress::kProgressWait;
     XProgress progress( inImages.size(), type, kProgressDelayMs );
     progress.SetTitle( "Measuring" );
-    for ( const auto& image : inImages )
+    for ( USize number = 0; number < inImages.size(); ++number )
     {
-        MeasureImage( image, &image == &inImages.back() );
+        MeasureImage( inImages[number], number, number + 1 == inImages.size() );
         progress.Increment();
     }
     WaitForJobs(); // Overlays are drawn when the pages have been gathered.
     return std::move( itsMeasurements );
 }
 
-void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
+/// An image that cannot be read now, which is told of in its turn, counts as one of a single page.
+void ImageMeasurer::PlanOverlays( const std::vector<std::string>& inImages )
 {
-    if ( !OpenImage( inPath ) )
+    XProgress progress( inImages.size(), XProgress::kProgressWork, kProgressDelayMs );
+    progress.SetTitle( "Checking overlays" );
+    for ( const auto& image : inImages )
+    {
+        std::uint32_t pageCount = 1;
+        try
+        {
+            pageCount = PageReaders( PathFromUTF8( image ), itsReading ).GetPageCount();
+        }
+        catch ( const std::exception& )
+        {
+        }
+        itsOverlays->AddImage( image, pageCount );
+        progress.Increment();
+        progress.YieldAndCheckAbort();
+    }
+}
+
+void ImageMeasurer::MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast )
+{
+    if ( !OpenImage( inPath, inNumber ) )
         return;
     auto& image = *itsImages.back();
     const auto pages = image.GetPageCount();
@@ -118,14 +143,17 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, bool inIsLast )
         WaitForJobs( &progress, steps );
 }
 
-bool ImageMeasurer::OpenImage( const std::string& inPath )
+bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
 {
     try
     {
-        itsImages.push_back( std::make_unique<Image>( inPath, itsReading ) );
+        auto image = std::make_unique<Image>( inPath, inNumber, itsReading );
+        if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->results.size() )
+            throw WImageError( "the file has changed" );
         if ( itsOverlays )
-            for ( auto& result : itsImages.back()->results )
+            for ( auto& result : image->results )
                 result.overlay.emplace();
+        itsImages.push_back( std::move( image ) );
         return true;
     }
     catch ( ... )
@@ -296,8 +324,8 @@ void ImageMeasurer::GatherPage( Image& ioImage )
 void ImageMeasurer::DrawOverlay( Image& ioImage, PageResult& ioResult )
 {
     auto job = itsOverlays->MakeJob(
-        ioImage.path, ioImage.gathered, ioImage.GetPageCount(), std::move( *ioResult.overlay ),
-        itsObjectCount + 1, itsMemory, itsSession.progress );
+        ioImage.number, ioImage.gathered, std::move( *ioResult.overlay ), itsObjectCount + 1, itsMemory,
+        itsSession.progress );
     itsLimit.WaitForTurn( itsQueue );
     itsQueue.AttachJob( job.release() );
 }

@@ -34,7 +34,7 @@ public:
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();
 
-    /// Measures all images. Those of which nothing could be measured are missing in the result; a page that failed has
+    /// Measures all images, when the overlays of all of them have been found writable. Those of which nothing could be measured are missing in the result; a page that failed has
     /// no objects. Throws the user's abort (1001) when the jobs have ended.
     std::vector<ImageMeasurement> Measure( const std::vector<std::string>& inImages );
 
@@ -62,8 +62,9 @@ private:
     XJobQueue itsQueue;                           ///< Destroyed, with its jobs, before what they use.
 
     bool HasBackground() const { return itsBackground != BackgroundKind::kNone; }
-    void MeasureImage( const std::string& inPath, bool inIsLast );
-    bool OpenImage( const std::string& inPath );
+    void MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast );
+    void PlanOverlays( const std::vector<std::string>& inImages );
+    bool OpenImage( const std::string& inPath, USize inNumber );
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
     void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );
     void KeepPages( Image& ioImage, XProgress& ioProgress );

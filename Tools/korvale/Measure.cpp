@@ -211,7 +211,7 @@ int Measure::Run( Session& ioSession )
     if ( itsIsQuiet )
         ioSession.progress.Silence();
     const MemoryBudget budget( ParseByteCount( itsMemory ) );
-    CheckOutputFiles( GetFiles().outputs );
+    CheckOutputFiles( GetOutputNames() );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
     ImageMeasurer measurer(
         GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
@@ -222,9 +222,7 @@ int Measure::Run( Session& ioSession )
     if ( measurements.empty() )
         return kFailure;
 
-    const auto table = WriteFiles(
-        measurements, measurer.GetBackground(),
-        overlays ? overlays->TakeFiles() : std::vector<CompleteFile>() );
+    const auto table = WriteFiles( measurements, measurer.GetBackground(), overlays ? &*overlays : nullptr );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
         PrintSummary( measurements, table, GetSettings().objects.channel, ioSession.out );
@@ -281,8 +279,9 @@ ReadSettings Measure::GetReadSettings() const
 
 XPivotTable Measure::WriteFiles(
     const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground,
-    std::vector<CompleteFile> inOverlays ) const
+    OverlayFiles* ioOverlays ) const
 {
+    const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
     auto table = MakeMeasurementTable( inMeasurements, GetSettings() );
@@ -293,6 +292,6 @@ XPivotTable Measure::WriteFiles(
             { itsBackgroundFile, [&]( WFile& ioFile ) {
                  TIFFWriter( ioFile, TIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
              } } );
-    WriteOutputFiles( files, std::move( inOverlays ) );
+    WriteOutputFiles( files, ioOverlays ? ioOverlays->TakeFiles() : std::vector<CompleteFile>(), failure );
     return table;
 }

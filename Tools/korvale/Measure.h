@@ -46,5 +46,5 @@ private:
     std::vector<std::string> GetOutputNames() const;
     XPivotTable WriteFiles(
         const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground,
-        std::vector<CompleteFile> inOverlays ) const;
+        OverlayFiles* ioOverlays ) const;
 };

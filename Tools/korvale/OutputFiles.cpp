@@ -84,17 +84,22 @@ void PutInPlace( std::vector<CompleteFile> inFiles )
     inFiles.clear(); // While they are held.
 }
 
-void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete )
+void WriteOutputFiles(
+    const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete,
+    const std::string& inEarlierFailure )
 {
-    try
-    {
-        for ( const auto& output : inFiles )
+    auto failures = inEarlierFailure;
+    for ( const auto& output : inFiles )
+        try
+        {
             inComplete.push_back( WriteCompleteFile( output ) );
-    }
-    catch ( const std::runtime_error& failure )
-    {
-        throw std::runtime_error( failure.what() + KeepAll( inComplete ) );
-    }
+        }
+        catch ( const std::runtime_error& failure )
+        {
+            failures += ( failures.empty() ? "" : "; " ) + std::string( failure.what() );
+        }
+    if ( !failures.empty() )
+        throw std::runtime_error( failures + KeepAll( inComplete ) );
     PutInPlace( std::move( inComplete ) );
 }
 

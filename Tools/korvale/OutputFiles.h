@@ -31,8 +31,11 @@ CompleteFile WriteCompleteFile( const OutputFile& inFile );
 /// files are kept under names of their own after a failure, which the exception names. Devices are written already.
 void PutInPlace( std::vector<CompleteFile> inFiles );
 
-/// Writes all of them and puts them in their places, together with those that are complete already.
-void WriteOutputFiles( const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete = {} );
+/// Writes all of them and puts them in their places, together with those that are complete already. Where one cannot be
+/// written, or something went wrong before, none takes its place: the others are kept as PutInPlace keeps them.
+void WriteOutputFiles(
+    const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete = {},
+    const std::string& inEarlierFailure = "" );
 
 /// True when the name ends so, in small letters or capitals.
 bool HasEnding( const std::string& inName, const char* inEnding );

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <stdexcept>
 
 namespace
 {
@@ -23,7 +22,7 @@ OverlayFiles::OverlayFiles(
     : itsName( inName ), itsHasSeveralImages( inHasSeveralImages )
 {
     for ( const auto& other : inOthers )
-        itsOthers.insert( WFilePath::GetKey( PathFromUTF8( other ) ) );
+        itsFiles.emplace( WFilePath::GetKey( PathFromUTF8( other ) ), other );
 }
 
 std::string
@@ -45,38 +44,64 @@ OverlayFiles::MakeName( const std::string& inImage, std::uint32_t inPage, std::u
 std::string OverlayFiles::TakeName( const std::string& inStart )
 {
     const auto ending = itsName.substr( itsName.rfind( '.' ) );
-    auto& copy = itsCopies[inStart];
+    auto& copy = itsCopies[ToLower( inStart )];
     for ( ++copy;; ++copy )
     {
         const auto name = inStart + ( copy > 1 ? '-' + std::to_string( copy ) : "" ) + ending;
-        if ( itsOthers.contains( WFilePath::GetKey( PathFromUTF8( name ) ) ) )
-            throw WrongUsage( "the overlay " + name + " would overwrite another file of this command" );
-        if ( itsTaken.insert( ToLower( name ) ).second )
-            return name;
+        if ( !itsTaken.insert( ToLower( name ) ).second )
+            continue;
+        const auto [file, isNew] = itsFiles.emplace( WFilePath::GetKey( PathFromUTF8( name ) ), name );
+        if ( !isNew )
+            throw WrongUsage(
+                "the overlay " + name + " would overwrite another file of this command, " + file->second );
+        return name;
+    }
+}
+
+void OverlayFiles::AddImage( const std::string& inImage, std::uint32_t inPageCount )
+{
+    auto& image = itsImages.emplace_back();
+    image.path = inImage;
+    for ( std::uint32_t page = 0; page < inPageCount; ++page )
+    {
+        auto& name = image.pages.emplace_back().file.name;
+        name = MakeName( inImage, page, inPageCount );
+        CheckOutputFiles( { name } );
     }
 }
 
 std::unique_ptr<PageJob> OverlayFiles::MakeJob(
-    const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount, KeptOverlay inOverlay,
-    std::uint64_t inFirstNumber, WorkingMemory& ioMemory, ProgressDisplay& ioDisplay )
+    std::size_t inImage, std::uint32_t inPage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
+    WorkingMemory& ioMemory, ProgressDisplay& ioDisplay )
 {
-    auto& page = itsPages.emplace_back();
-    page.file.name = MakeName( inImage, inPage, inPageCount );
+    auto& image = itsImages[inImage];
+    auto& page = image.pages[inPage];
     return std::make_unique<OverlayJob>(
-        inPage, inImage, std::move( inOverlay ), inFirstNumber, ioMemory, ioDisplay, page.file, page.result );
+        inPage, image.path, std::move( inOverlay ), inFirstNumber, ioMemory, ioDisplay, page.file,
+        page.result );
+}
+
+std::string OverlayFiles::GetFailure() const
+{
+    std::string text;
+    for ( const auto& image : itsImages )
+        for ( const auto& [file, result] : image.pages )
+        {
+            if ( result.failure && result.failure->IsUserAbort() )
+                XThrow( result.failure->number );
+            if ( result.failure && text.empty() )
+                text = result.failure->text;
+        }
+    return text;
 }
 
 std::vector<CompleteFile> OverlayFiles::TakeFiles()
 {
     std::vector<CompleteFile> files;
-    for ( auto& [file, result] : itsPages )
-    {
-        if ( result.failure && result.failure->IsUserAbort() )
-            XThrow( result.failure->number );
-        if ( result.failure )
-            throw std::runtime_error( result.failure->text );
-        files.push_back( std::move( file ) );
-    }
-    itsPages.clear();
+    for ( auto& image : itsImages )
+        for ( auto& page : image.pages )
+            if ( page.file.file )
+                files.push_back( std::move( page.file ) );
+    itsImages.clear();
     return files;
 }
