@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 /// An image file that cannot be read: what is wrong with it, as UTF-8 and without the file's name.
 class WImageError : public std::runtime_error
@@ -109,11 +110,21 @@ public:
     /// Pages of reduced resolution and masks, which are left out.
     virtual std::uint32_t GetSkippedCount() const { return 0; }
 
-    /// The samples of a pixel of the first page, as the file stores them.
-    virtual std::uint64_t GetSamplesPerPixel() const { return 1; }
+    /// The first page as the file stores it.
+    struct Layout
+    {
+        std::uint64_t width = 0;
+        std::uint64_t height = 0;
+        std::uint64_t samplesPerPixel = 1;
+        std::uint64_t planesInFile =
+            1; ///< For how many of its size there is room from its samples to the file's end.
+    };
 
-    /// What the program that wrote a TIFF file says of it (tag 270 of the first page); empty when it says nothing.
-    virtual std::string GetDescription() const { return {}; }
+    /// Of TIFF files only, where a page that is compressed is one plane.
+    virtual Layout GetLayout() const { return {}; }
+
+    /// What the programs that wrote a TIFF file say of it (each tag 270 of the first page); none when they say nothing.
+    virtual std::vector<std::string> GetDescriptions() const { return {}; }
 
     /// Hears now and then what share of a page has been read, from 0 to 1. May throw, which ends the reading.
     using Progress = std::function<void( double )>;

@@ -91,7 +91,8 @@ void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart
     const auto isInline = size != 0 && entry.count <= wordSize / size;
     entry.position = isInline ? itsOffset + ( itsHeader.isBig ? 8 : 2 ) + valueStart
                               : ::GetNumber( inBytes, valueStart, wordSize, itsHeader.isSwapped );
-    itsEntries.emplace( tag, entry );
+    if ( !itsEntries.emplace( tag, entry ).second )
+        itsRepeatedEntries.emplace( tag, entry );
 }
 
 std::string WTIFFDirectory::ReadValues( const Entry& inEntry, std::uint64_t inCount ) const
@@ -161,20 +162,28 @@ double WTIFFDirectory::GetFraction( Tag inTag ) const
     return below > 0 ? above / below : 0;
 }
 
-std::string WTIFFDirectory::GetText( Tag inTag, std::uint64_t inMost ) const
+std::vector<std::string> WTIFFDirectory::GetTexts( Tag inTag, std::uint64_t inMost ) const
 {
-    const auto found = itsEntries.find( inTag );
-    if ( found == itsEntries.end() || found->second.count == 0 )
-        return {};
-
-    const auto& [type, count, position] = found->second;
-    if ( type != kASCII && type != kByte && type != kUndefined )
-        return {};
-    if ( count > inMost )
-        throw WImageError(
-            "tag " + std::to_string( inTag ) + " has a text of " + std::to_string( count ) +
-            " bytes (at most " + std::to_string( inMost ) + ")" );
-    auto text = ReadValues( found->second, count );
-    text.resize( std::min( text.find( '\0' ), text.size() ) );
-    return text;
+    std::vector<std::string> texts;
+    std::uint64_t bytes = 0;
+    const auto add = [&]( const Entry& inEntry )
+    {
+        if ( inEntry.count == 0 ||
+             ( inEntry.type != kASCII && inEntry.type != kByte && inEntry.type != kUndefined ) )
+            return;
+        if ( inEntry.count > inMost - bytes )
+            throw WImageError(
+                "tag " + std::to_string( inTag ) + " has a text of " + std::to_string( inEntry.count ) +
+                " bytes (at most " + std::to_string( inMost ) + ")" );
+        bytes += inEntry.count;
+        auto text = ReadValues( inEntry, inEntry.count );
+        text.resize( std::min( text.find( '\0' ), text.size() ) );
+        if ( !text.empty() )
+            texts.push_back( std::move( text ) );
+    };
+    if ( const auto found = itsEntries.find( inTag ); found != itsEntries.end() )
+        add( found->second );
+    for ( auto [each, end] = itsRepeatedEntries.equal_range( inTag ); each != end; ++each )
+        add( each->second );
+    return texts;
 }

@@ -76,9 +76,9 @@ public:
     /// The value of a tag of fractions; 0 when the page lacks it or its divisor is 0.
     double GetFraction( Tag inTag ) const;
 
-    /// The bytes of a tag of text up to the first 0; none when the page lacks it or it has another type. Throws WImageError
-    /// when there are more than `inMost` bytes.
-    std::string GetText( Tag inTag, std::uint64_t inMost ) const;
+    /// The texts of a tag, which a page may have several times, each up to its first 0; those that are empty or of another
+    /// type are left out. Throws WImageError when they have more than `inMost` bytes together.
+    std::vector<std::string> GetTexts( Tag inTag, std::uint64_t inMost ) const;
 
 private:
     struct Entry
@@ -94,6 +94,7 @@ private:
     std::uint64_t itsSize = 0;
     std::uint64_t itsNextOffset = 0;
     std::map<std::uint16_t, Entry> itsEntries;
+    std::multimap<std::uint16_t, Entry> itsRepeatedEntries; ///< Further ones of the same tags.
 
     void AddEntry( const std::string& inBytes, std::uint64_t inStart );
     std::string ReadValues( const Entry& inEntry, std::uint64_t inCount ) const;

@@ -286,20 +286,31 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
         throw WImageError( "it holds no pages" );
 }
 
-std::uint64_t WTIFFFile::GetSamplesPerPixel() const
+WImageFile::Layout WTIFFFile::GetLayout() const
 {
-    return WTIFFDirectory( itsFile, itsHeader, itsPages.front().offset )
-        .GetNumber( Tags::kSamplesPerPixel, 1 );
+    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.front().offset );
+    Layout layout;
+    layout.width = GetExtent( tags, Tags::kWidth, 0 );
+    layout.height = GetExtent( tags, Tags::kHeight, 0 );
+    layout.samplesPerPixel = tags.GetNumber( Tags::kSamplesPerPixel, 1 );
+    const auto first = tags.GetNumber( Tags::kStripOffsets, 0 );
+    const auto bytes = static_cast<double>( layout.width ) * static_cast<double>( layout.height ) *
+        static_cast<double>( layout.samplesPerPixel ) *
+        static_cast<double>( tags.GetNumber( Tags::kBitsPerSample, 1 ) ) / 8;
+    const auto size = itsFile.GetSize();
+    if ( IsPlain( tags ) && tags.Has( Tags::kStripOffsets ) && bytes > 0 && first < size )
+        layout.planesInFile = static_cast<std::uint64_t>( static_cast<double>( size - first ) / bytes );
+    return layout;
 }
 
 /// A thumbnail may lie before the first page, with the description of both or with one of its own.
-std::string WTIFFFile::GetDescription() const
+std::vector<std::string> WTIFFFile::GetDescriptions() const
 {
     for ( const auto offset : { itsPages.front().offset, itsHeader.firstDirectory } )
     {
         const WTIFFDirectory directory( itsFile, itsHeader, offset );
-        if ( auto text = directory.GetText( Tags::kDescription, kMostDescription ); !text.empty() )
-            return text;
+        if ( auto texts = directory.GetTexts( Tags::kDescription, kMostDescription ); !texts.empty() )
+            return texts;
     }
     return {};
 }

@@ -15,8 +15,8 @@ public:
 
     std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
     std::uint32_t GetSkippedCount() const override { return itsSkippedCount; }
-    std::uint64_t GetSamplesPerPixel() const override;
-    std::string GetDescription() const override;
+    Layout GetLayout() const override;
+    std::vector<std::string> GetDescriptions() const override;
 
 protected:
     WImagePage ReadPageSelf(

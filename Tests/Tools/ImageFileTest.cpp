@@ -352,16 +352,20 @@ TEST_F( ImageFile, TellsOfItsFirstPageAndNotOfAThumbnail )
     page.insert(
         page.end(),
         { { 270, 2, 4, 0x74736574 }, // "test"
+          { 270, 2, 4, 0x65726F6D }, // "more"
           { 273, 4, 1, pixel },
           { 282, 5, 1, resolution },
           { 283, 5, 1, resolution },
           { 296, 3, 1, 4 } } );
-    const auto file = WImageFile::Open( itsFolder.Write( "image.tif", tiff.Finish( page ) ) );
-    EXPECT_EQ( file->GetDescription(), "test" );
+    const auto bytes = tiff.Finish( page );
+    const auto file = WImageFile::Open( itsFolder.Write( "image.tif", bytes ) );
+    EXPECT_EQ( file->GetDescriptions(), ( std::vector<std::string>{ "test", "more" } ) );
+    EXPECT_EQ( file->GetLayout().planesInFile, bytes.size() - pixel );
+    EXPECT_EQ( WImageFile::Open( itsFolder.Write( "lzw", FromHex( kLZW8 ) ) )->GetLayout().planesInFile, 1u );
     EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() ); // There is no unit 4.
 }
 
-TEST_F( ImageFile, RefusesPNGBeforeItsRowsTakeMemory )
+TEST_F( ImageFile, RefusesPNGOfTooManyPixels )
 {
     EXPECT_EQ(
         GetFailure( FromHex( kWidePNG ) ),

@@ -7,13 +7,13 @@ namespace
 class DescribedFile : public WImageFile
 {
 public:
-    std::string description;
+    std::vector<std::string> descriptions;
     std::uint32_t pages = 1;
-    std::uint64_t samplesPerPixel = 1;
+    Layout layout;
 
     std::uint32_t GetPageCount() const override { return pages; }
-    std::uint64_t GetSamplesPerPixel() const override { return samplesPerPixel; }
-    std::string GetDescription() const override { return description; }
+    Layout GetLayout() const override { return layout; }
+    std::vector<std::string> GetDescriptions() const override { return descriptions; }
 
 protected:
     WImagePage ReadPageSelf( std::uint32_t, const Progress&, const WImagePage::Allocator& ) override
@@ -22,15 +22,15 @@ protected:
     }
 };
 
-/// Why such a file is refused, without the hint; empty when it is not.
+/// Why such a file with pages of 30 x 40 pixels is refused, without the hint; empty when it is not.
 std::string GetRefusal(
     const std::string& inDescription, std::uint32_t inPages, std::uint64_t inSamplesPerPixel = 1,
-    bool inAreTimes = false )
+    bool inAreTimes = false, std::uint64_t inPlanesInFile = 1 )
 {
     DescribedFile file;
-    file.description = inDescription;
+    file.descriptions = { "made by hand", inDescription };
     file.pages = inPages;
-    file.samplesPerPixel = inSamplesPerPixel;
+    file.layout = { 30, 40, inSamplesPerPixel, inPlanesInFile };
     try
     {
         CheckPlanes( file, inAreTimes );
@@ -73,12 +73,41 @@ TEST( ImagePlanes, OfImageJAreTimesOnly )
         GetRefusal( "ImageJ=1.53t\nimages=5\n", 4 ),
         "its description declares 5 planes, but it has 4 pages" );
 
-    // Planes that have no directory cannot be read at all.
+    // Planes that have no directory cannot be read, where the file has them. A page that was copied from a stack can.
+    const std::string stack = "ImageJ=1.53t\nimages=5\nframes=5\n";
     for ( const auto areTimes : { false, true } )
         EXPECT_EQ(
-            GetRefusal( "ImageJ=1.53t\nimages=5\nframes=5\n", 1, 1, areTimes ),
+            GetRefusal( stack, 1, 1, areTimes, 5 ),
             "its description declares 5 time points behind one another in one page: only the first could be read, "
             "--planes-as-times or not" );
+    EXPECT_EQ(
+        GetRefusal( stack, 1, 1, false, 4 ), "its description declares 5 time points, but it has 1 page" );
+    EXPECT_EQ( GetRefusal( stack, 1, 1, true, 4 ), "" );
+}
+
+TEST( ImagePlanes, OfArraysAreTimesOnly )
+{
+    EXPECT_EQ( GetRefusal( "{\"shape\": [5, 40, 30]}", 5 ), "" );
+    EXPECT_EQ( GetRefusal( "{\"shape\": [5, 40, 30, 3]}", 5, 3 ), "" );
+    EXPECT_EQ( GetRefusal( "{\"shape\": [3, 40, 30]}", 1, 3 ), "" ); // Red, green and blue apart.
+    EXPECT_EQ( GetRefusal( "{\"shape\": [40, 30]}", 5 ), "" );       // Written page by page.
+    EXPECT_EQ( GetRefusal( "{\"shape\": [1, 5, 1, 40, 30], \"axes\": \"ZTCYX\"}", 5 ), "" );
+    EXPECT_EQ( GetRefusal( "{\"shape\": [5, 41, 30]}", 2 ), "" ); // Of other pages.
+    EXPECT_EQ( GetRefusal( "{\"shapes\": 7, \"shape\" : [5, x, 40, 30]}", 2 ), "" );
+    EXPECT_EQ( GetRefusal( "{\"shape\"", 2 ), "" );
+
+    const std::string truncated = "{\"truncated\": true, \"shape\": [5, 40, 30]}";
+    for ( const auto& text : { truncated, std::string( "shape=(5, 40, 30)" ) } )
+        EXPECT_EQ( GetRefusal( text, 1 ), "its description declares 5 planes, but it has 1 page" );
+    EXPECT_EQ( GetRefusal( truncated, 1, 1, true ), "" );
+    EXPECT_NE( GetRefusal( truncated, 1, 1, true, 5 ), "" );
+    EXPECT_EQ(
+        GetRefusal( "{\"axes\": \"TCYX\", \"shape\": [3, 2, 40, 30]}", 6 ),
+        "its description declares 2 channels and 3 time points, which cannot be told apart yet" );
+    EXPECT_EQ(
+        GetRefusal( "{\"shape\": [3, 2, 40, 30]}", 6 ),
+        "its description declares 6 planes in 2 dimensions, which cannot be told apart yet" );
+    EXPECT_EQ( GetRefusal( "{\"shape\": [3, 2, 40, 30]}", 6, 1, true ), "" );
 }
 
 TEST( ImagePlanes, OfOMEAreTimesOnly )

@@ -3,8 +3,9 @@
 #include "NumberText.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace
 {
@@ -30,7 +31,6 @@ std::uint64_t ParseCount( std::string_view inText )
 ImagePlanes ParseImageJ( std::string_view inText )
 {
     ImagePlanes planes;
-    planes.areContiguous = true;
     while ( !inText.empty() )
     {
         const auto end = std::min( inText.find_first_of( "\r\n" ), inText.size() );
@@ -173,6 +173,89 @@ ImagePlanes ParseOME( XMLElements& ioElements, std::uint64_t inSamplesPerPixel )
     return planes;
 }
 
+// ---- The shape of an array: {"shape": [5, 2, 64, 64], "axes": "TCYX"}, or shape=(5, 64, 64) of older writers
+
+using Shape = std::vector<std::uint64_t>;
+
+/// The numbers of a list in brackets of either kind; none where one of them is none.
+Shape ParseShape( std::string_view inText )
+{
+    const auto start = inText.find_first_of( "[(" );
+    auto list = inText.substr( std::min( start, inText.size() - 1 ) + 1 );
+    list = list.substr( 0, list.find_first_of( "])" ) );
+    constexpr std::size_t kMostDimensions = 64;
+    Shape shape;
+    while ( !Trim( list ).empty() && shape.size() < kMostDimensions )
+    {
+        const auto end = std::min( list.find( ',' ), list.size() );
+        const auto number = ParseNumber<std::uint64_t>( Trim( list.substr( 0, end ) ) );
+        if ( !number )
+            return {};
+        shape.push_back( *number );
+        list.remove_prefix( std::min( end + 1, list.size() ) );
+    }
+    return shape;
+}
+
+/// What follows a name of the outermost object; empty where there is none of that name.
+std::string_view FindMember( std::string_view inText, std::string_view inQuotedName )
+{
+    const auto found = inText.find( inQuotedName );
+    if ( found == inText.npos )
+        return {};
+    const auto rest = Trim( inText.substr( found + inQuotedName.size() ) );
+    return rest.starts_with( ':' ) ? Trim( rest.substr( 1 ) ) : std::string_view();
+}
+
+/// Takes the dimensions of one page from the end; false where they are not those of the page.
+bool TakePage( const WImageFile::Layout& inLayout, Shape& ioShape )
+{
+    const auto takeEnd = [&]( const Shape& inEnd )
+    {
+        if ( ioShape.size() < inEnd.size() || !std::equal( inEnd.rbegin(), inEnd.rend(), ioShape.rbegin() ) )
+            return false;
+        ioShape.resize( ioShape.size() - inEnd.size() );
+        return true;
+    };
+    const auto samples = inLayout.samplesPerPixel;
+    return takeEnd( { inLayout.height, inLayout.width, samples } ) ||
+        takeEnd( { samples, inLayout.height, inLayout.width } ) ||
+        ( samples == 1 && takeEnd( { inLayout.height, inLayout.width } ) );
+}
+
+std::optional<ImagePlanes> ParseShaped( std::string_view inText, const WImageFile::Layout& inLayout )
+{
+    constexpr std::uint64_t kMost = 1 << 20;
+    constexpr std::string_view kOldStart = "shape=";
+    auto shape = ParseShape( inText.starts_with( kOldStart ) ? inText : FindMember( inText, "\"shape\"" ) );
+    const auto all = shape.size();
+    if ( !TakePage( inLayout, shape ) )
+        return std::nullopt;
+    auto axes = FindMember( inText, "\"axes\"" );
+    axes = axes.substr( 0, axes.find( '"', 1 ) );
+    if ( axes.size() != all + 1 )
+        axes = {};
+
+    ImagePlanes planes;
+    planes.total = 1;
+    planes.mayMoreFollow = true;
+    for ( std::size_t i = 0; i < shape.size(); ++i )
+    {
+        const auto count = std::clamp<std::uint64_t>( shape[i], 1, kMost );
+        const auto axis = axes.empty() ? '?' : axes[i + 1];
+        planes.total = std::min( planes.total, kMost ) * count;
+        if ( axis == 'C' )
+            planes.channels = count;
+        else if ( axis == 'Z' )
+            planes.slices = count;
+        else
+            planes.dimensions += count > 1 ? 1 : 0;
+        if ( axis == 'T' )
+            planes.times = count;
+    }
+    return planes;
+}
+
 /// Such as "2 channels, 5 slices and 3 time points".
 std::string Describe( const ImagePlanes& inPlanes )
 {
@@ -186,6 +269,9 @@ std::string Describe( const ImagePlanes& inPlanes )
     add( inPlanes.channels, " channels" );
     add( inPlanes.slices, " slices" );
     add( inPlanes.times, " time points" );
+    if ( inPlanes.dimensions > 1 && inPlanes.channels == 1 && inPlanes.slices == 1 )
+        return std::to_string( inPlanes.total ) + " planes in " + std::to_string( inPlanes.dimensions ) +
+            " dimensions";
     if ( parts.empty() )
         return std::to_string( inPlanes.total ) + ( inPlanes.total == 1 ? " plane" : " planes" );
     auto text = parts.front();
@@ -195,23 +281,31 @@ std::string Describe( const ImagePlanes& inPlanes )
 }
 } // namespace
 
-ImagePlanes ImagePlanes::Parse( std::string_view inDescription, std::uint64_t inSamplesPerPixel )
+ImagePlanes
+ImagePlanes::Parse( const std::vector<std::string>& inDescriptions, const WImageFile::Layout& inLayout )
 {
-    if ( inDescription.starts_with( "ImageJ=" ) )
-        return ParseImageJ( inDescription );
-    XMLElements elements( inDescription );
-    if ( elements.Next() && elements.GetName() == "OME" )
-        return ParseOME( elements, inSamplesPerPixel );
+    for ( const std::string_view text : inDescriptions )
+    {
+        if ( text.starts_with( "ImageJ=" ) )
+            return ParseImageJ( text );
+        if ( text.starts_with( '{' ) || text.starts_with( "shape=" ) )
+            if ( const auto planes = ParseShaped( text, inLayout ) )
+                return *planes;
+        XMLElements elements( text );
+        if ( elements.Next() && elements.GetName() == "OME" )
+            return ParseOME( elements, inLayout.samplesPerPixel );
+    }
     return {};
 }
 
 void CheckPlanes( const WImageFile& inFile, bool inAreTimes )
 {
-    const auto planes = ImagePlanes::Parse( inFile.GetDescription(), inFile.GetSamplesPerPixel() );
+    const auto layout = inFile.GetLayout();
+    const auto planes = ImagePlanes::Parse( inFile.GetDescriptions(), layout );
     const std::uint64_t pages = inFile.GetPageCount();
     const auto declares = "its description declares " + Describe( planes );
     const auto has = std::to_string( pages ) + ( pages == 1 ? " page" : " pages" );
-    if ( planes.areContiguous && pages == 1 && planes.total > 1 )
+    if ( pages == 1 && planes.total > 1 && planes.total <= layout.planesInFile )
         throw WImageError(
             declares +
             " behind one another in one page: only the first could be read, --planes-as-times or not" );
@@ -220,8 +314,9 @@ void CheckPlanes( const WImageFile& inFile, bool inAreTimes )
     constexpr const char* kHint = " (--planes-as-times measures each page as a time point)";
     if ( planes.areElsewhere )
         throw WImageError( std::string( "another file declares what its pages are" ) + kHint );
-    if ( planes.images > 1 || planes.channels > 1 || planes.slices > 1 )
+    if ( planes.images > 1 || planes.channels > 1 || planes.slices > 1 || planes.dimensions > 1 )
         throw WImageError( declares + ", which cannot be told apart yet" + kHint );
-    if ( planes.total != 0 && planes.total != pages )
+    const auto areFewer = planes.total != 0 && planes.total < pages;
+    if ( planes.total > pages || ( areFewer && !planes.mayMoreFollow ) )
         throw WImageError( declares + ", but it has " + has + kHint );
 }
