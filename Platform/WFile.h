@@ -14,7 +14,9 @@
 /// the owner's business.
 ///
 /// Pipes, terminals and other devices without positions can be read or written front to back: a transfer then
-/// has to begin where the last one ended, or it fails with system error 132.
+/// has to begin where the last one ended, or it fails with system error 132. Names that stand for an open descriptor of
+/// this process (/dev/stdout, /dev/fd/3) are such a device, whatever is behind them: kCreate writes on where the descriptor
+/// stands, and empties nothing. A named pipe that no process reads cannot be opened for writing (system error 233).
 class KORVALE_API WFile
 {
 public:
@@ -64,6 +66,9 @@ public:
     /// True when the path names a device, a pipe or the like, which is written as it stands and never
     /// replaced.
     static bool IsDevice( const std::filesystem::path& inPath );
+
+    /// Throws when this process may not write to the device, as far as that shows without opening it.
+    static void CheckDevice( const std::filesystem::path& inPath );
 
 protected:
     /// Takes over the descriptor or handle of an open file with positions.

@@ -65,8 +65,7 @@ WReplaceFile::WReplaceFile( const fs::path& inTarget, Check inCheck ) : itsTarge
     CheckError( error );
     if ( inCheck == kCheckAtOnce )
         CheckExistingTarget();
-    if ( sUnnamedFiles < kMostUnnamed )
-        itsFile = OpenUnnamed( itsTarget.parent_path() );
+    itsFile = OpenUnnamed( itsTarget.parent_path(), sUnnamedFiles );
     itsIsUnnamed = itsFile.IsOpen();
     if ( itsIsUnnamed )
         ++sUnnamedFiles;
@@ -94,7 +93,7 @@ WReplaceFile::~WReplaceFile()
 void WReplaceFile::CheckTarget( const fs::path& inTarget )
 {
     if ( WFile::IsDevice( inTarget ) )
-        return;
+        return WFile::CheckDevice( inTarget );
     WReplaceFile file( inTarget );
     if ( file.itsIsUnnamed )
         file.GiveName();

@@ -8,8 +8,11 @@
 /// the whole new one. A target that is a device is written directly.
 ///
 /// Until it takes its place the file has no name, where the file system knows such files, and is gone however the
-/// process ends. Elsewhere, and for files beyond `kMostUnnamed` at a time, each of which holds a descriptor, it is a
-/// hidden file and one of the WUnfinishedFiles.
+/// process ends. Only in the moment of taking its place, and in that of CheckTarget, it has a hidden name beside its
+/// target, `.korvale-*.tmp`, which stays if the process is killed just then. Elsewhere (on Windows, on file systems without
+/// unnamed files, and for files beyond the limit) it has that name from the start, and is one of the WUnfinishedFiles: it
+/// stays whenever the process is killed. An unnamed file holds a descriptor until it takes its place, so there are at most
+/// `kMostUnnamed` at a time, and at most a quarter of the descriptors that the process may have.
 /// Failures throw WLastErrorException.
 class KORVALE_API WReplaceFile
 {
@@ -33,8 +36,8 @@ public:
     /// Removes the new file unless it was committed or kept, and the old one.
     ~WReplaceFile();
 
-    /// Throws what would prevent a file from being made and put there now. Leaves no trace; says nothing about devices,
-    /// which are not opened.
+    /// Throws what would prevent a file from being made and put there now. Leaves no trace. Devices are
+    /// not opened, so what shows only then is not told.
     static void CheckTarget( const std::filesystem::path& inTarget );
 
     /// Where to write, until the file is complete.
@@ -79,8 +82,8 @@ private:
 
     // The system's part.
 
-    /// An open file in the folder without a name; a closed one where there can be none.
-    static WFile OpenUnnamed( const std::filesystem::path& inFolder );
+    /// An open file in the folder without a name; a closed one where there can be none, or none beside so many others.
+    static WFile OpenUnnamed( const std::filesystem::path& inFolder, unsigned inOthers );
     /// Gives it one; an error when the name is taken.
     static std::error_code Link( const WFile& inUnnamed, const std::filesystem::path& inPath );
     /// Throws when there can be no file of that name, since it is too long for instance.

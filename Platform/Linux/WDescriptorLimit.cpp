@@ -4,6 +4,12 @@
 
 #include <sys/resource.h>
 
+std::uint64_t WDescriptorLimit::Get()
+{
+    rlimit limit = {};
+    return ::getrlimit( RLIMIT_NOFILE, &limit ) == 0 ? limit.rlim_cur : 0;
+}
+
 bool WDescriptorLimit::RaiseIfReached()
 {
     if ( errno != EMFILE )

@@ -3,9 +3,14 @@
 #include "WErrno.h"
 #include "WSizeLimit.h"
 
+#include <charconv>
+
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace fs = std::filesystem;
 
 namespace
 {
@@ -43,6 +48,79 @@ int GetOpenFlags( WFile::Mode inMode )
     return O_RDONLY;
 }
 
+constexpr int kNoDescriptor = -1;
+
+int ParseDescriptor( const std::string& inName )
+{
+    int descriptor = kNoDescriptor;
+    const auto* const end = inName.data() + inName.size();
+    const auto [rest, error] = std::from_chars( inName.data(), end, descriptor );
+    return error == std::errc() && rest == end ? descriptor : kNoDescriptor;
+}
+
+bool IsLink( const fs::path& inPath )
+{
+    struct stat status = {};
+    return ::lstat( inPath.c_str(), &status ) == 0 && S_ISLNK( status.st_mode );
+}
+
+/// The open descriptor of this process that a name such as /dev/stdout or a link to it stands for.
+int FindDescriptor( fs::path inPath )
+{
+    constexpr int kMostLinks = 40; // as the kernel has it
+    std::error_code error;
+    for ( int i = 0; i < kMostLinks && IsLink( inPath ); ++i )
+    {
+        const auto folder = fs::canonical( fs::absolute( inPath, error ).parent_path(), error );
+        const auto process = fs::canonical( "/proc/self", error ).native() + '/';
+        if ( folder.filename() == "fd" && folder.native().starts_with( process ) )
+            return ParseDescriptor( inPath.filename() );
+        inPath = folder / fs::read_symlink( inPath, error );
+    }
+    return kNoDescriptor;
+}
+
+void CheckDescriptor( int inDescriptor )
+{
+    const int flags = ::fcntl( inDescriptor, F_GETFL );
+    if ( flags == -1 || ( flags & O_ACCMODE ) == O_RDONLY )
+        WThrowErrno( EBADF );
+}
+
+int Duplicate( int inDescriptor )
+{
+    CheckDescriptor( inDescriptor );
+    return ::fcntl( inDescriptor, F_DUPFD_CLOEXEC, 0 );
+}
+
+bool IsPipe( const fs::path& inPath )
+{
+    struct stat status = {};
+    return ::stat( inPath.c_str(), &status ) == 0 && S_ISFIFO( status.st_mode );
+}
+
+/// Does not wait for a reader.
+int OpenPipe( const fs::path& inPath )
+{
+    const int descriptor =
+        Retry( [&] { return ::open( inPath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC ); } );
+    if ( descriptor == -1 && errno == ENXIO )
+    {
+        WSystemError::SetLast( WSystemError::kNoPipeReader );
+        XThrowLastSystemError();
+    }
+    if ( descriptor != -1 )
+        ::fcntl( descriptor, F_SETFL, O_WRONLY );
+    return descriptor;
+}
+
+/// Others may have made a descriptor that is shared with them one that does not wait.
+bool WaitUntilWritable( int inDescriptor )
+{
+    pollfd poll = { inDescriptor, POLLOUT, 0 };
+    return errno == EAGAIN && Retry( [&] { return ::poll( &poll, 1, -1 ); } ) > 0;
+}
+
 bool IsDirectory( int inDescriptor )
 {
     struct stat status = {};
@@ -51,13 +129,21 @@ bool IsDirectory( int inDescriptor )
 
 } // namespace
 
-void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
+void WFile::Open( const fs::path& inPath, Mode inMode )
 {
     Close();
     if ( inMode != kRead )
         WSizeLimit::MakeItAnError();
-    const int descriptor =
-        Retry( [&] { return ::open( inPath.c_str(), GetOpenFlags( inMode ) | O_CLOEXEC, 0666 ); } );
+    const int shared = inMode == kCreate ? FindDescriptor( inPath ) : kNoDescriptor;
+    const auto open = [&]
+    {
+        if ( shared != kNoDescriptor )
+            return Duplicate( shared );
+        if ( inMode == kCreate && IsPipe( inPath ) )
+            return OpenPipe( inPath );
+        return Retry( [&] { return ::open( inPath.c_str(), GetOpenFlags( inMode ) | O_CLOEXEC, 0666 ); } );
+    };
+    const int descriptor = open();
     if ( descriptor == -1 )
         WThrowErrno();
     if ( IsDirectory( descriptor ) )
@@ -66,7 +152,7 @@ void WFile::Open( const std::filesystem::path& inPath, Mode inMode )
         WThrowErrno( EISDIR );
     }
     itsHandle = descriptor;
-    itsHasPositions = ::lseek( descriptor, 0, SEEK_CUR ) != -1;
+    itsHasPositions = shared == kNoDescriptor && ::lseek( descriptor, 0, SEEK_CUR ) != -1;
     itsDevicePosition = 0;
 }
 
@@ -100,12 +186,14 @@ std::uint64_t WFile::ReadSome( std::uint64_t inPosition, void* outData, std::uin
 std::uint64_t WFile::WriteSome( std::uint64_t inPosition, const void* inData, std::uint64_t inCount )
 {
     const int file = GetDescriptor( itsHandle );
-    const auto written = Retry(
-        [&]
-        {
-            return itsHasPositions ? ::pwrite( file, inData, inCount, static_cast<off_t>( inPosition ) )
-                                   : ::write( file, inData, inCount );
-        } );
+    const auto write = [&]
+    {
+        return itsHasPositions ? ::pwrite( file, inData, inCount, static_cast<off_t>( inPosition ) )
+                               : ::write( file, inData, inCount );
+    };
+    auto written = Retry( write );
+    while ( written == -1 && WaitUntilWritable( file ) )
+        written = Retry( write );
     if ( written == -1 )
         WThrowErrno();
     return static_cast<std::uint64_t>( written );
@@ -135,13 +223,20 @@ void WFile::Flush()
         WThrowErrno();
 }
 
-bool WFile::IsDevice( const std::filesystem::path& inPath )
+bool WFile::IsDevice( const fs::path& inPath )
 {
-    const auto path = inPath.lexically_normal().native();
-    struct stat status = {};
-    // Names such as /dev/stdout may lead to a file, but it is not theirs to replace.
-    const bool isSystemName = path.starts_with( "/dev/" ) || path.starts_with( "/proc/" );
-    if ( isSystemName && ::lstat( path.c_str(), &status ) == 0 && S_ISLNK( status.st_mode ) )
+    // What other processes have open may be a file, but it is not ours to replace.
+    const bool isInProc = inPath.lexically_normal().native().starts_with( "/proc/" );
+    if ( ( isInProc && IsLink( inPath ) ) || FindDescriptor( inPath ) != kNoDescriptor )
         return true;
-    return ::stat( path.c_str(), &status ) == 0 && !S_ISREG( status.st_mode ) && !S_ISDIR( status.st_mode );
+    struct stat status = {};
+    return ::stat( inPath.c_str(), &status ) == 0 && !S_ISREG( status.st_mode ) && !S_ISDIR( status.st_mode );
+}
+
+void WFile::CheckDevice( const fs::path& inPath )
+{
+    if ( const int descriptor = FindDescriptor( inPath ); descriptor != kNoDescriptor )
+        CheckDescriptor( descriptor );
+    else if ( ::access( inPath.c_str(), W_OK ) != 0 )
+        WThrowErrno();
 }

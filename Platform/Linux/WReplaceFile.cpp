@@ -4,6 +4,7 @@
 #include "WErrno.h"
 #include "WSizeLimit.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -29,8 +30,10 @@ std::string GetProcName( const WFile& inFile )
 
 } // namespace
 
-WFile WReplaceFile::OpenUnnamed( const std::filesystem::path& inFolder )
+WFile WReplaceFile::OpenUnnamed( const std::filesystem::path& inFolder, unsigned inOthers )
 {
+    if ( inOthers >= std::min<std::uint64_t>( kMostUnnamed, WDescriptorLimit::Get() / 4 ) )
+        return {};
     WSizeLimit::MakeItAnError();
     const int descriptor = WDescriptorLimit::Retry(
         [&] { return ::open( inFolder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666 ); } );

@@ -135,3 +135,6 @@ bool WFile::IsDevice( const std::filesystem::path& inPath )
     const DWORD length = ::GetFullPathNameW( inPath.c_str(), MAX_PATH, full, nullptr );
     return length < MAX_PATH && std::wstring_view( full ).starts_with( L"\\\\.\\" );
 }
+
+/// Only opening tells.
+void WFile::CheckDevice( const std::filesystem::path& ) {}

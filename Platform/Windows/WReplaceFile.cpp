@@ -7,7 +7,7 @@
 #include <windows.h>
 
 /// The system has none.
-WFile WReplaceFile::OpenUnnamed( const std::filesystem::path& )
+WFile WReplaceFile::OpenUnnamed( const std::filesystem::path&, unsigned )
 {
     return {};
 }

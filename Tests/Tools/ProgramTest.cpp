@@ -207,6 +207,8 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
         return itsFolder.Read( "p" );
     };
     measure( { "1/a/x/i.png", "1/a/x/i.png", "1/b/x/j.png" } );
+    EXPECT_EQ(
+        itsError.str().find( "korvale: " + Name( "1/a/x/i.png" ) + " is given more than once, " ), 0u );
     EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Name,Timepoint," ), 0u );
     measure( { "1/a/x/i.png", "1/b/x/i.png", "2/a/x/i.png", "1/b/x/j.png" } );
     EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Name,Folder,Timepoint," ), 0u );

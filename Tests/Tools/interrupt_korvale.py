@@ -170,7 +170,7 @@ def check_size_limit(program, folder):
     limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
     process = start(program, folder, ["sample", "stack", "--planes", "9", "-q"], preexec_fn=limit)
     error = process.communicate(timeout=LIMIT)[1].decode()
-    if process.returncode != 1 or "cannot write stack: " not in error or entries(folder) != before:
+    if process.returncode != 1 or "cannot write stack/sample.tif: " not in error or entries(folder) != before:
         faults.append(f"size limit: status {process.returncode}, {error}, {entries(folder)}")
     print(f"size limit: {error.strip()}")
 

@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Services/XSessionLogManager.h"
+#include "WFile.h"
 #include "WFilePath.h"
 #include "WrongUsage.h"
 
@@ -29,6 +30,8 @@ void CheckLog( const std::string& inLog, const NamesByKey& inInputs, const Names
     std::error_code error;
     if ( std::filesystem::is_character_file( PathFromUTF8( inLog ), error ) )
         return; // Nothing is overwritten on a terminal, and nothing is kept in /dev/null.
+    if ( WFile::IsDevice( PathFromUTF8( inLog ) ) )
+        throw WrongUsage( "the session log " + inLog + " is a pipe or device, not a file" );
     const auto oldFiles = XSessionLogManager::XOptions().oldFiles;
     for ( unsigned number = 0; number <= oldFiles; ++number )
     {

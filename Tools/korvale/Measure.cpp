@@ -15,6 +15,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <tuple>
 
 namespace
@@ -77,6 +78,27 @@ std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inName
     }
     return names;
 }
+/// Says so if images are given more than once, by whatever names.
+void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioSession )
+{
+    std::map<WFilePath::Key, std::string> first;
+    std::vector<std::string> repeated;
+    for ( const auto& name : inNames )
+    {
+        const auto path = PathFromUTF8( name );
+        const auto [other, isNew] = first.emplace( WFilePath::GetKey( path ), name );
+        if ( isNew || !WFilePath::Exists( path ) )
+            continue;
+        repeated.push_back( name + ( name == other->second ? "" : " (" + other->second + ")" ) );
+    }
+    if ( repeated.empty() )
+        return;
+    const auto more = repeated.size() - 1;
+    ioSession.ReportFact(
+        repeated.front() +
+        ( more > 0 ? " and " + std::to_string( more ) + " more images are" : std::string( " is" ) ) +
+        " given more than once, and measured and counted each time" );
+}
 } // namespace
 
 CLI::App* Measure::Declare( CLI::App& ioProgram )
@@ -113,6 +135,7 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "Images in different folders that have equal names are told apart in a column Folder. Characters of names that\n"
         "Windows-1252, the encoding of tables, lacks are written as their numbers, \\u{3A9}.\n"
         "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
+        "Images that are given more than once are measured each time, which standard error tells.\n"
         "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
         "is 1. Interrupted, the command writes no file; the exit status is 130.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
@@ -213,6 +236,7 @@ int Measure::Run( Session& ioSession )
         ioSession.progress.Silence();
     const MemoryBudget budget( ParseByteCount( itsMemory ) );
     CheckOutputFiles( GetOutputNames() );
+    ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
     ImageMeasurer measurer(
         GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),

@@ -140,7 +140,7 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     }
     catch ( ... )
     {
-        session.ReportFailure( "korvale", DescribeCurrentException() );
+        session.ReportFailure( "cannot go on", DescribeCurrentException() );
         return kFailure;
     }
 }

@@ -2,13 +2,13 @@
 
 #include "Jobs/XProgress.h"
 #include "NewFolder.h"
-#include "OutputFiles.h"
 #include "Session.h"
 #include "TIFFWriter.h"
 #include "WUnfinishedFiles.h"
 
 #include <CLI/CLI.hpp>
 #include <limits>
+#include <optional>
 
 namespace
 {
@@ -84,8 +84,7 @@ int Sample::Run( Session& ioSession )
 {
     if ( itsIsQuiet )
         ioSession.progress.Silence();
-    const auto folder = PathFromUTF8( itsFolder );
-    WriteOutput( itsFolder, [&] { WriteFiles( folder ); } );
+    WriteFiles( PathFromUTF8( itsFolder ) );
     if ( !itsIsQuiet )
         ioSession.out << GetName( kImageFile ) << ": " << itsSettings.planes << " planes of "
                       << itsSettings.objects << " objects\n"
@@ -96,29 +95,42 @@ int Sample::Run( Session& ioSession )
 /// Both files are complete before either takes its place.
 void Sample::WriteFiles( const std::filesystem::path& inFolder ) const
 {
-    NewFolder folder( inFolder );
+    std::optional<NewFolder> folder;
+    WriteOutput( itsFolder, [&] { folder.emplace( inFolder ); } );
     std::vector<CompleteFile> files;
     for ( const auto* name : { kImageFile, kTruthFile } )
-        files.push_back( { GetName( name ), std::make_unique<WReplaceFile>( inFolder / name ) } );
+        WriteOutput(
+            GetName( name ),
+            [&] {
+                files.push_back( { GetName( name ), std::make_unique<WReplaceFile>( inFolder / name ) } );
+            } );
 
-    DrawPlanes( files[0].file->GetFile(), files[1].file->GetFile() );
+    DrawPlanes( files[0], files[1] );
     for ( const auto& each : files )
-        each.file->Complete();
+        WriteOutput( each.name, [&] { each.file->Complete(); } );
 
     const auto hold = WUnfinishedFiles::Hold();
     PutInPlace( std::move( files ) );
-    folder.Keep();
+    folder->Keep();
 }
 
 /// Keeps no more than one plane, for a stack may be larger than the memory.
-void Sample::DrawPlanes( WFile& ioImage, WFile& ioTruth ) const
+void Sample::DrawPlanes( const CompleteFile& ioImage, const CompleteFile& ioTruth ) const
 {
     SampleStack stack( itsSettings );
-    TIFFWriter image( ioImage, TIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
+    std::optional<TIFFWriter> image;
+    WriteOutput(
+        ioImage.name,
+        [&] {
+            image.emplace(
+                ioImage.file->GetFile(), TIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
+        } );
     std::uint64_t truthEnd = 0;
     const auto writeTruth = [&]( const std::string& inText )
     {
-        ioTruth.WriteAt( truthEnd, inText.data(), inText.size() );
+        WriteOutput(
+            ioTruth.name,
+            [&] { ioTruth.file->GetFile().WriteAt( truthEnd, inText.data(), inText.size() ); } );
         truthEnd += inText.size();
     };
     writeTruth( stack.GetTruthHeader() );
@@ -126,7 +138,8 @@ void Sample::DrawPlanes( WFile& ioImage, WFile& ioTruth ) const
     progress.SetTitle( "Drawing planes" );
     for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
     {
-        image.WritePage( stack.DrawPlane() );
+        const auto page = stack.DrawPlane();
+        WriteOutput( ioImage.name, [&] { image->WritePage( page ); } );
         writeTruth( stack.GetTruth() );
         progress.Increment();
         progress.YieldAndCheckAbort();

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Command.h"
+#include "OutputFiles.h"
 #include "SampleStack.h"
-#include "WFile.h"
 
 /// `korvale sample`: writes a stack of images whose objects are known, and what was drawn.
 class Sample : public Command
@@ -20,5 +20,5 @@ private:
 
     std::string GetName( const char* inFile ) const;
     void WriteFiles( const std::filesystem::path& inFolder ) const;
-    void DrawPlanes( WFile& ioImage, WFile& ioTruth ) const;
+    void DrawPlanes( const CompleteFile& ioImage, const CompleteFile& ioTruth ) const;
 };

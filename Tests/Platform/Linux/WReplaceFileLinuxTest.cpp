@@ -4,9 +4,11 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <memory>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 TEST( WReplaceFileLinuxTest, HasNoNameUntilItTakesItsPlace )
 {
@@ -22,6 +24,30 @@ TEST( WReplaceFileLinuxTest, HasNoNameUntilItTakesItsPlace )
     file.Commit();
     EXPECT_EQ( folder.CountEntries(), 1u );
     EXPECT_EQ( folder.Read( "out" ), "new" );
+}
+
+TEST( WReplaceFileLinuxTest, LeavesDescriptorsToOthers )
+{
+    const TestFolder folder;
+    rlimit limit = {}, low = {};
+    ASSERT_EQ( getrlimit( RLIMIT_NOFILE, &limit ), 0 );
+    low = { 64, limit.rlim_max };
+    ASSERT_EQ( setrlimit( RLIMIT_NOFILE, &low ), 0 );
+    {
+        std::vector<std::unique_ptr<WReplaceFile>> files;
+        for ( int i = 0; i < 100; ++i )
+        {
+            files.push_back( std::make_unique<WReplaceFile>( folder / std::to_string( i ) ) );
+            files.back()->Complete();
+        }
+        EXPECT_GE( folder.CountEntries(), 100u - 64 / 4 );
+        for ( const auto& file : files )
+            file->Commit();
+    }
+    getrlimit( RLIMIT_NOFILE, &low );
+    setrlimit( RLIMIT_NOFILE, &limit );
+    EXPECT_EQ( low.rlim_cur, 64u ) << "it had to be raised";
+    EXPECT_EQ( folder.CountEntries(), 100u );
 }
 
 TEST( WReplaceFileLinuxTest, TheLimitOnTheSizeOfFilesIsAnError )

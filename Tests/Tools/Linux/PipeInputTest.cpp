@@ -7,6 +7,16 @@ namespace
 using PipeInput = ProgramRun;
 } // namespace
 
+TEST_F( PipeInput, IsNoSessionLog )
+{
+    const auto pipe = Name( "pipe" );
+    ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
+    EXPECT_EQ( Run( { "sample", Name( "s" ), "--log", pipe } ), 2 );
+    EXPECT_EQ(
+        itsError.str(), "korvale: sample: the session log " + pipe + " is a pipe or device, not a file\n" );
+    EXPECT_EQ( Run( { "sample", Name( "s" ), "--log", "/dev/null", "-q", "--planes", "1" } ), 0 );
+}
+
 TEST_F( PipeInput, IsRefusedWithWhatIsExpectedAndNotWaitedFor )
 {
     const auto pipe = Name( "pipe" );
