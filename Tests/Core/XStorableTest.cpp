@@ -73,6 +73,27 @@ public:
     XVector<std::uint16_t> itsValues;
 };
 
+/// Owns others of its kind by a vector.
+class XTree : public XShape
+{
+public:
+    static XVersion GetClassVersion() { return { 60003, 0 }; }
+    static XVersion GetSuperClassVersion() { return XShape::GetClassVersion(); }
+
+    XVersion GetVersion() const override { return GetClassVersion(); }
+    XTree* Clone() const override { return nullptr; }
+    void WriteStream2( XStream& inStream, XOptions inOptions ) const override
+    {
+        itsChildren.WriteStream( inStream, inOptions );
+    }
+    void ReadStream2( XStream& inStream, XOptions inOptions ) override
+    {
+        itsChildren.ReadStream( inStream, inOptions );
+    }
+
+    XStreamingPtrVector<XTree> itsChildren;
+};
+
 class XStorableTest : public testing::Test
 {
 protected:
@@ -225,6 +246,32 @@ TEST_F( XStorableTest, WritesNothingNestedTooDeepToBeRead )
     const std::unique_ptr<XStorable> back( stream.ReadObject() );
     EXPECT_EQ( XShape::sObjects, static_cast<int>( XStream::kMaxObjectDepth ) );
     EXPECT_TRUE( stream.IsAtEOF() );
+}
+
+TEST_F( XStorableTest, CountsObjectsInVectorsAsNested )
+{
+    const auto writeNested = []( XStream& ioStream, unsigned inDepth )
+    {
+        XTree outermost;
+        XTree* innermost = &outermost;
+        for ( unsigned depth = 1; depth < inDepth; ++depth )
+            innermost = innermost->itsChildren.emplace_back( std::make_unique<XTree>() ).get();
+        ioStream.WriteObject( outermost );
+    };
+    XClassRegistry::RegisterClass<XTree>( "Tree" );
+    XMemStream stream;
+    EXPECT_EQ( ErrorOf( [&] { writeNested( stream, XStream::kMaxObjectDepth + 1 ); } ), 1005u );
+    stream.Clear();
+    writeNested( stream, XStream::kMaxObjectDepth );
+    stream.SeekTo( 0 );
+    const std::unique_ptr<XStorable> back( stream.ReadObject() );
+    EXPECT_EQ( XShape::sObjects, static_cast<int>( XStream::kMaxObjectDepth ) );
+
+    XBytes hostile = FromHex( "63ea0000" );
+    for ( unsigned i = 0; i < 100000; ++i )
+        hostile.insert( hostile.end(), { 1, 0, 0, 0 } );
+    EXPECT_EQ( ErrorOf( [&] { Read( hostile ); } ), 1005u );
+    XClassRegistry::UnregisterClassA( XTree::GetClassVersion() );
 }
 
 TEST_F( XStorableTest, ReadsOldStreamsWithoutVersions )

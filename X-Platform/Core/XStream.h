@@ -2,6 +2,8 @@
 
 #include "Core/XByteOrder.h"
 #include "Core/XClassNumbers.h"
+#include "Core/XErrorNumbers.h"
+#include "Core/XFail.h"
 #include "Core/XStorable.h"
 
 #include <algorithm>
@@ -235,6 +237,7 @@ public:
 
     /// Writes the object's version and then its contents. Objects nested more than kMaxObjectDepth deep, which
     /// could not be read again, are refused (1005); what lies around them has been written in part by then.
+    /// Storable values in the vectors of XStreamVectors.h count as nested objects.
     virtual void
     WriteObject( const XStorable& inObject, XStorable::XOptions inOptions = XStorable::kNoOptions );
     /// A null pointer is written as version 0.
@@ -248,6 +251,25 @@ public:
     XVersion GetLastClassCreated() const;
 
     static constexpr unsigned kMaxObjectDepth = 1000;
+
+    /// Counts an object as nested in those around it while it is written or read. Throws 1005 when it lies deeper
+    /// than kMaxObjectDepth. For code that nests storable values other than by objects and vectors.
+    class XNestedObject
+    {
+    public:
+        explicit XNestedObject( XStream& ioStream ) : itsDepth( ioStream.itsObjectDepth )
+        {
+            if ( itsDepth >= kMaxObjectDepth )
+                XThrow( kErrorStreamCorrupted );
+            ++itsDepth;
+        }
+        XNestedObject( const XNestedObject& ) = delete;
+        XNestedObject& operator=( const XNestedObject& ) = delete;
+        ~XNestedObject() { --itsDepth; }
+
+    private:
+        unsigned& itsDepth;
+    };
 
     // ---- Hints
 

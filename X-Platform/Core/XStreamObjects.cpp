@@ -11,24 +11,6 @@
 
 namespace
 {
-/// Counts how deep objects are nested while one is read or written, and ends it where that is too deep.
-class XDepthGuard
-{
-public:
-    explicit XDepthGuard( unsigned& ioDepth ) : itsDepth( ioDepth )
-    {
-        if ( itsDepth >= XStream::kMaxObjectDepth )
-            XThrow( kErrorStreamCorrupted );
-        ++itsDepth;
-    }
-    ~XDepthGuard() { --itsDepth; }
-    XDepthGuard( const XDepthGuard& ) = delete;
-    XDepthGuard& operator=( const XDepthGuard& ) = delete;
-
-private:
-    unsigned& itsDepth;
-};
-
 /// The next value as a version, or 0 when nothing can be read there.
 XVersion ReadVersionIfAny( XStream& inStream )
 {
@@ -69,7 +51,7 @@ void XStream::ReadStreamInfo()
 
 void XStream::WriteObject( const XStorable& inObject, XStorable::XOptions inOptions )
 {
-    const XDepthGuard guard( itsObjectDepth );
+    const XNestedObject nested( *this );
     WriteVersion( inObject.GetVersion() );
     inObject.WriteStream2( *this, inOptions );
 }
@@ -87,7 +69,7 @@ XStorable* XStream::ReadObject( XStorable::XOptions inOptions )
     const XVersion version = ReadVersion();
     if ( version == XVersion( kClassNone ) )
         return nullptr;
-    const XDepthGuard guard( itsObjectDepth );
+    const XNestedObject nested( *this );
     std::unique_ptr<XStorable> object(
         XClassRegistry::CreateObject( version, *this, kClassNone, inOptions ) );
     itsClassesCreated.push_back( version );

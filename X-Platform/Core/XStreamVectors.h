@@ -10,7 +10,8 @@
 /// byte order of the stream, versions and colours as such, UUIDs by their 16 bytes, storable values with
 /// WriteStream2.
 ///
-/// Errors: 1260 and 1005 for what is not a vector; more than 0xFFFFFFFF elements are an internal error. A
+/// Errors: 1260 and 1005 for what is not a vector; 1005 for storable values nested more than
+/// XStream::kMaxObjectDepth deep; more than 0xFFFFFFFF elements are an internal error. A
 /// count that the stream does not back with bytes allocates next to nothing.
 
 namespace XStreamDetail
@@ -43,7 +44,10 @@ template<class T>
 void WriteElement( XStream& inStream, const T& inElement, XStorable::XOptions inOptions )
 {
     if constexpr ( kIsStorable<T> )
+    {
+        const XStream::XNestedObject nested( inStream );
         inElement.WriteStream2( inStream, inOptions );
+    }
     else if constexpr ( std::is_same_v<T, XVersion> )
         inStream.WriteVersion( inElement );
     else if constexpr ( std::is_same_v<T, XARGB32Colour> )
@@ -56,7 +60,10 @@ template<class T>
 void ReadElement( XStream& inStream, T& outElement, XStorable::XOptions inOptions )
 {
     if constexpr ( kIsStorable<T> )
+    {
+        const XStream::XNestedObject nested( inStream );
         outElement.ReadStream2( inStream, inOptions );
+    }
     else if constexpr ( std::is_same_v<T, XVersion> )
         outElement = inStream.ReadVersion();
     else if constexpr ( std::is_same_v<T, XARGB32Colour> )
@@ -81,7 +88,7 @@ void WritePointedTo( XStream& inStream, const T& inPointers, XStorable::XOptions
     for ( const auto& pointer : inPointers )
     {
         XAssert( pointer );
-        pointer->WriteStream2( inStream, inOptions );
+        WriteElement( inStream, *pointer, inOptions );
     }
 }
 
@@ -175,7 +182,7 @@ public:
         inStream.CheckRemaining( count, XStreamDetail::GetLeastUsage<T>() );
         this->clear();
         for ( std::uint32_t i = 0; i < count; ++i )
-            this->emplace_back( std::make_unique<T>() )->ReadStream2( inStream, inOptions );
+            XStreamDetail::ReadElement( inStream, *this->emplace_back( std::make_unique<T>() ), inOptions );
     }
 
     USize64 GetStreamUsage() const { return XStreamDetail::GetPointedToUsage( *this ); }

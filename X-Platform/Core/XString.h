@@ -30,6 +30,11 @@ char* > || std::same_as<std::decay_t<T>, const char*>;
 template<class T>
 concept XStringOperand = XCharPointer<T> || std::same_as<T, std::string> || std::derived_from<T, XString>;
 
+/// Two of these that compare as strings: one of them, at least, is a string.
+template<class T, class TOther>
+concept XStringOperandBeside = XStringOperand<T> && XStringOperand<TOther> &&
+    ( std::derived_from<T, XString> || std::derived_from<TOther, XString> );
+
 /// The string of the library: 8-bit text in the ANSI code page, in shared storage that is copied on write.
 ///
 /// Copying a string costs one atomic increment. Different strings may be used from different threads even
@@ -324,23 +329,22 @@ public:
     // Comparison with strings, `std::string` and NUL-terminated text, on either side. A null pointer is an internal
     // error. Less and greater go by the natural order, equal by bytes.
 
-    template<XStringOperand XFirst, XStringOperand XSecond>
-    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
     friend bool operator<( const XFirst& inFirst, const XSecond& inSecond )
     {
         return IsNaturallyLess( GetView( inFirst ), GetView( inSecond ) );
     }
-    template<XStringOperand XFirst, XStringOperand XSecond>
-    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
-    friend bool operator>( const XFirst& inFirst, const XSecond& inSecond ) { return inSecond < inFirst; }
-    template<XStringOperand XFirst, XStringOperand XSecond>
-    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
+    friend bool operator>( const XFirst& inFirst, const XSecond& inSecond )
+    {
+        return inSecond < inFirst;
+    }
+    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
     friend bool operator<=( const XFirst& inFirst, const XSecond& inSecond )
     {
         return !( inSecond < inFirst );
     }
-    template<XStringOperand XFirst, XStringOperand XSecond>
-    requires std::derived_from<XFirst, XString> || std::derived_from<XSecond, XString>
+    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
     friend bool operator>=( const XFirst& inFirst, const XSecond& inSecond )
     {
         return !( inFirst < inSecond );
