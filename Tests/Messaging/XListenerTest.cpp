@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
+#include <thread>
 
 // The ends of listeners, in all orders.
 
@@ -112,6 +114,48 @@ TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
         sender.join();
         EXPECT_EQ( speaker.GetListenerCount(), 0u );
     }
+}
+
+/// In one of two handlers the listener stops, which waits for the other; in that one it is destroyed then.
+TEST( XListenerTest, DiesInOneHandlerWhileItStopsInAnother )
+{
+    class Dying : public XListener
+    {
+    public:
+        explicit Dying( std::function<void( XListener* )> inAction )
+            : XListener( true ), itsAction( std::move( inAction ) )
+        {
+        }
+        void HandleMessage( const XMessage& ) override { itsAction( this ); }
+
+    private:
+        const std::function<void( XListener* )> itsAction;
+    };
+    XSpeaker stopping;
+    XSpeaker dying;
+    WEvent isStopping;
+    WEvent isDying;
+    const std::thread::id main = std::this_thread::get_id();
+    const auto act = [&]( XListener* inListener )
+    {
+        if ( std::this_thread::get_id() != main )
+        {
+            isDying.Wait();
+            isStopping.Set();
+            return inListener->StopListening();
+        }
+        isDying.Set();
+        isStopping.Wait();
+        XThread::SleepCurrentThread( 50 ); // so that the other one waits already, as a rule
+        delete inListener;
+    };
+    auto* const listener = new Dying( act );
+    listener->Subscribe( stopping );
+    listener->Subscribe( dying );
+    std::thread stopper( [&] { stopping.SpeakMessage( NumberMessage( 1 ) ); } );
+    dying.SpeakMessage( NumberMessage( 2 ) );
+    stopper.join();
+    EXPECT_EQ( stopping.GetListenerCount() + dying.GetListenerCount(), 0u );
 }
 
 TEST( XListenerTest, CopiesHearNothingUntilTheySubscribe )

@@ -8,6 +8,13 @@
 #include <algorithm>
 #include <utility>
 
+namespace
+{
+
+constexpr std::uint32_t kPassOverPeriodMs = 10;
+
+} // namespace
+
 XListener::XListener( bool inIsAsynchronous, XCaller inCaller )
     : itsFlags( inIsAsynchronous ? std::uint32_t{ kAsynchronous } : 0 ), itsCaller( inCaller )
 {
@@ -191,12 +198,14 @@ bool XListener::MarkOwnBroadcasts( bool inAreStopping )
 
 /// Each list's mutex is taken without this listener's, which comes after it; broadcasts on other threads are waited
 /// for there. What is left are ended subscriptions to lists that broadcast on this thread, by which a thread that
-/// destroys the listener sees that it is being called, and those that are passed over.
+/// destroys the listener sees that it is being called, and those that are passed over: as that is known only when the
+/// handler there stops the listener, which may be while this waits, it is looked for again from time to time.
 void XListener::UnsubscribeFromAll( bool inMayPassOver )
 {
+    const std::uint32_t timeoutMs = inMayPassOver ? kPassOverPeriodMs : kNoTimeout;
     while ( XListenerList* const list = PinSubscribed( inMayPassOver ) )
     {
-        list->HardUnsubscribe( *this );
+        list->TryHardUnsubscribe( *this, timeoutMs );
         list->Release();
     }
 }

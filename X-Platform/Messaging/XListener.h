@@ -55,7 +55,8 @@ public:
 
     /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is
     /// calling it or posting to it. What is posted afterwards is dropped. A call of its own `HandleMessage`
-    /// further up on this thread is not waited for, and two such calls that stop it do not wait for each other.
+    /// further up on this thread is not waited for, and two such calls that stop it do not wait for each other. Where
+    /// one of them destroys the listener, it waits for the other, which does not wait for it.
     void StopListening();
 
 private:

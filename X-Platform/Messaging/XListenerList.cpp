@@ -94,6 +94,15 @@ void XListenerList::HardUnsubscribe( XListener& inListener )
     }
 }
 
+bool XListenerList::TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMs )
+{
+    if ( !itsMutex.TryLock( inTimeoutMs ) )
+        return false;
+    HardUnsubscribe( inListener );
+    itsMutex.Unlock();
+    return true;
+}
+
 void XListenerList::RemoveAll()
 {
     const XThreadLock lock( itsMutex );

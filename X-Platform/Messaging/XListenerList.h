@@ -39,6 +39,9 @@ public:
     void Subscribe( XListener& inListener );
     void Unsubscribe( XListener& inListener );
     void HardUnsubscribe( XListener& inListener );
+
+    /// Returns whether the list could be locked, which a broadcast on another thread prevents, within the time.
+    bool TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMs );
     void RemoveAll();
 
     /// Removes the node of a listener that comes to its end.

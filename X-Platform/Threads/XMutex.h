@@ -45,8 +45,8 @@ public:
     /// owns the mutex gets it again at once, and has to unlock it once more.
     void Lock( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
-    /// Locks if that needs no waiting. Returns whether it did.
-    bool TryLock();
+    /// Locks if that needs no waiting, or none beyond `inTimeoutMs`. Returns whether it did.
+    bool TryLock( std::uint32_t inTimeoutMs = 0 );
 
     void Unlock();
 
@@ -120,10 +120,10 @@ inline void XMutex::Lock( std::uint32_t inTimeoutMs, bool inAlertable )
         XThrow( kErrorTimedOut );
 }
 
-inline bool XMutex::TryLock()
+inline bool XMutex::TryLock( std::uint32_t inTimeoutMs )
 {
     const std::uint32_t id = WThreadID::GetCurrent();
-    return TryLockFast( id ) || LockSlowly( id, 0, false );
+    return TryLockFast( id ) || LockSlowly( id, inTimeoutMs, false );
 }
 
 inline void XMutex::Unlock()
