@@ -4,6 +4,8 @@
 #include "Core/XSwallowErrors.h"
 #include "WDebugger.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -55,10 +57,41 @@ XInternalException ReportInternalError( const char* inExpression, const char* in
     return exception;
 }
 
-std::string_view GetFileName( std::string_view inPath )
+std::string_view GetFileStem( std::string_view inPath )
 {
     const auto separator = inPath.find_last_of( "/\\" );
-    return separator == std::string_view::npos ? inPath : inPath.substr( separator + 1 );
+    const auto name = separator == std::string_view::npos ? inPath : inPath.substr( separator + 1 );
+    return name.substr( 0, name.rfind( '.' ) );
+}
+
+struct ClassPart
+{
+    std::string_view file;
+    std::string_view className;
+};
+
+/// The files that assert and hold a part of the class, without their extensions.
+constexpr ClassPart kClassParts[] = {
+    { "XJobQueueWaits", "XJobQueue" },
+    { "XMappedFileStorage", "XMappedFileMemoryBlock" },
+    { "XMemoryManagerStatus", "XMemoryManager" },
+    { "XPivotAccumulators", "XPivotTableAccumulator" },
+    { "XPivotComparison", "XPivotColumn" },
+    { "XPivotRowOrder", "XPivotTable" },
+    { "XPivotTableNormalise", "XPivotTable" },
+    { "XPivotTableRows", "XPivotTable" },
+    { "XStreamBuffer", "XStream" },
+    { "XStreamVectors", "XStream" },
+    { "XStringNumbers", "XString" },
+    { "XStringStreamForm", "XString" },
+    { "XStringThreadSafety", "XString" },
+    { "XThreadProperties", "XThread" },
+};
+
+std::string_view GetClassOf( std::string_view inFileStem )
+{
+    const auto part = std::ranges::find( kClassParts, inFileStem, &ClassPart::file );
+    return part == std::end( kClassParts ) ? inFileStem : part->className;
 }
 
 } // namespace
@@ -79,6 +112,6 @@ void XAssertionFailed( const char* inExpression, const char* inSourceFile, int i
 {
     if ( WDebugger::IsPresent() )
         WDebugger::Break();
-    const std::string file = "..\\X-Platform\\" + std::string( GetFileName( inSourceFile ) );
+    const auto file = "..\\X-Platform\\" + std::string( GetClassOf( GetFileStem( inSourceFile ) ) ) + ".cpp";
     KorvaleInternalError( inExpression, file.c_str(), inLine );
 }

@@ -17,7 +17,7 @@
 KorvaleInternalError( const char* inExpression, const char* inFile, int inLine );
 
 /// The failing side of XAssert: breaks into an attached debugger, then reports the internal error with `inSourceFile`
-/// reduced to the form `..\X-Platform\<file>`.
+/// reduced to the form `..\X-Platform\<class>.cpp`: headers and sources that hold a part of a class name that class.
 [[noreturn]] KORVALE_API void
 XAssertionFailed( const char* inExpression, const char* inSourceFile, int inLine );
 
