@@ -155,3 +155,17 @@ TEST_F( XClassRegistryTest, MakesObjectsWhileClassesComeAndGo )
     }
     writer.join();
 }
+
+TEST_F( XClassRegistryTest, NumbersOfTheLibraryAreNotForOthers )
+{
+    XClassRegistry::RegisterCoreClasses();
+    const auto take = []( std::uint32_t inNumber ) {
+        XClassRegistry::RegisterClassA( { inNumber, 9 }, 0, Create, Create, CreateDefault, "mine" );
+    };
+    EXPECT_EQ( ErrorOf( [&] { take( kClassString ); } ), 1006u );
+    EXPECT_STREQ( XClassRegistry::GetClassDescription( kClassString ).GetConstCharPtr(), "String" );
+    EXPECT_NO_THROW( XClassRegistry::RegisterCoreClasses() );
+    take( kFirstApplicationClassNumber );
+    EXPECT_NO_THROW( take( kFirstApplicationClassNumber ) );
+    XClassRegistry::UnregisterClassA( kFirstApplicationClassNumber );
+}

@@ -5,6 +5,9 @@
 /// Every class number of the stored formats: the one place where they are written down. Numbers from 2001 on
 /// were given in the order in which their classes came to be; a number is never used twice, not even after
 /// its class is gone.
+///
+/// Applications number their own classes from `kFirstApplicationClassNumber` on, up to 65535. The library keeps all
+/// numbers below to itself.
 enum XClassNumber : std::uint32_t
 {
     kClassNone = 0, ///< a null pointer in a stream
@@ -33,4 +36,6 @@ enum XClassNumber : std::uint32_t
     kClassNetJobMessage = 2003,
     kClassProgressChangedMessage = 2004,
     kClassMemoryHandle = 2005,
+
+    kFirstApplicationClassNumber = 32768,
 };

@@ -54,6 +54,18 @@ bool HasRegistration( const XVersion& inVersion )
     return FindRegistration( inVersion ) != nullptr;
 }
 
+/// Whether the library has registered another class under this number. What makes the objects tells classes apart.
+bool IsTakenByLibrary( const XCreatorFunctions& inFunctions )
+{
+    if ( inFunctions.version.GetClassID() >= kFirstApplicationClassNumber )
+        return false;
+    const XCreatorFunctions* const known = FindRegistration( inFunctions.version );
+    return known &&
+        ( known->currentCreator != inFunctions.currentCreator ||
+          known->oldStreamCreator != inFunctions.oldStreamCreator ||
+          known->defaultCreator != inFunctions.defaultCreator );
+}
+
 /// To be called under the lock.
 void Publish( XTables& ioTables, XCreatorFunctions inFunctions )
 {
@@ -124,10 +136,12 @@ void XClassRegistry::RegisterClassA(
     XCreator inOldStreamCreator, XDefaultCreator inDefaultCreator, const XString& inDescription )
 {
     XAssert( inClassVersion.GetClassID() != kClassNone );
+    XCreatorFunctions functions{
+        inClassVersion, inCurrentCreator, inOldStreamCreator, inDefaultCreator, inDescription };
     XTables& tables = Tables();
     const std::unique_lock lock( tables.mutex );
-    Publish(
-        tables, { inClassVersion, inCurrentCreator, inOldStreamCreator, inDefaultCreator, inDescription } );
+    XAssert( !IsTakenByLibrary( functions ) );
+    Publish( tables, std::move( functions ) );
     if ( inSuperVersion.GetClassID() != kClassNone )
         tables.inheritanceMap[KeyOf( inClassVersion )] = inSuperVersion;
     else

@@ -29,7 +29,8 @@ public:
     };
 
     /// Registers a class, in place of an earlier registration of the same number. `inSuperVersion` 0 means
-    /// none.
+    /// none. Applications use numbers from kFirstApplicationClassNumber (32768) on: another class under a number of
+    /// the library is an internal error, "!IsTakenByLibrary( functions )", and so is the number 0.
     static void RegisterClassA(
         const XVersion& inClassVersion, const XVersion& inSuperVersion, XCreator inCurrentCreator,
         XCreator inOldStreamCreator, XDefaultCreator inDefaultCreator, const XString& inDescription );
