@@ -1,5 +1,6 @@
 #include "Core/XException.h"
 
+#include "Core/XInternalException.h"
 #include "TestErrors.h"
 
 #include <string>
@@ -96,4 +97,31 @@ TEST( XExceptionTest, ForeignThreadsRememberNothing )
     EXPECT_EQ( foreign, 0u );
     EXPECT_EQ( prepared, 1015u );
     EXPECT_EQ( XException::GetLastError(), 1007u );
+}
+
+TEST( XExceptionTest, IsAStandardExceptionWithItsText )
+{
+    XException number( 1005 );
+    try
+    {
+        throw number;
+    }
+    catch ( const std::exception& exception )
+    {
+        EXPECT_STREQ( exception.what(), "the stream is corrupted (1005)" );
+        EXPECT_EQ( exception.what(), exception.what() );
+    }
+    const XException copy( number );
+    EXPECT_NE( copy.what(), number.what() );
+    number.SetErrorNumber( 1021 );
+    EXPECT_STREQ( number.what(), "access was denied (1021)" );
+    number = copy;
+    EXPECT_STREQ( number.what(), "the stream is corrupted (1005)" );
+
+    const XInternalException internal( "count > 0", "XFile.cpp", 7 );
+    const std::exception& standard = internal;
+    std::thread other( [&] { EXPECT_STREQ( standard.what(), internal.what() ); } );
+    EXPECT_STREQ(
+        standard.what(), "an internal error occurred: count > 0 in \"XFile.cpp\" at line 7 (1006)" );
+    other.join();
 }

@@ -284,9 +284,10 @@ TEST_F( XDeferredMessagesTest, HandlersExceptionsAreLoggedAndTheDrainGoesOn )
 {
     sLogged.clear();
     const auto previous = XErrorLog::Install(
-        { []( const XException& inException )
+        { []( const XException& inException, const XString& )
           { sLogged.push_back( std::to_string( inException.GetErrorNumber() ) ); },
-          []( const std::exception& inException ) { sLogged.push_back( inException.what() ); } } );
+          []( const XString& inTypeAndText, const XString& )
+          { sLogged.push_back( inTypeAndText.GetConstCharPtr() ); } } );
     listener.action = []( const XMessage& inMessage )
     {
         switch ( dynamic_cast<const NumberMessage&>( inMessage ).number )
@@ -308,7 +309,8 @@ TEST_F( XDeferredMessagesTest, HandlersExceptionsAreLoggedAndTheDrainGoesOn )
     Drain();
     XErrorLog::Install( previous );
     EXPECT_EQ( listener.heard, ( Numbers{ 1, 2, 3, 4, 5 } ) );
-    EXPECT_EQ( sLogged, ( std::vector<std::string>{ "1005", "two" } ) );
+    EXPECT_EQ(
+        sLogged, ( std::vector<std::string>{ "1005", "std::runtime_error: two", "exception of type int" } ) );
 }
 
 TEST_F( XDeferredMessagesTest, FaultyMessagesLeaveTheQueueAsItIs )

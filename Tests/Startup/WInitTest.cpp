@@ -70,6 +70,12 @@ TEST( WInitTest, StandardClassesAreRegistered )
     EXPECT_NE( dynamic_cast<XString*>( object.get() ), nullptr );
 }
 
+TEST( WInitDeathTest, WithTheCoreAloneAnUncaughtErrorPrintsItsText )
+{
+    const auto die = []() noexcept { XThrow( 1005 ); };
+    EXPECT_DEATH( die(), "the stream is corrupted" );
+}
+
 TEST( WInitDeathTest, CrashesAreDescribedOnStandardError )
 {
     EXPECT_DEATH( DieOfAnException(), "because the stream is corrupted .1005." );

@@ -1,6 +1,8 @@
 #include "Core/XErrorLog.h"
 
+#include "Core/XInternalErrorHandlers.h"
 #include "Core/XSwallowErrors.h"
+#include "Core/XTypeName.h"
 
 #include <mutex>
 
@@ -16,7 +18,15 @@ XErrorLog GetLog()
     return sLog;
 }
 
-void AddTo( const XErrorLog& inLog )
+void AddOther( const XErrorLog& inLog, const std::string& inTypeAndText, const XString& inOrigin )
+{
+    if ( inLog.AddOtherException )
+        return inLog.AddOtherException( inTypeAndText, inOrigin );
+    if ( const auto addToEventLog = XInternalErrorHandlers::Get().AddToEventLog )
+        addToEventLog( inOrigin.IsEmpty() ? XString( inTypeAndText ) : inOrigin + ": " + inTypeAndText );
+}
+
+void AddTo( const XErrorLog& inLog, const XString& inOrigin )
 {
     try
     {
@@ -25,12 +35,15 @@ void AddTo( const XErrorLog& inLog )
     catch ( const XException& exception )
     {
         if ( inLog.AddException && exception.ShouldLogError() )
-            inLog.AddException( exception );
+            inLog.AddException( exception, inOrigin );
     }
     catch ( const std::exception& exception )
     {
-        if ( inLog.AddOtherException )
-            inLog.AddOtherException( exception );
+        AddOther( inLog, XGetTypeName( typeid( exception ) ) + ": " + exception.what(), inOrigin );
+    }
+    catch ( ... )
+    {
+        AddOther( inLog, "exception of type " + XGetCurrentExceptionTypeName(), inOrigin );
     }
 }
 
@@ -44,7 +57,7 @@ XErrorLog XErrorLog::Install( const XErrorLog& inLog )
     return previous;
 }
 
-void XErrorLog::AddCurrentException() noexcept
+void XErrorLog::AddCurrentException( const char* inOrigin ) noexcept
 {
-    XSwallowErrors( [] { AddTo( GetLog() ); } );
+    XSwallowErrors( [&] { AddTo( GetLog(), inOrigin ); } );
 }

@@ -4,6 +4,7 @@
 #include "WStringTable.h"
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -78,6 +79,24 @@ XString XException::GetRawErrorMessage() const
     return XString( text + " (" + std::to_string( itsErrorNumber ) + ")" );
 }
 
+const char* XException::what() const noexcept
+{
+    if ( const std::string* const text = itsText.itsText.load() )
+        return text->c_str();
+    try
+    {
+        auto text = std::make_unique<const std::string>( GetRawErrorMessage().GetConstCharPtr() );
+        const std::string* others = nullptr; // another thread's, which may have been first
+        if ( itsText.itsText.compare_exchange_strong( others, text.get() ) )
+            return text.release()->c_str();
+        return others->c_str();
+    }
+    catch ( ... )
+    {
+        return "an error occurred";
+    }
+}
+
 bool XException::ShouldLogError() const
 {
     return !IsSilentErrorCode();
@@ -104,6 +123,7 @@ bool XException::IsSilentErrorCode() const
 void XException::SetErrorNumber( std::uint32_t inErrorNumber )
 {
     itsErrorNumber = inErrorNumber;
+    itsText.Reset();
     SetLastError( inErrorNumber );
 }
 

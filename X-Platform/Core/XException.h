@@ -3,16 +3,20 @@
 #include "Core/XString.h"
 #include "Core/XTypes.h"
 
+#include <atomic>
+#include <exception>
+#include <string>
+
 /// A failure, identified by a 32-bit error number that selects its message text. Exceptions are values: they
 /// are thrown by value and caught by reference. Constructing one records its number as the calling thread's
 /// last error.
-class KORVALE_API XException
+class KORVALE_API XException : public std::exception
 {
 public:
     explicit XException( std::uint32_t inErrorNumber );
     XException( const XException& ) = default;
     XException& operator=( const XException& ) = default;
-    virtual ~XException();
+    ~XException() override;
 
     /// The text shown to users: "The command could not be completed because " and the raw message.
     virtual XString GetErrorMessage() const;
@@ -31,6 +35,10 @@ public:
 
     /// Sets `outDump` to the crash dump, if there is one, and leaves it unchanged otherwise.
     virtual void GetCrashDump( XString& outDump ) const;
+
+    /// The raw message, for code that knows standard exceptions only. Made when it is first asked for, on any thread;
+    /// valid until the exception is assigned to, gets another number or is destroyed.
+    const char* what() const noexcept final;
 
     /// Same as `GetErrorMessage()`.
     operator XString() const { return GetErrorMessage(); }
@@ -61,5 +69,24 @@ protected:
     virtual bool IsSilentErrorCode() const;
 
 private:
+    /// The text of `what`. A copy makes its own, since it may be of another class.
+    class XText
+    {
+    public:
+        XText() = default;
+        XText( const XText& ) noexcept {}
+        XText& operator=( const XText& ) noexcept
+        {
+            Reset();
+            return *this;
+        }
+        ~XText() { Reset(); }
+
+        void Reset() noexcept { delete itsText.exchange( nullptr ); }
+
+        std::atomic<const std::string*> itsText = nullptr;
+    };
+
     std::uint32_t itsErrorNumber;
+    mutable XText itsText;
 };

@@ -18,16 +18,20 @@ std::atomic<XSessionLogManager*> sManager = nullptr;
 // A batch is made into one text; a flood of entries must not make it grow without bound.
 constexpr std::size_t kEntriesPerWrite = 1000;
 
-void AddExceptionToManager( const XException& inException )
+XString WithOrigin( const XString& inText, const XString& inOrigin )
 {
-    if ( auto* manager = XSessionLogManager::GetManager() )
-        manager->AddException( inException );
+    return inOrigin.IsEmpty() ? inText : inOrigin + ": " + inText;
 }
 
-void AddOtherExceptionToManager( const std::exception& inException )
+void AddExceptionToManager( const XException& inException, const XString& inOrigin )
 {
     if ( auto* manager = XSessionLogManager::GetManager() )
-        manager->AddException( inException );
+        manager->AddException( inException, kLogError, inOrigin );
+}
+
+void AddOtherExceptionToManager( const XString& inTypeAndText, const XString& inOrigin )
+{
+    XSessionLogManager::Log( kLogError, WithOrigin( inTypeAndText, inOrigin ) );
 }
 
 void AddInternalErrorToManager( const XInternalException& inException )
@@ -99,9 +103,10 @@ void XSessionLogManager::Log( XSessionLogLevel inLevel, const XString& inText )
         manager->AddEntry( XSessionLogEntry( inLevel, inText ) );
 }
 
-void XSessionLogManager::AddException( const XException& inException, XSessionLogLevel inLevel )
+void XSessionLogManager::AddException(
+    const XException& inException, XSessionLogLevel inLevel, const XString& inOrigin )
 {
-    XString text = inException.GetRawErrorMessage();
+    XString text = WithOrigin( inException.GetRawErrorMessage(), inOrigin );
     XString dump;
     inException.GetCrashDump( dump );
     if ( !dump.IsEmpty() )

@@ -51,8 +51,11 @@ public:
     /// Adds an entry if there is a manager; for code that does not care whether a log is kept.
     static void Log( XSessionLogLevel inLevel, const XString& inText );
 
-    /// Adds the exception's raw message and number, and its crash dump if it has one.
-    void AddException( const XException& inException, XSessionLogLevel inLevel = kLogError );
+    /// Adds the exception's raw message and number, behind `inOrigin` where that is given, and its crash dump if it has
+    /// one.
+    void AddException(
+        const XException& inException, XSessionLogLevel inLevel = kLogError,
+        const XString& inOrigin = XString() );
 
     /// The same for exceptions that are not XExceptions.
     void AddException( const std::exception& inException, XSessionLogLevel inLevel = kLogError );
