@@ -1,5 +1,6 @@
 #include "Jobs/XJobQueue.h"
 
+#include "Core/XErrorLog.h"
 #include "Core/XException.h"
 #include "Core/XString.h"
 #include "Jobs/XJobCompletedMessage.h"
@@ -210,6 +211,117 @@ TEST_F( XJobQueueTest, CompletesItsJobsWhenItsMessagesAreWithdrawn )
     EXPECT_EQ( itsCodes.Get(), ( Codes{ 0, 0 } ) );
     EXPECT_EQ( withdraw( XSpeaker::XRemoveMsgsSentBySpeaker( itsQueue ) ), 2u ); // the announcements
     EXPECT_TRUE( itsQueue.IsEmpty() && listener.codes.empty() );
+}
+
+TEST_F( XJobQueueTest, WhatABodyThrowsIsLoggedWithItsTypeAndItsJob )
+{
+    static Record<std::string> sLogged; // for handlers that capture nothing
+    const auto previous = XErrorLog::Install(
+        { []( const XException& inException, const XString& inOrigin )
+          { sLogged.Add( std::string( inOrigin ) + "|" + inException.what() ); },
+          []( const XString& inTypeAndText, const XString& inOrigin )
+          { sLogged.Add( std::string( inOrigin ) + "|" + std::string( inTypeAndText ) ); } } );
+    itsQueue.Start();
+    const std::vector<std::function<void()>> bodies = {
+        [] { throw std::runtime_error( "no such plane" ); }, [] { throw XException( 1021 ); },
+        [] { throw 4; }, [] { throw XException( 1001 ); } };
+    for ( USize i = 0; i < bodies.size(); ++i )
+    {
+        itsQueue.AttachJob( new TestJob( bodies[i], static_cast<std::int64_t>( i ) ) );
+        itsQueue.WaitForQueueEmpty();
+    }
+    XErrorLog::Install( previous );
+    const std::vector<std::string> expected = {
+        "job TestJob|std::runtime_error: no such plane", "job TestJob, tag 1|access was denied (1021)",
+        "job TestJob, tag 2|exception of type int" };
+    EXPECT_EQ( sLogged.Get(), expected );
+}
+
+TEST_F( XJobQueueTest, AQueueIsNotEmptyWhileItsStoppedJobsAreBeingCompleted )
+{
+    Gate isCompleting( 1 );
+    Gate mayEnd( 1 );
+    const auto complete = [&]( std::uint32_t )
+    {
+        EXPECT_TRUE( itsQueue.IsQueueEmpty() ); // but for the job that asks
+        isCompleting.CountDown();
+        mayEnd.Wait();
+    };
+    itsQueue.AttachJob( new TestJob( DoNothing, 1, complete ) );
+    std::thread stopper( [&] { itsQueue.StopTaggedJobs( 1 ); } );
+    isCompleting.Wait();
+    EXPECT_FALSE( itsQueue.IsQueueEmpty() );
+    EXPECT_EQ( itsQueue.GetJobCount(), 1u );
+    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmpty( 1 ); } ), 2701u );
+    std::thread waiter( [&] { itsQueue.WaitForQueueEmpty(); } );
+    mayEnd.CountDown();
+    waiter.join();
+    stopper.join();
+    EXPECT_TRUE( itsQueue.IsEmpty() );
+}
+
+TEST_F( XJobQueueTest, ACompletionIsSpokenToThoseWhoListenAtTheNextEvent )
+{
+    itsQueue.Start();
+    for ( const std::int64_t tag : { 1, 2, 2 } )
+    {
+        itsQueue.AttachJob( ( new TestJob( DoNothing, tag ) )->OnWorker() );
+        while ( !itsQueue.IsQueueEmpty() )
+            XThread::YieldCurrentThread();
+    }
+    CompletionListener late( itsQueue );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( late.tags, ( Tags{ 1, 2, 2 } ) );
+}
+
+TEST_F( XJobQueueTest, AWaitWithinAHandlerLeavesNoJobUncompleted )
+{
+    class Handler : public XListener
+    {
+    public:
+        explicit Handler( std::function<void()> inAction ) : itsAction( std::move( inAction ) ) {}
+        void HandleMessage( const XMessage& ) override { itsAction(); }
+
+    private:
+        const std::function<void()> itsAction;
+    };
+    itsQueue.Start();
+    int completedCount = 0;
+    const auto complete = [&]( std::uint32_t ) { ++completedCount; };
+    Handler handler(
+        [&]
+        {
+            itsQueue.AttachJob( new TestJob( DoNothing, 1, complete ) );
+            itsQueue.AttachJob( new TestJob( DoNothing, 2, complete ) );
+            itsQueue.WaitForQueueEmpty();
+            EXPECT_EQ( completedCount, 2 );
+        } );
+    XSpeaker::PostXMessage( XMessageVoid(), handler, XSpeaker::kWhenNextEvent );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( completedCount, 2 );
+    EXPECT_TRUE( itsQueue.IsEmpty() );
+}
+
+TEST_F( XJobQueueTest, TagsAndGroupsSelectInTheOrderOfAttachment )
+{
+    Record<std::int64_t> stopped;
+    for ( std::int64_t i = 0; i < 12; ++i )
+        itsQueue.AttachJob(
+            ( new TestJob( DoNothing, i % 4, [&, i]( std::uint32_t ) { stopped.Add( i ); } ) )
+                ->InGroup( i % 3 ),
+            i % 2 == 1 );
+    const XVector<std::int64_t> tags = { 3, 2, 3, 9 };
+    EXPECT_TRUE( itsQueue.StopTaggedJobsIfNotRunning( tags ) );
+    EXPECT_EQ( stopped.Get(), ( Tags{ 2, 6, 10, 3, 7, 11 } ) ); // those that wait, then the suspended ones
+    itsQueue.DeleteJobGroup( 1 );
+    EXPECT_EQ( itsQueue.GetQueuedJobCount() + itsQueue.GetSuspendedJobCount(), 4u ); // 0, 5, 8, 9
+    itsQueue.DeleteJobGroup( 0 );
+    EXPECT_EQ( itsQueue.GetQueuedJobCount(), 1u );
+    EXPECT_EQ( itsQueue.GetSuspendedJobCount(), 1u );
+    EXPECT_FALSE( itsQueue.AttachJobIfTagNotPresent( new TestJob( DoNothing, 0 ) ) );
+    EXPECT_TRUE( itsQueue.AttachJobIfTagNotPresent( new TestJob( DoNothing, 1 ) ) ); // 5 is suspended
+    itsQueue.DeleteAllJobs();
+    EXPECT_TRUE( itsQueue.IsEmpty() );
 }
 
 TEST_F( XJobQueueTest, HooksThatThrowDisturbNobody )

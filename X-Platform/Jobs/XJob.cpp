@@ -1,7 +1,7 @@
 #include "Jobs/XJob.h"
 
 #include "Jobs/XHookCall.h"
-#include "Jobs/XJobCompletedMessage.h"
+#include "Jobs/XJobQueue.h"
 #include "Threads/XStopThreadException.h"
 
 XJob::~XJob() = default;
@@ -31,12 +31,10 @@ void XJob::RunJob()
     }
 }
 
-/// Who does not listen yet when a job is completed has nothing to hear of it.
 void XJob::SpeakCompletedMessage()
 {
-    if ( itsOwner && itsOwner->HasListeners() )
-        itsOwner->SpeakMessage(
-            XJobQueue::XJobCompletedMessage( itsOwner, itsTag, itsResultCode ), XSpeaker::kWhenNextEvent );
+    if ( itsOwner )
+        itsOwner->AnnounceCompletion( itsTag, itsResultCode );
 }
 
 bool XJob::CanCompleteInJobThread()

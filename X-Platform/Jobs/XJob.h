@@ -11,7 +11,8 @@ class XProgressStrategy;
 ///
 /// The body runs as long as it likes; it obeys a stop at its next checkpoint
 /// (`XThread::TestCancelCurrentThread`), which progress and alertable waits are too. Whatever it throws
-/// becomes the result code.
+/// becomes the result code, and is written to the error log (XErrorLog) with the class and the tag of the job, unless
+/// it is silent.
 ///
 /// Ownership: the queue's from `AttachJob` on. The progress strategy is not owned and outlives the job.
 /// Threads: set the tag, the group and the strategy before the job is attached. Messages posted to a job
@@ -37,8 +38,8 @@ public:
     /// stop, or `kFailed`, and the exception passes on.
     virtual void RunJob();
 
-    /// Has the owner speak an XJobQueue::XJobCompletedMessage at the main thread's next event, if anybody
-    /// listens.
+    /// Has the owner speak an XJobQueue::XJobCompletedMessage at the main thread's next event, to those who listen
+    /// then.
     virtual void SpeakCompletedMessage();
 
     /// Whether the job is completed on its worker at once, rather than later on the thread that handles the
@@ -88,13 +89,29 @@ public:
     /// The queue that the job has been attached to; null before.
     XJobQueue* GetOwner() const { return itsOwner; }
 
+    /// A place among jobs in an order. Internal.
+    struct XLink
+    {
+        XJob* previous = nullptr;
+        XJob* next = nullptr;
+    };
+
 private:
+    friend class XJobList;
     friend class XJobQueue;
+    friend class XWaitingJobs;
 
     std::uint32_t itsResultCode = 0;
     std::int64_t itsTag = 0;
     std::int64_t itsGroup = 0;
     XProgressStrategy* itsProgressStrategy = nullptr;
     XJobQueue* itsOwner = nullptr;
-    XJob* itsNextFinished = nullptr; // of its queue's jobs that have run and wait for their completion
+
+    // Where the job stands among those of its queue; under the queue's mutex.
+    XLink itsPlace; // among those in the same state, none while it runs
+    XLink itsTagPlace;
+    XLink itsGroupPlace;
+    std::int64_t itsListedTag = 0; // the tag and the group when it was attached
+    std::int64_t itsListedGroup = 0;
+    std::uint64_t itsSerial = 0;
 };

@@ -2,15 +2,18 @@
 
 #include "Core/XString.h"
 #include "Jobs/XHookCall.h"
-#include "Jobs/XJob.h"
+#include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XJobPool.h"
 #include "Jobs/XJobWaiter.h"
+#include "Jobs/XWaitingJobs.h"
 #include "Messaging/XDeferredNotice.h"
 #include "Messaging/XMessage.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadLock.h"
+#include "WThreadID.h"
 
 #include <algorithm>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -27,8 +30,6 @@ XVector<XJobQueue*>& GetJobQueues()
 
 XConditionVariable sQueueUnpinned; // of sJobQueueMutex
 std::uint64_t sLastNumber = 0;     // of a queue; guarded by sJobQueueMutex
-
-std::atomic<std::int32_t> sRunnableQueues = 0; // those that have jobs for the workers
 
 /// A message may be on its way to the job, on the main thread: the job ends when that has returned.
 void Delete( XJob* inJob )
@@ -74,10 +75,124 @@ private:
     XJobQueue& itsQueue;
 };
 
+/// The queues that have jobs for the workers, in the order of their turns. Its mutex is the last to be taken.
+class XJobQueue::XRunnableQueues
+{
+public:
+    static USize GetCount() { return sCount.load( std::memory_order_relaxed ); }
+
+    static void Add( XJobQueue& ioQueue )
+    {
+        const XThreadLock lock( sMutex );
+        Append( ioQueue );
+        ++sCount;
+    }
+    static void Remove( XJobQueue& ioQueue )
+    {
+        const XThreadLock lock( sMutex );
+        Unlink( ioQueue );
+        --sCount;
+    }
+
+    /// The queue whose turn it is, which comes last then; null when there is none.
+    static XJobQueue* TakeTurn()
+    {
+        const XThreadLock lock( sMutex );
+        XJobQueue* const queue = sFirst;
+        if ( queue && queue != sLast )
+        {
+            Unlink( *queue );
+            Append( *queue );
+        }
+        return queue;
+    }
+
+private:
+    static void Append( XJobQueue& ioQueue )
+    {
+        ioQueue.itsPreviousRunnable = sLast;
+        ioQueue.itsNextRunnable = nullptr;
+        ( sLast ? sLast->itsNextRunnable : sFirst ) = &ioQueue;
+        sLast = &ioQueue;
+    }
+    static void Unlink( XJobQueue& ioQueue )
+    {
+        XJobQueue* const previous = ioQueue.itsPreviousRunnable;
+        XJobQueue* const next = ioQueue.itsNextRunnable;
+        ( previous ? previous->itsNextRunnable : sFirst ) = next;
+        ( next ? next->itsPreviousRunnable : sLast ) = previous;
+    }
+
+    static XMutex sMutex; // guards the others
+    static inline XJobQueue* sFirst = nullptr;
+    static inline XJobQueue* sLast = nullptr;
+    static inline std::atomic<USize> sCount = 0;
+};
+
+XMutex XJobQueue::XRunnableQueues::sMutex;
+
+/// Jobs that were stopped or deleted while they waited, in the hands of the thread that has to be done with them. The
+/// queue counts them until then.
+class XJobQueue::XTakenJobs
+{
+public:
+    /// Those that wait come first.
+    XTakenJobs( XJobQueue& ioQueue, const XJobSelector& inSelector ) : itsQueue( ioQueue )
+    {
+        const XThreadLock lock( itsQueue.itsMutex );
+        itsQueue.itsWaitingJobs->TakeSelected( inSelector, XWaitingJobs::kQueued, itsJobs );
+        itsQueuedCount = itsJobs.GetCount();
+        itsQueue.itsWaitingJobs->TakeSelected( inSelector, XWaitingJobs::kSuspended, itsJobs );
+        itsQueue.RunnabilityMayHaveChanged();
+        itsCount = itsUndoneCount = itsJobs.GetCount();
+        itsNext = std::exchange( itsQueue.itsTakenJobs, this );
+    }
+    XTakenJobs( const XTakenJobs& ) = delete;
+    XTakenJobs& operator=( const XTakenJobs& ) = delete;
+    ~XTakenJobs()
+    {
+        const XThreadLock lock( itsQueue.itsMutex );
+        XTakenJobs** link = &itsQueue.itsTakenJobs;
+        while ( *link != this )
+            link = &( *link )->itsNext;
+        *link = itsNext;
+        itsQueue.JobsHaveGone();
+    }
+
+    USize GetCount() const { return itsCount; }
+
+    /// Calls `inFinish( job, wasSuspended )`, which deletes the job, for each.
+    template<class Finish>
+    void FinishAll( const Finish& inFinish )
+    {
+        for ( USize index = 0; XJob* const job = itsJobs.TakeFirst(); ++index )
+        {
+            inFinish( job, index >= itsQueuedCount );
+            --itsUndoneCount;
+        }
+    }
+
+    // Under the queue's mutex.
+    const XTakenJobs* GetNext() const { return itsNext; }
+    USize GetUndoneCount() const { return itsUndoneCount; }
+    bool IsOwn() const { return itsThreadID == WThreadID::GetCurrent(); }
+
+private:
+    XJobQueue& itsQueue;
+    XJobList itsJobs;
+    USize itsQueuedCount = 0;
+    USize itsCount = 0;
+    std::atomic<USize> itsUndoneCount = 0;
+    const std::uint32_t itsThreadID = WThreadID::GetCurrent();
+    XTakenJobs* itsNext = nullptr;
+};
+
 // ---- Life
 
 XJobQueue::XJobQueue()
-    : itsCompletionNotice(
+    : itsWaitingJobs( std::make_unique<XWaitingJobs>() ), itsFinishedJobs( std::make_unique<XJobList>() ),
+      itsCompletingJobs( std::make_unique<XJobList>() ),
+      itsCompletionNotice(
           std::make_unique<XDeferredNotice>( std::make_unique<XJobAsyncCompleteMessage>( this ), *this ) )
 {
     AddJobQueue();
@@ -89,11 +204,23 @@ XJobQueue::~XJobQueue()
     RemoveJobQueue();
     AsyncStop();
     WaitUntilTerminated();
-    itsCompletionNotice->Withdraw();
+    WithdrawNotices();
     StopListening();
     StopSpeaking();
     CompleteFinishedJobs();
     DeleteAllJobs(); // what the completions have attached
+}
+
+/// None is posted from now on.
+void XJobQueue::WithdrawNotices()
+{
+    {
+        const XThreadLock lock( itsMutex );
+        itsIsEnding = true;
+    }
+    itsCompletionNotice->Withdraw();
+    if ( itsIsDestroyed )
+        *itsIsDestroyed = true;
 }
 
 void XJobQueue::AddJobQueue()
@@ -193,18 +320,15 @@ void XJobQueue::EndWorkerThreads()
 
 // ---- The workers' side
 
-XJob* XJobQueue::FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueIndex )
+/// A queue whose turn it is may have lost its last job to another worker by then: the next one follows.
+XJob* XJobQueue::FetchJob( const XJobThread& inWorker )
 {
-    if ( sRunnableQueues == 0 )
+    if ( XRunnableQueues::GetCount() == 0 )
         return nullptr;
     const XThreadLock lock( sJobQueueMutex );
-    const XVector<XJobQueue*>& queues = GetJobQueues();
-    for ( USize tried = 0; tried < queues.size(); ++tried )
-    {
-        ioQueueIndex = ( ioQueueIndex + 1 ) % queues.size();
-        if ( XJob* const job = queues[ioQueueIndex]->GetJobForRunning( inWorker ) )
+    while ( XJobQueue* const queue = XRunnableQueues::TakeTurn() )
+        if ( XJob* const job = queue->GetJobForRunning( inWorker ) )
             return job;
-    }
     return nullptr;
 }
 
@@ -238,80 +362,122 @@ XJob* XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob
     runningJobs.erase( i );
     if ( inUncompletedJob )
     {
-        itsFinishedJobs.Append( *inUncompletedJob );
-        if ( itsFinishedJobs.count == 1 )
+        itsFinishedJobs->Append( *inUncompletedJob );
+        if ( itsFinishedJobs->GetCount() == 1 )
             itsCompletionNotice->Post();
     }
     JobsHaveGone();
-    return inMayRunNext && itsIsRunnable && sRunnableQueues == 1 ? TakeJobForRunning( inWorker ) : nullptr;
+    return inMayRunNext && itsIsRunnable && XRunnableQueues::GetCount() == 1 ? TakeJobForRunning( inWorker )
+                                                                             : nullptr;
 }
 
 void XJobQueue::HandleMessage( const XMessage& inMessage )
 {
-    if ( dynamic_cast<const XJobAsyncCompleteMessage*>( &inMessage ) )
-        CompleteFinishedJobs();
+    if ( !dynamic_cast<const XJobAsyncCompleteMessage*>( &inMessage ) )
+        return;
+    const XVector<XUnspoken> unspoken = TakeUnspoken();
+    CompleteFinishedJobs();
+    Speak( unspoken );
 }
 
+/// Those that have run by now. A completion that waits for the queue comes here again and goes on with the others.
 void XJobQueue::CompleteFinishedJobs()
 {
-    XJob* job = nullptr;
     {
         const XThreadLock lock( itsMutex );
-        job = std::exchange( itsFinishedJobs, {} ).first;
+        while ( XJob* const job = itsFinishedJobs->TakeFirst() )
+            itsCompletingJobs->Append( *job );
     }
-    while ( job )
+    bool hasCompletedOne = false;
+    while ( XJob* const job = TakeFinishedJob( hasCompletedOne ) )
     {
-        XJob* const next = job->itsNextFinished;
         CompleteAndDelete( job, job->GetResultCode() );
-        job = next;
+        hasCompletedOne = true;
     }
 }
 
-void XJobQueue::XFinishedJobs::Append( XJob& ioJob ) noexcept
+/// The next job whose turn to be completed has come; null when there is none.
+XJob* XJobQueue::TakeFinishedJob( bool inHasCompletedOne )
 {
-    ( last ? last->itsNextFinished : first ) = &ioJob;
-    last = &ioJob;
-    ++count;
+    const XThreadLock lock( itsMutex );
+    XJob* const job = itsCompletingJobs->TakeFirst();
+    itsCompletingCount += job ? 1 : 0;
+    itsCompletingCount -= inHasCompletedOne ? 1 : 0;
+    return job;
+}
+
+/// A completion that nobody listens for yet is kept for those who listen when the main thread comes to it.
+void XJobQueue::AnnounceCompletion( std::int64_t inTag, std::uint32_t inResultCode )
+{
+    if ( HasListeners() )
+        return SpeakMessage( XJobCompletedMessage( this, inTag, inResultCode ), kWhenNextEvent );
+    const XThreadLock lock( itsMutex );
+    if ( itsIsEnding )
+        return;
+    const bool isLikeLast = !itsUnspoken.empty() && itsUnspoken.back().tag == inTag &&
+        itsUnspoken.back().resultCode == inResultCode;
+    if ( isLikeLast )
+        ++itsUnspoken.back().count;
+    else
+        itsUnspoken.push_back( { inTag, inResultCode, 1 } );
+    if ( itsUnspoken.size() == 1 )
+        itsCompletionNotice->Post();
+}
+
+XVector<XJobQueue::XUnspoken> XJobQueue::TakeUnspoken()
+{
+    const XThreadLock lock( itsMutex );
+    return std::exchange( itsUnspoken, {} );
+}
+
+/// A listener may destroy the queue.
+void XJobQueue::Speak( const XVector<XUnspoken>& inCompletions )
+{
+    bool isDestroyed = false;
+    itsIsDestroyed = &isDestroyed;
+    for ( const XUnspoken& completion : inCompletions )
+        for ( USize i = 0; i < completion.count; ++i )
+        {
+            const XJobCompletedMessage message( this, completion.tag, completion.resultCode );
+            XCallHook( [&] { SpeakMessage( message, kWhenImmediate ); } );
+            if ( isDestroyed )
+                return;
+            if ( !HasListeners() )
+                break;
+        }
+    itsIsDestroyed = nullptr;
 }
 
 // ---- Under the mutex
 
 void XJobQueue::QueueJob( XJob* inJob, bool inSuspended )
 {
-    ( inSuspended ? itsSuspendedJobs : itsQueuedJobs ).push_back( inJob );
+    itsWaitingJobs->Add( *inJob, inSuspended ? XWaitingJobs::kSuspended : XWaitingJobs::kQueued );
     inJob->itsOwner = this;
     RunnabilityMayHaveChanged();
 }
 
 void XJobQueue::RunnabilityMayHaveChanged()
 {
-    const bool isRunnable = itsIsRunning && !itsQueuedJobs.empty();
+    const bool isRunnable = itsIsRunning && GetQueuedCount() > 0;
     if ( isRunnable == itsIsRunnable )
         return;
     itsIsRunnable = isRunnable;
-    sRunnableQueues += isRunnable ? 1 : -1;
+    if ( isRunnable )
+        XRunnableQueues::Add( *this );
+    else
+        XRunnableQueues::Remove( *this );
 }
 
+/// There is one.
 XJob* XJobQueue::TakeJobForRunning( const XJobThread& inWorker )
 {
-    XJob* const job = itsQueuedJobs.front();
-    itsRunningJobs.push_back( { &inWorker, job->GetTag(), job->GetGroup() } );
-    itsQueuedJobs.pop_front();
+    XRunningJob& running = itsRunningJobs.emplace_back( XRunningJob{ &inWorker, 0, 0 } );
+    XJob* const job = itsWaitingJobs->TakeFirstQueued();
+    running.tag = job->GetTag();
+    running.group = job->GetGroup();
     RunnabilityMayHaveChanged();
     return job;
-}
-
-/// Moves the selected jobs to the end of another list and returns how many those are; both lists keep their order.
-/// Where memory lacks they are what they were.
-template<class Jobs>
-USize XJobQueue::MoveSelected( const XJobSelector& inSelector, XJobs& ioFrom, Jobs& ioTo )
-{
-    const auto isSelected = [&]( const XJob* inJob ) { return inSelector.Selects( *inJob ); };
-    const auto count = std::count_if( ioFrom.begin(), ioFrom.end(), isSelected );
-    ioTo.resize( ioTo.size() + static_cast<USize>( count ) );
-    std::copy_if( ioFrom.begin(), ioFrom.end(), ioTo.end() - count, isSelected );
-    std::erase_if( ioFrom, isSelected );
-    return static_cast<USize>( count );
 }
 
 bool XJobQueue::IsAnyRunning( const XJobSelector& inSelector ) const
@@ -322,10 +488,31 @@ bool XJobQueue::IsAnyRunning( const XJobSelector& inSelector ) const
     return std::any_of( itsRunningJobs.begin(), itsRunningJobs.end(), isSelected );
 }
 
+USize XJobQueue::GetQueuedCount() const
+{
+    return itsWaitingJobs->GetCount( XWaitingJobs::kQueued );
+}
+
+USize XJobQueue::GetSuspendedCount() const
+{
+    return itsWaitingJobs->GetCount( XWaitingJobs::kSuspended );
+}
+
+/// Those that this thread completes are left out where it would wait for itself.
+USize XJobQueue::GetTakenCount( bool inIsOwnIncluded ) const
+{
+    USize count = 0;
+    for ( const XTakenJobs* taken = itsTakenJobs; taken; taken = taken->GetNext() )
+        if ( inIsOwnIncluded || !taken->IsOwn() )
+            count += taken->GetUndoneCount();
+    return count;
+}
+
+/// A thread that waits may leave out jobs that this one counts, so those are not asked for here.
 void XJobQueue::JobsHaveGone()
 {
     itsJobFinished.Broadcast();
-    if ( GetWeight() == 0 )
+    if ( GetListedCount() == 0 )
         itsQueueEmpty.Broadcast();
 }
 
@@ -352,12 +539,12 @@ bool XJobQueue::AttachJobIfTagNotPresent( XJob* inJob )
     bool isRunnable = false;
     {
         const XThreadLock lock( itsMutex );
-        const auto hasTag = [&]( const XJob* inQueued ) { return inQueued->GetTag() == tag; };
         const auto runsWithTag = [&]( const XRunningJob& inRunning ) { return inRunning.tag == tag; };
-        if ( std::any_of( itsQueuedJobs.begin(), itsQueuedJobs.end(), hasTag ) ||
+        if ( itsWaitingJobs->IsTagQueued( tag ) ||
              std::any_of( itsRunningJobs.begin(), itsRunningJobs.end(), runsWithTag ) )
             return false;
-        QueueJob( refused.release(), false );
+        QueueJob( inJob, false );
+        refused.release();
         isRunnable = itsIsRunning;
     }
     if ( isRunnable )
@@ -369,26 +556,16 @@ bool XJobQueue::AttachJobIfTagNotPresent( XJob* inJob )
 
 bool XJobQueue::StopTaggedJobsIfNotRunning( const XJobSelector& inTags )
 {
-    XVector<XJob*> stopped;
-    USize queuedCount = 0;
+    XTakenJobs stopped( *this, inTags );
+    const auto stop = []( XJob* inJob, bool inWasSuspended )
     {
-        const XThreadLock lock( itsMutex );
-        stopped.reserve( itsQueuedJobs.size() + itsSuspendedJobs.size() );
-        queuedCount = MoveSelected( inTags, itsQueuedJobs, stopped );
-        RunnabilityMayHaveChanged();
-        MoveSelected( inTags, itsSuspendedJobs, stopped );
-    }
-    for ( USize index = 0; index < stopped.size(); ++index )
-    {
-        XJob* const job = stopped[index];
-        if ( index >= queuedCount )
-            XCallHook( [&] { job->Resumed(); } );
-        XCallHook( [&] { job->Stopped(); } );
-        CompleteAndDelete( job, XJob::kStopped );
-    }
-    const XThreadLock lock( itsMutex );
-    JobsHaveGone();
-    return !stopped.empty();
+        if ( inWasSuspended )
+            XCallHook( [&] { inJob->Resumed(); } );
+        XCallHook( [&] { inJob->Stopped(); } );
+        CompleteAndDelete( inJob, XJob::kStopped );
+    };
+    stopped.FinishAll( stop );
+    return stopped.GetCount() > 0;
 }
 
 void XJobQueue::AsyncStopTaggedJobs( const XJobSelector& inTags )
@@ -426,10 +603,10 @@ void XJobQueue::AsyncStopRunningJobs( const XJobSelector& inSelector )
 void XJobQueue::AsyncSuspendTaggedJobs( const XJobSelector& inTags )
 {
     const XThreadLock lock( itsMutex );
-    const USize movedCount = MoveSelected( inTags, itsQueuedJobs, itsSuspendedJobs );
+    itsWaitingJobs->VisitSelected(
+        inTags, XWaitingJobs::kQueued, []( XJob& ioJob ) { XCallHook( [&] { ioJob.Suspended(); } ); } );
+    itsWaitingJobs->MoveSelected( inTags, XWaitingJobs::kQueued, XWaitingJobs::kSuspended );
     RunnabilityMayHaveChanged();
-    for ( USize index = itsSuspendedJobs.size() - movedCount; index < itsSuspendedJobs.size(); ++index )
-        XCallHook( [&] { itsSuspendedJobs[index]->Suspended(); } );
     JobsHaveGone();
 }
 
@@ -454,12 +631,12 @@ void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
     USize runnableCount = 0;
     {
         const XThreadLock lock( itsMutex );
-        const USize movedCount = MoveSelected( inTags, itsSuspendedJobs, itsQueuedJobs );
+        const USize suspendedCount = GetSuspendedCount();
+        itsWaitingJobs->MoveSelected( inTags, XWaitingJobs::kSuspended, XWaitingJobs::kQueued );
         RunnabilityMayHaveChanged();
-        for ( XJob* const job : itsQueuedJobs )
-            if ( inTags.Selects( *job ) )
-                XCallHook( [&] { job->Resumed(); } );
-        runnableCount = itsIsRunning ? movedCount : 0;
+        itsWaitingJobs->VisitSelected(
+            inTags, XWaitingJobs::kQueued, []( XJob& ioJob ) { XCallHook( [&] { ioJob.Resumed(); } ); } );
+        runnableCount = itsIsRunning ? suspendedCount - GetSuspendedCount() : 0;
     }
     XJobWaiter::Wake( runnableCount );
 }
@@ -473,19 +650,9 @@ void XJobQueue::ResumeAllJobs()
 
 bool XJobQueue::DeleteTaggedJobsIfNotRunning( const XJobSelector& inTags )
 {
-    XVector<XJob*> deleted;
-    {
-        const XThreadLock lock( itsMutex );
-        deleted.reserve( itsQueuedJobs.size() + itsSuspendedJobs.size() );
-        MoveSelected( inTags, itsQueuedJobs, deleted );
-        RunnabilityMayHaveChanged();
-        MoveSelected( inTags, itsSuspendedJobs, deleted );
-    }
-    for ( XJob* const job : deleted )
-        Delete( job );
-    const XThreadLock lock( itsMutex );
-    JobsHaveGone();
-    return !deleted.empty();
+    XTakenJobs deleted( *this, inTags );
+    deleted.FinishAll( []( XJob* inJob, bool ) { Delete( inJob ); } );
+    return deleted.GetCount() > 0;
 }
 
 void XJobQueue::DeleteTaggedJobs( const XJobSelector& inTags )
@@ -521,15 +688,13 @@ void XJobQueue::PostMessageTaggedJobs( const XJobSelector& inTags, const XMessag
             if ( job && job->GetOwner() == this )
                 running.push_back( job );
         }
-    const auto post = [&]( XJob* inJob )
-    {
-        if ( inTags.Selects( *inJob ) )
-            PostXMessage( inMessage, *inJob, kWhenNextEvent );
-    };
+    const auto post = [&]( XJob& ioJob ) { PostXMessage( inMessage, ioJob, kWhenNextEvent ); };
     const XThreadLock lock( itsMutex );
-    std::for_each( itsQueuedJobs.begin(), itsQueuedJobs.end(), post );
-    std::for_each( running.begin(), running.end(), post );
-    std::for_each( itsSuspendedJobs.begin(), itsSuspendedJobs.end(), post );
+    itsWaitingJobs->VisitSelected( inTags, XWaitingJobs::kQueued, post );
+    for ( XJob* const job : running )
+        if ( inTags.Selects( *job ) )
+            post( *job );
+    itsWaitingJobs->VisitSelected( inTags, XWaitingJobs::kSuspended, post );
 }
 
 void XJobQueue::PostMessageJobs( const XMessage& inMessage )
@@ -547,11 +712,11 @@ XString XJobQueue::GetDebugStatus()
     {
         const XThreadLock queueLock( queue->itsMutex );
         status += "Jobs queued: ";
-        status += queue->itsQueuedJobs.size();
+        status += queue->GetQueuedCount();
         status += "\rJobs running: ";
         status += queue->itsRunningJobs.size();
         status += "\rJobs suspended: ";
-        status += queue->itsSuspendedJobs.size();
+        status += queue->GetSuspendedCount();
         status += "\r";
     }
     return status;

@@ -5,11 +5,13 @@
 #include "Messaging/XSpeaker.h"
 #include "Threads/XConditionVariable.h"
 
-#include <deque>
+#include <memory>
 
 class XDeferredNotice;
 class XJob;
+class XJobList;
 class XString;
+class XWaitingJobs;
 
 /// Runs jobs in the background, in the order in which they were attached. All queues of the process share one
 /// pool of worker threads, one for each logical processor, and get their turns one after another.
@@ -54,7 +56,8 @@ public:
     /// Stops every queue that the process has when this is called: lets no more jobs of any of them run, asks
     /// the running ones of all to stop, then waits for queue after queue. Jobs may own queues and destroy
     /// them meanwhile. Called from a job it does not wait: when all others have been asked, its own job is
-    /// stopped by XStopThreadException.
+    /// stopped by XStopThreadException. A job that has prevented its stop (XPreventThreadStop) gets the call back then
+    /// and meets the stop at its first checkpoint after that.
     static void StopAllJobQueues();
 
     // ---- Jobs
@@ -105,8 +108,9 @@ public:
 
     // ---- Waiting
 
-    /// Waits until no job waits, runs or is suspended. On the main thread it then delivers the messages that
-    /// have been posted, so that these jobs have been completed when it returns.
+    /// Waits until no job waits, runs or is suspended, and none that was stopped meanwhile is being completed. On the
+    /// main thread it then delivers the messages that have been posted and completes the jobs that have run, within
+    /// handlers and while processing is suspended too, so that these jobs have been completed when it returns.
     void WaitForQueueEmpty( std::uint32_t inTimeoutMs = kNoTimeout );
 
     /// The same with a progress of the calling thread, shown after two seconds, whose user may abort the wait
@@ -126,8 +130,7 @@ public:
 
     // ---- Counts
 
-    /// All jobs that the queue owns, those that have run and wait for their completion on the main thread
-    /// included.
+    /// All jobs that the queue owns, those that wait for their completion or are being completed included.
     USize GetJobCount() const;
     bool IsEmpty() const { return GetJobCount() == 0; }
 
@@ -135,7 +138,8 @@ public:
     USize GetRunningJobCount() const;
     USize GetSuspendedJobCount() const;
 
-    /// Jobs that wait, run or are suspended; whether there are none.
+    /// Jobs that wait, run or are suspended, and those that another thread has stopped or deleted until it has completed
+    /// and deleted them; whether there are none.
     USize GetCurrentJobWeight() const;
     bool IsQueueEmpty() const { return GetCurrentJobWeight() == 0; }
 
@@ -158,8 +162,12 @@ public:
     static XMutex sJobQueueMutex;
 
 private:
+    friend class XJob;
+
     class XJobAsyncCompleteMessage;
     class XPin;
+    class XRunnableQueues;
+    class XTakenJobs;
 
     /// A job that runs. The job itself is its worker's.
     struct XRunningJob
@@ -168,16 +176,14 @@ private:
         std::int64_t tag;
         std::int64_t group;
     };
-    using XJobs = std::deque<XJob*>;
 
-    /// Jobs that have run and wait for their completion, linked through the jobs: adding one cannot fail.
-    struct XFinishedJobs
+    /// Completions, one after the other with the same tag and result code, that nobody has heard of yet because nobody
+    /// listened.
+    struct XUnspoken
     {
-        void Append( XJob& ioJob ) noexcept;
-
-        XJob* first = nullptr;
-        XJob* last = nullptr;
-        USize count = 0;
+        std::int64_t tag;
+        std::uint32_t resultCode;
+        USize count;
     };
 
     void AddJobQueue();
@@ -186,7 +192,7 @@ private:
     static void VisitJobQueues( const Visit& inVisit );
 
     // The workers' side.
-    static XJob* FetchJob( const XJobThread& inWorker, std::uint64_t& ioQueueIndex );
+    static XJob* FetchJob( const XJobThread& inWorker );
     XJob* GetJobForRunning( const XJobThread& inWorker );
     static bool CompleteInJobThread( XJob* inJob );
     XJob* JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob, bool inMayRunNext );
@@ -195,10 +201,12 @@ private:
     void QueueJob( XJob* inJob, bool inSuspended );
     void RunnabilityMayHaveChanged();
     XJob* TakeJobForRunning( const XJobThread& inWorker );
-    template<class Jobs>
-    static USize MoveSelected( const XJobSelector& inSelector, XJobs& ioFrom, Jobs& ioTo );
     bool IsAnyRunning( const XJobSelector& inSelector ) const;
-    USize GetWeight() const { return itsQueuedJobs.size() + itsRunningJobs.size() + itsSuspendedJobs.size(); }
+    USize GetQueuedCount() const;
+    USize GetSuspendedCount() const;
+    USize GetListedCount() const { return GetQueuedCount() + itsRunningJobs.size() + GetSuspendedCount(); }
+    USize GetTakenCount( bool inIsOwnIncluded ) const;
+    USize GetWeight() const { return GetListedCount() + GetTakenCount( false ); }
     void JobsHaveGone();
 
     // Without it.
@@ -208,18 +216,34 @@ private:
     void WaitUntilTerminated();
     bool SleepUntilQueueEmpty( std::uint32_t inTimeoutMs );
     void CompleteFinishedJobs();
+    XJob* TakeFinishedJob( bool inHasCompletedOne );
+    void AnnounceCompletion( std::int64_t inTag, std::uint32_t inResultCode );
+    XVector<XUnspoken> TakeUnspoken();
+    void Speak( const XVector<XUnspoken>& inCompletions );
+    void WithdrawNotices();
 
     mutable XMutex itsMutex; // guards the members below
-    XJobs itsQueuedJobs;     // in the order of attachment
+    const std::unique_ptr<XWaitingJobs> itsWaitingJobs;
     XVector<XRunningJob> itsRunningJobs;
-    XJobs itsSuspendedJobs;
-    XFinishedJobs itsFinishedJobs;
+    const std::unique_ptr<XJobList> itsFinishedJobs;   // have run and wait for their completion
+    const std::unique_ptr<XJobList> itsCompletingJobs; // of these, those whose turn has come
+    USize itsCompletingCount = 0;                      // jobs that are being completed after they have run
+    XTakenJobs* itsTakenJobs = nullptr;
+    XVector<XUnspoken> itsUnspoken;
     XConditionVariable itsQueueEmpty;
     XConditionVariable itsJobFinished; // signalled whenever a job stops waiting or running
     bool itsIsRunning = false;
     bool itsIsRunnable = false;    // runs and has jobs that wait
+    bool itsIsEnding = false;      // completions are announced no more
     std::uint64_t itsNumber = 0;   // counts up with each queue of the process
     std::uint32_t itsPinCount = 0; // keeps the destructor waiting; guarded by sJobQueueMutex
 
-    const std::unique_ptr<XDeferredNotice> itsCompletionNotice; // posted with the first finished job
+    bool* itsIsDestroyed = nullptr; // the main thread's, for a handler that it calls
+
+    // Its neighbours among the queues that are runnable; guarded by the mutex of these.
+    XJobQueue* itsPreviousRunnable = nullptr;
+    XJobQueue* itsNextRunnable = nullptr;
+
+    const std::unique_ptr<XDeferredNotice>
+        itsCompletionNotice; // posted with the first finished job, or completion that nobody has heard of
 };

@@ -3,6 +3,7 @@
 #include "Jobs/XJobQueue.h"
 
 #include "Core/XErrorNumbers.h"
+#include "Jobs/XJobList.h"
 #include "Jobs/XJobPool.h"
 #include "Jobs/XProgress.h"
 #include "Threads/XThreadLock.h"
@@ -54,8 +55,10 @@ void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
 {
     if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
         XThrow( kErrorTimedOut );
-    if ( XThread::IsMainThread() )
-        ProcessAllNextEventMessages();
+    if ( !XThread::IsMainThread() )
+        return;
+    ProcessAllNextEventMessages();
+    CompleteFinishedJobs();
 }
 
 void XJobQueue::WaitForQueueEmptyWithProgress()
@@ -88,7 +91,7 @@ void XJobQueue::WaitForFreeWorkerThread()
 {
     const USize workerCount = XJobPool::GetSize();
     const XThreadLock lock( itsMutex );
-    while ( itsQueuedJobs.size() + itsRunningJobs.size() >= workerCount )
+    while ( GetQueuedCount() + itsRunningJobs.size() >= workerCount )
         itsJobFinished.Wait( itsMutex, kNoTimeout, true );
 }
 
@@ -105,13 +108,14 @@ void XJobQueue::WaitForJobWeightUnderCommit( double inCommit )
 USize XJobQueue::GetJobCount() const
 {
     const XThreadLock lock( itsMutex );
-    return GetWeight() + itsFinishedJobs.count;
+    return GetListedCount() + GetTakenCount( true ) + itsFinishedJobs->GetCount() +
+        itsCompletingJobs->GetCount() + itsCompletingCount;
 }
 
 USize XJobQueue::GetQueuedJobCount() const
 {
     const XThreadLock lock( itsMutex );
-    return itsQueuedJobs.size();
+    return GetQueuedCount();
 }
 
 USize XJobQueue::GetRunningJobCount() const
@@ -123,7 +127,7 @@ USize XJobQueue::GetRunningJobCount() const
 USize XJobQueue::GetSuspendedJobCount() const
 {
     const XThreadLock lock( itsMutex );
-    return itsSuspendedJobs.size();
+    return GetSuspendedCount();
 }
 
 USize XJobQueue::GetCurrentJobWeight() const
@@ -136,5 +140,5 @@ USize XJobQueue::GetFreeWorkerThreadsCount() const
 {
     const USize workerCount = XJobPool::GetSize();
     const XThreadLock lock( itsMutex );
-    return workerCount - std::min( workerCount, itsQueuedJobs.size() + itsRunningJobs.size() );
+    return workerCount - std::min( workerCount, GetQueuedCount() + itsRunningJobs.size() );
 }

@@ -27,6 +27,8 @@ public:
     bool Selects( std::int64_t inTag, std::int64_t inGroup ) const;
 
 private:
+    friend class XWaitingJobs;
+
     enum XKind : std::uint8_t
     {
         kEveryJob,

@@ -1,5 +1,7 @@
 #include "Jobs/XJobThread.h"
 
+#include "Core/XSwallowErrors.h"
+#include "Core/XTypeName.h"
 #include "Jobs/XHookCall.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobWaiter.h"
@@ -7,6 +9,7 @@
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadLock.h"
 
+#include <string>
 #include <utility>
 
 XJobQueue::XJobThread::XJobThread() : XThread( "XJobThread", kThreadPriorityNormal )
@@ -46,10 +49,12 @@ std::int32_t XJobQueue::XJobThread::RunThreadSelf()
         }
         catch ( const XException& exception )
         {
+            LogFailure();
             EndJob( exception.GetErrorNumber() );
         }
         catch ( ... )
         {
+            LogFailure();
             EndJob( XJob::kFailed );
         }
     }
@@ -70,7 +75,7 @@ bool XJobQueue::XJobThread::FetchJob()
 {
     const XThreadLock lock( itsJobMutex );
     XAssert( !itsCurrentJob );
-    SetCurrentJob( XJobQueue::FetchJob( *this, itsQueueIndex ) );
+    SetCurrentJob( XJobQueue::FetchJob( *this ) );
     return itsCurrentJob != nullptr;
 }
 
@@ -91,6 +96,24 @@ void XJobQueue::XJobThread::RunCurrentJob()
         itsCurrentJob->RunJob();
     }
     CompleteJob( true );
+}
+
+/// The exception that is being handled, and the job that has thrown it: its result code alone would not tell what has
+/// happened.
+void XJobQueue::XJobThread::LogFailure() const noexcept
+{
+    const auto log = [this]
+    {
+        std::string origin = "job";
+        if ( const XJob* const job = itsCurrentJob )
+        {
+            origin += " " + XGetTypeName( typeid( *job ) );
+            if ( job->GetTag() != 0 )
+                origin += ", tag " + std::to_string( job->GetTag() );
+        }
+        XErrorLog::AddCurrentException( origin.c_str() );
+    };
+    XSwallowErrors( log );
 }
 
 /// Completes the current job, if there is one, which has ended by an exception.

@@ -28,11 +28,11 @@ private:
     bool FetchJob();
     void WaitForJob();
     void RunCurrentJob();
+    void LogFailure() const noexcept;
     void EndJob( std::uint32_t inResultCode );
     void SetCurrentJob( XJob* inJob );
     void CompleteJob( bool inMayRunNext );
 
     XMutex itsJobMutex;
-    std::uint64_t itsQueueIndex = 0; // the queue that was tried last
-    XJob* itsCurrentJob = nullptr;   // guarded by itsJobMutex; changed by this thread only
+    XJob* itsCurrentJob = nullptr; // guarded by itsJobMutex; changed by this thread only
 };

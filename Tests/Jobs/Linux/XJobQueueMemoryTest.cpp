@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <memory>
 #include <new>
+#include <optional>
 
 namespace
 {
@@ -78,19 +80,35 @@ TEST( XJobQueueMemoryTest, CompletesAJobThatEndsWithoutMemory )
     EXPECT_TRUE( queue.IsEmpty() );
 }
 
-TEST( XJobQueueMemoryTest, KeepsItsJobsWhereMemoryLacksToMoveThem )
+TEST( XJobQueueMemoryTest, MovesEndsAndDeletesItsJobsWithoutMemory )
 {
     constexpr int kJobs = 300;
     int stoppedCount = 0;
-    XJobQueue queue;
-    for ( int i = 0; i < kJobs; ++i )
-        queue.AttachJob( new TestJob( [] {}, 1, [&]( std::uint32_t ) { ++stoppedCount; } ), i % 2 == 0 );
-    EXPECT_TRUE( LacksMemory( [&] { queue.AsyncSuspendAllJobs(); } ) );
-    EXPECT_TRUE( LacksMemory( [&] { queue.ResumeAllJobs(); } ) );
-    EXPECT_TRUE( LacksMemory( [&] { queue.StopTaggedJobsIfNotRunning( 1 ); } ) );
-    EXPECT_TRUE( LacksMemory( [&] { queue.DeleteTaggedJobsIfNotRunning( 1 ); } ) );
-    EXPECT_EQ( queue.GetQueuedJobCount(), kJobs / 2u );
-    EXPECT_EQ( queue.GetSuspendedJobCount(), kJobs / 2u );
-    queue.StopTaggedJobsIfNotRunning( 1 );
-    EXPECT_EQ( stoppedCount, kJobs );
+    const auto attach = [&]( XJobQueue& ioQueue )
+    {
+        for ( int i = 0; i < kJobs; ++i )
+            ioQueue.AttachJob(
+                new TestJob( [] {}, 1 + i % 3, [&]( std::uint32_t ) { ++stoppedCount; } ), i % 2 == 0 );
+    };
+    const XVector<std::int64_t> tags = { 1, 3, 1 };
+    std::optional<XJobQueue> queue( std::in_place );
+    attach( *queue );
+    EXPECT_FALSE( LacksMemory( [&] { queue->AsyncSuspendTaggedJobs( tags ); } ) );
+    EXPECT_EQ( queue->GetQueuedJobCount(), kJobs / 6u );
+    EXPECT_FALSE( LacksMemory( [&] { queue->ResumeAllJobs(); } ) );
+    EXPECT_EQ( queue->GetQueuedJobCount(), std::size_t( kJobs ) );
+    EXPECT_FALSE( LacksMemory( [&] { queue->StopTaggedJobsIfNotRunning( 2 ); } ) );
+    EXPECT_EQ( stoppedCount, kJobs / 3 );
+    EXPECT_FALSE( LacksMemory( [&] { queue->DeleteTaggedJobsIfNotRunning( tags ); } ) );
+    EXPECT_TRUE( queue->IsEmpty() );
+    attach( *queue );
+    EXPECT_FALSE( LacksMemory( [&] { queue.reset(); } ) );
+    EXPECT_EQ( stoppedCount, kJobs + kJobs / 3 );
+
+    XJobQueue other;
+    auto job = std::make_unique<TestJob>( [] {}, 7 );
+    job->SetGroup( 7 );
+    EXPECT_TRUE( LacksMemory( [&] { other.AttachJob( job.get() ); } ) );
+    EXPECT_TRUE( other.IsEmpty() );
+    EXPECT_TRUE( other.AttachJobIfTagNotPresent( job.release() ) );
 }
