@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the tests on Linux. --all adds the Windows build under Wine, the sanitizer builds, the fuzz targets
-# over their seeds, the format and floor checks, the lock models and a consumer built against the installed package.
-# Sets up everything it needs on a Debian machine, packages included.
+# over their seeds, the format and floor checks, the lock models, the sources compiled for 64-bit ARM and a consumer
+# built against the installed package. Sets up everything it needs on a Debian machine, packages included.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/packages.sh
@@ -61,7 +61,7 @@ check_windows_package() {
   rm -rf "$prefix" build/consumer-windows
   cmake --install build/windows-release --prefix "$prefix" > /dev/null
   cmake -S Tests/Consumer -B build/consumer-windows -G Ninja -DKorvale_DIR="$prefix/lib/cmake/Korvale" \
-    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" \
     -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$prefix/bin" > /dev/null
   cmake --build build/consumer-windows > /dev/null
   local program
@@ -102,6 +102,8 @@ if $all; then
   /usr/bin/python3 scripts/check-floors.py
   step "lock models"
   scripts/check-models.sh
+  step "sources on 64-bit ARM"
+  scripts/check-arm64.sh
 
   run_fuzzers
   build_and_test linux-asan

@@ -1,6 +1,8 @@
 #include "Pivot/ColumnTools.h"
+#include "Pivot/XPivotRuns.h"
 
 #include <gtest/gtest.h>
+#include <random>
 
 namespace
 {
@@ -213,4 +215,23 @@ TEST( XPivotColumnStream, StatesItsUsage )
     XMemStream stream;
     descriptor.WriteStream2( stream );
     EXPECT_EQ( descriptor.GetStreamUsage(), stream.GetLength() );
+}
+
+TEST( XPivotRuns, AreTheSameOnEveryProcessor )
+{
+    std::mt19937_64 random( 9 );
+    for ( int i = 0; i < 100; ++i )
+    {
+        const auto bits = random() & random();
+        XVector<std::uint8_t> exists( 64 );
+        for ( unsigned row = 0; row < 64; ++row )
+            exists[row] = static_cast<std::uint8_t>( bits >> row & 1 );
+        EXPECT_EQ( XPackPivotFlagsPortably( exists.data() ), bits );
+        XPivotRunFinder finder( exists );
+        std::uint64_t found = 0;
+        for ( XPivotRun run; finder.Next( run ); )
+            for ( auto row = run.start; row < run.start + run.length; ++row )
+                found |= std::uint64_t{ 1 } << row;
+        EXPECT_EQ( found, bits );
+    }
 }

@@ -1,4 +1,5 @@
 #include "Pivot/ColumnTools.h"
+#include "Pivot/XPivotRowFilter.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -147,4 +148,31 @@ TEST( XPivotFilter, NeverPassesRowsOfUnknownColumns )
     table.AddColumn( std::make_unique<XPivotUnknownColumn>() ).ResizeRows( 3 );
     EXPECT_TRUE( table.FindRows( 0, kFilterNotEqual, 1.0 ).empty() );
     EXPECT_TRUE( table.FindRows( 0, kFilterContains, XString( "N" ) ).empty() );
+}
+
+TEST( XPivotFilter, IsTheSameOnEveryProcessor )
+{
+    std::mt19937 random( 8 );
+    for ( const std::size_t rows : { 0, 7, 8, 4096, 9001 } )
+    {
+        XVector<double> values( rows );
+        XVector<std::uint8_t> exists( rows );
+        XPivotTable table;
+        auto column = std::make_unique<XPivotFloatColumn>( kPivotUserDefined, "name", "", "" );
+        for ( std::size_t i = 0; i < rows; ++i )
+        {
+            const double choices[] = { kNaN, kInfinity, -kInfinity, 0.0, -0.0, 1.5, 2.5 };
+            values[i] = choices[random() % std::size( choices )];
+            exists[i] = random() % 4 != 0;
+            column->AppendValue( values[i], exists[i] );
+        }
+        table.AddColumn( std::move( column ) );
+        for ( const auto relationship : kOrderRelationships )
+            for ( const double reference : { 0.0, 1.5, kInfinity } )
+            {
+                const auto portable = XFilterPivotRows<double>( exists, values, relationship, reference );
+                EXPECT_EQ(
+                    table.FindRows( 0, relationship, reference ), XRows( portable.begin(), portable.end() ) );
+            }
+    }
 }

@@ -4,7 +4,9 @@
 
 #include <array>
 #include <bit>
-#include <immintrin.h>
+
+#if defined( __x86_64__ )
+    #include <immintrin.h>
 
 namespace
 {
@@ -95,19 +97,22 @@ constexpr int kComparison<std::less_equal<>> = _CMP_LE_OQ;
 template<>
 constexpr int kComparison<std::greater_equal<>> = _CMP_GE_OQ;
 } // namespace
+#endif
 
 XVector<std::int32_t> XFilterPivotRows(
     const XVector<std::uint8_t>& inExists, const XVector<double>& inValues,
     XPivotFilterRelationship inRelationship, double inReference )
 {
+#if defined( __x86_64__ )
     static const bool sHasVectors = __builtin_cpu_supports( "avx2" );
-    if ( !sHasVectors )
-        return XFilterPivotRows<double>( inExists, inValues, inRelationship, inReference );
-    return XWithPivotComparison(
-        inRelationship,
-        [&]( auto inCompare )
-        {
-            return FilterByVectors<kComparison<decltype( inCompare )>>(
-                inExists, inValues, inReference, inCompare );
-        } );
+    if ( sHasVectors )
+        return XWithPivotComparison(
+            inRelationship,
+            [&]( auto inCompare )
+            {
+                return FilterByVectors<kComparison<decltype( inCompare )>>(
+                    inExists, inValues, inReference, inCompare );
+            } );
+#endif
+    return XFilterPivotRows<double>( inExists, inValues, inRelationship, inReference );
 }

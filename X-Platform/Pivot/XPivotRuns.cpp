@@ -1,19 +1,31 @@
 #include "Pivot/XPivotRuns.h"
 
 #include <algorithm>
-#include <emmintrin.h>
+#include <cstring>
+
+#if defined( __x86_64__ )
+    #include <emmintrin.h>
+#endif
 
 namespace
 {
-__m128i LoadFlags( const std::uint8_t* inExists )
+constexpr std::uint64_t kLowestBits = 0x0101010101010101; // of each byte
+
+std::uint64_t LoadEight( const std::uint8_t* inBytes )
 {
-    return _mm_loadu_si128( reinterpret_cast<const __m128i*>( inExists ) );
+    std::uint64_t word;
+    std::memcpy( &word, inBytes, sizeof word );
+    if constexpr ( std::endian::native == std::endian::big )
+        word = __builtin_bswap64( word );
+    return word;
 }
 
+#if defined( __x86_64__ )
 /// Sixteen flags as bits: shifted to the top of their bytes, where the mask is taken from.
 std::uint64_t PackSixteen( const std::uint8_t* inExists )
 {
-    return static_cast<std::uint32_t>( _mm_movemask_epi8( _mm_slli_epi16( LoadFlags( inExists ), 7 ) ) );
+    const __m128i flags = _mm_loadu_si128( reinterpret_cast<const __m128i*>( inExists ) );
+    return static_cast<std::uint32_t>( _mm_movemask_epi8( _mm_slli_epi16( flags, 7 ) ) );
 }
 
 std::uint64_t PackSixtyFour( const std::uint8_t* inExists )
@@ -23,6 +35,12 @@ std::uint64_t PackSixtyFour( const std::uint8_t* inExists )
         bits |= PackSixteen( inExists + i ) << i;
     return bits;
 }
+#else
+std::uint64_t PackSixtyFour( const std::uint8_t* inExists )
+{
+    return XPackPivotFlagsPortably( inExists );
+}
+#endif
 
 /// The flags of up to 64 rows as bits, the first row lowest.
 std::uint64_t PackFlags( const std::uint8_t* inExists, std::size_t inCount )
@@ -46,16 +64,25 @@ bool XPivotRunFinder::LoadNextWord()
     return true;
 }
 
+std::uint64_t XPackPivotFlagsPortably( const std::uint8_t* inExists )
+{
+    constexpr std::uint64_t kGather =
+        0x0102040810204080; // moves bit 0 of byte i to bit i of the highest byte
+    std::uint64_t bits = 0;
+    for ( unsigned i = 0; i < 64; i += 8 )
+        bits |= ( LoadEight( inExists + i ) & kLowestBits ) * kGather >> 56 << i;
+    return bits;
+}
+
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes )
 {
-    __m128i all = _mm_setzero_si128();
+    constexpr std::size_t kStep = 32;
+    std::uint64_t all = 0;
     std::size_t i = 0;
-    for ( ; i + 16 <= inBytes.size(); i += 16 )
-        all = _mm_or_si128( all, LoadFlags( inBytes.data() + i ) );
-    const __m128i one = _mm_set1_epi8( 1 );
-    const bool areFlags = _mm_movemask_epi8( _mm_cmpeq_epi8( _mm_max_epu8( all, one ), one ) ) == 0xFFFF;
-    return areFlags &&
-        std::all_of(
-               inBytes.data() + i, inBytes.data() + inBytes.size(),
-               []( std::uint8_t inByte ) { return inByte <= 1; } );
+    for ( ; i + kStep <= inBytes.size(); i += kStep )
+        all |= LoadEight( inBytes.data() + i ) | LoadEight( inBytes.data() + i + 8 ) |
+            LoadEight( inBytes.data() + i + 16 ) | LoadEight( inBytes.data() + i + 24 );
+    for ( ; i < inBytes.size(); ++i )
+        all |= inBytes[i];
+    return ( all & ~kLowestBits ) == 0;
 }

@@ -28,7 +28,7 @@ public:
 private:
     static constexpr std::size_t kRowsPerWord = 64;
 
-    bool LoadNextWord();
+    KORVALE_API bool LoadNextWord();
 
     const std::uint8_t* itsExists;
     std::size_t itsSize;
@@ -56,6 +56,9 @@ inline bool XPivotRunFinder::Next( XPivotRun& outRun )
     outRun = { static_cast<std::uint32_t>( start ), static_cast<std::uint32_t>( end - start ) };
     return true;
 }
+
+/// 64 flags as bits, the first one lowest, by what every processor has.
+KORVALE_API std::uint64_t XPackPivotFlagsPortably( const std::uint8_t* inExists );
 
 /// True when all bytes are 0 or 1.
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes );

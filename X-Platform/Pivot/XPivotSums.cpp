@@ -4,8 +4,12 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <immintrin.h>
 #include <limits>
+
+#if defined( __x86_64__ )
+    #include <immintrin.h>
+    #define KORVALE_AVX2 __attribute__( ( target( "avx2" ) ) )
+#endif
 
 namespace
 {
@@ -55,10 +59,11 @@ void AddSquaresPortably( const XPivotColumn::XFloatBlock& inBlock, double inMean
     AddSquaresFrom( inBlock, 0, inMean, ioSums );
 }
 
+constexpr XPivotSumLoops kPortableLoops = { AddMomentsPortably, AddSquaresPortably };
+
+#if defined( __x86_64__ )
 // ---- AVX2, four vectors of four lanes at a time. Without fused multiplication, which would take the rounding away
 // from under the losses.
-
-#define KORVALE_AVX2 __attribute__( ( target( "avx2" ) ) )
 
 constexpr std::size_t kVectors = XPivotSums::kLanes / 4;
 
@@ -159,8 +164,8 @@ AddSquaresByVectors( const XPivotColumn::XFloatBlock& inBlock, double inMean, XP
     AddSquaresFrom( inBlock, row, inMean, ioSums );
 }
 
-constexpr XPivotSumLoops kPortableLoops = { AddMomentsPortably, AddSquaresPortably };
 constexpr XPivotSumLoops kVectorLoops = { AddMomentsByVectors, AddSquaresByVectors };
+#endif
 } // namespace
 
 void XPivotSums::Add( std::size_t inLane, double inValue )
@@ -189,8 +194,12 @@ XPivotMomentSums::XPivotMomentSums()
 
 const XPivotSumLoops& XGetPivotSumLoops()
 {
+#if defined( __x86_64__ )
     static const bool sHasVectors = __builtin_cpu_supports( "avx2" );
-    return sHasVectors ? kVectorLoops : kPortableLoops;
+    if ( sHasVectors )
+        return kVectorLoops;
+#endif
+    return kPortableLoops;
 }
 
 const XPivotSumLoops& XGetPortablePivotSumLoops()
