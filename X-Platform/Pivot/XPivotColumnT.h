@@ -3,6 +3,7 @@
 #include "Core/XTime.h"
 #include "Core/XUUID.h"
 #include "Pivot/XPivotColumn.h"
+#include "WExternTemplate.h"
 
 #include <algorithm>
 #include <concepts>
@@ -128,10 +129,10 @@ private:
     }
 };
 
-extern template class KORVALE_API XPivotColumnT<double>;
-extern template class KORVALE_API XPivotColumnT<std::int32_t>;
-extern template class KORVALE_API XPivotColumnT<std::uint32_t>;
-extern template class KORVALE_API XPivotColumnT<XString>;
-extern template class KORVALE_API XPivotColumnT<XTime>;
-extern template class KORVALE_API XPivotColumnT<XUUID>;
-extern template class KORVALE_API XPivotColumnT<XVersion>;
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<double> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<std::int32_t> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<std::uint32_t> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<XString> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<XTime> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<XUUID> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotColumnT<XVersion> );

@@ -37,6 +37,6 @@ protected:
         const override;
 };
 
-extern template class KORVALE_API XPivotNumberColumnT<double>;
-extern template class KORVALE_API XPivotNumberColumnT<std::int32_t>;
-extern template class KORVALE_API XPivotNumberColumnT<std::uint32_t>;
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotNumberColumnT<double> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotNumberColumnT<std::int32_t> );
+KORVALE_EXTERN_TEMPLATE( class KORVALE_API XPivotNumberColumnT<std::uint32_t> );
