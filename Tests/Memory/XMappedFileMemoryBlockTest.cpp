@@ -296,6 +296,18 @@ TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
     copy.CopyDataFrom( "j", 1 );
     EXPECT_EQ( "jello", TextOf( copy ) );
     EXPECT_EQ( 1020u, ErrorOf( [&] { XMappedFileMemoryHandle beyond( path, kSize, 1 ); } ) );
+    // A resize opens and lengthens.
+    for ( const USize64 size : { USize64( 5 ), kSize, 2 * kSize } )
+    {
+        XMappedFileMemoryHandle beyond(
+            path, kSize, kSize, WFile::kReadWrite, Block::kOpenWhenLocked, Block::kPublic );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( beyond, kLockForRead ); } ) );
+        beyond.Resize( size );
+        EXPECT_EQ( std::string( 5, '\0' ), TextOf( beyond ) );
+        EXPECT_EQ( kSize + size, std::filesystem::file_size( path ) );
+        beyond = {};
+        std::filesystem::resize_file( path, kSize );
+    }
     EXPECT_EQ(
         1006u, ErrorOf( [&] { Block::PermanentFileChangeModeToProtection( Block::XChangeMode( 3 ) ); } ) );
 }

@@ -5,31 +5,55 @@
 #include "Memory/XMappedFileMemoryHandle.h"
 #include "TestErrors.h"
 #include "Threads/TestThread.h"
-#include "WThread.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <vector>
 
 // What a thread waits for that finds no room in the budget, and when it gives up.
 
 namespace
 {
 
-constexpr USize64 kSize = 16 * 1024;
+constexpr USize64 kSize = 4096;
+
+/// A manager with room for some blocks, and as many blocks as one likes, all written to at some time.
+struct Room
+{
+    Room( unsigned inBlocks, unsigned inHandles, std::uint32_t inPatience = kPatience )
+        : manager( inBlocks * kSize ), handles( inHandles )
+    {
+        manager.SetPatience( inPatience );
+        for ( auto& handle : handles )
+        {
+            handle.Resize( kSize );
+            Fill( handle, 5 );
+        }
+    }
+
+    TestManager manager;
+    std::vector<XMappedFileMemoryHandle> handles;
+    XTimer timer;
+};
 
 /// The number of the error, 0 for none.
-std::uint32_t LockOnce( XMemoryHandle& ioHandle )
+template<class Action>
+std::uint32_t TryTo( Action inAction )
 {
     try
     {
-        const XLock lock( ioHandle, kLockForRead );
+        inAction();
         return 0;
     }
     catch ( const XException& exception )
     {
         return exception.GetErrorNumber();
     }
+}
+
+std::uint32_t LockOnce( XMemoryHandle& ioHandle )
+{
+    return TryTo( [&] { const XLock lock( ioHandle, kLockForRead ); } );
 }
 
 /// Says, as a listener, when a thread has looked for room in vain.
@@ -51,62 +75,84 @@ private:
 
 TEST( XRoomWaiters, WaitForWhoMayUnlock )
 {
-    TestManager manager( kSize );
-    SearchedInVain search;
-    XMappedFileMemoryHandle held( kSize );
-    XMappedFileMemoryHandle wanted( kSize );
-    auto lock = std::make_unique<XLock>( held, kLockForRead );
-    RunTogether(
-        [&]
-        {
-            search.Wait();
-            WThread::Sleep( 300, false ); // a waiter does not give up because it takes a while
-            lock.reset();
-        },
-        [&] { EXPECT_EQ( 0u, LockOnce( wanted ) ); } );
+    for ( int turn = 0; turn < 50; ++turn )
+    {
+        Room room( 1, 2 );
+        SearchedInVain search;
+        auto lock = std::make_unique<XLock>( room.handles[0], kLockForRead );
+        RunTogether(
+            [&]
+            {
+                search.Wait();
+                lock.reset();
+            },
+            [&] { EXPECT_EQ( 0u, LockOnce( room.handles[1] ) ); } );
+        EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
+    }
 }
 
 TEST( XRoomWaiters, OneOfTwoThatWaitForEachOtherIsRefused )
 {
-    TestManager manager( 2 * kSize );
-    manager.SetPatience( kPatience );
-    std::array<XMappedFileMemoryHandle, 4> handles;
-    for ( auto& handle : handles )
-        handle.Resize( kSize );
+    Room room( 2, 4 );
     std::atomic<int> holding = 0;
     std::atomic<int> refused = 0;
-    const auto lockTwo = [&]( std::size_t inFirst )
-    {
-        const XLock lock( handles[inFirst], kLockForRead );
-        for ( ++holding; holding < 2; )
-            std::this_thread::yield();
-        refused += LockOnce( handles[inFirst + 1] ) == 1012;
-    };
-    const XTimer timer;
-    RunTogether( [&] { lockTwo( 0 ); }, [&] { lockTwo( 2 ); } );
+    RunOnThreads(
+        2,
+        [&]( unsigned inThread )
+        {
+            const XLock lock( room.handles[2 * inThread], kLockForRead );
+            for ( ++holding; holding < 2; )
+                std::this_thread::yield();
+            refused += LockOnce( room.handles[2 * inThread + 1] ) == 1012;
+        } );
     EXPECT_EQ( 1, refused );
-    EXPECT_LT( timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
+    EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
+}
+
+// Blocks in memory and in temporary files, which need the old and the new size at once where views cannot be resized.
+TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
+{
+    for ( const bool canResizeViews : { true, false } )
+        for ( const bool isPurged : { true, false } )
+        {
+            Room room( 3, 3 );
+            room.manager.canResizeViews = canResizeViews;
+            for ( auto& handle : room.handles )
+                if ( isPurged )
+                    handle.Purge();
+            RunOnThreads(
+                3,
+                [&]( unsigned inThread )
+                {
+                    for ( unsigned turn = 0; turn < 10; ++turn )
+                    {
+                        XMemoryHandle& handle = room.handles[inThread];
+                        const std::uint32_t error = TryTo( [&] { handle.Resize( 3 * kSize ); } );
+                        EXPECT_TRUE( error == 0 || error == 1012 ) << error;
+                        handle.Resize( kSize );
+                    }
+                } );
+            for ( auto& handle : room.handles )
+                EXPECT_TRUE( Holds( handle, 5 ) );
+            EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
+        }
 }
 
 TEST( XRoomWaiters, GiveUpOnLocksThatStay )
 {
-    TestManager manager( kSize );
-    manager.SetPatience( 30 );
-    XMappedFileMemoryHandle held( kSize );
-    XMappedFileMemoryHandle wanted( kSize );
+    Room room( 1, 2, 30 );
     {
-        const XLock lock( held, kLockForRead );
-        EXPECT_EQ( 1012u, LockOnce( wanted ) ); // this thread's own
-        RunTogether( [&] { EXPECT_EQ( 1012u, LockOnce( wanted ) ); } );
+        const XLock lock( room.handles[0], kLockForRead );
+        EXPECT_EQ( 1012u, LockOnce( room.handles[1] ) ); // this thread's own
+        RunTogether( [&] { EXPECT_EQ( 1012u, LockOnce( room.handles[1] ) ); } );
     }
-    EXPECT_EQ( 0u, LockOnce( wanted ) );
+    EXPECT_EQ( 0u, LockOnce( room.handles[1] ) );
 }
 
 // Others may need the memory mutex to decide whether to wait, or have the listeners' mutex.
 TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
 {
-    TestManager manager( kSize );
-    manager.SetPatience( kPatience );
+    Room room( 1, 2 );
     const std::thread::id tester = std::this_thread::get_id();
     WEvent isAsked;
     WEvent isLocked;
@@ -118,16 +164,14 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
             isLocked.Wait();
             return USize64( 0 );
         } );
-    XMappedFileMemoryHandle held( kSize );
-    XMappedFileMemoryHandle wanted( kSize );
-    auto lock = std::make_unique<XLock>( held, kLockForRead );
-    std::thread waiter( [&] { EXPECT_EQ( 0u, LockOnce( wanted ) ); } );
+    auto lock = std::make_unique<XLock>( room.handles[0], kLockForRead );
+    std::thread waiter( [&] { EXPECT_EQ( 0u, LockOnce( room.handles[1] ) ); } );
     isAsked.Wait();
     {
-        const XThreadLock memoryLock( manager.GetMemoryMutex() );
+        const XThreadLock memoryLock( room.manager.GetMemoryMutex() );
         isLocked.Set();
-        WThread::Sleep( 100, false ); // lets the other decide, which is when it needs the mutex
-        EXPECT_EQ( 1012u, ErrorOf( [&] { manager.AboutToAllocate( kSize ); } ) );
+        for ( int turn = 0; turn < 1000; ++turn ) // the other gets to its decision meanwhile
+            EXPECT_EQ( 1012u, ErrorOf( [&] { room.manager.AboutToAllocate( kSize ); } ) );
     }
     lock.reset();
     waiter.join();
@@ -135,43 +179,34 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
 
 TEST( XRoomWaiters, AStopEndsTheWait )
 {
-    TestManager manager( kSize );
-    manager.SetPatience( kPatience );
+    Room room( 1, 2 );
     SearchedInVain search;
-    XMappedFileMemoryHandle held( kSize );
-    XMappedFileMemoryHandle wanted( kSize );
-    const XLock lock( held, kLockForRead );
-    TestThread thread( [&] { return static_cast<std::int32_t>( LockOnce( wanted ) ); } );
+    const XLock lock( room.handles[0], kLockForRead );
+    TestThread thread( [&] { return static_cast<std::int32_t>( LockOnce( room.handles[1] ) ); } );
     thread.StartThread();
     search.Wait();
-    const XTimer timer;
     thread.StopThread();
-    EXPECT_LT( timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
-    EXPECT_EQ( 0, wanted.GetBlock()->GetLockCount() );
+    EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
+    EXPECT_EQ( 0, room.handles[1].GetBlock()->GetLockCount() );
 }
 
 // Each thread needs one block at a time and there is room for three: nobody may be refused, however it comes.
 TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
 {
-    TestManager manager( 3 * kSize );
-    manager.SetPatience( kPatience );
-    std::array<XMappedFileMemoryHandle, 12> handles;
-    for ( auto& handle : handles )
-    {
-        handle.Resize( kSize );
-        Fill( handle, 5 );
-    }
-    std::vector<std::thread> threads;
-    for ( unsigned thread = 0; thread < 8; ++thread )
-        threads.emplace_back(
-            [&, thread]
+    Room room( 3, 12 );
+    RunOnThreads(
+        8,
+        [&]( unsigned inThread )
+        {
+            for ( unsigned turn = 0; turn < 100; ++turn )
             {
-                for ( unsigned turn = 0; turn < 100; ++turn )
-                    EXPECT_TRUE( Holds( handles[( thread + turn * 5 ) % handles.size()], 5 ) );
-            } );
-    for ( auto& thread : threads )
-        thread.join();
-    EXPECT_LE( manager.GetPeakBytesInUse(), 3 * kSize );
+                auto& handle = room.handles[( inThread + turn * 5 ) % room.handles.size()];
+                EXPECT_TRUE( Holds( handle, 5 ) );
+                if ( turn % 8 == inThread ) // what goes makes room too
+                    Fill( *std::make_unique<XMappedFileMemoryHandle>( kSize ), 1 );
+            }
+        } );
+    EXPECT_LE( room.manager.GetPeakBytesInUse(), 3 * kSize );
 }
 
 // The purge is held up where it makes its file; neither other blocks nor the list may be held up with it.

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "Core/XException.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
 #include "WEvent.h"
+
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <thread>
@@ -37,12 +40,32 @@ private:
     Body itsBody;
 };
 
-/// Runs functions on a thread each, until all have returned.
+/// Runs a function on several threads, with the number of each, until all have returned. What one throws fails the test.
+template<class Body>
+void RunOnThreads( unsigned inCount, Body inBody )
+{
+    const auto run = [&]( unsigned inNumber )
+    {
+        try
+        {
+            inBody( inNumber );
+        }
+        catch ( const XException& error )
+        {
+            ADD_FAILURE() << "thread " << inNumber << ": error " << error.GetErrorNumber();
+        }
+    };
+    std::vector<std::thread> threads;
+    for ( unsigned i = 0; i < inCount; ++i )
+        threads.emplace_back( run, i );
+    for ( auto& thread : threads )
+        thread.join();
+}
+
+/// The same with a function for each thread.
 template<class... Bodies>
 void RunTogether( Bodies... inBodies )
 {
-    std::vector<std::thread> threads;
-    ( threads.emplace_back( inBodies ), ... );
-    for ( auto& thread : threads )
-        thread.join();
+    const std::function<void()> bodies[] = { inBodies... };
+    RunOnThreads( sizeof...( Bodies ), [&]( unsigned inNumber ) { bodies[inNumber](); } );
 }

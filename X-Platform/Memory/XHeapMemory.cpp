@@ -19,10 +19,17 @@ XHeapMemory::XHeapMemory( XMemoryManager& inManager, USize64 inAlignment )
 void XHeapMemory::Allocate( USize64 inSize )
 {
     XAssert( !itsData );
-    const USize64 size = std::max<USize64>( inSize, 1 );
-    Reallocate( size );
+    XResourceTracker::RsrcAllocated( kKind, inSize ); // nothing may fail once there is memory
+    try
+    {
+        Reallocate( std::max<USize64>( inSize, 1 ) );
+    }
+    catch ( ... )
+    {
+        XResourceTracker::RsrcDeallocated( kKind, inSize );
+        throw;
+    }
     itsSize = inSize;
-    XResourceTracker::RsrcAllocated( kKind, inSize );
 }
 
 void XHeapMemory::Resize( USize64 inSize )

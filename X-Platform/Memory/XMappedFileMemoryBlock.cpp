@@ -3,6 +3,7 @@
 #include "Core/XErrorNumbers.h"
 #include "Memory/XMappedStorage.h"
 #include "Memory/XMemoryManager.h"
+#include "Memory/XTranslateBadAlloc.h"
 
 #include <algorithm>
 
@@ -88,14 +89,18 @@ void XMappedFileMemoryBlock::Resize( USize64 inSize )
 {
     const XThreadLock lock( GetMutex() );
     CheckUnlocked();
-    if ( itsState == kUnallocated )
-        itsSize = inSize;
-    else if ( itsState == kHeap )
-        ResizeForMalloc( inSize );
-    else if ( IsPublic() )
-        ResizePublicFile( inSize );
-    else
-        ResizeForMMap( inSize );
+    XTranslateBadAlloc(
+        [&]
+        {
+            if ( itsState == kUnallocated )
+                itsSize = inSize;
+            else if ( itsState == kHeap )
+                ResizeForMalloc( inSize );
+            else if ( IsPublic() )
+                ResizePublicFile( inSize );
+            else
+                ResizeForMMap( inSize );
+        } );
 }
 
 bool XMappedFileMemoryBlock::IsEmpty() const
@@ -140,7 +145,7 @@ void XMappedFileMemoryBlock::Purge()
     const USize64 size = GetTrueSize();
     if ( itsState == kPageFile && GetViewData() )
     {
-        CopyToTempFile();
+        XTranslateBadAlloc( [&] { CopyToTempFile(); } );
         XAssert( !fileMapping->GetViewData() );
     }
     else
@@ -215,10 +220,7 @@ void XMappedFileMemoryBlock::PostLock( XLockMode inMode )
 {
     if ( itsPendingCopy != kLockNone && IsPrivateFile() )
     {
-        if ( itsSize <= itsHeapThreshold )
-            CopyToMalloc();
-        else
-            CopyToPagefile();
+        XTranslateBadAlloc( [&] { itsSize <= itsHeapThreshold ? CopyToMalloc() : CopyToPagefile(); } );
         itsPendingCopy = kLockNone;
     }
     XMemoryBlock::PostLock( inMode );

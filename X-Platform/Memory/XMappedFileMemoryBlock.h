@@ -21,9 +21,9 @@ class XMappedStorage;
 /// permanent file which nobody has written to since it was last intact: that one is given up, and mapped anew.
 ///
 /// Threads: see XMemoryBlock.
-/// Errors: 1012 and 1020 when locking, for want of budget or because the system refuses the view, even after
-/// memory has been freed for it, or a permanent file has become too short, or for damage; 1020, 1023, 2701 and
-/// what the disk refuses (1263, 1021) when purging.
+/// Errors: 1012 and 1020 when locking, for want of memory or budget or because the system refuses the view, even after
+/// memory has been freed for it, or a permanent file is too short, or for damage; 1020, 1023, 2701 and what the disk
+/// refuses (1263, 1021) when purging. Everything is as it was then.
 class KORVALE_API XMappedFileMemoryBlock : public XMemoryBlock
 {
 public:
@@ -49,7 +49,7 @@ public:
     enum XFileFlags : std::uint32_t
     {
         kOpenAtOnce = 0,
-        kOpenWhenLocked = 1 ///< the first lock opens the file, not the constructor
+        kOpenWhenLocked = 1 ///< the first lock, or a resize, opens the file and not the constructor
     };
 
     static constexpr USize64 kDefaultHeapThreshold = 64 * 1024;
@@ -65,7 +65,8 @@ public:
     XMappedFileMemoryBlock(
         std::shared_ptr<WFile> inFile, std::uint64_t inOffset, USize64 inSize,
         XChangeMode inChangeMode = kPrivate );
-    /// The same of a file that the block opens.
+    /// A range of a file that the block opens. What opening the file throws, and 1020 where it is too short: `Resize`
+    /// alone lengthens it.
     XMappedFileMemoryBlock(
         const std::filesystem::path& inPath, std::uint64_t inOffset, USize64 inSize,
         WFile::Mode inFileMode = WFile::kRead, std::uint32_t inFlags = kOpenAtOnce,
@@ -126,6 +127,7 @@ private:
     // Storage
     void AllocateForMalloc();
     void AllocateForMMap();
+    void OpenFile();
     void OpenPermanentFile();
     void Map();
     void
@@ -149,6 +151,7 @@ private:
     void ShrinkForMMap( USize64 inSize );
     bool ResizeView( USize64 inSize );
     void ResizePublicFile( USize64 inSize );
+    void GrowPublicFile( USize64 inSize );
     void LengthenFile( USize64 inSize );
 
     std::atomic<XStorageState> itsState = kUnallocated; // written under the mutex

@@ -4,6 +4,7 @@
 #include "Memory/XMappedFileMemoryBlock.h"
 #include "Memory/XMappedStorage.h"
 #include "Memory/XMemoryManager.h"
+#include "Memory/XTranslateBadAlloc.h"
 #include "Services/XSessionLogManager.h"
 #include "Threads/XLock.h"
 
@@ -20,7 +21,7 @@ class XMappedFileMemoryBlock::XMove
 {
 public:
     explicit XMove( XMappedFileMemoryBlock& ioBlock )
-        : itsBlock( ioBlock ), itsArrival( ioBlock.GetManager() )
+        : itsBlock( ioBlock ), itsTransit( ioBlock.GetManager() )
     {
         itsBlock.itsIsMoving = true;
     }
@@ -30,7 +31,7 @@ public:
 
 private:
     XMappedFileMemoryBlock& itsBlock;
-    const XMemoryManager::XArrival itsArrival;
+    const XMemoryManager::XTransit itsTransit;
 };
 
 /// Even a block without bytes has storage.
@@ -63,13 +64,18 @@ void XMappedFileMemoryBlock::AllocateForMMap()
     itsState = kPageFile;
 }
 
+/// Unless it is open.
+void XMappedFileMemoryBlock::OpenFile()
+{
+    if ( itsFile )
+        return;
+    itsFile = std::make_shared<WFile>( itsPath, itsFileMode );
+    itsPath.clear();
+}
+
 void XMappedFileMemoryBlock::OpenPermanentFile()
 {
-    if ( !itsFile )
-    {
-        itsFile = std::make_shared<WFile>( itsPath, itsFileMode );
-        itsPath.clear();
-    }
+    OpenFile();
     fileMapping =
         MakeStorage( GetManager().MakeFileMapping( itsFile, itsOffset, GetStorageSize(), itsViewAccess ) );
 }
@@ -155,11 +161,15 @@ void XMappedFileMemoryBlock::UnlockForMMap()
 void XMappedFileMemoryBlock::Reload()
 {
     const XMove move( *this );
-    if ( IsUnallocated() )
-        AllocateForMMap();
-    else if ( !fileMapping )
-        OpenPermanentFile();
-    Map();
+    XTranslateBadAlloc(
+        [&]
+        {
+            if ( IsUnallocated() )
+                AllocateForMMap();
+            else if ( !fileMapping )
+                OpenPermanentFile();
+            Map();
+        } );
     if ( std::exchange( itsWasPurged, false ) )
         GetManager().NoteReload( GetTrueSize() );
 }
@@ -170,6 +180,7 @@ void XMappedFileMemoryBlock::Map()
     XAssert( fileMapping );
     if ( fileMapping->GetViewData() )
         return;
+    ReservePlace();
     MapView( *fileMapping, GetStorageSize(), itsViewAccess );
     SetFlags( kInMemory | kPurgeable );
     if ( itsState == kPermanentFile )
@@ -206,6 +217,7 @@ void XMappedFileMemoryBlock::Unmap()
     XAssert( fileMapping );
     if ( !fileMapping->GetViewData() )
         return;
+    const XMemoryManager::XTransit transit( GetManager() );
     GetManager().RemoveBlock( this );
     fileMapping->UnmapView();
     SetFlags( kOnDisk );
@@ -339,7 +351,7 @@ void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
     itsSize = inSize;
 }
 
-/// A block on the manager's list must stay where it is.
+/// A block on the manager's list must stay where it is. It has its place there, so that adding does not fail.
 bool XMappedFileMemoryBlock::ResizeView( USize64 inSize )
 {
     const XMove move( *this );
@@ -358,12 +370,21 @@ bool XMappedFileMemoryBlock::ResizeView( USize64 inSize )
     return isDone;
 }
 
+/// A range that has not been mapped yet will be with its next lock.
 void XMappedFileMemoryBlock::ResizePublicFile( USize64 inSize )
 {
     CheckViewIntact();
     LengthenFile( inSize );
-    if ( inSize <= itsSize )
-        return ShrinkForMMap( inSize );
+    if ( !fileMapping )
+        itsSize = inSize;
+    else if ( inSize <= itsSize )
+        ShrinkForMMap( inSize );
+    else
+        GrowPublicFile( inSize );
+}
+
+void XMappedFileMemoryBlock::GrowPublicFile( USize64 inSize )
+{
     auto storage = MakeStorage( GetManager().MakeFileMapping( itsFile, itsOffset, inSize, itsViewAccess ) );
     Unmap();
     fileMapping = std::move( storage );
@@ -374,8 +395,7 @@ void XMappedFileMemoryBlock::ResizePublicFile( USize64 inSize )
 /// somebody writes to the view.
 void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
 {
-    if ( !fileMapping )
-        OpenPermanentFile();
+    OpenFile();
     constexpr USize64 kStep = 1024 * 1024;
     const std::uint64_t fileSize = itsOffset + std::max<USize64>( inSize, 1 );
     static XMutex sMutex; // keeps zeros off what another block has just lengthened the file for

@@ -12,10 +12,18 @@ constexpr const char* kKind = "Mapped Block";
 
 void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess )
 {
-    itsReservation.SetAround(
-        XMemoryManager::AlignSizeToPageSize( inSize ), [&] { itsMapping->MapView( inSize, inAccess ); } );
+    const USize64 bytes = XMemoryManager::AlignSizeToPageSize( inSize );
+    XResourceTracker::RsrcAllocated( kKind, bytes ); // nothing may fail once there is a view
+    try
+    {
+        itsReservation.SetAround( bytes, [&] { itsMapping->MapView( inSize, inAccess ); } );
+    }
+    catch ( ... )
+    {
+        XResourceTracker::RsrcDeallocated( kKind, bytes );
+        throw;
+    }
     itsViewSize = inSize;
-    XResourceTracker::RsrcAllocated( kKind, itsReservation.GetBytes() );
 }
 
 bool XMappedStorage::ResizeView( USize64 inSize )

@@ -4,6 +4,8 @@
 #include "Core/XErrorNumbers.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManager.h"
+#include "Memory/XPurgeableBlocks.h"
+#include "Memory/XTranslateBadAlloc.h"
 #include "Threads/XLock.h"
 #include "WClock.h"
 #include "WThreadID.h"
@@ -50,6 +52,12 @@ bool XMemoryBlock::CanPurge() const
 void XMemoryBlock::Purge()
 {
     XThrow( kErrorMemoryNotPurged );
+}
+
+void XMemoryBlock::ReservePlace()
+{
+    if ( !itsPlace )
+        itsPlace = XTranslateBadAlloc( [&] { return std::make_unique<XPurgeablePlace>( *this ); } );
 }
 
 void XMemoryBlock::SetSwapOnLock( XByteSwapMode inMode )
@@ -135,7 +143,7 @@ void XMemoryBlock::LockSelf( XLockMode )
     XAssert( locks >= 0 );
     if ( !( GetFlags() & kInMemory ) )
     {
-        const XMemoryManager::XArrival arrival( itsManager );
+        const XMemoryManager::XTransit transit( itsManager );
         Reload();
     }
     itsLastLockThread.store( WThreadID::GetCurrent(), std::memory_order_relaxed );

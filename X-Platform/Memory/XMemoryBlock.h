@@ -2,8 +2,11 @@
 
 #include "Threads/XLockable.h"
 
+#include <memory>
+
 class XMemoryHandle;
 class XMemoryManager;
+class XPurgeablePlace;
 
 /// The elements whose bytes are reversed when a block is locked.
 enum XByteSwapMode : std::uint32_t
@@ -72,6 +75,8 @@ public:
     /// Gives up the memory and keeps the bytes. Throws 1023 when the block cannot be purged, 2701 when another thread
     /// has held its mutex for 100 ms, and what the disk refuses; then everything is as it was.
     virtual void Purge();
+    /// Makes sure, under the mutex, that the block can be put on the manager's list without memory, from now on. 1012.
+    void ReservePlace();
     /// Locked right now, as far as one can tell without the mutex.
     bool IsProbablyLocked() const { return itsLocks.load( std::memory_order_relaxed ) > 0; }
 
@@ -162,7 +167,8 @@ private:
     std::atomic<std::int64_t> itsLastLockTime = 0;
     std::atomic<std::uint64_t> itsLastLockNumber = 0;
     std::atomic<std::uint32_t> itsLastLockThread = 0;
-    bool itsIsSetAside = false;              // by the manager, which found it locked; guarded by the mutex
-    XByteSwapMode itsSwapOnLock = kSwapNone; // of the data as its file has it
+    std::unique_ptr<XPurgeablePlace> itsPlace; // on the manager's list, once it is reserved
+    bool itsIsSetAside = false;                // by the manager, which found it locked; guarded by the mutex
+    XByteSwapMode itsSwapOnLock = kSwapNone;   // of the data as its file has it
     bool itsIsSwapPending = false;
 };

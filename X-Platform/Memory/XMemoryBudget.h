@@ -20,7 +20,7 @@ public:
 
     /// Enters `inSize` bytes if they fit. Returns whether they did.
     bool TryTake( USize64 inSize );
-    void Give( USize64 inSize ) { itsInUse.fetch_sub( inSize, std::memory_order_acq_rel ); }
+    void Give( USize64 inSize ) { itsInUse.fetch_sub( inSize ); }
 
     /// By how many bytes too much is in use for `inSize` more.
     USize64 GetShortage( USize64 inSize ) const;

@@ -192,10 +192,10 @@ std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
     constexpr std::uint32_t kLongWaitMs = 500;
     if ( ioSearch.hasPurgeFailed )
         return 0;
-    const auto isActive = [this]( std::uint32_t inThread ) { return !itsRoomWaiters->IsWaiting( inThread ); };
+    const auto isActive = [&]( std::uint32_t inThread )
+    { return !ioSearch.waiter.HasWaitedMeanwhile( inThread ); };
     const bool isBusy = ioSearch.blocks.HasBusyThread( isActive );
-    const bool isMoving = itsPurgesGoingOn > 0 || itsRoomWaiters->HasArrivals();
-    const std::uint32_t lockPatience = isMoving ? kLongWaitMs : GetPatienceForLocks();
+    const std::uint32_t lockPatience = itsRoomWaiters->HasTransits() ? kLongWaitMs : GetPatienceForLocks();
     if ( lockPatience > 0 )
         ioSearch.hopefulTime = WClock::GetCoarseTicks();
     if ( isBusy )
@@ -304,7 +304,7 @@ XMemoryManager::XPurgeResult XMemoryManager::PurgeLocked( XMemoryBlock& ioBlock 
     ioBlock.GetMutex().Unlock();
     const USize64 size = ioBlock.GetTrueSize();
     XPurgeResult result;
-    ++itsPurgesGoingOn;
+    const XTransit transit( *this );
     try
     {
         ioBlock.Purge();
@@ -319,7 +319,6 @@ XMemoryManager::XPurgeResult XMemoryManager::PurgeLocked( XMemoryBlock& ioBlock 
     {
         result.hasFailed = true;
     }
-    --itsPurgesGoingOn;
     return result;
 }
 
@@ -450,6 +449,7 @@ XMemoryBlock* XMemoryManager::MakeBlock( USize64 inSize )
 
 void XMemoryManager::AddBlock( XMemoryBlock* inBlock )
 {
+    inBlock->ReservePlace();
     const XThreadLock lock( itsMemoryMutex );
     itsBlocks->Add( *inBlock );
 }
@@ -461,23 +461,22 @@ void XMemoryManager::RemoveBlock( XMemoryBlock* inBlock )
     itsBlocks->Remove( *inBlock );
 }
 
+/// In one step for those who decide, under the memory mutex, whether a lock is left to wait for.
 void XMemoryManager::HasUnlocked( XMemoryBlock& inBlock )
 {
-    {
-        const XThreadLock lock( itsMemoryMutex );
-        itsBlocks->HasBeenUnlocked( inBlock );
-    }
+    const XThreadLock lock( itsMemoryMutex );
+    itsBlocks->HasBeenUnlocked( inBlock );
     itsRoomWaiters->SomethingChanged();
 }
 
-XMemoryManager::XArrival::XArrival( XMemoryManager& ioManager ) : itsWaiters( *ioManager.itsRoomWaiters )
+XMemoryManager::XTransit::XTransit( XMemoryManager& ioManager ) : itsWaiters( *ioManager.itsRoomWaiters )
 {
-    itsWaiters.BeginArrival();
+    itsWaiters.BeginTransit();
 }
 
-XMemoryManager::XArrival::~XArrival()
+XMemoryManager::XTransit::~XTransit()
 {
-    itsWaiters.EndArrival();
+    itsWaiters.EndTransit();
 }
 
 void XMemoryManager::NotePurge( USize64 inSize )

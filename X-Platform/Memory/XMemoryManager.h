@@ -71,15 +71,16 @@ public:
         USize64 budget;
     };
 
-    /// For as long as it lives, the calling thread brings a block into memory that is not on the list yet: others who lack
-    /// room know that there will be a block to wait for. For kinds of blocks, around what maps their bytes.
-    class KORVALE_API XArrival
+    /// For as long as it lives, the calling thread brings a block into memory or out of it, which therefore is not on the list
+    /// yet, or no longer: others that lack room know that there is something to wait for. For kinds of blocks, around what
+    /// maps and unmaps their bytes.
+    class KORVALE_API XTransit
     {
     public:
-        explicit XArrival( XMemoryManager& ioManager );
-        XArrival( const XArrival& ) = delete;
-        XArrival& operator=( const XArrival& ) = delete;
-        ~XArrival();
+        explicit XTransit( XMemoryManager& ioManager );
+        XTransit( const XTransit& ) = delete;
+        XTransit& operator=( const XTransit& ) = delete;
+        ~XTransit();
 
     private:
         XRoomWaiters& itsWaiters;
@@ -109,7 +110,7 @@ public:
 
     /// Enters `inSize` bytes as in use, after purging the least recently locked blocks, and asking the listeners, as far
     /// as that is needed to stay inside the budget. Where that is not enough it waits for other threads, as long as one of
-    /// them may make room: one that is purging, that is bringing a block into memory, or that has locked a purgeable block
+    /// them may make room: one that is purging, that is bringing a block into memory or out of it, or that has locked a purgeable block
     /// less than the patience ago and does not itself wait for room. The wait uses no processor time and is alertable: a
     /// stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does not wait; with the
     /// memory mutex it does not ask listeners either.
@@ -180,7 +181,8 @@ public:
     /// Enters a block that is in memory and can be purged, and takes it off the list, before its view goes and at the
     /// latest in its destructor. While the memory mutex is held a block on the list stays where it is. Removing takes the
     /// block's mutex, so it waits until another thread's purge of the block is over: the caller must not hold the memory
-    /// mutex.
+    /// mutex. Adding, under the block's mutex, throws 1012 where the block has not reserved its place
+    /// (`XMemoryBlock::ReservePlace`) and there is no memory for one.
     void AddBlock( XMemoryBlock* inBlock );
     void RemoveBlock( XMemoryBlock* inBlock );
     /// Called by a block whose last lock is gone, under its mutex, if the manager has found it locked.
@@ -265,7 +267,6 @@ private:
     const std::unique_ptr<XRoomWaiters> itsRoomWaiters;
     const std::unique_ptr<XPageHeap> itsPageHeap; // gives back what is left in it, so it goes first
     std::atomic<std::uint32_t> itsPatience = kDefaultPatience;
-    std::atomic<std::uint32_t> itsPurgesGoingOn = 0;
     mutable XMutex itsFolderMutex;
     std::filesystem::path itsTemporaryFolder; // guarded by itsFolderMutex; empty: the system's
     std::atomic<std::uint32_t> itsFreeCount = 0;

@@ -2,6 +2,7 @@
 
 #include "Core/XErrorNumbers.h"
 #include "Memory/XAllocateWithRetry.h"
+#include "Memory/XTranslateBadAlloc.h"
 #include "Threads/XThreadLock.h"
 #include "WPages.h"
 
@@ -30,9 +31,7 @@ XPageHeap::~XPageHeap()
 void* XPageHeap::Allocate( USize64 inSize )
 {
     const USize64 size = GetPaddedSize( inSize );
-    XPieces fresh;
-    fresh.emplace( nullptr, XPiece{ inSize, std::make_unique<XMemoryReservation>( itsManager ) } );
-    auto piece = fresh.extract( fresh.begin() );
+    auto piece = XTranslateBadAlloc( [&] { return MakePiece( inSize ); } );
     piece.mapped().reservation->Set( size );
     void* memory = XAllocateWithRetry( itsManager, size, [&] { return WPages::Allocate( size ); } );
     piece.key() = memory;
@@ -79,6 +78,14 @@ USize64 XPageHeap::GetSize( const void* inMemory )
     const auto piece = itsPieces.find( inMemory );
     XAssert( piece != itsPieces.end() );
     return piece->second.size;
+}
+
+/// A node can only be made in a container.
+XPageHeap::XPieces::node_type XPageHeap::MakePiece( USize64 inSize )
+{
+    XPieces fresh;
+    fresh.emplace( nullptr, XPiece{ inSize, std::make_unique<XMemoryReservation>( itsManager ) } );
+    return fresh.extract( fresh.begin() );
 }
 
 XPageHeap::XPieces::node_type XPageHeap::TakeOut( const void* inMemory )

@@ -33,6 +33,7 @@ private:
 
     using XPieces = std::map<const void*, XPiece>;
 
+    XPieces::node_type MakePiece( USize64 inSize );
     XPieces::node_type TakeOut( const void* inMemory );
     void PutBack( XPieces::node_type inPiece );
 

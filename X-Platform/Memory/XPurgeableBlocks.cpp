@@ -3,51 +3,49 @@
 #include "Memory/XMemoryBlock.h"
 #include "WClock.h"
 
+/// A node can only be made in a container.
+XPurgeablePlace::XPurgeablePlace( XMemoryBlock& inBlock )
+{
+    XEntries entries = { XEntry{ {}, &inBlock } };
+    itsEntry = entries.extract( entries.begin() );
+    XMembers members = { &inBlock };
+    itsMember = members.extract( members.begin() );
+}
+
 /// The lock for which it comes is not noted yet. With the age of the lock before, all new blocks would have to change their
 /// places in one search.
 void XPurgeableBlocks::Add( XMemoryBlock& inBlock )
 {
-    const XAge age = { WClock::GetCoarseTicks(), 0 };
-    const auto [place, isNew] = itsAges.emplace( &inBlock, age );
-    if ( !isNew )
+    XPurgeablePlace& place = *inBlock.itsPlace;
+    if ( !place.itsMember )
         return;
-    try
-    {
-        itsInOrder.insert( { age, &inBlock } );
-    }
-    catch ( ... )
-    {
-        itsAges.erase( place );
-        throw;
-    }
+    place.itsAge = place.itsEntry.value().age = { WClock::GetCoarseTicks(), 0 };
+    itsMembers.insert( std::move( place.itsMember ) );
+    itsInOrder.insert( std::move( place.itsEntry ) );
 }
 
 void XPurgeableBlocks::Remove( XMemoryBlock& inBlock )
 {
-    const auto place = itsAges.find( &inBlock );
-    if ( place == itsAges.end() )
+    if ( !Contains( &inBlock ) )
         return;
-    const XEntry entry = { place->second, &inBlock };
-    itsAges.erase( place );
-    if ( itsInOrder.erase( entry ) > 0 )
-        return;
-    itsSetAside.erase( entry );
+    XPurgeablePlace& place = *inBlock.itsPlace;
+    place.itsMember = itsMembers.extract( &inBlock );
+    XEntries& entries = inBlock.itsIsSetAside ? itsSetAside : itsInOrder;
+    place.itsEntry = entries.extract( GetEntry( inBlock ) );
     inBlock.SetAside( false );
 }
 
 XVector<XMemoryBlock*> XPurgeableBlocks::GetAll() const
 {
     XVector<XMemoryBlock*> blocks;
-    blocks.reserve( itsAges.size() );
-    for ( const auto& [block, age] : itsAges )
-        blocks.push_back( block );
+    blocks.assign( itsMembers.begin(), itsMembers.end() );
     return blocks;
 }
 
 void XPurgeableBlocks::XSearch::NoteBusy( const XMemoryBlock& inBlock )
 {
     if ( itsBusyCount < itsBusyThreads.size() )
-        itsBusyThreads[itsBusyCount] = inBlock.IsProbablyLocked() ? inBlock.GetLastLockThread() : 0;
+        itsBusyThreads[itsBusyCount] = inBlock.GetMutex().GetOwner();
     ++itsBusyCount;
 }
 
@@ -69,11 +67,11 @@ XMemoryBlock* XPurgeableBlocks::LockNext( XSearch& ioSearch )
         }
         if ( block.GetLockCount() > 0 )
         {
-            Move( itsInOrder, entry, itsSetAside );
+            Move( itsInOrder, block, itsSetAside );
             block.SetAside( true );
         }
         else if ( entry.age < GetAge( block ) )
-            Move( itsInOrder, entry, itsInOrder );
+            Move( itsInOrder, block, itsInOrder );
         else
             return &block;
         block.GetMutex().Unlock();
@@ -82,8 +80,8 @@ XMemoryBlock* XPurgeableBlocks::LockNext( XSearch& ioSearch )
 
 void XPurgeableBlocks::HasBeenUnlocked( XMemoryBlock& inBlock )
 {
-    if ( const auto place = itsAges.find( &inBlock ); place != itsAges.end() )
-        Move( itsSetAside, { place->second, &inBlock }, itsInOrder );
+    if ( Contains( &inBlock ) )
+        Move( itsSetAside, inBlock, itsInOrder );
     inBlock.SetAside( false );
 }
 
@@ -92,10 +90,15 @@ XPurgeableBlocks::XAge XPurgeableBlocks::GetAge( const XMemoryBlock& inBlock )
     return { inBlock.GetLastLockTime(), inBlock.GetLastLockNumber() };
 }
 
-/// To the place of the block's last lock. Takes no memory.
-void XPurgeableBlocks::Move( XEntries& ioFrom, const XEntry& inEntry, XEntries& ioTo )
+XPurgeableBlocks::XEntry XPurgeableBlocks::GetEntry( XMemoryBlock& inBlock )
 {
-    auto node = ioFrom.extract( inEntry );
-    node.value().age = itsAges.find( inEntry.block )->second = GetAge( *inEntry.block );
+    return { inBlock.itsPlace->itsAge, &inBlock };
+}
+
+/// To the place of the block's last lock. Takes no memory.
+void XPurgeableBlocks::Move( XEntries& ioFrom, XMemoryBlock& inBlock, XEntries& ioTo )
+{
+    auto node = ioFrom.extract( GetEntry( inBlock ) );
+    node.value().age = inBlock.itsPlace->itsAge = GetAge( inBlock );
     ioTo.insert( std::move( node ) );
 }

@@ -6,21 +6,19 @@
 #include <array>
 #include <compare>
 #include <set>
-#include <unordered_map>
 
 class XMemoryBlock;
 
-/// The blocks that are in memory and can be purged, in the order of their last lock. Internal to the library.
-///
-/// A lock does not touch the order, so that it costs nothing: a block has the place of the last lock that is known here,
-/// and moves to its present place when its turn comes. A block that is found locked is set aside until its unlock, which
-/// puts it back. So a search costs the logarithm of the number of blocks for each lock since the last one, however many
-/// blocks there are.
-///
-/// Threads: one at a time; the manager's memory mutex guards it.
-class XPurgeableBlocks
+/// A block's place on the list of purgeable blocks, which the block keeps when it is off the list: to be put on the list again
+/// takes no memory. Internal to the library.
+class XPurgeablePlace
 {
+public:
+    explicit XPurgeablePlace( XMemoryBlock& inBlock );
+
 private:
+    friend class XPurgeableBlocks;
+
     /// When a block was locked last.
     struct XAge
     {
@@ -38,13 +36,37 @@ private:
         auto operator<=>( const XEntry& ) const = default;
     };
 
+    using XEntries = std::set<XEntry>;
+    using XMembers = std::set<XMemoryBlock*>;
+
+    // While the block is on the list both are there.
+    XEntries::node_type itsEntry;
+    XMembers::node_type itsMember;
+    XAge itsAge = {}; // of the entry
+};
+
+/// The blocks that are in memory and can be purged, in the order of their last lock. Internal to the library.
+///
+/// A lock does not touch the order, so that it costs nothing: a block has the place of the last lock that is known here,
+/// and moves to its present place when its turn comes. A block that is found locked is set aside until its unlock, which
+/// puts it back. So a search costs the logarithm of the number of blocks for each lock since the last one, however many
+/// blocks there are.
+///
+/// Threads: one at a time; the manager's memory mutex guards it.
+class XPurgeableBlocks
+{
+private:
+    using XAge = XPurgeablePlace::XAge;
+    using XEntry = XPurgeablePlace::XEntry;
+    using XEntries = XPurgeablePlace::XEntries;
+
 public:
     /// One walk from the block locked longest ago to the last one.
     class XSearch
     {
     public:
-        /// Whether a test holds for a thread that one of the blocks has locked whose mutex another thread held; 0 stands
-        /// for that of a block which nobody had locked. Taken for granted where there are many.
+        /// Whether a test holds for one of the threads that held the mutex of a block; 0 stands for one that has just given
+        /// it up. Taken for granted where there are many.
         template<class Test>
         bool HasBusyThread( Test inTest ) const
         {
@@ -61,10 +83,11 @@ public:
         std::array<std::uint32_t, 16> itsBusyThreads;
     };
 
+    /// Takes no memory: the block has its place.
     void Add( XMemoryBlock& inBlock );
     void Remove( XMemoryBlock& inBlock );
-    bool Contains( XMemoryBlock* inBlock ) const { return itsAges.contains( inBlock ); }
-    std::size_t GetCount() const { return itsAges.size(); }
+    bool Contains( XMemoryBlock* inBlock ) const { return itsMembers.contains( inBlock ); }
+    std::size_t GetCount() const { return itsMembers.size(); }
     XVector<XMemoryBlock*> GetAll() const;
 
     /// The next block of a search that nobody has locked; the calling thread has its mutex then, which keeps the block
@@ -85,12 +108,11 @@ public:
     }
 
 private:
-    using XEntries = std::set<XEntry>;
-
     static XAge GetAge( const XMemoryBlock& inBlock );
-    void Move( XEntries& ioFrom, const XEntry& inEntry, XEntries& ioTo );
+    static XEntry GetEntry( XMemoryBlock& inBlock );
+    void Move( XEntries& ioFrom, XMemoryBlock& inBlock, XEntries& ioTo );
 
-    std::unordered_map<XMemoryBlock*, XAge> itsAges; // of the entries
+    XPurgeablePlace::XMembers itsMembers;
     XEntries itsInOrder;
     XEntries itsSetAside;
 };

@@ -4,14 +4,14 @@
 
 namespace
 {
-thread_local std::uint32_t sArrivals = 0; // of this thread; one inside the other where a block needs another
+thread_local std::uint32_t sTransits = 0; // of this thread; one inside the other where a block needs another
 } // namespace
 
 XRoomWaiters::XWaiter::XWaiter( XRoomWaiters& ioAll )
-    : itsAll( ioAll ), itsThread( WThreadID::GetCurrent() ), itsArrivals( sArrivals )
+    : itsAll( ioAll ), itsThread( WThreadID::GetCurrent() ), itsTransits( sTransits )
 {
     const XThreadLock lock( itsAll.itsMutex );
-    itsSeen = itsAll.itsChanges;
+    NoteBeginning();
     itsNext = itsAll.itsFirst;
     itsAll.itsFirst = this;
     ++itsAll.itsCount;
@@ -32,7 +32,13 @@ void XRoomWaiters::XWaiter::BeginAttempt()
 {
     const XThreadLock lock( itsAll.itsMutex );
     itsAll.SetWaiting( *this, false );
+    NoteBeginning();
+}
+
+void XRoomWaiters::XWaiter::NoteBeginning()
+{
     itsSeen = itsAll.itsChanges;
+    itsEarlierWaits = itsAll.itsWaits;
 }
 
 void XRoomWaiters::XWaiter::BeginWait()
@@ -59,17 +65,31 @@ void XRoomWaiters::XWaiter::Sleep( std::uint32_t inTimeoutMs )
         itsAll.itsChanged.Sleep( itsAll.itsMutex, inTimeoutMs, kIsAlertable );
 }
 
-void XRoomWaiters::BeginArrival()
+void XRoomWaiters::BeginTransit()
 {
-    ++sArrivals;
-    ++itsArrivals;
+    ++sTransits;
+    ++itsTransits;
 }
 
-void XRoomWaiters::EndArrival()
+/// Nothing new for the thread itself: with a purge of its own that fails it would try for ever.
+void XRoomWaiters::EndTransit()
 {
-    --sArrivals;
-    --itsArrivals;
-    SomethingChanged();
+    --sTransits;
+    const XThreadLock lock( itsMutex );
+    --itsTransits;
+    WakeAll();
+    for ( XWaiter* waiter = itsFirst; waiter; waiter = waiter->itsNext )
+        if ( waiter->itsThread == WThreadID::GetCurrent() )
+            ++waiter->itsSeen;
+}
+
+bool XRoomWaiters::XWaiter::HasWaitedMeanwhile( std::uint32_t inThread ) const
+{
+    const XThreadLock lock( itsAll.itsMutex );
+    for ( const XWaiter* waiter = itsAll.itsFirst; waiter; waiter = waiter->itsNext )
+        if ( waiter->itsThread == inThread && waiter->itsIsWaiting && waiter->itsWait <= itsEarlierWaits )
+            return true;
+    return false;
 }
 
 bool XRoomWaiters::IsWaiting( std::uint32_t inThread ) const
@@ -88,14 +108,16 @@ void XRoomWaiters::SetWaiting( XWaiter& ioWaiter, bool inIsWaiting )
         return;
     ioWaiter.itsIsWaiting = inIsWaiting;
     if ( inIsWaiting )
-        itsArrivals -= ioWaiter.itsArrivals;
+    {
+        ioWaiter.itsWait = ++itsWaits;
+        itsTransits -= ioWaiter.itsTransits;
+    }
     else
-        itsArrivals += ioWaiter.itsArrivals;
+        itsTransits += ioWaiter.itsTransits;
 }
 
 void XRoomWaiters::WakeAll()
 {
-    const XThreadLock lock( itsMutex );
     ++itsChanges;
     for ( XWaiter* waiter = itsFirst; waiter; waiter = waiter->itsNext )
         SetWaiting( *waiter, false );

@@ -56,6 +56,8 @@ public:
     WaitForInputOrLock( std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
 
     bool IsLockedByCurrentThread() const { return GetOwner() == WThreadID::GetCurrent(); }
+    /// The ID of the thread that has the mutex at this moment, 0 if none has: for decisions that may be wrong a moment later.
+    std::uint32_t GetOwner() const { return itsState.load( std::memory_order_relaxed ) & kOwnerMask; }
 
     /// Internal errors unless the calling thread owns the mutex, owns it exactly once, or does not own it.
     void AssertIsLocked() const;
@@ -84,7 +86,6 @@ private:
     static constexpr std::uint32_t kOrdered = 0x40000000u;
     static constexpr std::uint32_t kOwnerMask = 0x3FFFFFFFu;
 
-    std::uint32_t GetOwner() const { return itsState.load( std::memory_order_relaxed ) & kOwnerMask; }
     bool TryLockFast( std::uint32_t inThreadID );
     bool TryClaim( std::uint32_t inThreadID );
     bool LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable );
