@@ -13,8 +13,9 @@
 /// - wide text, UTF-16 or UTF-32 as `wchar_t` is on the system;
 /// - UTF-8.
 ///
-/// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode,
-/// never a character that looks alike. NULs are characters like any other. A conversion that the system refuses throws
+/// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode. For
+/// the ANSI code page, where Windows has a character that looks alike it takes that; the conversions to Windows-1252 never
+/// do. NULs are characters like any other. A conversion that the system refuses throws
 /// WLastErrorException.
 class KORVALE_API WCodePage
 {

@@ -28,12 +28,6 @@ int CheckConverted( int inLength )
     return inLength;
 }
 
-/// Characters that have no place are not to become others that look alike. UTF-8 has a place for all, and no such flag.
-DWORD GetFlags()
-{
-    return ::GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS;
-}
-
 } // namespace
 
 std::wstring WCodePage::AnsiToWide( std::string_view inText )
@@ -53,10 +47,10 @@ std::string WCodePage::WideToAnsi( std::wstring_view inText )
     const int wideLength = GetCheckedLength( inText.size() );
     if ( wideLength == 0 )
         return {};
-    const int length = CheckConverted( ::WideCharToMultiByte(
-        CP_ACP, GetFlags(), inText.data(), wideLength, nullptr, 0, nullptr, nullptr ) );
+    const int length = CheckConverted(
+        ::WideCharToMultiByte( CP_ACP, 0, inText.data(), wideLength, nullptr, 0, nullptr, nullptr ) );
     std::string text( static_cast<std::size_t>( length ), '\0' );
     CheckConverted( ::WideCharToMultiByte(
-        CP_ACP, GetFlags(), inText.data(), wideLength, text.data(), length, nullptr, nullptr ) );
+        CP_ACP, 0, inText.data(), wideLength, text.data(), length, nullptr, nullptr ) );
     return text;
 }

@@ -1,8 +1,10 @@
 #include "WThread.h"
 
 #include "Core/XFail.h"
+#include "WSystemError.h"
 #include "WThreadID.h"
 
+#include <cerrno>
 #include <process.h>
 #include <utility>
 #include <windows.h>
@@ -45,8 +47,12 @@ void WThread::StartSystemThread()
     const auto run = []( void* inThread ) -> unsigned
     { return static_cast<unsigned>( static_cast<WThread*>( inThread )->Run() ); };
     itsHandle = _beginthreadex( nullptr, 0, run, this, 0, nullptr );
-    if ( itsHandle == 0 )
-        XThrowLastSystemError();
+    if ( itsHandle != 0 )
+        return;
+    // Too many threads, or none of what one takes: the system's last error differs with what that was.
+    if ( errno == EAGAIN || errno == EACCES )
+        WSystemError::SetLast( WSystemError::kNoSystemResources );
+    XThrowLastSystemError();
 }
 
 void WThread::WaitForSystemThread()
