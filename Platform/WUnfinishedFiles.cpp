@@ -1,5 +1,7 @@
 #include "WUnfinishedFiles.h"
 
+#include <cstddef>
+#include <new>
 #include <system_error>
 #include <vector>
 
@@ -12,10 +14,11 @@ struct Registry
     std::vector<std::filesystem::path> paths; // absolute, in the order in which they were made
 };
 
-/// Outlasts static objects that write files.
+/// Outlasts static objects that write files, and takes no memory, for the end may come for want of it.
 Registry& GetRegistry()
 {
-    static auto* const registry = new Registry;
+    alignas( Registry ) static std::byte room[sizeof( Registry )];
+    static auto* const registry = new ( room ) Registry;
     return *registry;
 }
 

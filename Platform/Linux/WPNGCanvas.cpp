@@ -1,10 +1,15 @@
 #include "WCanvas.h"
 
+#include "Core/XErrorNumbers.h"
+#include "Core/XFail.h"
+#include "WPages.h"
+
 #include <bit>
 #include <cairo.h>
 #include <cmath>
 #include <csetjmp>
 #include <cstdio>
+#include <mutex>
 #include <numbers>
 #include <png.h>
 #include <stdexcept>
@@ -90,6 +95,47 @@ std::string EncodePixels( Pixels& inPixels )
     return std::move( target.bytes );
 }
 
+void CheckRoom( std::uint64_t inRoom )
+{
+    auto* const pages = WPages::Allocate( inRoom );
+    if ( !pages )
+        XThrow( kErrorOutOfMemory );
+    WPages::Free( pages, inRoom );
+}
+
+void SelectFont( cairo_t* ioCairo )
+{
+    cairo_select_font_face( ioCairo, "Arial", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL );
+}
+
+/// Loads the settings and lists of fonts.
+void LoadFonts()
+{
+    auto* const surface = cairo_image_surface_create( CAIRO_FORMAT_RGB24, 1, 1 );
+    auto* const cairo = cairo_create( surface );
+    cairo_text_extents_t extents{};
+    SelectFont( cairo );
+    cairo_text_extents( cairo, "0", &extents );
+    cairo_destroy( cairo );
+    cairo_surface_destroy( surface );
+}
+
+/// The library that finds fonts crashes, or leaves fonts out, where memory ends while it works. So there must be plenty
+/// before it is called: the first time, and then for each size of a font. Throws 1012.
+void CheckRoomForFonts()
+{
+    constexpr std::uint64_t kMebibyte = 1024 * 1024, kFirst = 64 * kMebibyte, kLater = 16 * kMebibyte;
+    static std::once_flag sLoading;
+    std::call_once(
+        sLoading,
+        []
+        {
+            CheckRoom( kFirst );
+            LoadFonts();
+        } );
+    CheckRoom( kLater );
+}
+
 class PNGCanvas : public WCanvas
 {
 public:
@@ -126,7 +172,7 @@ PNGCanvas::PNGCanvas( int inWidth, int inHeight, double inPixelsPerUnit, std::ui
     cairo_paint( itsCairo );
     cairo_scale( itsCairo, inPixelsPerUnit, inPixelsPerUnit );
     cairo_set_line_join( itsCairo, CAIRO_LINE_JOIN_ROUND );
-    cairo_select_font_face( itsCairo, "Arial", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL );
+    SelectFont( itsCairo );
     UseShapesOfFont();
 }
 
@@ -150,7 +196,10 @@ void PNGCanvas::UseShapesOfFont()
 /// A canvas that has failed ignores all further calls, so that it is enough to ask at the end.
 void PNGCanvas::Check() const
 {
-    if ( const auto status = cairo_status( itsCairo ); status != CAIRO_STATUS_SUCCESS )
+    const auto status = cairo_status( itsCairo );
+    if ( status == CAIRO_STATUS_NO_MEMORY )
+        XThrow( kErrorOutOfMemory );
+    if ( status != CAIRO_STATUS_SUCCESS )
         throw std::runtime_error(
             std::string( "the picture cannot be drawn: " ) + cairo_status_to_string( status ) );
 }
@@ -236,6 +285,7 @@ void PNGCanvas::DrawTextSelf( const std::string& inText, WPoint inPlace, const W
 
 double PNGCanvas::GetTextWidthSelf( const std::string& inText, double inSize )
 {
+    CheckRoomForFonts();
     cairo_text_extents_t extents{};
     cairo_set_font_size( itsCairo, inSize );
     cairo_text_extents( itsCairo, inText.c_str(), &extents );

@@ -175,25 +175,32 @@ def check_size_limit(program, folder):
     print(f"size limit: {error.strip()}")
 
 
-def run_with_address_space(program, folder, size):
+def run_with_address_space(program, folder, arguments, size):
     limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size))
-    process = start(program, folder, ["sample", "small", "--planes", "2", "-q"], preexec_fn=limit)
+    process = start(program, folder, [*arguments, "-q"], preexec_fn=limit)
     _, error = process.communicate()
     return process.returncode, error.decode()
 
 
 def check_little_memory(program, folder):
     """Wherever memory ends, at the start too, that is a failure with a message. With 127 the loader has none."""
-    if run_with_address_space(program, folder, 4 << 30)[0] != 0:
+    sample = ["sample", "small", "--planes", "2"]
+    made = ["small/sample.tif", "small/truth.csv", "small"]
+    if run_with_address_space(program, folder, sample, 4 << 30)[0] != 0:
         return  # a sanitizer needs more
-    remove(folder, ["small/sample.tif", "small/truth.csv", "small"])
-    for mebibytes in range(20, 84, 4):
-        status, error = run_with_address_space(program, folder, mebibytes << 20)
-        made = [entry for entry in entries(folder) if entry.startswith("small")]
-        if status not in (0, 127) and (status != 1 or made or not error.startswith("korvale: ")):
-            faults.append(f"{mebibytes} MiB of address space: status {status}, {error}, {made}")
-        print(f"{mebibytes} MiB: status {status}, {error.strip()}")
-        remove(folder, ["small/sample.tif", "small/truth.csv", "small"])
+    overlay = ["measure", "small.tif", "--overlay", "small.png"]
+    (folder / "small/sample.tif").rename(folder / "small.tif")
+    cases = [(sample, size) for size in range(20, 84, 4)] + [(overlay, size) for size in range(64, 136, 8)]
+    for arguments, mebibytes in cases:
+        remove(folder, made)
+        before = entries(folder)
+        status, error = run_with_address_space(program, folder, arguments, mebibytes << 20)
+        left = [entry for entry in entries(folder) if entry not in before and not entry.endswith(".png.new")]
+        failed = status == 1 and not left and error.startswith("korvale: ") and "crashed" not in error
+        if status not in (0, 127) and not failed:
+            faults.append(f"{arguments[0]} in {mebibytes} MiB of address space: status {status}, {error}, {left}")
+        print(f"{arguments[0]} in {mebibytes} MiB: status {status}, {error.strip()}")
+    remove(folder, made)
 
 
 def main():

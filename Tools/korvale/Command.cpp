@@ -2,14 +2,15 @@
 
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
-#include "WCodePage.h"
 #include "WInterrupt.h"
+#include "WSystemError.h"
 
 #include <algorithm>
 #include <charconv>
 #include <exception>
 #include <new>
 #include <stdexcept>
+#include <system_error>
 
 std::filesystem::path PathFromUTF8( const std::string& inText )
 {
@@ -35,6 +36,31 @@ std::string CheckWholeNumber( const std::string& inText )
     return error == std::errc() && rest == end ? "" : inText + " is no whole number from 0 to 2^64 - 1";
 }
 
+namespace
+{
+Failure DescribeException( const XException& inException )
+{
+    return { inException.GetRawErrorMessage().ToUTF8(), inException.GetErrorNumber() };
+}
+
+/// Without the path that a filesystem_error has, which the user gave in another form.
+Failure DescribeSystemError( const std::error_code& inError )
+{
+    // Threads that cannot be started; elsewhere it is an empty socket.
+    const bool lacksResources = inError == std::errc::resource_unavailable_try_again;
+    WSystemError::SetLast(
+        lacksResources ? WSystemError::kNoSystemResources : WSystemError::FromErrorCode( inError ) );
+    try
+    {
+        XThrowLastSystemError();
+    }
+    catch ( const XException& exception )
+    {
+        return DescribeException( exception );
+    }
+}
+} // namespace
+
 bool Failure::IsUserAbort() const
 {
     return number == kErrorCancelled;
@@ -49,17 +75,16 @@ Failure DescribeCurrentException()
     }
     catch ( const XException& exception )
     {
-        failure.text = exception.GetRawErrorMessage().ToUTF8();
-        failure.number = exception.GetErrorNumber();
+        failure = DescribeException( exception );
     }
-    catch ( const std::filesystem::filesystem_error& error )
+    catch ( const std::system_error& error )
     {
-        // Without the path, which the user gave in another form. The system answers in its own code page.
-        failure.text = WCodePage::AnsiToUTF8( error.code().message() );
+        failure = DescribeSystemError( error.code() );
     }
     catch ( const std::bad_alloc& )
     {
-        failure.text = "there is not enough memory";
+        failure = {
+            "there is not enough memory (" + std::to_string( kErrorOutOfMemory ) + ")", kErrorOutOfMemory };
     }
     catch ( const std::exception& exception )
     {

@@ -78,6 +78,9 @@ private:
 
 std::terminate_handler LackOfMemoryHandler::sOthers = nullptr;
 
+/// Before all other static objects, some of which take memory.
+[[gnu::init_priority( 101 )]] const LackOfMemoryHandler sOutsideApplication;
+
 int Run( int inArgCount, char** inArgs )
 {
     const WInterrupt interrupt( { kInterrupted, kFailure, kGraceMs, LeaveNothing } );
@@ -93,7 +96,6 @@ int Run( int inArgCount, char** inArgs )
 
 int main( int inArgCount, char** inArgs )
 {
-    const LackOfMemoryHandler outsideApplication;
     try
     {
         return Run( inArgCount, inArgs );
