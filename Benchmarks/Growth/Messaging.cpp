@@ -5,7 +5,9 @@
 #include "Messaging/XSpeaker.h"
 
 #include <deque>
+#include <iterator>
 #include <memory>
+#include <thread>
 
 namespace
 {
@@ -98,7 +100,9 @@ Seconds ExcludeAsynchronousListeners( std::size_t inCount )
     return Time(
         [&]
         {
-            speaker.SpeakMessage( NumberedMessage( 0 ) );
+            for ( std::size_t i = 0; i < 2; ++i )
+                std::thread( [&] { speaker.SpeakMessage( NumberedMessage( i ) ); } ).join();
+            asynchronous.erase( asynchronous.begin(), asynchronous.begin() + std::ssize( asynchronous ) / 2 );
             XSpeaker::ProcessAllNextEventMessages();
             asynchronous.clear();
         } );

@@ -12,6 +12,7 @@ namespace
 {
 
 constexpr std::uint32_t kPassOverPeriodMs = 10;
+constexpr USize kFewSubscriptions = 32; // are searched as fast as they are looked up
 
 } // namespace
 
@@ -68,8 +69,7 @@ void XListener::SetAsynchronous( bool inIsAsynchronous )
         return;
     SetFlag( kAsynchronous, inIsAsynchronous );
     for ( const XSubscription& subscription : itsSubscriptions )
-        if ( !subscription.hasEnded )
-            subscription.list->CountAsynchronous( inIsAsynchronous ? 1 : -1 );
+        subscription.list->CountAsynchronous( inIsAsynchronous ? subscription.count : -subscription.count );
 }
 
 void XListener::SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf )
@@ -99,64 +99,103 @@ bool XListener::RememberSpeaker( XListenerList& inList )
 {
     const XThreadLock lock( itsMutex );
     SetFlag( kSubscribed, true );
-    const auto ended = FindSubscription( inList, true );
-    const bool isEnded = ended != itsSubscriptions.end();
-    const bool isKnown = isEnded || FindSubscription( inList, false ) != itsSubscriptions.end();
-    if ( isEnded )
-        ended->hasEnded = false;
-    else
-    {
-        itsSubscriptions.push_back( { &inList, false } );
-        inList.AddReference();
-    }
+    XSubscription* const known = FindSubscription( inList );
+    ++( known ? *known : AddSubscription( inList ) ).count;
     inList.CountSubscription( 1, IsAsynchronous() );
-    return isKnown;
+    return known != nullptr;
 }
 
 bool XListener::ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast )
 {
     const XThreadLock lock( itsMutex );
-    const auto found = FindSubscription( inList, false );
-    if ( found == itsSubscriptions.end() )
+    XSubscription* const found = FindSubscription( inList );
+    if ( !found || found->count == 0 )
         return false;
     inList.CountSubscription( -1, IsAsynchronous() );
-    if ( inIsLastOfBroadcast )
-        found->hasEnded = true;
-    else
-        Remove( found );
+    if ( --found->count == 0 && !inIsLastOfBroadcast )
+        Remove( *found );
     return true;
 }
 
-void XListener::SpeakerDeleted( XListenerList& inList, std::int32_t inCount, bool inIsBroadcasting )
+void XListener::SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting )
 {
     const XThreadLock lock( itsMutex );
-    for ( ; inCount > 0; --inCount )
-        ForgetSpeaker( inList, std::exchange( inIsBroadcasting, false ) );
+    XSubscription* const found = FindSubscription( inList );
+    if ( !found || found->count == 0 )
+        return;
+    inList.CountSubscription( -std::exchange( found->count, 0 ), IsAsynchronous() );
+    if ( !inIsBroadcasting )
+        Remove( *found );
 }
 
 void XListener::ForgetBroadcast( XListenerList& inList )
 {
     const XThreadLock lock( itsMutex );
-    const auto found = FindSubscription( inList, true );
-    if ( found != itsSubscriptions.end() )
-        Remove( found );
+    XSubscription* const found = FindSubscription( inList );
+    if ( found && found->count == 0 )
+        Remove( *found );
 }
 
-/// Under the mutex.
-XListener::XSubscriptions::iterator
-XListener::FindSubscription( const XListenerList& inList, bool inHasEnded )
+// ---- Under the mutex
+
+XListener::XSubscription* XListener::FindSubscription( const XListenerList& inList )
 {
-    const auto isIt = [&]( const XSubscription& inOther )
-    { return inOther.list == &inList && inOther.hasEnded == inHasEnded; };
-    return std::find_if( itsSubscriptions.begin(), itsSubscriptions.end(), isIt );
+    if ( itsPlaces )
+    {
+        const auto found = itsPlaces->find( &inList );
+        return found == itsPlaces->end() ? nullptr : &itsSubscriptions[found->second];
+    }
+    const auto found = std::ranges::find( itsSubscriptions, &inList, &XSubscription::list );
+    return found == itsSubscriptions.end() ? nullptr : &*found;
 }
 
-void XListener::Remove( XSubscriptions::iterator inSubscription )
+XListener::XSubscription& XListener::AddSubscription( XListenerList& inList )
 {
-    inSubscription->list->Release();
-    *inSubscription = itsSubscriptions.back();
+    XSubscription& added = itsSubscriptions.emplace_back( XSubscription{ &inList, 0 } );
+    inList.AddReference();
+    if ( itsSubscriptions.size() > kFewSubscriptions )
+        RememberPlaces();
+    return added;
+}
+
+/// After one was added. Without the memory for it they are searched.
+void XListener::RememberPlaces() noexcept
+{
+    try
+    {
+        USize first = itsSubscriptions.size() - 1;
+        if ( !itsPlaces )
+        {
+            itsPlaces = std::make_unique<XPlaces>();
+            first = 0;
+        }
+        for ( USize place = first; place < itsSubscriptions.size(); ++place )
+            itsPlaces->insert_or_assign( itsSubscriptions[place].list, place );
+    }
+    catch ( ... )
+    {
+        itsPlaces.reset();
+    }
+}
+
+/// The last one takes its place.
+void XListener::Remove( XSubscription& inSubscription )
+{
+    XListenerList* const list = inSubscription.list;
+    inSubscription = itsSubscriptions.back();
+    if ( itsPlaces )
+    {
+        itsPlaces->find( inSubscription.list )->second =
+            static_cast<USize>( &inSubscription - itsSubscriptions.data() );
+        itsPlaces->erase( list );
+    }
     itsSubscriptions.pop_back();
+    if ( itsSubscriptions.size() <= kFewSubscriptions / 2 )
+        itsPlaces.reset();
+    list->Release();
 }
+
+// ---- Stopping
 
 void XListener::StopListening()
 {
@@ -217,7 +256,7 @@ XListenerList* XListener::PinSubscribed( bool inMayPassOver )
     const auto hasToEnd = [&]( const XSubscription& inSubscription )
     {
         if ( inSubscription.list->GetMutex().IsLockedByCurrentThread() )
-            return !inSubscription.hasEnded;
+            return inSubscription.count > 0;
         return !( inMayPassOver && inSubscription.isStopping );
     };
     const auto found = std::find_if( itsSubscriptions.begin(), itsSubscriptions.end(), hasToEnd );
@@ -230,6 +269,7 @@ XListenerList* XListener::PinSubscribed( bool inMayPassOver )
 /// The broadcasts on this thread go on without the listener.
 void XListener::ForgetOwnBroadcasts()
 {
+    itsPlaces.reset();
     for ( const XSubscription& subscription : std::exchange( itsSubscriptions, {} ) )
     {
         subscription.list->RemoveDying( *this );

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <typeinfo>
+#include <unordered_map>
 
 class XListenerList;
 class XMessage;
@@ -125,30 +126,33 @@ private:
     }
     bool IsContainedInDeaf( const XMessage& inMessage ) const;
 
-    /// A subscription, or what is left of the last one while the broadcast that was on when it ended may be
-    /// calling this listener: its end waits for that as well.
+    /// The subscriptions to a list. With none left it stays while the broadcast that was on when the last one ended may
+    /// be calling this listener: its end waits for that as well.
     struct XSubscription
     {
         XListenerList* list; // with one reference
-        bool hasEnded;
+        std::int32_t count;
         bool isStopping = false; // the handler that the list's broadcast is in stops the listener
     };
     using XSubscriptions = XVector<XSubscription>;
+    using XPlaces = std::unordered_map<const XListenerList*, USize>;
 
     /// These keep the subscriptions, for the list and under its mutex. The first returns whether the listener
     /// has a node there already, the second whether there was a subscription to end.
     bool RememberSpeaker( XListenerList& inList );
     bool ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast );
 
-    /// Ends all subscriptions to a list, which are so many, in one step. Unless a broadcast is on, the listener
-    /// may be destroyed by another thread from then on.
-    void SpeakerDeleted( XListenerList& inList, std::int32_t inCount, bool inIsBroadcasting );
+    /// Ends all subscriptions to a list in one step. Unless a broadcast is on, the listener may be destroyed by another
+    /// thread from then on.
+    void SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting );
 
     /// The broadcast in which the last subscription to a list ended is over.
     void ForgetBroadcast( XListenerList& inList );
 
-    XSubscriptions::iterator FindSubscription( const XListenerList& inList, bool inHasEnded );
-    void Remove( XSubscriptions::iterator inSubscription );
+    XSubscription* FindSubscription( const XListenerList& inList );
+    XSubscription& AddSubscription( XListenerList& inList );
+    void Remove( XSubscription& inSubscription );
+    void RememberPlaces() noexcept;
     void Stop( bool inIsDying );
     bool MarkOwnBroadcasts( bool inAreStopping );
     void UnsubscribeFromAll( bool inMayPassOver );
@@ -159,6 +163,7 @@ private:
     const XCaller itsCaller;
     mutable XMutex itsMutex;                  // taken after a speaker's mutex
     XSubscriptions itsSubscriptions;          // guarded by itsMutex
+    std::unique_ptr<XPlaces> itsPlaces;       // of these, where they are many; guarded by itsMutex
     std::unique_ptr<XTypeNames> itsDeafTypes; // names of classes; guarded by itsMutex
 };
 

@@ -5,14 +5,35 @@
 #include "Threads/XThreadLock.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
 
-bool Contains( const XSpeaker::XListenerVector& inListeners, const XListener* inListener )
+constexpr USize kFew = 32; // listeners are searched as fast as they are looked up
+
+/// Those who are left out of a broadcast, in any order.
+class XExclusions
 {
-    return std::find( inListeners.begin(), inListeners.end(), inListener ) != inListeners.end();
-}
+public:
+    explicit XExclusions( const XSpeaker::XListenerVector& inListeners ) : itsListeners( inListeners )
+    {
+        if ( inListeners.size() <= kFew )
+            return;
+        itsSorted = inListeners;
+        std::ranges::sort( itsSorted );
+    }
+
+    bool Contains( const XListener* inListener ) const
+    {
+        return itsSorted.empty() ? std::ranges::find( itsListeners, inListener ) != itsListeners.end()
+                                 : std::ranges::binary_search( itsSorted, inListener );
+    }
+
+private:
+    const XSpeaker::XListenerVector& itsListeners;
+    XSpeaker::XListenerVector itsSorted;
+};
 
 } // namespace
 
@@ -89,7 +110,7 @@ void XListenerList::HardUnsubscribe( XListener& inListener )
     const XThreadLock lock( itsMutex );
     if ( XNode* const node = FindNode( inListener ) )
     {
-        inListener.SpeakerDeleted( *this, node->count, itsBroadcastDepth > 0 );
+        inListener.SpeakerDeleted( *this, itsBroadcastDepth > 0 );
         RemoveNode( *node );
     }
 }
@@ -109,12 +130,12 @@ void XListenerList::RemoveAll()
     for ( XNode& node : itsNodes )
     {
         if ( node.listener )
-            node.listener->SpeakerDeleted( *this, node.count, itsBroadcastDepth > 0 );
+            node.listener->SpeakerDeleted( *this, itsBroadcastDepth > 0 );
         node.count = 0;
     }
     itsNeedsCleanup = itsBroadcastDepth > 0;
     if ( !itsNeedsCleanup )
-        itsNodes.clear();
+        RemoveEmptyNodes();
 }
 
 USize XListenerList::GetListenerCount()
@@ -124,9 +145,14 @@ USize XListenerList::GetListenerCount()
     return static_cast<USize>( std::count_if( itsNodes.begin(), itsNodes.end(), isSubscribed ) );
 }
 
-/// Searches from the back: what came last is often the first to go.
+/// Few are searched from the back: what came last is often the first to go.
 XListenerList::XNode* XListenerList::FindNode( const XListener& inListener )
 {
+    if ( itsPlaces )
+    {
+        const auto found = itsPlaces->find( &inListener );
+        return found == itsPlaces->end() ? nullptr : &itsNodes[found->second];
+    }
     const auto isListener = [&]( const XNode& inNode ) { return inNode.listener == &inListener; };
     const auto found = std::find_if( itsNodes.rbegin(), itsNodes.rend(), isListener );
     return found == itsNodes.rend() ? nullptr : &*found;
@@ -138,7 +164,37 @@ XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool 
         if ( XNode* const node = FindNode( inListener ) )
             return *node;
     ++itsAdditions;
-    return itsNodes.emplace_back( XNode{ &inListener, 0 } );
+    XNode& added = itsNodes.emplace_back( XNode{ &inListener, 0 } );
+    if ( itsNodes.size() > kFew )
+        RememberPlaces();
+    return added;
+}
+
+/// After one was added. Without the memory for it they are searched.
+void XListenerList::RememberPlaces() noexcept
+{
+    try
+    {
+        USize first = itsNodes.size() - 1;
+        if ( !itsPlaces )
+        {
+            itsPlaces = std::make_unique<std::unordered_map<const XListener*, USize>>();
+            first = 0;
+        }
+        for ( USize place = first; place < itsNodes.size(); ++place )
+            if ( const XListener* const listener = itsNodes[place].listener )
+                itsPlaces->insert_or_assign( listener, place );
+    }
+    catch ( ... )
+    {
+        itsPlaces.reset();
+    }
+}
+
+void XListenerList::ForgetPlace( const XListener* inListener )
+{
+    if ( itsPlaces )
+        itsPlaces->erase( inListener );
 }
 
 void XListenerList::RemoveDying( XListener& inListener )
@@ -146,6 +202,7 @@ void XListenerList::RemoveDying( XListener& inListener )
     const XThreadLock lock( itsMutex );
     if ( XNode* const node = FindNode( inListener ) )
     {
+        ForgetPlace( &inListener );
         node->listener = nullptr;
         RemoveNode( *node );
     }
@@ -155,9 +212,27 @@ void XListenerList::RemoveNode( XNode& inNode )
 {
     inNode.count = 0;
     if ( itsBroadcastDepth > 0 )
+    {
         itsNeedsCleanup = true;
-    else
-        itsNodes.erase( itsNodes.begin() + ( &inNode - itsNodes.data() ) );
+        return;
+    }
+    if ( const XListener* const listener = std::exchange( inNode.listener, nullptr ) )
+        ForgetPlace( listener );
+    ++itsEmptyNodes;
+    if ( itsNodes.size() <= kFew || itsEmptyNodes * 2 >= itsNodes.size() )
+        RemoveEmptyNodes();
+}
+
+/// No broadcast is on.
+void XListenerList::RemoveEmptyNodes()
+{
+    std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count == 0; } );
+    itsEmptyNodes = 0;
+    if ( itsNodes.size() <= kFew )
+        itsPlaces.reset();
+    if ( itsPlaces )
+        for ( USize place = 0; place < itsNodes.size(); ++place )
+            itsPlaces->find( itsNodes[place].listener )->second = place;
 }
 
 void XListenerList::CleanupAfterMessage()
@@ -165,8 +240,11 @@ void XListenerList::CleanupAfterMessage()
     itsNeedsCleanup = false;
     for ( const XNode& node : itsNodes )
         if ( node.count == 0 && node.listener )
+        {
+            ForgetPlace( node.listener );
             node.listener->ForgetBroadcast( *this );
-    std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count == 0; } );
+        }
+    RemoveEmptyNodes();
 }
 
 void XListenerList::Broadcast(
@@ -195,11 +273,11 @@ void XListenerList::CallAll( const XMessage& inMessage )
 
 void XListenerList::CallAllBut( const XSpeaker::XListenerVector& inExclusions, const XMessage& inMessage )
 {
+    const XExclusions exclusions( inExclusions );
     for ( USize i = 0; i != itsNodes.size(); ++i )
     {
         XListener* const listener = itsNodes[i].listener;
-        if ( itsNodes[i].count > 0 && !listener->IsDeafTo( inMessage ) &&
-             !Contains( inExclusions, listener ) )
+        if ( itsNodes[i].count > 0 && !listener->IsDeafTo( inMessage ) && !exclusions.Contains( listener ) )
             listener->HandleMessage( inMessage );
     }
 }
@@ -208,13 +286,13 @@ bool XListenerList::CallAsynchronous(
     const XMessage& inMessage, const XSpeaker::XListenerVector& inExclusions,
     XSpeaker::XListenerVector& outServed )
 {
+    const XExclusions exclusions( inExclusions );
     bool isAnyPending = false;
     XVector<USize> served; // by index, so that a listener that dies here is not mistaken for a later one
     for ( USize i = 0; i < itsNodes.size(); ++i )
     {
         const XNode node = itsNodes[i];
-        if ( node.count <= 0 || node.listener->IsDeafTo( inMessage ) ||
-             Contains( inExclusions, node.listener ) )
+        if ( node.count <= 0 || node.listener->IsDeafTo( inMessage ) || exclusions.Contains( node.listener ) )
             continue;
         if ( !node.listener->IsAsynchronous() )
         {

@@ -11,7 +11,7 @@
 /// the mutex, having seen that the speaker has not stopped: the speaker's end takes the mutex to stop it.
 ///
 /// While a broadcast is on, nodes keep their places, and what was removed is only marked; clean-up follows
-/// when the outermost broadcast is over.
+/// when the outermost broadcast is over. Among many nodes a removed one stays, empty, until half of them are.
 class XListenerList
 {
 public:
@@ -86,7 +86,10 @@ private:
 
     XNode* FindNode( const XListener& inListener );
     XNode& FindOrAddNode( XListener& inListener, bool inMayBeThere );
+    void RememberPlaces() noexcept;
+    void ForgetPlace( const XListener* inListener );
     void RemoveNode( XNode& inNode );
+    void RemoveEmptyNodes();
     void CleanupAfterMessage();
 
     // What is read to queue a message, and behind it, apart, what is written to deliver one on another
@@ -99,6 +102,8 @@ private:
     alignas( kCacheLine ) XMutex itsMutex;        // guards what follows
     std::atomic<std::uint32_t> itsReferences = 1; // those of subscriptions, and one for all pins
     XVector<XNode> itsNodes;
+    std::unique_ptr<std::unordered_map<const XListener*, USize>> itsPlaces; // of these, where they are many
+    USize itsEmptyNodes = 0;                                                // of no listener
     std::uint32_t itsAdditions = 0; // of nodes, which may have moved them
     std::uint32_t itsBroadcastDepth = 0;
     bool itsNeedsCleanup = false;

@@ -9,6 +9,7 @@
 #include "WMainLoop.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -22,9 +23,12 @@ using XItem = XDeferredQueue::XItem;
 
 void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVector& inListeners )
 {
-    for ( const XListener* const listener : inListeners )
-        if ( std::find( ioListeners.begin(), ioListeners.end(), listener ) == ioListeners.end() )
-            ioListeners.push_back( listener );
+    if ( inListeners.empty() )
+        return;
+    ioListeners.insert( ioListeners.end(), inListeners.begin(), inListeners.end() );
+    std::ranges::sort( ioListeners );
+    const auto repeated = std::ranges::unique( ioListeners );
+    ioListeners.erase( repeated.begin(), repeated.end() );
 }
 
 } // namespace
@@ -201,6 +205,8 @@ void XMessageQueues::WithdrawNotice( XEntry& inNotice ) noexcept
 /// replaces.
 void XMessageQueues::AddLocked( XQueue& ioQueue, XItem& ioItem )
 {
+    if ( !ioItem.record.exclusions.empty() )
+        ForgetExclusionsOfDead();
     XDeferredQueue& messages = ioQueue.messages;
     auto coalesce = XMessage::kCoalesceNone;
     XEntry* like = messages.FindFirstLike( ioItem );
@@ -249,6 +255,8 @@ bool XMessageQueues::Deliver( XQueue& ioQueue, std::uint64_t inEnd )
         XEntry* const first = ioQueue.messages.GetFirst();
         if ( !first || first->serial >= inEnd || itsSuspendIdleProcessing > 0 )
             return false;
+        if ( !first->record.exclusions.empty() )
+            ForgetExclusionsOfDead();
         target = first->record.target;
         theMessage = first->record.message.get();
         if ( target )
@@ -351,6 +359,7 @@ USize XMessageQueues::RemoveIf( XWhen inQueue, const XPredicate& inPredicate )
 {
     XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
+    ForgetExclusionsOfDead();
     XDeferredQueue& messages = SelectQueue( inQueue ).messages;
     for ( XEntry* entry = messages.GetFirst(); entry; )
     {
@@ -379,22 +388,54 @@ void XMessageQueues::ForgetListener(
     XWithdrawn withdrawn( *this );
     const XThreadLock lock( itsDeferredMutex );
     for ( XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
-    {
         while ( XEntry* const entry = queue->messages.FindFirstFor( inListener ) )
             withdrawn.Add( *entry );
-        if ( inMayBeExcluded && inIsDying )
-            ForgetExclusions( queue->messages, inListener );
-    }
+    if ( inMayBeExcluded && inIsDying )
+        ForgetExclusionsOf( inListener );
     while ( inListener.IsPostBeginning() )
         itsCallEnded.Wait( itsDeferredMutex );
     EndCallsOf( inListener, &XCall::listener, inMayPassOver, inIsDying );
 }
 
-/// A listener made later may get the same address.
-void XMessageQueues::ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener )
+/// A listener made later may get the same address, but no message excludes it before exclusions are next looked at.
+/// Until then the dead are collected, so that many which die are looked for at once.
+void XMessageQueues::ForgetExclusionsOf( const XListener& inListener )
 {
-    for ( XEntry* entry = ioMessages.GetFirst(); entry; entry = entry->next )
-        std::erase( entry->record.exclusions, &inListener );
+    try
+    {
+        itsDeadListeners.push_back( &inListener );
+        if ( itsDeadListeners.size() >= itsMostDeadListeners )
+            ForgetExclusionsOfDead();
+    }
+    catch ( const std::bad_alloc& )
+    {
+        ForgetExclusions( [&]( const XListener* inOther ) { return inOther == &inListener; } );
+    }
+}
+
+void XMessageQueues::ForgetExclusionsOfDead()
+{
+    if ( itsDeadListeners.empty() )
+        return;
+    std::ranges::sort( itsDeadListeners );
+    const USize leftCount = ForgetExclusions(
+        [&]( const XListener* inOther ) { return std::ranges::binary_search( itsDeadListeners, inOther ); } );
+    itsDeadListeners.clear();
+    itsMostDeadListeners = std::max( kLeastDeadListeners, leftCount );
+}
+
+/// Returns how many exclusions are left.
+template<class IsDead>
+USize XMessageQueues::ForgetExclusions( const IsDead& inIsDead )
+{
+    USize leftCount = 0;
+    for ( const XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
+        for ( XEntry* entry = queue->messages.GetFirst(); entry; entry = entry->next )
+        {
+            std::erase_if( entry->record.exclusions, inIsDead );
+            leftCount += entry->record.exclusions.size();
+        }
+    return leftCount;
 }
 
 bool XMessageQueues::MarkOwnCallsOf( const XListener& inListener )

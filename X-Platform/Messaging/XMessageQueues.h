@@ -72,6 +72,8 @@ private:
     class XCallScope;
     class XWithdrawn;
 
+    static constexpr USize kLeastDeadListeners = 1024;
+
     XMessageQueues() = default;
 
     XQueue& SelectQueue( XWhen inWhen )
@@ -82,7 +84,10 @@ private:
     // Under the mutex.
     void AddLocked( XQueue& ioQueue, XDeferredQueue::XItem& ioItem );
     void Signal( XQueue& ioQueue );
-    static void ForgetExclusions( XDeferredQueue& ioMessages, const XListener& inListener );
+    void ForgetExclusionsOf( const XListener& inListener );
+    void ForgetExclusionsOfDead();
+    template<class IsDead>
+    USize ForgetExclusions( const IsDead& inIsDead );
     template<class T>
     void EndCallsOf( const T& inOne, const T* XCall::*inMember, bool inMayPassOver, bool inIsDying );
     template<class T>
@@ -100,8 +105,10 @@ private:
     XMutex itsDeferredMutex; // guards everything below
     XQueue itsNextEventMessages;
     XQueue itsIdleMessages;
-    std::int32_t itsSuspendIdleProcessing = 0; // drains deliver nothing while it is above zero
-    bool itsIsDraining = false;                // nor do others while one is on
+    std::int32_t itsSuspendIdleProcessing = 0;  // drains deliver nothing while it is above zero
+    bool itsIsDraining = false;                 // nor do others while one is on
+    XVector<const XListener*> itsDeadListeners; // that queued messages may still exclude
+    USize itsMostDeadListeners = kLeastDeadListeners;
     XCall* itsCalls = nullptr;
     XConditionVariable itsCallEnded;
 };
