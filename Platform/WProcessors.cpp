@@ -5,8 +5,18 @@
 
 std::uint32_t WProcessors::GetCount()
 {
-    static const std::uint32_t sCount = std::clamp( CountProcessors(), 1u, 64u );
-    return sCount;
+    return static_cast<std::uint32_t>( GetSystemNumbers().size() );
+}
+
+const XVector<std::uint32_t>& WProcessors::GetSystemNumbers()
+{
+    static const auto sNumbers = []
+    {
+        auto numbers = FindSystemNumbers();
+        numbers.resize( std::clamp<std::size_t>( numbers.size(), 1, 64 ) );
+        return numbers;
+    }();
+    return sNumbers;
 }
 
 const XVector<XVector<std::uint32_t>>& WProcessors::GetCores()
@@ -21,11 +31,15 @@ XVector<double> WProcessors::GetPercentLoads()
     static XVector<Times> sLastTimes;
     const std::lock_guard lock( sMutex );
     XVector<Times> times = ReadTimes();
-    times.resize( GetCount() );
-    sLastTimes.resize( GetCount() );
+    sLastTimes.resize( times.size() );
     XVector<double> loads;
-    for ( std::size_t processor = 0; processor < times.size(); ++processor )
+    for ( const std::uint32_t processor : GetSystemNumbers() )
     {
+        if ( processor >= times.size() )
+        {
+            loads.push_back( 0 );
+            continue;
+        }
         const auto busy = static_cast<double>( times[processor].busy - sLastTimes[processor].busy );
         const auto total = static_cast<double>( times[processor].total - sLastTimes[processor].total );
         loads.push_back( total > 0 ? std::clamp( 100 * busy / total, 0.0, 100.0 ) : 0 );

@@ -2,13 +2,17 @@
 
 #include "Core/XTypes.h"
 
-/// The processors of the machine and the time spent on them. Processors beyond the 64th are not counted.
+/// The processors that this process may run on, numbered from 0, and the time spent on them. Those beyond the 64th are
+/// not counted.
 /// Threads: any thread.
 class KORVALE_API WProcessors
 {
 public:
     /// Logical processors that this process may run on; at least 1. Asked of the system once.
     static std::uint32_t GetCount();
+
+    /// For each of these the system's own number, ascending.
+    static const XVector<std::uint32_t>& GetSystemNumbers();
 
     /// For each physical core the indexes of its logical processors, in ascending order.
     static const XVector<XVector<std::uint32_t>>& GetCores();
@@ -29,7 +33,7 @@ private:
         std::uint64_t total = 0;
     };
 
-    static std::uint32_t CountProcessors();
+    static XVector<std::uint32_t> FindSystemNumbers();
     static XVector<XVector<std::uint32_t>> FindCores();
     static XVector<Times> ReadTimes();
 };

@@ -38,12 +38,16 @@ public:
     void Ended();
 
     /// Sets the system's priority from the relative scale -15, -2, -1, 0, +1, +2, +15 (idle to
-    /// time-critical). On Linux these are nice values of the one thread, and going up again needs the right
-    /// to (CAP_SYS_NICE or RLIMIT_NICE). The thread must run.
+    /// time-critical). On Linux these are nice values of the one thread, 0 being that of the process, and going up
+    /// again needs the right to (CAP_SYS_NICE or RLIMIT_NICE). The thread must run.
     void SetPriority( std::int32_t inRelativePriority );
 
-    /// Allows the logical processors whose bits are set. The thread must run.
+    /// Allows the logical processors of WProcessors whose bits are set. The thread must run.
     void SetAffinity( std::uint64_t inMask );
+
+    /// Gives the running thread the name under which debuggers and the system's tools show it, as much as they show
+    /// (15 characters on Linux).
+    void SetName( const char* inName );
 
     /// User and kernel time of the running thread in microseconds; both 0 when it does not run.
     void GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const;
@@ -58,12 +62,20 @@ public:
 private:
     friend class WThreadManager;
     std::int32_t Run();
-    void StartSystemThread();
+    std::uintptr_t StartSystemThread();
     void WaitForSystemThread();
+    void ReleasePrevious();
+
+    /// Returns at once on the system's thread itself, which is released when it ends then.
+    static void WaitForHandle( std::uintptr_t inHandle );
+
+    struct EndedThreads;
 
     WThreadBody& itsBody;
     WThreadAlert itsAlert;
     mutable std::mutex itsMutex;
-    std::uintptr_t itsHandle = 0;  // the system's, of a started thread, until it is waited for
+    // Of a started thread; guarded by the mutex of the ended threads.
+    std::uintptr_t itsHandle = 0; // the system's, until it is waited for
+    bool itsIsBeingReleased = false;
     std::uint32_t itsThreadID = 0; // guarded by itsMutex
 };

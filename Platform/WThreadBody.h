@@ -10,9 +10,8 @@ public:
     virtual void RunThread() = 0;
 
     /// Called on the thread after `RunThread`, however that ended, or instead of it where there is no memory to
-    /// run. Returns the thread's exit code. Neither
-    /// the body nor its WThread is touched afterwards, but by the WThread's own destructor, which waits for
-    /// the system's thread.
+    /// run. Returns the thread's exit code. The
+    /// body is not touched afterwards, and its WThread may be destroyed, which waits for the system's thread.
     virtual std::int32_t FinishThread() noexcept = 0;
 
 protected:

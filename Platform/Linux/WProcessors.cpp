@@ -34,12 +34,22 @@ void GetUsage( int inWho, std::int64_t& outKernel, std::int64_t& outUser )
 
 } // namespace
 
-std::uint32_t WProcessors::CountProcessors()
+/// Of the first thread: the present one may have been bound since.
+XVector<std::uint32_t> WProcessors::FindSystemNumbers()
 {
+    XVector<std::uint32_t> numbers;
     cpu_set_t processors;
-    if ( sched_getaffinity( 0, sizeof( processors ), &processors ) == 0 )
-        return static_cast<std::uint32_t>( CPU_COUNT( &processors ) );
-    return static_cast<std::uint32_t>( std::max( sysconf( _SC_NPROCESSORS_ONLN ), 1l ) );
+    if ( sched_getaffinity( getpid(), sizeof( processors ), &processors ) == 0 )
+    {
+        for ( std::uint32_t number = 0; number < CPU_SETSIZE; ++number )
+            if ( CPU_ISSET( number, &processors ) )
+                numbers.push_back( number );
+        return numbers;
+    }
+    const long count = sysconf( _SC_NPROCESSORS_ONLN );
+    for ( std::uint32_t number = 0; number < count; ++number )
+        numbers.push_back( number );
+    return numbers;
 }
 
 /// Where the system does not tell which core a processor belongs to, each is a core of its own.
@@ -48,8 +58,9 @@ XVector<XVector<std::uint32_t>> WProcessors::FindCores()
     std::map<std::pair<std::uint32_t, std::uint32_t>, XVector<std::uint32_t>> cores;
     for ( std::uint32_t processor = 0; processor < GetCount(); ++processor )
     {
-        const std::uint32_t package = ReadTopology( processor, "physical_package_id", 0 );
-        cores[{ package, ReadTopology( processor, "core_id", processor ) }].push_back( processor );
+        const std::uint32_t number = GetSystemNumbers()[processor];
+        const std::uint32_t package = ReadTopology( number, "physical_package_id", 0 );
+        cores[{ package, ReadTopology( number, "core_id", number ) }].push_back( processor );
     }
     XVector<XVector<std::uint32_t>> result;
     for ( auto& [id, processors] : cores )

@@ -1,8 +1,12 @@
 #include "WThread.h"
 
 #include "WErrno.h"
+#include "WProcessors.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <pthread.h>
 #include <sched.h>
@@ -10,24 +14,31 @@
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
-#include <utility>
 
 namespace
 {
 
+/// What the process was started with.
+int GetNiceValueOfProcess()
+{
+    static const int sNiceValue = getpriority( PRIO_PROCESS, static_cast<id_t>( getpid() ) );
+    return sNiceValue;
+}
+
 /// Nice values for the relative priorities of the library.
 int ToNiceValue( std::int32_t inRelativePriority )
 {
+    const int normal = GetNiceValueOfProcess();
     if ( inRelativePriority <= -15 )
         return 19;
     if ( inRelativePriority >= 15 )
         return -20;
-    return inRelativePriority * -5;
+    return std::clamp( normal - inRelativePriority * 5, -20, 19 );
 }
 
 } // namespace
 
-void WThread::StartSystemThread()
+std::uintptr_t WThread::StartSystemThread()
 {
     const auto run = []( void* inThread ) -> void*
     { return reinterpret_cast<void*>( std::intptr_t( static_cast<WThread*>( inThread )->Run() ) ); };
@@ -40,14 +51,12 @@ void WThread::StartSystemThread()
     }
     if ( error != 0 )
         WThrowErrno( error );
-    itsHandle = std::bit_cast<std::uintptr_t>( thread );
+    return std::bit_cast<std::uintptr_t>( thread );
 }
 
-void WThread::WaitForSystemThread()
+void WThread::WaitForHandle( std::uintptr_t inHandle )
 {
-    if ( itsHandle == 0 )
-        return;
-    const auto thread = std::bit_cast<pthread_t>( std::exchange( itsHandle, 0 ) );
+    const auto thread = std::bit_cast<pthread_t>( inHandle );
     if ( pthread_equal( thread, pthread_self() ) )
         pthread_detach( thread );
     else
@@ -66,15 +75,28 @@ void WThread::SetAffinity( std::uint64_t inMask )
 {
     cpu_set_t processors;
     CPU_ZERO( &processors );
-    for ( std::size_t processor = 0; processor < 64; ++processor )
+    const auto& systemNumbers = WProcessors::GetSystemNumbers();
+    for ( std::size_t processor = 0; processor < systemNumbers.size(); ++processor )
     {
         if ( inMask >> processor & 1 )
-            CPU_SET( processor, &processors );
+            CPU_SET( systemNumbers[processor], &processors );
     }
     const std::lock_guard lock( itsMutex );
     if ( itsThreadID != 0 &&
          sched_setaffinity( static_cast<pid_t>( itsThreadID ), sizeof( processors ), &processors ) != 0 )
         WThrowErrno();
+}
+
+void WThread::SetName( const char* inName )
+{
+    const std::lock_guard lock( itsMutex );
+    const std::string path = "/proc/self/task/" + std::to_string( itsThreadID ) + "/comm";
+    const int file = open( path.c_str(), O_WRONLY | O_CLOEXEC );
+    if ( file < 0 )
+        return;
+    [[maybe_unused]] const auto written =
+        write( file, inName, std::strlen( inName ) ); // cut short by the system
+    close( file );
 }
 
 void WThread::GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const

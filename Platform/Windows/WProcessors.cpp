@@ -3,11 +3,14 @@
 #include "Core/XFail.h"
 
 #include <bit>
+#include <utility>
 #include <windows.h>
 #include <winternl.h>
 
 namespace
 {
+
+constexpr std::size_t kMostProcessors = 64;
 
 std::uint64_t ToTicks( const FILETIME& inTime )
 {
@@ -32,13 +35,28 @@ XVector<std::uint32_t> GetBitIndexes( std::uint64_t inMask )
     return indexes;
 }
 
+/// Our numbers of the processors that the process may run on, among those of a core.
+XVector<std::uint32_t> GetOwnNumbers( std::uint64_t inMask )
+{
+    const auto& systemNumbers = WProcessors::GetSystemNumbers();
+    XVector<std::uint32_t> numbers;
+    for ( std::uint32_t number = 0; number < systemNumbers.size(); ++number )
+        if ( inMask >> systemNumbers[number] & 1 )
+            numbers.push_back( number );
+    return numbers;
+}
+
 } // namespace
 
-std::uint32_t WProcessors::CountProcessors()
+XVector<std::uint32_t> WProcessors::FindSystemNumbers()
 {
+    DWORD_PTR allowed = 0;
+    DWORD_PTR present = 0;
+    if ( GetProcessAffinityMask( GetCurrentProcess(), &allowed, &present ) && allowed != 0 )
+        return GetBitIndexes( allowed );
     SYSTEM_INFO info;
     GetSystemInfo( &info );
-    return static_cast<std::uint32_t>( info.dwNumberOfProcessors );
+    return GetBitIndexes( info.dwActiveProcessorMask );
 }
 
 /// Where the system does not tell which core a processor belongs to, each is a core of its own.
@@ -53,8 +71,10 @@ XVector<XVector<std::uint32_t>> WProcessors::FindCores()
     {
         for ( const auto& entry : entries )
         {
-            if ( entry.Relationship == RelationProcessorCore )
-                cores.push_back( GetBitIndexes( entry.ProcessorMask ) );
+            if ( entry.Relationship != RelationProcessorCore )
+                continue;
+            if ( auto numbers = GetOwnNumbers( entry.ProcessorMask ); !numbers.empty() )
+                cores.push_back( std::move( numbers ) );
         }
     }
     for ( std::uint32_t processor = 0; cores.size() < GetCount() && entries.empty(); ++processor )
@@ -64,7 +84,7 @@ XVector<XVector<std::uint32_t>> WProcessors::FindCores()
 
 XVector<WProcessors::Times> WProcessors::ReadTimes()
 {
-    XVector<SYSTEM_PROCESSOR_PERFORMANCE_INFORMATION> entries( GetCount() );
+    XVector<SYSTEM_PROCESSOR_PERFORMANCE_INFORMATION> entries( kMostProcessors );
     ULONG written = 0;
     const auto size = static_cast<ULONG>( entries.size() * sizeof( entries[0] ) );
     NtQuerySystemInformation( SystemProcessorPerformanceInformation, entries.data(), size, &written );

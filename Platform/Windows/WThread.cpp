@@ -1,12 +1,14 @@
 #include "WThread.h"
 
 #include "Core/XFail.h"
+#include "WProcessors.h"
 #include "WSystemError.h"
 #include "WThreadID.h"
 
 #include <cerrno>
 #include <process.h>
-#include <utility>
+#include <string>
+#include <string_view>
 #include <windows.h>
 
 #include "WNoSystemMacros.h" // needs to be behind the header above
@@ -42,24 +44,22 @@ std::int64_t ToMicroseconds( const FILETIME& inTime )
 
 } // namespace
 
-void WThread::StartSystemThread()
+std::uintptr_t WThread::StartSystemThread()
 {
     const auto run = []( void* inThread ) -> unsigned
     { return static_cast<unsigned>( static_cast<WThread*>( inThread )->Run() ); };
-    itsHandle = _beginthreadex( nullptr, 0, run, this, 0, nullptr );
-    if ( itsHandle != 0 )
-        return;
+    const std::uintptr_t handle = _beginthreadex( nullptr, 0, run, this, 0, nullptr );
+    if ( handle != 0 )
+        return handle;
     // Too many threads, or none of what one takes: the system's last error differs with what that was.
     if ( errno == EAGAIN || errno == EACCES )
         WSystemError::SetLast( WSystemError::kNoSystemResources );
     XThrowLastSystemError();
 }
 
-void WThread::WaitForSystemThread()
+void WThread::WaitForHandle( std::uintptr_t inHandle )
 {
-    if ( itsHandle == 0 )
-        return;
-    const auto thread = reinterpret_cast<HANDLE>( std::exchange( itsHandle, 0 ) );
+    const auto thread = reinterpret_cast<HANDLE>( inHandle );
     if ( ::GetThreadId( thread ) != WThreadID::GetCurrent() )
         WaitForSingleObject( thread, INFINITE );
     CloseHandle( thread );
@@ -81,8 +81,27 @@ void WThread::SetAffinity( std::uint64_t inMask )
     if ( itsThreadID == 0 )
         return;
     const ThreadHandle thread( itsThreadID, THREAD_SET_INFORMATION | THREAD_QUERY_INFORMATION );
-    if ( SetThreadAffinityMask( thread, inMask ) == 0 )
+    DWORD_PTR processors = 0;
+    const auto& systemNumbers = WProcessors::GetSystemNumbers();
+    for ( std::size_t processor = 0; processor < systemNumbers.size(); ++processor )
+        if ( inMask >> processor & 1 )
+            processors |= DWORD_PTR( 1 ) << systemNumbers[processor];
+    if ( SetThreadAffinityMask( thread, processors ) == 0 )
         XThrowLastSystemError();
+}
+
+/// Older systems have no such names.
+void WThread::SetName( const char* inName )
+{
+    using SetDescription = HRESULT( WINAPI* )( HANDLE, PCWSTR );
+    static const auto setDescription = reinterpret_cast<SetDescription>( reinterpret_cast<void*>(
+        GetProcAddress( GetModuleHandleW( L"kernel32.dll" ), "SetThreadDescription" ) ) );
+    const std::lock_guard lock( itsMutex );
+    if ( itsThreadID == 0 || !setDescription )
+        return;
+    const std::string_view name( inName );
+    const ThreadHandle thread( itsThreadID, THREAD_SET_LIMITED_INFORMATION );
+    setDescription( thread, std::wstring( name.begin(), name.end() ).c_str() );
 }
 
 void WThread::GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const

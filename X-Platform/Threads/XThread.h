@@ -148,6 +148,7 @@ public:
     static void SleepCurrentThread( std::uint32_t inTimeoutMs, bool inAlertable = false );
     static XWaitResult SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable = false );
 
+    /// The system knows a started thread by this name too, or by its beginning.
     XString GetDebugName() const;
     void SetDebugName( const XString& inName );
     std::int32_t GetThreadReturnCode() const;
@@ -161,11 +162,12 @@ public:
 
     /// Setting the level in force does nothing; a level above 6 is an internal error, "false". Where the
     /// system refuses (Linux grants levels above the present one only to those with the right) its last error
-    /// is thrown and the level stays. A thread that is not running takes the level when it starts.
+    /// is thrown and the level stays. A thread that is not running takes the level when it starts, as far as the system
+    /// grants it: else it has that of the thread that has started it.
     void SetThreadPriority( XThreadPriority inPriority );
     XThreadPriority GetThreadPriority() const;
 
-    /// Bit i allows logical processor i. No bit is an internal error, "inMask != USize( 0 )".
+    /// Bit i allows logical processor i of those that the process may run on. No bit is an internal error, "inMask != USize( 0 )".
     void SetThreadAffinityMask( USize inMask );
     USize GetThreadAffinityMask() const;
 

@@ -38,6 +38,8 @@ void XThread::SetDebugName( const XString& inName )
 {
     const XThreadLock lock( itsStates->mutex );
     itsName = inName;
+    if ( !itsIsAcquired && itsThreadID != 0 )
+        XSwallowErrors( [this] { itsImp->SetName( itsName.GetConstCharPtr() ); } );
 }
 
 std::int32_t XThread::GetThreadReturnCode() const
@@ -106,14 +108,15 @@ USize XThread::GetThreadAffinityMask() const
     return itsAffinityMask;
 }
 
-/// Gives the new thread the priority and affinity that were set before it ran, as far as the system grants them.
+/// Gives the new thread its name, and the priority and affinity that were set before it ran, as far as the system grants
+/// them. It has begun with those of the thread that has started it.
 void XThread::ApplyPlacement()
 {
     const XThreadLock lock( itsStates->mutex );
-    if ( itsPriority != kThreadPriorityNormal )
-        XSwallowErrors( [this] { itsImp->SetPriority( GetRelativePriority( itsPriority ) ); } );
-    if ( itsAffinityMask != GetAffinityMaskForAllCPUs() )
-        XSwallowErrors( [this] { itsImp->SetAffinity( itsAffinityMask ); } );
+    XSwallowErrors( [this] { itsImp->SetName( itsName.GetConstCharPtr() ); } );
+    XSwallowErrors( [this] { itsImp->SetPriority( GetRelativePriority( itsPriority ) ); } );
+    XSwallowErrors( [this] { itsImp->SetAffinity( itsAffinityMask ); } );
+    XException::ResetLastError();
 }
 
 std::uint32_t XThread::GetThreadID() const
