@@ -6,7 +6,7 @@
 
 /// The quantity that a column holds. Where a quantity is known both in pixels (or frames) and in the units of
 /// the image's calibration, the second has the ending "Calibrated"; both are displayed under the same name.
-/// Applications add their own with `XPivotColumn::RegisterID`.
+/// Applications add their own, from 32768 on, with `XPivotColumn::RegisterID`.
 enum XPivotColumnID : std::int32_t
 {
     kPivotNone = 0,        ///< no column

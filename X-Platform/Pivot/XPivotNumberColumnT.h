@@ -2,6 +2,8 @@
 
 #include "Pivot/XPivotColumnT.h"
 
+#include <type_traits>
+
 /// A column of numbers of one type: double or a 32-bit integer.
 ///
 /// Numbers that the type cannot hold are cut off towards zero and held within its range, and NaN becomes the
@@ -11,6 +13,10 @@
 template<class T>
 class KORVALE_API XPivotNumberColumnT : public XPivotColumnT<T>
 {
+    static_assert(
+        std::is_same_v<T, double> || std::is_same_v<T, std::int32_t> || std::is_same_v<T, std::uint32_t>,
+        "number columns hold double, std::int32_t or std::uint32_t" );
+
 public:
     using XPivotColumnT<T>::SetData;
     void SetData( double inValue, std::int32_t inRow, bool inExists ) override;
