@@ -3,9 +3,14 @@
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Jobs/XJobSelector.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Jobs/XThreadProgressStrategy.h"
 
 #include <atomic>
 #include <deque>
+#include <functional>
+#include <utility>
 
 namespace
 {
@@ -18,6 +23,18 @@ public:
 
 protected:
     void RunJobSelf() override {}
+};
+
+class FunctionJob : public XJob
+{
+public:
+    explicit FunctionJob( std::function<void()> inFunction ) : itsFunction( std::move( inFunction ) ) {}
+
+protected:
+    void RunJobSelf() override { itsFunction(); }
+
+private:
+    const std::function<void()> itsFunction;
 };
 
 void Fill( XJobQueue& ioQueue, std::size_t inCount )
@@ -77,6 +94,32 @@ Seconds SuspendAndResume( std::size_t inCount )
         } );
 }
 
+/// A thread reports while the main thread is busy, which then comes to all of it.
+Seconds ReportProgress( std::size_t inCount )
+{
+    XListener listener;
+    XThreadProgressStrategy strategy( nullptr, XSpeaker::kWhenNextEvent );
+    listener.Subscribe( strategy );
+    const auto report = [&]
+    {
+        const XProgressStrategyChanger changer( &strategy );
+        for ( std::size_t bar = 0; bar < inCount; ++bar )
+        {
+            XProgress progress( 10 );
+            progress.SetMessage( "bar" );
+            progress.SetProgress( 5 );
+        }
+    };
+    return Time(
+        [&]
+        {
+            XJobQueue queue;
+            queue.Start();
+            queue.AttachJob( new FunctionJob( report ) );
+            queue.WaitForQueueEmpty();
+        } );
+}
+
 } // namespace
 
 void AddJobOperations( Operations& ioOperations )
@@ -84,5 +127,6 @@ void AddJobOperations( Operations& ioOperations )
     ioOperations.push_back( { "jobs: stop by tag one by one, by jobs", 1000, StopOneByOne } );
     ioOperations.push_back( { "jobs: attach if tag not present, by jobs", 1000, AttachOnce } );
     ioOperations.push_back( { "jobs: suspend by tag one by one, by jobs", 1000, SuspendAndResume } );
+    ioOperations.push_back( { "jobs: progress with a busy main thread, by bars", 1000, ReportProgress } );
     ioOperations.push_back( { "jobs: run beside idle queues, by queues", 200, RunBesideIdleQueues } );
 }
