@@ -147,6 +147,7 @@
 #include "Pivot/XPivotTableAccumulator.h"
 #include "Pivot/XPivotTableFilter.h"
 #include "Pivot/XPivotTableTypes.h"
+#include "Pivot/XPivotTextPool.h"
 #include "Pivot/XPivotTimeColumn.h"
 #include "Pivot/XPivotUInt32Column.h"
 #include "Pivot/XPivotUUIDColumn.h"

@@ -235,3 +235,41 @@ TEST( XPivotRuns, AreTheSameOnEveryProcessor )
         EXPECT_EQ( found, bits );
     }
 }
+
+TEST( XPivotStringColumn, StoresEqualTextsOnce )
+{
+    const std::string large( 200, 'x' );
+    XPivotStringColumn column( kPivotUserDefined, "name", "", "" );
+    for ( int i = 0; i < 9000;
+          ++i ) // more than are looked at before it is decided whether sharing is worth it
+        column.AppendValue( i % 3 == 2 ? XString( i ) : XString( "text " + std::to_string( i % 3 ) ), true );
+    column.SetValue( column.GetValue( 0 ), 9001, true ); // grows
+    column.AppendValue( large, true );
+    column.AppendValue( XString(), true );
+    const auto getText = []( const XPivotStringColumn& inColumn, std::uint32_t inRow )
+    { return inColumn.GetDataVector()[inRow].GetConstCharPtr(); };
+    for ( const auto order : { kIntelOrder, kMotorolaOrder } )
+    {
+        XMemStream stream;
+        stream.SetByteOrder( order );
+        stream.WriteObject( column );
+        stream.SeekTo( 0 );
+        const std::unique_ptr<XStorable> object( stream.ReadObject() );
+        const auto& read = dynamic_cast<const XPivotStringColumn&>( *object );
+        EXPECT_EQ( read.GetDataVector(), column.GetDataVector() );
+        for ( const XPivotStringColumn* each : { &std::as_const( column ), &read } )
+        {
+            EXPECT_EQ( getText( *each, 0 ), getText( *each, 8997 ) );
+            EXPECT_EQ( getText( *each, 1 ), getText( *each, 8998 ) );
+            EXPECT_EQ( getText( *each, 0 ), getText( *each, 9001 ) );
+        }
+    }
+
+    // Where no two are equal, nothing is kept of them.
+    XPivotTextPool pool;
+    const XString first = pool.Get( "first" );
+    EXPECT_EQ( pool.Get( "first" ).GetConstCharPtr(), first.GetConstCharPtr() );
+    for ( int i = 0; i < 5000; ++i )
+        pool.Share( XString( i ) );
+    EXPECT_NE( pool.Get( "first" ).GetConstCharPtr(), first.GetConstCharPtr() );
+}

@@ -315,16 +315,8 @@ void XPivotColumnT<T>::WriteStream2( XStream& inStream, XOptions inOptions ) con
 template<class T>
 void XPivotColumnT<T>::ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength )
 {
-    if constexpr ( std::is_same_v<T, XString> )
-    {
-        const USize endRow = inStartRow + inRunLength;
-        XAssert( endRow <= itsColumnData.size() );
-    }
-    else
-    {
-        XAssert( inStartRow < itsColumnData.size() );
-        XAssert( inStartRow + inRunLength <= itsColumnData.size() );
-    }
+    XAssert( inStartRow < itsColumnData.size() );
+    XAssert( inStartRow + inRunLength <= itsColumnData.size() );
     XReadPivotValues( inStream, itsColumnData.data() + inStartRow, inRunLength );
 }
 

@@ -4,6 +4,16 @@
 
 #include <limits>
 
+void XPivotStringColumn::SetValue( const XString& inValue, std::int32_t inRow, bool inExists )
+{
+    XPivotColumnT::SetValue( itsTextPool.Share( inValue ), inRow, inExists );
+}
+
+void XPivotStringColumn::AppendValue( const XString& inValue, bool inExists )
+{
+    XPivotColumnT::AppendValue( itsTextPool.Share( inValue ), inExists );
+}
+
 void XPivotStringColumn::SetData( double inValue, std::int32_t inRow, bool inExists )
 {
     SetValue( XFormatPivotNumber( inValue ), inRow, inExists );
@@ -59,4 +69,12 @@ bool XPivotStringColumn::DoesPass(
     std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference ) const
 {
     return DoesPassCompare( GetValue( inRow ), inRelationship, XString( inReference ) );
+}
+
+void XPivotStringColumn::ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength )
+{
+    const USize endRow = inStartRow + inRunLength;
+    XAssert( endRow <= itsColumnData.size() );
+    for ( USize row = inStartRow; row < endRow; ++row )
+        itsTextPool.Read( inStream, itsColumnData[row] );
 }

@@ -2,14 +2,20 @@
 
 #include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnT.h"
+#include "Pivot/XPivotTextPool.h"
 
 /// Texts; empty where missing. A number is kept as its text. `GetDataFloat` is the number at the start of the
 /// text and throws 1000 where there is none.
+///
+/// Equal texts share one storage where many are equal, also when they are added or read one by one.
 class KORVALE_API XPivotStringColumn
     : public XPivotColumnClassT<XPivotStringColumn, XPivotColumnT<XString>, kClassPivotStringColumn>
 {
 public:
     using XPivotColumnClassT::XPivotColumnClassT;
+
+    void SetValue( const XString& inValue, std::int32_t inRow, bool inExists ) override;
+    void AppendValue( const XString& inValue, bool inExists ) override;
 
     using XPivotColumnT::SetData;
     void SetData( double inValue, std::int32_t inRow, bool inExists ) override;
@@ -31,4 +37,9 @@ protected:
         const override;
     bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference )
         const override;
+
+    void ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) override;
+
+private:
+    XPivotTextPool itsTextPool;
 };

@@ -150,7 +150,7 @@ public:
             for ( std::uint32_t i = 0; i < itsBlockCount; ++i )
             {
                 if ( itsBlock[i].high >> 56 == kLongText )
-                    areSame = areSame && Compare( itsBlockFirst + i, inFirstRows[inGroups[i]] ) == 0;
+                    areSame = areSame && itsValues[itsBlockFirst + i] == itsValues[inFirstRows[inGroups[i]]];
             }
         }
         return areSame;
