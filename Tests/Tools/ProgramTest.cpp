@@ -477,6 +477,17 @@ TEST_F( Program, NoticesWhatItCannotPrint )
         std::string::npos );
 }
 
+TEST_F( Program, EndsWhereItCannotReport )
+{
+    struct Full : std::streambuf
+    {
+    } full;
+    std::ostream broken( &full );
+    broken.exceptions( std::ios::badbit );
+    Terminal terminal{ itsOut, broken };
+    EXPECT_ANY_THROW( RunProgram( { "measure", Name( "missing.png" ) }, terminal ) );
+}
+
 TEST_F( Program, QuotesNamesInCSV )
 {
     const auto image = WriteImage( "a, b.png" );

@@ -47,6 +47,8 @@ int CommandThread::RunWithMainLoop()
             itsSession.progress.Draw();
     }
     WaitForTerminate();
+    if ( itsFailure )
+        std::rethrow_exception( itsFailure );
     XSpeaker::ProcessAllNextEventMessages();
     centre.SpeakMessage( XAppClosingMessage( &centre ) );
     return itsStatus;
@@ -54,13 +56,30 @@ int CommandThread::RunWithMainLoop()
 
 std::int32_t CommandThread::RunThreadSelf()
 {
-    TerminalProgressStrategy strategy( itsSession.progress, true );
+    struct End
     {
+        std::atomic<bool>& isDone;
+        ~End()
+        {
+            isDone = true;
+            WMainLoop::Wake();
+        }
+    };
+    const End end{ itsIsDone }; // whatever happens, or the main thread would wait for ever
+    try
+    {
+        TerminalProgressStrategy strategy( itsSession.progress, true );
         const XProgressStrategyChanger changer( &strategy );
         itsStatus = RunCommand();
     }
-    itsIsDone = true;
-    WMainLoop::Wake();
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... )
+    {
+        itsFailure = std::current_exception();
+    }
     return itsStatus;
 }
 
