@@ -78,6 +78,31 @@ TEST( NumpyArrays, HaveNamesOfTheirOwn )
     EXPECT_EQ( names.size(), 14u );
 }
 
+TEST( NumpyArrays, AreRefusedWhereOneLongTextTakesAllTheRoom )
+{
+    const auto getRefusal = []( std::uint32_t inRows, std::size_t inLength )
+    {
+        XPivotTable table;
+        auto column = std::make_unique<XPivotStringColumn>( kPivotUserDefined, "note", "", "" );
+        column->SetValue( std::string( inLength, 'x' ), static_cast<std::int32_t>( inRows ) - 1, true );
+        table.AddColumn( std::move( column ) );
+        try
+        {
+            MakeNumpyArrays( table );
+            return std::string();
+        }
+        catch ( const std::runtime_error& error )
+        {
+            return std::string( error.what() ).substr( 0, 37 );
+        }
+    };
+    constexpr std::size_t kMost = 4 * 1024 * 1024;
+    EXPECT_EQ( getRefusal( 16, kMost ), "" );
+    EXPECT_EQ( getRefusal( 1, kMost + 1 ), "\"note\" has a text of 4194305 characte" );
+    EXPECT_EQ( getRefusal( 300, 1024 * 1024 ), "\"note\" has a text of 1048576 characte" );
+    EXPECT_EQ( getRefusal( 256, 1024 * 1024 ), "" );
+}
+
 TEST( NumpyArchive, KeepsTimesThatNumpyCannotHoldOut )
 {
     XPivotTable table;

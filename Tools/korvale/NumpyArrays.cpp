@@ -127,14 +127,26 @@ void AppendCharacters( std::string_view inText, std::uint64_t inItemBytes, std::
     ioBytes.resize( end );
 }
 
+/// Refuses texts of which one is so long that the room it needs, which all of them get, is mostly wasted.
+void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::uint64_t inCharacters )
+{
+    constexpr std::uint64_t kMostWidth = 4 * 1024 * 1024;
+    constexpr std::uint64_t kAlwaysAllowed = 256 * 1024 * 1024; // characters
+    constexpr std::uint64_t kMostTimes = 16;
+    const auto all = inWidth * inColumn.GetColumnSize();
+    if ( inWidth <= kMostWidth && ( all <= kAlwaysAllowed || all / kMostTimes <= inCharacters ) )
+        return;
+    throw std::runtime_error(
+        "\"" + GetColumnName( inColumn ) + "\" has a text of " + std::to_string( inWidth ) +
+        " characters, and numpy gives all texts of a column the room of the longest (expected at most " +
+        std::to_string( kMostWidth ) + ", and texts of similar lengths; write a CSV file instead)" );
+}
+
 /// Texts of `inWidth` characters at most; `inGetText( row )` is called for present rows.
 template<class GetText>
 NumpyArray MakeTexts( const XPivotColumn& inColumn, std::uint64_t inWidth, GetText inGetText )
 {
     const auto itemBytes = sizeof( std::uint32_t ) * inWidth;
-    if ( itemBytes > std::numeric_limits<std::int32_t>::max() )
-        throw std::runtime_error(
-            "\"" + GetColumnName( inColumn ) + "\" has longer texts than numpy can hold" );
     const auto appendText = [&inColumn, itemBytes, inGetText]( std::uint32_t inRow, std::string& ioBytes )
     {
         const auto text = inColumn.DoesDataExist( inRow ) ? ToUTF8( inGetText( inRow ) ) : std::string();
@@ -146,13 +158,19 @@ NumpyArray MakeTexts( const XPivotColumn& inColumn, std::uint64_t inWidth, GetTe
 NumpyArray MakeTexts( const XPivotColumn& inColumn )
 {
     std::size_t width = 1; // Of 0 numpy makes an array of another kind.
+    std::uint64_t characters = 0;
     const auto visit = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
         for ( auto i = inFirst; i < inEnd; ++i )
             if ( const auto row = static_cast<std::uint32_t>( i ); inColumn.DoesDataExist( row ) )
-                width = std::max( width, CountCharacters( ToUTF8( inColumn.GetDataString( row ) ) ) );
+            {
+                const auto count = CountCharacters( ToUTF8( inColumn.GetDataString( row ) ) );
+                width = std::max( width, count );
+                characters += count;
+            }
     };
     ForEachPiece( inColumn.GetColumnSize(), kTableRowsAtOnce, visit );
+    CheckTextWidth( inColumn, width, characters );
     return MakeTexts(
         inColumn, width, [&inColumn]( std::uint32_t inRow ) { return inColumn.GetDataString( inRow ); } );
 }
