@@ -3,21 +3,41 @@
 #include "WParkingNode.h"
 #include "WThreadManager.h"
 
-#include <condition_variable>
 #include <utility>
 
-/// Guards the handles of all threads, and hands those that have ended from one to the next.
+/// Guards the handles of all threads, and keeps those that have ended and wait for their release.
 struct WThread::EndedThreads
 {
     std::mutex mutex;
-    std::condition_variable released;
-    WThread* last = nullptr; // has ended and is released by the next thread that ends
+    WThread* first = nullptr;
 
     /// Never destroyed: threads may still end while the process's statics are.
     static EndedThreads& Get()
     {
         static auto* const ended = new EndedThreads;
         return *ended;
+    }
+
+    void Remove( const WThread& inThread )
+    {
+        WThread** link = &first;
+        while ( *link && *link != &inThread )
+            link = &( *link )->itsNextEnded;
+        if ( *link )
+            *link = inThread.itsNextEnded;
+    }
+
+    /// Releases what the system keeps of those that are gone.
+    void ReleaseGone()
+    {
+        for ( WThread** link = &first; *link; )
+            if ( TryToRelease( ( *link )->itsHandle ) )
+            {
+                ( *link )->itsHandle = 0;
+                *link = ( *link )->itsNextEnded;
+            }
+            else
+                link = &( *link )->itsNextEnded;
     }
 };
 
@@ -69,26 +89,14 @@ std::int32_t WThread::Run()
 }
 
 /// The system keeps the stack of a thread until somebody has waited for its end, and the object may last for long: so
-/// the next thread that ends waits for it. On the thread, at its very end.
+/// the next thread that ends looks after it. On the thread, at its very end.
 void WThread::ReleasePrevious()
 {
     auto& ended = EndedThreads::Get();
-    WThread* previous = nullptr;
-    std::uintptr_t handle = 0;
-    {
-        const std::lock_guard lock( ended.mutex );
-        if ( itsHandle == 0 )
-            return; // it is waited for already
-        previous = std::exchange( ended.last, this );
-        if ( !previous )
-            return;
-        handle = std::exchange( previous->itsHandle, 0 );
-        previous->itsIsBeingReleased = true;
-    }
-    WaitForHandle( handle );
     const std::lock_guard lock( ended.mutex );
-    previous->itsIsBeingReleased = false;
-    ended.released.notify_all();
+    ended.ReleaseGone();
+    if ( itsHandle != 0 ) // else it is waited for already
+        itsNextEnded = std::exchange( ended.first, this );
 }
 
 void WThread::WaitForSystemThread()
@@ -96,10 +104,8 @@ void WThread::WaitForSystemThread()
     auto& ended = EndedThreads::Get();
     std::uintptr_t handle = 0;
     {
-        std::unique_lock lock( ended.mutex );
-        if ( ended.last == this )
-            ended.last = nullptr;
-        ended.released.wait( lock, [this] { return !itsIsBeingReleased; } );
+        const std::lock_guard lock( ended.mutex );
+        ended.Remove( *this );
         handle = std::exchange( itsHandle, 0 );
     }
     if ( handle != 0 )

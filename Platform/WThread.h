@@ -69,6 +69,9 @@ private:
     /// Returns at once on the system's thread itself, which is released when it ends then.
     static void WaitForHandle( std::uintptr_t inHandle );
 
+    /// Does not wait; false while the system's thread has something to do yet.
+    static bool TryToRelease( std::uintptr_t inHandle );
+
     struct EndedThreads;
 
     WThreadBody& itsBody;
@@ -76,6 +79,6 @@ private:
     mutable std::mutex itsMutex;
     // Of a started thread; guarded by the mutex of the ended threads.
     std::uintptr_t itsHandle = 0; // the system's, until it is waited for
-    bool itsIsBeingReleased = false;
+    WThread* itsNextEnded = nullptr;
     std::uint32_t itsThreadID = 0; // guarded by itsMutex
 };

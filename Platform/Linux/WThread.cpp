@@ -63,6 +63,11 @@ void WThread::WaitForHandle( std::uintptr_t inHandle )
         pthread_join( thread, nullptr );
 }
 
+bool WThread::TryToRelease( std::uintptr_t inHandle )
+{
+    return pthread_tryjoin_np( std::bit_cast<pthread_t>( inHandle ), nullptr ) == 0;
+}
+
 void WThread::SetPriority( std::int32_t inRelativePriority )
 {
     const std::lock_guard lock( itsMutex ); // the ID stays this thread's meanwhile

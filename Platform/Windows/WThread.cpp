@@ -65,6 +65,15 @@ void WThread::WaitForHandle( std::uintptr_t inHandle )
     CloseHandle( thread );
 }
 
+bool WThread::TryToRelease( std::uintptr_t inHandle )
+{
+    const auto thread = reinterpret_cast<HANDLE>( inHandle );
+    if ( WaitForSingleObject( thread, 0 ) != WAIT_OBJECT_0 )
+        return false;
+    CloseHandle( thread );
+    return true;
+}
+
 void WThread::SetPriority( std::int32_t inRelativePriority )
 {
     const std::lock_guard lock( itsMutex ); // the ID stays this thread's meanwhile

@@ -202,25 +202,24 @@ XJobQueue::~XJobQueue()
 {
     const XPreventThreadStop preventStop;
     RemoveJobQueue();
+    End();
     AsyncStop();
     WaitUntilTerminated();
-    WithdrawNotices();
+    itsCompletionNotice->Withdraw();
     StopListening();
+    if ( itsIsDestroyed ) // by a handler that it is calling
+        *itsIsDestroyed = true;
     StopSpeaking();
     CompleteFinishedJobs();
     DeleteAllJobs(); // what the completions have attached
 }
 
-/// None is posted from now on.
-void XJobQueue::WithdrawNotices()
+/// From now on no completion is announced and no worker comes for jobs, even if one that is completed starts the queue.
+void XJobQueue::End()
 {
-    {
-        const XThreadLock lock( itsMutex );
-        itsIsEnding = true;
-    }
-    itsCompletionNotice->Withdraw();
-    if ( itsIsDestroyed )
-        *itsIsDestroyed = true;
+    const XThreadLock lock( itsMutex );
+    itsIsEnding = true;
+    RunnabilityMayHaveChanged();
 }
 
 void XJobQueue::AddJobQueue()
@@ -417,9 +416,11 @@ void XJobQueue::AnnounceCompletion( std::int64_t inTag, std::uint32_t inResultCo
     const bool isLikeLast = !itsUnspoken.empty() && itsUnspoken.back().tag == inTag &&
         itsUnspoken.back().resultCode == inResultCode;
     if ( isLikeLast )
+    {
         ++itsUnspoken.back().count;
-    else
-        itsUnspoken.push_back( { inTag, inResultCode, 1 } );
+        return;
+    }
+    itsUnspoken.push_back( { inTag, inResultCode, 1 } );
     if ( itsUnspoken.size() == 1 )
         itsCompletionNotice->Post();
 }
@@ -459,7 +460,7 @@ void XJobQueue::QueueJob( XJob* inJob, bool inSuspended )
 
 void XJobQueue::RunnabilityMayHaveChanged()
 {
-    const bool isRunnable = itsIsRunning && GetQueuedCount() > 0;
+    const bool isRunnable = itsIsRunning && !itsIsEnding && GetQueuedCount() > 0;
     if ( isRunnable == itsIsRunnable )
         return;
     itsIsRunnable = isRunnable;

@@ -220,7 +220,7 @@ private:
     void AnnounceCompletion( std::int64_t inTag, std::uint32_t inResultCode );
     XVector<XUnspoken> TakeUnspoken();
     void Speak( const XVector<XUnspoken>& inCompletions );
-    void WithdrawNotices();
+    void End();
 
     mutable XMutex itsMutex; // guards the members below
     const std::unique_ptr<XWaitingJobs> itsWaitingJobs;
@@ -233,8 +233,8 @@ private:
     XConditionVariable itsQueueEmpty;
     XConditionVariable itsJobFinished; // signalled whenever a job stops waiting or running
     bool itsIsRunning = false;
-    bool itsIsRunnable = false;    // runs and has jobs that wait
-    bool itsIsEnding = false;      // completions are announced no more
+    bool itsIsRunnable = false; // runs and has jobs that wait
+    bool itsIsEnding = false;
     std::uint64_t itsNumber = 0;   // counts up with each queue of the process
     std::uint32_t itsPinCount = 0; // keeps the destructor waiting; guarded by sJobQueueMutex
 
