@@ -51,7 +51,7 @@ XPivotTable MakeKeyedTable()
     const XVector<XUUID> identifiers = MakeIdentifiers();
     XPivotTable table;
     const auto makeText = [&] { return "treatment " + std::to_string( random() % kCells ); };
-    AddColumn<XPivotStringColumn>( table, "text", makeText ); // each with storage of its own
+    AddColumn<XPivotStringColumn>( table, "text", makeText ); // each made anew
     AddColumn<XPivotUUIDColumn>( table, "identifier", [&] { return identifiers[random() % kCells]; } );
     AddColumn<XPivotFloatColumn>( table, "value", [&] { return normal( random ); } );
     XVector<XString> texts;

@@ -7,13 +7,18 @@
 
 namespace
 {
-/// The first place for a text: its own, or a free one.
-std::size_t FindPlace( const XVector<XString>& inTexts, std::string_view inText )
+/// The place of a text, or a free one for it; null where neither is near, as only chosen texts make it happen.
+XString* FindPlace( XVector<XString>& ioTexts, std::string_view inText )
 {
-    auto place = std::hash<std::string_view>()( inText ) & ( inTexts.size() - 1 );
-    while ( !inTexts[place].IsEmpty() && inTexts[place].GetStringView() != inText )
-        place = ( place + 1 ) & ( inTexts.size() - 1 );
-    return place;
+    constexpr std::size_t kMostSteps = 64;
+    const auto first = std::hash<std::string_view>()( inText );
+    for ( std::size_t step = 0; step < kMostSteps; ++step )
+    {
+        XString& place = ioTexts[( first + step ) & ( ioTexts.size() - 1 )];
+        if ( place.IsEmpty() || place.GetStringView() == inText )
+            return &place;
+    }
+    return nullptr;
 }
 
 /// The next text, where the stream's buffer holds it whole.
@@ -55,7 +60,8 @@ void XPivotTextPool::Grow()
     old.swap( itsTexts );
     for ( auto& text : old )
         if ( !text.IsEmpty() )
-            itsTexts[FindPlace( itsTexts, text.GetStringView() )] = std::move( text );
+            if ( auto* place = FindPlace( itsTexts, text.GetStringView() ) )
+                *place = std::move( text );
 }
 
 template<class TText>
@@ -65,16 +71,16 @@ XString XPivotTextPool::GetEqual( std::string_view inText, const TText& inNewTex
         return inNewText;
     if ( itsCount < kMostTexts && 2 * itsCount >= itsTexts.size() )
         Grow();
-    XString& place = itsTexts[FindPlace( itsTexts, inText )];
-    if ( !place.IsEmpty() )
+    auto* place = FindPlace( itsTexts, inText );
+    if ( place && !place->IsEmpty() )
     {
         ++itsFound;
-        return place;
+        return *place;
     }
     XString text( inNewText );
-    if ( itsCount < kMostTexts )
+    if ( place && itsCount < kMostTexts )
     {
-        place = text;
+        *place = text;
         ++itsCount;
     }
     return text;
