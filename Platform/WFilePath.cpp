@@ -2,23 +2,6 @@
 
 namespace fs = std::filesystem;
 
-namespace
-{
-
-/// The path without folders that are missing and left again by `..`: once they are made, both paths are one.
-fs::path LeaveMissingFolders( const fs::path& inPath )
-{
-    fs::path path;
-    for ( const auto& part : inPath )
-        if ( part == ".." && !path.empty() && !WFilePath::Exists( path ) )
-            path = path.parent_path();
-        else if ( part != "." )
-            path /= part;
-    return path;
-}
-
-} // namespace
-
 WFilePath::Key WFilePath::GetKey( const fs::path& inPath )
 {
     Key key;

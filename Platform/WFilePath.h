@@ -32,10 +32,23 @@ public:
     static std::filesystem::path
     ResolveLinks( const std::filesystem::path& inPath, std::error_code& outError );
 
+    /// The absolute path, without `.`, `..` and doubled separators, as the system reads it: on Windows the standard library
+    /// turns paths on the network (`\\nas\data`) into others, and cannot look at those that begin with `\\?\`. Does not
+    /// look at the disk.
+    static std::filesystem::path Normalise( const std::filesystem::path& inPath );
+
     /// True for a file, folder or device; false too when it cannot be looked at.
     static bool Exists( const std::filesystem::path& inPath );
 
+    /// True for a folder, and a link to one.
+    static bool IsFolder( const std::filesystem::path& inPath );
+
+    /// Removes a file, a link or an empty folder. False when it could not.
+    static bool Remove( const std::filesystem::path& inPath ) noexcept;
+
 private:
+    /// The path without folders that are missing and left again by `..`: once they are made, both paths are one.
+    static std::filesystem::path LeaveMissingFolders( const std::filesystem::path& inPath );
     /// False when nothing is there.
     static bool FindNumbers( const std::filesystem::path& inPath, Key& outKey );
     static std::filesystem::path::string_type FoldName( const std::filesystem::path& inName );

@@ -84,8 +84,7 @@ WReplaceFile::~WReplaceFile()
     {
         if ( path.empty() )
             continue;
-        std::error_code error;
-        fs::remove( path, error );
+        WFilePath::Remove( path );
         WUnfinishedFiles::Forget( path );
     }
 }
@@ -173,8 +172,7 @@ void WReplaceFile::Commit()
 void WReplaceFile::KeepOld()
 {
     XAssert( !itsIsCommitted );
-    std::error_code ignored;
-    if ( itsIsDirect || !itsOldPath.empty() || !fs::is_regular_file( itsTarget, ignored ) )
+    if ( itsIsDirect || !itsOldPath.empty() || !WFilePath::Exists( itsTarget ) )
         return;
     CheckReplaceable( itsTarget ); // Else the second name might have to stay.
     const auto path = itsTarget.parent_path() / MakeTemporaryName();
@@ -195,9 +193,8 @@ void WReplaceFile::Undo()
             return LeaveOld();
         WUnfinishedFiles::Add( itsPath );
         itsIsCommitted = false;
-        std::error_code ignored;
         if ( itsOldPath.empty() )
-            fs::remove( itsTarget, ignored );
+            WFilePath::Remove( itsTarget );
     }
     PutOldBack();
 }
@@ -216,7 +213,7 @@ void WReplaceFile::PutOldBack()
         return;
     std::error_code ignored;
     if ( WFilePath::GetKey( itsOldPath ) == WFilePath::GetKey( itsTarget ) )
-        fs::remove( itsOldPath, ignored ); // Renaming would leave both names.
+        WFilePath::Remove( itsOldPath ); // Renaming would leave both names.
     else
         fs::rename( itsOldPath, itsTarget, ignored );
     LeaveOld();

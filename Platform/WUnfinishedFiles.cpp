@@ -1,8 +1,9 @@
 #include "WUnfinishedFiles.h"
 
+#include "WFilePath.h"
+
 #include <cstddef>
 #include <new>
-#include <system_error>
 #include <vector>
 
 namespace
@@ -32,13 +33,13 @@ std::unique_lock<std::recursive_mutex> WUnfinishedFiles::Hold()
 void WUnfinishedFiles::Add( const std::filesystem::path& inPath )
 {
     const auto hold = Hold();
-    GetRegistry().paths.push_back( std::filesystem::absolute( inPath ) );
+    GetRegistry().paths.push_back( WFilePath::Normalise( inPath ) );
 }
 
 void WUnfinishedFiles::Forget( const std::filesystem::path& inPath )
 {
     const auto hold = Hold();
-    std::erase( GetRegistry().paths, std::filesystem::absolute( inPath ) );
+    std::erase( GetRegistry().paths, WFilePath::Normalise( inPath ) );
 }
 
 void WUnfinishedFiles::RemoveForEnd() noexcept
@@ -46,8 +47,5 @@ void WUnfinishedFiles::RemoveForEnd() noexcept
     auto& registry = GetRegistry();
     registry.mutex.lock();
     for ( auto path = registry.paths.rbegin(); path != registry.paths.rend(); ++path )
-    {
-        std::error_code error;
-        std::filesystem::remove( *path, error );
-    }
+        WFilePath::Remove( *path );
 }

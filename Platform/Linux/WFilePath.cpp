@@ -1,6 +1,7 @@
 #include "WFilePath.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include <sys/stat.h>
 
@@ -20,6 +21,33 @@ fs::path WFilePath::ResolveLinks( const fs::path& inPath, std::error_code& outEr
     if ( !outError )
         outError = std::make_error_code( std::errc::too_many_symbolic_link_levels );
     return inPath;
+}
+
+fs::path WFilePath::LeaveMissingFolders( const fs::path& inPath )
+{
+    fs::path path;
+    for ( const auto& part : inPath )
+        if ( part == ".." && !path.empty() && !Exists( path ) )
+            path = path.parent_path();
+        else if ( part != "." )
+            path /= part;
+    return path;
+}
+
+fs::path WFilePath::Normalise( const fs::path& inPath )
+{
+    return fs::absolute( inPath ).lexically_normal();
+}
+
+bool WFilePath::IsFolder( const fs::path& inPath )
+{
+    struct stat status = {};
+    return ::stat( inPath.c_str(), &status ) == 0 && S_ISDIR( status.st_mode );
+}
+
+bool WFilePath::Remove( const fs::path& inPath ) noexcept
+{
+    return ::remove( inPath.c_str() ) == 0;
 }
 
 bool WFilePath::FindNumbers( const fs::path& inPath, Key& outKey )

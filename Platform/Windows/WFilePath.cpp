@@ -1,6 +1,7 @@
 #include "WFilePath.h"
 
 #include <string>
+#include <string_view>
 
 #include <windows.h>
 
@@ -47,13 +48,15 @@ std::wstring ReadText( Call inCall )
     }
 }
 
+/// Of paths that the system takes as they are.
+constexpr std::wstring_view kPrefix = L"\\\\?\\", kNetworkPrefix = L"\\\\?\\UNC\\";
+
 /// The form that all functions of the system take.
 std::wstring RemovePrefix( const std::wstring& inPath )
 {
-    const std::wstring local = L"\\\\?\\", network = L"\\\\?\\UNC\\";
-    if ( inPath.starts_with( network ) )
-        return L"\\\\" + inPath.substr( network.size() );
-    return inPath.starts_with( local ) ? inPath.substr( local.size() ) : inPath;
+    if ( inPath.starts_with( kNetworkPrefix ) )
+        return L"\\\\" + inPath.substr( kNetworkPrefix.size() );
+    return inPath.starts_with( kPrefix ) ? inPath.substr( kPrefix.size() ) : inPath;
 }
 
 } // namespace
@@ -65,10 +68,35 @@ fs::path WFilePath::ResolveLinks( const fs::path& inPath, std::error_code& outEr
     const auto final = ReadText(
         [&]( wchar_t* outText, DWORD inLength )
         { return ::GetFinalPathNameByHandleW( file.Get(), outText, inLength, FILE_NAME_NORMALIZED ); } );
-    if ( !final.empty() )
-        return RemovePrefix( final );
-    return ReadText( [&]( wchar_t* outText, DWORD inLength )
-                     { return ::GetFullPathNameW( inPath.c_str(), inLength, outText, nullptr ); } );
+    if ( final.empty() )
+        return Normalise( inPath );
+    return inPath.native().starts_with( kPrefix ) ? final : RemovePrefix( final );
+}
+
+fs::path WFilePath::Normalise( const fs::path& inPath )
+{
+    const auto full =
+        ReadText( [&]( wchar_t* outText, DWORD inLength )
+                  { return ::GetFullPathNameW( inPath.c_str(), inLength, outText, nullptr ); } );
+    return full.empty() ? inPath : fs::path( full ); // Else all paths that it cannot read were one.
+}
+
+/// The system leaves folders by `..` whether they are missing or not, so there are none left.
+fs::path WFilePath::LeaveMissingFolders( const fs::path& inPath )
+{
+    return inPath;
+}
+
+bool WFilePath::IsFolder( const fs::path& inPath )
+{
+    const DWORD attributes = ::GetFileAttributesW( inPath.c_str() );
+    return attributes != INVALID_FILE_ATTRIBUTES && ( attributes & FILE_ATTRIBUTE_DIRECTORY ) != 0;
+}
+
+bool WFilePath::Remove( const fs::path& inPath ) noexcept
+{
+    return ( IsFolder( inPath ) ? ::RemoveDirectoryW( inPath.c_str() ) : ::DeleteFileW( inPath.c_str() ) ) !=
+        0;
 }
 
 bool WFilePath::FindNumbers( const fs::path& inPath, Key& outKey )

@@ -32,7 +32,7 @@ struct ImageMeasurer::Image
         : path( inPath ), number( inNumber ), readers( PathFromUTF8( inPath ), inReading ),
           results( readers.GetPageCount() )
     {
-        const auto full = std::filesystem::absolute( PathFromUTF8( inPath ) ).lexically_normal();
+        const auto full = WFilePath::Normalise( PathFromUTF8( inPath ) );
         measurement.name = PathToUTF8( full.filename() );
         const auto folder = full.parent_path().generic_u8string();
         measurement.folder = std::string( folder.begin(), folder.end() );

@@ -1,14 +1,13 @@
 #include "NewFolder.h"
 
+#include "WFilePath.h"
 #include "WUnfinishedFiles.h"
-
-#include <system_error>
 
 NewFolder::NewFolder( const std::filesystem::path& inPath )
 {
     std::vector<std::filesystem::path> missing;
-    const auto path = std::filesystem::absolute( inPath ).lexically_normal();
-    for ( auto folder = path; folder.has_relative_path() && !std::filesystem::is_directory( folder );
+    const auto path = WFilePath::Normalise( inPath );
+    for ( auto folder = path; folder.has_relative_path() && !WFilePath::IsFolder( folder );
           folder = folder.parent_path() )
         missing.push_back( folder );
 
@@ -43,8 +42,7 @@ void NewFolder::RemoveMade()
     const auto hold = WUnfinishedFiles::Hold();
     for ( auto folder = itsMade.rbegin(); folder != itsMade.rend(); ++folder )
     {
-        std::error_code error;
-        std::filesystem::remove( *folder, error );
+        WFilePath::Remove( *folder );
         WUnfinishedFiles::Forget( *folder );
     }
 }
