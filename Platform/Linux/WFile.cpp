@@ -72,7 +72,11 @@ int FindDescriptor( fs::path inPath )
     for ( int i = 0; i < kMostLinks && IsLink( inPath ); ++i )
     {
         const auto folder = fs::canonical( fs::absolute( inPath, error ).parent_path(), error );
+        if ( error )
+            return kNoDescriptor;
         const auto process = fs::canonical( "/proc/self", error ).native() + '/';
+        if ( error )
+            return kNoDescriptor;
         if ( folder.filename() == "fd" && folder.native().starts_with( process ) )
             return ParseDescriptor( inPath.filename() );
         inPath = folder / fs::read_symlink( inPath, error );
