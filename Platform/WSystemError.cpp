@@ -34,7 +34,7 @@ constexpr ErrnoCode kErrnoCodes[] = {
     { std::errc::device_or_resource_busy, 170 },
     { std::errc::executable_format_error, 193 },
     { std::errc::filename_too_long, 206 },
-    { std::errc::file_too_large, 223 },
+    { std::errc::file_too_large, WSystemError::kFileTooLarge },
     { std::errc::is_a_directory, WSystemError::kIsDirectory },
     { std::errc::value_too_large, 534 },
     { std::errc::bad_address, 998 },

@@ -24,6 +24,7 @@ public:
     static constexpr std::uint32_t kInvalidParameter = 87;
     static constexpr std::uint32_t kDiskFull = 112;
     static constexpr std::uint32_t kSeekOnDevice = 132;
+    static constexpr std::uint32_t kFileTooLarge = 223;
     static constexpr std::uint32_t kNoPipeReader = 233;
     static constexpr std::uint32_t kIsDirectory = 336;
     static constexpr std::uint32_t kNoSystemResources = 1450;

@@ -9,6 +9,9 @@ class KORVALE_API WTemporaryFile : public WFile
 public:
     explicit WTemporaryFile( const std::filesystem::path& inFolder );
 
+    /// Gives the space of bytes back to the disk, where the file system can: they are zeros then. The size stays.
+    static void ReturnSpace( const WFile& inFile, std::uint64_t inPosition, std::uint64_t inCount ) noexcept;
+
 private:
     static std::intptr_t Create( const std::filesystem::path& inFolder );
 };

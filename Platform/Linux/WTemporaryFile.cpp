@@ -39,3 +39,11 @@ std::intptr_t WTemporaryFile::Create( const std::filesystem::path& inFolder )
         return descriptor;
     WThrowErrno();
 }
+
+void WTemporaryFile::ReturnSpace(
+    const WFile& inFile, std::uint64_t inPosition, std::uint64_t inCount ) noexcept
+{
+    ::fallocate(
+        static_cast<int>( inFile.GetRawHandle() ), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE,
+        static_cast<off_t>( inPosition ), static_cast<off_t>( inCount ) );
+}

@@ -6,6 +6,7 @@
 #include <string>
 
 #include <windows.h>
+#include <winioctl.h>
 
 namespace
 {
@@ -26,6 +27,13 @@ HANDLE TryCreate( const std::filesystem::path& inFolder )
         CREATE_NEW, FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr );
 }
 
+/// What a file system does not know is let pass.
+void Control( HANDLE inFile, DWORD inCode, void* inInput, DWORD inSize )
+{
+    DWORD returned = 0;
+    ::DeviceIoControl( inFile, inCode, inInput, inSize, nullptr, 0, &returned, nullptr );
+}
+
 } // namespace
 
 std::intptr_t WTemporaryFile::Create( const std::filesystem::path& inFolder )
@@ -34,9 +42,22 @@ std::intptr_t WTemporaryFile::Create( const std::filesystem::path& inFolder )
     {
         const HANDLE handle = TryCreate( inFolder );
         if ( handle != INVALID_HANDLE_VALUE )
+        {
+            Control( handle, FSCTL_SET_SPARSE, nullptr, 0 ); // only a sparse file can give space back
             return reinterpret_cast<std::intptr_t>( handle );
+        }
         if ( ::GetLastError() != ERROR_FILE_EXISTS )
             break;
     }
     XThrowLastSystemError();
+}
+
+void WTemporaryFile::ReturnSpace(
+    const WFile& inFile, std::uint64_t inPosition, std::uint64_t inCount ) noexcept
+{
+    FILE_ZERO_DATA_INFORMATION range = {};
+    range.FileOffset.QuadPart = static_cast<LONGLONG>( inPosition );
+    range.BeyondFinalZero.QuadPart = static_cast<LONGLONG>( inPosition + inCount );
+    Control(
+        reinterpret_cast<HANDLE>( inFile.GetRawHandle() ), FSCTL_SET_ZERO_DATA, &range, sizeof( range ) );
 }

@@ -109,7 +109,7 @@ TEST( XRoomWaiters, OneOfTwoThatWaitForEachOtherIsRefused )
     EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
 }
 
-// Blocks in memory and in temporary files, which need the old and the new size at once where views cannot be resized.
+// Blocks in memory, which need the old and the new size at once where views cannot be resized, and in the temporary file.
 TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
 {
     for ( const bool canResizeViews : { true, false } )

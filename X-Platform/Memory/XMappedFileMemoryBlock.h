@@ -13,7 +13,7 @@ class XMappedStorage;
 
 /// Bytes that can be purged: a view of the page file, of a temporary file, or of a range of a permanent file that the
 /// block presents as memory. Fresh memory is zero, lies in the page file and is first allocated when it is locked. A
-/// purge writes it to a temporary file, from which later purges and reloads map it without copying.
+/// purge writes it to a range of the manager's temporary file, from which later purges and reloads map it without copying.
 ///
 /// Damage: bytes that cannot be read from their file while the block is locked, since the disk fails or the file has been
 /// cut off, are zeros, and what is written to them does not get to the file. `CheckIntact` tells until the view goes, and
@@ -96,6 +96,7 @@ public:
     /// A permanent file of which nothing has changed is shared, not copied.
     XMemoryBlock* Clone( USize64 inSize ) override;
     XMemoryBlock* CloneResized( USize64 inSize ) override;
+    bool IsPurgedByWriting() const override { return itsState == kPageFile; }
     bool IsPublic() const override { return itsState == kPermanentFile && itsChangeMode == kPublic; }
     void CheckIntact() const override;
 
@@ -142,7 +143,9 @@ private:
     void CopyToMalloc();
     void CopyToPagefile();
     void MoveToPagefile( USize64 inSize );
+    void UsePagefile( std::unique_ptr<XMappedStorage> inStorage, USize64 inSize );
     void CopyToTempFile();
+    void ReadFromTempFile( USize64 inSize );
     void LockForMMap( XLockMode inMode );
     void UnlockForMMap();
     void ResizeForMalloc( USize64 inSize );

@@ -286,7 +286,13 @@ void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
     CopyView( storage->GetViewData(), std::min( inSize, itsSize ) );
     RetireMMap();
     HasKeptChanges();
-    fileMapping = std::move( storage );
+    UsePagefile( std::move( storage ), inSize );
+}
+
+/// The block has been mapped before, so it has its place on the list.
+void XMappedFileMemoryBlock::UsePagefile( std::unique_ptr<XMappedStorage> inStorage, USize64 inSize )
+{
+    fileMapping = std::move( inStorage );
     itsState = kPageFile;
     itsViewAccess = XFileMappingBase::kPageReadWrite;
     itsSize = inSize;
@@ -296,13 +302,29 @@ void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
 
 void XMappedFileMemoryBlock::CopyToTempFile()
 {
-    const std::shared_ptr<WFile> file = GetManager().MakeTemporaryFile();
-    file->WriteAt( 0, GetViewData(), GetStorageSize() );
-    auto storage = MakeStorage(
-        GetManager().MakeFileMapping( file, 0, GetStorageSize(), XFileMappingBase::kPageReadWrite ) );
+    auto range = GetManager().Spill( GetViewData(), GetStorageSize() );
+    auto mapping = GetManager().MakeFileMapping(
+        range->GetFile(), range->GetOffset(), GetStorageSize(), XFileMappingBase::kPageReadWrite );
+    auto storage = std::make_unique<XMappedStorage>( GetManager(), std::move( mapping ), std::move( range ) );
     Unmap();
     fileMapping = std::move( storage );
     itsState = kTemporaryFile;
+}
+
+/// To memory of another size. Its view would only take up room: without it the block is as after a purge, and stays so where
+/// this fails.
+void XMappedFileMemoryBlock::ReadFromTempFile( USize64 inSize )
+{
+    CheckViewIntact();
+    const XMove move( *this );
+    Unmap();
+    auto storage = MakeStorage( GetManager().MakePageFileMapping( inSize ) );
+    MapView( *storage, inSize, XFileMappingBase::kPageReadWrite );
+    const XSpillRange& range = *fileMapping->GetRange();
+    const USize64 size = std::min( itsSize, inSize );
+    if ( range.GetFile()->ReadAt( range.GetOffset(), storage->GetViewData(), size ) < size )
+        XThrow( kErrorMemoryNotMapped );
+    UsePagefile( std::move( storage ), inSize );
 }
 
 // ---- Sizes
@@ -327,6 +349,8 @@ void XMappedFileMemoryBlock::ResizeForMMap( USize64 inSize )
 /// Memory grows where it is, if the system can, and what becomes larger than its file moves.
 void XMappedFileMemoryBlock::GrowForMMap( USize64 inSize )
 {
+    if ( itsState == kTemporaryFile )
+        return ReadFromTempFile( inSize );
     const XLock lockForMove( this, kLockForRead ); // else making room might purge this very block
     const USize64 oldViewSize = fileMapping->GetViewSize();
     if ( itsState != kPageFile || !ResizeView( inSize ) )

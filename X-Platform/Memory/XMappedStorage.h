@@ -2,6 +2,7 @@
 
 #include "Memory/XFileMappingBase.h"
 #include "Memory/XMemoryReservation.h"
+#include "Memory/XSpillFile.h"
 
 #include <memory>
 
@@ -11,8 +12,11 @@
 class XMappedStorage
 {
 public:
-    XMappedStorage( XMemoryManager& inManager, std::unique_ptr<XFileMappingBase> inMapping )
-        : itsMapping( std::move( inMapping ) ), itsReservation( inManager )
+    /// `inRange` is what is mapped, where that is a part of a spill file.
+    XMappedStorage(
+        XMemoryManager& inManager, std::unique_ptr<XFileMappingBase> inMapping,
+        std::unique_ptr<XSpillRange> inRange = nullptr )
+        : itsRange( std::move( inRange ) ), itsMapping( std::move( inMapping ) ), itsReservation( inManager )
     {
     }
     XMappedStorage( const XMappedStorage& ) = delete;
@@ -31,8 +35,11 @@ public:
     /// Null while there is no view.
     void* GetViewData() const { return itsMapping->GetViewData(); }
     bool IsViewIntact() const { return itsMapping->IsViewIntact(); }
+    /// Null for what is not in a spill file.
+    const XSpillRange* GetRange() const { return itsRange.get(); }
 
 private:
+    std::unique_ptr<XSpillRange> itsRange; // given back when nothing is mapped any more
     std::unique_ptr<XFileMappingBase> itsMapping;
     XMemoryReservation itsReservation;
     USize64 itsViewSize = 0;

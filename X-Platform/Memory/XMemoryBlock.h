@@ -75,6 +75,8 @@ public:
     /// Gives up the memory and keeps the bytes. Throws 1023 when the block cannot be purged, 2701 when another thread
     /// has held its mutex for 100 ms, and what the disk refuses; then everything is as it was.
     virtual void Purge();
+    /// Whether a purge has to write the bytes to the disk, which may refuse. Under the mutex.
+    virtual bool IsPurgedByWriting() const { return false; }
     /// Makes sure, under the mutex, that the block can be put on the manager's list without memory, from now on. 1012.
     void ReservePlace();
     /// Locked right now, as far as one can tell without the mutex.

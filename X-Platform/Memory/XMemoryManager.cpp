@@ -11,6 +11,7 @@
 #include "Memory/XPurgeableBlocks.h"
 #include "Memory/XRegionQueries.h"
 #include "Memory/XRoomWaiters.h"
+#include "Memory/XSpillPlace.h"
 #include "Services/XSessionLogManager.h"
 #include "Threads/XThreadLock.h"
 #include "WAddressSpace.h"
@@ -49,7 +50,9 @@ std::int64_t GetMillisecondsSince( std::int64_t inTicks )
 XMemoryManager::XMemoryManager( XRole inRole )
     : itsPrevious( sStandIn.load() ), itsBlocks( std::make_unique<XPurgeableBlocks>() ),
       itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
-      itsRoomWaiters( std::make_unique<XRoomWaiters>() ), itsPageHeap( std::make_unique<XPageHeap>( *this ) )
+      itsRoomWaiters( std::make_unique<XRoomWaiters>() ),
+      itsSpillPlace( std::make_unique<XSpillPlace>( *this ) ),
+      itsPageHeap( std::make_unique<XPageHeap>( *this ) )
 {
     if ( inRole == kStandIn )
         sStandIn = this;
@@ -110,6 +113,21 @@ struct XMemoryManager::XRoomSearch
     bool asksListeners = true;        // in the next attempt
     XPurgeableBlocks::XSearch blocks; // of the last attempt, as the next one
     bool hasPurgeFailed = false;
+    USize64 refusedSize = std::numeric_limits<USize64>::max(); // by the disk: no more so large ones are tried
+};
+
+/// Out of memory because the disk refuses purges.
+class XMemoryManager::XNoRoomException : public XException
+{
+public:
+    explicit XNoRoomException( const XString& inCause ) : XException( kErrorOutOfMemory ), itsCause( inCause )
+    {
+    }
+
+    XString GetRawErrorMessage() const override { return XException::GetRawErrorMessage() + "; " + itsCause; }
+
+private:
+    XString itsCause;
 };
 
 /// Other threads may take what this one has freed, or keep locked for a moment what it could free.
@@ -123,9 +141,17 @@ void XMemoryManager::AboutToAllocate( USize64 inSize )
         if ( inSize > GetBudget() )
             XThrow( kErrorOutOfMemory );
         if ( !MakeRoom( itsBudget->GetShortage( inSize ), search ) && !WaitForRoom( search ) )
-            XThrow( kErrorOutOfMemory );
+            ThrowNoRoom( search );
         search.waiter.BeginAttempt();
     }
+}
+
+void XMemoryManager::ThrowNoRoom( const XRoomSearch& inSearch ) const
+{
+    const XString cause = inSearch.hasPurgeFailed ? itsSpillPlace->GetFailure() : XString();
+    if ( cause.IsEmpty() )
+        XThrow( kErrorOutOfMemory );
+    throw XNoRoomException( cause );
 }
 
 void XMemoryManager::HasFreed( USize64 inSize )
@@ -150,6 +176,7 @@ USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
 {
     ioSearch.blocks = {};
     ioSearch.hasPurgeFailed = false;
+    ioSearch.refusedSize = std::numeric_limits<USize64>::max();
     const auto lockNext = [&]
     {
         const XThreadLock lock( itsMemoryMutex );
@@ -161,9 +188,18 @@ USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
         XMemoryBlock* const block = lockNext();
         if ( !block )
             break;
+        const bool isWritten = block->IsPurgedByWriting();
+        const USize64 size = block->GetTrueSize();
+        if ( isWritten && size >= ioSearch.refusedSize )
+        {
+            block->GetMutex().Unlock();
+            continue;
+        }
         const XPurgeResult purged = PurgeLocked( *block );
         sum.bytes += purged.bytes;
         ioSearch.hasPurgeFailed |= purged.hasFailed;
+        if ( isWritten && purged.hasFailed )
+            ioSearch.refusedSize = size;
     }
     return sum.bytes;
 }
@@ -493,8 +529,16 @@ void XMemoryManager::NoteReload( USize64 inSize )
 
 void XMemoryManager::SetTemporaryFolder( const std::filesystem::path& inFolder )
 {
-    const XThreadLock lock( itsFolderMutex );
-    itsTemporaryFolder = inFolder;
+    {
+        const XThreadLock lock( itsFolderMutex );
+        itsTemporaryFolder = inFolder;
+    }
+    itsSpillPlace->StartAnew();
+}
+
+std::unique_ptr<XSpillRange> XMemoryManager::Spill( const void* inData, USize64 inSize )
+{
+    return itsSpillPlace->Write( inData, inSize );
 }
 
 std::filesystem::path XMemoryManager::GetTemporaryFolder() const

@@ -17,6 +17,8 @@ class XPageHeap;
 class XPurgeableBlocks;
 class XPurgePolicy;
 class XRoomWaiters;
+class XSpillPlace;
+class XSpillRange;
 
 /// Keeps the memory of the process's blocks inside a budget and frees memory and address space when they run short, by
 /// purging blocks that nobody has locked and then by asking its listeners.
@@ -114,7 +116,8 @@ public:
     /// less than the patience ago and does not itself wait for room. The wait uses no processor time and is alertable: a
     /// stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does not wait; with the
     /// memory mutex it does not ask listeners either.
-    /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges, or what is
+    /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges (the text tells
+    /// which folder and why), or what is
     /// left in use cannot be purged, is locked by this thread or by threads that wait for room too, or has been locked for
     /// longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks.
     void AboutToAllocate( USize64 inSize );
@@ -192,6 +195,9 @@ public:
     void NotePurge( USize64 inSize );
     void NoteReload( USize64 inSize );
 
+    /// Writes the bytes of a block that is purged to a range of the temporary file, which they keep until the range goes.
+    /// Throws what the disk refuses; as much or more is refused with the same error, without another try, for a second.
+    std::unique_ptr<XSpillRange> Spill( const void* inData, USize64 inSize );
     /// Where purged blocks go: `WFolders::GetTemporaryFolder()` until another folder is set.
     void SetTemporaryFolder( const std::filesystem::path& inFolder );
     std::filesystem::path GetTemporaryFolder() const;
@@ -243,9 +249,12 @@ private:
         bool hasFailed = false; ///< for another reason than that the block is in use
     };
 
+    class XNoRoomException;
+
     bool MakeRoom( USize64 inBytes, XRoomSearch& ioSearch );
     USize64 PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch );
     bool WaitForRoom( XRoomSearch& ioSearch );
+    [[noreturn]] void ThrowNoRoom( const XRoomSearch& inSearch ) const;
     bool MayWait() const;
     std::uint32_t GetPatienceFor( XRoomSearch& ioSearch );
     std::uint32_t GetPatienceForLocks();
@@ -265,6 +274,7 @@ private:
     XMutex itsAllocationMutex;
     const std::unique_ptr<XMemoryBudget> itsBudget;
     const std::unique_ptr<XRoomWaiters> itsRoomWaiters;
+    const std::unique_ptr<XSpillPlace> itsSpillPlace;
     const std::unique_ptr<XPageHeap> itsPageHeap; // gives back what is left in it, so it goes first
     std::atomic<std::uint32_t> itsPatience = kDefaultPatience;
     mutable XMutex itsFolderMutex;

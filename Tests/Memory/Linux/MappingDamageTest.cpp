@@ -112,7 +112,6 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
         [&]( XMemoryHandle& ioHandle ) { ioHandle.CopyDataFrom( bytes, 10 ); },
         [&]( XMemoryHandle& ioHandle ) { ioHandle.Clear( 5 ); },
         [&]( XMemoryHandle& ioHandle ) { ioHandle.CloneMemory(); },
-        [&]( XMemoryHandle& ioHandle ) { ioHandle.Resize( 2 * kSize ); },
         [&]( XMemoryHandle& ioHandle ) { ioHandle.WriteStream2( stream ); },
         [&]( XMemoryHandle& ioHandle )
         {
@@ -127,6 +126,16 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
         auto handle = MakePurged();
         EXPECT_EQ( 1020u, ErrorOf( [&] { operation( handle ); } ) );
         EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+    }
+    // What grows is read, not mapped.
+    {
+        int file = -1;
+        manager.whenMapped = [&]( const WFile& inFile ) { file = static_cast<int>( inFile.GetRawHandle() ); };
+        auto growing = MakePurged();
+        growing.CopyDataTo( bytes, 10 );
+        EXPECT_EQ( 0, ::ftruncate( file, 4096 ) );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { growing.Resize( 2 * kSize ); } ) );
+        EXPECT_EQ( kSize, growing.GetDataSize() );
     }
     // An object in front of the damage.
     XMappedFileMemoryHandle handle( 0 );

@@ -12,6 +12,7 @@
 
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -159,12 +160,108 @@ TEST( MemoryLimits, ABlockThatGrowsTakesTheDifference )
     EXPECT_TRUE( Holds( handle, 1 ) );
 }
 
-TEST( MemoryLimits, MoreBlocksThanDescriptorsAtFirst )
+// Ranges of one file, whose space goes back to the disk with them, also from between others.
+TEST( MemoryLimits, PurgedBlocksShareAFile )
+{
+    TestManager manager( 100 * kMiB );
+    int file = -1;
+    manager.whenMapped = [&]( const WFile& inFile ) { file = static_cast<int>( inFile.GetRawHandle() ); };
+    const auto getDiskBytes = [&]
+    {
+        struct stat status = {};
+        ::fstat( file, &status );
+        return static_cast<USize64>( status.st_blocks ) * 512;
+    };
+    std::vector<std::unique_ptr<XMappedFileMemoryHandle>> handles;
+    const auto add = [&]( USize64 inSize, unsigned inSeed )
+    {
+        handles.push_back( std::make_unique<XMappedFileMemoryHandle>( inSize ) );
+        Fill( *handles.back(), inSeed );
+        handles.back()->Purge();
+    };
+    const std::size_t descriptors = CountDescriptors();
+    for ( unsigned i = 0; i < 16; ++i )
+        add( kMiB + i, i );
+    EXPECT_EQ( descriptors + 1, CountDescriptors() );
+    EXPECT_TRUE( Holds( *handles[0], 0 ) );
+    EXPECT_LE( 16 * kMiB, getDiskBytes() );
+    for ( unsigned i = 1; i < 15; i += i % 4 == 1 ? 1 : 3 ) // ranges beside each other and alone
+        handles[i].reset();
+    EXPECT_GT( 10 * kMiB, getDiskBytes() );
+    add( 2 * kMiB, 20 ); // into the space of two
+    add( kMiB / 2, 21 );
+    struct stat status = {};
+    ::fstat( file, &status );
+    EXPECT_GE( 17 * kMiB, static_cast<USize64>( status.st_size ) );
+    for ( unsigned i = 0; i < 18; ++i )
+        EXPECT_TRUE( !handles[i] || Holds( *handles[i], i < 16 ? i : i + 4 ) );
+    handles.resize( 1 );
+    EXPECT_GE( 3 * kMiB, getDiskBytes() );
+    handles.clear();
+    EXPECT_EQ( descriptors, CountDescriptors() );
+}
+
+// One after the other, where files may not become as large as all together.
+TEST( MemoryLimits, SmallFilesTakeManyBlocks )
 {
     EXPECT_TRUE( PassesInChild(
         []
         {
-            const rlimit limit = { 64, 4096 };
+            SetLimit( RLIMIT_FSIZE, 3 * kMiB );
+            TestManager manager( 100 * kMiB );
+            std::vector<XMappedFileMemoryHandle> handles( 8 );
+            for ( auto& handle : handles )
+            {
+                handle.Resize( kMiB );
+                Fill( handle, 7 );
+                handle.GetBlock()->Purge();
+            }
+            for ( auto& handle : handles )
+                EXPECT_TRUE( Holds( handle, 7 ) );
+        } ) );
+}
+
+// The error tells why, and the disk is not tried for each block.
+TEST( MemoryLimits, AFolderThatRefusesPurgesIsNamed )
+{
+    TestManager manager( 8 * kMiB );
+    int tries = 0;
+    manager.SetTemporaryFolder( "/no/such/folder" );
+    manager.makeTemporaryFile = [&]
+    {
+        ++tries;
+        return manager.WMemoryManager::MakeTemporaryFile();
+    };
+    std::vector<XMappedFileMemoryHandle> handles( 8 );
+    for ( unsigned i = 0; i < 8; ++i )
+    {
+        handles[i].Resize( kMiB );
+        Fill( handles[i], i );
+    }
+    for ( int turn = 0; turn < 3; ++turn )
+        try
+        {
+            XMemoryHandle handle( kMiB );
+            ADD_FAILURE();
+        }
+        catch ( const XException& error )
+        {
+            EXPECT_EQ( 1012u, error.GetErrorNumber() );
+            EXPECT_NE( std::string::npos, MessageOf( error ).find( "/no/such/folder: " ) );
+            EXPECT_NE( std::string::npos, MessageOf( error ).find( "(2)" ) );
+        }
+    EXPECT_GE( 4, tries ); // one each second
+    manager.SetTemporaryFolder( {} );
+    XMemoryHandle fits( kMiB );
+    EXPECT_TRUE( Holds( handles[0], 0 ) );
+}
+
+TEST( MemoryLimits, MoreBlocksThanDescriptors )
+{
+    EXPECT_TRUE( PassesInChild(
+        []
+        {
+            const rlimit limit = { 64, 64 };
             ASSERT_EQ( 0, ::setrlimit( RLIMIT_NOFILE, &limit ) );
             TestManager manager( 100 * kMiB );
             std::vector<XMappedFileMemoryHandle> handles( 200 );
