@@ -22,21 +22,27 @@ std::string DescribeShortage( std::uint64_t inBytes )
     return inBytes > budget ? text : text + ", beside what has to stay in it";
 }
 
+/// What the manager adds to the text of the number: which folder refuses purges, and why.
+XString GetCause( const XException& inError )
+{
+    const XString plain = XException( kErrorOutOfMemory ).GetRawErrorMessage();
+    XString cause = inError.GetRawErrorMessage();
+    return cause.StripFirst( plain.GetLength() );
+}
+
 class Shortage : public XException
 {
 public:
-    explicit Shortage( std::uint64_t inBytes )
-        : XException( kErrorOutOfMemory ), itsText( ": " + DescribeShortage( inBytes ) )
+    Shortage( std::uint64_t inBytes, const XException& inError )
+        : XException( kErrorOutOfMemory ),
+          itsText( GetCause( inError ) + XString( ": " + DescribeShortage( inBytes ) ) )
     {
     }
 
-    XString GetRawErrorMessage() const override
-    {
-        return XException::GetRawErrorMessage() + XString( itsText );
-    }
+    XString GetRawErrorMessage() const override { return XException::GetRawErrorMessage() + itsText; }
 
 private:
-    std::string itsText;
+    XString itsText;
 };
 } // namespace
 
@@ -117,7 +123,7 @@ WImagePage::Samples WorkingMemory::Hold( std::uint64_t inBytes, MakeHeld inMakeH
     {
         if ( error.GetErrorNumber() != kErrorOutOfMemory )
             throw;
-        throw Shortage( inBytes );
+        throw Shortage( inBytes, error );
     }
 }
 
