@@ -163,6 +163,7 @@ TEST( MemoryLimits, ABlockThatGrowsTakesTheDifference )
 // Ranges of one file, whose space goes back to the disk with them, also from between others.
 TEST( MemoryLimits, PurgedBlocksShareAFile )
 {
+    constexpr USize64 kPiece = 128 * 1024;
     TestManager manager( 100 * kMiB );
     int file = -1;
     manager.whenMapped = [&]( const WFile& inFile ) { file = static_cast<int>( inFile.GetRawHandle() ); };
@@ -181,22 +182,22 @@ TEST( MemoryLimits, PurgedBlocksShareAFile )
     };
     const std::size_t descriptors = CountDescriptors();
     for ( unsigned i = 0; i < 16; ++i )
-        add( kMiB + i, i );
+        add( kPiece + i, i );
     EXPECT_EQ( descriptors + 1, CountDescriptors() );
     EXPECT_TRUE( Holds( *handles[0], 0 ) );
-    EXPECT_LE( 16 * kMiB, getDiskBytes() );
+    EXPECT_LE( 16 * kPiece, getDiskBytes() );
     for ( unsigned i = 1; i < 15; i += i % 4 == 1 ? 1 : 3 ) // ranges beside each other and alone
         handles[i].reset();
-    EXPECT_GT( 10 * kMiB, getDiskBytes() );
-    add( 2 * kMiB, 20 ); // into the space of two
-    add( kMiB / 2, 21 );
+    EXPECT_GT( 10 * kPiece, getDiskBytes() );
+    add( 2 * kPiece, 20 ); // into the space of two
+    add( kPiece / 2, 21 );
     struct stat status = {};
     ::fstat( file, &status );
-    EXPECT_GE( 17 * kMiB, static_cast<USize64>( status.st_size ) );
+    EXPECT_GE( 17 * kPiece, static_cast<USize64>( status.st_size ) );
     for ( unsigned i = 0; i < 18; ++i )
         EXPECT_TRUE( !handles[i] || Holds( *handles[i], i < 16 ? i : i + 4 ) );
     handles.resize( 1 );
-    EXPECT_GE( 3 * kMiB, getDiskBytes() );
+    EXPECT_GE( 3 * kPiece, getDiskBytes() );
     handles.clear();
     EXPECT_EQ( descriptors, CountDescriptors() );
 }
