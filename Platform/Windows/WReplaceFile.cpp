@@ -19,6 +19,12 @@ std::error_code WReplaceFile::Link( const WFile&, const std::filesystem::path& )
 
 void WReplaceFile::CheckName( const std::filesystem::path& inFile )
 {
+    constexpr std::size_t kLongestName = 255; // of all its file systems
+    if ( inFile.filename().native().size() > kLongestName )
+    {
+        ::SetLastError( ERROR_FILENAME_EXCED_RANGE );
+        XThrowLastSystemError();
+    }
     if ( ::GetFileAttributesW( inFile.c_str() ) == INVALID_FILE_ATTRIBUTES &&
          ::GetLastError() != ERROR_FILE_NOT_FOUND )
         XThrowLastSystemError();
