@@ -2,6 +2,7 @@
 
 #include "WErrno.h"
 #include "WProcessors.h"
+#include "WThreadID.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,6 +13,7 @@
 #include <sched.h>
 #include <sstream>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -95,6 +97,11 @@ void WThread::SetAffinity( std::uint64_t inMask )
 void WThread::SetName( const char* inName )
 {
     const std::lock_guard lock( itsMutex );
+    if ( itsThreadID == WThreadID::GetCurrent() ) // much faster than by way of the file
+    {
+        prctl( PR_SET_NAME, inName );
+        return;
+    }
     const std::string path = "/proc/self/task/" + std::to_string( itsThreadID ) + "/comm";
     const int file = open( path.c_str(), O_WRONLY | O_CLOEXEC );
     if ( file < 0 )
