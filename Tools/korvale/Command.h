@@ -7,11 +7,7 @@
 #include <functional>
 #include <string>
 
-namespace CLI
-{
-class App;
-}
-
+class CommandOptions;
 class Session;
 
 /// The exit statuses of the program.
@@ -34,10 +30,14 @@ public:
     Command( const Command& ) = delete;
     Command& operator=( const Command& ) = delete;
 
-    /// Adds the subcommand with its options, which are then stored in this object.
-    virtual CLI::App* Declare( CLI::App& ioProgram ) = 0;
+    /// What the user types for it, and what it does in one sentence.
+    virtual const char* GetName() const = 0;
+    virtual const char* GetSummary() const = 0;
 
-    /// Checks what the options cannot check one by one. Throws WrongUsage or CLI::Error.
+    /// Adds its options, whose values are then stored in this object.
+    virtual void Declare( const CommandOptions& inOptions ) = 0;
+
+    /// Checks what the options cannot check one by one. Throws WrongUsage.
     virtual void Check() const {}
 
     /// The files that the options name; before anything is done the program checks that none of them is another.

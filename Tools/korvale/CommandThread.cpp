@@ -23,9 +23,8 @@ void ServeQueues()
 }
 } // namespace
 
-CommandThread::CommandThread( Command& ioCommand, const std::string& inName, Session& ioSession )
-    : XThread( "Command", kThreadPriorityNormal ), itsCommand( ioCommand ), itsName( inName ),
-      itsSession( ioSession )
+CommandThread::CommandThread( Command& ioCommand, Session& ioSession )
+    : XThread( "Command", kThreadPriorityNormal ), itsCommand( ioCommand ), itsSession( ioSession )
 {
 }
 
@@ -95,7 +94,7 @@ int CommandThread::RunCommand()
     }
     catch ( const WrongUsage& wrongUsage )
     {
-        itsSession.ReportFailure( itsName, { wrongUsage.what() } );
+        itsSession.ReportFailure( itsCommand.GetName(), { wrongUsage.what() } );
         return kWrongUsage;
     }
     catch ( ... )
@@ -106,7 +105,7 @@ int CommandThread::RunCommand()
             itsSession.ReportInterrupt();
             return kInterrupted;
         }
-        itsSession.ReportFailure( itsName, failure );
+        itsSession.ReportFailure( itsCommand.GetName(), failure );
         return kFailure;
     }
 }

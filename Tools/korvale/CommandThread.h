@@ -10,7 +10,7 @@
 class CommandThread : public XThread
 {
 public:
-    CommandThread( Command& ioCommand, const std::string& inName, Session& ioSession );
+    CommandThread( Command& ioCommand, Session& ioSession );
     ~CommandThread() override;
 
     /// Runs the main thread's loop until the command has ended, and returns its exit status. Throws what went
@@ -22,7 +22,6 @@ protected:
 
 private:
     Command& itsCommand;
-    const std::string itsName;
     Session& itsSession;
     std::atomic<bool> itsIsDone = false;
     int itsStatus = kFailure;

@@ -1,15 +1,13 @@
 #include "Export.h"
 
+#include "CommandLine.h"
 #include "NumpyArchive.h"
 #include "TableOutputs.h"
 #include "WrongUsage.h"
 
-#include <CLI/CLI.hpp>
-
-CLI::App* Export::Declare( CLI::App& ioProgram )
+void Export::Declare( const CommandOptions& inOptions )
 {
-    auto* const command = ioProgram.add_subcommand( "export", "Writes a table for other programs." );
-    command->footer(
+    inOptions.Explain(
         "CSV is UTF-8 with a header line; missing values are empty.\n"
         "An .npz file opens with numpy.load. For each column it has an array of its name, 'Area (µm²)', and one of\n"
         "truth values, 'Area (µm²).mask', true where the value is missing: numpy.ma.array( values, mask=mask ).\n"
@@ -17,12 +15,9 @@ CLI::App* Export::Declare( CLI::App& ioProgram )
         "missing ones read nan, 0, '' and NaT. Columns of objects (ID, Parent ID) give their numbers, and their\n"
         "identifiers as 'ID.uuid'. Slashes in names become _; further columns of one name get a number: 'Area 2'.\n"
         "Exit status: 0, 1 after a failure or for a table without rows, 2 for wrong usage, 130 when interrupted." );
-    DeclareTable( *command );
-    command->add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" )->check( CheckFileName );
-    command->add_option( "--npz", itsNPZ, "File for numpy to write" )
-        ->type_name( "FILE" )
-        ->check( CheckFileName );
-    return command;
+    DeclareTable( inOptions );
+    inOptions.Add( "--csv", itsCSV, "CSV file to write" ).Takes( "FILE" ).Check( CheckFileName );
+    inOptions.Add( "--npz", itsNPZ, "File for numpy to write" ).Takes( "FILE" ).Check( CheckFileName );
 }
 
 void Export::Check() const

@@ -6,7 +6,9 @@
 class Export : public TableCommand
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "export"; }
+    const char* GetSummary() const override { return "Writes a table for other programs."; }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 
 protected:

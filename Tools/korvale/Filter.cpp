@@ -1,22 +1,18 @@
 #include "Filter.h"
 
 #include "ColumnNames.h"
+#include "CommandLine.h"
 #include "Jobs/XProgress.h"
 
-#include <CLI/CLI.hpp>
-
-CLI::App* Filter::Declare( CLI::App& ioProgram )
+void Filter::Declare( const CommandOptions& inOptions )
 {
-    auto* const command =
-        ioProgram.add_subcommand( "filter", "Keeps the rows of a table that pass conditions." );
-    command->footer(
+    inOptions.Explain(
         std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp +
         "\nWithout -o and --csv the rows are printed. Where no row passes, what is written has none.\n"
         "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage, 130 when interrupted." );
-    DeclareTable( *command );
-    itsConditions.DeclareWithAny( *command );
-    itsOutputs.Declare( *command );
-    return command;
+    DeclareTable( inOptions );
+    itsConditions.DeclareWithAny( inOptions );
+    itsOutputs.Declare( inOptions );
 }
 
 void Filter::Check() const

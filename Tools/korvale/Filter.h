@@ -8,7 +8,9 @@
 class Filter : public TableCommand
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "filter"; }
+    const char* GetSummary() const override { return "Keeps the rows of a table that pass conditions."; }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 
 protected:

@@ -1,6 +1,7 @@
 #include "Measure.h"
 
 #include "ByteCount.h"
+#include "CommandLine.h"
 #include "ImageMeasurer.h"
 #include "Jobs/XProgress.h"
 #include "MeasurementSummary.h"
@@ -12,7 +13,6 @@
 #include "WWildcards.h"
 #include "WrongUsage.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -101,11 +101,9 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
 }
 } // namespace
 
-CLI::App* Measure::Declare( CLI::App& ioProgram )
+void Measure::Declare( const CommandOptions& inOptions )
 {
-    auto* const command =
-        ioProgram.add_subcommand( "measure", "Finds the objects of images and measures them into a table." );
-    command->footer(
+    inOptions.Explain(
         "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page is one\n"
         "time point, counted from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced resolution\n"
         "and masks are left out and not counted. Grey images that store white as 0 are inverted. Places in a palette (of\n"
@@ -139,79 +137,72 @@ CLI::App* Measure::Declare( CLI::App& ioProgram )
         "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
         "is 1. Interrupted, the command writes no file; the exit status is 130.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
-    command->add_option( "IMAGE", itsImages, "Images to measure" )->type_name( "" )->required();
-    command->parse_complete_callback( [this] { itsImages = ExpandWildcards( itsImages ); } );
-    itsOutputs.Declare( *command );
-    command->add_option( "--channel", itsChannel, "Channel that tells objects from background" )
-        ->type_name( "Cn" )
-        ->check( CheckChannel )
-        ->capture_default_str();
-    command->add_option( "--threshold", itsThreshold, "otsu (chosen for each page by itself) or a value" )
-        ->type_name( "otsu|VALUE" )
-        ->check( CheckThreshold )
-        ->capture_default_str();
-    command
-        ->add_option(
-            "--connectivity", itsConnectivity, "Whether pixels connect by edges (4) or by corners too (8)" )
-        ->type_name( "N" )
-        ->check( CLI::IsMember( { 4, 8 } ) )
-        ->capture_default_str();
-    command
-        ->add_option(
-            "--pixel-size", itsPixelSize, "Width and height of a pixel in um [what the image says]" )
-        ->type_name( "X[,Y]" )
-        ->check( CheckPixelSize );
-    command->add_flag(
+    inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
+    inOptions.WhenParsed( [this] { itsImages = ExpandWildcards( itsImages ); } );
+    itsOutputs.Declare( inOptions );
+    inOptions.Add( "--channel", itsChannel, "Channel that tells objects from background" )
+        .Takes( "Cn" )
+        .Check( CheckChannel )
+        .ShowsDefault();
+    inOptions.Add( "--threshold", itsThreshold, "otsu (chosen for each page by itself) or a value" )
+        .Takes( "otsu|VALUE" )
+        .Check( CheckThreshold )
+        .ShowsDefault();
+    inOptions
+        .Add( "--connectivity", itsConnectivity, "Whether pixels connect by edges (4) or by corners too (8)" )
+        .Takes( "N" )
+        .IsOneOf( { "4", "8" } )
+        .ShowsDefault();
+    inOptions.Add( "--pixel-size", itsPixelSize, "Width and height of a pixel in um [what the image says]" )
+        .Takes( "X[,Y]" )
+        .Check( CheckPixelSize );
+    inOptions.AddFlag(
         "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point, whatever is declared" );
-    command->add_option( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
-        ->type_name( "N" )
-        ->check( CheckWholeNumber )
-        ->capture_default_str();
-    command
-        ->add_option(
+    inOptions.Add( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber )
+        .ShowsDefault();
+    inOptions
+        .Add(
             "--inside", itsInside,
             "Find objects inside objects: otsu (chosen for each object by itself) or a value" )
-        ->type_name( "otsu|VALUE" )
-        ->check( CheckThreshold );
-    command
-        ->add_option(
-            "--inside-channel", itsInsideChannel, "Channel that tells inner objects [that of --channel]" )
-        ->type_name( "Cn" )
-        ->check( CheckChannel )
-        ->needs( "--inside" );
-    command->add_option( "--inside-min-pixels", itsInsideLeastPixels, "Leave out smaller inner objects" )
-        ->type_name( "N" )
-        ->check( CheckWholeNumber )
-        ->needs( "--inside" )
-        ->capture_default_str();
-    auto* const background = command
-                                 ->add_option(
-                                     "--background", itsBackground,
-                                     "Subtract what all pages of an image have in common [nothing]" )
-                                 ->type_name( "mean|min" )
-                                 ->check( CLI::IsMember( { "mean", "min" } ) );
-    command
-        ->add_option(
+        .Takes( "otsu|VALUE" )
+        .Check( CheckThreshold );
+    inOptions
+        .Add( "--inside-channel", itsInsideChannel, "Channel that tells inner objects [that of --channel]" )
+        .Takes( "Cn" )
+        .Check( CheckChannel )
+        .Needs( "--inside" );
+    inOptions.Add( "--inside-min-pixels", itsInsideLeastPixels, "Leave out smaller inner objects" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber )
+        .Needs( "--inside" )
+        .ShowsDefault();
+    inOptions
+        .Add( "--background", itsBackground, "Subtract what all pages of an image have in common [nothing]" )
+        .Takes( "mean|min" )
+        .IsOneOf( { "mean", "min" } );
+    inOptions
+        .Add(
             "--save-background", itsBackgroundFile, "TIFF file to write the background of the one image to" )
-        ->type_name( "FILE" )
-        ->check( CheckFileName )
-        ->needs( background );
-    command->add_option( "--overlay", itsOverlay, "PNG file to draw the page and what was found on it to" )
-        ->type_name( "FILE.png" )
-        ->check( CheckFileName );
-    command
-        ->add_option(
+        .Takes( "FILE" )
+        .Check( CheckFileName )
+        .Needs( "--background" );
+    inOptions.Add( "--overlay", itsOverlay, "PNG file to draw the page and what was found on it to" )
+        .Takes( "FILE.png" )
+        .Check( CheckFileName );
+    inOptions
+        .Add(
             "--memory", itsMemory,
             std::string(
                 "Memory for pages, such as 512M or 1.5G [60 % of the machine's]; the others wait in files in " ) +
                 WFolders::DescribeTemporaryFolder() )
-        ->type_name( "SIZE" )
-        ->check( CheckByteCount );
-    command->add_option( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
-        ->type_name( "N" )
-        ->check( CLI::Range( 1u, 1024u ) );
-    command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
-    return command;
+        .Takes( "SIZE" )
+        .Check( CheckByteCount );
+    inOptions.Add( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
+        .Takes( "N" )
+        .IsBetween( 1u, 1024u );
+    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
 }
 
 void Measure::Check() const

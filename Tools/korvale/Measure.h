@@ -15,7 +15,12 @@
 class Measure : public Command
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "measure"; }
+    const char* GetSummary() const override
+    {
+        return "Finds the objects of images and measures them into a table.";
+    }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
     CommandFiles GetFiles() const override;
     int Run( Session& ioSession ) override;

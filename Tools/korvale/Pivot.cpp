@@ -3,12 +3,12 @@
 #include "AnsiText.h"
 #include "ColumnKind.h"
 #include "ColumnNames.h"
+#include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "Session.h"
 #include "TableText.h"
 #include "WrongUsage.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 
@@ -68,30 +68,25 @@ XPivotTable::XColumnIndices FindColumnsIfNamed( const XPivotTable& inTable, cons
 }
 } // namespace
 
-CLI::App* Pivot::Declare( CLI::App& ioProgram )
+void Pivot::Declare( const CommandOptions& inOptions )
 {
-    auto* const command = ioProgram.add_subcommand(
-        "pivot", "Sums up the rows of a table: how many, how large, how bright, by what." );
-    command->footer(
+    inOptions.Explain(
         std::string( kReductionsHelp ) + "\n" + RowConditions::GetHelp() + "\n" + kColumnNamesHelp +
         "\nThe result has a row for each combination of what stands in the columns of --rows, and is sorted by them.\n"
         "Missing is one group, and comes first. With --columns each value there gives result columns of its own,\n"
         "with --pages each one a pivot of its own; in files their number stands in front.\n"
         "Without -o and --csv the result is printed.\n"
         "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage, 130 when interrupted." );
-    DeclareTable( *command );
+    DeclareTable( inOptions );
     const auto addList = [&]( const char* inName, std::string& outList, const char* inHelp )
-    { return command->add_option( inName, outList, inHelp )->type_name( "COLUMN[,COLUMN...]" ); };
+    { return inOptions.Add( inName, outList, inHelp ).Takes( "COLUMN[,COLUMN...]" ); };
     addList( "--rows", itsRows, "What to group by, a row for each group [all rows in one]" );
     addList( "--columns", itsColumns, "What to group by further, result columns for each group" );
     addList( "--pages", itsPages, "What to group by before, a pivot for each group" );
-    addList( "--values", itsValues, "What to reduce" )->required();
-    command->add_option( "--with", itsReductions, "What to reduce it to" )
-        ->type_name( "NAME[,NAME...]" )
-        ->required();
-    itsConditions.Declare( *command );
-    itsOutputs.Declare( *command );
-    return command;
+    addList( "--values", itsValues, "What to reduce" ).Required();
+    inOptions.Add( "--with", itsReductions, "What to reduce it to" ).Takes( "NAME[,NAME...]" ).Required();
+    itsConditions.Declare( inOptions );
+    itsOutputs.Declare( inOptions );
 }
 
 void Pivot::Check() const

@@ -9,7 +9,12 @@
 class Pivot : public TableCommand
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "pivot"; }
+    const char* GetSummary() const override
+    {
+        return "Sums up the rows of a table: how many, how large, how bright, by what.";
+    }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 
 protected:

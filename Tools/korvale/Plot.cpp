@@ -2,14 +2,13 @@
 
 #include "ColumnKind.h"
 #include "ColumnNames.h"
+#include "CommandLine.h"
 #include "HistogramPlot.h"
 #include "Jobs/XProgress.h"
 #include "OutputFiles.h"
 #include "ScatterPlot.h"
 #include "Session.h"
 #include "WrongUsage.h"
-
-#include <CLI/CLI.hpp>
 
 namespace
 {
@@ -35,10 +34,9 @@ std::string ListNames( const std::vector<PlotColumn>& inColumns )
 }
 } // namespace
 
-CLI::App* Plot::Declare( CLI::App& ioProgram )
+void Plot::Declare( const CommandOptions& inOptions )
 {
-    auto* const command = ioProgram.add_subcommand( "plot", "Draws the numbers of a table, for papers." );
-    command->footer(
+    inOptions.Explain(
         std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp +
         "\nA histogram tells how many rows have a number in which bin. The width of the bins is the rule of Freedman and\n"
         "Diaconis (where the quartiles are one, Scott's), with 200 bins at most; whole numbers get bins of a whole width.\n"
@@ -47,36 +45,33 @@ CLI::App* Plot::Declare( CLI::App& ioProgram )
         "greater than 0, are left out, and standard error tells how many they are.\n"
         "PNG files have 300 dots an inch. The text of SVG files stays text.\n"
         "Exit status: 0, 1 after a failure or when there is nothing to draw, 2 for wrong usage, 130 when interrupted." );
-    DeclareTable( *command );
-    auto* const histogram =
-        command->add_option( "--histogram", itsHistogram, "Draw how the numbers of a column are distributed" )
-            ->type_name( "COLUMN" );
-    command
-        ->add_option(
-            "--scatter", itsScatter, "Draw a point for each row: to the right one column, upwards another" )
-        ->type_name( "COLUMN,COLUMN" )
-        ->excludes( histogram );
-    command->add_option( "--by", itsGroups, "Column that groups the rows, a colour for each group" )
-        ->type_name( "COLUMN" );
-    itsConditions.Declare( *command );
-    command->add_option( "-o,--output", itsOutput, "File to write, .svg or .png" )
-        ->type_name( "FILE" )
-        ->required()
-        ->check( CheckFileName );
-    command->add_option( "--title", itsPlotTitle, "Title above the plot" )->type_name( "TEXT" );
-    command->add_option( "--bins", itsBins, "Number of bins of a histogram [as suits the numbers]" )
-        ->type_name( "N" )
-        ->check( CLI::Range( 1u, 1000u ) )
-        ->excludes( "--scatter" );
-    command->add_flag( "--log-x", itsIsLogarithmicX, "Logarithmic axis to the right" );
-    command->add_flag( "--log-y", itsIsLogarithmicY, "Logarithmic axis upwards" );
+    DeclareTable( inOptions );
+    inOptions.Add( "--histogram", itsHistogram, "Draw how the numbers of a column are distributed" )
+        .Takes( "COLUMN" );
+    inOptions
+        .Add( "--scatter", itsScatter, "Draw a point for each row: to the right one column, upwards another" )
+        .Takes( "COLUMN,COLUMN" )
+        .Excludes( "--histogram" );
+    inOptions.Add( "--by", itsGroups, "Column that groups the rows, a colour for each group" )
+        .Takes( "COLUMN" );
+    itsConditions.Declare( inOptions );
+    inOptions.Add( "-o,--output", itsOutput, "File to write, .svg or .png" )
+        .Takes( "FILE" )
+        .Required()
+        .Check( CheckFileName );
+    inOptions.Add( "--title", itsPlotTitle, "Title above the plot" ).Takes( "TEXT" );
+    inOptions.Add( "--bins", itsBins, "Number of bins of a histogram [as suits the numbers]" )
+        .Takes( "N" )
+        .IsBetween( 1u, 1000u )
+        .Excludes( "--scatter" );
+    inOptions.AddFlag( "--log-x", itsIsLogarithmicX, "Logarithmic axis to the right" );
+    inOptions.AddFlag( "--log-y", itsIsLogarithmicY, "Logarithmic axis upwards" );
     for ( const auto& [name, length] :
           { std::pair( "--width", &itsWidth ), std::pair( "--height", &itsHeight ) } )
-        command->add_option( name, *length, "Size of the whole plot" )
-            ->type_name( "MM" )
-            ->check( CLI::Range( 40.0, 500.0 ) )
-            ->capture_default_str();
-    return command;
+        inOptions.Add( name, *length, "Size of the whole plot" )
+            .Takes( "MM" )
+            .IsBetween( 40.0, 500.0 )
+            .ShowsDefault();
 }
 
 void Plot::Check() const

@@ -8,7 +8,9 @@
 class Plot : public TableCommand
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "plot"; }
+    const char* GetSummary() const override { return "Draws the numbers of a table, for papers."; }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 
 protected:

@@ -1,5 +1,6 @@
 #include "Program.h"
 
+#include "CommandLine.h"
 #include "CommandThread.h"
 #include "Core/XTimer.h"
 #include "Export.h"
@@ -11,60 +12,47 @@
 #include "Sample.h"
 #include "Show.h"
 #include "Sort.h"
-#include "UsageError.h"
 #include "WrongUsage.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 
 namespace
 {
-struct Subcommand
-{
-    std::unique_ptr<Command> command;
-    CLI::App* app = nullptr;
-};
-
 struct Options
 {
     std::string log;
     bool isVerbose = false;
 };
 
-std::vector<Subcommand> DeclareSubcommands( CLI::App& ioProgram )
+using Commands = std::vector<std::unique_ptr<Command>>;
+
+Commands DeclareCommands( CommandLine& ioLine )
 {
-    std::vector<Subcommand> subcommands;
-    subcommands.push_back( { std::make_unique<Sample>() } );
-    subcommands.push_back( { std::make_unique<Measure>() } );
-    subcommands.push_back( { std::make_unique<Show>() } );
-    subcommands.push_back( { std::make_unique<Pivot>() } );
-    subcommands.push_back( { std::make_unique<Sort>() } );
-    subcommands.push_back( { std::make_unique<Filter>() } );
-    subcommands.push_back( { std::make_unique<Export>() } );
-    subcommands.push_back( { std::make_unique<Plot>() } );
-    for ( auto& subcommand : subcommands )
-    {
-        subcommand.app = subcommand.command->Declare( ioProgram );
-        subcommand.app->fallthrough(); // The program's own options may follow the command too.
-    }
-    return subcommands;
+    Commands commands;
+    commands.push_back( std::make_unique<Sample>() );
+    commands.push_back( std::make_unique<Measure>() );
+    commands.push_back( std::make_unique<Show>() );
+    commands.push_back( std::make_unique<Pivot>() );
+    commands.push_back( std::make_unique<Sort>() );
+    commands.push_back( std::make_unique<Filter>() );
+    commands.push_back( std::make_unique<Export>() );
+    commands.push_back( std::make_unique<Plot>() );
+    for ( const auto& command : commands )
+        command->Declare( ioLine.AddCommand( command->GetName(), command->GetSummary() ) );
+    return commands;
 }
 
-void DeclareOptions( CLI::App& ioProgram, Options& outOptions )
+void DeclareOptions( CommandLine& ioLine, Options& outOptions )
 {
-    ioProgram.set_version_flag( "--version", "korvale " KORVALE_VERSION );
-    ioProgram
-        .add_option( "--log", outOptions.log, "Session log to append to [session.log in the state folder]" )
-        ->type_name( "FILE" )
-        ->check( CheckFileName );
-    ioProgram.add_flag( "--verbose", outOptions.isVerbose, "Show on standard error what goes into the log" );
-    ioProgram.require_subcommand( 1 );
-    ioProgram.allow_windows_style_options( false ); // A path may begin with a slash there too.
-    ioProgram.footer(
-        "These options may stand behind the command too; korvale COMMAND --help explains it.\n"
-        "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage, 130 when the\n"
-        "user interrupted it: then it leaves no new file behind." );
+    const auto options = ioLine.GetOptions();
+    options.Add( "--log", outOptions.log, "Session log to append to [session.log in the state folder]" )
+        .Takes( "FILE" )
+        .Check( CheckFileName );
+    options.AddFlag( "--verbose", outOptions.isVerbose, "Show on standard error what goes into the log" );
+    options.Explain( "These options may stand behind the command too; korvale COMMAND --help explains it.\n"
+                     "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage, 130 when the\n"
+                     "user interrupted it: then it leaves no new file behind." );
 }
 
 /// The exit status of what printed its results: a failure when some of them are lost.
@@ -89,13 +77,13 @@ std::string Quote( const std::vector<std::string>& inArguments )
 }
 
 int RunCommand(
-    const Subcommand& inSubcommand, const std::vector<std::string>& inArguments, const Options& inOptions,
+    Command& ioCommand, const std::vector<std::string>& inArguments, const Options& inOptions,
     Session& ioSession )
 {
     const XTimer timer;
     ioSession.StartLog( inOptions.isVerbose );
     ioSession.Note( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
-    CommandThread thread( *inSubcommand.command, inSubcommand.app->get_name(), ioSession );
+    CommandThread thread( ioCommand, ioSession );
     const auto status = FinishOutput( thread.RunWithMainLoop(), ioSession );
     ioSession.Note(
         "ended with status " + std::to_string( status ) + " after " +
@@ -109,33 +97,30 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
 {
     Session session( ioTerminal );
     Options options;
-    CLI::App program( "Finds and measures the objects in microscope images.", "korvale" );
-    DeclareOptions( program, options );
-    auto subcommands = DeclareSubcommands( program );
+    CommandLine line( "korvale", KORVALE_VERSION, "Finds and measures the objects in microscope images." );
+    DeclareOptions( line, options );
+    const auto commands = DeclareCommands( line );
+    std::string name;
     try
     {
-        // CLI11 takes arguments from the back.
-        program.parse( std::vector<std::string>( inArguments.rbegin(), inArguments.rend() ) );
-        const auto used =
-            std::ranges::find_if( subcommands, []( const auto& inEach ) { return inEach.app->parsed(); } );
-        used->command->Check();
-        session.ChooseLog( options.log );
-        CheckCommandFiles( used->command->GetFiles(), session.GetLogName() );
-        return RunCommand( *used, inArguments, options, session );
-    }
-    catch ( const CLI::Error& error )
-    {
-        if ( error.get_exit_code() == 0 ) // the help or the version
-        {
-            program.exit( error, ioTerminal.out, ioTerminal.error );
+        name = line.Parse( inArguments, ioTerminal.out );
+        if ( name.empty() )
             return FinishOutput( kSuccess, session );
-        }
-        session.ReportFact( DescribeUsageError( program, error ) );
+        auto& command = **std::ranges::find_if(
+            commands, [&]( const auto& inEach ) { return inEach->GetName() == name; } );
+        command.Check();
+        session.ChooseLog( options.log );
+        CheckCommandFiles( command.GetFiles(), session.GetLogName() );
+        return RunCommand( command, inArguments, options, session );
+    }
+    catch ( const CommandLineError& error )
+    {
+        session.ReportFact( error.what() );
         return kWrongUsage;
     }
     catch ( const WrongUsage& wrongUsage )
     {
-        session.ReportFailure( program.get_subcommands().front()->get_name(), { wrongUsage.what() } );
+        session.ReportFailure( name, { wrongUsage.what() } );
         return kWrongUsage;
     }
     catch ( ... )

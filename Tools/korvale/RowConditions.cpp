@@ -1,21 +1,23 @@
 #include "RowConditions.h"
 
-#include <CLI/CLI.hpp>
+#include "CommandLine.h"
 
-void RowConditions::Declare( CLI::App& ioCommand )
+void RowConditions::Declare( const CommandOptions& inOptions )
 {
-    ioCommand
-        .add_option( "--where", itsConditions, "Only rows that pass; again for rows that pass this too" )
-        ->type_name( "'COLUMN OP VALUE'" )
-        ->expected( 1 )
-        ->multi_option_policy( CLI::MultiOptionPolicy::TakeAll );
+    DeclareWhere( inOptions );
 }
 
-void RowConditions::DeclareWithAny( CLI::App& ioCommand )
+void RowConditions::DeclareWithAny( const CommandOptions& inOptions )
 {
-    Declare( ioCommand );
-    ioCommand.get_option( "--where" )->required();
-    ioCommand.add_flag( "--any", itsIsAny, "Rows that pass one of several conditions, not all" );
+    DeclareWhere( inOptions ).Required();
+    inOptions.AddFlag( "--any", itsIsAny, "Rows that pass one of several conditions, not all" );
+}
+
+CommandOption RowConditions::DeclareWhere( const CommandOptions& inOptions )
+{
+    return inOptions.Add( "--where", itsConditions, "Only rows that pass; again for rows that pass this too" )
+        .Takes( "'COLUMN OP VALUE'" )
+        .MayRepeat();
 }
 
 void RowConditions::Check() const

@@ -5,10 +5,8 @@
 #include <string>
 #include <vector>
 
-namespace CLI
-{
-class App;
-}
+class CommandOption;
+class CommandOptions;
 
 /// The option --where, given as often as one likes, and what it stands for.
 class RowConditions
@@ -17,9 +15,9 @@ public:
     /// Explains the conditions that users write.
     static const char* GetHelp() { return WhereClause::kHelp; }
 
-    void Declare( CLI::App& ioCommand );
+    void Declare( const CommandOptions& inOptions );
     /// Adds --any too: the rows that pass one of the conditions.
-    void DeclareWithAny( CLI::App& ioCommand );
+    void DeclareWithAny( const CommandOptions& inOptions );
 
     /// Throws WrongUsage when a condition is not of their form.
     void Check() const;
@@ -30,4 +28,6 @@ public:
 private:
     std::vector<std::string> itsConditions;
     bool itsIsAny = false;
+
+    CommandOption DeclareWhere( const CommandOptions& inOptions );
 };

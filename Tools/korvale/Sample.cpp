@@ -1,12 +1,13 @@
 #include "Sample.h"
 
+#include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "NewFolder.h"
 #include "Session.h"
 #include "TIFFWriter.h"
 #include "WUnfinishedFiles.h"
+#include "WrongUsage.h"
 
-#include <CLI/CLI.hpp>
 #include <limits>
 #include <optional>
 
@@ -16,57 +17,45 @@ const char* const kImageFile = "sample.tif";
 const char* const kTruthFile = "truth.csv";
 } // namespace
 
-CLI::App* Sample::Declare( CLI::App& ioProgram )
+void Sample::Declare( const CommandOptions& inOptions )
 {
-    auto* const command = ioProgram.add_subcommand(
-        "sample", "Writes a stack of images with known objects: DIR/sample.tif and DIR/truth.csv." );
-    command->footer(
+    inOptions.Explain(
         "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
         "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
         "has a line for each object of each plane: where it was drawn, how large and how bright.\n"
         "A stack of 4 GiB or more is a BigTIFF file. Planes are written one by one, whatever their number.\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is written." );
-    command->add_option( "DIR", itsFolder, "Folder to write to; made if it is missing" )
-        ->type_name( "" )
-        ->required();
+    inOptions.Add( "DIR", itsFolder, "Folder to write to; made if it is missing" ).Takes( "" ).Required();
     const auto addNumber = [&]( const char* inName, std::uint32_t& outNumber, std::uint32_t inLeast,
                                 std::uint32_t inMost, const char* inText )
-    {
-        command->add_option( inName, outNumber, inText )
-            ->type_name( "N" )
-            ->check( CLI::Range( inLeast, inMost ) )
-            ->capture_default_str();
-    };
+    { inOptions.Add( inName, outNumber, inText ).Takes( "N" ).IsBetween( inLeast, inMost ).ShowsDefault(); };
     addNumber( "--planes", itsSettings.planes, 1, 100000, "Pages of the stack" );
     addNumber( "--width", itsSettings.width, 1, 65536, "Width of a plane in pixels" );
     addNumber( "--height", itsSettings.height, 1, 65536, "Height of a plane in pixels" );
     addNumber( "--channels", itsSettings.channels, 1, 64, "Samples of a pixel" );
     addNumber( "--objects", itsSettings.objects, 0, 10000000, "Objects in each plane" );
-    command->add_option( "--bits", itsSettings.bits, "Bits of a sample" )
-        ->type_name( "N" )
-        ->check( CLI::IsMember( { 8, 16 } ) )
-        ->capture_default_str();
-    command
-        ->add_option(
-            "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
-        ->type_name( "N" )
-        ->check( CheckWholeNumber )
-        ->capture_default_str();
-    command->add_flag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
-    return command;
+    inOptions.Add( "--bits", itsSettings.bits, "Bits of a sample" )
+        .Takes( "N" )
+        .IsOneOf( { "8", "16" } )
+        .ShowsDefault();
+    inOptions.Add( "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber )
+        .ShowsDefault();
+    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
 }
 
 void Sample::Check() const
 {
     if ( std::uint64_t{ itsSettings.width } * itsSettings.height > std::numeric_limits<std::uint32_t>::max() )
-        throw CLI::ValidationError( "sample", "a plane of that size has too many pixels" );
+        throw WrongUsage( "a plane of that size has too many pixels" );
     try
     {
         SampleStack{ itsSettings };
     }
     catch ( const WImageError& error )
     {
-        throw CLI::ValidationError( "sample", error.what() );
+        throw WrongUsage( error.what() );
     }
 }
 

@@ -8,7 +8,12 @@
 class Sample : public Command
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "sample"; }
+    const char* GetSummary() const override
+    {
+        return "Writes a stack of images with known objects: DIR/sample.tif and DIR/truth.csv.";
+    }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
     CommandFiles GetFiles() const override;
     int Run( Session& ioSession ) override;

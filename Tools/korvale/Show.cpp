@@ -1,5 +1,6 @@
 #include "Show.h"
 
+#include "CommandLine.h"
 #include "Core/XFileStream.h"
 #include "Jobs/XProgress.h"
 #include "Session.h"
@@ -8,23 +9,18 @@
 #include "TableOutputs.h"
 #include "TableText.h"
 
-#include <CLI/CLI.hpp>
-
-CLI::App* Show::Declare( CLI::App& ioProgram )
+void Show::Declare( const CommandOptions& inOptions )
 {
-    auto* const command = ioProgram.add_subcommand( "show", "Prints a table that korvale measure wrote." );
-    command->footer(
+    inOptions.Explain(
         "--structure also walks damaged files: it prints what makes sense, and then where and why the rest\n"
         "does not (exit status 1).\n"
         "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
-    command->add_option( "TABLE", itsTable, "Table file" )->type_name( "" )->required();
-    auto* const csv = command->add_flag( "--csv", itsAsCSV, "As CSV, the same as measure writes" );
-    command
-        ->add_flag(
-            "--structure", itsStructure, "The stream's header, objects and fields with their offsets" )
-        ->excludes( csv );
-    command->add_flag( "-q,--quiet", itsIsQuiet, "No progress" );
-    return command;
+    inOptions.Add( "TABLE", itsTable, "Table file" ).Takes( "" ).Required();
+    inOptions.AddFlag( "--csv", itsAsCSV, "As CSV, the same as measure writes" );
+    inOptions
+        .AddFlag( "--structure", itsStructure, "The stream's header, objects and fields with their offsets" )
+        .Excludes( "--csv" );
+    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress" );
 }
 
 int Show::Run( Session& ioSession )

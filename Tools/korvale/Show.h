@@ -6,7 +6,9 @@
 class Show : public Command
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "show"; }
+    const char* GetSummary() const override { return "Prints a table that korvale measure wrote."; }
+    void Declare( const CommandOptions& inOptions ) override;
     CommandFiles GetFiles() const override { return { { itsTable }, {} }; }
     int Run( Session& ioSession ) override;
 

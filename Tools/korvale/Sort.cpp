@@ -1,10 +1,9 @@
 #include "Sort.h"
 
 #include "ColumnNames.h"
+#include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "QuotedText.h"
-
-#include <CLI/CLI.hpp>
 
 namespace
 {
@@ -36,10 +35,9 @@ std::vector<SortKey> ParseSortKeys( const std::string& inList )
 }
 } // namespace
 
-CLI::App* Sort::Declare( CLI::App& ioProgram )
+void Sort::Declare( const CommandOptions& inOptions )
 {
-    auto* const command = ioProgram.add_subcommand( "sort", "Puts the rows of a table in order." );
-    command->footer(
+    inOptions.Explain(
         std::string( kColumnNamesHelp ) +
         "\nThe first column decides, each further one among rows that are equal so far; rows that are equal in all stay\n"
         "in their order. Numbers go by value, texts in natural order (img2 before img10).\n"
@@ -47,12 +45,11 @@ CLI::App* Sort::Declare( CLI::App& ioProgram )
         "0, missing texts as empty ones.\n"
         "Without -o and --csv the table is printed.\n"
         "Exit status: 0, 1 after a failure or for a table without rows, 2 for wrong usage, 130 when interrupted." );
-    DeclareTable( *command );
-    command->add_option( "--by", itsKeys, "Columns to sort by; :desc puts the largest first" )
-        ->type_name( "COLUMN[:desc][,...]" )
-        ->required();
-    itsOutputs.Declare( *command );
-    return command;
+    DeclareTable( inOptions );
+    inOptions.Add( "--by", itsKeys, "Columns to sort by; :desc puts the largest first" )
+        .Takes( "COLUMN[:desc][,...]" )
+        .Required();
+    itsOutputs.Declare( inOptions );
 }
 
 void Sort::Check() const

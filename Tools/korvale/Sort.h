@@ -7,7 +7,9 @@
 class Sort : public TableCommand
 {
 public:
-    CLI::App* Declare( CLI::App& ioProgram ) override;
+    const char* GetName() const override { return "sort"; }
+    const char* GetSummary() const override { return "Puts the rows of a table in order."; }
+    void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 
 protected:

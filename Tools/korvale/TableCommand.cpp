@@ -1,16 +1,15 @@
 #include "TableCommand.h"
 
+#include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "OutputFiles.h"
 #include "Session.h"
 #include "TableFile.h"
 
-#include <CLI/CLI.hpp>
-
-void TableCommand::DeclareTable( CLI::App& ioCommand )
+void TableCommand::DeclareTable( const CommandOptions& inOptions )
 {
-    ioCommand.add_option( "TABLE", itsTable, "Table file" )->type_name( "" )->required();
-    ioCommand.add_flag( "-q,--quiet", itsIsQuiet, "No progress" );
+    inOptions.Add( "TABLE", itsTable, "Table file" ).Takes( "" ).Required();
+    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress" );
 }
 
 CommandFiles TableCommand::GetFiles() const

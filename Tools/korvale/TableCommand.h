@@ -14,7 +14,7 @@ public:
 
 protected:
     /// Adds what all of them have: the table file and --quiet.
-    void DeclareTable( CLI::App& ioCommand );
+    void DeclareTable( const CommandOptions& inOptions );
 
     /// The files that the user asked for, as UTF-8.
     virtual std::vector<std::string> GetOutputNames() const = 0;

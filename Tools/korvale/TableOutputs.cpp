@@ -2,20 +2,17 @@
 
 #include "ColumnNames.h"
 #include "Command.h"
+#include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "Pivot/XPivotOpaqueColumn.h"
 #include "Session.h"
 #include "TableFile.h"
 #include "TableText.h"
 
-#include <CLI/CLI.hpp>
-
-void TableOutputs::Declare( CLI::App& ioCommand )
+void TableOutputs::Declare( const CommandOptions& inOptions )
 {
-    ioCommand.add_option( "-o,--output", itsTable, "Table file to write" )
-        ->type_name( "TABLE" )
-        ->check( CheckFileName );
-    ioCommand.add_option( "--csv", itsCSV, "CSV file to write" )->type_name( "FILE" )->check( CheckFileName );
+    inOptions.Add( "-o,--output", itsTable, "Table file to write" ).Takes( "TABLE" ).Check( CheckFileName );
+    inOptions.Add( "--csv", itsCSV, "CSV file to write" ).Takes( "FILE" ).Check( CheckFileName );
 }
 
 std::vector<std::string> TableOutputs::GetNames() const

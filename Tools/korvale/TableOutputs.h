@@ -7,10 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI
-{
-class App;
-}
+class CommandOptions;
 
 class Session;
 
@@ -19,7 +16,7 @@ class TableOutputs
 {
 public:
     /// Adds -o and --csv.
-    void Declare( CLI::App& ioCommand );
+    void Declare( const CommandOptions& inOptions );
 
     /// The names of the files that the user asked for.
     std::vector<std::string> GetNames() const;
