@@ -72,10 +72,9 @@ check_windows_package() {
 }
 
 run_fuzzers() {
-  build linux-fuzz
   step "fuzz targets over their seeds"
   local target name log
-  for target in build/linux-fuzz/bin/fuzz_*; do
+  for target in build/linux-asan/bin/fuzz_*; do
     name=${target##*/fuzz_}
     log="build/fuzz_$name.log"
     "$target" -runs=20000 -max_total_time=10 -timeout=20 -rss_limit_mb=2048 "$(mktemp -d)" "Fuzz/corpus/$name" \
@@ -105,8 +104,8 @@ if $all; then
   step "sources on 64-bit ARM"
   scripts/check-arm64.sh
 
-  run_fuzzers
   build_and_test linux-asan
+  run_fuzzers
   build_and_test linux-tsan
   export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
   build_and_test windows-release

@@ -142,11 +142,12 @@ private:
     /// Sums of these depend on the order in which they are added; the first place has nothing finite.
     static void SetSpecial( std::mt19937& ioRandom, std::vector<float>& ioSamples )
     {
+        constexpr auto kNaN = std::numeric_limits<float>::quiet_NaN();
         constexpr auto kInfinity = std::numeric_limits<float>::infinity();
-        constexpr std::array kSpecial{ 1e30f, -1e30f, 1.0f, std::nanf( "" ), kInfinity, -kInfinity };
+        constexpr std::array kSpecial{ 1e30f, -1e30f, 1.0f, kNaN, kInfinity, -kInfinity };
         for ( std::size_t i = 0; i < ioSamples.size(); i += 7 )
             ioSamples[i] = kSpecial[ioRandom() % kSpecial.size()];
-        ioSamples[0] = std::nanf( "" );
+        ioSamples[0] = kNaN;
     }
 };
 } // namespace

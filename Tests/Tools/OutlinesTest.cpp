@@ -24,7 +24,7 @@ std::vector<Loops> Trace(
 
 OutlineLoop StartAt( const PixelCorner& inCorner, OutlineLoop inLoop )
 {
-    std::ranges::rotate( inLoop, std::ranges::find( inLoop, inCorner ) );
+    std::rotate( inLoop.begin(), std::ranges::find( inLoop, inCorner ), inLoop.end() );
     return inLoop;
 }
 
