@@ -91,8 +91,7 @@ XVector<XJob*> XWaitingJobs::ListTagged( const XJobSelector& inSelector, XState 
                 itsTags.GetFirst( inTag, inState ), [&]( XJob& ioJob ) { jobs.push_back( &ioJob ); } );
         } );
     std::ranges::sort( jobs, {}, &XJob::itsSerial );
-    const auto repeated = std::ranges::unique( jobs );
-    jobs.erase( repeated.begin(), repeated.end() );
+    jobs.erase( std::unique( jobs.begin(), jobs.end() ), jobs.end() );
     return jobs;
 }
 

@@ -27,8 +27,7 @@ void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVec
         return;
     ioListeners.insert( ioListeners.end(), inListeners.begin(), inListeners.end() );
     std::ranges::sort( ioListeners );
-    const auto repeated = std::ranges::unique( ioListeners );
-    ioListeners.erase( repeated.begin(), repeated.end() );
+    ioListeners.erase( std::unique( ioListeners.begin(), ioListeners.end() ), ioListeners.end() );
 }
 
 } // namespace
