@@ -267,7 +267,7 @@ BENCHMARK( FillMalloc )->Arg( 1 )->Arg( 64 );
 BENCHMARK( FillHandle<XMemoryHandle> )->Arg( 1 )->Arg( 64 );
 BENCHMARK( FillHandle<XMappedFileMemoryHandle> )->Arg( 1 )->Arg( 64 );
 BENCHMARK( WriteTemporaryFile )->UseManualTime()->Unit( benchmark::kMillisecond );
-BENCHMARK( PurgeBlocks )->Arg( 8 )->Arg( 256 )->UseManualTime()->Unit( benchmark::kMillisecond );
+BENCHMARK( PurgeBlocks )->Arg( 1 )->Arg( 32 )->Arg( 256 )->UseManualTime()->Unit( benchmark::kMillisecond );
 BENCHMARK( MapAndReadFile )->UseManualTime()->Unit( benchmark::kMillisecond );
 BENCHMARK( LockAndReadPurged )->UseManualTime()->Unit( benchmark::kMillisecond );
 BENCHMARK( DecideAmongBlocks )->Unit( benchmark::kMillisecond );

@@ -81,7 +81,8 @@ public:
     USize64 GetSize() const override;
     /// A public range of a file stays one, and a file that is too short is lengthened. A private range moves to the page
     /// file, and so do a temporary file's bytes to become more; other bytes stay where they are. Fewer bytes than before
-    /// take no memory, except those of a private range.
+    /// take no memory, except those of a private range. Bytes that grow out of the temporary file are read from it, which may
+    /// throw what the disk refuses; they are on the disk then, as after a purge.
     void Resize( USize64 inSize ) override;
     bool IsEmpty() const override;
     void DestroySelf() override;
