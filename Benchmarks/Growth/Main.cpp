@@ -99,6 +99,7 @@ int main( int inCount, char** inArguments )
     const std::string_view wanted = inCount > 1 ? inArguments[1] : "";
     Operations operations;
     AddStringOperations( operations );
+    AddStreamOperations( operations );
     AddMessagingOperations( operations );
     AddJobOperations( operations );
     AddMemoryOperations( operations );

@@ -30,6 +30,7 @@ Seconds Time( Action inAction )
 
 // The operations of each subsystem.
 void AddStringOperations( Operations& ioOperations );
+void AddStreamOperations( Operations& ioOperations );
 void AddMessagingOperations( Operations& ioOperations );
 void AddJobOperations( Operations& ioOperations );
 void AddMemoryOperations( Operations& ioOperations );

@@ -38,6 +38,13 @@ Seconds ComparePoints( std::size_t inCount )
     return Time( [&] { isLess = first < second; } );
 }
 
+Seconds TakeLastWord( std::size_t inCount )
+{
+    const XString text = Repeat( "words ", inCount );
+    XString word;
+    return Time( [&] { word = text.SubWord( inCount - 1 ); } );
+}
+
 } // namespace
 
 void AddStringOperations( Operations& ioOperations )
@@ -45,4 +52,5 @@ void AddStringOperations( Operations& ioOperations )
     ioOperations.push_back( { "strings: Replace, by matches", 2000, ReplaceMatches } );
     ioOperations.push_back( { "strings: Find in a loop, by matches", 2000, FindMatches } );
     ioOperations.push_back( { "strings: natural order of points, by points", 10000, ComparePoints } );
+    ioOperations.push_back( { "strings: SubWord of the last word, by words", 20000, TakeLastWord } );
 }

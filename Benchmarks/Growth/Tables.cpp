@@ -76,6 +76,18 @@ Seconds CopyOverSharedReferences( std::size_t inRows )
     return Time( [&] { source.CopyRowsOver( 0, target, 0, static_cast<std::uint32_t>( inRows ) ); } );
 }
 
+Seconds FindRowsByNumber( std::size_t inRows )
+{
+    const XPivotRowRefColumn column = MakeReferences( inRows, 1 );
+    volatile std::int32_t found = 0;
+    return Time(
+        [&]
+        {
+            for ( std::size_t row = 0; row < inRows; ++row )
+                found = column.FindDataFloat( static_cast<double>( row + 1 ) );
+        } );
+}
+
 Seconds DeleteEverySecondRow( std::size_t inRows )
 {
     XPivotTable table;
@@ -96,5 +108,6 @@ void AddTableOperations( Operations& ioOperations )
     ioOperations.push_back( { "tables: DeleteRefs of shared UUIDs, by rows", 2000, DeleteSharedReferences } );
     ioOperations.push_back(
         { "tables: CopyRowsOver of shared UUIDs, by rows", 2000, CopyOverSharedReferences } );
+    ioOperations.push_back( { "tables: FindDataFloat of every row, by rows", 2000, FindRowsByNumber } );
     ioOperations.push_back( { "tables: DeleteRows by list, by rows", 10000, DeleteEverySecondRow } );
 }

@@ -426,6 +426,26 @@ TEST( XStringTest, SplitsWordsAndPairs )
     EXPECT_EQ( sentence.SubWord( 9 ), "" );
     EXPECT_EQ( sentence.SubWord( 0, 0 ), "" );
 
+    // Words of 0 to 3 characters: every length of text up to several blocks of the search, ends included.
+    XString text;
+    std::vector<std::string> words;
+    for ( std::size_t i = 0; i < 300; ++i )
+    {
+        const std::string word( i * i / 3 % 4, static_cast<char>( 'a' + i % 26 ) );
+        text += word + ( i % 3 ? "," : " " );
+        if ( !word.empty() )
+            words.push_back( word );
+        ASSERT_EQ( text.SubWord( words.size() - 1, 1, ", " ), words.empty() ? "" : words.back() );
+        ASSERT_EQ( text.SubWord( words.size(), 1, ", " ), "" );
+    }
+    for ( std::size_t i = 0; i < words.size(); ++i )
+    {
+        ASSERT_EQ( text.SubWord( i, 1, " ," ), words[i] );
+        ASSERT_EQ(
+            text.SubWord( i, 9, " ," ).SubWord( 8, 1, " ," ), i + 8 < words.size() ? words[i + 8] : "" );
+    }
+    EXPECT_EQ( text.SubWord( 0, 1, "" ), text );
+
     const auto pairs = XString( " a = 1; ab=2=3;a b=x;=lost;;flag;a=4" ).Tokenise( ";", "=" );
     const std::map<XString, XString> expected{
         { "a", "4" }, { "a b", "x" }, { "ab", "2=3" }, { "flag", "" } };

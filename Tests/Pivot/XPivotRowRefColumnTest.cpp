@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace
 {
 const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
@@ -62,6 +64,7 @@ TEST( XPivotRowRefColumn, GivesNoNumberTwice )
     const auto copy = Read<XPivotRowRefColumn>( Write( column ) );
     for ( XPivotRowRefColumn* ids : { &column, copy.get() } )
     {
+        EXPECT_EQ( ErrorOf( [&] { ids->AddRef( 0, kThird, 1 ); } ), 1013u );
         ids->AddRef( XUUID( "00000000-0000-0000-0000-000000000004" ) );
         EXPECT_EQ( ids->GetNextUserVisibleID(), 5u ) << "past 4";
     }
@@ -95,6 +98,30 @@ TEST( XPivotRowRefColumn, NumbersItsRowsAnew )
     EXPECT_EQ( ids->FindDataFloat( 2.0 ), 2 );
     EXPECT_EQ( ids->FindDataFloat( 3.0 ), -1 );
     EXPECT_EQ( ids->FindDataFloat( 0.0 ), -1 );
+}
+
+TEST( XPivotRowRefColumn, FindsRowsByTheirNumbersAfterEveryChange )
+{
+    const auto ids = MakeIDs( { kFirst, kSecond } );
+    ids->AddRef( 0, kFirst, 4000000000 );
+    ids->DeleteRef( kFirst );
+    EXPECT_EQ( ids->FindDataFloat( 1.0 ), -1 ) << "no longer its number";
+    const auto copy = Read<XPivotRowRefColumn>( Write( *ids ) );
+    for ( XPivotRowRefColumn* column : { ids.get(), copy.get() } )
+    {
+        EXPECT_EQ( column->FindDataFloat( 4e9 ), 0 );
+        for ( const double value : { 1.5, 2.5, -2.0, 4e9 + 0.5, 1e300, std::nan( "" ) } )
+            EXPECT_EQ( column->FindDataFloat( value ), -1 ) << value;
+        column->DeleteItem( 0 );
+        EXPECT_EQ( column->FindDataFloat( 4e9 ), -1 );
+        EXPECT_EQ( column->FindDataFloat( 2.0 ), 0 );
+        column->AddRef( 1, kThird, 4000000000 );
+        column->AppendData( kThird, true );
+        EXPECT_EQ( column->FindDataFloat( 4e9 ), 1 ) << "free again";
+        column->RenumberUserVisibleIDs();
+        EXPECT_EQ( column->FindDataFloat( 4e9 ), -1 );
+        EXPECT_EQ( column->FindDataFloat( 2.0 ), 1 );
+    }
 }
 
 TEST( XPivotRowRefColumn, StopsAtTheLastNumber )

@@ -14,6 +14,8 @@ namespace
 {
 constexpr SSize64 kMaxPosition = std::numeric_limits<SSize64>::max();
 
+constexpr USize64 kFirstRefill = 4096; // after a seek
+
 SSize64 CheckedEnd( SSize64 inPosition, USize64 inCount )
 {
     if ( inCount > static_cast<USize64>( kMaxPosition - inPosition ) )
@@ -60,11 +62,16 @@ void XStream::ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 coun
     EmptyBufferAt( CheckedEnd( inPosition, count ) );
 }
 
+/// The first block of all is a full one. After a seek a small one is read, and larger ones only while reading goes on
+/// from there: each twice as large as what the buffer held.
 void XStream::Refill( SSize64 inPosition, USize64 inLeast )
 {
+    const USize64 held = ToSize( itsFilledEnd - itsBuffer );
+    const USize64 most =
+        itsOwnBlock ? std::min( itsBufferSize, std::max( kFirstRefill, 2 * held ) ) : itsBufferSize;
     USize64 size = inLeast;
     if ( const SSize64 extent = GetExtent(); extent > inPosition )
-        size = std::max( size, std::min( itsBufferSize, static_cast<USize64>( extent - inPosition ) ) );
+        size = std::max( size, std::min( most, static_cast<USize64>( extent - inPosition ) ) );
     EmptyBufferAt( GetPosition() );
     AllocateBlock();
     FillBuffer( inPosition, itsOwnBlock.get(), size );
@@ -100,8 +107,13 @@ void XStream::PeekBuffer8( void* buffer, USize64 count )
 
 void XStream::PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count )
 {
-    // Filling the buffer from the position on leaves the peeked bytes in it for the read that follows.
     const SSize64 position = GetPosition();
+    if ( itsBufferedReads && count <= itsBufferSize )
+    {
+        Refill( position, count ); // which leaves the peeked bytes for the read that follows
+        std::memcpy( buffer, itsBuffer, count );
+        return;
+    }
     EmptyBufferAt( position );
     ReadSlowly( buffer, count );
     SeekTo( position );

@@ -3,6 +3,7 @@
 #include "Core/XTextScan.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -28,6 +29,74 @@ void Split( std::string_view inText, std::string_view inSeparators, const XTakeP
         begin = end + 1;
     }
 }
+
+/// Where words begin, found a block of characters at a time by loops without branches.
+class XWordFinder
+{
+public:
+    XWordFinder( std::string_view inText, std::string_view inSeparators )
+        : itsText( inText ), itsSeparators( inSeparators )
+    {
+    }
+
+    /// The beginning of the word `inIndex` behind a position at which a word may begin; npos where there is none.
+    std::size_t Find( std::size_t inPosition, USize64 inIndex )
+    {
+        itsFlags[0] = 1;
+        for ( ; itsText.size() - inPosition >= kBlockSize; inPosition += kBlockSize )
+        {
+            MarkBlock( itsText.data() + inPosition );
+            const USize64 beginnings = CountBeginnings();
+            if ( beginnings > inIndex )
+                return FindInBlock( inPosition, kBlockSize, inIndex );
+            inIndex -= beginnings;
+            itsFlags[0] = itsFlags[kBlockSize];
+        }
+        const std::size_t rest = itsText.size() - inPosition;
+        for ( std::size_t i = 0; i < rest; ++i )
+            itsFlags[i + 1] = itsSeparators.find( itsText[inPosition + i] ) != std::string_view::npos;
+        return FindInBlock( inPosition, rest, inIndex );
+    }
+
+private:
+    static constexpr std::size_t kBlockSize = 128; // at most so many beginnings, which fit into a byte
+
+    /// Works on copies, which the compiler sees to be apart, so that it makes vectors of the loop.
+    void MarkBlock( const char* inBlock )
+    {
+        char characters[kBlockSize];
+        std::memcpy( characters, inBlock, kBlockSize );
+        std::uint8_t flags[kBlockSize] = {};
+        for ( const char separator : itsSeparators )
+        {
+            for ( std::size_t i = 0; i < kBlockSize; ++i )
+                flags[i] |= static_cast<std::uint8_t>( characters[i] == separator );
+        }
+        std::memcpy( itsFlags + 1, flags, kBlockSize );
+    }
+
+    USize64 CountBeginnings() const
+    {
+        std::uint8_t count = 0;
+        for ( std::size_t i = 0; i < kBlockSize; ++i )
+            count = static_cast<std::uint8_t>( count + ( itsFlags[i] & ( itsFlags[i + 1] ^ 1 ) ) );
+        return count;
+    }
+
+    std::size_t FindInBlock( std::size_t inPosition, std::size_t inSize, USize64 inIndex ) const
+    {
+        for ( std::size_t i = 0; i < inSize; ++i )
+        {
+            if ( itsFlags[i] == 1 && itsFlags[i + 1] == 0 && inIndex-- == 0 )
+                return inPosition + i;
+        }
+        return std::string_view::npos;
+    }
+
+    std::string_view itsText;
+    std::string_view itsSeparators;
+    std::uint8_t itsFlags[kBlockSize + 1]; // 1 for separators; the first is that in front of the block
+};
 } // namespace
 
 XString XString::SubStr( USize64 inStart, USize64 inCount ) const
@@ -41,20 +110,16 @@ XString XString::SubWord( USize64 inIndex, USize64 inCount, const XString& inSep
 {
     const std::string_view text = GetStringView();
     const std::string_view separators = inSeparators.GetStringView();
-    std::size_t firstBegin = text.npos;
-    std::size_t lastEnd = 0;
-    std::size_t begin = text.find_first_not_of( separators );
-    for ( USize64 word = 0; begin != text.npos && ( word < inIndex || word - inIndex < inCount ); ++word )
-    {
-        const std::size_t end = std::min( text.find_first_of( separators, begin ), text.size() );
-        if ( word >= inIndex )
-        {
-            firstBegin = std::min( firstBegin, begin );
-            lastEnd = end;
-        }
-        begin = text.find_first_not_of( separators, end );
-    }
-    return firstBegin == text.npos ? XString() : XString( text.substr( firstBegin, lastEnd - firstBegin ) );
+    if ( inCount == 0 )
+        return XString();
+    XWordFinder finder( text, separators );
+    const std::size_t begin = finder.Find( 0, inIndex );
+    if ( begin == text.npos )
+        return XString();
+    const std::size_t last = finder.Find( begin, inCount - 1 );
+    const std::size_t end =
+        last == text.npos ? text.find_last_not_of( separators ) + 1 : text.find_first_of( separators, last );
+    return XString( text.substr( begin, end - begin ) );
 }
 
 std::map<XString, XString>

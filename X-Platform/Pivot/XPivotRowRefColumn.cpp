@@ -52,21 +52,12 @@ void XPivotRowRefColumn::PassIDsInUse()
         ahead.erase( ahead.begin() );
 }
 
-bool XPivotRowRefColumn::IsUserVisibleIDInUse( std::uint32_t inID ) const
-{
-    if ( inID >= itsNumbering.next )
-        return itsNumbering.ahead.contains( inID );
-    bool isInUse = false;
-    itsRefs.ForEach( [&]( const auto& inRecord ) { isInUse |= inRecord.userVisibleID == inID; } );
-    return isInUse;
-}
-
-/// An ID that no other record has; 0 for a record that is to have none.
-void XPivotRowRefColumn::SetUserVisibleID( XPivotRowRefs::XRecord& ioRecord, std::uint32_t inID )
+/// An ID that no other record has.
+void XPivotRowRefColumn::SetUserVisibleID( XPlace inPlace, std::uint32_t inID )
 {
     XAssert( inID < kMostNumbers );
-    itsNumbering.ahead.erase( ioRecord.userVisibleID );
-    ioRecord.userVisibleID = inID;
+    itsNumbering.ahead.erase( itsRefs[inPlace].userVisibleID );
+    itsRefs.SetUserVisibleID( inPlace, inID );
     if ( inID >= itsNumbering.next )
         itsNumbering.ahead.insert( inID );
     PassIDsInUse();
@@ -76,9 +67,8 @@ void XPivotRowRefColumn::SetUserVisibleID( XPivotRowRefs::XRecord& ioRecord, std
 XPivotRowRefColumn::XPlace XPivotRowRefColumn::FindOrAddRef( const XUUID& inUUID )
 {
     const XPlace place = itsRefs.FindOrAdd( inUUID );
-    auto& record = itsRefs[place];
-    if ( record.userVisibleID == 0 )
-        record.userVisibleID = TakeUserVisibleID();
+    if ( itsRefs[place].userVisibleID == 0 )
+        itsRefs.SetUserVisibleID( place, TakeUserVisibleID() );
     return place;
 }
 
@@ -108,14 +98,14 @@ void XPivotRowRefColumn::AddRef( std::uint32_t inRow, const XUUID& inUUID, std::
     if ( inUUID.IsNil() )
         return;
     const XPlace found = itsRefs.Find( inUUID );
-    const bool hasID = found != kNoPlace && itsRefs[found].userVisibleID == inUserVisibleID;
-    if ( inUserVisibleID != 0 && !hasID && IsUserVisibleIDInUse( inUserVisibleID ) )
+    const XPlace holder = itsRefs.FindUserVisibleID( inUserVisibleID );
+    if ( holder != kNoPlace && holder != found )
         XThrow( kErrorBadParameters );
     const std::uint32_t userVisibleID = inUserVisibleID != 0 ? inUserVisibleID : TakeUserVisibleID();
     XAssert( userVisibleID < kMostNumbers );
     const XPlace place = itsRefs.FindOrAdd( inUUID );
     AddOther( place );
-    SetUserVisibleID( itsRefs[place], userVisibleID );
+    SetUserVisibleID( place, userVisibleID );
     itsRefs[place].row = inRow;
 }
 
@@ -250,18 +240,19 @@ std::uint32_t XPivotRowRefColumn::GetDataUserVisibleID( const XUUID& inUUID ) co
 void XPivotRowRefColumn::RenumberUserVisibleIDs()
 {
     itsNumbering = XNumbering();
-    itsRefs.ForEach( []( auto& ioRecord ) { ioRecord.userVisibleID = 0; } );
-    const auto number = [this]( auto& ioRecord )
+    for ( XPlace place = 0; place < itsRefs.GetEndPlace(); ++place )
+        itsRefs.SetUserVisibleID( place, 0 );
+    const auto number = [this]( XPlace inPlace )
     {
-        if ( ioRecord.userVisibleID == 0 )
-            ioRecord.userVisibleID = TakeUserVisibleID();
+        if ( itsRefs[inPlace].userVisibleID == 0 )
+            itsRefs.SetUserVisibleID( inPlace, TakeUserVisibleID() );
     };
     for ( const XPlace place : itsRowPlaces )
     {
         if ( place != kNoPlace )
-            number( itsRefs[place] );
+            number( place );
     }
-    itsRefs.ForEach( number );
+    itsRefs.ForEach( [&]( const auto& inRecord ) { number( itsRefs.GetPlace( inRecord ) ); } );
 }
 
 bool XPivotRowRefColumn::IsHeldBy( const XUUID& inUUID, std::uint32_t inRow ) const
@@ -278,14 +269,11 @@ std::int32_t XPivotRowRefColumn::FindDataUUID( const XUUID& inUUID ) const
 
 std::int32_t XPivotRowRefColumn::FindDataFloat( double inValue ) const
 {
-    std::int32_t row = -1;
-    itsRefs.ForEach(
-        [&]( const auto& inRecord )
-        {
-            if ( row < 0 && inRecord.userVisibleID == inValue )
-                row = FindDataUUID( inRecord.uuid );
-        } );
-    return row;
+    if ( !( inValue >= 1 && inValue <= kMostNumbers ) )
+        return -1;
+    const auto userVisibleID = static_cast<std::uint32_t>( inValue );
+    const XPlace place = userVisibleID == inValue ? itsRefs.FindUserVisibleID( userVisibleID ) : kNoPlace;
+    return place == kNoPlace ? -1 : FindDataUUID( itsRefs[place].uuid );
 }
 
 // ---- Rows
@@ -446,7 +434,7 @@ void XPivotRowRefColumn::ReadNumbering( XStream& inStream )
     const std::uint32_t next = inStream.Read32();
     const auto ahead = std::ranges::lower_bound( ids, next );
     const bool isNextInUse = ahead != ids.end() && *ahead == next;
-    if ( next == 0 || isNextInUse || std::ranges::adjacent_find( ids ) != ids.end() )
+    if ( next == 0 || isNextInUse )
         XThrow( kErrorStreamCorrupted );
     itsNumbering = { next, { ahead, ids.end() } };
 }
@@ -457,13 +445,16 @@ void XPivotRowRefColumn::ReadReference( XStream& inStream )
     const XUUID uuid = inStream.ReadUUID();
     if ( uuid.IsNil() || itsRefs.Find( uuid ) != kNoPlace )
         XThrow( kErrorStreamCorrupted );
-    auto& record = itsRefs[itsRefs.FindOrAdd( uuid )];
+    const XPlace place = itsRefs.FindOrAdd( uuid );
+    auto& record = itsRefs[place];
     record.others = inStream.Read32();
-    record.userVisibleID = inStream.Read32();
+    const std::uint32_t userVisibleID = inStream.Read32();
     record.row = inStream.Read32();
     const bool isRowRight = record.row == kNoRow || IsHeldBy( uuid, record.row );
-    if ( record.others == 0 || record.userVisibleID == 0 || !isRowRight )
+    if ( record.others == 0 || userVisibleID == 0 || !isRowRight ||
+         itsRefs.FindUserVisibleID( userVisibleID ) != kNoPlace )
         XThrow( kErrorStreamCorrupted );
+    itsRefs.SetUserVisibleID( place, userVisibleID );
 }
 
 void XPivotRowRefColumn::FindRowPlaces()

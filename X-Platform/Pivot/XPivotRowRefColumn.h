@@ -71,6 +71,7 @@ public:
     /// The row that the record names; -1 for identifiers that no row holds. Fast, unless the row that was
     /// named has changed while others hold the identifier: then all rows are searched.
     std::int32_t FindDataUUID( const XUUID& inUUID ) const;
+    /// The same, by the user-visible ID.
     std::int32_t FindDataFloat( double inValue ) const override;
 
     // ---- Rows
@@ -117,8 +118,7 @@ private:
     void RequireUserVisibleIDs( USize64 inCount ) const;
     std::uint32_t TakeUserVisibleID();
     void PassIDsInUse();
-    bool IsUserVisibleIDInUse( std::uint32_t inID ) const;
-    void SetUserVisibleID( XPivotRowRefs::XRecord& ioRecord, std::uint32_t inID );
+    void SetUserVisibleID( XPlace inPlace, std::uint32_t inID );
     XPlace FindOrAddRef( const XUUID& inUUID );
     void AddOther( XPlace inPlace );
     void SetKept( XPlace inPlace, bool inIsKept );

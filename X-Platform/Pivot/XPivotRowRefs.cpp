@@ -88,8 +88,39 @@ void XPivotRowRefs::Enter( std::uint32_t inHash, XPlace inPlace )
     bucket.places[bucket.used++] = inPlace;
 }
 
+XPivotRowRefs::XPlace XPivotRowRefs::FindUserVisibleID( std::uint32_t inID ) const
+{
+    if ( inID < itsPlacesByID.size() && itsPlacesByID[inID] != kNoPlace )
+        return itsPlacesByID[inID];
+    const auto found = itsPlacesOfHighIDs.find( inID );
+    return found == itsPlacesOfHighIDs.end() ? kNoPlace : found->second;
+}
+
+/// IDs are given in their order, so most are not much higher than there are places.
+void XPivotRowRefs::SetUserVisibleID( XPlace inPlace, std::uint32_t inID )
+{
+    ForgetUserVisibleID( inPlace );
+    if ( inID != 0 && inID >= itsPlacesByID.size() && inID <= kMostIDsPerPlace * itsRecords.size() )
+        itsPlacesByID.resize( std::size_t( inID ) + 1, kNoPlace );
+    if ( inID != 0 && inID < itsPlacesByID.size() )
+        itsPlacesByID[inID] = inPlace;
+    else if ( inID != 0 )
+        itsPlacesOfHighIDs[inID] = inPlace;
+    itsRecords[inPlace].userVisibleID = inID;
+}
+
+void XPivotRowRefs::ForgetUserVisibleID( XPlace inPlace )
+{
+    const std::uint32_t id = itsRecords[inPlace].userVisibleID;
+    if ( id < itsPlacesByID.size() && itsPlacesByID[id] == inPlace )
+        itsPlacesByID[id] = kNoPlace;
+    else
+        itsPlacesOfHighIDs.erase( id );
+}
+
 void XPivotRowRefs::Remove( XPlace inPlace )
 {
+    ForgetUserVisibleID( inPlace );
     itsFreePlaces.push_back( inPlace );
     const std::uint32_t hash = Hash( itsRecords[inPlace].uuid );
     itsRecords[inPlace] = XRecord();

@@ -3,8 +3,10 @@
 #include "Core/XTypes.h"
 #include "Core/XUUID.h"
 
-/// What a row-reference column knows of the identifiers it has met: one record for each, found by its identifier.
-/// Internal.
+#include <map>
+
+/// What a row-reference column knows of the identifiers it has met: one record for each, found by its identifier or
+/// its user-visible ID. Internal.
 ///
 /// Records lie in a block, in the order in which they came, and are known by their places in it, which are theirs as
 /// long as they live. Places of records that are gone are used again.
@@ -21,7 +23,7 @@ public:
         XUUID uuid;
         std::uint32_t rows = 0;          ///< rows of the column that hold it
         std::uint32_t others = 0;        ///< references from elsewhere
-        std::uint32_t userVisibleID = 0; ///< 0: none yet
+        std::uint32_t userVisibleID = 0; ///< 0: none yet; set by SetUserVisibleID
         std::uint32_t row = kNoRow;      ///< one of the rows that hold it, kNoRow or kSomeRow
         bool isKept = false;             ///< by the table, for rows that refer to it: one reference more
     };
@@ -37,6 +39,11 @@ public:
     /// Makes one without references where there is none.
     XPlace FindOrAdd( const XUUID& inUUID );
     void Remove( XPlace inPlace );
+
+    /// kNoPlace where no record has it.
+    XPlace FindUserVisibleID( std::uint32_t inID ) const;
+    /// An ID that no other record has, or 0.
+    void SetUserVisibleID( XPlace inPlace, std::uint32_t inID );
 
     XPlace GetPlace( const XRecord& inRecord ) const
     {
@@ -70,6 +77,7 @@ private:
     static constexpr std::size_t kFirstBuckets = 8;
     static constexpr std::size_t kMostPerBucket = 4; // on average
     static constexpr std::uint32_t kEntries = 7;
+    static constexpr std::size_t kMostIDsPerPlace = 2;
 
     /// A cache line of entries: a record's place and the hash of its identifier. Where one bucket is full, the next
     /// takes its entries and the full one counts them.
@@ -87,9 +95,12 @@ private:
     std::size_t GetNext( std::size_t inBucket ) const { return ( inBucket + 1 ) & ( itsBuckets.size() - 1 ); }
     void Enter( std::uint32_t inHash, XPlace inPlace );
     void AddBuckets();
+    void ForgetUserVisibleID( XPlace inPlace );
 
     XVector<XRecord> itsRecords;
     XVector<XBucket> itsBuckets; // their number is a power of two
     XVector<XPlace> itsFreePlaces;
+    XVector<XPlace> itsPlacesByID;                      // of low IDs, by the ID
+    std::map<std::uint32_t, XPlace> itsPlacesOfHighIDs; // too high for that when they were set
     std::uint32_t itsSize = 0;
 };
