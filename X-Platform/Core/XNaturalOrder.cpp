@@ -58,9 +58,12 @@ XNaturalOrder::XNaturalOrder( char inLocalePoint, bool inIgnoreDecimalPoint, boo
 
 bool XNaturalOrder::IsLess( std::string_view inFirst, std::string_view inSecond ) const
 {
-    const USize64 start = FindStart( inFirst, inSecond );
+    const USize64 common = CountCommon( inFirst, inSecond );
+    const USize64 start = FindStart( inFirst, common );
     const char* first = inFirst.data() + start;
     const char* second = inSecond.data() + start;
+    if ( DifferInDigits( first, second, common - start ) )
+        return inFirst[common] < inSecond[common];
     for ( ;; )
     {
         first = SkipSpace( first );
@@ -105,12 +108,25 @@ std::string_view XNaturalOrder::TakeRun( const char* inText ) const
 
 /// Texts that begin alike are compared from where they differ, or rather from the start of the number there
 /// may be: behind the last character that is in no number. Up to there both are taken apart in the same way.
-USize64 XNaturalOrder::FindStart( std::string_view inFirst, std::string_view inSecond ) const
+USize64 XNaturalOrder::FindStart( std::string_view inText, USize64 inCommon ) const
 {
-    USize64 start = CountCommon( inFirst, inSecond );
-    while ( start > 0 && ( ContinuesNumber( inFirst[start - 1] ) || IsSign( inFirst[start - 1] ) ) )
+    USize64 start = inCommon;
+    while ( start > 0 && ( ContinuesNumber( inText[start - 1] ) || IsSign( inText[start - 1] ) ) )
         --start;
+    while ( start < inCommon && IsExponentMark( inText[start] ) )
+        ++start;
     return start;
+}
+
+/// Whether both begin with numbers of equally many digits and nothing else, which differ behind the common ones. Such
+/// numbers go by the first digit that differs.
+bool XNaturalOrder::DifferInDigits( const char* inFirst, const char* inSecond, USize64 inCommon ) const
+{
+    USize64 length = 0;
+    while ( XTextScan::IsDigit( inFirst[length] ) && XTextScan::IsDigit( inSecond[length] ) )
+        ++length;
+    return length > inCommon && length <= kMaxExactDigits && !ContinuesNumber( inFirst[length] ) &&
+        !ContinuesNumber( inSecond[length] );
 }
 
 /// Moves behind both numbers if they are equal, and nowhere otherwise.

@@ -32,7 +32,8 @@ private:
     bool BeginsNumber( const char* inText ) const;
     bool ContinuesNumber( char inCharacter ) const;
     std::string_view TakeRun( const char* inText ) const;
-    USize64 FindStart( std::string_view inFirst, std::string_view inSecond ) const;
+    USize64 FindStart( std::string_view inText, USize64 inCommon ) const;
+    bool DifferInDigits( const char* inFirst, const char* inSecond, USize64 inCommon ) const;
     XResult CompareNumbers( const char*& ioFirst, const char*& ioSecond ) const;
     bool CompareDigits( const char*& ioFirst, const char*& ioSecond, XResult& outResult ) const;
     XResult CompareRuns( std::string_view inFirst, std::string_view inSecond ) const;
