@@ -315,6 +315,20 @@ TEST( XSpeakerTest, ManyListenersOfManySpeakersKeepTheirOrderAndTheirPlaces )
     for ( XSpeaker& speaker : speakers )
         speaker.SpeakMessage( NumberMessage( 2 ) );
     EXPECT_EQ( one.heard.size(), 66u ); // of 99 every third has gone
+
+    constexpr std::size_t kFew =
+        33; // of which 22 are left, which are looked up still, those that come again too
+    for ( std::size_t i = kFew; i < speakers.size(); ++i )
+        one.Unsubscribe( speakers[i] );
+    XSpeaker& last = speakers[kFew + 1];
+    one.Subscribe( last );
+    one.Subscribe( last );
+    for ( const std::size_t count : { 1u, 0u } )
+    {
+        one.Unsubscribe( last );
+        EXPECT_EQ( last.GetListenerCount(), count );
+    }
+    one.Subscribe( last );
     one.StopListening();
     for ( const XSpeaker& speaker : speakers )
         EXPECT_EQ( speaker.GetListenerCount(), 0u );

@@ -201,8 +201,8 @@ XJobQueue::XJobQueue()
 XJobQueue::~XJobQueue()
 {
     const XPreventThreadStop preventStop;
-    RemoveJobQueue();
     End();
+    RemoveJobQueue(); // after the workers that had found jobs here
     AsyncStop();
     WaitUntilTerminated();
     itsCompletionNotice->Withdraw();

@@ -49,7 +49,8 @@ public:
     bool IsRunning() const;
 
     /// Lets no more jobs run and stops all (`StopTaggedJobs`). `Stop` then deletes what was attached
-    /// meanwhile.
+    /// meanwhile. Jobs that another thread is stopping at the same time may still be completed there when this returns
+    /// (`WaitForQueueEmpty`).
     void AsyncStop();
     void Stop();
 

@@ -153,7 +153,7 @@ XListener::XSubscription& XListener::AddSubscription( XListenerList& inList )
 {
     XSubscription& added = itsSubscriptions.emplace_back( XSubscription{ &inList, 0 } );
     inList.AddReference();
-    if ( itsSubscriptions.size() > kFewSubscriptions )
+    if ( itsPlaces || itsSubscriptions.size() > kFewSubscriptions )
         RememberPlaces();
     return added;
 }
