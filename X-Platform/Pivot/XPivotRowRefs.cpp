@@ -90,8 +90,9 @@ void XPivotRowRefs::Enter( std::uint32_t inHash, XPlace inPlace )
 
 XPivotRowRefs::XPlace XPivotRowRefs::FindUserVisibleID( std::uint32_t inID ) const
 {
-    if ( inID < itsPlacesByID.size() && itsPlacesByID[inID] != kNoPlace )
-        return itsPlacesByID[inID];
+    const XPlace place = inID < itsPlacesByID.size() ? itsPlacesByID[inID] : kNoPlace;
+    if ( place != kNoPlace && itsRecords[place].userVisibleID == inID )
+        return place;
     const auto found = itsPlacesOfHighIDs.find( inID );
     return found == itsPlacesOfHighIDs.end() ? kNoPlace : found->second;
 }
@@ -99,7 +100,7 @@ XPivotRowRefs::XPlace XPivotRowRefs::FindUserVisibleID( std::uint32_t inID ) con
 /// IDs are given in their order, so most are not much higher than there are places.
 void XPivotRowRefs::SetUserVisibleID( XPlace inPlace, std::uint32_t inID )
 {
-    ForgetUserVisibleID( inPlace );
+    itsPlacesOfHighIDs.erase( itsRecords[inPlace].userVisibleID );
     if ( inID != 0 && inID >= itsPlacesByID.size() && inID <= kMostIDsPerPlace * itsRecords.size() )
         itsPlacesByID.resize( std::size_t( inID ) + 1, kNoPlace );
     if ( inID != 0 && inID < itsPlacesByID.size() )
@@ -109,18 +110,10 @@ void XPivotRowRefs::SetUserVisibleID( XPlace inPlace, std::uint32_t inID )
     itsRecords[inPlace].userVisibleID = inID;
 }
 
-void XPivotRowRefs::ForgetUserVisibleID( XPlace inPlace )
-{
-    const std::uint32_t id = itsRecords[inPlace].userVisibleID;
-    if ( id < itsPlacesByID.size() && itsPlacesByID[id] == inPlace )
-        itsPlacesByID[id] = kNoPlace;
-    else
-        itsPlacesOfHighIDs.erase( id );
-}
-
 void XPivotRowRefs::Remove( XPlace inPlace )
 {
-    ForgetUserVisibleID( inPlace );
+    if ( !itsPlacesOfHighIDs.empty() )
+        itsPlacesOfHighIDs.erase( itsRecords[inPlace].userVisibleID );
     itsFreePlaces.push_back( inPlace );
     const std::uint32_t hash = Hash( itsRecords[inPlace].uuid );
     itsRecords[inPlace] = XRecord();

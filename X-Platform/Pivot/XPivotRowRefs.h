@@ -95,12 +95,12 @@ private:
     std::size_t GetNext( std::size_t inBucket ) const { return ( inBucket + 1 ) & ( itsBuckets.size() - 1 ); }
     void Enter( std::uint32_t inHash, XPlace inPlace );
     void AddBuckets();
-    void ForgetUserVisibleID( XPlace inPlace );
 
     XVector<XRecord> itsRecords;
     XVector<XBucket> itsBuckets; // their number is a power of two
     XVector<XPlace> itsFreePlaces;
-    XVector<XPlace> itsPlacesByID;                      // of low IDs, by the ID
+    // Of low IDs, by the ID; of one that was given up until another takes it, which the record there tells.
+    XVector<XPlace> itsPlacesByID;
     std::map<std::uint32_t, XPlace> itsPlacesOfHighIDs; // too high for that when they were set
     std::uint32_t itsSize = 0;
 };
