@@ -22,6 +22,8 @@ void PageJob::RunJobSelf()
     }
     catch ( ... )
     {
+        // Short enough to take no memory, for there may be none to describe that.
+        itsResult.failure = Failure{ "out of memory", kErrorOutOfMemory };
         itsResult.failure = DescribeCurrentException();
         throw;
     }
