@@ -50,6 +50,33 @@ std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
     return error;
 }
 
+/// Makes a file under a hidden name beside the target, and returns the name. It is listed first: what is made can be
+/// removed even where memory ends.
+template<class Make>
+fs::path MakeUnfinished( const fs::path& inTarget, const Make& inMake )
+{
+    auto path = inTarget.parent_path() / MakeTemporaryName();
+    WUnfinishedFiles::Add( path );
+    try
+    {
+        inMake( path );
+    }
+    catch ( ... )
+    {
+        WUnfinishedFiles::Forget( path );
+        throw;
+    }
+    return path;
+}
+
+void RemoveUnfinished( const fs::path& inPath )
+{
+    if ( inPath.empty() )
+        return;
+    WFilePath::Remove( inPath );
+    WUnfinishedFiles::Forget( inPath );
+}
+
 } // namespace
 
 WReplaceFile::WReplaceFile( const fs::path& inTarget, Check inCheck ) : itsTarget( inTarget )
@@ -80,13 +107,8 @@ WReplaceFile::~WReplaceFile()
     itsFile = WFile();
     EndUnnamed();
     const auto hold = WUnfinishedFiles::Hold();
-    for ( const auto& path : { itsIsCommitted ? fs::path() : itsPath, itsOldPath } )
-    {
-        if ( path.empty() )
-            continue;
-        WFilePath::Remove( path );
-        WUnfinishedFiles::Forget( path );
-    }
+    RemoveUnfinished( itsPath ); // Once it is committed, nothing has that name.
+    RemoveUnfinished( itsOldPath );
 }
 
 void WReplaceFile::CheckTarget( const fs::path& inTarget )
@@ -108,15 +130,13 @@ void WReplaceFile::CheckExistingTarget() const
 
 void WReplaceFile::CreateNamed()
 {
-    const auto path = itsTarget.parent_path() / MakeTemporaryName();
     const auto hold = WUnfinishedFiles::Hold();
-    itsFile.Open( path, WFile::kCreateNew );
-    itsPath = path;
-    WUnfinishedFiles::Add( itsPath );
+    itsPath = MakeUnfinished(
+        itsTarget, [&]( const fs::path& inPath ) { itsFile.Open( inPath, WFile::kCreateNew ); } );
     CopyPermissions( itsPath );
 }
 
-void WReplaceFile::CopyPermissions( const fs::path& inPath ) const
+void WReplaceFile::CopyPermissions( const fs::path& inPath ) const noexcept
 {
     std::error_code error;
     const auto status = fs::status( WFilePath::Exists( itsTarget ) ? itsTarget : itsOldPath, error );
@@ -126,11 +146,9 @@ void WReplaceFile::CopyPermissions( const fs::path& inPath ) const
 
 void WReplaceFile::GiveName()
 {
-    const auto path = itsTarget.parent_path() / MakeTemporaryName();
     const auto hold = WUnfinishedFiles::Hold();
-    CheckError( Link( itsFile, path ) );
-    itsPath = path;
-    WUnfinishedFiles::Add( itsPath );
+    itsPath =
+        MakeUnfinished( itsTarget, [&]( const fs::path& inPath ) { CheckError( Link( itsFile, inPath ) ); } );
     CopyPermissions( itsPath );
     EndUnnamed();
 }
@@ -163,8 +181,7 @@ void WReplaceFile::Commit()
         itsFile.Close();
         std::error_code error;
         fs::rename( itsPath, itsTarget, error );
-        CheckError( error );
-        WUnfinishedFiles::Forget( itsPath );
+        CheckError( error ); // The hidden name stays listed, for Undo.
     }
     itsIsCommitted = true;
 }
@@ -175,14 +192,12 @@ void WReplaceFile::KeepOld()
     if ( itsIsDirect || !itsOldPath.empty() || !WFilePath::Exists( itsTarget ) )
         return;
     CheckReplaceable( itsTarget ); // Else the second name might have to stay.
-    const auto path = itsTarget.parent_path() / MakeTemporaryName();
     const auto hold = WUnfinishedFiles::Hold();
-    CheckError( LinkOrMove( itsTarget, path ) );
-    itsOldPath = path;
-    WUnfinishedFiles::Add( itsOldPath );
+    itsOldPath = MakeUnfinished(
+        itsTarget, [&]( const fs::path& inPath ) { CheckError( LinkOrMove( itsTarget, inPath ) ); } );
 }
 
-void WReplaceFile::Undo()
+void WReplaceFile::Undo() noexcept
 {
     if ( itsIsDirect )
         return;
@@ -191,7 +206,6 @@ void WReplaceFile::Undo()
     {
         if ( LinkOrMove( itsTarget, itsPath ) )
             return LeaveOld();
-        WUnfinishedFiles::Add( itsPath );
         itsIsCommitted = false;
         if ( itsOldPath.empty() )
             WFilePath::Remove( itsTarget );
@@ -199,7 +213,7 @@ void WReplaceFile::Undo()
     PutOldBack();
 }
 
-void WReplaceFile::LeaveOld()
+void WReplaceFile::LeaveOld() noexcept
 {
     if ( itsOldPath.empty() )
         return;
@@ -207,12 +221,12 @@ void WReplaceFile::LeaveOld()
     itsOldPath.clear();
 }
 
-void WReplaceFile::PutOldBack()
+void WReplaceFile::PutOldBack() noexcept
 {
     if ( itsOldPath.empty() )
         return;
     std::error_code ignored;
-    if ( WFilePath::GetKey( itsOldPath ) == WFilePath::GetKey( itsTarget ) )
+    if ( fs::equivalent( itsOldPath, itsTarget, ignored ) )
         WFilePath::Remove( itsOldPath ); // Renaming would leave both names.
     else
         fs::rename( itsOldPath, itsTarget, ignored );

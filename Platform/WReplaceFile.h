@@ -57,7 +57,8 @@ public:
 
     /// Takes Commit and KeepOld back as far as the system lets it: the target is the old file again, or missing as it was.
     /// An old file that cannot be put back stays beside the target under a hidden name. For a device it does nothing.
-    void Undo();
+    /// Takes no memory.
+    void Undo() noexcept;
 
     /// Gives the complete file, which could not take its place, a name beside its target: the target's and ".new", or
     /// ".new-2" and so on; "korvale-output.new" where that is too long. Returns the path. For a file that is not committed; not for a device.
@@ -74,11 +75,11 @@ private:
 
     void CheckExistingTarget() const;
     void CreateNamed();
-    void CopyPermissions( const std::filesystem::path& inPath ) const;
+    void CopyPermissions( const std::filesystem::path& inPath ) const noexcept;
     void GiveName();
     void EndUnnamed();
-    void PutOldBack();
-    void LeaveOld();
+    void PutOldBack() noexcept;
+    void LeaveOld() noexcept;
 
     // The system's part.
 

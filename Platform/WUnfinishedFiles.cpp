@@ -9,10 +9,16 @@
 namespace
 {
 
+struct Entry
+{
+    std::filesystem::path given;
+    std::filesystem::path absolute; // whatever the current folder is by then
+};
+
 struct Registry
 {
     std::recursive_mutex mutex;
-    std::vector<std::filesystem::path> paths; // absolute, in the order in which they were made
+    std::vector<Entry> entries; // in the order in which they were made
 };
 
 /// Outlasts static objects that write files, and takes no memory, for the end may come for want of it.
@@ -33,19 +39,19 @@ std::unique_lock<std::recursive_mutex> WUnfinishedFiles::Hold()
 void WUnfinishedFiles::Add( const std::filesystem::path& inPath )
 {
     const auto hold = Hold();
-    GetRegistry().paths.push_back( WFilePath::Normalise( inPath ) );
+    GetRegistry().entries.push_back( { inPath, WFilePath::Normalise( inPath ) } );
 }
 
-void WUnfinishedFiles::Forget( const std::filesystem::path& inPath )
+void WUnfinishedFiles::Forget( const std::filesystem::path& inPath ) noexcept
 {
     const auto hold = Hold();
-    std::erase( GetRegistry().paths, WFilePath::Normalise( inPath ) );
+    std::erase_if( GetRegistry().entries, [&]( const Entry& inEntry ) { return inEntry.given == inPath; } );
 }
 
 void WUnfinishedFiles::RemoveForEnd() noexcept
 {
     auto& registry = GetRegistry();
     registry.mutex.lock();
-    for ( auto path = registry.paths.rbegin(); path != registry.paths.rend(); ++path )
-        WFilePath::Remove( *path );
+    for ( auto entry = registry.entries.rbegin(); entry != registry.entries.rend(); ++entry )
+        WFilePath::Remove( entry->absolute );
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <execinfo.h>
 #include <fcntl.h>
 #include <fstream>
 #include <pthread.h>
@@ -19,6 +20,14 @@
 
 namespace
 {
+
+/// Has the C library load what takes exceptions through its own frames, such as those of pthread_once. Otherwise the
+/// first exception there would load it, and where that one means a lack of memory, the process would be aborted.
+[[maybe_unused]] const int sLoadedUnwinder = []
+{
+    void* frame = nullptr;
+    return ::backtrace( &frame, 1 );
+}();
 
 /// What the process was started with.
 int GetNiceValueOfProcess()

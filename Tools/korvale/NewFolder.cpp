@@ -31,10 +31,16 @@ NewFolder::~NewFolder()
 
 void NewFolder::Make( const std::filesystem::path& inFolder )
 {
-    if ( !std::filesystem::create_directory( inFolder ) )
-        return;
+    // What takes memory comes first.
+    auto folder = inFolder;
+    itsMade.reserve( itsMade.size() + 1 );
     WUnfinishedFiles::Add( inFolder );
-    itsMade.push_back( inFolder );
+    std::error_code error;
+    if ( std::filesystem::create_directory( inFolder, error ) )
+        return itsMade.push_back( std::move( folder ) );
+    WUnfinishedFiles::Forget( inFolder );
+    if ( error )
+        throw std::filesystem::filesystem_error( "the folder cannot be made", inFolder, error );
 }
 
 void NewFolder::RemoveMade()

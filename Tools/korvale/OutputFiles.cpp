@@ -75,11 +75,14 @@ void PutInPlace( std::vector<CompleteFile> inFiles )
     {
         CommitAll( inFiles );
     }
-    catch ( const std::runtime_error& failure )
+    catch ( ... )
     {
         for ( const auto& complete : inFiles )
             complete.file->Undo();
-        throw std::runtime_error( failure.what() + KeepAll( inFiles ) );
+        const auto failure = DescribeCurrentException();
+        if ( failure.IsUserAbort() )
+            throw;
+        throw std::runtime_error( failure.text + KeepAll( inFiles ) );
     }
     inFiles.clear(); // While they are held.
 }
