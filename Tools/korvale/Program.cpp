@@ -12,6 +12,7 @@
 #include "Sample.h"
 #include "Show.h"
 #include "Sort.h"
+#include "WConsole.h"
 #include "WrongUsage.h"
 
 #include <algorithm>
@@ -76,6 +77,21 @@ std::string Quote( const std::vector<std::string>& inArguments )
     return text;
 }
 
+/// The results are in their places by then: a log that lacks its end is no failure of the command.
+void EndLog( int inStatus, double inSeconds, Session& ioSession )
+{
+    try
+    {
+        ioSession.Note(
+            "ended with status " + std::to_string( inStatus ) + " after " + FormatSeconds( inSeconds ) );
+        ioSession.EndLog();
+    }
+    catch ( ... )
+    {
+        WConsole::WriteErrorUnlessBlocked( "korvale: warning: cannot complete the log\n" );
+    }
+}
+
 int RunCommand(
     Command& ioCommand, const std::vector<std::string>& inArguments, const Options& inOptions,
     Session& ioSession )
@@ -85,10 +101,7 @@ int RunCommand(
     ioSession.Note( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
     CommandThread thread( ioCommand, ioSession );
     const auto status = FinishOutput( thread.RunWithMainLoop(), ioSession );
-    ioSession.Note(
-        "ended with status " + std::to_string( status ) + " after " +
-        FormatSeconds( timer.GetElapsedSeconds() ) );
-    ioSession.EndLog();
+    EndLog( status, timer.GetElapsedSeconds(), ioSession );
     return status;
 }
 } // namespace
