@@ -35,7 +35,7 @@ void WriteFile( const std::uint8_t* inData, std::size_t inSize )
 void ReadPages()
 {
     const auto file = WImageFile::Open( GetPath() );
-    ImagePlanes::Parse( file->GetDescription(), file->GetSamplesPerPixel() );
+    ImagePlanes::Parse( file->GetDescriptions(), file->GetLayout() );
     const std::uint32_t pages = std::min( file->GetPageCount(), kMostPages );
     for ( std::uint32_t page = 0; page < pages; ++page )
     {
