@@ -5,7 +5,7 @@
 
 std::uint32_t WProcessors::GetCount()
 {
-    return static_cast<std::uint32_t>( GetSystemNumbers().size() );
+    return static_cast<std::uint32_t>( std::min<std::size_t>( GetSystemNumbers().size(), 64 ) );
 }
 
 const XVector<std::uint32_t>& WProcessors::GetSystemNumbers()
@@ -13,7 +13,7 @@ const XVector<std::uint32_t>& WProcessors::GetSystemNumbers()
     static const auto sNumbers = []
     {
         auto numbers = FindSystemNumbers();
-        numbers.resize( std::clamp<std::size_t>( numbers.size(), 1, 64 ) );
+        numbers.resize( std::max<std::size_t>( numbers.size(), 1 ) );
         return numbers;
     }();
     return sNumbers;
@@ -33,8 +33,9 @@ XVector<double> WProcessors::GetPercentLoads()
     XVector<Times> times = ReadTimes();
     sLastTimes.resize( times.size() );
     XVector<double> loads;
-    for ( const std::uint32_t processor : GetSystemNumbers() )
+    for ( std::uint32_t index = 0; index < GetCount(); ++index )
     {
+        const std::uint32_t processor = GetSystemNumbers()[index];
         if ( processor >= times.size() )
         {
             loads.push_back( 0 );

@@ -3,7 +3,7 @@
 #include "Core/XTypes.h"
 
 /// The processors that this process may run on, numbered from 0, and the time spent on them. Those beyond the 64th are
-/// not counted.
+/// not counted, but have numbers.
 /// Threads: any thread.
 class KORVALE_API WProcessors
 {
@@ -11,7 +11,7 @@ public:
     /// Logical processors that this process may run on; at least 1. Asked of the system once.
     static std::uint32_t GetCount();
 
-    /// For each of these the system's own number, ascending.
+    /// For each of these, and for those beyond the 64th, the system's own number, ascending.
     static const XVector<std::uint32_t>& GetSystemNumbers();
 
     /// For each physical core the indexes of its logical processors, in ascending order.

@@ -94,7 +94,9 @@ void WThread::SetAffinity( std::uint64_t inMask )
     const auto& systemNumbers = WProcessors::GetSystemNumbers();
     for ( std::size_t processor = 0; processor < systemNumbers.size(); ++processor )
     {
-        if ( inMask >> processor & 1 )
+        // All that a mask can name means those that it cannot name too.
+        const bool isAllowed = processor < 64 ? inMask >> processor & 1 : inMask == ~std::uint64_t( 0 );
+        if ( isAllowed )
             CPU_SET( systemNumbers[processor], &processors );
     }
     const std::lock_guard lock( itsMutex );

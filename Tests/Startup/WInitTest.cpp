@@ -14,10 +14,11 @@
 namespace
 {
 
-void DieOfAnException() noexcept
+void DieOfAnException()
 {
-    const WInitApp app;
-    XThrow( 1005 );
+    const WInitApp app; // outside, since some compilers unwind as far as the function that must not throw
+    const auto die = []() noexcept { XThrow( 1005 ); };
+    die();
 }
 
 void DieOfAnAbort()

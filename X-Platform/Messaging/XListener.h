@@ -56,10 +56,10 @@ public:
 
     /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is
     /// calling it or posting to it. What is posted afterwards is dropped. A call of its own `HandleMessage`
-    /// further up on this thread is not waited for, and two such calls that stop it do not wait for each other. Where
-    /// one of them destroys the listener, the base's destructor waits for the other, which does not wait for it. This call
-    /// in a derived class's destructor does not wait either: there the other one, once it has stopped the listener, must
-    /// not use the derived part any more.
+    /// further up on this thread is not waited for, and two such calls that stop it do not wait for each other.
+    /// Where one of them destroys the listener, the base's destructor waits for the other, which does not wait for
+    /// it. This call in a derived class's destructor does not wait either: there the other one, once it has stopped
+    /// the listener, must not use the derived part any more.
     void StopListening();
 
 private:

@@ -56,7 +56,9 @@ public:
     WaitForInputOrLock( std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
 
     bool IsLockedByCurrentThread() const { return GetOwner() == WThreadID::GetCurrent(); }
-    /// The ID of the thread that has the mutex at this moment, 0 if none has: for decisions that may be wrong a moment later.
+
+    /// The ID of the thread that has the mutex at this moment, 0 if none has: for decisions that may be wrong a moment
+    /// later.
     std::uint32_t GetOwner() const { return itsState.load( std::memory_order_relaxed ) & kOwnerMask; }
 
     /// Internal errors unless the calling thread owns the mutex, owns it exactly once, or does not own it.

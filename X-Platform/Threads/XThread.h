@@ -167,7 +167,8 @@ public:
     void SetThreadPriority( XThreadPriority inPriority );
     XThreadPriority GetThreadPriority() const;
 
-    /// Bit i allows logical processor i of those that the process may run on. No bit is an internal error, "inMask != USize( 0 )".
+    /// Bit i allows logical processor i of those that the process may run on; where it may run on more than 64, all
+    /// bits allow all of them. No bit is an internal error, "inMask != USize( 0 )".
     void SetThreadAffinityMask( USize inMask );
     USize GetThreadAffinityMask() const;
 

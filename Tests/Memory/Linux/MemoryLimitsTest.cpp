@@ -50,7 +50,7 @@ std::size_t CountDescriptors()
     return static_cast<std::size_t>( std::distance( begin( entries ), end( entries ) ) );
 }
 
-#if defined( __SANITIZE_ADDRESS__ ) || defined( __SANITIZE_THREAD__ )
+#ifdef KORVALE_SANITIZED
 constexpr bool kCanLimitAddressSpace = false; // the sanitizer needs terabytes of it
 #else
 constexpr bool kCanLimitAddressSpace = true;

@@ -70,7 +70,7 @@ TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
 
 TEST( ThreadLimits, AThreadTooManyLacksResources )
 {
-#if defined( __SANITIZE_ADDRESS__ ) || defined( __SANITIZE_THREAD__ )
+#ifdef KORVALE_SANITIZED
     GTEST_SKIP() << "the sanitizer needs more address space than a limit can leave";
 #endif
     const pid_t child = ::fork();

@@ -54,7 +54,7 @@ std::string GetFailureWithLittleMemory( const std::filesystem::path& inPath )
 
 TEST( PNGMemory, NoneIsTakenForRowsThatAreRefused )
 {
-#if defined( __SANITIZE_ADDRESS__ ) || defined( __SANITIZE_THREAD__ )
+#ifdef KORVALE_SANITIZED
     GTEST_SKIP() << "the sanitizer needs more address space than a limit can leave";
 #endif
     const TestFolder folder;
