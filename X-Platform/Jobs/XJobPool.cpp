@@ -2,6 +2,8 @@
 
 #include "Threads/XThreadLock.h"
 
+#include <cstddef>
+#include <new>
 #include <utility>
 
 namespace
@@ -12,10 +14,12 @@ struct Pool
     XMutex mutex;
     std::shared_ptr<XJobPool::XWorkers> workers; // guarded by the mutex
 
-    /// Never destroyed: where nobody ends the workers, they run until the process ends.
+    /// Never destroyed: where nobody ends the workers, they run until the process ends. Takes no memory, since queues that
+    /// end ask for it.
     static Pool& Get()
     {
-        static Pool* const pool = new Pool;
+        alignas( Pool ) static std::byte sPlace[sizeof( Pool )];
+        static Pool* const pool = new ( sPlace ) Pool;
         return *pool;
     }
 };
