@@ -7,7 +7,8 @@ int main()
     WInitCore core;
 
     auto table = std::make_unique<XPivotTable>();
-    auto& areas = table->AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", "\xB5m2" ) );
+    const XString unit = WCodePage::UTF8ToWindows1252( "µm²" );
+    auto& areas = table->AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", unit ) );
     for ( const double area : { 12.5, 3.25, 8.0 } )
         areas.AppendData( area, true );
     table->Sort( 0, XPivotTable::kSortDescending );
@@ -20,7 +21,7 @@ int main()
     const std::unique_ptr<XStorable> copy( stream.ReadObject() );
 
     const auto& column = dynamic_cast<const XPivotTable&>( *copy ).GetColumn( 0 );
-    std::cout << column.GetColumnName() << " of " << column.GetColumnSize() << " objects, the largest "
-              << column.GetDataString( 0 ) << '\n';
+    std::cout << WCodePage::Windows1252ToUTF8( column.GetDisplayName().GetStringView() ) << " of "
+              << column.GetColumnSize() << " objects, the largest " << column.GetDataString( 0 ) << '\n';
     return column.GetDataFloat( 0 ) == 12.5 ? 0 : 1;
 }
