@@ -1,14 +1,13 @@
 #include "Jobs/XJobQueue.h"
 
 #include "Jobs/TestJob.h"
+#include "RefusedMemory.h"
 #include "WThreadID.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <memory>
-#include <new>
 #include <optional>
 
 namespace
@@ -47,25 +46,9 @@ bool LacksMemory( Action inAction )
 
 } // namespace
 
-// The library's memory comes from here too. Inlined, these would look like mismatched calls to the compiler.
-
-[[gnu::noinline]] void* operator new( std::size_t inSize )
+bool IsMemoryRefused()
 {
-    if ( sThreadWithoutMemory.load( std::memory_order_relaxed ) == WThreadID::GetCurrent() )
-        throw std::bad_alloc();
-    if ( void* const memory = std::malloc( inSize == 0 ? 1 : inSize ) )
-        return memory;
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete( void* inMemory ) noexcept
-{
-    std::free( inMemory );
-}
-
-[[gnu::noinline]] void operator delete( void* inMemory, std::size_t ) noexcept
-{
-    std::free( inMemory );
+    return sThreadWithoutMemory.load( std::memory_order_relaxed ) == WThreadID::GetCurrent();
 }
 
 TEST( XJobQueueMemoryTest, CompletesAJobThatEndsWithoutMemory )

@@ -1,12 +1,10 @@
 #include "Memory/TestManager.h"
 #include "Memory/XMappedFileMemoryHandle.h"
+#include "RefusedMemory.h"
 #include "TestFolder.h"
 #include "Threads/XLock.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <new>
 
 // What is left where the heap has no room for the library's own books.
 
@@ -59,23 +57,9 @@ int FailEachAllocation( void ( *inAction )( State& ), void ( *inCheck )( State& 
 
 } // namespace
 
-[[gnu::noinline]] void* operator new( std::size_t inSize )
+bool IsMemoryRefused()
 {
-    if ( sAllocations++ == sFailing )
-        throw std::bad_alloc();
-    if ( void* const memory = std::malloc( inSize == 0 ? 1 : inSize ) )
-        return memory;
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete( void* inMemory ) noexcept
-{
-    std::free( inMemory );
-}
-
-[[gnu::noinline]] void operator delete( void* inMemory, std::size_t ) noexcept
-{
-    std::free( inMemory );
+    return sAllocations++ == sFailing;
 }
 
 namespace

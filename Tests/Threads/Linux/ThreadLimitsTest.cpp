@@ -1,3 +1,4 @@
+#include "RefusedMemory.h"
 #include "TestErrors.h"
 #include "Threads/TestThread.h"
 #include "Threads/XThreadListener.h"
@@ -5,9 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <memory>
-#include <new>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -29,22 +28,9 @@ std::int32_t RunForEver()
 
 } // namespace
 
-// Inlined, these would look like mismatched calls to the compiler.
-
-[[gnu::noinline]] void* operator new( std::size_t inSize )
+bool IsMemoryRefused()
 {
-    void* const block = sIsShort && ::gettid() != ::getpid() ? nullptr : std::malloc( inSize );
-    return block ? block : throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete( void* inBlock ) noexcept
-{
-    std::free( inBlock );
-}
-
-[[gnu::noinline]] void operator delete( void* inBlock, std::size_t ) noexcept
-{
-    std::free( inBlock );
+    return sIsShort && ::gettid() != ::getpid();
 }
 
 TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )

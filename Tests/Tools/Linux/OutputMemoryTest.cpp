@@ -1,10 +1,9 @@
 #include "Command.h"
 #include "OutputFiles.h"
+#include "RefusedMemory.h"
 #include "TestFolder.h"
 
-#include <cstdlib>
 #include <deque>
-#include <new>
 
 // What becomes of output files where memory ends.
 
@@ -15,33 +14,15 @@ namespace
 thread_local long sGiven = -1;
 thread_local long sRefused = 0;
 
-bool IsRefused()
+} // namespace
+
+bool IsMemoryRefused()
 {
     if ( sGiven < 0 )
         return false;
     if ( sGiven > 0 )
         return --sGiven, false;
     return sRefused > 0 && sRefused-- > 0;
-}
-
-} // namespace
-
-// Inlined, these would look like mismatched calls to the compiler.
-
-[[gnu::noinline]] void* operator new( std::size_t inSize )
-{
-    void* const block = IsRefused() ? nullptr : std::malloc( inSize );
-    return block ? block : throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete( void* inBlock ) noexcept
-{
-    std::free( inBlock );
-}
-
-[[gnu::noinline]] void operator delete( void* inBlock, std::size_t ) noexcept
-{
-    std::free( inBlock );
 }
 
 namespace
