@@ -100,7 +100,7 @@ TEST( XStringTest, IsMadeFromEveryKindOfText )
     EXPECT_EQ( XString( std::string( "std" ) ), "std" );
     EXPECT_EQ( XString( L"caf\u00e9" ), "caf\xE9" );
     EXPECT_EQ( std::wstring( XString( "\xE9t\xE9" ).operator std::wstring() ), L"\u00e9t\u00e9" );
-    EXPECT_EQ( XString::FromUTF8( "caf\xC3\xA9 \xCE\xA9" ), "caf\xE9 ?" );
+    EXPECT_EQ( XString::FromUTF8( "caf\xC3\xA9 \xE4\xB8\xAD" ), "caf\xE9 ?" );
     EXPECT_EQ( XString( "\xB5m\xB2" ).ToUTF8(), "\xC2\xB5m\xC2\xB2" );
     EXPECT_EQ( XString(), XString::kEmptyString );
     EXPECT_EQ( XString::kDotString + XString::kNewLineString, ".\n" );

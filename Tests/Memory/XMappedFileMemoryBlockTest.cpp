@@ -295,6 +295,8 @@ TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
     EXPECT_EQ( "hello", TextOf( late ) );
     copy.CopyDataFrom( "j", 1 );
     EXPECT_EQ( "jello", TextOf( copy ) );
+    late = {};
+    copy = {};
     EXPECT_EQ( 1020u, ErrorOf( [&] { XMappedFileMemoryHandle beyond( path, kSize, 1 ); } ) );
     // A resize opens and lengthens.
     for ( const USize64 size : { USize64( 5 ), kSize, 2 * kSize } )

@@ -133,19 +133,25 @@ CommandOptions CommandLine::AddCommand( const std::string& inName, const std::st
     return CommandOptions( *command );
 }
 
-std::string CommandLine::Parse( const std::vector<std::string>& inArguments, std::ostream& ioOut )
+bool CommandLine::Parse( const std::vector<std::string>& inArguments, std::ostream& ioOut )
 {
     try
     {
         // CLI11 takes arguments from the back.
         itsProgram->parse( std::vector<std::string>( inArguments.rbegin(), inArguments.rend() ) );
-        return itsProgram->get_subcommands().front()->get_name();
+        return true;
     }
     catch ( const CLI::Error& error )
     {
         if ( error.get_exit_code() != 0 )
             throw CommandLineError( DescribeUsageError( *itsProgram, error ) );
         itsProgram->exit( error, ioOut, ioOut ); // prints the help or the version
-        return {};
+        return false;
     }
+}
+
+std::string CommandLine::GetCommandName() const
+{
+    const auto commands = itsProgram->get_subcommands();
+    return commands.empty() ? "" : commands.front()->get_name();
 }

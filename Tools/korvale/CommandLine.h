@@ -85,9 +85,12 @@ public:
     CommandOptions GetOptions();
     CommandOptions AddCommand( const std::string& inName, const std::string& inSummary );
 
-    /// The name of the command that was given. Empty where the help or the version was asked for, which are then printed.
-    /// Throws CommandLineError.
-    std::string Parse( const std::vector<std::string>& inArguments, std::ostream& ioOut );
+    /// False where the help or the version was asked for, which are then printed. Throws CommandLineError, and what the
+    /// actions of options throw.
+    bool Parse( const std::vector<std::string>& inArguments, std::ostream& ioOut );
+
+    /// The name of the command that was given, empty before.
+    std::string GetCommandName() const;
 
 private:
     std::unique_ptr<CLI::App> itsProgram;

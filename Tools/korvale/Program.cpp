@@ -113,14 +113,12 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     CommandLine line( "korvale", KORVALE_VERSION, "Finds and measures the objects in microscope images." );
     DeclareOptions( line, options );
     const auto commands = DeclareCommands( line );
-    std::string name;
     try
     {
-        name = line.Parse( inArguments, ioTerminal.out );
-        if ( name.empty() )
+        if ( !line.Parse( inArguments, ioTerminal.out ) )
             return FinishOutput( kSuccess, session );
         auto& command = **std::ranges::find_if(
-            commands, [&]( const auto& inEach ) { return inEach->GetName() == name; } );
+            commands, [&]( const auto& inEach ) { return inEach->GetName() == line.GetCommandName(); } );
         command.Check();
         session.ChooseLog( options.log );
         CheckCommandFiles( command.GetFiles(), session.GetLogName() );
@@ -133,7 +131,7 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     }
     catch ( const WrongUsage& wrongUsage )
     {
-        session.ReportFailure( name, { wrongUsage.what() } );
+        session.ReportFailure( line.GetCommandName(), { wrongUsage.what() } );
         return kWrongUsage;
     }
     catch ( ... )
