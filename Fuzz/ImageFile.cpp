@@ -1,5 +1,5 @@
-// A TIFF or PNG file, its description and all pages, through the program's readers. What can be read has as many samples as it says; anything
-// else is refused with an image error or an error of the system.
+// A TIFF or PNG file, its description and all pages, through the program's readers. What can be read has as many samples
+// as it says; anything else is refused with an image error or an error of the system.
 
 #include "WImageFile.h"
 

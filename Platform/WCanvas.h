@@ -57,9 +57,9 @@ struct WGreyPicture
 /// A sheet to draw on, in a unit of its own from the left top corner to the right and downwards. What is drawn later
 /// lies above. Text is UTF-8; control characters and what is no UTF-8 are left out or replaced.
 ///
-/// The same calls give the same bytes. One thread at a time may use a canvas, several threads several of them. Failures of
-/// the system throw std::runtime_error. A lack of memory that only the system's drawing or its search for fonts meets, although
-/// room was looked for before, may end the process.
+/// The same calls give the same bytes. One thread at a time may use a canvas, several threads several of them. Failures
+/// of the system throw std::runtime_error. A lack of memory that only the system's drawing or its search for fonts meets,
+/// although room was looked for before, may end the process.
 class WCanvas
 {
 public:

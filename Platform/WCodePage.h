@@ -14,8 +14,8 @@
 /// - UTF-8.
 ///
 /// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode. For
-/// the ANSI code page, where Windows has a character that looks alike it takes that; the conversions to Windows-1252 never
-/// do. NULs are characters like any other. A conversion that the system refuses throws
+/// the ANSI code page, where Windows has a character that looks alike it takes that; the conversions to Windows-1252
+/// never do. NULs are characters like any other. A conversion that the system refuses throws
 /// WLastErrorException.
 class KORVALE_API WCodePage
 {
@@ -35,7 +35,7 @@ public:
     static std::string Windows1252ToUTF8( std::string_view inText );
     static std::string UTF8ToWindows1252( std::string_view inText );
 
-    /// Loses nothing: a character that has no place becomes `\u{3A9}`, its number in hexadecimal, and each byte of malformed
-    /// input `\u{DCFF}`, 0xDC00 and the byte. What looks like that already stays.
+    /// Loses nothing: a character that has no place becomes `\u{3A9}`, its number in hexadecimal, and each byte of
+    /// malformed input `\u{DCFF}`, 0xDC00 and the byte. What looks like that already stays.
     static std::string UTF8ToWindows1252Escaped( std::string_view inText );
 };

@@ -15,8 +15,9 @@
 ///
 /// Pipes, terminals and other devices without positions can be read or written front to back: a transfer then
 /// has to begin where the last one ended, or it fails with system error 132. Names that stand for an open descriptor of
-/// this process (/dev/stdout, /dev/fd/3) are such a device, whatever is behind them: kCreate writes on where the descriptor
-/// stands, and empties nothing. A named pipe that no process reads cannot be opened for writing (system error 233).
+/// this process (/dev/stdout, /dev/fd/3) are such a device, whatever is behind them: kCreate writes on where the
+/// descriptor stands, and empties nothing. A named pipe that no process reads cannot be opened for writing (system error
+/// 233).
 class KORVALE_API WFile
 {
 public:

@@ -8,8 +8,8 @@
 /// A mapping of the system.
 ///
 /// The page file's is an object without a name on Windows. Linux has none: there it is memory of the process, which stays
-/// when the view goes. Its bytes are zeros at first, and no view of it may be kPageWriteCopy. A file's keeps the file open.
-/// Errors: 1020 when the system refuses, or the file is shorter than the range.
+/// when the view goes. Its bytes are zeros at first, and no view of it may be kPageWriteCopy. A file's keeps the file
+/// open. Errors: 1020 when the system refuses, or the file is shorter than the range.
 class KORVALE_API WFileMapping : public XFileMappingBase
 {
 public:

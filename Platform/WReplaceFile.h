@@ -9,9 +9,10 @@
 ///
 /// Until it takes its place the file has no name, where the file system knows such files, and is gone however the
 /// process ends. Only in the moment of taking its place, and in that of CheckTarget, it has a hidden name beside its
-/// target, `.korvale-*.tmp`, which stays if the process is killed just then. Elsewhere (on Windows, on file systems without
-/// unnamed files, and for files beyond the limit) it has that name from the start, and is one of the WUnfinishedFiles: it
-/// stays whenever the process is killed. An unnamed file holds a descriptor until it takes its place, so there are at most
+/// target, `.korvale-*.tmp`, which stays if the process is killed just then. Elsewhere (on Windows, on file systems
+/// without unnamed files, and for files beyond the limit) it has that name from the start, and is one of the
+/// WUnfinishedFiles: it stays whenever the process is killed. An unnamed file holds a descriptor until it takes its
+/// place, so there are at most
 /// `kMostUnnamed` at a time, and at most a quarter of the descriptors that the process may have.
 /// Failures throw WLastErrorException.
 class KORVALE_API WReplaceFile
@@ -19,8 +20,8 @@ class KORVALE_API WReplaceFile
 public:
     static constexpr unsigned kMostUnnamed = 256;
 
-    /// When a target is looked at that exists and cannot be replaced. At Commit means only there and in KeepOld, for files
-    /// whose result is kept then.
+    /// When a target is looked at that exists and cannot be replaced. At Commit means only there and in KeepOld, for
+    /// files whose result is kept then.
     enum Check
     {
         kCheckAtOnce,
@@ -55,13 +56,14 @@ public:
     /// Before Commit: keeps the file that is replaced, if there is one, for Undo.
     void KeepOld();
 
-    /// Takes Commit and KeepOld back as far as the system lets it: the target is the old file again, or missing as it was.
-    /// An old file that cannot be put back stays beside the target under a hidden name. For a device it does nothing.
-    /// Takes no memory.
+    /// Takes Commit and KeepOld back as far as the system lets it: the target is the old file again, or missing as it
+    /// was. An old file that cannot be put back stays beside the target under a hidden name. For a device it does
+    /// nothing. Takes no memory.
     void Undo() noexcept;
 
     /// Gives the complete file, which could not take its place, a name beside its target: the target's and ".new", or
-    /// ".new-2" and so on; "korvale-output.new" where that is too long. Returns the path. For a file that is not committed; not for a device.
+    /// ".new-2" and so on; "korvale-output.new" where that is too long. Returns the path. For a file that is not
+    /// committed; not for a device.
     std::filesystem::path KeepNew();
 
 private:

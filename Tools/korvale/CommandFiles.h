@@ -11,6 +11,6 @@ struct CommandFiles
 };
 
 /// Throws WrongUsage when an output is an input or another output, and when the log, empty for none, is any of them or
-/// would become one when it is rotated, or a pipe. Files are the same whatever links and paths lead to them, and missing ones when
-/// their names differ in the case of letters only.
+/// would become one when it is rotated, or a pipe. Files are the same whatever links and paths lead to them, and missing
+/// ones when their names differ in the case of letters only.
 void CheckCommandFiles( const CommandFiles& inFiles, const std::string& inLog );

@@ -34,8 +34,9 @@ public:
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();
 
-    /// Measures all images, when the overlays of all of them have been found writable. Those of which nothing could be measured are missing in the result; a page that failed has
-    /// no objects. Throws the user's abort (1001) when the jobs have ended.
+    /// Measures all images, when the overlays of all of them have been found writable. Those of which nothing could be
+    /// measured are missing in the result; a page that failed has no objects. Throws the user's abort (1001) when the
+    /// jobs have ended.
     std::vector<ImageMeasurement> Measure( const std::vector<std::string>& inImages );
 
     bool HasFailures() const { return itsHasFailures; }

@@ -24,7 +24,8 @@ public:
     /// a scanner.
     static constexpr double kLargestPixel = 20;
 
-    /// Opens the file; throws what WImageFile throws, and WImageError when its pages are not the time points of one image.
+    /// Opens the file; throws what WImageFile throws, and WImageError when its pages are not the time points of one
+    /// image.
     explicit PageReaders( const std::filesystem::path& inPath, const ReadSettings& inSettings = {} );
 
     std::uint32_t GetPageCount() const { return itsPageCount; }

@@ -26,8 +26,8 @@ public:
     /// Maps the first `inSize` bytes. There must be no view yet.
     virtual void MapView( std::uint64_t inSize, XPageProtection inAccess ) = 0;
 
-    /// Makes the bytes and their view, which may be written to, `inSize` bytes, above 0, without a second copy. The view may
-    /// move, and bytes that are new are zeros. False, with everything as it was, where that cannot be done.
+    /// Makes the bytes and their view, which may be written to, `inSize` bytes, above 0, without a second copy. The view
+    /// may move, and bytes that are new are zeros. False, with everything as it was, where that cannot be done.
     virtual bool ResizeView( std::uint64_t ) { return false; }
 
     /// Does nothing when there is no view.

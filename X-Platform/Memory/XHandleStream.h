@@ -26,8 +26,8 @@ public:
     /// bytes that were read, or written, are not those of the handle.
     void Close();
 
-    /// A new handle with a stream of its own in it: the header and the object in its envelope. `inLevel` is what the stream
-    /// suggests to objects that compress themselves.
+    /// A new handle with a stream of its own in it: the header and the object in its envelope. `inLevel` is what the
+    /// stream suggests to objects that compress themselves.
     static XMemoryHandle ObjectToHandle(
         const XStorable& inObject, XCompressionLevel inLevel = kNormalCompression,
         XStorable::XOptions inOptions = XStorable::kNoOptions );

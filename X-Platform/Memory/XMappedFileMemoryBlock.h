@@ -13,7 +13,8 @@ class XMappedStorage;
 
 /// Bytes that can be purged: a view of the page file, of a temporary file, or of a range of a permanent file that the
 /// block presents as memory. Fresh memory is zero, lies in the page file and is first allocated when it is locked. A
-/// purge writes it to a range of the manager's temporary file, from which later purges and reloads map it without copying.
+/// purge writes it to a range of the manager's temporary file, from which later purges and reloads map it without
+/// copying.
 ///
 /// Damage: bytes that cannot be read from their file while the block is locked, since the disk fails or the file has been
 /// cut off, are zeros, and what is written to them does not get to the file. `CheckIntact` tells until the view goes, and
@@ -81,8 +82,8 @@ public:
     USize64 GetSize() const override;
     /// A public range of a file stays one, and a file that is too short is lengthened. A private range moves to the page
     /// file, and so do a temporary file's bytes to become more; other bytes stay where they are. Fewer bytes than before
-    /// take no memory, except those of a private range. Bytes that grow out of the temporary file are read from it, which may
-    /// throw what the disk refuses; they are on the disk then, as after a purge.
+    /// take no memory, except those of a private range. Bytes that grow out of the temporary file are read from it, which
+    /// may throw what the disk refuses; they are on the disk then, as after a purge.
     void Resize( USize64 inSize ) override;
     bool IsEmpty() const override;
     void DestroySelf() override;

@@ -15,8 +15,8 @@
 // How the bytes of a mapped-file block get into memory, out of it, and from one kind of storage to another. All of it
 // runs under the block's mutex, and leaves the block as it was when it throws.
 
-/// For the time that the bytes are brought to another place. Listeners that are asked for the room run on the same thread,
-/// inside the mutex: they may not lock the block.
+/// For the time that the bytes are brought to another place. Listeners that are asked for the room run on the same
+/// thread, inside the mutex: they may not lock the block.
 class XMappedFileMemoryBlock::XMove
 {
 public:
@@ -311,8 +311,8 @@ void XMappedFileMemoryBlock::CopyToTempFile()
     itsState = kTemporaryFile;
 }
 
-/// To memory of another size. Its view would only take up room: without it the block is as after a purge, and stays so where
-/// this fails.
+/// To memory of another size. Its view would only take up room: without it the block is as after a purge, and stays so
+/// where this fails.
 void XMappedFileMemoryBlock::ReadFromTempFile( USize64 inSize )
 {
     CheckViewIntact();
@@ -363,8 +363,8 @@ void XMappedFileMemoryBlock::GrowForMMap( USize64 inSize )
     itsSize = inSize;
 }
 
-/// Takes no memory. What the system cannot cut off stays behind the bytes until the view goes. A file's view goes at once:
-/// the next lock maps less of it.
+/// Takes no memory. What the system cannot cut off stays behind the bytes until the view goes. A file's view goes at
+/// once: the next lock maps less of it.
 void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
 {
     CheckViewIntact();
@@ -415,8 +415,8 @@ void XMappedFileMemoryBlock::GrowPublicFile( USize64 inSize )
     itsSize = inSize;
 }
 
-/// Makes the file long enough for a range of `inSize` bytes. Written, not just lengthened: the disk has to have room before
-/// somebody writes to the view.
+/// Makes the file long enough for a range of `inSize` bytes. Written, not just lengthened: the disk has to have room
+/// before somebody writes to the view.
 void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
 {
     OpenFile();

@@ -25,8 +25,8 @@ public:
 
     /// Throws 1012 when the budget has no room, 1020 when the system refuses; then there is no view.
     void MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess );
-    /// Makes mapping and view larger or smaller where the bytes are, which may move. False, with everything as it was, where
-    /// the mapping cannot. Throws 1012 when the budget has no room for what is new.
+    /// Makes mapping and view larger or smaller where the bytes are, which may move. False, with everything as it was,
+    /// where the mapping cannot. Throws 1012 when the budget has no room for what is new.
     bool ResizeView( USize64 inSize );
     void UnmapView();
 

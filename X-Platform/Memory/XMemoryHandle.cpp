@@ -20,8 +20,8 @@
 //   unlocked before the last lock is gone, since which lock was on which block is not known.
 //
 // So only a lock may exchange the block of a locked handle, and one that fails after the exchange undoes it. Everything
-// else that sets the block refuses a locked handle. A handle whose block is just being locked, resized or copied counts as
-// locked: that may need room, and listeners that are asked for it run on the same thread, inside the mutex. A lock of
+// else that sets the block refuses a locked handle. A handle whose block is just being locked, resized or copied counts
+// as locked: that may need room, and listeners that are asked for it run on the same thread, inside the mutex. A lock of
 // theirs may not exchange the block.
 
 namespace

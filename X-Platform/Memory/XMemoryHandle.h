@@ -51,8 +51,8 @@ public:
     bool HasBlock() const { return GetBlock() != nullptr; }
     /// The block, which may be another after the next write lock. Null if there is none.
     XMemoryBlock* GetBlock() const { return itsBlock.load( std::memory_order_acquire ); }
-    /// Lets the handle, which is not locked, refer to a block that no handle references yet, or whose owner shares it this
-    /// way.
+    /// Lets the handle, which is not locked, refer to a block that no handle references yet, or whose owner shares it
+    /// this way.
     void SetBlock( XMemoryBlock* inBlock );
     /// The same for blocks that prepare the handle for a write lock. The handle may be locked: outer locks keep the block
     /// that they have locked.
@@ -77,8 +77,8 @@ public:
     void Clear( std::uint8_t inByte = 0 );
     /// Gives up the bytes: the size is 0 afterwards.
     void Empty();
-    /// Asks the block to give up its memory; nothing happens if it cannot, or if another thread is busy with the handle or
-    /// the block for 100 ms.
+    /// Asks the block to give up its memory; nothing happens if it cannot, or if another thread is busy with the handle
+    /// or the block for 100 ms.
     void Purge();
     /// A handle with a copy of the bytes in a block of its own, of the same kind.
     XMemoryHandle CloneMemory() const;

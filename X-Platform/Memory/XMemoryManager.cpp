@@ -220,8 +220,8 @@ bool XMemoryManager::MayWait() const
     return !itsMemoryMutex.IsLockedByCurrentThread() && !itsAllocationMutex.IsLockedByCurrentThread();
 }
 
-/// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor does
-/// a purge that fails.
+/// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor
+/// does a purge that fails.
 std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
 {
     constexpr std::uint32_t kShortWaitMs = 10;
@@ -325,8 +325,8 @@ USize64 XMemoryManager::FreeBlocksInRange( std::uint64_t inBegin, std::uint64_t 
     return freed;
 }
 
-/// Locks the mutex of a block, which may be gone: true when it is on the list and nobody has it locked. A block that another
-/// thread is busy with is passed over at once: that thread may be waiting for the memory mutex.
+/// Locks the mutex of a block, which may be gone: true when it is on the list and nobody has it locked. A block that
+/// another thread is busy with is passed over at once: that thread may be waiting for the memory mutex.
 bool XMemoryManager::LockListed( XMemoryBlock* inBlock )
 {
     const XThreadLock lock( itsMemoryMutex );

@@ -73,9 +73,9 @@ public:
         USize64 budget;
     };
 
-    /// For as long as it lives, the calling thread brings a block into memory or out of it, which therefore is not on the list
-    /// yet, or no longer: others that lack room know that there is something to wait for. For kinds of blocks, around what
-    /// maps and unmaps their bytes.
+    /// For as long as it lives, the calling thread brings a block into memory or out of it, which therefore is not on the
+    /// list yet, or no longer: others that lack room know that there is something to wait for. For kinds of blocks,
+    /// around what maps and unmaps their bytes.
     class KORVALE_API XTransit
     {
     public:
@@ -111,18 +111,18 @@ public:
     void ResetPeak();
 
     /// Enters `inSize` bytes as in use, after purging the least recently locked blocks, and asking the listeners, as far
-    /// as that is needed to stay inside the budget. Where that is not enough it waits for other threads, as long as one of
-    /// them may make room: one that is purging, that is bringing a block into memory or out of it, or that has locked a purgeable block
-    /// less than the patience ago and does not itself wait for room. The wait uses no processor time and is alertable: a
-    /// stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does not wait; with the
-    /// memory mutex it does not ask listeners either.
-    /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges (the text tells
-    /// which folder and why), or what is
-    /// left in use cannot be purged, is locked by this thread or by threads that wait for room too, or has been locked for
-    /// longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks.
+    /// as that is needed to stay inside the budget. Where that is not enough it waits for other threads, as long as one
+    /// of them may make room: one that is purging, that is bringing a block into memory or out of it, or that has locked
+    /// a purgeable block less than the patience ago and does not itself wait for room. The wait uses no processor time
+    /// and is alertable: a stop of the thread ends it. A thread that holds the memory mutex or the allocation mutex does
+    /// not wait; with the memory mutex it does not ask listeners either.
+    /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges (the text
+    /// tells which folder and why), or what is
+    /// left in use cannot be purged, is locked by this thread or by threads that wait for room too, or has been locked
+    /// for longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks.
     void AboutToAllocate( USize64 inSize );
-    /// How long after it was taken a lock of another thread is still waited for, in milliseconds: the lock of a thread that
-    /// waits for the caller in another way, or never unlocks, must not hold it up for ever. 0: no waits for locks.
+    /// How long after it was taken a lock of another thread is still waited for, in milliseconds: the lock of a thread
+    /// that waits for the caller in another way, or never unlocks, must not hold it up for ever. 0: no waits for locks.
     void SetPatience( std::uint32_t inMilliseconds ) { itsPatience = inMilliseconds; }
     /// Takes bytes that `AboutToAllocate` entered out of the books again.
     void HasFreed( USize64 inSize );
@@ -210,8 +210,8 @@ public:
     /// Fills the handle with `inSize` bytes, each of which stands for an equal part of the address space between the
     /// first and the last region in use: the share that is in use, 0 to 255.
     void MakeHeapImage( XMemoryHandle& outHandle, USize64 inSize );
-    /// A self-test of purging: makes handles of `blockSize` bytes and locks each once, until a block has been purged or an
-    /// allocation throws. A size of 0 is an internal error.
+    /// A self-test of purging: makes handles of `blockSize` bytes and locks each once, until a block has been purged or
+    /// an allocation throws. A size of 0 is an internal error.
     void TestOutOfMemory( USize64 blockSize );
 
     // ---- What the system gives blocks

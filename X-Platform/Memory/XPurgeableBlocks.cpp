@@ -12,8 +12,8 @@ XPurgeablePlace::XPurgeablePlace( XMemoryBlock& inBlock )
     itsMember = members.extract( members.begin() );
 }
 
-/// The lock for which it comes is not noted yet. With the age of the lock before, all new blocks would have to change their
-/// places in one search.
+/// The lock for which it comes is not noted yet. With the age of the lock before, all new blocks would have to change
+/// their places in one search.
 void XPurgeableBlocks::Add( XMemoryBlock& inBlock )
 {
     XPurgeablePlace& place = *inBlock.itsPlace;

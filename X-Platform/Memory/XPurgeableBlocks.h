@@ -9,8 +9,8 @@
 
 class XMemoryBlock;
 
-/// A block's place on the list of purgeable blocks, which the block keeps when it is off the list: to be put on the list again
-/// takes no memory. Internal to the library.
+/// A block's place on the list of purgeable blocks, which the block keeps when it is off the list: to be put on the list
+/// again takes no memory. Internal to the library.
 class XPurgeablePlace
 {
 public:
@@ -65,8 +65,8 @@ public:
     class XSearch
     {
     public:
-        /// Whether a test holds for one of the threads that held the mutex of a block; 0 stands for one that has just given
-        /// it up. Taken for granted where there are many.
+        /// Whether a test holds for one of the threads that held the mutex of a block; 0 stands for one that has just
+        /// given it up. Taken for granted where there are many.
         template<class Test>
         bool HasBusyThread( Test inTest ) const
         {

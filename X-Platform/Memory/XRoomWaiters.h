@@ -12,8 +12,8 @@
 /// it decides and until something changes. So of threads that wait for each other's locks the last one finds that nobody
 /// is left to unlock anything, and no two of them give up for the same reason.
 ///
-/// What ends a hope - a lock or a transit is over - counts as a change in the same step: else a thread could decide between
-/// the two, with neither the hope nor the change.
+/// What ends a hope - a lock or a transit is over - counts as a change in the same step: else a thread could decide
+/// between the two, with neither the hope nor the change.
 ///
 /// Threads: any.
 class XRoomWaiters

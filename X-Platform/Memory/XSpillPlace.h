@@ -6,11 +6,11 @@
 class WLastErrorException;
 class XMemoryManager;
 
-/// Where a manager's purged blocks go: a spill file in the temporary folder. Where the system limits the sizes of files, another
-/// one is begun when the first is full.
+/// Where a manager's purged blocks go: a spill file in the temporary folder. Where the system limits the sizes of files,
+/// another one is begun when the first is full.
 ///
-/// Where the disk has refused something, as much or more is refused with the same error for a second, without another try:
-/// a search for room goes through all blocks, and many follow each other.
+/// Where the disk has refused something, as much or more is refused with the same error for a second, without another
+/// try: a search for room goes through all blocks, and many follow each other.
 ///
 /// Internal to the library.
 /// Threads: any.

@@ -5,7 +5,8 @@
 
 #include <new>
 
-/// Returns what a function returns; std::bad_alloc out of it becomes an exception with number 1012. Internal to the library.
+/// Returns what a function returns; std::bad_alloc out of it becomes an exception with number 1012. Internal to the
+/// library.
 template<class TWork>
 auto XTranslateBadAlloc( TWork inWork )
 {

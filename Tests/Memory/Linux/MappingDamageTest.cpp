@@ -13,7 +13,8 @@
 
 #include <unistd.h>
 
-// What becomes of blocks whose files lose bytes while they are mapped: as with a disk that fails, reading there is a signal.
+// What becomes of blocks whose files lose bytes while they are mapped: as with a disk that fails, reading there is a
+// signal.
 
 namespace
 {
