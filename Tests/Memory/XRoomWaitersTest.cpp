@@ -91,6 +91,30 @@ TEST( XRoomWaiters, WaitForWhoMayUnlock )
     }
 }
 
+// The last to lock it was the thread that now waits, which has unlocked it: the other will too.
+TEST( XRoomWaiters, WaitForTheOtherOfTwoThatShareABlock )
+{
+    constexpr std::uint32_t kTimeToBeRefused = 50;
+    Room room( 1, 2 );
+    WEvent isLocked;
+    WEvent isOver;
+    RunTogether(
+        [&]
+        {
+            const XLock lock( room.handles[0], kLockForRead );
+            isLocked.Set();
+            EXPECT_EQ( kWaitTimedOut, isOver.Wait( kTimeToBeRefused ) );
+        },
+        [&]
+        {
+            isLocked.Wait();
+            EXPECT_EQ( 0u, LockOnce( room.handles[0] ) );
+            EXPECT_EQ( 0u, LockOnce( room.handles[1] ) );
+            isOver.Set();
+        } );
+    EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
+}
+
 TEST( XRoomWaiters, OneOfTwoThatWaitForEachOtherIsRefused )
 {
     Room room( 2, 4 );

@@ -146,10 +146,17 @@ void XMemoryBlock::LockSelf( XLockMode )
         const XMemoryManager::XTransit transit( itsManager );
         Reload();
     }
-    itsLastLockThread.store( WThreadID::GetCurrent(), std::memory_order_relaxed );
+    NoteLockThread( locks );
     itsLocks.store( locks + 1, std::memory_order_release ); // who sees it locked knows by whom
     itsLastLockTime.store( WClock::GetCoarseTicks(), std::memory_order_relaxed );
     itsLastLockNumber.store( GetNextLockNumber(), std::memory_order_relaxed );
+}
+
+void XMemoryBlock::NoteLockThread( std::int32_t inOtherLocks )
+{
+    const std::uint32_t thread = WThreadID::GetCurrent();
+    const bool isShared = inOtherLocks > 0 && GetLockThread() != thread;
+    itsLockThread.store( isShared ? kSeveralThreads : thread, std::memory_order_relaxed );
 }
 
 void XMemoryBlock::UnlockSelf( XLockMode )

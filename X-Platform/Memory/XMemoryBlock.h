@@ -88,8 +88,10 @@ public:
     std::int64_t GetLastLockTime() const { return itsLastLockTime.load( std::memory_order_relaxed ); }
     /// Puts the locks of one moment into their order.
     std::uint64_t GetLastLockNumber() const { return itsLastLockNumber.load( std::memory_order_relaxed ); }
-    /// The thread that locked it last; 0 if it never was locked.
-    std::uint32_t GetLastLockThread() const { return itsLastLockThread.load( std::memory_order_relaxed ); }
+    /// The thread that has taken the locks on it; once several threads have had it locked at the same time,
+    /// `kSeveralThreads` until all have unlocked it and one locks it again.
+    std::uint32_t GetLockThread() const { return itsLockThread.load( std::memory_order_relaxed ); }
+    static constexpr std::uint32_t kSeveralThreads = 0;
 
     // ---- Byte order
 
@@ -158,6 +160,7 @@ private:
 
     /// Whether the next unlock has to tell the manager. Under the mutex.
     void SetAside( bool inIsSetAside ) { itsIsSetAside = inIsSetAside; }
+    void NoteLockThread( std::int32_t inOtherLocks );
     void SwapData();
     void CopyBytesFrom( XMemoryBlock& ioSource );
 
@@ -168,7 +171,7 @@ private:
     std::atomic<std::int32_t> itsLocks = 0;
     std::atomic<std::int64_t> itsLastLockTime = 0;
     std::atomic<std::uint64_t> itsLastLockNumber = 0;
-    std::atomic<std::uint32_t> itsLastLockThread = 0;
+    std::atomic<std::uint32_t> itsLockThread = kSeveralThreads;
     std::unique_ptr<XPurgeablePlace> itsPlace; // on the manager's list, once it is reserved
     bool itsIsSetAside = false;                // by the manager, which found it locked; guarded by the mutex
     XByteSwapMode itsSwapOnLock = kSwapNone;   // of the data as its file has it

@@ -247,7 +247,7 @@ std::uint32_t XMemoryManager::GetPatienceForLocks()
     itsBlocks->IsAnySetAside(
         [&]( const XMemoryBlock& inBlock )
         {
-            const bool isWaiting = itsRoomWaiters->IsWaiting( inBlock.GetLastLockThread() );
+            const bool isWaiting = itsRoomWaiters->IsWaiting( inBlock.GetLockThread() );
             patience = isWaiting ? 0 : GetPatienceSince( inBlock.GetLastLockTime() );
             return patience > 0;
         } );

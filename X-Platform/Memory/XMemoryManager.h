@@ -119,7 +119,9 @@ public:
     /// Throws 1012 when nobody can make room: more is wanted than the whole budget, the disk refuses purges (the text
     /// tells which folder and why), or what is
     /// left in use cannot be purged, is locked by this thread or by threads that wait for room too, or has been locked
-    /// for longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks.
+    /// for longer than the patience. Then nothing is entered. A lock counts as its taker's, whoever unlocks; a block that
+    /// several threads have had locked at the same time, as locked by a thread that does not wait, until all have
+    /// unlocked it.
     void AboutToAllocate( USize64 inSize );
     /// How long after it was taken a lock of another thread is still waited for, in milliseconds: the lock of a thread
     /// that waits for the caller in another way, or never unlocks, must not hold it up for ever. 0: no waits for locks.
