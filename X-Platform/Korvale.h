@@ -79,7 +79,6 @@
 #include "Services/XSessionLogManager.h"
 
 // Messaging
-#include "Messaging/RegisterMessagingClasses.h"
 #include "Messaging/XAppClosingMessage.h"
 #include "Messaging/XAppInitialisedMessage.h"
 #include "Messaging/XAppMessageCentre.h"
@@ -98,7 +97,6 @@
 #include "Messaging/XSpeaker.h"
 
 // Jobs
-#include "Jobs/RegisterJobsClasses.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XJobQueue.h"
@@ -112,7 +110,6 @@
 #include "Jobs/XThreadProgressStrategy.h"
 
 // Memory
-#include "Memory/RegisterMemoryClasses.h"
 #include "Memory/WMemoryManager.h"
 #include "Memory/XAlignedMemoryBlock.h"
 #include "Memory/XAlignedMemoryHandle.h"
@@ -127,7 +124,6 @@
 #include "Memory/XResourceTracker.h"
 
 // Pivot
-#include "Pivot/RegisterPivotClasses.h"
 #include "Pivot/XPivotColumn.h"
 #include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnDescriptor.h"

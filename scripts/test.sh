@@ -42,6 +42,11 @@ check_package() {
   cmake --build build/consumer > /dev/null
   build/consumer/consumer
 
+  local include="$prefix/include/korvale"
+  diff <(cd "$include" && find . -name '*.h' | sort) \
+    <(cd "$include" && g++ -std=c++20 -MM -I. Korvale.h | grep -o '[^ ]*\.h' | sed 's|^|./|' | sort -u) ||
+    { echo "installed (<), but not needed by Korvale.h"; return 1; }
+
   libdir=$(dirname "$(dirname "$(find "$prefix" -name korvale.pc)")")
   export PKG_CONFIG_PATH="$libdir/pkgconfig"
   # shellcheck disable=SC2046
