@@ -1,6 +1,7 @@
 // Strings beside Qt's byte array, std::string and the C library.
 
 #include "Core/XString.h"
+#include "Pivot/XPivotStringColumn.h"
 
 #include <QByteArray>
 #include <benchmark/benchmark.h>
@@ -221,6 +222,20 @@ void SortStrverscmp( benchmark::State& ioState )
 {
     Sort<std::string>( ioState, kVersionLess );
 }
+void SortColumn( benchmark::State& ioState )
+{
+    XPivotStringColumn column( kPivotUserDefined, "names", "", "" );
+    for ( const auto& name : MakeNames( 10000 ) )
+        column.AppendValue( name, true );
+    XVector<std::uint32_t> order;
+    for ( auto _ : ioState )
+    {
+        auto sorted = column;
+        sorted.Sort( kSortAscending, order );
+        benchmark::DoNotOptimize( order.data() );
+    }
+}
+BENCHMARK( SortColumn )->Unit( benchmark::kMillisecond );
 BENCHMARK( CompareXString );
 BENCHMARK( CompareStrverscmp );
 BENCHMARK( SortXString )->Unit( benchmark::kMillisecond );

@@ -10,7 +10,8 @@ public:
     /// byte is given as '.'.
     static char GetDecimalPoint();
 
-    /// Uses a decimal point of one's own from now on, in place of the locale's; NUL goes back to that.
+    /// Uses a decimal point of one's own from now on, in place of the locale's; NUL goes back to that. A letter or a digit
+    /// is none.
     static void SetDecimalPoint( char inPoint );
 
 private:

@@ -59,6 +59,13 @@ bool IsNaturallyLess( const std::string& inFirst, const std::string& inSecond, c
             run += *inText++;
         return run;
     };
+    const auto read = [&]( std::string inRun, double& outValue )
+    {
+        std::ranges::replace( inRun, inPoint, '.' );
+        char* end = nullptr;
+        outValue = std::strtod( inRun.c_str(), &end );
+        return end != inRun.c_str();
+    };
     for ( ;; ++first, ++second )
     {
         while ( *first == ' ' || *first == '\t' )
@@ -69,11 +76,8 @@ bool IsNaturallyLess( const std::string& inFirst, const std::string& inSecond, c
         {
             const std::string firstRun = takeRun( first );
             const std::string secondRun = takeRun( second );
-            char* end = nullptr;
-            const double firstValue = std::strtod( firstRun.c_str(), &end );
-            const bool isFirstNumber = end != firstRun.c_str();
-            const double secondValue = std::strtod( secondRun.c_str(), &end );
-            if ( !isFirstNumber || end == secondRun.c_str() )
+            double firstValue, secondValue;
+            if ( !read( firstRun, firstValue ) || !read( secondRun, secondValue ) )
                 break;
             if ( firstValue != secondValue )
                 return firstValue < secondValue;
@@ -401,17 +405,21 @@ TEST( XStringTest, OrdersAsTheStepsSay )
     XVector<XString> names;
     for ( int i = 0; i < 100000; ++i )
     {
-        const std::string prefix = RandomText( random, "a1-. e", 12 );
-        const std::string first = prefix + RandomText( random, "0123-.eEab \xE4", 8 );
-        const std::string second = prefix + RandomText( random, "0123-.eEab \xE4", 8 );
+        const char point = i % 3 == 0 ? '_' : '.';
+        WLocale::SetDecimalPoint( point );
+        const std::string prefix = RandomText( random, "a1-._ e", 12 );
+        const std::string first = prefix + RandomText( random, "0123-._eEab \xE4", 8 );
+        const std::string second = prefix + RandomText( random, "0123-._eEab \xE4", 8 );
         const XString string( first );
-        ASSERT_EQ( string < second, IsNaturallyLess( first, second, '.', '-' ) ) << first << " / " << second;
+        ASSERT_EQ( string < second, IsNaturallyLess( first, second, point, '-' ) )
+            << first << " / " << second;
         ASSERT_EQ(
             string.IsLessThanIgnoring( second, true, true ), IsNaturallyLess( first, second, '\0', '\0' ) )
             << first << " / " << second;
         if ( i < 3000 )
             names.push_back( string );
     }
+    WLocale::SetDecimalPoint( '\0' );
     std::ranges::stable_sort( names, []( const XString& a, const XString& b ) { return a < b; } );
     EXPECT_EQ( names.size(), 3000u );
 }

@@ -1,18 +1,47 @@
 #include "Core/XNaturalOrder.h"
 
 #include "Core/XNumberReader.h"
-#include "Core/XTextScan.h"
+#include "WLocale.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 
 namespace
 {
 constexpr int kMaxExactDigits = 15; // integers of so many digits are exact as doubles
 
-bool IsExponentMark( char inCharacter )
+enum XKind : std::uint8_t
 {
-    return inCharacter == 'e' || inCharacter == 'E';
+    kOther, ///< Of these one may be the decimal point.
+    kDigit,
+    kExponentMark,
+    kOtherLetter
+};
+
+constexpr auto kKinds = []
+{
+    std::array<XKind, 256> kinds{};
+    for ( unsigned i = 0; i < 128; ++i )
+    {
+        const auto character = static_cast<char>( i );
+        if ( XTextScan::IsDigit( character ) )
+            kinds[i] = kDigit;
+        else if ( XTextScan::IsLetter( character ) )
+            kinds[i] = XTextScan::ToUpper( character ) == 'E' ? kExponentMark : kOtherLetter;
+    }
+    return kinds;
+}();
+
+XKind GetKind( char inCharacter )
+{
+    return kKinds[static_cast<unsigned char>( inCharacter )];
+}
+
+bool IsDigit( char inCharacter )
+{
+    return GetKind( inCharacter ) == kDigit;
 }
 
 const char* SkipSpace( const char* inText )
@@ -29,9 +58,10 @@ std::uint64_t LoadWord( const char* inText )
     return word;
 }
 
-bool HasZeroByte( std::uint64_t inWord )
+/// A bit of each byte that is zero, and perhaps some of bytes above it.
+std::uint64_t MarkZeroBytes( std::uint64_t inWord )
 {
-    return ( ( inWord - 0x0101010101010101u ) & ~inWord & 0x8080808080808080u ) != 0;
+    return ( inWord - 0x0101010101010101u ) & ~inWord & 0x8080808080808080u;
 }
 
 /// How many bytes are the same in both texts before one differs or both end.
@@ -42,7 +72,10 @@ USize64 CountCommon( std::string_view inFirst, std::string_view inSecond )
     for ( ; i + 8 <= end; i += 8 )
     {
         const std::uint64_t word = LoadWord( inFirst.data() + i );
-        if ( word != LoadWord( inSecond.data() + i ) || HasZeroByte( word ) )
+        const std::uint64_t stops = ( word ^ LoadWord( inSecond.data() + i ) ) | MarkZeroBytes( word );
+        if ( stops != 0 && std::endian::native == std::endian::little )
+            return i + static_cast<USize64>( std::countr_zero( stops ) ) / 8;
+        if ( stops != 0 )
             break;
     }
     while ( i < end && inFirst[i] == inSecond[i] && inFirst[i] != '\0' )
@@ -51,9 +84,11 @@ USize64 CountCommon( std::string_view inFirst, std::string_view inSecond )
 }
 } // namespace
 
-XNaturalOrder::XNaturalOrder( char inLocalePoint, bool inIgnoreDecimalPoint, bool inIgnoreMinusSign )
-    : itsLocalePoint( inLocalePoint ), itsHasPoint( !inIgnoreDecimalPoint ), itsHasSign( !inIgnoreMinusSign )
+char XNaturalOrder::GetPoint() const
 {
+    if ( itsPoint == '\0' )
+        itsPoint = WLocale::GetDecimalPoint();
+    return itsPoint;
 }
 
 bool XNaturalOrder::IsLess( std::string_view inFirst, std::string_view inSecond ) const
@@ -90,12 +125,23 @@ bool XNaturalOrder::BeginsNumber( const char* inText ) const
         ++inText;
     if ( IsPoint( *inText ) )
         ++inText;
-    return XTextScan::IsDigit( *inText );
+    return IsDigit( *inText );
 }
 
 bool XNaturalOrder::ContinuesNumber( char inCharacter ) const
 {
-    return XTextScan::IsDigit( inCharacter ) || IsPoint( inCharacter ) || IsExponentMark( inCharacter );
+    const XKind kind = GetKind( inCharacter );
+    return kind == kOther ? IsPoint( inCharacter ) : kind != kOtherLetter;
+}
+
+/// Whether the value of a number is that of the digits before this place. A point there does not change it unless
+/// digits or an exponent follow, so that in most texts nobody need know what the point is.
+bool XNaturalOrder::EndsDigits( const char* inText ) const
+{
+    const XKind kind = GetKind( *inText );
+    if ( kind != kOther || *inText == '\0' )
+        return kind == kOtherLetter || kind == kOther;
+    return GetKind( inText[1] ) == kOtherLetter || !IsPoint( *inText );
 }
 
 std::string_view XNaturalOrder::TakeRun( const char* inText ) const
@@ -113,20 +159,20 @@ USize64 XNaturalOrder::FindStart( std::string_view inText, USize64 inCommon ) co
     USize64 start = inCommon;
     while ( start > 0 && ( ContinuesNumber( inText[start - 1] ) || IsSign( inText[start - 1] ) ) )
         --start;
-    while ( start < inCommon && IsExponentMark( inText[start] ) )
+    while ( start < inCommon && GetKind( inText[start] ) == kExponentMark )
         ++start;
     return start;
 }
 
-/// Whether both begin with numbers of equally many digits and nothing else, which differ behind the common ones. Such
-/// numbers go by the first digit that differs.
+/// Whether both begin with whole numbers of equally many digits, which differ behind the common ones. Such numbers go by
+/// the first digit that differs.
 bool XNaturalOrder::DifferInDigits( const char* inFirst, const char* inSecond, USize64 inCommon ) const
 {
     USize64 length = 0;
-    while ( XTextScan::IsDigit( inFirst[length] ) && XTextScan::IsDigit( inSecond[length] ) )
+    while ( IsDigit( inFirst[length] ) && IsDigit( inSecond[length] ) )
         ++length;
-    return length > inCommon && length <= kMaxExactDigits && !ContinuesNumber( inFirst[length] ) &&
-        !ContinuesNumber( inSecond[length] );
+    return length > inCommon && length <= kMaxExactDigits && EndsDigits( inFirst + length ) &&
+        EndsDigits( inSecond + length );
 }
 
 /// Moves behind both numbers if they are equal, and nowhere otherwise.
@@ -155,7 +201,7 @@ bool XNaturalOrder::CompareDigits( const char*& ioFirst, const char*& ioSecond, 
     {
         const char* const begin = ioText;
         outNumber = 0;
-        for ( ; XTextScan::IsDigit( *ioText ); ++ioText )
+        for ( ; IsDigit( *ioText ); ++ioText )
             outNumber = outNumber * 10 + static_cast<std::uint64_t>( *ioText - '0' );
         return ioText > begin && ioText - begin <= kMaxExactDigits && !ContinuesNumber( *ioText );
     };
@@ -181,8 +227,8 @@ bool XNaturalOrder::CompareDigits( const char*& ioFirst, const char*& ioSecond, 
 
 XNaturalOrder::XResult XNaturalOrder::CompareRuns( std::string_view inFirst, std::string_view inSecond ) const
 {
-    const auto first = XNumberReader::ReadFloat( inFirst, itsLocalePoint );
-    const auto second = XNumberReader::ReadFloat( inSecond, itsLocalePoint );
+    const auto first = XNumberReader::ReadFloat( inFirst, GetPoint() );
+    const auto second = XNumberReader::ReadFloat( inSecond, GetPoint() );
     if ( !first || !second )
         return kNoNumbers;
     if ( *first != *second )

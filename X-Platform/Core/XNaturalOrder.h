@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Core/XTextScan.h"
 
 #include <string_view>
 
@@ -9,7 +9,10 @@
 class XNaturalOrder
 {
 public:
-    XNaturalOrder( char inLocalePoint, bool inIgnoreDecimalPoint, bool inIgnoreMinusSign );
+    XNaturalOrder( bool inIgnoreDecimalPoint, bool inIgnoreMinusSign )
+        : itsHasPoint( !inIgnoreDecimalPoint ), itsHasSign( !inIgnoreMinusSign )
+    {
+    }
 
     /// Both texts are followed by a NUL, which ends them; so does a NUL within.
     bool IsLess( std::string_view inFirst, std::string_view inSecond ) const;
@@ -23,14 +26,20 @@ private:
         kNoNumbers ///< At least one of the texts does not begin with a number.
     };
 
-    char itsLocalePoint;
+    // Of the locale; NUL until it is asked for, which takes about as long as the rest of a comparison.
+    mutable char itsPoint = '\0';
     bool itsHasPoint;
     bool itsHasSign;
 
-    bool IsPoint( char inCharacter ) const { return itsHasPoint && inCharacter == itsLocalePoint; }
+    [[gnu::noinline]] char GetPoint() const;
+    bool IsPoint( char inCharacter ) const
+    {
+        return itsHasPoint && inCharacter != '\0' && inCharacter == GetPoint();
+    }
     bool IsSign( char inCharacter ) const { return itsHasSign && inCharacter == '-'; }
     bool BeginsNumber( const char* inText ) const;
     bool ContinuesNumber( char inCharacter ) const;
+    bool EndsDigits( const char* inText ) const;
     std::string_view TakeRun( const char* inText ) const;
     USize64 FindStart( std::string_view inText, USize64 inCommon ) const;
     bool DifferInDigits( const char* inFirst, const char* inSecond, USize64 inCommon ) const;

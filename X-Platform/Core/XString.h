@@ -368,7 +368,8 @@ public:
 
     /// Words are what lies between runs of the separator characters. Returns the text from the start of word
     /// `inIndex` to the end of the last of `inCount` words, with the separators between them as they stand;
-    /// empty when there is no such word.
+    /// empty when there is no such word. Each call reads from the start of the text, so a loop over all words of a long text
+    /// costs the square of their number: TokeniseValues splits in one go.
     XString SubWord( USize64 inIndex, USize64 inCount = 1, const XString& inSeparators = " " ) const;
 
     /// Splits into pairs at any of the first characters, and each pair into key and value at the first of any

@@ -93,12 +93,12 @@ bool XString::IsNumeric() const
 
 bool XString::IsNaturallyLess( std::string_view inFirst, std::string_view inSecond )
 {
-    return XNaturalOrder( WLocale::GetDecimalPoint(), false, false ).IsLess( inFirst, inSecond );
+    return XNaturalOrder( false, false ).IsLess( inFirst, inSecond );
 }
 
 bool XString::IsLessThanIgnoring(
     const XString& inOther, bool inIgnoreDecimalPoint, bool inIgnoreMinusSign ) const
 {
-    const XNaturalOrder order( WLocale::GetDecimalPoint(), inIgnoreDecimalPoint, inIgnoreMinusSign );
+    const XNaturalOrder order( inIgnoreDecimalPoint, inIgnoreMinusSign );
     return order.IsLess( GetStringView(), inOther.GetStringView() );
 }

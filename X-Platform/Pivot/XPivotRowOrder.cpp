@@ -1,6 +1,7 @@
 #include "Pivot/XPivotRowOrder.h"
 
 #include "Core/XByteOrder.h"
+#include "Core/XNaturalOrder.h"
 #include "Core/XTime.h"
 #include "Core/XUUID.h"
 #include "Pivot/XStableSort.h"
@@ -206,6 +207,38 @@ std::optional<XVector<std::uint32_t>> RankFewTexts( const XVector<XString>& inTe
         rank = rankOfPlace[rank];
     return ranks;
 }
+
+/// A row with where its text lies, which spares a comparison the way there by way of the string.
+struct XTextRow
+{
+    const char* text;
+    std::uint32_t length;
+    std::uint32_t row;
+
+    std::string_view GetView() const { return { text, length }; }
+};
+
+void SortByComparing(
+    const XVector<XString>& inTexts, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder )
+{
+    XVector<XTextRow> rows( inTexts.size() );
+    for ( std::uint32_t row = 0; row < rows.size(); ++row )
+    {
+        constexpr USize64 kMost = 0xFFFFFFFF; // the order ends at NULs, whatever the lengths
+        const auto length = static_cast<std::uint32_t>( std::min( inTexts[row].GetLength(), kMost ) );
+        rows[row] = { inTexts[row].GetConstCharPtr(), length, row };
+    }
+    const auto isLess = []( const XTextRow& inLeft, const XTextRow& inRight )
+    { return XNaturalOrder( false, false ).IsLess( inLeft.GetView(), inRight.GetView() ); };
+    const auto isGreater = [&]( const XTextRow& inLeft, const XTextRow& inRight )
+    { return isLess( inRight, inLeft ); };
+    if ( inDirection == kSortAscending )
+        XStableSort( rows, isLess ).Sort();
+    else
+        XStableSort( rows, isGreater ).Sort();
+    outOrder.resize( rows.size() );
+    std::ranges::transform( rows, outOrder.begin(), &XTextRow::row );
+}
 } // namespace
 
 template<class T>
@@ -233,15 +266,7 @@ void XSortPivotRows(
 {
     if ( const auto ranks = RankFewTexts( inValues ) )
         return XSortPivotRows( *ranks, inDirection, outOrder );
-    outOrder = ListRows( inValues.size() );
-    const auto isLess = [&]( std::uint32_t inLeft, std::uint32_t inRight )
-    { return inValues[inLeft] < inValues[inRight]; };
-    const auto isGreater = [&]( std::uint32_t inLeft, std::uint32_t inRight )
-    { return inValues[inRight] < inValues[inLeft]; };
-    if ( inDirection == kSortAscending )
-        XStableSort( outOrder, isLess ).Sort();
-    else
-        XStableSort( outOrder, isGreater ).Sort();
+    SortByComparing( inValues, inDirection, outOrder );
 }
 
 void XSortTextsStably( XVector<XString>& ioTexts )

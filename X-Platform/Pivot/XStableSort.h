@@ -3,10 +3,12 @@
 #include "Core/XTypes.h"
 
 #include <algorithm>
+#include <bit>
 
 /// Stable merge sort for orders that may contradict themselves, as the natural order of texts does: whatever
 /// `inIsLess` answers, it ends, stays within the vector and keeps every element. Insertion sort of short
-/// pieces, then merging from the bottom up with a buffer of half the elements. Internal.
+/// pieces, which are merged with a buffer of half the elements as soon as there are two of a length, so that short
+/// ones are still in the caches. Internal.
 template<class T, class TIsLess>
 class XStableSort
 {
@@ -15,20 +17,24 @@ public:
     {
     }
 
-    void Sort()
-    {
-        const std::size_t count = itsElements.size();
-        for ( std::size_t first = 0; first < count; first += kPiece )
-            InsertionSort( first, ( std::min )( first + kPiece, count ) );
-        for ( std::size_t length = kPiece; length < count; length *= 2 )
-        {
-            for ( std::size_t first = 0; first + length < count; first += 2 * length )
-                Merge( first, first + length, ( std::min )( first + 2 * length, count ) );
-        }
-    }
+    void Sort() { SortPart( 0, ( std::max )( kPiece, std::bit_ceil( itsElements.size() ) ) ); }
 
 private:
-    static constexpr std::size_t kPiece = 32;
+    static constexpr std::size_t kPiece = 32; // a power of two
+
+    /// The length is a power of two and may lead past the end.
+    void SortPart( std::size_t inFirst, std::size_t inLength )
+    {
+        const std::size_t end = ( std::min )( inFirst + inLength, itsElements.size() );
+        if ( inLength == kPiece )
+            return InsertionSort( inFirst, end );
+        const std::size_t middle = inFirst + inLength / 2;
+        SortPart( inFirst, inLength / 2 );
+        if ( middle >= end )
+            return;
+        SortPart( middle, inLength / 2 );
+        Merge( inFirst, middle, end );
+    }
 
     void InsertionSort( std::size_t inFirst, std::size_t inEnd )
     {
