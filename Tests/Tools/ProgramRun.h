@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FilePaths.h"
 #include "Program.h"
 #include "TIFFWriter.h"
 #include "TestFolder.h"

@@ -1,4 +1,5 @@
 #include "AnsiText.h"
+#include "FilePaths.h"
 #include "OutputFiles.h"
 #include "ProgramRun.h"
 #include "TIFFWriter.h"

@@ -1,6 +1,7 @@
 #include "ProgramRun.h"
 
 #include "Core/XMemStream.h"
+#include "FilePaths.h"
 #include "TableFile.h"
 #include "TestTables.h"
 

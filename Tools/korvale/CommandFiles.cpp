@@ -1,6 +1,6 @@
 #include "CommandFiles.h"
 
-#include "Command.h"
+#include "FilePaths.h"
 #include "Services/XSessionLogManager.h"
 #include "WFile.h"
 #include "WFilePath.h"

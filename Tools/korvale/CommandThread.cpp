@@ -1,5 +1,6 @@
 #include "CommandThread.h"
 
+#include "Failure.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Messaging/XAppClosingMessage.h"
 #include "Messaging/XAppInitialisedMessage.h"

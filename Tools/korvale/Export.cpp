@@ -1,7 +1,9 @@
 #include "Export.h"
 
+#include "Command.h"
 #include "CommandLine.h"
 #include "NumpyArchive.h"
+#include "OptionChecks.h"
 #include "TableOutputs.h"
 #include "WrongUsage.h"
 

@@ -1,6 +1,7 @@
 #include "Filter.h"
 
 #include "ColumnNames.h"
+#include "Command.h"
 #include "CommandLine.h"
 #include "Jobs/XProgress.h"
 

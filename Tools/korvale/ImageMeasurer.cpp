@@ -2,11 +2,14 @@
 
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
+#include "Failure.h"
+#include "FilePaths.h"
 #include "Jobs/XProgress.h"
 #include "KeepPageJob.h"
 #include "MeasureKeptPageJob.h"
 #include "MeasurePageJob.h"
 #include "NumberText.h"
+#include "ProgressDisplay.h"
 #include "Session.h"
 
 #include <algorithm>

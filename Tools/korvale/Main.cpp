@@ -1,3 +1,5 @@
+#include "Command.h"
+#include "Failure.h"
 #include "Program.h"
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"

@@ -1,7 +1,11 @@
 #include "OutputFiles.h"
 
-#include "Command.h"
+#include "Core/XErrorNumbers.h"
+#include "Core/XFail.h"
 #include "Core/XString.h"
+#include "Failure.h"
+#include "FilePaths.h"
+#include "WInterrupt.h"
 #include "WUnfinishedFiles.h"
 
 #include <stdexcept>
@@ -43,6 +47,28 @@ std::string KeepAll( const std::vector<CompleteFile>& inFiles )
     return text;
 }
 } // namespace
+
+void WriteOutput( const std::string& inName, const std::function<void()>& inWork )
+{
+    try
+    {
+        inWork();
+    }
+    catch ( ... )
+    {
+        const auto failure = DescribeCurrentException();
+        if ( failure.IsUserAbort() )
+            throw;
+        throw std::runtime_error( "cannot write " + inName + ": " + failure.text );
+    }
+}
+
+void CheckLastAbort()
+{
+    if ( WInterrupt::IsRequested() )
+        XThrow( kErrorCancelled );
+    WInterrupt::SetTooLate();
+}
 
 void CheckOutputFiles( const std::vector<std::string>& inNames )
 {

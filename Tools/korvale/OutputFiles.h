@@ -37,5 +37,13 @@ void WriteOutputFiles(
     const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete = {},
     const std::string& inEarlierFailure = "" );
 
+/// Does work that writes a file or a folder. What it throws, but for the user's abort, becomes a runtime_error that names
+/// what was to be written.
+void WriteOutput( const std::string& inName, const std::function<void()>& inWork );
+
+/// To be called when all that a command writes is complete, in one hold of WUnfinishedFiles with its finishing: obeys an
+/// interrupt for the last time (1001). Later ones find the work done.
+void CheckLastAbort();
+
 /// True when the name ends so, in small letters or capitals.
 bool HasEnding( const std::string& inName, const char* inEnding );

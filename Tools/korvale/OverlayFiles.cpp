@@ -2,6 +2,7 @@
 
 #include "Core/XFail.h"
 #include "Core/XTextScan.h"
+#include "FilePaths.h"
 #include "OverlayJob.h"
 #include "WrongUsage.h"
 

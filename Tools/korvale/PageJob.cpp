@@ -1,6 +1,7 @@
 #include "PageJob.h"
 
 #include "Jobs/XProgress.h"
+#include "ProgressDisplay.h"
 #include "Threads/XStopThreadException.h"
 
 PageJob::PageJob(

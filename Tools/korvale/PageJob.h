@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Command.h"
+#include "Failure.h"
 #include "Jobs/XJob.h"
 #include "KeptOverlay.h"
 #include "PageMeasurement.h"

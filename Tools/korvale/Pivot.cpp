@@ -3,6 +3,7 @@
 #include "AnsiText.h"
 #include "ColumnKind.h"
 #include "ColumnNames.h"
+#include "Command.h"
 #include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "Session.h"

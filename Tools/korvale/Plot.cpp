@@ -2,9 +2,11 @@
 
 #include "ColumnKind.h"
 #include "ColumnNames.h"
+#include "Command.h"
 #include "CommandLine.h"
 #include "HistogramPlot.h"
 #include "Jobs/XProgress.h"
+#include "OptionChecks.h"
 #include "OutputFiles.h"
 #include "ScatterPlot.h"
 #include "Session.h"

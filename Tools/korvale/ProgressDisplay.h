@@ -4,9 +4,13 @@
 #include "ProgressText.h"
 #include "Threads/XMutex.h"
 
+#include <cstdint>
 #include <list>
 #include <ostream>
 #include <string>
+
+/// How long work goes on before its progress is shown, so that short work shows none.
+constexpr std::uint32_t kProgressDelayMs = 500;
 
 /// The progress of all threads on standard error: bars at the place where the next output goes, which disappear before
 /// anything else is written there, or one line for each tenth of the outermost work.

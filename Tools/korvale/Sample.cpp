@@ -1,8 +1,11 @@
 #include "Sample.h"
 
 #include "CommandLine.h"
+#include "FilePaths.h"
 #include "Jobs/XProgress.h"
 #include "NewFolder.h"
+#include "OptionChecks.h"
+#include "ProgressDisplay.h"
 #include "Session.h"
 #include "TIFFWriter.h"
 #include "WUnfinishedFiles.h"

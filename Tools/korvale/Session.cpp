@@ -1,5 +1,6 @@
 #include "Session.h"
 
+#include "FilePaths.h"
 #include "Services/XSessionLogManager.h"
 
 Session::Session( Terminal& ioTerminal )

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Command.h"
+#include "Failure.h"
 #include "ProgressDisplay.h"
 #include "Services/XSessionLogEntry.h"
 

@@ -2,7 +2,10 @@
 
 #include "CommandLine.h"
 #include "Core/XFileStream.h"
+#include "Failure.h"
+#include "FilePaths.h"
 #include "Jobs/XProgress.h"
+#include "ProgressDisplay.h"
 #include "Session.h"
 #include "StructureWalk.h"
 #include "TableFile.h"

@@ -1,6 +1,7 @@
 #include "Sort.h"
 
 #include "ColumnNames.h"
+#include "Command.h"
 #include "CommandLine.h"
 #include "Jobs/XProgress.h"
 #include "QuotedText.h"

@@ -1,7 +1,6 @@
 #include "StructureWalk.h"
 
 #include "AnsiText.h"
-#include "Command.h"
 #include "Core/XClassRegistry.h"
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"

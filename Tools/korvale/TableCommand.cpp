@@ -1,8 +1,11 @@
 #include "TableCommand.h"
 
 #include "CommandLine.h"
+#include "Failure.h"
+#include "FilePaths.h"
 #include "Jobs/XProgress.h"
 #include "OutputFiles.h"
+#include "ProgressDisplay.h"
 #include "Session.h"
 #include "TableFile.h"
 

@@ -1,9 +1,9 @@
 #include "TableOutputs.h"
 
 #include "ColumnNames.h"
-#include "Command.h"
 #include "CommandLine.h"
 #include "Jobs/XProgress.h"
+#include "OptionChecks.h"
 #include "Pivot/XPivotOpaqueColumn.h"
 #include "Session.h"
 #include "TableFile.h"

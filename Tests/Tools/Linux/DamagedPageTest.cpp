@@ -1,3 +1,4 @@
+#include "FilePaths.h"
 #include "KeptOverlay.h"
 #include "Memory/TestManager.h"
 #include "StackBackground.h"

@@ -1,4 +1,4 @@
-#include "Command.h"
+#include "FilePaths.h"
 #include "OutputFiles.h"
 #include "RefusedMemory.h"
 #include "TestFolder.h"

@@ -1,4 +1,5 @@
 #include "WInterrupt.h"
+#include "Command.h"
 
 #include <gtest/gtest.h>
 

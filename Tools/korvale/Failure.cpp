@@ -1,40 +1,13 @@
-#include "Command.h"
+#include "Failure.h"
 
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
-#include "WInterrupt.h"
 #include "WSystemError.h"
 
 #include <algorithm>
-#include <charconv>
 #include <exception>
 #include <new>
-#include <stdexcept>
 #include <system_error>
-
-std::filesystem::path PathFromUTF8( const std::string& inText )
-{
-    return std::filesystem::path( std::u8string( inText.begin(), inText.end() ) );
-}
-
-std::string PathToUTF8( const std::filesystem::path& inPath )
-{
-    const auto text = inPath.u8string();
-    return std::string( text.begin(), text.end() );
-}
-
-std::string CheckFileName( const std::string& inText )
-{
-    return inText.empty() ? "the file has no name" : "";
-}
-
-std::string CheckWholeNumber( const std::string& inText )
-{
-    std::uint64_t number = 0;
-    const auto* const end = inText.data() + inText.size();
-    const auto [rest, error] = std::from_chars( inText.data(), end, number );
-    return error == std::errc() && rest == end ? "" : inText + " is no whole number from 0 to 2^64 - 1";
-}
 
 namespace
 {
@@ -93,26 +66,4 @@ Failure DescribeCurrentException()
     std::ranges::replace_if(
         failure.text, []( char inCharacter ) { return inCharacter == '\r' || inCharacter == '\n'; }, ' ' );
     return failure;
-}
-
-void WriteOutput( const std::string& inName, const std::function<void()>& inWork )
-{
-    try
-    {
-        inWork();
-    }
-    catch ( ... )
-    {
-        const auto failure = DescribeCurrentException();
-        if ( failure.IsUserAbort() )
-            throw;
-        throw std::runtime_error( "cannot write " + inName + ": " + failure.text );
-    }
-}
-
-void CheckLastAbort()
-{
-    if ( WInterrupt::IsRequested() )
-        XThrow( kErrorCancelled );
-    WInterrupt::SetTooLate();
 }
