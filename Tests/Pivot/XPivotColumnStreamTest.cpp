@@ -1,5 +1,6 @@
 #include "Pivot/ColumnTools.h"
 #include "Pivot/XPivotRuns.h"
+#include "Pivot/XPivotTextPool.h"
 
 #include <gtest/gtest.h>
 #include <random>

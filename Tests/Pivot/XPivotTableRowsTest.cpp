@@ -141,3 +141,22 @@ TEST( XPivotTableGroups, AreTheSameWhenHashesCrowd )
             ASSERT_EQ( groups.groups[row], row % 3000 );
     }
 }
+
+TEST( XPivotTableGroups, AreTheSameWhereTextsShareStorage )
+{
+    for ( const std::uint32_t texts : { 3u, 700u, 20000u } ) // the last are too many to go by storages
+    {
+        XPivotStringColumn column;
+        for ( std::uint32_t part = 0; part < 2; ++part ) // which have storages of their own
+        {
+            XPivotStringColumn added;
+            for ( std::uint32_t row = 0; row < 20000; ++row )
+                added.AppendValue( row % 7 == part ? XString() : XString( row % texts ), row % 5 != part );
+            column += added;
+        }
+        const auto groups = XGroupPivotTableRows( { &column }, column.GetColumnSize() );
+        const auto byValue = XGroupPivotTableRows( { &column }, column.GetColumnSize(), 1 );
+        EXPECT_EQ( groups.groups, byValue.groups ) << texts;
+        EXPECT_EQ( groups.firstRows, byValue.firstRows ) << texts;
+    }
+}

@@ -138,6 +138,8 @@ public:
     {
         return reinterpret_cast<const unsigned char*>( itsStorage->data );
     }
+    /// Tells storages apart: strings that share one have equal texts. Valid as `GetConstCharPtr` is.
+    const void* GetStorageID() const noexcept { return itsStorage; }
     std::string_view GetStringView() const noexcept { return { itsStorage->data, GetLength() }; }
     operator const char*() const noexcept { return itsStorage->data; }
 

@@ -1,17 +1,29 @@
 #include "Pivot/XPivotStringColumn.h"
 
 #include "Pivot/XPivotConversions.h"
+#include "Pivot/XPivotTextPool.h"
 
 #include <limits>
 
+XPivotStringColumn::XOwnPool::XOwnPool() noexcept = default;
+XPivotStringColumn::XOwnPool::XOwnPool( const XOwnPool& ) noexcept {}
+XPivotStringColumn::XOwnPool::~XOwnPool() = default;
+
+XPivotTextPool& XPivotStringColumn::XOwnPool::Get()
+{
+    if ( !itsPool )
+        itsPool = std::make_unique<XPivotTextPool>();
+    return *itsPool;
+}
+
 void XPivotStringColumn::SetValue( const XString& inValue, std::int32_t inRow, bool inExists )
 {
-    XPivotColumnT::SetValue( itsTextPool.Share( inValue ), inRow, inExists );
+    XPivotColumnT::SetValue( itsTextPool.Get().Share( inValue ), inRow, inExists );
 }
 
 void XPivotStringColumn::AppendValue( const XString& inValue, bool inExists )
 {
-    XPivotColumnT::AppendValue( itsTextPool.Share( inValue ), inExists );
+    XPivotColumnT::AppendValue( itsTextPool.Get().Share( inValue ), inExists );
 }
 
 void XPivotStringColumn::SetData( double inValue, std::int32_t inRow, bool inExists )
@@ -75,6 +87,7 @@ void XPivotStringColumn::ReadSparseColumnDataSelf( XStream& inStream, USize inSt
 {
     const USize endRow = inStartRow + inRunLength;
     XAssert( endRow <= itsColumnData.size() );
+    XPivotTextPool& pool = itsTextPool.Get();
     for ( USize row = inStartRow; row < endRow; ++row )
-        itsTextPool.Read( inStream, itsColumnData[row] );
+        pool.Read( inStream, itsColumnData[row] );
 }

@@ -2,7 +2,10 @@
 
 #include "Pivot/XPivotColumnClassT.h"
 #include "Pivot/XPivotColumnT.h"
-#include "Pivot/XPivotTextPool.h"
+
+#include <memory>
+
+class XPivotTextPool;
 
 /// Texts; empty where missing. A number is kept as its text. `GetDataFloat` is the number at the start of the
 /// text and throws 1000 where there is none.
@@ -41,5 +44,20 @@ protected:
     void ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) override;
 
 private:
-    XPivotTextPool itsTextPool;
+    /// Made when it is first needed. A copy of a column has one of its own.
+    class KORVALE_API XOwnPool
+    {
+    public:
+        XOwnPool() noexcept;
+        XOwnPool( const XOwnPool& ) noexcept;
+        XOwnPool& operator=( const XOwnPool& ) noexcept { return *this; }
+        ~XOwnPool();
+
+        XPivotTextPool& Get();
+
+    private:
+        std::unique_ptr<XPivotTextPool> itsPool;
+    };
+
+    XOwnPool itsTextPool;
 };

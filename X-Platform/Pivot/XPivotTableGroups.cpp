@@ -1,6 +1,8 @@
 #include "Pivot/XPivotTableGroups.h"
 
+#include "Pivot/XPivotColumnT.h"
 #include "Pivot/XPivotTableKey.h"
+#include "Pivot/XPivotTextGroups.h"
 
 #include <algorithm>
 #include <array>
@@ -138,11 +140,22 @@ void GroupByValues( const XKeys& inKeys, std::uint32_t inRowCount, XPivotTableGr
             outGroups.firstRows.push_back( row );
     }
 }
+/// The groups by a single column of texts, where they share storage.
+std::optional<XPivotTableGroups>
+GroupSharedTexts( const XVector<const XPivotColumn*>& inKeys, std::uint64_t inHashBits )
+{
+    if ( inKeys.size() != 1 || inHashBits != kAllHashBits )
+        return std::nullopt;
+    const auto* texts = dynamic_cast<const XPivotColumnT<XString>*>( inKeys.front() );
+    return texts ? XGroupSharedPivotTexts( texts->GetDataVector(), texts->GetExistsVector() ) : std::nullopt;
+}
 } // namespace
 
 XPivotTableGroups XGroupPivotTableRows(
     const XVector<const XPivotColumn*>& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits )
 {
+    if ( auto shared = GroupSharedTexts( inKeys, inHashBits ) )
+        return std::move( *shared );
     XPivotTableGroups groups;
     groups.groups.resize( inRowCount );
     if ( inKeys.empty() )

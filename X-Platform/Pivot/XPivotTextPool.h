@@ -8,9 +8,8 @@ class KORVALE_API XPivotTextPool
 {
 public:
     XPivotTextPool() = default;
-    /// A copy starts empty.
-    XPivotTextPool( const XPivotTextPool& ) {}
-    XPivotTextPool& operator=( const XPivotTextPool& ) { return *this; }
+    XPivotTextPool( const XPivotTextPool& ) = delete;
+    XPivotTextPool& operator=( const XPivotTextPool& ) = delete;
 
     /// A string of those bytes, in the storage of an equal one that was asked for before where there is one.
     XString Get( std::string_view inText );

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Core/XString.h"
+#include "Pivot/XPivotTableGroups.h"
+
+#include <optional>
+
+/// Groups rows by texts, told apart by where they lie: columns keep equal texts in one storage, so that only one text
+/// of each storage is looked at. Groups are those of XGroupPivotTableRows. Nothing where the rows have so many storages
+/// that this gains nothing. Internal.
+std::optional<XPivotTableGroups>
+XGroupSharedPivotTexts( const XVector<XString>& inTexts, const XVector<std::uint8_t>& inExists );
