@@ -279,6 +279,38 @@ TEST( XMemoryHandle, HasItsDataFetchedByTheFirstLock )
     EXPECT_EQ( static_cast<SSize64>( stored.GetStreamUsage() ), stream.GetExtent() );
 }
 
+// While the threads lock the blocks one after the other, another one tries to purge each.
+TEST( XMemoryHandle, LocksOfSeveralThreadsKeepABlockInMemory )
+{
+    TestManager manager;
+    std::vector<XMappedFileMemoryHandle> handles;
+    for ( unsigned i = 0; i < 100; ++i )
+        Fill( handles.emplace_back( 4096u ), i );
+    std::atomic<unsigned> locking = 3;
+    const auto lock = [&]
+    {
+        for ( unsigned i = 0; i < handles.size(); ++i )
+        {
+            XMappedFileMemoryHandle copy( handles[i] );
+            for ( unsigned turn = 0; turn < 20; ++turn )
+                EXPECT_TRUE( Holds( copy, i ) );
+        }
+        --locking;
+    };
+    const auto purge = [&]
+    {
+        for ( std::size_t i = 0; locking > 0; ++i )
+            handles[i % handles.size()].Purge();
+    };
+    RunTogether( lock, lock, lock, purge );
+    for ( XMappedFileMemoryHandle& handle : handles )
+    {
+        EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
+        handle.Purge();
+    }
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
+}
+
 TEST( XMemoryHandle, SurvivesConcurrentLocksCopiesAndWrites )
 {
     XMemoryHandle handle( 64 );

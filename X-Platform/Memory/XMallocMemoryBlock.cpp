@@ -1,5 +1,9 @@
 #include "Memory/XMallocMemoryBlock.h"
 
+#include "Memory/XAlignedMemoryBlock.h"
+
+#include <typeinfo>
+
 XMallocMemoryBlock::XMallocMemoryBlock( USize64 inSize )
     : XMallocMemoryBlock( inSize, XHeapMemory::kDefaultAlignment )
 {
@@ -63,6 +67,12 @@ std::uint64_t XMallocMemoryBlock::GetTrueAddress() const
 USize64 XMallocMemoryBlock::GetTrueSize() const
 {
     return IsEmpty() ? 0 : GetPaddedSize();
+}
+
+bool XMallocMemoryBlock::AllowsQuickLocks() const
+{
+    return typeid( *this ) == typeid( XMallocMemoryBlock ) ||
+        typeid( *this ) == typeid( XAlignedMemoryBlock );
 }
 
 XMemoryBlock* XMallocMemoryBlock::MakeSimilar( USize64 inSize ) const

@@ -24,6 +24,7 @@ public:
 protected:
     XMallocMemoryBlock( USize64 inSize, USize64 inAlignment );
 
+    bool AllowsQuickLocks() const override;
     XMemoryBlock* MakeSimilar( USize64 inSize ) const override;
     USize64 GetAlignment() const { return itsMemory.GetAlignment(); }
 

@@ -6,6 +6,7 @@
 #include "Memory/XTranslateBadAlloc.h"
 
 #include <algorithm>
+#include <typeinfo>
 
 // What a mapped-file block is to those who use it. How its bytes move between the kinds of storage is in
 // XMappedFileStorage.cpp.
@@ -212,8 +213,15 @@ void XMappedFileMemoryBlock::LockSelf( XLockMode inMode )
 void XMappedFileMemoryBlock::UnlockSelf( XLockMode inMode )
 {
     XMemoryBlock::UnlockSelf( inMode );
-    if ( GetLockCount() == 0 )
+    if ( SettleLockCount() == 0 )
         UnlockForMMap();
+}
+
+/// What lies in a file may be damaged, or is to be copied before it is written to.
+bool XMappedFileMemoryBlock::AllowsQuickLocks() const
+{
+    const bool isInFile = itsState != kPageFile && itsState != kHeap;
+    return !isInFile && !itsIsMoving && !itsRetired && typeid( *this ) == typeid( XMappedFileMemoryBlock );
 }
 
 void XMappedFileMemoryBlock::PostLock( XLockMode inMode )

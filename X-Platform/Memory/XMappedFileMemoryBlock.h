@@ -112,6 +112,7 @@ public:
 protected:
     void LockSelf( XLockMode inMode ) override;
     void UnlockSelf( XLockMode inMode ) override;
+    bool AllowsQuickLocks() const override;
     void Reload() override;
     XMemoryBlock* MakeSimilar( USize64 inSize ) const override;
     bool AreChangesKept() const override { return itsState != kPermanentFile; }

@@ -102,7 +102,7 @@ void XMappedFileMemoryBlock::DestroyMMap()
 /// For a mapping that the bytes have moved away from: outer locks may still look at its view.
 void XMappedFileMemoryBlock::RetireMMap()
 {
-    if ( GetLockCount() <= 1 )
+    if ( SettleLockCount() <= 1 )
         return DestroyMMap();
     GetManager().RemoveBlock( this );
     itsRetired = std::move( fileMapping );
@@ -128,7 +128,7 @@ void XMappedFileMemoryBlock::Destroy()
 void XMappedFileMemoryBlock::LockForMMap( XLockMode inMode )
 {
     XAssert( !itsIsMoving );
-    if ( itsState != kPermanentFile || GetLockCount() > 0 || itsMayHaveWritten )
+    if ( itsState != kPermanentFile || SettleLockCount() > 0 || itsMayHaveWritten )
         CheckViewIntact();
     else if ( !IsViewIntact() )
         Unmap();

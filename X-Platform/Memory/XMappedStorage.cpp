@@ -23,6 +23,7 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
         XResourceTracker::RsrcDeallocated( kKind, bytes );
         throw;
     }
+    itsViewData = itsMapping->GetViewData();
     itsViewSize = inSize;
 }
 
@@ -35,6 +36,7 @@ bool XMappedStorage::ResizeView( USize64 inSize )
     itsReservation.Set( isDone ? after : before );
     if ( !isDone )
         return false;
+    itsViewData = itsMapping->GetViewData();
     itsViewSize = inSize;
     XResourceTracker::RsrcSizeChanged( kKind, before, after );
     return true;
@@ -44,6 +46,7 @@ void XMappedStorage::UnmapView()
 {
     if ( !GetViewData() )
         return;
+    itsViewData = nullptr;
     itsMapping->UnmapView();
     XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
     itsReservation.Set( 0 );

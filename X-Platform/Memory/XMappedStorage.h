@@ -33,7 +33,7 @@ public:
     /// Bytes of the view, 0 while there is none.
     USize64 GetViewSize() const { return GetViewData() ? itsViewSize : 0; }
     /// Null while there is no view.
-    void* GetViewData() const { return itsMapping->GetViewData(); }
+    void* GetViewData() const { return itsViewData; }
     bool IsViewIntact() const { return itsMapping->IsViewIntact(); }
     /// Null for what is not in a spill file.
     const XSpillRange* GetRange() const { return itsRange.get(); }
@@ -42,5 +42,6 @@ private:
     std::unique_ptr<XSpillRange> itsRange; // given back when nothing is mapped any more
     std::unique_ptr<XFileMappingBase> itsMapping;
     XMemoryReservation itsReservation;
+    void* itsViewData = nullptr; // the mapping's, which every lock asks for
     USize64 itsViewSize = 0;
 };

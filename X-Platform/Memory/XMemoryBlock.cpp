@@ -11,18 +11,39 @@
 #include "WThreadID.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
+
+// The lock count.
+//
+// While quick locks are off, it changes under the mutex alone. While they are on (bit kQuick of the same word), handles
+// count their locks up and down by a compare-and-swap without the mutex: the bytes are in memory, and there is nothing
+// else to be done for a lock. Whoever decides by the count takes the bit away first, under the mutex: from then on the
+// count stays as it is, and every lock and unlock has to come to the mutex. The next lock of a handle that has got there
+// puts the bit back.
 
 namespace
 {
 
-/// Threads that lock at the same time may get the same number: it puts purges in order, no more.
-std::uint64_t GetNextLockNumber()
+/// The last lock of the threads that share a slot. Numbers begin anew with each tick of the clock. A number for all
+/// threads would make each lock wait for the cache line of the one before.
+struct alignas( 64 ) LastLock
 {
-    static std::atomic<std::uint64_t> sLast = 0;
-    const std::uint64_t number = sLast.load( std::memory_order_relaxed ) + 1;
-    sLast.store( number, std::memory_order_relaxed );
+    std::atomic<std::int64_t> time = 0;
+    std::atomic<std::uint64_t> number = 0;
+};
+
+constexpr std::size_t kSlots = 64;
+constinit std::array<LastLock, kSlots> sLastLocks;
+
+std::uint64_t GetNextLockNumber( std::uint32_t inThread, std::int64_t inTime )
+{
+    LastLock& last = sLastLocks[inThread % kSlots];
+    const bool isSameTick = last.time.load( std::memory_order_relaxed ) == inTime;
+    const std::uint64_t number = isSameTick ? last.number.load( std::memory_order_relaxed ) + 1 : 1;
+    last.time.store( inTime, std::memory_order_relaxed );
+    last.number.store( number, std::memory_order_relaxed );
     return number;
 }
 
@@ -46,7 +67,7 @@ bool XMemoryBlock::CanPurge() const
 {
     const XThreadLock lock( GetMutex() );
     constexpr std::uint32_t kNeeded = kInMemory | kPurgeable;
-    return ( GetFlags() & kNeeded ) == kNeeded && GetLockCount() == 0;
+    return ( GetFlags() & kNeeded ) == kNeeded && SettleLockCount() == 0;
 }
 
 void XMemoryBlock::Purge()
@@ -137,33 +158,83 @@ void XMemoryBlock::SwapData()
     XSwapCopy( GetData(), GetData(), GetSize() / width, width );
 }
 
+bool XMemoryBlock::TryQuickLock()
+{
+    const std::uint32_t thread = WThreadID::GetCurrent();
+    std::uint64_t locks = itsLocks.load( std::memory_order_relaxed );
+    do
+    {
+        if ( !( locks & kQuick ) )
+            return false;
+    } while ( !itsLocks.compare_exchange_weak(
+        locks, AddLock( locks, thread ), std::memory_order_acq_rel, std::memory_order_relaxed ) );
+    NoteLockTime( thread );
+    return true;
+}
+
+/// Without locks the mutex is needed too, for the internal error.
+bool XMemoryBlock::TryQuickUnlock()
+{
+    std::uint64_t locks = itsLocks.load( std::memory_order_relaxed );
+    do
+    {
+        if ( !( locks & kQuick ) || ( locks & kCountMask ) == 0 )
+            return false;
+    } while ( !itsLocks.compare_exchange_weak(
+        locks, locks - 1, std::memory_order_release, std::memory_order_relaxed ) );
+    return true;
+}
+
+/// Who sees a block locked knows by whom, since both are one word.
+std::uint64_t XMemoryBlock::AddLock( std::uint64_t inLocks, std::uint32_t inThread )
+{
+    const bool isShared = ( inLocks & kCountMask ) > 0 && ( inLocks >> kThreadShift ) != inThread;
+    const std::uint64_t thread = isShared ? kSeveralThreads : inThread;
+    return ( thread << kThreadShift ) | ( ( inLocks & ( kQuick | kCountMask ) ) + 1 );
+}
+
+bool XMemoryBlock::BeginQuickLocks()
+{
+    if ( itsIsSetAside || itsIsSwapPending || !( GetFlags() & kInMemory ) || !AllowsQuickLocks() )
+        return false;
+    itsLocks.fetch_or( kQuick, std::memory_order_release );
+    return true;
+}
+
+std::int32_t XMemoryBlock::SettleLockCount() const
+{
+    if ( itsLocks.load( std::memory_order_relaxed ) & kQuick )
+        itsLocks.fetch_and( ~kQuick, std::memory_order_acq_rel );
+    return GetLockCount();
+}
+
+void XMemoryBlock::NoteLockTime( std::uint32_t inThread )
+{
+    const std::int64_t time = WClock::GetCoarseTicks();
+    itsLastLockTime.store( time, std::memory_order_relaxed );
+    itsLastLockNumber.store( GetNextLockNumber( inThread, time ), std::memory_order_relaxed );
+}
+
 void XMemoryBlock::LockSelf( XLockMode )
 {
-    const std::int32_t locks = GetLockCount();
+    const std::int32_t locks = SettleLockCount();
     XAssert( locks >= 0 );
     if ( !( GetFlags() & kInMemory ) )
     {
         const XMemoryManager::XTransit transit( itsManager );
         Reload();
     }
-    NoteLockThread( locks );
-    itsLocks.store( locks + 1, std::memory_order_release ); // who sees it locked knows by whom
-    itsLastLockTime.store( WClock::GetCoarseTicks(), std::memory_order_relaxed );
-    itsLastLockNumber.store( GetNextLockNumber(), std::memory_order_relaxed );
-}
-
-void XMemoryBlock::NoteLockThread( std::int32_t inOtherLocks )
-{
     const std::uint32_t thread = WThreadID::GetCurrent();
-    const bool isShared = inOtherLocks > 0 && GetLockThread() != thread;
-    itsLockThread.store( isShared ? kSeveralThreads : thread, std::memory_order_relaxed );
+    itsLocks.store(
+        AddLock( itsLocks.load( std::memory_order_relaxed ), thread ), std::memory_order_release );
+    NoteLockTime( thread );
 }
 
 void XMemoryBlock::UnlockSelf( XLockMode )
 {
-    const std::int32_t locks = GetLockCount() - 1;
+    const std::int32_t locks = SettleLockCount() - 1;
     XAssert( locks >= 0 );
-    itsLocks.store( locks, std::memory_order_relaxed );
+    itsLocks.store( itsLocks.load( std::memory_order_relaxed ) - 1, std::memory_order_release );
     if ( locks == 0 && itsIsSetAside )
         itsManager.HasUnlocked( *this );
 }
@@ -181,6 +252,6 @@ void XMemoryBlock::CheckLocked() const
 
 void XMemoryBlock::CheckUnlocked() const
 {
-    const std::int32_t locks = GetLockCount();
+    const std::int32_t locks = SettleLockCount();
     XAssert( locks == 0 );
 }

@@ -22,8 +22,8 @@ enum XByteSwapMode : std::uint32_t
 ///
 /// Ownership: the handles that reference a block own it together; the last one to unreference it deletes it.
 /// A block that no handle has referenced yet belongs to who made it.
-/// Threads: the block's own mutex guards its lock count, its flags and its data. Reading and writing the
-/// bytes is the business of those who hold locks.
+/// Threads: the block's own mutex guards its lock count, its flags and its data; handles may change the lock count
+/// without it, by quick locks. Reading and writing the bytes is the business of those who hold locks.
 /// Errors: internal errors for locks that do not match. Locking may throw whatever bringing the data back
 /// throws: 1012 when the budget has no room, 1020 when the bytes cannot be mapped.
 class KORVALE_API XMemoryBlock : public XLockable
@@ -80,17 +80,26 @@ public:
     /// Makes sure, under the mutex, that the block can be put on the manager's list without memory, from now on. 1012.
     void ReservePlace();
     /// Locked right now, as far as one can tell without the mutex.
-    bool IsProbablyLocked() const { return itsLocks.load( std::memory_order_relaxed ) > 0; }
+    bool IsProbablyLocked() const { return GetLockCount() > 0; }
 
     std::uint32_t GetFlags() const { return itsFlags.load( std::memory_order_relaxed ); }
-    std::int32_t GetLockCount() const { return itsLocks.load( std::memory_order_relaxed ); }
+    /// For whoever holds a lock, or as a hint: quick locks may change it at any time.
+    std::int32_t GetLockCount() const
+    {
+        return static_cast<std::int32_t>( itsLocks.load( std::memory_order_relaxed ) & kCountMask );
+    }
+    /// The lock count, which stays as it is until the caller unlocks the mutex. Under the mutex; ends quick locks.
+    std::int32_t SettleLockCount() const;
     /// When the block was last locked, as `WClock::GetCoarseTicks` tells the time; 0 if it never was.
     std::int64_t GetLastLockTime() const { return itsLastLockTime.load( std::memory_order_relaxed ); }
-    /// Puts the locks of one moment into their order.
+    /// Puts the locks of one moment into their order; those of several threads only roughly.
     std::uint64_t GetLastLockNumber() const { return itsLastLockNumber.load( std::memory_order_relaxed ); }
     /// The thread that has taken the locks on it; once several threads have had it locked at the same time,
     /// `kSeveralThreads` until all have unlocked it and one locks it again.
-    std::uint32_t GetLockThread() const { return itsLockThread.load( std::memory_order_relaxed ); }
+    std::uint32_t GetLockThread() const
+    {
+        return static_cast<std::uint32_t>( itsLocks.load( std::memory_order_relaxed ) >> kThreadShift );
+    }
     static constexpr std::uint32_t kSeveralThreads = 0;
 
     // ---- Byte order
@@ -114,6 +123,13 @@ public:
     /// Called under the mutex after a lock: does what needs the bytes in memory.
     virtual void PostLock( XLockMode inMode );
 
+    /// Lock and unlock without the mutex, by nothing but counting. False, with nothing done, while that is not enough.
+    bool TryQuickLock();
+    bool TryQuickUnlock();
+    /// Begins quick locks if `AllowsQuickLocks`. Called under the mutex after a lock and its `PostLock`. Returns whether it
+    /// did; then the bytes stay where they are until the last lock is gone.
+    bool BeginQuickLocks();
+
     /// A new block with a copy of the bytes, `inSize` of them, as far as there are so many. It belongs to the caller.
     virtual XMemoryBlock* Clone( USize64 inSize );
 
@@ -133,6 +149,10 @@ protected:
 
     void LockSelf( XLockMode inMode ) override;
     void UnlockSelf( XLockMode inMode ) override;
+
+    /// Whether `LockSelf`, `PostLock` and `UnlockSelf` would do nothing now but count locks, whatever their mode, until
+    /// the lock count is settled. Only for a kind that knows that no class derived from it does more. Under the mutex.
+    virtual bool AllowsQuickLocks() const { return false; }
 
     /// Brings the data back. A kind that can be purged overrides it; here it is an internal error.
     virtual void Reload();
@@ -158,9 +178,15 @@ protected:
 private:
     friend class XPurgeableBlocks;
 
+    // Parts of itsLocks: the count; whether quick locks are on; the lock thread.
+    static constexpr std::uint64_t kCountMask = 0x7FFFFFFF;
+    static constexpr std::uint64_t kQuick = 0x80000000;
+    static constexpr unsigned kThreadShift = 32;
+
+    static std::uint64_t AddLock( std::uint64_t inLocks, std::uint32_t inThread );
+    void NoteLockTime( std::uint32_t inThread );
     /// Whether the next unlock has to tell the manager. Under the mutex.
     void SetAside( bool inIsSetAside ) { itsIsSetAside = inIsSetAside; }
-    void NoteLockThread( std::int32_t inOtherLocks );
     void SwapData();
     void CopyBytesFrom( XMemoryBlock& ioSource );
 
@@ -168,10 +194,9 @@ private:
     std::atomic<std::uint32_t> itsRefCount = 0;
     // Written under the mutex; the manager reads them without it, as a hint.
     std::atomic<std::uint32_t> itsFlags = 0;
-    std::atomic<std::int32_t> itsLocks = 0;
+    mutable std::atomic<std::uint64_t> itsLocks = 0;
     std::atomic<std::int64_t> itsLastLockTime = 0;
     std::atomic<std::uint64_t> itsLastLockNumber = 0;
-    std::atomic<std::uint32_t> itsLockThread = kSeveralThreads;
     std::unique_ptr<XPurgeablePlace> itsPlace; // on the manager's list, once it is reserved
     bool itsIsSetAside = false;                // by the manager, which found it locked; guarded by the mutex
     XByteSwapMode itsSwapOnLock = kSwapNone;   // of the data as its file has it

@@ -151,7 +151,7 @@ void XMemoryHandle::ReleaseRetired()
     for ( const XRetired& retired : std::exchange( itsRetired, {} ) )
     {
         for ( std::uint32_t i = 0; i < retired.locks; ++i )
-            UnlockFor( *retired.block, kLockForRead );
+            UnlockBlock( *retired.block, kLockForRead );
         retired.block->Unreference( *this );
     }
 }
@@ -184,11 +184,12 @@ void XMemoryHandle::LockSelf( XLockMode inMode )
 {
     const XBusy busy( *this );
     const std::size_t retired = itsRetired.size();
+    bool isQuick = false;
     try
     {
         if ( inMode & kLockForWrite )
             CheckedBlock().PrepareForWriteLock( *this, inMode );
-        LockBlock( inMode );
+        isQuick = LockBlock( inMode );
     }
     catch ( ... )
     {
@@ -196,6 +197,7 @@ void XMemoryHandle::LockSelf( XLockMode inMode )
             BringBackRetired();
         throw;
     }
+    itsQuickBlock.store( isQuick ? GetBlock() : nullptr, std::memory_order_release );
     ++itsLocks;
     ++itsBlockLocks;
     if ( inMode & kLockForWrite )
@@ -205,9 +207,12 @@ void XMemoryHandle::LockSelf( XLockMode inMode )
     }
 }
 
-void XMemoryHandle::LockBlock( XLockMode inMode )
+/// Returns whether the bytes stay where they are until the last lock is gone.
+bool XMemoryHandle::LockBlock( XLockMode inMode )
 {
     XMemoryBlock& block = CheckedBlock();
+    if ( block.TryQuickLock() )
+        return true;
     const XThreadLock lock( block.GetMutex() );
     LockFor( block, inMode );
     try
@@ -219,6 +224,13 @@ void XMemoryHandle::LockBlock( XLockMode inMode )
         UnlockFor( block, inMode );
         throw;
     }
+    return block.BeginQuickLocks();
+}
+
+void XMemoryHandle::UnlockBlock( XMemoryBlock& ioBlock, XLockMode inMode )
+{
+    if ( !ioBlock.TryQuickUnlock() )
+        UnlockFor( ioBlock, inMode );
 }
 
 void XMemoryHandle::UnlockSelf( XLockMode inMode )
@@ -227,19 +239,24 @@ void XMemoryHandle::UnlockSelf( XLockMode inMode )
     --itsLocks;
     if ( inMode & kLockForWrite )
         --itsWriteLocks;
-    if ( !itsRetired.empty() && itsLocks > 0 )
+    if ( itsLocks == 0 )
+        itsQuickBlock.store( nullptr, std::memory_order_relaxed );
+    else if ( !itsRetired.empty() )
         return;
     for ( ; itsBlockLocks > itsLocks; --itsBlockLocks )
-        UnlockFor( *GetBlock(), inMode );
+        UnlockBlock( *GetBlock(), inMode );
     if ( !itsRetired.empty() )
         ReleaseRetired();
 }
 
 // ---- The bytes
 
-/// Under the mutex: while another thread locks the handle to write, its new block may not be locked yet.
+/// Under the mutex where bytes may move: while another thread locks the handle to write, its new block may not be locked
+/// yet, or the block copies its bytes.
 void* XMemoryHandle::GetData() const
 {
+    if ( XMemoryBlock* const block = itsQuickBlock.load( std::memory_order_acquire ) )
+        return block->GetData();
     const XThreadLock lock( GetMutex() );
     return CheckedBlock().GetData();
 }

@@ -129,7 +129,8 @@ private:
     void CheckUnlocked() const;
     bool HasBytesToLock() const;
     void CheckRange( USize64 inCount, USize64 inOffset ) const;
-    void LockBlock( XLockMode inMode );
+    bool LockBlock( XLockMode inMode );
+    void UnlockBlock( XMemoryBlock& ioBlock, XLockMode inMode );
     void ResizeBlock( XMemoryBlock& ioBlock, USize64 inSize );
     void ReleaseRetired();
     void BringBackRetired();
@@ -139,6 +140,8 @@ private:
     // All guarded by the mutex; the block may be read by who holds a lock. How they belong together is at the head of the
     // source.
     std::atomic<XMemoryBlock*> itsBlock = nullptr;
+    std::atomic<XMemoryBlock*> itsQuickBlock =
+        nullptr; // locked, with bytes that stay in their place; else null
     std::uint32_t itsLocks = 0;
     std::uint32_t itsWriteLocks = 0; // of these
     std::uint32_t itsBlockLocks = 0; // of all, on itsBlock

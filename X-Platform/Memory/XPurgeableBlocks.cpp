@@ -65,7 +65,7 @@ XMemoryBlock* XPurgeableBlocks::LockNext( XSearch& ioSearch )
             ioSearch.NoteBusy( block );
             continue;
         }
-        if ( block.GetLockCount() > 0 )
+        if ( block.SettleLockCount() > 0 )
         {
             Move( itsInOrder, block, itsSetAside );
             block.SetAside( true );
