@@ -17,6 +17,7 @@ namespace
 using Block = XMappedFileMemoryBlock;
 
 constexpr USize64 kSize = 200'000;
+constexpr USize64 kMiB = 1 << 20;
 
 Block& BlockOf( const XMemoryHandle& inHandle )
 {
@@ -341,7 +342,7 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     manager.refusedMappings = 1;
     EXPECT_EQ( 1020u, ErrorOf( [&] { block.Purge(); } ) );
     EXPECT_EQ( Block::kPageFile, block.GetStorageState() );
-    manager.refusedMappings = 1;
+    manager.refusedMappings = 2; // the page file's is asked for twice, as its view is
     manager.canResizeViews = false;
     EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( 2 * kSize ); } ) );
     EXPECT_TRUE( Holds( handle, 3 ) );
@@ -349,7 +350,7 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     block.Purge();
     manager.refusedViews = 1; // the second try, after freeing memory, succeeds
     EXPECT_TRUE( Holds( handle, 3 ) );
-    EXPECT_EQ( 1u, manager.GetFreeCount() );
+    EXPECT_EQ( 2u, manager.GetFreeCount() );
     block.Purge();
     manager.refusedViews = 2;
     EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( handle, kLockForRead ); } ) );
@@ -358,9 +359,42 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     EXPECT_TRUE( Holds( handle, 3 ) );
 
     XMappedFileMemoryHandle fresh( kSize );
-    manager.refusedMappings = 1;
+    manager.refusedMappings = 2;
     EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( fresh, kLockForRead ); } ) );
     EXPECT_EQ( std::string( 5, '\0' ), TextOf( fresh ) );
+}
+
+TEST( XMappedFileMemoryBlock, MemoryThatIsUsedAgainIsZeroAndStaysInTheBudget )
+{
+    TestManager manager( 64 << 20 );
+    const auto fillAndDrop = []( unsigned inCount )
+    {
+        std::vector<XMappedFileMemoryHandle> handles;
+        for ( unsigned i = 0; i < inCount; ++i )
+            Fill( handles.emplace_back( kMiB ), 1 );
+    };
+    fillAndDrop( 8 ); // a sixteenth of the budget is kept
+    EXPECT_EQ( 0u, manager.GetBytesInUse() );
+    EXPECT_EQ( 8 * kMiB, manager.GetPeakBytesInUse() );
+    manager.refusedMappings = 10;
+    {
+        XMappedFileMemoryHandle again( kMiB );
+        EXPECT_EQ( std::string( kMiB, '\0' ), TextOf( again, kMiB ) );
+        EXPECT_EQ( kMiB, manager.GetBytesInUse() );
+        again.Resize( 10 );
+        again.Resize( kMiB );
+        EXPECT_EQ( std::string( kMiB, '\0' ), TextOf( again, kMiB ) );
+        XMappedFileMemoryHandle other( kMiB - 1 );
+        EXPECT_EQ( 1020u, ErrorOf( [&] { TextOf( other ); } ) ); // which has given back what was kept
+    }
+    manager.refusedMappings = 0;
+    // It is the first to go where there is no room.
+    fillAndDrop( 4 );
+    XMemoryHandle most( 61 * kMiB );
+    EXPECT_EQ( 61 * kMiB, manager.GetBytesInUse() );
+    XMappedFileMemoryHandle rest( 3 * kMiB );
+    EXPECT_TRUE( ( Fill( rest, 1 ), Holds( rest, 1 ) ) );
+    EXPECT_EQ( 0u, manager.GetPurgeCount() );
 }
 
 TEST( XMappedFileMemoryBlock, TriesEveryViewOnceMoreAfterFreeingMemory )
@@ -399,7 +433,7 @@ TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )
     const TestFolder folder;
     const auto path = MakeFile( folder );
     auto large = Present( path, Block::kPrivate );
-    manager.refusedMappings = 1;
+    manager.refusedMappings = 2;
     EXPECT_EQ( 1020u, ErrorOf( [&] { large.CopyDataFrom( "x", 1 ); } ) );
     {
         // Outer locks of a handle that was to get a block of its own keep theirs.

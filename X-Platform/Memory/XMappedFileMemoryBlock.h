@@ -138,6 +138,7 @@ private:
     MapView( XMappedStorage& ioStorage, USize64 inSize, XFileMappingBase::XPageProtection inAccess ) const;
     bool CanBeMapped( const XMappedStorage& inStorage, USize64 inSize ) const;
     void Unmap();
+    void TakeOutView( void ( XMappedStorage::*inTakeOut )() );
     void DestroyMalloc();
     void DestroyMMap();
     void RetireMMap();

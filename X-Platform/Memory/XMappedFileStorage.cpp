@@ -59,7 +59,7 @@ void XMappedFileMemoryBlock::AllocateForMalloc()
 void XMappedFileMemoryBlock::AllocateForMMap()
 {
     XAssert( !fileMapping );
-    fileMapping = MakeStorage( GetManager().MakePageFileMapping( GetStorageSize() ) );
+    fileMapping = std::make_unique<XMappedStorage>( GetManager(), GetStorageSize() );
     itsViewAccess = XFileMappingBase::kPageReadWrite;
     itsState = kPageFile;
 }
@@ -95,7 +95,7 @@ void XMappedFileMemoryBlock::DestroyMalloc()
 
 void XMappedFileMemoryBlock::DestroyMMap()
 {
-    Unmap();
+    TakeOutView( &XMappedStorage::GiveUpView );
     fileMapping.reset();
 }
 
@@ -215,11 +215,16 @@ bool XMappedFileMemoryBlock::CanBeMapped( const XMappedStorage& inStorage, USize
 void XMappedFileMemoryBlock::Unmap()
 {
     XAssert( fileMapping );
+    TakeOutView( &XMappedStorage::UnmapView );
+}
+
+void XMappedFileMemoryBlock::TakeOutView( void ( XMappedStorage::*inTakeOut )() )
+{
     if ( !fileMapping->GetViewData() )
         return;
     const XMemoryManager::XTransit transit( GetManager() );
     GetManager().RemoveBlock( this );
-    fileMapping->UnmapView();
+    ( *fileMapping.*inTakeOut )();
     SetFlags( kOnDisk );
 }
 
@@ -281,7 +286,7 @@ void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
 {
     const XMove move( *this );
     const USize64 size = std::max<USize64>( inSize, 1 );
-    auto storage = MakeStorage( GetManager().MakePageFileMapping( size ) );
+    auto storage = std::make_unique<XMappedStorage>( GetManager(), size );
     MapView( *storage, size, XFileMappingBase::kPageReadWrite );
     CopyView( storage->GetViewData(), std::min( inSize, itsSize ) );
     RetireMMap();
@@ -318,7 +323,7 @@ void XMappedFileMemoryBlock::ReadFromTempFile( USize64 inSize )
     CheckViewIntact();
     const XMove move( *this );
     Unmap();
-    auto storage = MakeStorage( GetManager().MakePageFileMapping( inSize ) );
+    auto storage = std::make_unique<XMappedStorage>( GetManager(), inSize );
     MapView( *storage, inSize, XFileMappingBase::kPageReadWrite );
     const XSpillRange& range = *fileMapping->GetRange();
     const USize64 size = std::min( itsSize, inSize );

@@ -2,8 +2,10 @@
 
 #include "Memory/XMemoryManager.h"
 #include "Memory/XResourceTracker.h"
+#include "Memory/XSpareViews.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -16,7 +18,14 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
     XResourceTracker::RsrcAllocated( kKind, bytes ); // nothing may fail once there is a view
     try
     {
-        itsReservation.SetAround( bytes, [&] { itsMapping->MapView( inSize, inAccess ); } );
+        const auto map = [&]
+        {
+            if ( !itsMapping )
+                itsMapping = itsManager.MakePageFileMapping( itsPageFileSize );
+            itsMapping->MapView( inSize, inAccess );
+        };
+        if ( !TakeSpareView( inSize ) )
+            itsReservation.SetAround( bytes, map );
     }
     catch ( ... )
     {
@@ -25,6 +34,20 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
     }
     itsViewData = itsMapping->GetViewData();
     itsViewSize = inSize;
+}
+
+/// What was in it is nobody's business.
+bool XMappedStorage::TakeSpareView( USize64 inSize )
+{
+    if ( itsMapping || inSize != itsPageFileSize )
+        return false;
+    XSpareView view = itsManager.TakeSpareView( inSize );
+    if ( !view.mapping )
+        return false;
+    std::memset( view.mapping->GetViewData(), 0, inSize );
+    itsMapping = std::move( view.mapping );
+    itsReservation.Adopt( view.bytes );
+    return true;
 }
 
 bool XMappedStorage::ResizeView( USize64 inSize )
@@ -50,4 +73,13 @@ void XMappedStorage::UnmapView()
     itsMapping->UnmapView();
     XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
     itsReservation.Set( 0 );
+}
+
+void XMappedStorage::GiveUpView()
+{
+    if ( !GetViewData() || itsPageFileSize == 0 )
+        return UnmapView();
+    XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
+    itsViewData = nullptr;
+    itsManager.KeepSpareView( { std::move( itsMapping ), itsViewSize, itsReservation.Release() } );
 }

@@ -11,6 +11,7 @@
 #include "Memory/XPurgeableBlocks.h"
 #include "Memory/XRegionQueries.h"
 #include "Memory/XRoomWaiters.h"
+#include "Memory/XSpareViews.h"
 #include "Memory/XSpillPlace.h"
 #include "Services/XSessionLogManager.h"
 #include "Threads/XThreadLock.h"
@@ -50,7 +51,7 @@ std::int64_t GetMillisecondsSince( std::int64_t inTicks )
 XMemoryManager::XMemoryManager( XRole inRole )
     : itsPrevious( sStandIn.load() ), itsBlocks( std::make_unique<XPurgeableBlocks>() ),
       itsBudget( std::make_unique<XMemoryBudget>( GetDefaultBudget() ) ),
-      itsRoomWaiters( std::make_unique<XRoomWaiters>() ),
+      itsRoomWaiters( std::make_unique<XRoomWaiters>() ), itsSpareViews( std::make_unique<XSpareViews>() ),
       itsSpillPlace( std::make_unique<XSpillPlace>( *this ) ),
       itsPageHeap( std::make_unique<XPageHeap>( *this ) )
 {
@@ -79,6 +80,7 @@ XMemoryManager* XMemoryManager::GetManager()
 void XMemoryManager::SetBudget( USize64 inBytes )
 {
     itsBudget->SetLimit( inBytes );
+    ReleaseSpareViews( itsBudget->GetShortage( 0 ) );
     itsRoomWaiters->SomethingChanged();
 }
 
@@ -140,7 +142,8 @@ void XMemoryManager::AboutToAllocate( USize64 inSize )
     {
         if ( inSize > GetBudget() )
             XThrow( kErrorOutOfMemory );
-        if ( !MakeRoom( itsBudget->GetShortage( inSize ), search ) && !WaitForRoom( search ) )
+        const USize64 shortage = itsBudget->GetShortage( inSize );
+        if ( !ReleaseSpareViews( shortage ) && !MakeRoom( shortage, search ) && !WaitForRoom( search ) )
             ThrowNoRoom( search );
         search.waiter.BeginAttempt();
     }
@@ -279,6 +282,7 @@ USize64 XMemoryManager::FreeMemory( USize64 inBytes, std::uint32_t inFlags )
 {
     if ( !( inFlags & kFreeWithoutLogEntry ) )
         XSessionLogManager::Log( kLogInformation, "Memory low - freeing memory to make space" );
+    ReleaseSpareViews( itsBudget->GetSpare() );
     if ( inFlags & ( kFreeBelowAddress | kFreeAboveAddress ) )
     {
         const USize64 below = inFlags & kFreeBelowAddress ? FreeBlocksInRange( 0, inBytes ) : 0;
@@ -513,6 +517,55 @@ XMemoryManager::XTransit::XTransit( XMemoryManager& ioManager ) : itsWaiters( *i
 XMemoryManager::XTransit::~XTransit()
 {
     itsWaiters.EndTransit();
+}
+
+/// Where too much is in use, others want it more.
+void XMemoryManager::KeepSpareView( XSpareView inView )
+{
+    const USize64 maxBytes = std::min( kMaxSpareBytes, GetBudget() / 16 );
+    const USize64 bytes = inView.bytes;
+    itsBudget->Spare( bytes );
+    if ( bytes > maxBytes || itsBudget->GetShortage( 0 ) > 0 )
+        return Release( std::move( inView ) );
+    while ( !itsSpareViews->Keep( inView ) )
+        Release( itsSpareViews->TakeOldest() );
+    while ( itsBudget->GetSpare() > maxBytes && ReleaseSpareViews( 1 ) )
+    {
+    }
+    itsRoomWaiters->SomethingChanged();
+}
+
+XSpareView XMemoryManager::TakeSpareView( USize64 inSize )
+{
+    XSpareView view = itsSpareViews->Take( inSize );
+    if ( view.mapping )
+        itsBudget->Reuse( view.bytes );
+    return view;
+}
+
+void XMemoryManager::Release( XSpareView inView )
+{
+    inView.mapping.reset();
+    itsBudget->GiveSpare( inView.bytes );
+    itsRoomWaiters->SomethingChanged();
+}
+
+/// Returns whether there was something to release.
+bool XMemoryManager::ReleaseSpareViews( USize64 inBytes )
+{
+    if ( inBytes == 0 || itsBudget->GetSpare() == 0 )
+        return false;
+    const XTransit transit( *this );
+    USize64 released = 0;
+    while ( released < inBytes )
+    {
+        XSpareView view = itsSpareViews->TakeOldest();
+        if ( !view.mapping )
+            break;
+        released += view.bytes;
+        Release( std::move( view ) );
+    }
+    return released > 0;
 }
 
 void XMemoryManager::NotePurge( USize64 inSize )

@@ -17,8 +17,10 @@ class XPageHeap;
 class XPurgeableBlocks;
 class XPurgePolicy;
 class XRoomWaiters;
+class XSpareViews;
 class XSpillPlace;
 class XSpillRange;
+struct XSpareView;
 
 /// Keeps the memory of the process's blocks inside a budget and frees memory and address space when they run short, by
 /// purging blocks that nobody has locked and then by asking its listeners.
@@ -33,6 +35,10 @@ class XSpillRange;
 /// from the heap. A thread may lock the memory mutex while it holds the allocation mutex, not the other way
 /// round. Blocks whose mutex another thread holds are passed over.
 /// Errors: 1012 where neither blocks nor listeners can free what is needed; see `AboutToAllocate`.
+///
+/// Of the memory that mapped blocks give up a small part (at most `kMaxSpareBytes` and a sixteenth of the budget) is kept
+/// for the next blocks of the same size. It is not in use, but stays inside the budget, and is the first to be given back
+/// to the system when room or address space is lacking.
 /// Units: bytes.
 class KORVALE_API XMemoryManager
 {
@@ -90,6 +96,9 @@ public:
 
     /// How long a lock is waited for, in milliseconds.
     static constexpr std::uint32_t kDefaultPatience = 10'000;
+
+    /// The most memory that is kept for blocks to come.
+    static constexpr USize64 kMaxSpareBytes = 16 * 1024 * 1024;
 
     virtual ~XMemoryManager();
     XMemoryManager( const XMemoryManager& ) = delete;
@@ -197,6 +206,11 @@ public:
     void NotePurge( USize64 inSize );
     void NoteReload( USize64 inSize );
 
+    /// Takes over a view of the page file, with its share of the budget, that a block has given up while it is in transit.
+    void KeepSpareView( XSpareView inView );
+    /// A view of `inSize` bytes with its share of the budget and with the bytes that are in it, if one is kept.
+    XSpareView TakeSpareView( USize64 inSize );
+
     /// Writes the bytes of a block that is purged to a range of the temporary file, which they keep until the range goes.
     /// Throws what the disk refuses; as much or more is refused with the same error, without another try, for a second.
     std::unique_ptr<XSpillRange> Spill( const void* inData, USize64 inSize );
@@ -253,6 +267,8 @@ private:
 
     class XNoRoomException;
 
+    void Release( XSpareView inView );
+    bool ReleaseSpareViews( USize64 inBytes );
     bool MakeRoom( USize64 inBytes, XRoomSearch& ioSearch );
     USize64 PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch );
     bool WaitForRoom( XRoomSearch& ioSearch );
@@ -276,6 +292,7 @@ private:
     XMutex itsAllocationMutex;
     const std::unique_ptr<XMemoryBudget> itsBudget;
     const std::unique_ptr<XRoomWaiters> itsRoomWaiters;
+    const std::unique_ptr<XSpareViews> itsSpareViews;
     const std::unique_ptr<XSpillPlace> itsSpillPlace;
     const std::unique_ptr<XPageHeap> itsPageHeap; // gives back what is left in it, so it goes first
     std::atomic<std::uint32_t> itsPatience = kDefaultPatience;

@@ -3,6 +3,7 @@
 #include "Core/XTypes.h"
 
 #include <algorithm>
+#include <utility>
 
 class XMemoryManager;
 
@@ -43,6 +44,10 @@ public:
 
     /// Takes over what the other has reserved.
     void Swap( XMemoryReservation& ioOther );
+
+    /// Leaves the bytes to somebody else, who has to give them back, and takes over such bytes.
+    USize64 Release() { return std::exchange( itsBytes, 0 ); }
+    void Adopt( USize64 inBytes ) { itsBytes += inBytes; }
 
 private:
     XMemoryManager& itsManager;
