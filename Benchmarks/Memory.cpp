@@ -260,9 +260,10 @@ void WriteHandle( benchmark::State& ioState )
 
 } // namespace
 
-BENCHMARK( LockMutex );
-BENCHMARK( LockHandle<XMemoryHandle> );
-BENCHMARK( LockHandle<XMappedFileMemoryHandle> );
+// Two threads have a mutex or a handle each: compare the processor times.
+BENCHMARK( LockMutex )->Threads( 1 )->Threads( 2 );
+BENCHMARK( LockHandle<XMemoryHandle> )->Threads( 1 )->Threads( 2 );
+BENCHMARK( LockHandle<XMappedFileMemoryHandle> )->Threads( 1 )->Threads( 2 );
 BENCHMARK( FillMalloc )->Arg( 1 )->Arg( 64 );
 BENCHMARK( FillHandle<XMemoryHandle> )->Arg( 1 )->Arg( 64 );
 BENCHMARK( FillHandle<XMappedFileMemoryHandle> )->Arg( 1 )->Arg( 64 );

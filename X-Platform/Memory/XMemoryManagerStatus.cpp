@@ -1,5 +1,6 @@
 #include "Core/XException.h"
 #include "Memory/XMappedFileMemoryHandle.h"
+#include "Memory/XMemoryBudget.h"
 #include "Memory/XRegionQueries.h"
 #include "Memory/XResourceTracker.h"
 #include "Threads/XLock.h"
@@ -46,6 +47,7 @@ XString XMemoryManager::GetDebugStatus()
     addLine( "budget", figures.budget );
     addLine( "bytes in use", figures.bytesInUse );
     addLine( "peak bytes in use", figures.peakBytes );
+    addLine( "bytes kept for new blocks", itsBudget->GetSpare() );
     addLine( "purgeable blocks", figures.purgeableBlocks );
     addLine( "largest purgeable block", GetLargestPurgeableBlockSize() );
     addLine( "blocks purged", figures.purges );
