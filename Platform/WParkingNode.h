@@ -1,13 +1,14 @@
 #pragma once
 
 #include "WDeadline.h"
+#include "WThreadAlert.h"
 #include "WThreadID.h"
 #include "WWaitResult.h"
 
 #include <atomic>
 
 /// One waiting thread in a WParkingQueue. Lives on the stack of that thread for the length of its wait.
-class WParkingNode
+class WParkingNode : private WAlertableWait
 {
 public:
     WParkingNode() : itsThreadID( WThreadID::GetCurrent() ) {}
@@ -30,11 +31,10 @@ public:
 
 private:
     friend class WParkingQueue;
-    friend class WThreadAlert;
 
     bool SpinForRelease() const;
     WWaitResult SleepUntilWoken( const WDeadline& inDeadline );
-    void Alert();
+    void Alert() override;
 
     const std::uint32_t itsThreadID;
     const void* itsKey = nullptr;           // guarded by the queue; null while not queued

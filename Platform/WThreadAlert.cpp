@@ -1,7 +1,5 @@
 #include "WThreadAlert.h"
 
-#include "WParkingNode.h"
-
 #include <utility>
 
 namespace
@@ -35,12 +33,12 @@ void WThreadAlert::SetCurrent( WThreadAlert* inAlert )
     sCurrentAlert = inAlert;
 }
 
-bool WThreadAlert::BeginWait( WParkingNode& inNode )
+bool WThreadAlert::BeginWait( WAlertableWait& inWait )
 {
     const std::lock_guard lock( itsMutex );
     if ( std::exchange( itsHasRung, false ) )
         return false;
-    itsWaitingOn = &inNode;
+    itsWaitingOn = &inWait;
     return true;
 }
 

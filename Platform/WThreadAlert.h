@@ -4,7 +4,17 @@
 
 #include <mutex>
 
-class WParkingNode;
+/// A wait of a thread that a WThreadAlert can end.
+class WAlertableWait
+{
+public:
+    /// Ends the wait, or makes it end as soon as it begins to sleep. Called by the alerting thread, only between
+    /// `WThreadAlert::BeginWait` and `EndWait`.
+    virtual void Alert() = 0;
+
+protected:
+    ~WAlertableWait() = default;
+};
 
 /// The bell of one thread. Whoever rings it ends the thread's alertable wait, or, when the thread is not in
 /// one, the next one it begins: a ring is kept until a wait has heard it, so none is lost between a test and
@@ -27,15 +37,15 @@ public:
     static WThreadAlert* GetCurrent();
     static void SetCurrent( WThreadAlert* inAlert );
 
-private:
-    friend class WParkingNode;
+    /// Lets `Alert` end `inWait`. Returns false, and takes the ring, when the bell has rung already: then the thread
+    /// does not wait. On the thread itself.
+    bool BeginWait( WAlertableWait& inWait );
 
-    /// Lets `Alert` end the wait on `inNode`. Returns false, and takes the ring, when the bell has rung
-    /// already.
-    bool BeginWait( WParkingNode& inNode );
+    /// Called when the wait is over, whether or not it was a ring that ended it.
     void EndWait( bool inHasHeard );
 
+private:
     std::mutex itsMutex;
-    bool itsHasRung = false;              // guarded by itsMutex
-    WParkingNode* itsWaitingOn = nullptr; // guarded by itsMutex
+    bool itsHasRung = false;                // guarded by itsMutex
+    WAlertableWait* itsWaitingOn = nullptr; // guarded by itsMutex
 };

@@ -1,0 +1,146 @@
+#include "Sockets/WSocket.h"
+
+#include "Sockets/Internal/WSocketSpin.h"
+#include "Sockets/WSocketAlert.h"
+#include "WThread.h"
+
+namespace
+{
+
+bool WouldBlock( const WSocket::Outcome& inOutcome )
+{
+    return inOutcome.status == WSocket::kFailed && inOutcome.error == WSocket::kErrorWouldBlock;
+}
+
+/// Lets an alert of the calling thread end its wait on a socket.
+class AlertableScope
+{
+public:
+    explicit AlertableScope( WThreadAlert* inThread )
+        : itsThread( inThread ), itsIsWaiting( inThread && inThread->BeginWait( WSocketAlert::GetCurrent() ) )
+    {
+    }
+    AlertableScope( const AlertableScope& ) = delete;
+    AlertableScope& operator=( const AlertableScope& ) = delete;
+    ~AlertableScope()
+    {
+        if ( !itsIsWaiting )
+            return;
+        itsThread->EndWait( itsHasHeard );
+        if ( itsHasHeard )
+            WSocketAlert::GetCurrent().Clear();
+    }
+
+    /// Whether the thread had been alerted before it began to wait.
+    bool WasAlerted() const { return itsThread && !itsIsWaiting; }
+    void SetHasHeard() { itsHasHeard = true; }
+
+private:
+    WThreadAlert* const itsThread;
+    const bool itsIsWaiting;
+    bool itsHasHeard = false;
+};
+
+} // namespace
+
+// ---- Operations: each tries, tries again for a moment, and sleeps until the socket is ready
+
+template<class TTry>
+WSocket::Outcome WSocket::Repeat( Direction inDirection, const WDeadline& inDeadline, TTry inTry )
+{
+    Outcome outcome = inTry();
+    if ( !WouldBlock( outcome ) )
+        return outcome;
+    if ( inDeadline.HasPassed() )
+        return { kTimedOut };
+    outcome = Spin( inTry );
+    while ( WouldBlock( outcome ) )
+    {
+        const WWaitResult result = Wait( inDirection, inDeadline );
+        if ( result == kWaitAlerted )
+            return { kAlerted };
+        outcome = inTry();
+        if ( result == kWaitTimedOut && WouldBlock( outcome ) )
+            return { kTimedOut };
+    }
+    return outcome;
+}
+
+/// Gives way to other threads of the processor in between: the peer may be one of them.
+template<class TTry>
+WSocket::Outcome WSocket::Spin( TTry inTry )
+{
+    WSocketSpin spin;
+    while ( spin.HasTurn() )
+    {
+        WThread::Yield();
+        const Outcome outcome = inTry();
+        if ( WouldBlock( outcome ) )
+            continue;
+        spin.SetSucceeded();
+        return outcome;
+    }
+    return { kFailed, 0, kErrorWouldBlock };
+}
+
+WSocket::Outcome WSocket::Accept( WSocketPtr& outConnection, const WDeadline& inDeadline )
+{
+    return Repeat( kForReading, inDeadline, [&] { return TryAccept( outConnection ); } );
+}
+
+WSocket::Outcome WSocket::FinishConnecting( const WDeadline& inDeadline )
+{
+    return Repeat( kForWriting, inDeadline, [&] { return TryFinishConnecting(); } );
+}
+
+WSocket::Outcome WSocket::Send( const void* inBytes, USize inCount, const WDeadline& inDeadline )
+{
+    return Repeat( kForWriting, inDeadline, [&] { return TrySend( inBytes, inCount ); } );
+}
+
+WSocket::Outcome WSocket::Receive( void* outBytes, USize inCount, const WDeadline& inDeadline )
+{
+    return Repeat( kForReading, inDeadline, [&] { return TryReceive( outBytes, inCount, false ); } );
+}
+
+WSocket::Outcome WSocket::Peek( void* outBytes, USize inCount, const WDeadline& inDeadline )
+{
+    return Repeat( kForReading, inDeadline, [&] { return TryReceive( outBytes, inCount, true ); } );
+}
+
+void WSocket::Interrupt()
+{
+    itsIsInterrupted =
+        true; // before the connection ends: a wait that this does not reach begins later, and looks
+    EndConnection();
+}
+
+WWaitResult WSocket::Wait( Direction inDirection, const WDeadline& inDeadline )
+{
+    AlertableScope scope( WThreadAlert::GetCurrent() );
+    if ( scope.WasAlerted() )
+        return kWaitAlerted;
+    if ( itsIsInterrupted )
+        return kWaitSucceeded;
+    const WWaitResult result =
+        SleepUntilReady( inDirection, inDeadline, WThreadAlert::GetCurrent() != nullptr );
+    if ( result == kWaitAlerted )
+        scope.SetHasHeard();
+    return result;
+}
+
+bool WSocket::IsShortage( std::uint32_t inError )
+{
+    switch ( inError )
+    {
+    case 4:     // ERROR_TOO_MANY_OPEN_FILES
+    case 8:     // ERROR_NOT_ENOUGH_MEMORY
+    case 14:    // ERROR_OUTOFMEMORY
+    case 1450:  // ERROR_NO_SYSTEM_RESOURCES
+    case 10024: // WSAEMFILE
+    case kErrorNoBuffers:
+        return true;
+    default:
+        return false;
+    }
+}

@@ -1,0 +1,366 @@
+#include "Sockets/WSocket.h"
+
+#include "Sockets/Internal/WSocketHeaders.h"
+#include "Sockets/WSocketAlert.h"
+#include "Sockets/WSystemAddress.h"
+
+#include "Core/XFail.h"
+#include "WSystemError.h"
+
+#include <algorithm>
+#include <climits>
+#include <mutex>
+#include <utility>
+
+#include <mstcpip.h>
+#include <windows.h>
+
+#include "WNoSystemMacros.h" // needs to be behind the headers above
+
+namespace
+{
+
+/// An event object, or none.
+class Event
+{
+public:
+    explicit Event( bool inResetByHand ) : itsHandle( CreateEventW( nullptr, inResetByHand, FALSE, nullptr ) )
+    {
+        if ( !itsHandle )
+            XThrowLastSystemError();
+    }
+    Event( Event&& inOther ) noexcept : itsHandle( std::exchange( inOther.itsHandle, nullptr ) ) {}
+    Event& operator=( Event&& ) = delete;
+    ~Event()
+    {
+        if ( itsHandle )
+            CloseHandle( itsHandle );
+    }
+
+    void Set() const { SetEvent( itsHandle ); }
+    bool IsSet() const { return WaitForSingleObject( itsHandle, 0 ) == WAIT_OBJECT_0; }
+    operator HANDLE() const { return itsHandle; }
+
+private:
+    HANDLE itsHandle;
+};
+
+/// A socket that is closed at the end of its life.
+class OwnSocket
+{
+public:
+    explicit OwnSocket( SOCKET inSocket ) : itsSocket( inSocket ) {}
+    OwnSocket( OwnSocket&& inOther ) noexcept
+        : itsSocket( std::exchange( inOther.itsSocket, INVALID_SOCKET ) )
+    {
+    }
+    OwnSocket& operator=( OwnSocket&& ) = delete;
+    ~OwnSocket()
+    {
+        if ( itsSocket != INVALID_SOCKET )
+            closesocket( itsSocket );
+    }
+    operator SOCKET() const { return itsSocket; }
+
+private:
+    SOCKET itsSocket;
+};
+
+} // namespace
+
+// The system has one event per socket, for everything that happens, while one thread may wait to receive and another to
+// send. Whichever sees that event first takes down what has happened and passes it on to the event of each direction.
+
+struct WSocket::System
+{
+    explicit System( SOCKET inSocket ) : socket( inSocket ) {}
+    System( System&& ) noexcept = default;
+
+    /// What the system tells of the socket goes to `happened`. Makes the socket non-blocking too.
+    bool Watch() const
+    {
+        return WSAEventSelect( socket, happened, FD_READ | FD_WRITE | FD_ACCEPT | FD_CONNECT | FD_CLOSE ) ==
+            0;
+    }
+
+    void NoteEvents() const
+    {
+        WSANETWORKEVENTS events{};
+        if ( WSAEnumNetworkEvents( socket, happened, &events ) != 0 )
+            return;
+        if ( events.lNetworkEvents & ( FD_READ | FD_ACCEPT ) )
+            ready[kForReading].Set();
+        if ( events.lNetworkEvents & ( FD_WRITE | FD_CONNECT ) )
+            ready[kForWriting].Set();
+        if ( !( events.lNetworkEvents & FD_CLOSE ) )
+            return;
+        ended[kForReading].Set();
+        if ( events.iErrorCode[FD_CLOSE_BIT] != 0 ) // else the peer may still receive
+            ended[kForWriting].Set();
+    }
+
+    OwnSocket socket;
+    Event happened{ true };
+    Event ready[2]{ Event( false ), Event( false ) }; // each lets one wait end
+    Event ended[2]{ Event( true ), Event( true ) };   // no operation of the direction waits any more
+};
+
+namespace
+{
+
+std::uint32_t TakeSocketError()
+{
+    const int error = WSAGetLastError();
+    WSASetLastError( 0 );
+    return static_cast<std::uint32_t>( error );
+}
+
+WSocket::Outcome ToOutcome( int inResult )
+{
+    if ( inResult < 0 )
+        return { WSocket::kFailed, 0, TakeSocketError() };
+    return { WSocket::kDone, static_cast<USize>( inResult ) };
+}
+
+sockaddr_in ToSystem( const WSocket::Address& inAddress )
+{
+    sockaddr_in address;
+    WSystemAddress::Set( address, inAddress.ip, inAddress.port );
+    return address;
+}
+
+template<class TCall>
+WSocket::Address AskAddress( SOCKET inSocket, TCall inCall )
+{
+    sockaddr_in address{};
+    int size = sizeof( address );
+    if ( inCall( inSocket, reinterpret_cast<sockaddr*>( &address ), &size ) != 0 )
+        return {};
+    return { WSystemAddress::GetIP( address ), WSystemAddress::GetPort( address ) };
+}
+
+void SetFlag( SOCKET inSocket, int inLevel, int inName )
+{
+    const BOOL isOn = TRUE;
+    setsockopt( inSocket, inLevel, inName, reinterpret_cast<const char*>( &isOn ), sizeof( isOn ) );
+}
+
+SOCKET OpenSocket()
+{
+    WStartSockets();
+    const SOCKET opened =
+        WSASocketW( AF_INET, SOCK_STREAM, IPPROTO_TCP, nullptr, 0, WSA_FLAG_NO_HANDLE_INHERIT );
+    if ( opened == INVALID_SOCKET )
+        XThrowLastSystemError();
+    return opened;
+}
+
+int ToCount( USize inCount )
+{
+    return static_cast<int>( std::min<USize>( inCount, INT_MAX ) );
+}
+
+} // namespace
+
+void WStartSockets()
+{
+    static const int sError = []
+    {
+        WSADATA data;
+        return WSAStartup( MAKEWORD( 2, 2 ), &data );
+    }();
+    if ( sError == 0 )
+        return;
+    WSystemError::SetLast( static_cast<std::uint32_t>( sError ) );
+    XThrowLastSystemError();
+}
+
+// ---- Life
+
+WSocket::WSocket() : WSocket( System( OpenSocket() ) ) {}
+
+WSocket::WSocket( System&& inSystem ) : itsSystem( std::make_unique<System>( std::move( inSystem ) ) )
+{
+    SetFlag( itsSystem->socket, IPPROTO_TCP, TCP_NODELAY );
+    if ( !itsSystem->Watch() )
+        XThrowLastSystemError();
+}
+
+WSocket::~WSocket() = default;
+
+// ---- Server side
+
+/// A port of which the system only remembers old connections is free without an option; the option that would be asked
+/// for elsewhere gives away the port of another listener here.
+WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
+{
+    SetFlag( itsSystem->socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE );
+    const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
+    return ToOutcome(
+        bind( itsSystem->socket, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
+}
+
+WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
+{
+    return ToOutcome( listen( itsSystem->socket, ToCount( inBacklog ) ) );
+}
+
+WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
+{
+    if ( itsIsInterrupted )
+        return { kFailed, 0, kErrorAborted };
+    System accepted( accept( itsSystem->socket, nullptr, nullptr ) );
+    if ( accepted.socket != INVALID_SOCKET )
+    {
+        outConnection.reset( new WSocket( std::move( accepted ) ) );
+        return {};
+    }
+    const std::uint32_t error = TakeSocketError();
+    // A connection that ended while it waited to be accepted.
+    return { kFailed, 0, error == kErrorReset || error == kErrorAborted ? kErrorWouldBlock : error };
+}
+
+// ---- Client side
+
+WSocket::Outcome WSocket::StartConnecting( const Address& inAddress )
+{
+    const sockaddr_in address = ToSystem( inAddress );
+    return ToOutcome(
+        connect( itsSystem->socket, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
+}
+
+WSocket::Outcome WSocket::TryFinishConnecting()
+{
+    if ( itsIsInterrupted )
+        return { kFailed, 0, kErrorAborted };
+    fd_set connected, failed;
+    FD_ZERO( &connected );
+    FD_SET( SOCKET( itsSystem->socket ), &connected );
+    failed = connected;
+    timeval noTime{};
+    if ( select( 0, nullptr, &connected, &failed, &noTime ) == 0 )
+        return { kFailed, 0, kErrorWouldBlock };
+    int error = 0;
+    int size = sizeof( error );
+    getsockopt( itsSystem->socket, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>( &error ), &size );
+    if ( error == 0 && FD_ISSET( SOCKET( itsSystem->socket ), &failed ) )
+        error = WSAECONNREFUSED;
+    return error == 0 ? Outcome{} : Outcome{ kFailed, 0, static_cast<std::uint32_t>( error ) };
+}
+
+// ---- Transfer
+
+WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
+{
+    if ( itsIsInterrupted )
+        return { kFailed, 0, kErrorAborted };
+    return ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToCount( inCount ), 0 ) );
+}
+
+WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek )
+{
+    if ( itsIsInterrupted )
+        return {};
+    const int flags = inPeek ? MSG_PEEK : 0;
+    const Outcome outcome =
+        ToOutcome( recv( itsSystem->socket, static_cast<char*>( outBytes ), ToCount( inCount ), flags ) );
+    if ( inPeek && outcome.error == WSAEMSGSIZE ) // there is more than was asked for
+        return { kDone, inCount };
+    return outcome;
+}
+
+/// The system has no wait for this, so it looks now and then.
+WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadline )
+{
+    constexpr std::uint32_t kPeriodMs = 10;
+    for ( ;; )
+    {
+        itsSystem->NoteEvents();
+        if ( GetWaitingBytes() > inCount )
+            return { kDone, 1 };
+        if ( itsSystem->ended[kForReading].IsSet() )
+            return {};
+        if ( inDeadline.HasPassed() )
+            return { kTimedOut };
+        const std::uint32_t period = std::min( inDeadline.GetMillisecondsLeft(), kPeriodMs );
+        if ( Wait( kForPeeking, WDeadline( period ) ) == kWaitAlerted )
+            return { kAlerted };
+    }
+}
+
+std::uint32_t WSocket::GetWaitingBytes() const
+{
+    u_long count = 0;
+    return ioctlsocket( itsSystem->socket, FIONREAD, &count ) == 0 ? count : 0;
+}
+
+// ---- End
+
+void WSocket::ShutDownSending()
+{
+    shutdown( itsSystem->socket, SD_SEND );
+}
+
+void WSocket::EndConnection()
+{
+    shutdown( itsSystem->socket, SD_BOTH );
+    for ( const Event& ended : itsSystem->ended )
+        ended.Set();
+}
+
+WWaitResult WSocket::SleepUntilReady( Direction inDirection, const WDeadline& inDeadline, bool )
+{
+    enum : DWORD
+    {
+        kEnded = WAIT_OBJECT_0,
+        kAlert,
+        kReady,
+        kHappened
+    };
+    const bool isPeeking = inDirection == kForPeeking; // then what has arrived must not end the wait
+    const Direction direction = isPeeking ? kForReading : inDirection;
+    const HANDLE alert =
+        reinterpret_cast<HANDLE>( WSocketAlert::GetCurrent().GetHandle() ); // never rings unless alertable
+    const HANDLE events[] = {
+        itsSystem->ended[direction], alert, itsSystem->ready[direction], itsSystem->happened };
+    for ( ;; )
+    {
+        const DWORD count = isPeeking ? 2 : 4;
+        switch ( WaitForMultipleObjects( count, events, FALSE, inDeadline.GetMillisecondsLeft() ) )
+        {
+        case kHappened:
+            itsSystem->NoteEvents();
+            break;
+        case kAlert:
+            return kWaitAlerted;
+        case WAIT_TIMEOUT:
+            return kWaitTimedOut;
+        default:
+            return kWaitSucceeded;
+        }
+    }
+}
+
+// ---- Properties
+
+WSocket::Address WSocket::GetLocalAddress() const
+{
+    return AskAddress( itsSystem->socket, getsockname );
+}
+
+WSocket::Address WSocket::GetPeerAddress() const
+{
+    return AskAddress( itsSystem->socket, getpeername );
+}
+
+WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMs )
+{
+    constexpr ULONG kIntervalMs = 1000;
+    tcp_keepalive values{};
+    if ( inIdleMs != kNoTimeout )
+        values = { 1, std::max<ULONG>( inIdleMs, 1 ), kIntervalMs };
+    DWORD returned = 0;
+    return ToOutcome( WSAIoctl(
+        itsSystem->socket, SIO_KEEPALIVE_VALS, &values, sizeof( values ), nullptr, 0, &returned, nullptr,
+        nullptr ) );
+}
