@@ -150,6 +150,16 @@
 #include "Pivot/XPivotUnknownColumn.h"
 #include "Pivot/XPivotVersionColumn.h"
 
+// Network
+#include "Network/RegisterNetworkClasses.h"
+#include "Network/XEncryptedNetStream.h"
+#include "Network/XEncryption.h"
+#include "Network/XNetAddress.h"
+#include "Network/XNetEndpoint.h"
+#include "Network/XNetEndpointImp.h"
+#include "Network/XNetStream.h"
+#include "Network/XSocketsTCPEndpointImp.h"
+
 // Startup
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"

@@ -15,6 +15,7 @@ enum XClassNumber : std::uint32_t
     kClassString = 35,
     kClassTime = 44,
     kClassStream = 0x31, ///< the stream format itself
+    kClassNetAddress = 538,
 
     kClassPivotColumnDescriptor = 1452,
     kClassPivotColumn = 1453,

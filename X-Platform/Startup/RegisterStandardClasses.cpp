@@ -2,6 +2,7 @@
 #include "Jobs/RegisterJobsClasses.h"
 #include "Memory/RegisterMemoryClasses.h"
 #include "Messaging/RegisterMessagingClasses.h"
+#include "Network/RegisterNetworkClasses.h"
 #include "Pivot/RegisterPivotClasses.h"
 
 void XClassRegistry::RegisterStandardClasses()
@@ -11,4 +12,5 @@ void XClassRegistry::RegisterStandardClasses()
     RegisterJobsClasses();
     RegisterMemoryClasses();
     RegisterPivotClasses();
+    RegisterNetworkClasses();
 }

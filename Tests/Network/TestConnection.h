@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Network/XNetEndpoint.h"
+#include "TestErrors.h"
+#include "Threads/TestThread.h"
+
+#include <memory>
+
+/// An endpoint that listens on a free port of this machine.
+class TestListener
+{
+public:
+    TestListener() { itsEndpoint.Bind( 0 ); }
+
+    XNetAddress GetAddress() const
+    {
+        return XNetAddress::GetLoopBackAddress( itsEndpoint.GetLocalAddress().GetPort() );
+    }
+    std::unique_ptr<XNetEndpoint> Accept() { return std::unique_ptr<XNetEndpoint>( itsEndpoint.Listen() ); }
+    XNetEndpoint& operator*() { return itsEndpoint; }
+    XNetEndpoint* operator->() { return &itsEndpoint; }
+
+private:
+    XNetEndpoint itsEndpoint;
+};
+
+/// Two endpoints that are connected with each other.
+struct TestConnection
+{
+    TestConnection()
+    {
+        TestListener listener;
+        client.Connect( listener.GetAddress(), kPatience );
+        server = listener.Accept();
+    }
+
+    XNetEndpoint client;
+    std::unique_ptr<XNetEndpoint> server;
+};

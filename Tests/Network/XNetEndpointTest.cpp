@@ -1,0 +1,364 @@
+#include "TestConnection.h"
+
+#include "Core/XMemStream.h"
+#include "Core/XStreamVectors.h"
+#include "Core/XTimer.h"
+#include "Network/XSocketsTCPEndpointImp.h"
+
+#include <cstring>
+#include <vector>
+
+namespace
+{
+
+using State = XNetEndpoint;
+
+std::string ReceiveText( XNetEndpoint& inEndpoint, std::uint32_t inCount )
+{
+    std::string text( inCount, ' ' );
+    inEndpoint.ReceiveData( text.data(), inCount, kPatience );
+    return text;
+}
+
+void SendText( XNetEndpoint& inEndpoint, const std::string& inText )
+{
+    inEndpoint.SendData( inText.data(), static_cast<std::uint32_t>( inText.size() ), kPatience );
+}
+
+/// Sends until the connection takes no more: 3105.
+void FillUp( XNetEndpoint& inEndpoint )
+{
+    const std::vector<char> bytes( 65536 );
+    for ( ;; )
+        inEndpoint.SendData( bytes.data(), 65536, 0 );
+}
+
+/// An address of this machine on which nobody listens.
+XNetAddress GetDeafAddress()
+{
+    return TestListener().GetAddress();
+}
+
+} // namespace
+
+TEST( XNetEndpointTest, MovesBytesBothWays )
+{
+    TestConnection connection;
+    EXPECT_EQ( connection.client.GetState(), State::kStateConnected );
+    EXPECT_EQ( connection.server->GetState(), State::kStateConnected );
+    SendText( connection.client, "hello" );
+    EXPECT_EQ( ReceiveText( *connection.server, 5 ), "hello" );
+
+    std::vector<std::uint32_t> sent( 1'000'003 ), received( sent.size() );
+    for ( std::size_t i = 0; i < sent.size(); ++i )
+        sent[i] = static_cast<std::uint32_t>( i * 2654435761u );
+    const auto size = static_cast<std::uint32_t>( sent.size() * 4 );
+    RunTogether(
+        [&] { connection.server->SendData( sent.data(), size, kPatience ); },
+        [&] { connection.client.ReceiveData( received.data(), size, kPatience ); } );
+    EXPECT_EQ( received, sent );
+    EXPECT_EQ( connection.server->GetTotalBytesWritten(), size );
+    EXPECT_EQ( connection.client.GetTotalBytesRead(), size );
+    EXPECT_GT( connection.client.GetAvgBytesReadPerSec(), 0u );
+    EXPECT_GT( connection.server->GetAvgBytesWrittenPerSec(), 0u );
+    EXPECT_EQ( connection.client.GetTotalBytesWritten(), 5u );
+}
+
+TEST( XNetEndpointTest, PeeksWithoutTaking )
+{
+    TestConnection connection;
+    SendText( connection.client, "ab" );
+    char bytes[4] = {};
+    EXPECT_EQ( connection.server->PeekAnyData( bytes, 1, kPatience ), 1u );
+    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    TestThread sender(
+        [&]
+        {
+            SendText( connection.client, "cd" );
+            return 0;
+        } );
+    sender.StartThread();
+    connection.server->PeekData( bytes, 4, kPatience );
+    EXPECT_EQ( std::string( bytes, 4 ), "abcd" );
+    EXPECT_EQ( connection.server->GetWaitingBytes(), 4u );
+    EXPECT_EQ( ReceiveText( *connection.server, 4 ), "abcd" );
+    SendText( connection.client, "e" );
+    connection.client.ForceDisconnect();
+    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, kPatience ); } ), 3100u );
+}
+
+TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
+{
+    TestConnection connection;
+    SendText( connection.client, std::string( "a\rb\0c\r\n\r\nrest", 13 ) );
+    const XString line = connection.server->ReceiveLine( "\r\n", kPatience );
+    EXPECT_EQ( line.GetStringView(), std::string_view( "a\rb\0c", 5 ) );
+    EXPECT_EQ( connection.server->ReceiveLine( "\r\n", kPatience ), "" );
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\r\n", 20 ); } ), 3105u );
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "", 0 ); } ), 1013u );
+}
+
+TEST( XNetEndpointTest, KeepsTimeouts )
+{
+    TestConnection connection;
+    char byte = 0;
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 0 ); } ), 3105u );
+    const XTimer timer;
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 30 ); } ), 3105u );
+    EXPECT_GE( timer.GetElapsedMS(), 30 );
+    EXPECT_EQ( ErrorOf( [&] { FillUp( connection.client ); } ), 3105u );
+    EXPECT_EQ( connection.client.GetState(), State::kStateConnected );
+    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 1 ); } ), 3105u );
+    EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
+}
+
+TEST( XNetEndpointTest, TellsWhyItDoesNotConnect )
+{
+    XNetEndpoint endpoint;
+    EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( XNetAddress( 0u, 80 ), kPatience ); } ), 3104u );
+    EXPECT_EQ(
+        ErrorOf( [&] { endpoint.Connect( XNetAddress( "no-such-host.invalid", 80 ), kPatience ); } ), 3104u );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( XNetAddress( 0x7F000001, 65536 ), kPatience ); } ), 1013u );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( GetDeafAddress(), kPatience ); } ), 3106u );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( GetDeafAddress(), kPatience ); } ), 3106u );
+    EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.SendData( "a", 1, 0 ); } ), 3100u );
+    EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
+
+    TestConnection connection;
+    EXPECT_EQ( ErrorOf( [&] { connection.client.Connect( GetDeafAddress(), 0 ); } ), 1006u );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Listen(); } ), 1006u );
+}
+
+/// The first adapter's address is one of this machine on which nobody listens at that port; the second takes connections.
+TEST( XNetEndpointTest, TriesAdaptersInOrder )
+{
+    TestListener listener;
+    const auto makeAddress = [&]( std::initializer_list<std::uint32_t> inAdapters )
+    {
+        XMemStream stream;
+        stream.Write32( 0 );
+        XWriteVector<std::uint32_t>( stream, inAdapters );
+        stream.WriteString( "" );
+        stream.Write32S( listener.GetAddress().GetPort() );
+        stream.SeekTo( 0 );
+        XNetAddress address;
+        address.ReadStreamSelf( stream );
+        return address;
+    };
+    constexpr std::uint32_t kDeaf = 0xFFFFFFFF; // to which no connection can be made
+    constexpr std::uint32_t kLoopBack = 0x7F000001;
+    XNetEndpoint endpoint;
+    endpoint.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience );
+    EXPECT_EQ( endpoint.GetRemoteAddress().GetIPAddress( false ), kLoopBack );
+    XNetEndpoint other;
+    EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kLoopBack } ), kPatience, false ); } ), 3104u );
+    listener->Unbind();
+    EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience ); } ), 3106u );
+}
+
+TEST( XNetEndpointTest, NamesThePortInUse )
+{
+    TestListener listener;
+    const std::int32_t port = listener.GetAddress().GetPort();
+    XNetEndpoint other;
+    try
+    {
+        other.Bind( port );
+        FAIL();
+    }
+    catch ( const XException& error )
+    {
+        EXPECT_EQ( error.GetErrorNumber(), 10048u );
+        EXPECT_NE( MessageOf( error ).find( "port " + std::to_string( port ) ), std::string::npos );
+    }
+    EXPECT_EQ( other.GetState(), State::kStateClosed );
+    listener->Unbind();
+    other.Bind( port );
+    EXPECT_EQ( other.GetState(), State::kStateDisconnected );
+    EXPECT_EQ( other.GetLocalAddress().GetPort(), port );
+}
+
+TEST( XNetEndpointTest, NoticesThatThePeerHasGone )
+{
+    TestConnection connection;
+    SendText( connection.client, "last" );
+    connection.client.ForceDisconnect();
+    EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
+    EXPECT_EQ( ReceiveText( *connection.server, 4 ), "last" );
+    char byte = 0;
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_EQ( connection.server->GetState(), State::kStateDisconnected );
+    EXPECT_EQ( connection.server->GetTotalBytesRead(), 0u );
+}
+
+TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
+{
+    TestConnection connection;
+    SendText( connection.client, "to be read" );
+    SendText( *connection.server, "to be lost" );
+    TestThread client(
+        [&]
+        {
+            connection.client.Disconnect( kPatience );
+            return 0;
+        } );
+    client.StartThread();
+    EXPECT_EQ( ReceiveText( *connection.server, 10 ), "to be read" );
+    EXPECT_EQ( connection.client.GetState(), State::kStateDisconnecting );
+    connection.server->Disconnect( kPatience );
+    client.WaitForTerminate( kPatience );
+    EXPECT_EQ( client.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
+}
+
+/// Every wait ends at once when another thread disconnects, is asked to stop, or to suspend.
+class WaitTest : public testing::TestWithParam<int>
+{
+protected:
+    enum
+    {
+        kReceive,
+        kSend,
+        kPeek,
+        kDisconnect,
+        kListen,
+        kWaits
+    };
+
+    /// Waits on `itsEndpoint` in the way of the parameter.
+    std::int32_t Wait()
+    {
+        char bytes[8];
+        switch ( GetParam() )
+        {
+        case kReceive:
+            itsEndpoint->ReceiveAnyData( bytes, 8, kNoTimeout );
+            break;
+        case kSend:
+            for ( const std::vector<char> block( 65536 );; )
+                itsEndpoint->SendData( block.data(), 65536, kNoTimeout );
+        case kPeek:
+            SendText( *itsConnection.server, "x" );
+            itsEndpoint->PeekData( bytes, 8, kNoTimeout );
+            break;
+        case kDisconnect:
+            itsEndpoint->Disconnect( kNoTimeout );
+            break;
+        default:
+            delete itsEndpoint->Listen();
+        }
+        return 0;
+    }
+
+    /// Gives the thread the time to sleep: what it does then has to work before, too.
+    static void LetItWait() { XThread::SleepCurrentThread( 20 ); }
+
+    TestConnection itsConnection;
+    TestListener itsListener;
+    XNetEndpoint* itsEndpoint = GetParam() == kListen ? &*itsListener : &itsConnection.client;
+    TestThread itsThread{ [this] { return Wait(); } };
+};
+
+TEST_P( WaitTest, EndsWhenAnotherThreadDisconnects )
+{
+    itsThread.StartThread();
+    LetItWait();
+    const XTimer timer;
+    itsEndpoint->ForceDisconnect();
+    itsThread.WaitForTerminate( kPatience );
+    EXPECT_LT( timer.GetElapsedMS(), 5000 );
+    EXPECT_EQ( itsThread.GetThreadReturnCode(), GetParam() == kDisconnect ? 0 : 3100 );
+    EXPECT_EQ( itsEndpoint->GetState(), State::kStateDisconnected );
+}
+
+TEST_P( WaitTest, EndsWhenItsThreadIsToStop )
+{
+    itsThread.StartThread();
+    LetItWait();
+    itsThread.SuspendThread();
+    EXPECT_TRUE( itsThread.IsThreadSuspended() );
+    itsThread.ResumeThread();
+    itsThread.StopThread( 7 );
+    EXPECT_EQ( itsThread.GetThreadReturnCode(), 7 );
+}
+
+INSTANTIATE_TEST_SUITE_P( XNetEndpointTest, WaitTest, testing::Range( 0, 5 ) );
+
+TEST( XNetEndpointTest, EndsAConnectionAttempt )
+{
+    // A listener whose queue is full answers no further attempts.
+    XNetEndpoint listener;
+    listener.Bind( 0, 0 );
+    const XNetAddress address = XNetAddress::GetLoopBackAddress( listener.GetLocalAddress().GetPort() );
+    std::vector<XNetEndpoint> queued( 2 );
+    std::uint32_t number = 0;
+    for ( XNetEndpoint& endpoint : queued )
+        try
+        {
+            endpoint.Connect( address, 200 );
+        }
+        catch ( const XException& error )
+        {
+            number = error.GetErrorNumber();
+        }
+    XNetEndpoint endpoint;
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 50 ); } ), 3105u ) << number;
+    EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
+    TestThread thread(
+        [&]
+        {
+            endpoint.ConnectWithProgress( address, kNoTimeout );
+            return 0;
+        } );
+    thread.StartThread();
+    XThread::SleepCurrentThread( 20 );
+    endpoint.ForceDisconnect();
+    thread.WaitForTerminate( kPatience );
+    EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+    thread.StartThread();
+    XThread::SleepCurrentThread( 20 );
+    thread.StopThread( 5 );
+    EXPECT_EQ( thread.GetThreadReturnCode(), 5 );
+    EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
+}
+
+TEST( XNetEndpointTest, SharesItsConnectionWhenAssigned )
+{
+    TestConnection connection;
+    XNetEndpoint copy;
+    copy = connection.client;
+    SendText( copy, "one" );
+    copy = XNetEndpoint();
+    SendText( connection.client, "two" );
+    EXPECT_EQ( ReceiveText( *connection.server, 6 ), "onetwo" );
+}
+
+TEST( XNetEndpointTest, RemembersItsKeepAliveTime )
+{
+    TestConnection connection;
+    EXPECT_EQ( connection.client.GetKeepAliveTimeMS(), kNoTimeout );
+    for ( const std::uint32_t time : { 0u, 1u, 1500u, 0xFFFFFFFEu, kNoTimeout } )
+    {
+        connection.client.SetKeepAliveTimeMS( time );
+        EXPECT_EQ( connection.client.GetKeepAliveTimeMS(), time );
+    }
+    XNetEndpoint closed;
+    EXPECT_EQ( ErrorOf( [&] { closed.SetKeepAliveTimeMS( 1 ); } ), 3100u );
+}
+
+TEST( XNetEndpointTest, KnowsTheAddressesOfAConnection )
+{
+    TestListener listener;
+    XNetEndpoint client;
+    client.Connect( listener.GetAddress(), kPatience );
+    const auto server = listener.Accept();
+    const XNetAddress local = XNetAddress::GetLocalAddress( 0 );
+    EXPECT_EQ( client.GetRemoteAddress().GetIPAddress( false ), 0x7F000001u );
+    EXPECT_EQ( client.GetRemoteAddress().GetPort(), listener.GetAddress().GetPort() );
+    EXPECT_EQ( server->GetRemoteAddress().GetIPAddress( false ), local.GetIPAddress( false ) );
+    EXPECT_EQ( server->GetRemoteAddress().GetHostName( false ), local.GetHostName( false ) );
+    EXPECT_NE( server->GetRemoteAddress().GetPort(), 0 );
+    EXPECT_EQ( listener->GetLocalAddress().GetHostName( false ), local.GetHostName( false ) );
+}

@@ -1,0 +1,236 @@
+#include "Network/XNetEndpoint.h"
+
+#include "Core/XErrorNumbers.h"
+#include "Core/XException.h"
+#include "Core/XTimer.h"
+#include "Network/XSocketsTCPEndpointImp.h"
+#include "Sockets/WNetwork.h"
+#include "Threads/XStopThreadException.h"
+#include "Threads/XThreadLock.h"
+
+#include <string>
+
+struct XNetEndpoint::XShared
+{
+    explicit XShared( std::unique_ptr<XNetEndpointImp> inImp ) : imp( std::move( inImp ) ) {}
+
+    const std::unique_ptr<XNetEndpointImp> imp;
+    XMutex mutex;                               // of the operations that are done one at a time
+    std::atomic<std::uint32_t> disconnects = 0; // requests to end the connection
+};
+
+namespace
+{
+
+/// The addresses to try, in order.
+XVector<XNetAddress> GetCandidates( const XNetAddress& inAddress, bool inTryAdapters )
+{
+    if ( inAddress.GetIPAddress( true ) != 0 )
+        return { inAddress };
+    XVector<XNetAddress> candidates;
+    if ( inTryAdapters )
+        for ( const std::uint32_t adapter : inAddress.GetLocalIPNetAdapters() )
+            candidates.emplace_back( adapter, inAddress.GetPort() );
+    if ( candidates.empty() )
+        XThrow( kErrorHostNotFound );
+    return candidates;
+}
+
+/// Whether another address may do better: no stop, no abort, no fault of the program.
+bool IsWorthAnotherTry( const XException& inError )
+{
+    return inError.ShouldReportError() && !inError.IsCrashError() &&
+        !dynamic_cast<const XStopThreadException*>( &inError );
+}
+
+} // namespace
+
+XNetEndpoint::XNetEndpoint() : XNetEndpoint( std::make_unique<XSocketsTCPEndpointImp>() ) {}
+
+XNetEndpoint::XNetEndpoint( std::unique_ptr<XNetEndpointImp> inImp )
+    : itsShared( std::make_shared<XShared>( std::move( inImp ) ) )
+{
+}
+
+XNetEndpoint::~XNetEndpoint() = default;
+
+// ---- Connections
+
+void XNetEndpoint::Connect( const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters )
+{
+    ConnectToCandidates( inAddress, inTimeoutMS, inTryAdapters, &XNetEndpointImp::Connect );
+}
+
+void XNetEndpoint::ConnectWithProgress(
+    const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters )
+{
+    ConnectToCandidates( inAddress, inTimeoutMS, inTryAdapters, &XNetEndpointImp::ConnectWithProgress );
+}
+
+void XNetEndpoint::ConnectToCandidates(
+    const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters, XConnect inConnect )
+{
+    const XThreadLock lock( itsShared->mutex );
+    const std::uint32_t disconnects = itsShared->disconnects;
+    const XVector<XNetAddress> candidates = GetCandidates( inAddress, inTryAdapters );
+    const auto count = static_cast<std::uint32_t>( candidates.size() );
+    const std::uint32_t share = inTimeoutMS == kNoTimeout ? kNoTimeout : inTimeoutMS / count;
+    for ( const XNetAddress& candidate : candidates )
+    {
+        try
+        {
+            return ( *itsShared->imp.*inConnect )( candidate, share );
+        }
+        catch ( const XException& error )
+        {
+            const bool isLast = &candidate == &candidates.back();
+            if ( isLast || itsShared->disconnects != disconnects || !IsWorthAnotherTry( error ) )
+                throw;
+        }
+    }
+}
+
+void XNetEndpoint::Bind( std::int32_t inPort, std::uint32_t inBacklog )
+{
+    const XThreadLock lock( itsShared->mutex );
+    itsShared->imp->Bind( inPort, inBacklog );
+}
+
+/// Without the mutex, as `ForceDisconnect`: the operation that holds it may be the one to end.
+void XNetEndpoint::Unbind()
+{
+    ++itsShared->disconnects;
+    itsShared->imp->Unbind();
+}
+
+XNetEndpoint* XNetEndpoint::Listen()
+{
+    return itsShared->imp->Listen();
+}
+
+void XNetEndpoint::Disconnect( std::uint32_t inTimeoutMS )
+{
+    const XThreadLock lock( itsShared->mutex );
+    itsShared->imp->Disconnect( inTimeoutMS );
+}
+
+void XNetEndpoint::ForceDisconnect()
+{
+    ++itsShared->disconnects;
+    itsShared->imp->ForceDisconnect();
+}
+
+// ---- Transfer
+
+void XNetEndpoint::SendData( const void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    const XThreadLock lock( itsShared->mutex );
+    itsShared->imp->SendData( buffer, length, inTimeoutMS );
+}
+
+std::uint32_t XNetEndpoint::ReceiveAnyData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    return itsShared->imp->ReceiveAnyData( buffer, length, inTimeoutMS );
+}
+
+void XNetEndpoint::ReceiveData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    auto* bytes = static_cast<char*>( buffer );
+    while ( length > 0 )
+    {
+        const std::uint32_t received = ReceiveAnyData( bytes, length, inTimeoutMS );
+        bytes += received;
+        length -= received;
+    }
+}
+
+XString XNetEndpoint::ReceiveLine( const XString& inTerminator, std::uint32_t inTimeoutMS )
+{
+    if ( inTerminator.IsEmpty() )
+        XThrow( kErrorBadParameters );
+    const XTimer timer( inTimeoutMS );
+    std::string line;
+    do
+    {
+        char next = 0;
+        ReceiveAnyData( &next, 1, timer.GetRemainingMS() );
+        line += next;
+    } while ( !line.ends_with( inTerminator.GetStringView() ) );
+    line.resize( line.size() - inTerminator.GetLength() );
+    return XString( line );
+}
+
+std::uint32_t XNetEndpoint::PeekAnyData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    return itsShared->imp->PeekAnyData( buffer, length, inTimeoutMS );
+}
+
+void XNetEndpoint::PeekData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    const XTimer timer( inTimeoutMS );
+    std::uint32_t available = 0;
+    while ( length > 0 && ( available = PeekAnyData( buffer, length, timer.GetRemainingMS() ) ) < length )
+        itsShared->imp->WaitForMoreData( available, timer.GetRemainingMS() );
+}
+
+std::uint32_t XNetEndpoint::GetWaitingBytes() const
+{
+    return itsShared->imp->GetWaitingBytes();
+}
+
+// ---- Properties
+
+XNetEndpoint::XState XNetEndpoint::GetState() const
+{
+    return itsShared->imp->GetState();
+}
+
+XNetAddress XNetEndpoint::GetLocalAddress() const
+{
+    return itsShared->imp->GetLocalAddress();
+}
+
+XNetAddress XNetEndpoint::GetRemoteAddress() const
+{
+    return itsShared->imp->GetRemoteAddress();
+}
+
+std::uint32_t XNetEndpoint::GetKeepAliveTimeMS() const
+{
+    return itsShared->imp->GetKeepAliveTimeMS();
+}
+
+void XNetEndpoint::SetKeepAliveTimeMS( std::uint32_t inTimeMS )
+{
+    itsShared->imp->SetKeepAliveTimeMS( inTimeMS );
+}
+
+std::uint64_t XNetEndpoint::GetTotalBytesRead() const
+{
+    return itsShared->imp->GetTotalBytesRead();
+}
+
+std::uint64_t XNetEndpoint::GetTotalBytesWritten() const
+{
+    return itsShared->imp->GetTotalBytesWritten();
+}
+
+std::uint64_t XNetEndpoint::GetAvgBytesReadPerSec() const
+{
+    return itsShared->imp->GetAvgBytesReadPerSec();
+}
+
+std::uint64_t XNetEndpoint::GetAvgBytesWrittenPerSec() const
+{
+    return itsShared->imp->GetAvgBytesWrittenPerSec();
+}
+
+XNetEndpointImp* XNetEndpoint::GetImplementation() const
+{
+    return itsShared->imp.get();
+}
+
+bool XNetEndpoint::IsConnectedToInternet()
+{
+    return WNetwork::IsConnectedToInternet();
+}

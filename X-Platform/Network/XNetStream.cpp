@@ -1,0 +1,129 @@
+#include "Network/XNetStream.h"
+
+#include "Network/XByteQueue.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// The most that an endpoint transfers in one call.
+std::uint32_t ToCount( USize64 inCount )
+{
+    constexpr USize64 kMost = 0x40000000;
+    return static_cast<std::uint32_t>( std::min( inCount, kMost ) );
+}
+
+} // namespace
+
+XNetStream::XNetStream(
+    XNetEndpoint& inEndpoint, std::uint32_t inSendTimeoutMS, std::uint32_t inRecvTimeoutMS,
+    USize64 inBufferSize )
+    : XStream( inBufferSize, false, false ), itsEndpoint( inEndpoint ), itsSendTimeoutMS( inSendTimeoutMS ),
+      itsRecvTimeoutMS( inRecvTimeoutMS ), itsMostAhead( std::min( inBufferSize, kMostAhead ) ),
+      itsAhead( std::make_unique<XByteQueue>() )
+{
+}
+
+XNetStream::~XNetStream()
+{
+    FlushQuietly();
+}
+
+void XNetStream::SeekTo( SSize64 inPosition )
+{
+    if ( inPosition != GetPosition() )
+        XThrow( kErrorBadParameters );
+}
+
+SSize64 XNetStream::GetExtentSelf()
+{
+    return -1;
+}
+
+void XNetStream::SetExtentSelf( SSize64 )
+{
+    XThrow( kErrorBadParameters );
+}
+
+// ---- Sending
+
+void XNetStream::DrainBuffer( SSize64, const void* buffer, USize64 count )
+{
+    SendBytes( buffer, count );
+}
+
+void XNetStream::SendBytes( const void* inBytes, USize64 inCount )
+{
+    if ( itsHasFailedToSend )
+        XThrow( kErrorDisconnected );
+    itsHasFailedToSend = true; // until all is sent
+    for ( const auto* bytes = static_cast<const std::uint8_t*>( inBytes ); inCount > 0; )
+    {
+        const std::uint32_t count = ToCount( inCount );
+        itsEndpoint.SendData( bytes, count, itsSendTimeoutMS );
+        bytes += count;
+        inCount -= count;
+    }
+    itsHasFailedToSend = false;
+}
+
+// ---- Receiving
+
+/// What was written has been sent by the base by now.
+void XNetStream::FillBuffer( SSize64, void* buffer, USize64 count )
+{
+    ReceiveBytes( buffer, count );
+}
+
+void XNetStream::PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count )
+{
+    PeekBytes( buffer, count );
+}
+
+void XNetStream::ReceiveBytes( void* outBytes, USize64 inCount )
+{
+    auto* const bytes = static_cast<std::uint8_t*>( outBytes );
+    const bool isSmall = inCount < itsMostAhead;
+    USize64 done = itsAhead->Take( bytes, inCount );
+    try
+    {
+        while ( done < inCount )
+        {
+            if ( isSmall )
+            {
+                ReceiveAhead( itsMostAhead );
+                done += itsAhead->Take( bytes + done, inCount - done );
+            }
+            else
+                done +=
+                    itsEndpoint.ReceiveAnyData( bytes + done, ToCount( inCount - done ), itsRecvTimeoutMS );
+        }
+    }
+    catch ( ... )
+    {
+        PutBack( bytes, done );
+        throw;
+    }
+}
+
+void XNetStream::PeekBytes( void* outBytes, USize64 inCount )
+{
+    if ( itsMostAhead == 0 && itsAhead->GetCount() == 0 && inCount == ToCount( inCount ) )
+        return itsEndpoint.PeekData( outBytes, ToCount( inCount ), itsRecvTimeoutMS );
+    while ( itsAhead->GetCount() < inCount )
+        ReceiveAhead( std::max( itsMostAhead, std::min( inCount - itsAhead->GetCount(), kReadStep ) ) );
+    std::copy_n( itsAhead->GetData(), inCount, static_cast<std::uint8_t*>( outBytes ) );
+}
+
+void XNetStream::PutBack( const void* inBytes, USize64 inCount )
+{
+    itsAhead->PutBack( static_cast<const std::uint8_t*>( inBytes ), inCount );
+}
+
+/// Receives what is there, `inMost` bytes at most, behind those that were received ahead before.
+void XNetStream::ReceiveAhead( USize64 inMost )
+{
+    std::uint8_t* const room = itsAhead->MakeRoom( inMost );
+    itsAhead->Commit( itsEndpoint.ReceiveAnyData( room, ToCount( inMost ), itsRecvTimeoutMS ) );
+}
