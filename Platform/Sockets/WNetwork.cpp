@@ -7,6 +7,8 @@
 
 std::uint32_t WNetwork::LookUpHost( const std::string& inName, Host& outHost )
 {
+    if ( inName.empty() ) // which some systems take for this machine
+        return kErrorHostNotFound;
     WStartSockets();
     addrinfo hints{};
     hints.ai_family = AF_INET;

@@ -93,7 +93,7 @@ void Talk( XNetEndpoint& inEndpoint, const XNetAddress& inAddress, std::uint64_t
 /// of another's connection, and no descriptor is left.
 TEST( NetworkStressTest, ConnectionsEndFromEverySide )
 {
-    constexpr unsigned kRounds = 250;
+    constexpr unsigned kRounds = 100;
     TestListener listener;
     const XNetAddress address = listener.GetAddress();
     char byte = 0; // a wait opens what this thread needs for waiting
@@ -127,5 +127,5 @@ TEST( NetworkStressTest, ConnectionsEndFromEverySide )
         RunOnThreads( 4, run );
     }
     EXPECT_GT( talks.load(), kRounds );
-    EXPECT_EQ( CountDescriptors(), before );
+    EXPECT_LE( CountDescriptors(), before );
 }

@@ -38,7 +38,6 @@ public:
     }
 
     void Set() const { SetEvent( itsHandle ); }
-    bool IsSet() const { return WaitForSingleObject( itsHandle, 0 ) == WAIT_OBJECT_0; }
     operator HANDLE() const { return itsHandle; }
 
 private:
@@ -73,7 +72,7 @@ private:
 
 struct WSocket::System
 {
-    explicit System( SOCKET inSocket ) : socket( inSocket ) {}
+    explicit System( OwnSocket inSocket ) : socket( std::move( inSocket ) ) {}
     System( System&& ) noexcept = default;
 
     /// What the system tells of the socket goes to `happened`. Makes the socket non-blocking too.
@@ -155,6 +154,13 @@ SOCKET OpenSocket()
     return opened;
 }
 
+/// Whether nothing more will arrive behind the bytes that wait.
+bool HasPeerClosed( SOCKET inSocket )
+{
+    WSAPOLLFD state{ inSocket, POLLRDNORM, 0 };
+    return WSAPoll( &state, 1, 0 ) == 1 && ( state.revents & ( POLLHUP | POLLERR ) ) != 0;
+}
+
 int ToCount( USize inCount )
 {
     return static_cast<int>( std::min<USize>( inCount, INT_MAX ) );
@@ -177,7 +183,7 @@ void WStartSockets()
 
 // ---- Life
 
-WSocket::WSocket() : WSocket( System( OpenSocket() ) ) {}
+WSocket::WSocket() : WSocket( System( OwnSocket( OpenSocket() ) ) ) {}
 
 WSocket::WSocket( System&& inSystem ) : itsSystem( std::make_unique<System>( std::move( inSystem ) ) )
 {
@@ -196,8 +202,11 @@ WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
 {
     SetFlag( itsSystem->socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE );
     const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
-    return ToOutcome(
+    Outcome outcome = ToOutcome(
         bind( itsSystem->socket, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
+    if ( outcome.error == kErrorAccess ) // somebody else has the port for himself
+        outcome.error = kErrorAddressInUse;
+    return outcome;
 }
 
 WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
@@ -209,10 +218,10 @@ WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
 {
     if ( itsIsInterrupted )
         return { kFailed, 0, kErrorAborted };
-    System accepted( accept( itsSystem->socket, nullptr, nullptr ) );
-    if ( accepted.socket != INVALID_SOCKET )
+    OwnSocket accepted( accept( itsSystem->socket, nullptr, nullptr ) );
+    if ( accepted != INVALID_SOCKET )
     {
-        outConnection.reset( new WSocket( std::move( accepted ) ) );
+        outConnection.reset( new WSocket( System( std::move( accepted ) ) ) );
         return {};
     }
     const std::uint32_t error = TakeSocketError();
@@ -250,20 +259,22 @@ WSocket::Outcome WSocket::TryFinishConnecting()
 
 // ---- Transfer
 
+// On an interrupted socket the calls fail with a code of their own; what they have to do with is the interruption.
+
 WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
 {
-    if ( itsIsInterrupted )
-        return { kFailed, 0, kErrorAborted };
-    return ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToCount( inCount ), 0 ) );
+    const Outcome outcome =
+        ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToCount( inCount ), 0 ) );
+    return itsIsInterrupted ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
 }
 
 WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek )
 {
-    if ( itsIsInterrupted )
-        return {};
     const int flags = inPeek ? MSG_PEEK : 0;
     const Outcome outcome =
         ToOutcome( recv( itsSystem->socket, static_cast<char*>( outBytes ), ToCount( inCount ), flags ) );
+    if ( outcome.status == kFailed && itsIsInterrupted )
+        return {};
     if ( inPeek && outcome.error == WSAEMSGSIZE ) // there is more than was asked for
         return { kDone, inCount };
     return outcome;
@@ -275,15 +286,16 @@ WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadlin
     constexpr std::uint32_t kPeriodMs = 10;
     for ( ;; )
     {
-        itsSystem->NoteEvents();
+        const bool hasEnded =
+            HasPeerClosed( itsSystem->socket ) || itsIsInterrupted; // before looking for the last bytes
         if ( GetWaitingBytes() > inCount )
             return { kDone, 1 };
-        if ( itsSystem->ended[kForReading].IsSet() )
+        if ( hasEnded )
             return {};
         if ( inDeadline.HasPassed() )
             return { kTimedOut };
-        const std::uint32_t period = std::min( inDeadline.GetMillisecondsLeft(), kPeriodMs );
-        if ( Wait( kForPeeking, WDeadline( period ) ) == kWaitAlerted )
+        const WDeadline period( std::min( inDeadline.GetMillisecondsLeft(), kPeriodMs ) );
+        if ( Wait( kForPeeking, period ) == kWaitAlerted )
             return { kAlerted };
     }
 }

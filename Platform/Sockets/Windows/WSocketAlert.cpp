@@ -12,12 +12,25 @@ HANDLE ToEvent( std::uintptr_t inHandle )
     return reinterpret_cast<HANDLE>( inHandle );
 }
 
+void WINAPI DeleteAlert( void* inAlert )
+{
+    delete static_cast<WSocketAlert*>( inAlert );
+}
+
 } // namespace
 
+/// Kept in a slot of the system, whose clean-up runs at the end of a thread: the destructor of a thread_local object may
+/// run when the compiler's library has freed the object's memory.
 WSocketAlert& WSocketAlert::GetCurrent()
 {
-    thread_local WSocketAlert sCurrent;
-    return sCurrent;
+    static const DWORD sSlot = FlsAlloc( DeleteAlert );
+    if ( sSlot == FLS_OUT_OF_INDEXES )
+        XThrowLastSystemError();
+    if ( auto* const alert = static_cast<WSocketAlert*>( FlsGetValue( sSlot ) ) )
+        return *alert;
+    auto* const alert = new WSocketAlert;
+    FlsSetValue( sSlot, alert );
+    return *alert;
 }
 
 WSocketAlert::WSocketAlert()
