@@ -18,7 +18,8 @@ XPivotTable MeasureTwoImages()
     settings.objects.threshold = 0;
     settings.inside = { 0, 5, 1 };
     const auto page = MeasurePage( MakePage<std::uint8_t>( 5, { 1, 9, 1, 0, 1 } ), settings );
-    return MakeMeasurementTable( std::vector( 2, ImageMeasurement{ "a.tif", { page, page } } ), settings );
+    std::vector images( 2, ImageMeasurement{ "a.tif", { page, page } } );
+    return MakeMeasurementTable( images, settings );
 }
 
 template<class Column>
@@ -63,7 +64,7 @@ TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensities )
     settings.objects.threshold = -10;
     const auto dark = MeasurePage( MakePage<float>( 4, { -5, -20, -7, -20 } ), settings );
     const auto bright = MeasurePage( MakePage<float>( 1, { 9 } ), settings );
-    const std::vector<ImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };
+    std::vector<ImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };
     std::ostringstream out;
     PrintSummary( images, MakeMeasurementTable( images, settings ), 0, out );
     std::istringstream lines( out.str() );

@@ -35,6 +35,25 @@ protected:
 };
 } // namespace
 
+// The lengths of columns, which are known only behind them, come to lie across the end of the stream's buffer too.
+TEST_F( TableCommands, TablesAreWrittenFrontToBackAsTheyAreInMemory )
+{
+    for ( std::size_t length = 0; length < 100; length += 4 )
+    {
+        XPivotTable table;
+        const XString name( std::string( length, 'x' ) );
+        table.AddColumn( std::make_unique<XPivotUInt32Column>( kPivotUserDefined, name, "", "" ) );
+        for ( std::uint32_t column = 0; column < 1200; ++column )
+            table.AddColumn( std::make_unique<XPivotUInt32Column>() );
+        XMemStream stream;
+        stream.WriteStreamInfo();
+        stream.WriteObject( table );
+        const auto* const bytes = reinterpret_cast<const char*>( stream.GetData() );
+        WriteTable( "wide", table );
+        EXPECT_TRUE( itsFolder.Read( "wide" ) == std::string( bytes, stream.GetLength() ) ) << length;
+    }
+}
+
 TEST_F( TableCommands, FilterKeepsRowsAndTheNumbersOfTheirParents )
 {
     EXPECT_EQ(

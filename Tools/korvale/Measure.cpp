@@ -235,7 +235,7 @@ int Measure::Run( Session& ioSession )
     ImageMeasurer measurer(
         GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
         overlays ? &*overlays : nullptr, ioSession );
-    const auto measurements = measurer.Measure( itsImages );
+    auto measurements = measurer.Measure( itsImages );
     budget.NoteFigures( ioSession );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
@@ -297,13 +297,13 @@ ReadSettings Measure::GetReadSettings() const
 }
 
 XPivotTable Measure::WriteFiles(
-    const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground,
+    std::vector<ImageMeasurement>& ioMeasurements, const WImagePage& inBackground,
     OverlayFiles* ioOverlays ) const
 {
     const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
-    auto table = MakeMeasurementTable( inMeasurements, GetSettings() );
+    auto table = MakeMeasurementTable( ioMeasurements, GetSettings() );
     progress.Increment();
     auto files = itsOutputs.GetFiles( table, WorkerLimit( itsWorkers ) );
     if ( !itsBackgroundFile.empty() )

@@ -50,6 +50,6 @@ private:
     BackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;
     XPivotTable WriteFiles(
-        const std::vector<ImageMeasurement>& inMeasurements, const WImagePage& inBackground,
+        std::vector<ImageMeasurement>& ioMeasurements, const WImagePage& inBackground,
         OverlayFiles* ioOverlays ) const;
 };

@@ -65,7 +65,7 @@ XPivotTable MakeRows(
     for ( const auto& image : inImages )
     {
         for ( const auto& page : image.pages )
-            for ( std::size_t i = 0; i < page.shapes.size(); ++i )
+            for ( std::size_t i = 0; i < page.GetObjectCount(); ++i )
             {
                 const std::uint32_t line = i < page.GetOuterCount() ? 0 : 1;
                 imageLine->AppendValue( firstLine + line, true );

@@ -83,7 +83,7 @@ public:
     Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea );
 
     /// The folder as the table is to show it.
-    void AddImage( const ImageMeasurement& inImage, const std::string& inFolder );
+    void AddImage( ImageMeasurement& ioImage, const std::string& inFolder );
     XPivotTable TakeTable() { return std::move( itsTable ); }
 
 private:
@@ -143,12 +143,15 @@ Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, 
             itsStatistics.push_back( Add<XPivotFloatColumn>( id, XString( "C" ) + XString( channel ) ) );
 }
 
-void Filler::AddImage( const ImageMeasurement& inImage, const std::string& inFolder )
+void Filler::AddImage( ImageMeasurement& ioImage, const std::string& inFolder )
 {
-    const XString name = FromFileName( inImage.name ), folder = FromFileName( inFolder );
+    const XString name = FromFileName( ioImage.name ), folder = FromFileName( inFolder );
     std::uint32_t timepoint = 0;
-    for ( const auto& page : inImage.pages )
+    for ( auto& page : ioImage.pages )
+    {
         AddPage( name, folder, timepoint++, page );
+        page.Release();
+    }
     ++itsImageCount;
 }
 
@@ -225,17 +228,16 @@ std::uint64_t ImageMeasurement::GetObjectCount() const
 {
     std::uint64_t count = 0;
     for ( const auto& page : pages )
-        count += page.shapes.size();
+        count += page.GetObjectCount();
     return count;
 }
 
-XPivotTable
-MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const MeasureSettings& inSettings )
+XPivotTable MakeMeasurementTable( std::vector<ImageMeasurement>& ioImages, const MeasureSettings& inSettings )
 {
     std::uint64_t rows = 0;
     std::uint32_t channels = 0;
     bool hasArea = false;
-    for ( const auto& image : inImages )
+    for ( const auto& image : ioImages )
     {
         rows += image.GetObjectCount();
         for ( const auto& page : image.pages )
@@ -247,10 +249,10 @@ MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const Measu
     if ( rows > std::numeric_limits<std::int32_t>::max() )
         throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
 
-    const auto folders = GetDifferingFolders( inImages );
-    const auto hasFolders = HaveNamesInSeveralFolders( inImages );
+    const auto folders = GetDifferingFolders( ioImages );
+    const auto hasFolders = HaveNamesInSeveralFolders( ioImages );
     Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea );
-    for ( std::size_t i = 0; i < inImages.size(); ++i )
-        filler.AddImage( inImages[i], folders[i] );
+    for ( std::size_t i = 0; i < ioImages.size(); ++i )
+        filler.AddImage( ioImages[i], folders[i] );
     return filler.TakeTable();
 }

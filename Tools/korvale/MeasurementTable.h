@@ -20,6 +20,7 @@ struct ImageMeasurement
 /// come after these and refer to them. Where images in different folders have one name, each row has a folder too: the
 /// part of its path that is not the same for all images. The table has the columns of all channels that any of the
 /// pages has, areas when any page has a resolution, and parents when objects inside objects were asked for; rows of
-/// others lack those values.
+/// others lack those values. Each page's objects are released when they are in the table, so that they are not in memory
+/// twice.
 XPivotTable
-MakeMeasurementTable( const std::vector<ImageMeasurement>& inImages, const MeasureSettings& inSettings );
+MakeMeasurementTable( std::vector<ImageMeasurement>& ioImages, const MeasureSettings& inSettings );

@@ -186,6 +186,15 @@ void Append( std::vector<T>& ioValues, const std::vector<T>& inMore )
 }
 } // namespace
 
+void PageMeasurement::Release()
+{
+    releasedOuter += shapes.size() - parents.size();
+    releasedInner += parents.size();
+    std::vector<ObjectShape>().swap( shapes );
+    std::vector<ChannelStatistics>().swap( statistics );
+    std::vector<std::uint32_t>().swap( parents );
+}
+
 PageObjects FindPageObjects( const WImagePage& inPage, const MeasureSettings& inSettings )
 {
     RequireChannel( inPage, inSettings.objects.channel );

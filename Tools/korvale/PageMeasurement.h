@@ -44,9 +44,14 @@ struct PageMeasurement
     std::vector<ObjectShape> shapes;           ///< Of the objects, then of those inside them.
     std::vector<ChannelStatistics> statistics; ///< Object after object, the channels of each in order.
     std::vector<std::uint32_t> parents; ///< Of the inner objects: the index of the object each lies in.
+    std::size_t releasedOuter = 0;      ///< Objects that Release gave up, by kind.
+    std::size_t releasedInner = 0;
 
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
-    std::size_t GetOuterCount() const { return shapes.size() - parents.size(); }
+    std::size_t GetOuterCount() const { return releasedOuter + shapes.size() - parents.size(); }
+    std::size_t GetObjectCount() const { return releasedOuter + releasedInner + shapes.size(); }
+    /// Gives up the objects, but not their numbers: they are in a table.
+    void Release();
     std::uint32_t GetParent( std::size_t inInner ) const { return parents[inInner - GetOuterCount()]; }
 };
 

@@ -3,24 +3,96 @@
 #include "Core/XErrorNumbers.h"
 #include "Core/XException.h"
 #include "Core/XFileStream.h"
-#include "Core/XMemStream.h"
 #include "Pivot/XPivotColumn.h"
 #include "StructureWalk.h"
 
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <map>
 #include <ostream>
 #include <stdexcept>
+#include <vector>
+
+namespace
+{
+/// What a table writes a second time, when it knows its lengths, by position.
+using Patches = std::map<std::uint64_t, std::vector<std::uint8_t>>;
+
+/// Writes a file from front to back, as one that is a device has to be, though its writer goes back to fill in lengths:
+/// a first pass without a file notes what is filled in, and a second one puts it in its place at once.
+class FrontToBackStream : public XStream
+{
+public:
+    FrontToBackStream( Patches& ioPatches, WFile* ioFile )
+        : XStream( XFileStream::kDefaultBufferSize, false, true ), itsPatches( ioPatches ),
+          itsNext( ioPatches.begin() ), itsFile( ioFile )
+    {
+    }
+
+protected:
+    void FillBuffer( SSize64, void*, USize64 ) override { XThrow( kErrorEndOfFile ); }
+    SSize64 GetExtentSelf() override { return static_cast<SSize64>( itsEnd ); }
+    void SetExtentSelf( SSize64 ) override { XThrow( kErrorBadParameters ); }
+
+    void DrainBuffer( SSize64 inPosition, const void* buffer, USize64 count ) override
+    {
+        const auto* const bytes = static_cast<const std::uint8_t*>( buffer );
+        const auto position = static_cast<std::uint64_t>( inPosition );
+        if ( position < itsEnd )
+        {
+            XAssert( position + count <= itsEnd );
+            if ( !itsFile )
+                itsPatches[position].assign( bytes, bytes + count );
+            return;
+        }
+        XAssert( position == itsEnd );
+        itsEnd += count;
+        if ( itsFile )
+            WritePatched( position, bytes );
+    }
+
+private:
+    Patches& itsPatches;
+    Patches::const_iterator itsNext;
+    WFile* const itsFile;
+    std::uint64_t itsEnd = 0;
+
+    /// Writes the bytes from that position to the end, with what is to be in their place.
+    void WritePatched( std::uint64_t inPosition, const std::uint8_t* inBytes )
+    {
+        auto at = inPosition;
+        const auto write = [&]( std::uint64_t inEnd, const std::uint8_t* inSource )
+        {
+            itsFile->WriteAt( at, inSource, inEnd - at );
+            at = inEnd;
+        };
+        for ( ; itsNext != itsPatches.end() && itsNext->first < itsEnd; ++itsNext )
+        {
+            const auto& [first, patch] = *itsNext;
+            if ( at < first )
+                write( first, inBytes + ( at - inPosition ) );
+            write( std::min( first + patch.size(), itsEnd ), patch.data() + ( at - first ) );
+            if ( first + patch.size() > itsEnd )
+                return; // The rest of it comes with the next bytes.
+        }
+        if ( at < itsEnd )
+            write( itsEnd, inBytes + ( at - inPosition ) );
+    }
+};
+} // namespace
 
 void WriteTableFile( const XPivotTable& inTable, WFile& ioFile )
 {
-    // By way of memory, because a table goes back to fill in lengths and a file may be a device that cannot.
-    XMemStream stream;
-    stream.SetByteOrder( inTable.GetPreferredByteOrder() );
-    stream.WriteStreamInfo();
-    stream.WriteObject( inTable );
-    ioFile.WriteAt( 0, stream.GetData(), stream.GetLength() );
+    Patches patches;
+    for ( auto* const file : { static_cast<WFile*>( nullptr ), &ioFile } )
+    {
+        FrontToBackStream stream( patches, file );
+        stream.SetByteOrder( inTable.GetPreferredByteOrder() );
+        stream.WriteStreamInfo();
+        stream.WriteObject( inTable );
+        stream.Flush();
+    }
 }
 
 namespace
