@@ -158,17 +158,20 @@ void XMemoryBlock::SwapData()
     XSwapCopy( GetData(), GetData(), GetSize() / width, width );
 }
 
+/// The time is noted first: who sees the block locked may ask for how long already.
 bool XMemoryBlock::TryQuickLock()
 {
-    const std::uint32_t thread = WThreadID::GetCurrent();
     std::uint64_t locks = itsLocks.load( std::memory_order_relaxed );
+    if ( !( locks & kQuick ) )
+        return false;
+    const std::uint32_t thread = WThreadID::GetCurrent();
+    NoteLockTime( thread );
     do
     {
         if ( !( locks & kQuick ) )
             return false;
     } while ( !itsLocks.compare_exchange_weak(
         locks, AddLock( locks, thread ), std::memory_order_acq_rel, std::memory_order_relaxed ) );
-    NoteLockTime( thread );
     return true;
 }
 
