@@ -84,8 +84,9 @@ struct WImagePage : WImageForm
         std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel );
 };
 
-/// A TIFF or PNG file of one or more pages, read through what the system has for it. TIFF: 8- and 16-bit unsigned and
-/// 32-bit float samples, any number of them in a pixel, strips or tiles. PNG: 8 and 16 bits; fewer bits are scaled to 8,
+/// A TIFF or PNG file of one or more pages. TIFF: 8- and 16-bit unsigned and 32-bit float samples, any number of them in
+/// a pixel, strips or tiles, not compressed or by LZW, deflate or PackBits; other compressions where the system has a
+/// library for them. PNG, by what the system has: 8 and 16 bits; fewer bits are scaled to 8,
 /// transparency is dropped.
 ///
 /// Samples are brightness: where a grey image stores white as 0 it is inverted, and palettes of 8 bits (PNG: any) become

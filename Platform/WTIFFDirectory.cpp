@@ -151,6 +151,11 @@ std::uint64_t WTIFFDirectory::GetNumber( Tag inTag, std::uint64_t inDefault ) co
     return GetValue( found->second, ReadValues( found->second, 1 ), 0 );
 }
 
+std::uint32_t WTIFFDirectory::GetExtent( Tag inTag, std::uint32_t inDefault ) const
+{
+    return static_cast<std::uint32_t>( std::min<std::uint64_t>( GetNumber( inTag, inDefault ), UINT32_MAX ) );
+}
+
 double WTIFFDirectory::GetFraction( Tag inTag ) const
 {
     const auto found = itsEntries.find( inTag );

@@ -42,6 +42,7 @@ public:
         kYResolution = 283,
         kPlanarConfiguration = 284,
         kResolutionUnit = 296,
+        kPredictor = 317,
         kColourMap = 320,
         kTileWidth = 322,
         kTileHeight = 323,
@@ -72,6 +73,15 @@ public:
 
     /// The first value of a tag of whole numbers, or the one given when the page lacks it.
     std::uint64_t GetNumber( Tag inTag, std::uint64_t inDefault ) const;
+
+    /// The same, and 2^32 - 1 for whatever is more.
+    std::uint32_t GetExtent( Tag inTag, std::uint32_t inDefault ) const;
+
+    /// True when each strip or tile has the samples of one channel.
+    bool HasSeparatePlanes() const { return GetNumber( kPlanarConfiguration, 1 ) == 2; }
+
+    /// True when the first bit of a stored byte is its lowest.
+    bool IsLowestBitFirst() const { return GetNumber( kFillOrder, 1 ) == 2; }
 
     /// The value of a tag of fractions; 0 when the page lacks it or its divisor is 0.
     double GetFraction( Tag inTag ) const;

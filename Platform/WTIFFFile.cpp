@@ -1,40 +1,44 @@
 #include "WTIFFFile.h"
 
+#include "WTIFFBlockReader.h"
+
 #include <algorithm>
-#include <bit>
 
 using Tags = WTIFFDirectory;
 
 namespace
 {
-constexpr std::uint64_t kNotCompressed = 1, kLZW = 5, kDeflate = 8, kOldDeflate = 32946, kPackBits = 32773;
+constexpr std::uint64_t kJPEG = 7; // Compression.
 constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
-constexpr std::uint64_t kSeparatePlanes = 2;
 constexpr std::uint64_t kUnsigned = 1, kFloat = 3, kUndefined = 4;
 constexpr std::uint64_t kInch = 2, kCentimetre = 3;
 constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
 constexpr std::uint64_t kOldReducedResolution = 2;
 constexpr std::uint64_t kColours = 256; // Of a palette.
 constexpr std::uint64_t kMostDescription = 64 * 1024 * 1024;
-constexpr std::uint64_t kPieceSize = 4 * 1024 * 1024; // Bytes read at a time.
 
 /// How many bytes one byte of a file may become at most.
 std::uint64_t GetLargestRatio( std::uint64_t inCompression )
 {
     switch ( inCompression )
     {
-    case kNotCompressed:
+    case WTIFFUnpacker::kNone:
         return 1;
-    case kPackBits:
+    case WTIFFUnpacker::kPackBits:
         return 64;
-    case kLZW:
+    case WTIFFUnpacker::kLZW:
         return 4096;
-    case kDeflate:
-    case kOldDeflate:
+    case WTIFFUnpacker::kDeflate:
+    case WTIFFUnpacker::kOldDeflate:
         return 1033;
     default:
         return 65536;
     }
+}
+
+std::uint64_t GetCompression( const Tags& inTags )
+{
+    return inTags.GetNumber( Tags::kCompression, WTIFFUnpacker::kNone );
 }
 
 std::uint64_t GetPhotometric( const Tags& inTags )
@@ -49,10 +53,10 @@ bool IsAuxiliary( const Tags& inTags )
         inTags.GetNumber( Tags::kOldSubfileType, 0 ) == kOldReducedResolution;
 }
 
+/// True where the samples lie in the file as they are.
 bool IsPlain( const Tags& inTags )
 {
-    return inTags.GetNumber( Tags::kCompression, kNotCompressed ) == kNotCompressed &&
-        inTags.GetNumber( Tags::kFillOrder, 1 ) == 1 && GetPhotometric( inTags ) != kYCbCr;
+    return GetCompression( inTags ) == WTIFFUnpacker::kNone && !inTags.IsLowestBitFirst();
 }
 
 /// The value, where all samples of a pixel have the same one.
@@ -89,12 +93,6 @@ WImagePage::SampleType GetSampleType( const Tags& inTags )
         " (expected 8- or 16-bit unsigned or 32-bit float)" );
 }
 
-std::uint32_t GetExtent( const Tags& inTags, Tags::Tag inTag, std::uint64_t inDefault )
-{
-    const auto extent = inTags.GetNumber( inTag, inDefault );
-    return static_cast<std::uint32_t>( std::min<std::uint64_t>( extent, UINT32_MAX ) );
-}
-
 /// Refuses samples that are no brightness and cannot be made one.
 void CheckColours( const Tags& inTags, const WImageForm& inForm )
 {
@@ -103,7 +101,11 @@ void CheckColours( const Tags& inTags, const WImageForm& inForm )
     {
     case kBlackIsZero:
     case kRGB:
+        return;
     case kYCbCr:
+        if ( GetCompression( inTags ) != kJPEG )
+            throw WImageError(
+                "its colours are stored as brightness and differences, which only JPEG may do" );
         return;
     case kWhiteIsZero:
         if ( inForm.channels > 1 || inForm.type == WImageForm::kFloat32 )
@@ -132,21 +134,6 @@ void ReadResolution( const Tags& inTags, WImagePage& outPage )
     outPage.pixelHeight = micrometres / y;
 }
 
-template<class T>
-void SwapAll( WImagePage& ioPage )
-{
-    auto* samples = ioPage.GetSamples<T>();
-    const auto count = ioPage.GetByteCount() / sizeof( T );
-    for ( std::uint64_t i = 0; i < count; ++i )
-    {
-        auto value = samples[i];
-        T swapped = 0;
-        for ( std::size_t b = 0; b < sizeof( T ); ++b, value = static_cast<T>( value >> 8 ) )
-            swapped = static_cast<T>( swapped << 8 | ( value & 0xFF ) );
-        samples[i] = swapped;
-    }
-}
-
 /// Refuses a page of several planes that have no directories of their own, for only the first would be read.
 void CheckPlaneCount( const Tags& inTags )
 {
@@ -166,8 +153,8 @@ WImagePage MakePage( const Tags& inTags )
             "its pixels have " + std::to_string( samplesPerPixel ) + " samples (at most 65535)" );
     CheckPlaneCount( inTags );
     WImagePage page;
-    page.width = GetExtent( inTags, Tags::kWidth, 0 );
-    page.height = GetExtent( inTags, Tags::kHeight, 0 );
+    page.width = inTags.GetExtent( Tags::kWidth, 0 );
+    page.height = inTags.GetExtent( Tags::kHeight, 0 );
     page.channels = static_cast<std::uint32_t>( samplesPerPixel );
     page.type = GetSampleType( inTags );
     CheckColours( inTags, page );
@@ -191,90 +178,35 @@ void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WIm
     }
 }
 
-bool HasSeparatePlanes( const Tags& inTags )
-{
-    return inTags.GetNumber( Tags::kPlanarConfiguration, 1 ) == kSeparatePlanes;
-}
-
 /// Refuses tiles that are much larger than their page: each takes memory beside it.
 void CheckTileSize( const Tags& inTags, const WImageForm& inForm )
 {
     constexpr std::uint64_t kAlwaysAllowed = 64 * 1024 * 1024;
     if ( !inTags.Has( Tags::kTileOffsets ) )
         return;
-    const std::uint64_t width = GetExtent( inTags, Tags::kTileWidth, 0 );
-    const std::uint64_t height = GetExtent( inTags, Tags::kTileHeight, 0 );
-    const std::uint64_t channels = HasSeparatePlanes( inTags ) ? 1 : inForm.channels;
+    const std::uint64_t width = inTags.GetExtent( Tags::kTileWidth, 0 );
+    const std::uint64_t height = inTags.GetExtent( Tags::kTileHeight, 0 );
+    const std::uint64_t channels = inTags.HasSeparatePlanes() ? 1 : inForm.channels;
     const auto most = std::max( kAlwaysAllowed, 2 * inForm.GetByteCount() );
     if ( width != 0 && height > most / ( width * channels * inForm.GetSampleSize() ) )
         throw WImageError(
             "its tiles of " + std::to_string( width ) + " x " + std::to_string( height ) +
             " pixels are much larger than the page" );
 }
-
-std::uint64_t DivideUp( std::uint64_t inNumber, std::uint64_t inDivisor )
-{
-    return ( inNumber + inDivisor - 1 ) / inDivisor;
-}
 } // namespace
-
-/// How the samples of a page lie in the file: in blocks, which are strips or tiles, plane after plane where the planes
-/// are separate.
-struct WTIFFFile::Grid
-{
-    bool isTiled;
-    std::uint32_t channels; ///< In a block.
-    std::uint64_t width;    ///< Of a block, in pixels.
-    std::uint64_t height;
-    std::uint64_t across;
-    std::uint64_t blocksOfPlane;
-    std::uint64_t planes;
-    std::vector<std::uint64_t> offsets;
-    std::vector<std::uint64_t> sizes;
-
-    Grid( const WTIFFDirectory& inTags, const WImagePage& inPage );
-
-    std::uint64_t GetRowSize( const WImagePage& inPage ) const
-    {
-        return width * channels * inPage.GetSampleSize();
-    }
-};
-
-WTIFFFile::Grid::Grid( const WTIFFDirectory& inTags, const WImagePage& inPage )
-{
-    const auto isSeparate = HasSeparatePlanes( inTags );
-    isTiled = inTags.Has( Tags::kTileOffsets );
-    channels = isSeparate ? 1 : inPage.channels;
-    planes = isSeparate ? inPage.channels : 1;
-    width = isTiled ? GetExtent( inTags, Tags::kTileWidth, 0 ) : inPage.width;
-    height = isTiled ? GetExtent( inTags, Tags::kTileHeight, 0 )
-                     : std::min( GetExtent( inTags, Tags::kRowsPerStrip, UINT32_MAX ), inPage.height );
-    if ( width == 0 || height == 0 )
-        throw WImageError( "its strips or tiles have no size" );
-
-    across = DivideUp( inPage.width, width );
-    blocksOfPlane = across * DivideUp( inPage.height, height );
-    const auto blocks = blocksOfPlane * planes;
-    offsets = inTags.GetNumbers( isTiled ? Tags::kTileOffsets : Tags::kStripOffsets, blocks );
-    sizes = inTags.GetNumbers( isTiled ? Tags::kTileSizes : Tags::kStripSizes, blocks );
-    if ( offsets.size() < blocks || ( !sizes.empty() && sizes.size() < blocks ) )
-        throw WImageError( "some of its strips or tiles are not listed" );
-}
 
 WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
     : itsPath( inPath ), itsFile( inPath, WFile::kRead ), itsHeader( WTIFFHeader::Read( itsFile ) )
 {
     // The directories of a sound file do not overlap: together they are no longer than the file.
     std::uint64_t size = 0;
-    std::uint32_t number = 0;
     for ( auto offset = itsHeader.firstDirectory; offset != 0; )
     {
         const WTIFFDirectory directory( itsFile, itsHeader, offset );
         if ( IsAuxiliary( directory ) )
             ++itsSkippedCount;
         else
-            itsPages.push_back( { offset, number } );
-        ++number;
+            itsPages.push_back( offset );
         offset = directory.GetNextOffset();
         size += directory.GetSize();
         if ( size > itsFile.GetSize() )
@@ -288,10 +220,10 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
 
 WImageFile::Layout WTIFFFile::GetLayout() const
 {
-    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.front().offset );
+    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.front() );
     Layout layout;
-    layout.width = GetExtent( tags, Tags::kWidth, 0 );
-    layout.height = GetExtent( tags, Tags::kHeight, 0 );
+    layout.width = tags.GetExtent( Tags::kWidth, 0 );
+    layout.height = tags.GetExtent( Tags::kHeight, 0 );
     layout.samplesPerPixel = tags.GetNumber( Tags::kSamplesPerPixel, 1 );
     const auto first = tags.GetNumber( Tags::kStripOffsets, 0 );
     const auto bytes = static_cast<double>( layout.width ) * static_cast<double>( layout.height ) *
@@ -306,7 +238,7 @@ WImageFile::Layout WTIFFFile::GetLayout() const
 /// A thumbnail may lie before the first page, with the description of both or with one of its own.
 std::vector<std::string> WTIFFFile::GetDescriptions() const
 {
-    for ( const auto offset : { itsPages.front().offset, itsHeader.firstDirectory } )
+    for ( const auto offset : { itsPages.front(), itsHeader.firstDirectory } )
     {
         const WTIFFDirectory directory( itsFile, itsHeader, offset );
         if ( auto texts = directory.GetTexts( Tags::kDescription, kMostDescription ); !texts.empty() )
@@ -318,15 +250,15 @@ std::vector<std::string> WTIFFFile::GetDescriptions() const
 WImagePage WTIFFFile::ReadPageSelf(
     std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
 {
-    const auto& place = itsPages.at( inPage );
-    const WTIFFDirectory tags( itsFile, itsHeader, place.offset );
+    const auto offset = itsPages.at( inPage );
+    const WTIFFDirectory tags( itsFile, itsHeader, offset );
     const auto photometric = GetPhotometric( tags );
     if ( photometric == kPalette )
-        return ReadPalette( place, tags, inProgress, inAllocator );
+        return ReadPalette( offset, tags, inProgress, inAllocator );
 
     auto page = MakePage( tags );
     page.Allocate( GetMostBytes( tags ), inAllocator );
-    ReadStored( place, tags, inProgress, page );
+    ReadStored( offset, tags, inProgress, page );
     if ( photometric == kWhiteIsZero )
         page.Invert();
     return page;
@@ -335,13 +267,13 @@ WImagePage WTIFFFile::ReadPageSelf(
 /// What the whole file could become if it were one page.
 std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
 {
-    const auto ratio = GetLargestRatio( inTags.GetNumber( Tags::kCompression, kNotCompressed ) );
+    const auto ratio = GetLargestRatio( GetCompression( inTags ) );
     return std::min( itsFile.GetSize(), UINT64_MAX / ratio ) * ratio;
 }
 
 /// The colours have 8 bits, or, where the palette is finer than that, 16.
 WImagePage WTIFFFile::ReadPalette(
-    const Page& inPage, const WTIFFDirectory& inTags, const Progress& inProgress,
+    std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
     const WImagePage::Allocator& inAllocator )
 {
     auto page = MakePage( inTags );
@@ -359,7 +291,7 @@ WImagePage WTIFFFile::ReadPalette(
     auto indices = MakePage( inTags );
     indices.samples = WImagePage::Samples(
         page.samples.get() + page.GetByteCount() - indices.GetByteCount(), []( std::byte* ) {} );
-    ReadStored( inPage, inTags, inProgress, indices );
+    ReadStored( inOffset, inTags, inProgress, indices );
     if ( isFine )
         ApplyPalette<std::uint16_t>( colours, 0, page );
     else
@@ -369,85 +301,12 @@ WImagePage WTIFFFile::ReadPalette(
 
 /// Reads the samples of a page, for which there is room, as they are stored.
 void WTIFFFile::ReadStored(
-    const Page& inPage, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
+    std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
 {
     CheckTileSize( inTags, outPage );
-    if ( IsPlain( inTags ) )
-        return ReadPlain( inTags, inProgress, outPage );
+    if ( WTIFFUnpacker::CanUnpack( GetCompression( inTags ) ) )
+        return WTIFFBlockReader( itsFile, itsHeader, inTags, outPage ).Read( inProgress );
     if ( !itsDecoder )
         itsDecoder.emplace( itsPath );
-    itsDecoder->Decode( inPage.number, inPage.offset, GetMostBytes( inTags ), inProgress, outPage );
-}
-
-void WTIFFFile::ReadPlain(
-    const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage ) const
-{
-    const Grid grid( inTags, outPage );
-    const auto blocks = grid.blocksOfPlane * grid.planes;
-    for ( std::uint64_t block = 0; block < blocks; ++block )
-    {
-        const auto tellShare = [&]( double inShare )
-        { inProgress( ( static_cast<double>( block ) + inShare ) / static_cast<double>( blocks ) ); };
-        ReadBlock( grid, block, tellShare, outPage );
-    }
-
-    if ( itsHeader.isSwapped && outPage.type == WImagePage::kUInt16 )
-        SwapAll<std::uint16_t>( outPage );
-    if ( itsHeader.isSwapped && outPage.type == WImagePage::kFloat32 )
-        SwapAll<std::uint32_t>( outPage );
-}
-
-void WTIFFFile::ReadBlock(
-    const Grid& inGrid, std::uint64_t inBlock, const Progress& inProgress, WImagePage& outPage ) const
-{
-    const auto inPlane = inBlock % inGrid.blocksOfPlane;
-    const auto left = inPlane % inGrid.across * inGrid.width;
-    const auto top = inPlane / inGrid.across * inGrid.height;
-    const auto rows = std::min( inGrid.height, outPage.height - top );
-    const auto storedRows = inGrid.isTiled ? inGrid.height : rows;
-    const auto rowSize = inGrid.GetRowSize( outPage );
-
-    const auto stored = inGrid.sizes.empty() ? itsFile.GetSize() : inGrid.sizes[inBlock];
-    if ( rowSize > stored / storedRows )
-        throw WImageError( "one of its strips or tiles is too short" );
-    auto* const target = outPage.samples.get() + top * outPage.GetRowSize();
-    if ( rowSize == outPage.GetRowSize() )
-        return ReadExactly( inGrid.offsets[inBlock], target, rows * rowSize, inProgress );
-
-    const auto channel = static_cast<std::uint32_t>( inBlock / inGrid.blocksOfPlane );
-    const auto rowsAtOnce = std::clamp<std::uint64_t>( kPieceSize / rowSize, 1, rows );
-    const auto block = std::make_unique_for_overwrite<std::byte[]>( rowsAtOnce * rowSize );
-    for ( std::uint64_t row = 0; row < rows; row += rowsAtOnce )
-    {
-        const auto tellShare = [&]( double )
-        { inProgress( static_cast<double>( row ) / static_cast<double>( rows ) ); };
-        const auto count = std::min( rowsAtOnce, rows - row );
-        ReadExactly( inGrid.offsets[inBlock] + row * rowSize, block.get(), count * rowSize, tellShare );
-        outPage.CopyBlock(
-            block.get(), static_cast<std::uint32_t>( inGrid.width ), static_cast<std::uint32_t>( count ),
-            static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top + row ), inGrid.planes > 1,
-            channel );
-    }
-}
-
-void WTIFFFile::ReadExactly(
-    std::uint64_t inPosition, std::byte* outBytes, std::uint64_t inCount, const Progress& inProgress ) const
-{
-    const auto size = itsFile.GetSize();
-    const auto refuse = [&]
-    {
-        throw WImageError(
-            "it is cut off: " + std::to_string( inCount ) + " bytes of samples are missing at offset " +
-            std::to_string( inPosition ) );
-    };
-    if ( inPosition > size || inCount > size - inPosition )
-        refuse();
-    for ( std::uint64_t done = 0; done < inCount; )
-    {
-        inProgress( static_cast<double>( done ) / static_cast<double>( inCount ) );
-        const auto piece = std::min( kPieceSize, inCount - done );
-        if ( itsFile.ReadAt( inPosition + done, outBytes + done, piece ) != piece )
-            refuse();
-        done += piece;
-    }
+    itsDecoder->Decode( GetCompression( inTags ), inOffset, GetMostBytes( inTags ), inProgress, outPage );
 }

@@ -96,12 +96,7 @@ void WTIFFDecoder::Implementation::Decode(
     sMessage.clear();
     Check( TIFFSetSubDirectory( itsTIFF, inDirectoryOffset ) != 0 );
     if ( GetField<std::uint16_t>( TIFFTAG_PHOTOMETRIC ) == PHOTOMETRIC_YCBCR )
-    {
-        if ( GetField<std::uint16_t>( TIFFTAG_COMPRESSION ) != COMPRESSION_JPEG )
-            throw WImageError(
-                "its colours are stored as brightness and differences, which only JPEG may do" );
         TIFFSetField( itsTIFF, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB );
-    }
     Check( HasForm( ioPage ) );
 
     const auto planes = static_cast<std::uint16_t>( IsSeparate() ? ioPage.channels : 1 );
@@ -183,8 +178,12 @@ WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
 WTIFFDecoder::~WTIFFDecoder() = default;
 
 void WTIFFDecoder::Decode(
-    std::uint32_t, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes,
+    std::uint64_t inCompression, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes,
     const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
+    if ( inCompression > UINT16_MAX || !TIFFIsCODECConfigured( static_cast<std::uint16_t>( inCompression ) ) )
+        throw WImageError(
+            "its samples are compressed by " + GetCompressionName( inCompression ) +
+            ", which cannot be read" );
     itsImplementation->Decode( inDirectoryOffset, inMostBytes, inProgress, ioPage );
 }

@@ -240,19 +240,17 @@ void WImagingComponent::Release()
     CoDecrementMTAUsage( itsApartment );
 }
 
-void WImagingComponent::CopyFrame(
-    std::uint32_t inFrame, bool inMayConvert, const WImageFile::Progress& inProgress, WImagePage& ioPage )
+void WImagingComponent::CopyFrame( const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     Reference<IWICBitmapFrameDecode> frame;
-    Check( itsDecoder->GetFrame( inFrame, frame.GetAddress() ), "its page cannot be found" );
+    Check( itsDecoder->GetFrame( 0, frame.GetAddress() ), "its page cannot be found" );
 
     UINT width = 0, height = 0;
     GUID id{};
     Check( frame->GetSize( &width, &height ), "its size cannot be read" );
     Check( frame->GetPixelFormat( &id ), "the form of its pixels cannot be read" );
     const auto* format = FindFormat( id, ioPage.type );
-    const auto isSame = format && format->channels == ioPage.channels;
-    if ( width != ioPage.width || height != ioPage.height || ( !isSame && !inMayConvert ) )
+    if ( width != ioPage.width || height != ioPage.height )
         throw WImageError( "Windows cannot read this form of image" );
 
     if ( format )

@@ -16,11 +16,9 @@ public:
     WImagingComponent( const WImagingComponent& ) = delete;
     WImagingComponent& operator=( const WImagingComponent& ) = delete;
 
-    /// Fills the samples of a page whose form is known and whose room is made. A frame of other channels or samples is
-    /// refused unless `inMayConvert`: then transparency is dropped, palettes are applied and few bits scaled to eight.
-    void CopyFrame(
-        std::uint32_t inFrame, bool inMayConvert, const WImageFile::Progress& inProgress,
-        WImagePage& ioPage );
+    /// Fills the samples of a page whose form is known and whose room is made from the first frame. Transparency is
+    /// dropped, palettes are applied and few bits scaled to eight.
+    void CopyFrame( const WImageFile::Progress& inProgress, WImagePage& ioPage );
 
 private:
     CO_MTA_USAGE_COOKIE itsApartment = nullptr; ///< Of the process, for threads that have none of their own.

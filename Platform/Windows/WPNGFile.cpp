@@ -99,7 +99,7 @@ public:
             page.pixelHeight = 1e6 / header.pixelsPerMetreY;
         }
         page.Allocate( std::numeric_limits<std::uint64_t>::max(), inAllocator );
-        WImagingComponent( itsPath ).CopyFrame( 0, true, inProgress, page );
+        WImagingComponent( itsPath ).CopyFrame( inProgress, page );
         return page;
     }
 

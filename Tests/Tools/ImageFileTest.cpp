@@ -7,6 +7,7 @@
 #include "TestPages.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 namespace
 {
@@ -95,6 +96,88 @@ std::string MakeTiledTIFF( bool inBigEndian, bool inSeparate )
           { 323, 3, 1, 2 },
           { 324, 4, count, offsets },
           { 325, 4, count, sizes } } );
+}
+/// LZW without any texts: a clear before every 200 bytes keeps the codes at 9 bits.
+std::string PackLZW( const std::string& inBytes )
+{
+    std::string packed;
+    std::uint32_t bits = 0, count = 0;
+    const auto add = [&]( std::uint32_t inCode )
+    {
+        bits = bits << 9 | inCode;
+        for ( count += 9; count >= 8; count -= 8 )
+            packed += static_cast<char>( bits >> ( count - 8 ) );
+    };
+    for ( std::size_t i = 0; i < inBytes.size(); ++i )
+    {
+        if ( i % 200 == 0 )
+            add( 256 );
+        add( static_cast<unsigned char>( inBytes[i] ) );
+    }
+    add( 257 );
+    add( 0 );
+    return packed;
+}
+
+std::string Pack( const std::string& inBytes, std::uint32_t inCompression )
+{
+    std::string packed;
+    if ( inCompression == 5 )
+        return PackLZW( inBytes );
+    if ( inCompression != 32773 )
+    {
+        auto size = compressBound( static_cast<uLong>( inBytes.size() ) );
+        packed.resize( size );
+        compress(
+            reinterpret_cast<Bytef*>( packed.data() ), &size,
+            reinterpret_cast<const Bytef*>( inBytes.data() ), static_cast<uLong>( inBytes.size() ) );
+        packed.resize( size );
+        return packed;
+    }
+    for ( const auto byte : inBytes ) // Nothing, one byte as it is, nothing, ...
+        packed += std::string( "\x80\0", 2 ) + byte;
+    return packed;
+}
+
+struct Packing
+{
+    std::uint32_t compression;
+    std::uint32_t predictor;
+    bool isLowestBitFirst;
+};
+
+/// Samples of 16 bits in one strip that count up by 300 row by row.
+std::string
+MakePackedTIFF( bool inIsBigEndian, std::uint32_t inWidth, std::uint32_t inHeight, const Packing& inPacking )
+{
+    std::string bytes;
+    for ( std::uint32_t i = 0; i < inWidth * inHeight; ++i )
+    {
+        const auto sample = inPacking.predictor == 2 && i % inWidth > 0 ? 300 : i * 300;
+        const char low = static_cast<char>( sample ), high = static_cast<char>( sample >> 8 );
+        bytes += inIsBigEndian ? std::string{ high, low } : std::string{ low, high };
+    }
+    HandmadeTIFF tiff( inIsBigEndian );
+    const auto packed = Pack( bytes, inPacking.compression );
+    std::uint32_t start = 0;
+    for ( std::size_t i = 0; i < packed.size(); ++i )
+    {
+        auto byte = static_cast<unsigned char>( packed[i] ), reversed = byte;
+        for ( int bit = 0; bit < 8; ++bit, byte = static_cast<unsigned char>( byte >> 1 ) )
+            reversed = static_cast<unsigned char>( reversed << 1 | ( byte & 1 ) );
+        const auto position =
+            tiff.Append( inPacking.isLowestBitFirst ? reversed : static_cast<unsigned char>( packed[i] ), 1 );
+        start = i == 0 ? position : start;
+    }
+    return tiff.Finish(
+        { { 256, 3, 1, inWidth },
+          { 257, 3, 1, inHeight },
+          { 258, 3, 1, 16 },
+          { 259, 3, 1, inPacking.compression },
+          { 266, 3, 1, inPacking.isLowestBitFirst ? 2u : 1u },
+          { 273, 4, 1, start },
+          { 279, 4, 1, static_cast<std::uint32_t>( packed.size() ) },
+          { 317, 3, 1, inPacking.predictor } } );
 }
 } // namespace
 
@@ -201,6 +284,46 @@ TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
     EXPECT_EQ( read( kPalette2 ), ( Samples{ 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120 } ) );
 }
 
+TEST_F( ImageFile, ReadsCompressionsOfEitherByteOrder )
+{
+    const std::uint32_t width = 300, height = 250; // More than is unpacked at a time.
+    for ( const auto isBigEndian : { false, true } )
+        for ( const auto& packing :
+              { Packing{ 5, 1, false }, Packing{ 5, 2, true }, Packing{ 8, 1, true },
+                Packing{ 32946, 2, false }, Packing{ 32773, 1, true } } )
+        {
+            SCOPED_TRACE( std::to_string( packing.compression ) + ( isBigEndian ? " MM" : " II" ) );
+            const auto path =
+                itsFolder.Write( "packed.tif", MakePackedTIFF( isBigEndian, width, height, packing ) );
+            const auto page = WImageFile::Open( path )->ReadPage( 0 );
+            std::uint32_t wrong = 0;
+            for ( std::uint32_t i = 0; i < width * height; ++i )
+                wrong += page.GetSamples<std::uint16_t>()[i] != static_cast<std::uint16_t>( i * 300 );
+            EXPECT_EQ( wrong, 0u );
+        }
+}
+
+TEST_F( ImageFile, RefusesDamagedCompressions )
+{
+    const auto sound = FromHex( kDeflate16 );
+    const auto read = [&]( const std::string& inBytes )
+    {
+        const auto page = WImageFile::Open( itsFolder.Write( "damaged", inBytes ) )->ReadPage( 0 );
+        return std::string( page.GetSamples<char>(), page.GetByteCount() );
+    };
+    // The checksum tells of whatever the samples do not show.
+    for ( auto bit = ( sound.size() - 21 ) * 8; bit < sound.size() * 8; ++bit )
+    {
+        auto damaged = sound;
+        damaged[bit / 8] = static_cast<char>( damaged[bit / 8] ^ 1 << bit % 8 );
+        EXPECT_TRUE( !GetFailure( damaged ).empty() || read( damaged ) == read( sound ) ) << bit;
+    }
+
+    EXPECT_EQ(
+        GetFailure( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ) ),
+        "its compressed samples are damaged: LZW code 300 has no text yet" );
+}
+
 TEST_F( ImageFile, ExchangesPlacesInPalettesForColours )
 {
     // Green of 8 bits, then one level finer than that; the pixels are the places 0, 7 and 255.
@@ -281,7 +404,7 @@ TEST_F( ImageFile, RefusesEveryTruncation )
 
 TEST_F( ImageFile, SurvivesEveryFlippedBit )
 {
-    for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ) } )
+    for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ), FromHex( kPackBits8 ) } )
     {
         const auto path = itsFolder.Write( "broken", bytes );
         WFile file( path, WFile::kReadWrite );

@@ -107,8 +107,9 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
 void Measure::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain(
-        "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. Each page is one\n"
-        "time point, counted from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced resolution\n"
+        "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. TIFF files may be\n"
+        "compressed with LZW, deflate or PackBits, on Linux also with JPEG, LZMA, Zstandard, WebP or LERC. Each page is\n"
+        "one time point, counted from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced resolution\n"
         "and masks are left out and not counted. Grey images that store white as 0 are inverted. Places in a palette (of\n"
         "8 bits in TIFF files) become red, green and blue, which have 16 bits where a TIFF palette is finer than 8.\n"
         "TIFF files whose description (OME-XML, ImageJ's, or the shape of an array) declares several channels, slices or\n"
