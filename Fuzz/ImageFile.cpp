@@ -1,5 +1,6 @@
-// A TIFF or PNG file, its description and all pages, through the program's readers. What can be read has as many samples
-// as it says; anything else is refused with an image error or an error of the system.
+// A TIFF or PNG file, its description and all pages, through the program's readers, and the first page through the readers of
+// blocks that do without the system's libraries. What can be read has as many samples as it says; anything else is refused
+// with an image error or an error of the system.
 
 #include "WImageFile.h"
 
@@ -8,6 +9,7 @@
 #include "Startup/WInitCore.h"
 #include "WClock.h"
 #include "WFile.h"
+#include "WTIFFBlockReader.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -48,15 +50,34 @@ void ReadPages()
     }
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t inSize )
+/// As samples of every type, whatever the file says of them.
+void ReadBlocks( WImageForm::SampleType inType )
 {
-    static const WInitCore sCore;
-    WriteFile( inData, inSize );
+    constexpr std::uint32_t kMostPixels = 1 << 16, kMostChannels = 8;
+    const WFile file( GetPath(), WFile::kRead );
+    const auto header = WTIFFHeader::Read( file );
+    const WTIFFDirectory tags( file, header, header.firstDirectory );
+    WImagePage page;
+    page.width = tags.GetExtent( WTIFFDirectory::kWidth, 0 );
+    page.height = tags.GetExtent( WTIFFDirectory::kHeight, 0 );
+    page.channels = tags.GetExtent( WTIFFDirectory::kSamplesPerPixel, 1 );
+    page.type = inType;
+    const auto isSmall = std::uint64_t{ page.width } * page.height <= kMostPixels &&
+        page.channels <= kMostChannels && tags.GetExtent( WTIFFDirectory::kTileWidth, 0 ) <= kMostPixels;
+    if ( !isSmall ||
+         !WTIFFUnpacker::CanUnpack( tags.GetNumber( WTIFFDirectory::kCompression, WTIFFUnpacker::kNone ) ) )
+        return;
+    page.Allocate( UINT64_MAX );
+    WTIFFBlockReader( file, header, tags, page ).Read( []( double ) {} );
+}
+
+/// Runs what may be refused.
+template<class Read>
+void Try( Read inRead )
+{
     try
     {
-        ReadPages();
+        inRead();
     }
     catch ( const WImageError& )
     {
@@ -64,6 +85,17 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t i
     catch ( const XException& )
     {
     }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t inSize )
+{
+    static const WInitCore sCore;
+    WriteFile( inData, inSize );
+    Try( ReadPages );
+    for ( const auto type : { WImageForm::kUInt8, WImageForm::kUInt16, WImageForm::kFloat32 } )
+        Try( [&] { ReadBlocks( type ); } );
     std::filesystem::remove( GetPath() );
     return 0;
 }

@@ -2,11 +2,14 @@
 
 #include "WImageFile.h"
 
-/// Reads the pages of a TIFF file whose compression WTIFFUnpacker does not know, by what the system has for it: on
-/// Windows nothing.
+/// Reads the pages of a TIFF file whose compression WTIFFUnpacker does not know, or unpacks more slowly, by what the system
+/// has for it: on Windows nothing.
 class WTIFFDecoder
 {
 public:
+    /// True for compressions of WTIFFUnpacker that this unpacks in less time.
+    static bool IsFasterAt( std::uint64_t inCompression );
+
     explicit WTIFFDecoder( const std::filesystem::path& inPath );
     ~WTIFFDecoder();
     WTIFFDecoder( const WTIFFDecoder& ) = delete;

@@ -304,9 +304,10 @@ void WTIFFFile::ReadStored(
     std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
 {
     CheckTileSize( inTags, outPage );
-    if ( WTIFFUnpacker::CanUnpack( GetCompression( inTags ) ) )
+    const auto compression = GetCompression( inTags );
+    if ( WTIFFUnpacker::CanUnpack( compression ) && !WTIFFDecoder::IsFasterAt( compression ) )
         return WTIFFBlockReader( itsFile, itsHeader, inTags, outPage ).Read( inProgress );
     if ( !itsDecoder )
         itsDecoder.emplace( itsPath );
-    itsDecoder->Decode( GetCompression( inTags ), inOffset, GetMostBytes( inTags ), inProgress, outPage );
+    itsDecoder->Decode( compression, inOffset, GetMostBytes( inTags ), inProgress, outPage );
 }

@@ -170,6 +170,12 @@ void WTIFFDecoder::Implementation::DecodeTiles(
         }
 }
 
+/// libtiff unpacks deflate with libdeflate, in half the time of zlib.
+bool WTIFFDecoder::IsFasterAt( std::uint64_t inCompression )
+{
+    return inCompression == COMPRESSION_ADOBE_DEFLATE || inCompression == COMPRESSION_DEFLATE;
+}
+
 WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
     : itsImplementation( std::make_unique<Implementation>( inPath ) )
 {

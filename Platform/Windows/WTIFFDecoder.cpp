@@ -4,6 +4,11 @@ class WTIFFDecoder::Implementation
 {
 };
 
+bool WTIFFDecoder::IsFasterAt( std::uint64_t )
+{
+    return false;
+}
+
 WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& ) {}
 
 WTIFFDecoder::~WTIFFDecoder() = default;

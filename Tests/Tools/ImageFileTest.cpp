@@ -306,17 +306,25 @@ TEST_F( ImageFile, ReadsCompressionsOfEitherByteOrder )
 TEST_F( ImageFile, RefusesDamagedCompressions )
 {
     const auto sound = FromHex( kDeflate16 );
-    const auto read = [&]( const std::string& inBytes )
+    const auto form = WImageFile::Open( itsFolder.Write( "sound", sound ) )->ReadPage( 0 );
+    const auto isRefusedOrSound = [&]( const std::string& inBytes )
     {
-        const auto page = WImageFile::Open( itsFolder.Write( "damaged", inBytes ) )->ReadPage( 0 );
-        return std::string( page.GetSamples<char>(), page.GetByteCount() );
+        try
+        {
+            const auto page = ReadBlocks( itsFolder.Write( "damaged", inBytes ), form );
+            return std::memcmp( page.samples.get(), form.samples.get(), form.GetByteCount() ) == 0;
+        }
+        catch ( const WImageError& )
+        {
+            return true;
+        }
     };
     // The checksum tells of whatever the samples do not show.
     for ( auto bit = ( sound.size() - 21 ) * 8; bit < sound.size() * 8; ++bit )
     {
         auto damaged = sound;
         damaged[bit / 8] = static_cast<char>( damaged[bit / 8] ^ 1 << bit % 8 );
-        EXPECT_TRUE( !GetFailure( damaged ).empty() || read( damaged ) == read( sound ) ) << bit;
+        EXPECT_TRUE( isRefusedOrSound( damaged ) ) << bit;
     }
 
     EXPECT_EQ(

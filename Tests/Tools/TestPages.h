@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WImageFile.h"
+#include "WTIFFBlockReader.h"
 
 #include <cstring>
 #include <limits>
@@ -21,6 +21,20 @@ WImagePage MakePage( std::uint32_t inWidth, const std::vector<T>& inSamples, std
                                                 : WImagePage::kFloat32;
     page.Allocate( std::numeric_limits<std::uint64_t>::max() );
     std::memcpy( page.samples.get(), inSamples.data(), page.GetByteCount() );
+    return page;
+}
+
+/// The samples of the first page of a TIFF file, of that form, unpacked without the system's libraries whatever they are
+/// good at.
+inline WImagePage ReadBlocks( const std::filesystem::path& inPath, const WImageForm& inForm )
+{
+    const WFile file( inPath, WFile::kRead );
+    const auto header = WTIFFHeader::Read( file );
+    const WTIFFDirectory tags( file, header, header.firstDirectory );
+    WImagePage page;
+    static_cast<WImageForm&>( page ) = inForm;
+    page.Allocate( std::numeric_limits<std::uint64_t>::max() );
+    WTIFFBlockReader( file, header, tags, page ).Read( []( double ) {} );
     return page;
 }
 
