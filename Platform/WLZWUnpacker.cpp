@@ -12,6 +12,7 @@ namespace
 constexpr std::uint32_t kLiterals = 256, kClear = 256, kEnd = 257, kFirstCode = 258;
 constexpr std::uint32_t kShortest = 9, kLongest = 12; // Bits of a code.
 constexpr std::uint32_t kNoCode = UINT32_MAX;
+constexpr std::uint32_t kNotCleared = 0; // In place of the next code.
 
 std::uint64_t PutByte( std::uint8_t inByte, std::size_t inPlace )
 {
@@ -42,7 +43,8 @@ void WLZWUnpacker::Reset()
 {
     itsRestStart = itsRestEnd = 0;
     itsBits = {};
-    Clear();
+    itsBits.width = kShortest;
+    itsNextCode = kNotCleared;
 }
 
 void WLZWUnpacker::Clear()
@@ -126,6 +128,8 @@ void WLZWUnpacker::Fill( Bits& ioBits )
 /// Every code but the first adds the text of the one before it and the first byte of its own, which may be that very text.
 void WLZWUnpacker::AddText( std::uint32_t inCode )
 {
+    if ( itsNextCode == kNotCleared ) // As in files of before 1992, whose bits lie the other way round.
+        Refuse( "LZW does not begin with a clear" );
     const auto most = itsPrevious == kNoCode ? kLiterals - 1 : itsNextCode;
     if ( inCode > most )
         Refuse( "LZW code " + std::to_string( inCode ) + " has no text yet" );

@@ -330,6 +330,12 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
     EXPECT_EQ(
         GetFailure( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ) ),
         "its compressed samples are damaged: LZW code 300 has no text yet" );
+    EXPECT_EQ(
+        GetFailure( FromHex( Exchange( kLZW8, "800000202018", "000100202018" ) ) ),
+        "its compressed samples are damaged: LZW does not begin with a clear" );
+    EXPECT_EQ(
+        GetFailure( MakePackedTIFF( false, 4, 3, { 32773, 2, false } ) ),
+        "its samples have predictor 2, which is not for PackBits" );
 }
 
 TEST_F( ImageFile, ExchangesPlacesInPalettesForColours )
