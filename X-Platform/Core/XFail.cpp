@@ -77,6 +77,7 @@ constexpr ClassPart kClassParts[] = {
     { "XMemoryManagerStatus", "XMemoryManager" },
     { "XPivotAccumulators", "XPivotTableAccumulator" },
     { "XPivotComparison", "XPivotColumn" },
+    { "XPivotNormalise", "XPivotTable" },
     { "XPivotRowOrder", "XPivotTable" },
     { "XPivotTableNormalise", "XPivotTable" },
     { "XPivotTableRows", "XPivotTable" },

@@ -2,7 +2,6 @@
 
 #include "Core/XErrorNumbers.h"
 #include "Core/XFail.h"
-#include "Core/XStream.h"
 #include "Core/XString.h"
 #include "WLastErrorException.h"
 #include "WUUID.h"
@@ -184,14 +183,4 @@ std::uint64_t XUUID::GetHash() const
         hash ^= overflow | overflow >> 24;
     }
     return hash;
-}
-
-void XUUID::ReadStream2( XStream& inStream )
-{
-    inStream.ReadBuffer8( itsBytes, kByteCount );
-}
-
-void XUUID::WriteStream2( XStream& inStream ) const
-{
-    inStream.WriteBuffer8( itsBytes, kByteCount );
 }

@@ -5,10 +5,10 @@
 #include "Core/XStream.h"
 #include "Pivot/XPivotColumnIDRegistry.h"
 #include "Pivot/XPivotConversions.h"
+#include "Pivot/XPivotNormalise.h"
 #include "Pivot/XPivotRowFilter.h"
 #include "Pivot/XPivotRowOrder.h"
 #include "Pivot/XPivotRuns.h"
-#include "Pivot/XPivotTableNormalise.h"
 #include "Threads/XThread.h"
 
 #include <algorithm>

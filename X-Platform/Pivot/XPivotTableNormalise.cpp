@@ -1,6 +1,5 @@
-#include "Pivot/XPivotTableNormalise.h"
-
 #include "Pivot/XPivotFloatColumn.h"
+#include "Pivot/XPivotNormalise.h"
 #include "Pivot/XPivotTable.h"
 #include "Pivot/XPivotTableGroups.h"
 
@@ -55,25 +54,6 @@ XVector<double> FindReferences(
     return sums;
 }
 } // namespace
-
-double
-XNormalisePivotNumber( double inValue, double inReference, XPivotTableControlRelationship inRelationship )
-{
-    switch ( inRelationship )
-    {
-    case kControlRatio:
-        return inValue / inReference;
-    case kControlPercent:
-        return 100.0 * inValue / inReference;
-    case kControlDifference:
-        return inValue - inReference;
-    case kControlPercentDifference:
-        return 100.0 * ( inValue - inReference ) / inReference;
-    case kControlLogRatio:
-        return std::log2( inValue / inReference );
-    }
-    XAssert( false );
-}
 
 void XPivotTable::NormaliseTo(
     std::uint32_t inColumn, double inReference, XPivotTableControlRelationship inRelationship )
