@@ -140,21 +140,23 @@ void GroupByValues( const XKeys& inKeys, std::uint32_t inRowCount, XPivotTableGr
             outGroups.firstRows.push_back( row );
     }
 }
+
 /// The groups by a single column of texts, where they share storage.
-std::optional<XPivotTableGroups>
-GroupSharedTexts( const XVector<const XPivotColumn*>& inKeys, std::uint64_t inHashBits )
+std::optional<XPivotTableGroups> GroupSharedTexts(
+    const XVector<const XPivotColumn*>& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits )
 {
     if ( inKeys.size() != 1 || inHashBits != kAllHashBits )
         return std::nullopt;
     const auto* texts = dynamic_cast<const XPivotColumnT<XString>*>( inKeys.front() );
-    return texts ? XGroupSharedPivotTexts( texts->GetDataVector(), texts->GetExistsVector() ) : std::nullopt;
+    return texts ? XGroupSharedPivotTexts( texts->GetDataVector(), texts->GetExistsVector(), inRowCount )
+                 : std::nullopt;
 }
 } // namespace
 
 XPivotTableGroups XGroupPivotTableRows(
     const XVector<const XPivotColumn*>& inKeys, std::uint32_t inRowCount, std::uint64_t inHashBits )
 {
-    if ( auto shared = GroupSharedTexts( inKeys, inHashBits ) )
+    if ( auto shared = GroupSharedTexts( inKeys, inRowCount, inHashBits ) )
         return std::move( *shared );
     XPivotTableGroups groups;
     groups.groups.resize( inRowCount );

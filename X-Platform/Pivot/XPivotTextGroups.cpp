@@ -6,9 +6,11 @@
 
 namespace
 {
-constexpr std::size_t kMostStorages = 16 * 1024;
-constexpr std::size_t kAnyStorages = 4 * 1024; // which any rows may have; and one in two of the rest
-constexpr std::size_t kRowsPerBlock = 4 * 1024;
+// With more storages than these, looking at their texts would take longer than hashing the texts of all rows.
+constexpr std::uint32_t kMostStorages = 16 * 1024;
+constexpr std::uint32_t kAnyStorages = 256; // which any rows may have
+constexpr std::uint32_t kRowsPerStorage = 16;
+constexpr std::uint32_t kRowsPerBlock = 512;
 
 /// Numbers the storages of texts in the order in which they first occur: open addressing, at most an eighth full. Addresses are
 /// not chosen by who fills a table, so they do not crowd.
@@ -79,16 +81,17 @@ bool GroupByStorages(
 {
     XStorageNumbers numbers( outGroups.firstRows );
     static constexpr char kMissing = '\0'; // stands for a storage
-    const std::size_t count = inTexts.size();
-    for ( std::size_t first = 0; first < count; first += kRowsPerBlock )
+    const auto count = static_cast<std::uint32_t>( outGroups.groups.size() );
+    const std::uint32_t most = ( std::min )( kAnyStorages + count / kRowsPerStorage, kMostStorages );
+    for ( std::uint32_t row = 0; row < count; )
     {
-        if ( outGroups.firstRows.size() > ( std::min )( kAnyStorages + first / 2, kMostStorages ) )
-            return false;
-        for ( std::size_t row = first; row < ( std::min )( first + kRowsPerBlock, count ); ++row )
+        for ( const std::uint32_t end = row + ( std::min )( kRowsPerBlock, count - row ); row < end; ++row )
         {
             const void* const storage = inExists[row] ? inTexts[row].GetStorageID() : &kMissing;
-            outGroups.groups[row] = numbers.Number( storage, static_cast<std::uint32_t>( row ) );
+            outGroups.groups[row] = numbers.Number( storage, row );
         }
+        if ( outGroups.GetCount() > most )
+            return false;
     }
     return true;
 }
@@ -130,11 +133,11 @@ void MergeGroups( const XVector<std::uint32_t>& inEqualGroups, XPivotTableGroups
 }
 } // namespace
 
-std::optional<XPivotTableGroups>
-XGroupSharedPivotTexts( const XVector<XString>& inTexts, const XVector<std::uint8_t>& inExists )
+std::optional<XPivotTableGroups> XGroupSharedPivotTexts(
+    const XVector<XString>& inTexts, const XVector<std::uint8_t>& inExists, std::uint32_t inRowCount )
 {
     XPivotTableGroups groups;
-    groups.groups.resize( inTexts.size() );
+    groups.groups.resize( inRowCount );
     if ( !GroupByStorages( inTexts, inExists, groups ) )
         return std::nullopt;
     MergeGroups( FindEqualTexts( inTexts, inExists, groups.firstRows ), groups );
