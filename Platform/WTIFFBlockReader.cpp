@@ -19,6 +19,14 @@ std::uint64_t DivideUp( std::uint64_t inNumber, std::uint64_t inDivisor )
 {
     return ( inNumber + inDivisor - 1 ) / inDivisor;
 }
+
+/// What is left of the file from each place.
+std::vector<std::uint64_t> GetRests( const WFile& inFile, std::vector<std::uint64_t> inOffsets )
+{
+    for ( const auto size = inFile.GetSize(); auto& offset : inOffsets )
+        offset = size - std::min( offset, size );
+    return inOffsets;
+}
 } // namespace
 
 WTIFFBlockReader::Grid::Grid( const WTIFFDirectory& inTags, const WImagePage& inPage )
@@ -40,9 +48,7 @@ WTIFFBlockReader::WTIFFBlockReader(
     const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage )
     : itsFile( inFile ), itsPage( outPage ), itsGrid( inTags, outPage ),
       itsRowSize( itsGrid.width * itsGrid.channels * outPage.GetSampleSize() ),
-      itsRowsAtOnce( std::clamp<std::uint64_t>(
-          ( GetCompression( inTags ) == WTIFFUnpacker::kNone ? kPlainPiece : kPackedPiece ) / itsRowSize, 1,
-          itsGrid.height ) ),
+      itsIsPlain( GetCompression( inTags ) == WTIFFUnpacker::kNone ),
       itsOffsets(
           inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileOffsets : Tags::kStripOffsets, itsGrid.blocks ) ),
       itsSizes( inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileSizes : Tags::kStripSizes, itsGrid.blocks ) ),
@@ -51,6 +57,27 @@ WTIFFBlockReader::WTIFFBlockReader(
 {
     if ( itsOffsets.size() < itsGrid.blocks || ( !itsSizes.empty() && itsSizes.size() < itsGrid.blocks ) )
         throw WImageError( "some of its strips or tiles are not listed" );
+    if ( itsSizes.empty() )
+        itsSizes = GetRests( inFile, itsOffsets );
+    JoinStrips();
+    itsRowsAtOnce = std::clamp<std::uint64_t>(
+        ( itsIsPlain ? kPlainPiece : kPackedPiece ) / itsRowSize, 1, itsGrid.height );
+}
+
+/// Makes one of strips that lie one after the other as they are: a call for each would take longer than the reading.
+void WTIFFBlockReader::JoinStrips()
+{
+    if ( !itsIsPlain || itsGrid.isTiled || itsGrid.isSeparate )
+        return;
+    const auto stripSize = itsGrid.height * itsRowSize;
+    const auto size = itsPage.height * itsRowSize;
+    for ( std::uint64_t block = 0; block < itsGrid.blocks; ++block )
+        if ( itsOffsets[block] != itsOffsets.front() + block * stripSize ||
+             itsSizes[block] < std::min( stripSize, size - block * stripSize ) )
+            return;
+    itsGrid.height = itsPage.height;
+    itsGrid.blocksOfPlane = itsGrid.blocks = 1;
+    itsSizes.assign( 1, size );
 }
 
 void WTIFFBlockReader::Read( const WImageFile::Progress& inProgress )
@@ -75,9 +102,7 @@ void WTIFFBlockReader::ReadBlock( std::uint64_t inBlock, const WImageFile::Progr
     if ( !isDirect && !itsRows )
         itsRows = std::make_unique_for_overwrite<std::byte[]>( itsRowsAtOnce * itsRowSize );
 
-    const auto offset = itsOffsets[inBlock];
-    const auto rest = std::max( itsFile.GetSize(), offset + 1 ) - offset;
-    itsUnpacker->Start( offset, itsSizes.empty() ? rest : itsSizes[inBlock] );
+    itsUnpacker->Start( itsOffsets[inBlock], itsSizes[inBlock] );
     for ( std::uint64_t row = 0; row < rows; row += itsRowsAtOnce )
     {
         inProgress( static_cast<double>( row ) / static_cast<double>( rows ) );

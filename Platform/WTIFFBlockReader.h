@@ -36,14 +36,16 @@ private:
 
     const WFile& itsFile;
     WImagePage& itsPage;
-    const Grid itsGrid;
+    Grid itsGrid;
     const std::uint64_t itsRowSize; ///< Of a block, in bytes.
-    const std::uint64_t itsRowsAtOnce;
+    const bool itsIsPlain;          ///< Not compressed.
+    std::uint64_t itsRowsAtOnce;
     std::vector<std::uint64_t> itsOffsets; ///< Of the blocks in the file.
-    std::vector<std::uint64_t> itsSizes;   ///< Empty when the file does not tell them.
+    std::vector<std::uint64_t> itsSizes;
     std::unique_ptr<WTIFFUnpacker> itsUnpacker;
     WTIFFPredictor itsPredictor;
     std::unique_ptr<std::byte[]> itsRows; ///< Those that cannot be unpacked to their place in the page.
 
+    void JoinStrips();
     void ReadBlock( std::uint64_t inBlock, const WImageFile::Progress& inProgress );
 };

@@ -88,9 +88,10 @@ void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart
 
     const auto size = GetTypeSize( entry.type );
     const auto valueStart = inStart + 4 + wordSize;
-    const auto isInline = size != 0 && entry.count <= wordSize / size;
-    entry.position = isInline ? itsOffset + ( itsHeader.isBig ? 8 : 2 ) + valueStart
-                              : ::GetNumber( inBytes, valueStart, wordSize, itsHeader.isSwapped );
+    if ( size != 0 && entry.count <= wordSize / size )
+        entry.bytes = inBytes.substr( valueStart, wordSize );
+    else
+        entry.position = ::GetNumber( inBytes, valueStart, wordSize, itsHeader.isSwapped );
     if ( !itsEntries.emplace( tag, entry ).second )
         itsRepeatedEntries.emplace( tag, entry );
 }
@@ -98,6 +99,8 @@ void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart
 std::string WTIFFDirectory::ReadValues( const Entry& inEntry, std::uint64_t inCount ) const
 {
     const auto size = GetTypeSize( inEntry.type );
+    if ( inCount > 0 && !inEntry.bytes.empty() && inCount <= inEntry.bytes.size() / size )
+        return inEntry.bytes.substr( 0, inCount * size );
     if ( inCount == 0 || size == 0 || inCount > itsFile.GetSize() / size )
         throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
     return ReadBytes( itsFile, inEntry.position, inCount * size );

@@ -95,7 +95,8 @@ private:
     {
         std::uint16_t type;
         std::uint64_t count;
-        std::uint64_t position; ///< Of the first value.
+        std::uint64_t position = 0; ///< Of the first value, where they lie elsewhere.
+        std::string bytes;          ///< With the values, where they lie in the directory.
     };
 
     const WFile& itsFile;

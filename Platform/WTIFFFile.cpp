@@ -106,6 +106,9 @@ void CheckColours( const Tags& inTags, const WImageForm& inForm )
         if ( GetCompression( inTags ) != kJPEG )
             throw WImageError(
                 "its colours are stored as brightness and differences, which only JPEG may do" );
+        if ( inTags.HasSeparatePlanes() )
+            throw WImageError(
+                "its colours are stored as brightness and differences in planes of their own" );
         return;
     case kWhiteIsZero:
         if ( inForm.channels > 1 || inForm.type == WImageForm::kFloat32 )

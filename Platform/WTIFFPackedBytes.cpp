@@ -31,15 +31,12 @@ constexpr auto kReversedBytes = MakeReversedBytes();
 } // namespace
 
 WTIFFPackedBytes::WTIFFPackedBytes( const WFile& inFile, bool inIsReversed )
-    : itsFile( inFile ), itsIsReversed( inIsReversed )
+    : itsFile( inFile ), itsFileSize( inFile.GetSize() ), itsIsReversed( inIsReversed )
 {
 }
 
 void WTIFFPackedBytes::Start( std::uint64_t inPosition, std::uint64_t inCount )
 {
-    const auto size = itsFile.GetSize();
-    if ( inPosition > size || inCount > size - inPosition )
-        RefuseMissing( inPosition, inCount );
     itsPosition = inPosition;
     itsUnread = inCount;
     itsFirst = itsEnd = 0;
@@ -53,7 +50,11 @@ bool WTIFFPackedBytes::ReadMore()
     std::memmove( itsBytes.get(), GetBytes(), kept );
     itsFirst = 0;
     itsEnd = kept;
-    const auto more = static_cast<std::size_t>( std::min<std::uint64_t>( kBufferSize - kept, itsUnread ) );
+    const auto inFile = itsFileSize - std::min( itsPosition, itsFileSize );
+    if ( inFile == 0 && itsUnread > 0 )
+        RefuseMissing( itsPosition, itsUnread );
+    const auto more =
+        static_cast<std::size_t>( std::min<std::uint64_t>( { kBufferSize - kept, itsUnread, inFile } ) );
     ReadFromFile( itsBytes.get() + kept, more );
     itsEnd += more;
     return more > 0;
@@ -73,7 +74,8 @@ bool WTIFFPackedBytes::Take( std::byte* outBytes, std::size_t inCount )
 
 void WTIFFPackedBytes::ReadFromFile( std::uint8_t* outBytes, std::size_t inCount )
 {
-    if ( itsFile.ReadAt( itsPosition, outBytes, inCount ) != inCount )
+    const auto isInFile = itsPosition <= itsFileSize && inCount <= itsFileSize - itsPosition;
+    if ( !isInFile || itsFile.ReadAt( itsPosition, outBytes, inCount ) != inCount )
         RefuseMissing( itsPosition, inCount );
     if ( itsIsReversed )
         std::transform(

@@ -14,7 +14,8 @@ public:
     /// With `inIsReversed`, the lowest bit of each stored byte comes first; the bytes are given the other way round.
     WTIFFPackedBytes( const WFile& inFile, bool inIsReversed );
 
-    /// Begins with the bytes at that place of the file. Throws WImageError when the file is shorter.
+    /// Begins with the bytes at that place of the file. That the file is shorter is an error, WImageError, for who comes
+    /// to its end.
     void Start( std::uint64_t inPosition, std::uint64_t inCount );
 
     /// The bytes at hand: read and not skipped yet.
@@ -31,6 +32,7 @@ public:
 
 private:
     const WFile& itsFile;
+    const std::uint64_t itsFileSize; ///< Asked for once: blocks may be many and small.
     const bool itsIsReversed;
     std::uint64_t itsPosition = 0; ///< Of the next byte to read from the file.
     std::uint64_t itsUnread = 0;

@@ -170,10 +170,12 @@ void WTIFFDecoder::Implementation::DecodeTiles(
         }
 }
 
-/// libtiff unpacks deflate with libdeflate, in half the time of zlib.
+/// libtiff unpacks deflate with libdeflate, in half the time of zlib, and LZW of noisy images in three quarters of the time
+/// of WLZWUnpacker. It also knows the LZW of before 1992.
 bool WTIFFDecoder::IsFasterAt( std::uint64_t inCompression )
 {
-    return inCompression == COMPRESSION_ADOBE_DEFLATE || inCompression == COMPRESSION_DEFLATE;
+    return inCompression == COMPRESSION_LZW || inCompression == COMPRESSION_ADOBE_DEFLATE ||
+        inCompression == COMPRESSION_DEFLATE;
 }
 
 WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )

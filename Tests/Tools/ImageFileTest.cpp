@@ -236,6 +236,47 @@ TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )
         }
 }
 
+TEST_F( ImageFile, ReadsStripsWhereverTheyLie )
+{
+    // A strip for each of 3 rows of 2 bytes; 0 to 9 begin at offset 8.
+    using Three = std::array<std::uint32_t, 3>;
+    const auto write = [&]( const Three& inOffsets, const Three& inSizes )
+    {
+        HandmadeTIFF file( false );
+        for ( std::uint32_t i = 0; i < 10; ++i )
+            file.Append( i, 1 );
+        const auto append = [&]( const Three& inNumbers )
+        {
+            const auto position = file.Append( inNumbers[0], 4 );
+            file.Append( inNumbers[1], 4 );
+            file.Append( inNumbers[2], 4 );
+            return position;
+        };
+        const auto offsets = append( inOffsets ), sizes = append( inSizes );
+        return file.Finish(
+            { { 256, 3, 1, 2 },
+              { 257, 3, 1, 3 },
+              { 258, 3, 1, 8 },
+              { 273, 4, 3, offsets },
+              { 278, 3, 1, 1 },
+              { 279, 4, 3, sizes } } );
+    };
+    const auto read = [&]( const Three& inOffsets, const Three& inSizes )
+    {
+        const auto path = itsFolder.Write( "strips.tif", write( inOffsets, inSizes ) );
+        return std::string( WImageFile::Open( path )->ReadPage( 0 ).GetSamples<char>(), 6 );
+    };
+    const std::string_view counted( "\0\1\2\3\4\5\6\7\10\11", 10 );
+    EXPECT_EQ( read( { 8, 10, 12 }, { 2, 2, 2 } ), counted.substr( 0, 6 ) );
+    EXPECT_EQ( read( { 8, 10, 12 }, { 2, 2, 60000 } ), counted.substr( 0, 6 ) );
+    EXPECT_EQ( read( { 8, 10, 13 }, { 2, 2, 2 } ), std::string( "\0\1\2\3\5\6", 6 ) );
+    EXPECT_EQ( read( { 12, 10, 8 }, { 2, 2, 2 } ), std::string( "\4\5\2\3\0\1", 6 ) );
+    EXPECT_EQ( GetFailure( write( { 8, 10, 12 }, { 2, 1, 2 } ) ), "one of its strips or tiles is too short" );
+    EXPECT_EQ(
+        GetFailure( write( { 8, 10, 60000 }, { 2, 2, 2 } ) ),
+        "it is cut off: 2 bytes of samples are missing at offset 60000" );
+}
+
 TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
 {
     const auto read = [&]( std::string_view inDigits )
@@ -327,12 +368,23 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
         EXPECT_TRUE( isRefusedOrSound( damaged ) ) << bit;
     }
 
-    EXPECT_EQ(
-        GetFailure( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ) ),
-        "its compressed samples are damaged: LZW code 300 has no text yet" );
-    EXPECT_EQ(
-        GetFailure( FromHex( Exchange( kLZW8, "800000202018", "000100202018" ) ) ),
-        "its compressed samples are damaged: LZW does not begin with a clear" );
+    const auto refuse = [&]( const std::string& inBytes, const std::string& inReason )
+    {
+        const auto path = itsFolder.Write( "damaged", inBytes );
+        EXPECT_THROW( WImageFile::Open( path )->ReadPage( 0 ), WImageError ) << inReason;
+        const auto lzw = WImageFile::Open( itsFolder.Write( "sound", FromHex( kLZW8 ) ) )->ReadPage( 0 );
+        try
+        {
+            ReadBlocks( path, lzw );
+            ADD_FAILURE() << inReason;
+        }
+        catch ( const WImageError& error )
+        {
+            EXPECT_EQ( error.what(), "its compressed samples are damaged: " + inReason );
+        }
+    };
+    refuse( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ), "LZW code 300 has no text yet" );
+    refuse( FromHex( Exchange( kLZW8, "800000202018", "001000202018" ) ), "LZW does not begin with a clear" );
     EXPECT_EQ(
         GetFailure( MakePackedTIFF( false, 4, 3, { 32773, 2, false } ) ),
         "its samples have predictor 2, which is not for PackBits" );
@@ -471,9 +523,16 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     EXPECT_EQ(
         getFailureWith( { 339, 3, 1, 2 } ),
         "its samples are 8-bit signed (expected 8- or 16-bit unsigned or 32-bit float)" );
+    const HandmadeTIFF::Entries planes{
+        { 259, 3, 1, 7 }, { 262, 3, 1, 6 }, { 277, 3, 1, 3 }, { 284, 3, 1, 2 } };
+    entries = one;
+    entries.insert( entries.end(), planes.begin(), planes.end() );
+    EXPECT_EQ(
+        GetFailure( HandmadeTIFF( false ).Finish( entries ) ),
+        "its colours are stored as brightness and differences in planes of their own" );
     EXPECT_EQ( getFailureWith( { 32997, 4, 1, 1 } ), "" );
-    for ( const auto& planes : HandmadeTIFF::Entries{ { 32997, 4, 1, 6 }, { 33629, 5, 6, 8 } } )
-        EXPECT_EQ( getFailureWith( planes ), "it has 6 planes, of which only the first could be read" );
+    for ( const auto& entry : HandmadeTIFF::Entries{ { 32997, 4, 1, 6 }, { 33629, 5, 6, 8 } } )
+        EXPECT_EQ( getFailureWith( entry ), "it has 6 planes, of which only the first could be read" );
 }
 
 TEST_F( ImageFile, TellsOfItsFirstPageAndNotOfAThumbnail )

@@ -1,6 +1,7 @@
 // Pages of every form that libtiff writes, read as the program reads them and by the readers that do without it.
 
 #include "TestFolder.h"
+#include "Tools/TestImages.h"
 #include "Tools/TestPages.h"
 #include "WImageFile.h"
 
@@ -179,4 +180,15 @@ TEST( PackedTIFF, ReadsLongStrips )
         const auto read = ReadBlocks( folder / "long.tif", page );
         EXPECT_EQ( std::memcmp( read.samples.get(), page.samples.get(), page.GetByteCount() ), 0 );
     }
+}
+
+// Its bits lie the other way round.
+TEST( PackedTIFF, ReadsLZWOfBefore1992 )
+{
+    const TestFolder folder;
+    std::string digits( kLZW8 );
+    digits.replace( digits.find( "800000202018" ), 32, "00010410308040010307102450b02020" );
+    const auto page = WImageFile::Open( folder.Write( "old.tif", FromHex( digits ) ) )->ReadPage( 0 );
+    for ( std::uint8_t i = 0; i < 12; ++i )
+        EXPECT_EQ( page.GetSamples<std::uint8_t>()[i], i );
 }
