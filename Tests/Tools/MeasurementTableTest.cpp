@@ -58,11 +58,12 @@ TEST( MeasurementTable, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime )
     EXPECT_EQ( GetColumn<XPivotRowRefColumn>( second, kPivotID ).GetUUIDVector(), ids );
 }
 
-TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensities )
+TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObjects )
 {
     MeasureSettings settings;
     settings.objects.threshold = -10;
-    const auto dark = MeasurePage( MakePage<float>( 4, { -5, -20, -7, -20 } ), settings );
+    settings.inside = { 0, -6, 1 };
+    const auto dark = MeasurePage( MakePage<float>( 4, { -5, -9, -20, -7 } ), settings );
     const auto bright = MeasurePage( MakePage<float>( 1, { 9 } ), settings );
     std::vector<ImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };
     std::ostringstream out;
@@ -71,5 +72,5 @@ TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensities )
     std::vector<std::string> maxima;
     for ( std::string line; std::getline( lines, line ); )
         maxima.push_back( line.substr( line.find_last_of( ' ' ) + 1 ) );
-    EXPECT_EQ( maxima, ( std::vector<std::string>{ "(C1)", "Max", "-5", "9", "9" } ) );
+    EXPECT_EQ( maxima, ( std::vector<std::string>{ "(C1)", "Max", "-7", "-5", "9", "9", "9", "9" } ) );
 }

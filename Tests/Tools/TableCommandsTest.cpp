@@ -1,5 +1,6 @@
 #include "ProgramRun.h"
 
+#include "Core/XFileStream.h"
 #include "Core/XMemStream.h"
 #include "FilePaths.h"
 #include "TableFile.h"
@@ -35,22 +36,32 @@ protected:
 };
 } // namespace
 
-// The lengths of columns, which are known only behind them, come to lie across the end of the stream's buffer too.
+// The length of a column, which is known only behind it, comes to lie across the end of the stream's buffer at each of its
+// bytes; it has more than one that is not 0.
 TEST_F( TableCommands, TablesAreWrittenFrontToBackAsTheyAreInMemory )
 {
-    for ( std::size_t length = 0; length < 100; length += 4 )
+    const auto add = []( XPivotTable& ioTable, std::size_t inNameLength )
     {
-        XPivotTable table;
-        const XString name( std::string( length, 'x' ) );
-        table.AddColumn( std::make_unique<XPivotUInt32Column>( kPivotUserDefined, name, "", "" ) );
-        for ( std::uint32_t column = 0; column < 1200; ++column )
-            table.AddColumn( std::make_unique<XPivotUInt32Column>() );
+        const XString name( std::string( inNameLength, 'x' ) );
+        ioTable.AddColumn( std::make_unique<XPivotUInt32Column>( kPivotUserDefined, name, "", "" ) );
+    };
+    const auto write = []( const XPivotTable& inTable )
+    {
         XMemStream stream;
         stream.WriteStreamInfo();
-        stream.WriteObject( table );
-        const auto* const bytes = reinterpret_cast<const char*>( stream.GetData() );
+        stream.WriteObject( inTable );
+        return std::string( reinterpret_cast<const char*>( stream.GetData() ), stream.GetLength() );
+    };
+    XPivotTable small;
+    add( small, 0 );
+    for ( std::size_t left = 0; left <= 8; ++left )
+    {
+        XPivotTable table;
+        add( table, XFileStream::kDefaultBufferSize - write( small ).size() - left );
+        for ( int column = 0; column < 300; ++column )
+            add( table, 0x0404 );
         WriteTable( "wide", table );
-        EXPECT_TRUE( itsFolder.Read( "wide" ) == std::string( bytes, stream.GetLength() ) ) << length;
+        EXPECT_TRUE( itsFolder.Read( "wide" ) == write( table ) ) << left;
     }
 }
 
