@@ -279,6 +279,30 @@ TEST( XMemoryHandle, HasItsDataFetchedByTheFirstLock )
     EXPECT_EQ( static_cast<SSize64>( stored.GetStreamUsage() ), stream.GetExtent() );
 }
 
+TEST( XMemoryHandle, HasTheDataOfItsBlockFetchedHoweverOftenItHasBeenLocked )
+{
+    XMemoryHandle handle( 4 );
+    struct Fetcher : XDataFetcher
+    {
+        explicit Fetcher( const XMemoryHandle& inHandle ) : copy( inHandle ) {}
+        void FetchData( XLockable& ) override
+        {
+            TextOf( copy );
+            if ( ++calls == 1 )
+                XThrow( 1005 );
+        }
+        XMemoryHandle copy;
+        int calls = 0;
+    } fetcher( handle );
+    const auto lock = [&] { const XLock done( handle, kLockForRead ); };
+    lock();
+    handle.GetBlock()->SetDataFetcher( &fetcher );
+    EXPECT_EQ( 1005u, ErrorOf( lock ) );
+    lock();
+    lock();
+    EXPECT_EQ( 2, fetcher.calls );
+}
+
 // While the threads lock the blocks one after the other, another one tries to purge each.
 TEST( XMemoryHandle, LocksOfSeveralThreadsKeepABlockInMemory )
 {

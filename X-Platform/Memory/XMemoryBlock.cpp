@@ -95,6 +95,14 @@ XByteSwapMode XMemoryBlock::GetSwapOnLock() const
     return itsSwapOnLock;
 }
 
+void XMemoryBlock::SetDataFetcher( XDataFetcher* inFetcher )
+{
+    const XThreadLock lock( GetMutex() );
+    XLockable::SetDataFetcher( inFetcher );
+    itsHasFetcher |= inFetcher != nullptr;
+    SettleLockCount(); // the next lock has to fetch
+}
+
 void XMemoryBlock::Reference( const XMemoryHandle& )
 {
     itsRefCount.fetch_add( 1, std::memory_order_relaxed );
@@ -128,12 +136,20 @@ void XMemoryBlock::CopyBytesFrom( XMemoryBlock& ioSource )
         return;
     const XLock sourceLock( ioSource, kLockForRead );
     const XLock lock( this, kLockForWrite );
-    ioSource.CheckIntact();
-    std::memcpy( GetData(), ioSource.GetData(), count );
-    ioSource.CheckIntact();
-    const XThreadLock sourceMutex( ioSource.GetMutex() );
-    itsSwapOnLock = ioSource.itsIsSwapPending ? ioSource.itsSwapOnLock : kSwapNone;
-    itsIsSwapPending = itsSwapOnLock != kSwapNone;
+    const auto copy = [&]
+    {
+        ioSource.CheckIntact();
+        std::memcpy( GetData(), ioSource.GetData(), count );
+        ioSource.CheckIntact();
+    };
+    {
+        const XThreadLock sourceMutex( ioSource.GetMutex() );
+        itsIsSwapPending = ioSource.itsIsSwapPending;
+        itsSwapOnLock = itsIsSwapPending ? ioSource.itsSwapOnLock : kSwapNone;
+        if ( itsIsSwapPending )
+            return copy(); // before the lock of another handle reverses the bytes
+    }
+    copy();
 }
 
 void XMemoryBlock::PostLock( XLockMode )
@@ -198,7 +214,8 @@ std::uint64_t XMemoryBlock::AddLock( std::uint64_t inLocks, std::uint32_t inThre
 
 bool XMemoryBlock::BeginQuickLocks()
 {
-    if ( itsIsSetAside || itsIsSwapPending || !( GetFlags() & kInMemory ) || !AllowsQuickLocks() )
+    if ( itsHasFetcher || itsIsSetAside || itsIsSwapPending || !( GetFlags() & kInMemory ) ||
+         !AllowsQuickLocks() )
         return false;
     itsLocks.fetch_or( kQuick, std::memory_order_release );
     return true;

@@ -110,6 +110,9 @@ public:
     /// The mode until the bytes have been reversed for good.
     XByteSwapMode GetSwapOnLock() const;
 
+    /// Locks of a block that has had a fetcher always come to the mutex, so that they wait while data is fetched.
+    void SetDataFetcher( XDataFetcher* inFetcher ) override;
+
     // ---- For handles
 
     virtual void Reference( const XMemoryHandle& inHandle );
@@ -198,6 +201,7 @@ private:
     std::atomic<std::int64_t> itsLastLockTime = 0;
     std::atomic<std::uint64_t> itsLastLockNumber = 0;
     std::unique_ptr<XPurgeablePlace> itsPlace; // on the manager's list, once it is reserved
+    bool itsHasFetcher = false;                // or had one; guarded by the mutex
     bool itsIsSetAside = false;                // by the manager, which found it locked; guarded by the mutex
     XByteSwapMode itsSwapOnLock = kSwapNone;   // of the data as its file has it
     bool itsIsSwapPending = false;

@@ -33,7 +33,7 @@ public:
     void ResetDirtyFlag() { SetDirtyFlag( false ); }
 
     /// The fetcher that the next lock uses, once; null when there is nothing to fetch.
-    void SetDataFetcher( XDataFetcher* inFetcher );
+    virtual void SetDataFetcher( XDataFetcher* inFetcher );
     XDataFetcher* GetDataFetcher() const;
 
     XMutex& GetMutex() const { return itsMutex; }
