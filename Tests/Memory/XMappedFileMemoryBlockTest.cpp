@@ -397,6 +397,46 @@ TEST( XMappedFileMemoryBlock, MemoryThatIsUsedAgainIsZeroAndStaysInTheBudget )
     EXPECT_EQ( 0u, manager.GetPurgeCount() );
 }
 
+TEST( XMappedFileMemoryBlock, GivesBackWhatIsKeptForASmallerBudgetAndWhenMemoryIsLow )
+{
+    TestManager manager( 64 << 20 );
+    {
+        std::vector<XMappedFileMemoryHandle> handles;
+        for ( unsigned i = 0; i < 4; ++i )
+            Fill( handles.emplace_back( kMiB ), 1 );
+    }
+    manager.SetBudget( 16 << 20 ); // a sixteenth is one block
+    manager.refusedMappings = 10;
+    XMappedFileMemoryHandle first( kMiB );
+    TextOf( first );
+    XMappedFileMemoryHandle second( kMiB );
+    EXPECT_EQ( 1020u, ErrorOf( [&] { TextOf( second ); } ) );
+
+    manager.refusedMappings = 0;
+    std::optional<XMappedFileMemoryHandle> given( kMiB );
+    std::optional<XLock> lock( std::in_place, *given, kLockForRead );
+    const TestListener listener(
+        [&]( USize64 )
+        {
+            lock.reset();
+            given.reset();
+            return kMiB;
+        } );
+    manager.FreeMemory( 2 * kMiB );
+    EXPECT_FALSE( given );
+    manager.refusedMappings = 10;
+    EXPECT_EQ( 1020u, ErrorOf( [&] { TextOf( second ); } ) );
+}
+
+TEST( XMappedFileMemoryBlock, MemoryThatCannotBeHadIsForgottenByAResize )
+{
+    TestManager manager;
+    XMappedFileMemoryHandle handle( USize64( 1 ) << 60 );
+    EXPECT_EQ( 1012u, ErrorOf( [&] { TextOf( handle ); } ) );
+    handle.Resize( 10 );
+    EXPECT_EQ( std::string( 10, '\0' ), TextOf( handle, 10 ) );
+}
+
 TEST( XMappedFileMemoryBlock, TriesEveryViewOnceMoreAfterFreeingMemory )
 {
     TestManager manager;

@@ -345,7 +345,13 @@ void XMappedFileMemoryBlock::ResizeForMMap( USize64 inSize )
 {
     if ( inSize == itsSize )
         return;
-    if ( IsPrivateFile() || inSize > itsSize )
+    if ( itsState == kPageFile && !GetViewData() )
+    {
+        // Memory that could not be had yet.
+        fileMapping = std::make_unique<XMappedStorage>( GetManager(), std::max<USize64>( inSize, 1 ) );
+        itsSize = inSize;
+    }
+    else if ( IsPrivateFile() || inSize > itsSize )
         GrowForMMap( inSize );
     else
         ShrinkForMMap( inSize );
@@ -373,10 +379,10 @@ void XMappedFileMemoryBlock::GrowForMMap( USize64 inSize )
 void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
 {
     CheckViewIntact();
-    if ( itsState != kPageFile )
-        Unmap();
-    else if ( GetViewData() )
+    if ( itsState == kPageFile )
         ResizeView( inSize );
+    else
+        Unmap();
     itsSize = inSize;
 }
 

@@ -80,7 +80,7 @@ XMemoryManager* XMemoryManager::GetManager()
 void XMemoryManager::SetBudget( USize64 inBytes )
 {
     itsBudget->SetLimit( inBytes );
-    ReleaseSpareViews( itsBudget->GetShortage( 0 ) );
+    ReleaseSpareViews( std::max( itsBudget->GetShortage( 0 ), GetSpareExcess() ) );
     itsRoomWaiters->SomethingChanged();
 }
 
@@ -292,6 +292,7 @@ USize64 XMemoryManager::FreeMemory( USize64 inBytes, std::uint32_t inFlags )
     USize64 freed = FreeMemorySelf( inBytes );
     if ( freed < inBytes )
         freed += NotifyListenersFreeMemory( inBytes - freed );
+    ReleaseSpareViews( itsBudget->GetSpare() ); // what listeners have given up
     ++itsFreeCount;
     return freed;
 }
@@ -522,17 +523,31 @@ XMemoryManager::XTransit::~XTransit()
 /// Where too much is in use, others want it more.
 void XMemoryManager::KeepSpareView( XSpareView inView )
 {
-    const USize64 maxBytes = std::min( kMaxSpareBytes, GetBudget() / 16 );
     const USize64 bytes = inView.bytes;
+    if ( bytes > GetMaxSpareBytes() || itsBudget->GetShortage( 0 ) > 0 )
+    {
+        inView.mapping.reset();
+        return HasFreed( bytes );
+    }
     itsBudget->Spare( bytes );
-    if ( bytes > maxBytes || itsBudget->GetShortage( 0 ) > 0 )
-        return Release( std::move( inView ) );
     while ( !itsSpareViews->Keep( inView ) )
         Release( itsSpareViews->TakeOldest() );
-    while ( itsBudget->GetSpare() > maxBytes && ReleaseSpareViews( 1 ) )
+    while ( ReleaseSpareViews( GetSpareExcess() ) )
     {
     }
     itsRoomWaiters->SomethingChanged();
+}
+
+USize64 XMemoryManager::GetMaxSpareBytes() const
+{
+    return std::min( kMaxSpareBytes, GetBudget() / 16 );
+}
+
+/// The spare bytes that are too many for the budget as it is now.
+USize64 XMemoryManager::GetSpareExcess() const
+{
+    const USize64 spare = itsBudget->GetSpare();
+    return spare - std::min( spare, GetMaxSpareBytes() );
 }
 
 XSpareView XMemoryManager::TakeSpareView( USize64 inSize )
@@ -550,10 +565,11 @@ void XMemoryManager::Release( XSpareView inView )
     itsRoomWaiters->SomethingChanged();
 }
 
-/// Returns whether there was something to release.
+/// Returns whether there was something to release. Where there is nothing no transit begins: its end would wake others who
+/// wait, and theirs this thread.
 bool XMemoryManager::ReleaseSpareViews( USize64 inBytes )
 {
-    if ( inBytes == 0 || itsBudget->GetSpare() == 0 )
+    if ( inBytes == 0 || itsSpareViews->IsEmpty() )
         return false;
     const XTransit transit( *this );
     USize64 released = 0;

@@ -269,6 +269,8 @@ private:
 
     void Release( XSpareView inView );
     bool ReleaseSpareViews( USize64 inBytes );
+    USize64 GetMaxSpareBytes() const;
+    USize64 GetSpareExcess() const;
     bool MakeRoom( USize64 inBytes, XRoomSearch& ioSearch );
     USize64 PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch );
     bool WaitForRoom( XRoomSearch& ioSearch );

@@ -29,6 +29,12 @@ XSpareView XSpareViews::TakeOldest()
     return itsCount > 0 ? TakeAt( 0 ) : XSpareView();
 }
 
+bool XSpareViews::IsEmpty() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsCount == 0;
+}
+
 /// Under the mutex.
 XSpareView XSpareViews::TakeAt( std::size_t inIndex )
 {

@@ -32,13 +32,14 @@ public:
     /// The youngest view of this size, with the bytes that are in it.
     XSpareView Take( USize64 inSize );
     XSpareView TakeOldest();
+    bool IsEmpty() const;
 
 private:
     static constexpr std::size_t kMaxCount = 64;
 
     XSpareView TakeAt( std::size_t inIndex );
 
-    XMutex itsMutex; // guards the rest
+    mutable XMutex itsMutex; // guards the rest
     std::size_t itsCount = 0;
     std::array<XSpareView, kMaxCount> itsViews; // oldest first
 };
