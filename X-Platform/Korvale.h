@@ -157,6 +157,8 @@
 #include "Network/XNetAddress.h"
 #include "Network/XNetEndpoint.h"
 #include "Network/XNetEndpointImp.h"
+#include "Network/XNetResponder.h"
+#include "Network/XNetServer.h"
 #include "Network/XNetStream.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 
