@@ -323,6 +323,22 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
 }
 
+/// A thread that finds something to receive each time is asked to stop, too.
+TEST( XNetEndpointTest, StopsWithoutHavingToWait )
+{
+    TestConnection connection;
+    SendText( connection.client, "x" );
+    TestThread thread(
+        [&]() -> std::int32_t
+        {
+            for ( char byte = 0;; )
+                connection.server->PeekAnyData( &byte, 1, kPatience );
+        } );
+    thread.StartThread();
+    thread.StopThread( 9 );
+    EXPECT_EQ( thread.GetThreadReturnCode(), 9 );
+}
+
 TEST( XNetEndpointTest, SharesItsConnectionWhenAssigned )
 {
     TestConnection connection;

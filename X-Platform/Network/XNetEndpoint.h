@@ -10,8 +10,9 @@ class XNetEndpointImp;
 /// One end of a TCP connection, or a port that listens for connections. Makes connections, sends, receives, and tells how
 /// fast that goes; the work is done by its implementation.
 ///
-/// Every wait is a wait of the calling XThread: it is a checkpoint when another thread asks this one to stop or suspend,
-/// and ends at once when another thread calls `ForceDisconnect` or `Unbind`. What does not have to wait is no checkpoint.
+/// Connecting, listening, disconnecting and each transfer are checkpoints of the calling XThread: at their start, and
+/// whenever another thread asks this one to stop or suspend while they wait. Their waits end at once when another thread
+/// calls `ForceDisconnect` or `Unbind`.
 ///
 /// Time-outs are milliseconds; `kNoTimeout` is no limit, 0 tries once. In transfers they limit the wait for the next
 /// bytes that move, not the whole.

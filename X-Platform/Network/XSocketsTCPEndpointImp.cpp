@@ -17,16 +17,17 @@ namespace
 
 constexpr std::uint32_t kLoopBackAddress = 0x7F000001;
 
-/// Does what may wait on a socket, again after each checkpoint that an alert has brought about.
+/// Does what may wait on a socket: after a checkpoint, and again after each that an alert has brought about. The first
+/// is for threads that always find something to do.
 template<class TOperation>
 WSocket::Outcome Obediently( TOperation inOperation )
 {
     for ( ;; )
     {
+        XRunCheckpoint();
         const WSocket::Outcome outcome = inOperation();
         if ( outcome.status != WSocket::kAlerted )
             return outcome;
-        XRunCheckpoint();
     }
 }
 
