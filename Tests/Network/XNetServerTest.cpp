@@ -117,8 +117,8 @@ TEST( XNetServerTest, ServesByWhatThePreambleTells )
     stranger.SendData( "GET ", 4, kPatience );
     EXPECT_EQ( stranger.AwaitEnd(), 3100u );
     client.ForceDisconnect();
-    EXPECT_TRUE( Await( [&] { return server.GetResponderCount() == 0; } ) );
-    EXPECT_EQ( EchoResponder::sCount, 0 );
+    EXPECT_TRUE( Await( [&] { return EchoResponder::sCount == 0; } ) );
+    EXPECT_EQ( server.GetResponderCount(), 0u );
 }
 
 TEST( XNetServerTest, ServesAllConnectionsWithoutAPreamble )

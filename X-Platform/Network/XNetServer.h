@@ -61,7 +61,7 @@ public:
     /// The port that the server listens on; 0 when it does not run.
     std::int32_t GetPort() const;
 
-    /// Responders that have not been destroyed yet.
+    /// Responders that serve a connection. One that has just ended may be counted, too.
     USize GetResponderCount() const;
 
     /// Connections that have not authenticated, those included that have not sent their preamble.
