@@ -54,16 +54,23 @@ WSocket::Outcome WSocket::Repeat( Direction inDirection, const WDeadline& inDead
     if ( inDeadline.HasPassed() )
         return { kTimedOut };
     outcome = Spin( inTry );
-    while ( WouldBlock( outcome ) )
+    return WouldBlock( outcome ) ? RepeatAfterWait( inDirection, inDeadline, inTry ) : outcome;
+}
+
+template<class TTry>
+WSocket::Outcome WSocket::RepeatAfterWait( Direction inDirection, const WDeadline& inDeadline, TTry inTry )
+{
+    for ( ;; )
     {
         const WWaitResult result = Wait( inDirection, inDeadline );
         if ( result == kWaitAlerted )
             return { kAlerted };
-        outcome = inTry();
-        if ( result == kWaitTimedOut && WouldBlock( outcome ) )
+        const Outcome outcome = inTry();
+        if ( !WouldBlock( outcome ) )
+            return outcome;
+        if ( result == kWaitTimedOut )
             return { kTimedOut };
     }
-    return outcome;
 }
 
 /// Gives way to other threads of the processor in between: the peer may be one of them.
@@ -85,7 +92,9 @@ WSocket::Outcome WSocket::Spin( TTry inTry )
 
 WSocket::Outcome WSocket::Accept( WSocketPtr& outConnection, const WDeadline& inDeadline )
 {
-    return Repeat( kForReading, inDeadline, [&] { return TryAccept( outConnection ); } );
+    const auto tryToAccept = [&] { return TryAccept( outConnection ); };
+    return HasToWaitToAccept() ? RepeatAfterWait( kForReading, inDeadline, tryToAccept )
+                               : Repeat( kForReading, inDeadline, tryToAccept );
 }
 
 WSocket::Outcome WSocket::FinishConnecting( const WDeadline& inDeadline )

@@ -133,7 +133,12 @@ private:
     template<class TTry>
     Outcome Repeat( Direction inDirection, const WDeadline& inDeadline, TTry inTry );
     template<class TTry>
+    Outcome RepeatAfterWait( Direction inDirection, const WDeadline& inDeadline, TTry inTry );
+    template<class TTry>
     Outcome Spin( TTry inTry );
+
+    /// Whether connections are to be accepted only when the system has told of them.
+    static bool HasToWaitToAccept();
 
     Outcome TryAccept( std::shared_ptr<WSocket>& outConnection );
     Outcome TrySend( const void* inBytes, USize inCount );

@@ -154,6 +154,11 @@ WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
         listen( itsSystem->descriptor, static_cast<int>( std::min<std::uint32_t>( inBacklog, INT_MAX ) ) ) );
 }
 
+bool WSocket::HasToWaitToAccept()
+{
+    return false;
+}
+
 WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
 {
     const int descriptor = Uninterrupted(

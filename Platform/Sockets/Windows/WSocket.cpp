@@ -214,6 +214,12 @@ WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
     return ToOutcome( listen( itsSystem->socket, ToCount( inBacklog ) ) );
 }
 
+/// Wine tells of no further connection when one was accepted before it came to tell of that one.
+bool WSocket::HasToWaitToAccept()
+{
+    return true;
+}
+
 WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
 {
     if ( itsIsInterrupted )
