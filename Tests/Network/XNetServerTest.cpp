@@ -139,7 +139,7 @@ TEST( XNetServerTest, ServesAllConnectionsWithoutAPreamble )
 
 TEST( XNetServerTest, EndsStrangersThatTakeTooLong )
 {
-    TestServer server( { 50, 64 } );
+    TestServer server( { 1000, 64 } ); // time enough for the one that is not a stranger
     TestClient known( server ), silent( server ), slow( server );
     known.Greet();
     EXPECT_EQ( known.Say( 'a' ), 'a' );
@@ -197,7 +197,7 @@ TEST( XNetServerTest, StopsInTheMidstOfAFlood )
 {
     for ( int round = 0; round < 5; ++round )
     {
-        TestServer server( { 20, 8 } );
+        TestServer server( { kPatience, 8 } );
         TestClient known( server );
         known.Greet();
         EXPECT_EQ( known.Say( 'a' ), 'a' );
