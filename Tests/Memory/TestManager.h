@@ -34,7 +34,8 @@ public:
     std::atomic<int> refusedViews = 0;
     bool canResizeViews = true;
     std::function<std::shared_ptr<WFile>()> makeTemporaryFile;
-    std::function<void( const WFile& )> whenMapped; ///< called after each view of a file
+    std::function<void( const WFile& )> whenMapped;         ///< called after each view of a file
+    std::function<void( void*, std::uint64_t )> whenViewed; ///< the same, with the bytes in view
 
     bool QueryRegionInfo(
         std::uint64_t inAddress, std::uint64_t& outBase, std::uint64_t& outSize, XRegionState& outState,
@@ -117,6 +118,8 @@ private:
             itsMapping->MapView( inSize, inAccess );
             if ( itsFile && itsManager.whenMapped )
                 itsManager.whenMapped( *itsFile );
+            if ( itsFile && itsManager.whenViewed )
+                itsManager.whenViewed( GetViewData(), inSize );
         }
         bool ResizeView( std::uint64_t inSize ) override
         {

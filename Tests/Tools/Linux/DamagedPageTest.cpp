@@ -6,8 +6,10 @@
 #include "Tools/ProgramRun.h"
 #include "Tools/TestPages.h"
 
+#include <atomic>
 #include <limits>
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 // Pages that wait on a disk which fails: whatever is made of their samples is no result.
@@ -21,7 +23,7 @@ class DamagedPage : public ProgramRun
 {
 protected:
     TestManager itsManager;
-    int itsViews = 0; ///< Of files, since they are damaged.
+    std::atomic<int> itsViews = 0; ///< Of files, since they are damaged.
 
     std::string WriteNoise( const std::string& inName, int inPages )
     {
@@ -36,15 +38,22 @@ protected:
         return WriteStack( inName, pointers );
     }
 
-    /// The file that is mapped next is cut off.
+    /// The bytes that are mapped next cannot be read, as if their file were cut off: all others in that file can.
     void DamageNextView()
     {
         itsViews = 0;
-        itsManager.whenMapped = [this]( const WFile& inFile )
+        itsManager.whenViewed = [this]( void* inData, std::uint64_t inSize )
         {
             if ( itsViews++ > 0 )
                 return;
-            EXPECT_EQ( ::ftruncate( static_cast<int>( inFile.GetRawHandle() ), 0 ), 0 );
+            const auto inPage =
+                reinterpret_cast<std::uintptr_t>( inData ) % static_cast<std::uintptr_t>( ::getpagesize() );
+            const int empty = ::memfd_create( "empty", MFD_CLOEXEC );
+            void* const start = static_cast<char*>( inData ) - inPage;
+            EXPECT_EQ(
+                ::mmap( start, inSize + inPage, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, empty, 0 ),
+                start );
+            ::close( empty );
         };
     }
 
