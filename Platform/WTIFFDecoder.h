@@ -2,13 +2,13 @@
 
 #include "WImageFile.h"
 
-/// Reads the pages of a TIFF file whose compression WTIFFUnpacker does not know, or unpacks more slowly, by what the system
+/// Reads the pages of a TIFF file whose compression WTIFFUnpacker does not know, or unpacks less well, by what the system
 /// has for it: on Windows nothing.
 class WTIFFDecoder
 {
 public:
-    /// True for compressions of WTIFFUnpacker that this unpacks in less time.
-    static bool IsFasterAt( std::uint64_t inCompression );
+    /// True for compressions of WTIFFUnpacker that this unpacks in less time, and finds the same damage.
+    static bool IsBetterAt( std::uint64_t inCompression );
 
     explicit WTIFFDecoder( const std::filesystem::path& inPath );
     ~WTIFFDecoder();

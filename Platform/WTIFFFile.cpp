@@ -308,7 +308,7 @@ void WTIFFFile::ReadStored(
 {
     CheckTileSize( inTags, outPage );
     const auto compression = GetCompression( inTags );
-    if ( WTIFFUnpacker::CanUnpack( compression ) && !WTIFFDecoder::IsFasterAt( compression ) )
+    if ( WTIFFUnpacker::CanUnpack( compression ) && !WTIFFDecoder::IsBetterAt( compression ) )
         return WTIFFBlockReader( itsFile, itsHeader, inTags, outPage ).Read( inProgress );
     if ( !itsDecoder )
         itsDecoder.emplace( itsPath );

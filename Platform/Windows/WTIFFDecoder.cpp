@@ -4,7 +4,7 @@ class WTIFFDecoder::Implementation
 {
 };
 
-bool WTIFFDecoder::IsFasterAt( std::uint64_t )
+bool WTIFFDecoder::IsBetterAt( std::uint64_t )
 {
     return false;
 }
