@@ -6,5 +6,5 @@ cd "$(dirname "$0")/.."
 
 flags=( -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror -DKORVALE_BUILDING_CORE -IX-Platform -IPlatform
   -idirafter /usr/include -idirafter "/usr/include/$(gcc -dumpmachine)" -idirafter /usr/include/cairo )
-find X-Platform Platform/*.cpp Platform/Linux -name '*.cpp' -print0 |
+find X-Platform Platform -name '*.cpp' -not -path '*/Windows/*' -print0 |
   xargs -0 -P "$(nproc)" -n 1 aarch64-linux-gnu-g++ "${flags[@]}" -c -o /dev/null

@@ -26,10 +26,11 @@ XEncryptedNetStream::XEncryptedNetStream(
     std::copy_n( key, XEncryption::kKeySize, itsKey );
 }
 
-/// The base's destructor would send what is left as it is.
+/// What is left then, because it could not be enciphered, the base's destructor would send as it is.
 XEncryptedNetStream::~XEncryptedNetStream()
 {
     FlushQuietly();
+    RefuseToSend();
 }
 
 // ---- Sending

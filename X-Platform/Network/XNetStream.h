@@ -55,6 +55,8 @@ protected:
     void SendBytes( const void* inBytes, USize64 inCount );
     void ReceiveBytes( void* outBytes, USize64 inCount );
     void PeekBytes( void* outBytes, USize64 inCount );
+    /// Sends nothing from now on (3100).
+    void RefuseToSend() { itsHasFailedToSend = true; }
     /// Lets bytes that were received come again.
     void PutBack( const void* inBytes, USize64 inCount );
 
