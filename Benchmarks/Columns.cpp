@@ -1,10 +1,10 @@
 // Columns of a million numbers, one in ten missing: sorting, filtering, reducing and streaming, beside loops
 // written by hand for the purpose and, before them, numpy in a process of its own.
 
-#include "Core/XMemStream.h"
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotTable.h"
-#include "Pivot/XPivotTableAccumulator.h"
+#include "Core/Streams/XMemStream.h"
+#include "Pivot/Accumulators/XPivotTableAccumulator.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Tables/XPivotTable.h"
 #include "Startup/WInitCore.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 // Compressed TIFF pages read by ours and by libtiff, whose compressor wrote them: 2048 x 2048 pixels of 16 bits, a slope
 // with the noise of a camera, in strips of 32 rows.
 
-#include "WImageFile.h"
+#include "Images/WImageFile.h"
 
 #include "Startup/WInitCore.h"
 

@@ -1,15 +1,15 @@
 // Finding and measuring objects: the labelling beside OpenCV's, on planes of round objects and of noise; and the whole
 // command, from a file of 64 pages to a CSV file, beside itself with one worker and a script on scikit-image.
 
-#include "ObjectFinder.h"
-#include "Program.h"
+#include "Imaging/ObjectFinder.h"
+#include "Program/Program.h"
 #include "Startup/WInitCore.h"
 
-#include "SampleStack.h"
-#include "TIFFWriter.h"
+#include "Images/WImageFile.h"
+#include "Imaging/SampleStack.h"
+#include "Imaging/TIFFWriter.h"
+#include "Imaging/Threshold.h"
 #include "Threads/XThread.h"
-#include "Threshold.h"
-#include "WImageFile.h"
 
 #include <benchmark/benchmark.h>
 #include <opencv2/imgproc.hpp>

@@ -1,13 +1,13 @@
 // Memory handles beside what the system gives: locks beside a mutex, fresh memory beside malloc, purges beside writing a
 // file, reloads beside mapping one, one decision what to purge, and the stream form beside memcpy and zlib.
 
-#include "Core/XMemStream.h"
+#include "Core/Streams/XMemStream.h"
+#include "Files/WTemporaryFile.h"
+#include "Memory/WFileMapping.h"
 #include "Memory/WMemoryManager.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 #include "Threads/XLock.h"
 #include "Threads/XThreadLock.h"
-#include "WFileMapping.h"
-#include "WTemporaryFile.h"
 
 #include <benchmark/benchmark.h>
 #include <zlib.h>

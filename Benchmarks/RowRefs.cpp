@@ -1,10 +1,10 @@
 // References to a million rows: adding them and looking them up beside a hash map, and deleting scattered rows beside
 // copying the table.
 
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotOtherRowRefColumn.h"
-#include "Pivot/XPivotRowRefColumn.h"
-#include "Pivot/XPivotTable.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
+#include "Pivot/Tables/XPivotTable.h"
 #include "Startup/WInitCore.h"
 
 #include <absl/container/flat_hash_map.h>

@@ -1,8 +1,8 @@
 // Objects of two classes through pointers to their base: WriteObject and ReadObject beside
 // Boost.Serialization's polymorphic pointers, both in memory that is warm.
 
-#include "Core/XClassRegistry.h"
-#include "Core/XMemStream.h"
+#include "Core/Streams/XClassRegistry.h"
+#include "Core/Streams/XMemStream.h"
 
 #include <benchmark/benchmark.h>
 #include <boost/archive/binary_iarchive.hpp>

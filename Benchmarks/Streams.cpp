@@ -1,9 +1,9 @@
 // Streams in memory that is warm: arrays beside memcpy and a hand-vectorised byte swap, records field by
 // field beside hand-packed bytes and two serialisation libraries.
 
-#include "Core/XMemStream.h"
-#include "Core/XStreamVectors.h"
-#include "Core/XString.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamVectors.h"
+#include "Core/Strings/XString.h"
 #include "Records.capnp.h"
 #include "Records.pb.h"
 

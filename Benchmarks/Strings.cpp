@@ -1,7 +1,7 @@
 // Strings beside Qt's byte array, std::string and the C library.
 
-#include "Core/XString.h"
-#include "Pivot/XPivotStringColumn.h"
+#include "Core/Strings/XString.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
 
 #include <QByteArray>
 #include <benchmark/benchmark.h>

@@ -1,13 +1,13 @@
 // Tables of a million rows: pivots, sorting, duplicates and reading, beside hash maps and memcpy and, before
 // them, pandas in a process of its own on the same shapes of data.
 
-#include "Core/XMemStream.h"
-#include "Core/XUUID.h"
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotStringColumn.h"
-#include "Pivot/XPivotTable.h"
-#include "Pivot/XPivotUInt32Column.h"
-#include "Pivot/XPivotUUIDColumn.h"
+#include "Core/Identifiers/XUUID.h"
+#include "Core/Streams/XMemStream.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
+#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Pivot/Columns/XPivotUUIDColumn.h"
+#include "Pivot/Tables/XPivotTable.h"
 #include "Startup/WInitCore.h"
 
 #include <absl/container/flat_hash_map.h>

@@ -1,9 +1,9 @@
 // Identifiers and timers beside their peers: *_Ours and *_<Peer> do the same work.
 
-#include "Core/XString.h"
-#include "Core/XTime.h"
-#include "Core/XTimer.h"
-#include "Core/XUUID.h"
+#include "Core/Identifiers/XUUID.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTime.h"
+#include "Core/Times/XTimer.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>

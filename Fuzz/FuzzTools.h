@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Core/XException.h"
-#include "Core/XInternalErrorHandlers.h"
-#include "Core/XMemStream.h"
+#include "Core/Errors/XException.h"
+#include "Core/Errors/XInternalErrorHandlers.h"
+#include "Core/Streams/XMemStream.h"
 #include "Startup/WInitCore.h"
 
 #include <algorithm>

@@ -2,14 +2,14 @@
 // blocks that do without the system's libraries. What can be read has as many samples as it says; anything else is refused
 // with an image error or an error of the system.
 
-#include "WImageFile.h"
+#include "Images/WImageFile.h"
 
-#include "Core/XException.h"
-#include "ImagePlanes.h"
+#include "Core/Errors/XException.h"
+#include "Files/WFile.h"
+#include "Images/WTIFFBlockReader.h"
+#include "Imaging/ImagePlanes.h"
 #include "Startup/WInitCore.h"
-#include "WClock.h"
-#include "WFile.h"
-#include "WTIFFBlockReader.h"
+#include "Time/WClock.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 
 #include "Network/XNetEndpointImp.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XFail.h"
+#include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
 
 #include <algorithm>
 #include <cstring>

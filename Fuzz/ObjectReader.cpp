@@ -3,8 +3,8 @@
 
 #include "FuzzTools.h"
 
-#include "Core/XClassRegistry.h"
-#include "Core/XStreamVectors.h"
+#include "Core/Streams/XClassRegistry.h"
+#include "Core/Streams/XStreamVectors.h"
 
 #include <set>
 

@@ -4,8 +4,8 @@
 
 #include "FuzzTools.h"
 
-#include "Pivot/XPivotColumn.h"
-#include "Pivot/XPivotTableAccumulator.h"
+#include "Pivot/Accumulators/XPivotTableAccumulator.h"
+#include "Pivot/Columns/XPivotColumn.h"
 
 namespace
 {

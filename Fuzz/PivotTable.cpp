@@ -4,7 +4,7 @@
 
 #include "FuzzTools.h"
 
-#include "Pivot/XPivotTable.h"
+#include "Pivot/Tables/XPivotTable.h"
 
 namespace
 {

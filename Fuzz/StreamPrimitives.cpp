@@ -1,11 +1,11 @@
 // Runs a script of reading operations, taken from the input, over the rest of the input: once in memory and once through
 // a buffer of a few bytes. Both must give the same values, positions and error numbers.
 
-#include "Core/XException.h"
-#include "Core/XMemStream.h"
-#include "Core/XStreamVectors.h"
-#include "Core/XString.h"
-#include "Core/XUUID.h"
+#include "Core/Errors/XException.h"
+#include "Core/Identifiers/XUUID.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamVectors.h"
+#include "Core/Strings/XString.h"
 #include "Startup/WInitCore.h"
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // The walk through the structure of a stored table: it prints what a file holds, or says where it stops making sense.
 
-#include "StructureWalk.h"
+#include "Tables/StructureWalk.h"
 
 #include "FuzzTools.h"
 

@@ -3,9 +3,9 @@
 
 #include "FuzzTools.h"
 
-#include "Core/XException.h"
-#include "Core/XString.h"
-#include "Core/XTime.h"
+#include "Core/Errors/XException.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTime.h"
 
 #include <optional>
 #include <string_view>

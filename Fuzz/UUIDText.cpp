@@ -2,9 +2,9 @@
 
 #include "FuzzTools.h"
 
-#include "Core/XException.h"
-#include "Core/XString.h"
-#include "Core/XUUID.h"
+#include "Core/Errors/XException.h"
+#include "Core/Identifiers/XUUID.h"
+#include "Core/Strings/XString.h"
 
 #include <optional>
 #include <string_view>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Core/XInternalErrorHandlers.h"
+#include "Core/Errors/XInternalErrorHandlers.h"
 #include "Startup/WInitCore.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks that no include runs upwards and that no headers include each other, in a line or in a circle."""
+"""Checks that no include runs upwards between rooms, that no headers include each other, in a line or in a circle, and
+that every class of Platform has a source for each system."""
 
 import pathlib
 import re
@@ -7,27 +8,42 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# Lowest first. A file may include files of its own floor and of the floors below it.
-FLOORS = ["ground", "Core", "Threads", "Services", "Messaging", "Jobs", "Memory", "Pivot", "Network", "RemoteCalls",
-          "NetJobs", "Startup", "Korvale", "Tools"]
-GROUND_HEADERS = {"Core/XErrorNumbers.h", "Core/XFail.h", "Core/XTypes.h", "Memory/XFileMappingBase.h"}
+# Lowest first. A file may include files of its own room and of the rooms below it. A folder that is not named belongs to
+# the room of the folder that it lies in: Internal is a part of its subsystem.
+ROOMS = [
+    "Platform", "X-Platform/Ground",
+    "Platform/System", "Platform/Time", "Platform/Files", "Platform/Memory",
+    "X-Platform/Threads/Waiting",
+    "Platform/Threads", "Platform/Sockets", "Platform/Process", "Platform/Images", "Platform/Drawing",
+    "X-Platform/Core/Storables", "X-Platform/Core/Strings", "X-Platform/Core/Errors", "X-Platform/Core/Identifiers",
+    "X-Platform/Core/Streams", "X-Platform/Core/Times",
+    "X-Platform/Threads", "X-Platform/Services", "X-Platform/Messaging", "X-Platform/Jobs", "X-Platform/Memory",
+    "X-Platform/Pivot/Rows", "X-Platform/Pivot/Columns", "X-Platform/Pivot/Accumulators", "X-Platform/Pivot/Tables",
+    "X-Platform/Pivot",
+    "X-Platform/Network", "X-Platform/RemoteCalls", "X-Platform/NetJobs",
+    "X-Platform/Startup", "X-Platform",
+    "Tools/korvale/Support", "Tools/korvale/Terminal", "Tools/korvale/Outputs", "Tools/korvale/Tables",
+    "Tools/korvale/Imaging", "Tools/korvale/Drawing", "Tools/korvale/Plots", "Tools/korvale/Measuring",
+    "Tools/korvale/Program",
+]
+
+# Parts of classes with twins that are the same on every system.
+WITHOUT_TWINS = {"WCanvas", "WDeflateUnpacker", "WImageFile", "WLZWUnpacker", "WPackBitsUnpacker", "WSystemAddress",
+                 "WTIFFBlockReader", "WTIFFDirectory", "WTIFFFile", "WTIFFPackedBytes", "WTIFFPredictor", "WTIFFUnpacker",
+                 "WThreadBody", "WThreadManager", "WUnfinishedFiles"}
 
 
-def floor_of(path: pathlib.Path) -> str:
-    top, *rest = path.relative_to(ROOT).parts
-    if top == "Tools":
-        return "Tools"
-    if top == "Platform":
-        return "Core" if path.stem.endswith("Exception") else "ground"
-    if len(rest) == 1:
-        return "Korvale"
-    return "ground" if "/".join(rest) in GROUND_HEADERS else rest[0]
+def room_of(path: pathlib.Path) -> str:
+    for folder in path.relative_to(ROOT).parents:
+        if str(folder) in ROOMS:
+            return str(folder)
+    sys.exit(f"{path.relative_to(ROOT)} lies in no room that is known")
 
 
 def includes_of(path: pathlib.Path) -> list[pathlib.Path]:
     found = []
     for name in re.findall(r'^\s*#\s*include\s+"([^"]+)"', path.read_text(encoding="utf-8"), re.MULTILINE):
-        for base in (path.parent, ROOT / "X-Platform", ROOT / "Platform"):
+        for base in (path.parent, ROOT / "X-Platform", ROOT / "Platform", ROOT / "Tools/korvale"):
             if (base / name).exists():
                 found.append((base / name).resolve())
                 break
@@ -50,6 +66,13 @@ def circles(graph: dict[pathlib.Path, list[pathlib.Path]]) -> list[list[pathlib.
     return found
 
 
+def lonely_headers() -> list[pathlib.Path]:
+    """Headers of Platform that lack a source for a system."""
+    return [header for header in sorted((ROOT / "Platform").glob("*/W*.h"))
+            if header.stem not in WITHOUT_TWINS
+            and not all((header.parent / system / f"{header.stem}.cpp").exists() for system in ("Linux", "Windows"))]
+
+
 def main() -> int:
     files = [path for top in ("X-Platform", "Platform", "Tools") for path in sorted((ROOT / top).rglob("*"))
              if path.suffix in (".h", ".cpp")]
@@ -57,13 +80,15 @@ def main() -> int:
     faults = 0
     for path, others in graph.items():
         for other in others:
-            if FLOORS.index(floor_of(other)) > FLOORS.index(floor_of(path)):
+            if ROOMS.index(room_of(other)) > ROOMS.index(room_of(path)):
                 faults += 1
-                print(f"{path.relative_to(ROOT)} ({floor_of(path)}) includes upwards: "
-                      f"{other.relative_to(ROOT)} ({floor_of(other)})")
+                print(f"{path.relative_to(ROOT)} includes upwards: {other.relative_to(ROOT)}")
     for circle in circles(graph):
         faults += 1
         print("circle: " + " -> ".join(str(path.relative_to(ROOT)) for path in circle))
+    for header in lonely_headers():
+        faults += 1
+        print(f"{header.relative_to(ROOT)} has no source for each system")
     print(f"{len(files)} files, {faults} faults")
     return 1 if faults else 0
 

@@ -46,6 +46,7 @@ check_package() {
   diff <(cd "$include" && find . -name '*.h' | sort) \
     <(cd "$include" && g++ -std=c++20 -MM -I. Korvale.h | grep -o '[^ ]*\.h' | sed 's|^|./|' | sort -u) ||
     { echo "installed (<), but not needed by Korvale.h"; return 1; }
+  if find "$include" -path '*/Internal/*' | grep .; then return 1; fi
 
   libdir=$(dirname "$(dirname "$(find "$prefix" -name korvale.pc)")")
   export PKG_CONFIG_PATH="$libdir/pkgconfig"

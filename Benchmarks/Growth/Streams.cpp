@@ -1,6 +1,6 @@
 #include "Growth/Operation.h"
 
-#include "Core/XFileStream.h"
+#include "Core/Streams/XFileStream.h"
 
 #include <random>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "Growth/Operation.h"
 
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 
 namespace
 {

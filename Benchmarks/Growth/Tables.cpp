@@ -1,10 +1,10 @@
 #include "Growth/Operation.h"
 
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotRowRefColumn.h"
-#include "Pivot/XPivotStringColumn.h"
-#include "Pivot/XPivotTable.h"
-#include "Pivot/XPivotUInt32Column.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
+#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
+#include "Pivot/Tables/XPivotTable.h"
 
 namespace
 {

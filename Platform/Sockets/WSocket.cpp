@@ -2,7 +2,7 @@
 
 #include "Sockets/Internal/WSocketSpin.h"
 #include "Sockets/WSocketAlert.h"
-#include "WThread.h"
+#include "Threads/WThread.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "WDeadline.h"
+#include "Ground/Internal/WDeadline.h"
+#include "Ground/WWaitResult.h"
 #include "WPlatform.h"
-#include "WWaitResult.h"
 
 #include <atomic>
 #include <memory>

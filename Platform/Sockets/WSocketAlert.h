@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WThreadAlert.h"
+#include "Threads/Waiting/WThreadAlert.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/XException.h"
-#include "Core/XMemStream.h"
+#include "Core/Errors/XException.h"
+#include "Core/Streams/XMemStream.h"
 #include "TestErrors.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
-#include "Core/XClassRegistry.h"
+#include "Core/Streams/XClassRegistry.h"
 
-#include "Core/XMemStream.h"
+#include "Core/Streams/XMemStream.h"
 #include "StreamTools.h"
 
 #include <gtest/gtest.h>

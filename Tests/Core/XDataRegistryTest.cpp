@@ -1,4 +1,4 @@
-#include "Core/XDataRegistry.h"
+#include "Core/Identifiers/XDataRegistry.h"
 
 #include "TestErrors.h"
 

@@ -1,6 +1,6 @@
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
 
-#include "Core/XInternalException.h"
+#include "Core/Errors/XInternalException.h"
 #include "TestErrors.h"
 
 #include <string>

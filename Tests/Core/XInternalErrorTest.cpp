@@ -1,6 +1,6 @@
-#include "Core/XInternalErrorHandlers.h"
+#include "Core/Errors/XInternalErrorHandlers.h"
 
-#include "Core/XFail.h"
+#include "Ground/XFail.h"
 #include "TestErrors.h"
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "Core/XRefPtr.h"
+#include "Core/Storables/XRefPtr.h"
 
 #include "TestErrors.h"
 

@@ -1,7 +1,7 @@
-#include "Core/XStorable.h"
+#include "Core/Storables/XStorable.h"
 
-#include "Core/XClassRegistry.h"
-#include "Core/XStreamVectors.h"
+#include "Core/Streams/XClassRegistry.h"
+#include "Core/Streams/XStreamVectors.h"
 #include "StreamTools.h"
 
 #include <gtest/gtest.h>

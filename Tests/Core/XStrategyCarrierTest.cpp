@@ -1,8 +1,8 @@
-#include "Core/XStrategyCarrier.h"
+#include "Core/Identifiers/XStrategyCarrier.h"
 
-#include "Core/XIsStrategyIDEqual.h"
-#include "Core/XIsStrategyNameEqual.h"
-#include "Core/XIsStrategyTypeEqual.h"
+#include "Core/Identifiers/XIsStrategyIDEqual.h"
+#include "Core/Identifiers/XIsStrategyNameEqual.h"
+#include "Core/Identifiers/XIsStrategyTypeEqual.h"
 #include "TestErrors.h"
 
 namespace

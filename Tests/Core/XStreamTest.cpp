@@ -1,10 +1,10 @@
-#include "Core/XStream.h"
+#include "Core/Streams/XStream.h"
 
-#include "Core/XARGB32Colour.h"
-#include "Core/XFileStream.h"
-#include "Core/XStreamVectors.h"
-#include "Core/XStringStream.h"
-#include "Core/XUUID.h"
+#include "Core/Identifiers/XUUID.h"
+#include "Core/Storables/XARGB32Colour.h"
+#include "Core/Streams/XFileStream.h"
+#include "Core/Streams/XStreamVectors.h"
+#include "Core/Streams/XStringStream.h"
 #include "StreamTools.h"
 #include "TestFolder.h"
 

@@ -1,8 +1,8 @@
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 
-#include "Core/XInternalException.h"
+#include "Core/Errors/XInternalException.h"
+#include "System/WLocale.h"
 #include "TestErrors.h"
-#include "WLocale.h"
 
 #include <bit>
 #include <cinttypes>

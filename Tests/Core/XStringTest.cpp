@@ -1,10 +1,10 @@
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 
-#include "Core/XInternalException.h"
-#include "Core/XMemStream.h"
-#include "Core/XStreamVectors.h"
+#include "Core/Errors/XInternalException.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamVectors.h"
+#include "System/WLocale.h"
 #include "TestErrors.h"
-#include "WLocale.h"
 
 #include <algorithm>
 #include <random>

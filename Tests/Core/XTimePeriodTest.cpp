@@ -1,7 +1,7 @@
-#include "Core/XTimePeriod.h"
+#include "Core/Times/XTimePeriod.h"
 
-#include "Core/XMemStream.h"
-#include "Core/XString.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Strings/XString.h"
 #include "TestErrors.h"
 
 #include <cmath>

@@ -1,10 +1,10 @@
-#include "Core/XTime.h"
+#include "Core/Times/XTime.h"
 
-#include "Core/XMemStream.h"
-#include "Core/XStreamVectors.h"
-#include "Core/XString.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamVectors.h"
+#include "Core/Strings/XString.h"
 #include "TestErrors.h"
-#include "WClock.h"
+#include "Time/WClock.h"
 
 #include <chrono>
 #include <cmath>

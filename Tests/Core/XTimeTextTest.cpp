@@ -1,5 +1,5 @@
-#include "Core/XString.h"
-#include "Core/XTime.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTime.h"
 #include "TestErrors.h"
 
 #include <clocale>

@@ -1,4 +1,4 @@
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Messaging/XMessageVoid.h"

@@ -1,8 +1,8 @@
 #include "Jobs/XJobQueue.h"
 
-#include "Core/XErrorLog.h"
-#include "Core/XException.h"
-#include "Core/XString.h"
+#include "Core/Errors/XErrorLog.h"
+#include "Core/Errors/XException.h"
+#include "Core/Strings/XString.h"
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"

@@ -1,6 +1,6 @@
 #include "Jobs/XProgress.h"
 
-#include "Core/XMemStream.h"
+#include "Core/Streams/XMemStream.h"
 #include "Jobs/XProgressAbortDisabler.h"
 #include "Jobs/XProgressChangedMessage.h"
 #include "Jobs/XProgressDisabler.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
 #include "Memory/WMemoryManager.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManagerListener.h"

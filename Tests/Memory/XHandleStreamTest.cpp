@@ -1,7 +1,7 @@
 #include "Memory/XHandleStream.h"
 
 #include "Core/StreamTools.h"
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 #include "Memory/TestManager.h"
 #include "Memory/XMallocMemoryBlock.h"
 #include "Memory/XMappedFileMemoryHandle.h"

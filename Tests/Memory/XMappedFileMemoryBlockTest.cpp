@@ -5,7 +5,7 @@
 #include "TestErrors.h"
 #include "TestFolder.h"
 #include "Threads/TestThread.h"
-#include "WEvent.h"
+#include "Threads/Waiting/WEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Memory/XMemoryHandle.h"
 
-#include "Core/XMemStream.h"
+#include "Core/Streams/XMemStream.h"
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
 #include "Memory/XMallocMemoryBlock.h"

@@ -1,6 +1,6 @@
-#include "Memory/XRoomWaiters.h"
+#include "Memory/Internal/XRoomWaiters.h"
 
-#include "Core/XTimer.h"
+#include "Core/Times/XTimer.h"
 #include "Memory/TestManager.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 #include "TestErrors.h"

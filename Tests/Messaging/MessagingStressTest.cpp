@@ -1,4 +1,4 @@
-#include "Core/XTimer.h"
+#include "Core/Times/XTimer.h"
 #include "Messaging/XMessageVoid.h"
 #include "Recorder.h"
 

@@ -1,12 +1,12 @@
-#include "Core/XErrorLog.h"
-#include "Core/XString.h"
-#include "Core/XTimer.h"
+#include "Core/Errors/XErrorLog.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTimer.h"
 #include "Messaging/XRemoteMessage.h"
 #include "Messaging/XSpeaker.h"
+#include "Process/WMainLoop.h"
 #include "Recorder.h"
 #include "TestErrors.h"
-#include "WEvent.h"
-#include "WMainLoop.h"
+#include "Threads/Waiting/WEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "Messaging/XListener.h"
 
 #include "Recorder.h"
-#include "WEvent.h"
+#include "Threads/Waiting/WEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 #include "Messaging/XMainLoop.h"
 
-#include "Core/XInternalException.h"
+#include "Core/Errors/XInternalException.h"
 #include "Messaging/XAppClosingMessage.h"
 #include "Messaging/XAppInitialisedMessage.h"
 #include "Messaging/XAppMessageCentre.h"
+#include "Process/WMainLoop.h"
 #include "Recorder.h"
-#include "WMainLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Messaging/XMessage.h"
 
-#include "Core/XMemStream.h"
+#include "Core/Streams/XMemStream.h"
 #include "Messaging/XIsMessageEqual.h"
 #include "Messaging/XIsMessageTypeOfPairEqual.h"
 #include "Messaging/XMessageVoid.h"

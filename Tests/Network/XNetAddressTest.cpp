@@ -1,6 +1,6 @@
 #include "Network/XNetAddress.h"
-#include "Core/XMemStream.h"
-#include "Network/XHostNameCache.h"
+#include "Core/Streams/XMemStream.h"
+#include "Network/Internal/XHostNameCache.h"
 #include "TestErrors.h"
 
 #include <memory>

@@ -1,8 +1,8 @@
 #include "TestConnection.h"
 
-#include "Core/XMemStream.h"
-#include "Core/XStreamVectors.h"
-#include "Core/XTimer.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamVectors.h"
+#include "Core/Times/XTimer.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "TestConnection.h"
 
-#include "Core/XTimer.h"
+#include "Core/Times/XTimer.h"
 #include "Network/XNetResponder.h"
 #include "Network/XNetServer.h"
 

@@ -1,17 +1,17 @@
 #pragma once
 
 #include "Core/StreamTools.h"
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotOtherRowRefColumn.h"
-#include "Pivot/XPivotRowRefColumn.h"
-#include "Pivot/XPivotSInt32Column.h"
-#include "Pivot/XPivotStringColumn.h"
-#include "Pivot/XPivotTable.h"
-#include "Pivot/XPivotTimeColumn.h"
-#include "Pivot/XPivotUInt32Column.h"
-#include "Pivot/XPivotUUIDColumn.h"
-#include "Pivot/XPivotUnknownColumn.h"
-#include "Pivot/XPivotVersionColumn.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Columns/XPivotSInt32Column.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
+#include "Pivot/Columns/XPivotTimeColumn.h"
+#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Pivot/Columns/XPivotUUIDColumn.h"
+#include "Pivot/Columns/XPivotUnknownColumn.h"
+#include "Pivot/Columns/XPivotVersionColumn.h"
+#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
+#include "Pivot/Tables/XPivotTable.h"
 
 #include <cmath>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
-#include "Pivot/XPivotRuns.h"
-#include "Pivot/XPivotTextPool.h"
+#include "Pivot/Columns/Internal/XPivotTextPool.h"
+#include "Pivot/Rows/Internal/XPivotRuns.h"
 
 #include <gtest/gtest.h>
 #include <random>

@@ -1,5 +1,5 @@
 #include "Pivot/ColumnTools.h"
-#include "Pivot/XPivotRowFilter.h"
+#include "Pivot/Rows/Internal/XPivotRowFilter.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "Pivot/XPivotTableAccumulator.h"
+#include "Pivot/Accumulators/XPivotTableAccumulator.h"
+#include "Pivot/Accumulators/Internal/XPivotSums.h"
 #include "Pivot/ColumnTools.h"
-#include "Pivot/XPivotSums.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
+#include "Pivot/Accumulators/XPivotTableAccumulator.h"
 #include "Pivot/ColumnTools.h"
-#include "Pivot/XPivotOtherRowRefColumn.h"
-#include "Pivot/XPivotRowRefColumn.h"
-#include "Pivot/XPivotTableAccumulator.h"
+#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "Pivot/ColumnTools.h"
-#include "Pivot/XPivotTableGroups.h"
+#include "Pivot/Tables/Internal/XPivotTableGroups.h"
 
 #include <gtest/gtest.h>
 

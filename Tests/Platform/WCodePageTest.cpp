@@ -1,4 +1,4 @@
-#include "WCodePage.h"
+#include "System/WCodePage.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "WCrashDump.h"
+#include "Process/WCrashDump.h"
 
-#include "WCrashHandler.h"
-#include "WDebugger.h"
+#include "Process/WCrashHandler.h"
+#include "Process/WDebugger.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "WFileMapping.h"
+#include "Memory/WFileMapping.h"
 
 #include <gtest/gtest.h>
 

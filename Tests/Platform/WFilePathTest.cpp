@@ -1,4 +1,4 @@
-#include "WFilePath.h"
+#include "Files/WFilePath.h"
 
 #include "TestFolder.h"
 

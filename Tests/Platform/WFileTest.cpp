@@ -1,4 +1,4 @@
-#include "WFile.h"
+#include "Files/WFile.h"
 
 #include "TestErrors.h"
 #include "TestFolder.h"

@@ -1,4 +1,4 @@
-#include "WProcessors.h"
+#include "System/WProcessors.h"
 
 #include <gtest/gtest.h>
 

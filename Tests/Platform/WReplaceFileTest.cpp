@@ -1,6 +1,6 @@
-#include "WReplaceFile.h"
+#include "Files/WReplaceFile.h"
 
-#include "Core/XFail.h"
+#include "Ground/XFail.h"
 #include "TestErrors.h"
 #include "TestFolder.h"
 

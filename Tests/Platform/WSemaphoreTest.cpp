@@ -1,7 +1,7 @@
-#include "WSemaphore.h"
+#include "Threads/Waiting/WSemaphore.h"
 
-#include "WEvent.h"
-#include "WThread.h"
+#include "Threads/WThread.h"
+#include "Threads/Waiting/WEvent.h"
 
 #include <gtest/gtest.h>
 

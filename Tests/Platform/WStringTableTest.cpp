@@ -1,11 +1,11 @@
-#include "WStringTable.h"
+#include "System/WStringTable.h"
 
 #include <gtest/gtest.h>
 
 TEST( WStringTableTest, TheModuleHoldsTheWholeSourceList )
 {
 #define KORVALE_STRING( inNumber, inText ) EXPECT_EQ( WStringTable::Load( inNumber ), inText );
-#include "WStringTable.inc"
+#include "System/WStringTable.inc"
 #undef KORVALE_STRING
 }
 

@@ -1,11 +1,11 @@
-#include "WCOMException.h"
-#include "WDirectXException.h"
-#include "WLastErrorException.h"
-#include "WNTStatusException.h"
+#include "Core/Errors/WCOMException.h"
+#include "Core/Errors/WDirectXException.h"
+#include "Core/Errors/WLastErrorException.h"
+#include "Core/Errors/WNTStatusException.h"
 
-#include "Core/XFail.h"
+#include "Ground/XFail.h"
+#include "System/WSystemError.h"
 #include "TestErrors.h"
-#include "WSystemError.h"
 
 namespace
 {

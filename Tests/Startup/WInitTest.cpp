@@ -1,9 +1,9 @@
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"
 
-#include "Core/XClassRegistry.h"
-#include "Core/XFail.h"
-#include "Core/XString.h"
+#include "Core/Streams/XClassRegistry.h"
+#include "Core/Strings/XString.h"
+#include "Ground/XFail.h"
 #include "TestErrors.h"
 
 #include <cstdlib>

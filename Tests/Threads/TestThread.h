@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
+#include "Threads/Waiting/WEvent.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
-#include "WEvent.h"
 
 #include <gtest/gtest.h>
 

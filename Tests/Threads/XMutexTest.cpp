@@ -4,7 +4,7 @@
 
 #include "TestErrors.h"
 #include "TestThread.h"
-#include "WEvent.h"
+#include "Threads/Waiting/WEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 
 #include "TestErrors.h"
 #include "TestThread.h"
+#include "Threads/Waiting/WSemaphore.h"
 #include "Threads/XRWLock.h"
-#include "WSemaphore.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "AxisTicks.h"
+#include "Drawing/AxisTicks.h"
 
 #include <algorithm>
 #include <cmath>

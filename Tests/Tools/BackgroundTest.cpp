@@ -1,10 +1,10 @@
-#include "BackgroundSums.h"
-#include "Core/XTimer.h"
+#include "Core/Times/XTimer.h"
+#include "Imaging/BackgroundSums.h"
+#include "Imaging/TIFFWriter.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
-#include "MemoryBudget.h"
+#include "Program/MemoryBudget.h"
 #include "ProgramRun.h"
-#include "TIFFWriter.h"
 #include "TestPages.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-#include "WCanvas.h"
+#include "Drawing/WCanvas.h"
 
+#include "Images/WImageFile.h"
 #include "TestFolder.h"
-#include "WImageFile.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "ColumnNames.h"
+#include "Tables/ColumnNames.h"
 
+#include "Support/WrongUsage.h"
 #include "TestTables.h"
-#include "WrongUsage.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Histogram.h"
+#include "Drawing/Histogram.h"
 
 #include <algorithm>
 #include <cmath>

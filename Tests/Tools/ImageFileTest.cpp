@@ -1,7 +1,7 @@
-#include "WImageFile.h"
+#include "Images/WImageFile.h"
 
 #include "HandmadeTIFF.h"
-#include "TIFFWriter.h"
+#include "Imaging/TIFFWriter.h"
 #include "TestFolder.h"
 #include "TestImages.h"
 #include "TestPages.h"

@@ -1,4 +1,4 @@
-#include "ImagePlanes.h"
+#include "Imaging/ImagePlanes.h"
 
 #include <gtest/gtest.h>
 

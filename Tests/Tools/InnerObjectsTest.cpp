@@ -1,4 +1,4 @@
-#include "InnerObjects.h"
+#include "Imaging/InnerObjects.h"
 
 #include "TestPages.h"
 

@@ -1,8 +1,8 @@
-#include "MeasurementTable.h"
-#include "MeasurementSummary.h"
+#include "Imaging/MeasurementTable.h"
+#include "Measuring/MeasurementSummary.h"
 
-#include "Pivot/XPivotOtherRowRefColumn.h"
-#include "Pivot/XPivotRowRefColumn.h"
+#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
 #include "TestPages.h"
 
 #include <gtest/gtest.h>

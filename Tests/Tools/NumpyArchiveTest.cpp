@@ -1,9 +1,9 @@
-#include "NumpyArchive.h"
+#include "Tables/NumpyArchive.h"
 
-#include "NumpyArrays.h"
+#include "Outputs/ZipWriter.h"
+#include "Tables/NumpyArrays.h"
 #include "TestFolder.h"
 #include "TestTables.h"
-#include "ZipWriter.h"
 
 #include <bit>
 #include <cstring>

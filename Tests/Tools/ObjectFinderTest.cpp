@@ -1,4 +1,4 @@
-#include "ObjectFinder.h"
+#include "Imaging/ObjectFinder.h"
 
 #include "TestPages.h"
 

@@ -1,4 +1,4 @@
-#include "Outlines.h"
+#include "Imaging/Outlines.h"
 
 #include "TestPages.h"
 

@@ -1,9 +1,9 @@
 #include "ProgramRun.h"
 
-#include "GreyPicture.h"
-#include "NumberPlaces.h"
+#include "Images/WImageFile.h"
+#include "Imaging/GreyPicture.h"
+#include "Plots/NumberPlaces.h"
 #include "TestPages.h"
-#include "WImageFile.h"
 
 #include <cmath>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "PageMeasurement.h"
+#include "Imaging/PageMeasurement.h"
 
 #include "TestPages.h"
 

@@ -1,10 +1,10 @@
 #include "ProgramRun.h"
 
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotStringColumn.h"
-#include "Pivot/XPivotUInt32Column.h"
-#include "PlotData.h"
-#include "TableFile.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
+#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Plots/PlotData.h"
+#include "Tables/TableFile.h"
 
 #include <algorithm>
 #include <limits>

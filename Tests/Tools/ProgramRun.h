@@ -1,8 +1,8 @@
 #pragma once
 
-#include "FilePaths.h"
-#include "Program.h"
-#include "TIFFWriter.h"
+#include "Imaging/TIFFWriter.h"
+#include "Program/Program.h"
+#include "Support/FilePaths.h"
 #include "TestFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
-#include "AnsiText.h"
-#include "FilePaths.h"
-#include "OutputFiles.h"
+#include "Imaging/TIFFWriter.h"
+#include "Outputs/OutputFiles.h"
 #include "ProgramRun.h"
-#include "TIFFWriter.h"
+#include "Support/AnsiText.h"
+#include "Support/FilePaths.h"
 #include "TestImages.h"
 #include "TestPages.h"
 

@@ -1,9 +1,9 @@
-#include "ProgressDisplay.h"
+#include "Terminal/ProgressDisplay.h"
 
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
-#include "TerminalProgressStrategy.h"
+#include "Terminal/TerminalProgressStrategy.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

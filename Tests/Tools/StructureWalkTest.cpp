@@ -1,14 +1,14 @@
-#include "StructureWalk.h"
+#include "Tables/StructureWalk.h"
 
-#include "Core/XException.h"
-#include "Core/XMemStream.h"
-#include "Pivot/XPivotFloatColumn.h"
-#include "Pivot/XPivotOtherRowRefColumn.h"
-#include "Pivot/XPivotRowRefColumn.h"
-#include "Pivot/XPivotStringColumn.h"
-#include "Pivot/XPivotTable.h"
-#include "Pivot/XPivotTimeColumn.h"
-#include "Pivot/XPivotUnknownColumn.h"
+#include "Core/Errors/XException.h"
+#include "Core/Streams/XMemStream.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
+#include "Pivot/Columns/XPivotTimeColumn.h"
+#include "Pivot/Columns/XPivotUnknownColumn.h"
+#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
+#include "Pivot/Tables/XPivotTable.h"
 
 #include <gtest/gtest.h>
 #include <memory>

@@ -1,9 +1,9 @@
 #include "ProgramRun.h"
 
-#include "Core/XFileStream.h"
-#include "Core/XMemStream.h"
-#include "FilePaths.h"
-#include "TableFile.h"
+#include "Core/Streams/XFileStream.h"
+#include "Core/Streams/XMemStream.h"
+#include "Support/FilePaths.h"
+#include "Tables/TableFile.h"
 #include "TestTables.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WTIFFBlockReader.h"
+#include "Images/WTIFFBlockReader.h"
 
 #include <cstring>
 #include <limits>

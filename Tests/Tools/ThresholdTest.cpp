@@ -1,4 +1,4 @@
-#include "Threshold.h"
+#include "Imaging/Threshold.h"
 
 #include "TestPages.h"
 

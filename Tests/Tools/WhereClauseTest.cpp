@@ -1,7 +1,7 @@
-#include "WhereClause.h"
+#include "Tables/WhereClause.h"
 
+#include "Support/WrongUsage.h"
 #include "TestTables.h"
-#include "WrongUsage.h"
 
 #include <gtest/gtest.h>
 

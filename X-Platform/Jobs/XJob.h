@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XErrorNumbers.h"
+#include "Ground/XErrorNumbers.h"
 #include "Messaging/XListener.h"
 
 class XJobQueue;

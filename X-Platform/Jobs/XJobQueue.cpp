@@ -1,16 +1,16 @@
 #include "Jobs/XJobQueue.h"
 
-#include "Core/XString.h"
-#include "Jobs/XHookCall.h"
+#include "Core/Strings/XString.h"
+#include "Jobs/Internal/XHookCall.h"
+#include "Jobs/Internal/XJobPool.h"
+#include "Jobs/Internal/XJobWaiter.h"
+#include "Jobs/Internal/XWaitingJobs.h"
 #include "Jobs/XJobCompletedMessage.h"
-#include "Jobs/XJobPool.h"
-#include "Jobs/XJobWaiter.h"
-#include "Jobs/XWaitingJobs.h"
-#include "Messaging/XDeferredNotice.h"
+#include "Messaging/Internal/XDeferredNotice.h"
 #include "Messaging/XMessage.h"
+#include "System/WThreadID.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadLock.h"
-#include "WThreadID.h"
 
 #include <algorithm>
 #include <deque>

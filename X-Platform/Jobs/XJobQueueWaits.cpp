@@ -2,12 +2,12 @@
 
 #include "Jobs/XJobQueue.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Jobs/XJobList.h"
-#include "Jobs/XJobPool.h"
+#include "Ground/Internal/WDeadline.h"
+#include "Ground/XErrorNumbers.h"
+#include "Jobs/Internal/XJobList.h"
+#include "Jobs/Internal/XJobPool.h"
 #include "Jobs/XProgress.h"
 #include "Threads/XThreadLock.h"
-#include "WDeadline.h"
 
 #include <algorithm>
 

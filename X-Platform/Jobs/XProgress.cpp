@@ -1,7 +1,7 @@
 #include "Jobs/XProgress.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XFail.h"
+#include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
 #include "Jobs/XProgressStrategy.h"
 #include "Threads/XThread.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/XString.h"
-#include "Core/XTimer.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTimer.h"
 #include "WNoSystemMacros.h"
 
 class XProgressStrategy;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 
 class XProgressStrategy;
 

@@ -1,8 +1,8 @@
 #include "Jobs/XProgressChangedMessage.h"
 
-#include "Core/XClassNumbers.h"
-#include "Core/XErrorNumbers.h"
-#include "Core/XStream.h"
+#include "Core/Storables/XClassNumbers.h"
+#include "Core/Streams/XStream.h"
+#include "Ground/XErrorNumbers.h"
 #include "Threads/XThread.h"
 
 #include <typeinfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 #include "Jobs/XThreadProgressStrategy.h"
 #include "Messaging/XNetJobMessage.h"
 

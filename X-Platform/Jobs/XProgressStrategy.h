@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 #include "WNoSystemMacros.h"
 
 class XProgress;

@@ -1,7 +1,7 @@
 // The waits with progress of XThread, which stands below progress and knows nothing of it.
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XTimer.h"
+#include "Core/Times/XTimer.h"
+#include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressAbortDisabler.h"
 #include "Threads/XPreventThreadStop.h"

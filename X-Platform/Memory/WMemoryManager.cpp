@@ -1,9 +1,9 @@
 #include "Memory/WMemoryManager.h"
 
+#include "Files/WTemporaryFile.h"
+#include "Memory/WFileMapping.h"
+#include "Memory/WHeap.h"
 #include "Threads/XThreadLock.h"
-#include "WFileMapping.h"
-#include "WHeap.h"
-#include "WTemporaryFile.h"
 
 bool WMemoryManager::QueryRegionInfo(
     std::uint64_t inAddress, std::uint64_t& outBase, std::uint64_t& outSize, XRegionState& outState,

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Memory/WAddressSpace.h"
 #include "Memory/XMemoryManager.h"
-#include "WAddressSpace.h"
 
 /// The memory manager on the system's address space, heap, mappings and temporary files.
 class KORVALE_API WMemoryManager : public XMemoryManager

@@ -1,7 +1,7 @@
 #include "Memory/XHandleStream.h"
 
-#include "Core/XFail.h"
-#include "Core/XSwallowErrors.h"
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Ground/XFail.h"
 
 XHandleStream::XHandleStream( XMemoryHandle& ioHandle, XLockMode inMode )
     : XBlockStream( !( inMode & kLockForWrite ) ), itsHandle( ioHandle ), itsMode( inMode )

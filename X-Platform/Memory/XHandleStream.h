@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XBlockStream.h"
+#include "Core/Streams/XBlockStream.h"
 #include "Memory/XMemoryHandle.h"
 #include "Threads/XLock.h"
 

@@ -1,6 +1,6 @@
 #include "Memory/XHeapMemory.h"
 
-#include "Memory/XAllocateWithRetry.h"
+#include "Memory/Internal/XAllocateWithRetry.h"
 #include "Memory/XResourceTracker.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "Memory/XMappedFileMemoryBlock.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Memory/XMappedStorage.h"
+#include "Ground/XErrorNumbers.h"
+#include "Memory/Internal/XMappedStorage.h"
+#include "Memory/Internal/XTranslateBadAlloc.h"
 #include "Memory/XMemoryManager.h"
-#include "Memory/XTranslateBadAlloc.h"
 
 #include <algorithm>
 #include <typeinfo>

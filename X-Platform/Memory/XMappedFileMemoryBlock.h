@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Memory/XFileMappingBase.h"
+#include "Files/WFile.h"
+#include "Ground/XFileMappingBase.h"
 #include "Memory/XHeapMemory.h"
 #include "Memory/XMemoryBlock.h"
-#include "WFile.h"
 
 #include <atomic>
 #include <filesystem>

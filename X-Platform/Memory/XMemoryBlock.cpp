@@ -1,14 +1,14 @@
 #include "Memory/XMemoryBlock.h"
 
-#include "Core/XByteOrder.h"
-#include "Core/XErrorNumbers.h"
+#include "Core/Streams/XByteOrder.h"
+#include "Ground/XErrorNumbers.h"
+#include "Memory/Internal/XPurgeableBlocks.h"
+#include "Memory/Internal/XTranslateBadAlloc.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManager.h"
-#include "Memory/XPurgeableBlocks.h"
-#include "Memory/XTranslateBadAlloc.h"
+#include "System/WThreadID.h"
 #include "Threads/XLock.h"
-#include "WClock.h"
-#include "WThreadID.h"
+#include "Time/WClock.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "Memory/XMemoryHandle.h"
 
-#include "Core/XErrorNumbers.h"
+#include "Ground/XErrorNumbers.h"
 #include "Memory/XMemoryManager.h"
 #include "Threads/XLock.h"
 

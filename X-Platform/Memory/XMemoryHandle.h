@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/XClassNumbers.h"
-#include "Core/XStorable.h"
+#include "Core/Storables/XClassNumbers.h"
+#include "Core/Storables/XStorable.h"
 #include "Memory/XMemoryBlock.h"
 
 #include <atomic>

@@ -2,9 +2,9 @@
 
 #include "Memory/XMemoryHandle.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XStream.h"
-#include "Memory/XHandleCompression.h"
+#include "Core/Streams/XStream.h"
+#include "Ground/XErrorNumbers.h"
+#include "Memory/Internal/XHandleCompression.h"
 #include "Threads/XLock.h"
 
 namespace

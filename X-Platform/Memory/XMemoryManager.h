@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Core/XString.h"
-#include "Memory/XFileMappingBase.h"
+#include "Core/Strings/XString.h"
+#include "Files/WFile.h"
+#include "Ground/XFileMappingBase.h"
 #include "Threads/XMutex.h"
-#include "WFile.h"
 
 #include <atomic>
 #include <filesystem>

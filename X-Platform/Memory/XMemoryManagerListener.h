@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 
 /// Somebody who can give up memory when blocks alone do not suffice: the owner of a cache, for instance.
 class KORVALE_API XMemoryManagerListener

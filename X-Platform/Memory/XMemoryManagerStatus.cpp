@@ -1,7 +1,7 @@
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
+#include "Memory/Internal/XMemoryBudget.h"
+#include "Memory/Internal/XRegionQueries.h"
 #include "Memory/XMappedFileMemoryHandle.h"
-#include "Memory/XMemoryBudget.h"
-#include "Memory/XRegionQueries.h"
 #include "Memory/XResourceTracker.h"
 #include "Threads/XLock.h"
 

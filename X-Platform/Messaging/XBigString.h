@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
 #include "Messaging/XSpeaker.h"
 #include "Threads/XLockable.h"
 

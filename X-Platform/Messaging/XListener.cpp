@@ -1,8 +1,8 @@
 #include "Messaging/XListener.h"
 
-#include "Messaging/XListenerList.h"
+#include "Messaging/Internal/XListenerList.h"
+#include "Messaging/Internal/XMessageQueues.h"
 #include "Messaging/XMessage.h"
-#include "Messaging/XMessageQueues.h"
 #include "Threads/XThreadLock.h"
 
 #include <algorithm>

@@ -1,11 +1,11 @@
 #include "Messaging/XMainLoop.h"
 
-#include "Core/XFail.h"
+#include "Ground/XFail.h"
 #include "Messaging/XAppClosingMessage.h"
 #include "Messaging/XAppInitialisedMessage.h"
 #include "Messaging/XAppMessageCentre.h"
+#include "Process/WMainLoop.h"
 #include "Threads/XThread.h"
-#include "WMainLoop.h"
 
 std::int32_t XMainLoop::Run()
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 
 /// The main thread's loop for programs that have no other: drains the next-event queue each time round, the
 /// idle queue when there is nothing else to do, and sleeps until there is. Programs with a loop of their own

@@ -1,6 +1,6 @@
 #include "Messaging/XMessage.h"
 
-#include "WThreadID.h"
+#include "System/WThreadID.h"
 
 #include <typeinfo>
 

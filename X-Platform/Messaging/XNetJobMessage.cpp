@@ -1,7 +1,7 @@
 #include "Messaging/XNetJobMessage.h"
 
-#include "Core/XClassNumbers.h"
-#include "Core/XStream.h"
+#include "Core/Storables/XClassNumbers.h"
+#include "Core/Streams/XStream.h"
 
 #include <typeinfo>
 

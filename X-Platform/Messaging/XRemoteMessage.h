@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XStorable.h"
+#include "Core/Storables/XStorable.h"
 #include "Messaging/XMessage.h"
 
 /// A message that can be stored and sent to another process: the base of such messages. Speaker, thread and

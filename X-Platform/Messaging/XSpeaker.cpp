@@ -1,10 +1,10 @@
 #include "Messaging/XSpeaker.h"
 
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
+#include "Messaging/Internal/XListenerList.h"
+#include "Messaging/Internal/XMessageQueues.h"
 #include "Messaging/XListener.h"
-#include "Messaging/XListenerList.h"
 #include "Messaging/XMessage.h"
-#include "Messaging/XMessageQueues.h"
 #include "Threads/XThread.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "Network/XEncryption.h"
 
-#include "Core/XFail.h"
-#include "Network/XRC4Generator.h"
-#include "Network/XTEABlocks.h"
+#include "Ground/XFail.h"
+#include "Network/Internal/XRC4Generator.h"
+#include "Network/Internal/XTEABlocks.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 #include "WPlatform.h"
 
 /// The ciphers of network streams and a few encodings of bytes as letters. The ciphers keep deployments apart; they do

@@ -1,11 +1,11 @@
 #include "Network/XNetAddress.h"
 
-#include "Core/XStream.h"
-#include "Core/XSwallowErrors.h"
-#include "Network/XHostNameCache.h"
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/WLastErrorException.h"
+#include "Core/Streams/XStream.h"
+#include "Network/Internal/XHostNameCache.h"
 #include "Sockets/WNetwork.h"
 #include "Sockets/WSystemAddress.h"
-#include "WLastErrorException.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/XStorable.h"
-#include "Core/XString.h"
+#include "Core/Storables/XStorable.h"
+#include "Core/Strings/XString.h"
 
 struct sockaddr_in;
 

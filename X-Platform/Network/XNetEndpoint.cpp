@@ -1,8 +1,8 @@
 #include "Network/XNetEndpoint.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XException.h"
-#include "Core/XTimer.h"
+#include "Core/Errors/XException.h"
+#include "Core/Times/XTimer.h"
+#include "Ground/XErrorNumbers.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 #include "Sockets/WNetwork.h"
 #include "Threads/XStopThreadException.h"

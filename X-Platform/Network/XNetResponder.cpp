@@ -1,8 +1,8 @@
 #include "Network/XNetResponder.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XException.h"
-#include "Core/XSwallowErrors.h"
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/XException.h"
+#include "Ground/XErrorNumbers.h"
 #include "Services/XSessionLogManager.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #include "Network/XNetServer.h"
 
-#include "Network/XNetServerRun.h"
+#include "Network/Internal/XNetServerRun.h"
 #include "Threads/XThreadLock.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XVersion.h"
+#include "Core/Storables/XVersion.h"
 #include "Network/XNetEndpoint.h"
 #include "Threads/XMutex.h"
 

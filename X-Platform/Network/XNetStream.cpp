@@ -1,6 +1,6 @@
 #include "Network/XNetStream.h"
 
-#include "Network/XByteQueue.h"
+#include "Network/Internal/XByteQueue.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XStream.h"
+#include "Core/Streams/XStream.h"
 #include "Network/XNetEndpoint.h"
 
 class XByteQueue;

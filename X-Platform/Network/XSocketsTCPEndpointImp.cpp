@@ -1,11 +1,11 @@
 #include "Network/XSocketsTCPEndpointImp.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XSwallowErrors.h"
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/WLastErrorException.h"
+#include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
 #include "Threads/XCheckpoint.h"
 #include "Threads/XThreadLock.h"
-#include "WLastErrorException.h"
 
 #include <algorithm>
 #include <utility>

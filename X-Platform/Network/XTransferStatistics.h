@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 #include "Threads/XMutex.h"
 
 /// How much one direction of a connection has moved, and how fast it was lately.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/XString.h"
-#include "Core/XTime.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTime.h"
 
 /// How much an entry of the session log matters.
 enum XSessionLogLevel : std::uint32_t

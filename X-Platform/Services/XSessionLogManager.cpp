@@ -1,10 +1,10 @@
 #include "Services/XSessionLogManager.h"
 
-#include "Core/XTimer.h"
-#include "Services/XSessionLogFile.h"
+#include "Core/Times/XTimer.h"
+#include "Files/WFolders.h"
+#include "Services/Internal/XSessionLogFile.h"
+#include "System/WCodePage.h"
 #include "Threads/XPreventThreadStop.h"
-#include "WCodePage.h"
-#include "WFolders.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/XErrorLog.h"
-#include "Core/XInternalErrorHandlers.h"
+#include "Core/Errors/XErrorLog.h"
+#include "Core/Errors/XInternalErrorHandlers.h"
 #include "Services/XSessionLogEntry.h"
 #include "Threads/XThread.h"
 

@@ -1,9 +1,9 @@
-#include "Core/XClassRegistry.h"
-#include "Jobs/RegisterJobsClasses.h"
-#include "Memory/RegisterMemoryClasses.h"
-#include "Messaging/RegisterMessagingClasses.h"
-#include "Network/RegisterNetworkClasses.h"
-#include "Pivot/RegisterPivotClasses.h"
+#include "Core/Streams/XClassRegistry.h"
+#include "Jobs/Internal/RegisterJobsClasses.h"
+#include "Memory/Internal/RegisterMemoryClasses.h"
+#include "Messaging/Internal/RegisterMessagingClasses.h"
+#include "Network/Internal/RegisterNetworkClasses.h"
+#include "Pivot/Internal/RegisterPivotClasses.h"
 
 void XClassRegistry::RegisterStandardClasses()
 {

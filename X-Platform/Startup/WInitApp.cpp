@@ -1,11 +1,11 @@
 #include "Startup/WInitApp.h"
 
-#include "Core/XException.h"
-#include "Core/XFail.h"
-#include "Core/XInternalErrorHandlers.h"
+#include "Core/Errors/XException.h"
+#include "Core/Errors/XInternalErrorHandlers.h"
+#include "Ground/XFail.h"
+#include "Process/WCrashDump.h"
+#include "Process/WCrashHandler.h"
 #include "Startup/WInitCore.h"
-#include "WCrashDump.h"
-#include "WCrashHandler.h"
 
 #include <atomic>
 #include <cstdio>

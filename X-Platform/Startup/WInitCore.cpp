@@ -1,12 +1,12 @@
 #include "Startup/WInitCore.h"
 
-#include "Core/XClassRegistry.h"
-#include "Core/XFail.h"
-#include "Core/XTime.h"
+#include "Core/Streams/XClassRegistry.h"
+#include "Core/Times/XTime.h"
+#include "Ground/XFail.h"
 #include "Jobs/XJobQueue.h"
+#include "Process/WCrashDump.h"
+#include "Process/WEventLog.h"
 #include "Threads/XMainThread.h"
-#include "WCrashDump.h"
-#include "WEventLog.h"
 
 #include <atomic>
 

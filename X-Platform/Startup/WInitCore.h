@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XInternalErrorHandlers.h"
+#include "Core/Errors/XInternalErrorHandlers.h"
 
 #include <memory>
 

@@ -1,9 +1,9 @@
 #include "Threads/XConditionVariable.h"
 
-#include "Core/XErrorNumbers.h"
+#include "Ground/XErrorNumbers.h"
+#include "Threads/Internal/XMutexSleeper.h"
+#include "Threads/Waiting/Internal/WParkingQueue.h"
 #include "Threads/XCheckpoint.h"
-#include "Threads/XMutexSleeper.h"
-#include "WParkingQueue.h"
 
 // A waiter is in the parking queue of the condition variable until it is signalled. A signal given by the owner of the
 // waiter's mutex does not wake it, since it would have to sleep again at once for the mutex: it moves the waiter to the

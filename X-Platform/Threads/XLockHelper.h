@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 
 /// Counts a plain counter up for a scope and down again, on one thread or under a lock of the caller's.
 class XLockHelper

@@ -1,11 +1,11 @@
 #include "Threads/XMutex.h"
 
+#include "System/WFutex.h"
+#include "System/WProcessors.h"
+#include "Threads/Internal/XLockOrder.h"
+#include "Threads/Internal/XMutexSleeper.h"
+#include "Threads/Waiting/Internal/WParkingQueue.h"
 #include "Threads/XCheckpoint.h"
-#include "Threads/XLockOrder.h"
-#include "Threads/XMutexSleeper.h"
-#include "WFutex.h"
-#include "WParkingQueue.h"
-#include "WProcessors.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XFail.h"
+#include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
+#include "System/WThreadID.h"
 #include "Threads/XWaitResult.h"
-#include "WThreadID.h"
 
 #include <atomic>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WSemaphore.h"
+#include "Threads/Waiting/WSemaphore.h"
 
 /// One-time initialisation of statics that cannot rely on the language's own, because the initialiser may run
 /// on any thread at any time and may fail. State, counter and semaphore pointer are statics that start as 0:

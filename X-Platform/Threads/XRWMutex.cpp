@@ -1,7 +1,7 @@
 #include "Threads/XRWMutex.h"
 
+#include "Ground/Internal/WDeadline.h"
 #include "Threads/XThreadLock.h"
-#include "WDeadline.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "Threads/XStopThreadException.h"
 
-#include "Core/XErrorNumbers.h"
+#include "Ground/XErrorNumbers.h"
 
 XStopThreadException::XStopThreadException( std::uint32_t inStopCode )
     : XException( kErrorThreadStopped ), itsStopCode( inStopCode )

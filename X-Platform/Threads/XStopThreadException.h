@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XException.h"
+#include "Core/Errors/XException.h"
 
 /// Carries out a stop: thrown by the checkpoint of a thread that was asked to stop, through the thread's own
 /// code. Let it pass. Its error number is 2702, so it is neither logged nor reported; the stop code tells why

@@ -1,6 +1,6 @@
 #include "Threads/XTLSRegistry.h"
 
-#include "Core/XFail.h"
+#include "Ground/XFail.h"
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 
 /// Per-thread data by key, kept in the slots of the current XThread. Zero until registered.
 /// Threads: each thread sees its own values. On a thread that no XThread owns all data reads as 0, and

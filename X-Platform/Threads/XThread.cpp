@@ -1,11 +1,11 @@
 #include "Threads/XThread.h"
 
-#include "Core/XErrorNumbers.h"
-#include "Core/XSwallowErrors.h"
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Ground/Internal/WDeadline.h"
+#include "Ground/XErrorNumbers.h"
 #include "Threads/XCheckpoint.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadListener.h"
-#include "WDeadline.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "Core/XString.h"
+#include "Core/Strings/XString.h"
+#include "Threads/WThread.h"
 #include "Threads/XConditionVariable.h"
 #include "Threads/XStopThreadException.h"
 #include "Threads/XTLSRegistry.h"
 #include "Threads/XThreadLock.h"
 #include "Threads/XThreadPriority.h"
-#include "WThread.h"
 
 #include <memory>
 

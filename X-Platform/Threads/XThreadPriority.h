@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/XTypes.h"
+#include "Ground/XTypes.h"
 
 /// How much a thread is preferred to others, and the system's relative priority that stands for it.
 enum XThreadPriority : std::uint32_t

@@ -1,8 +1,8 @@
 #include "Threads/XThread.h"
 
-#include "Core/XSwallowErrors.h"
-#include "WProcessors.h"
-#include "WThreadManager.h"
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "System/WProcessors.h"
+#include "Threads/WThreadManager.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WProcessors.h"
+#include "System/WProcessors.h"
 
 /// How often the calling thread tries again before it sleeps in a wait on a socket.
 ///

@@ -1,7 +1,7 @@
 #include "Sockets/WNetwork.h"
 
 #include "Sockets/Internal/WSocketHeaders.h"
-#include "WSystemError.h"
+#include "System/WSystemError.h"
 
 #include <cerrno>
 #include <fstream>

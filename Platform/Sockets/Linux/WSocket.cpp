@@ -1,9 +1,9 @@
 #include "Sockets/WSocket.h"
 
-#include "Linux/WErrno.h"
 #include "Sockets/Internal/WSocketHeaders.h"
 #include "Sockets/WSocketAlert.h"
 #include "Sockets/WSystemAddress.h"
+#include "System/Linux/WErrno.h"
 
 #include <algorithm>
 #include <climits>

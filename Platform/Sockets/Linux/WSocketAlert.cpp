@@ -1,6 +1,6 @@
 #include "Sockets/WSocketAlert.h"
 
-#include "Linux/WErrno.h"
+#include "System/Linux/WErrno.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>

@@ -4,8 +4,8 @@
 #include "Sockets/WSocketAlert.h"
 #include "Sockets/WSystemAddress.h"
 
-#include "Core/XFail.h"
-#include "WSystemError.h"
+#include "Ground/XFail.h"
+#include "System/WSystemError.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,6 +1,6 @@
 #include "Sockets/WSocketAlert.h"
 
-#include "Core/XFail.h"
+#include "Ground/XFail.h"
 
 #include <windows.h>
 

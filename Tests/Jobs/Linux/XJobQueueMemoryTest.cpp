@@ -2,7 +2,7 @@
 
 #include "Jobs/TestJob.h"
 #include "RefusedMemory.h"
-#include "WThreadID.h"
+#include "System/WThreadID.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "Core/XMemStream.h"
-#include "Core/XString.h"
+#include "Core/Streams/XMemStream.h"
+#include "Core/Strings/XString.h"
 #include "Memory/TestManager.h"
 #include "Memory/XHandleStream.h"
 #include "Memory/XMappedFileMemoryHandle.h"

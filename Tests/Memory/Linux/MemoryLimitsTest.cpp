@@ -1,9 +1,9 @@
 #include "Memory/TestManager.h"
+#include "Memory/WMemoryLimits.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 #include "Startup/WInitCore.h"
 #include "TestErrors.h"
 #include "TestFolder.h"
-#include "WMemoryLimits.h"
 
 #include <gtest/gtest.h>
 

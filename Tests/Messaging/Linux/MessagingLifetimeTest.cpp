@@ -1,5 +1,5 @@
 #include "Messaging/Recorder.h"
-#include "WEvent.h"
+#include "Threads/Waiting/WEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
+#include "Files/WReplaceFile.h"
 #include "TestErrors.h"
 #include "TestFolder.h"
-#include "WReplaceFile.h"
 
 #include <csignal>
 #include <fcntl.h>

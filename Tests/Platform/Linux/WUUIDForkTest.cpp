@@ -1,4 +1,4 @@
-#include "WUUID.h"
+#include "System/WUUID.h"
 
 #include <gtest/gtest.h>
 

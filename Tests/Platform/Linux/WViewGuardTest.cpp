@@ -1,7 +1,7 @@
-#include "WViewGuard.h"
+#include "Memory/Linux/WViewGuard.h"
 
+#include "Files/WFile.h"
 #include "TestFolder.h"
-#include "WFile.h"
 
 #include <gtest/gtest.h>
 

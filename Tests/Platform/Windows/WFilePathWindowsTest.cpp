@@ -1,6 +1,6 @@
+#include "Files/WFilePath.h"
+#include "Files/WReplaceFile.h"
 #include "TestFolder.h"
-#include "WFilePath.h"
-#include "WReplaceFile.h"
 
 namespace fs = std::filesystem;
 

@@ -1,6 +1,6 @@
-#include "FilePaths.h"
-#include "OutputFiles.h"
+#include "Outputs/OutputFiles.h"
 #include "RefusedMemory.h"
+#include "Support/FilePaths.h"
 #include "TestFolder.h"
 
 #include <deque>

@@ -1,8 +1,8 @@
-#include "WImageFile.h"
+#include "Images/WImageFile.h"
 
 #include "../TestImages.h"
+#include "Memory/WMemoryLimits.h"
 #include "TestFolder.h"
-#include "WMemoryLimits.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // Pages of every form that libtiff writes, read as the program reads them and by the readers that do without it.
 
+#include "Images/WImageFile.h"
 #include "TestFolder.h"
 #include "Tools/TestImages.h"
 #include "Tools/TestPages.h"
-#include "WImageFile.h"
 
 #include <algorithm>
 #include <tiffio.h>

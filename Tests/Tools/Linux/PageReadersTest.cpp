@@ -1,7 +1,7 @@
-#include "PageReaders.h"
+#include "Measuring/PageReaders.h"
 
 #include "../TestPages.h"
-#include "TIFFWriter.h"
+#include "Imaging/TIFFWriter.h"
 #include "TestFolder.h"
 
 #include <gtest/gtest.h>

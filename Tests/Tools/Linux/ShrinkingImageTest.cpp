@@ -1,4 +1,4 @@
-#include "WImageFile.h"
+#include "Images/WImageFile.h"
 
 #include "../HandmadeTIFF.h"
 #include "TestFolder.h"

@@ -1,5 +1,5 @@
-#include "WInterrupt.h"
-#include "Command.h"
+#include "Process/WInterrupt.h"
+#include "Program/Command.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
+#include "Files/WWildcards.h"
 #include "Tools/ProgramRun.h"
 #include "Tools/TestImages.h"
-#include "WWildcards.h"
 
 #include <windows.h>
 

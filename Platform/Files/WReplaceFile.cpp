@@ -1,0 +1,262 @@
+#include "Files/WReplaceFile.h"
+
+#include "Files/WFilePath.h"
+#include "Files/WUnfinishedFiles.h"
+#include "Ground/XFail.h"
+#include "System/WSystemError.h"
+
+#include <atomic>
+#include <random>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+std::atomic<unsigned> sUnnamedFiles = 0;
+
+void CheckError( const std::error_code& inError )
+{
+    if ( !inError )
+        return;
+    WSystemError::SetLast( WSystemError::FromErrorCode( inError ) );
+    XThrowLastSystemError();
+}
+
+/// Short, so that it fits beside a target with the longest of names.
+std::string MakeTemporaryName()
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::random_device random;
+    std::string name = ".korvale-";
+    for ( int i = 0; i < 16; ++i )
+        name += kDigits[random() & 15u];
+    return name + ".tmp";
+}
+
+/// A second name for the file; where the file system has no hard links, the first one goes.
+std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
+{
+    std::error_code error;
+    fs::create_hard_link( inFrom, inTo, error );
+    if ( !error )
+        return error;
+    if ( WFilePath::Exists( inTo ) )
+        return std::make_error_code( std::errc::file_exists );
+    fs::rename( inFrom, inTo, error );
+    return error;
+}
+
+/// Makes a file under a hidden name beside the target, and returns the name. It is listed first: what is made can be
+/// removed even where memory ends.
+template<class Make>
+fs::path MakeUnfinished( const fs::path& inTarget, const Make& inMake )
+{
+    auto path = inTarget.parent_path() / MakeTemporaryName();
+    WUnfinishedFiles::Add( path );
+    try
+    {
+        inMake( path );
+    }
+    catch ( ... )
+    {
+        WUnfinishedFiles::Forget( path );
+        throw;
+    }
+    return path;
+}
+
+void RemoveUnfinished( const fs::path& inPath )
+{
+    if ( inPath.empty() )
+        return;
+    WFilePath::Remove( inPath );
+    WUnfinishedFiles::Forget( inPath );
+}
+
+} // namespace
+
+WReplaceFile::WReplaceFile( const fs::path& inTarget, Check inCheck ) : itsTarget( inTarget )
+{
+    itsIsDirect = WFile::IsDevice( inTarget );
+    if ( itsIsDirect )
+    {
+        itsFile.Open( itsTarget, WFile::kCreate );
+        return;
+    }
+    std::error_code error;
+    itsTarget = WFilePath::ResolveLinks( inTarget, error );
+    CheckError( error );
+    if ( inCheck == kCheckAtOnce )
+        CheckExistingTarget();
+    itsFile = OpenUnnamed( itsTarget.parent_path(), sUnnamedFiles );
+    itsIsUnnamed = itsFile.IsOpen();
+    if ( itsIsUnnamed )
+        ++sUnnamedFiles;
+    else
+        CreateNamed();
+}
+
+WReplaceFile::~WReplaceFile()
+{
+    if ( itsIsDirect )
+        return;
+    itsFile = WFile();
+    EndUnnamed();
+    const auto hold = WUnfinishedFiles::Hold();
+    RemoveUnfinished( itsPath ); // Once it is committed, nothing has that name.
+    RemoveUnfinished( itsOldPath );
+}
+
+void WReplaceFile::CheckTarget( const fs::path& inTarget )
+{
+    if ( WFile::IsDevice( inTarget ) )
+        return WFile::CheckDevice( inTarget );
+    WReplaceFile file( inTarget );
+    if ( file.itsIsUnnamed )
+        file.GiveName();
+}
+
+void WReplaceFile::CheckExistingTarget() const
+{
+    if ( WFilePath::Exists( itsTarget ) )
+        CheckReplaceable( itsTarget );
+    else
+        CheckName( itsTarget );
+}
+
+void WReplaceFile::CreateNamed()
+{
+    const auto hold = WUnfinishedFiles::Hold();
+    itsPath = MakeUnfinished(
+        itsTarget, [&]( const fs::path& inPath ) { itsFile.Open( inPath, WFile::kCreateNew ); } );
+    CopyPermissions( itsPath );
+}
+
+void WReplaceFile::CopyPermissions( const fs::path& inPath ) const noexcept
+{
+    std::error_code error;
+    const auto status = fs::status( WFilePath::Exists( itsTarget ) ? itsTarget : itsOldPath, error );
+    if ( fs::exists( status ) )
+        fs::permissions( inPath, status.permissions(), error );
+}
+
+void WReplaceFile::GiveName()
+{
+    const auto hold = WUnfinishedFiles::Hold();
+    itsPath =
+        MakeUnfinished( itsTarget, [&]( const fs::path& inPath ) { CheckError( Link( itsFile, inPath ) ); } );
+    CopyPermissions( itsPath );
+    EndUnnamed();
+}
+
+void WReplaceFile::EndUnnamed()
+{
+    if ( std::exchange( itsIsUnnamed, false ) )
+        --sUnnamedFiles;
+}
+
+void WReplaceFile::Complete()
+{
+    if ( !itsFile.IsOpen() )
+        return;
+    itsFile.Flush();
+    if ( !itsIsUnnamed )
+        itsFile.Close();
+}
+
+void WReplaceFile::Commit()
+{
+    XAssert( !itsIsCommitted );
+    Complete();
+    if ( !itsIsDirect )
+    {
+        const auto hold = WUnfinishedFiles::Hold();
+        CheckExistingTarget();
+        if ( itsIsUnnamed )
+            GiveName();
+        itsFile.Close();
+        std::error_code error;
+        fs::rename( itsPath, itsTarget, error );
+        CheckError( error ); // The hidden name stays listed, for Undo.
+    }
+    itsIsCommitted = true;
+}
+
+void WReplaceFile::KeepOld()
+{
+    XAssert( !itsIsCommitted );
+    if ( itsIsDirect || !itsOldPath.empty() || !WFilePath::Exists( itsTarget ) )
+        return;
+    CheckReplaceable( itsTarget ); // Else the second name might have to stay.
+    const auto hold = WUnfinishedFiles::Hold();
+    itsOldPath = MakeUnfinished(
+        itsTarget, [&]( const fs::path& inPath ) { CheckError( LinkOrMove( itsTarget, inPath ) ); } );
+}
+
+void WReplaceFile::Undo() noexcept
+{
+    if ( itsIsDirect )
+        return;
+    const auto hold = WUnfinishedFiles::Hold();
+    if ( itsIsCommitted )
+    {
+        if ( LinkOrMove( itsTarget, itsPath ) )
+            return LeaveOld();
+        itsIsCommitted = false;
+        if ( itsOldPath.empty() )
+            WFilePath::Remove( itsTarget );
+    }
+    PutOldBack();
+}
+
+void WReplaceFile::LeaveOld() noexcept
+{
+    if ( itsOldPath.empty() )
+        return;
+    WUnfinishedFiles::Forget( itsOldPath );
+    itsOldPath.clear();
+}
+
+void WReplaceFile::PutOldBack() noexcept
+{
+    if ( itsOldPath.empty() )
+        return;
+    std::error_code ignored;
+    if ( fs::equivalent( itsOldPath, itsTarget, ignored ) )
+        WFilePath::Remove( itsOldPath ); // Renaming would leave both names.
+    else
+        fs::rename( itsOldPath, itsTarget, ignored );
+    LeaveOld();
+}
+
+fs::path WReplaceFile::KeepNew()
+{
+    XAssert( !itsIsCommitted && !itsIsDirect );
+    constexpr int kMostNames = 1000;
+    const auto hold = WUnfinishedFiles::Hold();
+    auto start = itsTarget;
+    std::error_code error;
+    for ( int number = 1; number < kMostNames; ++number )
+    {
+        auto path = start;
+        path += ".new" + ( number > 1 ? "-" + std::to_string( number ) : "" );
+        error = itsIsUnnamed ? Link( itsFile, path ) : LinkOrMove( itsPath, path );
+        if ( error == std::errc::file_exists )
+            continue;
+        if ( error && start == itsTarget )
+        {
+            start.replace_filename( "korvale-output" );
+            number = 0;
+            continue;
+        }
+        CheckError( error );
+        CopyPermissions( path );
+        return path;
+    }
+    CheckError( error );
+    return {};
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Images/WTIFFUnpacker.h"
+
+/// Streams of zlib (RFC 1950).
+class WDeflateUnpacker : public WTIFFUnpacker
+{
+public:
+    explicit WDeflateUnpacker( WTIFFPackedBytes inPacked );
+    ~WDeflateUnpacker() override;
+
+    void Unpack( std::byte* outBytes, std::size_t inCount ) override;
+    void Finish( std::uint64_t inUnused ) override;
+
+private:
+    class Inflater;
+    std::unique_ptr<Inflater> itsInflater;
+    bool itsHasEnded = false; ///< The checksum has been right.
+
+    void Reset() override;
+    std::size_t UnpackSome( std::byte* outBytes, std::size_t inCount );
+};

@@ -1,0 +1,124 @@
+#include "Images/WImageFile.h"
+
+#include "Files/WFile.h"
+#include "Images/WTIFFFile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+using namespace std::string_view_literals;
+
+namespace
+{
+std::string ReadSignature( const std::filesystem::path& inPath )
+{
+    std::error_code error; // Where there is no such file, opening it says so.
+    const auto status = std::filesystem::status( inPath, error );
+    if ( std::filesystem::is_fifo( status ) || std::filesystem::is_socket( status ) ||
+         std::filesystem::is_character_file( status ) )
+        throw WImageError(
+            "it is a pipe or device, not a file: an image is read in any order (expected a TIFF or PNG file)" );
+    char bytes[8];
+    const WFile file( inPath, WFile::kRead );
+    return std::string( bytes, file.ReadAt( 0, bytes, sizeof( bytes ) ) );
+}
+
+bool IsTIFF( std::string_view inSignature )
+{
+    for ( const auto mark : { "II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv } )
+        if ( inSignature.starts_with( mark ) )
+            return true;
+    return false;
+}
+} // namespace
+
+bool WImageForm::HasLayoutOf( const WImageForm& inOther ) const
+{
+    return width == inOther.width && height == inOther.height && channels == inOther.channels &&
+        type == inOther.type;
+}
+
+WImagePage::Samples WImagePage::AllocateFromHeap( std::uint64_t inBytes )
+{
+    auto bytes = std::make_unique_for_overwrite<std::byte[]>( inBytes );
+    return Samples( bytes.release(), std::default_delete<std::byte[]>() );
+}
+
+void WImagePage::Allocate( std::uint64_t inMostBytes, const Allocator& inAllocator )
+{
+    if ( width == 0 || height == 0 || channels == 0 )
+        throw WImageError( "it has a page without pixels" );
+
+    const auto size = std::to_string( width ) + " x " + std::to_string( height ) + " pixels";
+    const auto pixels = std::uint64_t{ width } * height;
+    if ( pixels > std::numeric_limits<std::uint32_t>::max() )
+        throw WImageError( "a page of " + size + " is too large" );
+    if ( pixels > inMostBytes / GetSampleSize() / channels )
+        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+    samples = inAllocator( GetByteCount() );
+}
+
+void WImagePage::Invert()
+{
+    const auto count = GetByteCount();
+    for ( std::uint64_t i = 0; i < count; ++i )
+        samples[i] = ~samples[i];
+}
+
+void WImagePage::CopyBlock(
+    const std::byte* inBlock, std::uint32_t inBlockWidth, std::uint32_t inRows, std::uint32_t inLeft,
+    std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel )
+{
+    const std::size_t pixelSize = std::size_t{ channels } * GetSampleSize();
+    const std::size_t pieceSize = inIsPlane ? GetSampleSize() : pixelSize;
+    const auto columns = std::min( inBlockWidth, width - inLeft );
+    const auto rows = std::min( inRows, height - inTop );
+    for ( std::uint32_t y = 0; y < rows; ++y )
+    {
+        const auto* from = inBlock + std::size_t{ y } * inBlockWidth * pieceSize;
+        auto* to = samples.get() + ( std::size_t{ inTop } + y ) * GetRowSize() + inLeft * pixelSize;
+        if ( !inIsPlane )
+        {
+            std::memcpy( to, from, columns * pixelSize );
+            continue;
+        }
+        to += inChannel * pieceSize;
+        for ( std::uint32_t x = 0; x < columns; ++x, from += pieceSize, to += pixelSize )
+            std::memcpy( to, from, pieceSize );
+    }
+}
+
+std::unique_ptr<WImageFile> WImageFile::Open( const std::filesystem::path& inPath )
+{
+    const auto signature = ReadSignature( inPath );
+    if ( IsTIFF( signature ) )
+        return std::make_unique<WTIFFFile>( inPath );
+    if ( signature.starts_with( "\x89PNG\r\n\x1A\n"sv ) )
+        return OpenPNG( inPath );
+    throw WImageError( "it is neither a TIFF nor a PNG file" );
+}
+
+WImagePage WImageFile::ReadPage(
+    std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
+{
+    return ReadPageSelf( inPage, inProgress, inAllocator );
+}
+
+void WImageFile::CheckPNGSize(
+    std::uint64_t inFileSize, std::uint32_t inWidth, std::uint32_t inHeight, std::uint32_t inBitsPerPixel )
+{
+    constexpr std::uint64_t kLargestRatio = 1033; // Deflate packs 1032 bytes into one at best.
+    constexpr std::uint64_t kMostRowBytes = 64 * 1024 * 1024;
+    constexpr std::uint64_t kLargestPixel = 8; // Bytes in memory, whatever it has in the file.
+    const auto size = std::to_string( inWidth ) + " x " + std::to_string( inHeight ) + " pixels";
+    const auto rowBytes = ( std::uint64_t{ inWidth } * inBitsPerPixel + 7 ) / 8;
+    const auto mostBytes = std::min( inFileSize, UINT64_MAX / kLargestRatio ) * kLargestRatio;
+    if ( rowBytes != 0 && inHeight > mostBytes / rowBytes )
+        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+    if ( inWidth > kMostRowBytes / kLargestPixel )
+        throw WImageError(
+            "a page of " + size + " has too long rows (at most " +
+            std::to_string( kMostRowBytes / kLargestPixel ) + " pixels)" );
+}

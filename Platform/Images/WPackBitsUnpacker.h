@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Images/WTIFFUnpacker.h"
+
+/// PackBits: runs of equal bytes, and stretches of bytes as they are.
+class WPackBitsUnpacker : public WTIFFUnpacker
+{
+public:
+    explicit WPackBitsUnpacker( WTIFFPackedBytes inPacked ) : WTIFFUnpacker( std::move( inPacked ) ) {}
+
+    void Unpack( std::byte* outBytes, std::size_t inCount ) override;
+
+private:
+    std::size_t itsLiterals = 0; ///< Bytes as they are that are left of a stretch.
+    std::size_t itsRepeats = 0;  ///< Bytes that are left of a run.
+    std::uint8_t itsRepeated = 0;
+
+    void Reset() override;
+    std::size_t UnpackWhole( std::byte* outBytes, std::size_t inCount );
+    std::size_t UnpackRest( std::byte* outBytes, std::size_t inCount );
+    void TakeHeader();
+};

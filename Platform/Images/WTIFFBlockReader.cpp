@@ -1,0 +1,120 @@
+#include "Images/WTIFFBlockReader.h"
+
+#include <algorithm>
+
+using Tags = WTIFFDirectory;
+
+namespace
+{
+constexpr std::uint64_t kPlainPiece = 4 * 1024 * 1024; // Bytes read at a time.
+constexpr std::uint64_t kPackedPiece =
+    128 * 1024; // Bytes unpacked at a time: the predictor finds them in the cache.
+
+std::uint64_t GetCompression( const Tags& inTags )
+{
+    return inTags.GetNumber( Tags::kCompression, WTIFFUnpacker::kNone );
+}
+
+std::uint64_t DivideUp( std::uint64_t inNumber, std::uint64_t inDivisor )
+{
+    return ( inNumber + inDivisor - 1 ) / inDivisor;
+}
+
+/// What is left of the file from each place.
+std::vector<std::uint64_t> GetRests( const WFile& inFile, std::vector<std::uint64_t> inOffsets )
+{
+    for ( const auto size = inFile.GetSize(); auto& offset : inOffsets )
+        offset = size - std::min( offset, size );
+    return inOffsets;
+}
+} // namespace
+
+WTIFFBlockReader::Grid::Grid( const WTIFFDirectory& inTags, const WImagePage& inPage )
+    : isTiled( inTags.Has( Tags::kTileOffsets ) ), isSeparate( inTags.HasSeparatePlanes() ),
+      channels( isSeparate ? 1 : inPage.channels ),
+      width( isTiled ? inTags.GetExtent( Tags::kTileWidth, 0 ) : inPage.width ),
+      height(
+          isTiled ? inTags.GetExtent( Tags::kTileHeight, 0 )
+                  : std::min( inTags.GetExtent( Tags::kRowsPerStrip, UINT32_MAX ), inPage.height ) )
+{
+    if ( width == 0 || height == 0 )
+        throw WImageError( "its strips or tiles have no size" );
+    across = DivideUp( inPage.width, width );
+    blocksOfPlane = across * DivideUp( inPage.height, height );
+    blocks = blocksOfPlane * ( isSeparate ? inPage.channels : 1 );
+}
+
+WTIFFBlockReader::WTIFFBlockReader(
+    const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage )
+    : itsFile( inFile ), itsPage( outPage ), itsGrid( inTags, outPage ),
+      itsRowSize( itsGrid.width * itsGrid.channels * outPage.GetSampleSize() ),
+      itsIsPlain( GetCompression( inTags ) == WTIFFUnpacker::kNone ),
+      itsOffsets(
+          inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileOffsets : Tags::kStripOffsets, itsGrid.blocks ) ),
+      itsSizes( inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileSizes : Tags::kStripSizes, itsGrid.blocks ) ),
+      itsUnpacker( WTIFFUnpacker::Make( GetCompression( inTags ), inFile, inTags.IsLowestBitFirst() ) ),
+      itsPredictor( inTags, inHeader.isSwapped, outPage.type, itsGrid.width, itsGrid.channels )
+{
+    if ( itsOffsets.size() < itsGrid.blocks || ( !itsSizes.empty() && itsSizes.size() < itsGrid.blocks ) )
+        throw WImageError( "some of its strips or tiles are not listed" );
+    if ( itsSizes.empty() )
+        itsSizes = GetRests( inFile, itsOffsets );
+    JoinStrips();
+    itsRowsAtOnce = std::clamp<std::uint64_t>(
+        ( itsIsPlain ? kPlainPiece : kPackedPiece ) / itsRowSize, 1, itsGrid.height );
+}
+
+/// Makes one of strips that lie one after the other as they are: a call for each would take longer than the reading.
+void WTIFFBlockReader::JoinStrips()
+{
+    if ( !itsIsPlain || itsGrid.isTiled || itsGrid.isSeparate )
+        return;
+    const auto stripSize = itsGrid.height * itsRowSize;
+    const auto size = itsPage.height * itsRowSize;
+    for ( std::uint64_t block = 0; block < itsGrid.blocks; ++block )
+        if ( itsOffsets[block] != itsOffsets.front() + block * stripSize ||
+             itsSizes[block] < std::min( stripSize, size - block * stripSize ) )
+            return;
+    itsGrid.height = itsPage.height;
+    itsGrid.blocksOfPlane = itsGrid.blocks = 1;
+    itsSizes.assign( 1, size );
+}
+
+void WTIFFBlockReader::Read( const WImageFile::Progress& inProgress )
+{
+    for ( std::uint64_t block = 0; block < itsGrid.blocks; ++block )
+    {
+        const auto tellShare = [&]( double inShare )
+        { inProgress( ( static_cast<double>( block ) + inShare ) / static_cast<double>( itsGrid.blocks ) ); };
+        ReadBlock( block, tellShare );
+    }
+}
+
+/// Of a block that reaches beyond the page, as the last tiles do and the last strip may, the rows in it are used.
+void WTIFFBlockReader::ReadBlock( std::uint64_t inBlock, const WImageFile::Progress& inProgress )
+{
+    const auto inPlane = inBlock % itsGrid.blocksOfPlane;
+    const auto left = inPlane % itsGrid.across * itsGrid.width;
+    const auto top = inPlane / itsGrid.across * itsGrid.height;
+    const auto rows = std::min( itsGrid.height, itsPage.height - top );
+    const auto channel = static_cast<std::uint32_t>( inBlock / itsGrid.blocksOfPlane );
+    const auto isDirect = itsRowSize == itsPage.GetRowSize();
+    if ( !isDirect && !itsRows )
+        itsRows = std::make_unique_for_overwrite<std::byte[]>( itsRowsAtOnce * itsRowSize );
+
+    itsUnpacker->Start( itsOffsets[inBlock], itsSizes[inBlock] );
+    for ( std::uint64_t row = 0; row < rows; row += itsRowsAtOnce )
+    {
+        inProgress( static_cast<double>( row ) / static_cast<double>( rows ) );
+        const auto count = std::min( itsRowsAtOnce, rows - row );
+        auto* const target = isDirect ? itsPage.samples.get() + ( top + row ) * itsRowSize : itsRows.get();
+        itsUnpacker->Unpack( target, count * itsRowSize );
+        itsPredictor.Undo( target, count );
+        if ( !isDirect )
+            itsPage.CopyBlock(
+                target, static_cast<std::uint32_t>( itsGrid.width ), static_cast<std::uint32_t>( count ),
+                static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top + row ),
+                itsGrid.isSeparate, channel );
+    }
+    itsUnpacker->Finish( ( itsGrid.height - rows ) * itsRowSize );
+}

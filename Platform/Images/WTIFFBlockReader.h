@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "Images/WTIFFDirectory.h"
+#include "Images/WTIFFPredictor.h"
+#include "Images/WTIFFUnpacker.h"
+
+/// Reads the samples of one page of a TIFF file from its blocks, which are strips or tiles, plane after plane where the
+/// planes are separate. Keeps references to what it is made from.
+class WTIFFBlockReader
+{
+public:
+    /// For a page whose form is known and whose room is made, of a compression that WTIFFUnpacker knows. Throws
+    /// WImageError when the blocks are not all listed.
+    WTIFFBlockReader(
+        const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage );
+
+    /// Fills the samples of the page as they are stored. Throws WImageError or WLastErrorException, and what the progress
+    /// throws.
+    void Read( const WImageFile::Progress& inProgress );
+
+private:
+    struct Grid
+    {
+        bool isTiled;
+        bool isSeparate;        ///< Each block has one channel.
+        std::uint32_t channels; ///< In a block.
+        std::uint64_t width;    ///< Of a block, in pixels.
+        std::uint64_t height;
+        std::uint64_t across;
+        std::uint64_t blocksOfPlane;
+        std::uint64_t blocks;
+
+        Grid( const WTIFFDirectory& inTags, const WImagePage& inPage );
+    };
+
+    const WFile& itsFile;
+    WImagePage& itsPage;
+    Grid itsGrid;
+    const std::uint64_t itsRowSize; ///< Of a block, in bytes.
+    const bool itsIsPlain;          ///< Not compressed.
+    std::uint64_t itsRowsAtOnce;
+    std::vector<std::uint64_t> itsOffsets; ///< Of the blocks in the file.
+    std::vector<std::uint64_t> itsSizes;
+    std::unique_ptr<WTIFFUnpacker> itsUnpacker;
+    WTIFFPredictor itsPredictor;
+    std::unique_ptr<std::byte[]> itsRows; ///< Those that cannot be unpacked to their place in the page.
+
+    void JoinStrips();
+    void ReadBlock( std::uint64_t inBlock, const WImageFile::Progress& inProgress );
+};

@@ -1,0 +1,197 @@
+#include "Images/WTIFFDirectory.h"
+
+#include "Images/WImageFile.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace
+{
+/// Exactly the bytes of that place; WImageError when the file has not got them.
+std::string ReadBytes( const WFile& inFile, std::uint64_t inPosition, std::uint64_t inCount )
+{
+    const auto size = inFile.GetSize();
+    if ( inPosition > size || inCount > size - inPosition )
+        throw WImageError(
+            "it is cut off: " + std::to_string( inCount ) + " bytes are missing at offset " +
+            std::to_string( inPosition ) );
+    std::string bytes( inCount, '\0' );
+    bytes.resize( inFile.ReadAt( inPosition, bytes.data(), inCount ) );
+    if ( bytes.size() != inCount )
+        throw WImageError( "it became shorter while it was read" );
+    return bytes;
+}
+
+std::uint64_t
+GetNumber( std::string_view inBytes, std::uint64_t inStart, std::uint64_t inSize, bool inSwapped )
+{
+    const auto isBigEndian = ( std::endian::native == std::endian::big ) != inSwapped;
+    std::uint64_t number = 0;
+    for ( std::uint64_t i = 0; i < inSize; ++i )
+    {
+        const auto at = inStart + ( isBigEndian ? i : inSize - 1 - i );
+        number = number << 8 | static_cast<unsigned char>( inBytes[at] );
+    }
+    return number;
+}
+
+/// Bytes of one value of a type; 0 for a type that is unknown.
+std::uint64_t GetTypeSize( std::uint16_t inType )
+{
+    static constexpr std::uint8_t kSizes[] = { 0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8 };
+    return inType < std::size( kSizes ) ? kSizes[inType] : 0;
+}
+
+constexpr std::uint16_t kByte = 1, kASCII = 2, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7,
+                        kLong8 = 16, kOffset8 = 18;
+constexpr std::uint64_t kMostEntries = 65536; // Each has a 16-bit number of its own.
+} // namespace
+
+WTIFFHeader WTIFFHeader::Read( const WFile& inFile )
+{
+    const auto start = ReadBytes( inFile, 0, 8 );
+    WTIFFHeader header;
+    header.isSwapped = ( start[0] == 'M' ) == ( std::endian::native == std::endian::little );
+    header.isBig = GetNumber( start, 2, 2, header.isSwapped ) == 43;
+    header.firstDirectory = header.isBig ? GetNumber( ReadBytes( inFile, 8, 8 ), 0, 8, header.isSwapped )
+                                         : GetNumber( start, 4, 4, header.isSwapped );
+    return header;
+}
+
+WTIFFDirectory::WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader, std::uint64_t inOffset )
+    : itsFile( inFile ), itsHeader( inHeader ), itsOffset( inOffset )
+{
+    const std::uint64_t countSize = itsHeader.isBig ? 8 : 2;
+    const std::uint64_t entrySize = itsHeader.isBig ? 20 : 12;
+    const std::uint64_t offsetSize = itsHeader.isBig ? 8 : 4;
+
+    const auto count =
+        ::GetNumber( ReadBytes( itsFile, itsOffset, countSize ), 0, countSize, itsHeader.isSwapped );
+    if ( count > kMostEntries )
+        throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
+
+    const auto bytes = ReadBytes( itsFile, itsOffset + countSize, count * entrySize + offsetSize );
+    for ( std::uint64_t i = 0; i < count; ++i )
+        AddEntry( bytes, i * entrySize );
+    itsSize = countSize + bytes.size();
+    itsNextOffset = ::GetNumber( bytes, count * entrySize, offsetSize, itsHeader.isSwapped );
+}
+
+void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart )
+{
+    const std::uint64_t wordSize = itsHeader.isBig ? 8 : 4;
+    const auto tag = static_cast<std::uint16_t>( ::GetNumber( inBytes, inStart, 2, itsHeader.isSwapped ) );
+
+    Entry entry;
+    entry.type = static_cast<std::uint16_t>( ::GetNumber( inBytes, inStart + 2, 2, itsHeader.isSwapped ) );
+    entry.count = ::GetNumber( inBytes, inStart + 4, wordSize, itsHeader.isSwapped );
+
+    const auto size = GetTypeSize( entry.type );
+    const auto valueStart = inStart + 4 + wordSize;
+    if ( size != 0 && entry.count <= wordSize / size )
+        entry.bytes = inBytes.substr( valueStart, wordSize );
+    else
+        entry.position = ::GetNumber( inBytes, valueStart, wordSize, itsHeader.isSwapped );
+    if ( !itsEntries.emplace( tag, entry ).second )
+        itsRepeatedEntries.emplace( tag, entry );
+}
+
+std::string WTIFFDirectory::ReadValues( const Entry& inEntry, std::uint64_t inCount ) const
+{
+    const auto size = GetTypeSize( inEntry.type );
+    if ( inCount > 0 && !inEntry.bytes.empty() && inCount <= inEntry.bytes.size() / size )
+        return inEntry.bytes.substr( 0, inCount * size );
+    if ( inCount == 0 || size == 0 || inCount > itsFile.GetSize() / size )
+        throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
+    return ReadBytes( itsFile, inEntry.position, inCount * size );
+}
+
+std::uint64_t
+WTIFFDirectory::GetValue( const Entry& inEntry, const std::string& inBytes, std::uint64_t inIndex ) const
+{
+    switch ( inEntry.type )
+    {
+    case kByte:
+    case kShort:
+    case kLong:
+    case kLong8:
+    case kOffset8:
+    {
+        const auto size = GetTypeSize( inEntry.type );
+        return ::GetNumber( inBytes, inIndex * size, size, itsHeader.isSwapped );
+    }
+    default:
+        throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
+    }
+}
+
+std::uint64_t WTIFFDirectory::GetCount( Tag inTag ) const
+{
+    const auto found = itsEntries.find( inTag );
+    return found == itsEntries.end() ? 0 : found->second.count;
+}
+
+std::vector<std::uint64_t> WTIFFDirectory::GetNumbers( Tag inTag, std::uint64_t inMost ) const
+{
+    const auto found = itsEntries.find( inTag );
+    if ( found == itsEntries.end() )
+        return {};
+
+    const auto& entry = found->second;
+    const auto count = std::min( entry.count, inMost );
+    const auto bytes = ReadValues( entry, count );
+    std::vector<std::uint64_t> numbers( count );
+    for ( std::uint64_t i = 0; i < count; ++i )
+        numbers[i] = GetValue( entry, bytes, i );
+    return numbers;
+}
+
+std::uint64_t WTIFFDirectory::GetNumber( Tag inTag, std::uint64_t inDefault ) const
+{
+    const auto found = itsEntries.find( inTag );
+    if ( found == itsEntries.end() )
+        return inDefault;
+    return GetValue( found->second, ReadValues( found->second, 1 ), 0 );
+}
+
+std::uint32_t WTIFFDirectory::GetExtent( Tag inTag, std::uint32_t inDefault ) const
+{
+    return static_cast<std::uint32_t>( std::min<std::uint64_t>( GetNumber( inTag, inDefault ), UINT32_MAX ) );
+}
+
+double WTIFFDirectory::GetFraction( Tag inTag ) const
+{
+    const auto found = itsEntries.find( inTag );
+    if ( found == itsEntries.end() || found->second.type != kRational )
+        return 0;
+    const auto bytes = ReadValues( found->second, 1 );
+    const auto above = static_cast<double>( ::GetNumber( bytes, 0, 4, itsHeader.isSwapped ) );
+    const auto below = static_cast<double>( ::GetNumber( bytes, 4, 4, itsHeader.isSwapped ) );
+    return below > 0 ? above / below : 0;
+}
+
+std::vector<std::string> WTIFFDirectory::GetTexts( Tag inTag, std::uint64_t inMost ) const
+{
+    std::vector<std::string> texts;
+    std::uint64_t bytes = 0;
+    const auto add = [&]( const Entry& inEntry )
+    {
+        if ( inEntry.count == 0 ||
+             ( inEntry.type != kASCII && inEntry.type != kByte && inEntry.type != kUndefined ) )
+            return;
+        if ( inEntry.count > inMost - bytes )
+            throw WImageError(
+                "tag " + std::to_string( inTag ) + " has a text of " + std::to_string( inEntry.count ) +
+                " bytes (at most " + std::to_string( inMost ) + ")" );
+        bytes += inEntry.count;
+        auto text = ReadValues( inEntry, inEntry.count );
+        text.resize( std::min( text.find( '\0' ), text.size() ) );
+        if ( !text.empty() )
+            texts.push_back( std::move( text ) );
+    };
+    if ( const auto found = itsEntries.find( inTag ); found != itsEntries.end() )
+        add( found->second );
+    for ( auto [each, end] = itsRepeatedEntries.equal_range( inTag ); each != end; ++each )
+        add( each->second );
+    return texts;
+}

@@ -1,0 +1,316 @@
+#include "Images/WTIFFFile.h"
+
+#include "Images/WTIFFBlockReader.h"
+
+#include <algorithm>
+
+using Tags = WTIFFDirectory;
+
+namespace
+{
+constexpr std::uint64_t kJPEG = 7; // Compression.
+constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
+constexpr std::uint64_t kUnsigned = 1, kFloat = 3, kUndefined = 4;
+constexpr std::uint64_t kInch = 2, kCentimetre = 3;
+constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
+constexpr std::uint64_t kOldReducedResolution = 2;
+constexpr std::uint64_t kColours = 256; // Of a palette.
+constexpr std::uint64_t kMostDescription = 64 * 1024 * 1024;
+
+/// How many bytes one byte of a file may become at most.
+std::uint64_t GetLargestRatio( std::uint64_t inCompression )
+{
+    switch ( inCompression )
+    {
+    case WTIFFUnpacker::kNone:
+        return 1;
+    case WTIFFUnpacker::kPackBits:
+        return 64;
+    case WTIFFUnpacker::kLZW:
+        return 4096;
+    case WTIFFUnpacker::kDeflate:
+    case WTIFFUnpacker::kOldDeflate:
+        return 1033;
+    default:
+        return 65536;
+    }
+}
+
+std::uint64_t GetCompression( const Tags& inTags )
+{
+    return inTags.GetNumber( Tags::kCompression, WTIFFUnpacker::kNone );
+}
+
+std::uint64_t GetPhotometric( const Tags& inTags )
+{
+    return inTags.GetNumber( Tags::kPhotometric, kBlackIsZero );
+}
+
+/// True for what other pages have beside them: smaller copies and masks.
+bool IsAuxiliary( const Tags& inTags )
+{
+    return ( inTags.GetNumber( Tags::kSubfileType, 0 ) & ( kReducedResolution | kMask ) ) != 0 ||
+        inTags.GetNumber( Tags::kOldSubfileType, 0 ) == kOldReducedResolution;
+}
+
+/// True where the samples lie in the file as they are.
+bool IsPlain( const Tags& inTags )
+{
+    return GetCompression( inTags ) == WTIFFUnpacker::kNone && !inTags.IsLowestBitFirst();
+}
+
+/// The value, where all samples of a pixel have the same one.
+std::uint64_t GetCommonNumber( const Tags& inTags, Tags::Tag inTag, std::uint64_t inDefault )
+{
+    const auto numbers = inTags.GetNumbers( inTag, UINT16_MAX );
+    if ( numbers.empty() )
+        return inDefault;
+    if ( std::ranges::any_of( numbers, [&]( auto inNumber ) { return inNumber != numbers.front(); } ) )
+        throw WImageError( "the samples of its pixels differ in type" );
+    return numbers.front();
+}
+
+const char* GetFormatName( std::uint64_t inFormat )
+{
+    static constexpr const char* kNames[] = { "unsigned",  "unsigned", "signed",       "float",
+                                              "undefined", "complex",  "complex float" };
+    return inFormat < std::size( kNames ) ? kNames[inFormat] : "of unknown format";
+}
+
+WImagePage::SampleType GetSampleType( const Tags& inTags )
+{
+    const auto bits = GetCommonNumber( inTags, Tags::kBitsPerSample, 1 );
+    const auto format = GetCommonNumber( inTags, Tags::kSampleFormat, kUnsigned );
+    const auto isWhole = format == kUnsigned || format == kUndefined;
+    if ( isWhole && bits == 8 )
+        return WImagePage::kUInt8;
+    if ( isWhole && bits == 16 )
+        return WImagePage::kUInt16;
+    if ( format == kFloat && bits == 32 )
+        return WImagePage::kFloat32;
+    throw WImageError(
+        "its samples are " + std::to_string( bits ) + "-bit " + GetFormatName( format ) +
+        " (expected 8- or 16-bit unsigned or 32-bit float)" );
+}
+
+/// Refuses samples that are no brightness and cannot be made one.
+void CheckColours( const Tags& inTags, const WImageForm& inForm )
+{
+    const auto photometric = GetPhotometric( inTags );
+    switch ( photometric )
+    {
+    case kBlackIsZero:
+    case kRGB:
+        return;
+    case kYCbCr:
+        if ( GetCompression( inTags ) != kJPEG )
+            throw WImageError(
+                "its colours are stored as brightness and differences, which only JPEG may do" );
+        if ( inTags.HasSeparatePlanes() )
+            throw WImageError(
+                "its colours are stored as brightness and differences in planes of their own" );
+        return;
+    case kWhiteIsZero:
+        if ( inForm.channels > 1 || inForm.type == WImageForm::kFloat32 )
+            throw WImageError( "white is 0, which only 8- or 16-bit samples alone in their pixel may have" );
+        return;
+    case kPalette:
+        if ( inForm.channels > 1 || inForm.type != WImageForm::kUInt8 )
+            throw WImageError( "its samples are places in a palette (only those of 8 bits can be read)" );
+        return;
+    default:
+        throw WImageError(
+            "its samples are neither grey, RGB nor places in a palette (photometric interpretation " +
+            std::to_string( photometric ) + ")" );
+    }
+}
+
+void ReadResolution( const Tags& inTags, WImagePage& outPage )
+{
+    const auto unit = inTags.GetNumber( Tags::kResolutionUnit, kInch );
+    const auto x = inTags.GetFraction( Tags::kXResolution );
+    const auto y = inTags.GetFraction( Tags::kYResolution );
+    if ( ( unit != kInch && unit != kCentimetre ) || !( x > 0 && y > 0 ) )
+        return;
+    const double micrometres = unit == kCentimetre ? 1e4 : 25400;
+    outPage.pixelWidth = micrometres / x;
+    outPage.pixelHeight = micrometres / y;
+}
+
+/// Refuses a page of several planes that have no directories of their own, for only the first would be read.
+void CheckPlaneCount( const Tags& inTags )
+{
+    const auto planes =
+        std::max( inTags.GetNumber( Tags::kDepth, 1 ), inTags.GetCount( Tags::kStackPlanes ) );
+    if ( planes > 1 )
+        throw WImageError(
+            "it has " + std::to_string( planes ) + " planes, of which only the first could be read" );
+}
+
+/// The form of a page as its samples are stored.
+WImagePage MakePage( const Tags& inTags )
+{
+    const auto samplesPerPixel = inTags.GetNumber( Tags::kSamplesPerPixel, 1 );
+    if ( samplesPerPixel > UINT16_MAX )
+        throw WImageError(
+            "its pixels have " + std::to_string( samplesPerPixel ) + " samples (at most 65535)" );
+    CheckPlaneCount( inTags );
+    WImagePage page;
+    page.width = inTags.GetExtent( Tags::kWidth, 0 );
+    page.height = inTags.GetExtent( Tags::kHeight, 0 );
+    page.channels = static_cast<std::uint32_t>( samplesPerPixel );
+    page.type = GetSampleType( inTags );
+    CheckColours( inTags, page );
+    ReadResolution( inTags, page );
+    return page;
+}
+
+/// Exchanges the places in a palette, which lie at the end of the samples, for colours. Front to back, no place is
+/// overwritten before it is read.
+template<class T>
+void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WImagePage& ioPage )
+{
+    const auto pixels = std::uint64_t{ ioPage.width } * ioPage.height;
+    const auto* const places = ioPage.samples.get() + ioPage.GetByteCount() - pixels;
+    auto* samples = ioPage.GetSamples<T>();
+    for ( std::uint64_t i = 0; i < pixels; ++i )
+    {
+        const auto place = static_cast<std::uint8_t>( places[i] );
+        for ( std::uint64_t channel = 0; channel < ioPage.channels; ++channel )
+            *samples++ = static_cast<T>( inColours[channel * kColours + place] >> inShift );
+    }
+}
+
+/// Refuses tiles that are much larger than their page: each takes memory beside it.
+void CheckTileSize( const Tags& inTags, const WImageForm& inForm )
+{
+    constexpr std::uint64_t kAlwaysAllowed = 64 * 1024 * 1024;
+    if ( !inTags.Has( Tags::kTileOffsets ) )
+        return;
+    const std::uint64_t width = inTags.GetExtent( Tags::kTileWidth, 0 );
+    const std::uint64_t height = inTags.GetExtent( Tags::kTileHeight, 0 );
+    const std::uint64_t channels = inTags.HasSeparatePlanes() ? 1 : inForm.channels;
+    const auto most = std::max( kAlwaysAllowed, 2 * inForm.GetByteCount() );
+    if ( width != 0 && height > most / ( width * channels * inForm.GetSampleSize() ) )
+        throw WImageError(
+            "its tiles of " + std::to_string( width ) + " x " + std::to_string( height ) +
+            " pixels are much larger than the page" );
+}
+} // namespace
+
+WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
+    : itsPath( inPath ), itsFile( inPath, WFile::kRead ), itsHeader( WTIFFHeader::Read( itsFile ) )
+{
+    // The directories of a sound file do not overlap: together they are no longer than the file.
+    std::uint64_t size = 0;
+    for ( auto offset = itsHeader.firstDirectory; offset != 0; )
+    {
+        const WTIFFDirectory directory( itsFile, itsHeader, offset );
+        if ( IsAuxiliary( directory ) )
+            ++itsSkippedCount;
+        else
+            itsPages.push_back( offset );
+        offset = directory.GetNextOffset();
+        size += directory.GetSize();
+        if ( size > itsFile.GetSize() )
+            throw WImageError( "its list of pages runs in a circle" );
+    }
+    if ( itsPages.empty() && itsSkippedCount > 0 )
+        throw WImageError( "it holds only pages of reduced resolution or masks" );
+    if ( itsPages.empty() )
+        throw WImageError( "it holds no pages" );
+}
+
+WImageFile::Layout WTIFFFile::GetLayout() const
+{
+    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.front() );
+    Layout layout;
+    layout.width = tags.GetExtent( Tags::kWidth, 0 );
+    layout.height = tags.GetExtent( Tags::kHeight, 0 );
+    layout.samplesPerPixel = tags.GetNumber( Tags::kSamplesPerPixel, 1 );
+    const auto first = tags.GetNumber( Tags::kStripOffsets, 0 );
+    const auto bytes = static_cast<double>( layout.width ) * static_cast<double>( layout.height ) *
+        static_cast<double>( layout.samplesPerPixel ) *
+        static_cast<double>( tags.GetNumber( Tags::kBitsPerSample, 1 ) ) / 8;
+    const auto size = itsFile.GetSize();
+    if ( IsPlain( tags ) && tags.Has( Tags::kStripOffsets ) && bytes > 0 && first < size )
+        layout.planesInFile = static_cast<std::uint64_t>( static_cast<double>( size - first ) / bytes );
+    return layout;
+}
+
+/// A thumbnail may lie before the first page, with the description of both or with one of its own.
+std::vector<std::string> WTIFFFile::GetDescriptions() const
+{
+    for ( const auto offset : { itsPages.front(), itsHeader.firstDirectory } )
+    {
+        const WTIFFDirectory directory( itsFile, itsHeader, offset );
+        if ( auto texts = directory.GetTexts( Tags::kDescription, kMostDescription ); !texts.empty() )
+            return texts;
+    }
+    return {};
+}
+
+WImagePage WTIFFFile::ReadPageSelf(
+    std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
+{
+    const auto offset = itsPages.at( inPage );
+    const WTIFFDirectory tags( itsFile, itsHeader, offset );
+    const auto photometric = GetPhotometric( tags );
+    if ( photometric == kPalette )
+        return ReadPalette( offset, tags, inProgress, inAllocator );
+
+    auto page = MakePage( tags );
+    page.Allocate( GetMostBytes( tags ), inAllocator );
+    ReadStored( offset, tags, inProgress, page );
+    if ( photometric == kWhiteIsZero )
+        page.Invert();
+    return page;
+}
+
+/// What the whole file could become if it were one page.
+std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
+{
+    const auto ratio = GetLargestRatio( GetCompression( inTags ) );
+    return std::min( itsFile.GetSize(), UINT64_MAX / ratio ) * ratio;
+}
+
+/// The colours have 8 bits, or, where the palette is finer than that, 16.
+WImagePage WTIFFFile::ReadPalette(
+    std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
+    const WImagePage::Allocator& inAllocator )
+{
+    auto page = MakePage( inTags );
+    page.channels = 3;
+    const auto colours = inTags.GetNumbers( Tags::kColourMap, page.channels * kColours );
+    if ( colours.size() < page.channels * kColours )
+        throw WImageError( "its palette is incomplete" );
+    const auto isFine = std::ranges::any_of(
+        colours, []( auto inLevel ) { return inLevel % 256 != 0 && inLevel % 256 != inLevel / 256; } );
+    page.type = isFine ? WImagePage::kUInt16 : WImagePage::kUInt8;
+    const auto pixelSize = std::uint64_t{ page.channels } * page.GetSampleSize();
+    page.Allocate( std::min( GetMostBytes( inTags ), UINT64_MAX / pixelSize ) * pixelSize, inAllocator );
+
+    // In the same memory, for who waits for more must not have any.
+    auto indices = MakePage( inTags );
+    indices.samples = WImagePage::Samples(
+        page.samples.get() + page.GetByteCount() - indices.GetByteCount(), []( std::byte* ) {} );
+    ReadStored( inOffset, inTags, inProgress, indices );
+    if ( isFine )
+        ApplyPalette<std::uint16_t>( colours, 0, page );
+    else
+        ApplyPalette<std::uint8_t>( colours, 8, page );
+    return page;
+}
+
+/// Reads the samples of a page, for which there is room, as they are stored.
+void WTIFFFile::ReadStored(
+    std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
+{
+    CheckTileSize( inTags, outPage );
+    const auto compression = GetCompression( inTags );
+    if ( WTIFFUnpacker::CanUnpack( compression ) && !WTIFFDecoder::IsBetterAt( compression ) )
+        return WTIFFBlockReader( itsFile, itsHeader, inTags, outPage ).Read( inProgress );
+    if ( !itsDecoder )
+        itsDecoder.emplace( itsPath );
+    itsDecoder->Decode( compression, inOffset, GetMostBytes( inTags ), inProgress, outPage );
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "Images/WTIFFDecoder.h"
+#include "Images/WTIFFDirectory.h"
+
+#include <optional>
+
+/// A TIFF file of either byte order, classic or with 64-bit offsets. WTIFFBlockReader reads the
+/// pages that it can, and WTIFFDecoder the others.
+class WTIFFFile : public WImageFile
+{
+public:
+    explicit WTIFFFile( const std::filesystem::path& inPath );
+
+    std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
+    std::uint32_t GetSkippedCount() const override { return itsSkippedCount; }
+    Layout GetLayout() const override;
+    std::vector<std::string> GetDescriptions() const override;
+
+protected:
+    WImagePage ReadPageSelf(
+        std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) override;
+
+private:
+    std::filesystem::path itsPath;
+    WFile itsFile;
+    WTIFFHeader itsHeader;
+    std::vector<std::uint64_t> itsPages; ///< Where their directories lie.
+    std::uint32_t itsSkippedCount = 0;
+    std::optional<WTIFFDecoder> itsDecoder;
+
+    std::uint64_t GetMostBytes( const WTIFFDirectory& inTags ) const;
+    WImagePage ReadPalette(
+        std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
+        const WImagePage::Allocator& inAllocator );
+    void ReadStored(
+        std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
+        WImagePage& outPage );
+};

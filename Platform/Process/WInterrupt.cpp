@@ -1,0 +1,65 @@
+#include "Process/WInterrupt.h"
+
+#include "Ground/Internal/WDeadline.h"
+#include "Ground/XTypes.h"
+
+#include <atomic>
+#include <utility>
+
+namespace
+{
+std::atomic<bool> sIsRequested = false;
+std::atomic<bool> sIsTooLate = false;
+} // namespace
+
+WInterrupt::WInterrupt( Options inOptions ) : itsOptions( std::move( inOptions ) )
+{
+    TakeOver();
+    itsWatcher = std::thread( [this] { Watch(); } );
+}
+
+WInterrupt::~WInterrupt()
+{
+    Close();
+    itsWatcher.join();
+    if ( !sIsTooLate )
+        GiveBack();
+}
+
+bool WInterrupt::IsRequested() noexcept
+{
+    return sIsRequested.load( std::memory_order_relaxed ) && !sIsTooLate;
+}
+
+void WInterrupt::SetTooLate() noexcept
+{
+    sIsTooLate = true;
+}
+
+void WInterrupt::Watch()
+{
+    if ( WaitForEvent( kNoTimeout ) == kClosing )
+        return;
+    sIsRequested = true;
+    if ( IsEndDue() )
+        EndAtOnce();
+}
+
+/// Waits until the process has to be ended; false when it ends by itself.
+bool WInterrupt::IsEndDue() const
+{
+    const WDeadline grace( itsOptions.graceMs );
+    for ( ;; )
+    {
+        const Event event = WaitForEvent( grace.GetMillisecondsLeft() );
+        if ( event != kInterrupted || !sIsTooLate )
+            return event != kClosing;
+    }
+}
+
+void WInterrupt::EndAtOnce()
+{
+    if ( itsOptions.last )
+        itsOptions.last();
+    EndProcess( sIsTooLate ? itsOptions.lateStatus : itsOptions.exitStatus );
+}

@@ -1,0 +1,84 @@
+#include "System/WUUID.h"
+
+#include "System/WSystemError.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <pthread.h>
+#include <sys/random.h>
+
+namespace
+{
+
+/// Counts the forks that led to this process, so that a child does not hand out what its parent has drawn.
+std::atomic<std::uint32_t> sForkCount{ 0 };
+
+void CountForks()
+{
+    static std::once_flag once;
+    std::call_once(
+        once,
+        [] {
+            pthread_atfork( nullptr, nullptr, [] { sForkCount.fetch_add( 1, std::memory_order_relaxed ); } );
+        } );
+}
+
+/// Random bytes of the system, drawn many at a time because each draw is a system call. One per thread.
+class RandomBytes
+{
+public:
+    RandomBytes() { CountForks(); }
+
+    /// Returns 0 or the error number of the system.
+    int Take( void* outBytes, std::size_t inCount )
+    {
+        const std::uint32_t forkCount = sForkCount.load( std::memory_order_relaxed );
+        if ( itsLeft < inCount || itsForkCount != forkCount )
+        {
+            if ( const int error = Fill() )
+                return error;
+            itsForkCount = forkCount;
+        }
+        itsLeft -= inCount;
+        std::memcpy( outBytes, itsBytes + itsLeft, inCount );
+        return 0;
+    }
+
+private:
+    int Fill()
+    {
+        itsLeft = 0;
+        std::size_t filled = 0;
+        while ( filled < sizeof( itsBytes ) )
+        {
+            const ssize_t count = getrandom( itsBytes + filled, sizeof( itsBytes ) - filled, 0 );
+            if ( count >= 0 )
+                filled += static_cast<std::size_t>( count );
+            else if ( errno != EINTR )
+                return errno;
+        }
+        itsLeft = sizeof( itsBytes );
+        return 0;
+    }
+
+    std::uint8_t itsBytes[1024];
+    std::size_t itsLeft = 0;
+    std::uint32_t itsForkCount = 0;
+};
+
+} // namespace
+
+std::uint32_t WUUID::Create( WUUID& outUUID )
+{
+    thread_local RandomBytes sRandomBytes;
+    WUUID uuid;
+    if ( const int error = sRandomBytes.Take( &uuid, sizeof( uuid ) ) )
+        return WSystemError::FromErrno( error );
+    uuid.itsData3 = static_cast<std::uint16_t>( ( uuid.itsData3 & 0x0FFF ) | 0x4000 );
+    uuid.itsData4[0] = static_cast<std::uint8_t>( ( uuid.itsData4[0] & 0x3F ) | 0x80 );
+    outUUID = uuid;
+    return 0;
+}

@@ -1,0 +1,13 @@
+#include "System/WThreadID.h"
+
+namespace
+{
+
+const std::uint32_t sMainThreadID = WThreadID::GetCurrent(); // of the thread that loads the library
+
+}
+
+std::uint32_t WThreadID::GetMain()
+{
+    return sMainThreadID;
+}

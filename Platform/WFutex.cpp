@@ -1,8 +1,0 @@
-#include "WFutex.h"
-
-void WFutex::Pause()
-{
-#if defined( __x86_64__ )
-    __builtin_ia32_pause();
-#endif
-}

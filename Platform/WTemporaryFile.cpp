@@ -1,3 +1,0 @@
-#include "WTemporaryFile.h"
-
-WTemporaryFile::WTemporaryFile( const std::filesystem::path& inFolder ) : WFile( Create( inFolder ) ) {}

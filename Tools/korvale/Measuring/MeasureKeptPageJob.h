@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Measuring/PageJob.h"
+#include "Measuring/StackBackground.h"
+
+/// Measures one page that has been kept, less its stack's background, and gives it up.
+class MeasureKeptPageJob : public PageJob
+{
+public:
+    /// See PageJob; all that is referred to outlives the job.
+    MeasureKeptPageJob(
+        std::uint32_t inPage, const std::string& inImage, WorkingMemory& ioMemory,
+        const StackBackground& inBackground, KeptPage& ioPage, const MeasureSettings& inSettings,
+        ProgressDisplay& ioDisplay, PageResult& outResult );
+
+protected:
+    std::uint64_t GetSteps() const override { return 2; }
+    void Work( XProgress& ioProgress ) override;
+    void CheckSamples() const override { itsKept.CheckIntact(); }
+    void JobCompleteSelf( std::uint32_t inResultCode ) override;
+
+private:
+    WorkingMemory& itsMemory;
+    const StackBackground& itsBackground;
+    KeptPage& itsKept;
+    const MeasureSettings& itsSettings;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Imaging/WorkingMemory.h"
+#include "Measuring/PageJob.h"
+#include "Measuring/PageReaders.h"
+
+/// Reads and measures one page.
+class MeasurePageJob : public PageJob
+{
+public:
+    /// See PageJob; all that is referred to outlives the job.
+    MeasurePageJob(
+        std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, WorkingMemory& ioMemory,
+        const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult );
+
+protected:
+    std::uint64_t GetSteps() const override { return 2; }
+    void Work( XProgress& ioProgress ) override;
+    void JobCompleteSelf( std::uint32_t ) override { GetResult().isDone = true; }
+
+private:
+    PageReaders& itsReaders;
+    WorkingMemory& itsMemory;
+    const MeasureSettings& itsSettings;
+};

@@ -1,0 +1,108 @@
+#include "Measuring/OverlayFiles.h"
+
+#include "Core/Strings/Internal/XTextScan.h"
+#include "Ground/XFail.h"
+#include "Measuring/OverlayJob.h"
+#include "Support/FilePaths.h"
+#include "Support/WrongUsage.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+std::string ToLower( std::string inName )
+{
+    std::ranges::transform( inName, inName.begin(), XTextScan::ToLower );
+    return inName;
+}
+} // namespace
+
+OverlayFiles::OverlayFiles(
+    const std::string& inName, bool inHasSeveralImages, const std::vector<std::string>& inOthers )
+    : itsName( inName ), itsHasSeveralImages( inHasSeveralImages )
+{
+    for ( const auto& other : inOthers )
+        itsFiles.emplace( WFilePath::GetKey( PathFromUTF8( other ) ), other );
+}
+
+std::string
+OverlayFiles::MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount )
+{
+    auto start = itsName.substr( 0, itsName.rfind( '.' ) );
+    if ( itsHasSeveralImages )
+        start += '-' + PathToUTF8( PathFromUTF8( inImage ).stem() );
+    if ( inPageCount > 1 )
+    {
+        char digits[16];
+        std::snprintf( digits, sizeof( digits ), "-%04u", inPage );
+        start += digits;
+    }
+    return TakeName( start );
+}
+
+/// The name that begins so and is not taken.
+std::string OverlayFiles::TakeName( const std::string& inStart )
+{
+    const auto ending = itsName.substr( itsName.rfind( '.' ) );
+    auto& copy = itsCopies[ToLower( inStart )];
+    for ( ++copy;; ++copy )
+    {
+        const auto name = inStart + ( copy > 1 ? '-' + std::to_string( copy ) : "" ) + ending;
+        if ( !itsTaken.insert( ToLower( name ) ).second )
+            continue;
+        const auto [file, isNew] = itsFiles.emplace( WFilePath::GetKey( PathFromUTF8( name ) ), name );
+        if ( !isNew )
+            throw WrongUsage(
+                "the overlay " + name + " would overwrite another file of this command, " + file->second );
+        return name;
+    }
+}
+
+void OverlayFiles::AddImage( const std::string& inImage, std::uint32_t inPageCount )
+{
+    auto& image = itsImages.emplace_back();
+    image.path = inImage;
+    for ( std::uint32_t page = 0; page < inPageCount; ++page )
+    {
+        auto& name = image.pages.emplace_back().file.name;
+        name = MakeName( inImage, page, inPageCount );
+        CheckOutputFiles( { name } );
+    }
+}
+
+std::unique_ptr<PageJob> OverlayFiles::MakeJob(
+    std::size_t inImage, std::uint32_t inPage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
+    WorkingMemory& ioMemory, ProgressDisplay& ioDisplay )
+{
+    auto& image = itsImages[inImage];
+    auto& page = image.pages[inPage];
+    return std::make_unique<OverlayJob>(
+        inPage, image.path, std::move( inOverlay ), inFirstNumber, ioMemory, ioDisplay, page.file,
+        page.result );
+}
+
+std::string OverlayFiles::GetFailure() const
+{
+    std::string text;
+    for ( const auto& image : itsImages )
+        for ( const auto& [file, result] : image.pages )
+        {
+            if ( result.failure && result.failure->IsUserAbort() )
+                XThrow( result.failure->number );
+            if ( result.failure && text.empty() )
+                text = result.failure->text;
+        }
+    return text;
+}
+
+std::vector<CompleteFile> OverlayFiles::TakeFiles()
+{
+    std::vector<CompleteFile> files;
+    for ( auto& image : itsImages )
+        for ( auto& page : image.pages )
+            if ( page.file.file )
+                files.push_back( std::move( page.file ) );
+    itsImages.clear();
+    return files;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Measuring/KeptOverlay.h"
+#include "Measuring/PageJob.h"
+#include "Outputs/OutputFiles.h"
+
+/// Draws the overlay of one page and writes its file.
+class OverlayJob : public PageJob
+{
+public:
+    /// See PageJob. The name in `ioFile` is the file to write; the rest is filled in. All that is referred to outlives the
+    /// job.
+    OverlayJob(
+        std::uint32_t inPage, const std::string& inImage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
+        WorkingMemory& ioMemory, ProgressDisplay& ioDisplay, CompleteFile& ioFile, PageResult& outResult );
+
+protected:
+    std::uint64_t GetSteps() const override { return 2; }
+    void Work( XProgress& ioProgress ) override;
+
+private:
+    KeptOverlay itsOverlay;
+    const std::uint64_t itsFirstNumber;
+    WorkingMemory& itsMemory;
+    CompleteFile& itsFile;
+};

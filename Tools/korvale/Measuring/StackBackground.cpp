@@ -1,0 +1,105 @@
+#include "Measuring/StackBackground.h"
+
+#include "Support/Pieces.h"
+
+#include <string>
+
+namespace
+{
+/// Stages of an addition: with so many, several pages are added at the same time by as many threads.
+constexpr std::uint32_t kStages = 16;
+
+std::string Describe( const WImageForm& inForm )
+{
+    const auto* const type = inForm.type == WImageForm::kUInt8 ? "8-bit"
+        : inForm.type == WImageForm::kUInt16                   ? "16-bit"
+                                                               : "float";
+    return std::to_string( inForm.width ) + " x " + std::to_string( inForm.height ) + " pixels of " +
+        std::to_string( inForm.channels ) + " " + type + ( inForm.channels == 1 ? " sample" : " samples" );
+}
+
+template<class T>
+void Subtract(
+    const WImagePage& inBackground, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& ioPage )
+{
+    const auto* const background = inBackground.GetSamples<T>();
+    auto* const samples = ioPage.GetSamples<T>();
+    for ( auto i = inFirst; i < inEnd; ++i )
+    {
+        // What is no number stays none.
+        const auto difference = samples[i] - background[i];
+        samples[i] = static_cast<T>( difference < 0 ? 0 : difference );
+    }
+}
+
+void Subtract(
+    const WImagePage& inBackground, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& ioPage )
+{
+    switch ( inBackground.type )
+    {
+    case WImageForm::kUInt8:
+        return Subtract<std::uint8_t>( inBackground, inFirst, inEnd, ioPage );
+    case WImageForm::kUInt16:
+        return Subtract<std::uint16_t>( inBackground, inFirst, inEnd, ioPage );
+    default:
+        return Subtract<float>( inBackground, inFirst, inEnd, ioPage );
+    }
+}
+} // namespace
+
+StackBackground::StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, WorkingMemory& ioMemory )
+    : itsKind( inKind ), itsPageCount( inPageCount ), itsMemory( ioMemory ), itsOrder( inPageCount )
+{
+}
+
+/// The page is not locked while it waits for its turn: others may need the memory to get to the end of theirs.
+void StackBackground::Add( std::uint32_t inPage, KeptPage& ioPage )
+{
+    itsOrder.WaitForStage( inPage, 0 );
+    Admit( inPage, ioPage.GetForm() );
+    const auto page = ioPage.Lock( itsMemory, kLockForRead );
+    ++itsAdded;
+
+    const auto count = page.GetSampleCount();
+    XProgress progress( kStages );
+    for ( std::uint32_t stage = 0; stage < kStages; ++stage )
+    {
+        itsOrder.WaitForStage( inPage, stage );
+        itsSums->Add( page, count * stage / kStages, count * ( stage + 1 ) / kStages );
+        itsOrder.Pass( inPage, stage );
+        progress.Increment();
+        progress.YieldAndCheckAbort();
+    }
+    ioPage.CheckIntact();
+}
+
+/// Makes the sums with the first page that comes.
+void StackBackground::Admit( std::uint32_t inPage, const WImageForm& inForm )
+{
+    if ( !itsSums )
+    {
+        itsSums = BackgroundSums::Make( itsKind, inForm, itsPageCount, itsMemory );
+        itsForm = inForm;
+        itsFirst = inPage;
+    }
+    if ( !inForm.HasLayoutOf( itsForm ) )
+        throw WImageError(
+            "it has no background in common with page " + std::to_string( itsFirst ) + ": " +
+            Describe( inForm ) + ", not " + Describe( itsForm ) );
+}
+
+void StackBackground::Compute()
+{
+    itsBackground = WImagePage{ itsForm, itsMemory.AllocateLasting( itsForm.GetByteCount() ) };
+    const auto compute = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    { itsSums->GetBackground( itsAdded, inFirst, inEnd, itsBackground ); };
+    ForEachPiece( itsForm.GetSampleCount(), kPixelsAtOnce, compute );
+    itsSums.reset();
+}
+
+void StackBackground::SubtractFrom( WImagePage& ioPage ) const
+{
+    const auto subtract = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    { Subtract( itsBackground, inFirst, inEnd, ioPage ); };
+    ForEachPiece( itsForm.GetSampleCount(), kPixelsAtOnce, subtract );
+}

@@ -1,7 +1,0 @@
-#pragma once
-
-#include "Pivot/XPivotTable.h"
-#include "WFile.h"
-
-/// Writes the table as an .npz file, which numpy.load opens: its MakeNumpyArrays, each as a file of a ZIP archive.
-void WriteNumpyArchive( const XPivotTable& inTable, WFile& ioFile );

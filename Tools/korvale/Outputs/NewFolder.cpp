@@ -1,0 +1,62 @@
+#include "Outputs/NewFolder.h"
+
+#include "Files/WFilePath.h"
+#include "Files/WUnfinishedFiles.h"
+
+NewFolder::NewFolder( const std::filesystem::path& inPath )
+{
+    std::vector<std::filesystem::path> missing;
+    const auto path = WFilePath::Normalise( inPath );
+    for ( auto folder = path; folder.has_relative_path() && !WFilePath::IsFolder( folder );
+          folder = folder.parent_path() )
+        missing.push_back( folder );
+
+    const auto hold = WUnfinishedFiles::Hold();
+    try
+    {
+        for ( auto folder = missing.rbegin(); folder != missing.rend(); ++folder )
+            Make( *folder );
+    }
+    catch ( ... )
+    {
+        RemoveMade();
+        throw;
+    }
+}
+
+NewFolder::~NewFolder()
+{
+    RemoveMade();
+}
+
+void NewFolder::Make( const std::filesystem::path& inFolder )
+{
+    // What takes memory comes first.
+    auto folder = inFolder;
+    itsMade.reserve( itsMade.size() + 1 );
+    WUnfinishedFiles::Add( inFolder );
+    std::error_code error;
+    if ( std::filesystem::create_directory( inFolder, error ) )
+        return itsMade.push_back( std::move( folder ) );
+    WUnfinishedFiles::Forget( inFolder );
+    if ( error )
+        throw std::filesystem::filesystem_error( "the folder cannot be made", inFolder, error );
+}
+
+void NewFolder::RemoveMade()
+{
+    const auto hold = WUnfinishedFiles::Hold();
+    for ( auto folder = itsMade.rbegin(); folder != itsMade.rend(); ++folder )
+    {
+        WFilePath::Remove( *folder );
+        WUnfinishedFiles::Forget( *folder );
+    }
+}
+
+void NewFolder::Keep()
+{
+    const auto hold = WUnfinishedFiles::Hold();
+    for ( const auto& folder : itsMade )
+        WUnfinishedFiles::Forget( folder );
+    itsMade.clear();
+}

@@ -1,0 +1,109 @@
+#include "Files/WUnfinishedFiles.h"
+#include "Process/WConsole.h"
+#include "Process/WInterrupt.h"
+#include "Program/Command.h"
+#include "Program/Program.h"
+#include "Startup/WInitApp.h"
+#include "Startup/WInitCore.h"
+#include "Support/Failure.h"
+
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <new>
+
+namespace
+{
+/// Work obeys an interrupt within a few milliseconds, but not where the system keeps it waiting.
+constexpr std::uint32_t kGraceMs = 60;
+
+void LeaveNothing()
+{
+    if ( WConsole::IsErrorTerminal() )
+        WConsole::WriteErrorUnlessBlocked( ProgressDisplay::GetEraser() );
+    WConsole::WriteErrorUnlessBlocked( "korvale: interrupted\n" );
+    WUnfinishedFiles::RemoveForEnd();
+    WConsole::RestoreOutput();
+}
+
+struct PreparedOutput
+{
+    PreparedOutput() { WConsole::PrepareOutput(); }
+    ~PreparedOutput() { WConsole::RestoreOutput(); }
+};
+
+/// What happens before the session can report it, or for want of the memory to do so. Takes next to no memory itself.
+int ReportLastFailure() noexcept
+{
+    WConsole::WriteErrorUnlessBlocked( "korvale: cannot go on: " );
+    try
+    {
+        WConsole::WriteErrorUnlessBlocked( DescribeCurrentException().text );
+    }
+    catch ( ... )
+    {
+        WConsole::WriteErrorUnlessBlocked( "there is not enough memory" );
+    }
+    WConsole::WriteErrorUnlessBlocked( "\n" );
+    return kFailure;
+}
+
+/// Where memory ends in the midst of what must not throw, that is a failure like others and not a crash.
+class LackOfMemoryHandler
+{
+public:
+    LackOfMemoryHandler() { sOthers = std::set_terminate( OnTerminate ); }
+
+private:
+    [[noreturn]] static void OnTerminate()
+    {
+        try
+        {
+            if ( std::current_exception() )
+                throw;
+        }
+        catch ( const std::bad_alloc& )
+        {
+            WUnfinishedFiles::RemoveForEnd();
+            WConsole::RestoreOutput();
+            std::_Exit( ReportLastFailure() );
+        }
+        catch ( ... )
+        {
+        }
+        sOthers();
+        std::abort();
+    }
+
+    static std::terminate_handler sOthers;
+};
+
+std::terminate_handler LackOfMemoryHandler::sOthers = nullptr;
+
+/// Before all other static objects, some of which take memory.
+[[gnu::init_priority( 101 )]] const LackOfMemoryHandler sOutsideApplication;
+
+int Run( int inArgCount, char** inArgs )
+{
+    const WInterrupt interrupt( { kInterrupted, kFailure, kGraceMs, LeaveNothing } );
+    const WInitCore core;
+    const WInitApp application;
+    const LackOfMemoryHandler inApplication;
+    const PreparedOutput output;
+    const auto style = WConsole::IsErrorTerminal() ? ProgressDisplay::kBars : ProgressDisplay::kLines;
+    Terminal terminal{ std::cout, std::cerr, style, WConsole::IsOutputTerminal(), true };
+    return RunProgram( WConsole::GetArguments( inArgCount, inArgs ), terminal );
+}
+} // namespace
+
+int main( int inArgCount, char** inArgs )
+{
+    try
+    {
+        return Run( inArgCount, inArgs );
+    }
+    catch ( ... )
+    {
+        return ReportLastFailure();
+    }
+}

@@ -1,0 +1,18 @@
+#include "Program/OptionChecks.h"
+
+#include <charconv>
+#include <cstdint>
+#include <system_error>
+
+std::string CheckFileName( const std::string& inText )
+{
+    return inText.empty() ? "the file has no name" : "";
+}
+
+std::string CheckWholeNumber( const std::string& inText )
+{
+    std::uint64_t number = 0;
+    const auto* const end = inText.data() + inText.size();
+    const auto [rest, error] = std::from_chars( inText.data(), end, number );
+    return error == std::errc() && rest == end ? "" : inText + " is no whole number from 0 to 2^64 - 1";
+}

@@ -1,0 +1,145 @@
+#include "Program/Program.h"
+
+#include "Core/Times/XTimer.h"
+#include "Process/WConsole.h"
+#include "Program/Command.h"
+#include "Program/CommandLine.h"
+#include "Program/CommandThread.h"
+#include "Program/Export.h"
+#include "Program/Filter.h"
+#include "Program/Measure.h"
+#include "Program/OptionChecks.h"
+#include "Program/Pivot.h"
+#include "Program/Plot.h"
+#include "Program/Sample.h"
+#include "Program/Show.h"
+#include "Program/Sort.h"
+#include "Support/Failure.h"
+#include "Support/NumberText.h"
+#include "Support/WrongUsage.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace
+{
+struct Options
+{
+    std::string log;
+    bool isVerbose = false;
+};
+
+using Commands = std::vector<std::unique_ptr<Command>>;
+
+Commands DeclareCommands( CommandLine& ioLine )
+{
+    Commands commands;
+    commands.push_back( std::make_unique<Sample>() );
+    commands.push_back( std::make_unique<Measure>() );
+    commands.push_back( std::make_unique<Show>() );
+    commands.push_back( std::make_unique<Pivot>() );
+    commands.push_back( std::make_unique<Sort>() );
+    commands.push_back( std::make_unique<Filter>() );
+    commands.push_back( std::make_unique<Export>() );
+    commands.push_back( std::make_unique<Plot>() );
+    for ( const auto& command : commands )
+        command->Declare( ioLine.AddCommand( command->GetName(), command->GetSummary() ) );
+    return commands;
+}
+
+void DeclareOptions( CommandLine& ioLine, Options& outOptions )
+{
+    const auto options = ioLine.GetOptions();
+    options.Add( "--log", outOptions.log, "Session log to append to [session.log in the state folder]" )
+        .Takes( "FILE" )
+        .Check( CheckFileName );
+    options.AddFlag( "--verbose", outOptions.isVerbose, "Show on standard error what goes into the log" );
+    options.Explain( "These options may stand behind the command too; korvale COMMAND --help explains it.\n"
+                     "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage, 130 when the\n"
+                     "user interrupted it: then it leaves no new file behind." );
+}
+
+/// The exit status of what printed its results: a failure when some of them are lost.
+int FinishOutput( int inStatus, Session& ioSession )
+{
+    if ( ioSession.out.flush() || inStatus == kInterrupted )
+        return inStatus;
+    ioSession.ReportFailure( "standard output", { "not everything could be written" } );
+    return kFailure;
+}
+
+/// The arguments as one would type them.
+std::string Quote( const std::vector<std::string>& inArguments )
+{
+    std::string text;
+    for ( const auto& argument : inArguments )
+    {
+        const auto isPlain = !argument.empty() && argument.find_first_of( " \t\n\"'" ) == std::string::npos;
+        text += isPlain ? " " + argument : " \"" + argument + "\"";
+    }
+    return text;
+}
+
+/// The results are in their places by then: a log that lacks its end is no failure of the command.
+void EndLog( int inStatus, double inSeconds, Session& ioSession )
+{
+    try
+    {
+        ioSession.Note(
+            "ended with status " + std::to_string( inStatus ) + " after " + FormatSeconds( inSeconds ) );
+        ioSession.EndLog();
+    }
+    catch ( ... )
+    {
+        WConsole::WriteErrorUnlessBlocked( "korvale: warning: cannot complete the log\n" );
+    }
+}
+
+int RunCommand(
+    Command& ioCommand, const std::vector<std::string>& inArguments, const Options& inOptions,
+    Session& ioSession )
+{
+    const XTimer timer;
+    ioSession.StartLog( inOptions.isVerbose );
+    ioSession.Note( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
+    CommandThread thread( ioCommand, ioSession );
+    const auto status = FinishOutput( thread.RunWithMainLoop(), ioSession );
+    EndLog( status, timer.GetElapsedSeconds(), ioSession );
+    return status;
+}
+} // namespace
+
+int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTerminal )
+{
+    Session session( ioTerminal );
+    Options options;
+    CommandLine line( "korvale", KORVALE_VERSION, "Finds and measures the objects in microscope images." );
+    DeclareOptions( line, options );
+    const auto commands = DeclareCommands( line );
+    try
+    {
+        if ( !line.Parse( inArguments, ioTerminal.out ) )
+            return FinishOutput( kSuccess, session );
+        auto& command = **std::ranges::find_if(
+            commands, [&]( const auto& inEach ) { return inEach->GetName() == line.GetCommandName(); } );
+        command.Check();
+        session.ChooseLog( options.log );
+        CheckCommandFiles( command.GetFiles(), session.GetLogName() );
+        return RunCommand( command, inArguments, options, session );
+    }
+    catch ( const CommandLineError& error )
+    {
+        session.ReportFact( error.what() );
+        return kWrongUsage;
+    }
+    catch ( const WrongUsage& wrongUsage )
+    {
+        session.ReportFailure( line.GetCommandName(), { wrongUsage.what() } );
+        return kWrongUsage;
+    }
+    catch ( ... )
+    {
+        session.ReportFailure( "cannot go on", DescribeCurrentException() );
+        return kFailure;
+    }
+}

@@ -1,0 +1,69 @@
+#include "Support/Failure.h"
+
+#include "Core/Errors/XException.h"
+#include "Ground/XErrorNumbers.h"
+#include "System/WSystemError.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <system_error>
+
+namespace
+{
+Failure DescribeException( const XException& inException )
+{
+    return { inException.GetRawErrorMessage().ToUTF8(), inException.GetErrorNumber() };
+}
+
+/// Without the path that a filesystem_error has, which the user gave in another form.
+Failure DescribeSystemError( const std::error_code& inError )
+{
+    // Threads that cannot be started; elsewhere it is an empty socket.
+    const bool lacksResources = inError == std::errc::resource_unavailable_try_again;
+    WSystemError::SetLast(
+        lacksResources ? WSystemError::kNoSystemResources : WSystemError::FromErrorCode( inError ) );
+    try
+    {
+        XThrowLastSystemError();
+    }
+    catch ( const XException& exception )
+    {
+        return DescribeException( exception );
+    }
+}
+} // namespace
+
+bool Failure::IsUserAbort() const
+{
+    return number == kErrorCancelled;
+}
+
+Failure DescribeCurrentException()
+{
+    Failure failure;
+    try
+    {
+        throw;
+    }
+    catch ( const XException& exception )
+    {
+        failure = DescribeException( exception );
+    }
+    catch ( const std::system_error& error )
+    {
+        failure = DescribeSystemError( error.code() );
+    }
+    catch ( const std::bad_alloc& )
+    {
+        failure = {
+            "there is not enough memory (" + std::to_string( kErrorOutOfMemory ) + ")", kErrorOutOfMemory };
+    }
+    catch ( const std::exception& exception )
+    {
+        failure.text = exception.what();
+    }
+    std::ranges::replace_if(
+        failure.text, []( char inCharacter ) { return inCharacter == '\r' || inCharacter == '\n'; }, ' ' );
+    return failure;
+}

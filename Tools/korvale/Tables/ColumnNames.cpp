@@ -1,0 +1,182 @@
+#include "Tables/ColumnNames.h"
+
+#include "Support/AnsiText.h"
+#include "Support/QuotedText.h"
+#include "Support/WrongUsage.h"
+
+#include <algorithm>
+#include <charconv>
+
+const char* const kColumnNamesHelp =
+    "COLUMN is what heads the column in korvale show; upper and lower case are alike, and units, channel and\n"
+    "parentheses may be left out where one column only is meant: 'Area (µm²)', 'area um2' or Area. A name with commas\n"
+    "stands in double quotes within those of the shell: '\"A, B\"'. #3 is the third column.\n";
+
+namespace
+{
+using Indices = XPivotTable::XColumnIndices;
+
+std::string InQuotes( const std::string& inText )
+{
+    return '"' + inText + '"';
+}
+
+/// The text on one line, as people write it who have no special characters at hand.
+XString Simplify( const XString& inName )
+{
+    std::string text;
+    for ( const auto character : inName.GetStringView() )
+        switch ( static_cast<unsigned char>( character ) )
+        {
+        case 0xB5:
+            text += 'u';
+            break; // micro
+        case 0xB2:
+            text += '2';
+            break; // squared
+        case 0xB3:
+            text += '3';
+            break; // cubed
+        case '(':
+        case ')':
+            text += ' ';
+            break;
+        default:
+            text += character;
+        }
+    XString simple( text );
+    return simple.Strip().StripRepeatedChars( ' ' );
+}
+
+/// Of all combinations of the name with units and channel, or without.
+bool HasShortForm( const XPivotColumn& inColumn, const XString& inSimpleName )
+{
+    const auto& descriptor = inColumn.GetDescriptor();
+    for ( const auto& channel : { XString(), descriptor.GetChannelName() } )
+        for ( const auto& units : { XString(), descriptor.GetUnits() } )
+        {
+            const XPivotColumnDescriptor form(
+                descriptor.GetID(), descriptor.GetColumnName(), channel, units );
+            if ( Simplify( form.GetDisplayName() ).CaselessEqual( inSimpleName ) )
+                return true;
+        }
+    return false;
+}
+
+template<class Predicate>
+Indices CollectColumns( const XPivotTable& inTable, Predicate inIsMeant )
+{
+    Indices found;
+    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+        if ( inIsMeant( inTable.GetColumn( i ) ) )
+            found.push_back( i );
+    return found;
+}
+
+/// The columns that a name may mean; those that it fits best.
+Indices FindCandidates( const XPivotTable& inTable, const std::string& inName )
+{
+    const auto name = FromUTF8( inName ), simpleName = Simplify( name );
+    auto found = CollectColumns(
+        inTable, [&]( const auto& inColumn ) { return GetColumnName( inColumn ) == inName; } );
+    if ( found.empty() )
+        found = CollectColumns(
+            inTable,
+            [&]( const auto& inColumn )
+            { return FromUTF8( GetColumnName( inColumn ) ).CaselessEqual( name ); } );
+    if ( found.empty() )
+        found = CollectColumns(
+            inTable, [&]( const auto& inColumn ) { return HasShortForm( inColumn, simpleName ); } );
+    return found;
+}
+
+/// The column that `#N` names; none for any other text.
+Indices FindNumbered( const XPivotTable& inTable, const std::string& inName )
+{
+    std::uint32_t number = 0;
+    const auto* const end = inName.data() + inName.size();
+    if ( !inName.starts_with( '#' ) )
+        return {};
+    const auto [rest, error] = std::from_chars( inName.data() + 1, end, number );
+    if ( error != std::errc() || rest != end || number == 0 || number > inTable.GetNumColumns() )
+        return {};
+    return { number - 1 };
+}
+
+[[noreturn]] void
+RefuseAmbiguous( const XPivotTable& inTable, const std::string& inName, const Indices& inFound )
+{
+    auto text = InQuotes( inName ) + " may be";
+    for ( const auto index : inFound )
+        text += ( index == inFound.front() ? " " : " or " ) +
+            InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) + ", #" + std::to_string( index + 1 );
+    throw WrongUsage( text );
+}
+
+/// True for the area in a table of objects: it is the one measurement that images may lack.
+bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
+{
+    const auto objects = CollectColumns(
+        inTable,
+        []( const auto& inColumn ) { return inColumn.GetDescriptor().GetID() == kPivotPixelCount; } );
+    return !objects.empty() &&
+        ( inSimpleName.CaselessEqual( "Area" ) || inSimpleName.CaselessEqual( "Area um2" ) );
+}
+
+/// The nearest of the names, with units and channel or without.
+[[noreturn]] void RefuseUnknown( const XPivotTable& inTable, const std::string& inName )
+{
+    XVector<XString> forms;
+    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+    {
+        const auto& descriptor = inTable.GetColumn( i ).GetDescriptor();
+        const XPivotColumnDescriptor plain( descriptor.GetID(), descriptor.GetColumnName(), "", "" );
+        forms.push_back( Simplify( descriptor.GetDisplayName() ) );
+        forms.push_back( Simplify( plain.GetDisplayName() ) );
+    }
+    const auto simpleName = Simplify( FromUTF8( inName ) );
+    if ( IsMissingArea( inTable, simpleName ) )
+        throw WrongUsage(
+            "there is no column " + InQuotes( inName ) +
+            ": no image told the size of its pixels (korvale measure takes it with --pixel-size)" );
+    const auto nearest = simpleName.FindClosestLevenshteinMatch( forms, true );
+    if ( nearest == XString::kNotFound )
+        throw WrongUsage( "there is no column " + InQuotes( inName ) + ": the table has no columns" );
+    const auto& column = inTable.GetColumn( static_cast<std::uint32_t>( nearest / 2 ) );
+    throw WrongUsage(
+        "there is no column " + InQuotes( inName ) + "; the nearest is " +
+        InQuotes( GetColumnName( column ) ) );
+}
+} // namespace
+
+std::string GetColumnName( const XPivotColumn& inColumn )
+{
+    return ToUTF8Line( inColumn.GetDisplayName() );
+}
+
+std::uint32_t FindColumnByName( const XPivotTable& inTable, const std::string& inName )
+{
+    auto found = FindCandidates( inTable, inName );
+    if ( found.empty() )
+        found = FindNumbered( inTable, inName );
+    if ( found.empty() )
+        RefuseUnknown( inTable, inName );
+    if ( found.size() > 1 )
+        RefuseAmbiguous( inTable, inName, found );
+    return found.front();
+}
+
+std::vector<std::string> SplitColumnNames( const std::string& inList )
+{
+    auto names = SplitList( inList );
+    std::ranges::transform( names, names.begin(), Unquote );
+    return names;
+}
+
+XPivotTable::XColumnIndices FindColumnsByName( const XPivotTable& inTable, const std::string& inList )
+{
+    Indices columns;
+    for ( const auto& name : SplitColumnNames( inList ) )
+        columns.push_back( FindColumnByName( inTable, name ) );
+    return columns;
+}

@@ -1,0 +1,163 @@
+#include "Tables/WhereClause.h"
+
+#include "Core/Errors/XException.h"
+#include "Core/Identifiers/XUUID.h"
+#include "Core/Times/XTime.h"
+#include "Support/AnsiText.h"
+#include "Support/NumberText.h"
+#include "Support/QuotedText.h"
+#include "Support/WrongUsage.h"
+#include "Tables/ColumnKind.h"
+#include "Tables/ColumnNames.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+
+const char* const WhereClause::kHelp =
+    "A condition is COLUMN OP VALUE, as in 'Area (µm²) >= 12.5' or 'Name contains control'. OP is one of\n"
+    "  =  !=  <  <=  >  >=    on numbers, texts in natural order (img2 < img10), times (2026-03-05 16:07) and\n"
+    "                         identifiers\n"
+    "  contains               on texts and identifiers; upper and lower case differ\n"
+    "Rows whose value is missing pass no condition. Names and values that hold an operator stand in double quotes.\n";
+
+namespace
+{
+struct Operator
+{
+    const char* text;
+    XPivotFilterRelationship relationship;
+};
+
+/// Longer ones before those that they begin with.
+constexpr std::array kOperators{
+    Operator{ "!=", kFilterNotEqual },       Operator{ "<=", kFilterLessOrEqual },
+    Operator{ ">=", kFilterGreaterOrEqual }, Operator{ "==", kFilterEqual },
+    Operator{ "=", kFilterEqual },           Operator{ "<", kFilterLess },
+    Operator{ ">", kFilterGreater },         Operator{ " contains ", kFilterContains } };
+
+/// Which operator begins there; null when none does.
+const Operator* FindOperator( std::string_view inText )
+{
+    for ( const auto& each : kOperators )
+        if ( inText.starts_with( each.text ) )
+            return &each;
+    return nullptr;
+}
+
+/// A column of whole numbers takes references as it takes values: cut off and held within its range. Those that it would
+/// change are rounded here to the side on which the condition stays the same.
+template<class T>
+XPivotTableFilter
+MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference )
+{
+    constexpr double least = std::numeric_limits<T>::min(), most = std::numeric_limits<T>::max();
+    const auto isInRange = inReference >= least && inReference <= most;
+    if ( std::isnan( inReference ) || ( isInRange && std::trunc( inReference ) == inReference ) )
+        return XPivotTableFilter( inColumn, inRelationship, inReference );
+
+    const auto none = XPivotTableFilter::AnyOf( {} );
+    const XPivotTableFilter all( inColumn, kFilterGreaterOrEqual, least );
+    switch ( inRelationship )
+    {
+    case kFilterNotEqual:
+        return all;
+    case kFilterLess:
+    case kFilterLessOrEqual:
+        if ( !isInRange )
+            return inReference < least ? none : all;
+        return XPivotTableFilter( inColumn, kFilterLessOrEqual, std::floor( inReference ) );
+    case kFilterGreater:
+    case kFilterGreaterOrEqual:
+        if ( !isInRange )
+            return inReference < least ? all : none;
+        return XPivotTableFilter( inColumn, kFilterGreaterOrEqual, std::ceil( inReference ) );
+    default:
+        return none;
+    }
+}
+
+/// True when `inRead` takes the value.
+template<class Read>
+bool IsValue( const XString& inValue, Read inRead )
+{
+    try
+    {
+        inRead( inValue );
+        return true;
+    }
+    catch ( const XException& )
+    {
+        return false;
+    }
+}
+
+[[noreturn]] void RefuseFor( const XPivotColumn& inColumn, const std::string& inWhy )
+{
+    throw WrongUsage( "the column \"" + GetColumnName( inColumn ) + "\" holds " + inWhy );
+}
+} // namespace
+
+WhereClause::WhereClause( const std::string& inText )
+{
+    const auto text = TrimSpaces( inText );
+    auto place = FindQuotedEnd( text );
+    const Operator* found = nullptr;
+    while ( place < text.size() && !( found = FindOperator( text.substr( place ) ) ) )
+        ++place;
+    if ( !found )
+        throw WrongUsage( "the condition " + inText + " is not of the form COLUMN OP VALUE" );
+
+    itsRelationship = found->relationship;
+    itsColumn = Unquote( text.substr( 0, place ) );
+    const auto value = TrimSpaces( text.substr( place + std::string_view( found->text ).size() ) );
+    if ( itsColumn.empty() || value.empty() )
+        throw WrongUsage( "something is missing in the condition " + inText );
+    itsValue = Unquote( value );
+}
+
+XPivotTableFilter WhereClause::MakeFilter( const XPivotTable& inTable ) const
+{
+    const auto index = FindColumnByName( inTable, itsColumn );
+    const auto& column = inTable.GetColumn( index );
+    if ( HoldsNumbers( column ) )
+        return MakeNumberFilter( column, index );
+    CheckOther( column );
+    return XPivotTableFilter( index, itsRelationship, FromUTF8( itsValue ) );
+}
+
+XPivotTableFilter WhereClause::MakeNumberFilter( const XPivotColumn& inColumn, std::uint32_t inIndex ) const
+{
+    if ( itsRelationship == kFilterContains )
+        RefuseFor( inColumn, "numbers, and contains is for texts" );
+    const auto number = ParseNumber<double>( itsValue );
+    if ( !number )
+        RefuseFor( inColumn, "numbers, and \"" + itsValue + "\" is none" );
+    switch ( GetColumnKind( inColumn ) )
+    {
+    case ColumnKind::kSInt32:
+        return MakeWholeNumberFilter<std::int32_t>( inIndex, itsRelationship, *number );
+    case ColumnKind::kUInt32:
+        return MakeWholeNumberFilter<std::uint32_t>( inIndex, itsRelationship, *number );
+    default:
+        return XPivotTableFilter( inIndex, itsRelationship, *number );
+    }
+}
+
+/// That operator and value fit a column that does not hold numbers.
+void WhereClause::CheckOther( const XPivotColumn& inColumn ) const
+{
+    const auto kind = GetColumnKind( inColumn );
+    const auto value = FromUTF8( itsValue );
+    const auto isContains = itsRelationship == kFilterContains;
+    if ( kind == ColumnKind::kNothing )
+        RefuseFor( inColumn, "no values" );
+    if ( kind == ColumnKind::kTime && isContains )
+        RefuseFor( inColumn, "times, and contains is for texts" );
+    if ( kind == ColumnKind::kTime &&
+         !IsValue( value, []( const auto& inText ) { XTime( inText, XString() ); } ) )
+        RefuseFor( inColumn, "times, and \"" + itsValue + "\" is none" );
+    if ( kind == ColumnKind::kIdentifier && !isContains &&
+         !IsValue( value, []( const auto& inText ) { XUUID{ inText }; } ) )
+        RefuseFor( inColumn, "identifiers, and \"" + itsValue + "\" is none" );
+}

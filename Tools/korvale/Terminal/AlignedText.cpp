@@ -1,0 +1,59 @@
+#include "Terminal/AlignedText.h"
+
+#include "Support/AnsiText.h"
+#include "Support/Pieces.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr const char* kGap = "  ";
+
+std::size_t GetWidth( const AlignedColumn& inColumn, std::uint32_t inRowCount )
+{
+    std::size_t width = 0;
+    const auto visit = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    {
+        for ( auto row = inFirst; row < inEnd; ++row )
+            width =
+                std::max( width, CountCharacters( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
+    };
+    ForEachPiece( inRowCount, kTableRowsAtOnce, visit );
+    return width;
+}
+} // namespace
+
+AlignedText::AlignedText( std::vector<AlignedColumn> inColumns, std::uint32_t inRowCount )
+    : itsColumns( std::move( inColumns ) ), itsRowCount( inRowCount )
+{
+    XProgress progress( itsColumns.size() );
+    for ( const auto& column : itsColumns )
+    {
+        itsWidths.push_back( GetWidth( column, itsRowCount ) );
+        progress.Increment();
+    }
+}
+
+void AlignedText::Print( std::ostream& ioOut ) const
+{
+    const auto print = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    {
+        for ( auto row = inFirst; row < inEnd && ioOut; ++row )
+            ioOut << MakeLine( static_cast<std::uint32_t>( row ) ) << '\n';
+    };
+    ForEachPiece( itsRowCount, kTableRowsAtOnce, print );
+}
+
+std::string AlignedText::MakeLine( std::uint32_t inRow ) const
+{
+    std::string line;
+    for ( std::size_t i = 0; i < itsColumns.size(); ++i )
+    {
+        const auto cell = itsColumns[i].getCell( inRow );
+        const std::string padding( itsWidths[i] - CountCharacters( cell ), ' ' );
+        line += i > 0 ? kGap : "";
+        line += itsColumns[i].isRightAligned ? padding + cell : cell + padding;
+    }
+    line.erase( line.find_last_not_of( ' ' ) + 1 );
+    return line;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Core/Errors/WSystemException.h"
+
+/// A failed call of the native system interface, by its NTSTATUS.
+class KORVALE_API WNTStatusException : public WSystemException
+{
+public:
+    explicit WNTStatusException( std::uint32_t inStatus );
+    ~WNTStatusException() override;
+
+    std::uint32_t GetNTSTATUS() const { return GetSystemCode(); }
+
+    /// The Win32 error code whose text describes this status; the status itself where none is known.
+    std::uint32_t MapNTStatusToWin32ErrorCode() const;
+
+    /// The library's number for a status; a status without one passes through unchanged.
+    static std::uint32_t MapNTStatusToKorvaleError( std::uint32_t inStatus );
+};

@@ -1,0 +1,3 @@
+#include "Core/Identifiers/XStrategyAbstract.h"
+
+XStrategyAbstract::~XStrategyAbstract() = default;

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Core/Identifiers/XStrategyAbstract.h"
+#include "Core/Storables/XRefPtr.h"
+
+#include <algorithm>
+#include <typeinfo>
+
+/// Carries strategies for an object and finds them by class, number or name. Where several match, the one
+/// that was added first is found.
+///
+/// Ownership: shares its strategies by reference counting; copies carry the same ones.
+/// Threads: as a vector: finding from several threads at once is fine, changing it needs a lock of the
+/// caller's.
+class KORVALE_API XStrategyCarrier
+{
+public:
+    /// Throws an internal error ("inStrategy") for a null pointer.
+    void AddStrategy( XRefPtr<XStrategyAbstract> inStrategy );
+
+    /// True when the carrier had it.
+    bool RemoveStrategy( const XStrategyAbstract& inStrategy );
+    void RemoveAllStrategies() { itsStrategies.clear(); }
+
+    /// In the order in which they were added.
+    const XVector<XRefPtr<XStrategyAbstract>>& GetStrategies() const { return itsStrategies; }
+
+    /// The finders return null when no strategy matches. The class must be the very one.
+    XRefPtr<XStrategyAbstract> FindStrategyByType( const std::type_info& inType ) const;
+    XRefPtr<XStrategyAbstract> FindStrategyByID( std::uint32_t inID ) const;
+    XRefPtr<XStrategyAbstract> FindStrategyByName( const XString& inName ) const;
+
+    template<class T>
+    XRefPtr<T> FindStrategy() const
+    {
+        return XRefPtr<T>::Share( static_cast<T*>( FindStrategyByType( typeid( T ) ).Get() ) );
+    }
+
+    template<class XPredicate>
+    XRefPtr<XStrategyAbstract> FindStrategyIf( const XPredicate& inPredicate ) const
+    {
+        const auto found = std::find_if( itsStrategies.begin(), itsStrategies.end(), inPredicate );
+        return found == itsStrategies.end() ? nullptr : *found;
+    }
+
+private:
+    XVector<XRefPtr<XStrategyAbstract>> itsStrategies;
+};

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Core/Strings/Internal/XTextScan.h"
+
+#include <string_view>
+
+/// The order of texts in which numbers go by their value and white space does not count; see
+/// `XString::IsLessThanIgnoring`.
+class XNaturalOrder
+{
+public:
+    XNaturalOrder( bool inIgnoreDecimalPoint, bool inIgnoreMinusSign )
+        : itsHasPoint( !inIgnoreDecimalPoint ), itsHasSign( !inIgnoreMinusSign )
+    {
+    }
+
+    /// Both texts are followed by a NUL, which ends them; so does a NUL within.
+    bool IsLess( std::string_view inFirst, std::string_view inSecond ) const;
+
+private:
+    enum XResult
+    {
+        kLess,
+        kGreater,
+        kEqual,
+        kNoNumbers ///< At least one of the texts does not begin with a number.
+    };
+
+    // Of the locale; NUL until it is asked for, which takes about as long as the rest of a comparison.
+    mutable char itsPoint = '\0';
+    bool itsHasPoint;
+    bool itsHasSign;
+
+    [[gnu::noinline]] char GetPoint() const;
+    bool IsPoint( char inCharacter ) const
+    {
+        return itsHasPoint && inCharacter != '\0' && inCharacter == GetPoint();
+    }
+    bool IsSign( char inCharacter ) const { return itsHasSign && inCharacter == '-'; }
+    bool BeginsNumber( const char* inText ) const;
+    bool ContinuesNumber( char inCharacter ) const;
+    bool EndsDigits( const char* inText ) const;
+    std::string_view TakeRun( const char* inText ) const;
+    USize64 FindStart( std::string_view inText, USize64 inCommon ) const;
+    bool DifferInDigits( const char* inFirst, const char* inSecond, USize64 inCommon ) const;
+    XResult CompareNumbers( const char*& ioFirst, const char*& ioSecond ) const;
+    bool CompareDigits( const char*& ioFirst, const char*& ioSecond, XResult& outResult ) const;
+    XResult CompareRuns( std::string_view inFirst, std::string_view inSecond ) const;
+};

@@ -1,3 +1,0 @@
-#include "Core/XStrategyAbstract.h"
-
-XStrategyAbstract::~XStrategyAbstract() = default;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Ground/XTypes.h"
+
+#include <algorithm>
+#include <chrono>
+
+/// The moment at which a wait gives up, fixed once from a time-out in milliseconds. Follows the monotonic
+/// clock.
+class WDeadline
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// `kNoTimeout` makes a deadline that never passes, 0 one that has passed already.
+    explicit WDeadline( std::uint32_t inTimeoutMs )
+        : itsIsLimited( inTimeoutMs != kNoTimeout ), itsTimeoutMs( inTimeoutMs ),
+          itsTime(
+              itsIsLimited && inTimeoutMs != 0 ? Clock::now() + std::chrono::milliseconds( inTimeoutMs )
+                                               : ( Clock::time_point::min )() )
+    {
+    }
+
+    bool IsLimited() const { return itsIsLimited; }
+    bool HasPassed() const { return itsIsLimited && ( itsTimeoutMs == 0 || Clock::now() >= itsTime ); }
+
+    /// Never negative; for limited deadlines only.
+    Clock::duration GetTimeLeft() const
+    {
+        return HasPassed() ? Clock::duration::zero()
+                           : ( std::max )( itsTime - Clock::now(), Clock::duration::zero() );
+    }
+
+    /// The time-out to pass on to a wait that takes milliseconds: rounded up, `kNoTimeout` when not limited.
+    std::uint32_t GetMillisecondsLeft() const
+    {
+        if ( !itsIsLimited )
+            return kNoTimeout;
+        return static_cast<std::uint32_t>(
+            std::chrono::ceil<std::chrono::milliseconds>( GetTimeLeft() ).count() );
+    }
+
+private:
+    bool itsIsLimited;
+    std::uint32_t itsTimeoutMs;
+    Clock::time_point itsTime;
+};

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Ground/XTypes.h"
+
+/// The error numbers that the library itself throws, and those that it translates errors of the system to. Their texts
+/// stand in the string table. Numbers are for ever: logs, stored messages and other programs know them.
+enum XErrorNumber : std::uint32_t
+{
+    // Core
+    kErrorNotANumber = 1000,
+    kErrorCancelled = 1001, ///< by the user; silent
+    kErrorClassNotRegistered = 1003,
+    kErrorNoCreationFunction = 1004,
+    kErrorStreamCorrupted = 1005,
+    kErrorInternal = 1006,
+    kErrorTimeRange = 1007,
+    kErrorOutOfMemory = 1012,
+    kErrorBadParameters = 1013,
+    kErrorRevisionTooNew = 1015,
+    kErrorLibraryNotFound = 1016,
+    kErrorFunctionNotFound = 1017,
+    kErrorBadPointer = 1018,
+    kErrorProcessExiting = 1019, ///< silent
+    kErrorMemoryNotMapped = 1020,
+    kErrorAccessDenied = 1021,
+    kErrorMemoryNotPurged = 1023,
+    kErrorUUIDText = 1026,
+    kErrorNoReference = 1027,
+    kErrorNoSystemResources = 1028,
+
+    // Files and resources
+    kErrorEndOfFile = 1260,
+    kErrorNullCharacter = 1262,
+    kErrorDiskFull = 1263,
+    kErrorNoResource = 1279,
+    kErrorStringTooLong = 1354,
+
+    // Threads and jobs
+    kErrorTimedOut = 2701,
+    kErrorThreadStopped = 2702, ///< silent
+    kErrorJobStopped = 2950,
+
+    // Network and servers
+    kErrorNetworkService = 3052,
+    kErrorDeviceNotConnected = 3076,
+    kErrorDisconnected = 3100,
+    kErrorResponderDetached = 3101,
+    kErrorHostNotFound = 3104,
+    kErrorConnectionTimedOut = 3105,
+    kErrorConnectionRefused = 3106,
+    kErrorPasswordNotPermitted = 3112,
+    kErrorNotPrimaryController = 3113,
+    kErrorNoDomainInfo = 3114,
+    kErrorUnknownUser = 3130,
+    kErrorWrongPassword = 3131,
+    kErrorUnknownColumnID = 3209,
+};

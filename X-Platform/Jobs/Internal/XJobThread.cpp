@@ -1,0 +1,163 @@
+#include "Jobs/Internal/XJobThread.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/Internal/XTypeName.h"
+#include "Jobs/Internal/XHookCall.h"
+#include "Jobs/Internal/XJobWaiter.h"
+#include "Jobs/XJob.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Threads/XPreventThreadStop.h"
+#include "Threads/XThreadLock.h"
+
+#include <string>
+#include <utility>
+
+XJobQueue::XJobThread::XJobThread() : XThread( "XJobThread", kThreadPriorityNormal )
+{
+    StartThread();
+}
+
+XJobQueue::XJobThread::~XJobThread()
+{
+    const XPreventThreadStop preventStop;
+    StopThread( kRestartStopCode ); // of all codes the one that nothing can withdraw
+}
+
+void XJobQueue::XJobThread::AsyncStopIfSelected( const XJobQueue& inQueue, const XJobSelector& inSelector )
+{
+    const XThreadLock lock( itsJobMutex );
+    if ( itsCurrentJob && itsCurrentJob->GetOwner() == &inQueue && inSelector.Selects( *itsCurrentJob ) )
+        AsyncStopThread( XJob::kStopped );
+}
+
+std::int32_t XJobQueue::XJobThread::RunThreadSelf()
+{
+    for ( ;; )
+    {
+        try
+        {
+            RunNextJob();
+        }
+        catch ( const XStopThreadException& exception )
+        {
+            EndJob( exception.GetStopCode() );
+            const bool isStopped =
+                GetNextThreadState() == kThreadNotRunning; // a body can throw what it likes
+            if ( isStopped && exception.GetStopCode() != XJob::kStopped )
+                throw;
+            ResetCancelState();
+        }
+        catch ( const XException& exception )
+        {
+            LogFailure();
+            EndJob( exception.GetErrorNumber() );
+        }
+        catch ( ... )
+        {
+            LogFailure();
+            EndJob( XJob::kFailed );
+        }
+    }
+}
+
+/// The checkpoint also meets a stop that came too late for the job before, which has left no next one then.
+void XJobQueue::XJobThread::RunNextJob()
+{
+    TestCancelThread();
+    if ( itsCurrentJob || FetchJob() )
+        RunCurrentJob();
+    else
+        WaitForJob();
+}
+
+/// In one step with the job's leaving its queue, so that whoever looks for it finds it there or here.
+bool XJobQueue::XJobThread::FetchJob()
+{
+    const XThreadLock lock( itsJobMutex );
+    XAssert( !itsCurrentJob );
+    SetCurrentJob( XJobQueue::FetchJob( *this ) );
+    return itsCurrentJob != nullptr;
+}
+
+void XJobQueue::XJobThread::WaitForJob()
+{
+    {
+        XJobWaiter waiter;
+        if ( !FetchJob() )
+            return waiter.Wait();
+    }
+    RunCurrentJob();
+}
+
+void XJobQueue::XJobThread::RunCurrentJob()
+{
+    {
+        const XProgressStrategyChanger strategy( itsCurrentJob->GetProgressStrategy() );
+        itsCurrentJob->RunJob();
+    }
+    CompleteJob( true );
+}
+
+/// The exception that is being handled, and the job that has thrown it: its result code alone would not tell what has
+/// happened.
+void XJobQueue::XJobThread::LogFailure() const noexcept
+{
+    const auto log = [this]
+    {
+        std::string origin = "job";
+        if ( const XJob* const job = itsCurrentJob )
+        {
+            origin += " " + XGetTypeName( typeid( *job ) );
+            if ( job->GetTag() != 0 )
+                origin += ", tag " + std::to_string( job->GetTag() );
+        }
+        XErrorLog::AddCurrentException( origin.c_str() );
+    };
+    XSwallowErrors( log );
+}
+
+/// Completes the current job, if there is one, which has ended by an exception.
+void XJobQueue::XJobThread::EndJob( std::uint32_t inResultCode )
+{
+    if ( !itsCurrentJob )
+        return;
+    itsCurrentJob->SetResultCode( inResultCode );
+    if ( inResultCode == XJob::kStopped )
+    {
+        const XPreventThreadStop preventStop;
+        XCallHook( [this] { itsCurrentJob->Stopped(); } );
+    }
+    CompleteJob( false );
+}
+
+/// From the first step on no stop is meant for the job any more, and none cuts the rest short. With
+/// `inMayRunNext` the next job of the queue may be the current one then, unless the thread has been asked for
+/// something.
+void XJobQueue::XJobThread::CompleteJob( bool inMayRunNext )
+{
+    const XPreventThreadStop preventStop;
+    XJob* job = nullptr;
+    {
+        const XThreadLock lock( itsJobMutex );
+        job = std::exchange( itsCurrentJob, nullptr );
+    }
+    XTLSRegistry::RegisterDataPtr( XTLSRegistry::kCurrentJob, nullptr );
+    XCallHook(
+        [&]
+        {
+            XJobQueue* const queueThatOwnsJob = job->GetOwner();
+            XAssert( queueThatOwnsJob );
+            XJob* const uncompletedJob = CompleteInJobThread( job ) ? nullptr : job;
+            const XThreadLock lock( itsJobMutex );
+            const bool isFree = GetNextThreadState() == kThreadRunning;
+            SetCurrentJob( queueThatOwnsJob->JobComplete( *this, uncompletedJob, inMayRunNext && isFree ) );
+        } );
+}
+
+/// Under the mutex.
+void XJobQueue::XJobThread::SetCurrentJob( XJob* inJob )
+{
+    itsCurrentJob = inJob;
+    if ( inJob )
+        XTLSRegistry::RegisterDataPtr( XTLSRegistry::kCurrentJob, inJob );
+}

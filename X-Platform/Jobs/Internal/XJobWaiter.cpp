@@ -1,0 +1,77 @@
+#include "Jobs/Internal/XJobWaiter.h"
+
+#include "System/WFutex.h"
+#include "System/WProcessors.h"
+#include "Threads/Waiting/WSemaphore.h"
+#include "Threads/XThread.h"
+
+namespace
+{
+
+/// The work semaphore. Neither is ever destroyed, as workers may outlive the process's statics.
+WSemaphore sWakes;
+std::atomic<USize> sWaiters = 0; // those that have not been woken
+
+/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while
+/// first. In between it gives way, lest it keep the very thread that brings the jobs from its processor.
+constexpr int kTurns = 24;
+constexpr int kLooksPerTurn = 40;
+
+/// Takes one waiter out of the count; false when there is none.
+bool Claim()
+{
+    USize waiters = sWaiters;
+    while ( waiters > 0 )
+        if ( sWaiters.compare_exchange_weak( waiters, waiters - 1 ) )
+            return true;
+    return false;
+}
+
+bool SpinForWake()
+{
+    static const int sTurns = WProcessors::GetCount() > 1 ? kTurns : 1;
+    for ( int turn = 0; turn < sTurns; ++turn )
+    {
+        for ( int look = 0; look < kLooksPerTurn; ++look )
+        {
+            if ( sWakes.TryWait() )
+                return true;
+            WFutex::Pause();
+        }
+        XThread::YieldCurrentThread();
+    }
+    return false;
+}
+
+} // namespace
+
+XJobWaiter::XJobWaiter()
+{
+    ++sWaiters;
+}
+
+/// A waiter that found a job itself, or is stopped, may have been woken by now: then the wake is on its way,
+/// and another waiter has to look for the job that it told of.
+XJobWaiter::~XJobWaiter()
+{
+    if ( itsIsWoken || Claim() )
+        return;
+    sWakes.Wait();
+    Wake( 1 );
+}
+
+void XJobWaiter::Wait()
+{
+    itsIsWoken = SpinForWake();
+    while ( !itsIsWoken )
+    {
+        XThread::TestCancelCurrentThread();
+        itsIsWoken = sWakes.Wait( kNoTimeout, true ) == kWaitSucceeded;
+    }
+}
+
+void XJobWaiter::Wake( USize inCount )
+{
+    for ( ; inCount > 0 && Claim(); --inCount )
+        sWakes.Signal();
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Ground/XTypes.h"
+
+/// Makes a worker that has found no job known to those who bring jobs, for as long as it lives. Internal.
+///
+///     XJobWaiter waiter;
+///     if ( !FetchJob() ) // once more: from now on whoever brings a job wakes a waiter
+///         waiter.Wait();
+///
+/// Each wake is for one waiter, and none is left over: a job brought while all workers are busy costs nothing
+/// here and is found by the first that looks for its next one.
+class XJobWaiter
+{
+public:
+    XJobWaiter();
+    XJobWaiter( const XJobWaiter& ) = delete;
+    XJobWaiter& operator=( const XJobWaiter& ) = delete;
+    ~XJobWaiter();
+
+    /// Waits, as a checkpoint of the thread, until there may be a job.
+    void Wait();
+
+    /// Wakes up to `inCount` waiters. To be called after the jobs have been brought.
+    static void Wake( USize inCount );
+
+private:
+    bool itsIsWoken = false;
+};

@@ -1,0 +1,152 @@
+#pragma once
+
+#include "Jobs/Internal/XJobList.h"
+#include "Jobs/XJobSelector.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <unordered_map>
+
+/// The jobs of a queue that wait or are suspended, each kind in its order, found by tag and by group without a walk
+/// over the others. Internal to XJobQueue, whose mutex guards it.
+///
+/// A job counts by the tag and the group that it had when it was added.
+class XWaitingJobs
+{
+public:
+    enum XState : std::uint8_t
+    {
+        kQueued,
+        kSuspended,
+        kStateCount
+    };
+
+    /// At the end. Where memory lacks nothing is changed.
+    void Add( XJob& ioJob, XState inState );
+
+    XJob* TakeFirstQueued() noexcept;
+
+    USize GetCount( XState inState ) const { return itsLists[inState].GetCount(); }
+    bool IsTagQueued( std::int64_t inTag ) const;
+
+    /// Moves selected jobs, in order, to the end of those in the other state.
+    void MoveSelected( const XJobSelector& inSelector, XState inFrom, XState inTo ) noexcept;
+
+    /// Takes selected jobs out, in order, and appends them to others.
+    void TakeSelected( const XJobSelector& inSelector, XState inFrom, XJobList& ioTo ) noexcept;
+
+    /// In order. The visit may move the job or take it out.
+    template<class Visit>
+    void VisitSelected( const XJobSelector& inSelector, XState inState, const Visit& inVisit ) const;
+
+private:
+    /// Jobs by one of their numbers; those with number 0, which selects nothing, are only counted.
+    template<XJob::XLink XJob::*kLink, std::int64_t XJob::*kNumber>
+    class XIndex
+    {
+    public:
+        using XChain = XJobChain<kLink>;
+
+        /// Makes room for a job. Each number that jobs have, and only these, has chains, once this was followed by `Add`
+        /// or `DropIfEmpty`.
+        void Reserve( std::int64_t inNumber )
+        {
+            if ( inNumber != 0 )
+                itsChains.try_emplace( inNumber );
+        }
+        void DropIfEmpty( std::int64_t inNumber ) noexcept
+        {
+            const auto found = itsChains.find( inNumber );
+            if ( found != itsChains.end() && IsEmpty( found->second ) )
+                itsChains.erase( found );
+        }
+
+        void Add( XJob& ioJob, XState inState ) noexcept
+        {
+            if ( ioJob.*kNumber == 0 )
+                ++itsUnnumberedCounts[inState];
+            else
+                itsChains.find( ioJob.*kNumber )->second[inState].Append( ioJob );
+        }
+        void Remove( XJob& ioJob, XState inState ) noexcept
+        {
+            if ( ioJob.*kNumber == 0 )
+                --itsUnnumberedCounts[inState];
+            else
+                itsChains.find( ioJob.*kNumber )->second[inState].Remove( ioJob );
+        }
+
+        bool Contains( std::int64_t inNumber, XState inState ) const
+        {
+            return inNumber == 0 ? itsUnnumberedCounts[inState] > 0
+                                 : GetFirst( inNumber, inState ) != nullptr;
+        }
+        XJob* GetFirst( std::int64_t inNumber, XState inState ) const
+        {
+            const auto found = itsChains.find( inNumber );
+            return found == itsChains.end() ? nullptr : found->second[inState].GetFirst();
+        }
+
+    private:
+        using XChains = std::array<XChain, kStateCount>;
+
+        static bool IsEmpty( const XChains& inChains )
+        {
+            return inChains[kQueued].IsEmpty() && inChains[kSuspended].IsEmpty();
+        }
+
+        std::unordered_map<std::int64_t, XChains> itsChains;
+        std::array<USize, kStateCount> itsUnnumberedCounts = {};
+    };
+
+    void Link( XJob& ioJob, XState inState ) noexcept;
+    void Unlink( XJob& ioJob, XState inState ) noexcept;
+    void Forget( const XJob& inJob ) noexcept;
+    XVector<XJob*> ListTagged( const XJobSelector& inSelector, XState inState ) const;
+    std::optional<XVector<XJob*>> TryToListTagged( const XJobSelector& inSelector, XState inState ) const;
+
+    template<class Chain, class Visit>
+    static void VisitChain( XJob* inFirst, const Visit& inVisit );
+
+    std::array<XJobList, kStateCount> itsLists;
+    XIndex<&XJob::itsTagPlace, &XJob::itsListedTag> itsTags;
+    XIndex<&XJob::itsGroupPlace, &XJob::itsListedGroup> itsGroups;
+    std::uint64_t itsLastSerial = 0;
+};
+
+template<class Chain, class Visit>
+void XWaitingJobs::VisitChain( XJob* inFirst, const Visit& inVisit )
+{
+    for ( XJob* job = inFirst; job; )
+    {
+        XJob* const next = Chain::GetNext( *job );
+        inVisit( *job );
+        job = next;
+    }
+}
+
+template<class Visit>
+void XWaitingJobs::VisitSelected( const XJobSelector& inSelector, XState inState, const Visit& inVisit ) const
+{
+    using XKind = XJobSelector;
+    if ( inSelector.itsKind == XKind::kTag )
+        return VisitChain<XJobChain<&XJob::itsTagPlace>>(
+            itsTags.GetFirst( inSelector.itsValue, inState ), inVisit );
+    if ( inSelector.itsKind == XKind::kGroup && inSelector.itsValue != 0 )
+        return VisitChain<XJobChain<&XJob::itsGroupPlace>>(
+            itsGroups.GetFirst( inSelector.itsValue, inState ), inVisit );
+    if ( inSelector.itsKind == XKind::kTags )
+        if ( const auto jobs = TryToListTagged( inSelector, inState ) )
+        {
+            for ( XJob* const job : *jobs )
+                inVisit( *job );
+            return;
+        }
+    const auto visitIfSelected = [&]( XJob& ioJob )
+    {
+        if ( inSelector.Selects( ioJob.itsListedTag, ioJob.itsListedGroup ) )
+            inVisit( ioJob );
+    };
+    VisitChain<XJobList>( itsLists[inState].GetFirst(), visitIfSelected );
+}

@@ -1,0 +1,10 @@
+#include "Messaging/Internal/RegisterMessagingClasses.h"
+
+#include "Core/Streams/XClassRegistry.h"
+#include "Messaging/XNetJobMessage.h"
+
+void RegisterMessagingClasses()
+{
+    XClassRegistry::RegisterClass<XRemoteMessage>( "Remote Message" );
+    XClassRegistry::RegisterClass<XNetJobMessage>( "Network Job Message" );
+}

@@ -1,0 +1,121 @@
+#pragma once
+
+#include "Ground/XFail.h"
+#include "Ground/XTypes.h"
+
+/// Where an entry stands in one XEntryIndex. Internal.
+template<class Entry>
+struct XIndexLink
+{
+    Entry* previous = nullptr;
+    Entry* next = nullptr;
+    std::uint64_t value = 0;
+};
+
+/// Entries by a 64-bit value, those with equal values in the order in which they were added. The links lie in
+/// the entries, in the member `kLink`, so that adding and removing allocate nothing but the table. Internal.
+template<class Entry, XIndexLink<Entry> Entry::*kLink>
+class XEntryIndex
+{
+public:
+    /// Makes room for one more entry. Has to precede each `Add` that no `Remove` has made room for.
+    void Reserve()
+    {
+        if ( itsCount >= itsChains.size() )
+            Resize( itsChains.empty() ? kMinChains : itsChains.size() * 2 );
+    }
+
+    void Add( Entry& inEntry, std::uint64_t inValue )
+    {
+        ( inEntry.*kLink ).value = inValue;
+        Append( inEntry );
+        ++itsCount;
+    }
+
+    void Remove( Entry& inEntry )
+    {
+        XIndexLink<Entry>& link = inEntry.*kLink;
+        XChain& chain = FindChain( link.value );
+        ( link.previous ? ( link.previous->*kLink ).next : chain.first ) = link.next;
+        ( link.next ? ( link.next->*kLink ).previous : chain.last ) = link.previous;
+        --itsCount;
+    }
+
+    /// Gives the table of an empty index back.
+    void ReleaseTable()
+    {
+        XAssert( itsCount == 0 );
+        itsChains = XVector<XChain>();
+    }
+
+    /// The first entry added with a value, and the next one after it; null when there is none.
+    Entry* FindFirst( std::uint64_t inValue ) const
+    {
+        if ( itsCount == 0 )
+            return nullptr;
+        return FindFrom( FindChain( inValue ).first, inValue );
+    }
+    static Entry* FindNext( const Entry& inEntry )
+    {
+        const XIndexLink<Entry>& link = inEntry.*kLink;
+        return FindFrom( link.next, link.value );
+    }
+
+private:
+    struct XChain
+    {
+        Entry* first = nullptr;
+        Entry* last = nullptr;
+    };
+
+    static constexpr USize kMinChains = 64;
+
+    /// Neighbouring values have neighbouring chains, so that messages with running numbers find theirs in the
+    /// cache; what lies above the low bits is scattered.
+    USize FindChainIndex( std::uint64_t inValue ) const
+    {
+        constexpr unsigned kNearBits = 6;
+        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u; // odd, of irregular bits
+        const std::uint64_t start = ( ( inValue >> kNearBits ) * kSpread ) >> itsShift;
+        return ( start + ( inValue & ( ( 1u << kNearBits ) - 1 ) ) ) & ( itsChains.size() - 1 );
+    }
+    const XChain& FindChain( std::uint64_t inValue ) const { return itsChains[FindChainIndex( inValue )]; }
+    XChain& FindChain( std::uint64_t inValue ) { return itsChains[FindChainIndex( inValue )]; }
+
+    static Entry* FindFrom( Entry* inEntry, std::uint64_t inValue )
+    {
+        while ( inEntry && ( inEntry->*kLink ).value != inValue )
+            inEntry = ( inEntry->*kLink ).next;
+        return inEntry;
+    }
+
+    void Append( Entry& inEntry )
+    {
+        XIndexLink<Entry>& link = inEntry.*kLink;
+        XChain& chain = FindChain( link.value );
+        link.previous = chain.last;
+        link.next = nullptr;
+        ( chain.last ? ( chain.last->*kLink ).next : chain.first ) = &inEntry;
+        chain.last = &inEntry;
+    }
+
+    /// To a power of two. Entries with equal values share a chain before and after, and keep their order.
+    void Resize( USize inCount )
+    {
+        XVector<XChain> chains( inCount );
+        chains.swap( itsChains );
+        for ( itsShift = 64; inCount > 1; inCount /= 2 )
+            --itsShift;
+        for ( const XChain& chain : chains )
+            for ( Entry* entry = chain.first; entry; )
+            {
+                Entry* const next = ( entry->*kLink ).next;
+                Append( *entry );
+                entry = next;
+            }
+    }
+
+    XVector<XChain> itsChains; // none, or a power of two
+    USize itsCount = 0;
+    unsigned itsShift = 64; // leaves as many bits as number the chains
+};

@@ -1,0 +1,114 @@
+#pragma once
+
+#include "Messaging/Internal/XDeferredQueue.h"
+#include "Threads/Waiting/WEvent.h"
+#include "Threads/XConditionVariable.h"
+
+/// The two queues of the process and the calls of single listeners that are in progress, under one mutex,
+/// which is never held while a handler runs. Internal to XSpeaker and XListener. Made on first use; lasts as
+/// long as the process, since speakers and listeners may be static.
+class XMessageQueues
+{
+public:
+    using XWhen = XSpeaker::XWhen;
+    using XListenerVector = XSpeaker::XListenerVector;
+    using XPredicate = std::function<bool( const XSpeaker::XDeferredMessageRecord& )>;
+
+    static XMessageQueues& Get();
+
+    /// Queues a copy of a message for all listeners of a speaker, unless it has stopped. The caller has a pin.
+    void
+    Add( const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
+         const XListenerVector& inExclusions );
+
+    /// Calls one listener, or queues a copy of a message for it, unless it or the message's speaker has
+    /// stopped. Whichever of the two is destroyed on another thread meanwhile waits for the end of the call.
+    void Post( const XMessage& inMessage, XListener& inListener, XWhen inWhen );
+
+    void PostNotice( XDeferredQueue::XEntry& inNotice ) noexcept;
+    void WithdrawNotice( XDeferredQueue::XEntry& inNotice ) noexcept;
+
+    void DrainNextEvent();
+    bool DrainIdle();
+
+    void Suspend();
+    void Resume();
+
+    USize RemoveIf( XWhen inQueue, const XPredicate& inPredicate );
+
+    /// Withdraws the messages of a speaker that has stopped and waits for calls of single listeners with its
+    /// messages on other threads; at its end forgets those on this one.
+    void ForgetSpeaker( const XListenerList& inSpeakersList, bool inIsDying );
+
+    /// Withdraws the messages for a listener that has stopped and waits for calls of it on other threads; at its
+    /// end forgets those on this one.
+    void
+    ForgetListener( const XListener& inListener, bool inMayBeExcluded, bool inMayPassOver, bool inIsDying );
+
+    /// Tells that the calls of a listener on this thread stop it: those on other threads that may pass over such
+    /// calls do not wait for them. Returns whether there are any.
+    bool MarkOwnCallsOf( const XListener& inListener );
+
+    bool HasMessage( XWhen inQueue );
+    USize GetCount();
+    WEvent& GetEvent( XWhen inQueue ) { return SelectQueue( inQueue ).event; }
+
+private:
+    struct XQueue
+    {
+        XDeferredQueue messages;
+        WEvent event; // set when a message is added, reset by drains
+    };
+
+    /// A call of a single listener in progress, on the stack of its thread.
+    struct XCall
+    {
+        const XListener* listener = nullptr;         // null once it has been destroyed within the call
+        const XListenerList* speakersList = nullptr; // the same of the message's speaker
+        const void* stops = nullptr;                 // which of these the handler itself is stopping
+        std::uint32_t threadID = 0;
+        XCall* next = nullptr;
+    };
+    class XCallScope;
+    class XWithdrawn;
+
+    static constexpr USize kLeastDeadListeners = 1024;
+
+    XMessageQueues() = default;
+
+    XQueue& SelectQueue( XWhen inWhen )
+    {
+        return inWhen == XSpeaker::kWhenNextEvent ? itsNextEventMessages : itsIdleMessages;
+    }
+
+    // Under the mutex.
+    void AddLocked( XQueue& ioQueue, XDeferredQueue::XItem& ioItem );
+    void Signal( XQueue& ioQueue );
+    void ForgetExclusionsOf( const XListener& inListener );
+    void ForgetExclusionsOfDead();
+    template<class IsDead>
+    USize ForgetExclusions( const IsDead& inIsDead );
+    template<class T>
+    void EndCallsOf( const T& inOne, const T* XCall::*inMember, bool inMayPassOver, bool inIsDying );
+    template<class T>
+    bool
+    ChangeOwnCallsOf( const T& inOne, const T* XCall::*inMember, const T* inNewOne, const void* inStops );
+
+    // Without it.
+    void AddPost(
+        const XMessage& inMessage, XListener& inListener, XListenerList* inSpeakersList, XWhen inWhen,
+        XCallScope& ioCall );
+    bool BeginDrain( const XQueue& inQueue, std::uint64_t& outEnd );
+    bool Deliver( XQueue& ioQueue, std::uint64_t inEnd );
+    bool DeliverAndLog( XQueue& ioQueue, std::uint64_t inEnd );
+
+    XMutex itsDeferredMutex; // guards everything below
+    XQueue itsNextEventMessages;
+    XQueue itsIdleMessages;
+    std::int32_t itsSuspendIdleProcessing = 0;  // drains deliver nothing while it is above zero
+    bool itsIsDraining = false;                 // nor do others while one is on
+    XVector<const XListener*> itsDeadListeners; // that queued messages may still exclude
+    USize itsMostDeadListeners = kLeastDeadListeners;
+    XCall* itsCalls = nullptr;
+    XConditionVariable itsCallEnded;
+};

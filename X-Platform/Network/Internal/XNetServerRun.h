@@ -1,0 +1,99 @@
+#pragma once
+
+#include "Core/Times/XTimer.h"
+#include "Network/XNetResponder.h"
+#include "Network/XNetServer.h"
+#include "Threads/XConditionVariable.h"
+
+#include <deque>
+#include <list>
+
+/// A server between its start and its stop. Internal to XNetServer.
+///
+/// The acceptor takes connections, and notes each as a stranger until it has authenticated. Greeters, as many as there are
+/// strangers at a time, wait for their preambles and start the responders. The watch ends strangers that take too long
+/// and destroys responders that have ended. Strangers are kept by age: their numbers count up.
+class XNetServerRun
+{
+public:
+    XNetServerRun( const XNetServer::XSettings& inSettings, std::int32_t inPort, std::uint32_t inBacklog );
+    ~XNetServerRun();
+
+    void Stop();
+
+    std::int32_t GetPort() const { return itsPort; }
+    USize GetResponderCount() const;
+    USize GetStrangerCount() const;
+
+private:
+    using XNumber = std::uint64_t;
+
+    struct XStranger
+    {
+        XNetEndpoint endpoint;
+        XTimer timer;
+    };
+
+    /// Destroyed when nobody uses it any more: the thread that starts it and its own.
+    struct XServed
+    {
+        std::unique_ptr<XNetResponder> responder;
+        int users = 2;
+    };
+
+    /// A thread that runs an operation of the server, which ends by a stop.
+    class XWorker : public XThread
+    {
+    public:
+        XWorker( XNetServerRun& inRun, const char* inRole, void ( XNetServerRun::*inBody )() );
+        ~XWorker() override;
+
+    private:
+        std::int32_t RunThreadSelf() override;
+
+        XNetServerRun& itsRun;
+        void ( XNetServerRun::*const itsBody )();
+    };
+
+    void Accept();
+    void AcceptOne();
+    void Admit( const XNetEndpoint& inEndpoint );
+    XNumber AddStranger( const XNetEndpoint& inEndpoint );
+    void AddGreeterIfNeeded();
+    void PauseAccepting( const XException& inError );
+
+    void Greet();
+    XNumber WaitForStranger( XNetEndpoint& outEndpoint );
+    void GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint );
+    void Serve( XNumber inNumber, const XNetEndpoint& inEndpoint, const XNetServer::XMakeResponder& inMake );
+    void Forget( XNumber inNumber );
+    void Ended( XNumber inNumber );
+    void LetGo( XNumber inNumber );
+
+    void Watch();
+    void DestroyEnded();
+    void DropExpired();
+    std::uint32_t GetTimeToNextExpiry() const;
+
+    const XNetServer::XSettings itsSettings;
+    XNetEndpoint itsListener;
+    std::int32_t itsPort = 0;
+
+    mutable XMutex itsMutex;
+    XConditionVariable itsHasGreetings;
+    XConditionVariable itsHasChanged;
+    XConditionVariable itsHasRoom;
+    // Guarded by itsMutex:
+    XNumber itsLastNumber = 0;
+    std::map<XNumber, XStranger> itsStrangers;
+    std::deque<XNumber> itsToGreet;
+    USize itsIdleGreeters = 0;
+    std::map<XNumber, XServed> itsServed;
+    XVector<std::unique_ptr<XNetResponder>> itsEnded; // to be destroyed
+
+    XTimer itsPauseLogTimer; // the acceptor's
+    bool itsHasLoggedPause = false;
+    std::list<XWorker> itsGreeters; // the acceptor's, until it has ended
+    XWorker itsWatch;
+    XWorker itsAcceptor;
+};

@@ -1,6 +1,0 @@
-#pragma once
-
-#include "WPlatform.h"
-
-/// Registers the storable classes of the network. Called by `XClassRegistry::RegisterStandardClasses`.
-KORVALE_API void RegisterNetworkClasses();

@@ -1,0 +1,57 @@
+#include "Pivot/Columns/Internal/XPivotNumberTexts.h"
+
+#include "Pivot/Columns/Internal/XPivotConversions.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <utility>
+
+namespace
+{
+XVector<XString> FormatAll( const XVector<double>& inNumbers, XString ( *inFormat )( double ) )
+{
+    XVector<XString> texts( inNumbers.size() );
+    std::ranges::transform( inNumbers, texts.begin(), inFormat );
+    return texts;
+}
+
+bool AreSame( double inLeft, double inRight )
+{
+    return inLeft == inRight || ( std::isnan( inLeft ) && std::isnan( inRight ) );
+}
+
+bool AreDistinct( const XVector<double>& inNumbers, const XVector<XString>& inTexts )
+{
+    using XEntry = std::pair<std::string_view, double>;
+    const XString zero = XFormatPivotNumber( 0.0 );
+    XVector<XEntry> entries = { { zero.GetStringView(), 0.0 } };
+    for ( std::size_t i = 0; i < inNumbers.size(); ++i )
+        entries.emplace_back( inTexts[i].GetStringView(), inNumbers[i] );
+    std::ranges::sort( entries, std::less<>(), &XEntry::first );
+    const auto collide = []( const XEntry& inLeft, const XEntry& inRight )
+    { return inLeft.first == inRight.first && !AreSame( inLeft.second, inRight.second ); };
+    return std::ranges::adjacent_find( entries, collide ) == entries.end();
+}
+
+XString FormatExactly( double inNumber )
+{
+    constexpr double kMostWhole = 0x1p53;
+    if ( !std::isfinite( inNumber ) )
+        return XFormatPivotNumber( inNumber );
+    char text[32];
+    const bool isWhole = std::trunc( inNumber ) == inNumber && std::abs( inNumber ) <= kMostWhole;
+    const char* const end = isWhole
+        ? std::to_chars( text, std::end( text ), static_cast<std::int64_t>( inNumber ) ).ptr
+        : std::to_chars( text, std::end( text ), inNumber ).ptr;
+    std::string exact( static_cast<const char*>( text ), end );
+    std::ranges::replace( exact, '.', WLocale::GetDecimalPoint() );
+    return XString( exact );
+}
+} // namespace
+
+XVector<XString> XFormatDistinctNumbers( const XVector<double>& inNumbers )
+{
+    XVector<XString> texts = FormatAll( inNumbers, XFormatPivotNumber );
+    return AreDistinct( inNumbers, texts ) ? texts : FormatAll( inNumbers, FormatExactly );
+}

@@ -1,0 +1,418 @@
+#include "Pivot/Columns/XPivotColumn.h"
+
+#include "Core/Streams/XClassRegistry.h"
+#include "Core/Streams/XStream.h"
+#include "Ground/XErrorNumbers.h"
+#include "Pivot/Columns/Internal/XPivotColumnIDRegistry.h"
+#include "Pivot/Columns/Internal/XPivotConversions.h"
+#include "Pivot/Columns/Internal/XPivotNormalise.h"
+#include "Pivot/Rows/Internal/XPivotRowFilter.h"
+#include "Pivot/Rows/Internal/XPivotRowOrder.h"
+#include "Pivot/Rows/Internal/XPivotRuns.h"
+#include "Threads/XThread.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <memory>
+
+namespace
+{
+constexpr std::uint32_t kRowsPerBlock = 4096;
+} // namespace
+
+XPivotColumn::XPivotColumn(
+    XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName, const XString& inUnits,
+    std::uint32_t inRevision )
+    : itsDescriptor( inID, inColumnName, inChannelName, inUnits ), itsRevision( inRevision )
+{
+    if ( inID == kPivotUserDefined )
+        return;
+    XAssert( itsDescriptor.GetColumnName().IsEmpty() );
+    itsDescriptor.SetColumnName( GetIDName( inID ) );
+}
+
+XPivotColumn::XPivotColumn( const XPivotColumn& inOther )
+    : XStorable( inOther ), itsExists( inOther.itsExists ), itsDescriptor( inOther.itsDescriptor ),
+      itsRevision( inOther.itsRevision ), itsVisibilityOptions( inOther.itsVisibilityOptions )
+{
+}
+
+XPivotColumn& XPivotColumn::operator=( const XPivotColumn& inOther )
+{
+    itsExists = inOther.itsExists;
+    itsDescriptor = inOther.itsDescriptor;
+    itsRevision = inOther.itsRevision;
+    itsVisibilityOptions = inOther.itsVisibilityOptions;
+    ReportDescriptorSet();
+    return *this;
+}
+
+XPivotColumn::~XPivotColumn() = default;
+
+void XPivotColumn::CopySettings( const XPivotColumn& inOther )
+{
+    itsDescriptor = inOther.itsDescriptor;
+    itsRevision = inOther.itsRevision;
+    itsVisibilityOptions = inOther.itsVisibilityOptions;
+    const XString* name =
+        GetID() == kPivotUserDefined ? nullptr : XPivotColumnIDRegistry::FindName( GetID() );
+    if ( name )
+        itsDescriptor.SetColumnName( *name );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetID( XPivotColumnID inID )
+{
+    itsDescriptor.SetID( inID );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetColumnName( const XString& inName )
+{
+    itsDescriptor.SetColumnName( inName );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetChannelName( const XString& inName )
+{
+    itsDescriptor.SetChannelName( inName );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::SetUnits( const XString& inUnits )
+{
+    itsDescriptor.SetUnits( inUnits );
+    ReportDescriptorSet();
+}
+
+void XPivotColumn::ReportDescriptorSet()
+{
+    if ( itsTable )
+        DescriptorSetSelf();
+}
+
+void XPivotColumn::DescriptorSetSelf() {}
+
+XString XPivotColumn::GetColumnName() const
+{
+    return GetID() == kPivotUserDefined ? itsDescriptor.GetColumnName() : GetIDName( GetID() );
+}
+
+void XPivotColumn::SetTable( XPivotTable& inTable )
+{
+    itsTable = &inTable;
+    SetTableSelf( inTable );
+}
+
+void XPivotColumn::SetTableSelf( XPivotTable& ) {}
+
+bool XPivotColumn::IsEmptyColumn() const
+{
+    return std::find( itsExists.begin(), itsExists.end(), 1 ) == itsExists.end();
+}
+
+void XPivotColumn::SetData( const XVector<XString>& ) {}
+void XPivotColumn::SetData( const XVector<double>& ) {}
+void XPivotColumn::SetData( const XString&, std::int32_t, bool ) {}
+void XPivotColumn::SetData( double, std::int32_t, bool ) {}
+
+void XPivotColumn::SetDataExists( std::int32_t inRow, bool inExists )
+{
+    if ( inRow >= 0 && static_cast<std::size_t>( inRow ) < itsExists.size() )
+        itsExists[static_cast<std::size_t>( inRow )] = inExists ? 1 : 0;
+}
+
+void XPivotColumn::AppendData( const XString& inValue, bool inExists )
+{
+    SetData( inValue, static_cast<std::int32_t>( GetColumnSize() ), inExists );
+}
+
+void XPivotColumn::AppendData( double inValue, bool inExists )
+{
+    SetData( inValue, static_cast<std::int32_t>( GetColumnSize() ), inExists );
+}
+
+// ---- Rows
+
+void XPivotColumn::CopyRowsInto(
+    std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
+    std::uint32_t inCount ) const
+{
+    if ( inCount == 0 )
+        return;
+    inDestination.InsertEmptyRows( inDestinationRow, inCount );
+    CopyRowsOver( inSourceRow, inDestination, inDestinationRow, inCount );
+}
+
+void XPivotColumn::CopyRowsOver(
+    std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
+    std::uint32_t inCount ) const
+{
+    if ( inCount == 0 )
+        return;
+    const USize endRow = USize( inDestinationRow ) + inCount;
+    XAssert( endRow <= kMaxRows );
+    if ( endRow > inDestination.GetColumnSize() )
+        inDestination.ResizeRows( static_cast<std::uint32_t>( endRow ) );
+    for ( std::uint32_t i = 0; i < inCount; ++i )
+    {
+        const std::uint32_t row = inSourceRow + i;
+        const std::int32_t destinationRow = static_cast<std::int32_t>( inDestinationRow + i );
+        if ( IsNumeric() )
+            inDestination.SetData( GetDataFloat( row ), destinationRow, DoesDataExist( row ) );
+        else
+            inDestination.SetData( GetDataString( row ), destinationRow, DoesDataExist( row ) );
+    }
+}
+
+XPivotColumn& XPivotColumn::operator+=( const XPivotColumn& inOther )
+{
+    inOther.CopyRowsInto( 0, *this, GetColumnSize(), inOther.GetColumnSize() );
+    return *this;
+}
+
+void XPivotColumn::DeleteItems( const XVector<std::uint32_t>& inRows )
+{
+    Reorder( XListOtherRows( GetColumnSize(), inRows ) );
+}
+
+// ---- Reading values
+
+std::int32_t XPivotColumn::FindDataString( const XString& inValue ) const
+{
+    for ( std::uint32_t row = 0; row < GetColumnSize(); ++row )
+    {
+        if ( GetDataString( row ) == inValue )
+            return static_cast<std::int32_t>( row );
+    }
+    return -1;
+}
+
+XVector<double> XPivotColumn::GetFloatVector() const
+{
+    XVector<double> numbers;
+    for ( std::uint32_t row = 0; row < itsExists.size(); ++row )
+    {
+        if ( itsExists[row] )
+            numbers.push_back( GetDataFloat( row ) );
+    }
+    return numbers;
+}
+
+XVector<XString> XPivotColumn::GetStringVector() const
+{
+    XVector<XString> texts;
+    for ( std::uint32_t row = 0; row < GetColumnSize(); ++row )
+        texts.push_back( GetDataString( row ) );
+    return texts;
+}
+
+XVector<double> XPivotColumn::GetFloatSet() const
+{
+    XVector<double> numbers = GetFloatVector();
+    const auto firstNumber = std::partition(
+        numbers.begin(), numbers.end(), []( double inValue ) { return std::isnan( inValue ); } );
+    std::sort( firstNumber, numbers.end() );
+    numbers.erase( std::unique( firstNumber, numbers.end() ), numbers.end() );
+    if ( firstNumber - numbers.begin() > 1 )
+        numbers.erase( numbers.begin() + 1, firstNumber );
+    return numbers;
+}
+
+XVector<XString> XPivotColumn::GetStringSet() const
+{
+    XVector<XString> texts;
+    for ( std::uint32_t row = 0; row < itsExists.size(); ++row )
+    {
+        if ( itsExists[row] )
+            texts.push_back( GetDataString( row ) );
+    }
+    std::sort( texts.begin(), texts.end(), std::less<XString>() );
+    texts.erase( std::unique( texts.begin(), texts.end() ), texts.end() );
+    XSortTextsStably( texts );
+    return texts;
+}
+
+XPivotColumn::XFloatBlock XPivotColumn::GetFloatBlock(
+    std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const
+{
+    if ( inFirstRow >= itsExists.size() )
+        return { nullptr, nullptr, 0 };
+    const std::uint32_t left = static_cast<std::uint32_t>( itsExists.size() - inFirstRow );
+    const std::uint32_t count = std::min( { left, inMaxCount, kRowsPerBlock } );
+    ioScratch.resize( count );
+    for ( std::uint32_t i = 0; i < count; ++i )
+    {
+        if ( itsExists[inFirstRow + i] )
+            ioScratch[i] = GetDataFloat( inFirstRow + i );
+    }
+    return { ioScratch.data(), itsExists.data() + inFirstRow, count };
+}
+
+bool XPivotColumn::operator==( const XPivotColumn& inOther ) const
+{
+    if ( this == &inOther )
+        return true;
+    const std::uint32_t count = GetColumnSize();
+    if ( count != inOther.GetColumnSize() )
+        return false;
+    for ( std::uint32_t row = 0; row < count; ++row )
+    {
+        if ( GetNumberToCompare( row ) != inOther.GetNumberToCompare( row ) ||
+             GetDataString( row ) != inOther.GetDataString( row ) )
+            return false;
+    }
+    return true;
+}
+
+void XPivotColumn::NormaliseTo( double inReference, XPivotTableControlRelationship inRelationship )
+{
+    for ( std::uint32_t row = 0; row < itsExists.size() && IsNumeric(); ++row )
+    {
+        if ( !itsExists[row] )
+            continue;
+        const double value = XNormalisePivotNumber( GetDataFloat( row ), inReference, inRelationship );
+        SetData( value, static_cast<std::int32_t>( row ), !std::isnan( value ) );
+    }
+}
+
+// ---- Filtering
+
+bool XPivotColumn::DoesPassCompare(
+    double inValue, XPivotFilterRelationship inRelationship, double inReference )
+{
+    if ( inRelationship == kFilterContains )
+        return XFormatPivotNumber( inValue ).Contains( XFormatPivotNumber( inReference ) );
+    return XComparePivotValues( inValue, inRelationship, inReference );
+}
+
+bool XPivotColumn::DoesPassCompare(
+    const XString& inValue, XPivotFilterRelationship inRelationship, const XString& inReference )
+{
+    if ( inRelationship == kFilterContains )
+        return inValue.Contains( inReference );
+    return XComparePivotValues( inValue, inRelationship, inReference );
+}
+
+XVector<std::int32_t>
+XPivotColumn::Filter( XPivotFilterRelationship inRelationship, double inReference ) const
+{
+    XThread::TestCancelCurrentThread();
+    return XCollectPivotRows(
+        itsExists, [&]( std::uint32_t inRow ) { return DoesPass( inRow, inRelationship, inReference ); } );
+}
+
+XVector<std::int32_t>
+XPivotColumn::Filter( XPivotFilterRelationship inRelationship, const XString& inReference ) const
+{
+    XThread::TestCancelCurrentThread();
+    return XCollectPivotRows(
+        itsExists, [&]( std::uint32_t inRow ) { return DoesPass( inRow, inRelationship, inReference ); } );
+}
+
+// ---- Storage
+
+USize64 XPivotColumn::GetStreamUsage() const
+{
+    const USize64 versionsAndNumbers = 2 * sizeof( std::uint32_t ) + 3 * sizeof( std::uint32_t );
+    return versionsAndNumbers + itsDescriptor.GetStreamUsage() + itsExists.size();
+}
+
+void XPivotColumn::ReadStream2( XStream& inStream, XOptions inOptions )
+{
+    ReadCheckedVersion( inStream, XPivotColumn::GetClassVersion() );
+    itsDescriptor = ReadDescriptor( inStream, inOptions );
+    ReportDescriptorSet();
+    itsRevision = inStream.Read32();
+    itsVisibilityOptions = inStream.Read32();
+    ReadExists( inStream );
+}
+
+void XPivotColumn::WriteStream2( XStream& inStream, XOptions inOptions ) const
+{
+    inStream.WriteVersion( XPivotColumn::GetClassVersion() );
+    inStream.WriteObject( itsDescriptor, inOptions );
+    inStream.Write32( itsRevision );
+    inStream.Write32( itsVisibilityOptions );
+    inStream.Write32( static_cast<std::uint32_t>( itsExists.size() ) );
+    inStream.WriteBuffer8( itsExists.data(), itsExists.size() );
+}
+
+XPivotColumnDescriptor XPivotColumn::ReadDescriptor( XStream& inStream, XOptions inOptions )
+{
+    // Asked before the object is made, so that a file cannot nest columns in the place of descriptors.
+    const XVersion version = inStream.PeekVersion();
+    if ( XClassRegistry::IsRegistered( version ) &&
+         !XClassRegistry::IsA( version, XPivotColumnDescriptor::GetClassVersion() ) )
+        XThrow( kErrorStreamCorrupted );
+    const std::unique_ptr<XStorable> object( inStream.ReadObject( inOptions ) );
+    const auto* descriptor = dynamic_cast<const XPivotColumnDescriptor*>( object.get() );
+    if ( !descriptor )
+        XThrow( kErrorStreamCorrupted );
+    return *descriptor;
+}
+
+void XPivotColumn::ReadExists( XStream& inStream )
+{
+    const std::uint32_t count = inStream.Read32();
+    if ( count > kMaxRows )
+        XThrow( kErrorStreamCorrupted );
+    inStream.ReadCounted( itsExists, count );
+    if ( !XAreExistsFlags( itsExists ) )
+        XThrow( kErrorStreamCorrupted );
+}
+
+void XPivotColumn::WriteRuns( XStream& inStream ) const
+{
+    XPivotRunFinder finder( itsExists );
+    XPivotRun run;
+    while ( finder.Next( run ) )
+    {
+        inStream.Write32( run.length );
+        inStream.Write32( run.start );
+        WriteSparseColumnDataSelf( inStream, run.start, run.length );
+    }
+    inStream.Write32( 0 );
+}
+
+void XPivotColumn::ReadRuns( XStream& inStream, XOptions inOptions )
+{
+    XPivotRunFinder finder( itsExists );
+    XPivotRun run;
+    while ( const std::uint32_t length = inStream.Read32() )
+    {
+        const XPivotRun found = { inStream.Read32(), length };
+        if ( !finder.Next( run ) || found != run )
+            RefuseRun( inStream, found, inOptions );
+        ReadSparseColumnDataSelf( inStream, found.start, found.length );
+    }
+    if ( finder.Next( run ) )
+        XThrow( kErrorStreamCorrupted );
+}
+
+void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOptions inOptions )
+{
+    // A run outside the column is the class's own to report.
+    const bool isOuter = USize( inRun.start ) + inRun.length > itsExists.size();
+    if ( isOuter && !( inOptions & kRefuseOuterRuns ) )
+        ReadSparseColumnDataSelf( inStream, inRun.start, inRun.length );
+    XThrow( kErrorStreamCorrupted );
+}
+
+// ---- Names of IDs
+
+void XPivotColumn::RegisterID( XPivotColumnID inID, const XString& inName )
+{
+    XPivotColumnIDRegistry::Register( inID, inName );
+}
+
+void XPivotColumn::RegisterStandardIDs()
+{
+    XPivotColumnIDRegistry::RegisterStandard();
+}
+
+XString XPivotColumn::GetIDName( XPivotColumnID inID )
+{
+    return XPivotColumnIDRegistry::GetName( inID );
+}

@@ -1,0 +1,79 @@
+#include "Pivot/Columns/XPivotOpaqueColumn.h"
+
+#include "Core/Errors/XException.h"
+#include "Core/Streams/XMemStream.h"
+#include "Ground/XErrorNumbers.h"
+
+void XPivotOpaqueColumn::ReadContents( XStream& inStream, USize64 inLength )
+{
+    inStream.ReadCounted( itsContents, inLength );
+    itsByteOrder = inStream.GetByteOrder();
+    XMemStream contents( itsContents.data(), itsContents.size() );
+    contents.SetByteOrder( itsByteOrder );
+    try
+    {
+        contents.ReadVersion();
+        XPivotColumn::ReadStream2( contents );
+    }
+    catch ( const XException& error )
+    {
+        if ( error.GetErrorNumber() == kErrorEndOfFile )
+            XThrow( kErrorStreamCorrupted ); // the column is too short, not the stream
+        throw;
+    }
+    const auto rowCount = static_cast<std::uint32_t>( GetExistsVector().size() );
+    GetExists().clear(); // there are no values to be read here
+    itsTakesAnyRowCount = rowCount == 0;
+    TakeRowCount( rowCount );
+}
+
+void XPivotOpaqueColumn::WriteContents( XStream& inStream ) const
+{
+    inStream.WriteBuffer8( itsContents.data(), itsContents.size() );
+}
+
+void XPivotOpaqueColumn::LetGoUnless( bool inIsUnchanged )
+{
+    if ( !inIsUnchanged )
+        itsContents = XVector<std::uint8_t>();
+}
+
+void XPivotOpaqueColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount )
+{
+    XPivotUnknownColumn::InsertEmptyRows( inRowIndex, inCount );
+    LetGoUnless( inCount == 0 );
+}
+
+void XPivotOpaqueColumn::ResizeRows( std::uint32_t inRowCount )
+{
+    const bool isUnchanged = inRowCount == GetColumnSize();
+    XPivotUnknownColumn::ResizeRows( inRowCount );
+    LetGoUnless( isUnchanged );
+}
+
+void XPivotOpaqueColumn::DeleteItems( std::uint32_t inFirst, std::uint32_t inCount )
+{
+    XPivotUnknownColumn::DeleteItems( inFirst, inCount );
+    LetGoUnless( inCount == 0 );
+}
+
+void XPivotOpaqueColumn::RemoveDuplicates( XVector<std::uint32_t>& outRows )
+{
+    LetGoUnless( GetColumnSize() == 0 );
+    XPivotUnknownColumn::RemoveDuplicates( outRows );
+}
+
+void XPivotOpaqueColumn::DuplicateAllValues( std::uint32_t inCount, bool inInterleaved )
+{
+    XPivotUnknownColumn::DuplicateAllValues( inCount, inInterleaved );
+    LetGoUnless( inCount == 1 );
+}
+
+void XPivotOpaqueColumn::Reorder( const XVector<std::uint32_t>& inOrder )
+{
+    bool isUnchanged = inOrder.size() == GetColumnSize();
+    for ( std::uint32_t row = 0; row < inOrder.size() && isUnchanged; ++row )
+        isUnchanged = inOrder[row] == row;
+    XPivotUnknownColumn::Reorder( inOrder );
+    LetGoUnless( isUnchanged );
+}

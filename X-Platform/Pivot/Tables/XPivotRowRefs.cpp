@@ -1,0 +1,148 @@
+#include "Pivot/Tables/XPivotRowRefs.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace
+{
+/// Different in every process, so that nobody can make a file whose identifiers all fall into one bucket.
+std::uint64_t MakeSeed()
+{
+    static int sObject;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    return static_cast<std::uint64_t>( now ) ^ reinterpret_cast<std::uintptr_t>( &sObject ) << 16;
+}
+
+const std::uint64_t sSeed = MakeSeed();
+
+/// Both halves of the product, so that every bit of either factor counts in the low bits too.
+std::uint64_t Multiply( std::uint64_t inLeft, std::uint64_t inRight )
+{
+    __extension__ using XProduct = unsigned __int128;
+    const XProduct product = static_cast<XProduct>( inLeft ) * inRight;
+    return static_cast<std::uint64_t>( product ) ^ static_cast<std::uint64_t>( product >> 64 );
+}
+
+std::uint32_t Hash( const XUUID& inUUID )
+{
+    std::uint64_t halves[2];
+    std::memcpy( halves, inUUID.GetBytes(), sizeof halves );
+    constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
+    return static_cast<std::uint32_t>(
+        Multiply( Multiply( halves[0] ^ sSeed, kOdd ) ^ halves[1], sSeed | 1 ) );
+}
+} // namespace
+
+XPivotRowRefs::XPivotRowRefs() : itsBuckets( kFirstBuckets ) {}
+
+XPivotRowRefs::XPlace XPivotRowRefs::Find( const XUUID& inUUID ) const
+{
+    const std::uint32_t hash = Hash( inUUID );
+    std::size_t at = hash & ( itsBuckets.size() - 1 );
+    for ( ;; at = GetNext( at ) )
+    {
+        const XBucket& bucket = itsBuckets[at];
+        for ( std::uint32_t i = 0; i < bucket.used; ++i )
+        {
+            if ( bucket.hashes[i] == hash && itsRecords[bucket.places[i]].uuid == inUUID )
+                return bucket.places[i];
+        }
+        if ( bucket.passed == 0 )
+            return kNoPlace;
+    }
+}
+
+XPivotRowRefs::XPlace XPivotRowRefs::FindOrAdd( const XUUID& inUUID )
+{
+    const XPlace found = Find( inUUID );
+    if ( found != kNoPlace )
+        return found;
+    if ( itsSize >= itsBuckets.size() * kMostPerBucket )
+        AddBuckets();
+    const XPlace place = TakePlace();
+    itsRecords[place].uuid = inUUID;
+    Enter( Hash( inUUID ), place );
+    ++itsSize;
+    return place;
+}
+
+XPivotRowRefs::XPlace XPivotRowRefs::TakePlace()
+{
+    if ( itsFreePlaces.empty() )
+    {
+        itsRecords.emplace_back();
+        return static_cast<XPlace>( itsRecords.size() - 1 );
+    }
+    const XPlace place = itsFreePlaces.back();
+    itsFreePlaces.pop_back();
+    return place;
+}
+
+void XPivotRowRefs::Enter( std::uint32_t inHash, XPlace inPlace )
+{
+    std::size_t at = inHash & ( itsBuckets.size() - 1 );
+    for ( ; itsBuckets[at].used == kEntries; at = GetNext( at ) )
+        ++itsBuckets[at].passed;
+    XBucket& bucket = itsBuckets[at];
+    bucket.hashes[bucket.used] = inHash;
+    bucket.places[bucket.used++] = inPlace;
+}
+
+XPivotRowRefs::XPlace XPivotRowRefs::FindUserVisibleID( std::uint32_t inID ) const
+{
+    const XPlace place = inID < itsPlacesByID.size() ? itsPlacesByID[inID] : kNoPlace;
+    if ( place != kNoPlace && itsRecords[place].userVisibleID == inID )
+        return place;
+    const auto found = itsPlacesOfHighIDs.find( inID );
+    return found == itsPlacesOfHighIDs.end() ? kNoPlace : found->second;
+}
+
+/// IDs are given in their order, so most are not much higher than there are places.
+void XPivotRowRefs::SetUserVisibleID( XPlace inPlace, std::uint32_t inID )
+{
+    itsPlacesOfHighIDs.erase( itsRecords[inPlace].userVisibleID );
+    if ( inID != 0 && inID >= itsPlacesByID.size() && inID <= kMostIDsPerPlace * itsRecords.size() )
+        itsPlacesByID.resize( std::size_t( inID ) + 1, kNoPlace );
+    if ( inID != 0 && inID < itsPlacesByID.size() )
+        itsPlacesByID[inID] = inPlace;
+    else if ( inID != 0 )
+        itsPlacesOfHighIDs[inID] = inPlace;
+    itsRecords[inPlace].userVisibleID = inID;
+}
+
+void XPivotRowRefs::Remove( XPlace inPlace )
+{
+    if ( !itsPlacesOfHighIDs.empty() )
+        itsPlacesOfHighIDs.erase( itsRecords[inPlace].userVisibleID );
+    itsFreePlaces.push_back( inPlace );
+    const std::uint32_t hash = Hash( itsRecords[inPlace].uuid );
+    itsRecords[inPlace] = XRecord();
+    --itsSize;
+    for ( std::size_t at = hash & ( itsBuckets.size() - 1 );; at = GetNext( at ) )
+    {
+        XBucket& bucket = itsBuckets[at];
+        const XPlace* end = bucket.places + bucket.used;
+        const std::ptrdiff_t i =
+            std::find( bucket.places, bucket.places + bucket.used, inPlace ) - bucket.places;
+        if ( bucket.places + i == end )
+        {
+            --bucket.passed;
+            continue;
+        }
+        --bucket.used;
+        bucket.hashes[i] = bucket.hashes[bucket.used];
+        bucket.places[i] = bucket.places[bucket.used];
+        return;
+    }
+}
+
+void XPivotRowRefs::AddBuckets()
+{
+    XVector<XBucket> buckets( itsBuckets.size() * 2 );
+    itsBuckets.swap( buckets );
+    for ( const XBucket& bucket : buckets )
+    {
+        for ( std::uint32_t i = 0; i < bucket.used; ++i )
+            Enter( bucket.hashes[i], bucket.places[i] );
+    }
+}

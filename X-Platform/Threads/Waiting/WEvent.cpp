@@ -1,0 +1,78 @@
+#include "Threads/Waiting/WEvent.h"
+
+#include "Threads/Waiting/Internal/WParkCounted.h"
+
+namespace
+{
+
+constexpr std::uint32_t kIsSet = 1;
+constexpr std::uint32_t kOneSleeper = 2;
+
+} // namespace
+
+WEvent::WEvent( Reset inReset, bool inIsSet )
+    : itsResetsByWait( inReset == kResetByWait ), itsState( inIsSet ? 1 : 0 )
+{
+}
+
+void WEvent::Set()
+{
+    std::uint32_t state = itsState.load( std::memory_order_relaxed );
+    while ( state < kOneSleeper )
+    {
+        if ( itsState.compare_exchange_weak(
+                 state, kIsSet, std::memory_order_acq_rel, std::memory_order_relaxed ) )
+            return;
+    }
+    SetAndRelease();
+}
+
+/// One step to every other thread: once the event is set it may be gone, and another that has its address must not have
+/// its sleepers released.
+void WEvent::SetAndRelease()
+{
+    const bool releasesAll = !itsResetsByWait;
+    WParkingQueue queue( &itsState );
+    itsState.fetch_or( kIsSet, std::memory_order_acq_rel );
+    while ( WParkingNode* node = queue.TakeFirst() )
+    {
+        node->Release();
+        if ( !releasesAll )
+            return;
+    }
+}
+
+void WEvent::Clear()
+{
+    itsState.fetch_and( ~kIsSet, std::memory_order_acq_rel );
+}
+
+bool WEvent::IsSet() const
+{
+    return ( itsState.load( std::memory_order_acquire ) & kIsSet ) != 0;
+}
+
+WWaitResult WEvent::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    if ( TryWait() )
+        return kWaitSucceeded;
+    if ( inTimeoutMs == 0 )
+        return kWaitTimedOut;
+    const WDeadline deadline( inTimeoutMs );
+    for ( ;; )
+    {
+        const WWaitResult result = WParkCounted( itsState, kOneSleeper, kIsSet, deadline, inAlertable );
+        // Who was released from a manual event has seen it set, even if it was cleared again since.
+        if ( TryWait() || ( result == kWaitSucceeded && !itsResetsByWait ) )
+            return kWaitSucceeded;
+        if ( result != kWaitSucceeded )
+            return result;
+    }
+}
+
+bool WEvent::TryWait()
+{
+    if ( !IsSet() )
+        return false;
+    return !itsResetsByWait || ( itsState.fetch_and( ~kIsSet, std::memory_order_acq_rel ) & kIsSet ) != 0;
+}

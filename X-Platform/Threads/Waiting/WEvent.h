@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Ground/WWaitResult.h"
+
+#include <atomic>
+
+/// A flag that threads wait for. A manual event stays set, for everybody, until it is reset; an automatic one
+/// lets one wait succeed and is reset by it.
+/// Threads: any thread may call anything; a thread whose wait succeeded may destroy the event at once.
+class KORVALE_API WEvent
+{
+public:
+    enum Reset : bool
+    {
+        kResetByHand,
+        kResetByWait
+    };
+
+    explicit WEvent( Reset inReset = kResetByHand, bool inIsSet = false );
+    WEvent( const WEvent& ) = delete;
+    WEvent& operator=( const WEvent& ) = delete;
+
+    void Set();
+    void Clear();
+    bool IsSet() const;
+
+    /// Waits up to `inTimeoutMs` for the event to be set. An alertable wait also ends when the thread is
+    /// alerted (WThread::Wake).
+    WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+
+private:
+    void SetAndRelease();
+    bool TryWait();
+
+    const bool itsResetsByWait;
+    std::atomic<std::uint32_t> itsState; // bit 0 set; the threads that sleep, times two
+};

@@ -1,0 +1,64 @@
+#include "Threads/Waiting/WSemaphore.h"
+
+#include "Threads/Waiting/Internal/WParkCounted.h"
+
+namespace
+{
+
+constexpr std::uint64_t kOneSleeper = std::uint64_t( 1 ) << 32;
+constexpr std::uint64_t kUnits = kOneSleeper - 1;
+
+std::uint32_t GetUnits( std::uint64_t inState )
+{
+    return static_cast<std::uint32_t>( inState );
+}
+
+} // namespace
+
+void WSemaphore::Signal( std::uint32_t inCount )
+{
+    // From here on the semaphore may be gone; its address still names the queue.
+    if ( itsState.fetch_add( inCount, std::memory_order_acq_rel ) < kOneSleeper )
+        return;
+    for ( std::uint32_t released = 0; released < inCount; ++released )
+    {
+        WParkingNode* node = WParkingQueue( &itsState ).TakeFirst();
+        if ( !node )
+            return;
+        node->Release();
+    }
+}
+
+bool WSemaphore::TryWait()
+{
+    std::uint64_t state = itsState.load( std::memory_order_relaxed );
+    while ( GetUnits( state ) != 0 )
+    {
+        if ( itsState.compare_exchange_weak(
+                 state, state - 1, std::memory_order_acquire, std::memory_order_relaxed ) )
+            return true;
+    }
+    return false;
+}
+
+WWaitResult WSemaphore::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
+{
+    if ( TryWait() )
+        return kWaitSucceeded;
+    if ( inTimeoutMs == 0 )
+        return kWaitTimedOut;
+    const WDeadline deadline( inTimeoutMs );
+    for ( ;; )
+    {
+        const WWaitResult result = WParkCounted( itsState, kOneSleeper, kUnits, deadline, inAlertable );
+        if ( TryWait() )
+            return kWaitSucceeded;
+        if ( result != kWaitSucceeded )
+            return result;
+    }
+}
+
+std::uint32_t WSemaphore::GetCount() const
+{
+    return GetUnits( itsState.load( std::memory_order_relaxed ) );
+}

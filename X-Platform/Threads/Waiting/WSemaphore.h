@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Ground/WWaitResult.h"
+
+#include <atomic>
+
+/// A counting semaphore. A unit goes to whoever takes it first; among threads that sleep the one that has
+/// waited longest is woken first. Needs nothing of the system until a thread has to sleep.
+/// Threads: any thread may signal and wait; a thread that got its unit may destroy the semaphore at once.
+class KORVALE_API WSemaphore
+{
+public:
+    explicit WSemaphore( std::uint32_t inInitialCount = 0 ) : itsState( inInitialCount ) {}
+    WSemaphore( const WSemaphore& ) = delete;
+    WSemaphore& operator=( const WSemaphore& ) = delete;
+
+    /// Adds `inCount` units. The units held at any moment stay below 2^31.
+    void Signal( std::uint32_t inCount = 1 );
+
+    /// Takes a unit, waiting up to `inTimeoutMs` for one. An alertable wait also ends, without a unit, when
+    /// the thread is alerted (WThread::Wake).
+    WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+
+    bool TryWait();
+
+    /// The units left just now.
+    std::uint32_t GetCount() const;
+
+private:
+    std::atomic<std::uint64_t> itsState; // units in the low half, sleeping threads in the high half
+};
