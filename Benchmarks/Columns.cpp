@@ -130,7 +130,7 @@ BENCHMARK_CAPTURE( FilterBranchless, 45, kFortyFivePercent )
     ->Name( "Filter/branchless_loop/45" )
     ->Unit( benchmark::kMillisecond );
 
-// ---- Reductions
+// ---- Aggregates
 
 using XTypes = std::initializer_list<XPivotTableAccumulator::XPivotTableAccumulatorType>;
 

@@ -1,14 +1,14 @@
 // Finding and measuring objects: the labelling beside OpenCV's, on planes of round objects and of noise; and the whole
 // command, from a file of 64 pages to a CSV file, beside itself with one worker and a script on scikit-image.
 
-#include "Imaging/ObjectFinder.h"
+#include "Imaging/ConnectedComponents.h"
 #include "Program/Program.h"
 #include "Startup/WInitCore.h"
 
 #include "Images/WImageFile.h"
-#include "Imaging/SampleStack.h"
+#include "Imaging/OtsuThreshold.h"
+#include "Imaging/SyntheticStack.h"
 #include "Imaging/TIFFWriter.h"
-#include "Imaging/Threshold.h"
 #include "Threads/XThread.h"
 
 #include <benchmark/benchmark.h>
@@ -48,7 +48,7 @@ SampleSettings GetSettings()
 
 WImagePage MakePlane( int inPlane )
 {
-    auto page = SampleStack( GetSettings() ).DrawPlane();
+    auto page = SyntheticStack( GetSettings() ).DrawPlane();
     if ( inPlane == kObjects )
         return page;
     std::mt19937 random( 1 );
@@ -119,7 +119,7 @@ public:
         std::filesystem::create_directories( itsFolder );
         WFile file( GetStack(), WFile::kCreate );
         TIFFWriter writer( file );
-        SampleStack stack( GetSettings() );
+        SyntheticStack stack( GetSettings() );
         for ( std::uint32_t page = 0; page < kPages; ++page )
             writer.WritePage( stack.DrawPlane() );
     }

@@ -51,7 +51,7 @@ void ReadPages()
 }
 
 /// As samples of every type, whatever the file says of them.
-void ReadBlocks( WImageForm::SampleType inType )
+void ReadBlocks( WImageFormat::SampleType inType )
 {
     constexpr std::uint32_t kMostPixels = 1 << 16, kMostChannels = 8;
     const WFile file( GetPath(), WFile::kRead );
@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t i
     static const WInitCore sCore;
     WriteFile( inData, inSize );
     Try( ReadPages );
-    for ( const auto type : { WImageForm::kUInt8, WImageForm::kUInt16, WImageForm::kFloat32 } )
+    for ( const auto type : { WImageFormat::kUInt8, WImageFormat::kUInt16, WImageFormat::kFloat32 } )
         Try( [&] { ReadBlocks( type ); } );
     std::filesystem::remove( GetPath() );
     return 0;

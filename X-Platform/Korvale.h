@@ -1,19 +1,17 @@
 #pragma once
 
-/// Every public header of the library, floor by floor.
+/// Every public header of the library, room by room.
 
-// What the interfaces below name of the system, and the main loop's handle
-#include "Core/Errors/WCOMException.h"
-#include "Core/Errors/WDirectXException.h"
-#include "Core/Errors/WLastErrorException.h"
-#include "Core/Errors/WNTStatusException.h"
-#include "Core/Errors/WSystemException.h"
+// How to fail, error numbers
+#include "Ground/XErrorNumbers.h"
+
+// What the interfaces below name of the system
 #include "Files/WFile.h"
 #include "Files/WFilePath.h"
 #include "Files/WFolders.h"
+#include "Files/WPendingFiles.h"
 #include "Files/WReplaceFile.h"
 #include "Files/WTemporaryFile.h"
-#include "Files/WUnfinishedFiles.h"
 #include "Memory/WFileMapping.h"
 #include "Process/WMainLoop.h"
 #include "System/WCodePage.h"
@@ -21,11 +19,14 @@
 #include "System/WProcessors.h"
 #include "System/WSystemError.h"
 #include "System/WUUID.h"
-#include "Threads/Waiting/WEvent.h"
-#include "Threads/Waiting/WSemaphore.h"
 #include "Time/WClock.h"
 
 // Core
+#include "Core/Errors/WCOMException.h"
+#include "Core/Errors/WDirectXException.h"
+#include "Core/Errors/WLastErrorException.h"
+#include "Core/Errors/WNTStatusException.h"
+#include "Core/Errors/WSystemException.h"
 #include "Core/Errors/XErrorLog.h"
 #include "Core/Errors/XException.h"
 #include "Core/Errors/XInternalErrorHandlers.h"
@@ -49,9 +50,10 @@
 #include "Core/Times/XTime.h"
 #include "Core/Times/XTimePeriod.h"
 #include "Core/Times/XTimer.h"
-#include "Ground/XErrorNumbers.h"
 
 // Threads
+#include "Threads/Waiting/WEvent.h"
+#include "Threads/Waiting/WSemaphore.h"
 #include "Threads/XCheckpoint.h"
 #include "Threads/XConditionVariable.h"
 #include "Threads/XDataFetcher.h"
@@ -74,7 +76,7 @@
 #include "Threads/XThreadYield.h"
 #include "Threads/XWaitResult.h"
 
-// Services
+// The session log
 #include "Services/XSessionLogEntry.h"
 #include "Services/XSessionLogManager.h"
 
@@ -96,7 +98,7 @@
 #include "Messaging/XRemoteMessage.h"
 #include "Messaging/XSpeaker.h"
 
-// Jobs
+// Progress and jobs
 #include "Jobs/XJob.h"
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XJobQueue.h"
@@ -123,7 +125,7 @@
 #include "Memory/XMemoryManagerListener.h"
 #include "Memory/XResourceTracker.h"
 
-// Pivot
+// Measurement tables
 #include "Pivot/Accumulators/XPivotColumnSummary.h"
 #include "Pivot/Accumulators/XPivotTableAccumulator.h"
 #include "Pivot/Columns/Internal/XPivotTextPool.h"
@@ -161,6 +163,6 @@
 #include "Network/XNetStream.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 
-// Startup
+// What a process constructs first
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"

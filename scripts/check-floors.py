@@ -30,7 +30,7 @@ ROOMS = [
 # Parts of classes with twins that are the same on every system.
 WITHOUT_TWINS = {"WCanvas", "WDeflateUnpacker", "WImageFile", "WLZWUnpacker", "WPackBitsUnpacker", "WSystemAddress",
                  "WTIFFBlockReader", "WTIFFDirectory", "WTIFFFile", "WTIFFPackedBytes", "WTIFFPredictor", "WTIFFUnpacker",
-                 "WThreadBody", "WThreadManager", "WUnfinishedFiles"}
+                 "WThreadBody", "WThreadManager", "WPendingFiles"}
 
 
 def room_of(path: pathlib.Path) -> str:

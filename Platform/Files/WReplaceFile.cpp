@@ -1,7 +1,7 @@
 #include "Files/WReplaceFile.h"
 
 #include "Files/WFilePath.h"
-#include "Files/WUnfinishedFiles.h"
+#include "Files/WPendingFiles.h"
 #include "Ground/XFail.h"
 #include "System/WSystemError.h"
 
@@ -56,14 +56,14 @@ template<class Make>
 fs::path MakeUnfinished( const fs::path& inTarget, const Make& inMake )
 {
     auto path = inTarget.parent_path() / MakeTemporaryName();
-    WUnfinishedFiles::Add( path );
+    WPendingFiles::Add( path );
     try
     {
         inMake( path );
     }
     catch ( ... )
     {
-        WUnfinishedFiles::Forget( path );
+        WPendingFiles::Forget( path );
         throw;
     }
     return path;
@@ -74,7 +74,7 @@ void RemoveUnfinished( const fs::path& inPath )
     if ( inPath.empty() )
         return;
     WFilePath::Remove( inPath );
-    WUnfinishedFiles::Forget( inPath );
+    WPendingFiles::Forget( inPath );
 }
 
 } // namespace
@@ -106,7 +106,7 @@ WReplaceFile::~WReplaceFile()
         return;
     itsFile = WFile();
     EndUnnamed();
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     RemoveUnfinished( itsPath ); // Once it is committed, nothing has that name.
     RemoveUnfinished( itsOldPath );
 }
@@ -130,7 +130,7 @@ void WReplaceFile::CheckExistingTarget() const
 
 void WReplaceFile::CreateNamed()
 {
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     itsPath = MakeUnfinished(
         itsTarget, [&]( const fs::path& inPath ) { itsFile.Open( inPath, WFile::kCreateNew ); } );
     CopyPermissions( itsPath );
@@ -146,7 +146,7 @@ void WReplaceFile::CopyPermissions( const fs::path& inPath ) const noexcept
 
 void WReplaceFile::GiveName()
 {
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     itsPath =
         MakeUnfinished( itsTarget, [&]( const fs::path& inPath ) { CheckError( Link( itsFile, inPath ) ); } );
     CopyPermissions( itsPath );
@@ -174,7 +174,7 @@ void WReplaceFile::Commit()
     Complete();
     if ( !itsIsDirect )
     {
-        const auto hold = WUnfinishedFiles::Hold();
+        const auto hold = WPendingFiles::Hold();
         CheckExistingTarget();
         if ( itsIsUnnamed )
             GiveName();
@@ -192,7 +192,7 @@ void WReplaceFile::KeepOld()
     if ( itsIsDirect || !itsOldPath.empty() || !WFilePath::Exists( itsTarget ) )
         return;
     CheckReplaceable( itsTarget ); // Else the second name might have to stay.
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     itsOldPath = MakeUnfinished(
         itsTarget, [&]( const fs::path& inPath ) { CheckError( LinkOrMove( itsTarget, inPath ) ); } );
 }
@@ -201,7 +201,7 @@ void WReplaceFile::Undo() noexcept
 {
     if ( itsIsDirect )
         return;
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     if ( itsIsCommitted )
     {
         if ( LinkOrMove( itsTarget, itsPath ) )
@@ -217,7 +217,7 @@ void WReplaceFile::LeaveOld() noexcept
 {
     if ( itsOldPath.empty() )
         return;
-    WUnfinishedFiles::Forget( itsOldPath );
+    WPendingFiles::Forget( itsOldPath );
     itsOldPath.clear();
 }
 
@@ -237,7 +237,7 @@ fs::path WReplaceFile::KeepNew()
 {
     XAssert( !itsIsCommitted && !itsIsDirect );
     constexpr int kMostNames = 1000;
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     auto start = itsTarget;
     std::error_code error;
     for ( int number = 1; number < kMostNames; ++number )

@@ -11,7 +11,7 @@
 /// process ends. Only in the moment of taking its place, and in that of CheckTarget, it has a hidden name beside its
 /// target, `.korvale-*.tmp`, which stays if the process is killed just then. Elsewhere (on Windows, on file systems
 /// without unnamed files, and for files beyond the limit) it has that name from the start, and is one of the
-/// WUnfinishedFiles: it stays whenever the process is killed. An unnamed file holds a descriptor until it takes its
+/// WPendingFiles: it stays whenever the process is killed. An unnamed file holds a descriptor until it takes its
 /// place, so there are at most
 /// `kMostUnnamed` at a time, and at most a quarter of the descriptors that the process may have.
 /// Failures throw WLastErrorException.

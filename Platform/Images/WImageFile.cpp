@@ -34,7 +34,7 @@ bool IsTIFF( std::string_view inSignature )
 }
 } // namespace
 
-bool WImageForm::HasLayoutOf( const WImageForm& inOther ) const
+bool WImageFormat::HasSameLayout( const WImageFormat& inOther ) const
 {
     return width == inOther.width && height == inOther.height && channels == inOther.channels &&
         type == inOther.type;

@@ -17,7 +17,7 @@ public:
 };
 
 /// The form of a two-dimensional image: its size, and what its samples are.
-struct WImageForm
+struct WImageFormat
 {
     enum SampleType
     {
@@ -40,12 +40,12 @@ struct WImageForm
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
 
     /// True when both have as many samples of the same type, row by row, whatever their resolution.
-    bool HasLayoutOf( const WImageForm& inOther ) const;
+    bool HasSameLayout( const WImageFormat& inOther ) const;
 };
 
 /// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
 /// by side, in the byte order of the machine.
-struct WImagePage : WImageForm
+struct WImagePage : WImageFormat
 {
     /// The bytes of the samples. What deletes them gives them back to whom they came from.
     using Samples = std::unique_ptr<std::byte[], std::function<void( std::byte* )>>;

@@ -94,7 +94,7 @@ WImagePage::SampleType GetSampleType( const Tags& inTags )
 }
 
 /// Refuses samples that are no brightness and cannot be made one.
-void CheckColours( const Tags& inTags, const WImageForm& inForm )
+void CheckColours( const Tags& inTags, const WImageFormat& inForm )
 {
     const auto photometric = GetPhotometric( inTags );
     switch ( photometric )
@@ -111,11 +111,11 @@ void CheckColours( const Tags& inTags, const WImageForm& inForm )
                 "its colours are stored as brightness and differences in planes of their own" );
         return;
     case kWhiteIsZero:
-        if ( inForm.channels > 1 || inForm.type == WImageForm::kFloat32 )
+        if ( inForm.channels > 1 || inForm.type == WImageFormat::kFloat32 )
             throw WImageError( "white is 0, which only 8- or 16-bit samples alone in their pixel may have" );
         return;
     case kPalette:
-        if ( inForm.channels > 1 || inForm.type != WImageForm::kUInt8 )
+        if ( inForm.channels > 1 || inForm.type != WImageFormat::kUInt8 )
             throw WImageError( "its samples are places in a palette (only those of 8 bits can be read)" );
         return;
     default:
@@ -182,7 +182,7 @@ void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WIm
 }
 
 /// Refuses tiles that are much larger than their page: each takes memory beside it.
-void CheckTileSize( const Tags& inTags, const WImageForm& inForm )
+void CheckTileSize( const Tags& inTags, const WImageFormat& inForm )
 {
     constexpr std::uint64_t kAlwaysAllowed = 64 * 1024 * 1024;
     if ( !inTags.Has( Tags::kTileOffsets ) )

@@ -50,25 +50,25 @@ void SumRow( T* ioSamples, std::size_t inCount, std::size_t inChannels )
 }
 
 /// PackBits has no differences by its own rules. Programs disagree about a file that declares some.
-void CheckKind( std::uint64_t inKind, std::uint64_t inCompression, WImageForm::SampleType inType )
+void CheckKind( std::uint64_t inKind, std::uint64_t inCompression, WImageFormat::SampleType inType )
 {
     const auto name = "predictor " + std::to_string( inKind );
     if ( inCompression == WTIFFUnpacker::kPackBits )
         throw WImageError( "its samples have " + name + ", which is not for PackBits" );
     if ( inKind != 2 && inKind != 3 )
         throw WImageError( "its samples have " + name + " (expected 1, 2 or 3)" );
-    if ( inKind == 3 && inType != WImageForm::kFloat32 )
+    if ( inKind == 3 && inType != WImageFormat::kFloat32 )
         throw WImageError( "its samples have " + name + ", which is for float samples" );
 }
 } // namespace
 
 WTIFFPredictor::WTIFFPredictor(
-    const WTIFFDirectory& inTags, bool inIsSwapped, WImageForm::SampleType inType, std::uint64_t inWidth,
+    const WTIFFDirectory& inTags, bool inIsSwapped, WImageFormat::SampleType inType, std::uint64_t inWidth,
     std::uint32_t inChannels )
     : itsIsSwapped( inIsSwapped ), itsSampleSize(
-                                       inType == WImageForm::kUInt8        ? 1
-                                           : inType == WImageForm::kUInt16 ? 2
-                                                                           : 4 ),
+                                       inType == WImageFormat::kUInt8        ? 1
+                                           : inType == WImageFormat::kUInt16 ? 2
+                                                                             : 4 ),
       itsSamples( inWidth * inChannels ), itsChannels( inChannels )
 {
     const auto compression = inTags.GetNumber( WTIFFDirectory::kCompression, WTIFFUnpacker::kNone );

@@ -11,8 +11,8 @@ public:
     /// For blocks of `inWidth` pixels of `inChannels` each. Throws WImageError for differences that are unknown or do not
     /// go with the samples.
     WTIFFPredictor(
-        const WTIFFDirectory& inTags, bool inIsSwapped, WImageForm::SampleType inType, std::uint64_t inWidth,
-        std::uint32_t inChannels );
+        const WTIFFDirectory& inTags, bool inIsSwapped, WImageFormat::SampleType inType,
+        std::uint64_t inWidth, std::uint32_t inChannels );
 
     /// Rows that lie one after the other.
     void Undo( std::byte* ioRows, std::uint64_t inRows );

@@ -31,7 +31,7 @@ bool WInterrupt::IsRequested() noexcept
     return sIsRequested.load( std::memory_order_relaxed ) && !sIsTooLate;
 }
 
-void WInterrupt::SetTooLate() noexcept
+void WInterrupt::DisableAbort() noexcept
 {
     sIsTooLate = true;
 }

@@ -37,7 +37,7 @@ public:
     static bool IsRequested() noexcept;
 
     /// The work is done.
-    static void SetTooLate() noexcept;
+    static void DisableAbort() noexcept;
 
 private:
     enum Event

@@ -1,5 +1,5 @@
 #include "Core/Times/XTimer.h"
-#include "Imaging/BackgroundSums.h"
+#include "Imaging/BackgroundAccumulator.h"
 #include "Imaging/TIFFWriter.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
@@ -63,7 +63,7 @@ protected:
     void ExpectSaved( const std::string& inName, const WImagePage& inBackground )
     {
         const auto saved = WImageFile::Open( itsFolder / inName )->ReadPage( 0 );
-        ASSERT_TRUE( saved.HasLayoutOf( inBackground ) );
+        ASSERT_TRUE( saved.HasSameLayout( inBackground ) );
         EXPECT_EQ( std::memcmp( saved.samples.get(), inBackground.samples.get(), saved.GetByteCount() ), 0 );
     }
 
@@ -166,10 +166,10 @@ TEST_F( Background, IsWhatThePlainDefinitionSays )
 TEST_F( Background, SumsMorePagesThanFitInto32Bits )
 {
     const auto page = MakePage<std::uint16_t>( 2, { 65535, 1 } );
-    WorkingMemory memory;
+    PageMemory memory;
     for ( const auto pages : { 65537u, 65538u, 200001u } )
     {
-        const auto sums = BackgroundSums::Make( BackgroundKind::kMean, page, pages, memory );
+        const auto sums = BackgroundAccumulator::Make( BackgroundKind::kMean, page, pages, memory );
         for ( std::uint32_t i = 0; i < pages; ++i )
             sums->Add( page, 0, 2 );
         auto background = MakePage<std::uint16_t>( 2, { 0, 0 } );
@@ -225,7 +225,7 @@ TEST_F( Background, WaitsForMemoryThatOthersHaveLocked )
     const MemoryBudget budget( 4 * kUnit );
     Listener listener;
     XMemoryManager::GetManager()->AddListener( &listener );
-    WorkingMemory memory;
+    PageMemory memory;
     auto held = memory.Allocate( 3 * kUnit );
     std::atomic<bool> isAsking = false;
     std::thread other(

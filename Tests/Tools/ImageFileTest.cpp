@@ -209,10 +209,10 @@ TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
 
 TEST_F( ImageFile, IsClassicUnlessTheSizeForbidsIt )
 {
-    WImageForm form;
+    WImageFormat form;
     form.width = form.height = 2048;
     form.channels = 1;
-    form.type = WImageForm::kUInt16;
+    form.type = WImageFormat::kUInt16;
     EXPECT_EQ( TIFFWriter::GetFormat( form, 511 ), TIFFWriter::kClassic );
     EXPECT_EQ( TIFFWriter::GetFormat( form, 512 ), TIFFWriter::kBig );
     form.channels = 20000; // The values of such a directory take more room than one plane.

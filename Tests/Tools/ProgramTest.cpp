@@ -1,8 +1,8 @@
 #include "Imaging/TIFFWriter.h"
 #include "Outputs/OutputFiles.h"
 #include "ProgramRun.h"
-#include "Support/AnsiText.h"
 #include "Support/FilePaths.h"
+#include "Support/TextEncoding.h"
 #include "TestImages.h"
 #include "TestPages.h"
 

@@ -26,13 +26,13 @@ WImagePage MakePage( std::uint32_t inWidth, const std::vector<T>& inSamples, std
 
 /// The samples of the first page of a TIFF file, of that form, unpacked without the system's libraries whatever they are
 /// good at.
-inline WImagePage ReadBlocks( const std::filesystem::path& inPath, const WImageForm& inForm )
+inline WImagePage ReadBlocks( const std::filesystem::path& inPath, const WImageFormat& inForm )
 {
     const WFile file( inPath, WFile::kRead );
     const auto header = WTIFFHeader::Read( file );
     const WTIFFDirectory tags( file, header, header.firstDirectory );
     WImagePage page;
-    static_cast<WImageForm&>( page ) = inForm;
+    static_cast<WImageFormat&>( page ) = inForm;
     page.Allocate( std::numeric_limits<std::uint64_t>::max() );
     WTIFFBlockReader( file, header, tags, page ).Read( []( double ) {} );
     return page;

@@ -54,7 +54,8 @@ void XHeapMemory::Reallocate( USize64 inSize )
         return itsData ? itsManager.ReallocateHeap( itsData, before, inSize, itsAlignment )
                        : itsManager.AllocateHeap( inSize, itsAlignment );
     };
-    itsReservation.SetAround( inSize, [&] { itsData = XAllocateWithRetry( itsManager, inSize, allocate ); } );
+    itsReservation.ReserveDuring(
+        inSize, [&] { itsData = XAllocateWithRetry( itsManager, inSize, allocate ); } );
 }
 
 /// Does not fail: what the heap does not take back stays behind the bytes.

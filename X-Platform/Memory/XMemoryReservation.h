@@ -24,7 +24,7 @@ public:
     /// The same around work that needs the bytes, and still those it had, in the meantime. When the work throws, everything
     /// is as it was.
     template<class TWork>
-    void SetAround( USize64 inBytes, TWork inWork )
+    void ReserveDuring( USize64 inBytes, TWork inWork )
     {
         const USize64 before = itsBytes;
         Set( ( std::max )( before, inBytes ) );

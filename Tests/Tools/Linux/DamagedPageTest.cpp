@@ -1,4 +1,4 @@
-#include "Measuring/KeptOverlay.h"
+#include "Measuring/CachedOverlay.h"
 #include "Measuring/StackBackground.h"
 #include "Memory/TestManager.h"
 #include "Support/FilePaths.h"
@@ -92,11 +92,11 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
 TEST_F( DamagedPage, IsNoPartOfABackground )
 {
     PageReaders readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
-    WorkingMemory memory;
+    PageMemory memory;
     StackBackground background( BackgroundKind::kMean, 2, memory );
     for ( const std::uint32_t number : { 0u, 1u } )
     {
-        KeptPage page;
+        CachedPage page;
         page.Read( readers, number, memory );
         PurgeAll();
         if ( number == 1 )
@@ -112,10 +112,10 @@ TEST_F( DamagedPage, IsNoPartOfABackground )
 
 TEST_F( DamagedPage, AndItsOverlayIsNotDrawn )
 {
-    WorkingMemory memory;
+    PageMemory memory;
     OverlaySketch sketch;
     sketch.picture.levels.resize( 100'000 );
-    KeptOverlay overlay;
+    CachedOverlay overlay;
     overlay.Keep( std::move( sketch ), memory );
     PurgeAll();
     DamageNextView();

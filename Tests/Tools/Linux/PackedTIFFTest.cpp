@@ -129,7 +129,7 @@ void ReadVariants( const WImagePage& inPage )
         SCOPED_TRACE( Describe( inVariant, inPage ) );
         WriteVariant( path, inVariant, inPage );
         const auto page = WImageFile::Open( path )->ReadPage( 0 );
-        ASSERT_TRUE( page.HasLayoutOf( inPage ) );
+        ASSERT_TRUE( page.HasSameLayout( inPage ) );
         ASSERT_EQ( std::memcmp( page.samples.get(), inPage.samples.get(), page.GetByteCount() ), 0 );
         const auto blocks = ReadBlocks( path, inPage );
         ASSERT_EQ( std::memcmp( blocks.samples.get(), inPage.samples.get(), page.GetByteCount() ), 0 );

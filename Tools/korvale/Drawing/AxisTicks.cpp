@@ -1,6 +1,6 @@
 #include "Drawing/AxisTicks.h"
 
-#include "Support/AnsiText.h"
+#include "Support/TextEncoding.h"
 
 #include <algorithm>
 #include <charconv>

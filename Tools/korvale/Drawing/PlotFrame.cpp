@@ -1,6 +1,6 @@
 #include "Drawing/PlotFrame.h"
 
-#include "Support/ShortText.h"
+#include "Support/ElideText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -235,7 +235,7 @@ void PlotFrame::DrawLegend()
     const auto measure = [&]( const std::string& inText )
     { return itsCanvas.GetTextWidth( inText, kLabelSize ); };
     auto line = itsTop + kLabelSize * kCapital;
-    itsCanvas.DrawText( ShortenText( itsDescription.legendTitle, room, measure ), { left, line }, style );
+    itsCanvas.DrawText( ElideText( itsDescription.legendTitle, room, measure ), { left, line }, style );
     const auto step = std::min(
         kLegendLine, ( itsHeight - kEdge - line ) / static_cast<double>( itsDescription.legend.size() ) );
     for ( const auto& [text, colour] : itsDescription.legend )
@@ -245,6 +245,6 @@ void PlotFrame::DrawLegend()
             { left, line - kLabelSize * kCapital / 2 - kSwatch / 2 },
             { left + kSwatch, line - kLabelSize * kCapital / 2 + kSwatch / 2 }, colour );
         const auto start = left + kSwatch + kGap;
-        itsCanvas.DrawText( ShortenText( text, itsWidth - kEdge - start, measure ), { start, line }, style );
+        itsCanvas.DrawText( ElideText( text, itsWidth - kEdge - start, measure ), { start, line }, style );
     }
 }

@@ -6,8 +6,8 @@
 #include "Pivot/Columns/XPivotUInt32Column.h"
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"
 #include "Pivot/Tables/XPivotRowRefColumn.h"
-#include "Support/AnsiText.h"
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
+#include "Support/TextEncoding.h"
 
 #include <algorithm>
 #include <array>
@@ -174,7 +174,7 @@ void Filler::AddPage(
             AddShape( inPage.shapes[i], inPage );
         }
     };
-    ForEachPiece( inPage.shapes.size(), kTableRowsAtOnce, addRows );
+    ForEachChunk( inPage.shapes.size(), kTableRowsAtOnce, addRows );
 }
 
 /// The objects of the page, whose first one is in that row, are in the table before those inside them.

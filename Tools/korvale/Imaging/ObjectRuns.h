@@ -1,15 +1,15 @@
 #pragma once
 
-#include "Imaging/ObjectFinder.h"
-#include "Support/Pieces.h"
+#include "Imaging/ConnectedComponents.h"
+#include "Support/Chunks.h"
 
 /// Calls `inWork( run )` for every run of an object, in raster order, in pieces between which the user's abort is obeyed
 /// (1001).
 template<class Work>
-void ForEachObjectRun( const FoundObjects& inObjects, Work inWork )
+void ForEachObjectRun( const LabelledObjects& inObjects, Work inWork )
 {
     constexpr std::uint64_t kRunsAtOnce = 1024;
-    ForEachPiece(
+    ForEachChunk(
         inObjects.runs.size(), kRunsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )
         {

@@ -1,7 +1,7 @@
 #include "Imaging/PageMeasurement.h"
 
 #include "Imaging/ObjectRuns.h"
-#include "Imaging/Threshold.h"
+#include "Imaging/OtsuThreshold.h"
 
 #include <algorithm>
 #include <cmath>
@@ -118,7 +118,7 @@ private:
 /// Calls `inAction( sums of the object in the channel, first sample, count )` for every run of an object and channel.
 template<class T, class Sum, class Action>
 void ForEachRun(
-    const WImagePage& inPage, const FoundObjects& inFound, std::vector<Sum>& ioSums, Action inAction )
+    const WImagePage& inPage, const LabelledObjects& inFound, std::vector<Sum>& ioSums, Action inAction )
 {
     const auto* samples = inPage.GetSamples<T>();
     const auto visit = [&]( const PixelRun& inRun )
@@ -133,7 +133,7 @@ void ForEachRun(
 }
 
 template<class T, class Sum>
-std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const FoundObjects& inFound )
+std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const LabelledObjects& inFound )
 {
     std::vector<Sum> sums( inFound.shapes.size() * inPage.channels );
     const auto getCount = [&]( std::size_t inIndex )
@@ -158,7 +158,7 @@ std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const Fo
     return statistics;
 }
 
-std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const FoundObjects& inFound )
+std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const LabelledObjects& inFound )
 {
     switch ( inPage.type )
     {
@@ -211,7 +211,7 @@ PageObjects FindPageObjects( const WImagePage& inPage, const MeasureSettings& in
 
     RequireChannel( inPage, inSettings.inside->channel );
     progress.Increment();
-    objects.inner = FindInnerObjects( inPage, objects.outer, *inSettings.inside, inSettings.connectivity );
+    objects.inner = FindChildObjects( inPage, objects.outer, *inSettings.inside, inSettings.connectivity );
     return objects;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Images/WImageFile.h"
-#include "Imaging/InnerObjects.h"
-#include "Imaging/ObjectFinder.h"
+#include "Imaging/ChildObjects.h"
+#include "Imaging/ConnectedComponents.h"
 
 #include <cstdint>
 #include <optional>
@@ -20,8 +20,8 @@ struct MeasureSettings
 struct PageObjects
 {
     double threshold = 0;
-    FoundObjects outer;
-    InnerObjects inner;
+    LabelledObjects outer;
+    ChildObjects inner;
 };
 
 /// The samples of one object in one channel.

@@ -1,8 +1,8 @@
 #include "Imaging/PixelMask.h"
 
 #include "Imaging/PageSamples.h"
-#include "Imaging/SampleLevel.h"
-#include "Support/Pieces.h"
+#include "Imaging/ThresholdLevel.h"
+#include "Support/Chunks.h"
 
 #include <bit>
 #include <cstring>
@@ -35,7 +35,7 @@ std::uint64_t MarkWord( const T* inSamples, Stride inStride, T inLevel )
 
 template<class T>
 void MarkRow(
-    const T* inSamples, std::uint32_t inStride, std::uint32_t inWidth, SampleLevel<T> inLevel,
+    const T* inSamples, std::uint32_t inStride, std::uint32_t inWidth, ThresholdLevel<T> inLevel,
     std::span<std::uint64_t> outBits )
 {
     struct One
@@ -53,7 +53,7 @@ void MarkRow(
     for ( ; x < inWidth; ++x )
     {
         auto& word = outBits[x / kWordBits];
-        const auto isMarked = inLevel.LiesBelow( inSamples[std::size_t{ x } * inStride] );
+        const auto isMarked = inLevel.IsAboveThreshold( inSamples[std::size_t{ x } * inStride] );
         word = ( x % kWordBits ? word : 0 ) | std::uint64_t{ isMarked } << x % kWordBits;
     }
 }
@@ -84,7 +84,7 @@ PixelMask MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double in
     PixelMask mask( inPage.width, inPage.height );
     const auto markRows = [&]<class T>( const T* inSamples )
     {
-        const SampleLevel<T> level( inThreshold );
+        const ThresholdLevel<T> level( inThreshold );
         const auto rowLength = std::size_t{ inPage.width } * inPage.channels;
         ForEachRow(
             inPage.height, inPage.width,

@@ -1,7 +1,7 @@
 #include "Imaging/TIFFWriter.h"
 
 #include "Images/WTIFFDirectory.h"
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
 
 #include <algorithm>
 #include <bit>
@@ -133,7 +133,7 @@ private:
 };
 
 Directory MakeDirectory(
-    TIFFWriter::Format inFormat, const WImageForm& inPage, std::uint64_t inPosition,
+    TIFFWriter::Format inFormat, const WImageFormat& inPage, std::uint64_t inPosition,
     std::uint64_t inSamplesPosition )
 {
     const auto hasExtra = inPage.channels > 1;
@@ -163,12 +163,12 @@ Directory MakeDirectory(
     if ( hasExtra )
         directory.AddShort( kExtraSamples, 0, inPage.channels - 1 );
     directory.AddShort(
-        Tag::kSampleFormat, inPage.type == WImageForm::kFloat32 ? kFloat : kUnsigned, inPage.channels );
+        Tag::kSampleFormat, inPage.type == WImageFormat::kFloat32 ? kFloat : kUnsigned, inPage.channels );
     return directory;
 }
 } // namespace
 
-TIFFWriter::Format TIFFWriter::GetFormat( const WImageForm& inForm, std::uint32_t inPages )
+TIFFWriter::Format TIFFWriter::GetFormat( const WImageFormat& inForm, std::uint32_t inPages )
 {
     const auto directorySize = MakeDirectory( kClassic, inForm, 0, 0 ).GetBytes().size();
     const auto pageSize = inForm.GetByteCount() + inForm.GetByteCount() % 2 + directorySize;
@@ -214,7 +214,7 @@ void TIFFWriter::Append( const void* inBytes, std::uint64_t inCount )
 {
     constexpr std::uint64_t kBytesAtOnce = 1024 * 1024;
     const auto* const bytes = static_cast<const std::byte*>( inBytes );
-    ForEachPiece(
+    ForEachChunk(
         inCount, kBytesAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inLast )
         { itsFile.WriteAt( itsEnd + inFirst, bytes + inFirst, inLast - inFirst ); } );

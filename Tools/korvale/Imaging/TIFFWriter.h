@@ -15,7 +15,7 @@ public:
     };
 
     /// The classic one, unless so many pages of that form do not fit.
-    static Format GetFormat( const WImageForm& inForm, std::uint32_t inPages );
+    static Format GetFormat( const WImageFormat& inForm, std::uint32_t inPages );
 
     /// Keeps a reference to the file, which must have positions. The file is a valid one after each page.
     explicit TIFFWriter( WFile& ioFile, Format inFormat = kClassic );

@@ -3,8 +3,8 @@
 #include "Core/Errors/XException.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
-#include "Measuring/KeepPageJob.h"
-#include "Measuring/MeasureKeptPageJob.h"
+#include "Measuring/LoadPageJob.h"
+#include "Measuring/MeasureCachedPageJob.h"
 #include "Measuring/MeasurePageJob.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
@@ -23,7 +23,7 @@ struct ImageMeasurer::Image
     PageReaders readers;
     ImageMeasurement measurement;
     std::deque<PageResult> results;
-    std::deque<KeptPage> keptPages;              ///< With a background.
+    std::deque<CachedPage> keptPages;            ///< With a background.
     std::unique_ptr<StackBackground> background; ///< Null without.
     std::uint32_t gathered = 0;                  ///< Pages whose results have been taken, in order.
     std::uint32_t measured = 0;
@@ -208,7 +208,7 @@ void ImageMeasurer::KeepPages( Image& ioImage, XProgress& ioProgress )
     {
         const auto makeJob = [&]
         {
-            return new KeepPageJob(
+            return new LoadPageJob(
                 page, ioImage.measurement.name, ioImage.readers, itsMemory, *ioImage.background,
                 ioImage.keptPages[page], itsSession.progress, ioImage.results[page] );
         };
@@ -249,7 +249,7 @@ void ImageMeasurer::MeasureKeptPages( Image& ioImage, XProgress& ioProgress )
         }
         const auto makeJob = [&]
         {
-            return new MeasureKeptPageJob(
+            return new MeasureCachedPageJob(
                 page, ioImage.measurement.name, itsMemory, *ioImage.background, ioImage.keptPages[page],
                 itsSettings, itsSession.progress, result );
         };

@@ -57,7 +57,7 @@ private:
     bool itsHasReportedPixelSize = false;
     std::uint64_t itsObjectCount = 0; ///< Of the pages gathered.
     std::vector<ImageMeasurement> itsMeasurements;
-    WorkingMemory itsMemory;
+    PageMemory itsMemory;
     WImagePage itsLastBackground;
     std::deque<std::unique_ptr<Image>> itsImages; ///< Those that are not complete.
     XJobQueue itsQueue;                           ///< Destroyed, with its jobs, before what they use.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/WorkingMemory.h"
+#include "Imaging/PageMemory.h"
 #include "Measuring/PageJob.h"
 #include "Measuring/PageReaders.h"
 
@@ -10,7 +10,7 @@ class MeasurePageJob : public PageJob
 public:
     /// See PageJob; all that is referred to outlives the job.
     MeasurePageJob(
-        std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, WorkingMemory& ioMemory,
+        std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, PageMemory& ioMemory,
         const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult );
 
 protected:
@@ -20,6 +20,6 @@ protected:
 
 private:
     PageReaders& itsReaders;
-    WorkingMemory& itsMemory;
+    PageMemory& itsMemory;
     const MeasureSettings& itsSettings;
 };

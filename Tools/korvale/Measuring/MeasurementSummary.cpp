@@ -1,7 +1,7 @@
 #include "Measuring/MeasurementSummary.h"
 
 #include "Pivot/Columns/XPivotUInt32Column.h"
-#include "Support/AnsiText.h"
+#include "Support/TextEncoding.h"
 #include "Terminal/AlignedText.h"
 
 #include <algorithm>

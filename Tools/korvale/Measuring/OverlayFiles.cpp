@@ -72,8 +72,8 @@ void OverlayFiles::AddImage( const std::string& inImage, std::uint32_t inPageCou
 }
 
 std::unique_ptr<PageJob> OverlayFiles::MakeJob(
-    std::size_t inImage, std::uint32_t inPage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
-    WorkingMemory& ioMemory, ProgressDisplay& ioDisplay )
+    std::size_t inImage, std::uint32_t inPage, CachedOverlay inOverlay, std::uint64_t inFirstNumber,
+    PageMemory& ioMemory, ProgressDisplay& ioDisplay )
 {
     auto& image = itsImages[inImage];
     auto& page = image.pages[inPage];

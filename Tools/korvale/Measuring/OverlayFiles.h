@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Files/WFilePath.h"
-#include "Measuring/KeptOverlay.h"
+#include "Measuring/CachedOverlay.h"
 #include "Measuring/PageJob.h"
 #include "Outputs/OutputFiles.h"
 
@@ -33,8 +33,8 @@ public:
     /// A job that draws a page, its objects numbered from there on. All that is referred to outlives the job, and so do
     /// these files.
     std::unique_ptr<PageJob> MakeJob(
-        std::size_t inImage, std::uint32_t inPage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
-        WorkingMemory& ioMemory, ProgressDisplay& ioDisplay );
+        std::size_t inImage, std::uint32_t inPage, CachedOverlay inOverlay, std::uint64_t inFirstNumber,
+        PageMemory& ioMemory, ProgressDisplay& ioDisplay );
 
     /// What went wrong first, when all jobs have ended; empty: nothing. Throws the user's abort (1001).
     std::string GetFailure() const;

@@ -4,8 +4,8 @@
 #include "Plots/Overlay.h"
 
 OverlayJob::OverlayJob(
-    std::uint32_t inPage, const std::string& inImage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
-    WorkingMemory& ioMemory, ProgressDisplay& ioDisplay, CompleteFile& ioFile, PageResult& outResult )
+    std::uint32_t inPage, const std::string& inImage, CachedOverlay inOverlay, std::uint64_t inFirstNumber,
+    PageMemory& ioMemory, ProgressDisplay& ioDisplay, CompleteFile& ioFile, PageResult& outResult )
     : PageJob( inPage, inImage, ioDisplay, outResult ), itsOverlay( std::move( inOverlay ) ),
       itsFirstNumber( inFirstNumber ), itsMemory( ioMemory ), itsFile( ioFile )
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Measuring/KeptOverlay.h"
+#include "Measuring/CachedOverlay.h"
 #include "Measuring/PageJob.h"
 #include "Outputs/OutputFiles.h"
 
@@ -11,16 +11,17 @@ public:
     /// See PageJob. The name in `ioFile` is the file to write; the rest is filled in. All that is referred to outlives the
     /// job.
     OverlayJob(
-        std::uint32_t inPage, const std::string& inImage, KeptOverlay inOverlay, std::uint64_t inFirstNumber,
-        WorkingMemory& ioMemory, ProgressDisplay& ioDisplay, CompleteFile& ioFile, PageResult& outResult );
+        std::uint32_t inPage, const std::string& inImage, CachedOverlay inOverlay,
+        std::uint64_t inFirstNumber, PageMemory& ioMemory, ProgressDisplay& ioDisplay, CompleteFile& ioFile,
+        PageResult& outResult );
 
 protected:
     std::uint64_t GetSteps() const override { return 2; }
     void Work( XProgress& ioProgress ) override;
 
 private:
-    KeptOverlay itsOverlay;
+    CachedOverlay itsOverlay;
     const std::uint64_t itsFirstNumber;
-    WorkingMemory& itsMemory;
+    PageMemory& itsMemory;
     CompleteFile& itsFile;
 };

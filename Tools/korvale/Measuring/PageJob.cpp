@@ -30,7 +30,7 @@ void PageJob::RunJobSelf()
     }
 }
 
-void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, WorkingMemory& ioMemory )
+void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, PageMemory& ioMemory )
 {
     auto objects = FindPageObjects( inPage, inSettings );
     auto measurement = MeasureObjects( inPage, objects );

@@ -2,7 +2,7 @@
 
 #include "Imaging/PageMeasurement.h"
 #include "Jobs/XJob.h"
-#include "Measuring/KeptOverlay.h"
+#include "Measuring/CachedOverlay.h"
 #include "Support/Failure.h"
 #include "Terminal/TerminalProgressStrategy.h"
 
@@ -17,7 +17,7 @@ struct PageResult
 {
     std::atomic<bool> isDone = false;
     PageMeasurement measurement;
-    std::optional<KeptOverlay> overlay; ///< Where one is to be drawn, which is set before.
+    std::optional<CachedOverlay> overlay; ///< Where one is to be drawn, which is set before.
     std::optional<Failure> failure;
 };
 
@@ -46,7 +46,7 @@ protected:
     virtual void CheckSamples() const {}
 
     /// Measures a page into the result.
-    void Measure( WImagePage inPage, const MeasureSettings& inSettings, WorkingMemory& ioMemory );
+    void Measure( WImagePage inPage, const MeasureSettings& inSettings, PageMemory& ioMemory );
 
     void RunJobSelf() override;
 

@@ -35,7 +35,7 @@ WImagePage PageReaders::ReadPage( std::uint32_t inPage, const WImagePage::Alloca
     return page;
 }
 
-void PageReaders::SetPixelSize( WImageForm& ioForm )
+void PageReaders::SetPixelSize( WImageFormat& ioForm )
 {
     if ( itsSettings.pixelWidth > 0 )
     {

@@ -56,5 +56,5 @@ private:
     Reader Take();
     void GiveBack( Reader inReader );
     void CloseUnneeded();
-    void SetPixelSize( WImageForm& ioForm );
+    void SetPixelSize( WImageFormat& ioForm );
 };

@@ -1,6 +1,6 @@
 #include "Measuring/StackBackground.h"
 
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
 
 #include <string>
 
@@ -9,11 +9,11 @@ namespace
 /// Stages of an addition: with so many, several pages are added at the same time by as many threads.
 constexpr std::uint32_t kStages = 16;
 
-std::string Describe( const WImageForm& inForm )
+std::string Describe( const WImageFormat& inForm )
 {
-    const auto* const type = inForm.type == WImageForm::kUInt8 ? "8-bit"
-        : inForm.type == WImageForm::kUInt16                   ? "16-bit"
-                                                               : "float";
+    const auto* const type = inForm.type == WImageFormat::kUInt8 ? "8-bit"
+        : inForm.type == WImageFormat::kUInt16                   ? "16-bit"
+                                                                 : "float";
     return std::to_string( inForm.width ) + " x " + std::to_string( inForm.height ) + " pixels of " +
         std::to_string( inForm.channels ) + " " + type + ( inForm.channels == 1 ? " sample" : " samples" );
 }
@@ -37,9 +37,9 @@ void Subtract(
 {
     switch ( inBackground.type )
     {
-    case WImageForm::kUInt8:
+    case WImageFormat::kUInt8:
         return Subtract<std::uint8_t>( inBackground, inFirst, inEnd, ioPage );
-    case WImageForm::kUInt16:
+    case WImageFormat::kUInt16:
         return Subtract<std::uint16_t>( inBackground, inFirst, inEnd, ioPage );
     default:
         return Subtract<float>( inBackground, inFirst, inEnd, ioPage );
@@ -47,13 +47,13 @@ void Subtract(
 }
 } // namespace
 
-StackBackground::StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, WorkingMemory& ioMemory )
+StackBackground::StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, PageMemory& ioMemory )
     : itsKind( inKind ), itsPageCount( inPageCount ), itsMemory( ioMemory ), itsOrder( inPageCount )
 {
 }
 
 /// The page is not locked while it waits for its turn: others may need the memory to get to the end of theirs.
-void StackBackground::Add( std::uint32_t inPage, KeptPage& ioPage )
+void StackBackground::Add( std::uint32_t inPage, CachedPage& ioPage )
 {
     itsOrder.WaitForStage( inPage, 0 );
     Admit( inPage, ioPage.GetForm() );
@@ -74,15 +74,15 @@ void StackBackground::Add( std::uint32_t inPage, KeptPage& ioPage )
 }
 
 /// Makes the sums with the first page that comes.
-void StackBackground::Admit( std::uint32_t inPage, const WImageForm& inForm )
+void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
 {
     if ( !itsSums )
     {
-        itsSums = BackgroundSums::Make( itsKind, inForm, itsPageCount, itsMemory );
+        itsSums = BackgroundAccumulator::Make( itsKind, inForm, itsPageCount, itsMemory );
         itsForm = inForm;
         itsFirst = inPage;
     }
-    if ( !inForm.HasLayoutOf( itsForm ) )
+    if ( !inForm.HasSameLayout( itsForm ) )
         throw WImageError(
             "it has no background in common with page " + std::to_string( itsFirst ) + ": " +
             Describe( inForm ) + ", not " + Describe( itsForm ) );
@@ -93,7 +93,7 @@ void StackBackground::Compute()
     itsBackground = WImagePage{ itsForm, itsMemory.AllocateLasting( itsForm.GetByteCount() ) };
     const auto compute = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     { itsSums->GetBackground( itsAdded, inFirst, inEnd, itsBackground ); };
-    ForEachPiece( itsForm.GetSampleCount(), kPixelsAtOnce, compute );
+    ForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, compute );
     itsSums.reset();
 }
 
@@ -101,5 +101,5 @@ void StackBackground::SubtractFrom( WImagePage& ioPage ) const
 {
     const auto subtract = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     { Subtract( itsBackground, inFirst, inEnd, ioPage ); };
-    ForEachPiece( itsForm.GetSampleCount(), kPixelsAtOnce, subtract );
+    ForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, subtract );
 }

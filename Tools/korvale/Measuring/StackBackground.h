@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Imaging/BackgroundSums.h"
-#include "Measuring/KeptPage.h"
-#include "Measuring/PageOrder.h"
+#include "Imaging/BackgroundAccumulator.h"
+#include "Measuring/CachedPage.h"
+#include "Measuring/StageOrder.h"
 
 #include <memory>
 #include <utility>
@@ -13,12 +13,12 @@
 class StackBackground
 {
 public:
-    StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, WorkingMemory& ioMemory );
+    StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, PageMemory& ioMemory );
 
     /// Adds a page, after those before it. Throws WImageError for a page whose size or type is not that of the first
     /// page that was added, and what locking memory throws. After 1012 and 1020 the background is of no use: samples are
     /// missing in it, or wrong.
-    void Add( std::uint32_t inPage, KeptPage& ioPage );
+    void Add( std::uint32_t inPage, CachedPage& ioPage );
 
     /// Says that a page will not be added, or has been. Every page must come to this, for later ones wait for it.
     void HasEnded( std::uint32_t inPage ) { itsOrder.PassAll( inPage ); }
@@ -38,13 +38,13 @@ public:
 private:
     const BackgroundKind itsKind;
     const std::uint32_t itsPageCount;
-    WorkingMemory& itsMemory;
-    PageOrder itsOrder;
+    PageMemory& itsMemory;
+    StageOrder itsOrder;
     std::uint32_t itsAdded = 0; ///< Changed in the first stage, as the next two.
     std::uint32_t itsFirst = 0; ///< The page whose form the others must have.
-    WImageForm itsForm;         ///< Empty before the first page.
-    std::unique_ptr<BackgroundSums> itsSums;
+    WImageFormat itsForm;       ///< Empty before the first page.
+    std::unique_ptr<BackgroundAccumulator> itsSums;
     WImagePage itsBackground;
 
-    void Admit( std::uint32_t inPage, const WImageForm& inForm );
+    void Admit( std::uint32_t inPage, const WImageFormat& inForm );
 };

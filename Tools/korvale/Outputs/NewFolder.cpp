@@ -1,7 +1,7 @@
 #include "Outputs/NewFolder.h"
 
 #include "Files/WFilePath.h"
-#include "Files/WUnfinishedFiles.h"
+#include "Files/WPendingFiles.h"
 
 NewFolder::NewFolder( const std::filesystem::path& inPath )
 {
@@ -11,7 +11,7 @@ NewFolder::NewFolder( const std::filesystem::path& inPath )
           folder = folder.parent_path() )
         missing.push_back( folder );
 
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     try
     {
         for ( auto folder = missing.rbegin(); folder != missing.rend(); ++folder )
@@ -34,29 +34,29 @@ void NewFolder::Make( const std::filesystem::path& inFolder )
     // What takes memory comes first.
     auto folder = inFolder;
     itsMade.reserve( itsMade.size() + 1 );
-    WUnfinishedFiles::Add( inFolder );
+    WPendingFiles::Add( inFolder );
     std::error_code error;
     if ( std::filesystem::create_directory( inFolder, error ) )
         return itsMade.push_back( std::move( folder ) );
-    WUnfinishedFiles::Forget( inFolder );
+    WPendingFiles::Forget( inFolder );
     if ( error )
         throw std::filesystem::filesystem_error( "the folder cannot be made", inFolder, error );
 }
 
 void NewFolder::RemoveMade()
 {
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     for ( auto folder = itsMade.rbegin(); folder != itsMade.rend(); ++folder )
     {
         WFilePath::Remove( *folder );
-        WUnfinishedFiles::Forget( *folder );
+        WPendingFiles::Forget( *folder );
     }
 }
 
 void NewFolder::Keep()
 {
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     for ( const auto& folder : itsMade )
-        WUnfinishedFiles::Forget( folder );
+        WPendingFiles::Forget( folder );
     itsMade.clear();
 }

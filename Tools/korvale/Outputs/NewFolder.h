@@ -4,7 +4,7 @@
 #include <vector>
 
 /// A folder to write to, made with those above it where they are missing. Those that were made are removed again, if they
-/// are empty, unless they are kept; until then they are among the WUnfinishedFiles.
+/// are empty, unless they are kept; until then they are among the WPendingFiles.
 class NewFolder
 {
 public:

@@ -1,7 +1,7 @@
 #include "Outputs/OutputFiles.h"
 
 #include "Core/Strings/XString.h"
-#include "Files/WUnfinishedFiles.h"
+#include "Files/WPendingFiles.h"
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 #include "Process/WInterrupt.h"
@@ -67,7 +67,7 @@ void CheckLastAbort()
 {
     if ( WInterrupt::IsRequested() )
         XThrow( kErrorCancelled );
-    WInterrupt::SetTooLate();
+    WInterrupt::DisableAbort();
 }
 
 void CheckOutputFiles( const std::vector<std::string>& inNames )
@@ -95,7 +95,7 @@ void PutInPlace( std::vector<CompleteFile> inFiles )
 {
     if ( inFiles.empty() )
         return;
-    const auto hold = WUnfinishedFiles::Hold();
+    const auto hold = WPendingFiles::Hold();
     CheckLastAbort();
     try
     {

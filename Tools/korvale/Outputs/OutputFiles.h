@@ -41,7 +41,7 @@ void WriteOutputFiles(
 /// what was to be written.
 void WriteOutput( const std::string& inName, const std::function<void()>& inWork );
 
-/// To be called when all that a command writes is complete, in one hold of WUnfinishedFiles with its finishing: obeys an
+/// To be called when all that a command writes is complete, in one hold of WPendingFiles with its finishing: obeys an
 /// interrupt for the last time (1001). Later ones find the work done.
 void CheckLastAbort();
 

@@ -1,9 +1,9 @@
 #include "Plots/Overlay.h"
 
-#include "Imaging/GreyPicture.h"
-#include "Imaging/Outlines.h"
-#include "Plots/NumberPlaces.h"
-#include "Support/Pieces.h"
+#include "Imaging/Contours.h"
+#include "Imaging/GreyscalePreview.h"
+#include "Plots/LabelPlacement.h"
+#include "Support/Chunks.h"
 
 #include <algorithm>
 
@@ -43,7 +43,7 @@ public:
     /// Below all lines lies something dark, so that they can be seen on bright ground too.
     void DrawOutlines( const OverlayObjects& inObjects )
     {
-        const auto outlines = TraceOutlines( inObjects.found );
+        const auto outlines = TraceContours( inObjects.found );
         StrokeAll( outlines, { kCasing, kCasingWidth } );
         StrokeAll( outlines, { inObjects.colour, kLineWidth } );
     }
@@ -57,8 +57,8 @@ public:
 
     void DrawNumbers()
     {
-        const auto places = PlaceNumbers( itsNumbers, itsWidth, itsHeight );
-        ForEachPiece(
+        const auto places = PlaceLabels( itsNumbers, itsWidth, itsHeight );
+        ForEachChunk(
             places.size(), kObjectsAtOnce,
             [&]( std::uint64_t inFirst, std::uint64_t inEnd )
             {
@@ -87,9 +87,9 @@ private:
     std::vector<ObjectNumber> itsNumbers;
     std::vector<Text> itsTexts;
 
-    void StrokeAll( const std::vector<std::vector<OutlineLoop>>& inOutlines, const WStroke& inStroke )
+    void StrokeAll( const std::vector<std::vector<ContourLoop>>& inOutlines, const WStroke& inStroke )
     {
-        ForEachPiece(
+        ForEachChunk(
             inOutlines.size(), kObjectsAtOnce,
             [&]( std::uint64_t inFirst, std::uint64_t inEnd )
             {
@@ -98,7 +98,7 @@ private:
             } );
     }
 
-    std::vector<WCanvas::Path> Scale( const std::vector<OutlineLoop>& inLoops ) const
+    std::vector<WCanvas::Path> Scale( const std::vector<ContourLoop>& inLoops ) const
     {
         std::vector<WCanvas::Path> paths;
         for ( const auto& loop : inLoops )

@@ -1,6 +1,6 @@
 #include "Plots/OverlaySketch.h"
 
-#include "Imaging/GreyPicture.h"
+#include "Imaging/GreyscalePreview.h"
 #include "Imaging/ObjectRuns.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ constexpr WColour kInnerColour{ 0x56, 0xB4, 0xE9 };
 
 /// Shows another picture of the same size where there are objects.
 void CopyInside(
-    const WGreyPicture& inOther, std::uint32_t inReduction, const FoundObjects& inObjects,
+    const WGreyPicture& inOther, std::uint32_t inReduction, const LabelledObjects& inObjects,
     WGreyPicture& ioPicture )
 {
     ForEachObjectRun(
@@ -47,10 +47,10 @@ SketchOverlay( const WImagePage& inPage, const MeasureSettings& inSettings, Page
     const auto channel = inSettings.objects.channel;
     OverlaySketch sketch;
     sketch.reduction = ( std::max( inPage.width, inPage.height ) - 1 ) / kMostSide + 1;
-    sketch.picture = MakeGreyPicture( inPage, channel, sketch.reduction );
+    sketch.picture = MakeGreyscalePreview( inPage, channel, sketch.reduction );
     if ( inSettings.inside && inSettings.inside->channel != channel )
         CopyInside(
-            MakeGreyPicture( inPage, inSettings.inside->channel, sketch.reduction ), sketch.reduction,
+            MakeGreyscalePreview( inPage, inSettings.inside->channel, sketch.reduction ), sketch.reduction,
             inObjects.outer, sketch.picture );
     sketch.objects.push_back( { std::move( inObjects.outer ), kOuterColour } );
     sketch.objects.push_back( { std::move( inObjects.inner.found ), kInnerColour } );

@@ -9,7 +9,7 @@
 /// Objects that are drawn in one colour, the first with that number and the others with the following ones.
 struct OverlayObjects
 {
-    FoundObjects found;
+    LabelledObjects found;
     WColour colour;
     std::uint64_t firstNumber = 1;
 };

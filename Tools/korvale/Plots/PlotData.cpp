@@ -1,8 +1,8 @@
 #include "Plots/PlotData.h"
 
 #include "Drawing/AxisTicks.h"
-#include "Support/AnsiText.h"
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
+#include "Support/TextEncoding.h"
 
 #include <algorithm>
 #include <array>
@@ -128,7 +128,7 @@ std::vector<std::uint32_t>
 FindRowsToDraw( std::uint32_t inRowCount, const std::vector<PlotColumn>& inColumns )
 {
     std::vector<std::uint32_t> rows;
-    ForEachPiece(
+    ForEachChunk(
         inRowCount, kTableRowsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )
         {
@@ -143,7 +143,7 @@ FindRowsToDraw( std::uint32_t inRowCount, const std::vector<PlotColumn>& inColum
 void GroupRows( const std::vector<std::uint32_t>& inRows, const XPivotColumn& inColumn, PlotData& ioData )
 {
     Grouping grouping( inColumn );
-    ForEachPiece(
+    ForEachChunk(
         inRows.size(), kTableRowsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )
         {

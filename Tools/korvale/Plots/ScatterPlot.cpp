@@ -1,6 +1,6 @@
 #include "Plots/ScatterPlot.h"
 
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -84,7 +84,7 @@ void DrawScatterPlot(
     for ( std::size_t i = 0; i < x.size(); ++i )
         gatherer.Add( frame.GetPlace( x[i], y[i] ), inData.groupOfRow[i] );
     const auto& discs = gatherer.GetDiscs();
-    ForEachPiece(
+    ForEachChunk(
         discs.size(), kTableRowsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )
         {

@@ -1,4 +1,4 @@
-#include "Files/WUnfinishedFiles.h"
+#include "Files/WPendingFiles.h"
 #include "Process/WConsole.h"
 #include "Process/WInterrupt.h"
 #include "Program/Command.h"
@@ -22,7 +22,7 @@ void LeaveNothing()
     if ( WConsole::IsErrorTerminal() )
         WConsole::WriteErrorUnlessBlocked( ProgressDisplay::GetEraser() );
     WConsole::WriteErrorUnlessBlocked( "korvale: interrupted\n" );
-    WUnfinishedFiles::RemoveForEnd();
+    WPendingFiles::RemoveForEnd();
     WConsole::RestoreOutput();
 }
 
@@ -64,7 +64,7 @@ private:
         }
         catch ( const std::bad_alloc& )
         {
-            WUnfinishedFiles::RemoveForEnd();
+            WPendingFiles::RemoveForEnd();
             WConsole::RestoreOutput();
             std::_Exit( ReportLastFailure() );
         }

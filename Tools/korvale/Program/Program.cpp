@@ -5,15 +5,15 @@
 #include "Program/Command.h"
 #include "Program/CommandLine.h"
 #include "Program/CommandThread.h"
-#include "Program/Export.h"
-#include "Program/Filter.h"
-#include "Program/Measure.h"
+#include "Program/ExportCommand.h"
+#include "Program/FilterCommand.h"
+#include "Program/MeasureCommand.h"
 #include "Program/OptionChecks.h"
-#include "Program/Pivot.h"
-#include "Program/Plot.h"
-#include "Program/Sample.h"
-#include "Program/Show.h"
-#include "Program/Sort.h"
+#include "Program/PivotCommand.h"
+#include "Program/PlotCommand.h"
+#include "Program/SampleCommand.h"
+#include "Program/ShowCommand.h"
+#include "Program/SortCommand.h"
 #include "Support/Failure.h"
 #include "Support/NumberText.h"
 #include "Support/WrongUsage.h"
@@ -34,14 +34,14 @@ using Commands = std::vector<std::unique_ptr<Command>>;
 Commands DeclareCommands( CommandLine& ioLine )
 {
     Commands commands;
-    commands.push_back( std::make_unique<Sample>() );
-    commands.push_back( std::make_unique<Measure>() );
-    commands.push_back( std::make_unique<Show>() );
-    commands.push_back( std::make_unique<Pivot>() );
-    commands.push_back( std::make_unique<Sort>() );
-    commands.push_back( std::make_unique<Filter>() );
-    commands.push_back( std::make_unique<Export>() );
-    commands.push_back( std::make_unique<Plot>() );
+    commands.push_back( std::make_unique<SampleCommand>() );
+    commands.push_back( std::make_unique<MeasureCommand>() );
+    commands.push_back( std::make_unique<ShowCommand>() );
+    commands.push_back( std::make_unique<PivotCommand>() );
+    commands.push_back( std::make_unique<SortCommand>() );
+    commands.push_back( std::make_unique<FilterCommand>() );
+    commands.push_back( std::make_unique<ExportCommand>() );
+    commands.push_back( std::make_unique<PlotCommand>() );
     for ( const auto& command : commands )
         command->Declare( ioLine.AddCommand( command->GetName(), command->GetSummary() ) );
     return commands;

@@ -1,7 +1,7 @@
 #include "Tables/NumpyArchive.h"
 
 #include "Outputs/ZipWriter.h"
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
 #include "Tables/NumpyArrays.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ void ForEachBlock( const NumpyArray& inArray, Use inUse )
         inArray.append( inFirst, inEnd, bytes );
         inUse( bytes );
     };
-    ForEachPiece( inArray.count, std::max<std::uint64_t>( kBlockBytes / inArray.itemBytes, 1 ), makeBlock );
+    ForEachChunk( inArray.count, std::max<std::uint64_t>( kBlockBytes / inArray.itemBytes, 1 ), makeBlock );
 }
 
 /// The archive wants the sum of all bytes before the first one, so they are made twice rather than kept.

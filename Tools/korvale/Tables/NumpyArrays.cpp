@@ -6,9 +6,9 @@
 #include "Pivot/Columns/XPivotTimeColumn.h"
 #include "Pivot/Columns/XPivotUInt32Column.h"
 #include "Pivot/Columns/XPivotUUIDColumn.h"
-#include "Support/AnsiText.h"
+#include "Support/Chunks.h"
 #include "Support/LittleEndian.h"
-#include "Support/Pieces.h"
+#include "Support/TextEncoding.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
 
@@ -169,7 +169,7 @@ NumpyArray MakeTexts( const XPivotColumn& inColumn )
                 characters += count;
             }
     };
-    ForEachPiece( inColumn.GetColumnSize(), kTableRowsAtOnce, visit );
+    ForEachChunk( inColumn.GetColumnSize(), kTableRowsAtOnce, visit );
     CheckTextWidth( inColumn, width, characters );
     return MakeTexts(
         inColumn, width, [&inColumn]( std::uint32_t inRow ) { return inColumn.GetDataString( inRow ); } );

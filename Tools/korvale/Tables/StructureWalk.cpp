@@ -7,8 +7,8 @@
 #include "Ground/XErrorNumbers.h"
 #include "Pivot/Columns/XPivotColumn.h"
 #include "Pivot/Tables/XPivotTable.h"
-#include "Support/AnsiText.h"
 #include "Support/NumberText.h"
+#include "Support/TextEncoding.h"
 #include "System/WCodePage.h"
 
 #include <algorithm>
@@ -208,7 +208,7 @@ std::int64_t StructureWalk::WalkKnownColumn( std::int64_t inRows, SSize64& outRo
     auto rows = static_cast<std::int64_t>( exists.size() );
     outRowsOffset = itsFieldOffset;
     ReadVersion( XVersion( version.GetClassID(), 0 ) );
-    RowReferences references( version.GetClassID() == kClassPivotRowRefColumn ? exists.size() : 0 );
+    RowReferenceChecker references( version.GetClassID() == kClassPivotRowRefColumn ? exists.size() : 0 );
     if ( version.GetClassID() == kClassPivotUnknownColumn )
         WalkUnknownColumn( exists, inRows, rows );
     else
@@ -288,7 +288,7 @@ void StructureWalk::WalkUnknownColumn(
         Refuse( "the columns before this one have " + std::to_string( inRows ) + " rows" );
 }
 
-void StructureWalk::WalkReferences( RowReferences& ioReferences )
+void StructureWalk::WalkReferences( RowReferenceChecker& ioReferences )
 {
     for ( auto left = ReadNumber( "References" ); left > 0; --left )
         WalkReference( ioReferences );
@@ -302,7 +302,7 @@ void StructureWalk::WalkReferences( RowReferences& ioReferences )
         Refuse( "the next user-visible ID, " + std::to_string( next ) + ", is in use" );
 }
 
-void StructureWalk::WalkReference( RowReferences& ioReferences )
+void StructureWalk::WalkReference( RowReferenceChecker& ioReferences )
 {
     Begin( "a reference" );
     XPivotRowRefColumn::XReference reference;
@@ -320,7 +320,7 @@ void StructureWalk::WalkReference( RowReferences& ioReferences )
 }
 
 void StructureWalk::WalkValues(
-    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences )
+    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferenceChecker& ioReferences )
 {
     Begin( "the default value" );
     const auto value = ReadValueText( inClass );
@@ -342,7 +342,7 @@ void StructureWalk::WalkValues(
 }
 
 void StructureWalk::WalkRun(
-    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences,
+    std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferenceChecker& ioReferences,
     std::size_t& ioRow )
 {
     const auto expectedFirst = FindRow( inExists, ioRow, true );

@@ -3,7 +3,7 @@
 #include "Core/Streams/XStream.h"
 #include "Core/Strings/XString.h"
 #include "Jobs/XProgress.h"
-#include "Tables/RowReferences.h"
+#include "Tables/RowReferenceChecker.h"
 
 #include <ostream>
 #include <string>
@@ -51,12 +51,12 @@ private:
     void WalkDescriptor();
     void
     WalkUnknownColumn( const XVector<std::uint8_t>& inExists, std::int64_t inRows, std::int64_t& outRows );
-    void WalkReferences( RowReferences& ioReferences );
-    void WalkReference( RowReferences& ioReferences );
-    void
-    WalkValues( std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences );
+    void WalkReferences( RowReferenceChecker& ioReferences );
+    void WalkReference( RowReferenceChecker& ioReferences );
+    void WalkValues(
+        std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferenceChecker& ioReferences );
     void WalkRun(
-        std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferences& ioReferences,
+        std::uint32_t inClass, const XVector<std::uint8_t>& inExists, RowReferenceChecker& ioReferences,
         std::size_t& ioRow );
     void SkipValues( std::uint32_t inClass, std::uint32_t inCount );
 

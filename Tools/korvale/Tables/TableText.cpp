@@ -1,10 +1,10 @@
 #include "Tables/TableText.h"
 
-#include "Support/AnsiText.h"
 #include "Support/NumberText.h"
+#include "Support/TextEncoding.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
-#include "Tables/OrderedText.h"
+#include "Tables/OrderedRowWriter.h"
 
 #include <vector>
 

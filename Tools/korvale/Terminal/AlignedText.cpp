@@ -1,7 +1,7 @@
 #include "Terminal/AlignedText.h"
 
-#include "Support/AnsiText.h"
-#include "Support/Pieces.h"
+#include "Support/Chunks.h"
+#include "Support/TextEncoding.h"
 
 #include <algorithm>
 
@@ -18,7 +18,7 @@ std::size_t GetWidth( const AlignedColumn& inColumn, std::uint32_t inRowCount )
             width =
                 std::max( width, CountCharacters( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
     };
-    ForEachPiece( inRowCount, kTableRowsAtOnce, visit );
+    ForEachChunk( inRowCount, kTableRowsAtOnce, visit );
     return width;
 }
 } // namespace
@@ -41,7 +41,7 @@ void AlignedText::Print( std::ostream& ioOut ) const
         for ( auto row = inFirst; row < inEnd && ioOut; ++row )
             ioOut << MakeLine( static_cast<std::uint32_t>( row ) ) << '\n';
     };
-    ForEachPiece( itsRowCount, kTableRowsAtOnce, print );
+    ForEachChunk( itsRowCount, kTableRowsAtOnce, print );
 }
 
 std::string AlignedText::MakeLine( std::uint32_t inRow ) const

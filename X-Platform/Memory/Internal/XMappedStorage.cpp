@@ -25,7 +25,7 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
             itsMapping->MapView( inSize, inAccess );
         };
         if ( !TakeSpareView( inSize ) )
-            itsReservation.SetAround( bytes, map );
+            itsReservation.ReserveDuring( bytes, map );
     }
     catch ( ... )
     {

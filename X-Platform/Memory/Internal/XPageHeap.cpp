@@ -50,7 +50,7 @@ void* XPageHeap::Reallocate( void* inMemory, USize64 inSize )
     const auto resize = [&] { return WPages::Resize( inMemory, oldSize, size ); };
     try
     {
-        piece.mapped().reservation->SetAround(
+        piece.mapped().reservation->ReserveDuring(
             size, [&] { memory = XAllocateWithRetry( itsManager, size, resize ); } );
     }
     catch ( ... )

@@ -1,0 +1,18 @@
+#include "Measuring/CachedPage.h"
+
+void CachedPage::Read( PageReaders& ioReaders, std::uint32_t inPage, PageMemory& ioMemory )
+{
+    const auto allocate = [&]( std::uint64_t inBytes )
+    {
+        itsSamples = XMappedFileMemoryHandle( inBytes );
+        return ioMemory.Lock( itsSamples, kLockForWrite );
+    };
+    itsForm = ioReaders.ReadPage( inPage, allocate );
+}
+
+WImagePage CachedPage::Lock( PageMemory& ioMemory, XLockMode inMode )
+{
+    WImagePage page{ itsForm, {} };
+    page.samples = ioMemory.Lock( itsSamples, inMode );
+    return page;
+}

@@ -1,0 +1,26 @@
+#include "Measuring/MeasureCachedPageJob.h"
+
+#include "Jobs/XProgress.h"
+
+MeasureCachedPageJob::MeasureCachedPageJob(
+    std::uint32_t inPage, const std::string& inImage, PageMemory& ioMemory,
+    const StackBackground& inBackground, CachedPage& ioPage, const MeasureSettings& inSettings,
+    ProgressDisplay& ioDisplay, PageResult& outResult )
+    : PageJob( inPage, inImage, ioDisplay, outResult ), itsMemory( ioMemory ), itsBackground( inBackground ),
+      itsKept( ioPage ), itsSettings( inSettings )
+{
+}
+
+void MeasureCachedPageJob::Work( XProgress& ioProgress )
+{
+    auto page = itsKept.Lock( itsMemory, kLockForReadWrite );
+    itsBackground.SubtractFrom( page );
+    ioProgress.Increment();
+    Measure( std::move( page ), itsSettings, itsMemory );
+}
+
+void MeasureCachedPageJob::JobCompleteSelf( std::uint32_t )
+{
+    itsKept.Drop();
+    GetResult().isDone = true;
+}

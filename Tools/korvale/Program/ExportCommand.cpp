@@ -1,0 +1,47 @@
+#include "Program/ExportCommand.h"
+
+#include "Program/Command.h"
+#include "Program/CommandLine.h"
+#include "Program/OptionChecks.h"
+#include "Program/TableOutputs.h"
+#include "Support/WrongUsage.h"
+#include "Tables/NumpyArchive.h"
+
+void ExportCommand::Declare( const CommandOptions& inOptions )
+{
+    inOptions.Explain(
+        "CSV is UTF-8 with a header line; missing values are empty.\n"
+        "An .npz file opens with numpy.load. For each column it has an array of its name, 'Area (µm²)', and one of\n"
+        "truth values, 'Area (µm²).mask', true where the value is missing: numpy.ma.array( values, mask=mask ).\n"
+        "Numbers are float64, int32 or uint32, texts and identifiers fixed-width text, times datetime64[us];\n"
+        "missing ones read nan, 0, '' and NaT. Columns of objects (ID, Parent ID) give their numbers, and their\n"
+        "identifiers as 'ID.uuid'. Slashes in names become _; further columns of one name get a number: 'Area 2'.\n"
+        "Exit status: 0, 1 after a failure or for a table without rows, 2 for wrong usage, 130 when interrupted." );
+    DeclareTable( inOptions );
+    inOptions.Add( "--csv", itsCSV, "CSV file to write" ).Takes( "FILE" ).Check( CheckFileName );
+    inOptions.Add( "--npz", itsNPZ, "File for numpy to write" ).Takes( "FILE" ).Check( CheckFileName );
+}
+
+void ExportCommand::Check() const
+{
+    if ( itsCSV.empty() && itsNPZ.empty() )
+        throw WrongUsage( "there is no file to write: --csv or --npz is required" );
+}
+
+std::vector<std::string> ExportCommand::GetOutputNames() const
+{
+    std::vector<std::string> names{ itsCSV, itsNPZ };
+    std::erase( names, "" );
+    return names;
+}
+
+int ExportCommand::RunOnTable( XPivotTable& ioTable, Session& )
+{
+    std::vector<OutputFile> files;
+    if ( !itsCSV.empty() )
+        files.push_back( MakeCSVOutput( itsCSV, ioTable, WorkerLimit( 0 ) ) );
+    if ( !itsNPZ.empty() )
+        files.push_back( { itsNPZ, [&]( WFile& ioFile ) { WriteNumpyArchive( ioTable, ioFile ); } } );
+    WriteOutputFiles( files );
+    return kSuccess;
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Imaging/BackgroundAccumulator.h"
+#include "Imaging/MeasurementTable.h"
+#include "Imaging/PageMeasurement.h"
+#include "Measuring/OverlayFiles.h"
+#include "Measuring/PageReaders.h"
+#include "Program/Command.h"
+#include "Program/TableOutputs.h"
+
+#include <optional>
+#include <vector>
+
+/// `korvale measure`: finds the objects of every page of every image and measures them into a table.
+class MeasureCommand : public Command
+{
+public:
+    const char* GetName() const override { return "measure"; }
+    const char* GetSummary() const override
+    {
+        return "Finds the objects of images and measures them into a table.";
+    }
+    void Declare( const CommandOptions& inOptions ) override;
+    void Check() const override;
+    CommandFiles GetFiles() const override;
+    int Run( Session& ioSession ) override;
+
+private:
+    std::vector<std::string> itsImages;
+    TableOutputs itsOutputs;
+    std::string itsChannel = "C1";
+    std::string itsThreshold = "otsu";
+    std::uint32_t itsConnectivity = 8;
+    std::uint64_t itsLeastPixels = 1;
+    std::string itsInside;        ///< Empty: no objects inside objects.
+    std::string itsInsideChannel; ///< Empty: that of the objects.
+    std::uint64_t itsInsideLeastPixels = 1;
+    std::string itsBackground; ///< Empty: none.
+    std::string itsBackgroundFile;
+    std::string itsOverlay;       ///< Empty: none.
+    std::string itsMemory;        ///< Empty: the library's own budget.
+    std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
+    std::string itsPixelSize;     ///< Empty: what the images say.
+    bool itsArePlanesTimes = false;
+    bool itsIsQuiet = false;
+
+    MeasureSettings GetSettings() const;
+    ReadSettings GetReadSettings() const;
+    std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
+    BackgroundKind GetBackgroundKind() const;
+    std::vector<std::string> GetOutputNames() const;
+    XPivotTable WriteFiles(
+        std::vector<ImageMeasurement>& ioMeasurements, const WImagePage& inBackground,
+        OverlayFiles* ioOverlays ) const;
+};

@@ -1,0 +1,166 @@
+#include "Program/PlotCommand.h"
+
+#include "Jobs/XProgress.h"
+#include "Outputs/OutputFiles.h"
+#include "Plots/HistogramPlot.h"
+#include "Plots/ScatterPlot.h"
+#include "Program/Command.h"
+#include "Program/CommandLine.h"
+#include "Program/OptionChecks.h"
+#include "Support/WrongUsage.h"
+#include "Tables/ColumnKind.h"
+#include "Tables/ColumnNames.h"
+#include "Terminal/Session.h"
+
+namespace
+{
+constexpr double kDotsPerInch = 300;
+constexpr double kPointsPerMillimetre = 72 / 25.4;
+
+void CheckColumns( const char* inOption, const std::string& inList, std::size_t inCount )
+{
+    if ( !inList.empty() && SplitColumnNames( inList ).size() != inCount )
+        throw WrongUsage(
+            std::string( inOption ) +
+            ( inCount == 1 ? " takes one column" : " takes two columns with a comma between them" ) );
+}
+
+/// The columns' names, for a sentence.
+std::string ListNames( const std::vector<PlotColumn>& inColumns )
+{
+    std::string names;
+    for ( const auto& [column, isLogarithmic] : inColumns )
+        names += ( names.empty() ? "" : " and " ) + ( '"' + GetColumnName( column ) + '"' ) +
+            ( isLogarithmic ? " greater than 0" : "" );
+    return names;
+}
+} // namespace
+
+void PlotCommand::Declare( const CommandOptions& inOptions )
+{
+    inOptions.Explain(
+        std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp +
+        "\nA histogram tells how many rows have a number in which bin. The width of the bins is the rule of Freedman and\n"
+        "Diaconis (where the quartiles are one, Scott's), with 200 bins at most; whole numbers get bins of a whole width.\n"
+        "--by tells groups apart by colour; of more than 7 groups the 7 largest have colours of their own, and the others\n"
+        "are grey. Rows with a missing, infinite or undefined number, or on a logarithmic axis with one that is not\n"
+        "greater than 0, are left out, and standard error tells how many they are.\n"
+        "PNG files have 300 dots an inch. The text of SVG files stays text.\n"
+        "Exit status: 0, 1 after a failure or when there is nothing to draw, 2 for wrong usage, 130 when interrupted." );
+    DeclareTable( inOptions );
+    inOptions.Add( "--histogram", itsHistogram, "Draw how the numbers of a column are distributed" )
+        .Takes( "COLUMN" );
+    inOptions
+        .Add( "--scatter", itsScatter, "Draw a point for each row: to the right one column, upwards another" )
+        .Takes( "COLUMN,COLUMN" )
+        .Excludes( "--histogram" );
+    inOptions.Add( "--by", itsGroups, "Column that groups the rows, a colour for each group" )
+        .Takes( "COLUMN" );
+    itsConditions.Declare( inOptions );
+    inOptions.Add( "-o,--output", itsOutput, "File to write, .svg or .png" )
+        .Takes( "FILE" )
+        .Required()
+        .Check( CheckFileName );
+    inOptions.Add( "--title", itsPlotTitle, "Title above the plot" ).Takes( "TEXT" );
+    inOptions.Add( "--bins", itsBins, "Number of bins of a histogram [as suits the numbers]" )
+        .Takes( "N" )
+        .IsBetween( 1u, 1000u )
+        .Excludes( "--scatter" );
+    inOptions.AddFlag( "--log-x", itsIsLogarithmicX, "Logarithmic axis to the right" );
+    inOptions.AddFlag( "--log-y", itsIsLogarithmicY, "Logarithmic axis upwards" );
+    for ( const auto& [name, length] :
+          { std::pair( "--width", &itsWidth ), std::pair( "--height", &itsHeight ) } )
+        inOptions.Add( name, *length, "Size of the whole plot" )
+            .Takes( "MM" )
+            .IsBetween( 40.0, 500.0 )
+            .ShowsDefault();
+}
+
+void PlotCommand::Check() const
+{
+    if ( itsHistogram.empty() && itsScatter.empty() )
+        throw WrongUsage( "--histogram COLUMN or --scatter COLUMN,COLUMN tells what to draw" );
+    CheckColumns( "--histogram", itsHistogram, 1 );
+    CheckColumns( "--scatter", itsScatter, 2 );
+    CheckColumns( "--by", itsGroups, 1 );
+    itsConditions.Check();
+    if ( !IsSVG() && !HasEnding( itsOutput, ".png" ) )
+        throw WrongUsage( itsOutput + " ends neither in .svg nor in .png" );
+}
+
+bool PlotCommand::IsSVG() const
+{
+    return HasEnding( itsOutput, ".svg" );
+}
+
+int PlotCommand::RunOnTable( XPivotTable& ioTable, Session& ioSession )
+{
+    XProgress progress( 3, XProgress::kProgressSteps );
+    itsConditions.FilterRows( ioTable );
+    progress.Increment();
+    const auto columns = FindColumns( ioTable );
+    const auto* const groups = FindGroups( ioTable );
+    if ( ioTable.GetNumRows() == 0 )
+        return kFailure;
+    auto settings = GetSettings();
+    if ( groups )
+        settings.groupTitle = GetColumnName( *groups );
+    const auto data = ReadPlotData( ioTable.GetNumRows(), columns, groups );
+    progress.Increment();
+    if ( data.groupOfRow.empty() )
+        throw std::runtime_error(
+            "there is nothing to draw: no row has a finite number in " + ListNames( columns ) );
+    const auto bytes = Draw( columns, data, settings );
+    WriteOutputFiles(
+        { { itsOutput, [&]( WFile& ioFile ) { ioFile.WriteAt( 0, bytes.data(), bytes.size() ); } } } );
+    if ( data.leftOut > 0 )
+        ioSession.ReportFact(
+            std::to_string( data.leftOut ) + " of " + std::to_string( ioTable.GetNumRows() ) +
+            " rows are left out: they have no finite number in " + ListNames( columns ) );
+    return kSuccess;
+}
+
+PlotSettings PlotCommand::GetSettings() const
+{
+    PlotSettings settings;
+    settings.width = itsWidth * kPointsPerMillimetre;
+    settings.height = itsHeight * kPointsPerMillimetre;
+    settings.title = itsPlotTitle;
+    settings.isLogarithmicX = itsIsLogarithmicX;
+    settings.isLogarithmicY = itsIsLogarithmicY;
+    if ( itsBins > 0 )
+        settings.bins = itsBins;
+    return settings;
+}
+
+std::vector<PlotColumn> PlotCommand::FindColumns( const XPivotTable& inTable ) const
+{
+    std::vector<PlotColumn> columns;
+    for ( const auto index : FindColumnsByName( inTable, itsScatter.empty() ? itsHistogram : itsScatter ) )
+    {
+        const auto& column = inTable.GetColumn( index );
+        if ( !HoldsNumbers( column ) )
+            throw WrongUsage( "the column \"" + GetColumnName( column ) + "\" holds no numbers" );
+        columns.push_back( { column, columns.empty() ? itsIsLogarithmicX : itsIsLogarithmicY } );
+    }
+    return columns;
+}
+
+const XPivotColumn* PlotCommand::FindGroups( const XPivotTable& inTable ) const
+{
+    return itsGroups.empty() ? nullptr
+                             : &inTable.GetColumn( FindColumnsByName( inTable, itsGroups ).front() );
+}
+
+std::string PlotCommand::Draw(
+    const std::vector<PlotColumn>& inColumns, const PlotData& inData, const PlotSettings& inSettings ) const
+{
+    const auto canvas = IsSVG() ? WCanvas::MakeSVG( inSettings.width, inSettings.height )
+                                : WCanvas::MakePNG( inSettings.width, inSettings.height, kDotsPerInch );
+    const auto title = GetColumnName( inColumns[0].column );
+    if ( inColumns.size() == 1 )
+        DrawHistogram( inData, title, inSettings, *canvas );
+    else
+        DrawScatterPlot( inData, title, GetColumnName( inColumns[1].column ), inSettings, *canvas );
+    return canvas->Encode();
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Plots/PlotSettings.h"
+#include "Program/RowConditions.h"
+#include "Program/TableCommand.h"
+
+/// `korvale plot`: draws the numbers of a table's columns.
+class PlotCommand : public TableCommand
+{
+public:
+    const char* GetName() const override { return "plot"; }
+    const char* GetSummary() const override { return "Draws the numbers of a table, for papers."; }
+    void Declare( const CommandOptions& inOptions ) override;
+    void Check() const override;
+
+protected:
+    const char* GetTitle() const override { return "Plotting"; }
+    std::vector<std::string> GetOutputNames() const override { return { itsOutput }; }
+    int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
+
+private:
+    std::string itsHistogram; ///< The column's name; this or the next one is empty.
+    std::string itsScatter;   ///< The names of both columns.
+    std::string itsGroups;
+    RowConditions itsConditions;
+    std::string itsOutput;
+    std::string itsPlotTitle;
+    double itsWidth = 160; ///< In millimetres.
+    double itsHeight = 120;
+    std::uint32_t itsBins = 0; ///< 0: as many as suit the numbers.
+    bool itsIsLogarithmicX = false;
+    bool itsIsLogarithmicY = false;
+
+    bool IsSVG() const;
+    PlotSettings GetSettings() const;
+    std::vector<PlotColumn> FindColumns( const XPivotTable& inTable ) const;
+    const XPivotColumn* FindGroups( const XPivotTable& inTable ) const;
+    std::string Draw(
+        const std::vector<PlotColumn>& inColumns, const PlotData& inData,
+        const PlotSettings& inSettings ) const;
+};

@@ -1,0 +1,139 @@
+#include "Program/SampleCommand.h"
+
+#include "Files/WPendingFiles.h"
+#include "Imaging/TIFFWriter.h"
+#include "Jobs/XProgress.h"
+#include "Outputs/NewFolder.h"
+#include "Program/CommandLine.h"
+#include "Program/OptionChecks.h"
+#include "Support/FilePaths.h"
+#include "Support/WrongUsage.h"
+#include "Terminal/ProgressDisplay.h"
+#include "Terminal/Session.h"
+
+#include <limits>
+#include <optional>
+
+namespace
+{
+const char* const kImageFile = "sample.tif";
+const char* const kTruthFile = "truth.csv";
+} // namespace
+
+void SampleCommand::Declare( const CommandOptions& inOptions )
+{
+    inOptions.Explain(
+        "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
+        "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
+        "has a line for each object of each plane: where it was drawn, how large and how bright.\n"
+        "A stack of 4 GiB or more is a BigTIFF file. Planes are written one by one, whatever their number.\n"
+        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is written." );
+    inOptions.Add( "DIR", itsFolder, "Folder to write to; made if it is missing" ).Takes( "" ).Required();
+    const auto addNumber = [&]( const char* inName, std::uint32_t& outNumber, std::uint32_t inLeast,
+                                std::uint32_t inMost, const char* inText )
+    { inOptions.Add( inName, outNumber, inText ).Takes( "N" ).IsBetween( inLeast, inMost ).ShowsDefault(); };
+    addNumber( "--planes", itsSettings.planes, 1, 100000, "Pages of the stack" );
+    addNumber( "--width", itsSettings.width, 1, 65536, "Width of a plane in pixels" );
+    addNumber( "--height", itsSettings.height, 1, 65536, "Height of a plane in pixels" );
+    addNumber( "--channels", itsSettings.channels, 1, 64, "Samples of a pixel" );
+    addNumber( "--objects", itsSettings.objects, 0, 10000000, "Objects in each plane" );
+    inOptions.Add( "--bits", itsSettings.bits, "Bits of a sample" )
+        .Takes( "N" )
+        .IsOneOf( { "8", "16" } )
+        .ShowsDefault();
+    inOptions.Add( "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber )
+        .ShowsDefault();
+    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
+}
+
+void SampleCommand::Check() const
+{
+    if ( std::uint64_t{ itsSettings.width } * itsSettings.height > std::numeric_limits<std::uint32_t>::max() )
+        throw WrongUsage( "a plane of that size has too many pixels" );
+    try
+    {
+        SyntheticStack{ itsSettings };
+    }
+    catch ( const WImageError& error )
+    {
+        throw WrongUsage( error.what() );
+    }
+}
+
+CommandFiles SampleCommand::GetFiles() const
+{
+    return { {}, { GetName( kImageFile ), GetName( kTruthFile ) } };
+}
+
+std::string SampleCommand::GetName( const char* inFile ) const
+{
+    return PathToUTF8( PathFromUTF8( itsFolder ) / inFile );
+}
+
+int SampleCommand::Run( Session& ioSession )
+{
+    if ( itsIsQuiet )
+        ioSession.progress.Silence();
+    WriteFiles( PathFromUTF8( itsFolder ) );
+    if ( !itsIsQuiet )
+        ioSession.out << GetName( kImageFile ) << ": " << itsSettings.planes << " planes of "
+                      << itsSettings.objects << " objects\n"
+                      << GetName( kTruthFile ) << ": what was drawn\n";
+    return kSuccess;
+}
+
+/// Both files are complete before either takes its place.
+void SampleCommand::WriteFiles( const std::filesystem::path& inFolder ) const
+{
+    std::optional<NewFolder> folder;
+    WriteOutput( itsFolder, [&] { folder.emplace( inFolder ); } );
+    std::vector<CompleteFile> files;
+    for ( const auto* name : { kImageFile, kTruthFile } )
+        WriteOutput(
+            GetName( name ),
+            [&] {
+                files.push_back( { GetName( name ), std::make_unique<WReplaceFile>( inFolder / name ) } );
+            } );
+
+    DrawPlanes( files[0], files[1] );
+    for ( const auto& each : files )
+        WriteOutput( each.name, [&] { each.file->Complete(); } );
+
+    const auto hold = WPendingFiles::Hold();
+    PutInPlace( std::move( files ) );
+    folder->Keep();
+}
+
+/// Keeps no more than one plane, for a stack may be larger than the memory.
+void SampleCommand::DrawPlanes( const CompleteFile& ioImage, const CompleteFile& ioTruth ) const
+{
+    SyntheticStack stack( itsSettings );
+    std::optional<TIFFWriter> image;
+    WriteOutput(
+        ioImage.name,
+        [&] {
+            image.emplace(
+                ioImage.file->GetFile(), TIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
+        } );
+    std::uint64_t truthEnd = 0;
+    const auto writeTruth = [&]( const std::string& inText )
+    {
+        WriteOutput(
+            ioTruth.name,
+            [&] { ioTruth.file->GetFile().WriteAt( truthEnd, inText.data(), inText.size() ); } );
+        truthEnd += inText.size();
+    };
+    writeTruth( stack.GetTruthHeader() );
+    XProgress progress( itsSettings.planes, XProgress::kProgressWork, kProgressDelayMs );
+    progress.SetTitle( "Drawing planes" );
+    for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
+    {
+        const auto page = stack.DrawPlane();
+        WriteOutput( ioImage.name, [&] { image->WritePage( page ); } );
+        writeTruth( stack.GetTruth() );
+        progress.Increment();
+        progress.YieldAndCheckAbort();
+    }
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Program/TableCommand.h"
+#include "Program/TableOutputs.h"
+
+/// `korvale sort`: puts the rows of a table in order.
+class SortCommand : public TableCommand
+{
+public:
+    const char* GetName() const override { return "sort"; }
+    const char* GetSummary() const override { return "Puts the rows of a table in order."; }
+    void Declare( const CommandOptions& inOptions ) override;
+    void Check() const override;
+
+protected:
+    const char* GetTitle() const override { return "Sorting"; }
+    std::vector<std::string> GetOutputNames() const override { return itsOutputs.GetNames(); }
+    int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
+
+private:
+    std::string itsKeys;
+    TableOutputs itsOutputs;
+};
