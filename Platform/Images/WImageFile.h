@@ -47,7 +47,7 @@ struct WImageFormat
 /// by side, in the byte order of the machine.
 struct WImagePage : WImageFormat
 {
-    /// The bytes of the samples. What deletes them gives them back to whom they came from.
+    /// The bytes of the samples. The deleter returns the buffer to its allocator.
     using Samples = std::unique_ptr<std::byte[], std::function<void( std::byte* )>>;
 
     /// Gives so many bytes, whose values may be anything.
@@ -127,7 +127,7 @@ public:
     /// What the programs that wrote a TIFF file say of it (each tag 270 of the first page); none when they say nothing.
     virtual std::vector<std::string> GetDescriptions() const { return {}; }
 
-    /// Hears now and then what share of a page has been read, from 0 to 1. May throw, which ends the reading.
+    /// Progress callback: fraction of the page read, 0 to 1. May throw to cancel.
     using Progress = std::function<void( double )>;
 
     /// Reads the page of that number, counted from 0, into memory of that allocator. Fastest in ascending order.

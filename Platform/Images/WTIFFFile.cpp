@@ -213,7 +213,7 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
         offset = directory.GetNextOffset();
         size += directory.GetSize();
         if ( size > itsFile.GetSize() )
-            throw WImageError( "its list of pages runs in a circle" );
+            throw WImageError( "its page directory is cyclic" );
     }
     if ( itsPages.empty() && itsSkippedCount > 0 )
         throw WImageError( "it holds only pages of reduced resolution or masks" );

@@ -4,7 +4,7 @@
 #include <functional>
 #include <thread>
 
-/// The user's wish that the program end: Ctrl-C, or the system's (a request to terminate, a terminal that is closed).
+/// A request to terminate: Ctrl-C, or the system's (SIGTERM, a terminal that is closed).
 ///
 /// While an object lives, an interrupt only raises a flag, which the work looks at and obeys. When the process has not
 /// ended some time later, and when there is a second interrupt, the process ends at once, without its destructors.

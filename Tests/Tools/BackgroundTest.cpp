@@ -267,8 +267,7 @@ TEST_F( Background, NeedsMemory )
     EXPECT_EQ( Measure( { large, "--memory", "26K", "--workers", "1", "--background", "min" } ), 1 );
     manager.SetTemporaryFolder( folder );
     EXPECT_NE(
-        itsError.str().find( "page 0: it has not been measured, for the background lacks pages\n" ),
-        std::string::npos )
+        itsError.str().find( "page 0: not measured: the background is incomplete\n" ), std::string::npos )
         << itsError.str();
     for ( const char* part :
           { ": pages 1 to 7: there was not enough memory (1012); memory cannot be purged to ", "missing: ",

@@ -493,7 +493,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     HandmadeTIFF circle( false );
     auto bytes = circle.Finish( {} );
     bytes[10] = 8;
-    EXPECT_EQ( GetFailure( bytes ), "its list of pages runs in a circle" );
+    EXPECT_EQ( GetFailure( bytes ), "its page directory is cyclic" );
 
     HandmadeTIFF huge( true );
     bytes = huge.Finish( { { 256, 4, 1, 60000 }, { 257, 4, 1, 60000 }, { 258, 3, 1, 8 }, { 273, 4, 1, 8 } } );

@@ -135,7 +135,7 @@ public:
     /// How long after it was taken a lock of another thread is still waited for, in milliseconds: the lock of a thread
     /// that waits for the caller in another way, or never unlocks, must not hold it up for ever. 0: no waits for locks.
     void SetPatience( std::uint32_t inMilliseconds ) { itsPatience = inMilliseconds; }
-    /// Takes bytes that `AboutToAllocate` entered out of the books again.
+    /// Releases a reservation made by `AboutToAllocate`.
     void HasFreed( USize64 inSize );
 
     /// The size of the largest block, up to `inSize`, for which there would be room after purging.

@@ -14,7 +14,7 @@ enum class BackgroundKind
     kMinimum
 };
 
-/// What the samples of several pages come to, each sample of a page for itself: their sums, or the least of them.
+/// Per-pixel sum or minimum over several pages.
 ///
 /// Whole numbers are summed exactly, and their mean is rounded to the nearest whole number, halves up. Float samples are
 /// summed in double precision, in the order in which they are added; those that are not finite are left out, and where

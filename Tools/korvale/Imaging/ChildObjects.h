@@ -7,7 +7,7 @@
 /// Which pixels make up objects.
 struct ObjectSettings
 {
-    std::uint32_t channel = 0;       ///< The channel whose samples are held against the threshold.
+    std::uint32_t channel = 0;       ///< The channel to threshold.
     std::optional<double> threshold; ///< None: Otsu's.
     std::uint64_t leastPixels = 1;
 };

@@ -34,7 +34,7 @@ struct ChannelStatistics
     double sum = 0;
 };
 
-/// What a page gives: small beside the page, and independent of all other pages.
+/// The measurements of one page: much smaller than its pixels, and independent of all other pages.
 struct PageMeasurement
 {
     std::uint32_t channels = 0;

@@ -13,7 +13,7 @@
 
 namespace
 {
-/// Where the bytes alone would fit, others are in the way that nobody can or could move to the disk.
+/// Where the bytes alone would fit, the rest of the budget is pinned.
 std::string DescribeShortage( std::uint64_t inBytes )
 {
     const auto budget = XMemoryManager::GetManager()->GetBudget();

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-/// A threshold in the samples' own type, so that they can be held against it as they are.
+/// A threshold in the type of the samples, so that these can be compared without conversion.
 template<class T>
 struct ThresholdLevel
 {

@@ -193,7 +193,7 @@ void ImageMeasurer::MeasureWithBackground( Image& ioImage, XProgress& ioProgress
     ioImage.CheckAbort();
     // Else the background would depend on the memory that the machine has.
     if ( ioImage.HasLackedMemory() )
-        ioImage.Refuse( { "it has not been measured, for the background lacks pages" } );
+        ioImage.Refuse( { "not measured: the background is incomplete" } );
     if ( ioImage.HasGoodPages() )
         ComputeBackground( ioImage );
     MeasureKeptPages( ioImage, ioProgress );

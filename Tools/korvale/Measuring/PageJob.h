@@ -25,7 +25,7 @@ struct PageResult
 class PageJob : public XJob
 {
 public:
-    /// Nobody but the result hears of the end.
+    /// Completion is reported only through the result.
     bool CanCompleteInJobThread() override { return true; }
     bool ShouldSendCompletedMessage() override { return false; }
 

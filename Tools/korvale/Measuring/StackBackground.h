@@ -20,7 +20,7 @@ public:
     /// missing in it, or wrong.
     void Add( std::uint32_t inPage, CachedPage& ioPage );
 
-    /// Says that a page will not be added, or has been. Every page must come to this, for later ones wait for it.
+    /// A page has been added, or will not be. Must be called once for every page: later pages wait for it.
     void HasEnded( std::uint32_t inPage ) { itsOrder.PassAll( inPage ); }
 
     std::uint32_t GetAddedCount() const { return itsAdded; }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Leads the pages of a stack through the same stages, in each of them one page after the other in their order, whatever
+/// Serialises each stage: pages pass through it in page order, whatever
 /// threads work on them. A page that is in its second stage leaves the first one to the next page.
 /// Threads: any. Waiting is a checkpoint.
 class StageOrder

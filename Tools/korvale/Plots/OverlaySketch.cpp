@@ -8,7 +8,7 @@
 
 namespace
 {
-constexpr std::uint32_t kMostSide = 5000; // A picture of more pixels is more than is looked at.
+constexpr std::uint32_t kMostSide = 5000; // Largest useful preview side, in pixels.
 
 // Colours that colour-blind readers tell apart (Okabe and Ito).
 constexpr WColour kOuterColour{ 0xF0, 0xE4, 0x42 };

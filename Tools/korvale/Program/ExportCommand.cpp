@@ -9,14 +9,21 @@
 
 void ExportCommand::Declare( const CommandOptions& inOptions )
 {
-    inOptions.Explain(
-        "CSV is UTF-8 with a header line; missing values are empty.\n"
-        "An .npz file opens with numpy.load. For each column it has an array of its name, 'Area (µm²)', and one of\n"
-        "truth values, 'Area (µm²).mask', true where the value is missing: numpy.ma.array( values, mask=mask ).\n"
-        "Numbers are float64, int32 or uint32, texts and identifiers fixed-width text, times datetime64[us];\n"
-        "missing ones read nan, 0, '' and NaT. Columns of objects (ID, Parent ID) give their numbers, and their\n"
-        "identifiers as 'ID.uuid'. Slashes in names become _; further columns of one name get a number: 'Area 2'.\n"
-        "Exit status: 0, 1 after a failure or for a table without rows, 2 for wrong usage, 130 when interrupted." );
+    inOptions.Explain( "Formats\n"
+                       "  CSV is UTF-8 with a header line; missing values are empty.\n"
+                       "  NPZ files open with numpy.load. Each column has an array of its name,\n"
+                       "  \"Area (µm²)\", and a boolean one, \"Area (µm²).mask\", true where the value is\n"
+                       "  missing: numpy.ma.array( values, mask=mask ). Numbers are float64, int32 or\n"
+                       "  uint32, texts and identifiers fixed-width text, times datetime64[us]; missing\n"
+                       "  values read nan, 0, '' and NaT. Columns of objects (ID, Parent ID) give their\n"
+                       "  numbers, and their identifiers as \"ID.uuid\". Slashes in names become _;\n"
+                       "  further columns of one name get a number: \"Area 2\".\n"
+                       "\n"
+                       "Example\n"
+                       "  korvale export cells.table --npz cells.npz\n"
+                       "\n"
+                       "Exit status: 0, 1 after a failure or for a table without rows, 2 for\n"
+                       "wrong usage, 130 when interrupted." );
     DeclareTable( inOptions );
     inOptions.Add( "--csv", itsCSV, "CSV file to write" ).Takes( "FILE" ).Check( CheckFileName );
     inOptions.Add( "--npz", itsNPZ, "File for numpy to write" ).Takes( "FILE" ).Check( CheckFileName );

@@ -8,9 +8,17 @@
 void FilterCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain(
-        std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp +
-        "\nWithout -o and --csv the rows are printed. Where no row passes, what is written has none.\n"
-        "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage, 130 when interrupted." );
+        std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp + "\n" +
+        "Output\n"
+        "  Without -o and --csv the matching rows are printed. If no row matches, the\n"
+        "  files are written without rows.\n"
+        "\n"
+        "Examples\n"
+        "  korvale filter cells.table --where \"Area >= 12.5\" --csv large.csv\n"
+        "  korvale filter cells.table --where \"Name contains control\" -o control.table\n"
+        "\n"
+        "Exit status: 0, 1 after a failure or when no row is left, 2 for\n"
+        "wrong usage, 130 when interrupted." );
     DeclareTable( inOptions );
     itsConditions.DeclareWithAny( inOptions );
     itsOutputs.Declare( inOptions );

@@ -9,7 +9,7 @@ class FilterCommand : public TableCommand
 {
 public:
     const char* GetName() const override { return "filter"; }
-    const char* GetSummary() const override { return "Keeps the rows of a table that pass conditions."; }
+    const char* GetSummary() const override { return "Keeps the rows of a table that match conditions."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 

@@ -34,7 +34,7 @@ std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 
 std::string CheckChannel( const std::string& inText )
 {
-    return ParseChannel( inText ) ? "" : inText + " is no channel: they are C1, C2, ...";
+    return ParseChannel( inText ) ? "" : "invalid channel \"" + inText + "\" (expected C1, C2, ...)";
 }
 
 /// The width and the height of a pixel, from "X" or "X,Y".
@@ -64,7 +64,7 @@ std::string CheckThreshold( const std::string& inText )
     const auto number = ParseNumber<double>( inText );
     return inText == "otsu" || ( number && std::isfinite( *number ) )
         ? ""
-        : inText + " is neither otsu nor a number";
+        : "invalid threshold \"" + inText + "\" (expected otsu or a number)";
 }
 
 /// The images that patterns of names stand for.
@@ -106,104 +106,114 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
 
 void MeasureCommand::Declare( const CommandOptions& inOptions )
 {
-    inOptions.Explain(
-        "Images are TIFF files (8 or 16 bits, or 32-bit float, any number of pages) and PNG files. TIFF files may be\n"
-        "compressed with LZW, deflate or PackBits, on Linux also with JPEG, LZMA, Zstandard, WebP or LERC. Each page is\n"
-        "one time point, counted from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced resolution\n"
-        "and masks are left out and not counted. Grey images that store white as 0 are inverted. Places in a palette (of\n"
-        "8 bits in TIFF files) become red, green and blue, which have 16 bits where a TIFF palette is finer than 8.\n"
-        "TIFF files whose description (OME-XML, ImageJ's, or the shape of an array) declares several channels, slices or\n"
-        "images, or other planes than they have pages, are refused: those planes are no time points. With\n"
-        "--planes-as-times each page is one all the same. Stacks and volumes whose planes lie in the file behind a single\n"
-        "page are refused in any case.\n"
-        "Objects are the connected pixels whose value in the chosen channel is greater than the threshold, in each page\n"
-        "in the order of their first pixel, row by row; the ID numbers all of a table from 1. Centroid, location and\n"
-        "bounds are in pixels and the first pixel is 0; the perimeter counts the edges of pixels. Areas are given with\n"
-        "--pixel-size, or where the image has a resolution of at most 20 um a pixel: coarser ones are those of a screen\n"
-        "or of paper. The standard deviation is that of all the object's pixels.\n"
-        "With --inside the connected pixels above a second threshold are found inside every object and are rows of their\n"
-        "own, after the objects of their page; Parent ID is the ID of the object that they lie in.\n"
-        "With --background the mean or the minimum over all pages of an image, each pixel and channel for itself, is\n"
-        "subtracted from the pages before the threshold is taken, and what would be less than 0 becomes 0. The mean of\n"
-        "whole numbers is rounded to the nearest, halves up; of float samples only finite ones count. Pages that cannot\n"
-        "be read, or differ in size or type from the first one, have no part in it. An image of one page becomes 0.\n"
-        "Pages that do not fit into --memory wait in temporary files; the results are the same.\n"
-        "With --overlay the outlines of the objects and their IDs are drawn over the channel they were found in, its\n"
-        "grey levels stretched; objects inside objects in a second colour, and with --inside-channel the inside of the\n"
-        "objects shows that channel. IDs that would lie on one another are left\n"
-        "out. Small pages are enlarged, and those of more than 5000 pixels a side reduced. With pages 0, 1, ... the files\n"
-        "are FILE-0000.png, FILE-0001.png, ...; with several images FILE-IMAGE.png or FILE-IMAGE-0000.png, and\n"
-        "-2, -3, ... behind that for more images of one name.\n"
-        "Images in different folders that have equal names are told apart in a column Folder. Characters of names that\n"
-        "Windows-1252, the encoding of tables, lacks are written as their numbers, \\u{3A9}.\n"
-        "A table file or a CSV file is written only when it is asked for, and replaces an older one when all is measured.\n"
-        "Images that are given more than once are measured each time, which standard error tells.\n"
-        "An image or a page that cannot be read is told on standard error; the others are measured, and the exit status\n"
-        "is 1. Interrupted, the command writes no file; the exit status is 130.\n"
-        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
+    inOptions.Explain( "Images\n"
+                       "  TIFF (8- or 16-bit unsigned, 32-bit float, any number of pages) and PNG.\n"
+                       "  TIFF may be compressed with LZW, deflate or PackBits; on Linux also with\n"
+                       "  JPEG, LZMA, Zstandard, WebP or LERC. Each page is a time point, counted\n"
+                       "  from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced\n"
+                       "  resolution and masks are skipped. Min-is-white images are inverted, palettes\n"
+                       "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
+                       "  tifffile) declares several channels, slices or images are refused;\n"
+                       "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
+                       "  volumes whose planes lie behind a single page are always refused.\n"
+                       "\n"
+                       "Objects\n"
+                       "  The connected pixels whose value in the chosen channel is greater than the\n"
+                       "  threshold, numbered in raster order of their first pixel; IDs count from 1\n"
+                       "  over the whole table. Coordinates are in pixels, the first pixel is 0; the\n"
+                       "  perimeter counts pixel edges; the standard deviation is the population's.\n"
+                       "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
+                       "  image; coarser ones belong to screens or paper and are ignored.\n"
+                       "  --inside finds objects inside each object by a second threshold. Their rows\n"
+                       "  follow the objects of their page; Parent ID names the object around them.\n"
+                       "\n"
+                       "Background\n"
+                       "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
+                       "  image before thresholding; negative results become 0. Means of integers are\n"
+                       "  rounded to nearest, halves up; for floats only finite samples count. Pages\n"
+                       "  that cannot be read, or differ from the first in size or type, are left out.\n"
+                       "\n"
+                       "Overlays\n"
+                       "  --overlay draws contours and IDs over the channel that was segmented, with\n"
+                       "  stretched grey levels; inner objects have a second colour, and\n"
+                       "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
+                       "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
+                       "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
+                       "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
+                       "\n"
+                       "Names\n"
+                       "  Images of equal names in different folders get a column Folder. Characters\n"
+                       "  that Windows-1252, the encoding of tables, lacks are written as \\u{3A9}.\n"
+                       "\n"
+                       "Output\n"
+                       "  Without -o or --csv only a summary is printed. Outputs replace older files\n"
+                       "  when everything is measured. Pages that do not fit into --memory are swapped\n"
+                       "  to temporary files; results are the same. Repeated images are measured each\n"
+                       "  time, with a note. Unreadable images and pages are reported on standard\n"
+                       "  error; the others are measured, and the exit status is 1.\n"
+                       "\n"
+                       "Examples\n"
+                       "  korvale measure cells.tif --csv cells.csv\n"
+                       "  korvale measure *.tif --channel C2 --min-pixels 20 -o cells.table\n"
+                       "  korvale measure stack.tif --background mean --overlay marked.png\n"
+                       "\n"
+                       "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
     inOptions.WhenParsed( [this] { itsImages = ExpandWildcards( itsImages ); } );
     itsOutputs.Declare( inOptions );
-    inOptions.Add( "--channel", itsChannel, "Channel that tells objects from background" )
+    inOptions.Add( "--channel", itsChannel, "Channel to segment" )
         .Takes( "Cn" )
         .Check( CheckChannel )
         .ShowsDefault();
-    inOptions.Add( "--threshold", itsThreshold, "otsu (chosen for each page by itself) or a value" )
+    inOptions.Add( "--threshold", itsThreshold, "otsu (for each page) or a value" )
         .Takes( "otsu|VALUE" )
         .Check( CheckThreshold )
         .ShowsDefault();
-    inOptions
-        .Add( "--connectivity", itsConnectivity, "Whether pixels connect by edges (4) or by corners too (8)" )
+    inOptions.Add( "--connectivity", itsConnectivity, "Connect pixels by edges (4) or also corners (8)" )
         .Takes( "N" )
         .IsOneOf( { "4", "8" } )
         .ShowsDefault();
-    inOptions.Add( "--pixel-size", itsPixelSize, "Width and height of a pixel in um [what the image says]" )
+    inOptions.Add( "--pixel-size", itsPixelSize, "Pixel size in um [that of the image]" )
         .Takes( "X[,Y]" )
         .Check( CheckPixelSize );
-    inOptions.AddFlag(
-        "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point, whatever is declared" );
-    inOptions.Add( "--min-pixels", itsLeastPixels, "Leave out smaller objects" )
+    inOptions.AddFlag( "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point" );
+    inOptions.Add( "--min-pixels", itsLeastPixels, "Minimum object size in pixels" )
         .Takes( "N" )
         .Check( CheckWholeNumber )
         .ShowsDefault();
-    inOptions
-        .Add(
-            "--inside", itsInside,
-            "Find objects inside objects: otsu (chosen for each object by itself) or a value" )
+    inOptions.Add( "--inside", itsInside, "Find objects inside objects: otsu (for each object) or a value" )
         .Takes( "otsu|VALUE" )
         .Check( CheckThreshold );
     inOptions
-        .Add( "--inside-channel", itsInsideChannel, "Channel that tells inner objects [that of --channel]" )
+        .Add(
+            "--inside-channel", itsInsideChannel, "Channel to segment for inner objects [that of --channel]" )
         .Takes( "Cn" )
         .Check( CheckChannel )
         .Needs( "--inside" );
-    inOptions.Add( "--inside-min-pixels", itsInsideLeastPixels, "Leave out smaller inner objects" )
+    inOptions.Add( "--inside-min-pixels", itsInsideLeastPixels, "Minimum size of inner objects in pixels" )
         .Takes( "N" )
         .Check( CheckWholeNumber )
         .Needs( "--inside" )
         .ShowsDefault();
-    inOptions
-        .Add( "--background", itsBackground, "Subtract what all pages of an image have in common [nothing]" )
+    inOptions.Add( "--background", itsBackground, "Subtract the mean or minimum over all pages [none]" )
         .Takes( "mean|min" )
         .IsOneOf( { "mean", "min" } );
-    inOptions
-        .Add(
-            "--save-background", itsBackgroundFile, "TIFF file to write the background of the one image to" )
+    inOptions.Add( "--save-background", itsBackgroundFile, "Write the background as a TIFF file" )
         .Takes( "FILE" )
         .Check( CheckFileName )
         .Needs( "--background" );
-    inOptions.Add( "--overlay", itsOverlay, "PNG file to draw the page and what was found on it to" )
+    inOptions.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
         .Takes( "FILE.png" )
         .Check( CheckFileName );
     inOptions
         .Add(
             "--memory", itsMemory,
             std::string(
-                "Memory for pages, such as 512M or 1.5G [60 % of the machine's]; the others wait in files in " ) +
+                "Memory for pages, such as 512M or 1.5G [60 % of the machine's]; the rest is swapped to " ) +
                 WFolders::DescribeTemporaryFolder() )
         .Takes( "SIZE" )
         .Check( CheckByteCount );
-    inOptions.Add( "--workers", itsWorkers, "Workers to keep busy at most [one for each processor]" )
+    inOptions.Add( "--workers", itsWorkers, "Maximum number of worker threads [one per processor]" )
         .Takes( "N" )
         .IsBetween( 1u, 1024u );
     inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );

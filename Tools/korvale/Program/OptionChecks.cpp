@@ -14,5 +14,7 @@ std::string CheckWholeNumber( const std::string& inText )
     std::uint64_t number = 0;
     const auto* const end = inText.data() + inText.size();
     const auto [rest, error] = std::from_chars( inText.data(), end, number );
-    return error == std::errc() && rest == end ? "" : inText + " is no whole number from 0 to 2^64 - 1";
+    return error == std::errc() && rest == end
+        ? ""
+        : "\"" + inText + "\" is not a whole number from 0 to 2^64 - 1";
 }

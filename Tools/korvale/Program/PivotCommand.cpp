@@ -72,20 +72,28 @@ XPivotTable::XColumnIndices FindColumnsIfNamed( const XPivotTable& inTable, cons
 void PivotCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain(
-        std::string( kAggregatesHelp ) + "\n" + RowConditions::GetHelp() + "\n" + kColumnNamesHelp +
-        "\nThe result has a row for each combination of what stands in the columns of --rows, and is sorted by them.\n"
-        "Missing is one group, and comes first. With --columns each value there gives result columns of its own,\n"
-        "with --pages each one a pivot of its own; in files their number stands in front.\n"
-        "Without -o and --csv the result is printed.\n"
-        "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage, 130 when interrupted." );
+        std::string( kAggregatesHelp ) + "\n" + RowConditions::GetHelp() + "\n" + kColumnNamesHelp + "\n" +
+        "Result\n"
+        "  One row per combination of values in the --rows columns, sorted by them;\n"
+        "  missing values form one group, which comes first. --columns gives each value\n"
+        "  result columns of its own, --pages a pivot of its own, in files numbered by\n"
+        "  the first column. Without -o and --csv the result is printed.\n"
+        "\n"
+        "Examples\n"
+        "  korvale pivot cells.table --rows Name --values Area --with count,mean,sd\n"
+        "  korvale pivot cells.table --rows Timepoint --columns Name \\\n"
+        "      --values \"Mean C1\" --with mean --csv means.csv\n"
+        "\n"
+        "Exit status: 0, 1 after a failure or when no row is left, 2 for wrong usage,\n"
+        "130 when interrupted." );
     DeclareTable( inOptions );
     const auto addList = [&]( const char* inName, std::string& outList, const char* inHelp )
     { return inOptions.Add( inName, outList, inHelp ).Takes( "COLUMN[,COLUMN...]" ); };
-    addList( "--rows", itsRows, "What to group by, a row for each group [all rows in one]" );
-    addList( "--columns", itsColumns, "What to group by further, result columns for each group" );
-    addList( "--pages", itsPages, "What to group by before, a pivot for each group" );
-    addList( "--values", itsValues, "What to reduce" ).Required();
-    inOptions.Add( "--with", itsAggregates, "What to reduce it to" ).Takes( "NAME[,NAME...]" ).Required();
+    addList( "--rows", itsRows, "Group by these, one result row per group [all rows]" );
+    addList( "--columns", itsColumns, "Group also by these, result columns per value" );
+    addList( "--pages", itsPages, "Make one pivot per value of these columns" );
+    addList( "--values", itsValues, "Columns to aggregate" ).Required();
+    inOptions.Add( "--with", itsAggregates, "Aggregates to compute" ).Takes( "NAME[,NAME...]" ).Required();
     itsConditions.Declare( inOptions );
     itsOutputs.Declare( inOptions );
 }
@@ -129,7 +137,7 @@ void PivotCommand::CheckValues( const XPivotTable& inTable, const Plan& inPlan )
         if ( !HasNumbers( inTable.GetColumn( index ) ) )
             throw WrongUsage(
                 "the column \"" + GetColumnName( inTable.GetColumn( index ) ) +
-                "\" holds no numbers; only count and value are for it" );
+                "\" holds no numbers: only count and value apply to text" );
 }
 
 /// Nobody reads a table of very many columns, and making it takes long.
@@ -190,7 +198,7 @@ XPivotTable PivotCommand::PickResults( XPivotTable inPivot, const Plan& inPlan )
     for ( std::uint32_t i = 0; i < keyCount; ++i )
         picked.AddColumn( std::move( columns[i] ) );
     for ( std::size_t first = keyCount; first < columns.size(); first += accumulator.GetNumValues() )
-        for ( const auto& reduction : aggregates )
-            picked.AddColumn( std::move( columns[first + FindPlace( accumulator, reduction )] ) );
+        for ( const auto& aggregate : aggregates )
+            picked.AddColumn( std::move( columns[first + FindPlace( accumulator, aggregate )] ) );
     return picked;
 }

@@ -12,7 +12,7 @@ public:
     const char* GetName() const override { return "pivot"; }
     const char* GetSummary() const override
     {
-        return "Sums up the rows of a table: how many, how large, how bright, by what.";
+        return "Groups the rows of a table and aggregates their values.";
     }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;

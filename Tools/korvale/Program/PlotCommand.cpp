@@ -39,35 +39,39 @@ std::string ListNames( const std::vector<PlotColumn>& inColumns )
 void PlotCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain(
-        std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp +
-        "\nA histogram tells how many rows have a number in which bin. The width of the bins is the rule of Freedman and\n"
-        "Diaconis (where the quartiles are one, Scott's), with 200 bins at most; whole numbers get bins of a whole width.\n"
-        "--by tells groups apart by colour; of more than 7 groups the 7 largest have colours of their own, and the others\n"
-        "are grey. Rows with a missing, infinite or undefined number, or on a logarithmic axis with one that is not\n"
-        "greater than 0, are left out, and standard error tells how many they are.\n"
-        "PNG files have 300 dots an inch. The text of SVG files stays text.\n"
-        "Exit status: 0, 1 after a failure or when there is nothing to draw, 2 for wrong usage, 130 when interrupted." );
+        std::string( RowConditions::GetHelp() ) + "\n" + kColumnNamesHelp + "\n" +
+        "Plots\n"
+        "  Histogram bins follow the rule of Freedman and Diaconis (Scott's where the\n"
+        "  quartiles are equal), at most 200; integers get bins of integer width.\n"
+        "  --by colours groups; of more than 7 groups the 7 largest have colours, the\n"
+        "  others are grey. Rows whose value is missing, infinite or undefined, or not\n"
+        "  above 0 on a logarithmic axis, are left out and counted on standard error.\n"
+        "  PNG files have 300 dots per inch. The text of SVG files stays text.\n"
+        "\n"
+        "Examples\n"
+        "  korvale plot cells.table --histogram Area -o areas.svg\n"
+        "  korvale plot cells.table --scatter \"Area,Mean C1\" --by Name -o cells.png\n"
+        "\n"
+        "Exit status: 0, 1 after a failure or when there is nothing to draw, 2 for\n"
+        "wrong usage, 130 when interrupted." );
     DeclareTable( inOptions );
-    inOptions.Add( "--histogram", itsHistogram, "Draw how the numbers of a column are distributed" )
-        .Takes( "COLUMN" );
-    inOptions
-        .Add( "--scatter", itsScatter, "Draw a point for each row: to the right one column, upwards another" )
+    inOptions.Add( "--histogram", itsHistogram, "Draw the distribution of a column" ).Takes( "COLUMN" );
+    inOptions.Add( "--scatter", itsScatter, "Draw a point per row: first column x, second y" )
         .Takes( "COLUMN,COLUMN" )
         .Excludes( "--histogram" );
-    inOptions.Add( "--by", itsGroups, "Column that groups the rows, a colour for each group" )
-        .Takes( "COLUMN" );
+    inOptions.Add( "--by", itsGroups, "Column to group by, one colour per group" ).Takes( "COLUMN" );
     itsConditions.Declare( inOptions );
     inOptions.Add( "-o,--output", itsOutput, "File to write, .svg or .png" )
         .Takes( "FILE" )
         .Required()
         .Check( CheckFileName );
     inOptions.Add( "--title", itsPlotTitle, "Title above the plot" ).Takes( "TEXT" );
-    inOptions.Add( "--bins", itsBins, "Number of bins of a histogram [as suits the numbers]" )
+    inOptions.Add( "--bins", itsBins, "Number of histogram bins [chosen by the data]" )
         .Takes( "N" )
         .IsBetween( 1u, 1000u )
         .Excludes( "--scatter" );
-    inOptions.AddFlag( "--log-x", itsIsLogarithmicX, "Logarithmic axis to the right" );
-    inOptions.AddFlag( "--log-y", itsIsLogarithmicY, "Logarithmic axis upwards" );
+    inOptions.AddFlag( "--log-x", itsIsLogarithmicX, "Logarithmic x axis" );
+    inOptions.AddFlag( "--log-y", itsIsLogarithmicY, "Logarithmic y axis" );
     for ( const auto& [name, length] :
           { std::pair( "--width", &itsWidth ), std::pair( "--height", &itsHeight ) } )
         inOptions.Add( name, *length, "Size of the whole plot" )
@@ -79,7 +83,7 @@ void PlotCommand::Declare( const CommandOptions& inOptions )
 void PlotCommand::Check() const
 {
     if ( itsHistogram.empty() && itsScatter.empty() )
-        throw WrongUsage( "--histogram COLUMN or --scatter COLUMN,COLUMN tells what to draw" );
+        throw WrongUsage( "one of --histogram and --scatter is required" );
     CheckColumns( "--histogram", itsHistogram, 1 );
     CheckColumns( "--scatter", itsScatter, 2 );
     CheckColumns( "--by", itsGroups, 1 );

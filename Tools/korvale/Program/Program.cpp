@@ -53,10 +53,10 @@ void DeclareOptions( CommandLine& ioLine, Options& outOptions )
     options.Add( "--log", outOptions.log, "Session log to append to [session.log in the state folder]" )
         .Takes( "FILE" )
         .Check( CheckFileName );
-    options.AddFlag( "--verbose", outOptions.isVerbose, "Show on standard error what goes into the log" );
-    options.Explain( "These options may stand behind the command too; korvale COMMAND --help explains it.\n"
-                     "Exit status: 0 when all went well, 1 after a failure, 2 for wrong usage, 130 when the\n"
-                     "user interrupted it: then it leaves no new file behind." );
+    options.AddFlag( "--verbose", outOptions.isVerbose, "Print log entries on standard error" );
+    options.Explain( "These options may also follow the command. See korvale COMMAND --help.\n"
+                     "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted;\n"
+                     "then no new file is left behind." );
 }
 
 /// The exit status of what printed its results: a failure when some of them are lost.

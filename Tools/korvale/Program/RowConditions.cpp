@@ -10,12 +10,13 @@ void RowConditions::Declare( const CommandOptions& inOptions )
 void RowConditions::DeclareWithAny( const CommandOptions& inOptions )
 {
     DeclareWhere( inOptions ).Required();
-    inOptions.AddFlag( "--any", itsIsAny, "Rows that pass one of several conditions, not all" );
+    inOptions.AddFlag( "--any", itsIsAny, "Keep rows that match any condition, not all" );
 }
 
 CommandOption RowConditions::DeclareWhere( const CommandOptions& inOptions )
 {
-    return inOptions.Add( "--where", itsConditions, "Only rows that pass; again for rows that pass this too" )
+    return inOptions
+        .Add( "--where", itsConditions, "Keep rows matching this condition (repeatable: all must match)" )
         .Takes( "'COLUMN OP VALUE'" )
         .MayRepeat();
 }

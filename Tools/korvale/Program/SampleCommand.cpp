@@ -22,13 +22,19 @@ const char* const kTruthFile = "truth.csv";
 
 void SampleCommand::Declare( const CommandOptions& inOptions )
 {
-    inOptions.Explain(
-        "The stack shows round objects with soft edges on a noisy background, at 0.25 µm a pixel. Every\n"
-        "plane has all objects; from plane to plane they wander a little and never touch. truth.csv\n"
-        "has a line for each object of each plane: where it was drawn, how large and how bright.\n"
-        "A stack of 4 GiB or more is a BigTIFF file. Planes are written one by one, whatever their number.\n"
-        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted; then no file is written." );
-    inOptions.Add( "DIR", itsFolder, "Folder to write to; made if it is missing" ).Takes( "" ).Required();
+    inOptions.Explain( "The stack shows round objects with soft edges on a noisy background, at 0.25 µm\n"
+                       "per pixel. Every plane has all objects; from plane to plane they move a little\n"
+                       "and never touch. truth.csv has a line per object and plane: place, size and\n"
+                       "brightness. Stacks of 4 GiB or more are BigTIFF files.\n"
+                       "\n"
+                       "Example\n"
+                       "  korvale sample stack --planes 100 --width 2048 --height 2048\n"
+                       "\n"
+                       "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted;\n"
+                       "then no file is written." );
+    inOptions.Add( "DIR", itsFolder, "Folder for sample.tif and truth.csv, created if missing" )
+        .Takes( "" )
+        .Required();
     const auto addNumber = [&]( const char* inName, std::uint32_t& outNumber, std::uint32_t inLeast,
                                 std::uint32_t inMost, const char* inText )
     { inOptions.Add( inName, outNumber, inText ).Takes( "N" ).IsBetween( inLeast, inMost ).ShowsDefault(); };
@@ -41,7 +47,7 @@ void SampleCommand::Declare( const CommandOptions& inOptions )
         .Takes( "N" )
         .IsOneOf( { "8", "16" } )
         .ShowsDefault();
-    inOptions.Add( "--seed", itsSettings.seed, "Start of the random numbers: the same seed, the same files" )
+    inOptions.Add( "--seed", itsSettings.seed, "Random seed: the same seed gives the same files" )
         .Takes( "N" )
         .Check( CheckWholeNumber )
         .ShowsDefault();

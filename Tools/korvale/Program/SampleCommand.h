@@ -4,15 +4,12 @@
 #include "Outputs/OutputFiles.h"
 #include "Program/Command.h"
 
-/// `korvale sample`: writes a stack of images whose objects are known, and what was drawn.
+/// `korvale sample`: writes a synthetic stack and its ground truth, DIR/sample.tif and DIR/truth.csv.
 class SampleCommand : public Command
 {
 public:
     const char* GetName() const override { return "sample"; }
-    const char* GetSummary() const override
-    {
-        return "Writes a stack of images with known objects: DIR/sample.tif and DIR/truth.csv.";
-    }
+    const char* GetSummary() const override { return "Writes a synthetic stack and its ground truth."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
     CommandFiles GetFiles() const override;

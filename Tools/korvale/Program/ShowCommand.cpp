@@ -14,14 +14,13 @@
 
 void ShowCommand::Declare( const CommandOptions& inOptions )
 {
-    inOptions.Explain(
-        "--structure also walks damaged files: it prints what makes sense, and then where and why the rest\n"
-        "does not (exit status 1).\n"
-        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
+    inOptions.Explain( "--structure also reads damaged files: it prints what can be read, then where\n"
+                       "and why the rest cannot (exit status 1).\n"
+                       "\n"
+                       "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     inOptions.Add( "TABLE", itsTable, "Table file" ).Takes( "" ).Required();
-    inOptions.AddFlag( "--csv", itsAsCSV, "As CSV, the same as measure writes" );
-    inOptions
-        .AddFlag( "--structure", itsStructure, "The stream's header, objects and fields with their offsets" )
+    inOptions.AddFlag( "--csv", itsAsCSV, "Print as CSV" );
+    inOptions.AddFlag( "--structure", itsStructure, "Print header, objects and fields with their offsets" )
         .Excludes( "--csv" );
     inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress" );
 }

@@ -39,13 +39,19 @@ std::vector<SortKey> ParseSortKeys( const std::string& inList )
 void SortCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain(
-        std::string( kColumnNamesHelp ) +
-        "\nThe first column decides, each further one among rows that are equal so far; rows that are equal in all stay\n"
-        "in their order. Numbers go by value, texts in natural order (img2 before img10).\n"
-        "Missing numbers and NaN are the smallest: they come first, and with :desc last. Missing whole numbers are sorted as\n"
-        "0, missing texts as empty ones.\n"
-        "Without -o and --csv the table is printed.\n"
-        "Exit status: 0, 1 after a failure or for a table without rows, 2 for wrong usage, 130 when interrupted." );
+        std::string( kColumnNamesHelp ) + "\n" +
+        "Order\n"
+        "  Further columns order rows that are equal in the ones before; rows equal in\n"
+        "  all keep their order. Numbers go by value, texts in natural order (img2\n"
+        "  before img10). Missing numbers and NaN are the smallest; missing integers\n"
+        "  sort as 0, missing texts as empty. Without -o and --csv the table is printed.\n"
+        "\n"
+        "Examples\n"
+        "  korvale sort cells.table --by Area:desc\n"
+        "  korvale sort cells.table --by Name,Timepoint --csv sorted.csv\n"
+        "\n"
+        "Exit status: 0, 1 after a failure or for a table without rows, 2 for\n"
+        "wrong usage, 130 when interrupted." );
     DeclareTable( inOptions );
     inOptions.Add( "--by", itsKeys, "Columns to sort by; :desc puts the largest first" )
         .Takes( "COLUMN[:desc][,...]" )

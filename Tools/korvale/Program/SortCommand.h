@@ -8,7 +8,7 @@ class SortCommand : public TableCommand
 {
 public:
     const char* GetName() const override { return "sort"; }
-    const char* GetSummary() const override { return "Puts the rows of a table in order."; }
+    const char* GetSummary() const override { return "Sorts the rows of a table."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 

@@ -47,5 +47,5 @@ std::string FormatByteCount( std::uint64_t inBytes )
 
 std::string CheckByteCount( const std::string& inText )
 {
-    return ParseByteCount( inText ) ? "" : inText + " is no amount of memory: they are 512M, 1.5G, ...";
+    return ParseByteCount( inText ) ? "" : "invalid size \"" + inText + "\" (expected e.g. 512M, 1.5G)";
 }

@@ -40,7 +40,7 @@ std::string Unquote( std::string_view inText )
     if ( end == 0 )
         return std::string( text );
     if ( end != text.size() )
-        throw WrongUsage( "there is something behind the quotes of " + std::string( text ) );
+        throw WrongUsage( "unexpected text after the closing quote of " + std::string( text ) );
 
     std::string unquoted;
     for ( std::size_t i = 1; i + 1 < end; ++i )
@@ -60,7 +60,7 @@ std::vector<std::string> SplitList( std::string_view inText )
         const auto comma = rest.find( ',', FindQuotedEnd( rest ) );
         items.emplace_back( TrimSpaces( rest.substr( 0, comma ) ) );
         if ( items.back().empty() )
-            throw WrongUsage( "something is missing in the list " + std::string( inText ) );
+            throw WrongUsage( "empty item in the list " + std::string( inText ) );
         if ( comma == std::string_view::npos )
             return items;
         rest.remove_prefix( comma + 1 );

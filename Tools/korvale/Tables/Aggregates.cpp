@@ -8,54 +8,55 @@
 #include <array>
 
 const char* const kAggregatesHelp =
-    "NAME is one or more of these, with commas between them:\n"
-    "  count         how many there are\n"
+    "Aggregates (NAME, separated by commas)\n"
+    "  count         number of values\n"
     "  mean\n"
     "  sum, product  0 and 1 where all values are missing\n"
-    "  min, max      where no number is above 0, max is the smallest one that is, 2.2e-308\n"
-    "  var, sd       variance, with the number of values as divisor, and its square root\n"
-    "  se            standard error of the mean: sd / sqrt( number of values )\n"
-    "  value         the value itself, where the cell has one row only\n"
-    "Missing values do not count. NaN leave mean, sum and product missing; the others leave them out.\n";
+    "  min, max      the max of non-positive values is 2.2e-308\n"
+    "  var, sd       population variance and standard deviation\n"
+    "  se            standard error of the mean: sd / sqrt( count )\n"
+    "  value         the value itself, in cells of one row\n"
+    "  Missing values are ignored. NaN makes mean, sum and product missing and is\n"
+    "  ignored by the others.\n";
 
 namespace
 {
 using Accumulator = XPivotTableAccumulator;
 
-struct NamedReduction
+struct NamedAggregate
 {
     const char* name;
-    Aggregate reduction;
+    Aggregate aggregate;
 };
 
-constexpr std::array kReductions{
-    NamedReduction{ "count", { Accumulator::kAccumulateCount, 0 } },
-    NamedReduction{ "mean", { Accumulator::kAccumulateMean, 0 } },
-    NamedReduction{ "sum", { Accumulator::kAccumulateSum, 0 } },
-    NamedReduction{ "product", { Accumulator::kAccumulateProduct, 0 } },
-    NamedReduction{ "min", { Accumulator::kAccumulateMinMax, 0 } },
-    NamedReduction{ "max", { Accumulator::kAccumulateMinMax, 1 } },
-    NamedReduction{ "var", { Accumulator::kAccumulateVarSD, 0 } },
-    NamedReduction{ "sd", { Accumulator::kAccumulateVarSD, 1 } },
-    NamedReduction{ "se", { Accumulator::kAccumulateStandardError, 0 } },
-    NamedReduction{ "value", { Accumulator::kAccumulateNone, 0 } } };
+constexpr std::array kAggregates{
+    NamedAggregate{ "count", { Accumulator::kAccumulateCount, 0 } },
+    NamedAggregate{ "mean", { Accumulator::kAccumulateMean, 0 } },
+    NamedAggregate{ "sum", { Accumulator::kAccumulateSum, 0 } },
+    NamedAggregate{ "product", { Accumulator::kAccumulateProduct, 0 } },
+    NamedAggregate{ "min", { Accumulator::kAccumulateMinMax, 0 } },
+    NamedAggregate{ "max", { Accumulator::kAccumulateMinMax, 1 } },
+    NamedAggregate{ "var", { Accumulator::kAccumulateVarSD, 0 } },
+    NamedAggregate{ "sd", { Accumulator::kAccumulateVarSD, 1 } },
+    NamedAggregate{ "se", { Accumulator::kAccumulateStandardError, 0 } },
+    NamedAggregate{ "value", { Accumulator::kAccumulateNone, 0 } } };
 
-Aggregate ParseReduction( const std::string& inName )
+Aggregate ParseAggregate( const std::string& inName )
 {
     const auto name = FromUTF8( inName );
     XVector<XString> names;
-    for ( const auto& [known, reduction] : kReductions )
+    for ( const auto& [known, aggregate] : kAggregates )
     {
         // Its head in the result means the same.
-        const auto head = Accumulator( reduction.type ).GetColumnStrings()[reduction.place];
+        const auto head = Accumulator( aggregate.type ).GetColumnStrings()[aggregate.place];
         if ( name.CaselessEqual( known ) || name.CaselessEqual( head ) )
-            return reduction;
+            return aggregate;
         names.push_back( known );
     }
     const auto nearest = name.FindClosestLevenshteinMatch( names, true );
     throw WrongUsage(
-        "values are not reduced to \"" + inName + "\"; the nearest is \"" +
-        kReductions[static_cast<std::size_t>( nearest )].name + "\"" );
+        "unknown aggregate \"" + inName + "\" (did you mean \"" +
+        kAggregates[static_cast<std::size_t>( nearest )].name + "\"?)" );
 }
 } // namespace
 
@@ -69,10 +70,10 @@ std::vector<Aggregate> ParseAggregates( const std::string& inList )
     std::vector<Aggregate> aggregates;
     for ( const auto& item : SplitList( inList ) )
     {
-        const auto reduction = ParseReduction( Unquote( item ) );
-        if ( std::ranges::find( aggregates, reduction ) != aggregates.end() )
-            throw WrongUsage( item + " is there twice" );
-        aggregates.push_back( reduction );
+        const auto aggregate = ParseAggregate( Unquote( item ) );
+        if ( std::ranges::find( aggregates, aggregate ) != aggregates.end() )
+            throw WrongUsage( item + " is listed twice" );
+        aggregates.push_back( aggregate );
     }
     return aggregates;
 }
@@ -80,8 +81,8 @@ std::vector<Aggregate> ParseAggregates( const std::string& inList )
 XPivotTableAccumulator MakeAccumulator( const std::vector<Aggregate>& inAggregates )
 {
     Accumulator accumulator( inAggregates.front().type );
-    for ( const auto& reduction : inAggregates )
-        accumulator.AddType( reduction.type );
+    for ( const auto& aggregate : inAggregates )
+        accumulator.AddType( aggregate.type );
     return accumulator;
 }
 

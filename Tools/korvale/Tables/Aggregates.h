@@ -27,5 +27,5 @@ std::vector<Aggregate> ParseAggregates( const std::string& inList );
 /// Selects all that they need.
 XPivotTableAccumulator MakeAccumulator( const std::vector<Aggregate>& inAggregates );
 
-/// The place of the reduction among all values that the accumulator gives.
+/// The place of the aggregate among all values that the accumulator gives.
 std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggregate& inReduction );

@@ -8,9 +8,11 @@
 #include <charconv>
 
 const char* const kColumnNamesHelp =
-    "COLUMN is what heads the column in korvale show; upper and lower case are alike, and units, channel and\n"
-    "parentheses may be left out where one column only is meant: 'Area (µm²)', 'area um2' or Area. A name with commas\n"
-    "stands in double quotes within those of the shell: '\"A, B\"'. #3 is the third column.\n";
+    "Column names\n"
+    "  COLUMN is a heading of korvale show, in any case; unit, channel and\n"
+    "  parentheses may be omitted where the name stays unique: \"Area (µm²)\",\n"
+    "  \"area um2\" or Area. Names with commas are put in double quotes inside those\n"
+    "  of the shell: '\"A, B\"'. #3 is the third column.\n";
 
 namespace
 {

@@ -15,11 +15,13 @@
 #include <limits>
 
 const char* const WhereClause::kHelp =
-    "A condition is COLUMN OP VALUE, as in 'Area (µm²) >= 12.5' or 'Name contains control'. OP is one of\n"
-    "  =  !=  <  <=  >  >=    on numbers, texts in natural order (img2 < img10), times (2026-03-05 16:07) and\n"
-    "                         identifiers\n"
-    "  contains               on texts and identifiers; upper and lower case differ\n"
-    "Rows whose value is missing pass no condition. Names and values that hold an operator stand in double quotes.\n";
+    "Conditions\n"
+    "  COLUMN OP VALUE, as in \"Area >= 12.5\" or \"Name contains control\". OP is\n"
+    "    =  !=  <  <=  >  >=  for numbers, texts in natural order (img2 < img10),\n"
+    "                         times (2026-03-05 16:07) and identifiers\n"
+    "    contains             for texts and identifiers, case-sensitive\n"
+    "  Rows whose value is missing never match. Names and values that contain an\n"
+    "  operator are put in double quotes.\n";
 
 namespace
 {
@@ -112,7 +114,7 @@ WhereClause::WhereClause( const std::string& inText )
     itsColumn = Unquote( text.substr( 0, place ) );
     const auto value = TrimSpaces( text.substr( place + std::string_view( found->text ).size() ) );
     if ( itsColumn.empty() || value.empty() )
-        throw WrongUsage( "something is missing in the condition " + inText );
+        throw WrongUsage( "incomplete condition " + inText + " (expected COLUMN OP VALUE)" );
     itsValue = Unquote( value );
 }
 

@@ -2,7 +2,7 @@
 
 #include "Ground/XTypes.h"
 
-/// Makes a worker that has found no job known to those who bring jobs, for as long as it lives. Internal.
+/// Registers an idle worker, for as long as it lives, so that producers can wake it. Internal.
 ///
 ///     XJobWaiter waiter;
 ///     if ( !FetchJob() ) // once more: from now on whoever brings a job wakes a waiter

@@ -4,7 +4,7 @@
 #include "Pivot/Columns/XPivotColumnT.h"
 
 /// Identifiers; all zeros where missing. The number of an identifier is its hash, so numbers cannot be stored
-/// and are ignored; references that are numbers are held against the hash. Text is either form that XUUID
+/// and are ignored; references that are numbers are compared with the hash. Text is either form that XUUID
 /// reads (1026 for any other, unless the value is given as missing: then it is the default value).
 class KORVALE_API XPivotUUIDColumn
     : public XPivotColumnClassT<XPivotUUIDColumn, XPivotColumnT<XUUID>, kClassPivotUUIDColumn>

@@ -5,7 +5,7 @@
 // Enumerations of XPivotTable that columns use too. XPivotTable carries them under its own name; they stand
 // here because the table owns columns and columns must not include the table.
 
-/// How a row's value v is held against a reference r.
+/// How a row's value v is compared with a reference r.
 enum XPivotFilterRelationship : std::uint32_t
 {
     kFilterNotEqual = 0,

@@ -27,7 +27,7 @@ public:
         kAnyOf
     };
 
-    /// The column's value, held against the reference as the column's class does it.
+    /// The column's value, compared with the reference as the column's class does it.
     XPivotTableFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference );
     XPivotTableFilter(
         std::uint32_t inColumn, XPivotFilterRelationship inRelationship, const XString& inReference );
