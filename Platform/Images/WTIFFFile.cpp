@@ -148,6 +148,14 @@ void CheckPlaneCount( const Tags& inTags )
 }
 
 /// The form of a page as its samples are stored.
+void CheckPlanarConfiguration( const Tags& inTags )
+{
+    const auto configuration = inTags.GetNumber( Tags::kPlanarConfiguration, 1 );
+    if ( configuration != 1 && configuration != 2 )
+        throw WImageError(
+            "its planar configuration is " + std::to_string( configuration ) + " (expected 1 or 2)" );
+}
+
 WImagePage MakePage( const Tags& inTags )
 {
     const auto samplesPerPixel = inTags.GetNumber( Tags::kSamplesPerPixel, 1 );
@@ -155,6 +163,7 @@ WImagePage MakePage( const Tags& inTags )
         throw WImageError(
             "its pixels have " + std::to_string( samplesPerPixel ) + " samples (at most 65535)" );
     CheckPlaneCount( inTags );
+    CheckPlanarConfiguration( inTags );
     WImagePage page;
     page.width = inTags.GetExtent( Tags::kWidth, 0 );
     page.height = inTags.GetExtent( Tags::kHeight, 0 );

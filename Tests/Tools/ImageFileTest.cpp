@@ -530,6 +530,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     EXPECT_EQ(
         GetFailure( HandmadeTIFF( false ).Finish( entries ) ),
         "its colours are stored as brightness and differences in planes of their own" );
+    EXPECT_EQ( getFailureWith( { 284, 3, 1, 3 } ), "its planar configuration is 3 (expected 1 or 2)" );
     EXPECT_EQ( getFailureWith( { 32997, 4, 1, 1 } ), "" );
     for ( const auto& entry : HandmadeTIFF::Entries{ { 32997, 4, 1, 6 }, { 33629, 5, 6, 8 } } )
         EXPECT_EQ( getFailureWith( entry ), "it has 6 planes, of which only the first could be read" );

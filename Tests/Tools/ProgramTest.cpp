@@ -77,6 +77,19 @@ TEST_F( Program, SamplesAreTheSameOnEverySystem )
     EXPECT_NE( itsFolder.Read( "s/sample.tif" ), first );
 }
 
+TEST_F( Program, HelpFitsTheTerminal )
+{
+    constexpr std::size_t kWidth = 80;
+    for ( const char* command :
+          { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot" } )
+    {
+        ASSERT_EQ( *command ? Run( { command, "--help" } ) : Run( { "--help" } ), 0 );
+        std::istringstream help( itsOut.str() );
+        for ( std::string line; std::getline( help, line ); )
+            EXPECT_LE( CountCharacters( line ), kWidth ) << command << ": " << line;
+    }
+}
+
 TEST_F( Program, RefusesWrongUsage )
 {
     const auto image = WriteImage( "image.png" );

@@ -16,10 +16,7 @@ class MeasureCommand : public Command
 {
 public:
     const char* GetName() const override { return "measure"; }
-    const char* GetSummary() const override
-    {
-        return "Finds the objects of images and measures them into a table.";
-    }
+    const char* GetSummary() const override { return "Finds and measures the objects of images."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
     CommandFiles GetFiles() const override;

@@ -89,7 +89,7 @@ void PivotCommand::Declare( const CommandOptions& inOptions )
     DeclareTable( inOptions );
     const auto addList = [&]( const char* inName, std::string& outList, const char* inHelp )
     { return inOptions.Add( inName, outList, inHelp ).Takes( "COLUMN[,COLUMN...]" ); };
-    addList( "--rows", itsRows, "Group by these, one result row per group [all rows]" );
+    addList( "--rows", itsRows, "Group by these, one row per group [all rows]" );
     addList( "--columns", itsColumns, "Group also by these, result columns per value" );
     addList( "--pages", itsPages, "Make one pivot per value of these columns" );
     addList( "--values", itsValues, "Columns to aggregate" ).Required();

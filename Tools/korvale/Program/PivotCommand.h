@@ -10,10 +10,7 @@ class PivotCommand : public TableCommand
 {
 public:
     const char* GetName() const override { return "pivot"; }
-    const char* GetSummary() const override
-    {
-        return "Groups the rows of a table and aggregates their values.";
-    }
+    const char* GetSummary() const override { return "Groups rows and aggregates their values."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 

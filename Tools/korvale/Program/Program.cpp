@@ -50,7 +50,7 @@ Commands DeclareCommands( CommandLine& ioLine )
 void DeclareOptions( CommandLine& ioLine, Options& outOptions )
 {
     const auto options = ioLine.GetOptions();
-    options.Add( "--log", outOptions.log, "Session log to append to [session.log in the state folder]" )
+    options.Add( "--log", outOptions.log, "Session log [session.log in the state folder]" )
         .Takes( "FILE" )
         .Check( CheckFileName );
     options.AddFlag( "--verbose", outOptions.isVerbose, "Print log entries on standard error" );

@@ -15,8 +15,7 @@ void RowConditions::DeclareWithAny( const CommandOptions& inOptions )
 
 CommandOption RowConditions::DeclareWhere( const CommandOptions& inOptions )
 {
-    return inOptions
-        .Add( "--where", itsConditions, "Keep rows matching this condition (repeatable: all must match)" )
+    return inOptions.Add( "--where", itsConditions, "Keep rows that match (repeatable)" )
         .Takes( "'COLUMN OP VALUE'" )
         .MayRepeat();
 }

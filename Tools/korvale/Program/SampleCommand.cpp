@@ -32,9 +32,7 @@ void SampleCommand::Declare( const CommandOptions& inOptions )
                        "\n"
                        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted;\n"
                        "then no file is written." );
-    inOptions.Add( "DIR", itsFolder, "Folder for sample.tif and truth.csv, created if missing" )
-        .Takes( "" )
-        .Required();
+    inOptions.Add( "DIR", itsFolder, "Folder for sample.tif and truth.csv" ).Takes( "" ).Required();
     const auto addNumber = [&]( const char* inName, std::uint32_t& outNumber, std::uint32_t inLeast,
                                 std::uint32_t inMost, const char* inText )
     { inOptions.Add( inName, outNumber, inText ).Takes( "N" ).IsBetween( inLeast, inMost ).ShowsDefault(); };

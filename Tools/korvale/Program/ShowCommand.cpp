@@ -20,7 +20,7 @@ void ShowCommand::Declare( const CommandOptions& inOptions )
                        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
     inOptions.Add( "TABLE", itsTable, "Table file" ).Takes( "" ).Required();
     inOptions.AddFlag( "--csv", itsAsCSV, "Print as CSV" );
-    inOptions.AddFlag( "--structure", itsStructure, "Print header, objects and fields with their offsets" )
+    inOptions.AddFlag( "--structure", itsStructure, "Print objects and fields with offsets" )
         .Excludes( "--csv" );
     inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress" );
 }
