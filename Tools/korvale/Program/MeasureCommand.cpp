@@ -23,6 +23,66 @@
 
 namespace
 {
+std::string MakeHelp()
+{
+    std::string help = "Images\n"
+                       "  TIFF (8- or 16-bit unsigned, 32-bit float, any number of pages) and PNG.\n"
+                       "  TIFF may be compressed with LZW, deflate or PackBits; on Linux also with\n"
+                       "  JPEG, LZMA, Zstandard, WebP or LERC. Each page is a time point, counted\n"
+                       "  from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced\n"
+                       "  resolution and masks are skipped. Min-is-white images are inverted, palettes\n"
+                       "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
+                       "  tifffile) declares several channels, slices or images are refused;\n"
+                       "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
+                       "  volumes whose planes lie behind a single page are always refused.\n"
+                       "\n"
+                       "Objects\n"
+                       "  The connected pixels whose value in the chosen channel is greater than the\n"
+                       "  threshold, numbered in raster order of their first pixel; IDs count from 1\n"
+                       "  over the whole table. Coordinates are in pixels, the first pixel is 0; the\n"
+                       "  perimeter counts pixel edges; the standard deviation is the population's.\n"
+                       "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
+                       "  image; coarser ones belong to screens or paper and are ignored.\n"
+                       "  --inside finds objects inside each object by a second threshold. Their rows\n"
+                       "  follow the objects of their page; Parent ID names the object around them.\n"
+                       "\n"
+                       "Background\n"
+                       "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
+                       "  image before thresholding; negative results become 0. Means of integers are\n"
+                       "  rounded to nearest, halves up; for floats only finite samples count. Pages\n"
+                       "  that cannot be read, or differ from the first in size or type, are left out.\n"
+                       "\n"
+                       "Overlays\n"
+                       "  --overlay draws contours and IDs over the channel that was segmented, with\n"
+                       "  stretched grey levels; inner objects have a second colour, and\n"
+                       "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
+                       "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
+                       "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
+                       "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
+                       "\n"
+                       "Names\n"
+                       "  Images of equal names in different folders get a column Folder. Characters\n"
+                       "  that Windows-1252, the encoding of tables, lacks are written as \\u{3A9}.\n"
+                       "\n"
+                       "Output\n"
+                       "  Without -o or --csv only a summary is printed. Outputs replace older files\n"
+                       "  when everything is measured. Pages that do not fit into --memory are swapped\n"
+                       "  to temporary files; results are the same. Repeated images are measured each\n"
+                       "  time, with a note. Unreadable images and pages are reported on standard\n"
+                       "  error; the others are measured, and the exit status is 1.\n";
+    help += "  Temporary files are written to ";
+    help += WFolders::DescribeTemporaryFolder();
+    help += ".\n"
+            "\n"
+            "Examples\n"
+            "  korvale measure cells.tif --csv cells.csv\n"
+            "  korvale measure *.tif --channel C2 --min-pixels 20 -o cells.table\n"
+            "  korvale measure stack.tif --background mean --overlay marked.png\n"
+            "\n"
+            "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted.";
+    return help;
+}
+
 /// The index that a name such as C1 stands for.
 std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 {
@@ -106,61 +166,7 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
 
 void MeasureCommand::Declare( const CommandOptions& inOptions )
 {
-    inOptions.Explain(
-        std::string( "Images\n"
-                     "  TIFF (8- or 16-bit unsigned, 32-bit float, any number of pages) and PNG.\n"
-                     "  TIFF may be compressed with LZW, deflate or PackBits; on Linux also with\n"
-                     "  JPEG, LZMA, Zstandard, WebP or LERC. Each page is a time point, counted\n"
-                     "  from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced\n"
-                     "  resolution and masks are skipped. Min-is-white images are inverted, palettes\n"
-                     "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
-                     "  tifffile) declares several channels, slices or images are refused;\n"
-                     "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
-                     "  volumes whose planes lie behind a single page are always refused.\n"
-                     "\n"
-                     "Objects\n"
-                     "  The connected pixels whose value in the chosen channel is greater than the\n"
-                     "  threshold, numbered in raster order of their first pixel; IDs count from 1\n"
-                     "  over the whole table. Coordinates are in pixels, the first pixel is 0; the\n"
-                     "  perimeter counts pixel edges; the standard deviation is the population's.\n"
-                     "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
-                     "  image; coarser ones belong to screens or paper and are ignored.\n"
-                     "  --inside finds objects inside each object by a second threshold. Their rows\n"
-                     "  follow the objects of their page; Parent ID names the object around them.\n"
-                     "\n"
-                     "Background\n"
-                     "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
-                     "  image before thresholding; negative results become 0. Means of integers are\n"
-                     "  rounded to nearest, halves up; for floats only finite samples count. Pages\n"
-                     "  that cannot be read, or differ from the first in size or type, are left out.\n"
-                     "\n"
-                     "Overlays\n"
-                     "  --overlay draws contours and IDs over the channel that was segmented, with\n"
-                     "  stretched grey levels; inner objects have a second colour, and\n"
-                     "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
-                     "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
-                     "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
-                     "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
-                     "\n"
-                     "Names\n"
-                     "  Images of equal names in different folders get a column Folder. Characters\n"
-                     "  that Windows-1252, the encoding of tables, lacks are written as \\u{3A9}.\n"
-                     "\n"
-                     "Output\n"
-                     "  Without -o or --csv only a summary is printed. Outputs replace older files\n"
-                     "  when everything is measured. Pages that do not fit into --memory are swapped\n"
-                     "  to temporary files; results are the same. Repeated images are measured each\n"
-                     "  time, with a note. Unreadable images and pages are reported on standard\n"
-                     "  error; the others are measured, and the exit status is 1.\n" ) +
-        "  Temporary files are written to " + WFolders::DescribeTemporaryFolder() +
-        ".\n"
-        "\n"
-        "Examples\n"
-        "  korvale measure cells.tif --csv cells.csv\n"
-        "  korvale measure *.tif --channel C2 --min-pixels 20 -o cells.table\n"
-        "  korvale measure stack.tif --background mean --overlay marked.png\n"
-        "\n"
-        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
+    inOptions.Explain( MakeHelp() );
     inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
     inOptions.WhenParsed( [this] { itsImages = ExpandWildcards( itsImages ); } );
     itsOutputs.Declare( inOptions );
