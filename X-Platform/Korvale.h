@@ -128,7 +128,6 @@
 // Measurement tables
 #include "Pivot/Accumulators/XPivotColumnSummary.h"
 #include "Pivot/Accumulators/XPivotTableAccumulator.h"
-#include "Pivot/Columns/Internal/XPivotTextPool.h"
 #include "Pivot/Columns/XPivotColumn.h"
 #include "Pivot/Columns/XPivotColumnClassT.h"
 #include "Pivot/Columns/XPivotColumnDescriptor.h"

@@ -1,6 +1,6 @@
 #include "Process/WInterrupt.h"
 
-#include "Ground/Internal/WDeadline.h"
+#include "Ground/WDeadline.h"
 #include "Ground/XTypes.h"
 
 #include <atomic>

@@ -2,7 +2,7 @@
 
 #include "Jobs/XJobQueue.h"
 
-#include "Ground/Internal/WDeadline.h"
+#include "Ground/WDeadline.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/Internal/XJobList.h"
 #include "Jobs/Internal/XJobPool.h"

@@ -1,6 +1,6 @@
 #include "Threads/XRWMutex.h"
 
-#include "Ground/Internal/WDeadline.h"
+#include "Ground/WDeadline.h"
 #include "Threads/XThreadLock.h"
 
 #include <algorithm>

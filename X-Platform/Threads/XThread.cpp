@@ -1,7 +1,7 @@
 #include "Threads/XThread.h"
 
 #include "Core/Errors/Internal/XSwallowErrors.h"
-#include "Ground/Internal/WDeadline.h"
+#include "Ground/WDeadline.h"
 #include "Ground/XErrorNumbers.h"
 #include "Threads/XCheckpoint.h"
 #include "Threads/XPreventThreadStop.h"

@@ -1,6 +1,6 @@
 #include "Process/WMainLoop.h"
 
-#include "Ground/Internal/WDeadline.h"
+#include "Ground/WDeadline.h"
 #include "System/Linux/WErrno.h"
 
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ground/Internal/WDeadline.h"
+#include "Ground/WDeadline.h"
 #include "Ground/WWaitResult.h"
 #include "System/WThreadID.h"
 #include "Threads/Waiting/WThreadAlert.h"
