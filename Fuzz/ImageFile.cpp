@@ -1,6 +1,6 @@
-// A TIFF or PNG file, its description and all pages, through the program's readers, and the first page through the readers of
-// blocks that do without the system's libraries. What can be read has as many samples as it says; anything else is refused
-// with an image error or an error of the system.
+// A TIFF or PNG file, its description and all pages, through the program's readers, and the first page through the readers
+// of blocks that do without the system's libraries. What can be read has as many samples as it says; anything else is
+// refused with an image error or an error of the system.
 
 #include "Images/WImageFile.h"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs the tests on Linux. --all adds the Windows build under Wine, the sanitizer builds, the fuzz targets
-# over their seeds, the format and floor checks, the lock models, the sources compiled for 64-bit ARM and a consumer
+# over their seeds, the checks of format and rooms, the lock models, the sources compiled for 64-bit ARM and a consumer
 # built against the installed package. Sets up everything it needs on a Debian machine, packages included.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -102,7 +102,7 @@ install_packages "${KORVALE_BUILD_PACKAGES[@]}" "${KORVALE_TEST_PACKAGES[@]}"
 if $all; then
   install_packages "${KORVALE_WINDOWS_PACKAGES[@]}" "${KORVALE_CHECK_PACKAGES[@]}"
 
-  step "format and floors"
+  step "format and rooms"
   scripts/format.sh --check
   /usr/bin/python3 scripts/check-floors.py
   step "lock models"

@@ -74,7 +74,7 @@ public:
     /// The first value of a tag of whole numbers, or the one given when the page lacks it.
     std::uint64_t GetNumber( Tag inTag, std::uint64_t inDefault ) const;
 
-    /// The same, and 2^32 - 1 for whatever is more.
+    /// As GetNumber, but at most 2^32 - 1.
     std::uint32_t GetExtent( Tag inTag, std::uint32_t inDefault ) const;
 
     /// True when each strip or tile has the samples of one channel.

@@ -62,5 +62,5 @@ PageObjects FindPageObjects( const WImagePage& inPage, const MeasureSettings& in
 /// Measures what was found on the page.
 PageMeasurement MeasureObjects( const WImagePage& inPage, const PageObjects& inObjects );
 
-/// Both.
+/// Finds the objects and measures them.
 PageMeasurement MeasurePage( const WImagePage& inPage, const MeasureSettings& inSettings );
