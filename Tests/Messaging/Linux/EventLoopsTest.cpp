@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <poll.h>
 #include <string>
@@ -207,7 +208,7 @@ constexpr int kMessages = 300;
 /// The lines of a file without their indentation, blank ones left out.
 std::vector<std::string> ReadLines( const std::string& inName )
 {
-    std::ifstream file( std::string( KORVALE_SOURCE_DIR ) + "/" + inName );
+    std::ifstream file( std::filesystem::path( KORVALE_SOURCE_DIR ) / inName );
     EXPECT_TRUE( file ) << inName;
     std::vector<std::string> lines;
     for ( std::string line; std::getline( file, line ); )
