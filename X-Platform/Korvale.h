@@ -152,6 +152,7 @@
 #include "Pivot/Tables/XPivotTableFilter.h"
 
 // Network
+#include "Network/XConnectionEndpointImp.h"
 #include "Network/XEncryptedNetStream.h"
 #include "Network/XEncryption.h"
 #include "Network/XNetAddress.h"
@@ -160,6 +161,7 @@
 #include "Network/XNetResponder.h"
 #include "Network/XNetServer.h"
 #include "Network/XNetStream.h"
+#include "Network/XServer.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 
 // What a process constructs first

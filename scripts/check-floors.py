@@ -28,7 +28,7 @@ ROOMS = [
 ]
 
 # Parts of classes with twins that are the same on every system.
-WITHOUT_TWINS = {"WCanvas", "WDeflateUnpacker", "WImageFile", "WLZWUnpacker", "WPackBitsUnpacker", "WSystemAddress",
+WITHOUT_TWINS = {"WCanvas", "WConnection", "WDeflateUnpacker", "WImageFile", "WLZWUnpacker", "WPackBitsUnpacker", "WSystemAddress",
                  "WTIFFBlockReader", "WTIFFDirectory", "WTIFFFile", "WTIFFPackedBytes", "WTIFFPredictor", "WTIFFUnpacker",
                  "WThreadBody", "WThreadManager", "WPendingFiles"}
 

@@ -48,7 +48,7 @@ protected:
     virtual void RespondSelf() = 0;
 
 private:
-    friend class XNetServerRun;
+    friend class XServerRun;
 
     /// Called on the responder's thread, or on that which calls `SetAuthenticated`.
     struct XHooks

@@ -1,7 +1,7 @@
 #include "Sockets/WSocket.h"
 
 #include "Sockets/Internal/WSocketHeaders.h"
-#include "Sockets/WSocketAlert.h"
+#include "Sockets/Linux/WSocketDescriptor.h"
 #include "Sockets/WSystemAddress.h"
 #include "System/Linux/WErrno.h"
 
@@ -9,65 +9,20 @@
 #include <climits>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/ioctl.h>
-#include <utility>
 
 struct WSocket::System
 {
-    explicit System( int inDescriptor ) : descriptor( inDescriptor ) {}
-    System( System&& inOther ) noexcept : descriptor( std::exchange( inOther.descriptor, -1 ) ) {}
-    System& operator=( System&& ) = delete;
-    ~System()
-    {
-        if ( descriptor >= 0 )
-            close( descriptor );
-    }
-
     template<class T>
     int SetOption( int inLevel, int inName, T inValue ) const
     {
-        return setsockopt( descriptor, inLevel, inName, &inValue, sizeof( inValue ) );
+        return setsockopt( descriptor.Get(), inLevel, inName, &inValue, sizeof( inValue ) );
     }
 
-    int descriptor;
+    WSocketDescriptor descriptor;
 };
 
 namespace
 {
-
-/// The code for a value of errno that a call on a socket has left.
-std::uint32_t ToSocketError( int inErrno )
-{
-    switch ( inErrno )
-    {
-    case EBADF:
-        return 10009;
-    case EACCES:
-    case EPERM:
-        return WSocket::kErrorAccess;
-    default:
-        return WSystemError::FromErrno( inErrno );
-    }
-}
-
-WSocket::Outcome Failed( int inErrno = errno )
-{
-    return { WSocket::kFailed, 0, ToSocketError( inErrno ) };
-}
-
-WSocket::Outcome ToOutcome( ssize_t inResult )
-{
-    return inResult < 0 ? Failed() : WSocket::Outcome{ WSocket::kDone, static_cast<USize>( inResult ) };
-}
-
-/// Makes a call again that a signal has interrupted.
-template<class TCall>
-auto Uninterrupted( TCall inCall )
-{
-    for ( ;; )
-        if ( const auto result = inCall(); result >= 0 || errno != EINTR )
-            return result;
-}
 
 sockaddr_in ToSystem( const WSocket::Address& inAddress )
 {
@@ -86,50 +41,11 @@ WSocket::Address AskAddress( int inDescriptor, TCall inCall )
     return { WSystemAddress::GetIP( address ), WSystemAddress::GetPort( address ) };
 }
 
-int OpenDescriptor()
-{
-    const int descriptor = socket( AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0 );
-    if ( descriptor >= 0 )
-        return descriptor;
-    WSystemError::SetLast( ToSocketError( errno ) );
-    XThrowLastSystemError();
-}
-
-/// Connections that ended while they waited to be accepted, and other errors of one connection that the system tells
-/// when it is to be accepted. The next one may be sound.
-bool IsErrorOfConnection( int inErrno )
-{
-    switch ( inErrno )
-    {
-    case ECONNABORTED:
-    case ECONNRESET:
-    case EPROTO:
-    case ENOPROTOOPT:
-    case ENETDOWN:
-    case ENETUNREACH:
-    case EHOSTDOWN:
-    case EHOSTUNREACH:
-    case ENONET:
-    case EOPNOTSUPP:
-    case EPERM: // a rule of the firewall
-        return true;
-    default:
-        return false;
-    }
-}
-
-/// Limits what a wait takes: poll counts milliseconds in an int. A longer wait goes on in another turn.
-int ToPollTimeout( const WDeadline& inDeadline )
-{
-    const std::uint32_t left = inDeadline.GetMillisecondsLeft();
-    return left == kNoTimeout ? -1 : static_cast<int>( std::min<std::uint32_t>( left, INT_MAX ) );
-}
-
 } // namespace
 
 // ---- Life
 
-WSocket::WSocket() : WSocket( System( OpenDescriptor() ) ) {}
+WSocket::WSocket() : WSocket( System{ WSocketDescriptor::Open( AF_INET ) } ) {}
 
 WSocket::WSocket( System&& inSystem ) : itsSystem( std::make_unique<System>( std::move( inSystem ) ) )
 {
@@ -144,33 +60,29 @@ WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
 {
     itsSystem->SetOption( SOL_SOCKET, SO_REUSEADDR, 1 );
     const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
-    return ToOutcome(
-        bind( itsSystem->descriptor, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
+    return WSocketDescriptor::ToOutcome( bind(
+        itsSystem->descriptor.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
 }
 
 WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
 {
-    return ToOutcome(
-        listen( itsSystem->descriptor, static_cast<int>( std::min<std::uint32_t>( inBacklog, INT_MAX ) ) ) );
+    return itsSystem->descriptor.Listen( inBacklog );
 }
 
-bool WSocket::HasToWaitToAccept()
+bool WSocket::HasToWaitToAccept() const
 {
     return false;
 }
 
-WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
+WSocket::Outcome WSocket::TryAccept( WConnectionPtr& outConnection )
 {
-    const int descriptor = Uninterrupted(
-        [&] { return accept4( itsSystem->descriptor, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC ); } );
-    if ( descriptor >= 0 )
-    {
-        outConnection.reset( new WSocket( System( descriptor ) ) );
-        return {};
-    }
-    if ( itsIsInterrupted )
+    int descriptor = -1;
+    const Outcome outcome = itsSystem->descriptor.TryAccept( descriptor );
+    if ( outcome.status == kDone )
+        outConnection.reset( new WSocket( System{ WSocketDescriptor( descriptor ) } ) );
+    else if ( IsInterrupted() )
         return { kFailed, 0, kErrorAborted };
-    return IsErrorOfConnection( errno ) ? Outcome{ kFailed, 0, kErrorWouldBlock } : Failed();
+    return outcome;
 }
 
 // ---- Client side
@@ -178,38 +90,26 @@ WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
 WSocket::Outcome WSocket::StartConnecting( const Address& inAddress )
 {
     const sockaddr_in address = ToSystem( inAddress );
-    return ToOutcome(
-        connect( itsSystem->descriptor, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
+    return WSocketDescriptor::ToOutcome( connect(
+        itsSystem->descriptor.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
 }
 
 WSocket::Outcome WSocket::TryFinishConnecting()
 {
-    if ( itsIsInterrupted )
-        return { kFailed, 0, kErrorAborted };
-    pollfd connecting{ itsSystem->descriptor, POLLOUT, 0 };
-    if ( Uninterrupted( [&] { return poll( &connecting, 1, 0 ); } ) == 0 )
-        return { kFailed, 0, kErrorWouldBlock };
-    int error = 0;
-    socklen_t size = sizeof( error );
-    if ( getsockopt( itsSystem->descriptor, SOL_SOCKET, SO_ERROR, &error, &size ) != 0 )
-        error = errno;
-    if ( error != 0 )
-        return Failed( error );
-    return itsIsInterrupted ? Outcome{ kFailed, 0, kErrorAborted } : Outcome{};
+    const Outcome outcome = IsInterrupted() ? Outcome{} : itsSystem->descriptor.TryFinishConnecting();
+    return IsInterrupted() ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
 }
 
 // ---- Transfer
 
 WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
 {
-    return ToOutcome(
-        Uninterrupted( [&] { return send( itsSystem->descriptor, inBytes, inCount, MSG_NOSIGNAL ); } ) );
+    return itsSystem->descriptor.TrySend( inBytes, inCount );
 }
 
 WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek )
 {
-    return ToOutcome( Uninterrupted(
-        [&] { return recv( itsSystem->descriptor, outBytes, inCount, inPeek ? MSG_PEEK : 0 ); } ) );
+    return itsSystem->descriptor.TryReceive( outBytes, inCount, inPeek );
 }
 
 /// The system compares with a mark how many bytes have arrived. It does not take every mark: no more bytes can wait
@@ -220,7 +120,7 @@ WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadlin
     itsSystem->SetOption( SOL_SOCKET, SO_RCVLOWAT, wanted );
     int mark = 0;
     socklen_t size = sizeof( mark );
-    getsockopt( itsSystem->descriptor, SOL_SOCKET, SO_RCVLOWAT, &mark, &size );
+    getsockopt( itsSystem->descriptor.Get(), SOL_SOCKET, SO_RCVLOWAT, &mark, &size );
     const WWaitResult result = mark < wanted ? kWaitSucceeded : Wait( kForReading, inDeadline );
     itsSystem->SetOption( SOL_SOCKET, SO_RCVLOWAT, 1 );
     if ( mark < wanted )
@@ -232,50 +132,42 @@ WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadlin
 
 std::uint32_t WSocket::GetWaitingBytes() const
 {
-    int count = 0;
-    return ioctl( itsSystem->descriptor, FIONREAD, &count ) == 0 ? static_cast<std::uint32_t>( count ) : 0;
+    return itsSystem->descriptor.GetWaitingBytes();
 }
 
 // ---- End
 
 void WSocket::ShutDownSending()
 {
-    shutdown( itsSystem->descriptor, SHUT_WR );
+    itsSystem->descriptor.ShutDownSending();
 }
 
-/// Ends every poll of the descriptor too, one that listens or connects included.
+bool WSocket::HasPeerClosed() const
+{
+    return itsSystem->descriptor.HasPeerClosed();
+}
+
 void WSocket::EndConnection()
 {
-    shutdown( itsSystem->descriptor, SHUT_RDWR );
+    itsSystem->descriptor.End();
 }
 
 WWaitResult WSocket::SleepUntilReady( Direction inDirection, const WDeadline& inDeadline, bool inAlertable )
 {
-    const short events = inDirection == kForReading ? POLLIN : POLLOUT;
-    const int alert = inAlertable ? static_cast<int>( WSocketAlert::GetCurrent().GetHandle() ) : -1;
-    pollfd descriptors[] = { { itsSystem->descriptor, events, 0 }, { alert, POLLIN, 0 } };
-    for ( ;; )
-    {
-        const int ready = poll( descriptors, inAlertable ? 2 : 1, ToPollTimeout( inDeadline ) );
-        if ( ready > 0 )
-            return descriptors[1].revents != 0 ? kWaitAlerted : kWaitSucceeded;
-        if ( ready < 0 && errno != EINTR )
-            return kWaitSucceeded; // the operation finds out why
-        if ( inDeadline.HasPassed() )
-            return kWaitTimedOut;
-    }
+    constexpr short kEvents[] = { POLLIN, POLLOUT, POLLRDHUP };
+    return itsSystem->descriptor.Sleep( kEvents[inDirection], inDeadline, inAlertable );
 }
 
 // ---- Properties
 
 WSocket::Address WSocket::GetLocalAddress() const
 {
-    return AskAddress( itsSystem->descriptor, getsockname );
+    return AskAddress( itsSystem->descriptor.Get(), getsockname );
 }
 
 WSocket::Address WSocket::GetPeerAddress() const
 {
-    return AskAddress( itsSystem->descriptor, getpeername );
+    return AskAddress( itsSystem->descriptor.Get(), getpeername );
 }
 
 /// The system counts seconds, 32767 at most.
@@ -292,7 +184,7 @@ WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMs )
         if ( itsSystem->SetOption( IPPROTO_TCP, TCP_KEEPIDLE, seconds ) != 0 ||
              itsSystem->SetOption( IPPROTO_TCP, TCP_KEEPINTVL, 1 ) != 0 ||
              itsSystem->SetOption( IPPROTO_TCP, TCP_KEEPCNT, kProbes ) != 0 )
-            return Failed();
+            return WSocketDescriptor::Failed( errno );
     }
-    return ToOutcome( itsSystem->SetOption( SOL_SOCKET, SO_KEEPALIVE, isOn ? 1 : 0 ) );
+    return WSocketDescriptor::ToOutcome( itsSystem->SetOption( SOL_SOCKET, SO_KEEPALIVE, isOn ? 1 : 0 ) );
 }

@@ -154,13 +154,6 @@ SOCKET OpenSocket()
     return opened;
 }
 
-/// Whether nothing more will arrive behind the bytes that wait.
-bool HasPeerClosed( SOCKET inSocket )
-{
-    WSAPOLLFD state{ inSocket, POLLRDNORM, 0 };
-    return WSAPoll( &state, 1, 0 ) == 1 && ( state.revents & ( POLLHUP | POLLERR ) ) != 0;
-}
-
 int ToCount( USize inCount )
 {
     return static_cast<int>( std::min<USize>( inCount, INT_MAX ) );
@@ -215,14 +208,14 @@ WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
 }
 
 /// Wine tells of no further connection when one was accepted before it came to tell of that one.
-bool WSocket::HasToWaitToAccept()
+bool WSocket::HasToWaitToAccept() const
 {
     return true;
 }
 
-WSocket::Outcome WSocket::TryAccept( WSocketPtr& outConnection )
+WSocket::Outcome WSocket::TryAccept( WConnectionPtr& outConnection )
 {
-    if ( itsIsInterrupted )
+    if ( IsInterrupted() )
         return { kFailed, 0, kErrorAborted };
     OwnSocket accepted( accept( itsSystem->socket, nullptr, nullptr ) );
     if ( accepted != INVALID_SOCKET )
@@ -246,7 +239,7 @@ WSocket::Outcome WSocket::StartConnecting( const Address& inAddress )
 
 WSocket::Outcome WSocket::TryFinishConnecting()
 {
-    if ( itsIsInterrupted )
+    if ( IsInterrupted() )
         return { kFailed, 0, kErrorAborted };
     fd_set connected, failed;
     FD_ZERO( &connected );
@@ -271,7 +264,7 @@ WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
 {
     const Outcome outcome =
         ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToCount( inCount ), 0 ) );
-    return itsIsInterrupted ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
+    return IsInterrupted() ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
 }
 
 WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek )
@@ -279,31 +272,17 @@ WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek
     const int flags = inPeek ? MSG_PEEK : 0;
     const Outcome outcome =
         ToOutcome( recv( itsSystem->socket, static_cast<char*>( outBytes ), ToCount( inCount ), flags ) );
-    if ( outcome.status == kFailed && itsIsInterrupted )
+    if ( outcome.status == kFailed && IsInterrupted() )
         return {};
     if ( inPeek && outcome.error == WSAEMSGSIZE ) // there is more than was asked for
         return { kDone, inCount };
     return outcome;
 }
 
-/// The system has no wait for this, so it looks now and then.
+/// The system has no wait for this.
 WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadline )
 {
-    constexpr std::uint32_t kPeriodMs = 10;
-    for ( ;; )
-    {
-        const bool hasEnded =
-            HasPeerClosed( itsSystem->socket ) || itsIsInterrupted; // before looking for the last bytes
-        if ( GetWaitingBytes() > inCount )
-            return { kDone, 1 };
-        if ( hasEnded )
-            return {};
-        if ( inDeadline.HasPassed() )
-            return { kTimedOut };
-        const WDeadline period( std::min( inDeadline.GetMillisecondsLeft(), kPeriodMs ) );
-        if ( Wait( kForPeeking, period ) == kWaitAlerted )
-            return { kAlerted };
-    }
+    return WConnection::WaitForMore( inCount, inDeadline );
 }
 
 std::uint32_t WSocket::GetWaitingBytes() const
@@ -317,6 +296,12 @@ std::uint32_t WSocket::GetWaitingBytes() const
 void WSocket::ShutDownSending()
 {
     shutdown( itsSystem->socket, SD_SEND );
+}
+
+bool WSocket::HasPeerClosed() const
+{
+    WSAPOLLFD state{ itsSystem->socket, POLLRDNORM, 0 };
+    return WSAPoll( &state, 1, 0 ) == 1 && ( state.revents & ( POLLHUP | POLLERR ) ) != 0;
 }
 
 void WSocket::EndConnection()

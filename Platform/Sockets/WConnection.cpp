@@ -1,18 +1,20 @@
-#include "Sockets/WSocket.h"
+#include "Sockets/WConnection.h"
 
 #include "Sockets/Internal/WSocketSpin.h"
 #include "Sockets/WSocketAlert.h"
 #include "Threads/WThread.h"
 
+#include <algorithm>
+
 namespace
 {
 
-bool WouldBlock( const WSocket::Outcome& inOutcome )
+bool WouldBlock( const WConnection::Outcome& inOutcome )
 {
-    return inOutcome.status == WSocket::kFailed && inOutcome.error == WSocket::kErrorWouldBlock;
+    return inOutcome.status == WConnection::kFailed && inOutcome.error == WConnection::kErrorWouldBlock;
 }
 
-/// Lets an alert of the calling thread end its wait on a socket.
+/// Lets an alert of the calling thread end its wait on a connection.
 class AlertableScope
 {
 public:
@@ -43,10 +45,12 @@ private:
 
 } // namespace
 
-// ---- Operations: each tries, tries again for a moment, and sleeps until the socket is ready
+WConnection::~WConnection() = default;
+
+// ---- Operations: each tries, tries again for a moment, and sleeps until the connection is ready
 
 template<class TTry>
-WSocket::Outcome WSocket::Repeat( Direction inDirection, const WDeadline& inDeadline, TTry inTry )
+WConnection::Outcome WConnection::Repeat( Direction inDirection, const WDeadline& inDeadline, TTry inTry )
 {
     Outcome outcome = inTry();
     if ( !WouldBlock( outcome ) )
@@ -58,7 +62,8 @@ WSocket::Outcome WSocket::Repeat( Direction inDirection, const WDeadline& inDead
 }
 
 template<class TTry>
-WSocket::Outcome WSocket::RepeatAfterWait( Direction inDirection, const WDeadline& inDeadline, TTry inTry )
+WConnection::Outcome
+WConnection::RepeatAfterWait( Direction inDirection, const WDeadline& inDeadline, TTry inTry )
 {
     for ( ;; )
     {
@@ -75,7 +80,7 @@ WSocket::Outcome WSocket::RepeatAfterWait( Direction inDirection, const WDeadlin
 
 /// Gives way to other threads of the processor in between: the peer may be one of them.
 template<class TTry>
-WSocket::Outcome WSocket::Spin( TTry inTry )
+WConnection::Outcome WConnection::Spin( TTry inTry )
 {
     WSocketSpin spin;
     while ( spin.HasTurn() )
@@ -90,41 +95,59 @@ WSocket::Outcome WSocket::Spin( TTry inTry )
     return { kFailed, 0, kErrorWouldBlock };
 }
 
-WSocket::Outcome WSocket::Accept( WSocketPtr& outConnection, const WDeadline& inDeadline )
+WConnection::Outcome WConnection::Accept( WConnectionPtr& outConnection, const WDeadline& inDeadline )
 {
     const auto tryToAccept = [&] { return TryAccept( outConnection ); };
     return HasToWaitToAccept() ? RepeatAfterWait( kForReading, inDeadline, tryToAccept )
                                : Repeat( kForReading, inDeadline, tryToAccept );
 }
 
-WSocket::Outcome WSocket::FinishConnecting( const WDeadline& inDeadline )
+WConnection::Outcome WConnection::FinishConnecting( const WDeadline& inDeadline )
 {
     return Repeat( kForWriting, inDeadline, [&] { return TryFinishConnecting(); } );
 }
 
-WSocket::Outcome WSocket::Send( const void* inBytes, USize inCount, const WDeadline& inDeadline )
+WConnection::Outcome WConnection::Send( const void* inBytes, USize inCount, const WDeadline& inDeadline )
 {
     return Repeat( kForWriting, inDeadline, [&] { return TrySend( inBytes, inCount ); } );
 }
 
-WSocket::Outcome WSocket::Receive( void* outBytes, USize inCount, const WDeadline& inDeadline )
+WConnection::Outcome WConnection::Receive( void* outBytes, USize inCount, const WDeadline& inDeadline )
 {
     return Repeat( kForReading, inDeadline, [&] { return TryReceive( outBytes, inCount, false ); } );
 }
 
-WSocket::Outcome WSocket::Peek( void* outBytes, USize inCount, const WDeadline& inDeadline )
+WConnection::Outcome WConnection::Peek( void* outBytes, USize inCount, const WDeadline& inDeadline )
 {
     return Repeat( kForReading, inDeadline, [&] { return TryReceive( outBytes, inCount, true ); } );
 }
 
-void WSocket::Interrupt()
+WConnection::Outcome WConnection::WaitForMore( USize inCount, const WDeadline& inDeadline )
+{
+    constexpr std::uint32_t kPeriodMs = 10;
+    for ( ;; )
+    {
+        const bool hasEnded = HasPeerClosed() || itsIsInterrupted; // before looking for the last bytes
+        if ( GetWaitingBytes() > inCount )
+            return { kDone, 1 };
+        if ( hasEnded )
+            return {};
+        if ( inDeadline.HasPassed() )
+            return { kTimedOut };
+        const WDeadline period( std::min( inDeadline.GetMillisecondsLeft(), kPeriodMs ) );
+        if ( Wait( kForPeeking, period ) == kWaitAlerted )
+            return { kAlerted };
+    }
+}
+
+void WConnection::Interrupt()
 {
     itsIsInterrupted =
         true; // before the connection ends: a wait that this does not reach begins later, and looks
     EndConnection();
 }
 
-WWaitResult WSocket::Wait( Direction inDirection, const WDeadline& inDeadline )
+WWaitResult WConnection::Wait( Direction inDirection, const WDeadline& inDeadline )
 {
     AlertableScope scope( WThreadAlert::GetCurrent() );
     if ( scope.WasAlerted() )
@@ -138,7 +161,7 @@ WWaitResult WSocket::Wait( Direction inDirection, const WDeadline& inDeadline )
     return result;
 }
 
-bool WSocket::IsShortage( std::uint32_t inError )
+bool WConnection::IsShortage( std::uint32_t inError )
 {
     switch ( inError )
     {

@@ -1,4 +1,4 @@
-#include "Network/Internal/XNetServerRun.h"
+#include "Network/Internal/XServerRun.h"
 
 #include "Core/Errors/Internal/XSwallowErrors.h"
 #include "Core/Errors/WLastErrorException.h"
@@ -29,24 +29,20 @@ std::uint32_t ReadPreamble( XNetEndpoint& inEndpoint )
 
 // ---- Life
 
-XNetServerRun::XNetServerRun(
-    const XNetServer::XSettings& inSettings, std::int32_t inPort, std::uint32_t inBacklog )
-    : itsSettings( inSettings ), itsPauseLogTimer( kPauseLogPeriodMS ),
-      itsWatch( *this, "watch", &XNetServerRun::Watch ),
-      itsAcceptor( *this, "accept", &XNetServerRun::Accept )
+XServerRun::XServerRun( const XServer::XSettings& inSettings, const XNetEndpoint& inListener )
+    : itsSettings( inSettings ), itsListener( inListener ), itsPauseLogTimer( kPauseLogPeriodMS ),
+      itsWatch( *this, "watch", &XServerRun::Watch ), itsAcceptor( *this, "accept", &XServerRun::Accept )
 {
-    itsListener.Bind( inPort, inBacklog );
-    itsPort = itsListener.GetLocalAddress().GetPort();
     itsWatch.StartThread();
     itsAcceptor.StartThread();
 }
 
-XNetServerRun::~XNetServerRun()
+XServerRun::~XServerRun()
 {
     XSwallowErrors( [this] { Stop(); } );
 }
 
-void XNetServerRun::Stop()
+void XServerRun::Stop()
 {
     const XPreventThreadStop preventStop; // of the calling thread: this has to be done to the end
     itsAcceptor.StopThread();
@@ -70,30 +66,30 @@ void XNetServerRun::Stop()
     itsEnded.clear();
 }
 
-USize XNetServerRun::GetResponderCount() const
+USize XServerRun::GetResponderCount() const
 {
     const XThreadLock lock( itsMutex );
     return itsServed.size() + itsEnded.size();
 }
 
-USize XNetServerRun::GetStrangerCount() const
+USize XServerRun::GetStrangerCount() const
 {
     const XThreadLock lock( itsMutex );
     return itsStrangers.size();
 }
 
-XNetServerRun::XWorker::XWorker( XNetServerRun& inRun, const char* inRole, void ( XNetServerRun::*inBody )() )
+XServerRun::XWorker::XWorker( XServerRun& inRun, const char* inRole, void ( XServerRun::*inBody )() )
     : XThread( inRun.itsSettings.name + " " + inRole, kThreadPriorityNormal ), itsRun( inRun ),
       itsBody( inBody )
 {
 }
 
-XNetServerRun::XWorker::~XWorker()
+XServerRun::XWorker::~XWorker()
 {
     XSwallowErrors( [this] { StopThread(); } );
 }
 
-std::int32_t XNetServerRun::XWorker::RunThreadSelf()
+std::int32_t XServerRun::XWorker::RunThreadSelf()
 {
     ( itsRun.*itsBody )();
     return 0;
@@ -101,7 +97,7 @@ std::int32_t XNetServerRun::XWorker::RunThreadSelf()
 
 // ---- The acceptor
 
-void XNetServerRun::Accept()
+void XServerRun::Accept()
 {
     for ( ;; )
     {
@@ -124,13 +120,13 @@ void XNetServerRun::Accept()
     }
 }
 
-void XNetServerRun::AcceptOne()
+void XServerRun::AcceptOne()
 {
     const std::unique_ptr<XNetEndpoint> endpoint( itsListener.Listen() );
     Admit( *endpoint );
 }
 
-void XNetServerRun::Admit( const XNetEndpoint& inEndpoint )
+void XServerRun::Admit( const XNetEndpoint& inEndpoint )
 {
     const XNumber number = AddStranger( inEndpoint );
     if ( itsSettings.makeOnly )
@@ -144,7 +140,7 @@ void XNetServerRun::Admit( const XNetEndpoint& inEndpoint )
 }
 
 /// Drops the oldest where there are too many.
-XNetServerRun::XNumber XNetServerRun::AddStranger( const XNetEndpoint& inEndpoint )
+XServerRun::XNumber XServerRun::AddStranger( const XNetEndpoint& inEndpoint )
 {
     const XThreadLock lock( itsMutex );
     while ( !itsStrangers.empty() && itsStrangers.size() >= itsSettings.limits.mostUnauthenticated )
@@ -159,7 +155,7 @@ XNetServerRun::XNumber XNetServerRun::AddStranger( const XNetEndpoint& inEndpoin
     return number;
 }
 
-void XNetServerRun::AddGreeterIfNeeded()
+void XServerRun::AddGreeterIfNeeded()
 {
     {
         const XThreadLock lock( itsMutex );
@@ -167,7 +163,7 @@ void XNetServerRun::AddGreeterIfNeeded()
              itsGreeters.size() >= itsSettings.limits.mostUnauthenticated )
             return;
     }
-    itsGreeters.emplace_back( *this, "greet", &XNetServerRun::Greet );
+    itsGreeters.emplace_back( *this, "greet", &XServerRun::Greet );
     try
     {
         itsGreeters.back().StartThread();
@@ -180,7 +176,7 @@ void XNetServerRun::AddGreeterIfNeeded()
 }
 
 /// Mostly for want of descriptors, memory or threads.
-void XNetServerRun::PauseAccepting( const XException& inError )
+void XServerRun::PauseAccepting( const XException& inError )
 {
     if ( !itsHasLoggedPause || itsPauseLogTimer.RestartIfExpired() )
     {
@@ -197,7 +193,7 @@ void XNetServerRun::PauseAccepting( const XException& inError )
 
 // ---- The greeters
 
-void XNetServerRun::Greet()
+void XServerRun::Greet()
 {
     for ( ;; )
     {
@@ -220,7 +216,7 @@ void XNetServerRun::Greet()
 }
 
 /// One that has not been dropped by now.
-XNetServerRun::XNumber XNetServerRun::WaitForStranger( XNetEndpoint& outEndpoint )
+XServerRun::XNumber XServerRun::WaitForStranger( XNetEndpoint& outEndpoint )
 {
     struct Idle
     {
@@ -246,7 +242,7 @@ XNetServerRun::XNumber XNetServerRun::WaitForStranger( XNetEndpoint& outEndpoint
     }
 }
 
-void XNetServerRun::GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint )
+void XServerRun::GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint )
 {
     const auto found = itsSettings.makers.find( ReadPreamble( inEndpoint ) );
     if ( found == itsSettings.makers.end() )
@@ -254,8 +250,8 @@ void XNetServerRun::GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint )
     Serve( inNumber, inEndpoint, found->second );
 }
 
-void XNetServerRun::Serve(
-    XNumber inNumber, const XNetEndpoint& inEndpoint, const XNetServer::XMakeResponder& inMake )
+void XServerRun::Serve(
+    XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake )
 {
     try
     {
@@ -281,19 +277,19 @@ void XNetServerRun::Serve(
 }
 
 /// The connection is no stranger any more.
-void XNetServerRun::Forget( XNumber inNumber )
+void XServerRun::Forget( XNumber inNumber )
 {
     const XThreadLock lock( itsMutex );
     itsStrangers.erase( inNumber );
 }
 
-void XNetServerRun::Ended( XNumber inNumber )
+void XServerRun::Ended( XNumber inNumber )
 {
     Forget( inNumber );
     LetGo( inNumber );
 }
 
-void XNetServerRun::LetGo( XNumber inNumber )
+void XServerRun::LetGo( XNumber inNumber )
 {
     const XThreadLock lock( itsMutex );
     const auto found = itsServed.find( inNumber );
@@ -306,7 +302,7 @@ void XNetServerRun::LetGo( XNumber inNumber )
 
 // ---- The watch
 
-void XNetServerRun::Watch()
+void XServerRun::Watch()
 {
     for ( ;; )
     {
@@ -319,7 +315,7 @@ void XNetServerRun::Watch()
 }
 
 /// Without the mutex, which a responder takes at its end.
-void XNetServerRun::DestroyEnded()
+void XServerRun::DestroyEnded()
 {
     XVector<std::unique_ptr<XNetResponder>> ended;
     {
@@ -334,7 +330,7 @@ void XNetServerRun::DestroyEnded()
 }
 
 /// Under the mutex.
-void XNetServerRun::DropExpired()
+void XServerRun::DropExpired()
 {
     while ( !itsStrangers.empty() && itsStrangers.begin()->second.timer.HasExpired() )
     {
@@ -344,7 +340,7 @@ void XNetServerRun::DropExpired()
 }
 
 /// Under the mutex.
-std::uint32_t XNetServerRun::GetTimeToNextExpiry() const
+std::uint32_t XServerRun::GetTimeToNextExpiry() const
 {
     return itsStrangers.empty() ? kNoTimeout : itsStrangers.begin()->second.timer.GetRemainingMS();
 }

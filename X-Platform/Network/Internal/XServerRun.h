@@ -2,26 +2,26 @@
 
 #include "Core/Times/XTimer.h"
 #include "Network/XNetResponder.h"
-#include "Network/XNetServer.h"
+#include "Network/XServer.h"
 #include "Threads/XConditionVariable.h"
 
 #include <deque>
 #include <list>
 
-/// A server between its start and its stop. Internal to XNetServer.
+/// A server between its start and its stop. Internal to XServer.
 ///
 /// The acceptor takes connections, and notes each as a stranger until it has authenticated. Greeters, as many as there are
 /// strangers at a time, wait for their preambles and start the responders. The watch ends strangers that take too long
 /// and destroys responders that have ended. Strangers are kept by age: their numbers count up.
-class XNetServerRun
+class XServerRun
 {
 public:
-    XNetServerRun( const XNetServer::XSettings& inSettings, std::int32_t inPort, std::uint32_t inBacklog );
-    ~XNetServerRun();
+    XServerRun( const XServer::XSettings& inSettings, const XNetEndpoint& inListener );
+    ~XServerRun();
 
     void Stop();
 
-    std::int32_t GetPort() const { return itsPort; }
+    XNetEndpoint GetListener() const { return itsListener; }
     USize GetResponderCount() const;
     USize GetStrangerCount() const;
 
@@ -45,14 +45,14 @@ private:
     class XWorker : public XThread
     {
     public:
-        XWorker( XNetServerRun& inRun, const char* inRole, void ( XNetServerRun::*inBody )() );
+        XWorker( XServerRun& inRun, const char* inRole, void ( XServerRun::*inBody )() );
         ~XWorker() override;
 
     private:
         std::int32_t RunThreadSelf() override;
 
-        XNetServerRun& itsRun;
-        void ( XNetServerRun::*const itsBody )();
+        XServerRun& itsRun;
+        void ( XServerRun::*const itsBody )();
     };
 
     void Accept();
@@ -65,7 +65,7 @@ private:
     void Greet();
     XNumber WaitForStranger( XNetEndpoint& outEndpoint );
     void GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint );
-    void Serve( XNumber inNumber, const XNetEndpoint& inEndpoint, const XNetServer::XMakeResponder& inMake );
+    void Serve( XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake );
     void Forget( XNumber inNumber );
     void Ended( XNumber inNumber );
     void LetGo( XNumber inNumber );
@@ -75,9 +75,8 @@ private:
     void DropExpired();
     std::uint32_t GetTimeToNextExpiry() const;
 
-    const XNetServer::XSettings itsSettings;
+    const XServer::XSettings itsSettings;
     XNetEndpoint itsListener;
-    std::int32_t itsPort = 0;
 
     mutable XMutex itsMutex;
     XConditionVariable itsHasGreetings;

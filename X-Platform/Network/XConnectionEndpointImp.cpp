@@ -1,0 +1,367 @@
+#include "Network/XConnectionEndpointImp.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/WLastErrorException.h"
+#include "Ground/XErrorNumbers.h"
+#include "Network/Internal/XWaitObediently.h"
+#include "Threads/XThreadLock.h"
+#include "Time/WClock.h"
+
+#include <algorithm>
+#include <utility>
+
+using XState = XNetEndpoint::XState;
+
+namespace
+{
+
+/// The library's number for an error of a connection; 0 where it has none.
+std::uint32_t ToErrorNumber( std::uint32_t inError )
+{
+    switch ( inError )
+    {
+    case 10009: // WSAEBADF
+    case WConnection::kErrorInterrupted:
+    case WConnection::kErrorNotASocket:
+    case WConnection::kErrorAborted:
+    case WConnection::kErrorReset:
+        return kErrorDisconnected;
+    case WConnection::kErrorTimedOut:
+        return kErrorConnectionTimedOut;
+    case WConnection::kErrorRefused:
+    case WConnection::kErrorAccess:
+        return kErrorConnectionRefused;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+XConnectionEndpointImp::XConnectionEndpointImp()
+{
+    itsState = XNetEndpoint::kStateClosed;
+}
+
+XConnectionEndpointImp::~XConnectionEndpointImp()
+{
+    XSwallowErrors( [this] { EndUse( XNetEndpoint::kStateDisconnected ); } );
+}
+
+// ---- Beginning
+
+void XConnectionEndpointImp::Use( const WConnectionPtr& inConnection )
+{
+    const XThreadLock lock( itsMutex );
+    if ( itsConnection )
+        XAssertionFailed( "itsSocket == (SOCKET)(~0)", __FILE__, __LINE__ );
+    ResetStatistics();
+    itsConnection = inConnection;
+}
+
+/// The connection is this endpoint's, unless somebody has ended it meanwhile.
+void XConnectionEndpointImp::TakeOver( const WConnectionPtr& inConnection, XState inNewState )
+{
+    const XThreadLock lock( itsMutex );
+    if ( itsConnection != inConnection )
+        XThrow( kErrorDisconnected );
+    itsState = inNewState;
+}
+
+void XConnectionEndpointImp::SetConnected( const WConnectionPtr& inConnection )
+{
+    itsConnection = inConnection;
+    itsState = XNetEndpoint::kStateConnected;
+}
+
+// ---- Listening
+
+XNetEndpoint* XConnectionEndpointImp::Listen()
+{
+    WConnectionPtr connection;
+    {
+        const XThreadLock lock( itsMutex );
+        const XState state = itsState;
+        XAssert( state == XNetEndpoint::kStateDisconnected );
+        if ( !itsConnection )
+            XThrow( kErrorDisconnected );
+        connection = itsConnection;
+        itsState = XNetEndpoint::kStateAccepting;
+    }
+    return MakeEndpoint( AcceptConnection( connection ) );
+}
+
+WConnectionPtr XConnectionEndpointImp::AcceptConnection( const WConnectionPtr& inConnection )
+{
+    struct Accepting
+    {
+        XConnectionEndpointImp& itsImp;
+        ~Accepting()
+        {
+            const XThreadLock lock( itsImp.itsMutex );
+            if ( itsImp.itsState == XNetEndpoint::kStateAccepting )
+                itsImp.itsState = XNetEndpoint::kStateDisconnected;
+        }
+    };
+    const Accepting accepting{ *this };
+    WConnectionPtr connection;
+    const WDeadline noLimit( kNoTimeout );
+    Check( inConnection, XWaitObediently( [&] { return inConnection->Accept( connection, noLimit ); } ) );
+    return connection;
+}
+
+// ---- The end of a connection
+
+void XConnectionEndpointImp::Unbind()
+{
+    EndUse( XNetEndpoint::kStateClosed );
+}
+
+void XConnectionEndpointImp::ForceDisconnect()
+{
+    EndUse( XNetEndpoint::kStateDisconnected );
+}
+
+void XConnectionEndpointImp::EndUse( XState inNewState )
+{
+    WConnectionPtr closing;
+    {
+        const XThreadLock lock( itsMutex );
+        closing = itsClosing;
+    }
+    if ( closing )
+        closing->Interrupt();
+    if ( const WConnectionPtr connection = TakeConnection( inNewState ) )
+        connection->Interrupt();
+}
+
+void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
+{
+    struct Closing
+    {
+        XConnectionEndpointImp& itsImp;
+        ~Closing()
+        {
+            const XThreadLock lock( itsImp.itsMutex );
+            itsImp.itsClosing.reset();
+            if ( itsImp.itsState == XNetEndpoint::kStateDisconnecting )
+                itsImp.itsState = XNetEndpoint::kStateDisconnected;
+        }
+    };
+    WConnectionPtr connection;
+    {
+        const XThreadLock lock( itsMutex );
+        if ( !itsConnection )
+            return;
+        connection = itsClosing = std::move( itsConnection );
+        itsState = XNetEndpoint::kStateDisconnecting;
+    }
+    const Closing closing{ *this };
+    connection->ShutDownSending();
+    Drain( *connection, std::max<std::uint32_t>( inTimeoutMS, 1 ) );
+    ResetStatistics();
+}
+
+/// Reads until the peer has closed. Another thread may receive at the same time: what matters is the end.
+void XConnectionEndpointImp::Drain( WConnection& ioConnection, std::uint32_t inTimeoutMS )
+{
+    const WDeadline deadline( inTimeoutMS );
+    const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>( kMostBytesPerTransfer );
+    for ( ;; )
+    {
+        const WConnection::Outcome outcome = XWaitObediently(
+            [&] { return ioConnection.Receive( buffer.get(), kMostBytesPerTransfer, deadline ); } );
+        const bool isOver = outcome.status == WConnection::kTimedOut ||
+            ( outcome.status == WConnection::kDone && outcome.count > 0 && deadline.HasPassed() );
+        if ( isOver )
+        {
+            ioConnection.Interrupt(); // for a thread that still receives
+            XThrow( kErrorConnectionTimedOut );
+        }
+        if ( outcome.status == WConnection::kFailed || outcome.count == 0 )
+            return ioConnection.Interrupt();
+    }
+}
+
+// ---- Transfer
+
+void XConnectionEndpointImp::SendData( const void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    if ( length == 0 )
+        return;
+    XAssert( buffer );
+    const WConnectionPtr connection = GetConnection();
+    const auto* bytes = static_cast<const std::uint8_t*>( buffer );
+    // Equal parts: a small rest would be a segment of its own.
+    const std::uint32_t parts = ( length - 1 ) / kMostBytesPerTransfer + 1;
+    std::uint32_t chunk = ( length - 1 ) / parts + 1;
+    while ( length > 0 )
+    {
+        const std::int64_t start = WClock::GetMicroSeconds();
+        const WDeadline deadline( inTimeoutMS );
+        const WConnection::Outcome outcome =
+            XWaitObediently( [&] { return connection->Send( bytes, std::min( chunk, length ), deadline ); } );
+        if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
+        {
+            chunk /= 2;
+            continue;
+        }
+        Check( connection, outcome );
+        itsBytesWritten.Add( outcome.count, WClock::GetMicroSeconds() - start );
+        bytes += outcome.count;
+        length -= static_cast<std::uint32_t>( outcome.count );
+    }
+}
+
+std::uint32_t
+XConnectionEndpointImp::ReceiveAnyData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    const std::int64_t start = WClock::GetMicroSeconds();
+    const WDeadline deadline( inTimeoutMS );
+    const std::uint32_t received = ReceiveOrPeek(
+        length,
+        [&]( WConnection& ioConnection, std::uint32_t inChunk )
+        { return ioConnection.Receive( buffer, inChunk, deadline ); } );
+    if ( received > 0 )
+        itsBytesRead.Add( received, WClock::GetMicroSeconds() - start );
+    return received;
+}
+
+std::uint32_t
+XConnectionEndpointImp::PeekAnyData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
+{
+    const WDeadline deadline( inTimeoutMS );
+    return ReceiveOrPeek(
+        length,
+        [&]( WConnection& ioConnection, std::uint32_t inChunk )
+        { return ioConnection.Peek( buffer, inChunk, deadline ); } );
+}
+
+template<class TTransfer>
+std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTransfer inTransfer )
+{
+    if ( inLength == 0 )
+        return 0;
+    const WConnectionPtr connection = GetConnection();
+    std::uint32_t chunk = std::min( inLength, kMostBytesPerTransfer );
+    for ( ;; )
+    {
+        const WConnection::Outcome outcome =
+            XWaitObediently( [&] { return inTransfer( *connection, chunk ); } );
+        if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
+        {
+            chunk /= 2;
+            continue;
+        }
+        Check( connection, outcome );
+        if ( outcome.count == 0 )
+            FailDisconnected( connection );
+        return static_cast<std::uint32_t>( outcome.count );
+    }
+}
+
+void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32_t inTimeoutMS )
+{
+    const WConnectionPtr connection = GetConnection();
+    const WDeadline deadline( inTimeoutMS );
+    const WConnection::Outcome outcome =
+        XWaitObediently( [&] { return connection->WaitForMore( inCount, deadline ); } );
+    Check( connection, outcome );
+    if ( outcome.count == 0 )
+        FailDisconnected( connection );
+}
+
+std::uint32_t XConnectionEndpointImp::GetWaitingBytes()
+{
+    return GetConnection()->GetWaitingBytes();
+}
+
+// ---- Properties
+
+std::uint64_t XConnectionEndpointImp::GetTotalBytesRead()
+{
+    return itsBytesRead.GetTotalBytes();
+}
+
+std::uint64_t XConnectionEndpointImp::GetTotalBytesWritten()
+{
+    return itsBytesWritten.GetTotalBytes();
+}
+
+std::uint64_t XConnectionEndpointImp::GetAvgBytesReadPerSec()
+{
+    return itsBytesRead.GetAverageBytesPerSecond();
+}
+
+std::uint64_t XConnectionEndpointImp::GetAvgBytesWrittenPerSec()
+{
+    return itsBytesWritten.GetAverageBytesPerSecond();
+}
+
+void XConnectionEndpointImp::ResetStatistics()
+{
+    itsBytesRead.Reset();
+    itsBytesWritten.Reset();
+}
+
+// ---- The connection in use
+
+WConnectionPtr XConnectionEndpointImp::GetConnection() const
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsConnection )
+        XThrow( kErrorDisconnected );
+    return itsConnection;
+}
+
+/// Null when there is none; then the state stays.
+WConnectionPtr XConnectionEndpointImp::TakeConnection( XState inNewState )
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsConnection )
+        return nullptr;
+    itsState = inNewState;
+    ResetStatistics();
+    return std::move( itsConnection );
+}
+
+/// Ends the use of this very connection, unless somebody else has done so.
+void XConnectionEndpointImp::Drop( const WConnectionPtr& inConnection, XState inNewState )
+{
+    {
+        const XThreadLock lock( itsMutex );
+        if ( itsConnection != inConnection )
+            return;
+        itsState = inNewState;
+        ResetStatistics();
+        itsConnection.reset();
+    }
+    inConnection->Interrupt();
+}
+
+// ---- Errors
+
+void XConnectionEndpointImp::Check(
+    const WConnectionPtr& inConnection, const WConnection::Outcome& inOutcome )
+{
+    if ( inOutcome.status == WConnection::kTimedOut )
+        XThrow( kErrorConnectionTimedOut );
+    if ( inOutcome.status == WConnection::kFailed )
+        Fail( inConnection, inOutcome.error );
+}
+
+void XConnectionEndpointImp::Fail( const WConnectionPtr& inConnection, std::uint32_t inError )
+{
+    const std::uint32_t number = ToErrorNumber( inError );
+    if ( number == kErrorDisconnected )
+        FailDisconnected( inConnection );
+    if ( number != 0 )
+        XThrow( number );
+    throw WLastErrorException( inError );
+}
+
+void XConnectionEndpointImp::FailDisconnected( const WConnectionPtr& inConnection )
+{
+    Drop( inConnection, XNetEndpoint::kStateDisconnected );
+    XThrow( kErrorDisconnected );
+}
