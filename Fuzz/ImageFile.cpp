@@ -7,7 +7,7 @@
 #include "Core/Errors/XException.h"
 #include "Files/WFile.h"
 #include "Images/WTIFFBlockReader.h"
-#include "Imaging/ImagePlanes.h"
+#include "Imaging/Internal/ImagePlanes.h"
 #include "Startup/WInitCore.h"
 #include "Time/WClock.h"
 

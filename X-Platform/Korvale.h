@@ -1,6 +1,6 @@
 #pragma once
 
-/// Every public header of the library, room by room.
+/// Every public header of the core library, room by room. KorvaleImaging.h has those of the imaging library.
 
 // How to fail, error numbers
 #include "Ground/XErrorNumbers.h"
@@ -46,7 +46,10 @@
 #include "Core/Streams/XMemStream.h"
 #include "Core/Streams/XStreamVectors.h"
 #include "Core/Streams/XStringStream.h"
+#include "Core/Strings/XByteCount.h"
+#include "Core/Strings/XNumberText.h"
 #include "Core/Strings/XString.h"
+#include "Core/Strings/XUTF8Text.h"
 #include "Core/Times/XTime.h"
 #include "Core/Times/XTimePeriod.h"
 #include "Core/Times/XTimer.h"
@@ -99,6 +102,7 @@
 #include "Messaging/XSpeaker.h"
 
 // Progress and jobs
+#include "Jobs/XChunks.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XJobQueue.h"
@@ -150,6 +154,7 @@
 #include "Pivot/Tables/XPivotRowRefs.h"
 #include "Pivot/Tables/XPivotTable.h"
 #include "Pivot/Tables/XPivotTableFilter.h"
+#include "Pivot/XPivotText.h"
 
 // Network
 #include "Network/XConnectionEndpointImp.h"

@@ -37,29 +37,38 @@ function( korvale_precompile target )
 endfunction()
 set( KORVALE_COMMON_HEADERS <algorithm> <atomic> <functional> <map> <memory> <mutex> <string> <unordered_map> <vector> )
 
-# The library. Subsystems add themselves with korvale_sources and korvale_headers.
-add_library( KorvaleCore SHARED )
-add_library( Korvale::Core ALIAS KorvaleCore )
-set_target_properties( KorvaleCore PROPERTIES
-  EXPORT_NAME Core
-  VERSION ${PROJECT_VERSION}
-  SOVERSION ${PROJECT_VERSION_MAJOR} )
-target_compile_features( KorvaleCore PUBLIC cxx_std_20 )
-target_compile_definitions( KorvaleCore PRIVATE KORVALE_BUILDING_CORE )
-target_link_libraries( KorvaleCore PRIVATE $<BUILD_INTERFACE:KorvaleSettings> )
-korvale_precompile( KorvaleCore ${KORVALE_COMMON_HEADERS} )
-if( NOT WIN32 )
-  # Nobody replaces our functions from outside, so they may call and inline one another directly.
-  target_compile_options( KorvaleCore PRIVATE -fno-semantic-interposition )
-  target_link_options( KorvaleCore PRIVATE -Wl,-Bsymbolic-functions )
-endif()
+# korvale_library( NAME ): a shared library Korvale::NAME, whose sources and headers the folders add.
+function( korvale_library name )
+  set( target "Korvale${name}" )
+  string( TOUPPER "${name}" upper )
+  add_library( ${target} SHARED )
+  add_library( Korvale::${name} ALIAS ${target} )
+  set_target_properties( ${target} PROPERTIES
+    EXPORT_NAME ${name}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR} )
+  target_compile_features( ${target} PUBLIC cxx_std_20 )
+  target_compile_definitions( ${target} PRIVATE KORVALE_BUILDING_${upper} )
+  target_link_libraries( ${target} PRIVATE $<BUILD_INTERFACE:KorvaleSettings> )
+  korvale_precompile( ${target} ${KORVALE_COMMON_HEADERS} )
+  if( NOT WIN32 )
+    # Nobody replaces our functions from outside, so they may call and inline one another directly.
+    target_compile_options( ${target} PRIVATE -fno-semantic-interposition )
+    target_link_options( ${target} PRIVATE -Wl,-Bsymbolic-functions )
+  endif()
+endfunction()
+
+korvale_library( Core )
 find_package( Threads REQUIRED )
 target_link_libraries( KorvaleCore PRIVATE Threads::Threads )
+
+# Folders of the imaging library set this to KorvaleImaging.
+set( KORVALE_LIBRARY KorvaleCore )
 
 # korvale_sources( FILE... ): sources of the library, relative to the calling folder.
 function( korvale_sources )
   foreach( file IN LISTS ARGN )
-    target_sources( KorvaleCore PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}" )
+    target_sources( ${KORVALE_LIBRARY} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}" )
   endforeach()
 endfunction()
 
@@ -71,7 +80,7 @@ function( korvale_headers root )
   endforeach()
   get_filename_component( name "${root}" NAME )
   string( MAKE_C_IDENTIFIER "headers_${name}" set )
-  target_sources( KorvaleCore PUBLIC FILE_SET ${set} TYPE HEADERS BASE_DIRS "${root}" FILES ${paths} )
+  target_sources( ${KORVALE_LIBRARY} PUBLIC FILE_SET ${set} TYPE HEADERS BASE_DIRS "${root}" FILES ${paths} )
 endfunction()
 
 # korvale_classes( NAME... ): a header and a source of that name each, in a subsystem of X-Platform.

@@ -21,10 +21,10 @@ ROOMS = [
     "X-Platform/Pivot/Rows", "X-Platform/Pivot/Columns", "X-Platform/Pivot/Accumulators", "X-Platform/Pivot/Tables",
     "X-Platform/Pivot",
     "X-Platform/Network", "X-Platform/RemoteCalls", "X-Platform/NetJobs",
-    "X-Platform/Startup", "X-Platform",
+    "X-Platform/Startup",
+    "X-Platform/Drawing", "X-Platform/Imaging", "X-Platform/Plots", "X-Platform",
     "Tools/korvale/Support", "Tools/korvale/Terminal", "Tools/korvale/Outputs", "Tools/korvale/Tables",
-    "Tools/korvale/Imaging", "Tools/korvale/Drawing", "Tools/korvale/Plots", "Tools/korvale/Measuring",
-    "Tools/korvale/Program",
+    "Tools/korvale/Measuring", "Tools/korvale/Program",
 ]
 
 # Parts of classes with twins that are the same on every system.

@@ -44,21 +44,23 @@ check_package() {
 
   local include="$prefix/include/korvale"
   diff <(cd "$include" && find . -name '*.h' | sort) \
-    <(cd "$include" && g++ -std=c++20 -MM -I. Korvale.h | grep -o '[^ ]*\.h' | sed 's|^|./|' | sort -u) ||
-    { echo "installed (<), but not needed by Korvale.h"; return 1; }
+    <(cd "$include" && g++ -std=c++20 -MM -I. Korvale.h KorvaleImaging.h | grep -o '[^ ]*\.h' | sed 's|^|./|' | sort -u) ||
+    { echo "installed (<), but not needed by Korvale.h and KorvaleImaging.h"; return 1; }
   if find "$include" -path '*/Internal/*' | grep .; then return 1; fi
 
   libdir=$(dirname "$(dirname "$(find "$prefix" -name korvale.pc)")")
   export PKG_CONFIG_PATH="$libdir/pkgconfig"
   # shellcheck disable=SC2046
-  g++ -o build/consumer/by-pkg-config Tests/Consumer/main.cpp \
-    $(pkg-config --define-variable=prefix="$prefix" --cflags --libs korvale)
-  LD_LIBRARY_PATH="$libdir" build/consumer/by-pkg-config
+  g++ -o build/consumer/by-pkg-config Examples/MeasureImage.cpp \
+    $(pkg-config --define-variable=prefix="$prefix" --cflags --libs korvale-imaging)
 
   local sample="$PWD/build/package-sample"
   rm -rf "$sample"
   env -u LD_LIBRARY_PATH "$prefix/bin/korvale" --log /dev/null sample "$sample" --planes 1 -q
   env -u LD_LIBRARY_PATH "$prefix/bin/korvale" --log /dev/null measure "$sample/sample.tif" -o "$sample/table"
+  LD_LIBRARY_PATH="$libdir" build/consumer/by-pkg-config "$sample/sample.tif" "$sample/by-pkg-config" "$sample/overlay.png"
+  build/consumer/measure_image "$sample/sample.tif" "$sample/by-cmake" "$sample/overlay.png"
+  cmp "$sample/by-pkg-config" "$sample/by-cmake"
 }
 
 check_windows_package() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WPlatform.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -60,7 +62,7 @@ struct WGreyPicture
 /// The same calls give the same bytes. One thread at a time may use a canvas, several threads several of them. Failures
 /// of the system throw std::runtime_error. A lack of memory that only the system's drawing or its search for fonts meets,
 /// although room was looked for before, may end the process.
-class WCanvas
+class KORVALE_IMAGING_API WCanvas
 {
 public:
     using Path = std::vector<WPoint>;

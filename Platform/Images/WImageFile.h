@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WPlatform.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -10,14 +12,14 @@
 #include <vector>
 
 /// An image file that cannot be read: what is wrong with it, as UTF-8 and without the file's name.
-class WImageError : public std::runtime_error
+class KORVALE_IMAGING_API WImageError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
 /// The form of a two-dimensional image: its size, and what its samples are.
-struct WImageFormat
+struct KORVALE_IMAGING_API WImageFormat
 {
     enum SampleType
     {
@@ -45,7 +47,7 @@ struct WImageFormat
 
 /// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
 /// by side, in the byte order of the machine.
-struct WImagePage : WImageFormat
+struct KORVALE_IMAGING_API WImagePage : WImageFormat
 {
     /// The bytes of the samples. The deleter returns the buffer to its allocator.
     using Samples = std::unique_ptr<std::byte[], std::function<void( std::byte* )>>;
@@ -96,7 +98,7 @@ struct WImagePage : WImageFormat
 /// The sizes that a file claims are compared with the bytes that it has before memory is asked for. Failures throw
 /// WImageError or WLastErrorException, also when the file is cut off while it is read. One thread at a time may use an
 /// object.
-class WImageFile
+class KORVALE_IMAGING_API WImageFile
 {
 public:
     /// Tells the kind of file by its first bytes.

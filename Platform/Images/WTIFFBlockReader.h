@@ -4,10 +4,11 @@
 #include "Images/WTIFFDirectory.h"
 #include "Images/WTIFFPredictor.h"
 #include "Images/WTIFFUnpacker.h"
+#include "WPlatform.h"
 
 /// Reads the samples of one page of a TIFF file from its blocks, which are strips or tiles, plane after plane where the
 /// planes are separate. Keeps references to what it is made from.
-class WTIFFBlockReader
+class KORVALE_IMAGING_API WTIFFBlockReader
 {
 public:
     /// For a page whose form is known and whose room is made, of a compression that WTIFFUnpacker knows. Throws

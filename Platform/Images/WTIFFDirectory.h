@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Files/WFile.h"
+#include "WPlatform.h"
 
 #include <cstdint>
 #include <map>
@@ -8,7 +9,7 @@
 #include <vector>
 
 /// The byte order and the offset width of a TIFF file, from its first bytes.
-struct WTIFFHeader
+struct KORVALE_IMAGING_API WTIFFHeader
 {
     bool isSwapped = false; ///< Numbers are in the other byte order than the machine's.
     bool isBig = false;     ///< Counts and offsets have 64 bits.
@@ -20,7 +21,7 @@ struct WTIFFHeader
 
 /// The tags of one page of a TIFF file, read when they are asked for. Keeps a reference to the file. What a tag claims
 /// to hold is held against the size of the file first: WImageError.
-class WTIFFDirectory
+class KORVALE_IMAGING_API WTIFFDirectory
 {
 public:
     enum Tag : std::uint16_t

@@ -1,11 +1,11 @@
 #include "Core/Times/XTimer.h"
 #include "Imaging/BackgroundAccumulator.h"
 #include "Imaging/TIFFWriter.h"
+#include "Imaging/TestPages.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
 #include "Program/MemoryBudget.h"
 #include "ProgramRun.h"
-#include "TestPages.h"
 
 #include <algorithm>
 #include <array>

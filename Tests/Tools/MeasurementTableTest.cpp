@@ -1,9 +1,9 @@
 #include "Imaging/MeasurementTable.h"
 #include "Measuring/MeasurementSummary.h"
 
+#include "Imaging/TestPages.h"
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"
 #include "Pivot/Tables/XPivotRowRefColumn.h"
-#include "TestPages.h"
 
 #include <gtest/gtest.h>
 #include <set>

@@ -2,8 +2,8 @@
 
 #include "Images/WImageFile.h"
 #include "Imaging/GreyscalePreview.h"
+#include "Imaging/TestPages.h"
 #include "Plots/LabelPlacement.h"
-#include "TestPages.h"
 
 #include <cmath>
 #include <limits>

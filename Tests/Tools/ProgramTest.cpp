@@ -1,10 +1,11 @@
+#include "Core/Strings/XUTF8Text.h"
 #include "Imaging/TIFFWriter.h"
+#include "Imaging/TestImages.h"
+#include "Imaging/TestPages.h"
 #include "Outputs/OutputFiles.h"
+#include "Pivot/XPivotText.h"
 #include "ProgramRun.h"
 #include "Support/FilePaths.h"
-#include "Support/TextEncoding.h"
-#include "TestImages.h"
-#include "TestPages.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

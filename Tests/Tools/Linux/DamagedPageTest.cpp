@@ -1,10 +1,10 @@
+#include "Imaging/TestPages.h"
 #include "Measuring/CachedOverlay.h"
 #include "Measuring/StackBackground.h"
 #include "Memory/TestManager.h"
 #include "Support/FilePaths.h"
 #include "TestErrors.h"
 #include "Tools/ProgramRun.h"
-#include "Tools/TestPages.h"
 
 #include <atomic>
 #include <limits>
@@ -91,7 +91,7 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
 
 TEST_F( DamagedPage, IsNoPartOfABackground )
 {
-    PageReaders readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
+    ImageReader readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
     PageMemory memory;
     StackBackground background( BackgroundKind::kMean, 2, memory );
     for ( const std::uint32_t number : { 0u, 1u } )

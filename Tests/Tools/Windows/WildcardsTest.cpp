@@ -1,6 +1,6 @@
 #include "Files/WWildcards.h"
+#include "Imaging/TestImages.h"
 #include "Tools/ProgramRun.h"
-#include "Tools/TestImages.h"
 
 #include <windows.h>
 

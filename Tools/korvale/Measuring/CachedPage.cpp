@@ -1,6 +1,6 @@
 #include "Measuring/CachedPage.h"
 
-void CachedPage::Read( PageReaders& ioReaders, std::uint32_t inPage, PageMemory& ioMemory )
+void CachedPage::Read( ImageReader& ioReaders, std::uint32_t inPage, PageMemory& ioMemory )
 {
     const auto allocate = [&]( std::uint64_t inBytes )
     {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Imaging/ImageReader.h"
 #include "Imaging/PageMemory.h"
-#include "Measuring/PageReaders.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 
 /// A page that is read once and used several times. Between the uses its samples may be purged: they come back when
@@ -11,7 +11,7 @@ class CachedPage
 {
 public:
     /// Reads the page of that number.
-    void Read( PageReaders& ioReaders, std::uint32_t inPage, PageMemory& ioMemory );
+    void Read( ImageReader& ioReaders, std::uint32_t inPage, PageMemory& ioMemory );
 
     /// Empty before the page has been read.
     const WImageFormat& GetForm() const { return itsForm; }

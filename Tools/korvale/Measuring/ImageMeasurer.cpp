@@ -1,6 +1,7 @@
 #include "Measuring/ImageMeasurer.h"
 
 #include "Core/Errors/XException.h"
+#include "Core/Strings/XNumberText.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
 #include "Measuring/LoadPageJob.h"
@@ -8,7 +9,6 @@
 #include "Measuring/MeasurePageJob.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
-#include "Support/NumberText.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
 
@@ -20,7 +20,7 @@ struct ImageMeasurer::Image
 {
     std::string path; ///< As the user gave it.
     USize number;     ///< Among all images.
-    PageReaders readers;
+    ImageReader readers;
     ImageMeasurement measurement;
     std::deque<PageResult> results;
     std::deque<CachedPage> keptPages;            ///< With a background.
@@ -31,7 +31,7 @@ struct ImageMeasurer::Image
     std::uint32_t firstFailed = 0;
     XTimer timer;
 
-    Image( const std::string& inPath, USize inNumber, const ReadSettings& inReading )
+    Image( const std::string& inPath, USize inNumber, const ImageReadSettings& inReading )
         : path( inPath ), number( inNumber ), readers( PathFromUTF8( inPath ), inReading ),
           results( readers.GetPageCount() )
     {
@@ -81,7 +81,7 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
 }
 
 ImageMeasurer::ImageMeasurer(
-    const ReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
+    const ImageReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
     WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession )
     : itsReading( inReading ), itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ),
       itsOverlays( ioOverlays ), itsSession( ioSession )
@@ -118,7 +118,7 @@ void ImageMeasurer::PlanOverlays( const std::vector<std::string>& inImages )
         std::uint32_t pageCount = 1;
         try
         {
-            pageCount = PageReaders( PathFromUTF8( image ), itsReading ).GetPageCount();
+            pageCount = ImageReader( PathFromUTF8( image ), itsReading ).GetPageCount();
         }
         catch ( const std::exception& )
         {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Core/Times/XTimer.h"
+#include "Imaging/ImageReader.h"
 #include "Imaging/MeasurementTable.h"
 #include "Measuring/OverlayFiles.h"
 #include "Measuring/PageJob.h"
-#include "Measuring/PageReaders.h"
 #include "Measuring/StackBackground.h"
 #include "Support/WorkerLimit.h"
 
@@ -28,7 +28,7 @@ class ImageMeasurer
 public:
     /// Draws overlays too where there are files for them, which outlive it. They are complete when all is measured.
     ImageMeasurer(
-        const ReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
+        const ImageReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
         WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
@@ -47,7 +47,7 @@ public:
 private:
     struct Image;
 
-    const ReadSettings itsReading;
+    const ImageReadSettings itsReading;
     const MeasureSettings itsSettings;
     const BackgroundKind itsBackground;
     const WorkerLimit itsLimit;

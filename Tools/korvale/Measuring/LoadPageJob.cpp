@@ -3,7 +3,7 @@
 #include "Jobs/XProgress.h"
 
 LoadPageJob::LoadPageJob(
-    std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, PageMemory& ioMemory,
+    std::uint32_t inPage, const std::string& inImage, ImageReader& ioReaders, PageMemory& ioMemory,
     StackBackground& ioBackground, CachedPage& outPage, ProgressDisplay& ioDisplay, PageResult& outResult )
     : PageJob( inPage, inImage, ioDisplay, outResult ), itsReaders( ioReaders ), itsMemory( ioMemory ),
       itsBackground( ioBackground ), itsKept( outPage )

@@ -9,7 +9,7 @@ class LoadPageJob : public PageJob
 public:
     /// See PageJob; all that is referred to outlives the job.
     LoadPageJob(
-        std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, PageMemory& ioMemory,
+        std::uint32_t inPage, const std::string& inImage, ImageReader& ioReaders, PageMemory& ioMemory,
         StackBackground& ioBackground, CachedPage& outPage, ProgressDisplay& ioDisplay,
         PageResult& outResult );
 
@@ -19,7 +19,7 @@ protected:
     void JobCompleteSelf( std::uint32_t inResultCode ) override;
 
 private:
-    PageReaders& itsReaders;
+    ImageReader& itsReaders;
     PageMemory& itsMemory;
     StackBackground& itsBackground;
     CachedPage& itsKept;

@@ -3,7 +3,7 @@
 #include "Jobs/XProgress.h"
 
 MeasurePageJob::MeasurePageJob(
-    std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, PageMemory& ioMemory,
+    std::uint32_t inPage, const std::string& inImage, ImageReader& ioReaders, PageMemory& ioMemory,
     const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult )
     : PageJob( inPage, inImage, ioDisplay, outResult ), itsReaders( ioReaders ), itsMemory( ioMemory ),
       itsSettings( inSettings )

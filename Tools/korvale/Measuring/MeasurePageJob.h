@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Imaging/ImageReader.h"
 #include "Imaging/PageMemory.h"
 #include "Measuring/PageJob.h"
-#include "Measuring/PageReaders.h"
 
 /// Reads and measures one page.
 class MeasurePageJob : public PageJob
@@ -10,7 +10,7 @@ class MeasurePageJob : public PageJob
 public:
     /// See PageJob; all that is referred to outlives the job.
     MeasurePageJob(
-        std::uint32_t inPage, const std::string& inImage, PageReaders& ioReaders, PageMemory& ioMemory,
+        std::uint32_t inPage, const std::string& inImage, ImageReader& ioReaders, PageMemory& ioMemory,
         const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult );
 
 protected:
@@ -19,7 +19,7 @@ protected:
     void JobCompleteSelf( std::uint32_t ) override { GetResult().isDone = true; }
 
 private:
-    PageReaders& itsReaders;
+    ImageReader& itsReaders;
     PageMemory& itsMemory;
     const MeasureSettings& itsSettings;
 };

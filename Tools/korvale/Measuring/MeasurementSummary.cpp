@@ -1,7 +1,7 @@
 #include "Measuring/MeasurementSummary.h"
 
 #include "Pivot/Columns/XPivotUInt32Column.h"
-#include "Support/TextEncoding.h"
+#include "Pivot/XPivotText.h"
 #include "Terminal/AlignedText.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "Measuring/StackBackground.h"
 
-#include "Support/Chunks.h"
+#include "Jobs/XChunks.h"
 
 #include <string>
 

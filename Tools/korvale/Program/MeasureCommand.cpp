@@ -1,5 +1,7 @@
 #include "Program/MeasureCommand.h"
 
+#include "Core/Strings/XByteCount.h"
+#include "Core/Strings/XNumberText.h"
 #include "Files/WFolders.h"
 #include "Files/WWildcards.h"
 #include "Imaging/TIFFWriter.h"
@@ -9,9 +11,7 @@
 #include "Program/CommandLine.h"
 #include "Program/MemoryBudget.h"
 #include "Program/OptionChecks.h"
-#include "Support/ByteCount.h"
 #include "Support/FilePaths.h"
-#include "Support/NumberText.h"
 #include "Support/WrongUsage.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
@@ -300,9 +300,9 @@ MeasureSettings MeasureCommand::GetSettings() const
     return settings;
 }
 
-ReadSettings MeasureCommand::GetReadSettings() const
+ImageReadSettings MeasureCommand::GetReadSettings() const
 {
-    ReadSettings settings;
+    ImageReadSettings settings;
     settings.arePagesTimes = itsArePlanesTimes;
     if ( const auto size = ParsePixelSize( itsPixelSize ) )
         std::tie( settings.pixelWidth, settings.pixelHeight ) = *size;

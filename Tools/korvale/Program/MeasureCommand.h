@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Imaging/BackgroundAccumulator.h"
+#include "Imaging/ImageReader.h"
 #include "Imaging/MeasurementTable.h"
 #include "Imaging/PageMeasurement.h"
 #include "Measuring/OverlayFiles.h"
-#include "Measuring/PageReaders.h"
 #include "Program/Command.h"
 #include "Program/TableOutputs.h"
 
@@ -42,7 +42,7 @@ private:
     bool itsIsQuiet = false;
 
     MeasureSettings GetSettings() const;
-    ReadSettings GetReadSettings() const;
+    ImageReadSettings GetReadSettings() const;
     std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
     BackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;

@@ -1,6 +1,6 @@
 #include "Program/MemoryBudget.h"
 
-#include "Support/ByteCount.h"
+#include "Core/Strings/XByteCount.h"
 #include "Terminal/Session.h"
 
 MemoryBudget::MemoryBudget( std::optional<std::uint64_t> inBytes )

@@ -1,5 +1,7 @@
 #include "Program/OptionChecks.h"
 
+#include "Core/Strings/XByteCount.h"
+
 #include <charconv>
 #include <cstdint>
 #include <system_error>
@@ -17,4 +19,9 @@ std::string CheckWholeNumber( const std::string& inText )
     return error == std::errc() && rest == end
         ? ""
         : "\"" + inText + "\" is not a whole number from 0 to 2^64 - 1";
+}
+
+std::string CheckByteCount( const std::string& inText )
+{
+    return ParseByteCount( inText ) ? "" : "invalid size \"" + inText + "\" (expected e.g. 512M, 1.5G)";
 }

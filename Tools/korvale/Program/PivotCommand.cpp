@@ -1,9 +1,9 @@
 #include "Program/PivotCommand.h"
 
 #include "Jobs/XProgress.h"
+#include "Pivot/XPivotText.h"
 #include "Program/Command.h"
 #include "Program/CommandLine.h"
-#include "Support/TextEncoding.h"
 #include "Support/WrongUsage.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"

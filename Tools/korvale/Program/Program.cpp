@@ -1,5 +1,6 @@
 #include "Program/Program.h"
 
+#include "Core/Strings/XNumberText.h"
 #include "Core/Times/XTimer.h"
 #include "Process/WConsole.h"
 #include "Program/Command.h"
@@ -15,7 +16,6 @@
 #include "Program/ShowCommand.h"
 #include "Program/SortCommand.h"
 #include "Support/Failure.h"
-#include "Support/NumberText.h"
 #include "Support/WrongUsage.h"
 
 #include <algorithm>

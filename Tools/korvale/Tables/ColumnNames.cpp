@@ -1,7 +1,7 @@
 #include "Tables/ColumnNames.h"
 
+#include "Pivot/XPivotText.h"
 #include "Support/ListParser.h"
-#include "Support/TextEncoding.h"
 #include "Support/WrongUsage.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "Tables/NumpyArchive.h"
 
+#include "Jobs/XChunks.h"
 #include "Outputs/ZipWriter.h"
-#include "Support/Chunks.h"
 #include "Tables/NumpyArrays.h"
 
 #include <algorithm>

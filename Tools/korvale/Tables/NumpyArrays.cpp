@@ -1,14 +1,15 @@
 #include "Tables/NumpyArrays.h"
 
+#include "Core/Strings/XUTF8Text.h"
+#include "Jobs/XChunks.h"
 #include "Pivot/Columns/XPivotFloatColumn.h"
 #include "Pivot/Columns/XPivotReferenceColumn.h"
 #include "Pivot/Columns/XPivotSInt32Column.h"
 #include "Pivot/Columns/XPivotTimeColumn.h"
 #include "Pivot/Columns/XPivotUInt32Column.h"
 #include "Pivot/Columns/XPivotUUIDColumn.h"
-#include "Support/Chunks.h"
+#include "Pivot/XPivotText.h"
 #include "Support/LittleEndian.h"
-#include "Support/TextEncoding.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
 

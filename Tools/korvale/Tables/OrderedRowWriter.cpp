@@ -1,7 +1,7 @@
 #include "Tables/OrderedRowWriter.h"
 
+#include "Jobs/XChunks.h"
 #include "Jobs/XJob.h"
-#include "Support/Chunks.h"
 #include "Threads/XStopThreadException.h"
 
 #include <atomic>

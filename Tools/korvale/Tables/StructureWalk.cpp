@@ -3,12 +3,12 @@
 #include "Core/Errors/XException.h"
 #include "Core/Identifiers/XUUID.h"
 #include "Core/Streams/XClassRegistry.h"
+#include "Core/Strings/XNumberText.h"
 #include "Core/Times/XTime.h"
 #include "Ground/XErrorNumbers.h"
 #include "Pivot/Columns/XPivotColumn.h"
 #include "Pivot/Tables/XPivotTable.h"
-#include "Support/NumberText.h"
-#include "Support/TextEncoding.h"
+#include "Pivot/XPivotText.h"
 #include "System/WCodePage.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "Tables/TableText.h"
 
-#include "Support/NumberText.h"
-#include "Support/TextEncoding.h"
+#include "Core/Strings/XNumberText.h"
+#include "Pivot/XPivotText.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
 #include "Tables/OrderedRowWriter.h"

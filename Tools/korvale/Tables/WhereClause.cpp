@@ -2,10 +2,10 @@
 
 #include "Core/Errors/XException.h"
 #include "Core/Identifiers/XUUID.h"
+#include "Core/Strings/XNumberText.h"
 #include "Core/Times/XTime.h"
+#include "Pivot/XPivotText.h"
 #include "Support/ListParser.h"
-#include "Support/NumberText.h"
-#include "Support/TextEncoding.h"
 #include "Support/WrongUsage.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"

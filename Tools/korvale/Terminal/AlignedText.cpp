@@ -1,7 +1,8 @@
 #include "Terminal/AlignedText.h"
 
-#include "Support/Chunks.h"
-#include "Support/TextEncoding.h"
+#include "Core/Strings/XUTF8Text.h"
+#include "Jobs/XChunks.h"
+#include "Pivot/XPivotText.h"
 
 #include <algorithm>
 

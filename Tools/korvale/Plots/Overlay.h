@@ -1,9 +1,0 @@
-#pragma once
-
-#include "Plots/OverlaySketch.h"
-
-#include <string>
-
-/// Draws the outlines and the numbers of the objects over the picture of their page. A small picture is enlarged first.
-/// Where numbers would lie on one another, those of the smaller objects are left out. Returns the bytes of a PNG file.
-std::string DrawOverlay( const OverlaySketch& inSketch );

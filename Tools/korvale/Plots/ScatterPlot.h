@@ -1,8 +1,0 @@
-#pragma once
-
-#include "Plots/PlotSettings.h"
-
-/// Draws a point for each row: across the number of the first column, upwards that of the second. There are rows.
-void DrawScatterPlot(
-    const PlotData& inData, const std::string& inTitleX, const std::string& inTitleY,
-    const PlotSettings& inSettings, WCanvas& ioCanvas );

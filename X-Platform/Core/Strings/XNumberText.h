@@ -1,0 +1,27 @@
+#pragma once
+
+#include "WPlatform.h"
+
+#include <charconv>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Appends a number in the shortest form that reads back exactly, in any locale. Whole numbers up to 2^53 are written
+/// with all their digits.
+KORVALE_API void AppendNumber( std::string& ioText, double inNumber );
+
+/// As "0.25 s".
+KORVALE_API std::string FormatSeconds( double inSeconds );
+
+/// The number that the whole text is, in any locale.
+template<class T>
+std::optional<T> ParseNumber( std::string_view inText )
+{
+    T number{};
+    const auto end = inText.data() + inText.size();
+    const auto [rest, error] = std::from_chars( inText.data(), end, number );
+    if ( error != std::errc() || rest != end )
+        return std::nullopt;
+    return number;
+}

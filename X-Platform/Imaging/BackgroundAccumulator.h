@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "Imaging/PageMemory.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <memory>
+
+/// What counts as the background of a stack.
+enum class BackgroundKind
+{
+    kNone,
+    kMean,
+    kMinimum
+};
+
+/// Per-pixel sum or minimum over several pages.
+///
+/// Whole numbers are summed exactly, and their mean is rounded to the nearest whole number, halves up. Float samples are
+/// summed in double precision, in the order in which they are added; those that are not finite are left out, and where
+/// none is finite the background is 0.
+/// Threads: several may add different samples.
+class KORVALE_IMAGING_API BackgroundAccumulator
+{
+public:
+    /// For pages of that form, at most so many.
+    static std::unique_ptr<BackgroundAccumulator> Make(
+        BackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages, PageMemory& ioMemory );
+
+    virtual ~BackgroundAccumulator() = default;
+    BackgroundAccumulator( const BackgroundAccumulator& ) = delete;
+    BackgroundAccumulator& operator=( const BackgroundAccumulator& ) = delete;
+
+    /// Adds the samples of a page from the number `inFirst` to before `inEnd`.
+    virtual void Add( const WImagePage& inPage, std::uint64_t inFirst, std::uint64_t inEnd ) = 0;
+
+    /// Sets the samples of a page to the background of `inPages` pages that have been added.
+    virtual void GetBackground(
+        std::uint32_t inPages, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& outPage ) const = 0;
+
+protected:
+    BackgroundAccumulator() = default;
+};

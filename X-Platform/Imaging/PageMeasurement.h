@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "Imaging/ChildObjects.h"
+#include "Imaging/ConnectedComponents.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// How the objects of a page are found.
+struct MeasureSettings
+{
+    ObjectSettings objects; ///< Without a threshold: Otsu's, page by page.
+    Connectivity connectivity = Connectivity::kEdgesAndCorners;
+    std::optional<ObjectSettings> inside; ///< For objects inside the objects, where they are asked for.
+};
+
+/// What is found on a page: its objects, and those inside them.
+struct PageObjects
+{
+    double threshold = 0;
+    LabelledObjects outer;
+    ChildObjects inner;
+};
+
+/// The samples of one object in one channel.
+struct ChannelStatistics
+{
+    double min = 0;
+    double max = 0;
+    double mean = 0;
+    double standardDeviation = 0; ///< Of the population.
+    double sum = 0;
+};
+
+/// The measurements of one page: much smaller than its pixels, and independent of all other pages.
+struct KORVALE_IMAGING_API PageMeasurement
+{
+    std::uint32_t channels = 0;
+    double pixelWidth = 0; ///< As of WImagePage.
+    double pixelHeight = 0;
+    double threshold = 0;
+    std::vector<ObjectShape> shapes;           ///< Of the objects, then of those inside them.
+    std::vector<ChannelStatistics> statistics; ///< Object after object, the channels of each in order.
+    std::vector<std::uint32_t> parents; ///< Of the inner objects: the index of the object each lies in.
+    std::size_t releasedOuter = 0;      ///< Objects that Release gave up, by kind.
+    std::size_t releasedInner = 0;
+
+    bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
+    std::size_t GetOuterCount() const { return releasedOuter + shapes.size() - parents.size(); }
+    std::size_t GetObjectCount() const { return releasedOuter + releasedInner + shapes.size(); }
+    /// Gives up the objects, but not their numbers: they are in a table.
+    void Release();
+    std::uint32_t GetParent( std::size_t inInner ) const { return parents[inInner - GetOuterCount()]; }
+};
+
+/// Depends on nothing but its arguments, so pages may be worked on by any threads in any order; that holds for all of
+/// these. Throws WImageError when the page has not got a channel.
+KORVALE_IMAGING_API PageObjects
+FindPageObjects( const WImagePage& inPage, const MeasureSettings& inSettings );
+
+/// Measures what was found on the page.
+KORVALE_IMAGING_API PageMeasurement MeasureObjects( const WImagePage& inPage, const PageObjects& inObjects );
+
+/// Finds the objects and measures them.
+KORVALE_IMAGING_API PageMeasurement
+MeasurePage( const WImagePage& inPage, const MeasureSettings& inSettings );

@@ -1,0 +1,143 @@
+#include "Imaging/PageMemory.h"
+
+#include "Core/Errors/XException.h"
+#include "Core/Strings/XByteCount.h"
+#include "Ground/XErrorNumbers.h"
+#include "Memory/XMemoryManager.h"
+#include "Threads/XLock.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace
+{
+/// Where the bytes alone would fit, the rest of the budget is pinned.
+std::string DescribeShortage( std::uint64_t inBytes )
+{
+    const auto budget = XMemoryManager::GetManager()->GetBudget();
+    const auto text = FormatByteCount( inBytes ) + " do not fit into the " + FormatByteCount( budget ) +
+        " that may be used";
+    return inBytes > budget ? text : text + ", beside what has to stay in it";
+}
+
+/// What the manager adds to the text of the number: which folder refuses purges, and why.
+XString GetCause( const XException& inError )
+{
+    const XString plain = XException( kErrorOutOfMemory ).GetRawErrorMessage();
+    XString cause = inError.GetRawErrorMessage();
+    return cause.StripFirst( plain.GetLength() );
+}
+
+class Shortage : public XException
+{
+public:
+    Shortage( std::uint64_t inBytes, const XException& inError )
+        : XException( kErrorOutOfMemory ),
+          itsText( GetCause( inError ) + XString( ": " + DescribeShortage( inBytes ) ) )
+    {
+    }
+
+    XString GetRawErrorMessage() const override { return XException::GetRawErrorMessage() + itsText; }
+
+private:
+    XString itsText;
+};
+} // namespace
+
+/// Of what is locked at a time, counted as the manager counts it.
+class PageMemory::Share
+{
+public:
+    Share( PageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
+        : itsMemory( ioMemory ),
+          itsBytes( XMemoryManager::AlignSizeToPageSize( std::max<std::uint64_t>( inBytes, 1 ) ) ),
+          itsTotal( inIsLasting ? ioMemory.itsLasting : ioMemory.itsPassing )
+    {
+        constexpr bool kIsAlertable = true;
+        const XThreadLock lock( itsMemory.itsMutex );
+        while ( !itsMemory.HasRoom( itsBytes ) )
+            itsMemory.itsShareReturned.Wait( itsMemory.itsMutex, kNoTimeout, kIsAlertable );
+        itsTotal += itsBytes;
+    }
+
+    ~Share()
+    {
+        const XThreadLock lock( itsMemory.itsMutex );
+        itsTotal -= itsBytes;
+        itsMemory.itsShareReturned.Broadcast();
+    }
+
+    Share( const Share& ) = delete;
+    Share& operator=( const Share& ) = delete;
+
+private:
+    PageMemory& itsMemory;
+    const std::uint64_t itsBytes;
+    std::uint64_t& itsTotal;
+};
+
+bool PageMemory::HasRoom( std::uint64_t inBytes ) const
+{
+    return itsPassing == 0 || itsPassing + itsLasting + inBytes <= XMemoryManager::GetManager()->GetBudget();
+}
+
+/// Bytes that are locked while it lives: a handle's, or its own.
+class PageMemory::Held
+{
+public:
+    Held( PageMemory& ioMemory, XMemoryHandle& ioHandle, XLockMode inMode )
+        : itsShare( ioMemory, ioHandle.GetDataSize(), false ), itsHandle( ioHandle ),
+          itsLock( ioHandle, inMode )
+    {
+    }
+
+    Held( PageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
+        : itsShare( ioMemory, inBytes, inIsLasting ), itsOwnHandle( inBytes ), itsHandle( itsOwnHandle ),
+          itsLock( itsOwnHandle, kLockForWrite )
+    {
+    }
+
+    std::byte* GetBytes() const { return static_cast<std::byte*>( itsHandle.GetData() ); }
+
+private:
+    const Share itsShare;
+    XMemoryHandle itsOwnHandle;
+    XMemoryHandle& itsHandle;
+    const XLock itsLock;
+};
+
+/// What `inMakeHeld` returns as samples that keep it.
+template<class MakeHeld>
+WImagePage::Samples PageMemory::Hold( std::uint64_t inBytes, MakeHeld inMakeHeld )
+{
+    try
+    {
+        std::shared_ptr<Held> held = inMakeHeld();
+        auto* const bytes = held->GetBytes();
+        return WImagePage::Samples(
+            bytes, [held = std::move( held )]( std::byte* ) mutable { held.reset(); } );
+    }
+    catch ( const XException& error )
+    {
+        if ( error.GetErrorNumber() != kErrorOutOfMemory )
+            throw;
+        throw Shortage( inBytes, error );
+    }
+}
+
+WImagePage::Samples PageMemory::Allocate( std::uint64_t inBytes )
+{
+    return Hold( inBytes, [&] { return std::make_shared<Held>( *this, inBytes, false ); } );
+}
+
+WImagePage::Samples PageMemory::AllocateLasting( std::uint64_t inBytes )
+{
+    return Hold( inBytes, [&] { return std::make_shared<Held>( *this, inBytes, true ); } );
+}
+
+WImagePage::Samples PageMemory::Lock( XMemoryHandle& ioHandle, XLockMode inMode )
+{
+    return Hold( ioHandle.GetDataSize(), [&] { return std::make_shared<Held>( *this, ioHandle, inMode ); } );
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/// Pixels of a page that are chosen, as bits: the first pixel of a word lowest. Every row begins a new word.
+class KORVALE_IMAGING_API PixelMask
+{
+public:
+    static constexpr std::uint32_t kWordBits = 64;
+
+    /// None is chosen.
+    PixelMask( std::uint32_t inWidth, std::uint32_t inHeight );
+
+    std::uint32_t GetWidth() const { return itsWidth; }
+    std::uint32_t GetHeight() const { return itsHeight; }
+
+    std::span<std::uint64_t> GetRow( std::uint32_t inRow )
+    {
+        return { itsWords.data() + inRow * itsWordsPerRow, itsWordsPerRow };
+    }
+    std::span<const std::uint64_t> GetRow( std::uint32_t inRow ) const
+    {
+        return { itsWords.data() + inRow * itsWordsPerRow, itsWordsPerRow };
+    }
+
+    /// Chosen pixels that lie side by side in a row are one run.
+    std::size_t CountRuns() const;
+
+private:
+    std::uint32_t itsWidth;
+    std::uint32_t itsHeight;
+    std::size_t itsWordsPerRow;
+    std::vector<std::uint64_t> itsWords;
+};
+
+/// The pixels whose sample in that channel is greater than the threshold.
+KORVALE_IMAGING_API PixelMask
+MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold );

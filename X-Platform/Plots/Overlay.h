@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Plots/OverlaySketch.h"
+#include "WPlatform.h"
+
+#include <string>
+
+/// Draws the outlines and the numbers of the objects over the picture of their page. A small picture is enlarged first.
+/// Where numbers would lie on one another, those of the smaller objects are left out. Returns the bytes of a PNG file.
+KORVALE_IMAGING_API std::string DrawOverlay( const OverlaySketch& inSketch );
