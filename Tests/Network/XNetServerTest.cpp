@@ -1,7 +1,7 @@
 #include "TestConnection.h"
+#include "TestResponders.h"
 
 #include "Core/Times/XTimer.h"
-#include "Network/XNetResponder.h"
 #include "Network/XNetServer.h"
 
 #include <list>
@@ -11,53 +11,6 @@ namespace
 
 constexpr XVersion kEchoPreamble{ 1301, 2 };
 constexpr std::uint8_t kEchoBytes[] = { 0x00, 0x02, 0x05, 0x15 };
-
-/// Sends back each byte; the byte 'a' authenticates, 'd' detaches.
-class EchoResponder : public XNetResponder
-{
-public:
-    EchoResponder() : XNetResponder( "echo" ) { ++sCount; }
-    ~EchoResponder() override
-    {
-        StopResponding();
-        --sCount;
-    }
-
-    static std::atomic<int> sCount;
-    static std::atomic<std::uint32_t> sDetachError;
-
-protected:
-    void RespondSelf() override
-    {
-        for ( ;; )
-        {
-            XNetEndpoint endpoint = GetEndpoint();
-            char byte = 0;
-            endpoint.ReceiveData( &byte, 1, kNoTimeout );
-            if ( byte == 'a' )
-                SetAuthenticated();
-            if ( byte == 'd' )
-                return Detach();
-            endpoint.SendData( &byte, 1, kPatience );
-        }
-    }
-
-private:
-    void Detach()
-    {
-        XNetEndpoint endpoint = DetachEndpoint();
-        sDetachError = ErrorOf( [this] { GetEndpoint(); } );
-        endpoint.SendData( "D", 1, kPatience );
-    }
-};
-
-std::atomic<int> EchoResponder::sCount = 0;
-std::atomic<std::uint32_t> EchoResponder::sDetachError = 0;
-
-std::unique_ptr<XNetResponder> MakeEcho()
-{
-    return std::make_unique<EchoResponder>();
-}
 
 class TestServer : public XNetServer
 {
@@ -78,19 +31,8 @@ struct TestClient : XNetEndpoint
 
     void Greet() { SendData( kEchoBytes, sizeof kEchoBytes, kPatience ); }
 
-    /// What the server says to a byte.
-    char Say( char inByte )
-    {
-        SendData( &inByte, 1, kPatience );
-        ReceiveData( &inByte, 1, kPatience );
-        return inByte;
-    }
-
-    std::uint32_t AwaitEnd()
-    {
-        char byte = 0;
-        return ErrorOf( [&] { ReceiveAnyData( &byte, 1, kPatience ); } );
-    }
+    char Say( char inByte ) { return ::Say( *this, inByte ); }
+    std::uint32_t AwaitEnd() { return ::AwaitEnd( *this ); }
 };
 
 template<class TCondition>

@@ -3,6 +3,7 @@
 #include "Sockets/Internal/WSocketHeaders.h"
 #include "Sockets/WSocketAlert.h"
 #include "Sockets/WSystemAddress.h"
+#include "Sockets/Windows/WEventObject.h"
 
 #include "Ground/XFail.h"
 #include "System/WSystemError.h"
@@ -19,30 +20,6 @@
 
 namespace
 {
-
-/// An event object, or none.
-class Event
-{
-public:
-    explicit Event( bool inResetByHand ) : itsHandle( CreateEventW( nullptr, inResetByHand, FALSE, nullptr ) )
-    {
-        if ( !itsHandle )
-            XThrowLastSystemError();
-    }
-    Event( Event&& inOther ) noexcept : itsHandle( std::exchange( inOther.itsHandle, nullptr ) ) {}
-    Event& operator=( Event&& ) = delete;
-    ~Event()
-    {
-        if ( itsHandle )
-            CloseHandle( itsHandle );
-    }
-
-    void Set() const { SetEvent( itsHandle ); }
-    operator HANDLE() const { return itsHandle; }
-
-private:
-    HANDLE itsHandle;
-};
 
 /// A socket that is closed at the end of its life.
 class OwnSocket
@@ -99,9 +76,10 @@ struct WSocket::System
     }
 
     OwnSocket socket;
-    Event happened{ true };
-    Event ready[2]{ Event( false ), Event( false ) }; // each lets one wait end
-    Event ended[2]{ Event( true ), Event( true ) };   // no operation of the direction waits any more
+    WEventObject happened{ true };
+    WEventObject ready[2]{ WEventObject( false ), WEventObject( false ) }; // each lets one wait end
+    WEventObject ended[2]{
+        WEventObject( true ), WEventObject( true ) }; // no operation of the direction waits any more
 };
 
 namespace
@@ -307,7 +285,7 @@ bool WSocket::HasPeerClosed() const
 void WSocket::EndConnection()
 {
     shutdown( itsSystem->socket, SD_BOTH );
-    for ( const Event& ended : itsSystem->ended )
+    for ( const WEventObject& ended : itsSystem->ended )
         ended.Set();
 }
 

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Network/XNetResponder.h"
+#include "TestErrors.h"
+#include "Threads/TestThread.h"
+
+#include <memory>
+
+/// Sends back each byte; the byte 'a' authenticates, 'd' detaches.
+class EchoResponder : public XNetResponder
+{
+public:
+    EchoResponder() : XNetResponder( "echo" ) { ++sCount; }
+    ~EchoResponder() override
+    {
+        StopResponding();
+        --sCount;
+    }
+
+    static inline std::atomic<int> sCount = 0;
+    static inline std::atomic<std::uint32_t> sDetachError = 0;
+
+protected:
+    void RespondSelf() override
+    {
+        for ( ;; )
+        {
+            XNetEndpoint endpoint = GetEndpoint();
+            char byte = 0;
+            endpoint.ReceiveData( &byte, 1, kNoTimeout );
+            if ( byte == 'a' )
+                SetAuthenticated();
+            if ( byte == 'd' )
+                return Detach();
+            endpoint.SendData( &byte, 1, kPatience );
+        }
+    }
+
+private:
+    void Detach()
+    {
+        XNetEndpoint endpoint = DetachEndpoint();
+        sDetachError = ErrorOf( [this] { GetEndpoint(); } );
+        endpoint.SendData( "D", 1, kPatience );
+    }
+};
+
+inline std::unique_ptr<XNetResponder> MakeEcho()
+{
+    return std::make_unique<EchoResponder>();
+}
+
+/// What an echo responder sends back for a byte.
+inline char Say( XNetEndpoint& inClient, char inByte )
+{
+    inClient.SendData( &inByte, 1, kPatience );
+    inClient.ReceiveData( &inByte, 1, kPatience );
+    return inByte;
+}
+
+/// The error that ends a connection.
+inline std::uint32_t AwaitEnd( XNetEndpoint& inClient )
+{
+    char byte = 0;
+    return ErrorOf( [&] { inClient.ReceiveAnyData( &byte, 1, kPatience ); } );
+}
