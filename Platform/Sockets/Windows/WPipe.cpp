@@ -198,6 +198,12 @@ PipeHandle MakeInstance( const std::wstring& inPath, bool inIsFirst )
         PIPE_UNLIMITED_INSTANCES, kCapacity, kCapacity, 0, &attributes ) );
 }
 
+/// Wine does not refuse a second first instance.
+bool IsInUse( const std::wstring& inPath )
+{
+    return WaitNamedPipeW( inPath.c_str(), 1 ) || GetLastError() == ERROR_SEM_TIMEOUT;
+}
+
 } // namespace
 
 struct WPipe::System
@@ -291,6 +297,8 @@ std::string WPipe::GetPath( const std::string& inName )
 WPipe::Outcome WPipe::Listen( std::uint32_t )
 {
     const std::lock_guard lock( itsSystem->mutex );
+    if ( IsInUse( itsSystem->path ) )
+        return { kFailed, 0, kErrorAddressInUse };
     itsSystem->pipe = MakeInstance( itsSystem->path, true );
     if ( itsSystem->pipe.IsOpen() )
     {
