@@ -19,6 +19,9 @@ public:
     /// Moves the first bytes out, as many as are wanted and there; returns how many.
     USize64 Take( std::uint8_t* outBytes, USize64 inCount );
 
+    /// Forgets the first bytes, of which there are as many.
+    void Drop( USize64 inCount ) { itsBegin += inCount; }
+
     /// Puts bytes before the first one.
     void PutBack( const std::uint8_t* inBytes, USize64 inCount );
 
