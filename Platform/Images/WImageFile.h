@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 /// An image file that cannot be read: what is wrong with it, as UTF-8 and without the file's name.
@@ -35,7 +36,11 @@ struct KORVALE_IMAGING_API WImageFormat
     double pixelWidth = 0;  ///< In micrometres; 0 when the file carries no resolution.
     double pixelHeight = 0; ///< In micrometres; 0 when the file carries no resolution.
 
-    std::uint32_t GetSampleSize() const { return type == kUInt8 ? 1 : type == kUInt16 ? 2 : 4; }
+    static std::uint32_t GetSampleSize( SampleType inType )
+    {
+        return inType == kUInt8 ? 1 : inType == kUInt16 ? 2 : 4;
+    }
+    std::uint32_t GetSampleSize() const { return GetSampleSize( type ); }
     std::uint64_t GetRowSize() const { return std::uint64_t{ width } * channels * GetSampleSize(); }
     std::uint64_t GetByteCount() const { return GetRowSize() * height; }
     std::uint64_t GetSampleCount() const { return std::uint64_t{ width } * channels * height; }
@@ -44,6 +49,21 @@ struct KORVALE_IMAGING_API WImageFormat
     /// True when both have as many samples of the same type, row by row, whatever their resolution.
     bool HasSameLayout( const WImageFormat& inOther ) const;
 };
+
+/// Calls `inWork` with a std::type_identity of the C++ type of such samples; returns what it returns.
+template<class Work>
+auto VisitSampleType( WImageFormat::SampleType inType, Work inWork )
+{
+    switch ( inType )
+    {
+    case WImageFormat::kUInt8:
+        return inWork( std::type_identity<std::uint8_t>() );
+    case WImageFormat::kUInt16:
+        return inWork( std::type_identity<std::uint16_t>() );
+    default:
+        return inWork( std::type_identity<float>() );
+    }
+}
 
 /// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
 /// by side, in the byte order of the machine.

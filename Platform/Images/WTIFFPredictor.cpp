@@ -65,10 +65,7 @@ void CheckKind( std::uint64_t inKind, std::uint64_t inCompression, WImageFormat:
 WTIFFPredictor::WTIFFPredictor(
     const WTIFFDirectory& inTags, bool inIsSwapped, WImageFormat::SampleType inType, std::uint64_t inWidth,
     std::uint32_t inChannels )
-    : itsIsSwapped( inIsSwapped ), itsSampleSize(
-                                       inType == WImageFormat::kUInt8        ? 1
-                                           : inType == WImageFormat::kUInt16 ? 2
-                                                                             : 4 ),
+    : itsIsSwapped( inIsSwapped ), itsSampleSize( WImageFormat::GetSampleSize( inType ) ),
       itsSamples( inWidth * inChannels ), itsChannels( inChannels )
 {
     const auto compression = inTags.GetNumber( WTIFFDirectory::kCompression, WTIFFUnpacker::kNone );

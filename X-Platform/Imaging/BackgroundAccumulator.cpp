@@ -128,13 +128,13 @@ std::unique_ptr<BackgroundAccumulator> BackgroundAccumulator::Make(
     BackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages, PageMemory& ioMemory )
 {
     const Maker maker{ inKind, inForm.GetSampleCount(), inMostPages, ioMemory };
-    switch ( inForm.type )
-    {
-    case WImageFormat::kUInt8:
-        return maker.MakeWhole<std::uint8_t>();
-    case WImageFormat::kUInt16:
-        return maker.MakeWhole<std::uint16_t>();
-    default:
-        return maker.MakeFloat();
-    }
+    return VisitSampleType(
+        inForm.type,
+        [&]<class T>( std::type_identity<T> )
+        {
+            if constexpr ( std::is_integral_v<T> )
+                return maker.MakeWhole<T>();
+            else
+                return maker.MakeFloat();
+        } );
 }

@@ -97,15 +97,9 @@ WGreyPicture MakePicture( const WImagePage& inPage, std::uint32_t inChannel, std
 WGreyPicture
 MakeGreyscalePreview( const WImagePage& inPage, std::uint32_t inChannel, std::uint32_t inReduction )
 {
-    switch ( inPage.type )
-    {
-    case WImagePage::kUInt8:
-        return MakePicture<std::uint8_t>( inPage, inChannel, inReduction );
-    case WImagePage::kUInt16:
-        return MakePicture<std::uint16_t>( inPage, inChannel, inReduction );
-    default:
-        return MakePicture<float>( inPage, inChannel, inReduction );
-    }
+    return VisitSampleType(
+        inPage.type,
+        [&]<class T>( std::type_identity<T> ) { return MakePicture<T>( inPage, inChannel, inReduction ); } );
 }
 
 WGreyPicture Enlarge( const WGreyPicture& inPicture, std::uint32_t inFactor )

@@ -8,6 +8,13 @@
 #include <memory>
 #include <vector>
 
+/// An image whose pages are not the time points of one image. ImageReadSettings::arePagesTimes accepts them as such.
+class KORVALE_IMAGING_API NotTimePointsError : public WImageError
+{
+public:
+    using WImageError::WImageError;
+};
+
 /// What is known of images beside their files.
 struct ImageReadSettings
 {
@@ -25,8 +32,7 @@ public:
     /// a scanner.
     static constexpr double kLargestPixel = 20;
 
-    /// Opens the file; throws what WImageFile throws, and WImageError when its pages are not the time points of one
-    /// image.
+    /// Opens the file; throws what WImageFile throws, and NotTimePointsError.
     explicit ImageReader( const std::filesystem::path& inPath, const ImageReadSettings& inSettings = {} );
 
     std::uint32_t GetPageCount() const { return itsPageCount; }

@@ -160,15 +160,13 @@ std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const La
 
 std::vector<ChannelStatistics> GetStatistics( const WImagePage& inPage, const LabelledObjects& inFound )
 {
-    switch ( inPage.type )
-    {
-    case WImagePage::kUInt8:
-        return GetStatistics<std::uint8_t, WholeSum<std::uint8_t>>( inPage, inFound );
-    case WImagePage::kUInt16:
-        return GetStatistics<std::uint16_t, WholeSum<std::uint16_t>>( inPage, inFound );
-    default:
-        return GetStatistics<float, FloatSum>( inPage, inFound );
-    }
+    return VisitSampleType(
+        inPage.type,
+        [&]<class T>( std::type_identity<T> )
+        {
+            using Sum = std::conditional_t<std::is_integral_v<T>, WholeSum<T>, FloatSum>;
+            return GetStatistics<T, Sum>( inPage, inFound );
+        } );
 }
 
 void RequireChannel( const WImagePage& inPage, std::uint32_t inChannel )

@@ -35,15 +35,9 @@ void Subtract(
 void Subtract(
     const WImagePage& inBackground, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& ioPage )
 {
-    switch ( inBackground.type )
-    {
-    case WImageFormat::kUInt8:
-        return Subtract<std::uint8_t>( inBackground, inFirst, inEnd, ioPage );
-    case WImageFormat::kUInt16:
-        return Subtract<std::uint16_t>( inBackground, inFirst, inEnd, ioPage );
-    default:
-        return Subtract<float>( inBackground, inFirst, inEnd, ioPage );
-    }
+    VisitSampleType(
+        inBackground.type,
+        [&]<class T>( std::type_identity<T> ) { Subtract<T>( inBackground, inFirst, inEnd, ioPage ); } );
 }
 } // namespace
 

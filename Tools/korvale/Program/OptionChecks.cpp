@@ -1,10 +1,9 @@
 #include "Program/OptionChecks.h"
 
 #include "Core/Strings/XByteCount.h"
+#include "Core/Strings/XNumberText.h"
 
-#include <charconv>
 #include <cstdint>
-#include <system_error>
 
 std::string CheckFileName( const std::string& inText )
 {
@@ -13,10 +12,7 @@ std::string CheckFileName( const std::string& inText )
 
 std::string CheckWholeNumber( const std::string& inText )
 {
-    std::uint64_t number = 0;
-    const auto* const end = inText.data() + inText.size();
-    const auto [rest, error] = std::from_chars( inText.data(), end, number );
-    return error == std::errc() && rest == end
+    return ParseNumber<std::uint64_t>( inText )
         ? ""
         : "\"" + inText + "\" is not a whole number from 0 to 2^64 - 1";
 }

@@ -2,6 +2,7 @@
 
 #include "Core/Errors/XException.h"
 #include "Ground/XErrorNumbers.h"
+#include "Imaging/ImageReader.h"
 #include "System/WSystemError.h"
 
 #include <algorithm>
@@ -58,6 +59,11 @@ Failure DescribeCurrentException()
     {
         failure = {
             "there is not enough memory (" + std::to_string( kErrorOutOfMemory ) + ")", kErrorOutOfMemory };
+    }
+    catch ( const NotTimePointsError& error )
+    {
+        failure.text =
+            std::string( error.what() ) + " (--planes-as-times measures each page as a time point)";
     }
     catch ( const std::exception& exception )
     {

@@ -1,5 +1,6 @@
 #include "Tables/ColumnNames.h"
 
+#include "Core/Strings/XNumberText.h"
 #include "Pivot/XPivotText.h"
 #include "Support/ListParser.h"
 #include "Support/WrongUsage.h"
@@ -95,14 +96,12 @@ Indices FindCandidates( const XPivotTable& inTable, const std::string& inName )
 /// The column that `#N` names; none for any other text.
 Indices FindNumbered( const XPivotTable& inTable, const std::string& inName )
 {
-    std::uint32_t number = 0;
-    const auto* const end = inName.data() + inName.size();
     if ( !inName.starts_with( '#' ) )
         return {};
-    const auto [rest, error] = std::from_chars( inName.data() + 1, end, number );
-    if ( error != std::errc() || rest != end || number == 0 || number > inTable.GetNumColumns() )
+    const auto number = ParseNumber<std::uint32_t>( std::string_view( inName ).substr( 1 ) );
+    if ( !number || *number == 0 || *number > inTable.GetNumColumns() )
         return {};
-    return { number - 1 };
+    return { *number - 1 };
 }
 
 [[noreturn]] void

@@ -1,6 +1,7 @@
 #include "Imaging/Internal/ImagePlanes.h"
 
 #include "Core/Strings/XNumberText.h"
+#include "Imaging/ImageReader.h"
 
 #include <algorithm>
 #include <optional>
@@ -306,17 +307,14 @@ void CheckPlanes( const WImageFile& inFile, bool inAreTimes )
     const auto declares = "its description declares " + Describe( planes );
     const auto has = std::to_string( pages ) + ( pages == 1 ? " page" : " pages" );
     if ( pages == 1 && planes.total > 1 && planes.total <= layout.planesInFile )
-        throw WImageError(
-            declares +
-            " behind one another in one page: only the first could be read, --planes-as-times or not" );
+        throw WImageError( declares + " behind one another in one page: only the first could be read" );
     if ( inAreTimes )
         return;
-    constexpr const char* kHint = " (--planes-as-times measures each page as a time point)";
     if ( planes.areElsewhere )
-        throw WImageError( std::string( "another file declares what its pages are" ) + kHint );
+        throw NotTimePointsError( "another file declares what its pages are" );
     if ( planes.images > 1 || planes.channels > 1 || planes.slices > 1 || planes.dimensions > 1 )
-        throw WImageError( declares + ", which cannot be told apart yet" + kHint );
+        throw NotTimePointsError( declares + ", which cannot be told apart yet" );
     const auto areFewer = planes.total != 0 && planes.total < pages;
     if ( planes.total > pages || ( areFewer && !planes.mayMoreFollow ) )
-        throw WImageError( declares + ", but it has " + has + kHint );
+        throw NotTimePointsError( declares + ", but it has " + has );
 }

@@ -27,7 +27,7 @@ struct KORVALE_IMAGING_API ImagePlanes
     Parse( const std::vector<std::string>& inDescriptions, const WImageFile::Layout& inLayout );
 };
 
-/// Throws WImageError for a file whose pages are not the time points of one image: one that declares several channels,
-/// slices or images, or other planes than it has pages. `inAreTimes` accepts the pages as time points all the same,
-/// except where the file has room for all planes behind its only page.
+/// Throws NotTimePointsError for a file whose pages are not the time points of one image: one that declares several
+/// channels, slices or images, or other planes than it has pages. `inAreTimes` accepts the pages as time points all the
+/// same, except where the file has room for all planes behind its only page: WImageError.
 KORVALE_IMAGING_API void CheckPlanes( const WImageFile& inFile, bool inAreTimes );

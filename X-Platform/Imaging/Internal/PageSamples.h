@@ -7,13 +7,7 @@
 template<class Work>
 auto VisitSamples( const WImagePage& inPage, std::uint32_t inChannel, Work inWork )
 {
-    switch ( inPage.type )
-    {
-    case WImagePage::kUInt8:
-        return inWork( inPage.GetSamples<std::uint8_t>() + inChannel );
-    case WImagePage::kUInt16:
-        return inWork( inPage.GetSamples<std::uint16_t>() + inChannel );
-    default:
-        return inWork( inPage.GetSamples<float>() + inChannel );
-    }
+    return VisitSampleType(
+        inPage.type,
+        [&]<class T>( std::type_identity<T> ) { return inWork( inPage.GetSamples<T>() + inChannel ); } );
 }
