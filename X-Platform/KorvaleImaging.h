@@ -18,6 +18,7 @@
 #include "Imaging/Contours.h"
 #include "Imaging/GreyscalePreview.h"
 #include "Imaging/ImageReader.h"
+#include "Imaging/MeasurementMemory.h"
 #include "Imaging/MeasurementTable.h"
 #include "Imaging/OtsuThreshold.h"
 #include "Imaging/PageMeasurement.h"

@@ -2,6 +2,7 @@
 #include "Measuring/MeasurementSummary.h"
 
 #include "Imaging/TestPages.h"
+#include "Memory/XMemoryManager.h"
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 
@@ -56,6 +57,45 @@ TEST( MeasurementTable, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime )
     const auto ids = GetColumn<XPivotRowRefColumn>( first, kPivotID ).GetUUIDVector();
     EXPECT_EQ( std::set<XUUID>( ids.begin(), ids.end() ).size(), 12u );
     EXPECT_EQ( GetColumn<XPivotRowRefColumn>( second, kPivotID ).GetUUIDVector(), ids );
+}
+
+/// Pages of different objects are kept, purged and brought back, in a budget that has room for them or has none; each
+/// gets its own back, and what was in use before is in use again.
+TEST( MeasurementMemory, BringsBackTheObjectsOfEveryPage )
+{
+    auto& manager = *XMemoryManager::GetManager();
+    const auto budget = manager.GetBudget();
+    const auto inUse = manager.GetBytesInUse();
+    MeasureSettings settings;
+    settings.objects.threshold = 0;
+    settings.inside = { 0, 5, 1 };
+    const auto makePage = [&]( std::uint8_t inValue ) {
+        return MeasurePage( MakePage<std::uint8_t>( 5, { 1, inValue, 1, 0, inValue } ), settings );
+    };
+    for ( const auto size : { budget, inUse } )
+    {
+        manager.SetBudget( size );
+        PageMemory pages;
+        MeasurementMemory memory( pages );
+        std::vector<ImageMeasurement> plain{ { "a.tif", {} } }, kept = plain;
+        for ( std::uint8_t value = 6; value < 16; ++value )
+        {
+            plain[0].pages.push_back( makePage( value ) );
+            kept[0].pages.push_back( makePage( value ) );
+            memory.Keep( kept[0].pages.back() );
+            EXPECT_EQ( kept[0].pages.back().shapes.empty(), size == budget );
+        }
+        EXPECT_EQ( kept[0].GetObjectCount(), plain[0].GetObjectCount() );
+        manager.FreeMemory( manager.GetBytesInUse() );
+        const auto table = MakeMeasurementTable( kept, settings, &memory );
+        EXPECT_EQ( manager.GetBytesInUse() > inUse, size == budget ); // The table counts, if there is room.
+        const auto expected = MakeMeasurementTable( plain, settings );
+        for ( std::uint32_t column = 0; column < expected.GetNumColumns(); ++column )
+            EXPECT_EQ(
+                table.GetColumn( column ).GetStringVector(), expected.GetColumn( column ).GetStringVector() );
+    }
+    manager.SetBudget( budget );
+    EXPECT_EQ( manager.GetBytesInUse(), inUse );
 }
 
 TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObjects )

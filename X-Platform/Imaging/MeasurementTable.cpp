@@ -23,6 +23,13 @@ const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a ta
 /// The columns of one channel, in their order.
 constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStandardDeviation, kPivotSum };
 
+/// What a row takes up in a column; the storage of texts is shared by many.
+template<class Column>
+constexpr std::size_t kBytesPerRow = sizeof( typename Column::XValue ) + sizeof( std::uint8_t );
+template<>
+constexpr std::size_t kBytesPerRow<XPivotRowRefColumn> = kBytesPerRow<XPivotReferenceColumn> +
+    sizeof( XPivotRowRefs::XPlace ) + XPivotRowRefs::GetBytesPerRecord();
+
 /// True when images of one name lie in different folders.
 bool HaveNamesInSeveralFolders( const std::vector<ImageMeasurement>& inImages )
 {
@@ -80,7 +87,11 @@ std::vector<std::string> GetDifferingFolders( const std::vector<ImageMeasurement
 class Filler
 {
 public:
-    Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea );
+    Filler(
+        std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea,
+        MeasurementMemory* ioMemory );
+
+    void ReserveRows( std::uint32_t inCount ) { itsTable.ReserveRows( inCount ); }
 
     /// The folder as the table is to show it.
     void AddImage( ImageMeasurement& ioImage, const std::string& inFolder );
@@ -88,6 +99,8 @@ public:
 
 private:
     XPivotTable itsTable;
+    MeasurementMemory* const itsMemory; ///< Null: none.
+    std::size_t itsRowBytes = 0;        ///< What a row takes up in all columns.
     std::uint32_t itsChannelCount;
     std::size_t itsImageCount = 0;
     XPivotRowRefColumn* itsID;
@@ -107,7 +120,13 @@ private:
     Column*
     Add( XPivotColumnID inID, const XString& inChannel = XString(), const XString& inUnits = XString() )
     {
-        return &itsTable.AddColumn( std::make_unique<Column>( inID, XString(), inChannel, inUnits ) );
+        return Add( std::make_unique<Column>( inID, XString(), inChannel, inUnits ) );
+    }
+    template<class Column>
+    Column* Add( std::unique_ptr<Column> inColumn )
+    {
+        itsRowBytes += kBytesPerRow<Column>;
+        return &itsTable.AddColumn( std::move( inColumn ) );
     }
     void AddPage(
         const XString& inName, const XString& inFolder, std::uint32_t inTimepoint,
@@ -117,8 +136,10 @@ private:
     void AddStatistics( const PageMeasurement& inPage, std::size_t inObject );
 };
 
-Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea )
-    : itsChannelCount( inChannels )
+Filler::Filler(
+    std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea,
+    MeasurementMemory* ioMemory )
+    : itsMemory( ioMemory ), itsChannelCount( inChannels )
 {
     itsID = Add<XPivotRowRefColumn>( kPivotID );
     if ( inHasParents )
@@ -128,8 +149,8 @@ Filler::Filler( std::uint32_t inChannels, bool inHasParents, bool inHasFolders, 
     }
     itsName = Add<XPivotStringColumn>( kPivotName );
     if ( inHasFolders )
-        itsFolder = &itsTable.AddColumn(
-            std::make_unique<XPivotStringColumn>( kPivotUserDefined, "Folder", XString(), XString() ) );
+        itsFolder =
+            Add( std::make_unique<XPivotStringColumn>( kPivotUserDefined, "Folder", XString(), XString() ) );
     itsTimepoint = Add<XPivotUInt32Column>( kPivotTimepoint );
     itsPixelCount = Add<XPivotUInt32Column>( kPivotPixelCount );
     if ( inHasArea )
@@ -149,8 +170,12 @@ void Filler::AddImage( ImageMeasurement& ioImage, const std::string& inFolder )
     std::uint32_t timepoint = 0;
     for ( auto& page : ioImage.pages )
     {
+        if ( itsMemory )
+            itsMemory->BringBack( page );
         AddPage( name, folder, timepoint++, page );
         page.Release();
+        if ( itsMemory )
+            itsMemory->CountTable( itsTable.GetNumRows() * itsRowBytes );
     }
     ++itsImageCount;
 }
@@ -232,7 +257,8 @@ std::uint64_t ImageMeasurement::GetObjectCount() const
     return count;
 }
 
-XPivotTable MakeMeasurementTable( std::vector<ImageMeasurement>& ioImages, const MeasureSettings& inSettings )
+XPivotTable MakeMeasurementTable(
+    std::vector<ImageMeasurement>& ioImages, const MeasureSettings& inSettings, MeasurementMemory* ioMemory )
 {
     std::uint64_t rows = 0;
     std::uint32_t channels = 0;
@@ -251,7 +277,8 @@ XPivotTable MakeMeasurementTable( std::vector<ImageMeasurement>& ioImages, const
 
     const auto folders = GetDifferingFolders( ioImages );
     const auto hasFolders = HaveNamesInSeveralFolders( ioImages );
-    Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea );
+    Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea, ioMemory );
+    filler.ReserveRows( static_cast<std::uint32_t>( rows ) );
     for ( std::size_t i = 0; i < ioImages.size(); ++i )
         filler.AddImage( ioImages[i], folders[i] );
     return filler.TakeTable();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Imaging/MeasurementMemory.h"
 #include "Imaging/PageMeasurement.h"
 #include "Pivot/Tables/XPivotTable.h"
 #include "WPlatform.h"
@@ -22,6 +23,8 @@ struct KORVALE_IMAGING_API ImageMeasurement
 /// part of its path that is not the same for all images. The table has the columns of all channels that any of the
 /// pages has, areas when any page has a resolution, and parents when objects inside objects were asked for; rows of
 /// others lack those values. Each page's objects are released when they are in the table, so that they are not in memory
-/// twice.
-KORVALE_IMAGING_API XPivotTable
-MakeMeasurementTable( std::vector<ImageMeasurement>& ioImages, const MeasureSettings& inSettings );
+/// twice; those that are kept in the memory, where there is one, are brought back for it, and it counts the table too.
+/// Throws 1012 and 1020 where objects cannot be brought back.
+KORVALE_IMAGING_API XPivotTable MakeMeasurementTable(
+    std::vector<ImageMeasurement>& ioImages, const MeasureSettings& inSettings,
+    MeasurementMemory* ioMemory = nullptr );

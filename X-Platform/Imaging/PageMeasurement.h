@@ -6,8 +6,11 @@
 #include "WPlatform.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
+
+class XMemoryHandle;
 
 /// How the objects of a page are found.
 struct MeasureSettings
@@ -47,6 +50,9 @@ struct KORVALE_IMAGING_API PageMeasurement
     std::vector<std::uint32_t> parents; ///< Of the inner objects: the index of the object each lies in.
     std::size_t releasedOuter = 0;      ///< Objects that Release gave up, by kind.
     std::size_t releasedInner = 0;
+    std::shared_ptr<XMemoryHandle>
+        kept; ///< Where MeasurementMemory keeps objects that were released; else null.
+    std::size_t keptOffset = 0;
 
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
     std::size_t GetOuterCount() const { return releasedOuter + shapes.size() - parents.size(); }

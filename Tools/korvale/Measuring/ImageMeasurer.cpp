@@ -177,8 +177,8 @@ void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
         const auto makeJob = [&]
         {
             return new MeasurePageJob(
-                page, ioImage.measurement.name, ioImage.readers, itsMemory, itsSettings, itsSession.progress,
-                ioImage.results[page] );
+                page, ioImage.measurement.name, ioImage.readers, itsMemory, itsMeasurementMemory, itsSettings,
+                itsSession.progress, ioImage.results[page] );
         };
         Attach( makeJob, page + 1, ioProgress ); // After the last page the image may be gone.
     }
@@ -251,7 +251,7 @@ void ImageMeasurer::MeasureKeptPages( Image& ioImage, XProgress& ioProgress )
         {
             return new MeasureCachedPageJob(
                 page, ioImage.measurement.name, itsMemory, *ioImage.background, ioImage.keptPages[page],
-                itsSettings, itsSession.progress, result );
+                itsMeasurementMemory, itsSettings, itsSession.progress, result );
         };
         Attach( makeJob, 2 * USize{ pageCount } - page, ioProgress );
     }
@@ -318,7 +318,7 @@ void ImageMeasurer::GatherPage( Image& ioImage )
     ioImage.measured += result.failure ? 0 : 1;
     if ( itsOverlays && !result.failure )
         DrawOverlay( ioImage, result );
-    itsObjectCount += result.measurement.shapes.size();
+    itsObjectCount += result.measurement.GetObjectCount();
     ioImage.measurement.pages.push_back( std::move( result.measurement ) );
     ++ioImage.gathered;
 }

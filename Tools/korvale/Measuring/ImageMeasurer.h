@@ -39,6 +39,9 @@ public:
     /// jobs have ended.
     std::vector<ImageMeasurement> Measure( const std::vector<std::string>& inImages );
 
+    /// Where the objects of the result are kept, and the table of it is to be counted.
+    MeasurementMemory& GetMeasurementMemory() { return itsMeasurementMemory; }
+
     bool HasFailures() const { return itsHasFailures; }
 
     /// The background of the image that was measured last; without samples when there is none.
@@ -58,6 +61,7 @@ private:
     std::uint64_t itsObjectCount = 0; ///< Of the pages gathered.
     std::vector<ImageMeasurement> itsMeasurements;
     PageMemory itsMemory;
+    MeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
     std::deque<std::unique_ptr<Image>> itsImages; ///< Those that are not complete.
     XJobQueue itsQueue;                           ///< Destroyed, with its jobs, before what they use.

@@ -10,8 +10,8 @@ public:
     /// See PageJob; all that is referred to outlives the job.
     MeasureCachedPageJob(
         std::uint32_t inPage, const std::string& inImage, PageMemory& ioMemory,
-        const StackBackground& inBackground, CachedPage& ioPage, const MeasureSettings& inSettings,
-        ProgressDisplay& ioDisplay, PageResult& outResult );
+        const StackBackground& inBackground, CachedPage& ioPage, MeasurementMemory& ioMeasurements,
+        const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult );
 
 protected:
     std::uint64_t GetSteps() const override { return 2; }
@@ -21,6 +21,7 @@ protected:
 
 private:
     PageMemory& itsMemory;
+    MeasurementMemory& itsMeasurements;
     const StackBackground& itsBackground;
     CachedPage& itsKept;
     const MeasureSettings& itsSettings;

@@ -4,9 +4,10 @@
 
 MeasurePageJob::MeasurePageJob(
     std::uint32_t inPage, const std::string& inImage, ImageReader& ioReaders, PageMemory& ioMemory,
-    const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult )
+    MeasurementMemory& ioMeasurements, const MeasureSettings& inSettings, ProgressDisplay& ioDisplay,
+    PageResult& outResult )
     : PageJob( inPage, inImage, ioDisplay, outResult ), itsReaders( ioReaders ), itsMemory( ioMemory ),
-      itsSettings( inSettings )
+      itsMeasurements( ioMeasurements ), itsSettings( inSettings )
 {
 }
 
@@ -15,5 +16,5 @@ void MeasurePageJob::Work( XProgress& ioProgress )
     const auto allocate = [&]( std::uint64_t inBytes ) { return itsMemory.Allocate( inBytes ); };
     auto page = itsReaders.ReadPage( GetPage(), allocate );
     ioProgress.Increment();
-    Measure( std::move( page ), itsSettings, itsMemory );
+    Measure( std::move( page ), itsSettings, itsMemory, itsMeasurements );
 }

@@ -11,7 +11,8 @@ public:
     /// See PageJob; all that is referred to outlives the job.
     MeasurePageJob(
         std::uint32_t inPage, const std::string& inImage, ImageReader& ioReaders, PageMemory& ioMemory,
-        const MeasureSettings& inSettings, ProgressDisplay& ioDisplay, PageResult& outResult );
+        MeasurementMemory& ioMeasurements, const MeasureSettings& inSettings, ProgressDisplay& ioDisplay,
+        PageResult& outResult );
 
 protected:
     std::uint64_t GetSteps() const override { return 2; }
@@ -21,5 +22,6 @@ protected:
 private:
     ImageReader& itsReaders;
     PageMemory& itsMemory;
+    MeasurementMemory& itsMeasurements;
     const MeasureSettings& itsSettings;
 };

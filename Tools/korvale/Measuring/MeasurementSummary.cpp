@@ -40,27 +40,30 @@ enum Result : std::uint32_t
 constexpr std::array kShown{ kResultMean, kResultDeviation, kResultMin, kResultMax };
 const std::array kHeads{ "Mean", "S.D.", "Min", "Max" };
 
-const XPivotColumn*
-FindColumn( const XPivotTable& inTable, XPivotColumnID inID, const XString& inChannel = XString() )
+XPivotColumnDescriptor Describe( XPivotColumnID inID, const XString& inChannel = XString() )
 {
-    return inTable.FindColumn( XPivotColumnDescriptor( inID, XString(), inChannel, XString() ) );
+    return XPivotColumnDescriptor( inID, XString(), inChannel, XString() );
 }
 
-const XPivotColumn&
-GetColumn( const XPivotTable& inTable, XPivotColumnID inID, const XString& inChannel = XString() )
+std::unique_ptr<XPivotColumn> TakeColumn( XPivotTable& ioTable, const XPivotColumnDescriptor& inDescriptor )
 {
-    const auto* column = FindColumn( inTable, inID, inChannel );
-    XAssert( column );
-    return *column;
+    const auto index = ioTable.FindColumnIndex( inDescriptor );
+    XAssert( index >= 0 );
+    return ioTable.RemoveColumn( static_cast<std::uint32_t>( index ) );
 }
 
-/// The rows with what is summed up of them.
+/// The rows with what is summed up of them. Of the table nothing else is kept.
 XPivotTable MakeRows(
-    const std::vector<ImageMeasurement>& inImages, std::uint32_t inLinesPerImage,
-    const XPivotColumn& inPixelCount, const XPivotColumn& inMean )
+    const std::vector<ImageMeasurement>& inImages, std::uint32_t inLinesPerImage, XPivotTable inTable,
+    std::uint32_t inChannel )
 {
+    auto pixelCount = TakeColumn( inTable, Describe( kPivotPixelCount ) );
+    auto mean = TakeColumn( inTable, Describe( kPivotMean, XString( "C" ) + XString( inChannel + 1 ) ) );
+    inTable = {};
     auto imageLine = std::make_unique<XPivotUInt32Column>();
     auto totalLine = std::make_unique<XPivotUInt32Column>();
+    imageLine->ReserveRows( mean->GetColumnSize() );
+    totalLine->ReserveRows( mean->GetColumnSize() );
     std::uint32_t firstLine = 0;
     for ( const auto& image : inImages )
     {
@@ -76,8 +79,8 @@ XPivotTable MakeRows(
     XPivotTable rows;
     rows.AddColumn( std::move( imageLine ) );
     rows.AddColumn( std::move( totalLine ) );
-    rows.AddColumn( std::unique_ptr<XPivotColumn>( inPixelCount.Clone() ) );
-    rows.AddColumn( std::unique_ptr<XPivotColumn>( inMean.Clone() ) );
+    rows.AddColumn( std::move( pixelCount ) );
+    rows.AddColumn( std::move( mean ) );
     return rows;
 }
 
@@ -163,12 +166,10 @@ std::vector<Line> MakeHeads( const XPivotColumn& inPixelCount, const XPivotColum
 } // namespace
 
 void PrintSummary(
-    const std::vector<ImageMeasurement>& inImages, const XPivotTable& inTable, std::uint32_t inChannel,
+    const std::vector<ImageMeasurement>& inImages, XPivotTable inTable, std::uint32_t inChannel,
     std::ostream& ioOut )
 {
-    const auto& pixelCount = GetColumn( inTable, kPivotPixelCount );
-    const auto& mean = GetColumn( inTable, kPivotMean, XString( "C" ) + XString( inChannel + 1 ) );
-    const auto hasParents = FindColumn( inTable, kPivotParentID ) != nullptr;
+    const auto hasParents = inTable.FindColumn( Describe( kPivotParentID ) ) != nullptr;
     std::vector<std::string> imageNames, totalNames;
     const auto addName = [&]( std::vector<std::string>& ioNames, const std::string& inName )
     {
@@ -180,8 +181,8 @@ void PrintSummary(
         addName( imageNames, image.name );
     addName( totalNames, "All" );
 
-    const auto rows = MakeRows( inImages, hasParents ? 2 : 1, pixelCount, mean );
-    auto lines = MakeHeads( pixelCount, mean );
+    const auto rows = MakeRows( inImages, hasParents ? 2 : 1, std::move( inTable ), inChannel );
+    auto lines = MakeHeads( rows.GetColumn( kPixelCount ), rows.GetColumn( kMean ) );
     AppendLines( PivotByLine( rows, kImageLine ), imageNames, lines );
     AppendLines( PivotByLine( rows, kTotalLine ), totalNames, lines );
 

@@ -30,19 +30,20 @@ void PageJob::RunJobSelf()
     }
 }
 
-void PageJob::Measure( WImagePage inPage, const MeasureSettings& inSettings, PageMemory& ioMemory )
+void PageJob::Measure(
+    WImagePage inPage, const MeasureSettings& inSettings, PageMemory& ioMemory,
+    MeasurementMemory& ioMeasurements )
 {
     auto objects = FindPageObjects( inPage, inSettings );
     auto measurement = MeasureObjects( inPage, objects );
+    std::optional<OverlaySketch> sketch;
     if ( itsResult.overlay )
-    {
-        auto sketch = SketchOverlay( inPage, inSettings, std::move( objects ) );
-        CheckSamples();
-        inPage = {}; // Others may be waiting for its memory.
-        itsResult.overlay->Keep( std::move( sketch ), ioMemory );
-    }
-    else
-        CheckSamples();
+        sketch = SketchOverlay( inPage, inSettings, std::move( objects ) );
+    CheckSamples();
+    inPage = {}; // Others may be waiting for its memory.
+    if ( sketch )
+        itsResult.overlay->Keep( std::move( *sketch ), ioMemory );
+    ioMeasurements.Keep( measurement );
     itsResult.measurement = std::move( measurement );
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/PageMeasurement.h"
+#include "Imaging/MeasurementMemory.h"
 #include "Jobs/XJob.h"
 #include "Measuring/CachedOverlay.h"
 #include "Support/Failure.h"
@@ -45,8 +45,10 @@ protected:
     /// result, with the page still locked.
     virtual void CheckSamples() const {}
 
-    /// Measures a page into the result.
-    void Measure( WImagePage inPage, const MeasureSettings& inSettings, PageMemory& ioMemory );
+    /// Measures a page into the result. The overlay is kept through the first memory, the objects in the second one.
+    void Measure(
+        WImagePage inPage, const MeasureSettings& inSettings, PageMemory& ioMemory,
+        MeasurementMemory& ioMeasurements );
 
     void RunJobSelf() override;
 

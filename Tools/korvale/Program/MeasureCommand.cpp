@@ -212,7 +212,7 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
     inOptions.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
         .Takes( "FILE.png" )
         .Check( CheckFileName );
-    inOptions.Add( "--memory", itsMemory, "Memory for pages, e.g. 512M, 1.5G [60 % of all]" )
+    inOptions.Add( "--memory", itsMemory, "Memory to use, e.g. 512M, 1.5G [60 % of all]" )
         .Takes( "SIZE" )
         .Check( CheckByteCount );
     inOptions.Add( "--workers", itsWorkers, "Maximum number of threads [one per processor]" )
@@ -249,15 +249,20 @@ int MeasureCommand::Run( Session& ioSession )
         GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
         overlays ? &*overlays : nullptr, ioSession );
     auto measurements = measurer.Measure( itsImages );
-    budget.NoteFigures( ioSession );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
+    {
+        budget.NoteFigures( ioSession );
         return kFailure;
+    }
 
-    const auto table = WriteFiles( measurements, measurer.GetBackground(), overlays ? &*overlays : nullptr );
+    auto table = WriteFiles(
+        measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(),
+        overlays ? &*overlays : nullptr );
+    budget.NoteFigures( ioSession );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
-        PrintSummary( measurements, table, GetSettings().objects.channel, ioSession.out );
+        PrintSummary( measurements, std::move( table ), GetSettings().objects.channel, ioSession.out );
     return measurer.HasFailures() ? kFailure : kSuccess;
 }
 
@@ -310,13 +315,13 @@ ImageReadSettings MeasureCommand::GetReadSettings() const
 }
 
 XPivotTable MeasureCommand::WriteFiles(
-    std::vector<ImageMeasurement>& ioMeasurements, const WImagePage& inBackground,
-    OverlayFiles* ioOverlays ) const
+    std::vector<ImageMeasurement>& ioMeasurements, MeasurementMemory& ioMemory,
+    const WImagePage& inBackground, OverlayFiles* ioOverlays ) const
 {
     const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
-    auto table = MakeMeasurementTable( ioMeasurements, GetSettings() );
+    auto table = MakeMeasurementTable( ioMeasurements, GetSettings(), &ioMemory );
     progress.Increment();
     auto files = itsOutputs.GetFiles( table, WorkerLimit( itsWorkers ) );
     if ( !itsBackgroundFile.empty() )

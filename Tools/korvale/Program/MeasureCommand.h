@@ -47,6 +47,6 @@ private:
     BackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;
     XPivotTable WriteFiles(
-        std::vector<ImageMeasurement>& ioMeasurements, const WImagePage& inBackground,
-        OverlayFiles* ioOverlays ) const;
+        std::vector<ImageMeasurement>& ioMeasurements, MeasurementMemory& ioMemory,
+        const WImagePage& inBackground, OverlayFiles* ioOverlays ) const;
 };

@@ -129,6 +129,9 @@ public:
     virtual void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) = 0;
     /// Cuts rows off, or appends missing ones.
     virtual void ResizeRows( std::uint32_t inRowCount ) = 0;
+    /// Sets memory aside for that many rows in all, so that the column takes no more than these need while it grows to
+    /// them. Changes no rows.
+    virtual void ReserveRows( std::uint32_t inRowCount ) { itsExists.reserve( inRowCount ); }
     virtual void Clear() { ResizeRows( 0 ); }
     virtual void DeleteItem( std::uint32_t inRow ) { DeleteItems( inRow, 1 ); }
     /// Removes the rows listed, in any order, listed once or more often. Rows outside the column are an

@@ -192,6 +192,13 @@ void XPivotColumnT<T>::ResizeRows( std::uint32_t inRowCount )
 }
 
 template<class T>
+void XPivotColumnT<T>::ReserveRows( std::uint32_t inRowCount )
+{
+    XPivotColumn::ReserveRows( inRowCount );
+    itsColumnData.reserve( inRowCount );
+}
+
+template<class T>
 void XPivotColumnT<T>::DeleteItems( std::uint32_t inFirst, std::uint32_t inCount )
 {
     const USize endRow = USize( inFirst ) + inCount;

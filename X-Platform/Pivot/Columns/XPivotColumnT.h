@@ -60,6 +60,7 @@ public:
         std::uint32_t inCount ) const override;
     void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
     void ResizeRows( std::uint32_t inRowCount ) override;
+    void ReserveRows( std::uint32_t inRowCount ) override;
     using XPivotColumn::DeleteItems;
     void DeleteItems( std::uint32_t inFirst, std::uint32_t inCount ) override;
 

@@ -352,6 +352,13 @@ void XPivotRowRefColumn::ResizeRows( std::uint32_t inRowCount )
     itsRowPlaces.resize( inRowCount, kNoPlace );
 }
 
+void XPivotRowRefColumn::ReserveRows( std::uint32_t inRowCount )
+{
+    XPivotReferenceColumn::ReserveRows( inRowCount );
+    itsRowPlaces.reserve( inRowCount );
+    itsRefs.Reserve( inRowCount );
+}
+
 void XPivotRowRefColumn::DeleteItems( std::uint32_t inFirst, std::uint32_t inCount )
 {
     XPivotReferenceColumn::DeleteItems( inFirst, inCount );
@@ -373,7 +380,7 @@ void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
         if ( copies[row] == 0 )
             Release( place, static_cast<std::uint32_t>( row ) );
         else if ( place != kNoPlace )
-            itsRefs[place].rows += copies[row] - 1;
+            itsRefs[place].AddRows( copies[row] - 1 );
     }
     XVector<XPlace> places( inOrder.size() );
     for ( USize row = 0; row < places.size(); ++row )
@@ -419,6 +426,7 @@ void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
     XPivotReferenceColumn::ReadStream2( inStream, inOptions );
     const std::uint32_t count = inStream.Read32();
     inStream.CheckRemaining( count, kReferenceSize );
+    itsRefs.Reserve( std::min( count, GetColumnSize() ) ); // The rows have been read.
     for ( std::uint32_t i = 0; i < count; ++i )
         ReadReference( inStream );
     FindRowPlaces();

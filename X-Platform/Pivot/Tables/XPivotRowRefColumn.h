@@ -89,6 +89,8 @@ public:
         std::uint32_t inCount ) const override;
     void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
     void ResizeRows( std::uint32_t inRowCount ) override;
+    /// For rows that each hold an identifier of their own.
+    void ReserveRows( std::uint32_t inRowCount ) override;
     using XPivotReferenceColumn::DeleteItems;
     void DeleteItems( std::uint32_t inFirst, std::uint32_t inCount ) override;
     void Reorder( const XVector<std::uint32_t>& inOrder ) override;

@@ -35,16 +35,24 @@ std::uint32_t Hash( const XUUID& inUUID )
 
 XPivotRowRefs::XPivotRowRefs() : itsBuckets( kFirstBuckets ) {}
 
+void XPivotRowRefs::Reserve( std::size_t inCount )
+{
+    itsRecords.reserve( inCount );
+    const std::size_t buckets = inCount / kMostPerBucket + 1;
+    if ( buckets > itsBuckets.size() )
+        SetBucketCount( buckets );
+}
+
 XPivotRowRefs::XPlace XPivotRowRefs::Find( const XUUID& inUUID ) const
 {
     const std::uint32_t hash = Hash( inUUID );
-    std::size_t at = hash & ( itsBuckets.size() - 1 );
-    for ( ;; at = GetNext( at ) )
+    const auto tag = static_cast<std::uint16_t>( hash );
+    for ( std::size_t at = GetBucket( hash );; at = GetNext( at ) )
     {
         const XBucket& bucket = itsBuckets[at];
         for ( std::uint32_t i = 0; i < bucket.used; ++i )
         {
-            if ( bucket.hashes[i] == hash && itsRecords[bucket.places[i]].uuid == inUUID )
+            if ( bucket.tags[i] == tag && itsRecords[bucket.places[i]].uuid == inUUID )
                 return bucket.places[i];
         }
         if ( bucket.passed == 0 )
@@ -58,7 +66,7 @@ XPivotRowRefs::XPlace XPivotRowRefs::FindOrAdd( const XUUID& inUUID )
     if ( found != kNoPlace )
         return found;
     if ( itsSize >= itsBuckets.size() * kMostPerBucket )
-        AddBuckets();
+        SetBucketCount( itsBuckets.size() * 2 );
     const XPlace place = TakePlace();
     itsRecords[place].uuid = inUUID;
     Enter( Hash( inUUID ), place );
@@ -80,19 +88,23 @@ XPivotRowRefs::XPlace XPivotRowRefs::TakePlace()
 
 void XPivotRowRefs::Enter( std::uint32_t inHash, XPlace inPlace )
 {
-    std::size_t at = inHash & ( itsBuckets.size() - 1 );
+    std::size_t at = GetBucket( inHash );
     for ( ; itsBuckets[at].used == kEntries; at = GetNext( at ) )
-        ++itsBuckets[at].passed;
+        if ( itsBuckets[at].passed < kManyPassed )
+            ++itsBuckets[at].passed;
     XBucket& bucket = itsBuckets[at];
-    bucket.hashes[bucket.used] = inHash;
+    bucket.tags[bucket.used] = static_cast<std::uint16_t>( inHash );
     bucket.places[bucket.used++] = inPlace;
 }
 
 XPivotRowRefs::XPlace XPivotRowRefs::FindUserVisibleID( std::uint32_t inID ) const
 {
-    const XPlace place = inID < itsPlacesByID.size() ? itsPlacesByID[inID] : kNoPlace;
-    if ( place != kNoPlace && itsRecords[place].userVisibleID == inID )
-        return place;
+    for ( const XPlace place :
+          { GetFirstPlace( inID ), inID < itsPlacesByID.size() ? itsPlacesByID[inID] : kNoPlace } )
+    {
+        if ( HasUserVisibleID( place, inID ) )
+            return place;
+    }
     const auto found = itsPlacesOfHighIDs.find( inID );
     return found == itsPlacesOfHighIDs.end() ? kNoPlace : found->second;
 }
@@ -101,13 +113,19 @@ XPivotRowRefs::XPlace XPivotRowRefs::FindUserVisibleID( std::uint32_t inID ) con
 void XPivotRowRefs::SetUserVisibleID( XPlace inPlace, std::uint32_t inID )
 {
     itsPlacesOfHighIDs.erase( itsRecords[inPlace].userVisibleID );
-    if ( inID != 0 && inID >= itsPlacesByID.size() && inID <= kMostIDsPerPlace * itsRecords.size() )
-        itsPlacesByID.resize( std::size_t( inID ) + 1, kNoPlace );
-    if ( inID != 0 && inID < itsPlacesByID.size() )
-        itsPlacesByID[inID] = inPlace;
-    else if ( inID != 0 )
-        itsPlacesOfHighIDs[inID] = inPlace;
+    if ( inID != 0 && inPlace != GetFirstPlace( inID ) )
+        EnterUserVisibleID( inPlace, inID );
     itsRecords[inPlace].userVisibleID = inID;
+}
+
+void XPivotRowRefs::EnterUserVisibleID( XPlace inPlace, std::uint32_t inID )
+{
+    if ( inID >= itsPlacesByID.size() && inID <= kMostIDsPerPlace * itsRecords.size() )
+        itsPlacesByID.resize( std::size_t( inID ) + 1, kNoPlace );
+    if ( inID < itsPlacesByID.size() )
+        itsPlacesByID[inID] = inPlace;
+    else
+        itsPlacesOfHighIDs[inID] = inPlace;
 }
 
 void XPivotRowRefs::Remove( XPlace inPlace )
@@ -118,7 +136,7 @@ void XPivotRowRefs::Remove( XPlace inPlace )
     const std::uint32_t hash = Hash( itsRecords[inPlace].uuid );
     itsRecords[inPlace] = XRecord();
     --itsSize;
-    for ( std::size_t at = hash & ( itsBuckets.size() - 1 );; at = GetNext( at ) )
+    for ( std::size_t at = GetBucket( hash );; at = GetNext( at ) )
     {
         XBucket& bucket = itsBuckets[at];
         const XPlace* end = bucket.places + bucket.used;
@@ -126,23 +144,20 @@ void XPivotRowRefs::Remove( XPlace inPlace )
             std::find( bucket.places, bucket.places + bucket.used, inPlace ) - bucket.places;
         if ( bucket.places + i == end )
         {
-            --bucket.passed;
+            if ( bucket.passed < kManyPassed )
+                --bucket.passed;
             continue;
         }
         --bucket.used;
-        bucket.hashes[i] = bucket.hashes[bucket.used];
+        bucket.tags[i] = bucket.tags[bucket.used];
         bucket.places[i] = bucket.places[bucket.used];
         return;
     }
 }
 
-void XPivotRowRefs::AddBuckets()
+/// Enters all records anew: the entries do not have the whole of their hashes.
+void XPivotRowRefs::SetBucketCount( std::size_t inCount )
 {
-    XVector<XBucket> buckets( itsBuckets.size() * 2 );
-    itsBuckets.swap( buckets );
-    for ( const XBucket& bucket : buckets )
-    {
-        for ( std::uint32_t i = 0; i < bucket.used; ++i )
-            Enter( bucket.hashes[i], bucket.places[i] );
-    }
+    XVector<XBucket>( inCount ).swap( itsBuckets );
+    ForEach( [this]( const XRecord& inRecord ) { Enter( Hash( inRecord.uuid ), GetPlace( inRecord ) ); } );
 }

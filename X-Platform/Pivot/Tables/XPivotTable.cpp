@@ -189,6 +189,12 @@ void XPivotTable::InsertEmptyRows( std::uint32_t inRow, std::uint32_t inCount )
         column->InsertEmptyRows( inRow, inCount );
 }
 
+void XPivotTable::ReserveRows( std::uint32_t inRowCount )
+{
+    for ( const auto& column : itsColumns )
+        column->ReserveRows( inRowCount );
+}
+
 void XPivotTable::Append( const XPivotTable& inOther )
 {
     if ( &inOther == this )

@@ -94,6 +94,8 @@ public:
 
     void AppendEmptyRows( std::uint32_t inCount ) { InsertEmptyRows( GetNumRows(), inCount ); }
     void InsertEmptyRows( std::uint32_t inRow, std::uint32_t inCount );
+    /// Sets memory aside for that many rows in all, in each of the columns that there are.
+    void ReserveRows( std::uint32_t inRowCount );
     /// Appends the rows of another table. Columns are matched by descriptor; those that only the other table
     /// has are added, and rows are missing wherever a table has no such column. When it fails, this table is
     /// as before.
