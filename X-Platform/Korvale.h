@@ -158,6 +158,7 @@
 
 // Network
 #include "Network/XConnectionEndpointImp.h"
+#include "Network/XDeploymentKeys.h"
 #include "Network/XEncryptedNetStream.h"
 #include "Network/XEncryption.h"
 #include "Network/XHTTPBodyWriter.h"
@@ -175,6 +176,7 @@
 #include "Network/XPipeEndpointImp.h"
 #include "Network/XServer.h"
 #include "Network/XSocketsTCPEndpointImp.h"
+#include "Network/XTLSEndpointImp.h"
 
 // What a process constructs first
 #include "Startup/WInitApp.h"

@@ -13,6 +13,10 @@ public:
     /// folder of temporary files for a user without either.
     static std::filesystem::path GetStateFolder();
 
+    /// Where the user keeps the settings of programs, each in a folder of its own: `~/.config` on Linux, the roaming
+    /// application data on Windows. Empty for a user without.
+    static std::filesystem::path GetSettingsFolder();
+
     /// Where temporary files go that take the place of memory. `TMPDIR`, else `/var/tmp` on Linux, where a `TMPDIR` on a
     /// memory-backed file system is passed over: files in memory give none back. The user's folder of temporary files
     /// on Windows.

@@ -51,6 +51,15 @@ enum XErrorNumber : std::uint32_t
     kErrorPasswordNotPermitted = 3112,
     kErrorNotPrimaryController = 3113,
     kErrorNoDomainInfo = 3114,
+    kErrorTLSUnavailable = 3120,
+    kErrorTLSFailed = 3121,         ///< the peer does not follow the protocol
+    kErrorTLSVersion = 3122,        ///< the peer offers less than TLS 1.3
+    kErrorTLSNoCertificate = 3123,  ///< the peer shows none
+    kErrorTLSWrongAuthority = 3124, ///< the peer's certificate is of another deployment
+    kErrorTLSWrongName = 3125,      ///< the peer's certificate is for another role
+    kErrorTLSExpired = 3126,        ///< the peer's certificate is not valid at this time
+    kErrorTLSRejected = 3127,       ///< the peer rejects the certificate of this side
+    kErrorKeysExposed = 3128,       ///< others may read or change a file with a secret
     kErrorUnknownUser = 3130,
     kErrorWrongPassword = 3131,
     kErrorUnknownColumnID = 3209,

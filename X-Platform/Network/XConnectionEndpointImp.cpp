@@ -157,6 +157,7 @@ void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
         itsState = XNetEndpoint::kStateDisconnecting;
     }
     const Closing closing{ *this };
+    AnnounceEnd( connection );
     connection->ShutDownSending();
     Drain( *connection, std::max<std::uint32_t>( inTimeoutMS, 1 ) );
     ResetStatistics();
@@ -198,9 +199,8 @@ void XConnectionEndpointImp::SendData( const void* buffer, std::uint32_t length,
     while ( length > 0 )
     {
         const std::int64_t start = WClock::GetMicroSeconds();
-        const WDeadline deadline( inTimeoutMS );
-        const WConnection::Outcome outcome =
-            XWaitObediently( [&] { return connection->Send( bytes, std::min( chunk, length ), deadline ); } );
+        const WConnection::Outcome outcome = XWaitObediently(
+            [&] { return SendSome( connection, bytes, std::min( chunk, length ), inTimeoutMS ); } );
         if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
         {
             chunk /= 2;
@@ -220,8 +220,8 @@ XConnectionEndpointImp::ReceiveAnyData( void* buffer, std::uint32_t length, std:
     const WDeadline deadline( inTimeoutMS );
     const std::uint32_t received = ReceiveOrPeek(
         length,
-        [&]( WConnection& ioConnection, std::uint32_t inChunk )
-        { return ioConnection.Receive( buffer, inChunk, deadline ); } );
+        [&]( const WConnectionPtr& inConnection, std::uint32_t inChunk )
+        { return ReceiveSome( inConnection, buffer, inChunk, deadline ); } );
     if ( received > 0 )
         itsBytesRead.Add( received, WClock::GetMicroSeconds() - start );
     return received;
@@ -233,8 +233,8 @@ XConnectionEndpointImp::PeekAnyData( void* buffer, std::uint32_t length, std::ui
     const WDeadline deadline( inTimeoutMS );
     return ReceiveOrPeek(
         length,
-        [&]( WConnection& ioConnection, std::uint32_t inChunk )
-        { return ioConnection.Peek( buffer, inChunk, deadline ); } );
+        [&]( const WConnectionPtr& inConnection, std::uint32_t inChunk )
+        { return PeekSome( inConnection, buffer, inChunk, deadline ); } );
 }
 
 template<class TTransfer>
@@ -247,7 +247,7 @@ std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTr
     for ( ;; )
     {
         const WConnection::Outcome outcome =
-            XWaitObediently( [&] { return inTransfer( *connection, chunk ); } );
+            XWaitObediently( [&] { return inTransfer( connection, chunk ); } );
         if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
         {
             chunk /= 2;
@@ -265,7 +265,7 @@ void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32
     const WConnectionPtr connection = GetConnection();
     const WDeadline deadline( inTimeoutMS );
     const WConnection::Outcome outcome =
-        XWaitObediently( [&] { return connection->WaitForMore( inCount, deadline ); } );
+        XWaitObediently( [&] { return WaitForMore( connection, inCount, deadline ); } );
     Check( connection, outcome );
     if ( outcome.count == 0 )
         FailDisconnected( connection );
@@ -273,8 +273,42 @@ void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32
 
 std::uint32_t XConnectionEndpointImp::GetWaitingBytes()
 {
-    return GetConnection()->GetWaitingBytes();
+    return CountWaiting( GetConnection() );
 }
+
+// ---- No protocol
+
+WConnection::Outcome XConnectionEndpointImp::SendSome(
+    const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,
+    std::uint32_t inTimeoutMS )
+{
+    return inConnection->Send( inBytes, inCount, WDeadline( inTimeoutMS ) );
+}
+
+WConnection::Outcome XConnectionEndpointImp::ReceiveSome(
+    const WConnectionPtr& inConnection, void* outBytes, std::uint32_t inCount, const WDeadline& inDeadline )
+{
+    return inConnection->Receive( outBytes, inCount, inDeadline );
+}
+
+WConnection::Outcome XConnectionEndpointImp::PeekSome(
+    const WConnectionPtr& inConnection, void* outBytes, std::uint32_t inCount, const WDeadline& inDeadline )
+{
+    return inConnection->Peek( outBytes, inCount, inDeadline );
+}
+
+WConnection::Outcome XConnectionEndpointImp::WaitForMore(
+    const WConnectionPtr& inConnection, std::uint32_t inCount, const WDeadline& inDeadline )
+{
+    return inConnection->WaitForMore( inCount, inDeadline );
+}
+
+std::uint32_t XConnectionEndpointImp::CountWaiting( const WConnectionPtr& inConnection )
+{
+    return inConnection->GetWaitingBytes();
+}
+
+void XConnectionEndpointImp::AnnounceEnd( const WConnectionPtr& ) {}
 
 // ---- Properties
 

@@ -9,6 +9,8 @@
 ///
 /// The connection is taken out of the object to end its use: from then on no operation finds it, those that use it are
 /// woken, and the last of them closes it.
+///
+/// A subclass may also put a protocol of its own between the connection and the endpoint's bytes.
 class KORVALE_API XConnectionEndpointImp : public XNetEndpointImp
 {
 public:
@@ -33,6 +35,26 @@ protected:
 
     /// The endpoint of a connection that has been accepted.
     virtual XNetEndpoint* MakeEndpoint( const WConnectionPtr& inConnection ) = 0;
+
+    // ---- For a protocol on top of the connection, which is none at first. What an operation throws, or returns as failed,
+    // fails that of the endpoint.
+
+    virtual WConnection::Outcome SendSome(
+        const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,
+        std::uint32_t inTimeoutMS );
+    virtual WConnection::Outcome ReceiveSome(
+        const WConnectionPtr& inConnection, void* outBytes, std::uint32_t inCount,
+        const WDeadline& inDeadline );
+    virtual WConnection::Outcome PeekSome(
+        const WConnectionPtr& inConnection, void* outBytes, std::uint32_t inCount,
+        const WDeadline& inDeadline );
+    virtual WConnection::Outcome
+    WaitForMore( const WConnectionPtr& inConnection, std::uint32_t inCount, const WDeadline& inDeadline );
+    virtual std::uint32_t CountWaiting( const WConnectionPtr& inConnection );
+    /// `Disconnect` is about to shut the connection down. Does not wait.
+    virtual void AnnounceEnd( const WConnectionPtr& inConnection );
+
+    // ---- For subclasses
 
     /// Uses a connection that is about to connect or to listen. Using one already is an internal error.
     void Use( const WConnectionPtr& inConnection );

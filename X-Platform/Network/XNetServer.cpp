@@ -1,5 +1,7 @@
 #include "Network/XNetServer.h"
 
+#include "Network/XTLSEndpointImp.h"
+
 XNetServer::XNetServer( const XString& inName ) : XNetServer( inName, XLimits() ) {}
 
 XNetServer::XNetServer( const XString& inName, const XLimits& inLimits ) : XServer( inName, inLimits ) {}
@@ -10,6 +12,8 @@ void XNetServer::Start( std::int32_t inPort, std::uint32_t inBacklog )
 {
     XAssert( !IsRunning() );
     XNetEndpoint listener;
+    if ( itsTLSContext )
+        listener = XNetEndpoint( std::make_unique<XTLSEndpointImp>( itsTLSContext ) );
     listener.Bind( inPort, inBacklog );
     StartAccepting( listener );
 }

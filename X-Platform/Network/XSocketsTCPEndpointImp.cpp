@@ -48,8 +48,8 @@ void XSocketsTCPEndpointImp::Connect( const XNetAddress& inAddress, std::uint32_
 {
     ConnectWith(
         inAddress,
-        [deadline = WDeadline( inTimeoutMS )]( WSocket& ioSocket )
-        { return XWaitObediently( [&] { return ioSocket.FinishConnecting( deadline ); } ); } );
+        [deadline = WDeadline( inTimeoutMS )]( const XWaiting& inWaiting )
+        { return XWaitObediently( [&] { return inWaiting( deadline ); } ); } );
 }
 
 /// Waits in slices for the sake of the progress; what ends a wait from outside ends a slice at once.
@@ -60,13 +60,12 @@ void XSocketsTCPEndpointImp::ConnectWithProgress( const XNetAddress& inAddress, 
     XProgress progress( 1, XProgress::kProgressWait, kDelayMS );
     ConnectWith(
         inAddress,
-        [&, deadline = WDeadline( inTimeoutMS )]( WSocket& ioSocket )
+        [&, deadline = WDeadline( inTimeoutMS )]( const XWaiting& inWaiting )
         {
             for ( ;; )
             {
                 const WDeadline slice( std::min( deadline.GetMillisecondsLeft(), kSliceMS ) );
-                const WSocket::Outcome outcome =
-                    XWaitObediently( [&] { return ioSocket.FinishConnecting( slice ); } );
+                const WSocket::Outcome outcome = XWaitObediently( [&] { return inWaiting( slice ); } );
                 if ( outcome.status != WSocket::kTimedOut || deadline.HasPassed() )
                     return outcome;
                 progress.SetProgressIndeterminate();
@@ -75,13 +74,13 @@ void XSocketsTCPEndpointImp::ConnectWithProgress( const XNetAddress& inAddress, 
         } );
 }
 
-void XSocketsTCPEndpointImp::ConnectWith( const XNetAddress& inAddress, const XWaitForConnection& inWait )
+void XSocketsTCPEndpointImp::ConnectWith( const XNetAddress& inAddress, const XWaiter& inWaiter )
 {
     const WSocket::Address address{ inAddress.GetIPAddress( true ), CheckedPort( inAddress.GetPort() ) };
     const WSocketPtr socket = UseNewSocket();
     try
     {
-        MakeConnection( socket, address, inWait );
+        MakeConnection( socket, address, inWaiter );
     }
     catch ( ... )
     {
@@ -92,15 +91,22 @@ void XSocketsTCPEndpointImp::ConnectWith( const XNetAddress& inAddress, const XW
 }
 
 void XSocketsTCPEndpointImp::MakeConnection(
-    const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaitForConnection& inWait )
+    const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaiter& inWaiter )
 {
     WSocket::Outcome outcome = inSocket->StartConnecting( inAddress );
     if ( outcome.error == WSocket::kErrorWouldBlock || outcome.error == WSocket::kErrorInProgress )
-        outcome = inWait( *inSocket );
+        outcome = inWaiter( [&]( const WDeadline& inDeadline )
+                            { return inSocket->FinishConnecting( inDeadline ); } );
     Check( inSocket, outcome );
     const WSocket::Address peer = inSocket->GetPeerAddress();
     SetRemotePlace( { XNetAddress( peer.ip, peer.port ) } );
+    Check( inSocket, BeginConnection( inSocket, inWaiter ) );
     TakeOver( inSocket, XNetEndpoint::kStateConnected );
+}
+
+WConnection::Outcome XSocketsTCPEndpointImp::BeginConnection( const WConnectionPtr&, const XWaiter& )
+{
+    return {};
 }
 
 // ---- Listening
@@ -138,12 +144,17 @@ void XSocketsTCPEndpointImp::BindSocket(
 XNetEndpoint* XSocketsTCPEndpointImp::MakeEndpoint( const WConnectionPtr& inConnection )
 {
     const auto socket = std::static_pointer_cast<WSocket>( inConnection );
-    auto imp = std::make_unique<XSocketsTCPEndpointImp>();
+    auto imp = MakeAccepted( inConnection );
     const WSocket::Address peer = socket->GetPeerAddress();
     imp->SetLocalPlace( { XNetAddress( 0, socket->GetLocalAddress().port ), true } );
     imp->SetRemotePlace( { XNetAddress( peer.ip, peer.port ), peer.ip == kLoopBackAddress } );
     imp->SetConnected( socket );
     return new XNetEndpoint( std::move( imp ) );
+}
+
+std::unique_ptr<XSocketsTCPEndpointImp> XSocketsTCPEndpointImp::MakeAccepted( const WConnectionPtr& )
+{
+    return std::make_unique<XSocketsTCPEndpointImp>();
 }
 
 // ---- The socket

@@ -18,13 +18,23 @@ public:
     std::uint32_t GetKeepAliveTimeMS() override;
     void SetKeepAliveTimeMS( std::uint32_t inTimeMS ) override;
 
-private:
-    /// Waits until a socket that has begun to connect has ended that.
-    using XWaitForConnection = std::function<WSocket::Outcome( WSocket& )>;
+protected:
+    /// Something that waits on the socket until a deadline and can be repeated when that has passed.
+    using XWaiting = std::function<WConnection::Outcome( const WDeadline& )>;
+    /// Does it for as long as the operation may take, with the checkpoints and the progress that belong to it.
+    using XWaiter = std::function<WConnection::Outcome( const XWaiting& )>;
 
-    void ConnectWith( const XNetAddress& inAddress, const XWaitForConnection& inWait );
-    void MakeConnection(
-        const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaitForConnection& inWait );
+    // ---- For a protocol on top of the socket
+
+    /// The socket has connected; the endpoint counts as connected when this returns.
+    virtual WConnection::Outcome BeginConnection( const WConnectionPtr& inSocket, const XWaiter& inWaiter );
+    /// The implementation for an accepted connection.
+    virtual std::unique_ptr<XSocketsTCPEndpointImp> MakeAccepted( const WConnectionPtr& inSocket );
+
+private:
+    void ConnectWith( const XNetAddress& inAddress, const XWaiter& inWaiter );
+    void
+    MakeConnection( const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaiter& inWaiter );
     void BindSocket( const WSocketPtr& inSocket, std::uint16_t inPort, std::uint32_t inBacklog );
     XNetEndpoint* MakeEndpoint( const WConnectionPtr& inConnection ) override;
     WSocketPtr UseNewSocket();

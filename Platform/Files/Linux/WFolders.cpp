@@ -28,6 +28,12 @@ std::filesystem::path WFolders::GetUserFolder()
     return {};
 }
 
+std::filesystem::path WFolders::GetSettingsFolder()
+{
+    const char* home = std::getenv( "HOME" );
+    return home && *home != '\0' ? std::filesystem::path( home ) / ".config" : std::filesystem::path();
+}
+
 const char* WFolders::DescribeTemporaryFolder()
 {
     return "TMPDIR, or /var/tmp";

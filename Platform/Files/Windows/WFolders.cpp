@@ -8,6 +8,12 @@ std::filesystem::path WFolders::GetUserFolder()
     return folder ? folder : L"";
 }
 
+std::filesystem::path WFolders::GetSettingsFolder()
+{
+    const wchar_t* folder = _wgetenv( L"APPDATA" );
+    return folder ? folder : L"";
+}
+
 const char* WFolders::DescribeTemporaryFolder()
 {
     return "TMP, or TEMP";

@@ -1,14 +1,12 @@
 #include "System/WUUID.h"
 
-#include "System/WSystemError.h"
+#include "System/WRandomBytes.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <pthread.h>
-#include <sys/random.h>
 
 namespace
 {
@@ -32,13 +30,13 @@ class RandomBytes
 public:
     RandomBytes() { CountForks(); }
 
-    /// Returns 0 or the error number of the system.
-    int Take( void* outBytes, std::size_t inCount )
+    /// Returns 0 or the system's error code.
+    std::uint32_t Take( void* outBytes, std::size_t inCount )
     {
         const std::uint32_t forkCount = sForkCount.load( std::memory_order_relaxed );
         if ( itsLeft < inCount || itsForkCount != forkCount )
         {
-            if ( const int error = Fill() )
+            if ( const std::uint32_t error = Fill() )
                 return error;
             itsForkCount = forkCount;
         }
@@ -48,20 +46,13 @@ public:
     }
 
 private:
-    int Fill()
+    std::uint32_t Fill()
     {
         itsLeft = 0;
-        std::size_t filled = 0;
-        while ( filled < sizeof( itsBytes ) )
-        {
-            const ssize_t count = getrandom( itsBytes + filled, sizeof( itsBytes ) - filled, 0 );
-            if ( count >= 0 )
-                filled += static_cast<std::size_t>( count );
-            else if ( errno != EINTR )
-                return errno;
-        }
-        itsLeft = sizeof( itsBytes );
-        return 0;
+        const std::uint32_t error = WRandomBytes::Fill( itsBytes, sizeof( itsBytes ) );
+        if ( error == 0 )
+            itsLeft = sizeof( itsBytes );
+        return error;
     }
 
     std::uint8_t itsBytes[1024];
@@ -75,8 +66,8 @@ std::uint32_t WUUID::Create( WUUID& outUUID )
 {
     thread_local RandomBytes sRandomBytes;
     WUUID uuid;
-    if ( const int error = sRandomBytes.Take( &uuid, sizeof( uuid ) ) )
-        return WSystemError::FromErrno( error );
+    if ( const std::uint32_t error = sRandomBytes.Take( &uuid, sizeof( uuid ) ) )
+        return error;
     uuid.itsData3 = static_cast<std::uint16_t>( ( uuid.itsData3 & 0x0FFF ) | 0x4000 );
     uuid.itsData4[0] = static_cast<std::uint8_t>( ( uuid.itsData4[0] & 0x3F ) | 0x80 );
     outUUID = uuid;

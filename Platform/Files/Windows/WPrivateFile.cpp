@@ -1,0 +1,131 @@
+#include "Files/WPrivateFile.h"
+
+#include "Ground/XFail.h"
+#include "System/WSystemError.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include <aclapi.h>
+#include <sddl.h>
+
+namespace
+{
+
+struct LocalFreer
+{
+    void operator()( void* inMemory ) const { LocalFree( inMemory ); }
+};
+
+template<class T>
+using Local = std::unique_ptr<T, LocalFreer>;
+
+void Check( bool inHasSucceeded )
+{
+    if ( !inHasSucceeded )
+        XThrowLastSystemError();
+}
+
+/// The user whose process this is.
+class CurrentUser
+{
+public:
+    CurrentUser()
+    {
+        HANDLE token = nullptr;
+        Check( OpenProcessToken( GetCurrentProcess(), TOKEN_QUERY, &token ) );
+        const std::unique_ptr<void, decltype( &CloseHandle )> owner( token, &CloseHandle );
+        DWORD size = 0;
+        GetTokenInformation( token, TokenUser, nullptr, 0, &size );
+        itsUser.resize( size );
+        Check( GetTokenInformation( token, TokenUser, itsUser.data(), size, &size ) );
+    }
+
+    PSID GetSID() const { return reinterpret_cast<const TOKEN_USER*>( itsUser.data() )->User.Sid; }
+
+    std::wstring GetText() const
+    {
+        wchar_t* text = nullptr;
+        Check( ConvertSidToStringSidW( GetSID(), &text ) );
+        return Local<wchar_t>( text ).get();
+    }
+
+private:
+    std::vector<std::uint8_t> itsUser;
+};
+
+/// Lets the user and the system in; nothing is inherited from the folder above.
+class PrivateAttributes
+{
+public:
+    PrivateAttributes()
+    {
+        const std::wstring list = L"D:P(A;OICI;FA;;;" + CurrentUser().GetText() + L")(A;OICI;FA;;;SY)";
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        Check( ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            list.c_str(), SDDL_REVISION_1, &descriptor, nullptr ) );
+        itsDescriptor.reset( descriptor );
+        itsAttributes = { sizeof( itsAttributes ), descriptor, FALSE };
+    }
+    SECURITY_ATTRIBUTES* Get() { return &itsAttributes; }
+
+private:
+    Local<void> itsDescriptor;
+    SECURITY_ATTRIBUTES itsAttributes{};
+};
+
+bool MayHaveAccess( PSID inSID )
+{
+    for ( const auto known : { WinLocalSystemSid, WinBuiltinAdministratorsSid, WinCreatorOwnerSid } )
+        if ( IsWellKnownSid( inSID, known ) )
+            return true;
+    return EqualSid( inSID, CurrentUser().GetSID() );
+}
+
+} // namespace
+
+WPrivateFile WPrivateFile::CreateNew( const std::filesystem::path& inPath )
+{
+    PrivateAttributes attributes;
+    const HANDLE handle = CreateFileW(
+        inPath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, attributes.Get(),
+        CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr );
+    Check( handle != INVALID_HANDLE_VALUE );
+    return WPrivateFile( reinterpret_cast<std::intptr_t>( handle ) );
+}
+
+void WPrivateFile::CreateFolder( const std::filesystem::path& inPath )
+{
+    PrivateAttributes attributes;
+    Check( CreateDirectoryW( inPath.c_str(), attributes.Get() ) );
+}
+
+bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
+{
+    ACL* list = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    const DWORD error = GetSecurityInfo(
+        reinterpret_cast<HANDLE>( inFile.GetRawHandle() ), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+        nullptr, &list, nullptr, &descriptor );
+    if ( error != ERROR_SUCCESS )
+    {
+        WSystemError::SetLast( error );
+        XThrowLastSystemError();
+    }
+    const Local<void> owner( descriptor );
+    if ( !list )
+        return true;
+    for ( DWORD i = 0; i < list->AceCount; ++i )
+    {
+        void* entry = nullptr;
+        Check( GetAce( list, i, &entry ) );
+        auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>( entry );
+        if ( allowed->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && allowed->Mask != 0 &&
+             !( allowed->Header.AceFlags & INHERIT_ONLY_ACE ) && !MayHaveAccess( &allowed->SidStart ) )
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,21 @@
+#include "Sockets/WCertificates.h"
+
+#include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
+
+// Certificates are of use for TLS alone, which is not to be had here (WTLSContext).
+
+bool WCertificates::AreAvailable()
+{
+    return false;
+}
+
+WCertificates::Certificate WCertificates::MakeAuthority( const std::string&, const Validity& )
+{
+    XThrow( kErrorTLSUnavailable );
+}
+
+WCertificates::Certificate WCertificates::Make( const Certificate&, const std::string&, const Validity& )
+{
+    XThrow( kErrorTLSUnavailable );
+}

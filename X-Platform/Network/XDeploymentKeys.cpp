@@ -1,0 +1,279 @@
+#include "Network/XDeploymentKeys.h"
+
+#include "Core/Errors/WLastErrorException.h"
+#include "Files/WFilePath.h"
+#include "Files/WFolders.h"
+#include "Files/WPendingFiles.h"
+#include "Files/WPrivateFile.h"
+#include "Ground/XErrorNumbers.h"
+#include "Sockets/WCertificates.h"
+#include "Sockets/WTLSContext.h"
+#include "System/WRandomBytes.h"
+#include "System/WSystemError.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+namespace
+{
+
+constexpr const char* kKeyFile = "key";
+constexpr const char* kAuthorityName = "authority";
+constexpr std::uint64_t kMostBytesPerFile = 64 * 1024;
+constexpr std::int64_t kSecondsPerDay = 24 * 60 * 60;
+
+struct RoleNames
+{
+    const char* file;
+    const char* certificate; ///< the name that it is made out to
+};
+
+constexpr RoleNames kRoles[] = { { "control", "control.korvale" }, { "node", "node.korvale" } };
+
+XString ToText( const std::filesystem::path& inPath )
+{
+    const std::u8string text = inPath.u8string();
+    return XString::FromUTF8( std::string( text.begin(), text.end() ) );
+}
+
+/// Names the file, or the folder, before the reason.
+class KeyFileException : public XException
+{
+public:
+    KeyFileException( const std::filesystem::path& inPath, const XString& inReason, std::uint32_t inNumber )
+        : XException( inNumber ), itsMessage( ToText( inPath ) + ": " + inReason )
+    {
+    }
+    KeyFileException( const std::filesystem::path& inPath, const XException& inReason )
+        : KeyFileException( inPath, inReason.GetRawErrorMessage(), inReason.GetErrorNumber() )
+    {
+    }
+    XString GetRawErrorMessage() const override { return itsMessage; }
+
+private:
+    XString itsMessage;
+};
+
+/// Does something with a file; what it throws names the file then.
+template<class TWork>
+auto With( const std::filesystem::path& inPath, TWork inWork )
+{
+    try
+    {
+        return inWork();
+    }
+    catch ( const XException& error )
+    {
+        throw KeyFileException( inPath, error );
+    }
+}
+
+// ---- Reading
+
+std::string ReadSecret( const std::filesystem::path& inPath )
+{
+    return With(
+        inPath,
+        [&]
+        {
+            const WFile file( inPath, WFile::kRead );
+            if ( WPrivateFile::IsOpenToOthers( file ) )
+                XThrow( kErrorKeysExposed );
+            const std::uint64_t size = file.GetSize();
+            if ( size > kMostBytesPerFile )
+                XThrow( kErrorStreamCorrupted );
+            std::string text( size, ' ' );
+            text.resize( file.ReadAt( 0, text.data(), size ) );
+            return text;
+        } );
+}
+
+int ToDigit( char inCharacter )
+{
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    const char small =
+        inCharacter >= 'A' && inCharacter <= 'F' ? static_cast<char>( inCharacter | 0x20 ) : inCharacter;
+    const auto digit = kDigits.find( small );
+    return digit == std::string_view::npos ? -1 : static_cast<int>( digit );
+}
+
+/// Whether the text is such a key, and perhaps the end of a line.
+bool ParseKey( std::string_view inText, char ( &outKey )[XEncryption::kKeySize] )
+{
+    while ( !inText.empty() && ( inText.back() == '\n' || inText.back() == '\r' ) )
+        inText.remove_suffix( 1 );
+    if ( inText.size() != 2 * XEncryption::kKeySize ||
+         !std::ranges::all_of( inText, []( char inEach ) { return ToDigit( inEach ) >= 0; } ) )
+        return false;
+    for ( USize i = 0; i < XEncryption::kKeySize; ++i )
+        outKey[i] = static_cast<char>( ToDigit( inText[2 * i] ) << 4 | ToDigit( inText[2 * i + 1] ) );
+    return true;
+}
+
+// ---- Making
+
+/// So many random bytes of the system as hexadecimal digits.
+std::string MakeRandomDigits( USize inBytes )
+{
+    std::vector<std::uint8_t> bytes( inBytes );
+    if ( const std::uint32_t error = WRandomBytes::Fill( bytes.data(), inBytes ) )
+        throw WLastErrorException( error );
+    std::string text;
+    for ( const std::uint8_t byte : bytes )
+        for ( const int digit : { byte >> 4, byte & 0xF } )
+            text += "0123456789abcdef"[digit];
+    return text;
+}
+
+/// A folder beside its place, until all its files are complete; without that nothing of it stays.
+class NewKeyFolder
+{
+public:
+    explicit NewKeyFolder( const std::filesystem::path& inTarget )
+        : itsTarget( inTarget ),
+          itsPath( inTarget.parent_path() / ( ".korvale-keys-" + MakeRandomDigits( 8 ) + ".tmp" ) )
+    {
+        With( itsTarget, [this] { Make( itsPath, [this] { WPrivateFile::CreateFolder( itsPath ); } ); } );
+    }
+    NewKeyFolder( const NewKeyFolder& ) = delete;
+    NewKeyFolder& operator=( const NewKeyFolder& ) = delete;
+    ~NewKeyFolder()
+    {
+        const auto hold = WPendingFiles::Hold();
+        for ( auto made = itsMade.rbegin(); made != itsMade.rend(); ++made )
+        {
+            WFilePath::Remove( *made );
+            WPendingFiles::Forget( *made );
+        }
+    }
+
+    void Write( const std::string& inName, const std::string& inText )
+    {
+        const std::filesystem::path path = itsPath / inName;
+        With(
+            itsTarget / inName,
+            [&]
+            {
+                Make(
+                    path,
+                    [&]
+                    {
+                        WPrivateFile file = WPrivateFile::CreateNew( path );
+                        file.WriteAt( 0, inText.data(), inText.size() );
+                        file.Flush();
+                        file.Close();
+                    } );
+            } );
+    }
+
+    /// An empty folder at the place gives way.
+    void PutInPlace()
+    {
+        const auto hold = WPendingFiles::Hold();
+        std::error_code error;
+        std::filesystem::remove( itsTarget, error ); // not where it has got files meanwhile
+        if ( !error )
+            std::filesystem::rename( itsPath, itsTarget, error );
+        if ( error )
+            throw KeyFileException( itsTarget, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
+        for ( const auto& made : itsMade )
+            WPendingFiles::Forget( made );
+        itsMade.clear();
+    }
+
+private:
+    template<class TMake>
+    void Make( const std::filesystem::path& inPath, TMake inMake )
+    {
+        const auto hold = WPendingFiles::Hold();
+        itsMade.push_back( inPath );
+        WPendingFiles::Add( inPath );
+        inMake();
+    }
+
+    const std::filesystem::path itsTarget;
+    const std::filesystem::path itsPath;
+    std::vector<std::filesystem::path> itsMade;
+};
+
+void CheckTarget( const std::filesystem::path& inFolder )
+{
+    if ( !WFilePath::Exists( inFolder ) )
+        return;
+    std::error_code error;
+    const std::filesystem::directory_iterator files( inFolder, error );
+    if ( error )
+        throw KeyFileException( inFolder, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
+    if ( files != std::filesystem::directory_iterator() )
+        throw KeyFileException( inFolder, "the folder is not empty (1013)", kErrorBadParameters );
+}
+
+void WriteCertificate(
+    NewKeyFolder& ioFolder, const std::string& inName, const WCertificates::Certificate& inCertificate )
+{
+    ioFolder.Write( inName + ".crt", inCertificate.text );
+    ioFolder.Write( inName + ".key", inCertificate.privateKey );
+}
+
+void WriteCertificates( NewKeyFolder& ioFolder )
+{
+    const WCertificates::Validity validity{
+        -kSecondsPerDay, ( XDeploymentKeys::kDaysOfValidity - 1 ) * kSecondsPerDay };
+    const WCertificates::Certificate authority =
+        WCertificates::MakeAuthority( "Korvale deployment " + MakeRandomDigits( 8 ), validity );
+    WriteCertificate( ioFolder, kAuthorityName, authority );
+    for ( const RoleNames& role : kRoles )
+        WriteCertificate( ioFolder, role.file, WCertificates::Make( authority, role.certificate, validity ) );
+}
+
+} // namespace
+
+void XDeploymentKeys::Create( const std::filesystem::path& inFolder )
+{
+    std::error_code error;
+    const std::filesystem::path target = WFilePath::ResolveLinks( WFilePath::Normalise( inFolder ), error );
+    if ( error )
+        throw KeyFileException( inFolder, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
+    CheckTarget( target );
+    NewKeyFolder folder( target );
+    folder.Write( kKeyFile, MakeRandomDigits( XEncryption::kKeySize ) + "\n" );
+    if ( HasTLS() )
+        WriteCertificates( folder );
+    folder.PutInPlace();
+}
+
+bool XDeploymentKeys::HasTLS()
+{
+    return WCertificates::AreAvailable();
+}
+
+std::filesystem::path XDeploymentKeys::GetDefaultFolder()
+{
+    if ( const char* const named = std::getenv( "KORVALE_KEYS" ); named && *named != '\0' )
+        return named;
+    const std::filesystem::path settings = WFolders::GetSettingsFolder();
+    if ( settings.empty() || !WFilePath::IsFolder( settings / "korvale" / "keys" ) )
+        return {};
+    return settings / "korvale" / "keys";
+}
+
+XDeploymentKeys::XDeploymentKeys( const std::filesystem::path& inFolder ) : itsFolder( inFolder )
+{
+    const std::filesystem::path path = inFolder / kKeyFile;
+    if ( !ParseKey( ReadSecret( path ), itsKey ) )
+        throw KeyFileException( path, "invalid key (expected 32 hexadecimal digits)", kErrorStreamCorrupted );
+}
+
+std::shared_ptr<const WTLSContext> XDeploymentKeys::MakeTLSContext( XRole inOwnRole, XRole inPeerRole ) const
+{
+    if ( !HasTLS() )
+        XThrow( kErrorTLSUnavailable );
+    const auto read = [this]( const std::string& inFile ) { return ReadSecret( itsFolder / inFile ); };
+    const std::string name = kRoles[inOwnRole].file;
+    const WTLSContext::Settings settings{
+        read( name + ".crt" ), read( name + ".key" ), read( std::string( kAuthorityName ) + ".crt" ),
+        kRoles[inPeerRole].certificate };
+    return With( itsFolder / ( name + ".crt" ), [&] { return std::make_shared<WTLSContext>( settings ); } );
+}

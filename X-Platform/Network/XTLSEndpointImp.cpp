@@ -1,0 +1,138 @@
+#include "Network/XTLSEndpointImp.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/XException.h"
+#include "Ground/XErrorNumbers.h"
+#include "Network/Internal/XTLSConversation.h"
+#include "Network/Internal/XWaitObediently.h"
+#include "Threads/XThreadLock.h"
+
+namespace
+{
+
+XTLSConversation::XWaiter Until( const WDeadline& inDeadline )
+{
+    return [inDeadline]( const XTLSConversation::XWaiting& inWaiting )
+    { return XWaitObediently( [&] { return inWaiting( inDeadline ); } ); };
+}
+
+/// The time limits each wait by itself.
+XTLSConversation::XWaiter EachWithin( std::uint32_t inTimeoutMS )
+{
+    return [inTimeoutMS]( const XTLSConversation::XWaiting& inWaiting )
+    {
+        const WDeadline deadline( inTimeoutMS );
+        return XWaitObediently( [&] { return inWaiting( deadline ); } );
+    };
+}
+
+} // namespace
+
+XTLSEndpointImp::XTLSEndpointImp( const std::shared_ptr<const WTLSContext>& inContext )
+    : itsContext( inContext )
+{
+}
+
+XTLSEndpointImp::~XTLSEndpointImp() = default;
+
+WConnection::Outcome
+XTLSEndpointImp::BeginConnection( const WConnectionPtr& inConnection, const XWaiter& inWaiter )
+{
+    const auto conversation =
+        std::make_shared<XTLSConversation>( inConnection, itsContext, WTLSSession::kClient );
+    {
+        const XThreadLock lock( itsConversationMutex );
+        itsConversation = conversation;
+    }
+    return conversation->Begin( inWaiter );
+}
+
+void XTLSEndpointImp::AnnounceEnd( const WConnectionPtr& inConnection )
+{
+    XSwallowErrors( [&] { GetConversation( inConnection )->End(); } );
+}
+
+std::unique_ptr<XSocketsTCPEndpointImp> XTLSEndpointImp::MakeAccepted( const WConnectionPtr& inConnection )
+{
+    auto imp = std::make_unique<XTLSEndpointImp>( itsContext );
+    imp->itsConversation =
+        std::make_shared<XTLSConversation>( inConnection, itsContext, WTLSSession::kServer );
+    return imp;
+}
+
+// ---- Transfer
+
+WConnection::Outcome XTLSEndpointImp::SendSome(
+    const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,
+    std::uint32_t inTimeoutMS )
+{
+    return Converse(
+        inConnection,
+        [&]( XTLSConversation& ioConversation )
+        { return ioConversation.Send( inBytes, inCount, EachWithin( inTimeoutMS ) ); } );
+}
+
+WConnection::Outcome XTLSEndpointImp::ReceiveSome(
+    const WConnectionPtr& inConnection, void* outBytes, std::uint32_t inCount, const WDeadline& inDeadline )
+{
+    return Converse(
+        inConnection,
+        [&]( XTLSConversation& ioConversation )
+        { return ioConversation.Receive( outBytes, inCount, Until( inDeadline ) ); } );
+}
+
+WConnection::Outcome XTLSEndpointImp::PeekSome(
+    const WConnectionPtr& inConnection, void* outBytes, std::uint32_t inCount, const WDeadline& inDeadline )
+{
+    return Converse(
+        inConnection,
+        [&]( XTLSConversation& ioConversation )
+        { return ioConversation.Peek( outBytes, inCount, Until( inDeadline ) ); } );
+}
+
+WConnection::Outcome XTLSEndpointImp::WaitForMore(
+    const WConnectionPtr& inConnection, std::uint32_t inCount, const WDeadline& inDeadline )
+{
+    return Converse(
+        inConnection,
+        [&]( XTLSConversation& ioConversation )
+        { return ioConversation.WaitForMore( inCount, Until( inDeadline ) ); } );
+}
+
+std::uint32_t XTLSEndpointImp::CountWaiting( const WConnectionPtr& inConnection )
+{
+    std::uint32_t count = 0;
+    Converse(
+        inConnection,
+        [&]( XTLSConversation& ioConversation )
+        {
+            count = ioConversation.CountWaiting();
+            return WConnection::Outcome{};
+        } );
+    return count;
+}
+
+/// What the conversation throws, but for the stop of a thread, is its end.
+template<class TOperation>
+WConnection::Outcome XTLSEndpointImp::Converse( const WConnectionPtr& inConnection, TOperation inOperation )
+{
+    const auto conversation = GetConversation( inConnection );
+    try
+    {
+        return inOperation( *conversation );
+    }
+    catch ( const XException& error )
+    {
+        if ( error.ShouldReportError() )
+            Drop( inConnection, XNetEndpoint::kStateDisconnected );
+        throw;
+    }
+}
+
+std::shared_ptr<XTLSConversation> XTLSEndpointImp::GetConversation( const WConnectionPtr& inConnection ) const
+{
+    const XThreadLock lock( itsConversationMutex );
+    if ( !itsConversation || !itsConversation->IsOn( inConnection ) )
+        XThrow( kErrorDisconnected );
+    return itsConversation;
+}
