@@ -10,7 +10,10 @@
 class TestListener
 {
 public:
-    TestListener() { itsEndpoint.Bind( 0 ); }
+    explicit TestListener( const XNetEndpoint& inEndpoint = XNetEndpoint() ) : itsEndpoint( inEndpoint )
+    {
+        itsEndpoint.Bind( 0 );
+    }
 
     XNetAddress GetAddress() const
     {

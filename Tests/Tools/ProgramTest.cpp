@@ -82,7 +82,7 @@ TEST_F( Program, HelpFitsTheTerminal )
 {
     constexpr std::size_t kWidth = 80;
     for ( const char* command :
-          { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot" } )
+          { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot", "keys" } )
     {
         ASSERT_EQ( *command ? Run( { command, "--help" } ) : Run( { "--help" } ), 0 );
         std::istringstream help( itsOut.str() );
@@ -518,4 +518,16 @@ TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
     ASSERT_EQ( Run( { "measure", grey, colour, "--csv", Name( "out.csv" ), "-q" } ), 0 );
     EXPECT_NE(
         itsFolder.Read( "out.csv" ).find( ",65534,65534,65534,0,65534,,,,,,,,,,\n" ), std::string::npos );
+}
+
+TEST_F( Program, MakesTheFolderOfADeploymentOnce )
+{
+    const auto folder = Name( "new/keys/" );
+    EXPECT_EQ( Run( { "keys", folder } ), 0 ) << itsError.str();
+    EXPECT_EQ( itsOut.str().find( folder + ": a key" ), 0u );
+    EXPECT_EQ( itsFolder.Read( "new/keys/key" ).size(), 33u );
+    EXPECT_EQ( Run( { "keys", folder } ), 1 );
+    EXPECT_NE( itsError.str().find( "the folder is not empty (1013)" ), std::string::npos ) << itsError.str();
+    EXPECT_EQ( Run( { "keys", Name( "new/keys/key/below" ) } ), 1 );
+    EXPECT_EQ( Run( { "keys", "" } ), 2 );
 }

@@ -233,9 +233,11 @@ void WriteCertificates( NewKeyFolder& ioFolder )
 void XDeploymentKeys::Create( const std::filesystem::path& inFolder )
 {
     std::error_code error;
-    const std::filesystem::path target = WFilePath::ResolveLinks( WFilePath::Normalise( inFolder ), error );
+    std::filesystem::path target = WFilePath::ResolveLinks( WFilePath::Normalise( inFolder ), error );
     if ( error )
         throw KeyFileException( inFolder, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
+    if ( !target.has_filename() ) // a separator at the end
+        target = target.parent_path();
     CheckTarget( target );
     NewKeyFolder folder( target );
     folder.Write( kKeyFile, MakeRandomDigits( XEncryption::kKeySize ) + "\n" );

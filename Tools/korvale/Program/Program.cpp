@@ -8,6 +8,7 @@
 #include "Program/CommandThread.h"
 #include "Program/ExportCommand.h"
 #include "Program/FilterCommand.h"
+#include "Program/KeysCommand.h"
 #include "Program/MeasureCommand.h"
 #include "Program/OptionChecks.h"
 #include "Program/PivotCommand.h"
@@ -42,6 +43,7 @@ Commands DeclareCommands( CommandLine& ioLine )
     commands.push_back( std::make_unique<FilterCommand>() );
     commands.push_back( std::make_unique<ExportCommand>() );
     commands.push_back( std::make_unique<PlotCommand>() );
+    commands.push_back( std::make_unique<KeysCommand>() );
     for ( const auto& command : commands )
         command->Declare( ioLine.AddCommand( command->GetName(), command->GetSummary() ) );
     return commands;

@@ -1,0 +1,90 @@
+#include "Network/XDeploymentKeys.h"
+#include "TestFolder.h"
+#include "TestTLS.h"
+
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+constexpr auto kControl = XDeploymentKeys::kRoleControlService;
+constexpr auto kNode = XDeploymentKeys::kRoleNode;
+
+/// The folder of a deployment, made by somebody who is generous with access.
+struct TestKeys : TestFolder
+{
+    TestKeys()
+    {
+        const mode_t before = umask( 0 );
+        XDeploymentKeys::Create( GetPath() );
+        umask( before );
+    }
+};
+
+} // namespace
+
+TEST( KeyFilesTest, AreForTheirOwnerAlone )
+{
+    const TestKeys folder;
+    EXPECT_EQ( fs::status( folder.GetPath() ).permissions(), fs::perms::owner_all );
+    EXPECT_EQ( folder.CountEntries(), 7u );
+    for ( const auto& file : fs::directory_iterator( folder.GetPath() ) )
+    {
+        EXPECT_EQ( file.status().permissions(), fs::perms::owner_read | fs::perms::owner_write )
+            << file.path();
+        for ( const auto access : { fs::perms::group_read, fs::perms::others_write } )
+        {
+            const std::string name = file.path().filename();
+            fs::permissions( file.path(), access, fs::perm_options::add );
+            const auto load = [&]
+            {
+                const XDeploymentKeys keys( folder.GetPath() );
+                keys.MakeTLSContext( kControl, kNode );
+                keys.MakeTLSContext( kNode, kControl );
+            };
+            if ( name == "authority.key" )
+                load(); // which nobody needs
+            else
+                EXPECT_EQ( ErrorOf( load ), 3128u ) << name;
+            fs::permissions( file.path(), access, fs::perm_options::remove );
+        }
+    }
+}
+
+TEST( KeyFilesTest, LetTheirDeploymentConnect )
+{
+    const TestKeys folder, other;
+    const XDeploymentKeys keys( folder.GetPath() );
+    const auto control = keys.MakeTLSContext( kControl, kNode );
+    const auto node = keys.MakeTLSContext( kNode, kControl );
+    TestListener listener( MakeTLSEndpoint( control ) );
+    const auto connect = [&]( const std::shared_ptr<const WTLSContext>& inContext )
+    {
+        std::uint32_t error = 0;
+        RunTogether(
+            [&]
+            {
+                XNetEndpoint client = MakeTLSEndpoint( inContext );
+                try
+                {
+                    client.Connect( listener.GetAddress(), kPatience );
+                }
+                catch ( const XException& exception )
+                {
+                    error = exception.GetErrorNumber();
+                }
+            },
+            [&]
+            {
+                char byte = 0;
+                const auto server = listener.Accept();
+                ErrorOf( [&] { server->ReceiveAnyData( &byte, 1, kPatience ); } );
+            } );
+        return error;
+    };
+    EXPECT_EQ( connect( node ), 0u );
+    EXPECT_EQ( connect( control ), 3125u ); // expects a node at the other side
+    EXPECT_EQ( connect( XDeploymentKeys( other.GetPath() ).MakeTLSContext( kNode, kControl ) ), 3124u );
+}
