@@ -1,0 +1,310 @@
+#include "TestConnection.h"
+
+#include "Core/Times/XTimer.h"
+#include "Network/XNetResponder.h"
+#include "Network/XNetServer.h"
+#include "Network/XNetStream.h"
+#include "Services/XSessionLogManager.h"
+#include "TestFolder.h"
+
+#include <cstring>
+#include <list>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// Peers that do not behave, which is why they are sockets of the system.
+
+namespace
+{
+
+/// A connection whose other end is a blocking socket in the hands of the test.
+struct RawConnection
+{
+    RawConnection() : peer( socket( AF_INET, SOCK_STREAM, 0 ) )
+    {
+        TestListener listener;
+        const sockaddr_in address = ToSystem( listener.GetAddress() );
+        EXPECT_EQ( connect( peer, reinterpret_cast<const sockaddr*>( &address ), sizeof address ), 0 );
+        endpoint = listener.Accept();
+    }
+    ~RawConnection() { Close(); }
+
+    static sockaddr_in ToSystem( const XNetAddress& inAddress )
+    {
+        sockaddr_in address;
+        inAddress.GetSockAddress( address );
+        return address;
+    }
+
+    void Close()
+    {
+        if ( peer >= 0 )
+            close( peer );
+        peer = -1;
+    }
+
+    /// Closes so that the other side sees a reset.
+    void Reset()
+    {
+        const linger atOnce{ 1, 0 };
+        setsockopt( peer, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce );
+        Close();
+    }
+
+    int peer;
+    std::unique_ptr<XNetEndpoint> endpoint;
+};
+
+/// Sends without an end, as long as the peer takes it.
+class SendingResponder : public XNetResponder
+{
+public:
+    SendingResponder() : XNetResponder( "sending" ) {}
+    ~SendingResponder() override { StopResponding(); }
+
+protected:
+    void RespondSelf() override
+    {
+        SetAuthenticated();
+        XNetEndpoint endpoint = GetEndpoint();
+        for ( const std::vector<char> block( 65536 );; )
+            endpoint.SendData( block.data(), 65536, kNoTimeout );
+    }
+};
+
+/// Receives bytes and never authenticates.
+class ListeningResponder : public XNetResponder
+{
+public:
+    ListeningResponder() : XNetResponder( "listening" ) {}
+    ~ListeningResponder() override { StopResponding(); }
+
+protected:
+    void RespondSelf() override
+    {
+        XNetEndpoint endpoint = GetEndpoint();
+        for ( char byte = 0;; )
+            endpoint.ReceiveData( &byte, 1, kNoTimeout );
+    }
+};
+
+template<class TCondition>
+bool Await( TCondition inCondition )
+{
+    for ( const XTimer timer( kPatience ); !inCondition(); XThread::SleepCurrentThread( 1 ) )
+        if ( timer.HasExpired() )
+            return false;
+    return true;
+}
+
+/// What a command prints is of no interest.
+bool Shell( const std::string& inCommand )
+{
+    return std::system( ( inCommand + " >/dev/null 2>&1" ).c_str() ) == 0;
+}
+
+} // namespace
+
+/// The time of a transfer limits the wait for the next bytes; that of a stranger all of its time.
+TEST( HostilePeersTest, SlowOnesGetNoMoreTimeThanOthers )
+{
+    RawConnection connection;
+    std::atomic<bool> isOver = false;
+    std::thread drip(
+        [&]
+        {
+            for ( ; !isOver; std::this_thread::sleep_for( std::chrono::milliseconds( 20 ) ) )
+                send( connection.peer, "x", 1, MSG_NOSIGNAL );
+        } );
+    XNetStream stream( *connection.endpoint, kPatience, 10'000, 4096 );
+    EXPECT_EQ( stream.Read32(), 0x78787878u );
+    EXPECT_EQ( ErrorOf( [&] { connection.endpoint->ReceiveLine( "end", 200 ); } ), 3105u );
+    isOver = true;
+    drip.join();
+
+    XNetServer server( "test", { 300, 64 } );
+    server.SetOnlyResponder( [] { return std::make_unique<ListeningResponder>(); } );
+    server.Start( 0 );
+    XNetEndpoint stranger;
+    stranger.Connect( XNetAddress::GetLoopBackAddress( server.GetPort() ), kPatience );
+    const XTimer timer( kPatience );
+    const auto drop = [&]
+    {
+        for ( char byte = 'x'; !timer.HasExpired(); )
+        {
+            stranger.SendData( &byte, 1, kPatience );
+            if ( ErrorOf( [&] { stranger.ReceiveAnyData( &byte, 1, 20 ); } ) == 3100 )
+                XThrow( 3100 );
+        }
+    };
+    EXPECT_EQ( ErrorOf( drop ), 3100u );
+    EXPECT_TRUE( Await( [&] { return server.GetResponderCount() == 0; } ) );
+}
+
+/// What a peer never reads ends sends by their time, whatever that is, and does not keep a server from stopping.
+TEST( HostilePeersTest, OnesThatNeverReadBlockOnlyTheirSender )
+{
+    RawConnection connection;
+    const std::vector<char> block( 1 << 20 );
+    const auto send = [&]( std::uint32_t inTimeoutMS )
+    {
+        for ( ;; )
+            connection.endpoint->SendData( block.data(), 1 << 20, inTimeoutMS );
+    };
+    for ( const std::uint32_t timeout : { 0u, 1u, 30u } )
+        EXPECT_EQ( ErrorOf( [&] { send( timeout ); } ), 3105u );
+    TestThread endless(
+        [&]
+        {
+            send( kNoTimeout );
+            return 0;
+        } );
+    endless.StartThread();
+    connection.Reset();
+    endless.WaitForTerminate( kPatience );
+    EXPECT_EQ( endless.GetThreadReturnCode(), 3100 );
+
+    XNetServer server( "test" );
+    server.SetOnlyResponder( [] { return std::make_unique<SendingResponder>(); } );
+    server.Start( 0 );
+    XNetEndpoint client;
+    client.Connect( XNetAddress::GetLoopBackAddress( server.GetPort() ), kPatience );
+    char byte = 0;
+    client.ReceiveData( &byte, 1, kPatience );
+    server.Stop();
+    EXPECT_EQ( server.GetResponderCount(), 0u );
+}
+
+TEST( HostilePeersTest, AResetEndsReceivesAndSends )
+{
+    for ( const bool isSending : { false, true } )
+    {
+        RawConnection connection;
+        send( connection.peer, "lost", 4, MSG_NOSIGNAL );
+        connection.Reset();
+        char bytes[4096] = {};
+        const auto use = [&]
+        {
+            for ( ;; )
+                if ( isSending )
+                    connection.endpoint->SendData( bytes, sizeof bytes, kPatience );
+                else
+                    connection.endpoint->ReceiveAnyData( bytes, sizeof bytes, kPatience );
+        };
+        EXPECT_EQ( ErrorOf( use ), 3100u );
+        EXPECT_EQ( connection.endpoint->GetState(), XNetEndpoint::kStateDisconnected );
+        EXPECT_EQ( ErrorOf( use ), 3100u );
+    }
+}
+
+/// One that will send no more can be sent an answer.
+TEST( HostilePeersTest, AHalfClosedConnectionCarriesTheAnswer )
+{
+    RawConnection connection;
+    send( connection.peer, "question", 8, MSG_NOSIGNAL );
+    shutdown( connection.peer, SHUT_WR );
+    char bytes[8];
+    connection.endpoint->ReceiveData( bytes, 8, kPatience );
+    const std::string answer( 100'000, 'a' );
+    std::string received( answer.size(), ' ' );
+    std::thread peer( [&] { recv( connection.peer, received.data(), received.size(), MSG_WAITALL ); } );
+    connection.endpoint->SendData( answer.data(), 100'000, kPatience );
+    peer.join();
+    EXPECT_EQ( received, answer );
+    EXPECT_EQ( ErrorOf( [&] { connection.endpoint->ReceiveAnyData( bytes, 1, kPatience ); } ), 3100u );
+}
+
+/// Where the process has no descriptors left, the log is told once a minute, not at each try.
+TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
+{
+    const TestFolder folder;
+    XSessionLogManager::XOptions options;
+    options.path = folder / "session.log";
+    XSessionLogManager log( options );
+    XSessionLogManager::Log( kLogInformation, "has its file open" );
+    log.Flush( kPatience );
+    XNetServer server( "flooded" );
+    server.SetOnlyResponder( [] { return std::make_unique<ListeningResponder>(); } );
+    server.Start( 0 );
+    std::list<RawConnection> before( 1 ); // makes what threads need for waiting
+    const int strangers[] = {
+        socket( AF_INET, SOCK_STREAM, 0 ), socket( AF_INET, SOCK_STREAM, 0 ),
+        socket( AF_INET, SOCK_STREAM, 0 ) };
+    rlimit limits{};
+    getrlimit( RLIMIT_NOFILE, &limits );
+    const int next = dup( 0 );
+    close( next );
+    const rlimit none{ static_cast<rlim_t>( next ), limits.rlim_max };
+    setrlimit( RLIMIT_NOFILE, &none );
+    const sockaddr_in address =
+        RawConnection::ToSystem( XNetAddress::GetLoopBackAddress( server.GetPort() ) );
+    for ( const int stranger : strangers )
+        connect( stranger, reinterpret_cast<const sockaddr*>( &address ), sizeof address );
+    XThread::SleepCurrentThread( 500 ); // several tries
+    setrlimit( RLIMIT_NOFILE, &limits );
+    EXPECT_TRUE( Await( [&] { return server.GetResponderCount() == 3; } ) );
+    log.Flush( kPatience );
+    const std::string text = folder.Read( "session.log" );
+    const auto first = text.find( "flooded: accepting connections pauses" );
+    ASSERT_NE( first, std::string::npos ) << text;
+    EXPECT_EQ( text.find( "pauses", first + 40 ), std::string::npos ) << text;
+    for ( const int stranger : strangers )
+        close( stranger );
+}
+
+/// Two namespaces of the system's network, joined by a link that is cut.
+TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
+{
+    WEvent isListening, isJoined, isDone;
+    std::string name;
+    std::atomic<std::int32_t> port = 0;
+    std::atomic<bool> hasNamespaces = true;
+    std::uint32_t error = 0, next = 0;
+    std::thread server(
+        [&]
+        {
+            hasNamespaces = unshare( CLONE_NEWNET ) == 0;
+            name = std::to_string( gettid() );
+            isListening.Set();
+            isJoined.Wait();
+            if ( !hasNamespaces )
+                return;
+            Shell( "ip addr add 10.99.0.1/24 dev kvtest1 && ip link set kvtest1 up" );
+            TestListener listener;
+            port = listener.GetAddress().GetPort();
+            const auto connection = listener.Accept();
+            connection->SetKeepAliveTimeMS( 1000 );
+            char byte = 0;
+            connection->ReceiveData( &byte, 1, kPatience );
+            Shell( "ip link set kvtest1 down" );
+            error = ErrorOf( [&] { connection->ReceiveAnyData( &byte, 1, kNoTimeout ); } );
+            next = ErrorOf( [&] { connection->ReceiveAnyData( &byte, 1, kNoTimeout ); } );
+            isDone.Set();
+        } );
+    std::thread client(
+        [&]
+        {
+            isListening.Wait();
+            hasNamespaces = hasNamespaces && unshare( CLONE_NEWNET ) == 0 &&
+                Shell( "ip link add kvtest0 type veth peer name kvtest1 netns " + name +
+                       " && ip addr add 10.99.0.2/24 dev kvtest0 && ip link set kvtest0 up" );
+            isJoined.Set();
+            if ( !hasNamespaces || !Await( [&] { return port != 0; } ) )
+                return;
+            XNetEndpoint endpoint;
+            endpoint.Connect( XNetAddress( 0x0A630001, port ), kPatience );
+            endpoint.SendData( "x", 1, kPatience );
+            isDone.Wait();
+        } );
+    server.join();
+    client.join();
+    if ( !hasNamespaces )
+        GTEST_SKIP() << "needs the right to make network namespaces";
+    EXPECT_EQ( error, 3105u );
+    EXPECT_EQ( next, 3100u );
+}
