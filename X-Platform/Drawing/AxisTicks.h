@@ -6,27 +6,26 @@
 #include <string>
 #include <vector>
 
-/// The numbers along an axis, from `low` up to `high`.
+/// The range of an axis.
 struct KORVALE_IMAGING_API AxisRange
 {
     double low = 0;
     double high = 1;
-    bool isLogarithmic = false; ///< Then both are greater than 0.
-    bool isWhole = false;       ///< There is nothing between whole numbers.
+    bool isLogarithmic = false; ///< Both ends are then greater than 0.
+    bool isWhole = false;       ///< The axis has whole numbers only.
 
-    /// Where a number lies: 0 at the low end, 1 at the high one.
+    /// The relative position of a number: 0 at `low`, 1 at `high`.
     double GetShare( double inNumber ) const;
 };
 
-/// Numbers that are farther away from 0 cannot be drawn, nor smaller ones on logarithmic axes.
+/// Limits of numbers that can be drawn: the largest magnitude, and the smallest number on logarithmic axes.
 constexpr double kGreatestNumber = 1e280;
 constexpr double kLeastLogarithmicNumber = 1e-250;
 
-/// A range from the least to the greatest number, and some more on either side so that nothing touches the ends.
-/// Never so narrow that its ticks could not be told apart.
+/// A range that includes both numbers with a margin on either side, wide enough for distinct ticks.
 KORVALE_IMAGING_API AxisRange MakeAxisRange( double inLeast, double inGreatest, bool inIsLogarithmic );
 
-/// A label with a raised exponent behind it, where it has one: 10 and 3.
+/// A label with an optional superscript exponent: 10 and 3.
 struct PowerText
 {
     std::string text;
@@ -41,15 +40,15 @@ struct AxisTick
     PowerText label;
 };
 
-/// Labels are UTF-8 and do not depend on the locale.
+/// The ticks of an axis. Labels are UTF-8 and do not depend on the locale.
 struct AxisTicks
 {
     std::vector<AxisTick> ticks;
     std::vector<double> minorTicks;
-    int exponent = 0; ///< Of the power of ten that the labels are to be multiplied with.
+    int exponent = 0; ///< Labels are multiples of this power of ten.
 };
 
-/// The finest ticks of which there are at most so many, at multiples of 1, 2 or 5 times a power of ten. Where those
-/// would be fewer than two, there are some more, unless there are no more whole numbers.
-/// Logarithmic ranges have them at powers of ten and, where that gives too few, at 2 and 5 times those.
+/// The finest ticks at multiples of 1, 2 or 5 times a power of ten of which there are at most `inMost`, and at least two
+/// unless a range of whole numbers has fewer. Logarithmic ranges have ticks at powers of ten and, where these are too
+/// few, at 2 and 5 times those.
 KORVALE_IMAGING_API AxisTicks MakeTicks( const AxisRange& inRange, std::uint32_t inMost );

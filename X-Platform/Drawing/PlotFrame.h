@@ -19,11 +19,11 @@ struct PlotLegendEntry
     WColour colour;
 };
 
-/// What stands around the data of a plot. Text is UTF-8; what is empty is left out.
+/// Titles, axes and legend of a plot. Text is UTF-8; empty texts are left out.
 struct PlotDescription
 {
     std::string title;
-    std::string note; ///< In small letters above the right end.
+    std::string note; ///< In small letters at the top right.
     PlotAxis x;
     PlotAxis y;
     std::string legendTitle;
@@ -37,10 +37,10 @@ public:
     /// Draws nothing yet. The canvas outlives the frame.
     PlotFrame( WCanvas& ioCanvas, double inWidth, double inHeight, PlotDescription inDescription );
 
-    /// Where numbers in the ranges of both axes lie.
+    /// The position of a data point on the canvas.
     WPoint GetPlace( double inX, double inY ) const;
 
-    /// To be called when the data is drawn, since the axes lie above it.
+    /// Draws the frame. Call it after the data: the axes lie above.
     void Draw();
 
 private:

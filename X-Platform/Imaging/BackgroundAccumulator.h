@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-/// What counts as the background of a stack.
+/// How the background of a stack is computed from its pages.
 enum class BackgroundKind
 {
     kNone,
@@ -20,11 +20,11 @@ enum class BackgroundKind
 /// Whole numbers are summed exactly, and their mean is rounded to the nearest whole number, halves up. Float samples are
 /// summed in double precision, in the order in which they are added; those that are not finite are left out, and where
 /// none is finite the background is 0.
-/// Threads: several may add different samples.
+/// Threads: several threads may add different samples of one page.
 class KORVALE_IMAGING_API BackgroundAccumulator
 {
 public:
-    /// For pages of that form, at most so many.
+    /// An accumulator for at most `inMostPages` pages of the layout of `inForm`. Errors: 1012.
     static std::unique_ptr<BackgroundAccumulator> Make(
         BackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages, PageMemory& ioMemory );
 
@@ -32,10 +32,10 @@ public:
     BackgroundAccumulator( const BackgroundAccumulator& ) = delete;
     BackgroundAccumulator& operator=( const BackgroundAccumulator& ) = delete;
 
-    /// Adds the samples of a page from the number `inFirst` to before `inEnd`.
+    /// Adds the samples of a page with the indices from `inFirst` up to, but not including, `inEnd`.
     virtual void Add( const WImagePage& inPage, std::uint64_t inFirst, std::uint64_t inEnd ) = 0;
 
-    /// Sets the samples of a page to the background of `inPages` pages that have been added.
+    /// Sets those samples of `outPage` to the background of the `inPages` pages that have been added.
     virtual void GetBackground(
         std::uint32_t inPages, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& outPage ) const = 0;
 

@@ -5,24 +5,24 @@
 
 #include <optional>
 
-/// Which pixels make up objects.
+/// How objects are segmented.
 struct ObjectSettings
 {
     std::uint32_t channel = 0;       ///< The channel to threshold.
-    std::optional<double> threshold; ///< None: Otsu's.
-    std::uint64_t leastPixels = 1;
+    std::optional<double> threshold; ///< Pixels above it belong to objects; without a value Otsu's.
+    std::uint64_t leastPixels = 1;   ///< Smaller objects are left out.
 };
 
-/// Objects that lie inside others.
+/// Objects inside other objects.
 struct ChildObjects
 {
     LabelledObjects found;
-    std::vector<std::uint32_t> parents; ///< Of each one: the index of the object that it lies in.
+    std::vector<std::uint32_t> parents; ///< For each object the index of the object that contains it.
 };
 
-/// Finds, inside every object, the connected components of those of its pixels that are greater than the threshold;
-/// Otsu's is taken over the pixels of each object. They are numbered in raster order of their first pixel, whatever
-/// objects they lie in. The connectivity is the one by which the objects were found.
+/// Finds, inside every object, the connected components of its pixels above the threshold. Otsu's threshold is computed
+/// per object. The components are numbered in raster order of their first pixel, whatever object contains them.
+/// `inConnectivity` is the one with which the objects were found. An abort throws 1001.
 KORVALE_IMAGING_API ChildObjects FindChildObjects(
     const WImagePage& inPage, const LabelledObjects& inObjects, const ObjectSettings& inSettings,
     Connectivity inConnectivity );

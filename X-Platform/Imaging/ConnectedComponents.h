@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-/// Pixels of one object that lie side by side in a row: those from `first` up to, but not including, `end`.
+/// Adjacent pixels of one object in a row: columns from `first` up to, but not including, `end`.
 struct PixelRun
 {
     static constexpr std::uint32_t kNoObject = std::numeric_limits<std::uint32_t>::max();
@@ -15,16 +15,16 @@ struct PixelRun
     std::uint32_t row;
     std::uint32_t first;
     std::uint32_t end;
-    std::uint32_t object; ///< Index of the object, or kNoObject for one that was too small.
+    std::uint32_t object; ///< Index of the object; kNoObject: too small, not an object.
 };
 
-/// Where an object lies and how large it is, in pixels. The first pixel of a page is 0, 0.
+/// Position and size of an object in pixels. The first pixel of a page is 0, 0.
 struct KORVALE_IMAGING_API ObjectShape
 {
     std::uint64_t sumX = 0;
     std::uint64_t sumY = 0;
     std::uint32_t pixelCount = 0;
-    std::uint32_t contacts = 0; ///< Pairs of its pixels that lie one above the other.
+    std::uint32_t contacts = 0; ///< Vertically adjacent pairs of its pixels.
     std::uint32_t runCount = 0;
     std::uint32_t left = std::numeric_limits<std::uint32_t>::max();
     std::uint32_t top = std::numeric_limits<std::uint32_t>::max();
@@ -36,13 +36,14 @@ struct KORVALE_IMAGING_API ObjectShape
     std::uint32_t GetBoundsX() const { return right - left + 1; }
     std::uint32_t GetBoundsY() const { return bottom - top + 1; }
 
-    /// Edges of its pixels towards what is not the object; the border of the page counts.
+    /// Number of pixel edges between the object and anything else, the border of the page included.
     std::uint64_t GetPerimeter() const { return 2 * ( std::uint64_t{ runCount } + pixelCount - contacts ); }
 
+    /// Merges the shape of another part of the object.
     void Add( const ObjectShape& inOther );
 };
 
-/// The objects of a page in raster order of their first pixel, and the runs they consist of in raster order.
+/// The objects of a page in raster order of their first pixel, and their runs in raster order.
 struct LabelledObjects
 {
     std::vector<ObjectShape> shapes;
@@ -51,17 +52,20 @@ struct LabelledObjects
 
 class PixelMask;
 
+/// Which pixels are neighbours: those that share an edge, or a corner too.
 enum class Connectivity
 {
     kEdges = 4,
     kEdgesAndCorners = 8
 };
 
-/// The connected components of chosen pixels. Those of fewer pixels than `inLeastPixels` are no objects.
+/// The connected components of the chosen pixels. Components of fewer than `inLeastPixels` pixels are left out. An abort
+/// throws 1001.
 KORVALE_IMAGING_API LabelledObjects FindConnectedComponents(
     const PixelMask& inMask, Connectivity inConnectivity, std::uint64_t inLeastPixels = 1 );
 
-/// The same of the pixels whose sample in that channel is greater than the threshold.
+/// The connected components of the pixels whose sample in channel `inChannel` (counted from 0) is greater than the
+/// threshold.
 KORVALE_IMAGING_API LabelledObjects FindObjects(
     const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, Connectivity inConnectivity,
     std::uint64_t inLeastPixels = 1 );

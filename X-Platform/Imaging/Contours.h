@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-/// A corner of pixels: the first pixel of a page lies between 0, 0 and 1, 1.
+/// A corner between pixels: the first pixel of a page extends from 0, 0 to 1, 1.
 struct PixelCorner
 {
     std::uint32_t x;
@@ -15,10 +15,9 @@ struct PixelCorner
     bool operator==( const PixelCorner& ) const = default;
 };
 
-/// The corners at which a closed line along the edges of pixels turns, in order. The last one is followed by the first.
+/// A closed line along pixel edges: the corners at which it turns, in order.
 using ContourLoop = std::vector<PixelCorner>;
 
-/// The lines around each object, along the edges between its pixels and what is not the object: clockwise around it, and
-/// counter-clockwise around its holes. Where pixels of an object touch at a corner only, the lines touch there too and
-/// do not cross.
+/// The contours of each object, along its pixel edges: clockwise around the object, counter-clockwise around its holes.
+/// Where pixels of an object touch at a corner only, contours touch there and do not cross. An abort throws 1001.
 KORVALE_IMAGING_API std::vector<std::vector<ContourLoop>> TraceContours( const LabelledObjects& inFound );

@@ -4,11 +4,11 @@
 #include "Images/WImageFile.h"
 #include "WPlatform.h"
 
-/// One channel of a page as grey levels from black to white, stretched so that one in a thousand of its samples is black
-/// or darker and another white or brighter. A page of one value is grey. Every `inReduction` pixels in both directions
-/// become one, their mean; NaN is black.
+/// One channel of a page as 8-bit grey levels. Contrast is stretched: the darkest and the brightest thousandth of the
+/// samples become black and white. A page of one value is mid-grey, NaN is black. Squares of `inReduction` pixels a side
+/// are averaged into one pixel. An abort throws 1001.
 KORVALE_IMAGING_API WGreyPicture
 MakeGreyscalePreview( const WImagePage& inPage, std::uint32_t inChannel, std::uint32_t inReduction );
 
-/// Every pixel becomes a square of that many pixels a side.
+/// Enlarges a picture: every pixel becomes a square of `inFactor` pixels a side.
 KORVALE_IMAGING_API WGreyPicture Enlarge( const WGreyPicture& inPicture, std::uint32_t inFactor );

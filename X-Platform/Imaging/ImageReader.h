@@ -15,21 +15,20 @@ public:
     using WImageError::WImageError;
 };
 
-/// What is known of images beside their files.
+/// What overrides the contents of an image file.
 struct ImageReadSettings
 {
-    bool arePagesTimes = false; ///< Whatever their description declares.
-    double pixelWidth = 0;      ///< In micrometres; 0: what the file says.
-    double pixelHeight = 0;
+    bool arePagesTimes = false; ///< Each page is a time point, whatever the description declares.
+    double pixelWidth = 0;      ///< In micrometres; 0: that of the file.
+    double pixelHeight = 0;     ///< In micrometres; 0: that of the file.
 };
 
-/// Reads the pages of one image file on several threads: each has a reader of its own while it reads, because one can be
-/// used by one thread at a time only. The file is closed when each page has been read once; reading again opens it anew.
+/// Reads the pages of one image file. The file is closed when each page has been read once; reading again reopens it.
+/// Threads: any, several at a time; each reads through a WImageFile of its own.
 class KORVALE_IMAGING_API ImageReader
 {
 public:
-    /// Pixels larger than this, in micrometres, are those of a screen or of paper: what is smaller was taken by a lens or
-    /// a scanner.
+    /// Larger pixels, in micrometres, come from a screen or print resolution, not from a microscope.
     static constexpr double kLargestPixel = 20;
 
     /// Opens the file; throws what WImageFile throws, and NotTimePointsError.
@@ -37,15 +36,14 @@ public:
 
     std::uint32_t GetPageCount() const { return itsPageCount; }
 
-    /// Pages of the file that are none of these: see WImageFile.
+    /// Pages of the file that are left out: see WImageFile.
     std::uint32_t GetSkippedCount() const { return itsSkippedCount; }
 
-    /// The largest pixel, in micrometres, of the pages read so far whose resolution has not been believed; 0: none. Any
-    /// thread.
+    /// The largest pixel size, in micrometres, that was ignored so far because it is above kLargestPixel; 0: none.
     double GetIgnoredPixelSize();
 
-    /// Reads the page of that number, with a progress of the thread. Its pixels have the size that the settings give, or
-    /// that of the file where it is not above kLargestPixel, or none. Any thread.
+    /// Reads page `inPage`, counted from 0, with an XProgress of the thread; an abort throws 1001. The pixel size is that of
+    /// the settings, or that of the file unless it is above kLargestPixel, or none. Throws what WImageFile throws.
     WImagePage
     ReadPage( std::uint32_t inPage, const WImagePage::Allocator& inAllocator = WImagePage::AllocateFromHeap );
 

@@ -8,18 +8,18 @@
 #include <string>
 #include <vector>
 
-/// What an image gives: its pages in order.
+/// The measurements of an image: its pages in order.
 struct KORVALE_IMAGING_API ImageMeasurement
 {
     std::string name; ///< The file's name, as UTF-8.
     std::vector<PageMeasurement> pages;
-    std::string folder = {}; ///< Absolute, as UTF-8, with slashes.
+    std::string folder = {}; ///< Absolute path, as UTF-8, with slashes.
 
     std::uint64_t GetObjectCount() const;
 };
 
-/// A table with a row for each object of each page of each image, in that order; those inside the objects of a page
-/// come after these and refer to them. Where images in different folders have one name, each row has a folder too: the
+/// A table with a row for each object of each page of each image, in that order; the child objects of a page follow its
+/// objects and refer to them. Where images in different folders have one name, each row has a folder too: the
 /// part of its path that is not the same for all images. The table has the columns of all channels that any of the
 /// pages has, areas when any page has a resolution, and parents when objects inside objects were asked for; rows of
 /// others lack those values. Each page's objects are released when they are in the table, so that they are not in memory

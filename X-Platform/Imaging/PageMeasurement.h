@@ -12,15 +12,15 @@
 
 class XMemoryHandle;
 
-/// How the objects of a page are found.
+/// How the objects of a page are found and which are measured.
 struct MeasureSettings
 {
-    ObjectSettings objects; ///< Without a threshold: Otsu's, page by page.
+    ObjectSettings objects; ///< Without a threshold: Otsu's of each page.
     Connectivity connectivity = Connectivity::kEdgesAndCorners;
-    std::optional<ObjectSettings> inside; ///< For objects inside the objects, where they are asked for.
+    std::optional<ObjectSettings> inside; ///< How child objects are found; without a value there are none.
 };
 
-/// What is found on a page: its objects, and those inside them.
+/// The objects of a page and their child objects.
 struct PageObjects
 {
     double threshold = 0;
@@ -28,13 +28,13 @@ struct PageObjects
     ChildObjects inner;
 };
 
-/// The samples of one object in one channel.
+/// Statistics of the samples of one object in one channel.
 struct ChannelStatistics
 {
     double min = 0;
     double max = 0;
     double mean = 0;
-    double standardDeviation = 0; ///< Of the population.
+    double standardDeviation = 0; ///< Of the population, not of a sample.
     double sum = 0;
 };
 
@@ -42,16 +42,15 @@ struct ChannelStatistics
 struct KORVALE_IMAGING_API PageMeasurement
 {
     std::uint32_t channels = 0;
-    double pixelWidth = 0; ///< As of WImagePage.
+    double pixelWidth = 0; ///< In micrometres; 0 without a resolution.
     double pixelHeight = 0;
     double threshold = 0;
-    std::vector<ObjectShape> shapes;           ///< Of the objects, then of those inside them.
+    std::vector<ObjectShape> shapes;           ///< Of the objects, then of the child objects.
     std::vector<ChannelStatistics> statistics; ///< Object after object, the channels of each in order.
-    std::vector<std::uint32_t> parents; ///< Of the inner objects: the index of the object each lies in.
-    std::size_t releasedOuter = 0;      ///< Objects that Release gave up, by kind.
+    std::vector<std::uint32_t> parents;        ///< For each child object the index of its parent.
+    std::size_t releasedOuter = 0;             ///< Objects that Release gave up, by kind.
     std::size_t releasedInner = 0;
-    std::shared_ptr<XMemoryHandle>
-        kept; ///< Where MeasurementMemory keeps objects that were released; else null.
+    std::shared_ptr<XMemoryHandle> kept; ///< Where MeasurementMemory keeps released objects; else null.
     std::size_t keptOffset = 0;
 
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }

@@ -7,13 +7,13 @@
 #include <span>
 #include <vector>
 
-/// Pixels of a page that are chosen, as bits: the first pixel of a word lowest. Every row begins a new word.
+/// A binary mask of a page, one bit per pixel: the first pixel of a word is its lowest bit. Every row begins a new word.
 class KORVALE_IMAGING_API PixelMask
 {
 public:
     static constexpr std::uint32_t kWordBits = 64;
 
-    /// None is chosen.
+    /// An empty mask: no pixel is set.
     PixelMask( std::uint32_t inWidth, std::uint32_t inHeight );
 
     std::uint32_t GetWidth() const { return itsWidth; }
@@ -28,7 +28,7 @@ public:
         return { itsWords.data() + inRow * itsWordsPerRow, itsWordsPerRow };
     }
 
-    /// Chosen pixels that lie side by side in a row are one run.
+    /// The number of runs: adjacent set pixels of a row are one run.
     std::size_t CountRuns() const;
 
 private:
@@ -38,6 +38,7 @@ private:
     std::vector<std::uint64_t> itsWords;
 };
 
-/// The pixels whose sample in that channel is greater than the threshold.
+/// The mask of the pixels whose sample in channel `inChannel` (counted from 0) is greater than the threshold. An abort
+/// throws 1001.
 KORVALE_IMAGING_API PixelMask
 MarkPage( const WImagePage& inPage, std::uint32_t inChannel, double inThreshold );

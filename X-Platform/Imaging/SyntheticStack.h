@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// What a sample stack consists of.
+/// Size and contents of a synthetic stack.
 struct SampleSettings
 {
     std::uint32_t planes = 8;
@@ -20,22 +20,22 @@ struct SampleSettings
     std::uint64_t seed = 1;
 };
 
-/// A stack of planes of round objects with blurred edges on a noisy background. Objects keep apart, wander a little
-/// from plane to plane, and every one of them is in every plane. The same settings give the same samples on every
-/// system: only exact operations are used.
+/// A stack of planes with round, blurred objects on a noisy background, and its ground truth. Objects do not touch, move
+/// a little from plane to plane, and each is on every plane. Equal settings give equal samples on every system: only
+/// exact operations are used.
 class KORVALE_IMAGING_API SyntheticStack
 {
 public:
-    /// Throws WImageError when so many objects do not fit into planes of that size.
+    /// Throws WImageError when the objects do not fit into planes of that size.
     explicit SyntheticStack( const SampleSettings& inSettings );
 
-    /// That of every plane.
+    /// The format of every plane.
     WImageFormat GetForm() const;
 
-    /// Draws the next plane.
+    /// Draws the next plane. An abort throws 1001.
     WImagePage DrawPlane();
 
-    /// The header of the list of what is drawn, and the lines of the plane that was drawn last, as CSV.
+    /// The ground truth as CSV: the header, and the lines of the plane that was drawn last.
     std::string GetTruthHeader() const;
     std::string GetTruth() const;
 

@@ -4,24 +4,24 @@
 #include "Images/WImageFile.h"
 #include "WPlatform.h"
 
-/// Writes pages, not compressed and in the byte order of the machine, to a TIFF file. One form on every system: what
-/// the systems' own image libraries write differs from one to the next.
+/// Writes pages to a TIFF file, uncompressed and in the byte order of the machine. Equal pages give equal bytes on every
+/// system.
 class KORVALE_IMAGING_API TIFFWriter
 {
 public:
     enum Format
     {
-        kClassic, ///< Offsets of 32 bits: every program reads it.
-        kBig      ///< Offsets of 64 bits, for files of 4 GiB and more.
+        kClassic, ///< 32-bit offsets, which every program reads.
+        kBig      ///< 64-bit offsets (BigTIFF), for files of 4 GiB and more.
     };
 
-    /// The classic one, unless so many pages of that form do not fit.
+    /// kClassic, unless `inPages` pages of that format need kBig.
     static Format GetFormat( const WImageFormat& inForm, std::uint32_t inPages );
 
-    /// Keeps a reference to the file, which must have positions. The file is a valid one after each page.
+    /// Keeps a reference to the file, which must be seekable. The file is valid after each page.
     explicit TIFFWriter( WFile& ioFile, Format inFormat = kClassic );
 
-    /// Throws WImageError when a classic file would outgrow the 4 GiB that its offsets reach.
+    /// Appends a page. Throws WImageError when a classic file would exceed 4 GiB. An abort throws 1001.
     void WritePage( const WImagePage& inPage );
 
 private:

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cstdint>
 
-/// So much work at a time that an abort is noticed within a millisecond or so, but hardly costs anything.
+/// Chunk sizes for which an abort takes effect within about a millisecond at hardly any cost.
 constexpr std::uint64_t kPixelsAtOnce = 64 * 1024;
 constexpr std::uint64_t kTableRowsAtOnce = 512;
 
-/// Goes through the numbers from 0 to `inCount` in pieces: calls `inWork( first, end )` for one after the other. Between
-/// them the user's abort is obeyed (1001) and the thread's progress moves on.
+/// Processes the indices from 0 up to `inCount` in chunks: calls `inWork( first, end )` for each. Between chunks the
+/// thread's progress moves on, and an abort throws 1001.
 template<class Work>
 void ForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork )
 {
@@ -25,7 +25,7 @@ void ForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork
     }
 }
 
-/// The same for the rows of a page: calls `inWork( row )`.
+/// Processes the rows of a page in chunks of about kPixelsAtOnce pixels, as ForEachChunk does: calls `inWork( row )`.
 template<class Work>
 void ForEachRow( std::uint32_t inHeight, std::uint32_t inWidth, Work inWork )
 {

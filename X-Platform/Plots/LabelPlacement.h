@@ -17,17 +17,17 @@ struct Box
     double GetHeight() const { return bottom - top; }
 };
 
-/// The number of an object: where the object lies and how large the number is.
+/// The label of an object: the bounds of the object and the size of the label.
 struct ObjectNumber
 {
     Box object;
-    WPoint centre; ///< Of the object.
+    WPoint centre; ///< Centre of the object.
     double width;
     double height;
 };
 
-/// Where the numbers go, so that they lie neither on one another nor outside a picture of that size: the centre of each.
-/// One that fits into its object lies at the object's centre or next to that, any other beside it; one that finds no
-/// place has none. Larger objects go first.
+/// Places labels so that none overlaps another or leaves a picture of that size. Returns the centre of each label, or no
+/// value where there is no room. A label that fits into its object is placed at or near the object's centre, others
+/// beside the object. Larger objects go first.
 KORVALE_IMAGING_API std::vector<std::optional<WPoint>>
 PlaceLabels( const std::vector<ObjectNumber>& inNumbers, double inWidth, double inHeight );

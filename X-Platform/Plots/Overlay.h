@@ -5,6 +5,6 @@
 
 #include <string>
 
-/// Draws the outlines and the numbers of the objects over the picture of their page. A small picture is enlarged first.
-/// Where numbers would lie on one another, those of the smaller objects are left out. Returns the bytes of a PNG file.
+/// Draws the contours and numbers of the objects over the picture of their page. A small picture is enlarged first. Where
+/// numbers would overlap, those of smaller objects are left out. Returns the bytes of a PNG file.
 KORVALE_IMAGING_API std::string DrawOverlay( const OverlaySketch& inSketch );

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-/// The most groups with a colour of their own; the rows of any others are drawn together.
+/// The largest number of groups with a colour of their own; all others share one.
 constexpr std::size_t kMostPlotGroups = 7;
 
-/// A column whose numbers are places along an axis.
+/// A column to plot along an axis.
 struct PlotColumn
 {
     const XPivotColumn& column;
@@ -25,13 +25,13 @@ struct PlotGroup
     std::uint64_t count = 0;
 };
 
-/// The numbers of the rows that can be drawn, in the order of the table.
+/// The rows that can be drawn, in the order of the table.
 struct PlotData
 {
-    std::vector<std::vector<double>> numbers; ///< For each column those of all rows.
+    std::vector<std::vector<double>> numbers; ///< For each column the numbers of all rows.
     std::vector<std::uint32_t> groupOfRow;
-    std::vector<PlotGroup> groups; ///< One at least, unless there are no rows.
-    std::uint64_t leftOut = 0;     ///< Rows without a number that can be drawn in each column.
+    std::vector<PlotGroup> groups; ///< At least one, unless there are no rows.
+    std::uint64_t leftOut = 0;     ///< Rows that lack a number that can be drawn.
 };
 
 /// Reads that many rows of columns of one table. Without `inGroups` all are in one group without a name; with it, those

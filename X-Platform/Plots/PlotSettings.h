@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-/// How a plot is to look. Lengths are in points, text is UTF-8.
+/// Size, titles and scales of a plot. Lengths are in points, text is UTF-8.
 struct PlotSettings
 {
     double width = 0;
@@ -20,5 +20,5 @@ struct PlotSettings
     std::optional<std::uint32_t> bins;
 };
 
-/// What is alike in all plots of the data: title, number of rows and legend.
+/// The parts of a description that all plots of the data share: title, number of rows and legend.
 KORVALE_IMAGING_API PlotDescription DescribePlot( const PlotData& inData, const PlotSettings& inSettings );

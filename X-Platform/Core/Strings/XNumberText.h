@@ -11,10 +11,10 @@
 /// with all their digits.
 KORVALE_API void AppendNumber( std::string& ioText, double inNumber );
 
-/// As "0.25 s".
+/// Formats a duration as "0.25 s".
 KORVALE_API std::string FormatSeconds( double inSeconds );
 
-/// The number that the whole text is, in any locale.
+/// Parses a number, in any locale; no value unless the whole text is one in the range of T.
 template<class T>
 std::optional<T> ParseNumber( std::string_view inText )
 {

@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
-/// The characters of a UTF-8 text: its code points.
+/// The number of characters (code points) of a UTF-8 text.
 KORVALE_API std::size_t CountCharacters( std::string_view inText );
 
-/// The text itself if it is no wider than that, else as much of its beginning and its end as there is room for, with an
-/// ellipsis in between: names of files often differ at their ends. UTF-8.
+/// Shortens a UTF-8 text to a width: returns the text itself if it fits, else its beginning and its end with an ellipsis
+/// between, since names of files often differ at their ends. `inMeasure` gives the width of a text.
 KORVALE_API std::string ElideText(
     const std::string& inText, double inMostWidth,
     const std::function<double( const std::string& )>& inMeasure );
