@@ -127,7 +127,6 @@ void AddJobOperations( Operations& ioOperations )
     ioOperations.push_back( { "jobs: stop by tag one by one, by jobs", 1000, StopOneByOne } );
     ioOperations.push_back( { "jobs: attach if tag not present, by jobs", 1000, AttachOnce } );
     ioOperations.push_back( { "jobs: suspend by tag one by one, by jobs", 1000, SuspendAndResume } );
-    // Fewer bars' messages fit into the caches, which looks like growth: their instructions are in proportion.
-    ioOperations.push_back( { "jobs: progress with a busy main thread, by bars", 4000, ReportProgress } );
+    ioOperations.push_back( { "jobs: progress with a busy main thread, by bars", 1000, ReportProgress } );
     ioOperations.push_back( { "jobs: run beside idle queues, by queues", 200, RunBesideIdleQueues } );
 }
