@@ -9,7 +9,7 @@
 /// stays outside it: there are no results without it.
 ///
 /// Outlives the table that it counts; pages that were kept may outlive it.
-/// Threads: any for `Keep`, all others one at a time.
+/// Threads: any for `Keep`; all others one at a time, and not while a page is being kept.
 class KORVALE_IMAGING_API MeasurementMemory
 {
 public:
@@ -22,8 +22,7 @@ public:
     /// Takes over the objects of a page, which are released. The thread holds none of the page memory.
     void Keep( PageMeasurement& ioPage );
 
-    /// Gives the objects back to their page, if they are kept; to be called once for all copies of it. The thread holds
-    /// none of the page memory.
+    /// Gives the objects back to their page, if they are kept. The thread holds none of the page memory.
     /// Throws 1012, and 1020 if they were lost on their way to the disk or back.
     void BringBack( PageMeasurement& ioPage );
 
