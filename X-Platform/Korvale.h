@@ -103,6 +103,7 @@
 
 // Progress and jobs
 #include "Jobs/XChunks.h"
+#include "Jobs/XFunctionJob.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XJobQueue.h"

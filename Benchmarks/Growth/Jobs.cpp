@@ -1,5 +1,6 @@
 #include "Growth/Operation.h"
 
+#include "Jobs/XFunctionJob.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Jobs/XJobSelector.h"
@@ -23,18 +24,6 @@ public:
 
 protected:
     void RunJobSelf() override {}
-};
-
-class FunctionJob : public XJob
-{
-public:
-    explicit FunctionJob( std::function<void()> inFunction ) : itsFunction( std::move( inFunction ) ) {}
-
-protected:
-    void RunJobSelf() override { itsFunction(); }
-
-private:
-    const std::function<void()> itsFunction;
 };
 
 void Fill( XJobQueue& ioQueue, std::size_t inCount )
@@ -115,7 +104,7 @@ Seconds ReportProgress( std::size_t inCount )
         {
             XJobQueue queue;
             queue.Start();
-            queue.AttachJob( new FunctionJob( report ) );
+            queue.AttachJob( new XFunctionJob( report ) );
             queue.WaitForQueueEmpty();
         } );
 }

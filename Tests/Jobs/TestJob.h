@@ -1,22 +1,18 @@
 #pragma once
 
-#include "Jobs/XJob.h"
+#include "Jobs/XFunctionJob.h"
 #include "Threads/XThread.h"
 
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <utility>
 
-/// A job that runs a function and tells another one how it was completed.
-class TestJob : public XJob
+/// A job of a function that is set up where it is made.
+class TestJob : public XFunctionJob
 {
 public:
-    using Body = std::function<void()>;
-    using Completed = std::function<void( std::uint32_t inResultCode )>;
-
     explicit TestJob( Body inBody, std::int64_t inTag = 0, Completed inCompleted = nullptr )
-        : itsBody( std::move( inBody ) ), itsCompleted( std::move( inCompleted ) )
+        : XFunctionJob( std::move( inBody ), std::move( inCompleted ) )
     {
         SetTag( inTag );
     }
@@ -35,17 +31,7 @@ public:
 
     bool CanCompleteInJobThread() override { return itsCompletesOnWorker; }
 
-protected:
-    void RunJobSelf() override { itsBody(); }
-    void JobCompleteSelf( std::uint32_t inResultCode ) override
-    {
-        if ( itsCompleted )
-            itsCompleted( inResultCode );
-    }
-
 private:
-    Body itsBody;
-    Completed itsCompleted;
     bool itsCompletesOnWorker = false;
 };
 

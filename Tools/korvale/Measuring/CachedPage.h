@@ -13,6 +13,8 @@ public:
     /// Reads the page of that number.
     void Read( ImageReader& ioReaders, std::uint32_t inPage, PageMemory& ioMemory );
 
+    bool IsEmpty() const { return itsForm.width == 0; }
+
     /// Empty before the page has been read.
     const WImageFormat& GetForm() const { return itsForm; }
 

@@ -4,9 +4,6 @@
 #include "Core/Strings/XNumberText.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
-#include "Measuring/LoadPageJob.h"
-#include "Measuring/MeasureCachedPageJob.h"
-#include "Measuring/MeasurePageJob.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
 #include "Terminal/ProgressDisplay.h"
@@ -20,10 +17,9 @@ struct ImageMeasurer::Image
 {
     std::string path; ///< As the user gave it.
     USize number;     ///< Among all images.
-    ImageReader readers;
+    ImageReader reader;
     ImageMeasurement measurement;
-    std::deque<PageResult> results;
-    std::deque<CachedPage> keptPages;            ///< With a background.
+    std::deque<PageRecord> pages;
     std::unique_ptr<StackBackground> background; ///< Null without.
     std::uint32_t gathered = 0;                  ///< Pages whose results have been taken, in order.
     std::uint32_t measured = 0;
@@ -32,16 +28,18 @@ struct ImageMeasurer::Image
     XTimer timer;
 
     Image( const std::string& inPath, USize inNumber, const ImageReadSettings& inReading )
-        : path( inPath ), number( inNumber ), readers( PathFromUTF8( inPath ), inReading ),
-          results( readers.GetPageCount() )
+        : path( inPath ), number( inNumber ), reader( PathFromUTF8( inPath ), inReading ),
+          pages( reader.GetPageCount() )
     {
+        for ( std::uint32_t page = 0; page < GetPageCount(); ++page )
+            pages[page].number = page;
         const auto full = WFilePath::Normalise( PathFromUTF8( inPath ) );
         measurement.name = PathToUTF8( full.filename() );
         const auto folder = full.parent_path().generic_u8string();
         measurement.folder = std::string( folder.begin(), folder.end() );
     }
-    std::uint32_t GetPageCount() const { return static_cast<std::uint32_t>( results.size() ); }
-    bool IsComplete() const { return gathered == results.size(); }
+    std::uint32_t GetPageCount() const { return static_cast<std::uint32_t>( pages.size() ); }
+    bool IsComplete() const { return gathered == pages.size(); }
     void CheckAbort() const;
     bool HasLackedMemory() const;
     bool HasGoodPages() const;
@@ -50,43 +48,42 @@ struct ImageMeasurer::Image
 
 void ImageMeasurer::Image::CheckAbort() const
 {
-    for ( const auto& result : results )
-        if ( result.failure && result.failure->IsUserAbort() )
-            XThrow( result.failure->number );
+    for ( const auto& page : pages )
+        if ( page.failure && page.failure->IsUserAbort() )
+            XThrow( page.failure->number );
 }
 
 bool ImageMeasurer::Image::HasLackedMemory() const
 {
     return std::ranges::any_of(
-        results,
-        []( const PageResult& inResult )
+        pages,
+        []( const PageRecord& inPage )
         {
-            return inResult.failure &&
-                ( inResult.failure->number == kErrorOutOfMemory ||
-                  inResult.failure->number == kErrorMemoryNotMapped );
+            return inPage.failure &&
+                ( inPage.failure->number == kErrorOutOfMemory ||
+                  inPage.failure->number == kErrorMemoryNotMapped );
         } );
 }
 
 bool ImageMeasurer::Image::HasGoodPages() const
 {
-    return std::ranges::any_of( results, []( const PageResult& inResult ) { return !inResult.failure; } );
+    return std::ranges::any_of( pages, []( const PageRecord& inPage ) { return !inPage.failure; } );
 }
 
 /// The failure is that of all pages that have none yet.
 void ImageMeasurer::Image::Refuse( const Failure& inFailure )
 {
-    for ( auto& result : results )
-        if ( !result.failure )
-            result.failure = inFailure;
+    for ( auto& page : pages )
+        if ( !page.failure )
+            page.failure = inFailure;
 }
 
 ImageMeasurer::ImageMeasurer(
     const ImageReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
     WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession )
-    : itsReading( inReading ), itsSettings( inSettings ), itsBackground( inBackground ), itsLimit( inLimit ),
-      itsOverlays( ioOverlays ), itsSession( ioSession )
+    : itsReading( inReading ), itsSettings( inSettings ), itsBackground( inBackground ),
+      itsOverlays( ioOverlays ), itsSession( ioSession ), itsPipeline( inLimit, ioSession.progress )
 {
-    itsQueue.Start();
 }
 
 ImageMeasurer::~ImageMeasurer() = default;
@@ -151,11 +148,10 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
     try
     {
         auto image = std::make_unique<Image>( inPath, inNumber, itsReading );
-        if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->results.size() )
+        if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->pages.size() )
             throw WImageError( "the file has changed" );
-        if ( itsOverlays )
-            for ( auto& result : image->results )
-                result.overlay.emplace();
+        for ( auto& page : image->pages )
+            page.needsOverlay = itsOverlays != nullptr;
         itsImages.push_back( std::move( image ) );
         return true;
     }
@@ -172,15 +168,14 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
 void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 {
     const auto pageCount = ioImage.GetPageCount();
-    for ( std::uint32_t page = 0; page < pageCount; ++page )
+    for ( std::uint32_t number = 0; number < pageCount; ++number )
     {
-        const auto makeJob = [&]
-        {
-            return new MeasurePageJob(
-                page, ioImage.measurement.name, ioImage.readers, itsMemory, itsMeasurementMemory, itsSettings,
-                itsSession.progress, ioImage.results[page] );
-        };
-        Attach( makeJob, page + 1, ioProgress ); // After the last page the image may be gone.
+        auto& page = ioImage.pages[number];
+        const auto run = [&, this]( XProgress& ioSteps )
+        { itsTask.Measure( page, ioImage.reader, ioSteps ); };
+        const auto complete = [&page]( std::uint32_t ) { page.isDone = true; };
+        // After the last page the image may be gone.
+        Submit( { ioImage.measurement.name, number, run, complete }, page, number + 1, ioProgress );
     }
 }
 
@@ -189,30 +184,32 @@ void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 void ImageMeasurer::MeasureWithBackground( Image& ioImage, XProgress& ioProgress )
 {
     itsLastBackground = {};
-    KeepPages( ioImage, ioProgress );
+    LoadPages( ioImage, ioProgress );
     ioImage.CheckAbort();
     // Else the background would depend on the memory that the machine has.
     if ( ioImage.HasLackedMemory() )
         ioImage.Refuse( { "not measured: the background is incomplete" } );
     if ( ioImage.HasGoodPages() )
         ComputeBackground( ioImage );
-    MeasureKeptPages( ioImage, ioProgress );
+    MeasureLoadedPages( ioImage, ioProgress );
 }
 
-void ImageMeasurer::KeepPages( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::LoadPages( Image& ioImage, XProgress& ioProgress )
 {
     const auto pageCount = ioImage.GetPageCount();
-    ioImage.keptPages.resize( pageCount );
     ioImage.background = std::make_unique<StackBackground>( itsBackground, pageCount, itsMemory );
-    for ( std::uint32_t page = 0; page < pageCount; ++page )
+    for ( std::uint32_t number = 0; number < pageCount; ++number )
     {
-        const auto makeJob = [&]
+        auto& page = ioImage.pages[number];
+        const auto run = [&, this]( XProgress& ioSteps )
+        { itsTask.Load( page, ioImage.reader, *ioImage.background, ioSteps ); };
+        const auto complete = [&]( std::uint32_t inResultCode )
         {
-            return new LoadPageJob(
-                page, ioImage.measurement.name, ioImage.readers, itsMemory, *ioImage.background,
-                ioImage.keptPages[page], itsSession.progress, ioImage.results[page] );
+            ioImage.background->HasEnded( page.number );
+            if ( inResultCode != 0 )
+                page.samples.Drop();
         };
-        Attach( makeJob, page + 1, ioProgress );
+        Submit( { ioImage.measurement.name, number, run, complete }, page, number + 1, ioProgress );
     }
     WaitForJobs( &ioProgress, pageCount );
 }
@@ -236,54 +233,54 @@ void ImageMeasurer::ComputeBackground( Image& ioImage )
 }
 
 /// Backwards: where memory is short, the pages that were read last are those that are still in memory.
-void ImageMeasurer::MeasureKeptPages( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::MeasureLoadedPages( Image& ioImage, XProgress& ioProgress )
 {
     const auto pageCount = ioImage.GetPageCount();
-    for ( auto page = pageCount; page-- > 0; )
+    for ( auto number = pageCount; number-- > 0; )
     {
-        auto& result = ioImage.results[page];
-        if ( result.failure )
+        auto& page = ioImage.pages[number];
+        if ( page.failure )
         {
-            result.isDone = true;
+            page.isDone = true;
             continue;
         }
-        const auto makeJob = [&]
+        const auto run = [&, this]( XProgress& ioSteps )
+        { itsTask.MeasureLoaded( page, *ioImage.background, ioSteps ); };
+        const auto complete = [&page]( std::uint32_t )
         {
-            return new MeasureCachedPageJob(
-                page, ioImage.measurement.name, itsMemory, *ioImage.background, ioImage.keptPages[page],
-                itsMeasurementMemory, itsSettings, itsSession.progress, result );
+            page.samples.Drop();
+            page.isDone = true;
         };
-        Attach( makeJob, 2 * USize{ pageCount } - page, ioProgress );
+        const auto submitted = 2 * USize{ pageCount } - number;
+        Submit( { ioImage.measurement.name, number, run, complete }, page, submitted, ioProgress );
     }
 }
 
 // ---- Jobs
 
-/// `inAttached`: the jobs of the image, this one included.
-template<class MakeJob>
-void ImageMeasurer::Attach( MakeJob inMakeJob, USize inAttached, XProgress& ioProgress )
+/// `inSubmitted`: the jobs of the image, this one included.
+void ImageMeasurer::Submit( PageWork inWork, PageRecord& ioPage, USize inSubmitted, XProgress& ioProgress )
 {
-    itsLimit.WaitForTurn( itsQueue );
-    itsQueue.AttachJob( inMakeJob() );
-    ShowPages( inAttached, ioProgress );
+    itsPipeline.Submit( std::move( inWork ), ioPage.failure );
+    ShowPages( inSubmitted, ioProgress );
     Gather();
 }
 
 /// Jobs of the image that have ended, but for those of images before it.
-void ImageMeasurer::ShowPages( USize inAttached, XProgress& ioProgress ) const
+void ImageMeasurer::ShowPages( USize inSubmitted, XProgress& ioProgress ) const
 {
-    const auto weight = itsQueue.GetCurrentJobWeight();
-    ioProgress.SetProgress( static_cast<double>( inAttached - std::min( inAttached, weight ) ) );
+    const auto unfinished = itsPipeline.GetUnfinishedCount();
+    ioProgress.SetProgress( static_cast<double>( inSubmitted - std::min( inSubmitted, unfinished ) ) );
     ioProgress.YieldAndCheckAbort();
 }
 
-void ImageMeasurer::WaitForJobs( XProgress* ioProgress, USize inAttached )
+void ImageMeasurer::WaitForJobs( XProgress* ioProgress, USize inSubmitted )
 {
-    for ( auto left = itsQueue.GetCurrentJobWeight(); left > 0; --left )
+    for ( auto left = itsPipeline.GetUnfinishedCount(); left > 0; --left )
     {
-        WorkerLimit::WaitForFewerJobs( itsQueue, left );
+        itsPipeline.WaitForFewerThan( left );
         if ( ioProgress )
-            ShowPages( inAttached, *ioProgress );
+            ShowPages( inSubmitted, *ioProgress );
         Gather();
     }
     Gather();
@@ -295,7 +292,7 @@ void ImageMeasurer::Gather()
     while ( !itsImages.empty() )
     {
         auto& image = *itsImages.front();
-        while ( !image.IsComplete() && image.results[image.gathered].isDone )
+        while ( !image.IsComplete() && image.pages[image.gathered].isDone )
             GatherPage( image );
         if ( !image.IsComplete() )
             return;
@@ -306,31 +303,31 @@ void ImageMeasurer::Gather()
 
 void ImageMeasurer::GatherPage( Image& ioImage )
 {
-    auto& result = ioImage.results[ioImage.gathered];
-    if ( result.failure && result.failure->IsUserAbort() )
-        XThrow( result.failure->number );
-    if ( result.failure != ioImage.failure )
+    auto& page = ioImage.pages[ioImage.gathered];
+    if ( page.failure && page.failure->IsUserAbort() )
+        XThrow( page.failure->number );
+    if ( page.failure != ioImage.failure )
     {
         ReportPages( ioImage );
-        ioImage.failure = result.failure;
+        ioImage.failure = page.failure;
         ioImage.firstFailed = ioImage.gathered;
     }
-    ioImage.measured += result.failure ? 0 : 1;
-    if ( itsOverlays && !result.failure )
-        DrawOverlay( ioImage, result );
-    itsObjectCount += result.measurement.GetObjectCount();
-    ioImage.measurement.pages.push_back( std::move( result.measurement ) );
+    ioImage.measured += page.failure ? 0 : 1;
+    if ( itsOverlays && !page.failure )
+        DrawOverlay( ioImage, page );
+    itsObjectCount += page.measurement.GetObjectCount();
+    ioImage.measurement.pages.push_back( std::move( page.measurement ) );
     ++ioImage.gathered;
 }
 
 /// The numbers of a page's objects follow those of all pages before, as their IDs in the table do.
-void ImageMeasurer::DrawOverlay( Image& ioImage, PageResult& ioResult )
+void ImageMeasurer::DrawOverlay( Image& ioImage, PageRecord& ioPage )
 {
-    auto job = itsOverlays->MakeJob(
-        ioImage.number, ioImage.gathered, std::move( *ioResult.overlay ), itsObjectCount + 1, itsMemory,
-        itsSession.progress );
-    itsLimit.WaitForTurn( itsQueue );
-    itsQueue.AttachJob( job.release() );
+    auto& output = itsOverlays->GetPage( ioImage.number, ioPage.number );
+    const auto overlay = std::make_shared<CachedOverlay>( std::move( *ioPage.overlay ) );
+    const auto run = [this, overlay, &output, first = itsObjectCount + 1]( XProgress& ioSteps )
+    { itsTask.DrawOverlay( *overlay, first, output.file, ioSteps ); };
+    itsPipeline.Submit( { ioImage.path, ioPage.number, run }, output.failure );
 }
 
 /// Pages in a row that failed alike are told of together.
@@ -347,12 +344,12 @@ void ImageMeasurer::ReportPages( const Image& inImage )
 /// What was not taken as the file has it. The size of its pixels is told of once, for all images are likely to be alike.
 void ImageMeasurer::ReportReading( Image& ioImage )
 {
-    if ( const auto skipped = ioImage.readers.GetSkippedCount(); skipped > 0 )
+    if ( const auto skipped = ioImage.reader.GetSkippedCount(); skipped > 0 )
         itsSession.ReportFact(
             ioImage.path + ": left out " + std::to_string( skipped ) + ( skipped == 1 ? " page" : " pages" ) +
             " of reduced resolution or with a mask" );
 
-    const auto size = ioImage.readers.GetIgnoredPixelSize();
+    const auto size = ioImage.reader.GetIgnoredPixelSize();
     if ( size == 0 )
         return;
     auto text = ioImage.path + ": areas left out: a resolution of ";

@@ -4,8 +4,8 @@
 #include "Imaging/ImageReader.h"
 #include "Imaging/MeasurementTable.h"
 #include "Measuring/OverlayFiles.h"
-#include "Measuring/PageJob.h"
-#include "Measuring/StackBackground.h"
+#include "Measuring/PagePipeline.h"
+#include "Measuring/PageTask.h"
 #include "Support/WorkerLimit.h"
 
 #include <deque>
@@ -53,7 +53,6 @@ private:
     const ImageReadSettings itsReading;
     const MeasureSettings itsSettings;
     const BackgroundKind itsBackground;
-    const WorkerLimit itsLimit;
     OverlayFiles* const itsOverlays; ///< Null: none.
     Session& itsSession;
     bool itsHasFailures = false;
@@ -63,8 +62,9 @@ private:
     PageMemory itsMemory;
     MeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
+    const PageTask itsTask{ itsSettings, itsMemory, itsMeasurementMemory };
     std::deque<std::unique_ptr<Image>> itsImages; ///< Those that are not complete.
-    XJobQueue itsQueue;                           ///< Destroyed, with its jobs, before what they use.
+    PagePipeline itsPipeline;                     ///< Destroyed, with its jobs, before what they use.
 
     bool HasBackground() const { return itsBackground != BackgroundKind::kNone; }
     void MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast );
@@ -72,16 +72,15 @@ private:
     bool OpenImage( const std::string& inPath, USize inNumber );
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
     void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );
-    void KeepPages( Image& ioImage, XProgress& ioProgress );
+    void LoadPages( Image& ioImage, XProgress& ioProgress );
     void ComputeBackground( Image& ioImage );
-    void MeasureKeptPages( Image& ioImage, XProgress& ioProgress );
-    template<class MakeJob>
-    void Attach( MakeJob inMakeJob, USize inAttached, XProgress& ioProgress );
-    void ShowPages( USize inAttached, XProgress& ioProgress ) const;
-    void WaitForJobs( XProgress* ioProgress = nullptr, USize inAttached = 0 );
+    void MeasureLoadedPages( Image& ioImage, XProgress& ioProgress );
+    void Submit( PageWork inWork, PageRecord& ioPage, USize inSubmitted, XProgress& ioProgress );
+    void ShowPages( USize inSubmitted, XProgress& ioProgress ) const;
+    void WaitForJobs( XProgress* ioProgress = nullptr, USize inSubmitted = 0 );
     void Gather();
     void GatherPage( Image& ioImage );
-    void DrawOverlay( Image& ioImage, PageResult& ioResult );
+    void DrawOverlay( Image& ioImage, PageRecord& ioPage );
     void ReportPages( const Image& inImage );
     void ReportReading( Image& ioImage );
     void Finish( Image& ioImage );

@@ -2,7 +2,6 @@
 
 #include "Core/Strings/Internal/XTextScan.h"
 #include "Ground/XFail.h"
-#include "Measuring/OverlayJob.h"
 #include "Support/FilePaths.h"
 #include "Support/WrongUsage.h"
 
@@ -62,36 +61,24 @@ std::string OverlayFiles::TakeName( const std::string& inStart )
 void OverlayFiles::AddImage( const std::string& inImage, std::uint32_t inPageCount )
 {
     auto& image = itsImages.emplace_back();
-    image.path = inImage;
     for ( std::uint32_t page = 0; page < inPageCount; ++page )
     {
-        auto& name = image.pages.emplace_back().file.name;
+        auto& name = image.emplace_back().file.name;
         name = MakeName( inImage, page, inPageCount );
         CheckOutputFiles( { name } );
     }
-}
-
-std::unique_ptr<PageJob> OverlayFiles::MakeJob(
-    std::size_t inImage, std::uint32_t inPage, CachedOverlay inOverlay, std::uint64_t inFirstNumber,
-    PageMemory& ioMemory, ProgressDisplay& ioDisplay )
-{
-    auto& image = itsImages[inImage];
-    auto& page = image.pages[inPage];
-    return std::make_unique<OverlayJob>(
-        inPage, image.path, std::move( inOverlay ), inFirstNumber, ioMemory, ioDisplay, page.file,
-        page.result );
 }
 
 std::string OverlayFiles::GetFailure() const
 {
     std::string text;
     for ( const auto& image : itsImages )
-        for ( const auto& [file, result] : image.pages )
+        for ( const auto& [file, failure] : image )
         {
-            if ( result.failure && result.failure->IsUserAbort() )
-                XThrow( result.failure->number );
-            if ( result.failure && text.empty() )
-                text = result.failure->text;
+            if ( failure && failure->IsUserAbort() )
+                XThrow( failure->number );
+            if ( failure && text.empty() )
+                text = failure->text;
         }
     return text;
 }
@@ -100,7 +87,7 @@ std::vector<CompleteFile> OverlayFiles::TakeFiles()
 {
     std::vector<CompleteFile> files;
     for ( auto& image : itsImages )
-        for ( auto& page : image.pages )
+        for ( auto& page : image )
             if ( page.file.file )
                 files.push_back( std::move( page.file ) );
     itsImages.clear();

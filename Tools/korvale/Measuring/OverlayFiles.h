@@ -1,13 +1,12 @@
 #pragma once
 
 #include "Files/WFilePath.h"
-#include "Measuring/CachedOverlay.h"
-#include "Measuring/PageJob.h"
 #include "Outputs/OutputFiles.h"
+#include "Support/Failure.h"
 
 #include <deque>
 #include <map>
-#include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -28,13 +27,17 @@ public:
     void AddImage( const std::string& inImage, std::uint32_t inPageCount );
 
     /// The pages that an image was added with; images are counted from 0.
-    std::size_t GetPageCount( std::size_t inImage ) const { return itsImages[inImage].pages.size(); }
+    std::size_t GetPageCount( std::size_t inImage ) const { return itsImages[inImage].size(); }
 
-    /// A job that draws a page, its objects numbered from there on. All that is referred to outlives the job, and so do
-    /// these files.
-    std::unique_ptr<PageJob> MakeJob(
-        std::size_t inImage, std::uint32_t inPage, CachedOverlay inOverlay, std::uint64_t inFirstNumber,
-        PageMemory& ioMemory, ProgressDisplay& ioDisplay );
+    /// The overlay of one page.
+    struct Page
+    {
+        CompleteFile file; ///< Its name first; the job that draws it adds the rest.
+        std::optional<Failure> failure;
+    };
+
+    /// Images and pages are counted from 0. The page stays where it is until the files are taken.
+    Page& GetPage( std::size_t inImage, std::uint32_t inPage ) { return itsImages[inImage][inPage]; }
 
     /// What went wrong first, when all jobs have ended; empty: nothing. Throws the user's abort (1001).
     std::string GetFailure() const;
@@ -43,16 +46,7 @@ public:
     std::vector<CompleteFile> TakeFiles();
 
 private:
-    struct Page
-    {
-        CompleteFile file;
-        PageResult result;
-    };
-    struct Image
-    {
-        std::string path;
-        std::deque<Page> pages;
-    };
+    using Image = std::deque<Page>;
 
     const std::string itsName;
     const bool itsHasSeveralImages;

@@ -1,7 +1,7 @@
 #include "Tables/OrderedRowWriter.h"
 
 #include "Jobs/XChunks.h"
-#include "Jobs/XJob.h"
+#include "Jobs/XFunctionJob.h"
 #include "Threads/XStopThreadException.h"
 
 #include <atomic>
@@ -17,24 +17,15 @@ struct Piece
     std::atomic<bool> isDone = false;
 };
 
-/// Makes the text of one piece.
-class TextJob : public XJob
+/// A job that makes the text of one piece.
+XJob* MakeTextJob(
+    const MakeRowsText& inMakeText, std::uint64_t inFirst, std::uint64_t inEnd, Piece& outPiece )
 {
-public:
-    TextJob( const MakeRowsText& inMakeText, std::uint64_t inFirst, std::uint64_t inEnd, Piece& outPiece )
-        : itsMakeText( inMakeText ), itsFirst( inFirst ), itsEnd( inEnd ), itsPiece( outPiece )
-    {
-    }
-
-    bool CanCompleteInJobThread() override { return true; }
-    bool ShouldSendCompletedMessage() override { return false; }
-
-protected:
-    void RunJobSelf() override
+    const auto make = [&, inFirst, inEnd]
     {
         try
         {
-            itsPiece.text = itsMakeText( itsFirst, itsEnd );
+            outPiece.text = inMakeText( inFirst, inEnd );
         }
         catch ( const XStopThreadException& )
         {
@@ -42,18 +33,12 @@ protected:
         }
         catch ( ... )
         {
-            itsPiece.failure = std::current_exception();
+            outPiece.failure = std::current_exception();
         }
-    }
-
-    void JobCompleteSelf( std::uint32_t ) override { itsPiece.isDone = true; }
-
-private:
-    const MakeRowsText& itsMakeText;
-    const std::uint64_t itsFirst;
-    const std::uint64_t itsEnd;
-    Piece& itsPiece;
-};
+    };
+    const auto finish = [&outPiece]( std::uint32_t ) { outPiece.isDone = true; };
+    return new XFunctionJob( make, finish, XFunctionJob::kUnannounced );
+}
 } // namespace
 
 void WriteRowsInOrder(
@@ -75,7 +60,7 @@ void WriteRowsInOrder(
     const auto attach = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
         inLimit.WaitForTurn( queue );
-        queue.AttachJob( new TextJob( inMakeText, inFirst, inEnd, pieces.emplace_back() ) );
+        queue.AttachJob( MakeTextJob( inMakeText, inFirst, inEnd, pieces.emplace_back() ) );
         writeDone();
     };
     ForEachChunk( inRowCount, kTableRowsAtOnce, attach );

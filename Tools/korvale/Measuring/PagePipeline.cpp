@@ -1,0 +1,59 @@
+#include "Measuring/PagePipeline.h"
+
+#include "Jobs/XProgress.h"
+#include "Terminal/ProgressDisplay.h"
+#include "Terminal/TerminalProgressStrategy.h"
+#include "Threads/XStopThreadException.h"
+
+#include <memory>
+#include <utility>
+
+namespace
+{
+constexpr std::uint64_t kSteps = 2;
+
+void RunWork( const PageWork& inWork )
+{
+    XProgress progress( kSteps, XProgress::kProgressSteps, kProgressDelayMs );
+    progress.SetMessage(
+        "page " + std::to_string( inWork.page ) + " of " + XString::FromUTF8( inWork.image ) );
+    inWork.run( progress );
+}
+
+void RunAndKeepFailure( const PageWork& inWork, std::optional<Failure>& outFailure )
+{
+    try
+    {
+        RunWork( inWork );
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... )
+    {
+        // Short enough to take no memory, for there may be none to describe that.
+        outFailure = Failure{ "out of memory", kErrorOutOfMemory };
+        outFailure = DescribeCurrentException();
+        throw;
+    }
+}
+} // namespace
+
+PagePipeline::PagePipeline( WorkerLimit inLimit, ProgressDisplay& ioDisplay )
+    : itsLimit( inLimit ), itsDisplay( ioDisplay )
+{
+    itsQueue.Start();
+}
+
+void PagePipeline::Submit( PageWork inWork, std::optional<Failure>& outFailure )
+{
+    itsLimit.WaitForTurn( itsQueue );
+    const auto strategy = std::make_shared<TerminalProgressStrategy>( itsDisplay, false );
+    const auto complete = inWork.complete;
+    auto job = std::make_unique<XFunctionJob>(
+        [strategy, &outFailure, work = std::move( inWork )] { RunAndKeepFailure( work, outFailure ); },
+        complete, XFunctionJob::kUnannounced );
+    job->SetProgressStrategy( strategy.get() );
+    itsQueue.AttachJob( job.release() );
+}

@@ -1,0 +1,65 @@
+#include "Measuring/PageTask.h"
+
+#include "Jobs/XProgress.h"
+#include "Plots/Overlay.h"
+
+PageTask::PageTask(
+    const MeasureSettings& inSettings, PageMemory& ioPages, MeasurementMemory& ioMeasurements )
+    : itsSettings( inSettings ), itsPages( ioPages ), itsMeasurements( ioMeasurements )
+{
+}
+
+void PageTask::Load(
+    PageRecord& ioPage, ImageReader& ioReader, StackBackground& ioBackground, XProgress& ioProgress ) const
+{
+    ioPage.samples.Read( ioReader, ioPage.number, itsPages );
+    ioProgress.Increment();
+    ioBackground.Add( ioPage.number, ioPage.samples );
+}
+
+void PageTask::Measure( PageRecord& ioPage, ImageReader& ioReader, XProgress& ioProgress ) const
+{
+    const auto allocate = [&]( std::uint64_t inBytes ) { return itsPages.Allocate( inBytes ); };
+    auto samples = ioReader.ReadPage( ioPage.number, allocate );
+    ioProgress.Increment();
+    MeasureSamples( ioPage, std::move( samples ) );
+}
+
+void PageTask::MeasureLoaded(
+    PageRecord& ioPage, const StackBackground& inBackground, XProgress& ioProgress ) const
+{
+    auto samples = ioPage.samples.Lock( itsPages, kLockForReadWrite );
+    inBackground.SubtractFrom( samples );
+    ioProgress.Increment();
+    MeasureSamples( ioPage, std::move( samples ) );
+}
+
+void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const
+{
+    auto objects = FindPageObjects( inSamples, itsSettings );
+    auto measurement = MeasureObjects( inSamples, objects );
+    std::optional<OverlaySketch> sketch;
+    if ( ioPage.needsOverlay )
+        sketch = SketchOverlay( inSamples, itsSettings, std::move( objects ) );
+    if ( !ioPage.samples.IsEmpty() )
+        ioPage.samples.CheckIntact(); // While they are locked.
+    inSamples = {};                   // Others may be waiting for its memory.
+    if ( sketch )
+        ioPage.overlay.emplace().Keep( std::move( *sketch ), itsPages );
+    itsMeasurements.Keep( measurement );
+    ioPage.measurement = std::move( measurement );
+}
+
+void PageTask::DrawOverlay(
+    CachedOverlay& ioOverlay, std::uint64_t inFirstNumber, CompleteFile& ioFile, XProgress& ioProgress ) const
+{
+    const auto write = [&]( WFile& ioOutput )
+    {
+        auto sketch = ioOverlay.Take( itsPages );
+        sketch.SetNumbers( inFirstNumber );
+        ioProgress.Increment();
+        const auto bytes = ::DrawOverlay( sketch );
+        ioOutput.WriteAt( 0, bytes.data(), bytes.size() );
+    };
+    ioFile = WriteCompleteFile( { ioFile.name, write } );
+}

@@ -1,0 +1,21 @@
+#include "Jobs/XFunctionJob.h"
+
+#include <utility>
+
+XFunctionJob::XFunctionJob( Body inBody, Completed inCompleted, Completion inCompletion )
+    : itsBody( std::move( inBody ) ), itsCompleted( std::move( inCompleted ) ), itsCompletion( inCompletion )
+{
+}
+
+XFunctionJob::~XFunctionJob() = default;
+
+void XFunctionJob::RunJobSelf()
+{
+    itsBody();
+}
+
+void XFunctionJob::JobCompleteSelf( std::uint32_t inResultCode )
+{
+    if ( itsCompleted )
+        itsCompleted( inResultCode );
+}
