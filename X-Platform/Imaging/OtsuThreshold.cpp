@@ -114,6 +114,7 @@ std::uint64_t FindBestLevel( const Levels& inLevels )
 Levels ListLevels( const std::vector<std::uint64_t>& inCounts )
 {
     Levels levels;
+    levels.reserve( inCounts.size() - static_cast<std::size_t>( std::ranges::count( inCounts, 0u ) ) );
     for ( std::size_t level = 0; level < inCounts.size(); ++level )
         if ( inCounts[level] != 0 )
             levels.push_back( { level, inCounts[level] } );

@@ -3,11 +3,13 @@
 #include "Core/Errors/XException.h"
 #include "Core/Strings/XByteCount.h"
 #include "Ground/XErrorNumbers.h"
+#include "Imaging/Internal/SpareBuffers.h"
 #include "Memory/XMemoryManager.h"
 #include "Threads/XLock.h"
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -83,30 +85,46 @@ bool PageMemory::HasRoom( std::uint64_t inBytes ) const
     return itsPassing == 0 || itsPassing + itsLasting + inBytes <= XMemoryManager::GetManager()->GetBudget();
 }
 
-/// Bytes that are locked while it lives: a handle's, or its own.
+/// Bytes that are locked while it lives: a handle's, or a buffer's, which is kept for others then.
 class PageMemory::Held
 {
 public:
     Held( PageMemory& ioMemory, XMemoryHandle& ioHandle, XLockMode inMode )
-        : itsShare( ioMemory, ioHandle.GetDataSize(), false ), itsHandle( ioHandle ),
-          itsLock( ioHandle, inMode )
+        : itsMemory( ioMemory ), itsShare( ioMemory, ioHandle.GetDataSize(), false ), itsHandle( ioHandle ),
+          itsLock( std::in_place, ioHandle, inMode )
     {
     }
 
     Held( PageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
-        : itsShare( ioMemory, inBytes, inIsLasting ), itsOwnHandle( inBytes ), itsHandle( itsOwnHandle ),
-          itsLock( itsOwnHandle, kLockForWrite )
+        : itsMemory( ioMemory ), itsShare( ioMemory, inBytes, inIsLasting ),
+          itsBuffer( ioMemory.itsSpareBuffers->Take( inBytes ) ), itsHandle( *itsBuffer ),
+          itsLock( std::in_place, itsHandle, kLockForWrite )
     {
     }
+
+    ~Held()
+    {
+        itsLock.reset();
+        if ( itsBuffer )
+            itsMemory.itsSpareBuffers->Keep( std::move( itsBuffer ) );
+    }
+
+    Held( const Held& ) = delete;
+    Held& operator=( const Held& ) = delete;
 
     std::byte* GetBytes() const { return static_cast<std::byte*>( itsHandle.GetData() ); }
 
 private:
-    const Share itsShare;
-    XMemoryHandle itsOwnHandle;
+    PageMemory& itsMemory;
+    const Share itsShare; // returned last
+    SpareBuffers::Buffer itsBuffer;
     XMemoryHandle& itsHandle;
-    const XLock itsLock;
+    std::optional<XLock> itsLock;
 };
+
+PageMemory::PageMemory() : itsSpareBuffers( std::make_unique<SpareBuffers>() ) {}
+
+PageMemory::~PageMemory() = default;
 
 /// What `inMakeHeld` returns as samples that keep it.
 template<class MakeHeld>

@@ -5,9 +5,14 @@
 #include "Threads/XConditionVariable.h"
 #include "WPlatform.h"
 
+#include <memory>
+
+class SpareBuffers;
+
 /// The memory of the manager's budget in which pages are worked on. What is locked cannot be purged, so the jobs of
 /// several workers might lock more than the budget holds: here those who would go beyond it wait until others are done.
-/// Who is alone does not wait, and is refused what is too much.
+/// Who is alone does not wait, and is refused what is too much. What is given back is kept for a while, in a sixteenth of
+/// the budget at most, for pages of the same size.
 ///
 /// Samples that come from here must not outlive this object. A thread that waits must not have any that another may be
 /// waiting for: at most those that last.
@@ -16,10 +21,15 @@
 class KORVALE_IMAGING_API PageMemory
 {
 public:
-    /// Fresh bytes for a moment: they are given back when the samples go.
+    PageMemory();
+    PageMemory( const PageMemory& ) = delete;
+    PageMemory& operator=( const PageMemory& ) = delete;
+    ~PageMemory();
+
+    /// Bytes for a moment, undefined at first: they are given back when the samples go.
     WImagePage::Samples Allocate( std::uint64_t inBytes );
 
-    /// Fresh bytes that stay while many pages come and go, each of which has that much less room.
+    /// Bytes, undefined at first, that stay while many pages come and go, each of which has that much less room.
     WImagePage::Samples AllocateLasting( std::uint64_t inBytes );
 
     /// The bytes of a handle, which is locked until the samples go; it outlives them.
@@ -29,6 +39,7 @@ private:
     class Share;
     class Held;
 
+    const std::unique_ptr<SpareBuffers> itsSpareBuffers;
     XMutex itsMutex;
     XConditionVariable itsShareReturned;
     std::uint64_t itsPassing = 0; ///< Bytes that are held for a moment. Guarded by the mutex.
