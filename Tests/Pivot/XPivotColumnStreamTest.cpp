@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 #include "Pivot/Columns/Internal/XPivotTextPool.h"
-#include "Pivot/Rows/Internal/XPivotRuns.h"
+#include "Pivot/Rows/Internal/XPivotRunBlocks.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -235,6 +235,75 @@ TEST( XPivotRuns, AreTheSameOnEveryProcessor )
                 found |= std::uint64_t{ 1 } << row;
         EXPECT_EQ( found, bits );
     }
+}
+
+/// Moves runs of values that tell their rows into a stream and back, and compares both with what moves row by row.
+template<std::size_t kValueSize>
+void ExpectRunsMove( const XPivotRunBlockLoops& inLoops, const XVector<std::uint8_t>& inExists )
+{
+    const std::size_t size = inExists.size();
+    XBytes values( size * kValueSize ), expected( size * kValueSize, 0xDD );
+    XMemStream rowByRow;
+    for ( std::size_t row = 0, end = 0; row < size; ++row )
+    {
+        auto* const value = values.data() + row * kValueSize;
+        std::fill_n( value, kValueSize, static_cast<std::uint8_t>( row % 251 ) );
+        if ( !inExists[row] )
+            continue;
+        if ( row >= end )
+        {
+            for ( end = row; end < size && inExists[end]; ++end )
+                ;
+            rowByRow.Write32( static_cast<std::uint32_t>( end - row ) );
+            rowByRow.Write32( static_cast<std::uint32_t>( row ) );
+        }
+        rowByRow.WriteBuffer8( value, kValueSize );
+        std::copy_n( value, kValueSize, expected.data() + row * kValueSize );
+    }
+    rowByRow.Write32( 0 );
+
+    XMemStream stream;
+    stream.Write8( 0 ); // Streams without anything written yet lend no room.
+    inLoops.write( stream, inExists, values.data() );
+    XBytes written = BytesOf( stream );
+    written.erase( written.begin() );
+    ASSERT_EQ( written, BytesOf( rowByRow ) );
+
+    const XBytes defaultValue( kValueSize, 0xDD );
+    XBytes read( values.size(), 0x11 );
+    stream.SeekTo( 1 );
+    EXPECT_FALSE( inLoops.read( stream, inExists, defaultValue.data(), read.data() ) );
+    EXPECT_EQ( read, expected );
+    EXPECT_TRUE( stream.IsAtEOF() );
+    for ( std::size_t row = 0; row < size; row += 61 ) // flags that the stream does not have
+    {
+        XVector<std::uint8_t> other = inExists;
+        other[row] ^= 1;
+        stream.SeekTo( 1 );
+        EXPECT_TRUE( inLoops.read( stream, other, defaultValue.data(), read.data() ) ) << row;
+    }
+}
+
+template<std::size_t kValueSize>
+void ExpectRunsMove( const XVector<std::uint8_t>& inExists )
+{
+    ExpectRunsMove<kValueSize>( XGetPivotRunBlockLoops<kValueSize>(), inExists );
+    ExpectRunsMove<kValueSize>( XGetPortablePivotRunBlockLoops<kValueSize>(), inExists );
+}
+
+TEST( XPivotRuns, AreMovedAsOneByOne )
+{
+    std::mt19937_64 random( 10 );
+    for ( const std::size_t size : { 0u, 1u, 63u, 64u, 65u, 127u, 128u, 129u, 192u, 256u, 1000u, 4000u } )
+        for ( const unsigned percent : { 0u, 3u, 50u, 90u, 99u, 100u } )
+        {
+            XVector<std::uint8_t> exists( size );
+            for ( auto& flag : exists )
+                flag = random() % 100 < percent;
+            ExpectRunsMove<4>( exists );
+            ExpectRunsMove<8>( exists );
+            ExpectRunsMove<16>( exists );
+        }
 }
 
 TEST( XPivotStringColumn, StoresEqualTextsOnce )

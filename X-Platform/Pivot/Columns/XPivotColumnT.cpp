@@ -294,8 +294,8 @@ void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
         if ( inStream.GetByteOrder() == kPlatformByteOrder )
         {
             itsColumnData.resize( GetExistsVector().size(), itsDefaultValue );
-            const auto refused = XReadPivotRunBlocks(
-                inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data(), sizeof( T ) );
+            const auto refused = XGetPivotRunBlockLoops<sizeof( T )>().read(
+                inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data() );
             if ( refused )
                 RefuseRun( inStream, *refused, inOptions );
             return;
@@ -314,7 +314,8 @@ void XPivotColumnT<T>::WriteStream2( XStream& inStream, XOptions inOptions ) con
     if constexpr ( kIsPivotBlockValue<T> )
     {
         if ( inStream.GetByteOrder() == kPlatformByteOrder )
-            return XWritePivotRunBlocks( inStream, GetExistsVector(), itsColumnData.data(), sizeof( T ) );
+            return XGetPivotRunBlockLoops<sizeof( T )>().write(
+                inStream, GetExistsVector(), itsColumnData.data() );
     }
     WriteRuns( inStream );
 }

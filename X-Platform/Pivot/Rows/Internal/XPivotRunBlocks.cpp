@@ -3,8 +3,15 @@
 #include "Core/Streams/XStream.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
-#include <utility>
+#include <span>
+
+// Most runs are short, so what a run costs decides. The flags of 64 rows make a word, and the runs that lie in one word
+// are moved without looking at what is left of the column or of the stream's buffer: that is asked once for the word.
+// More is copied than the run where that saves a decision. Runs that go on from word to word are moved one by one, and
+// what is too long or lies at an end goes through calls of the stream, out of line. Those get and return what they need
+// by value: an object whose address is taken is kept in memory.
 
 namespace
 {
@@ -31,182 +38,378 @@ struct XRunHead
     bool operator==( const XRunHead& ) const = default;
 };
 
-/// Runs are copied in steps of this size, mostly in one: a step takes no decisions. What it copies past the
-/// run is written over next, be it in the stream's buffer or in a column, as long as there is that much room.
-constexpr std::size_t kStep = 128;
-
-constexpr std::size_t kLongRun = 4 * 1024; // bytes from which on steps gain nothing
-
-void CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )
+/// Bytes or room that a stream lends.
+template<class T>
+struct XLent
 {
-    for ( std::size_t i = 0; i < inCount; i += kStep )
-        std::memcpy( outBytes + i, inBytes + i, kStep );
-}
+    T* begin;
+    T* next; // behind what has been used
+    T* end;
 
-/// Puts a default value into the rows between runs.
-class XGapFiller
-{
-public:
-    XGapFiller( const void* inDefault, std::size_t inValueSize )
+    explicit XLent( std::span<T> inSpan )
+        : begin( inSpan.data() ), next( begin ), end( begin + inSpan.size() )
     {
-        for ( std::size_t i = 0; i < kGapStep; i += inValueSize )
-            std::memcpy( itsDefaults + i, inDefault, inValueSize );
     }
-
-    /// May write past the gap, which is not empty, but not past the column.
-    void Fill( std::uint8_t* outGap, const std::uint8_t* inGapEnd, const std::uint8_t* inColumnEnd ) const
-    {
-        do
-        {
-            const std::size_t room = static_cast<std::size_t>( inColumnEnd - outGap );
-            if ( room < kGapStep )
-            {
-                std::memcpy( outGap, itsDefaults, room );
-                return;
-            }
-            std::memcpy( outGap, itsDefaults, kGapStep );
-            outGap += kGapStep;
-        } while ( outGap < inGapEnd );
-    }
-
-private:
-    static constexpr std::size_t kGapStep = 32; // whole values of every type
-
-    std::uint8_t itsDefaults[kGapStep];
+    std::size_t GetUsed() const { return static_cast<std::size_t>( next - begin ); }
+    std::size_t GetLeft() const { return static_cast<std::size_t>( end - next ); }
 };
 
-/// Writes runs into the room that the stream lends, and past it by calls of the stream.
+/// Bytes that are copied at once, whatever they lie in.
+template<std::size_t kSize>
+struct XPieceOf
+{
+    using XType [[gnu::vector_size( kSize ), gnu::aligned( 1 ), gnu::may_alias]] = std::uint64_t;
+};
+
+constexpr std::size_t kPortableStep = 128;
+constexpr std::size_t kVectorStep = 192;
+constexpr std::size_t kLongRun = 4 * 1024; // bytes from which on steps gain nothing
+
+/// Copies a run in steps, mostly in one: a step takes no decisions. What it copies past the run is written over next, be
+/// it in the stream's buffer or in a column, as long as there is that much room.
+template<std::size_t kStep>
+[[gnu::always_inline]] inline void
+CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )
+{
+    using XPiece = typename XPieceOf<kStep == kVectorStep ? 32 : 16>::XType;
+    for ( std::size_t i = 0; i < inCount; i += kStep )
+#pragma GCC unroll 8
+        for ( std::size_t j = i; j < i + kStep; j += sizeof( XPiece ) )
+            *reinterpret_cast<XPiece*>( outBytes + j ) = *reinterpret_cast<const XPiece*>( inBytes + j );
+}
+
+constexpr std::size_t kRowsOfWord = 64;
+constexpr std::size_t kMostRunsOfWord = kRowsOfWord / 2;
+
+/// The last row from which on a word, and what a step may copy past it, lies in the column; below 0 where there is none.
+template<std::size_t kStep, std::size_t kValueSize>
+std::ptrdiff_t GetLastInnerRow( std::size_t inSize )
+{
+    return static_cast<std::ptrdiff_t>( inSize ) -
+        static_cast<std::ptrdiff_t>( kRowsOfWord + kStep / kValueSize );
+}
+
+/// Lets `ioMover` move the runs of a column in their order, until it returns false: `Move` one run, `MoveWord` those that
+/// lie in the 64 rows from one on and end before the last of them. Returns false then.
+///
+/// Where a word ends the processor guesses wrong, so the next one is packed by then.
+template<class Mover>
+[[gnu::always_inline]] inline bool MoveRuns( const XVector<std::uint8_t>& inExists, Mover& ioMover )
+{
+    constexpr std::uint64_t kAll = ~std::uint64_t( 0 );
+    constexpr std::size_t kNone = ~std::size_t( 0 );
+    const std::size_t size = inExists.size();
+    std::size_t open = kNone; // the first row of a run that goes on
+    std::uint64_t ahead = XPackPivotFlags( inExists.data(), size );
+    for ( std::size_t row = 0; row < size; row += kRowsOfWord )
+    {
+        std::uint64_t word = ahead;
+        const std::size_t next = std::min( row + kRowsOfWord, size );
+        ahead = XPackPivotFlags( inExists.data() + next, size - next );
+        if ( open == kNone && word == kAll )
+            open = row;
+        if ( word == kAll )
+            continue;
+        if ( open != kNone )
+        {
+            const auto rest = static_cast<std::size_t>( std::countr_one( word ) );
+            if ( !ioMover.Move( open, row + rest - open ) )
+                return false;
+            word &= word + 1;
+        }
+        const auto last = static_cast<std::size_t>( std::countl_one( word ) );
+        open = last > 0 ? row + kRowsOfWord - last : kNone;
+        if ( !ioMover.MoveWord( row, word & kAll >> last ) )
+            return false;
+    }
+    return open == kNone || ioMover.Move( open, size - open );
+}
+
+/// Calls `inMove( start, length )` for the runs in a word whose highest bit is 0, until that returns false.
+template<class Move>
+[[gnu::always_inline]] inline bool ForEachRunOfWord( std::uint64_t inWord, Move inMove )
+{
+    while ( inWord != 0 )
+    {
+        const auto start = static_cast<std::size_t>( std::countr_zero( inWord ) );
+        const std::uint64_t after =
+            inWord + ( inWord & ( 0 - inWord ) ); // the bit behind the run, and further runs
+        inWord &= after;
+        if ( !inMove( start, static_cast<std::size_t>( std::countr_zero( after ) ) - start ) )
+            return false;
+    }
+    return true;
+}
+
+XRunHead MakeHead( std::size_t inRow, std::size_t inLength )
+{
+    return { static_cast<std::uint32_t>( inLength ), static_cast<std::uint32_t>( inRow ) };
+}
+
+/// Returns the room behind the run.
+[[gnu::noinline]] XLent<std::uint8_t> WriteByCalls(
+    XStream& inStream, std::size_t inWritten, XRunHead inHead, const std::uint8_t* inValues,
+    std::size_t inCount )
+{
+    inStream.PassLent( inWritten );
+    inStream.WriteBuffer8( &inHead, sizeof inHead );
+    inStream.WriteBuffer8( inValues, inCount );
+    return XLent( inStream.LendRoom() );
+}
+
+template<std::size_t kStep, std::size_t kValueSize>
 class XRunWriter
 {
 public:
-    explicit XRunWriter( XStream& inStream ) : itsStream( inStream ), itsRoom( inStream.LendRoom() ) {}
-
-    /// `inReadable` bytes may be read at `inValues`, at least `inCount`.
-    void WriteRun(
-        const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount, std::size_t inReadable )
+    XRunWriter( XStream& inStream, std::size_t inSize, const void* inValues )
+        : itsStream( inStream ), itsRoom( inStream.LendRoom() ),
+          itsValues( static_cast<const std::uint8_t*>( inValues ) ),
+          itsLastInnerRow( GetLastInnerRow<kStep, kValueSize>( inSize ) )
     {
-        const std::size_t touched = sizeof inHead + inCount + kStep;
-        if ( inReadable < inCount + kStep || itsRoom.size() < touched || inCount >= kLongRun ) [[unlikely]]
-            return WriteByCalls( inHead, inValues, inCount );
-        inHead.Write( itsRoom.data() );
-        CopyInSteps( itsRoom.data() + sizeof inHead, inValues, inCount );
-        itsRoom = itsRoom.subspan( sizeof inHead + inCount );
-        itsWritten += sizeof inHead + inCount;
     }
 
-    void Finish() { itsStream.PassLent( std::exchange( itsWritten, 0 ) ); }
+    [[gnu::always_inline]] bool Move( std::size_t inRow, std::size_t inLength )
+    {
+        const std::size_t count = inLength * kValueSize;
+        const bool isInner = static_cast<std::ptrdiff_t>( inRow + inLength ) <= itsLastInnerRow;
+        if ( isInner && count < kLongRun && itsRoom.GetLeft() >= sizeof( XRunHead ) + count + kStep )
+            [[likely]]
+            MoveShort( inRow, inLength );
+        else
+            MoveByCalls( inRow, inLength );
+        return true;
+    }
+
+    [[gnu::always_inline]] bool MoveWord( std::size_t inRow, std::uint64_t inWord )
+    {
+        constexpr std::size_t kMost = kRowsOfWord * kValueSize + kMostRunsOfWord * sizeof( XRunHead ) + kStep;
+        if ( static_cast<std::ptrdiff_t>( inRow ) > itsLastInnerRow || itsRoom.GetLeft() < kMost )
+            [[unlikely]]
+            return ForEachRunOfWord(
+                inWord,
+                [&]( std::size_t inStart, std::size_t inLength )
+                {
+                    MoveByCalls( inRow + inStart, inLength );
+                    return true;
+                } );
+        return ForEachRunOfWord(
+            inWord,
+            [&]( std::size_t inStart, std::size_t inLength )
+            {
+                MoveShort( inRow + inStart, inLength );
+                return true;
+            } );
+    }
+
+    void Finish()
+    {
+        itsStream.PassLent( itsRoom.GetUsed() );
+        itsStream.Write32( 0 );
+    }
 
 private:
-    void WriteByCalls( const XRunHead& inHead, const std::uint8_t* inValues, std::size_t inCount )
+    [[gnu::always_inline]] void MoveShort( std::size_t inRow, std::size_t inLength )
     {
-        Finish();
-        itsStream.WriteBuffer8( &inHead, sizeof inHead );
-        itsStream.WriteBuffer8( inValues, inCount );
-        itsRoom = itsStream.LendRoom();
+        const std::size_t count = inLength * kValueSize;
+        MakeHead( inRow, inLength ).Write( itsRoom.next );
+        CopyInSteps<kStep>( itsRoom.next + sizeof( XRunHead ), itsValues + inRow * kValueSize, count );
+        itsRoom.next += sizeof( XRunHead ) + count;
+    }
+
+    [[gnu::always_inline]] void MoveByCalls( std::size_t inRow, std::size_t inLength )
+    {
+        itsRoom = WriteByCalls(
+            itsStream, itsRoom.GetUsed(), MakeHead( inRow, inLength ), itsValues + inRow * kValueSize,
+            inLength * kValueSize );
     }
 
     XStream& itsStream;
-    std::span<std::uint8_t> itsRoom; // what is left of it
-    std::size_t itsWritten = 0;      // before that
+    XLent<std::uint8_t> itsRoom;
+    const std::uint8_t* const itsValues;
+    const std::ptrdiff_t itsLastInnerRow;
 };
 
-/// Reads runs out of the bytes that the stream lends, and past them by calls of the stream.
+/// The length 0 stands alone and ends the runs.
+[[gnu::noinline]] XRunHead ReadHead( XStream& inStream, std::size_t inRead )
+{
+    inStream.PassLent( inRead );
+    const auto length = inStream.ReadValue<std::uint32_t>();
+    return { length, length == 0 ? 0 : inStream.ReadValue<std::uint32_t>() };
+}
+
+/// Returns the bytes behind the values.
+[[gnu::noinline]] XLent<const std::uint8_t>
+ReadByCalls( XStream& inStream, std::uint8_t* outValues, std::size_t inCount )
+{
+    inStream.ReadBuffer8( outValues, inCount );
+    return XLent( inStream.LendBytes() );
+}
+
+template<std::size_t kStep, std::size_t kValueSize>
 class XRunReader
 {
 public:
-    explicit XRunReader( XStream& inStream ) : itsStream( inStream ), itsBytes( inStream.LendBytes() ) {}
-
-    /// False when another run stands in the stream: its head was read, its values are not. `inWritable` bytes
-    /// may be written at `outValues`, at least `inCount`, which are those of the expected run.
-    bool ReadRun(
-        const XRunHead& inExpected, std::uint8_t* outValues, std::size_t inCount, std::size_t inWritable )
+    XRunReader( XStream& inStream, std::size_t inSize, const void* inDefault, void* outValues )
+        : itsStream( inStream ), itsBytes( inStream.LendBytes() ),
+          itsValues( static_cast<std::uint8_t*>( outValues ) ), itsSize( inSize ),
+          itsLastInnerRow( GetLastInnerRow<kStep, kValueSize>( inSize ) )
     {
-        const std::size_t touched = sizeof inExpected + inCount + kStep;
-        if ( inWritable < inCount + kStep || itsBytes.size() < touched || inCount >= kLongRun ||
-             XRunHead::Read( itsBytes.data() ) != inExpected ) [[unlikely]]
-            return ReadByCalls( inExpected, outValues, inCount );
-        CopyInSteps( outValues, itsBytes.data() + sizeof inExpected, inCount );
-        itsBytes = itsBytes.subspan( sizeof inExpected + inCount );
-        itsUsed += sizeof inExpected + inCount;
+        for ( std::size_t i = 0; i < kGapStep; i += kValueSize )
+            std::memcpy( itsDefaults + i, inDefault, kValueSize );
+    }
+
+    [[gnu::always_inline]] bool Move( std::size_t inRow, std::size_t inLength )
+    {
+        const std::size_t count = inLength * kValueSize;
+        const bool isInner = static_cast<std::ptrdiff_t>( inRow + inLength ) <= itsLastInnerRow;
+        if ( isInner && count < kLongRun && itsBytes.GetLeft() >= sizeof( XRunHead ) + count + kStep )
+            [[likely]]
+            return MoveShort( inRow, inLength );
+        return MoveByCalls( inRow, inLength );
+    }
+
+    [[gnu::always_inline]] bool MoveWord( std::size_t inRow, std::uint64_t inWord )
+    {
+        constexpr std::size_t kMost = kRowsOfWord * kValueSize + kMostRunsOfWord * sizeof( XRunHead ) + kStep;
+        if ( static_cast<std::ptrdiff_t>( inRow ) > itsLastInnerRow || itsBytes.GetLeft() < kMost )
+            [[unlikely]]
+            return ForEachRunOfWord(
+                inWord,
+                [&]( std::size_t inStart, std::size_t inLength )
+                { return MoveByCalls( inRow + inStart, inLength ); } );
+        return ForEachRunOfWord(
+            inWord,
+            [&]( std::size_t inStart, std::size_t inLength )
+            { return MoveShort( inRow + inStart, inLength ); } );
+    }
+
+    /// After the last run. Returns the head that is there in the place of the end, if any.
+    std::optional<XPivotRun> Finish()
+    {
+        FillGap( itsSize );
+        const XRunHead head = ReadHead( itsStream, itsBytes.GetUsed() );
+        if ( head.length == 0 )
+            return std::nullopt;
+        return XPivotRun{ head.start, head.length };
+    }
+
+    /// The run in the stream that was not the expected one.
+    XPivotRun GetOther() const { return { itsOther.start, itsOther.length }; }
+
+private:
+    static constexpr std::size_t kGapStep = 16; // whole values of every type
+
+    /// With as much room behind the gap.
+    [[gnu::always_inline]] void FillInnerGap( std::size_t inEnd )
+    {
+        for ( ; itsGap < inEnd; itsGap += kGapStep / kValueSize )
+            std::memcpy( itsValues + itsGap * kValueSize, itsDefaults, kGapStep );
+    }
+
+    void FillGap( std::size_t inEnd )
+    {
+        for ( ; itsGap < inEnd; ++itsGap )
+            std::memcpy( itsValues + itsGap * kValueSize, itsDefaults, kValueSize );
+    }
+
+    [[gnu::always_inline]] bool MoveShort( std::size_t inRow, std::size_t inLength )
+    {
+        const XRunHead head = MakeHead( inRow, inLength );
+        if ( XRunHead::Read( itsBytes.next ) != head ) [[unlikely]]
+            return MoveByCalls( inRow, inLength );
+        const std::size_t count = inLength * kValueSize;
+        FillInnerGap( inRow );
+        itsGap = inRow + inLength;
+        CopyInSteps<kStep>( itsValues + inRow * kValueSize, itsBytes.next + sizeof( XRunHead ), count );
+        itsBytes.next += sizeof( XRunHead ) + count;
         return true;
     }
 
-    /// The length 0 stands alone and ends the runs.
-    void ReadHead()
+    [[gnu::always_inline]] bool MoveByCalls( std::size_t inRow, std::size_t inLength )
     {
-        itsStream.PassLent( std::exchange( itsUsed, 0 ) );
-        itsHead = { itsStream.ReadValue<std::uint32_t>(), 0 };
-        if ( itsHead.length != 0 )
-            itsHead.start = itsStream.ReadValue<std::uint32_t>();
-    }
-    const XRunHead& GetHead() const { return itsHead; }
-
-private:
-    bool ReadByCalls( const XRunHead& inExpected, std::uint8_t* outValues, std::size_t inCount )
-    {
-        ReadHead();
-        if ( itsHead != inExpected )
+        FillGap( inRow );
+        itsGap = inRow + inLength;
+        itsOther = ReadHead( itsStream, itsBytes.GetUsed() );
+        if ( itsOther != MakeHead( inRow, inLength ) )
             return false;
-        itsStream.ReadBuffer8( outValues, inCount );
-        itsBytes = itsStream.LendBytes();
+        itsBytes = ReadByCalls( itsStream, itsValues + inRow * kValueSize, inLength * kValueSize );
         return true;
     }
 
     XStream& itsStream;
-    std::span<const std::uint8_t> itsBytes; // what is left of them
-    std::size_t itsUsed = 0;                // before that
-    XRunHead itsHead = {};                  // the last one read by calls
+    XLent<const std::uint8_t> itsBytes;
+    std::uint8_t* const itsValues;
+    const std::size_t itsSize;
+    const std::ptrdiff_t itsLastInnerRow;
+    std::size_t itsGap = 0; // the row behind the last run
+    XRunHead itsOther = {}; // read by calls
+    std::uint8_t itsDefaults[kGapStep];
 };
 
-std::size_t GetDistance( const std::uint8_t* inFirst, const std::uint8_t* inEnd )
+template<std::size_t kStep, std::size_t kValueSize>
+[[gnu::always_inline]] inline void
+WriteRuns( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues )
 {
-    return static_cast<std::size_t>( inEnd - inFirst );
+    XRunWriter<kStep, kValueSize> writer( inStream, inExists.size(), inValues );
+    MoveRuns( inExists, writer );
+    writer.Finish();
 }
+
+template<std::size_t kStep, std::size_t kValueSize>
+[[gnu::always_inline]] inline std::optional<XPivotRun>
+ReadRuns( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues )
+{
+    XRunReader<kStep, kValueSize> reader( inStream, inExists.size(), inDefault, outValues );
+    return MoveRuns( inExists, reader ) ? reader.Finish() : reader.GetOther();
+}
+
+template<std::size_t kValueSize>
+constexpr XPivotRunBlockLoops kPortableLoops = {
+    WriteRuns<kPortableStep, kValueSize>, ReadRuns<kPortableStep, kValueSize> };
+
+#if defined( __x86_64__ )
+    #define KORVALE_AVX2 __attribute__( ( target( "avx2,bmi" ) ) )
+
+template<std::size_t kValueSize>
+KORVALE_AVX2 void
+WriteRunsByVectors( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues )
+{
+    WriteRuns<kVectorStep, kValueSize>( inStream, inExists, inValues );
+}
+
+template<std::size_t kValueSize>
+KORVALE_AVX2 std::optional<XPivotRun> ReadRunsByVectors(
+    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues )
+{
+    return ReadRuns<kVectorStep, kValueSize>( inStream, inExists, inDefault, outValues );
+}
+
+template<std::size_t kValueSize>
+constexpr XPivotRunBlockLoops kVectorLoops = {
+    WriteRunsByVectors<kValueSize>, ReadRunsByVectors<kValueSize> };
+#endif
 } // namespace
 
-void XWritePivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues, std::size_t inValueSize )
+template<std::size_t kValueSize>
+const XPivotRunBlockLoops& XGetPivotRunBlockLoops()
 {
-    const std::uint8_t* values = static_cast<const std::uint8_t*>( inValues );
-    const std::uint8_t* end = values + inExists.size() * inValueSize;
-    XRunWriter writer( inStream );
-    XPivotRunFinder finder( inExists );
-    XPivotRun run;
-    while ( finder.Next( run ) )
-    {
-        const std::uint8_t* first = values + run.start * inValueSize;
-        writer.WriteRun(
-            { run.length, run.start }, first, run.length * inValueSize, GetDistance( first, end ) );
-    }
-    writer.Finish();
-    inStream.Write32( 0 );
+#if defined( __x86_64__ )
+    static const bool sHasVectors = __builtin_cpu_supports( "avx2" ) && __builtin_cpu_supports( "bmi" );
+    if ( sHasVectors )
+        return kVectorLoops<kValueSize>;
+#endif
+    return kPortableLoops<kValueSize>;
 }
 
-std::optional<XPivotRun> XReadPivotRunBlocks(
-    XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues,
-    std::size_t inValueSize )
+template<std::size_t kValueSize>
+const XPivotRunBlockLoops& XGetPortablePivotRunBlockLoops()
 {
-    std::uint8_t* values = static_cast<std::uint8_t*>( outValues );
-    const std::uint8_t* end = values + inExists.size() * inValueSize;
-    std::uint8_t* gap = values; // behind the last run
-    const XGapFiller filler( inDefault, inValueSize );
-    XRunReader reader( inStream );
-    XPivotRunFinder finder( inExists );
-    XPivotRun run;
-    while ( finder.Next( run ) )
-    {
-        std::uint8_t* first = values + run.start * inValueSize;
-        if ( gap < first )
-            filler.Fill( gap, first, end );
-        const std::size_t size = run.length * inValueSize;
-        if ( !reader.ReadRun( { run.length, run.start }, first, size, GetDistance( first, end ) ) )
-            return XPivotRun{ reader.GetHead().start, reader.GetHead().length };
-        gap = first + size;
-    }
-    if ( gap < end )
-        filler.Fill( gap, end, end );
-    reader.ReadHead();
-    if ( reader.GetHead().length == 0 )
-        return std::nullopt;
-    return XPivotRun{ reader.GetHead().start, reader.GetHead().length };
+    return kPortableLoops<kValueSize>;
 }
+
+template KORVALE_API const XPivotRunBlockLoops& XGetPivotRunBlockLoops<4>();
+template KORVALE_API const XPivotRunBlockLoops& XGetPivotRunBlockLoops<8>();
+template KORVALE_API const XPivotRunBlockLoops& XGetPivotRunBlockLoops<16>();
+template KORVALE_API const XPivotRunBlockLoops& XGetPortablePivotRunBlockLoops<4>();
+template KORVALE_API const XPivotRunBlockLoops& XGetPortablePivotRunBlockLoops<8>();
+template KORVALE_API const XPivotRunBlockLoops& XGetPortablePivotRunBlockLoops<16>();

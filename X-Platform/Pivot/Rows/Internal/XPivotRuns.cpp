@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#if defined( __x86_64__ )
-    #include <emmintrin.h>
-#endif
-
 namespace
 {
 constexpr std::uint64_t kLowestBits = 0x0101010101010101; // of each byte
@@ -19,46 +15,13 @@ std::uint64_t LoadEight( const std::uint8_t* inBytes )
         word = __builtin_bswap64( word );
     return word;
 }
-
-#if defined( __x86_64__ )
-/// Sixteen flags as bits: shifted to the top of their bytes, where the mask is taken from.
-std::uint64_t PackSixteen( const std::uint8_t* inExists )
-{
-    const __m128i flags = _mm_loadu_si128( reinterpret_cast<const __m128i*>( inExists ) );
-    return static_cast<std::uint32_t>( _mm_movemask_epi8( _mm_slli_epi16( flags, 7 ) ) );
-}
-
-std::uint64_t PackSixtyFour( const std::uint8_t* inExists )
-{
-    std::uint64_t bits = 0;
-    for ( unsigned i = 0; i < 64; i += 16 )
-        bits |= PackSixteen( inExists + i ) << i;
-    return bits;
-}
-#else
-std::uint64_t PackSixtyFour( const std::uint8_t* inExists )
-{
-    return XPackPivotFlagsPortably( inExists );
-}
-#endif
-
-/// The flags of up to 64 rows as bits, the first row lowest.
-std::uint64_t PackFlags( const std::uint8_t* inExists, std::size_t inCount )
-{
-    if ( inCount >= 64 )
-        return PackSixtyFour( inExists );
-    std::uint8_t padded[64] = {};
-    std::copy_n( inExists, inCount, padded );
-    return PackSixtyFour( padded );
-}
-
 } // namespace
 
 bool XPivotRunFinder::LoadNextWord()
 {
     if ( itsNextRow >= itsSize )
         return false;
-    itsWord = PackFlags( itsExists + itsNextRow, itsSize - itsNextRow );
+    itsWord = XPackPivotFlags( itsExists + itsNextRow, itsSize - itsNextRow );
     itsWordRow = itsNextRow;
     itsNextRow += kRowsPerWord;
     return true;
@@ -72,6 +35,13 @@ std::uint64_t XPackPivotFlagsPortably( const std::uint8_t* inExists )
     for ( unsigned i = 0; i < 64; i += 8 )
         bits |= ( LoadEight( inExists + i ) & kLowestBits ) * kGather >> 56 << i;
     return bits;
+}
+
+std::uint64_t XPackFewPivotFlags( const std::uint8_t* inExists, std::size_t inCount )
+{
+    std::uint8_t padded[64] = {};
+    std::copy_n( inExists, inCount, padded );
+    return XPackPivotFlags( padded, 64 );
 }
 
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes )

@@ -4,6 +4,10 @@
 
 #include <bit>
 
+#if defined( __x86_64__ )
+    #include <emmintrin.h>
+#endif
+
 /// Consecutive present rows. Internal.
 struct XPivotRun
 {
@@ -59,6 +63,32 @@ inline bool XPivotRunFinder::Next( XPivotRun& outRun )
 
 /// 64 flags as bits, the first one lowest, by what every processor has.
 KORVALE_API std::uint64_t XPackPivotFlagsPortably( const std::uint8_t* inExists );
+
+/// Fewer than 64 flags, as XPackPivotFlags.
+std::uint64_t XPackFewPivotFlags( const std::uint8_t* inExists, std::size_t inCount );
+
+#if defined( __x86_64__ )
+/// Sixteen flags as bits: shifted to the top of their bytes, where the mask is taken from.
+inline std::uint64_t XPackSixteenPivotFlags( const std::uint8_t* inExists )
+{
+    const __m128i flags = _mm_loadu_si128( reinterpret_cast<const __m128i*>( inExists ) );
+    return static_cast<std::uint32_t>( _mm_movemask_epi8( _mm_slli_epi16( flags, 7 ) ) );
+}
+#endif
+
+/// The first 64 of so many flags as bits, the first one lowest; zeros for those that there are not.
+[[gnu::always_inline]] inline std::uint64_t
+XPackPivotFlags( const std::uint8_t* inExists, std::size_t inCount )
+{
+    if ( inCount < 64 ) [[unlikely]]
+        return XPackFewPivotFlags( inExists, inCount );
+#if defined( __x86_64__ )
+    return XPackSixteenPivotFlags( inExists ) | XPackSixteenPivotFlags( inExists + 16 ) << 16 |
+        XPackSixteenPivotFlags( inExists + 32 ) << 32 | XPackSixteenPivotFlags( inExists + 48 ) << 48;
+#else
+    return XPackPivotFlagsPortably( inExists );
+#endif
+}
 
 /// True when all bytes are 0 or 1.
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes );
