@@ -1,14 +1,14 @@
 // Finding and measuring objects: the labelling beside OpenCV's, on planes of round objects and of noise; and the whole
 // command, from a file of 64 pages to a CSV file, beside itself with one worker and a script on scikit-image.
 
-#include "Imaging/ConnectedComponents.h"
+#include "Imaging/XConnectedComponents.h"
 #include "Program/Program.h"
 #include "Startup/WInitCore.h"
 
 #include "Images/WImageFile.h"
-#include "Imaging/OtsuThreshold.h"
-#include "Imaging/SyntheticStack.h"
-#include "Imaging/TIFFWriter.h"
+#include "Imaging/XOtsuThreshold.h"
+#include "Imaging/XSyntheticStack.h"
+#include "Imaging/XTIFFWriter.h"
 #include "Threads/XThread.h"
 
 #include <benchmark/benchmark.h>
@@ -37,9 +37,9 @@ enum Plane
     kDenseNoise   ///< Every second pixel.
 };
 
-SampleSettings GetSettings()
+XSyntheticStackSettings GetSettings()
 {
-    SampleSettings settings;
+    XSyntheticStackSettings settings;
     settings.planes = kPages;
     settings.width = settings.height = kSide;
     settings.objects = 200;
@@ -48,7 +48,7 @@ SampleSettings GetSettings()
 
 WImagePage MakePlane( int inPlane )
 {
-    auto page = SyntheticStack( GetSettings() ).DrawPlane();
+    auto page = XSyntheticStack( GetSettings() ).DrawPlane();
     if ( inPlane == kObjects )
         return page;
     std::mt19937 random( 1 );
@@ -62,7 +62,7 @@ WImagePage MakePlane( int inPlane )
 WImagePage MakeMask( int inPlane )
 {
     const auto plane = MakePlane( inPlane );
-    const auto threshold = GetOtsuThreshold( plane, 0 );
+    const auto threshold = XGetOtsuThreshold( plane, 0 );
     WImagePage mask;
     mask.width = mask.height = kSide;
     mask.channels = 1;
@@ -79,17 +79,17 @@ void LabelOurs( benchmark::State& ioState )
 {
     const auto mask = MakeMask( static_cast<int>( ioState.range( 0 ) ) );
     for ( auto _ : ioState )
-        benchmark::DoNotOptimize( FindObjects( mask, 0, 0, Connectivity::kEdgesAndCorners ).shapes.size() );
+        benchmark::DoNotOptimize( XFindObjects( mask, 0, 0, XConnectivity::kEdgesAndCorners ).shapes.size() );
 }
 
 /// From the samples themselves: the threshold is applied on the way.
 void LabelOursFromSamples( benchmark::State& ioState )
 {
     const auto plane = MakePlane( static_cast<int>( ioState.range( 0 ) ) );
-    const auto threshold = GetOtsuThreshold( plane, 0 );
+    const auto threshold = XGetOtsuThreshold( plane, 0 );
     for ( auto _ : ioState )
         benchmark::DoNotOptimize(
-            FindObjects( plane, 0, threshold, Connectivity::kEdgesAndCorners ).shapes.size() );
+            XFindObjects( plane, 0, threshold, XConnectivity::kEdgesAndCorners ).shapes.size() );
 }
 
 void LabelOpenCV( benchmark::State& ioState )
@@ -118,8 +118,8 @@ public:
     {
         std::filesystem::create_directories( itsFolder );
         WFile file( GetStack(), WFile::kCreate );
-        TIFFWriter writer( file );
-        SyntheticStack stack( GetSettings() );
+        XTIFFWriter writer( file );
+        XSyntheticStack stack( GetSettings() );
         for ( std::uint32_t page = 0; page < kPages; ++page )
             writer.WritePage( stack.DrawPlane() );
     }

@@ -11,21 +11,21 @@ try
     if ( inCount != 4 )
         throw std::runtime_error( "usage: measure_image IMAGE TABLE OVERLAY.png" );
     WInitCore core;
-    MeasureSettings settings; // Otsu's threshold on the first channel of each page
+    XMeasureSettings settings; // Otsu's threshold on the first channel of each page
     settings.objects.leastPixels = 20;
-    std::vector<ImageMeasurement> images( 1 );
+    std::vector<XImageMeasurement> images( 1 );
     images[0].name = inArguments[1];
-    ImageReader reader( inArguments[1] );
+    XImageReader reader( inArguments[1] );
     for ( std::uint32_t number = 0; number < reader.GetPageCount(); ++number )
     {
         const auto page = reader.ReadPage( number );
-        const auto objects = FindPageObjects( page, settings );
-        images[0].pages.push_back( MeasureObjects( page, objects ) );
+        const auto objects = XFindPageObjects( page, settings );
+        images[0].pages.push_back( XMeasureObjects( page, objects ) );
         if ( number == 0 )
             std::ofstream( inArguments[3], std::ios::binary )
-                << DrawOverlay( SketchOverlay( page, settings, objects ) );
+                << XDrawOverlay( XSketchOverlay( page, settings, objects ) );
     }
-    const auto table = MakeMeasurementTable( images, settings );
+    const auto table = XMakeMeasurementTable( images, settings );
     XFileStream file( inArguments[2], WFile::kCreate );
     file.WriteStreamInfo();
     file.WriteObject( table );

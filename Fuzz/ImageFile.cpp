@@ -7,7 +7,7 @@
 #include "Core/Errors/XException.h"
 #include "Files/WFile.h"
 #include "Images/WTIFFBlockReader.h"
-#include "Imaging/Internal/ImagePlanes.h"
+#include "Imaging/Internal/XImagePlanes.h"
 #include "Startup/WInitCore.h"
 #include "Time/WClock.h"
 
@@ -37,7 +37,7 @@ void WriteFile( const std::uint8_t* inData, std::size_t inSize )
 void ReadPages()
 {
     const auto file = WImageFile::Open( GetPath() );
-    ImagePlanes::Parse( file->GetDescriptions(), file->GetLayout() );
+    XImagePlanes::Parse( file->GetDescriptions(), file->GetLayout() );
     const std::uint32_t pages = std::min( file->GetPageCount(), kMostPages );
     for ( std::uint32_t page = 0; page < pages; ++page )
     {

@@ -1,9 +1,9 @@
 #include "Images/WImageFile.h"
 
 #include "Imaging/HandmadeTIFF.h"
-#include "Imaging/TIFFWriter.h"
 #include "Imaging/TestImages.h"
 #include "Imaging/TestPages.h"
+#include "Imaging/XTIFFWriter.h"
 #include "TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -17,11 +17,11 @@ protected:
     TestFolder itsFolder;
 
     std::filesystem::path WriteTIFF(
-        const std::vector<const WImagePage*>& inPages, TIFFWriter::Format inFormat = TIFFWriter::kClassic )
+        const std::vector<const WImagePage*>& inPages, XTIFFWriter::Format inFormat = XTIFFWriter::kClassic )
     {
         const auto path = itsFolder / "image.tif";
         WFile file( path, WFile::kCreate );
-        TIFFWriter writer( file, inFormat );
+        XTIFFWriter writer( file, inFormat );
         for ( const auto* page : inPages )
             writer.WritePage( *page );
         return path;
@@ -190,7 +190,7 @@ TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
     second.pixelHeight = 0.5;
     auto third = MakePage( 5, MakeNoise<float>( random, 5 * 5, 100000 ) );
     third.pixelWidth = third.pixelHeight = 0.0001; // of an electron microscope
-    for ( const auto format : { TIFFWriter::kClassic, TIFFWriter::kBig } )
+    for ( const auto format : { XTIFFWriter::kClassic, XTIFFWriter::kBig } )
     {
         const auto file = WImageFile::Open( WriteTIFF( { &first, &second, &third }, format ) );
         ASSERT_EQ( file->GetPageCount(), 3u );
@@ -203,7 +203,7 @@ TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
         ExpectSame( page, second );
         EXPECT_EQ( page.pixelWidth, 0.25 );
         EXPECT_EQ( page.pixelHeight, 0.5 );
-        EXPECT_EQ( itsFolder.Read( "image.tif" )[2], format == TIFFWriter::kBig ? '+' : '*' );
+        EXPECT_EQ( itsFolder.Read( "image.tif" )[2], format == XTIFFWriter::kBig ? '+' : '*' );
     }
 }
 
@@ -213,12 +213,12 @@ TEST_F( ImageFile, IsClassicUnlessTheSizeForbidsIt )
     form.width = form.height = 2048;
     form.channels = 1;
     form.type = WImageFormat::kUInt16;
-    EXPECT_EQ( TIFFWriter::GetFormat( form, 511 ), TIFFWriter::kClassic );
-    EXPECT_EQ( TIFFWriter::GetFormat( form, 512 ), TIFFWriter::kBig );
+    EXPECT_EQ( XTIFFWriter::GetFormat( form, 511 ), XTIFFWriter::kClassic );
+    EXPECT_EQ( XTIFFWriter::GetFormat( form, 512 ), XTIFFWriter::kBig );
     form.channels = 20000; // The values of such a directory take more room than one plane.
     form.width = form.height = 1;
-    EXPECT_EQ( TIFFWriter::GetFormat( form, 26000 ), TIFFWriter::kClassic );
-    EXPECT_EQ( TIFFWriter::GetFormat( form, 27000 ), TIFFWriter::kBig );
+    EXPECT_EQ( XTIFFWriter::GetFormat( form, 26000 ), XTIFFWriter::kClassic );
+    EXPECT_EQ( XTIFFWriter::GetFormat( form, 27000 ), XTIFFWriter::kBig );
 }
 
 TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )

@@ -1,7 +1,7 @@
 #include "Core/Times/XTimer.h"
-#include "Imaging/BackgroundAccumulator.h"
-#include "Imaging/TIFFWriter.h"
 #include "Imaging/TestPages.h"
+#include "Imaging/XBackgroundAccumulator.h"
+#include "Imaging/XTIFFWriter.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
 #include "Program/MemoryBudget.h"
@@ -45,7 +45,7 @@ protected:
         const auto path = itsFolder / inName;
         std::filesystem::create_directories( path.parent_path() );
         WFile file( path, WFile::kCreate );
-        TIFFWriter writer( file );
+        XTIFFWriter writer( file );
         for ( const auto& page : inPages )
             writer.WritePage( page );
         return Name( inName );
@@ -166,10 +166,10 @@ TEST_F( Background, IsWhatThePlainDefinitionSays )
 TEST_F( Background, SumsMorePagesThanFitInto32Bits )
 {
     const auto page = MakePage<std::uint16_t>( 2, { 65535, 1 } );
-    PageMemory memory;
+    XPageMemory memory;
     for ( const auto pages : { 65537u, 65538u, 200001u } )
     {
-        const auto sums = BackgroundAccumulator::Make( BackgroundKind::kMean, page, pages, memory );
+        const auto sums = XBackgroundAccumulator::Make( XBackgroundKind::kMean, page, pages, memory );
         for ( std::uint32_t i = 0; i < pages; ++i )
             sums->Add( page, 0, 2 );
         auto background = MakePage<std::uint16_t>( 2, { 0, 0 } );
@@ -225,7 +225,7 @@ TEST_F( Background, WaitsForMemoryThatOthersHaveLocked )
     const MemoryBudget budget( 4 * kUnit );
     Listener listener;
     XMemoryManager::GetManager()->AddListener( &listener );
-    PageMemory memory;
+    XPageMemory memory;
     auto held = memory.Allocate( 3 * kUnit );
     std::atomic<bool> isAsking = false;
     std::thread other(

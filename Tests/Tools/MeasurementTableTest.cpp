@@ -1,4 +1,4 @@
-#include "Imaging/MeasurementTable.h"
+#include "Imaging/XMeasurementTable.h"
 #include "Measuring/MeasurementSummary.h"
 
 #include "Imaging/TestPages.h"
@@ -15,12 +15,12 @@ namespace
 /// Two images of one name; both pages of each hold one object with one inside it, and one without.
 XPivotTable MeasureTwoImages()
 {
-    MeasureSettings settings;
+    XMeasureSettings settings;
     settings.objects.threshold = 0;
     settings.inside = { 0, 5, 1 };
-    const auto page = MeasurePage( MakePage<std::uint8_t>( 5, { 1, 9, 1, 0, 1 } ), settings );
-    std::vector images( 2, ImageMeasurement{ "a.tif", { page, page } } );
-    return MakeMeasurementTable( images, settings );
+    const auto page = XMeasurePage( MakePage<std::uint8_t>( 5, { 1, 9, 1, 0, 1 } ), settings );
+    std::vector images( 2, XImageMeasurement{ "a.tif", { page, page } } );
+    return XMakeMeasurementTable( images, settings );
 }
 
 template<class Column>
@@ -61,23 +61,23 @@ TEST( MeasurementTable, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime )
 
 /// Pages of different objects are kept, purged and brought back, in a budget that has room for them or has none; each
 /// gets its own back, and what was in use before is in use again.
-TEST( MeasurementMemory, BringsBackTheObjectsOfEveryPage )
+TEST( XMeasurementMemory, BringsBackTheObjectsOfEveryPage )
 {
     auto& manager = *XMemoryManager::GetManager();
     const auto budget = manager.GetBudget();
     const auto inUse = manager.GetBytesInUse();
-    MeasureSettings settings;
+    XMeasureSettings settings;
     settings.objects.threshold = 0;
     settings.inside = { 0, 5, 1 };
     const auto makePage = [&]( std::uint8_t inValue ) {
-        return MeasurePage( MakePage<std::uint8_t>( 5, { 1, inValue, 1, 0, inValue } ), settings );
+        return XMeasurePage( MakePage<std::uint8_t>( 5, { 1, inValue, 1, 0, inValue } ), settings );
     };
     for ( const auto size : { budget, inUse } )
     {
         manager.SetBudget( size );
-        PageMemory pages;
-        MeasurementMemory memory( pages );
-        std::vector<ImageMeasurement> plain{ { "a.tif", {} } }, kept = plain;
+        XPageMemory pages;
+        XMeasurementMemory memory( pages );
+        std::vector<XImageMeasurement> plain{ { "a.tif", {} } }, kept = plain;
         for ( std::uint8_t value = 6; value < 16; ++value )
         {
             plain[0].pages.push_back( makePage( value ) );
@@ -87,9 +87,9 @@ TEST( MeasurementMemory, BringsBackTheObjectsOfEveryPage )
         }
         EXPECT_EQ( kept[0].GetObjectCount(), plain[0].GetObjectCount() );
         manager.FreeMemory( manager.GetBytesInUse() );
-        const auto table = MakeMeasurementTable( kept, settings, &memory );
+        const auto table = XMakeMeasurementTable( kept, settings, &memory );
         EXPECT_EQ( manager.GetBytesInUse() > inUse, size == budget ); // The table counts, if there is room.
-        const auto expected = MakeMeasurementTable( plain, settings );
+        const auto expected = XMakeMeasurementTable( plain, settings );
         for ( std::uint32_t column = 0; column < expected.GetNumColumns(); ++column )
             EXPECT_EQ(
                 table.GetColumn( column ).GetStringVector(), expected.GetColumn( column ).GetStringVector() );
@@ -100,14 +100,14 @@ TEST( MeasurementMemory, BringsBackTheObjectsOfEveryPage )
 
 TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObjects )
 {
-    MeasureSettings settings;
+    XMeasureSettings settings;
     settings.objects.threshold = -10;
     settings.inside = { 0, -6, 1 };
-    const auto dark = MeasurePage( MakePage<float>( 4, { -5, -9, -20, -7 } ), settings );
-    const auto bright = MeasurePage( MakePage<float>( 1, { 9 } ), settings );
-    std::vector<ImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };
+    const auto dark = XMeasurePage( MakePage<float>( 4, { -5, -9, -20, -7 } ), settings );
+    const auto bright = XMeasurePage( MakePage<float>( 1, { 9 } ), settings );
+    std::vector<XImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };
     std::ostringstream out;
-    PrintSummary( images, MakeMeasurementTable( images, settings ), 0, out );
+    PrintSummary( images, XMakeMeasurementTable( images, settings ), 0, out );
     std::istringstream lines( out.str() );
     std::vector<std::string> maxima;
     for ( std::string line; std::getline( lines, line ); )

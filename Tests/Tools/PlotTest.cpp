@@ -3,7 +3,7 @@
 #include "Pivot/Columns/XPivotFloatColumn.h"
 #include "Pivot/Columns/XPivotStringColumn.h"
 #include "Pivot/Columns/XPivotUInt32Column.h"
-#include "Plots/PlotData.h"
+#include "Plots/XPlotData.h"
 #include "Tables/TableFile.h"
 
 #include <algorithm>
@@ -45,7 +45,8 @@ protected:
     /// The groups as "name:count", with the rows left out at the end.
     std::string ListGroups( bool inIsLogarithmic = false )
     {
-        const auto data = ReadPlotData( itsTable.GetNumRows(), { { itsAreas, inIsLogarithmic } }, &itsNames );
+        const auto data =
+            XReadPlotData( itsTable.GetNumRows(), { { itsAreas, inIsLogarithmic } }, &itsNames );
         std::string list;
         for ( const auto& group : data.groups )
             list += group.name + ":" + std::to_string( group.count ) + " ";
@@ -90,7 +91,7 @@ TEST_F( Plot, OrdersGroupsByTheirNumbers )
     }
     std::string names;
     for ( const auto& group :
-          ReadPlotData( itsTable.GetNumRows(), { { numbers, false } }, &itsAreas ).groups )
+          XReadPlotData( itsTable.GetNumRows(), { { numbers, false } }, &itsAreas ).groups )
         names += group.name + " ";
     EXPECT_EQ( names, "NaN 1 3 20 " );
 }

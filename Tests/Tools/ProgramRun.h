@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/TIFFWriter.h"
+#include "Imaging/XTIFFWriter.h"
 #include "Program/Program.h"
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
@@ -31,7 +31,7 @@ protected:
     std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )
     {
         WFile file( itsFolder / inName, WFile::kCreate );
-        TIFFWriter writer( file );
+        XTIFFWriter writer( file );
         for ( const auto* page : inPages )
             writer.WritePage( *page );
         return Name( inName );

@@ -1,7 +1,7 @@
 #include "Core/Strings/XUTF8Text.h"
-#include "Imaging/TIFFWriter.h"
 #include "Imaging/TestImages.h"
 #include "Imaging/TestPages.h"
+#include "Imaging/XTIFFWriter.h"
 #include "Outputs/OutputFiles.h"
 #include "Pivot/XPivotText.h"
 #include "ProgramRun.h"
@@ -87,7 +87,7 @@ TEST_F( Program, HelpFitsTheTerminal )
         ASSERT_EQ( *command ? Run( { command, "--help" } ) : Run( { "--help" } ), 0 );
         std::istringstream help( itsOut.str() );
         for ( std::string line; std::getline( help, line ); )
-            EXPECT_LE( CountCharacters( line ), kWidth ) << command << ": " << line;
+            EXPECT_LE( XCountCharacters( line ), kWidth ) << command << ": " << line;
     }
 }
 
@@ -240,7 +240,7 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
     EXPECT_EQ( pivot( "name" ), "Name,Count\n\\u{3A9}.png,1\n\\u{4E2D}.png,1\n\u00E9.png,1\n" );
     for ( const auto& name : { omega, std::string( "\\u{3A9}.png" ) } )
         EXPECT_EQ( Run( { "filter", Name( "t" ), "--where", "name = " + name, "--csv", Name( "f" ) } ), 0 );
-    EXPECT_EQ( FromFileName( "\\u{3A9} \\u" ).GetStringView(), "\\u{5C}u{3A9} \\u" );
+    EXPECT_EQ( XPivotText::FromFileName( "\\u{3A9} \\u" ).GetStringView(), "\\u{5C}u{3A9} \\u" );
 }
 
 TEST_F( Program, ChecksItsOutputsBeforeItMeasures )

@@ -12,7 +12,7 @@ constexpr std::uint64_t kTableRowsAtOnce = 512;
 /// Processes the indices from 0 up to `inCount` in chunks: calls `inWork( first, end )` for each. Between chunks the
 /// thread's progress moves on, and an abort throws 1001.
 template<class Work>
-void ForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork )
+void XForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork )
 {
     XProgress progress( inCount );
     for ( std::uint64_t first = 0; first < inCount; )
@@ -25,12 +25,12 @@ void ForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork
     }
 }
 
-/// Processes the rows of a page in chunks of about kPixelsAtOnce pixels, as ForEachChunk does: calls `inWork( row )`.
+/// Processes the rows of a page in chunks of about kPixelsAtOnce pixels, as XForEachChunk does: calls `inWork( row )`.
 template<class Work>
-void ForEachRow( std::uint32_t inHeight, std::uint32_t inWidth, Work inWork )
+void XForEachRow( std::uint32_t inHeight, std::uint32_t inWidth, Work inWork )
 {
     const auto rowsAtOnce = std::max<std::uint64_t>( kPixelsAtOnce / std::max( inWidth, 1u ), 1 );
-    ForEachChunk(
+    XForEachChunk(
         inHeight, rowsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )
         {

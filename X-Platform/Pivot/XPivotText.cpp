@@ -4,17 +4,17 @@
 
 #include <algorithm>
 
-std::string ToUTF8( const XString& inText )
+std::string XPivotText::ToUTF8( const XString& inText )
 {
     return WCodePage::Windows1252ToUTF8( inText.GetStringView() );
 }
 
-XString FromUTF8( const std::string& inText )
+XString XPivotText::FromUTF8( const std::string& inText )
 {
     return WCodePage::UTF8ToWindows1252Escaped( inText );
 }
 
-XString FromFileName( const std::string& inName )
+XString XPivotText::FromFileName( const std::string& inName )
 {
     constexpr std::string_view kEscape = "\\u{", kBackslash = "\\u{5C}";
     auto name = inName;
@@ -26,7 +26,7 @@ XString FromFileName( const std::string& inName )
     return FromUTF8( name );
 }
 
-std::string ToUTF8Line( const XString& inText )
+std::string XPivotText::ToUTF8Line( const XString& inText )
 {
     auto text = ToUTF8( inText );
     std::ranges::replace_if(

@@ -91,9 +91,9 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
 
 TEST_F( DamagedPage, IsNoPartOfABackground )
 {
-    ImageReader readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
-    PageMemory memory;
-    StackBackground background( BackgroundKind::kMean, 2, memory );
+    XImageReader readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
+    XPageMemory memory;
+    StackBackground background( XBackgroundKind::kMean, 2, memory );
     for ( const std::uint32_t number : { 0u, 1u } )
     {
         CachedPage page;
@@ -112,8 +112,8 @@ TEST_F( DamagedPage, IsNoPartOfABackground )
 
 TEST_F( DamagedPage, AndItsOverlayIsNotDrawn )
 {
-    PageMemory memory;
-    OverlaySketch sketch;
+    XPageMemory memory;
+    XOverlaySketch sketch;
     sketch.picture.levels.resize( 100'000 );
     CachedOverlay overlay;
     overlay.Keep( std::move( sketch ), memory );

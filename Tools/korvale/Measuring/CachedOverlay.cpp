@@ -8,7 +8,7 @@ namespace
 {
 /// Calls `inAction( part )` for each vector that takes up memory.
 template<class Action>
-void ForEachPart( OverlaySketch& ioSketch, Action inAction )
+void ForEachPart( XOverlaySketch& ioSketch, Action inAction )
 {
     inAction( ioSketch.picture.levels );
     for ( auto& objects : ioSketch.objects )
@@ -26,7 +26,7 @@ std::size_t CountBytes( const std::vector<T>& inPart )
 }
 } // namespace
 
-void CachedOverlay::Keep( OverlaySketch inSketch, PageMemory& ioMemory )
+void CachedOverlay::Keep( XOverlaySketch inSketch, XPageMemory& ioMemory )
 {
     itsSketch = std::move( inSketch );
     std::size_t size = 0;
@@ -45,7 +45,7 @@ void CachedOverlay::Keep( OverlaySketch inSketch, PageMemory& ioMemory )
     ForEachPart( itsSketch, keepPart );
 }
 
-OverlaySketch CachedOverlay::Take( PageMemory& ioMemory )
+XOverlaySketch CachedOverlay::Take( XPageMemory& ioMemory )
 {
     {
         const auto bytes = ioMemory.Lock( itsBytes, kLockForRead );

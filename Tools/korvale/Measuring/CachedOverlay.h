@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Imaging/PageMemory.h"
+#include "Imaging/XPageMemory.h"
 #include "Memory/XMappedFileMemoryHandle.h"
-#include "Plots/OverlaySketch.h"
+#include "Plots/XOverlaySketch.h"
 
 #include <vector>
 
@@ -13,13 +13,13 @@ class CachedOverlay
 {
 public:
     /// The thread holds none of the working memory, here and in `Take`.
-    void Keep( OverlaySketch inSketch, PageMemory& ioMemory );
+    void Keep( XOverlaySketch inSketch, XPageMemory& ioMemory );
 
     /// Gives it up. Throws 1020 if it was lost on its way to the disk or back.
-    OverlaySketch Take( PageMemory& ioMemory );
+    XOverlaySketch Take( XPageMemory& ioMemory );
 
 private:
-    OverlaySketch itsSketch; ///< Without the parts that take up memory.
+    XOverlaySketch itsSketch; ///< Without the parts that take up memory.
     std::vector<std::size_t> itsPartSizes;
     XMappedFileMemoryHandle itsBytes;
 };

@@ -1,6 +1,6 @@
 #include "Measuring/CachedPage.h"
 
-void CachedPage::Read( ImageReader& ioReaders, std::uint32_t inPage, PageMemory& ioMemory )
+void CachedPage::Read( XImageReader& ioReaders, std::uint32_t inPage, XPageMemory& ioMemory )
 {
     const auto allocate = [&]( std::uint64_t inBytes )
     {
@@ -10,7 +10,7 @@ void CachedPage::Read( ImageReader& ioReaders, std::uint32_t inPage, PageMemory&
     itsForm = ioReaders.ReadPage( inPage, allocate );
 }
 
-WImagePage CachedPage::Lock( PageMemory& ioMemory, XLockMode inMode )
+WImagePage CachedPage::Lock( XPageMemory& ioMemory, XLockMode inMode )
 {
     WImagePage page{ itsForm, {} };
     page.samples = ioMemory.Lock( itsSamples, inMode );

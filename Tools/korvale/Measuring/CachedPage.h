@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Imaging/ImageReader.h"
-#include "Imaging/PageMemory.h"
+#include "Imaging/XImageReader.h"
+#include "Imaging/XPageMemory.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 
 /// A page that is read once and used several times. Between the uses its samples may be purged: they come back when
@@ -11,7 +11,7 @@ class CachedPage
 {
 public:
     /// Reads the page of that number.
-    void Read( ImageReader& ioReaders, std::uint32_t inPage, PageMemory& ioMemory );
+    void Read( XImageReader& ioReaders, std::uint32_t inPage, XPageMemory& ioMemory );
 
     bool IsEmpty() const { return itsForm.width == 0; }
 
@@ -19,7 +19,7 @@ public:
     const WImageFormat& GetForm() const { return itsForm; }
 
     /// The page, whose samples are locked until it goes.
-    WImagePage Lock( PageMemory& ioMemory, XLockMode inMode );
+    WImagePage Lock( XPageMemory& ioMemory, XLockMode inMode );
 
     /// Throws 1020 if samples were lost on their way to the disk or back. To be asked after they have been used, while they
     /// are locked.

@@ -17,8 +17,8 @@ struct ImageMeasurer::Image
 {
     std::string path; ///< As the user gave it.
     USize number;     ///< Among all images.
-    ImageReader reader;
-    ImageMeasurement measurement;
+    XImageReader reader;
+    XImageMeasurement measurement;
     std::deque<PageRecord> pages;
     std::unique_ptr<StackBackground> background; ///< Null without.
     std::uint32_t gathered = 0;                  ///< Pages whose results have been taken, in order.
@@ -27,7 +27,7 @@ struct ImageMeasurer::Image
     std::uint32_t firstFailed = 0;
     XTimer timer;
 
-    Image( const std::string& inPath, USize inNumber, const ImageReadSettings& inReading )
+    Image( const std::string& inPath, USize inNumber, const XImageReadSettings& inReading )
         : path( inPath ), number( inNumber ), reader( PathFromUTF8( inPath ), inReading ),
           pages( reader.GetPageCount() )
     {
@@ -79,7 +79,7 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
 }
 
 ImageMeasurer::ImageMeasurer(
-    const ImageReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
+    const XImageReadSettings& inReading, const XMeasureSettings& inSettings, XBackgroundKind inBackground,
     WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession )
     : itsReading( inReading ), itsSettings( inSettings ), itsBackground( inBackground ),
       itsOverlays( ioOverlays ), itsSession( ioSession ), itsPipeline( inLimit, ioSession.progress )
@@ -88,7 +88,7 @@ ImageMeasurer::ImageMeasurer(
 
 ImageMeasurer::~ImageMeasurer() = default;
 
-std::vector<ImageMeasurement> ImageMeasurer::Measure( const std::vector<std::string>& inImages )
+std::vector<XImageMeasurement> ImageMeasurer::Measure( const std::vector<std::string>& inImages )
 {
     if ( itsOverlays )
         PlanOverlays( inImages );
@@ -115,7 +115,7 @@ void ImageMeasurer::PlanOverlays( const std::vector<std::string>& inImages )
         std::uint32_t pageCount = 1;
         try
         {
-            pageCount = ImageReader( PathFromUTF8( image ), itsReading ).GetPageCount();
+            pageCount = XImageReader( PathFromUTF8( image ), itsReading ).GetPageCount();
         }
         catch ( const std::exception& )
         {
@@ -229,7 +229,7 @@ void ImageMeasurer::ComputeBackground( Image& ioImage )
     }
     itsSession.Note(
         ioImage.path + ": background of " + std::to_string( ioImage.background->GetAddedCount() ) +
-        " pages, " + FormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
+        " pages, " + XFormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
 }
 
 /// Backwards: where memory is short, the pages that were read last are those that are still in memory.
@@ -353,7 +353,7 @@ void ImageMeasurer::ReportReading( Image& ioImage )
     if ( size == 0 )
         return;
     auto text = ioImage.path + ": areas left out: a resolution of ";
-    AppendNumber( text, std::round( size * 100 ) / 100 );
+    XAppendNumber( text, std::round( size * 100 ) / 100 );
     text += " \u00B5m a pixel is that of a screen or of paper (--pixel-size gives another)";
     if ( itsHasReportedPixelSize )
         itsSession.Note( text );
@@ -370,7 +370,7 @@ void ImageMeasurer::Finish( Image& ioImage )
         ioImage.path + ": " + std::to_string( ioImage.measured ) + " of " +
         std::to_string( ioImage.gathered ) + " pages, " +
         std::to_string( ioImage.measurement.GetObjectCount() ) + " objects, " +
-        FormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
+        XFormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
     if ( ioImage.background )
         itsLastBackground = ioImage.background->TakePage();
     if ( ioImage.measured > 0 )

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Core/Times/XTimer.h"
-#include "Imaging/ImageReader.h"
-#include "Imaging/MeasurementTable.h"
+#include "Imaging/XImageReader.h"
+#include "Imaging/XMeasurementTable.h"
 #include "Measuring/OverlayFiles.h"
 #include "Measuring/PagePipeline.h"
 #include "Measuring/PageTask.h"
@@ -28,7 +28,7 @@ class ImageMeasurer
 public:
     /// Draws overlays too where there are files for them, which outlive it. They are complete when all is measured.
     ImageMeasurer(
-        const ImageReadSettings& inReading, const MeasureSettings& inSettings, BackgroundKind inBackground,
+        const XImageReadSettings& inReading, const XMeasureSettings& inSettings, XBackgroundKind inBackground,
         WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
@@ -37,10 +37,10 @@ public:
     /// Measures all images, when the overlays of all of them have been found writable. Those of which nothing could be
     /// measured are missing in the result; a page that failed has no objects. Throws the user's abort (1001) when the
     /// jobs have ended.
-    std::vector<ImageMeasurement> Measure( const std::vector<std::string>& inImages );
+    std::vector<XImageMeasurement> Measure( const std::vector<std::string>& inImages );
 
     /// Where the objects of the result are kept, and the table of it is to be counted.
-    MeasurementMemory& GetMeasurementMemory() { return itsMeasurementMemory; }
+    XMeasurementMemory& GetMeasurementMemory() { return itsMeasurementMemory; }
 
     bool HasFailures() const { return itsHasFailures; }
 
@@ -50,23 +50,23 @@ public:
 private:
     struct Image;
 
-    const ImageReadSettings itsReading;
-    const MeasureSettings itsSettings;
-    const BackgroundKind itsBackground;
+    const XImageReadSettings itsReading;
+    const XMeasureSettings itsSettings;
+    const XBackgroundKind itsBackground;
     OverlayFiles* const itsOverlays; ///< Null: none.
     Session& itsSession;
     bool itsHasFailures = false;
     bool itsHasReportedPixelSize = false;
     std::uint64_t itsObjectCount = 0; ///< Of the pages gathered.
-    std::vector<ImageMeasurement> itsMeasurements;
-    PageMemory itsMemory;
-    MeasurementMemory itsMeasurementMemory{ itsMemory };
+    std::vector<XImageMeasurement> itsMeasurements;
+    XPageMemory itsMemory;
+    XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
     const PageTask itsTask{ itsSettings, itsMemory, itsMeasurementMemory };
     std::deque<std::unique_ptr<Image>> itsImages; ///< Those that are not complete.
     PagePipeline itsPipeline;                     ///< Destroyed, with its jobs, before what they use.
 
-    bool HasBackground() const { return itsBackground != BackgroundKind::kNone; }
+    bool HasBackground() const { return itsBackground != XBackgroundKind::kNone; }
     void MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast );
     void PlanOverlays( const std::vector<std::string>& inImages );
     bool OpenImage( const std::string& inPath, USize inNumber );

@@ -54,7 +54,7 @@ std::unique_ptr<XPivotColumn> TakeColumn( XPivotTable& ioTable, const XPivotColu
 
 /// The rows with what is summed up of them. Of the table nothing else is kept.
 XPivotTable MakeRows(
-    const std::vector<ImageMeasurement>& inImages, std::uint32_t inLinesPerImage, XPivotTable inTable,
+    const std::vector<XImageMeasurement>& inImages, std::uint32_t inLinesPerImage, XPivotTable inTable,
     std::uint32_t inChannel )
 {
     auto pixelCount = TakeColumn( inTable, Describe( kPivotPixelCount ) );
@@ -139,7 +139,8 @@ void AppendLines(
     const auto getText = [&]( std::uint32_t inRow, std::uint32_t inValue, Result inResult )
     {
         const auto& column = inPivot.GetColumn( 1 + inValue * kResultsPerValue + inResult );
-        return column.DoesDataExist( inRow ) ? ToUTF8( column.GetDataString( inRow ) ) : std::string();
+        return column.DoesDataExist( inRow ) ? XPivotText::ToUTF8( column.GetDataString( inRow ) )
+                                             : std::string();
     };
     for ( std::uint32_t row = 0; row < inPivot.GetNumRows(); ++row )
     {
@@ -158,7 +159,7 @@ std::vector<Line> MakeHeads( const XPivotColumn& inPixelCount, const XPivotColum
     for ( const auto* column : { &inPixelCount, &inMean } )
         for ( std::size_t i = 0; i < kHeads.size(); ++i )
         {
-            heads[0].push_back( i == 0 ? ToUTF8( column->GetDisplayName() ) : std::string() );
+            heads[0].push_back( i == 0 ? XPivotText::ToUTF8( column->GetDisplayName() ) : std::string() );
             heads[1].push_back( kHeads[i] );
         }
     return heads;
@@ -166,7 +167,7 @@ std::vector<Line> MakeHeads( const XPivotColumn& inPixelCount, const XPivotColum
 } // namespace
 
 void PrintSummary(
-    const std::vector<ImageMeasurement>& inImages, XPivotTable inTable, std::uint32_t inChannel,
+    const std::vector<XImageMeasurement>& inImages, XPivotTable inTable, std::uint32_t inChannel,
     std::ostream& ioOut )
 {
     const auto hasParents = inTable.FindColumn( Describe( kPivotParentID ) ) != nullptr;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/MeasurementTable.h"
+#include "Imaging/XMeasurementTable.h"
 
 #include <ostream>
 
@@ -8,5 +8,5 @@
 /// maximum of their pixel count and of their mean intensity in a channel. The table is the one of these images;
 /// it is given up, so that its memory can be used for this.
 void PrintSummary(
-    const std::vector<ImageMeasurement>& inImages, XPivotTable inTable, std::uint32_t inChannel,
+    const std::vector<XImageMeasurement>& inImages, XPivotTable inTable, std::uint32_t inChannel,
     std::ostream& ioOut );

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/PageMeasurement.h"
+#include "Imaging/XPageMeasurement.h"
 #include "Measuring/CachedOverlay.h"
 #include "Measuring/CachedPage.h"
 #include "Support/Failure.h"
@@ -17,7 +17,7 @@ struct PageRecord
     bool needsOverlay = false;
 
     CachedPage samples;                   ///< With a background: from reading to measuring.
-    PageMeasurement measurement;          ///< Empty after a failure.
+    XPageMeasurement measurement;         ///< Empty after a failure.
     std::optional<CachedOverlay> overlay; ///< Where one is needed and the page has been measured.
     std::optional<Failure> failure;
     std::atomic<bool> isDone = false;

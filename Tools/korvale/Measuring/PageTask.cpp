@@ -1,23 +1,23 @@
 #include "Measuring/PageTask.h"
 
 #include "Jobs/XProgress.h"
-#include "Plots/Overlay.h"
+#include "Plots/XOverlay.h"
 
 PageTask::PageTask(
-    const MeasureSettings& inSettings, PageMemory& ioPages, MeasurementMemory& ioMeasurements )
+    const XMeasureSettings& inSettings, XPageMemory& ioPages, XMeasurementMemory& ioMeasurements )
     : itsSettings( inSettings ), itsPages( ioPages ), itsMeasurements( ioMeasurements )
 {
 }
 
 void PageTask::Load(
-    PageRecord& ioPage, ImageReader& ioReader, StackBackground& ioBackground, XProgress& ioProgress ) const
+    PageRecord& ioPage, XImageReader& ioReader, StackBackground& ioBackground, XProgress& ioProgress ) const
 {
     ioPage.samples.Read( ioReader, ioPage.number, itsPages );
     ioProgress.Increment();
     ioBackground.Add( ioPage.number, ioPage.samples );
 }
 
-void PageTask::Measure( PageRecord& ioPage, ImageReader& ioReader, XProgress& ioProgress ) const
+void PageTask::Measure( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const
 {
     const auto allocate = [&]( std::uint64_t inBytes ) { return itsPages.Allocate( inBytes ); };
     auto samples = ioReader.ReadPage( ioPage.number, allocate );
@@ -36,11 +36,11 @@ void PageTask::MeasureLoaded(
 
 void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const
 {
-    auto objects = FindPageObjects( inSamples, itsSettings );
-    auto measurement = MeasureObjects( inSamples, objects );
-    std::optional<OverlaySketch> sketch;
+    auto objects = XFindPageObjects( inSamples, itsSettings );
+    auto measurement = XMeasureObjects( inSamples, objects );
+    std::optional<XOverlaySketch> sketch;
     if ( ioPage.needsOverlay )
-        sketch = SketchOverlay( inSamples, itsSettings, std::move( objects ) );
+        sketch = XSketchOverlay( inSamples, itsSettings, std::move( objects ) );
     if ( !ioPage.samples.IsEmpty() )
         ioPage.samples.CheckIntact(); // While they are locked.
     inSamples = {};                   // Others may be waiting for its memory.
@@ -58,7 +58,7 @@ void PageTask::DrawOverlay(
         auto sketch = ioOverlay.Take( itsPages );
         sketch.SetNumbers( inFirstNumber );
         ioProgress.Increment();
-        const auto bytes = ::DrawOverlay( sketch );
+        const auto bytes = XDrawOverlay( sketch );
         ioOutput.WriteAt( 0, bytes.data(), bytes.size() );
     };
     ioFile = WriteCompleteFile( { ioFile.name, write } );

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Imaging/ImageReader.h"
-#include "Imaging/MeasurementMemory.h"
+#include "Imaging/XImageReader.h"
+#include "Imaging/XMeasurementMemory.h"
 #include "Measuring/PageRecord.h"
 #include "Measuring/StackBackground.h"
 #include "Outputs/OutputFiles.h"
@@ -15,15 +15,15 @@ class PageTask
 {
 public:
     /// All that is referred to outlives the task.
-    PageTask( const MeasureSettings& inSettings, PageMemory& ioPages, MeasurementMemory& ioMeasurements );
+    PageTask( const XMeasureSettings& inSettings, XPageMemory& ioPages, XMeasurementMemory& ioMeasurements );
 
     /// Reads a page into its record and adds it to its stack's background.
     void Load(
-        PageRecord& ioPage, ImageReader& ioReader, StackBackground& ioBackground,
+        PageRecord& ioPage, XImageReader& ioReader, StackBackground& ioBackground,
         XProgress& ioProgress ) const;
 
     /// Reads and measures a page.
-    void Measure( PageRecord& ioPage, ImageReader& ioReader, XProgress& ioProgress ) const;
+    void Measure( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const;
 
     /// Measures a page that has been loaded, less its stack's background.
     void
@@ -36,9 +36,9 @@ public:
         XProgress& ioProgress ) const;
 
 private:
-    const MeasureSettings& itsSettings;
-    PageMemory& itsPages;
-    MeasurementMemory& itsMeasurements;
+    const XMeasureSettings& itsSettings;
+    XPageMemory& itsPages;
+    XMeasurementMemory& itsMeasurements;
 
     void MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const;
 };

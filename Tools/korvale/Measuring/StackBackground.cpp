@@ -41,7 +41,7 @@ void Subtract(
 }
 } // namespace
 
-StackBackground::StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, PageMemory& ioMemory )
+StackBackground::StackBackground( XBackgroundKind inKind, std::uint32_t inPageCount, XPageMemory& ioMemory )
     : itsKind( inKind ), itsPageCount( inPageCount ), itsMemory( ioMemory ), itsOrder( inPageCount )
 {
 }
@@ -72,7 +72,7 @@ void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
 {
     if ( !itsSums )
     {
-        itsSums = BackgroundAccumulator::Make( itsKind, inForm, itsPageCount, itsMemory );
+        itsSums = XBackgroundAccumulator::Make( itsKind, inForm, itsPageCount, itsMemory );
         itsForm = inForm;
         itsFirst = inPage;
     }
@@ -87,7 +87,7 @@ void StackBackground::Compute()
     itsBackground = WImagePage{ itsForm, itsMemory.AllocateLasting( itsForm.GetByteCount() ) };
     const auto compute = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     { itsSums->GetBackground( itsAdded, inFirst, inEnd, itsBackground ); };
-    ForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, compute );
+    XForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, compute );
     itsSums.reset();
 }
 
@@ -95,5 +95,5 @@ void StackBackground::SubtractFrom( WImagePage& ioPage ) const
 {
     const auto subtract = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     { Subtract( itsBackground, inFirst, inEnd, ioPage ); };
-    ForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, subtract );
+    XForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, subtract );
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/BackgroundAccumulator.h"
+#include "Imaging/XBackgroundAccumulator.h"
 #include "Measuring/CachedPage.h"
 #include "Measuring/StageOrder.h"
 
@@ -13,7 +13,7 @@
 class StackBackground
 {
 public:
-    StackBackground( BackgroundKind inKind, std::uint32_t inPageCount, PageMemory& ioMemory );
+    StackBackground( XBackgroundKind inKind, std::uint32_t inPageCount, XPageMemory& ioMemory );
 
     /// Adds a page, after those before it. Throws WImageError for a page whose size or type is not that of the first
     /// page that was added, and what locking memory throws. After 1012 and 1020 the background is of no use: samples are
@@ -36,14 +36,14 @@ public:
     void SubtractFrom( WImagePage& ioPage ) const;
 
 private:
-    const BackgroundKind itsKind;
+    const XBackgroundKind itsKind;
     const std::uint32_t itsPageCount;
-    PageMemory& itsMemory;
+    XPageMemory& itsMemory;
     StageOrder itsOrder;
     std::uint32_t itsAdded = 0; ///< Changed in the first stage, as the next two.
     std::uint32_t itsFirst = 0; ///< The page whose form the others must have.
     WImageFormat itsForm;       ///< Empty before the first page.
-    std::unique_ptr<BackgroundAccumulator> itsSums;
+    std::unique_ptr<XBackgroundAccumulator> itsSums;
     WImagePage itsBackground;
 
     void Admit( std::uint32_t inPage, const WImageFormat& inForm );

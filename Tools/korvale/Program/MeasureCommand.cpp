@@ -4,7 +4,7 @@
 #include "Core/Strings/XNumberText.h"
 #include "Files/WFolders.h"
 #include "Files/WWildcards.h"
-#include "Imaging/TIFFWriter.h"
+#include "Imaging/XTIFFWriter.h"
 #include "Jobs/XProgress.h"
 #include "Measuring/ImageMeasurer.h"
 #include "Measuring/MeasurementSummary.h"
@@ -88,7 +88,7 @@ std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 {
     if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
         return std::nullopt;
-    const auto number = ParseNumber<std::uint32_t>( inText.substr( 1 ) );
+    const auto number = XParseNumber<std::uint32_t>( inText.substr( 1 ) );
     return number && *number > 0 ? std::optional( *number - 1 ) : std::nullopt;
 }
 
@@ -103,7 +103,7 @@ std::optional<std::pair<double, double>> ParsePixelSize( const std::string& inTe
     constexpr double kLeast = 1e-6, kMost = 1e6;
     const auto parse = []( std::string_view inPart )
     {
-        const auto size = ParseNumber<double>( inPart );
+        const auto size = XParseNumber<double>( inPart );
         return size && *size >= kLeast && *size <= kMost ? size : std::nullopt;
     };
     const auto comma = std::min( inText.find( ',' ), inText.size() );
@@ -121,7 +121,7 @@ std::string CheckPixelSize( const std::string& inText )
 
 std::string CheckThreshold( const std::string& inText )
 {
-    const auto number = ParseNumber<double>( inText );
+    const auto number = XParseNumber<double>( inText );
     return inText == "otsu" || ( number && std::isfinite( *number ) )
         ? ""
         : "invalid threshold \"" + inText + "\" (expected otsu or a number)";
@@ -241,7 +241,7 @@ int MeasureCommand::Run( Session& ioSession )
 {
     if ( itsIsQuiet )
         ioSession.progress.Silence();
-    const MemoryBudget budget( ParseByteCount( itsMemory ) );
+    const MemoryBudget budget( XParseByteCount( itsMemory ) );
     CheckOutputFiles( GetOutputNames() );
     ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
@@ -266,11 +266,11 @@ int MeasureCommand::Run( Session& ioSession )
     return measurer.HasFailures() ? kFailure : kSuccess;
 }
 
-BackgroundKind MeasureCommand::GetBackgroundKind() const
+XBackgroundKind MeasureCommand::GetBackgroundKind() const
 {
     if ( itsBackground.empty() )
-        return BackgroundKind::kNone;
-    return itsBackground == "mean" ? BackgroundKind::kMean : BackgroundKind::kMinimum;
+        return XBackgroundKind::kNone;
+    return itsBackground == "mean" ? XBackgroundKind::kMean : XBackgroundKind::kMinimum;
 }
 
 std::vector<std::string> MeasureCommand::GetOutputNames() const
@@ -292,22 +292,22 @@ std::optional<OverlayFiles> MeasureCommand::MakeOverlayFiles( const std::string&
     return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.size() > 1, others );
 }
 
-MeasureSettings MeasureCommand::GetSettings() const
+XMeasureSettings MeasureCommand::GetSettings() const
 {
-    MeasureSettings settings;
-    settings.objects = { *ParseChannel( itsChannel ), ParseNumber<double>( itsThreshold ), itsLeastPixels };
-    settings.connectivity = itsConnectivity == 4 ? Connectivity::kEdges : Connectivity::kEdgesAndCorners;
+    XMeasureSettings settings;
+    settings.objects = { *ParseChannel( itsChannel ), XParseNumber<double>( itsThreshold ), itsLeastPixels };
+    settings.connectivity = itsConnectivity == 4 ? XConnectivity::kEdges : XConnectivity::kEdgesAndCorners;
     if ( itsInside.empty() )
         return settings;
     const auto channel =
         itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
-    settings.inside = { channel, ParseNumber<double>( itsInside ), itsInsideLeastPixels };
+    settings.inside = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
     return settings;
 }
 
-ImageReadSettings MeasureCommand::GetReadSettings() const
+XImageReadSettings MeasureCommand::GetReadSettings() const
 {
-    ImageReadSettings settings;
+    XImageReadSettings settings;
     settings.arePagesTimes = itsArePlanesTimes;
     if ( const auto size = ParsePixelSize( itsPixelSize ) )
         std::tie( settings.pixelWidth, settings.pixelHeight ) = *size;
@@ -315,19 +315,19 @@ ImageReadSettings MeasureCommand::GetReadSettings() const
 }
 
 XPivotTable MeasureCommand::WriteFiles(
-    std::vector<ImageMeasurement>& ioMeasurements, MeasurementMemory& ioMemory,
+    std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
     const WImagePage& inBackground, OverlayFiles* ioOverlays ) const
 {
     const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( "Writing" );
-    auto table = MakeMeasurementTable( ioMeasurements, GetSettings(), &ioMemory );
+    auto table = XMakeMeasurementTable( ioMeasurements, GetSettings(), &ioMemory );
     progress.Increment();
     auto files = itsOutputs.GetFiles( table, WorkerLimit( itsWorkers ) );
     if ( !itsBackgroundFile.empty() )
         files.push_back(
             { itsBackgroundFile, [&]( WFile& ioFile ) {
-                 TIFFWriter( ioFile, TIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
+                 XTIFFWriter( ioFile, XTIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
              } } );
     WriteOutputFiles( files, ioOverlays ? ioOverlays->TakeFiles() : std::vector<CompleteFile>(), failure );
     return table;

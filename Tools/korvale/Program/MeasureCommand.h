@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Imaging/BackgroundAccumulator.h"
-#include "Imaging/ImageReader.h"
-#include "Imaging/MeasurementTable.h"
-#include "Imaging/PageMeasurement.h"
+#include "Imaging/XBackgroundAccumulator.h"
+#include "Imaging/XImageReader.h"
+#include "Imaging/XMeasurementTable.h"
+#include "Imaging/XPageMeasurement.h"
 #include "Measuring/OverlayFiles.h"
 #include "Program/Command.h"
 #include "Program/TableOutputs.h"
@@ -41,12 +41,12 @@ private:
     bool itsArePlanesTimes = false;
     bool itsIsQuiet = false;
 
-    MeasureSettings GetSettings() const;
-    ImageReadSettings GetReadSettings() const;
+    XMeasureSettings GetSettings() const;
+    XImageReadSettings GetReadSettings() const;
     std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
-    BackgroundKind GetBackgroundKind() const;
+    XBackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;
     XPivotTable WriteFiles(
-        std::vector<ImageMeasurement>& ioMeasurements, MeasurementMemory& ioMemory,
+        std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
         const WImagePage& inBackground, OverlayFiles* ioOverlays ) const;
 };

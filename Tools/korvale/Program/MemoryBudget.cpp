@@ -19,10 +19,10 @@ void MemoryBudget::NoteFigures( Session& ioSession ) const
 {
     const auto now = itsManager.GetFigures();
     const auto count = []( std::uint64_t inBlocks, std::uint64_t inBytes )
-    { return std::to_string( inBlocks ) + " blocks (" + FormatByteCount( inBytes ) + ")"; };
+    { return std::to_string( inBlocks ) + " blocks (" + XFormatByteCount( inBytes ) + ")"; };
     ioSession.Note(
-        "memory: peak " + FormatByteCount( now.peakBytes ) + " of a budget of " +
-        FormatByteCount( now.budget ) + ", " + FormatByteCount( now.bytesInUse ) + " and " +
+        "memory: peak " + XFormatByteCount( now.peakBytes ) + " of a budget of " +
+        XFormatByteCount( now.budget ) + ", " + XFormatByteCount( now.bytesInUse ) + " and " +
         std::to_string( now.purgeableBlocks ) + " purgeable blocks in use at the end" );
     ioSession.Note(
         "memory: purged " + count( now.purges - itsBefore.purges, now.purgedBytes - itsBefore.purgedBytes ) +

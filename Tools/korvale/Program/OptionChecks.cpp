@@ -12,12 +12,12 @@ std::string CheckFileName( const std::string& inText )
 
 std::string CheckWholeNumber( const std::string& inText )
 {
-    return ParseNumber<std::uint64_t>( inText )
+    return XParseNumber<std::uint64_t>( inText )
         ? ""
         : "\"" + inText + "\" is not a whole number from 0 to 2^64 - 1";
 }
 
 std::string CheckByteCount( const std::string& inText )
 {
-    return ParseByteCount( inText ) ? "" : "invalid size \"" + inText + "\" (expected e.g. 512M, 1.5G)";
+    return XParseByteCount( inText ) ? "" : "invalid size \"" + inText + "\" (expected e.g. 512M, 1.5G)";
 }

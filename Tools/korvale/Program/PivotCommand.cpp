@@ -42,7 +42,8 @@ std::string MakePageTitle( const XPivotTable& inPivot, std::uint32_t inRow, std:
     {
         const auto& column = inPivot.GetColumn( i );
         title += ( i > 1 ? ", " : "" ) + GetColumnName( column ) + ": " +
-            ( column.DoesDataExist( inRow ) ? ToUTF8Line( column.GetDataString( inRow ) ) : "N/A" );
+            ( column.DoesDataExist( inRow ) ? XPivotText::ToUTF8Line( column.GetDataString( inRow ) )
+                                            : "N/A" );
     }
     return title;
 }

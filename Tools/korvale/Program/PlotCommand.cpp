@@ -2,8 +2,8 @@
 
 #include "Jobs/XProgress.h"
 #include "Outputs/OutputFiles.h"
-#include "Plots/HistogramPlot.h"
-#include "Plots/ScatterPlot.h"
+#include "Plots/XHistogramPlot.h"
+#include "Plots/XScatterPlot.h"
 #include "Program/Command.h"
 #include "Program/CommandLine.h"
 #include "Program/OptionChecks.h"
@@ -26,7 +26,7 @@ void CheckColumns( const char* inOption, const std::string& inList, std::size_t 
 }
 
 /// The columns' names, for a sentence.
-std::string ListNames( const std::vector<PlotColumn>& inColumns )
+std::string ListNames( const std::vector<XPlotColumn>& inColumns )
 {
     std::string names;
     for ( const auto& [column, isLogarithmic] : inColumns )
@@ -109,7 +109,7 @@ int PlotCommand::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     auto settings = GetSettings();
     if ( groups )
         settings.groupTitle = GetColumnName( *groups );
-    const auto data = ReadPlotData( ioTable.GetNumRows(), columns, groups );
+    const auto data = XReadPlotData( ioTable.GetNumRows(), columns, groups );
     progress.Increment();
     if ( data.groupOfRow.empty() )
         throw std::runtime_error(
@@ -124,9 +124,9 @@ int PlotCommand::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     return kSuccess;
 }
 
-PlotSettings PlotCommand::GetSettings() const
+XPlotSettings PlotCommand::GetSettings() const
 {
-    PlotSettings settings;
+    XPlotSettings settings;
     settings.width = itsWidth * kPointsPerMillimetre;
     settings.height = itsHeight * kPointsPerMillimetre;
     settings.title = itsPlotTitle;
@@ -137,9 +137,9 @@ PlotSettings PlotCommand::GetSettings() const
     return settings;
 }
 
-std::vector<PlotColumn> PlotCommand::FindColumns( const XPivotTable& inTable ) const
+std::vector<XPlotColumn> PlotCommand::FindColumns( const XPivotTable& inTable ) const
 {
-    std::vector<PlotColumn> columns;
+    std::vector<XPlotColumn> columns;
     for ( const auto index : FindColumnsByName( inTable, itsScatter.empty() ? itsHistogram : itsScatter ) )
     {
         const auto& column = inTable.GetColumn( index );
@@ -157,14 +157,15 @@ const XPivotColumn* PlotCommand::FindGroups( const XPivotTable& inTable ) const
 }
 
 std::string PlotCommand::Draw(
-    const std::vector<PlotColumn>& inColumns, const PlotData& inData, const PlotSettings& inSettings ) const
+    const std::vector<XPlotColumn>& inColumns, const XPlotData& inData,
+    const XPlotSettings& inSettings ) const
 {
     const auto canvas = IsSVG() ? WCanvas::MakeSVG( inSettings.width, inSettings.height )
                                 : WCanvas::MakePNG( inSettings.width, inSettings.height, kDotsPerInch );
     const auto title = GetColumnName( inColumns[0].column );
     if ( inColumns.size() == 1 )
-        DrawHistogram( inData, title, inSettings, *canvas );
+        XDrawHistogram( inData, title, inSettings, *canvas );
     else
-        DrawScatterPlot( inData, title, GetColumnName( inColumns[1].column ), inSettings, *canvas );
+        XDrawScatterPlot( inData, title, GetColumnName( inColumns[1].column ), inSettings, *canvas );
     return canvas->Encode();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Plots/PlotSettings.h"
+#include "Plots/XPlotSettings.h"
 #include "Program/RowConditions.h"
 #include "Program/TableCommand.h"
 
@@ -32,10 +32,10 @@ private:
     bool itsIsLogarithmicY = false;
 
     bool IsSVG() const;
-    PlotSettings GetSettings() const;
-    std::vector<PlotColumn> FindColumns( const XPivotTable& inTable ) const;
+    XPlotSettings GetSettings() const;
+    std::vector<XPlotColumn> FindColumns( const XPivotTable& inTable ) const;
     const XPivotColumn* FindGroups( const XPivotTable& inTable ) const;
     std::string Draw(
-        const std::vector<PlotColumn>& inColumns, const PlotData& inData,
-        const PlotSettings& inSettings ) const;
+        const std::vector<XPlotColumn>& inColumns, const XPlotData& inData,
+        const XPlotSettings& inSettings ) const;
 };

@@ -88,7 +88,7 @@ void EndLog( int inStatus, double inSeconds, Session& ioSession )
     try
     {
         ioSession.Note(
-            "ended with status " + std::to_string( inStatus ) + " after " + FormatSeconds( inSeconds ) );
+            "ended with status " + std::to_string( inStatus ) + " after " + XFormatSeconds( inSeconds ) );
         ioSession.EndLog();
     }
     catch ( ... )

@@ -1,7 +1,7 @@
 #include "Program/SampleCommand.h"
 
 #include "Files/WPendingFiles.h"
-#include "Imaging/TIFFWriter.h"
+#include "Imaging/XTIFFWriter.h"
 #include "Jobs/XProgress.h"
 #include "Outputs/NewFolder.h"
 #include "Program/CommandLine.h"
@@ -58,7 +58,7 @@ void SampleCommand::Check() const
         throw WrongUsage( "a plane of that size has too many pixels" );
     try
     {
-        SyntheticStack{ itsSettings };
+        XSyntheticStack{ itsSettings };
     }
     catch ( const WImageError& error )
     {
@@ -113,13 +113,14 @@ void SampleCommand::WriteFiles( const std::filesystem::path& inFolder ) const
 /// Keeps no more than one plane, for a stack may be larger than the memory.
 void SampleCommand::DrawPlanes( const CompleteFile& ioImage, const CompleteFile& ioTruth ) const
 {
-    SyntheticStack stack( itsSettings );
-    std::optional<TIFFWriter> image;
+    XSyntheticStack stack( itsSettings );
+    std::optional<XTIFFWriter> image;
     WriteOutput(
         ioImage.name,
-        [&] {
+        [&]
+        {
             image.emplace(
-                ioImage.file->GetFile(), TIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
+                ioImage.file->GetFile(), XTIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
         } );
     std::uint64_t truthEnd = 0;
     const auto writeTruth = [&]( const std::string& inText )

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/SyntheticStack.h"
+#include "Imaging/XSyntheticStack.h"
 #include "Outputs/OutputFiles.h"
 #include "Program/Command.h"
 
@@ -17,7 +17,7 @@ public:
 
 private:
     std::string itsFolder;
-    SampleSettings itsSettings;
+    XSyntheticStackSettings itsSettings;
     bool itsIsQuiet = false;
 
     std::string GetName( const char* inFile ) const;

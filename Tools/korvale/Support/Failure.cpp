@@ -2,7 +2,7 @@
 
 #include "Core/Errors/XException.h"
 #include "Ground/XErrorNumbers.h"
-#include "Imaging/ImageReader.h"
+#include "Imaging/XImageReader.h"
 #include "System/WSystemError.h"
 
 #include <algorithm>
@@ -60,7 +60,7 @@ Failure DescribeCurrentException()
         failure = {
             "there is not enough memory (" + std::to_string( kErrorOutOfMemory ) + ")", kErrorOutOfMemory };
     }
-    catch ( const NotTimePointsError& error )
+    catch ( const XNotTimePointsError& error )
     {
         failure.text =
             std::string( error.what() ) + " (--planes-as-times measures each page as a time point)";

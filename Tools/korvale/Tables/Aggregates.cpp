@@ -43,7 +43,7 @@ constexpr std::array kAggregates{
 
 Aggregate ParseAggregate( const std::string& inName )
 {
-    const auto name = FromUTF8( inName );
+    const auto name = XPivotText::FromUTF8( inName );
     XVector<XString> names;
     for ( const auto& [known, aggregate] : kAggregates )
     {

@@ -79,14 +79,14 @@ Indices CollectColumns( const XPivotTable& inTable, Predicate inIsMeant )
 /// The columns that a name may mean; those that it fits best.
 Indices FindCandidates( const XPivotTable& inTable, const std::string& inName )
 {
-    const auto name = FromUTF8( inName ), simpleName = Simplify( name );
+    const auto name = XPivotText::FromUTF8( inName ), simpleName = Simplify( name );
     auto found = CollectColumns(
         inTable, [&]( const auto& inColumn ) { return GetColumnName( inColumn ) == inName; } );
     if ( found.empty() )
         found = CollectColumns(
             inTable,
             [&]( const auto& inColumn )
-            { return FromUTF8( GetColumnName( inColumn ) ).CaselessEqual( name ); } );
+            { return XPivotText::FromUTF8( GetColumnName( inColumn ) ).CaselessEqual( name ); } );
     if ( found.empty() )
         found = CollectColumns(
             inTable, [&]( const auto& inColumn ) { return HasShortForm( inColumn, simpleName ); } );
@@ -98,7 +98,7 @@ Indices FindNumbered( const XPivotTable& inTable, const std::string& inName )
 {
     if ( !inName.starts_with( '#' ) )
         return {};
-    const auto number = ParseNumber<std::uint32_t>( std::string_view( inName ).substr( 1 ) );
+    const auto number = XParseNumber<std::uint32_t>( std::string_view( inName ).substr( 1 ) );
     if ( !number || *number == 0 || *number > inTable.GetNumColumns() )
         return {};
     return { *number - 1 };
@@ -135,7 +135,7 @@ bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
         forms.push_back( Simplify( descriptor.GetDisplayName() ) );
         forms.push_back( Simplify( plain.GetDisplayName() ) );
     }
-    const auto simpleName = Simplify( FromUTF8( inName ) );
+    const auto simpleName = Simplify( XPivotText::FromUTF8( inName ) );
     if ( IsMissingArea( inTable, simpleName ) )
         throw WrongUsage(
             "there is no column " + InQuotes( inName ) +
@@ -152,7 +152,7 @@ bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
 
 std::string GetColumnName( const XPivotColumn& inColumn )
 {
-    return ToUTF8Line( inColumn.GetDisplayName() );
+    return XPivotText::ToUTF8Line( inColumn.GetDisplayName() );
 }
 
 std::uint32_t FindColumnByName( const XPivotTable& inTable, const std::string& inName )

@@ -20,7 +20,7 @@ void ForEachBlock( const NumpyArray& inArray, Use inUse )
         inArray.append( inFirst, inEnd, bytes );
         inUse( bytes );
     };
-    ForEachChunk( inArray.count, std::max<std::uint64_t>( kBlockBytes / inArray.itemBytes, 1 ), makeBlock );
+    XForEachChunk( inArray.count, std::max<std::uint64_t>( kBlockBytes / inArray.itemBytes, 1 ), makeBlock );
 }
 
 /// The archive wants the sum of all bytes before the first one, so they are made twice rather than kept.

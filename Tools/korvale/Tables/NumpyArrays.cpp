@@ -44,7 +44,7 @@ private:
     static std::string MakeFileName( const XPivotColumn& inColumn )
     {
         constexpr std::size_t kMostCharacters = 1000;
-        auto name = ToUTF8Line( inColumn.GetDisplayName().Truncate( kMostCharacters ) );
+        auto name = XPivotText::ToUTF8Line( inColumn.GetDisplayName().Truncate( kMostCharacters ) );
         std::ranges::replace_if(
             name, []( char inByte ) { return inByte == '/' || inByte == '\\'; }, '_' );
         return name;
@@ -150,7 +150,8 @@ NumpyArray MakeTexts( const XPivotColumn& inColumn, std::uint64_t inWidth, GetTe
     const auto itemBytes = sizeof( std::uint32_t ) * inWidth;
     const auto appendText = [&inColumn, itemBytes, inGetText]( std::uint32_t inRow, std::string& ioBytes )
     {
-        const auto text = inColumn.DoesDataExist( inRow ) ? ToUTF8( inGetText( inRow ) ) : std::string();
+        const auto text =
+            inColumn.DoesDataExist( inRow ) ? XPivotText::ToUTF8( inGetText( inRow ) ) : std::string();
         AppendCharacters( text, itemBytes, ioBytes );
     };
     return MakeArray( inColumn, "<U" + std::to_string( inWidth ), itemBytes, appendText );
@@ -165,12 +166,12 @@ NumpyArray MakeTexts( const XPivotColumn& inColumn )
         for ( auto i = inFirst; i < inEnd; ++i )
             if ( const auto row = static_cast<std::uint32_t>( i ); inColumn.DoesDataExist( row ) )
             {
-                const auto count = CountCharacters( ToUTF8( inColumn.GetDataString( row ) ) );
+                const auto count = XCountCharacters( XPivotText::ToUTF8( inColumn.GetDataString( row ) ) );
                 width = std::max( width, count );
                 characters += count;
             }
     };
-    ForEachChunk( inColumn.GetColumnSize(), kTableRowsAtOnce, visit );
+    XForEachChunk( inColumn.GetColumnSize(), kTableRowsAtOnce, visit );
     CheckTextWidth( inColumn, width, characters );
     return MakeTexts(
         inColumn, width, [&inColumn]( std::uint32_t inRow ) { return inColumn.GetDataString( inRow ); } );

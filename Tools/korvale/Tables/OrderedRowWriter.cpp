@@ -63,7 +63,7 @@ void WriteRowsInOrder(
         queue.AttachJob( MakeTextJob( inMakeText, inFirst, inEnd, pieces.emplace_back() ) );
         writeDone();
     };
-    ForEachChunk( inRowCount, kTableRowsAtOnce, attach );
+    XForEachChunk( inRowCount, kTableRowsAtOnce, attach );
     queue.WaitForQueueEmpty();
     writeDone();
 }

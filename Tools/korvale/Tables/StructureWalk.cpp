@@ -314,7 +314,7 @@ void StructureWalk::WalkReference( RowReferenceChecker& ioReferences )
         Refuse( "a reference is wrong: " + fault );
     const auto isInRow = reference.row != XPivotRowRefColumn::kNoRow;
     Print(
-        "Reference to " + ToUTF8( reference.uuid.UUIDToString() ) + ": user-visible ID " +
+        "Reference to " + XPivotText::ToUTF8( reference.uuid.UUIDToString() ) + ": user-visible ID " +
         std::to_string( reference.userVisibleID ) + ", references " + std::to_string( reference.count ) +
         ( isInRow ? ", row " + std::to_string( reference.row ) : ", no row" ) );
 }
@@ -491,7 +491,7 @@ std::string StructureWalk::ReadValueText( std::uint32_t inClass )
     case kClassPivotStringColumn:
         return Quote( itsStream.ReadString() );
     case kClassPivotFloatColumn:
-        AppendNumber( text, itsStream.ReadFloat64S() );
+        XAppendNumber( text, itsStream.ReadFloat64S() );
         return text;
     case kClassPivotSInt32Column:
         return std::to_string( itsStream.Read32S() );
@@ -500,7 +500,7 @@ std::string StructureWalk::ReadValueText( std::uint32_t inClass )
     case kClassPivotUUIDColumn:
     case kClassPivotRowRefColumn:
     case kClassPivotOtherRowRefColumn:
-        return ToUTF8( itsStream.ReadUUID().UUIDToString() );
+        return XPivotText::ToUTF8( itsStream.ReadUUID().UUIDToString() );
     case kClassPivotVersionColumn:
         return Describe( itsStream.ReadVersion() );
     default:

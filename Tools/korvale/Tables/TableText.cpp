@@ -46,7 +46,7 @@ void WriteCSV(
         const auto& column = inTable.GetColumn( i );
         columns.push_back( { column, HoldsNumbers( column ) } );
         text += i > 0 ? "," : "";
-        AppendField( text, ToUTF8( column.GetDisplayName() ) );
+        AppendField( text, XPivotText::ToUTF8( column.GetDisplayName() ) );
     }
     fillLine( 0, text );
     text += '\n';
@@ -58,9 +58,9 @@ void WriteCSV(
         for ( const auto& [column, holdsNumbers] : columns )
         {
             if ( column.DoesDataExist( inRow ) && holdsNumbers )
-                AppendNumber( ioText, column.GetDataFloat( inRow ) );
+                XAppendNumber( ioText, column.GetDataFloat( inRow ) );
             else if ( column.DoesDataExist( inRow ) )
-                AppendField( ioText, ToUTF8( column.GetDataString( inRow ) ) );
+                AppendField( ioText, XPivotText::ToUTF8( column.GetDataString( inRow ) ) );
             fillLine( start, ioText );
             ioText += ',';
         }
@@ -96,7 +96,8 @@ AlignedText AlignRows(
             if ( inLine == 0 )
                 return GetColumnName( column );
             const auto row = inFirstRow + inLine - 1;
-            return column.DoesDataExist( row ) ? ToUTF8Line( column.GetDataString( row ) ) : std::string();
+            return column.DoesDataExist( row ) ? XPivotText::ToUTF8Line( column.GetDataString( row ) )
+                                               : std::string();
         };
         columns.push_back( { HoldsNumbers( column ), getCell } );
     }

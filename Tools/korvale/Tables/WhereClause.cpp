@@ -125,14 +125,14 @@ XPivotTableFilter WhereClause::MakeFilter( const XPivotTable& inTable ) const
     if ( HoldsNumbers( column ) )
         return MakeNumberFilter( column, index );
     CheckOther( column );
-    return XPivotTableFilter( index, itsRelationship, FromUTF8( itsValue ) );
+    return XPivotTableFilter( index, itsRelationship, XPivotText::FromUTF8( itsValue ) );
 }
 
 XPivotTableFilter WhereClause::MakeNumberFilter( const XPivotColumn& inColumn, std::uint32_t inIndex ) const
 {
     if ( itsRelationship == kFilterContains )
         RefuseFor( inColumn, "numbers, and contains is for texts" );
-    const auto number = ParseNumber<double>( itsValue );
+    const auto number = XParseNumber<double>( itsValue );
     if ( !number )
         RefuseFor( inColumn, "numbers, and \"" + itsValue + "\" is none" );
     switch ( GetColumnKind( inColumn ) )
@@ -150,7 +150,7 @@ XPivotTableFilter WhereClause::MakeNumberFilter( const XPivotColumn& inColumn, s
 void WhereClause::CheckOther( const XPivotColumn& inColumn ) const
 {
     const auto kind = GetColumnKind( inColumn );
-    const auto value = FromUTF8( itsValue );
+    const auto value = XPivotText::FromUTF8( itsValue );
     const auto isContains = itsRelationship == kFilterContains;
     if ( kind == ColumnKind::kNothing )
         RefuseFor( inColumn, "no values" );

@@ -17,9 +17,9 @@ std::size_t GetWidth( const AlignedColumn& inColumn, std::uint32_t inRowCount )
     {
         for ( auto row = inFirst; row < inEnd; ++row )
             width =
-                std::max( width, CountCharacters( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
+                std::max( width, XCountCharacters( inColumn.getCell( static_cast<std::uint32_t>( row ) ) ) );
     };
-    ForEachChunk( inRowCount, kTableRowsAtOnce, visit );
+    XForEachChunk( inRowCount, kTableRowsAtOnce, visit );
     return width;
 }
 } // namespace
@@ -42,7 +42,7 @@ void AlignedText::Print( std::ostream& ioOut ) const
         for ( auto row = inFirst; row < inEnd && ioOut; ++row )
             ioOut << MakeLine( static_cast<std::uint32_t>( row ) ) << '\n';
     };
-    ForEachChunk( itsRowCount, kTableRowsAtOnce, print );
+    XForEachChunk( itsRowCount, kTableRowsAtOnce, print );
 }
 
 std::string AlignedText::MakeLine( std::uint32_t inRow ) const
@@ -51,7 +51,7 @@ std::string AlignedText::MakeLine( std::uint32_t inRow ) const
     for ( std::size_t i = 0; i < itsColumns.size(); ++i )
     {
         const auto cell = itsColumns[i].getCell( inRow );
-        const std::string padding( itsWidths[i] - CountCharacters( cell ), ' ' );
+        const std::string padding( itsWidths[i] - XCountCharacters( cell ), ' ' );
         line += i > 0 ? kGap : "";
         line += itsColumns[i].isRightAligned ? padding + cell : cell + padding;
     }

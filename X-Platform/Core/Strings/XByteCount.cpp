@@ -21,7 +21,7 @@ double TakeUnit( std::string_view& ioText )
 }
 } // namespace
 
-std::optional<std::uint64_t> ParseByteCount( std::string_view inText )
+std::optional<std::uint64_t> XParseByteCount( std::string_view inText )
 {
     const auto unit = TakeUnit( inText );
     double number = 0;
@@ -34,7 +34,7 @@ std::optional<std::uint64_t> ParseByteCount( std::string_view inText )
     return static_cast<std::uint64_t>( bytes );
 }
 
-std::string FormatByteCount( std::uint64_t inBytes )
+std::string XFormatByteCount( std::uint64_t inBytes )
 {
     auto number = static_cast<double>( inBytes );
     std::size_t unit = 0;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-void AppendNumber( std::string& ioText, double inNumber )
+void XAppendNumber( std::string& ioText, double inNumber )
 {
     char digits[32];
     if ( std::isnan( inNumber ) )
@@ -20,7 +20,7 @@ void AppendNumber( std::string& ioText, double inNumber )
     ioText.append( digits, end );
 }
 
-std::string FormatSeconds( double inSeconds )
+std::string XFormatSeconds( double inSeconds )
 {
     char text[64];
     std::snprintf( text, sizeof( text ), "%.2f s", inSeconds );

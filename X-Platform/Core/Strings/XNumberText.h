@@ -9,14 +9,14 @@
 
 /// Appends a number in the shortest form that reads back exactly, in any locale. Whole numbers up to 2^53 are written
 /// with all their digits.
-KORVALE_API void AppendNumber( std::string& ioText, double inNumber );
+KORVALE_API void XAppendNumber( std::string& ioText, double inNumber );
 
 /// Formats a duration as "0.25 s".
-KORVALE_API std::string FormatSeconds( double inSeconds );
+KORVALE_API std::string XFormatSeconds( double inSeconds );
 
 /// Parses a number, in any locale; no value unless the whole text is one in the range of T.
 template<class T>
-std::optional<T> ParseNumber( std::string_view inText )
+std::optional<T> XParseNumber( std::string_view inText )
 {
     T number{};
     const auto end = inText.data() + inText.size();

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-std::string ElideText(
+std::string XElideText(
     const std::string& inText, double inMostWidth,
     const std::function<double( const std::string& )>& inMeasure )
 {
@@ -25,7 +25,7 @@ std::string ElideText(
     return "";
 }
 
-std::size_t CountCharacters( std::string_view inText )
+std::size_t XCountCharacters( std::string_view inText )
 {
     const auto isFirstByte = []( char inByte ) { return ( inByte & 0xC0 ) != 0x80; };
     return static_cast<std::size_t>( std::ranges::count_if( inText, isFirstByte ) );

@@ -7,10 +7,10 @@
 #include <string_view>
 
 /// The number of characters (code points) of a UTF-8 text.
-KORVALE_API std::size_t CountCharacters( std::string_view inText );
+KORVALE_API std::size_t XCountCharacters( std::string_view inText );
 
 /// Shortens a UTF-8 text to a width: returns the text itself if it fits, else its beginning and its end with an ellipsis
 /// between, since names of files often differ at their ends. `inMeasure` gives the width of a text.
-KORVALE_API std::string ElideText(
+KORVALE_API std::string XElideText(
     const std::string& inText, double inMostWidth,
     const std::function<double( const std::string& )>& inMeasure );

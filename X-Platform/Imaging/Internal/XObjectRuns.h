@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Imaging/XConnectedComponents.h"
+#include "Jobs/XChunks.h"
+
+/// Calls `inWork( run )` for every run of an object, in raster order, in pieces between which the user's abort is obeyed
+/// (1001).
+template<class Work>
+void XForEachObjectRun( const XLabelledObjects& inObjects, Work inWork )
+{
+    constexpr std::uint64_t kRunsAtOnce = 1024;
+    XForEachChunk(
+        inObjects.runs.size(), kRunsAtOnce,
+        [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+        {
+            for ( auto i = inFirst; i < inEnd; ++i )
+                if ( inObjects.runs[i].object != XPixelRun::kNoObject )
+                    inWork( inObjects.runs[i] );
+        } );
+}

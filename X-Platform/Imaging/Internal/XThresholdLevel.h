@@ -1,0 +1,33 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+/// A threshold in the type of the samples, so that these can be compared without conversion.
+template<class T>
+struct XThresholdLevel
+{
+    bool takesAll; ///< Whole numbers, and the threshold lies below all of them.
+    T level;       ///< Else the samples above this one are those above the threshold.
+
+    explicit XThresholdLevel( double inThreshold )
+    {
+        const double highest = std::numeric_limits<T>::max();
+        takesAll = inThreshold < 0;
+        level = static_cast<T>( std::floor( std::clamp( inThreshold, 0.0, highest ) ) );
+    }
+
+    bool IsAboveThreshold( T inSample ) const { return takesAll || inSample > level; }
+};
+
+template<>
+inline XThresholdLevel<float>::XThresholdLevel( double inThreshold ) : takesAll( false )
+{
+    // The largest float that is not above the threshold separates the same samples.
+    constexpr double kHighest = std::numeric_limits<float>::max();
+    level = std::isinf( inThreshold ) ? static_cast<float>( inThreshold )
+                                      : static_cast<float>( std::clamp( inThreshold, -kHighest, kHighest ) );
+    if ( double{ level } > inThreshold )
+        level = std::nextafter( level, -std::numeric_limits<float>::infinity() );
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "Imaging/XPageMemory.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <memory>
+
+/// How the background of a stack is computed from its pages.
+enum class XBackgroundKind
+{
+    kNone,
+    kMean,
+    kMinimum
+};
+
+/// Per-pixel sum or minimum over several pages.
+///
+/// Whole numbers are summed exactly, and their mean is rounded to the nearest whole number, halves up. Float samples are
+/// summed in double precision, in the order in which they are added; those that are not finite are left out, and where
+/// none is finite the background is 0.
+/// Threads: several threads may add different samples of one page.
+class KORVALE_IMAGING_API XBackgroundAccumulator
+{
+public:
+    /// An accumulator for at most `inMostPages` pages of the layout of `inForm`. Errors: 1012.
+    static std::unique_ptr<XBackgroundAccumulator> Make(
+        XBackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages,
+        XPageMemory& ioMemory );
+
+    virtual ~XBackgroundAccumulator() = default;
+    XBackgroundAccumulator( const XBackgroundAccumulator& ) = delete;
+    XBackgroundAccumulator& operator=( const XBackgroundAccumulator& ) = delete;
+
+    /// Adds the samples of a page with the indices from `inFirst` up to, but not including, `inEnd`.
+    virtual void Add( const WImagePage& inPage, std::uint64_t inFirst, std::uint64_t inEnd ) = 0;
+
+    /// Sets those samples of `outPage` to the background of the `inPages` pages that have been added.
+    virtual void GetBackground(
+        std::uint32_t inPages, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& outPage ) const = 0;
+
+protected:
+    XBackgroundAccumulator() = default;
+};

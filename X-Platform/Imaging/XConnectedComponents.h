@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+/// Adjacent pixels of one object in a row: columns from `first` up to, but not including, `end`.
+struct XPixelRun
+{
+    static constexpr std::uint32_t kNoObject = std::numeric_limits<std::uint32_t>::max();
+
+    std::uint32_t row;
+    std::uint32_t first;
+    std::uint32_t end;
+    std::uint32_t object; ///< Index of the object; kNoObject: too small, not an object.
+};
+
+/// Position and size of an object in pixels. The first pixel of a page is 0, 0.
+struct KORVALE_IMAGING_API XObjectShape
+{
+    std::uint64_t sumX = 0;
+    std::uint64_t sumY = 0;
+    std::uint32_t pixelCount = 0;
+    std::uint32_t contacts = 0; ///< Vertically adjacent pairs of its pixels.
+    std::uint32_t runCount = 0;
+    std::uint32_t left = std::numeric_limits<std::uint32_t>::max();
+    std::uint32_t top = std::numeric_limits<std::uint32_t>::max();
+    std::uint32_t right = 0; ///< The last column.
+    std::uint32_t bottom = 0;
+
+    double GetCentroidX() const { return static_cast<double>( sumX ) / pixelCount; }
+    double GetCentroidY() const { return static_cast<double>( sumY ) / pixelCount; }
+    std::uint32_t GetBoundsX() const { return right - left + 1; }
+    std::uint32_t GetBoundsY() const { return bottom - top + 1; }
+
+    /// Number of pixel edges between the object and anything else, the border of the page included.
+    std::uint64_t GetPerimeter() const { return 2 * ( std::uint64_t{ runCount } + pixelCount - contacts ); }
+
+    /// Merges the shape of another part of the object.
+    void Add( const XObjectShape& inOther );
+};
+
+/// The objects of a page in raster order of their first pixel, and their runs in raster order.
+struct XLabelledObjects
+{
+    std::vector<XObjectShape> shapes;
+    std::vector<XPixelRun> runs;
+};
+
+class XPixelMask;
+
+/// Which pixels are neighbours: those that share an edge, or a corner too.
+enum class XConnectivity
+{
+    kEdges = 4,
+    kEdgesAndCorners = 8
+};
+
+/// The connected components of the chosen pixels. Components of fewer than `inLeastPixels` pixels are left out. An abort
+/// throws 1001.
+KORVALE_IMAGING_API XLabelledObjects XFindConnectedComponents(
+    const XPixelMask& inMask, XConnectivity inConnectivity, std::uint64_t inLeastPixels = 1 );
+
+/// The connected components of the pixels whose sample in channel `inChannel` (counted from 0) is greater than the
+/// threshold.
+KORVALE_IMAGING_API XLabelledObjects XFindObjects(
+    const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, XConnectivity inConnectivity,
+    std::uint64_t inLeastPixels = 1 );

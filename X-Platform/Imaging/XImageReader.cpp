@@ -1,0 +1,88 @@
+#include "Imaging/XImageReader.h"
+
+#include "Imaging/Internal/XImagePlanes.h"
+#include "Jobs/XProgress.h"
+#include "Threads/XThreadLock.h"
+
+#include <algorithm>
+
+XImageReader::XImageReader( const std::filesystem::path& inPath, const XImageReadSettings& inSettings )
+    : itsPath( inPath ), itsSettings( inSettings )
+{
+    auto reader = WImageFile::Open( itsPath );
+    XCheckPlanes( *reader, itsSettings.arePagesTimes );
+    itsPageCount = reader->GetPageCount();
+    itsSkippedCount = reader->GetSkippedCount();
+    GiveBack( std::move( reader ) );
+}
+
+/// A reader that has failed is not used again.
+WImagePage XImageReader::ReadPage( std::uint32_t inPage, const WImagePage::Allocator& inAllocator )
+{
+    constexpr std::uint64_t kMost = 1000;
+    XProgress progress( kMost, XProgress::kProgressTransfer );
+    const auto tellShare = [&]( double inShare )
+    {
+        progress.SetProgress( inShare * kMost );
+        progress.YieldAndCheckAbort();
+    };
+    auto reader = Take();
+    if ( reader->GetPageCount() != itsPageCount )
+        throw WImageError( "the file has changed" );
+    auto page = reader->ReadPage( inPage, tellShare, inAllocator );
+    GiveBack( std::move( reader ) );
+    SetPixelSize( page );
+    return page;
+}
+
+void XImageReader::SetPixelSize( WImageFormat& ioForm )
+{
+    if ( itsSettings.pixelWidth > 0 )
+    {
+        ioForm.pixelWidth = itsSettings.pixelWidth;
+        ioForm.pixelHeight = itsSettings.pixelHeight;
+        return;
+    }
+    const auto largest = std::max( ioForm.pixelWidth, ioForm.pixelHeight );
+    if ( !ioForm.HasResolution() || largest <= kLargestPixel )
+        return;
+    ioForm.pixelWidth = ioForm.pixelHeight = 0;
+    const XThreadLock lock( itsMutex );
+    itsIgnoredPixelSize = std::max( itsIgnoredPixelSize, largest );
+}
+
+double XImageReader::GetIgnoredPixelSize()
+{
+    const XThreadLock lock( itsMutex );
+    return itsIgnoredPixelSize;
+}
+
+XImageReader::Reader XImageReader::Take()
+{
+    {
+        const XThreadLock lock( itsMutex );
+        ++itsBegunCount;
+        if ( !itsIdleReaders.empty() )
+        {
+            auto reader = std::move( itsIdleReaders.back() );
+            itsIdleReaders.pop_back();
+            CloseUnneeded();
+            return reader;
+        }
+    }
+    return WImageFile::Open( itsPath );
+}
+
+void XImageReader::GiveBack( Reader inReader )
+{
+    const XThreadLock lock( itsMutex );
+    itsIdleReaders.push_back( std::move( inReader ) );
+    CloseUnneeded();
+}
+
+/// When all pages have been begun no idle reader is waited for, but the image may have to wait for those before it.
+void XImageReader::CloseUnneeded()
+{
+    if ( itsBegunCount >= itsPageCount )
+        itsIdleReaders.clear();
+}

@@ -1,0 +1,288 @@
+#include "Imaging/XMeasurementTable.h"
+
+#include "Imaging/Internal/XObjectIdentity.h"
+#include "Jobs/XChunks.h"
+#include "Pivot/Columns/XPivotFloatColumn.h"
+#include "Pivot/Columns/XPivotStringColumn.h"
+#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
+#include "Pivot/Tables/XPivotRowRefColumn.h"
+#include "Pivot/XPivotText.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+namespace
+{
+const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a table.
+
+/// The columns of one channel, in their order.
+constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStandardDeviation, kPivotSum };
+
+/// What a row takes up in a column; the storage of texts is shared by many.
+template<class Column>
+constexpr std::size_t kBytesPerRow = sizeof( typename Column::XValue ) + sizeof( std::uint8_t );
+template<>
+constexpr std::size_t kBytesPerRow<XPivotRowRefColumn> = kBytesPerRow<XPivotReferenceColumn> +
+    sizeof( XPivotRowRefs::XPlace ) + XPivotRowRefs::GetBytesPerRecord();
+
+/// True when images of one name lie in different folders.
+bool HaveNamesInSeveralFolders( const std::vector<XImageMeasurement>& inImages )
+{
+    std::map<std::string, std::string> folderOfName;
+    return std::ranges::any_of(
+        inImages,
+        [&]( const XImageMeasurement& inImage )
+        { return folderOfName.emplace( inImage.name, inImage.folder ).first->second != inImage.folder; } );
+}
+
+std::vector<std::string> SplitPath( const std::string& inPath )
+{
+    std::vector<std::string> parts( 1 );
+    for ( const auto character : inPath )
+        if ( character == '/' )
+            parts.emplace_back();
+        else
+            parts.back() += character;
+    return parts;
+}
+
+/// The images' folders without the outermost and the innermost ones that all of them have in common; "." where nothing is
+/// left.
+std::vector<std::string> GetDifferingFolders( const std::vector<XImageMeasurement>& inImages )
+{
+    std::vector<std::vector<std::string>> paths;
+    for ( const auto& image : inImages )
+        paths.push_back( SplitPath( image.folder ) );
+    const auto areAllLike = [&]( const std::string& inPart, auto inGetPart ) {
+        return std::ranges::all_of(
+            paths, [&]( const auto& inPath ) { return inGetPart( inPath ) == inPart; } );
+    };
+    const auto shortest =
+        paths.empty() ? 0 : std::ranges::min( paths, {}, &std::vector<std::string>::size ).size();
+    std::size_t first = 0, last = 0;
+    while ( first < shortest &&
+            areAllLike( paths[0][first], [&]( const auto& inPath ) { return inPath[first]; } ) )
+        ++first;
+    const auto getFromEnd = [&]( const auto& inPath ) { return inPath[inPath.size() - 1 - last]; };
+    while ( first + last < shortest && areAllLike( getFromEnd( paths[0] ), getFromEnd ) )
+        ++last;
+
+    std::vector<std::string> folders;
+    for ( const auto& path : paths )
+    {
+        std::string folder;
+        for ( auto i = first; i + last < path.size(); ++i )
+            folder += ( i > first ? "/" : "" ) + path[i];
+        folders.push_back( folder.empty() ? "." : folder );
+    }
+    return folders;
+}
+
+/// A table that is being filled, with its columns at hand.
+class Filler
+{
+public:
+    Filler(
+        std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea,
+        XMeasurementMemory* ioMemory );
+
+    void ReserveRows( std::uint32_t inCount ) { itsTable.ReserveRows( inCount ); }
+
+    /// The folder as the table is to show it.
+    void AddImage( XImageMeasurement& ioImage, const std::string& inFolder );
+    XPivotTable TakeTable() { return std::move( itsTable ); }
+
+private:
+    XPivotTable itsTable;
+    XMeasurementMemory* const itsMemory; ///< Null: none.
+    std::size_t itsRowBytes = 0;         ///< What a row takes up in all columns.
+    std::uint32_t itsChannelCount;
+    std::size_t itsImageCount = 0;
+    XPivotRowRefColumn* itsID;
+    XPivotOtherRowRefColumn* itsParentID = nullptr;
+    XPivotStringColumn* itsName;
+    XPivotStringColumn* itsFolder = nullptr;
+    XPivotUInt32Column* itsTimepoint;
+    XPivotUInt32Column* itsPixelCount;
+    XPivotFloatColumn* itsArea = nullptr;
+    std::array<XPivotFloatColumn*, 2> itsCentroid;
+    std::array<XPivotUInt32Column*, 2> itsLocation;
+    std::array<XPivotUInt32Column*, 2> itsBounds;
+    XPivotFloatColumn* itsPerimeter;
+    std::vector<XPivotFloatColumn*> itsStatistics; ///< Channel after channel.
+
+    template<class Column>
+    Column*
+    Add( XPivotColumnID inID, const XString& inChannel = XString(), const XString& inUnits = XString() )
+    {
+        return Add( std::make_unique<Column>( inID, XString(), inChannel, inUnits ) );
+    }
+    template<class Column>
+    Column* Add( std::unique_ptr<Column> inColumn )
+    {
+        itsRowBytes += kBytesPerRow<Column>;
+        return &itsTable.AddColumn( std::move( inColumn ) );
+    }
+    void AddPage(
+        const XString& inName, const XString& inFolder, std::uint32_t inTimepoint,
+        const XPageMeasurement& inPage );
+    void AddParent( const XPageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow );
+    void AddShape( const XObjectShape& inShape, const XPageMeasurement& inPage );
+    void AddStatistics( const XPageMeasurement& inPage, std::size_t inObject );
+};
+
+Filler::Filler(
+    std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea,
+    XMeasurementMemory* ioMemory )
+    : itsMemory( ioMemory ), itsChannelCount( inChannels )
+{
+    itsID = Add<XPivotRowRefColumn>( kPivotID );
+    if ( inHasParents )
+    {
+        itsParentID = Add<XPivotOtherRowRefColumn>( kPivotParentID );
+        itsParentID->SetRowRefColumnDescriptor( itsID->GetDescriptor() );
+    }
+    itsName = Add<XPivotStringColumn>( kPivotName );
+    if ( inHasFolders )
+        itsFolder =
+            Add( std::make_unique<XPivotStringColumn>( kPivotUserDefined, "Folder", XString(), XString() ) );
+    itsTimepoint = Add<XPivotUInt32Column>( kPivotTimepoint );
+    itsPixelCount = Add<XPivotUInt32Column>( kPivotPixelCount );
+    if ( inHasArea )
+        itsArea = Add<XPivotFloatColumn>( kPivotArea, XString(), kSquareMicrometres );
+    itsCentroid = { Add<XPivotFloatColumn>( kPivotCentroidX ), Add<XPivotFloatColumn>( kPivotCentroidY ) };
+    itsLocation = { Add<XPivotUInt32Column>( kPivotXLocation ), Add<XPivotUInt32Column>( kPivotYLocation ) };
+    itsBounds = { Add<XPivotUInt32Column>( kPivotBoundsX ), Add<XPivotUInt32Column>( kPivotBoundsY ) };
+    itsPerimeter = Add<XPivotFloatColumn>( kPivotPerimeter );
+    for ( std::uint32_t channel = 1; channel <= inChannels; ++channel )
+        for ( const auto id : kChannelIDs )
+            itsStatistics.push_back( Add<XPivotFloatColumn>( id, XString( "C" ) + XString( channel ) ) );
+}
+
+void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
+{
+    const XString name = XPivotText::FromFileName( ioImage.name ),
+                  folder = XPivotText::FromFileName( inFolder );
+    std::uint32_t timepoint = 0;
+    for ( auto& page : ioImage.pages )
+    {
+        if ( itsMemory )
+            itsMemory->BringBack( page );
+        AddPage( name, folder, timepoint++, page );
+        page.Release();
+        if ( itsMemory )
+            itsMemory->CountTable( itsTable.GetNumRows() * itsRowBytes );
+    }
+    ++itsImageCount;
+}
+
+void Filler::AddPage(
+    const XString& inName, const XString& inFolder, std::uint32_t inTimepoint,
+    const XPageMeasurement& inPage )
+{
+    const auto name = inName.GetStringView();
+    const auto firstRow = itsID->GetColumnSize();
+    const auto addRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
+    {
+        for ( auto i = inFirst; i < inEnd; ++i )
+        {
+            AddStatistics( inPage, i );
+            itsID->AppendValue( XMakeObjectIdentity( name, itsImageCount, inTimepoint, inPage, i ), true );
+            AddParent( inPage, i, firstRow );
+            itsName->AppendValue( inName, true );
+            if ( itsFolder )
+                itsFolder->AppendValue( inFolder, true );
+            itsTimepoint->AppendValue( inTimepoint, true );
+            AddShape( inPage.shapes[i], inPage );
+        }
+    };
+    XForEachChunk( inPage.shapes.size(), kTableRowsAtOnce, addRows );
+}
+
+/// The objects of the page, whose first one is in that row, are in the table before those inside them.
+void Filler::AddParent( const XPageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow )
+{
+    if ( !itsParentID )
+        return;
+    if ( inObject < inPage.GetOuterCount() )
+        itsParentID->AppendValue( XUUID(), false );
+    else
+        itsParentID->AppendValue( itsID->GetDataUUID( inFirstRow + inPage.GetParent( inObject ) ), true );
+}
+
+void Filler::AddShape( const XObjectShape& inShape, const XPageMeasurement& inPage )
+{
+    itsPixelCount->AppendValue( inShape.pixelCount, true );
+    if ( itsArea )
+    {
+        const auto area = inShape.pixelCount * inPage.pixelWidth * inPage.pixelHeight;
+        itsArea->AppendValue(
+            inPage.HasResolution() ? area : itsArea->GetDefaultValue(), inPage.HasResolution() );
+    }
+    itsCentroid[0]->AppendValue( inShape.GetCentroidX(), true );
+    itsCentroid[1]->AppendValue( inShape.GetCentroidY(), true );
+    itsLocation[0]->AppendValue( inShape.left, true );
+    itsLocation[1]->AppendValue( inShape.top, true );
+    itsBounds[0]->AppendValue( inShape.GetBoundsX(), true );
+    itsBounds[1]->AppendValue( inShape.GetBoundsY(), true );
+    itsPerimeter->AppendValue( static_cast<double>( inShape.GetPerimeter() ), true );
+}
+
+void Filler::AddStatistics( const XPageMeasurement& inPage, std::size_t inObject )
+{
+    for ( std::uint32_t channel = 0; channel < itsChannelCount; ++channel )
+    {
+        const auto exists = channel < inPage.channels;
+        const auto statistics =
+            exists ? inPage.statistics[inObject * inPage.channels + channel] : XChannelStatistics();
+        const std::array values{
+            statistics.min, statistics.max, statistics.mean, statistics.standardDeviation, statistics.sum };
+        for ( std::size_t i = 0; i < values.size(); ++i )
+        {
+            auto& column = *itsStatistics[channel * values.size() + i];
+            column.AppendValue( exists ? values[i] : column.GetDefaultValue(), exists );
+        }
+    }
+}
+} // namespace
+
+std::uint64_t XImageMeasurement::GetObjectCount() const
+{
+    std::uint64_t count = 0;
+    for ( const auto& page : pages )
+        count += page.GetObjectCount();
+    return count;
+}
+
+XPivotTable XMakeMeasurementTable(
+    std::vector<XImageMeasurement>& ioImages, const XMeasureSettings& inSettings,
+    XMeasurementMemory* ioMemory )
+{
+    std::uint64_t rows = 0;
+    std::uint32_t channels = 0;
+    bool hasArea = false;
+    for ( const auto& image : ioImages )
+    {
+        rows += image.GetObjectCount();
+        for ( const auto& page : image.pages )
+        {
+            channels = std::max( channels, page.channels );
+            hasArea |= page.HasResolution();
+        }
+    }
+    if ( rows > std::numeric_limits<std::int32_t>::max() )
+        throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
+
+    const auto folders = GetDifferingFolders( ioImages );
+    const auto hasFolders = HaveNamesInSeveralFolders( ioImages );
+    Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea, ioMemory );
+    filler.ReserveRows( static_cast<std::uint32_t>( rows ) );
+    for ( std::size_t i = 0; i < ioImages.size(); ++i )
+        filler.AddImage( ioImages[i], folders[i] );
+    return filler.TakeTable();
+}

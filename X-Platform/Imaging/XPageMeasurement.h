@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "Imaging/XChildObjects.h"
+#include "Imaging/XConnectedComponents.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class XMemoryHandle;
+
+/// How the objects of a page are found and which are measured.
+struct XMeasureSettings
+{
+    XObjectSettings objects; ///< Without a threshold: Otsu's of each page.
+    XConnectivity connectivity = XConnectivity::kEdgesAndCorners;
+    std::optional<XObjectSettings> inside; ///< How child objects are found; without a value there are none.
+};
+
+/// The objects of a page and their child objects.
+struct XPageObjects
+{
+    double threshold = 0;
+    XLabelledObjects outer;
+    XChildObjects inner;
+};
+
+/// Statistics of the samples of one object in one channel.
+struct XChannelStatistics
+{
+    double min = 0;
+    double max = 0;
+    double mean = 0;
+    double standardDeviation = 0; ///< Of the population, not of a sample.
+    double sum = 0;
+};
+
+/// The measurements of one page: much smaller than its pixels, and independent of all other pages.
+struct KORVALE_IMAGING_API XPageMeasurement
+{
+    std::uint32_t channels = 0;
+    double pixelWidth = 0; ///< In micrometres; 0 without a resolution.
+    double pixelHeight = 0;
+    double threshold = 0;
+    std::vector<XObjectShape> shapes;           ///< Of the objects, then of the child objects.
+    std::vector<XChannelStatistics> statistics; ///< Object after object, the channels of each in order.
+    std::vector<std::uint32_t> parents;         ///< For each child object the index of its parent.
+    std::size_t releasedOuter = 0;              ///< Objects that Release gave up, by kind.
+    std::size_t releasedInner = 0;
+    std::shared_ptr<XMemoryHandle> kept; ///< Where XMeasurementMemory keeps released objects; else null.
+    std::size_t keptOffset = 0;
+
+    bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
+    std::size_t GetOuterCount() const { return releasedOuter + shapes.size() - parents.size(); }
+    std::size_t GetObjectCount() const { return releasedOuter + releasedInner + shapes.size(); }
+    /// Gives up the objects, but not their numbers: they are in a table.
+    void Release();
+    std::uint32_t GetParent( std::size_t inInner ) const { return parents[inInner - GetOuterCount()]; }
+};
+
+/// Depends on nothing but its arguments, so pages may be worked on by any threads in any order; that holds for all of
+/// these. Throws WImageError when the page has not got a channel.
+KORVALE_IMAGING_API XPageObjects
+XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings );
+
+/// Measures what was found on the page.
+KORVALE_IMAGING_API XPageMeasurement
+XMeasureObjects( const WImagePage& inPage, const XPageObjects& inObjects );
+
+/// Finds the objects and measures them.
+KORVALE_IMAGING_API XPageMeasurement
+XMeasurePage( const WImagePage& inPage, const XMeasureSettings& inSettings );

@@ -1,0 +1,161 @@
+#include "Imaging/XPageMemory.h"
+
+#include "Core/Errors/XException.h"
+#include "Core/Strings/XByteCount.h"
+#include "Ground/XErrorNumbers.h"
+#include "Imaging/Internal/XSpareBuffers.h"
+#include "Memory/XMemoryManager.h"
+#include "Threads/XLock.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace
+{
+/// Where the bytes alone would fit, the rest of the budget is pinned.
+std::string DescribeShortage( std::uint64_t inBytes )
+{
+    const auto budget = XMemoryManager::GetManager()->GetBudget();
+    const auto text = XFormatByteCount( inBytes ) + " do not fit into the " + XFormatByteCount( budget ) +
+        " that may be used";
+    return inBytes > budget ? text : text + ", beside what has to stay in it";
+}
+
+/// What the manager adds to the text of the number: which folder refuses purges, and why.
+XString GetCause( const XException& inError )
+{
+    const XString plain = XException( kErrorOutOfMemory ).GetRawErrorMessage();
+    XString cause = inError.GetRawErrorMessage();
+    return cause.StripFirst( plain.GetLength() );
+}
+
+class Shortage : public XException
+{
+public:
+    Shortage( std::uint64_t inBytes, const XException& inError )
+        : XException( kErrorOutOfMemory ),
+          itsText( GetCause( inError ) + XString( ": " + DescribeShortage( inBytes ) ) )
+    {
+    }
+
+    XString GetRawErrorMessage() const override { return XException::GetRawErrorMessage() + itsText; }
+
+private:
+    XString itsText;
+};
+} // namespace
+
+/// Of what is locked at a time, counted as the manager counts it.
+class XPageMemory::Share
+{
+public:
+    Share( XPageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
+        : itsMemory( ioMemory ),
+          itsBytes( XMemoryManager::AlignSizeToPageSize( std::max<std::uint64_t>( inBytes, 1 ) ) ),
+          itsTotal( inIsLasting ? ioMemory.itsLasting : ioMemory.itsPassing )
+    {
+        constexpr bool kIsAlertable = true;
+        const XThreadLock lock( itsMemory.itsMutex );
+        while ( !itsMemory.HasRoom( itsBytes ) )
+            itsMemory.itsShareReturned.Wait( itsMemory.itsMutex, kNoTimeout, kIsAlertable );
+        itsTotal += itsBytes;
+    }
+
+    ~Share()
+    {
+        const XThreadLock lock( itsMemory.itsMutex );
+        itsTotal -= itsBytes;
+        itsMemory.itsShareReturned.Broadcast();
+    }
+
+    Share( const Share& ) = delete;
+    Share& operator=( const Share& ) = delete;
+
+private:
+    XPageMemory& itsMemory;
+    const std::uint64_t itsBytes;
+    std::uint64_t& itsTotal;
+};
+
+bool XPageMemory::HasRoom( std::uint64_t inBytes ) const
+{
+    return itsPassing == 0 || itsPassing + itsLasting + inBytes <= XMemoryManager::GetManager()->GetBudget();
+}
+
+/// Bytes that are locked while it lives: a handle's, or a buffer's, which is kept for others then.
+class XPageMemory::Held
+{
+public:
+    Held( XPageMemory& ioMemory, XMemoryHandle& ioHandle, XLockMode inMode )
+        : itsMemory( ioMemory ), itsShare( ioMemory, ioHandle.GetDataSize(), false ), itsHandle( ioHandle ),
+          itsLock( std::in_place, ioHandle, inMode )
+    {
+    }
+
+    Held( XPageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
+        : itsMemory( ioMemory ), itsShare( ioMemory, inBytes, inIsLasting ),
+          itsBuffer( ioMemory.itsSpareBuffers->Take( inBytes ) ), itsHandle( *itsBuffer ),
+          itsLock( std::in_place, itsHandle, kLockForWrite )
+    {
+    }
+
+    ~Held()
+    {
+        itsLock.reset();
+        if ( itsBuffer )
+            itsMemory.itsSpareBuffers->Keep( std::move( itsBuffer ) );
+    }
+
+    Held( const Held& ) = delete;
+    Held& operator=( const Held& ) = delete;
+
+    std::byte* GetBytes() const { return static_cast<std::byte*>( itsHandle.GetData() ); }
+
+private:
+    XPageMemory& itsMemory;
+    const Share itsShare; // returned last
+    XSpareBuffers::Buffer itsBuffer;
+    XMemoryHandle& itsHandle;
+    std::optional<XLock> itsLock;
+};
+
+XPageMemory::XPageMemory() : itsSpareBuffers( std::make_unique<XSpareBuffers>() ) {}
+
+XPageMemory::~XPageMemory() = default;
+
+/// What `inMakeHeld` returns as samples that keep it.
+template<class MakeHeld>
+WImagePage::Samples XPageMemory::Hold( std::uint64_t inBytes, MakeHeld inMakeHeld )
+{
+    try
+    {
+        std::shared_ptr<Held> held = inMakeHeld();
+        auto* const bytes = held->GetBytes();
+        return WImagePage::Samples(
+            bytes, [held = std::move( held )]( std::byte* ) mutable { held.reset(); } );
+    }
+    catch ( const XException& error )
+    {
+        if ( error.GetErrorNumber() != kErrorOutOfMemory )
+            throw;
+        throw Shortage( inBytes, error );
+    }
+}
+
+WImagePage::Samples XPageMemory::Allocate( std::uint64_t inBytes )
+{
+    return Hold( inBytes, [&] { return std::make_shared<Held>( *this, inBytes, false ); } );
+}
+
+WImagePage::Samples XPageMemory::AllocateLasting( std::uint64_t inBytes )
+{
+    return Hold( inBytes, [&] { return std::make_shared<Held>( *this, inBytes, true ); } );
+}
+
+WImagePage::Samples XPageMemory::Lock( XMemoryHandle& ioHandle, XLockMode inMode )
+{
+    return Hold( ioHandle.GetDataSize(), [&] { return std::make_shared<Held>( *this, ioHandle, inMode ); } );
+}

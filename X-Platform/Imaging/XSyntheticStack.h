@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Images/WImageFile.h"
+#include "WPlatform.h"
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+/// Size and contents of a synthetic stack.
+struct XSyntheticStackSettings
+{
+    std::uint32_t planes = 8;
+    std::uint32_t width = 512;
+    std::uint32_t height = 512;
+    std::uint32_t channels = 1;
+    std::uint32_t bits = 16; ///< 8 or 16.
+    std::uint32_t objects = 60;
+    std::uint64_t seed = 1;
+};
+
+/// A stack of planes with round, blurred objects on a noisy background, and its ground truth. Objects do not touch, move
+/// a little from plane to plane, and each is on every plane. Equal settings give equal samples on every system: only
+/// exact operations are used.
+class KORVALE_IMAGING_API XSyntheticStack
+{
+public:
+    /// Throws WImageError when the objects do not fit into planes of that size.
+    explicit XSyntheticStack( const XSyntheticStackSettings& inSettings );
+
+    /// The format of every plane.
+    WImageFormat GetForm() const;
+
+    /// Draws the next plane. An abort throws 1001.
+    WImagePage DrawPlane();
+
+    /// The ground truth as CSV: the header, and the lines of the plane that was drawn last.
+    std::string GetTruthHeader() const;
+    std::string GetTruth() const;
+
+private:
+    struct Disc
+    {
+        double cellX; ///< Centre of the part of the plane that the object keeps to.
+        double cellY;
+        double x;
+        double y;
+        double radius;
+        std::vector<double> peaks; ///< For each channel, from 0 to 1.
+    };
+
+    XSyntheticStackSettings itsSettings;
+    std::mt19937_64 itsRandom;
+    std::vector<Disc> itsDiscs;
+    double itsCellWidth = 0;
+    double itsCellHeight = 0;
+    std::uint32_t itsPlane = 0; ///< The next one to draw.
+
+    double DrawUniform();
+    double DrawNoise();
+    std::vector<std::uint32_t> DrawCells( std::uint32_t inCount );
+    void PlaceDiscs();
+    void Wander( Disc& ioDisc );
+    void Paint( const Disc& inDisc, std::vector<float>& ioLight ) const;
+    template<class T>
+    void Expose( const std::vector<float>& inLight, WImagePage& outPage );
+};

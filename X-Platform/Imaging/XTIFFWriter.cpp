@@ -1,0 +1,222 @@
+#include "Imaging/XTIFFWriter.h"
+
+#include "Images/WTIFFDirectory.h"
+#include "Jobs/XChunks.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <string>
+
+namespace
+{
+using Tag = WTIFFDirectory::Tag;
+
+constexpr std::uint16_t kExtraSamples = 338;
+constexpr std::uint16_t kShort = 3, kLong = 4, kRational = 5, kLong8 = 16;
+constexpr std::uint16_t kUnsigned = 1, kFloat = 3;
+constexpr std::uint16_t kNotCompressed = 1, kBlackIsZero = 1, kInterleaved = 1, kCentimetre = 3;
+constexpr double kMicrometresPerCentimetre = 1e4;
+constexpr std::uint64_t kMostClassicBytes = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kClassicHeaderSize = 8;
+
+template<class T>
+void AppendTo( std::string& ioBytes, T inNumber )
+{
+    ioBytes.append( reinterpret_cast<const char*>( &inNumber ), sizeof( inNumber ) );
+}
+
+/// The widths of what a format's directories consist of, in bytes.
+struct Widths
+{
+    std::uint64_t count;  ///< Of the number of entries.
+    std::uint64_t entry;  ///< Of an entry.
+    std::uint64_t offset; ///< Of an offset, and of what an entry has room for.
+};
+
+constexpr Widths GetWidths( XTIFFWriter::Format inFormat )
+{
+    return inFormat == XTIFFWriter::kBig ? Widths{ 8, 20, 8 } : Widths{ 2, 12, 4 };
+}
+
+/// Appends a number that has another width in each format.
+void XAppendNumber( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inWidth )
+{
+    if ( inWidth == 8 )
+        AppendTo( ioBytes, inNumber );
+    else if ( inWidth == 4 )
+        AppendTo( ioBytes, static_cast<std::uint32_t>( inNumber ) );
+    else
+        AppendTo( ioBytes, static_cast<std::uint16_t>( inNumber ) );
+}
+
+/// A directory that is being put together: entries, and behind them the values that are too long for an entry.
+class Directory
+{
+public:
+    Directory( XTIFFWriter::Format inFormat, std::uint64_t inPosition, std::uint16_t inEntryCount )
+        : itsWidths( GetWidths( inFormat ) ),
+          itsLink( inPosition + itsWidths.count + inEntryCount * itsWidths.entry )
+    {
+        XAppendNumber( itsEntries, inEntryCount, itsWidths.count );
+    }
+
+    void AddShort( std::uint16_t inTag, std::uint16_t inValue, std::uint32_t inCount = 1 )
+    {
+        std::string values;
+        for ( std::uint32_t i = 0; i < inCount; ++i )
+            AppendTo( values, inValue );
+        Add( inTag, kShort, inCount, values );
+    }
+
+    void AddLong( std::uint16_t inTag, std::uint32_t inValue )
+    {
+        std::string value;
+        AppendTo( value, inValue );
+        Add( inTag, kLong, 1, value );
+    }
+
+    /// A place in the file, or a number of bytes.
+    void AddOffset( std::uint16_t inTag, std::uint64_t inValue )
+    {
+        std::string value;
+        XAppendNumber( value, inValue, itsWidths.offset );
+        Add( inTag, itsWidths.offset == 8 ? kLong8 : kLong, 1, value );
+    }
+
+    /// To three decimals, or as many as 32 bits have room for.
+    void AddFraction( std::uint16_t inTag, double inValue )
+    {
+        constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
+        std::uint32_t divisor = 1000;
+        while ( divisor > 1 && inValue * divisor > kMost )
+            divisor /= 10;
+        std::string value;
+        AppendTo( value, static_cast<std::uint32_t>( std::llround( std::min( inValue * divisor, kMost ) ) ) );
+        AppendTo( value, divisor );
+        Add( inTag, kRational, 1, value );
+    }
+
+    std::string GetBytes() const
+    {
+        constexpr std::uint64_t kNoNextDirectory = 0;
+        auto bytes = itsEntries;
+        XAppendNumber( bytes, kNoNextDirectory, itsWidths.offset );
+        return bytes + itsValues;
+    }
+
+    /// Where the offset of the next directory belongs.
+    std::uint64_t GetLink() const { return itsLink; }
+
+private:
+    const Widths itsWidths;
+    const std::uint64_t itsLink;
+    std::string itsEntries;
+    std::string itsValues;
+
+    void Add( std::uint16_t inTag, std::uint16_t inType, std::uint32_t inCount, std::string inValues )
+    {
+        const auto room = itsWidths.offset;
+        AppendTo( itsEntries, inTag );
+        AppendTo( itsEntries, inType );
+        XAppendNumber( itsEntries, inCount, room );
+        inValues.resize( std::max<std::size_t>( inValues.size() + inValues.size() % 2, room ) );
+        if ( inValues.size() > room )
+        {
+            XAppendNumber( itsEntries, itsLink + room + itsValues.size(), room );
+            itsValues += inValues;
+        }
+        else
+            itsEntries += inValues;
+    }
+};
+
+Directory MakeDirectory(
+    XTIFFWriter::Format inFormat, const WImageFormat& inPage, std::uint64_t inPosition,
+    std::uint64_t inSamplesPosition )
+{
+    const auto hasExtra = inPage.channels > 1;
+    const auto hasResolution = inPage.HasResolution();
+    const auto entryCount = 11 + ( hasExtra ? 1 : 0 ) + ( hasResolution ? 3 : 0 );
+
+    // In ascending order of the tags.
+    Directory directory( inFormat, inPosition, static_cast<std::uint16_t>( entryCount ) );
+    directory.AddLong( Tag::kWidth, inPage.width );
+    directory.AddLong( Tag::kHeight, inPage.height );
+    directory.AddShort(
+        Tag::kBitsPerSample, static_cast<std::uint16_t>( inPage.GetSampleSize() * 8 ), inPage.channels );
+    directory.AddShort( Tag::kCompression, kNotCompressed );
+    directory.AddShort( Tag::kPhotometric, kBlackIsZero );
+    directory.AddOffset( Tag::kStripOffsets, inSamplesPosition );
+    directory.AddShort( Tag::kSamplesPerPixel, static_cast<std::uint16_t>( inPage.channels ) );
+    directory.AddLong( Tag::kRowsPerStrip, inPage.height );
+    directory.AddOffset( Tag::kStripSizes, inPage.GetByteCount() );
+    if ( hasResolution )
+    {
+        directory.AddFraction( Tag::kXResolution, kMicrometresPerCentimetre / inPage.pixelWidth );
+        directory.AddFraction( Tag::kYResolution, kMicrometresPerCentimetre / inPage.pixelHeight );
+    }
+    directory.AddShort( Tag::kPlanarConfiguration, kInterleaved );
+    if ( hasResolution )
+        directory.AddShort( Tag::kResolutionUnit, kCentimetre );
+    if ( hasExtra )
+        directory.AddShort( kExtraSamples, 0, inPage.channels - 1 );
+    directory.AddShort(
+        Tag::kSampleFormat, inPage.type == WImageFormat::kFloat32 ? kFloat : kUnsigned, inPage.channels );
+    return directory;
+}
+} // namespace
+
+XTIFFWriter::Format XTIFFWriter::GetFormat( const WImageFormat& inForm, std::uint32_t inPages )
+{
+    const auto directorySize = MakeDirectory( kClassic, inForm, 0, 0 ).GetBytes().size();
+    const auto pageSize = inForm.GetByteCount() + inForm.GetByteCount() % 2 + directorySize;
+    const auto isSmall = pageSize <= ( kMostClassicBytes - kClassicHeaderSize ) / inPages;
+    return isSmall ? kClassic : kBig;
+}
+
+XTIFFWriter::XTIFFWriter( WFile& ioFile, Format inFormat ) : itsFile( ioFile ), itsFormat( inFormat )
+{
+    const auto offsetSize = GetWidths( inFormat ).offset;
+    std::string header = std::endian::native == std::endian::little ? "II" : "MM";
+    AppendTo<std::uint16_t>( header, inFormat == kBig ? 43 : 42 );
+    if ( inFormat == kBig )
+    {
+        AppendTo( header, static_cast<std::uint16_t>( offsetSize ) );
+        AppendTo<std::uint16_t>( header, 0 );
+    }
+    itsLink = header.size();
+    XAppendNumber( header, 0, offsetSize );
+    Append( header.data(), header.size() );
+}
+
+void XTIFFWriter::WritePage( const WImagePage& inPage )
+{
+    const auto samplesPosition = itsEnd;
+    const auto position = itsEnd + inPage.GetByteCount() + inPage.GetByteCount() % 2;
+    const auto directory = MakeDirectory( itsFormat, inPage, position, samplesPosition );
+    const auto bytes = directory.GetBytes();
+    if ( itsFormat == kClassic && position + bytes.size() > kMostClassicBytes )
+        throw WImageError( "the pages outgrow the 4 GiB of a TIFF file" );
+
+    Append( inPage.samples.get(), inPage.GetByteCount() );
+    itsEnd = position;
+    Append( bytes.data(), bytes.size() );
+
+    std::string offset;
+    XAppendNumber( offset, position, GetWidths( itsFormat ).offset );
+    itsFile.WriteAt( itsLink, offset.data(), offset.size() );
+    itsLink = directory.GetLink();
+}
+
+void XTIFFWriter::Append( const void* inBytes, std::uint64_t inCount )
+{
+    constexpr std::uint64_t kBytesAtOnce = 1024 * 1024;
+    const auto* const bytes = static_cast<const std::byte*>( inBytes );
+    XForEachChunk(
+        inCount, kBytesAtOnce,
+        [&]( std::uint64_t inFirst, std::uint64_t inLast )
+        { itsFile.WriteAt( itsEnd + inFirst, bytes + inFirst, inLast - inFirst ); } );
+    itsEnd += inCount;
+}

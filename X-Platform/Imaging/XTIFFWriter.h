@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Files/WFile.h"
+#include "Images/WImageFile.h"
+#include "WPlatform.h"
+
+/// Writes pages to a TIFF file, uncompressed and in the byte order of the machine. Equal pages give equal bytes on every
+/// system.
+class KORVALE_IMAGING_API XTIFFWriter
+{
+public:
+    enum Format
+    {
+        kClassic, ///< 32-bit offsets, which every program reads.
+        kBig      ///< 64-bit offsets (BigTIFF), for files of 4 GiB and more.
+    };
+
+    /// kClassic, unless `inPages` pages of that format need kBig.
+    static Format GetFormat( const WImageFormat& inForm, std::uint32_t inPages );
+
+    /// Keeps a reference to the file, which must be seekable. The file is valid after each page.
+    explicit XTIFFWriter( WFile& ioFile, Format inFormat = kClassic );
+
+    /// Appends a page. Throws WImageError when a classic file would exceed 4 GiB. An abort throws 1001.
+    void WritePage( const WImagePage& inPage );
+
+private:
+    WFile& itsFile;
+    const Format itsFormat;
+    std::uint64_t itsEnd = 0;
+    std::uint64_t itsLink = 0; ///< Where the offset of the next directory belongs.
+
+    void Append( const void* inBytes, std::uint64_t inCount );
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Drawing/WCanvas.h"
+#include "WPlatform.h"
+
+#include <optional>
+#include <vector>
+
+struct XLabelBox
+{
+    double left;
+    double top;
+    double right;
+    double bottom;
+
+    double GetWidth() const { return right - left; }
+    double GetHeight() const { return bottom - top; }
+};
+
+/// The label of an object: the bounds of the object and the size of the label.
+struct XObjectLabel
+{
+    XLabelBox object;
+    WPoint centre; ///< Centre of the object.
+    double width;
+    double height;
+};
+
+/// Places labels so that none overlaps another or leaves a picture of that size. Returns the centre of each label, or no
+/// value where there is no room. A label that fits into its object is placed at or near the object's centre, others
+/// beside the object. Larger objects go first.
+KORVALE_IMAGING_API std::vector<std::optional<WPoint>>
+XPlaceLabels( const std::vector<XObjectLabel>& inNumbers, double inWidth, double inHeight );
