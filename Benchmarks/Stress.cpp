@@ -1,4 +1,4 @@
-// Floods a main thread that takes no messages with progress for ten seconds, then runs the stress tests of
+// Floods a main thread that takes no messages with progress for ten seconds and a server with strangers, then runs the stress tests of
 // threads, messages, jobs and memory again and again for the given number of minutes (one by default), each time
 // with other random choices. Ends with 1 at the first fault.
 
@@ -6,7 +6,9 @@
 #include "Jobs/XJobQueue.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XThreadProgressStrategy.h"
+#include "ServerFlood.h"
 #include "Startup/WInitCore.h"
+#include "StressMemory.h"
 #include "Threads/XThread.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +18,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <thread>
 
 namespace
@@ -57,15 +58,6 @@ private:
     std::atomic<std::uint64_t>& itsReports;
 };
 
-std::uint64_t GetMemoryInUse()
-{
-    constexpr std::uint64_t kPageBytes = 4096;
-    std::uint64_t total = 0;
-    std::uint64_t resident = 0;
-    std::ifstream( "/proc/self/statm" ) >> total >> resident;
-    return resident * kPageBytes;
-}
-
 /// Returns whether no more was queued than a beginning and a value for each bar, and memory stayed as it was.
 bool FloodBlockedMainThread()
 {
@@ -104,7 +96,7 @@ int main( int inArgCount, char** inArgs )
     testing::InitGoogleTest( &inArgCount, inArgs );
     const double minutes = inArgCount > 1 ? std::strtod( inArgs[1], nullptr ) : 1.0;
     const WInitCore core;
-    if ( !FloodBlockedMainThread() )
+    if ( !FloodBlockedMainThread() || !FloodServer() )
         return 1;
     const auto end =
         std::chrono::steady_clock::now() + std::chrono::duration<double, std::ratio<60>>( minutes );

@@ -88,6 +88,7 @@ TEST( XDeploymentKeysTest, RefusesWhatIsNoKey )
 {
     const TestFolder folder;
     const auto load = [&] { XDeploymentKeys{ folder / "keys" }; };
+    fs::create_directory( folder / "keys" );
     EXPECT_EQ( ErrorNaming( "key", load ), 2u );
     XDeploymentKeys::Create( folder / "keys" );
     for ( const char* text :
