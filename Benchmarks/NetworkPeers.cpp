@@ -91,7 +91,7 @@ public:
         itsClient = std::make_unique<capnp::EzRpcClient>( "127.0.0.1", number );
         itsMain = std::make_unique<::Echo::Client>( itsClient->getMain<::Echo>() );
     }
-    ~CapnpEcho() override
+    ~CapnpEcho() noexcept override
     {
         itsMain.reset();
         itsClient.reset();

@@ -42,6 +42,9 @@ WTLSContext::WTLSContext( const Settings& inSettings ) : itsSystem( std::make_un
     Check(
         X509_STORE_add_cert( SSL_CTX_get_cert_store( context ), authority.get() ) == 1 &&
         SSL_CTX_add_client_CA( context, authority.get() ) == 1 );
+    for ( X509* const shared : { certificate.get(), authority.get() } )
+        X509_check_purpose(
+            shared, -1, 0 ); // now, and not in the first handshakes, several of which there may be at once
     SSL_CTX_set_verify( context, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr );
     X509_VERIFY_PARAM* const parameters = SSL_CTX_get0_param( context );
     X509_VERIFY_PARAM_set_hostflags(

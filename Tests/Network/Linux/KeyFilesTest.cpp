@@ -2,6 +2,7 @@
 #include "TestFolder.h"
 #include "TestTLS.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -51,6 +52,20 @@ TEST( KeyFilesTest, AreForTheirOwnerAlone )
             fs::permissions( file.path(), access, fs::perm_options::remove );
         }
     }
+}
+
+/// The key fits, a certificate does not.
+TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
+{
+    const TestFolder folder;
+    rlimit before{};
+    getrlimit( RLIMIT_FSIZE, &before );
+    const rlimit little{ 100, before.rlim_max };
+    setrlimit( RLIMIT_FSIZE, &little );
+    const std::uint32_t error = ErrorOf( [&] { XDeploymentKeys::Create( folder / "keys" ); } );
+    setrlimit( RLIMIT_FSIZE, &before );
+    EXPECT_NE( error, 0u );
+    EXPECT_EQ( folder.CountEntries(), 0u );
 }
 
 TEST( KeyFilesTest, LetTheirDeploymentConnect )

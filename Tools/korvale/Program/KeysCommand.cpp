@@ -11,8 +11,8 @@
 void KeysCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain( "The control service, the nodes and the clients of a deployment prove with these\n"
-                       "files that they belong together. Copy the folder to every machine that takes\n"
-                       "part, and keep it from other users: files that others can read are refused.\n"
+                       "files that they belong together. Copy them to the machines that take part, and\n"
+                       "keep them from other users: files that others can read are refused.\n"
                        "Programs look for it where --keys or KORVALE_KEYS says, then in\n"
                        "~/.config/korvale/keys.\n"
                        "\n"

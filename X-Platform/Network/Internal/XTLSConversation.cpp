@@ -252,6 +252,8 @@ WConnection::Outcome XTLSConversation::Flush( const XWaiter& inWaiter )
     return {};
 }
 
+/// By halves where the system lacks buffers. What is encrypted cannot be encrypted again, so where that does not help the
+/// connection is lost.
 WConnection::Outcome XTLSConversation::SendOutput( const XWaiter& inWaiter )
 {
     const std::span<const std::uint8_t> bytes = TakeOutput();
@@ -259,9 +261,16 @@ WConnection::Outcome XTLSConversation::SendOutput( const XWaiter& inWaiter )
     WConnection::Outcome outcome;
     {
         const XUnlocked unlocked( itsMutex );
-        outcome = inWaiter( [&]( const WDeadline& inDeadline )
-                            { return itsConnection->Send( bytes.data(), bytes.size(), inDeadline ); } );
+        USize size = 2 * bytes.size();
+        do
+        {
+            size /= 2;
+            outcome = inWaiter( [&]( const WDeadline& inDeadline )
+                                { return itsConnection->Send( bytes.data(), size, inDeadline ); } );
+        } while ( outcome.error == WConnection::kErrorNoBuffers && size > 1 );
     }
+    if ( outcome.error == WConnection::kErrorNoBuffers )
+        outcome.error = WConnection::kErrorAborted;
     itsSent += outcome.count;
     return outcome;
 }
