@@ -31,8 +31,3 @@ void WCanvas::FillRectangle( WPoint inCorner, WPoint inOtherCorner, const WColou
         { inCorner, { inOtherCorner.x, inCorner.y }, inOtherCorner, { inCorner.x, inOtherCorner.y } },
         inColour );
 }
-
-void WCanvas::StrokeLine( WPoint inFrom, WPoint inTo, const WStroke& inStroke )
-{
-    Stroke( { { inFrom, inTo } }, false, inStroke );
-}

@@ -98,7 +98,6 @@ public:
     virtual std::string Encode() = 0;
 
     void FillRectangle( WPoint inCorner, WPoint inOtherCorner, const WColour& inColour );
-    void StrokeLine( WPoint inFrom, WPoint inTo, const WStroke& inStroke );
 
 protected:
     WCanvas() = default;

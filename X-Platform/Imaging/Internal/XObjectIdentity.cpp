@@ -1,5 +1,7 @@
 #include "Imaging/Internal/XObjectIdentity.h"
 
+#include "Ground/Internal/XHashMix.h"
+
 #include <array>
 #include <bit>
 
@@ -40,7 +42,7 @@ private:
     /// Each bit of the result depends on all of the number's: the last steps of SplitMix64.
     static std::uint64_t Mix( std::uint64_t inNumber )
     {
-        inNumber += 0x9E3779B97F4A7C15;
+        inNumber += kXHashFactor;
         inNumber = ( inNumber ^ inNumber >> 30 ) * 0xBF58476D1CE4E5B9;
         inNumber = ( inNumber ^ inNumber >> 27 ) * 0x94D049BB133111EB;
         return inNumber ^ inNumber >> 31;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ground/Internal/XHashMix.h"
 #include "Ground/XFail.h"
 #include "Ground/XTypes.h"
 
@@ -75,8 +76,7 @@ private:
     USize FindChainIndex( std::uint64_t inValue ) const
     {
         constexpr unsigned kNearBits = 6;
-        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u; // odd, of irregular bits
-        const std::uint64_t start = ( ( inValue >> kNearBits ) * kSpread ) >> itsShift;
+        const std::uint64_t start = ( ( inValue >> kNearBits ) * kXHashFactor ) >> itsShift;
         return ( start + ( inValue & ( ( 1u << kNearBits ) - 1 ) ) ) & ( itsChains.size() - 1 );
     }
     const XChain& FindChain( std::uint64_t inValue ) const { return itsChains[FindChainIndex( inValue )]; }

@@ -1,5 +1,7 @@
 #include "Pivot/Tables/XPivotRowRefs.h"
 
+#include "Ground/Internal/XHashMix.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -15,21 +17,12 @@ std::uint64_t MakeSeed()
 
 const std::uint64_t sSeed = MakeSeed();
 
-/// Both halves of the product, so that every bit of either factor counts in the low bits too.
-std::uint64_t Multiply( std::uint64_t inLeft, std::uint64_t inRight )
-{
-    __extension__ using XProduct = unsigned __int128;
-    const XProduct product = static_cast<XProduct>( inLeft ) * inRight;
-    return static_cast<std::uint64_t>( product ) ^ static_cast<std::uint64_t>( product >> 64 );
-}
-
 std::uint32_t Hash( const XUUID& inUUID )
 {
     std::uint64_t halves[2];
     std::memcpy( halves, inUUID.GetBytes(), sizeof halves );
-    constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
     return static_cast<std::uint32_t>(
-        Multiply( Multiply( halves[0] ^ sSeed, kOdd ) ^ halves[1], sSeed | 1 ) );
+        XMixProduct( XMixProduct( halves[0] ^ sSeed, kXHashFactor ) ^ halves[1], sSeed | 1 ) );
 }
 } // namespace
 

@@ -1,5 +1,7 @@
 #include "Core/Strings/Internal/XTextScan.h"
 
+#include "Ground/Internal/XHashMix.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -130,7 +132,6 @@ public:
 private:
     /// Bytes that may be compared in vain for each byte of the text.
     static constexpr USize64 kPatience = 16;
-    static constexpr std::uint64_t kHashBase = 0x9E3779B97F4A7C15u;
 
     const char* itsText;
     USize64 itsPositions;
@@ -162,7 +163,7 @@ private:
 
     static std::uint64_t AddToHash( std::uint64_t inHash, char inCharacter )
     {
-        return inHash * kHashBase + static_cast<unsigned char>( XRule::Fold( inCharacter ) );
+        return inHash * kXHashFactor + static_cast<unsigned char>( XRule::Fold( inCharacter ) );
     }
 
     SSize64 RunByHash( USize64 inFrom ) const
@@ -174,7 +175,7 @@ private:
         {
             wanted = AddToHash( wanted, itsNeedle[i] );
             hash = AddToHash( hash, itsText[inFrom + i] );
-            highest *= kHashBase;
+            highest *= kXHashFactor;
         }
         for ( USize64 i = inFrom;; ++i )
         {

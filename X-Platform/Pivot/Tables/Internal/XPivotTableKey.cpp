@@ -1,5 +1,6 @@
 #include "Pivot/Tables/Internal/XPivotTableKey.h"
 
+#include "Ground/Internal/XHashMix.h"
 #include "Pivot/Tables/Internal/XPivotTableOrder.h"
 
 #include <algorithm>
@@ -48,17 +49,9 @@ XIdentity Identify( const XUUID& inValue )
 
 // ---- Texts: up to 15 bytes and their number are the identity. Longer ones are hashed, and to be compared.
 
-constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // odd, with bits all over
 constexpr std::uint64_t kMissingFactor = 0xD1B54A32D192ED03;
 constexpr std::size_t kMostWholeBytes = 15;
 constexpr std::uint64_t kLongText = 0xFF; // in place of the number
-
-/// Both halves of the product of two words: every bit of either reaches all bits.
-std::uint64_t Mix( std::uint64_t inLeft, std::uint64_t inRight )
-{
-    const auto product = static_cast<unsigned __int128>( inLeft ) * inRight;
-    return static_cast<std::uint64_t>( product ) ^ static_cast<std::uint64_t>( product >> 64 );
-}
 
 template<class TWord>
 std::uint64_t LoadWord( const char* inBytes )
@@ -84,11 +77,11 @@ std::uint64_t LoadBytes( const char* inBytes, std::size_t inCount )
 
 XIdentity IdentifyLong( const char* inBytes, std::size_t inCount )
 {
-    XIdentity identity = { inCount, kFactor };
+    XIdentity identity = { inCount, kXHashFactor };
     for ( ; inCount > 8; inCount -= 8, inBytes += 8 )
     {
-        identity.low = Mix( identity.low ^ LoadWord<std::uint64_t>( inBytes ), kFactor );
-        identity.high = Mix( identity.high ^ LoadWord<std::uint64_t>( inBytes ), kMissingFactor );
+        identity.low = XMixProduct( identity.low ^ LoadWord<std::uint64_t>( inBytes ), kXHashFactor );
+        identity.high = XMixProduct( identity.high ^ LoadWord<std::uint64_t>( inBytes ), kMissingFactor );
     }
     identity.low ^= LoadBytes( inBytes, inCount );
     identity.high |= kLongText << 56;
@@ -131,8 +124,9 @@ public:
         {
             const bool isPresent = itsIsComplete || IsPresent( inFirst + i );
             itsBlock[i] = isPresent ? Identify( itsValues[inFirst + i] ) : XIdentity();
-            ioHashes[i] = Mix(
-                ioHashes[i] ^ itsBlock[i].low, itsBlock[i].high ^ ( isPresent ? kFactor : kMissingFactor ) );
+            ioHashes[i] = XMixProduct(
+                ioHashes[i] ^ itsBlock[i].low,
+                itsBlock[i].high ^ ( isPresent ? kXHashFactor : kMissingFactor ) );
         }
     }
 

@@ -1,5 +1,7 @@
 #include "Pivot/Tables/Internal/XPivotTextGroups.h"
 
+#include "Ground/Internal/XHashMix.h"
+
 #include <algorithm>
 #include <bit>
 #include <unordered_map>
@@ -41,8 +43,7 @@ private:
 
     std::size_t GetPlace( const void* inStorage ) const
     {
-        constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // odd, with bits all over
-        const std::uint64_t product = std::bit_cast<std::uintptr_t>( inStorage ) * kFactor;
+        const std::uint64_t product = std::bit_cast<std::uintptr_t>( inStorage ) * kXHashFactor;
         return static_cast<std::size_t>( product >> 20 ) & ( itsEntries.size() - 1 );
     }
 

@@ -1,5 +1,7 @@
 #include "Threads/Waiting/Internal/WParkingQueue.h"
 
+#include "Ground/Internal/XHashMix.h"
+
 #include <array>
 #include <mutex>
 
@@ -16,7 +18,7 @@ WParkingQueue::Bucket& WParkingQueue::FindBucket( const void* inKey )
     constexpr std::size_t kBuckets = 64;
     static std::array<Bucket, kBuckets> sBuckets;
     const auto address = reinterpret_cast<std::uintptr_t>( inKey );
-    return sBuckets[( address * 0x9E3779B97F4A7C15ull ) >> 58];
+    return sBuckets[( address * kXHashFactor ) >> 58];
 }
 
 WParkingQueue::WParkingQueue( const void* inKey ) : itsKey( inKey ), itsBucket( FindBucket( inKey ) )
