@@ -39,7 +39,7 @@ public:
         if ( itsIsInTurn && Clock::now() - itsTurnBegin > kLongTurn )
             NoteLongTurn();
         else
-            history.penalty = std::max( history.penalty - 1, kLeastPenalty );
+            history.penalty = std::max( history.penalty - history.penalty / kDecay, kLeastPenalty );
     }
 
 private:
@@ -55,7 +55,8 @@ private:
     // Several times what a peer on this processor takes to answer, and a fraction of the turn of one that computes.
     static constexpr std::chrono::microseconds kLongTurn{ 200 };
     static constexpr std::uint32_t kLeastPenalty = 64; // waits
-    static constexpr std::uint32_t kMostPenalty = 4096;
+    static constexpr std::uint32_t kMostPenalty = 1024;
+    static constexpr std::uint32_t kDecay = 32; // a success makes it smaller by this part
 
     struct History
     {
