@@ -163,6 +163,7 @@
 #include "Network/XEncryptedNetStream.h"
 #include "Network/XEncryption.h"
 #include "Network/XHTTPBodyWriter.h"
+#include "Network/XHTTPClient.h"
 #include "Network/XHTTPHeaders.h"
 #include "Network/XHTTPRequest.h"
 #include "Network/XHTTPResponse.h"

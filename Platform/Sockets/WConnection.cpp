@@ -1,7 +1,7 @@
 #include "Sockets/WConnection.h"
 
+#include "Sockets/Internal/WAlertableScope.h"
 #include "Sockets/Internal/WSocketSpin.h"
-#include "Sockets/WSocketAlert.h"
 #include "Threads/WThread.h"
 
 #include <algorithm>
@@ -13,35 +13,6 @@ bool WouldBlock( const WConnection::Outcome& inOutcome )
 {
     return inOutcome.status == WConnection::kFailed && inOutcome.error == WConnection::kErrorWouldBlock;
 }
-
-/// Lets an alert of the calling thread end its wait on a connection.
-class AlertableScope
-{
-public:
-    explicit AlertableScope( WThreadAlert* inThread )
-        : itsThread( inThread ), itsIsWaiting( inThread && inThread->BeginWait( WSocketAlert::GetCurrent() ) )
-    {
-    }
-    AlertableScope( const AlertableScope& ) = delete;
-    AlertableScope& operator=( const AlertableScope& ) = delete;
-    ~AlertableScope()
-    {
-        if ( !itsIsWaiting )
-            return;
-        itsThread->EndWait( itsHasHeard );
-        if ( itsHasHeard )
-            WSocketAlert::GetCurrent().Clear();
-    }
-
-    /// Whether the thread had been alerted before it began to wait.
-    bool WasAlerted() const { return itsThread && !itsIsWaiting; }
-    void SetHasHeard() { itsHasHeard = true; }
-
-private:
-    WThreadAlert* const itsThread;
-    const bool itsIsWaiting;
-    bool itsHasHeard = false;
-};
 
 } // namespace
 
@@ -149,7 +120,7 @@ void WConnection::Interrupt()
 
 WWaitResult WConnection::Wait( Direction inDirection, const WDeadline& inDeadline )
 {
-    AlertableScope scope( WThreadAlert::GetCurrent() );
+    WAlertableScope scope( WThreadAlert::GetCurrent() );
     if ( scope.WasAlerted() )
         return kWaitAlerted;
     if ( itsIsInterrupted )

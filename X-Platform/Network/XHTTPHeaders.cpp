@@ -24,9 +24,7 @@ bool IsTokenCharacter( char inCharacter )
 
 void Check( std::string_view inName, std::string_view inValue )
 {
-    using namespace std::literals;
-    if ( inName.empty() || !std::ranges::all_of( inName, IsTokenCharacter ) ||
-         inValue.find_first_of( "\r\n\0"sv ) != std::string_view::npos )
+    if ( !XHTTPHeaders::IsValid( inName, inValue ) )
         XThrow( kErrorBadParameters );
 }
 
@@ -35,6 +33,13 @@ void Check( std::string_view inName, std::string_view inValue )
 bool XHTTPHeaders::AreEqual( std::string_view inFirst, std::string_view inSecond )
 {
     return std::ranges::equal( inFirst, inSecond, {}, ToLower, ToLower );
+}
+
+bool XHTTPHeaders::IsValid( std::string_view inName, std::string_view inValue )
+{
+    using namespace std::literals;
+    return !inName.empty() && std::ranges::all_of( inName, IsTokenCharacter ) &&
+        inValue.find_first_of( "\r\n\0"sv ) == std::string_view::npos;
 }
 
 std::string XHTTPHeaders::Get( std::string_view inName ) const

@@ -32,6 +32,9 @@ public:
 
     const std::vector<XField>& GetFields() const { return itsFields; }
 
+    /// Whether a field may be added.
+    static bool IsValid( std::string_view inName, std::string_view inValue );
+
     /// Whether two texts differ in the case of ASCII letters at most.
     static bool AreEqual( std::string_view inFirst, std::string_view inSecond );
 

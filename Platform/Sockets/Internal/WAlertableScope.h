@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Sockets/WSocketAlert.h"
+
+/// Lets an alert of the calling thread end a wait in which WSocketAlert takes part.
+class WAlertableScope
+{
+public:
+    explicit WAlertableScope( WThreadAlert* inThread )
+        : itsThread( inThread ), itsIsWaiting( inThread && inThread->BeginWait( WSocketAlert::GetCurrent() ) )
+    {
+    }
+    WAlertableScope( const WAlertableScope& ) = delete;
+    WAlertableScope& operator=( const WAlertableScope& ) = delete;
+    ~WAlertableScope()
+    {
+        if ( !itsIsWaiting )
+            return;
+        itsThread->EndWait( itsHasHeard );
+        if ( itsHasHeard )
+            WSocketAlert::GetCurrent().Clear();
+    }
+
+    /// Whether the thread had been alerted before it began to wait.
+    bool WasAlerted() const { return itsThread && !itsIsWaiting; }
+    void SetHasHeard() { itsHasHeard = true; }
+
+private:
+    WThreadAlert* const itsThread;
+    const bool itsIsWaiting;
+    bool itsHasHeard = false;
+};

@@ -1,0 +1,248 @@
+#include "Sockets/WHTTPTransfer.h"
+
+#include "Sockets/Internal/WAlertableScope.h"
+
+#include <memory>
+
+#include <dlfcn.h>
+
+#define CURL_DISABLE_DEPRECATION // old forms of options, for old libraries
+#define CURL_DISABLE_TYPECHECK
+#include <curl/curl.h>
+
+namespace
+{
+
+/// The functions of libcurl, which is loaded once and stays: with all that it needs it would delay the start of programs
+/// that never ask.
+class Library
+{
+public:
+    static const Library& Get()
+    {
+        static const Library sLibrary;
+        return sLibrary;
+    }
+
+    bool IsLoaded() const { return itsIsLoaded; }
+
+    decltype( &curl_easy_init ) easyInit = nullptr;
+    decltype( &curl_easy_setopt ) setOption = nullptr;
+    decltype( &curl_easy_getinfo ) getInfo = nullptr;
+    decltype( &curl_easy_strerror ) getText = nullptr;
+    decltype( &curl_easy_cleanup ) easyCleanup = nullptr;
+    decltype( &curl_slist_append ) append = nullptr;
+    decltype( &curl_slist_free_all ) freeList = nullptr;
+    decltype( &curl_multi_init ) multiInit = nullptr;
+    decltype( &curl_multi_add_handle ) addHandle = nullptr;
+    decltype( &curl_multi_remove_handle ) removeHandle = nullptr;
+    decltype( &curl_multi_perform ) perform = nullptr;
+    decltype( &curl_multi_poll ) poll = nullptr;
+    decltype( &curl_multi_info_read ) readInfo = nullptr;
+    decltype( &curl_multi_cleanup ) multiCleanup = nullptr;
+
+private:
+    Library()
+    {
+        for ( const char* name : { "libcurl.so.4", "libcurl-gnutls.so.4" } )
+            if ( !itsModule )
+                itsModule = dlopen( name, RTLD_NOW | RTLD_LOCAL );
+        decltype( &curl_global_init ) globalInit = nullptr;
+        itsIsLoaded = itsModule && Find( "curl_global_init", globalInit ) &&
+            Find( "curl_easy_init", easyInit ) && Find( "curl_easy_setopt", setOption ) &&
+            Find( "curl_easy_getinfo", getInfo ) && Find( "curl_easy_strerror", getText ) &&
+            Find( "curl_easy_cleanup", easyCleanup ) && Find( "curl_slist_append", append ) &&
+            Find( "curl_slist_free_all", freeList ) && Find( "curl_multi_init", multiInit ) &&
+            Find( "curl_multi_add_handle", addHandle ) && Find( "curl_multi_remove_handle", removeHandle ) &&
+            Find( "curl_multi_perform", perform ) && Find( "curl_multi_poll", poll ) &&
+            Find( "curl_multi_info_read", readInfo ) && Find( "curl_multi_cleanup", multiCleanup ) &&
+            globalInit( CURL_GLOBAL_DEFAULT ) == CURLE_OK;
+    }
+
+    template<class TFunction>
+    bool Find( const char* inName, TFunction& outFunction )
+    {
+        outFunction = reinterpret_cast<TFunction>( dlsym( itsModule, inName ) );
+        return outFunction != nullptr;
+    }
+
+    void* itsModule = nullptr;
+    bool itsIsLoaded = false;
+};
+
+WHTTPTransfer::Failure ToFailure( CURLcode inResult )
+{
+    switch ( inResult )
+    {
+    case CURLE_OK:
+        return WHTTPTransfer::kNone;
+    case CURLE_URL_MALFORMAT:
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return WHTTPTransfer::kBadURL;
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return WHTTPTransfer::kHostNotFound;
+    case CURLE_COULDNT_CONNECT:
+        return WHTTPTransfer::kRefused;
+    case CURLE_OPERATION_TIMEDOUT:
+        return WHTTPTransfer::kTimedOut;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+        return WHTTPTransfer::kDisconnected;
+    default:
+        return WHTTPTransfer::kOther;
+    }
+}
+
+/// The library's callbacks keep what has come; it is passed on outside of them, since nothing may be thrown through the
+/// library.
+class Exchange : private WHTTPTransfer
+{
+public:
+    Exchange( const Library& inLibrary, const Request& inRequest, Client& ioClient )
+        : itsLibrary( inLibrary ), itsClient( ioClient ), itsEasy( inLibrary.easyInit() ),
+          itsMulti( inLibrary.multiInit() )
+    {
+        SetOptions( inRequest );
+        itsLibrary.addHandle( itsMulti, itsEasy );
+    }
+    Exchange( const Exchange& ) = delete;
+    Exchange& operator=( const Exchange& ) = delete;
+    ~Exchange()
+    {
+        itsLibrary.removeHandle( itsMulti, itsEasy );
+        itsLibrary.easyCleanup( itsEasy );
+        itsLibrary.multiCleanup( itsMulti );
+        itsLibrary.freeList( itsFields );
+    }
+
+    Outcome Run()
+    {
+        for ( int running = 1;; Wait() )
+        {
+            itsLibrary.perform( itsMulti, &running );
+            PassOn();
+            if ( running == 0 )
+                return GetOutcome();
+            LookAround();
+        }
+    }
+
+private:
+    template<class T>
+    void Set( CURLoption inOption, T inValue )
+    {
+        itsLibrary.setOption( itsEasy, inOption, inValue );
+    }
+
+    void SetOptions( const Request& inRequest )
+    {
+        Set( CURLOPT_URL, inRequest.url.c_str() );
+        Set( CURLOPT_PROTOCOLS, long( CURLPROTO_HTTP | CURLPROTO_HTTPS ) );
+        Set( CURLOPT_NOSIGNAL, 1L );
+        Set( CURLOPT_BUFFERSIZE, 128L * 1024 );
+        Set( CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>( inRequest.connectTimeoutMs ) );
+        Set( CURLOPT_ERRORBUFFER, static_cast<char*>( itsError ) );
+        Set( CURLOPT_HEADERFUNCTION, &Exchange::TakeHead );
+        Set( CURLOPT_HEADERDATA, this );
+        Set( CURLOPT_WRITEFUNCTION, &Exchange::TakeBytes );
+        Set( CURLOPT_WRITEDATA, this );
+        if ( inRequest.method == "POST" )
+        {
+            Set( CURLOPT_POST, 1L );
+            Set( CURLOPT_POSTFIELDS, inRequest.body.data() ? inRequest.body.data() : "" );
+            Set( CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>( inRequest.body.size() ) );
+        }
+        for ( const std::string& field : inRequest.fields )
+            itsFields = itsLibrary.append( itsFields, field.c_str() );
+        itsFields =
+            itsLibrary.append( itsFields, "Expect:" ); // would cost a wait for servers that do not know it
+        Set( CURLOPT_HTTPHEADER, itsFields );
+        if ( !inRequest.usesProxy )
+            Set( CURLOPT_PROXY, "" );
+        if ( inRequest.authorityFile.empty() )
+            return;
+        Set( CURLOPT_CAINFO, inRequest.authorityFile.c_str() );
+        Set( CURLOPT_CAPATH, static_cast<const char*>( nullptr ) );
+    }
+
+    static std::size_t TakeHead( char* inBytes, std::size_t, std::size_t inCount, void* ioExchange ) noexcept
+    {
+        static_cast<Exchange*>( ioExchange )->itsHead.append( inBytes, inCount );
+        return inCount;
+    }
+    static std::size_t TakeBytes( char* inBytes, std::size_t, std::size_t inCount, void* ioExchange ) noexcept
+    {
+        static_cast<Exchange*>( ioExchange )->itsBody.append( inBytes, inCount );
+        return inCount;
+    }
+
+    void PassOn()
+    {
+        for ( std::string_view head = itsHead; !head.empty(); )
+        {
+            const std::size_t end = std::min( head.find( '\n' ), head.size() - 1 ) + 1;
+            TakeLine( head.substr( 0, end ), itsClient );
+            head.remove_prefix( end );
+        }
+        itsHead.clear();
+        if ( !itsBody.empty() )
+            itsClient.TakeBody( itsBody );
+        itsBody.clear();
+    }
+
+    void LookAround()
+    {
+        curl_off_t connectedUs = 0, sent = 0;
+        itsLibrary.getInfo( itsEasy, CURLINFO_PRETRANSFER_TIME_T, &connectedUs );
+        itsLibrary.getInfo( itsEasy, CURLINFO_SIZE_UPLOAD_T, &sent );
+        itsClient.LookAround( connectedUs > 0, static_cast<std::uint64_t>( sent ) );
+    }
+
+    /// Until something can be moved, an alert, or a slice of time.
+    void Wait()
+    {
+        WAlertableScope scope( WThreadAlert::GetCurrent() );
+        if ( scope.WasAlerted() )
+            return;
+        curl_waitfd alert{};
+        const bool isAlertable = WThreadAlert::GetCurrent() != nullptr;
+        if ( isAlertable )
+            alert = {
+                static_cast<curl_socket_t>( WSocketAlert::GetCurrent().GetHandle() ), CURL_WAIT_POLLIN, 0 };
+        itsLibrary.poll( itsMulti, &alert, isAlertable ? 1 : 0, kSliceMs, nullptr );
+        if ( alert.revents != 0 )
+            scope.SetHasHeard();
+    }
+
+    Outcome GetOutcome()
+    {
+        int left = 0;
+        const CURLMsg* const message = itsLibrary.readInfo( itsMulti, &left );
+        const CURLcode result = message ? message->data.result : CURLE_FAILED_INIT;
+        if ( result == CURLE_OK )
+            return {};
+        return { ToFailure( result ), itsError[0] != '\0' ? itsError : itsLibrary.getText( result ) };
+    }
+
+    const Library& itsLibrary;
+    Client& itsClient;
+    CURL* const itsEasy;
+    CURLM* const itsMulti;
+    curl_slist* itsFields = nullptr;
+    char itsError[CURL_ERROR_SIZE] = {};
+    std::string itsHead; // not passed on yet
+    std::string itsBody;
+};
+
+} // namespace
+
+WHTTPTransfer::Outcome WHTTPTransfer::Run( const Request& inRequest, Client& ioClient )
+{
+    const Library& library = Library::Get();
+    if ( !library.IsLoaded() )
+        return { kNotAvailable, "libcurl.so.4 cannot be loaded" };
+    return Exchange( library, inRequest, ioClient ).Run();
+}
