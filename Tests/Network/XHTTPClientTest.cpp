@@ -1,26 +1,16 @@
-#include "TestConnection.h"
+#include "OddServer.h"
 
 #include "Network/XHTTPBodyWriter.h"
 #include "Network/XHTTPClient.h"
 #include "Network/XHTTPServer.h"
 
-#include <thread>
-
 namespace
 {
-
-XHTTPClient::XSettings MakeSettings()
-{
-    XHTTPClient::XSettings settings;
-    settings.usesProxy = false;
-    settings.connectMS = settings.stallMS = settings.totalMS = kPatience;
-    return settings;
-}
 
 class XHTTPClientTest : public testing::Test
 {
 protected:
-    XHTTPClientTest() : itsServer( "test" ), itsSettings( MakeSettings() )
+    XHTTPClientTest() : itsServer( "test" ), itsSettings( MakePatientSettings() )
     {
         itsServer.HandleGet( "/hello", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "hello" ); } );
         itsServer.HandlePost(
@@ -76,46 +66,6 @@ protected:
 
     XHTTPServer itsServer;
     XHTTPClient::XSettings itsSettings;
-};
-
-/// A server that takes a request and sends certain bytes; then it closes, or waits for the client to do so.
-class OddServer
-{
-public:
-    explicit OddServer( std::string inAnswer, bool inCloses = false )
-        : itsThread(
-              [this, inAnswer, inCloses]
-              {
-                  try
-                  {
-                      const auto connection = itsListener.Accept();
-                      connection->ReceiveLine( "\r\n\r\n", kPatience );
-                      connection->SendData(
-                          inAnswer.data(), static_cast<std::uint32_t>( inAnswer.size() ), kPatience );
-                      char byte = 0;
-                      if ( !inCloses )
-                          connection->ReceiveAnyData( &byte, 1, kPatience );
-                  }
-                  catch ( const XException& )
-                  {
-                  }
-              } )
-    {
-    }
-    ~OddServer()
-    {
-        itsListener->Unbind();
-        itsThread.join();
-    }
-
-    std::string GetURL() const
-    {
-        return "http://127.0.0.1:" + std::to_string( itsListener.GetAddress().GetPort() );
-    }
-
-private:
-    TestListener itsListener;
-    std::thread itsThread;
 };
 
 } // namespace
@@ -183,34 +133,4 @@ TEST_F( XHTTPClientTest, TellsWhatWentWrong )
         EXPECT_EQ( error.GetErrorNumber(), 3106u );
         EXPECT_NE( MessageOf( error ).find( url ), std::string::npos );
     }
-}
-
-TEST_F( XHTTPClientTest, KeepsItsTimes )
-{
-    itsSettings.totalMS = 200;
-    EXPECT_EQ( ErrorOfGet( OddServer( "" ).GetURL() ), 3105u );
-    EXPECT_EQ(
-        ErrorOfGet( OddServer( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc" ).GetURL() ), 3105u );
-    itsSettings.totalMS = kPatience;
-    itsSettings.stallMS = 200;
-    EXPECT_EQ( ErrorOfGet( OddServer( "" ).GetURL() ), 3105u );
-    EXPECT_EQ(
-        ErrorOfGet( OddServer( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc" ).GetURL() ), 3105u );
-    itsSettings.totalMS = 0;
-    EXPECT_EQ( ErrorOfGet( OddServer( "" ).GetURL() ), 3105u );
-}
-
-TEST_F( XHTTPClientTest, EndsAtOnceWhenItsThreadIsToStop )
-{
-    const OddServer server( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc" );
-    TestThread thread(
-        [&]() -> std::int32_t
-        {
-            XHTTPClient( itsSettings ).Get( server.GetURL() );
-            return 1;
-        } );
-    thread.StartThread();
-    XThread::SleepCurrentThread( 100 ); // let it come to wait: sooner would be a weaker test
-    thread.StopThread( 7 );
-    EXPECT_EQ( thread.GetThreadReturnCode(), 7 );
 }

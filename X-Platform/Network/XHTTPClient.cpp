@@ -63,6 +63,27 @@ void CheckURL( const std::string& inURL )
         throw TransferException( kErrorBadParameters, "URL", "a user's name in a URL is not supported" );
 }
 
+/// A path without the parts "." and "..", which lead to itself and upwards.
+std::string WithoutDots( std::string_view inPath )
+{
+    std::vector<std::string> kept;
+    const std::vector<std::string> parts = XHTTPText::Split( inPath.substr( 1 ), '/' );
+    for ( const std::string& part : parts )
+    {
+        const bool isDots = part == "." || part == "..";
+        if ( part == ".." && !kept.empty() )
+            kept.pop_back();
+        if ( !isDots )
+            kept.push_back( part );
+        else if ( &part == &parts.back() )
+            kept.emplace_back();
+    }
+    std::string path;
+    for ( const std::string& part : kept )
+        path += "/" + part;
+    return path;
+}
+
 /// The URL that a location stands for in the reply of another one.
 std::string Resolve( const std::string& inBase, std::string_view inLocation )
 {
@@ -72,14 +93,16 @@ std::string Resolve( const std::string& inBase, std::string_view inLocation )
     if ( location.starts_with( "//" ) )
         return ( IsSecure( inBase ) ? "https:" : "http:" ) + std::string( location );
     const std::string origin( GetOrigin( inBase ) );
+    const std::size_t query = std::min( location.find( '?' ), location.size() );
     if ( location.starts_with( '/' ) )
-        return origin + std::string( location );
+        return origin + WithoutDots( location.substr( 0, query ) ).append( location.substr( query ) );
     std::string path = inBase.substr( origin.size(), inBase.find_first_of( "?#" ) - origin.size() );
     if ( path.empty() )
         path = "/";
-    if ( !location.starts_with( '?' ) )
+    if ( query > 0 )
         path.resize( path.rfind( '/' ) + 1 );
-    return origin + path + std::string( location );
+    path += location.substr( 0, query );
+    return origin + WithoutDots( path ).append( location.substr( query ) );
 }
 
 bool IsRedirection( const XReply& inReply )
@@ -145,7 +168,14 @@ public:
             throw TransferException( kErrorConnectionTimedOut, itsURL, {} );
     }
 
-    XReply& GetReply() { return itsReply; }
+    /// 3100 where less has come than was announced: not every library tells.
+    XReply& GetReply()
+    {
+        const auto length = XHTTPText::ReadNumber( itsReply.headers.Get( "Content-Length" ) );
+        if ( length && itsReply.body.size() < *length && itsReply.status != 304 )
+            throw TransferException( kErrorDisconnected, itsURL, {} );
+        return itsReply;
+    }
 
 private:
     const XSettings& itsSettings;

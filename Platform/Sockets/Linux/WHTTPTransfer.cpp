@@ -2,7 +2,9 @@
 
 #include "Sockets/Internal/WAlertableScope.h"
 
-#include <memory>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
 
 #include <dlfcn.h>
 
@@ -237,6 +239,36 @@ private:
     std::string itsBody;
 };
 
+/// Keeps the signal of a connection that has ended, which some libraries below libcurl let come, from the thread.
+class NoPipeSignal
+{
+public:
+    NoPipeSignal()
+    {
+        sigset_t pending;
+        sigpending( &pending );
+        itsWasPending = sigismember( &pending, SIGPIPE ) == 1;
+        sigemptyset( &itsPipe );
+        sigaddset( &itsPipe, SIGPIPE );
+        pthread_sigmask( SIG_BLOCK, &itsPipe, &itsBefore );
+    }
+    NoPipeSignal( const NoPipeSignal& ) = delete;
+    NoPipeSignal& operator=( const NoPipeSignal& ) = delete;
+    ~NoPipeSignal()
+    {
+        constexpr timespec kNoTime{};
+        if ( !itsWasPending )
+            while ( sigtimedwait( &itsPipe, nullptr, &kNoTime ) < 0 && errno == EINTR )
+                ;
+        pthread_sigmask( SIG_SETMASK, &itsBefore, nullptr );
+    }
+
+private:
+    sigset_t itsPipe;
+    sigset_t itsBefore;
+    bool itsWasPending;
+};
+
 } // namespace
 
 WHTTPTransfer::Outcome WHTTPTransfer::Run( const Request& inRequest, Client& ioClient )
@@ -244,5 +276,6 @@ WHTTPTransfer::Outcome WHTTPTransfer::Run( const Request& inRequest, Client& ioC
     const Library& library = Library::Get();
     if ( !library.IsLoaded() )
         return { kNotAvailable, "libcurl.so.4 cannot be loaded" };
+    const NoPipeSignal noSignal;
     return Exchange( library, inRequest, ioClient ).Run();
 }

@@ -71,30 +71,174 @@ private:
     HINTERNET itsHandle;
 };
 
-/// The steps of an exchange are begun one after the other; the system calls back when one is done.
+/// What an exchange shares with the system, which calls back when a step is done. It is closed only between steps, since
+/// Wine fails when a step is cut short: one that is abandoned in a step lives on until that is over.
+class Steps : public std::enable_shared_from_this<Steps>
+{
+public:
+    Steps( bool inUsesProxy, std::uint32_t inConnectTimeoutMs )
+        : itsSession( WinHttpOpen(
+              L"", inUsesProxy ? WINHTTP_ACCESS_TYPE_DEFAULT_PROXY : WINHTTP_ACCESS_TYPE_NO_PROXY,
+              WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC ) )
+    {
+        constexpr int kMostStepMs = 120'000; // of one that nobody waits for any more
+        const int timeout = static_cast<int>( std::min<std::uint32_t>( inConnectTimeoutMs, 0x7FFFFFFF ) );
+        if ( itsSession )
+            WinHttpSetTimeouts( itsSession, timeout, timeout, kMostStepMs, kMostStepMs );
+    }
+
+    bool Open(
+        const std::wstring& inHost, INTERNET_PORT inPort, const std::wstring& inMethod,
+        const std::wstring& inTarget, bool inIsSecure )
+    {
+        if ( itsSession )
+            itsConnection.Reset( WinHttpConnect( itsSession, inHost.c_str(), inPort, 0 ) );
+        if ( !itsConnection )
+            return false;
+        itsRequest = WinHttpOpenRequest(
+            itsConnection, inMethod.c_str(), inTarget.c_str(), nullptr, WINHTTP_NO_REFERER,
+            WINHTTP_DEFAULT_ACCEPT_TYPES, inIsSecure ? WINHTTP_FLAG_SECURE : 0 );
+        if ( !itsRequest )
+            return false;
+        DWORD disabled = WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_AUTHENTICATION;
+        WinHttpSetOption( itsRequest, WINHTTP_OPTION_DISABLE_FEATURE, &disabled, sizeof( disabled ) );
+        auto context = reinterpret_cast<DWORD_PTR>( this );
+        WinHttpSetOption( itsRequest, WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof( context ) );
+        itsSelf = shared_from_this(); // until the last call back
+        WinHttpSetStatusCallback(
+            itsRequest, &Steps::CallBack,
+            WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES |
+                WINHTTP_CALLBACK_FLAG_CONNECT_TO_SERVER,
+            0 );
+        return true;
+    }
+
+    /// Begins a step; returns 0 or the system's error.
+    template<class TBegin>
+    DWORD Begin( TBegin inBegin )
+    {
+        {
+            const std::lock_guard lock( itsMutex );
+            itsIsBusy = true;
+        }
+        DWORD error = 0;
+        if ( !inBegin( itsRequest ) )
+            error = GetLastError();
+        if ( error == 0 || error == ERROR_IO_PENDING )
+            return 0;
+        const std::lock_guard lock( itsMutex );
+        itsIsBusy = false;
+        return error;
+    }
+
+    /// After `GetEvent` has been set: the error and the bytes of the step.
+    DWORD End( DWORD& outCount )
+    {
+        const std::lock_guard lock( itsMutex );
+        outCount = itsCount;
+        return itsError;
+    }
+
+    void Abandon()
+    {
+        bool isBusy = false;
+        {
+            const std::lock_guard lock( itsMutex );
+            itsIsAbandoned = true;
+            isBusy = itsIsBusy;
+        }
+        if ( itsRequest && !isBusy )
+            WinHttpCloseHandle( itsRequest );
+    }
+
+    bool IsConnected()
+    {
+        const std::lock_guard lock( itsMutex );
+        return itsIsConnected;
+    }
+
+    HANDLE GetEvent() const { return itsHasCome; }
+    HINTERNET GetRequest() const { return itsRequest; }
+
+    /// What steps read or write, which has to last as long as they do.
+    std::wstring fields;
+    std::string buffer;
+
+private:
+    static void CALLBACK
+    CallBack( HINTERNET, DWORD_PTR inContext, DWORD inStatus, LPVOID inInformation, DWORD inLength )
+    {
+        auto* const steps = reinterpret_cast<Steps*>( inContext );
+        if ( !steps )
+            return;
+        switch ( inStatus )
+        {
+        case WINHTTP_CALLBACK_STATUS_CONNECTED_TO_SERVER:
+        {
+            const std::lock_guard lock( steps->itsMutex );
+            steps->itsIsConnected = true;
+            return;
+        }
+        case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
+        case WINHTTP_CALLBACK_STATUS_WRITE_COMPLETE:
+        case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
+            return steps->EndStep( 0, 0 );
+        case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
+            return steps->EndStep( 0, inLength );
+        case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
+            return steps->EndStep( static_cast<WINHTTP_ASYNC_RESULT*>( inInformation )->dwError, 0 );
+        case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
+        {
+            const auto self = std::move( steps->itsSelf );
+            return;
+        }
+        default:
+            return;
+        }
+    }
+
+    void EndStep( DWORD inError, DWORD inCount )
+    {
+        bool isAbandoned = false;
+        {
+            const std::lock_guard lock( itsMutex );
+            if ( !itsIsBusy )
+                return;
+            itsIsBusy = false;
+            itsError = inError;
+            itsCount = inCount;
+            isAbandoned = itsIsAbandoned;
+        }
+        itsHasCome.Set();
+        if ( isAbandoned )
+            WinHttpCloseHandle( itsRequest );
+    }
+
+    const Handle itsSession;
+    Handle itsConnection{ nullptr };
+    HINTERNET itsRequest = nullptr;
+    std::shared_ptr<Steps> itsSelf;
+    WEventObject itsHasCome{ false };
+    std::mutex itsMutex;
+    // Guarded by itsMutex:
+    DWORD itsError = 0;
+    DWORD itsCount = 0;
+    bool itsIsConnected = false;
+    bool itsIsBusy = false;
+    bool itsIsAbandoned = false;
+};
+
 class Exchange : private WHTTPTransfer
 {
 public:
     Exchange( const Request& inRequest, Client& ioClient )
         : itsClient( ioClient ),
-          itsSession( WinHttpOpen(
-              L"", inRequest.usesProxy ? WINHTTP_ACCESS_TYPE_DEFAULT_PROXY : WINHTTP_ACCESS_TYPE_NO_PROXY,
-              WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC ) ),
-          itsConnection( nullptr ), itsRequest( nullptr )
+          itsSteps( std::make_shared<Steps>( inRequest.usesProxy, inRequest.connectTimeoutMs ) )
     {
     }
     Exchange( const Exchange& ) = delete;
     Exchange& operator=( const Exchange& ) = delete;
-
-    /// Waits for the last call back.
-    ~Exchange()
-    {
-        if ( !itsRequest )
-            return;
-        WinHttpCloseHandle( itsRequest );
-        if ( itsHasCallBack )
-            WaitForSingleObject( itsHasClosed, INFINITE );
-    }
+    ~Exchange() { itsSteps->Abandon(); }
 
     Outcome Run( const Request& inRequest )
     {
@@ -106,24 +250,24 @@ private:
     /// Returns 0 or the system's error.
     DWORD TryToRun( const Request& inRequest )
     {
-        if ( !itsSession || !Open( inRequest ) )
+        if ( !Open( inRequest ) )
             return GetLastError();
-        std::wstring fields;
         for ( const std::string& field : inRequest.fields )
-            fields += ToWide( field ) + L"\r\n";
-        const auto context = reinterpret_cast<DWORD_PTR>( this );
+            itsSteps->fields += ToWide( field ) + L"\r\n";
         const auto length = static_cast<DWORD>( inRequest.body.size() );
-        const auto send = [&]
+        const auto send = [&]( HINTERNET inHandle )
         {
+            const std::wstring& fields = itsSteps->fields;
             return WinHttpSendRequest(
-                itsRequest, fields.empty() ? nullptr : fields.c_str(), static_cast<DWORD>( fields.size() ),
-                nullptr, 0, length, context );
+                inHandle, fields.empty() ? nullptr : fields.c_str(), static_cast<DWORD>( fields.size() ),
+                nullptr, 0, length, reinterpret_cast<DWORD_PTR>( itsSteps.get() ) );
         };
         if ( const DWORD error = Do( send ) )
             return error;
         if ( const DWORD error = SendBody( inRequest.body ) )
             return error;
-        if ( const DWORD error = Do( [&] { return WinHttpReceiveResponse( itsRequest, nullptr ); } ) )
+        if ( const DWORD error =
+                 Do( []( HINTERNET inHandle ) { return WinHttpReceiveResponse( inHandle, nullptr ); } ) )
             return error;
         PassHeadOn();
         return ReceiveBody();
@@ -140,40 +284,24 @@ private:
         const std::wstring host( parts.lpszHostName, parts.dwHostNameLength );
         const std::wstring target = std::wstring( parts.lpszUrlPath, parts.dwUrlPathLength ) +
             std::wstring( parts.lpszExtraInfo, parts.dwExtraInfoLength );
-        const int timeout =
-            static_cast<int>( std::min<std::uint32_t>( inRequest.connectTimeoutMs, 0x7FFFFFFF ) );
-        WinHttpSetTimeouts( itsSession, timeout, timeout, 0, 0 ); // the caller watches over the rest
-        itsConnection.Reset( WinHttpConnect( itsSession, host.c_str(), parts.nPort, 0 ) );
-        if ( !itsConnection )
-            return false;
-        itsRequest = WinHttpOpenRequest(
-            itsConnection, ToWide( inRequest.method ).c_str(), target.c_str(), nullptr, WINHTTP_NO_REFERER,
-            WINHTTP_DEFAULT_ACCEPT_TYPES, parts.nScheme == INTERNET_SCHEME_HTTPS ? WINHTTP_FLAG_SECURE : 0 );
-        if ( !itsRequest )
-            return false;
-        DWORD disabled = WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_AUTHENTICATION;
-        WinHttpSetOption( itsRequest, WINHTTP_OPTION_DISABLE_FEATURE, &disabled, sizeof( disabled ) );
-        auto context = reinterpret_cast<DWORD_PTR>( this );
-        WinHttpSetOption( itsRequest, WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof( context ) );
-        itsHasCallBack = WinHttpSetStatusCallback(
-                             itsRequest, &Exchange::CallBack,
-                             WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES |
-                                 WINHTTP_CALLBACK_FLAG_CONNECT_TO_SERVER,
-                             0 ) != WINHTTP_INVALID_STATUS_CALLBACK;
-        return itsHasCallBack;
+        return itsSteps->Open(
+            host, parts.nPort, ToWide( inRequest.method ), target, parts.nScheme == INTERNET_SCHEME_HTTPS );
     }
 
     DWORD SendBody( std::string_view inBody )
     {
-        constexpr std::size_t kPiece = 64 * 1024;
         while ( !inBody.empty() )
         {
-            const auto count = static_cast<DWORD>( std::min( inBody.size(), kPiece ) );
-            const auto write = [&] { return WinHttpWriteData( itsRequest, inBody.data(), count, nullptr ); };
+            std::string& piece = itsSteps->buffer;
+            piece = inBody.substr( 0, kPiece );
+            const auto write = [&]( HINTERNET inHandle ) {
+                return WinHttpWriteData(
+                    inHandle, piece.data(), static_cast<DWORD>( piece.size() ), nullptr );
+            };
             if ( const DWORD error = Do( write ) )
                 return error;
-            inBody.remove_prefix( count );
-            itsSent += count;
+            inBody.remove_prefix( piece.size() );
+            itsSent += piece.size();
         }
         return 0;
     }
@@ -182,12 +310,12 @@ private:
     {
         DWORD size = 0;
         WinHttpQueryHeaders(
-            itsRequest, WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX, nullptr, &size,
-            WINHTTP_NO_HEADER_INDEX );
+            itsSteps->GetRequest(), WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX, nullptr,
+            &size, WINHTTP_NO_HEADER_INDEX );
         std::wstring wide( size / sizeof( wchar_t ), L'\0' );
         if ( !WinHttpQueryHeaders(
-                 itsRequest, WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX, wide.data(), &size,
-                 WINHTTP_NO_HEADER_INDEX ) )
+                 itsSteps->GetRequest(), WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX,
+                 wide.data(), &size, WINHTTP_NO_HEADER_INDEX ) )
             return;
         std::string head;
         for ( const wchar_t character : wide.substr( 0, size / sizeof( wchar_t ) ) )
@@ -201,32 +329,30 @@ private:
 
     DWORD ReceiveBody()
     {
-        constexpr DWORD kPiece = 64 * 1024;
-        itsBuffer = std::make_unique<char[]>( kPiece ); // outlives the request
+        std::string& piece = itsSteps->buffer;
+        piece.resize( kPiece );
         for ( ;; )
         {
-            if ( const DWORD error =
-                     Do( [&] { return WinHttpReadData( itsRequest, itsBuffer.get(), kPiece, nullptr ); } ) )
+            const auto read = [&]( HINTERNET inHandle )
+            { return WinHttpReadData( inHandle, piece.data(), static_cast<DWORD>( kPiece ), nullptr ); };
+            if ( const DWORD error = Do( read ) )
                 return error;
             if ( itsCount == 0 )
                 return 0;
-            itsClient.TakeBody( { itsBuffer.get(), itsCount } );
+            itsClient.TakeBody( { piece.data(), itsCount } );
         }
     }
 
-    /// Begins a step and waits for its end.
+    /// Does a step to its end.
     template<class TBegin>
     DWORD Do( TBegin inBegin )
     {
-        if ( !inBegin() )
-            if ( const DWORD error = GetLastError(); error != ERROR_IO_PENDING )
-                return error;
+        if ( const DWORD error = itsSteps->Begin( inBegin ) )
+            return error;
         while ( !Wait() )
             LookAround();
         LookAround();
-        const std::lock_guard lock( itsMutex );
-        itsCount = itsCallbackCount;
-        return itsCallbackError;
+        return itsSteps->End( itsCount );
     }
 
     /// True when the step is done; else an alert or a slice of time is over.
@@ -236,79 +362,21 @@ private:
         if ( scope.WasAlerted() )
             return false;
         const HANDLE events[] = {
-            itsHasCome, reinterpret_cast<HANDLE>( WSocketAlert::GetCurrent().GetHandle() ) };
+            itsSteps->GetEvent(), reinterpret_cast<HANDLE>( WSocketAlert::GetCurrent().GetHandle() ) };
         const DWORD result = WaitForMultipleObjects( 2, events, FALSE, kSliceMs );
         if ( result == WAIT_OBJECT_0 + 1 )
             scope.SetHasHeard();
         return result == WAIT_OBJECT_0;
     }
 
-    void LookAround()
-    {
-        bool isConnected = false;
-        {
-            const std::lock_guard lock( itsMutex );
-            isConnected = itsIsConnected;
-        }
-        itsClient.LookAround( isConnected, itsSent );
-    }
+    void LookAround() { itsClient.LookAround( itsSteps->IsConnected(), itsSent ); }
 
-    static void CALLBACK
-    CallBack( HINTERNET, DWORD_PTR inContext, DWORD inStatus, LPVOID inInformation, DWORD inLength )
-    {
-        auto* const exchange = reinterpret_cast<Exchange*>( inContext );
-        if ( !exchange )
-            return;
-        switch ( inStatus )
-        {
-        case WINHTTP_CALLBACK_STATUS_CONNECTED_TO_SERVER:
-        {
-            const std::lock_guard lock( exchange->itsMutex );
-            exchange->itsIsConnected = true;
-            break;
-        }
-        case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
-        case WINHTTP_CALLBACK_STATUS_WRITE_COMPLETE:
-        case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
-            return exchange->EndStep( 0, 0 );
-        case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
-            return exchange->EndStep( 0, inLength );
-        case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
-            return exchange->EndStep( static_cast<WINHTTP_ASYNC_RESULT*>( inInformation )->dwError, 0 );
-        case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-            exchange->itsHasClosed.Set();
-            break;
-        default:
-            break;
-        }
-    }
-
-    void EndStep( DWORD inError, DWORD inCount )
-    {
-        {
-            const std::lock_guard lock( itsMutex );
-            itsCallbackError = inError;
-            itsCallbackCount = inCount;
-        }
-        itsHasCome.Set();
-    }
+    static constexpr std::size_t kPiece = 64 * 1024;
 
     Client& itsClient;
-    WEventObject itsHasCome{ false };
-    WEventObject itsHasClosed{ true };
-    std::unique_ptr<char[]> itsBuffer;
+    const std::shared_ptr<Steps> itsSteps;
     std::uint64_t itsSent = 0;
-    DWORD itsCount = 0;
-    std::mutex itsMutex;
-    // Guarded by itsMutex:
-    DWORD itsCallbackError = 0;
-    DWORD itsCallbackCount = 0;
-    bool itsIsConnected = false;
-
-    const Handle itsSession;
-    Handle itsConnection;
-    HINTERNET itsRequest;
-    bool itsHasCallBack = false;
+    DWORD itsCount = 0; // bytes of the last step
 };
 
 } // namespace

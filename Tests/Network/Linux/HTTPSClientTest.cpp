@@ -12,6 +12,7 @@
 #include <thread>
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -63,6 +64,10 @@ public:
 private:
     void Serve() const
     {
+        sigset_t pipe; // raised where the client refuses
+        sigemptyset( &pipe );
+        sigaddset( &pipe, SIGPIPE );
+        pthread_sigmask( SIG_BLOCK, &pipe, nullptr );
         const int connection = accept( itsSocket, nullptr, nullptr );
         if ( connection < 0 )
             return;
