@@ -348,3 +348,37 @@ TEST( XTLSEndpointTest, EndsFromEverySide )
         [&] { return MakeTLSEndpoint( contexts.server ); },
         [&] { return MakeTLSEndpoint( contexts.client ); }, 30 );
 }
+
+/// A reader and a writer both come upon the handshake of an accepted connection; the peer says nothing before it hears.
+TEST( XTLSEndpointTest, SharesAHandshakeBetweenReaderAndWriter )
+{
+    const TestContexts contexts;
+    TestListener listener( MakeTLSEndpoint( contexts.server ) );
+    for ( int round = 0; round < 20; ++round )
+    {
+        XNetEndpoint client = MakeTLSEndpoint( contexts.client );
+        std::unique_ptr<XNetEndpoint> server;
+        WEvent isAccepted;
+        char received = 0, answered = 0;
+        RunTogether(
+            [&]
+            {
+                client.Connect( listener.GetAddress(), kPatience );
+                client.ReceiveData( &received, 1, kPatience );
+                client.SendData( "b", 1, kPatience );
+            },
+            [&]
+            {
+                server = listener.Accept();
+                isAccepted.Set();
+                server->ReceiveData( &answered, 1, kPatience );
+            },
+            [&]
+            {
+                isAccepted.Wait();
+                server->SendData( "a", 1, kPatience );
+            } );
+        EXPECT_EQ( received, 'a' );
+        EXPECT_EQ( answered, 'b' );
+    }
+}

@@ -77,8 +77,13 @@ WConnection::Outcome XTLSConversation::Shake( const XWaiter& inWaiter )
     while ( itsState != kOpen )
     {
         const WTLSSession::Outcome moved = MoveHandshake();
-        if ( const WConnection::Outcome flushed = Flush( inWaiter ); flushed.status != WConnection::kDone )
-            return flushed;
+        if ( HasOutput() ) // another thread may go on meanwhile, so that no input is wanted any more
+        {
+            if ( const WConnection::Outcome flushed = Flush( inWaiter );
+                 flushed.status != WConnection::kDone )
+                return flushed;
+            continue;
+        }
         if ( moved.status == WTLSSession::kDone )
             continue;
         const WConnection::Outcome fetched = Fetch( inWaiter );
