@@ -18,8 +18,9 @@ namespace
 constexpr XVersion kPreamble{ 1301, 2 };
 constexpr std::uint8_t kPreambleBytes[] = { 0x00, 0x02, 0x05, 0x15 };
 
-std::mutex sMutex;
-std::condition_variable sHasChanged;
+// Never destroyed: the server's threads wait until the process ends.
+std::mutex& sMutex = *new std::mutex;
+std::condition_variable& sHasChanged = *new std::condition_variable;
 // Guarded by sMutex:
 const std::uint8_t* sData = nullptr; // of the next connection
 std::size_t sSize = 0;
