@@ -2,7 +2,7 @@
 // own and serves the same file from the same folder; nginx has a worker for each processor. One thread of this process is
 // all 50 clients. `Handler` is our server without a file.
 
-#include "Network/XHTTPServer.h"
+#include "Servers/XHTTPServer.h"
 #include "Startup/WInitCore.h"
 
 #include <benchmark/benchmark.h>

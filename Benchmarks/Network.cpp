@@ -5,9 +5,9 @@
 #include "NetworkPeers.h"
 
 #include "Network/XEncryptedNetStream.h"
-#include "Network/XNetResponder.h"
-#include "Network/XNetServer.h"
 #include "Network/XTLSEndpointImp.h"
+#include "Servers/XNetResponder.h"
+#include "Servers/XNetServer.h"
 #include "Sockets/WCertificates.h"
 #include "Sockets/WTLSContext.h"
 #include "Startup/WInitCore.h"

@@ -1,8 +1,8 @@
 #include "ServerFlood.h"
 
 #include "Core/Errors/XException.h"
-#include "Network/XNetResponder.h"
-#include "Network/XNetServer.h"
+#include "Servers/XNetResponder.h"
+#include "Servers/XNetServer.h"
 #include "Services/XSessionLogManager.h"
 #include "StressMemory.h"
 

@@ -5,8 +5,8 @@
 #include "FuzzTools.h"
 #include "MemoryEndpoint.h"
 
-#include "Network/Internal/XHTTPConnection.h"
-#include "Network/XHTTPBodyWriter.h"
+#include "Servers/Internal/XHTTPConnection.h"
+#include "Servers/XHTTPBodyWriter.h"
 
 #include <filesystem>
 #include <fstream>

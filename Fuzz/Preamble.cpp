@@ -4,8 +4,8 @@
 #include "FuzzTools.h"
 #include "MemoryEndpoint.h"
 
-#include "Network/XNetResponder.h"
-#include "Network/XServer.h"
+#include "Servers/XNetResponder.h"
+#include "Servers/XServer.h"
 
 #include <condition_variable>
 #include <cstring>

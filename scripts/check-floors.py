@@ -20,7 +20,7 @@ ROOMS = [
     "X-Platform/Threads", "X-Platform/Services", "X-Platform/Messaging", "X-Platform/Jobs", "X-Platform/Memory",
     "X-Platform/Pivot/Rows", "X-Platform/Pivot/Columns", "X-Platform/Pivot/Accumulators", "X-Platform/Pivot/Tables",
     "X-Platform/Pivot",
-    "X-Platform/Network", "X-Platform/RemoteCalls", "X-Platform/NetJobs",
+    "X-Platform/Network", "X-Platform/Servers", "X-Platform/RemoteCalls", "X-Platform/NetJobs",
     "X-Platform/Startup",
     "X-Platform/Drawing", "X-Platform/Imaging", "X-Platform/Plots", "X-Platform",
     "Tools/korvale/Support", "Tools/korvale/Terminal", "Tools/korvale/Outputs", "Tools/korvale/Tables",

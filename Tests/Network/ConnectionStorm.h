@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TestConnection.h"
+#include "Network/TestConnection.h"
 
 #include <filesystem>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "ConnectionStorm.h"
+#include "Network/ConnectionStorm.h"
 
 TEST( NetworkStressTest, ConnectionsEndFromEverySide )
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Network/XNetResponder.h"
+#include "Servers/XNetResponder.h"
 #include "TestErrors.h"
 #include "Threads/TestThread.h"
 

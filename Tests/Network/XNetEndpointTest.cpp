@@ -1,4 +1,4 @@
-#include "TestConnection.h"
+#include "Network/TestConnection.h"
 
 #include "Core/Streams/XMemStream.h"
 #include "Core/Streams/XStreamVectors.h"

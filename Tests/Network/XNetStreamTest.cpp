@@ -1,4 +1,4 @@
-#include "TestConnection.h"
+#include "Network/TestConnection.h"
 
 #include "Network/XEncryptedNetStream.h"
 

@@ -1,4 +1,4 @@
-#include "TestConnection.h"
+#include "Network/TestConnection.h"
 
 /// The end of a connection is no wait for bytes that will not come. (The emulator that runs the tests of the other system
 /// does not tell it while there are bytes left.)

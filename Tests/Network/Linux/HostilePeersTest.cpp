@@ -1,9 +1,9 @@
-#include "TestConnection.h"
+#include "Network/TestConnection.h"
 
 #include "Core/Times/XTimer.h"
-#include "Network/XNetResponder.h"
-#include "Network/XNetServer.h"
 #include "Network/XNetStream.h"
+#include "Servers/XNetResponder.h"
+#include "Servers/XNetServer.h"
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
 

@@ -1,6 +1,6 @@
+#include "Network/Linux/TestTLS.h"
 #include "Network/XDeploymentKeys.h"
 #include "TestFolder.h"
-#include "TestTLS.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>

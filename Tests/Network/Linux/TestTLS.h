@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Network/TestConnection.h"
 #include "Network/XTLSEndpointImp.h"
 #include "Sockets/WCertificates.h"
 #include "Sockets/WTLSContext.h"
-#include "TestConnection.h"
 
 /// A deployment's authority, which makes out certificates to the names that a test wants.
 class TestAuthority

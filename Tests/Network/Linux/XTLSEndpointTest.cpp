@@ -1,10 +1,10 @@
-#include "ConnectionStorm.h"
-#include "TestTLS.h"
+#include "Network/ConnectionStorm.h"
+#include "Network/Linux/TestTLS.h"
 
 #include "Core/Times/XTimer.h"
 #include "Network/XEncryptedNetStream.h"
-#include "Network/XNetResponder.h"
-#include "Network/XNetServer.h"
+#include "Servers/XNetResponder.h"
+#include "Servers/XNetServer.h"
 #include "TestErrors.h"
 
 #include <openssl/ssl.h>

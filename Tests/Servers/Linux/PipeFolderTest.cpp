@@ -1,0 +1,118 @@
+#include "Network/TestResponders.h"
+#include "TestErrors.h"
+
+#include "Network/XPipeEndpointImp.h"
+#include "Servers/XNamedPipeServer.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// Has the pipes of a test lie in a folder of its own.
+class PipeFolderTest : public testing::Test
+{
+protected:
+    PipeFolderTest()
+        : itsBase( std::filesystem::temp_directory_path() / ( "kv" + std::to_string( getpid() ) ) )
+    {
+        std::filesystem::create_directory( itsBase );
+        if ( const char* before = std::getenv( "XDG_RUNTIME_DIR" ) )
+            itsBefore = before;
+        setenv( "XDG_RUNTIME_DIR", itsBase.c_str(), 1 );
+    }
+    ~PipeFolderTest() override
+    {
+        if ( itsBefore.empty() )
+            unsetenv( "XDG_RUNTIME_DIR" );
+        else
+            setenv( "XDG_RUNTIME_DIR", itsBefore.c_str(), 1 );
+        std::filesystem::remove_all( itsBase );
+    }
+
+    std::filesystem::path GetFolder() const { return itsBase / "korvale"; }
+    static void Echo( const char* inName )
+    {
+        XNamedPipeServer server{ XString( inName ) };
+        server.SetOnlyResponder( MakeEcho );
+        server.Start();
+        XNetEndpoint client = XPipeEndpointImp::ConnectTo( inName, kPatience );
+        EXPECT_EQ( Say( client, 'x' ), 'x' );
+    }
+
+    const std::filesystem::path itsBase;
+    std::string itsBefore;
+};
+
+} // namespace
+
+TEST_F( PipeFolderTest, IsTheUsersAlone )
+{
+    Echo( "pipe" );
+    struct stat status = {};
+    ASSERT_EQ( stat( GetFolder().c_str(), &status ), 0 );
+    EXPECT_EQ( status.st_mode & 0777, 0700u );
+    EXPECT_FALSE( std::filesystem::exists( GetFolder() / "pipe" ) ); // gone with the server
+    std::filesystem::permissions( GetFolder(), std::filesystem::perms( 0750 ) );
+    XNamedPipeServer server( "pipe" );
+    EXPECT_EQ( ErrorOf( [&] { server.Start(); } ), 1021u );
+}
+
+TEST_F( PipeFolderTest, TakesTheNameOfADeadListenerButNoFile )
+{
+    std::filesystem::create_directory( GetFolder() );
+    std::filesystem::permissions( GetFolder(), std::filesystem::perms( 0700 ) );
+    const int dead = socket( AF_UNIX, SOCK_STREAM, 0 );
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy( address.sun_path, ( GetFolder() / "stale" ).c_str() );
+    ASSERT_EQ( bind( dead, reinterpret_cast<sockaddr*>( &address ), sizeof( address ) ), 0 );
+    close( dead );
+    Echo( "stale" );
+    std::ofstream( GetFolder() / "file" ) << "kept";
+    XNamedPipeServer server( "file" );
+    EXPECT_EQ( ErrorOf( [&] { server.Start(); } ), 10048u );
+    EXPECT_TRUE( std::filesystem::exists( GetFolder() / "file" ) );
+}
+
+/// Even where the folder has been opened to others meanwhile.
+TEST_F( PipeFolderTest, EndsConnectionsOfOtherUsers )
+{
+    if ( geteuid() != 0 )
+        GTEST_SKIP() << "only root can be another user";
+    XNamedPipeServer server( "pipe" );
+    server.SetOnlyResponder( MakeEcho );
+    server.Start();
+    const std::filesystem::path path = GetFolder() / "pipe";
+    std::filesystem::permissions( GetFolder(), std::filesystem::perms( 0755 ) );
+    std::filesystem::permissions( path, std::filesystem::perms( 0777 ) );
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy( address.sun_path, path.c_str() );
+    const pid_t child = fork();
+    if ( child == 0 )
+    {
+        constexpr uid_t kNobody = 65534;
+        char byte = 'x';
+        const int client = socket( AF_UNIX, SOCK_STREAM, 0 );
+        if ( setuid( kNobody ) != 0 ||
+             connect( client, reinterpret_cast<sockaddr*>( &address ), sizeof( address ) ) != 0 )
+            _exit( 2 );
+        send( client, &byte, 1, MSG_NOSIGNAL );
+        _exit( recv( client, &byte, 1, 0 ) > 0 ? 1 : 0 );
+    }
+    int status = 0;
+    waitpid( child, &status, 0 );
+    EXPECT_TRUE( WIFEXITED( status ) );
+    EXPECT_EQ( WEXITSTATUS( status ), 0 );
+    XNetEndpoint client = XPipeEndpointImp::ConnectTo( "pipe", kPatience );
+    EXPECT_EQ( Say( client, 'x' ), 'x' );
+}

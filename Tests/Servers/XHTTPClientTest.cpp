@@ -1,0 +1,136 @@
+#include "Servers/OddServer.h"
+
+#include "Servers/XHTTPBodyWriter.h"
+#include "Servers/XHTTPClient.h"
+#include "Servers/XHTTPServer.h"
+
+namespace
+{
+
+class XHTTPClientTest : public testing::Test
+{
+protected:
+    XHTTPClientTest() : itsServer( "test" ), itsSettings( MakePatientSettings() )
+    {
+        itsServer.HandleGet( "/hello", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "hello" ); } );
+        itsServer.HandlePost(
+            "/echo",
+            []( const XHTTPRequest& inRequest ) {
+                return XHTTPResponse::Text(
+                    inRequest.GetHeader( "content-type" ) + ":" + inRequest.GetBody() );
+            } );
+        itsServer.HandleGet(
+            "/stream",
+            []( const XHTTPRequest& )
+            {
+                return XHTTPResponse::Stream(
+                    "text/plain",
+                    []( XHTTPBodyWriter& ioWriter )
+                    {
+                        for ( int i = 0; i < 100; ++i )
+                            ioWriter.Write( std::string( 10'000, 'x' ) );
+                    } );
+            } );
+        const auto redirect = []( const XHTTPRequest& inRequest )
+        {
+            auto parameters = inRequest.GetParameters();
+            return XHTTPResponse::Redirect( parameters["to"], std::stoi( parameters["status"] ) );
+        };
+        itsServer.HandleGet( "/go/", redirect );
+        itsServer.HandlePost( "/go/", redirect );
+        itsServer.HandleGet(
+            "/secrets",
+            []( const XHTTPRequest& inRequest )
+            { return XHTTPResponse::Text( inRequest.GetHeader( "Authorization" ) ); } );
+        itsServer.Start( 0 );
+    }
+
+    std::string GetURL( const std::string& inPath, const char* inHost = "127.0.0.1" ) const
+    {
+        return std::string( "http://" ) + inHost + ":" + std::to_string( itsServer.GetPort() ) + inPath;
+    }
+    XHTTPClient::XReply Get( const std::string& inPath ) const
+    {
+        return XHTTPClient( itsSettings ).Get( GetURL( inPath ) );
+    }
+    XHTTPClient::XReply Post( const std::string& inPath, const std::string& inBody ) const
+    {
+        XHTTPHeaders headers;
+        headers.Set( "Content-Type", "text/x" );
+        return XHTTPClient( itsSettings ).Post( GetURL( inPath ), inBody, headers );
+    }
+    std::uint32_t ErrorOfGet( const std::string& inURL ) const
+    {
+        return ErrorOf( [&] { XHTTPClient( itsSettings ).Get( inURL ); } );
+    }
+
+    XHTTPServer itsServer;
+    XHTTPClient::XSettings itsSettings;
+};
+
+} // namespace
+
+TEST_F( XHTTPClientTest, GetsAndPosts )
+{
+    const XHTTPClient::XReply reply = Get( "/hello?x#fragment" );
+    EXPECT_EQ( reply.status, 200 );
+    EXPECT_EQ( reply.body, "hello" );
+    EXPECT_EQ( reply.headers.Get( "content-length" ), "5" );
+    EXPECT_EQ( Post( "/echo", "abc" ).body, "text/x:abc" );
+    const std::string large( 3'000'000, 'l' );
+    EXPECT_EQ( Post( "/echo", large ).body, "text/x:" + large );
+    EXPECT_EQ( Post( "/echo", "" ).body, "text/x:" );
+    EXPECT_EQ( Get( "/stream" ).body, std::string( 1'000'000, 'x' ) );
+    EXPECT_EQ( Get( "/none" ).status, 404 );
+}
+
+TEST_F( XHTTPClientTest, FollowsRedirections )
+{
+    EXPECT_EQ( Get( "/go/?status=301&to=/hello" ).url, GetURL( "/hello" ) );
+    EXPECT_EQ( Get( "/go/a?status=308&to=../hello" ).body, "hello" );
+    EXPECT_EQ( Get( "/go/a?status=302&to=?status=307%26to=" + GetURL( "/hello" ) ).body, "hello" );
+    EXPECT_EQ( Post( "/go/?status=307&to=/echo", "abc" ).body, "text/x:abc" );
+    EXPECT_EQ( Post( "/go/?status=303&to=/hello", "abc" ).body, "hello" );
+    EXPECT_EQ( Get( "/go/?status=302&to=/none" ).status, 404 );
+    EXPECT_EQ( ErrorOf( [&] { Get( "/go/?status=302&to=ftp://x/" ); } ), 1013u );
+    itsSettings.mostRedirects = 1;
+    EXPECT_EQ( ErrorOf( [&] { Get( "/go/?status=302&to=/go/?status=302%26to=/hello" ); } ), 3052u );
+    itsSettings.mostRedirects = 0;
+    EXPECT_EQ( Get( "/go/?status=302&to=/hello" ).status, 302 );
+}
+
+TEST_F( XHTTPClientTest, TellsNoOtherServerWhatBelongsToOne )
+{
+    XHTTPHeaders headers;
+    headers.Set( "Authorization", "mine" );
+    const XHTTPClient client( itsSettings );
+    EXPECT_EQ( client.Get( GetURL( "/go/?status=302&to=/secrets" ), headers ).body, "mine" );
+    EXPECT_EQ(
+        client.Get( GetURL( "/go/?status=302&to=" + GetURL( "/secrets", "localhost" ) ), headers ).body, "" );
+}
+
+TEST_F( XHTTPClientTest, TellsWhatWentWrong )
+{
+    for ( const char* url :
+          { "", "hello", "ftp://x/", "file:///etc/passwd", "http:/x", "http://a b/", "http://\xC3\xA4/",
+            "http://u:p@x/" } )
+        EXPECT_EQ( ErrorOfGet( url ), 1013u ) << url;
+    EXPECT_EQ( ErrorOfGet( "http://no-such-host.invalid/" ), 3104u );
+    const std::string url = GetURL( "/hello" );
+    EXPECT_EQ(
+        ErrorOfGet( OddServer( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc", true ).GetURL() ), 3100u );
+    EXPECT_EQ( ErrorOfGet( OddServer( "", true ).GetURL() ), 3100u );
+    itsSettings.mostBodyBytes = 4;
+    EXPECT_EQ( ErrorOfGet( url ), 3052u );
+    itsServer.Stop();
+    try
+    {
+        XHTTPClient( itsSettings ).Get( url );
+        FAIL();
+    }
+    catch ( const XException& error )
+    {
+        EXPECT_EQ( error.GetErrorNumber(), 3106u );
+        EXPECT_NE( MessageOf( error ).find( url ), std::string::npos );
+    }
+}

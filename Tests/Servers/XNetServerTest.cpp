@@ -1,0 +1,185 @@
+#include "Network/TestConnection.h"
+#include "Network/TestResponders.h"
+
+#include "Core/Times/XTimer.h"
+#include "Servers/XNetServer.h"
+
+#include <list>
+
+namespace
+{
+
+constexpr XVersion kEchoPreamble{ 1301, 2 };
+constexpr std::uint8_t kEchoBytes[] = { 0x00, 0x02, 0x05, 0x15 };
+
+class TestServer : public XNetServer
+{
+public:
+    explicit TestServer( const XLimits& inLimits = { kPatience, 64 } ) : XNetServer( "test", inLimits )
+    {
+        RegisterResponder( kEchoPreamble, MakeEcho );
+        Start( 0 );
+    }
+};
+
+struct TestClient : XNetEndpoint
+{
+    explicit TestClient( const XNetServer& inServer )
+    {
+        Connect( XNetAddress::GetLoopBackAddress( inServer.GetPort() ), kPatience );
+    }
+
+    void Greet() { SendData( kEchoBytes, sizeof kEchoBytes, kPatience ); }
+
+    char Say( char inByte ) { return ::Say( *this, inByte ); }
+    std::uint32_t AwaitEnd() { return ::AwaitEnd( *this ); }
+};
+
+template<class TCondition>
+bool Await( TCondition inCondition )
+{
+    for ( const XTimer timer( kPatience ); !inCondition(); XThread::SleepCurrentThread( 1 ) )
+        if ( timer.HasExpired() )
+            return false;
+    return true;
+}
+
+} // namespace
+
+TEST( XNetServerTest, ServesByWhatThePreambleTells )
+{
+    TestServer server;
+    TestClient client( server );
+    client.Greet();
+    EXPECT_EQ( client.Say( 'x' ), 'x' );
+    EXPECT_EQ( server.GetUnauthenticatedCount(), 1u );
+    EXPECT_EQ( client.Say( 'a' ), 'a' );
+    EXPECT_EQ( server.GetUnauthenticatedCount(), 0u );
+    TestClient stranger( server );
+    stranger.SendData( "GET ", 4, kPatience );
+    EXPECT_EQ( stranger.AwaitEnd(), 3100u );
+    client.ForceDisconnect();
+    EXPECT_TRUE( Await( [&] { return EchoResponder::sCount == 0; } ) );
+    EXPECT_EQ( server.GetResponderCount(), 0u );
+}
+
+TEST( XNetServerTest, ServesAllConnectionsWithoutAPreamble )
+{
+    XNetServer server( "plain" );
+    server.SetOnlyResponder( MakeEcho );
+    server.Start( 0 );
+    EXPECT_EQ( ErrorOf( [&] { server.Start( 0 ); } ), 1006u );
+    TestClient client( server );
+    EXPECT_EQ( client.Say( 'x' ), 'x' );
+    const std::int32_t port = server.GetPort();
+    server.Stop();
+    EXPECT_EQ( client.AwaitEnd(), 3100u );
+    EXPECT_EQ( server.GetPort(), 0 );
+    server.Start( port );
+    EXPECT_EQ( TestClient( server ).Say( 'y' ), 'y' );
+}
+
+TEST( XNetServerTest, EndsStrangersThatTakeTooLong )
+{
+    TestServer server( { 1000, 64 } ); // time enough for the one that is not a stranger
+    TestClient known( server ), silent( server ), slow( server );
+    known.Greet();
+    EXPECT_EQ( known.Say( 'a' ), 'a' );
+    slow.Greet();
+    EXPECT_EQ( silent.AwaitEnd(), 3100u );
+    EXPECT_EQ( slow.AwaitEnd(), 3100u );
+    EXPECT_EQ( known.Say( 'x' ), 'x' );
+}
+
+TEST( XNetServerTest, DropsTheOldestOfTooManyStrangers )
+{
+    TestServer server( { kNoTimeout, 3 } );
+    TestClient known( server );
+    known.Greet();
+    EXPECT_EQ( known.Say( 'a' ), 'a' );
+    std::list<TestClient> strangers;
+    for ( int i = 0; i < 4; ++i )
+        strangers.emplace_back( server );
+    EXPECT_EQ( strangers.front().AwaitEnd(), 3100u );
+    EXPECT_TRUE( Await( [&] { return server.GetUnauthenticatedCount() == 3; } ) );
+    strangers.back().Greet();
+    EXPECT_EQ( strangers.back().Say( 'x' ), 'x' );
+    EXPECT_EQ( known.Say( 'x' ), 'x' );
+}
+
+TEST( XNetServerTest, LetsAResponderGiveItsConnectionAway )
+{
+    TestServer server;
+    TestClient client( server );
+    client.Greet();
+    EXPECT_EQ( client.Say( 'd' ), 'D' );
+    EXPECT_EQ( EchoResponder::sDetachError, 3101u );
+}
+
+TEST( XNetServerTest, EndsAllConnectionsWhenItStops )
+{
+    TestServer server( { kPatience, 1000 } );
+    std::list<TestClient> clients;
+    for ( int i = 0; i < 60; ++i )
+    {
+        TestClient& client = clients.emplace_back( server );
+        if ( i % 3 == 0 )
+            continue; // waits for its greeting
+        client.Greet();
+        EXPECT_EQ( client.Say( i % 3 == 1 ? 'a' : 'x' ), i % 3 == 1 ? 'a' : 'x' );
+    }
+    server.Stop();
+    EXPECT_EQ( EchoResponder::sCount, 0 );
+    for ( TestClient& client : clients )
+        EXPECT_EQ( client.AwaitEnd(), 3100u );
+}
+
+/// Strangers come and go on four threads while a conversation goes on and the server stops.
+TEST( XNetServerTest, StopsInTheMidstOfAFlood )
+{
+    for ( int round = 0; round < 5; ++round )
+    {
+        TestServer server( { kPatience, 8 } );
+        TestClient known( server );
+        known.Greet();
+        EXPECT_EQ( known.Say( 'a' ), 'a' );
+        const XNetAddress address = XNetAddress::GetLoopBackAddress( server.GetPort() );
+        std::atomic<int> connected = 0;
+        const auto flood = [&]
+        {
+            try
+            {
+                for ( ;; ++connected )
+                {
+                    XNetEndpoint endpoint;
+                    endpoint.Connect( address, kPatience );
+                    endpoint.SendData( kEchoBytes, connected % 5, kPatience );
+                }
+            }
+            catch ( const XException& )
+            {
+            }
+        };
+        const auto stop = [&]
+        {
+            while ( connected < 100 )
+                EXPECT_EQ( known.Say( 'x' ), 'x' );
+            server.Stop();
+        };
+        std::thread stopper( stop );
+        std::vector<std::thread> flooders;
+        std::atomic<bool> isOver = false;
+        for ( int i = 0; i < 4; ++i )
+            flooders.emplace_back(
+                [&]
+                {
+                    while ( !isOver )
+                        flood();
+                } );
+        stopper.join();
+        isOver = true;
+        for ( std::thread& flooder : flooders )
+            flooder.join();
+        EXPECT_EQ( EchoResponder::sCount, 0 );
+    }
+}

@@ -1,0 +1,335 @@
+#include "Servers/Internal/XHTTPConnection.h"
+
+#include "Core/Errors/XException.h"
+#include "Core/Strings/XString.h"
+#include "Core/Times/XTimer.h"
+#include "Ground/XErrorNumbers.h"
+#include "Servers/Internal/XHTTPParser.h"
+#include "Servers/Internal/XHTTPText.h"
+#include "Servers/XHTTPBodyWriter.h"
+#include "Services/XSessionLogManager.h"
+#include "Threads/XStopThreadException.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr std::uint32_t kReceiveBytes = 16 * 1024;
+constexpr std::uint64_t kFilePiece = 256 * 1024;
+constexpr std::uint32_t kLingerMS = 1000;
+
+// A larger body is sent by itself: copying it would cost more than another call.
+constexpr std::size_t kMostBodyBesideHead = 64 * 1024;
+
+bool AllowsBody( int inStatus )
+{
+    return inStatus != 204 && inStatus != 304;
+}
+
+bool IsTimeOut( const XException& inError )
+{
+    return inError.GetErrorNumber() == kErrorConnectionTimedOut;
+}
+
+/// Names a request in the log, whatever the client has put into its path.
+XString Describe( const XHTTPRequest& inRequest )
+{
+    std::string path = inRequest.GetPath().substr( 0, 200 );
+    std::ranges::replace_if(
+        path, []( char inCharacter ) { return static_cast<unsigned char>( inCharacter ) < ' '; }, '?' );
+    return "HTTP request for " + XString::FromUTF8( path );
+}
+
+} // namespace
+
+XHTTPConnection::XHTTPConnection( const XHTTPSite& inSite, XNetEndpoint& inEndpoint )
+    : itsSite( inSite ), itsEndpoint( inEndpoint )
+{
+}
+
+void XHTTPConnection::Serve( const std::function<void()>& inHasRequest )
+{
+    while ( ServeRequest( inHasRequest ) )
+        ;
+    itsEndpoint.Disconnect(
+        kLingerMS ); // so that the client reads the last answer before it hears of the end
+}
+
+/// Whether another request may follow.
+bool XHTTPConnection::ServeRequest( const std::function<void()>& inHasRequest )
+{
+    if ( !AwaitRequest() )
+        return false;
+    XHTTPParser parser( itsSite.limits.headerBytes, itsSite.limits.bodyBytes );
+    XHTTPRequest& request = parser.GetRequest();
+    int status = ReceiveHeader( parser );
+    if ( status == 0 )
+    {
+        inHasRequest();
+        status = Check( request );
+        itsIsAdmitted = true;
+    }
+    if ( status == 0 && !parser.IsDone() )
+        status = ReceiveBody( parser );
+    if ( status != 0 )
+    {
+        Refuse( status );
+        return false;
+    }
+    request.itsPeer = itsEndpoint.GetRemoteAddress();
+    bool keepsAlive = parser.KeepsAlive();
+    XHTTPResponse response = MakeResponse( request );
+    Send( request, response, keepsAlive );
+    return keepsAlive;
+}
+
+// ---- Receiving
+
+/// Waits for the first byte of a request; line breaks before it do not count. False where none comes.
+bool XHTTPConnection::AwaitRequest()
+{
+    const XTimer timer( itsSite.limits.idleMS );
+    for ( ;; )
+    {
+        for ( ; itsInput.GetCount() > 0; itsInput.Drop( 1 ) )
+            if ( *itsInput.GetData() != '\r' && *itsInput.GetData() != '\n' )
+                return true;
+        if ( !ReceiveMore( timer.GetRemainingMS() ) )
+            return false;
+    }
+}
+
+/// False when the time is over.
+bool XHTTPConnection::ReceiveMore( std::uint32_t inTimeoutMS )
+{
+    try
+    {
+        std::uint8_t* const room = itsInput.MakeRoom( kReceiveBytes );
+        itsInput.Commit( itsEndpoint.ReceiveAnyData( room, kReceiveBytes, inTimeoutMS ) );
+        return true;
+    }
+    catch ( const XException& error )
+    {
+        if ( !IsTimeOut( error ) )
+            throw;
+        return false;
+    }
+}
+
+void XHTTPConnection::Feed( XHTTPParser& ioParser )
+{
+    itsInput.Drop( ioParser.Put( itsInput.GetData(), itsInput.GetCount() ) );
+}
+
+/// 0, or the status to refuse the request with.
+int XHTTPConnection::ReceiveHeader( XHTTPParser& ioParser )
+{
+    const XTimer timer( itsSite.limits.requestMS );
+    for ( ;; )
+    {
+        Feed( ioParser );
+        if ( ioParser.GetError() != 0 || ioParser.HasHeader() )
+            return ioParser.GetError();
+        if ( timer.HasExpired() || !ReceiveMore( timer.GetRemainingMS() ) )
+            return 408;
+    }
+}
+
+/// The time grows with what has come, so that a large body may take longer, but nobody can make it last.
+int XHTTPConnection::ReceiveBody( XHTTPParser& ioParser )
+{
+    const XHTTPServer::XLimits& limits = itsSite.limits;
+    XHTTPRequest& request = ioParser.GetRequest();
+    if ( itsInput.GetCount() == 0 && request.GetVersion() >= 11 && request.GetHeaders().Has( "Expect" ) )
+    {
+        itsOutput = "HTTP/1.1 100 Continue\r\n\r\n";
+        Flush();
+    }
+    ioParser.ReadBody();
+    XTimer timer( limits.requestMS );
+    for ( ;; )
+    {
+        if ( itsInput.GetCount() > 0 )
+            Feed( ioParser );
+        if ( ioParser.GetError() != 0 || ioParser.IsDone() )
+            return ioParser.GetError();
+        const std::uint64_t earnedMS =
+            request.GetBody().size() * 1000 / std::max<std::uint32_t>( limits.leastBytesPerSecond, 1 );
+        timer.SetLimitMS( static_cast<std::uint32_t>(
+            std::min<std::uint64_t>( limits.requestMS + earnedMS, kNoTimeout - 1 ) ) );
+        if ( timer.HasExpired() || !ReceiveMore( timer.GetRemainingMS() ) )
+            return 408;
+    }
+}
+
+// ---- Answering
+
+/// What can be said by the header already: 0, or the status to refuse the request with.
+int XHTTPConnection::Check( const XHTTPRequest& inRequest ) const
+{
+    const std::string& method = inRequest.GetMethod();
+    if ( !itsIsAdmitted && itsSite.connections > itsSite.limits.mostConnections )
+        return 503;
+    if ( method != "GET" && method != "HEAD" && method != "POST" )
+        return 501;
+    const XHTTPHeaders& headers = inRequest.GetHeaders();
+    if ( headers.Has( "Expect" ) && !XHTTPHeaders::AreEqual( headers.Get( "Expect" ), "100-continue" ) )
+        return 417;
+    if ( method == "POST" && !headers.Has( "Content-Length" ) && !headers.Has( "Transfer-Encoding" ) )
+        return 411;
+    return 0;
+}
+
+XHTTPResponse XHTTPConnection::MakeResponse( const XHTTPRequest& inRequest ) const
+{
+    try
+    {
+        return CallHandler( inRequest );
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( const XException& error )
+    {
+        if ( XSessionLogManager* const log = XSessionLogManager::GetManager(); log && error.ShouldLogError() )
+            log->AddException( error, kLogWarning, Describe( inRequest ) );
+    }
+    catch ( const std::exception& error )
+    {
+        XSessionLogManager::Log( kLogWarning, Describe( inRequest ) + ": " + error.what() );
+    }
+    return XHTTPResponse::Status( 500 );
+}
+
+XHTTPResponse XHTTPConnection::CallHandler( const XHTTPRequest& inRequest ) const
+{
+    const bool isPost = inRequest.GetMethod() == "POST";
+    const XHTTPSite::XHandlers* const handlers = itsSite.Find( inRequest.GetPath() );
+    if ( !handlers )
+        return XHTTPResponse::Status( 404 );
+    if ( const XHTTPServer::XHandler& handler = isPost ? handlers->post : handlers->get )
+        return handler( inRequest );
+    XHTTPResponse response = XHTTPResponse::Status( 405 );
+    response.GetHeaders().Set( "Allow", isPost ? "GET, HEAD" : "POST" );
+    return response;
+}
+
+/// Answers what has not been read to its end; nothing can follow on the connection.
+void XHTTPConnection::Refuse( int inStatus )
+{
+    const XHTTPResponse response = XHTTPResponse::Status( inStatus );
+    AddHead( response, false, false );
+    AddLength( response.GetBody().size() );
+    itsOutput += response.GetBody();
+    Flush();
+}
+
+void XHTTPConnection::Send( const XHTTPRequest& inRequest, XHTTPResponse& ioResponse, bool& ioKeepsAlive )
+{
+    const bool isHead = inRequest.GetMethod() == "HEAD";
+    const bool isOld = inRequest.GetVersion() < 11;
+    std::optional<XHTTPFilePart> part;
+    if ( !ioResponse.itsFile.empty() )
+        part.emplace( inRequest, ioResponse.itsFile, ioResponse );
+    else if ( ioResponse.GetStatus() == 200 && inRequest.GetMethod() != "POST" )
+        if ( const int status = XHTTPFilePart::CheckConditions( inRequest, ioResponse.GetHeaders() ) )
+        {
+            ioResponse.SetStatus( status );
+            ioResponse.itsBody.clear();
+            ioResponse.itsWrite = nullptr;
+        }
+    const bool isFile = !ioResponse.itsFile.empty();
+    const bool isStream = ioResponse.itsWrite && AllowsBody( ioResponse.GetStatus() );
+    ioKeepsAlive = ioKeepsAlive && !( isStream && isOld );
+    AddHead( ioResponse, ioKeepsAlive, isOld );
+    if ( isStream )
+        itsOutput += isOld ? "\r\n" : "Transfer-Encoding: chunked\r\n\r\n";
+    else if ( AllowsBody( ioResponse.GetStatus() ) )
+        AddLength( isFile ? part->GetLength() : ioResponse.itsBody.size() );
+    else
+        itsOutput += "\r\n";
+    if ( isHead || !AllowsBody( ioResponse.GetStatus() ) )
+        return Flush();
+    if ( isStream )
+    {
+        Flush();
+        XHTTPBodyWriter writer( itsEndpoint, itsSite.limits.sendMS, !isOld );
+        ioResponse.itsWrite( writer );
+        return writer.Finish();
+    }
+    if ( isFile )
+        return SendFile( *part );
+    if ( ioResponse.itsBody.size() > kMostBodyBesideHead )
+    {
+        Flush();
+        itsOutput = std::move( ioResponse.itsBody );
+    }
+    else
+        itsOutput += ioResponse.itsBody;
+    Flush();
+}
+
+void XHTTPConnection::AddHead( const XHTTPResponse& inResponse, bool inKeepsAlive, bool inIsOld )
+{
+    itsOutput = "HTTP/1.1 ";
+    itsOutput.append( std::to_string( inResponse.GetStatus() ) ).append( " " );
+    itsOutput.append( XHTTPText::GetReason( inResponse.GetStatus() ) ).append( "\r\nDate: " );
+    itsOutput.append( GetDate() ).append( "\r\n" );
+    if ( !inKeepsAlive )
+        itsOutput += "Connection: close\r\n";
+    else if ( inIsOld )
+        itsOutput += "Connection: keep-alive\r\n";
+    for ( const XHTTPHeaders::XField& field : inResponse.GetHeaders().GetFields() )
+        itsOutput.append( field.name ).append( ": " ).append( field.value ).append( "\r\n" );
+}
+
+/// The date as HTTP writes it, made once a second at most.
+const std::string& XHTTPConnection::GetDate()
+{
+    const XTime now = XTime::Now();
+    if ( const std::int64_t second = now.GetPlatformTime(); itsDate.empty() || second != itsDateSecond )
+    {
+        itsDateSecond = second;
+        itsDate = now.GetInternetTimeString().GetStringView();
+    }
+    return itsDate;
+}
+
+/// Ends the head.
+void XHTTPConnection::AddLength( std::uint64_t inLength )
+{
+    itsOutput.append( "Content-Length: " ).append( std::to_string( inLength ) ).append( "\r\n\r\n" );
+}
+
+/// Behind the head that is in the output. A file that is cut meanwhile ends the connection, as its length has been told.
+void XHTTPConnection::SendFile( const XHTTPFilePart& inPart )
+{
+    std::uint64_t left = inPart.GetLength();
+    for ( std::uint64_t position = inPart.GetBegin(); left > 0; )
+    {
+        const std::size_t used = itsOutput.size();
+        const std::uint64_t wanted = std::min( left, kFilePiece );
+        itsOutput.resize( used + wanted );
+        const std::uint64_t count = inPart.GetFile().ReadAt( position, itsOutput.data() + used, wanted );
+        itsOutput.resize( used + count );
+        Flush();
+        if ( count < wanted )
+            XThrow( kErrorDisconnected );
+        position += count;
+        left -= count;
+    }
+    Flush();
+}
+
+void XHTTPConnection::Flush()
+{
+    constexpr std::size_t kMostPiece = 1 << 30; // a count of 32 bits
+    for ( std::string_view bytes = itsOutput; !bytes.empty();
+          bytes.remove_prefix( std::min( bytes.size(), kMostPiece ) ) )
+        itsEndpoint.SendData(
+            bytes.data(), static_cast<std::uint32_t>( std::min( bytes.size(), kMostPiece ) ),
+            itsSite.limits.sendMS );
+    itsOutput.clear();
+}

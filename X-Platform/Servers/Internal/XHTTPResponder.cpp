@@ -1,0 +1,22 @@
+#include "Servers/Internal/XHTTPResponder.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Servers/Internal/XHTTPConnection.h"
+
+XHTTPResponder::XHTTPResponder( const XString& inName, std::shared_ptr<const XHTTPSite> inSite )
+    : XNetResponder( inName ), itsSite( std::move( inSite ) )
+{
+    ++itsSite->connections;
+}
+
+XHTTPResponder::~XHTTPResponder()
+{
+    XSwallowErrors( [this] { StopResponding(); } );
+    --itsSite->connections;
+}
+
+void XHTTPResponder::RespondSelf()
+{
+    XNetEndpoint endpoint = GetEndpoint();
+    XHTTPConnection( *itsSite, endpoint ).Serve( [this] { SetAuthenticated(); } );
+}

@@ -1,0 +1,346 @@
+#include "Servers/Internal/XServerRun.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/WLastErrorException.h"
+#include "Core/Errors/XException.h"
+#include "Ground/XErrorNumbers.h"
+#include "Services/XSessionLogManager.h"
+#include "Sockets/WSocket.h"
+#include "Threads/XPreventThreadStop.h"
+
+#include <new>
+#include <utility>
+
+namespace
+{
+
+constexpr std::uint32_t kPauseMS = 100;
+constexpr std::uint32_t kPauseLogPeriodMS = 60'000;
+
+std::uint32_t ReadPreamble( XNetEndpoint& inEndpoint )
+{
+    std::uint8_t bytes[4];
+    inEndpoint.ReceiveData( bytes, sizeof( bytes ), kNoTimeout ); // the watch ends it in time
+    return std::uint32_t( bytes[0] ) << 24 | std::uint32_t( bytes[1] ) << 16 |
+        std::uint32_t( bytes[2] ) << 8 | bytes[3];
+}
+
+} // namespace
+
+// ---- Life
+
+XServerRun::XServerRun( const XServer::XSettings& inSettings, const XNetEndpoint& inListener )
+    : itsSettings( inSettings ), itsListener( inListener ), itsPauseLogTimer( kPauseLogPeriodMS ),
+      itsWatch( *this, "watch", &XServerRun::Watch ), itsAcceptor( *this, "accept", &XServerRun::Accept )
+{
+    itsWatch.StartThread();
+    itsAcceptor.StartThread();
+}
+
+XServerRun::~XServerRun()
+{
+    XSwallowErrors( [this] { Stop(); } );
+}
+
+void XServerRun::Stop()
+{
+    const XPreventThreadStop preventStop; // of the calling thread: this has to be done to the end
+    itsAcceptor.StopThread();
+    itsListener.Unbind();
+    for ( XWorker& greeter : itsGreeters )
+        greeter.AsyncStopThread();
+    itsGreeters.clear();
+    itsWatch.StopThread();
+    std::map<XNumber, XServed> served;
+    {
+        const XThreadLock lock( itsMutex );
+        for ( auto& [number, stranger] : itsStrangers )
+            stranger.endpoint.ForceDisconnect();
+        served = std::move( itsServed );
+    }
+    for ( const auto& [number, one] : served )
+        one.responder->AsyncStopResponding();
+    served.clear(); // waits for each
+    const XThreadLock lock( itsMutex );
+    itsStrangers.clear();
+    itsEnded.clear();
+}
+
+USize XServerRun::GetResponderCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsServed.size() + itsEnded.size();
+}
+
+USize XServerRun::GetStrangerCount() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsStrangers.size();
+}
+
+XServerRun::XWorker::XWorker( XServerRun& inRun, const char* inRole, void ( XServerRun::*inBody )() )
+    : XThread( inRun.itsSettings.name + " " + inRole, kThreadPriorityNormal ), itsRun( inRun ),
+      itsBody( inBody )
+{
+}
+
+XServerRun::XWorker::~XWorker()
+{
+    XSwallowErrors( [this] { StopThread(); } );
+}
+
+std::int32_t XServerRun::XWorker::RunThreadSelf()
+{
+    ( itsRun.*itsBody )();
+    return 0;
+}
+
+// ---- The acceptor
+
+void XServerRun::Accept()
+{
+    for ( ;; )
+    {
+        try
+        {
+            AcceptOne();
+        }
+        catch ( const XStopThreadException& )
+        {
+            throw;
+        }
+        catch ( const XException& error )
+        {
+            PauseAccepting( error );
+        }
+        catch ( const std::bad_alloc& )
+        {
+            PauseAccepting( XException( kErrorOutOfMemory ) );
+        }
+    }
+}
+
+void XServerRun::AcceptOne()
+{
+    const std::unique_ptr<XNetEndpoint> endpoint( itsListener.Listen() );
+    Admit( *endpoint );
+}
+
+void XServerRun::Admit( const XNetEndpoint& inEndpoint )
+{
+    const XNumber number = AddStranger( inEndpoint );
+    if ( itsSettings.makeOnly )
+        return Serve( number, inEndpoint, itsSettings.makeOnly );
+    {
+        const XThreadLock lock( itsMutex );
+        itsToGreet.push_back( number );
+        itsHasGreetings.Signal();
+    }
+    AddGreeterIfNeeded();
+}
+
+/// Drops the oldest where there are too many.
+XServerRun::XNumber XServerRun::AddStranger( const XNetEndpoint& inEndpoint )
+{
+    const XThreadLock lock( itsMutex );
+    while ( !itsStrangers.empty() && itsStrangers.size() >= itsSettings.limits.mostUnauthenticated )
+    {
+        itsStrangers.begin()->second.endpoint.ForceDisconnect();
+        itsStrangers.erase( itsStrangers.begin() );
+    }
+    const XNumber number = ++itsLastNumber;
+    itsStrangers.emplace( number, XStranger{ inEndpoint, XTimer( itsSettings.limits.authenticationMS ) } );
+    if ( itsStrangers.size() == 1 )
+        itsHasChanged.Signal();
+    return number;
+}
+
+void XServerRun::AddGreeterIfNeeded()
+{
+    {
+        const XThreadLock lock( itsMutex );
+        if ( itsIdleGreeters >= itsToGreet.size() ||
+             itsGreeters.size() >= itsSettings.limits.mostUnauthenticated )
+            return;
+    }
+    itsGreeters.emplace_back( *this, "greet", &XServerRun::Greet );
+    try
+    {
+        itsGreeters.back().StartThread();
+    }
+    catch ( ... )
+    {
+        itsGreeters.pop_back();
+        throw;
+    }
+}
+
+/// Mostly for want of descriptors, memory or threads.
+void XServerRun::PauseAccepting( const XException& inError )
+{
+    if ( !itsHasLoggedPause || itsPauseLogTimer.RestartIfExpired() )
+    {
+        if ( !itsHasLoggedPause )
+            itsPauseLogTimer.Restart();
+        itsHasLoggedPause = true;
+        XSessionLogManager::Log(
+            kLogWarning,
+            itsSettings.name + ": accepting connections pauses because " + inError.GetRawErrorMessage() );
+    }
+    const XThreadLock lock( itsMutex );
+    itsHasRoom.Sleep( itsMutex, kPauseMS, true );
+}
+
+// ---- The greeters
+
+void XServerRun::Greet()
+{
+    for ( ;; )
+    {
+        XNetEndpoint endpoint;
+        const XNumber number = WaitForStranger( endpoint );
+        try
+        {
+            GreetStranger( number, endpoint );
+        }
+        catch ( const XStopThreadException& )
+        {
+            throw;
+        }
+        catch ( ... ) // whatever it is, it is the connection's end
+        {
+            endpoint.ForceDisconnect();
+            Forget( number );
+        }
+    }
+}
+
+/// One that has not been dropped by now.
+XServerRun::XNumber XServerRun::WaitForStranger( XNetEndpoint& outEndpoint )
+{
+    struct Idle
+    {
+        explicit Idle( USize& ioCount ) : itsCount( ++ioCount ) {}
+        ~Idle() { --itsCount; }
+        USize& itsCount;
+    };
+    const XThreadLock lock( itsMutex );
+    for ( ;; )
+    {
+        while ( itsToGreet.empty() )
+        {
+            const Idle idle( itsIdleGreeters );
+            itsHasGreetings.Wait( itsMutex, kNoTimeout, true );
+        }
+        const XNumber number = itsToGreet.front();
+        itsToGreet.pop_front();
+        const auto found = itsStrangers.find( number );
+        if ( found == itsStrangers.end() )
+            continue;
+        outEndpoint = found->second.endpoint;
+        return number;
+    }
+}
+
+void XServerRun::GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint )
+{
+    const auto found = itsSettings.makers.find( ReadPreamble( inEndpoint ) );
+    if ( found == itsSettings.makers.end() )
+        XThrow( kErrorDisconnected );
+    Serve( inNumber, inEndpoint, found->second );
+}
+
+void XServerRun::Serve(
+    XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake )
+{
+    try
+    {
+        std::unique_ptr<XNetResponder> made = inMake();
+        XAssert( made );
+        made->itsHooks = {
+            [this, inNumber] { Forget( inNumber ); }, [this, inNumber] { Ended( inNumber ); } };
+        XNetResponder& responder = *made;
+        {
+            const XThreadLock lock( itsMutex ); // before it starts: it may end at once
+            itsServed.emplace( inNumber, XServed{ std::move( made ) } );
+        }
+        responder.StartResponding( inEndpoint );
+    }
+    catch ( ... )
+    {
+        XNetEndpoint( inEndpoint ).ForceDisconnect();
+        Ended( inNumber ); // in place of the thread
+        LetGo( inNumber );
+        throw;
+    }
+    LetGo( inNumber );
+}
+
+/// The connection is no stranger any more.
+void XServerRun::Forget( XNumber inNumber )
+{
+    const XThreadLock lock( itsMutex );
+    itsStrangers.erase( inNumber );
+}
+
+void XServerRun::Ended( XNumber inNumber )
+{
+    Forget( inNumber );
+    LetGo( inNumber );
+}
+
+void XServerRun::LetGo( XNumber inNumber )
+{
+    const XThreadLock lock( itsMutex );
+    const auto found = itsServed.find( inNumber );
+    if ( found == itsServed.end() || --found->second.users > 0 )
+        return;
+    itsEnded.push_back( std::move( found->second.responder ) );
+    itsServed.erase( found );
+    itsHasChanged.Signal();
+}
+
+// ---- The watch
+
+void XServerRun::Watch()
+{
+    for ( ;; )
+    {
+        DestroyEnded();
+        const XThreadLock lock( itsMutex );
+        DropExpired();
+        if ( itsEnded.empty() )
+            itsHasChanged.Sleep( itsMutex, GetTimeToNextExpiry(), true );
+    }
+}
+
+/// Without the mutex, which a responder takes at its end.
+void XServerRun::DestroyEnded()
+{
+    XVector<std::unique_ptr<XNetResponder>> ended;
+    {
+        const XThreadLock lock( itsMutex );
+        ended.swap( itsEnded );
+    }
+    if ( ended.empty() )
+        return;
+    const XPreventThreadStop preventStop;
+    ended.clear();
+    itsHasRoom.Signal();
+}
+
+/// Under the mutex.
+void XServerRun::DropExpired()
+{
+    while ( !itsStrangers.empty() && itsStrangers.begin()->second.timer.HasExpired() )
+    {
+        itsStrangers.begin()->second.endpoint.ForceDisconnect();
+        itsStrangers.erase( itsStrangers.begin() );
+    }
+}
+
+/// Under the mutex.
+std::uint32_t XServerRun::GetTimeToNextExpiry() const
+{
+    return itsStrangers.empty() ? kNoTimeout : itsStrangers.begin()->second.timer.GetRemainingMS();
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "Core/Times/XTimer.h"
+#include "Servers/XNetResponder.h"
+#include "Servers/XServer.h"
+#include "Threads/XConditionVariable.h"
+
+#include <deque>
+#include <list>
+
+/// A server between its start and its stop. Internal to XServer.
+///
+/// The acceptor takes connections, and notes each as a stranger until it has authenticated. Greeters, as many as there are
+/// strangers at a time, wait for their preambles and start the responders. The watch ends strangers that take too long
+/// and destroys responders that have ended. Strangers are kept by age: their numbers count up.
+class XServerRun
+{
+public:
+    XServerRun( const XServer::XSettings& inSettings, const XNetEndpoint& inListener );
+    ~XServerRun();
+
+    void Stop();
+
+    XNetEndpoint GetListener() const { return itsListener; }
+    USize GetResponderCount() const;
+    USize GetStrangerCount() const;
+
+private:
+    using XNumber = std::uint64_t;
+
+    struct XStranger
+    {
+        XNetEndpoint endpoint;
+        XTimer timer;
+    };
+
+    /// Destroyed when nobody uses it any more: the thread that starts it and its own.
+    struct XServed
+    {
+        std::unique_ptr<XNetResponder> responder;
+        int users = 2;
+    };
+
+    /// A thread that runs an operation of the server, which ends by a stop.
+    class XWorker : public XThread
+    {
+    public:
+        XWorker( XServerRun& inRun, const char* inRole, void ( XServerRun::*inBody )() );
+        ~XWorker() override;
+
+    private:
+        std::int32_t RunThreadSelf() override;
+
+        XServerRun& itsRun;
+        void ( XServerRun::*const itsBody )();
+    };
+
+    void Accept();
+    void AcceptOne();
+    void Admit( const XNetEndpoint& inEndpoint );
+    XNumber AddStranger( const XNetEndpoint& inEndpoint );
+    void AddGreeterIfNeeded();
+    void PauseAccepting( const XException& inError );
+
+    void Greet();
+    XNumber WaitForStranger( XNetEndpoint& outEndpoint );
+    void GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint );
+    void Serve( XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake );
+    void Forget( XNumber inNumber );
+    void Ended( XNumber inNumber );
+    void LetGo( XNumber inNumber );
+
+    void Watch();
+    void DestroyEnded();
+    void DropExpired();
+    std::uint32_t GetTimeToNextExpiry() const;
+
+    const XServer::XSettings itsSettings;
+    XNetEndpoint itsListener;
+
+    mutable XMutex itsMutex;
+    XConditionVariable itsHasGreetings;
+    XConditionVariable itsHasChanged;
+    XConditionVariable itsHasRoom;
+    // Guarded by itsMutex:
+    XNumber itsLastNumber = 0;
+    std::map<XNumber, XStranger> itsStrangers;
+    std::deque<XNumber> itsToGreet;
+    USize itsIdleGreeters = 0;
+    std::map<XNumber, XServed> itsServed;
+    XVector<std::unique_ptr<XNetResponder>> itsEnded; // to be destroyed
+
+    XTimer itsPauseLogTimer; // the acceptor's
+    bool itsHasLoggedPause = false;
+    std::list<XWorker> itsGreeters; // the acceptor's, until it has ended
+    XWorker itsWatch;
+    XWorker itsAcceptor;
+};

@@ -1,0 +1,108 @@
+#include "Servers/XNetResponder.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/XException.h"
+#include "Ground/XErrorNumbers.h"
+#include "Services/XSessionLogManager.h"
+
+#include <utility>
+
+XNetResponder::XNetResponder( const XString& inName ) : XThread( inName, kThreadPriorityNormal ) {}
+
+XNetResponder::~XNetResponder()
+{
+    XSwallowErrors( [this] { StopResponding(); } );
+}
+
+void XNetResponder::StartResponding( const XNetEndpoint& inEndpoint )
+{
+    {
+        const XThreadLock lock( itsMutex );
+        itsEndpoint = std::make_unique<XNetEndpoint>( inEndpoint );
+    }
+    try
+    {
+        StartThread();
+    }
+    catch ( ... )
+    {
+        EndConnection();
+        throw;
+    }
+}
+
+void XNetResponder::AsyncStopResponding()
+{
+    EndConnection();
+    AsyncStopThread();
+}
+
+void XNetResponder::StopResponding()
+{
+    EndConnection();
+    StopThread();
+}
+
+XNetEndpoint XNetResponder::GetEndpoint() const
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsEndpoint )
+        XThrow( kErrorResponderDetached );
+    return *itsEndpoint;
+}
+
+XNetEndpoint XNetResponder::DetachEndpoint()
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsEndpoint )
+        XThrow( kErrorResponderDetached );
+    const auto endpoint = std::move( itsEndpoint );
+    return *endpoint;
+}
+
+void XNetResponder::SetAuthenticated()
+{
+    if ( !itsIsAuthenticated.exchange( true ) && itsHooks.authenticated )
+        itsHooks.authenticated();
+}
+
+// ---- The thread
+
+std::int32_t XNetResponder::RunThreadSelf()
+{
+    try
+    {
+        RespondSelf();
+    }
+    catch ( const XException& error )
+    {
+        LogError( error );
+        throw;
+    }
+    return 0;
+}
+
+void XNetResponder::FinishThreadSelf()
+{
+    EndConnection();
+    if ( itsHooks.ended )
+        itsHooks.ended();
+}
+
+void XNetResponder::EndConnection()
+{
+    const XThreadLock lock( itsMutex );
+    if ( itsEndpoint )
+        itsEndpoint->ForceDisconnect();
+}
+
+/// What strangers do is nothing to be told: the log would be theirs to fill.
+void XNetResponder::LogError( const XException& inError ) const
+{
+    const std::uint32_t number = inError.GetErrorNumber();
+    if ( !itsIsAuthenticated || !inError.ShouldLogError() || number == kErrorDisconnected ||
+         number == kErrorResponderDetached )
+        return;
+    if ( XSessionLogManager* const log = XSessionLogManager::GetManager() )
+        log->AddException( inError, kLogWarning, GetDebugName() );
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Servers/XServer.h"
+
+class WTLSContext;
+
+/// A server that listens on a TCP port of all adapters.
+class KORVALE_API XNetServer : public XServer
+{
+public:
+    explicit XNetServer( const XString& inName );
+    XNetServer( const XString& inName, const XLimits& inLimits );
+    ~XNetServer() override;
+
+    /// Has connections use TLS from the next start on (XTLSEndpointImp). A connection makes the handshake as a stranger,
+    /// before its preamble is read, or in the first transfer of its responder.
+    void UseTLS( const std::shared_ptr<const WTLSContext>& inContext ) { itsTLSContext = inContext; }
+
+    /// Listens on a port, 0 for any free one, and accepts from now on. Errors as in `XNetEndpoint::Bind`, and the
+    /// system's last error when a thread cannot be started. A server that runs is an internal error.
+    void Start( std::int32_t inPort, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
+
+    /// The port that the server listens on; 0 when it does not run.
+    std::int32_t GetPort() const;
+
+private:
+    std::shared_ptr<const WTLSContext> itsTLSContext;
+};
