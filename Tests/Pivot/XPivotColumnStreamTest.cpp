@@ -168,6 +168,31 @@ TEST( XPivotColumnStream, RefusesRunsThatTheFlagsDoNotHave )
     }
 }
 
+/// Reads every truncation into columns that have rows, and uses the column after it was refused.
+template<class TColumn>
+void ExpectUseAfterTruncation( typename TColumn::XValue inValue )
+{
+    XMemStream whole;
+    MakeColumn<TColumn>( { inValue, std::nullopt, inValue, inValue } )->WriteStream2( whole );
+    for ( USize64 length = 0; length < whole.GetLength(); ++length )
+    {
+        const auto column = MakeColumn<TColumn>( { inValue } );
+        XMemStream part( whole.GetData(), length );
+        EXPECT_EQ( ErrorOf( [&] { column->ReadStream2( part ); } ), 1260u ) << length;
+        ASSERT_EQ( column->GetDataVector().size(), column->GetExistsVector().size() ) << length;
+        column->SetValue( inValue, 2, true );
+        column->InsertEmptyRows( 1, 1 );
+        EXPECT_EQ( Write( *Read( Write( *column ) ) ), Write( *column ) ) << length;
+    }
+}
+
+TEST( XPivotColumnStream, LeavesAColumnThatCanBeUsedWhereItIsCutOff )
+{
+    ExpectUseAfterTruncation<XPivotFloatColumn>( 1.0 );
+    ExpectUseAfterTruncation<XPivotStringColumn>( "text" );
+    ExpectUseAfterTruncation<XPivotRowRefColumn>( XUUID( "01234567-89ab-cdef-0123-456789abcdef" ) );
+}
+
 TEST( XPivotColumnStream, ReadsFromAStreamWithoutAKnownEnd )
 {
     const XBytes bytes = Write( *MakeColumn<XPivotFloatColumn>( { 1.0, std::nullopt, 3.0 } ) );

@@ -286,8 +286,22 @@ USize64 XPivotColumnT<T>::GetStreamUsage() const
 template<class T>
 void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
 {
-    XPivotColumn::ReadStream2( inStream, inOptions );
-    ReadCheckedVersion( inStream, GetVersion() );
+    try
+    {
+        XPivotColumn::ReadStream2( inStream, inOptions );
+        ReadCheckedVersion( inStream, GetVersion() );
+        ReadValues( inStream, inOptions );
+    }
+    catch ( ... )
+    {
+        XPivotColumnT::ResizeRows( 0 ); // Flags may have been read whose values were not.
+        throw;
+    }
+}
+
+template<class T>
+void XPivotColumnT<T>::ReadValues( XStream& inStream, XOptions inOptions )
+{
     XReadPivotValues( inStream, &itsDefaultValue, 1 );
     if constexpr ( kIsPivotBlockValue<T> )
     {

@@ -119,6 +119,8 @@ protected:
     T itsDefaultValue = MakeDefaultValue();
 
 private:
+    void ReadValues( XStream& inStream, XOptions inOptions );
+
     static T MakeDefaultValue()
     {
         if constexpr ( std::is_floating_point_v<T> )

@@ -424,13 +424,28 @@ void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
     itsRefs = XPivotRowRefs();
     itsRowPlaces.clear();
     XPivotReferenceColumn::ReadStream2( inStream, inOptions );
+    try
+    {
+        ReadReferences( inStream );
+        ReadNumbering( inStream );
+    }
+    catch ( ... )
+    {
+        itsRefs = XPivotRowRefs();
+        itsRowPlaces.clear();
+        XPivotReferenceColumn::ResizeRows( 0 );
+        throw;
+    }
+}
+
+void XPivotRowRefColumn::ReadReferences( XStream& inStream )
+{
     const std::uint32_t count = inStream.Read32();
     inStream.CheckRemaining( count, kReferenceSize );
     itsRefs.Reserve( std::min( count, GetColumnSize() ) ); // The rows have been read.
     for ( std::uint32_t i = 0; i < count; ++i )
         ReadReference( inStream );
     FindRowPlaces();
-    ReadNumbering( inStream );
 }
 
 void XPivotRowRefColumn::ReadNumbering( XStream& inStream )

@@ -135,6 +135,7 @@ private:
     XVector<std::uint32_t> ListRowsByPlace() const;
 
     bool IsHeldBy( const XUUID& inUUID, std::uint32_t inRow ) const;
+    void ReadReferences( XStream& inStream );
     void ReadReference( XStream& inStream );
     void ReadNumbering( XStream& inStream );
     void FindRowPlaces();

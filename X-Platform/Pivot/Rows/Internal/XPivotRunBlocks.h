@@ -15,7 +15,7 @@ struct XPivotRunBlockLoops
     void ( *write )( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues );
 
     /// Reads the runs of exactly these flags and sets the values between them to the default. Returns the first
-    /// run in the stream that differs, if any; values from there on are not read and stay as they were.
+    /// run in the stream that differs, if any; values from there on are not read and may have been written over.
     std::optional<XPivotRun> ( *read )(
         XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues );
 };
