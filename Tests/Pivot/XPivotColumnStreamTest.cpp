@@ -41,7 +41,10 @@ std::uint32_t ErrorOfReading( const std::string& inHex )
 class XOpenStream : public XStream
 {
 public:
-    explicit XOpenStream( const XBytes& inBytes ) : XStream( 0, false, false ), itsBytes( inBytes ) {}
+    explicit XOpenStream( const XBytes& inBytes, USize64 inBufferSize = 0 )
+        : XStream( inBufferSize, inBufferSize > 0, false ), itsBytes( inBytes )
+    {
+    }
 
 protected:
     void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override
@@ -54,8 +57,17 @@ protected:
     SSize64 GetExtentSelf() override { return -1; }
     void SetExtentSelf( SSize64 ) override {}
 
-private:
     const XBytes& itsBytes;
+};
+
+/// A stream with a known end whose buffer holds a part of a column.
+class XSmallStream : public XOpenStream
+{
+public:
+    explicit XSmallStream( const XBytes& inBytes ) : XOpenStream( inBytes, 3000 ) {}
+
+protected:
+    SSize64 GetExtentSelf() override { return static_cast<SSize64>( itsBytes.size() ); }
 };
 } // namespace
 
@@ -301,6 +313,16 @@ void ExpectRunsMove( const XPivotRunBlockLoops& inLoops, const XVector<std::uint
     EXPECT_FALSE( inLoops.read( stream, inExists, defaultValue.data(), read.data() ) );
     EXPECT_EQ( read, expected );
     EXPECT_TRUE( stream.IsAtEOF() );
+    std::fill_n( read.begin(), values.size(), std::uint8_t( 0x11 ) );
+    XSmallStream inParts( written );
+    EXPECT_FALSE( inLoops.read( inParts, inExists, defaultValue.data(), read.data() ) );
+    EXPECT_EQ( read, expected );
+
+    XVector<std::uint8_t> moved = inExists; // runs of the same lengths elsewhere
+    std::rotate( moved.begin(), moved.end() - ( size > 0 ), moved.end() );
+    stream.SeekTo( 1 );
+    EXPECT_EQ(
+        inLoops.read( stream, moved, defaultValue.data(), read.data() ).has_value(), moved != inExists );
     for ( std::size_t row = 0; row < size; row += 61 ) // flags that the stream does not have
     {
         XVector<std::uint8_t> other = inExists;
