@@ -305,6 +305,8 @@ void ExpectRunsMove( const XPivotRunBlockLoops& inLoops, const XVector<std::uint
     XBytes written = BytesOf( stream );
     written.erase( written.begin() );
     ASSERT_EQ( written, BytesOf( rowByRow ) );
+    const auto end = stream.GetPosition();
+    stream.WriteFiller( 1000, 0xEE ); // as where another column follows
 
     const XBytes defaultValue( kValueSize, 0xDD );
     XBytes read( values.size() + 512, 0x11 ); // Nothing may be written behind the column.
@@ -312,7 +314,7 @@ void ExpectRunsMove( const XPivotRunBlockLoops& inLoops, const XVector<std::uint
     stream.SeekTo( 1 );
     EXPECT_FALSE( inLoops.read( stream, inExists, defaultValue.data(), read.data() ) );
     EXPECT_EQ( read, expected );
-    EXPECT_TRUE( stream.IsAtEOF() );
+    EXPECT_EQ( stream.GetPosition(), end );
     std::fill_n( read.begin(), values.size(), std::uint8_t( 0x11 ) );
     XSmallStream inParts( written );
     EXPECT_FALSE( inLoops.read( inParts, inExists, defaultValue.data(), read.data() ) );
@@ -339,6 +341,13 @@ void ExpectRunsMove( const XVector<std::uint8_t>& inExists )
     ExpectRunsMove<kValueSize>( XGetPortablePivotRunBlockLoops<kValueSize>(), inExists );
 }
 
+void ExpectRunsMove( const XVector<std::uint8_t>& inExists )
+{
+    ExpectRunsMove<4>( inExists );
+    ExpectRunsMove<8>( inExists );
+    ExpectRunsMove<16>( inExists );
+}
+
 TEST( XPivotRuns, AreMovedAsOneByOne )
 {
     std::mt19937_64 random( 10 );
@@ -348,9 +357,9 @@ TEST( XPivotRuns, AreMovedAsOneByOne )
             XVector<std::uint8_t> exists( size );
             for ( auto& flag : exists )
                 flag = random() % 100 < percent;
-            ExpectRunsMove<4>( exists );
-            ExpectRunsMove<8>( exists );
-            ExpectRunsMove<16>( exists );
+            ExpectRunsMove( exists );
+            std::fill( exists.begin() + static_cast<std::ptrdiff_t>( size / 2 ), exists.end(), 0 );
+            ExpectRunsMove( exists );
         }
 }
 
