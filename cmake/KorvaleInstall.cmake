@@ -3,6 +3,8 @@ include( CMakePackageConfigHelpers )
 
 set( include_dir "${CMAKE_INSTALL_INCLUDEDIR}/korvale" )
 set( package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Korvale" )
+# What is installed works wherever it is: pkg-config finds the headers and libraries from the place of its own file.
+file( RELATIVE_PATH prefix_from_pkgconfig "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}" )
 
 # korvale_install_library( NAME PACKAGE ): a library with its headers, as a component of the CMake package and as PACKAGE.pc.
 function( korvale_install_library name package )

@@ -52,7 +52,7 @@ check_package() {
   export PKG_CONFIG_PATH="$libdir/pkgconfig"
   # shellcheck disable=SC2046
   g++ -o build/consumer/by-pkg-config Examples/MeasureImage.cpp \
-    $(pkg-config --define-variable=prefix="$prefix" --cflags --libs korvale-imaging)
+    $(pkg-config --cflags --libs korvale-imaging)
 
   local sample="$PWD/build/package-sample"
   rm -rf "$sample"
