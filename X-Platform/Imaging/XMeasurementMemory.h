@@ -6,7 +6,7 @@
 
 /// What measurements, and then their table, take up of the manager's budget. The objects of pages are kept in chunks, page
 /// after page as they come, which may be purged until the objects are brought back. What finds no room in the budget
-/// stays outside it: there are no results without it.
+/// stays outside it: there are no results without it. Where the disk refuses purges, what is kept takes room from pages.
 ///
 /// Outlives the table that it counts; pages that were kept may outlive it.
 /// Threads: any for `Keep`; all others one at a time, and not while a page is being kept.

@@ -43,7 +43,7 @@ void XSpareBuffers::Keep( Buffer inBuffer ) noexcept
     {
     }
     const XThreadLock lock( itsMutex );
-    if ( itsBuffers.size() == kMostBuffers )
+    if ( itsBytes + bytes > most || itsBuffers.size() == kMostBuffers )
         return; // Others have been kept meanwhile.
     itsBuffers.push_back( std::move( inBuffer ) );
     itsBytes += bytes;
