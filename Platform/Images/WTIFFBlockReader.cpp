@@ -64,6 +64,8 @@ WTIFFBlockReader::WTIFFBlockReader(
         ( itsIsPlain ? kPlainPiece : kPackedPiece ) / itsRowSize, 1, itsGrid.height );
 }
 
+WTIFFBlockReader::~WTIFFBlockReader() = default;
+
 /// Makes one of strips that lie one after the other as they are: a call for each would take longer than the reading.
 void WTIFFBlockReader::JoinStrips()
 {

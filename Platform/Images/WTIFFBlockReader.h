@@ -15,6 +15,9 @@ public:
     /// WImageError when the blocks are not all listed.
     WTIFFBlockReader(
         const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage );
+    WTIFFBlockReader( const WTIFFBlockReader& ) = delete;
+    WTIFFBlockReader& operator=( const WTIFFBlockReader& ) = delete;
+    ~WTIFFBlockReader(); // in the library, which alone knows how to destroy an unpacker
 
     /// Fills the samples of the page as they are stored. Throws WImageError or WLastErrorException, and what the progress
     /// throws.
