@@ -1,27 +1,16 @@
 #include "Network/XDeploymentKeys.h"
 
+#include "Network/TestVariable.h"
 #include "Network/XEncryption.h"
 #include "TestErrors.h"
 #include "TestFolder.h"
 
-#include <cstdlib>
+#include <string>
 
 namespace fs = std::filesystem;
 
 namespace
 {
-
-#if defined( _WIN32 )
-void SetVariable( const char* inName, const std::string& inValue )
-{
-    _putenv_s( inName, inValue.c_str() );
-}
-#else
-void SetVariable( const char* inName, const std::string& inValue )
-{
-    setenv( inName, inValue.c_str(), 1 );
-}
-#endif
 
 /// What is thrown names the file.
 template<class TAction>
