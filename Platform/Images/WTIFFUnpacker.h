@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Images/WTIFFPackedBytes.h"
+#include "WPlatform.h"
 
 #include <memory>
 #include <string>
@@ -21,7 +22,7 @@ public:
         kOldDeflate = 32946 ///< The same as kDeflate.
     };
 
-    static bool CanUnpack( std::uint64_t inCompression );
+    static KORVALE_IMAGING_API bool CanUnpack( std::uint64_t inCompression );
 
     /// For a compression that can be unpacked; the file must outlive the object.
     static std::unique_ptr<WTIFFUnpacker>
