@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks that no include runs upwards between rooms, that no headers include each other, in a line or in a circle, and
-that every class of Platform has a source for each system."""
+"""Checks that no include runs upwards between rooms, that the program includes no internals of the libraries, that no
+headers include each other, in a line or in a circle, and that every class of Platform has a source for each system."""
 
 import pathlib
 import re
@@ -83,6 +83,9 @@ def main() -> int:
             if ROOMS.index(room_of(other)) > ROOMS.index(room_of(path)):
                 faults += 1
                 print(f"{path.relative_to(ROOT)} includes upwards: {other.relative_to(ROOT)}")
+            if ROOT / "Tools" in path.parents and other.parent.name == "Internal":
+                faults += 1
+                print(f"{path.relative_to(ROOT)} includes what is not installed: {other.relative_to(ROOT)}")
     for circle in circles(graph):
         faults += 1
         print("circle: " + " -> ".join(str(path.relative_to(ROOT)) for path in circle))

@@ -1,19 +1,18 @@
 #include "Measuring/OverlayFiles.h"
 
-#include "Core/Strings/Internal/XTextScan.h"
+#include "Core/Strings/XString.h"
 #include "Ground/XFail.h"
 #include "Support/FilePaths.h"
 #include "Support/WrongUsage.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace
 {
-std::string ToLower( std::string inName )
+/// In small letters, as far as they are ASCII.
+std::string ToLower( const std::string& inName )
 {
-    std::ranges::transform( inName, inName.begin(), XTextScan::ToLower );
-    return inName;
+    return std::string( XString( inName ).Lower().GetStringView() );
 }
 } // namespace
 
