@@ -232,7 +232,7 @@ public:
         Listener()
         {
             itsEndpoint.Bind( 0 );
-            itsAddress = XNetAddress::GetLoopBackAddress( itsEndpoint.GetLocalAddress().GetPort() );
+            itsAddress = XNetAddress::GetLoopBackAddress( itsEndpoint.GetLocalPort() );
         }
 
         std::unique_ptr<Ours> Accept() { return std::make_unique<Ours>( itsEndpoint.Listen() ); }

@@ -15,10 +15,7 @@ public:
         itsEndpoint.Bind( 0 );
     }
 
-    XNetAddress GetAddress() const
-    {
-        return XNetAddress::GetLoopBackAddress( itsEndpoint.GetLocalAddress().GetPort() );
-    }
+    XNetAddress GetAddress() const { return XNetAddress::GetLoopBackAddress( itsEndpoint.GetLocalPort() ); }
     std::unique_ptr<XNetEndpoint> Accept() { return std::unique_ptr<XNetEndpoint>( itsEndpoint.Listen() ); }
     XNetEndpoint& operator*() { return itsEndpoint; }
     XNetEndpoint* operator->() { return &itsEndpoint; }

@@ -290,7 +290,7 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     // A listener whose queue is full answers no further attempts.
     XNetEndpoint listener;
     listener.Bind( 0, 0 );
-    const XNetAddress address = XNetAddress::GetLoopBackAddress( listener.GetLocalAddress().GetPort() );
+    const XNetAddress address = XNetAddress::GetLoopBackAddress( listener.GetLocalPort() );
     std::vector<XNetEndpoint> queued( 2 );
     std::uint32_t number = 0;
     for ( XNetEndpoint& endpoint : queued )

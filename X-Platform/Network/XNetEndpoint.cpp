@@ -190,6 +190,11 @@ XNetAddress XNetEndpoint::GetLocalAddress() const
     return itsShared->imp->GetLocalAddress();
 }
 
+std::int32_t XNetEndpoint::GetLocalPort() const
+{
+    return itsShared->imp->GetLocalPort();
+}
+
 XNetAddress XNetEndpoint::GetRemoteAddress() const
 {
     return itsShared->imp->GetRemoteAddress();

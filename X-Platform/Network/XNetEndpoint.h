@@ -104,6 +104,8 @@ public:
 
     /// A listening endpoint's own address, with the port it is bound to.
     XNetAddress GetLocalAddress() const;
+    /// The port of that address, without looking up the machine's name.
+    std::int32_t GetLocalPort() const;
 
     /// The peer's. A peer on this machine that has come in over the loop-back interface has this machine's own address.
     XNetAddress GetRemoteAddress() const;

@@ -17,6 +17,12 @@ XNetAddress XNetEndpointImp::GetLocalAddress()
     return Resolve( itsLocalPlace );
 }
 
+std::int32_t XNetEndpointImp::GetLocalPort()
+{
+    const XThreadLock lock( itsPlacesMutex );
+    return itsLocalPlace.address.GetPort();
+}
+
 XNetAddress XNetEndpointImp::GetRemoteAddress()
 {
     return Resolve( itsRemotePlace );

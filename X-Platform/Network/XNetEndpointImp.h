@@ -39,6 +39,7 @@ public:
 
     XNetEndpoint::XState GetState() const { return itsState; }
     XNetAddress GetLocalAddress();
+    std::int32_t GetLocalPort();
     XNetAddress GetRemoteAddress();
 
 protected:

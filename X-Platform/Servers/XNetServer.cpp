@@ -20,5 +20,5 @@ void XNetServer::Start( std::int32_t inPort, std::uint32_t inBacklog )
 
 std::int32_t XNetServer::GetPort() const
 {
-    return IsRunning() ? GetListener().GetLocalAddress().GetPort() : 0;
+    return IsRunning() ? GetListener().GetLocalPort() : 0;
 }
