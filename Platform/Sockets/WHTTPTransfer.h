@@ -30,7 +30,8 @@ public:
     {
         std::string method;
         std::string url;
-        std::vector<std::string> fields; ///< "Name: value"
+        std::vector<std::string>
+            fields; ///< "Name: value"; none of these for the length or coding of the body
         std::string_view body;
         std::uint32_t connectTimeoutMs = 0;
         std::filesystem::path authorityFile; ///< empty: the system's authorities

@@ -38,6 +38,15 @@ protected:
         };
         itsServer.HandleGet( "/go/", redirect );
         itsServer.HandlePost( "/go/", redirect );
+        itsServer.HandlePost(
+            "/fields",
+            []( const XHTTPRequest& inRequest )
+            {
+                std::string names;
+                for ( const XHTTPHeaders::XField& field : inRequest.GetHeaders().GetFields() )
+                    names += field.name + "=" + field.value + " ";
+                return XHTTPResponse::Text( names + inRequest.GetBody() );
+            } );
         itsServer.HandleGet(
             "/secrets",
             []( const XHTTPRequest& inRequest )
@@ -107,6 +116,21 @@ TEST_F( XHTTPClientTest, TellsNoOtherServerWhatBelongsToOne )
     EXPECT_EQ( client.Get( GetURL( "/go/?status=302&to=/secrets" ), headers ).body, "mine" );
     EXPECT_EQ(
         client.Get( GetURL( "/go/?status=302&to=" + GetURL( "/secrets", "localhost" ) ), headers ).body, "" );
+}
+
+/// Empty ones, too, but none that the caller cannot know; and no others are made up.
+TEST_F( XHTTPClientTest, SendsTheFieldsOfTheCaller )
+{
+    XHTTPHeaders headers;
+    for ( const char* name : { "Content-Length", "Transfer-Encoding", "Expect" } )
+        headers.Set( name, "2" );
+    headers.Set( "X-Empty", "" );
+    const std::string sent = XHTTPClient( itsSettings ).Post( GetURL( "/fields" ), "abc", headers ).body;
+    EXPECT_TRUE( sent.ends_with( " abc" ) ) << sent;
+    EXPECT_NE( sent.find( " X-Empty= " ), std::string::npos ) << sent;
+    EXPECT_NE( sent.find( " Content-Length=3 " ), std::string::npos ) << sent;
+    for ( const char* name : { "Content-Type", "Transfer-Encoding", "Expect", "=2" } )
+        EXPECT_EQ( sent.find( name ), std::string::npos ) << sent;
 }
 
 TEST_F( XHTTPClientTest, TellsWhatWentWrong )

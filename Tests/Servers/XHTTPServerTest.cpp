@@ -257,8 +257,8 @@ TEST_F( XHTTPServerTest, StreamsUntilTheClientOrTheServerEnds )
             return XHTTPResponse::Events(
                 [&]( XHTTPBodyWriter& ioWriter )
                 {
-                    ioWriter.WriteEvent( "two\nlines", "tick" );
-                    while ( ioWriter.Sleep( 1000 ) )
+                    ioWriter.WriteEvent( "two\rmore\r\nlines", "tick" );
+                    while ( ioWriter.Sleep( kPatience ) )
                         ;
                     hasEnded.Set();
                 } );
@@ -282,7 +282,8 @@ TEST_F( XHTTPServerTest, StreamsUntilTheClientOrTheServerEnds )
         client.Send( "GET /events HTTP/1.1\r\nHost: x\r\n\r\n" );
         EXPECT_EQ(
             BodyOf( client.ReceiveUpTo( "lines\n\n\r\n" ) ),
-            "23\r\nevent: tick\ndata: two\ndata: lines\n\n\r\n" );
+            "2e\r\nevent: tick\ndata: two\ndata: more\ndata: lines\n\n\r\n" );
+        client.Send( "GET /hello" ); // the beginning of another request does not hide the end
         client.ForceDisconnect();
         EXPECT_TRUE( hasEnded.Wait( kPatience ) == kWaitSucceeded );
     }
@@ -307,9 +308,10 @@ TEST_F( XHTTPServerTest, SurvivesHandlersThatThrow )
     server.HandleGet( "/a", []( const XHTTPRequest& ) -> XHTTPResponse { throw XException( 1005 ); } );
     server.HandleGet( "/b", []( const XHTTPRequest& ) -> XHTTPResponse { throw std::runtime_error( "b" ); } );
     server.HandleGet( "/c", []( const XHTTPRequest& ) { return XHTTPResponse::Redirect( "/x\r\nY: z" ); } );
+    server.HandleGet( "/d", []( const XHTTPRequest& ) -> XHTTPResponse { throw 4; } );
     server.Start( 0 );
     RawClient client( server );
-    for ( const char* path : { "/a", "/b", "/c" } )
+    for ( const char* path : { "/a", "/b", "/c", "/d" } )
     {
         client.Send( std::string( "GET " ) + path + " HTTP/1.1\r\nHost: x\r\n\r\n" );
         EXPECT_EQ( StatusOf( client.ReceiveUpTo( "Error\n" ) ), "500" ) << path;
@@ -319,19 +321,61 @@ TEST_F( XHTTPServerTest, SurvivesHandlersThatThrow )
 TEST_F( XHTTPServerTest, RefusesConnectionsBeyondItsLimit )
 {
     XHTTPServer::XLimits limits;
-    limits.mostConnections = 1;
+    limits.mostConnections = 2;
     XHTTPServer server( "few", limits );
     server.HandleGet( "/", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "!" ); } );
     server.Start( 0 );
     const std::string request = "GET / HTTP/1.1\r\nHost: x\r\n\r\n";
-    RawClient first( server );
-    first.Send( request );
-    first.ReceiveUpTo( "!" );
-    RawClient second( server );
-    second.Send( request );
-    EXPECT_EQ( StatusOf( second.ReceiveAll() ), "503" );
+    RawClient silent( server ), first( server ), second( server ); // the silent one takes nobody's place
+    for ( RawClient* client : { &first, &second } )
+    {
+        client->Send( request );
+        EXPECT_EQ( BodyOf( client->ReceiveUpTo( "!" ) ), "!" );
+    }
+    RawClient third( server );
+    third.Send( request );
+    EXPECT_EQ( StatusOf( third.ReceiveAll() ), "503" );
     first.Send( request );
     EXPECT_EQ( BodyOf( first.ReceiveUpTo( "!" ) ), "!" );
+}
+
+TEST_F( XHTTPServerTest, KeepsItsOwnFieldsAndCountsConditionsOnlyWhereTheyApply )
+{
+    XHTTPServer server( "fields" );
+    server.HandleGet(
+        "/",
+        []( const XHTTPRequest& inRequest )
+        {
+            XHTTPResponse response = XHTTPResponse::Text( "hello" );
+            for ( const char* name : { "content-length", "Connection", "Transfer-Encoding", "Date" } )
+                response.GetHeaders().Set( name, "mine" );
+            return inRequest.GetPath() == "/" ? response : XHTTPResponse::File( {} );
+        } );
+    server.Start( 0 );
+    RawClient client( server );
+    const auto ask = [&]( const std::string& inFields )
+    {
+        client.Send( "GET / HTTP/1.1\r\nHost: x\r\n" + inFields + "\r\n" );
+        return client.ReceiveUpTo( "hello" );
+    };
+    EXPECT_EQ( ask( "" ).find( "mine" ), std::string::npos );
+    for ( const char* condition : { "If-None-Match:\r\n", "If-None-Match: \"a\",\r\n" } ) // there is no tag
+        EXPECT_EQ( StatusOf( ask( condition ) ), "200" ) << condition;
+    client.Send( "GET /none HTTP/1.1\r\nHost: x\r\n\r\n" );
+    EXPECT_EQ( StatusOf( client.ReceiveUpTo( "Found\n" ) ), "404" );
+}
+
+TEST( XHTTPHeadersTest, TakesTextsOfItsOwn )
+{
+    const std::string name( 40, 'n' ), value( 100, 'v' );
+    XHTTPHeaders headers;
+    headers.Add( name, value );
+    headers.Add( name, "w" );
+    headers.Set( headers.GetFields()[0].name, headers.GetFields()[0].value );
+    EXPECT_EQ( headers.Get( name ), value );
+    headers.Add( "x", "y" );
+    headers.Remove( headers.GetFields()[0].name );
+    EXPECT_EQ( headers.GetFields().size(), 1u );
 }
 
 // ---- Files

@@ -79,6 +79,70 @@ TEST( XNetServerTest, ServesAllConnectionsWithoutAPreamble )
     EXPECT_EQ( TestClient( server ).Say( 'y' ), 'y' );
 }
 
+/// A fault of what makes responders, whatever it is, is the end of one connection.
+TEST( XNetServerTest, SurvivesMakersThatFail )
+{
+    int count = 0;
+    XNetServer server( "failing" );
+    server.SetOnlyResponder(
+        [&]() -> std::unique_ptr<XNetResponder>
+        {
+            switch ( count++ )
+            {
+            case 0:
+                throw XException( 1013 );
+            case 1:
+                throw std::runtime_error( "no" );
+            case 2:
+                return nullptr;
+            default:
+                return MakeEcho();
+            }
+        } );
+    server.Start( 0 );
+    for ( int i = 0; i < 3; ++i )
+        EXPECT_EQ( TestClient( server ).AwaitEnd(), 3100u );
+    EXPECT_EQ( TestClient( server ).Say( 'x' ), 'x' );
+}
+
+/// Those that are trusted from the start, and those that have been given away, are no strangers.
+TEST( XNetServerTest, KnowsWhoIsNoStranger )
+{
+    struct Responder : EchoResponder
+    {
+        explicit Responder( WEvent* ioGoOn ) : goOn( ioGoOn )
+        {
+            if ( !goOn )
+                SetAuthenticated();
+        }
+        ~Responder() override { StopResponding(); }
+        void RespondSelf() override
+        {
+            if ( !goOn )
+                return EchoResponder::RespondSelf();
+            XNetEndpoint endpoint = DetachEndpoint();
+            endpoint.SendData( "D", 1, kPatience );
+            goOn->Wait( kPatience );
+            endpoint.SendData( "E", 1, kPatience );
+        }
+        WEvent* const goOn;
+    };
+    WEvent goOn;
+    std::atomic<int> count = 0;
+    XNetServer server( "trusting", { kPatience, 1 } );
+    server.SetOnlyResponder( [&] { return std::make_unique<Responder>( ++count == 1 ? &goOn : nullptr ); } );
+    server.Start( 0 );
+    TestClient detached( server );
+    EXPECT_EQ( detached.Say( 'x' ), 'D' );
+    TestClient trusted( server );
+    EXPECT_EQ( trusted.Say( 'x' ), 'x' );
+    EXPECT_EQ( server.GetUnauthenticatedCount(), 0u );
+    EXPECT_EQ( TestClient( server ).Say( 'y' ), 'y' );
+    goOn.Set();
+    EXPECT_EQ( detached.Say( 'x' ), 'E' ) << "ended for the sake of others";
+    EXPECT_EQ( trusted.Say( 'z' ), 'z' );
+}
+
 TEST( XNetServerTest, EndsStrangersThatTakeTooLong )
 {
     TestServer server( { 1000, 64 } ); // time enough for the one that is not a stranger

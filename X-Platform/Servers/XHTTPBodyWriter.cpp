@@ -7,6 +7,23 @@
 #include "Threads/XThread.h"
 
 #include <charconv>
+#include <vector>
+
+namespace
+{
+
+/// Waits for the end of the connection, or for more than the client has sent already: it may be its next request.
+void PeekBehindWaitingBytes( XNetEndpoint& inEndpoint, const XTimer& inTimer )
+{
+    constexpr std::uint32_t kMost = 64 * 1024;
+    const std::uint32_t waiting = inEndpoint.GetWaitingBytes();
+    if ( waiting > kMost ) // of a client that does not mind what it is sent
+        return XThread::SleepCurrentThread( inTimer.GetRemainingMS(), true );
+    std::vector<char> bytes( waiting + 1 );
+    inEndpoint.PeekData( bytes.data(), waiting + 1, inTimer.GetRemainingMS() );
+}
+
+} // namespace
 
 XHTTPBodyWriter::XHTTPBodyWriter( XNetEndpoint& inEndpoint, std::uint32_t inSendTimeoutMS, bool inIsChunked )
     : itsEndpoint( inEndpoint ), itsSendTimeoutMS( inSendTimeoutMS ), itsIsChunked( inIsChunked )
@@ -40,11 +57,12 @@ void XHTTPBodyWriter::WriteEvent( std::string_view inText, std::string_view inNa
     std::string event;
     if ( !inName.empty() )
         event.append( "event: " ).append( inName ) += '\n';
-    for ( std::string& line : XHTTPText::Split( inText, '\n' ) )
+    for ( std::string_view line : XHTTPText::Split( inText, '\n' ) )
     {
         if ( line.ends_with( '\r' ) )
-            line.pop_back();
-        event.append( "data: " ).append( line ) += '\n';
+            line.remove_suffix( 1 );
+        for ( const std::string& part : XHTTPText::Split( line, '\r' ) ) // an end of a line by itself, too
+            event.append( "data: " ).append( part ) += '\n';
     }
     Write( event += '\n' );
 }
@@ -54,9 +72,9 @@ bool XHTTPBodyWriter::Sleep( std::uint32_t inTimeMS )
     const XTimer timer( inTimeMS );
     try
     {
-        char next = 0;
-        itsEndpoint.PeekAnyData( &next, 1, inTimeMS );
-        XThread::SleepCurrentThread( timer.GetRemainingMS(), true ); // the next request waits already
+        do
+            PeekBehindWaitingBytes( itsEndpoint, timer );
+        while ( !timer.HasExpired() );
     }
     catch ( const XException& error )
     {

@@ -19,7 +19,7 @@ public:
     /// Sends the bytes at once; none does nothing.
     void Write( std::string_view inBytes );
 
-    /// Sends a server-sent event; the text may have several lines. The name is empty for the ordinary kind. 1013 for a
+    /// Sends a server-sent event; the text may have several lines, with any of the usual ends. The name is empty for the ordinary kind. 1013 for a
     /// name with a line break.
     void WriteEvent( std::string_view inText, std::string_view inName = {} );
 

@@ -216,6 +216,8 @@ public:
     Conversation( const XSettings& inSettings, const XHTTPHeaders& inHeaders )
         : itsSettings( inSettings ), itsHeaders( inHeaders ), itsTotal( inSettings.totalMS )
     {
+        for ( const char* name : { "Content-Length", "Transfer-Encoding", "Expect" } )
+            itsHeaders.Remove( name );
     }
 
     XReply Ask( std::string inMethod, std::string inURL, std::string_view inBody )

@@ -29,8 +29,9 @@ class KORVALE_API XHTTPClient
 public:
     struct XSettings
     {
-        std::uint32_t connectMS = 10'000;                ///< for the connection
-        std::uint32_t stallMS = 30'000;                  ///< without a byte in either direction
+        std::uint32_t connectMS = 10'000; ///< for the connection
+        std::uint32_t stallMS =
+            30'000; ///< without a byte of a body in either direction; and for the reply's head
         std::uint32_t totalMS = 0xFFFFFFFF;              ///< for a request with its redirections
         std::uint32_t mostRedirects = 5;                 ///< 0: their replies are returned
         std::uint64_t mostBodyBytes = 256 * 1024 * 1024; ///< of a reply
@@ -50,7 +51,8 @@ public:
     XHTTPClient() = default;
     explicit XHTTPClient( const XSettings& inSettings ) : itsSettings( inSettings ) {}
 
-    /// Redirections are followed.
+    /// Redirections are followed. Fields for the length and coding of a body, and `Expect`, are the client's own: those
+    /// among the headers do not count.
     XReply Get( const std::string& inURL, const XHTTPHeaders& inHeaders = {} ) const;
 
     /// Redirections with status 307 and 308 are followed with the body, others by a GET. The field of the content type

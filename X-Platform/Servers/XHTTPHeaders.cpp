@@ -60,8 +60,9 @@ std::string XHTTPHeaders::Get( std::string_view inName ) const
 void XHTTPHeaders::Set( std::string_view inName, std::string_view inValue )
 {
     Check( inName, inValue );
+    XField field{ std::string( inName ), std::string( inValue ) };
     Remove( inName );
-    itsFields.push_back( { std::string( inName ), std::string( inValue ) } );
+    itsFields.push_back( std::move( field ) );
 }
 
 void XHTTPHeaders::Add( std::string_view inName, std::string_view inValue )
@@ -72,7 +73,8 @@ void XHTTPHeaders::Add( std::string_view inName, std::string_view inValue )
 
 void XHTTPHeaders::Remove( std::string_view inName )
 {
-    std::erase_if( itsFields, [&]( const XField& inField ) { return AreEqual( inField.name, inName ); } );
+    const std::string name( inName ); // which may be that of a field that goes
+    std::erase_if( itsFields, [&]( const XField& inField ) { return AreEqual( inField.name, name ); } );
 }
 
 const XHTTPHeaders::XField* XHTTPHeaders::Find( std::string_view inName ) const

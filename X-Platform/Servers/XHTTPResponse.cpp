@@ -31,6 +31,8 @@ XHTTPResponse XHTTPResponse::Redirect( std::string_view inLocation, int inStatus
 
 XHTTPResponse XHTTPResponse::File( const std::filesystem::path& inPath, std::string_view inContentType )
 {
+    if ( inPath.empty() )
+        return Status( 404 );
     XHTTPResponse response;
     response.itsFile = inPath;
     response.itsHeaders.Set(

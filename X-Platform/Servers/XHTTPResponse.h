@@ -8,12 +8,14 @@
 class XHTTPBodyWriter;
 
 /// What an HTTP server answers to a request: a status, header fields, and a body that is text, a file, or written while it
-/// is sent. The server adds the date, the length and what keeps the connection.
+/// is sent. The server adds the date, the length and what keeps the connection; fields of the handler for these do not
+/// count.
 ///
 ///     server.HandleGet( "/status", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "idle" ); } );
 ///
 /// A file is served with its modification time and an ETag, and in ranges; a text with an `ETag` or `Last-Modified` field
-/// of the handler is compared with the conditions of the request, too.
+/// of the handler is compared with the conditions of the request, too. Conditions and ranges count for GET and HEAD and
+/// answers with status 200.
 /// Threads: as a std::string.
 /// Errors: those of XHTTPHeaders.
 class KORVALE_API XHTTPResponse

@@ -8,7 +8,7 @@ XHTTPServer::XHTTPServer( const XString& inName ) : XHTTPServer( inName, XLimits
 /// Connections count as strangers until their first request has come, and there may be as many of them as of the others.
 XHTTPServer::XHTTPServer( const XString& inName, const XLimits& inLimits )
     : itsSite( std::make_shared<XHTTPSite>( inLimits ) ),
-      itsServer( inName, { inLimits.idleMS, std::max<std::uint32_t>( inLimits.mostConnections, 1 ) } )
+      itsServer( inName, { inLimits.idleMS, inLimits.mostConnections } )
 {
     itsServer.SetOnlyResponder( [site = itsSite, inName]
                                 { return std::make_unique<XHTTPResponder>( inName, site ); } );

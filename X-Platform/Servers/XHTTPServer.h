@@ -61,7 +61,7 @@ public:
     void Start( std::int32_t inPort );
 
     /// Ends all connections and waits until their handlers have returned. Handlers that wait have to do so as XThread
-    /// waits do.
+    /// waits do. Not to be called by a handler.
     void Stop();
 
     /// The port that the server listens on; 0 when it does not run.

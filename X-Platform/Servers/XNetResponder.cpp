@@ -53,17 +53,22 @@ XNetEndpoint XNetResponder::GetEndpoint() const
 
 XNetEndpoint XNetResponder::DetachEndpoint()
 {
-    const XThreadLock lock( itsMutex );
-    if ( !itsEndpoint )
-        XThrow( kErrorResponderDetached );
-    const auto endpoint = std::move( itsEndpoint );
+    std::unique_ptr<XNetEndpoint> endpoint;
+    {
+        const XThreadLock lock( itsMutex );
+        if ( !itsEndpoint )
+            XThrow( kErrorResponderDetached );
+        endpoint = std::move( itsEndpoint );
+    }
+    if ( itsHooks.forget )
+        itsHooks.forget();
     return *endpoint;
 }
 
 void XNetResponder::SetAuthenticated()
 {
-    if ( !itsIsAuthenticated.exchange( true ) && itsHooks.authenticated )
-        itsHooks.authenticated();
+    if ( !itsIsAuthenticated.exchange( true ) && itsHooks.forget )
+        itsHooks.forget();
 }
 
 // ---- The thread

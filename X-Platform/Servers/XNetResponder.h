@@ -33,7 +33,8 @@ public:
     /// The connection; a copy shares it.
     XNetEndpoint GetEndpoint() const;
 
-    /// Gives the connection away: it does not end with the responder any more, for which it does not exist from now on.
+    /// Gives the connection away: it does not end with the responder or its server any more, for which it does not exist
+    /// from now on.
     XNetEndpoint DetachEndpoint();
 
     /// The peer has shown that it may be here. Called by what serves the connection.
@@ -50,11 +51,11 @@ protected:
 private:
     friend class XServerRun;
 
-    /// Called on the responder's thread, or on that which calls `SetAuthenticated`.
+    /// Called on the responder's thread, or on that which authenticates or detaches it.
     struct XHooks
     {
-        std::function<void()> authenticated;
-        std::function<void()> ended; // the last that the thread does with the object
+        std::function<void()> forget; // the connection is no stranger any more
+        std::function<void()> ended;  // the last that the thread does with the object
     };
 
     std::int32_t RunThreadSelf() override;

@@ -3,10 +3,13 @@
 #include "Servers/Internal/XServerRun.h"
 #include "Threads/XThreadLock.h"
 
+#include <algorithm>
 #include <utility>
 
 XServer::XServer( const XString& inName, const XLimits& inLimits ) : itsSettings{ inName, inLimits, {}, {} }
 {
+    std::uint32_t& most = itsSettings.limits.mostUnauthenticated;
+    most = std::max<std::uint32_t>( most, 1 );
 }
 
 XServer::~XServer()

@@ -27,13 +27,13 @@ class KORVALE_API XServer
 {
 public:
     /// Makes a responder, which belongs to the server. Called on threads of the server, several at a time. What it throws
-    /// ends the connection.
+    /// ends the connection, as does null.
     using XMakeResponder = std::function<std::unique_ptr<XNetResponder>()>;
 
     struct XLimits
     {
         std::uint32_t authenticationMS = 10'000;
-        std::uint32_t mostUnauthenticated = 64;
+        std::uint32_t mostUnauthenticated = 64; ///< one at least
     };
 
     XServer( const XServer& ) = delete;

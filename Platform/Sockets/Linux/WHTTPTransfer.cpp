@@ -15,6 +15,10 @@
 namespace
 {
 
+/// CURLOPT_QUICK_EXIT, for which headers before 7.87 have no name: an exchange that is given up does not wait for the name
+/// of its host to be looked up, which may take a minute.
+constexpr auto kDoNotAwaitName = static_cast<CURLoption>( 322 );
+
 /// The functions of libcurl, which is loaded once and stays: with all that it needs it would delay the start of programs
 /// that never ask.
 class Library
@@ -42,6 +46,7 @@ public:
     decltype( &curl_multi_poll ) poll = nullptr;
     decltype( &curl_multi_info_read ) readInfo = nullptr;
     decltype( &curl_multi_cleanup ) multiCleanup = nullptr;
+    decltype( &curl_multi_strerror ) getMultiText = nullptr;
 
 private:
     Library()
@@ -58,7 +63,7 @@ private:
             Find( "curl_multi_add_handle", addHandle ) && Find( "curl_multi_remove_handle", removeHandle ) &&
             Find( "curl_multi_perform", perform ) && Find( "curl_multi_poll", poll ) &&
             Find( "curl_multi_info_read", readInfo ) && Find( "curl_multi_cleanup", multiCleanup ) &&
-            globalInit( CURL_GLOBAL_DEFAULT ) == CURLE_OK;
+            Find( "curl_multi_strerror", getMultiText ) && globalInit( CURL_GLOBAL_DEFAULT ) == CURLE_OK;
     }
 
     template<class TFunction>
@@ -103,12 +108,10 @@ WHTTPTransfer::Failure ToFailure( CURLcode inResult )
 class Exchange : private WHTTPTransfer
 {
 public:
-    Exchange( const Library& inLibrary, const Request& inRequest, Client& ioClient )
+    Exchange( const Library& inLibrary, Client& ioClient )
         : itsLibrary( inLibrary ), itsClient( ioClient ), itsEasy( inLibrary.easyInit() ),
           itsMulti( inLibrary.multiInit() )
     {
-        SetOptions( inRequest );
-        itsLibrary.addHandle( itsMulti, itsEasy );
     }
     Exchange( const Exchange& ) = delete;
     Exchange& operator=( const Exchange& ) = delete;
@@ -120,11 +123,14 @@ public:
         itsLibrary.freeList( itsFields );
     }
 
-    Outcome Run()
+    Outcome Run( const Request& inRequest )
     {
+        SetOptions( inRequest );
+        itsLibrary.addHandle( itsMulti, itsEasy );
         for ( int running = 1;; Wait() )
         {
-            itsLibrary.perform( itsMulti, &running );
+            if ( const CURLMcode result = itsLibrary.perform( itsMulti, &running ) )
+                return { kOther, itsLibrary.getMultiText( result ) };
             PassOn();
             if ( running == 0 )
                 return GetOutcome();
@@ -144,6 +150,7 @@ private:
         Set( CURLOPT_URL, inRequest.url.c_str() );
         Set( CURLOPT_PROTOCOLS, long( CURLPROTO_HTTP | CURLPROTO_HTTPS ) );
         Set( CURLOPT_NOSIGNAL, 1L );
+        Set( kDoNotAwaitName, 1L );
         Set( CURLOPT_BUFFERSIZE, 128L * 1024 );
         Set( CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>( inRequest.connectTimeoutMs ) );
         Set( CURLOPT_ERRORBUFFER, static_cast<char*>( itsError ) );
@@ -158,9 +165,9 @@ private:
             Set( CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>( inRequest.body.size() ) );
         }
         for ( const std::string& field : inRequest.fields )
-            itsFields = itsLibrary.append( itsFields, field.c_str() );
-        itsFields =
-            itsLibrary.append( itsFields, "Expect:" ); // would cost a wait for servers that do not know it
+            AddField( field );
+        AppendToList( "Content-Type:" ); // not to be guessed
+        AppendToList( "Expect:" );       // would cost a wait for servers that do not know it
         Set( CURLOPT_HTTPHEADER, itsFields );
         if ( !inRequest.usesProxy )
             Set( CURLOPT_PROXY, "" );
@@ -168,6 +175,22 @@ private:
             return;
         Set( CURLOPT_CAINFO, inRequest.authorityFile.c_str() );
         Set( CURLOPT_CAPATH, static_cast<const char*>( nullptr ) );
+    }
+
+    /// The library takes an empty value, as a line has it, for a field that it is not to send.
+    void AddField( const std::string& inField )
+    {
+        const std::size_t colon = inField.find( ':' );
+        const bool isEmpty = inField.find_first_not_of( " \t", colon + 1 ) == std::string::npos;
+        AppendToList( isEmpty ? inField.substr( 0, colon ) + ";" : inField );
+    }
+
+    void AppendToList( const std::string& inLine )
+    {
+        curl_slist* const list = itsLibrary.append( itsFields, inLine.c_str() );
+        if ( !list )
+            throw std::bad_alloc();
+        itsFields = list;
     }
 
     static std::size_t TakeHead( char* inBytes, std::size_t, std::size_t inCount, void* ioExchange ) noexcept
@@ -277,5 +300,5 @@ WHTTPTransfer::Outcome WHTTPTransfer::Run( const Request& inRequest, Client& ioC
     if ( !library.IsLoaded() )
         return { kNotAvailable, "libcurl.so.4 cannot be loaded" };
     const NoPipeSignal noSignal;
-    return Exchange( library, inRequest, ioClient ).Run();
+    return Exchange( library, ioClient ).Run( inRequest );
 }

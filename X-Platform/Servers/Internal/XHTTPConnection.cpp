@@ -27,6 +27,15 @@ bool AllowsBody( int inStatus )
     return inStatus != 204 && inStatus != 304;
 }
 
+/// Whether it is a field that the server alone can know.
+bool IsOfServer( std::string_view inName )
+{
+    return std::ranges::any_of(
+        std::initializer_list<std::string_view>{
+            "Date", "Connection", "Content-Length", "Transfer-Encoding" },
+        [&]( std::string_view inOwn ) { return XHTTPHeaders::AreEqual( inName, inOwn ); } );
+}
+
 bool IsTimeOut( const XException& inError )
 {
     return inError.GetErrorNumber() == kErrorConnectionTimedOut;
@@ -48,16 +57,31 @@ XHTTPConnection::XHTTPConnection( const XHTTPSite& inSite, XNetEndpoint& inEndpo
 {
 }
 
-void XHTTPConnection::Serve( const std::function<void()>& inHasRequest )
+XHTTPConnection::~XHTTPConnection()
 {
-    while ( ServeRequest( inHasRequest ) )
-        ;
-    itsEndpoint.Disconnect(
-        kLingerMS ); // so that the client reads the last answer before it hears of the end
+    if ( itsIsAdmitted )
+        --itsSite.connections;
+}
+
+/// A client that does not take what it is sent, or does not close in the end, is nothing to be told.
+void XHTTPConnection::Serve( const std::function<void()>& inIsAdmitted )
+{
+    try
+    {
+        while ( ServeRequest( inIsAdmitted ) )
+            ;
+        itsEndpoint.Disconnect(
+            kLingerMS ); // so that the client reads the last answer before it hears of the end
+    }
+    catch ( const XException& error )
+    {
+        if ( !IsTimeOut( error ) )
+            throw;
+    }
 }
 
 /// Whether another request may follow.
-bool XHTTPConnection::ServeRequest( const std::function<void()>& inHasRequest )
+bool XHTTPConnection::ServeRequest( const std::function<void()>& inIsAdmitted )
 {
     if ( !AwaitRequest() )
         return false;
@@ -65,11 +89,7 @@ bool XHTTPConnection::ServeRequest( const std::function<void()>& inHasRequest )
     XHTTPRequest& request = parser.GetRequest();
     int status = ReceiveHeader( parser );
     if ( status == 0 )
-    {
-        inHasRequest();
-        status = Check( request );
-        itsIsAdmitted = true;
-    }
+        status = Admit( inIsAdmitted ) ? Check( request ) : 503;
     if ( status == 0 && !parser.IsDone() )
         status = ReceiveBody( parser );
     if ( status != 0 )
@@ -84,6 +104,18 @@ bool XHTTPConnection::ServeRequest( const std::function<void()>& inHasRequest )
     return keepsAlive;
 }
 
+/// Whether there is room for the connection. One that is refused stays a stranger, of which there are never too many.
+bool XHTTPConnection::Admit( const std::function<void()>& inIsAdmitted )
+{
+    if ( itsIsAdmitted )
+        return true;
+    itsIsAdmitted = true;
+    if ( ++itsSite.connections > itsSite.limits.mostConnections )
+        return false;
+    inIsAdmitted();
+    return true;
+}
+
 // ---- Receiving
 
 /// Waits for the first byte of a request; line breaks before it do not count. False where none comes.
@@ -95,7 +127,7 @@ bool XHTTPConnection::AwaitRequest()
         for ( ; itsInput.GetCount() > 0; itsInput.Drop( 1 ) )
             if ( *itsInput.GetData() != '\r' && *itsInput.GetData() != '\n' )
                 return true;
-        if ( !ReceiveMore( timer.GetRemainingMS() ) )
+        if ( timer.HasExpired() || !ReceiveMore( timer.GetRemainingMS() ) )
             return false;
     }
 }
@@ -166,11 +198,9 @@ int XHTTPConnection::ReceiveBody( XHTTPParser& ioParser )
 // ---- Answering
 
 /// What can be said by the header already: 0, or the status to refuse the request with.
-int XHTTPConnection::Check( const XHTTPRequest& inRequest ) const
+int XHTTPConnection::Check( const XHTTPRequest& inRequest )
 {
     const std::string& method = inRequest.GetMethod();
-    if ( !itsIsAdmitted && itsSite.connections > itsSite.limits.mostConnections )
-        return 503;
     if ( method != "GET" && method != "HEAD" && method != "POST" )
         return 501;
     const XHTTPHeaders& headers = inRequest.GetHeaders();
@@ -199,6 +229,10 @@ XHTTPResponse XHTTPConnection::MakeResponse( const XHTTPRequest& inRequest ) con
     catch ( const std::exception& error )
     {
         XSessionLogManager::Log( kLogWarning, Describe( inRequest ) + ": " + error.what() );
+    }
+    catch ( ... )
+    {
+        XSessionLogManager::Log( kLogWarning, Describe( inRequest ) + ": an exception of an unknown kind" );
     }
     return XHTTPResponse::Status( 500 );
 }
@@ -233,7 +267,7 @@ void XHTTPConnection::Send( const XHTTPRequest& inRequest, XHTTPResponse& ioResp
     std::optional<XHTTPFilePart> part;
     if ( !ioResponse.itsFile.empty() )
         part.emplace( inRequest, ioResponse.itsFile, ioResponse );
-    else if ( ioResponse.GetStatus() == 200 && inRequest.GetMethod() != "POST" )
+    else if ( XHTTPFilePart::HasConditions( inRequest, ioResponse ) )
         if ( const int status = XHTTPFilePart::CheckConditions( inRequest, ioResponse.GetHeaders() ) )
         {
             ioResponse.SetStatus( status );
@@ -282,7 +316,8 @@ void XHTTPConnection::AddHead( const XHTTPResponse& inResponse, bool inKeepsAliv
     else if ( inIsOld )
         itsOutput += "Connection: keep-alive\r\n";
     for ( const XHTTPHeaders::XField& field : inResponse.GetHeaders().GetFields() )
-        itsOutput.append( field.name ).append( ": " ).append( field.value ).append( "\r\n" );
+        if ( !IsOfServer( field.name ) )
+            itsOutput.append( field.name ).append( ": " ).append( field.value ).append( "\r\n" );
 }
 
 /// The date as HTTP writes it, made once a second at most.

@@ -15,19 +15,24 @@ class KORVALE_API XHTTPConnection
 {
 public:
     XHTTPConnection( const XHTTPSite& inSite, XNetEndpoint& inEndpoint );
+    XHTTPConnection( const XHTTPConnection& ) = delete;
+    XHTTPConnection& operator=( const XHTTPConnection& ) = delete;
+    ~XHTTPConnection();
 
-    /// Returns when the client or a fault of it ends the connection; calls back when the first request has come.
-    void Serve( const std::function<void()>& inHasRequest );
+    /// Returns when the client or a fault of it ends the connection; calls back when the first request has come and there
+    /// is room for the connection.
+    void Serve( const std::function<void()>& inIsAdmitted );
 
 private:
-    bool ServeRequest( const std::function<void()>& inHasRequest );
+    bool ServeRequest( const std::function<void()>& inIsAdmitted );
+    bool Admit( const std::function<void()>& inIsAdmitted );
     bool AwaitRequest();
     int ReceiveHeader( XHTTPParser& ioParser );
     int ReceiveBody( XHTTPParser& ioParser );
     bool ReceiveMore( std::uint32_t inTimeoutMS );
     void Feed( XHTTPParser& ioParser );
 
-    int Check( const XHTTPRequest& inRequest ) const;
+    static int Check( const XHTTPRequest& inRequest );
     XHTTPResponse MakeResponse( const XHTTPRequest& inRequest ) const;
     XHTTPResponse CallHandler( const XHTTPRequest& inRequest ) const;
 
@@ -43,7 +48,7 @@ private:
     XNetEndpoint& itsEndpoint;
     XByteQueue itsInput;
     std::string itsOutput;
-    bool itsIsAdmitted = false; // its first request came while there were not too many connections
+    bool itsIsAdmitted = false; // counts among the connections of the site
     std::string itsDate;
     std::int64_t itsDateSecond = 0;
 };

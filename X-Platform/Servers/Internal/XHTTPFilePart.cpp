@@ -41,11 +41,14 @@ std::string_view WithoutWeakness( std::string_view inTag )
     return inTag.starts_with( "W/" ) ? inTag.substr( 2 ) : inTag;
 }
 
-/// Whether a list of tags has this one. Tags of others that have commas in them match nothing.
+/// Whether a list of tags has this one, which is empty where there is none. Tags of others that have commas in them match
+/// nothing.
 bool ListsTag( std::string_view inList, std::string_view inTag, bool inWeakly )
 {
     if ( XHTTPText::Trim( inList ) == "*" )
         return true;
+    if ( inTag.empty() )
+        return false;
     for ( const std::string& part : XHTTPText::Split( inList, ',' ) )
     {
         const std::string_view tag = XHTTPText::Trim( part );
@@ -93,6 +96,8 @@ XHTTPFilePart::XHTTPFilePart(
     if ( const XString date = modified->GetInternetTimeString(); date.EndsWith( "GMT" ) )
         fields.Set( "Last-Modified", date.GetStringView() );
     fields.Set( "Accept-Ranges", "bytes" );
+    if ( !HasConditions( inRequest, ioResponse ) )
+        return;
     if ( const int status = CheckConditions( inRequest, fields ) )
     {
         ioResponse.SetStatus( status );
@@ -100,6 +105,11 @@ XHTTPFilePart::XHTTPFilePart(
     }
     else
         TakeRange( inRequest, ioResponse );
+}
+
+bool XHTTPFilePart::HasConditions( const XHTTPRequest& inRequest, const XHTTPResponse& inResponse )
+{
+    return inResponse.GetStatus() == 200 && inRequest.GetMethod() != "POST";
 }
 
 int XHTTPFilePart::CheckConditions( const XHTTPRequest& inRequest, const XHTTPHeaders& inFields )

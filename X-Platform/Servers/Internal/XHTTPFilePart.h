@@ -17,6 +17,9 @@ public:
     std::uint64_t GetBegin() const { return itsBegin; }
     const WFile& GetFile() const { return itsFile; }
 
+    /// Whether conditions and ranges count: only for what is asked for and is there.
+    static bool HasConditions( const XHTTPRequest& inRequest, const XHTTPResponse& inResponse );
+
     /// 304 or 412 where the conditions of a request for a body with these fields say so, else 0.
     static int CheckConditions( const XHTTPRequest& inRequest, const XHTTPHeaders& inFields );
 

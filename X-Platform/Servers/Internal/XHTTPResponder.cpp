@@ -6,13 +6,11 @@
 XHTTPResponder::XHTTPResponder( const XString& inName, std::shared_ptr<const XHTTPSite> inSite )
     : XNetResponder( inName ), itsSite( std::move( inSite ) )
 {
-    ++itsSite->connections;
 }
 
 XHTTPResponder::~XHTTPResponder()
 {
     XSwallowErrors( [this] { StopResponding(); } );
-    --itsSite->connections;
 }
 
 void XHTTPResponder::RespondSelf()

@@ -23,7 +23,7 @@ public:
     const XHandlers* Find( const std::string& inPath ) const;
 
     const XHTTPServer::XLimits limits;
-    mutable std::atomic<std::uint32_t> connections = 0;
+    mutable std::atomic<std::uint32_t> connections = 0; // those that have sent a request
 
 private:
     std::map<std::string, XHandlers> itsHandlers;

@@ -130,7 +130,7 @@ void XServerRun::Admit( const XNetEndpoint& inEndpoint )
 {
     const XNumber number = AddStranger( inEndpoint );
     if ( itsSettings.makeOnly )
-        return Serve( number, inEndpoint, itsSettings.makeOnly );
+        return MakeResponder( number, inEndpoint, itsSettings.makeOnly );
     {
         const XThreadLock lock( itsMutex );
         itsToGreet.push_back( number );
@@ -209,8 +209,7 @@ void XServerRun::Greet()
         }
         catch ( ... ) // whatever it is, it is the connection's end
         {
-            endpoint.ForceDisconnect();
-            Forget( number );
+            End( number, endpoint );
         }
     }
 }
@@ -247,33 +246,60 @@ void XServerRun::GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint )
     const auto found = itsSettings.makers.find( ReadPreamble( inEndpoint ) );
     if ( found == itsSettings.makers.end() )
         XThrow( kErrorDisconnected );
-    Serve( inNumber, inEndpoint, found->second );
+    MakeResponder( inNumber, inEndpoint, found->second );
+}
+
+/// What a maker throws is the end of its connection, and of nothing else.
+void XServerRun::MakeResponder(
+    XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake )
+{
+    std::unique_ptr<XNetResponder> made;
+    try
+    {
+        made = inMake();
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... )
+    {
+    }
+    if ( !made )
+        return End( inNumber, inEndpoint );
+    Serve( inNumber, inEndpoint, std::move( made ) );
 }
 
 void XServerRun::Serve(
-    XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake )
+    XNumber inNumber, const XNetEndpoint& inEndpoint, std::unique_ptr<XNetResponder> inMade )
 {
     try
     {
-        std::unique_ptr<XNetResponder> made = inMake();
-        XAssert( made );
-        made->itsHooks = {
+        inMade->itsHooks = {
             [this, inNumber] { Forget( inNumber ); }, [this, inNumber] { Ended( inNumber ); } };
-        XNetResponder& responder = *made;
+        if ( inMade->IsAuthenticated() )
+            Forget( inNumber );
+        XNetResponder& responder = *inMade;
         {
             const XThreadLock lock( itsMutex ); // before it starts: it may end at once
-            itsServed.emplace( inNumber, XServed{ std::move( made ) } );
+            itsServed.emplace( inNumber, XServed{ std::move( inMade ) } );
         }
         responder.StartResponding( inEndpoint );
     }
     catch ( ... )
     {
-        XNetEndpoint( inEndpoint ).ForceDisconnect();
-        Ended( inNumber ); // in place of the thread
+        End( inNumber, inEndpoint );
+        LetGo( inNumber ); // in place of the thread
         LetGo( inNumber );
         throw;
     }
     LetGo( inNumber );
+}
+
+void XServerRun::End( XNumber inNumber, const XNetEndpoint& inEndpoint )
+{
+    XNetEndpoint( inEndpoint ).ForceDisconnect();
+    Forget( inNumber );
 }
 
 /// The connection is no stranger any more.

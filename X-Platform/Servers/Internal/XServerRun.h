@@ -65,7 +65,10 @@ private:
     void Greet();
     XNumber WaitForStranger( XNetEndpoint& outEndpoint );
     void GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint );
-    void Serve( XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake );
+    void
+    MakeResponder( XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake );
+    void Serve( XNumber inNumber, const XNetEndpoint& inEndpoint, std::unique_ptr<XNetResponder> inMade );
+    void End( XNumber inNumber, const XNetEndpoint& inEndpoint );
     void Forget( XNumber inNumber );
     void Ended( XNumber inNumber );
     void LetGo( XNumber inNumber );
