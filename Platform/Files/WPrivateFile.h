@@ -13,7 +13,7 @@ public:
     /// Makes a folder, likewise. Mode 0700 on Linux.
     static void CreateFolder( const std::filesystem::path& inPath );
 
-    /// Whether others may read or change the open file.
+    /// Whether others than the user of this process and the administrators may read or change the open file.
     static bool IsOpenToOthers( const WFile& inFile );
 
 private:

@@ -35,4 +35,8 @@ public:
     /// For one side of a TLS connection, client or server, that goes by this name (a DNS name).
     static Certificate
     Make( const Certificate& inAuthority, const std::string& inName, const Validity& inValidity );
+
+    /// 1005 for a text that is no certificate, or no private key for the certificate.
+    static void CheckCertificate( const std::string& inText );
+    static void CheckPrivateKey( const std::string& inText, const std::string& inCertificate );
 };

@@ -78,6 +78,8 @@ std::string ReadSecret( const std::filesystem::path& inPath )
         inPath,
         [&]
         {
+            if ( WFile::IsDevice( inPath ) ) // which may wait for somebody, or have no end
+                XThrow( kErrorStreamCorrupted );
             const WFile file( inPath, WFile::kRead );
             if ( WPrivateFile::IsOpenToOthers( file ) )
                 XThrow( kErrorKeysExposed );
@@ -272,10 +274,20 @@ std::shared_ptr<const WTLSContext> XDeploymentKeys::MakeTLSContext( XRole inOwnR
 {
     if ( !HasTLS() )
         XThrow( kErrorTLSUnavailable );
-    const auto read = [this]( const std::string& inFile ) { return ReadSecret( itsFolder / inFile ); };
+    const auto read = [this]( const std::string& inFile, auto inCheck )
+    {
+        const std::string text = ReadSecret( itsFolder / inFile );
+        With( itsFolder / inFile, [&] { inCheck( text ); } );
+        return text;
+    };
     const std::string name = kRoles[inOwnRole].file;
-    const WTLSContext::Settings settings{
-        read( name + ".crt" ), read( name + ".key" ), read( std::string( kAuthorityName ) + ".crt" ),
-        kRoles[inPeerRole].certificate };
-    return With( itsFolder / ( name + ".crt" ), [&] { return std::make_shared<WTLSContext>( settings ); } );
+    WTLSContext::Settings settings;
+    settings.certificate = read( name + ".crt", WCertificates::CheckCertificate );
+    settings.privateKey = read(
+        name + ".key",
+        [&]( const std::string& inText )
+        { WCertificates::CheckPrivateKey( inText, settings.certificate ); } );
+    settings.authority = read( std::string( kAuthorityName ) + ".crt", WCertificates::CheckCertificate );
+    settings.peerName = kRoles[inPeerRole].certificate;
+    return With( itsFolder, [&] { return std::make_shared<WTLSContext>( settings ); } );
 }

@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 WPrivateFile WPrivateFile::CreateNew( const std::filesystem::path& inPath )
 {
@@ -29,5 +30,6 @@ bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
     struct stat status = {};
     if ( ::fstat( static_cast<int>( inFile.GetRawHandle() ), &status ) != 0 )
         WThrowErrno();
-    return ( status.st_mode & ( S_IRWXG | S_IRWXO ) ) != 0;
+    const bool isOwn = status.st_uid == ::geteuid() || status.st_uid == 0;
+    return !isOwn || ( status.st_mode & ( S_IRWXG | S_IRWXO ) ) != 0;
 }

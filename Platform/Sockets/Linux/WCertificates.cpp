@@ -119,3 +119,16 @@ WCertificates::Make( const Certificate& inAuthority, const std::string& inName, 
     draft.name = inName;
     return draft.Sign( *authority, *key, false );
 }
+
+void WCertificates::CheckCertificate( const std::string& inText )
+{
+    WReadPEM<WX509Ptr>( inText, PEM_read_bio_X509 );
+}
+
+void WCertificates::CheckPrivateKey( const std::string& inText, const std::string& inCertificate )
+{
+    const auto key = WReadPEM<WKeyPtr>( inText, PEM_read_bio_PrivateKey );
+    const auto certificate = WReadPEM<WX509Ptr>( inCertificate, PEM_read_bio_X509 );
+    if ( X509_check_private_key( certificate.get(), key.get() ) != 1 )
+        XThrow( kErrorStreamCorrupted );
+}

@@ -19,3 +19,13 @@ WCertificates::Certificate WCertificates::Make( const Certificate&, const std::s
 {
     XThrow( kErrorTLSUnavailable );
 }
+
+void WCertificates::CheckCertificate( const std::string& )
+{
+    XThrow( kErrorTLSUnavailable );
+}
+
+void WCertificates::CheckPrivateKey( const std::string&, const std::string& )
+{
+    XThrow( kErrorTLSUnavailable );
+}

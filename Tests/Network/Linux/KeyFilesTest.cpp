@@ -4,6 +4,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -66,6 +67,42 @@ TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
     setrlimit( RLIMIT_FSIZE, &before );
     EXPECT_NE( error, 0u );
     EXPECT_EQ( folder.CountEntries(), 0u );
+}
+
+/// Each error names the file that it is about, and none waits for what never comes.
+TEST( KeyFilesTest, AreNamedWhereTheyAreNotWhatTheyShouldBe )
+{
+    const TestKeys folder;
+    const auto expectError = [&]( const std::string& inFile, std::uint32_t inError )
+    {
+        try
+        {
+            XDeploymentKeys( folder.GetPath() ).MakeTLSContext( kNode, kControl );
+            ADD_FAILURE() << inFile;
+        }
+        catch ( const XException& error )
+        {
+            EXPECT_EQ( error.GetErrorNumber(), inError ) << inFile;
+            EXPECT_NE( MessageOf( error ).find( folder / inFile ), std::string::npos ) << MessageOf( error );
+        }
+    };
+    for ( const std::string file : { "authority.crt", "node.crt", "node.key", "key" } )
+    {
+        const std::string text = folder.Read( file );
+        folder.Write( file, file == "node.key" ? folder.Read( "control.key" ) : "x" );
+        expectError( file, 1005 );
+        folder.Write( file, text );
+        if ( geteuid() == 0 ) // who may read the files of others
+        {
+            EXPECT_EQ( chown( ( folder / file ).c_str(), 1, 1 ), 0 );
+            expectError( file, 3128 );
+            EXPECT_EQ( chown( ( folder / file ).c_str(), 0, 0 ), 0 );
+        }
+        fs::rename( folder / file, folder / "kept" );
+        ASSERT_EQ( mkfifo( ( folder / file ).c_str(), 0600 ), 0 );
+        expectError( file, 1005 );
+        fs::rename( folder / "kept", folder / file );
+    }
 }
 
 TEST( KeyFilesTest, LetTheirDeploymentConnect )
