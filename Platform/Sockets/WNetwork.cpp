@@ -7,7 +7,8 @@
 
 std::uint32_t WNetwork::LookUpHost( const std::string& inName, Host& outHost )
 {
-    if ( inName.empty() ) // which some systems take for this machine
+    // Some systems take no name for this machine, and all of them take a name for what is before a NUL.
+    if ( inName.empty() || inName.find( '\0' ) != std::string::npos )
         return kErrorHostNotFound;
     WStartSockets();
     addrinfo hints{};

@@ -35,6 +35,7 @@ TEST( XNetAddressTest, LooksUpWhenAsked )
     EXPECT_EQ( local.GetIPAddress( false ), 0u );
     EXPECT_EQ( local.GetIPAddress( true ), kLoopBack );
     EXPECT_EQ( local.GetIPAddress( false ), kLoopBack );
+    EXPECT_EQ( XNetAddress( XString( std::string( "localhost\0x", 11 ) ), 80 ).GetIPAddress( true ), 0u );
     XNetAddress unknown( kUnknownHost, 80 );
     EXPECT_EQ( unknown.GetIPAddress( true ), 0u );
     EXPECT_THROW( unknown.LookupIPAddress(), XException );

@@ -12,8 +12,8 @@ struct sockaddr_in;
 /// the system, which may ask servers and take seconds; nothing ends them early.
 ///
 /// Threads: one thread at a time, queries and comparisons included, because they may look up and keep the answer.
-/// Errors: 2701 when a look-up takes the system too long, 3100 when the system breaks it off, else
-/// WLastErrorException with the system's code (11001 for a host that does not exist). Reading throws 1005, 1015, 1260.
+/// Errors: WLastErrorException with the system's code: 11001 for a host that does not exist, 11002 where no server answers;
+/// 2701 and 3100 where the system itself has run out of time or has been interrupted. Reading throws 1005, 1015, 1260.
 class KORVALE_API XNetAddress : public XStorable
 {
 public:
