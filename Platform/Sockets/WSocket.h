@@ -11,6 +11,7 @@ public:
     {
         std::uint32_t ip = 0;
         std::uint16_t port = 0;
+        bool operator==( const Address& ) const = default;
     };
 
     /// Opens a socket. Throws the system's last error.

@@ -33,6 +33,20 @@ void FillUp( XNetEndpoint& inEndpoint )
         inEndpoint.SendData( bytes.data(), 65536, 0 );
 }
 
+/// An address that has no IP address but those of its adapters.
+XNetAddress MakeAddress( std::initializer_list<std::uint32_t> inAdapters, std::int32_t inPort )
+{
+    XMemStream stream;
+    stream.Write32( 0 );
+    XWriteVector<std::uint32_t>( stream, inAdapters );
+    stream.WriteString( "" );
+    stream.Write32S( inPort );
+    stream.SeekTo( 0 );
+    XNetAddress address;
+    address.ReadStreamSelf( stream );
+    return address;
+}
+
 /// An address of this machine on which nobody listens.
 XNetAddress GetDeafAddress()
 {
@@ -82,6 +96,34 @@ TEST( XNetEndpointTest, PeeksWithoutTaking )
     EXPECT_EQ( std::string( bytes, 4 ), "abcd" );
     EXPECT_EQ( connection.server->GetWaitingBytes(), 4u );
     EXPECT_EQ( ReceiveText( *connection.server, 4 ), "abcd" );
+
+    const std::string many( 100'000, 'm' ); // more than one transfer
+    std::string peeked( many.size(), ' ' );
+    SendText( connection.client, many );
+    connection.server->PeekData( peeked.data(), 100'000, kPatience );
+    EXPECT_EQ( peeked, many );
+}
+
+/// The wait of one ends with fewer bytes than the other's.
+TEST( XNetEndpointTest, LetsTwoThreadsPeek )
+{
+    TestConnection connection;
+    TestThread patient(
+        [&]
+        {
+            char bytes[8];
+            connection.server->PeekData( bytes, 8, kPatience );
+            return 0;
+        } );
+    SendText( connection.client, "12" );
+    patient.StartThread();
+    XThread::SleepCurrentThread( 20 ); // with less it might not wait yet
+    char bytes[4];
+    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    XThread::SleepCurrentThread( 20 ); // nor have noticed
+    SendText( connection.client, "345678" );
+    patient.WaitForTerminate( kPatience );
+    EXPECT_EQ( patient.GetThreadReturnCode(), 0 );
 }
 
 TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
@@ -93,6 +135,25 @@ TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
     EXPECT_EQ( connection.server->ReceiveLine( "\r\n", kPatience ), "" );
     EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\r\n", 20 ); } ), 3105u );
     EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "", 0 ); } ), 1013u );
+    SendText( connection.client, "all there\n" );
+    char byte = 0;
+    connection.server->PeekAnyData( &byte, 1, kPatience );
+    EXPECT_EQ( connection.server->ReceiveLine( "\n", 0 ), "all there" );
+}
+
+/// A peer that sends faster than the line is read, and never ends it.
+TEST( XNetEndpointTest, GivesALineNoMoreThanItsTime )
+{
+    TestConnection connection;
+    TestThread flood(
+        [&]() -> std::int32_t
+        {
+            for ( const std::vector<char> block( 65536 );; )
+                connection.client.SendData( block.data(), 65536, kNoTimeout );
+        } );
+    flood.StartThread();
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\n", 50 ); } ), 3105u );
+    EXPECT_EQ( connection.server->GetState(), State::kStateConnected );
 }
 
 TEST( XNetEndpointTest, KeepsTimeouts )
@@ -133,17 +194,7 @@ TEST( XNetEndpointTest, TriesAdaptersInOrder )
 {
     TestListener listener;
     const auto makeAddress = [&]( std::initializer_list<std::uint32_t> inAdapters )
-    {
-        XMemStream stream;
-        stream.Write32( 0 );
-        XWriteVector<std::uint32_t>( stream, inAdapters );
-        stream.WriteString( "" );
-        stream.Write32S( listener.GetAddress().GetPort() );
-        stream.SeekTo( 0 );
-        XNetAddress address;
-        address.ReadStreamSelf( stream );
-        return address;
-    };
+    { return MakeAddress( inAdapters, listener.GetAddress().GetPort() ); };
     constexpr std::uint32_t kDeaf = 0xFFFFFFFF; // to which no connection can be made
     constexpr std::uint32_t kLoopBack = 0x7F000001;
     XNetEndpoint endpoint;
@@ -153,6 +204,29 @@ TEST( XNetEndpointTest, TriesAdaptersInOrder )
     EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kLoopBack } ), kPatience, false ); } ), 3104u );
     listener->Unbind();
     EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience ); } ), 3106u );
+}
+
+/// Another thread may end an attempt while no address is being tried.
+TEST( XNetEndpointTest, TriesNoFurtherAddressOnceDisconnected )
+{
+    class DisconnectedImp : public XSocketsTCPEndpointImp
+    {
+    public:
+        void Connect( const XNetAddress&, std::uint32_t ) override
+        {
+            ++itsAttempts;
+            itsEndpoint->ForceDisconnect();
+            XThrow( kErrorConnectionRefused );
+        }
+        XNetEndpoint* itsEndpoint = nullptr;
+        int itsAttempts = 0;
+    };
+    auto owner = std::make_unique<DisconnectedImp>();
+    DisconnectedImp& imp = *owner;
+    XNetEndpoint endpoint( std::move( owner ) );
+    imp.itsEndpoint = &endpoint;
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( MakeAddress( { 1, 2, 3 }, 80 ), kPatience ); } ), 3100u );
+    EXPECT_EQ( imp.itsAttempts, 1 );
 }
 
 TEST( XNetEndpointTest, NamesThePortInUse )
@@ -283,6 +357,52 @@ TEST_P( WaitTest, EndsWhenItsThreadIsToStop )
     EXPECT_EQ( itsThread.GetThreadReturnCode(), 7 );
 }
 
+/// A send that the peer never takes keeps others waiting, but neither from being stopped nor beyond their time.
+TEST( XNetEndpointTest, EndsWaitsForATurn )
+{
+    TestConnection connection;
+    const auto send = [&]() -> std::int32_t
+    {
+        for ( const std::vector<char> block( 65536 );; )
+            connection.client.SendData( block.data(), 65536, kNoTimeout );
+    };
+    TestThread first( send ), second( send );
+    first.StartThread();
+    second.StartThread();
+    XThread::SleepCurrentThread( 50 ); // with less they might not wait yet
+    second.StopThread( 9 );
+    EXPECT_EQ( second.GetThreadReturnCode(), 9 );
+    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 20 ); } ), 3105u );
+    first.WaitForTerminate( kPatience );
+    EXPECT_EQ( first.GetThreadReturnCode(), 3100 );
+}
+
+TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
+{
+    TestConnection connection;
+    TestThread receiver(
+        [&]() -> std::int32_t
+        {
+            char byte = 0;
+            return static_cast<std::int32_t>( connection.client.ReceiveAnyData( &byte, 1, kNoTimeout ) );
+        } );
+    TestThread closer(
+        [&]
+        {
+            connection.client.Disconnect( kNoTimeout );
+            return 0;
+        } );
+    receiver.StartThread();
+    XThread::SleepCurrentThread( 20 ); // so that the receiver has the connection
+    closer.StartThread();
+    for ( const XTimer timer( kPatience );
+          connection.client.GetState() != State::kStateDisconnecting && !timer.HasExpired(); )
+        XThread::YieldCurrentThread();
+    closer.StopThread( 4 );
+    receiver.WaitForTerminate( kPatience );
+    EXPECT_EQ( receiver.GetThreadReturnCode(), 3100 );
+}
+
 INSTANTIATE_TEST_SUITE_P( XNetEndpointTest, WaitTest, testing::Range( 0, 5 ) );
 
 TEST( XNetEndpointTest, EndsAConnectionAttempt )
@@ -304,6 +424,8 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
         }
     XNetEndpoint endpoint;
     EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 50 ); } ), 3105u ) << number;
+    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 0 ); } ), 3105u );
+    EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( address, 0 ); } ), 3105u );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
     TestThread thread(
         [&]
@@ -361,6 +483,11 @@ TEST( XNetEndpointTest, RemembersItsKeepAliveTime )
     }
     XNetEndpoint closed;
     EXPECT_EQ( ErrorOf( [&] { closed.SetKeepAliveTimeMS( 1 ); } ), 3100u );
+
+    TestListener listener; // whose options the system gives to the connections
+    listener->SetKeepAliveTimeMS( 5000 );
+    closed.Connect( listener.GetAddress(), kPatience );
+    EXPECT_EQ( listener.Accept()->GetKeepAliveTimeMS(), 5000u );
 }
 
 TEST( XNetEndpointTest, KnowsTheAddressesOfAConnection )

@@ -96,14 +96,15 @@ WConnectionPtr XConnectionEndpointImp::AcceptConnection( const WConnectionPtr& i
     struct Accepting
     {
         XConnectionEndpointImp& itsImp;
+        const WConnectionPtr& itsConnection;
         ~Accepting()
         {
             const XThreadLock lock( itsImp.itsMutex );
-            if ( itsImp.itsState == XNetEndpoint::kStateAccepting )
+            if ( itsImp.itsConnection == itsConnection ) // else it may be bound again, and listening
                 itsImp.itsState = XNetEndpoint::kStateDisconnected;
         }
     };
-    const Accepting accepting{ *this };
+    const Accepting accepting{ *this, inConnection };
     WConnectionPtr connection;
     const WDeadline noLimit( kNoTimeout );
     Check( inConnection, XWaitObediently( [&] { return inConnection->Accept( connection, noLimit ); } ) );
@@ -140,8 +141,10 @@ void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
     struct Closing
     {
         XConnectionEndpointImp& itsImp;
+        WConnection& itsConnection;
         ~Closing()
         {
+            itsConnection.Interrupt(); // for a thread that still receives
             const XThreadLock lock( itsImp.itsMutex );
             itsImp.itsClosing.reset();
             if ( itsImp.itsState == XNetEndpoint::kStateDisconnecting )
@@ -156,7 +159,7 @@ void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
         connection = itsClosing = std::move( itsConnection );
         itsState = XNetEndpoint::kStateDisconnecting;
     }
-    const Closing closing{ *this };
+    const Closing closing{ *this, *connection };
     AnnounceEnd( connection );
     connection->ShutDownSending();
     Drain( *connection, std::max<std::uint32_t>( inTimeoutMS, 1 ) );
@@ -175,12 +178,9 @@ void XConnectionEndpointImp::Drain( WConnection& ioConnection, std::uint32_t inT
         const bool isOver = outcome.status == WConnection::kTimedOut ||
             ( outcome.status == WConnection::kDone && outcome.count > 0 && deadline.HasPassed() );
         if ( isOver )
-        {
-            ioConnection.Interrupt(); // for a thread that still receives
             XThrow( kErrorConnectionTimedOut );
-        }
         if ( outcome.status == WConnection::kFailed || outcome.count == 0 )
-            return ioConnection.Interrupt();
+            return;
     }
 }
 
@@ -219,7 +219,7 @@ XConnectionEndpointImp::ReceiveAnyData( void* buffer, std::uint32_t length, std:
     const std::int64_t start = WClock::GetMicroSeconds();
     const WDeadline deadline( inTimeoutMS );
     const std::uint32_t received = ReceiveOrPeek(
-        length,
+        std::min( length, kMostBytesPerTransfer ),
         [&]( const WConnectionPtr& inConnection, std::uint32_t inChunk )
         { return ReceiveSome( inConnection, buffer, inChunk, deadline ); } );
     if ( received > 0 )
@@ -243,8 +243,7 @@ std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTr
     if ( inLength == 0 )
         return 0;
     const WConnectionPtr connection = GetConnection();
-    std::uint32_t chunk = std::min( inLength, kMostBytesPerTransfer );
-    for ( ;; )
+    for ( std::uint32_t chunk = inLength;; )
     {
         const WConnection::Outcome outcome =
             XWaitObediently( [&] { return inTransfer( connection, chunk ); } );

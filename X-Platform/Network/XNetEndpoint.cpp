@@ -5,9 +5,11 @@
 #include "Ground/XErrorNumbers.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 #include "Sockets/WNetwork.h"
+#include "Threads/XCheckpoint.h"
 #include "Threads/XStopThreadException.h"
 #include "Threads/XThreadLock.h"
 
+#include <optional>
 #include <string>
 
 struct XNetEndpoint::XShared
@@ -70,13 +72,16 @@ void XNetEndpoint::ConnectWithProgress(
 void XNetEndpoint::ConnectToCandidates(
     const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters, XConnect inConnect )
 {
-    const XThreadLock lock( itsShared->mutex );
+    const XThreadLock lock( itsShared->mutex, kNoTimeout, true );
     const std::uint32_t disconnects = itsShared->disconnects;
     const XVector<XNetAddress> candidates = GetCandidates( inAddress, inTryAdapters );
     const auto count = static_cast<std::uint32_t>( candidates.size() );
     const std::uint32_t share = inTimeoutMS == kNoTimeout ? kNoTimeout : inTimeoutMS / count;
     for ( const XNetAddress& candidate : candidates )
     {
+        XRunCheckpoint();
+        if ( itsShared->disconnects != disconnects )
+            XThrow( kErrorDisconnected );
         try
         {
             return ( *itsShared->imp.*inConnect )( candidate, share );
@@ -84,7 +89,7 @@ void XNetEndpoint::ConnectToCandidates(
         catch ( const XException& error )
         {
             const bool isLast = &candidate == &candidates.back();
-            if ( isLast || itsShared->disconnects != disconnects || !IsWorthAnotherTry( error ) )
+            if ( isLast || !IsWorthAnotherTry( error ) )
                 throw;
         }
     }
@@ -108,10 +113,22 @@ XNetEndpoint* XNetEndpoint::Listen()
     return itsShared->imp->Listen();
 }
 
+/// Waits for its turn no longer than for the peer: in its way may be a send that the peer never takes.
 void XNetEndpoint::Disconnect( std::uint32_t inTimeoutMS )
 {
-    const XThreadLock lock( itsShared->mutex );
-    itsShared->imp->Disconnect( inTimeoutMS );
+    const XTimer timer( inTimeoutMS );
+    try
+    {
+        const XThreadLock lock( itsShared->mutex, inTimeoutMS, true );
+        itsShared->imp->Disconnect( timer.GetRemainingMS() );
+    }
+    catch ( const XException& error )
+    {
+        if ( error.GetErrorNumber() != kErrorTimedOut )
+            throw;
+        ForceDisconnect();
+        XThrow( kErrorConnectionTimedOut );
+    }
 }
 
 void XNetEndpoint::ForceDisconnect()
@@ -124,7 +141,7 @@ void XNetEndpoint::ForceDisconnect()
 
 void XNetEndpoint::SendData( const void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
 {
-    const XThreadLock lock( itsShared->mutex );
+    const XThreadLock lock( itsShared->mutex, kNoTimeout, true );
     itsShared->imp->SendData( buffer, length, inTimeoutMS );
 }
 
@@ -144,14 +161,20 @@ void XNetEndpoint::ReceiveData( void* buffer, std::uint32_t length, std::uint32_
     }
 }
 
+/// What has arrived by the end of the time still counts, but not what a peer goes on sending.
 XString XNetEndpoint::ReceiveLine( const XString& inTerminator, std::uint32_t inTimeoutMS )
 {
     if ( inTerminator.IsEmpty() )
         XThrow( kErrorBadParameters );
     const XTimer timer( inTimeoutMS );
+    std::optional<std::size_t> mostBytes;
     std::string line;
     do
     {
+        if ( !mostBytes && timer.HasExpired() )
+            mostBytes = line.size() + GetWaitingBytes();
+        if ( mostBytes && line.size() > *mostBytes )
+            XThrow( kErrorConnectionTimedOut );
         char next = 0;
         ReceiveAnyData( &next, 1, timer.GetRemainingMS() );
         line += next;

@@ -20,7 +20,8 @@ class XNetEndpointImp;
 /// Ownership: an assigned endpoint shares the connection of the other; it ends with the last of them. An endpoint must
 /// not be destroyed or assigned to while another thread is in one of its operations: disconnect, and let them end first.
 /// Threads: every other operation may be called from any thread. Connecting, sending and disconnecting are done one at a
-/// time; receives, `Listen` and the ends of the connection do not wait for them.
+/// time; they wait for their turn without a limit, `Disconnect` within its time. Receives, `Listen` and the ends of the
+/// connection do not wait for them.
 /// Errors: 3100 when the connection has ended or there is none; then the endpoint is disconnected. 3105 when the time is
 /// over, 3106 when a connection is refused; else WLastErrorException with the system's code. A port outside 0 to 65535
 /// is 1013.
@@ -51,7 +52,8 @@ public:
 
     /// Connects to the address. Where it has no IP address, and `inTryAdapters`, its adapters are tried in their order,
     /// each for an equal share of the time, until one connects; if none does, the last error is thrown. 3104 when there
-    /// is no address to try. An endpoint that is connected or bound already is an internal error.
+    /// is no address to try. Looking up a name comes before the time, and nothing ends it early. An endpoint that is
+    /// connected or bound already is an internal error.
     void Connect( const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters = true );
 
     /// The same with a progress of the calling thread, shown after two seconds, whose user may abort (1001).
@@ -112,7 +114,8 @@ public:
 
     /// How long a connection is silent before the system asks the peer for a sign of life, and then each second; the
     /// system's unit may be seconds, then it is rounded up. `kNoTimeout`, as at first, never asks. A peer that does not
-    /// answer ends the connection.
+    /// answer ends the connection: 3105 for the first operation that meets the end, 3100 from then on. An accepted
+    /// connection begins with the time of the endpoint that has listened.
     std::uint32_t GetKeepAliveTimeMS() const;
     void SetKeepAliveTimeMS( std::uint32_t inTimeMS );
 

@@ -99,6 +99,8 @@ void XSocketsTCPEndpointImp::MakeConnection(
                             { return inSocket->FinishConnecting( inDeadline ); } );
     Check( inSocket, outcome );
     const WSocket::Address peer = inSocket->GetPeerAddress();
+    if ( peer == inSocket->GetLocalAddress() ) // by chance the system took the port on which nobody listens
+        XThrow( kErrorConnectionRefused );
     SetRemotePlace( { XNetAddress( peer.ip, peer.port ) } );
     Check( inSocket, BeginConnection( inSocket, inWaiter ) );
     TakeOver( inSocket, XNetEndpoint::kStateConnected );
@@ -148,6 +150,7 @@ XNetEndpoint* XSocketsTCPEndpointImp::MakeEndpoint( const WConnectionPtr& inConn
     const WSocket::Address peer = socket->GetPeerAddress();
     imp->SetLocalPlace( { XNetAddress( 0, socket->GetLocalAddress().port ), true } );
     imp->SetRemotePlace( { XNetAddress( peer.ip, peer.port ), peer.ip == kLoopBackAddress } );
+    imp->itsKeepAliveTimeMS = itsKeepAliveTimeMS.load(); // as the system's socket has it
     imp->SetConnected( socket );
     return new XNetEndpoint( std::move( imp ) );
 }

@@ -127,7 +127,7 @@ WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadlin
         return { kFailed, 0, kErrorNoBuffers };
     if ( result != kWaitSucceeded )
         return { result == kWaitAlerted ? kAlerted : kTimedOut };
-    return { kDone, GetWaitingBytes() > inCount ? USize( 1 ) : USize( 0 ) };
+    return WConnection::WaitForMore( inCount, inDeadline ); // the system wakes for want of room, too
 }
 
 std::uint32_t WSocket::GetWaitingBytes() const

@@ -327,3 +327,25 @@ TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
     EXPECT_EQ( error, 3105u );
     EXPECT_EQ( next, 3100u );
 }
+
+/// In a network whose only free port is the one to connect to, the system gives that one to the connection too.
+TEST( HostilePeersTest, NoConnectionIsMadeWithItself )
+{
+    bool hasNamespace = false;
+    std::thread thread(
+        [&]
+        {
+            constexpr std::int32_t kPort = 40'000;
+            std::ofstream range;
+            if ( unshare( CLONE_NEWNET ) == 0 && Shell( "ip link set lo up" ) )
+                range.open( "/proc/sys/net/ipv4/ip_local_port_range" );
+            hasNamespace = static_cast<bool>( range << kPort << ' ' << kPort + 1 << std::flush );
+            XNetEndpoint endpoint;
+            const auto connect = [&]
+            { endpoint.Connect( XNetAddress::GetLoopBackAddress( kPort ), kPatience ); };
+            EXPECT_EQ( hasNamespace ? ErrorOf( connect ) : 3106u, 3106u );
+        } );
+    thread.join();
+    if ( !hasNamespace )
+        GTEST_SKIP() << "needs the right to make network namespaces";
+}

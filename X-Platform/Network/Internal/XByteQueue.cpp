@@ -8,7 +8,10 @@ std::uint8_t* XByteQueue::MakeRoom( USize64 inCount )
     if ( itsBegin == itsEnd )
         itsBegin = itsEnd = 0;
     if ( itsCapacity - itsEnd < inCount )
-        Move( 0, std::max( itsCapacity, GetCount() + inCount ) );
+        Move(
+            0,
+            GetCount() + inCount <= itsCapacity ? itsCapacity
+                                                : std::max( 2 * itsCapacity, GetCount() + inCount ) );
     return itsBytes.get() + itsEnd;
 }
 
