@@ -13,6 +13,9 @@ public:
     /// Makes a folder, likewise. Mode 0700 on Linux.
     static void CreateFolder( const std::filesystem::path& inPath );
 
+    /// Makes a folder one that `CreateFolder` could have made.
+    static void RestrictFolder( const std::filesystem::path& inPath );
+
     /// Whether others than the user of this process and the administrators may read or change the open file.
     static bool IsOpenToOthers( const WFile& inFile );
 

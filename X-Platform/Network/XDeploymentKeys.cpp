@@ -70,6 +70,12 @@ auto With( const std::filesystem::path& inPath, TWork inWork )
     }
 }
 
+void CheckFor( const std::filesystem::path& inPath, const std::error_code& inError )
+{
+    if ( inError )
+        throw KeyFileException( inPath, WLastErrorException( WSystemError::FromErrorCode( inError ) ) );
+}
+
 // ---- Reading
 
 std::string ReadSecret( const std::filesystem::path& inPath )
@@ -129,13 +135,29 @@ std::string MakeRandomDigits( USize inBytes )
     return text;
 }
 
-/// A folder beside its place, until all its files are complete; without that nothing of it stays.
+std::filesystem::directory_iterator ListFiles( const std::filesystem::path& inFolder )
+{
+    std::error_code error;
+    std::filesystem::directory_iterator files( inFolder, error );
+    CheckFor( inFolder, error );
+    return files;
+}
+
+[[noreturn]] void RefuseFullFolder( const std::filesystem::path& inFolder )
+{
+    throw KeyFileException( inFolder, "the folder is not empty (1013)", kErrorBadParameters );
+}
+
+/// A folder beside its place, until all its files are complete; without that nothing of it stays. A folder that is there
+/// already gets the files from one in it: somebody may work in it, or it may be where a file system begins.
 class NewKeyFolder
 {
 public:
     explicit NewKeyFolder( const std::filesystem::path& inTarget )
-        : itsTarget( inTarget ),
-          itsPath( inTarget.parent_path() / ( ".korvale-keys-" + MakeRandomDigits( 8 ) + ".tmp" ) )
+        : itsTarget( inTarget ), itsIsNew( !WFilePath::Exists( inTarget ) ),
+          itsPath(
+              ( itsIsNew ? inTarget.parent_path() : inTarget ) /
+              ( ".korvale-keys-" + MakeRandomDigits( 8 ) + ".tmp" ) )
     {
         With( itsTarget, [this] { Make( itsPath, [this] { WPrivateFile::CreateFolder( itsPath ); } ); } );
     }
@@ -170,16 +192,10 @@ public:
             } );
     }
 
-    /// An empty folder at the place gives way.
     void PutInPlace()
     {
         const auto hold = WPendingFiles::Hold();
-        std::error_code error;
-        std::filesystem::remove( itsTarget, error ); // not where it has got files meanwhile
-        if ( !error )
-            std::filesystem::rename( itsPath, itsTarget, error );
-        if ( error )
-            throw KeyFileException( itsTarget, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
+        itsIsNew ? Move( itsPath, itsTarget ) : FillTarget();
         for ( const auto& made : itsMade )
             WPendingFiles::Forget( made );
         itsMade.clear();
@@ -195,21 +211,38 @@ private:
         inMake();
     }
 
+    static void Move( const std::filesystem::path& inFrom, const std::filesystem::path& inTo )
+    {
+        std::error_code error;
+        std::filesystem::rename( inFrom, inTo, error );
+        CheckFor( inTo, error );
+    }
+
+    void FillTarget()
+    {
+        if ( std::distance( ListFiles( itsTarget ), {} ) != 1 ) // it has got files meanwhile
+            RefuseFullFolder( itsTarget );
+        for ( std::size_t i = 1; i < itsMade.size(); ++i ) // behind the folder
+        {
+            const std::filesystem::path moved = itsTarget / itsMade[i].filename();
+            Move( itsMade[i], moved );
+            WPendingFiles::Forget( itsMade[i] );
+            itsMade[i] = moved;
+        }
+        With( itsTarget, [this] { WPrivateFile::RestrictFolder( itsTarget ); } );
+        WFilePath::Remove( itsPath );
+    }
+
     const std::filesystem::path itsTarget;
+    const bool itsIsNew;
     const std::filesystem::path itsPath;
-    std::vector<std::filesystem::path> itsMade;
+    std::vector<std::filesystem::path> itsMade; // the folder first
 };
 
 void CheckTarget( const std::filesystem::path& inFolder )
 {
-    if ( !WFilePath::Exists( inFolder ) )
-        return;
-    std::error_code error;
-    const std::filesystem::directory_iterator files( inFolder, error );
-    if ( error )
-        throw KeyFileException( inFolder, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
-    if ( files != std::filesystem::directory_iterator() )
-        throw KeyFileException( inFolder, "the folder is not empty (1013)", kErrorBadParameters );
+    if ( WFilePath::Exists( inFolder ) && ListFiles( inFolder ) != std::filesystem::directory_iterator() )
+        RefuseFullFolder( inFolder );
 }
 
 void WriteCertificate(
@@ -236,8 +269,7 @@ void XDeploymentKeys::Create( const std::filesystem::path& inFolder )
 {
     std::error_code error;
     std::filesystem::path target = WFilePath::ResolveLinks( WFilePath::Normalise( inFolder ), error );
-    if ( error )
-        throw KeyFileException( inFolder, WLastErrorException( WSystemError::FromErrorCode( error ) ) );
+    CheckFor( inFolder, error );
     if ( !target.has_filename() ) // a separator at the end
         target = target.parent_path();
     CheckTarget( target );

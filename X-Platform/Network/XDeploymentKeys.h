@@ -38,8 +38,8 @@ public:
     static constexpr std::int64_t kDaysOfValidity = 3650;
 
     /// Makes the secrets of a new deployment: a folder that is missing, or empty, is one with all files afterwards, with
-    /// access for its owner alone; after a failure it is as it was. A folder that is not empty is error 1013. The folder
-    /// above has to exist. Where the system cannot make certificates, only `key` is made.
+    /// access for its owner alone; after a failure it is missing, or empty, as it was. A folder that is not empty is error
+    /// 1013. The folder above has to exist. Where the system cannot make certificates, only `key` is made.
     static void Create( const std::filesystem::path& inFolder );
 
     /// Whether this system can make certificates, and connections with them.

@@ -24,6 +24,12 @@ void WPrivateFile::CreateFolder( const std::filesystem::path& inPath )
         WThrowErrno();
 }
 
+void WPrivateFile::RestrictFolder( const std::filesystem::path& inPath )
+{
+    if ( ::chmod( inPath.c_str(), 0700 ) != 0 )
+        WThrowErrno();
+}
+
 /// Access lists of the file system show in the bits of the group.
 bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
 {

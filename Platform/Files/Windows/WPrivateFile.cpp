@@ -29,6 +29,14 @@ void Check( bool inHasSucceeded )
         XThrowLastSystemError();
 }
 
+void CheckError( DWORD inError )
+{
+    if ( inError == ERROR_SUCCESS )
+        return;
+    WSystemError::SetLast( inError );
+    XThrowLastSystemError();
+}
+
 /// The user whose process this is.
 class CurrentUser
 {
@@ -103,18 +111,26 @@ void WPrivateFile::CreateFolder( const std::filesystem::path& inPath )
     Check( CreateDirectoryW( inPath.c_str(), attributes.Get() ) );
 }
 
+void WPrivateFile::RestrictFolder( const std::filesystem::path& inPath )
+{
+    PrivateAttributes attributes;
+    ACL* list = nullptr;
+    BOOL isPresent = FALSE, isDefault = FALSE;
+    Check(
+        GetSecurityDescriptorDacl( attributes.Get()->lpSecurityDescriptor, &isPresent, &list, &isDefault ) );
+    std::wstring path = inPath.native();
+    CheckError( SetNamedSecurityInfoW(
+        path.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
+        nullptr, list, nullptr ) );
+}
+
 bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
 {
     ACL* list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD error = GetSecurityInfo(
+    CheckError( GetSecurityInfo(
         reinterpret_cast<HANDLE>( inFile.GetRawHandle() ), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
-        nullptr, &list, nullptr, &descriptor );
-    if ( error != ERROR_SUCCESS )
-    {
-        WSystemError::SetLast( error );
-        XThrowLastSystemError();
-    }
+        nullptr, &list, nullptr, &descriptor ) );
     const Local<void> owner( descriptor );
     if ( !list )
         return true;

@@ -62,11 +62,30 @@ TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
     rlimit before{};
     getrlimit( RLIMIT_FSIZE, &before );
     const rlimit little{ 100, before.rlim_max };
-    setrlimit( RLIMIT_FSIZE, &little );
-    const std::uint32_t error = ErrorOf( [&] { XDeploymentKeys::Create( folder / "keys" ); } );
-    setrlimit( RLIMIT_FSIZE, &before );
-    EXPECT_NE( error, 0u );
-    EXPECT_EQ( folder.CountEntries(), 0u );
+    for ( const auto& target : { folder / "keys", folder.GetPath() } )
+    {
+        setrlimit( RLIMIT_FSIZE, &little );
+        const std::uint32_t error = ErrorOf( [&] { XDeploymentKeys::Create( target ); } );
+        setrlimit( RLIMIT_FSIZE, &before );
+        EXPECT_NE( error, 0u );
+        EXPECT_EQ( folder.CountEntries(), 0u );
+    }
+}
+
+/// Somebody may work in it.
+TEST( KeyFilesTest, ComeIntoTheFolderThatIsThere )
+{
+    const TestFolder folder;
+    const auto getNumber = [&]
+    {
+        struct stat status = {};
+        stat( folder.GetPath().c_str(), &status );
+        return status.st_ino;
+    };
+    const auto number = getNumber();
+    XDeploymentKeys::Create( folder.GetPath() );
+    EXPECT_EQ( getNumber(), number );
+    EXPECT_EQ( folder.CountEntries(), 7u );
 }
 
 /// Each error names the file that it is about, and none waits for what never comes.
