@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/Times/XTimer.h"
 #include "Network/XNetEndpoint.h"
 #include "TestErrors.h"
 #include "Threads/TestThread.h"
@@ -37,3 +38,35 @@ struct TestConnection
     XNetEndpoint client;
     std::unique_ptr<XNetEndpoint> server;
 };
+
+inline void AwaitDisconnecting( const XNetEndpoint& inEndpoint )
+{
+    for ( const XTimer timer( kPatience );
+          inEndpoint.GetState() != XNetEndpoint::kStateDisconnecting && !timer.HasExpired(); )
+        XThread::YieldCurrentThread();
+}
+
+/// A disconnection takes bytes that come meanwhile, so that those behind them are not for a receiver. Returns what its
+/// thread does.
+inline std::int32_t ReceiveBesideADisconnection( XNetEndpoint& ioClient, XNetEndpoint& ioServer )
+{
+    char bytes[16];
+    TestThread receiver(
+        [&] { return static_cast<std::int32_t>( ioClient.ReceiveAnyData( bytes, 16, kNoTimeout ) ); } );
+    TestThread closer(
+        [&]
+        {
+            ioClient.Disconnect( kPatience );
+            return 0;
+        } );
+    receiver.StartThread();
+    XThread::SleepCurrentThread( 5 ); // with less it might come too late to receive
+    closer.StartThread();
+    AwaitDisconnecting( ioClient );
+    for ( int i = 0; i < 4; ++i )
+        ioServer.SendData( "some bytes", 10, kPatience );
+    ioServer.ForceDisconnect();
+    receiver.WaitForTerminate( kPatience );
+    closer.WaitForTerminate( kPatience );
+    return receiver.GetThreadReturnCode();
+}

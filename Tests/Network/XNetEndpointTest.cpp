@@ -277,9 +277,7 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
         } );
     client.StartThread();
     EXPECT_EQ( ReceiveText( *connection.server, 10 ), "to be read" );
-    const XTimer timer( kPatience );
-    while ( connection.client.GetState() != State::kStateDisconnecting && !timer.HasExpired() )
-        XThread::YieldCurrentThread();
+    AwaitDisconnecting( connection.client );
     connection.server->Disconnect( kPatience );
     client.WaitForTerminate( kPatience );
     EXPECT_EQ( client.GetThreadReturnCode(), 0 );
@@ -395,12 +393,30 @@ TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
     receiver.StartThread();
     XThread::SleepCurrentThread( 20 ); // so that the receiver has the connection
     closer.StartThread();
-    for ( const XTimer timer( kPatience );
-          connection.client.GetState() != State::kStateDisconnecting && !timer.HasExpired(); )
-        XThread::YieldCurrentThread();
+    AwaitDisconnecting( connection.client );
     closer.StopThread( 4 );
     receiver.WaitForTerminate( kPatience );
     EXPECT_EQ( receiver.GetThreadReturnCode(), 3100 );
+}
+
+TEST( XNetEndpointTest, ADisconnectionLeavesNoBytesToAReceiver )
+{
+    for ( int round = 0; round < 20; ++round )
+    {
+        TestConnection connection;
+        EXPECT_EQ( ReceiveBesideADisconnection( connection.client, *connection.server ), 3100 );
+    }
+}
+
+/// An endpoint that listens, or is about to connect, has no connection to receive from.
+TEST( XNetEndpointTest, ReceivesFromConnectionsOnly )
+{
+    TestListener listener;
+    char byte = 0;
+    EXPECT_EQ( ErrorOf( [&] { listener->ReceiveAnyData( &byte, 1, 0 ); } ), 3100u );
+    EXPECT_EQ( ErrorOf( [&] { listener->SendData( &byte, 1, 0 ); } ), 3100u );
+    XNetEndpoint client;
+    client.Connect( listener.GetAddress(), kPatience ); // listens still
 }
 
 INSTANTIATE_TEST_SUITE_P( XNetEndpointTest, WaitTest, testing::Range( 0, 5 ) );

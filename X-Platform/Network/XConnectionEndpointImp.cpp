@@ -166,7 +166,7 @@ void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
     ResetStatistics();
 }
 
-/// Reads until the peer has closed. Another thread may receive at the same time: what matters is the end.
+/// Reads until the peer has closed. Another thread may receive at the same time; it gets none of the bytes (IsEnding).
 void XConnectionEndpointImp::Drain( WConnection& ioConnection, std::uint32_t inTimeoutMS )
 {
     const WDeadline deadline( inTimeoutMS );
@@ -191,7 +191,7 @@ void XConnectionEndpointImp::SendData( const void* buffer, std::uint32_t length,
     if ( length == 0 )
         return;
     XAssert( buffer );
-    const WConnectionPtr connection = GetConnection();
+    const WConnectionPtr connection = GetConnected();
     const auto* bytes = static_cast<const std::uint8_t*>( buffer );
     // Equal parts: a small rest would be a segment of its own.
     const std::uint32_t parts = ( length - 1 ) / kMostBytesPerTransfer + 1;
@@ -242,7 +242,7 @@ std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTr
 {
     if ( inLength == 0 )
         return 0;
-    const WConnectionPtr connection = GetConnection();
+    const WConnectionPtr connection = GetConnected();
     for ( std::uint32_t chunk = inLength;; )
     {
         const WConnection::Outcome outcome =
@@ -255,13 +255,15 @@ std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTr
         Check( connection, outcome );
         if ( outcome.count == 0 )
             FailDisconnected( connection );
+        if ( IsEnding( *connection ) )
+            XThrow( kErrorDisconnected );
         return static_cast<std::uint32_t>( outcome.count );
     }
 }
 
 void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32_t inTimeoutMS )
 {
-    const WConnectionPtr connection = GetConnection();
+    const WConnectionPtr connection = GetConnected();
     const WDeadline deadline( inTimeoutMS );
     const WConnection::Outcome outcome =
         XWaitObediently( [&] { return WaitForMore( connection, inCount, deadline ); } );
@@ -272,7 +274,7 @@ void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32
 
 std::uint32_t XConnectionEndpointImp::GetWaitingBytes()
 {
-    return CountWaiting( GetConnection() );
+    return CountWaiting( GetConnected() );
 }
 
 // ---- No protocol
@@ -345,6 +347,19 @@ WConnectionPtr XConnectionEndpointImp::GetConnection() const
     if ( !itsConnection )
         XThrow( kErrorDisconnected );
     return itsConnection;
+}
+
+WConnectionPtr XConnectionEndpointImp::GetConnected() const
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsConnection || itsState != XNetEndpoint::kStateConnected )
+        XThrow( kErrorDisconnected );
+    return itsConnection;
+}
+
+bool XConnectionEndpointImp::IsEnding( const WConnection& inConnection ) const
+{
+    return itsState == XNetEndpoint::kStateDisconnecting || inConnection.IsInterrupted();
 }
 
 /// Null when there is none; then the state stays.

@@ -68,8 +68,14 @@ protected:
     /// Ends the use of this very connection, unless somebody else has done so.
     void Drop( const WConnectionPtr& inConnection, XNetEndpoint::XState inNewState );
 
-    /// 3100 without a connection.
+    /// One that is being made, or listens, too. 3100 without any.
     WConnectionPtr GetConnection() const;
+
+    /// The one that is connected; else 3100.
+    WConnectionPtr GetConnected() const;
+
+    /// Whether this side ends the connection. Bytes from it may lie behind others that are lost then.
+    bool IsEnding( const WConnection& inConnection ) const;
 
     /// Throws what an outcome comes to; 3100 drops the connection.
     void Check( const WConnectionPtr& inConnection, const WConnection::Outcome& inOutcome );

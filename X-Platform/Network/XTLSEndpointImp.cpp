@@ -123,8 +123,11 @@ WConnection::Outcome XTLSEndpointImp::Converse( const WConnectionPtr& inConnecti
     }
     catch ( const XException& error )
     {
-        if ( error.ShouldReportError() )
-            Drop( inConnection, XNetEndpoint::kStateDisconnected );
+        if ( !error.ShouldReportError() )
+            throw;
+        if ( IsEnding( *inConnection ) ) // what came is not all that the peer has sent
+            XThrow( kErrorDisconnected );
+        Drop( inConnection, XNetEndpoint::kStateDisconnected );
         throw;
     }
 }

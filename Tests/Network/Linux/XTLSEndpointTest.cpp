@@ -316,6 +316,15 @@ TEST( XTLSEndpointTest, EndsWaitsFromOtherThreads )
     }
 }
 
+TEST( XTLSEndpointTest, ADisconnectionLeavesNoBytesToAReceiver )
+{
+    for ( int round = 0; round < 20; ++round )
+    {
+        TestTLSConnection connection;
+        EXPECT_EQ( ReceiveBesideADisconnection( connection.client, *connection.server ), 3100 );
+    }
+}
+
 TEST( XTLSEndpointTest, IsServedBesideStrangers )
 {
     const TestContexts contexts;
