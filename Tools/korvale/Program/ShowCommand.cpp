@@ -6,7 +6,7 @@
 #include "Program/TableOutputs.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
-#include "Tables/StructureWalk.h"
+#include "Tables/StructurePrinter.h"
 #include "Tables/TableFile.h"
 #include "Tables/TableText.h"
 #include "Terminal/ProgressDisplay.h"
@@ -52,7 +52,7 @@ void ShowCommand::ShowStructure( Session& ioSession ) const
 {
     CheckIsTableFile( PathFromUTF8( itsTable ) );
     XFileStream stream( PathFromUTF8( itsTable ) );
-    const auto damage = StructureWalk( stream, ioSession.out ).Walk();
+    const auto damage = StructurePrinter( stream, ioSession.out ).Print();
     if ( !damage.empty() )
         throw std::runtime_error( "the file is damaged " + damage );
 }

@@ -3,8 +3,8 @@
 #include "Core/Errors/XException.h"
 #include "Core/Streams/XFileStream.h"
 #include "Ground/XErrorNumbers.h"
-#include "Pivot/Columns/XPivotColumn.h"
-#include "Tables/StructureWalk.h"
+#include "Tables/StructurePrinter.h"
+#include "Tables/TableStream.h"
 
 #include <algorithm>
 #include <array>
@@ -100,13 +100,7 @@ namespace
 std::unique_ptr<XPivotTable> ReadTable( const std::filesystem::path& inPath )
 {
     XFileStream stream( inPath );
-    stream.ReadStreamInfo();
-    std::unique_ptr<XStorable> object( stream.ReadObject( XPivotColumn::kRefuseOuterRuns ) );
-    auto* const table = dynamic_cast<XPivotTable*>( object.get() );
-    if ( !table || !stream.IsAtEOF() )
-        XThrow( kErrorStreamCorrupted );
-    object.release();
-    return std::unique_ptr<XPivotTable>( table );
+    return ReadTable( stream );
 }
 
 /// What the file's first bytes show it to be, if that is no table.
@@ -143,7 +137,7 @@ std::string DescribeDamage( const std::filesystem::path& inPath, std::uint32_t i
 {
     std::ostream none( nullptr );
     XFileStream stream( inPath );
-    const auto damage = StructureWalk( stream, none ).Walk();
+    const auto damage = StructurePrinter( stream, none ).Print();
     return "the table is damaged" + ( damage.empty() ? "" : " " + damage ) + " (" +
         std::to_string( inNumber ) + ")";
 }

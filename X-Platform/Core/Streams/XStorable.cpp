@@ -3,6 +3,7 @@
 #include "Core/Errors/XException.h"
 #include "Core/Streams/XClassRegistry.h"
 #include "Core/Streams/XStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 
 namespace
@@ -25,7 +26,7 @@ XVersion ReadOptionalVersion( XStream& inStream, const XVersion& inExpected )
     }
     catch ( const XException& error )
     {
-        if ( !error.ShouldReportError() )
+        if ( !error.ShouldReportError() || inStream.GetObserver() )
             throw; // a stop or an abort, not a failed read
     }
     inStream.SeekTo( position );
@@ -49,10 +50,21 @@ XVersion XStorable::ReadClassVersion( XStream& inStream, const XVersion& inExpec
 
 XVersion XStorable::ReadCheckedVersion( XStream& inStream, const XVersion& inExpected ) const
 {
+    XBeginField( inStream, "a version" );
+    const SSize64 position = inStream.GetPosition();
     const XVersion version = ReadClassVersion( inStream, inExpected );
     if ( !IsOfClass( version, inExpected ) )
-        XThrow( kErrorStreamCorrupted );
+        XRefuse(
+            inStream, kErrorStreamCorrupted,
+            [&]
+            {
+                return XDescribeVersion( version ) + " stands where " + XDescribeVersion( inExpected ) +
+                    " is expected";
+            } );
     if ( version.GetClassRevision() > inExpected.GetClassRevision() )
-        XThrow( kErrorRevisionTooNew );
+        XRefuse(
+            inStream, kErrorRevisionTooNew, [&] { return XDescribeVersion( version ) + " is too new"; } );
+    if ( inStream.GetPosition() > position )
+        XEndField( inStream, [&] { return "Version: " + XDescribeVersion( version ); } );
     return version;
 }

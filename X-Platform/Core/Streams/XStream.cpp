@@ -3,6 +3,7 @@
 #include "Core/Errors/Internal/XSwallowErrors.h"
 #include "Core/Identifiers/XUUID.h"
 #include "Core/Storables/XARGB32Colour.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
@@ -98,10 +99,23 @@ void XStream::SetByteOrder( XByteOrder inByteOrder )
 
 void XStream::ReadByteOrder()
 {
+    XBeginField( *this, "the byte order mark" );
     const std::uint8_t mark = Read8();
     if ( mark != 'I' && mark != 'M' )
-        XThrow( kErrorStreamCorrupted );
+        XRefuse(
+            *this, kErrorStreamCorrupted,
+            [&]
+            {
+                return "the first byte is " + std::to_string( mark ) +
+                    ", neither I (73) nor M (77): this is no stream";
+            } );
     SetByteOrder( mark == 'I' ? kIntelOrder : kMotorolaOrder );
+    XEndField(
+        *this,
+        [&] {
+            return mark == 'I' ? "Byte order I: Intel, low byte first"
+                               : "Byte order M: Motorola, high byte first";
+        } );
 }
 
 void XStream::WriteByteOrder()
@@ -220,9 +234,15 @@ USize64 XStream::CheckedSize( USize64 inCount, unsigned inWidth )
 
 void XStream::CheckRemaining( USize64 inCount, USize64 inElementSize )
 {
-    const SSize64 remaining = itsBoundedReads ? GetRemaining() : -1;
-    if ( remaining >= 0 && inElementSize > 0 && inCount > static_cast<USize64>( remaining ) / inElementSize )
+    if ( !HasRemaining( inCount, inElementSize ) )
         XThrow( kErrorEndOfFile );
+}
+
+bool XStream::HasRemaining( USize64 inCount, USize64 inElementSize )
+{
+    const SSize64 remaining = itsBoundedReads ? GetRemaining() : -1;
+    return remaining < 0 || inElementSize == 0 ||
+        inCount <= static_cast<USize64>( remaining ) / inElementSize;
 }
 
 XStream::XPositionSaver::~XPositionSaver()

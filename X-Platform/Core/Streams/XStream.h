@@ -14,6 +14,7 @@
 #include <type_traits>
 
 class XARGB32Colour;
+class XStreamObserver;
 class XString;
 class XUUID;
 
@@ -200,6 +201,8 @@ public:
     /// Throws 1260 when this is a bounded stream and fewer than `inCount` elements of `inElementSize` bytes
     /// remain. An open-ended stream passes.
     void CheckRemaining( USize64 inCount, USize64 inElementSize );
+    /// Whether CheckRemaining passes.
+    bool HasRemaining( USize64 inCount, USize64 inElementSize );
     /// Replaces `outVector` by `inCount` integers or floats. The vector grows at once where the bytes are
     /// known to be there, else by at most kReadStep bytes ahead of what has arrived.
     template<class T>
@@ -247,6 +250,10 @@ public:
     /// nested more than kMaxObjectDepth deep, and what the object's reading throws; then nothing is left
     /// behind.
     virtual XStorable* ReadObject( XStorable::XOptions inOptions = XStorable::kNoOptions );
+    /// Reads an object of class `T` or of one that descends from it, never null. An object of another class is 1005, and
+    /// is not even made: a file cannot nest objects where they have no place.
+    template<class T>
+    std::unique_ptr<T> ReadObjectOf( XStorable::XOptions inOptions = XStorable::kNoOptions );
     /// The version that the last ReadObject created an object from, or 0.
     XVersion GetLastClassCreated() const;
 
@@ -270,6 +277,19 @@ public:
     private:
         unsigned& itsDepth;
     };
+
+    // ---- Observers
+
+    /// Readers report to `inObserver`, which is borrowed, what they read and why they refuse it; null for none, as at
+    /// first. Positions are reported with `inOrigin` added: for a stream over a part of another. Where a version may be
+    /// missing (in old streams) and the observed stream ends within it, that is 1260.
+    void SetObserver( XStreamObserver* inObserver, SSize64 inOrigin = 0 )
+    {
+        itsObserver = inObserver;
+        itsObservedOrigin = inOrigin;
+    }
+    XStreamObserver* GetObserver() const { return itsObserver; }
+    SSize64 GetObservedPosition() const { return itsObservedOrigin + GetPosition(); }
 
     // ---- Hints
 
@@ -325,6 +345,9 @@ private:
         return inBuffer && inCount - 1 < kMostBytes;
     }
 
+    void CheckNextObject( const XVersion& inBase );
+    std::unique_ptr<XStorable> MakeObject( const XVersion& inVersion, XStorable::XOptions inOptions );
+
     void ReadSlowly( void* buffer, USize64 count );
     void ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 count );
     void Refill( SSize64 inPosition, USize64 inLeast );
@@ -350,6 +373,8 @@ private:
     USize64 itsBufferSize;
     std::unique_ptr<std::uint8_t[]> itsOwnBlock;
     XVector<XVersion> itsClassesCreated;
+    XStreamObserver* itsObserver = nullptr; // not owned
+    SSize64 itsObservedOrigin = 0;
     XVersion itsStreamVersion = kCurrentStreamVersion;
     XCompressionLevel itsSuggestedCompressionLevel = kNormalCompression;
     unsigned itsObjectDepth = 0;
@@ -460,6 +485,18 @@ inline void XStream::WriteBuffer8( const void* buffer, USize64 count )
     }
     else
         WriteSlowly( buffer, count );
+}
+
+template<class T>
+std::unique_ptr<T> XStream::ReadObjectOf( XStorable::XOptions inOptions )
+{
+    CheckNextObject( T::GetClassVersion() );
+    std::unique_ptr<XStorable> object( ReadObject( inOptions ) );
+    auto* const found = dynamic_cast<T*>( object.get() );
+    if ( !found )
+        XThrow( kErrorStreamCorrupted );
+    object.release();
+    return std::unique_ptr<T>( found );
 }
 
 template<class T>

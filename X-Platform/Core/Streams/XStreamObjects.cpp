@@ -2,6 +2,7 @@
 
 #include "Core/Errors/XException.h"
 #include "Core/Streams/XClassRegistry.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
@@ -11,7 +12,8 @@
 
 namespace
 {
-/// The next value as a version, or 0 when nothing can be read there.
+/// The next value as a version, or 0 when nothing can be read there: where nobody observes, a failure is to show only
+/// when something is missing.
 XVersion ReadVersionIfAny( XStream& inStream )
 {
     try
@@ -20,10 +22,20 @@ XVersion ReadVersionIfAny( XStream& inStream )
     }
     catch ( const XException& error )
     {
-        if ( !error.ShouldReportError() )
+        if ( !error.ShouldReportError() || inStream.GetObserver() )
             throw; // a stop or an abort, not a failed read
         return 0;
     }
+}
+
+/// Why there is no object of a class.
+std::string DescribeRefusal( const XVersion& inVersion, std::uint32_t inErrorNumber )
+{
+    const std::string text = XDescribeVersion( inVersion );
+    if ( !XClassRegistry::IsRegistered( inVersion ) )
+        return text + " is not known";
+    return inErrorNumber == kErrorRevisionTooNew ? text + " is too new"
+                                                 : "an object of " + text + " has no place here";
 }
 } // namespace
 
@@ -36,17 +48,25 @@ void XStream::WriteStreamInfo()
 void XStream::ReadStreamInfo()
 {
     ReadByteOrder();
+    XBeginField( *this, "the version of the stream" );
     const SSize64 position = GetPosition();
     const XVersion version = ReadVersionIfAny( *this );
     if ( !XClassRegistry::IsA( version, kCurrentStreamVersion ) )
     {
         itsStreamVersion = XVersion( kClassStream, 0 );
         SeekTo( position );
-        return;
+        return XEndField( *this, [] { return "Stream: an old one without a version"; } );
     }
     if ( version.GetClassRevision() > kCurrentStreamVersion.GetClassRevision() )
-        XThrow( kErrorRevisionTooNew );
+        XRefuse(
+            *this, kErrorRevisionTooNew,
+            [&]
+            {
+                return "the stream is of revision " + std::to_string( version.GetClassRevision() ) +
+                    ", which is too new";
+            } );
     itsStreamVersion = version;
+    XEndField( *this, [&] { return "Stream: " + XDescribeVersion( version ); } );
 }
 
 void XStream::WriteObject( const XStorable& inObject, XStorable::XOptions inOptions )
@@ -66,16 +86,51 @@ void XStream::WriteObject( const XStorable* inObject, XStorable::XOptions inOpti
 
 XStorable* XStream::ReadObject( XStorable::XOptions inOptions )
 {
+    XBeginField( *this, "the version of an object" );
+    const SSize64 position = GetObservedPosition();
     const XVersion version = ReadVersion();
     if ( version == XVersion( kClassNone ) )
+    {
+        XEndField( *this, [] { return "No object"; } );
         return nullptr;
+    }
     const XNestedObject nested( *this );
-    std::unique_ptr<XStorable> object(
-        XClassRegistry::CreateObject( version, *this, kClassNone, inOptions ) );
+    std::unique_ptr<XStorable> object = MakeObject( version, inOptions );
     itsClassesCreated.push_back( version );
+    if ( itsObserver )
+        itsObserver->BeginObject( position, version );
     object->PreReadStream( *this, version, inOptions );
     object->ReadStream2( *this, inOptions );
+    if ( itsObserver )
+        itsObserver->EndObject( GetObservedPosition() );
     return object.release();
+}
+
+std::unique_ptr<XStorable> XStream::MakeObject( const XVersion& inVersion, XStorable::XOptions inOptions )
+{
+    try
+    {
+        return std::unique_ptr<XStorable>(
+            XClassRegistry::CreateObject( inVersion, *this, kClassNone, inOptions ) );
+    }
+    catch ( const XException& error )
+    {
+        if ( itsObserver )
+            itsObserver->Refuse( DescribeRefusal( inVersion, error.GetErrorNumber() ) );
+        throw;
+    }
+}
+
+void XStream::CheckNextObject( const XVersion& inBase )
+{
+    XBeginField( *this, "the version of an object" );
+    const XVersion version = PeekVersion();
+    // A class that is not registered is left to the making, which knows what it is an alias for.
+    const bool isOther = version.GetClassID() == kClassNone ||
+        ( XClassRegistry::IsRegistered( version ) && !XClassRegistry::IsA( version, inBase ) );
+    if ( isOther )
+        XRefuse(
+            *this, kErrorStreamCorrupted, [&] { return DescribeRefusal( version, kErrorStreamCorrupted ); } );
 }
 
 XVersion XStream::GetLastClassCreated() const

@@ -1,7 +1,6 @@
 #include "Pivot/Columns/XPivotColumn.h"
 
-#include "Core/Streams/XClassRegistry.h"
-#include "Core/Streams/XStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 #include "Pivot/Columns/Internal/XPivotColumnIDRegistry.h"
 #include "Pivot/Columns/Internal/XPivotConversions.h"
@@ -19,6 +18,11 @@
 namespace
 {
 constexpr std::uint32_t kRowsPerBlock = 4096;
+
+std::string Describe( const XPivotRun& inRun )
+{
+    return std::to_string( inRun.length ) + " rows from row " + std::to_string( inRun.start ) + " on";
+}
 } // namespace
 
 XPivotColumn::XPivotColumn(
@@ -324,8 +328,8 @@ void XPivotColumn::ReadStream2( XStream& inStream, XOptions inOptions )
     ReadCheckedVersion( inStream, XPivotColumn::GetClassVersion() );
     itsDescriptor = ReadDescriptor( inStream, inOptions );
     ReportDescriptorSet();
-    itsRevision = inStream.Read32();
-    itsVisibilityOptions = inStream.Read32();
+    itsRevision = XReadField32( inStream, "Revision" );
+    itsVisibilityOptions = XReadField32( inStream, "Visibility options" );
     ReadExists( inStream );
 }
 
@@ -341,26 +345,49 @@ void XPivotColumn::WriteStream2( XStream& inStream, XOptions inOptions ) const
 
 XPivotColumnDescriptor XPivotColumn::ReadDescriptor( XStream& inStream, XOptions inOptions )
 {
-    // Asked before the object is made, so that a file cannot nest columns in the place of descriptors.
-    const XVersion version = inStream.PeekVersion();
-    if ( XClassRegistry::IsRegistered( version ) &&
-         !XClassRegistry::IsA( version, XPivotColumnDescriptor::GetClassVersion() ) )
-        XThrow( kErrorStreamCorrupted );
-    const std::unique_ptr<XStorable> object( inStream.ReadObject( inOptions ) );
-    const auto* descriptor = dynamic_cast<const XPivotColumnDescriptor*>( object.get() );
-    if ( !descriptor )
-        XThrow( kErrorStreamCorrupted );
-    return *descriptor;
+    return *inStream.ReadObjectOf<XPivotColumnDescriptor>( inOptions );
 }
 
 void XPivotColumn::ReadExists( XStream& inStream )
 {
-    const std::uint32_t count = inStream.Read32();
-    if ( count > kMaxRows )
-        XThrow( kErrorStreamCorrupted );
+    const std::uint32_t count = XReadField32( inStream, "Rows" );
+    XBeginField( inStream, "the exists flags" );
+    if ( !inStream.HasRemaining( count, 1 ) || count > kMaxRows )
+        XRefuse(
+            inStream, count > kMaxRows ? kErrorStreamCorrupted : kErrorEndOfFile,
+            [&]
+            {
+                const auto claim = std::to_string( count ) + " exists flags are claimed, but ";
+                return inStream.HasRemaining( count, 1 )
+                    ? claim + "a column has at most " + std::to_string( kMaxRows ) + " rows"
+                    : claim + "the file has " + std::to_string( inStream.GetRemaining() ) + " bytes more";
+            } );
     inStream.ReadCounted( itsExists, count );
     if ( !XAreExistsFlags( itsExists ) )
-        XThrow( kErrorStreamCorrupted );
+        RefuseExists( inStream );
+    XEndField(
+        inStream,
+        [&]
+        {
+            const auto present = std::ranges::count( itsExists, std::uint8_t{ 1 } );
+            return "Exists flags: " + std::to_string( present ) + " of " + std::to_string( count ) +
+                " rows have a value";
+        } );
+}
+
+void XPivotColumn::RefuseExists( XStream& inStream ) const
+{
+    const auto bad = std::ranges::find_if( itsExists, []( std::uint8_t inFlag ) { return inFlag > 1; } );
+    const auto row = bad - itsExists.begin();
+    if ( auto* const observer = inStream.GetObserver() )
+        observer->BeginPart( inStream.GetObservedPosition() - ( itsExists.end() - bad ) );
+    XRefuse(
+        inStream, kErrorStreamCorrupted,
+        [&]
+        {
+            return "the exists flag of row " + std::to_string( row ) + " is " + std::to_string( *bad ) +
+                ", neither 0 nor 1";
+        } );
 }
 
 void XPivotColumn::WriteRuns( XStream& inStream ) const
@@ -380,15 +407,23 @@ void XPivotColumn::ReadRuns( XStream& inStream, XOptions inOptions )
 {
     XPivotRunFinder finder( itsExists );
     XPivotRun run;
+    XBeginField( inStream, "the length of a run" );
     while ( const std::uint32_t length = inStream.Read32() )
     {
         const XPivotRun found = { inStream.Read32(), length };
         if ( !finder.Next( run ) || found != run )
             RefuseRun( inStream, found, inOptions );
+        XEndField( inStream, [&] { return "Run: " + Describe( found ); } );
+        XBeginField( inStream, "the values of a run" );
         ReadSparseColumnDataSelf( inStream, found.start, found.length );
+        XEndField( inStream, [&] { return std::to_string( length ) + " values"; } );
+        XBeginField( inStream, "the length of a run" );
     }
     if ( finder.Next( run ) )
-        XThrow( kErrorStreamCorrupted );
+        XRefuse(
+            inStream, kErrorStreamCorrupted,
+            [&] { return "the runs end, but row " + std::to_string( run.start ) + " has no value yet"; } );
+    XEndField( inStream, [] { return "End of the runs"; } );
 }
 
 void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOptions inOptions )
@@ -397,7 +432,14 @@ void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOption
     const bool isOuter = USize( inRun.start ) + inRun.length > itsExists.size();
     if ( isOuter && !( inOptions & kRefuseOuterRuns ) )
         ReadSparseColumnDataSelf( inStream, inRun.start, inRun.length );
-    XThrow( kErrorStreamCorrupted );
+    XRefuse(
+        inStream, kErrorStreamCorrupted,
+        [&]
+        {
+            return "a run of " + Describe( inRun ) +
+                ( isOuter ? " reaches beyond the " + std::to_string( itsExists.size() ) + " rows"
+                          : " contradicts the exists flags" );
+        } );
 }
 
 // ---- Names of IDs

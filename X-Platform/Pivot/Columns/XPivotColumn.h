@@ -273,6 +273,7 @@ protected:
 private:
     void ReportDescriptorSet();
     void ReadExists( XStream& inStream );
+    [[noreturn]] void RefuseExists( XStream& inStream ) const;
 
     XVector<std::uint8_t> itsExists; // one per row, 0 or 1
     XPivotTable* itsTable = nullptr; // not owned

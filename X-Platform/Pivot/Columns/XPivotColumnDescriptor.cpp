@@ -1,6 +1,6 @@
 #include "Pivot/Columns/XPivotColumnDescriptor.h"
 
-#include "Core/Streams/XStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Pivot/Columns/Internal/XPivotColumnIDRegistry.h"
 
 namespace
@@ -19,6 +19,14 @@ constexpr const char* kReplacements[][2] = {
     { "^2", "\xB2" },
     { "^3", "\xB3" },
 };
+
+std::string DescribeID( XPivotColumnID inID )
+{
+    if ( inID == kPivotUserDefined )
+        return "ID: 1 (user-defined)";
+    const XString* const name = XPivotColumnIDRegistry::FindName( inID );
+    return "ID: " + std::to_string( inID ) + ( name ? " " + XQuoteStoredText( *name ) : " (not registered)" );
+}
 } // namespace
 
 XPivotColumnDescriptor::XPivotColumnDescriptor(
@@ -35,10 +43,12 @@ USize64 XPivotColumnDescriptor::GetStreamUsage() const
 void XPivotColumnDescriptor::ReadStream2( XStream& inStream, XOptions )
 {
     ReadCheckedVersion( inStream, GetClassVersion() );
+    XBeginField( inStream, "the column's ID" );
     itsID = static_cast<XPivotColumnID>( inStream.Read32S() );
-    inStream.ReadString( itsColumnName );
-    inStream.ReadString( itsChannelName );
-    inStream.ReadString( itsUnits );
+    XEndField( inStream, [&] { return DescribeID( itsID ); } );
+    XReadFieldString( inStream, "Name", itsColumnName );
+    XReadFieldString( inStream, "Channel", itsChannelName );
+    XReadFieldString( inStream, "Units", itsUnits );
 }
 
 void XPivotColumnDescriptor::WriteStream2( XStream& inStream, XOptions ) const

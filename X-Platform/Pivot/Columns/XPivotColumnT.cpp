@@ -1,10 +1,13 @@
 #include "Pivot/Columns/XPivotColumnT.h"
 
+#include "Core/Streams/XStreamFields.h"
+#include "Core/Strings/XNumberText.h"
 #include "Pivot/Columns/Internal/XPivotValueStream.h"
 #include "Pivot/Rows/Internal/XPivotRowOrder.h"
 #include "Pivot/Rows/Internal/XPivotRunBlocks.h"
 
 #include <cmath>
+#include <concepts>
 #include <functional>
 #include <memory>
 #include <numeric>
@@ -79,6 +82,33 @@ struct XValueHash
     std::size_t operator()( std::uint32_t inValue ) const { return inValue; }
     std::size_t operator()( std::int32_t inValue ) const { return static_cast<std::uint32_t>( inValue ); }
 };
+
+std::string DescribeValue( const XString& inValue )
+{
+    return XQuoteStoredText( inValue );
+}
+std::string DescribeValue( double inValue )
+{
+    std::string text;
+    XAppendNumber( text, inValue );
+    return text;
+}
+std::string DescribeValue( const XTime& inValue )
+{
+    return std::to_string( inValue.GetMicroSeconds() ) + " microseconds";
+}
+std::string DescribeValue( const XUUID& inValue )
+{
+    return std::string( inValue.UUIDToString().GetStringView() );
+}
+std::string DescribeValue( const XVersion& inValue )
+{
+    return XDescribeVersion( inValue );
+}
+std::string DescribeValue( std::integral auto inValue )
+{
+    return std::to_string( inValue );
+}
 
 template<class T>
 bool IsNaN( const T& inValue )
@@ -302,10 +332,12 @@ void XPivotColumnT<T>::ReadStream2( XStream& inStream, XOptions inOptions )
 template<class T>
 void XPivotColumnT<T>::ReadValues( XStream& inStream, XOptions inOptions )
 {
+    XBeginField( inStream, "the default value" );
     XReadPivotValues( inStream, &itsDefaultValue, 1 );
+    XEndField( inStream, [&] { return "Default value: " + DescribeValue( itsDefaultValue ); } );
     if constexpr ( kIsPivotBlockValue<T> )
     {
-        if ( inStream.GetByteOrder() == kPlatformByteOrder )
+        if ( inStream.GetByteOrder() == kPlatformByteOrder && !inStream.GetObserver() )
         {
             itsColumnData.resize( GetExistsVector().size(), itsDefaultValue );
             const auto refused = XGetPivotRunBlockLoops<sizeof( T )>().read(

@@ -2,29 +2,47 @@
 
 #include "Core/Errors/XException.h"
 #include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 
 void XPivotOpaqueColumn::ReadContents( XStream& inStream, USize64 inLength )
 {
+    const SSize64 origin = inStream.GetObservedPosition();
     inStream.ReadCounted( itsContents, inLength );
     itsByteOrder = inStream.GetByteOrder();
     XMemStream contents( itsContents.data(), itsContents.size() );
     contents.SetByteOrder( itsByteOrder );
+    contents.SetObserver( inStream.GetObserver(), origin );
     try
     {
-        contents.ReadVersion();
-        XPivotColumn::ReadStream2( contents );
+        ReadKnownFields( contents );
     }
     catch ( const XException& error )
     {
-        if ( error.GetErrorNumber() == kErrorEndOfFile )
-            XThrow( kErrorStreamCorrupted ); // the column is too short, not the stream
+        if ( error.GetErrorNumber() == kErrorEndOfFile ) // the column is too short, not the stream
+            XRefuse( inStream, kErrorStreamCorrupted, [] { return "the column is longer than it claims"; } );
         throw;
     }
     const auto rowCount = static_cast<std::uint32_t>( GetExistsVector().size() );
     GetExists().clear(); // there are no values to be read here
     itsTakesAnyRowCount = rowCount == 0;
     TakeRowCount( rowCount );
+}
+
+/// A column of a class that is not known begins as the others do.
+void XPivotOpaqueColumn::ReadKnownFields( XStream& inContents )
+{
+    XBeginField( inContents, "the version of an object" );
+    const SSize64 position = inContents.GetObservedPosition();
+    const XVersion version = inContents.ReadVersion();
+    if ( auto* const observer = inContents.GetObserver() )
+        observer->BeginObject( position, version );
+    XPivotColumn::ReadStream2( inContents );
+    XBeginField( inContents, "the fields of a class that is not known" );
+    inContents.SeekTo( inContents.GetExtent() );
+    XEndField( inContents, [] { return "Fields of a class that is not known"; } );
+    if ( auto* const observer = inContents.GetObserver() )
+        observer->EndObject( inContents.GetObservedPosition() );
 }
 
 void XPivotOpaqueColumn::WriteContents( XStream& inStream ) const

@@ -37,6 +37,7 @@ public:
     void Reorder( const XVector<std::uint32_t>& inOrder ) override;
 
 private:
+    void ReadKnownFields( XStream& inContents );
     void LetGoUnless( bool inIsUnchanged );
 
     XVector<std::uint8_t> itsContents; // envelope included; empty once let go of

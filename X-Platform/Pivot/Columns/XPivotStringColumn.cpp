@@ -1,5 +1,6 @@
 #include "Pivot/Columns/XPivotStringColumn.h"
 
+#include "Core/Streams/XStreamFields.h"
 #include "Pivot/Columns/Internal/XPivotConversions.h"
 #include "Pivot/Columns/Internal/XPivotTextPool.h"
 
@@ -89,5 +90,8 @@ void XPivotStringColumn::ReadSparseColumnDataSelf( XStream& inStream, USize inSt
     XAssert( endRow <= itsColumnData.size() );
     XPivotTextPool& pool = itsTextPool.Get();
     for ( USize row = inStartRow; row < endRow; ++row )
+    {
+        XBeginPart( inStream );
         pool.Read( inStream, itsColumnData[row] );
+    }
 }

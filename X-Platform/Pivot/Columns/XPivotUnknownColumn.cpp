@@ -1,6 +1,6 @@
 #include "Pivot/Columns/XPivotUnknownColumn.h"
 
-#include "Core/Streams/XStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 #include "Pivot/Rows/Internal/XPivotRuns.h"
 
@@ -93,10 +93,15 @@ void XPivotUnknownColumn::ReadStream2( XStream& inStream, XOptions inOptions )
 {
     XPivotColumn::ReadStream2( inStream, inOptions );
     ReadCheckedVersion( inStream, GetVersion() );
-    const std::uint32_t rowCount = inStream.Read32();
+    const std::uint32_t rowCount = XReadField32( inStream, "Rows without values" );
     const std::size_t flagCount = GetExistsVector().size();
-    if ( rowCount > kMaxRows || ( flagCount != 0 && flagCount != rowCount ) )
-        XThrow( kErrorStreamCorrupted );
+    if ( flagCount != 0 && flagCount != rowCount )
+        XRefuse(
+            inStream, kErrorStreamCorrupted,
+            [] { return "these are not as many rows as there are exists flags"; } );
+    if ( rowCount > kMaxRows )
+        XRefuse(
+            inStream, kErrorStreamCorrupted, [] { return "these are more rows than a column can have"; } );
     GetExists().clear(); // no row has a value, whatever the flags say
     itsRowCount = rowCount;
 }

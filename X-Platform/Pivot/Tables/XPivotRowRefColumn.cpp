@@ -1,6 +1,6 @@
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 
-#include "Core/Streams/XStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 #include "Pivot/Tables/XPivotTable.h"
 
@@ -24,6 +24,14 @@ XPivotRowRefColumn::XReference ToReference(
         inRecord.uuid, static_cast<std::uint32_t>( std::min<std::uint64_t>( count, kMostNumbers ) ),
         inRecord.userVisibleID,
         inRecord.row == XPivotRowRefs::kSomeRow ? inRowsByPlace[inPlace] : inRecord.row };
+}
+
+std::string Describe( const XPivotRowRefColumn::XReference& inReference )
+{
+    const auto& [uuid, count, userVisibleID, row] = inReference;
+    return "Reference to " + std::string( uuid.UUIDToString().GetStringView() ) + ": user-visible ID " +
+        std::to_string( userVisibleID ) + ", references " + std::to_string( count ) +
+        ( row != XPivotRowRefColumn::kNoRow ? ", row " + std::to_string( row ) : ", no row" );
 }
 } // namespace
 
@@ -440,12 +448,14 @@ void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
 
 void XPivotRowRefColumn::ReadReferences( XStream& inStream )
 {
-    const std::uint32_t count = inStream.Read32();
-    inStream.CheckRemaining( count, kReferenceSize );
+    const std::uint32_t count = XReadField32( inStream, "References" );
+    if ( !inStream.GetObserver() ) // which is told of those that there are
+        inStream.CheckRemaining( count, kReferenceSize );
     itsRefs.Reserve( std::min( count, GetColumnSize() ) ); // The rows have been read.
     for ( std::uint32_t i = 0; i < count; ++i )
         ReadReference( inStream );
-    FindRowPlaces();
+    XBeginField( inStream, "the next user-visible ID" );
+    FindRowPlaces( inStream );
 }
 
 void XPivotRowRefColumn::ReadNumbering( XStream& inStream )
@@ -454,33 +464,60 @@ void XPivotRowRefColumn::ReadNumbering( XStream& inStream )
     ids.reserve( itsRefs.GetSize() );
     itsRefs.ForEach( [&]( const auto& inRecord ) { ids.push_back( inRecord.userVisibleID ); } );
     std::ranges::sort( ids );
-    const std::uint32_t next = inStream.Read32();
+    const std::uint32_t next = XReadField32( inStream, "Next user-visible ID" );
     const auto ahead = std::ranges::lower_bound( ids, next );
     const bool isNextInUse = ahead != ids.end() && *ahead == next;
-    if ( next == 0 || isNextInUse )
-        XThrow( kErrorStreamCorrupted );
+    if ( next == 0 )
+        XRefuse( inStream, kErrorStreamCorrupted, [] { return "the next user-visible ID is 0"; } );
+    if ( isNextInUse )
+        XRefuse(
+            inStream, kErrorStreamCorrupted,
+            [&] { return "the next user-visible ID, " + std::to_string( next ) + ", is in use"; } );
     itsNumbering = { next, { ahead, ids.end() } };
 }
 
 /// Takes all references for references from elsewhere, until the rows are known to have some of them.
 void XPivotRowRefColumn::ReadReference( XStream& inStream )
 {
-    const XUUID uuid = inStream.ReadUUID();
-    if ( uuid.IsNil() || itsRefs.Find( uuid ) != kNoPlace )
-        XThrow( kErrorStreamCorrupted );
-    const XPlace place = itsRefs.FindOrAdd( uuid );
-    auto& record = itsRefs[place];
-    record.others = inStream.Read32();
-    const std::uint32_t userVisibleID = inStream.Read32();
-    record.row = inStream.Read32();
-    const bool isRowRight = record.row == kNoRow || IsHeldBy( uuid, record.row );
-    if ( record.others == 0 || userVisibleID == 0 || !isRowRight ||
-         itsRefs.FindUserVisibleID( userVisibleID ) != kNoPlace )
-        XThrow( kErrorStreamCorrupted );
-    itsRefs.SetUserVisibleID( place, userVisibleID );
+    XBeginField( inStream, "a reference" );
+    XReference reference;
+    reference.uuid = inStream.ReadUUID();
+    reference.count = inStream.Read32();
+    reference.userVisibleID = inStream.Read32();
+    reference.row = inStream.Read32();
+    CheckReference( inStream, reference );
+    XEndField( inStream, [&] { return Describe( reference ); } );
+    const XPlace place = itsRefs.FindOrAdd( reference.uuid );
+    itsRefs[place].others = reference.count;
+    itsRefs[place].row = reference.row;
+    itsRefs.SetUserVisibleID( place, reference.userVisibleID );
 }
 
-void XPivotRowRefColumn::FindRowPlaces()
+void XPivotRowRefColumn::CheckReference( XStream& inStream, const XReference& inReference ) const
+{
+    const auto& [uuid, count, userVisibleID, row] = inReference;
+    const auto refuse = [&]( const auto& inGetFault )
+    { XRefuse( inStream, kErrorStreamCorrupted, [&] { return "a reference is wrong: " + inGetFault(); } ); };
+    const auto text = []( const char* inText ) { return [inText] { return std::string( inText ); }; };
+    if ( uuid.IsNil() )
+        refuse( text( "a reference to no object" ) );
+    if ( count == 0 )
+        refuse( text( "nothing refers to it" ) );
+    if ( userVisibleID == 0 )
+        refuse( text( "its user-visible ID is 0" ) );
+    if ( itsRefs.FindUserVisibleID( userVisibleID ) != kNoPlace )
+        refuse(
+            [&] {
+                return "its user-visible ID, " + std::to_string( userVisibleID ) +
+                    ", is that of another reference";
+            } );
+    if ( row != kNoRow && !IsHeldBy( uuid, row ) )
+        refuse( [&] { return "row " + std::to_string( row ) + " does not hold its identifier"; } );
+    if ( itsRefs.Find( uuid ) != kNoPlace )
+        refuse( text( "there is a reference to the same object before" ) );
+}
+
+void XPivotRowRefColumn::FindRowPlaces( XStream& inStream )
 {
     itsRowPlaces.assign( GetColumnSize(), kNoPlace );
     for ( std::uint32_t row = 0; row < GetColumnSize(); ++row )
@@ -489,10 +526,21 @@ void XPivotRowRefColumn::FindRowPlaces()
             continue;
         itsRowPlaces[row] = itsRefs.Find( itsColumnData[row] );
         if ( itsRowPlaces[row] == kNoPlace )
-            XThrow( kErrorStreamCorrupted );
+            XRefuse(
+                inStream, kErrorStreamCorrupted,
+                [&] {
+                    return "the references end, but there is no reference to the object of row " +
+                        std::to_string( row );
+                } );
         auto& record = itsRefs[itsRowPlaces[row]];
         if ( record.others == 0 )
-            XThrow( kErrorStreamCorrupted ); // more rows than references
+            XRefuse(
+                inStream, kErrorStreamCorrupted,
+                [&]
+                {
+                    return "the references end, but more rows hold the object of row " +
+                        std::to_string( row ) + " than its reference counts";
+                } );
         --record.others;
         ++record.rows;
         if ( record.row == kNoRow )

@@ -137,8 +137,9 @@ private:
     bool IsHeldBy( const XUUID& inUUID, std::uint32_t inRow ) const;
     void ReadReferences( XStream& inStream );
     void ReadReference( XStream& inStream );
+    void CheckReference( XStream& inStream, const XReference& inReference ) const;
     void ReadNumbering( XStream& inStream );
-    void FindRowPlaces();
+    void FindRowPlaces( XStream& inStream );
 
     XPivotRowRefs itsRefs;
     XVector<XPlace> itsRowPlaces; // of each row's record; kNoPlace for rows that name no object

@@ -213,7 +213,8 @@ private:
     using XColumns = XVector<std::unique_ptr<XPivotColumn>>;
 
     static void WriteColumn( XStream& inStream, const XPivotColumn& inColumn, XOptions inOptions );
-    static std::unique_ptr<XPivotColumn> ReadColumn( XStream& inStream, XOptions inOptions );
+    static void ReadColumn( XStream& inStream, XOptions inOptions, XColumns& ioColumns );
+    static void CheckRowCount( XStream& inStream, const XPivotColumn& inColumn, const XColumns& inBefore );
     static void SettleRowCounts( const XColumns& inColumns );
     void AppendRows( const XPivotTable& inOther );
     void ReorderRows( const XVector<std::uint32_t>& inRows );

@@ -1,12 +1,12 @@
 #include "Pivot/Tables/XPivotTable.h"
 
 #include "Core/Streams/XClassRegistry.h"
-#include "Core/Streams/XStream.h"
+#include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 #include "Pivot/Columns/XPivotOpaqueColumn.h"
 #include "Pivot/Tables/Internal/XPivotTableReferences.h"
 
-#include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace
@@ -16,6 +16,39 @@ const XPivotOpaqueColumn* FindContents( const XPivotColumn& inColumn )
 {
     const auto* opaque = dynamic_cast<const XPivotOpaqueColumn*>( &inColumn );
     return opaque && opaque->HasContents() ? opaque : nullptr;
+}
+
+/// The column as one that does not tell its number of rows, or null.
+const XPivotOpaqueColumn* FindOpen( const XPivotColumn& inColumn )
+{
+    const auto* opaque = dynamic_cast<const XPivotOpaqueColumn*>( &inColumn );
+    return opaque && opaque->TakesAnyRowCount() ? opaque : nullptr;
+}
+
+/// The number of rows that the first column tells that tells it.
+std::optional<std::uint32_t> FindRowCount( const XVector<std::unique_ptr<XPivotColumn>>& inColumns )
+{
+    for ( const auto& column : inColumns )
+        if ( !FindOpen( *column ) )
+            return column->GetColumnSize();
+    return std::nullopt;
+}
+
+std::string DescribeColumn( std::size_t inIndex )
+{
+    return "column " + std::to_string( inIndex );
+}
+
+std::unique_ptr<XPivotColumn>
+ReadColumnObject( XStream& inStream, std::uint64_t inLength, XStorable::XOptions inOptions )
+{
+    const XVersion version = inStream.PeekVersion();
+    if ( XClassRegistry::IsRegistered( version ) || version.GetClassID() == kClassNone ||
+         inStream.IsOldStream() )
+        return inStream.ReadObjectOf<XPivotColumn>( inOptions );
+    auto column = std::make_unique<XPivotOpaqueColumn>();
+    column->ReadContents( inStream, inLength );
+    return column;
 }
 } // namespace
 
@@ -65,52 +98,70 @@ void XPivotTable::ReadStream2( XStream& inStream, XOptions inOptions )
 {
     ReadCheckedVersion( inStream, GetClassVersion() );
     XColumns columns;
-    for ( std::uint32_t left = inStream.Read32(); left > 0; --left )
-        columns.push_back( ReadColumn( inStream, inOptions ) );
+    for ( std::uint32_t left = XReadField32( inStream, "Columns" ); left > 0; --left )
+        ReadColumn( inStream, inOptions, columns );
     SettleRowCounts( columns );
     TakeColumns( std::move( columns ) );
     XPivotTableReferences::TakeOver( *this );
 }
 
-/// Columns that do not tell their number of rows take that of those that do; these have to agree.
+/// Columns that do not tell their number of rows take that of those that do.
 void XPivotTable::SettleRowCounts( const XColumns& inColumns )
 {
-    const auto findOpen = []( const std::unique_ptr<XPivotColumn>& inColumn )
-    {
-        auto* opaque = dynamic_cast<XPivotOpaqueColumn*>( inColumn.get() );
-        return opaque && opaque->TakesAnyRowCount() ? opaque : nullptr;
-    };
-    const auto settled = std::ranges::find( inColumns, nullptr, findOpen );
-    const std::uint32_t rowCount = settled == inColumns.end() ? 0 : ( *settled )->GetColumnSize();
+    const std::uint32_t rowCount = FindRowCount( inColumns ).value_or( 0 );
     for ( const auto& column : inColumns )
-    {
-        if ( auto* open = findOpen( column ) )
-            open->TakeRowCount( rowCount );
-        if ( column->GetColumnSize() != rowCount )
-            XThrow( kErrorStreamCorrupted );
-    }
+        if ( FindOpen( *column ) )
+            static_cast<XPivotOpaqueColumn&>( *column ).TakeRowCount( rowCount );
 }
 
-std::unique_ptr<XPivotColumn> XPivotTable::ReadColumn( XStream& inStream, XOptions inOptions )
+void XPivotTable::ReadColumn( XStream& inStream, XOptions inOptions, XColumns& ioColumns )
 {
+    const auto name = [&] { return DescribeColumn( ioColumns.size() ); };
+    XBeginField( inStream, [&] { return "the length of " + name(); } );
     const std::uint64_t length = inStream.Read64();
-    inStream.CheckRemaining( length, 1 );
+    if ( !inStream.HasRemaining( length, 1 ) )
+        XRefuse(
+            inStream, kErrorEndOfFile,
+            [&]
+            {
+                return name() + " claims " + std::to_string( length ) + " bytes, but the file has " +
+                    std::to_string( inStream.GetRemaining() ) + " more";
+            } );
+    XEndField( inStream, [&] { return "Length of " + name() + ": " + std::to_string( length ); } );
+
     const SSize64 start = inStream.GetPosition();
-    // Asked before the object is made, so that a file cannot nest tables in the place of columns.
-    const XVersion version = inStream.PeekVersion();
-    const bool isKnown = XClassRegistry::IsRegistered( version ) || version.GetClassID() == kClassNone;
-    if ( !isKnown && !inStream.IsOldStream() )
-    {
-        auto column = std::make_unique<XPivotOpaqueColumn>();
-        column->ReadContents( inStream, length );
-        return column;
-    }
-    if ( isKnown && !XClassRegistry::IsA( version, XPivotColumn::GetClassVersion() ) )
-        XThrow( kErrorStreamCorrupted );
-    std::unique_ptr<XStorable> object( inStream.ReadObject( inOptions ) );
-    auto* column = dynamic_cast<XPivotColumn*>( object.get() );
-    if ( !column || static_cast<std::uint64_t>( inStream.GetPosition() - start ) != length )
-        XThrow( kErrorStreamCorrupted );
-    object.release();
-    return std::unique_ptr<XPivotColumn>( column );
+    auto column = ReadColumnObject( inStream, length, inOptions );
+    CheckRowCount( inStream, *column, ioColumns );
+    XBeginField( inStream, [&] { return "the end of " + name(); } );
+    const auto end = static_cast<std::uint64_t>( inStream.GetPosition() - start );
+    if ( end != length )
+        XRefuse(
+            inStream, kErrorStreamCorrupted,
+            [&]
+            {
+                return name() + " ends here after " + std::to_string( end ) + " bytes, not " +
+                    std::to_string( length );
+            } );
+    ioColumns.push_back( std::move( column ) );
+}
+
+/// Columns that tell their number of rows have to agree.
+void XPivotTable::CheckRowCount( XStream& inStream, const XPivotColumn& inColumn, const XColumns& inBefore )
+{
+    const auto before = FindRowCount( inBefore );
+    const std::uint32_t rows = inColumn.GetColumnSize();
+    if ( !before || rows == *before || FindOpen( inColumn ) )
+        return;
+    const bool isUnknown =
+        inColumn.GetVersion() == XPivotUnknownColumn::GetClassVersion() && !FindContents( inColumn );
+    if ( auto* const observer = inStream.GetObserver() )
+        observer->ReturnToField( isUnknown ? "the field \"Rows without values\"" : "the exists flags" );
+    XRefuse(
+        inStream, kErrorStreamCorrupted,
+        [&]
+        {
+            return isUnknown ? "the columns before this one have " + std::to_string( *before ) + " rows"
+                             : DescribeColumn( inBefore.size() ) + " has " + std::to_string( rows ) +
+                    " rows, the columns before it " + std::to_string( *before );
+        } );
 }

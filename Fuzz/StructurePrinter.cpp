@@ -1,6 +1,6 @@
-// The walk through the structure of a stored table: it prints what a file holds, or says where it stops making sense.
+// The printer of the structure of a stored table: it prints what a file holds, or says where it stops making sense.
 
-#include "Tables/StructureWalk.h"
+#include "Tables/StructurePrinter.h"
 
 #include "FuzzTools.h"
 
@@ -11,6 +11,6 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t i
     PrepareCore();
     XMemStream stream( inData, inSize );
     std::ostringstream text;
-    static_cast<void>( StructureWalk( stream, text ).Walk() );
+    static_cast<void>( StructurePrinter( stream, text ).Print() );
     return 0;
 }

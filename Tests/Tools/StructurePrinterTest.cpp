@@ -1,4 +1,4 @@
-#include "Tables/StructureWalk.h"
+#include "Tables/StructurePrinter.h"
 
 #include "Core/Errors/XException.h"
 #include "Core/Streams/XMemStream.h"
@@ -59,17 +59,17 @@ std::string MakeFile( XByteOrder inOrder )
     return std::string( reinterpret_cast<const char*>( stream.GetData() ), stream.GetLength() );
 }
 
-struct Walked
+struct Printed
 {
     std::string damage;
     std::string text;
 };
 
-Walked Walk( const std::string& inFile )
+Printed Print( const std::string& inFile )
 {
     XMemStream stream( inFile.data(), inFile.size() );
     std::ostringstream out;
-    auto damage = StructureWalk( stream, out ).Walk();
+    auto damage = StructurePrinter( stream, out ).Print();
     return { damage, out.str() };
 }
 
@@ -95,12 +95,12 @@ bool Contains( const std::string& inText, const std::string& inPart )
 }
 } // namespace
 
-TEST( StructureWalk, TellsEveryObjectAndField )
+TEST( StructurePrinter, TellsEveryObjectAndField )
 {
     for ( const auto order : { kIntelOrder, kMotorolaOrder } )
     {
         const auto file = MakeFile( order );
-        const auto [damage, text] = Walk( file );
+        const auto [damage, text] = Print( file );
         EXPECT_EQ( damage, "" );
         EXPECT_TRUE( Contains( text, order == kIntelOrder ? "Byte order I" : "Byte order M" ) );
         EXPECT_TRUE(
@@ -121,29 +121,48 @@ TEST( StructureWalk, TellsEveryObjectAndField )
     }
 }
 
-TEST( StructureWalk, FindsEveryTruncation )
+TEST( StructurePrinter, PrintsColumnsOfUnknownClassesAsPartsOfTheFile )
+{
+    constexpr std::uint32_t kUnknown = XVersion( 40000, 3 ), kTime = XPivotTimeColumn::GetClassVersion();
+    auto file = MakeFile( kIntelOrder );
+    const std::string_view known( reinterpret_cast<const char*>( &kTime ), sizeof kTime );
+    const auto envelope = file.find( known ), fields = file.find( known, envelope + 1 );
+    file.replace( envelope, sizeof kUnknown, reinterpret_cast<const char*>( &kUnknown ), sizeof kUnknown );
+    const auto [damage, text] = Print( file );
+    EXPECT_EQ( damage, "" );
+    EXPECT_TRUE( Contains( text, "Object of class 40000, revision 3: not known" ) );
+    EXPECT_TRUE( Contains( text, std::to_string( fields ) ) ) << text;
+    EXPECT_TRUE( Contains( text, "Fields of a class that is not known" ) );
+
+    file[fields - 8] = 100; // which counts the exists flags
+    EXPECT_EQ(
+        Print( file ).damage,
+        "at offset " + std::to_string( fields - 4 ) + ": the column is longer than it claims" );
+}
+
+TEST( StructurePrinter, FindsEveryTruncation )
 {
     const auto file = MakeFile( kIntelOrder );
     for ( std::size_t size = 0; size < file.size(); ++size )
     {
-        const auto damage = Walk( file.substr( 0, size ) ).damage;
+        const auto damage = Print( file.substr( 0, size ) ).damage;
         ASSERT_TRUE( damage.starts_with( "at offset " ) ) << size;
         EXPECT_LE( std::stoul( damage.substr( 10 ) ), size );
     }
     EXPECT_EQ(
-        Walk( file + "x" ).damage,
+        Print( file + "x" ).damage,
         "at offset " + std::to_string( file.size() ) +
             ": the table ends here, but the file has 1 bytes more" );
 }
 
-TEST( StructureWalk, AgreesWithTheReaderOnEveryFlippedBit )
+TEST( StructurePrinter, AgreesWithTheReaderOnEveryFlippedBit )
 {
     const auto file = MakeFile( kIntelOrder );
     for ( std::size_t bit = 0; bit < file.size() * 8; ++bit )
     {
         auto damaged = file;
         damaged[bit / 8] = static_cast<char>( damaged[bit / 8] ^ 1 << bit % 8 );
-        EXPECT_EQ( Walk( damaged ).damage.empty(), IsReadable( damaged ) )
-            << "bit " << bit % 8 << " of byte " << bit / 8 << ": " << Walk( damaged ).damage;
+        EXPECT_EQ( Print( damaged ).damage.empty(), IsReadable( damaged ) )
+            << "bit " << bit % 8 << " of byte " << bit / 8 << ": " << Print( damaged ).damage;
     }
 }

@@ -1,0 +1,21 @@
+#include "Tables/TableStream.h"
+
+#include "Core/Streams/XStreamFields.h"
+#include "Ground/XErrorNumbers.h"
+#include "Pivot/Columns/XPivotColumn.h"
+
+std::unique_ptr<XPivotTable> ReadTable( XStream& ioStream )
+{
+    ioStream.ReadStreamInfo();
+    auto table = ioStream.ReadObjectOf<XPivotTable>( XPivotColumn::kRefuseOuterRuns );
+    XBeginField( ioStream, "the end of the file" );
+    if ( !ioStream.IsAtEOF() )
+        XRefuse(
+            ioStream, kErrorStreamCorrupted,
+            [&]
+            {
+                return "the table ends here, but the file has " + std::to_string( ioStream.GetRemaining() ) +
+                    " bytes more";
+            } );
+    return table;
+}
