@@ -130,7 +130,9 @@ int WTLSSession::System::WriteOutput( BIO* inBIO, const char* inBytes, int inCou
     BIO_clear_retry_flags( inBIO );
     try
     {
-        system.output.insert( system.output.end(), inBytes, inBytes + inCount );
+        // As bytes of the vector's own kind, which are copied in one piece.
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>( inBytes );
+        system.output.insert( system.output.end(), bytes, bytes + inCount );
     }
     catch ( const std::bad_alloc& )
     {
