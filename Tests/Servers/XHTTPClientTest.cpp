@@ -144,6 +144,13 @@ TEST_F( XHTTPClientTest, TellsWhatWentWrong )
     EXPECT_EQ(
         ErrorOfGet( OddServer( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc", true ).GetURL() ), 3100u );
     EXPECT_EQ( ErrorOfGet( OddServer( "", true ).GetURL() ), 3100u );
+    EXPECT_EQ( ErrorOfGet( OddServer( "HTTP/1.1 200 OK\r\nX: y\r\n", true ).GetURL() ), 3100u );
+    for ( const char* lengths : { "3\r\nContent-Length: 5", "99999999999999999999", "x" } )
+    {
+        const std::string answer = std::string( "HTTP/1.1 200 OK\r\nContent-Length: " ) + lengths;
+        EXPECT_EQ( ErrorOfGet( OddServer( answer + "\r\n\r\nabcde", true ).GetURL() ), 3052u ) << lengths;
+    }
+    EXPECT_EQ( ErrorOfGet( OddServer( "hello\r\n\r\n", true ).GetURL() ), 3052u );
     itsSettings.mostBodyBytes = 4;
     EXPECT_EQ( ErrorOfGet( url ), 3052u );
     itsServer.Stop();

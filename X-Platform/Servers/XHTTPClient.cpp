@@ -168,16 +168,31 @@ public:
             throw TransferException( kErrorConnectionTimedOut, itsURL, {} );
     }
 
-    /// 3100 where less has come than was announced: not every library tells.
+    /// 3100 where less has come than was announced, 3052 where nobody can know what was: not every library tells.
     XReply& GetReply()
     {
-        const auto length = XHTTPText::ReadNumber( itsReply.headers.Get( "Content-Length" ) );
-        if ( length && itsReply.body.size() < *length && itsReply.status != 304 )
+        const bool hasBody = itsReply.status != 204 && itsReply.status != 304;
+        if ( hasBody && itsReply.headers.Has( "Content-Length" ) && itsReply.body.size() < GetLength() )
             throw TransferException( kErrorDisconnected, itsURL, {} );
         return itsReply;
     }
 
 private:
+    /// The length that all fields for it agree on.
+    std::uint64_t GetLength() const
+    {
+        const std::string text = itsReply.headers.Get( "Content-Length" );
+        const std::vector<std::string> lengths = XHTTPText::Split( text, ',' );
+        const auto read = []( std::string_view inText )
+        { return XHTTPText::ReadNumber( XHTTPText::Trim( inText ) ); };
+        const auto length = read( lengths.front() );
+        if ( !length ||
+             !std::ranges::all_of( lengths, [&]( auto& inText ) { return read( inText ) == length; } ) )
+            throw TransferException(
+                kErrorNetworkService, itsURL, "the reply has the length \"" + text + "\"" );
+        return *length;
+    }
+
     const XSettings& itsSettings;
     const XTimer& itsTotal;
     XProgress& itsProgress;

@@ -84,7 +84,6 @@ WHTTPTransfer::Failure ToFailure( CURLcode inResult )
     case CURLE_OK:
         return WHTTPTransfer::kNone;
     case CURLE_URL_MALFORMAT:
-    case CURLE_UNSUPPORTED_PROTOCOL:
         return WHTTPTransfer::kBadURL;
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_RESOLVE_PROXY:
@@ -209,7 +208,9 @@ private:
         for ( std::string_view head = itsHead; !head.empty(); )
         {
             const std::size_t end = std::min( head.find( '\n' ), head.size() - 1 ) + 1;
-            TakeLine( head.substr( 0, end ), itsClient );
+            const std::string_view line = head.substr( 0, end );
+            itsIsInHead = line.starts_with( "HTTP/" ) || ( itsIsInHead && line != "\r\n" && line != "\n" );
+            TakeLine( line, itsClient );
             head.remove_prefix( end );
         }
         itsHead.clear();
@@ -218,12 +219,18 @@ private:
         itsBody.clear();
     }
 
+    bool IsConnected() const
+    {
+        curl_off_t connectedUs = 0;
+        itsLibrary.getInfo( itsEasy, CURLINFO_PRETRANSFER_TIME_T, &connectedUs );
+        return connectedUs > 0;
+    }
+
     void LookAround()
     {
-        curl_off_t connectedUs = 0, sent = 0;
-        itsLibrary.getInfo( itsEasy, CURLINFO_PRETRANSFER_TIME_T, &connectedUs );
+        curl_off_t sent = 0;
         itsLibrary.getInfo( itsEasy, CURLINFO_SIZE_UPLOAD_T, &sent );
-        itsClient.LookAround( connectedUs > 0, static_cast<std::uint64_t>( sent ) );
+        itsClient.LookAround( IsConnected(), static_cast<std::uint64_t>( sent ) );
     }
 
     /// Until something can be moved, an alert, or a slice of time.
@@ -247,9 +254,15 @@ private:
         int left = 0;
         const CURLMsg* const message = itsLibrary.readInfo( itsMulti, &left );
         const CURLcode result = message ? message->data.result : CURLE_FAILED_INIT;
-        if ( result == CURLE_OK )
+        if ( result == CURLE_OK && !itsIsInHead )
             return {};
-        return { ToFailure( result ), itsError[0] != '\0' ? itsError : itsLibrary.getText( result ) };
+        if ( result == CURLE_OK ) // the library takes the end of the connection for that of the head
+            return { kDisconnected, {} };
+        const bool isMissing =
+            result == CURLE_UNSUPPORTED_PROTOCOL && !IsConnected(); // else it is the reply's
+        return {
+            isMissing ? kNotAvailable : ToFailure( result ),
+            itsError[0] != '\0' ? itsError : itsLibrary.getText( result ) };
     }
 
     const Library& itsLibrary;
@@ -260,6 +273,7 @@ private:
     char itsError[CURL_ERROR_SIZE] = {};
     std::string itsHead; // not passed on yet
     std::string itsBody;
+    bool itsIsInHead = false;
 };
 
 /// Keeps the signal of a connection that has ended, which some libraries below libcurl let come, from the thread.
