@@ -34,6 +34,8 @@ public:
             fields; ///< "Name: value"; none of these for the length or coding of the body
         std::string_view body;
         std::uint32_t connectTimeoutMs = 0;
+        std::uint32_t stallTimeoutMs =
+            0; ///< the client ends a wait in which nothing comes for this long, by `LookAround`
         std::filesystem::path authorityFile; ///< empty: the system's authorities
         bool usesProxy = true;
     };

@@ -3,30 +3,16 @@
 #include "Core/Errors/XException.h"
 #include "Core/Times/XTimer.h"
 #include "Ground/XErrorNumbers.h"
+#include "Network/Internal/XByteQueue.h"
 #include "Servers/Internal/XHTTPText.h"
 #include "Threads/XThread.h"
 
 #include <charconv>
-#include <vector>
 
-namespace
-{
-
-/// Waits for the end of the connection, or for more than the client has sent already: it may be its next request.
-void PeekBehindWaitingBytes( XNetEndpoint& inEndpoint, const XTimer& inTimer )
-{
-    constexpr std::uint32_t kMost = 64 * 1024;
-    const std::uint32_t waiting = inEndpoint.GetWaitingBytes();
-    if ( waiting > kMost ) // of a client that does not mind what it is sent
-        return XThread::SleepCurrentThread( inTimer.GetRemainingMS(), true );
-    std::vector<char> bytes( waiting + 1 );
-    inEndpoint.PeekData( bytes.data(), waiting + 1, inTimer.GetRemainingMS() );
-}
-
-} // namespace
-
-XHTTPBodyWriter::XHTTPBodyWriter( XNetEndpoint& inEndpoint, std::uint32_t inSendTimeoutMS, bool inIsChunked )
-    : itsEndpoint( inEndpoint ), itsSendTimeoutMS( inSendTimeoutMS ), itsIsChunked( inIsChunked )
+XHTTPBodyWriter::XHTTPBodyWriter(
+    XNetEndpoint& inEndpoint, XByteQueue& ioInput, std::uint32_t inSendTimeoutMS, bool inIsChunked )
+    : itsEndpoint( inEndpoint ), itsInput( ioInput ), itsSendTimeoutMS( inSendTimeoutMS ),
+      itsIsChunked( inIsChunked )
 {
 }
 
@@ -70,11 +56,25 @@ void XHTTPBodyWriter::WriteEvent( std::string_view inText, std::string_view inNa
 bool XHTTPBodyWriter::Sleep( std::uint32_t inTimeMS )
 {
     const XTimer timer( inTimeMS );
+    do
+    {
+        if ( !ReceiveAhead( timer.GetRemainingMS() ) )
+            return false;
+    } while ( !timer.HasExpired() );
+    return true;
+}
+
+/// So that bytes that wait do not hide the end behind them. False at the end.
+bool XHTTPBodyWriter::ReceiveAhead( std::uint32_t inTimeoutMS )
+{
+    constexpr USize kMostAhead = 64 * 1024;
+    constexpr std::uint32_t kPiece = 4096;
     try
     {
-        do
-            PeekBehindWaitingBytes( itsEndpoint, timer );
-        while ( !timer.HasExpired() );
+        if ( itsInput.GetCount() < kMostAhead )
+            itsInput.Commit( itsEndpoint.ReceiveAnyData( itsInput.MakeRoom( kPiece ), kPiece, inTimeoutMS ) );
+        else
+            XThread::SleepCurrentThread( inTimeoutMS, true );
     }
     catch ( const XException& error )
     {

@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+class XByteQueue;
+
 /// Sends the body of a response piece by piece, for as long as it takes: server-sent events, or what is too much to be kept
 /// in memory.
 /// Threads: belongs to the thread of the response.
@@ -11,8 +13,6 @@
 class KORVALE_API XHTTPBodyWriter
 {
 public:
-    /// With or without the lengths of the pieces; the endpoint outlives the writer.
-    XHTTPBodyWriter( XNetEndpoint& inEndpoint, std::uint32_t inSendTimeoutMS, bool inIsChunked );
     XHTTPBodyWriter( const XHTTPBodyWriter& ) = delete;
     XHTTPBodyWriter& operator=( const XHTTPBodyWriter& ) = delete;
 
@@ -29,9 +29,14 @@ public:
 private:
     friend class XHTTPConnection;
 
+    XHTTPBodyWriter(
+        XNetEndpoint& inEndpoint, XByteQueue& ioInput, std::uint32_t inSendTimeoutMS, bool inIsChunked );
+
+    bool ReceiveAhead( std::uint32_t inTimeoutMS );
     void Finish();
 
     XNetEndpoint& itsEndpoint;
+    XByteQueue& itsInput; // what the client sends meanwhile: its next request
     const std::uint32_t itsSendTimeoutMS;
     const bool itsIsChunked;
 };

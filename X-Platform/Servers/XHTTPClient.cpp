@@ -270,6 +270,7 @@ private:
         request.body = inBody;
         request.connectTimeoutMs = std::clamp<std::uint32_t>(
             std::min( itsSettings.connectMS, itsTotal.GetRemainingMS() ), 1, kMostMS );
+        request.stallTimeoutMs = std::min( itsSettings.stallMS, itsTotal.GetRemainingMS() );
         request.authorityFile = itsSettings.authorityFile;
         request.usesProxy = itsSettings.usesProxy;
         for ( const XHTTPHeaders::XField& field : itsHeaders.GetFields() )

@@ -71,20 +71,25 @@ private:
     HINTERNET itsHandle;
 };
 
-/// What an exchange shares with the system, which calls back when a step is done. It is closed only between steps, since
-/// Wine fails when a step is cut short: one that is abandoned in a step lives on until that is over.
+/// What an exchange shares with the system, which calls back when a step is done. One that is given up in a step lives on
+/// until the system has left it: at once on Windows, when nothing has come for a while under Wine.
 class Steps : public std::enable_shared_from_this<Steps>
 {
 public:
-    Steps( bool inUsesProxy, std::uint32_t inConnectTimeoutMs )
+    explicit Steps( const WHTTPTransfer::Request& inRequest )
         : itsSession( WinHttpOpen(
-              L"", inUsesProxy ? WINHTTP_ACCESS_TYPE_DEFAULT_PROXY : WINHTTP_ACCESS_TYPE_NO_PROXY,
+              L"", inRequest.usesProxy ? WINHTTP_ACCESS_TYPE_DEFAULT_PROXY : WINHTTP_ACCESS_TYPE_NO_PROXY,
               WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC ) )
     {
-        constexpr int kMostStepMs = 120'000; // of one that nobody waits for any more
-        const int timeout = static_cast<int>( std::min<std::uint32_t>( inConnectTimeoutMs, 0x7FFFFFFF ) );
-        if ( itsSession )
-            WinHttpSetTimeouts( itsSession, timeout, timeout, kMostStepMs, kMostStepMs );
+        const auto toTimeout = []( std::uint32_t inMs )
+        { return static_cast<int>( std::clamp<std::uint32_t>( inMs, 1, 0x7FFFFFFF ) ); };
+        const int connect = toTimeout( inRequest.connectTimeoutMs ),
+                  stall = toTimeout( inRequest.stallTimeoutMs );
+        if ( !itsSession )
+            return;
+        WinHttpSetTimeouts( itsSession, connect, connect, stall, stall );
+        auto head = static_cast<DWORD>( stall );
+        WinHttpSetOption( itsSession, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &head, sizeof( head ) );
     }
 
     bool Open(
@@ -139,15 +144,10 @@ public:
         return itsError;
     }
 
-    void Abandon()
+    /// The system calls back no more once it has told that the handle is closing.
+    void Close()
     {
-        bool isBusy = false;
-        {
-            const std::lock_guard lock( itsMutex );
-            itsIsAbandoned = true;
-            isBusy = itsIsBusy;
-        }
-        if ( itsRequest && !isBusy )
+        if ( itsRequest )
             WinHttpCloseHandle( itsRequest );
     }
 
@@ -183,6 +183,8 @@ private:
         case WINHTTP_CALLBACK_STATUS_WRITE_COMPLETE:
         case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
             return steps->EndStep( 0, 0 );
+        case WINHTTP_CALLBACK_STATUS_DATA_AVAILABLE:
+            return steps->EndStep( 0, *static_cast<DWORD*>( inInformation ) );
         case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
             return steps->EndStep( 0, inLength );
         case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
@@ -199,7 +201,6 @@ private:
 
     void EndStep( DWORD inError, DWORD inCount )
     {
-        bool isAbandoned = false;
         {
             const std::lock_guard lock( itsMutex );
             if ( !itsIsBusy )
@@ -207,11 +208,8 @@ private:
             itsIsBusy = false;
             itsError = inError;
             itsCount = inCount;
-            isAbandoned = itsIsAbandoned;
         }
         itsHasCome.Set();
-        if ( isAbandoned )
-            WinHttpCloseHandle( itsRequest );
     }
 
     const Handle itsSession;
@@ -225,20 +223,18 @@ private:
     DWORD itsCount = 0;
     bool itsIsConnected = false;
     bool itsIsBusy = false;
-    bool itsIsAbandoned = false;
 };
 
 class Exchange : private WHTTPTransfer
 {
 public:
     Exchange( const Request& inRequest, Client& ioClient )
-        : itsClient( ioClient ),
-          itsSteps( std::make_shared<Steps>( inRequest.usesProxy, inRequest.connectTimeoutMs ) )
+        : itsClient( ioClient ), itsSteps( std::make_shared<Steps>( inRequest ) )
     {
     }
     Exchange( const Exchange& ) = delete;
     Exchange& operator=( const Exchange& ) = delete;
-    ~Exchange() { itsSteps->Abandon(); }
+    ~Exchange() { itsSteps->Close(); }
 
     Outcome Run( const Request& inRequest )
     {
@@ -269,8 +265,7 @@ private:
         if ( const DWORD error =
                  Do( []( HINTERNET inHandle ) { return WinHttpReceiveResponse( inHandle, nullptr ); } ) )
             return error;
-        PassHeadOn();
-        return ReceiveBody();
+        return PassHeadOn() ? ReceiveBody() : ERROR_WINHTTP_CONNECTION_ERROR;
     }
 
     bool Open( const Request& inRequest )
@@ -306,7 +301,8 @@ private:
         return 0;
     }
 
-    void PassHeadOn()
+    /// False where the head is cut short.
+    bool PassHeadOn()
     {
         DWORD size = 0;
         WinHttpQueryHeaders(
@@ -316,7 +312,7 @@ private:
         if ( !WinHttpQueryHeaders(
                  itsSteps->GetRequest(), WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX,
                  wide.data(), &size, WINHTTP_NO_HEADER_INDEX ) )
-            return;
+            return false;
         std::string head;
         for ( const wchar_t character : wide.substr( 0, size / sizeof( wchar_t ) ) )
             head += static_cast<char>( character );
@@ -325,20 +321,27 @@ private:
             end = std::min( head.find( '\n', begin ), head.size() - 1 ) + 1;
             TakeLine( std::string_view( head ).substr( begin, end - begin ), itsClient );
         }
+        return head.find( "\r\n\r\n" ) != std::string::npos;
     }
 
     DWORD ReceiveBody()
     {
         std::string& piece = itsSteps->buffer;
         piece.resize( kPiece );
+        const auto await = []( HINTERNET inHandle )
+        { return WinHttpQueryDataAvailable( inHandle, nullptr ); };
         for ( ;; )
         {
-            const auto read = [&]( HINTERNET inHandle )
-            { return WinHttpReadData( inHandle, piece.data(), static_cast<DWORD>( kPiece ), nullptr ); };
-            if ( const DWORD error = Do( read ) )
+            if ( const DWORD error = Do( await ) )
                 return error;
             if ( itsCount == 0 )
                 return 0;
+            // No more than there is: Wine waits for the rest of it in the call.
+            const DWORD wanted = std::min<DWORD>( itsCount, kPiece );
+            const auto read = [&]( HINTERNET inHandle )
+            { return WinHttpReadData( inHandle, piece.data(), wanted, nullptr ); };
+            if ( const DWORD error = Do( read ) )
+                return error;
             itsClient.TakeBody( { piece.data(), itsCount } );
         }
     }
@@ -385,5 +388,7 @@ WHTTPTransfer::Outcome WHTTPTransfer::Run( const Request& inRequest, Client& ioC
 {
     if ( !inRequest.authorityFile.empty() )
         return { kNotAvailable, "this system takes authorities from its own store only, not from a file" };
+    if ( inRequest.body.size() > MAXDWORD )
+        return { kNotAvailable, "this system sends no more than 4 GiB in a request" };
     return Exchange( inRequest, ioClient ).Run( inRequest );
 }

@@ -289,7 +289,7 @@ void XHTTPConnection::Send( const XHTTPRequest& inRequest, XHTTPResponse& ioResp
     if ( isStream )
     {
         Flush();
-        XHTTPBodyWriter writer( itsEndpoint, itsSite.limits.sendMS, !isOld );
+        XHTTPBodyWriter writer( itsEndpoint, itsInput, itsSite.limits.sendMS, !isOld );
         ioResponse.itsWrite( writer );
         return writer.Finish();
     }
