@@ -2,6 +2,8 @@
 
 #include "System/WCodePage.h"
 
+#include <cmath>
+
 namespace
 {
 /// Without control characters and the two non-characters that XML forbids.
@@ -30,4 +32,24 @@ void WCanvas::FillRectangle( WPoint inCorner, WPoint inOtherCorner, const WColou
     Fill(
         { inCorner, { inOtherCorner.x, inCorner.y }, inOtherCorner, { inCorner.x, inOtherCorner.y } },
         inColour );
+}
+
+double WCanvas::GetShift( double inTextWidth, WTextStyle::Anchor inAnchor )
+{
+    if ( inAnchor == WTextStyle::kStart )
+        return 0;
+    return inAnchor == WTextStyle::kMiddle ? inTextWidth / 2 : inTextWidth;
+}
+
+void WCanvas::ConvertRow( const WGreyPicture& inPicture, std::size_t inRow, std::uint32_t* outPixels )
+{
+    const auto* const levels = inPicture.levels.data() + inRow * inPicture.width;
+    for ( std::size_t x = 0; x < inPicture.width; ++x )
+        outPixels[x] = levels[x] * 0x010101u;
+}
+
+int WCanvas::ToDots( double inLength, double inDotsPerInch )
+{
+    constexpr double kPointsPerInch = 72;
+    return static_cast<int>( std::lround( inLength * ( inDotsPerInch / kPointsPerInch ) ) );
 }

@@ -2,6 +2,7 @@
 
 #include "WPlatform.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -105,4 +106,13 @@ protected:
     // With text that is valid UTF-8 and without control characters; what is drawn is not empty.
     virtual void DrawTextSelf( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle ) = 0;
     virtual double GetTextWidthSelf( const std::string& inText, double inSize ) = 0;
+
+    /// How far to the left of its place a text of that width begins.
+    static double GetShift( double inTextWidth, WTextStyle::Anchor inAnchor );
+
+    /// Makes words of a row's levels: red, green and blue in the lowest 24 bits.
+    static void ConvertRow( const WGreyPicture& inPicture, std::size_t inRow, std::uint32_t* outPixels );
+
+    /// The nearest whole number of dots for a length in points.
+    static int ToDots( double inLength, double inDotsPerInch );
 };

@@ -67,24 +67,23 @@ void WImagePage::Invert()
         samples[i] = ~samples[i];
 }
 
-void WImagePage::CopyBlock(
-    const std::byte* inBlock, std::uint32_t inBlockWidth, std::uint32_t inRows, std::uint32_t inLeft,
-    std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel )
+void WImagePage::CopyBlock( const Block& inBlock, std::optional<std::uint32_t> inChannel )
 {
     const std::size_t pixelSize = std::size_t{ channels } * GetSampleSize();
-    const std::size_t pieceSize = inIsPlane ? GetSampleSize() : pixelSize;
-    const auto columns = std::min( inBlockWidth, width - inLeft );
-    const auto rows = std::min( inRows, height - inTop );
+    const std::size_t pieceSize = inChannel ? GetSampleSize() : pixelSize;
+    const auto columns = std::min( inBlock.width, width - inBlock.left );
+    const auto rows = std::min( inBlock.height, height - inBlock.top );
     for ( std::uint32_t y = 0; y < rows; ++y )
     {
-        const auto* from = inBlock + std::size_t{ y } * inBlockWidth * pieceSize;
-        auto* to = samples.get() + ( std::size_t{ inTop } + y ) * GetRowSize() + inLeft * pixelSize;
-        if ( !inIsPlane )
+        const auto* from = inBlock.samples + std::size_t{ y } * inBlock.width * pieceSize;
+        auto* to =
+            samples.get() + ( std::size_t{ inBlock.top } + y ) * GetRowSize() + inBlock.left * pixelSize;
+        if ( !inChannel )
         {
             std::memcpy( to, from, columns * pixelSize );
             continue;
         }
-        to += inChannel * pieceSize;
+        to += *inChannel * pieceSize;
         for ( std::uint32_t x = 0; x < columns; ++x, from += pieceSize, to += pixelSize )
             std::memcpy( to, from, pieceSize );
     }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -99,11 +100,18 @@ struct KORVALE_IMAGING_API WImagePage : WImageFormat
     /// Exchanges black and white. Samples of whole numbers only.
     void Invert();
 
-    /// Copies the part of a block of `inBlockWidth` pixels a row that lies inside the page, to the place of its left
-    /// top corner. The block holds all channels, or, where `inIsPlane`, only the channel of that number.
-    void CopyBlock(
-        const std::byte* inBlock, std::uint32_t inBlockWidth, std::uint32_t inRows, std::uint32_t inLeft,
-        std::uint32_t inTop, bool inIsPlane, std::uint32_t inChannel );
+    /// Pixels of a part of a page.
+    struct Block
+    {
+        const std::byte* samples;
+        std::uint32_t left;
+        std::uint32_t top;
+        std::uint32_t width;
+        std::uint32_t height;
+    };
+
+    /// Copies the part of a block that lies inside the page. The block holds all channels, or that one alone.
+    void CopyBlock( const Block& inBlock, std::optional<std::uint32_t> inChannel );
 };
 
 /// A TIFF or PNG file of one or more pages. TIFF: 8- and 16-bit unsigned and 32-bit float samples, any number of them in

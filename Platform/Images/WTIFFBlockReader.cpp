@@ -114,9 +114,9 @@ void WTIFFBlockReader::ReadBlock( std::uint64_t inBlock, const WImageFile::Progr
         itsPredictor.Undo( target, count );
         if ( !isDirect )
             itsPage.CopyBlock(
-                target, static_cast<std::uint32_t>( itsGrid.width ), static_cast<std::uint32_t>( count ),
-                static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top + row ),
-                itsGrid.isSeparate, channel );
+                { target, static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top + row ),
+                  static_cast<std::uint32_t>( itsGrid.width ), static_cast<std::uint32_t>( count ) },
+                itsGrid.isSeparate ? std::optional( channel ) : std::nullopt );
     }
     itsUnpacker->Finish( ( itsGrid.height - rows ) * itsRowSize );
 }

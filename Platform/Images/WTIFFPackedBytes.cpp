@@ -46,16 +46,16 @@ bool WTIFFPackedBytes::ReadMore()
 {
     if ( !itsBytes )
         itsBytes = std::make_unique_for_overwrite<std::uint8_t[]>( kBufferSize );
-    const auto kept = GetCount();
-    std::memmove( itsBytes.get(), GetBytes(), kept );
+    const auto buffered = GetCount();
+    std::memmove( itsBytes.get(), GetBytes(), buffered );
     itsFirst = 0;
-    itsEnd = kept;
+    itsEnd = buffered;
     const auto inFile = itsFileSize - std::min( itsPosition, itsFileSize );
     if ( inFile == 0 && itsUnread > 0 )
         RefuseMissing( itsPosition, itsUnread );
     const auto more =
-        static_cast<std::size_t>( std::min<std::uint64_t>( { kBufferSize - kept, itsUnread, inFile } ) );
-    ReadFromFile( itsBytes.get() + kept, more );
+        static_cast<std::size_t>( std::min<std::uint64_t>( { kBufferSize - buffered, itsUnread, inFile } ) );
+    ReadFromFile( itsBytes.get() + buffered, more );
     itsEnd += more;
     return more > 0;
 }

@@ -11,7 +11,7 @@ namespace
 {
 using Loops = std::vector<XContourLoop>;
 
-/// The outlines of the pixels that are drawn as '#'.
+/// The contours of the pixels that are drawn as '#'.
 std::vector<Loops> Trace(
     std::uint32_t inWidth, std::string_view inPixels,
     XConnectivity inConnectivity = XConnectivity::kEdgesAndCorners )

@@ -8,13 +8,13 @@
 
 namespace
 {
-/// The left edges of a run and its right edges are the vertical parts of an outline: lines that go up at the left and
+/// The left edges of a run and its right edges are the vertical parts of a contour: lines that go up at the left and
 /// down at the right. Edge 2 i is the left one of run i, and edge 2 i + 1 the right one.
 using EdgeIndex = std::uint32_t;
 
 constexpr std::uint32_t kRight = 1;
 
-/// The outlines of one object, from its runs in raster order.
+/// The contours of one object, from its runs in raster order.
 class Tracer
 {
 public:
@@ -49,7 +49,7 @@ private:
     };
 
     const std::span<const XPixelRun> itsRuns;
-    /// For each edge the one that the outline goes on with; kDone when it has been.
+    /// For each edge the one that the contour goes on with; kDone when it has been.
     std::vector<EdgeIndex> itsNext;
     std::vector<End> itsEnds;
 
@@ -59,7 +59,7 @@ private:
         return inEdge % 2 == kRight ? run.end : run.first;
     }
 
-    /// Where the outline comes to the edge and where it leaves it.
+    /// Where the contour comes to the edge and where it leaves it.
     XPixelCorner GetStart( EdgeIndex inEdge ) const
     {
         return { GetX( inEdge ), itsRuns[inEdge / 2].row + ( inEdge % 2 == kRight ? 0 : 1 ) };
@@ -83,7 +83,7 @@ private:
     }
 
     /// Links the edges of the runs from `inAbove` to `inFirst`, above a line, and of those from there to `inEnd`, below
-    /// it. The horizontal parts of the outline lie where exactly one of the rows is filled, which is between every
+    /// it. The horizontal parts of the contour lie where exactly one of the rows is filled, which is between every
     /// second end and the next.
     void LinkLine( std::size_t inAbove, std::size_t inFirst, std::size_t inEnd )
     {
@@ -100,7 +100,7 @@ private:
             Link( itsEnds[i], itsEnds[i + 1] );
     }
 
-    /// The outline runs down right edges and up left ones, so it arrives on one of the two and goes on with the other.
+    /// The contour runs down right edges and up left ones, so it arrives on one of the two and goes on with the other.
     void Link( const End& inOne, const End& inOther )
     {
         const auto oneArrives = inOne.isRight == inOne.isAbove;
@@ -169,13 +169,13 @@ std::vector<std::vector<XContourLoop>> XTraceContours( const XLabelledObjects& i
 {
     constexpr std::uint64_t kObjectsAtOnce = 64;
     const RunsByObject runs( inFound );
-    std::vector<std::vector<XContourLoop>> outlines( inFound.shapes.size() );
+    std::vector<std::vector<XContourLoop>> contours( inFound.shapes.size() );
     XForEachChunk(
-        outlines.size(), kObjectsAtOnce,
+        contours.size(), kObjectsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )
         {
             for ( auto i = inFirst; i < inEnd; ++i )
-                outlines[i] = Tracer( runs.Get( i ) ).Trace();
+                contours[i] = Tracer( runs.Get( i ) ).Trace();
         } );
-    return outlines;
+    return contours;
 }

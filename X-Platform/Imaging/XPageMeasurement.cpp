@@ -55,8 +55,8 @@ public:
     void Add( double inValue )
     {
         const auto sum = itsSum + inValue;
-        const auto kept = sum - itsSum;
-        itsLost += ( itsSum - ( sum - kept ) ) + ( inValue - kept );
+        const auto added = sum - itsSum;
+        itsLost += ( itsSum - ( sum - added ) ) + ( inValue - added );
         itsSum = sum;
     }
 

@@ -2,6 +2,7 @@
 
 #include "Messaging/Internal/XListenerList.h"
 #include "Messaging/Internal/XMessageQueues.h"
+#include "Messaging/Internal/XPlaces.h"
 #include "Messaging/XMessage.h"
 #include "Threads/XThreadLock.h"
 
@@ -12,7 +13,6 @@ namespace
 {
 
 constexpr std::uint32_t kPassOverPeriodMs = 10;
-constexpr USize kFewSubscriptions = 32; // are searched as fast as they are looked up
 
 } // namespace
 
@@ -140,42 +140,15 @@ void XListener::ForgetBroadcast( XListenerList& inList )
 
 XListener::XSubscription* XListener::FindSubscription( const XListenerList& inList )
 {
-    if ( itsPlaces )
-    {
-        const auto found = itsPlaces->find( &inList );
-        return found == itsPlaces->end() ? nullptr : &itsSubscriptions[found->second];
-    }
-    const auto found = std::ranges::find( itsSubscriptions, &inList, &XSubscription::list );
-    return found == itsSubscriptions.end() ? nullptr : &*found;
+    return XFindEntry( itsSubscriptions, &XSubscription::list, itsPlaces, inList );
 }
 
 XListener::XSubscription& XListener::AddSubscription( XListenerList& inList )
 {
     XSubscription& added = itsSubscriptions.emplace_back( XSubscription{ &inList, 0 } );
     inList.AddReference();
-    if ( itsPlaces || itsSubscriptions.size() > kFewSubscriptions )
-        RememberPlaces();
+    XRememberPlaces( itsSubscriptions, &XSubscription::list, itsPlaces );
     return added;
-}
-
-/// After one was added. Without the memory for it they are searched.
-void XListener::RememberPlaces() noexcept
-{
-    try
-    {
-        USize first = itsSubscriptions.size() - 1;
-        if ( !itsPlaces )
-        {
-            itsPlaces = std::make_unique<XPlaces>();
-            first = 0;
-        }
-        for ( USize place = first; place < itsSubscriptions.size(); ++place )
-            itsPlaces->insert_or_assign( itsSubscriptions[place].list, place );
-    }
-    catch ( ... )
-    {
-        itsPlaces.reset();
-    }
 }
 
 /// The last one takes its place.
@@ -190,7 +163,7 @@ void XListener::Remove( XSubscription& inSubscription )
         itsPlaces->erase( list );
     }
     itsSubscriptions.pop_back();
-    if ( itsSubscriptions.size() <= kFewSubscriptions / 2 )
+    if ( itsSubscriptions.size() <= kMostSearched / 2 )
         itsPlaces.reset();
     list->Release();
 }

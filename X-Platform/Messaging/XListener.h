@@ -154,7 +154,6 @@ private:
     XSubscription* FindSubscription( const XListenerList& inList );
     XSubscription& AddSubscription( XListenerList& inList );
     void Remove( XSubscription& inSubscription );
-    void RememberPlaces() noexcept;
     void Stop( bool inIsDying );
     bool MarkOwnBroadcasts( bool inAreStopping );
     void UnsubscribeFromAll( bool inMayPassOver );

@@ -42,11 +42,11 @@ public:
     }
 
     /// Below all lines lies something dark, so that they can be seen on bright ground too.
-    void DrawOutlines( const XOverlayObjects& inObjects )
+    void DrawContours( const XOverlayObjects& inObjects )
     {
-        const auto outlines = XTraceContours( inObjects.found );
-        StrokeAll( outlines, { kCasing, kCasingWidth } );
-        StrokeAll( outlines, { inObjects.colour, kLineWidth } );
+        const auto contours = XTraceContours( inObjects.found );
+        StrokeAll( contours, { kCasing, kCasingWidth } );
+        StrokeAll( contours, { inObjects.colour, kLineWidth } );
     }
 
     void AddNumbers( const XOverlayObjects& inObjects )
@@ -88,14 +88,14 @@ private:
     std::vector<XObjectLabel> itsNumbers;
     std::vector<Text> itsTexts;
 
-    void StrokeAll( const std::vector<std::vector<XContourLoop>>& inOutlines, const WStroke& inStroke )
+    void StrokeAll( const std::vector<std::vector<XContourLoop>>& inContours, const WStroke& inStroke )
     {
         XForEachChunk(
-            inOutlines.size(), kObjectsAtOnce,
+            inContours.size(), kObjectsAtOnce,
             [&]( std::uint64_t inFirst, std::uint64_t inEnd )
             {
                 for ( auto i = inFirst; i < inEnd; ++i )
-                    itsCanvas->Stroke( Scale( inOutlines[i] ), true, inStroke );
+                    itsCanvas->Stroke( Scale( inContours[i] ), true, inStroke );
             } );
     }
 
@@ -143,7 +143,7 @@ std::string XDrawOverlay( const XOverlaySketch& inSketch )
 {
     OverlayDrawing drawing( inSketch.picture, inSketch.reduction );
     for ( const auto& objects : inSketch.objects )
-        drawing.DrawOutlines( objects );
+        drawing.DrawContours( objects );
     for ( const auto& objects : inSketch.objects )
         drawing.AddNumbers( objects );
     drawing.DrawNumbers();

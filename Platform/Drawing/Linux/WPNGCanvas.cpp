@@ -210,13 +210,8 @@ void PNGCanvas::DrawPicture( const WGreyPicture& inPicture )
     cairo_surface_flush( itsSurface );
     auto* const pixels = cairo_image_surface_get_data( itsSurface );
     const auto stride = static_cast<std::size_t>( cairo_image_surface_get_stride( itsSurface ) );
-    const auto* level = inPicture.levels.data();
     for ( std::size_t y = 0; y < inPicture.height; ++y )
-    {
-        auto* const row = reinterpret_cast<std::uint32_t*>( pixels + y * stride );
-        for ( std::size_t x = 0; x < inPicture.width; ++x )
-            row[x] = *level++ * 0x010101u;
-    }
+        ConvertRow( inPicture, y, reinterpret_cast<std::uint32_t*>( pixels + y * stride ) );
     cairo_surface_mark_dirty( itsSurface );
 }
 
@@ -267,10 +262,7 @@ void PNGCanvas::StrokePath( const WStroke& inStroke )
 
 void PNGCanvas::DrawTextSelf( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle )
 {
-    const auto width = GetTextWidthSelf( inText, inStyle.size );
-    const auto shift = inStyle.anchor == WTextStyle::kStart ? 0
-        : inStyle.anchor == WTextStyle::kMiddle             ? width / 2
-                                                            : width;
+    const auto shift = GetShift( GetTextWidthSelf( inText, inStyle.size ), inStyle.anchor );
     cairo_save( itsCairo );
     cairo_translate( itsCairo, inPlace.x, inPlace.y );
     cairo_rotate( itsCairo, -inStyle.angle * std::numbers::pi / 180 );
@@ -311,11 +303,8 @@ std::string PNGCanvas::Encode()
 
 std::unique_ptr<WCanvas> WCanvas::MakePNG( double inWidth, double inHeight, double inDotsPerInch )
 {
-    const auto scale = inDotsPerInch / 72;
-    const auto toPixels = [&]( double inLength )
-    { return static_cast<int>( std::lround( inLength * scale ) ); };
     return std::make_unique<PNGCanvas>(
-        toPixels( inWidth ), toPixels( inHeight ), scale,
+        ToDots( inWidth, inDotsPerInch ), ToDots( inHeight, inDotsPerInch ), inDotsPerInch / 72,
         static_cast<std::uint32_t>( std::lround( inDotsPerInch / 0.0254 ) ) );
 }
 

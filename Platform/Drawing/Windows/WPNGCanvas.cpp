@@ -130,13 +130,11 @@ void PNGCanvas::DrawPicture( const WGreyPicture& inPicture )
     const Rect all( 0, 0, static_cast<INT>( inPicture.width ), static_cast<INT>( inPicture.height ) );
     BitmapData data;
     Check( itsBitmap.LockBits( &all, ImageLockModeWrite, PixelFormat32bppRGB, &data ) );
-    const auto* level = inPicture.levels.data();
     for ( std::size_t y = 0; y < inPicture.height; ++y )
     {
         auto* const row =
             static_cast<std::byte*>( data.Scan0 ) + static_cast<std::ptrdiff_t>( y ) * data.Stride;
-        for ( std::size_t x = 0; x < inPicture.width; ++x )
-            reinterpret_cast<std::uint32_t*>( row )[x] = *level++ * 0x010101u;
+        ConvertRow( inPicture, y, reinterpret_cast<std::uint32_t*>( row ) );
     }
     Check( itsBitmap.UnlockBits( &data ) );
 }
@@ -183,10 +181,7 @@ void PNGCanvas::StrokePath( const GraphicsPath& inPath, const WStroke& inStroke 
 
 void PNGCanvas::DrawTextSelf( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle )
 {
-    const auto width = GetTextWidthSelf( inText, inStyle.size );
-    const auto shift = inStyle.anchor == WTextStyle::kStart ? 0
-        : inStyle.anchor == WTextStyle::kMiddle             ? width / 2
-                                                            : width;
+    const auto shift = GetShift( GetTextWidthSelf( inText, inStyle.size ), inStyle.anchor );
     const auto ascent = inStyle.size * itsFamily->GetCellAscent( FontStyleRegular ) /
         itsFamily->GetEmHeight( FontStyleRegular );
     const auto wide = WCodePage::UTF8ToWide( inText );
@@ -236,10 +231,9 @@ std::string PNGCanvas::Encode()
 std::unique_ptr<WCanvas> WCanvas::MakePNG( double inWidth, double inHeight, double inDotsPerInch )
 {
     StartGDIPlus();
-    const auto scale = inDotsPerInch / 72;
-    const auto toPixels = [&]( double inLength )
-    { return static_cast<int>( std::lround( inLength * scale ) ); };
-    return std::make_unique<PNGCanvas>( toPixels( inWidth ), toPixels( inHeight ), scale, inDotsPerInch );
+    return std::make_unique<PNGCanvas>(
+        ToDots( inWidth, inDotsPerInch ), ToDots( inHeight, inDotsPerInch ), inDotsPerInch / 72,
+        inDotsPerInch );
 }
 
 std::unique_ptr<WCanvas> WCanvas::MakePNG( const WGreyPicture& inPicture )

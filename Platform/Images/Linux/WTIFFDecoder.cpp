@@ -55,6 +55,10 @@ private:
         std::uint16_t inPlane, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
         WImagePage& ioPage );
     bool IsSeparate() { return GetField<std::uint16_t>( TIFFTAG_PLANARCONFIG ) == PLANARCONFIG_SEPARATE; }
+    std::optional<std::uint32_t> GetChannel( std::uint16_t inPlane )
+    {
+        return IsSeparate() ? std::optional<std::uint32_t>( inPlane ) : std::nullopt;
+    }
 };
 
 WTIFFDecoder::Implementation::Implementation( const std::filesystem::path& inPath )
@@ -128,7 +132,7 @@ void WTIFFDecoder::Implementation::DecodeStrips(
         const auto strip = TIFFComputeStrip( itsTIFF, row, inPlane );
         inProgress( static_cast<double>( row ) / ioPage.height );
         Check( TIFFReadEncodedStrip( itsTIFF, strip, block.get(), size ) == size );
-        ioPage.CopyBlock( block.get(), ioPage.width, rows, 0, row, IsSeparate(), inPlane );
+        ioPage.CopyBlock( { block.get(), 0, row, ioPage.width, rows }, GetChannel( inPlane ) );
     }
 }
 
@@ -142,7 +146,7 @@ void WTIFFDecoder::Implementation::DecodeRows(
     {
         inProgress( static_cast<double>( row ) / ioPage.height );
         Check( TIFFReadScanline( itsTIFF, line.get(), row, inPlane ) == 1 );
-        ioPage.CopyBlock( line.get(), ioPage.width, 1, 0, row, IsSeparate(), inPlane );
+        ioPage.CopyBlock( { line.get(), 0, row, ioPage.width, 1 }, GetChannel( inPlane ) );
     }
 }
 
@@ -166,7 +170,7 @@ void WTIFFDecoder::Implementation::DecodeTiles(
             const auto y = static_cast<std::uint32_t>( top );
             const auto tile = TIFFComputeTile( itsTIFF, x, y, 0, inPlane );
             Check( TIFFReadEncodedTile( itsTIFF, tile, block.get(), size ) == size );
-            ioPage.CopyBlock( block.get(), width, height, x, y, IsSeparate(), inPlane );
+            ioPage.CopyBlock( { block.get(), x, y, width, height }, GetChannel( inPlane ) );
         }
 }
 

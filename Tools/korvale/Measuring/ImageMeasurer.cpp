@@ -78,11 +78,10 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
             page.failure = inFailure;
 }
 
-ImageMeasurer::ImageMeasurer(
-    const XImageReadSettings& inReading, const XMeasureSettings& inSettings, XBackgroundKind inBackground,
-    WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession )
-    : itsReading( inReading ), itsSettings( inSettings ), itsBackground( inBackground ),
-      itsOverlays( ioOverlays ), itsSession( ioSession ), itsPipeline( inLimit, ioSession.progress )
+ImageMeasurer::ImageMeasurer( const Settings& inSettings, OverlayFiles* ioOverlays, Session& ioSession )
+    : itsReading( inSettings.reading ), itsSettings( inSettings.measuring ),
+      itsBackground( inSettings.background ), itsOverlays( ioOverlays ), itsSession( ioSession ),
+      itsPipeline( inSettings.workers, ioSession.progress )
 {
 }
 
@@ -227,7 +226,7 @@ void ImageMeasurer::ComputeBackground( Image& ioImage )
         ioImage.Refuse( DescribeCurrentException() );
         return;
     }
-    itsSession.Note(
+    itsSession.LogInfo(
         ioImage.path + ": background of " + std::to_string( ioImage.background->GetAddedCount() ) +
         " pages, " + XFormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
 }
@@ -345,7 +344,7 @@ void ImageMeasurer::ReportPages( const Image& inImage )
 void ImageMeasurer::ReportReading( Image& ioImage )
 {
     if ( const auto skipped = ioImage.reader.GetSkippedCount(); skipped > 0 )
-        itsSession.ReportFact(
+        itsSession.ReportInfo(
             ioImage.path + ": left out " + std::to_string( skipped ) + ( skipped == 1 ? " page" : " pages" ) +
             " of reduced resolution or with a mask" );
 
@@ -356,9 +355,9 @@ void ImageMeasurer::ReportReading( Image& ioImage )
     XAppendNumber( text, std::round( size * 100 ) / 100 );
     text += " \u00B5m a pixel is that of a screen or of paper (--pixel-size gives another)";
     if ( itsHasReportedPixelSize )
-        itsSession.Note( text );
+        itsSession.LogInfo( text );
     else
-        itsSession.ReportFact( text );
+        itsSession.ReportInfo( text );
     itsHasReportedPixelSize = true;
 }
 
@@ -366,7 +365,7 @@ void ImageMeasurer::Finish( Image& ioImage )
 {
     ReportPages( ioImage );
     ReportReading( ioImage );
-    itsSession.Note(
+    itsSession.LogInfo(
         ioImage.path + ": " + std::to_string( ioImage.measured ) + " of " +
         std::to_string( ioImage.gathered ) + " pages, " +
         std::to_string( ioImage.measurement.GetObjectCount() ) + " objects, " +

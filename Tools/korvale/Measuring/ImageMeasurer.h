@@ -26,10 +26,16 @@ class XProgress;
 class ImageMeasurer
 {
 public:
+    struct Settings
+    {
+        XImageReadSettings reading;
+        XMeasureSettings measuring;
+        XBackgroundKind background;
+        WorkerLimit workers;
+    };
+
     /// Draws overlays too where there are files for them, which outlive it. They are complete when all is measured.
-    ImageMeasurer(
-        const XImageReadSettings& inReading, const XMeasureSettings& inSettings, XBackgroundKind inBackground,
-        WorkerLimit inLimit, OverlayFiles* ioOverlays, Session& ioSession );
+    ImageMeasurer( const Settings& inSettings, OverlayFiles* ioOverlays, Session& ioSession );
 
     /// Stops the jobs that there are and waits for them.
     ~ImageMeasurer();

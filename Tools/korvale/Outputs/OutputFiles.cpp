@@ -25,23 +25,23 @@ void CommitAll( const std::vector<CompleteFile>& inFiles )
 std::string KeepAll( const std::vector<CompleteFile>& inFiles )
 {
     constexpr std::size_t kMostNames = 5;
-    std::vector<std::string> kept;
+    std::vector<std::string> keptNames;
     std::size_t lost = 0;
     for ( const auto& [name, file] : inFiles )
         try
         {
             if ( !file->IsDirect() )
-                kept.push_back( PathToUTF8( file->KeepNew() ) );
+                keptNames.push_back( PathToUTF8( file->KeepNew() ) );
         }
         catch ( ... )
         {
             ++lost;
         }
     std::string text;
-    for ( std::size_t i = 0; i < kept.size() && i < kMostNames; ++i )
-        text += ( i > 0 ? ", " : "; the result is kept as " ) + kept[i];
-    if ( kept.size() > kMostNames )
-        text += " and " + std::to_string( kept.size() - kMostNames ) + " more files";
+    for ( std::size_t i = 0; i < keptNames.size() && i < kMostNames; ++i )
+        text += ( i > 0 ? ", " : "; the result is kept as " ) + keptNames[i];
+    if ( keptNames.size() > kMostNames )
+        text += " and " + std::to_string( keptNames.size() - kMostNames ) + " more files";
     if ( lost > 0 )
         text += "; " + std::to_string( lost ) + " files could not be kept";
     return text;

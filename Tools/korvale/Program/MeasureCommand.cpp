@@ -12,6 +12,7 @@
 #include "Program/MemoryBudget.h"
 #include "Program/OptionChecks.h"
 #include "Support/FilePaths.h"
+#include "Support/InQuotes.h"
 #include "Support/WrongUsage.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
@@ -94,7 +95,7 @@ std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 
 std::string CheckChannel( const std::string& inText )
 {
-    return ParseChannel( inText ) ? "" : "invalid channel \"" + inText + "\" (expected C1, C2, ...)";
+    return ParseChannel( inText ) ? "" : "invalid channel " + InQuotes( inText ) + " (expected C1, C2, ...)";
 }
 
 /// The width and the height of a pixel, from "X" or "X,Y".
@@ -116,7 +117,7 @@ std::string CheckPixelSize( const std::string& inText )
 {
     return ParsePixelSize( inText )
         ? ""
-        : "invalid pixel size \"" + inText + "\" (expected X or X,Y in micrometres, such as 0.65)";
+        : "invalid pixel size " + InQuotes( inText ) + " (expected X or X,Y in micrometres, such as 0.65)";
 }
 
 std::string CheckThreshold( const std::string& inText )
@@ -124,7 +125,7 @@ std::string CheckThreshold( const std::string& inText )
     const auto number = XParseNumber<double>( inText );
     return inText == "otsu" || ( number && std::isfinite( *number ) )
         ? ""
-        : "invalid threshold \"" + inText + "\" (expected otsu or a number)";
+        : "invalid threshold " + InQuotes( inText ) + " (expected otsu or a number)";
 }
 
 /// The images that patterns of names stand for.
@@ -157,7 +158,7 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
     if ( repeated.empty() )
         return;
     const auto more = repeated.size() - 1;
-    ioSession.ReportFact(
+    ioSession.ReportInfo(
         repeated.front() +
         ( more > 0 ? " and " + std::to_string( more ) + " more images are" : std::string( " is" ) ) +
         " given more than once, and measured and counted each time" );
@@ -246,7 +247,7 @@ int MeasureCommand::Run( Session& ioSession )
     ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
     ImageMeasurer measurer(
-        GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
+        { GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ) },
         overlays ? &*overlays : nullptr, ioSession );
     auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.

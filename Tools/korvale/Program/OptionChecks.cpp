@@ -2,6 +2,7 @@
 
 #include "Core/Strings/XByteCount.h"
 #include "Core/Strings/XNumberText.h"
+#include "Support/InQuotes.h"
 
 #include <cstdint>
 
@@ -14,10 +15,11 @@ std::string CheckWholeNumber( const std::string& inText )
 {
     return XParseNumber<std::uint64_t>( inText )
         ? ""
-        : "\"" + inText + "\" is not a whole number from 0 to 2^64 - 1";
+        : InQuotes( inText ) + " is not a whole number from 0 to 2^64 - 1";
 }
 
 std::string CheckByteCount( const std::string& inText )
 {
-    return XParseByteCount( inText ) ? "" : "invalid size \"" + inText + "\" (expected e.g. 512M, 1.5G)";
+    return XParseByteCount( inText ) ? ""
+                                     : "invalid size " + InQuotes( inText ) + " (expected e.g. 512M, 1.5G)";
 }

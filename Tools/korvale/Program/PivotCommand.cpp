@@ -4,6 +4,7 @@
 #include "Pivot/XPivotText.h"
 #include "Program/Command.h"
 #include "Program/CommandLine.h"
+#include "Support/InQuotes.h"
 #include "Support/WrongUsage.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
@@ -137,8 +138,8 @@ void PivotCommand::CheckValues( const XPivotTable& inTable, const Plan& inPlan )
     for ( const auto index : inPlan.values )
         if ( !HasNumbers( inTable.GetColumn( index ) ) )
             throw WrongUsage(
-                "the column \"" + GetColumnName( inTable.GetColumn( index ) ) +
-                "\" holds no numbers: only count and value apply to text" );
+                "the column " + InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) +
+                " holds no numbers: only count and value apply to text" );
 }
 
 /// Nobody reads a table of very many columns, and making it takes long.

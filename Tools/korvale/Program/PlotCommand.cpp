@@ -7,6 +7,7 @@
 #include "Program/Command.h"
 #include "Program/CommandLine.h"
 #include "Program/OptionChecks.h"
+#include "Support/InQuotes.h"
 #include "Support/WrongUsage.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
@@ -30,7 +31,7 @@ std::string ListNames( const std::vector<XPlotColumn>& inColumns )
 {
     std::string names;
     for ( const auto& [column, isLogarithmic] : inColumns )
-        names += ( names.empty() ? "" : " and " ) + ( '"' + GetColumnName( column ) + '"' ) +
+        names += ( names.empty() ? "" : " and " ) + InQuotes( GetColumnName( column ) ) +
             ( isLogarithmic ? " greater than 0" : "" );
     return names;
 }
@@ -118,7 +119,7 @@ int PlotCommand::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     WriteOutputFiles(
         { { itsOutput, [&]( WFile& ioFile ) { ioFile.WriteAt( 0, bytes.data(), bytes.size() ); } } } );
     if ( data.leftOut > 0 )
-        ioSession.ReportFact(
+        ioSession.ReportInfo(
             std::to_string( data.leftOut ) + " of " + std::to_string( ioTable.GetNumRows() ) +
             " rows are left out: they have no finite number in " + ListNames( columns ) );
     return kSuccess;
@@ -144,7 +145,7 @@ std::vector<XPlotColumn> PlotCommand::FindColumns( const XPivotTable& inTable ) 
     {
         const auto& column = inTable.GetColumn( index );
         if ( !HoldsNumbers( column ) )
-            throw WrongUsage( "the column \"" + GetColumnName( column ) + "\" holds no numbers" );
+            throw WrongUsage( "the column " + InQuotes( GetColumnName( column ) ) + " holds no numbers" );
         columns.push_back( { column, columns.empty() ? itsIsLogarithmicX : itsIsLogarithmicY } );
     }
     return columns;

@@ -87,7 +87,7 @@ void EndLog( int inStatus, double inSeconds, Session& ioSession )
 {
     try
     {
-        ioSession.Note(
+        ioSession.LogInfo(
             "ended with status " + std::to_string( inStatus ) + " after " + XFormatSeconds( inSeconds ) );
         ioSession.EndLog();
     }
@@ -103,7 +103,7 @@ int RunCommand(
 {
     const XTimer timer;
     ioSession.StartLog( inOptions.isVerbose );
-    ioSession.Note( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
+    ioSession.LogInfo( "korvale " KORVALE_VERSION ":" + Quote( inArguments ) );
     CommandThread thread( ioCommand, ioSession );
     const auto status = FinishOutput( thread.RunWithMainLoop(), ioSession );
     EndLog( status, timer.GetElapsedSeconds(), ioSession );
@@ -131,7 +131,7 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     }
     catch ( const CommandLineError& error )
     {
-        session.ReportFact( error.what() );
+        session.ReportInfo( error.what() );
         return kWrongUsage;
     }
     catch ( const WrongUsage& wrongUsage )

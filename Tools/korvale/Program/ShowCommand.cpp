@@ -1,15 +1,12 @@
 #include "Program/ShowCommand.h"
 
 #include "Core/Streams/XFileStream.h"
-#include "Jobs/XProgress.h"
 #include "Program/CommandLine.h"
 #include "Program/TableOutputs.h"
-#include "Support/Failure.h"
 #include "Support/FilePaths.h"
 #include "Tables/StructurePrinter.h"
 #include "Tables/TableFile.h"
 #include "Tables/TableText.h"
-#include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
 
 void ShowCommand::Declare( const CommandOptions& inOptions )
@@ -18,55 +15,40 @@ void ShowCommand::Declare( const CommandOptions& inOptions )
                        "and why the rest cannot (exit status 1).\n"
                        "\n"
                        "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted." );
-    inOptions.Add( "TABLE", itsTable, "Table file" ).Takes( "" ).Required();
+    DeclareTable( inOptions );
     inOptions.AddFlag( "--csv", itsAsCSV, "Print as CSV" );
     inOptions.AddFlag( "--structure", itsStructure, "Print objects and fields with offsets" )
         .Excludes( "--csv" );
-    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress" );
 }
 
 int ShowCommand::Run( Session& ioSession )
 {
-    if ( itsIsQuiet )
-        ioSession.progress.Silence();
-    try
-    {
-        if ( itsStructure )
-            ShowStructure( ioSession );
-        else
-            ShowTable( ioSession );
-        return kSuccess;
-    }
-    catch ( ... )
-    {
-        const auto failure = DescribeCurrentException();
-        if ( failure.IsUserAbort() )
-            throw;
-        ioSession.out.flush();
-        ioSession.ReportFailure( itsTable, failure );
-        return kFailure;
-    }
+    if ( !itsStructure )
+        return TableCommand::Run( ioSession );
+    SilenceIfAsked( ioSession );
+    return Try( ioSession, [&] { ShowStructure( ioSession ); } ) ? kSuccess : kFailure;
 }
 
 void ShowCommand::ShowStructure( Session& ioSession ) const
 {
-    CheckIsTableFile( PathFromUTF8( itsTable ) );
-    XFileStream stream( PathFromUTF8( itsTable ) );
+    const auto path = PathFromUTF8( GetTableName() );
+    CheckIsTableFile( path );
+    XFileStream stream( path );
     const auto damage = StructurePrinter( stream, ioSession.out ).Print();
     if ( !damage.empty() )
         throw std::runtime_error( "the file is damaged " + damage );
 }
 
-void ShowCommand::ShowTable( Session& ioSession ) const
+int ShowCommand::RunOnTable( XPivotTable& ioTable, Session& ioSession )
 {
-    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
-    progress.SetTitle( "Showing" );
-    progress.SetMessage( XString::FromUTF8( itsTable ) );
-    const auto table = ReadTableFile( PathFromUTF8( itsTable ) );
-    progress.Increment();
+    return Try( ioSession, [&] { Print( ioTable, ioSession ); } ) ? kSuccess : kFailure;
+}
+
+void ShowCommand::Print( const XPivotTable& inTable, Session& ioSession ) const
+{
     if ( !itsAsCSV )
-        return PrintTable( *table, ioSession );
+        return PrintTable( inTable, ioSession );
     if ( ioSession.isOutTerminal )
         ioSession.progress.Silence();
-    WriteCSV( *table, WorkerLimit( 0 ), [&]( std::string_view inText ) { ioSession.out << inText; } );
+    WriteCSV( inTable, WorkerLimit( 0 ), [&]( std::string_view inText ) { ioSession.out << inText; } );
 }

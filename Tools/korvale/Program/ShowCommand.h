@@ -1,23 +1,26 @@
 #pragma once
 
-#include "Program/Command.h"
+#include "Program/TableCommand.h"
 
 /// `korvale show`: prints a stored table.
-class ShowCommand : public Command
+class ShowCommand : public TableCommand
 {
 public:
     const char* GetName() const override { return "show"; }
     const char* GetSummary() const override { return "Prints a table that korvale measure wrote."; }
     void Declare( const CommandOptions& inOptions ) override;
-    CommandFiles GetFiles() const override { return { { itsTable }, {} }; }
     int Run( Session& ioSession ) override;
 
+protected:
+    const char* GetTitle() const override { return "Showing"; }
+    std::vector<std::string> GetOutputNames() const override { return {}; }
+    int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
+    bool TakesEmptyTables() const override { return true; }
+
 private:
-    std::string itsTable;
     bool itsAsCSV = false;
     bool itsStructure = false;
-    bool itsIsQuiet = false;
 
     void ShowStructure( Session& ioSession ) const;
-    void ShowTable( Session& ioSession ) const;
+    void Print( const XPivotTable& inTable, Session& ioSession ) const;
 };

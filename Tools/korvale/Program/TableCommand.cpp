@@ -22,38 +22,44 @@ CommandFiles TableCommand::GetFiles() const
 
 int TableCommand::Run( Session& ioSession )
 {
-    if ( itsIsQuiet )
-        ioSession.progress.Silence();
+    SilenceIfAsked( ioSession );
     CheckOutputFiles( GetOutputNames() );
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
     progress.SetTitle( GetTitle() );
     progress.SetMessage( XString::FromUTF8( itsTable ) );
-    const auto table = ReadTable( ioSession );
-    progress.Increment();
-    if ( !table )
+    std::unique_ptr<XPivotTable> table;
+    if ( !Try( ioSession, [&] { table = ReadTableFile( PathFromUTF8( itsTable ) ); } ) )
         return kFailure;
+    progress.Increment();
     const auto hadRows = table->GetNumRows() > 0;
     const auto status = RunOnTable( *table, ioSession );
-    if ( table->GetNumRows() > 0 )
+    if ( table->GetNumRows() > 0 || TakesEmptyTables() )
         return status;
     ioSession.ReportFailure(
         itsTable, { hadRows ? "no row passes the conditions" : "the table has no rows" } );
     return kFailure;
 }
 
-/// Null when it cannot be read, which is then reported.
-std::unique_ptr<XPivotTable> TableCommand::ReadTable( Session& ioSession ) const
+void TableCommand::SilenceIfAsked( Session& ioSession ) const
+{
+    if ( itsIsQuiet )
+        ioSession.progress.Silence();
+}
+
+bool TableCommand::Try( Session& ioSession, const std::function<void()>& inAction ) const
 {
     try
     {
-        return ReadTableFile( PathFromUTF8( itsTable ) );
+        inAction();
+        return true;
     }
     catch ( ... )
     {
         const auto failure = DescribeCurrentException();
         if ( failure.IsUserAbort() )
             throw;
+        ioSession.out.flush(); // What was printed comes before the message.
         ioSession.ReportFailure( itsTable, failure );
-        return nullptr;
+        return false;
     }
 }

@@ -4,6 +4,7 @@
 #include "Pivot/Columns/XPivotOpaqueColumn.h"
 #include "Program/CommandLine.h"
 #include "Program/OptionChecks.h"
+#include "Support/InQuotes.h"
 #include "Tables/ColumnNames.h"
 #include "Tables/TableFile.h"
 #include "Tables/TableText.h"
@@ -46,9 +47,9 @@ void TableOutputs::WarnOfLostContents(
     const auto hasContents = ListUnknownContents( inTable );
     for ( std::uint32_t i = 0; i < hasContents.size() && !itsTable.empty(); ++i )
         if ( inHadContents[i] && !hasContents[i] )
-            ioSession.ReportFact(
-                "column \"" + GetColumnName( inTable.GetColumn( i ) ) + "\" has no values in " + itsTable +
-                ": its type is unknown to this version, which cannot tell its rows apart" );
+            ioSession.ReportInfo(
+                "column " + InQuotes( GetColumnName( inTable.GetColumn( i ) ) ) + " has no values in " +
+                itsTable + ": its type is unknown to this version, which cannot tell its rows apart" );
 }
 
 std::vector<bool> ListUnknownContents( const XPivotTable& inTable )

@@ -1,6 +1,7 @@
 #include "Tables/Aggregates.h"
 
 #include "Pivot/XPivotText.h"
+#include "Support/InQuotes.h"
 #include "Support/ListParser.h"
 #include "Support/WrongUsage.h"
 
@@ -55,7 +56,7 @@ Aggregate ParseAggregate( const std::string& inName )
     }
     const auto nearest = name.FindClosestLevenshteinMatch( names, true );
     throw WrongUsage(
-        "unknown aggregate \"" + inName + "\" (did you mean \"" +
+        "unknown aggregate " + InQuotes( inName ) + " (did you mean \"" +
         kAggregates[static_cast<std::size_t>( nearest )].name + "\"?)" );
 }
 } // namespace

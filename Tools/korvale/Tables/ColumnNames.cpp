@@ -2,6 +2,7 @@
 
 #include "Core/Strings/XNumberText.h"
 #include "Pivot/XPivotText.h"
+#include "Support/InQuotes.h"
 #include "Support/ListParser.h"
 #include "Support/WrongUsage.h"
 
@@ -18,11 +19,6 @@ const char* const kColumnNamesHelp =
 namespace
 {
 using Indices = XPivotTable::XColumnIndices;
-
-std::string InQuotes( const std::string& inText )
-{
-    return '"' + inText + '"';
-}
 
 /// The text on one line, as people write it who have no special characters at hand.
 XString Simplify( const XString& inName )

@@ -9,6 +9,7 @@
 #include "Pivot/Columns/XPivotUInt32Column.h"
 #include "Pivot/Columns/XPivotUUIDColumn.h"
 #include "Pivot/XPivotText.h"
+#include "Support/InQuotes.h"
 #include "Support/LittleEndian.h"
 #include "Tables/ColumnKind.h"
 #include "Tables/ColumnNames.h"
@@ -138,7 +139,7 @@ void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::u
     if ( inWidth <= kMostWidth && ( all <= kAlwaysAllowed || all / kMostTimes <= inCharacters ) )
         return;
     throw std::runtime_error(
-        "\"" + GetColumnName( inColumn ) + "\" has a text of " + std::to_string( inWidth ) +
+        InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
         " characters, and numpy gives all texts of a column the room of the longest (expected at most " +
         std::to_string( kMostWidth ) + ", and texts of similar lengths; write a CSV file instead)" );
 }

@@ -5,6 +5,7 @@
 #include "Core/Strings/XNumberText.h"
 #include "Core/Times/XTime.h"
 #include "Pivot/XPivotText.h"
+#include "Support/InQuotes.h"
 #include "Support/ListParser.h"
 #include "Support/WrongUsage.h"
 #include "Tables/ColumnKind.h"
@@ -96,7 +97,7 @@ bool IsValue( const XString& inValue, Read inRead )
 
 [[noreturn]] void RefuseFor( const XPivotColumn& inColumn, const std::string& inWhy )
 {
-    throw WrongUsage( "the column \"" + GetColumnName( inColumn ) + "\" holds " + inWhy );
+    throw WrongUsage( "the column " + InQuotes( GetColumnName( inColumn ) ) + " holds " + inWhy );
 }
 } // namespace
 
@@ -134,7 +135,7 @@ XPivotTableFilter WhereClause::MakeNumberFilter( const XPivotColumn& inColumn, s
         RefuseFor( inColumn, "numbers, and contains is for texts" );
     const auto number = XParseNumber<double>( itsValue );
     if ( !number )
-        RefuseFor( inColumn, "numbers, and \"" + itsValue + "\" is none" );
+        RefuseFor( inColumn, "numbers, and " + InQuotes( itsValue ) + " is none" );
     switch ( GetColumnKind( inColumn ) )
     {
     case ColumnKind::kSInt32:
@@ -158,8 +159,8 @@ void WhereClause::CheckOther( const XPivotColumn& inColumn ) const
         RefuseFor( inColumn, "times, and contains is for texts" );
     if ( kind == ColumnKind::kTime &&
          !IsValue( value, []( const auto& inText ) { XTime( inText, XString() ); } ) )
-        RefuseFor( inColumn, "times, and \"" + itsValue + "\" is none" );
+        RefuseFor( inColumn, "times, and " + InQuotes( itsValue ) + " is none" );
     if ( kind == ColumnKind::kIdentifier && !isContains &&
          !IsValue( value, []( const auto& inText ) { XUUID{ inText }; } ) )
-        RefuseFor( inColumn, "identifiers, and \"" + itsValue + "\" is none" );
+        RefuseFor( inColumn, "identifiers, and " + InQuotes( itsValue ) + " is none" );
 }

@@ -35,36 +35,36 @@ void Session::EndLog()
         return;
     itsLog->Flush( kPatienceMs );
     if ( itsLog->GetLostCount() > 0 )
-        Tell( "warning: cannot write the log " + itsLogName );
+        Print( "warning: cannot write the log " + itsLogName );
     itsLog.reset();
 }
 
-void Session::Note( const std::string& inText )
+void Session::LogInfo( const std::string& inText )
 {
     Log( kLogInformation, inText );
     if ( itsIsVerbose )
-        Tell( inText );
+        Print( inText );
 }
 
-void Session::ReportFact( const std::string& inText )
+void Session::ReportInfo( const std::string& inText )
 {
     Log( kLogInformation, inText );
-    Tell( inText );
+    Print( inText );
 }
 
 void Session::ReportFailure( const std::string& inSubject, const Failure& inFailure )
 {
     Log( kLogError, inSubject + ": " + inFailure.text, inFailure.number );
-    Tell( inSubject + ": " + inFailure.text );
+    Print( inSubject + ": " + inFailure.text );
 }
 
 void Session::ReportInterrupt()
 {
     Log( kLogWarning, "interrupted" );
-    Tell( "interrupted" );
+    Print( "interrupted" );
 }
 
-void Session::Tell( const std::string& inText )
+void Session::Print( const std::string& inText )
 {
     progress.WriteLine( "korvale: " + inText );
 }

@@ -45,11 +45,11 @@ public:
     /// Writes what is still to be written, and tells the user if something could not be.
     void EndLog();
 
-    /// For the log only.
-    void Note( const std::string& inText );
+    /// For the log, and for the user too where the log was started verbose.
+    void LogInfo( const std::string& inText );
 
     /// For the log, and for the user: "korvale: <text>".
-    void ReportFact( const std::string& inText );
+    void ReportInfo( const std::string& inText );
 
     /// For the log, and for the user: "korvale: <subject>: <text>".
     void ReportFailure( const std::string& inSubject, const Failure& inFailure );
@@ -61,6 +61,6 @@ private:
     bool itsIsVerbose = false;
     std::unique_ptr<XSessionLogManager> itsLog;
 
-    void Tell( const std::string& inText );
+    void Print( const std::string& inText );
     void Log( XSessionLogLevel inLevel, const std::string& inText, std::uint32_t inNumber = 0 );
 };

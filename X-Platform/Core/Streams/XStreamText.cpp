@@ -130,11 +130,11 @@ SSize64 XStream::FindString( const XString& inText )
     std::string bytes;
     while ( HasMore() )
     {
-        const USize64 kept = bytes.size();
+        const USize64 overlap = bytes.size();
         const SSize64 remaining = GetRemaining();
         const USize64 count = remaining < 0 ? 1 : std::min( kSearchStep, static_cast<USize64>( remaining ) );
-        bytes.resize( kept + count );
-        ReadBuffer8( bytes.data() + kept, count );
+        bytes.resize( overlap + count );
+        ReadBuffer8( bytes.data() + overlap, count );
         if ( const std::size_t found = bytes.find( needle ); found != std::string::npos )
             return start + static_cast<SSize64>( found );
         const USize64 passed = bytes.size() - std::min<USize64>( bytes.size(), needle.size() - 1 );

@@ -170,14 +170,14 @@ XString& XString::operator+=( const unsigned char* str )
 
 void XString::Resize( USize64 inLength )
 {
-    const USize64 kept = std::min( GetLength(), inLength );
+    const USize64 commonLength = std::min( GetLength(), inLength );
     if ( !CanReuseStorage( inLength ) )
     {
         XStringStorage* const storage = NewStorage( inLength );
-        std::memcpy( storage->data, itsStorage->data, kept );
+        std::memcpy( storage->data, itsStorage->data, commonLength );
         AdoptStorage( storage );
     }
-    std::memset( itsStorage->data + kept, 0, inLength - kept );
+    std::memset( itsStorage->data + commonLength, 0, inLength - commonLength );
     SetLength( inLength );
 }
 

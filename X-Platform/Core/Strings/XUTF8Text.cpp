@@ -14,9 +14,9 @@ std::string XElideText(
     auto letters = WCodePage::UTF8ToWide( inText );
     if ( letters.size() > kMost )
         letters.erase( kMost / 2, letters.size() - kMost );
-    for ( auto kept = letters.size(); kept-- > 0; )
+    for ( auto count = letters.size(); count-- > 0; )
     {
-        const auto end = kept / 2, start = kept - end;
+        const auto end = count / 2, start = count - end;
         const auto text = WCodePage::WideToUTF8( letters.substr( 0, start ) ) + "\xE2\x80\xA6" +
             WCodePage::WideToUTF8( letters.substr( letters.size() - end ) );
         if ( inMeasure( text ) <= inMostWidth )

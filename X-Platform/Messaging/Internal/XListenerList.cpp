@@ -1,5 +1,6 @@
 #include "Messaging/Internal/XListenerList.h"
 
+#include "Messaging/Internal/XPlaces.h"
 #include "Messaging/XListener.h"
 #include "Messaging/XMessage.h"
 #include "Threads/XThreadLock.h"
@@ -10,15 +11,13 @@
 namespace
 {
 
-constexpr USize kFew = 32; // listeners are searched as fast as they are looked up
-
 /// Those who are left out of a broadcast, in any order.
 class XExclusions
 {
 public:
     explicit XExclusions( const XSpeaker::XListenerVector& inListeners ) : itsListeners( inListeners )
     {
-        if ( inListeners.size() <= kFew )
+        if ( inListeners.size() <= kMostSearched )
             return;
         itsSorted = inListeners;
         std::ranges::sort( itsSorted );
@@ -148,14 +147,7 @@ USize XListenerList::GetListenerCount()
 /// Few are searched from the back: what came last is often the first to go.
 XListenerList::XNode* XListenerList::FindNode( const XListener& inListener )
 {
-    if ( itsPlaces )
-    {
-        const auto found = itsPlaces->find( &inListener );
-        return found == itsPlaces->end() ? nullptr : &itsNodes[found->second];
-    }
-    const auto isListener = [&]( const XNode& inNode ) { return inNode.listener == &inListener; };
-    const auto found = std::find_if( itsNodes.rbegin(), itsNodes.rend(), isListener );
-    return found == itsNodes.rend() ? nullptr : &*found;
+    return XFindEntry( itsNodes, &XNode::listener, itsPlaces, inListener );
 }
 
 XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool inMayBeThere )
@@ -165,30 +157,8 @@ XListenerList::XNode& XListenerList::FindOrAddNode( XListener& inListener, bool 
             return *node;
     ++itsAdditions;
     XNode& added = itsNodes.emplace_back( XNode{ &inListener, 0 } );
-    if ( itsNodes.size() > kFew )
-        RememberPlaces();
+    XRememberPlaces( itsNodes, &XNode::listener, itsPlaces );
     return added;
-}
-
-/// After one was added. Without the memory for it they are searched.
-void XListenerList::RememberPlaces() noexcept
-{
-    try
-    {
-        USize first = itsNodes.size() - 1;
-        if ( !itsPlaces )
-        {
-            itsPlaces = std::make_unique<std::unordered_map<const XListener*, USize>>();
-            first = 0;
-        }
-        for ( USize place = first; place < itsNodes.size(); ++place )
-            if ( const XListener* const listener = itsNodes[place].listener )
-                itsPlaces->insert_or_assign( listener, place );
-    }
-    catch ( ... )
-    {
-        itsPlaces.reset();
-    }
 }
 
 void XListenerList::ForgetPlace( const XListener* inListener )
@@ -219,7 +189,7 @@ void XListenerList::RemoveNode( XNode& inNode )
     if ( const XListener* const listener = std::exchange( inNode.listener, nullptr ) )
         ForgetPlace( listener );
     ++itsEmptyNodes;
-    if ( itsNodes.size() <= kFew || itsEmptyNodes * 2 >= itsNodes.size() )
+    if ( itsNodes.size() <= kMostSearched || itsEmptyNodes * 2 >= itsNodes.size() )
         RemoveEmptyNodes();
 }
 
@@ -228,7 +198,7 @@ void XListenerList::RemoveEmptyNodes()
 {
     std::erase_if( itsNodes, []( const XNode& inNode ) { return inNode.count == 0; } );
     itsEmptyNodes = 0;
-    if ( itsNodes.size() <= kFew )
+    if ( itsNodes.size() <= kMostSearched )
         itsPlaces.reset();
     if ( itsPlaces )
         for ( USize place = 0; place < itsNodes.size(); ++place )

@@ -86,7 +86,6 @@ private:
 
     XNode* FindNode( const XListener& inListener );
     XNode& FindOrAddNode( XListener& inListener, bool inMayBeThere );
-    void RememberPlaces() noexcept;
     void ForgetPlace( const XListener* inListener );
     void RemoveNode( XNode& inNode );
     void RemoveEmptyNodes();

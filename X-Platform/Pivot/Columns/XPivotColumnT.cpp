@@ -250,13 +250,13 @@ template<class T>
 void XPivotColumnT<T>::RemoveDuplicates( XVector<std::uint32_t>& outRows )
 {
     outRows.clear();
-    std::unordered_set<T, XValueHash> kept;
+    std::unordered_set<T, XValueHash> seen;
     for ( std::uint32_t row = 0; row < GetColumnSize(); ++row )
     {
         if ( !DoesDataExist( row ) )
             continue;
         const T& value = itsColumnData[row];
-        if ( IsNaN( value ) || kept.insert( value ).second ) // NaN equals nothing kept
+        if ( IsNaN( value ) || seen.insert( value ).second ) // NaN equals nothing seen
             outRows.push_back( row );
     }
     Reorder( outRows );

@@ -1,9 +1,9 @@
 #include "Pivot/Columns/Internal/XPivotNumberTexts.h"
 
+#include "Core/Strings/XNumberText.h"
 #include "Pivot/Columns/Internal/XPivotConversions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <functional>
 #include <utility>
 
@@ -36,15 +36,10 @@ bool AreDistinct( const XVector<double>& inNumbers, const XVector<XString>& inTe
 
 XString FormatExactly( double inNumber )
 {
-    constexpr double kMostWhole = 0x1p53;
     if ( !std::isfinite( inNumber ) )
         return XFormatPivotNumber( inNumber );
-    char text[32];
-    const bool isWhole = std::trunc( inNumber ) == inNumber && std::abs( inNumber ) <= kMostWhole;
-    const char* const end = isWhole
-        ? std::to_chars( text, std::end( text ), static_cast<std::int64_t>( inNumber ) ).ptr
-        : std::to_chars( text, std::end( text ), inNumber ).ptr;
-    std::string exact( static_cast<const char*>( text ), end );
+    std::string exact;
+    XAppendNumber( exact, inNumber + 0.0 ); // -0 is 0
     std::ranges::replace( exact, '.', WLocale::GetDecimalPoint() );
     return XString( exact );
 }

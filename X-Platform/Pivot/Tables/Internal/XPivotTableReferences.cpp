@@ -38,7 +38,7 @@ XPivotTableReferences::~XPivotTableReferences()
 {
     for ( const XTarget& target : itsTargets )
     {
-        for ( const std::uint32_t place : target.kept )
+        for ( const std::uint32_t place : target.keptPlaces )
             target.column->SetKept( place, false );
     }
 }
@@ -85,7 +85,7 @@ void XPivotTableReferences::Keep( XTarget& ioTarget, std::uint32_t inPlace )
 {
     if ( ioTarget.column->itsRefs[inPlace].isKept )
         return;
-    ioTarget.kept.push_back( inPlace );
+    ioTarget.keptPlaces.push_back( inPlace );
     ioTarget.column->SetKept( inPlace, true );
 }
 

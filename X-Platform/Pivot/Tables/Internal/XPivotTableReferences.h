@@ -38,7 +38,7 @@ private:
     {
         XPivotRowRefColumn* column;
         XVector<const XPivotOtherRowRefColumn*> references;
-        XVector<std::uint32_t> kept;
+        XVector<std::uint32_t> keptPlaces;
     };
 
     static XVector<XTarget> ListTargets( XPivotTable& ioTable );
