@@ -133,7 +133,10 @@ void XConnectionEndpointImp::EndUse( XState inNewState )
     if ( closing )
         closing->Interrupt();
     if ( const WConnectionPtr connection = TakeConnection( inNewState ) )
+    {
         connection->Interrupt();
+        LetGo( connection );
+    }
 }
 
 void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
@@ -141,10 +144,11 @@ void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
     struct Closing
     {
         XConnectionEndpointImp& itsImp;
-        WConnection& itsConnection;
+        const WConnectionPtr& itsConnection;
         ~Closing()
         {
-            itsConnection.Interrupt(); // for a thread that still receives
+            itsConnection->Interrupt(); // for a thread that still receives
+            itsImp.LetGo( itsConnection );
             const XThreadLock lock( itsImp.itsMutex );
             itsImp.itsClosing.reset();
             if ( itsImp.itsState == XNetEndpoint::kStateDisconnecting )
@@ -159,7 +163,7 @@ void XConnectionEndpointImp::Disconnect( std::uint32_t inTimeoutMS )
         connection = itsClosing = std::move( itsConnection );
         itsState = XNetEndpoint::kStateDisconnecting;
     }
-    const Closing closing{ *this, *connection };
+    const Closing closing{ *this, connection };
     AnnounceEnd( connection );
     connection->ShutDownSending();
     Drain( *connection, std::max<std::uint32_t>( inTimeoutMS, 1 ) );
@@ -311,6 +315,8 @@ std::uint32_t XConnectionEndpointImp::CountWaiting( const WConnectionPtr& inConn
 
 void XConnectionEndpointImp::AnnounceEnd( const WConnectionPtr& ) {}
 
+void XConnectionEndpointImp::LetGo( const WConnectionPtr& ) {}
+
 // ---- Properties
 
 std::uint64_t XConnectionEndpointImp::GetTotalBytesRead()
@@ -376,15 +382,20 @@ WConnectionPtr XConnectionEndpointImp::TakeConnection( XState inNewState )
 /// Ends the use of this very connection, unless somebody else has done so.
 void XConnectionEndpointImp::Drop( const WConnectionPtr& inConnection, XState inNewState )
 {
+    bool isInUse = false;
     {
         const XThreadLock lock( itsMutex );
-        if ( itsConnection != inConnection )
-            return;
-        itsState = inNewState;
-        ResetStatistics();
-        itsConnection.reset();
+        isInUse = itsConnection == inConnection;
+        if ( isInUse )
+        {
+            itsState = inNewState;
+            ResetStatistics();
+            itsConnection.reset();
+        }
     }
-    inConnection->Interrupt();
+    if ( isInUse )
+        inConnection->Interrupt();
+    LetGo( inConnection );
 }
 
 // ---- Errors

@@ -53,6 +53,8 @@ protected:
     virtual std::uint32_t CountWaiting( const WConnectionPtr& inConnection );
     /// `Disconnect` is about to shut the connection down. Does not wait.
     virtual void AnnounceEnd( const WConnectionPtr& inConnection );
+    /// The endpoint does not use the connection any more. Its destructor does not call this.
+    virtual void LetGo( const WConnectionPtr& inConnection );
 
     // ---- For subclasses
 

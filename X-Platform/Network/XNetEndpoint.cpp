@@ -191,9 +191,8 @@ std::uint32_t XNetEndpoint::PeekAnyData( void* buffer, std::uint32_t length, std
 void XNetEndpoint::PeekData( void* buffer, std::uint32_t length, std::uint32_t inTimeoutMS )
 {
     const XTimer timer( inTimeoutMS );
-    std::uint32_t available = 0;
-    while ( length > 0 && ( available = PeekAnyData( buffer, length, timer.GetRemainingMS() ) ) < length )
-        itsShared->imp->WaitForMoreData( available, timer.GetRemainingMS() );
+    while ( length > 0 && PeekAnyData( buffer, length, timer.GetRemainingMS() ) < length )
+        itsShared->imp->WaitForMoreData( length - 1, timer.GetRemainingMS() );
 }
 
 std::uint32_t XNetEndpoint::GetWaitingBytes() const

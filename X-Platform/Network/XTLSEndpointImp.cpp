@@ -52,6 +52,15 @@ void XTLSEndpointImp::AnnounceEnd( const WConnectionPtr& inConnection )
     XSwallowErrors( [&] { GetConversation( inConnection )->End(); } );
 }
 
+/// The conversation has the connection, and would keep it open.
+void XTLSEndpointImp::LetGo( const WConnectionPtr& inConnection )
+{
+    std::shared_ptr<XTLSConversation> ended; // longer than the lock
+    const XThreadLock lock( itsConversationMutex );
+    if ( itsConversation && itsConversation->IsOn( inConnection ) )
+        ended = std::move( itsConversation );
+}
+
 std::unique_ptr<XSocketsTCPEndpointImp> XTLSEndpointImp::MakeAccepted( const WConnectionPtr& inConnection )
 {
     auto imp = std::make_unique<XTLSEndpointImp>( itsContext );

@@ -28,6 +28,7 @@ protected:
     WConnection::Outcome
     BeginConnection( const WConnectionPtr& inConnection, const XWaiter& inWaiter ) override;
     void AnnounceEnd( const WConnectionPtr& inConnection ) override;
+    void LetGo( const WConnectionPtr& inConnection ) override;
     std::unique_ptr<XSocketsTCPEndpointImp> MakeAccepted( const WConnectionPtr& inConnection ) override;
     WConnection::Outcome SendSome(
         const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,

@@ -325,6 +325,22 @@ TEST( XTLSEndpointTest, ADisconnectionLeavesNoBytesToAReceiver )
     }
 }
 
+/// The system's end of a connection goes with it, and not with the endpoint.
+TEST( XTLSEndpointTest, ClosesAConnectionThatHasEnded )
+{
+    TestTLSConnection connection;
+    char byte = 0; // a wait opens what this thread needs for waiting
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+    const std::ptrdiff_t before = CountDescriptors();
+    connection.client.ForceDisconnect();
+    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_EQ( CountDescriptors(), before - 2 );
+    TestListener silent;
+    const std::ptrdiff_t unconnected = CountDescriptors();
+    EXPECT_EQ( ErrorOf( [&] { connection.client.Connect( silent.GetAddress(), 20 ); } ), 3105u );
+    EXPECT_EQ( CountDescriptors(), unconnected );
+}
+
 TEST( XTLSEndpointTest, IsServedBesideStrangers )
 {
     const TestContexts contexts;
