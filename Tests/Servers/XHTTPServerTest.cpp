@@ -2,6 +2,8 @@
 
 #include "Servers/XHTTPBodyWriter.h"
 #include "Servers/XHTTPServer.h"
+#include "Services/XSessionLogManager.h"
+#include "TestFolder.h"
 #include "Threads/Waiting/WEvent.h"
 #include "Time/WClock.h"
 
@@ -316,6 +318,29 @@ TEST_F( XHTTPServerTest, SurvivesHandlersThatThrow )
         client.Send( std::string( "GET " ) + path + " HTTP/1.1\r\nHost: x\r\n\r\n" );
         EXPECT_EQ( StatusOf( client.ReceiveUpTo( "Error\n" ) ), "500" ) << path;
     }
+}
+
+/// The log would be theirs to fill.
+TEST_F( XHTTPLimitsTest, LogsWhatHandlersDoButNotWhatClientsDo )
+{
+    const TestFolder folder;
+    XSessionLogManager::XOptions options;
+    options.path = folder / "session.log";
+    XSessionLogManager log( options );
+    itsServer.Stop();
+    itsServer.HandleGet( "/fails", []( const XHTTPRequest& ) -> XHTTPResponse { throw 4; } );
+    itsServer.Start( 0 );
+    RawClient client( itsServer ); // does not close when the server does
+    client.Send( "GET /fails HTTP/1.1\r\nHost: x\r\n\r\nGET /hello" );
+    client.ReceiveUpTo( "Error\n" );
+    client.ReceiveUpTo( "Timeout\n" );
+    while ( itsServer.GetConnectionCount() > 0 )
+        XThread::SleepCurrentThread( 1 );
+    log.Flush( kPatience );
+    std::ifstream file( options.path );
+    const std::string text( std::istreambuf_iterator<char>( file ), {} );
+    EXPECT_NE( text.find( "HTTP request for /fails" ), std::string::npos ) << text;
+    EXPECT_EQ( text.find( "3105" ), std::string::npos ) << text;
 }
 
 TEST_F( XHTTPServerTest, RefusesConnectionsBeyondItsLimit )
