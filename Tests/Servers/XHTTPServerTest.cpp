@@ -421,6 +421,7 @@ protected:
         Write( "secret.txt", "secret" );
         Write( "site/ten.txt", "0123456789" );
         Write( "site/.hidden", "secret" );
+        Write( "site/a~1", "perhaps the short name of a hidden one" );
         Write( "site/sub/index.html", "<p>" );
         Write( "site/big.bin", std::string( 1'000'003, 'b' ) );
         itsServer.ServeFolder( "/files/", itsBase / "site" );
@@ -466,7 +467,7 @@ TEST_F( XHTTPFilesTest, ServesFilesButNothingElse )
     std::filesystem::create_symlink( itsBase / "secret.txt", itsBase / "site" / "link", error );
     for ( const char* path :
           { "", "none", "sub", ".hidden", "ten.txt/", "link", "/ten.txt", "sub//index.html",
-            "..%5Csecret.txt", "C:%5Cx", "ten.txt::$DATA", "ten.txt.", "ten.txt%20", "NUL", "%ff%fe",
+            "..%5Csecret.txt", "C:%5Cx", "ten.txt::$DATA", "ten.txt.", "a~1", "ten.txt%20", "NUL", "%ff%fe",
             "%0A" } )
         EXPECT_EQ( StatusOf( Get( path ) ), "404" ) << path;
     for ( const char* path :

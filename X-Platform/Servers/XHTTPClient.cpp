@@ -288,7 +288,7 @@ private:
         if ( IsSecure( ioURL ) && !IsSecure( inNext ) )
             throw TransferException( kErrorNetworkService, ioURL, "a redirection from https to http" );
         if ( !XHTTPHeaders::AreEqual( GetOrigin( ioURL ), GetOrigin( inNext ) ) )
-            for ( const char* name : { "Authorization", "Cookie" } )
+            for ( const char* name : { "Authorization", "Proxy-Authorization", "Cookie" } )
                 itsHeaders.Remove( name );
         ioURL = inNext;
     }

@@ -55,7 +55,7 @@ public:
     /// Serves the regular files of a folder and of those in it, below a path that ends with '/' (1013). `index.html`
     /// stands for its folder. Links that lead out of the folder are answered with 404, and so are names that some system
     /// reads as something else than a name, on every system: those that begin or end with '.', end with a blank, or have
-    /// one of `\:*?"<>|` or a control character in them.
+    /// one of `\:*?"<>|`, a control character, or '~' and a digit in them.
     void ServeFolder( const std::string& inPath, const std::filesystem::path& inFolder );
 
     /// Listens on a port, 0 for any free one. Errors as in `XNetServer::Start`.

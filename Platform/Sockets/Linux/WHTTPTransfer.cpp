@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <new>
 
 #include <dlfcn.h>
 
@@ -194,13 +195,25 @@ private:
 
     static std::size_t TakeHead( char* inBytes, std::size_t, std::size_t inCount, void* ioExchange ) noexcept
     {
-        static_cast<Exchange*>( ioExchange )->itsHead.append( inBytes, inCount );
-        return inCount;
+        return Keep( static_cast<Exchange*>( ioExchange )->itsHead, inBytes, inCount );
     }
     static std::size_t TakeBytes( char* inBytes, std::size_t, std::size_t inCount, void* ioExchange ) noexcept
     {
-        static_cast<Exchange*>( ioExchange )->itsBody.append( inBytes, inCount );
-        return inCount;
+        return Keep( static_cast<Exchange*>( ioExchange )->itsBody, inBytes, inCount );
+    }
+
+    /// Fewer than the library has tell it that writing has failed.
+    static std::size_t Keep( std::string& ioKept, const char* inBytes, std::size_t inCount ) noexcept
+    {
+        try
+        {
+            ioKept.append( inBytes, inCount );
+            return inCount;
+        }
+        catch ( const std::bad_alloc& )
+        {
+            return 0;
+        }
     }
 
     void PassOn()
@@ -256,7 +269,9 @@ private:
         const CURLcode result = message ? message->data.result : CURLE_FAILED_INIT;
         if ( result == CURLE_OK && !itsIsInHead )
             return {};
-        if ( result == CURLE_OK ) // the library takes the end of the connection for that of the head
+        if ( result == CURLE_WRITE_ERROR )
+            throw std::bad_alloc(); // as `Keep` could not
+        if ( result == CURLE_OK )   // the library takes the end of the connection for that of the head
             return { kDisconnected, {} };
         const bool isMissing =
             result == CURLE_UNSUPPORTED_PROTOCOL && !IsConnected(); // else it is the reply's

@@ -12,11 +12,20 @@ namespace
 
 using Path = std::filesystem::path;
 
+/// Whether the name may be one that a system has made up for a file with a longer one, such as HIDDEN~1.
+bool MayBeShortened( const std::string& inName )
+{
+    for ( std::size_t at = inName.find( '~' ); at != std::string::npos; at = inName.find( '~', at + 1 ) )
+        if ( at + 1 < inName.size() && inName[at + 1] >= '0' && inName[at + 1] <= '9' )
+            return true;
+    return false;
+}
+
 /// Names that systems read as what they say: none that is hidden, empty, or something else than a name somewhere.
 bool IsPlainName( const std::string& inName )
 {
     return !inName.empty() && inName.front() != '.' && inName.back() != '.' && inName.back() != ' ' &&
-        inName.find_first_of( "\\:*?\"<>|" ) == std::string::npos &&
+        inName.find_first_of( "\\:*?\"<>|" ) == std::string::npos && !MayBeShortened( inName ) &&
         std::ranges::none_of(
             inName, []( char inCharacter ) { return static_cast<unsigned char>( inCharacter ) < ' '; } );
 }
