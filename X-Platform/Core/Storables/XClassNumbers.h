@@ -17,6 +17,10 @@ enum XClassNumber : std::uint32_t
     kClassStream = 0x31, ///< the stream format itself
     kClassNetAddress = 538,
 
+    kClassRPCBridgeBase = 1300,
+    kClassRPCBridge = 1301,
+    kClassBidirectionalSession = 1302, ///< the preamble of reverse connections; no class
+
     kClassPivotColumnDescriptor = 1452,
     kClassPivotColumn = 1453,
     kClassPivotStringColumn = 1454,
@@ -37,6 +41,8 @@ enum XClassNumber : std::uint32_t
     kClassNetJobMessage = 2003,
     kClassProgressChangedMessage = 2004,
     kClassMemoryHandle = 2005,
+    kClassRemoteNotifyMessage = 2006,
+    kClassLPCBridge = 2007,
 
     kFirstApplicationClassNumber = 32768,
 };

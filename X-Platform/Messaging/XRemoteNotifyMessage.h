@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Messaging/XRemoteMessage.h"
+
+/// Tells listeners, in other processes too, the latest value of something: of what its ID names. Of those with one ID that
+/// wait in a queue, only the newest is delivered, at its own place.
+class KORVALE_API XRemoteNotifyMessage : public XRemoteMessage
+{
+public:
+    explicit XRemoteNotifyMessage(
+        XSpeaker* inSpeaker = nullptr, std::uint32_t inID = 0, std::int64_t inValue = 0 );
+    ~XRemoteNotifyMessage() override;
+
+    XRemoteNotifyMessage* Clone() const override;
+    XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNewMessage ) const override;
+    bool operator==( const XMessage& inOther ) const override;
+    std::uint64_t GetCoalesceKey() const noexcept override;
+
+    std::int64_t GetValue() const { return itsValue; }
+
+    static XVersion GetClassVersion();
+    static XVersion GetSuperClassVersion();
+    XVersion GetVersion() const override;
+    USize64 GetStreamUsage() const override;
+    void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
+    void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
+
+private:
+    std::int64_t itsValue;
+};
