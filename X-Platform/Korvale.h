@@ -99,6 +99,7 @@
 #include "Messaging/XMessageVoid.h"
 #include "Messaging/XNetJobMessage.h"
 #include "Messaging/XRemoteMessage.h"
+#include "Messaging/XRemoteNotifyMessage.h"
 #include "Messaging/XSpeaker.h"
 
 // Progress and jobs
@@ -181,6 +182,18 @@
 #include "Servers/XNetResponder.h"
 #include "Servers/XNetServer.h"
 #include "Servers/XServer.h"
+
+// Remote calls
+#include "RemoteCalls/XLPCBridge.h"
+#include "RemoteCalls/XMakeRPCCall.h"
+#include "RemoteCalls/XRPCBridge.h"
+#include "RemoteCalls/XRPCBridgeBase.h"
+#include "RemoteCalls/XRPCCipher.h"
+#include "RemoteCalls/XRPCOutgoingCall.h"
+#include "RemoteCalls/XRPCResponder.h"
+#include "RemoteCalls/XRPCSlots.h"
+#include "RemoteCalls/XRPCTypes.h"
+#include "RemoteCalls/XRemoteMethod.h"
 
 // What a process constructs first
 #include "Startup/WInitApp.h"

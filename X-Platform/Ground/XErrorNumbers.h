@@ -43,6 +43,16 @@ enum XErrorNumber : std::uint32_t
     // Network and servers
     kErrorNetworkService = 3052,
     kErrorDeviceNotConnected = 3076,
+    kErrorUnknownRPC = 3090, ///< a method that was called remotely has thrown what is no XException
+    kErrorCallNotSupported = 3091,
+    kErrorClientTooNew = 3092,
+    kErrorClientTooOld = 3093,
+    kErrorAuthenticationFailed = 3094,
+    kErrorWrongStorable = 3095,
+    kErrorSessionRequested = 3096, ///< a bidirectional one, which nobody has connected to yet
+    kErrorUnknownSession = 3097,
+    kErrorCallAborted = 3098,
+    kErrorSenderUnavailable = 3099,
     kErrorDisconnected = 3100,
     kErrorResponderDetached = 3101,
     kErrorHostNotFound = 3104,

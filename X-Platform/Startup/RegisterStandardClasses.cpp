@@ -4,6 +4,7 @@
 #include "Messaging/Internal/RegisterMessagingClasses.h"
 #include "Network/Internal/RegisterNetworkClasses.h"
 #include "Pivot/Internal/RegisterPivotClasses.h"
+#include "RemoteCalls/Internal/RegisterRemoteCallsClasses.h"
 
 void XClassRegistry::RegisterStandardClasses()
 {
@@ -13,4 +14,5 @@ void XClassRegistry::RegisterStandardClasses()
     RegisterMemoryClasses();
     RegisterPivotClasses();
     RegisterNetworkClasses();
+    RegisterRemoteCallsClasses();
 }

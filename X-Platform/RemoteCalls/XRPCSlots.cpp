@@ -1,0 +1,3 @@
+#include "RemoteCalls/XRPCSlots.h"
+
+XRPCSlotBase::~XRPCSlotBase() = default;
