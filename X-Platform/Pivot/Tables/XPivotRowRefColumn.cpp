@@ -507,12 +507,12 @@ void XPivotRowRefColumn::CheckReference( XStream& inStream, const XReference& in
         refuse( text( "its user-visible ID is 0" ) );
     if ( itsRefs.FindUserVisibleID( userVisibleID ) != kNoPlace )
         refuse(
-            [&] {
-                return "its user-visible ID, " + std::to_string( userVisibleID ) +
-                    ", is that of another reference";
+            [number = userVisibleID] {
+                return "its user-visible ID, " + std::to_string( number ) + ", is that of another reference";
             } );
     if ( row != kNoRow && !IsHeldBy( uuid, row ) )
-        refuse( [&] { return "row " + std::to_string( row ) + " does not hold its identifier"; } );
+        refuse( [number = row]
+                { return "row " + std::to_string( number ) + " does not hold its identifier"; } );
     if ( itsRefs.Find( uuid ) != kNoPlace )
         refuse( text( "there is a reference to the same object before" ) );
 }
