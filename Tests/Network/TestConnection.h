@@ -1,6 +1,9 @@
 #pragma once
 
 #include "Core/Times/XTimer.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XProgressStrategyChanger.h"
+#include "Jobs/XThreadProgressStrategy.h"
 #include "Network/XNetEndpoint.h"
 #include "TestErrors.h"
 #include "Threads/TestThread.h"
@@ -38,6 +41,17 @@ struct TestConnection
     XNetEndpoint client;
     std::unique_ptr<XNetEndpoint> server;
 };
+
+/// The error of an attempt to connect that its user aborts.
+inline std::uint32_t AbortConnecting( XNetEndpoint& ioEndpoint, const XNetAddress& inAddress )
+{
+    struct AbortingStrategy : XThreadProgressStrategy
+    {
+        void Yield() override { XProgress::Abort(); }
+    } strategy;
+    const XProgressStrategyChanger changer( &strategy );
+    return ErrorOf( [&] { ioEndpoint.ConnectWithProgress( inAddress, kNoTimeout ); } );
+}
 
 inline void AwaitDisconnecting( const XNetEndpoint& inEndpoint )
 {

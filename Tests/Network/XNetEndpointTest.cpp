@@ -442,6 +442,7 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 50 ); } ), 3105u ) << number;
     EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 0 ); } ), 3105u );
     EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( address, 0 ); } ), 3105u );
+    EXPECT_EQ( AbortConnecting( endpoint, address ), 1001u );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
     TestThread thread(
         [&]

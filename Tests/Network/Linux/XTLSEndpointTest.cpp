@@ -268,6 +268,8 @@ TEST( XTLSEndpointTest, EndsAHandshakeThatTakesTooLong )
     EXPECT_EQ( ErrorOf( [&] { client.Connect( silent.GetAddress(), 50 ); } ), 3105u );
     EXPECT_GE( timer.GetElapsedMS(), 50 );
     EXPECT_EQ( client.GetState(), XNetEndpoint::kStateClosed );
+    EXPECT_EQ( AbortConnecting( client, silent.GetAddress() ), 1001u );
+    delete silent->Listen();
     TestThread thread(
         [&]
         {
