@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <mutex>
 #include <netinet/tcp.h>
 #include <poll.h>
 
@@ -16,6 +17,18 @@ struct WSocket::System
     int SetOption( int inLevel, int inName, T inValue ) const
     {
         return setsockopt( descriptor.Get(), inLevel, inName, &inValue, sizeof( inValue ) );
+    }
+
+    /// Sets how many bytes make the socket ready for reading; false where it does not take as many.
+    bool SetMark( int inBytes ) const
+    {
+        static std::mutex sMutex; // another thread may set one for itself
+        const std::lock_guard lock( sMutex );
+        SetOption( SOL_SOCKET, SO_RCVLOWAT, inBytes );
+        int mark = 0;
+        socklen_t size = sizeof( mark );
+        getsockopt( descriptor.Get(), SOL_SOCKET, SO_RCVLOWAT, &mark, &size );
+        return mark >= inBytes;
     }
 
     WSocketDescriptor descriptor;
@@ -116,17 +129,20 @@ WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek
 /// than the connection has room for.
 WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadline )
 {
-    const int wanted = static_cast<int>( std::min<USize>( inCount, INT_MAX - 1 ) ) + 1;
-    itsSystem->SetOption( SOL_SOCKET, SO_RCVLOWAT, wanted );
-    int mark = 0;
-    socklen_t size = sizeof( mark );
-    getsockopt( itsSystem->descriptor.Get(), SOL_SOCKET, SO_RCVLOWAT, &mark, &size );
-    const WWaitResult result = mark < wanted ? kWaitSucceeded : Wait( kForReading, inDeadline );
-    itsSystem->SetOption( SOL_SOCKET, SO_RCVLOWAT, 1 );
-    if ( mark < wanted )
-        return { kFailed, 0, kErrorNoBuffers };
-    if ( result != kWaitSucceeded )
-        return { result == kWaitAlerted ? kAlerted : kTimedOut };
+    struct Mark
+    {
+        const System& itsSocket;
+        const bool itsIsTaken;
+        ~Mark() { itsSocket.SetMark( 1 ); }
+    };
+    {
+        const int wanted = static_cast<int>( std::min<USize>( inCount, INT_MAX - 1 ) ) + 1;
+        const Mark mark{ *itsSystem, itsSystem->SetMark( wanted ) };
+        if ( !mark.itsIsTaken )
+            return { kFailed, 0, kErrorNoBuffers };
+        if ( const WWaitResult result = Wait( kForReading, inDeadline ); result != kWaitSucceeded )
+            return { result == kWaitAlerted ? kAlerted : kTimedOut };
+    }
     return WConnection::WaitForMore( inCount, inDeadline ); // the system wakes for want of room, too
 }
 

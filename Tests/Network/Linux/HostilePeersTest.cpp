@@ -276,6 +276,48 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     EXPECT_EQ( text.find( pauses ), text.rfind( pauses ) ) << text;
 }
 
+/// A wait that cannot begin does not change when later ones end.
+TEST( HostilePeersTest, APeekWithoutDescriptorsLeavesTheConnectionAsItIs )
+{
+#if defined( KORVALE_SANITIZED ) && defined( __clang__ )
+    GTEST_SKIP() << "the checks of the undefined-behaviour sanitizer take descriptors themselves";
+#endif
+    RawConnection connection;
+    char bytes[8] = {};
+    send( connection.peer, "x", 1, MSG_NOSIGNAL );
+    connection.endpoint->PeekData( bytes, 1, kPatience );
+    rlimit limits{};
+    getrlimit( RLIMIT_NOFILE, &limits );
+    const rlimit few{ 100, limits.rlim_max };
+    std::uint32_t error = 0;
+    TestThread thread( // which has not waited yet
+        [&]
+        {
+            setrlimit( RLIMIT_NOFILE, &few );
+            std::vector<int> taken;
+            while ( taken.empty() || taken.back() >= 0 )
+                taken.push_back( dup( connection.peer ) );
+            error = ErrorOf( [&] { connection.endpoint->PeekData( bytes, 8, kPatience ); } );
+            for ( const int descriptor : taken )
+                close( descriptor );
+            setrlimit( RLIMIT_NOFILE, &limits );
+            return 0;
+        } );
+    thread.StartThread();
+    thread.WaitForTerminate( kPatience );
+    EXPECT_EQ( error, 4u );
+    std::thread sender(
+        [&]
+        {
+            XThread::SleepCurrentThread( 20 ); // so that there is something to wait for
+            send( connection.peer, "y", 1, MSG_NOSIGNAL );
+        } );
+    const XTimer timer;
+    connection.endpoint->ReceiveData( bytes, 2, 5000 );
+    EXPECT_LT( timer.GetElapsedMS(), 5000 ); // a last look would find it
+    sender.join();
+}
+
 /// Two namespaces of the system's network, joined by a link that is cut.
 TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
 {
