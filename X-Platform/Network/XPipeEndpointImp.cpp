@@ -61,14 +61,23 @@ void XPipeEndpointImp::BeginUse( TBegin inBegin )
 {
     const auto pipe = std::make_shared<WPipe>( itsName );
     Use( pipe );
+    const auto end = [&]
+    {
+        Drop( pipe, XNetEndpoint::kStateClosed );
+        itsState = XNetEndpoint::kStateClosed; // also where another thread has ended the attempt
+    };
     try
     {
         inBegin( pipe );
     }
+    catch ( const WLastErrorException& error )
+    {
+        end();
+        throw PipeException( itsName, error.GetWin32ErrorCode() );
+    }
     catch ( ... )
     {
-        Drop( pipe, XNetEndpoint::kStateClosed );
-        itsState = XNetEndpoint::kStateClosed; // also where another thread has ended the attempt
+        end();
         throw;
     }
 }
@@ -98,16 +107,7 @@ void XPipeEndpointImp::Bind( std::int32_t, std::uint32_t inBacklog )
     BeginUse(
         [&]( const std::shared_ptr<WPipe>& inPipe )
         {
-            std::uint32_t error = 0;
-            try
-            {
-                error = inPipe->Listen( inBacklog ).error;
-            }
-            catch ( const WLastErrorException& exception )
-            {
-                error = exception.GetWin32ErrorCode();
-            }
-            if ( error != 0 )
+            if ( const std::uint32_t error = inPipe->Listen( inBacklog ).error )
                 throw PipeException( itsName, error );
             TakeOver( inPipe, XNetEndpoint::kStateDisconnected );
         } );

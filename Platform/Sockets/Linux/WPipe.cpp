@@ -84,10 +84,13 @@ int Connect( const WSocketDescriptor& inSocket, const std::string& inPath )
     return connect( inSocket.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) );
 }
 
+/// Returns 0 or the error.
 int Bind( const WSocketDescriptor& inSocket, const std::string& inPath )
 {
     const sockaddr_un address = ToSystem( inPath );
-    return bind( inSocket.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) );
+    const int result =
+        bind( inSocket.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) );
+    return result == 0 ? 0 : errno;
 }
 
 bool IsPeerOfThisUser( const WSocketDescriptor& inSocket )
@@ -111,13 +114,23 @@ bool IsAbandoned( const std::string& inPath )
 
 struct WPipe::System
 {
-    /// Gives the name up, unless somebody else has it.
     ~System()
     {
+        if ( isListening )
+            GiveNameUp();
+    }
+
+    /// Unless somebody else has it. Without the lock, which takes a descriptor, the name stays for the next listener.
+    void GiveNameUp() const noexcept
+    try
+    {
+        const FolderLock lock( path.substr( 0, path.rfind( '/' ) ) );
         struct stat status = {};
-        if ( isListening && lstat( path.c_str(), &status ) == 0 && status.st_ino == number &&
-             status.st_dev == device )
+        if ( lstat( path.c_str(), &status ) == 0 && status.st_ino == number && status.st_dev == device )
             unlink( path.c_str() );
+    }
+    catch ( ... )
+    {
     }
 
     WSocketDescriptor socket;
@@ -153,14 +166,14 @@ WPipe::Outcome WPipe::Listen( std::uint32_t inBacklog )
     const FolderLock lock( folder );
     System& system = *itsSystem;
     fchmod( system.socket.Get(), S_IRUSR | S_IWUSR ); // the name takes it over
-    int result = Bind( system.socket, system.path );
-    if ( result != 0 && errno == EADDRINUSE && IsAbandoned( system.path ) )
+    int error = Bind( system.socket, system.path );
+    if ( error == EADDRINUSE && IsAbandoned( system.path ) )
     {
         unlink( system.path.c_str() );
-        result = Bind( system.socket, system.path );
+        error = Bind( system.socket, system.path );
     }
-    if ( result != 0 )
-        return WSocketDescriptor::Failed( errno );
+    if ( error != 0 )
+        return WSocketDescriptor::Failed( error );
     struct stat status = {};
     lstat( system.path.c_str(), &status );
     system.number = status.st_ino;

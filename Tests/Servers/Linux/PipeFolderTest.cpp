@@ -13,6 +13,7 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -115,4 +116,37 @@ TEST_F( PipeFolderTest, EndsConnectionsOfOtherUsers )
     EXPECT_EQ( WEXITSTATUS( status ), 0 );
     XNetEndpoint client = XPipeEndpointImp::ConnectTo( "pipe", kPatience );
     EXPECT_EQ( Say( client, 'x' ), 'x' );
+}
+
+/// Its listener has no time for those who connect, so that it cannot be told from a probe whether it lives.
+TEST_F( PipeFolderTest, LeavesANameToABusyListener )
+{
+    const XNetEndpoint listener = XPipeEndpointImp::BindTo( "busy", 1 );
+    std::vector<XNetEndpoint> clients;
+    std::uint32_t error = 0;
+    while ( error == 0 )
+        try
+        {
+            clients.push_back( XPipeEndpointImp::ConnectTo( "busy", 0 ) );
+        }
+        catch ( const XException& exception )
+        {
+            error = exception.GetErrorNumber();
+        }
+    EXPECT_EQ( error, 3105u );
+    EXPECT_EQ( ErrorOf( [] { XPipeEndpointImp::BindTo( "busy" ); } ), 10048u );
+}
+
+TEST_F( PipeFolderTest, TellsWhichPipeCannotBe )
+{
+    setenv( "XDG_RUNTIME_DIR", ( "/" + std::string( 200, 'x' ) ).c_str(), 1 );
+    try
+    {
+        XPipeEndpointImp::ConnectTo( "far", kPatience );
+        FAIL();
+    }
+    catch ( const XException& error )
+    {
+        EXPECT_NE( MessageOf( error ).find( "xxx/korvale/far" ), std::string::npos );
+    }
 }
