@@ -359,9 +359,13 @@ TEST_F( XHTTPServerTest, RefusesConnectionsBeyondItsLimit )
     }
     RawClient third( server );
     third.Send( request );
-    EXPECT_EQ( StatusOf( third.ReceiveAll() ), "503" );
-    first.Send( request );
-    EXPECT_EQ( BodyOf( first.ReceiveUpTo( "!" ) ), "!" );
+    EXPECT_EQ( StatusOf( third.ReceiveUpTo( "Unavailable\n" ) ), "503" );
+    second.Send( request );
+    EXPECT_EQ( BodyOf( second.ReceiveUpTo( "!" ) ), "!" );
+    first.Disconnect( kPatience );
+    RawClient fourth( server ); // there is room, though the third has not gone yet
+    fourth.Send( request );
+    EXPECT_EQ( BodyOf( fourth.ReceiveUpTo( "!" ) ), "!" );
 }
 
 TEST_F( XHTTPServerTest, KeepsItsOwnFieldsAndCountsConditionsOnlyWhereTheyApply )

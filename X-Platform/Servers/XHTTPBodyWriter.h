@@ -19,8 +19,8 @@ public:
     /// Sends the bytes at once; none does nothing.
     void Write( std::string_view inBytes );
 
-    /// Sends a server-sent event; the text may have several lines, with any of the usual ends. The name is empty for the ordinary kind. 1013 for a
-    /// name with a line break.
+    /// Sends a server-sent event; the text may have several lines, with any of the usual ends. The name is empty for the
+    /// ordinary kind. 1013 for a name with a line break.
     void WriteEvent( std::string_view inText, std::string_view inName = {} );
 
     /// Sleeps for this time, or until the client has closed the connection: then false.

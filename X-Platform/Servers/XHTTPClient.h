@@ -29,11 +29,10 @@ class KORVALE_API XHTTPClient
 public:
     struct XSettings
     {
-        std::uint32_t connectMS = 10'000; ///< for the connection
-        std::uint32_t stallMS =
-            30'000; ///< without a byte of a body in either direction; and for the reply's head
-        std::uint32_t totalMS = 0xFFFFFFFF;              ///< for a request with its redirections
-        std::uint32_t mostRedirects = 5;                 ///< 0: their replies are returned
+        std::uint32_t connectMS = 10'000;   ///< for the connection
+        std::uint32_t stallMS = 30'000;     ///< without a byte of a body; and for the reply's head
+        std::uint32_t totalMS = 0xFFFFFFFF; ///< for a request with its redirections
+        std::uint32_t mostRedirects = 5;    ///< 0: their replies are returned
         std::uint64_t mostBodyBytes = 256 * 1024 * 1024; ///< of a reply
         bool usesProxy = true;                           ///< that of the system or the environment
         /// Certificates (PEM) of the authorities to trust in place of the system's. Not on Windows (1016).

@@ -109,9 +109,12 @@ bool XHTTPConnection::Admit( const std::function<void()>& inIsAdmitted )
 {
     if ( itsIsAdmitted )
         return true;
-    itsIsAdmitted = true;
     if ( ++itsSite.connections > itsSite.limits.mostConnections )
+    {
+        --itsSite.connections;
         return false;
+    }
+    itsIsAdmitted = true;
     inIsAdmitted();
     return true;
 }
