@@ -88,6 +88,7 @@ public:
     XREMOTE_METHOD( 2013, std::uint32_t, Count )
     XREMOTE_METHOD_ONCE( 2014, std::uint32_t, CountOnce )
     XREMOTE_METHOD( 2015, void, Nowhere )
+    XREMOTE_METHOD_ONCE( 2016, void, Record, std::uint32_t )
 };
 
 /// What a server's bridges share with the test.

@@ -533,6 +533,9 @@ void XRPCBridge::Serve( const XNetEndpoint& inEndpoint, const std::function<void
     XAssert( IsServer() );
     {
         const XThreadLock lock( GetMutex() );
+        if ( itsIsServing )
+            XThrow( kErrorBadParameters );
+        itsIsServing = true;
         itsRemoteEndpoint = std::make_shared<XNetEndpoint>( inEndpoint );
         itsAuthenticated = inAuthenticated;
         itsIsDisconnected = false;
@@ -541,6 +544,8 @@ void XRPCBridge::Serve( const XNetEndpoint& inEndpoint, const std::function<void
     {
         ForceDisconnect();
         XSwallowErrors( [this] { ReceiverDisconnectedSelf(); } );
+        const XThreadLock lock( GetMutex() );
+        itsIsServing = false;
     };
     try
     {

@@ -73,7 +73,7 @@ public:
     // ---- Servers
 
     /// Serves a connection that was accepted on the calling thread, and calls `inAuthenticated` when the peer has shown that
-    /// it may be here. Returns when the peer has gone away. For responders.
+    /// it may be here. Returns when the peer has gone away. For responders. 1013 while the bridge serves another one.
     void Serve( const XNetEndpoint& inEndpoint, const std::function<void()>& inAuthenticated );
 
     /// Takes a connection over, opens a conversation on it and sends calls on it from now on. Throws what that fails with;
@@ -164,6 +164,7 @@ private:
     bool itsHasBeenConnected = false;
     bool itsIsDisconnected = true; // by the user, or not connected yet
     bool itsHasEndedReceiving = false;
+    bool itsIsServing = false;
     std::function<void()> itsAuthenticated;
 
     bool itsIsReceiveOnlyWanted = false; // the receiving thread's

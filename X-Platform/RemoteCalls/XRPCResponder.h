@@ -29,7 +29,7 @@ private:
     void RespondSelf() override;
 };
 
-/// Makes the bridge that is to serve a connection. Called on threads of the server, several at a time.
+/// Makes the bridge that is to serve a connection, a new one for each. Called on threads of the server, several at a time.
 using XMakeRPCBridge = std::function<XRefPtr<XRPCBridge>()>;
 
 /// Has a server answer connections whose clients are bridges of the class `inVersion` with bridges that `inMakeBridge`
