@@ -55,7 +55,7 @@ struct Sums
 };
 } // namespace
 
-TEST( Contours, RunAroundPixels )
+TEST( XContours, RunAroundPixels )
 {
     const auto outlines = Trace(
         4,
@@ -71,7 +71,7 @@ TEST( Contours, RunAroundPixels )
         StartAt( { 1, 1 }, outlines[0][1] ), ( XContourLoop{ { 1, 1 }, { 3, 1 }, { 3, 3 }, { 1, 3 } } ) );
 }
 
-TEST( Contours, RunAroundHoles )
+TEST( XContours, RunAroundHoles )
 {
     const auto outlines = Trace(
         5,
@@ -86,7 +86,7 @@ TEST( Contours, RunAroundHoles )
     EXPECT_EQ( sums.area, 20 - 1 - 2 );
 }
 
-TEST( Contours, AreAsLongAsThePerimeterAndHoldEveryPixel )
+TEST( XContours, AreAsLongAsThePerimeterAndHoldEveryPixel )
 {
     std::mt19937 random( 1 );
     for ( int i = 0; i < 300; ++i )

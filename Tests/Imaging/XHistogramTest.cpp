@@ -11,7 +11,7 @@ namespace
 using Numbers = std::vector<double>;
 }
 
-TEST( Histogram, FollowsFreedmanAndDiaconis )
+TEST( XHistogram, FollowsFreedmanAndDiaconis )
 {
     // As numpy.histogram( numbers, "fd" ) has it.
     const Numbers numbers{ 1.5, 2.25, 2.5, 3.0, 3.75, 4.25, 5.5, 6.0, 9.5, 12.25, 2.75, 3.5 };
@@ -23,7 +23,7 @@ TEST( Histogram, FollowsFreedmanAndDiaconis )
     EXPECT_EQ( XCountInBins( numbers, limits ), ( std::vector<std::uint64_t>{ 6, 3, 1, 1, 1 } ) );
 }
 
-TEST( Histogram, PutsLimitsBetweenWholeNumbers )
+TEST( XHistogram, PutsLimitsBetweenWholeNumbers )
 {
     EXPECT_EQ( XMakeBinLimits( Numbers{ 3, 3, 3 } ), ( Numbers{ 2.5, 3.5 } ) );
     EXPECT_EQ( XMakeBinLimits( Numbers{ 0, 1, 1, 2, 2, 2, 3 } ), ( Numbers{ -0.5, 0.5, 1.5, 2.5, 3.5 } ) );
@@ -34,7 +34,7 @@ TEST( Histogram, PutsLimitsBetweenWholeNumbers )
         ( std::vector<std::uint64_t>{ 1, 2, 1 } ) );
 }
 
-TEST( Histogram, FallsBackWhereTheQuartilesAreOne )
+TEST( XHistogram, FallsBackWhereTheQuartilesAreOne )
 {
     Numbers numbers( 98, 1.5 );
     numbers.insert( numbers.end(), { 0.25, 9.75 } );
@@ -45,7 +45,7 @@ TEST( Histogram, FallsBackWhereTheQuartilesAreOne )
     EXPECT_EQ( XMakeBinLimits( Numbers{ 0.5, 2.5 }, 8 ).size(), 9u );
 }
 
-TEST( Histogram, CountsEveryNumberOnce )
+TEST( XHistogram, CountsEveryNumberOnce )
 {
     std::mt19937 random( 1 );
     std::uniform_real_distribution<double> exponents( -290, 299 );

@@ -1,7 +1,6 @@
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
 #include "Memory/XMappedFileMemoryHandle.h"
-#include "Memory/XResourceTracker.h"
 #include "Services/XSessionLogManager.h"
 #include "TestErrors.h"
 #include "TestFolder.h"
@@ -13,7 +12,6 @@
 
 namespace
 {
-
 constexpr USize64 kMiB = 1 << 20;
 
 std::vector<XMappedFileMemoryHandle> MakeFilled( unsigned inCount, USize64 inSize = kMiB )
@@ -31,7 +29,6 @@ bool IsInMemory( const XMemoryHandle& inHandle )
 {
     return inHandle.GetBlock()->GetFlags() & XMemoryBlock::kInMemory;
 }
-
 } // namespace
 
 TEST( XMemoryManager, StandsInForTheProcessManager )
@@ -380,15 +377,4 @@ TEST( XMemoryManager, DrawsTheAddressSpace )
     EXPECT_EQ( 0, image[1] );
     EXPECT_EQ( 127, image[2] );
     EXPECT_EQ( 255, image[3] );
-}
-
-TEST( XResourceTracker, CountsByKind )
-{
-    XResourceTracker::RsrcAllocated( "test things", 10 );
-    XResourceTracker::RsrcAllocated( "test things", 5 );
-    XResourceTracker::RsrcSizeChanged( "test things", 5, 2 );
-    XResourceTracker::RsrcDeallocated( "test things", 10 );
-    EXPECT_EQ( 1u, XResourceTracker::GetCount( "test things" ).number );
-    EXPECT_EQ( 2u, XResourceTracker::GetCount( "test things" ).bytes );
-    EXPECT_EQ( 0u, XResourceTracker::GetCount( "nothing" ).number );
 }

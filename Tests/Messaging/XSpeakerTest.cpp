@@ -11,12 +11,10 @@
 
 namespace
 {
-
 struct Stop : std::runtime_error
 {
     Stop() : runtime_error( "stop" ) {}
 };
-
 } // namespace
 
 TEST( XSpeakerTest, CallsListenersInTheOrderOfSubscription )
@@ -254,29 +252,6 @@ TEST( XSpeakerTest, NothingReachesAnybodyOnceItHasStopped )
     speaker.SpeakMessage( NumberMessage( 3 ), XSpeaker::kWhenNextEvent );
     EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
     EXPECT_TRUE( listener.heard.empty() );
-}
-
-TEST( XMessageCentreTest, RelaysFromManySpeakersToManyListeners )
-{
-    XMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();
-    XSpeaker first;
-    XSpeaker second;
-    centre.Subscribe( first );
-    centre.Subscribe( second );
-    XSpeaker* heardFrom = nullptr;
-    Recorder listener( centre, [&]( const XMessage& inMessage ) { heardFrom = inMessage.GetSpeaker(); } );
-    first.SpeakMessage( NumberMessage( 1, &first ) );
-    EXPECT_EQ( heardFrom, &first );
-
-    // Passed on from a worker by a centre that hears there, the message is queued as the centre's own.
-    centre.SetAsynchronous( true );
-    OnWorker( [&] { second.SpeakMessage( NumberMessage( 2, &second ) ); } );
-    EXPECT_EQ( listener.heard, Numbers{ 1 } );
-    XSpeaker::ProcessAllNextEventMessages();
-    EXPECT_EQ( listener.heard, ( Numbers{ 1, 2 } ) );
-    EXPECT_EQ( heardFrom, &centre );
-    centre.SetAsynchronous( false );
-    centre.StopListening();
 }
 
 TEST( XSpeakerTest, ManyListenersOfManySpeakersKeepTheirOrderAndTheirPlaces )

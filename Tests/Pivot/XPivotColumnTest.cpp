@@ -11,28 +11,6 @@ XPivotFloatColumn MakeFloats( const std::vector<std::optional<double>>& inRows )
 }
 } // namespace
 
-TEST( XPivotColumnID, NamesEveryStandardQuantityOnce )
-{
-    EXPECT_EQ( XGetPivotStandardIDs().size(), 140u );
-    EXPECT_EQ( XPivotColumn::GetIDName( kPivotUnknownColumn ), "Unknown Column" );
-    EXPECT_EQ( XPivotColumn::GetIDName( kPivotCentroidX ), "Centroid X" );
-    EXPECT_EQ( XPivotColumn::GetIDName( kPivotCentroidXCalibrated ), "Centroid X" );
-    EXPECT_EQ( XPivotColumn::GetIDName( kPivotVoxelRatio ), "Voxel Ratio Ch.X / Ch.Y" );
-    EXPECT_EQ( XPivotColumn::GetIDName( kPivotDistanceIntensity ), "Intensity" );
-    EXPECT_EQ( ErrorOf( [] { XPivotColumn::GetIDName( kPivotNone ); } ), 3209u );
-}
-
-TEST( XPivotColumnID, TakesNewOnesButNoneTwice )
-{
-    constexpr auto kOwn = static_cast<XPivotColumnID>( 70001 );
-    EXPECT_EQ( ErrorOf( [&] { XPivotFloatColumn( kOwn, "", "", "" ); } ), 3209u );
-    XPivotColumn::RegisterID( kOwn, "Own" );
-    EXPECT_EQ( XPivotFloatColumn( kOwn, "", "", "" ).GetColumnName(), "Own" );
-    EXPECT_EQ( ErrorOf( [&] { XPivotColumn::RegisterID( kOwn, "Own" ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [] { XPivotColumn::RegisterID( kPivotArea, "Area" ); } ), 1006u );
-    XPivotColumn::RegisterStandardIDs();
-}
-
 TEST( XPivotColumn, TakesItsNameFromTheIDUnlessUserDefined )
 {
     EXPECT_EQ( ErrorOf( [] { XPivotFloatColumn( kPivotCentroidX, "mine", "", "" ); } ), 1006u );
@@ -43,36 +21,6 @@ TEST( XPivotColumn, TakesItsNameFromTheIDUnlessUserDefined )
     standard.SetColumnName( "other" );
     EXPECT_EQ( standard.GetColumnName(), "Centroid X" );
     EXPECT_EQ( XPivotFloatColumn( kPivotUserDefined, "mine", "", "" ).GetColumnName(), "mine" );
-}
-
-TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
-{
-    const XPivotColumnDescriptor volume(
-        kPivotVolume, "", "C1",
-        "\xB5"
-        "m3" );
-    EXPECT_EQ(
-        volume.GetDisplayName(),
-        "Volume (\xB5"
-        "m\xB3) (C1)" );
-    EXPECT_EQ(
-        volume.GetDisplayName( true ),
-        "Volume (\xB5"
-        "m\xB3)\r\n(C1)" );
-    EXPECT_EQ( XPivotColumnDescriptor( kPivotHalfTime, "", "", "s" ).GetDisplayName(), "T\xBD (s)" );
-    EXPECT_EQ( XPivotColumnDescriptor( kPivotDeltaSquared, "", "", "" ).GetDisplayName(), "Delta\xB2" );
-    EXPECT_EQ( XPivotColumnDescriptor( kPivotUserDefined, "a^3", "", "" ).GetDisplayName(), "a\xB3" );
-    const auto unregistered = static_cast<XPivotColumnID>( 99999 );
-    EXPECT_EQ( XPivotColumnDescriptor( unregistered, "stored", "", "" ).GetDisplayName(), "stored" );
-}
-
-TEST( XPivotColumnDescriptor, OrdersByIDThenTexts )
-{
-    const XPivotColumnDescriptor low( kPivotArea, "", "C2", "" );
-    const XPivotColumnDescriptor high( kPivotArea, "", "C10", "" );
-    EXPECT_TRUE( low < high && high > low && low != high && !( high < low ) );
-    EXPECT_LT( XPivotColumnDescriptor( static_cast<XPivotColumnID>( -1 ), "z", "", "" ), low );
-    EXPECT_TRUE( XPivotColumnDescriptor().IsNull() && !low.IsNull() );
 }
 
 TEST( XPivotColumn, GrowsByMissingRows )
@@ -240,68 +188,4 @@ TEST( XPivotIntegerColumns, HoldNumbersWithinTheirRange )
     naturals.SetData( "apples", 0, false );
     EXPECT_EQ( naturals.FindDataFloat( 16.5 ), -1 );
     EXPECT_EQ( naturals.FindDataFloat( 17.0 ), 2 );
-}
-
-TEST( XPivotTimeColumn, ReadsBackTheTextItShows )
-{
-    XPivotTimeColumn column;
-    column.AppendData( XTime( 2026, 3, 5, 16, 7, 8.901234 ), true );
-    EXPECT_EQ( column.GetDataString( 0 ), "2026-03-05 16:07:08.901234" );
-    column.SetData( column.GetDataString( 0 ), 1, true );
-    EXPECT_EQ( column.GetValue( 0 ), column.GetValue( 1 ) );
-    column.SetData( 1e30, 2, true );
-    EXPECT_EQ( column.GetValue( 2 ).GetMicroSeconds(), std::numeric_limits<std::int64_t>::max() );
-    EXPECT_EQ( ErrorOf( [&] { column.SetData( "soon", 0, true ); } ), 1007u );
-    EXPECT_FALSE( column.IsFilterable() );
-}
-
-TEST( XPivotUUIDColumn, ShowsTextAndHash )
-{
-    XPivotUUIDColumn column;
-    column.SetData( "f81d4fae-7dec-11d0-a765-00a0c91e6bf6", 0, true );
-    EXPECT_EQ( column.GetDataFloat( 0 ), static_cast<double>( column.GetValue( 0 ).GetHash() ) );
-    EXPECT_EQ( column.GetDataString( 0 ), "f81d4fae-7dec-11d0-a765-00a0c91e6bf6" );
-    column.SetData( 5.0, 1, true );
-    EXPECT_EQ( column.GetColumnSize(), 1u ) << "a number is no identifier";
-    EXPECT_EQ( ErrorOf( [&] { column.SetData( "x", 1, true ); } ), 1026u );
-    EXPECT_EQ( column.GetColumnSize(), 1u );
-}
-
-TEST( XPivotVersionColumn, ShowsDescriptionsByClassAlone )
-{
-    const auto column = MakeColumn<XPivotVersionColumn>(
-        { XVersion( kClassPivotTable ), XVersion( 0x1234u ), XVersion( 0x51234u ), std::nullopt } );
-    EXPECT_EQ( column->GetDataString( 0 ), "Table" );
-    EXPECT_EQ( column->GetDataString( 1 ), "<Unknown object type 4660>" );
-    EXPECT_EQ( column->GetDataString( 2 ), "<Unknown object type 4660>" );
-    EXPECT_EQ( column->GetDataString( 3 ), "<Unknown object type 0>" );
-    EXPECT_TRUE( std::isnan( column->GetDataFloat( 0 ) ) );
-    const auto read = [&]
-    {
-        for ( int i = 0; i < 2000; ++i )
-            EXPECT_EQ( column->GetDataString( 0 ), "Table" );
-    };
-    std::thread other( read );
-    for ( int i = 0; i < 2000; ++i )
-        EXPECT_EQ( column->GetDataString( 1 ), "<Unknown object type 4660>" );
-    other.join();
-}
-
-TEST( XPivotUnknownColumn, HasRowsButNoValues )
-{
-    XPivotUnknownColumn column( kPivotUserDefined, "?", "", "" );
-    column.InsertEmptyRows( 0, 3 );
-    column.SetData( 1.0, 0, true );
-    column.SetDataExists( 0, true );
-    EXPECT_EQ( column.GetColumnSize(), 3u );
-    EXPECT_TRUE( column.IsEmptyColumn() );
-    EXPECT_EQ( column.GetDataString( 2 ), "N/A" );
-    EXPECT_EQ( column.GetDataFloat( 2 ), 0.0 );
-    EXPECT_EQ( column.FindDataFloat( 0.0 ), -1 );
-    XRows order;
-    column.Sort( kSortDescending, order );
-    EXPECT_EQ( order, ( XRows{ 0, 1, 2 } ) );
-    XPivotStringColumn texts;
-    column.CopyRowsInto( 1, texts, 0, 2 );
-    EXPECT_EQ( texts.GetExistsVector(), ( XVector<std::uint8_t>{ 0, 0 } ) );
 }

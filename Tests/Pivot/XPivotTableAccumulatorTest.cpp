@@ -1,5 +1,4 @@
 #include "Pivot/Accumulators/XPivotTableAccumulator.h"
-#include "Pivot/Accumulators/Internal/XPivotSums.h"
 #include "Pivot/ColumnTools.h"
 
 #include <cmath>
@@ -141,83 +140,4 @@ TEST( XPivotTableAccumulator, StreamsItsTypes )
     ExpectDamageIsSeen( bytes );
     EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ca050000 ca050000 01 08" ) ); } ), 1005u );
     EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ca050000 ca050100 01 01" ) ); } ), 1015u );
-}
-
-TEST( XPivotColumnSummary, IsNearerTheExactSumThanAddingInOrder )
-{
-    std::mt19937_64 random( 11 );
-    std::uniform_real_distribution<double> exponents( -40.0, 40.0 );
-    for ( int round = 0; round < 50; ++round )
-    {
-        XPivotFloatColumn column;
-        long double exact = 0.0;
-        double inOrder = 0.0;
-        for ( int i = 0; i < 5000; ++i )
-        {
-            const double value = std::ldexp(
-                static_cast<double>( random() >> 12 ) - 1e15, static_cast<int>( exponents( random ) ) );
-            column.AppendData( value, true );
-            exact += value;
-            inOrder += value;
-        }
-        const long double ours = XPivotColumnSummary( column ).GetMoments().sum;
-        const long double unit = std::abs( exact ) * std::numeric_limits<double>::epsilon();
-        EXPECT_LE( std::abs( ours - exact ), std::max( std::abs( inOrder - exact ), unit ) );
-    }
-    const auto cancelling = MakeColumn<XPivotFloatColumn>( { 1e100, 1.0, -1e100, 1e16, 1.0, -1e16 } );
-    EXPECT_EQ( XPivotColumnSummary( *cancelling ).GetMoments().sum, 2.0 );
-}
-
-TEST( XPivotColumnSummary, AgreesWithAPlainReference )
-{
-    std::mt19937 random( 5 );
-    std::normal_distribution<double> normal( 1e6, 3.0 );
-    for ( const int count : { 1, 15, 16, 17, 4095, 4096, 4113, 12345 } )
-    {
-        XPivotFloatColumn column;
-        long double sum = 0.0, squares = 0.0;
-        std::uint64_t numbers = 0, present = 0;
-        for ( int i = 0; i < count; ++i )
-        {
-            const double value = random() % 20 ? normal( random ) : kNaN;
-            const bool exists = random() % 10 != 0;
-            column.AppendData( value, exists );
-            present += exists;
-            numbers += exists && !std::isnan( value );
-            sum += exists && !std::isnan( value ) ? value : 0.0;
-        }
-        for ( const double value : column.GetFloatVector() )
-            squares += std::isnan( value ) ? 0.0L : ( value - sum / numbers ) * ( value - sum / numbers );
-        const XPivotColumnSummary summary( column );
-        EXPECT_EQ( summary.GetMoments().count, present );
-        EXPECT_EQ( summary.GetMoments().numbers, numbers );
-        EXPECT_DOUBLE_EQ( summary.GetMoments().sum, static_cast<double>( sum ) );
-        EXPECT_NEAR(
-            summary.GetSquaredDeviations(), static_cast<double>( squares ),
-            1e-9 * static_cast<double>( squares ) );
-    }
-}
-
-TEST( XPivotSums, AreTheSameOnEveryProcessor )
-{
-    std::mt19937 random( 7 );
-    std::vector<double> values( 1003 );
-    std::vector<std::uint8_t> exists( values.size() );
-    for ( std::size_t i = 0; i < values.size(); ++i )
-    {
-        values[i] = random() % 9
-            ? std::ldexp( static_cast<double>( random() ) - 2e9, static_cast<int>( random() % 60 ) )
-            : kNaN;
-        exists[i] = random() % 8 != 0;
-    }
-    const XPivotColumn::XFloatBlock block = {
-        values.data(), exists.data(), static_cast<std::uint32_t>( values.size() ) };
-    XPivotMomentSums fast, plain;
-    XGetPivotSumLoops().addMoments( block, fast );
-    XGetPortablePivotSumLoops().addMoments( block, plain );
-    EXPECT_EQ( std::memcmp( &fast, &plain, sizeof fast ), 0 );
-    XPivotSums fastSquares, plainSquares;
-    XGetPivotSumLoops().addSquares( block, 3.25, fastSquares );
-    XGetPortablePivotSumLoops().addSquares( block, 3.25, plainSquares );
-    EXPECT_EQ( std::memcmp( &fastSquares, &plainSquares, sizeof fastSquares ), 0 );
 }

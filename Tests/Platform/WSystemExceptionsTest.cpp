@@ -9,7 +9,6 @@
 
 namespace
 {
-
 struct Mapping
 {
     std::uint32_t itsCode;
@@ -22,7 +21,6 @@ void ExpectMappings( std::initializer_list<Mapping> inMappings, Map inMap )
     for ( const auto& mapping : inMappings )
         EXPECT_EQ( inMap( mapping.itsCode ), mapping.itsNumber ) << std::hex << mapping.itsCode;
 }
-
 } // namespace
 
 TEST( WSystemExceptionsTest, MapsWin32Codes )
@@ -96,23 +94,4 @@ TEST( WSystemExceptionsTest, NamesCodesThatNobodyHasATextFor )
     // 0x1F00FFxx belongs to no facility.
     EXPECT_EQ( MessageOf( WLastErrorException( 0x1F00FF01 ) ), "system error 520158977 (520158977)" );
     EXPECT_EQ( MessageOf( WCOMException( 0x8AAA1234 ) ), "system error 0x8AAA1234 (2326401588)" );
-}
-
-TEST( WSystemErrorTest, KeepsWindowsNumbersForErrno )
-{
-    EXPECT_EQ( WSystemError::FromErrno( 0 ), 0u );
-    EXPECT_EQ( WSystemError::FromErrno( EACCES ), 5u );
-    EXPECT_EQ( WSystemError::FromErrno( ENOENT ), 2u );
-    EXPECT_EQ( WSystemError::FromErrno( ENOMEM ), 14u );
-    EXPECT_EQ( WSystemError::FromErrno( ENOSPC ), 112u );
-    EXPECT_EQ( WSystemError::FromErrno( ECONNRESET ), 10054u );
-    EXPECT_EQ( WSystemError::FromErrno( EPIPE ), 10054u );
-    EXPECT_EQ( WSystemError::ToErrno( 10054 ), ECONNRESET );
-    EXPECT_EQ( WSystemError::FromErrno( ETIMEDOUT ), 10060u );
-
-    constexpr int kUnknownErrno = EDOM;
-    const auto code = WSystemError::FromErrno( kUnknownErrno );
-    EXPECT_EQ( code, 0x20000000u + static_cast<unsigned>( kUnknownErrno ) );
-    EXPECT_EQ( WSystemError::GetText( code ), std::generic_category().message( kUnknownErrno ) );
-    EXPECT_EQ( WSystemError::FromErrorCode( std::make_error_code( std::errc::no_space_on_device ) ), 112u );
 }

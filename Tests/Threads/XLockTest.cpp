@@ -3,7 +3,6 @@
 #include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/XDataFetcher.h"
-#include "Threads/XOneTimeInit.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +10,6 @@
 
 namespace
 {
-
 class Lockable : public XLockable
 {
 public:
@@ -45,7 +43,6 @@ public:
         static_cast<Lockable&>( ioObject ).data = 42;
     }
 };
-
 } // namespace
 
 TEST( XLock, UnlocksWhatItHolds )
@@ -81,34 +78,4 @@ TEST( XLockable, FetchesItsDataOnceItCan )
     }
     EXPECT_EQ( 2, fetcher.calls );
     EXPECT_EQ( nullptr, object.GetDataFetcher() );
-}
-
-TEST( XOneTimeInit, TriesAgainAfterFailuresAndSucceedsOnce )
-{
-    std::atomic<std::uint32_t> state = 0;
-    std::atomic<std::uint32_t> counter = 0;
-    std::atomic<WSemaphore*> semaphore = nullptr;
-    int tries = 0; // by one thread at a time
-    const auto use = [&]
-    {
-        for ( ;; )
-        {
-            try
-            {
-                if ( XLockOneTimeInit( state, counter, semaphore ) == kOneTimeInitDone )
-                    break;
-                XOneTimeInitGuard guard( state, counter, semaphore );
-                std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
-                if ( ++tries < 20 )
-                    throw std::runtime_error( "not yet" );
-                guard.Succeeded();
-            }
-            catch ( const std::runtime_error& )
-            {
-            }
-        }
-        EXPECT_EQ( 20, tries );
-    };
-    RunTogether( use, use, use, use );
-    delete semaphore.load();
 }

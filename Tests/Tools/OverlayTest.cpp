@@ -2,17 +2,12 @@
 
 #include "Images/WImageFile.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XGreyscalePreview.h"
-#include "Plots/XLabelPlacement.h"
 
 #include <cmath>
 #include <limits>
 
 namespace
 {
-constexpr auto kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr auto kInfinity = std::numeric_limits<float>::infinity();
-
 class Overlay : public ProgramRun
 {
 protected:
@@ -42,81 +37,6 @@ WImagePage MakeSquare()
     return MakePage( 20, samples );
 }
 } // namespace
-
-TEST( GreyscalePreview, IsStretched )
-{
-    EXPECT_EQ(
-        XMakeGreyscalePreview( MakePage<std::uint16_t>( 3, { 1000, 9, 1500, 9, 2000, 9 }, 2 ), 0, 1 ).levels,
-        ( std::vector<std::uint8_t>{ 0, 128, 255 } ) );
-    EXPECT_EQ(
-        XMakeGreyscalePreview( MakePage<float>( 5, { 0, kNaN, 1, kInfinity, -kInfinity } ), 0, 1 ).levels,
-        ( std::vector<std::uint8_t>{ 0, 0, 255, 255, 0 } ) );
-    EXPECT_EQ(
-        XMakeGreyscalePreview( MakePage<float>( 4, { 7, kNaN, 7, -kInfinity } ), 0, 1 ).levels,
-        ( std::vector<std::uint8_t>{ 128, 0, 128, 0 } ) );
-    // A few outliers do not darken all others.
-    std::vector<std::uint16_t> samples( 10000, 100 );
-    std::fill( samples.begin(), samples.begin() + 5000, std::uint16_t{ 300 } );
-    samples[7] = 60000;
-    EXPECT_EQ( XMakeGreyscalePreview( MakePage( 100, samples ), 0, 1 ).levels[0], 255 );
-}
-
-TEST( GreyscalePreview, IsReducedAndEnlarged )
-{
-    const auto page = MakePage<std::uint8_t>( 3, { 0, 200, 0, 0, 200, 0, 200, 0, 200 } );
-    const auto reduced = XMakeGreyscalePreview( page, 0, 2 );
-    EXPECT_EQ( reduced.width, 2u );
-    EXPECT_EQ( reduced.height, 2u );
-    EXPECT_EQ( reduced.levels, ( std::vector<std::uint8_t>{ 127, 0, 127, 255 } ) );
-    const auto enlarged = XEnlargePicture( { 2, 1, { 1, 2 } }, 2 );
-    EXPECT_EQ( enlarged.width, 4u );
-    EXPECT_EQ( enlarged.height, 2u );
-    EXPECT_EQ( enlarged.levels, ( std::vector<std::uint8_t>{ 1, 1, 2, 2, 1, 1, 2, 2 } ) );
-}
-
-TEST( LabelPlacement, LieInObjectsOrBesideThem )
-{
-    const XObjectLabel large{ { 10, 10, 60, 60 }, { 30, 40 }, 20, 10 };
-    const XObjectLabel small{ { 80, 10, 84, 14 }, { 82, 12 }, 20, 10 };
-    const auto places = XPlaceLabels( { small, large, small, small, small, small }, 200, 100 );
-    EXPECT_EQ( places[1], ( WPoint{ 30, 40 } ) );
-    EXPECT_EQ( places[0], ( WPoint{ 97, 12 } ) );
-    EXPECT_EQ( places[2], ( WPoint{ 67, 12 } ) );
-    EXPECT_EQ( places[3], ( WPoint{ 82, 22 } ) );
-    EXPECT_EQ( places[4], std::nullopt ); // There is no room above.
-    EXPECT_EQ( places[5], std::nullopt );
-}
-
-TEST( LabelPlacement, DoNotOverlap )
-{
-    std::mt19937 random( 1 );
-    std::uniform_real_distribution<double> coordinates( 0, 600 ), sides( 1, 60 ), widths( 5, 25 );
-    std::vector<XObjectLabel> numbers;
-    for ( int i = 0; i < 500; ++i )
-    {
-        const auto x = coordinates( random ), y = coordinates( random ), side = sides( random );
-        numbers.push_back(
-            { { x, y, x + side, y + side }, { x + side / 2, y + side / 2 }, widths( random ), 10 } );
-    }
-    const auto places = XPlaceLabels( numbers, 650, 650 );
-    std::size_t placed = 0;
-    const auto areApart = [&]( std::size_t inOne, std::size_t inOther )
-    {
-        constexpr double kRounding = 1e-9;
-        const auto width = ( numbers[inOne].width + numbers[inOther].width ) / 2;
-        return std::abs( places[inOne]->x - places[inOther]->x ) >= width - kRounding ||
-            std::abs( places[inOne]->y - places[inOther]->y ) >= 10 - kRounding;
-    };
-    for ( std::size_t i = 0; i < places.size(); ++i )
-    {
-        placed += places[i] ? 1 : 0;
-        for ( std::size_t j = 0; j < i; ++j )
-        {
-            EXPECT_TRUE( !places[i] || !places[j] || areApart( i, j ) );
-        }
-    }
-    EXPECT_GT( placed, 100u );
-}
 
 TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
 {

@@ -1,0 +1,30 @@
+#include "Messaging/XMessageCentre.h"
+
+#include "Messaging/XAppMessageCentre.h"
+#include "Messaging/XSpeaker.h"
+#include "Recorder.h"
+
+#include <gtest/gtest.h>
+
+TEST( XMessageCentreTest, RelaysFromManySpeakersToManyListeners )
+{
+    XMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();
+    XSpeaker first;
+    XSpeaker second;
+    centre.Subscribe( first );
+    centre.Subscribe( second );
+    XSpeaker* heardFrom = nullptr;
+    Recorder listener( centre, [&]( const XMessage& inMessage ) { heardFrom = inMessage.GetSpeaker(); } );
+    first.SpeakMessage( NumberMessage( 1, &first ) );
+    EXPECT_EQ( heardFrom, &first );
+
+    // Passed on from a worker by a centre that hears there, the message is queued as the centre's own.
+    centre.SetAsynchronous( true );
+    OnWorker( [&] { second.SpeakMessage( NumberMessage( 2, &second ) ); } );
+    EXPECT_EQ( listener.heard, Numbers{ 1 } );
+    XSpeaker::ProcessAllNextEventMessages();
+    EXPECT_EQ( listener.heard, ( Numbers{ 1, 2 } ) );
+    EXPECT_EQ( heardFrom, &centre );
+    centre.SetAsynchronous( false );
+    centre.StopListening();
+}

@@ -1,0 +1,33 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+
+TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
+{
+    const XPivotColumnDescriptor volume(
+        kPivotVolume, "", "C1",
+        "\xB5"
+        "m3" );
+    EXPECT_EQ(
+        volume.GetDisplayName(),
+        "Volume (\xB5"
+        "m\xB3) (C1)" );
+    EXPECT_EQ(
+        volume.GetDisplayName( true ),
+        "Volume (\xB5"
+        "m\xB3)\r\n(C1)" );
+    EXPECT_EQ( XPivotColumnDescriptor( kPivotHalfTime, "", "", "s" ).GetDisplayName(), "T\xBD (s)" );
+    EXPECT_EQ( XPivotColumnDescriptor( kPivotDeltaSquared, "", "", "" ).GetDisplayName(), "Delta\xB2" );
+    EXPECT_EQ( XPivotColumnDescriptor( kPivotUserDefined, "a^3", "", "" ).GetDisplayName(), "a\xB3" );
+    const auto unregistered = static_cast<XPivotColumnID>( 99999 );
+    EXPECT_EQ( XPivotColumnDescriptor( unregistered, "stored", "", "" ).GetDisplayName(), "stored" );
+}
+
+TEST( XPivotColumnDescriptor, OrdersByIDThenTexts )
+{
+    const XPivotColumnDescriptor low( kPivotArea, "", "C2", "" );
+    const XPivotColumnDescriptor high( kPivotArea, "", "C10", "" );
+    EXPECT_TRUE( low < high && high > low && low != high && !( high < low ) );
+    EXPECT_LT( XPivotColumnDescriptor( static_cast<XPivotColumnID>( -1 ), "z", "", "" ), low );
+    EXPECT_TRUE( XPivotColumnDescriptor().IsNull() && !low.IsNull() );
+}

@@ -1,0 +1,62 @@
+#include "Pivot/Accumulators/XPivotColumnSummary.h"
+
+#include "Pivot/ColumnTools.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+TEST( XPivotColumnSummary, IsNearerTheExactSumThanAddingInOrder )
+{
+    std::mt19937_64 random( 11 );
+    std::uniform_real_distribution<double> exponents( -40.0, 40.0 );
+    for ( int round = 0; round < 50; ++round )
+    {
+        XPivotFloatColumn column;
+        long double exact = 0.0;
+        double inOrder = 0.0;
+        for ( int i = 0; i < 5000; ++i )
+        {
+            const double value = std::ldexp(
+                static_cast<double>( random() >> 12 ) - 1e15, static_cast<int>( exponents( random ) ) );
+            column.AppendData( value, true );
+            exact += value;
+            inOrder += value;
+        }
+        const long double ours = XPivotColumnSummary( column ).GetMoments().sum;
+        const long double unit = std::abs( exact ) * std::numeric_limits<double>::epsilon();
+        EXPECT_LE( std::abs( ours - exact ), std::max( std::abs( inOrder - exact ), unit ) );
+    }
+    const auto cancelling = MakeColumn<XPivotFloatColumn>( { 1e100, 1.0, -1e100, 1e16, 1.0, -1e16 } );
+    EXPECT_EQ( XPivotColumnSummary( *cancelling ).GetMoments().sum, 2.0 );
+}
+
+TEST( XPivotColumnSummary, AgreesWithAPlainReference )
+{
+    std::mt19937 random( 5 );
+    std::normal_distribution<double> normal( 1e6, 3.0 );
+    for ( const int count : { 1, 15, 16, 17, 4095, 4096, 4113, 12345 } )
+    {
+        XPivotFloatColumn column;
+        long double sum = 0.0, squares = 0.0;
+        std::uint64_t numbers = 0, present = 0;
+        for ( int i = 0; i < count; ++i )
+        {
+            const double value = random() % 20 ? normal( random ) : kNaN;
+            const bool exists = random() % 10 != 0;
+            column.AppendData( value, exists );
+            present += exists;
+            numbers += exists && !std::isnan( value );
+            sum += exists && !std::isnan( value ) ? value : 0.0;
+        }
+        for ( const double value : column.GetFloatVector() )
+            squares += std::isnan( value ) ? 0.0L : ( value - sum / numbers ) * ( value - sum / numbers );
+        const XPivotColumnSummary summary( column );
+        EXPECT_EQ( summary.GetMoments().count, present );
+        EXPECT_EQ( summary.GetMoments().numbers, numbers );
+        EXPECT_DOUBLE_EQ( summary.GetMoments().sum, static_cast<double>( sum ) );
+        EXPECT_NEAR(
+            summary.GetSquaredDeviations(), static_cast<double>( squares ),
+            1e-9 * static_cast<double>( squares ) );
+    }
+}

@@ -1,0 +1,15 @@
+#include "Pivot/ColumnTools.h"
+
+#include <gtest/gtest.h>
+
+TEST( XPivotUUIDColumn, ShowsTextAndHash )
+{
+    XPivotUUIDColumn column;
+    column.SetData( "f81d4fae-7dec-11d0-a765-00a0c91e6bf6", 0, true );
+    EXPECT_EQ( column.GetDataFloat( 0 ), static_cast<double>( column.GetValue( 0 ).GetHash() ) );
+    EXPECT_EQ( column.GetDataString( 0 ), "f81d4fae-7dec-11d0-a765-00a0c91e6bf6" );
+    column.SetData( 5.0, 1, true );
+    EXPECT_EQ( column.GetColumnSize(), 1u ) << "a number is no identifier";
+    EXPECT_EQ( ErrorOf( [&] { column.SetData( "x", 1, true ); } ), 1026u );
+    EXPECT_EQ( column.GetColumnSize(), 1u );
+}

@@ -1,0 +1,8 @@
+#include "Process/WDebugger.h"
+
+#include <gtest/gtest.h>
+
+TEST( WDebuggerTest, IsNotPresentInATestRun )
+{
+    EXPECT_FALSE( WDebugger::IsPresent() );
+}
