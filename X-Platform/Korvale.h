@@ -191,7 +191,7 @@
 #include "RemoteCalls/XRPCCipher.h"
 #include "RemoteCalls/XRPCOutgoingCall.h"
 #include "RemoteCalls/XRPCResponder.h"
-#include "RemoteCalls/XRPCSlots.h"
+#include "RemoteCalls/XRPCSlot.h"
 #include "RemoteCalls/XRPCTypes.h"
 #include "RemoteCalls/XRemoteMethod.h"
 

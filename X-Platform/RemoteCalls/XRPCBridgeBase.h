@@ -5,7 +5,7 @@
 #include "Messaging/XSpeaker.h"
 #include "RemoteCalls/XMakeRPCCall.h"
 #include "RemoteCalls/XRPCOutgoingCall.h"
-#include "RemoteCalls/XRPCSlots.h"
+#include "RemoteCalls/XRPCSlot.h"
 #include "RemoteCalls/XRemoteMethod.h"
 #include "Threads/XConditionVariable.h"
 

@@ -1,3 +1,3 @@
-#include "RemoteCalls/XRPCSlots.h"
+#include "RemoteCalls/XRPCSlot.h"
 
 XRPCSlotBase::~XRPCSlotBase() = default;
