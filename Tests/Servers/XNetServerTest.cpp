@@ -121,9 +121,15 @@ TEST( XNetServerTest, KnowsWhoIsNoStranger )
             if ( !goOn )
                 return EchoResponder::RespondSelf();
             XNetEndpoint endpoint = DetachEndpoint();
-            endpoint.SendData( "D", 1, kPatience );
+            Answer( endpoint, 'D' );
             goOn->Wait( kPatience );
-            endpoint.SendData( "E", 1, kPatience );
+            Answer( endpoint, 'E' );
+        }
+        static void Answer( XNetEndpoint& ioEndpoint, char inByte )
+        {
+            char question = 0;
+            ioEndpoint.ReceiveData( &question, 1, kPatience );
+            ioEndpoint.SendData( &inByte, 1, kPatience );
         }
         WEvent* const goOn;
     };
