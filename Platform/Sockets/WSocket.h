@@ -20,9 +20,10 @@ public:
 
     // ---- Server side
 
-    /// Binds to a port of all adapters, 0 for any free one. A port that other connections have used a moment ago is
-    /// free, one on which somebody listens is not (kErrorAddressInUse).
-    Outcome Bind( std::uint16_t inPort );
+    /// Binds to a port, 0 for any free one, of the adapter with the address, or of all adapters where that is 0. A port
+    /// that other connections have used a moment ago is free, one on which somebody listens is not
+    /// (kErrorAddressInUse).
+    Outcome Bind( const Address& inAddress );
     Outcome Listen( std::uint32_t inBacklog );
 
     // ---- Client side

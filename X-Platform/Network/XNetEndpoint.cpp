@@ -101,6 +101,12 @@ void XNetEndpoint::Bind( std::int32_t inPort, std::uint32_t inBacklog )
     itsShared->imp->Bind( inPort, inBacklog );
 }
 
+void XNetEndpoint::Bind( const XNetAddress& inAddress, std::uint32_t inBacklog )
+{
+    const XThreadLock lock( itsShared->mutex );
+    itsShared->imp->BindToAddress( inAddress, inBacklog );
+}
+
 /// Without the mutex, as `ForceDisconnect`: the operation that holds it may be the one to end.
 void XNetEndpoint::Unbind()
 {

@@ -64,6 +64,9 @@ public:
     /// a WLastErrorException (10048) that names the port.
     void Bind( std::int32_t inPort, std::uint32_t inBacklog = kMostBacklog );
 
+    /// The same on the adapter with the address alone; on all adapters where that is 0.0.0.0. An address that is none of
+    /// this machine's is error 10049.
+    void Bind( const XNetAddress& inAddress, std::uint32_t inBacklog = kMostBacklog );
     /// Ends what `Bind` has begun, and a `Listen` of another thread (3100).
     void Unbind();
 

@@ -60,6 +60,8 @@ public:
 
     /// Listens on a port, 0 for any free one. Errors as in `XNetServer::Start`.
     void Start( std::int32_t inPort );
+    /// The same on the adapter with the address alone.
+    void Start( const XNetAddress& inAddress );
 
     /// Ends all connections and waits until their handlers have returned. Handlers that wait have to do so as XThread
     /// waits do. Not to be called by a handler.

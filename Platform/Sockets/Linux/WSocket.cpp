@@ -69,10 +69,10 @@ WSocket::~WSocket() = default;
 
 // ---- Server side
 
-WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
+WSocket::Outcome WSocket::Bind( const Address& inAddress )
 {
     itsSystem->SetOption( SOL_SOCKET, SO_REUSEADDR, 1 );
-    const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
+    const sockaddr_in address = ToSystem( inAddress );
     return WSocketDescriptor::ToOutcome( bind(
         itsSystem->descriptor.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
 }

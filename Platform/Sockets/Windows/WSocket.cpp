@@ -169,10 +169,10 @@ WSocket::~WSocket() = default;
 
 /// A port of which the system only remembers old connections is free without an option; the option that would be asked
 /// for elsewhere gives away the port of another listener here.
-WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
+WSocket::Outcome WSocket::Bind( const Address& inAddress )
 {
     SetFlag( itsSystem->socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE );
-    const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
+    const sockaddr_in address = ToSystem( inAddress );
     Outcome outcome = ToOutcome(
         bind( itsSystem->socket, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
     if ( outcome.error == kErrorAccess ) // somebody else has the port for himself
