@@ -184,6 +184,7 @@
 #include "Servers/XServer.h"
 
 // Remote calls
+#include "RemoteCalls/XControlBridge.h"
 #include "RemoteCalls/XLPCBridge.h"
 #include "RemoteCalls/XMakeRPCCall.h"
 #include "RemoteCalls/XRPCBridge.h"

@@ -3,6 +3,7 @@
 #include "Ground/WDeadline.h"
 #include "Ground/XTypes.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -10,6 +11,7 @@ namespace
 {
 std::atomic<bool> sIsRequested = false;
 std::atomic<bool> sIsTooLate = false;
+std::atomic<std::uint32_t> sServiceGraceMs = 0; // 0: no service
 } // namespace
 
 WInterrupt::WInterrupt( Options inOptions ) : itsOptions( std::move( inOptions ) )
@@ -31,6 +33,11 @@ bool WInterrupt::IsRequested() noexcept
     return sIsRequested.load( std::memory_order_relaxed ) && !sIsTooLate;
 }
 
+void WInterrupt::BeginService( std::uint32_t inGraceMs ) noexcept
+{
+    sServiceGraceMs = inGraceMs;
+}
+
 void WInterrupt::DisableAbort() noexcept
 {
     sIsTooLate = true;
@@ -48,7 +55,7 @@ void WInterrupt::Watch()
 /// Waits until the process has to be ended; false when it ends by itself.
 bool WInterrupt::IsEndDue() const
 {
-    const WDeadline grace( itsOptions.graceMs );
+    const WDeadline grace( std::max<std::uint32_t>( itsOptions.graceMs, sServiceGraceMs ) );
     for ( ;; )
     {
         const Event event = WaitForEvent( grace.GetMillisecondsLeft() );

@@ -36,6 +36,10 @@ public:
     /// Whether there has been an interrupt, in time.
     static bool IsRequested() noexcept;
 
+    /// The work is a service, which an interrupt ends as a matter of course: it has so much time for that before the
+    /// process is ended at once.
+    static void BeginService( std::uint32_t inGraceMs ) noexcept;
+
     /// The work is done.
     static void DisableAbort() noexcept;
 

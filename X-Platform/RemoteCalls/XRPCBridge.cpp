@@ -306,7 +306,7 @@ void XRPCBridge::InitialiseRPCProtocolForSender( XNetEndpoint& ioEndpoint )
     if ( order > kMotorolaOrder )
         XThrow( kErrorStreamCorrupted );
     itsSenderStream->SetByteOrder( static_cast<XByteOrder>( order ) );
-    itsSenderStream->SetRecvTimeout( kNoTimeout );
+    itsSenderStream->SetRecvTimeout( itsReturnTimeoutMS );
 }
 
 void XRPCBridge::Authenticate()

@@ -60,6 +60,10 @@ public:
 
     // ---- Both ends
 
+    /// How long a call waits for the next bytes of its return, from the next connection on; without limit at first. A call
+    /// whose time is over ends the connection; it fails with 3105, or is repeated where a client reconnects.
+    void SetReturnTimeout( std::uint32_t inTimeoutMS ) { itsReturnTimeoutMS = inTimeoutMS; }
+
     /// Lets the call that is being sent end, for as long as the time-out, closes all connections and waits for the thread that
     /// receives calls.
     void Disconnect( std::uint32_t inTimeoutMS = 1000 );
@@ -151,6 +155,7 @@ private:
 
     const XRPCCipher itsCipher;
     const USize64 itsBufferSize;
+    std::atomic<std::uint32_t> itsReturnTimeoutMS = kNoTimeout;
 
     // Guarded by the bridge's mutex:
     std::shared_ptr<const WTLSContext> itsTLSContext;

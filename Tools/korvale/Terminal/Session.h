@@ -51,6 +51,9 @@ public:
     /// For the log, and for the user: "korvale: <text>".
     void ReportInfo( const std::string& inText );
 
+    /// For the log, and for the user: "korvale: warning: <text>".
+    void ReportWarning( const std::string& inText );
+
     /// For the log, and for the user: "korvale: <subject>: <text>".
     void ReportFailure( const std::string& inSubject, const Failure& inFailure );
     void ReportInterrupt();
