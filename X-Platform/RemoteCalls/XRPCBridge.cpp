@@ -68,6 +68,7 @@ void XRPCBridge::StopBridge()
     const XPreventThreadStop preventStop; // of the calling thread: this has to be done to the end
     ForceDisconnect();
     StopThread();
+    StopFlusher();
     StopSpeaking();
 }
 

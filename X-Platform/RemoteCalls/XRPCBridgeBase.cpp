@@ -4,9 +4,11 @@
 #include "Core/Errors/XException.h"
 #include "Core/Times/XTimer.h"
 #include "Network/XEncryptedNetStream.h"
+#include "RemoteCalls/Internal/XRPCFlusher.h"
 #include "Services/XSessionLogManager.h"
 #include "System/WRandomBytes.h"
 #include "Threads/XThread.h"
+#include "Time/WClock.h"
 
 #include <utility>
 
@@ -290,7 +292,73 @@ XStream& XRPCBridgeBase::PrepareSenderParameterBuffer( std::uint32_t inCode )
 
 void XRPCBridgeBase::FlushSenderParameterBuffer()
 {
+    if ( !DeferFlush() )
+        FlushSender();
+}
+
+/// Calls without a return that follow each other closely are sent together. The first is sent at once, so that one by itself
+/// is not late. TEA has no buffer to leave them in.
+bool XRPCBridgeBase::DeferFlush()
+{
+    if ( itsWaitsForReturn || itsSenderStream->GetAlgorithm() == XEncryptedNetStream::kAlgorithmTEA ||
+         WClock::GetMicroSeconds() - itsLastFlushUS >= XRPCFlusher::kDelayUS )
+        return false;
+    if ( itsHasDeferred )
+        return true;
+    try
+    {
+        if ( !itsFlusher )
+            itsFlusher = std::make_unique<XRPCFlusher>( [this] { return FlushDeferred(); } );
+        itsFlusher->Arm();
+    }
+    catch ( const XException& )
+    {
+        return false; // there is no thread to be had
+    }
+    itsHasDeferred = true;
+    return true;
+}
+
+/// After a failure the next call tries by itself, and meets it.
+void XRPCBridgeBase::FlushSender()
+{
+    itsHasDeferred = false;
+    itsLastFlushUS = 0;
     itsSenderStream->Flush();
+    if ( !itsWaitsForReturn )
+        itsLastFlushUS = WClock::GetMicroSeconds();
+}
+
+/// On the flusher's thread. False while another thread has the sender, unless that has sent everything.
+bool XRPCBridgeBase::FlushDeferred()
+{
+    if ( !itsHasDeferred )
+        return true;
+    if ( !itsSenderMutex.TryLock() )
+        return false;
+    const XThreadLock lock( itsSenderMutex ); // whatever is thrown
+    itsSenderMutex.Unlock();
+    if ( !itsHasDeferred.exchange( false ) || !itsSenderStream )
+        return true;
+    itsLastFlushUS = 0;
+    try
+    {
+        itsSenderStream->Flush();
+        itsLastFlushUS = WClock::GetMicroSeconds();
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... ) // the next call meets it
+    {
+    }
+    return true;
+}
+
+void XRPCBridgeBase::StopFlusher()
+{
+    itsFlusher.reset();
 }
 
 std::uint32_t XRPCBridgeBase::PrepareSenderReturnBuffer( bool inWaitForReturn )
