@@ -100,6 +100,7 @@
 #include "Messaging/XNetJobMessage.h"
 #include "Messaging/XRemoteMessage.h"
 #include "Messaging/XRemoteNotifyMessage.h"
+#include "Messaging/XRemoteValueMessage.h"
 #include "Messaging/XSpeaker.h"
 
 // Progress and jobs

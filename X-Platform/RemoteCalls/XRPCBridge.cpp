@@ -104,10 +104,13 @@ XString XRPCBridge::DescribeReceiver() const
     return endpoint ? endpoint->GetRemoteAddress().GetDescription( true ) : XString();
 }
 
+/// An attempt to connect for the other direction belongs to the opening of this one.
 void XRPCBridge::DropSender()
 {
-    if ( const XEndpointPtr endpoint = GetEndpoint( itsSenderEndpoint ) )
-        endpoint->ForceDisconnect();
+    for ( const XEndpointPtr& endpoint :
+          { GetEndpoint( itsSenderEndpoint ), GetEndpoint( itsReverseEndpoint ) } )
+        if ( endpoint )
+            endpoint->ForceDisconnect();
 }
 
 void XRPCBridge::DropReceiver( bool inWaitsForPeer )
@@ -339,10 +342,36 @@ std::uint32_t XRPCBridge::CallToOpen(
 void XRPCBridge::OpenReverseConnection( std::uint32_t inTimeoutMS )
 {
     const std::uint32_t session = CallToOpen( kRequestBidirectionalSession, {} );
-    const auto endpoint = std::make_shared<XNetEndpoint>( MakeEndpoint() );
-    ConnectEndpoint( *endpoint, itsServerAddress, inTimeoutMS );
+    const XEndpointPtr endpoint = ConnectReverseEndpoint( inTimeoutMS );
     SendBigEndian( *endpoint, { XVersion( kClassBidirectionalSession, 0 ), session }, kHandshakeTimeoutMS );
     StartReceiving( endpoint );
+}
+
+/// Other threads can end the attempt.
+XRPCBridge::XEndpointPtr XRPCBridge::ConnectReverseEndpoint( std::uint32_t inTimeoutMS )
+{
+    const auto endpoint = std::make_shared<XNetEndpoint>( MakeEndpoint() );
+    {
+        const XThreadLock lock( GetMutex() );
+        CheckIsWanted();
+        itsReverseEndpoint = endpoint;
+    }
+    const auto forget = [this]
+    {
+        const XThreadLock lock( GetMutex() );
+        itsReverseEndpoint.reset();
+    };
+    try
+    {
+        ConnectEndpoint( *endpoint, itsServerAddress, inTimeoutMS );
+    }
+    catch ( ... )
+    {
+        forget();
+        throw;
+    }
+    forget();
+    return endpoint;
 }
 
 /// From here on the server sends calls on this connection, with streams that begin anew.

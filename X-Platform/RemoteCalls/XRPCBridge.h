@@ -131,6 +131,7 @@ private:
     void OpenConversation( std::uint32_t inTimeoutMS );
     void OpenSender( std::uint32_t inTimeoutMS );
     void OpenReverseConnection( std::uint32_t inTimeoutMS );
+    XEndpointPtr ConnectReverseEndpoint( std::uint32_t inTimeoutMS );
     void TurnConnectionRound();
     void StartReceiving( const XEndpointPtr& inEndpoint );
     void WaitForServer();
@@ -160,6 +161,7 @@ private:
     // Guarded by the bridge's mutex:
     std::shared_ptr<const WTLSContext> itsTLSContext;
     XEndpointPtr itsSenderEndpoint;  // replaced under the sender mutex
+    XEndpointPtr itsReverseEndpoint; // of a client: which connects, to receive on
     XEndpointPtr itsRemoteEndpoint;  // on which calls arrive; replaced by the receiving thread
     XEndpointPtr itsPendingEndpoint; // of a client: which the thread is to receive on next
     XNetAddress itsServerAddress;
