@@ -118,6 +118,9 @@ protected:
 private:
     using XEndpointPtr = std::shared_ptr<XNetEndpoint>;
 
+    /// The order of bytes until one has been negotiated.
+    static constexpr XByteOrder kFirstByteOrder = kMotorolaOrder;
+
     void ReconnectSender() override;
     void InitialiseRPCProtocolForReceiver() override;
     void DropSender() override;
