@@ -143,6 +143,21 @@ TEST_F( RPCSessionsTest, RefusesSessionsThatNobodyHasRequested )
     client->Disconnect();
 }
 
+TEST_F( RPCSessionsTest, LimitsTheBytesOfCallsAndReturns )
+{
+    const auto client = MakeClient( XRPCBridge::kClient );
+    itsServer.GetLastBridge()->SetMostCallBytes( 4 + 4 + 800 + 8 );
+    for ( int i = 0; i < 3; ++i )
+        EXPECT_EQ( client->Scale( XVector<double>( 100, 1.5 ), 2 ).back(), 3 );
+    EXPECT_EQ( ErrorOf( [&] { client->Scale( XVector<double>( 101, 1.5 ), 2 ); } ), 1005u );
+    EXPECT_EQ( ErrorOf( [&] { client->CheckAlive(); } ), 3100u );
+    const auto careful = MakeClient( XRPCBridge::kClient );
+    careful->SetMostCallBytes( 4 + 4 + 800 );
+    EXPECT_EQ( careful->Scale( XVector<double>( 100, 1.5 ), 2 ).back(), 3 );
+    EXPECT_EQ( ErrorOf( [&] { careful->Scale( XVector<double>( 101, 1.5 ), 2 ); } ), 1005u );
+    EXPECT_EQ( ErrorOf( [&] { careful->CheckAlive(); } ), 3100u );
+}
+
 TEST_F( RPCSessionsTest, RepeatsCallsOverNewConnections )
 {
     const auto client = MakeClient( XRPCBridge::kClient, true );

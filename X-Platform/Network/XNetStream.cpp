@@ -83,6 +83,8 @@ void XNetStream::PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count )
 
 void XNetStream::ReceiveBytes( void* outBytes, USize64 inCount )
 {
+    if ( inCount > itsReadsLeft )
+        XThrow( kErrorStreamCorrupted );
     auto* const bytes = static_cast<std::uint8_t*>( outBytes );
     const bool isSmall = inCount < itsMostAhead;
     USize64 done = itsAhead->Take( bytes, inCount );
@@ -105,6 +107,7 @@ void XNetStream::ReceiveBytes( void* outBytes, USize64 inCount )
         PutBack( bytes, done );
         throw;
     }
+    itsReadsLeft -= inCount;
 }
 
 void XNetStream::PeekBytes( void* outBytes, USize64 inCount )

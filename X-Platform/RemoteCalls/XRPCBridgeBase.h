@@ -115,6 +115,12 @@ public:
     void SetUseAutoReconnect( bool inUseAutoReconnect ) { itsUsesAutoReconnect = inUseAutoReconnect; }
     bool CanAutoReconnect() const { return itsUsesAutoReconnect && IsClient(); }
 
+    static constexpr USize64 kDefaultMostCallBytes = 1024 * 1024 * 1024;
+
+    /// The most bytes that a call may have with its arguments where it is received, and a return with its result. More of
+    /// them are 1005, and end the connection: so they do not fill the memory.
+    void SetMostCallBytes( USize64 inBytes ) { itsMostCallBytes = inBytes; }
+
     /// Waits until calls can be sent: on a server, until a bidirectional or receive-only client receives them. 3105 when
     /// the time is over.
     void WaitForReceiverToConnect( std::uint32_t inTimeoutMS );
@@ -373,6 +379,7 @@ private:
     std::atomic<bool> itsSenderIsAvailable = false;
     std::atomic<bool> itsUsesAutoReconnect = false;
     std::atomic<std::uint32_t> itsReceiverAbortCode = kNoCall;
+    std::atomic<USize64> itsMostCallBytes = kDefaultMostCallBytes;
     // Guarded by itsMutex:
     std::map<std::uint32_t, std::unique_ptr<XRPCSlotBase>> itsSlots;
     std::uint32_t itsCallCode = kNoCall;

@@ -40,6 +40,7 @@ void XRPCBridgeBase::ServeCalls()
         while ( !itsHasToEndConversation )
         {
             XAssert( itsReceiverStream );
+            itsReceiverStream->SetReadLimit( itsMostCallBytes );
             HandleRPCCall( itsReceiverStream->Read32() );
             XThread::TestCancelCurrentThread();
         }

@@ -262,7 +262,10 @@ void XRPCBridgeBase::StopFlusher()
 
 std::uint32_t XRPCBridgeBase::PrepareSenderReturnBuffer( bool inWaitForReturn )
 {
-    return inWaitForReturn ? itsSenderStream->Read32() : 0;
+    if ( !inWaitForReturn )
+        return 0;
+    itsSenderStream->SetReadLimit( itsMostCallBytes );
+    return itsSenderStream->Read32();
 }
 
 void XRPCBridgeBase::HandleRPCCallError( const XException& inError, bool inMayRepeat )
