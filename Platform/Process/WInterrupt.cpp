@@ -16,6 +16,7 @@ std::atomic<std::uint32_t> sServiceGraceMs = 0; // 0: no service
 
 WInterrupt::WInterrupt( Options inOptions ) : itsOptions( std::move( inOptions ) )
 {
+    sServiceGraceMs = 0;
     TakeOver();
     itsWatcher = std::thread( [this] { Watch(); } );
 }

@@ -196,7 +196,8 @@ def check_control(program, keys, other_keys, cipher):
         if cipher != "none":
             expect_failure(program, main, "korvale: ping: ", "--keys", str(other_keys), "--cipher", cipher)
         stranger = socket.create_connection(main, LIMIT)  # stays, and keeps nobody
-        with urllib.request.urlopen(f"http://127.0.0.1:{page[1]}/", timeout=LIMIT) as reply:
+        opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+        with opener.open(f"http://127.0.0.1:{page[1]}/", timeout=LIMIT) as reply:
             check(b"Control service" in reply.read(), "status page")
         arguments = ["--listen", f"127.0.0.1:{main[1]}", *protection]
         in_use = subprocess.run([program, "--log", "/dev/null", "control", *arguments],
