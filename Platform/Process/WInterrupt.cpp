@@ -46,7 +46,7 @@ void WInterrupt::DisableAbort() noexcept
 
 void WInterrupt::Watch()
 {
-    if ( WaitForEvent( kNoTimeout ) == kClosing )
+    if ( WaitForEvent( kNoTimeout ) == kClosingEvent )
         return;
     sIsRequested = true;
     if ( IsEndDue() )
@@ -60,8 +60,8 @@ bool WInterrupt::IsEndDue() const
     for ( ;; )
     {
         const Event event = WaitForEvent( grace.GetMillisecondsLeft() );
-        if ( event != kInterrupted || !sIsTooLate )
-            return event != kClosing;
+        if ( event != kInterruptEvent || !sIsTooLate )
+            return event != kClosingEvent;
     }
 }
 

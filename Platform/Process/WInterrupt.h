@@ -46,9 +46,9 @@ public:
 private:
     enum Event
     {
-        kInterrupted,
-        kTimedOut,
-        kClosing
+        kInterruptEvent,
+        kTimeoutEvent,
+        kClosingEvent
     };
 
     Options itsOptions;
@@ -62,6 +62,6 @@ private:
     static void TakeOver();
     static void GiveBack();
     static Event WaitForEvent( std::uint32_t inTimeoutMs );
-    static void Close(); ///< Lets WaitForEvent return kClosing.
+    static void Close(); ///< Lets WaitForEvent return kClosingEvent.
     [[noreturn]] static void EndProcess( int inExitStatus );
 };

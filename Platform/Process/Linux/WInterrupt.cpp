@@ -67,12 +67,12 @@ WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMs )
         const std::uint32_t left = deadline.GetMillisecondsLeft();
         const int result = poll( events, 2, left > INT32_MAX ? -1 : static_cast<int>( left ) );
         if ( result == 0 && deadline.HasPassed() )
-            return kTimedOut;
+            return kTimeoutEvent;
         if ( result <= 0 )
             continue;
         signalfd_siginfo info;
-        return events[0].revents != 0 || read( sSignals, &info, sizeof( info ) ) < 0 ? kClosing
-                                                                                     : kInterrupted;
+        return events[0].revents != 0 || read( sSignals, &info, sizeof( info ) ) < 0 ? kClosingEvent
+                                                                                     : kInterruptEvent;
     }
 }
 
