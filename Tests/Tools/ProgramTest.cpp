@@ -82,7 +82,8 @@ TEST_F( Program, HelpFitsTheTerminal )
 {
     constexpr std::size_t kWidth = 80;
     for ( const char* command :
-          { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot", "keys", "control", "ping" } )
+          { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot", "keys", "control",
+            "ping" } )
     {
         ASSERT_EQ( *command ? Run( { command, "--help" } ) : Run( { "--help" } ), 0 );
         std::istringstream help( itsOut.str() );

@@ -46,8 +46,8 @@ void PingCommand::Declare( const CommandOptions& inOptions )
         "\n"
         "Exit status: 0, 1 when the service does not answer, 2 for wrong usage, 130 when\n"
         "interrupted." );
-    inOptions.Add( "HOST:PORT", itsPlace, "Where the service listens" )
-        .Takes( "" )
+    inOptions.Add( "ADDRESS", itsPlace, "Where the service listens" )
+        .Takes( "HOST:PORT" )
         .Check( NetworkPlace::Check )
         .Required();
     inOptions.AddFlag( "--plain", itsIsPlain, "Port for plain bridges (control --plain-port)" );

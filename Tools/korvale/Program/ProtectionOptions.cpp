@@ -21,7 +21,7 @@ void ProtectionOptions::Declare( const CommandOptions& inOptions )
     inOptions.Add( "--keys", itsKeys, "Folder with the keys of the deployment" )
         .Takes( "DIR" )
         .Check( CheckFileName );
-    inOptions.Add( "--cipher", itsCipher, "Cipher inside the connection [none with TLS, else rc4]" )
+    inOptions.Add( "--cipher", itsCipher, "Cipher of the calls [none with TLS, else rc4]" )
         .Takes( "none|rc4|tea" )
         .IsOneOf( { "none", "rc4", "tea" } );
     inOptions.AddFlag( "--tls", itsUsesTLS, "TLS on the loop-back interface too" );
