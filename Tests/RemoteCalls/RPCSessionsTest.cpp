@@ -252,7 +252,7 @@ TEST_F( RPCSessionsTest, EndsAnAttemptToConnectForTheOtherDirection )
         EXPECT_EQ( ErrorOf( [&] { stream.Read8(); } ), 3100u );
     };
     RunTogether(
-        serve, [&] { EXPECT_EQ( ErrorOf( [&] { client->Connect( address, kNoTimeout ); } ), 3100u ); },
+        serve, [&] { EXPECT_EQ( ErrorOf( [&] { client->Connect( address, kPatience ); } ), 3100u ); },
         [&]
         {
             isFull.Wait( kPatience );

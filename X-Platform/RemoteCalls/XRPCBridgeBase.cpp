@@ -62,6 +62,7 @@ bool XRPCBridgeBase::LoseSender()
 {
     const XThreadLock lock( itsMutex );
     itsSenderState = kNotConnected;
+    itsHasDeferred = false; // what has not been sent is lost
     itsStateChanged.Broadcast();
     return itsSenderIsAvailable.exchange( false );
 }

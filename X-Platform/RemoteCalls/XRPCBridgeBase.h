@@ -387,9 +387,10 @@ private:
     std::uint32_t itsSenderAbortCode = kNoCall;
     bool itsSenderIsDropped = false; // by an abort
 
-    // Changed under itsSenderMutex:
-    std::atomic<bool> itsHasDeferred = false; // calls are in the buffer, and the flusher is armed
-    std::int64_t itsLastFlushUS = 0;          // of a call without a return
+    // Set under itsSenderMutex: calls are in the buffer, and the flusher is armed or about to be
+    std::atomic<bool> itsHasDeferred = false;
+    // Guarded by itsSenderMutex:
+    std::int64_t itsLastFlushUS = 0; // of a call without a return
     std::unique_ptr<XRPCFlusher> itsFlusher;
 
     // The receiving thread's:

@@ -202,7 +202,7 @@ bool XRPCBridgeBase::DeferFlush()
     if ( itsWaitsForReturn || itsSenderStream->GetAlgorithm() == XEncryptedNetStream::kAlgorithmTEA ||
          WClock::GetMicroSeconds() - itsLastFlushUS >= XRPCFlusher::kDelayUS )
         return false;
-    if ( itsHasDeferred )
+    if ( itsHasDeferred.exchange( true ) ) // before the flusher is armed, which may look at once
         return true;
     try
     {
@@ -214,7 +214,6 @@ bool XRPCBridgeBase::DeferFlush()
     {
         return false; // there is no thread to be had
     }
-    itsHasDeferred = true;
     return true;
 }
 

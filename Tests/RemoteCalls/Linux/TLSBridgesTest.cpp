@@ -42,6 +42,7 @@ TEST_F( TLSBridgesTest, CallsInBothDirectionsAndReconnects )
     const std::int32_t port = itsServer.GetPort();
     for ( int i = 0; i < 3; ++i )
     {
+        itsServices.noted = 0;
         EXPECT_EQ( bridge.CallBack( 4 ), 9u );
         EXPECT_EQ( bridge.Scale( XVector<double>( 100'000, 1.5 ), 2 ).back(), 3 );
         for ( std::uint32_t number = 1; number <= 100; ++number )

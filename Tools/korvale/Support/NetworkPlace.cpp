@@ -31,7 +31,10 @@ XNetAddress NetworkPlace::GetAddress( std::int32_t inPort ) const
 bool NetworkPlace::IsLoopBack() const
 {
     constexpr std::uint32_t kLoopBackNetwork = 127;
-    return GetAddress().GetIPAddress( true ) >> 24 == kLoopBackNetwork;
+    XNetAddress address = GetAddress();
+    if ( !address.GetHostName( false ).IsEmpty() )
+        address.LookupIPAddress();
+    return address.GetIPAddress( false ) >> 24 == kLoopBackNetwork;
 }
 
 std::string NetworkPlace::GetText( std::int32_t inPort ) const

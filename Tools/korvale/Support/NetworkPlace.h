@@ -18,7 +18,8 @@ public:
     XNetAddress GetAddress() const { return GetAddress( itsPort ); }
     XNetAddress GetAddress( std::int32_t inPort ) const;
 
-    /// Whether only processes of this machine are there. Looks a name up, which may take seconds.
+    /// Whether only processes of this machine are there. Looks a name up, which may take seconds, and throws where there
+    /// is no such host.
     bool IsLoopBack() const;
 
     /// With another port, as users write it.

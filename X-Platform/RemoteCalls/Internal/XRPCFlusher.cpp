@@ -36,8 +36,7 @@ void XRPCFlusher::Arm()
     const XPreventThreadStop preventStop; // of the calling thread
     try
     {
-        StopThread(); // one that is about to end
-        StartThread();
+        StartThread(); // when the one before, which is about to end, has ended
     }
     catch ( ... )
     {
