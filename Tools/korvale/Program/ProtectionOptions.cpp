@@ -5,8 +5,6 @@
 #include "Support/FilePaths.h"
 #include "Support/WrongUsage.h"
 
-using Stream = XEncryptedNetStream;
-
 const char* const ProtectionOptions::kHelp =
     "Protection\n"
     "  Both ends need the keys of one deployment (see korvale keys) and the same\n"
@@ -35,7 +33,7 @@ ProtectionOptions::Protection ProtectionOptions::Choose(
     const auto algorithm = GetAlgorithm( usesTLS );
     Protection protection;
     protection.isWeak = !usesTLS && !inIsLoopBack;
-    if ( !usesTLS && algorithm == Stream::kAlgorithmNone )
+    if ( !usesTLS && algorithm == XEncryptedNetStream::kAlgorithmNone )
     {
         if ( !inIsLoopBack )
             throw WrongUsage( "--no-tls with --cipher none would let anybody in the network in" );
@@ -48,13 +46,13 @@ ProtectionOptions::Protection ProtectionOptions::Choose(
     return protection;
 }
 
-Stream::XAlgorithm ProtectionOptions::GetAlgorithm( bool inUsesTLS ) const
+XEncryptedNetStream::XAlgorithm ProtectionOptions::GetAlgorithm( bool inUsesTLS ) const
 {
     if ( itsCipher.empty() )
-        return inUsesTLS ? Stream::kAlgorithmNone : Stream::kAlgorithmRC4;
+        return inUsesTLS ? XEncryptedNetStream::kAlgorithmNone : XEncryptedNetStream::kAlgorithmRC4;
     if ( itsCipher == "none" )
-        return Stream::kAlgorithmNone;
-    return itsCipher == "rc4" ? Stream::kAlgorithmRC4 : Stream::kAlgorithmTEA;
+        return XEncryptedNetStream::kAlgorithmNone;
+    return itsCipher == "rc4" ? XEncryptedNetStream::kAlgorithmRC4 : XEncryptedNetStream::kAlgorithmTEA;
 }
 
 std::filesystem::path ProtectionOptions::GetFolder() const
