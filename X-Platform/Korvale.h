@@ -44,6 +44,8 @@
 #include "Core/Streams/XClassRegistry.h"
 #include "Core/Streams/XFileStream.h"
 #include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamFields.h"
+#include "Core/Streams/XStreamObserver.h"
 #include "Core/Streams/XStreamVectors.h"
 #include "Core/Streams/XStringStream.h"
 #include "Core/Strings/XByteCount.h"
