@@ -19,7 +19,8 @@ public:
     /// A deep copy with the dynamic class of this object; the caller owns it.
     virtual XStorable* Clone() const = 0;
 
-    /// The number of bytes that `WriteStream2` will write.
+    /// The stored size in bytes as the class defines it. A class for which this is not the number of bytes
+    /// that `WriteStream2` writes says so.
     virtual USize64 GetStreamUsage() const = 0;
 
     /// Replaces this object's contents by those read from the stream. Throws 1005, 1015, 1260 and the errors
