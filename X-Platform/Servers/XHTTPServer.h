@@ -15,8 +15,8 @@ class XHTTPSite;
 ///     server.Start( 8080 );
 ///
 /// A malformed or ambiguous request is rejected with 400 and ends the connection; so do 408 for a request
-/// that takes too long, 413 for a body and 431 for a header that is too large, 505 for
-/// another major version of HTTP.
+/// that takes too long, 413 for a body and 431 for a header that is too large, and 505 for a version of HTTP
+/// other than 1.0 and 1.1.
 ///
 /// There are no users and no encryption: every client that can connect can request everything.
 ///
