@@ -134,9 +134,9 @@ public:
     /// whichever thread unlocks it. A block that several threads have had locked at the same time counts as
     /// locked by a thread that does not wait, until all have unlocked it.
     void AboutToAllocate( USize64 inSize );
-    /// The patience, in milliseconds: how long after another thread has taken a lock AboutToAllocate still waits
-    /// for its release; 0 for not at all. It limits waits for threads that never unlock, or that wait for the
-    /// caller in another way.
+    /// The patience, in milliseconds: how long after another thread has taken a lock AboutToAllocate still
+    /// waits for its release; 0 for not at all. It limits waits for threads that never unlock, or that wait
+    /// for the caller in another way.
     void SetPatience( std::uint32_t inMilliseconds ) { itsPatience = inMilliseconds; }
     /// Releases a reservation made by `AboutToAllocate`.
     void HasFreed( USize64 inSize );
@@ -146,9 +146,9 @@ public:
 
     // ---- Freeing memory and address space
 
-    /// Frees `inBytes`, or that much contiguous address space, by the purge policy and then the listeners. With
-    /// kFreeBelowAddress or kFreeAboveAddress it frees the blocks below or above the address `inBytes` instead.
-    /// Returns the number of bytes freed.
+    /// Frees `inBytes`, or that much contiguous address space, by the purge policy and then the listeners.
+    /// With kFreeBelowAddress or kFreeAboveAddress it frees the blocks below or above the address `inBytes`
+    /// instead. Returns the number of bytes freed.
     USize64 FreeMemory( USize64 inBytes, std::uint32_t inFlags = kFreeByPolicy );
     /// Purges every block that overlaps the range.
     USize64 FreeBlocksInRange( std::uint64_t inBegin, std::uint64_t inEnd );

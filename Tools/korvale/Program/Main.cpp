@@ -35,14 +35,14 @@ struct PreparedOutput
 /// What happens before the session can report it, or for want of the memory to do so. Takes next to no memory itself.
 int ReportLastFailure() noexcept
 {
-    WConsole::WriteErrorUnlessBlocked( "korvale: cannot go on: " );
+    WConsole::WriteErrorUnlessBlocked( "korvale: cannot continue: " );
     try
     {
         WConsole::WriteErrorUnlessBlocked( DescribeCurrentException().text );
     }
     catch ( ... )
     {
-        WConsole::WriteErrorUnlessBlocked( "there is not enough memory" );
+        WConsole::WriteErrorUnlessBlocked( "there was not enough memory" );
     }
     WConsole::WriteErrorUnlessBlocked( "\n" );
     return kFailure;

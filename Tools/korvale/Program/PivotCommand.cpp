@@ -163,8 +163,8 @@ void PivotCommand::CheckSize( const XPivotTable& inTable, const Plan& inPlan ) c
     keys.insert( keys.end(), inPlan.rows.begin(), inPlan.rows.end() );
     if ( const auto rows = countGroups( keys ); columns * rows > XPivotTable::kMaxPivotCells )
         throw WrongUsage(
-            std::to_string( rows ) + " rows for " + std::to_string( columns ) +
-            " groups of --columns are too many" );
+            "too many cells: " + std::to_string( rows ) + " rows for " + std::to_string( columns ) +
+            " groups of --columns" );
 }
 
 XPivotTable PivotCommand::MakePivot( const XPivotTable& inTable, const Plan& inPlan ) const

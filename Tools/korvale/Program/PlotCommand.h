@@ -9,7 +9,7 @@ class PlotCommand : public TableCommand
 {
 public:
     const char* GetName() const override { return "plot"; }
-    const char* GetSummary() const override { return "Draws the numbers of a table, for papers."; }
+    const char* GetSummary() const override { return "Draws publication-ready figures from a table."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 

@@ -141,7 +141,7 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     }
     catch ( ... )
     {
-        session.ReportFailure( "cannot go on", DescribeCurrentException() );
+        session.ReportFailure( "cannot continue", DescribeCurrentException() );
         return kFailure;
     }
 }

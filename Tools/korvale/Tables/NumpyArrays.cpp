@@ -140,7 +140,8 @@ void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::u
         return;
     throw std::runtime_error(
         InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
-        " characters, and numpy gives all texts of a column the room of the longest (expected at most " +
+        " characters, and numpy stores all texts of a column with the length of the longest "
+        "(expected at most " +
         std::to_string( kMostWidth ) + ", and texts of similar lengths; write a CSV file instead)" );
 }
 

@@ -172,5 +172,5 @@ void CheckIsTableFile( const std::filesystem::path& inPath )
     if ( std::filesystem::is_fifo( status ) || std::filesystem::is_socket( status ) ||
          std::filesystem::is_character_file( status ) )
         throw std::runtime_error(
-            "a pipe or device, not a file: a table is read in any order (expected a table file)" );
+            "a pipe or device, not a file: tables need random access (expected a table file)" );
 }
