@@ -48,9 +48,9 @@ public:
     void Start();
     bool IsRunning() const;
 
-    /// Stops running jobs and stops all jobs like `StopTaggedJobs`. `Stop` then deletes jobs attached
-    /// meanwhile. Jobs that another thread is stopping at the same time may still be completed there after
-    /// the return (`WaitForQueueEmpty`).
+    /// Stop the queue: it runs no further jobs, and all its jobs are stopped as by `AsyncStopTaggedJobs` and
+    /// `StopTaggedJobs`. `Stop` then deletes jobs attached meanwhile. Jobs that another thread is stopping at
+    /// the same time may still be completed there after the return (`WaitForQueueEmpty`).
     void AsyncStop();
     void Stop();
 

@@ -181,8 +181,9 @@ public:
     /// Keeps the first present row of each distinct value and removes all others, including missing rows.
     /// `outRows` lists the old numbers of the rows kept.
     virtual void RemoveDuplicates( XVector<std::uint32_t>& outRows ) = 0;
-    /// Removes the rows whose value is NaN, including missing ones in floating-point columns; other columns
-    /// have none. `outRows` lists the old numbers of the rows kept. Returns true if rows were removed.
+    /// Removes the rows that read as NaN, which only floating-point columns have; missing rows do, unless the
+    /// default value is a number. `outRows` lists the old numbers of the rows kept. Returns true if rows were
+    /// removed.
     virtual bool RemoveNaNs( XVector<std::uint32_t>& outRows ) = 0;
     /// Relates the present rows to a control's value, using the numeric values of the column. Rows whose
     /// result is NaN become missing. Does nothing if the column is not numeric.
