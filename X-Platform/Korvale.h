@@ -1,6 +1,7 @@
 #pragma once
 
-/// Includes every public header of the core library, by room. KorvaleImaging.h includes those of the imaging library.
+/// Includes every public header of the core library, by room. KorvaleImaging.h includes those of the imaging
+/// library.
 
 // Functions that throw, error numbers
 #include "Ground/XErrorNumbers.h"

@@ -1,6 +1,7 @@
 #pragma once
 
-/// Includes every public header of the imaging library, by room. Korvale.h includes those of the core library.
+/// Includes every public header of the imaging library, by room. Korvale.h includes those of the core
+/// library.
 
 // Wrappers of the operating system used by the interfaces below
 #include "Drawing/WCanvas.h"

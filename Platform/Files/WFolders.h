@@ -9,8 +9,8 @@ class KORVALE_API WFolders
 {
 public:
     /// The folder for files that outlive a session but are not documents, such as logs: `korvale` in
-    /// `XDG_STATE_HOME` or `~/.local/state` on Linux, in the local application data on Windows; in the folder of
-    /// temporary files if the user has neither. It may not exist yet.
+    /// `XDG_STATE_HOME` or `~/.local/state` on Linux, in the local application data on Windows; in the folder
+    /// of temporary files if the user has neither. It may not exist yet.
     static std::filesystem::path GetStateFolder();
 
     /// The folder for settings, in which each program has its own folder: `~/.config` on Linux, the roaming
