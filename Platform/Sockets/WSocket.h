@@ -41,8 +41,8 @@ public:
     Address GetLocalAddress() const;
     Address GetPeerAddress() const;
 
-    /// Makes the system probe an idle peer after this many milliseconds, rounded up to its unit, and then
-    /// once per second; kNoTimeout disables probing.
+    /// Makes the system probe an idle peer after this many milliseconds, and then once per second; kNoTimeout
+    /// disables probing. Linux uses whole seconds, rounded up, from 1 to 32767.
     Outcome SetKeepAlive( std::uint32_t inIdleMs );
 
 private:

@@ -6,7 +6,8 @@
 /// visible in the string when the call returns: it replaces the bytes at the position and lengthens the
 /// string if it goes beyond the end.
 ///
-/// Errors: writing to a constant string and writing beyond the string's length are internal errors.
+/// Errors: writing to a constant string, and writing at a position beyond the end of the string, are internal
+/// errors.
 class KORVALE_API XStringStream : public XStream
 {
 public:

@@ -323,8 +323,8 @@ public:
     bool CaselessEqual( const XString& inOther ) const noexcept;
     bool CaselessNotEqual( const XString& inOther ) const noexcept { return !CaselessEqual( inOther ); }
 
-    /// True if the text consists only of characters used in numbers: digits, '-', the locale's decimal point,
-    /// 'e', 'E' and spaces.
+    /// True if the text is not empty and consists only of characters used in numbers: digits, '-', the
+    /// locale's decimal point, 'e', 'E' and spaces.
     bool IsNumeric() const;
 
     /// The natural order: white space is skipped, and numbers, including decimal and signed ones, are
