@@ -48,7 +48,7 @@ int ReportLastFailure() noexcept
     return kFailure;
 }
 
-/// Where memory ends in the midst of what must not throw, that is a failure like others and not a crash.
+/// If memory runs out in code that must not throw, this is reported as a failure and not as a crash.
 class LackOfMemoryHandler
 {
 public:

@@ -84,7 +84,7 @@ std::string MakeHelp()
     return help;
 }
 
-/// The index that a name such as C1 stands for.
+/// The index of a channel name such as C1.
 std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 {
     if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
@@ -128,7 +128,7 @@ std::string CheckThreshold( const std::string& inText )
         : "invalid threshold " + InQuotes( inText ) + " (expected otsu or a number)";
 }
 
-/// The images that patterns of names stand for.
+/// The images that match the patterns.
 std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inNames )
 {
     std::vector<std::string> names;

@@ -22,7 +22,7 @@
 
 namespace
 {
-/// Gives each column a name that no other has.
+/// Gives each column a unique name.
 class Names
 {
 public:
@@ -62,7 +62,7 @@ private:
     }
 };
 
-/// An array of as many items as the column has rows; `inAppendItem( row, bytes )` makes one of them.
+/// An array with one item per row of the column; `inAppendItem( row, bytes )` appends an item.
 template<class AppendItem>
 NumpyArray MakeArray(
     const XPivotColumn& inColumn, const std::string& inType, std::uint64_t inItemBytes,

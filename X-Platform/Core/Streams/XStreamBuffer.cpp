@@ -62,8 +62,8 @@ void XStream::ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 coun
     EmptyBufferAt( CheckedEnd( inPosition, count ) );
 }
 
-/// The first block of all is a full one. After a seek a small one is read, and larger ones only while reading goes on
-/// from there: each twice as large as what the buffer held.
+/// The first block of a stream is a full one. After a seek a small one is read; while reading continues from
+/// there, each block is twice as large as the contents of the buffer.
 void XStream::Refill( SSize64 inPosition, USize64 inLeast )
 {
     const USize64 held = ToSize( itsFilledEnd - itsBuffer );
