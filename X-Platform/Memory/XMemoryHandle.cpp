@@ -52,7 +52,7 @@ private:
 
 } // namespace
 
-/// Makes the handle count as locked. Under the mutex.
+/// Marks the handle as busy, which counts as locked. Used under the mutex.
 class XMemoryHandle::XBusy
 {
 public:
@@ -134,7 +134,8 @@ void XMemoryHandle::MoveToBlock( XMemoryBlock* inBlock )
     ReplaceBlock( block.Release() );
 }
 
-/// Under the mutex, with a block that is referenced already. Does not throw: there is room for what it retires.
+/// Called under the mutex, with a block that is already referenced. Does not throw: room for the retired
+/// block is reserved.
 void XMemoryHandle::ReplaceBlock( XMemoryBlock* inBlock )
 {
     XMemoryBlock* before = itsBlock.exchange( inBlock, std::memory_order_acq_rel );
@@ -374,7 +375,7 @@ void XMemoryHandle::CopyDataFrom( const void* inSource, USize64 inCount, USize64
     CheckIntact();
 }
 
-/// Locking is no change that a reader of the handle could notice.
+/// Locks a const handle: a lock does not change its value.
 void XMemoryHandle::CopyDataTo( void* outTarget, USize64 inCount, USize64 inOffset ) const
 {
     if ( inCount == 0 && !HasBytesToLock() )

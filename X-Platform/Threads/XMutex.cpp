@@ -88,7 +88,7 @@ bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bo
     return SpinForLock( inThreadID, deadline ) || SleepForLock( inThreadID, deadline, inAlertable );
 }
 
-/// Takes the mutex if it is free.
+/// Claims the mutex if it is free.
 bool XMutex::TryClaim( std::uint32_t inThreadID )
 {
     std::uint32_t state = itsState.load( std::memory_order_relaxed );
@@ -101,8 +101,8 @@ bool XMutex::TryClaim( std::uint32_t inThreadID )
     return false;
 }
 
-/// Tries for up to the spin count, with pauses between that grow: the less the spinning threads look, the sooner the
-/// owner gets on. A pause counts as as many tries as it is long. There is one try at least.
+/// Retries up to the spin count, with increasing pauses: the less the spinning threads read, the sooner the
+/// owner proceeds. A pause counts as several tries, according to its length. There is at least one try.
 bool XMutex::SpinForLock( std::uint32_t inThreadID, const WDeadline& inDeadline )
 {
     std::uint32_t triesLeft = WProcessors::GetCount() > 1 ? itsSpinCount : 1;
@@ -139,7 +139,7 @@ bool XMutex::SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline
     }
 }
 
-/// Sleeps unless the mutex is free. kParkedAndFree tells that it is worth trying again.
+/// Sleeps unless the mutex is free. kParkedAndFree means that another try is worthwhile.
 XMutex::XParkResult XMutex::Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff )
 {
     XMutexSleeper sleeper( inWantsHandOff );
@@ -165,7 +165,7 @@ bool XMutex::Enqueue( XMutexSleeper& inSleeper )
     return true;
 }
 
-/// Takes the sleeper from the queue. False when it was woken in the meantime, or handed the mutex.
+/// Removes the sleeper from the queue. Returns false if it was woken or handed the mutex meanwhile.
 bool XMutex::Leave( XMutexSleeper& inSleeper )
 {
     {
