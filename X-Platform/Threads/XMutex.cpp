@@ -9,16 +9,16 @@
 
 #include <algorithm>
 
-// Who changes itsState, and how:
+// Transitions of itsState:
 // - A free mutex is claimed by a compare-and-swap that adds the owner's ID and keeps the other bits.
-// - kSleepers is set by a thread that goes to sleep, while somebody owns the mutex. It is cleared under the parking
-//   queue only, by the owner that unlocks or by the last sleeper that leaves, so it is set whenever the queue of this
-//   mutex is not empty.
-// - The owner unlocks by a compare-and-swap from its ID to 0. Where that fails it decides under the parking queue: the
-//   mutex is freed, or handed to the first sleeper, and that sleeper is woken. After the mutex has been given up it is
-//   not touched any more.
-// A thread goes to sleep in one step under the parking queue with finding the mutex owned and kSleepers set, so that
-// the owner cannot miss it.
+// - kSleepers is set by a thread that goes to sleep while the mutex is owned. It is cleared only under the
+//   parking queue, by the owner that unlocks or by the last sleeper that leaves. So it is set whenever the
+//   queue of this mutex is not empty.
+// - The owner unlocks by a compare-and-swap from its ID to 0. If that fails, it decides under the parking
+//   queue: the mutex is either freed or handed to the first sleeper, and that sleeper is woken. The mutex is
+//   not accessed after it has been released.
+// Under the parking queue, finding the mutex owned, setting kSleepers and enqueueing the sleeper are one step,
+// so the owner cannot miss a sleeper.
 
 namespace
 {

@@ -5,10 +5,12 @@
 
 #include <limits>
 
-// The buffer is in one of three modes. Reading: [itsBuffer, itsFilledEnd) holds bytes of the stream, nothing
-// may be written into it. Writing (itsIsDirty): it holds bytes still to be drained, nothing may be read from
-// it. Window: it is the stream's whole memory, read and written in place. A fast write only moves the cursor,
-// so the true end of what a writing buffer or a window holds is the higher of itsFilledEnd and itsCursor.
+// The buffer is in one of three modes:
+// - Reading: [itsBuffer, itsFilledEnd) holds bytes of the stream; nothing may be written into it.
+// - Writing (itsIsDirty): it holds bytes to be drained; nothing may be read from it.
+// - Window: it is the stream's whole memory, read and written in place.
+// A fast write only moves the cursor, so the end of the contents of a writing buffer or a window is the higher
+// of itsFilledEnd and itsCursor.
 
 namespace
 {
