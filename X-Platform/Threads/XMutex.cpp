@@ -17,8 +17,8 @@
 // - The owner unlocks by a compare-and-swap from its ID to 0. If that fails, it decides under the parking
 //   queue: the mutex is either freed or handed to the first sleeper, and that sleeper is woken. The mutex is
 //   not accessed after it has been released.
-// Under the parking queue, finding the mutex owned, setting kSleepers and enqueueing the sleeper are one step,
-// so the owner cannot miss a sleeper.
+// Under the parking queue, finding the mutex owned, setting kSleepers and enqueueing the sleeper are one
+// step, so the owner cannot miss a sleeper.
 
 namespace
 {

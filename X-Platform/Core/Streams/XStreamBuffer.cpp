@@ -9,8 +9,8 @@
 // - Reading: [itsBuffer, itsFilledEnd) holds bytes of the stream; nothing may be written into it.
 // - Writing (itsIsDirty): it holds bytes to be drained; nothing may be read from it.
 // - Window: it is the stream's whole memory, read and written in place.
-// A fast write only moves the cursor, so the end of the contents of a writing buffer or a window is the higher
-// of itsFilledEnd and itsCursor.
+// A fast write only moves the cursor, so the end of the contents of a writing buffer or a window is the
+// higher of itsFilledEnd and itsCursor.
 
 namespace
 {
