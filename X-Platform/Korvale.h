@@ -1,11 +1,12 @@
 #pragma once
 
-/// Every public header of the core library, room by room. KorvaleImaging.h has those of the imaging library.
+/// Includes every public header of the core library, by room. KorvaleImaging.h includes those of the imaging
+/// library.
 
-// How to fail, error numbers
+// Functions that throw, error numbers
 #include "Ground/XErrorNumbers.h"
 
-// What the interfaces below name of the system
+// Wrappers of the operating system used by the interfaces below
 #include "Files/WFile.h"
 #include "Files/WFilePath.h"
 #include "Files/WFolders.h"
@@ -197,6 +198,6 @@
 #include "RemoteCalls/XRPCTypes.h"
 #include "RemoteCalls/XRemoteMethod.h"
 
-// What a process constructs first
+// Initialisation of a process
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"
