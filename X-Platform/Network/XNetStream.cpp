@@ -4,6 +4,14 @@
 
 #include <algorithm>
 
+// Reading ahead. A small read receives whatever has arrived, up to itsMostAhead bytes, and keeps the rest in
+// itsAhead; a read of that size or more goes directly to the caller's memory. If a read fails midway, because
+// of a time-out for instance, the bytes received so far are put back, so that it can be repeated as a whole.
+//
+// Sending cannot be repeated: it is not known how many bytes have reached the peer. After a failure the
+// stream refuses to send (itsHasFailedToSend), instead of sending something that the peer would take for the
+// continuation.
+
 namespace
 {
 

@@ -94,6 +94,7 @@ void XSocketsTCPEndpointImp::MakeConnection(
     const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaiter& inWaiter )
 {
     WSocket::Outcome outcome = inSocket->StartConnecting( inAddress );
+    // The usual case: the connection is being established, and the wait tells the result.
     if ( outcome.error == WSocket::kErrorWouldBlock || outcome.error == WSocket::kErrorInProgress )
         outcome = inWaiter( [&]( const WDeadline& inDeadline )
                             { return inSocket->FinishConnecting( inDeadline ); } );
@@ -148,6 +149,7 @@ void XSocketsTCPEndpointImp::BindSocket(
     SetLocalPlace( { XNetAddress( inAddress.ip, inAddress.port ) } );
     WSocket::Outcome outcome = inSocket->Bind( inAddress );
     if ( outcome.status == WSocket::kDone ) // another socket may have the port, and listen or not
+        // Both calls may report that the port is in use.
         outcome = inSocket->Listen( inBacklog == XNetEndpoint::kMostBacklog ? kSystemMaximum : inBacklog );
     if ( outcome.error == WSocket::kErrorAddressInUse )
         throw PortInUseException( inAddress.port );

@@ -72,6 +72,7 @@ struct WSocket::System
         if ( !( events.lNetworkEvents & FD_CLOSE ) )
             return;
         ended[kForReading].Set();
+        // A reset ends both directions; an orderly close only says that nothing more will arrive.
         if ( events.iErrorCode[FD_CLOSE_BIT] != 0 ) // else the peer may still receive
             ended[kForWriting].Set();
     }
@@ -307,6 +308,7 @@ WWaitResult WSocket::SleepUntilReady( Direction inDirection, const WDeadline& in
         itsSystem->ended[direction], alert, itsSystem->ready[direction], itsSystem->happened };
     for ( ;; )
     {
+        // A peeking wait ends by the end of the connection, an alert or its deadline only.
         const DWORD count = isPeeking ? 2 : 4;
         switch ( WaitForMultipleObjects( count, events, FALSE, inDeadline.GetMillisecondsLeft() ) )
         {
