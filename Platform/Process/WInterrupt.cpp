@@ -7,6 +7,11 @@
 #include <atomic>
 #include <utility>
 
+// The watcher thread waits for the first interrupt and sets a flag, which the program obeys at its next
+// opportunity. Then it waits for the program's end, a second interrupt or the end of the grace period; in the
+// latter two cases it ends the process itself. After DisableAbort the results are complete, so further
+// interrupts are ignored, and only a program that does not end within the grace period is ended.
+
 namespace
 {
 std::atomic<bool> sIsRequested = false;
@@ -25,6 +30,7 @@ WInterrupt::~WInterrupt()
 {
     Close();
     itsWatcher.join();
+    // Afterwards nothing may be interrupted any more: signals stay blocked to the end of the process.
     if ( !sIsTooLate )
         GiveBack();
 }
