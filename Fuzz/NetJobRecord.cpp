@@ -1,6 +1,6 @@
-// The records of network jobs. The first byte selects the class and the byte order, the contents of a record follow. What
-// can be read is written and read again as the same bytes, in as many as the object says; anything else is refused with a
-// documented number.
+// The records of network jobs. The first byte selects the class and the byte order; the body of a record follows. A record
+// that can be read must survive a round trip unchanged and report its size exactly; anything else must be rejected with a
+// documented error number.
 
 #include "FuzzTools.h"
 
@@ -26,7 +26,7 @@ std::unique_ptr<XStorable> Make()
     return std::make_unique<TRecord>();
 }
 
-// Seeds know the classes by their places.
+// The seeds refer to the classes by index.
 constexpr std::unique_ptr<XStorable> ( *kMakers[] )() = {
     Make<XAppVersion>,
     Make<XAppVersion::XAppAndComputerInfo>,
@@ -43,7 +43,7 @@ constexpr std::unique_ptr<XStorable> ( *kMakers[] )() = {
     Make<XNetJobQueuePositionChangedMessage>,
 };
 
-/// The number of bytes that it writes is the one that it tells.
+/// Checks that the record writes as many bytes as GetStreamUsage reports.
 void RequireUsage( const XStorable& inRecord )
 {
     XMemStream stream;

@@ -83,7 +83,7 @@
 #include "Threads/XThreadYield.h"
 #include "Threads/XWaitResult.h"
 
-// The session log, what runs where
+// Session log, application and computer information
 #include "Services/XAppAndComputerInfo.h"
 #include "Services/XAppVersion.h"
 #include "Services/XSessionLogEntry.h"
@@ -203,7 +203,7 @@
 #include "RemoteCalls/XRPCTypes.h"
 #include "RemoteCalls/XRemoteMethod.h"
 
-// Jobs on other machines
+// Network jobs
 #include "NetJobs/XAssignedJobInfo.h"
 #include "NetJobs/XConnectionInfo.h"
 #include "NetJobs/XJobAttachmentInfo.h"

@@ -13,7 +13,7 @@ namespace
 
 constexpr std::int64_t kCPUTimeUS = 2000;
 
-/// Keeps its processor busy and has a parameter.
+/// Uses processor time and returns its parameter as result code.
 class BusyJob : public XNetJob
 {
 public:
@@ -53,7 +53,7 @@ private:
     std::uint32_t itsOutcome;
 };
 
-/// Tells on its completion what it has come to.
+/// Copies its result code and processor time on completion.
 class ReportingJob : public BusyJob
 {
 public:

@@ -3,13 +3,13 @@
 #include "Core/Streams/XStorableT.h"
 #include "NetJobs/XNetJobQueueNode.h"
 
-/// A job as the control service hands it to a node, which fetches the job itself and its data afterwards. A value.
+/// Describes a job that the control service assigns to a node. A value.
 class KORVALE_API XNetJobQueueNode::XAssignedJobInfo
     : public XStorableT<XNetJobQueueNode::XAssignedJobInfo, kClassAssignedJobInfo>
 {
 public:
     XAssignedJobInfo() = default;
-    /// There is a size for each ID; other numbers of them are 1013.
+    /// Throws 1013 unless there is one size for each ID.
     XAssignedJobInfo(
         std::uint32_t inJobID, std::uint64_t inEstimatedSize, const XVector<std::uint32_t>& inJobDataIDs,
         const XVector<std::uint64_t>& inJobDataEstimatedSizes, std::uint32_t inClientID = 0 );
@@ -22,14 +22,14 @@ public:
     std::uint32_t GetClientID() const { return itsClientID; }
     void SetClientID( std::uint32_t inClientID ) { itsClientID = inClientID; }
 
-    /// Bytes of the stored job.
+    /// Size of the stored job, in bytes.
     std::uint64_t GetEstimatedSize() const { return itsEstimatedSize; }
-    /// The shared data that the job has registered, and the bytes of each, so that a node knows what it will need.
+    /// The shared data that the job has registered, and the size of each in bytes.
     const XVector<std::uint32_t>& GetJobDataIDs() const { return itsJobDataIDs; }
     const XVector<std::uint64_t>& GetJobDataEstimatedSizes() const { return itsJobDataEstimatedSizes; }
 
     USize64 GetFieldsUsage() const;
-    /// 1005 also where there is not a size for each ID.
+    /// Throws 1005 also if the lists differ in length.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

@@ -4,8 +4,8 @@
 #include "NetJobs/XNetJobQueue.h"
 #include "Network/XNetAddress.h"
 
-/// How one part of a deployment gets data to or from another for a job queue: what the connection manager has decided.
-/// The source is who connects; data goes both ways then. A value.
+/// Describes how two parts of a deployment exchange the data of a job queue, as the connection manager decided. The source
+/// connects to the destination; data flows in both directions. A value.
 ///
 /// Threads: one thread at a time, queries of the address included (XNetAddress).
 class KORVALE_API XNetJobQueue::XConnectionInfo
@@ -22,17 +22,17 @@ public:
     ~XConnectionInfo() override;
 
     std::uint32_t GetJobQueueID() const { return itsJobQueueID; }
-    /// Clients and nodes have the IDs that their logons gave them; the control service is 0.
+    /// Clients and nodes have the IDs assigned at logon; the control service has 0.
     std::uint32_t GetSourceID() const { return itsSourceID; }
     XRemoteType GetSourceType() const { return itsSourceType; }
     std::uint32_t GetDestinationID() const { return itsDestinationID; }
     XRemoteType GetDestinationType() const { return itsDestinationType; }
     XDataTransferMethod GetMethod() const { return itsMethod; }
-    /// The data server to connect to: the destination's own, or that of the control service for what is relayed.
+    /// The data server to connect to: the destination's, or the control service's for relayed data.
     const XNetAddress& GetDestinationAddress() const { return itsDestinationAddress; }
 
     USize64 GetFieldsUsage() const;
-    /// 1005 also for types and methods that do not exist, and an object that is no address.
+    /// Throws 1005 also for unknown types and methods, and if the object is not an address.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

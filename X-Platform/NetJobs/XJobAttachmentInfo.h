@@ -5,7 +5,7 @@
 #include "Core/Strings/XString.h"
 #include "NetJobs/XNetJobQueue.h"
 
-/// Describes an object that travels beside a job: data that its body reads, or data that it has made. A value.
+/// Describes an object that is sent along with a job: an input of its body, or an output. A value.
 class KORVALE_API XNetJobQueue::XJobAttachmentInfo
     : public XStorableT<XNetJobQueue::XJobAttachmentInfo, kClassJobAttachmentInfo>
 {
@@ -22,17 +22,17 @@ public:
     std::uint32_t GetJobID() const { return itsJobID; }
     /// The class of the object.
     const XVersion& GetClassID() const { return itsClassID; }
-    /// By which the job's class knows the attachment among those of the job.
+    /// The name of the attachment, unique within the job.
     const XString& GetDescription() const { return itsDescription; }
-    /// The shared data that has to be there for the object to be used.
+    /// The shared data that the object requires.
     const XVector<std::uint32_t>& GetSharedDataIDs() const { return itsSharedDataIDs; }
-    /// The bytes of the stored object.
+    /// Size of the stored object, in bytes.
     std::uint64_t GetDataSize() const { return itsDataSize; }
-    /// False for what the client sends to the node with the job, true for what the node sends back with the result.
+    /// False for an input, sent by the client with the job; true for an output, sent by the node with the result.
     bool IsOutput() const { return itsIsOutput; }
 
     USize64 GetFieldsUsage() const;
-    /// 1005 also where the two constants of the layout are others.
+    /// Throws 1005 also if the two constants of the layout differ.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

@@ -5,12 +5,12 @@
 #include "Core/Strings/XString.h"
 #include "NetJobs/XNetJobQueue.h"
 
-/// How far a job has come: its body, and the data that is on its way for it. A value.
+/// The progress of a job: of its body, and of a data transfer for it. A value.
 class KORVALE_API XNetJobQueue::XJobProgressInfo
     : public XStorableT<XNetJobQueue::XJobProgressInfo, kClassJobProgressInfo>
 {
 public:
-    /// What has changed since the report before. Other bits are kept as they come.
+    /// The fields that have changed since the previous report. Unknown bits are preserved.
     enum XChangeFlag : std::uint32_t
     {
         kProgressChanged = 1,
@@ -31,23 +31,23 @@ public:
 
     std::uint32_t GetJobID() const { return itsJobID; }
 
-    /// Of the job's body, per mille, and the message of its outermost progress.
+    /// Progress of the job's body, per mille, and the message of its outermost progress.
     std::uint32_t GetProgress() const { return itsProgress; }
     const XString& GetMessage() const { return itsMessage; }
 
-    /// The attachment or shared data that is being sent, and its class; 0 where none is.
+    /// The attachment or shared data being transferred, and its class; 0 if none is.
     std::uint32_t GetObjectID() const { return itsObjectID; }
     const XVersion& GetObjectVersion() const { return itsObjectVersion; }
 
-    /// Of that object, per mille, and how fast it comes.
+    /// Progress of that transfer, per mille, and its rate.
     std::uint32_t GetDataTransferProgress() const { return itsDataTransferProgress; }
     std::uint64_t GetBytesPerSecond() const { return itsBytesPerSecond; }
 
-    // ---- Sets of XChangeFlag, empty at first
+    // ---- Change flags (XChangeFlag), initially none
 
     void AddChangeFlag( std::uint32_t inFlag ) { itsChangeFlags |= inFlag; }
     void RemoveChangeFlag( std::uint32_t inFlag ) { itsChangeFlags &= ~inFlag; }
-    /// Whether any of them is set.
+    /// Whether any of the flags is set.
     bool HasChangeFlag( std::uint32_t inFlag ) const { return ( itsChangeFlags & inFlag ) != 0; }
     void ClearChangeFlags() { itsChangeFlags = 0; }
     std::uint32_t GetChangeFlags() const { return itsChangeFlags; }

@@ -4,7 +4,7 @@
 #include "NetJobs/XNetJobQueueNode.h"
 #include "Services/XAppAndComputerInfo.h"
 
-/// What a node presents when it logs on to the control service. A value.
+/// The information that a node sends when it logs on to the control service. A value.
 class KORVALE_API XNetJobQueueNode::XLogonInfo
     : public XStorableT<XNetJobQueueNode::XLogonInfo, kClassLogonInfo>
 {
@@ -20,15 +20,15 @@ public:
 
     XNodeType GetNodeType() const { return itsNodeType; }
     const XAppVersion::XAppAndComputerInfo& GetInfo() const { return itsInfo; }
-    /// Classes of jobs with the newest revision of each.
+    /// The supported job classes, with the newest supported revision of each.
     const XVector<XVersion>& GetSupportedJobClasses() const { return itsSupportedJobClasses; }
-    /// Whether the node logs on again and has jobs of an earlier logon, which it reports next.
+    /// Whether the node has jobs from an earlier logon, which it reports next.
     bool HoldsJobs() const { return itsHoldsJobs; }
-    /// Jobs that the node runs at a time.
+    /// The number of jobs that the node runs at a time.
     std::uint32_t GetWorkerCount() const { return itsWorkerCount; }
 
     USize64 GetFieldsUsage() const;
-    /// 1005 also for a type that does not exist, and an object that is no such information.
+    /// Throws 1005 also for an unknown node type, and if the object is of another class.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

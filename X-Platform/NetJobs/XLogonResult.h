@@ -3,7 +3,7 @@
 #include "Core/Streams/XStorableT.h"
 #include "NetJobs/XNetJobQueue.h"
 
-/// The control service's answer to a logon. A value.
+/// The control service's reply to a logon. A value.
 class KORVALE_API XNetJobQueue::XLogonResult
     : public XStorableT<XNetJobQueue::XLogonResult, kClassLogonResult>
 {
@@ -13,10 +13,10 @@ public:
     XLogonResult& operator=( const XLogonResult& ) = default;
     ~XLogonResult() override;
 
-    /// The client's or the node's ID for as long as the control service runs.
+    /// The ID assigned to the client or node, valid while the control service runs.
     std::uint32_t GetClientID() const { return itsClientID; }
 
-    /// Not transmitted: false in what was read, whatever it was.
+    /// Not transmitted: always false after reading.
     bool ShouldStoreJobsForPossibleRetry() const { return itsShouldStoreJobsForPossibleRetry; }
 
     USize64 GetFieldsUsage() const;

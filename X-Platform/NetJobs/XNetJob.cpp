@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr std::uint32_t kReserved = 0; // a field of the layout
+constexpr std::uint32_t kReserved = 0; // a constant of the layout
 
 std::int64_t GetCPUTime( bool inOfProcess )
 {
@@ -19,7 +19,7 @@ std::int64_t GetCPUTime( bool inOfProcess )
     return kernel + user;
 }
 
-/// Measures from its construction to its end, however the run ends.
+/// Measures the processor time from its construction to its destruction.
 class CPUTimeMeter
 {
 public:

@@ -4,21 +4,20 @@
 #include "Core/Times/XTime.h"
 #include "Jobs/XJob.h"
 
-/// A job that can run on another machine. Derive from it, give the class a number of its own, store the job's parameters
-/// after those of this class, implement `RunJobSelf`, and register the class with the nodes and the clients.
+/// A job that can run on another machine. Derive a class with its own class number, store its parameters after the fields
+/// of this class, implement `RunJobSelf`, and register the class on nodes and clients.
 ///
-/// A job is deterministic: it gives the same result wherever it runs, and may run twice.
+/// A job must be deterministic: it gives the same result on every machine, because it may run twice.
 ///
-/// This class itself is the record of a job whose class the process does not know: it can be read, passed on and written,
-/// but not run (1003).
+/// An object of this class itself can be stored, but not run (1003).
 ///
 /// Ownership, threads: as XJob.
-/// Storage: tags and groups travel with their low 32 bits and come back as numbers from 0 on.
+/// Storage: only the low 32 bits of tag and group are stored; they are read as unsigned numbers.
 /// Errors: reading throws 1005, 1015, 1260.
 class KORVALE_API XNetJob : public XJob, public XStorable
 {
 public:
-    /// Shared data that the job needs, and as what: a number that the job's class gives a meaning.
+    /// A registration of shared data. The meaning of `purpose` is defined by the job's class.
     struct XSharedDataUse
     {
         std::uint32_t dataID;
@@ -27,42 +26,41 @@ public:
 
     XNetJob() = default;
 
-    /// A copy has the tag, the group and all that is stored, and is in no queue: result code, processor time and
-    /// progress strategy are its own. Assign only to jobs that have not been attached.
+    /// Copies the tag, the group and the stored fields, but neither result code, processor time, progress strategy nor
+    /// queue. The target of an assignment must not be attached to a queue.
     XNetJob( const XNetJob& inOther );
     XNetJob& operator=( const XNetJob& inOther );
     ~XNetJob() override;
 
-    // ---- Whose the job is: set by the queue that it is attached to
+    // ---- Identification, set by the queue when the job is attached
 
     std::uint32_t GetJobQueueID() const { return itsJobQueueID; }
     void SetJobQueueID( std::uint32_t inJobQueueID ) { itsJobQueueID = inJobQueueID; }
     std::uint32_t GetClientID() const { return itsClientID; }
     void SetClientID( std::uint32_t inClientID ) { itsClientID = inClientID; }
 
-    // ---- Data that several jobs share (XNetJobSharedData) and that is on the node before the job runs
+    // ---- Shared data (XNetJobSharedData), transferred to the node before the job runs
 
     void RegisterSharedData( std::uint32_t inDataID, std::uint32_t inPurpose );
-    /// The IDs, in the order in which they were registered.
+    /// The IDs, in the order of registration.
     XVector<std::uint32_t> GetRegisteredSharedData() const;
     const XVector<XSharedDataUse>& GetSharedDataUses() const { return itsSharedDataUses; }
 
     // ---- Running
 
-    /// Runs the body and measures the processor time that it takes.
+    /// Runs the body and measures its processor time.
     void RunJob() override;
 
-    /// True: nodes need no main thread that handles messages.
+    /// Returns true, because nodes may have no main thread that handles messages.
     bool CanCompleteInJobThread() override { return true; }
 
-    /// Whether the job works on other threads as well, so that the time of the whole process counts as its own. False by
-    /// default.
+    /// Whether to measure the processor time of the whole process, for jobs that use other threads. False by default.
     virtual bool CalculateCPUTimeUsedByEntireProcess() const { return false; }
 
-    /// Processor time of the last run, in the system and outside it; 0 before.
+    /// User and system processor time of the last run; 0 before.
     XTime GetCPUTimeUsed() const { return itsCPUTimeUsed; }
 
-    /// A job that waits for its turn again has no result: the result code becomes 0.
+    /// Resets the result code to 0.
     void Resumed() override;
 
     // ---- Storage
@@ -75,7 +73,7 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    /// The fields of this class alone, without its version.
+    /// Only the fields of this class, without its version.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

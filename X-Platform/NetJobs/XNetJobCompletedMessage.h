@@ -6,15 +6,15 @@
 
 #include <memory>
 
-/// A job has been completed: when, and with what result. Each completion is told.
+/// Reports the completion of a job, its time and its result. Never coalesced.
 ///
-/// Reading a result of a class that this process has not registered is 1003.
+/// Errors: reading throws 1003 if the class of the result is not registered.
 class KORVALE_API XNetJobCompletedMessage : public XRemoteMessage
 {
 public:
-    /// A message for reading.
+    /// An empty message, to be read into.
     XNetJobCompletedMessage();
-    /// Copies the result, of whatever derived class it is.
+    /// Clones the result, including fields of derived classes.
     XNetJobCompletedMessage(
         XSpeaker* inSpeaker, std::uint32_t inMessageID, std::uint32_t inJobID, const XTime& inCompletionTime,
         const XNetJobResult& inResult );
@@ -24,7 +24,7 @@ public:
 
     XNetJobCompletedMessage* Clone() const override;
     XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNewMessage ) const override;
-    /// Results are equal when they are stored as the same bytes.
+    /// Results are equal if their stored bytes are equal.
     bool operator==( const XMessage& inOther ) const override;
     std::uint64_t GetCoalesceKey() const noexcept override;
 

@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-/// The queue of jobs that run on other machines, as clients see it; here the records that it exchanges with the control
-/// service, and what these name.
+/// Scope of the records that clients exchange with the control service.
 class KORVALE_API XNetJobQueue
 {
 public:
@@ -22,11 +21,11 @@ public:
         kRemoteNode = 2,    ///< runs them
     };
 
-    /// How the data of jobs gets from one part to another.
+    /// How the data of jobs is transferred between two parts.
     enum XDataTransferMethod : std::uint32_t
     {
         kTransferDirect = 0,      ///< the source connects to the destination's data server
-        kTransferRelayed = 1,     ///< both connect to the control service, which passes the data on
-        kTransferSharedFiles = 2, ///< not at all: the destination reads the same files itself
+        kTransferRelayed = 1,     ///< both connect to the control service, which relays the data
+        kTransferSharedFiles = 2, ///< no transfer: the destination reads the same files itself
     };
 };

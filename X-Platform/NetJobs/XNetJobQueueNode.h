@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-/// A process that runs jobs of other machines; here the records that it exchanges with the control service, and what these
-/// name.
+/// Scope of the records that nodes exchange with the control service.
 class KORVALE_API XNetJobQueueNode
 {
 public:
@@ -14,7 +13,7 @@ public:
 
     enum XNodeType : std::uint32_t
     {
-        kNodePermanent = 0, ///< stays, and is missed when it goes
-        kNodeTemporary = 1, ///< started for a while by an engine that may end it at any time
+        kNodePermanent = 0, ///< stays until it is shut down; its loss is reported as a failure
+        kNodeTemporary = 1, ///< started by a batch system, which may end it at any time
     };
 };

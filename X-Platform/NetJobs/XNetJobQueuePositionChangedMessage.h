@@ -2,12 +2,12 @@
 
 #include "Messaging/XRemoteMessage.h"
 
-/// Where the jobs of a job queue stand among those of all clients. Of those about one job queue that wait in a queue of
-/// messages, only the newest is delivered.
+/// Reports the position of a job queue's jobs among those of all clients. Queued messages about the same job queue are
+/// coalesced; the newest is delivered.
 class KORVALE_API XNetJobQueuePositionChangedMessage : public XRemoteMessage
 {
 public:
-    /// The wait is not known.
+    /// The expected wait is unknown.
     static constexpr std::uint32_t kUnknownWait = 0xFFFFFFFF;
 
     explicit XNetJobQueuePositionChangedMessage( XSpeaker* inSpeaker = nullptr );
@@ -24,16 +24,16 @@ public:
     std::uint64_t GetCoalesceKey() const noexcept override;
 
     std::uint32_t GetJobQueueID() const { return itsJobQueueID; }
-    /// Of the job queue's jobs that wait, the one that runs next; 0 when none waits.
+    /// The first waiting job of the job queue; 0 if none waits.
     std::uint32_t GetNextJobID() const { return itsNextJobID; }
-    /// Jobs of other clients that go before it.
+    /// The number of other clients' jobs ahead of it.
     std::uint32_t GetPosition() const { return itsPosition; }
-    /// Jobs of the job queue.
+    /// Waiting and running jobs of the job queue.
     std::uint32_t GetWaitingJobs() const { return itsWaitingJobs; }
     std::uint32_t GetRunningJobs() const { return itsRunningJobs; }
-    /// Workers of all nodes that know how to run jobs of this queue.
+    /// Workers of all nodes that support the queue's job classes.
     std::uint32_t GetWorkers() const { return itsWorkers; }
-    /// Until that job runs, in milliseconds, or `kUnknownWait`.
+    /// Expected time until that job starts, in milliseconds, or `kUnknownWait`.
     std::uint32_t GetEstimatedWaitMS() const { return itsEstimatedWaitMS; }
 
     static XVersion GetClassVersion();

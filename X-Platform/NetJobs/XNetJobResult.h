@@ -2,9 +2,8 @@
 
 #include "Core/Storables/XStorable.h"
 
-/// What has come of a job: its result code, and in derived classes what its body has found out. A derived class has a
-/// number of its own, stores its fields after those of this class and is registered with the nodes and the clients. A
-/// value.
+/// The result of a job: its result code, and in derived classes the output of its body. A derived class has its own class
+/// number, stores its fields after those of this class, and is registered on nodes and clients. A value.
 ///
 /// Errors: reading throws 1005, 1015, 1260.
 class KORVALE_API XNetJobResult : public XStorable
@@ -18,7 +17,7 @@ public:
     std::uint32_t GetJobID() const { return itsJobID; }
     void SetJobID( std::uint32_t inJobID ) { itsJobID = inJobID; }
 
-    /// As `XJob::GetResultCode`: 0 for success.
+    /// 0 for success, otherwise an error number, as `XJob::GetResultCode`.
     std::uint32_t GetResultCode() const { return itsResultCode; }
     void SetResultCode( std::uint32_t inResultCode ) { itsResultCode = inResultCode; }
 
@@ -30,7 +29,7 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    /// The fields of this class alone, without its version.
+    /// Only the fields of this class, without its version.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

@@ -2,8 +2,8 @@
 
 #include "Core/Storables/XStorable.h"
 
-/// Data that several jobs need and that is sent to a node once. A derived class holds the data: it has a number of its own,
-/// stores its fields after those of this class and is registered with the nodes and the clients. A value.
+/// Data needed by several jobs, sent to each node once. A derived class holds the data; it has its own class number, stores
+/// its fields after those of this class, and is registered on nodes and clients. A value.
 ///
 /// Errors: reading throws 1005, 1015, 1260.
 class KORVALE_API XNetJobSharedData : public XStorable
@@ -15,7 +15,7 @@ public:
     XNetJobSharedData& operator=( const XNetJobSharedData& ) = default;
     ~XNetJobSharedData() override;
 
-    /// Among the shared data of a job queue.
+    /// Unique within the job queue.
     std::uint32_t GetID() const { return itsID; }
     std::uint32_t GetJobQueueID() const { return itsJobQueueID; }
     /// The client that owns the job queue.
@@ -29,7 +29,7 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    /// The fields of this class alone, without its version.
+    /// Only the fields of this class, without its version.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 

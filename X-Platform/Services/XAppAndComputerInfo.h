@@ -3,36 +3,35 @@
 #include "Core/Identifiers/XUUID.h"
 #include "Services/XAppVersion.h"
 
-/// A running application and the computer that it runs on: what a node tells of itself when it logs on, and what lists
-/// of nodes show. A value.
+/// Describes a running application and its computer, for the logon of nodes and for lists of them. A value.
 class KORVALE_API XAppVersion::XAppAndComputerInfo
     : public XStorableT<XAppVersion::XAppAndComputerInfo, kClassAppAndComputerInfo>
 {
 public:
-    /// Nothing known: empty texts, zeros.
+    /// Empty strings and zeros.
     XAppAndComputerInfo() = default;
     XAppAndComputerInfo( const XAppAndComputerInfo& ) = default;
     XAppAndComputerInfo& operator=( const XAppAndComputerInfo& ) = default;
     ~XAppAndComputerInfo() override;
 
-    /// This process now. Its name is the computer's, unless another is given.
+    /// Describes this process. The name defaults to the computer's.
     static XAppAndComputerInfo GetCurrent( const XString& inName = XString() );
 
     const XAppVersion& GetAppVersion() const { return itsAppVersion; }
 
-    /// Tells processes apart that have the same name: new for each process, the same for all information of it.
+    /// A random identifier of the process, constant while it runs.
     const XUUID& GetInstanceID() const { return itsInstanceID; }
 
-    /// The name under which people know the process.
+    /// The display name of the process.
     const XString& GetName() const { return itsName; }
     std::uint32_t GetProcessID() const { return itsProcessID; }
 
     const XString& GetComputerName() const { return itsComputerName; }
     /// "Linux 6.1.0-18-amd64 x86_64".
     const XString& GetSystemDescription() const { return itsSystemDescription; }
-    /// Logical processors that the process may run on.
+    /// The number of logical processors available to the process.
     std::uint32_t GetProcessorCount() const { return itsProcessorCount; }
-    /// Memory of the computer, or what its container allows, in bytes.
+    /// Memory of the computer, or the limit of its container, in bytes.
     std::uint64_t GetMemoryBytes() const { return itsMemoryBytes; }
 
     USize64 GetFieldsUsage() const;

@@ -5,14 +5,14 @@
 
 /// The name and the version of an application: "korvale 0.1.0". A value.
 ///
-/// Programs of one deployment exchange objects of their own, so a peer is asked for its version before it gets work
+/// Programs of a deployment exchange objects of their own classes and therefore check each other's version first
 /// (`IsCompatibleWith`).
 class KORVALE_API XAppVersion : public XStorableT<XAppVersion, kClassAppVersion>
 {
 public:
     class XAppAndComputerInfo;
 
-    /// No application: an empty name, 0.0.0.
+    /// An empty name, version 0.0.0.
     XAppVersion() = default;
     XAppVersion( const XString& inName, std::uint32_t inMajor, std::uint32_t inMinor, std::uint32_t inPatch );
     XAppVersion( const XAppVersion& ) = default;
@@ -22,7 +22,7 @@ public:
     /// This library: "Korvale Core".
     static XAppVersion GetLibraryVersion();
 
-    /// The application that this process runs; the library's version until an application has set its own. From any
+    /// The application of this process; the library's version until an application sets its own. May be called from any
     /// thread.
     static XAppVersion GetCurrent();
     static void SetCurrent( const XAppVersion& inVersion );
@@ -35,7 +35,7 @@ public:
     /// "korvale 0.1.0".
     XString GetDescription() const;
 
-    /// Whether the two can work together: they have the same name, major and minor version. The patch may differ.
+    /// Whether name, major and minor version are equal. The patch number may differ.
     bool IsCompatibleWith( const XAppVersion& inOther ) const;
 
     friend bool operator==( const XAppVersion& inLeft, const XAppVersion& inRight )

@@ -3,7 +3,7 @@
 #include <windows.h>
 #include <winternl.h>
 
-// In ntdll since Windows 2000, but declared for drivers only.
+// Exported by ntdll, but declared only in the headers for drivers.
 extern "C" NTSTATUS NTAPI RtlGetVersion( OSVERSIONINFOW* outVersion );
 
 namespace

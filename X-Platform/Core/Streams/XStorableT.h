@@ -2,14 +2,14 @@
 
 #include "Core/Streams/XStream.h"
 
-/// What storable classes declare alike that have no stored base and from which nobody derives. `TRecord` is the class,
-/// which has, in public,
+/// Base of final storable classes without a stored base: implements the operations of XStorable. `TRecord` is the derived
+/// class, with the public operations
 ///
-///     USize64 GetFieldsUsage() const;            // the bytes that its fields take in a stream
-///     void ReadStreamSelf( XStream& inStream );  // the fields alone, without the class version
+///     USize64 GetFieldsUsage() const;            // size of the fields in a stream, in bytes
+///     void ReadStreamSelf( XStream& inStream );  // the fields, without the class version
 ///     void WriteStreamSelf( XStream& inStream ) const;
 ///
-/// Errors of reading: 1005 for another class, 1015 for a newer revision, and what the fields throw.
+/// Errors: reading throws 1005 for another class, 1015 for a newer revision, and the errors of the fields.
 template<class TRecord, XClassNumber kClassNumber>
 class XStorableT : public XStorable
 {

@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-/// Reads an enumeration of 32 bits that begins at 0. A value above the last one is 1005.
+/// Reads a 32-bit enumeration whose values run from 0 to `inLast`. Throws 1005 for a larger value.
 template<class TEnumeration>
 TEnumeration XReadEnumeration( XStream& inStream, TEnumeration inLast )
 {
