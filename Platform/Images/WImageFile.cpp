@@ -58,7 +58,7 @@ void WImagePage::Allocate( std::uint64_t inMostBytes, const Allocator& inAllocat
         throw WImageError( "a page of " + size + " is too large" );
     // Divided, as the product of the claims might overflow.
     if ( pixels > inMostBytes / GetSampleSize() / channels )
-        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+        throw WImageError( "a page of " + size + " is impossible in a file of this size" );
     samples = inAllocator( GetByteCount() );
 }
 
@@ -117,7 +117,7 @@ void WImageFile::CheckPNGSize(
     const auto rowBytes = ( std::uint64_t{ inWidth } * inBitsPerPixel + 7 ) / 8;
     const auto mostBytes = std::min( inFileSize, UINT64_MAX / kLargestRatio ) * kLargestRatio;
     if ( rowBytes != 0 && inHeight > mostBytes / rowBytes )
-        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+        throw WImageError( "a page of " + size + " is impossible in a file of this size" );
     if ( inWidth > kMostRowBytes / kLargestPixel )
         throw WImageError(
             "a page of " + size + " has too long rows (at most " +

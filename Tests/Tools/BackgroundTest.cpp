@@ -198,8 +198,8 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
     EXPECT_EQ(
         itsError.str().find(
             "korvale: " + stack +
-            ": page 1: it has no background in common with page 0: 3 x 1 pixels of 1 8-bit sample, not "
-            "61 x 40 pixels of 2 8-bit samples\nkorvale: " +
+            ": page 1: size or type differs from page 0: cannot subtract a common background "
+            "(3 x 1 pixels of 1 8-bit sample, not 61 x 40 pixels of 2 8-bit samples)\nkorvale: " +
             stack + ": page 3: " ),
         0u )
         << itsError.str();
@@ -256,7 +256,7 @@ TEST_F( Background, NeedsMemory )
         std::vector<std::string> arguments{ large, small, "--memory", "9K" };
         arguments.insert( arguments.end(), background.begin(), background.end() );
         EXPECT_EQ( Measure( arguments ), 1 );
-        EXPECT_EQ( itsError.str(), failure + "9.5 KiB do not fit into the 9 KiB that may be used\n" );
+        EXPECT_EQ( itsError.str(), failure + "9.5 KiB do not fit into the memory budget of 9 KiB\n" );
         EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "large.tif" ), std::string::npos );
     }
 
@@ -270,8 +270,8 @@ TEST_F( Background, NeedsMemory )
         itsError.str().find( "page 0: not measured: the background is incomplete\n" ), std::string::npos )
         << itsError.str();
     for ( const char* part :
-          { ": pages 1 to 7: there was not enough memory (1012); memory cannot be purged to ", "missing: ",
-            ": 9.5 KiB do not fit into the 26 KiB that may be used, beside what has to stay in it\n" } )
+          { ": pages 1 to 7: there was not enough memory (1012); memory cannot be purged to ",
+            "missing: ", ": 9.5 KiB do not fit into the memory budget of 26 KiB; the rest is pinned\n" } )
         EXPECT_NE( itsError.str().find( part ), std::string::npos ) << itsError.str();
 }
 

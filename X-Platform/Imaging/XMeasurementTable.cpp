@@ -281,8 +281,11 @@ XPivotTable XMakeMeasurementTable(
             hasArea |= page.HasResolution();
         }
     }
-    if ( rows > std::numeric_limits<std::int32_t>::max() )
-        throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
+    constexpr auto kMostRows = std::numeric_limits<std::int32_t>::max();
+    if ( rows > kMostRows )
+        throw std::runtime_error(
+            "too many objects for a table: " + std::to_string( rows ) + " (at most " +
+            std::to_string( kMostRows ) + ")" );
 
     // Shown only if the names alone would not tell the images apart.
     const auto folders = GetDifferingFolders( ioImages );

@@ -352,9 +352,9 @@ void ImageMeasurer::ReportReading( Image& ioImage )
     const auto size = ioImage.reader.GetIgnoredPixelSize();
     if ( size == 0 )
         return;
-    auto text = ioImage.path + ": areas left out: a resolution of ";
+    auto text = ioImage.path + ": areas left out: pixel size ";
     XAppendNumber( text, std::round( size * 100 ) / 100 );
-    text += " \u00B5m a pixel is that of a screen or of paper (--pixel-size gives another)";
+    text += " \u00B5m is a screen or print resolution (set it with --pixel-size)";
     if ( itsHasReportedPixelSize )
         itsSession.LogInfo( text );
     else

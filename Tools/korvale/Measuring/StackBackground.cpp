@@ -78,8 +78,9 @@ void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
     }
     if ( !inForm.HasSameLayout( itsForm ) )
         throw WImageError(
-            "it has no background in common with page " + std::to_string( itsFirst ) + ": " +
-            Describe( inForm ) + ", not " + Describe( itsForm ) );
+            "size or type differs from page " + std::to_string( itsFirst ) +
+            ": cannot subtract a common background (" + Describe( inForm ) + ", not " + Describe( itsForm ) +
+            ")" );
 }
 
 void StackBackground::Compute()

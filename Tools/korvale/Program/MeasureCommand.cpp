@@ -161,7 +161,7 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
     ioSession.ReportInfo(
         repeated.front() +
         ( more > 0 ? " and " + std::to_string( more ) + " more images are" : std::string( " is" ) ) +
-        " given more than once, and measured and counted each time" );
+        " listed more than once: each time it is measured and counted" );
 }
 } // namespace
 
@@ -225,7 +225,7 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
 void MeasureCommand::Check() const
 {
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
-        throw WrongUsage( itsOverlay + " does not end in .png" );
+        throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
     if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
         throw WrongUsage( "--save-background accepts only one image" );
 }

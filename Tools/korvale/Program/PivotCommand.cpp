@@ -138,7 +138,7 @@ void PivotCommand::CheckValues( const XPivotTable& inTable, const Plan& inPlan )
     for ( const auto index : inPlan.values )
         if ( !HasNumbers( inTable.GetColumn( index ) ) )
             throw WrongUsage(
-                "the column " + InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) +
+                "column " + InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) +
                 " holds no numbers: only count and value apply to text" );
 }
 

@@ -103,10 +103,11 @@ Indices FindNumbered( const XPivotTable& inTable, const std::string& inName )
 [[noreturn]] void
 RefuseAmbiguous( const XPivotTable& inTable, const std::string& inName, const Indices& inFound )
 {
-    auto text = InQuotes( inName ) + " may be";
+    auto text = "ambiguous column " + InQuotes( inName ) + ": ";
     for ( const auto index : inFound )
-        text += ( index == inFound.front() ? " " : " or " ) +
-            InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) + ", #" + std::to_string( index + 1 );
+        text += ( index == inFound.front() ? "" : " or " ) +
+            InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) + " (#" + std::to_string( index + 1 ) +
+            ")";
     throw WrongUsage( text );
 }
 
@@ -134,15 +135,15 @@ bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
     const auto simpleName = Simplify( XPivotText::FromUTF8( inName ) );
     if ( IsMissingArea( inTable, simpleName ) )
         throw WrongUsage(
-            "there is no column " + InQuotes( inName ) +
-            ": no image told the size of its pixels (korvale measure takes it with --pixel-size)" );
+            "unknown column " + InQuotes( inName ) +
+            ": the images have no pixel size (korvale measure --pixel-size sets it)" );
     const auto nearest = simpleName.FindClosestLevenshteinMatch( forms, true );
     if ( nearest == XString::kNotFound )
-        throw WrongUsage( "there is no column " + InQuotes( inName ) + ": the table has no columns" );
+        throw WrongUsage( "unknown column " + InQuotes( inName ) + ": the table has no columns" );
     const auto& column = inTable.GetColumn( static_cast<std::uint32_t>( nearest / 2 ) );
     throw WrongUsage(
-        "there is no column " + InQuotes( inName ) + "; the nearest is " +
-        InQuotes( GetColumnName( column ) ) );
+        "unknown column " + InQuotes( inName ) + " (did you mean " + InQuotes( GetColumnName( column ) ) +
+        "?)" );
 }
 } // namespace
 

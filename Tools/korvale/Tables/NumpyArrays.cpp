@@ -139,9 +139,8 @@ void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::u
     if ( inWidth <= kMostWidth && ( all <= kAlwaysAllowed || all / kMostTimes <= inCharacters ) )
         return;
     throw std::runtime_error(
-        InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
-        " characters, and numpy stores all texts of a column with the length of the longest "
-        "(expected at most " +
+        "column " + InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
+        " characters: numpy pads all texts of a column to the longest (expected at most " +
         std::to_string( kMostWidth ) + ", and texts of similar lengths; write a CSV file instead)" );
 }
 
