@@ -142,7 +142,8 @@ std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inName
     }
     return names;
 }
-/// Says so if images are given more than once, by whatever names.
+
+/// Reports images that are listed more than once, by whatever names.
 void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioSession )
 {
     std::map<WFilePath::Key, std::string> first;
@@ -243,6 +244,7 @@ int MeasureCommand::Run( Session& ioSession )
     if ( itsIsQuiet )
         ioSession.progress.Silence();
     const MemoryBudget budget( XParseByteCount( itsMemory ) );
+    // An output that cannot be written is reported before the images are measured.
     CheckOutputFiles( GetOutputNames() );
     ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
@@ -302,6 +304,7 @@ XMeasureSettings MeasureCommand::GetSettings() const
         return settings;
     const auto channel =
         itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
+    // "otsu" is no number: the empty value selects the automatic threshold.
     settings.inside = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
     return settings;
 }

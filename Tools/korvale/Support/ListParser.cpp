@@ -4,6 +4,10 @@
 
 #include <algorithm>
 
+// The quoting of CSV: an item that begins with a double quote extends to its closing quote; a doubled quote
+// within it stands for one. Only the beginning of an item is examined, so inches and the like may occur
+// within an item that is not quoted.
+
 namespace
 {
 constexpr char kQuote = '"';

@@ -9,6 +9,12 @@
 #include <algorithm>
 #include <charconv>
 
+// A name is resolved in passes, each of which applies only if the ones before found nothing: the heading as
+// it is displayed, the heading regardless of case, then the heading without special characters and with or
+// without unit and channel, and last `#N`. So an exact heading is never ambiguous because another column has
+// it as its short form, and a column called "#2" is found before the second column. If the deciding pass
+// finds several columns, the name is rejected and the candidates are listed with their numbers.
+
 const char* const kColumnNamesHelp =
     "Column names\n"
     "  COLUMN is a heading of korvale show, in any case; unit, channel and\n"
@@ -129,6 +135,7 @@ bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
     {
         const auto& descriptor = inTable.GetColumn( i ).GetDescriptor();
         const XPivotColumnDescriptor plain( descriptor.GetID(), descriptor.GetColumnName(), "", "" );
+        // Two forms per column, hence the division by 2 below.
         forms.push_back( Simplify( descriptor.GetDisplayName() ) );
         forms.push_back( Simplify( plain.GetDisplayName() ) );
     }

@@ -48,8 +48,9 @@ const Operator* FindOperator( std::string_view inText )
     return nullptr;
 }
 
-/// A column of whole numbers takes references as it takes values: cut off and held within its range. Those that it would
-/// change are rounded here to the side on which the condition stays the same.
+/// An integer column truncates references and clamps them to its range: "n < 2.5" would become "n < 2". Such
+/// references are rounded here so that the condition selects the same integers as with exact arithmetic
+/// ("n <= 2"), or replaced by a filter that selects all rows with a value, or none.
 template<class T>
 XPivotTableFilter
 MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference )
@@ -59,7 +60,9 @@ MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelati
     if ( std::isnan( inReference ) || ( isInRange && std::trunc( inReference ) == inReference ) )
         return XPivotTableFilter( inColumn, inRelationship, inReference );
 
+    // A disjunction without terms is false for every row.
     const auto none = XPivotTableFilter::AnyOf( {} );
+    // Rows without a value do not match, as everywhere.
     const XPivotTableFilter all( inColumn, kFilterGreaterOrEqual, least );
     switch ( inRelationship )
     {
