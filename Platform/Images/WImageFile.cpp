@@ -8,6 +8,10 @@
 #include <limits>
 #include <string_view>
 
+// The kind of a file is decided by its first bytes, not by its name. Sizes that a file claims are checked
+// against its length before memory is taken for them: a damaged or malicious file must not make the program
+// allocate more than its contents can fill at the best compression.
+
 using namespace std::string_view_literals;
 
 namespace
