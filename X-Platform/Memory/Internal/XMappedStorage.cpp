@@ -7,6 +7,14 @@
 #include <algorithm>
 #include <cstring>
 
+// A view, its bytes in the budget (itsReservation) and its entry in the resource tracker exist together: each
+// function that maps, resizes or unmaps keeps the three in step, also when it fails. The budget counts whole
+// pages, as the system does.
+//
+// Memory of the page file that a block gives up is kept as a spare view, still mapped and still counted, for
+// the next block of the same size: mapping and first touching pages costs more than clearing them. The
+// manager frees spare views when it needs room.
+
 namespace
 {
 constexpr const char* kKind = "Mapped Block";
@@ -54,6 +62,7 @@ bool XMappedStorage::ResizeView( USize64 inSize )
 {
     const USize64 before = itsReservation.GetBytes();
     const USize64 after = XMemoryManager::AlignSizeToPageSize( inSize );
+    // Fails here, if at all: afterwards the reservation only shrinks.
     itsReservation.Set( std::max( before, after ) );
     const bool isDone = itsMapping->ResizeView( inSize );
     itsReservation.Set( isDone ? after : before );

@@ -59,6 +59,7 @@ constexpr std::uint32_t XPivotRowRefColumn::kNoRow;
 
 void XPivotRowRefColumn::RequireUserVisibleIDs( USize64 inCount ) const
 {
+    // The IDs in `ahead` are all greater than `next`, and each of them may have to be passed.
     XAssert( inCount + itsNumbering.ahead.size() <= kMostNumbers - itsNumbering.next );
 }
 
@@ -370,6 +371,7 @@ void XPivotRowRefColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_
     XPivotReferenceColumn::InsertEmptyRows( inRowIndex, inCount );
     itsRowPlaces.insert(
         itsRowPlaces.begin() + static_cast<std::ptrdiff_t>( inRowIndex ), inCount, kNoPlace );
+    // The rows behind have new numbers: O(n), as for the insertion itself.
     NameRows( USize( inRowIndex ) + inCount );
 }
 

@@ -189,6 +189,7 @@ public:
 
     [[gnu::always_inline]] bool MoveWord( std::size_t inRow, std::uint64_t inWord )
     {
+        // An upper bound of the output of a word: all its rows, and a head for each possible run.
         constexpr std::size_t kMost = kRowsOfWord * kValueSize + kMostRunsOfWord * sizeof( XRunHead ) + kStep;
         if ( static_cast<std::ptrdiff_t>( inRow ) > itsLastInnerRow || itsRoom.GetLeft() < kMost )
             [[unlikely]]
@@ -225,6 +226,7 @@ private:
 
     [[gnu::always_inline]] void MoveByCalls( std::size_t inRow, std::size_t inLength )
     {
+        // The stream's buffer may be another one afterwards, so the room is asked for again.
         itsRoom = WriteByCalls(
             itsStream, itsRoom.GetUsed(), MakeHead( inRow, inLength ), itsValues + inRow * kValueSize,
             inLength * kValueSize );
@@ -277,6 +279,7 @@ public:
 
     [[gnu::always_inline]] bool MoveWord( std::size_t inRow, std::uint64_t inWord )
     {
+        // An upper bound of the input of a word: with so much in the buffer no run of it needs a check.
         constexpr std::size_t kMost = kRowsOfWord * kValueSize + kMostRunsOfWord * sizeof( XRunHead ) + kStep;
         if ( static_cast<std::ptrdiff_t>( inRow ) > itsLastInnerRow || itsBytes.GetLeft() < kMost )
             [[unlikely]]
@@ -326,6 +329,7 @@ private:
         if ( XRunHead::Read( itsBytes.next ) != head ) [[unlikely]]
             return MoveByCalls( inRow, inLength );
         const std::size_t count = inLength * kValueSize;
+        // May write past the gap; the values that follow overwrite that.
         FillInnerGap( inRow );
         itsGap = inRow + inLength;
         CopyInSteps<kStep>( itsValues + inRow * kValueSize, itsBytes.next + sizeof( XRunHead ), count );
@@ -402,6 +406,7 @@ template<std::size_t kValueSize>
 const XPivotRunBlockLoops& XGetPivotRunBlockLoops()
 {
 #if defined( __x86_64__ )
+    // Asked for once; the processor does not change.
     static const bool sHasVectors = __builtin_cpu_supports( "avx2" ) && __builtin_cpu_supports( "bmi" );
     if ( sHasVectors )
         return kVectorLoops<kValueSize>;
