@@ -17,13 +17,13 @@
 
 namespace
 {
-constexpr const char* kKind = "Mapped Block";
+constexpr const char* kMappedKind = "Mapped Block";
 } // namespace
 
 void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess )
 {
     const USize64 bytes = XMemoryManager::AlignSizeToPageSize( inSize );
-    XResourceTracker::RsrcAllocated( kKind, bytes ); // nothing may fail once there is a view
+    XResourceTracker::RsrcAllocated( kMappedKind, bytes ); // nothing may fail once there is a view
     try
     {
         const auto map = [&]
@@ -37,7 +37,7 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
     }
     catch ( ... )
     {
-        XResourceTracker::RsrcDeallocated( kKind, bytes );
+        XResourceTracker::RsrcDeallocated( kMappedKind, bytes );
         throw;
     }
     itsViewData = itsMapping->GetViewData();
@@ -70,7 +70,7 @@ bool XMappedStorage::ResizeView( USize64 inSize )
         return false;
     itsViewData = itsMapping->GetViewData();
     itsViewSize = inSize;
-    XResourceTracker::RsrcSizeChanged( kKind, before, after );
+    XResourceTracker::RsrcSizeChanged( kMappedKind, before, after );
     return true;
 }
 
@@ -80,7 +80,7 @@ void XMappedStorage::UnmapView()
         return;
     itsViewData = nullptr;
     itsMapping->UnmapView();
-    XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
+    XResourceTracker::RsrcDeallocated( kMappedKind, itsReservation.GetBytes() );
     itsReservation.Set( 0 );
 }
 
@@ -88,7 +88,7 @@ void XMappedStorage::GiveUpView()
 {
     if ( !GetViewData() || itsPageFileSize == 0 )
         return UnmapView();
-    XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
+    XResourceTracker::RsrcDeallocated( kMappedKind, itsReservation.GetBytes() );
     itsViewData = nullptr;
     itsManager.KeepSpareView( { std::move( itsMapping ), itsViewSize, itsReservation.Release() } );
 }

@@ -25,7 +25,7 @@
 
 namespace
 {
-constexpr std::uint32_t kRowsPerBlock = 4096;
+constexpr std::uint32_t kRowsPerPiece = 4096;
 
 std::string Describe( const XPivotRun& inRun )
 {
@@ -257,7 +257,7 @@ XPivotColumn::XFloatBlock XPivotColumn::GetFloatBlock(
     if ( inFirstRow >= itsExists.size() )
         return { nullptr, nullptr, 0 };
     const std::uint32_t left = static_cast<std::uint32_t>( itsExists.size() - inFirstRow );
-    const std::uint32_t count = std::min( { left, inMaxCount, kRowsPerBlock } );
+    const std::uint32_t count = std::min( { left, inMaxCount, kRowsPerPiece } );
     ioScratch.resize( count );
     for ( std::uint32_t i = 0; i < count; ++i )
     {

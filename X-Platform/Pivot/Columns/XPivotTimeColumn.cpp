@@ -21,7 +21,7 @@ XTime ToTime( double inMicroSeconds )
     return static_cast<std::int64_t>( inMicroSeconds );
 }
 
-double ToNumber( const XTime& inTime )
+double TimeToNumber( const XTime& inTime )
 {
     return static_cast<double>( inTime.GetMicroSeconds() );
 }
@@ -52,7 +52,7 @@ void XPivotTimeColumn::SetData( const XString& inValue, std::int32_t inRow, bool
 
 double XPivotTimeColumn::GetDataFloat( std::uint32_t inRow ) const
 {
-    return ToNumber( GetValue( inRow ) );
+    return TimeToNumber( GetValue( inRow ) );
 }
 
 XString XPivotTimeColumn::GetDataString( std::uint32_t inRow ) const
@@ -62,13 +62,13 @@ XString XPivotTimeColumn::GetDataString( std::uint32_t inRow ) const
 
 std::int32_t XPivotTimeColumn::FindDataFloat( double inValue ) const
 {
-    return FindNumber( inValue, ToNumber );
+    return FindNumber( inValue, TimeToNumber );
 }
 
 XPivotColumn::XFloatBlock XPivotTimeColumn::GetFloatBlock(
     std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const
 {
-    return ConvertBlock( inFirstRow, inMaxCount, ioScratch, ToNumber );
+    return ConvertBlock( inFirstRow, inMaxCount, ioScratch, TimeToNumber );
 }
 
 bool XPivotTimeColumn::DoesPass(

@@ -376,28 +376,28 @@ ReadRuns( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* 
 }
 
 template<std::size_t kValueSize>
-constexpr XPivotRunBlockLoops kPortableLoops = {
+constexpr XPivotRunBlockLoops kPortableBlockLoops = {
     WriteRuns<kPortableStep, kValueSize>, ReadRuns<kPortableStep, kValueSize> };
 
 #if defined( __x86_64__ )
-    #define KORVALE_AVX2 __attribute__( ( target( "avx2,bmi" ) ) )
+    #define KORVALE_AVX2_BMI __attribute__( ( target( "avx2,bmi" ) ) )
 
 template<std::size_t kValueSize>
-KORVALE_AVX2 void
+KORVALE_AVX2_BMI void
 WriteRunsByVectors( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues )
 {
     WriteRuns<kVectorStep, kValueSize>( inStream, inExists, inValues );
 }
 
 template<std::size_t kValueSize>
-KORVALE_AVX2 std::optional<XPivotRun> ReadRunsByVectors(
+KORVALE_AVX2_BMI std::optional<XPivotRun> ReadRunsByVectors(
     XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues )
 {
     return ReadRuns<kVectorStep, kValueSize>( inStream, inExists, inDefault, outValues );
 }
 
 template<std::size_t kValueSize>
-constexpr XPivotRunBlockLoops kVectorLoops = {
+constexpr XPivotRunBlockLoops kVectorBlockLoops = {
     WriteRunsByVectors<kValueSize>, ReadRunsByVectors<kValueSize> };
 #endif
 } // namespace
@@ -409,15 +409,15 @@ const XPivotRunBlockLoops& XGetPivotRunBlockLoops()
     // Asked for once; the processor does not change.
     static const bool sHasVectors = __builtin_cpu_supports( "avx2" ) && __builtin_cpu_supports( "bmi" );
     if ( sHasVectors )
-        return kVectorLoops<kValueSize>;
+        return kVectorBlockLoops<kValueSize>;
 #endif
-    return kPortableLoops<kValueSize>;
+    return kPortableBlockLoops<kValueSize>;
 }
 
 template<std::size_t kValueSize>
 const XPivotRunBlockLoops& XGetPortablePivotRunBlockLoops()
 {
-    return kPortableLoops<kValueSize>;
+    return kPortableBlockLoops<kValueSize>;
 }
 
 template KORVALE_API const XPivotRunBlockLoops& XGetPivotRunBlockLoops<4>();
