@@ -42,6 +42,8 @@ set( KORVALE_COMMON_HEADERS <algorithm> <atomic> <functional> <map> <memory> <mu
 function( korvale_batch target )
   if( KORVALE_BATCH_SIZE GREATER 1 AND NOT CMAKE_CXX_COMPILER_LAUNCHER )
     set_target_properties( ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${KORVALE_BATCH_SIZE} )
+    # GCC takes sources that a batch includes for headers, where unnamed namespaces are a fault.
+    target_compile_options( ${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
   endif()
 endfunction()
 

@@ -47,7 +47,7 @@ constexpr Widths GetWidths( XTIFFWriter::Format inFormat )
 }
 
 /// Appends a number that has another width in each format.
-void XAppendNumber( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inWidth )
+void AppendWide( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inWidth )
 {
     if ( inWidth == 8 )
         AppendTo( ioBytes, inNumber );
@@ -65,7 +65,7 @@ public:
         : itsWidths( GetWidths( inFormat ) ),
           itsLink( inPosition + itsWidths.count + inEntryCount * itsWidths.entry )
     {
-        XAppendNumber( itsEntries, inEntryCount, itsWidths.count );
+        AppendWide( itsEntries, inEntryCount, itsWidths.count );
     }
 
     void AddShort( std::uint16_t inTag, std::uint16_t inValue, std::uint32_t inCount = 1 )
@@ -87,7 +87,7 @@ public:
     void AddOffset( std::uint16_t inTag, std::uint64_t inValue )
     {
         std::string value;
-        XAppendNumber( value, inValue, itsWidths.offset );
+        AppendWide( value, inValue, itsWidths.offset );
         Add( inTag, itsWidths.offset == 8 ? kLong8Type : kLongType, 1, value );
     }
 
@@ -108,7 +108,7 @@ public:
     {
         constexpr std::uint64_t kNoNextDirectory = 0;
         auto bytes = itsEntries;
-        XAppendNumber( bytes, kNoNextDirectory, itsWidths.offset );
+        AppendWide( bytes, kNoNextDirectory, itsWidths.offset );
         return bytes + itsValues;
     }
 
@@ -126,12 +126,12 @@ private:
         const auto room = itsWidths.offset;
         AppendTo( itsEntries, inTag );
         AppendTo( itsEntries, inType );
-        XAppendNumber( itsEntries, inCount, room );
+        AppendWide( itsEntries, inCount, room );
         // Values start at even offsets, as the format requires.
         inValues.resize( std::max<std::size_t>( inValues.size() + inValues.size() % 2, room ) );
         if ( inValues.size() > room )
         {
-            XAppendNumber( itsEntries, itsLink + room + itsValues.size(), room );
+            AppendWide( itsEntries, itsLink + room + itsValues.size(), room );
             itsValues += inValues;
         }
         else
@@ -195,7 +195,7 @@ XTIFFWriter::XTIFFWriter( WFile& ioFile, Format inFormat ) : itsFile( ioFile ), 
         AppendTo<std::uint16_t>( header, 0 );
     }
     itsLink = header.size();
-    XAppendNumber( header, 0, offsetSize );
+    AppendWide( header, 0, offsetSize );
     Append( header.data(), header.size() );
 }
 
@@ -213,7 +213,7 @@ void XTIFFWriter::WritePage( const WImagePage& inPage )
     Append( bytes.data(), bytes.size() );
 
     std::string offset;
-    XAppendNumber( offset, position, GetWidths( itsFormat ).offset );
+    AppendWide( offset, position, GetWidths( itsFormat ).offset );
     itsFile.WriteAt( itsLink, offset.data(), offset.size() );
     itsLink = directory.GetLink();
 }

@@ -27,7 +27,7 @@ namespace
 {
 constexpr std::uint32_t kRowsPerPiece = 4096;
 
-std::string Describe( const XPivotRun& inRun )
+std::string DescribeRun( const XPivotRun& inRun )
 {
     return std::to_string( inRun.length ) + " rows from row " + std::to_string( inRun.start ) + " on";
 }
@@ -428,7 +428,7 @@ void XPivotColumn::ReadRuns( XStream& inStream, XOptions inOptions )
         const XPivotRun found = { inStream.Read32(), length };
         if ( !finder.Next( run ) || found != run )
             RefuseRun( inStream, found, inOptions );
-        XEndField( inStream, [&] { return "Run: " + Describe( found ); } );
+        XEndField( inStream, [&] { return "Run: " + DescribeRun( found ); } );
         XBeginField( inStream, "the values of a run" );
         ReadSparseColumnDataSelf( inStream, found.start, found.length );
         XEndField( inStream, [&] { return std::to_string( length ) + " values"; } );
@@ -451,7 +451,7 @@ void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOption
         inStream, kErrorStreamCorrupted,
         [&]
         {
-            return "a run of " + Describe( inRun ) +
+            return "a run of " + DescribeRun( inRun ) +
                 ( isOuter ? " reaches beyond the " + std::to_string( itsExists.size() ) + " rows"
                           : " contradicts the exists flags" );
         } );

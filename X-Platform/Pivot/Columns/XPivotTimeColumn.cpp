@@ -26,7 +26,7 @@ double TimeToNumber( const XTime& inTime )
     return static_cast<double>( inTime.GetMicroSeconds() );
 }
 
-XString ToText( const XTime& inTime )
+XString TimeToText( const XTime& inTime )
 {
     return inTime.GetTimeString( kDateISO, kTimeMicroSeconds );
 }
@@ -34,7 +34,7 @@ XString ToText( const XTime& inTime )
 bool Passes( const XTime& inTime, XPivotFilterRelationship inRelationship, const XTime& inReference )
 {
     if ( inRelationship == kFilterContains )
-        return ToText( inTime ).Contains( ToText( inReference ) );
+        return TimeToText( inTime ).Contains( TimeToText( inReference ) );
     return XComparePivotValues( inTime, inRelationship, inReference );
 }
 } // namespace
@@ -57,7 +57,7 @@ double XPivotTimeColumn::GetDataFloat( std::uint32_t inRow ) const
 
 XString XPivotTimeColumn::GetDataString( std::uint32_t inRow ) const
 {
-    return ToText( GetValue( inRow ) );
+    return TimeToText( GetValue( inRow ) );
 }
 
 std::int32_t XPivotTimeColumn::FindDataFloat( double inValue ) const

@@ -43,7 +43,7 @@ XPivotRowRefColumn::XReference ToReference(
         inRecord.row == XPivotRowRefs::kSomeRow ? inRowsByPlace[inPlace] : inRecord.row };
 }
 
-std::string Describe( const XPivotRowRefColumn::XReference& inReference )
+std::string DescribeReference( const XPivotRowRefColumn::XReference& inReference )
 {
     const auto& [uuid, count, userVisibleID, row] = inReference;
     return "Reference to " + std::string( uuid.UUIDToString().GetStringView() ) + ": user-visible ID " +
@@ -514,7 +514,7 @@ void XPivotRowRefColumn::ReadReference( XStream& inStream )
     reference.userVisibleID = inStream.Read32();
     reference.row = inStream.Read32();
     CheckReference( inStream, reference );
-    XEndField( inStream, [&] { return Describe( reference ); } );
+    XEndField( inStream, [&] { return DescribeReference( reference ); } );
     const XPlace place = itsRefs.FindOrAdd( reference.uuid );
     itsRefs[place].others = reference.count;
     itsRefs[place].row = reference.row;
