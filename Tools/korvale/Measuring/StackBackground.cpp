@@ -90,8 +90,8 @@ void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
     if ( !inForm.HasSameLayout( itsForm ) )
         throw WImageError(
             "size or type differs from page " + std::to_string( itsFirst ) +
-            ": cannot subtract a common background (" + DescribeFormat( inForm ) + ", not " + DescribeFormat( itsForm ) +
-            ")" );
+            ": cannot subtract a common background (" + DescribeFormat( inForm ) + ", not " +
+            DescribeFormat( itsForm ) + ")" );
 }
 
 void StackBackground::Compute()

@@ -133,9 +133,8 @@ void XRC4Generator::Mix( const std::uint8_t* inBytes, std::uint8_t* outBytes, US
     USize done = 0;
     if ( inLength >= kLong )
     {
-        // The steps up to there are done by bytes.
-        done = ( kBytesAtOnce - 1 - itsI ) %
-            kBytesAtOnce; // blocks begin at multiples of 16, the step after this index
+        // Blocks begin at multiples of 16, the step after this index. The steps up to there are done by bytes.
+        done = ( kBytesAtOnce - 1 - itsI ) % kBytesAtOnce;
         MixBytes( inBytes, outBytes, done );
         done += MixBlocks( inBytes + done, outBytes + done, inLength - done );
     }
