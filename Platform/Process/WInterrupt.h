@@ -36,8 +36,8 @@ public:
     /// Whether there was an interrupt before DisableAbort.
     static bool IsRequested() noexcept;
 
-    /// For a service, which an interrupt ends in the ordinary way: instead of the second interrupt, the grace
-    /// period ends the process that has not ended by then.
+    /// Declares the work a service, which an interrupt ends in the ordinary way: the first interrupt leaves
+    /// it at least this grace period before the process is ended at once.
     static void BeginService( std::uint32_t inGraceMs ) noexcept;
 
     /// Call it when the work is done.

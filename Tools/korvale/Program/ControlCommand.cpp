@@ -92,25 +92,34 @@ int ControlCommand::Run( Session& ioSession )
 {
     WInterrupt::BeginService( kGraceMs );
     const NetworkPlace place( itsListen );
-    const auto protection = itsProtection.Choose(
-        place.IsLoopBack(), XDeploymentKeys::kRoleControlService, XDeploymentKeys::kRoleNode );
+    bool isLoopBack = false;
+    if ( !Try( ioSession, itsListen, [&] { isLoopBack = place.IsLoopBack(); } ) )
+        return kFailure;
+    const auto protection =
+        itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleControlService, XDeploymentKeys::kRoleNode );
     if ( protection.isWeak )
         ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
 
-    const ControlService service( "control", place.GetAddress(), protection );
+    std::optional<ControlService> service;
     std::optional<PlainService> plain;
-    if ( itsPlainPort != kNoPort )
-        plain.emplace(
-            "plain bridges", place.GetAddress( static_cast<std::int32_t>( itsPlainPort ) ), protection );
     XHTTPServer pages( "status page" );
     pages.HandleGet(
         "/",
         [&]( const XHTTPRequest& inRequest )
-        { return inRequest.GetPath() == "/" ? MakeStatusPage( service ) : XHTTPResponse::Status( 404 ); } );
-    if ( !itsHTTP.empty() )
-        pages.Start( NetworkPlace( itsHTTP ).GetAddress() );
+        { return inRequest.GetPath() == "/" ? MakeStatusPage( *service ) : XHTTPResponse::Status( 404 ); } );
+    const auto start = [&]
+    {
+        service.emplace( "control", place.GetAddress(), protection );
+        if ( itsPlainPort != kNoPort )
+            plain.emplace(
+                "plain bridges", place.GetAddress( static_cast<std::int32_t>( itsPlainPort ) ), protection );
+    };
+    const auto startPages = [&] { pages.Start( NetworkPlace( itsHTTP ).GetAddress() ); };
+    if ( !Try( ioSession, itsListen, start ) ||
+         ( !itsHTTP.empty() && !Try( ioSession, itsHTTP, startPages ) ) )
+        return kFailure;
 
-    Announce( "listening on " + place.GetText( service.GetPort() ), ioSession );
+    Announce( "listening on " + place.GetText( service->GetPort() ), ioSession );
     if ( !itsHTTP.empty() )
         Announce(
             "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );

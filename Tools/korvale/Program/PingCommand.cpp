@@ -1,14 +1,17 @@
 #include "Program/PingCommand.h"
 
+#include "Core/Errors/XException.h"
 #include "Core/Storables/XRefPtr.h"
 #include "Core/Times/XTimer.h"
 #include "Program/CommandLine.h"
 #include "RemoteCalls/XControlBridge.h"
+#include "Support/Failure.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/Session.h"
 
 #include <algorithm>
 #include <charconv>
+#include <stdexcept>
 
 namespace
 {
@@ -61,24 +64,48 @@ void PingCommand::Declare( const CommandOptions& inOptions )
 int PingCommand::Run( Session& ioSession )
 {
     const NetworkPlace place( itsPlace );
-    const auto protection = itsProtection.Choose(
-        place.IsLoopBack(), XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
+    bool isLoopBack = false;
+    if ( !Try( ioSession, itsPlace, [&] { isLoopBack = place.IsLoopBack(); } ) )
+        return kFailure;
+    const auto protection =
+        itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
     const XRefPtr<XRPCBridge> bridge(
         itsIsPlain ? new XRPCBridge( XRPCBridge::kClient, protection.cipher )
                    : new XControlBridge( XRPCBridge::kClient, protection.cipher ) );
     bridge->UseTLS( protection.tls );
     bridge->SetReturnTimeout( kTimeoutMs );
+    return Try( ioSession, itsPlace, [&] { Ping( *bridge, ioSession ); } ) ? kSuccess : kFailure;
+}
+
+void PingCommand::Ping( XRPCBridge& ioBridge, Session& ioSession ) const
+{
     const XTimer timer;
-    bridge->Connect( place.GetAddress(), kTimeoutMs, true, true );
+    Connect( ioBridge );
     ioSession.out << itsPlace << ": connected in " << FormatMilliseconds( timer.GetElapsedSeconds() )
                   << std::endl;
-    const auto seconds = MeasureCalls( *bridge );
+    const auto seconds = MeasureCalls( ioBridge );
     ioSession.out << seconds.size() << ( seconds.size() == 1 ? " call" : " calls" ) << ": minimum "
                   << FormatMilliseconds( seconds.front() ) << ", median "
                   << FormatMilliseconds( GetMedian( seconds ) ) << ", maximum "
                   << FormatMilliseconds( seconds.back() ) << '\n';
-    bridge->Disconnect();
-    return kSuccess;
+    ioBridge.Disconnect();
+}
+
+/// A peer with other keys or options does not say so.
+void PingCommand::Connect( XRPCBridge& ioBridge ) const
+{
+    try
+    {
+        ioBridge.Connect( NetworkPlace( itsPlace ).GetAddress(), kTimeoutMs, true, true );
+    }
+    catch ( const XException& error )
+    {
+        const auto number = error.GetErrorNumber();
+        if ( number != kErrorAuthenticationFailed && number != kErrorDisconnected )
+            throw;
+        throw std::runtime_error(
+            DescribeCurrentException().text + "; the keys, ciphers or ports of both ends may differ" );
+    }
 }
 
 /// The seconds of each call, in order.

@@ -48,18 +48,5 @@ void TableCommand::SilenceIfAsked( Session& ioSession ) const
 
 bool TableCommand::Try( Session& ioSession, const std::function<void()>& inAction ) const
 {
-    try
-    {
-        inAction();
-        return true;
-    }
-    catch ( ... )
-    {
-        const auto failure = DescribeCurrentException();
-        if ( failure.IsUserAbort() )
-            throw;
-        ioSession.out.flush(); // What was printed comes before the message.
-        ioSession.ReportFailure( itsTable, failure );
-        return false;
-    }
+    return Command::Try( ioSession, itsTable, inAction );
 }
