@@ -14,11 +14,11 @@
 
 namespace
 {
-/// For connections to end in, after an interrupt.
+/// The time that connections have to end after an interrupt.
 constexpr std::uint32_t kGraceMs = 900;
 constexpr std::uint32_t kWatchPeriodMs = 50;
 
-/// Serves bridges of one class.
+/// A server of bridges of one class.
 template<class TBridge>
 class BridgeService
 {
@@ -52,7 +52,7 @@ XHTTPResponse MakeStatusPage( const ControlService& inService )
         "text/html; charset=utf-8" );
 }
 
-/// One line on standard output for whoever waits for it, and in the log.
+/// Prints a line at once, and logs it.
 void Announce( const std::string& inText, Session& ioSession )
 {
     ioSession.out << inText << std::endl;

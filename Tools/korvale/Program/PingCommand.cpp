@@ -15,7 +15,7 @@
 
 namespace
 {
-/// For each step of the opening, and for each call.
+/// Of each step of the handshake and of each call.
 constexpr std::uint32_t kTimeoutMs = 10'000;
 constexpr std::uint32_t kMaxCount = 1'000'000;
 
@@ -27,7 +27,7 @@ std::string FormatMilliseconds( double inSeconds )
     return std::string( text, end ) + " ms";
 }
 
-/// Of numbers in order.
+/// The median of sorted numbers.
 double GetMedian( const std::vector<double>& inSorted )
 {
     return ( inSorted[( inSorted.size() - 1 ) / 2] + inSorted[inSorted.size() / 2] ) / 2;
@@ -91,7 +91,7 @@ void PingCommand::Ping( XRPCBridge& ioBridge, Session& ioSession ) const
     ioBridge.Disconnect();
 }
 
-/// A peer with other keys or options does not say so.
+/// Adds the likely cause: a peer with other keys or options only closes the connection.
 void PingCommand::Connect( XRPCBridge& ioBridge ) const
 {
     try
@@ -108,7 +108,7 @@ void PingCommand::Connect( XRPCBridge& ioBridge ) const
     }
 }
 
-/// The seconds of each call, in order.
+/// Returns the sorted durations of the calls in seconds.
 std::vector<double> PingCommand::MeasureCalls( XRPCBridge& ioBridge ) const
 {
     std::vector<double> seconds;
