@@ -26,6 +26,8 @@ XRPCBridge::XRPCBridge( XBridgeType inType, const XRPCCipher& inCipher, USize64 
 XRPCBridge::~XRPCBridge()
 {
     XSwallowErrors( [this] { StopBridge(); } );
+    itsSenderStream
+        .reset(); // its destructor tries to send deferred calls on the endpoint, which must still exist
 }
 
 void XRPCBridge::StopBridge()
