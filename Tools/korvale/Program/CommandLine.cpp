@@ -64,40 +64,54 @@ CommandOption CommandOption::Excludes( const std::string& inOther ) const
     return *this;
 }
 
+CommandOptions CommandOptions::Under( const std::string& inHeading ) const
+{
+    CommandOptions result = *this;
+    result.itsHeading = inHeading;
+    return result;
+}
+
+CommandOption CommandOptions::Place( CLI::Option& ioOption ) const
+{
+    if ( !itsHeading.empty() )
+        ioOption.group( itsHeading );
+    return CommandOption( ioOption );
+}
+
 CommandOption
 CommandOptions::Add( const std::string& inNames, std::string& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption CommandOptions::Add(
     const std::string& inNames, std::vector<std::string>& outValues, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValues, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValues, inHelp ) );
 }
 
 CommandOption
 CommandOptions::Add( const std::string& inNames, std::uint32_t& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption
 CommandOptions::Add( const std::string& inNames, std::uint64_t& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption
 CommandOptions::Add( const std::string& inNames, double& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption
 CommandOptions::AddFlag( const std::string& inNames, bool& outIsGiven, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_flag( inNames, outIsGiven, inHelp ) );
+    return Place( *itsCommand->add_flag( inNames, outIsGiven, inHelp ) );
 }
 
 void CommandOptions::Explain( const std::string& inText ) const
