@@ -17,7 +17,7 @@ protected:
     TestFolder itsFolder;
 
     std::filesystem::path WriteTIFF(
-        const std::vector<const WImagePage*>& inPages, XTIFFWriter::Format inFormat = XTIFFWriter::kClassic )
+        const std::vector<const WImagePage*>& inPages, XTIFFWriter::XFormat inFormat = XTIFFWriter::kClassic )
     {
         const auto path = itsFolder / "image.tif";
         WFile file( path, WFile::kCreate );

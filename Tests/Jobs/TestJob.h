@@ -11,7 +11,7 @@
 class TestJob : public XFunctionJob
 {
 public:
-    explicit TestJob( Body inBody, std::int64_t inTag = 0, Completed inCompleted = nullptr )
+    explicit TestJob( XBody inBody, std::int64_t inTag = 0, XCompleted inCompleted = nullptr )
         : XFunctionJob( std::move( inBody ), std::move( inCompleted ) )
     {
         SetTag( inTag );

@@ -15,8 +15,8 @@
 namespace
 {
 /// The time that connections have to end after an interrupt.
-constexpr std::uint32_t kGraceMs = 900;
-constexpr std::uint32_t kWatchPeriodMs = 50;
+constexpr std::uint32_t kGraceMS = 900;
+constexpr std::uint32_t kWatchPeriodMS = 50;
 
 /// A server of bridges of one class.
 template<class TBridge>
@@ -90,7 +90,7 @@ void ControlCommand::Declare( const CommandOptions& inOptions )
 
 int ControlCommand::Run( Session& ioSession )
 {
-    WInterrupt::BeginService( kGraceMs );
+    WInterrupt::BeginService( kGraceMS );
     const NetworkPlace place( itsListen );
     bool isLoopBack = false;
     if ( !Try( ioSession, itsListen, [&] { isLoopBack = place.IsLoopBack(); } ) )
@@ -126,7 +126,7 @@ int ControlCommand::Run( Session& ioSession )
     if ( plain )
         Announce( "plain bridges on " + place.GetText( plain->GetPort() ), ioSession );
     while ( !WInterrupt::IsRequested() )
-        XThread::SleepCurrentThread( kWatchPeriodMs );
+        XThread::SleepCurrentThread( kWatchPeriodMS );
     ioSession.LogInfo( "interrupted" );
     return kSuccess;
 }

@@ -16,7 +16,7 @@
 namespace
 {
 /// Of each step of the handshake and of each call.
-constexpr std::uint32_t kTimeoutMs = 10'000;
+constexpr std::uint32_t kTimeoutMS = 10'000;
 constexpr std::uint32_t kMaxCount = 1'000'000;
 
 std::string FormatMilliseconds( double inSeconds )
@@ -73,7 +73,7 @@ int PingCommand::Run( Session& ioSession )
         itsIsPlain ? new XRPCBridge( XRPCBridge::kClient, protection.cipher )
                    : new XControlBridge( XRPCBridge::kClient, protection.cipher ) );
     bridge->UseTLS( protection.tls );
-    bridge->SetReturnTimeout( kTimeoutMs );
+    bridge->SetReturnTimeout( kTimeoutMS );
     return Try( ioSession, itsPlace, [&] { Ping( *bridge, ioSession ); } ) ? kSuccess : kFailure;
 }
 
@@ -96,7 +96,7 @@ void PingCommand::Connect( XRPCBridge& ioBridge ) const
 {
     try
     {
-        ioBridge.Connect( NetworkPlace( itsPlace ).GetAddress(), kTimeoutMs, true, true );
+        ioBridge.Connect( NetworkPlace( itsPlace ).GetAddress(), kTimeoutMS, true, true );
     }
     catch ( const XException& error )
     {

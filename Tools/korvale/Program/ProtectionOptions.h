@@ -31,8 +31,8 @@ public:
     Choose( bool inIsLoopBack, XDeploymentKeys::XRole inOwnRole, XDeploymentKeys::XRole inPeerRole ) const;
 
 private:
-    std::string itsKeys;   ///< Empty: the usual folder.
-    std::string itsCipher; ///< Empty: what suits the connection.
+    std::string itsKeys;   // empty: the usual folder
+    std::string itsCipher; // empty: what suits the connection
     bool itsUsesTLS = false;
     bool itsUsesNoTLS = false;
 

@@ -24,7 +24,7 @@ int TableCommand::Run( Session& ioSession )
 {
     SilenceIfAsked( ioSession );
     CheckOutputFiles( GetOutputNames() );
-    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMS );
     progress.SetTitle( GetTitle() );
     progress.SetMessage( XString::FromUTF8( itsTable ) );
     std::unique_ptr<XPivotTable> table;
