@@ -4,6 +4,22 @@
 
 #include <CLI/CLI.hpp>
 
+namespace
+{
+/// Separates the groups of options in the help by one empty line: each begins with one, and the base adds one between them.
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    std::string make_group(
+        std::string inHeading, bool inIsPositional, std::vector<const CLI::Option*> inOptions ) const override
+    {
+        const auto text = CLI::Formatter::make_group( inHeading, inIsPositional, inOptions );
+        const auto isFirst = inIsPositional || inHeading == "Options";
+        return isFirst || text.empty() ? text : text.substr( 1 );
+    }
+};
+} // namespace
+
 CommandOption CommandOption::Takes( const std::string& inKind ) const
 {
     itsOption->type_name( inKind );
@@ -130,7 +146,8 @@ CommandLine::CommandLine(
 {
     itsProgram->set_version_flag( "--version", inProgram + " " + inVersion );
     itsProgram->require_subcommand( 1 );
-    itsProgram->allow_windows_style_options( false ); // A path may begin with a slash there too.
+    itsProgram->formatter( std::make_shared<HelpFormatter>() ); // and that of all commands
+    itsProgram->allow_windows_style_options( false );           // A path may begin with a slash there too.
 }
 
 CommandLine::~CommandLine() = default;
