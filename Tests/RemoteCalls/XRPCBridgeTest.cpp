@@ -212,6 +212,8 @@ TEST_F( XRPCBridgeTest, ReleasesTheSenderEarly )
 {
     const XMakeRPCCall call( *itsClient, 2000, true );
     EXPECT_EQ( ErrorOf( [&] { XMakeRPCCall( *itsClient, 2000, true ); } ), 1006u ); // no call within a call
+    itsClient->ReleaseSenderEarly( 2001 );
+    EXPECT_EQ( ErrorOf( [&] { XMakeRPCCall( *itsClient, 2000, true ); } ), 1006u ); // of another call
     itsClient->ReleaseSenderEarly( 2000 );
     RunOnThreads( 2, [&]( unsigned ) { itsClient->CheckAlive(); } );
 }

@@ -200,12 +200,14 @@ void XRPCBridge::ForceDisconnect()
 /// them.
 void XRPCBridge::EndSender( std::uint32_t inTimeoutMS )
 {
+    const XTimer timer( inTimeoutMS );
     const XEndpointPtr endpoint = GetEndpoint( itsSenderEndpoint );
     SetSenderIsAvailable( false );
     if ( itsSenderStream && endpoint )
     {
+        itsSenderStream->SetSendTimeout( inTimeoutMS );
         itsSenderStream->Flush();
-        endpoint->Disconnect( inTimeoutMS );
+        endpoint->Disconnect( timer.GetRemainingMS() );
     }
 }
 

@@ -141,6 +141,7 @@ private:
     void TurnConnectionRound();
     void StartReceiving( const XEndpointPtr& inEndpoint );
     void WaitForServer();
+    void OfferSender();
     void CloseSender();
     void EndSender( std::uint32_t inTimeoutMS );
     XEndpointPtr UseSenderEndpoint( const XNetEndpoint& inEndpoint );
@@ -149,6 +150,8 @@ private:
     std::uint32_t CallToOpen(
         std::uint32_t inCode, std::initializer_list<std::uint32_t> inArguments, bool inHasResult = true );
 
+    void ReceiveCalls();
+    void NoteEndOfReceiving();
     bool TakePendingEndpoint();
     bool ReconnectReceiver();
     bool TryToReconnectReceiver( XRetryPause& ioPause );

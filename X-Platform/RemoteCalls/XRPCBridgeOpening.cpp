@@ -39,7 +39,7 @@ void XRPCBridge::OpenConversation( std::uint32_t inTimeoutMS )
             OpenReverseConnection( inTimeoutMS );
         const XThreadLock lock( GetMutex() );
         CheckIsWanted();
-        SetSenderIsAvailable( true );
+        OfferSender();
     }
     catch ( ... )
     {
@@ -79,7 +79,13 @@ void XRPCBridge::InitialiseRPCProtocolForSender( XNetEndpoint& ioEndpoint )
     if ( order > kMotorolaOrder )
         XThrow( kErrorStreamCorrupted );
     itsSenderStream->SetByteOrder( static_cast<XByteOrder>( order ) );
+}
+
+/// The conversation is open, with all that belongs to it: what is sent from now on are the calls of the user.
+void XRPCBridge::OfferSender()
+{
     itsSenderStream->SetRecvTimeout( itsReturnTimeoutMS );
+    SetSenderIsAvailable( true );
 }
 
 void XRPCBridge::Authenticate()

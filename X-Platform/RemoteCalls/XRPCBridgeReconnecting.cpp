@@ -5,6 +5,7 @@
 #include "Core/Times/XTimer.h"
 #include "RemoteCalls/Internal/XRetryPause.h"
 #include "Services/XSessionLogManager.h"
+#include "Threads/XPreventThreadStop.h"
 
 #include <algorithm>
 #include <utility>
@@ -69,29 +70,42 @@ void XRPCBridge::Pause( std::uint32_t inTimeMS )
 std::int32_t XRPCBridge::RunThreadSelf()
 {
     while ( TakePendingEndpoint() || ReconnectReceiver() )
-    {
-        try
-        {
-            RunConversation();
-        }
-        catch ( const XStopThreadException& )
-        {
-            throw;
-        }
-        catch ( const XException& error )
-        {
-            XSessionLogManager* const log = XSessionLogManager::GetManager();
-            if ( log && error.ShouldLogError() )
-                log->AddException( error, kLogWarning, GetDebugName() );
-        }
-        {
-            const XThreadLock lock( GetMutex() );
-            itsHasEndedReceiving = !itsPendingEndpoint;
-            GetStateChanged().Broadcast();
-        }
-        XSwallowErrors( [this] { ReceiverDisconnectedSelf(); } );
-    }
+        ReceiveCalls();
     return 0;
+}
+
+void XRPCBridge::ReceiveCalls()
+{
+    try
+    {
+        RunConversation();
+    }
+    catch ( const XStopThreadException& )
+    {
+        NoteEndOfReceiving();
+        throw;
+    }
+    catch ( const XException& error )
+    {
+        XSessionLogManager* const log = XSessionLogManager::GetManager();
+        if ( log && error.ShouldLogError() )
+            log->AddException( error, kLogWarning, GetDebugName() );
+    }
+    catch ( ... ) // ends this conversation, as an XException does
+    {
+    }
+    NoteEndOfReceiving();
+}
+
+void XRPCBridge::NoteEndOfReceiving()
+{
+    const XPreventThreadStop preventStop; // the hook is called once for each conversation
+    {
+        const XThreadLock lock( GetMutex() );
+        itsHasEndedReceiving = !itsPendingEndpoint;
+        GetStateChanged().Broadcast();
+    }
+    XSwallowErrors( [this] { ReceiverDisconnectedSelf(); } );
 }
 
 bool XRPCBridge::TakePendingEndpoint()

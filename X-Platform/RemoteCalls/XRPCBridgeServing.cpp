@@ -43,6 +43,7 @@ void XRPCBridge::Serve( const XNetEndpoint& inEndpoint, const std::function<void
         itsAuthenticated = inAuthenticated;
         itsIsDisconnected = false;
     }
+    itsIsReceiveOnlyWanted = false;
     const auto end = [this]
     {
         ForceDisconnect();
@@ -100,7 +101,8 @@ void XRPCBridge::AwaitEndOfSender()
         bool isQuiet = false;
         try
         {
-            endpoint->PeekAnyData( &byte, 1, 0 );
+            if ( endpoint )
+                endpoint->PeekAnyData( &byte, 1, 0 );
         }
         catch ( const XException& error )
         {
@@ -138,7 +140,7 @@ void XRPCBridge::AcquireSenderEndpoint( XNetEndpoint* inEndpoint )
         const XThreadLock lock( GetMutex() );
         if ( itsIsDisconnected )
             XThrow( kErrorDisconnected );
-        SetSenderIsAvailable( true );
+        OfferSender();
     }
     catch ( ... )
     {

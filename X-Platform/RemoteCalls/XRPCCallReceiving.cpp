@@ -16,6 +16,7 @@ void XRPCBridgeBase::RunConversation()
         IsServer() || ( itsBridgeType == kBidirectionalClient ) || ( itsBridgeType == kReceiveOnlyClient ) );
     InitialiseRPCProtocolForReceiver();
     itsHasToEndConversation = false;
+    itsNextReceiverOrder.reset();
     SetReceiverState( kConnected );
     try
     {

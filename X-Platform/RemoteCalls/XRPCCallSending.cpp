@@ -281,7 +281,15 @@ void XRPCBridgeBase::HandleRPCCallError( const XException& inError, bool inMayRe
     if ( IsClient() && wasAvailable && MayReconnect() )
     {
         const bool wasAborted = IsSenderCallAborted();
-        ReconnectOrFail();
+        try
+        {
+            ReconnectOrFail();
+        }
+        catch ( ... )
+        {
+            NotifySenderDisconnected();
+            throw;
+        }
         if ( wasAborted || IsSenderCallAborted() )
             FailAborted();
         if ( !IsLostConnection( inError ) )
