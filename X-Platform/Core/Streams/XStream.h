@@ -203,8 +203,9 @@ public:
     void CheckRemaining( USize64 inCount, USize64 inElementSize );
     /// Returns whether CheckRemaining would pass.
     bool HasRemaining( USize64 inCount, USize64 inElementSize );
-    /// Replaces `outVector` by `inCount` integers or floats. If the bytes are known to be available, the
-    /// vector grows at once; otherwise it grows at most kReadStep bytes ahead of the bytes that have arrived.
+    /// Replaces `outVector` by `inCount` integers or floats. If the bytes are known to be available, memory
+    /// for all of them is allocated at once; otherwise for kReadStep bytes, then for at most eight times the
+    /// bytes that have arrived.
     template<class T>
     void ReadCounted( XVector<T>& outVector, USize64 inCount );
 
@@ -517,7 +518,10 @@ void XStream::ReadCounted( XVector<T>& outVector, USize64 inCount )
     while ( outVector.size() < inCount )
     {
         const USize64 done = outVector.size();
-        outVector.resize( ( std::min )( done + step, inCount ) );
+        const USize64 next = ( std::min )( done + step, inCount );
+        if ( next > outVector.capacity() )
+            outVector.reserve( ( std::min )( ( std::max )( next, 8 * done ), inCount ) );
+        outVector.resize( next );
         ReadElements( outVector.data() + done, outVector.size() - done, sizeof( T ) );
     }
 }
