@@ -171,6 +171,23 @@ TEST_F( RPCSessionsTest, ForgetsTheSessionsOfBridgesThatAreBeingDeleted )
         ErrorOf( [&] { XRPCBridge::ConnectBidirectionalSession( session, new XNetEndpoint ); } ), 3097u );
 }
 
+/// An aborted call is neither counted nor run, and its arguments are not taken for the next call.
+TEST_F( RPCSessionsTest, AbortsCallsThatArrive )
+{
+    const auto client = MakeClient( XRPCBridge::kClient );
+    const auto server = itsServer.GetLastBridge();
+    const std::uint32_t received = XRPCBridge::GetTotalRPCCallsReceived();
+    server->AbortReceiverRPCCall( 2000 );
+    EXPECT_TRUE( client->Note_NoThrow( 7 ) ); // another call leaves the mark
+    EXPECT_EQ( ErrorOf( [&] { client->Divide( 8, 4 ); } ), 3098u );
+    EXPECT_EQ( client->Divide( 8, 4 ), 2 );
+    server->AbortReceiverRPCCall( 2000 );
+    server->ResetReceiverAbortRPCCall();
+    EXPECT_EQ( client->Divide( 8, 4 ), 2 );
+    EXPECT_EQ( XRPCBridge::GetTotalRPCCallsReceived(), received + 3 );
+    client->Disconnect();
+}
+
 TEST_F( RPCSessionsTest, LimitsTheBytesOfCallsAndReturns )
 {
     const auto client = MakeClient( XRPCBridge::kClient );

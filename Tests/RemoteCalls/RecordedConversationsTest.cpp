@@ -191,3 +191,37 @@ TEST( RecordedConversationsTest, ClientsCallByteForByte )
         server.WaitForTerminate( kPatience );
     }
 }
+
+/// Otherwise the client would read them as the return of its next call.
+TEST( RecordedConversationsTest, ClientsRefuseBytesAfterAReturn )
+{
+    const auto& conversation = kConversations[0];
+    for ( const std::size_t last : { 1, 3 } ) // of the handshake, of a call
+    {
+        TestListener listener;
+        TestThread server(
+            [&]
+            {
+                const auto connection = listener.Accept();
+                ExpectBytes( *connection, kPreamble );
+                for ( std::size_t i = 0; i <= last; ++i )
+                {
+                    ExpectBytes( *connection, conversation.exchanges[i].sent );
+                    Send(
+                        *connection,
+                        conversation.exchanges[i].returned + std::string( i == last ? "00" : "" ) );
+                }
+                return 0;
+            } );
+        server.StartThread();
+        PredictableClient client( XRPCBridge::kClient, MakeTestCipher( conversation.algorithm ) );
+        const auto call = [&]
+        {
+            client.Connect( listener.GetAddress(), kPatience );
+            client.Divide( 3, 4 );
+        };
+        EXPECT_EQ( ErrorOf( call ), 1005u );
+        EXPECT_EQ( ErrorOf( [&] { client.CheckAlive(); } ), 3100u );
+        server.WaitForTerminate( kPatience );
+    }
+}

@@ -127,6 +127,11 @@ void XNetStream::PeekBytes( void* outBytes, USize64 inCount )
     std::copy_n( itsAhead->GetData(), inCount, static_cast<std::uint8_t*>( outBytes ) );
 }
 
+bool XNetStream::HasReceivedAhead() const
+{
+    return itsAhead->GetCount() > 0;
+}
+
 void XNetStream::PutBack( const void* inBytes, USize64 inCount )
 {
     itsAhead->PutBack( static_cast<const std::uint8_t*>( inBytes ), inCount );

@@ -41,6 +41,9 @@ public:
     /// limit is error 1005. Initially there is no limit.
     void SetReadLimit( USize64 inCount ) { itsReadsLeft = inCount; }
 
+    /// Whether bytes have been received beyond those that were read.
+    bool HasReceivedAhead() const;
+
     std::uint64_t GetTotalBytesRead() const { return itsEndpoint.GetTotalBytesRead(); }
     std::uint64_t GetTotalBytesWritten() const { return itsEndpoint.GetTotalBytesWritten(); }
     std::uint64_t GetAvgBytesReadPerSec() const { return itsEndpoint.GetAvgBytesReadPerSec(); }

@@ -55,6 +55,7 @@ public:
     /// Closes any existing conversation, connects as `XNetEndpoint::Connect` does (optionally with progress)
     /// and opens a conversation. Errors: those of `XNetEndpoint::Connect`; 3092, 3093, 3094 if the server
     /// rejects the client; 3094, 3100 or 3105 with a wrong key. An internal error on a server's bridge.
+    /// `inUseAutoReconnect` replaces what SetUseAutoReconnect has set.
     void Connect(
         const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters = true,
         bool inShowProgress = false, bool inUseAutoReconnect = false );

@@ -341,6 +341,8 @@ protected:
     /// Ends the thread that sends deferred calls. Call it after the connections have been closed and before
     /// the sender's endpoint is destroyed.
     void StopFlusher();
+    /// Throws 1005 if the peer has sent more than the return that was read last.
+    void CheckReturnIsComplete() const;
     static void CountSentCall() { sTotalRPCCallsSent.fetch_add( 1, std::memory_order_relaxed ); }
 
     std::atomic<XBridgeType> itsBridgeType;
@@ -364,8 +366,8 @@ private:
     [[noreturn]] void FailAborted();
 
     void ServeCalls();
-    void ServeCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous );
-    std::uint32_t ReadAndRun( XRPCSlotBase& ioSlot, bool inIsAsynchronous );
+    void ServeCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous, bool inIsAborted );
+    std::uint32_t ReadAndRun( XRPCSlotBase& ioSlot, bool inIsAsynchronous, bool inIsAborted );
     std::uint32_t RunCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous );
     void CheckState( std::uint32_t inCode, bool inIsAsynchronous );
     bool TakeReceiverAbort( std::uint32_t inCode );

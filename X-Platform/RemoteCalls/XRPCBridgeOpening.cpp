@@ -111,7 +111,9 @@ std::uint32_t XRPCBridge::CallToOpen(
     itsSenderStream->Flush();
     if ( const std::uint32_t status = itsSenderStream->Read32() )
         XThrow( IsErrorOfOpening( status ) ? status : std::uint32_t( kErrorAuthenticationFailed ) );
-    return inHasResult ? itsSenderStream->Read32() : 0;
+    const std::uint32_t result = inHasResult ? itsSenderStream->Read32() : 0;
+    CheckReturnIsComplete();
+    return result;
 }
 
 void XRPCBridge::OpenReverseConnection( std::uint32_t inTimeoutMS )

@@ -70,9 +70,11 @@ void XRPCBridgeBase::HandleRPCCall( std::uint32_t inCallWord )
         XThrow( kErrorDisconnected );
     }
     const XRPCConnectionState state = itsReceiverState;
+    if ( TakeReceiverAbort( code ) )
+        return ServeCall( *slot, isAsynchronous, true );
     sTotalRPCCallsReceived.fetch_add( 1, std::memory_order_relaxed );
     PreHandleRPCCall( state, code );
-    ServeCall( *slot, isAsynchronous );
+    ServeCall( *slot, isAsynchronous, false );
     SwitchReceiverByteOrder();
     PostHandleRPCCall( state, code );
 }
@@ -101,7 +103,8 @@ void XRPCBridgeBase::Refuse( std::uint32_t inStatus, bool inIsAsynchronous )
     DropReceiver( !inIsAsynchronous );
 }
 
-void XRPCBridgeBase::ServeCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous )
+/// The arguments of an aborted call are read too, because the next call follows them.
+void XRPCBridgeBase::ServeCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous, bool inIsAborted )
 {
     class XCleanUp
     {
@@ -118,7 +121,7 @@ void XRPCBridgeBase::ServeCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous )
         XRPCSlotBase& itsSlot;
     };
     const XCleanUp cleanUp( ioSlot );
-    const std::uint32_t status = ReadAndRun( ioSlot, inIsAsynchronous );
+    const std::uint32_t status = ReadAndRun( ioSlot, inIsAsynchronous, inIsAborted );
     if ( inIsAsynchronous )
         return;
     XStream& stream = PrepareReceiverReturnBuffer( status );
@@ -128,7 +131,7 @@ void XRPCBridgeBase::ServeCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous )
 }
 
 /// Returns the status of the return.
-std::uint32_t XRPCBridgeBase::ReadAndRun( XRPCSlotBase& ioSlot, bool inIsAsynchronous )
+std::uint32_t XRPCBridgeBase::ReadAndRun( XRPCSlotBase& ioSlot, bool inIsAsynchronous, bool inIsAborted )
 {
     bool areOfTheirClass = false;
     try
@@ -150,7 +153,7 @@ std::uint32_t XRPCBridgeBase::ReadAndRun( XRPCSlotBase& ioSlot, bool inIsAsynchr
         Refuse( kErrorUnknownRPC, inIsAsynchronous );
         throw;
     }
-    if ( TakeReceiverAbort( ioSlot.GetCallCode() ) )
+    if ( inIsAborted )
         return kErrorCallAborted;
     return areOfTheirClass ? RunCall( ioSlot, inIsAsynchronous ) : std::uint32_t( kErrorWrongStorable );
 }

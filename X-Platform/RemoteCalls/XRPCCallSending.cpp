@@ -58,9 +58,18 @@ std::uint32_t XRPCBridgeBase::SendCall( std::uint32_t inCode, bool inWaits, XRPC
     ioCall.WriteArguments( PrepareSenderParameterBuffer( inCode ) );
     FlushSenderParameterBuffer();
     const std::uint32_t status = PrepareSenderReturnBuffer( inWaits );
-    if ( status != 0 || !inWaits )
-        return status;
-    return ioCall.ReadResult( *itsSenderStream ) ? 0 : std::uint32_t( kErrorWrongStorable );
+    if ( !inWaits )
+        return 0;
+    const bool isOfItsClass = status != 0 || ioCall.ReadResult( *itsSenderStream );
+    CheckReturnIsComplete();
+    return isOfItsClass ? status : std::uint32_t( kErrorWrongStorable );
+}
+
+/// The peer sends only what was asked for. Further bytes would be read as the return of the next call.
+void XRPCBridgeBase::CheckReturnIsComplete() const
+{
+    if ( itsSenderStream->HasReceivedAhead() )
+        XThrow( kErrorStreamCorrupted );
 }
 
 void XRPCBridgeBase::BeginRPCCall( std::uint32_t inCode, bool inWaitForReturn )
