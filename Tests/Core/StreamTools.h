@@ -2,26 +2,7 @@
 
 #include "Core/Errors/XException.h"
 #include "Core/Streams/XMemStream.h"
-#include "TestErrors.h"
-
-#include <cstdio>
-#include <string>
-#include <vector>
-
-/// The number of the exception that a call throws, or 0.
-template<class TCall>
-std::uint32_t ErrorOrZero( const TCall& inCall )
-{
-    try
-    {
-        inCall();
-    }
-    catch ( const XException& error )
-    {
-        return error.GetErrorNumber();
-    }
-    return 0;
-}
+#include "Testing.h"
 
 using XBytes = std::vector<std::uint8_t>;
 

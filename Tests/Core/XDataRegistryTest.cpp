@@ -1,8 +1,6 @@
 #include "Core/Identifiers/XDataRegistry.h"
 
-#include "TestErrors.h"
-
-#include <thread>
+#include "Testing.h"
 
 namespace
 {
@@ -46,7 +44,7 @@ TEST( XDataRegistry, SharesObjectsAndLetsGoOutsideItsLock )
     registry.SetData( "data", data );
     EXPECT_TRUE( registry.FindDataOf<XFarewell>( "data" ) == data );
     EXPECT_EQ( data->GetReferenceCount(), 2u );
-    EXPECT_EQ( ErrorOf( [&] { registry.SetData( "data", nullptr ); } ), 1006u );
+    EXPECT_ERROR( 1006, registry.SetData( "data", nullptr ) );
 
     const auto leave = [&]( auto inAction )
     {

@@ -1,10 +1,7 @@
 #include "Core/Errors/XException.h"
 
 #include "Core/Errors/XInternalException.h"
-#include "TestErrors.h"
-
-#include <string>
-#include <thread>
+#include "Testing.h"
 
 namespace
 {

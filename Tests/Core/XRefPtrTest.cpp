@@ -1,8 +1,6 @@
 #include "Core/Storables/XRefPtr.h"
 
-#include "TestErrors.h"
-
-#include <thread>
+#include "Testing.h"
 
 namespace
 {

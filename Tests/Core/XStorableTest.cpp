@@ -4,10 +4,6 @@
 #include "Core/Streams/XStreamVectors.h"
 #include "StreamTools.h"
 
-#include <gtest/gtest.h>
-
-#include <set>
-
 namespace
 {
 /// A base with a number; counts its objects, so that a test sees what is left behind.
@@ -187,7 +183,7 @@ TEST_F( XStorableTest, RefusesEveryTruncationAndLeavesNothingBehind )
     for ( std::size_t length = 0; length < bytes.size(); ++length )
     {
         const XBytes cut( bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>( length ) );
-        EXPECT_EQ( ErrorOf( [&] { Read( cut ); } ), 1260u ) << length;
+        EXPECT_ERROR( 1260, Read( cut ) ) << length;
         EXPECT_EQ( XShape::sObjects, 0 );
     }
 }
@@ -208,11 +204,11 @@ TEST_F( XStorableTest, MeetsEveryFlippedBitWithADocumentedNumber )
 
 TEST_F( XStorableTest, RefusesOtherClassesAndNewerRevisions )
 {
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "23000000 61ea0000 00000000" ) ); } ), 1005u );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "61ea0100 61ea0200 00000000" ) ); } ), 1015u );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "61ea0200 61ea0100 00000000" ) ); } ), 1015u );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ffff0000 00000000" ) ); } ), 1003u );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "00000100 00000000" ) ); } ), 1003u );
+    EXPECT_ERROR( 1005, Read( FromHex( "23000000 61ea0000 00000000" ) ) );
+    EXPECT_ERROR( 1015, Read( FromHex( "61ea0100 61ea0200 00000000" ) ) );
+    EXPECT_ERROR( 1015, Read( FromHex( "61ea0200 61ea0100 00000000" ) ) );
+    EXPECT_ERROR( 1003, Read( FromHex( "ffff0000 00000000" ) ) );
+    EXPECT_ERROR( 1003, Read( FromHex( "00000100 00000000" ) ) );
     Read( FromHex( "61ea0000 61ea0000 00000000" ) ); // older
 }
 
@@ -222,7 +218,7 @@ TEST_F( XStorableTest, EndsHostileNestingWithAnError )
     const XBytes level = FromHex( "62ea0000 61ea0100 00000000 62ea0000" );
     for ( unsigned i = 0; i < 100000; ++i )
         bytes.insert( bytes.end(), level.begin(), level.end() );
-    EXPECT_EQ( ErrorOf( [&] { Read( bytes ); } ), 1005u );
+    EXPECT_ERROR( 1005, Read( bytes ) );
 }
 
 TEST_F( XStorableTest, WritesNothingNestedTooDeepToBeRead )
@@ -239,7 +235,7 @@ TEST_F( XStorableTest, WritesNothingNestedTooDeepToBeRead )
         return outermost;
     };
     XMemStream stream;
-    EXPECT_EQ( ErrorOf( [&] { stream.WriteObject( *nest( XStream::kMaxObjectDepth + 1 ) ); } ), 1005u );
+    EXPECT_ERROR( 1005, stream.WriteObject( *nest( XStream::kMaxObjectDepth + 1 ) ) );
     stream.Clear();
     stream.WriteObject( *nest( XStream::kMaxObjectDepth ) );
     stream.SeekTo( 0 );
@@ -260,7 +256,7 @@ TEST_F( XStorableTest, CountsObjectsInVectorsAsNested )
     };
     XClassRegistry::RegisterClass<XTree>( "Tree" );
     XMemStream stream;
-    EXPECT_EQ( ErrorOf( [&] { writeNested( stream, XStream::kMaxObjectDepth + 1 ); } ), 1005u );
+    EXPECT_ERROR( 1005, writeNested( stream, XStream::kMaxObjectDepth + 1 ) );
     stream.Clear();
     writeNested( stream, XStream::kMaxObjectDepth );
     stream.SeekTo( 0 );
@@ -270,7 +266,7 @@ TEST_F( XStorableTest, CountsObjectsInVectorsAsNested )
     XBytes hostile = FromHex( "63ea0000" );
     for ( unsigned i = 0; i < 100000; ++i )
         hostile.insert( hostile.end(), { 1, 0, 0, 0 } );
-    EXPECT_EQ( ErrorOf( [&] { Read( hostile ); } ), 1005u );
+    EXPECT_ERROR( 1005, Read( hostile ) );
     XClassRegistry::UnregisterClassA( XTree::GetClassVersion() );
 }
 
@@ -294,5 +290,5 @@ TEST_F( XStorableTest, ReadsOldStreamsWithoutVersions )
     const XBytes current = FromHex( "49 31000200 61ea0000 07000000" );
     XMemStream stream( current.data(), current.size() );
     stream.ReadStreamInfo();
-    EXPECT_EQ( ErrorOf( [&] { delete stream.ReadObject(); } ), 1005u );
+    EXPECT_ERROR( 1005, delete stream.ReadObject() );
 }

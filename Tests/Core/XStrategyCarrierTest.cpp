@@ -3,7 +3,7 @@
 #include "Core/Identifiers/XIsStrategyIDEqual.h"
 #include "Core/Identifiers/XIsStrategyNameEqual.h"
 #include "Core/Identifiers/XIsStrategyTypeEqual.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 namespace
 {
@@ -67,7 +67,7 @@ TEST_F( XStrategyCarrierTest, SharesAndRemovesStrategies )
     EXPECT_TRUE( copy.FindStrategyByID( 8 ) == itsFirst );
     copy.RemoveAllStrategies();
     EXPECT_EQ( itsFirst->GetReferenceCount(), 1u );
-    EXPECT_EQ( ErrorOf( [&] { copy.AddStrategy( nullptr ); } ), 1006u );
+    EXPECT_ERROR( 1006, copy.AddStrategy( nullptr ) );
 }
 
 TEST_F( XStrategyCarrierTest, PredicatesSkipNullPointers )

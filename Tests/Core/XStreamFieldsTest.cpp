@@ -3,8 +3,7 @@
 #include "Core/Streams/XMemStream.h"
 #include "Core/Strings/XString.h"
 #include "Ground/XErrorNumbers.h"
-
-#include "TestErrors.h"
+#include "Testing.h"
 
 namespace
 {
@@ -82,7 +81,7 @@ TEST_F( XStreamFields, TellWhyAnObjectIsRefused )
 {
     itsStream.ReadStreamInfo();
     const auto position = itsStream.GetPosition();
-    EXPECT_EQ( ErrorOf( [&] { itsStream.ReadObjectOf<Other>(); } ), kErrorStreamCorrupted );
+    EXPECT_ERROR( kErrorStreamCorrupted, itsStream.ReadObjectOf<Other>() );
     EXPECT_EQ( itsStream.GetPosition(), position ); // nothing was made of it
     EXPECT_NE( itsRecorder.text.find( "has no place here" ), std::string::npos );
 }
@@ -90,7 +89,7 @@ TEST_F( XStreamFields, TellWhyAnObjectIsRefused )
 TEST_F( XStreamFields, EndWithWhatTheObserverThrows )
 {
     itsRecorder.last = "the version of the stream";
-    EXPECT_EQ( ErrorOf( [&] { itsStream.ReadStreamInfo(); } ), kErrorCancelled );
+    EXPECT_ERROR( kErrorCancelled, itsStream.ReadStreamInfo() );
 }
 
 TEST_F( XStreamFields, AreNotDescribedToNobody )
@@ -99,5 +98,5 @@ TEST_F( XStreamFields, AreNotDescribedToNobody )
     const auto describe = []() -> std::string { throw std::logic_error( "described" ); };
     XBeginField( itsStream, describe );
     XEndField( itsStream, describe );
-    EXPECT_EQ( ErrorOf( [&] { XRefuse( itsStream, kErrorBadParameters, describe ); } ), kErrorBadParameters );
+    EXPECT_ERROR( kErrorBadParameters, XRefuse( itsStream, kErrorBadParameters, describe ) );
 }

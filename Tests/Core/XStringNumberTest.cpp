@@ -2,16 +2,10 @@
 
 #include "Core/Errors/XInternalException.h"
 #include "System/WLocale.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
-#include <bit>
 #include <cinttypes>
 #include <clocale>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <limits>
-#include <random>
 
 namespace
 {
@@ -208,7 +202,7 @@ TEST( XStringNumberTest, ReadsFloatsAsTheLibraryScans )
     EXPECT_TRUE( std::isnan( XString( "NaN" ).GetSFloat64() ) );
     EXPECT_EQ( XString().GetSFloat64(), 0 );
     for ( const char* const text : { "x", " ", ".", "-", "+.e5", "in", "- 1", "e5" } )
-        EXPECT_EQ( ErrorOf( [text] { XString( text ).GetSFloat64(); } ), 1000u ) << text;
+        EXPECT_ERROR( 1000, XString( text ).GetSFloat64() ) << text;
     const std::string longText = "1" + std::string( 100000, '0' ) + "e-100000";
     EXPECT_EQ( XString( longText ).GetSFloat64(), 1 );
 }
@@ -238,9 +232,9 @@ TEST( XStringNumberTest, ReadsIntegersAsTheLibraryScans )
     EXPECT_EQ( XString( "\xE9" ).GetUInt8(), 0xE9 );
     EXPECT_EQ( XString().GetSInt32(), 0 );
     EXPECT_EQ( XString().GetSInt8(), 0 );
-    EXPECT_EQ( ErrorOf( [] { XString( "" ).GetUInt32FromHex(); } ), 1000u );
+    EXPECT_ERROR( 1000, XString( "" ).GetUInt32FromHex() );
     for ( const char* const text : { "x", " ", "-", "+ 1", ".5" } )
-        EXPECT_EQ( ErrorOf( [text] { XString( text ).GetUInt32(); } ), 1000u ) << text;
+        EXPECT_ERROR( 1000, XString( text ).GetUInt32() ) << text;
 }
 
 TEST( XStringNumberTest, ReadsBackWhatItWrites )

@@ -4,10 +4,7 @@
 #include "Core/Streams/XMemStream.h"
 #include "Core/Streams/XStreamVectors.h"
 #include "System/WLocale.h"
-#include "TestErrors.h"
-
-#include <algorithm>
-#include <random>
+#include "Testing.h"
 
 namespace
 {
@@ -202,11 +199,11 @@ TEST( XStringTest, RefusesLengthsThatNoMemoryHas )
     const char* const text = string.GetConstCharPtr();
     for ( const USize64 length : { XString::kToEnd, XString::kToEnd - 1, XString::kToEnd / 2 } )
     {
-        EXPECT_EQ( ErrorOf( [&] { string.Resize( length ); } ), 1012u ) << length;
-        EXPECT_EQ( ErrorOf( [&] { string.CopyFromPtr( text, length ); } ), 1012u ) << length;
-        EXPECT_EQ( ErrorOf( [&] { string.CopyFromPtr( L"abc", length ); } ), 1012u ) << length;
-        EXPECT_EQ( ErrorOf( [&] { XString made( std::string_view( text, length ) ); } ), 1012u ) << length;
-        EXPECT_EQ( ErrorOf( [&] { string += std::string_view( text, length ); } ), 1012u ) << length;
+        EXPECT_ERROR( 1012, string.Resize( length ) ) << length;
+        EXPECT_ERROR( 1012, string.CopyFromPtr( text, length ) ) << length;
+        EXPECT_ERROR( 1012, string.CopyFromPtr( L"abc", length ) ) << length;
+        EXPECT_ERROR( 1012, XString made( std::string_view( text, length ) ) ) << length;
+        EXPECT_ERROR( 1012, string += std::string_view( text, length ) ) << length;
     }
     EXPECT_EQ( string, "abcdef" );
 }
@@ -216,7 +213,7 @@ TEST( XStringTest, GivesLengthPrefixedText )
     unsigned char buffer[256] = {};
     XString( std::string( 255, 'q' ) ).GetStr255( buffer );
     EXPECT_EQ( XString( buffer ), XString( std::string( 255, 'q' ) ) );
-    EXPECT_EQ( ErrorOf( [&] { XString( std::string( 256, 'q' ) ).GetStr255( buffer ); } ), 1354u );
+    EXPECT_ERROR( 1354, XString( std::string( 256, 'q' ) ).GetStr255( buffer ) );
     XString string( "<" );
     string += buffer;
     EXPECT_EQ( string.GetLength(), 256u );
@@ -227,7 +224,7 @@ TEST( XStringTest, LoadsTexts )
     XString string( "before" );
     string.LoadStringA( 1354 );
     EXPECT_EQ( string, "the string is too long" );
-    EXPECT_EQ( ErrorOf( [&] { string.LoadStringA( 0xFFFF ); } ), 1279u );
+    EXPECT_ERROR( 1279, string.LoadStringA( 0xFFFF ) );
 }
 
 TEST( XStringTest, EditsLinesAndRuns )

@@ -1,10 +1,8 @@
 #include "Core/Strings/XString.h"
 #include "Core/Times/XTime.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 #include <clocale>
-#include <limits>
-#include <random>
 
 namespace
 {
@@ -55,8 +53,8 @@ TEST( XTimeText, WritesEveryTimeFormat )
     EXPECT_EQ( Format( XTime( 0 ), kDateNone, kTimeTwelveHour ), "12:00:00 AM" );
     EXPECT_EQ( Format( XTime( 2026, 1, 1, 12 ), kDateISO, kTimeTwelveHour ), "2026-01-01 12:00:00 PM" );
     EXPECT_EQ( std::string( kSample.GetAbsoluteTimeString() ), "2026-03-05T16:07:08.901234Z" );
-    EXPECT_EQ( ErrorOf( [] { Format( kSample, XDateFormat( 9 ), kTimeNone ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [] { Format( kSample, kDateNone, XTimeFormat( 9 ) ); } ), 1013u );
+    EXPECT_ERROR( 1013, Format( kSample, XDateFormat( 9 ), kTimeNone ) );
+    EXPECT_ERROR( 1013, Format( kSample, kDateNone, XTimeFormat( 9 ) ) );
 }
 
 TEST( XTimeText, WritesLengthsOfTime )
@@ -69,7 +67,7 @@ TEST( XTimeText, WritesLengthsOfTime )
     EXPECT_EQ( Relative( -1, kTimeNone ), "" );
     EXPECT_EQ(
         Relative( std::numeric_limits<std::int64_t>::min(), kTimeMicroSeconds ), "-2562047788:00:54.775808" );
-    EXPECT_EQ( ErrorOf( [] { Relative( 0, XTimeFormat( 7 ) ); } ), 1013u );
+    EXPECT_ERROR( 1013, Relative( 0, XTimeFormat( 7 ) ) );
 }
 
 TEST( XTimeText, ReadsBackWhatItWrites )
@@ -194,10 +192,10 @@ TEST( XTimeText, RefusesWhatIsNoTime )
         "2026-03-05 2026-03-05",
         "99999999999999999999" };
     for ( const char* text : texts )
-        EXPECT_EQ( ErrorOf( [&] { Parse( text ); } ), 1007u ) << text;
-    EXPECT_EQ( ErrorOf( [] { Parse( "2026-03-05T16:07", "16:07" ); } ), 1007u );
-    EXPECT_EQ( ErrorOf( [] { Parse( "16:07" ); } ), 1007u ) << "a time of day alone is no date";
-    EXPECT_EQ( ErrorOf( [] { Parse( "", "25:00" ); } ), 1007u );
+        EXPECT_ERROR( 1007, Parse( text ) ) << text;
+    EXPECT_ERROR( 1007, Parse( "2026-03-05T16:07", "16:07" ) );
+    EXPECT_ERROR( 1007, Parse( "16:07" ) ) << "a time of day alone is no date";
+    EXPECT_ERROR( 1007, Parse( "", "25:00" ) );
 }
 
 TEST( XTimeText, IsEnglishInAnyLocale )

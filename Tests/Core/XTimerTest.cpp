@@ -1,6 +1,6 @@
 #include "Core/Times/XTimer.h"
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 TEST( XTimer, NeverExpiresWithoutALimit )
 {

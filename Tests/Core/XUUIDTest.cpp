@@ -2,11 +2,7 @@
 
 #include "Core/Streams/XMemStream.h"
 #include "Core/Strings/XString.h"
-#include "TestErrors.h"
-
-#include <random>
-#include <set>
-#include <thread>
+#include "Testing.h"
 
 namespace
 {
@@ -74,7 +70,7 @@ TEST( XUUID, RefusesOtherTexts )
             "{f81d4fae-7dec-11d0-a765-00a0c91e6bf6)", "(f81d4fae-7dec-11d0-a765-00a0c91e6bf6)",
             "urn:guid:f81d4fae-7dec-11d0-a765-00a0c91e6bf6", "-B1Prn3sEdCnZQCgyR5r9h",
             "-B1Prn3sEdCnZQCgyR5r9+", "-B1Prn3sEdCnZQCgyR5r\xe4\xf6" } )
-        EXPECT_EQ( ErrorOf( [&] { id.StringToUUID( text ); } ), 1026u ) << text;
+        EXPECT_ERROR( 1026, id.StringToUUID( text ) ) << text;
     EXPECT_EQ( id, XUUID( kSampleBytes ) ) << "unchanged after errors";
 }
 

@@ -2,9 +2,7 @@
 
 #include "Images/WImageFile.h"
 #include "TestFolder.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 namespace
 {

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "Testing.h"
 
 /// A classic TIFF in the byte order asked for, put together entry by entry.
 class HandmadeTIFF

@@ -6,7 +6,6 @@
 #include "Imaging/XTIFFWriter.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
 #include <zlib.h>
 
 namespace

@@ -2,9 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <array>
-#include <gtest/gtest.h>
-
 namespace
 {
 using Labels = std::vector<std::uint32_t>;

@@ -2,11 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <gtest/gtest.h>
-#include <string_view>
-
 namespace
 {
 using Loops = std::vector<XContourLoop>;

@@ -1,6 +1,6 @@
 #include "Imaging/Internal/XImagePlanes.h"
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 namespace
 {

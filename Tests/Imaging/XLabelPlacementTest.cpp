@@ -1,8 +1,6 @@
 #include "Plots/XLabelPlacement.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
+#include "Testing.h"
 
 TEST( XLabelPlacement, LieInObjectsOrBesideThem )
 {

@@ -1,8 +1,6 @@
 #include "Imaging/XPageMemory.h"
 #include "Memory/XMemoryManager.h"
-
-#include <gtest/gtest.h>
-#include <vector>
+#include "Testing.h"
 
 namespace
 {

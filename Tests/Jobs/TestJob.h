@@ -1,11 +1,10 @@
 #pragma once
 
 #include "Jobs/XFunctionJob.h"
+#include "Testing.h"
 #include "Threads/XThread.h"
 
 #include <condition_variable>
-#include <mutex>
-#include <utility>
 
 /// A job of a function that is set up where it is made.
 class TestJob : public XFunctionJob

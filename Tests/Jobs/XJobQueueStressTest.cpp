@@ -2,14 +2,10 @@
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Messaging/XMessageVoid.h"
+#include "Testing.h"
 #include "Threads/XThread.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <random>
 #include <shared_mutex>
-#include <thread>
 
 // Threads attach, suspend, resume, stop, delete and tell jobs of a few queues while these run, are started,
 // stopped and destroyed, and the main thread drains. Every job is completed exactly once, unless it was deleted.

@@ -8,14 +8,9 @@
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Jobs/XThreadProgressStrategy.h"
 #include "Messaging/XMessageVoid.h"
-#include "TestErrors.h"
 #include "TestJob.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XStopThreadException.h"
-
-#include <gtest/gtest.h>
-#include <mutex>
-#include <thread>
 
 namespace
 {
@@ -252,7 +247,7 @@ TEST_F( XJobQueueTest, AQueueIsNotEmptyWhileItsStoppedJobsAreBeingCompleted )
     isCompleting.Wait();
     EXPECT_FALSE( itsQueue.IsQueueEmpty() );
     EXPECT_EQ( itsQueue.GetJobCount(), 1u );
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmpty( 1 ); } ), 2701u );
+    EXPECT_ERROR( 2701, itsQueue.WaitForQueueEmpty( 1 ) );
     std::thread waiter( [&] { itsQueue.WaitForQueueEmpty(); } );
     mayEnd.CountDown();
     waiter.join();
@@ -560,14 +555,14 @@ TEST_F( XJobQueueTest, WaitsEndByTheirTimeByAnAbortAndByAStop )
     };
     itsQueue.Start();
     AttachRunning( 1 );
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.AttachJob( nullptr ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForTerminate(); } ), 1006u ); // for ever, while the queue runs
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmpty( 1 ); } ), 2701u );
+    EXPECT_ERROR( 1006, itsQueue.AttachJob( nullptr ) );
+    EXPECT_ERROR( 1006, itsQueue.WaitForTerminate() ); // for ever, while the queue runs
+    EXPECT_ERROR( 2701, itsQueue.WaitForQueueEmpty( 1 ) );
     AbortingStrategy strategy;
     {
         const XProgressStrategyChanger changer( &strategy );
-        EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmptyWithProgress(); } ), 1001u );
-        EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmptyWithIndeterminateProgress(); } ), 1001u );
+        EXPECT_ERROR( 1001, itsQueue.WaitForQueueEmptyWithProgress() );
+        EXPECT_ERROR( 1001, itsQueue.WaitForQueueEmptyWithIndeterminateProgress() );
     }
     XJobQueue waiting;
     waiting.AttachJob( new TestJob( [&] { itsQueue.WaitForQueueEmpty(); }, 0, itsCodes.Adder() ) );

@@ -6,13 +6,8 @@
 #include "Jobs/XProgressDisabler.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Messaging/XListener.h"
-#include "TestErrors.h"
+#include "Testing.h"
 #include "Threads/XThread.h"
-
-#include <functional>
-#include <gtest/gtest.h>
-#include <set>
-#include <thread>
 
 using XProgressChangedMessage = XThreadProgressStrategy::XProgressChangedMessage;
 
@@ -154,7 +149,7 @@ TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
         const XProgressAbortDisabler disabler;
         EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
     }
-    EXPECT_EQ( ErrorOf( [&] { inner.YieldAndCheckAbort(); } ), 1001u );
+    EXPECT_ERROR( 1001, inner.YieldAndCheckAbort() );
     EXPECT_NO_THROW( outer.YieldAndCheckAbort() );
 
     XProgress::Abort();
@@ -162,7 +157,7 @@ TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
     EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
     XProgress::Abort();
     WaitUntilDue();
-    EXPECT_EQ( ErrorOf( [&] { inner.Increment(); } ), 1001u );
+    EXPECT_ERROR( 1001, inner.Increment() );
 }
 
 TEST_F( XProgressTest, IsInvalidWithoutStrategyOrWhileDisabled )
@@ -193,7 +188,7 @@ TEST_F( XProgressTest, AListenerThatThrowsLeavesNoProgressBehind )
         void HandleMessage( const XMessage& ) override { XThrow( 1021 ); }
     } thrower;
     thrower.Subscribe( itsStrategy );
-    EXPECT_EQ( ErrorOf( [] { XProgress( 10 ); } ), 1021u );
+    EXPECT_ERROR( 1021, XProgress( 10 ) );
     EXPECT_FALSE( XProgress::IsProgressBarUp() );
     EXPECT_EQ( itsStrategy.GetLastProgress(), nullptr );
     thrower.Unsubscribe( itsStrategy );
@@ -317,8 +312,8 @@ TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
                 mayEnd.Wait( mutex );
         } );
     thread.StartThread();
-    EXPECT_EQ( ErrorOf( [&] { thread.WaitForTerminateWithProgress( 0 ); } ), 2701u );
-    EXPECT_EQ( ErrorOf( [&] { thread.WaitForSuspendWithProgress( 20, 1000, false ); } ), 2701u );
+    EXPECT_ERROR( 2701, thread.WaitForTerminateWithProgress( 0 ) );
+    EXPECT_ERROR( 2701, thread.WaitForSuspendWithProgress( 20, 1000, false ) );
 
     struct AbortingStrategy : XThreadProgressStrategy
     {
@@ -326,7 +321,7 @@ TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
     } strategy;
     {
         const XProgressStrategyChanger changer( &strategy );
-        EXPECT_EQ( ErrorOf( [&] { thread.WaitForTerminateWithProgress(); } ), 1001u );
+        EXPECT_ERROR( 1001, thread.WaitForTerminateWithProgress() );
     }
     {
         const XThreadLock lock( mutex );

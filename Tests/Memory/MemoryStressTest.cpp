@@ -1,13 +1,6 @@
 #include "Memory/TestManager.h"
 #include "Memory/XMappedFileMemoryHandle.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <mutex>
-#include <random>
 
 namespace
 {

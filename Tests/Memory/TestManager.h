@@ -4,12 +4,8 @@
 #include "Memory/WMemoryManager.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManagerListener.h"
+#include "Testing.h"
 #include "Threads/XLock.h"
-
-#include <atomic>
-#include <functional>
-#include <optional>
-#include <vector>
 
 /// A part of the address space.
 struct Range

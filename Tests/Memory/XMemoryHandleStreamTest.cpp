@@ -4,10 +4,6 @@
 #include "Memory/XHandleStream.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-
 namespace
 {
 
@@ -168,7 +164,7 @@ TEST( XMemoryHandleStream, TakesNoMemoryForClaims )
         OpenEndedStream stream( claim );
         XMemoryHandle handle;
         handle.Resize( 1 );
-        EXPECT_EQ( 1260u, ErrorOf( [&] { handle.ReadStream2( stream ); } ) );
+        EXPECT_ERROR( 1260, handle.ReadStream2( stream ) );
         EXPECT_EQ( 1u, handle.GetDataSize() );
     }
     EXPECT_LE( manager.GetPeakBytesInUse(), 2u << 20 );

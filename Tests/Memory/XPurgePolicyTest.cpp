@@ -1,8 +1,5 @@
 #include "Memory/TestManager.h"
 #include "Memory/XMemoryBlock.h"
-#include "TestErrors.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {

@@ -3,12 +3,7 @@
 #include "Core/Times/XTimer.h"
 #include "Memory/TestManager.h"
 #include "Memory/XMappedFileMemoryHandle.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
-
-#include <gtest/gtest.h>
-
-#include <vector>
 
 // What a thread waits for that finds no room in the budget, and when it gives up.
 
@@ -195,7 +190,7 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
         const XThreadLock memoryLock( room.manager.GetMemoryMutex() );
         isLocked.Set();
         for ( int turn = 0; turn < 1000; ++turn ) // the other gets to its decision meanwhile
-            EXPECT_EQ( 1012u, ErrorOf( [&] { room.manager.AboutToAllocate( kSize ); } ) );
+            EXPECT_ERROR( 1012, room.manager.AboutToAllocate( kSize ) );
     }
     lock.reset();
     waiter.join();

@@ -2,11 +2,6 @@
 #include "Messaging/XMessageVoid.h"
 #include "Recorder.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <set>
 #include <shared_mutex>
 
 // Eight threads make, destroy, subscribe, mute and deafen speakers and listeners, speak and post, while the

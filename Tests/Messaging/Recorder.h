@@ -3,12 +3,8 @@
 #include "Messaging/XListener.h"
 #include "Messaging/XMessage.h"
 #include "Messaging/XSpeaker.h"
+#include "Testing.h"
 #include "Threads/XThread.h"
-
-#include <functional>
-#include <memory>
-#include <thread>
-#include <vector>
 
 /// Equal when the numbers are.
 class NumberMessage : public XMessage

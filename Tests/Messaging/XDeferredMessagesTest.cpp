@@ -5,13 +5,7 @@
 #include "Messaging/XSpeaker.h"
 #include "Process/WMainLoop.h"
 #include "Recorder.h"
-#include "TestErrors.h"
 #include "Threads/Waiting/WEvent.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-#include <string>
 
 namespace
 {

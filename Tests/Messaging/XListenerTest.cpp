@@ -3,12 +3,6 @@
 #include "Recorder.h"
 #include "Threads/Waiting/WEvent.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <functional>
-#include <thread>
-
 // The ends of listeners, in all orders.
 
 TEST( XListenerTest, SpeakersAndListenersMayDieInAnyOrder )

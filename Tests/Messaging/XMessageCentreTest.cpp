@@ -4,8 +4,6 @@
 #include "Messaging/XSpeaker.h"
 #include "Recorder.h"
 
-#include <gtest/gtest.h>
-
 TEST( XMessageCentreTest, RelaysFromManySpeakersToManyListeners )
 {
     XMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();

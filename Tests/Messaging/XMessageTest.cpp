@@ -5,13 +5,6 @@
 #include "Messaging/XIsMessageTypeOfPairEqual.h"
 #include "Messaging/XMessageVoid.h"
 #include "Recorder.h"
-#include "TestErrors.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <map>
-#include <memory>
 
 TEST( XMessageTest, CopiesKeepTheSenderAndHaveATimeOfTheirOwn )
 {

@@ -3,12 +3,6 @@
 #include "Messaging/XAppMessageCentre.h"
 #include "Recorder.h"
 
-#include <gtest/gtest.h>
-
-#include <deque>
-#include <optional>
-#include <stdexcept>
-
 namespace
 {
 struct Stop : std::runtime_error

@@ -3,10 +3,6 @@
 #include "Network/TestConnection.h"
 
 #include <filesystem>
-#include <functional>
-#include <list>
-#include <mutex>
-#include <random>
 
 /// Descriptors that the process has open; 0 where the system does not show them.
 inline std::ptrdiff_t CountDescriptors()
@@ -96,7 +92,7 @@ inline void EndConnectionsFromEverySide(
     TestListener listener( inMakeServer() );
     const XNetAddress address = listener.GetAddress();
     char byte = 0; // a wait opens what this thread needs for waiting
-    EXPECT_EQ( ErrorOf( [&] { TestConnection().client.ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+    EXPECT_ERROR( 3105, TestConnection().client.ReceiveAnyData( &byte, 1, 1 ) );
     const std::ptrdiff_t before = CountDescriptors();
     std::atomic<unsigned> talks = 0;
     {

@@ -5,10 +5,7 @@
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Jobs/XThreadProgressStrategy.h"
 #include "Network/XNetEndpoint.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
-
-#include <memory>
 
 /// An endpoint that listens on a free port of this machine.
 class TestListener

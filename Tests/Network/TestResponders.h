@@ -1,10 +1,7 @@
 #pragma once
 
 #include "Servers/XNetResponder.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
-
-#include <memory>
 
 /// Sends back each byte; the byte 'a' authenticates, 'd' detaches.
 class EchoResponder : public XNetResponder

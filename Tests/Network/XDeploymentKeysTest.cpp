@@ -2,10 +2,8 @@
 
 #include "Network/TestVariable.h"
 #include "Network/XEncryption.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <string>
+#include "Testing.h"
 
 namespace fs = std::filesystem;
 

@@ -1,10 +1,6 @@
 #include "Network/XEncryption.h"
-#include "TestErrors.h"
 
-#include <array>
-#include <cstring>
-#include <string>
-#include <vector>
+#include "Testing.h"
 
 namespace
 {
@@ -101,7 +97,7 @@ TEST( XEncryptionTest, TEADoesEachBlockByItself )
         EXPECT_EQ( buffer.front() + buffer.back(), 2 * 0xEE );
     }
     char bytes[12] = {};
-    EXPECT_EQ( ErrorOf( [&] { XEncryption::EncryptTEA( bytes, bytes, 12, key.c_str() ); } ), 1006u );
+    EXPECT_ERROR( 1006, XEncryption::EncryptTEA( bytes, bytes, 12, key.c_str() ) );
 }
 
 TEST( XEncryptionTest, WritesBytesAsLetters )

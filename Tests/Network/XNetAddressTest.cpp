@@ -1,9 +1,7 @@
 #include "Network/XNetAddress.h"
 #include "Core/Streams/XMemStream.h"
 #include "Network/Internal/XHostNameCache.h"
-#include "TestErrors.h"
-
-#include <memory>
+#include "Testing.h"
 
 namespace
 {
@@ -39,7 +37,7 @@ TEST( XNetAddressTest, LooksUpWhenAsked )
     XNetAddress unknown( kUnknownHost, 80 );
     EXPECT_EQ( unknown.GetIPAddress( true ), 0u );
     EXPECT_THROW( unknown.LookupIPAddress(), XException );
-    EXPECT_EQ( ErrorOf( [&] { XNetAddress().LookupHostNameFromAddress(); } ), 11001u );
+    EXPECT_ERROR( 11001, XNetAddress().LookupHostNameFromAddress() );
 }
 
 /// A host that has no name is asked once, and one that another address has asked for not again.
@@ -116,6 +114,6 @@ TEST( XNetAddressTest, IsStored )
     {
         XMemStream cut( stored, size );
         cut.SetByteOrder( kMotorolaOrder );
-        EXPECT_EQ( ErrorOf( [&] { std::unique_ptr<XStorable>( cut.ReadObject() ); } ), 1260u ) << size;
+        EXPECT_ERROR( 1260, std::unique_ptr<XStorable>( cut.ReadObject() ) ) << size;
     }
 }

@@ -5,9 +5,6 @@
 #include "Core/Times/XTimer.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 
-#include <cstring>
-#include <vector>
-
 namespace
 {
 
@@ -84,7 +81,7 @@ TEST( XNetEndpointTest, PeeksWithoutTaking )
     SendText( connection.client, "ab" );
     char bytes[4] = {};
     EXPECT_EQ( connection.server->PeekAnyData( bytes, 1, kPatience ), 1u );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
     TestThread sender(
         [&]
         {
@@ -119,7 +116,7 @@ TEST( XNetEndpointTest, LetsTwoThreadsPeek )
     patient.StartThread();
     XThread::SleepCurrentThread( 20 ); // with less it might not wait yet
     char bytes[4];
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
     XThread::SleepCurrentThread( 20 ); // nor have noticed
     SendText( connection.client, "345678" );
     patient.WaitForTerminate( kPatience );
@@ -133,8 +130,8 @@ TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
     const XString line = connection.server->ReceiveLine( "\r\n", kPatience );
     EXPECT_EQ( line.GetStringView(), std::string_view( "a\rb\0c", 5 ) );
     EXPECT_EQ( connection.server->ReceiveLine( "\r\n", kPatience ), "" );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\r\n", 20 ); } ), 3105u );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "", 0 ); } ), 1013u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveLine( "\r\n", 20 ) );
+    EXPECT_ERROR( 1013, connection.server->ReceiveLine( "", 0 ) );
     SendText( connection.client, "all there\n" );
     char byte = 0;
     connection.server->PeekAnyData( &byte, 1, kPatience );
@@ -152,7 +149,7 @@ TEST( XNetEndpointTest, GivesALineNoMoreThanItsTime )
                 connection.client.SendData( block.data(), 65536, kNoTimeout );
         } );
     flood.StartThread();
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\n", 50 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveLine( "\n", 50 ) );
     EXPECT_EQ( connection.server->GetState(), State::kStateConnected );
 }
 
@@ -160,13 +157,13 @@ TEST( XNetEndpointTest, KeepsTimeouts )
 {
     TestConnection connection;
     char byte = 0;
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 0 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveAnyData( &byte, 1, 0 ) );
     const XTimer timer;
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 30 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveAnyData( &byte, 1, 30 ) );
     EXPECT_GE( timer.GetElapsedMS(), 30 );
-    EXPECT_EQ( ErrorOf( [&] { FillUp( connection.client ); } ), 3105u );
+    EXPECT_ERROR( 3105, FillUp( connection.client ) );
     EXPECT_EQ( connection.client.GetState(), State::kStateConnected );
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 1 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.client.Disconnect( 1 ) );
     EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
 }
 
@@ -174,19 +171,18 @@ TEST( XNetEndpointTest, TellsWhyItDoesNotConnect )
 {
     XNetEndpoint endpoint;
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( XNetAddress( 0u, 80 ), kPatience ); } ), 3104u );
-    EXPECT_EQ(
-        ErrorOf( [&] { endpoint.Connect( XNetAddress( "no-such-host.invalid", 80 ), kPatience ); } ), 3104u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( XNetAddress( 0x7F000001, 65536 ), kPatience ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( GetDeafAddress(), kPatience ); } ), 3106u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( GetDeafAddress(), kPatience ); } ), 3106u );
+    EXPECT_ERROR( 3104, endpoint.Connect( XNetAddress( 0u, 80 ), kPatience ) );
+    EXPECT_ERROR( 3104, endpoint.Connect( XNetAddress( "no-such-host.invalid", 80 ), kPatience ) );
+    EXPECT_ERROR( 1013, endpoint.Connect( XNetAddress( 0x7F000001, 65536 ), kPatience ) );
+    EXPECT_ERROR( 3106, endpoint.Connect( GetDeafAddress(), kPatience ) );
+    EXPECT_ERROR( 3106, endpoint.ConnectWithProgress( GetDeafAddress(), kPatience ) );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.SendData( "a", 1, 0 ); } ), 3100u );
+    EXPECT_ERROR( 3100, endpoint.SendData( "a", 1, 0 ) );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
 
     TestConnection connection;
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Connect( GetDeafAddress(), 0 ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Listen(); } ), 1006u );
+    EXPECT_ERROR( 1006, connection.client.Connect( GetDeafAddress(), 0 ) );
+    EXPECT_ERROR( 1006, endpoint.Listen() );
 }
 
 /// The first adapter's address is one of this machine on which nobody listens at that port; the second takes connections.
@@ -201,9 +197,9 @@ TEST( XNetEndpointTest, TriesAdaptersInOrder )
     endpoint.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience );
     EXPECT_EQ( endpoint.GetRemoteAddress().GetIPAddress( false ), kLoopBack );
     XNetEndpoint other;
-    EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kLoopBack } ), kPatience, false ); } ), 3104u );
+    EXPECT_ERROR( 3104, other.Connect( makeAddress( { kLoopBack } ), kPatience, false ) );
     listener->Unbind();
-    EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience ); } ), 3106u );
+    EXPECT_ERROR( 3106, other.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience ) );
 }
 
 /// Another thread may end an attempt while no address is being tried.
@@ -225,7 +221,7 @@ TEST( XNetEndpointTest, TriesNoFurtherAddressOnceDisconnected )
     DisconnectedImp& imp = *owner;
     XNetEndpoint endpoint( std::move( owner ) );
     imp.itsEndpoint = &endpoint;
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( MakeAddress( { 1, 2, 3 }, 80 ), kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, endpoint.Connect( MakeAddress( { 1, 2, 3 }, 80 ), kPatience ) );
     EXPECT_EQ( imp.itsAttempts, 1 );
 }
 
@@ -259,7 +255,7 @@ TEST( XNetEndpointTest, NoticesThatThePeerHasGone )
     EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
     EXPECT_EQ( ReceiveText( *connection.server, 4 ), "last" );
     char byte = 0;
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.server->ReceiveAnyData( &byte, 1, kPatience ) );
     EXPECT_EQ( connection.server->GetState(), State::kStateDisconnected );
     EXPECT_EQ( connection.server->GetTotalBytesRead(), 0u );
 }
@@ -370,7 +366,7 @@ TEST( XNetEndpointTest, EndsWaitsForATurn )
     XThread::SleepCurrentThread( 50 ); // with less they might not wait yet
     second.StopThread( 9 );
     EXPECT_EQ( second.GetThreadReturnCode(), 9 );
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.client.Disconnect( 20 ) );
     first.WaitForTerminate( kPatience );
     EXPECT_EQ( first.GetThreadReturnCode(), 3100 );
 }
@@ -413,8 +409,8 @@ TEST( XNetEndpointTest, ReceivesFromConnectionsOnly )
 {
     TestListener listener;
     char byte = 0;
-    EXPECT_EQ( ErrorOf( [&] { listener->ReceiveAnyData( &byte, 1, 0 ); } ), 3100u );
-    EXPECT_EQ( ErrorOf( [&] { listener->SendData( &byte, 1, 0 ); } ), 3100u );
+    EXPECT_ERROR( 3100, listener->ReceiveAnyData( &byte, 1, 0 ) );
+    EXPECT_ERROR( 3100, listener->SendData( &byte, 1, 0 ) );
     XNetEndpoint client;
     client.Connect( listener.GetAddress(), kPatience ); // listens still
 }
@@ -439,9 +435,9 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
             number = error.GetErrorNumber();
         }
     XNetEndpoint endpoint;
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 50 ); } ), 3105u ) << number;
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 0 ); } ), 3105u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( address, 0 ); } ), 3105u );
+    EXPECT_ERROR( 3105, endpoint.Connect( address, 50 ) ) << number;
+    EXPECT_ERROR( 3105, endpoint.Connect( address, 0 ) );
+    EXPECT_ERROR( 3105, endpoint.ConnectWithProgress( address, 0 ) );
     EXPECT_EQ( AbortConnecting( endpoint, address ), 1001u );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
     TestThread thread(
@@ -499,7 +495,7 @@ TEST( XNetEndpointTest, RemembersItsKeepAliveTime )
         EXPECT_EQ( connection.client.GetKeepAliveTimeMS(), time );
     }
     XNetEndpoint closed;
-    EXPECT_EQ( ErrorOf( [&] { closed.SetKeepAliveTimeMS( 1 ); } ), 3100u );
+    EXPECT_ERROR( 3100, closed.SetKeepAliveTimeMS( 1 ) );
 
     TestListener listener; // whose options the system gives to the connections
     listener->SetKeepAliveTimeMS( 5000 );

@@ -2,9 +2,6 @@
 
 #include "Network/XEncryptedNetStream.h"
 
-#include <cstring>
-#include <vector>
-
 namespace
 {
 
@@ -95,7 +92,7 @@ TEST_P( NetStreamTest, LosesNothingToATimeout )
     itsClient.WriteBuffer8( "12345678", 8 );
     itsClient.Flush();
     itsServer.SetRecvTimeout( 20 );
-    EXPECT_EQ( ErrorOf( [&] { itsServer.ReadBuffer8( bytes, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, itsServer.ReadBuffer8( bytes, 20 ) );
     EXPECT_EQ( itsServer.GetPosition(), 0 );
     itsServer.SetRecvTimeout( kPatience );
     itsServer.ReadBuffer8( bytes, 8 ); // of the size of the write, as TEA has it
@@ -156,13 +153,8 @@ TEST( XNetStreamTest, PadsEachWriteOfTEA )
     EXPECT_EQ( connection.server->GetTotalBytesRead(), 8u );
     server.ReadBuffer8( bytes, 8 );
     EXPECT_EQ( std::string( bytes, 8 ), "abcdefgh" );
-    EXPECT_EQ( ErrorOf( [&] { TestStream( connection.client, { kTEA, 1, kIntelOrder } ); } ), 1006u );
-    EXPECT_EQ(
-        ErrorOf(
-            [&] {
-                TestStream( connection.client, { Algorithm( 3 ), 0, kIntelOrder } );
-            } ),
-        1013u );
+    EXPECT_ERROR( 1006, TestStream( connection.client, { kTEA, 1, kIntelOrder } ) );
+    EXPECT_ERROR( 1013, TestStream( connection.client, { Algorithm( 3 ), 0, kIntelOrder } ) );
 }
 
 /// The key stream of the sender has gone on by what nobody knows, so nothing that follows could be read.
@@ -181,7 +173,7 @@ TEST( XNetStreamTest, SendsNothingAfterAFailedSend )
         EXPECT_EQ( ErrorOf( fillUp ), 3105u );
         connection.server->ForceDisconnect();
         client.SetSendTimeout( kPatience );
-        EXPECT_EQ( ErrorOf( [&] { client.Write8( 1 ); } ), 3100u );
+        EXPECT_ERROR( 3100, client.Write8( 1 ) );
     }
 }
 
@@ -191,7 +183,7 @@ TEST( XNetStreamTest, HasNoOtherPositions )
     XNetStream stream( connection.client, 0, 0, 100 );
     stream.Write32( 1 );
     stream.SeekTo( 4 );
-    EXPECT_EQ( ErrorOf( [&] { stream.SeekTo( 0 ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { stream.SetExtent( 4 ); } ), 1013u );
+    EXPECT_ERROR( 1013, stream.SeekTo( 0 ) );
+    EXPECT_ERROR( 1013, stream.SetExtent( 4 ) );
     EXPECT_FALSE( stream.IsAtEOF() );
 }

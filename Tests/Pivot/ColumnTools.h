@@ -13,11 +13,6 @@
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 #include "Pivot/Tables/XPivotTable.h"
 
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <optional>
-
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -57,7 +52,7 @@ inline void ExpectDamageIsSeen( const XBytes& inBytes )
     for ( std::size_t length = 0; length < inBytes.size(); ++length )
     {
         const XBytes part( inBytes.begin(), inBytes.begin() + static_cast<std::ptrdiff_t>( length ) );
-        EXPECT_EQ( ErrorOf( [&] { Read( part ); } ), 1260u ) << "cut off at " << length;
+        EXPECT_ERROR( 1260, Read( part ) ) << "cut off at " << length;
     }
     for ( std::size_t bit = 0; bit < 8 * inBytes.size(); ++bit )
     {

@@ -1,7 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
 TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
 {
     const XPivotColumnDescriptor volume(

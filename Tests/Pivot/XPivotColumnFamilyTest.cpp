@@ -1,11 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <numeric>
-#include <random>
-
 namespace
 {
 using XRandom = std::minstd_rand;
@@ -210,7 +204,7 @@ TYPED_TEST( XPivotColumnFamily, MovesRowsWithTheirPresence )
     this->ExpectRows( column, *source, rows );
     column.Reorder( { 41, 0, 7 } );
     this->ExpectRows( column, *source, { 3, 0, 7 } );
-    EXPECT_EQ( ErrorOf( [&] { column.Reorder( { 0, 3 } ); } ), 1006u );
+    EXPECT_ERROR( 1006, column.Reorder( { 0, 3 } ) );
     column.InsertEmptyRows( 1, 2 );
     EXPECT_FALSE( column.DoesDataExist( 1 ) || column.DoesDataExist( 2 ) );
     EXPECT_TRUE( IsSameValue( column.GetDataVector()[2], column.GetDefaultValue() ) );

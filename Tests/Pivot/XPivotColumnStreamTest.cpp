@@ -2,9 +2,6 @@
 #include "Pivot/Columns/Internal/XPivotTextPool.h"
 #include "Pivot/Rows/Internal/XPivotRunBlocks.h"
 
-#include <gtest/gtest.h>
-#include <random>
-
 namespace
 {
 // Envelope of a column's descriptor: user-defined, "a", no channel, units "px"; then revision 7 and
@@ -176,7 +173,7 @@ TEST( XPivotColumnStream, RefusesRunsThatTheFlagsDoNotHave )
         EXPECT_EQ( ErrorOfReading( head + runs ), error ) << runs;
         XBytes bytes = FromHex( head + runs );
         XOpenStream open( bytes );
-        EXPECT_EQ( ErrorOf( [&] { std::unique_ptr<XStorable>( open.ReadObject() ); } ), error ) << runs;
+        EXPECT_ERROR( error, std::unique_ptr<XStorable>( open.ReadObject() ) ) << runs;
     }
 }
 
@@ -190,7 +187,7 @@ void ExpectUseAfterTruncation( typename TColumn::XValue inValue )
     {
         const auto column = MakeColumn<TColumn>( { inValue } );
         XMemStream part( whole.GetData(), length );
-        EXPECT_EQ( ErrorOf( [&] { column->ReadStream2( part ); } ), 1260u ) << length;
+        EXPECT_ERROR( 1260, column->ReadStream2( part ) ) << length;
         ASSERT_EQ( column->GetDataVector().size(), column->GetExistsVector().size() ) << length;
         column->SetValue( inValue, 2, true );
         column->InsertEmptyRows( 1, 1 );

@@ -2,10 +2,6 @@
 
 #include "Pivot/ColumnTools.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-
 TEST( XPivotColumnSummary, IsNearerTheExactSumThanAddingInOrder )
 {
     std::mt19937_64 random( 11 );

@@ -1,10 +1,6 @@
 #include "Pivot/ColumnTools.h"
 #include "Pivot/Rows/Internal/XPivotRowFilter.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-
 namespace
 {
 constexpr XPivotFilterRelationship kOrderRelationships[] = {
@@ -95,7 +91,7 @@ TEST( XPivotFilter, HoldsIntegersAgainstTheReferenceAsAnInteger )
         EXPECT_EQ( table.Find( relationship, 1e30 ), table.Expect( relationship, 0x7FFFFFFF ) );
         EXPECT_EQ( table.Find( relationship, kNaN ).size(), relationship == kFilterNotEqual ? 4u : 0u );
     }
-    EXPECT_EQ( ErrorOf( [&] { table.Find( kFilterEqual, XString( "x" ) ); } ), 1000u );
+    EXPECT_ERROR( 1000, table.Find( kFilterEqual, XString( "x" ) ) );
     EXPECT_EQ( XFilteredTable<XPivotUInt32Column>( { 0u, 5u } ).Find( kFilterEqual, -7.0 ), ( XRows{ 0 } ) );
 }
 
@@ -136,10 +132,9 @@ TEST( XPivotFilter, HoldsIdentifiersTimesAndVersions )
 TEST( XPivotFilter, RefusesUnknownRelationships )
 {
     const auto unknown = static_cast<XPivotFilterRelationship>( 7 );
-    EXPECT_EQ( ErrorOf( [&] { XFilteredTable<XPivotFloatColumn>( { 1.0 } ).Find( unknown, 1.0 ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { XFilteredTable<XPivotSInt32Column>( { 1 } ).Find( unknown, 1.0 ); } ), 1006u );
-    EXPECT_EQ(
-        ErrorOf( [&] { XFilteredTable<XPivotStringColumn>( { "1" } ).Find( unknown, 1.0 ); } ), 1006u );
+    EXPECT_ERROR( 1006, XFilteredTable<XPivotFloatColumn>( { 1.0 } ).Find( unknown, 1.0 ) );
+    EXPECT_ERROR( 1006, XFilteredTable<XPivotSInt32Column>( { 1 } ).Find( unknown, 1.0 ) );
+    EXPECT_ERROR( 1006, XFilteredTable<XPivotStringColumn>( { "1" } ).Find( unknown, 1.0 ) );
 }
 
 TEST( XPivotFilter, NeverPassesRowsOfUnknownColumns )

@@ -3,12 +3,6 @@
 
 #include "Pivot/ColumnTools.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <map>
-#include <numeric>
-#include <random>
-
 namespace
 {
 XUUID MakeUUID( unsigned inNumber )

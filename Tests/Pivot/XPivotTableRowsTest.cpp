@@ -1,8 +1,6 @@
 #include "Pivot/ColumnTools.h"
 #include "Pivot/Tables/Internal/XPivotTableGroups.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 /// A number and a text per row, and the row's number before anything moved.
@@ -44,7 +42,7 @@ TEST( XPivotTableSort, TakesEachKeyInItsDirection )
     EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
     table.Sort( XVector<XPivotTable::XSortKey>() );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
-    EXPECT_EQ( ErrorOf( [&] { table.Sort( { { 3 } } ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.Sort( { { 3 } } ) );
 }
 
 TEST( XPivotTableSort, ByOneKeyIsWhatTheColumnDoes )
@@ -75,7 +73,7 @@ TEST( XPivotTableFilter, CombinesWithAndAndOr )
     EXPECT_TRUE( table.FindRows( XFilter::AnyOf( {} ) ).empty() );
     table.FilterRows( XFilter::AllOf( { XFilter::AnyOf( { isTwo, isLong } ), isNotTwo } ) );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 6 } ) );
-    EXPECT_EQ( ErrorOf( [&] { table.FindRows( XFilter( 3, kFilterEqual, 0.0 ) ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.FindRows( XFilter( 3, kFilterEqual, 0.0 ) ) );
 }
 
 TEST( XPivotTableRows, AreDuplicated )
@@ -83,7 +81,7 @@ TEST( XPivotTableRows, AreDuplicated )
     XPivotTable table = MakeTable( { 1.0, 2.0, 3.0 }, { "a", "b", "c" } );
     table.DuplicateRows( { 2, 0, 2 } );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 1, 2, 2, 2 } ) );
-    EXPECT_EQ( ErrorOf( [&] { table.DuplicateRows( { 6 } ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.DuplicateRows( { 6 } ) );
     table.KeepRows( { 1, 5 } );
     table.DuplicateAllRows( 2, true );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 2, 2 } ) );

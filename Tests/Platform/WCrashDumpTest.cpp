@@ -1,12 +1,6 @@
 #include "Process/WCrashDump.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <string_view>
+#include "Testing.h"
 
 TEST( WCrashDumpTest, DescribesStackAndRegisters )
 {

@@ -1,6 +1,6 @@
 #include "Process/WDebugger.h"
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 TEST( WDebuggerTest, IsNotPresentInATestRun )
 {

@@ -1,11 +1,7 @@
 #include "Files/WFile.h"
 
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <array>
-#include <thread>
-#include <vector>
+#include "Testing.h"
 
 namespace
 {
@@ -46,10 +42,10 @@ TEST( WFileTest, ModesDecideWhatBecomesOfAFile )
     EXPECT_EQ( WFile( path, WFile::kRead ).GetSize(), 8u );
     WFile( path, WFile::kReadWrite ).WriteAt( 0, "C", 1 );
     EXPECT_EQ( folder.Read( "old" ), "Contents" );
-    EXPECT_EQ( ErrorOf( [&] { OpenFile( path, WFile::kCreateNew ); } ), 80u );
+    EXPECT_ERROR( 80, OpenFile( path, WFile::kCreateNew ) );
     EXPECT_EQ( WFile( path, WFile::kCreate ).GetSize(), 0u );
-    EXPECT_EQ( ErrorOf( [&] { OpenFile( folder / "none", WFile::kRead ); } ), 2u );
-    EXPECT_EQ( ErrorOf( [&] { OpenFile( folder / "none", WFile::kReadWrite ); } ), 2u );
+    EXPECT_ERROR( 2, OpenFile( folder / "none", WFile::kRead ) );
+    EXPECT_ERROR( 2, OpenFile( folder / "none", WFile::kReadWrite ) );
     EXPECT_NE( ErrorOf( [&] { WFile( path, WFile::kRead ).WriteAt( 0, "x", 1 ); } ), 0u );
     EXPECT_EQ( folder.CountEntries(), 1u );
 }
@@ -58,7 +54,7 @@ TEST( WFileTest, RefusesFolders )
 {
     const TestFolder folder;
     for ( const auto mode : { WFile::kRead, WFile::kReadWrite, WFile::kCreate } )
-        EXPECT_EQ( ErrorOf( [&] { OpenFile( folder.GetPath(), mode ); } ), 336u ) << mode;
+        EXPECT_ERROR( 336, OpenFile( folder.GetPath(), mode ) ) << mode;
 }
 
 TEST( WFileTest, MovesItsFile )

@@ -1,11 +1,8 @@
 #include "Files/WReplaceFile.h"
 
 #include "Ground/XFail.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <memory>
-#include <vector>
+#include "Testing.h"
 
 namespace fs = std::filesystem;
 
@@ -30,7 +27,7 @@ TEST( WReplaceFileTest, TheTargetChangesOnlyOnCommit )
         file.GetFile().WriteAt( 0, "new", 3 );
         EXPECT_EQ( folder.Read( "out.csv" ), "old and longer" );
         file.Commit();
-        EXPECT_EQ( ErrorOf( [&] { file.Commit(); } ), 1006u );
+        EXPECT_ERROR( 1006, file.Commit() );
     }
     EXPECT_EQ( folder.Read( "out.csv" ), "new" );
     Replace( folder / "second.csv", "made" );
@@ -61,7 +58,7 @@ TEST( WReplaceFileTest, LeavesNothingBehindOnFailure )
 TEST( WReplaceFileTest, RefusesWhatItCannotReplace )
 {
     const TestFolder folder;
-    EXPECT_EQ( ErrorOf( [&] { WReplaceFile( folder.GetPath() ); } ), 336u );
+    EXPECT_ERROR( 336, WReplaceFile( folder.GetPath() ) );
     EXPECT_NE( ErrorOf( [&] { WReplaceFile( folder / "missing" / "out" ); } ), 0u );
     EXPECT_EQ( folder.CountEntries(), 0u );
 }
@@ -134,7 +131,7 @@ TEST( WReplaceFileTest, SaysBeforehandWhatCannotBeReplaced )
     const auto file = folder.Write( "file", "old" );
     WReplaceFile::CheckTarget( file );
     WReplaceFile::CheckTarget( folder / "new" );
-    EXPECT_EQ( ErrorOf( [&] { WReplaceFile::CheckTarget( folder.GetPath() ); } ), 336u );
+    EXPECT_ERROR( 336, WReplaceFile::CheckTarget( folder.GetPath() ) );
     EXPECT_NE( ErrorOf( [&] { WReplaceFile::CheckTarget( folder / "missing" / "out" ); } ), 0u );
     EXPECT_EQ( folder.CountEntries(), 1u );
     EXPECT_EQ( folder.Read( "file" ), "old" );
@@ -176,7 +173,7 @@ TEST( WReplaceFileTest, WritesDevicesDirectly )
 {
     if ( !HasFullDevice() )
         GTEST_SKIP() << "no device that is always full";
-    EXPECT_EQ( ErrorOf( [] { Replace( kFullDevice, "x" ); } ), 1263u );
+    EXPECT_ERROR( 1263, Replace( kFullDevice, "x" ) );
     EXPECT_TRUE( HasFullDevice() );
     Replace( "/dev/null", "x" );
     EXPECT_TRUE( fs::is_character_file( "/dev/null" ) );

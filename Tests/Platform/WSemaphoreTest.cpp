@@ -1,13 +1,8 @@
 #include "Threads/Waiting/WSemaphore.h"
 
+#include "Testing.h"
 #include "Threads/WThread.h"
 #include "Threads/Waiting/WEvent.h"
-
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <thread>
-#include <vector>
 
 namespace
 {

@@ -1,11 +1,10 @@
 #include "System/WStringTable.h"
 
-#include <gtest/gtest.h>
-
 TEST( WStringTableTest, TheModuleHoldsTheWholeSourceList )
 {
 #define KORVALE_STRING( inNumber, inText ) EXPECT_EQ( WStringTable::Load( inNumber ), inText );
 #include "System/WStringTable.inc"
+#include "Testing.h"
 #undef KORVALE_STRING
 }
 

@@ -5,7 +5,7 @@
 
 #include "Ground/XFail.h"
 #include "System/WSystemError.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 namespace
 {
@@ -75,7 +75,7 @@ TEST( WSystemExceptionsTest, TakesTheLastSystemErrorAndClearsIt )
     WSystemError::SetLast( 2 );
     EXPECT_EQ( WLastErrorException( 112 ).GetErrorNumber(), 1263u );
     EXPECT_EQ( WSystemError::GetLast(), 2u );
-    EXPECT_EQ( ErrorOf( [] { XThrowLastSystemError(); } ), 2u );
+    EXPECT_ERROR( 2, XThrowLastSystemError() );
     EXPECT_EQ( WSystemError::GetLast(), 0u );
 }
 

@@ -60,5 +60,5 @@ TEST( HTTPClientWaitsTest, EndsAtOnceWhenTheUserAborts )
     } strategy{ nullptr, XSpeaker::kWhenImmediate };
     const OddServer server( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc" );
     const XProgressStrategyChanger changer( &strategy );
-    EXPECT_EQ( ErrorOf( [&] { XHTTPClient( MakeSettings() ).Get( server.GetURL() ); } ), 1001u );
+    EXPECT_ERROR( 1001, XHTTPClient( MakeSettings() ).Get( server.GetURL() ) );
 }

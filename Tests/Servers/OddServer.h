@@ -3,10 +3,6 @@
 #include "Network/TestConnection.h"
 #include "Servers/XHTTPClient.h"
 
-#include <mutex>
-#include <thread>
-#include <utility>
-
 inline XHTTPClient::XSettings MakePatientSettings()
 {
     XHTTPClient::XSettings settings;

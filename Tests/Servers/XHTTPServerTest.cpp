@@ -7,10 +7,8 @@
 #include "Threads/Waiting/WEvent.h"
 #include "Time/WClock.h"
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 namespace
 {

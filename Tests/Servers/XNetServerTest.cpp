@@ -4,8 +4,6 @@
 #include "Core/Times/XTimer.h"
 #include "Servers/XNetServer.h"
 
-#include <list>
-
 namespace
 {
 
@@ -68,7 +66,7 @@ TEST( XNetServerTest, ServesAllConnectionsWithoutAPreamble )
     XNetServer server( "plain" );
     server.SetOnlyResponder( MakeEcho );
     server.Start( 0 );
-    EXPECT_EQ( ErrorOf( [&] { server.Start( 0 ); } ), 1006u );
+    EXPECT_ERROR( 1006, server.Start( 0 ) );
     TestClient client( server );
     EXPECT_EQ( client.Say( 'x' ), 'x' );
     const std::int32_t port = server.GetPort();

@@ -1,10 +1,7 @@
 #include "Services/XSessionLogManager.h"
 
 #include "TestFolder.h"
-
-#include <gtest/gtest.h>
-
-#include <thread>
+#include "Testing.h"
 
 namespace
 {

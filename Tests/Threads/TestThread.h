@@ -1,16 +1,10 @@
 #pragma once
 
 #include "Core/Errors/XException.h"
+#include "Testing.h"
 #include "Threads/Waiting/WEvent.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <thread>
-#include <utility>
-#include <vector>
 
 /// How long a test waits for what must happen, in milliseconds; passed only by a test that fails.
 inline constexpr std::uint32_t kPatience = 60'000;

@@ -1,11 +1,6 @@
 #include "Threads/XConditionVariable.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
-
-#include <gtest/gtest.h>
-
-#include <deque>
 
 namespace
 {
@@ -69,8 +64,8 @@ TEST( XConditionVariable, TimesOutWithTheMutexHeld )
     XConditionVariable condition;
     const XThreadLock lock( mutex );
     condition.Signal(); // nobody waits: lost
-    EXPECT_EQ( 2701u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
-    EXPECT_EQ( 2701u, ErrorOf( [&] { condition.WaitForInputOrSignal( mutex, 5 ); } ) );
+    EXPECT_ERROR( 2701, condition.Wait( mutex, 0 ) );
+    EXPECT_ERROR( 2701, condition.WaitForInputOrSignal( mutex, 5 ) );
     EXPECT_EQ( kWaitResultTimeout, condition.SleepForInputOrSignal( mutex, 0 ) );
     EXPECT_TRUE( condition.Sleep( mutex, 20 ) );
     mutex.AssertIsLockedOnce();
@@ -80,10 +75,10 @@ TEST( XConditionVariable, WantsTheMutexHeldOnce )
 {
     XMutex mutex;
     XConditionVariable condition;
-    EXPECT_EQ( 1006u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+    EXPECT_ERROR( 1006, condition.Wait( mutex, 0 ) );
     const XThreadLock lock( mutex );
     const XThreadLock again( mutex );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+    EXPECT_ERROR( 1006, condition.Wait( mutex, 0 ) );
 }
 
 TEST( XConditionVariable, SignalWakesThoseThatWaitedThenAndNoOthers )

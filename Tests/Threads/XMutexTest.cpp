@@ -2,11 +2,8 @@
 #include "Threads/XConditionVariable.h"
 #include "Threads/XThreadLock.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/Waiting/WEvent.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -68,13 +65,13 @@ TEST( XMutex, IsRecursive )
 TEST( XMutex, TellsMisuse )
 {
     XMutex mutex;
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock(); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.AssertIsLocked(); } ) );
+    EXPECT_ERROR( 1006, mutex.Unlock() );
+    EXPECT_ERROR( 1006, mutex.AssertIsLocked() );
     const XThreadLock lock( mutex );
     const XThreadLock again( mutex );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.AssertIsLockedOnce(); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.AssertIsNotLocked(); } ) );
-    RunTogether( [&] { EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock(); } ) ); } );
+    EXPECT_ERROR( 1006, mutex.AssertIsLockedOnce() );
+    EXPECT_ERROR( 1006, mutex.AssertIsNotLocked() );
+    RunTogether( [&] { EXPECT_ERROR( 1006, mutex.Unlock() ); } );
 }
 
 TEST( XMutex, WaitsAsLongAsItIsToldWhateverTheSpinCount )
@@ -83,10 +80,10 @@ TEST( XMutex, WaitsAsLongAsItIsToldWhateverTheSpinCount )
     {
         XMutex mutex( spinCount );
         Holder holder( mutex );
-        EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 0 ); } ) );
-        EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.WaitForInputOrLock( 0 ); } ) );
+        EXPECT_ERROR( 2701, mutex.Lock( 0 ) );
+        EXPECT_ERROR( 2701, mutex.WaitForInputOrLock( 0 ) );
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( 30 ); } ) );
+        EXPECT_ERROR( 2701, mutex.Lock( 30 ) );
         EXPECT_GE( std::chrono::steady_clock::now() - start, std::chrono::milliseconds( 30 ) );
         holder.LetGo();
         EXPECT_EQ( kWaitResultEvent, mutex.WaitForInputOrLock( kNoTimeout ) );
@@ -182,8 +179,8 @@ TEST( XMutex, TellsABrokenLockOrder )
         const XThreadLock again( first ); // held already
     }
     const XThreadLock lock( third );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { second.Lock(); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { first.Lock(); } ) );
+    EXPECT_ERROR( 1006, second.Lock() );
+    EXPECT_ERROR( 1006, first.Lock() );
     first.AssertIsNotLocked();
 }
 #endif

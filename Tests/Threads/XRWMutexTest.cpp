@@ -1,10 +1,7 @@
 #include "Threads/XRWMutex.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/XRWLock.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -88,7 +85,7 @@ TEST( XRWMutex, PrefersWritersUntilTheyGiveUp )
     std::thread writer(
         [&]
         {
-            EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( kRWLockForWrite, 200 ); } ) );
+            EXPECT_ERROR( 2701, mutex.Lock( kRWLockForWrite, 200 ) );
             hasGivenUp = true;
         } );
     while ( !hasGivenUp && OtherThreadGets( mutex, kRWLockForRead ) )
@@ -128,7 +125,7 @@ TEST( XRWMutex, SharedWriterWaitsForItsReadersToBecomeExclusive )
             mayLeave.Wait();
         } );
     reads.Wait();
-    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( kRWLockForWrite, 10 ); } ) );
+    EXPECT_ERROR( 2701, mutex.Lock( kRWLockForWrite, 10 ) );
     EXPECT_TRUE( OtherThreadGets( mutex, kRWLockForRead ) );
     mayLeave.Set();
     mutex.Lock( kRWLockForWrite );
@@ -165,7 +162,7 @@ TEST( XRWMutex, TellsOfTwoReadersThatWantToWrite )
     reads.Wait();
     while ( OtherThreadGets( mutex, kRWLockForRead ) )
         std::this_thread::yield();
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Lock( kRWLockForWrite ); } ) );
+    EXPECT_ERROR( 1006, mutex.Lock( kRWLockForWrite ) );
     mutex.Unlock( kRWLockForRead );
     other.join();
 }
@@ -173,12 +170,12 @@ TEST( XRWMutex, TellsOfTwoReadersThatWantToWrite )
 TEST( XRWMutex, TellsMisuse )
 {
     XRWMutex mutex;
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForRead ); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForWrite ); } ) );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForRead ) );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForWrite ) );
     const XRWLock shared( mutex, kRWLockForSharedWrite );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForRead ); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForWrite ); } ) );
-    RunTogether( [&] { EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForSharedWrite ); } ) ); } );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForRead ) );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForWrite ) );
+    RunTogether( [&] { EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForSharedWrite ) ); } );
 }
 
 TEST( XRWMutex, HoldsItsPromisesUnderLoad )

@@ -1,14 +1,8 @@
 #include "Threads/XThread.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/Waiting/WSemaphore.h"
 #include "Threads/XRWLock.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <random>
 
 namespace
 {

@@ -1,14 +1,9 @@
 #include "Threads/XThread.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/XMainThread.h"
 #include "Threads/XPreventThreadSuspend.h"
 #include "Threads/XThreadListener.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
 
 namespace
 {
@@ -232,12 +227,12 @@ TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
 {
     HookedThread thread( SleepForEver );
     thread.StartThread();
-    EXPECT_EQ( 2701u, ErrorOf( [&] { thread.WaitForSuspend( 0 ); } ) );
+    EXPECT_ERROR( 2701, thread.WaitForSuspend( 0 ) );
     EXPECT_TRUE( thread.SleepUntilSuspended( 5 ) );
     thread.SuspendThread();
     EXPECT_TRUE( thread.IsThreadSuspended() );
     EXPECT_FALSE( thread.SleepUntilSuspended( 0 ) );
-    EXPECT_EQ( 2701u, ErrorOf( [&] { thread.WaitForTerminate( 5 ); } ) );
+    EXPECT_ERROR( 2701, thread.WaitForTerminate( 5 ) );
     thread.ResumeThread();
     while ( !thread.IsThreadRunning() )
         std::this_thread::yield();
@@ -433,11 +428,8 @@ TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
         {
             EXPECT_EQ( 5u, XThread::GetCurrentThread()->GetTLS().size() );
             EXPECT_EQ( 0u, XTLSRegistry::GetData( XTLSRegistry::kApplicationData1 ) );
-            EXPECT_EQ(
-                1006u,
-                ErrorOf(
-                    []
-                    { XTLSRegistry::AssertNotZeroAndDecrementData( XTLSRegistry::kApplicationData1 ); } ) );
+            EXPECT_ERROR(
+                1006, XTLSRegistry::AssertNotZeroAndDecrementData( XTLSRegistry::kApplicationData1 ) );
             XTLSRegistry::RegisterData( XTLSRegistry::kApplicationData1, 10 );
             XTLSRegistry::IncrementData( XTLSRegistry::kApplicationData1 );
             EXPECT_EQ( 1006u, XException::GetLastError() );
@@ -455,7 +447,7 @@ TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
         {
             EXPECT_EQ( nullptr, XThread::GetCurrentThread() );
             EXPECT_EQ( 0u, XTLSRegistry::GetData( XTLSRegistry::kCurrentJob ) );
-            EXPECT_EQ( 1006u, ErrorOf( [] { XTLSRegistry::RegisterData( XTLSRegistry::kCurrentJob, 1 ); } ) );
+            EXPECT_ERROR( 1006, XTLSRegistry::RegisterData( XTLSRegistry::kCurrentJob, 1 ) );
             XThread::TestCancelCurrentThread();
             XThread::SleepCurrentThread( 1, true );
         } );
@@ -478,7 +470,7 @@ TEST( XThread, TakesPriorityAndAffinity )
     thread.StartThread();
     thread.SetThreadPriority( kThreadPriorityIdle );
     EXPECT_EQ( kThreadPriorityIdle, thread.GetThreadPriority() );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadPriority( static_cast<XThreadPriority>( 7 ) ); } ) );
+    EXPECT_ERROR( 1006, thread.SetThreadPriority( static_cast<XThreadPriority>( 7 ) ) );
     try
     {
         thread.SetThreadPriority( kThreadPriorityTimeCritical );
@@ -490,7 +482,7 @@ TEST( XThread, TakesPriorityAndAffinity )
     }
     EXPECT_EQ( XThread::GetAffinityMaskForAllCPUs(), thread.GetThreadAffinityMask() );
     thread.SetThreadAffinityMask( XThread::GetAffinityMaskForCore( 0 ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadAffinityMask( 0 ); } ) );
+    EXPECT_ERROR( 1006, thread.SetThreadAffinityMask( 0 ) );
     constexpr std::uint32_t kInvalidParameter = 87; // the system's own number
     if ( XThread::GetProcessorCount() < 64 )
     {
@@ -498,6 +490,6 @@ TEST( XThread, TakesPriorityAndAffinity )
     }
     EXPECT_EQ( XThread::GetAffinityMaskForCore( 0 ), thread.GetThreadAffinityMask() );
     const std::uint32_t cores = XThread::GetPhysicalProcessorCoreCount();
-    EXPECT_EQ( 1006u, ErrorOf( [&] { XThread::GetAffinityMaskForCore( cores ); } ) );
+    EXPECT_ERROR( 1006, XThread::GetAffinityMaskForCore( cores ) );
     EXPECT_EQ( XThread::GetProcessorCount(), XThread::GetPercentCPUUsage().size() );
 }

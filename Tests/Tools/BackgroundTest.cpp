@@ -7,13 +7,6 @@
 #include "Program/MemoryBudget.h"
 #include "ProgramRun.h"
 
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <cmath>
-#include <numeric>
-#include <thread>
-
 namespace
 {
 constexpr std::uint32_t kWidth = 61, kHeight = 40, kChannels = 2;

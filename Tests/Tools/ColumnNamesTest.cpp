@@ -3,8 +3,6 @@
 #include "Support/WrongUsage.h"
 #include "TestTables.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 /// What FindColumnByName says of a name that it refuses.

@@ -5,10 +5,6 @@
 #include "TestFolder.h"
 #include "TestTables.h"
 
-#include <bit>
-#include <cstring>
-#include <gtest/gtest.h>
-
 namespace
 {
 template<class T>

@@ -3,9 +3,6 @@
 #include "Images/WImageFile.h"
 #include "Imaging/TestPages.h"
 
-#include <cmath>
-#include <limits>
-
 namespace
 {
 class Overlay : public ProgramRun

@@ -6,9 +6,6 @@
 #include "Plots/XPlotData.h"
 #include "Tables/TableFile.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace
 {
 constexpr auto kInfinity = std::numeric_limits<double>::infinity();

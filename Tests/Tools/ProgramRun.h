@@ -4,11 +4,9 @@
 #include "Program/Program.h"
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
+#include "Testing.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
-#include <string>
-#include <vector>
 
 /// Runs the program as the command line does and keeps what it says.
 class ProgramRun : public testing::Test

@@ -7,10 +7,6 @@
 #include "ProgramRun.h"
 #include "Support/FilePaths.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <iterator>
-
 namespace
 {
 class Program : public ProgramRun

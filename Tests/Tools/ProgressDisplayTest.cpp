@@ -3,9 +3,8 @@
 #include "Core/Errors/XException.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
+#include "Testing.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
 #include <sstream>
 
 TEST( ProgressDisplay, TellsEachTenthOnce )

@@ -9,9 +9,8 @@
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 #include "Pivot/Tables/XPivotTable.h"
+#include "Testing.h"
 
-#include <gtest/gtest.h>
-#include <memory>
 #include <sstream>
 
 namespace

@@ -6,8 +6,6 @@
 #include "Tables/TableFile.h"
 #include "TestTables.h"
 
-#include <algorithm>
-
 namespace
 {
 /// The commands that work on stored tables.

@@ -3,8 +3,8 @@
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Terminal/ProgressDisplay.h"
+#include "Testing.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 
 TEST( TerminalProgressStrategy, GivesBarsToTheOutermostAndOnRequest )

@@ -10,8 +10,7 @@
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 #include "Pivot/Tables/XPivotTable.h"
-
-#include <optional>
+#include "Testing.h"
 
 /// Adds a column of these values; those that are not there are missing.
 template<class Column>

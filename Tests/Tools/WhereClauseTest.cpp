@@ -3,8 +3,6 @@
 #include "Support/WrongUsage.h"
 #include "TestTables.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 using Rows = XVector<std::uint32_t>;

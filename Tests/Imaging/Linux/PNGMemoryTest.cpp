@@ -4,8 +4,6 @@
 #include "Memory/WMemoryLimits.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-
 #include <fstream>
 
 #include <sys/resource.h>

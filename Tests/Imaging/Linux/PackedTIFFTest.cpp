@@ -5,7 +5,6 @@
 #include "Imaging/TestPages.h"
 #include "TestFolder.h"
 
-#include <algorithm>
 #include <tiffio.h>
 
 namespace

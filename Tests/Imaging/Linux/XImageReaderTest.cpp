@@ -4,8 +4,6 @@
 #include "Imaging/XTIFFWriter.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-
 /// An image that waits for those before it holds no descriptor, of which a process has few.
 TEST( XImageReader, CloseTheFileWhenItsPagesAreRead )
 {

@@ -4,12 +4,6 @@
 #include "RefusedMemory.h"
 #include "System/WThreadID.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <memory>
-#include <optional>
-
 namespace
 {
 

@@ -3,13 +3,7 @@
 #include "Memory/TestManager.h"
 #include "Memory/XHandleStream.h"
 #include "Memory/XMappedFileMemoryHandle.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <utility>
 
 #include <unistd.h>
 
@@ -61,7 +55,7 @@ std::pair<std::uint32_t, std::uint32_t> Touch( XMemoryHandle& ioHandle, XLockMod
             ioHandle.SetByte( 100, 7 );
         EXPECT_EQ( inMode & kLockForWrite ? 7 : 0, ioHandle[100] );
         inside = ErrorOf( [&] { ioHandle.CheckIntact(); } );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock second( ioHandle, kLockForRead ); } ) );
+        EXPECT_ERROR( 1020, const XLock second( ioHandle, kLockForRead ) );
     }
     return { inside, ErrorOf( [&] { ioHandle.CheckIntact(); } ) };
 }
@@ -75,7 +69,7 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
         DamagingManager manager;
         auto handle = MakePurged();
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, mode ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
         handle.Purge();
         manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry );
         EXPECT_LT( kSize, manager.GetBytesInUse() ); // what was written is still there
@@ -96,7 +90,7 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
             EXPECT_EQ( 1020u, ErrorOf( attempt ) );
         copy.Empty();
         for ( const USize64 size : { kSize / 2, 2 * kSize } )
-            EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( size ); } ) );
+            EXPECT_ERROR( 1020, handle.Resize( size ) );
         handle.Empty();
         EXPECT_EQ( 0u, manager.GetBytesInUse() );
     }
@@ -125,7 +119,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
     for ( const auto& operation : operations )
     {
         auto handle = MakePurged();
-        EXPECT_EQ( 1020u, ErrorOf( [&] { operation( handle ); } ) );
+        EXPECT_ERROR( 1020, operation( handle ) );
         EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
     }
     // What grows is read, not mapped.
@@ -135,7 +129,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
         auto growing = MakePurged();
         growing.CopyDataTo( bytes, 10 );
         EXPECT_EQ( 0, ::ftruncate( file, 4096 ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { growing.Resize( 2 * kSize ); } ) );
+        EXPECT_ERROR( 1020, growing.Resize( 2 * kSize ) );
         EXPECT_EQ( kSize, growing.GetDataSize() );
     }
     // An object in front of the damage.
@@ -148,7 +142,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
     handle.GetBlock()->Purge();
     manager.whenMapped = []( const WFile& inFile )
     { EXPECT_EQ( 0, ::ftruncate( static_cast<int>( inFile.GetRawHandle() ), 4096 ) ); };
-    EXPECT_EQ( 1020u, ErrorOf( [&] { delete XHandleStream::HandleToObject( handle ); } ) );
+    EXPECT_ERROR( 1020, delete XHandleStream::HandleToObject( handle ) );
 }
 
 TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
@@ -166,7 +160,7 @@ TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
             manager.SetDamaging( false );
         };
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForRead ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
         repair();
         char byte = 1;
         handle.CopyDataTo( &byte, 1 );
@@ -184,8 +178,8 @@ TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
         manager.SetDamaging( true );
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForReadWrite ) );
         repair();
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( &byte, 1 ); } ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( 2 * kSize ); } ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1020, handle.CopyDataTo( &byte, 1 ) );
+        EXPECT_ERROR( 1020, handle.Resize( 2 * kSize ) );
+        EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
     }
 }

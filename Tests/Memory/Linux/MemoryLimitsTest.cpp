@@ -2,10 +2,7 @@
 #include "Memory/WMemoryLimits.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 #include "Startup/WInitCore.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <filesystem>
@@ -70,8 +67,8 @@ TEST( MemoryLimits, AShortDiskCostsNothingThatIsInMemory )
             Fill( second, 2 );
             SetLimit( RLIMIT_FSIZE, kMiB / 2 );
             const std::size_t descriptors = CountDescriptors();
-            EXPECT_EQ( 223u, ErrorOf( [&] { first.GetBlock()->Purge(); } ) );
-            EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle third( kMiB ); } ) );
+            EXPECT_ERROR( 223, first.GetBlock()->Purge() );
+            EXPECT_ERROR( 1012, XMemoryHandle third( kMiB ) );
             EXPECT_EQ( descriptors, CountDescriptors() );
             EXPECT_TRUE( Holds( first, 1 ) );
             EXPECT_TRUE( Holds( second, 2 ) );
@@ -108,9 +105,9 @@ TEST( MemoryLimits, AFullFileSystemIsAnErrorOfThePurge )
         Fill( small, 1 );
         Fill( large, 2 );
         small.GetBlock()->Purge();
-        EXPECT_EQ( 1263u, ErrorOf( [&] { large.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1263, large.GetBlock()->Purge() );
         EXPECT_EQ( 0u, folder.CountEntries() );
-        EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle handle( 3 * kMiB ); } ) );
+        EXPECT_ERROR( 1012, XMemoryHandle handle( 3 * kMiB ) );
         EXPECT_TRUE( Holds( large, 2 ) );
         EXPECT_TRUE( Holds( small, 1 ) );
     }
@@ -132,8 +129,8 @@ TEST( MemoryLimits, ARefusedMappingIsAnError )
                 XMemoryManager::AlignSizeToPageSize( manager.GetAddressSpaceInUse() ) + 64 * kMiB );
             XMappedFileMemoryHandle large( 500 * kMiB );
             const std::size_t descriptors = CountDescriptors();
-            EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock lock( large, kLockForRead ); } ) );
-            EXPECT_EQ( 1012u, ErrorOf( [] { XMemoryHandle heap( 500 * kMiB ); } ) );
+            EXPECT_ERROR( 1020, const XLock lock( large, kLockForRead ) );
+            EXPECT_ERROR( 1012, XMemoryHandle heap( 500 * kMiB ) );
             EXPECT_GE( descriptors + 2, CountDescriptors() );
             EXPECT_TRUE( Holds( first, 1 ) );
             EXPECT_EQ( kMiB, manager.GetBytesInUse() );
@@ -147,7 +144,7 @@ TEST( MemoryLimits, ABlockThatGrowsTakesTheDifference )
     Fill( handle, 1 );
     handle.Resize( 5 * kMiB );
     EXPECT_EQ( 5 * kMiB, manager.GetPeakBytesInUse() );
-    EXPECT_EQ( 1012u, ErrorOf( [&] { handle.Resize( 5 * kMiB + 1 ); } ) );
+    EXPECT_ERROR( 1012, handle.Resize( 5 * kMiB + 1 ) );
     {
         const XLock lock( handle, kLockForWrite );
         EXPECT_EQ( 0, handle[3 * kMiB] );
@@ -287,10 +284,10 @@ TEST( MemoryLimits, AFileThatIsCutOff )
     char bytes[10];
     handle.CopyDataTo( bytes, 10, 90'000 );
     std::filesystem::resize_file( path, 50'000 );
-    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( bytes, 10, 90'000 ); } ) );
+    EXPECT_ERROR( 1020, handle.CopyDataTo( bytes, 10, 90'000 ) );
     EXPECT_EQ( 0, bytes[0] );
-    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( bytes, 10, 0 ); } ) ); // nor does it map any more
-    EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataFrom( bytes, 10 ); } ) );
+    EXPECT_ERROR( 1020, handle.CopyDataTo( bytes, 10, 0 ) ); // nor does it map any more
+    EXPECT_ERROR( 1020, handle.CopyDataFrom( bytes, 10 ) );
     EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
     std::filesystem::resize_file( path, 100'000 );
     handle.CopyDataTo( bytes, 10, 0 );

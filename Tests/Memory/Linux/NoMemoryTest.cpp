@@ -4,8 +4,6 @@
 #include "TestFolder.h"
 #include "Threads/XLock.h"
 
-#include <gtest/gtest.h>
-
 // What is left where the heap has no room for the library's own books.
 
 namespace

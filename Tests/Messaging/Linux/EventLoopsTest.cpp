@@ -2,13 +2,10 @@
 
 #include "Messaging/Recorder.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <poll.h>
-#include <string>
 #include <unistd.h>
 
 // The code of docs/event-loops.md, word for word, with stand-ins for what it uses of other libraries.

@@ -1,11 +1,7 @@
 #include "Messaging/Recorder.h"
 #include "Threads/Waiting/WEvent.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <barrier>
-#include <deque>
 #include <fstream>
 #include <sys/syscall.h>
 #include <unistd.h>

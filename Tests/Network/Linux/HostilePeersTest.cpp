@@ -7,11 +7,7 @@
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
 
-#include <cstring>
 #include <fstream>
-#include <iterator>
-#include <list>
-#include <vector>
 
 #include <arpa/inet.h>
 #include <sched.h>
@@ -125,7 +121,7 @@ TEST( HostilePeersTest, SlowOnesGetNoMoreTimeThanOthers )
         } );
     XNetStream stream( *connection.endpoint, kPatience, 10'000, 4096 );
     EXPECT_EQ( stream.Read32(), 0x78787878u );
-    EXPECT_EQ( ErrorOf( [&] { connection.endpoint->ReceiveLine( "end", 200 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.endpoint->ReceiveLine( "end", 200 ) );
     isOver = true;
     drip.join();
 
@@ -159,7 +155,7 @@ TEST( HostilePeersTest, OnesThatNeverReadBlockOnlyTheirSender )
             connection.endpoint->SendData( block.data(), 1 << 20, inTimeoutMS );
     };
     for ( const std::uint32_t timeout : { 0u, 1u, 30u } )
-        EXPECT_EQ( ErrorOf( [&] { send( timeout ); } ), 3105u );
+        EXPECT_ERROR( 3105, send( timeout ) );
     TestThread endless(
         [&]
         {
@@ -218,7 +214,7 @@ TEST( HostilePeersTest, AHalfClosedConnectionCarriesTheAnswer )
     connection.endpoint->SendData( answer.data(), 100'000, kPatience );
     peer.join();
     EXPECT_EQ( received, answer );
-    EXPECT_EQ( ErrorOf( [&] { connection.endpoint->ReceiveAnyData( bytes, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.endpoint->ReceiveAnyData( bytes, 1, kPatience ) );
 }
 
 /// Where the process has no descriptors left, the log is told once a minute, not at each try.

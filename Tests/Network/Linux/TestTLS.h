@@ -55,9 +55,9 @@ struct TestTLSConnection : TestContexts
             {
                 server = listener.Accept();
                 char byte = 0;
-                EXPECT_EQ( ErrorOf( [&] { server->ReceiveAnyData( &byte, 1, 0 ); } ), 3105u );
+                EXPECT_ERROR( 3105, server->ReceiveAnyData( &byte, 1, 0 ) );
                 while ( client.GetState() != XNetEndpoint::kStateConnected ) // in steps that are too short
-                    EXPECT_EQ( ErrorOf( [&] { server->ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+                    EXPECT_ERROR( 3105, server->ReceiveAnyData( &byte, 1, 1 ) );
             } );
     }
 

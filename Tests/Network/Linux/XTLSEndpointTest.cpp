@@ -5,12 +5,8 @@
 #include "Network/XEncryptedNetStream.h"
 #include "Servers/XNetResponder.h"
 #include "Servers/XNetServer.h"
-#include "TestErrors.h"
 
 #include <openssl/ssl.h>
-
-#include <cstring>
-#include <vector>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -171,14 +167,14 @@ TEST( XTLSEndpointTest, PeeksAcrossRecords )
     TestTLSConnection connection;
     char bytes[4] = {};
     connection.client.SendData( "ab", 2, kPatience );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
     connection.client.SendData( "cd\r\nrest", 8, kPatience );
     connection.server->PeekData( bytes, 4, kPatience );
     EXPECT_EQ( std::string( bytes, 4 ), "abcd" );
     EXPECT_EQ( connection.server->GetWaitingBytes(), 10u );
     EXPECT_EQ( connection.server->ReceiveLine( "\r\n", kPatience ), "abcd" );
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 1 ); } ), 3105u );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 5, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3105, connection.client.Disconnect( 1 ) );
+    EXPECT_ERROR( 3100, connection.server->PeekData( bytes, 5, kPatience ) );
 }
 
 TEST( XTLSEndpointTest, RejectsEachWrongCertificateForItsOwnReason )
@@ -206,13 +202,8 @@ TEST( XTLSEndpointTest, RejectsEachWrongCertificateForItsOwnReason )
         WTLSContext::Settings{ own.text, own.privateKey, authority.Get().text, "server" } );
     expect( Introduce( impostor, server ), 3127, 3124 );
 
-    EXPECT_EQ(
-        ErrorOf(
-            [&] {
-                WTLSContext( { own.text, authority.Get().privateKey, own.text, "x" } );
-            } ),
-        1005u );
-    EXPECT_EQ( ErrorOf( [&] { WTLSContext( { own.text, "no key", own.text, "x" } ); } ), 1005u );
+    EXPECT_ERROR( 1005, WTLSContext( { own.text, authority.Get().privateKey, own.text, "x" } ) );
+    EXPECT_ERROR( 1005, WTLSContext( { own.text, "no key", own.text, "x" } ) );
 }
 
 TEST( XTLSEndpointTest, RejectsPeersThatOfferTooLittle )
@@ -249,11 +240,8 @@ TEST( XTLSEndpointTest, RejectsPeersThatOfferTooLittle )
     getsockname( listener, reinterpret_cast<sockaddr*>( &address ), &size );
     std::thread peer( [&] { ForeignPeer( TLS1_2_VERSION ).Serve( listener ); } );
     XNetEndpoint client = MakeTLSEndpoint( contexts.client );
-    EXPECT_EQ(
-        ErrorOf(
-            [&]
-            { client.Connect( XNetAddress::GetLoopBackAddress( ntohs( address.sin_port ) ), kPatience ); } ),
-        3122u );
+    EXPECT_ERROR(
+        3122u, client.Connect( XNetAddress::GetLoopBackAddress( ntohs( address.sin_port ) ), kPatience ) );
     peer.join();
     close( listener );
 }
@@ -265,7 +253,7 @@ TEST( XTLSEndpointTest, EndsAHandshakeThatTakesTooLong )
     TestListener silent;
     XNetEndpoint client = MakeTLSEndpoint( contexts.client );
     const XTimer timer;
-    EXPECT_EQ( ErrorOf( [&] { client.Connect( silent.GetAddress(), 50 ); } ), 3105u );
+    EXPECT_ERROR( 3105, client.Connect( silent.GetAddress(), 50 ) );
     EXPECT_GE( timer.GetElapsedMS(), 50 );
     EXPECT_EQ( client.GetState(), XNetEndpoint::kStateClosed );
     EXPECT_EQ( AbortConnecting( client, silent.GetAddress() ), 1001u );
@@ -332,14 +320,14 @@ TEST( XTLSEndpointTest, ClosesAConnectionThatHasEnded )
 {
     TestTLSConnection connection;
     char byte = 0; // a wait opens what this thread needs for waiting
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveAnyData( &byte, 1, 1 ) );
     const std::ptrdiff_t before = CountDescriptors();
     connection.client.ForceDisconnect();
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.server->ReceiveAnyData( &byte, 1, kPatience ) );
     EXPECT_EQ( CountDescriptors(), before - 2 );
     TestListener silent;
     const std::ptrdiff_t unconnected = CountDescriptors();
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Connect( silent.GetAddress(), 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.client.Connect( silent.GetAddress(), 20 ) );
     EXPECT_EQ( CountDescriptors(), unconnected );
 }
 
@@ -365,7 +353,7 @@ TEST( XTLSEndpointTest, IsServedBesideStrangers )
         stranger.Connect( address, kPatience );
     say();
     EXPECT_EQ( byte, 'x' );
-    EXPECT_EQ( ErrorOf( [&] { strangers[0].ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, strangers[0].ReceiveAnyData( &byte, 1, kPatience ) );
 }
 
 TEST( XTLSEndpointTest, EndsFromEverySide )

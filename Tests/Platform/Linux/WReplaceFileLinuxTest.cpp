@@ -1,14 +1,12 @@
 #include "Files/WReplaceFile.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
+#include "Testing.h"
 
 #include <csignal>
 #include <fcntl.h>
-#include <memory>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 TEST( WReplaceFileLinuxTest, HasNoNameUntilItTakesItsPlace )
 {

@@ -2,10 +2,7 @@
 
 #include "Files/WFile.h"
 #include "TestFolder.h"
-
-#include <gtest/gtest.h>
-
-#include <thread>
+#include "Testing.h"
 
 #include <sys/mman.h>
 

@@ -1,11 +1,8 @@
 #include "Network/TestResponders.h"
-#include "TestErrors.h"
 
 #include "Network/XPipeEndpointImp.h"
 #include "Servers/XNamedPipeServer.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sys/socket.h>
@@ -13,7 +10,6 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace
 {
@@ -64,7 +60,7 @@ TEST_F( PipeFolderTest, IsTheUsersAlone )
     EXPECT_FALSE( std::filesystem::exists( GetFolder() / "pipe" ) ); // gone with the server
     std::filesystem::permissions( GetFolder(), std::filesystem::perms( 0750 ) );
     XNamedPipeServer server( "pipe" );
-    EXPECT_EQ( ErrorOf( [&] { server.Start(); } ), 1021u );
+    EXPECT_ERROR( 1021, server.Start() );
 }
 
 TEST_F( PipeFolderTest, TakesTheNameOfADeadListenerButNoFile )
@@ -80,7 +76,7 @@ TEST_F( PipeFolderTest, TakesTheNameOfADeadListenerButNoFile )
     Echo( "stale" );
     std::ofstream( GetFolder() / "file" ) << "kept";
     XNamedPipeServer server( "file" );
-    EXPECT_EQ( ErrorOf( [&] { server.Start(); } ), 10048u );
+    EXPECT_ERROR( 10048, server.Start() );
     EXPECT_TRUE( std::filesystem::exists( GetFolder() / "file" ) );
 }
 
@@ -134,7 +130,7 @@ TEST_F( PipeFolderTest, LeavesANameToABusyListener )
             error = exception.GetErrorNumber();
         }
     EXPECT_EQ( error, 3105u );
-    EXPECT_EQ( ErrorOf( [] { XPipeEndpointImp::BindTo( "busy" ); } ), 10048u );
+    EXPECT_ERROR( 10048, XPipeEndpointImp::BindTo( "busy" ) );
 }
 
 TEST_F( PipeFolderTest, TellsWhichPipeCannotBe )

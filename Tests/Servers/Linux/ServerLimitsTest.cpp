@@ -3,8 +3,6 @@
 #include "Servers/XNetResponder.h"
 #include "Servers/XNetServer.h"
 
-#include <list>
-
 #include <sys/resource.h>
 #include <unistd.h>
 

@@ -1,12 +1,6 @@
 #include "RefusedMemory.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
 #include "Threads/XThreadListener.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <memory>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -44,7 +38,7 @@ TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
     } listener;
     TestThread thread( [] { return 7; } );
     sIsShort = true;
-    EXPECT_EQ( 1012u, ErrorOf( [&] { thread.StartThread(); } ) );
+    EXPECT_ERROR( 1012, thread.StartThread() );
     sIsShort = false;
     EXPECT_EQ( XThread::kThreadNotRunning, thread.GetNextThreadState() );
     EXPECT_EQ( 0u, listener.sum );

@@ -1,14 +1,7 @@
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
-#include <string>
 
 #include <sched.h>
 #include <sys/resource.h>

@@ -3,11 +3,7 @@
 #include "Measuring/StackBackground.h"
 #include "Memory/TestManager.h"
 #include "Support/FilePaths.h"
-#include "TestErrors.h"
 #include "Tools/ProgramRun.h"
-
-#include <atomic>
-#include <limits>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -119,5 +115,5 @@ TEST_F( DamagedPage, AndItsOverlayIsNotDrawn )
     overlay.Keep( std::move( sketch ), memory );
     PurgeAll();
     DamageNextView();
-    EXPECT_EQ( ErrorOf( [&] { overlay.Take( memory ); } ), 1020u );
+    EXPECT_ERROR( 1020, overlay.Take( memory ) );
 }

@@ -2,8 +2,7 @@
 #include "RefusedMemory.h"
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
-
-#include <deque>
+#include "Testing.h"
 
 // What becomes of output files where memory ends.
 
