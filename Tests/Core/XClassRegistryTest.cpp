@@ -129,25 +129,27 @@ TEST_F( XClassRegistryTest, DescribesClassesAndAliases )
 TEST_F( XClassRegistryTest, MakesObjectsWhileClassesComeAndGo )
 {
     std::atomic<bool> isDone = false;
-    std::thread writer(
-        [&]
-        {
-            for ( unsigned i = 0; i < 2000; ++i )
-            {
-                const XVersion version( 61020 + i % 4, 0 );
-                XClassRegistry::RegisterClassA( version, kBase, Create, Create, CreateDefault, "Passing" );
-                XClassRegistry::UnregisterClassA( version );
-            }
-            isDone = true;
-        } );
-    while ( !isDone )
+    const auto write = [&]
     {
-        EXPECT_EQ( Made( XClassRegistry::CreateObject( kBase ) ), "default" );
-        EXPECT_TRUE( XClassRegistry::IsA( kLeaf, kBase ) );
-        const std::uint32_t error = ErrorOrZero( [] { delete XClassRegistry::CreateObject( 61020 ); } );
-        EXPECT_TRUE( error == 0 || error == 1003 ) << error;
-    }
-    writer.join();
+        for ( unsigned i = 0; i < 2000; ++i )
+        {
+            const XVersion version( 61020 + i % 4, 0 );
+            XClassRegistry::RegisterClassA( version, kBase, Create, Create, CreateDefault, "Passing" );
+            XClassRegistry::UnregisterClassA( version );
+        }
+        isDone = true;
+    };
+    const auto make = [&]
+    {
+        while ( !isDone )
+        {
+            EXPECT_EQ( Made( XClassRegistry::CreateObject( kBase ) ), "default" );
+            EXPECT_TRUE( XClassRegistry::IsA( kLeaf, kBase ) );
+            const std::uint32_t error = ErrorOrZero( [] { delete XClassRegistry::CreateObject( 61020 ); } );
+            EXPECT_TRUE( error == 0 || error == 1003 ) << error;
+        }
+    };
+    RunTogether( write, make );
 }
 
 TEST_F( XClassRegistryTest, NumbersOfTheLibraryAreNotForOthers )

@@ -61,19 +61,16 @@ TEST( XDataRegistry, SharesObjectsAndLetsGoOutsideItsLock )
 TEST( XDataRegistry, ServesSeveralThreads )
 {
     XDataRegistry& registry = XDataRegistry::GetProcessRegistry();
-    XVector<std::thread> threads;
-    for ( int k = 0; k < 4; ++k )
-        threads.emplace_back(
-            [&registry, k]
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( int i = 0; i < 2000; ++i )
             {
-                for ( int i = 0; i < 2000; ++i )
-                {
-                    registry.SetValue( "shared", k );
-                    registry.FindValue<int>( "shared" );
-                    registry.Remove( "shared" );
-                }
-            } );
-    for ( std::thread& thread : threads )
-        thread.join();
+                registry.SetValue( "shared", inThread );
+                registry.FindValue<unsigned>( "shared" );
+                registry.Remove( "shared" );
+            }
+        } );
     EXPECT_TRUE( registry.GetKeys().empty() );
 }

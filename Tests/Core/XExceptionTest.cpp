@@ -23,17 +23,6 @@ TEST( XExceptionTest, SaysWhyTheCommandFailed )
     EXPECT_EQ( MessageOf( XException( 0xFFFFFFFFu ) ), "an error occurred (4294967295)" );
 }
 
-TEST( XExceptionTest, TakesTextsFromTheStringTable )
-{
-    EXPECT_EQ( MessageOf( XException( 1011 ) ), "the item is read-only and cannot be modified. (1011)" );
-    EXPECT_EQ( MessageOf( XException( 1019 ) ), "the process is exitting (1019)" );
-    EXPECT_EQ( MessageOf( XException( 1354 ) ), "the string is too long (1354)" );
-    EXPECT_EQ( MessageOf( XException( 3209 ) ), "the pivot column ID is unknown (3209)" );
-    EXPECT_EQ( MessageOf( XException( 1266 ) ), "some of the selected files could not be imported (1266)" );
-    // A resource identifier has 16 bits; a number that only agrees in these has no text.
-    EXPECT_EQ( MessageOf( XException( 0x10000u + 1005u ) ), "an error occurred (66541)" );
-}
-
 TEST( XExceptionTest, RegisteredTextsComeFirst )
 {
     const std::string original = MessageOf( XException( 1014 ) );
@@ -50,18 +39,6 @@ TEST( XExceptionTest, UnderstandsNumbersOfTheOlderPlatform )
     const std::string network = MessageOf( XException( 3052 ) );
     EXPECT_EQ(
         MessageOf( XException( 0xFFFFF7D1u ) ), network.substr( 0, network.find( " (" ) ) + " (4294965201)" );
-}
-
-TEST( XExceptionTest, SilentErrorsAreNeitherLoggedNorReported )
-{
-    for ( const std::uint32_t silent : { 1001u, 1019u, 2702u } )
-    {
-        EXPECT_FALSE( XException( silent ).ShouldLogError() ) << silent;
-        EXPECT_FALSE( XException( silent ).ShouldReportError() ) << silent;
-    }
-    EXPECT_TRUE( XException( 1005 ).ShouldLogError() );
-    EXPECT_TRUE( XException( 1005 ).ShouldReportError() );
-    EXPECT_FALSE( XException( 1005 ).IsCrashError() );
 }
 
 TEST( XExceptionTest, RemembersTheLastErrorOfThisThread )

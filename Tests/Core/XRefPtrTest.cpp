@@ -134,17 +134,15 @@ TEST( XRefPtr, CountsAcrossThreads )
 {
     int alive = 0;
     XRefPtr<XThing> shared = XMakeRef<XThing>( &alive );
-    XVector<std::thread> threads;
-    for ( int k = 0; k < 4; ++k )
-        threads.emplace_back(
-            [own = shared]
-            {
-                for ( int i = 0; i < 20000; ++i )
-                    const XRefPtr<XThing> copy = own;
-            } );
+    std::vector<XRefPtr<XThing>> owned( 4, shared );
     shared.Reset();
-    for ( std::thread& thread : threads )
-        thread.join();
-    threads.clear();
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( int i = 0; i < 20000; ++i )
+                const XRefPtr<XThing> copy = owned[inThread];
+            owned[inThread].Reset();
+        } );
     EXPECT_EQ( alive, 0 );
 }

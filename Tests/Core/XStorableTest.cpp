@@ -212,15 +212,6 @@ TEST_F( XStorableTest, RefusesOtherClassesAndNewerRevisions )
     Read( FromHex( "61ea0000 61ea0000 00000000" ) ); // older
 }
 
-TEST_F( XStorableTest, EndsHostileNestingWithAnError )
-{
-    XBytes bytes;
-    const XBytes level = FromHex( "62ea0000 61ea0100 00000000 62ea0000" );
-    for ( unsigned i = 0; i < 100000; ++i )
-        bytes.insert( bytes.end(), level.begin(), level.end() );
-    EXPECT_ERROR( 1005, Read( bytes ) );
-}
-
 TEST_F( XStorableTest, WritesNothingNestedTooDeepToBeRead )
 {
     const auto nest = []( unsigned inDepth )

@@ -83,7 +83,7 @@ TEST_F( XStreamFields, TellWhyAnObjectIsRefused )
     const auto position = itsStream.GetPosition();
     EXPECT_ERROR( kErrorStreamCorrupted, itsStream.ReadObjectOf<Other>() );
     EXPECT_EQ( itsStream.GetPosition(), position ); // nothing was made of it
-    EXPECT_NE( itsRecorder.text.find( "has no place here" ), std::string::npos );
+    EXPECT_CONTAINS( itsRecorder.text, "has no place here" );
 }
 
 TEST_F( XStreamFields, EndWithWhatTheObserverThrows )

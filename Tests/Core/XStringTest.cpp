@@ -8,22 +8,6 @@
 
 namespace
 {
-/// The expression of the internal error that the action raises.
-template<class Action>
-std::string AssertionOf( Action inAction )
-{
-    try
-    {
-        inAction();
-    }
-    catch ( const XInternalException& exception )
-    {
-        return exception.GetExpression();
-    }
-    ADD_FAILURE() << "no internal error";
-    return {};
-}
-
 std::string RandomText( std::mt19937& ioRandom, std::string_view inAlphabet, std::size_t inMaxLength )
 {
     std::string text( ioRandom() % ( inMaxLength + 1 ), ' ' );
@@ -112,13 +96,15 @@ TEST( XStringTest, IsMadeFromEveryKindOfText )
 TEST( XStringTest, RefusesNullPointers )
 {
     XString string( "kept" );
-    EXPECT_EQ( AssertionOf( [] { XString( static_cast<const unsigned char*>( nullptr ) ); } ), "str" );
-    EXPECT_EQ( AssertionOf( [] { XString( static_cast<const char*>( nullptr ) ); } ), "str" );
-    EXPECT_EQ(
-        AssertionOf( [&] { string.CopyFromPtr( static_cast<const wchar_t*>( nullptr ), 1 ); } ), "ptr" );
-    EXPECT_EQ( AssertionOf( [&] { string.CopyFromPtr( static_cast<const char*>( nullptr ), 1 ); } ), "ptr" );
-    EXPECT_EQ( AssertionOf( [&] { string.Strip( XString::kStripBoth, '\0' ); } ), "whichChar != '\\0'" );
-    EXPECT_EQ( AssertionOf( [&] { string[5] = 'x'; } ), "index < itsStorage->size" );
+    EXPECT_CONTAINS( TextOfError( [] { XString( static_cast<const unsigned char*>( nullptr ) ); } ), "str" );
+    EXPECT_CONTAINS( TextOfError( [] { XString( static_cast<const char*>( nullptr ) ); } ), "str" );
+    EXPECT_CONTAINS(
+        TextOfError( [&] { string.CopyFromPtr( static_cast<const wchar_t*>( nullptr ), 1 ); } ), "ptr" );
+    EXPECT_CONTAINS(
+        TextOfError( [&] { string.CopyFromPtr( static_cast<const char*>( nullptr ), 1 ); } ), "ptr" );
+    EXPECT_CONTAINS(
+        TextOfError( [&] { string.Strip( XString::kStripBoth, '\0' ); } ), "whichChar != '\\0'" );
+    EXPECT_CONTAINS( TextOfError( [&] { string[5] = 'x'; } ), "index < itsStorage->size" );
     EXPECT_EQ( string, "kept" );
     string.CopyFromPtr( static_cast<const wchar_t*>( nullptr ), 0 );
     EXPECT_TRUE( string.IsEmpty() );
@@ -253,21 +239,6 @@ TEST( XStringTest, EditsLinesAndRuns )
     EXPECT_EQ( cut.GetStringView(), std::string_view( "x\0ab", 4 ) );
 }
 
-TEST( XStringTest, AppendsAndReplacesInLongText )
-{
-    XString string;
-    std::string expected;
-    for ( std::int64_t i = 0; i < 20000; ++i )
-    {
-        string += i;
-        string += ", ";
-        expected += std::to_string( i ) + ", ";
-    }
-    EXPECT_EQ( string, expected );
-    EXPECT_EQ( string.Replace( ", ", "" ), 20000u );
-    EXPECT_EQ( string.Find( "1999819999" ), static_cast<SSize64>( string.GetLength() - 10 ) );
-}
-
 TEST( XStringTest, FindsAtTheLimits )
 {
     const XString string( "abcabC" );
@@ -381,7 +352,7 @@ TEST( XStringTest, ComparesWithPlainTextOnEitherSide )
         std::string( "file9" ) <= string && string >= std::string( "file9" ) && !( string > changeable ) );
     EXPECT_TRUE(
         "file10" == changeable && changeable != pointer && pointer != string && array != changeable );
-    EXPECT_EQ( AssertionOf( [&] { return string < static_cast<const char*>( nullptr ); } ), "str" );
+    EXPECT_CONTAINS( TextOfError( [&] { return string < static_cast<const char*>( nullptr ); } ), "str" );
 }
 
 TEST( XStringTest, OrdersLongRowsOfPointsAndSignsInReasonableTime )

@@ -76,18 +76,6 @@ TEST( XTimePeriod, DescribesItself )
         std::string( XTimePeriod( 1.0, XTimePeriod::kTimepoints ).GetUnitDescription() ), "time point" );
 }
 
-TEST( XTimePeriod, MapsUnitsToMenuPositionsAndBack )
-{
-    for ( std::uint32_t index = 0; index < XTimePeriod::kUnitCount; ++index )
-    {
-        const XTimePeriod::XUnit unit = XTimePeriod::GetTimePeriodUnitsFromMenuIndex( index );
-        EXPECT_EQ( XTimePeriod::GetTimePeriodMenuIndexFromUnits( unit ), index );
-    }
-    EXPECT_EQ( XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 0 ), XTimePeriod::kMicroSeconds );
-    EXPECT_ERROR( 1013, XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 8 ) );
-    EXPECT_ERROR( 1013, XTimePeriod::GetTimePeriodMenuIndexFromUnits( XTimePeriod::XUnit( 8 ) ) );
-}
-
 TEST( XTimePeriod, RefusesCorruptStreams )
 {
     XMemStream stream;

@@ -2,22 +2,6 @@
 
 #include "Testing.h"
 
-TEST( XTimer, NeverExpiresWithoutALimit )
-{
-    XTimer timer;
-    EXPECT_FALSE( timer.HasExpired() );
-    EXPECT_FALSE( timer.RestartIfExpired() );
-    EXPECT_EQ( timer.GetRemainingMS(), kNoTimeout );
-}
-
-TEST( XTimer, ExpiresAtOnceWithALimitOfNothing )
-{
-    XTimer timer( 0 );
-    EXPECT_TRUE( timer.HasExpired() );
-    EXPECT_TRUE( timer.RestartIfExpired() );
-    EXPECT_EQ( timer.GetRemainingMS(), 0u );
-}
-
 TEST( XTimer, CountsDownToItsLimit )
 {
     XTimer timer( 20 );

@@ -23,17 +23,6 @@ XUUID MakeRandomID( std::mt19937& ioRandom )
 
 } // namespace
 
-TEST( XUUID, IsNilUntilItIsSet )
-{
-    XUUID id;
-    EXPECT_TRUE( id.IsNil() );
-    EXPECT_EQ( std::string( XUUID::kNilID.UUIDToString() ), "00000000-0000-0000-0000-000000000000" );
-    id.GenerateNewID();
-    EXPECT_FALSE( id.IsNil() );
-    id.SetNil();
-    EXPECT_EQ( id, XUUID::kNilID );
-}
-
 TEST( XUUID, WritesBytesInStoredOrder )
 {
     const XUUID id( kSampleBytes );
@@ -126,16 +115,13 @@ TEST( XUUID, GeneratesRandomIdentifiersOfVersionFour )
 TEST( XUUID, GeneratesDifferentIdentifiersOnEveryThread )
 {
     XVector<XUUID> ids( 400 );
-    XVector<std::thread> threads;
-    for ( std::size_t k = 0; k < 4; ++k )
-        threads.emplace_back(
-            [&ids, k]
-            {
-                for ( std::size_t i = k * 100; i < ( k + 1 ) * 100; ++i )
-                    ids[i].GenerateNewID();
-            } );
-    for ( std::thread& thread : threads )
-        thread.join();
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( std::size_t i = inThread * 100; i < ( inThread + 1 ) * 100; ++i )
+                ids[i].GenerateNewID();
+        } );
     EXPECT_EQ( std::set<XUUID>( ids.begin(), ids.end() ).size(), ids.size() );
 }
 

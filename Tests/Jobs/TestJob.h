@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Jobs/XFunctionJob.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XThreadProgressStrategy.h"
 #include "Testing.h"
 #include "Threads/XThread.h"
 
@@ -56,6 +58,13 @@ private:
     std::mutex itsMutex;
     std::condition_variable itsIsOpen;
     std::uint32_t itsCount;
+};
+
+/// Aborts what it is asked to show.
+struct AbortingStrategy : XThreadProgressStrategy
+{
+    using XThreadProgressStrategy::XThreadProgressStrategy;
+    void Yield() override { XProgress::Abort(); }
 };
 
 /// A body that ends only when it is stopped.

@@ -239,11 +239,7 @@ TEST( XJobQueueStressTest, AllQueuesAreStoppedWhileTheyComeAndGo )
             EXPECT_NO_THROW( queue.WaitForQueueEmpty( 60000 ) ); // for those that others have stopped
         }
     };
-    std::vector<std::thread> threads;
-    for ( unsigned thread = 0; thread < kThreads; ++thread )
-        threads.emplace_back( work );
-    for ( std::thread& thread : threads )
-        thread.join();
+    RunTogether( work, work, work, work );
     EXPECT_GE( counts.made, kTurns * 4 * static_cast<int>( kThreads ) );
     EXPECT_EQ( counts.made, counts.gone );
     EXPECT_EQ( counts.completedTwice, 0 );

@@ -428,31 +428,6 @@ TEST_F( XJobQueueTest, AJobMayStopAndSuspendItsOwnQueue )
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped } ) );
 }
 
-TEST_F( XJobQueueTest, AllQueuesStopThoughJobsOwnSomeOfThem )
-{
-    struct OwningJob : TestJob
-    {
-        OwningJob() : TestJob( DoNothing ) { inner.AttachJob( new TestJob( DoNothing ) ); }
-        XJobQueue inner;
-    };
-    itsQueue.Start();
-    itsQueue.AttachJob( new OwningJob, true ); // destroyed by the thread that stops
-    Gate running( 1 );
-    Attach(
-        [&]
-        {
-            XJobQueue inner;
-            inner.Start();
-            inner.AttachJob( new TestJob( RunUntilStopped ) );
-            running.CountDown();
-            RunUntilStopped();
-        } );
-    running.Wait();
-    XJobQueue::StopAllJobQueues();
-    EXPECT_TRUE( itsQueue.IsQueueEmpty() );
-    EXPECT_FALSE( itsQueue.IsRunning() );
-}
-
 TEST_F( XJobQueueTest, AJobStopsAllQueuesAndItselfLast )
 {
     XJobQueue later;
@@ -499,22 +474,6 @@ TEST_F( XJobQueueTest, JobsThatStopAllQueuesDoNotWaitForOneAnother )
     EXPECT_FALSE( itsQueue.IsRunning() );
 }
 
-TEST_F( XJobQueueTest, AStopThatComesTooLateHitsNobodyElse )
-{
-    itsQueue.Start();
-    for ( int turn = 0; turn < 1500; ++turn )
-    {
-        Attach( DoNothing, 1 );
-        Attach( XThread::TestCancelCurrentThread, 2 );
-        itsQueue.AsyncStopTaggedJobs( { 1, 3 } );
-        itsQueue.SuspendTaggedJobs( 3 );
-    }
-    itsQueue.WaitForQueueEmpty();
-    const Codes codes = itsCodes.Get();
-    EXPECT_EQ( codes.size(), 3000u );
-    EXPECT_GE( std::count( codes.begin(), codes.end(), 0u ), 1500 );
-}
-
 TEST_F( XJobQueueTest, DeletedJobsAreNotCompletedUnlessTheyRun )
 {
     itsQueue.Start();
@@ -548,11 +507,6 @@ TEST_F( XJobQueueTest, MessagesReachTheSelectedJobsOnce )
 
 TEST_F( XJobQueueTest, WaitsEndByTheirTimeByAnAbortAndByAStop )
 {
-    class AbortingStrategy : public XThreadProgressStrategy
-    {
-    public:
-        void Yield() override { XProgress::Abort(); }
-    };
     itsQueue.Start();
     AttachRunning( 1 );
     EXPECT_ERROR( 1006, itsQueue.AttachJob( nullptr ) );

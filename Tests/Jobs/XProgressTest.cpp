@@ -53,24 +53,6 @@ protected:
     }
 };
 
-class BodyThread : public XThread
-{
-public:
-    explicit BodyThread( std::function<void()> inBody )
-        : XThread( "BodyThread", kThreadPriorityNormal ), itsBody( std::move( inBody ) )
-    {
-    }
-    ~BodyThread() override { SleepUntilTerminate( kNoTimeout ); }
-
-private:
-    std::int32_t RunThreadSelf() override
-    {
-        itsBody();
-        return 0;
-    }
-    std::function<void()> itsBody;
-};
-
 } // namespace
 
 TEST_F( XProgressTest, NeverDecreasesAndStaysWithinItsMaximum )
@@ -177,7 +159,7 @@ TEST_F( XProgressTest, IsInvalidWithoutStrategyOrWhileDisabled )
     EXPECT_EQ( itsListener.TakeChanges(), Changes() );
 
     bool isValid = true;
-    std::thread( [&] { isValid = XProgress( 3 ).IsValid() || XProgress::IsProgressBarUp(); } ).join();
+    RunTogether( [&] { isValid = XProgress( 3 ).IsValid() || XProgress::IsProgressBarUp(); } );
     EXPECT_FALSE( isValid );
 }
 
@@ -242,9 +224,14 @@ TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
         std::atomic<int>& itsLive;
     };
     std::atomic<int> live = 0;
-    BodyThread thread( [&live] { XProgress::SetProgressStrategy( new Counted( live ) ); } );
+    TestThread thread(
+        [&live]
+        {
+            XProgress::SetProgressStrategy( new Counted( live ) );
+            return 0;
+        } );
     thread.StartThread();
-    thread.WaitForTerminate();
+    thread.Finish();
     EXPECT_EQ( live, 0 );
 }
 
@@ -301,33 +288,23 @@ TEST( XProgressChangedMessage, TravelsThroughAStream )
 
 TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
 {
-    XMutex mutex;
-    XConditionVariable mayEnd;
-    bool isEnding = false;
-    BodyThread thread(
+    WEvent mayEnd;
+    TestThread thread(
         [&]
         {
-            const XThreadLock lock( mutex );
-            while ( !isEnding )
-                mayEnd.Wait( mutex );
+            mayEnd.Wait();
+            return 0;
         } );
     thread.StartThread();
     EXPECT_ERROR( 2701, thread.WaitForTerminateWithProgress( 0 ) );
     EXPECT_ERROR( 2701, thread.WaitForSuspendWithProgress( 20, 1000, false ) );
 
-    struct AbortingStrategy : XThreadProgressStrategy
-    {
-        void Yield() override { XProgress::Abort(); }
-    } strategy;
+    AbortingStrategy strategy;
     {
         const XProgressStrategyChanger changer( &strategy );
         EXPECT_ERROR( 1001, thread.WaitForTerminateWithProgress() );
     }
-    {
-        const XThreadLock lock( mutex );
-        isEnding = true;
-        mayEnd.Broadcast();
-    }
+    mayEnd.Set();
     thread.WaitForTerminateWithProgress();
     EXPECT_EQ( thread.GetThreadReturnCode(), 0 );
 }

@@ -169,7 +169,7 @@ inline void Fill( XMemoryHandle& ioHandle, unsigned inSeed )
 {
     const XLock lock( ioHandle, kLockForWrite );
     auto* data = static_cast<std::uint8_t*>( ioHandle.GetData() );
-    for ( USize64 i = 0; i < ioHandle.GetDataSize(); ++i )
+    for ( USize64 i = 0, size = ioHandle.GetDataSize(); i < size; ++i )
         data[i] = static_cast<std::uint8_t>( ( i >> 8 ) * 31 + i + inSeed );
 }
 
@@ -177,7 +177,7 @@ inline bool Holds( XMemoryHandle& ioHandle, unsigned inSeed )
 {
     const XLock lock( ioHandle, kLockForRead );
     const auto* data = static_cast<const std::uint8_t*>( ioHandle.GetData() );
-    for ( USize64 i = 0; i < ioHandle.GetDataSize(); ++i )
+    for ( USize64 i = 0, size = ioHandle.GetDataSize(); i < size; ++i )
         if ( data[i] != static_cast<std::uint8_t>( ( i >> 8 ) * 31 + i + inSeed ) )
             return false;
     return true;

@@ -162,32 +162,6 @@ TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
     EXPECT_EQ( "inner", TextOf( handle ) );
 }
 
-TEST( XMappedFileMemoryBlock, PublicChangesGoToTheFile )
-{
-    TestManager manager;
-    const TestFolder folder;
-    const auto path = MakeFile( folder );
-    {
-        auto handle = Present( path, Block::kPublic );
-        XMappedFileMemoryHandle copy( handle );
-        handle.CopyDataFrom( "j", 1 );
-        EXPECT_EQ( "jello", TextOf( copy ) );
-        EXPECT_ERROR( 1013, handle.SetSwapOnLock( kSwap16 ) );
-        XMemoryHandle clone = handle.CloneMemory();
-        clone.CopyDataFrom( "c", 1 );
-        copy = XMappedFileMemoryHandle();
-        handle.Purge();
-        EXPECT_EQ( "jello", TextOf( handle ) );
-        handle.Resize( kSize );
-        const XLock lock( handle, kLockForWrite );
-        handle.SetByte( kSize - 1, 'z' );
-    }
-    const std::string contents = folder.Read( "data" );
-    EXPECT_EQ( 70'000 + kSize, contents.size() );
-    EXPECT_EQ( "jello", contents.substr( 70'000, 5 ) );
-    EXPECT_EQ( 'z', contents.back() );
-}
-
 // What is shared, copied or resized in any state of the locks remains a range of the file.
 TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
 {
@@ -198,8 +172,11 @@ TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
     handle.Resize( kSize );
     EXPECT_EQ( kSize, handle.GetDataSize() );
     EXPECT_EQ( kSize - 70'000, copy.GetDataSize() );
+    EXPECT_ERROR( 1013, handle.SetSwapOnLock( kSwap16 ) );
+    handle.CloneMemory().CopyDataFrom( "c", 1 );
     handle.CopyDataFrom( "j", 1 );
     handle.CopyDataFrom( "z", 1, kSize - 1 );
+    handle.Purge();
     EXPECT_EQ( "jello", TextOf( copy ) );
     copy.Resize( 3 );
     copy.CopyDataFrom( "b", 1 );
@@ -431,34 +408,18 @@ TEST( XMappedFileMemoryBlock, MemoryThatCannotBeHadIsForgottenByAResize )
     EXPECT_EQ( std::string( 10, '\0' ), TextOf( handle, 10 ) );
 }
 
-TEST( XMappedFileMemoryBlock, TriesEveryViewOnceMoreAfterFreeingMemory )
+TEST( XMappedFileMemoryBlock, AFileThatIsTooShortIsNotForWantOfMemory )
 {
     TestManager manager;
-    manager.canResizeViews = false;
     const TestFolder folder;
     const auto path = MakeFile( folder );
-    auto handle = Present( path, Block::kPrivate );
-    manager.refusedViews = 1;
-    EXPECT_EQ( "hello", TextOf( handle ) );
-    EXPECT_EQ( 1u, manager.GetFreeCount() );
-    {
-        const XLock lock( handle, kLockForRead );
-        manager.refusedViews = 1;
-        handle.CopyDataFrom( "j", 1 );
-    }
-    EXPECT_EQ( 2u, manager.GetFreeCount() );
-    manager.refusedViews = 1;
-    handle.Resize( 2 * kSize );
-    EXPECT_EQ( 3u, manager.GetFreeCount() );
-    EXPECT_EQ( "jello", TextOf( handle ) );
-    // A file that is too short is not for want of memory.
     auto beyond = Present( path, Block::kPrivate );
     std::error_code error;
     std::filesystem::resize_file( path, 70'000, error );
     if ( error )
         GTEST_SKIP() << "files in use cannot be cut off here";
     EXPECT_ERROR( 1020, TextOf( beyond ) );
-    EXPECT_EQ( 3u, manager.GetFreeCount() );
+    EXPECT_EQ( 0u, manager.GetFreeCount() );
 }
 
 TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )

@@ -329,24 +329,3 @@ TEST( XMemoryHandle, LocksOfSeveralThreadsKeepABlockInMemory )
     }
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
 }
-
-TEST( XMemoryHandle, SurvivesConcurrentLocksCopiesAndWrites )
-{
-    XMemoryHandle handle( 64 );
-    handle.Clear( 1 );
-    const auto work = [&]
-    {
-        for ( int i = 0; i < 2000; ++i )
-        {
-            XMemoryHandle copy( handle );
-            copy.Clear( 2 );
-            const XLock lock( handle, kLockForRead );
-            EXPECT_EQ( 1, handle[63] );
-            const XLock nested( handle, i % 4 == 0 ? kLockForWrite : kLockForRead );
-            EXPECT_EQ( 1, handle[63] );
-        }
-    };
-    RunTogether( work, work, work );
-    EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
-    EXPECT_EQ( 1u, handle.GetBlock()->GetRefCount() );
-}

@@ -31,24 +31,9 @@ struct Room
     XTimer timer;
 };
 
-/// The number of the error, 0 for none.
-template<class Action>
-std::uint32_t TryTo( Action inAction )
-{
-    try
-    {
-        inAction();
-        return 0;
-    }
-    catch ( const XException& exception )
-    {
-        return exception.GetErrorNumber();
-    }
-}
-
 std::uint32_t LockOnce( XMemoryHandle& ioHandle )
 {
-    return TryTo( [&] { const XLock lock( ioHandle, kLockForRead ); } );
+    return ErrorOrZero( [&] { const XLock lock( ioHandle, kLockForRead ); } );
 }
 
 /// Says, as a listener, when a thread has looked for room in vain.
@@ -146,7 +131,7 @@ TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
                     for ( unsigned turn = 0; turn < 10; ++turn )
                     {
                         XMemoryHandle& handle = room.handles[inThread];
-                        const std::uint32_t error = TryTo( [&] { handle.Resize( 3 * kSize ); } );
+                        const std::uint32_t error = ErrorOrZero( [&] { handle.Resize( 3 * kSize ); } );
                         EXPECT_TRUE( error == 0 || error == 1012 ) << error;
                         handle.Resize( kSize );
                     }

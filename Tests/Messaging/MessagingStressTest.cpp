@@ -143,26 +143,24 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P( MessagingStressTest, NobodyHearsTwiceOrAfterItsEnd )
 {
     sHeard = 0;
-    std::atomic<int> running = kThreads;
+    std::atomic<bool> isOver = false;
     {
         Stress stress( GetParam().first, GetParam().second );
-        std::vector<std::thread> threads;
-        for ( unsigned seed = 0; seed < kThreads; ++seed )
-            threads.emplace_back(
-                [&, seed]
-                {
-                    const auto round = static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) );
-                    stress.Work( round * kThreads + seed );
-                    --running;
-                } );
-        while ( running > 0 )
+        std::thread all(
+            [&]
+            {
+                const auto round = static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) );
+                RunOnThreads(
+                    kThreads, [&]( unsigned inThread ) { stress.Work( round * kThreads + inThread ); } );
+                isOver = true;
+            } );
+        while ( !isOver )
         {
             XSpeaker::ProcessAllNextEventMessages();
             XSpeaker::ProcessAllIdleMessages();
             std::this_thread::yield();
         }
-        for ( std::thread& thread : threads )
-            thread.join();
+        all.join();
     }
     EXPECT_GT( sHeard, kThreads * kSteps / 50 );
     EXPECT_EQ( sHeardTwice, 0 );

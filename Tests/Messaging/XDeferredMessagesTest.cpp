@@ -284,19 +284,13 @@ TEST_F( XDeferredMessagesTest, HandlersExceptionsAreLoggedAndTheDrainGoesOn )
           { sLogged.push_back( inTypeAndText.GetConstCharPtr() ); } } );
     listener.action = []( const XMessage& inMessage )
     {
-        switch ( dynamic_cast<const NumberMessage&>( inMessage ).number )
-        {
-        case 1:
-            throw XException( 1005 );
-        case 2:
+        const int number = dynamic_cast<const NumberMessage&>( inMessage ).number;
+        if ( number == 1 || number == 3 )
+            throw XException( number == 1 ? 1005 : 1001 ); // the other one is silent
+        if ( number == 2 )
             throw std::runtime_error( "two" );
-        case 3:
-            throw XException( 1001 ); // silent
-        case 4:
+        if ( number == 4 )
             throw 4;
-        default:
-            return;
-        }
     };
     for ( const int number : { 1, 2, 3, 4, 5 } )
         Queue( number );
@@ -369,12 +363,4 @@ TEST_F( XDeferredMessagesTest, OnlyTheMainThreadDrains )
             EXPECT_EQ( ErrorOf( XSpeaker::ProcessAllNextEventMessages ), 1006u );
             EXPECT_EQ( ErrorOf( XSpeaker::ProcessAllIdleMessages ), 1006u );
         } );
-}
-
-TEST_F( XDeferredMessagesTest, TellsItsStatus )
-{
-    Queue( 1 );
-    const std::string count = std::to_string( XSpeaker::GetMessageCount() );
-    EXPECT_EQ( XSpeaker::GetDebugStatus(), XString( "Message count: " + count + "\rDeferred: 1\r" ) );
-    Drain();
 }

@@ -56,60 +56,6 @@ TEST( XListenerTest, DiesBeforeItsTurnInABroadcastAndLeavesItsPlaceToNobody )
     EXPECT_EQ( speaker.GetListenerCount(), 2u );
 }
 
-TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
-{
-    XSpeaker speaker;
-    enum Way
-    {
-        kSpoken,
-        kPosted,
-        kSpokenAndUnsubscribed,
-        kSpokenAndRemoved
-    };
-    for ( const Way way : { kSpoken, kPosted, kSpokenAndUnsubscribed, kSpokenAndRemoved } )
-    {
-        WEvent isCalled;
-        WEvent mayReturn;
-        WEvent isEnding;
-        std::atomic<bool> hasReturned = false;
-        std::unique_ptr<Recorder> listener;
-        listener = std::make_unique<Recorder>(
-            [&]( const XMessage& )
-            {
-                if ( way == kSpokenAndUnsubscribed )
-                    listener->Unsubscribe( speaker );
-                if ( way == kSpokenAndRemoved )
-                    speaker.RemoveAllListeners();
-                isCalled.Set();
-                mayReturn.Wait();
-                hasReturned = true;
-            },
-            true );
-        listener->Subscribe( speaker );
-        std::thread sender(
-            [&, target = listener.get()]
-            {
-                if ( way == kPosted )
-                    XSpeaker::PostXMessage( NumberMessage( 1 ), *target );
-                else
-                    speaker.SpeakMessage( NumberMessage( 1 ) );
-            } );
-        isCalled.Wait();
-        std::thread ender(
-            [&]
-            {
-                isEnding.Set();
-                listener.reset();
-                EXPECT_TRUE( hasReturned );
-            } );
-        isEnding.Wait();
-        mayReturn.Set();
-        ender.join();
-        sender.join();
-        EXPECT_EQ( speaker.GetListenerCount(), 0u );
-    }
-}
-
 /// In one of two handlers the listener stops, which waits for the other; in that one it is destroyed then.
 TEST( XListenerTest, DiesInOneHandlerWhileItStopsInAnother )
 {

@@ -1,16 +1,7 @@
 #pragma once
 
 #include "Network/TestConnection.h"
-
-#include <filesystem>
-
-/// Descriptors that the process has open; 0 where the system does not show them.
-inline std::ptrdiff_t CountDescriptors()
-{
-    std::error_code error;
-    const std::filesystem::directory_iterator descriptors( "/proc/self/fd", error );
-    return error ? 0 : std::distance( begin( descriptors ), end( descriptors ) );
-}
+#include "TestFolder.h"
 
 /// Sends back what comes in on each of its connections, on a thread for each.
 class EchoServer

@@ -3,7 +3,6 @@
 #include "Network/TestVariable.h"
 #include "Network/XEncryption.h"
 #include "TestFolder.h"
-#include "Testing.h"
 
 namespace fs = std::filesystem;
 
@@ -20,7 +19,7 @@ std::uint32_t ErrorNaming( const std::string& inFile, TAction inAction )
     }
     catch ( const XException& error )
     {
-        EXPECT_NE( MessageOf( error ).find( inFile ), std::string::npos ) << MessageOf( error );
+        EXPECT_CONTAINS( MessageOf( error ), inFile ) << MessageOf( error );
         return error.GetErrorNumber();
     }
     ADD_FAILURE() << "nothing was thrown";

@@ -119,8 +119,7 @@ TEST( XNetEndpointTest, LetsTwoThreadsPeek )
     EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
     XThread::SleepCurrentThread( 20 ); // nor have noticed
     SendText( connection.client, "345678" );
-    patient.WaitForTerminate( kPatience );
-    EXPECT_EQ( patient.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( patient.Finish(), 0 );
 }
 
 TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
@@ -238,7 +237,7 @@ TEST( XNetEndpointTest, NamesThePortInUse )
     catch ( const XException& error )
     {
         EXPECT_EQ( error.GetErrorNumber(), 10048u );
-        EXPECT_NE( MessageOf( error ).find( "port " + std::to_string( port ) ), std::string::npos );
+        EXPECT_CONTAINS( MessageOf( error ), "port " + std::to_string( port ) );
     }
     EXPECT_EQ( other.GetState(), State::kStateClosed );
     listener->Unbind();
@@ -275,8 +274,7 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
     EXPECT_EQ( ReceiveText( *connection.server, 10 ), "to be read" );
     AwaitDisconnecting( connection.client );
     connection.server->Disconnect( kPatience );
-    client.WaitForTerminate( kPatience );
-    EXPECT_EQ( client.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( client.Finish(), 0 );
     EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
 }
 
@@ -367,8 +365,7 @@ TEST( XNetEndpointTest, EndsWaitsForATurn )
     second.StopThread( 9 );
     EXPECT_EQ( second.GetThreadReturnCode(), 9 );
     EXPECT_ERROR( 3105, connection.client.Disconnect( 20 ) );
-    first.WaitForTerminate( kPatience );
-    EXPECT_EQ( first.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( first.Finish(), 3100 );
 }
 
 TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
@@ -391,8 +388,7 @@ TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
     closer.StartThread();
     AwaitDisconnecting( connection.client );
     closer.StopThread( 4 );
-    receiver.WaitForTerminate( kPatience );
-    EXPECT_EQ( receiver.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( receiver.Finish(), 3100 );
 }
 
 TEST( XNetEndpointTest, ADisconnectionLeavesNoBytesToAReceiver )
@@ -449,8 +445,7 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     thread.StartThread();
     XThread::SleepCurrentThread( 20 );
     endpoint.ForceDisconnect();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( thread.Finish(), 3100 );
     thread.StartThread();
     XThread::SleepCurrentThread( 20 );
     thread.StopThread( 5 );

@@ -81,8 +81,7 @@ TEST_P( NetStreamTest, CarriesValuesBothWays )
     EXPECT_EQ( itsClient.Read64S(), -5 );
     EXPECT_TRUE( itsClient.ReadBool() );
     EXPECT_EQ( itsClient.GetExtent(), -1 );
-    server.WaitForTerminate( kPatience );
-    EXPECT_EQ( server.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( server.Finish(), 0 );
 }
 
 /// What has arrived when a read runs out of time is there for the next one.

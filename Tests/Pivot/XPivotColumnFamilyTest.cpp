@@ -210,17 +210,6 @@ TYPED_TEST( XPivotColumnFamily, MovesRowsWithTheirPresence )
     EXPECT_TRUE( IsSameValue( column.GetDataVector()[2], column.GetDefaultValue() ) );
 }
 
-TEST( XPivotSort, PutsMissingFloatsFirstAscendingAndLastDescending )
-{
-    auto column = MakeColumn<XPivotFloatColumn>( { 3.0, kNaN, 1.0, 3.0 } );
-    XRows order;
-    auto copy = *column;
-    copy.Sort( kSortAscending, order );
-    EXPECT_EQ( order, ( XRows{ 1, 2, 0, 3 } ) );
-    column->Sort( kSortDescending, order );
-    EXPECT_EQ( order, ( XRows{ 0, 3, 2, 1 } ) );
-}
-
 TEST( XPivotSort, SurvivesTextsWhoseOrderGoesInCircles )
 {
     const XString circle[] = { ".9", "/", "0", ".e", "-e", "-", ". 9" };

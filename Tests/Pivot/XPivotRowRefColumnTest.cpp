@@ -6,8 +6,6 @@ const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
 const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
 const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
 
-using XReferences = XVector<XPivotRowRefColumn::XReference>;
-
 std::unique_ptr<XPivotOtherRowRefColumn> MakeParents()
 {
     auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
@@ -23,27 +21,6 @@ std::unique_ptr<XPivotRowRefColumn> MakeIDs( const std::vector<XUUID>& inRows )
     return ids;
 }
 } // namespace
-
-TEST( XPivotRowRefColumn, CountsReferences )
-{
-    XPivotRowRefColumn column;
-    column.AddRef( 0, kFirst, 0 );
-    column.AddRef( kFirst );
-    EXPECT_EQ( column.GetReferences(), ( XReferences{ { kFirst, 2, 1, 0 } } ) );
-    EXPECT_EQ( column.GetNextUserVisibleID(), 2u );
-    column.AddRef( 4, kFirst, 9 );
-    column.AddRef( XUUID() );
-    EXPECT_EQ( column.GetReferences(), ( XReferences{ { kFirst, 3, 9, 4 } } ) );
-    EXPECT_EQ( column.FindDataUUID( kFirst ), -1 ) << "no such row holds it";
-    EXPECT_EQ( column.GetDataUserVisibleID( kSecond ), 0u );
-
-    const auto ids = MakeIDs( { kFirst, kSecond } );
-    ids->AddRef( kFirst );
-    ids->DeleteRefs( 0, 2 );
-    EXPECT_EQ( ids->GetReferences(), ( XReferences{ { kFirst, 1, 1, XPivotRowRefColumn::kNoRow } } ) );
-    ids->DeleteRef( kFirst );
-    EXPECT_EQ( ids->GetNumReferences(), 0u );
-}
 
 TEST( XPivotRowRefColumn, GivesNoNumberTwice )
 {
@@ -80,20 +57,6 @@ TEST( XPivotRowRefColumn, NamesARowOfThoseThatShareAnObjectAfterEveryChange )
     ids.SetData( kThird, 1, true );
     EXPECT_EQ( ids.FindDataUUID( kFirst ), -1 );
     EXPECT_EQ( ids.GetNumReferences(), 2u );
-}
-
-TEST( XPivotRowRefColumn, NumbersItsRowsAnew )
-{
-    const auto ids = MakeIDs( { kThird, kFirst, XUUID(), kSecond } );
-    ids->AddRef( kThird );
-    ids->DeleteItem( 0 );
-    ids->RenumberUserVisibleIDs();
-    EXPECT_EQ( ids->GetUserVisibleIDVector(), ( XVector<std::uint32_t>{ 1, 0, 2 } ) );
-    EXPECT_EQ( ids->GetDataUserVisibleID( kThird ), 3u );
-    EXPECT_EQ( ids->GetDataString( 2 ), "2" );
-    EXPECT_EQ( ids->FindDataFloat( 2.0 ), 2 );
-    EXPECT_EQ( ids->FindDataFloat( 3.0 ), -1 );
-    EXPECT_EQ( ids->FindDataFloat( 0.0 ), -1 );
 }
 
 TEST( XPivotRowRefColumn, FindsRowsByTheirNumbersAfterEveryChange )

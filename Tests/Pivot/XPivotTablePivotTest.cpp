@@ -96,22 +96,6 @@ TEST( XPivotTablePivot, HeadsColumnsByAccumulatorAndValue )
         TextsOf( two, 0 ), ( XTexts{ "10", "-", "-", "-", "1", "none", "-", "-", "2", "-", "-", "-" } ) );
 }
 
-TEST( XPivotTablePivot, KeepsKeysApartThatLookAlike )
-{
-    XPivotTable table;
-    table.AddColumn( MakeColumn<XPivotFloatColumn>(
-        { kInfinity, 1.0, kNaN, std::nullopt, 1.0 + 1e-9, -0.0, 0.0, -kInfinity } ) );
-    const XPivotTable pivot = table.Pivot( { 0 }, {}, { { 0, kMeanAndCount } } );
-    ASSERT_EQ( pivot.GetNumRows(), 7u );
-    EXPECT_EQ( TextsOf( pivot, 0 ), ( XTexts{ "-", "-", "0" } ) );
-    EXPECT_EQ( TextsOf( pivot, 1 ), ( XTexts{ "NaN", "-", "1" } ) );
-    EXPECT_EQ( TextsOf( pivot, 2 ), ( XTexts{ "-INF", "-INF", "1" } ) );
-    EXPECT_EQ( TextsOf( pivot, 3 ), ( XTexts{ "0", "0", "2" } ) );
-    EXPECT_EQ( TextsOf( pivot, 4 ), ( XTexts{ "1", "1", "1" } ) );
-    EXPECT_EQ( TextsOf( pivot, 5 ), ( XTexts{ "1", "1", "1" } ) );
-    EXPECT_EQ( TextsOf( pivot, 6 ), ( XTexts{ "INF", "INF", "1" } ) );
-}
-
 TEST( XPivotTablePivot, HeadsColumnsOfKeysThatLookAlikeDifferently )
 {
     const auto headsOf = []( std::unique_ptr<XPivotColumn> inKey )

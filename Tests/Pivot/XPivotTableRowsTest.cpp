@@ -45,20 +45,6 @@ TEST( XPivotTableSort, TakesEachKeyInItsDirection )
     EXPECT_ERROR( 1006, table.Sort( { { 3 } } ) );
 }
 
-TEST( XPivotTableSort, ByOneKeyIsWhatTheColumnDoes )
-{
-    for ( const std::uint32_t column : { 0u, 1u, 2u } )
-    {
-        for ( const auto direction : { kSortAscending, kSortDescending } )
-        {
-            XPivotTable one = MakeTable(), several = MakeTable();
-            one.Sort( column, direction );
-            several.Sort( { { column, direction } } );
-            EXPECT_EQ( RowsOf( one ), RowsOf( several ) );
-        }
-    }
-}
-
 TEST( XPivotTableFilter, CombinesWithAndAndOr )
 {
     using XFilter = XPivotTableFilter;

@@ -91,16 +91,6 @@ TEST( XPivotTable, KeepsColumnsInStep )
     ExpectInStep( table, { "3", "2" } );
 }
 
-TEST( XPivotTable, FiltersRows )
-{
-    XPivotTable table = MakeTable( { 3.0, std::nullopt, 1.0, 3.0, 2.0 } );
-    EXPECT_EQ( table.FindRows( 0, XPivotTable::kFilterGreater, 1.5 ), ( XRows{ 0, 3, 4 } ) );
-    table.FilterRows( 0, XPivotTable::kFilterGreater, 1.5 );
-    ExpectInStep( table, { "3", "3", "2" } );
-    table.FilterRows( 1, XPivotTable::kFilterContains, XString( "3" ) );
-    ExpectInStep( table, { "3", "3" } );
-}
-
 TEST( XPivotTable, AppendsByDescriptor )
 {
     XPivotTable table = MakeTable( { 1.0 } );
@@ -142,47 +132,6 @@ TEST( XPivotTable, IsAsItWasWhenAppendingFails )
     EXPECT_ERROR( 1026, ids.SetData( XVector<XString>{ kThird.UUIDToString(), "?" } ) );
     EXPECT_ERROR( 1000, objects.GetColumn( 1 ).SetData( XVector<XString>{ "2", "large" } ) );
     EXPECT_EQ( Write( objects ), before );
-}
-
-TEST( XPivotTable, KnowsObjectsWithoutRowsAsLongAsRowsReferToThem )
-{
-    XPivotTable table;
-    auto& ids = table.AddColumn( std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" ) );
-    ids.SetData( kFirst, 2, true );
-    ids.SetData( kSecond, 1, true );
-    ids.SetData( kThird, 0, true );
-    auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
-    parents->SetRowRefColumnDescriptor( ids.GetDescriptor() );
-    parents->ResizeRows( 3 );
-    parents->SetData( kFirst, 0, true );
-    parents->SetData( kFirst, 1, true );
-    table.AddColumn( std::move( parents ) );
-    const XPivotTable whole( table );
-
-    table.FilterRows( 1, kFilterEqual, 1.0 );
-    EXPECT_EQ( table.GetColumn( 1 ).GetStringVector(), ( XVector<XString>{ "1", "1" } ) );
-    XPivotTable appended;
-    appended.Append( table );
-    EXPECT_NE( appended.GetColumn( 1 ).GetDataFloat( 0 ), 0.0 );
-    table.DeleteRows( 0, 1 );
-    EXPECT_EQ( table.GetColumn( 1 ).GetDataFloat( 0 ), 1.0 );
-    XPivotTable again( table );
-    table.Clear();
-    EXPECT_EQ( ids.GetNumReferences(), 0u ) << "nobody refers to it";
-
-    again.Append( whole );
-    again.Clear();
-    EXPECT_EQ( dynamic_cast<XPivotRowRefColumn&>( again.GetColumn( 0 ) ).GetNumReferences(), 0u )
-        << "the row that came back was enough";
-
-    ids.SetData( kSecond, 0, true );
-    dynamic_cast<XPivotOtherRowRefColumn&>( table.GetColumn( 1 ) ).SetData( kFirst, 0, true );
-    ids.AddRef( kFirst );
-    const std::uint32_t number = ids.GetDataUserVisibleID( kFirst );
-    table.Clear();
-    EXPECT_EQ( ids.GetDataUserVisibleID( kFirst ), number ) << "it is not the table's to forget";
-    ids.DeleteRef( kFirst );
-    EXPECT_EQ( ids.GetNumReferences(), 0u );
 }
 
 TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )
@@ -302,14 +251,6 @@ TEST( XPivotTable, WritesNoForeignByteOrder )
                 table->KeepRows( { 1, 0 } );
                 return *table;
             }() ) );
-}
-
-TEST( XPivotTable, RefusesTablesNestedAsColumns )
-{
-    std::string nested = "d1070000";
-    for ( int depth = 0; depth < 20000; ++depth )
-        nested += "d1070000010000000001000000000000d1070000";
-    EXPECT_ERROR( 1005, Read( FromHex( nested ) ) );
 }
 
 TEST( XPivotTable, IsAsItWasWhenReadingFails )

@@ -7,7 +7,7 @@ TEST( WCrashDumpTest, DescribesStackAndRegisters )
     for ( int i = 0; i < 2; ++i )
     {
         const auto dump = WCrashDump::MakeForCurrentThread();
-        EXPECT_NE( dump.find( "Registers:" ), std::string::npos );
+        EXPECT_CONTAINS( dump, "Registers:" );
         const auto stack = dump.find( "Call stack" );
         ASSERT_NE( stack, std::string::npos ) << dump;
         // Some systems show the names of modules in lower case.

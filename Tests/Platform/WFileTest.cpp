@@ -1,7 +1,6 @@
 #include "Files/WFile.h"
 
 #include "TestFolder.h"
-#include "Testing.h"
 
 namespace
 {
@@ -75,35 +74,15 @@ TEST( WFileTest, SeveralThreadsTransferAtOnce )
     const TestFolder folder;
     WFile file( folder / "shared", WFile::kCreate );
     constexpr std::uint64_t kBlock = 65536;
-    std::vector<std::thread> threads;
-    for ( std::uint64_t i = 0; i < 4; ++i )
-        threads.emplace_back(
-            [&, i]
-            {
-                const std::string block( kBlock, static_cast<char>( 'a' + i ) );
-                file.WriteAt( i * kBlock, block.data(), kBlock );
-                std::string back( kBlock, ' ' );
-                EXPECT_EQ( file.ReadAt( i * kBlock, back.data(), kBlock ), kBlock );
-                EXPECT_EQ( back, block );
-            } );
-    for ( auto& thread : threads )
-        thread.join();
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            const std::string block( kBlock, static_cast<char>( 'a' + inThread ) );
+            file.WriteAt( inThread * kBlock, block.data(), kBlock );
+            std::string back( kBlock, ' ' );
+            EXPECT_EQ( file.ReadAt( inThread * kBlock, back.data(), kBlock ), kBlock );
+            EXPECT_EQ( back, block );
+        } );
     EXPECT_EQ( file.GetSize(), 4 * kBlock );
-}
-
-TEST( WFileTest, AFullDiskIsAnError )
-{
-    if ( !HasFullDevice() )
-        GTEST_SKIP() << "no device that is always full";
-    EXPECT_TRUE( WFile::IsDevice( kFullDevice ) );
-    WFile file( kFullDevice, WFile::kCreate );
-    EXPECT_EQ(
-        ErrorOf(
-            [&]
-            {
-                file.WriteAt( 0, "x", 1 );
-                file.Flush();
-                file.Close();
-            } ),
-        1263u );
 }

@@ -1,10 +1,11 @@
 #include "System/WStringTable.h"
 
+#include "Testing.h"
+
 TEST( WStringTableTest, TheModuleHoldsTheWholeSourceList )
 {
 #define KORVALE_STRING( inNumber, inText ) EXPECT_EQ( WStringTable::Load( inNumber ), inText );
 #include "System/WStringTable.inc"
-#include "Testing.h"
 #undef KORVALE_STRING
 }
 

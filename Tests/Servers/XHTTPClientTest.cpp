@@ -127,10 +127,10 @@ TEST_F( XHTTPClientTest, SendsTheFieldsOfTheCaller )
     headers.Set( "X-Empty", "" );
     const std::string sent = XHTTPClient( itsSettings ).Post( GetURL( "/fields" ), "abc", headers ).body;
     EXPECT_TRUE( sent.ends_with( " abc" ) ) << sent;
-    EXPECT_NE( sent.find( " X-Empty= " ), std::string::npos ) << sent;
-    EXPECT_NE( sent.find( " Content-Length=3 " ), std::string::npos ) << sent;
+    EXPECT_CONTAINS( sent, " X-Empty= " );
+    EXPECT_CONTAINS( sent, " Content-Length=3 " );
     for ( const char* name : { "Content-Type", "Transfer-Encoding", "Expect", "=2" } )
-        EXPECT_EQ( sent.find( name ), std::string::npos ) << sent;
+        EXPECT_LACKS( sent, name );
 }
 
 TEST_F( XHTTPClientTest, TellsWhatWentWrong )
@@ -162,6 +162,6 @@ TEST_F( XHTTPClientTest, TellsWhatWentWrong )
     catch ( const XException& error )
     {
         EXPECT_EQ( error.GetErrorNumber(), 3106u );
-        EXPECT_NE( MessageOf( error ).find( url ), std::string::npos );
+        EXPECT_CONTAINS( MessageOf( error ), url );
     }
 }

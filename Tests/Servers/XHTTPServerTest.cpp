@@ -144,7 +144,7 @@ TEST_F( XHTTPServerTest, KeepsConnectionsForTheNextRequest )
     for ( std::size_t at = 0; ( at = answers.find( "HTTP/1.1 200", at ) ) != std::string::npos; ++at )
         ++count;
     EXPECT_EQ( count, 4u ); // what follows HTTP/1.0 is not read
-    EXPECT_NE( answers.find( "\r\n\r\nlastHTTP/1.1" ), std::string::npos );
+    EXPECT_CONTAINS( answers, "\r\n\r\nlastHTTP/1.1" );
     RawClient old( itsServer );
     old.Send( "GET /hello HTTP/1.0\r\nConnection: keep-alive\r\n\r\n" );
     EXPECT_EQ( FieldOf( old.ReceiveUpTo( "hello" ), "Connection" ), "keep-alive" );
@@ -337,8 +337,8 @@ TEST_F( XHTTPLimitsTest, LogsWhatHandlersDoButNotWhatClientsDo )
     log.Flush( kPatience );
     std::ifstream file( options.path );
     const std::string text( std::istreambuf_iterator<char>( file ), {} );
-    EXPECT_NE( text.find( "HTTP request for /fails" ), std::string::npos ) << text;
-    EXPECT_EQ( text.find( "3105" ), std::string::npos ) << text;
+    EXPECT_CONTAINS( text, "HTTP request for /fails" );
+    EXPECT_LACKS( text, "3105" );
 }
 
 TEST_F( XHTTPServerTest, RefusesConnectionsBeyondItsLimit )
@@ -385,7 +385,7 @@ TEST_F( XHTTPServerTest, KeepsItsOwnFieldsAndCountsConditionsOnlyWhereTheyApply 
         client.Send( "GET / HTTP/1.1\r\nHost: x\r\n" + inFields + "\r\n" );
         return client.ReceiveUpTo( "hello" );
     };
-    EXPECT_EQ( ask( "" ).find( "mine" ), std::string::npos );
+    EXPECT_LACKS( ask( "" ), "mine" );
     for ( const char* condition : { "If-None-Match:\r\n", "If-None-Match: \"a\",\r\n" } ) // there is no tag
         EXPECT_EQ( StatusOf( ask( condition ) ), "200" ) << condition;
     client.Send( "GET /none HTTP/1.1\r\nHost: x\r\n\r\n" );

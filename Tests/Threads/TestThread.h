@@ -1,13 +1,10 @@
 #pragma once
 
-#include "Core/Errors/XException.h"
+#include "Core/Times/XTimer.h"
 #include "Testing.h"
 #include "Threads/Waiting/WEvent.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
-
-/// How long a test waits for what must happen, in milliseconds; passed only by a test that fails.
-inline constexpr std::uint32_t kPatience = 60'000;
 
 /// A thread that runs a function.
 class TestThread : public XThread
@@ -27,6 +24,13 @@ public:
 
     using XThread::ResetCancelState;
 
+    /// Waits for the end of the thread and returns what its function has.
+    std::int32_t Finish()
+    {
+        WaitForTerminate( kPatience );
+        return GetThreadReturnCode();
+    }
+
 protected:
     std::int32_t RunThreadSelf() override { return itsBody(); }
 
@@ -34,32 +38,12 @@ private:
     Body itsBody;
 };
 
-/// Runs a function on several threads, with the number of each, until all have returned. What one throws fails the test.
-template<class Body>
-void RunOnThreads( unsigned inCount, Body inBody )
+/// Waits until a condition holds; false if it does not in good time.
+template<class TCondition>
+bool Await( TCondition inCondition )
 {
-    const auto run = [&]( unsigned inNumber )
-    {
-        try
-        {
-            inBody( inNumber );
-        }
-        catch ( const XException& error )
-        {
-            ADD_FAILURE() << "thread " << inNumber << ": error " << error.GetErrorNumber();
-        }
-    };
-    std::vector<std::thread> threads;
-    for ( unsigned i = 0; i < inCount; ++i )
-        threads.emplace_back( run, i );
-    for ( auto& thread : threads )
-        thread.join();
-}
-
-/// The same with a function for each thread.
-template<class... Bodies>
-void RunTogether( Bodies... inBodies )
-{
-    const std::function<void()> bodies[] = { inBodies... };
-    RunOnThreads( sizeof...( Bodies ), [&]( unsigned inNumber ) { bodies[inNumber](); } );
+    for ( const XTimer timer( kPatience ); !inCondition(); XThread::SleepCurrentThread( 1 ) )
+        if ( timer.HasExpired() )
+            return false;
+    return true;
 }

@@ -200,8 +200,7 @@ TEST( XConditionVariable, SuspendedWaiterMissesNoSignal )
         condition.Signal();
     }
     thread.ResumeThread();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( 3, thread.GetThreadReturnCode() );
+    EXPECT_EQ( 3, thread.Finish() );
 }
 
 // The mutex goes to those who wait for it, not to a signalled waiter that is suspended.
@@ -233,6 +232,5 @@ TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUp )
     std::this_thread::sleep_for(
         std::chrono::milliseconds( 5 ) ); // for it to sleep, which makes the difference
     mutex.Unlock();
-    other.WaitForTerminate( kPatience );
-    EXPECT_EQ( 1, other.GetThreadReturnCode() );
+    EXPECT_EQ( 1, other.Finish() );
 }

@@ -9,19 +9,8 @@ namespace
 /// Whether another thread gets the lock at once.
 bool OtherThreadGets( XRWMutex& inMutex, XRWLockMode inMode )
 {
-    bool gets = true;
-    RunTogether(
-        [&]
-        {
-            try
-            {
-                const XRWLock lock( inMutex, inMode, 0 );
-            }
-            catch ( const XException& )
-            {
-                gets = false;
-            }
-        } );
+    bool gets = false;
+    RunTogether( [&] { gets = ErrorOrZero( [&] { const XRWLock lock( inMutex, inMode, 0 ); } ) == 0; } );
     return gets;
 }
 

@@ -224,47 +224,30 @@ TEST( XThreadStorm, SurvivesRequestsFromEverywhere )
             XThread::TestCancelCurrentThread();
         }
     };
+    using Request = void ( * )( XThread& );
+    static constexpr Request kRequests[] = {
+        []( XThread& ioThread ) { ioThread.StartThread(); },
+        []( XThread& ioThread ) { ioThread.StopThread(); },
+        []( XThread& ioThread ) { ioThread.SuspendThread(); },
+        []( XThread& ioThread ) { ioThread.AsyncSuspendThread(); },
+        []( XThread& ioThread ) { ioThread.SuspendThreadWithProgress(); },
+        []( XThread& ioThread ) { ioThread.StopThreadWithProgress(); },
+        []( XThread& ioThread ) { ioThread.ResumeThread(); },
+        []( XThread& ioThread ) { ioThread.ResumeThread(); } };
     const auto harass = [&]( unsigned inSeed )
     {
         std::minstd_rand random( inSeed + 16 * static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
         while ( !isOver )
-        {
-            TestThread& thread = *threads[random() % kThreads];
-            switch ( random() % 8 )
-            {
-            case 0:
-                thread.StartThread();
-                break;
-            case 1:
-                thread.StopThread();
-                break;
-            case 2:
-                thread.SuspendThread();
-                break;
-            case 3:
-                thread.AsyncSuspendThread();
-                break;
-            case 4:
-                thread.SuspendThreadWithProgress();
-                break;
-            case 5:
-                thread.StopThreadWithProgress();
-                break;
-            default:
-                thread.ResumeThread();
-            }
-        }
+            kRequests[random() % std::size( kRequests )]( *threads[random() % kThreads] );
     };
     for ( auto& thread : threads )
         thread = std::make_unique<TestThread>( work );
-    std::thread clock(
-        [&]
-        {
-            std::this_thread::sleep_for( std::chrono::milliseconds( 300 ) );
-            isOver = true;
-        } );
-    RunTogether( [&] { harass( 1 ); }, [&] { harass( 2 ); }, [&] { harass( 3 ); } );
-    clock.join();
+    const auto end = [&]
+    {
+        std::this_thread::sleep_for( std::chrono::milliseconds( 300 ) );
+        isOver = true;
+    };
+    RunTogether( [&] { harass( 1 ); }, [&] { harass( 2 ); }, [&] { harass( 3 ); }, end );
     for ( auto& thread : threads )
     {
         thread->StopThread();

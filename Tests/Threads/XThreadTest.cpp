@@ -100,8 +100,7 @@ std::int32_t ReturnCodeOf( const TestThread::Body& inBody )
 {
     TestThread thread( inBody );
     thread.StartThread();
-    thread.WaitForTerminate( kPatience );
-    return thread.GetThreadReturnCode();
+    return thread.Finish();
 }
 
 } // namespace
@@ -198,8 +197,7 @@ TEST( XThread, WithdrawsAStopButNotARestart )
         TestThread thread( [&] { return body( inStopCode ); } );
         self = &thread;
         thread.StartThread();
-        thread.WaitForTerminate( kPatience );
-        return thread.GetThreadReturnCode();
+        return thread.Finish();
     };
     EXPECT_EQ( 0, run( 2950 ) );
     EXPECT_EQ( 2702, run( XThread::kRestartStopCode ) );
@@ -219,8 +217,7 @@ TEST( XThread, FirstRestartCodeStays )
     thread.AsyncStopThread( XThread::kRestartStopCode );
     thread.AsyncStopThread( 6 );
     mayCheck.Set();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( 2702, thread.GetThreadReturnCode() );
+    EXPECT_EQ( 2702, thread.Finish() );
 }
 
 TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
@@ -234,8 +231,7 @@ TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
     EXPECT_FALSE( thread.SleepUntilSuspended( 0 ) );
     EXPECT_ERROR( 2701, thread.WaitForTerminate( 5 ) );
     thread.ResumeThread();
-    while ( !thread.IsThreadRunning() )
-        std::this_thread::yield();
+    EXPECT_TRUE( Await( [&] { return thread.IsThreadRunning(); } ) );
     thread.SuspendThread();
     thread.StopThread( 8 );
     EXPECT_EQ( "suspending resuming suspending resuming stopping finish ", thread.GetCalls() );
@@ -338,8 +334,7 @@ TEST( XThread, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
         StartAndSuspendInWait( suspender );
         thread.ResumeThread();
         suspender.ResumeThread();
-        suspender.WaitForTerminate( kPatience );
-        EXPECT_EQ( 1, suspender.GetThreadReturnCode() );
+        EXPECT_EQ( 1, suspender.Finish() );
     }
 }
 
@@ -369,11 +364,9 @@ TEST( XThread, WaitersMissNoSuspensionThatIsOver )
     StartAndSuspendInWait( waiter );
     thread.SuspendThread();
     thread.ResumeThread();
-    while ( !thread.IsThreadRunning() )
-        std::this_thread::yield();
+    EXPECT_TRUE( Await( [&] { return thread.IsThreadRunning(); } ) );
     waiter.ResumeThread();
-    waiter.WaitForTerminate( kPatience );
-    EXPECT_EQ( 1, waiter.GetThreadReturnCode() );
+    EXPECT_EQ( 1, waiter.Finish() );
 }
 
 TEST( XThread, ReleasesItsWaitersWhenDestroyed )
@@ -412,8 +405,7 @@ TEST( XThread, ReleasesItsWaitersWhenDestroyed )
     for ( const auto& waiter : waiters )
     {
         waiter->ResumeThread();
-        waiter->WaitForTerminate( kPatience );
-        EXPECT_EQ( 1, waiter->GetThreadReturnCode() );
+        EXPECT_EQ( 1, waiter->Finish() );
     }
 }
 

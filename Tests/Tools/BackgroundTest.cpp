@@ -188,16 +188,14 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
     std::filesystem::resize_file( stack, std::filesystem::file_size( stack ) - 1 );
 
     ASSERT_EQ( Measure( { stack, "--background", "mean", "--save-background", Name( "b.tif" ) } ), 1 );
-    EXPECT_EQ(
-        itsError.str().find(
-            "korvale: " + stack +
+    EXPECT_STARTS(
+        itsError.str(),
+        "korvale: " + stack +
             ": page 1: it has no background in common with page 0: 3 x 1 pixels of 1 8-bit sample, not "
             "61 x 40 pixels of 2 8-bit samples\nkorvale: " +
-            stack + ": page 3: " ),
-        0u )
-        << itsError.str();
+            stack + ": page 3: " );
     ExpectSaved( "b.tif", background );
-    EXPECT_NE( itsFolder.Read( "out.csv" ).find( ",stack.tif,2," ), std::string::npos );
+    EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",stack.tif,2," );
 }
 
 TEST_F( Background, WaitsForMemoryThatOthersHaveLocked )
@@ -250,7 +248,7 @@ TEST_F( Background, NeedsMemory )
         arguments.insert( arguments.end(), background.begin(), background.end() );
         EXPECT_EQ( Measure( arguments ), 1 );
         EXPECT_EQ( itsError.str(), failure + "9.5 KiB do not fit into the 9 KiB that may be used\n" );
-        EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "large.tif" ), std::string::npos );
+        EXPECT_LACKS( itsFolder.Read( "out.csv" ), "large.tif" );
     }
 
     // The first page finds room, and cannot leave for the next ones. A background of it alone is none.
@@ -259,13 +257,11 @@ TEST_F( Background, NeedsMemory )
     manager.SetTemporaryFolder( itsFolder / "missing" );
     EXPECT_EQ( Measure( { large, "--memory", "26K", "--workers", "1", "--background", "min" } ), 1 );
     manager.SetTemporaryFolder( folder );
-    EXPECT_NE(
-        itsError.str().find( "page 0: not measured: the background is incomplete\n" ), std::string::npos )
-        << itsError.str();
+    EXPECT_CONTAINS( itsError.str(), "page 0: not measured: the background is incomplete\n" );
     for ( const char* part :
           { ": pages 1 to 7: there was not enough memory (1012); memory cannot be purged to ", "missing: ",
             ": 9.5 KiB do not fit into the 26 KiB that may be used, beside what has to stay in it\n" } )
-        EXPECT_NE( itsError.str().find( part ), std::string::npos ) << itsError.str();
+        EXPECT_CONTAINS( itsError.str(), part );
 }
 
 TEST_F( Background, TellsWrongUsage )

@@ -135,7 +135,7 @@ TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
         EXPECT_EQ( itsFolder.CountEntries(), 2u );
     }
     EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "none/o.png" ), "-o", Name( "table" ) } ), 1 );
-    EXPECT_NE( itsError.str().find( "cannot write " + Name( "none/o-0000.png" ) ), std::string::npos );
+    EXPECT_CONTAINS( itsError.str(), "cannot write " + Name( "none/o-0000.png" ) );
     EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "none/table" ) } ), 1 );
     EXPECT_EQ( itsFolder.CountEntries(), 2u );
 }
@@ -150,10 +150,10 @@ TEST_F( Overlay, IsCheckedBeforeAnythingIsMeasured )
         return Run( { "measure", text, image, "--overlay", Name( inOverlay ), "-q" } );
     };
     EXPECT_EQ( measure( "o.png" ), 1 );
-    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( "o-a-0001.png" ) ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( "o-a-0001.png" ) );
     const std::string longName( 248, 'n' );
     EXPECT_EQ( measure( longName + ".png" ), 1 );
-    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( longName ) ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( longName ) );
 
     std::error_code error;
     std::filesystem::create_symlink( "p-a-0000.png", itsFolder / "p-a-0001.png", error );
@@ -174,8 +174,8 @@ TEST_F( Overlay, ThatFailsKeepsWhatIsComplete )
     EXPECT_EQ(
         Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "t" ), "--csv", Name( "c" ) } ),
         1 );
-    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( "o-0001.png" ) ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( "o-0001.png" ) );
     for ( const auto* name : { "o-0000.png.new", "o-0002.png.new", "t.new", "c.new" } )
-        EXPECT_NE( itsError.str().find( Name( name ) ), std::string::npos ) << itsError.str();
+        EXPECT_CONTAINS( itsError.str(), Name( name ) );
     EXPECT_EQ( itsFolder.CountEntries(), 2u + 4 );
 }

@@ -107,7 +107,7 @@ TEST_F( Plot, StaysOnItsSheet )
     const std::string y = " y=\"";
     for ( auto at = svg.find( y ); at != std::string::npos; at = svg.find( y, at + 1 ) )
         EXPECT_LT( std::stod( svg.substr( at + y.size() ) ), kHeight - 5 );
-    EXPECT_EQ( svg.find( "font-size=\"-" ), std::string::npos );
+    EXPECT_LACKS( svg, "font-size=\"-" );
 }
 
 TEST_F( Plot, WritesTheSameFileEveryTime )
@@ -131,8 +131,8 @@ TEST_F( Plot, WritesTheSameFileEveryTime )
     const auto svg = itsFolder.Read( "plot.svg" );
     for ( const auto* text :
           { ">Area (\xC2\xB5m\xC2\xB2)<", ">Count<", ">A &amp; B<", ">&lt;one&gt; (14)<", ">n = 40<" } )
-        EXPECT_NE( svg.find( text ), std::string::npos ) << text;
-    EXPECT_NE( itsFolder.Read( "plot.PNG" ).find( "\x89PNG" ), std::string::npos );
+        EXPECT_CONTAINS( svg, text ) << text;
+    EXPECT_CONTAINS( itsFolder.Read( "plot.PNG" ), "\x89PNG" );
 
     ASSERT_EQ( Run( { "plot", table, "--scatter", "area,#1", "--log-x", "-o", Name( "scatter.svg" ) } ), 0 );
     const auto scatter = itsFolder.Read( "scatter.svg" );
@@ -177,7 +177,7 @@ TEST_F( Plot, WritesNothingWhenThereIsNothingToDraw )
     const auto table = WriteTable();
     itsFolder.Write( "old.png", "older" );
     EXPECT_EQ( Run( { "plot", table, "--histogram", "area", "--log-x", "-o", Name( "old.png" ) } ), 1 );
-    EXPECT_NE( itsError.str().find( "nothing to draw" ), std::string::npos );
+    EXPECT_CONTAINS( itsError.str(), "nothing to draw" );
     EXPECT_EQ(
         Run( { "plot", table, "--histogram", "area", "--where", "area>9", "-o", Name( "old.png" ) } ), 1 );
     EXPECT_EQ( itsError.str(), "korvale: " + table + ": no row passes the conditions\n" );

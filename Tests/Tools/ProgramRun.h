@@ -4,7 +4,6 @@
 #include "Program/Program.h"
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
-#include "Testing.h"
 
 #include <sstream>
 

@@ -24,9 +24,8 @@ protected:
         const auto good = WriteImage( "good.png" );
         EXPECT_EQ( Run( { "measure", inImage, good, "--csv", Name( "out.csv" ) } ), 1 ) << inImage;
         EXPECT_EQ( itsError.str(), "korvale: " + inImage + ": " + inReason + "\n" );
-        EXPECT_NE(
-            itsFolder.Read( "out.csv" ).find( "\n1,good.png,0,1,0.125,2,1,2,1,1,1,4,255,255,255,0,255\n" ),
-            std::string::npos );
+        EXPECT_CONTAINS(
+            itsFolder.Read( "out.csv" ), "\n1,good.png,0,1,0.125,2,1,2,1,1,1,4,255,255,255,0,255\n" );
 
         itsFolder.Write( "kept.csv", "older" );
         EXPECT_EQ( Run( { "measure", inImage, "--csv", Name( "kept.csv" ) } ), 1 );
@@ -42,7 +41,7 @@ TEST_F( Program, ShowsWhatItMeasured )
         Run( { "sample", Name( "new/folder" ), "--planes", "3", "--channels", "2", "--objects", "9" } ), 0 );
     const auto image = Name( "new/folder/sample.tif" );
     ASSERT_EQ( Run( { "measure", image, "-o", Name( "t" ), "--csv", Name( "c" ) } ), 0 ) << itsError.str();
-    EXPECT_NE( itsOut.str().find( "sample.tif" ), std::string::npos );
+    EXPECT_CONTAINS( itsOut.str(), "sample.tif" );
 
     const auto csv = itsFolder.Read( "c" );
     EXPECT_EQ( std::ranges::count( csv, '\n' ), 1 + 3 * 9 );
@@ -146,7 +145,7 @@ TEST_F( Program, SuggestsCommandsAndOptions )
         EXPECT_EQ( itsError.str(), "korvale: " + text + "\n" );
     }
     EXPECT_EQ( Run( {} ), 2 );
-    EXPECT_EQ( itsError.str().find( "korvale: no command given: one of sample, measure, " ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: no command given: one of sample, measure, " );
 }
 
 TEST_F( Program, RefusesFilesThatAreOneAnother )
@@ -188,7 +187,7 @@ TEST_F( Program, RefusesFilesThatAreOneAnother )
     for ( const auto& arguments : cases )
     {
         EXPECT_EQ( Run( arguments ), 2 ) << arguments[0] << arguments.back();
-        EXPECT_EQ( itsError.str().find( "korvale: " + arguments[0] + ": " ), 0u ) << itsError.str();
+        EXPECT_STARTS( itsError.str(), "korvale: " + arguments[0] + ": " );
     }
     EXPECT_EQ( itsFolder.CountEntries(), entries );
     EXPECT_EQ( itsFolder.Read( "table" ), before );
@@ -218,11 +217,10 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
         return itsFolder.Read( "p" );
     };
     measure( { "1/a/x/i.png", "1/a/x/i.png", "1/b/x/j.png" } );
-    EXPECT_EQ(
-        itsError.str().find( "korvale: " + Name( "1/a/x/i.png" ) + " is given more than once, " ), 0u );
-    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Name,Timepoint," ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: " + Name( "1/a/x/i.png" ) + " is given more than once, " );
+    EXPECT_STARTS( itsFolder.Read( "c" ), "ID,Name,Timepoint," );
     measure( { "1/a/x/i.png", "1/b/x/i.png", "2/a/x/i.png", "1/b/x/j.png" } );
-    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Name,Folder,Timepoint," ), 0u );
+    EXPECT_STARTS( itsFolder.Read( "c" ), "ID,Name,Folder,Timepoint," );
     EXPECT_EQ(
         pivot( "folder,name" ), "Folder,Name,Count\n1/a,i.png,1\n1/b,i.png,1\n1/b,j.png,1\n2/a,i.png,1\n" );
     measure( { "i.png", "1/a/x/i.png" } );
@@ -247,7 +245,7 @@ TEST_F( Program, ChecksItsOutputsBeforeItMeasures )
         for ( const auto* option : { "-o", "--csv", "--overlay" } )
         {
             EXPECT_EQ( Run( { "measure", Name( "text.png" ), option, Name( output ) } ), 1 );
-            EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( output ) + ": " ), 0u );
+            EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( output ) + ": " );
         }
 }
 
@@ -267,9 +265,9 @@ TEST_F( Program, PutsFilesInPlaceTogetherOrKeepsThem )
     catch ( const std::runtime_error& error )
     {
         const std::string text = error.what();
-        EXPECT_EQ( text.find( "cannot write " + Name( "b" ) + ": " ), 0u ) << text;
-        EXPECT_NE( text.find( "; the result is kept as " ), std::string::npos ) << text;
-        EXPECT_NE( text.find( "b.new" ), std::string::npos ) << text;
+        EXPECT_STARTS( text, "cannot write " + Name( "b" ) + ": " );
+        EXPECT_CONTAINS( text, "; the result is kept as " );
+        EXPECT_CONTAINS( text, "b.new" );
     }
     EXPECT_EQ( itsFolder.Read( "a" ) + itsFolder.Read( "a.new" ) + itsFolder.Read( "b.new" ), "oldnewnew" );
     EXPECT_EQ( itsFolder.CountEntries(), 4u );
@@ -298,7 +296,7 @@ TEST_F( Program, TellsOfImagesItCannotRead )
 {
     const auto missing = Name( "missing.png" );
     EXPECT_EQ( Run( { "measure", missing } ), 1 );
-    EXPECT_EQ( itsError.str().find( "korvale: " + missing + ": " ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: " + missing + ": " );
     EXPECT_EQ( Run( { "measure", Name( "." ) } ), 1 );
 
     itsFolder.Write( "text.png", "no image\n" );
@@ -324,20 +322,20 @@ TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
         return itsFolder.Read( "out.csv" );
     };
     auto csv = measure( {} );
-    EXPECT_NE( csv.find( "\n1,stack.tif,0,2,400,1.5," ), std::string::npos ) << csv;
-    EXPECT_NE( csv.find( "\n2,stack.tif,1,1,,0," ), std::string::npos ) << csv;
+    EXPECT_CONTAINS( csv, "\n1,stack.tif,0,2,400,1.5," );
+    EXPECT_CONTAINS( csv, "\n2,stack.tif,1,1,,0," );
     EXPECT_EQ(
         itsError.str(),
         "korvale: " + image +
             ": areas left out: a resolution of 352.78 \u00B5m a pixel is that of a screen or of paper (--pixel-size gives "
             "another)\n" );
     csv = measure( { "--pixel-size", "0.5,4" } );
-    EXPECT_NE( csv.find( "\n1,stack.tif,0,2,4,1.5," ), std::string::npos ) << csv;
-    EXPECT_NE( csv.find( "\n3,b.tif,0,1,2,0," ), std::string::npos ) << csv;
+    EXPECT_CONTAINS( csv, "\n1,stack.tif,0,2,4,1.5," );
+    EXPECT_CONTAINS( csv, "\n3,b.tif,0,1,2,0," );
     EXPECT_EQ( itsError.str(), "" );
 
     EXPECT_EQ( Run( { "measure", other, "-q", "--csv", Name( "out.csv" ) } ), 0 );
-    EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "Area" ), std::string::npos );
+    EXPECT_LACKS( itsFolder.Read( "out.csv" ), "Area" );
 }
 
 TEST_F( Program, GoesOnBehindPagesThatFail )
@@ -351,8 +349,8 @@ TEST_F( Program, GoesOnBehindPagesThatFail )
     EXPECT_EQ( itsError.str(), line( image + ": page 1" ) + line( image + ": pages 3 to 4" ) );
     const auto csv = itsFolder.Read( "out.csv" );
     EXPECT_EQ( std::ranges::count( csv, '\n' ), 3 );
-    EXPECT_NE( csv.find( "\n1,stack.tif,0," ), std::string::npos );
-    EXPECT_NE( csv.find( "\n2,stack.tif,2," ), std::string::npos );
+    EXPECT_CONTAINS( csv, "\n1,stack.tif,0," );
+    EXPECT_CONTAINS( csv, "\n2,stack.tif,2," );
 
     EXPECT_EQ( Run( { "measure", image, "--channel", "C3", "--csv", Name( "none.csv" ) } ), 1 );
     EXPECT_FALSE( std::filesystem::exists( itsFolder / "none.csv" ) );
@@ -368,7 +366,7 @@ TEST_F( Program, TellsOfAPageThatIsCutOff )
     bytes.pop_back();
     itsFolder.Write( "cut.tif", bytes );
     EXPECT_EQ( Run( { "measure", Name( "cut.tif" ), "--csv", Name( "out.csv" ) } ), 1 );
-    EXPECT_EQ( itsError.str().find( "korvale: " + Name( "cut.tif" ) + ": page 1: " ), 0u ) << itsError.str();
+    EXPECT_STARTS( itsError.str(), "korvale: " + Name( "cut.tif" ) + ": page 1: " );
     EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 2 );
 }
 
@@ -406,7 +404,7 @@ TEST_F( Program, KeepsALog )
     EXPECT_EQ( Run( { "measure", image, Name( "no.tif" ), "--log", log, "-q" } ), 1 );
     EXPECT_EQ( itsOut.str(), "" );
     EXPECT_EQ( Run( { "--verbose", "--log", log, "measure", image, "-q" } ), 0 );
-    EXPECT_NE( itsError.str().find( "image.png: 1 of 1 pages, 1 objects, " ), std::string::npos );
+    EXPECT_CONTAINS( itsError.str(), "image.png: 1 of 1 pages, 1 objects, " );
 
     const auto entries = itsFolder.Read( "log" );
     const std::vector<std::string> expected{
@@ -419,10 +417,10 @@ TEST_F( Program, KeepsALog )
         "ended with status 1 after ",
         "ended with status 0 after " };
     for ( const auto& text : expected )
-        EXPECT_NE( entries.find( text ), std::string::npos ) << text << entries;
+        EXPECT_CONTAINS( entries, text ) << text << entries;
 
     EXPECT_EQ( Run( { "measure", image, "-q", "--log", Name( "image.png" ) + "/log" } ), 0 );
-    EXPECT_NE( itsError.str().find( "warning: cannot write the log " ), std::string::npos );
+    EXPECT_CONTAINS( itsError.str(), "warning: cannot write the log " );
 }
 
 TEST_F( Program, MeasuresAPageOfOneValue )
@@ -432,7 +430,7 @@ TEST_F( Program, MeasuresAPageOfOneValue )
     EXPECT_EQ(
         Run( { "measure", Name( "s/sample.tif" ), "--threshold", "65535", "--csv", Name( "out.csv" ) } ), 0 );
     EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 1 );
-    EXPECT_EQ( itsFolder.Read( "out.csv" ).find( "ID,Name,Timepoint,Pixel Count," ), 0u );
+    EXPECT_STARTS( itsFolder.Read( "out.csv" ), "ID,Name,Timepoint,Pixel Count," );
 }
 
 TEST_F( Program, LeavesNothingHalfWritten )
@@ -443,9 +441,7 @@ TEST_F( Program, LeavesNothingHalfWritten )
         [&]( const std::vector<std::string>& inArguments, const std::string& inOutput )
     {
         EXPECT_EQ( Run( inArguments ), 1 ) << inOutput;
-        EXPECT_EQ(
-            itsError.str().find( "korvale: " + inArguments[0] + ": cannot write " + inOutput + ": " ), 0u )
-            << itsError.str();
+        EXPECT_STARTS( itsError.str(), "korvale: " + inArguments[0] + ": cannot write " + inOutput + ": " );
         EXPECT_EQ( itsOut.str(), "" );
         EXPECT_EQ( itsFolder.CountEntries(), 2u );
     };
@@ -471,8 +467,7 @@ TEST_F( Program, NoticesAFullDisk )
     for ( const auto option : { "--csv", "-o" } )
     {
         EXPECT_EQ( Run( { "measure", image, option, PathToUTF8( kFullDevice ) } ), 1 );
-        EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write /dev/full: " ), 0u )
-            << itsError.str();
+        EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write /dev/full: " );
     }
 }
 
@@ -483,9 +478,7 @@ TEST_F( Program, NoticesWhatItCannotPrint )
     for ( const auto& argument : { "--help", "--version" } )
         EXPECT_EQ( RunProgram( { argument }, terminal ), 1 );
     EXPECT_EQ( RunProgram( { "measure", WriteImage( "image.png" ) }, terminal ), 1 );
-    EXPECT_NE(
-        itsError.str().find( "korvale: standard output: not everything could be written\n" ),
-        std::string::npos );
+    EXPECT_CONTAINS( itsError.str(), "korvale: standard output: not everything could be written\n" );
 }
 
 TEST_F( Program, EndsWhereItCannotReport )
@@ -503,8 +496,8 @@ TEST_F( Program, QuotesNamesInCSV )
 {
     const auto image = WriteImage( "a, b.png" );
     ASSERT_EQ( Run( { "measure", image, "--csv", Name( "out.csv" ), "-q" } ), 0 );
-    EXPECT_NE( itsFolder.Read( "out.csv" ).find( "\n1,\"a, b.png\",0," ), std::string::npos );
-    EXPECT_NE( itsFolder.Read( "out.csv" ).find( "Area (\u00B5m\u00B2)" ), std::string::npos );
+    EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), "\n1,\"a, b.png\",0," );
+    EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), "Area (\u00B5m\u00B2)" );
 }
 
 TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
@@ -512,18 +505,17 @@ TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
     const auto grey = WriteImage( "grey.png", kGrey16 );
     const auto colour = WriteImage( "colour.png", kRGBA8 );
     ASSERT_EQ( Run( { "measure", grey, colour, "--csv", Name( "out.csv" ), "-q" } ), 0 );
-    EXPECT_NE(
-        itsFolder.Read( "out.csv" ).find( ",65534,65534,65534,0,65534,,,,,,,,,,\n" ), std::string::npos );
+    EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",65534,65534,65534,0,65534,,,,,,,,,,\n" );
 }
 
 TEST_F( Program, MakesTheFolderOfADeploymentOnce )
 {
     const auto folder = Name( "new/keys/" );
     EXPECT_EQ( Run( { "keys", folder } ), 0 ) << itsError.str();
-    EXPECT_EQ( itsOut.str().find( folder + ": a key" ), 0u );
+    EXPECT_STARTS( itsOut.str(), folder + ": a key" );
     EXPECT_EQ( itsFolder.Read( "new/keys/key" ).size(), 33u );
     EXPECT_EQ( Run( { "keys", folder } ), 1 );
-    EXPECT_NE( itsError.str().find( "the folder is not empty (1013)" ), std::string::npos ) << itsError.str();
+    EXPECT_CONTAINS( itsError.str(), "the folder is not empty (1013)" );
     EXPECT_EQ( Run( { "keys", Name( "new/keys/key/below" ) } ), 1 );
     EXPECT_EQ( Run( { "keys", "" } ), 2 );
 }

@@ -78,11 +78,9 @@ TEST_F( TableCommands, FilterKeepsRowsAndTheNumbersOfTheirParents )
             { "filter", itsTable, "--any", "--where", "id = 1", "--where", "mean c1 = 4", "--csv",
               Name( "c" ) } ),
         0 );
-    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Parent ID,Name,Timepoint,Area (\u00B5m\u00B2)," ), 0u );
-    EXPECT_NE(
-        itsFolder.Read( "c" ).find( "\n1,,img10,0,12.5,1,4,-5,1,3,2026-03-05 00:00:00.000000," ),
-        std::string::npos );
-    EXPECT_NE( itsFolder.Read( "c" ).find( "\n4,,\"\u00B5 \"\"x\"\", y\",," ), std::string::npos );
+    EXPECT_STARTS( itsFolder.Read( "c" ), "ID,Parent ID,Name,Timepoint,Area (\u00B5m\u00B2)," );
+    EXPECT_CONTAINS( itsFolder.Read( "c" ), "\n1,,img10,0,12.5,1,4,-5,1,3,2026-03-05 00:00:00.000000," );
+    EXPECT_CONTAINS( itsFolder.Read( "c" ), "\n4,,\"\u00B5 \"\"x\"\", y\",," );
 }
 
 TEST_F( TableCommands, SortPutsRowsInOrder )
@@ -143,7 +141,7 @@ TEST_F( TableCommands, PivotRefusesMoreColumnsThanAnyoneReads )
         column.AppendValue( i, true );
     const auto many = WriteTable( "many", table );
     EXPECT_EQ( Run( { "pivot", many, "--columns", "area", "--values", "area", "--with", "mean" } ), 2 );
-    EXPECT_NE( itsError.str().find( "20000 groups; they would make more than 10000" ), std::string::npos );
+    EXPECT_CONTAINS( itsError.str(), "20000 groups; they would make more than 10000" );
     EXPECT_EQ(
         Run(
             { "pivot", many, "--rows", "area", "--columns", "area", "--where", "area < 3", "--values", "area",
@@ -269,7 +267,7 @@ TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
     {
         const auto file = PathToUTF8( itsFolder.Write( "wrong", inBytes ) );
         EXPECT_EQ( Run( { "show", file } ), 1 );
-        EXPECT_EQ( itsError.str().find( "korvale: " + file + ": " + inText ), 0u ) << itsError.str();
+        EXPECT_STARTS( itsError.str(), "korvale: " + file + ": " + inText );
     };
     expectFailure( "ID,Name,Area\n1,a,2\n", "a text file, not a table (expected " );
     expectFailure( std::string( "II*\0\x8\0\0\0\0\0\0\0\0\0", 14 ), "a TIFF image, not a table (expected " );
@@ -289,8 +287,7 @@ TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
     expectFailure( old, "the table is damaged at offset 25: " );
     bytes[bytes.size() - 4 - 8 - 4] = 9;
     expectFailure( bytes, "the table is damaged at offset " );
-    EXPECT_NE( itsError.str().find( "reaches beyond the 2 rows (1005)" ), std::string::npos )
-        << itsError.str();
+    EXPECT_CONTAINS( itsError.str(), "reaches beyond the 2 rows (1005)" );
 }
 
 TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
@@ -301,14 +298,14 @@ TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
     {
         const auto cut = PathToUTF8( itsFolder.Write( "cut", bytes.substr( 0, length ) ) );
         EXPECT_EQ( Run( { "sort", cut, "--by", "area", "-o", Name( "out" ) } ), 1 ) << length;
-        EXPECT_EQ( itsError.str().find( "korvale: " + cut + ": " ), 0u ) << itsError.str();
-        EXPECT_NE( itsError.str().find( length < 5 ? "(" : "(1" ), std::string::npos ) << itsError.str();
+        EXPECT_STARTS( itsError.str(), "korvale: " + cut + ": " );
+        EXPECT_CONTAINS( itsError.str(), length < 5 ? "(" : "(1" );
     }
     EXPECT_EQ( Run( { "export", Name( "no" ), "--npz", Name( "out" ) } ), 1 );
     EXPECT_EQ(
         Run( { "filter", itsTable, "--where", "id > 1", "-o", Name( "out" ), "--csv", Name( "no/folder" ) } ),
         1 );
-    EXPECT_EQ( itsError.str().find( "korvale: filter: cannot write " + Name( "no/folder" ) + ": " ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: filter: cannot write " + Name( "no/folder" ) + ": " );
     EXPECT_EQ( itsFolder.Read( "out" ), "older" );
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }

@@ -87,5 +87,5 @@ TEST( WhereClause, RefusesWhatMakesNoSense )
         { "\"x<5\" = 7", "holds identifiers, and \"7\" is none" },
         { "a/b = 1", "holds no values" } };
     for ( const auto& [condition, text] : cases )
-        EXPECT_NE( GetRefusal( condition ).find( text ), std::string::npos ) << GetRefusal( condition );
+        EXPECT_CONTAINS( GetRefusal( condition ), text ) << GetRefusal( condition );
 }

@@ -18,17 +18,9 @@ thread_local int sFailing = kNone; // the number of the one that fails
 template<class Action>
 std::uint32_t ErrorWithout( int inAllocation, Action inAction )
 {
-    std::uint32_t error = 0;
     sAllocations = 0;
     sFailing = inAllocation;
-    try
-    {
-        inAction();
-    }
-    catch ( const XException& exception )
-    {
-        error = exception.GetErrorNumber();
-    }
+    const std::uint32_t error = ErrorOrZero( inAction );
     sFailing = kNone;
     return error;
 }

@@ -192,10 +192,14 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
     enum Way
     {
         kSpokenToListener,
+        kSpokenAndUnsubscribed,
+        kSpokenAndRemoved,
         kPostedToListener,
         kPostedOfSpeaker
     };
-    for ( const Way way : { kSpokenToListener, kPostedToListener, kPostedOfSpeaker } )
+    for ( const Way way :
+          { kSpokenToListener, kSpokenAndUnsubscribed, kSpokenAndRemoved, kPostedToListener,
+            kPostedOfSpeaker } )
     {
         XSpeaker speaker;
         WEvent hasStopped;
@@ -205,7 +209,12 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
         { way == kPostedOfSpeaker ? speaker.StopSpeaking() : listener.StopListening(); };
         listener.action = [&]( const XMessage& )
         {
-            stop();
+            if ( way == kSpokenAndUnsubscribed )
+                listener.Unsubscribe( speaker );
+            else if ( way == kSpokenAndRemoved )
+                speaker.RemoveAllListeners();
+            else
+                stop();
             hasStopped.Set();
             mayReturn.Wait();
         };
@@ -213,7 +222,7 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
         const NumberMessage message( 1, &speaker );
         const auto send = [&]
         {
-            if ( way == kSpokenToListener )
+            if ( way < kPostedToListener )
                 speaker.SpeakMessage( message, kNow );
             else
                 XSpeaker::PostXMessage( message, listener, kNow );
@@ -379,28 +388,22 @@ TEST( MessagingLifetimeTest, AStormOfCallsAndEnds )
     Storm storm;
     std::atomic<bool> isOver = false;
     std::barrier round( kSenders + 1 );
-    std::vector<std::thread> threads;
-    for ( unsigned sender = 0; sender < kSenders; ++sender )
-        threads.emplace_back(
-            [&, sender]
-            {
-                for ( unsigned i = 0; i < kStormRounds; ++i )
-                {
-                    round.arrive_and_wait();
-                    storm.Send( sender % kCallKinds );
-                    round.arrive_and_wait();
-                }
-            } );
-    threads.emplace_back(
+    std::thread all(
         [&]
         {
-            for ( unsigned i = 0; i < kStormRounds; ++i )
-            {
-                storm.Renew();
-                round.arrive_and_wait();
-                storm.End( i );
-                round.arrive_and_wait();
-            }
+            RunOnThreads(
+                kSenders + 1,
+                [&]( unsigned inThread )
+                {
+                    for ( unsigned i = 0; i < kStormRounds; ++i )
+                    {
+                        if ( inThread == kSenders )
+                            storm.Renew();
+                        round.arrive_and_wait();
+                        inThread == kSenders ? storm.End( i ) : storm.Send( inThread % kCallKinds );
+                        round.arrive_and_wait();
+                    }
+                } );
             isOver = true;
         } );
     while ( !isOver )
@@ -408,7 +411,6 @@ TEST( MessagingLifetimeTest, AStormOfCallsAndEnds )
         XSpeaker::ProcessAllNextEventMessages();
         std::this_thread::yield();
     }
-    for ( std::thread& thread : threads )
-        thread.join();
+    all.join();
     EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
 }

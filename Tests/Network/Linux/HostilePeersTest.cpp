@@ -164,8 +164,7 @@ TEST( HostilePeersTest, OnesThatNeverReadBlockOnlyTheirSender )
         } );
     endless.StartThread();
     connection.Reset();
-    endless.WaitForTerminate( kPatience );
-    EXPECT_EQ( endless.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( endless.Finish(), 3100 );
 
     XNetServer server( "test" );
     server.SetOnlyResponder( [] { return std::make_unique<SendingResponder>(); } );

@@ -102,7 +102,7 @@ TEST( KeyFilesTest, AreNamedWhereTheyAreNotWhatTheyShouldBe )
         catch ( const XException& error )
         {
             EXPECT_EQ( error.GetErrorNumber(), inError ) << inFile;
-            EXPECT_NE( MessageOf( error ).find( folder / inFile ), std::string::npos ) << MessageOf( error );
+            EXPECT_CONTAINS( MessageOf( error ), folder / inFile ) << MessageOf( error );
         }
     };
     for ( const std::string file : { "authority.crt", "node.crt", "node.key", "key" } )

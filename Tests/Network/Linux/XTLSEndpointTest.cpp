@@ -268,8 +268,7 @@ TEST( XTLSEndpointTest, EndsAHandshakeThatTakesTooLong )
     delete silent->Listen();
     const std::unique_ptr<XNetEndpoint> peer( silent->Listen() ); // connected now
     client.ForceDisconnect();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( thread.Finish(), 3100 );
     thread.StartThread();
     const std::unique_ptr<XNetEndpoint> other( silent->Listen() );
     thread.SuspendThread();
@@ -301,8 +300,7 @@ TEST( XTLSEndpointTest, EndsWaitsFromOtherThreads )
         EXPECT_EQ( thread.GetThreadReturnCode(), 7 );
         thread.StartThread(); // goes on
         connection.client.ForceDisconnect();
-        thread.WaitForTerminate( kPatience );
-        EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+        EXPECT_EQ( thread.Finish(), 3100 );
     }
 }
 

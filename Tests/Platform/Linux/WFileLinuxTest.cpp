@@ -1,6 +1,5 @@
 #include "Files/WReplaceFile.h"
 #include "TestFolder.h"
-#include "Testing.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

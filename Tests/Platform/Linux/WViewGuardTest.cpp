@@ -2,7 +2,6 @@
 
 #include "Files/WFile.h"
 #include "TestFolder.h"
-#include "Testing.h"
 
 #include <sys/mman.h>
 

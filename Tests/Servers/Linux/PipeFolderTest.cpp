@@ -143,6 +143,6 @@ TEST_F( PipeFolderTest, TellsWhichPipeCannotBe )
     }
     catch ( const XException& error )
     {
-        EXPECT_NE( MessageOf( error ).find( "xxx/korvale/far" ), std::string::npos );
+        EXPECT_CONTAINS( MessageOf( error ), "xxx/korvale/far" );
     }
 }

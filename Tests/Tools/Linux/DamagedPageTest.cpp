@@ -79,8 +79,8 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
         EXPECT_EQ( Run( arguments ), 1 );
         EXPECT_GT( itsViews, 1 ); // and others were not damaged
         const auto errors = itsError.str();
-        EXPECT_NE( errors.find( ": page " ), std::string::npos ) << errors;
-        EXPECT_NE( errors.find( "(1020)" ), std::string::npos ) << errors;
+        EXPECT_CONTAINS( errors, ": page " );
+        EXPECT_CONTAINS( errors, "(1020)" );
         EXPECT_EQ( std::ranges::count( errors, '\n' ), 1 ) << errors;
     }
 }

@@ -2,7 +2,6 @@
 #include "RefusedMemory.h"
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
-#include "Testing.h"
 
 // What becomes of output files where memory ends.
 

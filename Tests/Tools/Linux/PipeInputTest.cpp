@@ -25,10 +25,9 @@ TEST_F( PipeInput, IsRefusedWithWhatIsExpectedAndNotWaitedFor )
     {
         const std::string start = "korvale: " + input + ": ";
         EXPECT_EQ( Run( { "show", input } ), 1 );
-        EXPECT_EQ( itsError.str().find( start + "a pipe or device, not a file" ), 0u ) << itsError.str();
+        EXPECT_STARTS( itsError.str(), start + "a pipe or device, not a file" );
         EXPECT_EQ( Run( { "measure", input, "-q", "-o", Name( "t" ) } ), 1 );
-        EXPECT_EQ( itsError.str().find( start + "it is a pipe or device, not a file" ), 0u )
-            << itsError.str();
+        EXPECT_STARTS( itsError.str(), start + "it is a pipe or device, not a file" );
     }
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
 }

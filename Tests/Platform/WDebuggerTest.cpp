@@ -1,8 +1,0 @@
-#include "Process/WDebugger.h"
-
-#include "Testing.h"
-
-TEST( WDebuggerTest, IsNotPresentInATestRun )
-{
-    EXPECT_FALSE( WDebugger::IsPresent() );
-}
