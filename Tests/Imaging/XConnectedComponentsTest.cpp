@@ -148,21 +148,6 @@ TEST( XConnectedComponents, FindsWhatAFloodFillFinds )
         }
 }
 
-TEST( XConnectedComponents, JoinsSpiralsAndCombs )
-{
-    // Branches that meet late join components that were numbered far apart.
-    const std::vector<std::uint8_t> samples{
-        1, 0, 1, 0, 1, 0, 1, 1, 1, //
-        1, 0, 1, 0, 1, 0, 1, 0, 1, //
-        1, 1, 1, 0, 1, 0, 0, 0, 1, //
-        0, 0, 0, 0, 1, 1, 1, 1, 1, //
-        1, 0, 0, 1, 0, 0, 0, 0, 0, //
-        0, 1, 1, 0, 0, 0, 1, 0, 1, //
-    };
-    std::vector<bool> mask( samples.begin(), samples.end() );
-    ExpectFloodedObjects( MakePage( 9, samples ), mask, 0 );
-}
-
 TEST( XConnectedComponents, TakesThresholdsOutsideTheSamplesRange )
 {
     const auto page = MakePage<std::uint8_t>( 2, { 0, 255, 0, 255 } );

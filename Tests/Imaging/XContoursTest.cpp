@@ -66,21 +66,6 @@ TEST( XContours, RunAroundPixels )
         StartAt( { 1, 1 }, outlines[0][1] ), ( XContourLoop{ { 1, 1 }, { 3, 1 }, { 3, 3 }, { 1, 3 } } ) );
 }
 
-TEST( XContours, RunAroundHoles )
-{
-    const auto outlines = Trace(
-        5,
-        "#####"
-        "#.#.#"
-        "###.#"
-        "#####" );
-    ASSERT_EQ( outlines.size(), 1u );
-    ASSERT_EQ( outlines[0].size(), 3u );
-    const Sums sums( outlines[0] );
-    EXPECT_EQ( sums.length, 18 + 4 + 6 );
-    EXPECT_EQ( sums.area, 20 - 1 - 2 );
-}
-
 TEST( XContours, AreAsLongAsThePerimeterAndHoldEveryPixel )
 {
     std::mt19937 random( 1 );

@@ -31,15 +31,7 @@ std::string GetRefusal(
     file.descriptions = { "made by hand", inDescription };
     file.pages = inPages;
     file.layout = { 30, 40, inSamplesPerPixel, inPlanesInFile };
-    try
-    {
-        XCheckPlanes( file, inAreTimes );
-        return {};
-    }
-    catch ( const WImageError& error )
-    {
-        return error.what();
-    }
+    return TextOfError( [&] { XCheckPlanes( file, inAreTimes ); } );
 }
 
 std::string MakePixels( const std::string& inSizes )

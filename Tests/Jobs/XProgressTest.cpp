@@ -6,8 +6,8 @@
 #include "Jobs/XProgressDisabler.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Messaging/XListener.h"
-#include "Testing.h"
-#include "Threads/XThread.h"
+#include "TestJob.h"
+#include "Threads/TestThread.h"
 
 using XProgressChangedMessage = XThreadProgressStrategy::XProgressChangedMessage;
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "Core/Times/XTimer.h"
-#include "Jobs/XProgress.h"
+#include "Jobs/TestJob.h"
 #include "Jobs/XProgressStrategyChanger.h"
-#include "Jobs/XThreadProgressStrategy.h"
 #include "Network/XNetEndpoint.h"
 #include "Threads/TestThread.h"
 
@@ -42,19 +40,14 @@ struct TestConnection
 /// The error of an attempt to connect that its user aborts.
 inline std::uint32_t AbortConnecting( XNetEndpoint& ioEndpoint, const XNetAddress& inAddress )
 {
-    struct AbortingStrategy : XThreadProgressStrategy
-    {
-        void Yield() override { XProgress::Abort(); }
-    } strategy;
+    AbortingStrategy strategy;
     const XProgressStrategyChanger changer( &strategy );
     return ErrorOf( [&] { ioEndpoint.ConnectWithProgress( inAddress, kNoTimeout ); } );
 }
 
 inline void AwaitDisconnecting( const XNetEndpoint& inEndpoint )
 {
-    for ( const XTimer timer( kPatience );
-          inEndpoint.GetState() != XNetEndpoint::kStateDisconnecting && !timer.HasExpired(); )
-        XThread::YieldCurrentThread();
+    EXPECT_TRUE( Await( [&] { return inEndpoint.GetState() == XNetEndpoint::kStateDisconnecting; } ) );
 }
 
 /// A disconnection takes bytes that come meanwhile, so that those behind them are not for a receiver. Returns what its

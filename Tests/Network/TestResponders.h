@@ -3,7 +3,7 @@
 #include "Servers/XNetResponder.h"
 #include "Threads/TestThread.h"
 
-/// Sends back each byte; the byte 'a' authenticates, 'd' detaches.
+/// Sends back each byte; the byte 'a' authenticates.
 class EchoResponder : public XNetResponder
 {
 public:
@@ -15,7 +15,6 @@ public:
     }
 
     static inline std::atomic<int> sCount = 0;
-    static inline std::atomic<std::uint32_t> sDetachError = 0;
 
 protected:
     void RespondSelf() override
@@ -27,18 +26,8 @@ protected:
             endpoint.ReceiveData( &byte, 1, kNoTimeout );
             if ( byte == 'a' )
                 SetAuthenticated();
-            if ( byte == 'd' )
-                return Detach();
             endpoint.SendData( &byte, 1, kPatience );
         }
-    }
-
-private:
-    void Detach()
-    {
-        XNetEndpoint endpoint = DetachEndpoint();
-        sDetachError = ErrorOf( [this] { GetEndpoint(); } );
-        endpoint.SendData( "D", 1, kPatience );
     }
 };
 

@@ -13,17 +13,8 @@ namespace
 template<class TAction>
 std::uint32_t ErrorNaming( const std::string& inFile, TAction inAction )
 {
-    try
-    {
-        inAction();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_CONTAINS( MessageOf( error ), inFile ) << MessageOf( error );
-        return error.GetErrorNumber();
-    }
-    ADD_FAILURE() << "nothing was thrown";
-    return 0;
+    EXPECT_CONTAINS( TextOfError( inAction ), inFile );
+    return ErrorOf( inAction );
 }
 
 } // namespace

@@ -1,20 +1,12 @@
 #include "Network/XEncryption.h"
 
-#include "Testing.h"
+#include "Core/StreamTools.h"
 
 namespace
 {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = XBytes;
 using Words = std::array<std::uint32_t, 2>;
-
-Bytes FromHex( const std::string& inText )
-{
-    Bytes bytes;
-    for ( std::size_t i = 0; i < inText.size(); i += 2 )
-        bytes.push_back( static_cast<std::uint8_t>( std::stoul( inText.substr( i, 2 ), nullptr, 16 ) ) );
-    return bytes;
-}
 
 std::string ToKey( const std::string& inHex )
 {

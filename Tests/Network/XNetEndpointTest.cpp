@@ -229,16 +229,8 @@ TEST( XNetEndpointTest, NamesThePortInUse )
     TestListener listener;
     const std::int32_t port = listener.GetAddress().GetPort();
     XNetEndpoint other;
-    try
-    {
-        other.Bind( port );
-        FAIL();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_EQ( error.GetErrorNumber(), 10048u );
-        EXPECT_CONTAINS( MessageOf( error ), "port " + std::to_string( port ) );
-    }
+    EXPECT_ERROR( 10048, other.Bind( port ) );
+    EXPECT_CONTAINS( TextOfError( [&] { other.Bind( port ); } ), "port " + std::to_string( port ) );
     EXPECT_EQ( other.GetState(), State::kStateClosed );
     listener->Unbind();
     other.Bind( port );
@@ -422,14 +414,11 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     std::vector<XNetEndpoint> queued( 2 );
     std::uint32_t number = 0;
     for ( XNetEndpoint& endpoint : queued )
-        try
-        {
-            endpoint.Connect( address, 200 );
-        }
-        catch ( const XException& error )
-        {
-            number = error.GetErrorNumber();
-        }
+        number = ErrorOrZero( [&] { endpoint.Connect( address, 200 ); } );
+    catch ( const XException& error )
+    {
+        number = error.GetErrorNumber();
+    }
     XNetEndpoint endpoint;
     EXPECT_ERROR( 3105, endpoint.Connect( address, 50 ) ) << number;
     EXPECT_ERROR( 3105, endpoint.Connect( address, 0 ) );

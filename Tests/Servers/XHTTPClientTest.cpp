@@ -154,14 +154,6 @@ TEST_F( XHTTPClientTest, TellsWhatWentWrong )
     itsSettings.mostBodyBytes = 4;
     EXPECT_EQ( ErrorOfGet( url ), 3052u );
     itsServer.Stop();
-    try
-    {
-        XHTTPClient( itsSettings ).Get( url );
-        FAIL();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_EQ( error.GetErrorNumber(), 3106u );
-        EXPECT_CONTAINS( MessageOf( error ), url );
-    }
+    EXPECT_EQ( ErrorOfGet( url ), 3106u );
+    EXPECT_CONTAINS( TextOfError( [&] { XHTTPClient( itsSettings ).Get( url ); } ), url );
 }

@@ -41,15 +41,8 @@ public:
     {
         std::string text;
         char bytes[4096];
-        try
-        {
-            for ( ;; )
-                text.append( bytes, ReceiveAnyData( bytes, sizeof( bytes ), kPatience ) );
-        }
-        catch ( const XException& error )
-        {
-            EXPECT_EQ( error.GetErrorNumber(), 3100u );
-        }
+        EXPECT_ERROR(
+            3100, for ( ;; ) text.append( bytes, ReceiveAnyData( bytes, sizeof( bytes ), kPatience ) ) );
         return text;
     }
 };
@@ -233,16 +226,12 @@ TEST_F( XHTTPLimitsTest, RefusesWhatIsTooLargeOrTooSlow )
     EXPECT_EQ( StatusOf( Ask( "POST /echo", "Content-Length: 3\r\n\r\nab" ) ), "408" );
     RawClient dripping( itsServer ); // each byte comes in time, the whole does not
     dripping.Send( "GET /hello HTTP/1.1\r\n" );
-    try
+    const auto drip = [&]
     {
         for ( int i = 0; i < 1000; ++i, XThread::SleepCurrentThread( 10 ) )
             dripping.Send( i % 10 == 0 ? "\r\nA: " : "b" );
-        ADD_FAILURE() << "never refused";
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_EQ( error.GetErrorNumber(), 3100u );
-    }
+    };
+    EXPECT_EQ( ErrorOf( drip ), 3100u );
     EXPECT_EQ( AskRaw( "" ), "" ); // idle for too long
 }
 
@@ -335,8 +324,7 @@ TEST_F( XHTTPLimitsTest, LogsWhatHandlersDoButNotWhatClientsDo )
     while ( itsServer.GetConnectionCount() > 0 )
         XThread::SleepCurrentThread( 1 );
     log.Flush( kPatience );
-    std::ifstream file( options.path );
-    const std::string text( std::istreambuf_iterator<char>( file ), {} );
+    const std::string text = folder.Read( "session.log" );
     EXPECT_CONTAINS( text, "HTTP request for /fails" );
     EXPECT_LACKS( text, "3105" );
 }
@@ -413,13 +401,9 @@ namespace
 class XHTTPFilesTest : public testing::Test
 {
 protected:
-    XHTTPFilesTest()
-        : itsBase(
-              std::filesystem::temp_directory_path() /
-              ( "korvale-http-" + std::to_string( WClock::GetSystemMicroSeconds() ) ) ),
-          itsServer( "files" )
+    XHTTPFilesTest() : itsServer( "files" )
     {
-        std::filesystem::create_directories( itsBase / "site" / "sub" );
+        std::filesystem::create_directories( itsBase / "site/sub" );
         Write( "secret.txt", "secret" );
         Write( "site/ten.txt", "0123456789" );
         Write( "site/.hidden", "secret" );
@@ -429,16 +413,9 @@ protected:
         itsServer.ServeFolder( "/files/", itsBase / "site" );
         itsServer.Start( 0 );
     }
-    ~XHTTPFilesTest() override
-    {
-        itsServer.Stop();
-        std::filesystem::remove_all( itsBase );
-    }
+    ~XHTTPFilesTest() override { itsServer.Stop(); }
 
-    void Write( const char* inName, const std::string& inText )
-    {
-        std::ofstream( itsBase / inName, std::ios::binary ) << inText;
-    }
+    void Write( const char* inName, const std::string& inText ) { itsBase.Write( inName, inText ); }
     std::string
     Get( const std::string& inPath, const std::string& inFields = {}, const char* inMethod = "GET" )
     {
@@ -449,7 +426,7 @@ protected:
         return client.ReceiveAll();
     }
 
-    const std::filesystem::path itsBase;
+    const TestFolder itsBase;
     XHTTPServer itsServer;
 };
 
@@ -466,7 +443,7 @@ TEST_F( XHTTPFilesTest, ServesFilesButNothingElse )
     EXPECT_EQ( FieldOf( head, "Content-Length" ), "1000003" );
     EXPECT_EQ( BodyOf( head ), "" );
     std::error_code error;
-    std::filesystem::create_symlink( itsBase / "secret.txt", itsBase / "site" / "link", error );
+    std::filesystem::create_symlink( itsBase / "secret.txt", itsBase / "site/link", error );
     for ( const char* path :
           { "", "none", "sub", ".hidden", "ten.txt/", "link", "/ten.txt", "sub//index.html",
             "..%5Csecret.txt", "C:%5Cx", "ten.txt::$DATA", "ten.txt.", "a~1", "ten.txt%20", "NUL", "%ff%fe",

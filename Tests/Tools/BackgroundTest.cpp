@@ -148,7 +148,7 @@ private:
 TEST_F( Background, IsWhatThePlainDefinitionSays )
 {
     for ( const std::string kind : { "mean", "min" } )
-        for ( const auto pages : { 1u, 8u, 13u } )
+        for ( const auto pages : kIsSanitized ? std::vector{ 1u, 8u } : std::vector{ 1u, 8u, 13u } )
         {
             ExpectPlain<std::uint8_t>( kind, pages );
             ExpectPlain<std::uint16_t>( kind, pages );

@@ -8,14 +8,7 @@ namespace
 /// What FindColumnByName says of a name that it refuses.
 std::string GetRefusal( const XPivotTable& inTable, const std::string& inName )
 {
-    try
-    {
-        return "found " + std::to_string( FindColumnByName( inTable, inName ) );
-    }
-    catch ( const WrongUsage& error )
-    {
-        return error.what();
-    }
+    return TextOfError( [&] { FindColumnByName( inTable, inName ); } );
 }
 } // namespace
 

@@ -15,15 +15,7 @@ Rows Find( const std::string& inCondition )
 
 std::string GetRefusal( const std::string& inCondition )
 {
-    try
-    {
-        Find( inCondition );
-        return "";
-    }
-    catch ( const WrongUsage& error )
-    {
-        return error.what();
-    }
+    return TextOfError( [&] { Find( inCondition ); } );
 }
 } // namespace
 

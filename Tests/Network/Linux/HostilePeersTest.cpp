@@ -91,15 +91,6 @@ protected:
     }
 };
 
-template<class TCondition>
-bool Await( TCondition inCondition )
-{
-    for ( const XTimer timer( kPatience ); !inCondition(); XThread::SleepCurrentThread( 1 ) )
-        if ( timer.HasExpired() )
-            return false;
-    return true;
-}
-
 /// What a command prints is of no interest.
 bool Shell( const std::string& inCommand )
 {

@@ -1,8 +1,8 @@
+#include "Linux/TestProcess.h"
 #include "Network/Linux/TestTLS.h"
 #include "Network/XDeploymentKeys.h"
 #include "TestFolder.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -59,15 +59,10 @@ TEST( KeyFilesTest, AreForTheirOwnerAlone )
 TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
 {
     const TestFolder folder;
-    rlimit before{};
-    getrlimit( RLIMIT_FSIZE, &before );
-    const rlimit little{ 100, before.rlim_max };
     for ( const auto& target : { folder / "keys", folder.GetPath() } )
     {
-        setrlimit( RLIMIT_FSIZE, &little );
-        const std::uint32_t error = ErrorOf( [&] { XDeploymentKeys::Create( target ); } );
-        setrlimit( RLIMIT_FSIZE, &before );
-        EXPECT_NE( error, 0u );
+        const ProcessLimit little( RLIMIT_FSIZE, 100 );
+        EXPECT_NE( ErrorOf( [&] { XDeploymentKeys::Create( target ); } ), 0u );
         EXPECT_EQ( folder.CountEntries(), 0u );
     }
 }
@@ -94,16 +89,9 @@ TEST( KeyFilesTest, AreNamedWhereTheyAreNotWhatTheyShouldBe )
     const TestKeys folder;
     const auto expectError = [&]( const std::string& inFile, std::uint32_t inError )
     {
-        try
-        {
-            XDeploymentKeys( folder.GetPath() ).MakeTLSContext( kNode, kControl );
-            ADD_FAILURE() << inFile;
-        }
-        catch ( const XException& error )
-        {
-            EXPECT_EQ( error.GetErrorNumber(), inError ) << inFile;
-            EXPECT_CONTAINS( MessageOf( error ), folder / inFile ) << MessageOf( error );
-        }
+        const auto load = [&] { XDeploymentKeys( folder.GetPath() ).MakeTLSContext( kNode, kControl ); };
+        EXPECT_EQ( ErrorOf( load ), inError ) << inFile;
+        EXPECT_CONTAINS( TextOfError( load ), ( folder / inFile ).string() );
     };
     for ( const std::string file : { "authority.crt", "node.crt", "node.key", "key" } )
     {
@@ -138,14 +126,7 @@ TEST( KeyFilesTest, LetTheirDeploymentConnect )
             [&]
             {
                 XNetEndpoint client = MakeTLSEndpoint( inContext );
-                try
-                {
-                    client.Connect( listener.GetAddress(), kPatience );
-                }
-                catch ( const XException& exception )
-                {
-                    error = exception.GetErrorNumber();
-                }
+                error = ErrorOrZero( [&] { client.Connect( listener.GetAddress(), kPatience ); } );
             },
             [&]
             {

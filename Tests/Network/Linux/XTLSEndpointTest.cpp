@@ -1,9 +1,7 @@
 #include "Network/ConnectionStorm.h"
 #include "Network/Linux/TestTLS.h"
 
-#include "Core/Times/XTimer.h"
-#include "Network/XEncryptedNetStream.h"
-#include "Servers/XNetResponder.h"
+#include "Network/TestResponders.h"
 #include "Servers/XNetServer.h"
 
 #include <openssl/ssl.h>
@@ -23,21 +21,6 @@ struct Errors
     std::uint32_t server = 0;
 };
 
-/// The number of what is thrown, 0 for nothing.
-template<class TAction>
-std::uint32_t TryTo( TAction inAction )
-{
-    try
-    {
-        inAction();
-        return 0;
-    }
-    catch ( const XException& error )
-    {
-        return error.GetErrorNumber();
-    }
-}
-
 /// What both sides say when one connects and the other receives a byte.
 Errors Introduce( const Contexts& inClient, const Contexts& inServer )
 {
@@ -47,7 +30,7 @@ Errors Introduce( const Contexts& inClient, const Contexts& inServer )
     RunTogether(
         [&]
         {
-            errors.client = TryTo( [&] { client.Connect( listener.GetAddress(), kPatience ); } );
+            errors.client = ErrorOrZero( [&] { client.Connect( listener.GetAddress(), kPatience ); } );
             if ( errors.client == 0 )
                 client.SendData( "x", 1, kPatience );
             EXPECT_TRUE( errors.client == 0 || client.GetState() == XNetEndpoint::kStateClosed );
@@ -56,7 +39,7 @@ Errors Introduce( const Contexts& inClient, const Contexts& inServer )
         {
             const auto server = listener.Accept();
             char byte = 0;
-            errors.server = TryTo( [&] { server->ReceiveAnyData( &byte, 1, kPatience ); } );
+            errors.server = ErrorOrZero( [&] { server->ReceiveAnyData( &byte, 1, kPatience ); } );
             EXPECT_TRUE( errors.server == 0 || server->GetState() == XNetEndpoint::kStateDisconnected );
         } );
     return errors;
@@ -99,25 +82,6 @@ private:
     SSL_CTX* itsContext;
 };
 
-class EchoResponder : public XNetResponder
-{
-public:
-    EchoResponder() : XNetResponder( "echo" ) {}
-    ~EchoResponder() override { StopResponding(); }
-
-protected:
-    void RespondSelf() override
-    {
-        XNetEndpoint endpoint = GetEndpoint();
-        for ( char byte = 0;; )
-        {
-            endpoint.ReceiveData( &byte, 1, kNoTimeout );
-            SetAuthenticated();
-            endpoint.SendData( &byte, 1, kPatience );
-        }
-    }
-};
-
 } // namespace
 
 /// A reader and a writer on each side at a time; blocks of all sizes.
@@ -142,24 +106,6 @@ TEST( XTLSEndpointTest, MovesBytesBothWaysAtOnce )
     EXPECT_EQ( atClient, sent );
     EXPECT_EQ( connection.client.GetTotalBytesWritten(), size );
     EXPECT_EQ( connection.client.GetTotalBytesRead(), size );
-}
-
-TEST( XTLSEndpointTest, CarriesStreams )
-{
-    TestTLSConnection connection;
-    const char key[] = "sixteen bytes ok";
-    using Stream = XEncryptedNetStream;
-    Stream client( connection.client, key, Stream::kAlgorithmRC4, kPatience, kPatience, 4096 );
-    Stream server( *connection.server, key, Stream::kAlgorithmRC4, kPatience, kPatience, 4096 );
-    client.WriteString( "over two ciphers" );
-    XNetAddress( "name", 7 ).WriteStreamSelf( client );
-    client.Flush();
-    XString text;
-    server.ReadString( text );
-    EXPECT_EQ( text, "over two ciphers" );
-    XNetAddress address;
-    address.ReadStreamSelf( server );
-    EXPECT_EQ( address.GetPort(), 7 );
 }
 
 TEST( XTLSEndpointTest, PeeksAcrossRecords )
@@ -229,7 +175,7 @@ TEST( XTLSEndpointTest, RejectsPeersThatOfferTooLittle )
         endpoint.Connect( XNetAddress::GetLoopBackAddress( inPort ), kPatience );
         endpoint.SendData( "GET / HTTP/1.1\r\n\r\n", 18, kPatience );
         char byte = 0;
-        TryTo( [&] { endpoint.ReceiveAnyData( &byte, 1, kPatience ); } );
+        ErrorOrZero( [&] { endpoint.ReceiveAnyData( &byte, 1, kPatience ); } );
     };
     EXPECT_EQ( serve( sayHello ), 3121u );
 
@@ -333,25 +279,18 @@ TEST( XTLSEndpointTest, IsServedBesideStrangers )
 {
     const TestContexts contexts;
     XNetServer server( "test", { kPatience, 2 } );
-    server.SetOnlyResponder( [] { return std::make_unique<EchoResponder>(); } );
+    server.SetOnlyResponder( MakeEcho );
     server.UseTLS( contexts.server );
     server.Start( 0 );
     const XNetAddress address = XNetAddress::GetLoopBackAddress( server.GetPort() );
     XNetEndpoint client = MakeTLSEndpoint( contexts.client );
     client.Connect( address, kPatience );
-    char byte = 'x';
-    const auto say = [&]
-    {
-        client.SendData( &byte, 1, kPatience );
-        client.ReceiveData( &byte, 1, kPatience );
-    };
-    say(); // is no stranger any more
+    EXPECT_EQ( Say( client, 'a' ), 'a' ); // is no stranger any more
     XNetEndpoint strangers[4];
     for ( XNetEndpoint& stranger : strangers )
         stranger.Connect( address, kPatience );
-    say();
-    EXPECT_EQ( byte, 'x' );
-    EXPECT_ERROR( 3100, strangers[0].ReceiveAnyData( &byte, 1, kPatience ) );
+    EXPECT_EQ( Say( client, 'x' ), 'x' );
+    EXPECT_EQ( AwaitEnd( strangers[0] ), 3100u );
 }
 
 TEST( XTLSEndpointTest, EndsFromEverySide )

@@ -1,3 +1,4 @@
+#include "Linux/TestProcess.h"
 #include "Network/TestResponders.h"
 
 #include "Network/XPipeEndpointImp.h"
@@ -8,7 +9,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -94,22 +94,17 @@ TEST_F( PipeFolderTest, EndsConnectionsOfOtherUsers )
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strcpy( address.sun_path, path.c_str() );
-    const pid_t child = fork();
-    if ( child == 0 )
-    {
-        constexpr uid_t kNobody = 65534;
-        char byte = 'x';
-        const int client = socket( AF_UNIX, SOCK_STREAM, 0 );
-        if ( setuid( kNobody ) != 0 ||
-             connect( client, reinterpret_cast<sockaddr*>( &address ), sizeof( address ) ) != 0 )
-            _exit( 2 );
-        send( client, &byte, 1, MSG_NOSIGNAL );
-        _exit( recv( client, &byte, 1, 0 ) > 0 ? 1 : 0 );
-    }
-    int status = 0;
-    waitpid( child, &status, 0 );
-    EXPECT_TRUE( WIFEXITED( status ) );
-    EXPECT_EQ( WEXITSTATUS( status ), 0 );
+    EXPECT_TRUE( PassesInChild(
+        [&]
+        {
+            constexpr uid_t kNobody = 65534;
+            char byte = 'x';
+            const int client = socket( AF_UNIX, SOCK_STREAM, 0 );
+            ASSERT_EQ( setuid( kNobody ), 0 );
+            ASSERT_EQ( connect( client, reinterpret_cast<sockaddr*>( &address ), sizeof( address ) ), 0 );
+            send( client, &byte, 1, MSG_NOSIGNAL );
+            EXPECT_LE( recv( client, &byte, 1, 0 ), 0 );
+        } ) );
     XNetEndpoint client = XPipeEndpointImp::ConnectTo( "pipe", kPatience );
     EXPECT_EQ( Say( client, 'x' ), 'x' );
 }
@@ -121,14 +116,11 @@ TEST_F( PipeFolderTest, LeavesANameToABusyListener )
     std::vector<XNetEndpoint> clients;
     std::uint32_t error = 0;
     while ( error == 0 )
-        try
-        {
-            clients.push_back( XPipeEndpointImp::ConnectTo( "busy", 0 ) );
-        }
-        catch ( const XException& exception )
-        {
-            error = exception.GetErrorNumber();
-        }
+        error = ErrorOrZero( [&] { clients.push_back( XPipeEndpointImp::ConnectTo( "busy", 0 ) ); } );
+    catch ( const XException& exception )
+    {
+        error = exception.GetErrorNumber();
+    }
     EXPECT_EQ( error, 3105u );
     EXPECT_ERROR( 10048, XPipeEndpointImp::BindTo( "busy" ) );
 }
@@ -136,13 +128,6 @@ TEST_F( PipeFolderTest, LeavesANameToABusyListener )
 TEST_F( PipeFolderTest, TellsWhichPipeCannotBe )
 {
     setenv( "XDG_RUNTIME_DIR", ( "/" + std::string( 200, 'x' ) ).c_str(), 1 );
-    try
-    {
-        XPipeEndpointImp::ConnectTo( "far", kPatience );
-        FAIL();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_CONTAINS( MessageOf( error ), "xxx/korvale/far" );
-    }
+    EXPECT_CONTAINS(
+        TextOfError( [] { XPipeEndpointImp::ConnectTo( "far", kPatience ); } ), "xxx/korvale/far" );
 }
