@@ -319,7 +319,7 @@ TEST_F( ImageFile, RefusesEveryTruncation )
 
 TEST_F( ImageFile, SurvivesEveryFlippedBit )
 {
-    for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ), FromHex( kPackBits8 ) } )
+    for ( const auto& bytes : { FromHex( kDeflateTile16 ), FromHex( kLZW8 ), FromHex( kPackBits8 ) } )
     {
         const auto path = itsFolder.Write( "broken", bytes );
         WFile file( path, WFile::kReadWrite );

@@ -98,7 +98,7 @@ protected:
         const auto stack = WriteStack( "in/stack.tif", pages );
         const auto background = Subtract<T>( inKind, pages );
         const auto subtracted = WriteStack( "subtracted/stack.tif", pages );
-        ASSERT_EQ( Run( { "measure", subtracted, "--csv", Name( "expected.csv" ), "-q" } ), 0 );
+        ASSERT_EQ( RunLine( "measure % --csv @expected.csv -q", subtracted ), 0 );
 
         // The sums and two pages.
         constexpr auto kPage = ( sizeof( T ) * kWidth * kHeight * kChannels + 4095 ) / 4096 * 4096;
@@ -267,27 +267,18 @@ TEST_F( Background, NeedsMemory )
 TEST_F( Background, TellsWrongUsage )
 {
     const auto image = WriteStack( "stack.tif", MakePages<std::uint8_t>( 2 ) );
-    const auto file = Name( "b.tif" );
-    const std::vector<std::vector<std::string>> cases{
-        { image, "--background", "max" },
-        { image, "--save-background", file },
-        { image, image, "--background", "min", "--save-background", file },
-        { image, "--background", "min", "--save-background", image },
-        { image, "--background", "min", "--save-background", Name( "out.csv" ) },
-        { image, "--memory", "0" },
-        { image, "--memory", "-1G" },
-        { image, "--memory", "1.5" },
-        { image, "--memory", "9999999T" },
-        { image, "--memory", "12 M" },
-        { image, "--memory", "nan" },
-        { image, "--memory", "M" },
-        { image, "--memory", "" },
-    };
-    for ( const auto& arguments : cases )
+    for ( const std::string& line :
+          Split( "% --background max|% --save-background @b.tif|"
+                 "% % --background min --save-background @b.tif|"
+                 "% --background min --save-background %|"
+                 "% --background min --save-background @out.csv|% --memory 0|% --memory -1G|"
+                 "% --memory 1.5|% --memory 9999999T|% --memory nan|% --memory M|"
+                 "% --memory ''" ) )
     {
-        EXPECT_EQ( Measure( arguments ), 2 ) << arguments.back();
+        EXPECT_EQ( RunLine( "measure --csv @out.csv -q " + line, image ), 2 ) << line;
         EXPECT_NE( itsError.str(), "" );
     }
+    EXPECT_EQ( Measure( { image, "--memory", "12 M" } ), 2 );
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
     EXPECT_EQ( Measure( { image, "--memory", "1.5g" } ), 0 );
 }

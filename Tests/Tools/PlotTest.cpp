@@ -98,10 +98,7 @@ TEST_F( Plot, StaysOnItsSheet )
     for ( int i = 0; i < 9; ++i )
         AddRow( 126.9657 + 0.0001 * i, "a long name of a group " + std::to_string( i ) );
     ASSERT_EQ(
-        Run(
-            { "plot", WriteTable(), "--scatter", "area,area", "--by", "name", "--width", "40", "--height",
-              "40", "-o", Name( "p.svg" ) } ),
-        0 );
+        RunLine( "plot % --scatter area,area --by name --width 40 --height 40 -o @p.svg", WriteTable() ), 0 );
     const auto svg = itsFolder.Read( "p.svg" );
     constexpr double kHeight = 40 * 72 / 25.4;
     const std::string y = " y=\"";
@@ -134,7 +131,7 @@ TEST_F( Plot, WritesTheSameFileEveryTime )
         EXPECT_CONTAINS( svg, text ) << text;
     EXPECT_CONTAINS( itsFolder.Read( "plot.PNG" ), "\x89PNG" );
 
-    ASSERT_EQ( Run( { "plot", table, "--scatter", "area,#1", "--log-x", "-o", Name( "scatter.svg" ) } ), 0 );
+    ASSERT_EQ( RunLine( "plot % --scatter area,#1 --log-x -o @scatter.svg", table ), 0 );
     const auto scatter = itsFolder.Read( "scatter.svg" );
     std::size_t discs = 0;
     for ( auto at = scatter.find( "<circle" ); at != std::string::npos;
@@ -147,24 +144,17 @@ TEST_F( Plot, RefusesWrongUsage )
 {
     AddRow( 1, "a" );
     const auto table = WriteTable();
-    const std::vector<std::vector<std::string>> cases{
-        { "-o", Name( "p.png" ) },
-        { "--histogram", "area" },
-        { "--histogram", "area", "-o", Name( "p.gif" ) },
-        { "--histogram", "area", "--scatter", "area,area", "-o", Name( "p.png" ) },
-        { "--histogram", "name", "-o", Name( "p.png" ) },
-        { "--histogram", "volume", "-o", Name( "p.png" ) },
-        { "--scatter", "area", "-o", Name( "p.png" ) },
-        { "--scatter", "area,area", "--bins", "3", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--by", "volume", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--by", "area,name", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--where", "area~9", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--width", "10", "-o", Name( "p.png" ) },
-    };
-    for ( auto arguments : cases )
+    for ( const std::string& options :
+          Split( "-o @p.png|--histogram area|--histogram area -o @p.gif|"
+                 "--histogram area --scatter area,area -o @p.png|--histogram name -o @p.png|"
+                 "--histogram volume -o @p.png|--scatter area -o @p.png|"
+                 "--scatter area,area --bins 3 -o @p.png|"
+                 "--histogram area --by volume -o @p.png|"
+                 "--histogram area --by area,name -o @p.png|"
+                 "--histogram area --where area~9 -o @p.png|"
+                 "--histogram area --width 10 -o @p.png" ) )
     {
-        arguments.insert( arguments.begin(), { "plot", table } );
-        EXPECT_EQ( Run( arguments ), 2 ) << arguments.back();
+        EXPECT_EQ( RunLine( "plot % " + options, table ), 2 ) << options;
         EXPECT_NE( itsError.str(), "" );
     }
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
@@ -176,10 +166,9 @@ TEST_F( Plot, WritesNothingWhenThereIsNothingToDraw )
     AddRow( -1, "a" );
     const auto table = WriteTable();
     itsFolder.Write( "old.png", "older" );
-    EXPECT_EQ( Run( { "plot", table, "--histogram", "area", "--log-x", "-o", Name( "old.png" ) } ), 1 );
+    EXPECT_EQ( RunLine( "plot % --histogram area --log-x -o @old.png", table ), 1 );
     EXPECT_CONTAINS( itsError.str(), "nothing to draw" );
-    EXPECT_EQ(
-        Run( { "plot", table, "--histogram", "area", "--where", "area>9", "-o", Name( "old.png" ) } ), 1 );
+    EXPECT_EQ( RunLine( "plot % --histogram area --where area>9 -o @old.png", table ), 1 );
     EXPECT_EQ( itsError.str(), "korvale: " + table + ": no row passes the conditions\n" );
     EXPECT_EQ( itsFolder.Read( "old.png" ), "older" );
 }

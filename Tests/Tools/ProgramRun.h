@@ -23,6 +23,25 @@ protected:
         return RunProgram( inArguments, terminal );
     }
 
+    /// Runs the program with the words of a line: `@name` stands for a file of the folder, `''` for an empty word, and each
+    /// `%` for the next of the words that follow, or for the last one again.
+    template<class... TWords>
+    int RunLine( const std::string& inLine, const TWords&... inWords )
+    {
+        const std::vector<std::string> others{ inWords... };
+        std::vector<std::string> arguments = Split( inLine, ' ' );
+        std::erase( arguments, "" );
+        std::size_t next = 0;
+        for ( std::string& word : arguments )
+            if ( word == "%" )
+                word = others.at( std::min( next++, others.size() - 1 ) );
+            else if ( word[0] == '@' )
+                word = Name( word.substr( 1 ) );
+            else if ( word == "''" )
+                word.clear();
+        return Run( arguments );
+    }
+
     std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
 
     std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )

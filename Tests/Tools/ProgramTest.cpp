@@ -22,13 +22,13 @@ protected:
     void ExpectRefused( const std::string& inImage, const std::string& inReason )
     {
         const auto good = WriteImage( "good.png" );
-        EXPECT_EQ( Run( { "measure", inImage, good, "--csv", Name( "out.csv" ) } ), 1 ) << inImage;
+        EXPECT_EQ( RunLine( "measure % % --csv @out.csv", inImage, good ), 1 ) << inImage;
         EXPECT_EQ( itsError.str(), "korvale: " + inImage + ": " + inReason + "\n" );
         EXPECT_CONTAINS(
             itsFolder.Read( "out.csv" ), "\n1,good.png,0,1,0.125,2,1,2,1,1,1,4,255,255,255,0,255\n" );
 
         itsFolder.Write( "kept.csv", "older" );
-        EXPECT_EQ( Run( { "measure", inImage, "--csv", Name( "kept.csv" ) } ), 1 );
+        EXPECT_EQ( RunLine( "measure % --csv @kept.csv", inImage ), 1 );
         EXPECT_EQ( itsFolder.Read( "kept.csv" ), "older" );
         EXPECT_EQ( itsOut.str(), "" );
     }
@@ -37,28 +37,23 @@ protected:
 
 TEST_F( Program, ShowsWhatItMeasured )
 {
-    ASSERT_EQ(
-        Run( { "sample", Name( "new/folder" ), "--planes", "3", "--channels", "2", "--objects", "9" } ), 0 );
+    ASSERT_EQ( RunLine( "sample @new/folder --planes 3 --channels 2 --objects 9" ), 0 );
     const auto image = Name( "new/folder/sample.tif" );
-    ASSERT_EQ( Run( { "measure", image, "-o", Name( "t" ), "--csv", Name( "c" ) } ), 0 ) << itsError.str();
+    ASSERT_EQ( RunLine( "measure % -o @t --csv @c", image ), 0 ) << itsError.str();
     EXPECT_CONTAINS( itsOut.str(), "sample.tif" );
 
     const auto csv = itsFolder.Read( "c" );
     EXPECT_EQ( std::ranges::count( csv, '\n' ), 1 + 3 * 9 );
-    ASSERT_EQ( Run( { "show", Name( "t" ), "--csv" } ), 0 );
+    ASSERT_EQ( RunLine( "show @t --csv" ), 0 );
     EXPECT_EQ( itsOut.str(), csv );
-    ASSERT_EQ( Run( { "show", Name( "t" ) } ), 0 );
+    ASSERT_EQ( RunLine( "show @t" ), 0 );
     EXPECT_EQ( std::ranges::count( itsOut.str(), '\n' ), 1 + 3 * 9 );
 }
 
 TEST_F( Program, SamplesAreTheSameOnEverySystem )
 {
     // A sum of the bytes that this program wrote when samples came to be.
-    ASSERT_EQ(
-        Run(
-            { "sample", Name( "s" ), "--planes", "2", "--width", "64", "--height", "48", "--objects", "4",
-              "--quiet" } ),
-        0 );
+    ASSERT_EQ( RunLine( "sample @s --planes 2 --width 64 --height 48 --objects 4 --quiet" ), 0 );
     EXPECT_EQ( itsOut.str(), "" );
     std::uint32_t sum = 0;
     for ( const auto& file : { "s/sample.tif", "s/truth.csv" } )
@@ -67,9 +62,7 @@ TEST_F( Program, SamplesAreTheSameOnEverySystem )
     EXPECT_EQ( sum, 3433723130u );
 
     const auto first = itsFolder.Read( "s/sample.tif" );
-    Run(
-        { "sample", Name( "s" ), "--planes", "2", "--width", "64", "--height", "48", "--objects", "4",
-          "--seed", "2" } );
+    RunLine( "sample @s --planes 2 --width 64 --height 48 --objects 4 --seed 2" );
     EXPECT_NE( itsFolder.Read( "s/sample.tif" ), first );
 }
 
@@ -79,7 +72,7 @@ TEST_F( Program, HelpFitsTheTerminal )
     for ( const char* command :
           { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot", "keys" } )
     {
-        ASSERT_EQ( *command ? Run( { command, "--help" } ) : Run( { "--help" } ), 0 );
+        ASSERT_EQ( *command ? RunLine( "% --help", command ) : RunLine( "--help" ), 0 );
         std::istringstream help( itsOut.str() );
         for ( std::string line; std::getline( help, line ); )
             EXPECT_LE( XCountCharacters( line ), kWidth ) << command << ": " << line;
@@ -89,43 +82,26 @@ TEST_F( Program, HelpFitsTheTerminal )
 TEST_F( Program, RefusesWrongUsage )
 {
     const auto image = WriteImage( "image.png" );
-    const std::vector<std::vector<std::string>> cases{
-        {},
-        { "nonsense" },
-        { "measure" },
-        { "measure", image, "--channel", "C0" },
-        { "measure", image, "--channel", "red" },
-        { "measure", image, "--threshold", "nan" },
-        { "measure", image, "--threshold", "12x" },
-        { "measure", image, "--connectivity", "6" },
-        { "measure", image, "--min-pixels", "-1" },
-        { "measure", image, "-o", "" },
-        { "measure", image, "--csv", "" },
-        { "measure", image, "--log", "" },
-        { "measure", image, "--workers", "0" },
-        { "measure", image, "--inside", "x" },
-        { "measure", image, "--pixel-size", "0,5" },
-        { "measure", image, "--pixel-size", "1,2,3" },
-        { "measure", image, "--pixel-size", "inf" },
-        { "measure", image, "--inside-channel", "C1" },
-        { "measure", image, "-o", Name( "same" ), "--csv", Name( "./same" ) },
-        { "measure", image, "--csv", image },
-        { "sample", Name( "s" ), "--planes", "0" },
-        { "sample", Name( "s" ), "--bits", "12" },
-        { "sample", Name( "s" ), "--seed", "-1" },
-        { "sample", Name( "s" ), "--objects", "1000", "--width", "50" },
-        { "sample", Name( "s" ), "--width", "65536", "--height", "65536" },
-        { "show", image, "--csv", "--structure" },
-    };
-    for ( const auto& arguments : cases )
+    for ( const std::string& line :
+          Split( "|"
+                 "nonsense|measure|measure % --channel C0|measure % --channel red|"
+                 "measure % --threshold nan|measure % --threshold 12x|"
+                 "measure % --connectivity 6|measure % --min-pixels -1|measure % -o ''|"
+                 "measure % --csv ''|measure % --log ''|measure % --workers 0|"
+                 "measure % --inside x|measure % --pixel-size 0,5|"
+                 "measure % --pixel-size 1,2,3|measure % --pixel-size inf|"
+                 "measure % --inside-channel C1|measure % -o @same --csv @./same|"
+                 "measure % --csv %|sample @s --planes 0|sample @s --bits 12|"
+                 "sample @s --seed -1|sample @s --objects 1000 --width 50|"
+                 "sample @s --width 65536 --height 65536|show % --csv --structure" ) )
     {
-        EXPECT_EQ( Run( arguments ), 2 ) << ( arguments.empty() ? "" : arguments.back() );
+        EXPECT_EQ( RunLine( line, image ), 2 ) << line;
         EXPECT_NE( itsError.str(), "" );
         EXPECT_EQ( itsOut.str(), "" );
     }
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
     EXPECT_EQ( itsFolder.Read( "image.png" ), FromHex( kGrey8 ) );
-    EXPECT_EQ( Run( { "measure", "--help" } ), 0 );
+    EXPECT_EQ( RunLine( "measure --help" ), 0 );
 }
 
 TEST_F( Program, SuggestsCommandsAndOptions )
@@ -151,7 +127,7 @@ TEST_F( Program, SuggestsCommandsAndOptions )
 TEST_F( Program, RefusesFilesThatAreOneAnother )
 {
     const auto image = WriteImage( "image.png" ), table = Name( "table" );
-    ASSERT_EQ( Run( { "measure", image, "-o", table, "-q" } ), 0 );
+    ASSERT_EQ( RunLine( "measure % -o % -q", image, table ), 0 );
     const auto before = itsFolder.Read( "table" );
     std::filesystem::create_hard_link( itsFolder / "table", itsFolder / "hard" );
     const auto path = Name( "./no/../table" ), hard = Name( "hard" ), csv = Name( "new.csv" );
@@ -208,11 +184,7 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
     };
     const auto pivot = [&]( const std::string& inRows )
     {
-        EXPECT_EQ(
-            Run(
-                { "pivot", Name( "t" ), "--rows", inRows, "--values", "id", "--with", "count", "--csv",
-                  Name( "p" ) } ),
-            0 )
+        EXPECT_EQ( RunLine( "pivot @t --rows % --values id --with count --csv @p", inRows ), 0 )
             << itsError.str();
         return itsFolder.Read( "p" );
     };
@@ -229,11 +201,10 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
     const std::string omega = "\u03A9.png", middle = "\u4E2D.png", accent = "\u00E9.png";
     for ( const auto& name : { omega, middle, accent } )
         std::filesystem::copy( itsFolder / "i.png", PathFromUTF8( Name( name ) ) );
-    EXPECT_EQ(
-        Run( { "measure", Name( omega ), Name( middle ), Name( accent ), "-q", "-o", Name( "t" ) } ), 0 );
+    EXPECT_EQ( RunLine( "measure % % % -q -o @t", Name( omega ), Name( middle ), Name( accent ) ), 0 );
     EXPECT_EQ( pivot( "name" ), "Name,Count\n\\u{3A9}.png,1\n\\u{4E2D}.png,1\n\u00E9.png,1\n" );
     for ( const auto& name : { omega, std::string( "\\u{3A9}.png" ) } )
-        EXPECT_EQ( Run( { "filter", Name( "t" ), "--where", "name = " + name, "--csv", Name( "f" ) } ), 0 );
+        EXPECT_EQ( RunLine( "filter @t --where % --csv @f", "name = " + name ), 0 );
     EXPECT_EQ( XPivotText::FromFileName( "\\u{3A9} \\u" ).GetStringView(), "\\u{5C}u{3A9} \\u" );
 }
 
@@ -244,7 +215,7 @@ TEST_F( Program, ChecksItsOutputsBeforeItMeasures )
     for ( const auto* output : { "no/such/folder.png", "text.png/below.png" } )
         for ( const auto* option : { "-o", "--csv", "--overlay" } )
         {
-            EXPECT_EQ( Run( { "measure", Name( "text.png" ), option, Name( output ) } ), 1 );
+            EXPECT_EQ( RunLine( "measure @text.png % %", option, Name( output ) ), 1 );
             EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( output ) + ": " );
         }
 }
@@ -287,9 +258,9 @@ TEST_F( Program, KeepsResultsWhoseTargetsChangeMeanwhile )
 TEST_F( Program, TellsOfImagesItCannotRead )
 {
     const auto missing = Name( "missing.png" );
-    EXPECT_EQ( Run( { "measure", missing } ), 1 );
+    EXPECT_EQ( RunLine( "measure %", missing ), 1 );
     EXPECT_STARTS( itsError.str(), "korvale: " + missing + ": " );
-    EXPECT_EQ( Run( { "measure", Name( "." ) } ), 1 );
+    EXPECT_EQ( RunLine( "measure @." ), 1 );
 
     itsFolder.Write( "text.png", "no image\n" );
     ExpectRefused( Name( "text.png" ), "it is neither a TIFF nor a PNG file" );
@@ -326,7 +297,7 @@ TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
     EXPECT_CONTAINS( csv, "\n3,b.tif,0,1,2,0," );
     EXPECT_EQ( itsError.str(), "" );
 
-    EXPECT_EQ( Run( { "measure", other, "-q", "--csv", Name( "out.csv" ) } ), 0 );
+    EXPECT_EQ( RunLine( "measure % -q --csv @out.csv", other ), 0 );
     EXPECT_LACKS( itsFolder.Read( "out.csv" ), "Area" );
 }
 
@@ -335,7 +306,7 @@ TEST_F( Program, GoesOnBehindPagesThatFail )
     const auto grey = MakePage<std::uint8_t>( 2, { 1, 9 } );
     const auto colours = MakePage<std::uint8_t>( 2, { 0, 1, 0, 9 }, 2 );
     const auto image = WriteStack( "stack.tif", { &colours, &grey, &colours, &grey, &grey } );
-    ASSERT_EQ( Run( { "measure", image, "--channel", "C2", "--csv", Name( "out.csv" ), "-q" } ), 1 );
+    ASSERT_EQ( RunLine( "measure % --channel C2 --csv @out.csv -q", image ), 1 );
     const auto line = []( const std::string& inSubject )
     { return "korvale: " + inSubject + ": it has no channel C2, only 1\n"; };
     EXPECT_EQ( itsError.str(), line( image + ": page 1" ) + line( image + ": pages 3 to 4" ) );
@@ -344,20 +315,18 @@ TEST_F( Program, GoesOnBehindPagesThatFail )
     EXPECT_CONTAINS( csv, "\n1,stack.tif,0," );
     EXPECT_CONTAINS( csv, "\n2,stack.tif,2," );
 
-    EXPECT_EQ( Run( { "measure", image, "--channel", "C3", "--csv", Name( "none.csv" ) } ), 1 );
+    EXPECT_EQ( RunLine( "measure % --channel C3 --csv @none.csv", image ), 1 );
     EXPECT_FALSE( std::filesystem::exists( itsFolder / "none.csv" ) );
 }
 
 TEST_F( Program, TellsOfAPageThatIsCutOff )
 {
     // The directory of each page lies behind its samples: without its end the file has lost its last page.
-    Run(
-        { "sample", Name( "s" ), "--planes", "2", "--objects", "1", "--width", "64", "--height", "64",
-          "-q" } );
+    RunLine( "sample @s --planes 2 --objects 1 --width 64 --height 64 -q" );
     auto bytes = itsFolder.Read( "s/sample.tif" );
     bytes.pop_back();
     itsFolder.Write( "cut.tif", bytes );
-    EXPECT_EQ( Run( { "measure", Name( "cut.tif" ), "--csv", Name( "out.csv" ) } ), 1 );
+    EXPECT_EQ( RunLine( "measure @cut.tif --csv @out.csv" ), 1 );
     EXPECT_STARTS( itsError.str(), "korvale: " + Name( "cut.tif" ) + ": page 1: " );
     EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 2 );
 }
@@ -379,10 +348,7 @@ TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
     {
         const auto table = Name( "t" ), csv = Name( "c" );
         EXPECT_EQ(
-            Run(
-                { "measure", first, Name( "no.tif" ), last, "-o", table, "--csv", csv, "--workers",
-                  workers } ),
-            1 );
+            RunLine( "measure % @no.tif % -o % --csv % --workers %", first, last, table, csv, workers ), 1 );
         const std::vector<std::string> written{
             itsFolder.Read( "t" ), itsFolder.Read( "c" ), itsOut.str(), itsError.str() };
         expected = expected.empty() ? written : expected;
@@ -393,9 +359,9 @@ TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
 TEST_F( Program, KeepsALog )
 {
     const auto image = WriteImage( "image.png" ), log = Name( "log" );
-    EXPECT_EQ( Run( { "measure", image, Name( "no.tif" ), "--log", log, "-q" } ), 1 );
+    EXPECT_EQ( RunLine( "measure % @no.tif --log % -q", image, log ), 1 );
     EXPECT_EQ( itsOut.str(), "" );
-    EXPECT_EQ( Run( { "--verbose", "--log", log, "measure", image, "-q" } ), 0 );
+    EXPECT_EQ( RunLine( "--verbose --log % measure % -q", log, image ), 0 );
     EXPECT_CONTAINS( itsError.str(), "image.png: 1 of 1 pages, 1 objects, " );
 
     const auto entries = itsFolder.Read( "log" );
@@ -411,16 +377,14 @@ TEST_F( Program, KeepsALog )
     for ( const auto& text : expected )
         EXPECT_CONTAINS( entries, text ) << text << entries;
 
-    EXPECT_EQ( Run( { "measure", image, "-q", "--log", Name( "image.png" ) + "/log" } ), 0 );
+    EXPECT_EQ( RunLine( "measure % -q --log %", image, Name( "image.png" ) + "/log" ), 0 );
     EXPECT_CONTAINS( itsError.str(), "warning: cannot write the log " );
 }
 
 TEST_F( Program, MeasuresAPageOfOneValue )
 {
-    Run(
-        { "sample", Name( "s" ), "--planes", "1", "--objects", "0", "--width", "8", "--height", "8", "-q" } );
-    EXPECT_EQ(
-        Run( { "measure", Name( "s/sample.tif" ), "--threshold", "65535", "--csv", Name( "out.csv" ) } ), 0 );
+    RunLine( "sample @s --planes 1 --objects 0 --width 8 --height 8 -q" );
+    EXPECT_EQ( RunLine( "measure @s/sample.tif --threshold 65535 --csv @out.csv" ), 0 );
     EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 1 );
     EXPECT_STARTS( itsFolder.Read( "out.csv" ), "ID,Name,Timepoint,Pixel Count," );
 }
@@ -446,7 +410,7 @@ TEST_F( Program, LeavesNothingHalfWritten )
         expectUnwritable( { "sample", output }, output );
 
     itsFolder.Write( "old.csv", std::string( 100000, 'x' ) );
-    EXPECT_EQ( Run( { "measure", image, "--csv", Name( "old.csv" ) } ), 0 );
+    EXPECT_EQ( RunLine( "measure % --csv @old.csv", image ), 0 );
     EXPECT_EQ( itsFolder.Read( "old.csv" ).size(), 230u );
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }
@@ -458,7 +422,7 @@ TEST_F( Program, NoticesAFullDisk )
     const auto image = WriteImage( "image.png" );
     for ( const auto option : { "--csv", "-o" } )
     {
-        EXPECT_EQ( Run( { "measure", image, option, PathToUTF8( kFullDevice ) } ), 1 );
+        EXPECT_EQ( RunLine( "measure % % %", image, option, PathToUTF8( kFullDevice ) ), 1 );
         EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write /dev/full: " );
     }
 }
@@ -487,7 +451,7 @@ TEST_F( Program, EndsWhereItCannotReport )
 TEST_F( Program, QuotesNamesInCSV )
 {
     const auto image = WriteImage( "a, b.png" );
-    ASSERT_EQ( Run( { "measure", image, "--csv", Name( "out.csv" ), "-q" } ), 0 );
+    ASSERT_EQ( RunLine( "measure % --csv @out.csv -q", image ), 0 );
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), "\n1,\"a, b.png\",0," );
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), "Area (\u00B5m\u00B2)" );
 }
@@ -496,18 +460,18 @@ TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
 {
     const auto grey = WriteImage( "grey.png", kGrey16 );
     const auto colour = WriteImage( "colour.png", kRGBA8 );
-    ASSERT_EQ( Run( { "measure", grey, colour, "--csv", Name( "out.csv" ), "-q" } ), 0 );
+    ASSERT_EQ( RunLine( "measure % % --csv @out.csv -q", grey, colour ), 0 );
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",65534,65534,65534,0,65534,,,,,,,,,,\n" );
 }
 
 TEST_F( Program, MakesTheFolderOfADeploymentOnce )
 {
     const auto folder = Name( "new/keys/" );
-    EXPECT_EQ( Run( { "keys", folder } ), 0 ) << itsError.str();
+    EXPECT_EQ( RunLine( "keys %", folder ), 0 ) << itsError.str();
     EXPECT_STARTS( itsOut.str(), folder + ": a key" );
     EXPECT_EQ( itsFolder.Read( "new/keys/key" ).size(), 33u );
-    EXPECT_EQ( Run( { "keys", folder } ), 1 );
+    EXPECT_EQ( RunLine( "keys %", folder ), 1 );
     EXPECT_CONTAINS( itsError.str(), "the folder is not empty (1013)" );
-    EXPECT_EQ( Run( { "keys", Name( "new/keys/key/below" ) } ), 1 );
-    EXPECT_EQ( Run( { "keys", "" } ), 2 );
+    EXPECT_EQ( RunLine( "keys @new/keys/key/below" ), 1 );
+    EXPECT_EQ( RunLine( "keys %", "" ), 2 );
 }
