@@ -7,9 +7,8 @@
 #include <sstream>
 
 /// An empty folder of a test's own, removed with all that is in it.
-class TestFolder
+struct TestFolder
 {
-public:
     TestFolder() : itsPath( std::filesystem::temp_directory_path() / MakeName() )
     {
         std::filesystem::create_directories( itsPath );

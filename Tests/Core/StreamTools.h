@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Core/Errors/XException.h"
 #include "Core/Streams/XMemStream.h"
 #include "Testing.h"
 
@@ -35,9 +34,8 @@ inline XBytes FromHex( std::string inText )
 }
 
 /// Reads bytes that stay where they are; an open-ended one does not know where they end.
-class ReadingStream : public XStream
+struct ReadingStream : XStream
 {
-public:
     explicit ReadingStream( const XBytes& inBytes, USize64 inBufferSize = 0, bool inIsOpenEnded = true )
         : XStream( inBufferSize, inBufferSize > 0, false ), itsBytes( inBytes ),
           itsIsOpenEnded( inIsOpenEnded )

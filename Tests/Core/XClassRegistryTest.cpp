@@ -1,6 +1,5 @@
 #include "Core/Streams/XClassRegistry.h"
 
-#include "Core/Streams/XMemStream.h"
 #include "StreamTools.h"
 
 namespace
@@ -43,9 +42,8 @@ std::unique_ptr<XMemStream> StreamOf( const char* inHeader )
     return stream;
 }
 
-class XClassRegistryTest : public testing::Test
+struct XClassRegistryTest : testing::Test
 {
-protected:
     void SetUp() override
     {
         XClassRegistry::RegisterClassA( kBase, 0, Create, CreateOld, CreateDefault, "Base" );

@@ -6,9 +6,8 @@ namespace
 {
 
 /// Uses the registry that it leaves.
-class XFarewell : public XRefCountable
+struct XFarewell : XRefCountable
 {
-public:
     explicit XFarewell( XDataRegistry& inRegistry ) : itsRegistry( inRegistry ) {}
     ~XFarewell() override { itsRegistry.SetValue( "farewell", true ); }
 

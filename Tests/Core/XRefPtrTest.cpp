@@ -5,9 +5,8 @@
 namespace
 {
 
-class XThing : public XRefCountable
+struct XThing : XRefCountable
 {
-public:
     explicit XThing( int* ioAlive = nullptr ) : itsAlive( ioAlive )
     {
         if ( itsAlive )
@@ -23,9 +22,8 @@ private:
     int* itsAlive;
 };
 
-class XOther
+struct XOther
 {
-public:
     virtual ~XOther() = default;
     int itsPadding = 0;
 };
@@ -38,9 +36,8 @@ public:
 };
 
 /// Takes and gives back references to itself while it is being deleted.
-class XPhoenix : public XRefCountable
+struct XPhoenix : XRefCountable
 {
-public:
     XPhoenix( std::uint32_t& outShareError, std::uint32_t& outReleaseError )
         : itsShareError( outShareError ), itsReleaseError( outReleaseError )
     {

@@ -7,9 +7,8 @@
 namespace
 {
 /// A base with a number; counts its objects, so that a test sees what is left behind.
-class XShape : public XStorable
+struct XShape : XStorable
 {
-public:
     static XVersion GetClassVersion() { return { 60001, 1 }; }
     static XVersion GetSuperClassVersion() { return 0; }
     static int sObjects;
@@ -39,9 +38,8 @@ public:
 int XShape::sObjects = 0;
 
 /// Derives from it and owns a nested object, a text and a list.
-class XGroup : public XShape
+struct XGroup : XShape
 {
-public:
     static XVersion GetClassVersion() { return { 60002, 0 }; }
     static XVersion GetSuperClassVersion() { return XShape::GetClassVersion(); }
 
@@ -70,9 +68,8 @@ public:
 };
 
 /// Owns others of its kind by a vector.
-class XTree : public XShape
+struct XTree : XShape
 {
-public:
     static XVersion GetClassVersion() { return { 60003, 0 }; }
     static XVersion GetSuperClassVersion() { return XShape::GetClassVersion(); }
 
@@ -90,9 +87,8 @@ public:
     XStreamingPtrVector<XTree> itsChildren;
 };
 
-class XStorableTest : public testing::Test
+struct XStorableTest : testing::Test
 {
-protected:
     void SetUp() override
     {
         XClassRegistry::RegisterCoreClasses();

@@ -8,9 +8,8 @@
 namespace
 {
 /// Writes down what it is told. Stops the reading at a field of a certain name.
-class Recorder : public XStreamObserver
+struct Recorder : XStreamObserver
 {
-public:
     std::string text;
     std::string last;
 
@@ -37,9 +36,8 @@ private:
     }
 };
 
-class XStreamFields : public testing::Test
+struct XStreamFields : testing::Test
 {
-protected:
     XStreamFields()
     {
         itsStream.WriteStreamInfo();

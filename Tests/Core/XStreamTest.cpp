@@ -62,9 +62,8 @@ void ExpectOneOfEach( XStream& ioStream )
 }
 
 /// A stream over a vector that the test can look into, told to refuse transfers, or to hide its extent.
-class XModelStream : public XStream
+struct XModelStream : XStream
 {
-public:
     XModelStream( USize64 inBufferSize, bool inBufferedReads, bool inBoundedReads )
         : XStream( inBufferSize, inBufferedReads, inBoundedReads )
     {
@@ -102,9 +101,8 @@ protected:
 };
 
 /// Random operations on a stream, each held against a plain vector.
-class XStreamExerciser
+struct XStreamExerciser
 {
-public:
     XStreamExerciser( XStream& ioStream, unsigned inSeed, bool inMayLeaveGaps )
         : itsStream( ioStream ), itsRandom( inSeed ), itsMayLeaveGaps( inMayLeaveGaps )
     {

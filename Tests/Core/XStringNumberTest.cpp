@@ -67,9 +67,8 @@ double RandomDouble( std::mt19937_64& ioRandom )
 }
 
 /// Numbers with a decimal comma for as long as the object lives.
-class DecimalComma
+struct DecimalComma
 {
-public:
     DecimalComma() { WLocale::SetDecimalPoint( ',' ); }
     ~DecimalComma() { WLocale::SetDecimalPoint( '\0' ); }
 };

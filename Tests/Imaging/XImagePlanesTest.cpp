@@ -4,9 +4,8 @@
 
 namespace
 {
-class DescribedFile : public WImageFile
+struct DescribedFile : WImageFile
 {
-public:
     std::vector<std::string> descriptions;
     std::uint32_t pages = 1;
     Layout layout;

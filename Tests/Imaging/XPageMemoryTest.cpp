@@ -7,9 +7,8 @@ namespace
 constexpr std::uint64_t kUnit = 1024 * 1024;
 constexpr std::uint64_t kBudget = 64 * kUnit;
 
-class PageMemoryTest : public testing::Test
+struct PageMemoryTest : testing::Test
 {
-protected:
     PageMemoryTest() { GetManager().SetBudget( itsBefore + kBudget ); }
     ~PageMemoryTest() override { GetManager().SetBudget( itsBudgetBefore ); }
 

@@ -9,9 +9,8 @@
 #include <condition_variable>
 
 /// A job of a function that is set up where it is made.
-class TestJob : public XFunctionJob
+struct TestJob : XFunctionJob
 {
-public:
     explicit TestJob( Body inBody, std::int64_t inTag = 0, Completed inCompleted = nullptr )
         : XFunctionJob( std::move( inBody ), std::move( inCompleted ) )
     {
@@ -37,9 +36,8 @@ private:
 };
 
 /// Opens when it has been counted down. (A latch of the Windows runtime may miss its wake-up.)
-class Gate
+struct Gate
 {
-public:
     explicit Gate( std::uint32_t inCount ) : itsCount( inCount ) {}
 
     void CountDown()

@@ -1,4 +1,3 @@
-#include "Core/Errors/XException.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Messaging/XMessageVoid.h"
@@ -29,9 +28,8 @@ struct Counts
     std::atomic<int> strayStops = 0; // stopped though nobody stops its tag
 };
 
-class StressJob : public XJob
+struct StressJob : XJob
 {
-public:
     StressJob( Counts& ioCounts, unsigned inKind, bool inMayBeDeleted, bool inMayBeStopped )
         : itsCounts( ioCounts ), itsKind( inKind ), itsMayBeDeleted( inMayBeDeleted ),
           itsMayBeStopped( inMayBeStopped )
@@ -87,9 +85,8 @@ private:
 };
 
 /// Owns a queue with a job that sleeps or stops all queues, and may do so itself.
-class OwningJob : public StressJob
+struct OwningJob : StressJob
 {
-public:
     OwningJob( Counts& ioCounts, int inTurn ) : StressJob( ioCounts, 2, true, true ), itsTurn( inTurn ) {}
 
 protected:

@@ -1,12 +1,9 @@
 #include "Jobs/XJobQueue.h"
 
 #include "Core/Errors/XErrorLog.h"
-#include "Core/Errors/XException.h"
 #include "Core/Strings/XString.h"
 #include "Jobs/XJobCompletedMessage.h"
-#include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
-#include "Jobs/XThreadProgressStrategy.h"
 #include "Messaging/XMessageVoid.h"
 #include "TestJob.h"
 #include "Threads/XPreventThreadStop.h"
@@ -25,9 +22,8 @@ void DoNothing() {}
 
 /// Remembers what is told from any thread, in order.
 template<class T>
-class Record
+struct Record
 {
-public:
     void Add( T inValue )
     {
         const std::lock_guard lock( itsMutex );
@@ -48,9 +44,8 @@ private:
     std::vector<T> itsValues;
 };
 
-class CompletionListener : public XListener
+struct CompletionListener : XListener
 {
-public:
     explicit CompletionListener( const XSpeaker& inQueue ) { Subscribe( inQueue ); }
     void HandleMessage( const XMessage& inMessage ) override
     {
@@ -64,9 +59,8 @@ public:
 };
 
 /// Tells what it hears: the tag for a message, the negative tag when it is resumed.
-class HearingJob : public XJob
+struct HearingJob : XJob
 {
-public:
     HearingJob( std::int64_t inTag, Record<std::int64_t>& outHeard ) : itsHeard( outHeard )
     {
         SetTag( inTag );
@@ -81,9 +75,8 @@ private:
     Record<std::int64_t>& itsHeard;
 };
 
-class XJobQueueTest : public testing::Test
+struct XJobQueueTest : testing::Test
 {
-protected:
     void Attach( TestJob::Body inBody, std::int64_t inTag = 0 )
     {
         itsQueue.AttachJob( new TestJob( std::move( inBody ), inTag, itsCodes.Adder() ) );
@@ -271,9 +264,8 @@ TEST_F( XJobQueueTest, ACompletionIsSpokenToThoseWhoListenAtTheNextEvent )
 
 TEST_F( XJobQueueTest, AWaitWithinAHandlerLeavesNoJobUncompleted )
 {
-    class Handler : public XListener
+    struct Handler : XListener
     {
-    public:
         explicit Handler( std::function<void()> inAction ) : itsAction( std::move( inAction ) ) {}
         void HandleMessage( const XMessage& ) override { itsAction(); }
 

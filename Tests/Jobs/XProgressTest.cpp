@@ -15,9 +15,8 @@ namespace
 {
 
 /// Hears every change at once, as "type:level:value text".
-class ChangeListener : public XListener
+struct ChangeListener : XListener
 {
-public:
     explicit ChangeListener( const XSpeaker& inSpeaker ) { Subscribe( inSpeaker ); }
 
     void HandleMessage( const XMessage& inMessage ) override
@@ -37,9 +36,8 @@ public:
 
 using Changes = std::vector<std::string>;
 
-class XProgressTest : public testing::Test
+struct XProgressTest : testing::Test
 {
-protected:
     XThreadProgressStrategy itsStrategy{ nullptr, XSpeaker::kWhenImmediate };
     ChangeListener itsListener{ itsStrategy };
     XProgressStrategyChanger itsChanger{ &itsStrategy };
@@ -224,12 +222,7 @@ TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
         std::atomic<int>& itsLive;
     };
     std::atomic<int> live = 0;
-    TestThread thread(
-        [&live]
-        {
-            XProgress::SetProgressStrategy( new Counted( live ) );
-            return 0;
-        } );
+    TestThread thread( [&live] { XProgress::SetProgressStrategy( new Counted( live ) ); } );
     thread.StartThread();
     thread.Finish();
     EXPECT_EQ( live, 0 );
@@ -289,12 +282,7 @@ TEST( XProgressChangedMessage, TravelsThroughAStream )
 TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
 {
     WEvent mayEnd;
-    TestThread thread(
-        [&]
-        {
-            mayEnd.Wait();
-            return 0;
-        } );
+    TestThread thread( [&] { mayEnd.Wait(); } );
     thread.StartThread();
     EXPECT_ERROR( 2701, thread.WaitForTerminateWithProgress( 0 ) );
     EXPECT_ERROR( 2701, thread.WaitForSuspendWithProgress( 20, 1000, false ) );

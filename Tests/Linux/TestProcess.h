@@ -25,9 +25,8 @@ bool PassesInChild( TBody inBody )
 }
 
 /// A limit of the process for as long as the object lives.
-class ProcessLimit
+struct ProcessLimit
 {
-public:
     ProcessLimit( __rlimit_resource inResource, rlim_t inMost ) : itsResource( inResource )
     {
         ::getrlimit( itsResource, &itsBefore );

@@ -1,5 +1,4 @@
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "Threads/TestThread.h"
 
 namespace
@@ -18,9 +17,8 @@ struct Piece
     unsigned seed = 0;
 };
 
-class Storm
+struct Storm
 {
-public:
     Storm()
     {
         for ( auto& piece : itsPieces )

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/Errors/XException.h"
 #include "Memory/WMemoryManager.h"
+#include "Memory/XMappedFileMemoryHandle.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManagerListener.h"
 #include "Testing.h"
@@ -15,9 +15,8 @@ struct Range
 };
 
 /// The process's manager while it lives, with faults to order and an address space to lay out.
-class TestManager : public WMemoryManager
+struct TestManager : WMemoryManager
 {
-public:
     static constexpr std::uint64_t kEnd = 0x10000000;
 
     explicit TestManager( USize64 inBudget = 1 << 30 ) { SetBudget( inBudget ); }
@@ -98,9 +97,8 @@ public:
     }
 
 private:
-    class Mapping : public XFileMappingBase
+    struct Mapping : XFileMappingBase
     {
-    public:
         Mapping(
             TestManager& inManager, std::unique_ptr<XFileMappingBase> inMapping,
             std::shared_ptr<const WFile> inFile )
@@ -143,9 +141,8 @@ private:
 };
 
 /// Frees what a function frees and counts how often it was asked.
-class TestListener : public XMemoryManagerListener
+struct TestListener : XMemoryManagerListener
 {
-public:
     explicit TestListener( std::function<USize64( USize64 )> inFree ) : itsFree( std::move( inFree ) )
     {
         XMemoryManager::GetManager()->AddListener( this );

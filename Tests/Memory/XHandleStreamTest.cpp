@@ -4,7 +4,6 @@
 #include "Core/Strings/XString.h"
 #include "Memory/TestManager.h"
 #include "Memory/XMallocMemoryBlock.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 
 TEST( XHandleStream, WritesReadsAndCutsOff )
 {
@@ -71,40 +70,6 @@ TEST( XHandleStream, CutsOffItsSpareRoomWhereMemoryIsShort )
         const XLock lock( *handle, kLockForRead );
         EXPECT_EQ( 'x', ( *handle )[99'999] );
     }
-}
-
-// As when a handle that grows is purged meanwhile and cannot be brought back.
-TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
-{
-    class Block : public XMallocMemoryBlock
-    {
-    public:
-        using XMallocMemoryBlock::XMallocMemoryBlock;
-        void Resize( USize64 inSize ) override
-        {
-            XMallocMemoryBlock::Resize( inSize );
-            itsIsGone = true;
-        }
-
-    protected:
-        void LockSelf( XLockMode inMode ) override
-        {
-            if ( itsIsGone )
-                XThrow( 1012 );
-            XMallocMemoryBlock::LockSelf( inMode );
-        }
-
-    private:
-        bool itsIsGone = false;
-    };
-    TestManager manager;
-    XMemoryHandle handle( std::make_unique<Block>( 1000 ) );
-    XHandleStream stream( handle );
-    stream.SeekTo( 1000 );
-    EXPECT_ERROR( 1012, stream.Write32( 1 ) );
-    EXPECT_EQ( 1000u, handle.GetDataSize() );
-    EXPECT_EQ( 0, stream.GetExtent() );
-    EXPECT_ERROR( 1006, stream.Write8( 1 ) );
 }
 
 TEST( XHandleStream, KeepsAnObjectInAHandle )

@@ -1,10 +1,8 @@
 #include "Memory/XMappedFileMemoryBlock.h"
 
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "TestFolder.h"
 #include "Threads/TestThread.h"
-#include "Threads/Waiting/WEvent.h"
 
 namespace
 {
@@ -91,8 +89,7 @@ TEST( XMappedFileMemoryBlock, IsPurgedOnlyWhenNobodyHasItLocked )
         EXPECT_EQ( 0u, manager.FreeMemory( 1, XMemoryManager::kFreeWithoutLogEntry ) );
     }
     EXPECT_TRUE( block.CanPurge() );
-    WEvent isHeld;
-    WEvent mayEnd;
+    WEvent isHeld, mayEnd;
     RunTogether(
         [&]
         {
@@ -141,25 +138,6 @@ TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
     small.Purge();
     EXPECT_EQ( "sello", TextOf( small ) );
     EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
-}
-
-TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
-{
-    TestManager manager;
-    const TestFolder folder;
-    auto handle = Present( MakeFile( folder ), Block::kPrivate );
-    {
-        const XLock outer( handle, kLockForRead );
-        const auto* view = static_cast<const char*>( handle.GetData() );
-        {
-            const XLock inner( handle, kLockForWrite );
-            std::memcpy( handle.GetData(), "inner", 5 );
-        }
-        EXPECT_EQ( 0, std::memcmp( view, "hello", 5 ) );
-        EXPECT_GT( manager.GetBytesInUse(), kSize ); // both
-    }
-    EXPECT_LT( manager.GetBytesInUse(), kSize );
-    EXPECT_EQ( "inner", TextOf( handle ) );
 }
 
 // What is shared, copied or resized in any state of the locks remains a range of the file.

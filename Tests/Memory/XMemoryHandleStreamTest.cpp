@@ -2,7 +2,6 @@
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
 #include "Memory/XHandleStream.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 
 namespace
 {

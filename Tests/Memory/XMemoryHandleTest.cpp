@@ -4,7 +4,6 @@
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
 #include "Memory/XMallocMemoryBlock.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "Threads/TestThread.h"
 #include "Threads/XDataFetcher.h"
 
@@ -27,9 +26,8 @@ void SetText( XMemoryHandle& ioHandle, const std::string& inText )
 
 /// What every kind of handle does alike.
 template<class THandle>
-class AnyHandle : public testing::Test
+struct AnyHandle : testing::Test
 {
-protected:
     TestManager manager;
     THandle itsHandle{ USize64( 5 ) };
 };
@@ -205,9 +203,8 @@ TEST( XMemoryHandle, WithoutABlock )
 
 TEST( XMemoryHandle, CountsLocksOfABlock )
 {
-    class Block : public XMallocMemoryBlock
+    struct Block : XMallocMemoryBlock
     {
-    public:
         using XLockable::Unlock;
         using XMallocMemoryBlock::XMallocMemoryBlock;
     };

@@ -1,6 +1,5 @@
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
 #include "Threads/TestThread.h"
@@ -192,8 +191,7 @@ TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
 {
     TestManager manager( 4 * kMiB );
     XMemoryHandle handle( kMiB );
-    WEvent isAsked;
-    WEvent isLocked;
+    WEvent isAsked, isLocked;
     TestListener listener(
         [&]( USize64 )
         {

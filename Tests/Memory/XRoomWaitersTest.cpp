@@ -1,8 +1,6 @@
 #include "Memory/Internal/XRoomWaiters.h"
 
-#include "Core/Times/XTimer.h"
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "Threads/TestThread.h"
 
 // What a thread waits for that finds no room in the budget, and when it gives up.
@@ -37,9 +35,8 @@ std::uint32_t LockOnce( XMemoryHandle& ioHandle )
 }
 
 /// Says, as a listener, when a thread has looked for room in vain.
-class SearchedInVain
+struct SearchedInVain
 {
-public:
     void Wait() { itsEvent.Wait(); }
 
 private:
@@ -76,8 +73,7 @@ TEST( XRoomWaiters, WaitForTheOtherOfTwoThatShareABlock )
 {
     constexpr std::uint32_t kTimeToBeRefused = 50;
     Room room( 1, 2 );
-    WEvent isLocked;
-    WEvent isOver;
+    WEvent isLocked, isOver;
     RunTogether(
         [&]
         {
@@ -158,8 +154,7 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
 {
     Room room( 1, 2 );
     const std::thread::id tester = std::this_thread::get_id();
-    WEvent isAsked;
-    WEvent isLocked;
+    WEvent isAsked, isLocked;
     TestListener listener(
         [&]( USize64 )
         {
@@ -224,8 +219,7 @@ TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
 TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
 {
     TestManager manager( 3 * kSize );
-    WEvent isPurging;
-    WEvent mayGoOn;
+    WEvent isPurging, mayGoOn;
     manager.makeTemporaryFile = [&]
     {
         isPurging.Set();

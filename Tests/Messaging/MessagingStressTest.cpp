@@ -19,9 +19,8 @@ std::atomic<int> sHeard = 0;
 std::atomic<int> sHeardTwice = 0;
 std::atomic<int> sHeardWhenDead = 0;
 
-class StressListener : public XListener
+struct StressListener : XListener
 {
-public:
     explicit StressListener( bool inIsAsynchronous ) : XListener( inIsAsynchronous ) {}
     ~StressListener() override
     {
@@ -54,9 +53,8 @@ struct Slot
 
 using Random = std::minstd_rand;
 
-class Stress
+struct Stress
 {
-public:
     /// Where there are many of one kind, few are made anew, so that subscriptions pile up.
     Stress( std::size_t inSpeakers, std::size_t inListeners )
         : speakers( inSpeakers ), listeners( inListeners ),

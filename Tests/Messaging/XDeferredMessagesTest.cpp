@@ -2,7 +2,6 @@
 #include "Core/Strings/XString.h"
 #include "Core/Times/XTimer.h"
 #include "Messaging/XRemoteMessage.h"
-#include "Messaging/XSpeaker.h"
 #include "Process/WMainLoop.h"
 #include "Recorder.h"
 #include "Threads/Waiting/WEvent.h"
@@ -10,9 +9,8 @@
 namespace
 {
 
-class XDeferredMessagesTest : public testing::Test
+struct XDeferredMessagesTest : testing::Test
 {
-protected:
     static constexpr auto kNext = XSpeaker::kWhenNextEvent;
     static constexpr auto kIdle = XSpeaker::kWhenIdle;
 
@@ -32,9 +30,8 @@ protected:
 
 /// Replaces queued messages of an equal level, merges those of an equal level and value; two levels share a
 /// key.
-class LevelMessage : public NumberMessage
+struct LevelMessage : NumberMessage
 {
-public:
     LevelMessage( int inLevel, int inValue ) : NumberMessage( inValue ), level( inLevel ) {}
     LevelMessage* Clone() const override { return new LevelMessage( *this ); }
     XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNew ) const override
@@ -49,9 +46,8 @@ public:
     int level;
 };
 
-class FaultyMessage : public XMessage
+struct FaultyMessage : XMessage
 {
-public:
     FaultyMessage( bool inClones, XSpeaker* inSpeaker ) : XMessage( inSpeaker ), clones( inClones ) {}
     FaultyMessage* Clone() const override
     {
@@ -99,9 +95,8 @@ TEST_F( XDeferredMessagesTest, ReplacingMovesToTheBack )
 
 TEST_F( XDeferredMessagesTest, AsksClassesDerivedFromMessagesWithKeys )
 {
-    class StateMessage : public XRemoteMessage
+    struct StateMessage : XRemoteMessage
     {
-    public:
         using XRemoteMessage::XRemoteMessage;
         StateMessage* Clone() const override { return new StateMessage( *this ); }
         XCoalesce ShouldCoalesceQueueMessage( const XMessage& ) const override { return kCoalesceReplace; }

@@ -31,20 +31,3 @@ TEST( XMessageTest, OrdersUnequalMessagesByCreation )
     XSpeaker speaker;
     EXPECT_TRUE( one != XMessageVoid( &speaker, &info ) );
 }
-
-TEST( XMessageTest, PredicatesSelectInContainers )
-{
-    const NumberMessage one( 1 );
-    const NumberMessage two( 2 );
-    const OtherMessage other;
-    const XVector<const XMessage*> messages{ &one, &two, &other, nullptr };
-    const auto count = [&]( auto inPredicate )
-    { return std::count_if( messages.begin(), messages.end(), inPredicate ); };
-    EXPECT_EQ( count( XIsMessageTypeEqual( typeid( NumberMessage ) ) ), 2 );
-    EXPECT_EQ( count( XIsMessageTypeEqual( typeid( XMessage ) ) ), 0 );
-    EXPECT_EQ( count( XIsMessageEqual( NumberMessage( 2 ) ) ), 1 );
-
-    const std::multimap<int, std::string> names{ { 1, typeid( one ).name() }, { 2, typeid( other ).name() } };
-    const XIsMessageTypeOfPairEqual isOther( typeid( OtherMessage ) );
-    EXPECT_EQ( std::find_if( names.begin(), names.end(), isOther )->first, 2 );
-}

@@ -4,9 +4,8 @@
 #include "TestFolder.h"
 
 /// Sends back what comes in on each of its connections, on a thread for each.
-class EchoServer
+struct EchoServer
 {
-public:
     explicit EchoServer( TestListener& inListener ) : itsListener( inListener ) { itsAcceptor.StartThread(); }
     ~EchoServer()
     {
@@ -42,9 +41,8 @@ private:
 };
 
 /// The endpoints that clients use at the moment, so that others can get at them.
-class Slots
+struct Slots
 {
-public:
     void Set( unsigned inSlot, const std::shared_ptr<XNetEndpoint>& inEndpoint )
     {
         const std::lock_guard lock( itsMutex );

@@ -6,9 +6,8 @@
 #include "Threads/TestThread.h"
 
 /// An endpoint that listens on a free port of this machine.
-class TestListener
+struct TestListener
 {
-public:
     explicit TestListener( const XNetEndpoint& inEndpoint = XNetEndpoint() ) : itsEndpoint( inEndpoint )
     {
         itsEndpoint.Bind( 0 );
@@ -57,12 +56,7 @@ inline std::int32_t ReceiveBesideADisconnection( XNetEndpoint& ioClient, XNetEnd
     char bytes[16];
     TestThread receiver(
         [&] { return static_cast<std::int32_t>( ioClient.ReceiveAnyData( bytes, 16, kNoTimeout ) ); } );
-    TestThread closer(
-        [&]
-        {
-            ioClient.Disconnect( kPatience );
-            return 0;
-        } );
+    TestThread closer( [&] { ioClient.Disconnect( kPatience ); } );
     receiver.StartThread();
     XThread::SleepCurrentThread( 5 ); // with less it might come too late to receive
     closer.StartThread();

@@ -4,9 +4,8 @@
 #include "Threads/TestThread.h"
 
 /// Sends back each byte; the byte 'a' authenticates.
-class EchoResponder : public XNetResponder
+struct EchoResponder : XNetResponder
 {
-public:
     EchoResponder() : XNetResponder( "echo" ) { ++sCount; }
     ~EchoResponder() override
     {

@@ -2,7 +2,6 @@
 
 #include "Core/Streams/XMemStream.h"
 #include "Core/Streams/XStreamVectors.h"
-#include "Core/Times/XTimer.h"
 #include "Network/XSocketsTCPEndpointImp.h"
 
 namespace
@@ -82,12 +81,7 @@ TEST( XNetEndpointTest, PeeksWithoutTaking )
     char bytes[4] = {};
     EXPECT_EQ( connection.server->PeekAnyData( bytes, 1, kPatience ), 1u );
     EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
-    TestThread sender(
-        [&]
-        {
-            SendText( connection.client, "cd" );
-            return 0;
-        } );
+    TestThread sender( [&] { SendText( connection.client, "cd" ); } );
     sender.StartThread();
     connection.server->PeekData( bytes, 4, kPatience );
     EXPECT_EQ( std::string( bytes, 4 ), "abcd" );
@@ -110,7 +104,6 @@ TEST( XNetEndpointTest, LetsTwoThreadsPeek )
         {
             char bytes[8];
             connection.server->PeekData( bytes, 8, kPatience );
-            return 0;
         } );
     SendText( connection.client, "12" );
     patient.StartThread();
@@ -204,9 +197,8 @@ TEST( XNetEndpointTest, TriesAdaptersInOrder )
 /// Another thread may end an attempt while no address is being tried.
 TEST( XNetEndpointTest, TriesNoFurtherAddressOnceDisconnected )
 {
-    class DisconnectedImp : public XSocketsTCPEndpointImp
+    struct DisconnectedImp : XSocketsTCPEndpointImp
     {
-    public:
         void Connect( const XNetAddress&, std::uint32_t ) override
         {
             ++itsAttempts;
@@ -256,12 +248,7 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
     TestConnection connection;
     SendText( connection.client, "to be read" );
     SendText( *connection.server, "to be lost" );
-    TestThread client(
-        [&]
-        {
-            connection.client.Disconnect( kPatience );
-            return 0;
-        } );
+    TestThread client( [&] { connection.client.Disconnect( kPatience ); } );
     client.StartThread();
     EXPECT_EQ( ReceiveText( *connection.server, 10 ), "to be read" );
     AwaitDisconnecting( connection.client );
@@ -271,9 +258,8 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
 }
 
 /// Every wait ends at once when another thread disconnects, is asked to stop, or to suspend.
-class WaitTest : public testing::TestWithParam<int>
+struct WaitTest : testing::TestWithParam<int>
 {
-protected:
     enum
     {
         kReceive,
@@ -369,12 +355,7 @@ TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
             char byte = 0;
             return static_cast<std::int32_t>( connection.client.ReceiveAnyData( &byte, 1, kNoTimeout ) );
         } );
-    TestThread closer(
-        [&]
-        {
-            connection.client.Disconnect( kNoTimeout );
-            return 0;
-        } );
+    TestThread closer( [&] { connection.client.Disconnect( kNoTimeout ); } );
     receiver.StartThread();
     XThread::SleepCurrentThread( 20 ); // so that the receiver has the connection
     closer.StartThread();
@@ -425,12 +406,7 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     EXPECT_ERROR( 3105, endpoint.ConnectWithProgress( address, 0 ) );
     EXPECT_EQ( AbortConnecting( endpoint, address ), 1001u );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
-    TestThread thread(
-        [&]
-        {
-            endpoint.ConnectWithProgress( address, kNoTimeout );
-            return 0;
-        } );
+    TestThread thread( [&] { endpoint.ConnectWithProgress( address, kNoTimeout ); } );
     thread.StartThread();
     XThread::SleepCurrentThread( 20 );
     endpoint.ForceDisconnect();

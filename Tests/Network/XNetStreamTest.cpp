@@ -19,9 +19,8 @@ struct Mode
     XByteOrder byteOrder;
 };
 
-class TestStream : public XEncryptedNetStream
+struct TestStream : XEncryptedNetStream
 {
-public:
     TestStream( XNetEndpoint& inEndpoint, const Mode& inMode, std::uint32_t inTimeoutMS = kPatience )
         : XEncryptedNetStream(
               inEndpoint, kKey, inMode.algorithm, inTimeoutMS, inTimeoutMS, inMode.bufferSize )
@@ -42,9 +41,8 @@ std::string ReceiveHex( XNetEndpoint& inEndpoint, std::uint32_t inCount )
     return text;
 }
 
-class NetStreamTest : public testing::TestWithParam<Mode>
+struct NetStreamTest : testing::TestWithParam<Mode>
 {
-protected:
     TestConnection itsConnection;
     TestStream itsClient{ itsConnection.client, GetParam() };
     TestStream itsServer{ *itsConnection.server, GetParam() };
@@ -70,7 +68,6 @@ TEST_P( NetStreamTest, CarriesValuesBothWays )
             itsServer.Write64S( value );
             itsServer.WriteBool( received == numbers );
             itsServer.Flush();
-            return 0;
         } );
     server.StartThread();
     itsClient.WriteString( "greetings to " );

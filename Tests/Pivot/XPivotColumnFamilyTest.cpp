@@ -78,9 +78,8 @@ bool IsSameValue( const T& inLeft, const T& inRight )
 }
 
 template<class TColumn>
-class XPivotColumnFamily : public testing::Test
+struct XPivotColumnFamily : testing::Test
 {
-protected:
     using XValue = typename TColumn::XValue;
 
     static std::unique_ptr<TColumn> MakeRandomColumn( std::uint32_t inRows, std::uint32_t inSeed )

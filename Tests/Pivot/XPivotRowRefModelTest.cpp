@@ -117,9 +117,8 @@ std::unique_ptr<XPivotTable> MakeTable()
     return table;
 }
 
-class XRowRefSequence
+struct XRowRefSequence
 {
-public:
     explicit XRowRefSequence( unsigned inSeed ) : itsRandom( inSeed ) {}
 
     void Run()

@@ -1,7 +1,5 @@
 #include "Servers/OddServer.h"
 
-#include "Jobs/XProgressStrategyChanger.h"
-
 namespace
 {
 

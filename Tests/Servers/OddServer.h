@@ -12,9 +12,8 @@ inline XHTTPClient::XSettings MakePatientSettings()
 }
 
 /// A server that takes a request and sends certain bytes; then it closes, or waits for the client to do so.
-class OddServer
+struct OddServer
 {
-public:
     explicit OddServer( std::string inAnswer, bool inCloses = false )
         : itsThread(
               [this, inAnswer, inCloses]

@@ -7,9 +7,8 @@
 namespace
 {
 
-class XHTTPClientTest : public testing::Test
+struct XHTTPClientTest : testing::Test
 {
-protected:
     XHTTPClientTest() : itsServer( "test" ), itsSettings( MakePatientSettings() )
     {
         itsServer.HandleGet( "/hello", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "hello" ); } );

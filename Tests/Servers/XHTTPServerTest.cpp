@@ -4,19 +4,14 @@
 #include "Servers/XHTTPServer.h"
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
-#include "Threads/Waiting/WEvent.h"
 #include "Time/WClock.h"
-
-#include <filesystem>
-#include <fstream>
 
 namespace
 {
 
 /// A client that speaks HTTP by hand.
-class RawClient : public XNetEndpoint
+struct RawClient : XNetEndpoint
 {
-public:
     explicit RawClient( const XHTTPServer& inServer )
     {
         Connect( XNetAddress::GetLoopBackAddress( inServer.GetPort() ), kPatience );
@@ -47,9 +42,8 @@ public:
     }
 };
 
-class XHTTPServerTest : public testing::Test
+struct XHTTPServerTest : testing::Test
 {
-protected:
     explicit XHTTPServerTest( const XHTTPServer::XLimits& inLimits = {} ) : itsServer( "test", inLimits )
     {
         itsServer.HandleGet( "/hello", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "hello" ); } );
@@ -147,26 +141,19 @@ TEST_F( XHTTPServerTest, KeepsConnectionsForTheNextRequest )
 TEST_F( XHTTPServerTest, RefusesWhatCanBeReadInTwoWays )
 {
     const std::string post = "POST /echo HTTP/1.1\r\nHost: x\r\n";
-    for ( const char* rest : {
-              "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
-              "Transfer-Encoding: chunked\r\nContent-Length: 3\r\n\r\n0\r\n\r\n",
-              "Content-Length: 3\r\nContent-Length: 3\r\n\r\nabc",
-              "Content-Length: 3\r\nContent-Length: 4\r\n\r\nabcd",
-              "Content-Length: 3, 3\r\n\r\nabc",
-              "Content-Length: +3\r\n\r\nabc",
-              "Content-Length: -1\r\n\r\n",
-              "Content-Length: 0x3\r\n\r\nabc",
-              "Content-Length: 99999999999999999999\r\n\r\n",
-              "Content-Length : 3\r\n\r\nabc",
-              " Content-Length: 3\r\n\r\nabc",
-              "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
-              "Transfer-Encoding: chunked\r\n\r\n-1\r\n\r\n",
-              "Transfer-Encoding: chunked\r\n\r\n2\r\nabc\r\n0\r\n\r\n",
-              "Transfer-Encoding: chunked\r\n\r\nFFFFFFFFFFFFFFFFF\r\n\r\n",
-              "Host: y\r\n\r\n",
-              "X: a\nContent-Length: 3\r\n\r\nabc",
-              "X\r\n\r\n",
-          } )
+    for ( const std::string& rest :
+          Split( "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n|"
+                 "Transfer-Encoding: chunked\r\nContent-Length: 3\r\n\r\n0\r\n\r\n|"
+                 "Content-Length: 3\r\nContent-Length: 3\r\n\r\nabc|"
+                 "Content-Length: 3\r\nContent-Length: 4\r\n\r\nabcd|Content-Length: 3, 3\r\n\r\nabc|"
+                 "Content-Length: +3\r\n\r\nabc|Content-Length: -1\r\n\r\n|Content-Length: 0x3\r\n\r\nabc|"
+                 "Content-Length: 99999999999999999999\r\n\r\n|Content-Length : 3\r\n\r\nabc|"
+                 " Content-Length: 3\r\n\r\nabc|"
+                 "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n|"
+                 "Transfer-Encoding: chunked\r\n\r\n-1\r\n\r\n|"
+                 "Transfer-Encoding: chunked\r\n\r\n2\r\nabc\r\n0\r\n\r\n|"
+                 "Transfer-Encoding: chunked\r\n\r\nFFFFFFFFFFFFFFFFF\r\n\r\n|Host: y\r\n\r\n|"
+                 "X: a\nContent-Length: 3\r\n\r\nabc|X\r\n\r\n" ) )
         EXPECT_EQ( StatusOf( AskRaw( post + rest ) ), "400" ) << rest;
     EXPECT_EQ( StatusOf( AskRaw( post + "Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n" ) ), "501" );
     EXPECT_EQ( StatusOf( AskRaw( post + "Transfer-Encoding: xchunked\r\n\r\n0\r\n\r\n" ) ), "501" );
@@ -193,9 +180,8 @@ TEST_F( XHTTPServerTest, WaitsForTheGoAheadOnlyWhereItIsExpected )
     EXPECT_EQ( StatusOf( Ask( "POST /echo", "Expect: more\r\nContent-Length: 3\r\n\r\n" ) ), "417" );
 }
 
-class XHTTPLimitsTest : public XHTTPServerTest
+struct XHTTPLimitsTest : XHTTPServerTest
 {
-protected:
     XHTTPLimitsTest() : XHTTPServerTest( MakeLimits() ) {}
 
     static XHTTPServer::XLimits MakeLimits()
@@ -398,9 +384,8 @@ TEST( XHTTPHeadersTest, TakesTextsOfItsOwn )
 namespace
 {
 
-class XHTTPFilesTest : public testing::Test
+struct XHTTPFilesTest : testing::Test
 {
-protected:
     XHTTPFilesTest() : itsServer( "files" )
     {
         std::filesystem::create_directories( itsBase / "site/sub" );

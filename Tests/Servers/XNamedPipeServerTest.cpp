@@ -5,7 +5,6 @@
 #include "Network/XEncryptedNetStream.h"
 #include "Network/XPipeEndpointImp.h"
 #include "Servers/XNamedPipeServer.h"
-#include "Threads/TestThread.h"
 #include "Time/WClock.h"
 
 namespace
@@ -18,9 +17,8 @@ XString MakePipeName()
         std::uint64_t( ++sCount );
 }
 
-class PipeServer : public XNamedPipeServer
+struct PipeServer : XNamedPipeServer
 {
-public:
     PipeServer() : XNamedPipeServer( MakePipeName() )
     {
         SetOnlyResponder( MakeEcho );

@@ -1,7 +1,6 @@
 #include "Network/TestConnection.h"
 #include "Network/TestResponders.h"
 
-#include "Core/Times/XTimer.h"
 #include "Servers/XNetServer.h"
 
 namespace
@@ -10,9 +9,8 @@ namespace
 constexpr XVersion kEchoPreamble{ 1301, 2 };
 constexpr std::uint8_t kEchoBytes[] = { 0x00, 0x02, 0x05, 0x15 };
 
-class TestServer : public XNetServer
+struct TestServer : XNetServer
 {
-public:
     explicit TestServer( const XLimits& inLimits = { kPatience, 64 } ) : XNetServer( "test", inLimits )
     {
         RegisterResponder( kEchoPreamble, MakeEcho );

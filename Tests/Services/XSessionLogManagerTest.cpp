@@ -5,9 +5,8 @@
 namespace
 {
 
-class XSessionLogManagerTest : public testing::Test
+struct XSessionLogManagerTest : testing::Test
 {
-protected:
     XSessionLogManagerTest() { itsOptions.path = itsFolder / "deep/session.log"; }
 
     std::string Read( const std::string& inSuffix = "" ) const

@@ -7,14 +7,22 @@
 #include "Threads/XThread.h"
 
 /// A thread that runs a function.
-class TestThread : public XThread
+struct TestThread : XThread
 {
-public:
     using Body = std::function<std::int32_t()>;
 
-    explicit TestThread( Body inBody )
-        : XThread( "test", kThreadPriorityNormal ), itsBody( std::move( inBody ) )
+    /// The function returns the thread's code, or nothing for 0.
+    template<class TBody>
+    explicit TestThread( TBody inBody ) : XThread( "test", kThreadPriorityNormal )
     {
+        if constexpr ( std::is_void_v<decltype( inBody() )> )
+            itsBody = [inBody]
+            {
+                inBody();
+                return 0;
+            };
+        else
+            itsBody = inBody;
     }
     ~TestThread() override
     {

@@ -5,9 +5,8 @@
 
 namespace
 {
-class Lockable : public XLockable
+struct Lockable : XLockable
 {
-public:
     int locks = 0;
     int data = 0;
     bool fails = false;
@@ -23,9 +22,8 @@ protected:
     void UnlockSelf( XLockMode ) override { --locks; }
 };
 
-class Fetcher : public XDataFetcher
+struct Fetcher : XDataFetcher
 {
-public:
     int calls = 0;
     bool fails = true;
 

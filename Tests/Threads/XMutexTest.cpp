@@ -3,15 +3,13 @@
 #include "Threads/XThreadLock.h"
 
 #include "TestThread.h"
-#include "Threads/Waiting/WEvent.h"
 
 namespace
 {
 
 /// Holds a mutex on a thread of its own.
-class Holder
+struct Holder
 {
-public:
     explicit Holder( XMutex& inMutex )
         : itsThread(
               [this, &inMutex]
@@ -35,8 +33,7 @@ public:
     }
 
 private:
-    WEvent itsHolds;
-    WEvent itsMayEnd;
+    WEvent itsHolds, itsMayEnd;
     std::thread itsThread;
 };
 
@@ -167,9 +164,7 @@ TEST( XMutex, MayBeDestroyedByTheNextOwner )
 #if !defined( NDEBUG )
 TEST( XMutex, TellsABrokenLockOrder )
 {
-    XMutex first;
-    XMutex second;
-    XMutex third;
+    XMutex first, second, third;
     third.DontLockBefore( second );
     second.DontLockBefore( first );
     {

@@ -15,9 +15,8 @@ bool OtherThreadGets( XRWMutex& inMutex, XRWLockMode inMode )
 }
 
 /// A thread that asks for a write lock and gives it back once it has it.
-class WaitingWriter
+struct WaitingWriter
 {
-public:
     explicit WaitingWriter( XRWMutex& inMutex )
         : itsThread( [&] { const XRWLock lock( inMutex, kRWLockForWrite ); } )
     {
@@ -103,8 +102,7 @@ TEST( XRWMutex, SharedWriterLetsReadersInUntilAnotherWriterWaits )
 TEST( XRWMutex, SharedWriterWaitsForItsReadersToBecomeExclusive )
 {
     XRWMutex mutex;
-    WEvent reads;
-    WEvent mayLeave;
+    WEvent reads, mayLeave;
     mutex.Lock( kRWLockForSharedWrite );
     std::thread reader(
         [&]

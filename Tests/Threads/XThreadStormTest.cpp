@@ -45,17 +45,15 @@ struct Blocked
         };
     }
 
-    XMutex mutex;
-    XMutex freeMutex;
+    XMutex mutex, freeMutex;
     XRWMutex rwMutex;
     WSemaphore semaphore;
     XConditionVariable condition;
 };
 
 /// A thread that only the base's destructor stops.
-class PlainThread : public XThread
+struct PlainThread : XThread
 {
-public:
     PlainThread( const Wait& inWait, WEvent& outIsInside )
         : XThread( "plain", kThreadPriorityNormal ), itsWait( inWait ), itsIsInside( outIsInside )
     {
@@ -85,7 +83,6 @@ void DestroyOnThreadThatIsToStop( std::unique_ptr<PlainThread>& ioThread )
                 XThread::GetCurrentThread()->AsyncStopThread();
             }
             ioThread.reset();
-            return 0;
         } );
     destroyer.StartThread();
     destroyer.WaitForTerminate( kPatience );
@@ -98,12 +95,7 @@ TEST( XThreadStorm, StopAndSuspendReachEveryWait )
     Blocked blocked;
     for ( const Wait& wait : blocked.GetWaits() )
     {
-        TestThread thread(
-            [&]
-            {
-                wait();
-                return 0;
-            } );
+        TestThread thread( [&] { wait(); } );
         for ( std::int32_t turn = 1; turn <= 20; ++turn )
         {
             thread.StartThread();
@@ -142,7 +134,6 @@ TEST( XThreadStorm, PreventedStopReachesTheNextWait )
                 }
                 XThread::TestCancelCurrentThread();
                 wait();
-                return 0;
             } );
         thread.StartThread();
         thread.StopThread( 6 );
@@ -185,7 +176,6 @@ TEST( XThreadStorm, ThreadsThatStopEachOtherEnd )
                 {
                     mayBegin.Wait();
                     threads[1 - i]->StopThread( 3 );
-                    return 0;
                 } );
         }
         threads[0]->StartThread();

@@ -1,7 +1,6 @@
 #include "Core/Times/XTimer.h"
 #include "Imaging/TestPages.h"
 #include "Imaging/XBackgroundAccumulator.h"
-#include "Imaging/XTIFFWriter.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
 #include "Program/MemoryBudget.h"
@@ -28,9 +27,8 @@ T GetPlainBackground( const std::vector<T>& inSamples, const std::string& inKind
     return static_cast<T>( std::is_same_v<T, float> ? mean : std::floor( mean + 0.5 ) );
 }
 
-class Background : public ProgramRun
+struct Background : ProgramRun
 {
-protected:
     using Pages = std::vector<WImagePage>;
 
     std::string WriteStack( const std::string& inName, const Pages& inPages )
@@ -196,42 +194,6 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
             stack + ": page 3: " );
     ExpectSaved( "b.tif", background );
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",stack.tif,2," );
-}
-
-TEST_F( Background, WaitsForMemoryThatOthersHaveLocked )
-{
-    class Listener : public XMemoryManagerListener
-    {
-    public:
-        std::atomic<int> calls = 0;
-
-        USize64 FreeMemory( USize64 ) override
-        {
-            ++calls;
-            return 0;
-        }
-    };
-
-    constexpr std::uint64_t kUnit = 4096;
-    const MemoryBudget budget( 4 * kUnit );
-    Listener listener;
-    XMemoryManager::GetManager()->AddListener( &listener );
-    XPageMemory memory;
-    auto held = memory.Allocate( 3 * kUnit );
-    std::atomic<bool> isAsking = false;
-    std::thread other(
-        [&]
-        {
-            isAsking = true;
-            memory.Allocate( 2 * kUnit );
-        } );
-    // Who does not wait has the manager look for memory in the meantime.
-    for ( XTimer timer( 20 ); !isAsking || !timer.HasExpired(); )
-        std::this_thread::yield();
-    EXPECT_EQ( listener.calls, 0 );
-    held.reset();
-    other.join();
-    XMemoryManager::GetManager()->RemoveListener( &listener );
 }
 
 TEST_F( Background, NeedsMemory )

@@ -5,9 +5,8 @@
 
 namespace
 {
-class Overlay : public ProgramRun
+struct Overlay : ProgramRun
 {
-protected:
     WImagePage ReadPicture( const std::string& inName )
     {
         return WImageFile::Open( itsFolder / inName )->ReadPage( 0 );

@@ -8,13 +8,10 @@
 
 namespace
 {
-constexpr auto kInfinity = std::numeric_limits<double>::infinity();
-constexpr auto kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// A table with areas, names and counts, and what is drawn of it.
-class Plot : public ProgramRun
+struct Plot : ProgramRun
 {
-protected:
     XPivotTable itsTable;
     XPivotFloatColumn& itsAreas;
     XPivotStringColumn& itsNames;

@@ -5,12 +5,9 @@
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
 
-#include <sstream>
-
 /// Runs the program as the command line does and keeps what it says.
-class ProgramRun : public testing::Test
+struct ProgramRun : testing::Test
 {
-protected:
     TestFolder itsFolder;
     std::ostringstream itsOut;
     std::ostringstream itsError;

@@ -1,17 +1,14 @@
 #include "Core/Strings/XUTF8Text.h"
 #include "Imaging/TestImages.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XTIFFWriter.h"
 #include "Outputs/OutputFiles.h"
 #include "Pivot/XPivotText.h"
 #include "ProgramRun.h"
-#include "Support/FilePaths.h"
 
 namespace
 {
-class Program : public ProgramRun
+struct Program : ProgramRun
 {
-protected:
     std::string WriteImage( const std::string& inName, std::string_view inDigits = kGrey8 )
     {
         itsFolder.Write( inName, FromHex( inDigits ) );

@@ -1,6 +1,5 @@
 #include "Terminal/ProgressDisplay.h"
 
-#include "Core/Errors/XException.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Testing.h"

@@ -1,6 +1,5 @@
 #include "Tables/StructurePrinter.h"
 
-#include "Core/Errors/XException.h"
 #include "Core/Streams/XMemStream.h"
 #include "Pivot/Columns/XPivotFloatColumn.h"
 #include "Pivot/Columns/XPivotStringColumn.h"

@@ -2,16 +2,14 @@
 
 #include "Core/Streams/XFileStream.h"
 #include "Core/Streams/XMemStream.h"
-#include "Support/FilePaths.h"
 #include "Tables/TableFile.h"
 #include "TestTables.h"
 
 namespace
 {
 /// The commands that work on stored tables.
-class TableCommands : public ProgramRun
+struct TableCommands : ProgramRun
 {
-protected:
     std::string WriteTable( const std::string& inName, const XPivotTable& inTable ) const
     {
         WFile file( itsFolder / inName, WFile::kCreate );

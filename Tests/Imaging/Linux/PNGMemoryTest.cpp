@@ -5,8 +5,6 @@
 #include "Memory/WMemoryLimits.h"
 #include "TestFolder.h"
 
-#include <fstream>
-
 namespace
 {
 /// A row of 2^31 - 1 pixels of 8 bytes that are not there.

@@ -10,9 +10,8 @@ namespace
 std::atomic<std::uint32_t> sThreadWithoutMemory = 0;
 
 /// Leaves no memory to its worker from its body's end on.
-class StarvingJob : public TestJob
+struct StarvingJob : TestJob
 {
-public:
     using TestJob::TestJob;
     bool CanCompleteInJobThread() override
     {

@@ -2,7 +2,6 @@
 #include "Core/Strings/XString.h"
 #include "Memory/TestManager.h"
 #include "Memory/XHandleStream.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "TestFolder.h"
 
 #include <unistd.h>
@@ -16,9 +15,8 @@ namespace
 constexpr USize64 kSize = 200'000;
 
 /// Files are cut off as soon as a view of them is there.
-class DamagingManager : public TestManager
+struct DamagingManager : TestManager
 {
-public:
     DamagingManager()
     {
         whenMapped = [this]( const WFile& inFile )

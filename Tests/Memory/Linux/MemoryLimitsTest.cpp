@@ -1,11 +1,8 @@
 #include "Linux/TestProcess.h"
 #include "Memory/TestManager.h"
 #include "Memory/WMemoryLimits.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "Startup/WInitCore.h"
 #include "TestFolder.h"
-
-#include <csignal>
 
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -209,36 +206,6 @@ TEST( MemoryLimits, AFolderThatRefusesPurgesIsNamed )
     manager.SetTemporaryFolder( {} );
     XMemoryHandle fits( kMiB );
     EXPECT_TRUE( Holds( handles[0], 0 ) );
-}
-
-TEST( MemoryLimits, AKilledProcessLeavesNoFile )
-{
-    const TestFolder folder;
-    int pipes[2];
-    ASSERT_EQ( 0, ::pipe( pipes ) );
-    const pid_t child = ::fork();
-    if ( child == 0 )
-    {
-        TestManager manager( 4 * kMiB );
-        manager.SetTemporaryFolder( folder.GetPath() );
-        std::vector<XMappedFileMemoryHandle> handles;
-        for ( unsigned i = 0;; ++i )
-        {
-            handles.emplace_back( kMiB );
-            Fill( handles.back(), i );
-            if ( manager.GetPurgeCount() == 3 && ::write( pipes[1], "x", 1 ) != 1 )
-                ::_exit( 1 );
-            if ( handles.size() == 100 )
-                handles.clear();
-        }
-    }
-    char byte = 0;
-    EXPECT_EQ( 1, ::read( pipes[0], &byte, 1 ) );
-    ::kill( child, SIGKILL );
-    ::waitpid( child, nullptr, 0 );
-    EXPECT_EQ( 0u, folder.CountEntries() );
-    ::close( pipes[0] );
-    ::close( pipes[1] );
 }
 
 TEST( MemoryLimits, ReadsTheLimitsOfControlGroups )

@@ -1,8 +1,6 @@
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "RefusedMemory.h"
 #include "TestFolder.h"
-#include "Threads/XLock.h"
 
 // What is left where the heap has no room for the library's own books.
 

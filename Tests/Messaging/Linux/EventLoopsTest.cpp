@@ -98,9 +98,8 @@ std::vector<std::string> ReadLines( const std::string& inName )
 }
 
 /// Hears every message once, whatever queues they came by, and ends the loop.
-class LoopListener : public Recorder
+struct LoopListener : Recorder
 {
-public:
     explicit LoopListener( const XSpeaker& inSpeaker )
         : Recorder( inSpeaker, [this]( const XMessage& ) { isDone = heard.size() == kMessages; } )
     {

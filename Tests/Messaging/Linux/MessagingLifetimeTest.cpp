@@ -12,9 +12,8 @@ namespace
 {
 
 /// Calls a function within the call that queues it.
-class HookedMessage : public XMessage
+struct HookedMessage : XMessage
 {
-public:
     using Hook = std::function<void()>;
 
     HookedMessage( XSpeaker* inSpeaker, Hook inHook ) : XMessage( inSpeaker ), hook( std::move( inHook ) ) {}
@@ -28,9 +27,8 @@ public:
 };
 
 /// A thread that runs a function which takes no lock but the one to wait for.
-class Caller
+struct Caller
 {
-public:
     explicit Caller( std::function<void()> inCall )
         : itsThread(
               [this, inCall]
@@ -93,8 +91,7 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
     {
         auto speaker = std::make_unique<XSpeaker>();
         auto listener = std::make_unique<Recorder>( *speaker );
-        WEvent isInCall;
-        WEvent mayGoOn;
+        WEvent isInCall, mayGoOn;
         const HookedMessage message(
             speaker.get(),
             [&]
@@ -135,8 +132,7 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
 TEST( MessagingLifetimeTest, ASpeakersEndWaitsForHandlersOfPostsThatNameIt )
 {
     auto speaker = std::make_unique<XSpeaker>();
-    WEvent isCalled;
-    WEvent mayReturn;
+    WEvent isCalled, mayReturn;
     Recorder listener(
         [&]( const XMessage& )
         {
@@ -166,8 +162,7 @@ TEST( MessagingLifetimeTest, AListenersEndWaitsForPostsThatWaitForTheQueues )
     XSpeaker speaker;
     speaker.SpeakMessage( NumberMessage( 1 ), kNext );
     auto listener = std::make_unique<Recorder>();
-    WEvent isAsked;
-    WEvent mayGoOn;
+    WEvent isAsked, mayGoOn;
     const auto withdraws = [&]( const XSpeaker::XDeferredMessageRecord& )
     {
         isAsked.Set();
@@ -202,8 +197,7 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
             kPostedOfSpeaker } )
     {
         XSpeaker speaker;
-        WEvent hasStopped;
-        WEvent mayReturn;
+        WEvent hasStopped, mayReturn;
         Recorder listener( nullptr, true );
         const auto stop = [&]
         { way == kPostedOfSpeaker ? speaker.StopSpeaking() : listener.StopListening(); };
@@ -239,9 +233,8 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
 
 TEST( MessagingLifetimeTest, HandlersThatStopTheSameDoNotWaitForEachOther )
 {
-    class Stopper : public XListener
+    struct Stopper : XListener
     {
-    public:
         Stopper() : XListener( true ) {}
         ~Stopper() override { StopListening(); }
         void HandleMessage( const XMessage& ) override
@@ -273,8 +266,7 @@ TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
     {
         auto speaker = std::make_unique<XSpeaker>();
         XSpeaker* const spoken = speaker.get();
-        WEvent isCalled;
-        WEvent mayReturn;
+        WEvent isCalled, mayReturn;
         Recorder listener(
             *speaker,
             [&]( const XMessage& )
@@ -304,113 +296,4 @@ TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
         XSpeaker::ProcessAllNextEventMessages();
         EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
     }
-}
-
-namespace
-{
-
-constexpr unsigned kStormRounds = 40;
-constexpr unsigned kCallKinds = 4;
-constexpr unsigned kThreadsPerKind = 2;
-constexpr unsigned kSenders = kCallKinds * kThreadsPerKind;
-
-class StormListener : public XListener
-{
-public:
-    explicit StormListener( std::atomic<unsigned>& ioBegun ) : XListener( true ), itsBegun( ioBegun ) {}
-    ~StormListener() override
-    {
-        StopListening();
-        itsIsDead = true;
-    }
-    void HandleMessage( const XMessage& inMessage ) override
-    {
-        EXPECT_FALSE( itsIsDead );
-        if ( typeid( inMessage ) == typeid( NumberMessage ) )
-            ++itsBegun;
-    }
-
-private:
-    std::atomic<unsigned>& itsBegun;
-    bool itsIsDead = false;
-};
-
-class Storm
-{
-public:
-    void Send( unsigned inKind )
-    {
-        const HookedMessage queued( itsSpeaker.get(), [this] { ++itsBegun; } );
-        const NumberMessage immediate( 1, itsSpeaker.get() );
-        switch ( inKind )
-        {
-        case 0:
-            return XSpeaker::PostXMessage( queued, *itsListener, kNext );
-        case 1:
-            return XSpeaker::PostXMessage( immediate, *itsListener, kNow );
-        case 2:
-            return itsSpeaker->SpeakMessage( queued, kNext );
-        default:
-            return itsSpeaker->SpeakMessage( immediate, kNow );
-        }
-    }
-
-    /// Ends both, in one order or the other, when the calls of the round have begun.
-    void End( unsigned inRound )
-    {
-        while ( itsBegun < kSenders )
-            std::this_thread::yield();
-        if ( inRound % 2 == 0 )
-            itsListener.reset();
-        itsSpeaker.reset();
-        itsListener.reset();
-    }
-
-    void Renew()
-    {
-        itsBegun = 0;
-        itsSpeaker = std::make_unique<XSpeaker>();
-        itsListener = std::make_unique<StormListener>( itsBegun );
-        itsListener->Subscribe( *itsSpeaker );
-    }
-
-private:
-    std::atomic<unsigned> itsBegun = 0;
-    std::unique_ptr<XSpeaker> itsSpeaker;
-    std::unique_ptr<StormListener> itsListener;
-};
-
-} // namespace
-
-/// Eight threads are in calls, a ninth ends the speaker and the listener, and the main thread drains.
-TEST( MessagingLifetimeTest, AStormOfCallsAndEnds )
-{
-    Storm storm;
-    std::atomic<bool> isOver = false;
-    std::barrier round( kSenders + 1 );
-    std::thread all(
-        [&]
-        {
-            RunOnThreads(
-                kSenders + 1,
-                [&]( unsigned inThread )
-                {
-                    for ( unsigned i = 0; i < kStormRounds; ++i )
-                    {
-                        if ( inThread == kSenders )
-                            storm.Renew();
-                        round.arrive_and_wait();
-                        inThread == kSenders ? storm.End( i ) : storm.Send( inThread % kCallKinds );
-                        round.arrive_and_wait();
-                    }
-                } );
-            isOver = true;
-        } );
-    while ( !isOver )
-    {
-        XSpeaker::ProcessAllNextEventMessages();
-        std::this_thread::yield();
-    }
-    all.join();
-    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
 }

@@ -1,17 +1,14 @@
 #include "Network/TestConnection.h"
 
-#include "Core/Times/XTimer.h"
+#include "Linux/TestProcess.h"
 #include "Network/XNetStream.h"
 #include "Servers/XNetResponder.h"
 #include "Servers/XNetServer.h"
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
 
-#include <fstream>
-
 #include <arpa/inet.h>
 #include <sched.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -59,9 +56,8 @@ struct RawConnection
 };
 
 /// Sends without an end, as long as the peer takes it.
-class SendingResponder : public XNetResponder
+struct SendingResponder : XNetResponder
 {
-public:
     SendingResponder() : XNetResponder( "sending" ) {}
     ~SendingResponder() override { StopResponding(); }
 
@@ -76,9 +72,8 @@ protected:
 };
 
 /// Receives bytes and never authenticates.
-class ListeningResponder : public XNetResponder
+struct ListeningResponder : XNetResponder
 {
-public:
     ListeningResponder() : XNetResponder( "listening" ) {}
     ~ListeningResponder() override { StopResponding(); }
 
@@ -147,12 +142,7 @@ TEST( HostilePeersTest, OnesThatNeverReadBlockOnlyTheirSender )
     };
     for ( const std::uint32_t timeout : { 0u, 1u, 30u } )
         EXPECT_ERROR( 3105, send( timeout ) );
-    TestThread endless(
-        [&]
-        {
-            send( kNoTimeout );
-            return 0;
-        } );
+    TestThread endless( [&] { send( kNoTimeout ); } );
     endless.StartThread();
     connection.Reset();
     EXPECT_EQ( endless.Finish(), 3100 );
@@ -234,12 +224,7 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     const int strangers[] = {
         socket( AF_INET, SOCK_STREAM, 0 ), socket( AF_INET, SOCK_STREAM, 0 ),
         socket( AF_INET, SOCK_STREAM, 0 ) };
-    rlimit limits{};
-    getrlimit( RLIMIT_NOFILE, &limits );
-    const int next = dup( 0 );
-    close( next );
-    const rlimit none{ static_cast<rlim_t>( next ), limits.rlim_max };
-    setrlimit( RLIMIT_NOFILE, &none );
+    std::optional<ProcessLimit> none( std::in_place, RLIMIT_NOFILE, GetNextDescriptor() );
     const sockaddr_in address =
         RawConnection::ToSystem( XNetAddress::GetLoopBackAddress( server.GetPort() ) );
     for ( const int stranger : strangers )
@@ -247,7 +232,7 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     const std::string pauses = "flooded: accepting connections pauses";
     EXPECT_TRUE( Await( [&] { return readLog().find( pauses ) != std::string::npos; } ) );
     XThread::SleepCurrentThread( 300 ); // several tries: with fewer the test is weaker
-    setrlimit( RLIMIT_NOFILE, &limits );
+    none.reset();
     for ( const int stranger :
           strangers ) // which the system may have dropped when it could not hand them over
         close( stranger );
@@ -272,22 +257,17 @@ TEST( HostilePeersTest, APeekWithoutDescriptorsLeavesTheConnectionAsItIs )
     char bytes[8] = {};
     send( connection.peer, "x", 1, MSG_NOSIGNAL );
     connection.endpoint->PeekData( bytes, 1, kPatience );
-    rlimit limits{};
-    getrlimit( RLIMIT_NOFILE, &limits );
-    const rlimit few{ 100, limits.rlim_max };
     std::uint32_t error = 0;
     TestThread thread( // which has not waited yet
         [&]
         {
-            setrlimit( RLIMIT_NOFILE, &few );
+            const ProcessLimit few( RLIMIT_NOFILE, 100 );
             std::vector<int> taken;
             while ( taken.empty() || taken.back() >= 0 )
                 taken.push_back( dup( connection.peer ) );
             error = ErrorOf( [&] { connection.endpoint->PeekData( bytes, 8, kPatience ); } );
             for ( const int descriptor : taken )
                 close( descriptor );
-            setrlimit( RLIMIT_NOFILE, &limits );
-            return 0;
         } );
     thread.StartThread();
     thread.WaitForTerminate( kPatience );

@@ -4,7 +4,6 @@
 #include "TestFolder.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -65,22 +64,6 @@ TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
         EXPECT_NE( ErrorOf( [&] { XDeploymentKeys::Create( target ); } ), 0u );
         EXPECT_EQ( folder.CountEntries(), 0u );
     }
-}
-
-/// Somebody may work in it.
-TEST( KeyFilesTest, ComeIntoTheFolderThatIsThere )
-{
-    const TestFolder folder;
-    const auto getNumber = [&]
-    {
-        struct stat status = {};
-        stat( folder.GetPath().c_str(), &status );
-        return status.st_ino;
-    };
-    const auto number = getNumber();
-    XDeploymentKeys::Create( folder.GetPath() );
-    EXPECT_EQ( getNumber(), number );
-    EXPECT_EQ( folder.CountEntries(), 7u );
 }
 
 /// Each error names the file that it is about, and none waits for what never comes.

@@ -6,9 +6,8 @@
 #include "Sockets/WTLSContext.h"
 
 /// A deployment's authority, which makes out certificates to the names that a test wants.
-class TestAuthority
+struct TestAuthority
 {
-public:
     static constexpr WCertificates::Validity kValid{ -60, 3600 };
 
     std::shared_ptr<const WTLSContext> MakeContext(

@@ -46,9 +46,8 @@ Errors Introduce( const Contexts& inClient, const Contexts& inServer )
 }
 
 /// A peer that somebody else has written: OpenSSL on a blocking socket, with the settings of the caller.
-class ForeignPeer
+struct ForeignPeer
 {
-public:
     explicit ForeignPeer( int inVersion ) : itsContext( SSL_CTX_new( TLS_method() ) )
     {
         SSL_CTX_set_max_proto_version( itsContext, inVersion );
@@ -204,12 +203,7 @@ TEST( XTLSEndpointTest, EndsAHandshakeThatTakesTooLong )
     EXPECT_EQ( client.GetState(), XNetEndpoint::kStateClosed );
     EXPECT_EQ( AbortConnecting( client, silent.GetAddress() ), 1001u );
     delete silent->Listen();
-    TestThread thread(
-        [&]
-        {
-            client.ConnectWithProgress( silent.GetAddress(), kNoTimeout );
-            return 0;
-        } );
+    TestThread thread( [&] { client.ConnectWithProgress( silent.GetAddress(), kNoTimeout ); } );
     thread.StartThread();
     delete silent->Listen();
     const std::unique_ptr<XNetEndpoint> peer( silent->Listen() ); // connected now

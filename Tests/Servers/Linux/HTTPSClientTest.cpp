@@ -18,9 +18,8 @@ namespace
 {
 
 /// Serves one request over TLS, as another make of server would.
-class HTTPSServer
+struct HTTPSServer
 {
-public:
     explicit HTTPSServer( const WCertificates::Certificate& inCertificate )
         : itsContext( SSL_CTX_new( TLS_server_method() ) ), itsSocket( socket( AF_INET, SOCK_STREAM, 0 ) )
     {

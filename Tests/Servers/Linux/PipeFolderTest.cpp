@@ -9,15 +9,13 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 namespace
 {
 
 /// Has the pipes of a test lie in a folder of its own.
-class PipeFolderTest : public testing::Test
+struct PipeFolderTest : testing::Test
 {
-protected:
     PipeFolderTest()
         : itsBase( std::filesystem::temp_directory_path() / ( "kv" + std::to_string( getpid() ) ) )
     {

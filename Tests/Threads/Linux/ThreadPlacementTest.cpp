@@ -28,12 +28,7 @@ int GetNiceValueOf( pid_t inThread )
 template<class Action>
 void RunOnThread( Action inAction )
 {
-    TestThread thread(
-        [&]
-        {
-            inAction();
-            return 0;
-        } );
+    TestThread thread( [&] { inAction(); } );
     thread.StartThread();
     thread.WaitForTerminate( kPatience );
 }
@@ -123,7 +118,7 @@ TEST( ThreadPlacementTest, ThreadsThatHaveEndedKeepNoStacks )
     const std::size_t before = GetVirtualBytes();
     for ( auto& thread : threads )
     {
-        thread = std::make_unique<TestThread>( [] { return 0; } );
+        thread = std::make_unique<TestThread>( [] {} );
         thread->StartThread();
         thread->WaitForTerminate( kPatience );
     }

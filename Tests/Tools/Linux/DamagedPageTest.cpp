@@ -2,7 +2,6 @@
 #include "Measuring/CachedOverlay.h"
 #include "Measuring/StackBackground.h"
 #include "Memory/TestManager.h"
-#include "Support/FilePaths.h"
 #include "Tools/ProgramRun.h"
 
 #include <sys/mman.h>
@@ -15,9 +14,8 @@ namespace
 constexpr std::uint32_t kWidth = 64, kHeight = 64;
 constexpr std::uint64_t kPageBytes = 2 * kWidth * kHeight;
 
-class DamagedPage : public ProgramRun
+struct DamagedPage : ProgramRun
 {
-protected:
     TestManager itsManager;
     std::atomic<int> itsViews = 0; ///< Of files, since they are damaged.
 

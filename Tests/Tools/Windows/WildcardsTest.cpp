@@ -6,9 +6,8 @@
 
 namespace
 {
-class Wildcards : public ProgramRun
+struct Wildcards : ProgramRun
 {
-protected:
     std::string Expand( const std::string& inPattern ) const
     {
         std::string names;
