@@ -73,16 +73,12 @@ struct XModelStream : XStream
     bool isOpenEnded = false;
     bool isBroken = false;
     USize64 mostBytesAsked = 0;
-    USize64 bytesFilled = 0;
-    int fills = 0;
 
 protected:
     void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override
     {
         const USize64 position = static_cast<USize64>( inPosition );
         mostBytesAsked = std::max( mostBytesAsked, position + count );
-        bytesFilled += count;
-        ++fills;
         if ( isBroken )
             throw XException( 1021 );
         if ( position + count > bytes.size() )
@@ -569,26 +565,6 @@ TEST( XStream, ReadsLinesAndWords )
     EXPECT_ERROR( 1262, nul.ReadLine() );
     nul.SeekTo( 0 );
     EXPECT_ERROR( 1262, nul.ReadWord() );
-}
-
-TEST( XStream, ReadsLittleAfterASeekAndMoreAsReadingGoesOn )
-{
-    XModelStream stream( 65536, true, true );
-    stream.bytes.resize( 4 * 1024 * 1024 );
-    const auto readBackwards = [&]
-    {
-        for ( SSize64 position = 4000000; position > 0; position -= 100000 )
-        {
-            stream.SeekTo( position );
-            stream.Read64();
-        }
-    };
-    readBackwards();
-    EXPECT_LE( stream.bytesFilled, 40u * 4096 + 65536 );
-    stream.fills = 0;
-    for ( stream.SeekTo( 8 ); !stream.IsAtEOF(); stream.Read64() )
-        stream.Peek64();
-    EXPECT_LE( stream.fills, 4 * 16 + 8 );
 }
 
 TEST( XStream, FindsTextAcrossTheBordersOfItsBuffer )

@@ -355,18 +355,6 @@ TEST( XStringTest, ComparesWithPlainTextOnEitherSide )
     EXPECT_CONTAINS( TextOfError( [&] { return string < static_cast<const char*>( nullptr ); } ), "str" );
 }
 
-TEST( XStringTest, OrdersLongRowsOfPointsAndSignsInReasonableTime )
-{
-    for ( const char* const unit : { ".", "-", "-.", ".e", "1.", "1 " } )
-    {
-        XString text;
-        for ( int i = 0; i < 200000; ++i )
-            text += unit;
-        EXPECT_TRUE( "+" + text < "," + text );
-        EXPECT_FALSE( text + "!" < "  " + text ) << unit;
-    }
-}
-
 TEST( XStringTest, OrdersAsTheStepsSay )
 {
     std::mt19937 random( 2 );

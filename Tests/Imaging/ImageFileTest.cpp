@@ -195,15 +195,14 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
     const auto form = WImageFile::Open( itsFolder.Write( "sound", sound ) )->ReadPage( 0 );
     const auto isRefusedOrSound = [&]( const std::string& inBytes )
     {
-        try
-        {
-            const auto page = WImageFile::Open( itsFolder.Write( "damaged", inBytes ) )->ReadPage( 0 );
-            return std::memcmp( page.samples.get(), form.samples.get(), form.GetByteCount() ) == 0;
-        }
-        catch ( const WImageError& )
-        {
-            return true;
-        }
+        bool isSound = true;
+        TextOfError(
+            [&]
+            {
+                const auto page = WImageFile::Open( itsFolder.Write( "damaged", inBytes ) )->ReadPage( 0 );
+                isSound = std::memcmp( page.samples.get(), form.samples.get(), form.GetByteCount() ) == 0;
+            } );
+        return isSound;
     };
     // The checksum tells of whatever the samples do not show.
     for ( auto bit = ( sound.size() - 21 ) * 8; bit < sound.size() * 8; ++bit )

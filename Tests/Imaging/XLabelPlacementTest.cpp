@@ -39,9 +39,7 @@ TEST( XLabelPlacement, DoNotOverlap )
     {
         placed += places[i] ? 1 : 0;
         for ( std::size_t j = 0; j < i; ++j )
-        {
             EXPECT_TRUE( !places[i] || !places[j] || areApart( i, j ) );
-        }
     }
     EXPECT_GT( placed, 100u );
 }

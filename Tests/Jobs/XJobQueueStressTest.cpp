@@ -108,13 +108,7 @@ private:
 
 void WaitAWhile( XJobQueue& ioQueue, std::int64_t )
 {
-    try
-    {
-        ioQueue.WaitForQueueEmpty( 2 );
-    }
-    catch ( const XException& ) // 2701, as likely as not
-    {
-    }
+    ErrorOrZero( [&] { ioQueue.WaitForQueueEmpty( 2 ); } ); // 2701, as likely as not
 }
 
 using Action = void ( * )( XJobQueue&, std::int64_t inTag );

@@ -443,29 +443,6 @@ TEST_F( XJobQueueTest, AJobStopsAllQueuesAndItselfLast )
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped, kStopped } ) );
 }
 
-TEST_F( XJobQueueTest, JobsThatStopAllQueuesDoNotWaitForOneAnother )
-{
-    const std::uint32_t count = XThread::GetProcessorCount();
-    Gate all( count );
-    const auto stopAll = [&]
-    {
-        all.CountDown();
-        all.Wait();
-        XJobQueue::StopAllJobQueues();
-    };
-    for ( std::uint32_t job = 1; job < count; ++job )
-        Attach(
-            [&]
-            {
-                const XPreventThreadStop preventStop;
-                stopAll();
-            } );
-    itsQueue.AttachJob( ( new TestJob( DoNothing, 0, [&]( std::uint32_t ) { stopAll(); } ) )->OnWorker() );
-    itsQueue.Start();
-    itsQueue.WaitForQueueEmpty();
-    EXPECT_FALSE( itsQueue.IsRunning() );
-}
-
 TEST_F( XJobQueueTest, DeletedJobsAreNotCompletedUnlessTheyRun )
 {
     itsQueue.Start();

@@ -50,24 +50,6 @@ private:
 
 } // namespace
 
-TEST( XRoomWaiters, WaitForWhoMayUnlock )
-{
-    for ( int turn = 0; turn < 50; ++turn )
-    {
-        Room room( 1, 2 );
-        SearchedInVain search;
-        auto lock = std::make_unique<XLock>( room.handles[0], kLockForRead );
-        RunTogether(
-            [&]
-            {
-                search.Wait();
-                lock.reset();
-            },
-            [&] { EXPECT_EQ( 0u, LockOnce( room.handles[1] ) ); } );
-        EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
-    }
-}
-
 // The last to lock it was the thread that now waits, which has unlocked it: the other will too.
 TEST( XRoomWaiters, WaitForTheOtherOfTwoThatShareABlock )
 {

@@ -3,6 +3,23 @@
 #include "Servers/XNetResponder.h"
 #include "Threads/TestThread.h"
 
+/// Responds by a function.
+struct TestResponder : XNetResponder
+{
+    using Body = std::function<void( TestResponder& )>;
+
+    explicit TestResponder( Body inBody ) : XNetResponder( "test" ), itsBody( std::move( inBody ) ) {}
+    ~TestResponder() override { StopResponding(); }
+
+    using XNetResponder::DetachEndpoint, XNetResponder::GetEndpoint, XNetResponder::SetAuthenticated;
+
+protected:
+    void RespondSelf() override { itsBody( *this ); }
+
+private:
+    const Body itsBody;
+};
+
 /// Sends back each byte; the byte 'a' authenticates.
 struct EchoResponder : XNetResponder
 {

@@ -396,10 +396,6 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     std::uint32_t number = 0;
     for ( XNetEndpoint& endpoint : queued )
         number = ErrorOrZero( [&] { endpoint.Connect( address, 200 ); } );
-    catch ( const XException& error )
-    {
-        number = error.GetErrorNumber();
-    }
     XNetEndpoint endpoint;
     EXPECT_ERROR( 3105, endpoint.Connect( address, 50 ) ) << number;
     EXPECT_ERROR( 3105, endpoint.Connect( address, 0 ) );

@@ -64,16 +64,8 @@ TEST( XNamedPipeServerTest, LeavesANameToWhoListensOnIt )
 {
     PipeServer server;
     XNamedPipeServer other( server.GetPipeName() );
-    try
-    {
-        other.Start();
-        FAIL();
-    }
-    catch ( const WLastErrorException& error )
-    {
-        EXPECT_EQ( error.GetWin32ErrorCode(), 10048u );
-        EXPECT_TRUE( error.GetRawErrorMessage().Contains( server.GetPipeName() ) );
-    }
+    EXPECT_ERROR( 10048, other.Start() );
+    EXPECT_CONTAINS( TextOfError( [&] { other.Start(); } ), std::string( server.GetPipeName() ) );
     XNetEndpoint client = XPipeEndpointImp::ConnectTo( server.GetPipeName(), kPatience );
     EXPECT_EQ( Say( client, 'x' ), 'x' );
 }

@@ -32,6 +32,13 @@ struct TestThread : XThread
 
     using XThread::ResetCancelState;
 
+    /// Starts the thread and waits for its end.
+    std::int32_t Run()
+    {
+        StartThread();
+        return Finish();
+    }
+
     /// Waits for the end of the thread and returns what its function has.
     std::int32_t Finish()
     {

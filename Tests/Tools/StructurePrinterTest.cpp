@@ -74,17 +74,15 @@ Printed Print( const std::string& inFile )
 /// True when the library's own reader takes the file.
 bool IsReadable( const std::string& inFile )
 {
-    try
+    bool isTable = false;
+    const auto read = [&]
     {
         XMemStream stream( inFile.data(), inFile.size() );
         stream.ReadStreamInfo();
         const std::unique_ptr<XStorable> object( stream.ReadObject() );
-        return dynamic_cast<XPivotTable*>( object.get() ) && stream.IsAtEOF();
-    }
-    catch ( const XException& )
-    {
-        return false;
-    }
+        isTable = dynamic_cast<XPivotTable*>( object.get() ) && stream.IsAtEOF();
+    };
+    return ErrorOrZero( read ) == 0 && isTable;
 }
 
 } // namespace

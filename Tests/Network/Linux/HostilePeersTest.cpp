@@ -56,35 +56,29 @@ struct RawConnection
 };
 
 /// Sends without an end, as long as the peer takes it.
-struct SendingResponder : XNetResponder
+std::unique_ptr<XNetResponder> MakeSending()
 {
-    SendingResponder() : XNetResponder( "sending" ) {}
-    ~SendingResponder() override { StopResponding(); }
-
-protected:
-    void RespondSelf() override
-    {
-        SetAuthenticated();
-        XNetEndpoint endpoint = GetEndpoint();
-        for ( const std::vector<char> block( 65536 );; )
-            endpoint.SendData( block.data(), 65536, kNoTimeout );
-    }
-};
+    return std::make_unique<TestResponder>(
+        []( TestResponder& ioResponder )
+        {
+            ioResponder.SetAuthenticated();
+            XNetEndpoint endpoint = ioResponder.GetEndpoint();
+            for ( const std::vector<char> block( 65536 );; )
+                endpoint.SendData( block.data(), 65536, kNoTimeout );
+        } );
+}
 
 /// Receives bytes and never authenticates.
-struct ListeningResponder : XNetResponder
+std::unique_ptr<XNetResponder> MakeListening()
 {
-    ListeningResponder() : XNetResponder( "listening" ) {}
-    ~ListeningResponder() override { StopResponding(); }
-
-protected:
-    void RespondSelf() override
-    {
-        XNetEndpoint endpoint = GetEndpoint();
-        for ( char byte = 0;; )
-            endpoint.ReceiveData( &byte, 1, kNoTimeout );
-    }
-};
+    return std::make_unique<TestResponder>(
+        []( TestResponder& ioResponder )
+        {
+            XNetEndpoint endpoint = ioResponder.GetEndpoint();
+            for ( char byte = 0;; )
+                endpoint.ReceiveData( &byte, 1, kNoTimeout );
+        } );
+}
 
 /// What a command prints is of no interest.
 bool Shell( const std::string& inCommand )
@@ -112,7 +106,7 @@ TEST( HostilePeersTest, SlowOnesGetNoMoreTimeThanOthers )
     drip.join();
 
     XNetServer server( "test", { 300, 64 } );
-    server.SetOnlyResponder( [] { return std::make_unique<ListeningResponder>(); } );
+    server.SetOnlyResponder( MakeListening );
     server.Start( 0 );
     XNetEndpoint stranger;
     stranger.Connect( XNetAddress::GetLoopBackAddress( server.GetPort() ), kPatience );
@@ -148,7 +142,7 @@ TEST( HostilePeersTest, OnesThatNeverReadBlockOnlyTheirSender )
     EXPECT_EQ( endless.Finish(), 3100 );
 
     XNetServer server( "test" );
-    server.SetOnlyResponder( [] { return std::make_unique<SendingResponder>(); } );
+    server.SetOnlyResponder( MakeSending );
     server.Start( 0 );
     XNetEndpoint client;
     client.Connect( XNetAddress::GetLoopBackAddress( server.GetPort() ), kPatience );
@@ -210,7 +204,7 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     XSessionLogManager::Log( kLogInformation, "has its file open" );
     log.Flush( kPatience );
     XNetServer server( "flooded" );
-    server.SetOnlyResponder( [] { return std::make_unique<SendingResponder>(); } );
+    server.SetOnlyResponder( MakeSending );
     server.Start( 0 );
     std::list<RawConnection> before( 1 ); // makes what threads need for waiting
     std::ifstream reader( folder / "session.log" );

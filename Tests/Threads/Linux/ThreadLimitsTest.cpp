@@ -39,8 +39,7 @@ TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
     sIsShort = false;
     EXPECT_EQ( XThread::kThreadNotRunning, thread.GetNextThreadState() );
     EXPECT_EQ( 0u, listener.sum );
-    thread.StartThread();
-    EXPECT_EQ( 7, thread.Finish() );
+    EXPECT_EQ( 7, thread.Run() );
     EXPECT_EQ( 12u, listener.sum ); // has heard both events once
 }
 
