@@ -89,21 +89,20 @@ TEST( XMappedFileMemoryBlock, IsPurgedOnlyWhenNobodyHasItLocked )
         EXPECT_EQ( 0u, manager.FreeMemory( 1, XMemoryManager::kFreeWithoutLogEntry ) );
     }
     EXPECT_TRUE( block.CanPurge() );
-    WEvent isHeld, mayEnd;
+    Halt halt;
     RunTogether(
         [&]
         {
             const XThreadLock lock( block.GetMutex() );
-            isHeld.Set();
-            mayEnd.Wait();
+            halt.Stop();
         },
         [&]
         {
-            isHeld.Wait();
+            halt.AwaitStop();
             EXPECT_ERROR( 2701, block.Purge() );
             handle.Purge();
             EXPECT_EQ( 0u, manager.FreeMemory( 1, XMemoryManager::kFreeWithoutLogEntry ) );
-            mayEnd.Set();
+            halt.GoOn();
         } );
     handle.Purge();
     EXPECT_FALSE( block.CanPurge() );

@@ -191,12 +191,11 @@ TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
 {
     TestManager manager( 4 * kMiB );
     XMemoryHandle handle( kMiB );
-    WEvent isAsked, isLocked;
+    Halt halt;
     TestListener listener(
         [&]( USize64 )
         {
-            isAsked.Set();
-            isLocked.Wait();
+            halt.Stop();
             handle.Purge();
             return USize64( 0 );
         } );
@@ -204,9 +203,9 @@ TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
         [&] { manager.FreeMemory( kMiB, XMemoryManager::kFreeWithoutLogEntry ); },
         [&]
         {
-            isAsked.Wait();
+            halt.AwaitStop();
             const XThreadLock lock( handle.GetMutex() );
-            isLocked.Set();
+            halt.GoOn();
             handle.Resize( 2 * kMiB ); // needs the mutex under which listeners are asked
         } );
     EXPECT_EQ( 2 * kMiB, handle.GetDataSize() );

@@ -136,21 +136,20 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
 {
     Room room( 1, 2 );
     const std::thread::id tester = std::this_thread::get_id();
-    WEvent isAsked, isLocked;
+    Halt halt;
     TestListener listener(
         [&]( USize64 )
         {
             EXPECT_NE( tester, std::this_thread::get_id() );
-            isAsked.Set();
-            isLocked.Wait();
+            halt.Stop();
             return USize64( 0 );
         } );
     auto lock = std::make_unique<XLock>( room.handles[0], kLockForRead );
     std::thread waiter( [&] { EXPECT_EQ( 0u, LockOnce( room.handles[1] ) ); } );
-    isAsked.Wait();
+    halt.AwaitStop();
     {
         const XThreadLock memoryLock( room.manager.GetMemoryMutex() );
-        isLocked.Set();
+        halt.GoOn();
         for ( int turn = 0; turn < 1000; ++turn ) // the other gets to its decision meanwhile
             EXPECT_ERROR( 1012, room.manager.AboutToAllocate( kSize ) );
     }
@@ -201,11 +200,10 @@ TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
 TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
 {
     TestManager manager( 3 * kSize );
-    WEvent isPurging, mayGoOn;
+    Halt halt;
     manager.makeTemporaryFile = [&]
     {
-        isPurging.Set();
-        mayGoOn.Wait();
+        halt.Stop();
         return manager.WMemoryManager::MakeTemporaryFile();
     };
     XMappedFileMemoryHandle purged( kSize );
@@ -215,10 +213,10 @@ TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
         [&] { EXPECT_EQ( kSize, manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry ) ); },
         [&]
         {
-            isPurging.Wait();
+            halt.AwaitStop();
             Fill( other, 2 );
             EXPECT_EQ( 2u, manager.GetPurgeableBlockCount() );
-            mayGoOn.Set();
+            halt.GoOn();
         } );
     EXPECT_TRUE( Holds( purged, 1 ) );
     EXPECT_TRUE( Holds( other, 2 ) );

@@ -4,7 +4,7 @@
 #include "Messaging/XMessage.h"
 #include "Messaging/XSpeaker.h"
 #include "Testing.h"
-#include "Threads/XThread.h"
+#include "Threads/TestThread.h"
 
 /// Equal when the numbers are.
 struct NumberMessage : XMessage

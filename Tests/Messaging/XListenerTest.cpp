@@ -59,18 +59,17 @@ TEST( XListenerTest, DiesInOneHandlerWhileItStopsInAnother )
         const std::function<void( XListener* )> itsAction;
     };
     XSpeaker stopping, dying;
-    WEvent isStopping, isDying;
+    Halt halt;
     const std::thread::id main = std::this_thread::get_id();
     const auto act = [&]( XListener* inListener )
     {
         if ( std::this_thread::get_id() != main )
         {
-            isDying.Wait();
-            isStopping.Set();
+            halt.AwaitStop();
+            halt.GoOn();
             return inListener->StopListening();
         }
-        isDying.Set();
-        isStopping.Wait();
+        halt.Stop();
         XThread::SleepCurrentThread( 50 ); // so that the other one waits already, as a rule
         delete inListener;
     };

@@ -20,9 +20,13 @@ using XRows = XVector<std::uint32_t>;
 
 /// A column of a class with the given rows, missing ones as std::nullopt.
 template<class TColumn>
-std::unique_ptr<TColumn> MakeColumn( const std::vector<std::optional<typename TColumn::XValue>>& inRows )
+std::unique_ptr<TColumn> MakeColumn(
+    const std::vector<std::optional<typename TColumn::XValue>>& inRows,
+    const XPivotColumnDescriptor& inDescriptor = { kPivotUserDefined, "name", "", "" } )
 {
-    auto column = std::make_unique<TColumn>( kPivotUserDefined, "name", "", "" );
+    auto column = std::make_unique<TColumn>(
+        inDescriptor.GetID(), inDescriptor.GetColumnName(), inDescriptor.GetChannelName(),
+        inDescriptor.GetUnits() );
     for ( const auto& row : inRows )
         column->AppendValue( row.value_or( column->GetDefaultValue() ), row.has_value() );
     return column;

@@ -83,9 +83,9 @@ TEST( XPivotFilter, PassesPresentFloatsByEveryRelationship )
         {
             for ( const double reference : { 0.0, 1.0, kNaN, kInfinity } )
             {
-                const XRows rows = table.Expect( relationship, reference );
-                EXPECT_EQ( table.Find( relationship, reference ), rows ) << count;
-                EXPECT_EQ( table.FindPortably( relationship, reference ), rows ) << count;
+                const XRows expected = table.Expect( relationship, reference );
+                EXPECT_EQ( table.Find( relationship, reference ), expected ) << count;
+                EXPECT_EQ( table.FindPortably( relationship, reference ), expected ) << count;
             }
         }
     }

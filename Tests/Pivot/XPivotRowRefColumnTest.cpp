@@ -15,10 +15,7 @@ std::unique_ptr<XPivotOtherRowRefColumn> MakeParents()
 
 std::unique_ptr<XPivotRowRefColumn> MakeIDs( const std::vector<XUUID>& inRows )
 {
-    auto ids = std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" );
-    for ( const XUUID& uuid : inRows )
-        ids->AppendData( uuid, true );
-    return ids;
+    return MakeColumn<XPivotRowRefColumn>( { inRows.begin(), inRows.end() }, { kPivotID, "", "", "" } );
 }
 } // namespace
 

@@ -5,12 +5,9 @@ namespace
 XPivotTable MakeTable()
 {
     XPivotTable table;
-    auto plates = MakeColumn<XPivotStringColumn>( { "A", "A", "B", "B", "C", "A" } );
-    auto counts = std::make_unique<XPivotUInt32Column>( kPivotPixelCount, "", "C1", "px" );
-    for ( const std::uint32_t count : { 8u, 4u, 3u, 2u, 9u, 7u } )
-        counts->AppendValue( count, count != 7u );
-    table.AddColumn( std::move( plates ) );
-    table.AddColumn( std::move( counts ) );
+    table.AddColumn( MakeColumn<XPivotStringColumn>( { "A", "A", "B", "B", "C", "A" } ) );
+    table.AddColumn(
+        MakeColumn<XPivotUInt32Column>( { 8, 4, 3, 2, 9, {} }, { kPivotPixelCount, "", "C1", "px" } ) );
     return table;
 }
 

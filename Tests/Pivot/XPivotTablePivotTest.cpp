@@ -22,23 +22,12 @@ const XAccumulator kMeanAndCount =
 XPivotTable MakeTable()
 {
     XPivotTable table;
-    auto plates = std::make_unique<XPivotSInt32Column>( kPivotTimepoint, "", "", "" );
-    auto treatments = std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" );
-    auto areas = std::make_unique<XPivotFloatColumn>( kPivotArea, "", "C1", "px" );
-    const auto add = [&]( std::int32_t inPlate, const char* inTreatment, std::optional<double> inArea )
-    {
-        plates->AppendValue( inPlate, true );
-        treatments->AppendValue( inTreatment, true );
-        areas->AppendValue( inArea.value_or( kNaN ), inArea.has_value() );
-    };
-    add( 10, "drug", 4.0 );
-    add( -2, "none", 1.0 );
-    add( 10, "none", 2.0 );
-    add( 10, "drug", 6.0 );
-    add( 10, "none", std::nullopt );
-    table.AddColumn( std::move( plates ) );
-    table.AddColumn( std::move( treatments ) );
-    table.AddColumn( std::move( areas ) );
+    table.AddColumn(
+        MakeColumn<XPivotSInt32Column>( { 10, -2, 10, 10, 10 }, { kPivotTimepoint, "", "", "" } ) );
+    table.AddColumn( MakeColumn<XPivotStringColumn>(
+        { "drug", "none", "none", "drug", "none" }, { kPivotName, "", "", "" } ) );
+    table.AddColumn(
+        MakeColumn<XPivotFloatColumn>( { 4.0, 1.0, 2.0, 6.0, {} }, { kPivotArea, "", "C1", "px" } ) );
     return table;
 }
 
@@ -203,9 +192,8 @@ TEST( XPivotTablePivot, OfNothing )
 TEST( XPivotTablePivot, RefusesMoreCellsThanThereIsSenseIn )
 {
     XPivotTable table;
-    auto numbers = std::make_unique<XPivotUInt32Column>();
+    auto& numbers = table.AddColumn( std::make_unique<XPivotUInt32Column>() );
     for ( std::uint32_t row = 0; row < 20000; ++row )
-        numbers->AppendValue( row, true );
-    table.AddColumn( std::move( numbers ) );
+        numbers.AppendValue( row, true );
     EXPECT_ERROR( 1012, table.Pivot( { 0 }, { 0 }, {} ) );
 }

@@ -89,9 +89,7 @@ TEST( XPivotTableRows, LoseDuplicates )
     EXPECT_EQ( table.GetNumRows(), 4u );
     table.RemoveDuplicates( { 0 } );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 1, 3 } ) );
-    auto unknown = std::make_unique<XPivotUnknownColumn>();
-    unknown->ResizeRows( 3 );
-    table.AddColumn( std::move( unknown ) );
+    table.AddColumn( MakeColumn<XPivotSInt32Column>( { {}, {}, {} } ) );
     table.RemoveDuplicates( { 3 } ); // all its rows are missing
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0 } ) );
     XPivotTable none;

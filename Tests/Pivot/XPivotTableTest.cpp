@@ -11,9 +11,7 @@ const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
 XPivotTable MakeTable( const std::vector<std::optional<double>>& inAreas )
 {
     XPivotTable table;
-    auto& areas = table.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", "px" ) );
-    for ( const auto& area : inAreas )
-        areas.AppendData( area.value_or( kNaN ), area.has_value() );
+    auto& areas = table.AddColumn( MakeColumn<XPivotFloatColumn>( inAreas, kArea ) );
     auto names = std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" );
     for ( std::uint32_t row = 0; row < areas.GetColumnSize(); ++row )
         names->AppendData( "area " + areas.GetDataString( row ), true );
@@ -96,9 +94,7 @@ TEST( XPivotTable, AppendsByDescriptor )
     XPivotTable table = MakeTable( { 1.0 } );
     XPivotTable other;
     other.AddColumn( MakeColumn<XPivotSInt32Column>( { 8, 9 } ) );
-    auto areas = std::make_unique<XPivotSInt32Column>( kPivotArea, "", "", "px" );
-    areas->SetData( XVector<double>{ 5.0, 6.0 } );
-    other.AddColumn( std::move( areas ) );
+    other.AddColumn( MakeColumn<XPivotSInt32Column>( { 5, 6 }, kArea ) );
     table.Append( other );
     ASSERT_EQ( table.GetNumColumns(), 4u );
     EXPECT_EQ( table.GetColumn( 0 ).GetFloatVector(), ( XVector<double>{ 1.0, 5.0, 6.0 } ) );
@@ -113,9 +109,7 @@ TEST( XPivotTable, IsAsItWasWhenAppendingFails )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     XPivotTable other;
-    auto names = std::make_unique<XPivotStringColumn>( kPivotArea, "", "", "px" );
-    names->SetData( XVector<XString>{ "5", "large" } );
-    other.AddColumn( std::move( names ) );
+    other.AddColumn( MakeColumn<XPivotStringColumn>( { "5", "large" }, kArea ) );
     EXPECT_ERROR( 1000, table.Append( other ) );
     ExpectInStep( table, { "1" } );
 

@@ -62,3 +62,18 @@ bool Await( TCondition inCondition )
             return false;
     return true;
 }
+
+/// Where a thread stops until another, which can wait for that, lets it go on.
+struct Halt
+{
+    void Stop()
+    {
+        itsIsReached.Set();
+        itsMayGoOn.Wait();
+    }
+    void AwaitStop() { itsIsReached.Wait(); }
+    void GoOn() { itsMayGoOn.Set(); }
+
+private:
+    WEvent itsIsReached, itsMayGoOn;
+};

@@ -15,15 +15,14 @@ struct Holder
               [this, &inMutex]
               {
                   const XThreadLock lock( inMutex );
-                  itsHolds.Set();
-                  itsMayEnd.Wait();
+                  itsHalt.Stop();
               } )
     {
-        itsHolds.Wait();
+        itsHalt.AwaitStop();
     }
     ~Holder() { End(); }
 
-    void LetGo() { itsMayEnd.Set(); }
+    void LetGo() { itsHalt.GoOn(); }
 
     void End()
     {
@@ -33,7 +32,7 @@ struct Holder
     }
 
 private:
-    WEvent itsHolds, itsMayEnd;
+    Halt itsHalt;
     std::thread itsThread;
 };
 

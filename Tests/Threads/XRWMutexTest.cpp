@@ -102,19 +102,18 @@ TEST( XRWMutex, SharedWriterLetsReadersInUntilAnotherWriterWaits )
 TEST( XRWMutex, SharedWriterWaitsForItsReadersToBecomeExclusive )
 {
     XRWMutex mutex;
-    WEvent reads, mayLeave;
+    Halt halt;
     mutex.Lock( kRWLockForSharedWrite );
     std::thread reader(
         [&]
         {
             const XRWLock lock( mutex, kRWLockForRead );
-            reads.Set();
-            mayLeave.Wait();
+            halt.Stop();
         } );
-    reads.Wait();
+    halt.AwaitStop();
     EXPECT_ERROR( 2701, mutex.Lock( kRWLockForWrite, 10 ) );
     EXPECT_TRUE( OtherThreadGets( mutex, kRWLockForRead ) );
-    mayLeave.Set();
+    halt.GoOn();
     mutex.Lock( kRWLockForWrite );
     reader.join();
     mutex.Unlock( kRWLockForWrite );

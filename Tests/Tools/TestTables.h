@@ -8,12 +8,7 @@ Column& AddTestColumn(
     XPivotTable& ioTable, const XPivotColumnDescriptor& inDescriptor,
     const std::vector<std::optional<typename Column::XValue>>& inValues )
 {
-    auto column = std::make_unique<Column>(
-        inDescriptor.GetID(), inDescriptor.GetColumnName(), inDescriptor.GetChannelName(),
-        inDescriptor.GetUnits() );
-    for ( const auto& value : inValues )
-        column->AppendValue( value.value_or( column->GetDefaultValue() ), value.has_value() );
-    return ioTable.AddColumn( std::move( column ) );
+    return ioTable.AddColumn( MakeColumn<Column>( inValues, inDescriptor ) );
 }
 
 inline XUUID MakeTestUUID( std::uint8_t inNumber )

@@ -91,14 +91,8 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
     {
         auto speaker = std::make_unique<XSpeaker>();
         auto listener = std::make_unique<Recorder>( *speaker );
-        WEvent isInCall, mayGoOn;
-        const HookedMessage message(
-            speaker.get(),
-            [&]
-            {
-                isInCall.Set();
-                mayGoOn.Wait();
-            } );
+        Halt halt;
+        const HookedMessage message( speaker.get(), [&] { halt.Stop(); } );
         {
             const Caller sender(
                 [&, to = listener.get(), from = speaker.get()]
@@ -108,7 +102,7 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
                     else
                         XSpeaker::PostXMessage( message, *to, kNext );
                 } );
-            isInCall.Wait();
+            halt.AwaitStop();
             const Caller ender(
                 [&]
                 {
@@ -121,7 +115,7 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
                 ender.WaitUntilItReturns();
             else
                 EXPECT_TRUE( ender.WaitUntilItSleeps() );
-            mayGoOn.Set();
+            halt.GoOn();
         }
         EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
         XSpeaker::ProcessAllNextEventMessages();
@@ -132,21 +126,15 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
 TEST( MessagingLifetimeTest, ASpeakersEndWaitsForHandlersOfPostsThatNameIt )
 {
     auto speaker = std::make_unique<XSpeaker>();
-    WEvent isCalled, mayReturn;
-    Recorder listener(
-        [&]( const XMessage& )
-        {
-            isCalled.Set();
-            mayReturn.Wait();
-        },
-        true );
+    Halt halt;
+    Recorder listener( [&]( const XMessage& ) { halt.Stop(); }, true );
     const Caller sender( [&, message = NumberMessage( 1, speaker.get() )]
                          { XSpeaker::PostXMessage( message, listener ); } );
-    isCalled.Wait();
+    halt.AwaitStop();
     {
         const Caller ender( [&] { speaker.reset(); } );
         EXPECT_TRUE( ender.WaitUntilItSleeps() );
-        mayReturn.Set();
+        halt.GoOn();
     }
     EXPECT_EQ( listener.heard, Numbers{ 1 } );
 
@@ -162,22 +150,21 @@ TEST( MessagingLifetimeTest, AListenersEndWaitsForPostsThatWaitForTheQueues )
     XSpeaker speaker;
     speaker.SpeakMessage( NumberMessage( 1 ), kNext );
     auto listener = std::make_unique<Recorder>();
-    WEvent isAsked, mayGoOn;
+    Halt halt;
     const auto withdraws = [&]( const XSpeaker::XDeferredMessageRecord& )
     {
-        isAsked.Set();
-        mayGoOn.Wait();
+        halt.Stop();
         return true;
     };
     {
         const Caller holder( [&] { XSpeaker::RemoveFromDelayedQueue( kNext, withdraws ); } );
-        isAsked.Wait();
+        halt.AwaitStop();
         const Caller sender( [&, to = listener.get()]
                              { XSpeaker::PostXMessage( NumberMessage( 2 ), *to, kNext ); } );
         EXPECT_TRUE( sender.WaitUntilItSleeps() );
         const Caller ender( [&] { listener.reset(); } );
         EXPECT_TRUE( ender.WaitUntilItSleeps() );
-        mayGoOn.Set();
+        halt.GoOn();
     }
     EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
 }
@@ -197,7 +184,7 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
             kPostedOfSpeaker } )
     {
         XSpeaker speaker;
-        WEvent hasStopped, mayReturn;
+        Halt halt;
         Recorder listener( nullptr, true );
         const auto stop = [&]
         { way == kPostedOfSpeaker ? speaker.StopSpeaking() : listener.StopListening(); };
@@ -209,8 +196,7 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
                 speaker.RemoveAllListeners();
             else
                 stop();
-            hasStopped.Set();
-            mayReturn.Wait();
+            halt.Stop();
         };
         listener.Subscribe( speaker );
         const NumberMessage message( 1, &speaker );
@@ -222,12 +208,12 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
                 XSpeaker::PostXMessage( message, listener, kNow );
         };
         const Caller sender( send );
-        hasStopped.Wait();
+        halt.AwaitStop();
         const Caller first( stop );
         const Caller second( stop );
         EXPECT_TRUE( first.WaitUntilItSleeps() );
         EXPECT_TRUE( second.WaitUntilItSleeps() );
-        mayReturn.Set();
+        halt.GoOn();
     }
 }
 
@@ -266,19 +252,18 @@ TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
     {
         auto speaker = std::make_unique<XSpeaker>();
         XSpeaker* const spoken = speaker.get();
-        WEvent isCalled, mayReturn;
+        Halt halt;
         Recorder listener(
             *speaker,
             [&]( const XMessage& )
             {
-                isCalled.Set();
-                mayReturn.Wait();
+                halt.Stop();
                 if ( endsInHandler )
                     speaker.reset();
             } );
         Recorder late;
         const Caller first( [&] { spoken->SpeakMessage( NumberMessage( 1 ), kNow ); } );
-        isCalled.Wait();
+        halt.AwaitStop();
         const std::array<std::function<void()>, 5> calls{
             [&] { spoken->SpeakMessage( OtherMessage(), kNow ); }, [&] { late.Subscribe( *spoken ); },
             [&] { late.Unsubscribe( *spoken ); }, [&] { spoken->RemoveAllListeners(); },
@@ -290,7 +275,7 @@ TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
         callers.emplace_back( [&] { spoken->HardUnsubscribeListener( other ); } ).WaitUntilItSleeps();
         if ( !endsInHandler )
             callers.emplace_back( [&] { speaker.reset(); } ).WaitUntilItSleeps();
-        mayReturn.Set();
+        halt.GoOn();
         callers.clear();
         EXPECT_FALSE( speaker );
         XSpeaker::ProcessAllNextEventMessages();

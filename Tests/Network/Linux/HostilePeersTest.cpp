@@ -281,7 +281,8 @@ TEST( HostilePeersTest, APeekWithoutDescriptorsLeavesTheConnectionAsItIs )
 /// Two namespaces of the system's network, joined by a link that is cut.
 TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
 {
-    WEvent isListening, isJoined, isDone;
+    Halt halt;
+    WEvent isDone;
     std::string name;
     std::atomic<std::int32_t> port = 0;
     std::atomic<bool> hasNamespaces = true;
@@ -291,8 +292,7 @@ TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
         {
             hasNamespaces = unshare( CLONE_NEWNET ) == 0;
             name = std::to_string( gettid() );
-            isListening.Set();
-            isJoined.Wait();
+            halt.Stop();
             if ( !hasNamespaces )
                 return;
             Shell( "ip addr add 10.99.0.1/24 dev kvtest1 && ip link set kvtest1 up" );
@@ -310,11 +310,11 @@ TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
     std::thread client(
         [&]
         {
-            isListening.Wait();
+            halt.AwaitStop();
             hasNamespaces = hasNamespaces && unshare( CLONE_NEWNET ) == 0 &&
                 Shell( "ip link add kvtest0 type veth peer name kvtest1 netns " + name +
                        " && ip addr add 10.99.0.2/24 dev kvtest0 && ip link set kvtest0 up" );
-            isJoined.Set();
+            halt.GoOn();
             if ( !hasNamespaces || !Await( [&] { return port != 0; } ) )
                 return;
             XNetEndpoint endpoint;
