@@ -96,12 +96,13 @@ TEST( XStringTest, IsMadeFromEveryKindOfText )
 TEST( XStringTest, RefusesNullPointers )
 {
     XString string( "kept" );
-    EXPECT_CONTAINS( TextOfError( [] { XString( static_cast<const unsigned char*>( nullptr ) ); } ), "str" );
-    EXPECT_CONTAINS( TextOfError( [] { XString( static_cast<const char*>( nullptr ) ); } ), "str" );
     EXPECT_CONTAINS(
-        TextOfError( [&] { string.CopyFromPtr( static_cast<const wchar_t*>( nullptr ), 1 ); } ), "ptr" );
+        TextOfError( [] { XString( static_cast<const unsigned char*>( nullptr ) ); } ), ": str in" );
+    EXPECT_CONTAINS( TextOfError( [] { XString( static_cast<const char*>( nullptr ) ); } ), ": str in" );
     EXPECT_CONTAINS(
-        TextOfError( [&] { string.CopyFromPtr( static_cast<const char*>( nullptr ), 1 ); } ), "ptr" );
+        TextOfError( [&] { string.CopyFromPtr( static_cast<const wchar_t*>( nullptr ), 1 ); } ), ": ptr in" );
+    EXPECT_CONTAINS(
+        TextOfError( [&] { string.CopyFromPtr( static_cast<const char*>( nullptr ), 1 ); } ), ": ptr in" );
     EXPECT_CONTAINS(
         TextOfError( [&] { string.Strip( XString::kStripBoth, '\0' ); } ), "whichChar != '\\0'" );
     EXPECT_CONTAINS( TextOfError( [&] { string[5] = 'x'; } ), "index < itsStorage->size" );
@@ -352,7 +353,8 @@ TEST( XStringTest, ComparesWithPlainTextOnEitherSide )
         std::string( "file9" ) <= string && string >= std::string( "file9" ) && !( string > changeable ) );
     EXPECT_TRUE(
         "file10" == changeable && changeable != pointer && pointer != string && array != changeable );
-    EXPECT_CONTAINS( TextOfError( [&] { return string < static_cast<const char*>( nullptr ); } ), "str" );
+    EXPECT_CONTAINS(
+        TextOfError( [&] { return string < static_cast<const char*>( nullptr ); } ), ": str in" );
 }
 
 TEST( XStringTest, OrdersAsTheStepsSay )

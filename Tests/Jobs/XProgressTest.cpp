@@ -246,24 +246,6 @@ TEST( XProgressChangedMessage, OnlyTheNewestValueOfABarStaysQueued )
     EXPECT_EQ( listener.TakeChanges(), ( Changes{ "4:1:0", "4:2:0", "0:1:1000", "0:2:0" } ) );
 }
 
-/// Or each new one would be compared with all of its bar.
-TEST( XProgressChangedMessage, ChangesThatNeverCoalesceHaveKeysOfTheirOwn )
-{
-    const auto countKeys = []( XProgressChangedMessage::XChangeType inType )
-    {
-        std::set<std::uint64_t> keys;
-        for ( std::uint32_t value = 0; value < 10; ++value )
-            keys.insert( XProgressChangedMessage( nullptr, 7, { inType, value, 2, "" } ).GetCoalesceKey() );
-        return keys.size();
-    };
-    EXPECT_EQ( countKeys( XProgressChangedMessage::kProgressChanged ), 1u );
-    for ( const auto type :
-          { XProgressChangedMessage::kProgressIndeterminate, XProgressChangedMessage::kMessageChanged,
-            XProgressChangedMessage::kTitleChanged, XProgressChangedMessage::kBarCreated,
-            XProgressChangedMessage::kBarDestroyed } )
-        EXPECT_EQ( countKeys( type ), 10u );
-}
-
 TEST( XProgressChangedMessage, TravelsThroughAStream )
 {
     const XProgressChangedMessage message(

@@ -252,19 +252,6 @@ void ExpectRunsMove( const XPivotRunBlockLoops& inLoops, const XVector<std::uint
     ReadingStream inParts( written, 3000, false );
     EXPECT_FALSE( inLoops.read( inParts, inExists, defaultValue.data(), read.data() ) );
     EXPECT_EQ( read, expected );
-
-    XVector<std::uint8_t> moved = inExists; // runs of the same lengths elsewhere
-    std::rotate( moved.begin(), moved.end() - ( size > 0 ), moved.end() );
-    stream.SeekTo( 1 );
-    EXPECT_EQ(
-        inLoops.read( stream, moved, defaultValue.data(), read.data() ).has_value(), moved != inExists );
-    for ( std::size_t row = 0; row < size; row += 61 ) // flags that the stream does not have
-    {
-        XVector<std::uint8_t> other = inExists;
-        other[row] ^= 1;
-        stream.SeekTo( 1 );
-        EXPECT_TRUE( inLoops.read( stream, other, defaultValue.data(), read.data() ) ) << row;
-    }
 }
 
 template<std::size_t kValueSize>

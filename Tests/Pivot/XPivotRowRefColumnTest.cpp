@@ -40,22 +40,6 @@ TEST( XPivotRowRefColumn, GivesNoNumberTwice )
     }
 }
 
-TEST( XPivotRowRefColumn, NamesARowOfThoseThatShareAnObjectAfterEveryChange )
-{
-    const std::uint32_t count = 60000; // a search of all rows for each would take minutes
-    XPivotRowRefColumn ids;
-    for ( std::uint32_t row = 0; row < count; ++row )
-        ids.AppendData( row % 2 ? kFirst : kSecond, true );
-    for ( std::uint32_t row = count; --row > 2; )
-        ids.DeleteRef( row );
-    EXPECT_EQ( ids.FindDataUUID( kFirst ), 1 );
-    EXPECT_EQ( ids.FindDataUUID( kSecond ) % 2, 0 );
-    EXPECT_EQ( Read<XPivotRowRefColumn>( Write( ids ) )->GetReferences(), ids.GetReferences() );
-    ids.SetData( kThird, 1, true );
-    EXPECT_EQ( ids.FindDataUUID( kFirst ), -1 );
-    EXPECT_EQ( ids.GetNumReferences(), 2u );
-}
-
 TEST( XPivotRowRefColumn, FindsRowsByTheirNumbersAfterEveryChange )
 {
     const auto ids = MakeIDs( { kFirst, kSecond } );

@@ -142,12 +142,13 @@ TEST( MemoryLimits, SmallFilesTakeManyBlocks )
     EXPECT_TRUE( PassesInChild(
         []
         {
-            const ProcessLimit limit( RLIMIT_FSIZE, 3 * kMiB );
+            constexpr USize64 kSize = kIsSanitized ? kMiB / 4 : kMiB;
+            const ProcessLimit limit( RLIMIT_FSIZE, 3 * kSize );
             TestManager manager( 100 * kMiB );
             std::vector<XMappedFileMemoryHandle> handles( 8 );
             for ( auto& handle : handles )
             {
-                handle.Resize( kMiB );
+                handle.Resize( kSize );
                 Fill( handle, 7 );
                 handle.GetBlock()->Purge();
             }
