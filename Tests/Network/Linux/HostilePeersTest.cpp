@@ -1,6 +1,7 @@
 #include "Network/TestConnection.h"
 
 #include "Linux/TestProcess.h"
+#include "Network/TestResponders.h"
 #include "Network/XNetStream.h"
 #include "Servers/XNetResponder.h"
 #include "Servers/XNetServer.h"
