@@ -61,8 +61,19 @@ void ExpectFloodedObjects( const WImagePage& inPage, const std::vector<bool>& in
         const auto labels = Flood( inMask, width, height, connectivity );
         const auto found = XFindObjects( inPage, 0, inThreshold, connectivity );
         ASSERT_EQ( Paint( found, inPage ), labels ) << width << " x " << height;
-        for ( std::uint32_t i = 0; i < found.shapes.size(); ++i )
-            EXPECT_EQ( found.shapes[i].pixelCount, std::ranges::count( labels, i ) );
+        std::vector<std::array<std::uint64_t, 3>> sums( found.shapes.size() );
+        for ( std::size_t i = 0; i < labels.size(); ++i )
+            if ( labels[i] != kBackground )
+            {
+                auto& [count, sumX, sumY] = sums[labels[i]];
+                ++count, sumX += i % inPage.width, sumY += i / inPage.width;
+            }
+        for ( std::size_t i = 0; i < sums.size(); ++i )
+        {
+            const auto& shape = found.shapes[i];
+            EXPECT_EQ(
+                sums[i], ( std::array<std::uint64_t, 3>{ shape.pixelCount, shape.sumX, shape.sumY } ) );
+        }
     }
 }
 

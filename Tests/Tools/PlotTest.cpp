@@ -1,8 +1,6 @@
 #include "ProgramRun.h"
 
-#include "Pivot/Columns/XPivotFloatColumn.h"
-#include "Pivot/Columns/XPivotStringColumn.h"
-#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Pivot/ColumnTools.h"
 #include "Plots/XPlotData.h"
 #include "Tables/TableFile.h"
 
