@@ -31,17 +31,6 @@ struct Background : ProgramRun
 {
     using Pages = std::vector<WImagePage>;
 
-    std::string WriteStack( const std::string& inName, const Pages& inPages )
-    {
-        const auto path = itsFolder / inName;
-        std::filesystem::create_directories( path.parent_path() );
-        WFile file( path, WFile::kCreate );
-        XTIFFWriter writer( file );
-        for ( const auto& page : inPages )
-            writer.WritePage( page );
-        return Name( inName );
-    }
-
     /// Into out.csv.
     int Measure( std::vector<std::string> inArguments )
     {
@@ -93,9 +82,9 @@ struct Background : ProgramRun
     void ExpectPlain( const std::string& inKind, std::uint32_t inPages )
     {
         auto pages = MakePages<T>( inPages );
-        const auto stack = WriteStack( "in/stack.tif", pages );
+        const auto stack = WritePages( "in/stack.tif", pages );
         const auto background = Subtract<T>( inKind, pages );
-        const auto subtracted = WriteStack( "subtracted/stack.tif", pages );
+        const auto subtracted = WritePages( "subtracted/stack.tif", pages );
         ASSERT_EQ( RunLine( "measure % --csv @expected.csv -q", subtracted ), 0 );
 
         // The sums and two pages.
@@ -181,7 +170,7 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
     pages.insert( pages.begin() + 1, MakePage<std::uint8_t>( 3, { 1, 2, 3 } ) );
     pages.push_back( std::move( MakePages<std::uint8_t>( 1 )[0] ) );
     pages.back().pixelWidth = pages.back().pixelHeight = 1;
-    const auto stack = WriteStack( "stack.tif", pages );
+    const auto stack = WritePages( "stack.tif", pages );
     // The resolution of the last page is at the end.
     std::filesystem::resize_file( stack, std::filesystem::file_size( stack ) - 1 );
 
@@ -198,10 +187,10 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
 
 TEST_F( Background, NeedsMemory )
 {
-    const auto large = WriteStack( "large.tif", MakePages<std::uint16_t>( 8 ) );
+    const auto large = WritePages( "large.tif", MakePages<std::uint16_t>( 8 ) );
     Pages pages;
     pages.push_back( MakePage<std::uint8_t>( 2, { 1, 2 } ) );
-    const auto small = WriteStack( "small.tif", pages );
+    const auto small = WritePages( "small.tif", pages );
     const auto failure = "korvale: " + large + ": pages 0 to 7: there was not enough memory (1012): ";
     const std::vector<std::vector<std::string>> backgrounds{ {}, { "--background", "min" } };
     for ( const auto& background : backgrounds )
@@ -228,7 +217,7 @@ TEST_F( Background, NeedsMemory )
 
 TEST_F( Background, TellsWrongUsage )
 {
-    const auto image = WriteStack( "stack.tif", MakePages<std::uint8_t>( 2 ) );
+    const auto image = WritePages( "stack.tif", MakePages<std::uint8_t>( 2 ) );
     for ( const std::string& line :
           Split( "% --background max|% --save-background @b.tif|"
                  "% % --background min --save-background @b.tif|"

@@ -41,9 +41,18 @@ struct ProgramRun : testing::Test
 
     std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
 
+    std::string WritePages( const std::string& inName, const std::vector<WImagePage>& inPages )
+    {
+        std::vector<const WImagePage*> pages;
+        for ( const WImagePage& page : inPages )
+            pages.push_back( &page );
+        return WriteStack( inName, pages );
+    }
     std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )
     {
-        WFile file( itsFolder / inName, WFile::kCreate );
+        const auto path = itsFolder / inName;
+        std::filesystem::create_directories( path.parent_path() );
+        WFile file( path, WFile::kCreate );
         XTIFFWriter writer( file );
         for ( const auto* page : inPages )
             writer.WritePage( *page );

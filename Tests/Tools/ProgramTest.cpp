@@ -335,10 +335,7 @@ TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
     std::vector<WImagePage> pages;
     for ( const std::uint32_t side : { 600, 300, 100, 30, 10, 3, 2, 1 } )
         pages.push_back( MakePage( side, MakeNoise<std::uint8_t>( random, side * side, 9 ) ) );
-    std::vector<const WImagePage*> order;
-    for ( const auto& page : pages )
-        order.push_back( &page );
-    const auto first = WriteStack( "first.tif", order ), last = WriteStack( "last.tif", order );
+    const auto first = WritePages( "first.tif", pages ), last = WritePages( "last.tif", pages );
 
     std::vector<std::string> expected;
     for ( const auto workers : { "1", "2", "3", "1000" } )
@@ -410,18 +407,6 @@ TEST_F( Program, LeavesNothingHalfWritten )
     EXPECT_EQ( RunLine( "measure % --csv @old.csv", image ), 0 );
     EXPECT_EQ( itsFolder.Read( "old.csv" ).size(), 230u );
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
-}
-
-TEST_F( Program, NoticesAFullDisk )
-{
-    if ( !HasFullDevice() )
-        GTEST_SKIP() << "this system has no device that is always full";
-    const auto image = WriteImage( "image.png" );
-    for ( const auto option : { "--csv", "-o" } )
-    {
-        EXPECT_EQ( RunLine( "measure % % %", image, option, PathToUTF8( kFullDevice ) ), 1 );
-        EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write /dev/full: " );
-    }
 }
 
 TEST_F( Program, NoticesWhatItCannotPrint )

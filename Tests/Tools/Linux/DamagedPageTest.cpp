@@ -26,10 +26,7 @@ struct DamagedPage : ProgramRun
         for ( int i = 0; i < inPages; ++i )
             pages.push_back(
                 MakePage<std::uint16_t>( kWidth, MakeNoise<std::uint16_t>( random, kWidth * kHeight, 9 ) ) );
-        std::vector<const WImagePage*> pointers;
-        for ( const auto& page : pages )
-            pointers.push_back( &page );
-        return WriteStack( inName, pointers );
+        return WritePages( inName, pages );
     }
 
     /// The bytes that are mapped next cannot be read, as if their file were cut off: all others in that file can.
@@ -61,20 +58,9 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
     for ( const bool drawsOverlays : { false, true } )
     {
         DamageNextView();
-        std::vector<std::string> arguments{ "measure",
-                                            stack,
-                                            "--background",
-                                            "min",
-                                            "--memory",
-                                            std::to_string( 8 * kPageBytes ),
-                                            "--workers",
-                                            "1",
-                                            "--csv",
-                                            Name( "out.csv" ),
-                                            "-q" };
-        if ( drawsOverlays )
-            arguments.insert( arguments.end(), { "--overlay", Name( "page.png" ) } );
-        EXPECT_EQ( Run( arguments ), 1 );
+        const std::string line = "measure % --background min --workers 1 --csv @out.csv -q --memory ";
+        const std::string overlay = drawsOverlays ? " --overlay @page.png" : "";
+        EXPECT_EQ( RunLine( line + std::to_string( 8 * kPageBytes ) + overlay, stack ), 1 );
         EXPECT_GT( itsViews, 1 ); // and others were not damaged
         const auto errors = itsError.str();
         EXPECT_CONTAINS( errors, ": page " );
