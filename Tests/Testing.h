@@ -49,7 +49,7 @@ std::uint32_t ErrorOrZero( const TCall& inCall )
     return 0;
 }
 
-/// The same; fails if the call throws none.
+/// The number of the exception that a call throws, which fails the test if it throws none.
 template<class TCall>
 std::uint32_t ErrorOf( const TCall& inCall )
 {
@@ -149,7 +149,7 @@ void RunOnThreads( unsigned inCount, Body inBody )
         thread.join();
 }
 
-/// The same with a function for each thread.
+/// Runs each function on a thread of its own, until all have returned.
 template<class... Bodies>
 void RunTogether( Bodies... inBodies )
 {

@@ -66,7 +66,9 @@ void ExpectFloodedObjects( const WImagePage& inPage, const std::vector<bool>& in
             if ( labels[i] != kBackground )
             {
                 auto& [count, sumX, sumY] = sums[labels[i]];
-                ++count, sumX += i % inPage.width, sumY += i / inPage.width;
+                ++count;
+                sumX += i % inPage.width;
+                sumY += i / inPage.width;
             }
         for ( std::size_t i = 0; i < sums.size(); ++i )
         {

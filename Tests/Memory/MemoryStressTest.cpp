@@ -40,7 +40,10 @@ struct Storm
             if ( action == 0 )
                 Fill( piece.handle, piece.seed = static_cast<unsigned>( random() ) );
             else if ( action == 1 )
-                piece.handle.Resize( 1 + random() % kLargest ), Fill( piece.handle, piece.seed );
+            {
+                piece.handle.Resize( 1 + random() % kLargest );
+                Fill( piece.handle, piece.seed );
+            }
             else if ( action == 2 )
                 CopyToAnother( piece, random() % kHandles );
             else if ( action == 3 )

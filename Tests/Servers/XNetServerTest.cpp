@@ -206,19 +206,20 @@ TEST( XNetServerTest, StopsInTheMidstOfAFlood )
                 endpoint.SendData( kEchoBytes, connected % 5, kPatience );
             }
         };
+        std::atomic<bool> isOver = false;
         const auto stop = [&]
         {
             while ( connected < 100 )
                 EXPECT_EQ( known.Say( 'x' ), 'x' );
             server.Stop();
+            isOver = true;
         };
-        std::atomic<bool> isOver = false;
         const auto floodOn = [&]
         {
             while ( !isOver )
                 ErrorOrZero( flood );
         };
-        RunTogether( [&] { stop(), isOver = true; }, floodOn, floodOn, floodOn, floodOn );
+        RunTogether( stop, floodOn, floodOn, floodOn, floodOn );
         EXPECT_EQ( EchoResponder::sCount, 0 );
     }
 }

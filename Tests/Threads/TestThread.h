@@ -53,6 +53,13 @@ private:
     Body itsBody;
 };
 
+/// A body that ends only when it is stopped.
+inline std::int32_t SleepForEver()
+{
+    for ( ;; )
+        XThread::SleepCurrentThread( kNoTimeout, true );
+}
+
 /// Waits until a condition holds; false if it does not in good time.
 template<class TCondition>
 bool Await( TCondition inCondition )

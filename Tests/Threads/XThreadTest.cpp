@@ -8,12 +8,6 @@
 namespace
 {
 
-std::int32_t SleepForEver()
-{
-    for ( ;; )
-        XThread::SleepCurrentThread( kNoTimeout, true );
-}
-
 /// Takes note of the hooks that are called, and lets each throw.
 struct HookedThread : TestThread
 {

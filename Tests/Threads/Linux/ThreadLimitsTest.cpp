@@ -11,12 +11,6 @@ namespace
 /// While set, only the main thread gets memory.
 std::atomic<bool> sIsShort = false;
 
-std::int32_t RunForEver()
-{
-    for ( ;; )
-        XThread::SleepCurrentThread( kNoTimeout );
-}
-
 } // namespace
 
 bool IsMemoryRefused()
@@ -52,7 +46,7 @@ TEST( ThreadLimits, AThreadTooManyLacksResources )
         {
             std::array<std::unique_ptr<TestThread>, 100> threads;
             for ( auto& thread : threads )
-                thread = std::make_unique<TestThread>( RunForEver );
+                thread = std::make_unique<TestThread>( SleepForEver );
             const ProcessLimit none( RLIMIT_AS, 1 ); // there is no room for a stack, but for a few used ones
             const auto startAll = [&]
             {
