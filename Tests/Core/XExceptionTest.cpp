@@ -41,6 +41,15 @@ TEST( XExceptionTest, UnderstandsNumbersOfTheOlderPlatform )
         MessageOf( XException( 0xFFFFF7D1u ) ), network.substr( 0, network.find( " (" ) ) + " (4294965201)" );
 }
 
+TEST( XExceptionTest, SilentErrorsAreNeitherLoggedNorReported )
+{
+    for ( const std::uint32_t error : { 1001u, 1019u, 2702u, 1005u } )
+    {
+        EXPECT_EQ( XException( error ).ShouldLogError(), error == 1005 ) << error;
+        EXPECT_EQ( XException( error ).ShouldReportError(), error == 1005 ) << error;
+    }
+}
+
 TEST( XExceptionTest, RemembersTheLastErrorOfThisThread )
 {
     XException exception( 1005 );

@@ -52,6 +52,9 @@ TEST_F( XStrategyCarrierTest, FindsByTypeNumberAndName )
     EXPECT_TRUE( itsCarrier.FindStrategyByType( typeid( XStrategyAbstract ) ) == nullptr );
     EXPECT_TRUE( itsCarrier.FindStrategyByID( 9 ) == nullptr );
     EXPECT_TRUE( itsCarrier.FindStrategyByName( "" ) == nullptr );
+    const XRefPtr<XStrategyAbstract> none;
+    EXPECT_FALSE( XIsStrategyTypeEqual( typeid( XNamedStrategy ) )( none ) );
+    EXPECT_FALSE( XIsStrategyIDEqual( 7 )( none ) || XIsStrategyNameEqual( "mean" )( none ) );
 }
 
 TEST_F( XStrategyCarrierTest, SharesAndRemovesStrategies )

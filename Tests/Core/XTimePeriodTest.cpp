@@ -76,6 +76,17 @@ TEST( XTimePeriod, DescribesItself )
         std::string( XTimePeriod( 1.0, XTimePeriod::kTimepoints ).GetUnitDescription() ), "time point" );
 }
 
+TEST( XTimePeriod, MapsUnitsToMenuPositionsAndBack )
+{
+    for ( std::uint32_t index = 0; index < XTimePeriod::kUnitCount; ++index )
+        EXPECT_EQ(
+            XTimePeriod::GetTimePeriodMenuIndexFromUnits(
+                XTimePeriod::GetTimePeriodUnitsFromMenuIndex( index ) ),
+            index );
+    EXPECT_EQ( XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 0 ), XTimePeriod::kMicroSeconds );
+    EXPECT_ERROR( 1013, XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 8 ) );
+}
+
 TEST( XTimePeriod, RefusesCorruptStreams )
 {
     XMemStream stream;

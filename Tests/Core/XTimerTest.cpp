@@ -17,4 +17,7 @@ TEST( XTimer, CountsDownToItsLimit )
     timer.SetLimitMS( kNoTimeout - 1 );
     EXPECT_FALSE( timer.HasExpired() );
     EXPECT_LT( timer.GetRemainingMS(), kNoTimeout ) << "a limit never reads as none";
+    EXPECT_EQ( XTimer().GetRemainingMS(), kNoTimeout );
+    EXPECT_FALSE( XTimer().RestartIfExpired() );
+    EXPECT_TRUE( XTimer( 0 ).RestartIfExpired() );
 }

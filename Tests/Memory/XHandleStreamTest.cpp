@@ -72,6 +72,39 @@ TEST( XHandleStream, CutsOffItsSpareRoomWhereMemoryIsShort )
     }
 }
 
+// As when a handle that grows is purged meanwhile and cannot be brought back.
+TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
+{
+    struct Block : XMallocMemoryBlock
+    {
+        using XMallocMemoryBlock::XMallocMemoryBlock;
+        void Resize( USize64 inSize ) override
+        {
+            XMallocMemoryBlock::Resize( inSize );
+            itsIsGone = true;
+        }
+
+    protected:
+        void LockSelf( XLockMode inMode ) override
+        {
+            if ( itsIsGone )
+                XThrow( 1012 );
+            XMallocMemoryBlock::LockSelf( inMode );
+        }
+
+    private:
+        bool itsIsGone = false;
+    };
+    TestManager manager;
+    XMemoryHandle handle( std::make_unique<Block>( 1000 ) );
+    XHandleStream stream( handle );
+    stream.SeekTo( 1000 );
+    EXPECT_ERROR( 1012, stream.Write32( 1 ) );
+    EXPECT_EQ( 1000u, handle.GetDataSize() );
+    EXPECT_EQ( 0, stream.GetExtent() );
+    EXPECT_ERROR( 1006, stream.Write8( 1 ) );
+}
+
 TEST( XHandleStream, KeepsAnObjectInAHandle )
 {
     TestManager manager;

@@ -119,6 +119,7 @@ TEST( XMemoryManager, ListenersMayChangeTheListAndNeedMemory )
     manager.FreeMemory( 100, XMemoryManager::kFreeWithoutLogEntry );
     EXPECT_TRUE( added->wanted.empty() ); // since the one before it was content
     EXPECT_EQ( 2u, last.wanted.size() );
+    EXPECT_ERROR( 1012, XMemoryHandle tooLarge( 4 * kMiB ) ); // though one claims to have freed that
 }
 
 // A listener is asked in the middle of the lock, the change or the copy that needs room.

@@ -220,6 +220,7 @@ TEST_F( XDeferredMessagesTest, SuspensionHoldsBothQueues )
     EXPECT_FALSE( XSpeaker::ProcessAllIdleMessages() );
     EXPECT_TRUE( listener.heard.empty() );
     EXPECT_FALSE( RingsNow() ); // or a loop would spin
+    EXPECT_CONTAINS( XSpeaker::GetDebugStatus().GetConstCharPtr(), "\rDeferred: 2\r" );
     XSpeaker::ResumeIdleProcessing();
     EXPECT_TRUE( RingsNow() );
     Drain();

@@ -31,3 +31,16 @@ TEST( XMessageTest, OrdersUnequalMessagesByCreation )
     XSpeaker speaker;
     EXPECT_TRUE( one != XMessageVoid( &speaker, &info ) );
 }
+
+TEST( XMessageTest, PredicatesSelectInContainers )
+{
+    const NumberMessage one( 1 );
+    EXPECT_TRUE( XIsMessageTypeEqual( typeid( NumberMessage ) )( &one ) );
+    EXPECT_FALSE( XIsMessageTypeEqual( typeid( XMessage ) )( &one ) );
+    EXPECT_FALSE( XIsMessageTypeEqual( typeid( NumberMessage ) )( nullptr ) );
+    EXPECT_TRUE( XIsMessageEqual( NumberMessage( 1 ) )( &one ) );
+    EXPECT_FALSE( XIsMessageEqual( NumberMessage( 2 ) )( &one ) );
+    const std::pair<const int, std::string> name( 1, typeid( one ).name() );
+    EXPECT_TRUE( XIsMessageTypeOfPairEqual( typeid( NumberMessage ) )( name ) );
+    EXPECT_FALSE( XIsMessageTypeOfPairEqual( typeid( OtherMessage ) )( name ) );
+}

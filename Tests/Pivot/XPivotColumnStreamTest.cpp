@@ -188,6 +188,16 @@ TEST( XPivotColumnStream, RefusesWhatIsNotAColumn )
     EXPECT_EQ( ErrorOfReading( "ad050000" ), 1004u ); // the abstract class
 }
 
+TEST( XPivotColumnStream, StatesItsUsage )
+{
+    EXPECT_EQ( MakeColumn<XPivotFloatColumn>( { 1.0, std::nullopt } )->GetStreamUsage(), 20u );
+    EXPECT_EQ( MakeColumn<XPivotUUIDColumn>( { XUUID() } )->GetStreamUsage(), 20u );
+    const XPivotColumnDescriptor descriptor( kPivotArea, "", "C1", "px" );
+    XMemStream stream;
+    descriptor.WriteStream2( stream );
+    EXPECT_EQ( descriptor.GetStreamUsage(), stream.GetLength() );
+}
+
 TEST( XPivotRuns, AreTheSameOnEveryProcessor )
 {
     std::mt19937_64 random( 9 );

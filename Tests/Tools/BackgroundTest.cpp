@@ -220,11 +220,9 @@ TEST_F( Background, TellsWrongUsage )
     const auto image = WritePages( "stack.tif", MakePages<std::uint8_t>( 2 ) );
     for ( const std::string& line :
           Split( "% --background max|% --save-background @b.tif|"
-                 "% % --background min --save-background @b.tif|"
-                 "% --background min --save-background %|"
+                 "% % --background min --save-background @b.tif|% --background min --save-background %|"
                  "% --background min --save-background @out.csv|% --memory 0|% --memory -1G|"
-                 "% --memory 1.5|% --memory 9999999T|% --memory nan|% --memory M|"
-                 "% --memory ''" ) )
+                 "% --memory 1.5|% --memory 9999999T|% --memory nan|% --memory M|% --memory ''" ) )
     {
         EXPECT_EQ( RunLine( "measure --csv @out.csv -q " + line, image ), 2 ) << line;
         EXPECT_NE( itsError.str(), "" );

@@ -143,10 +143,8 @@ TEST_F( Plot, RefusesWrongUsage )
           Split( "-o @p.png|--histogram area|--histogram area -o @p.gif|"
                  "--histogram area --scatter area,area -o @p.png|--histogram name -o @p.png|"
                  "--histogram volume -o @p.png|--scatter area -o @p.png|"
-                 "--scatter area,area --bins 3 -o @p.png|"
-                 "--histogram area --by volume -o @p.png|"
-                 "--histogram area --by area,name -o @p.png|"
-                 "--histogram area --where area~9 -o @p.png|"
+                 "--scatter area,area --bins 3 -o @p.png|--histogram area --by volume -o @p.png|"
+                 "--histogram area --by area,name -o @p.png|--histogram area --where area~9 -o @p.png|"
                  "--histogram area --width 10 -o @p.png" ) )
     {
         EXPECT_EQ( RunLine( "plot % " + options, table ), 2 ) << options;

@@ -80,16 +80,13 @@ TEST_F( Program, RefusesWrongUsage )
 {
     const auto image = WriteImage( "image.png" );
     for ( const std::string& line :
-          Split( "|"
-                 "nonsense|measure|measure % --channel C0|measure % --channel red|"
-                 "measure % --threshold nan|measure % --threshold 12x|"
-                 "measure % --connectivity 6|measure % --min-pixels -1|measure % -o ''|"
-                 "measure % --csv ''|measure % --log ''|measure % --workers 0|"
-                 "measure % --inside x|measure % --pixel-size 0,5|"
-                 "measure % --pixel-size 1,2,3|measure % --pixel-size inf|"
-                 "measure % --inside-channel C1|measure % -o @same --csv @./same|"
-                 "measure % --csv %|sample @s --planes 0|sample @s --bits 12|"
-                 "sample @s --seed -1|sample @s --objects 1000 --width 50|"
+          Split( "|nonsense|measure|measure % --channel C0|measure % --channel red|"
+                 "measure % --threshold nan|measure % --threshold 12x|measure % --connectivity 6|"
+                 "measure % --min-pixels -1|measure % -o ''|measure % --csv ''|measure % --log ''|"
+                 "measure % --workers 0|measure % --inside x|measure % --pixel-size 0,5|"
+                 "measure % --pixel-size 1,2,3|measure % --pixel-size inf|measure % --inside-channel C1|"
+                 "measure % -o @same --csv @./same|measure % --csv %|sample @s --planes 0|"
+                 "sample @s --bits 12|sample @s --seed -1|sample @s --objects 1000 --width 50|"
                  "sample @s --width 65536 --height 65536|show % --csv --structure" ) )
     {
         EXPECT_EQ( RunLine( line, image ), 2 ) << line;

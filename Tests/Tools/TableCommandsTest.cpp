@@ -215,15 +215,15 @@ TEST_F( TableCommands, RefuseWrongUsage )
     for ( const std::string& line :
           Split( "sort % -o @out|sort % --by '' -o @out|sort % --by area, -o @out|"
                  "sort % --by area:down -o @out|sort % --by mean -o @out|"
-                 "sort % --by area -o @out --csv @out|sort % --by area --csv %|"
-                 "filter % -o @out|filter % --where area -o @out|"
-                 "filter % --where area~1 -o @out|pivot % --with mean -o @out|"
-                 "pivot % --values area -o @out|pivot % --values area --with men -o @out|"
+                 "sort % --by area -o @out --csv @out|sort % --by area --csv %|filter % -o @out|"
+                 "filter % --where area -o @out|filter % --where area~1 -o @out|"
+                 "pivot % --with mean -o @out|pivot % --values area -o @out|"
+                 "pivot % --values area --with men -o @out|"
                  "pivot % --values area --with mean,Mean -o @out|"
                  "pivot % --values name --with count,mean -o @out|"
                  "pivot % --values \"x<5\" --with sum -o @out|"
-                 "pivot % --rows nme --values area --with mean -o @out|export %|"
-                 "export % --npz ''|export % --npz %|export % --npz @out --csv @out" ) )
+                 "pivot % --rows nme --values area --with mean -o @out|export %|export % --npz ''|"
+                 "export % --npz %|export % --npz @out --csv @out" ) )
     {
         EXPECT_EQ( RunLine( line, itsTable ), 2 ) << line << ' ' << itsError.str();
         EXPECT_CONTAINS( itsError.str(), "\n" );
