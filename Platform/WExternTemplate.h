@@ -1,8 +1,8 @@
 #pragma once
 
-/// `KORVALE_EXTERN_TEMPLATE( class KORVALE_API Name<Type> );` declares an instantiation of a class template that the
-/// library holds. Users of a Windows library get no such declaration: with it, a compiler that does not inline would ask
-/// the library for inline members, which it does not export.
+/// `KORVALE_EXTERN_TEMPLATE( class KORVALE_API Name<Type> );` declares an instantiation of a class template
+/// that is part of the library. On Windows, users of the library get no such declaration: with it, a compiler
+/// that does not inline would import inline members, which the library does not export.
 
 #if defined( _WIN32 ) && !defined( KORVALE_BUILDING_CORE )
     #define KORVALE_EXTERN_TEMPLATE( ... )

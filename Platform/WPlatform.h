@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the compiler and the system decide for every other header: symbol visibility and nothing else.
+/// Compiler- and system-dependent macros for symbol visibility.
 
 #if defined( _WIN32 )
     #if defined( KORVALE_BUILDING_CORE )

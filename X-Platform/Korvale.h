@@ -1,11 +1,12 @@
 #pragma once
 
-/// Every public header of the core library, room by room. KorvaleImaging.h has those of the imaging library.
+/// Includes every public header of the core library, by room. KorvaleImaging.h includes those of the imaging
+/// library.
 
-// How to fail, error numbers
+// Functions that throw, error numbers
 #include "Ground/XErrorNumbers.h"
 
-// What the interfaces below name of the system
+// Wrappers of the operating system used by the interfaces below
 #include "Files/WFile.h"
 #include "Files/WFilePath.h"
 #include "Files/WFolders.h"
@@ -44,6 +45,8 @@
 #include "Core/Streams/XClassRegistry.h"
 #include "Core/Streams/XFileStream.h"
 #include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStreamFields.h"
+#include "Core/Streams/XStreamObserver.h"
 #include "Core/Streams/XStreamVectors.h"
 #include "Core/Streams/XStringStream.h"
 #include "Core/Strings/XByteCount.h"
@@ -195,6 +198,6 @@
 #include "RemoteCalls/XRPCTypes.h"
 #include "RemoteCalls/XRemoteMethod.h"
 
-// What a process constructs first
+// Initialisation of a process
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"

@@ -1,8 +1,9 @@
 #pragma once
 
-/// Every public header of the imaging library, room by room. Korvale.h has those of the core, on which it is built.
+/// Includes every public header of the imaging library, by room. Korvale.h includes those of the core
+/// library.
 
-// What the interfaces below name of the system
+// Wrappers of the operating system used by the interfaces below
 #include "Drawing/WCanvas.h"
 #include "Images/WImageFile.h"
 
@@ -11,7 +12,7 @@
 #include "Drawing/XHistogram.h"
 #include "Drawing/XPlotFrame.h"
 
-// Images, their objects, and tables of what is measured of them
+// Images, their objects, and tables of measurements
 #include "Imaging/XBackgroundAccumulator.h"
 #include "Imaging/XChildObjects.h"
 #include "Imaging/XConnectedComponents.h"

@@ -21,7 +21,7 @@ struct WColour
     std::uint8_t red = 0;
     std::uint8_t green = 0;
     std::uint8_t blue = 0;
-    double alpha = 1; ///< 0 is invisible, 1 hides what is below.
+    double alpha = 1; ///< 0 is invisible, 1 is opaque.
 
     WColour WithAlpha( double inAlpha ) const { return { red, green, blue, inAlpha }; }
     bool operator==( const WColour& ) const = default;
@@ -30,7 +30,7 @@ struct WColour
 struct WStroke
 {
     WColour colour;
-    double width = 0; ///< 0: no line.
+    double width = 0; ///< 0 for no line.
 };
 
 struct WTextStyle
@@ -42,14 +42,14 @@ struct WTextStyle
         kEnd
     };
 
-    double size = 10; ///< Of the font, from line to line.
+    double size = 10; ///< Of the font: the distance between lines.
     WColour colour;
-    Anchor anchor = kStart; ///< The point of the text that is put to the place given.
+    Anchor anchor = kStart; ///< The part of the text placed at the given point.
     double angle = 0;       ///< In degrees, counter-clockwise around that point.
     WStroke halo;           ///< Around the letters.
 };
 
-/// Grey levels of 8 bits, row by row from the top.
+/// An image of 8-bit grey levels, row by row from the top.
 struct WGreyPicture
 {
     std::uint32_t width = 0;
@@ -57,24 +57,26 @@ struct WGreyPicture
     std::vector<std::uint8_t> levels;
 };
 
-/// A sheet to draw on, in a unit of its own from the left top corner to the right and downwards. What is drawn later
-/// lies above. Text is UTF-8; control characters and what is no UTF-8 are left out or replaced.
+/// A drawing surface. Coordinates start at the top left corner; their unit depends on the canvas. Later
+/// drawing covers earlier drawing. Text is UTF-8; control characters and malformed UTF-8 are removed or
+/// replaced.
 ///
-/// The same calls give the same bytes. One thread at a time may use a canvas, several threads several of them. Failures
-/// of the system throw std::runtime_error. A lack of memory that only the system's drawing or its search for fonts meets,
-/// although room was looked for before, may end the process.
+/// The same calls result in the same bytes. Each canvas is used by one thread at a time. Failures of the
+/// system throw std::runtime_error. If only the system's drawing or its font search runs out of memory, after
+/// memory was checked beforehand, the process may end.
 class KORVALE_IMAGING_API WCanvas
 {
 public:
     using Path = std::vector<WPoint>;
 
-    /// A white sheet whose unit is the point, a 72nd of an inch, for a PNG file of that many dots per inch.
+    /// A white canvas for a PNG file. The unit is the point (1/72 inch); the file has `inDotsPerInch` dots
+    /// per inch.
     static std::unique_ptr<WCanvas> MakePNG( double inWidth, double inHeight, double inDotsPerInch );
 
-    /// A sheet with that picture on it, whose unit is the picture's pixel, for a PNG file.
+    /// A canvas with a picture on it, for a PNG file. The unit is the picture's pixel.
     static std::unique_ptr<WCanvas> MakePNG( const WGreyPicture& inPicture );
 
-    /// A white sheet whose unit is the point, for an SVG file. Its text stays text.
+    /// A white canvas for an SVG file. The unit is the point; text is stored as text.
     static std::unique_ptr<WCanvas> MakeSVG( double inWidth, double inHeight );
 
     virtual ~WCanvas() = default;
@@ -84,15 +86,15 @@ public:
     virtual void Fill( const Path& inPolygon, const WColour& inColour ) = 0;
     virtual void FillDisc( WPoint inCentre, double inRadius, const WColour& inColour ) = 0;
 
-    /// Draws the lines of several paths at once, so that they do not shine through each other. Closed paths return to
-    /// their first point.
+    /// Draws several paths as one shape, so that overlapping lines do not show through each other. Closed
+    /// paths return to their first point.
     virtual void Stroke( const std::vector<Path>& inPaths, bool inAreClosed, const WStroke& inStroke ) = 0;
 
-    /// `inPlace` is on the line that the letters stand on.
+    /// `inPlace` is on the baseline.
     void DrawText( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle );
 
-    /// How far a text of that size runs. In an SVG file this is that of
-    /// Helvetica, the same on every machine: who shows it may have other fonts.
+    /// The width of a text in a font of size `inSize`. For SVG files it is that of Helvetica, the same on
+    /// every machine; viewers may use another font.
     double GetTextWidth( const std::string& inText, double inSize );
 
     /// The bytes of the file.
@@ -103,16 +105,16 @@ public:
 protected:
     WCanvas() = default;
 
-    // With text that is valid UTF-8 and without control characters; what is drawn is not empty.
+    // `inText` is not empty and is valid UTF-8 without control characters.
     virtual void DrawTextSelf( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle ) = 0;
     virtual double GetTextWidthSelf( const std::string& inText, double inSize ) = 0;
 
-    /// How far to the left of its place a text of that width begins.
+    /// The distance by which the start of a text is left of its place.
     static double GetShift( double inTextWidth, WTextStyle::Anchor inAnchor );
 
-    /// Makes words of a row's levels: red, green and blue in the lowest 24 bits.
+    /// Converts the levels of a row to words with red, green and blue in the low 24 bits.
     static void ConvertRow( const WGreyPicture& inPicture, std::size_t inRow, std::uint32_t* outPixels );
 
-    /// The nearest whole number of dots for a length in points.
+    /// A length in points as the nearest whole number of dots.
     static int ToDots( double inLength, double inDotsPerInch );
 };

@@ -4,25 +4,26 @@
 
 #include <filesystem>
 
-/// Folders that the system gives the user.
+/// The user's standard folders.
 class KORVALE_API WFolders
 {
 public:
-    /// Where programs of the library keep what outlives a session but is no document: logs and the like. The folder
-    /// need not exist yet. `XDG_STATE_HOME` or `~/.local/state` on Linux, the local application data on Windows; the
-    /// folder of temporary files for a user without either.
+    /// The folder for files that outlive a session but are not documents, such as logs: `korvale` in
+    /// `XDG_STATE_HOME` or `~/.local/state` on Linux, in the local application data on Windows; in the folder
+    /// of temporary files if the user has neither. It may not exist yet.
     static std::filesystem::path GetStateFolder();
 
-    /// Where the user keeps the settings of programs, each in a folder of its own: `~/.config` on Linux, the roaming
-    /// application data on Windows. Empty for a user without.
+    /// The folder for settings, in which each program has its own folder: `~/.config` on Linux, the roaming
+    /// application data on Windows. Empty if the user has none.
     static std::filesystem::path GetSettingsFolder();
 
-    /// Where temporary files go that take the place of memory. `TMPDIR`, else `/var/tmp` on Linux, where a `TMPDIR` on a
-    /// memory-backed file system is passed over: files in memory give none back. The user's folder of temporary files
-    /// on Windows.
+    /// The folder for temporary files that replace memory. On Linux `TMPDIR`, otherwise `/var/tmp`; a
+    /// `TMPDIR` on a memory-backed file system is ignored, because files there free no memory. On Windows the
+    /// user's folder of temporary files.
     static std::filesystem::path GetTemporaryFolder();
 
-    /// The environment variables and folders that decide it, in their order, for help texts: "TMPDIR, or /var/tmp".
+    /// The environment variables and folders from which it is chosen, in order, for help texts: "TMPDIR, or
+    /// /var/tmp".
     static const char* DescribeTemporaryFolder();
 
 private:

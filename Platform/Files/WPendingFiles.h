@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <mutex>
 
-/// The files and folders that this process has made and that must not outlive it unless they are finished. A
+/// The files and folders that this process has created and that must not remain unless they are completed. A
 /// process that ends at once, without its destructors, removes them first.
 /// Threads: any thread.
 class KORVALE_API WPendingFiles
@@ -13,15 +13,17 @@ class KORVALE_API WPendingFiles
 public:
     WPendingFiles() = delete;
 
-    /// Held while a file is made or put into its place: an end at once comes before that or after it. Recursive.
+    /// Lock to be held while a file is created or renamed into place, so that a sudden end of the process
+    /// comes before or after that. Recursive.
     static std::unique_lock<std::recursive_mutex> Hold();
 
-    /// To be called in one hold with the making and before it, since it throws where there is no memory.
+    /// Registers a path. Call it before creating the file, under the same lock, because it may throw for lack
+    /// of memory.
     static void Add( const std::filesystem::path& inPath );
 
-    /// Called with the same path, in one hold with the finishing or the removal. Takes no memory.
+    /// Unregisters the path, under the same lock as the completion or the removal. Needs no memory.
     static void Forget( const std::filesystem::path& inPath ) noexcept;
 
-    /// Removes them all, the last one first, and holds from then on: the process is about to end.
+    /// Removes all registered files, the newest first, and keeps the lock: the process is about to end.
     static void RemoveForEnd() noexcept;
 };

@@ -37,7 +37,7 @@ std::string MakeTemporaryName()
     return name + ".tmp";
 }
 
-/// A second name for the file; where the file system has no hard links, the first one goes.
+/// Gives the file a second name; if the file system has no hard links, renames it.
 std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
 {
     std::error_code error;
@@ -50,8 +50,8 @@ std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
     return error;
 }
 
-/// Makes a file under a hidden name beside the target, and returns the name. It is listed first: what is made can be
-/// removed even where memory ends.
+/// Creates a file with a hidden name beside the target, and returns the name. It is registered first, so that
+/// it can be removed even when memory runs out.
 template<class Make>
 fs::path MakeUnfinished( const fs::path& inTarget, const Make& inMake )
 {

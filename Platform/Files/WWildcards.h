@@ -3,13 +3,13 @@
 #include <filesystem>
 #include <vector>
 
-/// Patterns of file names on the command line, where the system's shell leaves them to the program.
+/// Patterns of file names on the command line, on systems whose shell does not expand them.
 class WWildcards
 {
 public:
-    /// The files that a path stands for. On Windows, where the last part of the path has `*` (any characters) or `?`
-    /// (one), those are the files of its folder whose names match, without regard to case, in the order of their
-    /// names; hidden files and folders are left out, and none may be left. `*.*` is `*`. Any other path, and every
-    /// path on Linux, whose shells have expanded patterns before, stands for itself.
+    /// The files that a path matches. On Windows, if the last part of the path contains `*` (any characters)
+    /// or `?` (one character), these are the files of its folder with matching names, ignoring case, in the
+    /// order of their names; hidden files and folders are omitted, and there may be none. `*.*` means `*`.
+    /// Any other path, and every path on Linux, where the shell expands patterns, is returned unchanged.
     static std::vector<std::filesystem::path> Expand( const std::filesystem::path& inPath );
 };

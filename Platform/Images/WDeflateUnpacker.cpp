@@ -59,7 +59,7 @@ void WDeflateUnpacker::Finish( std::uint64_t inUnused )
         Refuse( "deflate goes on beyond the strip or tile" );
 }
 
-/// Gives fewer bytes than were asked for at the end of the stream or of what is packed.
+/// Returns fewer bytes than requested at the end of the stream or of the packed bytes.
 std::size_t WDeflateUnpacker::UnpackSome( std::byte* outBytes, std::size_t inCount )
 {
     auto& stream = *itsInflater;

@@ -2,7 +2,7 @@
 
 #include "Images/WTIFFUnpacker.h"
 
-/// Streams of zlib (RFC 1950).
+/// Unpacks zlib streams (RFC 1950).
 class WDeflateUnpacker : public WTIFFUnpacker
 {
 public:
@@ -15,7 +15,7 @@ public:
 private:
     class Inflater;
     std::unique_ptr<Inflater> itsInflater;
-    bool itsHasEnded = false; ///< The checksum has been right.
+    bool itsHasEnded = false; ///< The checksum has been verified.
 
     void Reset() override;
     std::size_t UnpackSome( std::byte* outBytes, std::size_t inCount );

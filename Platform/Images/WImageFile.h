@@ -13,14 +13,14 @@
 #include <type_traits>
 #include <vector>
 
-/// An image file that cannot be read: what is wrong with it, as UTF-8 and without the file's name.
+/// An image file cannot be read. The text is the reason, in UTF-8 and without the file's name.
 class KORVALE_IMAGING_API WImageError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The form of a two-dimensional image: its size, and what its samples are.
+/// The format of a two-dimensional image: its size and its samples.
 struct KORVALE_IMAGING_API WImageFormat
 {
     enum SampleType
@@ -34,8 +34,8 @@ struct KORVALE_IMAGING_API WImageFormat
     std::uint32_t height = 0;
     std::uint32_t channels = 0;
     SampleType type = kUInt8;
-    double pixelWidth = 0;  ///< In micrometres; 0 when the file carries no resolution.
-    double pixelHeight = 0; ///< In micrometres; 0 when the file carries no resolution.
+    double pixelWidth = 0;  ///< In micrometres; 0 if the file has no resolution.
+    double pixelHeight = 0; ///< In micrometres; 0 if the file has no resolution.
 
     static std::uint32_t GetSampleSize( SampleType inType )
     {
@@ -47,11 +47,11 @@ struct KORVALE_IMAGING_API WImageFormat
     std::uint64_t GetSampleCount() const { return std::uint64_t{ width } * channels * height; }
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
 
-    /// True when both have as many samples of the same type, row by row, whatever their resolution.
+    /// True if both have the same size, channels and sample type; resolutions are not compared.
     bool HasSameLayout( const WImageFormat& inOther ) const;
 };
 
-/// Calls `inWork` with a std::type_identity of the C++ type of such samples; returns what it returns.
+/// Calls `inWork` with a std::type_identity of the C++ type of the samples, and returns its result.
 template<class Work>
 auto VisitSampleType( WImageFormat::SampleType inType, Work inWork )
 {
@@ -66,14 +66,14 @@ auto VisitSampleType( WImageFormat::SampleType inType, Work inWork )
     }
 }
 
-/// One two-dimensional image with its samples as they are stored: row by row from the top, the samples of a pixel side
-/// by side, in the byte order of the machine.
+/// A two-dimensional image with its samples: row by row from the top, the samples of a pixel adjacent, in the
+/// byte order of the machine.
 struct KORVALE_IMAGING_API WImagePage : WImageFormat
 {
     /// The bytes of the samples. The deleter returns the buffer to its allocator.
     using Samples = std::unique_ptr<std::byte[], std::function<void( std::byte* )>>;
 
-    /// Gives so many bytes, whose values may be anything.
+    /// Allocates this number of uninitialised bytes.
     using Allocator = std::function<Samples( std::uint64_t )>;
 
     Samples samples;
@@ -93,14 +93,14 @@ struct KORVALE_IMAGING_API WImagePage : WImageFormat
 
     static Samples AllocateFromHeap( std::uint64_t inBytes );
 
-    /// Makes room for the samples, whose values are then undefined. Throws WImageError for an image without pixels,
-    /// with more than 2^32 - 1 of them, or of more than `inMostBytes` bytes, and what the allocator throws.
+    /// Allocates the samples, uninitialised. Throws WImageError for an image without pixels, with more than
+    /// 2^32 - 1 pixels, or of more than `inMostBytes` bytes, and the exceptions of the allocator.
     void Allocate( std::uint64_t inMostBytes, const Allocator& inAllocator = AllocateFromHeap );
 
-    /// Exchanges black and white. Samples of whole numbers only.
+    /// Inverts brightness. Integer samples only.
     void Invert();
 
-    /// Pixels of a part of a page.
+    /// A rectangular part of a page.
     struct Block
     {
         const std::byte* samples;
@@ -110,26 +110,28 @@ struct KORVALE_IMAGING_API WImagePage : WImageFormat
         std::uint32_t height;
     };
 
-    /// Copies the part of a block that lies inside the page. The block holds all channels, or that one alone.
+    /// Copies the part of a block that is inside the page. The block contains all channels, or only
+    /// `inChannel`.
     void CopyBlock( const Block& inBlock, std::optional<std::uint32_t> inChannel );
 };
 
-/// A TIFF or PNG file of one or more pages. TIFF: 8- and 16-bit unsigned and 32-bit float samples, any number of them in
-/// a pixel, strips or tiles, not compressed or by LZW, deflate or PackBits; other compressions where the system has a
-/// library for them. PNG, by what the system has: 8 and 16 bits; fewer bits are scaled to 8,
-/// transparency is dropped.
+/// A TIFF or PNG file of one or more pages. TIFF: 8- and 16-bit unsigned and 32-bit float samples, any number
+/// per pixel, strips or tiles, uncompressed or compressed with LZW, deflate or PackBits; other compressions
+/// if the system has a library for them. PNG, read by a library of the system: 8 and 16 bits; fewer bits are
+/// scaled to 8, transparency is dropped.
 ///
-/// Samples are brightness: where a grey image stores white as 0 it is inverted, and palettes of 8 bits (PNG: any) become
-/// red, green and blue. Other ways to store colours (CMYK, Lab, ...) are refused, and so are palettes and a white of 0
-/// with more samples or other types. Pages of reduced resolution and transparency masks are no pages here.
+/// Samples are brightness: grey images that store white as 0 are inverted, and palettes of 8 bits (PNG: any)
+/// are converted to red, green and blue. Other colour spaces (CMYK, Lab, ...) are rejected, and so are
+/// palettes and white as 0 with several samples per pixel or other sample types. Pages of reduced resolution
+/// and transparency masks are not counted as pages.
 ///
-/// The sizes that a file claims are compared with the bytes that it has before memory is asked for. Failures throw
-/// WImageError or WLastErrorException, also when the file is cut off while it is read. One thread at a time may use an
+/// Sizes stored in a file are compared with its length before memory is allocated. Failures throw WImageError
+/// or WLastErrorException, also if the file is truncated while it is read. One thread at a time may use an
 /// object.
 class KORVALE_IMAGING_API WImageFile
 {
 public:
-    /// Tells the kind of file by its first bytes.
+    /// Opens a file; its first bytes determine the format.
     static std::unique_ptr<WImageFile> Open( const std::filesystem::path& inPath );
 
     virtual ~WImageFile() = default;
@@ -138,29 +140,29 @@ public:
 
     virtual std::uint32_t GetPageCount() const { return 1; }
 
-    /// Pages of reduced resolution and masks, which are left out.
+    /// The number of pages that are ignored: those of reduced resolution and masks.
     virtual std::uint32_t GetSkippedCount() const { return 0; }
 
-    /// The first page as the file stores it.
+    /// The layout of the first page as stored.
     struct Layout
     {
         std::uint64_t width = 0;
         std::uint64_t height = 0;
         std::uint64_t samplesPerPixel = 1;
         std::uint64_t planesInFile =
-            1; ///< For how many of its size there is room from its samples to the file's end.
+            1; ///< The number of such planes that fit between its samples and the end of the file.
     };
 
-    /// Of TIFF files only, where a page that is compressed is one plane.
+    /// TIFF files only; a compressed page counts as one plane.
     virtual Layout GetLayout() const { return {}; }
 
-    /// What the programs that wrote a TIFF file say of it (each tag 270 of the first page); none when they say nothing.
+    /// The descriptions in a TIFF file (each tag 270 of the first page); empty if there are none.
     virtual std::vector<std::string> GetDescriptions() const { return {}; }
 
     /// Progress callback: fraction of the page read, 0 to 1. May throw to cancel.
     using Progress = std::function<void( double )>;
 
-    /// Reads the page of that number, counted from 0, into memory of that allocator. Fastest in ascending order.
+    /// Reads page `inPage`, counted from 0, into memory from `inAllocator`. Fastest in ascending order.
     WImagePage ReadPage(
         std::uint32_t inPage, const Progress& inProgress = IgnoreProgress,
         const WImagePage::Allocator& inAllocator = WImagePage::AllocateFromHeap );
@@ -171,8 +173,8 @@ protected:
     virtual WImagePage ReadPageSelf(
         std::uint32_t inPage, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) = 0;
 
-    /// Throws WImageError when a PNG file of that size cannot hold so many pixels, or when one row of them takes more
-    /// memory than an image should. To be called before the system's decoder reserves any.
+    /// Throws WImageError if a PNG file of that size cannot contain so many pixels, or if one row needs more
+    /// memory than an image may. Call it before the system's decoder allocates memory.
     static void CheckPNGSize(
         std::uint64_t inFileSize, std::uint32_t inWidth, std::uint32_t inHeight,
         std::uint32_t inBitsPerPixel );

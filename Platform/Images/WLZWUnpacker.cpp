@@ -4,8 +4,9 @@
 #include <bit>
 #include <cstring>
 
-// Texts are kept as chains of 8 bytes, so that most codes are unpacked by one or two stores. A store may write up to 7
-// bytes behind its text, which the next one overwrites; a text that has no room for that goes by way of the rest.
+// Texts are stored as chains of 8 bytes, so that one or two stores unpack most codes. A store may write up to
+// 7 bytes beyond its text, which the next one overwrites; a text without room for that is unpacked to itsRest
+// first.
 
 namespace
 {

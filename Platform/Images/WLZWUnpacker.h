@@ -4,7 +4,7 @@
 
 #include <array>
 
-/// LZW as TIFF has it: codes of 9 to 12 bits, highest bit first, that get longer one code early.
+/// LZW as in TIFF: codes of 9 to 12 bits, most significant bit first, whose width increases one code early.
 class WLZWUnpacker : public WTIFFUnpacker
 {
 public:
@@ -16,26 +16,26 @@ private:
     static constexpr std::uint32_t kMostCodes = 4096;
     static constexpr std::size_t kPiece = 8;
 
-    /// The text that a code stands for: its last 1 to 8 bytes, and the code of what is before them, whose length is a
+    /// The text of a code: its last 1 to 8 bytes, and the code of the preceding part, whose length is a
     /// multiple of 8.
     struct Text
     {
-        std::uint64_t end; ///< In the order of memory.
+        std::uint64_t end; ///< In memory order.
         std::uint16_t before;
         std::uint16_t length;
         std::uint8_t first;
     };
 
-    /// Where the reading of codes has come to.
+    /// The state of reading codes.
     struct Bits
     {
-        std::uint64_t bits = 0; ///< The next one is the highest.
+        std::uint64_t bits = 0; ///< The next bit is the highest.
         std::uint32_t count = 0;
         std::uint32_t width = 0; ///< Of a code.
     };
 
     std::array<Text, kMostCodes> itsTexts;
-    std::array<std::byte, kMostCodes + kPiece> itsRest; ///< Of a text for which there was no room.
+    std::array<std::byte, kMostCodes + kPiece> itsRest; ///< Of a text that did not fit in the output.
     std::size_t itsRestStart = 0;
     std::size_t itsRestEnd = 0;
     Bits itsBits;

@@ -2,7 +2,7 @@
 
 #include "Images/WTIFFUnpacker.h"
 
-/// PackBits: runs of equal bytes, and stretches of bytes as they are.
+/// Unpacks PackBits: runs of equal bytes and sequences of literal bytes.
 class WPackBitsUnpacker : public WTIFFUnpacker
 {
 public:
@@ -11,8 +11,8 @@ public:
     void Unpack( std::byte* outBytes, std::size_t inCount ) override;
 
 private:
-    std::size_t itsLiterals = 0; ///< Bytes as they are that are left of a stretch.
-    std::size_t itsRepeats = 0;  ///< Bytes that are left of a run.
+    std::size_t itsLiterals = 0; ///< Remaining literal bytes of a sequence.
+    std::size_t itsRepeats = 0;  ///< Remaining bytes of a run.
     std::uint8_t itsRepeated = 0;
 
     void Reset() override;

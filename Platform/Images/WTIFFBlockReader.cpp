@@ -20,7 +20,7 @@ std::uint64_t DivideUp( std::uint64_t inNumber, std::uint64_t inDivisor )
     return ( inNumber + inDivisor - 1 ) / inDivisor;
 }
 
-/// What is left of the file from each place.
+/// The number of bytes from each position to the end of the file.
 std::vector<std::uint64_t> GetRests( const WFile& inFile, std::vector<std::uint64_t> inOffsets )
 {
     for ( const auto size = inFile.GetSize(); auto& offset : inOffsets )
@@ -66,7 +66,7 @@ WTIFFBlockReader::WTIFFBlockReader(
 
 WTIFFBlockReader::~WTIFFBlockReader() = default;
 
-/// Makes one of strips that lie one after the other as they are: a call for each would take longer than the reading.
+/// Merges adjacent uncompressed strips: a call for each one would take longer than the reading.
 void WTIFFBlockReader::JoinStrips()
 {
     if ( !itsIsPlain || itsGrid.isTiled || itsGrid.isSeparate )

@@ -6,21 +6,21 @@
 #include "Images/WTIFFUnpacker.h"
 #include "WPlatform.h"
 
-/// Reads the samples of one page of a TIFF file from its blocks, which are strips or tiles, plane after plane where the
-/// planes are separate. Keeps references to what it is made from.
+/// Reads the samples of one page of a TIFF file from its blocks (strips or tiles), plane after plane if the
+/// planes are separate. Keeps references to its arguments.
 class KORVALE_IMAGING_API WTIFFBlockReader
 {
 public:
-    /// For a page whose form is known and whose room is made, of a compression that WTIFFUnpacker knows. Throws
-    /// WImageError when the blocks are not all listed.
+    /// For a page whose format is set and whose samples are allocated, in a compression that WTIFFUnpacker
+    /// supports. Throws WImageError if blocks are missing from the list.
     WTIFFBlockReader(
         const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage );
     WTIFFBlockReader( const WTIFFBlockReader& ) = delete;
     WTIFFBlockReader& operator=( const WTIFFBlockReader& ) = delete;
-    ~WTIFFBlockReader(); // in the library, which alone knows how to destroy an unpacker
+    ~WTIFFBlockReader(); // in the library, because the unpacker is an incomplete type here
 
-    /// Fills the samples of the page as they are stored. Throws WImageError or WLastErrorException, and what the progress
-    /// throws.
+    /// Fills the samples of the page as stored. Throws WImageError or WLastErrorException, and the exceptions
+    /// of the progress callback.
     void Read( const WImageFile::Progress& inProgress );
 
 private:
@@ -48,7 +48,7 @@ private:
     std::vector<std::uint64_t> itsSizes;
     std::unique_ptr<WTIFFUnpacker> itsUnpacker;
     WTIFFPredictor itsPredictor;
-    std::unique_ptr<std::byte[]> itsRows; ///< Those that cannot be unpacked to their place in the page.
+    std::unique_ptr<std::byte[]> itsRows; ///< Rows that cannot be unpacked directly into the page.
 
     void JoinStrips();
     void ReadBlock( std::uint64_t inBlock, const WImageFile::Progress& inProgress );

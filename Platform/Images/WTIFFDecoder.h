@@ -2,12 +2,13 @@
 
 #include "Images/WImageFile.h"
 
-/// Reads the pages of a TIFF file whose compression WTIFFUnpacker does not know, or unpacks less well, by what the system
-/// has for it: on Windows nothing.
+/// Reads pages in compressions that WTIFFUnpacker does not support or handles more slowly, with a library of
+/// the system; on Windows there is none.
 class WTIFFDecoder
 {
 public:
-    /// True for compressions of WTIFFUnpacker that this unpacks in less time, and finds the same damage.
+    /// True for compressions of WTIFFUnpacker that this decoder unpacks faster while detecting the same
+    /// damage.
     static bool IsBetterAt( std::uint64_t inCompression );
 
     explicit WTIFFDecoder( const std::filesystem::path& inPath );
@@ -15,8 +16,9 @@ public:
     WTIFFDecoder( const WTIFFDecoder& ) = delete;
     WTIFFDecoder& operator=( const WTIFFDecoder& ) = delete;
 
-    /// Fills the samples of the page of that compression whose directory lies there, whose form is known and whose room
-    /// is made. A strip or tile of more than `inMostBytes` is refused. Throws WImageError, and what the progress throws.
+    /// Fills the samples of the page in `inCompression` whose directory is at `inDirectoryOffset`, whose
+    /// format is set and whose samples are allocated. Rejects strips and tiles of more than `inMostBytes`.
+    /// Throws WImageError, and the exceptions of the progress callback.
     void Decode(
         std::uint64_t inCompression, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes,
         const WImageFile::Progress& inProgress, WImagePage& ioPage );

@@ -11,16 +11,16 @@
 /// The byte order and the offset width of a TIFF file, from its first bytes.
 struct KORVALE_IMAGING_API WTIFFHeader
 {
-    bool isSwapped = false; ///< Numbers are in the other byte order than the machine's.
+    bool isSwapped = false; ///< The byte order differs from the machine's.
     bool isBig = false;     ///< Counts and offsets have 64 bits.
     std::uint64_t firstDirectory = 0;
 
-    /// Throws WImageError when the header is cut off or malformed.
+    /// Throws WImageError if the header is truncated or malformed.
     static WTIFFHeader Read( const WFile& inFile );
 };
 
-/// The tags of one page of a TIFF file, read when they are asked for. Keeps a reference to the file. What a tag claims
-/// to hold is held against the size of the file first: WImageError.
+/// The tags of one page of a TIFF file, whose values are read on demand. Keeps a reference to the file.
+/// Throws WImageError if a tag claims more values than the file can contain.
 class KORVALE_IMAGING_API WTIFFDirectory
 {
 public:
@@ -51,44 +51,44 @@ public:
         kTileSizes = 325,
         kSampleFormat = 339,
         kDepth = 32997,
-        kStackPlanes = 33629 ///< Has as many values as there are planes.
+        kStackPlanes = 33629 ///< Its number of values is the number of planes.
     };
 
     WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader, std::uint64_t inOffset );
 
     std::uint64_t GetOffset() const { return itsOffset; }
 
-    /// Bytes that the directory takes in the file, without the values that lie elsewhere.
+    /// The size of the directory in the file, without values stored elsewhere.
     std::uint64_t GetSize() const { return itsSize; }
 
-    /// Where the next page's directory lies; 0 after the last page.
+    /// The position of the next page's directory; 0 for the last page.
     std::uint64_t GetNextOffset() const { return itsNextOffset; }
 
     bool Has( Tag inTag ) const { return itsEntries.contains( inTag ); }
 
-    /// How many values a tag has; 0 when the page lacks it.
+    /// The number of values of a tag; 0 if the page does not have it.
     std::uint64_t GetCount( Tag inTag ) const;
 
-    /// The first values of a tag of whole numbers, `inMost` at most; none when the page lacks it.
+    /// The first values of an integer tag, at most `inMost`; empty if the page does not have it.
     std::vector<std::uint64_t> GetNumbers( Tag inTag, std::uint64_t inMost ) const;
 
-    /// The first value of a tag of whole numbers, or the one given when the page lacks it.
+    /// The first value of an integer tag; `inDefault` if the page does not have it.
     std::uint64_t GetNumber( Tag inTag, std::uint64_t inDefault ) const;
 
-    /// As GetNumber, but at most 2^32 - 1.
+    /// Like GetNumber, limited to 2^32 - 1.
     std::uint32_t GetExtent( Tag inTag, std::uint32_t inDefault ) const;
 
-    /// True when each strip or tile has the samples of one channel.
+    /// True if each strip or tile contains the samples of one channel.
     bool HasSeparatePlanes() const { return GetNumber( kPlanarConfiguration, 1 ) == 2; }
 
-    /// True when the first bit of a stored byte is its lowest.
+    /// True if the first bit of a stored byte is the least significant one.
     bool IsLowestBitFirst() const { return GetNumber( kFillOrder, 1 ) == 2; }
 
-    /// The value of a tag of fractions; 0 when the page lacks it or its divisor is 0.
+    /// The value of a rational tag; 0 if the page does not have it or its denominator is 0.
     double GetFraction( Tag inTag ) const;
 
-    /// The texts of a tag, which a page may have several times, each up to its first 0; those that are empty or of another
-    /// type are left out. Throws WImageError when they have more than `inMost` bytes together.
+    /// The texts of a tag, which may occur several times, each up to its first NUL; texts that are empty or
+    /// of another type are omitted. Throws WImageError if they have more than `inMost` bytes in total.
     std::vector<std::string> GetTexts( Tag inTag, std::uint64_t inMost ) const;
 
 private:
@@ -96,8 +96,8 @@ private:
     {
         std::uint16_t type;
         std::uint64_t count;
-        std::uint64_t position = 0; ///< Of the first value, where they lie elsewhere.
-        std::string bytes;          ///< With the values, where they lie in the directory.
+        std::uint64_t position = 0; ///< Of the values, if stored elsewhere.
+        std::string bytes;          ///< With the values, if stored in the directory.
     };
 
     const WFile& itsFile;
@@ -106,7 +106,7 @@ private:
     std::uint64_t itsSize = 0;
     std::uint64_t itsNextOffset = 0;
     std::map<std::uint16_t, Entry> itsEntries;
-    std::multimap<std::uint16_t, Entry> itsRepeatedEntries; ///< Further ones of the same tags.
+    std::multimap<std::uint16_t, Entry> itsRepeatedEntries; ///< Repeated entries of the same tags.
 
     void AddEntry( const std::string& inBytes, std::uint64_t inStart );
     std::string ReadValues( const Entry& inEntry, std::uint64_t inCount ) const;

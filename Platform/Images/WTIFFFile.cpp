@@ -46,7 +46,7 @@ std::uint64_t GetPhotometric( const Tags& inTags )
     return inTags.GetNumber( Tags::kPhotometric, kBlackIsZero );
 }
 
-/// True for what other pages have beside them: smaller copies and masks.
+/// True for auxiliary pages: smaller copies and masks.
 bool IsAuxiliary( const Tags& inTags )
 {
     return ( inTags.GetNumber( Tags::kSubfileType, 0 ) & ( kReducedResolution | kMask ) ) != 0 ||
@@ -93,7 +93,7 @@ WImagePage::SampleType GetSampleType( const Tags& inTags )
         " (expected 8- or 16-bit unsigned or 32-bit float)" );
 }
 
-/// Refuses samples that are no brightness and cannot be made one.
+/// Throws for samples that are not brightness and cannot be converted to it.
 void CheckColours( const Tags& inTags, const WImageFormat& inForm )
 {
     const auto photometric = GetPhotometric( inTags );
@@ -210,7 +210,7 @@ void CheckTileSize( const Tags& inTags, const WImageFormat& inForm )
 WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
     : itsPath( inPath ), itsFile( inPath, WFile::kRead ), itsHeader( WTIFFHeader::Read( itsFile ) )
 {
-    // The directories of a sound file do not overlap: together they are no longer than the file.
+    // The directories of an intact file do not overlap: together they are not longer than the file.
     std::uint64_t size = 0;
     for ( auto offset = itsHeader.firstDirectory; offset != 0; )
     {
@@ -276,7 +276,7 @@ WImagePage WTIFFFile::ReadPageSelf(
     return page;
 }
 
-/// What the whole file could become if it were one page.
+/// The size of the whole file if it were unpacked to one page.
 std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
 {
     const auto ratio = GetLargestRatio( GetCompression( inTags ) );
@@ -299,7 +299,7 @@ WImagePage WTIFFFile::ReadPalette(
     const auto pixelSize = std::uint64_t{ page.channels } * page.GetSampleSize();
     page.Allocate( std::min( GetMostBytes( inTags ), UINT64_MAX / pixelSize ) * pixelSize, inAllocator );
 
-    // In the same memory, for who waits for more must not have any.
+    // In the same memory, because a thread that waits for more must not hold any.
     auto indices = MakePage( inTags );
     indices.samples = WImagePage::Samples(
         page.samples.get() + page.GetByteCount() - indices.GetByteCount(), []( std::byte* ) {} );

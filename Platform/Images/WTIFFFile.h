@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// A TIFF file of either byte order, classic or with 64-bit offsets. WTIFFBlockReader reads the
-/// pages that it can, and WTIFFDecoder the others.
+/// A TIFF file of either byte order, classic or with 64-bit offsets. Pages are read by WTIFFBlockReader if it
+/// supports them, otherwise by WTIFFDecoder.
 class WTIFFFile : public WImageFile
 {
 public:
@@ -26,7 +26,7 @@ private:
     std::filesystem::path itsPath;
     WFile itsFile;
     WTIFFHeader itsHeader;
-    std::vector<std::uint64_t> itsPages; ///< Where their directories lie.
+    std::vector<std::uint64_t> itsPages; ///< Positions of their directories.
     std::uint32_t itsSkippedCount = 0;
     std::optional<WTIFFDecoder> itsDecoder;
 

@@ -3,26 +3,26 @@
 #include "Images/WImageFile.h"
 #include "Images/WTIFFDirectory.h"
 
-/// Makes samples of the unpacked rows of strips or tiles: undoes the byte order of the file, and the differences that
-/// make rows smaller when they are compressed (tag 317).
+/// Restores the samples of unpacked rows of strips or tiles: reverses the byte order of the file, and the
+/// differencing that improves compression (tag 317).
 class WTIFFPredictor
 {
 public:
-    /// For blocks of `inWidth` pixels of `inChannels` each. Throws WImageError for differences that are unknown or do not
-    /// go with the samples.
+    /// For blocks of `inWidth` pixels with `inChannels` channels. Throws WImageError if the predictor is
+    /// unknown or does not apply to the type of the samples.
     WTIFFPredictor(
         const WTIFFDirectory& inTags, bool inIsSwapped, WImageFormat::SampleType inType,
         std::uint64_t inWidth, std::uint32_t inChannels );
 
-    /// Rows that lie one after the other.
+    /// Restores consecutive rows.
     void Undo( std::byte* ioRows, std::uint64_t inRows );
 
 private:
     enum Kind : std::uint64_t
     {
         kNone = 1,
-        kHorizontal = 2,   ///< Each sample is less its left neighbour of the same channel.
-        kFloatingPoint = 3 ///< The same with bytes, which lie apart by their place in the number.
+        kHorizontal = 2,   ///< Each sample is stored minus its left neighbour of the same channel.
+        kFloatingPoint = 3 ///< The same for bytes, which are grouped by their position in the number.
     };
 
     const bool itsIsSwapped;

@@ -6,13 +6,13 @@
 #include <memory>
 #include <string>
 
-/// Unpacks the strips and tiles of a TIFF file that are not compressed or are compressed by LZW, deflate or PackBits, one
-/// after the other and each front to back, in memory that does not depend on their size. Failures throw WImageError or
-/// WLastErrorException.
+/// Unpacks strips and tiles of a TIFF file, uncompressed or compressed with LZW, deflate or PackBits, one
+/// after the other and each sequentially, in memory that does not depend on their size. Failures throw
+/// WImageError or WLastErrorException.
 class WTIFFUnpacker
 {
 public:
-    /// As tag 259 has it.
+    /// The values of tag 259.
     enum Compression : std::uint64_t
     {
         kNone = 1,
@@ -24,7 +24,7 @@ public:
 
     static KORVALE_IMAGING_API bool CanUnpack( std::uint64_t inCompression );
 
-    /// For a compression that can be unpacked; the file must outlive the object.
+    /// Creates the unpacker for a supported compression; the file must outlive it.
     static std::unique_ptr<WTIFFUnpacker>
     Make( std::uint64_t inCompression, const WFile& inFile, bool inIsReversed );
 
@@ -32,14 +32,14 @@ public:
     WTIFFUnpacker( const WTIFFUnpacker& ) = delete;
     WTIFFUnpacker& operator=( const WTIFFUnpacker& ) = delete;
 
-    /// Begins with the strip or tile whose packed bytes lie there.
+    /// Starts with the strip or tile whose packed bytes are at `inPosition`.
     void Start( std::uint64_t inPosition, std::uint64_t inCount );
 
-    /// Gives the next so many bytes. A strip or tile that has fewer left is refused.
+    /// Unpacks the next `inCount` bytes. Throws if the strip or tile has fewer left.
     virtual void Unpack( std::byte* outBytes, std::size_t inCount ) = 0;
 
-    /// Refuses a strip or tile whose end or checksum, where it has one, is wrong. To be called when at most so many bytes
-    /// may be left of it, which are of no use.
+    /// Throws if the end or the checksum of the strip or tile, if it has one, is wrong. Call it when at most
+    /// `inUnused` bytes of it are left that are not needed.
     virtual void Finish( std::uint64_t inUnused );
 
 protected:
@@ -49,9 +49,9 @@ protected:
 
     virtual void Reset() {}
 
-    /// Why the samples cannot be unpacked.
+    /// Throws the reason why the samples cannot be unpacked.
     [[noreturn]] static void Refuse( const std::string& inReason );
 
-    /// For packed bytes that end before the samples do.
+    /// Throws if the packed bytes end too early.
     [[noreturn]] static void RefuseTooShort();
 };

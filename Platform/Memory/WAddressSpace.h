@@ -5,18 +5,18 @@
 #include <cstdint>
 #include <vector>
 
-/// The address space of the process as the system divides it up.
+/// The address space of the process and its regions.
 class KORVALE_API WAddressSpace
 {
 public:
     enum State : std::uint32_t
     {
         kFree = 0,
-        kReserved = 1, ///< taken, but nothing can be read there
+        kReserved = 1, ///< allocated but not accessible
         kInUse = 2
     };
 
-    /// Bits of a region's protection.
+    /// Flags of a region's protection.
     static constexpr std::uint32_t kCanRead = 1;
     static constexpr std::uint32_t kCanWrite = 2;
     static constexpr std::uint32_t kCanExecute = 4;
@@ -31,17 +31,17 @@ public:
         std::uint64_t GetEnd() const { return base + size; }
     };
 
-    /// All regions at this moment, in order and without gaps from address 0 to the end of what a process may use.
-    /// Neighbours of the same kind may be one region or several, except for free ones, which are one.
+    /// All current regions, in order and without gaps, from address 0 to GetEnd. Adjacent regions of the same
+    /// kind may be reported as one or several; free ones are always merged.
     static std::vector<Region> ReadRegions();
 
-    /// Of `ReadRegions`' result the region around an address; null beyond the last.
+    /// The region of a `ReadRegions` result that contains an address; null beyond the last.
     static const Region* Find( const std::vector<Region>& inRegions, std::uint64_t inAddress );
 
-    /// Where the part of the address space ends that a process may use.
+    /// The end of the part of the address space that a process may use.
     static std::uint64_t GetEnd();
 
-    /// The size of a page, and the multiple at which mappings begin; powers of two.
+    /// The size of a page, and the granularity of mapping addresses; both are powers of two.
     static std::uint64_t GetPageSize();
     static std::uint64_t GetAllocationGranularity();
 };

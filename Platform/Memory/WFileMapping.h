@@ -5,18 +5,20 @@
 
 #include <memory>
 
-/// A mapping of the system.
+/// The system's implementation of a mapping.
 ///
-/// The page file's is an object without a name on Windows. Linux has none: there it is memory of the process, which stays
-/// when the view goes. Its bytes are zeros at first, and no view of it may be kPageWriteCopy. A file's keeps the file
-/// open. Errors: 1020 when the system refuses, or the file is shorter than the range.
+/// The page file's mapping is an unnamed object on Windows. On Linux it is anonymous memory of the process,
+/// which is kept when the view is unmapped. Its bytes are initially zero, and its views must not be
+/// kPageWriteCopy. A file's mapping keeps the file open. Errors: 1020 if the system fails or the file is
+/// shorter than the range.
 class KORVALE_API WFileMapping : public XFileMappingBase
 {
 public:
-    /// Of the page file. `inSize` is above 0.
+    /// Maps the page file. `inSize` must be above 0.
     explicit WFileMapping( std::uint64_t inSize );
 
-    /// Of `inSize` bytes, above 0, from byte `inOffset` of a file. `inProtection` is the most that a view may do.
+    /// Maps `inSize` bytes, above 0, from byte `inOffset` of a file. `inProtection` is the maximum access of
+    /// views.
     WFileMapping(
         std::shared_ptr<const WFile> inFile, std::uint64_t inOffset, std::uint64_t inSize,
         XPageProtection inProtection );
@@ -31,7 +33,7 @@ public:
 private:
     static constexpr std::intptr_t kNoHandle = -1;
 
-    /// Views begin at a multiple of the allocation granularity, so this many bytes before the range.
+    /// The offset of the range in the view, which begins at a multiple of the allocation granularity.
     std::uint64_t GetViewDelta() const;
     void CheckFileSize( std::uint64_t inSize ) const;
 
@@ -41,5 +43,5 @@ private:
     std::uint64_t itsOffset = 0;          // of the range in the file
     std::uint8_t* itsView = nullptr;      // as the system mapped it
     std::uint64_t itsViewSize = 0;
-    void* itsGuard = nullptr; // what the system's part needs to notice damage
+    void* itsGuard = nullptr; // used by the system's implementation to detect damage
 };

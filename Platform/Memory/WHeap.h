@@ -4,17 +4,17 @@
 
 #include <cstdint>
 
-/// Heap memory of an alignment, which is a power of two.
+/// Heap memory with an alignment, which must be a power of two.
 class KORVALE_API WHeap
 {
 public:
-    /// What every piece of memory is aligned to that malloc gives.
+    /// The alignment of all memory from malloc.
     static constexpr std::uint64_t kPlainAlignment = 16;
 
-    /// Null when there is none left. A piece is freed with the alignment that it was allocated with.
+    /// Returns null if there is no memory. A piece must be freed with the alignment it was allocated with.
     static void* Allocate( std::uint64_t inSize, std::uint64_t inAlignment );
 
-    /// Keeps the bytes as far as they fit. Null, with everything as it was, when there is no more.
+    /// Keeps the bytes that fit. Returns null, with nothing changed, if there is no memory.
     static void*
     Reallocate( void* inMemory, std::uint64_t inOldSize, std::uint64_t inSize, std::uint64_t inAlignment );
 

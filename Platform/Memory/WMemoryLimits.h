@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 
-/// How much memory there is for this process, in bytes.
+/// The amount of memory available to this process, in bytes.
 class KORVALE_API WMemoryLimits
 {
 public:
@@ -14,16 +14,16 @@ public:
     /// The machine's memory.
     static std::uint64_t GetMachineBytes();
 
-    /// What the container (the control group on Linux, the job object on Windows) allows its processes together;
-    /// kUnlimited when it sets no limit.
+    /// The limit that the container (a control group on Linux, a job object on Windows) sets for all its
+    /// processes together; kUnlimited if there is none.
     static std::uint64_t GetContainerBytes();
 
     /// The smaller of the two.
     static std::uint64_t GetBytes();
 
-    /// The smallest limit of a control group and those around it, in the file system of control groups mounted at
-    /// `inRoot`, with the contents of `/proc/self/cgroup`. Takes both versions of that file system. For tests; always
-    /// kUnlimited on Windows.
+    /// The smallest limit of a control group and its ancestors, in the file system of control groups mounted
+    /// at `inRoot`. `inMembership` is a file with the format of `/proc/self/cgroup`. Supports both versions
+    /// of control groups. For tests; always kUnlimited on Windows.
     static std::uint64_t
     ReadControlGroups( const std::filesystem::path& inRoot, const std::filesystem::path& inMembership );
 };

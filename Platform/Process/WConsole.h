@@ -5,22 +5,23 @@
 #include <string_view>
 #include <vector>
 
-/// What a command-line program has of the terminal and of its command line.
+/// The terminal and the command line of a program.
 class WConsole
 {
 public:
     /// The arguments after the program's name, as UTF-8.
     static std::vector<std::string> GetArguments( int inArgCount, char** inArgs );
 
-    /// Makes std::cout and std::cerr pass bytes as they are written, and show UTF-8 on a terminal.
+    /// Makes std::cout and std::cerr write bytes unchanged, and display UTF-8 on a terminal.
     static void PrepareOutput();
 
-    /// Gives the terminal the mode back that it had before PrepareOutput. Does nothing the second time. Any thread.
+    /// Restores the mode that the terminal had before PrepareOutput. A second call does nothing. Any thread
+    /// may call it.
     static void RestoreOutput();
 
     static bool IsOutputTerminal();
 
-    /// True when standard error goes to a terminal that obeys control sequences. After PrepareOutput.
+    /// True if standard error is a terminal that supports control sequences. Call it after PrepareOutput.
     static bool IsErrorTerminal();
 
     struct Size
@@ -29,9 +30,9 @@ public:
         std::uint32_t rows = 0;
     };
 
-    /// The present size of the terminal that standard error goes to; 80 x 24 where that is not known.
+    /// The current size of the terminal of standard error; 80 x 24 if not known.
     static Size GetErrorSize();
 
-    /// Writes to standard error past its buffer, but not where that would have to wait.
+    /// Writes to standard error directly, without its buffer, but only as far as that does not block.
     static void WriteErrorUnlessBlocked( std::string_view inText );
 };

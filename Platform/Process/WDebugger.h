@@ -4,15 +4,15 @@
 
 #include <string_view>
 
-/// The debugger that may be attached to this process.
+/// The debugger attached to this process, if any.
 class KORVALE_API WDebugger
 {
 public:
     static bool IsPresent();
 
-    /// Stops in the debugger at the call. Without a debugger the process ends.
+    /// Breaks into the debugger. Without a debugger the process ends.
     static void Break();
 
-    /// Writes text to the debugger's output, or to standard error on systems that have no such thing.
+    /// Writes text to the debugger's output, or to standard error on systems without one.
     static void Output( std::string_view inText );
 };

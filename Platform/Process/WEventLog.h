@@ -16,10 +16,10 @@ public:
         kInformation = 4
     };
 
-    /// The event under which internal errors and crashes are filed.
+    /// The event ID of internal errors and crashes.
     static constexpr std::uint32_t kInternalErrorEvent = 0xC0000003u;
 
-    /// Writes one entry. Never throws: a log that cannot be written is passed over.
+    /// Writes one entry. Never throws: if the log cannot be written, the entry is dropped.
     static void
     AddMsgToSystemEventLog( std::string_view inMessage, Type inType, std::uint32_t inEventID ) noexcept;
 };

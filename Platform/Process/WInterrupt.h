@@ -4,24 +4,24 @@
 #include <functional>
 #include <thread>
 
-/// A request to terminate: Ctrl-C, or the system's (SIGTERM, a terminal that is closed).
+/// A request to terminate: Ctrl-C, or one of the system (SIGTERM, a terminal that is closed).
 ///
-/// While an object lives, an interrupt only raises a flag, which the work looks at and obeys. When the process has not
-/// ended some time later, and when there is a second interrupt, the process ends at once, without its destructors.
-/// When the work is done, interrupts come too late: only a process that does not end by itself even then is ended.
-/// Interrupts that the process was started to ignore stay ignored.
+/// While an object exists, an interrupt only sets a flag, which the work must check. If the process has not
+/// ended after a grace period, or on a second interrupt, the process ends at once, without its destructors.
+/// After DisableAbort, interrupts come too late: the process is ended only if it does not end by itself in
+/// that time. Interrupts that the process was started to ignore are still ignored.
 ///
-/// Threads: constructed before other threads are, since they have to leave interrupts to this object's own
-/// thread. One at a time.
+/// Threads: construct it before other threads are started, because these must leave interrupts to this
+/// object's own thread. One at a time.
 class WInterrupt
 {
 public:
     struct Options
     {
         int exitStatus = 0;        ///< of a process that is ended at once
-        int lateStatus = 0;        ///< the same, when its work had been done
-        std::uint32_t graceMs = 0; ///< between the first interrupt and that end
-        /// What is still done then, on a thread of its own; must not wait for anything.
+        int lateStatus = 0;        ///< of a process that is ended after DisableAbort
+        std::uint32_t graceMs = 0; ///< from the first interrupt to the end at once
+        /// Last action before the process is ended at once, on a thread of its own; must not block.
         std::function<void()> last;
     };
 
@@ -29,14 +29,14 @@ public:
     WInterrupt( const WInterrupt& ) = delete;
     WInterrupt& operator=( const WInterrupt& ) = delete;
 
-    /// Gives interrupts their former effect back, unless they come too late: then they must not end the process on
-    /// its last steps either.
+    /// Restores the previous effect of interrupts, unless DisableAbort was called: then they must not end the
+    /// process during its last steps.
     ~WInterrupt();
 
-    /// Whether there has been an interrupt, in time.
+    /// Whether there was an interrupt before DisableAbort.
     static bool IsRequested() noexcept;
 
-    /// The work is done.
+    /// Call it when the work is done.
     static void DisableAbort() noexcept;
 
 private:
@@ -54,10 +54,10 @@ private:
     bool IsEndDue() const;
     [[noreturn]] void EndAtOnce();
 
-    // The system's part.
+    // Implemented for each system.
     static void TakeOver();
     static void GiveBack();
     static Event WaitForEvent( std::uint32_t inTimeoutMs );
-    static void Close(); ///< Lets WaitForEvent return kClosing.
+    static void Close(); ///< Makes WaitForEvent return kClosing.
     [[noreturn]] static void EndProcess( int inExitStatus );
 };

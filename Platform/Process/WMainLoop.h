@@ -5,47 +5,49 @@
 #include <cstdint>
 #include <functional>
 
-/// The main thread's bell, and the loop that sleeps until it rings. The bell is a handle that a foreign loop
-/// can wait on beside its own: a file descriptor to poll for reading on Linux, an event handle on Windows.
-/// Threads: `Wake` and `RequestEnd` from any thread, `RequestEnd` from a signal handler too; the rest on the
-/// main thread.
+/// The wake-up event of the main thread, and the loop that waits for it. A foreign loop can wait for its
+/// handle: a file descriptor to poll for reading on Linux, an event handle on Windows.
+/// Threads: any thread may call `Wake` and `RequestEnd`, a signal handler may call `RequestEnd`; the rest is
+/// for the main thread.
 class KORVALE_API WMainLoop
 {
 public:
     WMainLoop() = delete;
 
-    /// A file descriptor or a HANDLE. Belongs to the library; neither read, nor reset, nor closed by others.
+    /// A file descriptor or a HANDLE. Owned by the library: do not read, reset or close it.
     using XHandle = std::intptr_t;
 
-    /// What there is to do when the loop wakes.
+    /// The work to do when the loop wakes.
     struct XWork
     {
         std::function<void()> doNow;
-        std::function<bool()> doWhenIdle; ///< one slice of it; returns whether anything was done
+        std::function<bool()> doWhenIdle; ///< does a part of it; returns whether there was any
     };
 
-    /// Runs until the end is requested: `doNow` each time the bell rings, then `doWhenIdle` as often as it
-    /// does anything and the bell is silent. On Windows the thread's window messages are dispatched too.
-    /// Returns the exit code of the request, which is forgotten. What the work throws passes out.
+    /// Runs until the end is requested: calls `doNow` each time the event is set, then `doWhenIdle` until it
+    /// returns false or the event is set again. On Windows also dispatches the thread's window messages.
+    /// Returns the exit code of the request and clears the request. Exceptions of the work propagate.
     static std::int32_t Run( const XWork& inWork );
 
-    /// Asks `Run`, running or not yet running, to return. The first request's code counts.
+    /// Makes `Run` return, even if it has not started yet. The exit code of the first request is used.
     static void RequestEnd( std::int32_t inExitCode = 0 );
 
-    /// Rings: the empty message that wakes the main thread.
+    /// Sets the event, which wakes the main thread.
     static void Wake();
 
-    /// Silences the bell. Called by the drain of the next-event queue, before it looks into it.
+    /// Clears the event. Called by the drain of the next-event queue before it reads the queue.
     static void ClearWake();
 
-    /// The bell. Made on first use, ringing; throws the system's last error when it cannot be.
+    /// The handle of the event. Created on first use, initially set. Throws the system's last error on
+    /// failure.
     static XHandle GetWaitHandle();
 
-    /// Waits for a handle as a foreign loop would, up to `inTimeoutMs`. Returns whether it rings.
+    /// Waits for a handle like a foreign loop, up to `inTimeoutMs`. Returns whether the event is set.
     static bool WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs );
 
 private:
-    /// Waits until the bell rings or, on Windows, a window message has come. Returns whether one of them has.
+    /// Waits until the event is set or, on Windows, a window message has arrived. Returns false on a
+    /// time-out.
     static bool WaitForWork( XHandle inBell, std::uint32_t inTimeoutMs );
     static void DispatchSystemMessages();
 };

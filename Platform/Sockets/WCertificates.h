@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-/// Makes the certificates of a deployment: X.509, keys on the curve P-256, as PEM text.
-/// Errors: 3120 where the system cannot make any.
+/// Creates the certificates of a deployment: X.509, keys on the curve P-256, as PEM text.
+/// Errors: 3120 if the system does not support this.
 /// Threads: any.
 class KORVALE_API WCertificates
 {
@@ -17,7 +17,7 @@ public:
         std::string privateKey; ///< PKCS #8, not encrypted
     };
 
-    /// When a certificate is valid, in seconds from now.
+    /// The period in which a certificate is valid, in seconds from now.
     struct Validity
     {
         std::int64_t begin = 0;
@@ -26,17 +26,17 @@ public:
 
     WCertificates() = delete;
 
-    /// Whether this system can make certificates.
+    /// Whether this system can create certificates.
     static bool AreAvailable();
 
-    /// A certificate authority.
+    /// Creates a certificate authority.
     static Certificate MakeAuthority( const std::string& inName, const Validity& inValidity );
 
-    /// For one side of a TLS connection, client or server, that goes by this name (a DNS name).
+    /// Creates a certificate for either side of a TLS connection, with this name (a DNS name).
     static Certificate
     Make( const Certificate& inAuthority, const std::string& inName, const Validity& inValidity );
 
-    /// 1005 for a text that is no certificate, or no private key for the certificate.
+    /// Throw 1005 if the text is not a certificate, or not the private key of the certificate.
     static void CheckCertificate( const std::string& inText );
     static void CheckPrivateKey( const std::string& inText, const std::string& inCertificate );
 };

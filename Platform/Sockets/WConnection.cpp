@@ -49,7 +49,7 @@ WConnection::RepeatAfterWait( Direction inDirection, const WDeadline& inDeadline
     }
 }
 
-/// Gives way to other threads of the processor in between: the peer may be one of them.
+/// Yields to other threads of the processor in between, because the peer may be one of them.
 template<class TTry>
 WConnection::Outcome WConnection::Spin( TTry inTry )
 {

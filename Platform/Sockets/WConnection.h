@@ -7,19 +7,20 @@
 #include <atomic>
 #include <memory>
 
-/// One end of a connection, or what waits for connections: a socket or a pipe of the system. It never blocks; operations
-/// wait with a deadline of their own, which another thread ends at once by `Interrupt`, and any thread by alerting the
-/// waiting one (WThread::Wake).
+/// One end of a connection, or a listener for connections: a socket or a pipe of the system. Never blocks in
+/// the system; operations wait until a deadline. Another thread can end all waits with `Interrupt`, and the
+/// wait of one thread by alerting it (WThread::Wake).
 ///
-/// A wait first tries again for a moment, because waking a sleeping thread on another processor takes longer than most
-/// peers take to answer.
+/// A wait first retries for a moment, because waking a sleeping thread on another processor takes longer than
+/// most peers take to answer.
 ///
 /// Ownership: the object owns the descriptor and closes it in its destructor. Threads share the object by
-/// `WConnectionPtr`, so that the descriptor, whose number the system gives to the next one, outlives every call that uses
-/// it.
-/// Threads: any thread may call anything at any time; two that receive share the bytes between them.
-/// Errors: what cannot be foreseen is part of the outcome: codes of the system with Winsock's numbers (10054 and so on).
-/// The first wait of a thread throws the system's last error where there is no descriptor left for its alert.
+/// `WConnectionPtr`, so the descriptor outlives every call that uses it, and the system cannot give its
+/// number to another connection meanwhile.
+/// Threads: any thread may call any function at any time; if two threads receive, each byte goes to one of
+/// them.
+/// Errors: expected errors are part of the outcome, as system codes with Winsock's numbers (10054 and so on).
+/// The first wait of a thread throws the system's last error if there is no descriptor left for its alert.
 class KORVALE_API WConnection
 {
 public:
@@ -27,14 +28,14 @@ public:
     {
         kDone,
         kTimedOut,
-        kAlerted, ///< the waiting thread was: nothing has been done, the caller may go on
+        kAlerted, ///< the waiting thread was alerted: nothing has been done, the caller may continue
         kFailed,  ///< see `error`
     };
 
     struct Outcome
     {
         Status status = kDone;
-        USize count = 0; ///< bytes moved
+        USize count = 0; ///< bytes transferred
         std::uint32_t error = 0;
     };
 
@@ -54,25 +55,27 @@ public:
     WConnection& operator=( const WConnection& ) = delete;
     virtual ~WConnection();
 
-    /// Waits for a connection and takes it.
+    /// Waits for a connection and accepts it.
     Outcome Accept( std::shared_ptr<WConnection>& outConnection, const WDeadline& inDeadline );
 
-    /// Waits for the end of connecting, once that has begun. May be called again after kTimedOut and kAlerted.
+    /// Waits until connecting has finished, after it was started. May be called again after kTimedOut and
+    /// kAlerted.
     Outcome FinishConnecting( const WDeadline& inDeadline );
 
     // ---- Transfer
 
-    /// Sends one byte at least.
+    /// Sends at least one byte.
     Outcome Send( const void* inBytes, USize inCount, const WDeadline& inDeadline );
 
-    /// Receives one byte at least; a count of 0 tells that the peer has closed or that the connection was interrupted.
+    /// Receives at least one byte; a count of 0 means that the peer has closed or the connection was
+    /// interrupted.
     Outcome Receive( void* outBytes, USize inCount, const WDeadline& inDeadline );
 
-    /// Receives likewise, but the bytes stay.
+    /// Receives without consuming the bytes.
     Outcome Peek( void* outBytes, USize inCount, const WDeadline& inDeadline );
 
-    /// Waits until more than `inCount` bytes have arrived (count 1) or nothing more will arrive (count 0). Looks now and
-    /// then where the system has no wait for this.
+    /// Waits until more than `inCount` bytes have arrived (count 1) or no more will arrive (count 0). Polls
+    /// if the system has no wait for this.
     virtual Outcome WaitForMore( USize inCount, const WDeadline& inDeadline );
 
     /// Bytes that can be received without waiting.
@@ -80,15 +83,16 @@ public:
 
     // ---- End
 
-    /// Tells the peer that nothing more will be sent.
+    /// Ends the sending side of the connection.
     virtual void ShutDownSending() = 0;
 
-    /// Ends the connection for both sides, and every wait on it, now and later. Does not close the descriptor.
+    /// Ends the connection for both sides, and all current and future waits on it. Does not close the
+    /// descriptor.
     void Interrupt();
     bool IsInterrupted() const { return itsIsInterrupted.load(); }
 
-    /// Whether the error of a failed operation means that the process or the system has too many descriptors or too
-    /// little memory just now, which may pass.
+    /// Whether the error of a failed operation means that the process or the system has run out of
+    /// descriptors or memory, which may be temporary.
     static bool IsShortage( std::uint32_t inError );
 
 protected:
@@ -96,14 +100,15 @@ protected:
     {
         kForReading,
         kForWriting,
-        kForPeeking, // for the end of the connection, not for bytes
+        kForPeeking, // waits for the end of the connection, not for bytes
     };
 
     WConnection() = default;
 
-    // ---- What a kind of connection does. A try that would have to wait fails with kErrorWouldBlock.
+    // ---- Implemented by each kind of connection. An attempt that would have to wait fails with
+    // kErrorWouldBlock.
 
-    /// Whether connections are to be accepted only when the system has told of them.
+    /// Whether a connection may be accepted only after the system has reported one.
     virtual bool HasToWaitToAccept() const { return false; }
 
     virtual Outcome TryAccept( std::shared_ptr<WConnection>& outConnection ) = 0;
@@ -111,7 +116,7 @@ protected:
     virtual Outcome TrySend( const void* inBytes, USize inCount ) = 0;
     virtual Outcome TryReceive( void* outBytes, USize inCount, bool inPeek ) = 0;
 
-    /// Whether nothing more will arrive behind the bytes that wait.
+    /// Whether no more bytes will arrive after those waiting.
     virtual bool HasPeerClosed() const = 0;
 
     /// Ends the connection and the sleeps on it.
@@ -119,7 +124,7 @@ protected:
     virtual WWaitResult
     SleepUntilReady( Direction inDirection, const WDeadline& inDeadline, bool inAlertable ) = 0;
 
-    /// Sleeps, but returns at once on an interrupted connection and for a thread that has been alerted.
+    /// Sleeps, but returns at once on an interrupted connection and in a thread that has been alerted.
     WWaitResult Wait( Direction inDirection, const WDeadline& inDeadline );
 
 private:

@@ -8,9 +8,10 @@
 #include <string_view>
 #include <vector>
 
-/// One HTTP exchange of a client, a request and its reply, by what the system has for it: libcurl on Linux, loaded when it
-/// is first asked for, WinHTTP on Windows. Follows no redirection.
-/// Threads: each call by itself; an alert of the calling thread ends its waits, to look around.
+/// One HTTP exchange of a client, a request and its reply, with the system's library: libcurl on Linux,
+/// loaded on first use, WinHTTP on Windows. Does not follow redirections.
+/// Threads: calls are independent of each other; an alert of the calling thread makes the exchange call
+/// LookAround.
 class WHTTPTransfer
 {
 public:
@@ -31,32 +32,31 @@ public:
         std::string method;
         std::string url;
         std::vector<std::string>
-            fields; ///< "Name: value"; none of these for the length or coding of the body
+            fields; ///< "Name: value"; without those for the length or coding of the body
         std::string_view body;
         std::uint32_t connectTimeoutMs = 0;
-        std::uint32_t stallTimeoutMs =
-            0; ///< the client ends a wait in which nothing comes for this long, by `LookAround`
-        std::filesystem::path authorityFile; ///< empty: the system's authorities
+        std::uint32_t stallTimeoutMs = 0;    ///< without any byte; the client enforces it in `LookAround`
+        std::filesystem::path authorityFile; ///< empty for the system's authorities
         bool usesProxy = true;
     };
 
     struct Outcome
     {
         Failure failure = kNone;
-        std::string detail; ///< of a failure; may be empty
+        std::string detail; ///< describes a failure; may be empty
     };
 
-    /// Who asks. What the operations throw ends the exchange.
+    /// The client of an exchange. Exceptions of its functions end the exchange.
     class Client
     {
     public:
-        /// The reply begins, perhaps again: the one before was provisional.
+        /// A reply begins. Called again if the previous one was provisional.
         virtual void TakeStatus( int inStatus ) = 0;
         virtual void TakeField( std::string_view inName, std::string_view inValue ) = 0;
         virtual void TakeBody( std::string_view inBytes ) = 0;
 
-        /// Called ten times a second at least, and after an alert. `inIsConnected`: bytes should move from now on;
-        /// `inSent` of the request's body have.
+        /// Called at least ten times a second, and after an alert. `inIsConnected` means that bytes should be
+        /// transferred from now on; `inSent` is the number of bytes sent of the request's body.
         virtual void LookAround( bool inIsConnected, std::uint64_t inSent ) = 0;
 
     protected:
@@ -68,6 +68,6 @@ public:
 protected:
     static constexpr std::uint32_t kSliceMs = 100;
 
-    /// A line of a reply's head. Ends of lines do not count.
+    /// Processes a line of a reply's header, with or without its line end.
     static void TakeLine( std::string_view inLine, Client& ioClient );
 };

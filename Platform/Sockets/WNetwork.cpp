@@ -7,7 +7,7 @@
 
 std::uint32_t WNetwork::LookUpHost( const std::string& inName, Host& outHost )
 {
-    // Some systems take no name for this machine, and all of them take a name for what is before a NUL.
+    // Some systems look up an empty name as this machine, and all of them ignore the text after a NUL.
     if ( inName.empty() || inName.find( '\0' ) != std::string::npos )
         return kErrorHostNotFound;
     WStartSockets();

@@ -6,15 +6,16 @@
 #include <string>
 #include <vector>
 
-/// The names of hosts, and what else the system knows of the network. IPv4; addresses are in the machine's byte order.
-/// Threads: any thread. Look-ups ask servers and may take as long as the system lets them; nothing ends them early.
+/// Host names and the state of the network. IPv4; addresses are in the machine's byte order.
+/// Threads: any thread. Look-ups query servers, may take as long as the system allows, and cannot be
+/// interrupted.
 class KORVALE_API WNetwork
 {
 public:
     struct Host
     {
-        std::vector<std::uint32_t> addresses; ///< in the order in which the system prefers them
-        std::string name;                     ///< the canonical name; empty where there is none
+        std::vector<std::uint32_t> addresses; ///< in the system's order of preference
+        std::string name;                     ///< the canonical name; empty if there is none
     };
 
     static constexpr std::uint32_t kErrorHostNotFound = 11001;
@@ -22,18 +23,18 @@ public:
     static constexpr std::uint32_t kErrorNoRecovery = 11003;
     static constexpr std::uint32_t kErrorNoAddress = 11004;
 
-    /// The addresses of a host, by its name or by an address in dotted form. Returns 0 or the error's code with
-    /// Winsock's number; a success has one address at least.
+    /// Looks up the addresses of a host by name or dotted address. Returns 0, with at least one address, or
+    /// the error code with Winsock's number.
     static std::uint32_t LookUpHost( const std::string& inName, Host& outHost );
 
-    /// The name of the host at an address; empty when it has none or cannot be asked for.
+    /// The host name of an address; empty if it has none or the look-up fails.
     static std::string LookUpName( std::uint32_t inAddress );
 
-    /// The name of this machine; empty when the system does not tell it.
+    /// The name of this machine; empty if not available.
     static std::string GetLocalName();
 
-    /// Whether the machine seems to have a way to the internet: on Linux a default route over an interface that is up, on
-    /// Windows what the internet options say.
+    /// Whether the machine seems to be connected to the internet: on Linux whether an active interface has a
+    /// default route, on Windows according to the internet options.
     static bool IsConnectedToInternet();
 
 private:

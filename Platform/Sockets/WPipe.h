@@ -4,41 +4,44 @@
 
 #include <string>
 
-/// A pipe with a name, between processes of one user on this machine. On Linux a Unix-domain socket in a folder of that
-/// user alone: `korvale` in `XDG_RUNTIME_DIR`, else `korvale-UID` in `TMPDIR` or `/tmp`; on Windows a named pipe
-/// (`\\.\pipe\NAME`) that the user alone may open. A peer of another user is refused, on either side.
+/// A named pipe between processes of one user on this machine. On Linux it is a Unix-domain socket in a
+/// private folder of the user: `korvale` in `XDG_RUNTIME_DIR`, otherwise `korvale-UID` in `TMPDIR` or `/tmp`;
+/// on Windows a named pipe (`\\.\pipe\NAME`) with access for the user only. Both sides reject peers of other
+/// users.
 ///
-/// A listening object takes the name away from a listener that has died, never from one that lives, and gives it up at its
-/// end.
+/// A listening object takes over the name of a listener that has died, never of a living one, and releases it
+/// when destroyed.
 ///
-/// On Windows a connection has no way to end one direction: after `ShutDownSending` a receive waits until the system has
-/// what was sent, and then tells the end; what was sent reaches the peer also when the connection is closed then.
-/// Threads: as WConnection; `Listen` and `StartConnecting` before the others.
+/// On Windows one direction of a connection cannot be ended alone: after `ShutDownSending` a receive waits
+/// until the system has taken the sent bytes, and then reports the end; they reach the peer even if the
+/// connection is closed then.
+/// Threads: as WConnection; call `Listen` and `StartConnecting` before the other functions.
 class KORVALE_API WPipe : public WConnection
 {
 public:
-    /// The most bytes that can be peeked together.
+    /// The maximum number of bytes that can be peeked.
     static constexpr USize kMostToPeek = 65535;
 
-    /// Letters, digits, '.', '_' and '-', from 1 to 64, with no '.' in front.
+    /// True for 1 to 64 letters, digits, '.', '_' and '-', not beginning with '.'.
     static bool IsValidName( const std::string& inName );
 
     /// Throws the system's last error.
     explicit WPipe( const std::string& inName );
     ~WPipe() override;
 
-    /// kErrorAddressInUse where somebody listens. Throws the system's last error for a folder that cannot be used.
+    /// Returns kErrorAddressInUse if the name is in use. Throws the system's last error for a folder that
+    /// cannot be used.
     Outcome Listen( std::uint32_t inBacklog );
 
-    /// kErrorWouldBlock where the listener has to accept others first; `FinishConnecting` tries again then.
-    /// kErrorRefused where nobody listens, kErrorAccess for a pipe of another user.
+    /// Returns kErrorWouldBlock if the listener must accept others first; `FinishConnecting` then retries.
+    /// kErrorRefused if nobody listens, kErrorAccess for a pipe of another user.
     Outcome StartConnecting();
 
     Outcome WaitForMore( USize inCount, const WDeadline& inDeadline ) override;
     std::uint32_t GetWaitingBytes() const override;
     void ShutDownSending() override;
 
-    /// Where the pipe of a name lies, for messages. In UTF-8.
+    /// The location of a pipe in UTF-8, for messages.
     static std::string GetPath( const std::string& inName );
 
 private:

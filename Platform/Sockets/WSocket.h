@@ -20,14 +20,14 @@ public:
 
     // ---- Server side
 
-    /// Binds to a port of all adapters, 0 for any free one. A port that other connections have used a moment ago is
-    /// free, one on which somebody listens is not (kErrorAddressInUse).
+    /// Binds to a port of all adapters; 0 selects a free one. A port that closed connections have recently
+    /// used can be bound, one with a listener cannot (kErrorAddressInUse).
     Outcome Bind( std::uint16_t inPort );
     Outcome Listen( std::uint32_t inBacklog );
 
     // ---- Client side
 
-    /// Starts to connect; kErrorWouldBlock or kErrorInProgress when that takes a while.
+    /// Starts to connect; returns kErrorWouldBlock or kErrorInProgress if that takes time.
     Outcome StartConnecting( const Address& inAddress );
 
     // ---- Transfer and end
@@ -41,12 +41,12 @@ public:
     Address GetLocalAddress() const;
     Address GetPeerAddress() const;
 
-    /// Has the system probe a silent peer after this many milliseconds, rounded up to its unit, and then each second;
-    /// kNoTimeout has it not do so.
+    /// Makes the system probe an idle peer after this many milliseconds, and then once per second; kNoTimeout
+    /// disables probing. Linux uses whole seconds, rounded up, from 1 to 32767.
     Outcome SetKeepAlive( std::uint32_t inIdleMs );
 
 private:
-    struct System; // the descriptor and what else the system needs for waiting
+    struct System; // the descriptor and other data that the system needs for waiting
 
     explicit WSocket( System&& inSystem );
 

@@ -4,13 +4,13 @@
 
 #include <cstdint>
 
-/// Ends the waits of one thread on sockets from other threads: a descriptor (an event on Windows) that is ready from
-/// `Alert` to `Clear`. A thread gets its own at its first wait on a socket; it goes with the thread.
-/// Errors: the system's last error where there is no descriptor left for it.
+/// Ends the waits of one thread on sockets from other threads: a descriptor (an event on Windows) that is
+/// ready from `Alert` to `Clear`. Created at a thread's first wait on a socket and destroyed with the thread.
+/// Errors: the system's last error if there is no descriptor left.
 class WSocketAlert final : public WAlertableWait
 {
 public:
-    /// That of the calling thread.
+    /// The alert of the calling thread.
     static WSocketAlert& GetCurrent();
 
     WSocketAlert();
@@ -20,10 +20,10 @@ public:
 
     void Alert() override;
 
-    /// On the thread itself, after a wait that was alerted.
+    /// Called on the thread itself, after a wait that was alerted.
     void Clear();
 
-    /// What the system's wait takes.
+    /// The handle for the system's wait function.
     std::uintptr_t GetHandle() const { return itsHandle; }
 
 private:

@@ -6,7 +6,8 @@
 
 struct sockaddr_in;
 
-/// The system's form of an IPv4 address with a port. Address and port here are in the machine's byte order.
+/// Conversions of the system's form of an IPv4 address with a port. Address and port here are in the
+/// machine's byte order.
 class KORVALE_API WSystemAddress
 {
 public:

@@ -5,16 +5,16 @@
 #include <memory>
 #include <string>
 
-/// What the TLS connections of one side have in common: the certificate that it shows, the authority that it trusts, and
-/// the name that it expects in the certificates of its peers. TLS 1.3 only; both sides have to show a certificate.
-/// Sessions are never resumed, so that each peer proves itself each time.
+/// The settings of all TLS connections of one side: its certificate, the trusted authority, and the name that
+/// certificates of peers must have. TLS 1.3 only; both sides must present a certificate. Sessions are never
+/// resumed, so each peer authenticates each time.
 ///
-/// Errors: 3120 where the system has no TLS 1.3 that can be used, 1005 for texts that are not what they should be.
-/// Threads: any; does not change.
+/// Errors: 3120 if the system has no usable TLS 1.3, 1005 for invalid texts.
+/// Threads: any; the object is immutable.
 class KORVALE_API WTLSContext
 {
 public:
-    /// Texts are PEM.
+    /// All texts are PEM, except peerName.
     struct Settings
     {
         std::string certificate;

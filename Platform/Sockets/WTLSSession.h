@@ -8,10 +8,10 @@
 #include <span>
 #include <vector>
 
-/// One side of a TLS connection, without the connection: bytes to be sent become output for a socket, input from the
-/// socket becomes bytes that were received. Never waits.
+/// One side of a TLS connection without its transport: converts bytes to be sent into output for a socket,
+/// and input from the socket into received bytes. Never waits.
 ///
-/// After a failure the session is of no more use; its output then holds what the peer is to be told.
+/// After a failure the session cannot be used any more; its output then contains the alert for the peer.
 /// Threads: one at a time.
 class KORVALE_API WTLSSession
 {
@@ -25,8 +25,8 @@ public:
     enum Status : std::uint32_t
     {
         kDone,
-        kWantsInput, ///< all input has been used up, and the operation is not done
-        kEnded,      ///< the peer has said that nothing more will come
+        kWantsInput, ///< all input has been consumed, and the operation is not complete
+        kEnded,      ///< the peer has closed the session
         kFailed      ///< see `error`
     };
 
@@ -42,27 +42,27 @@ public:
     WTLSSession& operator=( const WTLSSession& ) = delete;
     ~WTLSSession();
 
-    /// Until it is done nothing is to be written or read.
+    /// Call it until it is done, before reading and writing.
     Outcome Handshake();
 
-    /// Decrypts one byte at least, `inCount` at most.
+    /// Decrypts at least one and at most `inCount` bytes.
     Outcome Read( void* outBytes, USize inCount );
 
     /// Encrypts all bytes.
     Outcome Write( const void* inBytes, USize inCount );
 
-    /// Tells the peer that nothing more will come.
+    /// Sends the end of the session to the peer.
     void End();
 
-    // ---- The socket's side
+    // ---- Transport side
 
-    /// Where input goes; to be asked for when the session wants some. Valid until `CommitInput`, also while another
-    /// operation runs.
+    /// The buffer for input, to be filled when the session wants input. Valid until `CommitInput`, even while
+    /// another operation runs.
     std::span<std::uint8_t> GetInputRoom();
     void CommitInput( USize inCount );
 
     USize GetOutputSize() const;
-    /// Exchanges the output for an empty vector, whose memory is used on.
+    /// Exchanges the output for an empty vector, whose memory is reused.
     void TakeOutput( std::vector<std::uint8_t>& ioEmpty );
 
 private:

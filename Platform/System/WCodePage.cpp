@@ -16,8 +16,8 @@ bool IsPlainAscii( std::string_view inText )
         inText, []( char inChar ) { return static_cast<unsigned char>( inChar ) < 0x80; } );
 }
 
-/// Windows-1252 from 0x80 to 0x9F; everywhere else it is Latin-1. The five bytes without a character stand
-/// for the control characters of the same numbers.
+/// Windows-1252 from 0x80 to 0x9F; otherwise it equals Latin-1. The five unassigned bytes map to the control
+/// characters of the same numbers.
 constexpr char32_t kHighControls[] = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
@@ -50,7 +50,7 @@ bool IsCharacter( char32_t inCode )
     return inCode < 0xD800 || ( inCode > 0xDFFF && inCode <= 0x10FFFF );
 }
 
-/// What the first byte of a character in UTF-8 says.
+/// The properties that the first byte of a UTF-8 character determines.
 struct LeadByte
 {
     std::size_t itsFollowers;

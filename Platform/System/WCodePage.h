@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// Conversions between the encodings of text:
+/// Conversions between text encodings:
 ///
 /// - ANSI, the code page of `XString`: the system's on Windows, Windows-1252 elsewhere;
 /// - Windows-1252, the same on every system: the encoding of the library's own literals (column names and units)
@@ -13,9 +13,9 @@
 /// - wide text, UTF-16 or UTF-32 as `wchar_t` is on the system;
 /// - UTF-8.
 ///
-/// Characters that have no place in the target, and malformed input, become '?' in 8-bit text and U+FFFD in Unicode. For
-/// the ANSI code page, where Windows has a character that looks alike it takes that; the conversions to Windows-1252
-/// never do. NULs are characters like any other. A conversion that the system refuses throws
+/// Characters that the target cannot represent, and malformed input, become '?' in 8-bit text and U+FFFD in
+/// Unicode. In conversions to the ANSI code page, Windows substitutes similar characters; conversions to
+/// Windows-1252 never do. NULs are ordinary characters. A conversion that the system rejects throws
 /// WLastErrorException.
 class KORVALE_API WCodePage
 {
@@ -35,7 +35,8 @@ public:
     static std::string Windows1252ToUTF8( std::string_view inText );
     static std::string UTF8ToWindows1252( std::string_view inText );
 
-    /// Loses nothing: a character that has no place becomes `\u{3A9}`, its number in hexadecimal, and each byte of
-    /// malformed input `\u{DCFF}`, 0xDC00 and the byte. What looks like that already stays.
+    /// Lossless: a character that Windows-1252 lacks becomes `\u{3A9}`, its number in hexadecimal, and each
+    /// byte of malformed input becomes `\u{DCFF}`, 0xDC00 plus the byte. Such escapes in the input are
+    /// unchanged.
     static std::string UTF8ToWindows1252Escaped( std::string_view inText );
 };

@@ -2,16 +2,15 @@
 
 #include "WPlatform.h"
 
-/// What the process's locale says about numbers. Safe from any thread, as far as the C library's `setlocale` is.
+/// The number format of the process's locale. Safe from any thread, as far as the C library's `setlocale` is.
 class KORVALE_API WLocale
 {
 public:
-    /// The decimal point of the C library's current locale, or the one that was set here. A point of more than one
-    /// byte is given as '.'.
+    /// The decimal point of the C library's current locale, or the one set by SetDecimalPoint. A decimal
+    /// point of more than one byte is returned as '.'.
     static char GetDecimalPoint();
 
-    /// Uses a decimal point of one's own from now on, in place of the locale's; NUL goes back to that. A letter or a digit
-    /// is none.
+    /// Overrides the locale's decimal point; NUL restores it. Letters and digits are not accepted.
     static void SetDecimalPoint( char inPoint );
 
 private:

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Random bytes of the system, fit for keys.
+/// Cryptographically secure random bytes from the system.
 class KORVALE_API WRandomBytes
 {
 public:

@@ -10,6 +10,6 @@
 class KORVALE_API WStringTable
 {
 public:
-    /// The text of a resource (ANSI), or nothing when the table has no such resource.
+    /// The text of a resource (ANSI); empty if the table does not contain it.
     static std::optional<std::string> Load( std::uint32_t inResourceID );
 };

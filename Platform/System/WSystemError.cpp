@@ -11,7 +11,7 @@ struct ErrnoCode
     std::uint32_t itsCode;
 };
 
-/// Where several values of errno share a code, the first is the one whose text stands for it.
+/// If several values of errno share a code, the first one determines the text.
 constexpr ErrnoCode kErrnoCodes[] = {
     { std::errc::no_such_file_or_directory, WSystemError::kFileNotFound },
     { std::errc::not_a_directory, WSystemError::kPathNotFound },

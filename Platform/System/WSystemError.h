@@ -6,14 +6,14 @@
 #include <string>
 #include <system_error>
 
-/// The calling thread's last system error. Codes are Windows error numbers on every system; an error of the C
-/// library that has no such number is `kErrnoFlag | errno`.
+/// The calling thread's last system error. Codes are Windows error numbers on every system; C library errors
+/// without such a number are `kErrnoFlag | errno`.
 class KORVALE_API WSystemError
 {
 public:
     static constexpr std::uint32_t kErrnoFlag = 0x20000000u;
 
-    /// Codes that the library itself sets or asks for.
+    /// Codes that the library sets or checks for.
     static constexpr std::uint32_t kNoError = 0;
     static constexpr std::uint32_t kFileNotFound = 2;
     static constexpr std::uint32_t kPathNotFound = 3;
@@ -33,16 +33,16 @@ public:
     static void SetLast( std::uint32_t inCode );
     static void Clear() { SetLast( kNoError ); }
 
-    /// The code that stands for a value of `errno`.
+    /// The code for a value of `errno`.
     static std::uint32_t FromErrno( int inErrno );
 
-    /// The value of `errno` that a code stands for; 0 when there is none.
+    /// The value of `errno` for a code; 0 if there is none.
     static int ToErrno( std::uint32_t inCode );
 
-    /// The code of an error of the standard library, from `std::filesystem` for instance.
+    /// The code of a standard library error, for instance from `std::filesystem`.
     static std::uint32_t FromErrorCode( const std::error_code& inError );
 
-    /// The system's text for the code in ANSI, without a trailing line break or full stop; empty when it has
+    /// The system's text for the code in ANSI, without trailing line break or full stop; empty if there is
     /// none.
     static std::string GetText( std::uint32_t inCode );
 };

@@ -2,15 +2,15 @@
 
 #include "Ground/XTypes.h"
 
-/// The operating system's ID of the calling thread, which locks read on every call and which is therefore
-/// inline. An ID is never 0 and fits in 30 bits; the system may give the ID of an ended thread to a new one.
+/// The system's ID of the calling thread. Inline, because locks read it on every call. An ID is never 0 and
+/// fits in 30 bits; the system may reuse the ID of an ended thread.
 class WThreadID
 {
 public:
     static std::uint32_t GetCurrent();
 
-    /// The ID of the thread that loaded the library, which on every supported system is the process's first
-    /// one.
+    /// The ID of the thread that loaded the library; on every supported system this is the process's first
+    /// thread.
     KORVALE_API static std::uint32_t GetMain();
 
 private:
@@ -24,7 +24,7 @@ private:
 inline std::uint32_t WThreadID::GetCurrent()
 {
 #if defined( _WIN32 )
-    std::uint32_t id; // in the thread's environment block, where GetCurrentThreadId() takes it from
+    std::uint32_t id; // in the thread's environment block, where GetCurrentThreadId() reads it
     __asm__( "movl %%gs:0x48, %0" : "=r"( id ) );
     return id;
 #else

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-/// A UUID in the layout of the system's own record: the first field of 32 bits and the two of 16 bits are
-/// numbers in the byte order of the machine.
+/// A UUID in the layout of the system's record: the first field of 32 bits and the two of 16 bits are in the
+/// byte order of the machine.
 struct KORVALE_API WUUID
 {
     std::uint32_t itsData1 = 0;
@@ -13,8 +13,8 @@ struct KORVALE_API WUUID
     std::uint16_t itsData3 = 0;
     std::uint8_t itsData4[8] = {};
 
-    /// Fills `outUUID` with a new random UUID (version 4). Returns 0, or the system's status when it has none
-    /// to give; `outUUID` is then unchanged.
+    /// Generates a random UUID (version 4). Returns 0, or the system's status on failure; `outUUID` is then
+    /// unchanged.
     /// Threads: any; safe in a child process after a fork.
     static std::uint32_t Create( WUUID& outUUID );
 };

@@ -27,7 +27,7 @@ struct WThread::EndedThreads
             *link = inThread.itsNextEnded;
     }
 
-    /// Releases what the system keeps of those that are gone.
+    /// Releases the system's data of ended threads.
     void ReleaseGone()
     {
         for ( WThread** link = &first; *link; )
@@ -88,8 +88,8 @@ std::int32_t WThread::Run()
     return returnCode;
 }
 
-/// The system keeps the stack of a thread until somebody has waited for its end, and the object may last for long: so
-/// the next thread that ends looks after it. On the thread, at its very end.
+/// The system keeps the stack of a thread until its end has been waited for, and the WThread object may live
+/// long: therefore the next thread that ends releases it. Called on the thread, at its very end.
 void WThread::ReleasePrevious()
 {
     auto& ended = EndedThreads::Get();

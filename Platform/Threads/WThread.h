@@ -7,10 +7,10 @@
 
 #include <mutex>
 
-/// A thread of the operating system, started on a body or adopted. It starts, wakes, yields, sleeps and takes
-/// priority and affinity; what a thread means to the library (states, stop, suspend) is the body's affair.
+/// A thread of the operating system, started with a body or adopted: it starts, wakes, yields, sleeps and
+/// sets priority and affinity. The body implements states, stops and suspensions.
 /// Ownership: the body owns its WThread and outlives the system's thread.
-/// Errors: what the system refuses throws its last error as an exception.
+/// Errors: failures of the system throw its last error.
 class KORVALE_API WThread
 {
 public:
@@ -19,43 +19,43 @@ public:
     WThread( const WThread& ) = delete;
     WThread& operator=( const WThread& ) = delete;
 
-    /// Waits until the system's thread is gone, unless called on it.
+    /// Waits until the system's thread has ended, unless called on that thread.
     ~WThread();
 
-    /// Adopts the calling thread: `Wake` reaches it, and its priority and affinity can be set. Undone by the
+    /// Adopts the calling thread, so that `Wake`, priority and affinity apply to it. Undone by the
     /// destructor, on the same thread.
     void Adopt();
 
-    /// Starts the system's thread, waiting first for one that is about to end. Where there are too many
-    /// threads the error is `WSystemError::kNoSystemResources`.
+    /// Starts the system's thread, first waiting for a previous one that is about to end. If there are too
+    /// many threads, the error is `WSystemError::kNoSystemResources`.
     void Start();
 
-    /// Ends the thread's alertable wait or sleep, or the next one it begins. Any thread; harmless when it has
-    /// ended.
+    /// Ends the thread's alertable wait or sleep, or the next one it begins. Any thread may call it, even
+    /// after the thread has ended.
     void Wake();
 
-    /// Called by the body, on the thread, as it ends.
+    /// Called by the body, on the thread, when it ends.
     void Ended();
 
     /// Sets the system's priority from the relative scale -15, -2, -1, 0, +1, +2, +15 (idle to
-    /// time-critical). On Linux these are nice values of the one thread, 0 being that of the process, and going up
-    /// again needs the right to (CAP_SYS_NICE or RLIMIT_NICE). The thread must run.
+    /// time-critical). On Linux these map to nice values of this thread, 0 being that of the process, and
+    /// raising the priority needs a privilege (CAP_SYS_NICE or RLIMIT_NICE). The thread must be running.
     void SetPriority( std::int32_t inRelativePriority );
 
-    /// Allows the logical processors of WProcessors whose bits are set. The thread must run.
+    /// Permits the logical processors of WProcessors whose bits are set. The thread must be running.
     void SetAffinity( std::uint64_t inMask );
 
-    /// Gives the running thread the name under which debuggers and the system's tools show it, as much as they show
-    /// (15 characters on Linux).
+    /// Sets the name of the running thread in debuggers and system tools, which may truncate it (to 15
+    /// characters on Linux).
     void SetName( const char* inName );
 
-    /// User and kernel time of the running thread in microseconds; both 0 when it does not run.
+    /// User and kernel time of the running thread in microseconds; both 0 if it is not running.
     void GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const;
 
-    /// The system's ID, 0 while the thread does not run.
+    /// The system's ID; 0 while the thread is not running.
     std::uint32_t GetThreadID() const;
 
-    /// Give up the processor; sleep. An alertable sleep returns kWaitAlerted when it was cut short.
+    /// Yield the processor, or sleep. An alertable sleep returns kWaitAlerted if it was interrupted.
     static void Yield();
     static WWaitResult Sleep( std::uint32_t inTimeoutMs, bool inAlertable );
 
@@ -66,10 +66,11 @@ private:
     void WaitForSystemThread();
     void ReleasePrevious();
 
-    /// Returns at once on the system's thread itself, which is released when it ends then.
+    /// Waits for the system's thread to end. On that thread itself, returns at once; the thread is then
+    /// released when it ends.
     static void WaitForHandle( std::uintptr_t inHandle );
 
-    /// Does not wait; false while the system's thread has something to do yet.
+    /// Does not wait; returns false while the system's thread is still running.
     static bool TryToRelease( std::uintptr_t inHandle );
 
     struct EndedThreads;
@@ -77,7 +78,7 @@ private:
     WThreadBody& itsBody;
     WThreadAlert itsAlert;
     mutable std::mutex itsMutex;
-    // Of a started thread; guarded by the mutex of the ended threads.
+    // For a started thread; guarded by the mutex of the ended threads.
     std::uintptr_t itsHandle = 0; // the system's, until it is waited for
     WThread* itsNextEnded = nullptr;
     std::uint32_t itsThreadID = 0; // guarded by itsMutex

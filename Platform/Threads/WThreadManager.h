@@ -4,12 +4,12 @@
 
 #include <vector>
 
-/// Keeps the process's running WThreads, started and adopted ones.
+/// The list of the process's running WThreads, started and adopted.
 /// Threads: any thread.
 class KORVALE_API WThreadManager
 {
 public:
-    /// How many run just now.
+    /// The number of running threads.
     static std::uint32_t GetRunningThreadCount();
 
     /// Their IDs, in the order in which they started.

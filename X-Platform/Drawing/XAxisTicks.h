@@ -48,7 +48,7 @@ struct XAxisTicks
     int exponent = 0; ///< Labels are multiples of this power of ten.
 };
 
-/// The finest ticks at multiples of 1, 2 or 5 times a power of ten of which there are at most `inMost`, and at least two
-/// unless a range of whole numbers has fewer. Logarithmic ranges have ticks at powers of ten and, where these are too
-/// few, at 2 and 5 times those.
+/// The finest ticks at multiples of 1, 2 or 5 times a power of ten with at most `inMost` ticks, and with at
+/// least two unless a range of whole numbers has fewer. Logarithmic ranges have ticks at powers of ten and,
+/// if these are too few, at 2 and 5 times these.
 KORVALE_IMAGING_API XAxisTicks XMakeTicks( const XAxisRange& inRange, std::uint32_t inMost );

@@ -16,7 +16,7 @@ bool AreWhole( std::span<const double> inNumbers )
         { return std::trunc( inEach ) == inEach && std::abs( inEach ) < kGreatestWhole; } );
 }
 
-/// The number that a share of the others lies below, with a straight line between neighbours.
+/// The quantile for a share, with linear interpolation.
 double GetQuantile( std::vector<double>& ioNumbers, double inShare )
 {
     const auto place = inShare * static_cast<double>( ioNumbers.size() - 1 );
@@ -60,7 +60,7 @@ std::vector<double> Divide( double inLow, double inHigh, std::uint32_t inCount )
     return limits;
 }
 
-/// At least one; the width may be so small that the quotient is no number that fits.
+/// At least one; the width may be so small that the quotient does not fit in an integer.
 std::uint32_t CountBins( double inRange, double inWidth )
 {
     return static_cast<std::uint32_t>(
@@ -86,7 +86,7 @@ std::vector<double> XMakeBinLimits( std::span<const double> inNumbers, std::opti
         return DivideWhole(
             least, greatest, inCount ? leastWidth : std::max( ChooseWidth( inNumbers ), leastWidth ) );
     }
-    // Limits between numbers that are all but one would not be told apart.
+    // Limits between numbers that are almost equal would not be distinct.
     const auto farthest = std::max( std::abs( least ), std::abs( greatest ) );
     if ( greatest - least <= farthest * 1e-9 )
         return { least - farthest / 20, greatest + farthest / 20 };

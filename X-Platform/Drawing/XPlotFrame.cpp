@@ -207,7 +207,7 @@ void XPlotFrame::DrawTitles()
 {
     const auto centre = ( itsLeft + itsRight ) / 2;
     const auto middle = ( itsTop + itsBottom ) / 2;
-    // The factor stands at the right end of the same line.
+    // The factor is at the right end of the same line.
     const auto factor = itsTicksX.exponent != 0 ? GetWidth( GetFactor( itsTicksX ), kLabelSize ) + kGap : 0;
     DrawFitting(
         itsDescription.x.title, { centre, itsHeight - kEdge },

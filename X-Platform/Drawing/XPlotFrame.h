@@ -19,7 +19,7 @@ struct XPlotLegendEntry
     WColour colour;
 };
 
-/// Titles, axes and legend of a plot. Text is UTF-8; empty texts are left out.
+/// Titles, axes and legend of a plot. Text is UTF-8; empty texts are omitted.
 struct XPlotDescription
 {
     std::string title;
@@ -34,13 +34,13 @@ struct XPlotDescription
 class KORVALE_IMAGING_API XPlotFrame
 {
 public:
-    /// Draws nothing yet. The canvas outlives the frame.
+    /// Draws nothing yet. The canvas must outlive the frame.
     XPlotFrame( WCanvas& ioCanvas, double inWidth, double inHeight, XPlotDescription inDescription );
 
     /// The position of a data point on the canvas.
     WPoint GetPlace( double inX, double inY ) const;
 
-    /// Draws the frame. Call it after the data: the axes lie above.
+    /// Draws the frame. Call it after drawing the data, so that the axes are on top.
     void Draw();
 
 private:

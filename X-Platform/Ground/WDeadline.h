@@ -5,14 +5,13 @@
 #include <algorithm>
 #include <chrono>
 
-/// The moment at which a wait gives up, fixed once from a time-out in milliseconds. Follows the monotonic
-/// clock.
+/// The time at which a wait gives up, fixed once from a time-out in milliseconds. Uses the monotonic clock.
 class WDeadline
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `kNoTimeout` makes a deadline that never passes, 0 one that has passed already.
+    /// `kNoTimeout` makes a deadline that never passes, 0 one that has already passed.
     explicit WDeadline( std::uint32_t inTimeoutMs )
         : itsIsLimited( inTimeoutMs != kNoTimeout ), itsTimeoutMs( inTimeoutMs ),
           itsTime(

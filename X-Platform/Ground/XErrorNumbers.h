@@ -2,8 +2,8 @@
 
 #include "Ground/XTypes.h"
 
-/// The error numbers that the library itself throws, and those that it translates errors of the system to. Their texts
-/// stand in the string table. Numbers are for ever: logs, stored messages and other programs know them.
+/// The error numbers that the library throws, and those to which it translates system errors. The string
+/// table has their texts. Numbers never change: logs, stored messages and other programs depend on them.
 enum XErrorNumber : std::uint32_t
 {
     // Core
@@ -43,13 +43,13 @@ enum XErrorNumber : std::uint32_t
     // Network and servers
     kErrorNetworkService = 3052,
     kErrorDeviceNotConnected = 3076,
-    kErrorUnknownRPC = 3090, ///< a method that was called remotely has thrown what is no XException
+    kErrorUnknownRPC = 3090, ///< a method called remotely threw an exception other than XException
     kErrorCallNotSupported = 3091,
     kErrorClientTooNew = 3092,
     kErrorClientTooOld = 3093,
     kErrorAuthenticationFailed = 3094,
     kErrorWrongStorable = 3095,
-    kErrorSessionRequested = 3096, ///< a bidirectional one, which nobody has connected to yet
+    kErrorSessionRequested = 3096, ///< a bidirectional session; no client has connected to it yet
     kErrorUnknownSession = 3097,
     kErrorCallAborted = 3098,
     kErrorSenderUnavailable = 3099,
@@ -65,7 +65,7 @@ enum XErrorNumber : std::uint32_t
     kErrorTLSFailed = 3121,         ///< the peer does not follow the protocol
     kErrorTLSVersion = 3122,        ///< the peer offers less than TLS 1.3
     kErrorTLSNoCertificate = 3123,  ///< the peer shows none
-    kErrorTLSWrongAuthority = 3124, ///< the peer's certificate is of another deployment
+    kErrorTLSWrongAuthority = 3124, ///< the peer's certificate was issued by another authority
     kErrorTLSWrongName = 3125,      ///< the peer's certificate is for another role
     kErrorTLSExpired = 3126,        ///< the peer's certificate is not valid at this time
     kErrorTLSRejected = 3127,       ///< the peer rejects the certificate of this side

@@ -7,7 +7,7 @@
 
 namespace
 {
-// What is kept of a sample: how another page's is added, and what they come to.
+// The accumulated value of a sample: how to add a page's sample, and how to compute the result.
 
 template<class T>
 struct LeastWhole

@@ -17,14 +17,14 @@ enum class XBackgroundKind
 
 /// Per-pixel sum or minimum over several pages.
 ///
-/// Whole numbers are summed exactly, and their mean is rounded to the nearest whole number, halves up. Float samples are
-/// summed in double precision, in the order in which they are added; those that are not finite are left out, and where
-/// none is finite the background is 0.
+/// Integer samples are summed exactly, and their mean is rounded to the nearest integer, halves up. Float
+/// samples are summed in double precision, in the order in which they are added; samples that are not finite
+/// are ignored, and if none is finite the background is 0.
 /// Threads: several threads may add different samples of one page.
 class KORVALE_IMAGING_API XBackgroundAccumulator
 {
 public:
-    /// An accumulator for at most `inMostPages` pages of the layout of `inForm`. Errors: 1012.
+    /// Creates an accumulator for at most `inMostPages` pages with the layout of `inForm`. Throws 1012.
     static std::unique_ptr<XBackgroundAccumulator> Make(
         XBackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages,
         XPageMemory& ioMemory );
@@ -36,7 +36,7 @@ public:
     /// Adds the samples of a page with the indices from `inFirst` up to, but not including, `inEnd`.
     virtual void Add( const WImagePage& inPage, std::uint64_t inFirst, std::uint64_t inEnd ) = 0;
 
-    /// Sets those samples of `outPage` to the background of the `inPages` pages that have been added.
+    /// Sets the same range of samples of `outPage` to the background of the `inPages` pages added.
     virtual void GetBackground(
         std::uint32_t inPages, std::uint64_t inFirst, std::uint64_t inEnd, WImagePage& outPage ) const = 0;
 

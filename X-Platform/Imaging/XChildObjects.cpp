@@ -91,7 +91,7 @@ MarkInside( const WImagePage& inPage, const XLabelledObjects& inObjects, const X
     return mask;
 }
 
-/// Each run of an inner object lies in one run of the object around it.
+/// Each run of a child object is part of one run of its parent.
 std::vector<std::uint32_t> FindParents( const XLabelledObjects& inInner, const XLabelledObjects& inOuter )
 {
     std::vector<std::uint32_t> parents( inInner.shapes.size() );

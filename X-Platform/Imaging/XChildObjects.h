@@ -8,9 +8,10 @@
 /// How objects are segmented.
 struct XObjectSettings
 {
-    std::uint32_t channel = 0;       ///< The channel to threshold.
-    std::optional<double> threshold; ///< Pixels above it belong to objects; without a value Otsu's.
-    std::uint64_t leastPixels = 1;   ///< Smaller objects are left out.
+    std::uint32_t channel = 0; ///< The channel to threshold.
+    /// Pixels above it belong to objects; without a value, Otsu's threshold.
+    std::optional<double> threshold;
+    std::uint64_t leastPixels = 1; ///< Smaller objects are ignored.
 };
 
 /// Objects inside other objects.
@@ -20,9 +21,9 @@ struct XChildObjects
     std::vector<std::uint32_t> parents; ///< For each object the index of the object that contains it.
 };
 
-/// Finds, inside every object, the connected components of its pixels above the threshold. Otsu's threshold is computed
-/// per object. The components are numbered in raster order of their first pixel, whatever object contains them.
-/// `inConnectivity` is the one with which the objects were found. An abort throws 1001.
+/// Finds, inside every object, the connected components of its pixels above the threshold. Otsu's threshold
+/// is computed per object. The components are numbered in raster order of their first pixel, regardless of
+/// their parent. `inConnectivity` must be the one used to find the objects. An abort throws 1001.
 KORVALE_IMAGING_API XChildObjects XFindChildObjects(
     const WImagePage& inPage, const XLabelledObjects& inObjects, const XObjectSettings& inSettings,
     XConnectivity inConnectivity );

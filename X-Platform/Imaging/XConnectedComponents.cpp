@@ -7,10 +7,10 @@
 #include <bit>
 #include <span>
 
-// The mask tells how many runs there are. Then one pass over the rows joins every run to those it touches in the row
-// above and adds its shape to a provisional component; at the end the components that turned out to be one are added
-// up. Components are numbered as they appear and always joined into the earlier one, so the numbers that remain are in
-// raster order.
+// The number of runs is known from the mask. One pass over the rows joins every run to those that it touches
+// in the row above and adds its shape to a provisional component; at the end, provisional components that
+// turned out to be one are merged. Components are numbered in the order of their appearance and always joined
+// into the earlier one, so the remaining numbers are in raster order.
 
 namespace
 {

@@ -15,7 +15,7 @@ struct XPixelRun
     std::uint32_t row;
     std::uint32_t first;
     std::uint32_t end;
-    std::uint32_t object; ///< Index of the object; kNoObject: too small, not an object.
+    std::uint32_t object; ///< Index of the object; kNoObject for components that are too small.
 };
 
 /// Position and size of an object in pixels. The first pixel of a page is 0, 0.
@@ -36,7 +36,7 @@ struct KORVALE_IMAGING_API XObjectShape
     std::uint32_t GetBoundsX() const { return right - left + 1; }
     std::uint32_t GetBoundsY() const { return bottom - top + 1; }
 
-    /// Number of pixel edges between the object and anything else, the border of the page included.
+    /// The number of pixel edges between the object and anything else, including the border of the page.
     std::uint64_t GetPerimeter() const { return 2 * ( std::uint64_t{ runCount } + pixelCount - contacts ); }
 
     /// Merges the shape of another part of the object.
@@ -52,15 +52,15 @@ struct XLabelledObjects
 
 class XPixelMask;
 
-/// Which pixels are neighbours: those that share an edge, or a corner too.
+/// Which pixels are neighbours: those that share an edge, or those that share an edge or a corner.
 enum class XConnectivity
 {
     kEdges = 4,
     kEdgesAndCorners = 8
 };
 
-/// The connected components of the chosen pixels. Components of fewer than `inLeastPixels` pixels are left out. An abort
-/// throws 1001.
+/// The connected components of the set pixels. Components of fewer than `inLeastPixels` pixels are ignored.
+/// An abort throws 1001.
 KORVALE_IMAGING_API XLabelledObjects XFindConnectedComponents(
     const XPixelMask& inMask, XConnectivity inConnectivity, std::uint64_t inLeastPixels = 1 );
 

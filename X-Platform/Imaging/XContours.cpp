@@ -49,7 +49,7 @@ private:
     };
 
     const std::span<const XPixelRun> itsRuns;
-    /// For each edge the one that the contour goes on with; kDone when it has been.
+    /// For each edge the next one of the contour; kDone when it has been traced.
     std::vector<EdgeIndex> itsNext;
     std::vector<End> itsEnds;
 
@@ -100,7 +100,8 @@ private:
             Link( itsEnds[i], itsEnds[i + 1] );
     }
 
-    /// The contour runs down right edges and up left ones, so it arrives on one of the two and goes on with the other.
+    /// The contour runs down right edges and up left ones, so it arrives on one of the two and continues with
+    /// the other.
     void Link( const End& inOne, const End& inOther )
     {
         const auto oneArrives = inOne.isRight == inOne.isAbove;

@@ -39,7 +39,7 @@ std::size_t CountBytes( const std::vector<T>& inPart )
     return inPart.size() * sizeof( T );
 }
 
-/// Runs the action; false where there is no room, or no mapping.
+/// Runs the action; returns false if there is no room or no mapping.
 template<class Action>
 bool HasRoomFor( Action inAction )
 {

@@ -4,33 +4,36 @@
 #include "Imaging/XPageMemory.h"
 #include "WPlatform.h"
 
-/// What measurements, and then their table, take up of the manager's budget. The objects of pages are kept in chunks, page
-/// after page as they come, which may be purged until the objects are brought back. What finds no room in the budget
-/// stays outside it: there are no results without it. Where the disk refuses purges, what is kept takes room from pages.
+/// Accounts for measurements, and then for their table, in the manager's budget. The objects of pages are
+/// kept in purgeable chunks, in the order of arrival, until they are brought back. Objects for which the
+/// budget has no room are kept outside it, because there would be no result without them. If the disk rejects
+/// purges, the kept objects reduce the room for pages.
 ///
-/// Outlives the table that it counts; pages that were kept may outlive it.
-/// Threads: any for `Keep`; all others one at a time, and not while a page is being kept.
+/// Must outlive the table that it counts; kept pages may outlive it.
+/// Threads: any for `Keep`; the other functions one at a time, and not while a page is being kept.
 class KORVALE_IMAGING_API XMeasurementMemory
 {
 public:
-    /// The memory that chunks are locked through outlives it.
+    /// `inPages`, through which chunks are locked, must outlive this object.
     explicit XMeasurementMemory( XPageMemory& ioPages ) : itsPages( ioPages ) {}
     ~XMeasurementMemory();
     XMeasurementMemory( const XMeasurementMemory& ) = delete;
     XMeasurementMemory& operator=( const XMeasurementMemory& ) = delete;
 
-    /// Takes over the objects of a page, which are released. The thread holds none of the page memory.
+    /// Takes over the objects of a page and releases them there. The calling thread must not hold page
+    /// memory.
     void Keep( XPageMeasurement& ioPage );
 
-    /// Gives the objects back to their page, if they are kept. The thread holds none of the page memory.
-    /// Throws 1012, and 1020 if they were lost on their way to the disk or back.
+    /// Returns the kept objects, if any, to their page. The calling thread must not hold page memory. Throws
+    /// 1012, and 1020 if they were lost on disk.
     void BringBack( XPageMeasurement& ioPage );
 
-    /// The table takes up that many bytes now. They count until this object goes, as far as there was room for them.
+    /// Sets the number of bytes of the table. They count until this object is destroyed, as far as there was
+    /// room for them.
     void CountTable( std::uint64_t inBytes );
 
 private:
-    /// Pages that are kept one after the other, to be purged together.
+    /// Consecutively kept pages, which are purged together.
     using Chunk = std::shared_ptr<XMemoryHandle>;
 
     struct Place
@@ -41,9 +44,9 @@ private:
 
     XPageMemory& itsPages;
     XMutex itsMutex;
-    Chunk itsChunk; ///< The one that is being filled, or null. Guarded by the mutex, as its end is.
+    Chunk itsChunk; ///< The one being filled, or null. Guarded by the mutex, as is itsChunkEnd.
     std::size_t itsChunkEnd = 0;
-    std::uint64_t itsTableBytes = 0; ///< Those that count.
+    std::uint64_t itsTableBytes = 0; ///< Those that are counted.
     bool itsIsFull = false;
 
     Place Reserve( std::size_t inBytes );

@@ -23,7 +23,7 @@ const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a ta
 /// The columns of one channel, in their order.
 constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStandardDeviation, kPivotSum };
 
-/// What a row takes up in a column; the storage of texts is shared by many.
+/// The memory of a row in a column; the storage of texts is shared by many rows.
 template<class Column>
 constexpr std::size_t kBytesPerRow = sizeof( typename Column::XValue ) + sizeof( std::uint8_t );
 template<>

@@ -18,13 +18,13 @@ struct KORVALE_IMAGING_API XImageMeasurement
     std::uint64_t GetObjectCount() const;
 };
 
-/// A table with a row for each object of each page of each image, in that order; the child objects of a page follow its
-/// objects and refer to them. Where images in different folders have one name, each row has a folder too: the
-/// part of its path that is not the same for all images. The table has the columns of all channels that any of the
-/// pages has, areas when any page has a resolution, and parents when objects inside objects were asked for; rows of
-/// others lack those values. Each page's objects are released when they are in the table, so that they are not in memory
-/// twice; those that are kept in the memory, where there is one, are brought back for it, and it counts the table too.
-/// Throws 1012 and 1020 where objects cannot be brought back.
+/// Makes a table with one row for each object of each page of each image, in that order; the child objects of
+/// a page follow its objects and refer to them. If images in different folders have the same name, each row
+/// also has a folder: the part of its path that is not common to all images. The table has columns for all
+/// channels that occur, areas if any page has a resolution, and parents if child objects were requested; rows
+/// without such a value are missing. The objects of each page are released once they are in the table, to
+/// avoid holding them twice; with `ioMemory`, kept objects are brought back first, and the table is counted.
+/// Throws 1012 and 1020 if objects cannot be brought back.
 KORVALE_IMAGING_API XPivotTable XMakeMeasurementTable(
     std::vector<XImageMeasurement>& ioImages, const XMeasureSettings& inSettings,
     XMeasurementMemory* ioMemory = nullptr );

@@ -42,8 +42,8 @@ Wide Multiply( const Wide& inNumber, UInt128 inFactor )
     return product;
 }
 
-/// The variance between the samples up to a level and those above, but for a common factor: distance^2 / ( below *
-/// above ), where the distance is that of the means times both counts.
+/// The between-class variance, except for a common factor: distance^2 / ( below * above ), where the distance
+/// is that of the means times both counts.
 struct Variance
 {
     UInt128 distance = 0;
@@ -81,7 +81,7 @@ struct Level
 };
 using Levels = std::vector<Level>;
 
-/// The level up to which the lower class goes. The levels ascend.
+/// The highest level of the lower class. The levels ascend.
 std::uint64_t FindBestLevel( const Levels& inLevels )
 {
     std::uint64_t total = 0, totalSum = 0;

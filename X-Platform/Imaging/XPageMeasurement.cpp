@@ -60,7 +60,7 @@ public:
         itsSum = sum;
     }
 
-    /// Infinities and NaN make what was lost meaningless.
+    /// With infinities and NaN the compensation is meaningless.
     double Get() const { return std::isfinite( itsLost ) ? itsSum + itsLost : itsSum; }
 
 private:

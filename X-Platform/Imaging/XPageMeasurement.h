@@ -12,12 +12,12 @@
 
 class XMemoryHandle;
 
-/// How the objects of a page are found and which are measured.
+/// How the objects of a page are found.
 struct XMeasureSettings
 {
-    XObjectSettings objects; ///< Without a threshold: Otsu's of each page.
+    XObjectSettings objects; ///< Without a threshold, Otsu's of each page.
     XConnectivity connectivity = XConnectivity::kEdgesAndCorners;
-    std::optional<XObjectSettings> inside; ///< How child objects are found; without a value there are none.
+    std::optional<XObjectSettings> inside; ///< How child objects are found; without a value, none are.
 };
 
 /// The objects of a page and their child objects.
@@ -45,28 +45,30 @@ struct KORVALE_IMAGING_API XPageMeasurement
     double pixelWidth = 0; ///< In micrometres; 0 without a resolution.
     double pixelHeight = 0;
     double threshold = 0;
-    std::vector<XObjectShape> shapes;           ///< Of the objects, then of the child objects.
-    std::vector<XChannelStatistics> statistics; ///< Object after object, the channels of each in order.
+    std::vector<XObjectShape> shapes;           ///< Of the objects, followed by the child objects.
+    std::vector<XChannelStatistics> statistics; ///< For each object the channels in order.
     std::vector<std::uint32_t> parents;         ///< For each child object the index of its parent.
-    std::size_t releasedOuter = 0;              ///< Objects that Release gave up, by kind.
+    std::size_t releasedOuter = 0;              ///< Number of released objects.
     std::size_t releasedInner = 0;
-    std::shared_ptr<XMemoryHandle> kept; ///< Where XMeasurementMemory keeps released objects; else null.
+    /// Storage of the released objects in XMeasurementMemory; otherwise null.
+    std::shared_ptr<XMemoryHandle> kept;
     std::size_t keptOffset = 0;
 
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
     std::size_t GetOuterCount() const { return releasedOuter + shapes.size() - parents.size(); }
     std::size_t GetObjectCount() const { return releasedOuter + releasedInner + shapes.size(); }
-    /// Gives up the objects, but not their numbers: they are in a table.
+    /// Releases the objects, which are now in a table, but keeps their numbers.
     void Release();
     std::uint32_t GetParent( std::size_t inInner ) const { return parents[inInner - GetOuterCount()]; }
 };
 
-/// Depends on nothing but its arguments, so pages may be worked on by any threads in any order; that holds for all of
-/// these. Throws WImageError when the page has not got a channel.
+/// Finds the objects of a page. This and the following functions depend only on their arguments, so pages may
+/// be processed by any threads in any order. Throws WImageError if the page does not have a requested
+/// channel.
 KORVALE_IMAGING_API XPageObjects
 XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings );
 
-/// Measures what was found on the page.
+/// Measures the objects found on the page.
 KORVALE_IMAGING_API XPageMeasurement
 XMeasureObjects( const WImagePage& inPage, const XPageObjects& inObjects );
 

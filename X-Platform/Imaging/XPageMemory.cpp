@@ -24,7 +24,7 @@ std::string DescribeShortage( std::uint64_t inBytes )
     return inBytes > budget ? text : text + ", beside what has to stay in it";
 }
 
-/// What the manager adds to the text of the number: which folder refuses purges, and why.
+/// The manager's addition to the text of the number: the folder that rejects purges, and the cause.
 XString GetCause( const XException& inError )
 {
     const XString plain = XException( kErrorOutOfMemory ).GetRawErrorMessage();
@@ -48,7 +48,7 @@ private:
 };
 } // namespace
 
-/// Of what is locked at a time, counted as the manager counts it.
+/// A share of the locked memory, counted in the same way as by the manager.
 class XPageMemory::Share
 {
 public:

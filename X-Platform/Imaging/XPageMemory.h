@@ -9,15 +9,15 @@
 
 class XSpareBuffers;
 
-/// The memory of the manager's budget in which pages are worked on. What is locked cannot be purged, so the jobs of
-/// several workers might lock more than the budget holds: here those who would go beyond it wait until others are done.
-/// Who is alone does not wait, and is refused what is too much. What is given back is kept for a while, in a sixteenth of
-/// the budget at most, for pages of the same size.
+/// Allocates and locks page buffers within the manager's budget. Locked memory cannot be purged, so several
+/// workers together might lock more than the budget: here threads that would exceed it wait until others have
+/// finished. A sole user never waits; a request over the budget fails. Released buffers are kept for pages of
+/// the same size, at most a sixteenth of the budget.
 ///
-/// Samples that come from here must not outlive this object. A thread that waits must not have any that another may be
-/// waiting for: at most those that last.
+/// Samples must not outlive this object. To avoid deadlock, a thread must not wait here while it holds
+/// samples that another thread may be waiting for; lasting samples are exempt.
 /// Threads: any. Waiting is a checkpoint.
-/// Errors: 1012, with a text that tells what did not fit; 1020.
+/// Errors: 1012, with a text that names the request that did not fit; 1020.
 class KORVALE_IMAGING_API XPageMemory
 {
 public:
@@ -26,13 +26,15 @@ public:
     XPageMemory& operator=( const XPageMemory& ) = delete;
     ~XPageMemory();
 
-    /// Bytes for a moment, undefined at first: they are given back when the samples go.
+    /// Allocates uninitialised bytes for a short time; they are freed with the samples.
     WImagePage::Samples Allocate( std::uint64_t inBytes );
 
-    /// Bytes, undefined at first, that stay while many pages come and go, each of which has that much less room.
+    /// Allocates uninitialised bytes that are kept while many pages are processed, and reduce the room for
+    /// these.
     WImagePage::Samples AllocateLasting( std::uint64_t inBytes );
 
-    /// The bytes of a handle, which is locked until the samples go; it outlives them.
+    /// Locks a handle and returns its bytes. It is unlocked when the samples are destroyed, and must outlive
+    /// them.
     WImagePage::Samples Lock( XMemoryHandle& ioHandle, XLockMode inMode );
 
 private:
@@ -42,8 +44,8 @@ private:
     const std::unique_ptr<XSpareBuffers> itsSpareBuffers;
     XMutex itsMutex;
     XConditionVariable itsShareReturned;
-    std::uint64_t itsPassing = 0; ///< Bytes that are held for a moment. Guarded by the mutex.
-    std::uint64_t itsLasting = 0; ///< Bytes that stay. Guarded by the mutex.
+    std::uint64_t itsPassing = 0; ///< Bytes held for a short time. Guarded by the mutex.
+    std::uint64_t itsLasting = 0; ///< Bytes of AllocateLasting. Guarded by the mutex.
 
     bool HasRoom( std::uint64_t inBytes ) const;
     template<class MakeHeld>

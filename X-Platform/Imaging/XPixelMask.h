@@ -7,13 +7,14 @@
 #include <span>
 #include <vector>
 
-/// A binary mask of a page, one bit per pixel: the first pixel of a word is its lowest bit. Every row begins a new word.
+/// A binary mask of a page, one bit per pixel: the first pixel of a word is its lowest bit. Each row starts a
+/// new word.
 class KORVALE_IMAGING_API XPixelMask
 {
 public:
     static constexpr std::uint32_t kWordBits = 64;
 
-    /// An empty mask: no pixel is set.
+    /// A mask with no pixel set.
     XPixelMask( std::uint32_t inWidth, std::uint32_t inHeight );
 
     std::uint32_t GetWidth() const { return itsWidth; }
@@ -28,7 +29,7 @@ public:
         return { itsWords.data() + inRow * itsWordsPerRow, itsWordsPerRow };
     }
 
-    /// The number of runs: adjacent set pixels of a row are one run.
+    /// The number of runs; a run consists of adjacent set pixels of a row.
     std::size_t CountRuns() const;
 
 private:

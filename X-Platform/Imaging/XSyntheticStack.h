@@ -20,13 +20,13 @@ struct XSyntheticStackSettings
     std::uint64_t seed = 1;
 };
 
-/// A stack of planes with round, blurred objects on a noisy background, and its ground truth. Objects do not touch, move
-/// a little from plane to plane, and each is on every plane. Equal settings give equal samples on every system: only
-/// exact operations are used.
+/// A stack of planes with round, blurred objects on a noisy background, and its ground truth. Objects do not
+/// touch, move slightly from plane to plane, and are present on every plane. Equal settings result in equal
+/// samples on every system, because only exact operations are used.
 class KORVALE_IMAGING_API XSyntheticStack
 {
 public:
-    /// Throws WImageError when the objects do not fit into planes of that size.
+    /// Throws WImageError if the objects do not fit into planes of that size.
     explicit XSyntheticStack( const XSyntheticStackSettings& inSettings );
 
     /// The format of every plane.
@@ -35,14 +35,14 @@ public:
     /// Draws the next plane. An abort throws 1001.
     WImagePage DrawPlane();
 
-    /// The ground truth as CSV: the header, and the lines of the plane that was drawn last.
+    /// The ground truth as CSV: the header, and the lines of the plane drawn last.
     std::string GetTruthHeader() const;
     std::string GetTruth() const;
 
 private:
     struct Disc
     {
-        double cellX; ///< Centre of the part of the plane that the object keeps to.
+        double cellX; ///< Centre of the part of the plane in which the object stays.
         double cellY;
         double x;
         double y;
@@ -55,7 +55,7 @@ private:
     std::vector<Disc> itsDiscs;
     double itsCellWidth = 0;
     double itsCellHeight = 0;
-    std::uint32_t itsPlane = 0; ///< The next one to draw.
+    std::uint32_t itsPlane = 0; ///< The next plane to draw.
 
     double DrawUniform();
     double DrawNoise();

@@ -27,7 +27,7 @@ void AppendTo( std::string& ioBytes, T inNumber )
     ioBytes.append( reinterpret_cast<const char*>( &inNumber ), sizeof( inNumber ) );
 }
 
-/// The widths of what a format's directories consist of, in bytes.
+/// The widths of a format's directory fields, in bytes.
 struct Widths
 {
     std::uint64_t count;  ///< Of the number of entries.

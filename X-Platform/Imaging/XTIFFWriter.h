@@ -4,14 +4,14 @@
 #include "Images/WImageFile.h"
 #include "WPlatform.h"
 
-/// Writes pages to a TIFF file, uncompressed and in the byte order of the machine. Equal pages give equal bytes on every
-/// system.
+/// Writes pages to a TIFF file, uncompressed and in the byte order of the machine. Equal pages result in
+/// equal bytes.
 class KORVALE_IMAGING_API XTIFFWriter
 {
 public:
     enum Format
     {
-        kClassic, ///< 32-bit offsets, which every program reads.
+        kClassic, ///< 32-bit offsets, which every program can read.
         kBig      ///< 64-bit offsets (BigTIFF), for files of 4 GiB and more.
     };
 
@@ -21,14 +21,14 @@ public:
     /// Keeps a reference to the file, which must be seekable. The file is valid after each page.
     explicit XTIFFWriter( WFile& ioFile, Format inFormat = kClassic );
 
-    /// Appends a page. Throws WImageError when a classic file would exceed 4 GiB. An abort throws 1001.
+    /// Appends a page. Throws WImageError if a classic file would exceed 4 GiB. An abort throws 1001.
     void WritePage( const WImagePage& inPage );
 
 private:
     WFile& itsFile;
     const Format itsFormat;
     std::uint64_t itsEnd = 0;
-    std::uint64_t itsLink = 0; ///< Where the offset of the next directory belongs.
+    std::uint64_t itsLink = 0; ///< Position at which the offset of the next directory is to be written.
 
     void Append( const void* inBytes, std::uint64_t inCount );
 };

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cstdint>
 
-/// Chunk sizes for which an abort takes effect within about a millisecond at hardly any cost.
+/// Chunk sizes that let an abort take effect within about a millisecond at negligible cost.
 constexpr std::uint64_t kPixelsAtOnce = 64 * 1024;
 constexpr std::uint64_t kTableRowsAtOnce = 512;
 
-/// Processes the indices from 0 up to `inCount` in chunks: calls `inWork( first, end )` for each. Between chunks the
-/// thread's progress moves on, and an abort throws 1001.
+/// Calls `inWork( first, end )` for consecutive chunks of the indices from 0 to below `inCount`. Updates the
+/// thread's progress after each chunk; throws 1001 on an abort.
 template<class Work>
 void XForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork )
 {
@@ -25,7 +25,7 @@ void XForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWor
     }
 }
 
-/// Processes the rows of a page in chunks of about kPixelsAtOnce pixels, as XForEachChunk does: calls `inWork( row )`.
+/// Calls `inWork( row )` for each row of a page, in chunks of about kPixelsAtOnce pixels; see XForEachChunk.
 template<class Work>
 void XForEachRow( std::uint32_t inHeight, std::uint32_t inWidth, Work inWork )
 {

@@ -4,22 +4,22 @@
 
 #include <functional>
 
-/// A job that runs a function, and another one when it has been completed.
+/// A job that runs a function, and calls another one when it is completed.
 class KORVALE_API XFunctionJob : public XJob
 {
 public:
     using Body = std::function<void()>;
     using Completed = std::function<void( std::uint32_t inResultCode )>;
 
-    /// Where the job is completed, and whether an XJobCompletedMessage follows.
+    /// Where the job is completed, and whether an XJobCompletedMessage is sent.
     enum Completion
     {
         kOnMainThread, ///< With a message.
-        kOnWorker,     ///< At once, with a message.
-        kUnannounced   ///< At once on the worker, without a message.
+        kOnWorker,     ///< Immediately, with a message.
+        kUnannounced   ///< Immediately on the worker, without a message.
     };
 
-    /// `inCompleted` may be empty; what it throws is swallowed. Both functions are destroyed with the job.
+    /// `inCompleted` may be empty; its exceptions are swallowed. Both functions are destroyed with the job.
     explicit XFunctionJob(
         Body inBody, Completed inCompleted = nullptr, Completion inCompletion = kOnMainThread );
     ~XFunctionJob() override;

@@ -3,8 +3,8 @@
 #include "Jobs/XJobQueue.h"
 #include "Messaging/XMessage.h"
 
-/// A job of the queue, which is the speaker, has been completed. Each completion is told, however alike they
-/// are.
+/// Sent by a queue, the speaker, when one of its jobs has been completed. These messages are never coalesced,
+/// even if they are equal.
 class KORVALE_API XJobQueue::XJobCompletedMessage : public XMessage
 {
 public:

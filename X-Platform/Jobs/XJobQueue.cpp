@@ -94,7 +94,7 @@ public:
         --sCount;
     }
 
-    /// The queue whose turn it is, which comes last then; null when there is none.
+    /// Returns the queue whose turn it is and moves it to the end; null if there is none.
     static XJobQueue* TakeTurn()
     {
         const XThreadLock lock( sMutex );
@@ -337,8 +337,8 @@ XJob* XJobQueue::GetJobForRunning( const XJobThread& inWorker )
     return itsIsRunnable ? TakeJobForRunning( inWorker ) : nullptr;
 }
 
-/// Completes and deletes a job on its worker, if it allows that, while it still counts as running, so that
-/// nobody who has waited for it meets what it leaves behind.
+/// Completes and deletes a job on its worker, if it permits this, while it still counts as running, so that
+/// its effects are complete for threads that have waited for it.
 bool XJobQueue::CompleteInJobThread( XJob* inJob )
 {
     bool isAllowed = false;
@@ -379,7 +379,8 @@ void XJobQueue::HandleMessage( const XMessage& inMessage )
     Speak( unspoken );
 }
 
-/// Those that have run by now. A completion that waits for the queue comes here again and goes on with the others.
+/// Completes the jobs that have run so far. A completion that waits for the queue calls this again and
+/// continues with the others.
 void XJobQueue::CompleteFinishedJobs()
 {
     {
@@ -395,7 +396,7 @@ void XJobQueue::CompleteFinishedJobs()
     }
 }
 
-/// The next job whose turn to be completed has come; null when there is none.
+/// The next job to be completed; null if there is none.
 XJob* XJobQueue::TakeFinishedJob( bool inHasCompletedOne )
 {
     const XThreadLock lock( itsMutex );
@@ -405,7 +406,7 @@ XJob* XJobQueue::TakeFinishedJob( bool inHasCompletedOne )
     return job;
 }
 
-/// A completion that nobody listens for yet is kept for those who listen when the main thread comes to it.
+/// A completion without listeners is kept for those that listen when the main thread handles it.
 void XJobQueue::AnnounceCompletion( std::int64_t inTag, std::uint32_t inResultCode )
 {
     if ( HasListeners() )
@@ -675,7 +676,8 @@ void XJobQueue::DeleteJobGroup( std::int64_t inGroup )
 
 // ---- Messages for jobs
 
-/// While all workers are held no job can pass from the queue to one of them and be told twice, or not at all.
+/// While all workers are locked, no job can move from the queue to a worker and be notified twice or not at
+/// all.
 void XJobQueue::PostMessageTaggedJobs( const XJobSelector& inTags, const XMessage& inMessage )
 {
     const auto workers = XJobPool::Get();

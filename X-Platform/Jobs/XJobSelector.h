@@ -6,21 +6,21 @@
 
 class XJob;
 
-/// Which jobs an operation is meant for: those with a tag, with one of several tags, or of a group. Made from
-/// a tag or a list of tags where it is needed, and used during the call. Tag 0, alone or in a list, and an
-/// empty list select every job.
+/// Selects the jobs that an operation applies to: jobs with one tag, with one of several tags, or of a group.
+/// Constructed implicitly from a tag or a list of tags, for the duration of a call. Tag 0, alone or in a
+/// list, and an empty list select every job.
 class KORVALE_API XJobSelector
 {
 public:
     XJobSelector( std::int64_t inTag );
     XJobSelector( std::initializer_list<std::int64_t> inTags );
 
-    /// The list has to outlive the selector.
+    /// The list must outlive the selector.
     XJobSelector( const XVector<std::int64_t>& inTags );
 
     static XJobSelector EveryJob() { return { kEveryJob, 0 }; }
 
-    /// Jobs of exactly this group; 0 selects those without one.
+    /// Selects the jobs of exactly this group; 0 selects those without a group.
     static XJobSelector ForGroup( std::int64_t inGroup );
 
     bool Selects( const XJob& inJob ) const;

@@ -160,7 +160,7 @@ bool XProgress::IsMaster() const
     return !itsSuperProgress || itsStrategy->HasProgressBar( *this );
 }
 
-/// A nested progress without a bar stands at this value.
+/// Sets the value within the current step, as reported by a nested progress without a bar.
 void XProgress::SetSubProgress( double inProgress, std::uint64_t inMaximum )
 {
     const bool valid = IsValid();

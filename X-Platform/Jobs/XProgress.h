@@ -6,8 +6,8 @@
 
 class XProgressStrategy;
 
-/// Reports how far a piece of work has come, lets its user abort it, and is a checkpoint of its thread. Made
-/// on the stack of the working code:
+/// Reports the progress of some work, lets the user abort it, and is a checkpoint of its thread. Created on
+/// the stack of the working code:
 ///
 ///     XProgress progress( files.size() );
 ///     for ( const auto& file : files )
@@ -16,25 +16,25 @@ class XProgressStrategy;
 ///         progress.Increment();
 ///     }
 ///
-/// Progresses nest: one made while another of the same thread lives either gets a bar of its own or moves the
-/// bar of the outer one within the outer one's current whole step. A value reaches the thread's strategy
-/// every `kUpdateYokePeriodMS` at most, and at the same times an abort is noticed.
+/// Progresses nest: one created while another of the same thread exists either has its own bar or moves the
+/// bar of the outer one within the outer one's current step. Values are passed to the thread's strategy, and
+/// aborts are checked, at most once per `kUpdateYokePeriodMS`.
 ///
-/// On a thread without an XThread or without a strategy, and while an XProgressDisabler is alive, a progress
-/// is invalid: it shows nothing and is nothing but a checkpoint of its thread.
+/// On a thread without an XThread or without a strategy, and while an XProgressDisabler exists, a progress is
+/// invalid: it shows nothing and is only a checkpoint of its thread.
 ///
-/// Threads: belongs to the thread that made it; destroyed in reverse order of creation.
-/// Errors: every operation that reports may throw 1001 (the user's abort), a stop of the thread (2702), and
-/// what the strategy throws.
+/// Threads: belongs to the thread that created it; destroyed in reverse order of creation.
+/// Errors: every operation that reports may throw 1001 (aborted by the user), 2702 (the thread is stopped),
+/// and the exceptions of the strategy.
 class KORVALE_API XProgress
 {
 public:
     enum XProgressType : std::uint32_t
     {
-        kProgressWork = 0,     ///< work that goes forward
-        kProgressTransfer = 1, ///< bytes that are moved
-        kProgressSteps = 2,    ///< a few steps of unlike length
-        kProgressWait = 3      ///< waiting for something else; gets no bar from XThreadProgressStrategy
+        kProgressWork = 0,     ///< work that advances steadily
+        kProgressTransfer = 1, ///< bytes being transferred
+        kProgressSteps = 2,    ///< a few steps of different lengths
+        kProgressWait = 3      ///< waiting for something else; no bar in XThreadProgressStrategy
     };
 
     static constexpr std::uint32_t kUpdateYokePeriodMS = 200;
@@ -43,32 +43,32 @@ public:
         std::uint64_t inMaximum = 100, XProgressType inType = kProgressWork, std::uint32_t inDelayMs = 0,
         bool inForceBar = false );
 
-    /// A copy has the values of the original but is invalid: only one object stands for the work.
+    /// A copy has the values of the original but is invalid: only the original reports.
     XProgress( const XProgress& inOther );
     XProgress& operator=( const XProgress& inOther );
     virtual ~XProgress();
 
     // ---- Reporting
 
-    /// Goes to `inValue`, at most the maximum; a smaller value than the present one changes nothing.
+    /// Sets the value, at most the maximum. A value below the current one is ignored.
     void SetProgress( double inValue );
 
-    /// Goes to the next whole number.
+    /// Advances to the next whole number.
     virtual void Increment();
 
-    /// Shows that work goes on while nobody knows how far it has come.
+    /// Shows that work continues without a known value.
     void SetProgressIndeterminate();
 
     void SetMaxProgress( std::uint64_t inMaximum );
     void SetMessage( const XString& inMessage );
 
-    /// The message of the bar that stands for this progress; empty for an invalid one.
+    /// The message of the bar that shows this progress; empty for an invalid one.
     XString GetMessage() const;
 
-    /// Only the outermost progress has a title.
+    /// Used by the outermost progress only.
     void SetTitle( const XString& inTitle );
 
-    /// Gives way to the user interface, throws 1001 if the user has asked to abort, and runs the thread's
+    /// Lets the user interface run, throws 1001 if the user has asked to abort, and runs the thread's
     /// checkpoint.
     void YieldAndCheckAbort();
 
@@ -84,26 +84,26 @@ public:
     /// 1 for the outermost progress, 0 for an invalid one.
     std::uint32_t GetLevel() const { return itsLevel; }
 
-    /// The progress around this one; null for the outermost.
+    /// The enclosing progress; null for the outermost one.
     XProgress* GetSuperProgress() const { return itsSuperProgress; }
 
     // ---- The calling thread's strategy
 
-    /// Null when none is installed. A thread without an XThread is an internal error, "thread".
+    /// Null if none is installed. A thread without an XThread is an internal error, "thread".
     static XProgressStrategy* GetProgressStrategy();
 
-    /// The same, but null for a thread without an XThread.
+    /// Like GetProgressStrategy, but returns null for a thread without an XThread.
     static XProgressStrategy* SafeGetProgressStrategy();
 
-    /// Installs a strategy, which from then on belongs to the thread's slot; one that was installed before is
-    /// not deleted. A thread without an XThread is an internal error, "slots".
+    /// Installs a strategy, which the thread's slot then owns; the previous one is not deleted. A thread
+    /// without an XThread is an internal error, "slots".
     static void SetProgressStrategy( XProgressStrategy* inStrategy );
     static void DeleteProgressStrategy();
 
-    /// Whether any valid progress of the thread is alive.
+    /// Whether the thread has a valid progress.
     static bool IsProgressBarUp();
 
-    /// Asks all progresses of the calling thread to abort, or takes that back.
+    /// Abort asks all progresses of the calling thread to abort; CancelAbort withdraws that.
     static void Abort();
     static void CancelAbort();
 
@@ -126,7 +126,7 @@ private:
     bool itsIsIndeterminate = false;
     bool itsIsAbortRequested = false;
     XProgress* itsSuperProgress = nullptr;
-    XProgressStrategy* itsStrategy = nullptr; // null: invalid
-    void* itsProgressPtr = nullptr;           // the strategy's
+    XProgressStrategy* itsStrategy = nullptr; // null if invalid
+    void* itsProgressPtr = nullptr;           // belongs to the strategy
     XTimer itsUpdateTimer{ kUpdateYokePeriodMS };
 };

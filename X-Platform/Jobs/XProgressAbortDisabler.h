@@ -4,8 +4,8 @@
 
 class XProgressStrategy;
 
-/// While it lives, progress of the thread neither raises an abort nor stops nor suspends the thread. An abort
-/// that is asked for meanwhile is raised afterwards. Does nothing on a thread without a strategy.
+/// During its lifetime, progress of the thread raises no abort and does not stop or suspend the thread. An
+/// abort requested meanwhile is raised afterwards. Does nothing on a thread without a strategy.
 class KORVALE_API XProgressAbortDisabler
 {
 public:

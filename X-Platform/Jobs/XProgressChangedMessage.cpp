@@ -28,7 +28,7 @@ XMessage::XCoalesce XProgressChangedMessage::ShouldCoalesceQueueMessage( const X
         other && GetChangeType() == kProgressChanged && other->GetChangeType() == kProgressChanged;
     if ( !areValues || !IsSameBar( *other ) )
         return kCoalesceNone;
-    // Time metrics wrap round, so their distance tells which is newer.
+    // Time metrics wrap around, so their difference determines which is newer.
     const auto distance = static_cast<std::int32_t>( other->GetTimeMetric() - GetTimeMetric() );
     return distance > 0 ? kCoalesceReplace : kCoalesceMerge;
 }

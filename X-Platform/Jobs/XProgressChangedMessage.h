@@ -4,21 +4,21 @@
 #include "Jobs/XThreadProgressStrategy.h"
 #include "Messaging/XNetJobMessage.h"
 
-/// A change of the progress of one thread. Storable, so that it travels to other machines as well.
+/// A change in the progress of one thread. Storable, so it can be sent to other machines.
 class KORVALE_API XThreadProgressStrategy::XProgressChangedMessage : public XNetJobMessage
 {
 public:
     enum XChangeType : std::uint32_t
     {
-        kProgressChanged = 0,       ///< the value is a bar's, per mille
-        kProgressIndeterminate = 1, ///< a bar shows no value any more
-        kMessageChanged = 2,        ///< the text is a bar's message
+        kProgressChanged = 0,       ///< the value of a bar, per mille
+        kProgressIndeterminate = 1, ///< a bar no longer shows a value
+        kMessageChanged = 2,        ///< the text is the message of a bar
         kTitleChanged = 3,          ///< the text is the title; level 0
         kBarCreated = 4,
         kBarDestroyed = 5 ///< the level is the number of bars left
     };
 
-    /// What changed, of which bar, and to what.
+    /// The kind of change, the bar and the new value.
     struct XChange
     {
         XChangeType type = kProgressChanged;
@@ -32,12 +32,12 @@ public:
 
     XProgressChangedMessage* Clone() const override { return new XProgressChangedMessage( *this ); }
 
-    /// Of two queued values of one bar only the newer is kept; nothing else coalesces.
+    /// Of two queued values of the same bar only the newer is kept; other changes are not coalesced.
     XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNewMessage ) const override;
     bool operator==( const XMessage& inOther ) const override;
     std::uint64_t GetCoalesceKey() const noexcept override;
 
-    /// The thread that reported.
+    /// The ID of the reporting thread.
     std::uint32_t GetThreadID() const { return itsThreadID; }
     XChangeType GetChangeType() const { return itsChange.type; }
     std::uint32_t GetValue() const { return itsChange.value; }
@@ -49,7 +49,7 @@ public:
     XVersion GetVersion() const override { return GetClassVersion(); }
     USize64 GetStreamUsage() const override;
 
-    /// Refuses a change type above 5 and a value above 1000 with 1005.
+    /// Throws 1005 for a change type above 5 and for a value above 1000.
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 

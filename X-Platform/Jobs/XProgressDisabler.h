@@ -4,7 +4,7 @@
 
 class XProgressStrategy;
 
-/// While it lives, new progresses of the thread are invalid and nothing yields. Does nothing on a thread
+/// During its lifetime, new progresses of the thread are invalid and nothing yields. Does nothing on a thread
 /// without a strategy.
 class KORVALE_API XProgressDisabler
 {

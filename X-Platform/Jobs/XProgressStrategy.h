@@ -5,24 +5,25 @@
 
 class XProgress;
 
-/// What becomes of the progress that a thread reports: a dialog, a line on a terminal, messages to somebody
-/// else. Each thread has a strategy of its own, or none (XProgress::SetProgressStrategy).
+/// Presents the progress that a thread reports, for instance as a dialog, as a line on a terminal, or as
+/// messages to others. Each thread has its own strategy, or none (XProgress::SetProgressStrategy).
 ///
-/// Ownership: belongs to its thread's slot, which deletes it when the thread ends, or to whoever installs it
-/// for a while with an XProgressStrategyChanger.
-/// Threads: used by the thread that it is installed on, and by no other.
-/// Errors: what `ProgressDestroyed` throws is swallowed; what the others throw reaches the code that reports.
+/// Ownership: owned by its thread's slot, which deletes it when the thread ends, or by the code that installs
+/// it temporarily with an XProgressStrategyChanger.
+/// Threads: used only by the thread on which it is installed.
+/// Errors: exceptions of `ProgressDestroyed` are swallowed; those of the other functions reach the reporting
+/// code.
 class KORVALE_API XProgressStrategy
 {
 public:
     XProgressStrategy() = default;
     virtual ~XProgressStrategy();
 
-    /// A strategy of the same kind for another thread, without progress; the caller owns it.
+    /// A strategy of the same class for another thread, without progress; the caller owns it.
     virtual XProgressStrategy* Clone() const = 0;
 
-    /// A progress begins. `inForceBar` asks for a bar of its own where nested progress would get none,
-    /// `inDelayMs` is the time that should pass before a bar is shown, so that short work shows none.
+    /// A progress begins. `inForceBar` requests a separate bar even for a nested progress. `inDelayMs` is the
+    /// time to wait before a bar is shown, so that short work shows none.
     virtual void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) = 0;
     virtual void ProgressDestroyed( XProgress& inProgress ) = 0;
 
@@ -34,18 +35,18 @@ public:
     virtual void SetProgress( XProgress& inProgress, std::uint32_t inPerMille ) = 0;
     virtual void SetProgressIndeterminate( XProgress& inProgress ) = 0;
 
-    /// False for a nested progress that moves the bar of the one around it.
+    /// False for a nested progress that moves the bar of the enclosing one.
     virtual bool HasProgressBar( const XProgress& inProgress ) const = 0;
 
-    /// Called now and then while work goes on: lets the user interface live, asks whether the user wants to
-    /// abort (XProgress::Abort).
+    /// Called repeatedly during work: lets the user interface run, and checks whether the user wants to abort
+    /// (XProgress::Abort).
     virtual void Yield() = 0;
 
-    /// The innermost live progress of the thread; null when there is none.
+    /// The innermost progress of the thread; null if there is none.
     XProgress* GetLastProgress() const { return itsLastProgress; }
     void SetLastProgress( XProgress* inProgress ) { itsLastProgress = inProgress; }
 
-    /// Live progresses of the thread.
+    /// The number of progresses of the thread.
     std::uint32_t GetProgressDepth() const { return itsProgressDepth; }
     void IncrementProgressDepth() { ++itsProgressDepth; }
     void DecrementProgressDepth() { --itsProgressDepth; }
@@ -55,13 +56,13 @@ public:
     void UnlockProgressBars() { --itsProgressBarLockCount; }
     std::uint32_t GetProgressBarLockCount() const { return itsProgressBarLockCount; }
 
-    /// While locked, progress raises no abort and is no checkpoint of the thread.
+    /// While locked, progress raises no abort and is not a checkpoint of the thread.
     void LockAbort() { ++itsAbortLockCount; }
     void UnlockAbort() { --itsAbortLockCount; }
     std::uint32_t GetAbortLockCount() const { return itsAbortLockCount; }
 
 protected:
-    /// What a strategy's clone starts with: no progress, no locks.
+    /// Used by Clone: the new strategy has no progress and no locks.
     XProgressStrategy( const XProgressStrategy& ) {}
     XProgressStrategy& operator=( const XProgressStrategy& ) = delete;
 

@@ -4,9 +4,9 @@
 
 class XProgressStrategy;
 
-/// Installs a strategy on the calling thread for as long as it lives, and then the one that was there before.
-/// The strategy stays the caller's; null reports nothing. The thread has an XThread (internal error,
-/// "thread", otherwise).
+/// Installs a strategy on the calling thread during its lifetime, then restores the previous one. The
+/// strategy remains the caller's; null reports nothing. The thread must have an XThread (internal error,
+/// "thread").
 class KORVALE_API XProgressStrategyChanger
 {
 public:

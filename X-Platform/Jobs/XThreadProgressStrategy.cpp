@@ -3,7 +3,7 @@
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressChangedMessage.h"
 
-/// What is kept of a progress that has a bar.
+/// The data of a progress that has a bar.
 struct XThreadProgressStrategy::XProgressInfo
 {
     std::uint32_t level;
@@ -106,7 +106,7 @@ XThreadProgressStrategy::XProgressInfo* XThreadProgressStrategy::GetInfo( const 
     return static_cast<XProgressInfo*>( GetProgressPtr( inProgress ) );
 }
 
-/// The bar that stands for a progress: its own, or that of the nearest progress around it that has one.
+/// The bar that shows a progress: its own, or that of the nearest enclosing progress with a bar.
 XThreadProgressStrategy::XProgressInfo* XThreadProgressStrategy::FindInfo( const XProgress& inProgress )
 {
     for ( const XProgress* progress = &inProgress; progress; progress = progress->GetSuperProgress() )

@@ -4,32 +4,32 @@
 #include "Messaging/XSpeaker.h"
 #include "WNoSystemMacros.h"
 
-/// Tells the progress of its thread to whoever listens, on another thread or another machine: every change is
-/// spoken as an XProgressChangedMessage. The outermost progress and those that ask for it get bars, numbered
-/// from 1; any other nested progress moves the bar of the one around it.
+/// Sends the progress of its thread to listeners, on another thread or another machine: every change is
+/// spoken as an XProgressChangedMessage. The outermost progress and those that request it have bars, numbered
+/// from 1; any other nested progress moves the bar of the enclosing one.
 ///
-/// Ownership: the speaker given is not owned and outlives the strategy.
-/// Threads: reports on the thread that it is installed on; listeners hear by the rules of speakers.
+/// Ownership: the given speaker is not owned and must outlive the strategy.
+/// Threads: reports on the thread on which it is installed; messages are delivered by the rules of speakers.
 class KORVALE_API XThreadProgressStrategy : public XProgressStrategy, public XSpeaker
 {
 public:
     class XProgressChangedMessage;
 
-    /// Speaks through `inSpeaker`, or itself when that is null, with `inWhen` for every message.
+    /// Speaks through `inSpeaker`, or through itself if that is null; every message uses `inWhen`.
     explicit XThreadProgressStrategy(
         XSpeaker* inSpeaker = nullptr, XSpeaker::XWhen inWhen = XSpeaker::kWhenDefault );
     ~XThreadProgressStrategy() override;
 
-    /// Same speaker (the clone itself, where this strategy is its own), delivery and job ID.
+    /// The clone has the same speaker (or itself, if this strategy is its own speaker), delivery and job ID.
     XThreadProgressStrategy* Clone() const override;
 
     XSpeaker& GetSpeaker() { return itsSpeaker ? *itsSpeaker : *this; }
 
-    /// Carried by every message; 0 at first.
+    /// Included in every message; initially 0.
     std::uint32_t GetJobID() const { return itsJobID; }
     void SetJobID( std::uint32_t inJobID ) { itsJobID = inJobID; }
 
-    /// The last title that was set while a bar was up.
+    /// The last title set while a bar was shown.
     const XString& GetTitle() const { return itsTitle; }
 
     void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) override;
@@ -51,7 +51,7 @@ private:
     static XProgressInfo* FindInfo( const XProgress& inProgress );
     void Speak( std::uint32_t inChange, std::uint32_t inLevel, std::uint32_t inValue, const XString& inText );
 
-    XSpeaker* const itsSpeaker; // null: this
+    XSpeaker* const itsSpeaker; // null: this object
     const XSpeaker::XWhen itsWhen;
     std::uint32_t itsJobID = 0;
     XString itsTitle;

@@ -1,4 +1,4 @@
-// The waits with progress of XThread, which stands below progress and knows nothing of it.
+// The waits of XThread with progress. They are separate because XThread is below progress.
 
 #include "Core/Times/XTimer.h"
 #include "Ground/XErrorNumbers.h"

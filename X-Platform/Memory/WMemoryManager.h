@@ -3,7 +3,7 @@
 #include "Memory/WAddressSpace.h"
 #include "Memory/XMemoryManager.h"
 
-/// The memory manager on the system's address space, heap, mappings and temporary files.
+/// The memory manager that uses the system's address space, heap, mappings and temporary files.
 class KORVALE_API WMemoryManager : public XMemoryManager
 {
 public:
@@ -28,7 +28,7 @@ protected:
     void EndRegionQueries() override;
 
 private:
-    // Both guarded by the memory mutex. The regions are read with the first query, which many decisions do without.
+    // Guarded by the memory mutex. The regions are read on the first query, since many decisions need none.
     bool itsKeepsRegions = false;
     std::vector<WAddressSpace::Region> itsRegions;
 };

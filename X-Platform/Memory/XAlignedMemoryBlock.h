@@ -2,13 +2,13 @@
 
 #include "Memory/XMallocMemoryBlock.h"
 
-/// Bytes in the heap at a multiple of an alignment, for vector instructions and the like.
+/// A heap block whose address is a multiple of an alignment, for instance for vector instructions.
 class KORVALE_API XAlignedMemoryBlock : public XMallocMemoryBlock
 {
 public:
     static constexpr USize64 kDefaultAlignment = 64;
 
-    /// `inAlignment` is a power of two, an internal error otherwise.
+    /// `inAlignment` must be a power of two (internal error).
     explicit XAlignedMemoryBlock( USize64 inSize, USize64 inAlignment = kDefaultAlignment );
     ~XAlignedMemoryBlock() override;
 

@@ -3,8 +3,8 @@
 #include "Memory/XAlignedMemoryBlock.h"
 #include "Memory/XMemoryHandle.h"
 
-/// A handle whose bytes begin at a multiple of an alignment. A copy into a plain handle keeps the block and with it the
-/// alignment.
+/// A handle whose data starts at a multiple of an alignment. A copy in a plain handle shares the block and
+/// therefore keeps the alignment.
 class KORVALE_API XAlignedMemoryHandle : public XMemoryHandle
 {
 public:

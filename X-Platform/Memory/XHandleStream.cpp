@@ -43,7 +43,7 @@ void XHandleStream::Close()
         itsHandle.Resize( used );
 }
 
-/// A handle that is locked cannot be resized, so it lies elsewhere afterwards even where it could not grow.
+/// A locked handle cannot be resized, so its bytes may move even if it could not grow.
 std::uint8_t* XHandleStream::ResizeBlock( USize64 inCapacity )
 {
     XAssert( itsLock );

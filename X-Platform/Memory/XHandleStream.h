@@ -6,32 +6,32 @@
 
 #include <optional>
 
-/// A stream over the bytes of a handle, which are its extent. It begins at position 0; writing replaces bytes and then
-/// lengthens the handle.
+/// A stream over the bytes of a handle. Its extent is the size of the handle. It starts at position 0;
+/// writing replaces bytes and extends the handle at its end.
 ///
-/// Ownership: the handle belongs to the caller and outlives the stream, which keeps it locked: it cannot be
-/// purged meanwhile, and has spare room at its end until the stream is closed.
-/// Errors: 1012 when the handle cannot grow, besides those of XStream. A stream that has lost its bytes, since they were
-/// purged while the handle grew and could not be brought back, is closed.
+/// Ownership: the handle belongs to the caller and must outlive the stream, which keeps it locked. Until the
+/// stream is closed, the handle cannot be purged and has spare capacity at its end.
+/// Errors: besides those of XStream, 1012 if the handle cannot grow. If the bytes were purged while the
+/// handle grew and cannot be brought back, the stream is closed.
 class KORVALE_API XHandleStream : public XBlockStream
 {
 public:
-    /// With kLockForRead the stream only reads, and writing is an internal error.
+    /// With kLockForRead the stream is read-only, and writing is an internal error.
     explicit XHandleStream( XMemoryHandle& ioHandle, XLockMode inMode = kLockForReadWrite );
-    /// Closes; errors are lost.
+    /// Closes the stream; errors are swallowed.
     ~XHandleStream() override;
 
-    /// Unlocks the handle and cuts off the spare room, which takes no memory while no other handle shares the bytes. The
-    /// stream is empty afterwards, and writing is an internal error. Throws 1020 where `XMemoryHandle::CheckIntact` does:
-    /// bytes that were read, or written, are not those of the handle.
+    /// Unlocks the handle and trims the spare capacity, which needs no memory unless another handle shares
+    /// the bytes. The stream is empty afterwards, and writing is an internal error. Throws 1020 like
+    /// `XMemoryHandle::CheckIntact`, if the bytes read or written are not those of the handle.
     void Close();
 
-    /// A new handle with a stream of its own in it: the header and the object in its envelope. `inLevel` is what the
-    /// stream suggests to objects that compress themselves.
+    /// Returns a new handle that contains a complete stream: the header and the object in its envelope.
+    /// `inLevel` is the compression level that the stream suggests to objects that compress themselves.
     static XMemoryHandle ObjectToHandle(
         const XStorable& inObject, XCompressionLevel inLevel = kNormalCompression,
         XStorable::XOptions inOptions = XStorable::kNoOptions );
-    /// The object that `ObjectToHandle` has written; the caller owns it. Throws what reading throws.
+    /// Reads an object written by `ObjectToHandle`; the caller owns it. Throws the errors of reading.
     static XStorable*
     HandleToObject( const XMemoryHandle& inHandle, XStorable::XOptions inOptions = XStorable::kNoOptions );
 

@@ -58,7 +58,7 @@ void XHeapMemory::Reallocate( USize64 inSize )
         inSize, [&] { itsData = XAllocateWithRetry( itsManager, inSize, allocate ); } );
 }
 
-/// Does not fail: what the heap does not take back stays behind the bytes.
+/// Does not fail: memory that the heap does not take back remains after the bytes.
 void XHeapMemory::Shrink( USize64 inSize )
 {
     const USize64 size = std::max<USize64>( inSize, 1 );

@@ -2,9 +2,9 @@
 
 #include "Memory/XMemoryReservation.h"
 
-/// A piece of heap memory inside the manager's budget.
+/// A piece of heap memory that counts against the manager's budget.
 /// Internal to the library.
-/// Threads: the owner's.
+/// Threads: those of its owner.
 /// Errors: 1012.
 class XHeapMemory
 {
@@ -18,7 +18,7 @@ public:
 
     /// A size of 0 is allocated as one byte. There must be no memory yet.
     void Allocate( USize64 inSize );
-    /// Keeps the bytes as far as they fit; on failure everything is as it was.
+    /// Keeps the bytes that fit in the new size; on failure nothing changes.
     void Resize( USize64 inSize );
     void Free();
 

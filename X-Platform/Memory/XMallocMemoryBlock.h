@@ -3,12 +3,11 @@
 #include "Memory/XHeapMemory.h"
 #include "Memory/XMemoryBlock.h"
 
-/// Bytes in the heap, aligned for every plain type. They stay there: the block cannot be purged. Resizing keeps no
-/// spare room.
+/// A heap block, aligned for every basic type. It cannot be purged. Resizing allocates no spare capacity.
 class KORVALE_API XMallocMemoryBlock : public XMemoryBlock
 {
 public:
-    /// The bytes are undefined. Throws 1012.
+    /// The bytes are uninitialised. Throws 1012.
     explicit XMallocMemoryBlock( USize64 inSize );
     ~XMallocMemoryBlock() override;
 

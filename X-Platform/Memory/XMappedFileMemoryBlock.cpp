@@ -8,8 +8,7 @@
 #include <algorithm>
 #include <typeinfo>
 
-// What a mapped-file block is to those who use it. How its bytes move between the kinds of storage is in
-// XMappedFileStorage.cpp.
+// The interface of mapped-file blocks. XMappedFileStorage.cpp moves their bytes between the kinds of storage.
 
 // A Windows DLL exports only those constants of a class that have a definition in it.
 constexpr USize64 XMappedFileMemoryBlock::kDefaultHeapThreshold;
@@ -217,7 +216,7 @@ void XMappedFileMemoryBlock::UnlockSelf( XLockMode inMode )
         UnlockForMMap();
 }
 
-/// What lies in a file may be damaged, or is to be copied before it is written to.
+/// Bytes in a file may be damaged, or must be copied before a write.
 bool XMappedFileMemoryBlock::AllowsQuickLocks() const
 {
     const bool isInFile = itsState != kPageFile && itsState != kHeap;

@@ -11,24 +11,25 @@
 
 class XMappedStorage;
 
-/// Bytes that can be purged: a view of the page file, of a temporary file, or of a range of a permanent file that the
-/// block presents as memory. Fresh memory is zero, lies in the page file and is first allocated when it is locked. A
-/// purge writes it to a range of the manager's temporary file, from which later purges and reloads map it without
-/// copying.
+/// A block that can be purged: a view of the page file, of a temporary file, or of a range of a permanent
+/// file. New memory is zero, is allocated from the page file, and only when the block is first locked. A
+/// purge writes the bytes to a range of the manager's temporary file; later reloads map that range without
+/// copying, and later purges unmap it.
 ///
-/// Damage: bytes that cannot be read from their file while the block is locked, since the disk fails or the file has been
-/// cut off, are zeros, and what is written to them does not get to the file. `CheckIntact` tells until the view goes, and
-/// the session log does. A damaged view is not purged (1020). It cannot be locked either (1020), except that of a
-/// permanent file which nobody has written to since it was last intact: that one is given up, and mapped anew.
+/// Damage: if bytes cannot be read from their file while the block is locked, because the disk fails or the
+/// file has been truncated, they read as zeros, and writes to them are not stored in the file. `CheckIntact`
+/// reports this until the view is unmapped, and it is logged in the session log. A damaged view can be
+/// neither purged (1020) nor locked again (1020). Exception: a view of a permanent file that has not been
+/// written to since it was last intact is discarded and mapped again.
 ///
 /// Threads: see XMemoryBlock.
-/// Errors: 1012 and 1020 when locking, for want of memory or budget or because the system refuses the view, even after
-/// memory has been freed for it, or a permanent file is too short, or for damage; 1020, 1023, 2701 and what the disk
-/// refuses (1263, 1021) when purging. Everything is as it was then.
+/// Errors: locking throws 1012 and 1020 for lack of memory or budget, if the system cannot map the view even
+/// after memory has been freed, if a permanent file is too short, and for damage. Purging throws 1020, 1023,
+/// 2701 and the errors of the disk (1263, 1021). On an error nothing changes.
 class KORVALE_API XMappedFileMemoryBlock : public XMemoryBlock
 {
 public:
-    /// Where the bytes live.
+    /// Where the bytes are stored.
     enum XStorageState : std::uint32_t
     {
         kUnallocated = 0,
@@ -38,64 +39,66 @@ public:
         kTemporaryFile = 4
     };
 
-    /// What becomes of changes to a permanent file's bytes. Fresh memory may be either of the first two.
+    /// How changes to the bytes of a permanent file are handled. New memory may use either of the first two
+    /// modes.
     enum XChangeMode : std::uint32_t
     {
-        kPrivate = 0,      ///< The first lock for writing copies the bytes; the file stays as it is.
-        kPrivatePages = 1, ///< The same, and bytes that only have to be swapped are swapped in the view.
-        kPublic = 2        ///< Changes go to the file.
+        kPrivate = 0,      ///< The first write lock copies the bytes; the file is unchanged.
+        kPrivatePages = 1, ///< Like kPrivate, but bytes that only have to be swapped are swapped in the view.
+        kPublic = 2        ///< Changes are written to the file.
     };
 
-    /// Bits of the flags of files that are opened by their path.
+    /// Flags for files that are opened by path.
     enum XFileFlags : std::uint32_t
     {
         kOpenAtOnce = 0,
-        kOpenWhenLocked = 1 ///< the first lock, or a resize, opens the file and not the constructor
+        kOpenWhenLocked = 1 ///< the first lock or resize opens the file instead of the constructor
     };
 
     static constexpr USize64 kDefaultHeapThreshold = 64 * 1024;
 
-    /// Fresh memory. `inHeapThreshold`: the largest size of which private copies go to the heap. A change mode of kPublic
-    /// is an internal error.
+    /// New memory. `inHeapThreshold` is the largest size for which private copies are made in the heap.
+    /// kPublic is an internal error.
     explicit XMappedFileMemoryBlock(
         USize64 inSize, XChangeMode inChangeMode = kPrivate,
         USize64 inHeapThreshold = kDefaultHeapThreshold );
 
-    /// A range of an open file, which must be open for writing if the mode is kPublic. Other modes than the three are an
+    /// A range of an open file, which must be open for writing if the mode is kPublic. An unknown mode is an
     /// internal error.
     XMappedFileMemoryBlock(
         std::shared_ptr<WFile> inFile, std::uint64_t inOffset, USize64 inSize,
         XChangeMode inChangeMode = kPrivate );
-    /// A range of a file that the block opens. What opening the file throws, and 1020 where it is too short: `Resize`
-    /// alone lengthens it.
+    /// A range of a file that the block opens. Throws the errors of opening the file, and 1020 if it is too
+    /// short; only `Resize` lengthens it.
     XMappedFileMemoryBlock(
         const std::filesystem::path& inPath, std::uint64_t inOffset, USize64 inSize,
         WFile::Mode inFileMode = WFile::kRead, std::uint32_t inFlags = kOpenAtOnce,
         XChangeMode inChangeMode = kPrivate );
     ~XMappedFileMemoryBlock() override;
 
-    /// Presents the same range of the same permanent file as `inOther`, which must be unchanged, as this block must be
-    /// unallocated: both internal errors.
+    /// Maps the same range of the same permanent file as `inOther`. Internal errors unless `inOther` is
+    /// unchanged and this block is unallocated.
     void ShareMapping( const XMappedFileMemoryBlock& inOther );
 
     void* GetData() override;
     USize64 GetSize() const override;
-    /// A public range of a file stays one, and a file that is too short is lengthened. A private range moves to the page
-    /// file, and so do a temporary file's bytes to become more; other bytes stay where they are. Fewer bytes than before
-    /// take no memory, except those of a private range. Bytes that grow out of the temporary file are read from it, which
-    /// may throw what the disk refuses; they are on the disk then, as after a purge.
+    /// A public range stays in its file; a file that is too short is lengthened. A private range moves to the
+    /// page file, and so do the bytes of a temporary file if the block grows; otherwise the bytes stay where
+    /// they are. Shrinking needs no memory, except for a private range. When bytes move from the temporary
+    /// file, they are read from it, which may throw the errors of the disk; the block is then on disk, as
+    /// after a purge.
     void Resize( USize64 inSize ) override;
     bool IsEmpty() const override;
     void DestroySelf() override;
     USize64 GetPaddedSize() const override;
-    /// To be asked under the block's mutex or, while the block is on the manager's list, under the memory mutex.
+    /// Call it under the block's mutex or, while the block is on the manager's list, under the memory mutex.
     std::uint64_t GetTrueAddress() const override;
     USize64 GetTrueSize() const override;
     void Purge() override;
-    /// 1013 for a public range, whose file would be changed.
+    /// Throws 1013 for a public range, because its file would be changed.
     void SetSwapOnLock( XByteSwapMode inMode ) override;
     void PostLock( XLockMode inMode ) override;
-    /// A permanent file of which nothing has changed is shared, not copied.
+    /// An unchanged permanent file is shared, not copied.
     XMemoryBlock* Clone( USize64 inSize ) override;
     XMemoryBlock* CloneResized( USize64 inSize ) override;
     bool IsPurgedByWriting() const override { return itsState == kPageFile; }
@@ -168,10 +171,10 @@ private:
     std::unique_ptr<XMappedStorage> fileMapping; // null unless storage is mapped
     XFileMappingBase::XPageProtection itsViewAccess = XFileMappingBase::kPageReadWrite;
     XHeapMemory itsHeap;                  // holds memory in the heap state only
-    XLockMode itsPendingCopy = kLockNone; // the mode of the lock for which a private copy is to be made
+    XLockMode itsPendingCopy = kLockNone; // the mode of the lock that needs a private copy
     bool itsWasPurged = false;
-    bool itsIsMoving = false;       // bytes are brought to another place, which may need room
-    bool itsMayHaveWritten = false; // to a public range, since its view was last seen intact
+    bool itsIsMoving = false;       // the bytes are being moved, which may need room
+    bool itsMayHaveWritten = false; // to a public range since its view was last found intact
 
     // A permanent file; the path is empty once the file is open.
     std::shared_ptr<WFile> itsFile;
@@ -179,5 +182,6 @@ private:
     WFile::Mode itsFileMode = WFile::kRead;
     std::uint64_t itsOffset = 0;
 
-    std::unique_ptr<XMappedStorage> itsRetired; // what outer locks still look at after the bytes have moved
+    // the old storage, kept for outer locks after the bytes have moved
+    std::unique_ptr<XMappedStorage> itsRetired;
 };

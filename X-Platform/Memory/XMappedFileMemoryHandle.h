@@ -3,7 +3,7 @@
 #include "Memory/XMappedFileMemoryBlock.h"
 #include "Memory/XMemoryHandle.h"
 
-/// A handle whose bytes can be purged: see XMappedFileMemoryBlock, whose constructors these are.
+/// A handle whose bytes can be purged. The constructors are those of XMappedFileMemoryBlock.
 class KORVALE_API XMappedFileMemoryHandle : public XMemoryHandle
 {
 public:

@@ -12,8 +12,8 @@
 #include <cstring>
 #include <utility>
 
-// How the bytes of a mapped-file block get into memory, out of it, and from one kind of storage to another. All of it
-// runs under the block's mutex, and leaves the block as it was when it throws.
+// Moves the bytes of a mapped-file block into and out of memory and between the kinds of storage. All
+// functions run under the block's mutex and leave the block unchanged if they throw.
 
 /// For the time that the bytes are brought to another place. Listeners that are asked for the room run on the same
 /// thread, inside the mutex: they may not lock the block.
@@ -174,7 +174,7 @@ void XMappedFileMemoryBlock::Reload()
         GetManager().NoteReload( GetTrueSize() );
 }
 
-/// The view is there before the block is on the manager's list, and the block is off the list before the view goes.
+/// Maps the view before adding the block to the manager's list; removal is in the opposite order.
 void XMappedFileMemoryBlock::Map()
 {
     XAssert( fileMapping );
@@ -347,7 +347,7 @@ void XMappedFileMemoryBlock::ResizeForMMap( USize64 inSize )
         return;
     if ( itsState == kPageFile && !GetViewData() )
     {
-        // Memory that could not be had yet.
+        // Memory that has not been allocated successfully yet.
         fileMapping = std::make_unique<XMappedStorage>( GetManager(), std::max<USize64>( inSize, 1 ) );
         itsSize = inSize;
     }
@@ -374,8 +374,8 @@ void XMappedFileMemoryBlock::GrowForMMap( USize64 inSize )
     itsSize = inSize;
 }
 
-/// Takes no memory. What the system cannot cut off stays behind the bytes until the view goes. A file's view goes at
-/// once: the next lock maps less of it.
+/// Needs no memory. Memory that the system cannot cut off remains after the bytes until the view is unmapped.
+/// A file's view is unmapped at once: the next lock maps less of it.
 void XMappedFileMemoryBlock::ShrinkForMMap( USize64 inSize )
 {
     CheckViewIntact();
@@ -426,8 +426,8 @@ void XMappedFileMemoryBlock::GrowPublicFile( USize64 inSize )
     itsSize = inSize;
 }
 
-/// Makes the file long enough for a range of `inSize` bytes. Written, not just lengthened: the disk has to have room
-/// before somebody writes to the view.
+/// Extends the file for a range of `inSize` bytes. It is written, not just extended, because the disk must
+/// have room before anything is written to the view.
 void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
 {
     OpenFile();

@@ -17,17 +17,17 @@
 
 // The lock count.
 //
-// While quick locks are off, it changes under the mutex alone. While they are on (bit kQuick of the same word), handles
-// count their locks up and down by a compare-and-swap without the mutex: the bytes are in memory, and there is nothing
-// else to be done for a lock. Whoever decides by the count takes the bit away first, under the mutex: from then on the
-// count stays as it is, and every lock and unlock has to come to the mutex. The next lock of a handle that has got there
-// puts the bit back.
+// While quick locks are disabled, it changes under the mutex only. While they are enabled (bit kQuick of the
+// same word), handles change it by a compare-and-swap without the mutex: the bytes are in memory, and a lock
+// requires nothing else. Code that decides by the count first clears the bit, under the mutex: then the count
+// does not change without the mutex, and every lock and unlock must take the mutex. The next lock of a handle
+// under the mutex sets the bit again.
 
 namespace
 {
 
-/// The last lock of the threads that share a slot. Numbers begin anew with each tick of the clock. A number for all
-/// threads would make each lock wait for the cache line of the one before.
+/// The last lock of the threads that share a slot. Numbers start again with each tick of the clock. A single
+/// counter for all threads would make each lock wait for the cache line of the previous one.
 struct alignas( 64 ) LastLock
 {
     std::atomic<std::int64_t> time = 0;
@@ -174,7 +174,7 @@ void XMemoryBlock::SwapData()
     XSwapCopy( GetData(), GetData(), GetSize() / width, width );
 }
 
-/// The time is noted first: who sees the block locked may ask for how long already.
+/// The time is stored first, because a thread that sees the block locked may read it at once.
 bool XMemoryBlock::TryQuickLock()
 {
     std::uint64_t locks = itsLocks.load( std::memory_order_relaxed );
@@ -204,7 +204,7 @@ bool XMemoryBlock::TryQuickUnlock()
     return true;
 }
 
-/// Who sees a block locked knows by whom, since both are one word.
+/// A thread that sees a block locked also sees by which thread, since both are in one word.
 std::uint64_t XMemoryBlock::AddLock( std::uint64_t inLocks, std::uint32_t inThread )
 {
     const bool isShared = ( inLocks & kCountMask ) > 0 && ( inLocks >> kThreadShift ) != inThread;

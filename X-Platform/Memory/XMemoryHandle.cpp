@@ -7,22 +7,24 @@
 #include <cstring>
 #include <utility>
 
-// The locks of a handle and those on blocks.
+// The locks of a handle and those of its blocks.
 //
-// Each lock of the handle locks its block once. When a write lock moves the handle to another block, the block before is
-// retired: it keeps the locks that it has, whose owners still look at its bytes, and the new lock is on the new block.
-// Under the mutex, outside of LockSelf and UnlockSelf, therefore:
+// Each lock of the handle locks its block once. When a write lock moves the handle to another block, the
+// previous block is retired: it keeps its locks, whose owners still use its bytes, and the new lock is on the
+// new block. Therefore, under the mutex and outside of LockSelf and UnlockSelf:
 //
-// - `itsBlockLocks` is the number of this handle's locks on `itsBlock`, and `locks` that on each retired block.
-// - Nothing is retired while `itsLocks` is 0, and then `itsBlockLocks` is 0 too.
-// - While nothing is retired, `itsBlockLocks` is `itsLocks`.
-// - While something is retired, `itsBlockLocks` is above 0: whoever holds a lock gets data from `itsBlock`. No block is
-//   unlocked before the last lock is gone, since which lock was on which block is not known.
+// - `itsBlockLocks` is the number of this handle's locks on `itsBlock`, and `locks` the number of its locks
+//   on each retired block.
+// - While `itsLocks` is 0, nothing is retired and `itsBlockLocks` is 0.
+// - While nothing is retired, `itsBlockLocks` equals `itsLocks`.
+// - While blocks are retired, `itsBlockLocks` is above 0: lock holders get their data from `itsBlock`. No
+//   block is unlocked before the last lock is released, because it is not recorded which lock is on which
+//   block.
 //
-// So only a lock may exchange the block of a locked handle, and one that fails after the exchange undoes it. Everything
-// else that sets the block refuses a locked handle. A handle whose block is just being locked, resized or copied counts
-// as locked: that may need room, and listeners that are asked for it run on the same thread, inside the mutex. A lock of
-// theirs may not exchange the block.
+// So only a lock may replace the block of a locked handle, and a lock that fails after the replacement undoes
+// it. All other functions that set the block reject a locked handle. A handle whose block is being locked,
+// resized or copied counts as locked: these operations may need room, for which listeners may be called on
+// the same thread, under the mutex; a lock by a listener must not replace the block.
 
 namespace
 {
@@ -52,7 +54,7 @@ private:
 
 } // namespace
 
-/// Makes the handle count as locked. Under the mutex.
+/// Marks the handle as busy, which counts as locked. Used under the mutex.
 class XMemoryHandle::XBusy
 {
 public:
@@ -134,7 +136,8 @@ void XMemoryHandle::MoveToBlock( XMemoryBlock* inBlock )
     ReplaceBlock( block.Release() );
 }
 
-/// Under the mutex, with a block that is referenced already. Does not throw: there is room for what it retires.
+/// Called under the mutex, with a block that is already referenced. Does not throw: room for the retired
+/// block is reserved.
 void XMemoryHandle::ReplaceBlock( XMemoryBlock* inBlock )
 {
     XMemoryBlock* before = itsBlock.exchange( inBlock, std::memory_order_acq_rel );
@@ -374,7 +377,7 @@ void XMemoryHandle::CopyDataFrom( const void* inSource, USize64 inCount, USize64
     CheckIntact();
 }
 
-/// Locking is no change that a reader of the handle could notice.
+/// Locks a const handle: a lock does not change its value.
 void XMemoryHandle::CopyDataTo( void* outTarget, USize64 inCount, USize64 inOffset ) const
 {
     if ( inCount == 0 && !HasBytesToLock() )

@@ -10,7 +10,7 @@
 namespace
 {
 
-/// zlib makes no more of a byte than this.
+/// The maximum expansion of zlib per byte.
 constexpr USize64 kMostExpansion = 1032;
 
 constexpr USize64 kHeaderSize = 4 + 8 + 4 + 8;

@@ -132,7 +132,7 @@ private:
     XString itsCause;
 };
 
-/// Other threads may take what this one has freed, or keep locked for a moment what it could free.
+/// Other threads may take the memory that this one has freed, or briefly lock blocks that it could purge.
 void XMemoryManager::AboutToAllocate( USize64 inSize )
 {
     if ( itsBudget->TryTake( inSize ) )
@@ -163,7 +163,7 @@ void XMemoryManager::HasFreed( USize64 inSize )
     itsRoomWaiters->SomethingChanged();
 }
 
-/// Listeners may claim what they like: what counts is what is in use afterwards.
+/// The results of listeners are not trusted: the bytes in use afterwards are decisive.
 bool XMemoryManager::MakeRoom( USize64 inBytes, XRoomSearch& ioSearch )
 {
     const USize64 purged = PurgeOldest( inBytes, ioSearch );
@@ -223,8 +223,8 @@ bool XMemoryManager::MayWait() const
     return !itsMemoryMutex.IsLockedByCurrentThread() && !itsAllocationMutex.IsLockedByCurrentThread();
 }
 
-/// For how many milliseconds a change may be waited for. Who is busy with a block does not tell when that is over, nor
-/// does a purge that fails.
+/// The number of milliseconds to wait for a change. Neither a thread that is busy with a block nor a failing
+/// purge announces its end.
 std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
 {
     constexpr std::uint32_t kShortWaitMs = 10;
@@ -257,7 +257,7 @@ std::uint32_t XMemoryManager::GetPatienceForLocks()
     return patience;
 }
 
-/// What is left, in milliseconds, of a patience that began at a moment.
+/// The remaining patience, in milliseconds, for a lock taken at that time.
 std::uint32_t XMemoryManager::GetPatienceSince( std::int64_t inTicks ) const
 {
     const std::int64_t patience = itsPatience;
@@ -330,8 +330,8 @@ USize64 XMemoryManager::FreeBlocksInRange( std::uint64_t inBegin, std::uint64_t 
     return freed;
 }
 
-/// Locks the mutex of a block, which may be gone: true when it is on the list and nobody has it locked. A block that
-/// another thread is busy with is passed over at once: that thread may be waiting for the memory mutex.
+/// Locks the mutex of a block that may have been destroyed: returns true if it is on the list and not locked.
+/// A block that another thread is using is skipped at once: that thread may be waiting for the memory mutex.
 bool XMemoryManager::LockListed( XMemoryBlock* inBlock )
 {
     const XThreadLock lock( itsMemoryMutex );
@@ -393,8 +393,9 @@ void XMemoryManager::RemoveListener( XMemoryManagerListener* inListener )
         std::erase( itsListeners, inListener );
 }
 
-/// A listener may add and remove listeners, itself too. One that needs memory itself gets it without listeners; so does
-/// who holds the memory mutex, which comes after the allocation mutex.
+/// A listener may add and remove listeners, including itself. Allocations of a listener do not call
+/// listeners, nor do those of a thread that holds the memory mutex, which must be taken after the allocation
+/// mutex.
 USize64 XMemoryManager::NotifyListenersFreeMemory( USize64 inBytes )
 {
     if ( itsMemoryMutex.IsLockedByCurrentThread() )
@@ -412,7 +413,7 @@ USize64 XMemoryManager::NotifyListenersFreeMemory( USize64 inBytes )
         }
         catch ( ... )
         {
-            // The next one may still free what is wanted.
+            // The next listener may still free enough.
         }
     }
     itsIsAskingListeners = false;
@@ -502,7 +503,7 @@ void XMemoryManager::RemoveBlock( XMemoryBlock* inBlock )
     itsBlocks->Remove( *inBlock );
 }
 
-/// In one step for those who decide, under the memory mutex, whether a lock is left to wait for.
+/// Under the memory mutex, so that it is one step for threads that decide whether a lock is left to wait for.
 void XMemoryManager::HasUnlocked( XMemoryBlock& inBlock )
 {
     const XThreadLock lock( itsMemoryMutex );
@@ -543,7 +544,7 @@ USize64 XMemoryManager::GetMaxSpareBytes() const
     return std::min( kMaxSpareBytes, GetBudget() / 16 );
 }
 
-/// The spare bytes that are too many for the budget as it is now.
+/// The number of spare bytes that exceed the limit for the current budget.
 USize64 XMemoryManager::GetSpareExcess() const
 {
     const USize64 spare = itsBudget->GetSpare();
@@ -565,8 +566,8 @@ void XMemoryManager::Release( XSpareView inView )
     itsRoomWaiters->SomethingChanged();
 }
 
-/// Returns whether there was something to release. Where there is nothing no transit begins: its end would wake others who
-/// wait, and theirs this thread.
+/// Returns whether there was a view to release. If there is none, no transit begins, because its end would
+/// wake other waiters, and theirs this thread.
 bool XMemoryManager::ReleaseSpareViews( USize64 inBytes )
 {
     if ( inBytes == 0 || itsSpareViews->IsEmpty() )

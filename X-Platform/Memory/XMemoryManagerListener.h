@@ -2,16 +2,16 @@
 
 #include "Ground/XTypes.h"
 
-/// Somebody who can give up memory when blocks alone do not suffice: the owner of a cache, for instance.
+/// Frees memory on request when purging blocks is not sufficient, for instance the owner of a cache.
 class KORVALE_API XMemoryManagerListener
 {
 public:
     virtual ~XMemoryManagerListener() = default;
 
-    /// Frees what it can, up to `inBytes`, and returns how many bytes that were. Called on the thread that needs the
-    /// memory and under the manager's allocation mutex, so it must not wait for another thread, nor lock a handle that
-    /// another thread may be locking. It may purge handles, give up others than that which is being locked, and add and
-    /// remove listeners; memory that it needs itself is made without asking listeners. To lock a handle for which the bytes
-    /// are just being brought to their place is an internal error. Exceptions are swallowed and count as 0.
+    /// Frees up to `inBytes` if possible, and returns the number of bytes freed. Called on the thread that
+    /// needs the memory, under the manager's allocation mutex, so it must not wait for another thread or lock
+    /// a handle that another thread may be locking. It may purge handles, destroy handles other than the one
+    /// being locked, and add and remove listeners; its own allocations do not call listeners. Locking a
+    /// handle whose bytes are just being moved is an internal error. Exceptions are swallowed and count as 0.
     virtual USize64 FreeMemory( USize64 inBytes ) = 0;
 };

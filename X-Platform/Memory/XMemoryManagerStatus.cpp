@@ -9,7 +9,7 @@
 #include <new>
 #include <string>
 
-// What the manager tells about itself and the address space.
+// Reports on the manager and the address space.
 
 template<class Visit>
 void XMemoryManager::VisitRegions( Visit inVisit )
@@ -100,7 +100,7 @@ void XMemoryManager::MakeHeapImage( XMemoryHandle& outHandle, USize64 inSize )
             shares[i] += std::max( std::min( end, left + 1 ) - std::max( begin, left ), 0.0 );
         }
     }
-    // What is in use at all is not to vanish in an image of a mostly empty space.
+    // A region in use must be visible even in an image of a mostly empty address space.
     for ( USize64 i = 0; i < inSize; ++i )
         pixels[i] =
             shares[i] > 0 ? static_cast<std::uint8_t>( std::clamp( shares[i] * 255, 1.0, 255.0 ) ) : 0;

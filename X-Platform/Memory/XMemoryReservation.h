@@ -7,9 +7,9 @@
 
 class XMemoryManager;
 
-/// The share of the manager's budget that something in memory takes up, given back when the reservation goes.
+/// A share of the manager's budget, released when the reservation is destroyed.
 /// Internal to the library.
-/// Threads: the owner's.
+/// Threads: those of its owner.
 class XMemoryReservation
 {
 public:
@@ -18,11 +18,11 @@ public:
     XMemoryReservation& operator=( const XMemoryReservation& ) = delete;
     ~XMemoryReservation() { Set( 0 ); }
 
-    /// Takes or gives back the difference. Throws 1012, with everything as it was, when the budget has no room.
+    /// Reserves or releases the difference. Throws 1012, with nothing changed, if the budget has no room.
     void Set( USize64 inBytes );
 
-    /// The same around work that needs the bytes, and still those it had, in the meantime. When the work throws, everything
-    /// is as it was.
+    /// Sets the reservation to `inBytes`, and reserves the larger of the old and the new size while `inWork`
+    /// runs. If `inWork` throws, nothing changes.
     template<class TWork>
     void ReserveDuring( USize64 inBytes, TWork inWork )
     {
@@ -42,10 +42,10 @@ public:
 
     USize64 GetBytes() const { return itsBytes; }
 
-    /// Takes over what the other has reserved.
+    /// Exchanges the reserved bytes of two reservations.
     void Swap( XMemoryReservation& ioOther );
 
-    /// Leaves the bytes to somebody else, who has to give them back, and takes over such bytes.
+    /// Release transfers the responsibility for the bytes to the caller; Adopt takes it over.
     USize64 Release() { return std::exchange( itsBytes, 0 ); }
     void Adopt( USize64 inBytes ) { itsBytes += inBytes; }
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-/// Counts what is allocated of each kind of resource, by the kind's name.
+/// Counts allocations of each kind of resource, by the name of the kind.
 /// Threads: any.
 class KORVALE_API XResourceTracker
 {
@@ -22,7 +22,7 @@ public:
     static void RsrcDeallocated( const char* inKind, USize64 inBytes );
     static void RsrcSizeChanged( const char* inKind, USize64 inOldBytes, USize64 inNewBytes );
 
-    /// What there is now of a kind, and of all kinds that there ever was something of.
+    /// The current count of one kind, and of all kinds ever counted.
     static XCount GetCount( const std::string& inKind );
     static std::map<std::string, XCount> GetAll();
 };

@@ -2,8 +2,8 @@
 
 #include "Messaging/XMessage.h"
 
-/// The application is about to close: spoken once through the application's message centre, while everything
-/// still exists.
+/// The application is about to close. Spoken once through the application's message centre, before anything
+/// is destroyed.
 class KORVALE_API XAppClosingMessage : public XMessage
 {
 public:

@@ -2,8 +2,8 @@
 
 #include "Messaging/XMessage.h"
 
-/// The application has been set up: spoken once through the application's message centre, when its main loop
-/// is about to run.
+/// The application has been initialised. Spoken once through the application's message centre, just before
+/// its main loop runs.
 class KORVALE_API XAppInitialisedMessage : public XMessage
 {
 public:

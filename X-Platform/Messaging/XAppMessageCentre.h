@@ -2,9 +2,8 @@
 
 #include "Messaging/XMessageCentre.h"
 
-/// The one message centre of the process, through which messages of the whole application travel, such as
-/// XAppInitialisedMessage and XAppClosingMessage. Made on first use, on any thread; it lasts as long as the
-/// process.
+/// The message centre of the process, for messages that concern the whole application, such as
+/// XAppInitialisedMessage and XAppClosingMessage. Created on first use, on any thread, and never destroyed.
 class KORVALE_API XAppMessageCentre : public XMessageCentre
 {
 public:

@@ -4,21 +4,20 @@
 #include "Messaging/XSpeaker.h"
 #include "Threads/XLockable.h"
 
-/// A text that several threads share. Every operation locks the text for itself; XLock holds it for several
-/// in a row, keeping all other threads out whatever the mode. Operations follow the rules of XString.
+/// A text shared by several threads. Every operation locks the text itself; XLock locks it for several
+/// operations and excludes all other threads in every mode. The operations behave like those of XString.
 ///
-/// Every change is announced to listeners with an XBigStringChangedMessage at the main thread's next event,
-/// however many changes there were until then.
+/// Changes are announced to listeners with an XBigStringChangedMessage at the main thread's next event;
+/// several changes result in one message.
 class KORVALE_API XBigString : public XLockable, public XSpeaker
 {
 public:
     XBigString() = default;
 
-    /// A copy shares the text's storage until one of the two is changed, and has no listeners.
+    /// A copy shares the text's storage until one of them is changed, and has no listeners.
     XBigString( const XBigString& inOther );
 
-    /// From a text, a number or a character: from whatever an XString can be made of, with the same
-    /// arguments.
+    /// Constructs the text from any arguments that XString accepts, such as a text, a number or a character.
     template<class... Arguments>
     requires std::constructible_from<XString, Arguments...> &&
         ( sizeof...( Arguments ) > 0 ) explicit( sizeof...( Arguments ) > 1 )
@@ -39,12 +38,12 @@ public:
 
     XBigString& operator+=( const XString& inText );
 
-    /// A snapshot of the text.
+    /// A copy of the current text.
     XString GetText() const;
     operator XString() const { return GetText(); }
     explicit operator std::string() const { return GetText(); }
 
-    /// Read the text as a number; 1000 when it is none.
+    /// Read the text as a number; throw 1000 if it is not one.
     explicit operator std::int32_t() const { return GetText().GetSInt32(); }
     explicit operator double() const { return GetText().GetSFloat64(); }
 

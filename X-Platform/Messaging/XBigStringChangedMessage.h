@@ -2,8 +2,8 @@
 
 #include "Messaging/XMessage.h"
 
-/// The text of an XBigString, the message's speaker, has changed. Several changes before it is delivered are
-/// one message.
+/// The text of an XBigString, the message's speaker, has changed. Several changes before the delivery are one
+/// message.
 class KORVALE_API XBigStringChangedMessage : public XMessage
 {
 public:

@@ -2,7 +2,7 @@
 
 #include "Messaging/XMessage.h"
 
-/// Selects messages equal to a given one, which has to outlive the predicate.
+/// Selects messages equal to a given one, which must outlive the predicate.
 class XIsMessageEqual
 {
 public:

@@ -208,10 +208,11 @@ bool XListener::MarkOwnBroadcasts( bool inAreStopping )
     return isAny;
 }
 
-/// Each list's mutex is taken without this listener's, which comes after it; broadcasts on other threads are waited
-/// for there. What is left are ended subscriptions to lists that broadcast on this thread, by which a thread that
-/// destroys the listener sees that it is being called, and those that are passed over: as that is known only when the
-/// handler there stops the listener, which may be while this waits, it is looked for again from time to time.
+/// Takes each list's mutex without this listener's, which comes after it; this waits for broadcasts on other
+/// threads. Two kinds of entries remain: ended subscriptions to lists that broadcast on this thread, which
+/// show a thread that destroys the listener that it is being called; and those that are passed over. The
+/// latter are known only when the handler there stops the listener, possibly during this wait, so they are
+/// checked from time to time.
 void XListener::UnsubscribeFromAll( bool inMayPassOver )
 {
     const std::uint32_t timeoutMs = inMayPassOver ? kPassOverPeriodMs : kNoTimeout;
@@ -222,7 +223,7 @@ void XListener::UnsubscribeFromAll( bool inMayPassOver )
     }
 }
 
-/// The list of a subscription that has to end, with a reference more; null when there is none.
+/// The list of a subscription to be ended, with an additional reference; null if there is none.
 XListenerList* XListener::PinSubscribed( bool inMayPassOver )
 {
     const XThreadLock lock( itsMutex );

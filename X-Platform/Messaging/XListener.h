@@ -12,54 +12,55 @@ class XListenerList;
 class XMessage;
 class XSpeaker;
 
-/// Hears the messages of the speakers it has subscribed to, and those posted to it. An ordinary listener
-/// hears on the main thread only, unless a speaker insists (`XSpeaker::kWhenImmediate`); an asynchronous one
-/// hears on any thread, several at a time if it comes to that, and protects its own data.
+/// Receives the messages of the speakers it has subscribed to, and messages posted to it. An ordinary
+/// listener is called on the main thread only, unless a speaker requests otherwise
+/// (`XSpeaker::kWhenImmediate`). An asynchronous listener is called on any thread, possibly on several at
+/// once, and protects its own data.
 ///
-/// Lifetime:  may be destroyed while other threads send to it, unsubscribe it or end its speakers, and from within
-/// its own `HandleMessage`: broadcasts and posts in progress on other threads are waited for, and it never hears
-/// anything afterwards. No post may begin, and `Subscribe`, `SetAsynchronous`, `SetIsDeaf` and copies of the
-/// listener must have returned on other threads, once the destructor has begun. Where other threads may be calling
-/// it, the most derived class's destructor begins with `StopListening()`: the base's destructor makes the call as
-/// well, but runs when the derived members are gone already.
+/// Lifetime: it may be destroyed while other threads send to it, unsubscribe it or destroy its speakers, and
+/// from within its own `HandleMessage`: the destructor waits for broadcasts and posts in progress on other
+/// threads, and no message is delivered afterwards. Once the destructor has begun, no post may begin, and
+/// `Subscribe`, `SetAsynchronous`, `SetIsDeaf` and copying the listener must have returned on other threads.
+/// If other threads may be calling it, the destructor of the most derived class must begin with
+/// `StopListening()`: the base's destructor calls it too, but only after the derived members have been
+/// destroyed.
 /// Threads: every operation may be called from any thread.
 class KORVALE_API XListener
 {
 public:
     explicit XListener( bool inIsAsynchronous = false ) : XListener( inIsAsynchronous, CallListeners ) {}
 
-    /// A copy is as asynchronous and as deaf as its original and has subscribed to nobody. Assigning changes
-    /// nothing: what a listener hears is its own.
+    /// A copy has the original's asynchronous and deaf settings but no subscriptions. Assignment changes
+    /// nothing: these settings belong to each listener.
     XListener( const XListener& inOther );
     XListener& operator=( const XListener& inOther );
     virtual ~XListener();
 
-    /// Receives a message, which lives for the length of the call. What it throws reaches the sender, or the
-    /// session log when the message came out of a queue. Does nothing by default.
+    /// Handles a message, which is valid during the call only. An exception reaches the sender or, for queued
+    /// messages, the session log. Does nothing by default.
     virtual void HandleMessage( const XMessage& inMessage );
 
-    /// Subscribes once more; a listener hears each message once however often it has subscribed. A listener
-    /// that subscribes during a broadcast of the speaker comes last in it.
+    /// Adds one subscription. A listener receives each message once, regardless of the number of its
+    /// subscriptions. If it subscribes during a broadcast of the speaker, it is called last.
     void Subscribe( const XSpeaker& inSpeaker );
 
-    /// Takes back one subscription; nothing happens when there is none. With the last one the speaker falls
-    /// silent, in the midst of a broadcast too.
+    /// Removes one subscription; does nothing if there is none. After the last one, no message of the speaker
+    /// is delivered, even in the middle of a broadcast.
     void Unsubscribe( const XSpeaker& inSpeaker );
 
     bool IsAsynchronous() const { return HasFlag( kAsynchronous ); }
     void SetAsynchronous( bool inIsAsynchronous );
 
-    /// Makes the listener deaf to messages of exactly this class, or lets it hear them again. Counts when a
-    /// message would be delivered.
+    /// Ignores messages of exactly this class, or accepts them again. Checked at delivery.
     void SetIsDeaf( const std::type_info& inMessageType, bool inIsDeaf );
     bool IsContainedInDeafenedMessages( const std::type_info& inMessageType ) const;
 
     /// Ends all subscriptions, withdraws messages posted to this listener and waits until no other thread is
-    /// calling it or posting to it. What is posted afterwards is dropped. A call of its own `HandleMessage`
-    /// further up on this thread is not waited for, and two such calls that stop it do not wait for each other.
-    /// Where one of them destroys the listener, the base's destructor waits for the other, which does not wait for
-    /// it. This call in a derived class's destructor does not wait either: there the other one, once it has stopped
-    /// the listener, must not use the derived part any more.
+    /// calling it or posting to it. Later posts are dropped. It does not wait for its own `HandleMessage`
+    /// further up on this thread, and two such calls on different threads that stop the same listener do not
+    /// wait for each other. If one of them destroys the listener, the base's destructor waits for the other,
+    /// which does not wait for it. A call in the destructor of a derived class does not wait either: the
+    /// other handler must not use the derived part any more once it has stopped the listener.
     void StopListening();
 
 private:
@@ -70,25 +71,25 @@ private:
     enum XFlag : std::uint32_t
     {
         kAsynchronous = 1,
-        kDeaf = 2,        // to some class
+        kDeaf = 2,        // to at least one class
         kPosted = 4,      // messages have been posted to this listener
-        kExcluded = 8,    // some queued message may name it as one that has heard it
-        kSubscribed = 16, // has subscribed to somebody at some time
-        kStopped = 32,    // takes no more posts
-        kPostBegins = 64, // counts, with the bits above it, posts that the queues do not know yet
+        kExcluded = 8,    // a queued message may name it as already served
+        kSubscribed = 16, // has had a subscription
+        kStopped = 32,    // accepts no more posts
+        kPostBegins = 64, // with the bits above: counts posts that the queues do not know yet
     };
 
-    /// A place in a speaker's list.
+    /// An entry in a speaker's list.
     struct XNode
     {
-        XListener* listener; // null when it was destroyed during a broadcast
-        std::int32_t count;  // subscriptions; with 0 the node only waits for its removal
+        XListener* listener; // null if it was destroyed during a broadcast
+        std::int32_t count;  // number of subscriptions; 0 for a node waiting for removal
     };
 
-    /// Calls the listeners of nodes, the first one at least, and returns how many nodes it has walked: those
-    /// up to the next listener of another module, or until `inAdditions` changes. Each module calls its own
-    /// listeners, as a call from one module to another that lies far from it costs some processors as much as
-    /// everything else here.
+    /// Calls the listeners of at least the first node, and returns the number of nodes processed: those up to
+    /// the next listener of another module, or until `inAdditions` changes. Each module calls its own
+    /// listeners, because on some processors a call into a distant module costs as much as the rest of a
+    /// broadcast.
     using XCaller = USize ( * )(
         const XNode* inFirst, const XNode* inEnd, const XMessage& inMessage,
         const std::uint32_t& inAdditions );
@@ -107,8 +108,9 @@ private:
     }
     void SetFlag( XFlag inFlag, bool inIsSet );
 
-    /// A post begins: the end of the listener waits until the queues, under whose mutex the second operation is
-    /// called, know of it, and looks for its call there. Both return whether the listener still takes posts.
+    /// Begin a post: the listener's end waits until the queues know of the post, and then looks for its call
+    /// there. BeginPost is called under the mutex of the queues. Both return false if the listener does not
+    /// accept posts any more.
     bool AnnouncePost()
     {
         if ( HasFlag( kStopped ) )
@@ -128,27 +130,27 @@ private:
     }
     bool IsContainedInDeaf( const XMessage& inMessage ) const;
 
-    /// The subscriptions to a list. With none left it stays while the broadcast that was on when the last one ended may
-    /// be calling this listener: its end waits for that as well.
+    /// The subscriptions to one list. When none is left, the entry stays while the broadcast that was running
+    /// then may be calling this listener, because the listener's end must wait for that, too.
     struct XSubscription
     {
-        XListenerList* list; // with one reference
+        XListenerList* list; // holds one reference
         std::int32_t count;
         bool isStopping = false; // the handler that the list's broadcast is in stops the listener
     };
     using XSubscriptions = XVector<XSubscription>;
     using XPlaces = std::unordered_map<const XListenerList*, USize>;
 
-    /// These keep the subscriptions, for the list and under its mutex. The first returns whether the listener
-    /// has a node there already, the second whether there was a subscription to end.
+    /// Called by the list under its mutex to maintain the subscriptions. RememberSpeaker returns whether the
+    /// listener already has a node there, ForgetSpeaker whether there was a subscription to end.
     bool RememberSpeaker( XListenerList& inList );
     bool ForgetSpeaker( XListenerList& inList, bool inIsLastOfBroadcast );
 
-    /// Ends all subscriptions to a list in one step. Unless a broadcast is on, the listener may be destroyed by another
-    /// thread from then on.
+    /// Ends all subscriptions to a list in one step. Unless a broadcast is running, another thread may
+    /// destroy the listener from then on.
     void SpeakerDeleted( XListenerList& inList, bool inIsBroadcasting );
 
-    /// The broadcast in which the last subscription to a list ended is over.
+    /// Called after the broadcast in which the last subscription to a list ended.
     void ForgetBroadcast( XListenerList& inList );
 
     XSubscription* FindSubscription( const XListenerList& inList );
@@ -164,7 +166,7 @@ private:
     const XCaller itsCaller;
     mutable XMutex itsMutex;                  // taken after a speaker's mutex
     XSubscriptions itsSubscriptions;          // guarded by itsMutex
-    std::unique_ptr<XPlaces> itsPlaces;       // of these, where they are many; guarded by itsMutex
+    std::unique_ptr<XPlaces> itsPlaces;       // of itsSubscriptions, if there are many; guarded by itsMutex
     std::unique_ptr<XTypeNames> itsDeafTypes; // names of classes; guarded by itsMutex
 };
 

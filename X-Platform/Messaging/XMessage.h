@@ -6,40 +6,41 @@
 
 class XSpeaker;
 
-/// What a speaker tells its listeners: the base of every message. A concrete message implements `Clone` and,
-/// where two messages of its class can mean the same, `operator==` and `GetCoalesceKey`.
+/// Base class of the messages that speakers send to listeners. A concrete class implements `Clone`; if two
+/// messages of the class can be equal, also `operator==` and `GetCoalesceKey`.
 ///
-/// Ownership: a message belongs to whoever made it. One that is queued for later is cloned, and the clone
-/// belongs to the queue until it is delivered or withdrawn.
-/// Threads: a message is a value: one thread at a time. The queue calls `Clone` and `GetCoalesceKey` on the
-/// sender's thread, and there too, under a process-wide lock, `ShouldCoalesceQueueMessage` of a queued
-/// message: these only compute, and do not look into the speaker, which may have been destroyed.
+/// Ownership: a message belongs to its creator. A queued message is a clone, which the queue owns until it is
+/// delivered or withdrawn.
+/// Threads: a message is a value, used by one thread at a time. The queue calls `Clone` and `GetCoalesceKey`
+/// on the sender's thread, and there also, under a process-wide lock, `ShouldCoalesceQueueMessage` of a
+/// queued message: these functions must only compute, and must not access the speaker, which may have been
+/// destroyed.
 class KORVALE_API XMessage
 {
 public:
-    /// What becomes of a new message beside one that is queued already.
+    /// How a new message is combined with one that is already queued.
     enum XCoalesce : std::uint32_t
     {
         kCoalesceNone = 0,    ///< both are kept
-        kCoalesceMerge = 1,   ///< the queued message stands for the new one, which is not queued
-        kCoalesceReplace = 2, ///< the queued message is dropped and the new one queued at the back
+        kCoalesceMerge = 1,   ///< keep only the queued message
+        kCoalesceReplace = 2, ///< drop the queued message and queue the new one at the back
     };
 
     explicit XMessage( XSpeaker* inSpeaker = nullptr );
 
-    /// A copy was made when it was copied: it has the time metric of its own.
+    /// A copy gets a time metric of its own.
     XMessage( const XMessage& inOther );
     XMessage& operator=( const XMessage& inOther ) = default;
     virtual ~XMessage();
 
-    /// A copy of the most derived class; the caller owns it.
+    /// A copy with the dynamic class of this message; the caller owns it.
     virtual XMessage* Clone() const = 0;
 
-    /// Asked of this message, which is queued, about a new one of the same speaker (and, for posted messages,
-    /// the same listener). Merges equal messages by default.
+    /// Called on a queued message with a new one of the same speaker (and, for posted messages, the same
+    /// listener). Merges equal messages by default.
     virtual XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNewMessage ) const;
 
-    /// True for a message of the same class and the same speaker. An override begins with the base's
+    /// True for a message of the same class and the same speaker. An override must include the base's
     /// comparison.
     virtual bool operator==( const XMessage& inOther ) const;
 
@@ -47,25 +48,23 @@ public:
     virtual bool operator<( const XMessage& inOther ) const;
     bool operator!=( const XMessage& inOther ) const { return !( *this == inOther ); }
 
-    /// A promise that makes long queues fast: messages that may coalesce have the same key, so that the queue
-    /// asks `ShouldCoalesceQueueMessage` only of queued messages with the key of the new one. Always 0 by
-    /// default, and then the queue asks all messages of the speaker. A class whose objects differ in a value
-    /// that `operator==` compares returns (a hash of) that value, and one whose objects never coalesce the time
-    /// metric. The library's classes have keys for themselves alone: for objects of derived classes they return
-    /// 0, so that an override of `ShouldCoalesceQueueMessage` is asked about all messages of the speaker until
-    /// the derived class has a key of its own.
+    /// A key that makes long queues fast: messages that may coalesce must have equal keys, so that the queue
+    /// calls `ShouldCoalesceQueueMessage` only for queued messages with the key of the new one. The default,
+    /// 0, makes it call all messages of the speaker. A class whose `operator==` compares a value returns that
+    /// value or a hash of it; a class whose messages never coalesce returns the time metric. The library's
+    /// classes return 0 for objects of derived classes, so that an override of `ShouldCoalesceQueueMessage`
+    /// is called for all messages of the speaker until the derived class defines its own key.
     virtual std::uint64_t GetCoalesceKey() const noexcept;
 
-    /// The sender; not owned, and null until it is set. A message that is delivered from a queue has the
-    /// speaker that spoke it.
+    /// The sender; not owned, null until set. A message delivered from a queue has the speaker that spoke it.
     XSpeaker* GetSpeaker() const { return itsSpeaker; }
     void SetSpeaker( XSpeaker* inSpeaker ) { itsSpeaker = inSpeaker; }
 
-    /// The thread that made the message; copies keep it.
+    /// The thread that created the message; copies keep it.
     std::uint32_t GetSenderThreadID() const { return itsSenderThreadID; }
     void SetSenderThreadID( std::uint32_t inThreadID ) { itsSenderThreadID = inThreadID; }
 
-    /// Counts the messages of the process in the order of their creation, modulo 2^32.
+    /// The number of the message in the process, in the order of creation, modulo 2^32.
     std::uint32_t GetTimeMetric() const { return itsTimeMetric; }
 
 private:

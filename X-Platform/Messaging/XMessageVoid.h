@@ -2,8 +2,8 @@
 
 #include "Messaging/XMessage.h"
 
-/// A message that carries one untyped pointer, which it does not own. Equal to a message of its class from
-/// the same speaker with the same pointer.
+/// A message with one untyped pointer, which it does not own. Equal to messages of the same class and speaker
+/// with the same pointer.
 class KORVALE_API XMessageVoid : public XMessage
 {
 public:

@@ -2,7 +2,7 @@
 
 #include "Messaging/XRemoteMessage.h"
 
-/// A remote message about a job of a job queue. The base of the messages that report on jobs.
+/// A remote message about a job of a job queue; the base of messages that report on jobs.
 class KORVALE_API XNetJobMessage : public XRemoteMessage
 {
 public:

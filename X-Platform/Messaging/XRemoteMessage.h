@@ -3,8 +3,8 @@
 #include "Core/Storables/XStorable.h"
 #include "Messaging/XMessage.h"
 
-/// A message that can be stored and sent to another process: the base of such messages. Speaker, thread and
-/// time metric belong to the process and are not stored; whoever reads a message gives it a speaker.
+/// Base of messages that can be stored and sent to another process. Speaker, thread and time metric belong to
+/// the process and are not stored; the reader of a message sets its speaker.
 class KORVALE_API XRemoteMessage : public XMessage, public XStorable
 {
 public:
@@ -15,7 +15,7 @@ public:
     bool operator==( const XMessage& inOther ) const override;
     std::uint64_t GetCoalesceKey() const noexcept override;
 
-    /// Tells messages of one class apart; its meaning is the sender's.
+    /// Distinguishes messages of one class; the sender defines its meaning.
     std::uint32_t GetID() const { return itsID; }
 
     static XVersion GetClassVersion();

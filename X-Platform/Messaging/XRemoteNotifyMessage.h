@@ -2,8 +2,8 @@
 
 #include "Messaging/XRemoteMessage.h"
 
-/// Tells listeners, in other processes too, the latest value of something: of what its ID names. Of those with one ID that
-/// wait in a queue, only the newest is delivered, at its own place.
+/// Reports the latest value of the quantity that its ID identifies to listeners, including those in other
+/// processes. Of queued messages with the same ID only the newest is delivered, in its own position.
 class KORVALE_API XRemoteNotifyMessage : public XRemoteMessage
 {
 public:

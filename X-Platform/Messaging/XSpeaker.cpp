@@ -104,7 +104,7 @@ void XSpeaker::SpeakMessage( const XMessage& inMessage, XWhen inWhen )
             inMessage, *listeners, inWhen == kWhenDefault ? kWhenNextEvent : inWhen, {} );
 }
 
-/// Off the main thread it is asynchronous listeners that hear at once.
+/// Off the main thread only asynchronous listeners are called immediately.
 bool XSpeaker::MayBroadcast( const XListenerList& inListeners )
 {
     return XThread::IsMainThread() || inListeners.HasAsynchronousListeners();

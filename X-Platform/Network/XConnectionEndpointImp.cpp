@@ -59,7 +59,7 @@ void XConnectionEndpointImp::Use( const WConnectionPtr& inConnection )
     itsConnection = inConnection;
 }
 
-/// The connection is this endpoint's, unless somebody has ended it meanwhile.
+/// Makes the connection this endpoint's, unless it has been ended meanwhile.
 void XConnectionEndpointImp::TakeOver( const WConnectionPtr& inConnection, XState inNewState )
 {
     const XThreadLock lock( itsMutex );
@@ -368,7 +368,7 @@ bool XConnectionEndpointImp::IsEnding( const WConnection& inConnection ) const
     return itsState == XNetEndpoint::kStateDisconnecting || inConnection.IsInterrupted();
 }
 
-/// Null when there is none; then the state stays.
+/// Null if there is none; the state is then unchanged.
 WConnectionPtr XConnectionEndpointImp::TakeConnection( XState inNewState )
 {
     const XThreadLock lock( itsMutex );
@@ -379,7 +379,7 @@ WConnectionPtr XConnectionEndpointImp::TakeConnection( XState inNewState )
     return std::move( itsConnection );
 }
 
-/// Ends the use of this very connection, unless somebody else has done so.
+/// Ends the use of this connection, unless this has been done.
 void XConnectionEndpointImp::Drop( const WConnectionPtr& inConnection, XState inNewState )
 {
     bool isInUse = false;

@@ -4,13 +4,13 @@
 #include "Network/XTransferStatistics.h"
 #include "Sockets/WConnection.h"
 
-/// An endpoint over a connection of the system: what all kinds of connections have in common. A subclass connects, binds
-/// and makes the endpoints of accepted connections.
+/// Base of endpoints over a connection of the system. A subclass connects, binds and creates the endpoints of
+/// accepted connections.
 ///
-/// The connection is taken out of the object to end its use: from then on no operation finds it, those that use it are
-/// woken, and the last of them closes it.
+/// To end its use, the connection is taken out of the object: later operations do not find it, running ones
+/// are woken, and the last of them closes it.
 ///
-/// A subclass may also put a protocol of its own between the connection and the endpoint's bytes.
+/// A subclass may also add a protocol between the connection and the endpoint's bytes.
 class KORVALE_API XConnectionEndpointImp : public XNetEndpointImp
 {
 public:
@@ -33,11 +33,11 @@ public:
 protected:
     XConnectionEndpointImp();
 
-    /// The endpoint of a connection that has been accepted.
+    /// Creates the endpoint of an accepted connection.
     virtual XNetEndpoint* MakeEndpoint( const WConnectionPtr& inConnection ) = 0;
 
-    // ---- For a protocol on top of the connection, which is none at first. What an operation throws, or returns as failed,
-    // fails that of the endpoint.
+    // ---- For a protocol on top of the connection; by default there is none. Exceptions and failed outcomes
+    // of these functions fail the operation of the endpoint.
 
     virtual WConnection::Outcome SendSome(
         const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,
@@ -51,35 +51,37 @@ protected:
     virtual WConnection::Outcome
     WaitForMore( const WConnectionPtr& inConnection, std::uint32_t inCount, const WDeadline& inDeadline );
     virtual std::uint32_t CountWaiting( const WConnectionPtr& inConnection );
-    /// `Disconnect` is about to shut the connection down. Does not wait.
+    /// Called when `Disconnect` is about to shut the connection down. Must not wait.
     virtual void AnnounceEnd( const WConnectionPtr& inConnection );
-    /// The endpoint does not use the connection any more. Its destructor does not call this.
+    /// Called when the endpoint stops using the connection, except by the destructor.
     virtual void LetGo( const WConnectionPtr& inConnection );
 
     // ---- For subclasses
 
-    /// Uses a connection that is about to connect or to listen. Using one already is an internal error.
+    /// Uses a connection that is about to connect or to listen. An internal error if one is already in use.
     void Use( const WConnectionPtr& inConnection );
 
-    /// What has been begun with the connection is done. 3100 where somebody has ended it meanwhile.
+    /// The operation begun with the connection has succeeded. Throws 3100 if the connection has been ended
+    /// meanwhile.
     void TakeOver( const WConnectionPtr& inConnection, XNetEndpoint::XState inNewState );
 
-    /// Begins with an established connection. For a new object.
+    /// Starts with an established connection. For a new object.
     void SetConnected( const WConnectionPtr& inConnection );
 
-    /// Ends the use of this very connection, unless somebody else has done so.
+    /// Ends the use of this connection, unless this has been done.
     void Drop( const WConnectionPtr& inConnection, XNetEndpoint::XState inNewState );
 
-    /// One that is being made, or listens, too. 3100 without any.
+    /// The connection, even while it is connecting or listening. Throws 3100 if there is none.
     WConnectionPtr GetConnection() const;
 
-    /// The one that is connected; else 3100.
+    /// The established connection. Throws 3100 if there is none.
     WConnectionPtr GetConnected() const;
 
-    /// Whether this side ends the connection. Bytes from it may lie behind others that are lost then.
+    /// Whether this side is ending the connection. Bytes received from it may then follow others that are
+    /// lost.
     bool IsEnding( const WConnection& inConnection ) const;
 
-    /// Throws what an outcome comes to; 3100 drops the connection.
+    /// Throws the error of an outcome, if any; 3100 drops the connection.
     void Check( const WConnectionPtr& inConnection, const WConnection::Outcome& inOutcome );
 
 private:
@@ -98,10 +100,10 @@ private:
     [[noreturn]] void Fail( const WConnectionPtr& inConnection, std::uint32_t inError );
     [[noreturn]] void FailDisconnected( const WConnectionPtr& inConnection );
 
-    mutable XMutex itsMutex; // held for moments only
-    // Guarded by itsMutex, as are changes of the state:
+    mutable XMutex itsMutex; // never held in a wait
+    // Guarded by itsMutex, like changes of the state:
     WConnectionPtr itsConnection;
-    WConnectionPtr itsClosing; // that `Disconnect` is about to close
+    WConnectionPtr itsClosing; // about to be closed by `Disconnect`
 
     XTransferStatistics itsBytesRead;
     XTransferStatistics itsBytesWritten;

@@ -56,7 +56,7 @@ private:
     XString itsMessage;
 };
 
-/// Does something with a file; what it throws names the file then.
+/// Runs an operation on a file; exceptions then name the file.
 template<class TWork>
 auto With( const std::filesystem::path& inPath, TWork inWork )
 {
@@ -148,8 +148,9 @@ std::filesystem::directory_iterator ListFiles( const std::filesystem::path& inFo
     throw KeyFileException( inFolder, "the folder is not empty (1013)", kErrorBadParameters );
 }
 
-/// A folder beside its place, until all its files are complete; without that nothing of it stays. A folder that is there
-/// already gets the files from one in it: somebody may work in it, or it may be where a file system begins.
+/// A temporary folder beside the target until all its files are complete; otherwise it is removed. If the
+/// target exists, the files are made in a folder inside it and moved up: the target may be in use as a
+/// working folder or be a mount point.
 class NewKeyFolder
 {
 public:

@@ -8,8 +8,8 @@
 
 class WTLSContext;
 
-/// The secrets of a deployment, which lie in a folder that its administrator has made and copied to the machines that
-/// take part:
+/// The secrets of a deployment, in a folder that its administrator creates and copies to the participating
+/// machines:
 ///
 /// | File | Holds |
 /// | --- | --- |
@@ -18,35 +18,36 @@ class WTLSContext;
 /// | `control.crt`, `control.key` | the certificate of the control service |
 /// | `node.crt`, `node.key` | the certificate of clients and nodes |
 ///
-/// A process reads `key` and, for TLS, the certificate of the authority and its own certificate with its key. Files that
-/// others may read or change are refused (3128), since somebody may have learned or exchanged them.
+/// A process reads `key` and, for TLS, the certificate of the authority and its own certificate with its key.
+/// Files that other users may read or change are rejected (3128), because their contents may be known or
+/// replaced.
 ///
-/// Errors name the file: 3128, 1005 for contents that are not what they should be, 3120 where this system has no TLS 1.3
-/// or cannot make certificates, else the system's number.
-/// Threads: any; does not change.
+/// Errors name the file: 3128; 1005 for invalid contents; 3120 if this system has no TLS 1.3 or cannot create
+/// certificates; otherwise the system's number.
+/// Threads: any; the object is immutable.
 class KORVALE_API XDeploymentKeys
 {
 public:
-    /// A certificate is made out to one of them.
+    /// The role that a certificate is issued for.
     enum XRole : std::uint32_t
     {
         kRoleControlService,
         kRoleNode ///< clients and nodes
     };
 
-    /// Certificates, the authority's too, are valid for so long from a day before they are made.
+    /// Validity of all certificates, including the authority's, starting a day before they are created.
     static constexpr std::int64_t kDaysOfValidity = 3650;
 
-    /// Makes the secrets of a new deployment: a folder that is missing, or empty, is one with all files afterwards, with
-    /// access for its owner alone; after a failure it is missing, or empty, as it was. A folder that is not empty is error
-    /// 1013. The folder above has to exist. Where the system cannot make certificates, only `key` is made.
+    /// Creates the secrets of a new deployment in a folder that is missing or empty, with access for its
+    /// owner only; on failure the folder is missing or empty as before. A folder that is not empty is error
+    /// 1013. The parent folder must exist. If the system cannot create certificates, only `key` is created.
     static void Create( const std::filesystem::path& inFolder );
 
-    /// Whether this system can make certificates, and connections with them.
+    /// Whether this system supports TLS: certificates and connections.
     static bool HasTLS();
 
-    /// What the variable `KORVALE_KEYS` names, else `~/.config/korvale/keys` (on Windows `korvale\keys` in the roaming
-    /// application data) where there is such a folder, else an empty path.
+    /// The folder named by the variable `KORVALE_KEYS`; without it `~/.config/korvale/keys` (on Windows
+    /// `korvale\keys` in the roaming application data) if that exists, otherwise an empty path.
     static std::filesystem::path GetDefaultFolder();
 
     /// Reads `key`.
@@ -55,8 +56,8 @@ public:
     /// `XEncryption::kKeySize` bytes.
     const char* GetKey() const { return itsKey; }
 
-    /// Reads the certificates for TLS connections (XTLSEndpointImp) of one that has the first role with peers that have
-    /// the second. 3121 to 3127 are for the connections.
+    /// Reads the certificates for TLS connections (XTLSEndpointImp) between `inOwnRole` and peers with
+    /// `inPeerRole`. Errors 3121 to 3127 are thrown by the connections.
     std::shared_ptr<const WTLSContext> MakeTLSContext( XRole inOwnRole, XRole inPeerRole ) const;
 
 private:

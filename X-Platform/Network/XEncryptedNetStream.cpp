@@ -26,7 +26,7 @@ XEncryptedNetStream::XEncryptedNetStream(
     std::copy_n( key, XEncryption::kKeySize, itsKey );
 }
 
-/// What is left then, because it could not be enciphered, the base's destructor would send as it is.
+/// Discards bytes that could not be encrypted; the base's destructor would send them unencrypted.
 XEncryptedNetStream::~XEncryptedNetStream()
 {
     FlushQuietly();

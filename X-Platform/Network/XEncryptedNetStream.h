@@ -3,14 +3,15 @@
 #include "Network/XEncryption.h"
 #include "Network/XNetStream.h"
 
-/// A network stream that enciphers what it sends and deciphers what it receives. Both ends use the same algorithm, key and
-/// byte order; the cipher text carries no check, so a wrong key gives wrong bytes, not an error.
+/// A network stream that encrypts sent and decrypts received bytes. Both ends must use the same algorithm,
+/// key and byte order; there is no integrity check, so a wrong key results in wrong bytes, not in an error.
 ///
-/// TEA sends each call of a primitive, filled up with zeros to a multiple of 8 bytes, by itself, and has no buffer: each
-/// read has to match a write of the same size on the other side. The cipher's words are words in the stream's byte order.
+/// TEA sends each call of a primitive separately, padded with zeros to a multiple of 8 bytes, and uses no
+/// buffer: each read must match a write of the same size on the other side. The cipher's words are in the
+/// stream's byte order.
 ///
-/// RC4 keeps a key stream for each direction, both from the same key. A peek takes the bytes from the connection while
-/// the key stream stays: nothing sensible can be read afterwards.
+/// RC4 has a key stream for each direction, both from the same key. A peek removes the bytes from the
+/// connection without advancing the key stream: later reads return garbage.
 class KORVALE_API XEncryptedNetStream : public XNetStream
 {
 public:
@@ -21,8 +22,8 @@ public:
         kAlgorithmRC4 = 2,
     };
 
-    /// The key is 16 bytes, which are copied. TEA with a buffer is an internal error, "bufferSize == 0"; an unknown
-    /// algorithm is error 1013.
+    /// The key is 16 bytes and is copied. TEA with a buffer is an internal error, "bufferSize == 0"; an
+    /// unknown algorithm is error 1013.
     XEncryptedNetStream(
         XNetEndpoint& inEndpoint, const char* key, XAlgorithm inAlgorithm, std::uint32_t inSendTimeoutMS,
         std::uint32_t inRecvTimeoutMS, USize64 bufferSize );
@@ -50,5 +51,5 @@ private:
     char itsKey[XEncryption::kKeySize];
     XEncryption::XRC4KeyState itsReceiveState;
     XEncryption::XRC4KeyState itsSendState;
-    std::unique_ptr<std::uint8_t[]> itsPiece; // of the bytes to be sent, made at the first one
+    std::unique_ptr<std::uint8_t[]> itsPiece; // of the bytes to be sent; allocated on first use
 };

@@ -3,21 +3,21 @@
 #include "Ground/XTypes.h"
 #include "WPlatform.h"
 
-/// The ciphers of network streams and a few encodings of bytes as letters. The ciphers keep deployments apart; they do
-/// not protect against an eavesdropper.
+/// The ciphers of network streams and some encodings of bytes as letters. The ciphers separate deployments;
+/// they do not protect against eavesdroppers.
 ///
-/// Keys are 16 bytes. Input and output are the same place, or do not overlap; neither need be aligned.
-/// Threads: any thread; a key state belongs to one thread at a time.
+/// Keys are 16 bytes. Input and output are identical or do not overlap; they need not be aligned.
+/// Threads: any thread; a key state is used by one thread at a time.
 class KORVALE_API XEncryption
 {
 public:
     static constexpr USize kKeySize = 16;
 
-    /// How far the key stream of one direction has come. Copied as plain bytes.
+    /// The position in the key stream of one direction. Can be copied as plain bytes.
     class KORVALE_API XRC4KeyState
     {
     public:
-        /// At the beginning of the key stream.
+        /// Starts at the beginning of the key stream.
         explicit XRC4KeyState( const char* key );
 
     private:
@@ -30,25 +30,26 @@ public:
 
     XEncryption() = delete;
 
-    /// Tiny Encryption Algorithm, 32 rounds, each block of 8 bytes by itself: two words as they lie in memory. The key's
-    /// words are big-endian. A length that is no multiple of 8 is an internal error, "length % 8 == 0".
+    /// Tiny Encryption Algorithm, 32 rounds, on independent blocks of 8 bytes: two words in the machine's
+    /// byte order. The key's words are big-endian. A length that is not a multiple of 8 is an internal error,
+    /// "length % 8 == 0".
     static void EncryptTEA( const void* in, void* out, USize length, const char* key );
     static void DecryptTEA( const void* in, void* out, USize length, const char* key );
 
-    /// RC4, which is its own inverse. Goes on with `state` and advances it; without one it begins at the beginning of the
-    /// key's stream. With a state the key is not looked at.
+    /// RC4; encryption and decryption are identical. Continues from `state` and advances it, ignoring the
+    /// key; without a state starts at the beginning of the key stream.
     static void EncryptRC4( const void* in, void* out, USize length, const char* key, XRC4KeyState* state );
     static void DecryptRC4( const void* in, void* out, USize length, const char* key, XRC4KeyState* state );
 
-    /// `n` rounded up.
+    /// `n` rounded up to a multiple of 8.
     static constexpr USize GetMultipleOf8( USize n ) { return ( n + 7 ) / 8 * 8; }
 
-    /// Writes two letters for each of `n` bytes: 'A' plus the low half, 'A' plus the high half. No NUL.
+    /// Writes two letters for each of `n` bytes: 'A' plus the low half, then 'A' plus the high half. No NUL.
     static void AsciiEncode( const void* in, char* out, USize n );
 
-    /// The inverse, for `n` bytes of output.
+    /// Decodes `n` bytes of output.
     static void AsciiDecode( const char* in, void* out, USize n );
 
-    /// A letter from 'A' to 'K' that depends on the bytes and their places; 'A' for none.
+    /// A letter from 'A' to 'K' that depends on the bytes and their positions; 'A' if there are none.
     static char CheckSum( const void* in, USize n );
 };

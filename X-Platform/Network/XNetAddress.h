@@ -5,21 +5,22 @@
 
 struct sockaddr_in;
 
-/// An IPv4 address with a port, known by its number, by a host name, or by both. What is missing is looked up when it is
-/// asked for, once.
+/// An IPv4 address with a port, defined by IP address, by host name, or by both. A missing part is looked up
+/// once, on demand.
 ///
-/// IP addresses are in the machine's byte order: 127.0.0.1 is 0x7F000001; 0 means that it is not known yet. Look-ups ask
-/// the system, which may ask servers and take seconds; nothing ends them early.
+/// IP addresses are in the machine's byte order: 127.0.0.1 is 0x7F000001; 0 means not known yet. Look-ups use
+/// the system, which may query servers and take seconds; they cannot be interrupted.
 ///
-/// Threads: one thread at a time, queries and comparisons included, because they may look up and keep the answer.
-/// Errors: WLastErrorException with the system's code: 11001 for a host that does not exist, 11002 where no server answers;
-/// 2701 and 3100 where the system itself has run out of time or has been interrupted. Reading throws 1005, 1015, 1260.
+/// Threads: one thread at a time, including queries and comparisons, because they may look up and store the
+/// answer.
+/// Errors: WLastErrorException with the system's code: 11001 for an unknown host, 11002 if no server answers;
+/// 2701 and 3100 if the system itself times out or is interrupted. Reading throws 1005, 1015, 1260.
 class KORVALE_API XNetAddress : public XStorable
 {
 public:
     XNetAddress() = default;
     XNetAddress( std::uint32_t inIPAddress, std::int32_t inPort );
-    /// The address is looked up on first demand.
+    /// The IP address is looked up on demand.
     XNetAddress( const XString& inHostName, std::int32_t inPort );
     XNetAddress( const XNetAddress& ) = default;
     XNetAddress& operator=( const XNetAddress& ) = default;
@@ -28,19 +29,19 @@ public:
     /// 127.0.0.1, without a name.
     static XNetAddress GetLoopBackAddress( std::int32_t inPort );
 
-    /// This machine; see `SetToLocalAddress`.
+    /// The address of this machine; see `SetToLocalAddress`.
     static XNetAddress GetLocalAddress( std::int32_t inPort );
 
-    /// The name of this machine; empty if the system does not tell it.
+    /// The name of this machine; empty if not available.
     static XString GetLocalHostName();
 
     // ---- Queries
 
-    /// With `lookup` the host name is looked up where the address is not known. 0 when that fails.
+    /// With `lookup`, looks up the host name if the IP address is not known. 0 if that fails.
     std::uint32_t GetIPAddress( bool lookup ) const;
 
-    /// With `lookup` the name of an address that has none is asked for, once: an address that has no name is not asked
-    /// for again. May be empty. Valid until the address is changed.
+    /// With `lookup`, looks up the name of an IP address without one; this is done once, even if the address
+    /// has no name. May be empty. Valid until the address is changed.
     const XString& GetHostName( bool lookup ) const;
 
     /// The IP address in dotted form: "10.0.0.5".
@@ -51,40 +52,40 @@ public:
 
     std::int32_t GetPort() const { return itsPort; }
 
-    /// The addresses of this machine's adapters; for addresses from `SetToLocalAddress` only.
+    /// The IP addresses of this machine's adapters; only for addresses from `SetToLocalAddress`.
     const XVector<std::uint32_t>& GetLocalIPNetAdapters() const { return itsLocalIPNetAdapters; }
 
-    /// The system's form, with the IP address as `GetIPAddress( true )` gives it. A port that does not exist is error
-    /// 1013.
+    /// The system's form, with the IP address of `GetIPAddress( true )`. An invalid port is error 1013.
     void GetSockAddress( sockaddr_in& outAddress ) const;
 
     // ---- Changes
 
     void SetPort( std::int32_t inPort ) { itsPort = inPort; }
-    /// The IP address stays.
+    /// Keeps the IP address.
     void SetHostName( const XString& inHostName );
-    /// The host name stays.
+    /// Keeps the host name.
     void SetIPAddress( std::uint32_t inIPAddress ) { itsIPAddress = inIPAddress; }
     void SetFromSockAddress( const sockaddr_in& inAddress );
 
-    /// Becomes this machine's own address: its host name, all its IPv4 addresses as adapters, and the first of them; no
-    /// address at all if the name cannot be looked up. The port stays.
+    /// Sets the address of this machine: its host name, all its IPv4 addresses as adapters, and the first of
+    /// them as IP address, or none if the name cannot be looked up. Keeps the port.
     void SetToLocalAddress();
 
-    /// Looks the host name up and takes the first address and the canonical name of the answer. Throws when there is none.
+    /// Looks up the host name and stores the first IP address and the canonical name of the answer. Throws if
+    /// there is none.
     void LookupIPAddress();
 
-    /// Asks for the name of the IP address, which is looked up first where it is not known. A host without a name keeps
-    /// the present one.
+    /// Looks up the name of the IP address, which is itself looked up first if it is not known. A host
+    /// without a name keeps the current one.
     void LookupHostNameFromAddress();
 
-    // ---- Comparison, by the IP addresses, with look-up; by the names, whatever their case, where both are unknown. The
-    // port takes no part.
+    // ---- Comparison by IP address, with look-up; by name, ignoring case, if both are unknown. The port is
+    // ignored.
 
     bool operator==( const XNetAddress& inOther ) const;
     bool operator!=( const XNetAddress& inOther ) const { return !( *this == inOther ); }
 
-    /// Addresses have no order: both are always false.
+    /// Addresses have no order: both functions always return false.
     bool operator<( const XNetAddress& inOther ) const;
     bool operator>( const XNetAddress& inOther ) const;
 
@@ -98,7 +99,7 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    /// The fields alone, without the class version.
+    /// The fields only, without the class version.
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 
@@ -106,10 +107,10 @@ private:
     void AskForIPAddress() const;
     void AskForHostName() const;
 
-    // Look-ups fill in what is missing, in queries too.
+    // Queries fill in missing parts by look-up.
     mutable std::uint32_t itsIPAddress = 0;
     mutable XString itsHostName;
-    mutable bool itsIsNameResolved = false; // given, or asked for already
+    mutable bool itsIsNameResolved = false; // the name was given or has been looked up
     XVector<std::uint32_t> itsLocalIPNetAdapters;
     std::int32_t itsPort = 0;
 };

@@ -161,7 +161,7 @@ void XNetEndpoint::ReceiveData( void* buffer, std::uint32_t length, std::uint32_
     }
 }
 
-/// What has arrived by the end of the time still counts, but not what a peer goes on sending.
+/// Bytes that have arrived by the time-out still count, but not those that the peer sends later.
 XString XNetEndpoint::ReceiveLine( const XString& inTerminator, std::uint32_t inTimeoutMS )
 {
     if ( inTerminator.IsEmpty() )

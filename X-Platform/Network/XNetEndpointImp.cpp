@@ -40,7 +40,7 @@ void XNetEndpointImp::SetRemotePlace( const XPlace& inPlace )
     itsRemotePlace = inPlace;
 }
 
-/// Looks up without the mutex: what the place is then, it may not be any more when that is done.
+/// Looks up without the mutex; the place may have changed when the look-up ends.
 XNetAddress XNetEndpointImp::Resolve( XPlace& ioPlace )
 {
     XPlace place;

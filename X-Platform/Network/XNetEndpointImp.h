@@ -5,9 +5,10 @@
 
 #include <atomic>
 
-/// What an XNetEndpoint does its work with: the kind of connection. The operations and their errors are those of
-/// XNetEndpoint, which calls `Connect`, `Bind`, `Disconnect` and `SendData` one at a time.
-/// Threads: every operation may be called from any thread while others run, those that end the connection above all.
+/// The implementation of an XNetEndpoint for one kind of connection. The operations and their errors are
+/// those of XNetEndpoint, which calls `Connect`, `Bind`, `Disconnect` and `SendData` one at a time.
+/// Threads: every operation may be called from any thread while others run, in particular those that end the
+/// connection.
 class KORVALE_API XNetEndpointImp
 {
 public:
@@ -33,8 +34,8 @@ public:
     virtual std::uint64_t GetAvgBytesReadPerSec() = 0;
     virtual std::uint64_t GetAvgBytesWrittenPerSec() = 0;
 
-    /// Waits until more than `inCount` bytes can be received, or for a while where the connection cannot tell. 3100 when
-    /// no more will come.
+    /// Waits until more than `inCount` bytes can be received, or for a short time if the connection cannot
+    /// wait for that. Throws 3100 if no more bytes will arrive.
     virtual void WaitForMoreData( std::uint32_t inCount, std::uint32_t inTimeoutMS );
 
     XNetEndpoint::XState GetState() const { return itsState; }
@@ -45,8 +46,8 @@ public:
 protected:
     XNetEndpointImp() = default;
 
-    /// An address with its port, or this machine's own address with that port, which is looked up when it is first asked
-    /// for: looking it up may take long.
+    /// An address with its port; or this machine's own address with that port, which is looked up on first
+    /// use because that may take long.
     struct XPlace
     {
         XNetAddress address;

@@ -70,7 +70,7 @@ void XNetStream::SendBytes( const void* inBytes, USize64 inCount )
 
 // ---- Receiving
 
-/// What was written has been sent by the base by now.
+/// The base has already sent the written bytes.
 void XNetStream::FillBuffer( SSize64, void* buffer, USize64 count )
 {
     ReceiveBytes( buffer, count );
@@ -121,7 +121,7 @@ void XNetStream::PutBack( const void* inBytes, USize64 inCount )
     itsAhead->PutBack( static_cast<const std::uint8_t*>( inBytes ), inCount );
 }
 
-/// Receives what is there, `inMost` bytes at most, behind those that were received ahead before.
+/// Receives the available bytes, at most `inMost`, and appends them to those received ahead.
 void XNetStream::ReceiveAhead( USize64 inMost )
 {
     std::uint8_t* const room = itsAhead->MakeRoom( inMost );

@@ -5,27 +5,28 @@
 
 class XByteQueue;
 
-/// A stream over the connection of an endpoint. Written bytes are sent when the buffer is full, by `Flush`, and before
-/// anything is read; reading waits for what is asked for. Without a buffer each call of a primitive is one transfer.
+/// A stream over the connection of an endpoint. Written bytes are sent when the buffer is full, by `Flush`,
+/// and before each read; a read waits for all its bytes. Without a buffer each call of a primitive is one
+/// transfer.
 ///
-/// With a buffer, small reads receive what has arrived beyond them too, up to the buffer's size: then the connection is
-/// to be read by the stream alone.
+/// With a buffer, a small read also receives further bytes that have arrived, up to the size of the buffer;
+/// only the stream may then read from the connection.
 ///
-/// Reading is all or nothing: bytes that arrived before a read failed, because its time was over for instance, come with
-/// the next one. After a failed transfer the peer may have got a part of what was written, so that nothing can follow:
-/// the stream refuses to send any more (3100).
+/// A read that fails, for instance on a time-out, consumes nothing: bytes that had arrived are returned by
+/// the next read. After a failed send the peer may have received some of the bytes, so nothing can follow:
+/// the stream rejects further sends with 3100.
 ///
-/// The extent is unknown and there are no other positions: seeking anywhere but here, and setting the extent, is error
-/// 1013. Bytes are in the platform's order at first.
+/// The extent is unknown, and the position cannot be changed: seeking elsewhere and setting the extent are
+/// error 1013. The initial byte order is the platform's.
 ///
-/// Ownership: the endpoint belongs to the caller and outlives the stream. Several streams may send on one endpoint, but
-/// the bytes that one has received are its own.
+/// Ownership: the endpoint belongs to the caller and must outlive the stream. Several streams may send on one
+/// endpoint, but bytes received by one stream are not available to the others.
 /// Threads: one at a time. Other threads may end the endpoint's connection.
 /// Errors: those of XNetEndpoint and XStream.
 class KORVALE_API XNetStream : public XStream
 {
 public:
-    /// Time-outs as in XNetEndpoint.
+    /// Time-outs are those of XNetEndpoint.
     XNetStream(
         XNetEndpoint& inEndpoint, std::uint32_t inSendTimeoutMS, std::uint32_t inRecvTimeoutMS,
         USize64 inBufferSize );
@@ -50,14 +51,14 @@ protected:
     SSize64 GetExtentSelf() override;
     void SetExtentSelf( SSize64 inExtent ) override;
 
-    // ---- The connection's bytes as they are, for streams that change them on the way
+    // ---- Direct access to the connection's bytes, for derived streams that transform them
 
     void SendBytes( const void* inBytes, USize64 inCount );
     void ReceiveBytes( void* outBytes, USize64 inCount );
     void PeekBytes( void* outBytes, USize64 inCount );
-    /// Sends nothing from now on (3100).
+    /// Makes all further sends fail (3100).
     void RefuseToSend() { itsHasFailedToSend = true; }
-    /// Lets bytes that were received come again.
+    /// Returns received bytes to the stream; the next read gets them first.
     void PutBack( const void* inBytes, USize64 inCount );
 
 private:
@@ -68,7 +69,7 @@ private:
     XNetEndpoint& itsEndpoint;
     std::uint32_t itsSendTimeoutMS;
     std::uint32_t itsRecvTimeoutMS;
-    const USize64 itsMostAhead; // bytes that are received beyond those asked for
+    const USize64 itsMostAhead; // maximum number of bytes received beyond those requested
     std::unique_ptr<XByteQueue> itsAhead;
     bool itsHasFailedToSend = false;
 };

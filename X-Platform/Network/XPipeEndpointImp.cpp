@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Names the pipe that could not be had.
+/// Names the pipe that could not be opened.
 class PipeException : public WLastErrorException
 {
 public:
@@ -55,7 +55,7 @@ XNetEndpoint XPipeEndpointImp::BindTo( const XString& inName, std::uint32_t inBa
     return endpoint;
 }
 
-/// Begins with a new pipe; what that throws ends the use of it.
+/// Starts to use a new pipe; exceptions end its use.
 template<class TBegin>
 void XPipeEndpointImp::BeginUse( TBegin inBegin )
 {

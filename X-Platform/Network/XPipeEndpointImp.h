@@ -3,25 +3,26 @@
 #include "Network/XConnectionEndpointImp.h"
 #include "Sockets/WPipe.h"
 
-/// An endpoint over a pipe with a name, for processes of one user on this machine (WPipe). Streams and their ciphers work
-/// over it as over TCP.
+/// An endpoint over a named pipe, for processes of one user on this machine (WPipe). Streams and their
+/// ciphers work over it as over TCP.
 ///
-/// Addresses and ports count for nothing: the name is that of the object, both ends have the loop-back address with port
-/// 0, and there is no keep-alive, since the system always tells when a peer ends.
+/// Addresses and ports are ignored: the object has the name, both ends have the loop-back address with port
+/// 0, and there is no keep-alive, since the system always reports the end of a peer.
 ///
-/// Errors: as XNetEndpoint; 3106 where nobody listens, or somebody else's process does. A name in use, or a folder that
-/// cannot be used, is a WLastErrorException that names the pipe.
+/// Errors: those of XNetEndpoint; 3106 if nobody listens or another user's process does. A name in use and a
+/// folder that cannot be used are WLastErrorExceptions that name the pipe.
 class KORVALE_API XPipeEndpointImp : public XConnectionEndpointImp
 {
 public:
-    /// 1013 for a name that is not 1 to 64 letters, digits, '.', '_' and '-', or begins with '.'.
+    /// Throws 1013 unless the name has 1 to 64 letters, digits, '.', '_' and '-', and does not begin with
+    /// '.'.
     explicit XPipeEndpointImp( const XString& inName );
     ~XPipeEndpointImp() override;
 
-    /// An endpoint that is connected to the pipe.
+    /// Returns an endpoint connected to the pipe.
     static XNetEndpoint ConnectTo( const XString& inName, std::uint32_t inTimeoutMS );
 
-    /// An endpoint that listens.
+    /// Returns a listening endpoint.
     static XNetEndpoint BindTo( const XString& inName, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
 
     void Connect( const XNetAddress& inAddress, std::uint32_t inTimeoutMS ) override;

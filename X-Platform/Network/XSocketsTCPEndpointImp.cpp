@@ -20,7 +20,7 @@ std::uint16_t CheckedPort( std::int32_t inPort )
     return static_cast<std::uint16_t>( inPort );
 }
 
-/// Names the port that could not be had.
+/// Names the port that is in use.
 class PortInUseException : public WLastErrorException
 {
 public:

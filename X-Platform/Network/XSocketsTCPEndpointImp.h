@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// An endpoint over a TCP socket of the system.
+/// An endpoint over a TCP socket.
 class KORVALE_API XSocketsTCPEndpointImp : public XConnectionEndpointImp
 {
 public:
@@ -19,16 +19,16 @@ public:
     void SetKeepAliveTimeMS( std::uint32_t inTimeMS ) override;
 
 protected:
-    /// Something that waits on the socket until a deadline and can be repeated when that has passed.
+    /// An operation that waits on the socket until a deadline, and can be repeated after a time-out.
     using XWaiting = std::function<WConnection::Outcome( const WDeadline& )>;
-    /// Does it for as long as the operation may take, with the checkpoints and the progress that belong to it.
+    /// Repeats such an operation for as long as the time-out permits, with checkpoints and progress.
     using XWaiter = std::function<WConnection::Outcome( const XWaiting& )>;
 
     // ---- For a protocol on top of the socket
 
-    /// The socket has connected; the endpoint counts as connected when this returns.
+    /// Called when the socket has connected; the endpoint is connected when this returns.
     virtual WConnection::Outcome BeginConnection( const WConnectionPtr& inSocket, const XWaiter& inWaiter );
-    /// The implementation for an accepted connection.
+    /// Creates the implementation for an accepted connection.
     virtual std::unique_ptr<XSocketsTCPEndpointImp> MakeAccepted( const WConnectionPtr& inSocket );
 
 private:

@@ -121,7 +121,7 @@ std::uint32_t XTLSEndpointImp::CountWaiting( const WConnectionPtr& inConnection 
     return count;
 }
 
-/// What the conversation throws, but for the stop of a thread, is its end.
+/// Any exception of the conversation, except the stop of a thread, ends it.
 template<class TOperation>
 WConnection::Outcome XTLSEndpointImp::Converse( const WConnectionPtr& inConnection, TOperation inOperation )
 {

@@ -5,19 +5,21 @@
 class WTLSContext;
 class XTLSConversation;
 
-/// An endpoint over TCP that encrypts and authenticates with TLS 1.3: both sides show a certificate of the deployment
-/// (XDeploymentKeys). Streams work over it as over any endpoint; statistics count the bytes of the user.
+/// An endpoint over TCP that encrypts and authenticates with TLS 1.3: both sides present a certificate of the
+/// deployment (XDeploymentKeys). Streams work over it as over any endpoint; statistics count the user's
+/// bytes.
 ///
-/// `Connect` returns when both sides have accepted each other's certificates, all within its time. A connection that was
-/// accepted makes the handshake with its first transfer, in the time of that, so that a slow stranger keeps nobody from
-/// accepting others.
+/// `Connect` returns when both sides have accepted each other's certificates, all within its time-out. An
+/// accepted connection performs the handshake in its first transfer, within the time-out of that, so that a
+/// slow peer does not delay accepting others.
 ///
-/// Where the time of a send is over, bytes of it may still go out with the next one.
+/// After a time-out of a send, its remaining bytes may still be sent with the next one.
 ///
-/// Errors, beside those of XNetEndpoint; each ends the connection: 3121 when the peer does not follow the protocol, 3122
-/// when it offers less than TLS 1.3, 3123 when it shows no certificate, 3124 when that is of another authority, 3125 when
-/// it is for another role, 3126 when it is not valid at this time, 3127 when the peer has rejected the certificate of this
-/// side. An end of the connection that the peer has not announced is an end like others (3100).
+/// Errors, besides those of XNetEndpoint; each ends the connection: 3121 if the peer violates the protocol,
+/// 3122 if it offers less than TLS 1.3, 3123 if it presents no certificate, 3124 if its certificate is from
+/// another authority, 3125 if it is for another role, 3126 if it is not valid at this time, 3127 if the peer
+/// has rejected the certificate of this side. A connection that ends without a TLS close is an ordinary end
+/// (3100).
 class KORVALE_API XTLSEndpointImp : public XSocketsTCPEndpointImp
 {
 public:

@@ -3,7 +3,7 @@
 #include "Ground/XTypes.h"
 #include "Threads/XMutex.h"
 
-/// How much one direction of a connection has moved, and how fast it was lately.
+/// The number of bytes transferred in one direction of a connection, and the recent rate.
 /// Threads: any thread.
 class KORVALE_API XTransferStatistics
 {
@@ -12,12 +12,12 @@ public:
 
     void Reset();
 
-    /// Enters a transfer. The rate of one that took no measurable time is not known and does not count.
+    /// Records a transfer. A transfer of no measurable duration does not count for the rate.
     void Add( std::uint64_t inBytes, std::int64_t inMicroseconds );
 
     std::uint64_t GetTotalBytes() const;
 
-    /// The mean of the rates of the last transfers, `kMostSamples` at most; 0 without any.
+    /// The mean rate of the last transfers, at most `kMostSamples`; 0 before the first.
     std::uint64_t GetAverageBytesPerSecond() const;
 
 private:
@@ -26,7 +26,7 @@ private:
     mutable XMutex itsMutex;
     // Guarded by itsMutex:
     std::uint64_t itsTotalBytes = 0;
-    std::uint64_t itsRates[kMostSamples] = {}; // a ring
+    std::uint64_t itsRates[kMostSamples] = {}; // ring buffer
     USize itsSamples = 0;
     USize itsNextSample = 0;
 };

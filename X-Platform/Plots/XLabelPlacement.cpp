@@ -42,7 +42,7 @@ private:
             inOther.top < inOne.bottom;
     }
 
-    /// No place that is asked for lies at less than 0.
+    /// All requested positions are at least 0.
     template<class Action>
     static void ForEachSquare( const XLabelBox& inBox, Action inAction )
     {

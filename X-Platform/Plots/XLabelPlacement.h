@@ -26,8 +26,8 @@ struct XObjectLabel
     double height;
 };
 
-/// Places labels so that none overlaps another or leaves a picture of that size. Returns the centre of each label, or no
-/// value where there is no room. A label that fits into its object is placed at or near the object's centre, others
-/// beside the object. Larger objects go first.
+/// Places labels so that none overlaps another or leaves a picture of the given size. Returns the centre of
+/// each label, or no value if there is no room. A label that fits into its object is placed at or near the
+/// object's centre, others beside the object. Larger objects are placed first.
 KORVALE_IMAGING_API std::vector<std::optional<WPoint>>
 XPlaceLabels( const std::vector<XObjectLabel>& inNumbers, double inWidth, double inHeight );

@@ -41,7 +41,7 @@ public:
     {
     }
 
-    /// Below all lines lies something dark, so that they can be seen on bright ground too.
+    /// Draws a dark line below each line, so that contours are visible on bright ground too.
     void DrawContours( const XOverlayObjects& inObjects )
     {
         const auto contours = XTraceContours( inObjects.found );

@@ -5,6 +5,6 @@
 
 #include <string>
 
-/// Draws the contours and numbers of the objects over the picture of their page. A small picture is enlarged first. Where
-/// numbers would overlap, those of smaller objects are left out. Returns the bytes of a PNG file.
+/// Draws the contours and numbers of the objects over the picture of their page, and returns the bytes of a
+/// PNG file. Small pictures are enlarged. If numbers would overlap, those of smaller objects are omitted.
 KORVALE_IMAGING_API std::string XDrawOverlay( const XOverlaySketch& inSketch );

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Objects that are drawn in one colour and numbered consecutively from `firstNumber`.
+/// Objects drawn in one colour and numbered consecutively from `firstNumber`.
 struct XOverlayObjects
 {
     XLabelledObjects found;
@@ -15,7 +15,7 @@ struct XOverlayObjects
     std::uint64_t firstNumber = 1;
 };
 
-/// All that is needed of a page to draw its overlay.
+/// The data of a page that its overlay needs.
 struct KORVALE_IMAGING_API XOverlaySketch
 {
     WGreyPicture picture;
@@ -26,7 +26,8 @@ struct KORVALE_IMAGING_API XOverlaySketch
     void SetNumbers( std::uint64_t inFirst );
 };
 
-/// A greyscale picture of the page, reduced when it is very large, with its objects and, in a second colour, their child
-/// objects. It shows the channel of the objects and, within them, that of the child objects, with separate contrast.
+/// Makes a greyscale picture of the page, reduced if it is very large, with its objects and, in a second
+/// colour, their child objects. It shows the channel of the objects and, inside them, that of the child
+/// objects, with separate contrast.
 KORVALE_IMAGING_API XOverlaySketch
 XSketchOverlay( const WImagePage& inPage, const XMeasureSettings& inSettings, XPageObjects inObjects );

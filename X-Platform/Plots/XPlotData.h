@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// The largest number of groups with a colour of their own; all others share one.
+/// The largest number of groups with individual colours; all others share one.
 constexpr std::size_t kMostPlotGroups = 7;
 
 /// A column to plot along an axis.
@@ -31,11 +31,11 @@ struct XPlotData
     std::vector<std::vector<double>> numbers; ///< For each column the numbers of all rows.
     std::vector<std::uint32_t> groupOfRow;
     std::vector<XPlotGroup> groups; ///< At least one, unless there are no rows.
-    std::uint64_t leftOut = 0;      ///< Rows that lack a number that can be drawn.
+    std::uint64_t leftOut = 0;      ///< Rows without a number that can be drawn.
 };
 
-/// Reads that many rows of columns of one table. Without `inGroups` all are in one group without a name; with it, those
-/// of equal text in that column are, in the order of the column's values: missing ones and NaN first. Of more than
-/// kMostPlotGroups groups the largest stay.
+/// Reads the first `inRowCount` rows of columns of one table. With `inGroups`, rows are grouped by their text
+/// in that column, in the order of the column's values, missing values and NaN first; of more than
+/// kMostPlotGroups groups, the largest have their own. Without it, all rows are in one group without a name.
 KORVALE_IMAGING_API XPlotData XReadPlotData(
     std::uint32_t inRowCount, const std::vector<XPlotColumn>& inColumns, const XPivotColumn* inGroups );

@@ -14,12 +14,12 @@ struct XPlotSettings
     double width = 0;
     double height = 0;
     std::string title;
-    std::optional<std::string> groupTitle; ///< Of the column that gave the groups, if there are any.
+    std::optional<std::string> groupTitle; ///< Of the column that defines the groups, if any.
     bool isLogarithmicX = false;
     bool isLogarithmicY = false;
     std::optional<std::uint32_t> bins;
 };
 
-/// The parts of a description that all plots of the data share: title, number of rows and legend.
+/// The parts of a description common to all plots of the data: title, number of rows and legend.
 KORVALE_IMAGING_API XPlotDescription
 XDescribePlot( const XPlotData& inData, const XPlotSettings& inSettings );

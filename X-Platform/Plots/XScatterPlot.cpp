@@ -30,7 +30,8 @@ struct PointStyle
     }
 };
 
-/// Many points gather in cells that are half as wide as they, so that there are no more discs than the plot has room for.
+/// Combines points in cells half as wide as a disc, so that there are no more discs than the plot has room
+/// for.
 class DiscGatherer
 {
 public:

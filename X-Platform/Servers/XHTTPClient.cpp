@@ -47,7 +47,7 @@ bool IsSecure( std::string_view inURL )
     return HasScheme( inURL, kSecure );
 }
 
-/// Scheme, host and port: what is before the path.
+/// Scheme, host and port: the part before the path.
 std::string_view GetOrigin( std::string_view inURL )
 {
     const std::size_t host = IsSecure( inURL ) ? kSecure.size() : kPlain.size();
@@ -84,7 +84,7 @@ std::string WithoutDots( std::string_view inPath )
     return path;
 }
 
-/// The URL that a location stands for in the reply of another one.
+/// Resolves the location in a reply relative to the requested URL.
 std::string Resolve( const std::string& inBase, std::string_view inLocation )
 {
     const std::string_view location = inLocation.substr( 0, inLocation.find( '#' ) );
@@ -168,7 +168,8 @@ public:
             throw TransferException( kErrorConnectionTimedOut, itsURL, {} );
     }
 
-    /// 3100 where less has come than was announced, 3052 where nobody can know what was: not every library tells.
+    /// Throws 3100 if less has arrived than was announced, 3052 if the fields announce different lengths: not
+    /// every library checks this.
     XReply& GetReply()
     {
         const bool hasBody = itsReply.status != 204 && itsReply.status != 304;
@@ -282,7 +283,7 @@ private:
         return std::move( receiver.GetReply() );
     }
 
-    /// What belongs to one server is not told to another.
+    /// Fields that belong to one server are not sent to another.
     void Follow( std::string& ioURL, const std::string& inNext )
     {
         if ( IsSecure( ioURL ) && !IsSecure( inNext ) )

@@ -5,20 +5,20 @@
 
 #include <map>
 
-/// A request that an HTTP server has received. Texts are UTF-8 where the client has kept to it.
+/// A request received by an HTTP server. Texts are UTF-8 if the client has sent UTF-8.
 class KORVALE_API XHTTPRequest
 {
 public:
     /// In capitals: "GET".
     const std::string& GetMethod() const { return itsMethod; }
 
-    /// The path, decoded. It begins with '/' and has no part that is "." or "..".
+    /// The decoded path. It begins with '/' and has no part "." or "..".
     const std::string& GetPath() const { return itsPath; }
 
-    /// What follows the '?', as it was sent.
+    /// The text after the '?', not decoded.
     const std::string& GetQuery() const { return itsQuery; }
 
-    /// The decoded values of the query by their names, of several the last one.
+    /// The decoded parameters of the query by name; for a repeated name, the last value.
     std::map<std::string, std::string> GetParameters() const;
 
     const XHTTPHeaders& GetHeaders() const { return itsHeaders; }
@@ -26,7 +26,7 @@ public:
 
     const std::string& GetBody() const { return itsBody; }
 
-    /// 10 or 11.
+    /// 10 for HTTP/1.0, 11 for HTTP/1.1.
     int GetVersion() const { return itsVersion; }
 
     const XNetAddress& GetPeer() const { return itsPeer; }

@@ -6,36 +6,39 @@
 
 class XHTTPSite;
 
-/// Serves HTTP/1.1 and 1.0 on a port: GET and HEAD, POST, connections that stay for the next request, bodies in chunks, and
-/// folders of files with ranges and conditional requests. A thread serves each connection.
+/// Serves HTTP/1.1 and 1.0 on a port: GET, HEAD and POST, persistent connections, chunked bodies, and folders
+/// of files with ranges and conditional requests. Each connection has a thread.
 ///
 ///     XHTTPServer server( "status" );
 ///     server.HandleGet( "/status", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "idle" ); } );
 ///     server.ServeFolder( "/files/", folder );
 ///     server.Start( 8080 );
 ///
-/// A request that is malformed, or that two readers could read in two ways, is refused with 400 and the end of the
-/// connection; 408 is for one that comes too slowly, 413 for a body that is too large, 431 for a header that is.
+/// A malformed or ambiguous request is rejected with 400 and ends the connection; so do 408 for a request
+/// that takes too long, 413 for a body and 431 for a header that is too large, and 505 for a version of HTTP
+/// other than 1.0 and 1.1.
 ///
-/// Who may connect may ask for everything: the server has no notion of users and no encryption.
+/// There are no users and no encryption: every client that can connect can request everything.
 ///
-/// Threads: handlers and folders are named before the start; handlers are called on the threads of the connections,
-/// several at a time. `Start` and `Stop` one at a time; the rest from any thread.
+/// Threads: register handlers and folders before the start. Handlers are called on the threads of the
+/// connections, several at a time. `Start` and `Stop` one at a time; the rest from any thread.
 class KORVALE_API XHTTPServer
 {
 public:
-    /// What it throws is answered with 500, and logged.
+    /// If it throws, the response is 500 and the exception is logged.
     using XHandler = std::function<XHTTPResponse( const XHTTPRequest& )>;
 
     struct XLimits
     {
         USize64 headerBytes = 16 * 1024;
         USize64 bodyBytes = 8 * 1024 * 1024;
-        std::uint32_t requestMS = 10'000; ///< for a header; and for a body, beyond what its length allows
-        std::uint32_t leastBytesPerSecond = 4096; ///< of a body
+        /// for a header; for a body, in addition to the time for its length
+        std::uint32_t requestMS = 10'000;
+        std::uint32_t leastBytesPerSecond = 4096; ///< minimum rate of a body
         std::uint32_t idleMS = 60'000;            ///< between requests
-        std::uint32_t sendMS = 30'000;            ///< for the client to take the next bytes
-        std::uint32_t mostConnections = 512;      ///< the first request of one more is answered with 503
+        std::uint32_t sendMS = 30'000;            ///< for the client to accept the next bytes
+        /// beyond this number, a first request is answered with 503
+        std::uint32_t mostConnections = 512;
     };
 
     explicit XHTTPServer( const XString& inName );
@@ -43,29 +46,29 @@ public:
     XHTTPServer( const XHTTPServer& ) = delete;
     XHTTPServer& operator=( const XHTTPServer& ) = delete;
 
-    /// Stops.
+    /// Stops the server.
     ~XHTTPServer();
 
-    /// Has GET requests for the path answered by the handler, and HEAD requests, whose answer is the same without its
-    /// body. A path that ends with '/' stands for all that begin with it; of several, the longest counts. 1013 for a path
-    /// that does not begin with '/'.
+    /// Calls the handler for GET requests for the path, and for HEAD requests, which get the same response
+    /// without the body. A path that ends with '/' matches all paths that begin with it; the longest match is
+    /// used. 1013 for a path that does not begin with '/'.
     void HandleGet( const std::string& inPath, XHandler inHandler );
     void HandlePost( const std::string& inPath, XHandler inHandler );
 
-    /// Serves the regular files of a folder and of those in it, below a path that ends with '/' (1013). `index.html`
-    /// stands for its folder. Links that lead out of the folder are answered with 404, and so are names that some system
-    /// reads as something else than a name, on every system: those that begin or end with '.', end with a blank, or have
-    /// one of `\:*?"<>|`, a control character, or '~' and a digit in them.
+    /// Serves the regular files of a folder and its subfolders, below a path that must end with '/' (1013).
+    /// For a folder, serves its `index.html`. Links that lead out of the folder are answered with 404, and
+    /// so, on every system, are names that some systems interpret specially: those that begin or end with
+    /// '.', end with a blank, or contain one of `\:*?"<>|`, a control character, or '~' followed by a digit.
     void ServeFolder( const std::string& inPath, const std::filesystem::path& inFolder );
 
-    /// Listens on a port, 0 for any free one. Errors as in `XNetServer::Start`.
+    /// Starts listening on a port; 0 selects a free one. Errors as in `XNetServer::Start`.
     void Start( std::int32_t inPort );
 
-    /// Ends all connections and waits until their handlers have returned. Handlers that wait have to do so as XThread
-    /// waits do. Not to be called by a handler.
+    /// Ends all connections and waits until their handlers have returned. Handlers must use alertable waits
+    /// of XThread. Must not be called by a handler.
     void Stop();
 
-    /// The port that the server listens on; 0 when it does not run.
+    /// The port that the server listens on; 0 if it is not running.
     std::int32_t GetPort() const { return itsServer.GetPort(); }
 
     USize GetConnectionCount() const { return itsServer.GetResponderCount(); }

@@ -2,19 +2,19 @@
 
 #include "Servers/XServer.h"
 
-/// A server that listens on a pipe with a name, for processes of this user on this machine. Clients connect by
-/// `XPipeEndpointImp::ConnectTo`; the responders are those of a network server.
+/// A server that listens on a named pipe, for processes of this user on this machine. Clients connect with
+/// `XPipeEndpointImp::ConnectTo`; responders are the same as those of a network server.
 class KORVALE_API XNamedPipeServer : public XServer
 {
 public:
-    /// The name of the pipe is that of the server too. 1013 for one that is not valid (XPipeEndpointImp).
+    /// The name of the pipe is also that of the server. Throws 1013 for an invalid name (XPipeEndpointImp).
     explicit XNamedPipeServer( const XString& inPipeName );
     XNamedPipeServer( const XString& inPipeName, const XLimits& inLimits );
     ~XNamedPipeServer() override;
 
-    /// Listens and accepts from now on. A WLastErrorException that names the pipe: 10048 where somebody listens on it,
-    /// 1021 where its folder is not this user's alone. The system's last error when a thread cannot be started. A server
-    /// that runs is an internal error.
+    /// Starts listening and accepting. Throws a WLastErrorException that names the pipe: 10048 if it is
+    /// already in use, 1021 if other users have access to its folder; or the system's last error if a thread
+    /// cannot be started. An internal error if the server is running.
     void Start( std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
 
     XString GetPipeName() const { return itsPipeName; }

@@ -101,7 +101,7 @@ void XNetResponder::EndConnection()
         itsEndpoint->ForceDisconnect();
 }
 
-/// What strangers do is nothing to be told: the log would be theirs to fill.
+/// Errors of strangers are not logged: they could fill the log.
 void XNetResponder::LogError( const XException& inError ) const
 {
     const std::uint32_t number = inError.GetErrorNumber();

@@ -5,57 +5,58 @@
 
 #include <functional>
 
-/// Serves one connection on a thread of its own. Derive from it and implement `RespondSelf`; servers make the object,
-/// give it the connection and destroy it when it has ended.
+/// Serves one connection on its own thread. Derive a class and implement `RespondSelf`; servers create the
+/// object, pass it the connection and destroy it when it has ended.
 ///
-/// The connection has to prove itself: until `SetAuthenticated` is called, a server may end it for the sake of others.
+/// The connection must authenticate: until `SetAuthenticated` is called, a server may end it in favour of
+/// others.
 ///
-/// Ownership: whoever makes the object owns it, unless a server does. The destructor of the most derived class calls
-/// `StopResponding`, while the members exist that `RespondSelf` uses.
+/// Ownership: the creator owns the object; if a server created it, the server does. The destructor of the
+/// most derived class must call `StopResponding`, while the members that `RespondSelf` uses exist.
 /// Threads: every operation may be called from any thread.
-/// Errors: 3101 where the responder has no endpoint: it has been detached, or has none yet.
+/// Errors: 3101 if the responder has no endpoint: none yet, or it has been detached.
 class KORVALE_API XNetResponder : private XThread
 {
 public:
     ~XNetResponder() override;
 
-    /// Takes the connection and begins to serve it. Once per object. Throws the system's last error when no thread can be
-    /// started; then the connection is ended.
+    /// Takes the connection and starts to serve it. Once per object. If no thread can be started, throws the
+    /// system's last error and ends the connection.
     void StartResponding( const XNetEndpoint& inEndpoint );
 
-    /// Ends the connection and asks the thread to stop; the second waits until it has. On the thread itself that is
-    /// thrown as a stop.
+    /// End the connection and ask the thread to stop; StopResponding waits until it has ended. On the thread
+    /// itself, the stop is thrown.
     void AsyncStopResponding();
     void StopResponding();
 
     bool IsResponding() const { return IsThreadRunning() || IsThreadSuspended(); }
 
-    /// The connection; a copy shares it.
+    /// The connection; the copy shares it.
     XNetEndpoint GetEndpoint() const;
 
-    /// Gives the connection away: it does not end with the responder or its server any more, for which it does not exist
-    /// from now on.
+    /// Removes the connection from the responder and its server and returns it: it does not end with them any
+    /// more.
     XNetEndpoint DetachEndpoint();
 
-    /// The peer has shown that it may be here. Called by what serves the connection.
+    /// Marks the peer as authenticated. Called by the code that serves the connection.
     void SetAuthenticated();
     bool IsAuthenticated() const { return itsIsAuthenticated; }
 
 protected:
     explicit XNetResponder( const XString& inName );
 
-    /// Serves the connection; when this returns or throws, the connection is ended. 3100 and 3101 are the ordinary end;
-    /// other errors of an authenticated connection go to the session log.
+    /// Serves the connection, which ends when this returns or throws. 3100 and 3101 are the ordinary end;
+    /// other errors of an authenticated connection are written to the session log.
     virtual void RespondSelf() = 0;
 
 private:
     friend class XServerRun;
 
-    /// Called on the responder's thread, or on that which authenticates or detaches it.
+    /// Called on the responder's thread, or on the thread that authenticates or detaches it.
     struct XHooks
     {
-        std::function<void()> forget; // the connection is no stranger any more
-        std::function<void()> ended;  // the last that the thread does with the object
+        std::function<void()> forget; // the connection is not a stranger any more
+        std::function<void()> ended;  // the thread's last use of the object
     };
 
     std::int32_t RunThreadSelf() override;

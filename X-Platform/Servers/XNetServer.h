@@ -12,15 +12,15 @@ public:
     XNetServer( const XString& inName, const XLimits& inLimits );
     ~XNetServer() override;
 
-    /// Has connections use TLS from the next start on (XTLSEndpointImp). A connection makes the handshake as a stranger,
-    /// before its preamble is read, or in the first transfer of its responder.
+    /// Makes connections use TLS from the next start on (XTLSEndpointImp). The handshake takes place while
+    /// the connection is a stranger, before its preamble is read, or in the first transfer of its responder.
     void UseTLS( const std::shared_ptr<const WTLSContext>& inContext ) { itsTLSContext = inContext; }
 
-    /// Listens on a port, 0 for any free one, and accepts from now on. Errors as in `XNetEndpoint::Bind`, and the
-    /// system's last error when a thread cannot be started. A server that runs is an internal error.
+    /// Starts listening on a port and accepting; 0 selects a free port. Errors as in `XNetEndpoint::Bind`,
+    /// and the system's last error if a thread cannot be started. An internal error if the server is running.
     void Start( std::int32_t inPort, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
 
-    /// The port that the server listens on; 0 when it does not run.
+    /// The port that the server listens on; 0 if it is not running.
     std::int32_t GetPort() const;
 
 private:

@@ -3,7 +3,7 @@
 #include "Core/Strings/XString.h"
 #include "Core/Times/XTime.h"
 
-/// How much an entry of the session log matters.
+/// The severity of an entry of the session log.
 enum XSessionLogLevel : std::uint32_t
 {
     kLogInformation = 0,
@@ -11,14 +11,14 @@ enum XSessionLogLevel : std::uint32_t
     kLogError = 2
 };
 
-/// One entry of the session log. Made on the thread that it names.
+/// One entry of the session log. Its thread is the one that constructs it.
 struct KORVALE_API XSessionLogEntry
 {
     XSessionLogEntry( XSessionLogLevel inLevel, const XString& inText, std::uint32_t inErrorNumber = 0 );
 
-    /// The entry as it stands in the file, in the ANSI code page: time in UTC, level, thread, error number
-    /// ("-" for none) and text, with tabs between. Further lines of the text follow indented by a tab, so
-    /// that an entry begins wherever a line does not begin with one.
+    /// The entry as written to the file, in the ANSI code page: UTC time, level, thread, error number ("-"
+    /// for none) and text, separated by tabs. Further lines of the text are indented by a tab, so an entry
+    /// begins at every line that does not start with a tab.
     ///
     ///     2026-03-05T16:07:08.901234Z    error    4711    1005    the stream is corrupted (1005)
     XString GetLine() const;

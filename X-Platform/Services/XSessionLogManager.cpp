@@ -176,7 +176,7 @@ void XSessionLogManager::WriteEntries( const XEntries& inEntries )
     }
 }
 
-/// Even without memory the thread goes on: others wait for it.
+/// The thread continues even without memory, because others wait for it.
 bool XSessionLogManager::TryToWrite( std::span<const XSessionLogEntry> inEntries ) noexcept
 {
     try
@@ -192,7 +192,7 @@ bool XSessionLogManager::TryToWrite( std::span<const XSessionLogEntry> inEntries
     }
 }
 
-/// Writes how many entries have been lost since that was last told. False if it cannot be.
+/// Writes the number of entries dropped since the last such entry. Returns false on failure.
 bool XSessionLogManager::TellLostEntries()
 {
     const std::uint64_t lost = GetLostCount();

@@ -4,11 +4,11 @@
 
 #include <exception>
 
-/// What an application adds to WInitCore: crashes and exceptions that nobody catches are described, with a
-/// crash dump, in the system's event log and on standard error before the process ends.
+/// Start-up of an application, in addition to WInitCore: crashes and uncaught exceptions are written, with a
+/// crash dump, to the system's event log and to standard error before the process ends.
 ///
-/// Constructed after WInitCore, on the main thread, and destroyed before it. One at a time; anything else is
-/// an internal error.
+/// Construct it after WInitCore, on the main thread, and destroy it before WInitCore. There can be only one.
+/// Anything else is an internal error.
 class KORVALE_API WInitApp
 {
 public:

@@ -6,12 +6,13 @@
 
 class XMainThread;
 
-/// Prepares the library for a process: a program constructs one on its main thread before it uses anything
-/// else, and destroys it last. It starts the clock, registers error texts and storable classes, installs the
-/// crash dump and the event log as the places where internal errors leave their traces, and makes the calling
-/// thread the main thread (XThread), with its own last error number. Its end ends the workers of the job queues.
+/// Initialises the library for a process. Construct one on the main thread before using anything else, and
+/// destroy it last. It starts the clock, registers error texts and storable classes, installs the crash dump
+/// and the event log as handlers of internal errors, and makes the calling thread the main thread (XThread)
+/// with its own last error number. The destructor ends the workers of the job queues.
 ///
-/// One at a time: a second one is an internal error. After it has gone, another may be made.
+/// There can be only one at a time: a second one is an internal error. After its destruction another one may
+/// be created.
 class KORVALE_API WInitCore
 {
 public:
@@ -20,7 +21,7 @@ public:
     WInitCore& operator=( const WInitCore& ) = delete;
     ~WInitCore();
 
-    /// True while there is one.
+    /// True while a WInitCore exists.
     static bool IsInitialised();
 
 private:

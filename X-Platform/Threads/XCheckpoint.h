@@ -2,6 +2,6 @@
 
 #include "WPlatform.h"
 
-/// The calling thread's checkpoint, for the locks, which stand below XThread. Same as
-/// `XThread::TestCancelCurrentThread()`; nothing on a thread that no XThread owns.
+/// Runs the calling thread's checkpoint, for the locks, which are below XThread. Same as
+/// `XThread::TestCancelCurrentThread()`; does nothing on a thread without an XThread.
 KORVALE_API void XRunCheckpoint();

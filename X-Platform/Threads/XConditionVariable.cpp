@@ -106,7 +106,7 @@ bool XConditionVariable::SetInCheckpoint( XWaiter& inWaiter, bool inIsInCheckpoi
     return true;
 }
 
-/// Takes the waiter from the queue. False when it has been signalled in the meantime.
+/// Removes the waiter from the queue. Returns false if it has been signalled meanwhile.
 bool XConditionVariable::Leave( XWaiter& inWaiter )
 {
     {
@@ -128,7 +128,8 @@ void XConditionVariable::Unblock( bool inAll, std::uint32_t inCount )
         return;
     XWaiter* first = nullptr;
     {
-        // All that are signalled together are taken in one step: whoever waits again at once is a late arrival.
+        // Removes all signalled waiters in one step: a thread that waits again at once counts as a later
+        // waiter.
         WParkingQueue queue( this );
         XWaiter** end = &first;
         for ( std::uint32_t taken = 0; inAll || taken < inCount; ++taken )

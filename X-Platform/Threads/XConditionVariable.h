@@ -2,17 +2,18 @@
 
 #include "Threads/XMutex.h"
 
-/// Threads wait here, without a mutex they hold, until another thread signals a change of what the mutex
-/// guards. A signal wakes threads that waited when it was given, longest first: who begins to wait later
-/// cannot take it. Wakes without a signal do not happen, but what was signalled may have changed again before
-/// the waiter has the mutex back.
+/// A condition variable: threads release a mutex and wait until another thread signals a change of the state
+/// that the mutex guards. A signal wakes only threads that were waiting at that time, the longest waiting
+/// first; a later waiter cannot take it. There are no spurious wake-ups, but the state may have changed again
+/// before the waiter holds the mutex.
 ///
-/// Alertable waits are checkpoints: when another thread asks this one to stop or suspend, the checkpoint runs
-/// while the thread keeps its place in the queue and does not hold the mutex. A stop takes the mutex again
-/// and leaves the wait as XStopThreadException; a signal that had reached the thread by then goes to the next
-/// waiter. A suspended waiter misses no signal.
+/// Alertable waits are checkpoints: if another thread requests a stop or a suspension, the checkpoint runs
+/// without the mutex, while the thread keeps its place in the queue. A stop reacquires the mutex and ends the
+/// wait with XStopThreadException; a signal that had reached the thread goes to the next waiter. A suspended
+/// waiter misses no signal.
 ///
-/// Threads: any. Signalling needs no mutex held. May be destroyed once every waiter has been signalled.
+/// Threads: any. Signalling does not require the mutex. It may be destroyed once every waiter has been
+/// signalled.
 /// Errors: waiting without holding the mutex exactly once is an internal error.
 class KORVALE_API XConditionVariable
 {
@@ -21,14 +22,14 @@ public:
     XConditionVariable( const XConditionVariable& ) = delete;
     XConditionVariable& operator=( const XConditionVariable& ) = delete;
 
-    /// Waits up to `inTimeoutMs` for a signal. Throws 2701 when the time is over, with the mutex held again.
+    /// Waits up to `inTimeoutMs` for a signal. On a time-out it throws 2701, with the mutex locked again.
     void Wait( XMutex& ioMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
-    /// The same, but returns true when the time is over.
+    /// Like Wait, but returns true on a time-out.
     bool Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
-    /// The same waits, ended by user input too (see XWaitResult); `inAnyInput` counts input that was there
-    /// before. The Wait form throws 2701 when the time is over.
+    /// Like Wait and Sleep, but user input ends the wait too (see XWaitResult); with `inAnyInput`, so does
+    /// earlier input. WaitForInputOrSignal throws 2701 on a time-out.
     XWaitResult WaitForInputOrSignal(
         XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
     XWaitResult SleepForInputOrSignal(
@@ -49,5 +50,5 @@ private:
     bool Leave( XWaiter& inWaiter );
     void Unblock( bool inAll, std::uint32_t inCount );
 
-    std::atomic<std::uint32_t> itsWaiterCount = 0; // changed under the parking queue of this object
+    std::atomic<std::uint32_t> itsWaiterCount = 0; // changed while the parking queue of this object is locked
 };

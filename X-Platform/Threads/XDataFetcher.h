@@ -10,7 +10,7 @@ class KORVALE_API XDataFetcher
 public:
     virtual ~XDataFetcher() = default;
 
-    /// Fills the object, whose mutex is held. Throws what goes wrong; the next lock tries again.
+    /// Fills the object, whose mutex is locked. If it throws, the next lock tries again.
     virtual void FetchData( XLockable& ioObject ) = 0;
 
 protected:

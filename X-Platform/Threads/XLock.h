@@ -2,7 +2,7 @@
 
 #include "Threads/XLockable.h"
 
-/// Holds a lockable object locked for a scope.
+/// Locks a lockable object for a scope.
 class KORVALE_API XLock
 {
 public:
@@ -12,10 +12,10 @@ public:
     XLock( const XLock& ) = delete;
     XLock& operator=( const XLock& ) = delete;
 
-    /// Unlocks what `Unlock` has not unlocked before.
+    /// Unlocks the object unless `Unlock` has done so.
     ~XLock();
 
-    /// Unlocks before the end of the scope; locks again.
+    /// Unlock and lock again before the end of the scope.
     void Unlock();
     void Relock();
 

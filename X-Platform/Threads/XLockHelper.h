@@ -2,7 +2,7 @@
 
 #include "Ground/XTypes.h"
 
-/// Counts a plain counter up for a scope and down again, on one thread or under a lock of the caller's.
+/// Increments a plain counter for a scope. Used by one thread, or under a lock held by the caller.
 class XLockHelper
 {
 public:

@@ -4,7 +4,7 @@
 
 class XDataFetcher;
 
-/// What an object is locked for. Reading and writing are bits.
+/// The access that an object is locked for. Reading and writing are bits.
 enum XLockMode : std::uint32_t
 {
     kLockNone = 0,
@@ -13,26 +13,26 @@ enum XLockMode : std::uint32_t
     kLockForReadWrite = 3
 };
 
-/// An object whose contents can be reached only while it is locked, through XLock. What locking means is the
-/// class's: the base counts nothing and keeps nobody out, it calls `LockSelf` and `UnlockSelf` under the
-/// object's mutex and has the data fetched before the first lock.
-/// Ownership: a data fetcher is not owned; it lives until the data has been fetched or another fetcher is
+/// An object whose contents are accessible only while it is locked through XLock. Derived classes define the
+/// meaning of a lock: the base excludes no one and counts nothing; it calls `LockSelf` and `UnlockSelf` under
+/// the object's mutex and has the data fetched before the first lock.
+/// Ownership: a data fetcher is not owned; it must live until the data has been fetched or another fetcher is
 /// set.
 /// Threads: any thread may lock and unlock.
 class KORVALE_API XLockable
 {
 public:
-    /// Copies share nothing: each has its own mutex. The dirty flag and a fetcher not used yet are copied.
+    /// A copy has its own mutex; the dirty flag and a fetcher not yet used are copied.
     XLockable( const XLockable& inOther );
     XLockable& operator=( const XLockable& inOther );
     virtual ~XLockable();
 
-    /// Tells whether the contents were changed since they were last saved.
+    /// Whether the contents have changed since they were last saved.
     bool IsDirty() const { return itsIsDirty.load( std::memory_order_relaxed ); }
     void SetDirtyFlag( bool inIsDirty ) { itsIsDirty.store( inIsDirty, std::memory_order_relaxed ); }
     void ResetDirtyFlag() { SetDirtyFlag( false ); }
 
-    /// The fetcher that the next lock uses, once; null when there is nothing to fetch.
+    /// The fetcher that the next lock uses, once; null if there is nothing to fetch.
     virtual void SetDataFetcher( XDataFetcher* inFetcher );
     XDataFetcher* GetDataFetcher() const;
 
@@ -41,23 +41,23 @@ public:
 protected:
     XLockable() = default;
 
-    /// Fetches the data if there is a fetcher, then calls `LockSelf`, under the mutex. When either throws,
+    /// Fetches the data if there is a fetcher, then calls `LockSelf`, both under the mutex. If either throws,
     /// the object is not locked.
     void Lock( XLockMode inMode );
 
     /// Calls `UnlockSelf` under the mutex.
     void Unlock( XLockMode inMode );
 
-    /// For objects that lock others in turn.
+    /// For objects that lock other objects in turn.
     static void LockFor( XLockable& ioObject, XLockMode inMode ) { ioObject.Lock( inMode ); }
     static void UnlockFor( XLockable& ioObject, XLockMode inMode ) { ioObject.Unlock( inMode ); }
 
     virtual void LockSelf( XLockMode inMode ) = 0;
 
-    /// Must not throw for what `LockSelf` has locked.
+    /// Must not throw for a lock granted by `LockSelf`.
     virtual void UnlockSelf( XLockMode inMode ) = 0;
 
-    /// Has the fetcher fill the object and forgets the fetcher. Called under the mutex.
+    /// Makes the fetcher fill the object, then clears the fetcher. Called under the mutex.
     virtual void FetchData();
 
 private:

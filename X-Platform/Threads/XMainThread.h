@@ -2,8 +2,8 @@
 
 #include "Threads/XThread.h"
 
-/// The main thread, adopted for the lifetime of this object. The library's initialisation makes the only one,
-/// on the thread that is the main thread from then on.
+/// The XThread of the main thread during the lifetime of this object. Only the library's initialisation
+/// creates one; the calling thread is the main thread from then on.
 class KORVALE_API XMainThread : public XThread
 {
 public:
@@ -11,6 +11,6 @@ public:
     ~XMainThread() override;
 
 protected:
-    /// Never called: the main thread runs already.
+    /// Never called: the main thread is already running.
     std::int32_t RunThreadSelf() override;
 };

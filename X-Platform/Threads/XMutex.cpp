@@ -9,16 +9,16 @@
 
 #include <algorithm>
 
-// Who changes itsState, and how:
+// Transitions of itsState:
 // - A free mutex is claimed by a compare-and-swap that adds the owner's ID and keeps the other bits.
-// - kSleepers is set by a thread that goes to sleep, while somebody owns the mutex. It is cleared under the parking
-//   queue only, by the owner that unlocks or by the last sleeper that leaves, so it is set whenever the queue of this
-//   mutex is not empty.
-// - The owner unlocks by a compare-and-swap from its ID to 0. Where that fails it decides under the parking queue: the
-//   mutex is freed, or handed to the first sleeper, and that sleeper is woken. After the mutex has been given up it is
-//   not touched any more.
-// A thread goes to sleep in one step under the parking queue with finding the mutex owned and kSleepers set, so that
-// the owner cannot miss it.
+// - kSleepers is set by a thread that goes to sleep while the mutex is owned. It is cleared only under the
+//   parking queue, by the owner that unlocks or by the last sleeper that leaves. So it is set whenever the
+//   queue of this mutex is not empty.
+// - The owner unlocks by a compare-and-swap from its ID to 0. If that fails, it decides under the parking
+//   queue: the mutex is either freed or handed to the first sleeper, and that sleeper is woken. The mutex is
+//   not accessed after it has been released.
+// Under the parking queue, finding the mutex owned, setting kSleepers and enqueueing the sleeper are one
+// step, so the owner cannot miss a sleeper.
 
 namespace
 {
@@ -88,7 +88,7 @@ bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bo
     return SpinForLock( inThreadID, deadline ) || SleepForLock( inThreadID, deadline, inAlertable );
 }
 
-/// Takes the mutex if it is free.
+/// Claims the mutex if it is free.
 bool XMutex::TryClaim( std::uint32_t inThreadID )
 {
     std::uint32_t state = itsState.load( std::memory_order_relaxed );
@@ -101,8 +101,8 @@ bool XMutex::TryClaim( std::uint32_t inThreadID )
     return false;
 }
 
-/// Tries for up to the spin count, with pauses between that grow: the less the spinning threads look, the sooner the
-/// owner gets on. A pause counts as as many tries as it is long. There is one try at least.
+/// Retries up to the spin count, with increasing pauses: the less the spinning threads read, the sooner the
+/// owner proceeds. A pause counts as several tries, according to its length. There is at least one try.
 bool XMutex::SpinForLock( std::uint32_t inThreadID, const WDeadline& inDeadline )
 {
     std::uint32_t triesLeft = WProcessors::GetCount() > 1 ? itsSpinCount : 1;
@@ -139,7 +139,7 @@ bool XMutex::SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline
     }
 }
 
-/// Sleeps unless the mutex is free. kParkedAndFree tells that it is worth trying again.
+/// Sleeps unless the mutex is free. kParkedAndFree means that another try is worthwhile.
 XMutex::XParkResult XMutex::Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff )
 {
     XMutexSleeper sleeper( inWantsHandOff );
@@ -165,7 +165,7 @@ bool XMutex::Enqueue( XMutexSleeper& inSleeper )
     return true;
 }
 
-/// Takes the sleeper from the queue. False when it was woken in the meantime, or handed the mutex.
+/// Removes the sleeper from the queue. Returns false if it was woken or handed the mutex meanwhile.
 bool XMutex::Leave( XMutexSleeper& inSleeper )
 {
     {

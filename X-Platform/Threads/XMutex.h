@@ -10,27 +10,27 @@
 class WDeadline;
 struct XMutexSleeper;
 
-/// A recursive mutex. A free one is taken without a call into the library and without memory; a taken one is
-/// tried for `kDefaultSpinCount` turns (on machines with two processors or more), then the thread sleeps in
-/// the order of arrival. Whoever unlocks leaves the mutex free for all; a sleeper that was woken and came too
-/// late is handed it directly the next time, so that nobody waits for ever.
+/// A recursive mutex. Locking a free mutex needs no call into the library and no memory. If it is taken, the
+/// thread spins for `kDefaultSpinCount` turns (on machines with two or more processors), then sleeps in the
+/// order of arrival. An unlock leaves the mutex free for all threads; a sleeper that was woken but did not
+/// get it receives the mutex directly the next time, so that no thread starves.
 ///
-/// Alertable waits are checkpoints: when another thread asks this one to stop or suspend, the wait ends and
-/// the checkpoint runs without the mutex. A stop is thrown out of `Lock` as XStopThreadException, with
-/// nothing locked; after a suspension the wait goes on with what is left of its time. A lock that is got
-/// without sleeping is no checkpoint.
+/// Alertable waits are checkpoints: if another thread requests a stop or a suspension, the wait ends and the
+/// checkpoint runs without the mutex. A stop leaves `Lock` as XStopThreadException, with nothing locked;
+/// after a suspension the wait continues with the remaining time. A lock that succeeds without sleeping is
+/// not a checkpoint.
 ///
-/// Threads: any thread locks; only the owner unlocks. The thread that unlocks last may be followed at once by
-/// another that destroys the mutex.
-/// Errors: 2701 when a wait times out; internal errors for unlocking what is not locked.
+/// Threads: any thread may lock; only the owner unlocks. The next owner may destroy the mutex at once after
+/// the last unlock.
+/// Errors: 2701 on a time-out; internal errors for unlocking a mutex that is not locked.
 class KORVALE_API XMutex
 {
 public:
     static constexpr std::uint32_t kDefaultSpinCount = 4000;
 
-    /// `inAllocateSemaphoreNow` is accepted for callers that want to pay for the kernel object beforehand;
-    /// sleeping needs none here, so nothing is allocated either way. A spin count of 0 counts as 1.
-    /// Constant-initialised: statics are ready before any code runs.
+    /// `inAllocateSemaphoreNow` is ignored: it exists for callers that want to allocate the kernel object in
+    /// advance, and sleeping needs none. A spin count of 0 counts as 1. Constant-initialised: static mutexes
+    /// are usable before any code runs.
     constexpr explicit XMutex(
         std::uint32_t inSpinCount = kDefaultSpinCount, bool inAllocateSemaphoreNow = false ) noexcept
         : itsSpinCount( inSpinCount > 0 ? inSpinCount : 1 )
@@ -41,24 +41,23 @@ public:
     XMutex& operator=( const XMutex& ) = delete;
     ~XMutex();
 
-    /// Locks, waiting up to `inTimeoutMs` (0 tries once). Throws 2701 when the time is over. A thread that
-    /// owns the mutex gets it again at once, and has to unlock it once more.
+    /// Locks the mutex, waiting up to `inTimeoutMs` (0 tries once). Throws 2701 on a time-out. The owner gets
+    /// the mutex again at once, and must unlock it once more.
     void Lock( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
-    /// Locks if that needs no waiting, or none beyond `inTimeoutMs`. Returns whether it did.
+    /// Locks the mutex, waiting at most `inTimeoutMs`. Returns whether it is locked.
     bool TryLock( std::uint32_t inTimeoutMs = 0 );
 
     void Unlock();
 
-    /// Locks as `Lock` does but gives up, returning kWaitResultInput, when user input arrives first (see
-    /// XWaitResult). `inAnyInput` counts input that was there before the wait too.
+    /// Like `Lock`, but returns kWaitResultInput if user input arrives first (see XWaitResult); with
+    /// `inAnyInput`, so does earlier input.
     XWaitResult
     WaitForInputOrLock( std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
 
     bool IsLockedByCurrentThread() const { return GetOwner() == WThreadID::GetCurrent(); }
 
-    /// The ID of the thread that has the mutex at this moment, 0 if none has: for decisions that may be wrong a moment
-    /// later.
+    /// The ID of the current owner, 0 if there is none. Only a hint: it may be out of date on return.
     std::uint32_t GetOwner() const { return itsState.load( std::memory_order_relaxed ) & kOwnerMask; }
 
     /// Internal errors unless the calling thread owns the mutex, owns it exactly once, or does not own it.
@@ -66,10 +65,9 @@ public:
     void AssertIsLockedOnce() const;
     void AssertIsNotLocked() const;
 
-    /// Declares a lock order: this mutex must not be locked before `inOther`, that is, no thread locks
-    /// `inOther` while it holds this mutex and not yet `inOther`. Declarations chain. Checked where the
-    /// library is built for debugging: a violation is an internal error that tells it. Both mutexes keep the
-    /// declaration until one of them is destroyed.
+    /// Declares a lock order: no thread may lock `inOther` while it holds this mutex, unless it already holds
+    /// `inOther`. Declarations are transitive. Checked in debug builds of the library: a violation is an
+    /// internal error. The declaration holds until one of the mutexes is destroyed.
     void DontLockBefore( const XMutex& inOther );
 
 private:
@@ -82,8 +80,8 @@ private:
         kParkedTooLong
     };
 
-    // itsState is 0 while the mutex is free and nobody sleeps; otherwise the owner's ID, if there is one, and
-    // two bits: somebody sleeps or is about to; a lock order is to be checked, so keep out of the fast path.
+    // itsState is 0 while the mutex is free and no thread sleeps. Otherwise it is the owner's ID, if any, and
+    // two flags: a thread sleeps or is about to; a lock order must be checked, which disables the fast path.
     static constexpr std::uint32_t kSleepers = 0x80000000u;
     static constexpr std::uint32_t kOrdered = 0x40000000u;
     static constexpr std::uint32_t kOwnerMask = 0x3FFFFFFFu;
@@ -100,7 +98,7 @@ private:
     bool QueueForUnlock( XMutexSleeper& inSleeper );
 
     std::atomic<std::uint32_t> itsState = 0;
-    std::uint32_t itsRecursionCount = 0; // beyond the first lock; the owner's
+    std::uint32_t itsRecursionCount = 0; // additional locks of the owner
     const std::uint32_t itsSpinCount;
 };
 

@@ -35,8 +35,9 @@ XOneTimeInitLockResult XLockOneTimeInit(
             return kOneTimeInitMustInitialise;
         WSemaphore& semaphore = GetSemaphore( ioSemaphore );
         ++ioCounter;
-        // Counted before looking again: whoever ends the work after this knows of the waiting thread. If it has ended
-        // already, a unit too many may remain, which makes a later thread look once more.
+        // Counts the thread before checking again: a thread that finishes the initialisation afterwards sees
+        // it. If it has already finished, one unit too many may remain, which makes a later thread check once
+        // more.
         if ( ioState == kUnderWay )
             semaphore.Wait();
     }

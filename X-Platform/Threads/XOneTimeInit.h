@@ -2,8 +2,8 @@
 
 #include "Threads/Waiting/WSemaphore.h"
 
-/// One-time initialisation of statics that cannot rely on the language's own, because the initialiser may run
-/// on any thread at any time and may fail. State, counter and semaphore pointer are statics that start as 0:
+/// One-time initialisation of statics that cannot use the language's own, because the initialiser may run on
+/// any thread at any time and may fail. State, counter and semaphore pointer are statics that start as 0:
 ///
 ///     if ( XLockOneTimeInit( sState, sCounter, sSemaphore ) == kOneTimeInitMustInitialise )
 ///     {
@@ -12,27 +12,28 @@
 ///         guard.Succeeded();
 ///     }
 ///
-/// One thread at a time initialises; the others wait, which needs the semaphore, made on first need. An
-/// exception in the initialiser passes to its caller and lets the next thread try. What the initialiser wrote
-/// is visible to every thread that was told kOneTimeInitDone.
+/// One thread at a time runs the initialiser; the others wait on the semaphore, which is created when needed.
+/// An exception of the initialiser propagates to its caller, and the next thread tries again. All effects of
+/// the initialiser are visible to every thread that receives kOneTimeInitDone.
 enum XOneTimeInitLockResult : std::uint32_t
 {
     kOneTimeInitDone = 0,
     kOneTimeInitMustInitialise = 1
 };
 
-/// Returns when the initialisation is done, or with the duty to do it and to call `XUnlockOneTimeInit`. The
-/// initialiser must not call it again for the same statics.
+/// Returns kOneTimeInitDone if the initialisation is done; otherwise the caller must initialise and then call
+/// `XUnlockOneTimeInit`. The initialiser must not call this again for the same statics.
 KORVALE_API XOneTimeInitLockResult XLockOneTimeInit(
     std::atomic<std::uint32_t>& ioState, std::atomic<std::uint32_t>& ioCounter,
     std::atomic<WSemaphore*>& ioSemaphore );
 
-/// Tells how the initialisation ended and wakes the waiting threads.
+/// Reports how the initialisation ended and wakes the waiting threads.
 KORVALE_API void XUnlockOneTimeInit(
     std::atomic<std::uint32_t>& ioState, std::atomic<std::uint32_t>& ioCounter,
     std::atomic<WSemaphore*>& ioSemaphore, bool inSucceeded );
 
-/// Calls `XUnlockOneTimeInit` at the end of a scope, as failed unless told otherwise.
+/// Calls `XUnlockOneTimeInit` at the end of a scope; the initialisation counts as failed unless `Succeeded`
+/// was called.
 class XOneTimeInitGuard
 {
 public:

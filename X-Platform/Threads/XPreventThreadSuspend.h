@@ -4,8 +4,8 @@
 
 class XThread;
 
-/// Keeps the current thread from being suspended for a scope. A suspension requested meanwhile is carried out
-/// at the first checkpoint after the last such scope. Nothing on a thread that no XThread owns.
+/// Prevents suspensions of the current thread for a scope. A suspension requested meanwhile takes effect at
+/// the first checkpoint after the outermost such scope. Does nothing on a thread without an XThread.
 class KORVALE_API XPreventThreadSuspend
 {
 public:

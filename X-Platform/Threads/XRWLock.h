@@ -2,11 +2,11 @@
 
 #include "Threads/XRWMutex.h"
 
-/// Holds a reader/writer mutex for a scope.
+/// Locks a reader/writer mutex for a scope.
 class XRWLock
 {
 public:
-    /// Locks as `XRWMutex::Lock` does, with its errors.
+    /// Locks like `XRWMutex::Lock`, with its errors.
     XRWLock(
         XRWMutex& inMutex, XRWLockMode inMode, std::uint32_t inTimeoutMs = kNoTimeout,
         bool inAlertable = false )

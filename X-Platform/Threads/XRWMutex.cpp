@@ -58,7 +58,8 @@ void XRWMutex::LockForWrite( XRWLockMode inMode, const WDeadline& inDeadline, bo
         WakeThreads(); // readers may come in
 }
 
-/// Waits for this thread's turn to write. A reader goes before all others: they would wait for it to leave.
+/// Waits for this thread's turn to write. A reader takes precedence over all others, because they would wait
+/// for it to leave.
 void XRWMutex::WaitForWrite(
     std::uint32_t inThreadID, bool inIsReader, const WDeadline& inDeadline, bool inAlertable )
 {
@@ -169,7 +170,8 @@ bool XRWMutex::IsActiveWriter( std::uint32_t inThreadID ) const
     return isActiveWriter && writerThreadID == inThreadID;
 }
 
-/// Wakes whoever may go on after a change: the active writer that waits for readers, the next writer, or all readers.
+/// Wakes the threads that may proceed after a change: the active writer that waits for readers, the next
+/// writer, or all readers.
 void XRWMutex::WakeThreads()
 {
     if ( isActiveWriter && upgradingThreadID == writerThreadID )

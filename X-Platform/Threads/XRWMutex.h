@@ -4,32 +4,32 @@
 
 #include <utility>
 
-/// What an XRWMutex is locked for.
+/// The access that an XRWMutex is locked for.
 enum XRWLockMode : std::uint32_t
 {
     /// Shared with other readers.
     kRWLockForRead = 0,
-    /// One writer that tolerates readers: the lock begins without readers, as every write lock does, but from
-    /// then on lets readers in as long as no other writer waits. For work that publishes its results in steps
-    /// a reader can see.
+    /// One writer that admits readers: like every write lock it starts without readers, but then admits
+    /// readers as long as no other writer waits. For work whose results become visible to readers step by
+    /// step.
     kRWLockForSharedWrite = 1,
-    /// One writer and nobody else.
+    /// One writer and no readers.
     kRWLockForWrite = 2
 };
 
-/// A reader/writer mutex that prefers writers: while a writer waits, no new reader is let in. Writers take
+/// A reader/writer mutex that prefers writers: while a writer waits, no new reader is admitted. Writers take
 /// turns in the order of arrival.
 ///
-/// Every lock is re-entrant: a thread that holds a lock of either kind gets a read lock at once, and a writer
-/// gets write locks at once (a kRWLockForWrite inside a kRWLockForSharedWrite first waits for the readers it
-/// let in). A reader may ask for a write lock: it goes before other writers and waits for the other readers
-/// to leave. Two readers that both ask would wait for each other for ever, so the second one's request is an
-/// internal error, "upgradingThreadID == 0". When a thread gives back its write locks and keeps read locks,
-/// it goes on as a reader.
+/// Locks are re-entrant: a thread that holds a lock of either kind gets a read lock at once, and a writer
+/// gets write locks at once (a kRWLockForWrite inside a kRWLockForSharedWrite first waits for the admitted
+/// readers). A reader may request a write lock: it takes precedence over other writers and waits for the
+/// other readers to leave. Two readers that both do this would deadlock, so the second request is an internal
+/// error, "upgradingThreadID == 0". When a thread releases its write locks and keeps read locks, it continues
+/// as a reader.
 ///
-/// Threads: any; a lock is given back by the thread that took it.
-/// Errors: 2701 when a wait times out; internal errors for unlocking what is not locked. Alertable waits are
-/// checkpoints as XConditionVariable's are.
+/// Threads: any; a lock must be released by the thread that took it.
+/// Errors: 2701 on a time-out; internal errors for unlocking what is not locked. Alertable waits are
+/// checkpoints like those of XConditionVariable.
 class KORVALE_API XRWMutex
 {
 public:
@@ -43,7 +43,7 @@ public:
     bool IsLockedForWriteInCurrentThread() const;
 
 private:
-    /// What one thread holds.
+    /// The locks that one thread holds.
     struct XThreadLocks
     {
         std::uint32_t reads = 0;
@@ -52,7 +52,7 @@ private:
         bool IsReader() const { return reads > 0; }
         bool IsWriter() const { return writes > 0; }
     };
-    // Few threads: searched faster than a map.
+    // A vector, because there are few threads: searching it is faster than a map.
     using XThreadMap = XVector<std::pair<std::uint32_t, XThreadLocks>>;
 
     struct XPendingWrite
@@ -81,14 +81,14 @@ private:
     XThreadLocks& GetThread( std::uint32_t inThreadID );
     void ForgetThreadWithoutLocks( XThreadMap::iterator inThread );
 
-    mutable XMutex itsMutex; // guards everything below
+    mutable XMutex itsMutex; // guards the members below
     XConditionVariable itsReadersMayProceed;
     XConditionVariable itsReadersHaveFinished;
-    XVector<XPendingWrite*> itsPendingWrites; // the one whose turn is next first
+    XVector<XPendingWrite*> itsPendingWrites; // in the order of their turns
     XThreadMap threadMap;
     std::uint32_t itsActiveReads = 0; // threads that hold read locks
     bool isActiveWriter = false;
     std::uint32_t writerThreadID = 0;
     std::uint32_t itsExclusiveWrites = 0; // the active writer's locks of mode kRWLockForWrite
-    std::uint32_t upgradingThreadID = 0;  // holds a lock already and waits for the other readers to leave
+    std::uint32_t upgradingThreadID = 0;  // already holds a lock and waits for the other readers to leave
 };

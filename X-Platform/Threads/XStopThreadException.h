@@ -2,9 +2,9 @@
 
 #include "Core/Errors/XException.h"
 
-/// Carries out a stop: thrown by the checkpoint of a thread that was asked to stop, through the thread's own
-/// code. Let it pass. Its error number is 2702, so it is neither logged nor reported; the stop code tells why
-/// the thread stops.
+/// Stops a thread: thrown by its checkpoint after a stop request, through the thread's own code. Do not catch
+/// it for good. Its error number is 2702, so it is neither logged nor reported; the stop code is the reason
+/// for the stop.
 class KORVALE_API XStopThreadException : public XException
 {
 public:
@@ -12,8 +12,8 @@ public:
 
     std::uint32_t GetStopCode() const { return itsStopCode; }
 
-    /// The text of error 2702, with the stop code in parentheses, without the sentence that tells users of a
-    /// failure.
+    /// The text of error 2702 with the stop code in parentheses, without the introduction "The command could
+    /// not be completed".
     XString GetErrorMessage() const override;
     XString GetRawErrorMessage() const override;
 

@@ -2,16 +2,16 @@
 
 #include "Ground/XTypes.h"
 
-/// Per-thread data by key, kept in the slots of the current XThread. Zero until registered.
-/// Threads: each thread sees its own values. On a thread that no XThread owns all data reads as 0, and
-/// changing it is an internal error, "slots".
+/// Per-thread data by key, stored in the slots of the current XThread. 0 until registered.
+/// Threads: each thread has its own values. On a thread without an XThread all values read as 0, and changing
+/// one is an internal error, "slots".
 class KORVALE_API XTLSRegistry
 {
 public:
     enum XDataKey : std::uint32_t
     {
         kApplicationData0 = 0,
-        /// The job that a worker runs.
+        /// The job that a worker is running.
         kCurrentJob = 1,
         /// The thread's progress strategy, deleted when the thread ends.
         kProgressStrategy = 2,
@@ -21,7 +21,7 @@ public:
     };
     using XSlots = XVector<std::uint64_t>;
 
-    /// Disposes of a slot's value when its thread ends or its XThread is destroyed. Must not throw.
+    /// Destroys the value of a slot when its thread ends or its XThread is destroyed. Must not throw.
     using XCleanUp = void ( * )( std::uint64_t inValue );
 
     static void RegisterData( XDataKey inKey, std::uint64_t inValue );
@@ -32,19 +32,19 @@ public:
     static void IncrementData( XDataKey inKey );
     static void DecrementData( XDataKey inKey );
 
-    /// An internal error, "data != 0", when there is nothing left to count down.
+    /// Decrements the value; an internal error, "data != 0", if it is 0.
     static void AssertNotZeroAndDecrementData( XDataKey inKey );
 
-    /// Says how the values of a key are disposed of. Set once, by the key's user, before threads have such
-    /// values; null, the default, leaves them alone.
+    /// Sets the clean-up function of a key. Called once, by the user of the key, before threads have such
+    /// values; null, the default, does nothing.
     static void SetCleanUp( XDataKey inKey, XCleanUp inCleanUp );
 
 private:
     friend class XThread;
 
-    /// The calling thread's slots; null where no XThread owns it.
+    /// The calling thread's slots; null if it has no XThread.
     static void SetCurrentSlots( XSlots* inSlots );
 
-    /// Disposes of all values and empties the slots.
+    /// Cleans up all values and empties the slots.
     static void CleanUp( XSlots& ioSlots ) noexcept;
 };

@@ -246,7 +246,7 @@ void XThread::AsyncSuspendThread()
         const XThreadLock lock( itsStates->mutex );
         if ( itsStates->current == kThreadNotRunning || itsStates->requested != kThreadRunning )
             return;
-        // A thread that has been resumed and has not woken yet goes on sleeping.
+        // A resumed thread that has not woken yet continues to sleep.
         itsStates->requested = kThreadSuspended;
         if ( !isSelf )
             itsImp->Wake();
@@ -369,7 +369,7 @@ void XThread::XStates::SetCurrent( XThreadState inState )
     stateChanged.Broadcast();
 }
 
-/// For what waiters are to hear of.
+/// For requests that waiters must notice.
 void XThread::XStates::SetRequested( XThreadState inState )
 {
     requested = inState;

@@ -12,26 +12,27 @@
 
 class XThreadListener;
 
-/// The platform's part of a thread: starts it, wakes it, sets its priority and affinity.
+/// The platform's implementation of a thread: starts it, wakes it, sets priority and affinity.
 using XThreadImp = WThread;
 
-/// A thread that can be asked to stop and to suspend. It obeys at checkpoints (`TestCancelThread`), which
-/// progress calls and alertable waits run too: there a stop is thrown as XStopThreadException through the
-/// thread's own code, and a suspended thread sleeps until it is resumed or stopped.
+/// A thread that can be stopped and suspended cooperatively. Requests take effect at checkpoints
+/// (`TestCancelThread`), which progress calls and alertable waits run too: a stop is thrown there as
+/// XStopThreadException through the thread's own code, and a suspended thread sleeps there until it is
+/// resumed or stopped.
 ///
-/// Derive from it, implement `RunThreadSelf`, call `StartThread`. A thread that has ended can be started
-/// again. The destructor of the most derived class should stop the thread (`StopThread`), while the members
-/// it uses exist; the base's stops it and waits for it too, on any thread, so that no thread outlives its
-/// object, but cannot wait for a hook that the thread is about to call. An object must not be destroyed by its
-/// own thread's body.
+/// Derive a class, implement `RunThreadSelf`, and call `StartThread`. A thread that has ended can be started
+/// again. The destructor of the most derived class should stop the thread (`StopThread`) while the members
+/// that it uses still exist. The base's destructor stops it and waits for it too, on any thread, so that no
+/// thread outlives its object, but it cannot wait for a hook that the thread is about to call. An object must
+/// not be destroyed by its own thread's body.
 ///
-/// Ownership: whoever creates the object owns it. Threads that wait on it when it is destroyed are released
-/// as if the thread had ended; what they use of it outlives the object.
-/// Threads: every operation may be called from any thread unless it says otherwise.
-/// Errors: waits throw 2701 when their time is over; operations that begin with Sleep tell it by their
-/// result. Waits for another thread are alertable: a caller that is asked to stop leaves them by
-/// XStopThreadException, so that threads that stop one another do not wait for ever. A thread that waits for
-/// its own end waits until its time is over.
+/// Ownership: the creator owns the object. Threads that wait on it when it is destroyed are released as if
+/// the thread had ended; the state that they use outlives the object.
+/// Threads: every operation may be called from any thread unless stated otherwise.
+/// Errors: waits throw 2701 on a time-out; operations that begin with Sleep return it instead. Waits for
+/// another thread are alertable: a caller that is stopped leaves them with XStopThreadException, so that
+/// threads that stop each other do not deadlock. A thread that waits for its own end waits until the
+/// time-out.
 class KORVALE_API XThread : private WThreadBody
 {
 public:
@@ -42,90 +43,92 @@ public:
         kThreadSuspended = 2
     };
 
-    /// Bits for the application's own use; the library defines none.
+    /// Flags for the application; the library defines none.
     using XThreadOptions = std::uint32_t;
     static constexpr XThreadOptions kNoThreadOptions = 0;
 
-    /// The return code of a thread whose body threw what is no XException.
+    /// The return code of a thread whose body threw an exception other than XException.
     static constexpr std::int32_t kUnknownExceptionCode = -4;
 
-    /// The stop code of `StartThread`, which cannot be withdrawn nor replaced by another.
+    /// The stop code of `StartThread`; such a stop cannot be withdrawn or replaced by another.
     static constexpr std::uint32_t kRestartStopCode = 2702;
 
     XThread( const XThread& ) = delete;
     XThread& operator=( const XThread& ) = delete;
 
-    /// Stops the thread if it still runs, cleans up its slots, and releases whoever waits on the object.
+    /// Stops the thread if it is running, cleans up its slots, and releases all threads that wait on the
+    /// object.
     virtual ~XThread();
 
 protected:
-    /// The thread's body. Its result becomes the return code.
+    /// The thread's body. Its result is the return code.
     virtual std::int32_t RunThreadSelf() = 0;
 
-    /// Hooks; what they throw is swallowed. On the thread: as it ends, just before and after it is suspended,
-    /// just before a stop is thrown.
+    /// Hooks; their exceptions are swallowed. Called on the thread: when it ends, just before and just after
+    /// a suspension, and just before a stop is thrown.
     virtual void FinishThreadSelf() {}
     virtual void Suspending() {}
     virtual void Resuming() {}
     virtual void Stopping() {}
 
-    /// Called on the requesting thread when a stop has been requested, so that a subclass can unblock its
+    /// Called on the requesting thread after a stop has been requested, so that a subclass can unblock its
     /// thread. May throw, to the requester.
     virtual void AsyncStopThreadSelf( std::uint32_t inStopCode );
 
-    /// With `inAcquire` the object adopts the calling thread, which runs already; it has to be destroyed on
-    /// that thread.
+    /// With `inAcquire` the object adopts the calling thread, which is already running, and must be destroyed
+    /// on that thread.
     XThread(
         const XString& inName, XThreadPriority inPriority, XThreadOptions inOptions = kNoThreadOptions,
         bool inAcquire = false );
 
-    /// Withdraws a stop that the thread has been asked for and has not carried out, or has caught. Runs the
-    /// checkpoint instead, which throws, when the stop code is `kRestartStopCode`. On the thread itself.
+    /// Withdraws a stop request that has not taken effect or whose exception was caught. If the stop code is
+    /// `kRestartStopCode`, runs the checkpoint instead, which throws. Called on the thread itself.
     void ResetCancelState();
 
 public:
-    /// Starts the thread, stopping a previous run first (stop code 2702), and returns when it is in its body
-    /// and the listeners have heard so. On the running thread itself this only stops it. A priority or
-    /// affinity set before is taken over as far as the system grants it. Throws the system's last error when
-    /// no thread can be started (1028 where there are too many), 1012 when the new one lacks the memory to
+    /// Starts the thread, stopping a previous run first (stop code 2702). Returns when the body is running
+    /// and the listeners have been notified. Called on the running thread itself, it only stops the thread. A
+    /// priority or affinity set before is applied as far as the system permits. Throws the system's last
+    /// error if no thread can be started (1028 if there are too many), 1012 if the new thread lacks memory to
     /// begin.
     void StartThread();
 
-    /// Asks the thread to stop. On the thread itself the stop is thrown at once, unless it is prevented.
+    /// Requests a stop. On the thread itself the stop is thrown at once, unless prevented.
     void AsyncStopThread( std::uint32_t inStopCode = 0 );
 
-    /// Asks the thread to stop and waits until it has. Does not wait on the thread itself.
+    /// Requests a stop and waits until the thread has ended. On the thread itself it does not wait.
     void StopThread( std::uint32_t inStopCode = 0 );
 
-    /// Asks the thread to suspend itself. On the thread itself this returns when it has been resumed, unless
+    /// Requests a suspension. On the thread itself it returns after the thread has been resumed, unless
     /// suspending is prevented.
     void AsyncSuspendThread();
 
-    /// Asks the thread to suspend itself and waits until it has, has ended, or has nothing left to obey: it
-    /// has been told to resume meanwhile, or has withdrawn a stop that was pending already.
+    /// Requests a suspension and waits until the thread is suspended or has ended, or no request is pending
+    /// any more: because the thread was told to resume, or withdrew an earlier stop.
     void SuspendThread();
 
-    /// Lets a suspended thread run again and withdraws a suspend request that it has not obeyed yet.
+    /// Resumes a suspended thread, or withdraws a suspension that has not taken effect yet.
     void ResumeThread();
 
-    /// Wait until the run has ended; until the thread is not running, or has not been for a moment since the
-    /// call (suspended or ended).
+    /// WaitForTerminate waits until the run has ended. WaitForSuspend waits until the thread is not running,
+    /// or has been suspended or ended at some time since the call.
     void WaitForTerminate( std::uint32_t inTimeoutMs = kNoTimeout );
     void WaitForSuspend( std::uint32_t inTimeoutMs = kNoTimeout );
 
-    /// The same with a progress of the calling thread, shown after two seconds, whose user may abort the wait (1001). The
-    /// wait for suspension shows how much of `inExpectedMs` has passed; without `inAllowAbort` neither the user nor a
-    /// stop ends it. Throw 2701 when the time is over.
+    /// The same waits with a progress of the calling thread, which is shown after two seconds and through
+    /// which the user may abort the wait (1001). The wait for suspension shows the elapsed share of
+    /// `inExpectedMs`; without `inAllowAbort` neither the user nor a stop ends it. They throw 2701 on a
+    /// time-out.
     void WaitForTerminateWithProgress( std::uint32_t inTimeoutMs = kNoTimeout );
     void WaitForSuspendWithProgress(
         std::uint32_t inTimeoutMs = kNoTimeout, std::uint32_t inExpectedMs = kNoTimeout,
         bool inAllowAbort = true );
 
-    /// `StopThread` and `SuspendThread` with such a progress.
+    /// Like `StopThread` and `SuspendThread`, with such a progress.
     void StopThreadWithProgress( std::uint32_t inStopCode = 0 );
     void SuspendThreadWithProgress( std::uint32_t inExpectedMs = kNoTimeout, bool inAllowAbort = true );
 
-    /// The same; true when the time is over.
+    /// Wait like WaitForTerminate and WaitForSuspend, but return true on a time-out.
     bool SleepUntilTerminate( std::uint32_t inTimeoutMs );
     bool SleepUntilSuspended( std::uint32_t inTimeoutMs );
 
@@ -133,14 +136,14 @@ public:
     XWaitResult WaitForInputOrTerminate( std::uint32_t inTimeoutMs );
     XWaitResult SleepUntilInputOrTerminate( std::uint32_t inTimeoutMs );
 
-    /// The checkpoint: obeys what the thread has been asked for. On the thread itself; the static form does
-    /// nothing on a thread that no XThread owns.
+    /// The checkpoint: carries out pending requests. Called on the thread itself; the static form does
+    /// nothing on a thread without an XThread.
     void TestCancelThread();
     static void TestCancelCurrentThread();
 
-    /// Give up the processor; sleep. An alertable sleep is a checkpoint at its start and whenever the thread
-    /// is asked for something, and otherwise lasts its time. The form with input returns kWaitResultTimeout
-    /// at its end. On the thread itself.
+    /// Yield the processor, or sleep. An alertable sleep is a checkpoint at its start and whenever a request
+    /// arrives; otherwise it lasts the given time. SleepThreadUnlessInput returns kWaitResultTimeout at the
+    /// end. Called on the thread itself.
     void YieldThread();
     void SleepThread( std::uint32_t inTimeoutMs, bool inAlertable = false );
     XWaitResult SleepThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable = false );
@@ -148,27 +151,27 @@ public:
     static void SleepCurrentThread( std::uint32_t inTimeoutMs, bool inAlertable = false );
     static XWaitResult SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable = false );
 
-    /// The system knows a started thread by this name too, or by its beginning.
+    /// The system also shows this name, or its beginning, for a started thread.
     XString GetDebugName() const;
     void SetDebugName( const XString& inName );
     std::int32_t GetThreadReturnCode() const;
     void SetThreadReturnCode( std::int32_t inReturnCode );
 
-    /// Each returns the options from before.
+    /// Each returns the previous options.
     XThreadOptions SetThreadOptions( XThreadOptions inOptions );
     XThreadOptions AddThreadOptions( XThreadOptions inOptions );
     XThreadOptions RemoveThreadOptions( XThreadOptions inOptions );
     XThreadOptions GetThreadOptions() const;
 
-    /// Setting the level in force does nothing; a level above 6 is an internal error, "false". Where the
-    /// system refuses (Linux grants levels above the present one only to those with the right) its last error
-    /// is thrown and the level stays. A thread that is not running takes the level when it starts, as far as the system
-    /// grants it: else it has that of the thread that has started it.
+    /// Setting the current level does nothing; a level above 6 is an internal error, "false". If the system
+    /// refuses (Linux requires a privilege to raise the level), throws its last error and keeps the level. A
+    /// thread that is not running gets the level when it starts, as far as the system permits; otherwise it
+    /// has the level of the thread that started it.
     void SetThreadPriority( XThreadPriority inPriority );
     XThreadPriority GetThreadPriority() const;
 
-    /// Bit i allows logical processor i of those that the process may run on; where it may run on more than 64, all
-    /// bits allow all of them. No bit is an internal error, "inMask != USize( 0 )".
+    /// Bit i permits logical processor i of those that the process may use; if it may use more than 64,
+    /// setting all bits permits all of them. An empty mask is an internal error, "inMask != USize( 0 )".
     void SetThreadAffinityMask( USize inMask );
     USize GetThreadAffinityMask() const;
 
@@ -178,54 +181,54 @@ public:
     bool IsThreadSuspended() const { return GetLastThreadState() == kThreadSuspended; }
     bool IsAcquiredThread() const { return itsIsAcquired; }
 
-    /// The state the thread is in, and the one it has been asked for (kThreadNotRunning is a stop).
+    /// The current state, and the requested one (kThreadNotRunning for a stop).
     XThreadState GetLastThreadState() const;
     XThreadState GetNextThreadState() const;
 
-    /// CPU time of the thread in microseconds.
+    /// The thread's CPU time in microseconds.
     void GetThreadCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const;
 
     XThreadImp& GetImp() { return *itsImp; }
 
-    /// The thread's own data (XTLSRegistry). On the thread itself.
+    /// The thread's data (XTLSRegistry). Called on the thread itself.
     XTLSRegistry::XSlots& GetTLS() { return itsTLS; }
 
-    /// The XThread of the calling thread; null when none owns it.
+    /// The XThread of the calling thread; null if it has none.
     static XThread* GetCurrentThread();
     static std::uint32_t GetCurrentThreadID() { return WThreadID::GetCurrent(); }
 
-    /// The object that adopted the main thread; null before there is one.
+    /// The object that adopted the main thread; null if there is none yet.
     static XThread* GetMainThread();
 
-    /// The thread that the library's initialisation ran on; before it, the thread that loaded the library.
+    /// The thread that initialised the library; before that, the thread that loaded it.
     static std::uint32_t GetMainThreadID();
     static bool IsMainThread() { return GetCurrentThreadID() == GetMainThreadID(); }
 
-    /// The main thread is the main task's only thread.
+    /// Same as IsMainThread: the main task has no other thread.
     static bool IsMainTask() { return IsMainThread(); }
 
-    /// Started and adopted threads that run just now.
+    /// The number of started and adopted threads that are running.
     static std::uint32_t GetRunningThreadCount();
 
     static std::uint32_t GetProcessorCount();
     static std::uint32_t GetPhysicalProcessorCoreCount();
 
-    /// For each physical core the indexes of its logical processors.
+    /// For each physical core, the indices of its logical processors.
     static XVector<XVector<std::uint32_t>> GetCoreCPUIndexes();
     static USize GetAffinityMaskForCPU( std::uint32_t inCPUIndex );
 
-    /// An index beyond the cores is an internal error, "inCoreIndex < indexes.size()".
+    /// An index beyond the last core is an internal error, "inCoreIndex < indexes.size()".
     static USize GetAffinityMaskForCore( std::uint32_t inCoreIndex );
     static USize GetAffinityMaskForAllCPUs();
 
-    /// For each logical processor its load since the previous call, 0 to 100.
+    /// For each logical processor its load since the previous call, from 0 to 100.
     static XVector<double> GetPercentCPUUsage();
     static void GetProcessCPUTime( std::int64_t& outKernel, std::int64_t& outUser );
 
-    /// Tells all listeners, in the order in which they began to listen.
+    /// Notifies all listeners, in the order in which they started to listen.
     static void NotifyThreadListeners( std::uint32_t inEvent );
 
-    /// Guards the list of listeners and is held while they hear an event.
+    /// Guards the list of listeners and is held while they are notified.
     static XMutex sThreadListenerMutex;
 
 private:
@@ -234,7 +237,8 @@ private:
     friend class XPreventThreadStop;
     friend class XPreventThreadSuspend;
 
-    /// What requesters, waiters and the thread share. Kept alive by whoever waits, beyond the object itself.
+    /// The state shared by requesters, waiters and the thread. Waiters keep it alive beyond the object
+    /// itself.
     struct XStates
     {
         XMutex mutex;
@@ -243,7 +247,7 @@ private:
         std::atomic<XThreadState> requested = kThreadNotRunning; // checkpoints look at it without the mutex
         XThreadState current = kThreadNotRunning;
         std::uint32_t stopCode = 0;
-        // Tell waiters that what they wait for has been, even if the thread runs again.
+        // Let waiters detect an event even if the thread is running again.
         std::uint32_t endedRuns = 0;
         std::uint32_t pauses = 0; // suspensions and ends
         bool isStarted = false;
@@ -255,7 +259,7 @@ private:
     };
     using XStatesPtr = std::shared_ptr<XStates>;
 
-    /// A wait for the thread, which begins when this is made. Uses nothing of the XThread, which may be
+    /// A wait for the thread, which begins at its construction. Does not use the XThread, which may be
     /// destroyed meanwhile.
     class XStateWait
     {
@@ -264,15 +268,15 @@ private:
         {
             kEnd,    // of the run
             kPause,  // a suspension or the end of the run
-            kAnswer, // a pause, or that nothing is requested any more
+            kAnswer, // a pause, or no request is pending any more
         };
 
         XStateWait( const XStatesPtr& inStates, XEvent inEvent );
 
-        /// Sleeps until the event; true when the time is over first. A checkpoint of the calling thread.
+        /// Sleeps until the event; returns true on a time-out. A checkpoint of the calling thread.
         bool Sleep( std::uint32_t inTimeoutMs ) const;
 
-        /// The same with progress; throws 2701 when the time is over first.
+        /// Sleeps with a progress; throws 2701 on a time-out.
         void
         WaitWithProgress( std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort ) const;
 
@@ -304,8 +308,8 @@ private:
     static void RegisterThreadListener( XThreadListener& inListener );
     static void UnregisterThreadListener( XThreadListener& inListener );
 
-    XMutex itsStartMutex; // held while the thread is started, so that starts come one after another
-    // Its mutex guards the members below, but for those that only the thread itself uses.
+    XMutex itsStartMutex; // held while the thread is started, so that starts are sequential
+    // Its mutex guards the members below, except those used by the thread itself only.
     const XStatesPtr itsStates;
     XString itsName;
     std::uint32_t itsThreadID = 0;
@@ -315,7 +319,7 @@ private:
     XThreadOptions itsOptions;
     const bool itsIsAcquired;
     std::unique_ptr<XThreadImp> itsImp;
-    // The thread's own:
+    // Used by the thread itself only:
     std::uint32_t itsPreventStopCount = 0;
     std::uint32_t itsPreventSuspendCount = 0;
     std::uint32_t itsLastErrorNumber = 0;

@@ -8,13 +8,13 @@ enum XThreadEvent : std::uint32_t
     kThreadFinishing = 1
 };
 
-/// Hears of every XThread of the process that starts running or ends, on that thread, before `StartThread`
-/// returns and before the thread counts as ended.
+/// Receives notifications of every XThread of the process that starts or ends. They are delivered on that
+/// thread, before `StartThread` returns and before the thread counts as ended.
 ///
-/// A listener hears events from `StartListening` to `StopListening`. Call them at the end of the constructor
-/// and at the start of the destructor of the most derived class: an event may come at once, on any thread.
-/// Threads: events come one at a time, under `XThread::sThreadListenerMutex`; a listener may start and stop
-/// listening while it hears one.
+/// A listener is notified from `StartListening` to `StopListening`. Call these at the end of the constructor
+/// and at the start of the destructor of the most derived class: an event may arrive at once, on any thread.
+/// Threads: events arrive one at a time, under `XThread::sThreadListenerMutex`; a listener may start and stop
+/// listening while it handles one.
 class KORVALE_API XThreadListener
 {
 public:
@@ -22,15 +22,15 @@ public:
     XThreadListener& operator=( const XThreadListener& ) = delete;
     virtual ~XThreadListener() = default;
 
-    /// What it throws is swallowed.
+    /// Handles an event; exceptions are swallowed.
     virtual void ThreadEvent( XThreadEvent inEvent ) = 0;
 
 protected:
     XThreadListener() = default;
 
-    /// Appends this to the list of listeners, which hear events in that order.
+    /// Appends this object to the list of listeners, which are notified in that order.
     void StartListening();
 
-    /// Internal error "it != sThreadListeners.end()" for a listener that does not listen.
+    /// Internal error "it != sThreadListeners.end()" if this object is not listening.
     void StopListening();
 };

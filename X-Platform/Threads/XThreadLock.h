@@ -2,11 +2,11 @@
 
 #include "Threads/XMutex.h"
 
-/// Holds a mutex for a scope.
+/// Locks a mutex for a scope.
 class XThreadLock
 {
 public:
-    /// Locks as `XMutex::Lock` does, with its errors.
+    /// Locks like `XMutex::Lock`, with its errors.
     explicit XThreadLock( XMutex& inMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false )
         : itsMutex( inMutex )
     {

@@ -8,7 +8,7 @@
 #include <array>
 #include <utility>
 
-// What a thread is called and where it runs; the main thread; the process and its machine.
+// The name and placement of a thread; the main thread; the process and its machine.
 
 namespace
 {
@@ -108,8 +108,8 @@ USize XThread::GetThreadAffinityMask() const
     return itsAffinityMask;
 }
 
-/// Gives the new thread its name, and the priority and affinity that were set before it ran, as far as the system grants
-/// them. It has begun with those of the thread that has started it.
+/// Gives the new thread its name, and the priority and affinity that were set before its start, as far as the
+/// system permits. It has started with those of the thread that started it.
 void XThread::ApplyPlacement()
 {
     const XThreadLock lock( itsStates->mutex );

@@ -3,7 +3,7 @@
 #include "WNoSystemMacros.h"
 #include "WPlatform.h"
 
-/// Gives up the processor.
+/// Yields the processor.
 class KORVALE_API XThreadYield
 {
 public:

@@ -71,7 +71,7 @@ Color ToColor( const WColour& inColour )
     return Color( alpha, inColour.red, inColour.green, inColour.blue );
 }
 
-/// What has been written to a stream over memory.
+/// Returns the contents of a stream over memory.
 std::string ReadAll( IStream& inStream )
 {
     HGLOBAL memory = nullptr;

@@ -2,15 +2,16 @@
 
 #include <cstdint>
 
-/// The number of descriptors that the process may hold. Every temporary file holds one, and the limit that a
-/// process starts with is far below the one it may set for itself.
+/// The number of descriptors that the process may have. Every temporary file needs one, and the initial limit
+/// is far below the one that a process may set.
 class WDescriptorLimit
 {
 public:
-    /// How many there may be now.
+    /// The current limit.
     static std::uint64_t Get();
 
-    /// Makes the call, which returns a descriptor or -1; makes it again if more descriptors were allowed then.
+    /// Makes the call, which returns a descriptor or -1. If the limit was reached and could be raised, makes
+    /// it again.
     template<class Call>
     static int Retry( Call inCall )
     {
@@ -19,6 +20,6 @@ public:
     }
 
 private:
-    /// True when `errno` tells that the limit was reached and it could be raised.
+    /// True if `errno` shows that the limit was reached and it could be raised.
     static bool RaiseIfReached();
 };

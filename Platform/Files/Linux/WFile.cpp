@@ -64,7 +64,7 @@ bool IsLink( const fs::path& inPath )
     return ::lstat( inPath.c_str(), &status ) == 0 && S_ISLNK( status.st_mode );
 }
 
-/// The open descriptor of this process that a name such as /dev/stdout or a link to it stands for.
+/// The open descriptor of this process for a name such as /dev/stdout or a link to it.
 int FindDescriptor( fs::path inPath )
 {
     constexpr int kMostLinks = 40; // as the kernel has it
@@ -229,7 +229,7 @@ void WFile::Flush()
 
 bool WFile::IsDevice( const fs::path& inPath )
 {
-    // What other processes have open may be a file, but it is not ours to replace.
+    // A file that another process has open may not be replaced.
     const bool isInProc = inPath.lexically_normal().native().starts_with( "/proc/" );
     if ( ( isInProc && IsLink( inPath ) ) || FindDescriptor( inPath ) != kNoDescriptor )
         return true;

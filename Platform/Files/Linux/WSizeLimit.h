@@ -8,8 +8,8 @@ class WSizeLimit
 public:
     WSizeLimit() = delete;
 
-    /// From now on it is an error of the write that reaches it (system error 223), not the end of the process, unless the
-    /// program handles the signal itself.
+    /// Makes exceeding the limit an error of the write (system error 223) instead of the end of the process,
+    /// unless the program handles the signal itself.
     static void MakeItAnError() noexcept
     {
         struct sigaction action = {};

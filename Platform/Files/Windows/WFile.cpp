@@ -136,5 +136,5 @@ bool WFile::IsDevice( const std::filesystem::path& inPath )
     return length < MAX_PATH && std::wstring_view( full ).starts_with( L"\\\\.\\" );
 }
 
-/// Only opening tells.
+/// This can be known only by opening the device.
 void WFile::CheckDevice( const std::filesystem::path& ) {}

@@ -33,7 +33,8 @@ private:
     const HANDLE itsHandle;
 };
 
-/// Calls a function of the system that takes a buffer and its length, and gives the length needed where it is too short.
+/// Calls a system function that takes a buffer and its length, and that returns the required length if the
+/// buffer is too short.
 template<class Call>
 std::wstring ReadText( Call inCall )
 {

@@ -27,7 +27,7 @@ HANDLE TryCreate( const std::filesystem::path& inFolder )
         CREATE_NEW, FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr );
 }
 
-/// What a file system does not know is let pass.
+/// Requests that a file system does not support are ignored.
 void Control( HANDLE inFile, DWORD inCode, void* inInput, DWORD inSize )
 {
     DWORD returned = 0;

@@ -62,7 +62,7 @@ bool IsLess( const std::wstring& inLeft, const std::wstring& inRight )
     return order == CSTR_LESS_THAN;
 }
 
-/// The system's own matching also looks at the short names that it gives to files, so that `*.tif` finds `a.tiff`.
+/// The system's own matching also checks the short names of files, so that `*.tif` matches `a.tiff`.
 std::vector<std::wstring> FindNames( const std::wstring& inFolder, const std::wstring& inPattern )
 {
     constexpr DWORD kPassedOver = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN;

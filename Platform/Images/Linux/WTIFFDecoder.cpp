@@ -174,8 +174,9 @@ void WTIFFDecoder::Implementation::DecodeTiles(
         }
 }
 
-/// LZW of noisy images takes it three quarters of the time of WLZWUnpacker, and it knows the LZW of before 1992. Deflate
-/// takes it half the time of WDeflateUnpacker, but it does not hold the samples against their checksum.
+/// For LZW of noisy images it takes three quarters of the time of WLZWUnpacker, and it supports the LZW form
+/// used before 1992. For deflate it takes half the time of WDeflateUnpacker, but it does not verify the
+/// checksum.
 bool WTIFFDecoder::IsBetterAt( std::uint64_t inCompression )
 {
     return inCompression == COMPRESSION_LZW;

@@ -73,7 +73,7 @@ const Format* FindFormat( const GUID& inID, WImagePage::SampleType inType )
     return found == std::end( kFormats ) ? nullptr : found;
 }
 
-/// A pixel format whose samples stand for colours or are grey levels of few bits.
+/// A pixel format whose samples are palette indices or grey levels of few bits.
 struct PackedFormat
 {
     const GUID& id;
@@ -106,7 +106,7 @@ void CopyChannels( const WImagePage& inFrom, WImagePage& ioPage )
         std::memcpy( to, from, toSize );
 }
 
-/// Copies in bands, because the component counts a buffer's bytes in 32 bits, and tells of each.
+/// Copies in bands, because the component counts a buffer's bytes in 32 bits, and reports progress for each.
 void CopyRows( IWICBitmapSource& inSource, const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     constexpr std::uint64_t kMostBytes = std::numeric_limits<std::int32_t>::max();
@@ -158,7 +158,7 @@ void CopyFormat(
         CopyChannels( whole, ioPage );
 }
 
-/// What each value of a packed sample stands for, as 0xAARRGGBB.
+/// The colour of each value of a packed sample, as 0xAARRGGBB.
 std::vector<WICColor>
 GetColours( IWICImagingFactory& inFactory, IWICBitmapFrameDecode& inFrame, const PackedFormat& inFormat )
 {
@@ -178,7 +178,7 @@ GetColours( IWICImagingFactory& inFactory, IWICBitmapFrameDecode& inFrame, const
     return colours;
 }
 
-/// Copies packed samples as the colours that they stand for, or, into a page of one channel, as grey levels.
+/// Copies packed samples as colours or, into a page of one channel, as grey levels.
 void CopyPacked(
     IWICBitmapFrameDecode& inFrame, std::uint32_t inBits, const std::vector<WICColor>& inColours,
     const WImageFile::Progress& inProgress, WImagePage& ioPage )

@@ -6,7 +6,7 @@
 #include <wincodec.h>
 #include <windows.h>
 
-/// An image file opened by the Windows Imaging Component. Used by one thread at a time, whichever; failures throw
+/// An image file opened with the Windows Imaging Component. Used by one thread at a time; failures throw
 /// WImageError.
 class WImagingComponent
 {
@@ -16,12 +16,12 @@ public:
     WImagingComponent( const WImagingComponent& ) = delete;
     WImagingComponent& operator=( const WImagingComponent& ) = delete;
 
-    /// Fills the samples of a page whose form is known and whose room is made from the first frame. Transparency is
-    /// dropped, palettes are applied and few bits scaled to eight.
+    /// Fills the samples of a page, whose format is set and whose samples are allocated, from the first
+    /// frame. Drops transparency, applies palettes and scales fewer bits to eight.
     void CopyFrame( const WImageFile::Progress& inProgress, WImagePage& ioPage );
 
 private:
-    CO_MTA_USAGE_COOKIE itsApartment = nullptr; ///< Of the process, for threads that have none of their own.
+    CO_MTA_USAGE_COOKIE itsApartment = nullptr; ///< Of the process, for threads without an apartment.
     IWICImagingFactory* itsFactory = nullptr;
     IWICBitmapDecoder* itsDecoder = nullptr;
 

@@ -12,7 +12,8 @@ constexpr std::uint8_t kPalette = 1;
 constexpr std::uint8_t kColour = 2; ///< Grey images lack it.
 constexpr std::uint8_t kAlpha = 4;
 
-/// What the component does not tell as it is stored: the form of the samples and whether there is a resolution.
+/// Fields that the component does not report as stored: the format of the samples and whether there is a
+/// resolution.
 struct Header
 {
     std::uint32_t width = 0;

@@ -114,7 +114,7 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
     }
 }
 
-/// Only memory of the process can move by its pages. What is cut off inside a page must not come back.
+/// Only anonymous memory can be resized by moving pages. Bytes cut off within a page must not reappear.
 bool WFileMapping::ResizeView( std::uint64_t inSize )
 {
     if ( itsFile || !itsView )

@@ -78,7 +78,8 @@ void WViewGuard::Install()
     ::sigaction( SIGBUS, &action, &sPreviousAction );
 }
 
-/// What is not about a view is left to who handled the signal before: the instruction is run again and fails anew.
+/// Signals that do not concern a view are left to the previous handler: the instruction is run again and
+/// fails again.
 void WViewGuard::OnBusError( int inSignal, siginfo_t* inInfo, void* )
 {
     const int error = errno;

@@ -4,17 +4,18 @@
 #include <csignal>
 #include <cstdint>
 
-/// Keeps the process alive when bytes of a mapped file are touched that the file no longer has, since somebody cut it
-/// off, or that the disk has no room for: the page becomes one of zeros, and its view is marked as damaged.
+/// Keeps the process alive when it accesses bytes of a mapped file that no longer exist because the file was
+/// truncated, or for which the disk has no room: the page is replaced by one of zeros, and its view is marked
+/// as damaged.
 ///
-/// Guards are never freed but used again, because the signal's handler goes through all of them without a
-/// lock. A guard that changes while the handler looks at it is not the one of the view that is being touched,
-/// which is watched over for longer than that.
+/// Guards are reused and never freed, because the signal handler visits all of them without a lock. A guard
+/// that changes during this visit cannot be that of the accessed view, which is guarded for longer than the
+/// access.
 /// Threads: any.
 class WViewGuard
 {
 public:
-    /// Watches over a view until it is removed. Throws 1012.
+    /// Guards a view until it is removed. Throws 1012.
     static WViewGuard* Add( const void* inView, std::uint64_t inSize );
     static void Remove( WViewGuard* inGuard );
 
@@ -28,10 +29,11 @@ private:
     bool Covers( std::uintptr_t inAddress ) const;
     bool HealPage( std::uintptr_t inAddress );
 
-    std::atomic<std::uint32_t> itsChanges = 0; // of the range below, two for each: odd while it changes
-    std::atomic<std::uintptr_t> itsBegin = 0;  // 0: not in use
+    // counts changes of the range, two for each: odd during a change
+    std::atomic<std::uint32_t> itsChanges = 0;
+    std::atomic<std::uintptr_t> itsBegin = 0; // 0 if not in use
     std::atomic<std::uintptr_t> itsEnd = 0;
     std::atomic<bool> itsIsDamaged = false;
-    WViewGuard* itsNext = nullptr;     // of all guards
-    WViewGuard* itsNextFree = nullptr; // of those not in use, guarded by the mutex
+    WViewGuard* itsNext = nullptr;     // in the list of all guards
+    WViewGuard* itsNextFree = nullptr; // in the list of unused ones, guarded by the mutex
 };

@@ -52,7 +52,7 @@ void OnFatalSignal( int inSignal, siginfo_t* inInfo, void* inContext )
     sCrash.itsStack.Take( *static_cast<const ucontext_t*>( inContext ) );
     if ( reporter )
         reporter->ReportAndWait();
-    // The handler is no longer installed, so that this time the signal does what it always did.
+    // The handler is no longer installed, so the signal now has its original effect.
     std::raise( inSignal );
 }
 
@@ -67,7 +67,7 @@ void UseHandlerStack()
     ::sigaltstack( &stack, nullptr );
 }
 
-/// The first capture loads what the unwinder needs, which a signal handler must not do.
+/// Loads the data that the unwinder needs, because a signal handler must not do this.
 void WarmUp()
 {
     sCrash.itsStack.TakeHere();

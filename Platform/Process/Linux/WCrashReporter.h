@@ -10,7 +10,7 @@
 #include <semaphore.h>
 #include <sys/types.h>
 
-/// What a signal handler leaves for the report of a crash.
+/// The data that a signal handler leaves for the report of a crash.
 struct WCrash
 {
     int itsSignal = 0;
@@ -18,22 +18,23 @@ struct WCrash
     WStackCapture itsStack;
 };
 
-/// Reports a crash from a thread of its own: a signal handler must not allocate, and so it can write no report. Internal
-/// to the platform layer.
+/// Reports a crash from a separate thread, because a signal handler must not allocate memory. Internal to the
+/// platform layer.
 class WCrashReporter
 {
 public:
-    /// Starts the thread, which waits until there is a crash to report. `inCrash` outlives it.
+    /// Starts the thread, which waits for a crash. `inCrash` must outlive it.
     WCrashReporter( const WCrash& inCrash, const std::atomic<WCrashHandler::Report>& inReport );
     WCrashReporter( const WCrashReporter& ) = delete;
     WCrashReporter& operator=( const WCrashReporter& ) = delete;
     ~WCrashReporter();
 
-    /// Has the crash reported and waits for the end of that, half a minute at most. For signal handlers. Does nothing in
-    /// a child that was forked, which has no such thread.
+    /// Requests the report and waits for its end, at most half a minute. For signal handlers. Does nothing in
+    /// a forked child, which does not have the thread.
     void ReportAndWait();
 
-    /// For signal handlers when the reporter itself crashes: lets the thread go that waits for the report.
+    /// For signal handlers: if the reporter itself has crashed, releases the thread that waits for the
+    /// report.
     void GiveUpIfReporter();
 
 private:

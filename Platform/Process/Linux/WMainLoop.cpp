@@ -14,7 +14,7 @@ namespace
 
 std::atomic<int> sBell = -1; // an event counter, readable while it is not 0
 
-/// It rings at first: whoever woke the loop before there was a bell was not heard.
+/// Initially set, because earlier wake-ups had no descriptor to set.
 int OpenBell()
 {
     const int bell = eventfd( 1, EFD_NONBLOCK | EFD_CLOEXEC );
@@ -32,8 +32,7 @@ WMainLoop::XHandle WMainLoop::GetWaitHandle()
     return sBell;
 }
 
-/// Safe within a signal handler. Before the bell has been made nobody sleeps, and it will ring when it is
-/// made.
+/// Safe within a signal handler. Before the descriptor exists no thread waits for it, and it is created set.
 void WMainLoop::Wake()
 {
     const int bell = sBell;

@@ -108,7 +108,7 @@ std::string DescribeFrame( const backward::ResolvedTrace& inFrame )
     return text.str();
 }
 
-/// Reading debug information is slow, so what has been found out is kept for the next dump.
+/// Reading debug information is slow, so it is cached for the next dump.
 class Symbols
 {
 public:

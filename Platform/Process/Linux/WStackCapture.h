@@ -7,18 +7,18 @@
 #include <sys/types.h>
 #include <ucontext.h>
 
-/// Where a thread is, taken in one step and described in another: a signal handler may do the first, but only ordinary
-/// code the second. Internal to the platform layer.
+/// The state of a thread, captured in one step and described in another: a signal handler may capture it, but
+/// only ordinary code may describe it. Internal to the platform layer.
 class WStackCapture
 {
 public:
-    /// Takes the call stack of the calling thread, from the instruction of `inContext` outwards if it lies on the stack.
-    /// Allocates and locks nothing.
+    /// Captures the call stack of the calling thread, starting at the instruction of `inContext` if that is
+    /// on the stack. Allocates and locks nothing.
     void Take( const ucontext_t& inContext );
-    /// The same from here: of the registers only those that the call left as they were.
+    /// Captures the call stack from here; of the registers, only those that the call has preserved.
     void TakeHere();
 
-    /// Symbols are read on the first call and kept, so that later ones are quick.
+    /// Symbols are loaded and cached on the first call.
     std::string Describe() const;
 
 private:

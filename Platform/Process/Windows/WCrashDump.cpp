@@ -14,7 +14,8 @@ namespace
 constexpr int kMostFrames = 64;
 constexpr DWORD kLongestName = 1024;
 
-/// The debug help library is not made for several threads. Never destroyed: dumps are made to the very end.
+/// The debug help library is not thread-safe. Never destroyed, because dumps may be made until the process
+/// ends.
 std::mutex& GetSymbolMutex()
 {
     static auto* sMutex = new std::mutex;

@@ -13,8 +13,8 @@ constexpr wchar_t kSourceName[] = L"Korvale Core";
 /// The system refuses longer entries.
 constexpr std::size_t kLongestMessage = 31000;
 
-/// Byte by byte, since entries are written when little else works any more. What is not ASCII is shown as
-/// '?'.
+/// Converts byte by byte, because entries are written when little else works any more. Characters other than
+/// ASCII are shown as '?'.
 std::wstring MakeEntry( std::string_view inMessage )
 {
     std::wstring entry;

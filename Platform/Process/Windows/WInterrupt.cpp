@@ -40,8 +40,8 @@ void WInterrupt::TakeOver()
 
 void WInterrupt::GiveBack()
 {
-    // The handler stays on the list and the handles stay open: it may be running, and whoever takes it off then waits
-    // for it.
+    // The handler stays registered and the handles stay open: the handler may be running, and unregistering
+    // it would then wait for it.
     sIsTaken = false;
 }
 

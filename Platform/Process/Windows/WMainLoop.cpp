@@ -13,7 +13,7 @@ namespace
 
 std::atomic<HANDLE> sBell = nullptr; // an event reset by hand
 
-/// It rings at first: whoever woke the loop before there was a bell was not heard.
+/// Initially set, because earlier wake-ups had no event to set.
 HANDLE CreateBell()
 {
     const HANDLE bell = CreateEventW( nullptr, TRUE, TRUE, nullptr );

@@ -2,7 +2,7 @@
 
 #include "Sockets/WSocketAlert.h"
 
-/// Lets an alert of the calling thread end a wait in which WSocketAlert takes part.
+/// Makes a wait that includes WSocketAlert end when the calling thread is alerted.
 class WAlertableScope
 {
 public:
@@ -21,7 +21,7 @@ public:
             WSocketAlert::GetCurrent().Clear();
     }
 
-    /// Whether the thread had been alerted before it began to wait.
+    /// Whether the thread was alerted before it began to wait.
     bool WasAlerted() const { return itsThread && !itsIsWaiting; }
     void SetHasHeard() { itsHasHeard = true; }
 

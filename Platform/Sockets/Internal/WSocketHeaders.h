@@ -1,6 +1,6 @@
 #pragma once
 
-/// The system's headers for sockets, and what makes them usable.
+/// The system's headers for sockets, with the necessary definitions.
 
 #if defined( _WIN32 )
     #include <winsock2.h>
@@ -13,5 +13,5 @@
     #include <unistd.h>
 #endif
 
-/// Makes the system's sockets ready for the process, once, until its end. Throws the system's last error.
+/// Initialises the system's sockets once for the process. Throws the system's last error.
 void WStartSockets();

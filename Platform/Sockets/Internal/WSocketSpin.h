@@ -5,14 +5,15 @@
 #include <algorithm>
 #include <chrono>
 
-/// How often the calling thread tries again, giving way in between, before it sleeps in a wait on a socket.
+/// Decides how often the calling thread retries, yielding in between, before it sleeps in a wait on a socket.
 ///
-/// On several processors the tries take about as long as waking a thread on another processor. Where waits have proved
-/// long, or there is but one processor, they are just enough for a peer that waits for this processor to answer.
+/// With several processors the retries take about as long as waking a thread on another processor. If earlier
+/// waits were long, or there is only one processor, there are just enough retries for a peer that waits for
+/// this processor to answer.
 ///
-/// Where other threads want the processor, giving way takes as long as they like, while a sleeping thread is woken before
-/// they go on. So a turn that took long ends the tries, and the next waits have none: the more often it happens, the more
-/// waits.
+/// If other threads need the processor, yielding takes as long as their turns, whereas a sleeping thread is
+/// woken before they continue. Therefore a long turn ends the retries, and the following waits have none;
+/// their number grows each time this happens.
 class WSocketSpin
 {
 public:
@@ -31,7 +32,7 @@ public:
         return !wasLong;
     }
 
-    /// A try has ended the wait.
+    /// Call it when a retry has ended the wait.
     void SetSucceeded()
     {
         History& history = GetHistory();
@@ -48,15 +49,16 @@ private:
     static constexpr int kTurns = 64;
     static constexpr int kFewTurns = 3;
 
-    // A thread whose waits have proved long this often in a row spins in every so manieth wait only.
+    // After this many long waits in a row, a thread spins only in one of kWaitsPerTrial waits.
     static constexpr std::uint32_t kLongWaitsInARow = 4;
     static constexpr std::uint32_t kWaitsPerTrial = 32;
 
-    // Several times what a peer on this processor takes to answer, and a fraction of the turn of one that computes.
+    // Several times the response time of a peer on this processor, and a fraction of the turn of a computing
+    // thread.
     static constexpr std::chrono::microseconds kLongTurn{ 200 };
-    static constexpr std::uint32_t kLeastPenalty = 64; // waits
+    static constexpr std::uint32_t kLeastPenalty = 64; // in waits
     static constexpr std::uint32_t kMostPenalty = 1024;
-    static constexpr std::uint32_t kDecay = 32; // a success makes it smaller by this part
+    static constexpr std::uint32_t kDecay = 32; // a success reduces the penalty by this fraction
 
     struct History
     {

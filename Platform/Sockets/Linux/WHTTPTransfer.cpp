@@ -103,8 +103,8 @@ WHTTPTransfer::Failure ToFailure( CURLcode inResult )
     }
 }
 
-/// The library's callbacks keep what has come; it is passed on outside of them, since nothing may be thrown through the
-/// library.
+/// The library's callbacks only store the received data, which is passed on outside of them, because
+/// exceptions must not propagate through the library.
 class Exchange : private WHTTPTransfer
 {
 public:

@@ -12,7 +12,7 @@
 #include <memory>
 #include <string>
 
-/// Objects of OpenSSL that their owner frees.
+/// Smart pointers to objects of OpenSSL.
 template<auto kFree>
 struct WOpenSSLFreer
 {
@@ -34,11 +34,11 @@ using WBIOPtr = WOpenSSLPtr<BIO, WFreeBIO>;
 using WKeyPtr = WOpenSSLPtr<EVP_PKEY, EVP_PKEY_free>;
 using WX509Ptr = WOpenSSLPtr<X509, X509_free>;
 
-/// Reads a text in PEM with a function of the library; 1005 when it is not one.
+/// Parses PEM text with a function of the library; throws 1005 on failure.
 template<class TPointer, class TRead>
 TPointer WReadPEM( const std::string& inText, TRead inRead )
 {
-    // Never asks a user for a password.
+    // Prevents OpenSSL from prompting for a password.
     const auto noPassword = []( char*, int, int, void* ) { return -1; };
     const WBIOPtr source( BIO_new_mem_buf( inText.data(), static_cast<int>( inText.size() ) ) );
     TPointer object( source ? inRead( source.get(), nullptr, noPassword, nullptr ) : nullptr );

@@ -33,7 +33,7 @@ std::string GetFolder()
     return std::string( temporary ? temporary : "/tmp" ) + "/korvale-" + std::to_string( geteuid() );
 }
 
-/// Makes the folder where it is missing. It has to be the user's alone.
+/// Creates the folder if it is missing. Only the user may have access to it.
 void PrepareFolder( const std::string& inPath )
 {
     if ( mkdir( inPath.c_str(), 0700 ) != 0 && errno != EEXIST )
@@ -100,7 +100,7 @@ bool IsPeerOfThisUser( const WSocketDescriptor& inSocket )
     return getsockopt( inSocket.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size ) == 0 && peer.uid == geteuid();
 }
 
-/// Whether the path is a socket on which nobody listens. Under the lock of the folder.
+/// Whether the path is a socket without a listener. Called under the lock of the folder.
 bool IsAbandoned( const std::string& inPath )
 {
     struct stat status = {};
@@ -120,7 +120,8 @@ struct WPipe::System
             GiveNameUp();
     }
 
-    /// Unless somebody else has it. Without the lock, which takes a descriptor, the name stays for the next listener.
+    /// Releases the name unless another listener has taken it. If the lock, which needs a descriptor, is not
+    /// available, the name stays for the next listener.
     void GiveNameUp() const noexcept
     try
     {

@@ -28,7 +28,7 @@ std::uint32_t ToSocketError( int inErrno )
     }
 }
 
-/// Makes a call again that a signal has interrupted.
+/// Repeats a call that was interrupted by a signal.
 template<class TCall>
 auto Uninterrupted( TCall inCall )
 {
@@ -37,8 +37,8 @@ auto Uninterrupted( TCall inCall )
             return result;
 }
 
-/// Connections that ended while they waited to be accepted, and other errors of one connection that the system tells
-/// when it is to be accepted. The next one may be sound.
+/// Connections that ended before they were accepted, and other errors of one connection that the system
+/// reports on accepting it. The next connection may be intact.
 bool IsErrorOfConnection( int inErrno )
 {
     switch ( inErrno )
@@ -60,7 +60,8 @@ bool IsErrorOfConnection( int inErrno )
     }
 }
 
-/// Limits what a wait takes: poll counts milliseconds in an int. A longer wait goes on in another turn.
+/// Limits the time of one poll, which takes milliseconds in an int. A longer wait is continued by another
+/// poll.
 int ToPollTimeout( const WDeadline& inDeadline )
 {
     const std::uint32_t left = inDeadline.GetMillisecondsLeft();

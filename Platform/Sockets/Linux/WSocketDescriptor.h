@@ -2,8 +2,8 @@
 
 #include "Sockets/WConnection.h"
 
-/// The descriptor of a stream socket of any family, which does not block: what connections of all kinds have in common
-/// here. Closed at the end of its life.
+/// The non-blocking descriptor of a stream socket of any family: the common part of all kinds of connections.
+/// Closed by the destructor.
 /// Threads: any thread, at any time.
 class WSocketDescriptor
 {
@@ -20,13 +20,13 @@ public:
 
     int Get() const { return itsDescriptor; }
 
-    /// What a call of the system has come to, by its result and errno.
+    /// The outcome of a system call, from its result and errno.
     static Outcome ToOutcome( std::int64_t inResult );
     static Outcome Failed( int inErrno );
 
     Outcome Listen( std::uint32_t inBacklog ) const;
 
-    /// A new descriptor in `outDescriptor`, which the caller owns.
+    /// Returns a new descriptor in `outDescriptor`, which the caller owns.
     Outcome TryAccept( int& outDescriptor ) const;
     Outcome TryFinishConnecting() const;
     Outcome TrySend( const void* inBytes, USize inCount ) const;
@@ -34,13 +34,13 @@ public:
     std::uint32_t GetWaitingBytes() const;
     void ShutDownSending() const;
 
-    /// Whether the peer will send no more.
+    /// Whether the peer has stopped sending.
     bool HasPeerClosed() const;
 
-    /// Ends every poll of the descriptor too, one that listens or connects included.
+    /// Shuts the connection down; also ends polls of a descriptor that is listening or connecting.
     void End() const;
 
-    /// Sleeps until one of the events of poll, an alert of the calling thread or the deadline.
+    /// Sleeps until one of the poll events, an alert of the calling thread or the deadline.
     WWaitResult Sleep( short inEvents, const WDeadline& inDeadline, bool inAlertable ) const;
 
 private:

@@ -3,7 +3,7 @@
 #include "Sockets/Linux/WOpenSSL.h"
 #include "Sockets/WTLSContext.h"
 
-/// What a context has of OpenSSL; sessions use it.
+/// The OpenSSL data of a context; also used by sessions.
 struct WTLSContext::System
 {
     WOpenSSLPtr<SSL_CTX, SSL_CTX_free> context;

@@ -3,7 +3,7 @@
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
-// Certificates are of use for TLS alone, which is not to be had here (WTLSContext).
+// Certificates are needed for TLS only, which is not available here (WTLSContext).
 
 bool WCertificates::AreAvailable()
 {

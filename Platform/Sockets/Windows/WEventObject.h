@@ -8,7 +8,7 @@
 
 #include "WNoSystemMacros.h" // needs to be behind the header above
 
-/// An event object of the system, or none once it has been moved from.
+/// An event object of the system; none after a move.
 class WEventObject
 {
 public:

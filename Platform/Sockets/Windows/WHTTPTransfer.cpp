@@ -144,7 +144,7 @@ public:
         return itsError;
     }
 
-    /// The system calls back no more once it has told that the handle is closing.
+    /// The system makes no further callbacks after it has reported that the handle is closing.
     void Close()
     {
         if ( itsRequest )

@@ -110,7 +110,7 @@ WConnection::Outcome Failed( DWORD inError )
     return { WConnection::kFailed, 0, ToPipeError( inError ) };
 }
 
-/// The user of this process, and who owns what it makes.
+/// The user of this process, and the owner of the objects that it creates.
 class User
 {
 public:
@@ -125,7 +125,7 @@ public:
         return EqualSid( inSID, GetSID( itsUser ) ) || EqualSid( inSID, GetSID( itsOwner ) );
     }
 
-    /// Allows the user everything and nobody else anything.
+    /// Grants all rights to the user and none to others.
     SECURITY_ATTRIBUTES GetAttributes() const
     {
         return { sizeof( SECURITY_ATTRIBUTES ), itsDescriptor, FALSE };
@@ -218,7 +218,7 @@ struct WPipe::System
 
     USize GetHeld() const { return end - begin; }
 
-    /// What the pending read has brought. Returns 0, or the error.
+    /// Completes the pending read. Returns 0 or the error.
     DWORD FinishReading()
     {
         DWORD count = 0, error = 0;
@@ -230,7 +230,7 @@ struct WPipe::System
         return 0;
     }
 
-    /// Begins to read behind what there is.
+    /// Starts to read after the buffered bytes.
     DWORD StartReading()
     {
         if ( !input )
@@ -252,7 +252,7 @@ struct WPipe::System
         return PeekNamedPipe( pipe, nullptr, 0, nullptr, &count, nullptr ) ? count : 0;
     }
 
-    /// Whether the pipe has taken what was written before. `outError` tells how that went.
+    /// Whether the previous write has completed. `outError` is its result.
     bool FinishWriting( DWORD& outError )
     {
         DWORD count = 0;
@@ -368,7 +368,7 @@ WPipe::Outcome WPipe::TryFinishConnecting()
 
 // ---- Transfer
 
-/// Succeeds as soon as the system has the bytes to write: how that goes, the next call tells.
+/// Succeeds as soon as the system has the bytes to write; the next call reports the result.
 WPipe::Outcome WPipe::TrySend( const void* inBytes, USize inCount )
 {
     System& system = *itsSystem;

@@ -44,15 +44,16 @@ private:
 
 } // namespace
 
-// The system has one event per socket, for everything that happens, while one thread may wait to receive and another to
-// send. Whichever sees that event first takes down what has happened and passes it on to the event of each direction.
+// The system has one event per socket for all network events, but one thread may wait to receive and another
+// to send. The thread that sees that event first records the network events and sets the event of each
+// direction.
 
 struct WSocket::System
 {
     explicit System( OwnSocket inSocket ) : socket( std::move( inSocket ) ) {}
     System( System&& ) noexcept = default;
 
-    /// What the system tells of the socket goes to `happened`. Makes the socket non-blocking too.
+    /// Makes the system signal `happened` for network events. Also makes the socket non-blocking.
     bool Watch() const
     {
         return WSAEventSelect( socket, happened, FD_READ | FD_WRITE | FD_ACCEPT | FD_CONNECT | FD_CLOSE ) ==
@@ -167,8 +168,8 @@ WSocket::~WSocket() = default;
 
 // ---- Server side
 
-/// A port of which the system only remembers old connections is free without an option; the option that would be asked
-/// for elsewhere gives away the port of another listener here.
+/// On Windows a port of old connections can be bound without an option; the option that other systems need
+/// would take the port away from another listener.
 WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
 {
     SetFlag( itsSystem->socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE );
@@ -185,7 +186,7 @@ WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
     return ToOutcome( listen( itsSystem->socket, ToCount( inBacklog ) ) );
 }
 
-/// Wine tells of no further connection when one was accepted before it came to tell of that one.
+/// Wine reports no further connection if one was accepted before it was reported.
 bool WSocket::HasToWaitToAccept() const
 {
     return true;
@@ -236,7 +237,7 @@ WSocket::Outcome WSocket::TryFinishConnecting()
 
 // ---- Transfer
 
-// On an interrupted socket the calls fail with a code of their own; what they have to do with is the interruption.
+// On an interrupted socket the calls fail with various codes; all of them mean the interruption.
 
 WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
 {

@@ -3,8 +3,8 @@
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
-// The system's TLS takes no connection of TLS 1.3 under Wine, and no server at all. So that nobody takes an unprotected
-// connection for a protected one, there is none.
+// The system's TLS does not support TLS 1.3 under Wine, and no server at all. TLS is therefore not available,
+// so that no unprotected connection is mistaken for a protected one.
 
 struct WTLSContext::System
 {

@@ -3,7 +3,7 @@
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
-// There is no context on this system, so there are no sessions.
+// This system has no contexts, so it has no sessions.
 
 struct WTLSSession::System
 {

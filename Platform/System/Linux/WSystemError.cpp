@@ -16,7 +16,7 @@ struct CodeText
     const char* itsText;
 };
 
-/// Codes that come from files, wires and other systems, and those of which an errno tells only one cause.
+/// Codes from files, wires and other systems, and codes for which an errno has only one of the causes.
 constexpr CodeText kCodeTexts[] = {
     { 8, "Not enough memory" },
     { 38, "The end of the file was reached" },

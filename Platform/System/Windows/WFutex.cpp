@@ -6,7 +6,8 @@ bool WFutex::Wait( std::atomic<std::uint32_t>& ioWord, std::uint32_t inExpected,
 {
     if ( inDeadline.HasPassed() )
         return false;
-    // A spurious return and a time-out are alike to the caller, who looks at the word and the deadline again.
+    // Spurious returns and time-outs are equivalent for the caller, which checks the word and the deadline
+    // again.
     WaitOnAddress( &ioWord, &inExpected, sizeof( inExpected ), inDeadline.GetMillisecondsLeft() );
     return true;
 }

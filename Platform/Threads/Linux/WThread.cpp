@@ -29,7 +29,7 @@ namespace
     return ::backtrace( &frame, 1 );
 }();
 
-/// What the process was started with.
+/// The nice value with which the process was started.
 int GetNiceValueOfProcess()
 {
     static const int sNiceValue = getpriority( PRIO_PROCESS, static_cast<id_t>( getpid() ) );

@@ -51,7 +51,7 @@ std::uintptr_t WThread::StartSystemThread()
     const std::uintptr_t handle = _beginthreadex( nullptr, 0, run, this, 0, nullptr );
     if ( handle != 0 )
         return handle;
-    // Too many threads, or none of what one takes: the system's last error differs with what that was.
+    // Too many threads, or a required resource is exhausted: the system's last error depends on which.
     if ( errno == EAGAIN || errno == EACCES )
         WSystemError::SetLast( WSystemError::kNoSystemResources );
     XThrowLastSystemError();

@@ -6,20 +6,20 @@
 
 #include <vector>
 
-/// An overlay that is to be drawn later: the numbers of its objects are known only when all pages before it are measured.
-/// Until then it may be purged.
+/// An overlay to be drawn later, because the numbers of its objects are known only when all preceding pages
+/// have been measured. It may be purged meanwhile.
 /// Threads: one at a time.
 class CachedOverlay
 {
 public:
-    /// The thread holds none of the working memory, here and in `Take`.
+    /// The calling thread must not hold page memory, here and in `Take`.
     void Keep( XOverlaySketch inSketch, XPageMemory& ioMemory );
 
-    /// Gives it up. Throws 1020 if it was lost on its way to the disk or back.
+    /// Returns the overlay and releases it here. Throws 1020 if it was lost on disk.
     XOverlaySketch Take( XPageMemory& ioMemory );
 
 private:
-    XOverlaySketch itsSketch; ///< Without the parts that take up memory.
+    XOverlaySketch itsSketch; ///< Without the parts that need much memory.
     std::vector<std::size_t> itsPartSizes;
     XMappedFileMemoryHandle itsBytes;
 };

@@ -4,13 +4,13 @@
 #include "Imaging/XPageMemory.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 
-/// A page that is read once and used several times. Between the uses its samples may be purged: they come back when
-/// they are locked.
+/// A page that is read once and used several times. Between uses its samples may be purged; locking them
+/// brings them back.
 /// Threads: one at a time.
 class CachedPage
 {
 public:
-    /// Reads the page of that number.
+    /// Reads page `inPage`.
     void Read( XImageReader& ioReaders, std::uint32_t inPage, XPageMemory& ioMemory );
 
     bool IsEmpty() const { return itsForm.width == 0; }
@@ -18,14 +18,13 @@ public:
     /// Empty before the page has been read.
     const WImageFormat& GetForm() const { return itsForm; }
 
-    /// The page, whose samples are locked until it goes.
+    /// Returns the page; its samples are locked until it is destroyed.
     WImagePage Lock( XPageMemory& ioMemory, XLockMode inMode );
 
-    /// Throws 1020 if samples were lost on their way to the disk or back. To be asked after they have been used, while they
-    /// are locked.
+    /// Throws 1020 if samples were lost on disk. Call it after using them, while they are locked.
     void CheckIntact() const { itsSamples.CheckIntact(); }
 
-    /// Gives up the samples.
+    /// Releases the samples.
     void Drop() { itsSamples = {}; }
 
 private:

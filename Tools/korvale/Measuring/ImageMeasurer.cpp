@@ -104,7 +104,7 @@ std::vector<XImageMeasurement> ImageMeasurer::Measure( const std::vector<std::st
     return std::move( itsMeasurements );
 }
 
-/// An image that cannot be read now, which is told of in its turn, counts as one of a single page.
+/// An image that cannot be read now counts as one of a single page; it is reported in its turn.
 void ImageMeasurer::PlanOverlays( const std::vector<std::string>& inImages )
 {
     XProgress progress( inImages.size(), XProgress::kProgressWork, kProgressDelayMs );
@@ -265,7 +265,7 @@ void ImageMeasurer::Submit( PageWork inWork, PageRecord& ioPage, USize inSubmitt
     Gather();
 }
 
-/// Jobs of the image that have ended, but for those of images before it.
+/// The number of ended jobs of the image, without those of preceding images.
 void ImageMeasurer::ShowPages( USize inSubmitted, XProgress& ioProgress ) const
 {
     const auto unfinished = itsPipeline.GetUnfinishedCount();
@@ -329,7 +329,7 @@ void ImageMeasurer::DrawOverlay( Image& ioImage, PageRecord& ioPage )
     itsPipeline.Submit( { ioImage.path, ioPage.number, run }, output.failure );
 }
 
-/// Pages in a row that failed alike are told of together.
+/// Consecutive pages that failed in the same way are reported together.
 void ImageMeasurer::ReportPages( const Image& inImage )
 {
     if ( !inImage.failure )
@@ -340,7 +340,8 @@ void ImageMeasurer::ReportPages( const Image& inImage )
     itsSession.ReportFailure( inImage.path + ": " + pages, *inImage.failure );
 }
 
-/// What was not taken as the file has it. The size of its pixels is told of once, for all images are likely to be alike.
+/// Reports contents of the file that were ignored. The pixel size is reported once, because it is likely to
+/// be the same for all images.
 void ImageMeasurer::ReportReading( Image& ioImage )
 {
     if ( const auto skipped = ioImage.reader.GetSkippedCount(); skipped > 0 )

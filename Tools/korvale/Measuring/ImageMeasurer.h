@@ -16,13 +16,13 @@
 class Session;
 class XProgress;
 
-/// Measures the pages of images as jobs on the shared pool, a few pages ahead of the workers. The results are in the
-/// order of images and pages, whatever order the jobs end in.
+/// Measures the pages of images as jobs on the shared pool, a few pages ahead of the workers. The results are
+/// in the order of images and pages, regardless of the order in which the jobs end.
 ///
-/// With a background, all pages of an image are needed before the first one can be measured. So one pass over them reads
-/// them, once, and keeps them in memory that can be purged; a second one measures what has been kept.
+/// With a background, all pages of an image are needed before the first one can be measured. Therefore a
+/// first pass reads each page once and keeps it in purgeable memory; a second pass measures the kept pages.
 ///
-/// What fails is told, in that order too, and does not keep the others from being measured.
+/// Failures are reported in page order and do not stop other pages.
 class ImageMeasurer
 {
 public:
@@ -34,23 +34,24 @@ public:
         WorkerLimit workers;
     };
 
-    /// Draws overlays too where there are files for them, which outlive it. They are complete when all is measured.
+    /// If `ioOverlays` is not null, also draws overlays. It must outlive this object; its files are complete
+    /// after Measure.
     ImageMeasurer( const Settings& inSettings, OverlayFiles* ioOverlays, Session& ioSession );
 
-    /// Stops the jobs that there are and waits for them.
+    /// Stops the remaining jobs and waits for them.
     ~ImageMeasurer();
 
-    /// Measures all images, when the overlays of all of them have been found writable. Those of which nothing could be
-    /// measured are missing in the result; a page that failed has no objects. Throws the user's abort (1001) when the
-    /// jobs have ended.
+    /// Measures all images, after checking that all overlays can be written. Images without any measured page
+    /// are missing in the result; a failed page has no objects. If the user aborts, throws 1001 when the jobs
+    /// have ended.
     std::vector<XImageMeasurement> Measure( const std::vector<std::string>& inImages );
 
-    /// Where the objects of the result are kept, and the table of it is to be counted.
+    /// Holds the objects of the result, and counts the table made of them.
     XMeasurementMemory& GetMeasurementMemory() { return itsMeasurementMemory; }
 
     bool HasFailures() const { return itsHasFailures; }
 
-    /// The background of the image that was measured last; without samples when there is none.
+    /// The background of the last measured image; without samples if there is none.
     const WImagePage& GetBackground() const { return itsLastBackground; }
 
 private:
@@ -59,18 +60,19 @@ private:
     const XImageReadSettings itsReading;
     const XMeasureSettings itsSettings;
     const XBackgroundKind itsBackground;
-    OverlayFiles* const itsOverlays; ///< Null: none.
+    OverlayFiles* const itsOverlays; ///< Null if no overlays are drawn.
     Session& itsSession;
     bool itsHasFailures = false;
     bool itsHasReportedPixelSize = false;
-    std::uint64_t itsObjectCount = 0; ///< Of the pages gathered.
+    std::uint64_t itsObjectCount = 0; ///< Of the gathered pages.
     std::vector<XImageMeasurement> itsMeasurements;
     XPageMemory itsMemory;
     XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
     const PageTask itsTask{ itsSettings, itsMemory, itsMeasurementMemory };
-    std::deque<std::unique_ptr<Image>> itsImages; ///< Those that are not complete.
-    PagePipeline itsPipeline;                     ///< Destroyed, with its jobs, before what they use.
+    std::deque<std::unique_ptr<Image>> itsImages; ///< The images that are not complete.
+    /// Destroyed, with its jobs, before the data that they use.
+    PagePipeline itsPipeline;
 
     bool HasBackground() const { return itsBackground != XBackgroundKind::kNone; }
     void MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast );

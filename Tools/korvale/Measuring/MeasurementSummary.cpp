@@ -10,8 +10,8 @@
 #include <limits>
 #include <memory>
 
-// The rows are numbered by the line that they belong to: one for each image or, with objects inside objects, two. A
-// pivot by these numbers gives the lines of the images, another one those of all images.
+// The rows are numbered by their summary lines: one for each image or, with child objects, two. A pivot by
+// these numbers results in the lines of the images, another one in those of all images.
 
 namespace
 {
@@ -26,7 +26,7 @@ enum Column : std::uint32_t
     kMean
 };
 
-/// Where the results of a value stand among the columns that a pivot makes of it.
+/// The positions of a value's results among the columns of its pivot.
 enum Result : std::uint32_t
 {
     kResultMean,
@@ -52,7 +52,7 @@ std::unique_ptr<XPivotColumn> TakeColumn( XPivotTable& ioTable, const XPivotColu
     return ioTable.RemoveColumn( static_cast<std::uint32_t>( index ) );
 }
 
-/// The rows with what is summed up of them. Of the table nothing else is kept.
+/// The rows with the summarised values. No other part of the table is kept.
 XPivotTable MakeRows(
     const std::vector<XImageMeasurement>& inImages, std::uint32_t inLinesPerImage, XPivotTable inTable,
     std::uint32_t inChannel )
@@ -98,7 +98,8 @@ std::vector<double> FindMaxima( const XPivotColumn& inLines, const XPivotColumn&
     return maxima;
 }
 
-/// Sets the maxima from the values: an accumulator gives a tiny positive number where all of them are below it.
+/// Computes the maxima from the values: an accumulator returns a tiny positive number if all of them are
+/// below it.
 void SetMaxima( const XPivotTable& inRows, Column inLine, XPivotTable& ioPivot )
 {
     std::uint32_t result = 1 + kResultMax;

@@ -12,31 +12,32 @@
 class ProgressDisplay;
 class XProgress;
 
-/// One job of the pipeline: what is done with a page of an image.
+/// One job of the pipeline: an operation on a page of an image.
 struct PageWork
 {
-    std::string image;                          ///< The name to show.
+    std::string image;                          ///< The displayed name.
     std::uint32_t page = 0;                     ///< Counted from 0.
-    std::function<void( XProgress& )> run;      ///< Within a progress of two steps.
-    XFunctionJob::Completed complete = nullptr; ///< On the worker, however the job has ended.
+    std::function<void( XProgress& )> run;      ///< Runs within a progress of two steps.
+    XFunctionJob::Completed complete = nullptr; ///< Called on the worker, however the job has ended.
 };
 
-/// Runs work on pages as jobs of the shared pool, only a few ahead of the workers, each with bars on the display.
-/// Threads: one that submits and waits.
+/// Runs work on pages as jobs of the shared pool, only a few ahead of the workers, each with bars on the
+/// display.
+/// Threads: one thread that submits and waits.
 class PagePipeline
 {
 public:
-    /// The display outlives the pipeline.
+    /// The display must outlive the pipeline.
     PagePipeline( WorkerLimit inLimit, ProgressDisplay& ioDisplay );
 
-    /// Waits until a worker is nearly free, and hands it the work. What the work throws, but for a stop, becomes
-    /// `outFailure`, which outlives the pipeline.
+    /// Waits until a worker is nearly free, then submits the work. An exception of the work, except a stop,
+    /// is stored in `outFailure`, which must outlive the pipeline.
     void Submit( PageWork inWork, std::optional<Failure>& outFailure );
 
-    /// Jobs that have not ended.
+    /// The number of jobs that have not ended.
     USize GetUnfinishedCount() const { return itsQueue.GetCurrentJobWeight(); }
 
-    /// Waits until fewer jobs than that have not ended.
+    /// Waits until fewer than `inCount` jobs have not ended.
     void WaitForFewerThan( USize inCount ) { WorkerLimit::WaitForFewerJobs( itsQueue, inCount ); }
 
 private:

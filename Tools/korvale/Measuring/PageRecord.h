@@ -9,16 +9,16 @@
 #include <cstdint>
 #include <optional>
 
-/// A page on its way from the file to the table: what is asked of it, and what has become of it. Written by the page's
-/// job, and by nobody else, until the job is done.
+/// The request for a page and its results, from the file to the table. Until the job is done, only the page's
+/// job writes it.
 struct PageRecord
 {
     std::uint32_t number = 0; ///< Counted from 0.
     bool needsOverlay = false;
 
-    CachedPage samples;                   ///< With a background: from reading to measuring.
+    CachedPage samples;                   ///< With a background, from reading to measuring.
     XPageMeasurement measurement;         ///< Empty after a failure.
-    std::optional<CachedOverlay> overlay; ///< Where one is needed and the page has been measured.
+    std::optional<CachedOverlay> overlay; ///< If requested and the page has been measured.
     std::optional<Failure> failure;
     std::atomic<bool> isDone = false;
 };

@@ -8,16 +8,16 @@
 
 class XProgress;
 
-/// What the jobs of a pipeline do with a page. Each function is one job, within a progress of two steps; what goes wrong
-/// is thrown.
-/// Threads: any; one at a time works on a page.
+/// The operations of the pipeline's jobs on a page. Each function is one job, within a progress of two steps,
+/// and throws on failure.
+/// Threads: any; one at a time for each page.
 class PageTask
 {
 public:
-    /// All that is referred to outlives the task.
+    /// The arguments must outlive the task.
     PageTask( const XMeasureSettings& inSettings, XPageMemory& ioPages, XMeasurementMemory& ioMeasurements );
 
-    /// Reads a page into its record and adds it to its stack's background.
+    /// Reads a page into its record and adds it to the background of its stack.
     void Load(
         PageRecord& ioPage, XImageReader& ioReader, StackBackground& ioBackground,
         XProgress& ioProgress ) const;
@@ -25,12 +25,12 @@ public:
     /// Reads and measures a page.
     void Measure( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const;
 
-    /// Measures a page that has been loaded, less its stack's background.
+    /// Measures a loaded page after subtracting the background of its stack.
     void
     MeasureLoaded( PageRecord& ioPage, const StackBackground& inBackground, XProgress& ioProgress ) const;
 
-    /// Draws an overlay, its objects numbered from `inFirstNumber` on, and writes its file. The name in `ioFile` is the
-    /// file to write; the rest is filled in.
+    /// Draws an overlay with objects numbered from `inFirstNumber`, and writes its file. `ioFile` contains
+    /// the name; the function fills in the rest.
     void DrawOverlay(
         CachedOverlay& ioOverlay, std::uint64_t inFirstNumber, CompleteFile& ioFile,
         XProgress& ioProgress ) const;

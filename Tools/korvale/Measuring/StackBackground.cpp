@@ -26,7 +26,7 @@ void Subtract(
     auto* const samples = ioPage.GetSamples<T>();
     for ( auto i = inFirst; i < inEnd; ++i )
     {
-        // What is no number stays none.
+        // NaN remains NaN.
         const auto difference = samples[i] - background[i];
         samples[i] = static_cast<T>( difference < 0 ? 0 : difference );
     }
@@ -67,7 +67,7 @@ void StackBackground::Add( std::uint32_t inPage, CachedPage& ioPage )
     ioPage.CheckIntact();
 }
 
-/// Makes the sums with the first page that comes.
+/// Creates the accumulator with the first page that arrives.
 void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
 {
     if ( !itsSums )

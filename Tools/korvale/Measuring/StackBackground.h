@@ -7,32 +7,32 @@
 #include <memory>
 #include <utility>
 
-/// The background of a stack: the mean or the minimum over its pages, each sample of a page for itself. Jobs add the
-/// pages, several at the same time; when the jobs have ended the background is computed, and jobs subtract it from
-/// pages. The result does not depend on which thread does what.
+/// The background of a stack: the per-pixel mean or minimum over its pages. Jobs add the pages, several at a
+/// time; when they have ended, the background is computed, and jobs subtract it from pages. The result does
+/// not depend on the assignment of work to threads.
 class StackBackground
 {
 public:
     StackBackground( XBackgroundKind inKind, std::uint32_t inPageCount, XPageMemory& ioMemory );
 
-    /// Adds a page, after those before it. Throws WImageError for a page whose size or type is not that of the first
-    /// page that was added, and what locking memory throws. After 1012 and 1020 the background is of no use: samples are
-    /// missing in it, or wrong.
+    /// Adds a page in page order. Throws WImageError for a page whose size or type differs from those of the
+    /// first page added, and the errors of locking memory. After 1012 and 1020 the background is incomplete
+    /// or wrong and must not be used.
     void Add( std::uint32_t inPage, CachedPage& ioPage );
 
-    /// A page has been added, or will not be. Must be called once for every page: later pages wait for it.
+    /// Call it exactly once for every page, whether or not it was added: later pages wait for it.
     void HasEnded( std::uint32_t inPage ) { itsOrder.PassAll( inPage ); }
 
     std::uint32_t GetAddedCount() const { return itsAdded; }
 
-    /// Computes the background, of one page at least.
+    /// Computes the background of at least one page.
     void Compute();
 
-    /// The background, which has the resolution of the first page, for who needs it when all has been subtracted. Without
-    /// samples when it has not been computed.
+    /// Returns the background, with the resolution of the first page, after all subtractions. Without samples
+    /// if it has not been computed.
     WImagePage TakePage() { return std::move( itsBackground ); }
 
-    /// Subtracts it from a page of the same form. What would be less than 0 becomes 0.
+    /// Subtracts the background from a page of the same format. Negative results become 0.
     void SubtractFrom( WImagePage& ioPage ) const;
 
 private:
@@ -40,8 +40,8 @@ private:
     const std::uint32_t itsPageCount;
     XPageMemory& itsMemory;
     StageOrder itsOrder;
-    std::uint32_t itsAdded = 0; ///< Changed in the first stage, as the next two.
-    std::uint32_t itsFirst = 0; ///< The page whose form the others must have.
+    std::uint32_t itsAdded = 0; ///< Changed in the first stage, like the next two.
+    std::uint32_t itsFirst = 0; ///< The page whose format the others must have.
     WImageFormat itsForm;       ///< Empty before the first page.
     std::unique_ptr<XBackgroundAccumulator> itsSums;
     WImagePage itsBackground;

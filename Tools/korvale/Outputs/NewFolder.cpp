@@ -40,7 +40,7 @@ void NewFolder::Make( const std::filesystem::path& inFolder )
         return itsMade.push_back( std::move( folder ) );
     WPendingFiles::Forget( inFolder );
     if ( error )
-        throw std::filesystem::filesystem_error( "the folder cannot be made", inFolder, error );
+        throw std::filesystem::filesystem_error( "cannot create the folder", inFolder, error );
 }
 
 void NewFolder::RemoveMade()

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <vector>
 
-/// A folder to write to, made with those above it where they are missing. Those that were made are removed again, if they
-/// are empty, unless they are kept; until then they are among the WPendingFiles.
+/// A folder to write to; creates it and its missing parents. Unless Keep is called, the created folders are
+/// removed again if they are empty; until then they are registered in WPendingFiles.
 class NewFolder
 {
 public:
@@ -17,7 +17,7 @@ public:
     void Keep();
 
 private:
-    std::vector<std::filesystem::path> itsMade; ///< From the outermost on.
+    std::vector<std::filesystem::path> itsMade; ///< The outermost one first.
 
     void Make( const std::filesystem::path& inFolder );
     void RemoveMade();

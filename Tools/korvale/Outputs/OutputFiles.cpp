@@ -21,7 +21,7 @@ void CommitAll( const std::vector<CompleteFile>& inFiles )
         WriteOutput( complete.name, [&] { complete.file->Commit(); } );
 }
 
-/// Gives the files names to be found by, and tells which, for a sentence.
+/// Gives the files other names, and returns these for a sentence.
 std::string KeepAll( const std::vector<CompleteFile>& inFiles )
 {
     constexpr std::size_t kMostNames = 5;

@@ -7,43 +7,45 @@
 #include <string>
 #include <vector>
 
-/// A file that a command writes: its name as UTF-8, and who fills it.
+/// A file to be written by a command: its name as UTF-8, and the function that writes it.
 struct OutputFile
 {
     std::string name;
     std::function<void( WFile& ioFile )> write;
 };
 
-/// A file that is written in full and has not taken its place; without that it leaves nothing behind.
+/// A file that has been written completely but not renamed into place; otherwise it is removed.
 struct CompleteFile
 {
     std::string name;
     std::unique_ptr<WReplaceFile> file;
 };
 
-/// Throws for the first of the files that could not be made or replaced now, before much work is spent on it. Failures
-/// name the file, here and below.
+/// Throws for the first file that could not be created or replaced now, before work is spent on it. Here and
+/// below, failures name the file.
 void CheckOutputFiles( const std::vector<std::string>& inNames );
 
 CompleteFile WriteCompleteFile( const OutputFile& inFile );
 
-/// Has all files take their places, or none: after a failure, or an interrupt, older files are as they were. The complete
-/// files are kept under names of their own after a failure, which the exception names. Devices are written already.
+/// Renames all files into place, or none: after a failure or an interrupt, older files are unchanged. After a
+/// failure the complete files are kept under other names, which the exception lists. Devices have already
+/// been written.
 void PutInPlace( std::vector<CompleteFile> inFiles );
 
-/// Writes all of them and puts them in their places, together with those that are complete already. Where one cannot be
-/// written, or something went wrong before, none takes its place: the others are kept as PutInPlace keeps them.
+/// Writes all files and renames them into place, together with those in `inComplete`. If one cannot be
+/// written, or if `inEarlierFailure` is not empty, none is renamed, and the complete ones are kept as by
+/// PutInPlace.
 void WriteOutputFiles(
     const std::vector<OutputFile>& inFiles, std::vector<CompleteFile> inComplete = {},
     const std::string& inEarlierFailure = "" );
 
-/// Does work that writes a file or a folder. What it throws, but for the user's abort, becomes a runtime_error that names
-/// what was to be written.
+/// Runs work that writes a file or a folder. An exception, except an abort by the user, becomes a
+/// runtime_error that names the output.
 void WriteOutput( const std::string& inName, const std::function<void()>& inWork );
 
-/// To be called when all that a command writes is complete, in one hold of WPendingFiles with its finishing: obeys an
-/// interrupt for the last time (1001). Later ones find the work done.
+/// Checks for an interrupt for the last time (1001). Call it when all outputs are complete, under the same
+/// lock of WPendingFiles as renaming them. Later interrupts have no effect on the result.
 void CheckLastAbort();
 
-/// True when the name ends so, in small letters or capitals.
+/// True if the name has that ending, ignoring case.
 bool HasEnding( const std::string& inName, const char* inEnding );

@@ -16,7 +16,7 @@ constexpr std::uint16_t kStored = 0;
 constexpr std::uint32_t kNoTime = 0x00210000; // Midnight on 1 January 1980: the same archive every time.
 constexpr std::uint16_t kExtra64 = 1;
 
-/// In place of numbers that are too large for a field and stand elsewhere.
+/// Replaces numbers that are too large for a field and are stored elsewhere.
 constexpr std::uint32_t kElsewhere = 0xFFFFFFFF;
 constexpr std::uint16_t kManyEntries = 0xFFFF;
 
@@ -36,7 +36,7 @@ void Append( std::string& ioBytes, Numbers... inNumbers )
     ( AppendLittleEndian( ioBytes, inNumbers ), ... );
 }
 
-/// The extra field for these numbers; nothing when there is none.
+/// The extra field for these numbers; empty if there are none.
 std::string MakeExtra64( const std::vector<std::uint64_t>& inNumbers )
 {
     std::string extra;

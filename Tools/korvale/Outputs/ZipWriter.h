@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// Writes a ZIP archive from front to back, so that it may go to a pipe. Entries are stored without compression; sizes
-/// from 4 GiB on, and more than 65534 entries, are written in the 64-bit form.
+/// Writes a ZIP archive sequentially, so that it may go to a pipe. Entries are stored without compression;
+/// sizes from 4 GiB on and more than 65534 entries use ZIP64.
 class ZipWriter
 {
 public:
@@ -15,16 +15,16 @@ public:
 
     explicit ZipWriter( Write inWrite ) : itsWrite( std::move( inWrite ) ) {}
 
-    /// The CRC-32 of some bytes and those before them; 0 before all.
+    /// Updates a CRC-32 with further bytes; start with 0.
     static std::uint32_t AddToCRC( std::uint32_t inCRC, std::string_view inBytes );
 
-    /// Begins an entry. Its size and its CRC-32 stand before its bytes, so they have to be known.
+    /// Begins an entry. Its size and CRC-32 precede its bytes, so they must be known.
     void BeginEntry( const std::string& inUTF8Name, std::uint64_t inSize, std::uint32_t inCRC );
 
-    /// The next bytes of the entry.
+    /// Appends bytes to the current entry.
     void Append( std::string_view inBytes );
 
-    /// Writes the directory. An entry that got more or fewer bytes than were announced is an internal error.
+    /// Writes the directory. If an entry got more or fewer bytes than announced, that is an internal error.
     void Finish();
 
 private:

@@ -22,21 +22,21 @@ public:
     Command( const Command& ) = delete;
     Command& operator=( const Command& ) = delete;
 
-    /// What the user types for it, and what it does in one sentence.
+    /// The name of the command, and a one-sentence summary.
     virtual const char* GetName() const = 0;
     virtual const char* GetSummary() const = 0;
 
-    /// Adds its options, whose values are then stored in this object.
+    /// Declares its options, whose values are stored in this object.
     virtual void Declare( const CommandOptions& inOptions ) = 0;
 
-    /// Checks what the options cannot check one by one. Throws WrongUsage.
+    /// Checks combinations of options. Throws WrongUsage.
     virtual void Check() const {}
 
-    /// The files that the options name; before anything is done the program checks that none of them is another.
+    /// The files named by options; the program checks beforehand that no two of them are the same.
     virtual CommandFiles GetFiles() const = 0;
 
-    /// Does the work, on a thread of the program's own, and returns the exit status. Failures of which there is no more
-    /// to say are thrown, and so are WrongUsage and the user's abort (1001).
+    /// Does the work, on a thread of its own, and returns the exit status. Throws failures that it has not
+    /// reported itself, WrongUsage and the user's abort (1001).
     virtual int Run( Session& ioSession ) = 0;
 
 protected:

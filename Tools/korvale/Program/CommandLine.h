@@ -14,33 +14,33 @@ class App;
 class Option;
 } // namespace CLI
 
-/// What is wrong with the arguments of the program, on one line, with the nearest command or option for one that is not
-/// known, and where to read on.
+/// The command line is invalid. The text is one line that names the problem, the nearest command or option
+/// for an unknown one, and the help to read.
 class CommandLineError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// An option or argument that is being declared, each function of which says one thing more about it.
+/// An option or argument being declared; each function adds a property to it.
 class CommandOption
 {
 public:
     explicit CommandOption( CLI::Option& ioOption ) : itsOption( &ioOption ) {}
 
-    /// What stands for its value in the help: "FILE".
+    /// The placeholder of its value in the help: "FILE".
     CommandOption Takes( const std::string& inKind ) const;
     CommandOption Required() const;
-    /// The help shows the value that the variable had when it was declared.
+    /// The help shows the value of the variable at the time of the declaration.
     CommandOption ShowsDefault() const;
-    /// May be given again; its variable is a vector, which gets all values.
+    /// May be repeated; its variable is a vector that gets all values.
     CommandOption MayRepeat() const;
-    /// The check returns what is wrong with a value, empty if nothing.
+    /// `inCheck` returns the error in a value, empty if there is none.
     CommandOption Check( std::string ( *inCheck )( const std::string& ) ) const;
     CommandOption IsOneOf( std::initializer_list<std::string> inValues ) const;
     CommandOption IsBetween( std::uint32_t inLeast, std::uint32_t inMost ) const;
     CommandOption IsBetween( double inLeast, double inMost ) const;
-    /// The other one has been declared before, in the same command.
+    /// The other option must have been declared before, in the same command.
     CommandOption Needs( const std::string& inOther ) const;
     CommandOption Excludes( const std::string& inOther ) const;
 
@@ -48,8 +48,8 @@ private:
     CLI::Option* itsOption;
 };
 
-/// The options of a command, or those of the program. Variables given to it must live until the arguments are parsed,
-/// and keep their values where an option is not given.
+/// The options of a command or of the program. Variables must live until the arguments have been parsed, and
+/// keep their values if an option is not given.
 class CommandOptions
 {
 public:
@@ -64,16 +64,17 @@ public:
     CommandOption Add( const std::string& inNames, double& outValue, const std::string& inHelp ) const;
     CommandOption AddFlag( const std::string& inNames, bool& outIsGiven, const std::string& inHelp ) const;
 
-    /// What the help says after the list of options.
+    /// Sets the text of the help after the list of options.
     void Explain( const std::string& inText ) const;
-    /// To be called when all values are there.
+    /// Sets a function to be called when all values have been parsed.
     void WhenParsed( std::function<void()> inAction ) const;
 
 private:
     CLI::App* itsCommand;
 };
 
-/// The arguments of the program: its own options, which may stand behind the command too, and the commands with theirs.
+/// The arguments of the program: its own options, which may also follow the command, and the commands with
+/// their options.
 class CommandLine
 {
 public:
@@ -85,11 +86,11 @@ public:
     CommandOptions GetOptions();
     CommandOptions AddCommand( const std::string& inName, const std::string& inSummary );
 
-    /// False where the help or the version was asked for, which are then printed. Throws CommandLineError, and what the
-    /// actions of options throw.
+    /// Returns false if the help or the version was requested, which is then printed. Throws CommandLineError
+    /// and the exceptions of WhenParsed functions.
     bool Parse( const std::vector<std::string>& inArguments, std::ostream& ioOut );
 
-    /// The name of the command that was given, empty before.
+    /// The name of the given command; empty before Parse.
     std::string GetCommandName() const;
 
 private:

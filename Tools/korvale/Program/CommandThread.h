@@ -6,15 +6,15 @@
 #include <atomic>
 #include <exception>
 
-/// Runs a command, so that the main thread is free to show its progress and to deliver messages.
+/// Runs a command on its own thread, so that the main thread can show progress and deliver messages.
 class CommandThread : public XThread
 {
 public:
     CommandThread( Command& ioCommand, Session& ioSession );
     ~CommandThread() override;
 
-    /// Runs the main thread's loop until the command has ended, and returns its exit status. Throws what went
-    /// wrong if the thread could not report it, for want of memory for instance.
+    /// Runs the main thread's loop until the command has ended, and returns its exit status. Throws a failure
+    /// that the thread could not report, for instance for lack of memory.
     int RunWithMainLoop();
 
 protected:
@@ -25,7 +25,7 @@ private:
     Session& itsSession;
     std::atomic<bool> itsIsDone = false;
     int itsStatus = kFailure;
-    std::exception_ptr itsFailure; ///< That could not be reported.
+    std::exception_ptr itsFailure; ///< A failure that could not be reported.
 
     int RunCommand();
 };

@@ -15,9 +15,9 @@ void ExportCommand::Declare( const CommandOptions& inOptions )
                        "  \"Area (µm²)\", and a boolean one, \"Area (µm²).mask\", true where the value is\n"
                        "  missing: numpy.ma.array( values, mask=mask ). Numbers are float64, int32 or\n"
                        "  uint32, texts and identifiers fixed-width text, times datetime64[us]; missing\n"
-                       "  values read nan, 0, '' and NaT. Columns of objects (ID, Parent ID) give their\n"
-                       "  numbers, and their identifiers as \"ID.uuid\". Slashes in names become _;\n"
-                       "  further columns of one name get a number: \"Area 2\".\n"
+                       "  values are nan, 0, '' and NaT. Columns of objects (ID, Parent ID) are written\n"
+                       "  as numbers, and their identifiers as \"ID.uuid\". Slashes in names become _;\n"
+                       "  columns with the same name are numbered: \"Area 2\".\n"
                        "\n"
                        "Example\n"
                        "  korvale export cells.table --npz cells.npz\n"
@@ -26,13 +26,13 @@ void ExportCommand::Declare( const CommandOptions& inOptions )
                        "wrong usage, 130 when interrupted." );
     DeclareTable( inOptions );
     inOptions.Add( "--csv", itsCSV, "CSV file to write" ).Takes( "FILE" ).Check( CheckFileName );
-    inOptions.Add( "--npz", itsNPZ, "File for numpy to write" ).Takes( "FILE" ).Check( CheckFileName );
+    inOptions.Add( "--npz", itsNPZ, "NPZ file to write, for numpy" ).Takes( "FILE" ).Check( CheckFileName );
 }
 
 void ExportCommand::Check() const
 {
     if ( itsCSV.empty() && itsNPZ.empty() )
-        throw WrongUsage( "there is no file to write: --csv or --npz is required" );
+        throw WrongUsage( "one of --csv and --npz is required" );
 }
 
 std::vector<std::string> ExportCommand::GetOutputNames() const

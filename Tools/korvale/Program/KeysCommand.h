@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// `korvale keys`: makes the folder with the secrets of a new deployment.
+/// `korvale keys`: creates the folder with the secrets of a new deployment.
 class KeysCommand : public Command
 {
 public:

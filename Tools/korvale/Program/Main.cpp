@@ -35,20 +35,20 @@ struct PreparedOutput
 /// What happens before the session can report it, or for want of the memory to do so. Takes next to no memory itself.
 int ReportLastFailure() noexcept
 {
-    WConsole::WriteErrorUnlessBlocked( "korvale: cannot go on: " );
+    WConsole::WriteErrorUnlessBlocked( "korvale: cannot continue: " );
     try
     {
         WConsole::WriteErrorUnlessBlocked( DescribeCurrentException().text );
     }
     catch ( ... )
     {
-        WConsole::WriteErrorUnlessBlocked( "there is not enough memory" );
+        WConsole::WriteErrorUnlessBlocked( "there was not enough memory" );
     }
     WConsole::WriteErrorUnlessBlocked( "\n" );
     return kFailure;
 }
 
-/// Where memory ends in the midst of what must not throw, that is a failure like others and not a crash.
+/// If memory runs out in code that must not throw, this is reported as a failure and not as a crash.
 class LackOfMemoryHandler
 {
 public:

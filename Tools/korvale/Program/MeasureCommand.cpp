@@ -35,7 +35,7 @@ std::string MakeHelp()
                        "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
                        "  tifffile) declares several channels, slices or images are refused;\n"
                        "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
-                       "  volumes whose planes lie behind a single page are always refused.\n"
+                       "  volumes whose planes follow a single page are always refused.\n"
                        "\n"
                        "Objects\n"
                        "  The connected pixels whose value in the chosen channel is greater than the\n"
@@ -84,7 +84,7 @@ std::string MakeHelp()
     return help;
 }
 
-/// The index that a name such as C1 stands for.
+/// The index of a channel name such as C1.
 std::optional<std::uint32_t> ParseChannel( std::string_view inText )
 {
     if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
@@ -128,7 +128,7 @@ std::string CheckThreshold( const std::string& inText )
         : "invalid threshold " + InQuotes( inText ) + " (expected otsu or a number)";
 }
 
-/// The images that patterns of names stand for.
+/// The images that match the patterns.
 std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inNames )
 {
     std::vector<std::string> names;
@@ -227,7 +227,7 @@ void MeasureCommand::Check() const
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
         throw WrongUsage( itsOverlay + " does not end in .png" );
     if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
-        throw WrongUsage( "--save-background takes the background of one image, not of several" );
+        throw WrongUsage( "--save-background accepts only one image" );
 }
 
 CommandFiles MeasureCommand::GetFiles() const

@@ -29,15 +29,15 @@ private:
     std::string itsThreshold = "otsu";
     std::uint32_t itsConnectivity = 8;
     std::uint64_t itsLeastPixels = 1;
-    std::string itsInside;        ///< Empty: no objects inside objects.
-    std::string itsInsideChannel; ///< Empty: that of the objects.
+    std::string itsInside;        ///< Empty: no child objects.
+    std::string itsInsideChannel; ///< Empty: the channel of the objects.
     std::uint64_t itsInsideLeastPixels = 1;
     std::string itsBackground; ///< Empty: none.
     std::string itsBackgroundFile;
     std::string itsOverlay;       ///< Empty: none.
-    std::string itsMemory;        ///< Empty: the library's own budget.
+    std::string itsMemory;        ///< Empty: the default of the library.
     std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
-    std::string itsPixelSize;     ///< Empty: what the images say.
+    std::string itsPixelSize;     ///< Empty: the pixel size of the images.
     bool itsArePlanesTimes = false;
     bool itsIsQuiet = false;
 

@@ -6,17 +6,17 @@
 
 class Session;
 
-/// The memory that one run may take up, and what it did with it.
+/// Sets the memory budget of one run and records its use.
 class MemoryBudget
 {
 public:
-    /// Without a number the manager's own budget holds.
+    /// Without a number, the manager's budget is unchanged.
     explicit MemoryBudget( std::optional<std::uint64_t> inBytes );
     ~MemoryBudget();
     MemoryBudget( const MemoryBudget& ) = delete;
     MemoryBudget& operator=( const MemoryBudget& ) = delete;
 
-    /// For the log.
+    /// Writes the statistics to the log.
     void NoteFigures( Session& ioSession ) const;
 
 private:

@@ -8,7 +8,7 @@
 
 std::string CheckFileName( const std::string& inText )
 {
-    return inText.empty() ? "the file has no name" : "";
+    return inText.empty() ? "empty file name" : "";
 }
 
 std::string CheckWholeNumber( const std::string& inText )

@@ -2,11 +2,11 @@
 
 #include <string>
 
-/// For options that name a file: what is wrong with the name, empty if nothing.
+/// Checks the name of a file; returns the error, empty if there is none.
 std::string CheckFileName( const std::string& inText );
 
-/// For options that take a whole number: what is wrong with the text, empty if nothing.
+/// Checks a whole number; returns the error, empty if there is none.
 std::string CheckWholeNumber( const std::string& inText );
 
-/// For options that take a number of bytes: what is wrong with the text, empty if nothing.
+/// Checks a size in bytes; returns the error, empty if there is none.
 std::string CheckByteCount( const std::string& inText );

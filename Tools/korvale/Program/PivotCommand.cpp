@@ -35,7 +35,7 @@ bool HasNumbers( const XPivotColumn& inColumn )
     return inColumn.IsEmptyColumn();
 }
 
-/// What the rows of a page have in common, behind its number: "Name: a.tif, Timepoint: 3".
+/// The page keys of the rows of a page, without its number: "Name: a.tif, Timepoint: 3".
 std::string MakePageTitle( const XPivotTable& inPivot, std::uint32_t inRow, std::uint32_t inKeyCount )
 {
     std::string title;
@@ -142,7 +142,7 @@ void PivotCommand::CheckValues( const XPivotTable& inTable, const Plan& inPlan )
                 " holds no numbers: only count and value apply to text" );
 }
 
-/// Nobody reads a table of very many columns, and making it takes long.
+/// Rejects tables with very many columns: they are not readable, and computing them takes long.
 void PivotCommand::CheckSize( const XPivotTable& inTable, const Plan& inPlan ) const
 {
     constexpr std::uint64_t kMostColumns = 10000;
@@ -163,8 +163,8 @@ void PivotCommand::CheckSize( const XPivotTable& inTable, const Plan& inPlan ) c
     keys.insert( keys.end(), inPlan.rows.begin(), inPlan.rows.end() );
     if ( const auto rows = countGroups( keys ); columns * rows > XPivotTable::kMaxPivotCells )
         throw WrongUsage(
-            std::to_string( rows ) + " rows for " + std::to_string( columns ) +
-            " groups of --columns are too many" );
+            "too many cells: " + std::to_string( rows ) + " rows for " + std::to_string( columns ) +
+            " groups of --columns" );
 }
 
 XPivotTable PivotCommand::MakePivot( const XPivotTable& inTable, const Plan& inPlan ) const

@@ -5,7 +5,7 @@
 #include "Program/TableOutputs.h"
 #include "Tables/Aggregates.h"
 
-/// `korvale pivot`: groups the rows of a table and reduces each group to numbers.
+/// `korvale pivot`: groups the rows of a table and aggregates each group.
 class PivotCommand : public TableCommand
 {
 public:
@@ -20,7 +20,7 @@ protected:
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:
-    /// The columns that the options name.
+    /// The columns given by the options.
     struct Plan
     {
         XPivotTable::XColumnIndices pages;
@@ -28,7 +28,7 @@ private:
         XPivotTable::XColumnIndices columns;
         XPivotTable::XColumnIndices values;
 
-        /// Of the columns in front of the results.
+        /// The number of columns before the results.
         std::uint32_t GetKeyCount() const;
     };
 

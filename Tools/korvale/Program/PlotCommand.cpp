@@ -23,7 +23,7 @@ void CheckColumns( const char* inOption, const std::string& inList, std::size_t 
     if ( !inList.empty() && SplitColumnNames( inList ).size() != inCount )
         throw WrongUsage(
             std::string( inOption ) +
-            ( inCount == 1 ? " takes one column" : " takes two columns with a comma between them" ) );
+            ( inCount == 1 ? " takes one column" : " takes two columns, separated by a comma" ) );
 }
 
 /// The columns' names, for a sentence.
@@ -47,7 +47,7 @@ void PlotCommand::Declare( const CommandOptions& inOptions )
         "  --by colours groups; of more than 7 groups the 7 largest have colours, the\n"
         "  others are grey. Rows whose value is missing, infinite or undefined, or not\n"
         "  above 0 on a logarithmic axis, are left out and counted on standard error.\n"
-        "  PNG files have 300 dots per inch. The text of SVG files stays text.\n"
+        "  PNG files have 300 dots per inch. SVG files store text as text.\n"
         "\n"
         "Examples\n"
         "  korvale plot cells.table --histogram Area -o areas.svg\n"

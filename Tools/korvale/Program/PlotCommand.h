@@ -9,7 +9,7 @@ class PlotCommand : public TableCommand
 {
 public:
     const char* GetName() const override { return "plot"; }
-    const char* GetSummary() const override { return "Draws the numbers of a table, for papers."; }
+    const char* GetSummary() const override { return "Draws publication-ready figures from a table."; }
     void Declare( const CommandOptions& inOptions ) override;
     void Check() const override;
 
@@ -19,15 +19,15 @@ protected:
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:
-    std::string itsHistogram; ///< The column's name; this or the next one is empty.
-    std::string itsScatter;   ///< The names of both columns.
+    std::string itsHistogram; ///< A column name; either this or itsScatter is empty.
+    std::string itsScatter;   ///< The names of two columns.
     std::string itsGroups;
     RowConditions itsConditions;
     std::string itsOutput;
     std::string itsPlotTitle;
     double itsWidth = 160; ///< In millimetres.
     double itsHeight = 120;
-    std::uint32_t itsBins = 0; ///< 0: as many as suit the numbers.
+    std::uint32_t itsBins = 0; ///< 0: chosen from the data.
     bool itsIsLogarithmicX = false;
     bool itsIsLogarithmicY = false;
 

@@ -82,7 +82,7 @@ std::string Quote( const std::vector<std::string>& inArguments )
     return text;
 }
 
-/// The results are in their places by then: a log that lacks its end is no failure of the command.
+/// The results are in place by then, so an incomplete log is not a failure of the command.
 void EndLog( int inStatus, double inSeconds, Session& ioSession )
 {
     try
@@ -141,7 +141,7 @@ int RunProgram( const std::vector<std::string>& inArguments, Terminal& ioTermina
     }
     catch ( ... )
     {
-        session.ReportFailure( "cannot go on", DescribeCurrentException() );
+        session.ReportFailure( "cannot continue", DescribeCurrentException() );
         return kFailure;
     }
 }

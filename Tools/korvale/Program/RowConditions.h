@@ -8,21 +8,21 @@
 class CommandOption;
 class CommandOptions;
 
-/// The option --where, given as often as one likes, and what it stands for.
+/// The repeatable option --where and its conditions.
 class RowConditions
 {
 public:
-    /// Explains the conditions that users write.
+    /// Help text on conditions.
     static const char* GetHelp() { return WhereClause::kHelp; }
 
     void Declare( const CommandOptions& inOptions );
-    /// Adds --any too: the rows that pass one of the conditions.
+    /// Also adds --any, which keeps the rows that match any one of the conditions.
     void DeclareWithAny( const CommandOptions& inOptions );
 
-    /// Throws WrongUsage when a condition is not of their form.
+    /// Throws WrongUsage if a condition is malformed.
     void Check() const;
 
-    /// Removes the rows that do not pass. Throws what WhereClause throws.
+    /// Removes the rows that do not match. Throws the errors of WhereClause.
     void FilterRows( XPivotTable& ioTable ) const;
 
 private:

@@ -24,8 +24,8 @@ void SampleCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain( "The stack shows round objects with soft edges on a noisy background, at 0.25 µm\n"
                        "per pixel. Every plane has all objects; from plane to plane they move a little\n"
-                       "and never touch. truth.csv has a line per object and plane: place, size and\n"
-                       "brightness. Stacks of 4 GiB or more are BigTIFF files.\n"
+                       "and never touch. truth.csv has a line per object and plane: position, size\n"
+                       "and brightness. Stacks of 4 GiB or more are BigTIFF files.\n"
                        "\n"
                        "Example\n"
                        "  korvale sample stack --planes 100 --width 2048 --height 2048\n"
@@ -84,7 +84,7 @@ int SampleCommand::Run( Session& ioSession )
     if ( !itsIsQuiet )
         ioSession.out << GetName( kImageFile ) << ": " << itsSettings.planes << " planes of "
                       << itsSettings.objects << " objects\n"
-                      << GetName( kTruthFile ) << ": what was drawn\n";
+                      << GetName( kTruthFile ) << ": ground truth\n";
     return kSuccess;
 }
 

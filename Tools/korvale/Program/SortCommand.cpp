@@ -14,7 +14,7 @@ struct SortKey
     XPivotSortDirection direction = kSortAscending;
 };
 
-/// A column's name, and behind a colon the direction. What stands in quotes is all name.
+/// A column name, optionally followed by a colon and the direction. Text in quotes is part of the name.
 SortKey ParseSortKey( const std::string& inText )
 {
     const auto colon = inText.rfind( ':' );

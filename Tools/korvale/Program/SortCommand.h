@@ -3,7 +3,7 @@
 #include "Program/TableCommand.h"
 #include "Program/TableOutputs.h"
 
-/// `korvale sort`: puts the rows of a table in order.
+/// `korvale sort`: sorts the rows of a table.
 class SortCommand : public TableCommand
 {
 public:

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// A subcommand that does something with a stored table, which it reads first.
+/// A subcommand that reads a stored table and processes it.
 class TableCommand : public Command
 {
 public:
@@ -13,24 +13,25 @@ public:
     int Run( Session& ioSession ) override;
 
 protected:
-    /// Adds what all of them have: the table file and --quiet.
+    /// Adds the common options: the table file and --quiet.
     void DeclareTable( const CommandOptions& inOptions );
 
-    /// The files that the user asked for, as UTF-8.
+    /// The names of the requested output files, as UTF-8.
     virtual std::vector<std::string> GetOutputNames() const = 0;
 
-    /// What the user sees while it works: "Sorting".
+    /// The title of its progress: "Sorting".
     virtual const char* GetTitle() const = 0;
 
-    /// Does the work, on the table itself, and returns and throws what Run does. When it leaves the table without rows,
-    /// the user is told and the command fails, unless it takes tables without rows.
+    /// Processes the table in place; return value and exceptions are those of Run. If no row is left, this is
+    /// reported and the command fails, unless TakesEmptyTables.
     virtual int RunOnTable( XPivotTable& ioTable, Session& ioSession ) = 0;
     virtual bool TakesEmptyTables() const { return false; }
 
     const std::string& GetTableName() const { return itsTable; }
     void SilenceIfAsked( Session& ioSession ) const;
 
-    /// Returns whether it went well. A failure is reported as one of the table; the user's abort (1001) is thrown.
+    /// Returns whether the action succeeded. A failure is reported as one of the table; the user's abort
+    /// (1001) is thrown.
     bool Try( Session& ioSession, const std::function<void()>& inAction ) const;
 
 private:

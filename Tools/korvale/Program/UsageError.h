@@ -8,6 +8,6 @@ class App;
 class Error;
 } // namespace CLI
 
-/// What is wrong with the command line that the program could not parse, on one line, with the nearest command or option
-/// for one that is not known, and where to read on.
+/// Describes a command line that could not be parsed in one line: the problem, the nearest command or option
+/// for an unknown one, and the help to read.
 std::string DescribeUsageError( const CLI::App& inProgram, const CLI::Error& inError );

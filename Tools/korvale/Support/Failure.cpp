@@ -58,7 +58,7 @@ Failure DescribeCurrentException()
     catch ( const std::bad_alloc& )
     {
         failure = {
-            "there is not enough memory (" + std::to_string( kErrorOutOfMemory ) + ")", kErrorOutOfMemory };
+            "there was not enough memory (" + std::to_string( kErrorOutOfMemory ) + ")", kErrorOutOfMemory };
     }
     catch ( const XNotTimePointsError& error )
     {

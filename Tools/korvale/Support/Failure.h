@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// What went wrong, on one line of UTF-8, and its error number where it has one.
+/// A description of a failure in one line of UTF-8, with its error number if it has one.
 struct Failure
 {
     std::string text;
@@ -13,5 +13,5 @@ struct Failure
     bool operator==( const Failure& ) const = default;
 };
 
-/// Of the exception that is being handled.
+/// Describes the exception that is being handled.
 Failure DescribeCurrentException();

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// A name or a value as messages show it.
+/// Encloses a name or a value in quotes, for messages.
 inline std::string InQuotes( const std::string& inText )
 {
     return '"' + inText + '"';

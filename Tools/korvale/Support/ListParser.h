@@ -4,17 +4,19 @@
 #include <string_view>
 #include <vector>
 
-// Lists and conditions on the command line. What holds characters with a meaning stands in double quotes, as in CSV; a
-// double quote within them is doubled.
+// Lists and conditions on the command line. Items that contain special characters are enclosed in double
+// quotes, as in CSV; a double quote within them is doubled.
 
 std::string_view TrimSpaces( std::string_view inText );
 
-/// Where the text goes on behind what it begins with in quotes; 0 when it begins without. Throws WrongUsage when a quote
-/// lacks its end.
+/// The position after the leading quoted part of the text; 0 if there is none. Throws WrongUsage for a
+/// missing closing quote.
 std::size_t FindQuotedEnd( std::string_view inText );
 
-/// The text without the blanks and the quotes around it. Throws WrongUsage when it goes on behind quotes.
+/// The text without surrounding blanks and quotes. Throws WrongUsage if there is text after the closing
+/// quote.
 std::string Unquote( std::string_view inText );
 
-/// What the commas separate, with its quotes, without the blanks around it. Throws WrongUsage where there is nothing.
+/// Splits a list at commas; items keep their quotes but not surrounding blanks. Throws WrongUsage for an
+/// empty item.
 std::vector<std::string> SplitList( std::string_view inText );

@@ -2,17 +2,17 @@
 
 #include "Jobs/XJobQueue.h"
 
-/// How many jobs a queue is given at a time, so that no more than so many workers are busy with them.
+/// The number of jobs given to a queue at a time, which limits the number of busy workers.
 class WorkerLimit
 {
 public:
-    /// 0: all that the pool has.
+    /// 0 means all workers of the pool.
     explicit WorkerLimit( std::uint32_t inWorkers );
 
-    /// Waits until the queue may be given another job.
+    /// Waits until the queue may get another job.
     void WaitForTurn( XJobQueue& ioQueue ) const { WaitForFewerJobs( ioQueue, itsMostJobs ); }
 
-    /// Waits until the queue has fewer than so many jobs.
+    /// Waits until the queue has fewer than `inCount` jobs.
     static void WaitForFewerJobs( XJobQueue& ioQueue, USize inCount );
 
 private:

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-/// What the user asked for makes no sense; the text says why. Ends the program with kWrongUsage, as the command
-/// line's own errors do.
+/// The user's request is invalid; the text is the reason. Ends the program with kWrongUsage, like errors in
+/// the command line.
 class WrongUsage : public std::runtime_error
 {
 public:

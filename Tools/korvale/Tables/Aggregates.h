@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// A number that the rows of a cell are reduced to: one of those that an accumulator type gives, counted from 0.
+/// An aggregate of the rows of a cell: one of the values, counted from 0, of an accumulator type.
 struct Aggregate
 {
     XPivotTableAccumulator::XPivotTableAccumulatorType type;
@@ -13,19 +13,19 @@ struct Aggregate
 
     bool operator==( const Aggregate& ) const = default;
 
-    /// True for those that need numbers.
+    /// True for aggregates that need numbers.
     bool IsArithmetic() const;
 };
 
-/// The names of aggregates and what they give, for people to read.
+/// Help text: the names of aggregates and their meaning.
 extern const char* const kAggregatesHelp;
 
-/// The aggregates of a list of names that commas separate: "mean,sd". Throws WrongUsage for what is no name of one, with
-/// the nearest, and for one that is there twice.
+/// Parses a comma-separated list of aggregates: "mean,sd". Throws WrongUsage for an unknown name, with the
+/// nearest one, and for a repeated one.
 std::vector<Aggregate> ParseAggregates( const std::string& inList );
 
-/// Selects all that they need.
+/// Makes an accumulator that computes all of them.
 XPivotTableAccumulator MakeAccumulator( const std::vector<Aggregate>& inAggregates );
 
-/// The place of the aggregate among all values that the accumulator gives.
+/// The index of the aggregate among all values of the accumulator.
 std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggregate& inReduction );

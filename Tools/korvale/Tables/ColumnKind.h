@@ -2,7 +2,7 @@
 
 #include "Pivot/Columns/XPivotColumn.h"
 
-/// What the values of a column are to people and other programs.
+/// The kind of values of a column, for users and other programs.
 enum class ColumnKind
 {
     kFloat,
@@ -11,11 +11,11 @@ enum class ColumnKind
     kReference, ///< shown as the number of an object
     kTime,
     kIdentifier, ///< a UUID
-    kText,       ///< or what is shown as one
+    kText,       ///< or a value shown as text
     kNothing     ///< no values at all
 };
 
 ColumnKind GetColumnKind( const XPivotColumn& inColumn );
 
-/// True for columns whose values are numbers for the reader too, unlike times and identifiers.
+/// True for columns whose values are numbers to users, unlike times and identifiers.
 bool HoldsNumbers( const XPivotColumn& inColumn );

@@ -20,7 +20,7 @@ namespace
 {
 using Indices = XPivotTable::XColumnIndices;
 
-/// The text on one line, as people write it who have no special characters at hand.
+/// The text on one line, as written without special characters.
 XString Simplify( const XString& inName )
 {
     std::string text;

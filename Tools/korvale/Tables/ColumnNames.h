@@ -5,21 +5,22 @@
 #include <string>
 #include <vector>
 
-// The columns of a table by the names that its user sees. Names are UTF-8.
+// Finds the columns of a table by the names shown to users. Names are UTF-8.
 
-/// How columns are named on the command line, for people to read.
+/// Help text on column names on the command line.
 extern const char* const kColumnNamesHelp;
 
-/// As it heads the column in tables and CSV files, on one line.
+/// The heading of the column in tables and CSV files, on one line.
 std::string GetColumnName( const XPivotColumn& inColumn );
 
-/// The index of the column of that name, or of `#N`, the N-th column. Where no column has the very name, letters may
-/// differ in case; where none has that one either, units, channel and parentheses may be left out and "um2" stand for
-/// "µm²", as long as only one column answers to it. Throws WrongUsage for any other name, with the nearest one there is.
+/// The index of the column with that name, or of `#N`, the N-th column. Exact matches are preferred, then
+/// matches ignoring case, then unique matches without units, channel and parentheses and with "um2" for
+/// "µm²". Throws WrongUsage for any other name, with the nearest one.
 std::uint32_t FindColumnByName( const XPivotTable& inTable, const std::string& inName );
 
-/// The names of a list in which commas separate them. A name with commas stands in double quotes. Throws WrongUsage.
+/// Splits a comma-separated list of names. Names with commas are enclosed in double quotes. Throws
+/// WrongUsage.
 std::vector<std::string> SplitColumnNames( const std::string& inList );
 
-/// The columns of such a list. Throws WrongUsage.
+/// The columns of a comma-separated list of names. Throws WrongUsage.
 XPivotTable::XColumnIndices FindColumnsByName( const XPivotTable& inTable, const std::string& inList );

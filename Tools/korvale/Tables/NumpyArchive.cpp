@@ -8,7 +8,7 @@
 
 namespace
 {
-/// Makes all items, a block of them after the other.
+/// Computes all items, block by block.
 template<class Use>
 void ForEachBlock( const NumpyArray& inArray, Use inUse )
 {

@@ -22,7 +22,7 @@
 
 namespace
 {
-/// Gives each column a name that no other has.
+/// Gives each column a unique name.
 class Names
 {
 public:
@@ -62,7 +62,7 @@ private:
     }
 };
 
-/// An array of as many items as the column has rows; `inAppendItem( row, bytes )` makes one of them.
+/// An array with one item per row of the column; `inAppendItem( row, bytes )` appends an item.
 template<class AppendItem>
 NumpyArray MakeArray(
     const XPivotColumn& inColumn, const std::string& inType, std::uint64_t inItemBytes,
@@ -140,7 +140,8 @@ void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::u
         return;
     throw std::runtime_error(
         InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
-        " characters, and numpy gives all texts of a column the room of the longest (expected at most " +
+        " characters, and numpy stores all texts of a column with the length of the longest "
+        "(expected at most " +
         std::to_string( kMostWidth ) + ", and texts of similar lengths; write a CSV file instead)" );
 }
 

@@ -17,7 +17,7 @@ struct Piece
     std::atomic<bool> isDone = false;
 };
 
-/// A job that makes the text of one piece.
+/// A job that makes the text of one chunk.
 XJob* MakeTextJob(
     const MakeRowsText& inMakeText, std::uint64_t inFirst, std::uint64_t inEnd, Piece& outPiece )
 {

@@ -9,17 +9,19 @@
 #include <string>
 #include <vector>
 
-/// Prints what the reader of a stored table reads: each object and field with its offset and length.
+/// Prints the fields of a stored table as its reader reports them: each object and field with offset and
+/// length.
 class StructurePrinter : private XStreamObserver
 {
 public:
-    /// The stream is at its start, its header not yet read. It is observed as long as the printer lives.
+    /// The stream must be at its start, with its header not yet read. The printer observes it during its
+    /// lifetime.
     StructurePrinter( XStream& ioStream, std::ostream& ioOut );
     ~StructurePrinter() override;
     StructurePrinter( const StructurePrinter& ) = delete;
     StructurePrinter& operator=( const StructurePrinter& ) = delete;
 
-    /// Returns what is wrong, and where, or an empty text for a sound table. Throws only what the stream throws when
+    /// Returns the damage and its position; empty for an intact table. Throws only errors of the stream if
     /// the file itself cannot be read.
     std::string Print();
 
@@ -28,15 +30,15 @@ private:
     std::ostream& itsOut;
     bool itsIsPrinting = false;
     std::vector<SSize64>
-        itsObjectLengths; ///< In the order in which the objects begin; -1 for one that does not end.
+        itsObjectLengths; ///< In the order in which the objects begin; -1 for an unfinished one.
     std::size_t itsNextObject = 0;
     std::vector<std::pair<std::size_t, SSize64>>
-        itsOpenObjects;   ///< Numbers and offsets of those that are being read.
-    std::string itsField; ///< What is being read.
+        itsOpenObjects;   ///< Numbers and offsets of objects being read.
+    std::string itsField; ///< The field being read.
     SSize64 itsFieldOffset = 0;
-    SSize64 itsFaultOffset = 0;                     ///< Of the part of the field that is being read.
-    std::map<std::string, SSize64> itsFieldOffsets; ///< The last of each name.
-    std::string itsReason;                          ///< Why the reader refuses the table.
+    SSize64 itsFaultOffset = 0;                     ///< Of the part of the field being read.
+    std::map<std::string, SSize64> itsFieldOffsets; ///< The last offset for each name.
+    std::string itsReason;                          ///< The reason why the reader rejects the table.
     XProgress itsProgress{
         1, XProgress::kProgressWait }; ///< For the abort; the printing itself shows how far it is.
 

@@ -16,11 +16,11 @@
 
 namespace
 {
-/// What a table writes a second time, when it knows its lengths, by position.
+/// Bytes that a table overwrites when it knows its lengths, by position.
 using Patches = std::map<std::uint64_t, std::vector<std::uint8_t>>;
 
-/// Writes a file from front to back, as one that is a device has to be, though its writer goes back to fill in lengths:
-/// a first pass without a file notes what is filled in, and a second one puts it in its place at once.
+/// Writes a file sequentially, as devices require, although its writer goes back to fill in lengths: a first
+/// pass without a file records the filled-in bytes, and a second pass writes them in place.
 class FrontToBackStream : public XStream
 {
 public:
@@ -58,7 +58,7 @@ private:
     WFile* const itsFile;
     std::uint64_t itsEnd = 0;
 
-    /// Writes the bytes from that position to the end, with what is to be in their place.
+    /// Writes the bytes from that position to the end, with the recorded bytes in their places.
     void WritePatched( std::uint64_t inPosition, const std::uint8_t* inBytes )
     {
         auto at = inPosition;
@@ -103,7 +103,7 @@ std::unique_ptr<XPivotTable> ReadTable( const std::filesystem::path& inPath )
     return ReadTable( stream );
 }
 
-/// What the file's first bytes show it to be, if that is no table.
+/// The kind of another file according to its first bytes.
 std::string DescribeOtherFile( const std::filesystem::path& inPath )
 {
     std::array<char, 256> bytes;
@@ -172,5 +172,5 @@ void CheckIsTableFile( const std::filesystem::path& inPath )
     if ( std::filesystem::is_fifo( status ) || std::filesystem::is_socket( status ) ||
          std::filesystem::is_character_file( status ) )
         throw std::runtime_error(
-            "a pipe or device, not a file: a table is read in any order (expected a table file)" );
+            "a pipe or device, not a file: tables need random access (expected a table file)" );
 }

@@ -7,13 +7,13 @@
 #include <filesystem>
 #include <memory>
 
-/// A table as a file of its own: the header of a stream, then the table as an object. It is written in the byte order
-/// that keeps the contents of columns of unknown classes.
+/// Writes a table file: the header of a stream, then the table as an object, in the byte order that preserves
+/// the contents of columns of unknown classes.
 void WriteTableFile( const XPivotTable& inTable, WFile& ioFile );
 
-/// Throws what the stream throws; for a damaged table, and for a file that is no table, a std::runtime_error whose text
-/// tells where the damage is, or what was expected.
+/// Reads a table file. Throws the errors of the stream; for a damaged table and for a file that is not a
+/// table, a std::runtime_error with the position of the damage or the expected contents.
 std::unique_ptr<XPivotTable> ReadTableFile( const std::filesystem::path& inPath );
 
-/// Throws a std::runtime_error for what is no file that can be read in any order, such as a pipe.
+/// Throws a std::runtime_error if the path is not a file with random access, for instance a pipe.
 void CheckIsTableFile( const std::filesystem::path& inPath );

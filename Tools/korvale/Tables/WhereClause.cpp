@@ -80,7 +80,7 @@ MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelati
     }
 }
 
-/// True when `inRead` takes the value.
+/// True if `inRead` accepts the value.
 template<class Read>
 bool IsValue( const XString& inValue, Read inRead )
 {

@@ -4,19 +4,20 @@
 
 #include <string>
 
-/// A condition on the rows of a table as users write it: "COLUMN OP VALUE", with or without blanks around a symbol. A
-/// column or a value that holds an operator or quotes, or begins or ends with a blank, stands in double quotes.
+/// A condition on the rows of a table in the users' notation: "COLUMN OP VALUE", with or without blanks
+/// around a symbol. A column or a value that contains an operator or quotes, or begins or ends with a blank,
+/// must be in double quotes.
 class WhereClause
 {
 public:
-    /// The operators, for people to read.
+    /// Help text on operators.
     static const char* const kHelp;
 
-    /// Throws WrongUsage when the text is of another form.
+    /// Throws WrongUsage if the text is malformed.
     explicit WhereClause( const std::string& inText );
 
-    /// Throws WrongUsage for a column that is not there, an operator that does not fit it, and a value that is none of
-    /// its kind.
+    /// Throws WrongUsage for an unknown column, for an operator that does not apply to it, and for a value of
+    /// another kind.
     XPivotTableFilter MakeFilter( const XPivotTable& inTable ) const;
 
 private:

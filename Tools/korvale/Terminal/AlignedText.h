@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-/// A column of text whose cells are asked for as they are needed, so that a large table need not be held twice.
+/// A column of text whose cells are computed on demand, so that a large table is not held in memory twice.
 struct AlignedColumn
 {
     bool isRightAligned = false;
     std::function<std::string( std::uint32_t inRow )> getCell; ///< UTF-8 without line breaks.
 };
 
-/// Rows of cells in columns as wide as their widest cell.
+/// Rows of cells in columns as wide as their widest cells.
 class AlignedText
 {
 public:
-    /// Goes through all cells for their widths.
+    /// Visits all cells to determine the widths.
     AlignedText( std::vector<AlignedColumn> inColumns, std::uint32_t inRowCount );
 
     void Print( std::ostream& ioOut ) const;

@@ -9,14 +9,14 @@
 #include <ostream>
 #include <string>
 
-/// How long work goes on before its progress is shown, so that short work shows none.
+/// The time before the progress of work is shown, so that short work shows none.
 constexpr std::uint32_t kProgressDelayMs = 500;
 
-/// The progress of all threads on standard error: bars at the place where the next output goes, which disappear before
-/// anything else is written there, or one line for each tenth of the outermost work.
+/// The progress of all threads on standard error: bars at the position of the next output, which are erased
+/// before anything else is written there, or one line per 10 % of the outermost work.
 ///
-/// While bars are shown, the cursor stays at the beginning of the first one. So however a terminal breaks its
-/// lines again when its size changes, what is below the cursor is what has to be erased.
+/// While bars are shown, the cursor stays at the beginning of the first one. So even if a terminal rewraps
+/// its lines after a change of its size, everything below the cursor can be erased.
 /// Threads: any.
 class ProgressDisplay
 {
@@ -28,7 +28,7 @@ public:
         kBars
     };
 
-    /// What a bar is drawn from; belongs to the display.
+    /// The data of a bar; belongs to the display.
     struct Bar
     {
         ProgressBar content;
@@ -41,11 +41,12 @@ public:
 
     // ---- For strategies
 
-    /// Shown when it is that old. The bars of a thread go in the order in which they were added.
+    /// Adds a bar, which is shown after `inDelayMs`. The bars of a thread are in the order in which they were
+    /// added.
     Bar& AddBar( bool inIsOutermost, std::uint32_t inDelayMs, std::uint32_t inIndent, bool inShowsCount );
     void RemoveBar( Bar& inBar );
 
-    /// False where nested work is to be seen in the outermost bar only.
+    /// False if nested work is shown in the outermost bar only.
     bool HasNestedBars() const;
     void SetTitle( Bar& ioBar, const std::string& inTitle );
     void SetMessage( Bar& ioBar, const std::string& inMessage );
@@ -55,7 +56,7 @@ public:
 
     // ---- For the program
 
-    /// Brings the terminal up to date. To be called about twenty times a second.
+    /// Updates the terminal. Call it about twenty times a second.
     void Draw();
 
     /// Shows nothing from now on.
@@ -64,15 +65,15 @@ public:
     /// Writes a line to standard error.
     void WriteLine( const std::string& inLine );
 
-    /// What erases the bars, whoever writes it.
+    /// The control sequence that erases the bars.
     static const char* GetEraser() { return "\r\x1B[J"; }
 
 private:
     std::ostream& itsError;
-    mutable XMutex itsMutex; // guards what follows, and the stream
+    mutable XMutex itsMutex; // guards the members below and the stream
     Style itsStyle;
     std::list<Bar> itsBars;
-    std::string itsShown; // as it was written to the terminal
+    std::string itsShown; // as written to the terminal
     int itsToldTenths = 0;
 
     std::string Compose();

@@ -112,7 +112,7 @@ std::string DrawBar( const ProgressBar& inBar, std::size_t inWidth )
     return "[" + bar + "]";
 }
 
-/// The parts that stand beside the label, and the width that they take with the gaps before them.
+/// The parts beside the label, and their width including the gaps before them.
 struct Parts
 {
     std::string count, perCent, rate, timeLeft;
@@ -150,7 +150,7 @@ std::string DrawProgressBar( const ProgressBar& inBar, std::uint32_t inColumns )
     const auto leastLabel = std::min( GetWidth( label ), kLeastLabel );
     Parts parts{ GetCount( inBar ), GetPerCent( inBar ), GetRate( inBar ), GetTimeLeft( inBar ) };
 
-    // What a reader misses least goes first.
+    // The least important parts are omitted first.
     const auto isTooWide = [&] { return leastLabel + parts.GetWidth() > columns; };
     for ( auto* part : { &parts.rate, &parts.count } )
         if ( isTooWide() )

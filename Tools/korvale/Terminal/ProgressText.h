@@ -3,22 +3,22 @@
 #include <cstdint>
 #include <string>
 
-/// What is shown of one piece of work.
+/// The displayed state of one piece of work.
 struct ProgressBar
 {
-    std::string title; ///< UTF-8, as the message.
+    std::string title; ///< UTF-8, like the message.
     std::string message;
     double done = 0;
     double total = 1;
-    double seconds = 0;           ///< Since it began.
-    bool isIndeterminate = false; ///< Nobody knows how far it has come.
-    bool showsCount = true;       ///< Whether the numbers mean something to the reader beyond their ratio.
+    double seconds = 0;           ///< Since its start.
+    bool isIndeterminate = false; ///< The progress is not known.
+    bool showsCount = true;       ///< Whether the numbers themselves are of interest, not only their ratio.
     std::uint32_t indent = 0;
 };
 
-/// One line of at most so many columns: title and message, the count, a bar, per cent, rate and time left. The narrower,
-/// the less of that; control characters are shown as question marks.
+/// One line of at most `inColumns` columns: title and message, the count, a bar, percentage, rate and time
+/// left; narrow lines omit some of these. Control characters are shown as question marks.
 std::string DrawProgressBar( const ProgressBar& inBar, std::uint32_t inColumns );
 
-/// The same without a bar and of any length, for a log.
+/// Describes the progress without a bar, in any length, for a log.
 std::string DescribeProgress( const ProgressBar& inBar );

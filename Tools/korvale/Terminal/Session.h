@@ -10,18 +10,18 @@
 
 class XSessionLogManager;
 
-/// Where the program talks to its user. Text is UTF-8.
+/// The output streams of the program and their settings. Text is UTF-8.
 struct Terminal
 {
     std::ostream& out;
     std::ostream& error;
     ProgressDisplay::Style progress = ProgressDisplay::kNone;
     bool isOutTerminal = false;
-    bool keepsLog = false; ///< Also when the user names no file for it.
+    bool keepsLog = false; ///< Even if the user names no file for it.
 };
 
-/// One run of the program: what its command prints, shows and writes to the session log.
-/// Threads: `progress` and what is told from any thread; one at a time prints to `out`.
+/// One run of the program: prints results, shows progress and messages, and writes the session log.
+/// Threads: any thread may use `progress` and report; one at a time prints to `out`.
 class Session
 {
 public:
@@ -32,26 +32,26 @@ public:
     const bool isOutTerminal;
     ProgressDisplay progress;
 
-    /// Decides on the session log: that file, or, where it has no name, one in the user's state folder if the terminal is
-    /// to have one.
+    /// Selects the session log: that file or, if the name is empty, one in the user's state folder if the
+    /// terminal keeps a log.
     void ChooseLog( const std::string& inFile );
 
-    /// The file's name as UTF-8; empty when no log is kept.
+    /// The file's name as UTF-8; empty if no log is kept.
     const std::string& GetLogName() const { return itsLogName; }
 
-    /// Starts the log that was chosen. `inIsVerbose` shows on standard error too what goes into it.
+    /// Starts the selected log. With `inIsVerbose` its entries are also printed on standard error.
     void StartLog( bool inIsVerbose );
 
-    /// Writes what is still to be written, and tells the user if something could not be.
+    /// Writes the remaining entries, and warns if some could not be written.
     void EndLog();
 
-    /// For the log, and for the user too where the log was started verbose.
+    /// Writes to the log; if verbose, also to standard error.
     void LogInfo( const std::string& inText );
 
-    /// For the log, and for the user: "korvale: <text>".
+    /// Writes to the log and to standard error: "korvale: <text>".
     void ReportInfo( const std::string& inText );
 
-    /// For the log, and for the user: "korvale: <subject>: <text>".
+    /// Writes to the log and to standard error: "korvale: <subject>: <text>".
     void ReportFailure( const std::string& inSubject, const Failure& inFailure );
     void ReportInterrupt();
 

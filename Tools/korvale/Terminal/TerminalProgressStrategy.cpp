@@ -32,8 +32,8 @@ void TerminalProgressStrategy::ProgressCreated(
     SetProgressPtr( inProgress, &bar );
 }
 
-/// A progress that has come to its end may not have told so, because it was told too recently; but what was too short to
-/// tell of anything stays silent.
+/// The final update of a progress may have been dropped by rate limiting; work that was too short to report
+/// stays silent.
 void TerminalProgressStrategy::ProgressDestroyed( XProgress& inProgress )
 {
     auto* const bar = GetBar( inProgress );
@@ -96,7 +96,7 @@ TerminalProgressStrategy::Bar* TerminalProgressStrategy::GetBar( const XProgress
     return static_cast<Bar*>( GetProgressPtr( inProgress ) );
 }
 
-/// The bar that stands for a progress: its own, or that of the nearest one around it that has one.
+/// The bar that shows a progress: its own, or that of the nearest enclosing progress with a bar.
 TerminalProgressStrategy::Bar* TerminalProgressStrategy::FindBar( const XProgress& inProgress )
 {
     for ( const auto* progress = &inProgress; progress; progress = progress->GetSuperProgress() )

@@ -3,12 +3,14 @@
 #include "Jobs/XProgressStrategy.h"
 #include "Terminal/ProgressDisplay.h"
 
-/// Shows the progress of its thread on the program's display, and makes an interrupt an abort of all its progress. The
-/// outermost progress and those that ask for it get bars; any other moves the bar of the one around it.
+/// Shows the progress of its thread on the program's display, and converts an interrupt to an abort of all
+/// its progress. The outermost progress and those that request it get bars; any other one moves the bar of
+/// the enclosing one.
 class TerminalProgressStrategy : public XProgressStrategy
 {
 public:
-    /// `inIsOutermost`: the thread's outermost progress is that of the whole command; otherwise it is shown below that.
+    /// With `inIsOutermost` the thread's outermost progress is that of the whole command; otherwise it is
+    /// shown below that.
     TerminalProgressStrategy( ProgressDisplay& ioDisplay, bool inIsOutermost )
         : itsDisplay( ioDisplay ), itsIsOutermost( inIsOutermost )
     {
@@ -31,7 +33,7 @@ private:
     ProgressDisplay& itsDisplay;
     const bool itsIsOutermost;
     std::uint32_t itsBarCount = 0;
-    Bar* itsFirstBar = nullptr; ///< Carries the title.
+    Bar* itsFirstBar = nullptr; ///< Shows the title.
     std::string itsTitle;
 
     static Bar* GetBar( const XProgress& inProgress );

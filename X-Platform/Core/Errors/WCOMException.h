@@ -11,7 +11,7 @@ public:
 
     std::uint32_t GetHRESULT() const { return GetSystemCode(); }
 
-    /// The library's number for a result. Results that wrap a Win32 error code or an NTSTATUS map as these
-    /// do; a result without a number passes through unchanged.
+    /// The library's error number for an HRESULT. Results that wrap a Win32 error code or an NTSTATUS are
+    /// mapped as these; an unknown result is returned unchanged.
     static std::uint32_t MapHRESULTToKorvaleError( std::uint32_t inResult );
 };

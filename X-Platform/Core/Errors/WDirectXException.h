@@ -14,7 +14,7 @@ public:
     /// The system's text for a result; empty when it has none.
     static XString GetMsgFromSystem( std::uint32_t inResult );
 
-    /// The library's number for a result. Results that are not DirectX's own map as those of COM do; a result
-    /// without a number passes through unchanged.
+    /// The library's error number for a result. Results outside DirectX's own range are mapped as those of
+    /// COM; an unknown result is returned unchanged.
     static std::uint32_t MapDirectXResultToKorvaleError( std::uint32_t inResult );
 };

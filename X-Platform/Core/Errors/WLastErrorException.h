@@ -9,12 +9,12 @@ public:
     /// Takes the calling thread's last system error and clears it.
     WLastErrorException();
 
-    /// For a code that was obtained otherwise; the thread's last system error stays as it is.
+    /// Uses a code that the caller has obtained; the thread's last system error is unchanged.
     explicit WLastErrorException( std::uint32_t inWin32ErrorCode );
     ~WLastErrorException() override;
 
     std::uint32_t GetWin32ErrorCode() const { return GetSystemCode(); }
 
-    /// The library's number for a Win32 error code; a code without one passes through unchanged.
+    /// The library's error number for a Win32 error code; an unknown code is returned unchanged.
     static std::uint32_t MapWin32ErrorCodeToKorvaleError( std::uint32_t inWin32ErrorCode );
 };

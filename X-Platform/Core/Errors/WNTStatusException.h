@@ -14,6 +14,6 @@ public:
     /// The Win32 error code whose text describes this status; the status itself where none is known.
     std::uint32_t MapNTStatusToWin32ErrorCode() const;
 
-    /// The library's number for a status; a status without one passes through unchanged.
+    /// The library's error number for a status; an unknown status is returned unchanged.
     static std::uint32_t MapNTStatusToKorvaleError( std::uint32_t inStatus );
 };

@@ -2,19 +2,20 @@
 
 #include "Core/Errors/XException.h"
 
-/// What the exceptions for failed system calls share: the system's own code beside the library's number, and
-/// the system's text in the message.
+/// Base of the exceptions for failed system calls: holds the system's own code beside the library's error
+/// number, and shows the system's text in the message.
 class KORVALE_API WSystemException : public XException
 {
 public:
     ~WSystemException() override;
 
-    /// The system's text for the code followed by the library's number in parentheses; the library's text
-    /// where the system has none.
+    /// The system's text for the code, followed by the library's number in parentheses. If the system has no
+    /// text for the code, the library's text is used.
     XString GetRawErrorMessage() const override;
 
 protected:
-    /// `inMessageCode` is the code whose text is shown, where the system words it under another one.
+    /// `inMessageCode` is the code whose text is shown; it differs from `inSystemCode` where the system
+    /// describes that one under another code.
     WSystemException( std::uint32_t inErrorNumber, std::uint32_t inSystemCode, std::uint32_t inMessageCode );
 
     std::uint32_t GetSystemCode() const { return itsSystemCode; }

@@ -2,22 +2,23 @@
 
 #include "Core/Errors/XException.h"
 
-/// Where exceptions end that must go no further: those out of handlers, hooks and jobs. The session log installs itself
-/// here when it starts and writes them at level 2 with the current time. Until then XExceptions are dropped, and others
-/// go to the system's event log (XInternalErrorHandlers).
+/// The last resort for exceptions that must not propagate: those thrown by handlers, hooks and jobs. The
+/// session log installs itself here when it starts, and writes them at level 2 with the current time. Until
+/// then XExceptions are dropped, and other exceptions are written to the system's event log
+/// (XInternalErrorHandlers).
 struct KORVALE_API XErrorLog
 {
-    /// `inOrigin` is what `AddCurrentException` was given.
+    /// `inOrigin` is the argument of `AddCurrentException`.
     void ( *AddException )( const XException& inException, const XString& inOrigin ) = nullptr;
 
-    /// Of an exception that is no XException, the type and, where it is a standard exception, the text.
+    /// For exceptions that are not XExceptions: the type, and for a standard exception its text.
     void ( *AddOtherException )( const XString& inTypeAndText, const XString& inOrigin ) = nullptr;
 
     /// Installs the log for the whole process, from any thread, and returns the one that was installed before.
     static XErrorLog Install( const XErrorLog& inLog );
 
-    /// Writes the exception that is being handled, within a catch clause, and who has thrown it, where that is told:
-    /// "job ImportJob, tag 7". Silent ones (`XException::ShouldLogError`) are dropped, and so is what the log itself
-    /// throws.
+    /// Logs the exception that is being handled; call it within a catch clause. `inOrigin` names the code
+    /// that threw it, such as "job ImportJob, tag 7"; it may be empty. Silent exceptions
+    /// (`XException::ShouldLogError`) and exceptions thrown by the log itself are dropped.
     static void AddCurrentException( const char* inOrigin = "" ) noexcept;
 };

@@ -28,7 +28,7 @@ ErrorStrings& GetErrorStrings()
 
 thread_local std::uint32_t* tLastErrorSlot = nullptr;
 
-/// Numbers that old files and logs carry over from another platform, and the resources that stand for them.
+/// Error numbers of another platform in old files and logs, and the resources with their texts.
 std::uint32_t TranslateOldErrorNumber( std::uint32_t inErrorNumber )
 {
     switch ( static_cast<std::int32_t>( inErrorNumber ) )

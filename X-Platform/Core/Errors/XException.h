@@ -22,7 +22,7 @@ public:
     virtual XString GetErrorMessage() const;
 
     /// The message text of the number, followed by the number in parentheses. Texts registered with
-    /// `AddErrorStringToMap` come before those of the library's string table.
+    /// `AddErrorStringToMap` take precedence over the library's string table.
     virtual XString GetRawErrorMessage() const;
 
     /// Both are false for silent errors: the user's abort (1001), the end of the process (1019), a stopped
@@ -30,14 +30,14 @@ public:
     virtual bool ShouldLogError() const;
     virtual bool ShouldReportError() const;
 
-    /// True when the error is a fault of the program itself, with a crash dump to show for it.
+    /// True when the error is a fault of the program itself and has a crash dump.
     virtual bool IsCrashError() const;
 
     /// Sets `outDump` to the crash dump, if there is one, and leaves it unchanged otherwise.
     virtual void GetCrashDump( XString& outDump ) const;
 
-    /// The raw message, for code that knows standard exceptions only. Made when it is first asked for, on any thread;
-    /// valid until the exception is assigned to, gets another number or is destroyed.
+    /// The raw message, for code that knows standard exceptions only. Created on first use, on any thread;
+    /// valid until the exception is assigned to, given another number or destroyed.
     const char* what() const noexcept final;
 
     /// Same as `GetErrorMessage()`.
@@ -60,16 +60,16 @@ public:
     static void SetLastError( std::uint32_t inErrorNumber );
     static void ResetLastError();
 
-    /// Names the variable that keeps the calling thread's last error number from now on. The caller owns it
-    /// and keeps it alive until the thread ends or another slot is set; null, as on a thread that nobody has
-    /// prepared, keeps nothing. Returns the slot that was set before.
+    /// Sets the variable that holds the calling thread's last error number from now on, and returns the one
+    /// that was set before. The caller owns the variable and keeps it alive until the thread ends or another
+    /// slot is set. Null stores nothing; that is the initial state of threads that the library did not start.
     static std::uint32_t* SetLastErrorSlot( std::uint32_t* inSlot );
 
 protected:
     virtual bool IsSilentErrorCode() const;
 
 private:
-    /// The text of `what`. A copy makes its own, since it may be of another class.
+    /// The text of `what`. A copy creates its own, since it may be of another class.
     class XText
     {
     public:

@@ -2,9 +2,9 @@
 
 #include "Core/Errors/XInternalException.h"
 
-/// Where `KorvaleInternalError` leaves its traces. WInitCore installs the platform's crash dump and event
-/// log, the session log adds itself when it starts; tests install their own. A null handler is passed over,
-/// and what a handler throws is swallowed: the internal error itself is what the caller must see.
+/// The handlers that `KorvaleInternalError` calls. WInitCore installs the platform's crash dump and event
+/// log, the session log adds itself when it starts; tests install their own. Null handlers are skipped, and
+/// exceptions thrown by handlers are swallowed, so that the caller always gets the internal error itself.
 struct KORVALE_API XInternalErrorHandlers
 {
     /// A readable stack trace of the calling thread with its registers.

@@ -2,8 +2,8 @@
 
 #include "Core/Errors/XException.h"
 
-/// A broken invariant (error 1006), thrown by `KorvaleInternalError`: which expression did not hold, where,
-/// and the crash dump taken there.
+/// A broken invariant (error 1006), thrown by `KorvaleInternalError`. Holds the expression that was false,
+/// its source position and the crash dump taken there.
 class KORVALE_API XInternalException : public XException
 {
 public:

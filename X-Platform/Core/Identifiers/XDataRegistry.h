@@ -7,18 +7,17 @@
 #include <mutex>
 #include <optional>
 
-/// Data kept under names, so that parts of a program that do not know one another can share it:
-/// reference-counted objects, or values of any type that can be copied. An object may own a registry; the
-/// process has one too.
+/// Data stored by name, so that independent parts of a program can share it: reference-counted objects, or
+/// values of any copyable type. An object may own a registry; the process has one too.
 ///
 ///     XDataRegistry& registry = XDataRegistry::GetProcessRegistry();
 ///     registry.SetValue( "pixel size", 0.65 );
 ///     const std::optional<double> size = registry.FindValue<double>( "pixel size" );
 ///
 /// Ownership: the registry holds a reference to each object, and copies of values.
-/// Threads: all operations may be called from any thread. Data that is replaced or removed is let go of
+/// Threads: all operations may be called from any thread. Data that is replaced or removed is released
 /// outside the lock, so its destructor may use the registry.
-/// Errors: an internal error ("inData") for a null pointer.
+/// Errors: a null pointer is an internal error ("inData").
 class KORVALE_API XDataRegistry
 {
 public:
@@ -29,13 +28,13 @@ public:
     XDataRegistry( const XDataRegistry& ) = delete;
     XDataRegistry& operator=( const XDataRegistry& ) = delete;
 
-    /// Replaces what is kept under the key, whatever it is. Keys are told apart byte by byte.
+    /// Replaces the data stored under the key, whatever its type. Keys are compared byte by byte.
     void SetData( const XString& inKey, XRefPtr<XRefCountable> inData );
 
-    /// Null when there is nothing under the key.
+    /// Null if nothing is stored under the key.
     XRefPtr<XRefCountable> FindData( const XString& inKey ) const;
 
-    /// Null also when what is there is not a `T`.
+    /// Null also if the stored object is not a `T`.
     template<class T>
     XRefPtr<T> FindDataOf( const XString& inKey ) const
     {
@@ -48,7 +47,7 @@ public:
         SetData( inKey, XMakeRef<XValue<T>>( std::move( inValue ) ) );
     }
 
-    /// Empty when there is nothing under the key, or something other than a `T`.
+    /// Empty if nothing, or a value of another type, is stored under the key.
     template<class T>
     std::optional<T> FindValue( const XString& inKey ) const
     {
@@ -56,7 +55,7 @@ public:
         return value ? std::optional<T>( value->itsValue ) : std::nullopt;
     }
 
-    /// True when there was something.
+    /// Returns true if the key was present.
     bool Remove( const XString& inKey );
     void RemoveAll();
 

@@ -6,26 +6,25 @@
 #include <algorithm>
 #include <typeinfo>
 
-/// Carries strategies for an object and finds them by class, number or name. Where several match, the one
-/// that was added first is found.
+/// Holds the strategies of an object and finds them by class, number or name. If several match, the one added
+/// first is found.
 ///
-/// Ownership: shares its strategies by reference counting; copies carry the same ones.
-/// Threads: as a vector: finding from several threads at once is fine, changing it needs a lock of the
-/// caller's.
+/// Ownership: shares its strategies by reference counting; copies share the same ones.
+/// Threads: as a vector: several threads may search at once; changes need a lock held by the caller.
 class KORVALE_API XStrategyCarrier
 {
 public:
     /// Throws an internal error ("inStrategy") for a null pointer.
     void AddStrategy( XRefPtr<XStrategyAbstract> inStrategy );
 
-    /// True when the carrier had it.
+    /// Returns true if the carrier had the strategy.
     bool RemoveStrategy( const XStrategyAbstract& inStrategy );
     void RemoveAllStrategies() { itsStrategies.clear(); }
 
     /// In the order in which they were added.
     const XVector<XRefPtr<XStrategyAbstract>>& GetStrategies() const { return itsStrategies; }
 
-    /// The finders return null when no strategy matches. The class must be the very one.
+    /// The finders return null if no strategy matches. A class matches exactly; derived classes do not.
     XRefPtr<XStrategyAbstract> FindStrategyByType( const std::type_info& inType ) const;
     XRefPtr<XStrategyAbstract> FindStrategyByID( std::uint32_t inID ) const;
     XRefPtr<XStrategyAbstract> FindStrategyByName( const XString& inName ) const;

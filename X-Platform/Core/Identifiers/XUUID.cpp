@@ -87,7 +87,7 @@ void ReadTerseText( std::string_view inText, std::uint8_t* outBytes )
         XThrow( kErrorUUIDText );
 }
 
-/// The long text without the decoration that may surround it; unchanged where there is none.
+/// The long text without the decoration that may surround it.
 std::string_view RemoveDecoration( const XString& inText )
 {
     static constexpr char kUrn[] = "urn:uuid:";

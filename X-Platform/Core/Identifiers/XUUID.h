@@ -7,13 +7,13 @@
 class XStream;
 class XString;
 
-/// An identifier of 16 bytes, kept in the network byte order of RFC 4122: the first field of 32 bits and the
-/// two of 16 bits lie most significant byte first, so the bytes read from the first to the last are its text.
+/// An identifier of 16 bytes, in the network byte order of RFC 4122: the first field of 32 bits and the two
+/// of 16 bits are stored most significant byte first, so the text shows the bytes from first to last.
 ///
 /// A plain value: a vector of identifiers is a block of 16 bytes each, and a stream holds the bytes as
 /// stored, never swapped.
 /// Threads: like an array of bytes.
-/// Errors: 1026 for text that is no identifier.
+/// Errors: 1026 for text that is not an identifier.
 class KORVALE_API XUUID
 {
 public:
@@ -27,11 +27,11 @@ public:
     /// Takes 16 bytes in stored order. Throws an internal error ("inBytes") for a null pointer.
     explicit XUUID( const std::uint8_t* inBytes );
 
-    /// As `StringToUUID`.
+    /// Parses the text like `StringToUUID`.
     explicit XUUID( const XString& inText );
 
-    /// Becomes a new random identifier (version 4). Throws `WLastErrorException` with the system's status
-    /// when the system has none to give; the identifier is then unchanged.
+    /// Replaces this by a new random identifier (version 4). If the system cannot generate one, throws
+    /// `WLastErrorException` with the system's status and leaves the identifier unchanged.
     void GenerateNewID();
 
     bool IsNil() const { return *this == kNilID; }
@@ -42,8 +42,8 @@ public:
     /// Lower-case hexadecimal digits in the groups 8-4-4-4-12: "f81d4fae-7dec-11d0-a765-00a0c91e6bf6".
     XString UUIDToString() const;
 
-    /// The 16 bytes in 22 characters of the URL-safe base64 alphabet (A-Z, a-z, 0-9, "-", "_") without
-    /// padding: "-B1Prn3sEdCnZQCgyR5r9g". Upper and lower case differ in it.
+    /// The 16 bytes as 22 characters of the URL-safe base64 alphabet (A-Z, a-z, 0-9, "-", "_") without
+    /// padding: "-B1Prn3sEdCnZQCgyR5r9g". Case-sensitive.
     XString UUIDToTerseString() const;
 
     /// Reads either text form: the long one in either case, also within braces or after "urn:uuid:" (in

@@ -2,12 +2,11 @@
 
 #include "Ground/XTypes.h"
 
-/// Every class number of the stored formats: the one place where they are written down. Numbers from 2001 on
-/// were given in the order in which their classes came to be; a number is never used twice, not even after
-/// its class is gone.
+/// Every class number of the stored formats; no other file defines one. Numbers from 2001 on are assigned in
+/// the order in which classes were added. A number is never reused, even after its class is gone.
 ///
-/// Applications number their own classes from `kFirstApplicationClassNumber` on, up to 65535. The library keeps all
-/// numbers below to itself.
+/// Applications number their own classes from `kFirstApplicationClassNumber` to 65535. All numbers below are
+/// reserved for the library.
 enum XClassNumber : std::uint32_t
 {
     kClassNone = 0, ///< a null pointer in a stream
@@ -19,7 +18,7 @@ enum XClassNumber : std::uint32_t
 
     kClassRPCBridgeBase = 1300,
     kClassRPCBridge = 1301,
-    kClassBidirectionalSession = 1302, ///< the preamble of reverse connections; no class
+    kClassBidirectionalSession = 1302, ///< the preamble of reverse connections; not a class
 
     kClassPivotColumnDescriptor = 1452,
     kClassPivotColumn = 1453,

@@ -23,7 +23,7 @@ public:
     /// Takes over the reference that the creator of `inObject` holds.
     explicit XRefPtr( T* inObject ) : XRefPtrBase( inObject ) {}
 
-    /// A further reference to an object that others own too; null for null.
+    /// Adds a reference to an object that already has owners; null for null.
     static XRefPtr Share( T* inObject )
     {
         if ( inObject )
@@ -44,14 +44,14 @@ public:
     T* operator->() const { return Get(); }
     T& operator*() const { return *Get(); }
 
-    /// Lets go of the object.
+    /// Releases the reference and becomes null.
     void Reset() { *this = nullptr; }
 
-    /// Hands the reference to the caller and becomes null.
+    /// Transfers the reference to the caller and becomes null.
     [[nodiscard]] T* Detach() { return Cast( TakeObject() ); }
 
 private:
-    // The object was given as a `T*`, so it is only const if `T` is.
+    // The pointer was stored from a `T*`, so the object is const only if `T` is.
     static T* Cast( const XRefCountable* inObject )
     {
         return const_cast<T*>( static_cast<const T*>( inObject ) );
@@ -65,7 +65,7 @@ XRefPtr<T> XMakeRef( XArguments&&... inArguments )
     return XRefPtr<T>( new T( std::forward<XArguments>( inArguments )... ) );
 }
 
-/// The same object seen as a class derived from `T`; null when it is none.
+/// The same object as a pointer to `U`, a class derived from `T`; null if it is not of that class.
 template<class U, class T>
 XRefPtr<U> XDynamicRefCast( const XRefPtr<T>& inPointer )
 {

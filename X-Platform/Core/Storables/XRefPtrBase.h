@@ -5,8 +5,8 @@
 
 #include <utility>
 
-/// What every XRefPtr shares: one counted reference, or none. It does not know the class of the object, so a
-/// class can hold an XRefPtr to one that is only declared, and different kinds of pointers can be compared.
+/// Base of every XRefPtr: one counted reference, or none. It does not depend on the class of the object, so a
+/// class can hold an XRefPtr to an incomplete class, and pointers to different classes can be compared.
 /// Threads: as a plain pointer; the object's count may be changed from any thread.
 class XRefPtrBase
 {

@@ -2,17 +2,17 @@
 
 #include "Core/Storables/XVersion.h"
 
-/// Base of everything that carries a class version and can be asked what it is.
+/// Base of all classes that have a class version.
 class KORVALE_API XVersioned
 {
 public:
     virtual ~XVersioned() = default;
 
-    /// The class number and current revision of the most derived class.
+    /// The class number and current revision of this object's dynamic class.
     virtual XVersion GetVersion() const = 0;
 
-    /// True when this object's class is, stands for, or descends from the other's; revisions are not compared.
-    /// Asks XClassRegistry.
+    /// True if this object's class is the other's, an alias for it, or derived from it; revisions are not
+    /// compared. Uses XClassRegistry.
     bool IsA( const XVersioned& inOther ) const;
     bool IsA( const XVersion& inVersion ) const;
 

@@ -99,7 +99,7 @@ void XBlockStream::Grow( USize64 inNeeded )
     Reallocate( std::max( { inNeeded, doubled, kLeastCapacity } ) );
 }
 
-/// The window is closed in between; who calls opens it again.
+/// Closes the window; the caller opens it again.
 void XBlockStream::Reallocate( USize64 inCapacity )
 {
     if ( inCapacity > kMostCapacity )

@@ -2,10 +2,10 @@
 
 #include "Core/Streams/XStream.h"
 
-/// A stream over one block of memory, as long as the block's used part. The concrete class provides the block and
-/// enlarges it; everything else is the same for all: the stream's buffer is the block itself.
+/// A stream over one block of memory; its length is that of the block's used part. The concrete class
+/// provides and enlarges the block. The block itself serves as the stream's buffer.
 ///
-/// Errors: 1012 when the block cannot grow, besides those of XStream; writing where the block is for reading only is an
+/// Errors: besides those of XStream, 1012 if the block cannot grow. Writing to a read-only block is an
 /// internal error.
 class KORVALE_API XBlockStream : public XStream
 {
@@ -17,12 +17,13 @@ public:
 protected:
     explicit XBlockStream( bool inIsReadOnly );
 
-    /// Works on a block from now on, of which `inUsed` bytes are the stream's contents, and moves to the start.
+    /// Switches to another block, whose first `inUsed` bytes are the stream's contents, and moves to the
+    /// start.
     void UseBlock( std::uint8_t* inBlock, USize64 inUsed, USize64 inCapacity );
-    /// The same block with the same contents lies elsewhere now.
+    /// Reports that the block now lies at another address, with the same contents.
     void BlockHasMoved( std::uint8_t* inBlock );
-    /// Makes the block `inCapacity` bytes, which keeps its contents, and returns where it lies. When it throws, the block
-    /// is as it was.
+    /// Resizes the block to `inCapacity` bytes, keeping its contents, and returns its address. If it throws,
+    /// the block is unchanged.
     virtual std::uint8_t* ResizeBlock( USize64 inCapacity ) = 0;
 
     std::uint8_t* GetBlock() const { return itsBlock; }
@@ -40,7 +41,7 @@ private:
     void Grow( USize64 inNeeded );
     void Reallocate( USize64 inCapacity );
 
-    std::uint8_t* itsBlock = nullptr; // not written to where the block is for reading only
+    std::uint8_t* itsBlock = nullptr; // not written to when read-only
     USize64 itsUsed = 0;              // while no window is open
     USize64 itsCapacity = 0;
     const bool itsIsReadOnly;

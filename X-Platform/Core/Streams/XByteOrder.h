@@ -12,7 +12,7 @@ enum XByteOrder : std::uint8_t
     kMotorolaOrder = 1, ///< most significant byte first
 };
 
-/// The order in which this machine keeps its values.
+/// The byte order of this machine.
 inline constexpr XByteOrder kPlatformByteOrder =
     std::endian::native == std::endian::little ? kIntelOrder : kMotorolaOrder;
 
@@ -30,7 +30,7 @@ constexpr T XSwapBytes( T inValue )
         return inValue;
 }
 
-/// Copies `inCount` elements of `inWidth` bytes (1, 2, 4 or 8) and reverses the bytes of each on the way,
-/// with the widest vectors that the processor has. The two places are the same, or do not overlap; neither
-/// need be aligned.
+/// Copies `inCount` elements of `inWidth` bytes (1, 2, 4 or 8), reversing the bytes of each, with the widest
+/// vectors that the processor supports. Source and destination must be identical or not overlap; they need
+/// not be aligned.
 KORVALE_API void XSwapCopy( void* outBytes, const void* inBytes, USize64 inCount, unsigned inWidth );

@@ -54,7 +54,8 @@ bool HasRegistration( const XVersion& inVersion )
     return FindRegistration( inVersion ) != nullptr;
 }
 
-/// Whether the library has registered another class under this number. What makes the objects tells classes apart.
+/// Whether the library has registered another class under this number. Classes are distinguished by their
+/// creators.
 bool IsTakenByLibrary( const XCreatorFunctions& inFunctions )
 {
     if ( inFunctions.version.GetClassID() >= kFirstApplicationClassNumber )
@@ -109,7 +110,8 @@ std::optional<XVersion> FindRegistered( const XVersion& inVersion )
     return FollowLinks( tables.aliasMap, inVersion, HasRegistration );
 }
 
-/// What a version's object is made from: the version, or the one it is an alias for, and the registration.
+/// The class of which a version's object is created: the version's, or the one it is an alias for, with its
+/// registration.
 std::pair<XVersion, const XCreatorFunctions&>
 GetCreators( const XVersion& inVersion, const XVersion& inDefaultVersion )
 {

@@ -6,8 +6,8 @@
 
 /// A stream over a file.
 ///
-/// Errors: a full disk is 1263, reported by the write, Flush or Close at the latest; others as the system's
-/// error maps.
+/// Errors: a full disk is 1263, reported by the write, Flush or Close at the latest; other system errors as
+/// `WLastErrorException` maps them.
 class KORVALE_API XFileStream : public XStream
 {
 public:
@@ -16,11 +16,11 @@ public:
     explicit XFileStream(
         const std::filesystem::path& inPath, WFile::Mode inMode = WFile::kRead,
         USize64 inBufferSize = kDefaultBufferSize );
-    /// Closes; errors are lost.
+    /// Closes the file; errors are swallowed.
     ~XFileStream() override;
 
-    /// Flushes and closes the file. Reading and writing are internal errors afterwards. The file is closed
-    /// even when this throws.
+    /// Flushes and closes the file; it is closed even if this throws. Reading or writing afterwards is an
+    /// internal error.
     void Close();
 
     const std::filesystem::path& GetPath() const { return itsPath; }

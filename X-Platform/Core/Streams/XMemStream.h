@@ -4,9 +4,9 @@
 
 /// A stream over a block of memory.
 ///
-/// Ownership: the default form owns a block that grows as it is written; the other reads bytes that the
+/// Ownership: the default form owns a block that grows as it is written; the other one reads bytes that the
 /// caller keeps alive and unchanged, and writing to it is an internal error.
-/// Errors: 1012 when the block cannot grow, besides those of XStream.
+/// Errors: besides those of XStream, 1012 if the block cannot grow.
 class KORVALE_API XMemStream : public XBlockStream
 {
 public:
@@ -18,7 +18,7 @@ public:
     const std::uint8_t* GetData() const { return GetBlock(); }
     USize64 GetLength() const { return GetUsed(); }
 
-    /// Back to an empty stream at position 0; the block is kept.
+    /// Empties the stream and moves to position 0; the block is kept.
     void Clear();
 
 protected:

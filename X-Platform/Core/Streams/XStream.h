@@ -21,17 +21,16 @@ class XUUID;
 /// A buffered, seekable stream of bytes with a declared byte order, through which every stored or transmitted
 /// value passes. Concrete streams only move raw bytes.
 ///
-/// Ownership: a stream borrows nothing that is handed to its operations.
+/// Ownership: a stream keeps no pointer to buffers passed to its operations.
 /// Threads: one thread at a time.
-/// Errors: 1260 where a bounded stream ends early, 1005 and 1015 where the bytes are not what was expected,
-/// 1006 (internal error) for null buffers; besides what the concrete stream throws. After an exception
-/// position and buffer are consistent, and bytes not yet drained stay in the buffer.
-/// Lifetime: a concrete stream flushes in its own destructor, which swallows errors: call Flush to hear of
-/// them.
+/// Errors: 1260 if a bounded stream ends early, 1005 and 1015 if the bytes are not what was expected, 1006
+/// (internal error) for null buffers, and the errors of the concrete stream. After an exception, position and
+/// buffer are consistent, and bytes not yet drained stay in the buffer.
+/// Lifetime: a concrete stream flushes in its own destructor, which swallows errors: call Flush to see them.
 class KORVALE_API XStream
 {
 public:
-    /// A hint that compressing writers ask for.
+    /// A hint for compressing writers.
     enum XCompressionLevel : std::uint32_t
     {
         kNoCompression = 0,
@@ -43,7 +42,7 @@ public:
     /// The format that this library writes: class 0x31, revision 2.
     static constexpr XVersion kCurrentStreamVersion{ kClassStream, 2 };
 
-    /// Bytes that are allocated for a length out of a stream before they have arrived.
+    /// The most bytes allocated ahead of arrival for a length read from a stream.
     static constexpr USize64 kReadStep = 1024 * 1024;
 
     class XPositionSaver;
@@ -64,36 +63,37 @@ public:
     SSize64 GetExtent();
     /// Cuts the stream, or lengthens it with zeros. The position stays.
     void SetExtent( SSize64 inExtent );
-    /// Prepares room for `inSize` bytes where the stream can; neither extent nor contents change.
+    /// Reserves room for `inSize` bytes if the stream supports it; extent and contents are unchanged.
     virtual void SetPhysicalSize( SSize64 inSize );
-    /// The position becomes the extent.
+    /// Makes the position the extent: cuts the stream off there, or lengthens it with zeros.
     void Truncate() { SetExtent( GetPosition() ); }
     /// True at or beyond the extent; never true for an open-ended stream.
     bool IsAtEOF();
     /// Bytes from the position to the extent, 0 beyond it; -1 for an open-ended stream.
     SSize64 GetRemaining();
-    /// Hands all written bytes to the concrete stream.
+    /// Passes all buffered bytes to the concrete stream.
     virtual void Flush();
 
     // ---- Byte order and header
 
     XByteOrder GetByteOrder() const { return itsByteOrder; }
     void SetByteOrder( XByteOrder inByteOrder );
-    /// Reads the mark 'I' or 'M' and takes that order; 1005 for any other byte.
+    /// Reads the mark 'I' or 'M' and sets that order; 1005 for any other byte.
     void ReadByteOrder();
     void WriteByteOrder();
 
     /// Writes the byte order mark and the current stream version.
     void WriteStreamInfo();
-    /// Reads the mark and the version. Bytes that are not a stream version make this an old stream (version
-    /// 0x31), whose contents begin right after the mark. Throws 1005 for a bad mark, 1015 for a revision of 3
-    /// or more.
+    /// Reads the mark and the version. If the bytes are not a stream version, this becomes an old stream
+    /// (version 0x31), whose contents begin right after the mark. Throws 1005 for a bad mark, 1015 for a
+    /// revision of 3 or more.
     void ReadStreamInfo();
     XVersion GetStreamVersion() const { return itsStreamVersion; }
-    /// True for streams of a revision below 2, in which versions of objects may be missing.
+    /// True for streams of a revision below 2, in which the versions of objects may be missing.
     bool IsOldStream() const { return itsStreamVersion.GetClassRevision() < 2; }
 
-    // ---- Single values. Multi-byte ones in the byte order of the stream; peeking does not move.
+    // ---- Single values. Multi-byte values use the byte order of the stream; peeking does not move the
+    // position.
 
     std::uint8_t Read8() { return ReadValue<std::uint8_t>(); }
     std::int8_t Read8S() { return ReadValue<std::int8_t>(); }
@@ -142,7 +142,7 @@ public:
     bool ReadBool();
     void WriteBool( bool inValue ) { Write8( inValue ? 1 : 0 ); }
 
-    /// Integers and floats by their type, for templates.
+    /// Integers and floats by type, for templates.
     template<class T>
     T ReadValue();
     template<class T>
@@ -151,7 +151,7 @@ public:
     void WriteValue( T inValue );
 
     // ---- Buffers of `count` elements, signed or unsigned. A null buffer is an internal error unless `count`
-    // is 0. Reading is all or nothing as to the position; the caller's data is never changed by writing.
+    // is 0. A read that fails leaves the position unchanged; writing never changes the caller's data.
 
     void ReadBuffer8( void* buffer, USize64 count );
     void ReadBuffer16( void* buffer, USize64 count ) { ReadElements( buffer, count, 2 ); }
@@ -179,88 +179,88 @@ public:
     void PeekElements( void* buffer, USize64 count, unsigned inWidth );
     void WriteElements( const void* buffer, USize64 count, unsigned inWidth );
 
-    // ---- The buffer, lent: for code that moves many pieces too small for a call each
+    // ---- Direct access to the buffer, for code that moves many items too small for a call each
 
-    /// The bytes from the position on that the buffer holds. None where it is empty: it is filled by reading.
+    /// The buffered bytes from the position on. Empty if there are none; reading fills the buffer.
     std::span<const std::uint8_t> LendBytes() const
     {
         return { itsCursor, ToSize( itsReadEnd - itsCursor ) };
     }
-    /// The room of the buffer from the position on, at the end of what was written. None elsewhere in the
-    /// stream, and where the buffer is full or not in use: writing empties it and takes it into use.
+    /// The free room of the buffer from the position on, at the end of what was written. Empty elsewhere in
+    /// the stream, and while the buffer is full or not in use; writing drains it and takes it into use.
     std::span<std::uint8_t> LendRoom()
     {
         return { itsCursor, itsCursor < itsFilledEnd ? 0 : ToSize( itsWriteEnd - itsCursor ) };
     }
-    /// Moves past the first bytes of what was lent, as if they had been read or written one by one. Bytes and
-    /// room are lent until the next other operation.
+    /// Advances past the first `inCount` bytes of LendBytes or LendRoom, as if they had been read or written
+    /// one by one. Lent bytes and room are valid until the next other operation.
     void PassLent( USize64 inCount ) { itsCursor += inCount; }
 
-    // ---- Counts and lengths out of the stream, which are never trusted for an allocation
+    // ---- Counts and lengths read from the stream, which are never trusted for an allocation
 
     /// Throws 1260 when this is a bounded stream and fewer than `inCount` elements of `inElementSize` bytes
     /// remain. An open-ended stream passes.
     void CheckRemaining( USize64 inCount, USize64 inElementSize );
-    /// Whether CheckRemaining passes.
+    /// Returns whether CheckRemaining would pass.
     bool HasRemaining( USize64 inCount, USize64 inElementSize );
-    /// Replaces `outVector` by `inCount` integers or floats. The vector grows at once where the bytes are
-    /// known to be there, else by at most kReadStep bytes ahead of what has arrived.
+    /// Replaces `outVector` by `inCount` integers or floats. If the bytes are known to be available, the
+    /// vector grows at once; otherwise it grows at most kReadStep bytes ahead of the bytes that have arrived.
     template<class T>
     void ReadCounted( XVector<T>& outVector, USize64 inCount );
 
     // ---- Text, as bytes
 
-    /// A 32-bit length (0xFFFFFFFF and a 64-bit length for longer ones) and the bytes.
+    /// Writes a 32-bit length (for longer strings 0xFFFFFFFF and a 64-bit length) and the bytes.
     void WriteString( const XString& inString );
     XString ReadString();
-    /// The same, into a string whose storage may be used again.
+    /// Reads into an existing string, whose storage is reused if possible.
     void ReadString( XString& outString );
-    /// Replaces `outString` by the next `inLength` bytes, under the rule of ReadCounted.
+    /// Replaces `outString` by the next `inLength` bytes; allocates like ReadCounted.
     void ReadStringBytes( XString& outString, USize64 inLength );
 
-    /// The bytes alone.
+    /// Writes the bytes without a length.
     void WriteText( const XString& inText );
-    /// The bytes, CR and LF.
+    /// Writes the bytes, CR and LF.
     void WriteLine( const XString& inText );
-    /// The bytes up to CR, LF, CR LF or the end of the stream; the line's end is consumed, not returned. At
-    /// the end of the stream 1260; a NUL is 1262.
+    /// Reads the bytes up to CR, LF, CR LF or the end of the stream; the line end is consumed but not
+    /// returned. Throws 1260 at the end of the stream, 1262 for a NUL.
     XString ReadLine();
-    /// Skips white space and returns the bytes up to the next white space, which is not consumed, or the end
-    /// of the stream. 1260 when no word is left; a NUL is 1262.
+    /// Skips white space and returns the bytes up to the next white space, which is not consumed, or to the
+    /// end of the stream. Throws 1260 if no word is left, 1262 for a NUL.
     XString ReadWord();
     /// Skips any CR and LF at the position.
     void SkipNewlines();
-    /// The position of the next occurrence of `inText` at or after the current position, or -1. The position
-    /// stays. An empty text is never found.
+    /// The position of the next occurrence of `inText` at or after the current position, or -1. The current
+    /// position is unchanged. An empty text is never found.
     SSize64 FindString( const XString& inText );
-    /// Writes `count` times `inByte`.
+    /// Writes `count` copies of `inByte`.
     void WriteFiller( USize64 count, std::uint8_t inByte = 0 );
 
     // ---- Objects
 
-    /// Writes the object's version and then its contents. Objects nested more than kMaxObjectDepth deep, which
-    /// could not be read again, are refused (1005); what lies around them has been written in part by then.
+    /// Writes the object's version and then its contents. Objects nested more than kMaxObjectDepth deep could
+    /// not be read again and are rejected with 1005, after part of the enclosing objects has been written.
     /// Storable values in the vectors of XStreamVectors.h count as nested objects.
     virtual void
     WriteObject( const XStorable& inObject, XStorable::XOptions inOptions = XStorable::kNoOptions );
     /// A null pointer is written as version 0.
     void WriteObject( const XStorable* inObject, XStorable::XOptions inOptions = XStorable::kNoOptions );
-    /// Reads what WriteObject wrote and returns a new object, which the caller owns, or null for version 0.
-    /// Throws 1003 and 1004 for classes that cannot be made, 1015 for a newer revision, 1005 for objects
-    /// nested more than kMaxObjectDepth deep, and what the object's reading throws; then nothing is left
-    /// behind.
+    /// Reads an object written by WriteObject. Returns a new object, which the caller owns, or null for
+    /// version 0. Throws 1003 and 1004 for classes that cannot be created, 1015 for a newer revision, 1005
+    /// for objects nested more than kMaxObjectDepth deep, and the errors of the object's ReadStream2; nothing
+    /// is leaked.
     virtual XStorable* ReadObject( XStorable::XOptions inOptions = XStorable::kNoOptions );
-    /// Reads an object of class `T` or of one that descends from it, never null. An object of another class is 1005, and
-    /// is not even made: a file cannot nest objects where they have no place.
+    /// Reads an object of class `T` or of a derived class; never null. Throws 1005 for any other class before
+    /// the object is created, so that a file cannot nest objects where they do not belong.
     template<class T>
     std::unique_ptr<T> ReadObjectOf( XStorable::XOptions inOptions = XStorable::kNoOptions );
-    /// The version that the last ReadObject created an object from, or 0.
+    /// The version from which the last ReadObject created an object, or 0.
     XVersion GetLastClassCreated() const;
 
     static constexpr unsigned kMaxObjectDepth = 1000;
 
-    /// Counts an object as nested in those around it while it is written or read. Throws 1005 when it lies deeper
-    /// than kMaxObjectDepth. For code that nests storable values other than by objects and vectors.
+    /// Counts one level of nesting while an object is written or read. Throws 1005 below kMaxObjectDepth
+    /// levels. For code that nests storable values other than by objects and vectors.
     class XNestedObject
     {
     public:
@@ -280,9 +280,10 @@ public:
 
     // ---- Observers
 
-    /// Readers report to `inObserver`, which is borrowed, what they read and why they refuse it; null for none, as at
-    /// first. Positions are reported with `inOrigin` added: for a stream over a part of another. Where a version may be
-    /// missing (in old streams) and the observed stream ends within it, that is 1260.
+    /// Sets the observer to which readers report what they read and why they reject it; null for none, as
+    /// initially. The observer is borrowed. `inOrigin` is added to reported positions, for a stream over a
+    /// part of another. If an observed old stream ends within a version that may be missing, the error is
+    /// 1260.
     void SetObserver( XStreamObserver* inObserver, SSize64 inOrigin = 0 )
     {
         itsObserver = inObserver;
@@ -297,49 +298,51 @@ public:
     void SetSuggestedCompressionLevel( XCompressionLevel inLevel ) { itsSuggestedCompressionLevel = inLevel; }
 
 protected:
-    /// `inBufferSize` 0 makes each call of a primitive one transfer of the concrete stream. `inBufferedReads`
-    /// lets small reads go through the buffer. `inBoundedReads` makes a read beyond the extent fail (1260)
-    /// before bytes are moved.
+    /// With `inBufferSize` 0, each call of a primitive is one transfer of the concrete stream.
+    /// `inBufferedReads` sends small reads through the buffer. With `inBoundedReads`, a read beyond the
+    /// extent fails with 1260 before any bytes are moved.
     XStream( USize64 inBufferSize, bool inBufferedReads, bool inBoundedReads );
 
-    // ---- What concrete streams override. Positions never are negative and counts never 0.
+    // ---- Overridden by concrete streams. Positions are never negative and counts never 0.
 
     /// Reads exactly `count` bytes at a position; throws 1260 when there are fewer.
     virtual void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) = 0;
-    /// Writes all `count` bytes at a position, lengthening the stream where needed.
+    /// Writes all `count` bytes at a position, lengthening the stream if necessary.
     virtual void DrainBuffer( SSize64 inPosition, const void* buffer, USize64 count ) = 0;
-    /// The length of what lies in the concrete stream, or -1 when it is open-ended.
+    /// The length of the concrete stream without buffered bytes, or -1 if it is open-ended.
     virtual SSize64 GetExtentSelf() = 0;
     virtual void SetExtentSelf( SSize64 inExtent ) = 0;
-    /// Copies the next bytes and leaves the position. By default reads and seeks back.
+    /// Copies the next bytes without moving the position. By default reads and seeks back.
     virtual void PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count );
 
-    // ---- Windows: streams over memory let the buffer be that memory
+    // ---- Windows: streams over memory use that memory as the buffer
 
-    /// Lets the buffer be `inCapacity` bytes at `inData`, of which `inFilled` are the contents of the whole
-    /// stream, and moves to `inPosition`. Reads and writes within it then never reach FillBuffer and
+    /// Uses `inCapacity` bytes at `inData` as the buffer, of which `inFilled` are the contents of the whole
+    /// stream, and moves to `inPosition`. Reads and writes within the window never call FillBuffer or
     /// DrainBuffer.
     void OpenWindow( std::uint8_t* inData, USize64 inFilled, USize64 inCapacity, SSize64 inPosition );
     bool IsWindowOpen() const { return itsWindowIsOpen; }
-    /// How much of an open window is filled by now.
+    /// The number of bytes of the open window that are filled.
     USize64 GetWindowFilled() const;
 
-    /// Flush for destructors: errors are lost.
+    /// Flush for destructors: errors are swallowed.
     void FlushQuietly() noexcept;
 
 private:
     static constexpr USize64 kMostBytes = ( std::numeric_limits<std::ptrdiff_t>::max )();
-    // Bytes by which a vector grows that is read as it grows, and the temporary space of swapped writes.
+    // The most bytes by which a vector grows per step while it is read, and the size of the temporary block
+    // for swapped writes.
     static constexpr USize64 kCachedStep = 32 * 1024;
     static constexpr USize64 kSwapBlock = 64 * 1024;
 
-    // The ends may lie before the cursor, where the mode of the buffer forbids reading or writing.
+    // Both ends may lie before the cursor, if the mode of the buffer forbids reading or writing.
     bool HasToRead( USize64 inSize ) const { return itsReadEnd - itsCursor >= ToDifference( inSize ); }
     bool HasRoom( USize64 inSize ) const { return itsWriteEnd - itsCursor >= ToDifference( inSize ); }
     static std::ptrdiff_t ToDifference( USize64 inSize ) { return static_cast<std::ptrdiff_t>( inSize ); }
     static USize64 ToSize( std::ptrdiff_t inSize ) { return inSize > 0 ? static_cast<USize64>( inSize ) : 0; }
 
-    // What the fast paths copy; the slow ones sort out null buffers, and counts of 0 or beyond all memory.
+    // True for arguments that the fast paths handle; the slow paths handle null buffers, and counts of 0 or
+    // beyond all memory.
     static bool IsOrdinary( const void* inBuffer, USize64 inCount )
     {
         return inBuffer && inCount - 1 < kMostBytes;
@@ -364,11 +367,11 @@ private:
     static USize64 CheckedSize( USize64 inCount, unsigned inWidth );
 
     std::uint8_t* itsBuffer = nullptr;   // own block, or the window
-    std::uint8_t* itsCursor = nullptr;   // the position
-    std::uint8_t* itsReadEnd = nullptr;  // end of what may be read without asking
-    std::uint8_t* itsWriteEnd = nullptr; // end of what may be written without asking
+    std::uint8_t* itsCursor = nullptr;   // the current position
+    std::uint8_t* itsReadEnd = nullptr;  // end of the bytes that can be read from the buffer
+    std::uint8_t* itsWriteEnd = nullptr; // end of the bytes that can be written to the buffer
     std::uint8_t* itsFilledEnd = nullptr;
-    SSize64 itsBufferPosition = 0; // of the buffer's first byte
+    SSize64 itsBufferPosition = 0; // stream position of the buffer's first byte
     SSize64 itsExtent = -1;        // -1: not asked yet, or open-ended
     USize64 itsBufferSize;
     std::unique_ptr<std::uint8_t[]> itsOwnBlock;
@@ -386,7 +389,7 @@ private:
     bool itsWindowIsOpen = false;
 };
 
-/// Returns a stream to the position it had, when the saver goes out of scope; errors of that are lost.
+/// Returns a stream to its current position when the saver goes out of scope; errors are swallowed.
 class XStream::XPositionSaver
 {
 public:
@@ -409,7 +412,7 @@ private:
 
 namespace XStreamDetail
 {
-/// The unsigned integer of the width of `T`, whose bytes are those of the value.
+/// The unsigned integer type of `kSize` bytes.
 template<std::size_t kSize>
 using XBits = std::conditional_t<
     kSize == 1, std::uint8_t,

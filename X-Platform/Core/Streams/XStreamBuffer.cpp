@@ -5,10 +5,12 @@
 
 #include <limits>
 
-// The buffer is in one of three modes. Reading: [itsBuffer, itsFilledEnd) holds bytes of the stream, nothing
-// may be written into it. Writing (itsIsDirty): it holds bytes still to be drained, nothing may be read from
-// it. Window: it is the stream's whole memory, read and written in place. A fast write only moves the cursor,
-// so the true end of what a writing buffer or a window holds is the higher of itsFilledEnd and itsCursor.
+// The buffer is in one of three modes:
+// - Reading: [itsBuffer, itsFilledEnd) holds bytes of the stream; nothing may be written into it.
+// - Writing (itsIsDirty): it holds bytes to be drained; nothing may be read from it.
+// - Window: it is the stream's whole memory, read and written in place.
+// A fast write only moves the cursor, so the end of the contents of a writing buffer or a window is the
+// higher of itsFilledEnd and itsCursor.
 
 namespace
 {
@@ -62,8 +64,8 @@ void XStream::ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 coun
     EmptyBufferAt( CheckedEnd( inPosition, count ) );
 }
 
-/// The first block of all is a full one. After a seek a small one is read, and larger ones only while reading goes on
-/// from there: each twice as large as what the buffer held.
+/// The first block of a stream is a full one. After a seek a small one is read; while reading continues from
+/// there, each block is twice as large as the contents of the buffer.
 void XStream::Refill( SSize64 inPosition, USize64 inLeast )
 {
     const USize64 held = ToSize( itsFilledEnd - itsBuffer );

@@ -5,8 +5,9 @@
 
 #include <string>
 
-/// How readers report to the observer of a stream. Without one a call is a comparison: names and texts that are not
-/// constants are given as functions, which are called for an observer only.
+/// Functions by which readers report to a stream's observer. Without an observer, a call costs one
+/// comparison: names and texts that are not constants are passed as functions, which are called only if there
+/// is an observer.
 
 inline void XBeginField( XStream& inStream, const char* inName )
 {
@@ -34,7 +35,7 @@ void XEndField( XStream& inStream, const TGetText& inGetText )
         observer->EndField( inStream.GetObservedPosition(), inGetText() );
 }
 
-/// Tells the observer the reason, and throws the error of that number.
+/// Reports the reason to the observer and throws the error number.
 template<class TGetReason>
 [[noreturn]] void XRefuse( XStream& inStream, std::uint32_t inErrorNumber, const TGetReason& inGetReason )
 {
@@ -43,14 +44,15 @@ template<class TGetReason>
     XThrow( inErrorNumber );
 }
 
-/// A number that is a field of that name.
+/// Reads a 32-bit number and reports it as the field `inName`.
 KORVALE_API std::uint32_t XReadField32( XStream& inStream, const char* inName );
 
-/// A string that is a field of that name. Its text is Windows-1252.
+/// Reads a string of Windows-1252 text and reports it as the field `inName`.
 KORVALE_API void XReadFieldString( XStream& inStream, const char* inName, XString& outString );
 
 /// "class 2001, revision 0".
 KORVALE_API std::string XDescribeVersion( XVersion inVersion );
 
-/// Windows-1252 text in quotes, on one line, cut off where it is long: a damaged length can make a text of a whole file.
+/// Quotes Windows-1252 text on one line, shortened if it is long: a damaged length can make a text of a whole
+/// file.
 KORVALE_API std::string XQuoteStoredText( const XString& inText );

@@ -12,8 +12,8 @@
 
 namespace
 {
-/// The next value as a version, or 0 when nothing can be read there: where nobody observes, a failure is to show only
-/// when something is missing.
+/// The next value as a version, or 0 if it cannot be read: without an observer, a failure must be thrown only
+/// when the missing bytes are needed.
 XVersion ReadVersionIfAny( XStream& inStream )
 {
     try
@@ -28,7 +28,7 @@ XVersion ReadVersionIfAny( XStream& inStream )
     }
 }
 
-/// Why there is no object of a class.
+/// The reason why there is no object of a class.
 std::string DescribeRefusal( const XVersion& inVersion, std::uint32_t inErrorNumber )
 {
     const std::string text = XDescribeVersion( inVersion );
@@ -125,7 +125,7 @@ void XStream::CheckNextObject( const XVersion& inBase )
 {
     XBeginField( *this, "the version of an object" );
     const XVersion version = PeekVersion();
-    // A class that is not registered is left to the making, which knows what it is an alias for.
+    // A class that is not registered is left to the creation, which resolves aliases.
     const bool isOther = version.GetClassID() == kClassNone ||
         ( XClassRegistry::IsRegistered( version ) && !XClassRegistry::IsA( version, inBase ) );
     if ( isOther )

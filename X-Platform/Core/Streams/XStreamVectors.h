@@ -7,19 +7,19 @@
 #include <memory>
 
 /// Vectors in streams: an unsigned 32-bit count, then the elements. Integers and floats are written in the
-/// byte order of the stream, versions and colours as such, UUIDs by their 16 bytes, storable values with
-/// WriteStream2.
+/// byte order of the stream, versions and colours in their own stream forms, UUIDs as their 16 bytes,
+/// storable values with WriteStream2.
 ///
-/// Errors: 1260 and 1005 for what is not a vector; 1005 for storable values nested more than
-/// XStream::kMaxObjectDepth deep; more than 0xFFFFFFFF elements are an internal error. A
-/// count that the stream does not back with bytes allocates next to nothing.
+/// Errors: 1260 and 1005 for bytes that are not a vector; 1005 for storable values nested more than
+/// XStream::kMaxObjectDepth deep; more than 0xFFFFFFFF elements are an internal error. A count that exceeds
+/// the remaining bytes allocates next to nothing.
 
 namespace XStreamDetail
 {
 template<class T>
 inline constexpr bool kIsStorable = std::is_base_of_v<XStorable, T>;
 
-/// The least number of bytes that an element of a stored vector takes.
+/// The minimum number of bytes that a stored element takes.
 template<class T>
 constexpr USize64 GetLeastUsage()
 {
@@ -80,7 +80,7 @@ void WriteCount( XStream& inStream, const T& inContainer )
     inStream.Write32( static_cast<std::uint32_t>( count ) );
 }
 
-/// The layout of a vector of storable values, for a container of any pointers to them.
+/// Writes a container of pointers to storable values in the layout of a vector of those values.
 template<class T>
 void WritePointedTo( XStream& inStream, const T& inPointers, XStorable::XOptions inOptions )
 {
@@ -133,7 +133,7 @@ void XReadVector(
     }
 }
 
-/// 4 for an empty vector, else 4 plus the elements' usages.
+/// The stored size in bytes: 4 plus the sizes of the elements.
 template<class T>
 USize64 XGetValueVectorStreamUsage( const XVector<T>& inVector )
 {
@@ -143,7 +143,7 @@ USize64 XGetValueVectorStreamUsage( const XVector<T>& inVector )
     return usage;
 }
 
-/// A vector that streams itself, by the same layout.
+/// A vector with stream operations, in the same layout.
 template<class T>
 class XStreamingVector : public XVector<T>
 {
@@ -163,8 +163,8 @@ public:
     USize64 GetStreamUsage() const { return XGetValueVectorStreamUsage<T>( *this ); }
 };
 
-/// A vector of pointers to storable objects of class `T`, which it owns; stored as a vector of those objects.
-/// Null pointers cannot be written: they are an internal error.
+/// A vector that owns storable objects of class `T` through pointers; stored like a vector of those objects.
+/// Writing a null pointer is an internal error.
 template<class T>
 class XStreamingPtrVector : public XVector<std::unique_ptr<T>>
 {
@@ -188,7 +188,8 @@ public:
     USize64 GetStreamUsage() const { return XStreamDetail::GetPointedToUsage( *this ); }
 };
 
-/// A vector of pointers to storable objects that others own: it writes what XStreamingPtrVector reads.
+/// A vector of pointers to storable objects owned elsewhere; writes the layout that XStreamingPtrVector
+/// reads.
 template<class T>
 class XStreamingConstPtrVector : public XVector<const T*>
 {

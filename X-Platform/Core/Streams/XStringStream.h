@@ -2,15 +2,16 @@
 
 #include "Core/Streams/XStream.h"
 
-/// A stream over an XString, which the caller keeps alive and does not change meanwhile. Every write is in
-/// the string when the call returns: it replaces the bytes at the position and lengthens the string where it
-/// reaches beyond the end.
+/// A stream over an XString, which the caller keeps alive and does not change meanwhile. Each write is
+/// visible in the string when the call returns: it replaces the bytes at the position and lengthens the
+/// string if it goes beyond the end.
 ///
-/// Errors: internal errors for writing to a constant string and for writing beyond the string's length.
+/// Errors: writing to a constant string, and writing at a position beyond the end of the string, are internal
+/// errors.
 class KORVALE_API XStringStream : public XStream
 {
 public:
-    /// Reads only.
+    /// A read-only stream.
     explicit XStringStream( const XString& inString );
     explicit XStringStream( XString& ioString );
     ~XStringStream() override;
@@ -22,6 +23,6 @@ protected:
     void SetExtentSelf( SSize64 inExtent ) override;
 
 private:
-    XString* itsString; // never written through when isReadOnly
+    XString* itsString; // read-only if isReadOnly
     bool isReadOnly;
 };

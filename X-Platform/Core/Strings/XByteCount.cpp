@@ -9,7 +9,7 @@ namespace
 constexpr std::string_view kUnits = "KMGT";
 constexpr double kStep = 1024;
 
-/// Takes the letter of a unit off the end of the text.
+/// Removes the unit letter from the end of the text and returns its factor.
 double TakeUnit( std::string_view& ioText )
 {
     constexpr char kToCapital = static_cast<char>( ~0x20 );

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-/// Parses a size as users write it: "512M", "1.5G", "4096". The letters K, M, G and T, small or capital, stand for powers
-/// of 1024. No value for any other text, for 0 and for fractions of a byte.
+/// Parses a size as users write it: "512M", "1.5G", "4096". The suffixes K, M, G and T, in either case, are
+/// powers of 1024. Empty for any other text, for 0 and for fractions of a byte.
 KORVALE_API std::optional<std::uint64_t> XParseByteCount( std::string_view inText );
 
-/// Formats a size as "512 MiB", with one decimal where the number is not whole.
+/// Formats a size as "512 MiB", with one decimal if the number is not whole.
 KORVALE_API std::string XFormatByteCount( std::uint64_t inBytes );

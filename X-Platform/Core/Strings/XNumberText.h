@@ -7,14 +7,14 @@
 #include <string>
 #include <string_view>
 
-/// Appends a number in the shortest form that reads back exactly, in any locale. Whole numbers up to 2^53 are written
-/// with all their digits.
+/// Appends a number in the shortest form that reads back exactly, independent of the locale. Whole numbers up
+/// to 2^53 are written with all digits.
 KORVALE_API void XAppendNumber( std::string& ioText, double inNumber );
 
 /// Formats a duration as "0.25 s".
 KORVALE_API std::string XFormatSeconds( double inSeconds );
 
-/// Parses a number, in any locale; no value unless the whole text is one in the range of T.
+/// Parses a number, independent of the locale. Empty unless the whole text is a number in the range of `T`.
 template<class T>
 std::optional<T> XParseNumber( std::string_view inText )
 {

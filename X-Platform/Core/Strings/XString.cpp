@@ -29,8 +29,8 @@ void ClearFromNul( char* ioText, USize64 inLength )
 }
 } // namespace
 
-// The shared constants are complete before any code runs, so that statics anywhere can use them. Their own reference
-// is never given up by anyone, and a copy makes the count 2.
+// The shared constants are initialised before any code runs, so that statics in any source can use them.
+// Their own reference is never released, and a copy makes the count 2.
 constinit XString::XStringStorage XString::sEmptyStorage{ sEmptyText, 1, 1, 2 };
 constinit XString::XStringStorage XString::sDotStorage{ sDotText, 2, 2, 2 };
 constinit XString::XStringStorage XString::sNewLineStorage{ sNewLineText, 2, 2, 2 };

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <type_traits>
 
-/// An integer that a string shows as a number: every integer type but `bool` and the character types.
+/// An integer that is converted to decimal text: every integer type except `bool` and the character types.
 template<class T>
 concept XStringInteger =
     std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
@@ -26,41 +26,41 @@ template<class T>
 concept XCharPointer = std::same_as < std::decay_t<T>,
 char* > || std::same_as<std::decay_t<T>, const char*>;
 
-/// What a string compares with without being converted.
+/// A type that a string can be compared with without conversion.
 template<class T>
 concept XStringOperand = XCharPointer<T> || std::same_as<T, std::string> || std::derived_from<T, XString>;
 
-/// Two of these that compare as strings: one of them, at least, is a string.
+/// Two operand types of which at least one is a string.
 template<class T, class TOther>
 concept XStringOperandBeside = XStringOperand<T> && XStringOperand<TOther> &&
     ( std::derived_from<T, XString> || std::derived_from<TOther, XString> );
 
-/// The string of the library: 8-bit text in the ANSI code page, in shared storage that is copied on write.
+/// The library's string: 8-bit text in the ANSI code page, in shared storage that is copied on write.
 ///
-/// Copying a string costs one atomic increment. Different strings may be used from different threads even
-/// when they share storage; one string must not be written while another thread uses it. Memory that cannot
-/// be had throws 1012.
+/// Copying a string costs one atomic increment. Different strings may be used from different threads even if
+/// they share storage; one string must not be written while another thread uses it. Throws 1012 if memory
+/// cannot be allocated.
 ///
-/// Upper and lower case are those of ASCII in every caseless operation; all other bytes stand for themselves.
-/// NULs within the text are kept by copying, `Resize` and streaming, but searches, hashes and conversions end
-/// at the first one.
+/// Upper and lower case are those of ASCII in every caseless operation; all other bytes match only
+/// themselves. NULs within the text are kept by copying, `Resize` and streaming, but searches, hashes and
+/// conversions stop at the first one.
 ///
 /// `operator<` is the natural order, in which "file2" comes before "file10". It ranks some different strings
-/// as equal ("a b" and "ab"), so ordered containers go by `std::less<XString>`, which compares bytes.
+/// as equal ("a b" and "ab"), so ordered containers use `std::less<XString>`, which compares bytes.
 class KORVALE_API XString : public XStorable
 {
 public:
     enum XIntStringFormat
     {
         kIntPlain = 1,     ///< Decimal.
-        kIntZeroPadded = 2 ///< Decimal, filled with zeros up to `digits` characters, the sign included.
+        kIntZeroPadded = 2 ///< Decimal, padded with zeros to `digits` characters, including the sign.
     };
 
     enum XFloatStringFormat
     {
-        kFloatAuto = 1, ///< Up to six decimals without trailing zeros where that is readable, "%g" elsewhere.
-        kFloatFixed = 2,        ///< `digits` decimals.
-        kFloatFixedTrimmed = 3, ///< `digits` decimals, less trailing zeros and a trailing decimal point.
+        kFloatAuto = 1,  ///< Up to six decimals without trailing zeros if that is readable, otherwise "%g".
+        kFloatFixed = 2, ///< `digits` decimals.
+        kFloatFixedTrimmed = 3, ///< `digits` decimals without trailing zeros and trailing decimal point.
         kFloatScientific = 4    ///< "%E".
     };
 
@@ -71,10 +71,10 @@ public:
         kStripBoth = 3
     };
 
-    /// The result of searches that find nothing.
+    /// The result of unsuccessful searches.
     static constexpr SSize64 kNotFound = -1;
 
-    /// As a count: all that there is. As a position: the end.
+    /// As a count: everything up to the end. As a position: the end.
     static constexpr USize64 kToEnd = ~USize64( 0 );
 
     static const XString kEmptyString;
@@ -99,10 +99,10 @@ public:
     /// From NUL-terminated text; a null pointer is an internal error.
     XString( const char* str );
 
-    /// From a length byte and as many characters; a null pointer is an internal error.
+    /// From a length byte and that many characters; a null pointer is an internal error.
     XString( const unsigned char* str );
 
-    /// From wide text, NUL-terminated, through the ANSI code page.
+    /// From NUL-terminated wide text, converted to the ANSI code page.
     XString( const wchar_t* str );
     XString( const std::wstring& inText );
 
@@ -111,24 +111,24 @@ public:
     XString( char inCharacter );
     XString( bool ) = delete;
 
-    /// From a number, as decimal text. `digits` counts only for formats other than `kIntPlain` and has to be
-    /// greater than 0 then.
+    /// From a number, as decimal text. `digits` is ignored for `kIntPlain`; for other formats it must be
+    /// greater than 0.
     template<XStringInteger T>
     XString( T inValue, XIntStringFormat inFormat = kIntPlain, std::int32_t digits = 0 )
         : itsStorage( FormatInteger( Widen( inValue ), inFormat, digits ) )
     {
     }
 
-    /// From a number. Infinities are "INF" and "-INF", what is not a number is "NaN". The decimal point is
-    /// the locale's. `digits` counts only for the fixed formats; a negative one is taken as 0.
+    /// From a number. Infinities are "INF" and "-INF", NaNs are "NaN". The decimal point is that of the
+    /// locale. `digits` is used by the fixed formats only; a negative value counts as 0.
     XString( double inValue, XFloatStringFormat inFormat = kFloatAuto, std::int32_t digits = 6 );
 
-    /// Reads the stream form, as `ReadStream2` does.
+    /// Reads the stream form; see `ReadStream2`.
     explicit XString( XStream& inStream );
 
     // Access
 
-    /// Bytes before the terminating NUL.
+    /// The number of bytes before the terminating NUL.
     USize64 GetLength() const noexcept { return itsStorage->size - 1; }
     bool IsEmpty() const noexcept { return itsStorage->size == 1; }
 
@@ -138,13 +138,14 @@ public:
     {
         return reinterpret_cast<const unsigned char*>( itsStorage->data );
     }
-    /// Tells storages apart: strings that share one have equal texts. Valid as `GetConstCharPtr` is.
+    /// Identifies the storage: strings with the same ID have equal texts. Valid as long as the result of
+    /// `GetConstCharPtr`.
     const void* GetStorageID() const noexcept { return itsStorage; }
     std::string_view GetStringView() const noexcept { return { itsStorage->data, GetLength() }; }
     operator const char*() const noexcept { return itsStorage->data; }
 
-    /// The text for writing within its length. Makes the storage private first; the pointer is not to be
-    /// written to after the string has been copied.
+    /// The text for writing within its length. Makes the storage private first; do not write through the
+    /// pointer after the string has been copied.
     char* GetCharPtr()
     {
         CopyStorageForWrite();
@@ -152,14 +153,14 @@ public:
     }
     unsigned char* GetUCharPtr() { return reinterpret_cast<unsigned char*>( GetCharPtr() ); }
 
-    /// As `GetCharPtr`, chosen only where a `char*` is asked for, so that a call taking `const char*` copies
-    /// nothing.
+    /// Like `GetCharPtr`; selected only where a `char*` is required, so that calls taking a `const char*`
+    /// copy nothing.
     template<class T>
     requires std::same_as<T, char>
     operator T*() { return GetCharPtr(); }
 
-    /// The character at an index up to the length, where the terminating NUL is; an index beyond it is an
-    /// internal error. The forms for writing make the storage private.
+    /// The character at an index from 0 to the length, where the terminating NUL is; a larger index is an
+    /// internal error. The non-const forms make the storage private.
     char GetNthChar( USize64 index ) const
     {
         XAssert( index < itsStorage->size );
@@ -183,19 +184,21 @@ public:
 
     operator std::string() const { return std::string( GetStringView() ); }
 
-    /// Converts between the ANSI code page and UTF-8. Characters that the code page lacks, and malformed UTF-8, become
-    /// '?'. WLastErrorException if the system refuses.
+    /// Converts between the ANSI code page and UTF-8. Malformed UTF-8, and characters that the code page
+    /// lacks, become '?'. Throws WLastErrorException if the system fails.
     static XString FromUTF8( std::string_view inText );
     std::string ToUTF8() const;
 
-    /// Wide text through the ANSI code page; WLastErrorException if the system refuses.
+    /// The text as wide characters, converted from the ANSI code page. Throws WLastErrorException if the
+    /// system fails.
     operator std::wstring() const;
 
-    /// Writes the length byte and the characters, at most 256 bytes in all; 1354 if the text is longer than
-    /// 255.
+    /// Writes the length byte and the characters, at most 256 bytes in all. Throws 1354 if the text is longer
+    /// than 255 bytes.
     void GetStr255( unsigned char* outBuffer ) const;
 
-    /// A hash of the bytes up to the first NUL, the same everywhere and for ever; 0 for the empty string.
+    /// A hash of the bytes up to the first NUL, the same on every system and in every version; 0 for the
+    /// empty string.
     USize64 GetHash() const;
 
     /// Writes the text to the debugger's output.
@@ -214,14 +217,15 @@ public:
         return *this;
     }
 
-    /// Takes `inCount` bytes, whatever they are. A null pointer with a count other than 0 is an internal
-    /// error.
+    /// Replaces the text by `inCount` bytes of any value. A null pointer with a count other than 0 is an
+    /// internal error.
     void CopyFromPtr( const char* ptr, USize64 inCount );
 
-    /// Takes `inCount` wide characters through the ANSI code page; WLastErrorException if the system refuses.
+    /// Replaces the text by `inCount` wide characters, converted to the ANSI code page. Throws
+    /// WLastErrorException if the system fails.
     void CopyFromPtr( const wchar_t* ptr, USize64 inCount );
 
-    /// Appends. Growth is amortised: appending n times costs of the order of the final length.
+    /// Appends in amortised constant time per byte.
     XString& operator+=( const XString& inText )
     {
         return Append( inText.itsStorage->data, inText.GetLength() );
@@ -241,7 +245,7 @@ public:
         return AppendInteger( Widen( inValue ) );
     }
 
-    /// The text with anything appended that `operator+=` takes, and with text before it.
+    /// Concatenates: the second operand may be anything that `operator+=` accepts; text may also come first.
     template<class T>
     friend XString operator+( XString inFirst, const T& inSecond )
     {
@@ -257,19 +261,20 @@ public:
         return XString( inFirst ) += inSecond;
     }
 
-    /// Cuts the text off, or extends it with NULs that count towards the length. `kToEnd` is a length like any
-    /// other here: 1012.
+    /// Truncates the text, or extends it with NULs that count towards the length. `kToEnd` has no special
+    /// meaning here: 1012.
     void Resize( USize64 inLength );
 
-    /// Loads a text from the library's string table; 1279 if it is missing or empty.
+    /// Loads a text from the library's string table. Throws 1279 if it is missing or empty.
     void LoadStringA( std::uint32_t inResourceID );
 
-    /// The value in hexadecimal, with `digits` digits at least when `inPadWithZeros` is set.
+    /// Sets the text to the value in hexadecimal, padded to at least `digits` digits if `inPadWithZeros` is
+    /// set.
     void SetHexString(
         std::uint64_t inValue, std::int32_t digits = 0, bool inPadWithZeros = false,
         bool inUpperCase = true );
 
-    /// A size for people to read: "1023 bytes", "1.5 K", "1.0 MB", and so on to TB.
+    /// A size in readable form: "1023 bytes", "1.5 K", "1.0 MB", and so on up to TB.
     static XString MakeBytesString( std::int64_t inBytes );
 
     // Editing
@@ -277,59 +282,58 @@ public:
     XString& Upper();
     XString& Lower();
 
-    /// Keeps `inCount` characters from `inStart`, as far as there are so many.
+    /// Keeps at most `inCount` characters from `inStart` on.
     XString& Truncate( USize64 inCount, USize64 inStart = 0 );
     XString& StripFirst( USize64 inCount );
     XString& StripLast( USize64 inCount );
 
-    /// Removes the run of a character at the start, the end or both; NUL is an internal error.
+    /// Removes all leading or trailing copies of a character, or both; NUL is an internal error.
     XString& Strip( XStringStripOptions inOptions = kStripBoth, char whichChar = ' ' );
 
-    /// Makes every run of the character a single one.
+    /// Replaces every run of the character by a single one.
     XString& StripRepeatedChars( char inCharacter );
 
-    /// Replaces every line break, be it CR LF, CR or LF, by the one given.
+    /// Replaces every line break (CR LF, CR or LF) by `inNewline`.
     XString& ConvertNewlines( const XString& inNewline = kNewLineString );
 
-    /// Replaces every occurrence, from left to right and without looking at what was put in. Returns how many
-    /// there were; an empty `inFrom` occurs nowhere.
+    /// Replaces every occurrence from left to right, without searching the inserted text. Returns the number
+    /// of replacements; an empty `inFrom` never occurs.
     USize64 Replace( const XString& inFrom, const XString& inTo );
 
     // Query
 
-    /// The index of the first occurrence at or after `inStart`, or `kNotFound`. An empty text is found
-    /// nowhere.
+    /// The index of the first occurrence at or after `inStart`, or `kNotFound`. An empty text is never found.
     SSize64 Find( const XString& inNeedle, bool inCaseSensitive = true, USize64 inStart = 0 ) const;
 
     /// The index of the last occurrence that begins at or before `inStart`, or `kNotFound`.
     SSize64
     FindReverse( const XString& inNeedle, bool inCaseSensitive = true, USize64 inStart = kToEnd ) const;
 
-    /// These three are false when either text is empty.
+    /// Contains, StartsWith and their caseless forms return false if either text is empty.
     bool Contains( const XString& inText ) const;
     bool StartsWith( const XString& inText ) const;
     bool CaselessContains( const XString& inText ) const { return Find( inText, false ) != kNotFound; }
     bool CaselessStartsWith( const XString& inText ) const;
 
-    /// Kept as callers have come to rely on it: true when the text occurs anywhere, and a comparison without
-    /// case when both have the same length.
+    /// Compatibility behaviour, despite the name: true if the text occurs anywhere; if both texts have the
+    /// same length, case is ignored.
     bool EndsWith( const XString& inText ) const;
     bool CaselessEndsWith( const XString& inText ) const;
 
     bool CaselessEqual( const XString& inOther ) const noexcept;
     bool CaselessNotEqual( const XString& inOther ) const noexcept { return !CaselessEqual( inOther ); }
 
-    /// True when there are only characters that numbers are written with: digits, '-', the locale's decimal
-    /// point, 'e', 'E' and spaces.
+    /// True if the text is not empty and consists only of characters used in numbers: digits, '-', the
+    /// locale's decimal point, 'e', 'E' and spaces.
     bool IsNumeric() const;
 
-    /// The natural order: white space is skipped, and numbers, decimal and signed ones included, go by their
-    /// value.
+    /// The natural order: white space is skipped, and numbers, including decimal and signed ones, are
+    /// compared by value.
     bool
     IsLessThanIgnoring( const XString& inOther, bool inIgnoreDecimalPoint, bool inIgnoreMinusSign ) const;
 
-    // Comparison with strings, `std::string` and NUL-terminated text, on either side. A null pointer is an internal
-    // error. Less and greater go by the natural order, equal by bytes.
+    // Comparison with strings, `std::string` and NUL-terminated text, on either side. A null pointer is an
+    // internal error. Less and greater use the natural order, equality compares bytes.
 
     template<class XFirst, XStringOperandBeside<XFirst> XSecond>
     friend bool operator<( const XFirst& inFirst, const XSecond& inSecond )
@@ -365,39 +369,40 @@ public:
     }
     bool operator==( const std::string& inText ) const noexcept { return GetStringView() == inText; }
 
-    /// Up to `inCount` characters from `inStart`; empty when that lies at or past the end.
+    /// Up to `inCount` characters from `inStart` on; empty if `inStart` is at or past the end.
     XString SubStr( USize64 inStart, USize64 inCount = kToEnd ) const;
 
-    /// Words are what lies between runs of the separator characters. Returns the text from the start of word
-    /// `inIndex` to the end of the last of `inCount` words, with the separators between them as they stand;
-    /// empty when there is no such word. Each call reads from the start of the text, so a loop over all words of a long text
-    /// costs the square of their number: TokeniseValues splits in one go.
+    /// Words are separated by runs of the separator characters. Returns the text from the start of word
+    /// `inIndex` to the end of the last of `inCount` words, including the separators between them; empty if
+    /// there is no such word. Each call scans from the start of the text, so a loop over all words takes time
+    /// quadratic in their number: use TokeniseValues to split in one pass.
     XString SubWord( USize64 inIndex, USize64 inCount = 1, const XString& inSeparators = " " ) const;
 
-    /// Splits into pairs at any of the first characters, and each pair into key and value at the first of any
-    /// of the second. White space around keys and values is removed. A pair without separator has an empty
-    /// value, one without key is left out, and the last of several values for a key counts.
+    /// Splits the text into pairs at any of `inPairSeparators`, and each pair into key and value at the first
+    /// of any of `inKeyValueSeparators`. Trims white space around keys and values. A pair without separator
+    /// has an empty value, a pair without key is skipped, and the last of several values for a key is kept.
     std::map<XString, XString>
     Tokenise( const XString& inPairSeparators, const XString& inKeyValueSeparators ) const;
 
-    /// What lies between each two of the separator characters, empty values included; nothing for the empty
+    /// The values between the separator characters, including empty ones; an empty vector for the empty
     /// string.
     XVector<XString> TokeniseValues( const XString& inSeparators ) const;
 
-    /// The number of insertions, deletions, substitutions and swaps of neighbours that lead to the other
-    /// text.
+    /// The number of insertions, deletions, substitutions and swaps of neighbours that turn this text into
+    /// the other one.
     USize64 FuzzyMatchLevenshtein( const XString& inOther, bool inIgnoreCase = false ) const;
 
-    /// The index of the nearest candidate, the first of several; `kNotFound` if there are none.
+    /// The index of the closest candidate, the first of equally close ones; `kNotFound` if there are no
+    /// candidates.
     SSize64
     FindClosestLevenshteinMatch( const XVector<XString>& inCandidates, bool inIgnoreCase = false ) const;
 
     // Numeric reading
     //
-    // Leading white space and a sign are accepted, and text after the number is ignored. 1000 if there is no
-    // number. Integers that do not fit in 64 bits become the nearest one that does; narrower readers return
-    // the low bits of that. A negative number read as unsigned is its two's complement. The decimal readers
-    // return 0 for the empty string.
+    // Leading white space and a sign are accepted, and text after the number is ignored. Throws 1000 if there
+    // is no number. Integers beyond 64 bits are clamped to the nearest 64-bit value; narrower readers return
+    // its low bits. A negative number read as unsigned is its two's complement. The decimal readers return 0
+    // for the empty string.
 
     /// These two return the code of the first character.
     std::int8_t GetSInt8() const;
@@ -410,11 +415,11 @@ public:
     std::int64_t GetSInt64() const;
     std::uint64_t GetUInt64() const;
 
-    /// Reads what the floating formats write, hexadecimal floats, "inf", "infinity" and "nan" in any case.
-    /// The decimal point is the locale's. Too large a number is an infinity, too small a one 0.
+    /// Reads the output of the floating formats, hexadecimal floats, "inf", "infinity" and "nan" in any case.
+    /// The decimal point is that of the locale. Numbers that are too large become infinite, too small ones 0.
     double GetSFloat64() const;
 
-    /// A leading "0x" is accepted. 1000 for the empty string.
+    /// A leading "0x" is accepted. Throws 1000 for the empty string.
     std::uint8_t GetUInt8FromHex() const;
     std::uint16_t GetUInt16FromHex() const;
     std::uint32_t GetUInt32FromHex() const;
@@ -430,23 +435,23 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    /// Runs threads that read and threads that change copies of one string, and checks that none sees the
-    /// changes of another; an internal error if one does.
+    /// Self-test: runs threads that read and threads that change copies of one string; an internal error if
+    /// one sees the changes of another.
     static void TestStorageThreadSafety();
 
 private:
-    /// Characters and how many strings share them; one block of memory holds both.
+    /// The characters and the count of strings that share them, in one block of memory.
     struct XStringStorage
     {
         char* data;             ///< Always followed by a NUL.
-        std::uint64_t size;     ///< Bytes in `data`, the terminating NUL included; never 0.
-        std::uint64_t capacity; ///< Bytes that `data` has room for.
+        std::uint64_t size;     ///< Bytes in `data`, including the terminating NUL; never 0.
+        std::uint64_t capacity; ///< Bytes allocated for `data`.
         std::atomic<std::uint32_t> refCount;
     };
 
-    /// What all empty strings share that nobody has written to. It is never counted, so that default
-    /// construction, moving and destruction touch no memory that threads contend for, and its count of 2
-    /// makes writers copy it.
+    /// The storage shared by all empty strings that have not been written to. Its references are not counted,
+    /// so that default construction, moving and destruction touch no contended memory; its constant count of
+    /// 2 makes writers copy it.
     static XStringStorage sEmptyStorage;
     static XStringStorage sDotStorage;
     static XStringStorage sNewLineStorage;
@@ -461,13 +466,13 @@ private:
         return str;
     }
 
-    /// Both texts are followed by a NUL.
+    /// Both texts must be followed by a NUL.
     static bool IsNaturallyLess( std::string_view inFirst, std::string_view inSecond );
 
     /// Takes over one reference.
     constexpr explicit XString( XStringStorage* inStorage ) noexcept : itsStorage( inStorage ) {}
 
-    /// Storage for `inLength` characters and the NUL, which is set, with room for up to `inRoom` characters.
+    /// Storage for `inLength` characters and the NUL, which is set, with capacity for `inRoom` characters.
     static XStringStorage* NewStorage( USize64 inLength, USize64 inRoom );
     static XStringStorage* NewStorage( USize64 inLength ) { return NewStorage( inLength, inLength ); }
     static void FreeStorage( XStringStorage* inStorage ) noexcept;
@@ -488,8 +493,8 @@ private:
         itsStorage = newStorage;
     }
 
-    /// The thread that gives up the last reference frees the storage. One that holds the only reference need not
-    /// count it down, as nobody can take another then.
+    /// The thread that gives up the last reference frees the storage. The owner of the only reference does
+    /// not decrement it, since no other thread can add one then.
     void UnreferenceStorage() noexcept
     {
         if ( itsStorage != &sEmptyStorage &&
@@ -507,10 +512,10 @@ private:
 
     void CopySharedStorage();
 
-    /// Gives up the current storage and takes over one reference to another.
+    /// Releases the current storage and takes over one reference to another.
     void AdoptStorage( XStringStorage* inStorage ) noexcept;
 
-    /// True when a text of that length can take the place of the current one without wasting much memory.
+    /// True if a text of that length can replace the current one without wasting much memory.
     bool CanReuseStorage( USize64 inLength ) const noexcept;
     void SetLength( USize64 inLength ) noexcept
     {
@@ -547,7 +552,7 @@ private:
     void ReadStreamSelf( XStream& inStream );
 };
 
-/// The order of ordered containers: by unsigned bytes, so that different strings are different keys.
+/// The order for ordered containers: by unsigned bytes, so that different strings are different keys.
 template<>
 struct std::less<XString>
 {

@@ -22,7 +22,7 @@ SSize64 XString::Find( const XString& inNeedle, bool inCaseSensitive, USize64 in
     const std::string_view text = GetStringView().substr( inStart );
     const SSize64 found = inCaseSensitive ? XTextScan::Find( text, inNeedle.GetStringView() )
                                           : XTextScan::FindCaseless( text, inNeedle.GetStringView() );
-    // The text ends at its first NUL. Only what has been searched is looked through for one, so that a loop over all
+    // The text ends at its first NUL. Only the searched part is checked for one, so that a loop over all
     // occurrences stays linear.
     if ( found == kNotFound ||
          HasNul( text.substr( 0, static_cast<USize64>( found ) + inNeedle.GetLength() ) ) )

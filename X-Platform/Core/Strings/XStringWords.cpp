@@ -39,7 +39,8 @@ public:
     {
     }
 
-    /// The beginning of the word `inIndex` behind a position at which a word may begin; npos where there is none.
+    /// The beginning of word `inIndex`, counted from a position at which a word may begin; npos if there is
+    /// none.
     std::size_t Find( std::size_t inPosition, USize64 inIndex )
     {
         itsFlags[0] = 1;
@@ -61,7 +62,7 @@ public:
 private:
     static constexpr std::size_t kBlockSize = 128; // at most so many beginnings, which fit into a byte
 
-    /// Works on copies, which the compiler sees to be apart, so that it makes vectors of the loop.
+    /// Works on copies, which the compiler knows not to overlap, so that it can vectorise the loop.
     void MarkBlock( const char* inBlock )
     {
         char characters[kBlockSize];

@@ -21,8 +21,8 @@ enum XDateFormat : std::uint32_t
     kDateCompact = 4       ///< 20260305
 };
 
-/// How `XTime` writes the time of day or a length of time. The examples show 16:07:08.901234. What a format
-/// leaves out is cut off, not rounded.
+/// How `XTime` writes the time of day or a duration. The examples show 16:07:08.901234. Parts beyond the
+/// format are truncated, not rounded.
 enum XTimeFormat : std::uint32_t
 {
     kTimeNone = 0,         ///< no time
@@ -34,13 +34,13 @@ enum XTimeFormat : std::uint32_t
     kTimeCompact = 6       ///< 160708
 };
 
-/// A point in time or a length of time: one signed 64-bit count of microseconds. As a point in time it counts
-/// from 00:00:00 UTC on 1 January 1904, in the proleptic Gregorian calendar and without leap seconds.
+/// A point in time or a duration: one signed 64-bit count of microseconds. A point in time is counted from
+/// 00:00:00 UTC on 1 January 1904, in the proleptic Gregorian calendar and without leap seconds.
 ///
 /// A plain value of 8 bytes: a vector of times is a block of 64-bit counts. In a stream a time is its count.
 /// Threads: like an integer.
-/// Errors: 1007 when a result or an argument has no place in the 64-bit range or in the calendar, 1013 for a
-/// division by zero; the time is then unchanged.
+/// Errors: 1007 if a result or an argument is outside the 64-bit range or the calendar, 1013 for a division
+/// by zero; the time is then unchanged.
 /// Units: microseconds, UTC.
 class KORVALE_API XTime
 {
@@ -55,32 +55,32 @@ public:
 
     static constexpr XVersion GetClassVersion() { return XVersion( kClassTime ); }
 
-    /// Fixes the offset from the platform's microsecond clock to the system time, once: later calls do
-    /// nothing. `Now` does it when nobody has.
+    /// Determines the offset from the platform's microsecond clock to the system time, once: later calls do
+    /// nothing. `Now` calls it if necessary.
     /// Threads: any.
     static void Initialise();
 
-    /// The current time. Never runs backwards while the process runs, whatever happens to the system time.
+    /// The current time. Monotonic for the life of the process, even if the system time is changed.
     static XTime Now();
 
-    /// The current time, as `Now()`.
+    /// The current time; see `Now()`.
     XTime();
 
     constexpr XTime( std::int64_t inMicroSeconds ) : itsMicroSeconds( inMicroSeconds ) {}
 
-    /// As `SetDateTimeUTC`.
+    /// See `SetDateTimeUTC`.
     XTime(
         std::uint32_t inYear, std::uint32_t inMonth, std::uint32_t inDay, std::uint32_t inHour = 0,
         std::uint32_t inMinute = 0, double inSeconds = 0.0 );
 
-    /// Reads a date and a time of day. White space around either is ignored. An empty time is midnight, and
-    /// then the date text may carry the time as well; an empty date leaves the time of day alone, counted
-    /// from 0. Understood are all texts that `GetTimeString`, `GetAbsoluteTimeString` and
-    /// `GetInternetTimeString` write, and of ISO 8601: calendar dates (2026-03-05, 20260305), week dates
-    /// (2026-W10-4), ordinal dates (2026-064), times to the minute or the second with a fraction after "." or
-    /// ",", joined by "T" or a space, followed by "Z" or an offset (+01:00, +0100, +01). A time without an
-    /// offset is UTC. Digits of a fraction beyond the sixth are cut off. Throws 1007 for any other text and
-    /// for fields out of their range.
+    /// Parses a date and a time of day. White space around either is ignored. If the time text is empty, the
+    /// date text may contain the time as well; without one the time is midnight. If the date text is empty,
+    /// the result is the time of day, counted from 0.
+    /// Accepts all texts that `GetTimeString`, `GetAbsoluteTimeString` and `GetInternetTimeString` write, and
+    /// of ISO 8601: calendar dates (2026-03-05, 20260305), week dates (2026-W10-4), ordinal dates (2026-064),
+    /// times to the minute or the second with a fraction after "." or ",", joined by "T" or a space, followed
+    /// by "Z" or an offset (+01:00, +0100, +01). A time without an offset is UTC. Fractional digits beyond
+    /// the sixth are truncated. Throws 1007 for any other text and for fields out of range.
     XTime( const XString& inDateText, const XString& inTimeText );
 
     void UpdateTime() { *this = Now(); }
@@ -89,26 +89,26 @@ public:
     void SetUnixTime( std::int64_t inSeconds );
     void SetPlatformTime( std::int64_t inSeconds ) { SetUnixTime( inSeconds ); }
 
-    /// Seconds since 1 January 1970 UTC; the fraction of the count is dropped towards zero (towards 1904).
+    /// Seconds since 1 January 1970 UTC; the fraction of the count is truncated towards 1904.
     std::int64_t GetPlatformTime() const;
 
     /// Days with fraction since 30 December 1899, rounded to the nearest second, halves up.
     void SetPlatformDate( double inDays );
 
-    /// Months and days count from 1; `inSeconds` from 0 to below 60, rounded to microseconds. Throws 1007 for
-    /// a date or time that does not exist.
+    /// Months and days count from 1; `inSeconds` is at least 0 and below 60, and is rounded to microseconds.
+    /// Throws 1007 for a date or time that does not exist.
     void SetDateTimeUTC(
         std::uint32_t inYear, std::uint32_t inMonth, std::uint32_t inDay, std::uint32_t inHour,
         std::uint32_t inMinute, double inSeconds );
 
-    /// Throws 1007 before the year 0.
+    /// Throws 1007 for times before the year 0.
     void GetDateUTC( std::uint32_t& outYear, std::uint32_t& outMonth, std::uint32_t& outDay ) const;
     void GetTimeUTC( std::uint32_t& outHour, std::uint32_t& outMinute, double& outSeconds ) const;
 
     /// Midnight of the same day, at or before this time.
     XTime GetDate() const;
 
-    /// What has passed since midnight: 0 to below one day, for times before 1904 too.
+    /// The time since midnight: from 0 to below one day, also for times before 1904.
     XTime GetTimeOfDay() const;
 
     double GetDays() const { return static_cast<double>( itsMicroSeconds ) / kOneDay; }
@@ -131,24 +131,24 @@ public:
     /// Truncates towards zero.
     XTime& operator/=( std::int64_t inDivisor );
 
-    /// The remainder of that division, with the sign of this time.
+    /// The remainder of the division that truncates towards zero; it has the sign of this time.
     XTime& operator%=( std::int64_t inDivisor );
 
     friend XTime operator+( XTime inLeft, const XTime& inRight ) { return inLeft += inRight; }
     friend XTime operator-( XTime inLeft, const XTime& inRight ) { return inLeft -= inRight; }
     friend constexpr auto operator<=>( const XTime&, const XTime& ) = default;
 
-    /// The date and the time of day in UTC, in English, with a space between them. `kDateISO` with
-    /// `kTimeMicroSeconds` (1 and 3) loses nothing and is what tables show: "2026-03-05 16:07:08.901234".
-    /// Throws 1013 for an unknown format.
+    /// The date and the time of day in UTC, in English, separated by a space. `kDateISO` with
+    /// `kTimeMicroSeconds` (1 and 3) is lossless and is the form shown in tables: "2026-03-05
+    /// 16:07:08.901234". Throws 1013 for an unknown format.
     XString GetTimeString( XDateFormat inDateFormat, XTimeFormat inTimeFormat ) const;
 
-    /// This point in time in full, as ISO 8601 writes it: "2026-03-05T16:07:08.901234Z".
+    /// The complete point in time in ISO 8601: "2026-03-05T16:07:08.901234Z".
     XString GetAbsoluteTimeString() const;
 
-    /// This time as a length: hours, which may be many, minutes and so on, with a "-" before a negative one:
-    /// "-100:07:08.901234". `kTimeTwelveHour` writes what `kTimeSeconds` writes, `kTimeNone` nothing. Throws
-    /// 1013 for an unknown format.
+    /// This time as a duration: hours (not limited to 24), minutes and so on, with a "-" if it is negative:
+    /// "-100:07:08.901234". `kTimeTwelveHour` is written like `kTimeSeconds`, `kTimeNone` writes nothing.
+    /// Throws 1013 for an unknown format.
     XString GetRelativeTimeString( XTimeFormat inTimeFormat ) const;
 
     /// "Thu, 05 Mar 2026 16:07:08 GMT", or "Invalid time" outside 2082844800 to 4225824000000000 microseconds
@@ -161,7 +161,7 @@ public:
     static constexpr USize64 GetStreamUsage() { return sizeof( std::int64_t ); }
 
 private:
-    /// From the platform's microsecond clock to microseconds since 1904; 0 until it has been fixed.
+    /// Offset from the platform's microsecond clock to microseconds since 1904; 0 until `Initialise`.
     static std::atomic<std::int64_t> sStartupUS;
 
     std::int64_t itsMicroSeconds;

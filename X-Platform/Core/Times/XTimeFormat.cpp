@@ -184,7 +184,8 @@ XString XTime::GetRelativeTimeString( XTimeFormat inTimeFormat ) const
 
 XString XTime::GetInternetTimeString() const
 {
-    // The lower bound counts microseconds, though its number is one of seconds: readers rely on it as it is.
+    // The lower bound is compared with microseconds although its number is one of seconds: kept for
+    // compatibility, because readers rely on it.
     constexpr std::int64_t kFirst = 2082844800;
     constexpr std::int64_t kEnd = 4225824000000001;
     if ( itsMicroSeconds < kFirst || itsMicroSeconds >= kEnd )

@@ -22,8 +22,8 @@ void Require( bool inHolds )
         XThrow( kErrorTimeRange );
 }
 
-/// Walks over a text from the front. Whatever is asked for and is not there is 1007; what is skipped need not
-/// be there.
+/// Scans a text from the front. A required item that is missing is error 1007; items to be skipped are
+/// optional.
 class Scanner
 {
 public:
@@ -240,8 +240,8 @@ std::int64_t ParseZone( Scanner& ioText )
     return 0;
 }
 
-/// A time of day and its zone, to the end of the text. Returns microseconds from midnight UTC of the date
-/// that goes with it, which an offset can take outside the day.
+/// Parses a time of day and its zone, to the end of the text. Returns microseconds from midnight UTC of the
+/// corresponding date; an offset can move it outside the day.
 std::int64_t ParseTime( Scanner& ioText )
 {
     std::uint32_t hour = ioText.TakeNumber( ioText.CountDigits() == 1 ? 1 : 2 );

@@ -2,13 +2,13 @@
 
 #include "Core/Times/XTime.h"
 
-/// A length of time with the unit in which it is shown: "1.5 minutes". A period can also be counted in time
-/// points of a sequence; it then has no length in seconds.
+/// A duration with the unit in which it is shown: "1.5 minutes". A period can also be a count of time points
+/// of a sequence; it then has no length in seconds.
 ///
 /// A plain value.
 /// Threads: like a number.
-/// Errors: 1007 for a length that has no place in an XTime or is not finite, 1013 where a length is asked of
-/// time points, a number of time points of a length, or for an unknown unit.
+/// Errors: 1007 for a length that is not finite or does not fit in an XTime; 1013 for the length of a period
+/// in time points, for the time points of a period with a length, and for an unknown unit.
 class KORVALE_API XTimePeriod
 {
 public:
@@ -26,24 +26,23 @@ public:
     };
     static constexpr std::uint32_t kUnitCount = 8;
 
-    /// No seconds.
+    /// Zero seconds.
     XTimePeriod() = default;
     explicit XTimePeriod( double inValue, XUnit inUnit );
 
-    /// The same length in another unit keeps its value: 2 minutes become 2 hours. To convert, set the period
-    /// again.
+    /// Changes the unit and keeps the value: 2 minutes become 2 hours. To convert, set the period again.
     void SetUnit( XUnit inUnit );
     XUnit GetUnit() const { return itsUnit; }
 
-    /// In the period's unit.
+    /// In units of `GetUnit`.
     void SetValue( double inValue );
     double GetValue() const { return itsValue; }
 
-    /// Keeps the unit. `GetPeriod` rounds to whole microseconds, halves away from zero.
+    /// Sets the length and keeps the unit. `GetPeriod` rounds to whole microseconds, halves away from zero.
     void SetPeriod( const XTime& inPeriod );
     XTime GetPeriod() const;
 
-    /// Keeps the unit.
+    /// Sets the length and keeps the unit.
     void SetPeriodSeconds( double inSeconds );
     double GetPeriodSeconds() const;
 
@@ -54,14 +53,13 @@ public:
     /// The value in its shortest form and the unit: "1.5 minutes", "1 hour".
     XString GetDescription() const;
 
-    /// The name of the unit: "minutes", or "minute" where the value is 1.
+    /// The name of the unit: "minutes", or "minute" if the value is 1.
     XString GetUnitDescription() const;
 
     /// The name of a unit in the plural, as a menu shows it.
     static XString GetUnitDescription( XUnit inUnit );
 
-    /// The unit menu lists all units, from microseconds to weeks and then time points; its positions count
-    /// from 0.
+    /// The unit menu lists all units, from microseconds to weeks and then time points; indices start at 0.
     static XUnit GetTimePeriodUnitsFromMenuIndex( std::uint32_t inMenuIndex );
     static std::uint32_t GetTimePeriodMenuIndexFromUnits( XUnit inUnit );
 

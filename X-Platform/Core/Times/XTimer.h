@@ -3,18 +3,18 @@
 #include "Ground/XTypes.h"
 #include "Time/WClock.h"
 
-/// Measures the time since it was started, optionally against a limit: a period between reports, or the
-/// time-out of a wait made in several steps. Each reading costs one reading of the system's monotonic clock.
+/// Measures the time since its start, optionally against a limit: a period between reports, or the time-out
+/// of a wait made in several steps. Each reading reads the system's monotonic clock once.
 ///
 ///     XTimer timer( inTimeoutMS );
 ///     while( !Ready() && !timer.HasExpired() )
 ///         semaphore.Wait( timer.GetRemainingMS() );
 ///
-/// Threads: readings from any thread; `Restart` and `SetLimitMS` as an assignment.
+/// Threads: readings from any thread; `Restart` and `SetLimitMS` count as assignments.
 class XTimer
 {
 public:
-    /// Starts now. `kNoTimeout` never expires, 0 has expired at once.
+    /// Starts now. With `kNoTimeout` it never expires, with 0 it has expired at once.
     explicit XTimer( std::uint32_t inLimitMS = kNoTimeout )
         : itsStartUS( WClock::GetMicroSeconds() ), itsLimitMS( inLimitMS )
     {
@@ -32,7 +32,7 @@ public:
 
     bool HasExpired() const { return itsLimitMS != kNoTimeout && GetElapsedUS() >= GetLimitUS(); }
 
-    /// What is left of the limit, rounded up, so that a wait of this length does not end early; 0 once it has
+    /// The remaining time, rounded up so that a wait of this length does not end early; 0 once it has
     /// expired, `kNoTimeout` without a limit.
     std::uint32_t GetRemainingMS() const
     {
@@ -42,7 +42,7 @@ public:
         return left > 0 ? static_cast<std::uint32_t>( ( left + 999 ) / 1000 ) : 0;
     }
 
-    /// For what is done once per period: true when the limit has passed, and then the timer starts again.
+    /// For periodic actions: if the limit has passed, restarts the timer and returns true.
     bool RestartIfExpired()
     {
         const std::int64_t now = WClock::GetMicroSeconds();

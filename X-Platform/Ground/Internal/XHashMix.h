@@ -6,7 +6,8 @@
 /// the other factor (D. Knuth, The Art of Computer Programming, 6.4). Internal.
 constexpr std::uint64_t kXHashFactor = 0x9E3779B97F4A7C15;
 
-/// Both halves of the product folded into one word, so that every bit of either factor reaches the low bits too.
+/// Folds both halves of the 128-bit product into one word, so that every bit of either factor also affects
+/// the low bits.
 inline std::uint64_t XMixProduct( std::uint64_t inLeft, std::uint64_t inRight )
 {
     __extension__ using XProduct = unsigned __int128;

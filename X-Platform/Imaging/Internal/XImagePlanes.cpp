@@ -18,8 +18,8 @@ std::string_view Trim( std::string_view inText )
     return inText.substr( 0, inText.find_last_not_of( kWhitespace ) + 1 );
 }
 
-/// A count of a description. What is no count stands for 1, and larger ones than 2^20 for that, so that no product of
-/// three overflows.
+/// Parses a count of a description. Invalid counts become 1, and counts above 2^20 become 2^20, so that no
+/// product of three overflows.
 std::uint64_t ParseCount( std::string_view inText )
 {
     constexpr std::uint64_t kMost = 1 << 20;
@@ -64,13 +64,13 @@ class XMLElements
 public:
     explicit XMLElements( std::string_view inText ) : itsRest( inText ) {}
 
-    /// Goes to the start of the next element; false when there is none.
+    /// Moves to the start of the next element; returns false if there is none.
     bool Next();
 
     /// Without the prefix of a namespace.
     std::string_view GetName() const { return itsName; }
 
-    /// The value of an attribute as it is written; empty where there is none.
+    /// The value of an attribute as written; empty if there is none.
     std::string_view GetAttribute( std::string_view inName ) const;
 
 private:
@@ -178,7 +178,7 @@ XImagePlanes ParseOME( XMLElements& ioElements, std::uint64_t inSamplesPerPixel 
 
 using Shape = std::vector<std::uint64_t>;
 
-/// The numbers of a list in brackets of either kind; none where one of them is none.
+/// The numbers of a list in brackets of either kind; empty if one of them is not a number.
 Shape ParseShape( std::string_view inText )
 {
     const auto start = inText.find_first_of( "[(" );
@@ -198,7 +198,7 @@ Shape ParseShape( std::string_view inText )
     return shape;
 }
 
-/// What follows a name of the outermost object; empty where there is none of that name.
+/// The text after a name of the outermost object; empty if that name does not occur.
 std::string_view FindMember( std::string_view inText, std::string_view inQuotedName )
 {
     const auto found = inText.find( inQuotedName );
@@ -208,7 +208,7 @@ std::string_view FindMember( std::string_view inText, std::string_view inQuotedN
     return rest.starts_with( ':' ) ? Trim( rest.substr( 1 ) ) : std::string_view();
 }
 
-/// Takes the dimensions of one page from the end; false where they are not those of the page.
+/// Removes the dimensions of one page from the end; returns false if they are not those of the page.
 bool TakePage( const WImageFile::Layout& inLayout, Shape& ioShape )
 {
     const auto takeEnd = [&]( const Shape& inEnd )

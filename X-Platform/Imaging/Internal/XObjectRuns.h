@@ -3,8 +3,8 @@
 #include "Imaging/XConnectedComponents.h"
 #include "Jobs/XChunks.h"
 
-/// Calls `inWork( run )` for every run of an object, in raster order, in pieces between which the user's abort is obeyed
-/// (1001).
+/// Calls `inWork( run )` for every run of an object, in raster order. An abort throws 1001 between chunks of
+/// runs.
 template<class Work>
 void XForEachObjectRun( const XLabelledObjects& inObjects, Work inWork )
 {

@@ -2,8 +2,8 @@
 
 #include "Images/WImageFile.h"
 
-/// Calls `inWork` with a pointer, of the samples' type, to the sample of a channel in the page's first pixel; that in the
-/// next pixel lies as many samples further as there are channels. Returns what `inWork` returns.
+/// Calls `inWork` with a typed pointer to the channel's sample of the first pixel, and returns its result.
+/// Samples of adjacent pixels are as many elements apart as there are channels.
 template<class Work>
 auto XVisitSamples( const WImagePage& inPage, std::uint32_t inChannel, Work inWork )
 {

@@ -9,9 +9,9 @@
 
 class XMemoryManager;
 
-/// Buffers of pages that are done, kept for pages of the same size: some systems take large pieces of memory back from the
-/// heap at once and give them anew page by page, which takes longer than to read an image into them. They count as in
-/// use, are a sixteenth of the budget at most, and are given up when the manager lacks memory.
+/// Released page buffers, kept for pages of the same size: some heaps return large pieces to the system at
+/// once, and getting new pages from the system takes longer than reading an image. Kept buffers count as in
+/// use, take at most a sixteenth of the budget, and are freed when the manager lacks memory.
 /// Threads: any.
 class XSpareBuffers : private XMemoryManagerListener
 {
@@ -23,11 +23,11 @@ public:
     XSpareBuffers& operator=( const XSpareBuffers& ) = delete;
     ~XSpareBuffers() override;
 
-    /// The youngest buffer of that size, with the bytes that are in it, or a new one. Throws 1012.
+    /// Returns the most recently kept buffer of that size, with its old contents, or a new one. Throws 1012.
     Buffer Take( std::uint64_t inBytes );
 
-    /// Takes over a buffer that is not locked. Smaller ones than `kLeastBytes`, which the heap keeps for itself, and what
-    /// is too much is given up.
+    /// Takes over a buffer, which must not be locked. Frees buffers smaller than `kLeastBytes`, which the
+    /// heap keeps itself, and those over the limit.
     void Keep( Buffer inBuffer ) noexcept;
 
 private:

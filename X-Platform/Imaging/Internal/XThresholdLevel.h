@@ -4,12 +4,12 @@
 #include <cmath>
 #include <limits>
 
-/// A threshold in the type of the samples, so that these can be compared without conversion.
+/// A threshold converted to the type of the samples, for comparisons without conversion.
 template<class T>
 struct XThresholdLevel
 {
-    bool takesAll; ///< Whole numbers, and the threshold lies below all of them.
-    T level;       ///< Else the samples above this one are those above the threshold.
+    bool takesAll; ///< For integers: the threshold is below all values.
+    T level;       ///< Otherwise, samples greater than this are above the threshold.
 
     explicit XThresholdLevel( double inThreshold )
     {
@@ -24,7 +24,7 @@ struct XThresholdLevel
 template<>
 inline XThresholdLevel<float>::XThresholdLevel( double inThreshold ) : takesAll( false )
 {
-    // The largest float that is not above the threshold separates the same samples.
+    // The largest float that is not greater than the threshold separates the same samples.
     constexpr double kHighest = std::numeric_limits<float>::max();
     level = std::isinf( inThreshold ) ? static_cast<float>( inThreshold )
                                       : static_cast<float>( std::clamp( inThreshold, -kHighest, kHighest ) );

@@ -3,7 +3,7 @@
 #include "Core/Errors/Internal/XSwallowErrors.h"
 #include "Core/Errors/XErrorLog.h"
 
-/// Calls a hook that must not disturb its caller: what it throws ends in the error log. Internal.
+/// Calls a hook whose exceptions must not reach the caller: they are written to the error log. Internal.
 template<class Hook>
 void XCallHook( Hook inHook ) noexcept
 {

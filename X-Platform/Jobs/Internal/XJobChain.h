@@ -2,7 +2,7 @@
 
 #include "Jobs/XJob.h"
 
-/// Jobs in an order of their own, linked through the jobs: nothing here allocates or fails. Internal.
+/// A list of jobs, linked through the jobs themselves, so that no operation allocates or fails. Internal.
 template<XJob::XLink XJob::*kLink>
 class XJobChain
 {
@@ -26,7 +26,7 @@ public:
         ( link.next ? ( link.next->*kLink ).previous : itsLast ) = link.previous;
     }
 
-    /// Null when there is none.
+    /// Null if the chain is empty.
     XJob* TakeFirst() noexcept
     {
         XJob* const job = itsFirst;

@@ -2,7 +2,7 @@
 
 #include "Jobs/Internal/XJobChain.h"
 
-/// Jobs of a queue in one state, such as those that have run, and how many those are. Internal.
+/// The jobs of a queue in one state, for instance those that have run, with their number. Internal.
 class XJobList
 {
 public:
@@ -25,7 +25,7 @@ public:
         --itsCount;
     }
 
-    /// Null when there is none.
+    /// Null if the list is empty.
     XJob* TakeFirst() noexcept
     {
         XJob* const job = itsJobs.TakeFirst();

@@ -14,8 +14,8 @@ struct Pool
     XMutex mutex;
     std::shared_ptr<XJobPool::XWorkers> workers; // guarded by the mutex
 
-    /// Never destroyed: where nobody ends the workers, they run until the process ends. Takes no memory, since queues that
-    /// end ask for it.
+    /// Never destroyed: workers that are not ended run until the process ends. Allocates no memory, since
+    /// queues that are being destroyed call it.
     static Pool& Get()
     {
         alignas( Pool ) static std::byte sPlace[sizeof( Pool )];

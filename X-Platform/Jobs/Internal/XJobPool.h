@@ -10,15 +10,15 @@ class XJobPool
 public:
     using XWorkers = XVector<std::unique_ptr<XJobQueue::XJobThread>>;
 
-    /// The workers as they are now; whoever holds them keeps the objects alive. Null while there are none.
+    /// The current workers; holding the pointer keeps the objects alive. Null while there are none.
     static std::shared_ptr<const XWorkers> Get();
 
-    /// How many there are, or will be.
+    /// The number of workers once the pool has started.
     static USize GetSize();
 
     /// Creates the workers if there are none.
     static void Start();
 
-    /// Stops the workers, with their jobs, and waits until they have ended.
+    /// Stops the workers and their jobs, and waits until the threads have ended.
     static void End();
 };

@@ -70,7 +70,8 @@ void XJobQueue::XJobThread::RunNextJob()
         WaitForJob();
 }
 
-/// In one step with the job's leaving its queue, so that whoever looks for it finds it there or here.
+/// Under the same locks as the job's removal from its queue, so that a search finds it in one of the two
+/// places.
 bool XJobQueue::XJobThread::FetchJob()
 {
     const XThreadLock lock( itsJobMutex );
@@ -98,8 +99,8 @@ void XJobQueue::XJobThread::RunCurrentJob()
     CompleteJob( true );
 }
 
-/// The exception that is being handled, and the job that has thrown it: its result code alone would not tell what has
-/// happened.
+/// Logs the exception that is being handled and the job that threw it: the result code alone would not
+/// identify the failure.
 void XJobQueue::XJobThread::LogFailure() const noexcept
 {
     const auto log = [this]

@@ -3,8 +3,8 @@
 #include "Jobs/XJobQueue.h"
 #include "Threads/XThread.h"
 
-/// A worker of the pool that runs the jobs of all queues. Internal. Never ends by what a job does; it ends
-/// when it is stopped with a code other than `XJob::kStopped`.
+/// A worker of the pool that runs the jobs of all queues. Internal. Exceptions and stops of jobs never end
+/// it; it ends only if stopped with a code other than `XJob::kStopped`.
 class XJobQueue::XJobThread final : public XThread
 {
 public:
@@ -12,11 +12,11 @@ public:
     XJobThread();
     ~XJobThread() override;
 
-    /// Asks the current job to stop if it is one of the queue's and selected. The stop is meant for that job
-    /// only: it is withdrawn when the job has ended before it was obeyed.
+    /// Asks the current job to stop if it belongs to the queue and is selected. The stop applies to that job
+    /// only: it is withdrawn if the job ends before obeying it.
     void AsyncStopIfSelected( const XJobQueue& inQueue, const XJobSelector& inSelector );
 
-    /// The job that runs; null when none does. Guarded by the mutex, which is taken before that of a queue.
+    /// The running job; null if there is none. Guarded by the mutex, which is taken before that of a queue.
     XJob* GetCurrentJob() const { return itsCurrentJob; }
     XMutex& GetMutex() { return itsJobMutex; }
 

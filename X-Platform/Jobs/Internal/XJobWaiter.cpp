@@ -12,12 +12,12 @@ namespace
 WSemaphore sWakes;
 std::atomic<USize> sWaiters = 0; // those that have not been woken
 
-/// A worker that sleeps on another processor takes tens of microseconds to wake, so it looks for a while
-/// first. In between it gives way, lest it keep the very thread that brings the jobs from its processor.
+/// Waking a worker on another processor takes tens of microseconds, so a worker spins before it sleeps. It
+/// yields in between, so as not to keep the producer from its processor.
 constexpr int kTurns = 24;
 constexpr int kLooksPerTurn = 40;
 
-/// Takes one waiter out of the count; false when there is none.
+/// Removes one waiter from the count; returns false if there is none.
 bool Claim()
 {
     USize waiters = sWaiters;
@@ -50,8 +50,8 @@ XJobWaiter::XJobWaiter()
     ++sWaiters;
 }
 
-/// A waiter that found a job itself, or is stopped, may have been woken by now: then the wake is on its way,
-/// and another waiter has to look for the job that it told of.
+/// A waiter that found a job itself or is stopped may have been claimed by now: then its wake is on the way,
+/// and another waiter must look for that job.
 XJobWaiter::~XJobWaiter()
 {
     if ( itsIsWoken || Claim() )

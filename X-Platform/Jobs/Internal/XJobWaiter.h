@@ -2,14 +2,14 @@
 
 #include "Ground/XTypes.h"
 
-/// Registers an idle worker, for as long as it lives, so that producers can wake it. Internal.
+/// Registers an idle worker during its lifetime, so that producers can wake it. Internal.
 ///
-///     XJobWaiter waiter;
-///     if ( !FetchJob() ) // once more: from now on whoever brings a job wakes a waiter
-///         waiter.Wait();
+///  XJobWaiter waiter;
+///  if ( !FetchJob() ) // look again: from now on a producer that adds a job wakes a waiter
+///      waiter.Wait();
 ///
-/// Each wake is for one waiter, and none is left over: a job brought while all workers are busy costs nothing
-/// here and is found by the first that looks for its next one.
+/// Each wake is for one waiter, and none is left over: adding a job while all workers are busy signals
+/// nothing; the first worker that looks for its next job finds it.
 class XJobWaiter
 {
 public:
@@ -18,10 +18,10 @@ public:
     XJobWaiter& operator=( const XJobWaiter& ) = delete;
     ~XJobWaiter();
 
-    /// Waits, as a checkpoint of the thread, until there may be a job.
+    /// Waits until there may be a job. A checkpoint of the thread.
     void Wait();
 
-    /// Wakes up to `inCount` waiters. To be called after the jobs have been brought.
+    /// Wakes up to `inCount` waiters. Call it after adding the jobs.
     static void Wake( USize inCount );
 
 private:

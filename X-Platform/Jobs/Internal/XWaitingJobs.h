@@ -8,10 +8,10 @@
 #include <optional>
 #include <unordered_map>
 
-/// The jobs of a queue that wait or are suspended, each kind in its order, found by tag and by group without a walk
-/// over the others. Internal to XJobQueue, whose mutex guards it.
+/// The queued and the suspended jobs of a queue, each in order, indexed by tag and by group so that searches
+/// do not scan the other jobs. Internal to XJobQueue, guarded by its mutex.
 ///
-/// A job counts by the tag and the group that it had when it was added.
+/// A job is indexed by the tag and the group that it had when it was added.
 class XWaitingJobs
 {
 public:
@@ -22,7 +22,7 @@ public:
         kStateCount
     };
 
-    /// At the end. Where memory lacks nothing is changed.
+    /// Appends a job. Without memory for it, nothing changes.
     void Add( XJob& ioJob, XState inState );
 
     XJob* TakeFirstQueued() noexcept;
@@ -30,13 +30,13 @@ public:
     USize GetCount( XState inState ) const { return itsLists[inState].GetCount(); }
     bool IsTagQueued( std::int64_t inTag ) const;
 
-    /// Moves selected jobs, in order, to the end of those in the other state.
+    /// Moves the selected jobs, in order, to the end of the jobs in the other state.
     void MoveSelected( const XJobSelector& inSelector, XState inFrom, XState inTo ) noexcept;
 
-    /// Takes selected jobs out, in order, and appends them to others.
+    /// Removes the selected jobs, in order, and appends them to another list.
     void TakeSelected( const XJobSelector& inSelector, XState inFrom, XJobList& ioTo ) noexcept;
 
-    /// In order. The visit may move the job or take it out.
+    /// Visits the selected jobs in order. `inVisit` may move or remove the job.
     template<class Visit>
     void VisitSelected( const XJobSelector& inSelector, XState inState, const Visit& inVisit ) const;
 
@@ -48,8 +48,8 @@ private:
     public:
         using XChain = XJobChain<kLink>;
 
-        /// Makes room for a job. Each number that jobs have, and only these, has chains, once this was followed by `Add`
-        /// or `DropIfEmpty`.
+        /// Creates the chains of a number before a job is added. Must be followed by `Add` or `DropIfEmpty`,
+        /// so that exactly the numbers of jobs have chains.
         void Reserve( std::int64_t inNumber )
         {
             if ( inNumber != 0 )

@@ -1,4 +1,4 @@
 #pragma once
 
-/// Registers the storable classes of memory blocks. Called by XClassRegistry::RegisterStandardClasses.
+/// Registers the storable class of memory handles. Called by XClassRegistry::RegisterStandardClasses.
 void RegisterMemoryClasses();

@@ -5,8 +5,8 @@
 #include "Memory/XMemoryManager.h"
 #include "Threads/XThreadLock.h"
 
-/// What `inAllocate` returns, which is tried once more after the manager has freed `inSize` bytes; under the allocation
-/// mutex. Throws 1012 where it is null even then. Internal to the library.
+/// Returns the result of `inAllocate`. If that is null, calls it once more after the manager has freed
+/// `inSize` bytes; throws 1012 if it is null again. Runs under the allocation mutex. Internal to the library.
 template<class Allocator>
 void* XAllocateWithRetry( XMemoryManager& ioManager, USize64 inSize, Allocator inAllocate )
 {

@@ -4,8 +4,8 @@
 
 class XStream;
 
-/// Bytes compressed with zlib, in pieces that may be purged: what they come to is known before they are written. Internal
-/// to the library.
+/// Bytes compressed with zlib, held in purgeable pieces so that their total length is known before they are
+/// written. Internal to the library.
 class XCompressedBytes
 {
 public:
@@ -18,13 +18,13 @@ public:
 private:
     static constexpr USize64 kPieceSize = 4 * 1024 * 1024;
 
-    XVector<XMappedFileMemoryHandle> itsPieces; // full but for the last
+    XVector<XMappedFileMemoryHandle> itsPieces; // all full except the last
     USize64 itsLength = 0;
 };
 
-/// Reads `inStoredLength` bytes of a stream and makes them the `inSize` bytes of a handle, which is not locked and whose
-/// old contents are lost. Memory is taken as bytes arrive, not as the sizes claim. 1005 for bytes that do not come to
-/// exactly that size. Internal to the library.
+/// Reads `inStoredLength` bytes of a stream and makes them the `inSize` bytes of a handle, which must not be
+/// locked and whose old contents are lost. Memory is allocated as bytes arrive, not as the sizes claim.
+/// Throws 1005 if the bytes do not result in exactly that size. Internal to the library.
 void ReadPlainBytes( XStream& inStream, USize64 inSize, XMemoryHandle& ioHandle );
 void ReadCompressedBytes(
     XStream& inStream, USize64 inStoredLength, USize64 inSize, XMemoryHandle& ioHandle );

@@ -36,7 +36,7 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
     itsViewSize = inSize;
 }
 
-/// What was in it is nobody's business.
+/// Takes a spare view, if there is one, and clears its old contents.
 bool XMappedStorage::TakeSpareView( USize64 inSize )
 {
     if ( itsMapping || inSize != itsPageFileSize )

@@ -6,19 +6,19 @@
 
 #include <memory>
 
-/// A mapping whose view counts against the manager's budget while it is there. Memory of the page file comes with its
-/// view and goes with it.
+/// A mapping whose view, while mapped, counts against the manager's budget. Memory of the page file is
+/// allocated with its view and freed with it.
 /// Internal to the library.
-/// Threads: the owner's.
+/// Threads: those of its owner.
 class XMappedStorage
 {
 public:
-    /// `inSize` bytes of the page file, above 0.
+    /// Uses `inSize` bytes of the page file; `inSize` must be above 0.
     XMappedStorage( XMemoryManager& inManager, USize64 inSize )
         : itsManager( inManager ), itsPageFileSize( inSize ), itsReservation( inManager )
     {
     }
-    /// `inRange` is what is mapped, where that is a part of a spill file.
+    /// `inRange` is the mapped range, if it belongs to a spill file.
     XMappedStorage(
         XMemoryManager& inManager, std::unique_ptr<XFileMappingBase> inMapping,
         std::unique_ptr<XSpillRange> inRange = nullptr )
@@ -30,21 +30,21 @@ public:
     XMappedStorage& operator=( const XMappedStorage& ) = delete;
     ~XMappedStorage() { UnmapView(); }
 
-    /// Throws 1012 when the budget has no room, 1020 when the system refuses; then there is no view.
+    /// Throws 1012 if the budget has no room, 1020 if the system cannot map the view; then there is no view.
     void MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess );
-    /// Makes mapping and view larger or smaller where the bytes are, which may move. False, with everything as it was,
-    /// where the mapping cannot. Throws 1012 when the budget has no room for what is new.
+    /// Resizes mapping and view without copying; the view may move. Returns false, with nothing changed, if
+    /// the mapping does not support this. Throws 1012 if the budget has no room for the additional bytes.
     bool ResizeView( USize64 inSize );
     void UnmapView();
-    /// Unmaps the view for good. Memory of the page file may be kept for another block.
+    /// Unmaps the view permanently. Page-file memory may be kept as a spare view for another block.
     void GiveUpView();
 
-    /// Bytes of the view, 0 while there is none.
+    /// The size of the view in bytes; 0 while there is none.
     USize64 GetViewSize() const { return GetViewData() ? itsViewSize : 0; }
     /// Null while there is no view.
     void* GetViewData() const { return itsViewData; }
     bool IsViewIntact() const { return itsMapping->IsViewIntact(); }
-    /// Null for what is not in a spill file.
+    /// Null if the mapping is not a range of a spill file.
     const XSpillRange* GetRange() const { return itsRange.get(); }
 
 private:
@@ -52,9 +52,9 @@ private:
 
     XMemoryManager& itsManager;
     const USize64 itsPageFileSize = 0;            // 0 for files
-    std::unique_ptr<XSpillRange> itsRange;        // given back when nothing is mapped any more
-    std::unique_ptr<XFileMappingBase> itsMapping; // null while memory of the page file has no view
+    std::unique_ptr<XSpillRange> itsRange;        // released after the mapping
+    std::unique_ptr<XFileMappingBase> itsMapping; // null while page-file memory has no view
     XMemoryReservation itsReservation;
-    void* itsViewData = nullptr; // the mapping's, which every lock asks for
+    void* itsViewData = nullptr; // the mapping's view, cached because every lock needs it
     USize64 itsViewSize = 0;
 };

@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-/// The books of a memory budget: how many bytes may be in use, how many are and how many were at most. Bytes that are
-/// spare are not in use, but are not free for others either until they are given back.
+/// Accounts for a memory budget: the limit, the bytes in use and their peak. Spare bytes are not in use, but
+/// are not available to others until they are released.
 /// Internal to the library.
 /// Threads: any.
 class XMemoryBudget
@@ -19,17 +19,17 @@ public:
     USize64 GetPeak() const { return itsPeak; }
     void ResetPeak() { itsPeak = GetInUse(); }
 
-    /// Enters `inSize` bytes if they fit. Returns whether they did.
+    /// Adds `inSize` bytes in use if they fit. Returns whether they did.
     bool TryTake( USize64 inSize );
     void Give( USize64 inSize ) { itsTaken.fetch_sub( inSize ); }
 
-    /// Makes bytes in use spare ones, and the other way round.
+    /// Spare turns bytes in use into spare ones; Reuse is the reverse.
     void Spare( USize64 inSize ) { itsSpare.fetch_add( inSize ); }
     void Reuse( USize64 inSize );
     void GiveSpare( USize64 inSize );
     USize64 GetSpare() const { return itsSpare; }
 
-    /// By how many bytes too much is taken for `inSize` more.
+    /// The number of bytes that must be released before `inSize` more fit.
     USize64 GetShortage( USize64 inSize ) const;
 
 private:

@@ -6,8 +6,8 @@
 #include <map>
 #include <memory>
 
-/// Memory in whole pages, whose sizes it remembers. As soon as the system has a piece's pages back it may give their
-/// address to another thread, so a piece is taken out of the books before they go.
+/// Allocates memory in whole pages and records the sizes. A piece is removed from the records before its
+/// pages are returned to the system, because the system may give the same address to another thread at once.
 /// Internal to the library.
 /// Threads: any.
 /// Errors: 1012.

@@ -56,7 +56,7 @@ USize64 XPurgePolicy::PurgeOneBlock( USize64 inBytes )
     return 0;
 }
 
-/// What is free beside a block is asked for only as far as it is needed.
+/// Queries the free space beside a block only if it is needed.
 bool XPurgePolicy::Serves( const XCandidate& inCandidate, USize64 inBytes )
 {
     USize64 hole = inCandidate.size;

@@ -7,17 +7,18 @@
 class XMemoryBlock;
 class XMemoryManager;
 
-/// Chooses the blocks whose purge frees memory, or opens a stretch of address space, of a size. The blocks are on the
-/// manager's list when they are handed over, and its memory mutex is held but for the purges. Internal to the library.
+/// Selects the blocks to purge in order to free a number of bytes or to open a contiguous range of address
+/// space. The blocks must be on the manager's list at construction, and the caller holds its memory mutex,
+/// which is released only during purges. Internal to the library.
 class XPurgePolicy
 {
 public:
-    /// Purges a block if it still is on the list; returns the bytes that were freed, 0 if it was refused.
+    /// Purges a block if it is still on the list. Returns the bytes freed, 0 if the purge failed.
     using XPurge = std::function<USize64( XMemoryBlock* )>;
 
     XPurgePolicy( XMemoryManager& inManager, const XVector<XMemoryBlock*>& inBlocks, XPurge inPurge );
 
-    /// Returns the bytes that were freed.
+    /// Returns the bytes freed.
     USize64 Free( USize64 inBytes );
 
 private:
@@ -37,5 +38,5 @@ private:
 
     XMemoryManager& itsManager;
     XPurge itsPurge;
-    XVector<XCandidate> itsCandidates; // oldest first until the runs are looked for
+    XVector<XCandidate> itsCandidates; // oldest first until runs are searched
 };

@@ -49,7 +49,7 @@ void XPurgeableBlocks::XSearch::NoteBusy( const XMemoryBlock& inBlock )
     ++itsBusyCount;
 }
 
-/// What the block tells about its locks holds under its mutex only.
+/// The lock count of a block is reliable only under its mutex.
 XMemoryBlock* XPurgeableBlocks::LockNext( XSearch& ioSearch )
 {
     for ( ;; )

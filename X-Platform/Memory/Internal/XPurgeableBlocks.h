@@ -9,8 +9,8 @@
 
 class XMemoryBlock;
 
-/// A block's place on the list of purgeable blocks, which the block keeps when it is off the list: to be put on the list
-/// again takes no memory. Internal to the library.
+/// A block's entry in the list of purgeable blocks. The block keeps it while it is off the list, so that
+/// adding the block again needs no memory. Internal to the library.
 class XPurgeablePlace
 {
 public:
@@ -19,7 +19,7 @@ public:
 private:
     friend class XPurgeableBlocks;
 
-    /// When a block was locked last.
+    /// The time at which a block was last locked.
     struct XAge
     {
         std::int64_t time;
@@ -39,7 +39,7 @@ private:
     using XEntries = std::set<XEntry>;
     using XMembers = std::set<XMemoryBlock*>;
 
-    // While the block is on the list both are there.
+    // While the block is on the list, the list owns both nodes.
     XEntries::node_type itsEntry;
     XMembers::node_type itsMember;
     XAge itsAge = {}; // of the entry
@@ -47,12 +47,12 @@ private:
 
 /// The blocks that are in memory and can be purged, in the order of their last lock. Internal to the library.
 ///
-/// A lock does not touch the order, so that it costs nothing: a block has the place of the last lock that is known here,
-/// and moves to its present place when its turn comes. A block that is found locked is set aside until its unlock, which
-/// puts it back. So a search costs the logarithm of the number of blocks for each lock since the last one, however many
-/// blocks there are.
+/// A lock does not update the order and so costs nothing: a block is entered under the last lock known here,
+/// and moves to its current place when a search reaches it. A block found locked is set aside until its
+/// unlock, which puts it back. A search therefore takes logarithmic time for each lock since the last search,
+/// regardless of the number of blocks.
 ///
-/// Threads: one at a time; the manager's memory mutex guards it.
+/// Threads: one at a time; guarded by the manager's memory mutex.
 class XPurgeableBlocks
 {
 private:
@@ -61,12 +61,13 @@ private:
     using XEntries = XPurgeablePlace::XEntries;
 
 public:
-    /// One walk from the block locked longest ago to the last one.
+    /// One pass from the least recently locked block to the most recently locked one.
     class XSearch
     {
     public:
-        /// Whether a test holds for one of the threads that held the mutex of a block; 0 stands for one that has just
-        /// given it up. Taken for granted where there are many.
+        /// Whether `inTest` holds for one of the threads that held the mutex of a block; 0 stands for a
+        /// thread that has just released it. Returns true without testing if there were more threads than are
+        /// recorded.
         template<class Test>
         bool HasBusyThread( Test inTest ) const
         {
@@ -83,21 +84,21 @@ public:
         std::array<std::uint32_t, 16> itsBusyThreads;
     };
 
-    /// Takes no memory: the block has its place.
+    /// Adds a block with its reserved entry; needs no memory.
     void Add( XMemoryBlock& inBlock );
     void Remove( XMemoryBlock& inBlock );
     bool Contains( XMemoryBlock* inBlock ) const { return itsMembers.contains( inBlock ); }
     std::size_t GetCount() const { return itsMembers.size(); }
     XVector<XMemoryBlock*> GetAll() const;
 
-    /// The next block of a search that nobody has locked; the calling thread has its mutex then, which keeps the block
-    /// alive. Null at the end. Blocks may be added and removed between two calls.
+    /// The next block of a search that is not locked; the calling thread then holds its mutex, which keeps
+    /// the block alive. Null at the end. Blocks may be added and removed between two calls.
     XMemoryBlock* LockNext( XSearch& ioSearch );
 
-    /// Puts a block back that was set aside. Under the block's mutex.
+    /// Puts back a block that was set aside. Called under the block's mutex.
     void HasBeenUnlocked( XMemoryBlock& inBlock );
 
-    /// Calls a function for each block that is set aside until that returns true. Returns whether it did.
+    /// Returns whether `inTest` returns true for any block that is set aside.
     template<class Test>
     bool IsAnySetAside( Test inTest ) const
     {

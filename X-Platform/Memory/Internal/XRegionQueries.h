@@ -3,11 +3,11 @@
 #include "Memory/XMemoryManager.h"
 #include "Threads/XThreadLock.h"
 
-/// Holds the memory mutex and one reading of the address space for a scope. Internal to the library.
+/// Holds the memory mutex and one snapshot of the address space for a scope. Internal to the library.
 class XMemoryManager::XRegionQueries
 {
 public:
-    /// Lets go of both for a scope: blocks may come and go meanwhile.
+    /// Releases both for a scope; blocks may be added and removed meanwhile.
     class XGap
     {
     public:

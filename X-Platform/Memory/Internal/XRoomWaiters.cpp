@@ -71,7 +71,7 @@ void XRoomWaiters::BeginTransit()
     ++itsTransits;
 }
 
-/// Nothing new for the thread itself: with a purge of its own that fails it would try for ever.
+/// Not a change for the thread itself: with a failing purge of its own it would retry forever.
 void XRoomWaiters::EndTransit()
 {
     --sTransits;

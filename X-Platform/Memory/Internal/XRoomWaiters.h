@@ -6,20 +6,21 @@
 
 #include <atomic>
 
-/// The threads that wait for room in a manager's budget, and what they may hope for. Internal to the library.
+/// The threads that wait for room in a manager's budget. Internal to the library.
 ///
-/// Whether another thread may still make room is decided by one thread at a time, and a thread counts as waiting before
-/// it decides and until something changes. So of threads that wait for each other's locks the last one finds that nobody
-/// is left to unlock anything, and no two of them give up for the same reason.
+/// One thread at a time decides whether another thread may still make room, and a thread counts as waiting
+/// from before its decision until the next change. Therefore, of threads that wait for each other's locks,
+/// the last one finds that no thread is left to unlock anything, and no two of them give up for the same
+/// reason.
 ///
-/// What ends a hope - a lock or a transit is over - counts as a change in the same step: else a thread could decide
-/// between the two, with neither the hope nor the change.
+/// The end of a lock or a transit is recorded as a change in the same step; otherwise a thread could decide
+/// between the two and see neither.
 ///
 /// Threads: any.
 class XRoomWaiters
 {
 public:
-    /// A thread that lacks room, from its first attempt to the last. On the thread's stack.
+    /// A thread that needs room, from its first attempt to the last. Lives on the thread's stack.
     class XWaiter
     {
     public:
@@ -28,14 +29,15 @@ public:
         XWaiter& operator=( const XWaiter& ) = delete;
         ~XWaiter();
 
-        /// Before each further attempt: what changes from now on ends the next wait at once.
+        /// Call before each further attempt: changes from now on end the next wait at once.
         void BeginAttempt();
 
-        /// Whether a thread has been waiting all through this attempt: it has not unlocked anything meanwhile.
+        /// Whether a thread has been waiting for the whole attempt, and so has not unlocked anything.
         bool HasWaitedMeanwhile( std::uint32_t inThread ) const;
 
-        /// Asks `inGetPatience`, a function without parameters, for how many milliseconds there is hope, and waits for a
-        /// change for that long. Returns false when there is none (0). An alertable wait.
+        /// Calls `inGetPatience()` for the number of milliseconds to wait, and waits for a change for that
+        /// long. Returns false if the number is 0, which means that no thread can make room. An alertable
+        /// wait.
         template<class GetPatience>
         bool WaitForChange( GetPatience inGetPatience )
         {
@@ -62,14 +64,14 @@ public:
         const std::uint32_t itsThread;
         const std::uint32_t itsTransits; // of the thread
         // The rest is guarded by itsAll.itsMutex.
-        std::uint64_t itsSeen = 0;         // the changes at the beginning of the attempt
-        std::uint64_t itsEarlierWaits = 0; // the waits that had begun by then, of all threads
+        std::uint64_t itsSeen = 0;         // the number of changes at the beginning of the attempt
+        std::uint64_t itsEarlierWaits = 0; // the number of waits of all threads begun by then
         std::uint64_t itsWait = 0;         // the number of this thread's last wait
         bool itsIsWaiting = false;
         XWaiter* itsNext = nullptr;
     };
 
-    /// Bytes have been freed, or there is a block that may be purged and could not before.
+    /// Call when bytes have been freed or a block has become purgeable.
     void SomethingChanged()
     {
         if ( itsCount.load() == 0 )
@@ -78,12 +80,13 @@ public:
         WakeAll();
     }
 
-    /// The calling thread brings a block into memory or out of it, which others can see only when that is done.
+    /// The calling thread begins to bring a block into or out of memory; other threads see the result only at
+    /// the end.
     void BeginTransit();
     void EndTransit();
 
     bool IsWaiting( std::uint32_t inThread ) const;
-    /// Whether a thread that does not wait brings a block into memory or out of it.
+    /// Whether a thread that is not waiting brings a block into or out of memory.
     bool HasTransits() const { return itsTransits.load() > 0; }
 
 private:
@@ -91,9 +94,9 @@ private:
     void WakeAll();
 
     XMutex itsDecisionMutex;
-    std::atomic<std::uint32_t> itsCount = 0;    // of the waiters
-    std::atomic<std::uint32_t> itsTransits = 0; // of threads that do not wait
-    mutable XMutex itsMutex;                    // taken last; guards the rest
+    std::atomic<std::uint32_t> itsCount = 0;    // of waiters
+    std::atomic<std::uint32_t> itsTransits = 0; // of threads that are not waiting
+    mutable XMutex itsMutex;                    // taken last; guards the members below
     XConditionVariable itsChanged;
     std::uint64_t itsChanges = 0;
     std::uint64_t itsWaits = 0; // begun so far

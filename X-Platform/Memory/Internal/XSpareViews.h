@@ -7,16 +7,16 @@
 #include <array>
 #include <memory>
 
-/// A mapping of the page file that has a view. Without a mapping: none. Internal to the library.
+/// A page-file mapping with its view; empty without a mapping. Internal to the library.
 struct XSpareView
 {
     std::unique_ptr<XFileMappingBase> mapping;
     USize64 size = 0;  ///< of the view
-    USize64 bytes = 0; ///< that count against the budget
+    USize64 bytes = 0; ///< counted against the budget
 };
 
-/// Views of the page file that blocks have given up, for the next blocks of the same size: to clear memory takes a
-/// fraction of the time for which the system gives it anew, page by page.
+/// Page-file views that blocks have released, kept for new blocks of the same size: clearing memory takes a
+/// fraction of the time that the system needs to provide new pages.
 ///
 /// Internal to the library.
 /// Threads: any.
@@ -27,9 +27,9 @@ public:
     XSpareViews( const XSpareViews& ) = delete;
     XSpareViews& operator=( const XSpareViews& ) = delete;
 
-    /// Returns false, with nothing done, when there are too many.
+    /// Returns false and changes nothing if there are too many views.
     bool Keep( XSpareView& ioView );
-    /// The youngest view of this size, with the bytes that are in it.
+    /// The most recently kept view of this size, with its old contents.
     XSpareView Take( USize64 inSize );
     XSpareView TakeOldest();
     bool IsEmpty() const;
@@ -39,7 +39,7 @@ private:
 
     XSpareView TakeAt( std::size_t inIndex );
 
-    mutable XMutex itsMutex; // guards the rest
+    mutable XMutex itsMutex; // guards the members below
     std::size_t itsCount = 0;
     std::array<XSpareView, kMaxCount> itsViews; // oldest first
 };

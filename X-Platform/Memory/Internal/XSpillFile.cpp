@@ -28,7 +28,7 @@ XSpillRange::XNodes XSpillRange::MakeNodes()
     return { pieces.extract( pieces.begin() ), sizes.extract( sizes.begin() ) };
 }
 
-/// What is left of a free piece stays one, with the nodes that it had.
+/// The rest of a free piece remains one, with the same nodes.
 void XSpillFile::Take( XSpillRange& outRange )
 {
     const XThreadLock lock( itsMutex );
@@ -46,7 +46,7 @@ void XSpillFile::Take( XSpillRange& outRange )
         AddPiece( std::move( nodes ), offset + outRange.itsSize, size - outRange.itsSize );
 }
 
-/// The space goes back first: afterwards it may be another's.
+/// Returns the space to the disk first: afterwards it may belong to another range.
 void XSpillFile::GiveBack( XSpillRange& ioRange )
 {
     WTemporaryFile::ReturnSpace( *itsFile, ioRange.itsOffset, ioRange.itsSize );

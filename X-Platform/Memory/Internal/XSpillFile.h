@@ -10,7 +10,7 @@
 
 class XSpillFile;
 
-/// Bytes of a spill file that belong to one block, until the range goes. Internal to the library.
+/// A range of a spill file that belongs to one block, for the life of this object. Internal to the library.
 class XSpillRange
 {
 public:
@@ -27,9 +27,9 @@ private:
     friend class XSpillFile;
 
     using XPieces = std::map<std::uint64_t, USize64>;           // sizes by offset
-    using XSizes = std::set<std::pair<USize64, std::uint64_t>>; // the same pieces by size
+    using XSizes = std::set<std::pair<USize64, std::uint64_t>>; // the same pieces, by size
 
-    /// An entry for a piece, so that giving the range back takes no memory.
+    /// Preallocated map nodes for a piece, so that releasing the range needs no memory.
     struct XNodes
     {
         XPieces::node_type piece;
@@ -39,17 +39,17 @@ private:
     static XNodes MakeNodes();
 
     const std::shared_ptr<XSpillFile> itsFile;
-    const USize64 itsSize; // in whole units of mapping
+    const USize64 itsSize; // a multiple of the mapping granularity
     std::uint64_t itsOffset = 0;
     XNodes itsNodes;
 };
 
-/// The temporary file in which purged blocks have a range each. A range is taken from the free ones, the smallest that is
-/// large enough, or else from the end of the file; the space of one that is given back returns to the disk. The file goes
-/// with its last range.
+/// The temporary file that holds the bytes of purged blocks, one range each. A new range is taken from the
+/// smallest free piece that is large enough, otherwise from the end of the file. The space of a released
+/// range is returned to the disk. The file is deleted with its last range.
 ///
 /// Internal to the library.
-/// Threads: any. Ranges are written and mapped outside of the file's mutex.
+/// Threads: any. Ranges are written and mapped without holding the file's mutex.
 class XSpillFile
 {
 public:
@@ -69,9 +69,9 @@ private:
     void AddPiece( XNodes inNodes, std::uint64_t inOffset, USize64 inSize );
 
     const std::shared_ptr<WFile> itsFile;
-    XMutex itsMutex; // guards the rest
+    XMutex itsMutex; // guards the members below
     std::uint64_t itsEnd = 0;
-    XSpillRange::XPieces itsPieces; // that are free, none beside another
+    XSpillRange::XPieces itsPieces; // the free pieces; adjacent ones are merged
     XSpillRange::XSizes itsSizes;
 };
 

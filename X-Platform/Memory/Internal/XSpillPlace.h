@@ -6,11 +6,12 @@
 class WLastErrorException;
 class XMemoryManager;
 
-/// Where a manager's purged blocks go: a spill file in the temporary folder. Where the system limits the sizes of files,
-/// another one is begun when the first is full.
+/// The storage of a manager's purged blocks: a spill file in the temporary folder. If the system limits file
+/// sizes, another file is created when the first is full.
 ///
-/// Where the disk has refused something, as much or more is refused with the same error for a second, without another
-/// try: a search for room goes through all blocks, and many follow each other.
+/// After the disk has rejected a write, writes of the same or a larger size fail with the same error for one
+/// second without another attempt: a search for room goes through all blocks, and many searches may follow
+/// each other.
 ///
 /// Internal to the library.
 /// Threads: any.
@@ -21,13 +22,14 @@ public:
     XSpillPlace( const XSpillPlace& ) = delete;
     XSpillPlace& operator=( const XSpillPlace& ) = delete;
 
-    /// Writes bytes to a range of their own. Throws what the disk refuses.
+    /// Writes the bytes to a new range. Throws the error of the disk.
     std::unique_ptr<XSpillRange> Write( const void* inData, USize64 inSize );
 
-    /// The folder is another one: the next range is in a new file, and nothing has been refused.
+    /// Call when the folder has changed: the next range is in a new file, and previous failures are
+    /// forgotten.
     void StartAnew();
 
-    /// What the disk refused last, with its number and the folder; empty if a range has been written since.
+    /// The text of the last failure with its number and the folder; empty if a range has been written since.
     XString GetFailure() const;
 
 private:
@@ -46,7 +48,7 @@ private:
     void Forget( const std::shared_ptr<WFile>& inFile );
 
     XMemoryManager& itsManager;
-    XMutex itsFileMutex;               // held while a file is made
+    XMutex itsFileMutex;               // held while a file is created
     std::weak_ptr<XSpillFile> itsFile; // guarded by itsFileMutex; its ranges own it
     mutable XMutex itsFailureMutex;
     XFailure itsFailure; // guarded by itsFailureMutex

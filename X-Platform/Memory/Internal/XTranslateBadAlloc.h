@@ -5,8 +5,7 @@
 
 #include <new>
 
-/// Returns what a function returns; std::bad_alloc out of it becomes an exception with number 1012. Internal to the
-/// library.
+/// Returns `inWork()`, translating std::bad_alloc into error 1012. Internal to the library.
 template<class TWork>
 auto XTranslateBadAlloc( TWork inWork )
 {

@@ -1,5 +1,5 @@
 #pragma once
 
 /// Registers the storable messages with XClassRegistry. Called by `XClassRegistry::RegisterStandardClasses`;
-/// calling it again changes nothing.
+/// further calls change nothing.
 void RegisterMessagingClasses();

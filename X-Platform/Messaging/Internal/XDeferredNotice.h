@@ -2,12 +2,11 @@
 
 #include "Messaging/Internal/XDeferredQueue.h"
 
-/// A message that a listener sends to itself on the main thread, and that always arrives: it is made
-/// beforehand, so that posting it cannot fail, and it is not withdrawn from the queue with the messages that a
-/// predicate selects. Internal.
+/// A message that a listener sends to itself on the main thread, with guaranteed delivery: it is allocated in
+/// advance, so posting it cannot fail, and predicates that withdraw messages do not apply to it. Internal.
 ///
 /// Lifetime: the listener withdraws the notice before its `StopListening`, and destroys it afterwards.
-/// Threads: any thread posts and withdraws.
+/// Threads: any thread may post and withdraw.
 class XDeferredNotice
 {
 public:
@@ -16,7 +15,7 @@ public:
     XDeferredNotice& operator=( const XDeferredNotice& ) = delete;
     ~XDeferredNotice();
 
-    /// Queues the notice for the main thread's next event unless it is queued already.
+    /// Queues the notice for the main thread's next event, unless it is already queued.
     void Post() noexcept;
 
     void Withdraw() noexcept;

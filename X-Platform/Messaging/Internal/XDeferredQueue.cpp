@@ -18,8 +18,8 @@ std::uint64_t GetAddress( const void* inPointer )
     return reinterpret_cast<std::uintptr_t>( inPointer );
 }
 
-/// Equal for items that are alike, and next to each other for one speaker's messages with keys next to each
-/// other; `SkipUnlike` tells apart what it makes equal by chance.
+/// Equal for items with the same target, speaker and key; adjacent keys of one speaker result in adjacent
+/// values. `SkipUnlike` separates items whose values are equal by chance.
 std::uint64_t GetKeyValue( const XItem& inItem )
 {
     constexpr std::uint64_t kSpread = 0xBF58476D1CE4E5B9u;

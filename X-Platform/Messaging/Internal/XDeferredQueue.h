@@ -4,20 +4,20 @@
 #include "Messaging/XMessage.h"
 #include "Messaging/XSpeaker.h"
 
-/// One queue of messages that wait for the main thread, with all that is asked of it found without walking
-/// it: the messages that a new one may coalesce with, those of one speaker, those for one listener. Internal
-/// to XMessageQueues, whose mutex guards it.
+/// One queue of messages for the main thread, indexed so that the messages that a new one may coalesce with,
+/// those of one speaker and those for one listener are found without scanning it. Internal to XMessageQueues,
+/// whose mutex guards it.
 ///
-/// Entries are allocated in blocks and used again: they are made on one thread and freed on another, which is
-/// what a heap does slowest. An empty queue gives back what a flood has taken.
+/// Entries are allocated in blocks and reused, because heaps are slow for objects that are allocated on one
+/// thread and freed on another. An empty queue frees the memory of a previous burst.
 class XDeferredQueue
 {
 public:
-    /// A message, and what it is found by.
+    /// A message with the keys by which it is found.
     struct XItem
     {
         XSpeaker::XDeferredMessageRecord record;
-        XListenerList* speakersList = nullptr; // of the message's speaker; null when it has none
+        XListenerList* speakersList = nullptr; // of the message's speaker; null if it has none
         std::uint64_t keyValue = 0;            // see MakeItem
     };
 
@@ -25,17 +25,17 @@ public:
     {
         XEntry* previous = nullptr; // in the queue
         XEntry* next = nullptr;
-        std::uint64_t serial = 0; // counts the entries of the queue as they were queued
+        std::uint64_t serial = 0; // number of the entry in the order of queueing
         XEntry* previousOfSpeaker = nullptr;
         XEntry* nextOfSpeaker = nullptr;
         XIndexLink<XEntry> keyLink;
         XIndexLink<XEntry> targetLink;
-        XDeferredQueue* queue = nullptr; // a notice's: null while it is not queued
-        bool isNotice = false;           // belongs to an XDeferredNotice; is found by nothing but its turn
+        XDeferredQueue* queue = nullptr; // for a notice: null while it is not queued
+        bool isNotice = false;           // belongs to an XDeferredNotice; not in any index
     };
 
-    /// A copy of a message for one listener or, with null, for all of the speaker, which it then names. Needs
-    /// no mutex.
+    /// A copy of a message for one listener or, if `inTarget` is null, for all listeners of the speaker that
+    /// the copy then names. Needs no mutex.
     static XItem MakeItem(
         const XMessage& inMessage, XListenerList* inSpeakersList, XListener* inTarget,
         const XSpeaker::XListenerVector& inExclusions );
@@ -46,28 +46,28 @@ public:
 
     USize GetCount() const { return itsCount; }
 
-    /// The serial of the next entry to be queued.
+    /// The serial number of the next entry to be queued.
     std::uint64_t GetEnd() const { return itsNextSerial; }
 
-    /// Takes the item over. Where that fails the item and the queue are what they were.
+    /// Takes over the item. On failure neither the item nor the queue changes.
     void PushBack( XItem& ioItem );
 
     void PushBackNotice( XEntry& inNotice ) noexcept;
 
-    /// Puts an item in the place of one that it is like, at the back, and gives out the other.
+    /// Replaces a queued item by one that it coalesces with, moves the entry to the back, and returns the old
+    /// item in `ioItem`.
     void Replace( XEntry& inEntry, XItem& ioItem ) noexcept;
 
-    /// Takes an item out of the queue.
+    /// Removes an item from the queue and returns it.
     XItem Take( XEntry& inEntry ) noexcept;
 
-    /// The same in two steps: the entry belongs to the caller in between.
+    /// Take in two steps: the entry belongs to the caller in between.
     void Unlink( XEntry& inEntry ) noexcept;
     void Free( XEntry& inEntry ) noexcept;
 
     XEntry* GetFirst() const { return itsFirst; }
 
-    /// The entries that a new item may coalesce with, in their order: those for the same listener or all, of
-    /// the same speaker and with the same key.
+    /// The entries that a new item may coalesce with, in order: those with the same target, speaker and key.
     XEntry* FindFirstLike( const XItem& inItem ) const;
     static XEntry* FindNextLike( const XEntry& inEntry );
 
@@ -81,7 +81,7 @@ private:
     static void UnlinkFromSpeaker( XEntry& inEntry );
     void AddFreeEntries();
 
-    // What every message touches lies together: two threads pass it to and fro.
+    // Members used by every message are adjacent, because two threads pass them to and fro.
     XEntry* itsFirst = nullptr;
     XEntry* itsLast = nullptr;
     USize itsCount = 0;
@@ -90,6 +90,6 @@ private:
     USize itsUsedCount = 0; // entries that are not free
     XEntryIndex<XEntry, &XEntry::keyLink> itsKeys;
 
-    XEntryIndex<XEntry, &XEntry::targetLink> itsTargets; // of items that have a target
+    XEntryIndex<XEntry, &XEntry::targetLink> itsTargets; // only items that have a target
     XVector<std::unique_ptr<XEntry[]>> itsBlocks;
 };

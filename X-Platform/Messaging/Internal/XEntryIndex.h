@@ -4,7 +4,7 @@
 #include "Ground/XFail.h"
 #include "Ground/XTypes.h"
 
-/// Where an entry stands in one XEntryIndex. Internal.
+/// The links of an entry in one XEntryIndex. Internal.
 template<class Entry>
 struct XIndexLink
 {
@@ -13,13 +13,13 @@ struct XIndexLink
     std::uint64_t value = 0;
 };
 
-/// Entries by a 64-bit value, those with equal values in the order in which they were added. The links lie in
-/// the entries, in the member `kLink`, so that adding and removing allocate nothing but the table. Internal.
+/// An index of entries by a 64-bit value; entries with equal values keep the order in which they were added.
+/// The links are in the member `kLink` of the entries, so only the table is allocated. Internal.
 template<class Entry, XIndexLink<Entry> Entry::*kLink>
 class XEntryIndex
 {
 public:
-    /// Makes room for one more entry. Has to precede each `Add` that no `Remove` has made room for.
+    /// Makes room for one more entry. Call it before each `Add`, unless a `Remove` has made room.
     void Reserve()
     {
         if ( itsCount >= itsChains.size() )
@@ -42,14 +42,14 @@ public:
         --itsCount;
     }
 
-    /// Gives the table of an empty index back.
+    /// Frees the table of an empty index.
     void ReleaseTable()
     {
         XAssert( itsCount == 0 );
         itsChains = XVector<XChain>();
     }
 
-    /// The first entry added with a value, and the next one after it; null when there is none.
+    /// The first entry added with a value, and the next one after it; null if there is none.
     Entry* FindFirst( std::uint64_t inValue ) const
     {
         if ( itsCount == 0 )
@@ -71,8 +71,8 @@ private:
 
     static constexpr USize kMinChains = 64;
 
-    /// Neighbouring values have neighbouring chains, so that messages with running numbers find theirs in the
-    /// cache; what lies above the low bits is scattered.
+    /// Adjacent values have adjacent chains, so that messages with consecutive numbers stay in the cache; the
+    /// bits above the low ones are hashed.
     USize FindChainIndex( std::uint64_t inValue ) const
     {
         constexpr unsigned kNearBits = 6;
@@ -99,7 +99,8 @@ private:
         chain.last = &inEntry;
     }
 
-    /// To a power of two. Entries with equal values share a chain before and after, and keep their order.
+    /// The number of chains must be a power of two. Entries with equal values stay in one chain and keep
+    /// their order.
     void Resize( USize inCount )
     {
         XVector<XChain> chains( inCount );
@@ -115,7 +116,7 @@ private:
             }
     }
 
-    XVector<XChain> itsChains; // none, or a power of two
+    XVector<XChain> itsChains; // empty, or a power of two
     USize itsCount = 0;
-    unsigned itsShift = 64; // leaves as many bits as number the chains
+    unsigned itsShift = 64; // 64 minus the number of bits of a chain number
 };

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Those who are left out of a broadcast, in any order.
+/// The listeners excluded from a broadcast, in any order.
 class XExclusions
 {
 public:

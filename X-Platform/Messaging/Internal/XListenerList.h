@@ -3,15 +3,16 @@
 #include "Messaging/Internal/XDeferredQueue.h"
 #include "Messaging/XListener.h"
 
-/// The listeners of one speaker, and the mutex under which it speaks. Internal: the list is shared by the
-/// speaker, by each subscription and by each call of the speaker in progress, so that all of them can reach it
-/// however the others end. Order of locking: this mutex, then a listener's, then that of the queues.
+/// The listeners of one speaker, and the mutex that it holds while it speaks. Internal. The list is shared by
+/// the speaker, its subscriptions and its running calls, so that each of them can use it however the others
+/// end. Order of locks: this mutex, then a listener's, then that of the queues.
 ///
-/// A call pins the list first and uses nothing but the list from then on. It touches the speaker only under
-/// the mutex, having seen that the speaker has not stopped: the speaker's end takes the mutex to stop it.
+/// A call pins the list first and uses only the list from then on. It accesses the speaker only under the
+/// mutex, after checking that the speaker has not stopped: a stopping speaker takes the mutex.
 ///
-/// While a broadcast is on, nodes keep their places, and what was removed is only marked; clean-up follows
-/// when the outermost broadcast is over. Among many nodes a removed one stays, empty, until half of them are.
+/// During a broadcast, nodes stay in place, and removed ones are only marked; they are cleaned up when the
+/// outermost broadcast ends. In a long list, removed nodes stay as empty ones until half of the nodes are
+/// empty.
 class XListenerList
 {
 public:
@@ -21,30 +22,30 @@ public:
 
     class XPin;
 
-    /// The reference of a subscription.
+    /// The reference held by a subscription.
     void AddReference() { itsReferences.fetch_add( 1, std::memory_order_relaxed ); }
     void Release();
 
-    /// Gives up a pin: that of a call, or the one that the speaker has from the start.
+    /// Releases a pin: that of a call, or the initial one of the speaker.
     void Unpin();
 
     XMutex& GetMutex() { return itsMutex; }
 
-    /// Null once the speaker has stopped. Under the mutex the speaker stays alive.
+    /// Null once the speaker has stopped. The speaker stays alive while the mutex is held.
     XSpeaker* GetSpeaker() const { return itsSpeaker.load( std::memory_order_acquire ); }
 
-    /// From now on nobody can subscribe and nothing can be queued.
+    /// Ends subscribing and queueing.
     void SpeakerStopped() { itsSpeaker.store( nullptr, std::memory_order_release ); }
 
     void Subscribe( XListener& inListener );
     void Unsubscribe( XListener& inListener );
     void HardUnsubscribe( XListener& inListener );
 
-    /// Returns whether the list could be locked, which a broadcast on another thread prevents, within the time.
+    /// Returns false if the list could not be locked in time, because another thread is broadcasting.
     bool TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMs );
     void RemoveAll();
 
-    /// Removes the node of a listener that comes to its end.
+    /// Removes the node of a listener that is being destroyed.
     void RemoveDying( XListener& inListener );
 
     USize GetListenerCount();
@@ -54,19 +55,19 @@ public:
         return itsAsynchronousSubscriptions.load( std::memory_order_relaxed ) > 0;
     }
 
-    /// Kept by the listeners, under their mutexes.
+    /// Maintained by the listeners, under their mutexes.
     void CountSubscription( std::int32_t inStep, bool inIsAsynchronous );
     void CountAsynchronous( std::int32_t inStep )
     {
         itsAsynchronousSubscriptions.fetch_add( inStep, std::memory_order_relaxed );
     }
 
-    /// Sends a message to the listeners at once, unless the speaker has stopped. The caller has a pin.
+    /// Sends a message to the listeners immediately, unless the speaker has stopped. The caller holds a pin.
     void
     Broadcast( const XMessage& inMessage, bool inIsForced, const XSpeaker::XListenerVector& inExclusions );
 
-    /// The walks of a broadcast. The last one calls asynchronous listeners only; it returns whether any other
-    /// listener still has to hear the message, and who has heard it.
+    /// The passes of a broadcast. CallAsynchronous calls asynchronous listeners only; it returns whether any
+    /// other listener has yet to receive the message, and the listeners served.
     void CallAll( const XMessage& inMessage );
     void CallAllBut( const XSpeaker::XListenerVector& inExclusions, const XMessage& inMessage );
     bool CallAsynchronous(
@@ -91,28 +92,28 @@ private:
     void RemoveEmptyNodes();
     void CleanupAfterMessage();
 
-    // What is read to queue a message, and behind it, apart, what is written to deliver one on another
-    // thread.
+    // Members read to queue a message come first; those written to deliver one on another thread are on a
+    // separate cache line.
     std::atomic<XSpeaker*> itsSpeaker; // written under the mutex
     std::atomic<std::int32_t> itsSubscriptions = 0;
     std::atomic<std::int32_t> itsAsynchronousSubscriptions = 0;
-    std::atomic<std::uint32_t> itsPins = 1; // those of calls, and the speaker's
+    std::atomic<std::uint32_t> itsPins = 1; // those of calls and of the speaker
 
-    alignas( kCacheLine ) XMutex itsMutex;        // guards what follows
+    alignas( kCacheLine ) XMutex itsMutex;        // guards the members below
     std::atomic<std::uint32_t> itsReferences = 1; // those of subscriptions, and one for all pins
     XVector<XNode> itsNodes;
-    std::unique_ptr<std::unordered_map<const XListener*, USize>> itsPlaces; // of these, where they are many
-    USize itsEmptyNodes = 0;                                                // of no listener
-    std::uint32_t itsAdditions = 0; // of nodes, which may have moved them
+    std::unique_ptr<std::unordered_map<const XListener*, USize>> itsPlaces; // of itsNodes, if there are many
+    USize itsEmptyNodes = 0;                                                // without listener
+    std::uint32_t itsAdditions = 0; // of nodes, which may have moved the nodes
     std::uint32_t itsBroadcastDepth = 0;
     bool itsNeedsCleanup = false;
 };
 
-/// Keeps a list for the length of a call.
+/// Pins a list for the duration of a call.
 class XListenerList::XPin
 {
 public:
-    /// What the call has read of the speaker before comes before the speaker's end.
+    /// Acquire-release, so that everything the call has read of the speaker happens before the speaker's end.
     explicit XPin( XListenerList& inList ) : itsList( inList )
     {
         itsList.itsPins.fetch_add( 1, std::memory_order_acq_rel );

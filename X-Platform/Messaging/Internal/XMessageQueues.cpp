@@ -32,8 +32,8 @@ void Unite( XSpeaker::XListenerVector& ioListeners, const XSpeaker::XListenerVec
 
 } // namespace
 
-/// Registers a call of a single listener for its duration: whoever the call concerns waits with its end. Begins
-/// under the mutex.
+/// Registers a call of a single listener for its duration: destructors of the listener and the speaker wait
+/// for it. Constructed under the mutex.
 class XMessageQueues::XCallScope
 {
 public:
@@ -132,8 +132,8 @@ XMessageQueues& XMessageQueues::Get()
 
 // ---- Adding
 
-// Copies are made before the mutex is taken and what is left over is destroyed after it has been released:
-// threads hold it only to compare and to link.
+// Copies are made before the mutex is taken, and leftovers are destroyed after it has been released: under
+// the mutex threads only compare and link.
 
 void XMessageQueues::Add(
     const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
@@ -200,8 +200,7 @@ void XMessageQueues::WithdrawNotice( XEntry& inNotice ) noexcept
         inNotice.queue->Unlink( inNotice );
 }
 
-/// What is left over stays in the item: the message itself when a queued one absorbs it, or one that it
-/// replaces.
+/// A leftover stays in the item: the message itself if a queued one absorbs it, or the one that it replaces.
 void XMessageQueues::AddLocked( XQueue& ioQueue, XItem& ioItem )
 {
     if ( !ioItem.record.exclusions.empty() )
@@ -240,8 +239,8 @@ void XMessageQueues::Signal( XQueue& ioQueue )
 
 // ---- Delivering
 
-/// Delivers the first message if it was queued before the end. Whoever it concerns is held under the mutex, before
-/// it may be destroyed: a listener by the call, a speaker by the mutex of its list.
+/// Delivers the first message if it was queued before the end. Its receiver is protected from destruction
+/// under the mutex: a listener by the call, a speaker by the mutex of its list.
 bool XMessageQueues::Deliver( XQueue& ioQueue, std::uint64_t inEnd )
 {
     XItem item;
@@ -443,8 +442,8 @@ bool XMessageQueues::MarkOwnCallsOf( const XListener& inListener )
     return ChangeOwnCallsOf( inListener, &XCall::listener, &inListener, &inListener );
 }
 
-/// Waits for the calls on other threads that concern somebody who stops. Those on this thread are forgotten when he
-/// comes to his end.
+/// Waits for calls on other threads that concern the stopping listener or speaker. Calls on this thread are
+/// detached when it is destroyed.
 template<class T>
 void XMessageQueues::EndCallsOf(
     const T& inOne, const T* XCall::*inMember, bool inMayPassOver, bool inIsDying )

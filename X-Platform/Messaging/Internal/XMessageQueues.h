@@ -4,9 +4,9 @@
 #include "Threads/Waiting/WEvent.h"
 #include "Threads/XConditionVariable.h"
 
-/// The two queues of the process and the calls of single listeners that are in progress, under one mutex,
-/// which is never held while a handler runs. Internal to XSpeaker and XListener. Made on first use; lasts as
-/// long as the process, since speakers and listeners may be static.
+/// The two message queues of the process and the running calls of single listeners, guarded by one mutex,
+/// which is never held while a handler runs. Internal to XSpeaker and XListener. Created on first use and
+/// never destroyed, since speakers and listeners may be static.
 class XMessageQueues
 {
 public:
@@ -16,13 +16,15 @@ public:
 
     static XMessageQueues& Get();
 
-    /// Queues a copy of a message for all listeners of a speaker, unless it has stopped. The caller has a pin.
+    /// Queues a copy of a message for all listeners of a speaker, unless it has stopped. The caller holds a
+    /// pin.
     void
     Add( const XMessage& inMessage, XListenerList& inSpeakersList, XWhen inWhen,
          const XListenerVector& inExclusions );
 
-    /// Calls one listener, or queues a copy of a message for it, unless it or the message's speaker has
-    /// stopped. Whichever of the two is destroyed on another thread meanwhile waits for the end of the call.
+    /// Calls one listener, or queues a copy of a message for it, unless the listener or the message's speaker
+    /// has stopped. If either is destroyed on another thread meanwhile, its destruction waits for the end of
+    /// the call.
     void Post( const XMessage& inMessage, XListener& inListener, XWhen inWhen );
 
     void PostNotice( XDeferredQueue::XEntry& inNotice ) noexcept;
@@ -36,17 +38,17 @@ public:
 
     USize RemoveIf( XWhen inQueue, const XPredicate& inPredicate );
 
-    /// Withdraws the messages of a speaker that has stopped and waits for calls of single listeners with its
-    /// messages on other threads; at its end forgets those on this one.
+    /// Withdraws the messages of a stopped speaker and waits until other threads have ended calls of single
+    /// listeners with its messages. With `inIsDying`, also detaches such calls on this thread.
     void ForgetSpeaker( const XListenerList& inSpeakersList, bool inIsDying );
 
-    /// Withdraws the messages for a listener that has stopped and waits for calls of it on other threads; at its
-    /// end forgets those on this one.
+    /// Withdraws the messages for a stopped listener and waits until other threads have ended calls of it.
+    /// With `inIsDying`, also detaches such calls on this thread.
     void
     ForgetListener( const XListener& inListener, bool inMayBeExcluded, bool inMayPassOver, bool inIsDying );
 
-    /// Tells that the calls of a listener on this thread stop it: those on other threads that may pass over such
-    /// calls do not wait for them. Returns whether there are any.
+    /// Marks the calls of a listener on this thread as stopping it, so that other threads that may pass over
+    /// such calls do not wait for them. Returns whether there are any.
     bool MarkOwnCallsOf( const XListener& inListener );
 
     bool HasMessage( XWhen inQueue );
@@ -60,12 +62,14 @@ private:
         WEvent event; // set when a message is added, reset by drains
     };
 
-    /// A call of a single listener in progress, on the stack of its thread.
+    /// A running call of a single listener, on the stack of its thread.
     struct XCall
     {
-        const XListener* listener = nullptr;         // null once it has been destroyed within the call
-        const XListenerList* speakersList = nullptr; // the same of the message's speaker
-        const void* stops = nullptr;                 // which of these the handler itself is stopping
+        const XListener* listener = nullptr; // null once it has been destroyed within the call
+        // of the message's speaker; null once that has been destroyed
+        const XListenerList* speakersList = nullptr;
+        // the listener or speaker that the handler itself is stopping
+        const void* stops = nullptr;
         std::uint32_t threadID = 0;
         XCall* next = nullptr;
     };
@@ -81,7 +85,7 @@ private:
         return inWhen == XSpeaker::kWhenNextEvent ? itsNextEventMessages : itsIdleMessages;
     }
 
-    // Under the mutex.
+    // Called under the mutex.
     void AddLocked( XQueue& ioQueue, XDeferredQueue::XItem& ioItem );
     void Signal( XQueue& ioQueue );
     void ForgetExclusionsOf( const XListener& inListener );
@@ -94,7 +98,7 @@ private:
     bool
     ChangeOwnCallsOf( const T& inOne, const T* XCall::*inMember, const T* inNewOne, const void* inStops );
 
-    // Without it.
+    // Called without the mutex.
     void AddPost(
         const XMessage& inMessage, XListener& inListener, XListenerList* inSpeakersList, XWhen inWhen,
         XCallScope& ioCall );
@@ -102,12 +106,12 @@ private:
     bool Deliver( XQueue& ioQueue, std::uint64_t inEnd );
     bool DeliverAndLog( XQueue& ioQueue, std::uint64_t inEnd );
 
-    XMutex itsDeferredMutex; // guards everything below
+    XMutex itsDeferredMutex; // guards the members below
     XQueue itsNextEventMessages;
     XQueue itsIdleMessages;
-    std::int32_t itsSuspendIdleProcessing = 0;  // drains deliver nothing while it is above zero
-    bool itsIsDraining = false;                 // nor do others while one is on
-    XVector<const XListener*> itsDeadListeners; // that queued messages may still exclude
+    std::int32_t itsSuspendIdleProcessing = 0;  // drains deliver nothing while it is above 0
+    bool itsIsDraining = false;                 // nor while another drain is running
+    XVector<const XListener*> itsDeadListeners; // queued messages may still exclude them
     USize itsMostDeadListeners = kLeastDeadListeners;
     XCall* itsCalls = nullptr;
     XConditionVariable itsCallEnded;

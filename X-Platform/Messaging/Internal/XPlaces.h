@@ -6,14 +6,15 @@
 #include <memory>
 #include <unordered_map>
 
-/// The places of the entries of a vector, by what each of them points to. Null where they are few, which are searched as
-/// fast as they are looked up, or where there was no memory for them. Internal.
+/// The indices of the entries of a vector, by the object that each entry points to. Null for short vectors,
+/// where a search is as fast, and if there was no memory for the map. Internal.
 template<class Key>
 using XPlacesOf = std::unique_ptr<std::unordered_map<const Key*, USize>>;
 
 constexpr USize kMostSearched = 32;
 
-/// The entry that points to `inWanted`, or null. The newest are searched first, being the first to go.
+/// The entry that points to `inWanted`, or null. The newest entries are searched first, because they tend to
+/// be removed first.
 template<class Entry, class Key>
 Entry* XFindEntry(
     XVector<Entry>& ioEntries, Key* Entry::*inKey, const XPlacesOf<Key>& inPlaces, const Key& inWanted )
@@ -28,7 +29,7 @@ Entry* XFindEntry(
     return found == ioEntries.rend() ? nullptr : &*found;
 }
 
-/// To be called after an entry was added. Entries may point to nothing.
+/// Call it after adding an entry. Entries may hold null.
 template<class Entry, class Key>
 void XRememberPlaces( const XVector<Entry>& inEntries, Key* Entry::*inKey, XPlacesOf<Key>& ioPlaces ) noexcept
 {

@@ -2,5 +2,5 @@
 
 #include "WPlatform.h"
 
-/// Registers the storable classes of the network. Called by `XClassRegistry::RegisterStandardClasses`.
+/// Registers the storable classes of Network. Called by `XClassRegistry::RegisterStandardClasses`.
 void RegisterNetworkClasses();

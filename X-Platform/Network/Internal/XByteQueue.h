@@ -5,24 +5,25 @@
 #include <memory>
 #include <span>
 
-/// Bytes that come in at one end and go out at the other. Keeps its memory. Internal to network streams.
+/// A FIFO queue of bytes that keeps its memory. Internal to network streams.
 class XByteQueue
 {
 public:
     USize64 GetCount() const { return itsEnd - itsBegin; }
     const std::uint8_t* GetData() const { return itsBytes.get() + itsBegin; }
 
-    /// Room for `inCount` bytes behind the last one, valid until the next call. `Commit` tells how many came.
+    /// Returns room for `inCount` bytes at the end, valid until the next call. `Commit` adds the bytes
+    /// written there.
     std::uint8_t* MakeRoom( USize64 inCount );
     void Commit( USize64 inCount ) { itsEnd += inCount; }
 
-    /// Moves the first bytes out, as many as are wanted and there; returns how many.
+    /// Moves up to `inCount` bytes out from the front; returns their number.
     USize64 Take( std::uint8_t* outBytes, USize64 inCount );
 
-    /// Forgets the first bytes, of which there are as many.
+    /// Removes the first `inCount` bytes, which must exist.
     void Drop( USize64 inCount ) { itsBegin += inCount; }
 
-    /// Puts bytes before the first one.
+    /// Inserts bytes at the front.
     void PutBack( const std::uint8_t* inBytes, USize64 inCount );
 
 private:

@@ -6,8 +6,8 @@
 #include <deque>
 #include <unordered_map>
 
-/// The names that hosts have told for their addresses, empty ones included, so that each is asked for once. Holds
-/// `kMostEntries` and drops the oldest for a new one.
+/// A cache of the results of reverse look-ups, including empty names, so that each address is looked up once.
+/// Holds `kMostEntries` entries and evicts the oldest.
 /// Threads: any thread.
 class KORVALE_API XHostNameCache
 {
@@ -16,10 +16,10 @@ public:
 
     XHostNameCache() = default;
 
-    /// That of the process.
+    /// The cache of the process.
     static XHostNameCache& GetInstance();
 
-    /// Whether the address is there; then its name.
+    /// Returns whether the address is cached, and its name.
     bool Find( std::uint32_t inAddress, XString& outName ) const;
 
     void Insert( std::uint32_t inAddress, const XString& inName );

@@ -22,7 +22,7 @@ constexpr USize kBlock = 16;
 // Shorter pieces do not make up for filling the table of words.
 constexpr USize kLong = 256;
 
-/// What a step changes beside the table. Kept apart from it, so that it stays in registers.
+/// The state that changes in each step, apart from the table. Kept separate so that it stays in registers.
 struct Cursor
 {
     std::uint32_t j;

@@ -2,7 +2,7 @@
 
 #include "Ground/XTypes.h"
 
-/// The RC4 generator, on a state that belongs to the caller. Internal to XEncryption.
+/// The RC4 generator, on a state owned by the caller. Internal to XEncryption.
 class XRC4Generator
 {
 public:
@@ -11,7 +11,8 @@ public:
     {
     }
 
-    /// Combines the next bytes of the key stream with `inBytes`; the places are the same, or do not overlap.
+    /// XORs `inBytes` with the next bytes of the key stream. Input and output are identical or do not
+    /// overlap.
     void Mix( const std::uint8_t* inBytes, std::uint8_t* outBytes, USize inLength );
 
 private:

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-// The rounds of one block depend on each other, so the speed lies in doing many blocks side by side. The vector type
-// stands for whatever the processor has: the compiler makes narrower instructions of it where there are no wide ones.
+// The rounds of one block depend on each other, so the speed comes from processing many blocks in parallel.
+// The compiler splits the vector type into narrower instructions if the processor has no wide ones.
 
 namespace
 {

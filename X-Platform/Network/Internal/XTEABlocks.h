@@ -2,8 +2,8 @@
 
 #include "Ground/XTypes.h"
 
-/// The Tiny Encryption Algorithm over independent blocks of 8 bytes, several at a time with the widest vectors that the
-/// processor has. Internal to XEncryption.
+/// The Tiny Encryption Algorithm on independent blocks of 8 bytes, several at a time with the widest vectors
+/// that the processor supports. Internal to XEncryption.
 class XTEABlocks
 {
 public:

@@ -13,7 +13,7 @@ constexpr std::uint8_t kConfirmation = 1;
 
 constexpr USize kMostBytesPerRecord = 16 * 1024;
 
-/// What a peer may make a session answer while it takes none of the answers.
+/// The maximum output for a peer that makes the session answer but does not read the answers.
 constexpr USize kMostOutput = 1024 * 1024;
 
 const XTLSConversation::XWaiter kOnce = []( const XTLSConversation::XWaiting& inWaiting )
@@ -43,7 +43,7 @@ private:
     XConditionVariable& itsHasMoved;
 };
 
-/// Gives a mutex up for a scope.
+/// Releases a mutex for a scope.
 class XTLSConversation::XUnlocked
 {
 public:
@@ -95,7 +95,7 @@ WConnection::Outcome XTLSConversation::Shake( const XWaiter& inWaiter )
     return {};
 }
 
-/// Goes on as far as it can without waiting.
+/// Advances the handshake as far as possible without waiting.
 WTLSSession::Outcome XTLSConversation::MoveHandshake()
 {
     if ( itsState == kShaking )
@@ -175,7 +175,7 @@ WConnection::Outcome XTLSConversation::WaitForMore( USize inCount, const XWaiter
     return FillAhead( inCount, inWaiter );
 }
 
-/// Decrypts what has arrived, as far as nobody else is about to.
+/// Decrypts the bytes that have arrived, unless another thread is receiving.
 std::uint32_t XTLSConversation::CountWaiting()
 {
     const XThreadLock lock( itsMutex );
@@ -213,7 +213,7 @@ WConnection::Outcome XTLSConversation::FillAhead( USize inCount, const XWaiter& 
 
 // ---- Between the session and the socket
 
-/// What follows from a read that has not been done: a count of 0 tells that nothing more will come.
+/// Handles a read that could not be completed: a count of 0 means that no more bytes will arrive.
 WConnection::Outcome
 XTLSConversation::FetchAfter( const WTLSSession::Outcome& inRead, const XWaiter& inWaiter )
 {
@@ -257,8 +257,8 @@ WConnection::Outcome XTLSConversation::Flush( const XWaiter& inWaiter )
     return {};
 }
 
-/// By halves where the system lacks buffers. What is encrypted cannot be encrypted again, so where that does not help the
-/// connection is lost.
+/// Sends smaller pieces if the system lacks buffers. Encrypted bytes cannot be encrypted again, so if that
+/// does not help, the connection is lost.
 WConnection::Outcome XTLSConversation::SendOutput( const XWaiter& inWaiter )
 {
     const std::span<const std::uint8_t> bytes = TakeOutput();

@@ -9,14 +9,16 @@
 
 /// A TLS session on a socket. Internal to XTLSEndpointImp.
 ///
-/// The mutex guards the session and is held for moments only: while bytes are encrypted or decrypted, never in a wait. At
-/// any time one thread may receive for the session and one may send; others that need the same wait for it.
+/// The mutex guards the session and is held only while bytes are encrypted or decrypted, never in a wait. At
+/// any time one thread may receive for the session and one may send; other threads that need to do the same
+/// wait for them.
 ///
-/// The server confirms with a byte that it has accepted the client's certificate, so that a client that is rejected
-/// learns so when it connects, and not later.
+/// The server confirms with a byte that it has accepted the client's certificate, so that a rejected client
+/// finds out when it connects.
 ///
-/// Operations return what the wait on the socket has returned where they could not be completed; they go on where they
-/// were when they are called again. What the peer does wrong is thrown as errors 3121 to 3127, after it has been told.
+/// Operations that cannot be completed return the outcome of the wait on the socket; calling them again
+/// continues. Protocol errors of the peer are thrown as errors 3121 to 3127, after an alert has been sent to
+/// the peer.
 /// Threads: any.
 class XTLSConversation
 {
@@ -33,21 +35,21 @@ public:
 
     bool IsOn( const WConnectionPtr& inConnection ) const { return itsConnection == inConnection; }
 
-    /// Makes the handshake. The other operations do so where it has not been made.
+    /// Performs the handshake. The other operations do so first if it has not been done.
     WConnection::Outcome Begin( const XWaiter& inWaiter );
 
-    /// Sends all bytes. Once they are encrypted they count as sent: where that takes too long, the rest goes ahead of the
-    /// next ones.
+    /// Sends all bytes. They count as sent once they are encrypted: after a time-out the rest is sent before
+    /// the next bytes.
     WConnection::Outcome Send( const void* inBytes, USize inCount, const XWaiter& inWaiter );
 
-    /// A count of 0 tells that the peer has closed.
+    /// Returns a count of 0 if the peer has closed the connection.
     WConnection::Outcome Receive( void* outBytes, USize inCount, const XWaiter& inWaiter );
     WConnection::Outcome Peek( void* outBytes, USize inCount, const XWaiter& inWaiter );
-    /// Waits until more than `inCount` bytes are there (count 1) or nothing more will come (count 0).
+    /// Waits until more than `inCount` bytes are available (count 1) or no more will arrive (count 0).
     WConnection::Outcome WaitForMore( USize inCount, const XWaiter& inWaiter );
     std::uint32_t CountWaiting();
 
-    /// Tells the peer that nothing more will be sent, as far as that goes without waiting.
+    /// Sends the end of the session to the peer, as far as possible without waiting.
     void End();
 
 private:
@@ -61,7 +63,7 @@ private:
     class XTurn;
     class XUnlocked;
 
-    // Under the mutex, which they give up while they wait:
+    // Called under the mutex, which they release while they wait:
     WConnection::Outcome Shake( const XWaiter& inWaiter );
     WConnection::Outcome FillAhead( USize inCount, const XWaiter& inWaiter );
     WConnection::Outcome FetchAfter( const WTLSSession::Outcome& inRead, const XWaiter& inWaiter );
@@ -70,7 +72,7 @@ private:
     WConnection::Outcome SendOutput( const XWaiter& inWaiter );
     WConnection::Outcome AwaitOther( const XWaiter& inWaiter );
 
-    // Under the mutex:
+    // Called under the mutex:
     WTLSSession::Outcome MoveHandshake();
     void FlushWithoutWaiting();
     bool HasOutput() const;
@@ -80,14 +82,14 @@ private:
 
     const WConnectionPtr itsConnection;
     XMutex itsMutex;
-    XConditionVariable itsHasMoved; // somebody has sent or received
+    XConditionVariable itsHasMoved; // signalled when a thread has sent or received
     const bool itsIsServer;
-    // Guarded by itsMutex, but while a thread receives or sends, the buffer for that is its own:
+    // Guarded by itsMutex; while a thread receives or sends, the corresponding buffer is its own:
     WTLSSession itsSession;
     XState itsState = kShaking;
     bool itsIsReceiving = false;
     bool itsIsSending = false;
     std::vector<std::uint8_t> itsOutgoing; // taken from the session
-    USize itsSent = 0;                     // of those
-    XByteQueue itsAhead;                   // decrypted and not received yet
+    USize itsSent = 0;                     // of itsOutgoing
+    XByteQueue itsAhead;                   // decrypted but not received yet
 };

@@ -3,8 +3,8 @@
 #include "Sockets/WConnection.h"
 #include "Threads/XCheckpoint.h"
 
-/// Does what may wait on a connection: after a checkpoint, and again after each that an alert has brought about. The first
-/// is for threads that always find something to do.
+/// Runs an operation that may wait on a connection: after a checkpoint, and again after a checkpoint each
+/// time it is alerted. The first checkpoint is for threads that never have to wait.
 template<class TOperation>
 WConnection::Outcome XWaitObediently( TOperation inOperation )
 {

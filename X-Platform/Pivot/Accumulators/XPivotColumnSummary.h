@@ -6,32 +6,32 @@
 
 class XPivotColumn;
 
-/// What the reductions of one column have in common, each part computed when it is first asked for, so that
-/// several reductions pass over the rows once. Only present rows count. Sums are compensated: as near the
-/// exact sum as a left-to-right one, or nearer.
+/// Intermediate results shared by the aggregates of one column. Each is computed when first needed, so
+/// several aggregates read the rows only once. Only present rows count. Sums are compensated: at least as
+/// close to the exact sum as summing from the first row to the last.
 ///
-/// Ownership: refers to the column, which outlives it unchanged.
+/// Ownership: refers to the column, which must outlive it and must not change meanwhile.
 /// Threads: one at a time.
 class KORVALE_API XPivotColumnSummary
 {
 public:
-    /// From one pass over the rows.
+    /// Results of one pass over the rows.
     struct XMoments
     {
-        std::uint64_t count = 0;   ///< present rows, NaN among them
+        std::uint64_t count = 0;   ///< present rows, including NaN
         std::uint64_t numbers = 0; ///< present rows that are not NaN
-        double sum = 0.0;          ///< of the numbers
-        double minimum;            ///< of the numbers, or the largest double
-        double maximum; ///< of the numbers, or the smallest positive normal double, which also stands for
-                        ///< the maximum of numbers that are all below it
+        double sum = 0.0;          ///< of all numbers
+        double minimum;            ///< of the numbers; without numbers the largest double
+        double maximum;            ///< of the numbers; the smallest positive normal double without
+                                   ///< numbers, and if all numbers are smaller than that
     };
 
-    // Not explicit: a reduction takes a column.
+    // Not explicit, so that aggregates accept a column.
     XPivotColumnSummary( const XPivotColumn& inColumn ) : itsColumn( inColumn ) {}
 
     const XPivotColumn& GetColumn() const { return itsColumn; }
     const XMoments& GetMoments() const;
-    /// The sum of the squared distances of the numbers from their mean.
+    /// The sum of the squared differences between the numbers and their mean.
     double GetSquaredDeviations() const;
 
 private:

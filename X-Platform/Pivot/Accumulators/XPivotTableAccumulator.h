@@ -8,18 +8,17 @@
 #include <set>
 #include <utility>
 
-/// Which reductions to apply to the rows that fall into one cell: mean, sum, extremes and so on.
+/// The aggregates to compute for the rows of one cell: mean, sum, extremes and so on.
 ///
-/// Threads: reducing is safe on several threads at once; one accumulator is not changed and used at the same
-/// time.
-/// Errors: a type above 7 is an internal error, 1005 when it comes out of a stream. Reading throws 1005,
-/// 1015, 1260.
+/// Threads: several threads may compute at once; do not change an accumulator while another thread uses it.
+/// Errors: a type above 7 is an internal error, or 1005 if read from a stream. Reading throws 1005, 1015,
+/// 1260.
 class KORVALE_API XPivotTableAccumulator : public XStorable
 {
 public:
     enum XPivotTableAccumulatorType : std::uint8_t
     {
-        kAccumulateNone = 0, ///< the value of a cell of one row
+        kAccumulateNone = 0, ///< the value of a cell with a single row
         kAccumulateMean = 1,
         kAccumulateSum = 2,
         kAccumulateProduct = 3,
@@ -29,11 +28,11 @@ public:
         kAccumulateStandardError = 7
     };
 
-    /// One number of a result, or a text in its place.
+    /// One value of a result: a number or a text.
     struct XResultValue
     {
         XString text;
-        bool isText = false; ///< the text is what to show
+        bool isText = false; ///< show the text instead of the number
         double value = 0.0;
         bool isValid = false;
     };
@@ -60,23 +59,24 @@ public:
     XVersion GetVersion() const override { return GetClassVersion(); }
     XPivotTableAccumulator* Clone() const override { return new XPivotTableAccumulator( *this ); }
 
-    /// Selects one more; a type already selected changes nothing.
+    /// Adds a type to the selection; does nothing if it is already selected.
     void AddType( XPivotTableAccumulatorType inType );
     const std::set<XPivotTableAccumulatorType>& GetTypes() const { return itsTypes; }
 
-    /// Of all selected types together, in ascending type order.
+    /// The number of values of all selected types, in ascending order of type.
     std::uint32_t GetNumValues() const { return itsNumValues; }
-    /// The heads of the result columns, one per value.
+    /// The headings of the result columns, one for each value.
     const XVector<XString>& GetColumnStrings() const { return itsColumnStrings; }
-    /// What a cell without rows shows: pairs of validity and value.
+    /// The values shown for a cell without rows, as pairs of validity and value.
     XVector<std::pair<bool, double>> GetDefaultFloats() const;
 
-    /// The description of the only type selected, else "Multiple values".
+    /// The description of the selected type; "Multiple values" if several are selected.
     XString GetStringDescription() const;
-    /// Of all eight, in type order.
+    /// The descriptions of all eight types, in order of type.
     static void GetAllAccumulatorDescriptions( XVector<XString>& outDescriptions );
 
-    /// Reduces all present rows of the column: for each selected type, in ascending order, its values.
+    /// Computes the values of each selected type, in ascending order of type, over all present rows of the
+    /// column.
     XAccumulationResult AccumulateColumn( const XPivotColumn& inColumn ) const;
 
     bool operator==( const XPivotTableAccumulator& inOther ) const { return itsTypes == inOther.itsTypes; }
@@ -89,18 +89,19 @@ private:
     static const XAccumulatorManager& GetAccumulatorManager();
 
     std::set<XPivotTableAccumulatorType> itsTypes;
-    std::uint32_t itsNumValues = 0;    // from the types
-    XVector<XString> itsColumnStrings; // from the types
+    std::uint32_t itsNumValues = 0;    // derived from the types
+    XVector<XString> itsColumnStrings; // derived from the types
 };
 
-/// One reduction. Stateless: one object of each serves the whole process, on any thread.
+/// The implementation of one aggregate. Stateless: one object of each serves the whole process, on any
+/// thread.
 class KORVALE_API XPivotTableAccumulator::XAccumulatorImplementation
 {
 public:
     virtual ~XAccumulatorImplementation();
 
     virtual XString GetDescription() const = 0;
-    /// Takes a column as it is: the summary is made on the way.
+    /// Also accepts a column, which is converted to a summary.
     virtual XAccumulationResult Accumulate( const XPivotColumnSummary& inColumn ) const = 0;
     virtual std::uint32_t GetNumValues() const { return 1; }
     virtual XVector<XString> GetColumnStrings() const { return { GetDescription() }; }

@@ -13,22 +13,22 @@ struct XPivotRun;
 /// of a table describes the same object.
 ///
 /// Ownership: a column belongs to its creator, or to the table it was added to. Clones belong to the caller.
-/// Threads: not locked; a table and its columns are used by one thread at a time. Reading on several threads
-/// is fine while nobody changes the column.
-/// Errors: 3209 for an ID that is not registered; reading throws 1005, 1015, 1260, internal errors (1006) for
-/// runs outside the column, and leaves a column that is only good for destruction or another reading.
-/// Units: rows count from 0.
+/// Threads: not locked; one thread at a time uses a table and its columns. Several threads may read as long
+/// as no thread changes the column.
+/// Errors: 3209 for an ID that is not registered. Reading throws 1005, 1015, 1260, and an internal error
+/// (1006) for runs outside the column; afterwards the column may only be destroyed or read again.
+/// Units: rows are numbered from 0.
 class KORVALE_API XPivotColumn : public XStorable
 {
 public:
     static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotColumn ); }
     static constexpr XVersion GetSuperClassVersion() { return XVersion(); }
 
-    /// Row numbers are signed 32-bit integers in places.
+    /// Some interfaces use signed 32-bit row numbers.
     static constexpr std::uint32_t kMaxRows = 0x7FFFFFFF;
 
-    /// An option for ReadStream2: runs outside the column are 1005, as other damage is, not an internal error. For
-    /// files that come from outside.
+    /// Option for ReadStream2: runs outside the column are error 1005, like other damage, instead of an
+    /// internal error. Use it for files from untrusted sources.
     static constexpr XOptions kRefuseOuterRuns = 0x80000000;
 
     ~XPivotColumn() override;
@@ -42,15 +42,15 @@ public:
     virtual XPivotColumn* CloneWithoutCopy() const = 0;
     virtual XPivotColumn* CloneWithoutCopyForPivot() const { return CloneWithoutCopy(); }
 
-    /// Takes everything but rows and table from a column, be it of another class: what CloneWithoutCopy
-    /// copies.
+    /// Copies everything except rows and table from another column, which may be of another class; the same
+    /// settings as CloneWithoutCopy.
     void CopySettings( const XPivotColumn& inOther );
 
-    // ---- What the column is
+    // ---- Properties of the column
 
     XPivotColumnID GetID() const { return itsDescriptor.GetID(); }
     void SetID( XPivotColumnID inID );
-    /// The registered name of a standard ID, whatever name is stored. Throws 3209.
+    /// The registered name for a standard ID, regardless of the stored name. Throws 3209.
     XString GetColumnName() const;
     void SetColumnName( const XString& inName );
     const XString& GetChannelName() const { return itsDescriptor.GetChannelName(); }
@@ -63,14 +63,14 @@ public:
         return itsDescriptor.GetDisplayName( inTwoLines );
     }
 
-    /// A number that the creator gave the column; it means nothing to the library.
+    /// A number set by the creator of the column; the library does not interpret it.
     std::uint32_t GetRevision() const { return itsRevision; }
     void SetRevision( std::uint32_t inRevision ) { itsRevision = inRevision; }
-    /// Bits for whoever displays the column; they mean nothing to the library.
+    /// Flags for the code that displays the column; the library does not interpret them.
     std::uint32_t GetVisibilityOptions() const { return itsVisibilityOptions; }
     void SetVisibilityOptions( std::uint32_t inOptions ) { itsVisibilityOptions = inOptions; }
 
-    /// The table that the column stands in, or null. A copy stands in none.
+    /// The table that contains the column, or null. A copy is in no table.
     XPivotTable* GetTable() const { return itsTable; }
     void SetTable( XPivotTable& inTable );
 
@@ -82,33 +82,33 @@ public:
     {
         return inRow < itsExists.size() && itsExists[inRow] != 0;
     }
-    /// One byte per row, 1 where it has a value; empty for a column without values of its own.
+    /// One byte per row, 1 if it has a value; empty for a column that has no values of its own.
     const XVector<std::uint8_t>& GetExistsVector() const { return itsExists; }
-    /// True when no row has a value.
+    /// True if no row has a value.
     bool IsEmptyColumn() const;
 
-    // ---- Setting values. Beyond the end the column grows, by missing rows in between. Each class says how
-    // it takes numbers and texts; a class that cannot take one ignores it.
+    // ---- Setting values. Setting a row beyond the end extends the column; rows in between are missing. Each
+    // class documents how it converts numbers and texts; a class that cannot store one ignores it.
 
-    /// Replaces all rows, all present. When a text is refused the column stays as it is.
+    /// Replaces all rows; all are present. If a text is rejected, the column is unchanged.
     virtual void SetData( const XVector<XString>& inValues );
     virtual void SetData( const XVector<double>& inValues );
     virtual void SetData( const XString& inValue, std::int32_t inRow, bool inExists );
     virtual void SetData( double inValue, std::int32_t inRow, bool inExists );
-    /// Changes the presence alone; ignores a row outside the column.
+    /// Changes only whether the row is present; a row outside the column is ignored.
     virtual void SetDataExists( std::int32_t inRow, bool inExists );
     virtual void AppendData( const XString& inValue, bool inExists );
     virtual void AppendData( double inValue, bool inExists );
 
     // ---- Rows
 
-    /// Inserts rows of this column into another before `inDestinationRow`. A column of the same class takes
-    /// values as they are, any other takes numbers from a numeric column and texts from the rest. A count of 0
-    /// does nothing, whatever the rows.
+    /// Inserts rows of this column into another one before `inDestinationRow`. Between columns of the same
+    /// class, values are copied as they are; otherwise a numeric column supplies numbers, any other column
+    /// texts. A count of 0 does nothing, whatever the rows.
     virtual void CopyRowsInto(
         std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
         std::uint32_t inCount ) const;
-    /// The same, overwriting rows of the other column, which grows as needed.
+    /// Overwrites rows of the other column, which grows if necessary. Converts values like CopyRowsInto.
     virtual void CopyRowsOver(
         std::uint32_t inSourceRow, XPivotColumn& inDestination, std::uint32_t inDestinationRow,
         std::uint32_t inCount ) const;
@@ -122,79 +122,82 @@ public:
     {
         CopyRowsOver( inSourceRow, inDestination, inDestinationRow, 1 );
     }
-    /// Appends all rows of the other column, which may be this one.
+    /// Appends all rows of another column or of this one.
     XPivotColumn& operator+=( const XPivotColumn& inOther );
 
-    /// Inserts missing rows before `inRowIndex`, which is at most the row count (internal error otherwise).
+    /// Inserts missing rows before `inRowIndex`, which must not exceed the row count (internal error).
     virtual void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) = 0;
-    /// Cuts rows off, or appends missing ones.
+    /// Truncates the column, or appends missing rows.
     virtual void ResizeRows( std::uint32_t inRowCount ) = 0;
-    /// Sets memory aside for that many rows in all, so that the column takes no more than these need while it grows to
-    /// them. Changes no rows.
+    /// Reserves memory for that many rows in total, so that the column does not over-allocate while it grows
+    /// to them. Changes no rows.
     virtual void ReserveRows( std::uint32_t inRowCount ) { itsExists.reserve( inRowCount ); }
     virtual void Clear() { ResizeRows( 0 ); }
     virtual void DeleteItem( std::uint32_t inRow ) { DeleteItems( inRow, 1 ); }
-    /// Removes the rows listed, in any order, listed once or more often. Rows outside the column are an
-    /// internal error.
+    /// Removes the listed rows; order and repetitions do not matter. Rows outside the column are an internal
+    /// error.
     virtual void DeleteItems( const XVector<std::uint32_t>& inRows );
     virtual void DeleteItems( std::uint32_t inFirst, std::uint32_t inCount ) = 0;
 
-    // ---- Reading values. A missing row reads as the column's default value.
+    // ---- Reading values. Missing rows return the column's default value.
 
     virtual bool IsNumeric() const = 0;
     virtual bool HasStringRepresentation() const { return true; }
     virtual double GetDataFloat( std::uint32_t inRow ) const = 0;
     virtual XString GetDataString( std::uint32_t inRow ) const = 0;
-    /// The first row whose stored value equals `inValue`, present or not; -1 when there is none.
+    /// The first row whose stored value equals `inValue`, present or missing; -1 if there is none.
     virtual std::int32_t FindDataFloat( double inValue ) const = 0;
-    /// The first row that reads as `inValue`; -1 when there is none.
+    /// The first row whose text is `inValue`; -1 if there is none.
     virtual std::int32_t FindDataString( const XString& inValue ) const;
     virtual bool IsFilterable() const { return true; }
 
-    /// The numbers of the present rows only, in row order.
+    /// The numbers of the present rows, in row order.
     virtual XVector<double> GetFloatVector() const;
-    /// The texts of all rows, missing ones too.
+    /// The texts of all rows, including missing ones.
     virtual XVector<XString> GetStringVector() const;
-    /// The distinct numbers of the present rows, ascending; NaN, at most once, comes first.
+    /// The distinct numbers of the present rows, ascending; NaN comes first and at most once.
     virtual XVector<double> GetFloatSet() const;
-    /// The distinct texts of the present rows in the natural order of strings; texts that it ranks equal but
-    /// that differ are all there, in bytewise order.
+    /// The distinct texts of the present rows in the natural order of strings. Different texts that it ranks
+    /// as equal are all included, in bytewise order.
     virtual XVector<XString> GetStringSet() const;
 
-    /// Up to `inMaxCount` rows from `inFirstRow` on as numbers, for loops over many of them: `values[i]` is
-    /// the number of row `inFirstRow + i` where `exists[i]` is not 0, and anything elsewhere. A text that is
-    /// no number is NaN here. The block lives until the column or `ioScratch` changes.
+    /// Up to `inMaxCount` rows from `inFirstRow` on as numbers, for loops over many rows: `values[i]` is the
+    /// number of row `inFirstRow + i` if `exists[i]` is not 0, and undefined otherwise. Texts that are not
+    /// numbers are NaN. Valid until the column or `ioScratch` changes.
     struct XFloatBlock
     {
         const double* values;
         const std::uint8_t* exists;
-        std::uint32_t count; ///< 0 when no row with a flag is left
+        std::uint32_t count; ///< 0 at the end of the column
     };
     virtual XFloatBlock
     GetFloatBlock( std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const;
 
     // ---- Order
 
-    /// Sorts by the stored values, stably in both directions, missing rows included. `outOrder[k]` is the old
-    /// row that is now row k. NaN is smaller than every number.
+    /// Sorts by the stored values, stably in both directions, including missing rows. `outOrder[k]` is the
+    /// old number of the row that is now row k. NaN is less than every number.
     virtual void Sort( XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder ) = 0;
-    /// Keeps the first present row of each distinct value; missing rows go. `outRows` are the old rows kept.
+    /// Keeps the first present row of each distinct value and removes all others, including missing rows.
+    /// `outRows` lists the old numbers of the rows kept.
     virtual void RemoveDuplicates( XVector<std::uint32_t>& outRows ) = 0;
-    /// Removes the rows that read as NaN, missing numbers among them; only columns of floating-point values
-    /// have such. `outRows` are the old rows kept; true when any row went.
+    /// Removes the rows that read as NaN, which only floating-point columns have; missing rows do, unless the
+    /// default value is a number. `outRows` lists the old numbers of the rows kept. Returns true if rows were
+    /// removed.
     virtual bool RemoveNaNs( XVector<std::uint32_t>& outRows ) = 0;
-    /// Relates the present rows to a control's value, through the numbers that the column gives and takes.
-    /// Results that are no numbers are missing.
+    /// Relates the present rows to a control's value, using the numeric values of the column. Rows whose
+    /// result is NaN become missing. Does nothing if the column is not numeric.
     virtual void NormaliseTo( double inReference, XPivotTableControlRelationship inRelationship );
-    /// Makes the column `inCount` times as long: each row `inCount` times in a row when `inInterleaved`, else
-    /// all rows, `inCount` times over.
+    /// Makes the column `inCount` times as long. With `inInterleaved` each row is repeated `inCount` times in
+    /// a row, otherwise the sequence of all rows is repeated.
     virtual void DuplicateAllValues( std::uint32_t inCount, bool inInterleaved ) = 0;
-    /// New row k is old row `inOrder[k]`. A shorter order keeps only the rows listed. Rows outside the column
-    /// are an internal error.
+    /// Reorders the rows: new row k is old row `inOrder[k]`. Rows that are not listed are removed. Rows
+    /// outside the column are an internal error.
     virtual void Reorder( const XVector<std::uint32_t>& inOrder ) = 0;
 
-    /// Same rows, each with equal number and equal text; a missing float is NaN and equals nothing, so only a
-    /// column without one equals its copy. A column always equals itself.
+    /// True if both columns have the same number of rows, with equal number and equal text in each. A missing
+    /// float is NaN and equals nothing, so a floating-point column with missing rows differs from its copy;
+    /// but every column equals itself.
     bool operator==( const XPivotColumn& inOther ) const;
 
     // ---- Storage
@@ -203,33 +206,34 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    // ---- Names of IDs, for the whole process. Registered before columns are used on several threads.
+    // ---- Names of IDs, process-wide. Register them before several threads use columns.
 
-    /// An ID that is registered already is an internal error.
+    /// Registering an ID twice is an internal error.
     static void RegisterID( XPivotColumnID inID, const XString& inName );
-    /// Makes sure that the standard IDs are registered; the first use of any name does so by itself.
+    /// Registers the standard IDs, unless this has been done; the first use of any name does so
+    /// automatically.
     static void RegisterStandardIDs();
     /// Throws 3209 for an ID that is not registered.
     static XString GetIDName( XPivotColumnID inID );
 
 protected:
     XPivotColumn() = default;
-    /// A name is given for `kPivotUserDefined` only (internal error otherwise). Throws 3209.
+    /// `inColumnName` must be empty except for `kPivotUserDefined` (internal error). Throws 3209.
     XPivotColumn(
         XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
         const XString& inUnits, std::uint32_t inRevision );
-    /// Copies are in no table; assignment leaves a column in the table it is in.
+    /// A copy is in no table; an assignment does not change the table that contains the column.
     XPivotColumn( const XPivotColumn& inOther );
     XPivotColumn& operator=( const XPivotColumn& inOther );
 
-    /// Called by SetTable after the table was stored.
+    /// Called by SetTable after the table has been set.
     virtual void SetTableSelf( XPivotTable& inTable );
-    /// Called after ID, name, channel or units of a column in a table were set. Does nothing.
+    /// Called after ID, name, channel or units of a column in a table were changed. Does nothing by default.
     virtual void DescriptorSetSelf();
 
     friend class XPivotTable;
-    /// The present rows that pass, ascending. A cancellation point. A relationship above 6 is an internal
-    /// error.
+    /// The present rows that satisfy the condition, ascending. A cancellation point. A relationship above 6
+    /// is an internal error.
     virtual XVector<std::int32_t> Filter( XPivotFilterRelationship inRelationship, double inReference ) const;
     virtual XVector<std::int32_t>
     Filter( XPivotFilterRelationship inRelationship, const XString& inReference ) const;
@@ -241,14 +245,14 @@ protected:
     virtual bool DoesPass(
         std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference ) const = 0;
 
-    /// The values of one run of present rows, in the encoding of the class.
+    /// Reads the values of one run of present rows, in the encoding of the class.
     virtual void ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) = 0;
     virtual void
     WriteSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) const = 0;
 
     virtual std::uint32_t GetColumnSizeSelf() const { return static_cast<std::uint32_t>( itsExists.size() ); }
 
-    /// What `operator==` takes for `GetDataFloat`: it never throws.
+    /// The value that `operator==` compares in place of `GetDataFloat`: must not throw.
     virtual double GetNumberToCompare( std::uint32_t inRow ) const { return GetDataFloat( inRow ); }
 
     static bool
@@ -256,18 +260,19 @@ protected:
     static bool DoesPassCompare(
         const XString& inValue, XPivotFilterRelationship inRelationship, const XString& inReference );
 
-    /// The flags, for the class that keeps values beside them.
+    /// The presence flags, for derived classes that store values beside them.
     XVector<std::uint8_t>& GetExists() { return itsExists; }
-    /// A descriptor that was written as an object; 1005 for any other object.
+    /// Reads a descriptor that was written as an object; throws 1005 for any other object.
     static XPivotColumnDescriptor ReadDescriptor( XStream& inStream, XOptions inOptions );
 
-    /// Throws the class's internal error for a run outside the column, unless the options say otherwise, else 1005:
-    /// the flags have no such run.
+    /// Throws for a run that contradicts the presence flags: 1005, or for a run outside the column the
+    /// internal error of its class unless `inOptions` has kRefuseOuterRuns.
     [[noreturn]] void RefuseRun( XStream& inStream, const XPivotRun& inRun, XOptions inOptions );
 
-    /// Every run of present rows through `WriteSparseColumnDataSelf`, and the end mark.
+    /// Writes every run of present rows with `WriteSparseColumnDataSelf`, then the end mark.
     void WriteRuns( XStream& inStream ) const;
-    /// The same through `ReadSparseColumnDataSelf`. Runs that do not cover exactly the present rows are 1005.
+    /// Reads all runs with `ReadSparseColumnDataSelf`. Throws 1005 unless they cover exactly the present
+    /// rows.
     void ReadRuns( XStream& inStream, XOptions inOptions );
 
 private:

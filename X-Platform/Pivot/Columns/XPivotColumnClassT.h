@@ -2,8 +2,8 @@
 
 #include "Pivot/Columns/XPivotColumn.h"
 
-/// What the classes of columns that can be made declare alike: class version, constructors and copies.
-/// `TColumn` is the class, `TBase` what it derives from besides.
+/// Members common to all concrete column classes: class version, constructors and copying. `TColumn` is the
+/// concrete class, `TBase` its other base class.
 template<class TColumn, class TBase, XClassNumber kClassNumber>
 class XPivotColumnClassT : public TBase
 {
@@ -12,7 +12,7 @@ public:
     static constexpr XVersion GetSuperClassVersion() { return XPivotColumn::GetClassVersion(); }
 
     XPivotColumnClassT() = default;
-    /// A name is given for `kPivotUserDefined` only (internal error otherwise). Throws 3209.
+    /// `inColumnName` must be empty except for `kPivotUserDefined` (internal error). Throws 3209.
     XPivotColumnClassT(
         XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
         const XString& inUnits, std::uint32_t inRevision = 0 )

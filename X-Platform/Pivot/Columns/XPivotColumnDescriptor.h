@@ -5,11 +5,10 @@
 #include "Core/Strings/XString.h"
 #include "Pivot/Columns/XPivotColumnID.h"
 
-/// What identifies a column: the quantity it holds, the channel it was measured in, and its units. A plain
-/// value.
+/// Identifies a column: the quantity it holds, the channel it was measured in, and its units. A plain value.
 ///
 /// Threads: as a string.
-/// Errors: reading throws 1005, 1015 and what the stream throws.
+/// Errors: reading throws 1005, 1015 and the errors of the stream.
 class KORVALE_API XPivotColumnDescriptor : public XStorable
 {
 public:
@@ -18,7 +17,7 @@ public:
 
     /// The null descriptor.
     XPivotColumnDescriptor() = default;
-    /// Takes the texts as they are given, also a name beside a standard ID.
+    /// Stores the texts unchanged, including a name given with a standard ID.
     XPivotColumnDescriptor(
         XPivotColumnID inID, const XString& inColumnName, const XString& inChannelName,
         const XString& inUnits );
@@ -29,7 +28,7 @@ public:
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
-    /// True when it names no column.
+    /// True if the descriptor identifies no column.
     bool IsNull() const { return itsID == kPivotNone; }
 
     XPivotColumnID GetID() const { return itsID; }
@@ -41,17 +40,17 @@ public:
     const XString& GetUnits() const { return itsUnits; }
     void SetUnits( const XString& inUnits ) { itsUnits = inUnits; }
 
-    /// The text that heads the column: name, units and channel, "Volume (µm³) (C1)" in Windows-1252 whatever
-    /// the system's code page is; `WCodePage::Windows1252ToUTF8` converts it. With
-    /// `inTwoLines` the channel stands on a line of its own after CR LF. A standard ID shows its registered
-    /// name, an ID that is not registered the stored one.
+    /// The heading of the column: name, units and channel, such as "Volume (µm³) (C1)", in Windows-1252
+    /// regardless of the system's code page; `WCodePage::Windows1252ToUTF8` converts it. With `inTwoLines`
+    /// the channel is on a second line, after CR LF. A standard ID shows its registered name, an unregistered
+    /// ID the stored one.
     XString GetDisplayName( bool inTwoLines = false ) const;
 
-    /// True when a column that one describes is found by the other: the name counts for user-defined columns
-    /// only, a standard quantity is known by its ID, channel and units.
+    /// True if both descriptors identify the same column. The name is compared for user-defined columns only:
+    /// a standard quantity is identified by its ID, channel and units.
     bool IsOfSameColumn( const XPivotColumnDescriptor& inOther ) const;
 
-    /// Equal to the byte in every field.
+    /// True if all fields are equal; texts are compared byte by byte.
     bool operator==( const XPivotColumnDescriptor& inOther ) const;
     /// By ID, then name, channel and units in the natural order of strings.
     bool operator<( const XPivotColumnDescriptor& inOther ) const;

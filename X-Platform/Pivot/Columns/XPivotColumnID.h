@@ -4,13 +4,13 @@
 
 #include <span>
 
-/// The quantity that a column holds. Where a quantity is known both in pixels (or frames) and in the units of
-/// the image's calibration, the second has the ending "Calibrated"; both are displayed under the same name.
-/// Applications add their own, from 32768 on, with `XPivotColumn::RegisterID`.
+/// The quantity that a column holds. Where a quantity exists both in pixels (or frames) and in calibrated
+/// units, the name of the second ends in "Calibrated"; both have the same display name. Applications register
+/// their own IDs, from 32768 on, with `XPivotColumn::RegisterID`.
 enum XPivotColumnID : std::int32_t
 {
     kPivotNone = 0,        ///< no column
-    kPivotUserDefined = 1, ///< named by whoever creates the column
+    kPivotUserDefined = 1, ///< named by the creator of the column
 
     kPivotUnknownColumn = 2,
     kPivotInternalPageColumn = 3,
@@ -154,12 +154,13 @@ enum XPivotColumnID : std::int32_t
     kPivotDistanceIntensity = 502,
 };
 
-/// A quantity that the library knows, with the name under which users see it.
+/// A standard quantity with its display name.
 struct XPivotStandardID
 {
     XPivotColumnID id;
     const char* name;
 };
 
-/// Every standard quantity, in the order of registration. Does not allocate; lives as long as the process.
+/// Every standard quantity, in the order of registration. Does not allocate; valid for the life of the
+/// process.
 KORVALE_API std::span<const XPivotStandardID> XGetPivotStandardIDs();

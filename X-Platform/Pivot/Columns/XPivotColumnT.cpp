@@ -147,7 +147,7 @@ void XPivotColumnT<T>::AppendValue( const T& inValue, bool inExists )
 template<class T>
 void XPivotColumnT<T>::SetData( const XVector<XString>& inValues )
 {
-    // Read beside the column, which stays as it is when a text is refused.
+    // Converted separately, so that the column is unchanged if a text is rejected.
     const auto count = static_cast<std::uint32_t>( inValues.size() );
     const std::unique_ptr<XPivotColumn> read( CloneWithoutCopy() );
     if ( auto* column = dynamic_cast<XPivotColumnT*>( read.get() ) )

@@ -9,10 +9,10 @@
 #include <concepts>
 #include <limits>
 
-/// A column of values of one type, one per row beside the exists flag, so that whole columns are copied,
-/// sorted and streamed as blocks. Rows that came by growth, insertion or resizing hold the default value.
+/// A column with values of one type, one per row beside its presence flag, so that whole columns are copied,
+/// sorted and streamed as blocks. Rows added by growth, insertion or resizing hold the default value.
 ///
-/// The library holds the code for the types of its columns: double, 32-bit integers, XString, XTime, XUUID,
+/// The library instantiates it for the types of its columns: double, 32-bit integers, XString, XTime, XUUID,
 /// XVersion.
 template<class T>
 class KORVALE_API XPivotColumnT : public XPivotColumn
@@ -20,26 +20,26 @@ class KORVALE_API XPivotColumnT : public XPivotColumn
 public:
     using XValue = T;
 
-    /// What missing rows read as: NaN, 0 or nothing unless another value is set.
+    /// The value of missing rows: NaN, 0 or empty unless another one is set.
     const T& GetDefaultValue() const { return itsDefaultValue; }
     void SetDefaultValue( const T& inValue ) { itsDefaultValue = inValue; }
 
     /// The stored values of all rows, present or not.
     const XVector<T>& GetDataVector() const { return itsColumnData; }
-    /// The row's value, or the default value where it is missing or outside the column.
+    /// The row's value, or the default value if it is missing or outside the column.
     const T& GetValue( std::uint32_t inRow ) const
     {
         return DoesDataExist( inRow ) ? itsColumnData[inRow] : itsDefaultValue;
     }
-    /// Stores value and presence; beyond the end the column grows by missing rows. A negative row is an
-    /// internal error.
+    /// Stores value and presence. A row beyond the end extends the column with missing rows. A negative row
+    /// is an internal error.
     virtual void SetValue( const T& inValue, std::int32_t inRow, bool inExists );
     virtual void AppendValue( const T& inValue, bool inExists );
 
     using XPivotColumn::SetData;
     void SetData( const XVector<XString>& inValues ) override;
     void SetData( const XVector<double>& inValues ) override;
-    /// `SetValue` and `AppendValue`, beside the forms for numbers and texts.
+    /// Forward to `SetValue` and `AppendValue`, as overloads beside the forms for numbers and texts.
     template<std::same_as<T> TValue>
     void SetData( const TValue& inValue, std::int32_t inRow, bool inExists )
     {
@@ -70,7 +70,7 @@ public:
     void DuplicateAllValues( std::uint32_t inCount, bool inInterleaved ) override;
     void Reorder( const XVector<std::uint32_t>& inOrder ) override;
 
-    /// The values' bytes in memory, and 4.
+    /// The size of the values in memory plus 4 bytes, not the number of bytes written.
     USize64 GetStreamUsage() const override;
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
@@ -88,7 +88,7 @@ protected:
     bool DoesPass( std::uint32_t inRow, XPivotFilterRelationship inRelationship, std::int32_t inReference )
         const override;
 
-    /// `FindDataFloat` of a class whose numbers are `inToNumber` of its values.
+    /// `FindDataFloat` for a class that converts its values to numbers with `inToNumber`.
     template<class TToNumber>
     std::int32_t FindNumber( double inNumber, TToNumber inToNumber ) const
     {
@@ -98,7 +98,7 @@ protected:
         return found == itsColumnData.end() ? -1 : static_cast<std::int32_t>( found - itsColumnData.begin() );
     }
 
-    /// `GetFloatBlock` of a class whose numbers are `inToNumber` of its values.
+    /// `GetFloatBlock` for a class that converts its values to numbers with `inToNumber`.
     template<class TToNumber>
     XFloatBlock ConvertBlock(
         std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch,
@@ -115,7 +115,7 @@ protected:
     void ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) override;
     void WriteSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) const override;
 
-    XVector<T> itsColumnData; // as long as the flags after every public operation
+    XVector<T> itsColumnData; // as long as the presence flags after every public operation
     T itsDefaultValue = MakeDefaultValue();
 
 private:

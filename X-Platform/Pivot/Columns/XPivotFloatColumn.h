@@ -3,7 +3,7 @@
 #include "Pivot/Columns/XPivotColumnClassT.h"
 #include "Pivot/Columns/XPivotNumberColumnT.h"
 
-/// Numbers; NaN where missing.
+/// A column of doubles; missing rows read as NaN.
 class KORVALE_API XPivotFloatColumn
     : public XPivotColumnClassT<XPivotFloatColumn, XPivotNumberColumnT<double>, kClassPivotFloatColumn>
 {

@@ -6,10 +6,10 @@
 
 /// A column of numbers of one type: double or a 32-bit integer.
 ///
-/// Numbers that the type cannot hold are cut off towards zero and held within its range, and NaN becomes the
-/// default value, both as values and as references of filters; but a reference that is NaN is unequal to
-/// everything. Text is taken by the number at its start (1000 when there is none, unless the value is given
-/// as missing: then it is the default value).
+/// Numbers that the type cannot represent are truncated towards zero and clamped to its range, and NaN
+/// becomes the default value. The same holds for the references of filters, except that a NaN reference stays
+/// NaN and so equals nothing. A text is converted to the number at its start; without one, setting a present
+/// row throws 1000, and a missing row gets the default value.
 template<class T>
 class KORVALE_API XPivotNumberColumnT : public XPivotColumnT<T>
 {

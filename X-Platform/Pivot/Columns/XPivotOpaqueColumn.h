@@ -3,29 +3,28 @@
 #include "Core/Streams/XByteOrder.h"
 #include "Pivot/Columns/XPivotUnknownColumn.h"
 
-/// Stands in a table for a stored column of a class that is not known, and keeps what was stored, so that the
-/// table writes it back byte for byte. Otherwise it is an unknown column with the descriptor of the stored
-/// one; written by itself, or into a stream of the other byte order, it is no more than that.
+/// Represents a stored column of an unknown class and keeps its stored bytes, so that the table writes it
+/// back byte for byte. In all other respects it is an unknown column with the descriptor of the stored one,
+/// and is written as such by itself or into a stream of the other byte order.
 ///
-/// Nobody can tell which bytes belong to which row, so the first change to the number or the order of rows
-/// lets go of them.
+/// Since the bytes cannot be assigned to rows, any change to the number or the order of rows discards them.
 class KORVALE_API XPivotOpaqueColumn : public XPivotUnknownColumn
 {
 public:
     XPivotColumn* Clone() const override { return new XPivotOpaqueColumn( *this ); }
 
-    /// Reads `inLength` bytes of a stream, a column in its envelope. Throws 1005 when they do not begin as
-    /// one, 1260.
+    /// Reads `inLength` bytes: a column in its envelope. Throws 1005 if they do not begin as one,
+    /// 1260.
     void ReadContents( XStream& inStream, USize64 inLength );
-    /// True while what was stored is kept.
+    /// True as long as the stored bytes are kept.
     bool HasContents() const { return !itsContents.empty(); }
-    /// The byte order of the stream that it was read from, and may be written to.
+    /// The byte order of the stream it was read from; WriteContents needs a stream of the same order.
     XByteOrder GetByteOrder() const { return itsByteOrder; }
     void WriteContents( XStream& inStream ) const;
 
-    /// True when what was stored does not tell the number of rows: it is that of the table.
+    /// True if the stored bytes do not contain the number of rows: then it is that of the table.
     bool TakesAnyRowCount() const { return itsTakesAnyRowCount; }
-    /// Sets the number of rows and keeps what was stored.
+    /// Sets the number of rows without discarding the stored bytes.
     void TakeRowCount( std::uint32_t inRowCount ) { XPivotUnknownColumn::ResizeRows( inRowCount ); }
 
     void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
@@ -40,7 +39,7 @@ private:
     void ReadKnownFields( XStream& inContents );
     void LetGoUnless( bool inIsUnchanged );
 
-    XVector<std::uint8_t> itsContents; // envelope included; empty once let go of
+    XVector<std::uint8_t> itsContents; // including the envelope; empty once discarded
     XByteOrder itsByteOrder = kPlatformByteOrder;
     bool itsTakesAnyRowCount = false;
 };

@@ -2,24 +2,24 @@
 
 #include "Pivot/Columns/XPivotColumnT.h"
 
-/// A column whose rows name objects by their identifiers and show them by small numbers, the user-visible
-/// IDs. Numbers, texts, filters and the order of sorting are those of the user-visible IDs; 0 stands for no
-/// object.
+/// A column whose rows refer to objects by identifier and show them as small numbers, the user-visible IDs.
+/// Numbers, texts, filters and sorting use the user-visible IDs; 0 means no object.
 ///
-/// Text that is stored is an identifier in either form that XUUID reads (1026 for any other, unless the value
-/// is given as missing: then it is the default value). Numbers cannot be stored and are ignored.
+/// A text that is stored must be an identifier in either form that XUUID reads; for any other text, setting a
+/// present row throws 1026, and a missing row gets the default value. Numbers cannot be stored and are
+/// ignored.
 class KORVALE_API XPivotReferenceColumn : public XPivotColumnT<XUUID>
 {
 public:
-    /// In pivots, whose rows are no objects, the user-visible IDs alone: a column of unsigned integers.
+    /// For pivots, whose rows are not objects: a column of unsigned integers with the user-visible IDs.
     XPivotColumn* CloneForPivot() const override;
     XPivotColumn* CloneWithoutCopyForPivot() const override;
 
-    /// 0 for a row without a value, and for one that names nothing known.
+    /// 0 for a missing row and for an identifier that is not known.
     virtual std::uint32_t GetDataUserVisibleID( std::uint32_t inRow ) const = 0;
     XVector<std::uint32_t> GetUserVisibleIDVector() const;
 
-    /// All zeros for a row without a value.
+    /// The nil identifier for a missing row.
     const XUUID& GetDataUUID( std::uint32_t inRow ) const { return GetValue( inRow ); }
     /// The identifiers of all rows.
     XVector<XUUID> GetUUIDVector() const;
@@ -30,7 +30,7 @@ public:
     bool IsNumeric() const override;
     double GetDataFloat( std::uint32_t inRow ) const override;
     XString GetDataString( std::uint32_t inRow ) const override;
-    /// The first row with that user-visible ID, -1 when there is none and for 0.
+    /// The first row with that user-visible ID; -1 if there is none, and for 0.
     std::int32_t FindDataFloat( double inValue ) const override;
 
     void Sort( XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder ) override;

@@ -7,10 +7,10 @@
 
 class XPivotTextPool;
 
-/// Texts; empty where missing. A number is kept as its text. `GetDataFloat` is the number at the start of the
-/// text and throws 1000 where there is none.
+/// A column of texts; missing rows are empty. Numbers are stored as text. `GetDataFloat` returns the number
+/// at the start of the text and throws 1000 if there is none.
 ///
-/// Equal texts share one storage where many are equal, also when they are added or read one by one.
+/// Equal texts share storage if many are equal, also when they are added or read one by one.
 class KORVALE_API XPivotStringColumn
     : public XPivotColumnClassT<XPivotStringColumn, XPivotColumnT<XString>, kClassPivotStringColumn>
 {
@@ -44,7 +44,7 @@ protected:
     void ReadSparseColumnDataSelf( XStream& inStream, USize inStartRow, USize inRunLength ) override;
 
 private:
-    /// Made when it is first needed. A copy of a column has one of its own.
+    /// A text pool created when first needed. It is not copied: each column has its own.
     class KORVALE_API XOwnPool
     {
     public:

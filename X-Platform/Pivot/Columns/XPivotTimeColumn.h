@@ -3,9 +3,9 @@
 #include "Pivot/Columns/XPivotColumnClassT.h"
 #include "Pivot/Columns/XPivotColumnT.h"
 
-/// Points in time or lengths of time; the time 0 where missing. A number is a count of microseconds, text is
-/// what XTime reads (1007 for any other, unless the value is given as missing: then it is the default value).
-/// Shown as date and time.
+/// A column of points in time or durations; missing rows read as the time 0. As a number, a time is its count
+/// of microseconds. Texts are parsed like those of XTime; for any other text, setting a present row throws
+/// 1007, and a missing row gets the default value. Shown as date and time.
 class KORVALE_API XPivotTimeColumn
     : public XPivotColumnClassT<XPivotTimeColumn, XPivotColumnT<XTime>, kClassPivotTimeColumn>
 {

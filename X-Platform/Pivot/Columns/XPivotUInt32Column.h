@@ -3,7 +3,7 @@
 #include "Pivot/Columns/XPivotColumnClassT.h"
 #include "Pivot/Columns/XPivotNumberColumnT.h"
 
-/// Unsigned 32-bit integers; 0 where missing.
+/// A column of unsigned 32-bit integers; missing rows read as 0.
 class KORVALE_API XPivotUInt32Column
     : public XPivotColumnClassT<
           XPivotUInt32Column, XPivotNumberColumnT<std::uint32_t>, kClassPivotUInt32Column>

@@ -36,7 +36,7 @@ bool XPivotUUIDColumn::DoesPass(
     return DoesPassCompare( GetDataFloat( inRow ), inRelationship, inReference );
 }
 
-// A part of an identifier's text is no identifier, so what is contained stays a text.
+// A part of an identifier's text is not an identifier, so kFilterContains compares texts.
 bool XPivotUUIDColumn::DoesPass(
     std::uint32_t inRow, XPivotFilterRelationship inRelationship, const XString& inReference ) const
 {

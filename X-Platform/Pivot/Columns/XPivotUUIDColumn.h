@@ -3,9 +3,10 @@
 #include "Pivot/Columns/XPivotColumnClassT.h"
 #include "Pivot/Columns/XPivotColumnT.h"
 
-/// Identifiers; all zeros where missing. The number of an identifier is its hash, so numbers cannot be stored
-/// and are ignored; references that are numbers are compared with the hash. Text is either form that XUUID
-/// reads (1026 for any other, unless the value is given as missing: then it is the default value).
+/// A column of identifiers; missing rows read as the nil identifier. As a number, an identifier is its hash,
+/// so numbers cannot be stored and are ignored; numeric references of filters are compared with the hash.
+/// Texts are parsed in either form that XUUID reads; for any other text, setting a present row throws 1026,
+/// and a missing row gets the default value.
 class KORVALE_API XPivotUUIDColumn
     : public XPivotColumnClassT<XPivotUUIDColumn, XPivotColumnT<XUUID>, kClassPivotUUIDColumn>
 {

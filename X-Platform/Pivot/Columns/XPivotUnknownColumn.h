@@ -2,8 +2,8 @@
 
 #include "Pivot/Columns/XPivotColumnClassT.h"
 
-/// Stands in a table for a column that has rows but no values: every row reads "N/A" and 0, none is present,
-/// none passes a filter. Setting values does nothing, sorting leaves it as it is.
+/// A column that has rows but no values: every row reads as "N/A" and 0, none is present, and none passes a
+/// filter. Setting values and sorting do nothing.
 class KORVALE_API XPivotUnknownColumn
     : public XPivotColumnClassT<XPivotUnknownColumn, XPivotColumn, kClassPivotUnknownColumn>
 {

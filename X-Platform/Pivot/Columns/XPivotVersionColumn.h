@@ -3,8 +3,8 @@
 #include "Pivot/Columns/XPivotColumnClassT.h"
 #include "Pivot/Columns/XPivotColumnT.h"
 
-/// Class versions, shown as the class's description; version 0 where missing. Its numbers are all NaN.
-/// Neither numbers nor texts can be stored: they are ignored.
+/// A column of class versions, shown as the description of the class; missing rows read as version 0. Their
+/// numbers are NaN. Numbers and texts cannot be stored and are ignored.
 class KORVALE_API XPivotVersionColumn
     : public XPivotColumnClassT<XPivotVersionColumn, XPivotColumnT<XVersion>, kClassPivotVersionColumn>
 {

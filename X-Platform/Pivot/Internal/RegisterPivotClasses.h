@@ -1,5 +1,5 @@
 #pragma once
 
-/// Registers the descriptor, every column, the table and the accumulator with XClassRegistry. Called by
-/// `XClassRegistry::RegisterStandardClasses`; calling it again changes nothing.
+/// Registers the descriptor, every column class, the table and the accumulator with XClassRegistry. Called by
+/// `XClassRegistry::RegisterStandardClasses`; further calls change nothing.
 void RegisterPivotClasses();

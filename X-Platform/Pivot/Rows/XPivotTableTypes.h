@@ -2,8 +2,8 @@
 
 #include "Ground/XTypes.h"
 
-// Enumerations of XPivotTable that columns use too. XPivotTable carries them under its own name; they stand
-// here because the table owns columns and columns must not include the table.
+// Enumerations of XPivotTable that columns use too; XPivotTable makes them available as its members. They are
+// defined here because columns must not include the table.
 
 /// How a row's value v is compared with a reference r.
 enum XPivotFilterRelationship : std::uint32_t
@@ -17,7 +17,7 @@ enum XPivotFilterRelationship : std::uint32_t
     kFilterGreaterOrEqual = 6
 };
 
-/// Any value but 0 is descending.
+/// Any value except 0 is descending.
 enum XPivotSortDirection : std::uint32_t
 {
     kSortAscending = 0,

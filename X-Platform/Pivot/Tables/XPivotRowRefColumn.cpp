@@ -179,8 +179,8 @@ void XPivotRowRefColumn::HoldRows( USize inFirst, USize inEnd )
         HoldRow( static_cast<std::uint32_t>( row ) );
 }
 
-/// Gives back one row's reference. Which of the other rows is named, where there are some, is looked for when it
-/// is asked for: they may all be released next.
+/// Releases one row's reference. If other rows hold the identifier, the row to name is searched only when
+/// needed: they may all be released next.
 void XPivotRowRefColumn::Release( XPlace inPlace, std::uint32_t inRow )
 {
     if ( inPlace == kNoPlace )
@@ -199,7 +199,7 @@ void XPivotRowRefColumn::ReleaseRows( USize inFirst, USize inEnd )
         Release( std::exchange( itsRowPlaces[row], kNoPlace ), static_cast<std::uint32_t>( row ) );
 }
 
-/// Tells the records of all rows from the first on where they are.
+/// Sets the row of the records of all rows from the first one on.
 void XPivotRowRefColumn::NameRows( USize inFirst )
 {
     for ( USize row = inFirst; row < itsRowPlaces.size(); ++row )
@@ -334,7 +334,7 @@ void XPivotRowRefColumn::CopyRowsOver(
     auto& destination = static_cast<XPivotRowRefColumn&>( inDestination );
     destination.RequireUserVisibleIDs( inCount );
     XPivotReferenceColumn::CopyRowsOver( inSourceRow, destination, inDestinationRow, inCount );
-    // Held before the rows that were there let go, so that what stands on both sides keeps its number.
+    // Added before the previous rows are released, so that identifiers in both keep their numbers.
     auto& places = destination.itsRowPlaces;
     const auto first = places.begin() + static_cast<std::ptrdiff_t>( inDestinationRow );
     const XVector<XPlace> replaced( first, first + static_cast<std::ptrdiff_t>( inCount ) );

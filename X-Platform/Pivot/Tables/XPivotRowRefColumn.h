@@ -6,49 +6,50 @@
 
 #include <set>
 
-/// The identities of a table's rows: each row holds the identifier of its object, and the column gives every
-/// identifier that it meets a user-visible ID, 1 and upwards. Other columns and the program may hold
-/// references to the same identifiers, in the table or not.
+/// The identities of a table's rows: each row holds the identifier of its object, and the column assigns to
+/// each new identifier a user-visible ID, counting from 1. Other columns and the program may hold references
+/// to the same identifiers, whether or not a row of the table holds them.
 ///
-/// For each identifier there is a record, which lives as long as a row holds the identifier, a reference was added and
-/// not given back, or the table keeps it for rows that refer to it. Row operations keep the records in step: a record
-/// names a row that holds its identifier, any one where several do. The identifier of all zeros stands for no object
-/// and is never recorded. No two identifiers have one user-visible ID.
+/// Each identifier has a record, which exists as long as a row holds the identifier, an added reference has
+/// not been released, or the table keeps it for rows that refer to it. Row operations update the records: a
+/// record names a row that holds its identifier, or any one of several. The nil identifier means no object
+/// and is never recorded. User-visible IDs are unique.
 ///
-/// Errors: user-visible IDs that would run past the top of their range are an internal error. Reading throws
-/// 1005 for records that contradict the rows or one another, for equal user-visible IDs and for a next one
-/// that is in use, besides what XPivotColumn throws.
+/// Errors: exceeding the range of user-visible IDs is an internal error. Besides the errors of XPivotColumn,
+/// reading throws 1005 for records that contradict the rows or one another, for duplicate user-visible IDs
+/// and for a next ID that is in use.
 class KORVALE_API XPivotRowRefColumn
     : public XPivotColumnClassT<XPivotRowRefColumn, XPivotReferenceColumn, kClassPivotRowRefColumn>
 {
 public:
     using XPivotColumnClassT::XPivotColumnClassT;
 
-    /// In place of a row, in records of identifiers that no row holds.
+    /// Replaces the row number in records of identifiers that no row holds.
     static constexpr std::uint32_t kNoRow = XPivotRowRefs::kNoRow;
 
-    /// A record, as it is stored.
+    /// A record in its stored form.
     struct XReference
     {
         XUUID uuid;
-        std::uint32_t count;         ///< of references, those of rows included
+        std::uint32_t count;         ///< of references, including those of rows
         std::uint32_t userVisibleID; ///< never 0
-        std::uint32_t row;           ///< or kNoRow
+        std::uint32_t row;           ///< kNoRow if no row holds the identifier
 
         bool operator==( const XReference& ) const = default;
     };
 
     // ---- References
 
-    /// Registers a reference of a row that is to hold the identifier; rows that are set do so by themselves.
-    /// The user-visible ID 0 takes the next one; one that another identifier has is 1013. Overwrites row and
-    /// user-visible ID of a record that is there.
+    /// Adds a reference to an identifier that row `inRow` is going to hold, names that row in the record and
+    /// sets the user-visible ID, also in an existing record. Setting the value of a row adds its reference
+    /// automatically. The ID 0 selects the next one; an ID of another identifier is 1013. Release the
+    /// reference with `DeleteRef( inUUID )`.
     void AddRef( std::uint32_t inRow, const XUUID& inUUID, std::uint32_t inUserVisibleID );
-    /// Registers a reference from elsewhere. A new record takes the next user-visible ID and has no row.
+    /// Adds a reference from elsewhere. A new record gets the next user-visible ID and has no row.
     void AddRef( const XUUID& inUUID );
-    /// Gives back a reference from elsewhere, if there is one.
+    /// Releases a reference from elsewhere; does nothing if there is none.
     void DeleteRef( const XUUID& inUUID );
-    /// Gives back the references of rows, which are left without values.
+    /// Releases the references of rows, which become missing.
     void DeleteRef( std::uint32_t inRow ) { SetDataExists( static_cast<std::int32_t>( inRow ), false ); }
     void DeleteRefs( std::uint32_t inFirst, std::uint32_t inCount );
     void DeleteRefs( const XVector<std::uint32_t>& inRows );
@@ -60,18 +61,18 @@ public:
     // ---- User-visible IDs
 
     std::uint32_t GetDataUserVisibleID( std::uint32_t inRow ) const override;
-    /// 0 for an identifier that is not known.
+    /// 0 for an unknown identifier.
     std::uint32_t GetDataUserVisibleID( const XUUID& inUUID ) const;
-    /// The ID that the next new identifier takes. It passes over IDs that were given.
+    /// The ID that the next new identifier will get. IDs already in use are skipped.
     std::uint32_t GetNextUserVisibleID() const { return itsNumbering.next; }
-    /// Numbers the identifiers anew: those of rows from 1 on in the order of their first rows, then all
+    /// Renumbers the identifiers from 1: those of rows first, in the order of their first rows, then all
     /// others.
     void RenumberUserVisibleIDs();
 
-    /// The row that the record names; -1 for identifiers that no row holds. Fast, unless the row that was
-    /// named has changed while others hold the identifier: then all rows are searched.
+    /// The row named by the record; -1 for identifiers that no row holds. Takes constant time, unless the
+    /// named row has changed while other rows hold the identifier: then all rows are searched.
     std::int32_t FindDataUUID( const XUUID& inUUID ) const;
-    /// The same, by the user-visible ID.
+    /// Finds a row by user-visible ID; otherwise like FindDataUUID.
     std::int32_t FindDataFloat( double inValue ) const override;
 
     // ---- Rows
@@ -89,7 +90,7 @@ public:
         std::uint32_t inCount ) const override;
     void InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount ) override;
     void ResizeRows( std::uint32_t inRowCount ) override;
-    /// For rows that each hold an identifier of their own.
+    /// Assumes that each row holds a different identifier.
     void ReserveRows( std::uint32_t inRowCount ) override;
     using XPivotReferenceColumn::DeleteItems;
     void DeleteItems( std::uint32_t inFirst, std::uint32_t inCount ) override;
@@ -106,7 +107,7 @@ protected:
 
 private:
     friend class XPivotTable;           // takes user-visible IDs back
-    friend class XPivotTableReferences; // keeps objects known that rows refer to
+    friend class XPivotTableReferences; // keeps objects that rows refer to
 
     using XPlace = XPivotRowRefs::XPlace;
     static constexpr XPlace kNoPlace = XPivotRowRefs::kNoPlace;
@@ -114,7 +115,7 @@ private:
     struct XNumbering
     {
         std::uint32_t next = 1;        // never in use
-        std::set<std::uint32_t> ahead; // those in use above it
+        std::set<std::uint32_t> ahead; // the IDs in use above `next`
     };
 
     void RequireUserVisibleIDs( USize64 inCount ) const;
@@ -142,6 +143,6 @@ private:
     void FindRowPlaces( XStream& inStream );
 
     XPivotRowRefs itsRefs;
-    XVector<XPlace> itsRowPlaces; // of each row's record; kNoPlace for rows that name no object
+    XVector<XPlace> itsRowPlaces; // of each row's record; kNoPlace for rows without an object
     XNumbering itsNumbering;
 };

@@ -7,7 +7,8 @@
 
 namespace
 {
-/// Different in every process, so that nobody can make a file whose identifiers all fall into one bucket.
+/// Different in every process, so that a file cannot be constructed whose identifiers all fall into one
+/// bucket.
 std::uint64_t MakeSeed()
 {
     static int sObject;
@@ -148,7 +149,7 @@ void XPivotRowRefs::Remove( XPlace inPlace )
     }
 }
 
-/// Enters all records anew: the entries do not have the whole of their hashes.
+/// Enters all records again, because the entries do not contain their complete hashes.
 void XPivotRowRefs::SetBucketCount( std::size_t inCount )
 {
     XVector<XBucket>( inCount ).swap( itsBuckets );

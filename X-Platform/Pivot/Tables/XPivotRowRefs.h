@@ -6,26 +6,26 @@
 
 #include <map>
 
-/// What a row-reference column knows of the identifiers it has met: one record for each, found by its identifier or
-/// its user-visible ID. Internal.
+/// The records of a row-reference column: one for each known identifier, found by identifier or by
+/// user-visible ID. Internal.
 ///
-/// Records lie in a block, in the order in which they came, and are known by their places in it, which are theirs as
-/// long as they live. Places of records that are gone are used again.
+/// Records are stored in one block in the order of their creation. A record is referred to by its place,
+/// which is fixed for its life; places of removed records are reused.
 class KORVALE_API XPivotRowRefs
 {
 public:
     using XPlace = std::uint32_t;
     static constexpr XPlace kNoPlace = 0xFFFFFFFF;
     static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
-    static constexpr std::uint32_t kSomeRow = 0xFFFFFFFE; // which is to be looked for
+    static constexpr std::uint32_t kSomeRow = 0xFFFFFFFE; // a row that has yet to be searched
 
     struct XRecord
     {
         XUUID uuid;
-        std::uint32_t rows : 31 = 0;     ///< rows of the column that hold it, at most XPivotColumn::kMaxRows
-        std::uint32_t isKept : 1 = 0;    ///< by the table, for rows that refer to it: one reference more
+        std::uint32_t rows : 31 = 0;     ///< rows of the column that hold it; at most XPivotColumn::kMaxRows
+        std::uint32_t isKept : 1 = 0;    ///< the table holds a reference, for rows that refer to it
         std::uint32_t others = 0;        ///< references from elsewhere
-        std::uint32_t userVisibleID = 0; ///< 0: none yet; set by SetUserVisibleID
+        std::uint32_t userVisibleID = 0; ///< 0: none yet; see SetUserVisibleID
         std::uint32_t row = kNoRow;      ///< one of the rows that hold it, kNoRow or kSomeRow
 
         void AddRows( std::uint32_t inCount ) { rows = ( rows + inCount ) & XPivotColumn::kMaxRows; }
@@ -33,27 +33,27 @@ public:
 
     XPivotRowRefs();
 
-    /// Makes room for that many records in all, so that adding them takes no more memory than they need.
+    /// Reserves memory for that many records in total, so that adding them does not over-allocate.
     void Reserve( std::size_t inCount );
-    /// What a record takes up in memory that was reserved.
+    /// The memory that a record takes if it was reserved.
     static constexpr std::size_t GetBytesPerRecord()
     {
         return sizeof( XRecord ) + ( sizeof( XBucket ) + kMostPerBucket - 1 ) / kMostPerBucket;
     }
 
     std::uint32_t GetSize() const { return itsSize; }
-    /// All places are below it, free ones too.
+    /// All places, including free ones, are below it.
     XPlace GetEndPlace() const { return static_cast<XPlace>( itsRecords.size() ); }
 
-    /// kNoPlace where there is none.
+    /// kNoPlace if there is no record.
     XPlace Find( const XUUID& inUUID ) const;
-    /// Makes one without references where there is none.
+    /// Creates a record without references if there is none.
     XPlace FindOrAdd( const XUUID& inUUID );
     void Remove( XPlace inPlace );
 
-    /// kNoPlace where no record has it.
+    /// kNoPlace if no record has the ID.
     XPlace FindUserVisibleID( std::uint32_t inID ) const;
-    /// An ID that no other record has, or 0.
+    /// Sets an ID that no other record has, or 0.
     void SetUserVisibleID( XPlace inPlace, std::uint32_t inID );
 
     XPlace GetPlace( const XRecord& inRecord ) const
@@ -91,22 +91,22 @@ private:
     static constexpr std::uint16_t kManyPassed = 0xFFFF;
     static constexpr std::size_t kMostIDsPerPlace = 2;
 
-    /// A cache line of entries: a record's place and a part of the hash of its identifier. Where one bucket is full, the
-    /// next takes its entries and the full one counts them.
+    /// One cache line of entries: the place of a record and part of the hash of its identifier. Entries that
+    /// do not fit are stored in following buckets and counted in `passed`.
     struct alignas( 64 ) XBucket
     {
         std::uint16_t used = 0;
-        /// Entries in later buckets that belong here or before, and were passed on. From kManyPassed on it stays: too
-        /// many are looked at then, never too few.
+        /// The number of entries in later buckets that belong to this or an earlier bucket. It stays at
+        /// kManyPassed once reached: then searches visit too many buckets, never too few.
         std::uint16_t passed = 0;
         std::uint16_t tags[kEntries];
         XPlace places[kEntries];
     };
 
-    // No record is kept for the identifier of nothing, so it marks free places.
+    // The nil identifier has no record, so it marks free places.
     static bool IsUsed( const XRecord& inRecord ) { return !inRecord.uuid.IsNil(); }
     XPlace TakePlace();
-    /// The first bucket for a hash, which its upper bits tell; its lower ones are its tag.
+    /// The first bucket for a hash, taken from its upper bits; the lower bits are the tag.
     std::size_t GetBucket( std::uint32_t inHash ) const
     {
         return static_cast<std::size_t>( std::uint64_t( inHash ) * itsBuckets.size() >> 32 );
@@ -122,15 +122,15 @@ private:
     {
         return inPlace < itsRecords.size() && itsRecords[inPlace].userVisibleID == inID;
     }
-    /// Where the record of an ID is as long as IDs are given in their order and none goes.
+    /// The place of an ID as long as IDs are assigned in order and no record is removed.
     static XPlace GetFirstPlace( std::uint32_t inID ) { return inID - 1; }
 
     XVector<XRecord> itsRecords;
     XVector<XBucket> itsBuckets;
     XVector<XPlace> itsFreePlaces;
-    // Of low IDs that are not in their first places, by the ID; of one that was given up until another takes it, which
-    // the record there tells.
+    // Indexed by ID: the places of low IDs that are not in their first places. An entry of a released ID
+    // stays until the ID is used again; the record at the place shows whether the entry is current.
     XVector<XPlace> itsPlacesByID;
-    std::map<std::uint32_t, XPlace> itsPlacesOfHighIDs; // too high for that when they were set
+    std::map<std::uint32_t, XPlace> itsPlacesOfHighIDs; // those too high for itsPlacesByID when they were set
     std::uint32_t itsSize = 0;
 };

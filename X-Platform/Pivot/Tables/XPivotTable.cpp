@@ -218,7 +218,7 @@ void XPivotTable::Append( const XPivotTable& inOther )
     }
     catch ( ... )
     {
-        // A text that is no number where a column of numbers is, for one.
+        // For instance because of a text that is not a number, for a column of numbers.
         itsColumns.resize( columns );
         BindColumns();
         for ( std::uint32_t i = 0; i < columns; ++i )

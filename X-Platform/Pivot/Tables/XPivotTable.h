@@ -10,17 +10,17 @@
 
 class XPivotStringColumn;
 
-/// A table of measurements: columns of equal length, kept in step through every row operation. Columns that
-/// refer to rows of the table are bound anew whenever row-reference columns come, go, move with the table or
-/// change their descriptors.
+/// A table of measurements: columns of equal length, kept consistent by every row operation. Columns that
+/// refer to rows of the table are bound again whenever row-reference columns are added, removed, moved with
+/// the table or change their descriptors.
 ///
-/// Ownership: the table owns its columns. Whoever changes the rows of a column past the table sees to it that
-/// all columns end up with equal row counts.
+/// Ownership: the table owns its columns. Code that changes the rows of a column directly must ensure that
+/// all columns end up with the same number of rows.
 /// Threads: not locked; one thread at a time.
-/// Errors: a column of another length, a row or column outside the table are internal errors (1006). Reading
-/// throws 1005 for what is inconsistent, 1015, 1260, and then leaves the table as it was. A column of a class
-/// that is not known is no error: it becomes an XPivotOpaqueColumn.
-/// Units: rows and columns count from 0.
+/// Errors: a column of another length and a row or column outside the table are internal errors (1006).
+/// Reading throws 1005 for inconsistent contents, 1015 and 1260, and then leaves the table unchanged. A
+/// column of an unknown class is not an error: it becomes an XPivotOpaqueColumn.
+/// Units: rows and columns are numbered from 0.
 class KORVALE_API XPivotTable : public XStorable
 {
 public:
@@ -37,7 +37,7 @@ public:
         std::uint32_t column;
         XPivotSortDirection direction = kSortAscending;
     };
-    /// What a pivot reduces: the values of a column, and how.
+    /// One value of a pivot: a column and the aggregates to compute of it.
     struct XPivotValue
     {
         std::uint32_t column;
@@ -45,17 +45,17 @@ public:
     };
     using XColumnIndices = XVector<std::uint32_t>;
 
-    /// Combinations of row keys times combinations of column keys.
+    /// Limit of the number of row-key combinations times the number of column-key combinations.
     static constexpr std::uint32_t kMaxPivotCells = 1u << 28;
 
     static constexpr XVersion GetClassVersion() { return XVersion( kClassPivotTable ); }
     static constexpr XVersion GetSuperClassVersion() { return XVersion(); }
 
     XPivotTable() = default;
-    /// Deep copies of the columns.
+    /// Makes deep copies of the columns.
     XPivotTable( const XPivotTable& inOther );
     XPivotTable& operator=( const XPivotTable& inOther );
-    /// Leave the other table without columns.
+    /// A move leaves the other table without columns.
     XPivotTable( XPivotTable&& inOther ) noexcept;
     XPivotTable& operator=( XPivotTable&& inOther ) noexcept;
     ~XPivotTable() override;
@@ -69,144 +69,148 @@ public:
     /// 0 for a table without columns.
     std::uint32_t GetNumRows() const;
 
-    /// Takes the column; it has as many rows as the table, unless it is the first. Returns it.
+    /// Takes ownership of the column and returns it. Unless it is the first, it must have as many rows as the
+    /// table.
     template<class T>
     T& AddColumn( std::unique_ptr<T> inColumn )
     {
         return static_cast<T&>( InsertColumn( GetNumColumns(), std::move( inColumn ) ) );
     }
     XPivotColumn& InsertColumn( std::uint32_t inIndex, std::unique_ptr<XPivotColumn> inColumn );
-    /// Takes the column out of the table.
+    /// Removes the column from the table and returns it.
     std::unique_ptr<XPivotColumn> RemoveColumn( std::uint32_t inIndex );
 
     XPivotColumn& GetColumn( std::uint32_t inIndex );
     const XPivotColumn& GetColumn( std::uint32_t inIndex ) const;
 
-    /// The first column that the descriptor describes, or null. The name counts for user-defined columns
-    /// only: a standard quantity is found by its ID, channel and units.
+    /// The first column that matches the descriptor, or null. The name is compared for user-defined columns
+    /// only: a standard quantity is identified by its ID, channel and units.
     XPivotColumn* FindColumn( const XPivotColumnDescriptor& inDescriptor );
     const XPivotColumn* FindColumn( const XPivotColumnDescriptor& inDescriptor ) const;
-    /// Its index, or -1.
+    /// The index of that column, or -1.
     std::int32_t FindColumnIndex( const XPivotColumnDescriptor& inDescriptor ) const;
 
-    // ---- Rows. An object whose row goes stays known to its row-reference column, with its number, as long as
-    // rows of the table refer to it.
+    // ---- Rows. When the row of an object is removed, the row-reference column keeps the object and its
+    // number as long as rows of the table refer to it.
 
     void AppendEmptyRows( std::uint32_t inCount ) { InsertEmptyRows( GetNumRows(), inCount ); }
     void InsertEmptyRows( std::uint32_t inRow, std::uint32_t inCount );
-    /// Sets memory aside for that many rows in all, in each of the columns that there are.
+    /// Reserves memory for that many rows in total, in each existing column.
     void ReserveRows( std::uint32_t inRowCount );
-    /// Appends the rows of another table. Columns are matched by descriptor; those that only the other table
-    /// has are added, and rows are missing wherever a table has no such column. When it fails, this table is
-    /// as before.
+    /// Appends the rows of another table. Columns are matched by descriptor; columns that only the other
+    /// table has are added, and rows without a value for a column are missing. On error, this table is
+    /// unchanged.
     void Append( const XPivotTable& inOther );
 
     void DeleteRows( std::uint32_t inFirst, std::uint32_t inCount );
-    /// The rows listed, in any order.
+    /// Removes the listed rows; their order does not matter.
     void DeleteRows( const XVector<std::uint32_t>& inRows );
-    /// Keeps the rows listed, in that order, and removes all others. A row listed twice is there twice.
+    /// Keeps the listed rows, in that order, and removes all others. A row listed twice is duplicated.
     void KeepRows( const XVector<std::uint32_t>& inRows );
     void Clear() { DeleteRows( 0, GetNumRows() ); }
-    /// Puts a copy right behind each row listed; two where it is listed twice.
+    /// Inserts a copy behind each listed row, once for each time it is listed.
     void DuplicateRows( const XVector<std::uint32_t>& inRows );
-    /// Makes the table `inCount` times as long: each row `inCount` times in a row when `inInterleaved`, else
-    /// all rows, `inCount` times over.
+    /// Makes the table `inCount` times as long. With `inInterleaved` each row is repeated `inCount` times in
+    /// a row, otherwise the sequence of all rows is repeated.
     void DuplicateAllRows( std::uint32_t inCount, bool inInterleaved );
-    /// Keeps the first of rows that hold the same in each of the columns listed, or in all columns where none
-    /// is. Missing is the same as missing, NaN as NaN, 0 as -0; texts are compared byte by byte. `outRows`,
-    /// where asked for, are the old rows kept.
+    /// Of rows that have equal values in each of the listed columns, or in all columns if none is listed,
+    /// keeps the first. Missing values are equal to each other, so are NaNs, and 0 equals -0; texts are
+    /// compared byte by byte. `outRows`, unless null, receives the old numbers of the rows kept.
     void RemoveDuplicates(
         const XColumnIndices& inColumns = XColumnIndices(), XVector<std::uint32_t>* outRows = nullptr );
 
     // ---- Order
 
-    /// Sorts all rows by the values of one column, stably in both directions. `outOrder[k]`, where asked for,
-    /// is the old row that is now row k. Missing rows and NaN go where the column's own Sort puts them.
+    /// Sorts all rows by one column, stably in both directions. `outOrder[k]`, unless null, is the old number
+    /// of the row that is now row k. Missing rows and NaN are placed as by the column's own Sort.
     void Sort(
         std::uint32_t inColumn, XPivotSortDirection inDirection, XVector<std::uint32_t>* outOrder = nullptr );
-    /// The same by several columns: the first decides, each further one among rows that are equal so far.
+    /// Sorts by several columns; the first key is the most significant.
     void Sort( const XVector<XSortKey>& inKeys, XVector<std::uint32_t>* outOrder = nullptr );
 
     // ---- Filters
 
-    /// The rows whose value in a column is present and passes, ascending. A cancellation point.
+    /// The rows whose value in a column is present and satisfies the condition, ascending. A cancellation
+    /// point.
     XVector<std::uint32_t>
     FindRows( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference ) const;
     XVector<std::uint32_t> FindRows(
         std::uint32_t inColumn, XPivotFilterRelationship inRelationship, const XString& inReference ) const;
-    /// The rows that pass a whole expression, ascending.
+    /// The rows that satisfy a filter expression, ascending.
     XVector<std::uint32_t> FindRows( const XPivotTableFilter& inFilter ) const;
-    /// Keeps those rows and removes all others.
+    /// Keeps the rows that FindRows returns and removes all others.
     void FilterRows( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference );
     void
     FilterRows( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, const XString& inReference );
     void FilterRows( const XPivotTableFilter& inFilter ) { KeepRows( FindRows( inFilter ) ); }
 
-    // ---- Pivots. Keys are told apart by their values, not by how they are shown: missing is one key, NaN is
-    // another. Groups come out in the sort order of their keys, missing ones first.
+    // ---- Pivots. Keys are compared by value, not by display text: missing values are one key, NaN another.
+    // Groups are in the sort order of their keys, missing ones first.
 
-    /// One row for each combination of row keys that occurs, and for each value and each combination of
-    /// column keys that occurs the columns that its accumulator fills from the rows of that cell. Without row
-    /// keys there is one row, without column keys one group of columns.
+    /// Returns a table with one row for each combination of row keys that occurs. For each value and each
+    /// combination of column keys that occurs, it has the columns that the value's accumulator computes from
+    /// the rows of each cell. Without row keys there is one row, without column keys one group of columns.
     ///
-    /// The key columns come first. Result columns are user-defined and headed by the accumulator's column
-    /// string, "Mean"; before it stand the column keys, where there are some, and the name of the value's
-    /// column, where there are several values: "3, treated: Area: Mean". Numbers that would look alike are
-    /// named exactly there, and what still looks alike is counted: "0", "0 (2)". They have the channel of the value's
-    /// column, and its units where the result is measured in them. "Value" columns are of the class of the
-    /// value's column, all others are numbers; invalid results are missing. A cell without rows shows the
-    /// accumulator's defaults.
+    /// The key columns come first. Result columns are user-defined. Their heading is the column string of the
+    /// accumulator, such as "Mean", preceded by the column keys, if any, and by the name of the value's
+    /// column if there are several values: "3, treated: Area: Mean". Numbers that would look alike are
+    /// written exactly; headings that are still equal are numbered: "0", "0 (2)". Result columns have the
+    /// channel of the value's column, and its units if the result has these units. "Value" columns have the
+    /// class of the value's column, all others are numeric; invalid results are missing. A cell without rows
+    /// shows the defaults of the accumulator.
     ///
-    /// Throws 1012 when the keys would span more than kMaxPivotCells cells.
+    /// Throws 1012 if the keys would result in more than kMaxPivotCells cells.
     XPivotTable Pivot(
         const XColumnIndices& inRowKeys, const XColumnIndices& inColumnKeys,
         const XVector<XPivotValue>& inValues ) const;
-    /// A pivot for each combination of page keys, on rows of its own: the pages follow each other. Before the
-    /// row keys stand the page's number (kPivotInternalPageColumn, from 1) and the page keys.
+    /// Computes a pivot for each combination of page keys and concatenates the results as rows of one table.
+    /// The columns of the page number (kPivotInternalPageColumn, from 1) and of the page keys precede the row
+    /// keys.
     XPivotTable PagePivot(
         const XColumnIndices& inPageKeys, const XColumnIndices& inRowKeys, const XColumnIndices& inColumnKeys,
         const XVector<XPivotValue>& inValues ) const;
-    /// Contracts this table to one row for each combination of keys that occurs. Each column among the values
-    /// is replaced by its result columns, headed as by Pivot; every other one keeps the value of a row where
-    /// it is the only present one of its group.
+    /// Contracts this table to one row for each combination of keys that occurs. Each value column is
+    /// replaced by its result columns, with headings as in Pivot; any other column keeps a value only if it
+    /// is the single present one of its group.
     void Contract( const XColumnIndices& inKeys, const XVector<XPivotValue>& inValues );
 
     // ---- Controls and buckets
 
-    /// Relates a column of numbers to a reference. The column becomes one of floating-point numbers, in "%"
-    /// for percentages and without units for ratios; where there is no number to show, the row is missing.
-    /// Columns without numbers, times and identifiers stay as they are.
+    /// Relates a numeric column to a reference. The column becomes a floating-point column, with unit "%" for
+    /// percentages and without units for ratios; results that are not numbers are missing. Columns that are
+    /// not numeric, times and identifiers are unchanged.
     void
     NormaliseTo( std::uint32_t inColumn, double inReference, XPivotTableControlRelationship inRelationship );
-    /// The same with the mean of control rows as reference, for each combination of group keys (the plate,
-    /// the image) that of its own control rows. Control rows that are missing or NaN do not count; a group
-    /// without any has no reference, and its rows are missing.
+    /// Relates a column to the mean of control rows. With group keys (the plate, the image), each group uses
+    /// the mean of its own control rows. Control rows that are missing or NaN are ignored; the rows of a
+    /// group without control rows become missing.
     void NormaliseToControls(
         std::uint32_t inColumn, const XVector<std::uint32_t>& inControlRows,
         XPivotTableControlRelationship inRelationship, const XColumnIndices& inGroupKeys = XColumnIndices() );
 
-    /// Gathers the rows of a column of numbers into buckets between ascending limits: "0 to 10" holds 0, but not 10;
-    /// the last bucket holds its upper limit too. Limits that would look alike are named exactly. Returns the bucket
-    /// column, user-defined, named "Area Group" after a column "Area", with its channel, which is added at the end or
-    /// written anew. Rows outside all limits are missing. Fewer than two limits, or some not ascending, are 1013.
+    /// Assigns the rows of a numeric column to buckets between ascending limits: "0 to 10" contains 0 but not
+    /// 10; the last bucket includes its upper limit. Limits that would look alike are written exactly.
+    /// Returns the bucket column, a user-defined column with the channel of the original and named "Area
+    /// Group" for a column "Area"; it is appended, or overwritten if it exists. Rows outside all limits are
+    /// missing. Throws 1013 for fewer than two limits and for limits that are not ascending.
     XPivotStringColumn& BucketsGather( std::uint32_t inColumn, const XVector<double>& inLimits );
-    /// Gathers the rows that read as one of some texts into a bucket. All others stay in the buckets they are
-    /// in; at first each text is a bucket of its own.
+    /// Assigns the rows whose text is one of `inTexts` to the bucket `inBucket`. All other rows stay in their
+    /// buckets; initially each text is a bucket of its own.
     XPivotStringColumn&
     BucketsGather( std::uint32_t inColumn, const XVector<XString>& inTexts, const XString& inBucket );
-    /// Renames a bucket in the bucket column of a column; one of the new name, if there is any, takes it in.
-    /// Returns the number of rows renamed, 0 when there is no such bucket.
+    /// Renames a bucket in the bucket column of a column; if a bucket of the new name exists, the two are
+    /// merged. Returns the number of rows renamed, 0 if there is no such bucket.
     std::uint32_t BucketRename( std::uint32_t inColumn, const XString& inOldName, const XString& inNewName );
 
     // ---- Storage
 
     USize64 GetStreamUsage() const override;
     void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
-    /// The stream must be able to seek: the length of each column is filled in after its bytes are written.
+    /// The stream must be seekable: the length of each column is filled in after its bytes are written.
     /// Columns of unknown classes keep their contents only in a stream of the preferred byte order.
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
-    /// The byte order in which the first column of an unknown class that still has its contents was read; this
-    /// machine's where there is none.
+    /// The byte order in which the first column of an unknown class that still has its contents was read;
+    /// without such a column, the byte order of this machine.
     XByteOrder GetPreferredByteOrder() const;
 
 private:
@@ -226,5 +230,5 @@ private:
     XPivotStringColumn* FindBuckets( std::uint32_t inColumn );
     XPivotStringColumn& AddBuckets( std::uint32_t inColumn );
 
-    XColumns itsColumns; // none null, all of one length
+    XColumns itsColumns; // not null, all of equal length
 };

@@ -27,22 +27,22 @@ public:
         kAnyOf
     };
 
-    /// The column's value, compared with the reference as the column's class does it.
+    /// Compares the column's value with the reference, in the way of the column's class.
     XPivotTableFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference );
     XPivotTableFilter(
         std::uint32_t inColumn, XPivotFilterRelationship inRelationship, const XString& inReference );
 
-    /// Every row that passes all parts; without parts every row of the table.
+    /// Rows that pass all parts; without parts, every row of the table.
     static XPivotTableFilter AllOf( XVector<XPivotTableFilter> inParts );
-    /// Every row that passes at least one part; without parts none.
+    /// Rows that pass at least one part; without parts, no row.
     static XPivotTableFilter AnyOf( XVector<XPivotTableFilter> inParts );
 
     XKind GetKind() const { return itsKind; }
-    /// Of a comparison.
+    /// For comparisons only.
     std::uint32_t GetColumn() const { return itsColumn; }
     XPivotFilterRelationship GetRelationship() const { return itsRelationship; }
     const XReference& GetReference() const { return itsReference; }
-    /// Of the other kinds.
+    /// For kAllOf and kAnyOf only.
     const XVector<XPivotTableFilter>& GetParts() const { return itsParts; }
 
 private:

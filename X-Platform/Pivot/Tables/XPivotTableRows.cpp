@@ -105,7 +105,7 @@ void XPivotTable::Sort(
 
 void XPivotTable::Sort( const XVector<XSortKey>& inKeys, XVector<std::uint32_t>* outOrder )
 {
-    // From the last key to the first, each time keeping the order of what is equal.
+    // Sorts from the last key to the first, keeping the order of equal rows each time.
     XVector<std::uint32_t> order = ListAllRows( GetNumRows() );
     for ( auto key = inKeys.rbegin(); key != inKeys.rend(); ++key )
         XSortPivotTableRows( GetColumn( key->column ), key->direction, order );

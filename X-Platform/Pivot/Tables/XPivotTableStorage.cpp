@@ -25,7 +25,7 @@ const XPivotOpaqueColumn* FindOpen( const XPivotColumn& inColumn )
     return opaque && opaque->TakesAnyRowCount() ? opaque : nullptr;
 }
 
-/// The number of rows that the first column tells that tells it.
+/// The number of rows according to the first column that stores it.
 std::optional<std::uint32_t> FindRowCount( const XVector<std::unique_ptr<XPivotColumn>>& inColumns )
 {
     for ( const auto& column : inColumns )

@@ -63,7 +63,7 @@ XHTTPConnection::~XHTTPConnection()
         --itsSite.connections;
 }
 
-/// A client that does not take what it is sent, or does not close in the end, is nothing to be told.
+/// A client that does not read its response or does not close at the end is not worth a report.
 void XHTTPConnection::Serve( const std::function<void()>& inIsAdmitted )
 {
     try
@@ -171,7 +171,8 @@ int XHTTPConnection::ReceiveHeader( XHTTPParser& ioParser )
     }
 }
 
-/// The time grows with what has come, so that a large body may take longer, but nobody can make it last.
+/// The time limit grows with the received bytes, so that a large body may take longer, but a client cannot
+/// prolong it at will.
 int XHTTPConnection::ReceiveBody( XHTTPParser& ioParser )
 {
     const XHTTPServer::XLimits& limits = itsSite.limits;
@@ -253,7 +254,7 @@ XHTTPResponse XHTTPConnection::CallHandler( const XHTTPRequest& inRequest ) cons
     return response;
 }
 
-/// Answers what has not been read to its end; nothing can follow on the connection.
+/// Answers a request that has not been read completely; nothing can follow on the connection.
 void XHTTPConnection::Refuse( int inStatus )
 {
     const XHTTPResponse response = XHTTPResponse::Status( inStatus );
@@ -341,7 +342,8 @@ void XHTTPConnection::AddLength( std::uint64_t inLength )
     itsOutput.append( "Content-Length: " ).append( std::to_string( inLength ) ).append( "\r\n\r\n" );
 }
 
-/// Behind the head that is in the output. A file that is cut meanwhile ends the connection, as its length has been told.
+/// Sends the file after the header in the output. If the file is truncated meanwhile, the connection ends,
+/// because its length has been announced.
 void XHTTPConnection::SendFile( const XHTTPFilePart& inPart )
 {
     std::uint64_t left = inPart.GetLength();

@@ -8,9 +8,9 @@
 
 class XHTTPParser;
 
-/// The conversation with one client of an HTTP server: requests and answers in turn, on the calling thread. Internal to
-/// XHTTPServer.
-/// Errors: those of XNetEndpoint, 3100 for the usual end.
+/// Handles the connection of one client of an HTTP server on the calling thread: requests and responses in
+/// turn. Internal to XHTTPServer.
+/// Errors: those of XNetEndpoint; 3100 is the usual end.
 class KORVALE_API XHTTPConnection
 {
 public:
@@ -19,8 +19,8 @@ public:
     XHTTPConnection& operator=( const XHTTPConnection& ) = delete;
     ~XHTTPConnection();
 
-    /// Returns when the client or a fault of it ends the connection; calls back when the first request has come and there
-    /// is room for the connection.
+    /// Returns when the client closes the connection or commits an error that ends it. Calls `inIsAdmitted`
+    /// when the header of the first request has arrived and the server has room for the connection.
     void Serve( const std::function<void()>& inIsAdmitted );
 
 private:

@@ -41,8 +41,8 @@ std::string_view WithoutWeakness( std::string_view inTag )
     return inTag.starts_with( "W/" ) ? inTag.substr( 2 ) : inTag;
 }
 
-/// Whether a list of tags has this one, which is empty where there is none. Tags of others that have commas in them match
-/// nothing.
+/// Whether a list of tags contains this one or is `*`, the only match for an empty tag. Foreign tags that
+/// contain commas match nothing.
 bool ListsTag( std::string_view inList, std::string_view inTag, bool inWeakly )
 {
     if ( XHTTPText::Trim( inList ) == "*" )
@@ -128,7 +128,7 @@ int XHTTPFilePart::CheckConditions( const XHTTPRequest& inRequest, const XHTTPHe
     return WasChangedSince( conditions.Get( "If-Modified-Since" ), modified ).value_or( true ) ? 0 : 304;
 }
 
-/// One range of bytes; several, other units and what is malformed are answered with the whole.
+/// Supports one range of bytes; several ranges, other units and malformed ones get the whole file.
 void XHTTPFilePart::TakeRange( const XHTTPRequest& inRequest, XHTTPResponse& ioResponse )
 {
     constexpr std::string_view kUnit = "bytes=";

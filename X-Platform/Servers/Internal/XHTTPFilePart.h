@@ -4,12 +4,12 @@
 #include "Servers/XHTTPRequest.h"
 #include "Servers/XHTTPResponse.h"
 
-/// The part of a file that a request asks for: all of it, a range, or nothing because the client has it already. Internal
-/// to XHTTPConnection.
+/// The part of a file to send in response to a request: all of it, a range, or nothing because the client
+/// already has it. Internal to XHTTPConnection.
 class XHTTPFilePart
 {
 public:
-    /// Opens the file and sets the status and the fields that go with it; 404 where there is no regular file.
+    /// Opens the file and sets the status and the corresponding fields; 404 if there is no regular file.
     XHTTPFilePart(
         const XHTTPRequest& inRequest, const std::filesystem::path& inPath, XHTTPResponse& ioResponse );
 
@@ -17,10 +17,10 @@ public:
     std::uint64_t GetBegin() const { return itsBegin; }
     const WFile& GetFile() const { return itsFile; }
 
-    /// Whether conditions and ranges count: only for what is asked for and is there.
+    /// Whether conditions and ranges apply: only to GET and HEAD with status 200.
     static bool HasConditions( const XHTTPRequest& inRequest, const XHTTPResponse& inResponse );
 
-    /// 304 or 412 where the conditions of a request for a body with these fields say so, else 0.
+    /// 304 or 412 if the conditions of the request demand it for a body with these fields, otherwise 0.
     static int CheckConditions( const XHTTPRequest& inRequest, const XHTTPHeaders& inFields );
 
 private:

@@ -28,7 +28,7 @@ int ToStatus( const Error& inError )
     return inError == http::error::bad_version ? 505 : 400;
 }
 
-/// A field that goes on in the next line, which some readers take for another field.
+/// A field that continues in the next line, which some parsers treat as another field.
 bool HasFoldedLine( std::string_view inHeader )
 {
     return inHeader.find( "\n " ) != std::string_view::npos ||

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-/// Reads one request from the bytes of a client, as they arrive. What may be read in two ways (two lengths, a length and a
-/// coding, two hosts) is refused, since a proxy in front might read it in the other one.
+/// Parses one request from a client's bytes as they arrive. Ambiguous requests (two lengths, a length and a
+/// coding, two hosts) are rejected, because a proxy in front of the server might read them differently.
 class KORVALE_API XHTTPParser
 {
 public:
@@ -14,23 +14,23 @@ public:
     XHTTPParser& operator=( const XHTTPParser& ) = delete;
     ~XHTTPParser();
 
-    /// Takes what can be taken of the bytes and returns how many that is; the others are to be given again with those
-    /// that come behind them. Takes nothing of the body before `ReadBody`.
+    /// Consumes as many of the bytes as possible and returns their number; pass the rest again, followed by
+    /// further bytes. Consumes no bytes of the body before `ReadBody`.
     USize Put( const void* inBytes, USize inCount );
 
-    /// Lets the body be taken, too.
+    /// Allows the body to be consumed.
     void ReadBody();
 
     bool HasHeader() const;
     bool IsDone() const;
 
-    /// The status to refuse the request with; 0 while nothing is wrong.
+    /// The status with which to reject the request; 0 if there is no error.
     int GetError() const;
 
-    /// Whether the client wants to send another request on the connection.
+    /// Whether the connection is to be kept for another request.
     bool KeepsAlive() const;
 
-    /// The method, path and fields are there with the header, the body when it is done.
+    /// Method, path and fields are available with the header, the body when IsDone.
     XHTTPRequest& GetRequest();
 
 private:

@@ -21,7 +21,7 @@ bool MayBeShortened( const std::string& inName )
     return false;
 }
 
-/// Names that systems read as what they say: none that is hidden, empty, or something else than a name somewhere.
+/// Names that every system reads literally: not hidden, not empty, without special meaning on any system.
 bool IsPlainName( const std::string& inName )
 {
     return !inName.empty() && inName.front() != '.' && inName.back() != '.' && inName.back() != ' ' &&
@@ -35,7 +35,7 @@ Path ToPath( const std::string& inText )
     return Path( std::u8string( inText.begin(), inText.end() ) );
 }
 
-/// Whether the file lies in the folder once all links have been followed.
+/// Whether the file is in the folder after resolving all links.
 bool LiesIn( const Path& inFile, const Path& inFolder )
 {
     std::error_code error;

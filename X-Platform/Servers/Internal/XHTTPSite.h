@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-/// What an HTTP server offers: its handlers by path, and its limits. Internal to XHTTPServer.
+/// The contents of an HTTP server: its handlers by path, and its limits. Internal to XHTTPServer.
 class KORVALE_API XHTTPSite
 {
 public:
@@ -19,11 +19,11 @@ public:
     void Add( const std::string& inPath, XHandlers inHandlers );
     void AddFolder( const std::string& inPath, const std::filesystem::path& inFolder );
 
-    /// Those of the path; null where there are none.
+    /// The handlers of the path; null if there are none.
     const XHandlers* Find( const std::string& inPath ) const;
 
     const XHTTPServer::XLimits limits;
-    mutable std::atomic<std::uint32_t> connections = 0; // those that have sent a request
+    mutable std::atomic<std::uint32_t> connections = 0; // that have sent a request
 
 private:
     std::map<std::string, XHandlers> itsHandlers;

@@ -249,7 +249,7 @@ void XServerRun::GreetStranger( XNumber inNumber, XNetEndpoint& inEndpoint )
     MakeResponder( inNumber, inEndpoint, found->second );
 }
 
-/// What a maker throws is the end of its connection, and of nothing else.
+/// An exception of the maker ends its connection only.
 void XServerRun::MakeResponder(
     XNumber inNumber, const XNetEndpoint& inEndpoint, const XServer::XMakeResponder& inMake )
 {
@@ -302,7 +302,7 @@ void XServerRun::End( XNumber inNumber, const XNetEndpoint& inEndpoint )
     Forget( inNumber );
 }
 
-/// The connection is no stranger any more.
+/// Call when the connection is not a stranger any more.
 void XServerRun::Forget( XNumber inNumber )
 {
     const XThreadLock lock( itsMutex );

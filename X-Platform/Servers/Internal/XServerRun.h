@@ -8,11 +8,12 @@
 #include <deque>
 #include <list>
 
-/// A server between its start and its stop. Internal to XServer.
+/// The state of a running server, from start to stop. Internal to XServer.
 ///
-/// The acceptor takes connections, and notes each as a stranger until it has authenticated. Greeters, as many as there are
-/// strangers at a time, wait for their preambles and start the responders. The watch ends strangers that take too long
-/// and destroys responders that have ended. Strangers are kept by age: their numbers count up.
+/// The acceptor accepts connections and records each as a stranger until it has authenticated. Greeters, as
+/// many as there are strangers at a time, wait for their preambles and start the responders. The watch ends
+/// strangers that take too long and destroys responders that have ended. Strangers are ordered by age: their
+/// numbers increase.
 class XServerRun
 {
 public:
@@ -34,14 +35,14 @@ private:
         XTimer timer;
     };
 
-    /// Destroyed when nobody uses it any more: the thread that starts it and its own.
+    /// Destroyed when neither the thread that starts the responder nor the responder's own uses it any more.
     struct XServed
     {
         std::unique_ptr<XNetResponder> responder;
         int users = 2;
     };
 
-    /// A thread that runs an operation of the server, which ends by a stop.
+    /// A thread that runs one function of the server, which ends when the thread is stopped.
     class XWorker : public XThread
     {
     public:
@@ -93,9 +94,9 @@ private:
     std::map<XNumber, XServed> itsServed;
     XVector<std::unique_ptr<XNetResponder>> itsEnded; // to be destroyed
 
-    XTimer itsPauseLogTimer; // the acceptor's
+    XTimer itsPauseLogTimer; // used by the acceptor only
     bool itsHasLoggedPause = false;
-    std::list<XWorker> itsGreeters; // the acceptor's, until it has ended
+    std::list<XWorker> itsGreeters; // used by the acceptor until it has ended
     XWorker itsWatch;
     XWorker itsAcceptor;
 };

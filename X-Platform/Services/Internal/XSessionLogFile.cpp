@@ -41,7 +41,7 @@ bool XSessionLogFile::HasGone() const
     return !std::filesystem::exists( itsPath, ignored );
 }
 
-/// Closes the file, so that the next write tries anew, and cuts it to the length it had.
+/// Closes the file, so that the next write reopens it, and truncates it to its previous length.
 void XSessionLogFile::TakeBack( std::uint64_t inLength )
 {
     itsFile.close();

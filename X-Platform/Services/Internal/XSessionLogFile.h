@@ -6,15 +6,15 @@
 #include <fstream>
 
 /// The file of a session log: appended to, renamed to FILE.1, FILE.2 and so on when it has grown too large,
-/// and opened again when it has gone away or could not be written. Internal to the session log. Errors are
-/// told by results, not thrown: a program goes on without its log.
+/// and reopened if it has been removed or could not be written. Internal to the session log. Errors are
+/// returned, not thrown: a program continues without its log.
 class XSessionLogFile
 {
 public:
     XSessionLogFile( std::filesystem::path inPath, std::uint64_t inMaxBytes, unsigned inOldFiles );
 
-    /// Appends and hands it to the system. False if that failed; then none of it is counted as written, and
-    /// what has been, on a full disk, is taken back.
+    /// Appends the text and passes it to the system. Returns false on failure; then none of the text counts
+    /// as written, and whatever part was written, as on a full disk, is removed again.
     bool Write( const std::string& inText );
 
 private:

@@ -7,6 +7,6 @@ struct XMutexSleeper : WParkingNode
 {
     explicit XMutexSleeper( bool inWantsHandOff ) : wantsHandOff( inWantsHandOff ) {}
 
-    const bool wantsHandOff; // was woken once and came too late
+    const bool wantsHandOff; // was woken once but did not get the mutex
     bool isOwner = false;    // set by the thread that hands the mutex over
 };

@@ -62,7 +62,7 @@ WWaitResult WEvent::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
     for ( ;; )
     {
         const WWaitResult result = WParkCounted( itsState, kOneSleeper, kIsSet, deadline, inAlertable );
-        // Who was released from a manual event has seen it set, even if it was cleared again since.
+        // A thread released by a manual-reset event has seen it set, even if it has been cleared since.
         if ( TryWait() || ( result == kWaitSucceeded && !itsResetsByWait ) )
             return kWaitSucceeded;
         if ( result != kWaitSucceeded )

@@ -4,9 +4,10 @@
 
 #include <atomic>
 
-/// A flag that threads wait for. A manual event stays set, for everybody, until it is reset; an automatic one
-/// lets one wait succeed and is reset by it.
-/// Threads: any thread may call anything; a thread whose wait succeeded may destroy the event at once.
+/// A flag that threads wait for. A manual-reset event stays set for all threads until it is cleared; an
+/// automatic-reset one lets one wait succeed, which clears it.
+/// Threads: any thread may call any function; a thread whose wait has succeeded may destroy the event at
+/// once.
 class KORVALE_API WEvent
 {
 public:
@@ -24,7 +25,7 @@ public:
     void Clear();
     bool IsSet() const;
 
-    /// Waits up to `inTimeoutMs` for the event to be set. An alertable wait also ends when the thread is
+    /// Waits up to `inTimeoutMs` until the event is set. An alertable wait also ends when the thread is
     /// alerted (WThread::Wake).
     WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
@@ -33,5 +34,5 @@ private:
     bool TryWait();
 
     const bool itsResetsByWait;
-    std::atomic<std::uint32_t> itsState; // bit 0 set; the threads that sleep, times two
+    std::atomic<std::uint32_t> itsState; // bit 0: set; the remaining bits: the number of sleeping threads
 };

@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-/// A counting semaphore. A unit goes to whoever takes it first; among threads that sleep the one that has
-/// waited longest is woken first. Needs nothing of the system until a thread has to sleep.
+/// A counting semaphore. A unit goes to the first thread that takes it; of the sleeping threads, the one that
+/// has waited longest is woken first. Uses no system resource unless a thread has to sleep.
 /// Threads: any thread may signal and wait; a thread that got its unit may destroy the semaphore at once.
 class KORVALE_API WSemaphore
 {
@@ -14,16 +14,16 @@ public:
     WSemaphore( const WSemaphore& ) = delete;
     WSemaphore& operator=( const WSemaphore& ) = delete;
 
-    /// Adds `inCount` units. The units held at any moment stay below 2^31.
+    /// Adds `inCount` units. The number of units must stay below 2^31.
     void Signal( std::uint32_t inCount = 1 );
 
-    /// Takes a unit, waiting up to `inTimeoutMs` for one. An alertable wait also ends, without a unit, when
-    /// the thread is alerted (WThread::Wake).
+    /// Takes a unit, waiting up to `inTimeoutMs`. An alertable wait also ends, without a unit, when the
+    /// thread is alerted (WThread::Wake).
     WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
 
     bool TryWait();
 
-    /// The units left just now.
+    /// The current number of units.
     std::uint32_t GetCount() const;
 
 private:

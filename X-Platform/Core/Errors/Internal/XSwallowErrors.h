@@ -1,7 +1,7 @@
 #pragma once
 
-/// Calls what must not disturb its caller, such as a hook or a flush in a destructor: whatever it throws is lost, or for
-/// `inOnError`, which is called where it can be caught. Internal.
+/// Calls `inAction` and swallows every exception it throws; `inOnError` is then called within the catch
+/// clause. For hooks and for flushes in destructors, whose failure must not reach the caller. Internal.
 template<class Action, class OnError = void ( * )()>
 void XSwallowErrors(
     Action inAction, OnError inOnError = [] {} ) noexcept

@@ -2,7 +2,7 @@
 
 #include "Ground/XTypes.h"
 
-/// Decimal digits of unsigned integers, written where the caller has made room for them.
+/// Decimal digits of unsigned integers, written into memory provided by the caller.
 class XDecimalDigits
 {
 public:
@@ -10,9 +10,9 @@ public:
 
     static std::uint64_t GetPowerOfTen( unsigned inPower );
 
-    /// How many digits the number has; 1 for 0.
+    /// The number of digits of a number; 1 for 0.
     static unsigned Count( std::uint64_t inNumber );
 
-    /// Writes exactly `inCount` digits, with zeros in front where the number has fewer.
+    /// Writes exactly `inCount` digits, padded with leading zeros.
     static void Write( char* outDigits, std::uint64_t inNumber, unsigned inCount );
 };

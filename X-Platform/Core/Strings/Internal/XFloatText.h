@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// The text of a finite double, to the last digit what the C library's printf makes of it in the C locale.
+/// The text of a finite double, identical to the output of the C library's printf in the C locale.
 class XFloatText
 {
 public:
@@ -18,7 +18,7 @@ public:
     /// "%E"
     static XFloatText Scientific( double inValue );
 
-    /// Removes zeros at the end, and then a decimal point, from a text that has one.
+    /// Removes trailing zeros, and then a trailing decimal point, from a text that has a decimal point.
     void TrimZeros();
     void SetDecimalPoint( char inPoint );
 
@@ -32,7 +32,7 @@ private:
 
     char itsText[kMaxShortLength];
     std::size_t itsLength = 0;
-    std::string itsLongText; ///< Used in place of `itsText` where the text may not fit there.
+    std::string itsLongText; ///< used in place of `itsText` if the text might not fit there
 
     /// Writes `inNumber` with its last `inDecimals` digits after a decimal point.
     void WriteDecimal( bool inIsNegative, std::uint64_t inNumber, unsigned inDecimals );

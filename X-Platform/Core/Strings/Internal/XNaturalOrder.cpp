@@ -117,8 +117,8 @@ bool XNaturalOrder::IsLess( std::string_view inFirst, std::string_view inSecond 
     }
 }
 
-/// A sign or a decimal point begins a number only in front of a digit. Told from three characters, so that a long row of
-/// points or signs is not read to its end for each of them.
+/// A sign or a decimal point begins a number only before a digit. Decided from three characters, so that a
+/// long row of points or signs is not scanned to its end for each of them.
 bool XNaturalOrder::BeginsNumber( const char* inText ) const
 {
     if ( IsSign( *inText ) )
@@ -134,8 +134,8 @@ bool XNaturalOrder::ContinuesNumber( char inCharacter ) const
     return kind == kOther ? IsPoint( inCharacter ) : kind != kOtherLetter;
 }
 
-/// Whether the value of a number is that of the digits before this place. A point there does not change it unless
-/// digits or an exponent follow, so that in most texts nobody need know what the point is.
+/// Whether the value of a number is that of the digits before this position. A point there does not change it
+/// unless digits or an exponent follow, so most texts do not require the locale's decimal point.
 bool XNaturalOrder::EndsDigits( const char* inText ) const
 {
     const XKind kind = GetKind( *inText );

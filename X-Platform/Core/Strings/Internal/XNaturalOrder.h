@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-/// The order of texts in which numbers go by their value and white space does not count; see
+/// The natural order of texts: numbers are compared by value and white space is ignored; see
 /// `XString::IsLessThanIgnoring`.
 class XNaturalOrder
 {
@@ -14,7 +14,7 @@ public:
     {
     }
 
-    /// Both texts are followed by a NUL, which ends them; so does a NUL within.
+    /// Both texts must be followed by a NUL. A NUL within a text ends it.
     bool IsLess( std::string_view inFirst, std::string_view inSecond ) const;
 
 private:
@@ -26,7 +26,8 @@ private:
         kNoNumbers ///< At least one of the texts does not begin with a number.
     };
 
-    // Of the locale; NUL until it is asked for, which takes about as long as the rest of a comparison.
+    // The locale's decimal point; NUL until first needed, because reading it takes about as long as the rest
+    // of a comparison.
     mutable char itsPoint = '\0';
     bool itsHasPoint;
     bool itsHasSign;

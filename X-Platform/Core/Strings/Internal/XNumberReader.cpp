@@ -82,7 +82,7 @@ bool TakeHexPrefix( XCursor& ioCursor, char inDecimalPoint )
     return true;
 }
 
-/// The parts of a float: where its text begins and ends, and what is known of its value.
+/// The parts of a float: the beginning and the end of its text, and its digits and exponent.
 struct XFloatParts
 {
     const char* begin = nullptr;
@@ -123,7 +123,7 @@ void TakeDigits( XCursor& ioCursor, XFloatParts& ioParts, bool inIsFraction )
     }
 }
 
-/// Takes an exponent, unless there are no digits in it.
+/// Reads an exponent, unless it has no digits.
 void TakeExponent( XCursor& ioCursor, XFloatParts& ioParts, char inMark )
 {
     if ( XTextScan::ToLower( ioCursor.Peek() ) != inMark )
@@ -160,8 +160,8 @@ XFloatParts TakeFloat( XCursor& ioCursor, char inDecimalPoint )
     return parts;
 }
 
-/// `inMantissa` times ten to the power, where a single multiplication or division of exact doubles gives the nearest
-/// double.
+/// `inMantissa` times a power of ten, if a single multiplication or division of exact doubles results in the
+/// nearest double.
 std::optional<double> Scale( std::uint64_t inMantissa, std::int64_t inPower )
 {
     static constexpr double kPowers[] = { 1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,

@@ -5,12 +5,12 @@
 #include <optional>
 #include <string_view>
 
-/// Reads a number from the start of a text the way the C library's scan conversions do: white space and a
-/// sign may come first, and what follows the longest number is ignored.
+/// Reads a number from the start of a text like the scan conversions of the C library: leading white space
+/// and a sign are accepted, and anything after the longest number is ignored.
 class XNumberReader
 {
 public:
-    /// An integer before it is fitted into a type.
+    /// An integer before conversion to its type.
     struct XInteger
     {
         std::uint64_t magnitude;
@@ -20,7 +20,7 @@ public:
         /// The nearest value in range.
         std::int64_t ToSigned() const;
 
-        /// The largest value if it is too large; negative ones as their two's complement.
+        /// The largest value if the magnitude is too large; the two's complement of negative numbers.
         std::uint64_t ToUnsigned() const;
     };
 

@@ -108,8 +108,9 @@ KORVALE_AVX2 bool EqualCaselessByBlocks( const char* inFirst, const char* inSeco
 
 #endif
 
-/// One search. Positions at which the first and the last character fit are compared in full; where that fails too often,
-/// as in texts of few different characters, hashes take over, so that no text makes a search slow.
+/// One search. Positions at which the first and the last character match are compared completely; if that
+/// fails too often, as in texts of few different characters, hashes are used instead, so that no text makes a
+/// search slow.
 template<class XRule>
 class XSearch
 {

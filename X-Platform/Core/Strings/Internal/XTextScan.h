@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-/// The loops that searching and comparing text come down to. They use the widest vectors that the processor has; the
-/// choice is made when they run. Case is that of ASCII.
+/// The inner loops of searching and comparing text, with the widest vectors that the processor supports,
+/// selected at run time. Case is that of ASCII.
 class XTextScan
 {
 public:
@@ -34,7 +34,7 @@ public:
         return ToUpper( inCharacter ) >= 'A' && ToUpper( inCharacter ) <= 'Z';
     }
 
-    /// The index of the first occurrence of a needle that is not empty, or -1.
+    /// The index of the first occurrence of `inNeedle`, which must not be empty, or -1.
     static SSize64 Find( std::string_view inText, std::string_view inNeedle );
     static SSize64 FindCaseless( std::string_view inText, std::string_view inNeedle );
 

@@ -12,10 +12,10 @@ inline constexpr std::string_view kWeekdayNames[7] = { "Monday", "Tuesday",  "We
                                                        "Friday", "Saturday", "Sunday" };
 inline constexpr std::size_t kShortNameLength = 3;
 
-/// Reads the texts that the constructor of XTime from a date text and a time text describes. Returns the
-/// count of microseconds; throws 1007.
+/// Parses the texts described at the constructor of XTime from a date text and a time text. Returns the count
+/// of microseconds; throws 1007.
 std::int64_t XParseTimeText( std::string_view inDateText, std::string_view inTimeText );
 
-/// `inDays` days from 1904 and a time of day, which may also lie a little outside the day; 1007 where their
-/// sum has no place in 64 bits.
+/// The count of microseconds for `inDays` days from 1904 and a time of day, which may lie slightly outside
+/// the day. Throws 1007 if the sum does not fit in 64 bits.
 std::int64_t XJoinDayAndTime( std::int64_t inDays, std::int64_t inMicroSeconds );

@@ -23,7 +23,7 @@ XResultValue MakeNumber( double inValue )
     return MakeNumber( inValue, !std::isnan( inValue ) );
 }
 
-/// Present rows one by one; a text that is no number is NaN. Ends when `inUse` returns false.
+/// Visits the present rows one by one; texts that are not numbers are NaN. Ends when `inUse` returns false.
 template<class TUse>
 void ForEachNumber( const XPivotColumn& inColumn, std::uint32_t inRowsPerBlock, TUse inUse )
 {

@@ -5,7 +5,7 @@
 #include <array>
 #include <memory>
 
-/// The reductions and the one object of each. Internal.
+/// The implementations of all accumulator types, and the table of one object of each. Internal.
 
 class XPivotTableAccumulator::XImplementationNone : public XAccumulatorImplementation
 {
@@ -76,7 +76,7 @@ public:
 
     XAccumulatorManager();
 
-    /// A type above the last is an internal error.
+    /// A type above 7 is an internal error.
     const XAccumulatorImplementation& Get( XPivotTableAccumulatorType inType ) const;
 
 private:

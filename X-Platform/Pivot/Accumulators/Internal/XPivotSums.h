@@ -3,10 +3,10 @@
 #include "Pivot/Accumulators/XPivotColumnSummary.h"
 #include "Pivot/Columns/XPivotColumn.h"
 
-/// The loops over blocks of rows behind XPivotColumnSummary. Internal.
+/// The loops of XPivotColumnSummary over blocks of rows. Internal.
 
-/// A sum and what was lost in rounding it, lane by lane: the two together are the sum to about twice the
-/// precision of a double. Meaningless once a lane has overflowed.
+/// A compensated sum in several lanes: `sums` plus `losses`, the rounding errors, is the sum to about twice
+/// the precision of a double. Undefined once a lane has overflowed.
 struct KORVALE_API XPivotSums
 {
     static constexpr std::size_t kLanes = 16;
@@ -15,7 +15,7 @@ struct KORVALE_API XPivotSums
     double losses[kLanes] = {};
 
     void Add( std::size_t inLane, double inValue );
-    /// The lanes together, correctly rounded but for the rarest cases.
+    /// The sum of all lanes, correctly rounded except in very rare cases.
     double GetTotal() const;
 };
 
@@ -30,14 +30,14 @@ struct KORVALE_API XPivotMomentSums
     XPivotMomentSums();
 };
 
-/// One form of the loops.
+/// One implementation of the loops.
 struct XPivotSumLoops
 {
     void ( *addMoments )( const XPivotColumn::XFloatBlock& inBlock, XPivotMomentSums& ioSums );
     void ( *addSquares )( const XPivotColumn::XFloatBlock& inBlock, double inMean, XPivotSums& ioSums );
 };
 
-/// The fastest form that the processor has the instructions for.
+/// The fastest implementation that the processor supports.
 KORVALE_API const XPivotSumLoops& XGetPivotSumLoops();
-/// The form for every processor.
+/// The implementation for every processor.
 KORVALE_API const XPivotSumLoops& XGetPortablePivotSumLoops();

@@ -12,16 +12,16 @@
 #include <limits>
 #include <type_traits>
 
-/// What columns make of numbers and texts. Internal.
+/// Conversions between the values of columns, numbers and texts. Internal.
 
-/// The text of a number, as columns show it.
+/// The text of a number as shown in columns.
 inline XString XFormatPivotNumber( double inNumber )
 {
     return XString( inNumber, XString::kFloatAuto, 1 );
 }
 
-/// The number at the start of the text, 0 for an empty one, as `XString::GetSFloat64` has it; nothing where
-/// that throws.
+/// The number at the start of the text, as `XString::GetSFloat64` reads it; 0 for an empty text, no value if
+/// there is no number.
 inline std::optional<double> XFindPivotNumber( const XString& inText )
 {
     if ( inText.IsEmpty() )
@@ -29,8 +29,8 @@ inline std::optional<double> XFindPivotNumber( const XString& inText )
     return XNumberReader::ReadFloat( inText.GetStringView(), WLocale::GetDecimalPoint() );
 }
 
-/// The number at the start of a text given as a row's value. Where there is none, a present row throws 1000
-/// and a missing one takes `inDefault`.
+/// The number at the start of a text that is assigned to a row. Without a number, throws 1000 for a present
+/// row and returns `inDefault` for a missing one.
 inline double XReadPivotNumber( const XString& inText, bool inExists, double inDefault )
 {
     const std::optional<double> number = XFindPivotNumber( inText );
@@ -39,8 +39,8 @@ inline double XReadPivotNumber( const XString& inText, bool inExists, double inD
     return number.value_or( inDefault );
 }
 
-/// What `inRead` makes of a text given as a row's value. Where it refuses it with error `inRefusal`, a
-/// missing row takes `inDefault`.
+/// Returns `inRead()`, the value of a text that is assigned to a row. If it throws the error `inRefusal`, a
+/// missing row gets `inDefault` instead.
 template<class T, class TRead>
 T XReadPivotText( bool inExists, std::uint32_t inRefusal, const T& inDefault, TRead inRead )
 {
@@ -61,8 +61,8 @@ inline XUUID XReadPivotUUID( const XString& inText, bool inExists, const XUUID& 
     return XReadPivotText( inExists, kErrorUUIDText, inDefault, [&] { return XUUID( inText ); } );
 }
 
-/// A number as a column of `T` keeps it. Integers are cut off towards zero and held within their range, NaN
-/// becomes `inNaN`.
+/// Converts a number to the value type `T` of a column. For integers, the number is truncated towards zero
+/// and clamped to the range; NaN becomes `inNaN`.
 template<class T>
 T XToPivotNumber( double inNumber, T inNaN )
 {
@@ -75,8 +75,8 @@ T XToPivotNumber( double inNumber, T inNaN )
             : static_cast<T>( std::clamp<double>( inNumber, ( XLimits::min )(), ( XLimits::max )() ) );
 }
 
-/// A filter's reference as a column of `T` would keep it, but that NaN stays NaN, which is equal to nothing.
-/// Doubles hold every 32-bit integer.
+/// Converts the reference of a filter like a value of a column of `T`, except that NaN stays NaN and so
+/// equals nothing. A double represents every 32-bit integer exactly.
 template<class T>
 double XToPivotReference( double inReference )
 {

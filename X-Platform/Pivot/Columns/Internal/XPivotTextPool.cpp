@@ -37,7 +37,7 @@ std::optional<std::string_view> PeekText( const XStream& inStream )
 }
 } // namespace
 
-/// Sees from time to time whether enough texts were found, and gives up for good where they were not.
+/// Checks from time to time whether enough texts were found, and otherwise stops sharing permanently.
 bool XPivotTextPool::IsUsedFor( std::string_view inText )
 {
     if ( itsHasGivenUp || inText.empty() || inText.size() > kMostBytes )

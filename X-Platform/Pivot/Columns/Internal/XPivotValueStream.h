@@ -7,10 +7,10 @@
 
 #include <type_traits>
 
-/// How the values of columns stand in a stream. Internal.
+/// The stored form of column values. Internal.
 ///
-/// All but texts are made of units whose bytes the stream turns round where its order is not the machine's,
-/// so a block of values in memory is a block of units.
+/// All values except texts consist of units whose bytes the stream swaps if its byte order is not the
+/// machine's, so a block of values in memory is a block of units.
 template<class T>
 inline constexpr bool kIsPivotBlockValue = !std::is_same_v<T, XString>;
 

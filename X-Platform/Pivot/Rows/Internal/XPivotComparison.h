@@ -5,9 +5,8 @@
 
 #include <functional>
 
-/// Calls `inUse` with the comparison that a relationship stands for: std::less<>() or one of its kin. Returns
-/// what that returns. kFilterContains, which is for texts, and numbers above 6 are an internal error.
-/// Internal.
+/// Calls `inUse` with the function object of a relationship, such as std::less<>(), and returns its result.
+/// kFilterContains, which applies to texts only, and values above 6 are an internal error. Internal.
 template<class TUse>
 auto XWithPivotComparison( XPivotFilterRelationship inRelationship, TUse inUse )
 {
@@ -30,7 +29,7 @@ auto XWithPivotComparison( XPivotFilterRelationship inRelationship, TUse inUse )
     }
 }
 
-/// True when the value is related to the reference in that way.
+/// True if the value has that relationship to the reference.
 template<class T>
 bool XComparePivotValues( const T& inValue, XPivotFilterRelationship inRelationship, const T& inReference )
 {

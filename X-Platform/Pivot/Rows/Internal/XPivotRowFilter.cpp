@@ -32,7 +32,7 @@ constexpr XPlaces MakePlaces()
 
 alignas( 32 ) constexpr XPlaces kPlaces = MakePlaces();
 
-/// The rows of one chunk, in a buffer with room for what a whole vector writes past the last row.
+/// The rows of one chunk, in a buffer with room for a whole vector written past the last row.
 template<int kComparison>
 __attribute__( ( target( "avx2" ) ) ) std::size_t CollectChunk(
     const std::uint8_t* inExists, const double* inValues, std::int32_t inFirstRow, std::size_t inCount,

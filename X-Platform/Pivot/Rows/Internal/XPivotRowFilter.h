@@ -2,10 +2,10 @@
 
 #include "Pivot/Rows/Internal/XPivotComparison.h"
 
-/// How filters collect the rows that pass. Internal.
+/// Functions that collect the rows that pass a filter. Internal.
 
-/// Rows with a flag for which `inPasses( row )` is true, ascending. Calls it for no other rows, and without
-/// branching on its answers.
+/// The present rows for which `inPasses( row )` is true, ascending. Calls it for present rows only, without
+/// branching on its result.
 template<class TPredicate>
 XVector<std::int32_t> XCollectPivotRows( const XVector<std::uint8_t>& inExists, TPredicate inPasses )
 {
@@ -26,7 +26,7 @@ XVector<std::int32_t> XCollectPivotRows( const XVector<std::uint8_t>& inExists, 
     return rows;
 }
 
-/// Rows with a flag whose value, as a double, passes, ascending. kFilterContains and numbers above 6 are an
+/// The present rows whose value, as a double, passes, ascending. kFilterContains and values above 6 are an
 /// internal error ("false").
 template<class T>
 XVector<std::int32_t> XFilterPivotRows(
@@ -44,7 +44,7 @@ XVector<std::int32_t> XFilterPivotRows(
         } );
 }
 
-/// The same by vector instructions where the processor has them.
+/// As above for doubles; uses vector instructions if the processor has them.
 XVector<std::int32_t> XFilterPivotRows(
     const XVector<std::uint8_t>& inExists, const XVector<double>& inValues,
     XPivotFilterRelationship inRelationship, double inReference );

@@ -144,7 +144,7 @@ auto SortKeys( const XVector<T>& inValues, XPivotSortDirection inDirection )
     return rows;
 }
 
-/// Goes through the groups of equal keys and sorts each by the second half of the bytes.
+/// Sorts each group of equal keys by the second half of the bytes.
 void SortBySecondHalf(
     const XVector<XUUID>& inValues, std::uint64_t inFlip, XVector<XKeyedRow<std::uint64_t>>& ioRows )
 {
@@ -208,7 +208,7 @@ std::optional<XVector<std::uint32_t>> RankFewTexts( const XVector<XString>& inTe
     return ranks;
 }
 
-/// A row with where its text lies, which spares a comparison the way there by way of the string.
+/// A row with the address of its text, so that comparisons need not access the string.
 struct XTextRow
 {
     const char* text;

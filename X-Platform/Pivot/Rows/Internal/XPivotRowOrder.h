@@ -3,10 +3,10 @@
 #include "Core/Strings/XString.h"
 #include "Pivot/Rows/XPivotTableTypes.h"
 
-/// Orders of rows. Internal.
+/// Sorting of rows. Internal.
 
-/// Fills `outOrder` with the rows in the order of their values, ties in row order whatever the direction. NaN
-/// comes before every number, both zeros are equal, texts go by the natural order.
+/// Fills `outOrder` with the row numbers sorted by value; equal values stay in row order in both directions.
+/// NaN is less than every number, 0 equals -0, texts use the natural order.
 template<class T>
 void XSortPivotRows(
     const XVector<T>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
@@ -14,9 +14,9 @@ template<>
 void XSortPivotRows(
     const XVector<XString>& inValues, XPivotSortDirection inDirection, XVector<std::uint32_t>& outOrder );
 
-/// Sorts texts by the natural order and keeps those that it ranks equal in the order they have.
+/// Sorts texts by the natural order; texts that it ranks as equal keep their order.
 void XSortTextsStably( XVector<XString>& ioTexts );
 
-/// The rows below `inRowCount` that are not listed, ascending. A row listed at or above it is an internal
-/// error.
+/// The rows below `inRowCount` that are not listed, ascending. A listed row of `inRowCount` or more is an
+/// internal error.
 XVector<std::uint32_t> XListOtherRows( std::uint32_t inRowCount, const XVector<std::uint32_t>& inRows );

@@ -7,15 +7,15 @@
 #include <cstring>
 #include <span>
 
-// Most runs are short, so what a run costs decides. The flags of 64 rows make a word, and the runs that lie in one word
-// are moved without looking at what is left of the column or of the stream's buffer: that is asked once for the word.
-// More is copied than the run where that saves a decision. Runs that go on from word to word are moved one by one, and
-// what is too long or lies at an end goes through calls of the stream, out of line. Those get and return what they need
-// by value: an object whose address is taken is kept in memory.
+// Most runs are short, so the cost per run is decisive. The flags of 64 rows form a word, and the runs within
+// one word are moved without checking the rest of the column or of the stream's buffer: that is checked once
+// per word. More bytes than the run are copied if that saves a branch. Runs that continue from word to word
+// are moved one by one, and runs that are too long or at an end use calls of the stream, out of line. These
+// take and return their data by value: an object whose address is taken is kept in memory.
 
 namespace
 {
-/// What stands before the values of a run.
+/// The fields before the values of a run.
 struct XRunHead
 {
     std::uint32_t length;
@@ -65,8 +65,8 @@ constexpr std::size_t kPortableStep = 128;
 constexpr std::size_t kVectorStep = 192;
 constexpr std::size_t kLongRun = 4 * 1024; // bytes from which on steps gain nothing
 
-/// Copies a run in steps, mostly in one: a step takes no decisions. What it copies past the run is written over next, be
-/// it in the stream's buffer or in a column, as long as there is that much room.
+/// Copies a run in steps, usually in a single one: a step has no branches. Bytes copied past the run are
+/// overwritten next, both in the stream's buffer and in a column, as long as there is room for them.
 template<std::size_t kStep>
 [[gnu::always_inline]] inline void
 CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )
@@ -81,7 +81,7 @@ CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t in
 constexpr std::size_t kRowsOfWord = 64;
 constexpr std::size_t kMostRunsOfWord = kRowsOfWord / 2;
 
-/// The last row from which on a word, and what a step may copy past it, lies in the column; below 0 where there is none.
+/// The last row at which a word and the excess of a step lie within the column; below 0 if there is none.
 template<std::size_t kStep, std::size_t kValueSize>
 std::ptrdiff_t GetLastInnerRow( std::size_t inSize )
 {
@@ -229,7 +229,7 @@ private:
     const std::ptrdiff_t itsLastInnerRow;
 };
 
-/// The length 0 stands alone and ends the runs.
+/// The length 0 has no start row and ends the runs.
 [[gnu::noinline]] XRunHead ReadHead( XStream& inStream, std::size_t inRead )
 {
     inStream.PassLent( inRead );

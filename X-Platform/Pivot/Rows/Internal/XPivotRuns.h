@@ -8,7 +8,7 @@
     #include <emmintrin.h>
 #endif
 
-/// Consecutive present rows. Internal.
+/// A run: consecutive present rows. Internal.
 struct XPivotRun
 {
     std::uint32_t start;
@@ -17,7 +17,7 @@ struct XPivotRun
     bool operator==( const XPivotRun& ) const = default;
 };
 
-/// Finds the maximal runs of present rows in exists flags, from the first row on. Internal.
+/// Finds the maximal runs of present rows from presence flags, starting at the first row. Internal.
 class XPivotRunFinder
 {
 public:
@@ -26,7 +26,7 @@ public:
     {
     }
 
-    /// False when there are no more.
+    /// Returns false if there are no more runs.
     bool Next( XPivotRun& outRun );
 
 private:
@@ -38,10 +38,11 @@ private:
     std::size_t itsSize;
     std::size_t itsNextRow = 0; // the first row not yet loaded
     std::size_t itsWordRow = 0; // the row of the word's lowest bit
-    std::uint64_t itsWord = 0;  // a bit per row; cleared as runs are handed out
+    std::uint64_t itsWord = 0;  // one bit per row; cleared as runs are returned
 };
 
-// Inline, so that callers get the run in registers: copied through memory it costs more than it took to find.
+// Inline, so that the run is returned in registers: copying it through memory would take longer than finding
+// it.
 inline bool XPivotRunFinder::Next( XPivotRun& outRun )
 {
     while ( itsWord == 0 )
@@ -50,7 +51,8 @@ inline bool XPivotRunFinder::Next( XPivotRun& outRun )
             return false;
     }
     const std::size_t start = itsWordRow + static_cast<std::size_t>( std::countr_zero( itsWord ) );
-    // Adding the lowest set bit carries through the run; what overflows went on to the end of the word.
+    // Adding the lowest set bit carries through the run; an overflow means that the run reaches the end of
+    // the word.
     std::uint64_t after = itsWord + ( itsWord & ( 0 - itsWord ) );
     while ( after == 0 && LoadNextWord() )
         after = itsWord + 1;
@@ -61,14 +63,14 @@ inline bool XPivotRunFinder::Next( XPivotRun& outRun )
     return true;
 }
 
-/// 64 flags as bits, the first one lowest, by what every processor has.
+/// Packs 64 flags into bits, the first one lowest, on any processor.
 KORVALE_API std::uint64_t XPackPivotFlagsPortably( const std::uint8_t* inExists );
 
-/// Fewer than 64 flags, as XPackPivotFlags.
+/// Packs fewer than 64 flags; see XPackPivotFlags.
 std::uint64_t XPackFewPivotFlags( const std::uint8_t* inExists, std::size_t inCount );
 
 #if defined( __x86_64__ )
-/// Sixteen flags as bits: shifted to the top of their bytes, where the mask is taken from.
+/// Packs 16 flags into bits: each flag is shifted to the top bit of its byte, from which the mask is taken.
 inline std::uint64_t XPackSixteenPivotFlags( const std::uint8_t* inExists )
 {
     const __m128i flags = _mm_loadu_si128( reinterpret_cast<const __m128i*>( inExists ) );
@@ -76,7 +78,7 @@ inline std::uint64_t XPackSixteenPivotFlags( const std::uint8_t* inExists )
 }
 #endif
 
-/// The first 64 of so many flags as bits, the first one lowest; zeros for those that there are not.
+/// Packs the first 64 of `inCount` flags into bits, the first one lowest; bits beyond the last flag are 0.
 [[gnu::always_inline]] inline std::uint64_t
 XPackPivotFlags( const std::uint8_t* inExists, std::size_t inCount )
 {
@@ -90,5 +92,5 @@ XPackPivotFlags( const std::uint8_t* inExists, std::size_t inCount )
 #endif
 }
 
-/// True when all bytes are 0 or 1.
+/// True if all bytes are 0 or 1.
 bool XAreExistsFlags( const XVector<std::uint8_t>& inBytes );

@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <bit>
 
-/// Stable merge sort for orders that may contradict themselves, as the natural order of texts does: whatever
-/// `inIsLess` answers, it ends, stays within the vector and keeps every element. Insertion sort of short
-/// pieces, which are merged with a buffer of half the elements as soon as there are two of a length, so that short
-/// ones are still in the caches. Internal.
+/// Stable merge sort for comparisons that may be inconsistent, such as the natural order of texts: whatever
+/// `inIsLess` returns, the sort ends, stays within the vector and keeps every element. Short pieces are
+/// sorted by insertion and merged with a buffer of half the elements as soon as there are two of equal
+/// length, while they are still in the caches. Internal.
 template<class T, class TIsLess>
 class XStableSort
 {
@@ -22,7 +22,7 @@ public:
 private:
     static constexpr std::size_t kPiece = 32; // a power of two
 
-    /// The length is a power of two and may lead past the end.
+    /// The length is a power of two and may extend past the end.
     void SortPart( std::size_t inFirst, std::size_t inLength )
     {
         const std::size_t end = ( std::min )( inFirst + inLength, itsElements.size() );
@@ -48,8 +48,8 @@ private:
         }
     }
 
-    /// Moves the left piece out of the way and merges from the front; what is written never overtakes what is
-    /// read.
+    /// Moves the left piece to the buffer and merges from the front; the write position never passes the read
+    /// position.
     void Merge( std::size_t inFirst, std::size_t inMiddle, std::size_t inEnd )
     {
         if ( !itsIsLess( itsElements[inMiddle], itsElements[inMiddle - 1] ) )

@@ -34,7 +34,7 @@ private:
     const double* itsNumbers = nullptr;
 };
 
-/// True when the first value of a reduction is measured in the units of what it reduces.
+/// True if the first value of an aggregate has the units of its input.
 bool KeepsUnits( XAccumulator::XPivotTableAccumulatorType inType )
 {
     return inType != XAccumulator::kAccumulateProduct && inType != XAccumulator::kAccumulateCount &&
@@ -147,8 +147,8 @@ void XPivotTableCells::AddNumbers(
     }
 }
 
-/// The numbers of the present rows, cell by cell; each cell has room for all its rows. Returns the ends of
-/// what the cells hold.
+/// The numbers of the present rows, sorted by cell; each cell has room for all its rows. Returns the end of
+/// the numbers of each cell.
 XVector<std::uint32_t>
 XPivotTableCells::GatherNumbers( const XPivotColumn& inValues, double* outNumbers ) const
 {

@@ -5,22 +5,22 @@
 
 #include <memory>
 
-/// The cells of a pivot: each row of a table falls into one, and each cell's rows are reduced by themselves.
-/// Cells are numbered row group by row group. Internal.
+/// The cells of a pivot: each row of a table belongs to one cell, and the rows of each cell are aggregated
+/// separately. Cells are numbered by row group, then by column group. Internal.
 class XPivotTableCells
 {
 public:
-    /// Takes the row groups' list of the groups of rows. Throws 1012 for more than `inMostCells` cells.
+    /// Takes over the list of groups from `ioRowGroups`. Throws 1012 for more than `inMostCells` cells.
     XPivotTableCells(
         XPivotTableGroups& ioRowGroups, const XPivotTableGroups& inColumnGroups, std::uint32_t inMostCells );
 
-    /// The result columns of a value: for each column group those of the accumulator's column strings, with
-    /// one row for each row group. They are headed by the column string alone.
+    /// The result columns of one value: for each column group one column per column string of the
+    /// accumulator, with one row per row group. Their headings are the column strings alone.
     XVector<std::unique_ptr<XPivotColumn>>
     Accumulate( const XPivotColumn& inValues, const XPivotTableAccumulator& inAccumulator ) const;
 
-    /// For each column group a column of the values' class, with the value of the only present row of each of its
-    /// cells. Cells without one and with several are missing.
+    /// For each column group a column of the class of `inValues`, with the value of the only present row of
+    /// each cell. A cell with no or several present rows is missing.
     XVector<std::unique_ptr<XPivotColumn>> PickSingleValues( const XPivotColumn& inValues ) const;
 
 private:
@@ -42,14 +42,15 @@ private:
 
     std::uint32_t itsNumRowGroups;
     std::uint32_t itsNumColumnGroups;
-    XVector<std::uint32_t> itsCells;  // of each row
-    XVector<std::uint32_t> itsStarts; // of each cell among the rows in cell order; and the number of rows
+    XVector<std::uint32_t> itsCells; // of each row
+    // start of each cell in the rows sorted by cell; then the number of rows
+    XVector<std::uint32_t> itsStarts;
 };
 
-/// In place of a row: none.
+/// Stands for no row.
 inline constexpr std::uint32_t kNoPivotRow = 0xFFFFFFFF;
 
-/// A column of the class that a column has in pivots, with copies of the rows listed; missing ones, and
-/// kNoPivotRow, are missing.
+/// A column of the class that `inColumn` has in pivots, with copies of the listed rows; missing rows and
+/// kNoPivotRow become missing.
 std::unique_ptr<XPivotColumn>
 XPickPivotTableRows( const XPivotColumn& inColumn, const XVector<std::uint32_t>& inRows );

@@ -4,7 +4,7 @@
 
 class XPivotColumn;
 
-/// Rows put together by the values that they hold in key columns. Internal.
+/// Rows grouped by their values in key columns. Internal.
 struct XPivotTableGroups
 {
     XVector<std::uint32_t> groups;    ///< of each row
@@ -13,13 +13,13 @@ struct XPivotTableGroups
     std::uint32_t GetCount() const { return static_cast<std::uint32_t>( firstRows.size() ); }
 };
 
-/// How many bits of a hash tell groups apart before values are compared; all, but in tests.
+/// The bits of a hash that are used to separate groups before values are compared; tests use fewer.
 inline constexpr std::uint64_t kAllHashBits = ~std::uint64_t( 0 );
 
-/// The groups in the order in which they first occur. Without keys all rows are one group.
+/// Groups in the order of their first rows. Without keys all rows are one group.
 KORVALE_API XPivotTableGroups XGroupPivotTableRows(
     const XVector<const XPivotColumn*>& inKeys, std::uint32_t inRowCount,
     std::uint64_t inHashBits = kAllHashBits );
 
-/// Numbers the groups anew, in the order of their keys; the first key decides first.
+/// Renumbers the groups in the order of their keys; the first key is the most significant.
 void XSortPivotTableGroups( const XVector<const XPivotColumn*>& inKeys, XPivotTableGroups& ioGroups );

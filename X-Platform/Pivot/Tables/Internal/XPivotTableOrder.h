@@ -2,9 +2,9 @@
 
 #include "Pivot/Columns/XPivotColumnT.h"
 
-/// Orders of the rows of a table. Internal.
+/// Sorting of the rows of a table. Internal.
 
-/// Calls `inUse` with the column as the XPivotColumnT that it is, or returns false when it is none.
+/// Calls `inUse` with the column as its XPivotColumnT, or returns false if it is not one.
 template<class TUse>
 bool XUsePivotValues( const XPivotColumn& inColumn, TUse inUse )
 {
@@ -21,9 +21,9 @@ bool XUsePivotValues( const XPivotColumn& inColumn, TUse inUse )
         use( std::type_identity<XVersion>() );
 }
 
-/// True for a column that holds identifiers but is ordered by the numbers that it shows in their place.
+/// True for a column that holds identifiers but is sorted by the numbers that it shows.
 bool XIsOrderedByNumbers( const XPivotColumn& inColumn );
 
-/// Sorts rows, each listed once, stably by a column's stored values as the column itself would.
+/// Sorts rows, each listed once, stably by the column's stored values in the order of the column's Sort.
 void XSortPivotTableRows(
     const XPivotColumn& inColumn, XPivotSortDirection inDirection, XVector<std::uint32_t>& ioRows );

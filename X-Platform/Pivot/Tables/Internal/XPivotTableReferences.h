@@ -6,34 +6,36 @@ class XPivotOtherRowRefColumn;
 class XPivotRowRefColumn;
 class XPivotTable;
 
-/// The references among the rows of a table, over a change of its rows. An object without a row is known, with its
-/// number, as long as rows refer to it: for that the table keeps it, with one reference besides those that were added
-/// from elsewhere. Internal.
+/// Maintains the references among the rows of a table while its rows change. An object without a row stays
+/// known, with its number, as long as rows refer to it: the table holds a reference to it, in addition to
+/// references from elsewhere. Internal.
 ///
-/// While an object of this class lives, the table keeps its columns.
+/// The table must keep its columns during the life of this object.
 class XPivotTableReferences
 {
 public:
     explicit XPivotTableReferences( XPivotTable& ioTable );
-    /// Unless it was settled, as after a failure: the objects kept are those from before.
+    /// If Settle was not called, as after an error, restores the previously kept objects.
     ~XPivotTableReferences();
     XPivotTableReferences( const XPivotTableReferences& ) = delete;
     XPivotTableReferences& operator=( const XPivotTableReferences& ) = delete;
 
-    /// Before rows go: keeps all objects that rows refer to until the table is settled.
+    /// Call before rows are removed: keeps all objects that rows refer to until Settle.
     void KeepAll();
-    /// Called once, when the rows are changed: the table keeps those objects that have no row and that rows refer to.
+    /// Call once after the rows were changed: the table then keeps the objects that have no row but are
+    /// referred to by rows.
     void Settle();
-    /// The same when rows were appended from another table, from `inFirstRow` on, and none changed. The objects that
-    /// they refer to there become known. Takes time for these rows alone.
+    /// Call instead of Settle when rows were only appended from another table, from `inFirstRow` on. The
+    /// objects that they refer to become known here. Takes time proportional to the appended rows.
     void SettleAppended( const XPivotTable& inAppended, std::uint32_t inFirstRow );
 
-    /// Of a table that was read: one reference to each object without a row is the table's, where rows refer to it.
+    /// Call after reading a table: for each object without a row that rows refer to, one reference becomes
+    /// the table's.
     static void TakeOver( XPivotTable& ioTable );
 
 private:
-    /// A row-reference column, the columns that refer to its objects, and the places of the objects that are kept for
-    /// the time being.
+    /// A row-reference column, the columns that refer to its objects, and the places of the temporarily kept
+    /// objects.
     struct XTarget
     {
         XPivotRowRefColumn* column;

@@ -14,8 +14,8 @@ constexpr std::uint32_t kAnyStorages = 256; // which any rows may have
 constexpr std::uint32_t kRowsPerStorage = 16;
 constexpr std::uint32_t kRowsPerBlock = 512;
 
-/// Numbers the storages of texts in the order in which they first occur: open addressing, at most an eighth full. Addresses are
-/// not chosen by who fills a table, so they do not crowd.
+/// Numbers the storages of texts in the order in which they first occur: open addressing, at most an eighth
+/// full. The contents of a table do not determine addresses, so they cannot be chosen to collide.
 class XStorageNumbers
 {
 public:
@@ -114,7 +114,7 @@ XVector<std::uint32_t> FindEqualTexts(
     return groups;
 }
 
-/// Makes one group of those with equal texts.
+/// Merges groups with equal texts.
 void MergeGroups( const XVector<std::uint32_t>& inEqualGroups, XPivotTableGroups& ioGroups )
 {
     XVector<std::uint32_t> numbers( inEqualGroups.size() ), firstRows;

@@ -5,8 +5,8 @@
 
 #include <optional>
 
-/// Groups the first rows of a column by texts, told apart by where they lie: columns keep equal texts in one storage, so
-/// that only one text of each storage is looked at. Groups are those of XGroupPivotTableRows. Nothing where the rows have
-/// so many storages that this gains nothing. Internal.
+/// Groups the first rows of a column by text, using the addresses of text storages: equal texts of a column
+/// usually share one storage, so only one text per storage is compared. The groups are those of
+/// XGroupPivotTableRows. No value if there are too many storages for this to be faster. Internal.
 std::optional<XPivotTableGroups> XGroupSharedPivotTexts(
     const XVector<XString>& inTexts, const XVector<std::uint8_t>& inExists, std::uint32_t inRowCount );

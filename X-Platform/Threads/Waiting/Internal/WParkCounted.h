@@ -2,10 +2,11 @@
 
 #include "Threads/Waiting/Internal/WParkingQueue.h"
 
-/// Lets the calling thread sleep on an object whose state is one word, `ioState`, that also counts the sleeping
-/// threads, in steps of `inOneSleeper`; its address names the queue. Returns kWaitSucceeded at once when one of
-/// `inReadyBits` is set, else when the thread has been released, its time is over or it was alerted. Whatever the
-/// result, the caller has to try for what it wants: it may have been released as it was leaving.
+/// Blocks the calling thread on an object whose state is one word, `ioState`, which also counts the sleeping
+/// threads in steps of `inOneSleeper`; its address identifies the queue. Returns kWaitSucceeded at once if
+/// one of `inReadyBits` is set, otherwise when the thread has been released, has timed out or was alerted. In
+/// every case the caller must try again to take what it waits for: the thread may have been released while it
+/// was leaving.
 template<class State>
 WWaitResult WParkCounted(
     std::atomic<State>& ioState, State inOneSleeper, State inReadyBits, const WDeadline& inDeadline,
@@ -14,8 +15,8 @@ WWaitResult WParkCounted(
     WParkingNode node;
     {
         WParkingQueue queue( &ioState );
-        // Counted before looking: who changes the state after this step knows of the sleeper, what was there before
-        // it is seen.
+        // Count first, then look: a thread that changes the state afterwards sees the sleeper, and an earlier
+        // change is seen here.
         if ( ioState.fetch_add( inOneSleeper, std::memory_order_acq_rel ) & inReadyBits )
         {
             ioState.fetch_sub( inOneSleeper, std::memory_order_relaxed );

@@ -7,7 +7,7 @@
 
 #include <atomic>
 
-/// One waiting thread in a WParkingQueue. Lives on the stack of that thread for the length of its wait.
+/// One waiting thread in a WParkingQueue. Lives on the stack of that thread during its wait.
 class WParkingNode : private WAlertableWait
 {
 public:
@@ -15,16 +15,17 @@ public:
     WParkingNode( const WParkingNode& ) = delete;
     WParkingNode& operator=( const WParkingNode& ) = delete;
 
-    /// Sleeps until `Release`, after a short spin. On kWaitTimedOut and kWaitAlerted the node is still queued
-    /// (or taken from the queue and about to be released): wait again, or leave with `WParkingQueue::Remove`,
-    /// and if that returns false with `WaitForRelease`.
+    /// Blocks until `Release`, after spinning briefly. After kWaitTimedOut or kWaitAlerted the node is still
+    /// queued, or has been removed and is about to be released: either wait again, or leave with
+    /// `WParkingQueue::Remove` and, if that returns false, `WaitForRelease`.
     WWaitResult Wait( const WDeadline& inDeadline, bool inAlertable );
 
-    /// Sleeps until `Release`, which is known to be under way.
+    /// Blocks until a `Release` that is already under way.
     void WaitForRelease();
 
-    /// Ends the wait. Called once, by the thread that took the node from its queue; the released thread runs
-    /// into nobody when that thread has let go of the queue before. The node may be gone when this returns.
+    /// Ends the wait. Called once, by the thread that removed the node from its queue, preferably after it
+    /// has unlocked the queue, so that the released thread does not contend for it. The node may no longer
+    /// exist on return.
     void Release();
 
     std::uint32_t GetThreadID() const { return itsThreadID; }
@@ -40,5 +41,5 @@ private:
     const void* itsKey = nullptr;           // guarded by the queue; null while not queued
     WParkingNode* itsPrevious = nullptr;    // guarded by the queue
     WParkingNode* itsNext = nullptr;        // guarded by the queue
-    std::atomic<std::uint32_t> itsWord = 0; // what the thread sleeps on
+    std::atomic<std::uint32_t> itsWord = 0; // the word on which the thread sleeps
 };

@@ -2,12 +2,12 @@
 
 #include "Threads/Waiting/Internal/WParkingNode.h"
 
-/// The threads that wait for the object at one address, first come first. An instance holds the queue locked
-/// for its lifetime, so whatever is decided and done meanwhile is one step to every other thread.
+/// The threads that wait for the object at one address, in the order of arrival. An instance keeps the queue
+/// locked during its lifetime, so everything done meanwhile is one atomic step to other threads.
 ///
-/// The queues live in a table of the process and not in the objects, for two reasons: a lock stays as small
-/// as its state, and the thread that wakes others never touches the object after giving it up, so that the
-/// thread that gets it may destroy it at once.
+/// The queues are in a table of the process instead of in the objects, for two reasons: a lock is as small as
+/// its state, and a thread that wakes others does not access the object after releasing it, so the next owner
+/// may destroy it at once.
 class WParkingQueue
 {
 public:
@@ -18,10 +18,11 @@ public:
 
     void Append( WParkingNode& inNode );
 
-    /// Takes the node that has waited longest; null when nobody waits. The caller releases it.
+    /// Removes the node that has waited longest; null if there is none. The caller releases it.
     WParkingNode* TakeFirst();
 
-    /// Takes a node from the queue. False when another thread has taken it already and will release it.
+    /// Removes a node from the queue. Returns false if another thread has already removed it and will release
+    /// it.
     bool Remove( WParkingNode& inNode );
 
     bool IsEmpty() const { return FindFirst() == nullptr; }
