@@ -3,6 +3,10 @@
 #include "Ground/XFail.h"
 #include "Testing.h"
 
+#include <filesystem>
+#include <fstream>
+#include <regex>
+
 namespace
 {
 
@@ -70,6 +74,38 @@ TEST( XInternalErrorTest, ReducesEveryPathToTheClass )
           { "D:\\build\\X-Platform\\XTime.cpp", "XTime.cpp", "a/b\\XTime.cpp", "a.b/XTime.h", "XTime" } )
         EXPECT_STREQ( FailAssertion( path ).GetFile().GetConstCharPtr(), "..\\X-Platform\\XTime.cpp" )
             << path;
+}
+
+/// Where the sources are at hand.
+TEST( XInternalErrorTest, EverySourceThatAssertsNamesAClass )
+{
+    const std::filesystem::path root = KORVALE_SOURCE_DIR "/X-Platform";
+    if ( !std::filesystem::exists( root ) )
+        GTEST_SKIP();
+    const auto previous = XInternalErrorHandlers::Install( {} );
+    const std::regex declaration( "(?:class|struct) (?:KORVALE_API )?(?:\\w+::)*(\\w+)( final)?( :.*)?" );
+    const std::regex assertion( " +XAssert\\(.*" );
+    std::set<std::string> classes;
+    std::set<std::filesystem::path> asserting;
+    for ( const auto& entry : std::filesystem::recursive_directory_iterator( root ) )
+    {
+        std::ifstream file( entry.path() );
+        std::smatch match;
+        for ( std::string line; std::getline( file, line ); )
+            if ( std::regex_match( line, match, declaration ) )
+                classes.insert( match[1] );
+            else if ( std::regex_match( line, assertion ) )
+                asserting.insert( entry.path() );
+    }
+    EXPECT_GT( asserting.size(), 40u );
+    for ( const auto& path : asserting )
+    {
+        const std::string file = FailAssertion( path.string().c_str() ).GetFile().GetConstCharPtr();
+        const std::string name =
+            std::filesystem::path( file.substr( file.rfind( '\\' ) + 1 ) ).stem().string();
+        EXPECT_TRUE( classes.contains( name ) ) << path << " names " << file;
+    }
+    XInternalErrorHandlers::Install( previous );
 }
 
 TEST( XInternalErrorTest, AssertionTextIsTheExpression )

@@ -4,6 +4,7 @@
 #include "Startup/WInitCore.h"
 #include "TestFolder.h"
 
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 // What real limits of the system do to blocks. Each of them holds for a process of its own.
@@ -49,6 +50,28 @@ TEST( MemoryLimits, AFileThatCannotBeLengthenedKeepsItsLength )
             EXPECT_EQ( 5u, handle.GetDataSize() );
             EXPECT_EQ( 5u, std::filesystem::file_size( folder / "file" ) );
         } ) );
+}
+
+TEST( MemoryLimits, AFullFileSystemIsAnErrorOfThePurge )
+{
+    const TestFolder folder;
+    if ( ::mount( "tmpfs", folder.GetPath().c_str(), "tmpfs", 0, "size=1m" ) != 0 )
+        GTEST_SKIP() << "this user cannot mount";
+    {
+        TestManager manager( 4 * kMiB );
+        manager.SetTemporaryFolder( folder.GetPath() );
+        XMappedFileMemoryHandle small( kMiB / 2 );
+        XMappedFileMemoryHandle large( 2 * kMiB );
+        Fill( small, 1 );
+        Fill( large, 2 );
+        small.GetBlock()->Purge();
+        EXPECT_ERROR( 1263, large.GetBlock()->Purge() );
+        EXPECT_EQ( 0u, folder.CountEntries() );
+        EXPECT_ERROR( 1012, XMemoryHandle handle( 3 * kMiB ) );
+        EXPECT_TRUE( Holds( large, 2 ) );
+        EXPECT_TRUE( Holds( small, 1 ) );
+    }
+    ::umount( folder.GetPath().c_str() );
 }
 
 TEST( MemoryLimits, ARefusedMappingIsAnError )
