@@ -1,5 +1,5 @@
 // Floods a main thread that takes no messages with progress for ten seconds and a server with strangers, then runs the stress tests of
-// threads, messages, jobs and memory again and again for the given number of minutes (one by default), each time
+// threads, messages, jobs, memory and remote calls again and again for the given number of minutes (one by default), each time
 // with other random choices. Ends with 1 at the first fault.
 
 #include "Jobs/XJob.h"

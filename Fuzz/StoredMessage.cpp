@@ -39,7 +39,7 @@ void CheckRoundTrip( const XRemoteMessage& inMessage )
 /// The queue finds what may coalesce by its key.
 void CheckKeys( const XMessage& inFirst, const XMessage& inSecond )
 {
-    if ( inFirst == inSecond || inFirst.ShouldCoalesceQueueMessage( inSecond ) != XMessage::kCoalesceNone )
+    if ( inFirst.ShouldCoalesceQueueMessage( inSecond ) != XMessage::kCoalesceNone )
         Require( inFirst.GetCoalesceKey() == inSecond.GetCoalesceKey() );
 }
 

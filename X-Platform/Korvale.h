@@ -103,6 +103,7 @@
 #include "Messaging/XNetJobMessage.h"
 #include "Messaging/XRemoteMessage.h"
 #include "Messaging/XRemoteNotifyMessage.h"
+#include "Messaging/XRemoteValueMessage.h"
 #include "Messaging/XSpeaker.h"
 
 // Progress and jobs
@@ -187,6 +188,7 @@
 #include "Servers/XServer.h"
 
 // Remote calls
+#include "RemoteCalls/XControlBridge.h"
 #include "RemoteCalls/XLPCBridge.h"
 #include "RemoteCalls/XMakeRPCCall.h"
 #include "RemoteCalls/XRPCBridge.h"

@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <iterator>
 
+// Writes elements as they are drawn. The result must be the same bytes on every system, so text is measured
+// with built-in widths of the characters instead of the fonts of the system, and numbers are rounded in
+// integers (ToText).
+
 namespace
 {
 // Families that are alike wherever the file is shown.

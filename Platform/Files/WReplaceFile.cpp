@@ -11,6 +11,20 @@
 #include <system_error>
 #include <utility>
 
+// The states of a replacement, and what exists in the file system in each:
+//
+//   writing     the target as it was; the new file without a name (Linux) or with a hidden one (itsPath)
+//   committed   the new file as the target; the old one under a hidden name (itsOldPath) if KeepOld was called
+//   undone      the target as it was; the new file under its hidden name
+//   kept        like undone, and a second, visible name of the new file (KeepNew)
+//
+// Renaming replaces a file in one step, so at every moment the target is either the old or the new file.
+// Every hidden name is registered with WPendingFiles before the file is created, and Hold keeps an interrupt
+// from coming between two steps; so an interrupted process leaves nothing behind.
+//
+// Committing checks the target again: it may have become a folder, or read-only, while the new file was
+// written. A device, or a descriptor such as /dev/stdout, is written directly and cannot be undone.
+
 namespace fs = std::filesystem;
 
 namespace
@@ -95,6 +109,7 @@ WReplaceFile::WReplaceFile( const fs::path& inTarget, Check inCheck ) : itsTarge
     itsFile = OpenUnnamed( itsTarget.parent_path(), sUnnamedFiles );
     itsIsUnnamed = itsFile.IsOpen();
     if ( itsIsUnnamed )
+        // They take descriptors as long as they have no name, so their number is limited (OpenUnnamed).
         ++sUnnamedFiles;
     else
         CreateNamed();
@@ -163,6 +178,7 @@ void WReplaceFile::Complete()
 {
     if ( !itsFile.IsOpen() )
         return;
+    // Before the rename: otherwise a crash of the system could leave the name with an empty file.
     itsFile.Flush();
     if ( !itsIsUnnamed )
         itsFile.Close();
@@ -204,6 +220,8 @@ void WReplaceFile::Undo() noexcept
     const auto hold = WPendingFiles::Hold();
     if ( itsIsCommitted )
     {
+        // The new file gets its hidden name back first; only then may the target's name be given to the old
+        // one.
         if ( LinkOrMove( itsTarget, itsPath ) )
             return LeaveOld();
         itsIsCommitted = false;

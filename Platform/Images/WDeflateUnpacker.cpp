@@ -48,6 +48,7 @@ void WDeflateUnpacker::Unpack( std::byte* outBytes, std::size_t inCount )
 void WDeflateUnpacker::Finish( std::uint64_t inUnused )
 {
     std::array<std::byte, 4096> unused;
+    // Rows beyond the page are unpacked and dropped.
     for ( auto left = inUnused + 1; left > 0 && !itsHasEnded; )
     {
         const auto count = UnpackSome( unused.data(), std::min<std::uint64_t>( unused.size(), left ) );

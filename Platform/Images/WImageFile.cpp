@@ -16,6 +16,7 @@ std::string ReadSignature( const std::filesystem::path& inPath )
 {
     std::error_code error; // Where there is no such file, opening it says so.
     const auto status = std::filesystem::status( inPath, error );
+    // Opening a pipe would wait for a writer.
     if ( std::filesystem::is_fifo( status ) || std::filesystem::is_socket( status ) ||
          std::filesystem::is_character_file( status ) )
         throw WImageError(
@@ -55,6 +56,7 @@ void WImagePage::Allocate( std::uint64_t inMostBytes, const Allocator& inAllocat
     const auto pixels = std::uint64_t{ width } * height;
     if ( pixels > std::numeric_limits<std::uint32_t>::max() )
         throw WImageError( "a page of " + size + " is too large" );
+    // Divided, as the product of the claims might overflow.
     if ( pixels > inMostBytes / GetSampleSize() / channels )
         throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
     samples = inAllocator( GetByteCount() );

@@ -7,6 +7,14 @@
 // Texts are stored as chains of 8 bytes, so that one or two stores unpack most codes. A store may write up to
 // 7 bytes beyond its text, which the next one overwrites; a text without room for that is unpacked to itsRest
 // first.
+//
+// The LZW of TIFF: codes of 9 to 12 bits, most significant bit first. Codes below 256 are bytes, 256 clears
+// the table and 257 ends the data; the others stand for texts seen before. The width grows one code earlier
+// than the table requires ("early change"), which every writer does.
+//
+// A text is the text of another code with one byte more, so an entry needs only a reference and the byte.
+// Here an entry has the last up to eight bytes of its text in a word, and the reference leads to the entry
+// before those (`before`): a chain of words instead of bytes.
 
 namespace
 {
@@ -63,6 +71,7 @@ void WLZWUnpacker::Unpack( std::byte* outBytes, std::size_t inCount )
     while ( out < end )
     {
         const auto code = TakeCode( itsBits );
+        // More bytes are expected: the end comes too early.
         if ( code == kEnd )
             RefuseTooShort();
         if ( code == kClear )
@@ -134,6 +143,7 @@ void WLZWUnpacker::AddText( std::uint32_t inCode )
     const auto most = itsPrevious == kNoCode ? kLiterals - 1 : itsNextCode;
     if ( inCode > most )
         Refuse( "LZW code " + std::to_string( inCode ) + " has no text yet" );
+    // The first code after a clear adds nothing, and a full table stays as it is until it is cleared.
     if ( itsPrevious == kNoCode || itsNextCode == kMostCodes )
         return;
 

@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+// PackBits: runs of one byte and stretches of literal bytes, each behind a header byte. The fast loop handles
+// items whole, which is possible while there is room for the longest item on both sides; the slow way takes
+// an item apart by its remaining counts (itsLiterals, itsRepeats), so that unpacking may stop anywhere within
+// it.
+
 void WPackBitsUnpacker::Reset()
 {
     itsLiterals = itsRepeats = 0;

@@ -2,6 +2,11 @@
 
 #include <algorithm>
 
+// A page is a grid of blocks: strips are blocks of the width of the page, tiles have a size of their own, and
+// with separate planes there is one grid for each channel. Blocks are unpacked in groups of rows that fit
+// into the cache, have their prediction undone while they are there, and go directly to the page if a row of
+// the block is a row of the page, otherwise through a buffer from which the part within the page is copied.
+
 using Tags = WTIFFDirectory;
 
 namespace
@@ -57,6 +62,7 @@ WTIFFBlockReader::WTIFFBlockReader(
 {
     if ( itsOffsets.size() < itsGrid.blocks || ( !itsSizes.empty() && itsSizes.size() < itsGrid.blocks ) )
         throw WImageError( "some of its strips or tiles are not listed" );
+    // Old writers leave the sizes of strips out: each may reach to the end of the file.
     if ( itsSizes.empty() )
         itsSizes = GetRests( inFile, itsOffsets );
     JoinStrips();
@@ -118,5 +124,6 @@ void WTIFFBlockReader::ReadBlock( std::uint64_t inBlock, const WImageFile::Progr
                   static_cast<std::uint32_t>( itsGrid.width ), static_cast<std::uint32_t>( count ) },
                 itsGrid.isSeparate ? std::optional( channel ) : std::nullopt );
     }
+    // Rows beyond the page belong to the block: only after them can the end be checked.
     itsUnpacker->Finish( ( itsGrid.height - rows ) * itsRowSize );
 }

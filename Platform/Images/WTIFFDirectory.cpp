@@ -5,12 +5,19 @@
 #include <algorithm>
 #include <bit>
 
+// An entry has a tag, a type, a count and four bytes (eight in BigTIFF), which are the values if they fit and
+// otherwise the offset of the values. Small values are kept with the entry; others are read when they are
+// asked for, and no more of them than the caller wants. Types that are unknown are kept as entries, since a
+// tag that nobody asks for does no harm; numbers are taken from entries of any integer type, because writers
+// disagree.
+
 namespace
 {
 /// Exactly the bytes of that place; WImageError when the file has not got them.
 std::string ReadBytes( const WFile& inFile, std::uint64_t inPosition, std::uint64_t inCount )
 {
     const auto size = inFile.GetSize();
+    // In this form neither sum nor difference can overflow.
     if ( inPosition > size || inCount > size - inPosition )
         throw WImageError(
             "it is cut off: " + std::to_string( inCount ) + " bytes are missing at offset " +
@@ -92,6 +99,7 @@ void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart
         entry.bytes = inBytes.substr( valueStart, wordSize );
     else
         entry.position = ::GetNumber( inBytes, valueStart, wordSize, itsHeader.isSwapped );
+    // Tags should be unique. Some writers repeat the description, for one form each.
     if ( !itsEntries.emplace( tag, entry ).second )
         itsRepeatedEntries.emplace( tag, entry );
 }

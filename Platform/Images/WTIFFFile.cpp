@@ -4,6 +4,17 @@
 
 #include <algorithm>
 
+// Opening a file walks its directories, which form a linked list, and notes where the pages are; nothing else
+// is read. A list that leads back into itself is recognised by the total size of its directories, which an
+// intact file exceeds in no case, so no set of visited offsets is needed.
+//
+// Sizes in a file are claims. Before memory is allocated for a page, its size is compared with what the whole
+// file could contain if it were one page, compressed as well as its compression permits (GetMostBytes).
+// Tiles, which need memory beside the page, have a limit of their own.
+//
+// Samples are returned as brightness: images whose white is 0 are inverted, palettes are applied; other
+// interpretations are rejected with their number.
+
 using Tags = WTIFFDirectory;
 
 namespace
@@ -147,7 +158,6 @@ void CheckPlaneCount( const Tags& inTags )
             "it has " + std::to_string( planes ) + " planes, of which only the first could be read" );
 }
 
-/// The form of a page as its samples are stored.
 void CheckPlanarConfiguration( const Tags& inTags )
 {
     const auto configuration = inTags.GetNumber( Tags::kPlanarConfiguration, 1 );
@@ -156,6 +166,7 @@ void CheckPlanarConfiguration( const Tags& inTags )
             "its planar configuration is " + std::to_string( configuration ) + " (expected 1 or 2)" );
 }
 
+/// The form of a page as its samples are stored.
 WImagePage MakePage( const Tags& inTags )
 {
     const auto samplesPerPixel = inTags.GetNumber( Tags::kSamplesPerPixel, 1 );
@@ -243,6 +254,7 @@ WImageFile::Layout WTIFFFile::GetLayout() const
         static_cast<double>( tags.GetNumber( Tags::kBitsPerSample, 1 ) ) / 8;
     const auto size = itsFile.GetSize();
     if ( IsPlain( tags ) && tags.Has( Tags::kStripOffsets ) && bytes > 0 && first < size )
+        // In floating point: the factors come from the file, and their product may overflow.
         layout.planesInFile = static_cast<std::uint64_t>( static_cast<double>( size - first ) / bytes );
     return layout;
 }
@@ -250,6 +262,7 @@ WImageFile::Layout WTIFFFile::GetLayout() const
 /// A thumbnail may lie before the first page, with the description of both or with one of its own.
 std::vector<std::string> WTIFFFile::GetDescriptions() const
 {
+    // The page's own description is preferred.
     for ( const auto offset : { itsPages.front(), itsHeader.firstDirectory } )
     {
         const WTIFFDirectory directory( itsFile, itsHeader, offset );

@@ -6,6 +6,12 @@
 #include <bit>
 #include <cstring>
 
+// Writers store differences of neighbouring samples because they compress better. Kind 2 stores the
+// difference to the sample to the left of the same channel, modulo the size of the sample; kind 3, for
+// floats, first takes the bytes of a row apart by significance and then stores differences of bytes. Undoing
+// both is a running sum along each row. Samples of the other byte order are swapped before they are summed;
+// kind 3 defines its own order.
+
 namespace
 {
 template<class T>

@@ -36,15 +36,19 @@ public:
     /// Whether there was an interrupt before DisableAbort.
     static bool IsRequested() noexcept;
 
+    /// For a service, which an interrupt ends in the ordinary way: instead of the second interrupt, the grace
+    /// period ends the process that has not ended by then.
+    static void BeginService( std::uint32_t inGraceMs ) noexcept;
+
     /// Call it when the work is done.
     static void DisableAbort() noexcept;
 
 private:
     enum Event
     {
-        kInterrupted,
-        kTimedOut,
-        kClosing
+        kInterruptEvent,
+        kTimeoutEvent,
+        kClosingEvent
     };
 
     Options itsOptions;
@@ -58,6 +62,6 @@ private:
     static void TakeOver();
     static void GiveBack();
     static Event WaitForEvent( std::uint32_t inTimeoutMs );
-    static void Close(); ///< Makes WaitForEvent return kClosing.
+    static void Close(); ///< Makes WaitForEvent return kClosingEvent.
     [[noreturn]] static void EndProcess( int inExitStatus );
 };

@@ -7,8 +7,8 @@
 
 /// The wake-up event of the main thread, and the loop that waits for it. A foreign loop can wait for its
 /// handle: a file descriptor to poll for reading on Linux, an event handle on Windows.
-/// Threads: any thread may call `Wake` and `RequestEnd`, a signal handler may call `RequestEnd`; the rest is
-/// for the main thread.
+/// Threads: any thread may call `Wake` and `RequestEnd`, on Linux a signal handler may call `RequestEnd`; the
+/// rest is for the main thread.
 class KORVALE_API WMainLoop
 {
 public:

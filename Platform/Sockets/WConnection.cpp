@@ -6,6 +6,15 @@
 
 #include <algorithm>
 
+// The three phases of an operation. A first try costs one system call and usually succeeds. Then some retries
+// (WSocketSpin), as waking a sleeping thread takes longer than a peer on another processor needs to answer.
+// Then sleep, in the system's wait for the connection and the thread's alert, and try again after each
+// wake-up, whatever its reason: being ready is only a hint, since another thread may have been faster. After
+// a time-out there is one last try, so that a deadline of 0 still takes what is there.
+//
+// Interrupt sets its flag before it ends the connection. A wait that has begun is woken by the end of the
+// connection; one that begins later sees the flag. Neither can sleep through it.
+
 namespace
 {
 
@@ -98,6 +107,7 @@ WConnection::Outcome WConnection::WaitForMore( USize inCount, const WDeadline& i
     constexpr std::uint32_t kPeriodMs = 10;
     for ( ;; )
     {
+        // In the other order, bytes that arrive between the two questions would be missed.
         const bool hasEnded = HasPeerClosed() || itsIsInterrupted; // before looking for the last bytes
         if ( GetWaitingBytes() > inCount )
             return { kDone, 1 };

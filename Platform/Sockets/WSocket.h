@@ -20,9 +20,10 @@ public:
 
     // ---- Server side
 
-    /// Binds to a port of all adapters; 0 selects a free one. A port that closed connections have recently
-    /// used can be bound, one with a listener cannot (kErrorAddressInUse).
-    Outcome Bind( std::uint16_t inPort );
+    /// Binds to a port of the adapter with the address, of all adapters if it is 0; port 0 selects a free one.
+    /// A port that closed connections have recently used can be bound, one with a listener cannot
+    /// (kErrorAddressInUse).
+    Outcome Bind( const Address& inAddress );
     Outcome Listen( std::uint32_t inBacklog );
 
     // ---- Client side

@@ -6,6 +6,12 @@
 #include <cstdint>
 #include <iterator>
 
+// Conversions go through code points, one character at a time: TakeUTF8 and TakeWide read one and reject what
+// is malformed (overlong forms, surrogates, numbers beyond 0x10FFFF) with the replacement character; the
+// Append functions write one. Where the target has no such character, Windows-1252 gets a question mark, or,
+// in the escaped form, "\u{...}" with its number, so that different texts stay different. In the escaped form
+// a malformed byte b has the number 0xDC00 + b, which no character has.
+
 namespace
 {
 
@@ -225,6 +231,7 @@ std::string WCodePage::UTF8ToWindows1252Escaped( std::string_view inText )
         const auto character = inText.substr( 0, inText.size() - rest.size() );
         std::string wellFormed;
         AppendUTF8( code, wellFormed );
+        // A replacement character that was in the text is well-formed and equals its own encoding.
         const bool isMalformed = wellFormed != character;
         const auto encoded = EncodeWindows1252( code );
         if ( isMalformed )

@@ -2,6 +2,10 @@
 
 #include <cerrno>
 
+// Codes have their Windows values on every system, because logs and files store them. errno values without a
+// counterpart are carried as kErrnoFlag | errno, which the system has no code for. The table is searched from
+// the front in both directions, so where two values of errno share a code, the first one gets the text.
+
 namespace
 {
 

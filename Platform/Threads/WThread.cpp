@@ -5,6 +5,11 @@
 
 #include <utility>
 
+// The handle of a system thread must be waited for (joined) once, or the system keeps the thread's stack. A
+// WThread may live long after its thread has ended, so ended threads are chained in EndedThreads, and the
+// next thread that ends releases those whose end is complete (TryToRelease does not block). Whoever takes
+// itsHandle out under the mutex of that list, the chain or WaitForSystemThread, is the one that releases it.
+
 /// Guards the handles of all threads, and keeps those that have ended and wait for their release.
 struct WThread::EndedThreads
 {

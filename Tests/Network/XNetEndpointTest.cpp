@@ -230,6 +230,23 @@ TEST( XNetEndpointTest, NamesThePortInUse )
     EXPECT_EQ( other.GetLocalAddress().GetPort(), port );
 }
 
+TEST( XNetEndpointTest, ListensOnOneAdapterAlone )
+{
+    XNetEndpoint listener;
+    listener.Bind( XNetAddress::GetLoopBackAddress( 0 ) );
+    const XNetAddress address = listener.GetLocalAddress();
+    EXPECT_EQ( address.GetIPAddress( false ), 0x7F000001u );
+    XNetEndpoint client;
+    client.Connect( address, kPatience );
+    client.ForceDisconnect();
+    EXPECT_EQ( // another address of the loop-back interface
+        ErrorOf( [&] { client.Connect( XNetAddress( 0x7F000002, address.GetPort() ), kPatience ); } ),
+        3106u );
+    XNetEndpoint unknown;
+    EXPECT_NE( ErrorOf( [&] { unknown.Bind( XNetAddress( "no-such-host.invalid", 0 ) ); } ), 0u );
+    EXPECT_EQ( unknown.GetState(), State::kStateClosed ); // and not on all
+}
+
 TEST( XNetEndpointTest, NoticesThatThePeerHasGone )
 {
     TestConnection connection;

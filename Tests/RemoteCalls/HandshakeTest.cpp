@@ -1,5 +1,6 @@
 #include "RemoteCalls/TestBridge.h"
 
+#include "Core/Times/XTimer.h"
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
 
@@ -156,6 +157,36 @@ TEST_F( HandshakeTest, SwitchesTheOrderAfterTheAnswer )
     client.GetStream().Write32( 0x01020304 );
     EXPECT_EQ( client.Call( 1005 ), 0u );
     EXPECT_EQ( itsServices.noted, 0x01020304u );
+}
+
+/// Peers that leave at every point of the opening, and after it, one after the other and side by side.
+TEST_F( HandshakeTest, SurvivesAbandonedHandshakes )
+{
+    RawClient watcher( itsServer );
+    watcher.Authenticate();
+    const auto abandon = [&]( unsigned inPoint )
+    {
+        XNetEndpoint endpoint;
+        endpoint.Connect( itsServer.GetAddress(), kPatience );
+        const std::uint8_t bytes[] = { 0, 3,    0x9C, 0xA4, 0, 0, 3, 0xE8, 0, 0,
+                                       3, 0xE8, 0,    0,    0, 0, 0, 0,    3, 0xE9 };
+        if ( const unsigned count = inPoint % ( sizeof( bytes ) + 1 ) )
+            endpoint.SendData( bytes, count, kPatience );
+        if ( inPoint % 2 == 0 )
+            endpoint.ForceDisconnect();
+    };
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( unsigned i = 0; i < 2500; ++i )
+                abandon( i + inThread );
+        } );
+    EXPECT_EQ( watcher.Call( 1005 ), 0u );
+    for ( const XTimer timer( kPatience ); itsServer->GetResponderCount() > 1 && !timer.HasExpired(); )
+        XThread::YieldCurrentThread();
+    EXPECT_EQ( itsServer->GetResponderCount(), 1u );
+    RawClient( itsServer ).Authenticate();
 }
 
 /// Each is answered, as far as it can be, and ends its own connection only.

@@ -143,6 +143,21 @@ TEST_F( RPCSessionsTest, RefusesSessionsThatNobodyHasRequested )
     client->Disconnect();
 }
 
+TEST_F( RPCSessionsTest, LimitsTheBytesOfCallsAndReturns )
+{
+    const auto client = MakeClient( XRPCBridge::kClient );
+    itsServer.GetLastBridge()->SetMostCallBytes( 4 + 4 + 800 + 8 );
+    for ( int i = 0; i < 3; ++i )
+        EXPECT_EQ( client->Scale( XVector<double>( 100, 1.5 ), 2 ).back(), 3 );
+    EXPECT_EQ( ErrorOf( [&] { client->Scale( XVector<double>( 101, 1.5 ), 2 ); } ), 1005u );
+    EXPECT_EQ( ErrorOf( [&] { client->CheckAlive(); } ), 3100u );
+    const auto careful = MakeClient( XRPCBridge::kClient );
+    careful->SetMostCallBytes( 4 + 4 + 800 );
+    EXPECT_EQ( careful->Scale( XVector<double>( 100, 1.5 ), 2 ).back(), 3 );
+    EXPECT_EQ( ErrorOf( [&] { careful->Scale( XVector<double>( 101, 1.5 ), 2 ); } ), 1005u );
+    EXPECT_EQ( ErrorOf( [&] { careful->CheckAlive(); } ), 3100u );
+}
+
 TEST_F( RPCSessionsTest, RepeatsCallsOverNewConnections )
 {
     const auto client = MakeClient( XRPCBridge::kClient, true );
@@ -188,6 +203,62 @@ TEST_F( RPCSessionsTest, WaitsForTheServerToComeBack )
     EXPECT_TRUE( given.SleepUntilTerminate( 100 ) );
     client->ForceDisconnect();
     given.WaitForTerminate( kPatience );
+}
+
+/// A server that asks for a second connection, for which its queue has no room.
+TEST_F( RPCSessionsTest, EndsAnAttemptToConnectForTheOtherDirection )
+{
+    XNetEndpoint listener;
+    listener.Bind( 0, 0 );
+    const XNetAddress address = XNetAddress::GetLoopBackAddress( listener.GetLocalPort() );
+    std::vector<XNetEndpoint> queued( 2 );
+    WEvent isFull;
+    const auto client = XMakeRef<TestBridge>( XRPCBridge::kBidirectionalClient, XRPCCipher() );
+    const auto serve = [&]
+    {
+        const std::unique_ptr<XNetEndpoint> endpoint( listener.Listen() );
+        XNetStream stream( *endpoint, kPatience, kPatience, 4096 );
+        stream.SetByteOrder( kMotorolaOrder );
+        const auto read = [&]( int inCount )
+        {
+            std::uint32_t last = 0;
+            for ( int i = 0; i < inCount; ++i )
+                last = stream.Read32();
+            return last;
+        };
+        const auto answer = [&]( std::uint32_t inResult )
+        {
+            stream.Write32( 0 );
+            stream.Write32( inResult );
+            stream.Flush();
+        };
+        read( 4 ); // preamble, call, version, type
+        answer( 1001 );
+        answer( XRPCBridge::TransformSentinel( read( 3 ) ) );
+        const std::uint32_t order = read( 2 );
+        answer( order );
+        stream.SetByteOrder( static_cast<XByteOrder>( order ) );
+        EXPECT_EQ( read( 1 ), 1004u );
+        for ( XNetEndpoint& each : queued )
+            try
+            {
+                each.Connect( address, 200 );
+            }
+            catch ( const XException& ) // full already
+            {
+            }
+        answer( 5 );
+        isFull.Set();
+        EXPECT_EQ( ErrorOf( [&] { stream.Read8(); } ), 3100u );
+    };
+    RunTogether(
+        serve, [&] { EXPECT_EQ( ErrorOf( [&] { client->Connect( address, kPatience ); } ), 3100u ); },
+        [&]
+        {
+            isFull.Wait( kPatience );
+            XThread::SleepCurrentThread( 50 ); // until it connects: before that, it ends anyway
+            client->ForceDisconnect();
+        } );
 }
 
 TEST_F( RPCSessionsTest, ReceivesAgainByItself )

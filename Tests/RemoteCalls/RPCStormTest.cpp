@@ -7,7 +7,7 @@
 #include <vector>
 
 // Bridges that other threads disconnect, abort, connect and destroy while calls of every form are under way at both ends. Each
-// call ends, with its result or a number that it may end with.
+// call ends, with its result or a number that it may end with. A receive-only client's own calls are refused.
 
 namespace
 {
@@ -60,22 +60,47 @@ protected:
         }
     }
 
-    void CallOnce( unsigned inKind, std::uint32_t inNumber )
+    void CallOnce( StormClient& ioClient, unsigned inKind, std::uint32_t inNumber )
     {
         switch ( inKind % 4 )
         {
         case 0:
-            return Try( [&] { EXPECT_EQ( itsClient->Divide( inNumber, 2 ), inNumber / 2.0 ); } );
+            return Try( [&] { EXPECT_EQ( ioClient.Divide( inNumber, 2 ), inNumber / 2.0 ); } );
         case 1:
-            return Try( [&] { itsClient->Note_NoWaitForReturn( inNumber ); } );
+            return Try( [&] { ioClient.Note_NoWaitForReturn( inNumber ); } );
         case 2:
-            itsClient->CountOnce_NoThrow();
+            ioClient.CountOnce_NoThrow();
             return;
         default:
             if ( GetParam() == XRPCBridge::kBidirectionalClient )
-                return Try( [&] { EXPECT_EQ( itsClient->CallBack( inNumber ), 2 * inNumber + 1 ); } );
-            return Try( [&] { EXPECT_EQ( itsClient->Scale( { 1, 2 }, inNumber )[1], 2.0 * inNumber ); } );
+                return Try( [&] { EXPECT_EQ( ioClient.CallBack( inNumber ), 2 * inNumber + 1 ); } );
+            return Try( [&] { EXPECT_EQ( ioClient.Scale( { 1, 2 }, inNumber )[1], 2.0 * inNumber ); } );
         }
+    }
+
+    /// A bridge of its own, which goes while another thread calls: by its last reference, after its connection or with it.
+    void ComeAndGo( unsigned inRound )
+    {
+        auto client = XMakeRef<StormClient>( GetParam() );
+        Try( [&] { client->Connect( itsAddress, 2000, true, false, inRound % 2 == 0 ); } );
+        std::atomic<bool> isOver = false;
+        TestThread caller(
+            [&, own = client]() mutable
+            {
+                for ( std::uint32_t i = 0; !isOver; ++i )
+                    CallOnce( *own, i, i );
+                own.Reset();
+                return 0;
+            } );
+        caller.StartThread();
+        XThread::SleepCurrentThread( inRound % 4 );
+        if ( inRound % 3 == 0 )
+            client->ForceDisconnect();
+        else if ( const auto server = inRound % 3 == 1 ? GetLastBridge() : nullptr )
+            server->ForceDisconnect();
+        client.Reset();
+        isOver = true;
+        caller.WaitForTerminate( kPatience );
     }
 
     void CallFromServer( std::uint32_t inNumber )
@@ -135,7 +160,7 @@ TEST_P( StormTest, EveryCallEnds )
         std::minstd_rand engine( inSeed );
         const auto random = [&] { return static_cast<std::uint32_t>( engine() ); };
         while ( !isOver )
-            CallOnce( random(), random() % 1000 );
+            CallOnce( *itsClient, random(), random() % 1000 );
     };
     const auto callFromServer = [&]
     {
@@ -164,5 +189,33 @@ TEST_P( StormTest, EveryCallEnds )
     EXPECT_EQ( GetLastBridge()->GetReferenceCount(), 2u ); // the test's two: nothing else holds bridges
 }
 
+TEST_P( StormTest, BridgesComeAndGo )
+{
+    RunTogether(
+        [&]
+        {
+            for ( unsigned round = 0; round < 40; ++round )
+                ComeAndGo( round );
+        },
+        [&]
+        {
+            for ( unsigned round = 1; round < 40; ++round )
+                ComeAndGo( round );
+        },
+        [&]
+        {
+            for ( std::uint32_t number = 0; number < 200; ++number )
+            {
+                CallFromServer( number );
+                XThread::SleepCurrentThread( 1 );
+            }
+        } );
+    EXPECT_GT( itsSuccesses, 0u );
+    itsServer.Stop();
+    EXPECT_EQ( GetLastBridge()->GetReferenceCount(), 2u );
+}
+
 INSTANTIATE_TEST_SUITE_P(
-    BothClients, StormTest, testing::Values( XRPCBridge::kClient, XRPCBridge::kBidirectionalClient ) );
+    EveryClient, StormTest,
+    testing::Values(
+        XRPCBridge::kClient, XRPCBridge::kBidirectionalClient, XRPCBridge::kReceiveOnlyClient ) );

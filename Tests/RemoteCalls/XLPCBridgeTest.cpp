@@ -8,6 +8,7 @@
 namespace
 {
 
+/// Either end: implements its methods itself.
 class LocalBridge : public XLPCBridge
 {
 public:
@@ -17,19 +18,10 @@ public:
     static XVersion GetClassVersion() { return XVersion( 40200, 0 ); }
     XVersion GetVersion() const override { return GetClassVersion(); }
 
-    XREMOTE_METHOD( 2000, XString, Greet, XString )
-    XREMOTE_METHOD( 2001, XString, GreetBack, XString )
-};
-
-/// Either end.
-class LocalPeer : public LocalBridge
-{
-public:
-    using LocalBridge::LocalBridge;
-    ~LocalPeer() override { StopBridge(); }
-
-    XString GreetSelf( XString inName ) override { return IsServer() ? GreetBack( inName ) : inName; }
-    XString GreetBackSelf( XString inName ) override { return "hello " + inName; }
+    XREMOTE_METHOD_HERE( 2000, XString, Greet, XString )
+    XString GreetSelf( XString inName ) { return IsServer() ? GreetBack( inName ) : inName; }
+    XREMOTE_METHOD_ONCE_HERE( 2001, XString, GreetBack, XString )
+    XString GreetBackSelf( XString inName ) { return "hello " + inName; }
 };
 
 } // namespace
@@ -38,9 +30,9 @@ TEST( XLPCBridgeTest, CallsOverAPipe )
 {
     const XString name = XString( "korvale-rpc-" ) + XString( std::uint32_t( std::random_device()() ) );
     XNamedPipeServer server( name );
-    XServeBridge<LocalPeer>( server, XRPCBridge::kServer );
+    XServeBridge<LocalBridge>( server, XRPCBridge::kServer );
     server.Start();
-    const auto client = XMakeRef<LocalPeer>( XRPCBridge::kBidirectionalClient, name );
+    const auto client = XMakeRef<LocalBridge>( XRPCBridge::kBidirectionalClient, name );
     client->ConnectToPipe( kPatience );
     EXPECT_EQ( client->Greet( "pipe" ), "hello pipe" );
     server.Stop();

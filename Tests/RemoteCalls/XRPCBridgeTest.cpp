@@ -1,5 +1,7 @@
 #include "RemoteCalls/TestBridge.h"
 
+#include "Core/Times/XTimer.h"
+
 #include <limits>
 
 namespace
@@ -37,6 +39,36 @@ TEST_F( XRPCBridgeTest, CallsInAllForms )
     EXPECT_EQ( ErrorOf( [&] { itsClient->Nowhere(); } ), 3091u );
     itsClient->Fail_NoWaitForReturn( 1013 );
     EXPECT_EQ( itsClient->Divide( 8, 4 ), 2 );
+}
+
+TEST_F( XRPCBridgeTest, SendsCallsWithoutReturnSoonAndInOrder )
+{
+    const auto awaitNoted = [&]( std::uint32_t inNumber )
+    {
+        for ( const XTimer timer( kPatience ); itsServices.noted != inNumber && !timer.HasExpired(); )
+            XThread::YieldCurrentThread();
+        EXPECT_EQ( itsServices.noted, inNumber );
+    };
+    for ( std::uint32_t number = 1; number <= 1000; ++number )
+        itsClient->Note_NoWaitForReturn( number );
+    awaitNoted( 1000 ); // although nothing follows
+    for ( std::uint32_t number = 1; number <= 3; ++number )
+        itsClient->Note_NoWaitForReturn( number );
+    itsClient->CheckAlive();
+    EXPECT_EQ( itsServices.noted, 3u );
+    for ( std::uint32_t number = 4; number <= 9; ++number )
+        itsClient->Note_NoWaitForReturn( number );
+    itsClient->Disconnect( kPatience );
+    awaitNoted( 9 );
+    itsClient->Connect( itsServer.GetAddress(), kPatience );
+    itsServer->Stop();
+    const XTimer timer( kPatience ); // what is lost, a later call reports
+    const auto note = [&]
+    {
+        while ( !timer.HasExpired() )
+            itsClient->Note_NoWaitForReturn( 1 );
+    };
+    EXPECT_EQ( ErrorOf( note ), 3100u );
 }
 
 TEST_F( XRPCBridgeTest, KnowsItsStateAndItsCalls )

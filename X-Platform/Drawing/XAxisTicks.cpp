@@ -8,6 +8,10 @@
 #include <cmath>
 #include <iterator>
 
+// Ticks are multiples of 1, 2 or 5 times a power of ten. Steps and numbers are kept as mantissa and decimal
+// exponent (Decimal), so a label is exact: 3 steps of 0.1 are "0.3", which 3 * 0.1 in binary is not. Long
+// labels are written in units of a power of a thousand, which the axis shows once.
+
 namespace
 {
 const std::string kMinus = "\xE2\x88\x92";
@@ -77,6 +81,8 @@ Decimal ChooseStep( const XAxisRange& inRange, std::uint32_t inMost )
         {
             const Decimal coarser{ mantissa, exponent };
             const auto count = ListMultiples( inRange, coarser ).size();
+            // One step further there would be no scale any more: the last one is taken, even if it has too
+            // many ticks.
             if ( count < kFewest )
                 return step;
             step = coarser;

@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+// The width of bins by D. Freedman and P. Diaconis (1981): twice the interquartile range divided by the cube
+// root of the number of values; if that range is 0, by D. Scott (1979): 3.49 standard deviations divided by
+// the same root. Whole numbers have bins of whole width with limits half-way between numbers, or some bins
+// would contain more numbers than others and show combs that are not in the data.
+
 namespace
 {
 /// Numbers beyond have nothing half-way between neighbours.

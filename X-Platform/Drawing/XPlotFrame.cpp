@@ -5,6 +5,11 @@
 #include <algorithm>
 #include <cmath>
 
+// The layout is fixed before anything is drawn, from the outside inwards: rows first, because the number of
+// ticks on y depends on the height only; then columns, because the labels on y determine the left edge; and
+// the ticks on x last, as many as fit between the edges with their labels. Text is measured by the canvas, so
+// the layout is right for its fonts. Lengths are points.
+
 namespace
 {
 // Lengths in points.

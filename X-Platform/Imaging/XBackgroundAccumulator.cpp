@@ -5,6 +5,11 @@
 #include <limits>
 #include <type_traits>
 
+// One element for each sample, in a buffer of the page memory; adding a page is a loop over both that the
+// compiler vectorises, with a type of element for each kind and type of sample. Pages are added in page
+// order, so sums of floats do not depend on the number of threads. Infinities and NaN are left out sample by
+// sample.
+
 namespace
 {
 // The accumulated value of a sample: how to add a page's sample, and how to compute the result.
@@ -40,6 +45,7 @@ struct MeanWhole
     void Add( T inSample ) { sum += inSample; }
     T Get( std::uint32_t inPages ) const
     {
+        // Rounded to the nearest integer.
         return static_cast<T>( ( std::uint64_t{ sum } + inPages / 2 ) / inPages );
     }
 };

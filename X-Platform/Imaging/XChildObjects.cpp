@@ -6,6 +6,11 @@
 #include "Imaging/XOtsuThreshold.h"
 #include "Imaging/XPixelMask.h"
 
+// All objects of a page at once, in passes over their runs: a counting sort brings the samples of each object
+// together for its threshold, a second mask marks the pixels above it, and one search finds the components of
+// that mask. Since two objects never touch, no component can be in two of them, and the parent of a component
+// is found by advancing through the runs of both in raster order.
+
 namespace
 {
 /// The samples of one channel, by runs of pixels.

@@ -59,6 +59,7 @@ void Finder::AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits 
     bool isInside = false;
     for ( std::uint32_t word = 0; word < inBits.size(); ++word )
     {
+        // A bit for each pixel that differs from its left neighbour: runs begin and end there.
         auto changes = inBits[word] ^ ( inBits[word] << 1 | before );
         before = inBits[word] >> ( kWordBits - 1 );
         for ( ; changes != 0; changes &= changes - 1 )
@@ -76,6 +77,7 @@ void Finder::AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits 
 
 void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd )
 {
+    // Runs of the row above that end before this one touch no later one either, so each is passed once.
     while ( itsAbove < itsRowStart && itsRuns[itsAbove].end + itsReach <= inFirst )
         ++itsAbove;
 
@@ -85,6 +87,7 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
     {
         const auto& run = itsRuns[above];
         const auto from = std::max( run.first, inFirst ), to = std::min( run.end, inEnd );
+        // Pixels with a neighbour above, for the perimeter; diagonal contacts have none.
         contacts += to > from ? to - from : 0;
         component =
             component == XPixelRun::kNoObject ? FindRoot( run.object ) : Join( component, run.object );
@@ -113,6 +116,7 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
 std::uint32_t Finder::FindRoot( std::uint32_t inComponent )
 {
     while ( itsParents[inComponent] != inComponent )
+        // Path halving; with joining by age instead of by rank a search takes O(log n), amortised.
         inComponent = itsParents[inComponent] = itsParents[itsParents[inComponent]];
     return inComponent;
 }

@@ -6,6 +6,13 @@
 #include <span>
 #include <utility>
 
+// Contours along pixel edges, from runs instead of pixels. The vertical parts are the ends of the runs; what
+// remains is to link them by the horizontal parts, line by line. On the line between two rows the ends of the
+// runs above and below are merged in the order of x; exactly one of the two rows is filled between the first
+// and the second end, the third and the fourth, and so on, so each such pair is linked (LinkLine). Each edge
+// then has one successor, and following them gives closed loops: the outer contour and one for each hole.
+// Time and memory are proportional to the number of runs (a merge for each line).
+
 namespace
 {
 /// The left edges of a run and its right edges are the vertical parts of a contour: lines that go up at the left and
@@ -94,6 +101,7 @@ private:
                 const auto edge = static_cast<EdgeIndex>( 2 * run + side );
                 itsEnds.push_back( { GetX( edge ), side == kRight, run < inFirst, edge } );
             }
+        // Both halves are in order already, as runs of a row are.
         const auto middle = itsEnds.begin() + static_cast<std::ptrdiff_t>( 2 * ( inFirst - inAbove ) );
         std::inplace_merge( itsEnds.begin(), middle, itsEnds.end() );
         for ( std::size_t i = 0; i + 1 < itsEnds.size(); i += 2 )
@@ -118,6 +126,7 @@ private:
             AddCorner( GetStart( edge ), loop );
             AddCorner( GetEnd( edge ), loop );
         }
+        // Where the loop closes, the corners on both sides of the seam may not turn.
         if ( loop.size() > 2 && IsStraight( loop.back(), loop[0], loop[1] ) )
             loop.erase( loop.begin() );
         if ( IsStraight( loop[loop.size() - 2], loop.back(), loop[0] ) )

@@ -7,6 +7,10 @@
 #include <cstring>
 #include <vector>
 
+// Contrast is stretched between the quantiles 0.001 and 0.999 of some evenly spread samples, so that a few
+// hot pixels do not make everything else black. Each sample is converted to grey before the mean of a block
+// is taken: averaging first would mix a saturated pixel with its neighbours beyond white.
+
 namespace
 {
 struct GreyRange

@@ -6,6 +6,9 @@
 
 #include <algorithm>
 
+// A WImageFile is used by one thread at a time, so there is one reader for each thread that reads at the same
+// moment, and they are kept for the following pages. A reader that throws is not given back.
+
 XImageReader::XImageReader( const std::filesystem::path& inPath, const XImageReadSettings& inSettings )
     : itsPath( inPath ), itsSettings( inSettings )
 {

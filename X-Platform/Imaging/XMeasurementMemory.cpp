@@ -11,6 +11,13 @@
 #include <type_traits>
 #include <utility>
 
+// Measurements of finished pages wait in purgeable chunks until the table is made. A page's three vectors are
+// copied one behind the other into the current chunk; a chunk is shared by consecutive pages and goes with
+// the last of them. The chunks are small beside the budget, as a page's turn needs its chunk locked.
+//
+// Memory is optional here: a page that cannot be kept stays where it is (Keep), and a table that does not fit
+// is still made, only not counted any more (itsIsFull).
+
 namespace
 {
 constexpr std::uint64_t kMostChunkBytes = 256 * 1024;

@@ -16,6 +16,11 @@
 #include <memory>
 #include <stdexcept>
 
+// Builds the table page by page and releases the measurements of each page, so that both are never in memory
+// completely. The number of rows is known, so the columns are reserved once: growing by doubling
+// would take twice the memory at its peak. Object identities are computed from what is measured
+// (XMakeObjectIdentity), so the same measurement gives the same file.
+
 namespace
 {
 const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a table.
@@ -191,6 +196,7 @@ void Filler::AddPage(
     {
         for ( auto i = inFirst; i < inEnd; ++i )
         {
+            // All columns get one value per row: a page with fewer channels leaves theirs missing.
             AddStatistics( inPage, i );
             itsID->AppendValue( XMakeObjectIdentity( name, itsImageCount, inTimepoint, inPage, i ), true );
             AddParent( inPage, i, firstRow );
@@ -278,6 +284,7 @@ XPivotTable XMakeMeasurementTable(
     if ( rows > std::numeric_limits<std::int32_t>::max() )
         throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
 
+    // Shown only if the names alone would not tell the images apart.
     const auto folders = GetDifferingFolders( ioImages );
     const auto hasFolders = HaveNamesInSeveralFolders( ioImages );
     Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea, ioMemory );

@@ -9,6 +9,15 @@
 #include <limits>
 #include <vector>
 
+// N. Otsu's method (1979): the level that maximises the variance between the two classes it separates,
+// computed from the histogram in one pass with running sums. Of several best levels the first is taken. Whole
+// samples are compared exactly in 320-bit integers when their floating-point values are too close to tell: in
+// symmetric histograms ties are common, and rounding would decide them by chance.
+//
+// Integers have one bin for each value. Floats have 256 bins of equal width between the least and the
+// greatest finite value, with the edges in the precision of the samples, and the threshold is the centre of a
+// bin.
+
 namespace
 {
 using UInt128 = unsigned __int128;
@@ -157,6 +166,7 @@ Levels SortLevels( const T* inSamples, std::uint64_t inPixels, std::uint32_t inS
 template<class T>
 double GetThreshold( const T* inSamples, std::uint64_t inPixels, std::uint32_t inStride )
 {
+    // Small objects: clearing and scanning 65,536 counters would take longer than sorting the samples.
     const auto isFew = inPixels < std::numeric_limits<T>::max() / 16;
     const auto levels =
         isFew ? SortLevels( inSamples, inPixels, inStride ) : CountLevels( inSamples, inPixels, inStride );
@@ -193,6 +203,7 @@ std::vector<float> GetEdges( float inLowest, float inHighest )
 std::size_t FindBin( const std::vector<float>& inEdges, double inBinsPerUnit, float inValue )
 {
     const auto last = inEdges.size() - 2;
+    // Computed and then corrected, as the division may round across an edge.
     auto bin =
         std::min( static_cast<std::size_t>( ( double{ inValue } - inEdges[0] ) * inBinsPerUnit ), last );
     while ( bin > 0 && inValue < inEdges[bin] )

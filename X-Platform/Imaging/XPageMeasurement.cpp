@@ -8,6 +8,14 @@
 #include <limits>
 #include <string>
 
+// Statistics of each object in each channel, in one pass over the runs for integers and two for floats. Whole
+// samples are summed exactly and the variance is n * sum of squares - square of sum, in 128 bits, so no digit
+// is lost. Floats are summed with compensation (two-sum, as in the pivots) and their deviations are taken
+// from the mean, as the one-pass formula would cancel. A NaN makes all values of its object NaN.
+//
+// Runs are visited in raster order, whatever object they belong to, so that the samples are read in the order
+// of their addresses.
+
 namespace
 {
 using UInt128 = unsigned __int128;

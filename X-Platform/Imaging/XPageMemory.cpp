@@ -13,6 +13,16 @@
 #include <string>
 #include <utility>
 
+// A locked handle cannot be purged, so threads that lock one buffer after the other could pin the budget
+// among them, each waiting for the rest. Therefore every lock first takes a share of the budget here, and a
+// share that does not fit beside those of others is waited for. A thread without competitors never waits: if
+// its request is too large even so, the manager refuses it with 1012, and the message says which amount did
+// not fit into what.
+//
+// Lasting shares (backgrounds, sums) count but nobody waits for their return; passing ones are returned when
+// the samples are released. The order of destruction in Held matters: unlock, keep the buffer, return the
+// share.
+
 namespace
 {
 /// Where the bytes alone would fit, the rest of the budget is pinned.

@@ -18,6 +18,7 @@ std::uint64_t PackBytes( const std::uint8_t* inBytes )
     std::memcpy( &bytes, inBytes, sizeof( bytes ) );
     if constexpr ( std::endian::native == std::endian::big )
         bytes = __builtin_bswap64( bytes );
+    // The multiplication moves bit 0 of byte i to bit 56 + i; no two terms meet, so there are no carries.
     return ( bytes * 0x0102040810204080u ) >> 56;
 }
 
@@ -73,6 +74,7 @@ std::size_t XPixelMask::CountRuns() const
     for ( std::size_t i = 0; i < itsWords.size(); ++i )
     {
         before = i % itsWordsPerRow == 0 ? 0 : before;
+        // A run begins at each set bit whose left neighbour is not set.
         runs += static_cast<std::size_t>( std::popcount( itsWords[i] & ~( itsWords[i] << 1 | before ) ) );
         before = itsWords[i] >> ( kWordBits - 1 );
     }

@@ -8,6 +8,10 @@
 #include <limits>
 #include <numeric>
 
+// Discs with soft edges on a grid of cells, one object per cell, so that objects never touch and the ground
+// truth is exact. Every random number comes from one generator in a fixed order, by own formulas instead of
+// the standard distributions, so that a seed gives the same bytes with every compiler.
+
 namespace
 {
 constexpr double kBlur = 2;        ///< Half the width of an object's edge, in pixels.
@@ -47,6 +51,7 @@ XSyntheticStack::XSyntheticStack( const XSyntheticStackSettings& inSettings )
 /// From 0 to 1, the latter left out. The distributions of the standard library differ from one to the next.
 double XSyntheticStack::DrawUniform()
 {
+    // The 53 bits that a double holds.
     return static_cast<double>( itsRandom() >> 11 ) * 0x1p-53;
 }
 
@@ -65,6 +70,8 @@ std::vector<std::uint32_t> XSyntheticStack::DrawCells( std::uint32_t inCount )
     std::vector<std::uint32_t> cells( inCount );
     std::iota( cells.begin(), cells.end(), 0u );
     for ( std::uint32_t i = 0; i < itsSettings.objects; ++i )
+        // The beginning of a shuffle (R. Fisher and F. Yates): only as many cells as there are objects are
+        // drawn.
         std::swap( cells[i], cells[i + static_cast<std::uint32_t>( DrawUniform() * ( inCount - i ) )] );
     cells.resize( itsSettings.objects );
     return cells;

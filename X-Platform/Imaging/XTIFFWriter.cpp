@@ -9,6 +9,12 @@
 #include <limits>
 #include <string>
 
+// The file: header, then for each page its samples in one strip followed by its directory. The offset of a
+// directory is written into the previous link when the directory is complete (itsLink), so at any time the
+// file has exactly the pages that were written. Classic TIFF has offsets of 32 bits, BigTIFF of 64, with
+// wider fields throughout (Widths); GetFormat chooses by the expected size. Numbers are in the byte order of
+// the processor, which the header declares.
+
 namespace
 {
 using Tag = WTIFFDirectory::Tag;
@@ -121,6 +127,7 @@ private:
         AppendTo( itsEntries, inTag );
         AppendTo( itsEntries, inType );
         XAppendNumber( itsEntries, inCount, room );
+        // Values start at even offsets, as the format requires.
         inValues.resize( std::max<std::size_t>( inValues.size() + inValues.size() % 2, room ) );
         if ( inValues.size() > room )
         {

@@ -18,10 +18,39 @@
 #include <optional>
 #include <utility>
 
+// The life of a job. Each step from one owner to the next is made under a mutex, so that a search for jobs
+// finds every job in exactly one place, and so that no job is counted twice or not at all:
+//
+//   waiting (itsWaitingJobs) --> current job of a worker --> finished (itsFinishedJobs) --> completing --> deleted
+//      |  ^                              |
+//      v  | suspended                    +--> completed and deleted on the worker
+//      +--> taken (XTakenJobs): stopped or deleted while it waited
+//
+// A job that waits belongs to the queue, a running one to its worker: the queue then records only its tag and
+// its group (XRunningJob), since the job itself may be deleted on the worker while it still counts as
+// running. That order, first delete and then count down, is the promise of the waits: when WaitForQueueEmpty
+// returns, the effects of all completions on workers can be seen.
+//
+// Locks, in this order: a worker's mutex, sJobQueueMutex, a queue's itsMutex, the mutex of XRunnableQueues.
+// FetchJob is called under the first and takes the other three. Hooks of jobs (Resumed, Stopped, JobComplete,
+// destructors) are called without a mutex, because they may call the queue again; the exceptions are
+// Suspended and the Resumed of ResumeTaggedJobs, which keep the order of the calls that of the changes, and
+// the posting of messages.
+//
+// Fairness. XRunnableQueues is a ring: a worker takes a job of the first queue and moves that queue to the
+// end, so that a queue with many jobs does not hold up the others. Only if there is a single runnable queue
+// does JobComplete hand the next job to the worker directly, which saves two locks for each job.
+//
+// Destruction. A queue may be found by a worker (FetchJob) or by a visit of all queues while it is destroyed.
+// FetchJob looks at queues under sJobQueueMutex only, so RemoveJobQueue excludes workers; visits pin a queue
+// (XPin) and the destructor waits for the pins. The list of queues is never destroyed, since queues may be
+// static objects.
+
 namespace
 {
 
-/// The process's queues, in the order of their construction. Outlasts static queues.
+/// The process's queues, in the order of their construction and so of their numbers (see `VisitJobQueues`).
+/// Outlasts static queues.
 XVector<XJobQueue*>& GetJobQueues()
 {
     static auto* const queues = new XVector<XJobQueue*>;
@@ -79,7 +108,10 @@ private:
 class XJobQueue::XRunnableQueues
 {
 public:
-    static USize GetCount() { return sCount.load( std::memory_order_relaxed ); }
+    /// Sequentially consistent, with the count of waiting workers: a worker registers and then reads this
+    /// number, a producer changes this number and then reads that of the workers. One of the two sees the
+    /// other.
+    static USize GetCount() { return sCount.load(); }
 
     static void Add( XJobQueue& ioQueue )
     {
@@ -99,6 +131,8 @@ public:
     {
         const XThreadLock lock( sMutex );
         XJobQueue* const queue = sFirst;
+        // The mutex of one queue cannot be waited for here; the queue stays in the ring if its last job is
+        // taken meanwhile, and its own RunnabilityMayHaveChanged removes it.
         if ( queue && queue != sLast )
         {
             Unlink( *queue );
@@ -141,6 +175,7 @@ public:
     {
         const XThreadLock lock( itsQueue.itsMutex );
         itsQueue.itsWaitingJobs->TakeSelected( inSelector, XWaitingJobs::kQueued, itsJobs );
+        // The jobs after these were suspended and get Resumed() before Stopped().
         itsQueuedCount = itsJobs.GetCount();
         itsQueue.itsWaitingJobs->TakeSelected( inSelector, XWaitingJobs::kSuspended, itsJobs );
         itsQueue.RunnabilityMayHaveChanged();
@@ -156,6 +191,7 @@ public:
         while ( *link != this )
             link = &( *link )->itsNext;
         *link = itsNext;
+        // Only now may a waiting thread find the queue empty: all jobs have been finished and deleted.
         itsQueue.JobsHaveGone();
     }
 
@@ -202,6 +238,9 @@ XJobQueue::~XJobQueue()
 {
     const XPreventThreadStop preventStop;
     End();
+    // The order matters. After End() no worker takes a job, after RemoveJobQueue() no thread finds the queue;
+    // then the running jobs are stopped and waited for, and only then are the finished ones completed, on
+    // this thread.
     RemoveJobQueue(); // after the workers that had found jobs here
     AsyncStop();
     WaitUntilTerminated();
@@ -239,6 +278,8 @@ void XJobQueue::RemoveJobQueue()
 
 /// Visits the queues of the process, without those that come meanwhile. Only the one that is visited is kept from being
 /// destroyed: the visit may wait for a job that owns another and ends when that is gone.
+/// The numbers of queues only grow, so a visit continues after the last number it has seen, however the list
+/// has changed, and ends with the queues that existed when it began.
 template<class Visit>
 void XJobQueue::VisitJobQueues( const Visit& inVisit )
 {
@@ -324,6 +365,7 @@ XJob* XJobQueue::FetchJob( const XJobThread& inWorker )
 {
     if ( XRunnableQueues::GetCount() == 0 )
         return nullptr;
+    // Under the list's mutex no queue can be destroyed between the turn and the lock of its own mutex.
     const XThreadLock lock( sJobQueueMutex );
     while ( XJobQueue* const queue = XRunnableQueues::TakeTurn() )
         if ( XJob* const job = queue->GetJobForRunning( inWorker ) )
@@ -356,12 +398,14 @@ XJob* XJobQueue::JobComplete( const XJobThread& inWorker, XJob* inUncompletedJob
     const XThreadLock lock( itsMutex );
     auto& runningJobs = itsRunningJobs;
     const auto isWorkers = [&]( const XRunningJob& inRunning ) { return inRunning.worker == &inWorker; };
+    // At most one entry for each worker: a linear search over the workers that run jobs of this queue.
     const auto i = std::find_if( runningJobs.begin(), runningJobs.end(), isWorkers );
     XAssert( i != runningJobs.end() );
     runningJobs.erase( i );
     if ( inUncompletedJob )
     {
         itsFinishedJobs->Append( *inUncompletedJob );
+        // One notice for all jobs that finish until the main thread handles it.
         if ( itsFinishedJobs->GetCount() == 1 )
             itsCompletionNotice->Post();
     }
@@ -385,6 +429,8 @@ void XJobQueue::CompleteFinishedJobs()
 {
     {
         const XThreadLock lock( itsMutex );
+        // Two lists: jobs that finish from now on have their own notice, and a completion that waits for the
+        // queue (and so calls this function again) continues with the jobs of this pass before it.
         while ( XJob* const job = itsFinishedJobs->TakeFirst() )
             itsCompletingJobs->Append( *job );
     }
@@ -444,6 +490,7 @@ void XJobQueue::Speak( const XVector<XUnspoken>& inCompletions )
             XCallHook( [&] { SpeakMessage( message, kWhenImmediate ); } );
             if ( isDestroyed )
                 return;
+            // Nobody is left who could receive the repetitions.
             if ( !HasListeners() )
                 break;
         }
@@ -474,6 +521,7 @@ void XJobQueue::RunnabilityMayHaveChanged()
 /// There is one.
 XJob* XJobQueue::TakeJobForRunning( const XJobThread& inWorker )
 {
+    // The entry is made first: without memory for it the job still waits.
     XRunningJob& running = itsRunningJobs.emplace_back( XRunningJob{ &inWorker, 0, 0 } );
     XJob* const job = itsWaitingJobs->TakeFirstQueued();
     running.tag = job->GetTag();
@@ -542,6 +590,7 @@ bool XJobQueue::AttachJobIfTagNotPresent( XJob* inJob )
     {
         const XThreadLock lock( itsMutex );
         const auto runsWithTag = [&]( const XRunningJob& inRunning ) { return inRunning.tag == tag; };
+        // Suspended jobs do not count: only one that runs or will run by itself replaces the new one.
         if ( itsWaitingJobs->IsTagQueued( tag ) ||
              std::any_of( itsRunningJobs.begin(), itsRunningJobs.end(), runsWithTag ) )
             return false;
@@ -605,6 +654,8 @@ void XJobQueue::AsyncStopRunningJobs( const XJobSelector& inSelector )
 void XJobQueue::AsyncSuspendTaggedJobs( const XJobSelector& inTags )
 {
     const XThreadLock lock( itsMutex );
+    // The hook is called before the move, while the job is still found among the queued ones by hooks that
+    // search.
     itsWaitingJobs->VisitSelected(
         inTags, XWaitingJobs::kQueued, []( XJob& ioJob ) { XCallHook( [&] { ioJob.Suspended(); } ); } );
     itsWaitingJobs->MoveSelected( inTags, XWaitingJobs::kQueued, XWaitingJobs::kSuspended );
@@ -633,6 +684,7 @@ void XJobQueue::ResumeTaggedJobs( const XJobSelector& inTags )
     USize runnableCount = 0;
     {
         const XThreadLock lock( itsMutex );
+        // Only jobs that have really moved need a worker.
         const USize suspendedCount = GetSuspendedCount();
         itsWaitingJobs->MoveSelected( inTags, XWaitingJobs::kSuspended, XWaitingJobs::kQueued );
         RunnabilityMayHaveChanged();

@@ -11,6 +11,18 @@
 
 #include <algorithm>
 
+// What each wait counts. "Listed" jobs wait, run or are suspended; "taken" ones were stopped or deleted while
+// they waited and are being finished by some thread; "finished" ones have run and await their completion on
+// the main thread. The waits for an empty queue count listed and taken jobs but not finished ones, because
+// only the main thread could complete those, and it may be the one that waits: it completes them after its
+// wait. A thread's own taken jobs are left out of its waits (its completions may wait for the queue), but not
+// out of GetJobCount.
+//
+// Two conditions share the mutex: itsJobFinished is signalled whenever a job stops waiting or running,
+// itsQueueEmpty only when no listed job is left. All waits are loops over their count, as either may be
+// signalled without it having become 0. They are alertable and so checkpoints: a thread can always be stopped
+// in them.
+
 namespace
 {
 
@@ -46,6 +58,7 @@ bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
     const WDeadline deadline( inTimeoutMs );
     const XThreadLock lock( itsMutex );
     while ( GetWeight() > 0 )
+        // The queue may have become empty together with the time-out.
         if ( itsQueueEmpty.Sleep( itsMutex, deadline.GetMillisecondsLeft(), true ) )
             return GetWeight() == 0;
     return true;
@@ -55,6 +68,8 @@ void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
 {
     if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
         XThrow( kErrorTimedOut );
+    // Jobs that are not completed on workers are completed by a message to the main thread; there is nobody
+    // else to handle it while this thread waits.
     if ( !XThread::IsMainThread() )
         return;
     ProcessAllNextEventMessages();
@@ -68,6 +83,7 @@ void XJobQueue::WaitForQueueEmptyWithProgress()
     while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
     {
         const USize left = GetCurrentJobWeight();
+        // Jobs attached meanwhile raise the total, so that the share shown stays within 0 to 1.
         most = std::max( most, left );
         progress.SetMaxProgress( most );
         progress.SetProgress( static_cast<double>( most - left ) );

@@ -9,6 +9,19 @@
 #include <typeinfo>
 
 // The interface of mapped-file blocks. XMappedFileStorage.cpp moves their bytes between the kinds of storage.
+//
+// The states (itsState) and who changes them; all changes are under the block's mutex:
+//
+//   unallocated     first lock       -> page file
+//   page file       purge            -> temporary file (the next lock maps it, the next purge only unmaps it)
+//   temporary file  growing          -> page file
+//   permanent file  write lock, or a lock that must swap bytes in a read-only view -> heap or page file
+//                   (only private ranges; a public range stays in its file)
+//
+// A lock needs two steps, because only after the first one are the bytes in memory: LockSelf maps the view
+// and notes in itsPendingCopy whether the bytes have to move (LockForMMap), and PostLock moves them and swaps
+// them. Bytes up to itsHeapThreshold are copied to the heap: a mapping takes whole pages and a system call or
+// two. Heap bytes cannot be purged; it is not worth writing so few to the disk.
 
 // A Windows DLL exports only those constants of a class that have a definition in it.
 constexpr USize64 XMappedFileMemoryBlock::kDefaultHeapThreshold;
@@ -61,6 +74,8 @@ void XMappedFileMemoryBlock::ShareMapping( const XMappedFileMemoryBlock& inOther
     itsFile = inOther.itsFile;
     itsPath = inOther.itsPath;
     itsFileMode = inOther.itsFileMode;
+    // The two blocks share the file, not the mapping: each has a view of its own that is mapped and purged
+    // by itself.
     itsOffset = inOther.itsOffset;
     itsSize = inOther.itsSize;
     itsViewAccess = PermanentFileChangeModeToProtection( itsChangeMode );
@@ -143,6 +158,7 @@ void XMappedFileMemoryBlock::Purge()
         XThrow( kErrorMemoryNotPurged );
     CheckViewIntact();
     const USize64 size = GetTrueSize();
+    // Memory without backing storage has to be written out; the view of a file is only unmapped.
     if ( itsState == kPageFile && GetViewData() )
     {
         XTranslateBadAlloc( [&] { CopyToTempFile(); } );

@@ -14,6 +14,19 @@
 
 // Moves the bytes of a mapped-file block into and out of memory and between the kinds of storage. All
 // functions run under the block's mutex and leave the block unchanged if they throw.
+//
+// Order of steps. Each change of storage follows one pattern: make and fill the new storage, retire or unmap
+// the old one, then set the members, in statements that do not throw. Whatever fails before leaves the block
+// as it was. Where the order has to be another (ReadFromTempFile gives up its view first, to make room for
+// the new memory), the state in between is a valid one: that of a purged block.
+//
+// The manager's list. A block is on it exactly while it has a view and no move is under way: Map and
+// UsePagefile add it last, TakeOutView, RetireMMap and ResizeView remove it first. So a thread that holds the
+// memory mutex may read the address and the size of every block on the list.
+//
+// Outer locks. A write lock may move the bytes while other locks of the block are held, whose owners use the
+// old address. RetireMMap then keeps the old storage in itsRetired until the last unlock (UnlockForMMap)
+// instead of unmapping it.
 
 /// For the time that the bytes are brought to another place. Listeners that are asked for the room run on the same
 /// thread, inside the mutex: they may not lock the block.
@@ -146,6 +159,7 @@ void XMappedFileMemoryBlock::UnlockForMMap()
     itsRetired.reset();
     if ( IsViewIntact() )
     {
+        // No writer is left and the view is intact, so what was written is in the file.
         itsMayHaveWritten = false;
         return;
     }
@@ -198,6 +212,7 @@ void XMappedFileMemoryBlock::MapView(
     }
     catch ( const XException& error )
     {
+        // A file that is too short fails for another reason, which no purge would mend.
         if ( error.GetErrorNumber() != kErrorMemoryNotMapped || !CanBeMapped( ioStorage, inSize ) )
             throw;
         GetManager().FreeMemory( inSize );
@@ -258,6 +273,7 @@ void XMappedFileMemoryBlock::CopyView( void* outData, USize64 inSize ) const
 void XMappedFileMemoryBlock::CopyToMalloc()
 {
     const XMove move( *this );
+    // AllocateForMalloc sets state and flags for the heap; the handler below restores them if the copy fails.
     const XStorageState state = itsState;
     const std::uint32_t flags = GetFlags();
     AllocateForMalloc();
@@ -287,6 +303,7 @@ void XMappedFileMemoryBlock::MoveToPagefile( USize64 inSize )
     const XMove move( *this );
     const USize64 size = std::max<USize64>( inSize, 1 );
     auto storage = std::make_unique<XMappedStorage>( GetManager(), size );
+    // May purge other blocks, but not this one: its mutex is held and it is marked as moving.
     MapView( *storage, size, XFileMappingBase::kPageReadWrite );
     CopyView( storage->GetViewData(), std::min( inSize, itsSize ) );
     RetireMMap();
@@ -307,6 +324,8 @@ void XMappedFileMemoryBlock::UsePagefile( std::unique_ptr<XMappedStorage> inStor
 
 void XMappedFileMemoryBlock::CopyToTempFile()
 {
+    // The bytes are in the file, and its mapping is made, before the view is unmapped: a full disk leaves the
+    // block in memory.
     auto range = GetManager().Spill( GetViewData(), GetStorageSize() );
     auto mapping = GetManager().MakeFileMapping(
         range->GetFile(), range->GetOffset(), GetStorageSize(), XFileMappingBase::kPageReadWrite );
@@ -325,6 +344,7 @@ void XMappedFileMemoryBlock::ReadFromTempFile( USize64 inSize )
     Unmap();
     auto storage = std::make_unique<XMappedStorage>( GetManager(), inSize );
     MapView( *storage, inSize, XFileMappingBase::kPageReadWrite );
+    // Read rather than mapped and copied: that would need room for the bytes twice.
     const XSpillRange& range = *fileMapping->GetRange();
     const USize64 size = std::min( itsSize, inSize );
     if ( range.GetFile()->ReadAt( range.GetOffset(), storage->GetViewData(), size ) < size )
@@ -367,6 +387,7 @@ void XMappedFileMemoryBlock::GrowForMMap( USize64 inSize )
     if ( itsState != kPageFile || !ResizeView( inSize ) )
         return MoveToPagefile( inSize );
     // What an earlier shrinking could not cut off.
+    // New bytes read as zero, also those that the system left behind when the view was shrunk.
     if ( oldViewSize > itsSize )
         std::memset(
             static_cast<std::uint8_t*>( GetViewData() ) + itsSize, 0,
@@ -439,6 +460,8 @@ void XMappedFileMemoryBlock::LengthenFile( USize64 inSize )
     const XVector<std::uint8_t> zeros( std::min( fileSize - std::min( before, fileSize ), kStep ) );
     try
     {
+        // Not sparse: a hole would be filled by writes to the view, and there a full disk can only be
+        // reported by a signal.
         for ( std::uint64_t end = before; end < fileSize; end = std::min( end + kStep, fileSize ) )
             itsFile->WriteAt( end, zeros.data(), std::min( fileSize - end, kStep ) );
     }

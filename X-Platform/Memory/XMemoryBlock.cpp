@@ -42,6 +42,8 @@ std::uint64_t GetNextLockNumber( std::uint32_t inThread, std::int64_t inTime )
     LastLock& last = sLastLocks[inThread % kSlots];
     const bool isSameTick = last.time.load( std::memory_order_relaxed ) == inTime;
     const std::uint64_t number = isSameTick ? last.number.load( std::memory_order_relaxed ) + 1 : 1;
+    // Threads of one slot may overwrite each other's numbers: the order of locks within a tick is
+    // approximate, which purges tolerate.
     last.time.store( inTime, std::memory_order_relaxed );
     last.number.store( number, std::memory_order_relaxed );
     return number;
@@ -78,6 +80,7 @@ void XMemoryBlock::Purge()
 void XMemoryBlock::ReservePlace()
 {
     if ( !itsPlace )
+        // Node and key are allocated once and then travel between the block and the manager's list.
         itsPlace = XTranslateBadAlloc( [&] { return std::make_unique<XPurgeablePlace>( *this ); } );
 }
 
@@ -147,6 +150,7 @@ void XMemoryBlock::CopyBytesFrom( XMemoryBlock& ioSource )
         itsIsSwapPending = ioSource.itsIsSwapPending;
         itsSwapOnLock = itsIsSwapPending ? ioSource.itsSwapOnLock : kSwapNone;
         if ( itsIsSwapPending )
+            // The copy inherits the bytes as they are stored, together with the duty to swap them.
             return copy(); // before the lock of another handle reverses the bytes
     }
     copy();
@@ -217,6 +221,7 @@ bool XMemoryBlock::BeginQuickLocks()
     if ( itsHasFetcher || itsIsSetAside || itsIsSwapPending || !( GetFlags() & kInMemory ) ||
          !AllowsQuickLocks() )
         return false;
+    // Release: a thread that then locks by the count alone sees the bytes and flags as they are now.
     itsLocks.fetch_or( kQuick, std::memory_order_release );
     return true;
 }
@@ -245,6 +250,7 @@ void XMemoryBlock::LockSelf( XLockMode )
         Reload();
     }
     const std::uint32_t thread = WThreadID::GetCurrent();
+    // A plain store is enough: with kQuick cleared, the count changes only under the mutex.
     itsLocks.store(
         AddLock( itsLocks.load( std::memory_order_relaxed ), thread ), std::memory_order_release );
     NoteLockTime( thread );
@@ -255,6 +261,7 @@ void XMemoryBlock::UnlockSelf( XLockMode )
     const std::int32_t locks = SettleLockCount() - 1;
     XAssert( locks >= 0 );
     itsLocks.store( itsLocks.load( std::memory_order_relaxed ) - 1, std::memory_order_release );
+    // The search that found the block locked waits for this unlock.
     if ( locks == 0 && itsIsSetAside )
         itsManager.HasUnlocked( *this );
 }

@@ -87,6 +87,8 @@ XMemoryHandle& XMemoryHandle::operator=( const XMemoryHandle& inOther )
     if ( this == &inOther )
         return *this;
     CheckUnlocked();
+    // Before the own mutex is taken: two threads that assign two handles to each other must not wait in a
+    // circle.
     BlockReference block( *this, inOther.ShareBlockWith( *this ) );
     XDataFetcher* const fetcher = inOther.GetDataFetcher();
     const XThreadLock lock( GetMutex() ); // of the two only one at a time
@@ -112,6 +114,7 @@ XMemoryBlock* XMemoryHandle::ShareBlockWith( XMemoryHandle& ioCopy ) const
         return nullptr;
     const XBusy busy( *this );
     if ( itsWriteLocks > 0 && !block->IsPublic() )
+        // The copy would otherwise see bytes that change; a public range is meant to be seen by all.
         block = block->Clone( block->GetSize() );
     block->Reference( ioCopy );
     return block;
@@ -132,6 +135,7 @@ void XMemoryHandle::MoveToBlock( XMemoryBlock* inBlock )
     inBlock->Reference( *this );
     BlockReference block( *this, inBlock );
     XAssert( itsBusyCount <= 1 ); // but for the operation itself
+    // ReplaceBlock must not throw.
     itsRetired.reserve( itsRetired.size() + 1 );
     ReplaceBlock( block.Release() );
 }
@@ -154,6 +158,7 @@ void XMemoryHandle::ReleaseRetired()
     for ( const XRetired& retired : std::exchange( itsRetired, {} ) )
     {
         for ( std::uint32_t i = 0; i < retired.locks; ++i )
+            // The mode matters to counters of the handle only, and those count its own locks.
             UnlockBlock( *retired.block, kLockForRead );
         retired.block->Unreference( *this );
     }
@@ -191,6 +196,7 @@ void XMemoryHandle::LockSelf( XLockMode inMode )
     try
     {
         if ( inMode & kLockForWrite )
+            // May exchange the block (MoveToBlock), which the handler below undoes.
             CheckedBlock().PrepareForWriteLock( *this, inMode );
         isQuick = LockBlock( inMode );
     }
@@ -200,6 +206,7 @@ void XMemoryHandle::LockSelf( XLockMode inMode )
             BringBackRetired();
         throw;
     }
+    // Published last: GetData reads it without the mutex and takes it to mean that the block is locked.
     itsQuickBlock.store( isQuick ? GetBlock() : nullptr, std::memory_order_release );
     ++itsLocks;
     ++itsBlockLocks;
@@ -214,6 +221,7 @@ void XMemoryHandle::LockSelf( XLockMode inMode )
 bool XMemoryHandle::LockBlock( XLockMode inMode )
 {
     XMemoryBlock& block = CheckedBlock();
+    // The common case: the block is in memory and needs nothing but the count.
     if ( block.TryQuickLock() )
         return true;
     const XThreadLock lock( block.GetMutex() );
@@ -246,6 +254,8 @@ void XMemoryHandle::UnlockSelf( XLockMode inMode )
         itsQuickBlock.store( nullptr, std::memory_order_relaxed );
     else if ( !itsRetired.empty() )
         return;
+    // At the last unlock this releases as many locks as were taken on the current block while others were
+    // retired.
     for ( ; itsBlockLocks > itsLocks; --itsBlockLocks )
         UnlockBlock( *GetBlock(), inMode );
     if ( !itsRetired.empty() )
@@ -312,6 +322,7 @@ void XMemoryHandle::Resize( USize64 inSize )
 void XMemoryHandle::ResizeBlock( XMemoryBlock& ioBlock, USize64 inSize )
 {
     const XBusy busy( *this );
+    // The only reference stays the only one: other handles get theirs from this one, whose mutex is held.
     if ( ioBlock.GetRefCount() > 1 )
         MoveToBlock( ioBlock.CloneResized( inSize ) );
     else
@@ -340,6 +351,7 @@ void XMemoryHandle::Purge()
     XAssert( itsBlock );
     try
     {
+        // The order of locks: the handle's first, then the block's.
         const XThreadLock handleLock( GetMutex(), kTimeoutMs );
         XMemoryBlock& block = CheckedBlock();
         const XThreadLock lock( block.GetMutex(), kTimeoutMs );

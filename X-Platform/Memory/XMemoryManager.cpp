@@ -26,13 +26,38 @@
 #include <limits>
 #include <utility>
 
+// How room is made. Every reservation is a compare-and-swap on the budget (XMemoryBudget::TryTake); only if
+// that fails does AboutToAllocate enter its loop. One attempt of the loop tries, from the cheapest to the
+// most expensive: spare views, which cost an unmapping; purges, from the least recently locked block on,
+// which may write to the disk; listeners; and waiting for other threads. After each step the budget is tried
+// again, since another thread may have taken what this one has freed.
+//
+// The loop ends because each attempt either freed something or waited for a change, and a wait is refused
+// when nobody is left who could make room (see XRoomWaiters). Listeners are asked in the first attempt and
+// once more before giving up, not in each one, as they may be slow and usually have nothing more to give.
+//
+// Purging without the memory mutex. The mutex guards the order of blocks and is held only while a block is
+// chosen. LockNext returns the block with its own mutex locked, and since a block is removed from the list
+// under its mutex, at the latest in its destructor, it cannot disappear while it is written to the disk. A
+// block whose mutex another thread holds is skipped: that thread may be waiting for the memory mutex.
+//
+// Locks. The memory mutex may be taken under a block's mutex and under the allocation mutex, never the other
+// way round: a search only tries the mutex of a block. The mutexes of XRoomWaiters come last. Listeners run
+// under the allocation mutex, hence the restrictions that XMemoryManagerListener states.
+//
+// A refusing disk. A write of some size that fails will fail for larger sizes too, so one attempt tries no
+// larger block that would have to be written (refusedSize), but still purges blocks whose bytes are in a file
+// already.
+
 namespace
 {
 
+// Stand-ins nest: each one restores its predecessor.
 std::atomic<XMemoryManager*> sStandIn = nullptr; // the one constructed last
 
 USize64 GetDefaultBudget()
 {
+    // The rest is for the program's other memory and for the file cache, which serves reloads.
     return WMemoryLimits::GetBytes() / 10 * 6;
 }
 
@@ -140,6 +165,7 @@ void XMemoryManager::AboutToAllocate( USize64 inSize )
     XRoomSearch search( *itsRoomWaiters );
     while ( !itsBudget->TryTake( inSize ) )
     {
+        // No purge can help; asked each time because the budget may change meanwhile.
         if ( inSize > GetBudget() )
             XThrow( kErrorOutOfMemory );
         const USize64 shortage = itsBudget->GetShortage( inSize );
@@ -166,6 +192,7 @@ void XMemoryManager::HasFreed( USize64 inSize )
 /// The results of listeners are not trusted: the bytes in use afterwards are decisive.
 bool XMemoryManager::MakeRoom( USize64 inBytes, XRoomSearch& ioSearch )
 {
+    // Partial success counts too: the caller tries the budget again and comes back for the rest.
     const USize64 purged = PurgeOldest( inBytes, ioSearch );
     if ( purged >= inBytes )
         return true;
@@ -179,6 +206,7 @@ USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
 {
     ioSearch.blocks = {};
     ioSearch.hasPurgeFailed = false;
+    // Each attempt starts anew, since the disk may have room again.
     ioSearch.refusedSize = std::numeric_limits<USize64>::max();
     const auto lockNext = [&]
     {
@@ -195,6 +223,7 @@ USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
         const USize64 size = block->GetTrueSize();
         if ( isWritten && size >= ioSearch.refusedSize )
         {
+            // Passed over, as it would be refused too.
             block->GetMutex().Unlock();
             continue;
         }
@@ -210,6 +239,7 @@ USize64 XMemoryManager::PurgeOldest( USize64 inBytes, XRoomSearch& ioSearch )
 /// Listeners are asked at first, and once more before the search ends. Returns false when it has ended.
 bool XMemoryManager::WaitForRoom( XRoomSearch& ioSearch )
 {
+    // While the search only waits, listeners are left alone: see the head of this file.
     const bool hasAskedListeners = std::exchange( ioSearch.asksListeners, false );
     if ( MayWait() && ioSearch.waiter.WaitForChange( [&] { return GetPatienceFor( ioSearch ); } ) )
         return true;
@@ -220,6 +250,7 @@ bool XMemoryManager::WaitForRoom( XRoomSearch& ioSearch )
 /// Not with what others need to make room, or to decide whether to wait.
 bool XMemoryManager::MayWait() const
 {
+    // Another thread needs the first to unlock a block (HasUnlocked), and the second to call its listeners.
     return !itsMemoryMutex.IsLockedByCurrentThread() && !itsAllocationMutex.IsLockedByCurrentThread();
 }
 
@@ -227,13 +258,18 @@ bool XMemoryManager::MayWait() const
 /// purge announces its end.
 std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
 {
+    // Short where the end of what is waited for announces nothing (the mutex of a busy block), long where a
+    // change wakes the waiters and the limit is only a precaution.
     constexpr std::uint32_t kShortWaitMs = 10;
     constexpr std::uint32_t kLongWaitMs = 500;
+    // The disk refuses: no other thread's unlock would help, since its block could not be written either.
     if ( ioSearch.hasPurgeFailed )
         return 0;
     const auto isActive = [&]( std::uint32_t inThread )
     { return !ioSearch.waiter.HasWaitedMeanwhile( inThread ); };
     const bool isBusy = ioSearch.blocks.HasBusyThread( isActive );
+    // A thread that carries a block in or out of memory will end that by itself, so its transit needs no
+    // patience.
     const std::uint32_t lockPatience = itsRoomWaiters->HasTransits() ? kLongWaitMs : GetPatienceForLocks();
     if ( lockPatience > 0 )
         ioSearch.hopefulTime = WClock::GetCoarseTicks();
@@ -268,6 +304,7 @@ std::uint32_t XMemoryManager::GetPatienceSince( std::int64_t inTicks ) const
 USize64 XMemoryManager::GetMaxBlockSize( USize64 inSize )
 {
     const XThreadLock lock( itsMemoryMutex );
+    // What cannot be purged: heap memory, locked blocks, and whatever else has been reserved.
     USize64 fixed = GetBytesInUse();
     for ( const XMemoryBlock* block : itsBlocks->GetAll() )
         if ( !block->IsProbablyLocked() )
@@ -283,6 +320,7 @@ USize64 XMemoryManager::FreeMemory( USize64 inBytes, std::uint32_t inFlags )
     if ( !( inFlags & kFreeWithoutLogEntry ) )
         XSessionLogManager::Log( kLogInformation, "Memory low - freeing memory to make space" );
     ReleaseSpareViews( itsBudget->GetSpare() );
+    // Here `inBytes` is an address.
     if ( inFlags & ( kFreeBelowAddress | kFreeAboveAddress ) )
     {
         const USize64 below = inFlags & kFreeBelowAddress ? FreeBlocksInRange( 0, inBytes ) : 0;
@@ -299,6 +337,8 @@ USize64 XMemoryManager::FreeMemory( USize64 inBytes, std::uint32_t inFlags )
 
 USize64 XMemoryManager::FreeMemorySelf( USize64 inBytes )
 {
+    // Holds the memory mutex, so that the blocks in the policy's list cannot disappear while it looks at
+    // them. During a purge (XGap) they can: LockListed then looks them up again by their addresses.
     XRegionQueries queries( *this );
     const auto purge = [&]( XMemoryBlock* inBlock ) -> USize64
     {
@@ -341,10 +381,13 @@ bool XMemoryManager::LockListed( XMemoryBlock* inBlock )
 /// Purges a block whose mutex the calling thread has locked, and unlocks that: from then on the block may be gone.
 XMemoryManager::XPurgeResult XMemoryManager::PurgeLocked( XMemoryBlock& ioBlock )
 {
+    // The mutex is recursive: the guard takes it a second time, then the caller's lock is undone, so that it
+    // is unlocked exactly once however this ends.
     const XThreadLock lock( ioBlock.GetMutex() ); // in the place of the caller's
     ioBlock.GetMutex().Unlock();
     const USize64 size = ioBlock.GetTrueSize();
     XPurgeResult result;
+    // Its end wakes the waiters after a success and after a failure.
     const XTransit transit( *this );
     try
     {
@@ -387,6 +430,7 @@ void XMemoryManager::AddListener( XMemoryManagerListener* inListener )
 void XMemoryManager::RemoveListener( XMemoryManagerListener* inListener )
 {
     const XThreadLock lock( itsAllocationMutex );
+    // The loop in NotifyListenersFreeMemory goes by index, so the places must not move under it.
     if ( itsIsAskingListeners )
         std::ranges::replace( itsListeners, inListener, nullptr );
     else
@@ -404,6 +448,7 @@ USize64 XMemoryManager::NotifyListenersFreeMemory( USize64 inBytes )
     if ( std::exchange( itsIsAskingListeners, true ) )
         return 0;
     USize64 freed = 0;
+    // Listeners added by listeners come later in the vector and have to wait for the next time.
     const std::size_t count = itsListeners.size();
     for ( std::size_t i = 0; i < count && freed < inBytes; ++i )
     {
@@ -491,6 +536,7 @@ XMemoryBlock* XMemoryManager::MakeBlock( USize64 inSize )
 
 void XMemoryManager::AddBlock( XMemoryBlock* inBlock )
 {
+    // The only step that needs memory, before the list is touched.
     inBlock->ReservePlace();
     const XThreadLock lock( itsMemoryMutex );
     itsBlocks->Add( *inBlock );
@@ -498,6 +544,7 @@ void XMemoryManager::AddBlock( XMemoryBlock* inBlock )
 
 void XMemoryManager::RemoveBlock( XMemoryBlock* inBlock )
 {
+    // Waits for the end of another thread's purge of this block.
     const XThreadLock blockLock( inBlock->GetMutex() );
     const XThreadLock lock( itsMemoryMutex );
     itsBlocks->Remove( *inBlock );
@@ -530,7 +577,10 @@ void XMemoryManager::KeepSpareView( XSpareView inView )
         inView.mapping.reset();
         return HasFreed( bytes );
     }
+    // From here on the bytes are not in use but still taken from the budget, so no other thread can reserve
+    // them before TakeSpareView reuses them.
     itsBudget->Spare( bytes );
+    // The number of spare views is limited too: the oldest gives way.
     while ( !itsSpareViews->Keep( inView ) )
         Release( itsSpareViews->TakeOldest() );
     while ( ReleaseSpareViews( GetSpareExcess() ) )
@@ -603,6 +653,7 @@ void XMemoryManager::SetTemporaryFolder( const std::filesystem::path& inFolder )
         const XThreadLock lock( itsFolderMutex );
         itsTemporaryFolder = inFolder;
     }
+    // Ranges in the old file keep it open; only new ranges go to the new folder.
     itsSpillPlace->StartAnew();
 }
 

@@ -77,6 +77,7 @@ void XMemoryManager::MakeHeapImage( XMemoryHandle& outHandle, USize64 inSize )
         [&]( std::uint64_t inBase, std::uint64_t inLength, XRegionState inState )
         {
             if ( inState != kRegionFree )
+                // Collected first: resizing the handle changes the address space.
                 ranges.push_back( { inBase, inBase + inLength } );
         } );
     outHandle.Resize( inSize );
@@ -97,6 +98,7 @@ void XMemoryManager::MakeHeapImage( XMemoryHandle& outHandle, USize64 inSize )
         for ( auto i = static_cast<USize64>( begin ); i <= last; ++i )
         {
             const auto left = static_cast<double>( i );
+            // The overlap of the range with the part [i, i + 1), in units of parts.
             shares[i] += std::max( std::min( end, left + 1 ) - std::max( begin, left ), 0.0 );
         }
     }

@@ -9,6 +9,14 @@
 #include <algorithm>
 #include <utility>
 
+// Stopping. A listener may be stopped on any thread, including within its own handlers. The stop returns when
+// no other thread calls it any more, which takes three steps: kStopped keeps new posts out, the subscriptions
+// are ended under the mutex of each list, which waits for broadcasts there, and posted calls are waited for
+// (XMessageQueues::ForgetListener).
+//
+// itsSubscriptions is guarded by itsMutex, which comes after the mutexes of lists. The stop needs them in the
+// opposite order, so it picks a list under itsMutex, keeps it by a reference, and locks it without itsMutex.
+
 namespace
 {
 
@@ -69,6 +77,8 @@ void XListener::SetAsynchronous( bool inIsAsynchronous )
         return;
     SetFlag( kAsynchronous, inIsAsynchronous );
     for ( const XSubscription& subscription : itsSubscriptions )
+        // Lists count their asynchronous subscriptions, so that a speaker off the main thread sees at once
+        // whether there is anybody to call.
         subscription.list->CountAsynchronous( inIsAsynchronous ? subscription.count : -subscription.count );
 }
 

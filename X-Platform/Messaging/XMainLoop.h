@@ -16,7 +16,7 @@ public:
     /// without running.
     static std::int32_t Run();
 
-    /// Makes `Run` return after its current work. Any thread may call it, also from a signal handler. The
+    /// Makes `Run` return after its current work. Any thread may call it, on Linux also a signal handler. The
     /// exit code of the first request is used.
     static void RequestEnd( std::int32_t inExitCode = 0 );
 };

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Messaging/XRemoteMessage.h"
+#include "Messaging/XRemoteValueMessage.h"
 
 /// A remote message about a job of a job queue; the base of messages that report on jobs.
-class KORVALE_API XNetJobMessage : public XRemoteMessage
+class KORVALE_API XNetJobMessage : public XRemoteValueMessage<kClassNetJobMessage, std::uint32_t>
 {
 public:
     explicit XNetJobMessage(
@@ -11,18 +11,7 @@ public:
     ~XNetJobMessage() override;
 
     XNetJobMessage* Clone() const override;
-    bool operator==( const XMessage& inOther ) const override;
     std::uint64_t GetCoalesceKey() const noexcept override;
 
-    std::uint32_t GetJobID() const { return itsJobID; }
-
-    static XVersion GetClassVersion();
-    static XVersion GetSuperClassVersion();
-    XVersion GetVersion() const override;
-    USize64 GetStreamUsage() const override;
-    void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
-    void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
-
-private:
-    std::uint32_t itsJobID;
+    std::uint32_t GetJobID() const { return GetStoredValue(); }
 };

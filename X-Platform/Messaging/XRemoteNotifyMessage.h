@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Messaging/XRemoteMessage.h"
+#include "Messaging/XRemoteValueMessage.h"
 
 /// Reports the latest value of the quantity that its ID identifies to listeners, including those in other
 /// processes. Of queued messages with the same ID only the newest is delivered, in its own position.
-class KORVALE_API XRemoteNotifyMessage : public XRemoteMessage
+class KORVALE_API XRemoteNotifyMessage : public XRemoteValueMessage<kClassRemoteNotifyMessage, std::int64_t>
 {
 public:
     explicit XRemoteNotifyMessage(
@@ -13,18 +13,7 @@ public:
 
     XRemoteNotifyMessage* Clone() const override;
     XCoalesce ShouldCoalesceQueueMessage( const XMessage& inNewMessage ) const override;
-    bool operator==( const XMessage& inOther ) const override;
     std::uint64_t GetCoalesceKey() const noexcept override;
 
-    std::int64_t GetValue() const { return itsValue; }
-
-    static XVersion GetClassVersion();
-    static XVersion GetSuperClassVersion();
-    XVersion GetVersion() const override;
-    USize64 GetStreamUsage() const override;
-    void ReadStream2( XStream& inStream, XOptions inOptions = kNoOptions ) override;
-    void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
-
-private:
-    std::int64_t itsValue;
+    std::int64_t GetValue() const { return GetStoredValue(); }
 };

@@ -92,6 +92,8 @@ void XSpeaker::Stop( bool inIsDying )
 /// The speaker may be destroyed as soon as its list is pinned.
 void XSpeaker::SpeakMessage( const XMessage& inMessage, XWhen inWhen )
 {
+    // Read before the pin is taken: until then the caller guarantees the speaker's life, afterwards nobody
+    // does.
     const bool hasMutedMessages = itsHasMutedMessages;
     const XListenerList::XPin listeners( *itsListeners );
     if ( hasMutedMessages && IsMuted( this, inMessage ) )
@@ -125,6 +127,8 @@ void XSpeaker::SpeakMessageNowSelf(
                                     : listeners.CallAllBut( inExclusions, inMessage );
     XListenerVector served;
     if ( listeners.CallAsynchronous( inMessage, inExclusions, served ) )
+        // The listeners that must be called on the main thread follow there; those served here are excluded
+        // from it.
         XMessageQueues::Get().Add( inMessage, listeners, kWhenNextEvent, served );
 }
 

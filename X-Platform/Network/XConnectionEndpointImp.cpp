@@ -10,6 +10,20 @@
 #include <algorithm>
 #include <utility>
 
+// Who may use the connection. itsConnection is guarded by itsMutex, which is never held in a wait: an
+// operation copies the shared pointer (GetConnected) and works with the copy. Ending the connection from
+// another thread therefore never waits: it takes the pointer out (TakeConnection), interrupts the connection,
+// which wakes every wait on it, and gives its own share up. Threads that still use the connection keep it
+// open until they have left, so its descriptor is not reused under them.
+//
+// Disconnect is the orderly end. It moves the connection to itsClosing, where ForceDisconnect can still
+// interrupt it, tells the peer that no more will be sent, and then discards what arrives until the peer has
+// closed (Drain). A thread that receives at the same time may be given some of these bytes by the system; it
+// cannot know what Drain has discarded before them, so it fails instead (IsEnding).
+//
+// The errors of connections have Windows socket codes on every system (WConnection); ToErrorNumber gives the
+// library's numbers to those that callers are to distinguish, and the rest becomes a WLastErrorException.
+
 using XState = XNetEndpoint::XState;
 
 namespace
@@ -54,6 +68,7 @@ void XConnectionEndpointImp::Use( const WConnectionPtr& inConnection )
 {
     const XThreadLock lock( itsMutex );
     if ( itsConnection )
+        // The text appears in logs and is kept as it has always been.
         XAssertionFailed( "itsSocket == (SOCKET)(~0)", __FILE__, __LINE__ );
     ResetStatistics();
     itsConnection = inConnection;
@@ -86,6 +101,7 @@ XNetEndpoint* XConnectionEndpointImp::Listen()
         if ( !itsConnection )
             XThrow( kErrorDisconnected );
         connection = itsConnection;
+        // In one step with the copy: an Unbind from now on finds the state to change.
         itsState = XNetEndpoint::kStateAccepting;
     }
     return MakeEndpoint( AcceptConnection( connection ) );
@@ -106,6 +122,7 @@ WConnectionPtr XConnectionEndpointImp::AcceptConnection( const WConnectionPtr& i
     };
     const Accepting accepting{ *this, inConnection };
     WConnectionPtr connection;
+    // Another thread ends the wait by Unbind or by stopping this one.
     const WDeadline noLimit( kNoTimeout );
     Check( inConnection, XWaitObediently( [&] { return inConnection->Accept( connection, noLimit ); } ) );
     return connection;
@@ -131,6 +148,7 @@ void XConnectionEndpointImp::EndUse( XState inNewState )
         closing = itsClosing;
     }
     if ( closing )
+        // For a Disconnect that is waiting for the peer on another thread.
         closing->Interrupt();
     if ( const WConnectionPtr connection = TakeConnection( inNewState ) )
     {
@@ -179,6 +197,7 @@ void XConnectionEndpointImp::Drain( WConnection& ioConnection, std::uint32_t inT
     {
         const WConnection::Outcome outcome = XWaitObediently(
             [&] { return ioConnection.Receive( buffer.get(), kMostBytesPerTransfer, deadline ); } );
+        // A peer that keeps sending would otherwise keep the loop going past the deadline.
         const bool isOver = outcome.status == WConnection::kTimedOut ||
             ( outcome.status == WConnection::kDone && outcome.count > 0 && deadline.HasPassed() );
         if ( isOver )
@@ -205,6 +224,7 @@ void XConnectionEndpointImp::SendData( const void* buffer, std::uint32_t length,
         const std::int64_t start = WClock::GetMicroSeconds();
         const WConnection::Outcome outcome = XWaitObediently(
             [&] { return SendSome( connection, bytes, std::min( chunk, length ), inTimeoutMS ); } );
+        // The system lacks kernel memory for the transfer; a smaller one may still succeed.
         if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
         {
             chunk /= 2;
@@ -272,6 +292,7 @@ void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32
     const WConnection::Outcome outcome =
         XWaitObediently( [&] { return WaitForMore( connection, inCount, deadline ); } );
     Check( connection, outcome );
+    // The peer has closed its side.
     if ( outcome.count == 0 )
         FailDisconnected( connection );
 }

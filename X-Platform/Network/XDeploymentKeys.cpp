@@ -16,6 +16,15 @@
 #include <string_view>
 #include <vector>
 
+// Keys are made in a temporary folder, so that the target never has some of the files only: a new target
+// appears by one rename. In an existing, empty folder that is not possible, since the folder itself may be a
+// mount point or somebody's working folder; there the files are moved up one by one, and all that are in
+// place are removed again if one fails. Everything made is registered with WPendingFiles, which removes it if
+// the process is interrupted; Hold keeps an interrupt off between making a file and registering it.
+//
+// Reading checks permissions on the open file, not on the path, so the file cannot be exchanged between the
+// two.
+
 namespace
 {
 
@@ -221,6 +230,7 @@ private:
 
     void FillTarget()
     {
+        // The one is the temporary folder.
         if ( std::distance( ListFiles( itsTarget ), {} ) != 1 ) // it has got files meanwhile
             RefuseFullFolder( itsTarget );
         for ( std::size_t i = 1; i < itsMade.size(); ++i ) // behind the folder
@@ -256,6 +266,7 @@ void WriteCertificate(
 void WriteCertificates( NewKeyFolder& ioFolder )
 {
     const WCertificates::Validity validity{
+        // Valid since yesterday: the clocks of the deployment's machines need not agree exactly.
         -kSecondsPerDay, ( XDeploymentKeys::kDaysOfValidity - 1 ) * kSecondsPerDay };
     const WCertificates::Certificate authority =
         WCertificates::MakeAuthority( "Korvale deployment " + MakeRandomDigits( 8 ), validity );

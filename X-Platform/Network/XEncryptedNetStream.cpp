@@ -2,6 +2,12 @@
 
 #include <algorithm>
 
+// The endpoint transports what the cipher gives. RC4 is a stream cipher: the state advances with each byte,
+// in both directions separately, and a peek works on a copy of the state. TEA encrypts blocks of 8 bytes:
+// each write is padded with zeros to whole blocks, and each read consumes the padding of its last block, so
+// the peers have to read in the units in which they write; therefore TEA streams have no buffer. None of the
+// ciphers authenticates the bytes.
+
 namespace
 {
 
@@ -105,6 +111,7 @@ void XEncryptedNetStream::PeekBuffer8WithoutSeekSelf( void* buffer, USize64 coun
     if ( itsAlgorithm == kAlgorithmTEA )
         return PeekTEA( bytes, count );
     ReceiveBytes( bytes, count );
+    // The bytes stay to be read; so does the state that belongs to them.
     XEncryption::XRC4KeyState state( itsReceiveState );
     XEncryption::DecryptRC4( bytes, bytes, count, itsKey, &state );
 }
@@ -119,6 +126,7 @@ void XEncryptedNetStream::ReceiveTEA( std::uint8_t* outBytes, USize64 inCount )
     }
     catch ( ... )
     {
+        // Still encrypted: a later read starts over with the same bytes.
         PutBack( outBytes, inCount );
         throw;
     }

@@ -12,6 +12,12 @@
 #include <optional>
 #include <string>
 
+// An endpoint is a handle: copies share the implementation and the mutex. The mutex serialises connecting,
+// binding, sending and the orderly disconnection, each of which would disturb the others; receiving and
+// listening have no need of it, and ending must not wait for it. A ForceDisconnect that comes while several
+// addresses are tried would only end the attempt with one of them, so it also counts `disconnects`, which the
+// loop compares.
+
 struct XNetEndpoint::XShared
 {
     explicit XShared( std::unique_ptr<XNetEndpointImp> inImp ) : imp( std::move( inImp ) ) {}
@@ -76,6 +82,7 @@ void XNetEndpoint::ConnectToCandidates(
     const std::uint32_t disconnects = itsShared->disconnects;
     const XVector<XNetAddress> candidates = GetCandidates( inAddress, inTryAdapters );
     const auto count = static_cast<std::uint32_t>( candidates.size() );
+    // Each address gets an equal part of the time; what one leaves unused is not passed on.
     const std::uint32_t share = inTimeoutMS == kNoTimeout ? kNoTimeout : inTimeoutMS / count;
     for ( const XNetAddress& candidate : candidates )
     {
@@ -101,6 +108,12 @@ void XNetEndpoint::Bind( std::int32_t inPort, std::uint32_t inBacklog )
     itsShared->imp->Bind( inPort, inBacklog );
 }
 
+void XNetEndpoint::Bind( const XNetAddress& inAddress, std::uint32_t inBacklog )
+{
+    const XThreadLock lock( itsShared->mutex );
+    itsShared->imp->BindToAddress( inAddress, inBacklog );
+}
+
 /// Without the mutex, as `ForceDisconnect`: the operation that holds it may be the one to end.
 void XNetEndpoint::Unbind()
 {
@@ -119,6 +132,8 @@ void XNetEndpoint::Disconnect( std::uint32_t inTimeoutMS )
     const XTimer timer( inTimeoutMS );
     try
     {
+        // A time-out here means that a send blocks the way; the handler below ends the connection without
+        // order then.
         const XThreadLock lock( itsShared->mutex, inTimeoutMS, true );
         itsShared->imp->Disconnect( timer.GetRemainingMS() );
     }
@@ -171,6 +186,8 @@ XString XNetEndpoint::ReceiveLine( const XString& inTerminator, std::uint32_t in
     std::string line;
     do
     {
+        // The bytes that were there at the time-out, once and for all: a peer that goes on sending gets no
+        // more time.
         if ( !mostBytes && timer.HasExpired() )
             mostBytes = line.size() + GetWaitingBytes();
         if ( mostBytes && line.size() > *mostBytes )

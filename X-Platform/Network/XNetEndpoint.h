@@ -66,6 +66,10 @@ public:
     /// in use is a WLastErrorException (10048) that names the port.
     void Bind( std::int32_t inPort, std::uint32_t inBacklog = kMostBacklog );
 
+    /// Starts listening on the adapter with the address, on all adapters if it is 0.0.0.0. Error 10049 if the
+    /// address is not one of this machine.
+    void Bind( const XNetAddress& inAddress, std::uint32_t inBacklog = kMostBacklog );
+
     /// Stops listening, and ends a `Listen` of another thread (3100).
     void Unbind();
 

@@ -17,6 +17,11 @@ XNetAddress XNetEndpointImp::GetLocalAddress()
     return Resolve( itsLocalPlace );
 }
 
+void XNetEndpointImp::BindToAddress( const XNetAddress& inAddress, std::uint32_t inBacklog )
+{
+    Bind( inAddress.GetPort(), inBacklog );
+}
+
 std::int32_t XNetEndpointImp::GetLocalPort()
 {
     const XThreadLock lock( itsPlacesMutex );

@@ -4,6 +4,14 @@
 
 #include <algorithm>
 
+// Reading ahead. A small read receives whatever has arrived, up to itsMostAhead bytes, and keeps the rest in
+// itsAhead; a read of that size or more goes directly to the caller's memory. If a read fails midway, because
+// of a time-out for instance, the bytes received so far are put back, so that it can be repeated as a whole.
+//
+// Sending cannot be repeated: it is not known how many bytes have reached the peer. After a failure the
+// stream refuses to send (itsHasFailedToSend), instead of sending something that the peer would take for the
+// continuation.
+
 namespace
 {
 
@@ -83,6 +91,8 @@ void XNetStream::PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count )
 
 void XNetStream::ReceiveBytes( void* outBytes, USize64 inCount )
 {
+    if ( inCount > itsReadsLeft )
+        XThrow( kErrorStreamCorrupted );
     auto* const bytes = static_cast<std::uint8_t*>( outBytes );
     const bool isSmall = inCount < itsMostAhead;
     USize64 done = itsAhead->Take( bytes, inCount );
@@ -105,6 +115,7 @@ void XNetStream::ReceiveBytes( void* outBytes, USize64 inCount )
         PutBack( bytes, done );
         throw;
     }
+    itsReadsLeft -= inCount;
 }
 
 void XNetStream::PeekBytes( void* outBytes, USize64 inCount )

@@ -37,6 +37,10 @@ public:
     std::uint32_t GetRecvTimeout() const { return itsRecvTimeoutMS; }
     void SetRecvTimeout( std::uint32_t inTimeoutMS ) { itsRecvTimeoutMS = inTimeoutMS; }
 
+    /// The most bytes to read from now on, so that a peer cannot have the reader keep any number of them: a read beyond
+    /// them is error 1005. At first there is no limit.
+    void SetReadLimit( USize64 inCount ) { itsReadsLeft = inCount; }
+
     std::uint64_t GetTotalBytesRead() const { return itsEndpoint.GetTotalBytesRead(); }
     std::uint64_t GetTotalBytesWritten() const { return itsEndpoint.GetTotalBytesWritten(); }
     std::uint64_t GetAvgBytesReadPerSec() const { return itsEndpoint.GetAvgBytesReadPerSec(); }
@@ -71,5 +75,6 @@ private:
     std::uint32_t itsRecvTimeoutMS;
     const USize64 itsMostAhead; // maximum number of bytes received beyond those requested
     std::unique_ptr<XByteQueue> itsAhead;
+    USize64 itsReadsLeft = ~USize64( 0 );
     bool itsHasFailedToSend = false;
 };

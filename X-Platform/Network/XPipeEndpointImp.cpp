@@ -73,6 +73,7 @@ void XPipeEndpointImp::BeginUse( TBegin inBegin )
     catch ( const WLastErrorException& error )
     {
         end();
+        // The same error, with the path: pipes have no address that callers could show.
         throw PipeException( itsName, error.GetWin32ErrorCode() );
     }
     catch ( ... )

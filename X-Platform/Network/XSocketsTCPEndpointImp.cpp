@@ -94,6 +94,7 @@ void XSocketsTCPEndpointImp::MakeConnection(
     const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaiter& inWaiter )
 {
     WSocket::Outcome outcome = inSocket->StartConnecting( inAddress );
+    // The usual case: the connection is being established, and the wait tells the result.
     if ( outcome.error == WSocket::kErrorWouldBlock || outcome.error == WSocket::kErrorInProgress )
         outcome = inWaiter( [&]( const WDeadline& inDeadline )
                             { return inSocket->FinishConnecting( inDeadline ); } );
@@ -115,11 +116,24 @@ WConnection::Outcome XSocketsTCPEndpointImp::BeginConnection( const WConnectionP
 
 void XSocketsTCPEndpointImp::Bind( std::int32_t inPort, std::uint32_t inBacklog )
 {
-    const std::uint16_t port = CheckedPort( inPort );
+    BindTo( { 0, CheckedPort( inPort ) }, inBacklog );
+}
+
+void XSocketsTCPEndpointImp::BindToAddress( const XNetAddress& inAddress, std::uint32_t inBacklog )
+{
+    const std::uint16_t port = CheckedPort( inAddress.GetPort() );
+    XNetAddress address = inAddress;
+    if ( address.GetIPAddress( false ) == 0 && !address.GetHostName( false ).IsEmpty() )
+        address.LookupIPAddress(); // throws, where the query would give 0, which means all adapters
+    BindTo( { address.GetIPAddress( false ), port }, inBacklog );
+}
+
+void XSocketsTCPEndpointImp::BindTo( const WSocket::Address& inAddress, std::uint32_t inBacklog )
+{
     const WSocketPtr socket = UseNewSocket();
     try
     {
-        BindSocket( socket, port, inBacklog );
+        BindSocket( socket, inAddress, inBacklog );
     }
     catch ( ... )
     {
@@ -129,17 +143,18 @@ void XSocketsTCPEndpointImp::Bind( std::int32_t inPort, std::uint32_t inBacklog 
 }
 
 void XSocketsTCPEndpointImp::BindSocket(
-    const WSocketPtr& inSocket, std::uint16_t inPort, std::uint32_t inBacklog )
+    const WSocketPtr& inSocket, const WSocket::Address& inAddress, std::uint32_t inBacklog )
 {
     constexpr std::uint32_t kSystemMaximum = 0x7FFFFFFF;
-    SetLocalPlace( { XNetAddress( 0, inPort ) } );
-    WSocket::Outcome outcome = inSocket->Bind( inPort );
+    SetLocalPlace( { XNetAddress( inAddress.ip, inAddress.port ) } );
+    WSocket::Outcome outcome = inSocket->Bind( inAddress );
     if ( outcome.status == WSocket::kDone ) // another socket may have the port, and listen or not
+        // Both calls may report that the port is in use.
         outcome = inSocket->Listen( inBacklog == XNetEndpoint::kMostBacklog ? kSystemMaximum : inBacklog );
     if ( outcome.error == WSocket::kErrorAddressInUse )
-        throw PortInUseException( inPort );
+        throw PortInUseException( inAddress.port );
     Check( inSocket, outcome );
-    SetLocalPlace( { XNetAddress( 0, inSocket->GetLocalAddress().port ), true } );
+    SetLocalPlace( { XNetAddress( inAddress.ip, inSocket->GetLocalAddress().port ), inAddress.ip == 0 } );
     TakeOver( inSocket, XNetEndpoint::kStateDisconnected );
 }
 

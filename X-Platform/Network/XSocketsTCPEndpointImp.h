@@ -15,6 +15,7 @@ public:
     void Connect( const XNetAddress& inAddress, std::uint32_t inTimeoutMS ) override;
     void ConnectWithProgress( const XNetAddress& inAddress, std::uint32_t inTimeoutMS ) override;
     void Bind( std::int32_t inPort, std::uint32_t inBacklog ) override;
+    void BindToAddress( const XNetAddress& inAddress, std::uint32_t inBacklog ) override;
     std::uint32_t GetKeepAliveTimeMS() override;
     void SetKeepAliveTimeMS( std::uint32_t inTimeMS ) override;
 
@@ -35,7 +36,8 @@ private:
     void ConnectWith( const XNetAddress& inAddress, const XWaiter& inWaiter );
     void
     MakeConnection( const WSocketPtr& inSocket, const WSocket::Address& inAddress, const XWaiter& inWaiter );
-    void BindSocket( const WSocketPtr& inSocket, std::uint16_t inPort, std::uint32_t inBacklog );
+    void BindTo( const WSocket::Address& inAddress, std::uint32_t inBacklog );
+    void BindSocket( const WSocketPtr& inSocket, const WSocket::Address& inAddress, std::uint32_t inBacklog );
     XNetEndpoint* MakeEndpoint( const WConnectionPtr& inConnection ) override;
     WSocketPtr UseNewSocket();
 

@@ -7,6 +7,12 @@
 #include "Network/Internal/XWaitObediently.h"
 #include "Threads/XThreadLock.h"
 
+// An endpoint has one conversation at a time, for the connection in use. Operations take it together with the
+// connection they were given (GetConversation): if the endpoint has been connected anew meanwhile, the
+// conversation is another one and the operation fails like one on a connection that has ended.
+// itsConversationMutex guards the pointer only; the conversation has its own mutex, and its destruction,
+// which may end a session, happens outside both.
+
 namespace
 {
 

@@ -6,6 +6,10 @@
 #include <numeric>
 #include <unordered_map>
 
+// A greedy placement: large objects first, each label at the first of its candidate places that is inside the
+// picture and free. Labels that find none are left out. Overlaps are found through a grid of squares of 32
+// pixels, so that a place is compared with its neighbours only.
+
 namespace
 {
 /// Boxes that do not overlap, found by the squares of a grid that they lie on.

@@ -31,6 +31,7 @@ bool CanDraw( const XPlotColumn& inColumn, std::uint32_t inRow )
     if ( !inColumn.column.DoesDataExist( inRow ) )
         return false;
     const auto number = inColumn.column.GetDataFloat( inRow );
+    // Also false for infinities: there is no place on an axis for them.
     return std::abs( number ) <= kGreatestNumber && // Which NaN is not.
         ( !inColumn.isLogarithmic || number >= kLeastLogarithmicNumber );
 }

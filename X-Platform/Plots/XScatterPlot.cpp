@@ -43,6 +43,7 @@ public:
             return itsDiscs.push_back( { inPlace, inGroup, 1 } );
         const auto x = static_cast<std::uint64_t>( inPlace.x / itsCell );
         const auto y = static_cast<std::uint64_t>( inPlace.y / itsCell );
+        // Three bits for the group: the groups that are drawn and the others.
         const auto [found, isNew] = itsCells.try_emplace( ( x << 32 | y ) << 3 | inGroup, itsDiscs.size() );
         if ( isNew )
             itsDiscs.push_back( { inPlace, inGroup, 0 } );
@@ -91,6 +92,7 @@ void XDrawScatterPlot(
         {
             for ( auto i = inFirst; i < inEnd; ++i )
             {
+                // The opacity of as many discs drawn over one another.
                 const auto alpha = 1 - std::pow( 1 - style.alpha, discs[i].count );
                 ioCanvas.FillDisc(
                     discs[i].centre, style.radius, inData.groups[discs[i].group].colour.WithAlpha( alpha ) );

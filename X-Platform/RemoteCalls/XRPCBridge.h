@@ -60,6 +60,10 @@ public:
 
     // ---- Both ends
 
+    /// How long a call waits for the next bytes of its return, from the next connection on; without limit at first. A call
+    /// whose time is over ends the connection; it fails with 3105, or is repeated where a client reconnects.
+    void SetReturnTimeout( std::uint32_t inTimeoutMS ) { itsReturnTimeoutMS = inTimeoutMS; }
+
     /// Lets the call that is being sent end, for as long as the time-out, closes all connections and waits for the thread that
     /// receives calls.
     void Disconnect( std::uint32_t inTimeoutMS = 1000 );
@@ -114,6 +118,9 @@ protected:
 private:
     using XEndpointPtr = std::shared_ptr<XNetEndpoint>;
 
+    /// The order of bytes until one has been negotiated.
+    static constexpr XByteOrder kFirstByteOrder = kMotorolaOrder;
+
     void ReconnectSender() override;
     void InitialiseRPCProtocolForReceiver() override;
     void DropSender() override;
@@ -127,6 +134,7 @@ private:
     void OpenConversation( std::uint32_t inTimeoutMS );
     void OpenSender( std::uint32_t inTimeoutMS );
     void OpenReverseConnection( std::uint32_t inTimeoutMS );
+    XEndpointPtr ConnectReverseEndpoint( std::uint32_t inTimeoutMS );
     void TurnConnectionRound();
     void StartReceiving( const XEndpointPtr& inEndpoint );
     void WaitForServer();
@@ -151,10 +159,12 @@ private:
 
     const XRPCCipher itsCipher;
     const USize64 itsBufferSize;
+    std::atomic<std::uint32_t> itsReturnTimeoutMS = kNoTimeout;
 
     // Guarded by the bridge's mutex:
     std::shared_ptr<const WTLSContext> itsTLSContext;
     XEndpointPtr itsSenderEndpoint;  // replaced under the sender mutex
+    XEndpointPtr itsReverseEndpoint; // of a client: which connects, to receive on
     XEndpointPtr itsRemoteEndpoint;  // on which calls arrive; replaced by the receiving thread
     XEndpointPtr itsPendingEndpoint; // of a client: which the thread is to receive on next
     XNetAddress itsServerAddress;

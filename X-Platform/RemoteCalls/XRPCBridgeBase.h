@@ -15,6 +15,7 @@
 
 class XEncryptedNetStream;
 class XException;
+class XRPCFlusher;
 
 /// Whether a call may be sent again when the connection was lost before its return was there.
 enum class XRPCRepeat : std::uint32_t
@@ -34,6 +35,10 @@ enum class XRPCRepeat : std::uint32_t
 /// connect time-out lasts, and is sent again as a whole. So it may have run twice on the peer, the first time without
 /// anybody hearing of the result; a method that was declared to run once fails with 3100 instead. A call whose form is
 /// `_NoWaitForReturn` may be lost without notice, as may those before it that wait in the system's buffers.
+///
+/// Calls whose form is `_NoWaitForReturn` are sent together where they follow each other closely: one waits for others for
+/// about 200 µs at most, unless a buffer is full, a call is made that waits, or the bridge is disconnected (`Disconnect`)
+/// before.
 ///
 /// Messages: `SpeakRemoteMessage` hands a message to the bridge at the other end, which speaks it as its own; ordinary
 /// listeners there hear it on the main thread, coalesced by its rule.
@@ -109,6 +114,12 @@ public:
     /// Whether a lost connection is made again. For clients.
     void SetUseAutoReconnect( bool inUseAutoReconnect ) { itsUsesAutoReconnect = inUseAutoReconnect; }
     bool CanAutoReconnect() const { return itsUsesAutoReconnect && IsClient(); }
+
+    static constexpr USize64 kDefaultMostCallBytes = 1024 * 1024 * 1024;
+
+    /// The most bytes that a call may have with its arguments where it is received, and a return with its result. More of
+    /// them are 1005, and end the connection: so they do not fill the memory.
+    void SetMostCallBytes( USize64 inBytes ) { itsMostCallBytes = inBytes; }
 
     /// Waits until calls can be sent: on a server, until a bidirectional or receive-only client receives them. 3105 when
     /// the time is over.
@@ -246,6 +257,7 @@ protected:
     void EndRPCCall();
     /// The stream for the arguments, behind the call word.
     XStream& PrepareSenderParameterBuffer( std::uint32_t inCode );
+    /// Sends the call, or leaves that to a moment later where it does not wait for a return and follows another.
     void FlushSenderParameterBuffer();
     /// Waits for the return and reads its status word; the stream is at the result then. Without `inWaitForReturn` 0.
     std::uint32_t PrepareSenderReturnBuffer( bool inWaitForReturn );
@@ -321,6 +333,8 @@ protected:
 
     /// A random number that nobody can guess, and not 0: a sentinel, a challenge, the number of a session.
     virtual std::uint32_t DrawRandomNumber();
+    /// Ends what sends calls later. Once connections have been ended, and before the sender's endpoint is destroyed.
+    void StopFlusher();
     static void CountSentCall() { sTotalRPCCallsSent.fetch_add( 1, std::memory_order_relaxed ); }
 
     std::atomic<XBridgeType> itsBridgeType;
@@ -333,6 +347,9 @@ private:
     std::uint32_t SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall );
     void NoteCall( std::uint32_t inCode, bool inWaitForReturn );
     void ForgetCall();
+    bool DeferFlush();
+    void FlushSender();
+    bool FlushDeferred();
     void EnsureSender();
     void CheckSender() const;
     void NotifySenderDisconnected();
@@ -362,12 +379,19 @@ private:
     std::atomic<bool> itsSenderIsAvailable = false;
     std::atomic<bool> itsUsesAutoReconnect = false;
     std::atomic<std::uint32_t> itsReceiverAbortCode = kNoCall;
+    std::atomic<USize64> itsMostCallBytes = kDefaultMostCallBytes;
     // Guarded by itsMutex:
     std::map<std::uint32_t, std::unique_ptr<XRPCSlotBase>> itsSlots;
     std::uint32_t itsCallCode = kNoCall;
     bool itsWaitsForReturn = true;
     std::uint32_t itsSenderAbortCode = kNoCall;
     bool itsSenderIsDropped = false; // by an abort
+
+    // Set under itsSenderMutex: calls are in the buffer, and the flusher is armed or about to be
+    std::atomic<bool> itsHasDeferred = false;
+    // Guarded by itsSenderMutex:
+    std::int64_t itsLastFlushUS = 0; // of a call without a return
+    std::unique_ptr<XRPCFlusher> itsFlusher;
 
     // The receiving thread's:
     std::uint32_t itsSentinel = 0;

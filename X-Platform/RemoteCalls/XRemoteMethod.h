@@ -26,17 +26,31 @@
 #define XREMOTE_METHOD_ONCE( inCode, inResult, inName, ... )                                                 \
     XREMOTE_METHOD_WITH_SELF( inCode, XRPCRepeat::kOnce, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )
 
+/// For a class that implements the method itself: the same without `DivideSelf`, which the class declares, with the same
+/// types, and defines. It need not be virtual.
+///
+///     XREMOTE_METHOD_HERE( 2000, double, Divide, double, double )
+///     double DivideSelf( double inLeft, double inRight ) { return inLeft / inRight; }
+#define XREMOTE_METHOD_HERE( inCode, inResult, inName, ... )                                                 \
+    XREMOTE_METHOD_REGISTERED( inCode, XRPCRepeat::kMayRepeat, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )
+
+#define XREMOTE_METHOD_ONCE_HERE( inCode, inResult, inName, ... )                                            \
+    XREMOTE_METHOD_REGISTERED( inCode, XRPCRepeat::kOnce, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )
+
 // ---- What the macros above are made of
 
 #define XREMOTE_METHOD_WITH_SELF( inCode, inRepeat, inResult, inName, ... )                                  \
+    XREMOTE_METHOD_REGISTERED( inCode, inRepeat, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )               \
+    virtual inResult inName##Self( __VA_ARGS__ )                                                             \
+    {                                                                                                        \
+        XThrow( kErrorCallNotSupported );                                                                    \
+    }
+
+#define XREMOTE_METHOD_REGISTERED( inCode, inRepeat, inResult, inName, ... )                                 \
     XREMOTE_METHOD_FORMS( inCode, inRepeat, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )                    \
     static_assert(                                                                                           \
         ( inCode ) > 0 && ( inCode ) < 0x80000000u && ( ( inCode ) < 1000 || ( inCode ) >= 2000 ),           \
         "The code of a remote method is 1 to 999 or 2000 to 2147483647." );                                  \
-    virtual inResult inName##Self( __VA_ARGS__ )                                                             \
-    {                                                                                                        \
-        XThrow( kErrorCallNotSupported );                                                                    \
-    }                                                                                                        \
     const bool its##inName##IsRegistered = ( Register##inName(), true );
 
 /// The forms that call, and the registration. The class declares the form `Self` and registers the slot.
@@ -59,7 +73,8 @@
     void Register##inName()                                                                                  \
     {                                                                                                        \
         using XThisBridge = std::remove_reference_t<decltype( *this )>;                                      \
-        this->RegisterSlot( inCode, this, &XThisBridge::inName##Self );                                      \
+        inResult ( XThisBridge::*const self )( __VA_ARGS__ ) = &XThisBridge::inName##Self;                   \
+        this->RegisterSlot( inCode, this, self );                                                            \
     }
 
 #define XREMOTE_PARAMETERS( ... ) XREMOTE_CALL_BY_COUNT( XREMOTE_PARAMETERS_, __VA_ARGS__ )

@@ -11,6 +11,15 @@
 
 #include <algorithm>
 
+// The system's library does one exchange (WHTTPTransfer); here is what should be the same on every system:
+// redirections, time limits, the size limit, the length check and the errors.
+//
+// Redirections. 301, 302 and 303 turn a POST into a GET without a body, 307 and 308 repeat the request. A
+// secure request is not redirected to an insecure URL, and credentials are not sent to another origin.
+//
+// Time limits. itsTotal covers the request with all its redirections, itsStall the time since the last
+// progress in either direction, which starts when the connection has been made.
+
 namespace
 {
 
@@ -88,6 +97,7 @@ std::string WithoutDots( std::string_view inPath )
 std::string Resolve( const std::string& inBase, std::string_view inLocation )
 {
     const std::string_view location = inLocation.substr( 0, inLocation.find( '#' ) );
+    // An absolute URL: a colon before the first slash ends a scheme.
     if ( location.find( ':' ) < location.find_first_of( "/?" ) )
         return std::string( location );
     if ( location.starts_with( "//" ) )
@@ -99,6 +109,7 @@ std::string Resolve( const std::string& inBase, std::string_view inLocation )
     std::string path = inBase.substr( origin.size(), inBase.find_first_of( "?#" ) - origin.size() );
     if ( path.empty() )
         path = "/";
+    // A relative path replaces the last part of the base's path; a query alone keeps it.
     if ( query > 0 )
         path.resize( path.rfind( '/' ) + 1 );
     path += location.substr( 0, query );
@@ -127,6 +138,7 @@ public:
     void TakeStatus( int inStatus ) override
     {
         itsReply.status = inStatus;
+        // A provisional reply (1xx) has come before: only the last head counts.
         itsReply.headers = {};
         itsStall.Restart();
     }

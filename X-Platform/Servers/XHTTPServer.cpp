@@ -36,6 +36,11 @@ void XHTTPServer::Start( std::int32_t inPort )
     itsServer.Start( inPort );
 }
 
+void XHTTPServer::Start( const XNetAddress& inAddress )
+{
+    itsServer.Start( inAddress );
+}
+
 void XHTTPServer::Stop()
 {
     itsServer.Stop();

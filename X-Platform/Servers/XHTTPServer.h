@@ -63,6 +63,8 @@ public:
 
     /// Starts listening on a port; 0 selects a free one. Errors as in `XNetServer::Start`.
     void Start( std::int32_t inPort );
+    /// The same on the adapter with the address alone.
+    void Start( const XNetAddress& inAddress );
 
     /// Ends all connections and waits until their handlers have returned. Handlers must use alertable waits
     /// of XThread. Must not be called by a handler.

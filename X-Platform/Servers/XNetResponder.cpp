@@ -60,6 +60,7 @@ XNetEndpoint XNetResponder::DetachEndpoint()
             XThrow( kErrorResponderDetached );
         endpoint = std::move( itsEndpoint );
     }
+    // From now on the endpoint is the caller's, and the watch must not end it.
     if ( itsHooks.forget )
         itsHooks.forget();
     return *endpoint;

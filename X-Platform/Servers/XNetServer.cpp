@@ -10,11 +10,22 @@ XNetServer::~XNetServer() = default;
 
 void XNetServer::Start( std::int32_t inPort, std::uint32_t inBacklog )
 {
+    StartOn( inPort, inBacklog );
+}
+
+void XNetServer::Start( const XNetAddress& inAddress, std::uint32_t inBacklog )
+{
+    StartOn( inAddress, inBacklog );
+}
+
+template<class TPlace>
+void XNetServer::StartOn( const TPlace& inPlace, std::uint32_t inBacklog )
+{
     XAssert( !IsRunning() );
     XNetEndpoint listener;
     if ( itsTLSContext )
         listener = XNetEndpoint( std::make_unique<XTLSEndpointImp>( itsTLSContext ) );
-    listener.Bind( inPort, inBacklog );
+    listener.Bind( inPlace, inBacklog );
     StartAccepting( listener );
 }
 

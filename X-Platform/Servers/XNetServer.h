@@ -4,7 +4,7 @@
 
 class WTLSContext;
 
-/// A server that listens on a TCP port of all adapters.
+/// A server that listens on a TCP port, of all adapters or of one.
 class KORVALE_API XNetServer : public XServer
 {
 public:
@@ -19,10 +19,15 @@ public:
     /// Starts listening on a port and accepting; 0 selects a free port. Errors as in `XNetEndpoint::Bind`,
     /// and the system's last error if a thread cannot be started. An internal error if the server is running.
     void Start( std::int32_t inPort, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
+    /// The same on the adapter with the address alone.
+    void Start( const XNetAddress& inAddress, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
 
     /// The port that the server listens on; 0 if it is not running.
     std::int32_t GetPort() const;
 
 private:
+    template<class TPlace>
+    void StartOn( const TPlace& inPlace, std::uint32_t inBacklog );
+
     std::shared_ptr<const WTLSContext> itsTLSContext;
 };

@@ -10,6 +10,14 @@
 #include <atomic>
 #include <utility>
 
+// Entries are queued under a mutex and written by this thread in batches, so logging never waits for the
+// disk. The queue is limited: entries beyond the limit, and batches that could not be written, are counted,
+// and the next successful write says how many are missing. Flush waits until the entries that were queued
+// when it was called have been written or counted as lost (itsAdded and itsDone).
+//
+// The thread is not stopped but told to end when the queue is empty, so that no entry is lost at the end of
+// the process.
+
 namespace
 {
 

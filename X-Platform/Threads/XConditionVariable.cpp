@@ -47,6 +47,8 @@ bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool
     }
     catch ( ... ) // a stop
     {
+        // A signal for a number of waiters has been spent on this one, which will not act on it: the next one
+        // gets it.
         if ( !Leave( waiter ) && waiter.state == XWaiter::kSignalledInNumber )
             Signal();
         ioMutex.Lock();
@@ -85,6 +87,7 @@ bool XConditionVariable::SleepInQueue( XWaiter& inWaiter, const WDeadline& inDea
 {
     for ( ;; )
     {
+        // A signalled waiter skips the checkpoint: the mutex may be waiting for it already.
         if ( inAlertable && SetInCheckpoint( inWaiter, true ) )
         {
             XRunCheckpoint();
@@ -145,6 +148,7 @@ void XConditionVariable::Unblock( bool inAll, std::uint32_t inCount )
     }
     while ( first )
     {
+        // The link is read first: a released waiter's frame may be gone.
         XWaiter* const waiter = first;
         first = waiter->nextSignalled;
         if ( waiter->isInCheckpoint || !waiter->mutex.QueueForUnlock( *waiter ) )

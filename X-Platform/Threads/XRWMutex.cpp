@@ -5,6 +5,23 @@
 
 #include <algorithm>
 
+// The model. Under itsMutex every thread with a lock has one entry in threadMap (reads and writes held). At
+// most one thread is the active writer; it writes exclusively while itsExclusiveWrites is above 0, otherwise
+// readers may come in beside it. itsActiveReads counts reading threads, not reads, so the questions that each
+// unlock asks are answered without a walk in most cases.
+//
+// Who enters. Writers queue in itsPendingWrites and enter in order, each woken on its own condition variable;
+// a new reader waits while any writer is queued, so a stream of readers cannot starve a writer. A thread that
+// already has a lock reads at once: it would otherwise wait for a writer that waits for it. A reader that
+// asks to write (an upgrade) goes to the front of the queue for the same reason. Two upgrades at a time would
+// wait for each other's read lock: the second is an internal error.
+//
+// An active shared writer that wants to become exclusive waits for the readers it has let in
+// (WaitForReadersToFinish); while upgradingThreadID is set, no new reader enters.
+//
+// Each change wakes exactly those who may proceed after it (WakeThreads). A wait that ends by an exception is
+// a change too: the threads behind it may have been waiting for its turn only.
+
 void XRWMutex::Lock( XRWLockMode inMode, std::uint32_t inTimeoutMs, bool inAlertable )
 {
     const WDeadline deadline( inTimeoutMs );
@@ -34,6 +51,7 @@ void XRWMutex::LockForRead( const WDeadline& inDeadline, bool inAlertable )
     const XThreadLock lock( itsMutex );
     if ( FindThread( id ) == threadMap.end() )
     {
+        // No entry in threadMap yet: a wait that throws leaves nothing behind.
         while ( !MayReaderEnter() )
             itsReadersMayProceed.Wait( itsMutex, inDeadline.GetMillisecondsLeft(), inAlertable );
     }
@@ -128,6 +146,7 @@ void XRWMutex::UnlockWrite( XRWLockMode inMode )
         --itsExclusiveWrites;
     }
     else
+        // All exclusive writes belong to this thread, so the rest of its writes are shared ones.
         XAssert( it->second.writes > itsExclusiveWrites );
     if ( --it->second.writes == 0 )
     {
@@ -208,6 +227,7 @@ void XRWMutex::ForgetThreadWithoutLocks( XThreadMap::iterator inThread )
 {
     if ( inThread->second.IsReader() || inThread->second.IsWriter() )
         return;
+    // Few threads hold a lock at a time, so the map is an unordered vector.
     *inThread = threadMap.back();
     threadMap.pop_back();
 }

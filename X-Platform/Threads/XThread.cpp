@@ -10,6 +10,24 @@
 #include <algorithm>
 #include <utility>
 
+// Two states. `requested` is what other threads ask for, `current` what the thread does; both are in XStates
+// and change under its mutex, and `requested` may be read without it, which makes a checkpoint without a
+// request one relaxed load. Requests are carried out by the thread itself in ObeyRequest, unless guards
+// (XPreventThreadStop, XPreventThreadSuspend) defer them. A stop supersedes a suspension, and the code
+// kRestartStopCode any other code; it cannot be withdrawn.
+//
+// XStates is shared. Threads that wait for this one hold it by a shared pointer, because the XThread object
+// may be destroyed as soon as the thread counts as not running: SetNotRunning is the last access of
+// FinishThread, and it uses a copy of the pointer.
+//
+// What waits count. A state may come and go before a waiting thread has woken, so waits compare counters:
+// endedRuns for "it has ended since I began to wait", pauses for "it has suspended or ended". Each XStateWait
+// notes them before the request is made.
+//
+// Starting. StartThread returns when the body has been entered (isStarted) or the thread has ended without
+// that, for lack of memory (endedRuns). Thread listeners are called before isStarted is set, so they have
+// seen the thread when StartThread returns.
+
 namespace
 {
 
@@ -63,6 +81,7 @@ XThread::~XThread()
         LeaveCurrent();
     else if ( GetLastThreadState() != kThreadNotRunning )
     {
+        // Notes the run before the request, so that an end in between is not missed.
         const XStateWait end( itsStates, XStateWait::kEnd );
         const XPreventThreadStop preventStop; // of the calling thread
         XSwallowErrors( [this] { AsyncStopThread( kRestartStopCode ); } );
@@ -84,10 +103,12 @@ void XThread::StartThread()
     if ( GetCurrentThread() == this )
         return AsyncStopThread( kRestartStopCode );
     const XThreadLock startLock( itsStartMutex, kNoTimeout, true );
+    // A start of a running thread restarts it. itsStartMutex keeps a second start out until then.
     StopThread( kRestartStopCode );
     const std::uint32_t run = PrepareStart();
     itsImp->Start();
     const XThreadLock lock( itsStates->mutex );
+    // The thread may already have started and ended again.
     while ( !itsStates->isStarted && itsStates->endedRuns == run )
         itsStates->stateChanged.Wait( itsStates->mutex );
     if ( !itsStates->isStarted )
@@ -180,6 +201,7 @@ std::int32_t XThread::FinishThread() noexcept
 /// Makes this the XThread of the calling thread.
 void XThread::MakeCurrent()
 {
+    // A restarted thread begins with empty slots.
     itsTLS.assign( XTLSRegistry::kKeyCount, 0 );
     itsLastErrorNumber = 0;
     itsPreviousLastErrorSlot = XException::SetLastErrorSlot( &itsLastErrorNumber );
@@ -213,6 +235,7 @@ void XThread::AsyncStopThread( std::uint32_t inStopCode )
         const XThreadLock lock( itsStates->mutex );
         if ( itsStates->current == kThreadNotRunning )
             return;
+        // A restart is waited for by a destructor or by StartThread, so no later request may soften it.
         if ( itsStates->stopCode != kRestartStopCode )
             itsStates->stopCode = inStopCode;
         stopCode = itsStates->stopCode;
@@ -226,6 +249,7 @@ void XThread::AsyncStopThread( std::uint32_t inStopCode )
         }
     }
     if ( isNews )
+        // A hook, called without the mutex, and once for each request.
         AsyncStopThreadSelf( stopCode );
     if ( isSelf )
         TestCancelThread();
@@ -252,6 +276,7 @@ void XThread::AsyncSuspendThread()
             itsImp->Wake();
     }
     if ( isSelf )
+        // Throws here, on the thread itself, unless prevented.
         TestCancelThread();
 }
 
@@ -310,10 +335,12 @@ void XThread::TestCancelCurrentThread()
 bool XThread::ObeyRequest()
 {
     // Keeps the hooks, which may run checkpoints of their own, from coming back here.
+    // Therefore the guards below compare with 1: this function's own.
     const Counted preventStop( itsPreventStopCount );
     const Counted preventSuspend( itsPreventSuspendCount );
     switch ( GetDueRequest() )
     {
+    // StopHere does not return.
     case kThreadNotRunning:
         StopHere();
     case kThreadSuspended:
@@ -431,6 +458,7 @@ bool XThread::XStateWait::Sleep( std::uint32_t inTimeoutMs ) const
     const XThreadLock lock( itsStates->mutex );
     while ( !HasCome() )
     {
+        // The change may have come together with the time-out.
         if ( itsStates->stateChanged.Sleep( itsStates->mutex, deadline.GetMillisecondsLeft(), true ) )
             return !HasCome();
     }

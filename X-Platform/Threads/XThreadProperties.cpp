@@ -18,6 +18,8 @@ std::atomic<std::uint32_t> sMainThreadID = 0;
 
 std::int32_t GetRelativePriority( XThreadPriority inPriority )
 {
+    // The values of the system's interface on Windows, idle to time-critical; WThread translates them
+    // elsewhere.
     static constexpr std::array<std::int32_t, 7> kRelativePriorities{ -15, -2, -1, 0, 1, 2, 15 };
     if ( inPriority >= kRelativePriorities.size() )
         XAssert( false );
@@ -116,6 +118,7 @@ void XThread::ApplyPlacement()
     XSwallowErrors( [this] { itsImp->SetName( itsName.GetConstCharPtr() ); } );
     XSwallowErrors( [this] { itsImp->SetPriority( GetRelativePriority( itsPriority ) ); } );
     XSwallowErrors( [this] { itsImp->SetAffinity( itsAffinityMask ); } );
+    // A placement that the system refused is not an error of the thread that begins.
     XException::ResetLastError();
 }
 
@@ -205,6 +208,7 @@ USize XThread::GetAffinityMaskForAllCPUs()
     const std::uint32_t count = GetProcessorCount();
     if ( count == 0 )
         return 0;
+    // A mask names at most 64 processors; WThread takes all bits to mean those beyond, too.
     return ~USize( 0 ) >> ( 64 - std::min( count, 64u ) );
 }
 

@@ -12,6 +12,10 @@
 #include <objidl.h>
 #include <windows.h>
 
+// GDI+ draws and writes. The page is scaled by a transformation, so lengths are in the units of the caller
+// throughout. Text is drawn as a path, and measured at a large size, so that widths are proportional to sizes
+// as on the other system.
+
 // The header expects the functions that other headers of the system define as macros.
 using std::max;
 using std::min;

@@ -10,6 +10,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+// Names such as /dev/stdout, /dev/fd/3 and links to them mean a descriptor that this process has open
+// already. Opening them anew through /proc would start at the beginning of a file that somebody has written
+// to, and fails for sockets; so the descriptor is found by its number and duplicated (FindDescriptor), which
+// shares its position.
+//
+// Descriptors without positions (pipes, terminals) are written in order; WFile counts the bytes and rejects
+// any other position.
+
 namespace fs = std::filesystem;
 
 namespace
@@ -108,6 +116,7 @@ int OpenPipe( const fs::path& inPath )
 {
     const int descriptor =
         Retry( [&] { return ::open( inPath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC ); } );
+    // Nobody has the pipe open for reading.
     if ( descriptor == -1 && errno == ENXIO )
     {
         WSystemError::SetLast( WSystemError::kNoPipeReader );
@@ -138,6 +147,7 @@ void WFile::Open( const fs::path& inPath, Mode inMode )
     Close();
     if ( inMode != kRead )
         WSizeLimit::MakeItAnError();
+    // For reading, the system's own way is right.
     const int shared = inMode == kCreate ? FindDescriptor( inPath ) : kNoDescriptor;
     const auto open = [&]
     {

@@ -47,6 +47,7 @@ DWORD GetDisposition( WFile::Mode inMode )
 OVERLAPPED MakePosition( std::uint64_t inPosition )
 {
     OVERLAPPED position = {};
+    // With a position the handle's own pointer is not used, so threads may read at the same time.
     position.Offset = static_cast<DWORD>( inPosition & 0xFFFFFFFFu );
     position.OffsetHigh = static_cast<DWORD>( inPosition >> 32 );
     return position;

@@ -69,6 +69,7 @@ fs::path WFilePath::ResolveLinks( const fs::path& inPath, std::error_code& outEr
     const auto final = ReadText(
         [&]( wchar_t* outText, DWORD inLength )
         { return ::GetFinalPathNameByHandleW( file.Get(), outText, inLength, FILE_NAME_NORMALIZED ); } );
+    // A file that does not exist yet has no links to resolve, as far as the system tells.
     if ( final.empty() )
         return Normalise( inPath );
     return inPath.native().starts_with( kPrefix ) ? final : RemovePrefix( final );

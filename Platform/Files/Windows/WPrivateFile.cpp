@@ -12,6 +12,11 @@
 #include <aclapi.h>
 #include <sddl.h>
 
+// "Private" is an access list that grants everything to the user and to the system and is protected from
+// inheritance (SDDL "D:P"). A file counts as open to others if any entry that applies to it grants any right
+// to somebody else than the user, the system, the administrators, who can take any right anyway, or the
+// placeholder for the owner. A file without a list is open to all.
+
 namespace
 {
 

@@ -7,6 +7,10 @@
 
 #include <windows.h>
 
+// The matching is the usual one with a single point of return: when a comparison fails, only the last `*` is
+// lengthened, since an earlier one could not match better. That is O(name * pattern) at worst, without
+// recursion.
+
 namespace
 {
 

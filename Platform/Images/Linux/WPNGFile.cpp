@@ -10,6 +10,13 @@
 #include <limits>
 #include <png.h>
 
+// libpng reports an error by a jump out of its call (longjmp). A jump must not pass a function with objects
+// to destroy, so each call of the library that may fail is in a small function of its own that has none and
+// returns whether it succeeded; exceptions of the callbacks are kept in Source and thrown again on this side.
+//
+// Alpha is dropped, palettes and grey of few bits become 8-bit samples, 16-bit samples get the byte order of
+// the processor.
+
 namespace
 {
 constexpr png_uint_32 kRowsAtOnce = 16;
@@ -121,6 +128,7 @@ WImagePage
 PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress, const WImagePage::Allocator& inAllocator )
 {
     itsSource.position = 0;
+    // A PNG file can only be read from its beginning: every reading starts anew.
     png_destroy_read_struct( &itsPNG, &itsInfo, nullptr );
     itsPNG = png_create_read_struct( PNG_LIBPNG_VER_STRING, &itsSource, KeepMessage, IgnoreWarning );
     itsInfo = itsPNG ? png_create_info_struct( itsPNG ) : nullptr;

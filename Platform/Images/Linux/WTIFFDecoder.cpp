@@ -8,6 +8,11 @@
 #include <mutex>
 #include <tiffio.h>
 
+// libtiff reports errors through a handler of the process, on the thread that reads; the first message of an
+// operation is kept in a thread-local text, since the later ones are its consequences. The library reads the
+// file by its own descriptor and finds the page by the offset of its directory, so both readers must have the
+// same idea of the page: HasForm compares them before any sample is copied.
+
 namespace
 {
 constexpr std::uint64_t kMostAtOnce = 8 * 1024 * 1024; // bytes of a strip
@@ -100,6 +105,7 @@ void WTIFFDecoder::Implementation::Decode(
     sMessage.clear();
     Check( TIFFSetSubDirectory( itsTIFF, inDirectoryOffset ) != 0 );
     if ( GetField<std::uint16_t>( TIFFTAG_PHOTOMETRIC ) == PHOTOMETRIC_YCBCR )
+        // Makes the library convert brightness and differences to RGB.
         TIFFSetField( itsTIFF, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB );
     Check( HasForm( ioPage ) );
 
@@ -120,6 +126,7 @@ void WTIFFDecoder::Implementation::DecodeStrips(
     const auto rowsPerStrip = std::min( GetField<std::uint32_t>( TIFFTAG_ROWSPERSTRIP ), ioPage.height );
     const auto rowSize = static_cast<std::uint64_t>( TIFFScanlineSize64( itsTIFF ) );
     Check( rowsPerStrip > 0 && rowSize == ioPage.GetRowSize() / ( IsSeparate() ? ioPage.channels : 1 ) );
+    // A strip may be the whole page: an abort must not wait for it, nor need its size in memory.
     if ( rowSize * rowsPerStrip > kMostAtOnce )
         return DecodeRows( inPlane, inProgress, ioPage );
 
@@ -159,6 +166,7 @@ void WTIFFDecoder::Implementation::DecodeTiles(
     const auto size = TIFFTileSize( itsTIFF );
     const auto pixelSize = ioPage.GetSampleSize() * ( IsSeparate() ? 1 : ioPage.channels );
     Check( width > 0 && height > 0 && static_cast<std::uint64_t>( size ) / pixelSize / width == height );
+    // A tile larger than the file could ever unpack to is forged.
     Check( static_cast<std::uint64_t>( size ) <= inMostBytes );
 
     const auto block = std::make_unique_for_overwrite<std::byte[]>( static_cast<std::size_t>( size ) );

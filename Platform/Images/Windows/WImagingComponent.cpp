@@ -8,6 +8,14 @@
 #include <utility>
 #include <vector>
 
+// The Windows Imaging Component decodes into pixel formats of its own choice. Where the chosen format has the
+// samples of the page, with more channels or in another order at most, they are copied and rearranged
+// (CopyFormat); packed samples are looked up in their palette row by row (CopyPacked). The component's own
+// converter is not used: it would convert samples through colour spaces, and so change them.
+//
+// The component is COM. CoIncrementMTAUsage keeps the multithreaded apartment alive without initialising COM
+// on the calling thread, which belongs to the program.
+
 namespace
 {
 /// A reference to an object of the component, released at the end.

@@ -10,6 +10,11 @@
 
 #include <sys/mman.h>
 
+// Two kinds. A mapping of the page file is anonymous memory that is reserved with its first view and kept
+// until it is destroyed; a view is its protection only. A mapping of a file maps a range for each view,
+// beginning at a page boundary (GetViewDelta), and each view is registered with the guard that turns the
+// signal for lost bytes into pages of zeros.
+
 namespace
 {
 
@@ -41,6 +46,7 @@ std::intptr_t MapMemory( std::uint64_t inSize )
     const std::uint64_t head = -reinterpret_cast<std::uintptr_t>( begin ) & ( kLargePage - 1 );
     if ( head > 0 )
         ::munmap( begin, head );
+    // What was mapped for the sake of alignment.
     ::munmap( begin + head + inSize, slack - head );
     ::madvise( begin + head, inSize, MADV_HUGEPAGE );
     return reinterpret_cast<std::intptr_t>( begin + head );

@@ -23,6 +23,8 @@ std::uint64_t ReadLimit( const Path& inFile )
 std::uint64_t ReadLimits( const Path& inRoot, Path inGroup, const char* inFileName )
 {
     std::uint64_t least = ReadLimit( inRoot / inFileName );
+    // Within a container the group's path may be that of the host and not exist here; its files then limit
+    // nothing.
     for ( ; inGroup.has_relative_path(); inGroup = inGroup.parent_path() )
         least = std::min( least, ReadLimit( inRoot / inGroup.relative_path() / inFileName ) );
     return least;

@@ -11,6 +11,14 @@
 
 #include <sys/mman.h>
 
+// The handler of SIGBUS looks up which view an address belongs to. It may interrupt any code, Add and Remove
+// included, so it takes no lock: guards are linked into sAll once and never leave it or are freed, and a
+// removed one is reused. The range of a guard is two words; a counter that is odd while they change (a
+// sequence lock) tells the handler that what it has read belongs together.
+//
+// Mapping a page of zeros at the address with MAP_FIXED is one system call that is permitted in a handler;
+// then the instruction is repeated and succeeds.
+
 namespace
 {
 

@@ -10,6 +10,15 @@
 
 #include <unistd.h>
 
+// What a handler of a fatal signal may do is very little: the heap may be damaged, and any lock may be held
+// by the thread that was interrupted. So the handler only stores registers and return addresses in static
+// memory and wakes a thread that has been waiting since Install (WCrashReporter), which makes the report with
+// everything that a program may do; the crashed thread waits for it, at most for a limited time. If the
+// report crashes, too, it is given up.
+//
+// Handlers are installed only for signals that nobody else handles, and with SA_RESETHAND: when the handler
+// returns by raising the signal again, the process ends by it as it would have without us.
+
 namespace
 {
 

@@ -34,6 +34,7 @@ sigset_t GetSignals()
     for ( const int signal : { SIGINT, SIGTERM, SIGHUP } )
     {
         struct sigaction action = {};
+        // A program started by nohup ignores hang-ups, and must go on doing so.
         if ( sigaction( signal, nullptr, &action ) == 0 && action.sa_handler != SIG_IGN )
             sigaddset( &signals, signal );
     }
@@ -66,14 +67,15 @@ WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMs )
     for ( ;; )
     {
         const std::uint32_t left = deadline.GetMillisecondsLeft();
+        // A wait too long for an int is continued by the loop.
         const int result = poll( events, 2, left > INT32_MAX ? -1 : static_cast<int>( left ) );
         if ( result == 0 && deadline.HasPassed() )
-            return kTimedOut;
+            return kTimeoutEvent;
         if ( result <= 0 )
             continue;
         signalfd_siginfo info;
-        return events[0].revents != 0 || read( sSignals, &info, sizeof( info ) ) < 0 ? kClosing
-                                                                                     : kInterrupted;
+        return events[0].revents != 0 || read( sSignals, &info, sizeof( info ) ) < 0 ? kClosingEvent
+                                                                                     : kInterruptEvent;
     }
 }
 

@@ -12,6 +12,10 @@
 #include <unistd.h>
 #include <unwind.h>
 
+// Capturing and describing are apart. Take may run in a signal handler: it stores addresses into an array of
+// the object and allocates nothing, provided that the unwinder has been used before (see WCrashHandler).
+// Describe reads debug information, which takes memory and time, and runs on another thread.
+
 namespace
 {
 
@@ -179,6 +183,8 @@ void WStackCapture::Take( const ucontext_t& inContext )
     FrameList list = { itsFrames.data(), itsFrames.size() };
     _Unwind_Backtrace( AddFrame, &list );
     itsFrameCount = list.itsCount;
+    // The innermost frames are those of the handler; the stack of interest begins at the instruction that
+    // failed.
     SkipFramesAbove( GetInstruction( inContext ) );
 }
 

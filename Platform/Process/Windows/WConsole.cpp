@@ -80,6 +80,7 @@ private:
     {
         const auto count = CountCompleteBytes( itsPending );
         const auto wide = WCodePage::UTF8ToWide( std::string_view( itsPending ).substr( 0, count ) );
+        // The beginning of a character waits for its end.
         itsPending.erase( 0, count );
         std::wstring_view rest = wide;
         for ( DWORD written = 0; !rest.empty(); rest.remove_prefix( written ) )

@@ -102,6 +102,7 @@ void DescribeStack( CONTEXT inContext, std::string& ioText )
                  IMAGE_FILE_MACHINE_AMD64, process, ::GetCurrentThread(), &frame, &inContext, nullptr,
                  ::SymFunctionTableAccess64, ::SymGetModuleBase64, nullptr ) )
             return;
+        // The end of the stack.
         if ( frame.AddrPC.Offset == 0 )
             return;
         DescribeFrame( frame.AddrPC.Offset, ioText );

@@ -49,7 +49,9 @@ WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMs )
 {
     const HANDLE handles[] = { sClosing, sInterrupts };
     const DWORD result = WaitForMultipleObjects( 2, handles, FALSE, inTimeoutMs );
-    return result == WAIT_TIMEOUT ? kTimedOut : result == WAIT_OBJECT_0 + 1 ? kInterrupted : kClosing;
+    return result == WAIT_TIMEOUT     ? kTimeoutEvent
+        : result == WAIT_OBJECT_0 + 1 ? kInterruptEvent
+                                      : kClosingEvent;
 }
 
 void WInterrupt::Close()

@@ -4,6 +4,11 @@
 
 #include <ctime>
 
+// Certificates of X.509 version 3 with keys on the curve P-256, signed with ECDSA and SHA-256. The authority
+// signs itself and may sign end entities only (path length 0); a role's certificate is for both ends of a
+// connection and has the role's name as its DNS name, which the peer checks as it would check a host. Every
+// wrapper type frees its object, so each function can fail at any step.
+
 namespace
 {
 

@@ -13,6 +13,11 @@
 #define CURL_DISABLE_TYPECHECK
 #include <curl/curl.h>
 
+// libcurl's multi interface with a single transfer: `perform` does what can be done without waiting, `poll`
+// waits for its sockets and for the thread's alert, at most one slice of time. Between the two, received
+// bytes are passed on and the client looks around, so an exception of the client leaves the loop and the
+// destructor ends the transfer.
+
 namespace
 {
 
@@ -222,6 +227,7 @@ private:
         {
             const std::size_t end = std::min( head.find( '\n' ), head.size() - 1 ) + 1;
             const std::string_view line = head.substr( 0, end );
+            // Needed at the end: the library reports success even if the connection ends within the head.
             itsIsInHead = line.starts_with( "HTTP/" ) || ( itsIsInHead && line != "\r\n" && line != "\n" );
             TakeLine( line, itsClient );
             head.remove_prefix( end );

@@ -14,6 +14,15 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+// A pipe is a Unix-domain socket in a folder of the user with mode 0700, so other users cannot reach it; the
+// credentials of the peer are checked all the same, as the folder may be on a path that was prepared by
+// somebody else.
+//
+// The name of a socket is a file that outlives its process. A listener that finds the name taken connects to
+// it: if nobody answers (ECONNREFUSED), the name is abandoned and is replaced. Looking, removing and binding
+// are one step under a lock of the folder (flock, which ends with its process), or two listeners could each
+// remove the other's new name. A listener removes its name only if it still is its own, by device and inode.
+
 namespace
 {
 
@@ -190,6 +199,7 @@ WPipe::Outcome WPipe::TryAccept( WConnectionPtr& outConnection )
     if ( outcome.status != kDone )
         return IsInterrupted() ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
     std::unique_ptr<System> system( new System{ WSocketDescriptor( descriptor ) } );
+    // The descriptor is closed with `system`.
     if ( !IsPeerOfThisUser( system->socket ) )
         return { kFailed, 0, kErrorWouldBlock }; // the next one may be of this user
     system->isConnected = true;

@@ -69,10 +69,10 @@ WSocket::~WSocket() = default;
 
 // ---- Server side
 
-WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
+WSocket::Outcome WSocket::Bind( const Address& inAddress )
 {
     itsSystem->SetOption( SOL_SOCKET, SO_REUSEADDR, 1 );
-    const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
+    const sockaddr_in address = ToSystem( inAddress );
     return WSocketDescriptor::ToOutcome( bind(
         itsSystem->descriptor.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
 }
@@ -143,6 +143,7 @@ WSocket::Outcome WSocket::WaitForMore( USize inCount, const WDeadline& inDeadlin
         if ( const WWaitResult result = Wait( kForReading, inDeadline ); result != kWaitSucceeded )
             return { result == kWaitAlerted ? kAlerted : kTimedOut };
     }
+    // Confirms the count, and waits by looking at intervals if it is not reached.
     return WConnection::WaitForMore( inCount, inDeadline ); // the system wakes for want of room, too
 }
 
@@ -191,6 +192,7 @@ WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMs )
 {
     constexpr std::uint32_t kLeastSeconds = 1;
     constexpr std::uint32_t kMostSeconds = 32767;
+    // With one probe a second, a dead peer is noticed about ten seconds after the idle time.
     constexpr int kProbes = 10;
     const bool isOn = inIdleMs != kNoTimeout;
     if ( isOn )

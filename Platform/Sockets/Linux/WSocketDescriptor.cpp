@@ -10,6 +10,9 @@
 #include <sys/ioctl.h>
 #include <utility>
 
+// Every descriptor is non-blocking and closed on exec. Results have the codes of Windows sockets on both
+// systems. The class only calls and translates; waiting and repeating is in WConnection.
+
 namespace
 {
 
@@ -112,6 +115,7 @@ WConnection::Outcome WSocketDescriptor::Listen( std::uint32_t inBacklog ) const
 
 WConnection::Outcome WSocketDescriptor::TryAccept( int& outDescriptor ) const
 {
+    // Takes the flags in the same call, so that no child process can inherit the descriptor in between.
     outDescriptor = Uninterrupted(
         [&] { return accept4( itsDescriptor, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC ); } );
     if ( outDescriptor >= 0 )
@@ -126,6 +130,7 @@ WConnection::Outcome WSocketDescriptor::TryFinishConnecting() const
         return Failed( EAGAIN );
     int error = 0;
     socklen_t size = sizeof( error );
+    // Writable means that the attempt is over; the pending error tells how.
     if ( getsockopt( itsDescriptor, SOL_SOCKET, SO_ERROR, &error, &size ) != 0 )
         error = errno;
     return error == 0 ? Outcome{} : Failed( error );

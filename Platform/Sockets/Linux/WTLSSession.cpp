@@ -9,6 +9,14 @@
 #include <new>
 #include <utility>
 
+// OpenSSL reads from and writes to a BIO of our own kind whose two ends are buffers of the session: `input`,
+// which the caller fills by GetInputRoom and CommitInput, and `output`, which it takes. Reading from an empty
+// input reports "retry", which OpenSSL turns into SSL_ERROR_WANT_READ and this class into kWantsInput.
+// Writing always succeeds, so no call wants to write.
+//
+// OpenSSL keeps a queue of errors for each thread. It is cleared before each call, or an old error would be
+// taken for the reason of a new failure, and after it, for code that looks at the queue without clearing it.
+
 namespace
 {
 

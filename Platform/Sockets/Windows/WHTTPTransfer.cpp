@@ -12,6 +12,13 @@
 
 #include "WNoSystemMacros.h" // needs to be behind the header above
 
+// WinHTTP in its asynchronous mode: each step (send, write, receive the head, ask for data, read) is begun by
+// a call and ended by a callback on a thread of the system, which sets an event that Wait sleeps on, together
+// with the thread's alert. So an exchange can be given up at any time.
+//
+// Lifetime: callbacks come until HANDLE_CLOSING. Until then the request's state (Steps) owns itself through
+// itsSelf, with the buffers that a step reads or writes.
+
 namespace
 {
 
@@ -124,6 +131,7 @@ public:
     {
         {
             const std::lock_guard lock( itsMutex );
+            // Before the call: the callback may come before it returns.
             itsIsBusy = true;
         }
         DWORD error = 0;
@@ -203,6 +211,7 @@ private:
     {
         {
             const std::lock_guard lock( itsMutex );
+            // A step is ended once: an error may be reported by the call and by a callback.
             if ( !itsIsBusy )
                 return;
             itsIsBusy = false;

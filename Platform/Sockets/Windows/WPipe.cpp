@@ -224,6 +224,7 @@ struct WPipe::System
         DWORD count = 0, error = 0;
         if ( !reading.isPending )
             return 0;
+        // ERROR_IO_INCOMPLETE while the system is still reading.
         if ( !reading.Finish( pipe, count, error ) || error != 0 )
             return error;
         end += count;
@@ -235,6 +236,7 @@ struct WPipe::System
     {
         if ( !input )
             input = std::make_unique<std::uint8_t[]>( kCapacity );
+        // Only while no read is pending: the system writes to the buffer then.
         std::memmove( input.get(), input.get() + begin, GetHeld() );
         end = GetHeld();
         begin = 0;
@@ -333,6 +335,7 @@ WPipe::Outcome WPipe::TryAccept( WConnectionPtr& outConnection )
         system.hasClient = true;
     if ( !system.hasClient ) // it has gone already
     {
+        // Makes the instance usable for the next client.
         DisconnectNamedPipe( system.pipe );
         return { kFailed, 0, error == ERROR_NO_DATA ? kErrorWouldBlock : ToPipeError( error ) };
     }
@@ -399,6 +402,8 @@ WPipe::Outcome WPipe::TryReceive( void* outBytes, USize inCount, bool inPeek )
     System& system = *itsSystem;
     const std::lock_guard lock( system.mutex );
     DWORD error = 0;
+    // A pipe has no half-close: after a shutdown this side waits only until its last bytes have been written,
+    // and reports the end.
     if ( system.hasShutDown )
         return system.FinishWriting( error ) ? Outcome{} : Outcome{ kFailed, 0, kErrorWouldBlock };
     error = system.FinishReading();

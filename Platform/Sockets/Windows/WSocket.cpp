@@ -72,6 +72,7 @@ struct WSocket::System
         if ( !( events.lNetworkEvents & FD_CLOSE ) )
             return;
         ended[kForReading].Set();
+        // A reset ends both directions; an orderly close only says that nothing more will arrive.
         if ( events.iErrorCode[FD_CLOSE_BIT] != 0 ) // else the peer may still receive
             ended[kForWriting].Set();
     }
@@ -170,10 +171,10 @@ WSocket::~WSocket() = default;
 
 /// On Windows a port of old connections can be bound without an option; the option that other systems need
 /// would take the port away from another listener.
-WSocket::Outcome WSocket::Bind( std::uint16_t inPort )
+WSocket::Outcome WSocket::Bind( const Address& inAddress )
 {
     SetFlag( itsSystem->socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE );
-    const sockaddr_in address = ToSystem( { INADDR_ANY, inPort } );
+    const sockaddr_in address = ToSystem( inAddress );
     Outcome outcome = ToOutcome(
         bind( itsSystem->socket, reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) ) );
     if ( outcome.error == kErrorAccess ) // somebody else has the port for himself
@@ -307,6 +308,7 @@ WWaitResult WSocket::SleepUntilReady( Direction inDirection, const WDeadline& in
         itsSystem->ended[direction], alert, itsSystem->ready[direction], itsSystem->happened };
     for ( ;; )
     {
+        // A peeking wait ends by the end of the connection, an alert or its deadline only.
         const DWORD count = isPeeking ? 2 : 4;
         switch ( WaitForMultipleObjects( count, events, FALSE, inDeadline.GetMillisecondsLeft() ) )
         {

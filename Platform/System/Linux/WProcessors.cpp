@@ -8,6 +8,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+// Processors are numbered here from 0 to GetCount() - 1: those that the process was allowed to use when it
+// was first asked, in the order of the system's numbers. A container or a job may permit only some, with
+// numbers that have gaps; masks and indexes of the library always mean our own numbers (GetSystemNumbers
+// converts them).
+
 namespace
 {
 

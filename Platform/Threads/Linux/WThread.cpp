@@ -40,6 +40,7 @@ int GetNiceValueOfProcess()
 int ToNiceValue( std::int32_t inRelativePriority )
 {
     const int normal = GetNiceValueOfProcess();
+    // The two extremes are absolute, the others relative to the process's own nice value.
     if ( inRelativePriority <= -15 )
         return 19;
     if ( inRelativePriority >= 15 )

@@ -93,6 +93,7 @@ void WThread::SetAffinity( std::uint64_t inMask )
     DWORD_PTR processors = 0;
     const auto& systemNumbers = WProcessors::GetSystemNumbers();
     for ( std::size_t processor = 0; processor < systemNumbers.size(); ++processor )
+        // The mask has our numbers of processors.
         if ( inMask >> processor & 1 )
             processors |= DWORD_PTR( 1 ) << systemNumbers[processor];
     if ( SetThreadAffinityMask( thread, processors ) == 0 )

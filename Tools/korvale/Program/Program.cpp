@@ -6,11 +6,13 @@
 #include "Program/Command.h"
 #include "Program/CommandLine.h"
 #include "Program/CommandThread.h"
+#include "Program/ControlCommand.h"
 #include "Program/ExportCommand.h"
 #include "Program/FilterCommand.h"
 #include "Program/KeysCommand.h"
 #include "Program/MeasureCommand.h"
 #include "Program/OptionChecks.h"
+#include "Program/PingCommand.h"
 #include "Program/PivotCommand.h"
 #include "Program/PlotCommand.h"
 #include "Program/SampleCommand.h"
@@ -44,6 +46,8 @@ Commands DeclareCommands( CommandLine& ioLine )
     commands.push_back( std::make_unique<ExportCommand>() );
     commands.push_back( std::make_unique<PlotCommand>() );
     commands.push_back( std::make_unique<KeysCommand>() );
+    commands.push_back( std::make_unique<ControlCommand>() );
+    commands.push_back( std::make_unique<PingCommand>() );
     for ( const auto& command : commands )
         command->Declare( ioLine.AddCommand( command->GetName(), command->GetSummary() ) );
     return commands;

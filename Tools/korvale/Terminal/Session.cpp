@@ -52,6 +52,12 @@ void Session::ReportInfo( const std::string& inText )
     Print( inText );
 }
 
+void Session::ReportWarning( const std::string& inText )
+{
+    Log( kLogWarning, inText );
+    Print( "warning: " + inText );
+}
+
 void Session::ReportFailure( const std::string& inSubject, const Failure& inFailure )
 {
     Log( kLogError, inSubject + ": " + inFailure.text, inFailure.number );

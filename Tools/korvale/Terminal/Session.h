@@ -51,6 +51,9 @@ public:
     /// Writes to the log and to standard error: "korvale: <text>".
     void ReportInfo( const std::string& inText );
 
+    /// Writes to the log and to standard error: "korvale: warning: <text>".
+    void ReportWarning( const std::string& inText );
+
     /// Writes to the log and to standard error: "korvale: <subject>: <text>".
     void ReportFailure( const std::string& inSubject, const Failure& inFailure );
     void ReportInterrupt();

@@ -9,6 +9,13 @@
 #include <optional>
 #include <string>
 
+// The text of an error is looked up when it is asked for, not when the exception is made: registered texts
+// first, then the string table. what() keeps the text in the object, since it returns a pointer; two threads
+// that ask at once race by a compare-and-swap, and the loser's text is deleted.
+//
+// The last error number is stored through a thread-local pointer, so that this room need not know about
+// threads (docs/architecture.md). Without a slot the number is not recorded.
+
 namespace
 {
 

@@ -9,6 +9,14 @@
 #include <string>
 #include <string_view>
 
+// What happens on an internal error, in this order: a debugger, if there is one, is entered; the crash dump,
+// the event log and the session log get the failed expression through the installed handlers, each protected
+// from the exceptions of the others; then XInternalException is thrown. An error within a handler throws at
+// once, without handlers.
+//
+// The file that is reported is that of the class, by kClassParts: reports name a class even if its source has
+// been divided since.
+
 namespace
 {
 

@@ -9,6 +9,10 @@
 #include <array>
 #include <string_view>
 
+// The bytes are in the order of the text (RFC 9562), whatever the system's own structure is. The terse text
+// is base64url without padding: 22 digits of 6 bits for 128 bits, the last four bits of which must be 0, so
+// that each identifier has exactly one terse text.
+
 namespace
 {
 
@@ -179,6 +183,7 @@ std::uint64_t XUUID::GetHash() const
     for ( const std::uint8_t byte : itsBytes )
     {
         hash = ( hash << 4 ) + byte;
+        // The hash function of object files on Unix (ELF).
         const std::uint32_t overflow = hash & 0xF0000000u;
         hash ^= overflow | overflow >> 24;
     }

@@ -42,6 +42,7 @@ enum XClassNumber : std::uint32_t
     kClassMemoryHandle = 2005,
     kClassRemoteNotifyMessage = 2006,
     kClassLPCBridge = 2007,
+    kClassControlBridge = 2026,
 
     kFirstApplicationClassNumber = 32768,
 };

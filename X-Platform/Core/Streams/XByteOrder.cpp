@@ -30,6 +30,7 @@ void SwapElements( std::uint8_t* outBytes, const std::uint8_t* inBytes, USize64 
     for ( USize64 i = 0; i < inSize; i += sizeof( T ) )
     {
         T value;
+        // Source and target may be the same, but are not otherwise allowed to overlap.
         std::memcpy( &value, inBytes + i, sizeof value );
         value = XSwapBytes( value );
         std::memcpy( outBytes + i, &value, sizeof value );

@@ -12,6 +12,15 @@
 #include <optional>
 #include <shared_mutex>
 
+// Reading an object looks its class up once for each object, on any thread, so the look-up takes no lock: a
+// table of atomic pointers, one for each of the 65,536 class numbers. A registration is immutable once its
+// pointer is in the table (release, acquire); changing it means publishing a new one, and the old one is
+// never deleted, as a reader may just be using it. Registrations are few and rarely change.
+//
+// Inheritance and aliases are only followed in questions about descent and for classes that are not
+// registered; they are ordinary maps under a shared mutex. Both may contain circles, by mistake of the
+// program, which FollowLinks ends.
+
 namespace
 {
 using XCreatorFunctions = XClassRegistry::XCreatorFunctions;
@@ -58,6 +67,7 @@ bool HasRegistration( const XVersion& inVersion )
 /// creators.
 bool IsTakenByLibrary( const XCreatorFunctions& inFunctions )
 {
+    // Programs may replace their own classes, but not take a number of the library's.
     if ( inFunctions.version.GetClassID() >= kFirstApplicationClassNumber )
         return false;
     const XCreatorFunctions* const known = FindRegistration( inFunctions.version );

@@ -33,6 +33,7 @@ void XStream::SeekTo( SSize64 inPosition )
         XThrow( kErrorBadParameters );
     const std::uint8_t* end = std::max( itsFilledEnd, itsCursor );
     const SSize64 offset = inPosition - itsBufferPosition;
+    // Within the buffer a seek only moves the cursor, also while writing.
     if ( offset < 0 || offset > end - itsBuffer )
     {
         DrainWritten();
@@ -51,6 +52,7 @@ SSize64 XStream::GetExtent()
         itsExtent = GetExtentSelf();
     if ( itsExtent < 0 || !itsIsDirty )
         return itsExtent;
+    // Written bytes that have not been drained count.
     return std::max( itsExtent, itsBufferPosition + ( std::max( itsFilledEnd, itsCursor ) - itsBuffer ) );
 }
 
@@ -210,6 +212,8 @@ void XStream::WriteSwapped(
     const std::uint8_t* inBytes, USize64 inSize, USize64 inBlockSize, unsigned inWidth )
 {
     std::unique_ptr<std::uint8_t[]> block;
+    // Swapped through a block, as the source must not be changed; what fits into the buffer is swapped into
+    // it directly.
     while ( inSize > 0 && !HasRoom( inSize ) )
     {
         if ( !block )
@@ -240,6 +244,7 @@ void XStream::CheckRemaining( USize64 inCount, USize64 inElementSize )
 
 bool XStream::HasRemaining( USize64 inCount, USize64 inElementSize )
 {
+    // A stream without a known end cannot refuse; its readers grow in steps.
     const SSize64 remaining = itsBoundedReads ? GetRemaining() : -1;
     return remaining < 0 || inElementSize == 0 ||
         inCount <= static_cast<USize64>( remaining ) / inElementSize;

@@ -60,6 +60,7 @@ void XStream::ReadRest( std::uint8_t* outBytes, SSize64 inPosition, USize64 coun
         itsCursor = itsBuffer + count;
         return;
     }
+    // Larger than the buffer: directly to the caller, without a copy.
     FillBuffer( inPosition, outBytes, count );
     EmptyBufferAt( CheckedEnd( inPosition, count ) );
 }
@@ -74,6 +75,7 @@ void XStream::Refill( SSize64 inPosition, USize64 inLeast )
     USize64 size = inLeast;
     if ( const SSize64 extent = GetExtent(); extent > inPosition )
         size = std::max( size, std::min( most, static_cast<USize64>( extent - inPosition ) ) );
+    // The buffer is given up before FillBuffer, so that it holds nothing wrong if that throws.
     EmptyBufferAt( GetPosition() );
     AllocateBlock();
     FillBuffer( inPosition, itsOwnBlock.get(), size );

@@ -51,6 +51,7 @@ void XStream::ReadStreamInfo()
     XBeginField( *this, "the version of the stream" );
     const SSize64 position = GetPosition();
     const XVersion version = ReadVersionIfAny( *this );
+    // Streams of old writers have no version: the first object follows the byte order mark.
     if ( !XClassRegistry::IsA( version, kCurrentStreamVersion ) )
     {
         itsStreamVersion = XVersion( kClassStream, 0 );
@@ -96,6 +97,7 @@ XStorable* XStream::ReadObject( XStorable::XOptions inOptions )
     }
     const XNestedObject nested( *this );
     std::unique_ptr<XStorable> object = MakeObject( version, inOptions );
+    // Before the object is read, which may create others.
     itsClassesCreated.push_back( version );
     if ( itsObserver )
         itsObserver->BeginObject( position, version );

@@ -58,6 +58,7 @@ void XStream::ReadString( XString& outString )
 
 void XStream::ReadStringBytes( XString& outString, USize64 inLength )
 {
+    // The whole text lies in the buffer: no intermediate copy.
     if ( inLength <= kMostBytes && HasToRead( inLength ) )
     {
         outString.CopyFromPtr( reinterpret_cast<const char*>( itsCursor ), inLength );
@@ -137,6 +138,7 @@ SSize64 XStream::FindString( const XString& inText )
         ReadBuffer8( bytes.data() + overlap, count );
         if ( const std::size_t found = bytes.find( needle ); found != std::string::npos )
             return start + static_cast<SSize64>( found );
+        // Keeps as many bytes as a match that has begun may have, one less than the needle.
         const USize64 passed = bytes.size() - std::min<USize64>( bytes.size(), needle.size() - 1 );
         bytes.erase( 0, passed );
         start += static_cast<SSize64>( passed );

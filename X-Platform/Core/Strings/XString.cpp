@@ -10,6 +10,16 @@
 #include <cstdlib>
 #include <new>
 
+// Storage. A string is one pointer to a block (XStringStorage: data, size with the final NUL, capacity with
+// it, reference count) that copies share. Whatever changes characters in place first makes sure that the
+// storage is not shared. The count is atomic, so copies may be used on different threads; one XString object
+// has the usual rules for objects.
+//
+// Growing appends doubles the capacity, so n appends take O(n). A new text is written into the existing
+// storage if it fits and does not waste most of it (CanReuseStorage): a string that once held a long text
+// must not keep its memory for short ones. The empty string and a few constants have static storage whose
+// count never reaches 0.
+
 namespace
 {
 constexpr USize64 kMaxStr255Length = 255;
@@ -112,6 +122,7 @@ USize64 XString::GetHash() const
     {
         const auto extended = static_cast<SSize64>( static_cast<signed char>( *text ) );
         hash = ( hash << 4 ) + static_cast<USize64>( extended );
+        // The hash function of ELF object files, in a 64-bit variable and with sign-extended characters.
         const USize64 top = hash & kTopNibble;
         hash ^= top | ( top >> 24 );
     }
@@ -130,6 +141,7 @@ void XString::CopyFromPtr( const char* ptr, USize64 inCount )
     XAssert( ptr );
     if ( CanReuseStorage( inCount ) )
     {
+        // The source may be a part of this string.
         std::memmove( itsStorage->data, ptr, inCount );
         return SetLength( inCount );
     }
@@ -208,6 +220,7 @@ XString& XString::Truncate( USize64 inCount, USize64 inStart )
     const USize64 length = GetLength();
     const USize64 start = std::min( inStart, length );
     const USize64 count = std::min( inCount, length - start );
+    // Nothing to cut off: shared storage stays shared.
     if ( start == 0 && count == length )
         return *this;
     if ( start == 0 && CanReuseStorage( count ) )
@@ -271,6 +284,7 @@ XString& XString::ConvertNewlines( const XString& inNewline )
 
 USize64 XString::Replace( const XString& inFrom, const XString& inTo )
 {
+    // Holds the storage: `inFrom` and `inTo` may be this string.
     const XString source( *this );
     XString result;
     USize64 replacements = 0;

@@ -22,6 +22,7 @@ USize64 ComputeDistance( std::string_view inFirst, std::string_view inSecond )
         for ( USize64 j = 1; j <= inSecond.size(); ++j )
         {
             const bool differs = inFirst[i - 1] != inSecond[j - 1];
+            // Deleting, inserting, replacing.
             current[j] = std::min( { last[j] + 1, current[j - 1] + 1, last[j - 1] + differs } );
             if ( i < 2 || j < 2 )
                 continue;

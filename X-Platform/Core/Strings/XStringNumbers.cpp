@@ -10,6 +10,10 @@
 #include <bit>
 #include <cmath>
 
+// Numbers as text and back. Formatting does not use printf and parsing not strtod: both follow the process's
+// locale at the moment of the call and are several times slower. The decimal point of the library's locale is
+// put in at the end, or given to the reader.
+
 namespace
 {
 
@@ -63,6 +67,7 @@ XFloatText FormatFinite( double inValue, XString::XFloatStringFormat inFormat, s
     case XString::kFloatScientific:
         return XFloatText::Scientific( inValue );
     case XString::kFloatAuto:
+        // Every negative number is below kAutoMin and so has the general format.
         if ( inValue > kAutoMax || inValue < kAutoMin )
             return XFloatText::General( inValue );
         break;
@@ -76,6 +81,7 @@ XFloatText FormatFinite( double inValue, XString::XFloatStringFormat inFormat, s
 
 XNumberReader::XInteger ReadInteger( const XString& inText, unsigned inBase )
 {
+    // An empty text is 0 as a decimal number but not a hexadecimal one.
     if ( inText.IsEmpty() && inBase == 10 )
         return {};
     const auto integer = XNumberReader::ReadInteger( inText.GetConstCharPtr(), inBase );
@@ -158,6 +164,7 @@ void XString::SetHexString(
     std::uint64_t inValue, std::int32_t digits, bool inPadWithZeros, bool inUpperCase )
 {
     constexpr USize64 kBitsPerDigit = 4;
+    // One digit for each four bits begun, at least one.
     const USize64 needed = std::max<USize64>( ( std::bit_width( inValue ) + 3u ) / kBitsPerDigit, 1 );
     const USize64 length =
         inPadWithZeros && digits > 0 ? std::max( needed, static_cast<USize64>( digits ) ) : needed;

@@ -5,6 +5,9 @@
 #include <thread>
 #include <utility>
 
+// A self-test that programs can run on the machine of a user: readers and mutators share one storage and
+// check that no thread sees another's changes.
+
 namespace
 {
 constexpr unsigned kThreadsOfAKind = 4;

@@ -43,10 +43,12 @@ public:
     /// none.
     std::size_t Find( std::size_t inPosition, USize64 inIndex )
     {
+        // Before the text there is, as it were, a separator.
         itsFlags[0] = 1;
         for ( ; itsText.size() - inPosition >= kBlockSize; inPosition += kBlockSize )
         {
             MarkBlock( itsText.data() + inPosition );
+            // Whole blocks without the wanted word are passed by counting alone.
             const USize64 beginnings = CountBeginnings();
             if ( beginnings > inIndex )
                 return FindInBlock( inPosition, kBlockSize, inIndex );

@@ -9,6 +9,11 @@
 
 #include <cmath>
 
+// A time is a count of microseconds since 1 January 1904, UTC, or a difference of such counts; a day always
+// has 86,400 seconds. All arithmetic is checked for overflow (1007). Now() adds a monotonic clock to the
+// system time read once at the start of the process, so times of one process are ordered even if the system
+// clock is set meanwhile.
+
 namespace
 {
 
@@ -46,6 +51,7 @@ void XTime::Initialise()
 {
     const std::int64_t systemUS = WClock::GetSystemMicroSeconds() + kUnixEpochSeconds * kOneSecond;
     std::int64_t expected = 0;
+    // The first thread decides, so that all have the same difference.
     sStartupUS.compare_exchange_strong( expected, systemUS - WClock::GetMicroSeconds() );
 }
 
@@ -85,6 +91,7 @@ std::int64_t XTime::GetPlatformTime() const
 void XTime::SetPlatformDate( double inDays )
 {
     constexpr double kLimit = 9223372036854775808.0; // 2^63
+    // Microseconds of a day.
     const double exact = ( inDays - kPlatformDateOf1904 ) * 8.64e10;
     CheckFits( !( exact >= -kLimit && exact < kLimit ) ); // NaN does not fit
     const auto count = static_cast<std::int64_t>( exact );

@@ -28,6 +28,7 @@ void AppendYear( std::string& ioText, std::int64_t inYear )
     const bool isPlain = inYear >= 0 && inYear <= 9999;
     if ( !isPlain )
         ioText += inYear < 0 ? '-' : '+';
+    // The range of 64-bit microseconds ends long before seven digits.
     AppendNumber( ioText, static_cast<std::uint64_t>( inYear < 0 ? -inYear : inYear ), isPlain ? 4 : 6 );
 }
 
@@ -173,6 +174,7 @@ XString XTime::GetRelativeTimeString( XTimeFormat inTimeFormat ) const
 {
     const auto bits = static_cast<std::uint64_t>( itsMicroSeconds );
     std::uint64_t length = itsMicroSeconds < 0 ? 0 - bits : bits;
+    // Cut off first: an interval that is shown as zero has no sign.
     length -= length % GetResolution( inTimeFormat );
 
     std::string text;

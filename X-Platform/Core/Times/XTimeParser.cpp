@@ -7,6 +7,19 @@
 #include "Core/Times/XTime.h"
 #include "Ground/XErrorNumbers.h"
 
+// The grammar, in the order in which it is tried. White space around a text is ignored, letter case
+// everywhere.
+//
+//   date   = numeric | [weekday [","]] named
+//   numeric = year "-" month "-" day | year "-" ddd | year "-W" ww "-" d, all of them also without "-" (ISO 8601)
+//   named  = day month-name year (RFC 9110)
+//   year   = 4 digits, or a sign and 6 digits
+//   time   = h[h] ":" mm [":" ss [fraction]] | hhmm[ss[fraction]], then ["AM" | "PM"] and [zone]
+//   zone   = "Z" | "GMT" | "UTC" | ("+" | "-") hh [[":"] mm]
+//
+// A text with both has "T" or a space between them. A stated weekday must be right. What is left over at the
+// end, or missing, is error 1007, as is a date that the calendar does not have.
+
 namespace
 {
 
@@ -177,6 +190,7 @@ std::int64_t ParseDate( Scanner& ioText )
 {
     const std::string_view weekday = ioText.TakeWord();
     if ( weekday.empty() )
+        // A year has at least four digits, so one or two are a day.
         return ioText.CountDigits() == 1 || ioText.CountDigits() == 2 ? ParseNamedDate( ioText )
                                                                       : ParseNumericDate( ioText );
     ioText.SkipChar( ',' );
@@ -192,6 +206,7 @@ std::int64_t ParseFraction( Scanner& ioText )
     const std::string_view digits = ioText.Take( ioText.CountDigits() );
     Require( !digits.empty() );
     std::int64_t microSeconds = 0;
+    // Further digits are cut off, not rounded: a time must not move into the next second.
     for ( std::size_t i = 0; i < 6; ++i )
         microSeconds = microSeconds * 10 + ( i < digits.size() ? digits[i] - '0' : 0 );
     return microSeconds;

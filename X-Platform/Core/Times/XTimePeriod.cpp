@@ -8,6 +8,10 @@
 #include <cmath>
 #include <string>
 
+// A value with its unit, kept as entered: converting to microseconds and back would turn "0.1 seconds" into
+// another number. Time points are counts without a length; everything that needs a length refuses them
+// (1013).
+
 namespace
 {
 

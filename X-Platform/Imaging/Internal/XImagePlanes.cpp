@@ -8,6 +8,16 @@
 #include <string>
 #include <string_view>
 
+// TIFF has pages but does not say what they are: time points, slices of a volume, or channels. Writers say it
+// in the description of the first page, in one of three forms that are read here: lines of ImageJ, the XML of
+// OME, and the array shape of numpy-based writers. The readers take what they need and ignore the rest,
+// without rejecting anything: a description is written by many programs, and one that is not understood only
+// means that nothing is known.
+//
+// The result is compared with the file (XCheckPlanes): pages that are not time points are refused unless the
+// user says that they are, because measuring slices or channels as if they were times gives wrong results
+// without a sign of it.
+
 namespace
 {
 constexpr std::string_view kWhitespace = " \t\r\n";
@@ -51,6 +61,7 @@ XImagePlanes ParseImageJ( std::string_view inText )
         if ( key == "frames" )
             planes.times = count;
     }
+    // Old writers leave "images" out.
     if ( planes.total == 0 )
         planes.total = planes.channels * planes.slices * planes.times;
     return planes;
@@ -161,10 +172,12 @@ XImagePlanes ParseOME( XMLElements& ioElements, std::uint64_t inSamplesPerPixel 
         const auto get = [&]( std::string_view inName )
         { return ParseCount( ioElements.GetAttribute( inName ) ); };
         auto channels = get( "SizeC" );
+        // Samples within a pixel are channels that take no pages of their own.
         if ( inSamplesPerPixel > 1 && channels % inSamplesPerPixel == 0 )
             channels /= inSamplesPerPixel;
         const auto slices = get( "SizeZ" ), times = get( "SizeT" );
         planes.total += channels * slices * times;
+        // The dimensions are those of the first image, the total that of all.
         if ( planes.images++ > 0 )
             continue;
         planes.channels = channels;
@@ -244,6 +257,7 @@ std::optional<XImagePlanes> ParseShaped( std::string_view inText, const WImageFi
     {
         const auto count = std::clamp<std::uint64_t>( shape[i], 1, kMost );
         const auto axis = axes.empty() ? '?' : axes[i + 1];
+        // Both factors are limited, so the product fits in 64 bits.
         planes.total = std::min( planes.total, kMost ) * count;
         if ( axis == 'C' )
             planes.channels = count;

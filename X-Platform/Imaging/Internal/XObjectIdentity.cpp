@@ -5,6 +5,11 @@
 #include <array>
 #include <bit>
 
+// Identities are derived, not drawn: measuring the same image again gives the same table, byte for byte, and
+// references between two runs fit. The name and number of the image, the page, and whether the object is
+// inside another one keep equal shapes apart; the hash is not meant to resist somebody who looks for
+// collisions.
+
 namespace
 {
 /// Two hashes of 64 bits side by side. Same on every system.

@@ -12,6 +12,21 @@
 #include <string>
 #include <utility>
 
+// A worker's loop: look for a stop, take a job, run it, complete it. Whatever a job throws ends the job only;
+// RunThreadSelf is left by a stop with another code than XJob::kStopped.
+//
+// A stop is aimed at a job, but what can be stopped is a thread. Three rules make the two the same:
+// - AsyncStopIfSelected asks the thread to stop under itsJobMutex, while the job to be stopped is the current
+//   one.
+// - CompleteJob takes the job out of itsCurrentJob under that mutex before anything else, so no later stop
+//   can be meant for it, and prevents stops until the worker is done with it.
+// - A stop that came just before has left the thread's state not "running"; therefore JobComplete hands over
+//   no next job (isFree), and the checkpoint at the head of RunNextJob, with no current job, carries the stop
+//   out without effect.
+//
+// itsJobMutex is held while a job moves between its queue and itsCurrentJob, in both directions. It comes
+// before all mutexes of queues.
+
 XJobQueue::XJobThread::XJobThread() : XThread( "XJobThread", kThreadPriorityNormal )
 {
     StartThread();
@@ -20,6 +35,7 @@ XJobQueue::XJobThread::XJobThread() : XThread( "XJobThread", kThreadPriorityNorm
 XJobQueue::XJobThread::~XJobThread()
 {
     const XPreventThreadStop preventStop;
+    // A withdrawn stop would leave the destructor waiting forever.
     StopThread( kRestartStopCode ); // of all codes the one that nothing can withdraw
 }
 
@@ -40,11 +56,14 @@ std::int32_t XJobQueue::XJobThread::RunThreadSelf()
         }
         catch ( const XStopThreadException& exception )
         {
+            // A job may also throw a XStopThreadException of its own making, without the thread having been
+            // asked to stop. Then the job ends like a stopped one and the worker goes on.
             EndJob( exception.GetStopCode() );
             const bool isStopped =
                 GetNextThreadState() == kThreadNotRunning; // a body can throw what it likes
             if ( isStopped && exception.GetStopCode() != XJob::kStopped )
                 throw;
+            // The stop was for the job alone.
             ResetCancelState();
         }
         catch ( const XException& exception )
@@ -83,6 +102,7 @@ bool XJobQueue::XJobThread::FetchJob()
 void XJobQueue::XJobThread::WaitForJob()
 {
     {
+        // Registers first and looks again then: a job that is added after the second look finds the waiter.
         XJobWaiter waiter;
         if ( !FetchJob() )
             return waiter.Wait();
@@ -93,6 +113,7 @@ void XJobQueue::XJobThread::WaitForJob()
 void XJobQueue::XJobThread::RunCurrentJob()
 {
     {
+        // The strategy is the job's own, for the time of its run.
         const XProgressStrategyChanger strategy( itsCurrentJob->GetProgressStrategy() );
         itsCurrentJob->RunJob();
     }
@@ -150,6 +171,7 @@ void XJobQueue::XJobThread::CompleteJob( bool inMayRunNext )
             XAssert( queueThatOwnsJob );
             XJob* const uncompletedJob = CompleteInJobThread( job ) ? nullptr : job;
             const XThreadLock lock( itsJobMutex );
+            // In one step with the removal from the running jobs: see the second and third rule above.
             const bool isFree = GetNextThreadState() == kThreadRunning;
             SetCurrentJob( queueThatOwnsJob->JobComplete( *this, uncompletedJob, inMayRunNext && isFree ) );
         } );

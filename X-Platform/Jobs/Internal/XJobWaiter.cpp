@@ -5,6 +5,16 @@
 #include "Threads/Waiting/WSemaphore.h"
 #include "Threads/XThread.h"
 
+// The protocol between idle workers and producers. sWaiters counts the workers that are idle and not yet
+// woken. A producer first makes its job visible, then claims a waiter by counting sWaiters down, and signals
+// the semaphore once for each claim. A worker first counts itself, then looks for a job once more, and then
+// waits. Both sides write one atomic and read the other, all sequentially consistent, so either the producer
+// sees the waiter or the waiter sees the job.
+//
+// Each claim has exactly one signal, and each signal is consumed by exactly one waiter, whichever it is.
+// Hence the value of the semaphore never exceeds the number of waiters, and no wake is left over to make a
+// later worker search in vain.
+
 namespace
 {
 
@@ -54,6 +64,8 @@ XJobWaiter::XJobWaiter()
 /// and another waiter must look for that job.
 XJobWaiter::~XJobWaiter()
 {
+    // Claim() removes this waiter's own count, or another one's, which is the same: the counts are not tied
+    // to threads.
     if ( itsIsWoken || Claim() )
         return;
     sWakes.Wait();

@@ -3,10 +3,19 @@
 #include <algorithm>
 #include <new>
 
+// Each job is linked into three doubly linked lists, all through members of the job: the list of its state,
+// and the chains of its tag and of its group. Therefore taking the first job, and moving or removing a
+// selected one, takes constant time and no memory, and cannot fail. Memory is needed only to add a job, for
+// chains of a new tag or group; Add makes them before it links anything.
+//
+// itsSerial is given at each linking and so increases along every list. Jobs selected by several tags, which
+// lie in several chains, are brought back into order by it.
+
 void XWaitingJobs::Add( XJob& ioJob, XState inState )
 {
     ioJob.itsListedTag = ioJob.GetTag();
     ioJob.itsListedGroup = ioJob.GetGroup();
+    // The job's own numbers may change later; the index goes by those that it had when it was added.
     itsTags.Reserve( ioJob.itsListedTag );
     try
     {
@@ -90,6 +99,7 @@ XVector<XJob*> XWaitingJobs::ListTagged( const XJobSelector& inSelector, XState 
             VisitChain<XJobChain<&XJob::itsTagPlace>>(
                 itsTags.GetFirst( inTag, inState ), [&]( XJob& ioJob ) { jobs.push_back( &ioJob ); } );
         } );
+    // A tag may be named twice: duplicates are neighbours after the sort.
     std::ranges::sort( jobs, {}, &XJob::itsSerial );
     jobs.erase( std::unique( jobs.begin(), jobs.end() ), jobs.end() );
     return jobs;

@@ -16,6 +16,7 @@ constexpr USize64 kLongestTurn = 1024 * 1024 * 1024;
 constexpr USize64 kFirstStep = 1024 * 1024;
 constexpr USize64 kInputSize = 64 * 1024;
 
+// Handles may be larger than zlib can count, so both loops feed it in turns.
 uInt ToTurn( USize64 inCount )
 {
     return static_cast<uInt>( std::min( inCount, kLongestTurn ) );
@@ -50,12 +51,15 @@ XCompressedBytes::XCompressedBytes( const void* inData, USize64 inSize, int inLe
     USize64 left = inSize;
     for ( int result = Z_OK; result != Z_STREAM_END; )
     {
+        // The compressed length must precede the bytes in the stream, so all are kept until it is known, in
+        // purgeable pieces.
         XMappedFileMemoryHandle& piece = itsPieces.emplace_back( kPieceSize );
         const XLock lock( piece, kLockForWrite );
         state.next_out = static_cast<Bytef*>( piece.GetData() );
         state.avail_out = static_cast<uInt>( kPieceSize );
         while ( result != Z_STREAM_END && state.avail_out > 0 )
         {
+            // Z_FINISH only when this turn holds the last byte.
             const uInt turn = ToTurn( left );
             state.avail_in = turn;
             result = deflate( &state, turn == left ? Z_FINISH : Z_NO_FLUSH );
@@ -81,6 +85,8 @@ void XCompressedBytes::Write( XStream& inStream )
 void ReadPlainBytes( XStream& inStream, USize64 inSize, XMemoryHandle& ioHandle )
 {
     inStream.CheckRemaining( inSize, 1 );
+    // A stream that knows its end has just confirmed that the bytes are there; otherwise a forged length must
+    // not allocate, and the memory grows with what arrives.
     ioHandle.Resize( inStream.GetRemaining() >= 0 ? inSize : 0 );
     for ( USize64 done = 0; done < inSize; )
     {
@@ -121,6 +127,7 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
             Grow( ioHandle, inSize );
         const XLock lock( ioHandle, kLockForWrite );
         const uInt room = ToTurn( ioHandle.GetDataSize() - done );
+        // One byte of output beyond the announced size proves the data wrong, without room for it.
         state.next_out = room > 0 ? static_cast<Bytef*>( ioHandle.GetData() ) + done : &excess;
         state.avail_out = std::max( room, 1u );
         result = inflate( &state, Z_NO_FLUSH );

@@ -5,6 +5,12 @@
 
 #include <algorithm>
 
+// Which block to give up for `inBytes` of contiguous address space or memory. First choice: the least
+// recently locked block that is large enough by itself or together with the free space beside it. Second
+// choice: in the order of addresses, the first run of neighbours that together with the gaps at its ends is
+// large enough; all blocks of the run are purged. The first takes one or two queries of the address space for
+// each block that is too small, the second a sort and two queries for each block.
+
 /// Locked blocks cannot be purged; neither do they count as part of a stretch that could be opened.
 XPurgePolicy::XPurgePolicy(
     XMemoryManager& inManager, const XVector<XMemoryBlock*>& inBlocks, XPurge inPurge )

@@ -3,6 +3,17 @@
 #include "Memory/XMemoryBlock.h"
 #include "Time/WClock.h"
 
+// Two ordered sets of the same entries, (age, block): itsInOrder is what a search walks, itsSetAside holds
+// blocks that a search has found locked. An entry has the age of the last lock known here, or of the addition
+// to the list. Locks only make blocks younger, so the first entry that is not older than its block belongs to
+// the least recently locked block: all entries behind it have greater ages. An outdated entry is moved to its
+// true place when the walk meets it, at O(log n) for each such lock.
+//
+// A search remembers the last entry it has seen by value and continues with the next greater one. So blocks
+// may come, go and move between two steps, and a block that is moved behind that point is met again.
+//
+// Entries travel between the sets and the block as nodes, so that nothing here allocates or fails.
+
 /// A node can only be made in a container.
 XPurgeablePlace::XPurgeablePlace( XMemoryBlock& inBlock )
 {
@@ -60,6 +71,7 @@ XMemoryBlock* XPurgeableBlocks::LockNext( XSearch& ioSearch )
         const XEntry entry = *next;
         ioSearch.itsLast = entry;
         XMemoryBlock& block = *entry.block;
+        // Waiting for it would be against the order of locks: its holder may be waiting for the memory mutex.
         if ( !block.GetMutex().TryLock() )
         {
             ioSearch.NoteBusy( block );

@@ -2,6 +2,21 @@
 
 #include "System/WThreadID.h"
 
+// A wait of AboutToAllocate must end when another thread makes room, and must not begin when no thread is
+// left to do so. Both questions are decided with counters under itsMutex:
+// - itsChanges counts every event that may have made room. A waiter notes it at the beginning of an attempt
+//   (itsSeen); if it has moved on since then, the attempt is repeated instead of sleeping, so an event
+//   between the attempt and the sleep is not lost.
+// - itsIsWaiting marks a waiter from before its decision until the next change. Locks held by such threads
+//   are not worth waiting for. Decisions are made one at a time (itsDecisionMutex), so of several threads
+//   that wait for each other's locks the last one sees all others marked, gives up with 1012 and releases its
+//   locks for them.
+// - itsTransits counts threads that bring blocks into or out of memory, except those that wait for room in
+//   the midst of that: SetWaiting takes them out of the count and puts them back.
+//
+// A change unmarks all waiters at once (WakeAll), because each of them may now proceed and then unlock what
+// others wait for.
+
 namespace
 {
 thread_local std::uint32_t sTransits = 0; // of this thread; one inside the other where a block needs another
@@ -44,6 +59,7 @@ void XRoomWaiters::XWaiter::NoteBeginning()
 void XRoomWaiters::XWaiter::BeginWait()
 {
     const XThreadLock lock( itsAll.itsMutex );
+    // With a change since the attempt this thread will try again, so others may still expect something of it.
     if ( itsAll.itsChanges == itsSeen )
         itsAll.SetWaiting( *this, true );
 }

@@ -7,6 +7,14 @@
 
 #include <algorithm>
 
+// A best-fit allocator for ranges of one file. Free pieces are indexed twice: by offset, to join neighbours,
+// and by size, to find the smallest piece that is large enough; both in O(log n). No two free pieces are
+// adjacent, and none ends at itsEnd: such a piece is cut off the file. Sizes are multiples of the granularity
+// of mappings, so every range can be mapped.
+//
+// Releasing a range happens in destructors and must not fail. A free piece needs a node in each index; a
+// range brings its two nodes along from its construction, and joined pieces drop theirs.
+
 XSpillRange::XSpillRange( std::shared_ptr<XSpillFile> inFile, USize64 inSize )
     : itsFile( std::move( inFile ) ),
       itsSize( XMemoryManager::AlignSizeToAllocationGranularity( std::max<USize64>( inSize, 1 ) ) ),
@@ -57,6 +65,7 @@ void XSpillFile::GiveBack( XSpillRange& ioRange )
     if ( next != itsPieces.end() && next->first == end )
     {
         end += next->second;
+        // Its nodes are dropped; the range's own are enough for the joined piece.
         TakePiece( next++ );
     }
     if ( next != itsPieces.begin() )
@@ -71,6 +80,8 @@ void XSpillFile::GiveBack( XSpillRange& ioRange )
     if ( end < itsEnd )
         return AddPiece( std::move( ioRange.itsNodes ), begin, end - begin );
     itsEnd = begin;
+    // Under the mutex, so that no range taken meanwhile is cut off. A file that stays too long is only larger
+    // than necessary.
     XSwallowErrors( [&] { itsFile->SetSize( begin ); } );
 }
 

@@ -9,6 +9,14 @@
 
 #include <ctime>
 
+// The current spill file is held by a weak pointer: its ranges own it, and it is deleted with the last one.
+// If the file has grown to the largest size that its file system permits, ranges to come go to a new one
+// (WriteToFile).
+//
+// After a failed write, writes of the same or a larger size fail at once for a second (CheckFailure). A
+// search for room would otherwise try every block in turn, and with a full disk each attempt costs a write
+// that fails near its end.
+
 std::unique_ptr<XSpillRange> XSpillPlace::Write( const void* inData, USize64 inSize )
 {
     CheckFailure( inSize );
@@ -73,6 +81,7 @@ std::unique_ptr<XSpillRange> XSpillPlace::WriteToFile( const void* inData, USize
         }
         catch ( const WLastErrorException& error )
         {
+            // At offset 0 a new file would not help.
             if ( error.GetWin32ErrorCode() != WSystemError::kFileTooLarge || range->GetOffset() == 0 )
                 throw;
         }

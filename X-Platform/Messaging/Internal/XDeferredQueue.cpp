@@ -4,6 +4,11 @@
 
 #include <utility>
 
+// An entry is in up to four structures at once, all intrusive: the queue (doubly linked, in order), the list
+// of its speaker (for ForgetSpeaker), and two hash indexes, by coalescing key and by target. Adding may need
+// memory for the tables of the indexes or for a block of entries; PushBack obtains all of it before it
+// changes anything, and everything after that, moving and removing included, cannot fail.
+
 namespace
 {
 
@@ -22,6 +27,7 @@ std::uint64_t GetAddress( const void* inPointer )
 /// values. `SkipUnlike` separates items whose values are equal by chance.
 std::uint64_t GetKeyValue( const XItem& inItem )
 {
+    // An odd constant with well-mixed bits, so that addresses that differ in few bits give distant values.
     constexpr std::uint64_t kSpread = 0xBF58476D1CE4E5B9u;
     const auto addresses =
         ( GetAddress( inItem.speakersList ) * kSpread ^ GetAddress( inItem.record.target ) ) * kSpread;
@@ -180,6 +186,8 @@ void XDeferredQueue::Free( XEntry& inEntry ) noexcept
 {
     inEntry.next = itsFree;
     itsFree = &inEntry;
+    // Blocks are freed only all at once: entries of one block are spread over the queue, and counting them
+    // would cost each message.
     if ( --itsUsedCount > 0 || itsBlocks.size() <= kMaxIdleBlocks )
         return;
     itsFree = nullptr;

@@ -8,6 +8,19 @@
 #include <algorithm>
 #include <utility>
 
+// Nodes and broadcasts. A broadcast walks itsNodes by index under the mutex, which is recursive: handlers may
+// subscribe (nodes are appended, so the walk reaches them), unsubscribe (the node stays with count 0 and is
+// skipped), and broadcast again. Only the end of the outermost broadcast erases nodes, so indexes stay valid
+// throughout. A vector is used for the speed of the walk; a long one has a hash table from listener to index
+// beside it (itsPlaces).
+//
+// Both sides know of each other: a node has the number of subscriptions of a listener, the listener has the
+// same number in its own table. They change together under this mutex and, within it, the listener's.
+//
+// Lifetime. itsPins keeps the list for the speaker and for running calls, itsReferences for subscriptions
+// and, with one reference for all of them, the pins. A speaker that dies leaves a list that its listeners
+// still unsubscribe from.
+
 namespace
 {
 
@@ -89,6 +102,7 @@ void XListenerList::Subscribe( XListener& inListener )
     }
     catch ( ... )
     {
+        // No memory for the node: the listener must not remember a subscription that does not exist.
         inListener.ForgetSpeaker( *this, false );
         throw;
     }
@@ -189,6 +203,7 @@ void XListenerList::RemoveNode( XNode& inNode )
     if ( const XListener* const listener = std::exchange( inNode.listener, nullptr ) )
         ForgetPlace( listener );
     ++itsEmptyNodes;
+    // Half of the nodes at a time: removing n listeners one by one then takes O(n) altogether.
     if ( itsNodes.size() <= kMostSearched || itsEmptyNodes * 2 >= itsNodes.size() )
         RemoveEmptyNodes();
 }
@@ -202,6 +217,7 @@ void XListenerList::RemoveEmptyNodes()
         itsPlaces.reset();
     if ( itsPlaces )
         for ( USize place = 0; place < itsNodes.size(); ++place )
+            // Every remaining node has an entry, so nothing is inserted and nothing can fail.
             itsPlaces->find( itsNodes[place].listener )->second = place;
 }
 
@@ -261,7 +277,9 @@ bool XListenerList::CallAsynchronous(
     XVector<USize> served; // by index, so that a listener that dies here is not mistaken for a later one
     for ( USize i = 0; i < itsNodes.size(); ++i )
     {
+        // By value: a handler may make the vector grow.
         const XNode node = itsNodes[i];
+        // A dying listener leaves a null pointer, always with count 0.
         if ( node.count <= 0 || node.listener->IsDeafTo( inMessage ) || exclusions.Contains( node.listener ) )
             continue;
         if ( !node.listener->IsAsynchronous() )

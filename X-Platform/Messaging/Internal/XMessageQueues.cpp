@@ -13,6 +13,29 @@
 #include <optional>
 #include <utility>
 
+// What is protected from what. A handler runs without the mutex of the queues, so the listener that it
+// belongs to, and the speaker of its message, could be destroyed meanwhile by another thread. Two mechanisms
+// prevent that:
+// - A message for all listeners of a speaker is broadcast under the mutex of the speaker's list, which the
+//   destructors of the speaker and of its listeners need.
+// - A message for one listener is registered as an XCall, on the stack of the delivering thread, in the list
+//   itsCalls. The destructors wait until no call on another thread names their object (EndCallsOf).
+//
+// Destruction by the handler itself must not wait for its own call. Its call is detached instead: the member
+// that names the dying object becomes null.
+//
+// Two handlers of one listener on two threads that both stop the listener would wait for each other.
+// Therefore a stop first marks the calls on its own thread (XCall::stops), and a stop from within a handler
+// passes over calls so marked. Only a destructor outside the handlers waits for all.
+//
+// Between AnnouncePost and Begin a post is known only by a counter in the listener (IsPostBeginning), because
+// the mutex cannot be taken before the listener is known to exist; ForgetListener waits for that counter,
+// too.
+//
+// Draining. A drain delivers what was queued when it began (serial numbers below outEnd), so handlers that
+// queue messages cannot keep it from returning. Only one drain runs at a time: a handler that drains finds
+// itsIsDraining set.
+
 namespace
 {
 
@@ -42,6 +65,7 @@ public:
     XCallScope& operator=( const XCallScope& ) = delete;
     ~XCallScope()
     {
+        // Never begun, or ended by the caller under the mutex.
         if ( itsCall.threadID == 0 )
             return;
         const XThreadLock lock( itsQueues.itsDeferredMutex );
@@ -101,6 +125,7 @@ public:
         if ( !itsFirst )
             return;
         for ( XEntry* entry = itsFirst; entry; entry = entry->next )
+            // Destroys the message; the entry itself returns to its queue below.
             static_cast<XItem&>( *entry ) = {};
         const XThreadLock lock( itsQueues.itsDeferredMutex );
         while ( itsFirst )
@@ -214,6 +239,7 @@ void XMessageQueues::AddLocked( XQueue& ioQueue, XItem& ioItem )
         if ( coalesce != XMessage::kCoalesceNone )
             break;
     }
+    // The queued message has absorbed this one; listeners excluded from either stay excluded.
     if ( coalesce == XMessage::kCoalesceMerge )
         return Unite( like->record.exclusions, ioItem.record.exclusions );
 
@@ -264,6 +290,8 @@ bool XMessageQueues::Deliver( XQueue& ioQueue, std::uint64_t inEnd )
         if ( first->isNotice )
             ioQueue.messages.Unlink( *first );
         else
+            // Taken in the same step as the registration of the call: from here on ForgetListener finds the
+            // call instead of the entry.
             item = ioQueue.messages.Take( *first );
     }
     if ( target )
@@ -375,6 +403,7 @@ void XMessageQueues::ForgetSpeaker( const XListenerList& inSpeakersList, bool in
     const XThreadLock lock( itsDeferredMutex );
     while ( XEntry* const entry = inSpeakersList.itsFirstQueued )
         withdrawn.Add( *entry );
+    // For a speaker that stops within a handler of its own message.
     const bool mayPassOver =
         !inIsDying && ChangeOwnCallsOf( inSpeakersList, &XCall::speakersList, &inSpeakersList, nullptr );
     EndCallsOf( inSpeakersList, &XCall::speakersList, mayPassOver, inIsDying );
@@ -388,6 +417,7 @@ void XMessageQueues::ForgetListener(
     for ( XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )
         while ( XEntry* const entry = queue->messages.FindFirstFor( inListener ) )
             withdrawn.Add( *entry );
+    // Exclusions are compared by address only, so a listener that merely stops may stay in them.
     if ( inMayBeExcluded && inIsDying )
         ForgetExclusionsOf( inListener );
     while ( inListener.IsPostBeginning() )
@@ -419,6 +449,8 @@ void XMessageQueues::ForgetExclusionsOfDead()
     const USize leftCount = ForgetExclusions(
         [&]( const XListener* inOther ) { return std::ranges::binary_search( itsDeadListeners, inOther ); } );
     itsDeadListeners.clear();
+    // The walk costs as much as there are exclusions; with at least as many dead listeners for each walk, the
+    // cost per listener is constant on average.
     itsMostDeadListeners = std::max( kLeastDeadListeners, leftCount );
 }
 

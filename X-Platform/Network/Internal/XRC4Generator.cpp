@@ -41,6 +41,7 @@ Step( std::uint32_t* ioWords, Cursor& ioCursor, std::uint32_t inBase )
     const std::uint32_t a = ioCursor.next;
     const std::uint32_t j = static_cast<std::uint8_t>( ioCursor.j + a );
     const std::uint32_t b = ioWords[j];
+    // After the last place of a block the next one begins, from 255 at 0.
     const std::uint32_t following = static_cast<std::uint8_t>( inBase + kPlace + 1 );
     std::uint32_t next = kPlace + 1 < kBlock ? block[kPlace + 1] : ioWords[following];
     block[kPlace] = b;
@@ -132,6 +133,7 @@ void XRC4Generator::Mix( const std::uint8_t* inBytes, std::uint8_t* outBytes, US
     USize done = 0;
     if ( inLength >= kLong )
     {
+        // The steps up to there are done by bytes.
         done = ( kBlock - 1 - itsI ) % kBlock; // blocks begin at multiples of 16, the step after this index
         MixBytes( inBytes, outBytes, done );
         done += MixBlocks( inBytes + done, outBytes + done, inLength - done );

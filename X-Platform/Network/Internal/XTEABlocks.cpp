@@ -4,6 +4,15 @@
 
 // The rounds of one block depend on each other, so the speed comes from processing many blocks in parallel.
 // The compiler splits the vector type into narrower instructions if the processor has no wide ones.
+//
+// TEA (D. Wheeler and R. Needham, 1994): 32 double rounds on blocks of two 32-bit words. The blocks are
+// independent (electronic code book), so 16 blocks are processed at a time: their first words lie in two
+// vectors, their second words in two others, and each step of a round is one operation per vector. Separate
+// and Join change between the order of the bytes and that of the vectors; the order of blocks within the
+// vectors does not matter as long as the two agree.
+//
+// The words of blocks have the byte order of the processor, those of the key are big-endian; streams of the
+// other order swap the words of blocks before and after (XEncryptedNetStream::CodeTEA).
 
 namespace
 {

@@ -6,6 +6,22 @@
 
 #include <algorithm>
 
+// The session (WTLSSession) is a state machine without a socket: it consumes input, produces output and never
+// waits. This class moves bytes between it and the socket under itsMutex, which XUnlocked releases for the
+// time of each wait on the socket. What is in use by a waiting thread meanwhile is marked: itsIsReceiving
+// reserves the session's input buffer, itsIsSending the bytes in itsOutgoing. A second thread that needs the
+// same does not wait on the socket but for itsHasMoved, and then looks again at what it needs: the first
+// thread's bytes may have been those it was waiting for.
+//
+// Any operation may have to do the other direction's work: reading may produce output (alerts, key updates),
+// and the handshake alternates. Output that a receiver has produced is sent only as far as the socket takes
+// it at once (FlushWithoutWaiting), because a receiver that waited to send could be in a deadlock with a peer
+// that does the same; beyond kMostOutput the peer is misbehaving.
+//
+// The handshake is part of the first operation. In TLS 1.3 the client's handshake is complete before the
+// server has checked the client's certificate; the server's first byte (kConfirmation) tells the client that
+// it has.
+
 namespace
 {
 
@@ -109,6 +125,7 @@ WTLSSession::Outcome XTLSConversation::MoveHandshake()
         if ( itsIsServer )
             itsSession.Write( &kConfirmation, 1 );
     }
+    // The server is done; the client reads the confirmation.
     if ( itsState == kOpen )
         return {};
     std::uint8_t confirmation = 0;
@@ -130,6 +147,7 @@ WConnection::Outcome XTLSConversation::Send( const void* inBytes, USize inCount,
     const XThreadLock lock( itsMutex );
     if ( const WConnection::Outcome shaken = Shake( inWaiter ); shaken.status != WConnection::kDone )
         return shaken;
+    // What an earlier send could not finish comes first; its bytes are encrypted already and in order.
     if ( const WConnection::Outcome flushed = Flush( inWaiter ); flushed.status != WConnection::kDone )
         return flushed;
     if ( const WTLSSession::Outcome written = itsSession.Write( inBytes, inCount );
@@ -147,6 +165,7 @@ WConnection::Outcome XTLSConversation::Receive( void* outBytes, USize inCount, c
         return shaken;
     for ( ;; )
     {
+        // Bytes that Peek or CountWaiting has decrypted come before those in the session.
         if ( const USize64 count = itsAhead.Take( static_cast<std::uint8_t*>( outBytes ), inCount );
              count > 0 )
             return { WConnection::kDone, count };
@@ -232,6 +251,7 @@ WConnection::Outcome XTLSConversation::Fetch( const XWaiter& inWaiter )
 {
     if ( itsIsReceiving )
         return AwaitOther( inWaiter );
+    // The session has consumed all its input, or it would not ask for more.
     const std::span<std::uint8_t> room = itsSession.GetInputRoom();
     const XTurn turn( itsIsReceiving, itsHasMoved );
     WConnection::Outcome outcome;

@@ -59,6 +59,8 @@ const XPivotColumnSummary::XMoments& XPivotColumnSummary::GetMoments() const
     moments.sum = sums.sum.GetTotal();
     moments.minimum = *std::min_element( std::begin( sums.minima ), std::end( sums.minima ) );
     moments.maximum = *std::max_element( std::begin( sums.maxima ), std::end( sums.maxima ) );
+    // The compensation turns infinities into NaN; a plain sum in order gives what infinities and overflow
+    // should.
     if ( !std::isfinite( moments.sum ) )
         moments.sum = AddInOrder( itsColumn, []( double inValue ) { return inValue; } );
     return itsMoments.emplace( moments );
@@ -68,6 +70,8 @@ double XPivotColumnSummary::GetSquaredDeviations() const
 {
     if ( itsSquaredDeviations )
         return *itsSquaredDeviations;
+    // Two passes, the mean first: the one-pass formula loses all digits if the deviations are small beside
+    // the mean.
     const double mean = GetMoments().sum / static_cast<double>( GetMoments().numbers );
     XPivotSums sums;
     ForEachBlock(

@@ -15,6 +15,14 @@
 #include <functional>
 #include <memory>
 
+// The base class has the flags of the rows that have a value (itsExists), the descriptor and the stored form;
+// the values are in derived classes, which know their type. What is implemented here by way of GetDataFloat
+// and GetDataString works for every class, row by row; classes with a faster way override it.
+//
+// The stored form has the exists flags first and then only the values of present rows, in runs (WriteRuns).
+// The runs are therefore redundant, and a reader accepts only the ones that the flags require, in their
+// order: a file has one form, and what is not written cannot be forged.
+
 namespace
 {
 constexpr std::uint32_t kRowsPerBlock = 4096;
@@ -158,6 +166,7 @@ void XPivotColumn::CopyRowsOver(
     const USize endRow = USize( inDestinationRow ) + inCount;
     XAssert( endRow <= kMaxRows );
     if ( endRow > inDestination.GetColumnSize() )
+        // Rows behind the end of the destination are added by the copy.
         inDestination.ResizeRows( static_cast<std::uint32_t>( endRow ) );
     for ( std::uint32_t i = 0; i < inCount; ++i )
     {
@@ -178,6 +187,7 @@ XPivotColumn& XPivotColumn::operator+=( const XPivotColumn& inOther )
 
 void XPivotColumn::DeleteItems( const XVector<std::uint32_t>& inRows )
 {
+    // In one step, however many rows there are: removing them one by one would move the rest each time.
     Reorder( XListOtherRows( GetColumnSize(), inRows ) );
 }
 
@@ -215,6 +225,7 @@ XVector<XString> XPivotColumn::GetStringVector() const
 XVector<double> XPivotColumn::GetFloatSet() const
 {
     XVector<double> numbers = GetFloatVector();
+    // NaN has no place in an order of numbers: all NaN are put first and count as one value.
     const auto firstNumber = std::partition(
         numbers.begin(), numbers.end(), []( double inValue ) { return std::isnan( inValue ); } );
     std::sort( firstNumber, numbers.end() );
@@ -232,6 +243,7 @@ XVector<XString> XPivotColumn::GetStringSet() const
         if ( itsExists[row] )
             texts.push_back( GetDataString( row ) );
     }
+    // Two orders: by bytes to find equal texts, then the natural order, which may rank different texts equal.
     std::sort( texts.begin(), texts.end(), std::less<XString>() );
     texts.erase( std::unique( texts.begin(), texts.end() ), texts.end() );
     XSortTextsStably( texts );
@@ -248,6 +260,7 @@ XPivotColumn::XFloatBlock XPivotColumn::GetFloatBlock(
     ioScratch.resize( count );
     for ( std::uint32_t i = 0; i < count; ++i )
     {
+        // Only present rows are converted: a missing one may hold a text that is not a number.
         if ( itsExists[inFirstRow + i] )
             ioScratch[i] = GetDataFloat( inFirstRow + i );
     }
@@ -380,6 +393,7 @@ void XPivotColumn::RefuseExists( XStream& inStream ) const
     const auto bad = std::ranges::find_if( itsExists, []( std::uint8_t inFlag ) { return inFlag > 1; } );
     const auto row = bad - itsExists.begin();
     if ( auto* const observer = inStream.GetObserver() )
+        // So that the observer shows the flag itself and not the end of all flags.
         observer->BeginPart( inStream.GetObservedPosition() - ( itsExists.end() - bad ) );
     XRefuse(
         inStream, kErrorStreamCorrupted,

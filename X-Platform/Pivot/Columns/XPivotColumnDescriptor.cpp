@@ -79,6 +79,8 @@ XString XPivotColumnDescriptor::GetDisplayName( bool inTwoLines ) const
 
 bool XPivotColumnDescriptor::IsOfSameColumn( const XPivotColumnDescriptor& inOther ) const
 {
+    // The name of a column with an ID is that of the ID, in the language of the process; what was stored does
+    // not count.
     if ( itsID == kPivotUserDefined )
         return *this == inOther;
     return itsID == inOther.itsID && itsChannelName == inOther.itsChannelName && itsUnits == inOther.itsUnits;

@@ -14,6 +14,14 @@
 #include <typeinfo>
 #include <unordered_set>
 
+// The columns whose values lie in one vector, itsColumnData, beside the flags in XPivotColumn; both always
+// have one element for each row, and missing rows hold the default value or whatever was set. Operations on
+// rows work on both vectors in the same way, as moves of elements.
+//
+// Values of 4, 8 and 16 bytes whose stored form equals their form in memory are read and written in blocks
+// (XPivotRunBlocks), unless the stream has the other byte order or an observer that wants to hear of each
+// field. Both ways give and accept the same bytes.
+
 namespace
 {
 template<class TVector>
@@ -33,6 +41,7 @@ void InsertPart(
             At( ioDestination, inPlace ), At( inSource, inFirst ), At( inSource, inFirst + inCount ) );
         return;
     }
+    // Inserting may reallocate or move the source.
     const XVector<T> part( At( inSource, inFirst ), At( inSource, inFirst + inCount ) );
     ioDestination.insert( At( ioDestination, inPlace ), part.begin(), part.end() );
 }
@@ -125,6 +134,7 @@ void XPivotColumnT<T>::SetValue( const T& inValue, std::int32_t inRow, bool inEx
 {
     XAssert( inRow >= 0 );
     const std::uint32_t row = static_cast<std::uint32_t>( inRow );
+    // Setting a value behind the end adds the rows in between, as missing ones.
     if ( row >= GetColumnSize() )
     {
         const T value = inValue; // growing may move what it refers to
@@ -256,6 +266,7 @@ void XPivotColumnT<T>::RemoveDuplicates( XVector<std::uint32_t>& outRows )
         if ( !DoesDataExist( row ) )
             continue;
         const T& value = itsColumnData[row];
+        // Zero and minus zero are one value: they are equal, and std::hash is the same for both.
         if ( IsNaN( value ) || seen.insert( value ).second ) // NaN equals nothing seen
             outRows.push_back( row );
     }
@@ -292,6 +303,7 @@ void XPivotColumnT<T>::Reorder( const XVector<std::uint32_t>& inOrder )
 {
     for ( const std::uint32_t row : inOrder )
         XAssert( row < GetExistsVector().size() );
+    // Strictly ascending rows, as after a filter: then PickRows needs no second vector.
     const bool isAscending =
         std::adjacent_find( inOrder.begin(), inOrder.end(), std::greater_equal<>() ) == inOrder.end();
     PickRows( itsColumnData, inOrder, isAscending );
@@ -342,6 +354,8 @@ void XPivotColumnT<T>::ReadValues( XStream& inStream, XOptions inOptions )
             itsColumnData.resize( GetExistsVector().size(), itsDefaultValue );
             const auto refused = XGetPivotRunBlockLoops<sizeof( T )>().read(
                 inStream, GetExistsVector(), &itsDefaultValue, itsColumnData.data() );
+            // The block reader stops at the first run that is not the expected one; the general code reports
+            // it.
             if ( refused )
                 RefuseRun( inStream, *refused, inOptions );
             return;

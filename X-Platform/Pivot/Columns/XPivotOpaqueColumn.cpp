@@ -5,6 +5,11 @@
 #include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
 
+// The bytes of a stored column whose class is not registered in this process, kept so that writing the table
+// again loses nothing. They describe a fixed number of rows in a fixed order; any operation that changes the
+// rows makes them wrong, and they are dropped (LetGoUnless). An operation that turns out to change nothing
+// keeps them.
+
 void XPivotOpaqueColumn::ReadContents( XStream& inStream, USize64 inLength )
 {
     const SSize64 origin = inStream.GetObservedPosition();

@@ -13,6 +13,7 @@ XPivotColumn* XPivotReferenceColumn::CloneForPivot() const
     return column.release();
 }
 
+// In a pivot a reference is only the number that users see: the result has no rows that it could refer to.
 XPivotColumn* XPivotReferenceColumn::CloneWithoutCopyForPivot() const
 {
     auto column = std::make_unique<XPivotUInt32Column>();

@@ -6,6 +6,9 @@
 
 #include <numeric>
 
+// A column that has rows but no values: itsRowCount takes the place of the flags, which stay empty, so every
+// row counts as missing and none of the operations on values has anything to do.
+
 void XPivotUnknownColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_t inCount )
 {
     XAssert( inRowIndex <= GetColumnSize() );

@@ -9,6 +9,21 @@
 #include <typeinfo>
 #include <utility>
 
+// A column has the identifiers themselves (itsColumnData, one per row), the records of all known identifiers
+// (itsRefs), and for each row the place of its record (itsRowPlaces), so that row operations need no look-up
+// by identifier. Between two operations the following holds:
+// - itsRowPlaces has as many elements as the column has rows; kNoPlace stands for a row without an object.
+// - A record's `rows` is the number of rows that hold its identifier, and a record exists exactly while
+//   `rows`, `others` or `isKept` is not zero (RemoveIfUnused).
+// - A record's `row` is one of the rows that hold it, kNoRow if there is none, or kSomeRow: then the row that
+//   it named has let go of it while others hold it, and which ones is searched only on request.
+// - itsNumbering.next is not in use and greater than all IDs in use except those in `ahead`. IDs that the
+//   program sets may leave gaps; `next` moves past those it meets (PassIDsInUse), so assigning n IDs in order
+//   takes O(n log n) altogether.
+//
+// Operations that may fail ask for the necessary IDs first (RequireUserVisibleIDs), so that a failure leaves
+// rows and records as they were.
+
 namespace
 {
 constexpr std::uint32_t kMostNumbers = std::numeric_limits<std::uint32_t>::max();
@@ -18,6 +33,8 @@ XPivotRowRefColumn::XReference ToReference(
     const XPivotRowRefs::XRecord& inRecord, const XVector<std::uint32_t>& inRowsByPlace,
     XPivotRowRefs::XPlace inPlace )
 {
+    // The table's own reference counts as one in the stored form, which has no flag for it;
+    // XPivotTableReferences::TakeOver recognises it after reading.
     const bool isKept = inRecord.isKept && inRecord.rows == 0; // or to be given back
     const std::uint64_t count = std::uint64_t( inRecord.rows ) + inRecord.others + isKept;
     return {
@@ -107,6 +124,7 @@ void XPivotRowRefColumn::AddRef( std::uint32_t inRow, const XUUID& inUUID, std::
         return;
     const XPlace found = itsRefs.Find( inUUID );
     const XPlace holder = itsRefs.FindUserVisibleID( inUserVisibleID );
+    // The ID belongs to another object: nothing has been changed yet.
     if ( holder != kNoPlace && holder != found )
         XThrow( kErrorBadParameters );
     const std::uint32_t userVisibleID = inUserVisibleID != 0 ? inUserVisibleID : TakeUserVisibleID();
@@ -292,6 +310,8 @@ void XPivotRowRefColumn::SetValue( const XUUID& inValue, std::int32_t inRow, boo
     RequireUserVisibleIDs( inExists ? 1 : 0 );
     const XUUID value = inValue; // which may lie in this column
     const std::uint32_t row = static_cast<std::uint32_t>( inRow );
+    // The previous identifier is released before the new one is registered. If only this row holds it, its record
+    // goes, so setting the same identifier again gives it a new user-visible ID.
     if ( row < GetColumnSize() )
         ReleaseRows( row, USize( row ) + 1 );
     XPivotReferenceColumn::SetValue( value, inRow, inExists );
@@ -319,6 +339,7 @@ void XPivotRowRefColumn::CopyRowsInto(
     auto& destination = static_cast<XPivotRowRefColumn&>( inDestination );
     destination.RequireUserVisibleIDs( inCount );
     XPivotReferenceColumn::CopyRowsInto( inSourceRow, destination, inDestinationRow, inCount );
+    // `destination` may be this column: the base class has copied the values before anything else is changed.
     auto& places = destination.itsRowPlaces;
     places.insert( places.begin() + static_cast<std::ptrdiff_t>( inDestinationRow ), inCount, kNoPlace );
     destination.HoldRows( inDestinationRow, USize( inDestinationRow ) + inCount );
@@ -379,6 +400,8 @@ void XPivotRowRefColumn::DeleteItems( std::uint32_t inFirst, std::uint32_t inCou
 void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
 {
     XPivotReferenceColumn::Reorder( inOrder );
+    // The order may repeat rows and leave rows out. Counting first makes it one release or one addition for
+    // each old row, instead of a release of all rows and a new registration.
     XVector<std::uint32_t> copies( itsRowPlaces.size(), 0 );
     for ( const std::uint32_t row : inOrder )
         ++copies[row];
@@ -387,6 +410,7 @@ void XPivotRowRefColumn::Reorder( const XVector<std::uint32_t>& inOrder )
         const XPlace place = itsRowPlaces[row];
         if ( copies[row] == 0 )
             Release( place, static_cast<std::uint32_t>( row ) );
+        // The row itself is counted already.
         else if ( place != kNoPlace )
             itsRefs[place].AddRows( copies[row] - 1 );
     }
@@ -451,6 +475,8 @@ void XPivotRowRefColumn::ReadReferences( XStream& inStream )
     const std::uint32_t count = XReadField32( inStream, "References" );
     if ( !inStream.GetObserver() ) // which is told of those that there are
         inStream.CheckRemaining( count, kReferenceSize );
+    // Each row that has been read took at least its flag in the stream, so this limits what a forged count
+    // can allocate.
     itsRefs.Reserve( std::min( count, GetColumnSize() ) ); // The rows have been read.
     for ( std::uint32_t i = 0; i < count; ++i )
         ReadReference( inStream );
@@ -541,6 +567,7 @@ void XPivotRowRefColumn::FindRowPlaces( XStream& inStream )
                     return "the references end, but more rows hold the object of row " +
                         std::to_string( row ) + " than its reference counts";
                 } );
+        // One of the stored references turns out to be this row's.
         --record.others;
         ++record.rows;
         if ( record.row == kNoRow )

@@ -5,6 +5,17 @@
 #include <algorithm>
 #include <chrono>
 
+// A hash table of buckets that are one cache line each, with linear probing from bucket to bucket. An entry
+// is the place of a record and 16 bits of the hash, so a search touches one line and, with rare exceptions,
+// only the record it is looking for. `passed` counts the entries that had to go on past a bucket: a search
+// ends at the first bucket that none has passed, and removing needs no tombstones, only the counts on its way
+// back.
+//
+// Records stay at their places when the table grows or others are removed; rows refer to them by place.
+// User-visible IDs are mostly assigned in the order of the places, so the place of an ID is first guessed
+// (GetFirstPlace), then looked up in a vector, and for IDs far beyond the number of records in a map. Guess
+// and vector may be outdated, so what they give is checked against the record; only the map is kept exact.
+
 namespace
 {
 /// Different in every process, so that a file cannot be constructed whose identifiers all fall into one
@@ -59,6 +70,7 @@ XPivotRowRefs::XPlace XPivotRowRefs::FindOrAdd( const XUUID& inUUID )
     const XPlace found = Find( inUUID );
     if ( found != kNoPlace )
         return found;
+    // Before anything is changed: the new buckets may not get memory.
     if ( itsSize >= itsBuckets.size() * kMostPerBucket )
         SetBucketCount( itsBuckets.size() * 2 );
     const XPlace place = TakePlace();

@@ -8,6 +8,14 @@
 #include <unordered_map>
 #include <utility>
 
+// The table owns its columns, which all have the same number of rows. Columns of references are bound to the
+// column of row identities that they name (XPivotOtherRowRefColumn) by a plain pointer, so every change of
+// the columns binds them anew: whoever adds, removes or renames a column that names rows calls BindColumns.
+//
+// Append is all or nothing. Columns are appended one after the other and any of them may refuse, so the
+// previous state is restored by cutting the columns back to their old number of rows; what that does not
+// restore, the numbering of identities and the bytes of columns of unknown classes, is saved before.
+
 namespace
 {
 /// True for a column that others are bound to.
@@ -197,6 +205,7 @@ void XPivotTable::ReserveRows( std::uint32_t inRowCount )
 
 void XPivotTable::Append( const XPivotTable& inOther )
 {
+    // A column cannot be read while it grows.
     if ( &inOther == this )
         return Append( XPivotTable( inOther ) );
     const std::uint32_t rows = GetNumRows();
@@ -248,9 +257,12 @@ void XPivotTable::AppendRows( const XPivotTable& inOther )
     }
     for ( const auto& other : inOther.itsColumns )
     {
+        // Appended above, or a second column of the same descriptor in the other table, which has no
+        // counterpart.
         if ( !known.Add( *other ) )
             continue;
         std::unique_ptr<XPivotColumn> column( other->CloneWithoutCopy() );
+        // A column that is new here is missing in the rows before.
         column->InsertEmptyRows( 0, rows );
         *column += *other;
         AddColumn( std::move( column ) );

@@ -36,6 +36,7 @@ XVector<XString> MakeBucketNames( const XVector<double>& inLimits )
 std::size_t FindBucket( const XVector<double>& inLimits, double inNumber )
 {
     const std::size_t none = inLimits.size() - 1;
+    // The last bucket includes its upper limit, the others do not.
     if ( inNumber == inLimits.back() )
         return none - 1;
     if ( !( inNumber >= inLimits.front() && inNumber < inLimits.back() ) )
@@ -91,6 +92,7 @@ XPivotTable::BucketsGather( std::uint32_t inColumn, const XVector<XString>& inTe
         const XString text = column.GetDataString( row );
         if ( std::ranges::binary_search( texts, text, std::less<XString>() ) )
             buckets.SetValue( inBucket, static_cast<std::int32_t>( row ), true );
+        // The first gathering copies the other texts; later ones leave them as they were gathered.
         else if ( !found )
             buckets.SetValue( text, static_cast<std::int32_t>( row ), true );
     }

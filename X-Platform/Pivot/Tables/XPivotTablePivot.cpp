@@ -10,6 +10,14 @@
 #include <unordered_map>
 #include <unordered_set>
 
+// A pivot in four steps: group the rows by the row keys and, separately, by the column keys; number the cells
+// (row group times column group) and aggregate each value column cell by cell (XPivotTableCells); pick one
+// row of each group for the key columns; and lay out the result columns by column group, then by value. The
+// results arrive by value, hence the index arithmetic at the end of Pivot.
+//
+// Result columns are found by their headings, so headings must be different: numbers are shown with as many
+// digits as distinguish them (XFormatDistinctNumbers), and equal texts get numbers.
+
 namespace
 {
 using XColumnList = XVector<const XPivotColumn*>;
@@ -72,6 +80,7 @@ void CountRepeated( XVector<XString>& ioTexts )
         if ( ++count == 1 )
             continue;
         const XString repeated = text;
+        // The text with its number may itself be another one's text: then the next number is tried.
         for ( text = repeated + MakeCount( count ); !used.emplace( text.GetStringView() ).second; )
             text = repeated + MakeCount( ++count );
     }
@@ -177,6 +186,7 @@ void XPivotTable::Contract( const XColumnIndices& inKeys, const XVector<XPivotVa
 {
     const XColumnList keys = ListColumns( inKeys );
     XPivotTableGroups rows = MakeGroups( keys, GetNumRows() );
+    // Without keys all rows are one group: each row group is one cell.
     const XPivotTableGroups oneColumn = XGroupPivotTableRows( {}, GetNumRows() );
     const XPivotTableCells cells( rows, oneColumn, kMaxPivotCells );
     auto results = ReduceValues( *this, inValues, cells );

@@ -9,6 +9,9 @@
 #include <iterator>
 #include <numeric>
 
+// Every operation that may remove rows keeps the objects that remaining rows refer to: KeepAll before, Settle
+// after (XPivotTableReferences). Sorting and duplicating listed rows remove none and need no such care.
+
 namespace
 {
 XVector<std::uint32_t> ToRows( const XVector<std::int32_t>& inRows )
@@ -60,6 +63,7 @@ void XPivotTable::DuplicateRows( const XVector<std::uint32_t>& inRows )
         XAssert( row < GetNumRows() );
         order.push_back( row );
     }
+    // Each copy follows its original.
     std::sort( order.begin(), order.end() );
     ReorderRows( order );
 }
@@ -80,6 +84,7 @@ void XPivotTable::RemoveDuplicates( const XColumnIndices& inColumns, XVector<std
         XGroupPivotTableRows( ListColumns( inColumns.empty() ? all : inColumns ), GetNumRows() );
     if ( itsColumns.empty() )
         groups.firstRows.clear();
+    // Columns of unknown classes keep their contents if no row goes.
     if ( groups.GetCount() < GetNumRows() )
         KeepRows( groups.firstRows );
     if ( outRows )

@@ -9,6 +9,13 @@
 #include <optional>
 #include <utility>
 
+// Each column is stored behind its length in bytes, so a column of a class that is not known can be kept as
+// bytes (XPivotOpaqueColumn) and a wrong one is found at its end rather than by misreading the next. The
+// length is not known before the column has been written: it is written as 0 first and then filled in.
+//
+// A column of an unknown class may not tell its number of rows, if it stores its flags in another way; it
+// then takes the number of the others.
+
 namespace
 {
 /// The column as one of an unknown class that still has its contents, or null.
@@ -100,6 +107,7 @@ void XPivotTable::ReadStream2( XStream& inStream, XOptions inOptions )
     XColumns columns;
     for ( std::uint32_t left = XReadField32( inStream, "Columns" ); left > 0; --left )
         ReadColumn( inStream, inOptions, columns );
+    // Into a local list first: a table that cannot be read stays as it was.
     SettleRowCounts( columns );
     TakeColumns( std::move( columns ) );
     XPivotTableReferences::TakeOver( *this );

@@ -1,5 +1,6 @@
 #include "RemoteCalls/Internal/XRPCSessions.h"
 
+#include "Core/Errors/XException.h"
 #include "Threads/XThreadLock.h"
 
 XRPCSessions& XRPCSessions::Get()
@@ -24,7 +25,6 @@ std::uint32_t XRPCSessions::Request(
     }
 }
 
-/// A bridge that is being deleted has no references to give (1027); the client has gone.
 XRefPtr<XRPCBridge> XRPCSessions::Take( std::uint32_t inNumber )
 {
     const XThreadLock lock( itsMutex );
@@ -34,7 +34,14 @@ XRefPtr<XRPCBridge> XRPCSessions::Take( std::uint32_t inNumber )
         XThrow( kErrorUnknownSession );
     XRPCBridge* const bridge = found->second.bridge;
     itsSessions.erase( found );
-    return XRefPtr<XRPCBridge>::Share( bridge );
+    try
+    {
+        return XRefPtr<XRPCBridge>::Share( bridge );
+    }
+    catch ( const XException& ) // it is being deleted: its client has gone, and the session with it
+    {
+        XThrow( kErrorUnknownSession );
+    }
 }
 
 void XRPCSessions::Withdraw( const XRPCBridge& inBridge )

@@ -12,6 +12,19 @@
 
 #include <algorithm>
 
+// One request after the other, on the responder's thread. Bytes are received into itsInput and fed to the
+// parser, which takes as much as it can use; what is left over belongs to the next request (pipelining). The
+// head of a response is collected in itsOutput and sent with the body in one call if the body is small, since
+// each call is a segment of its own.
+//
+// Time limits against slow clients: idleMS for the first byte of a request, requestMS for its whole header,
+// requestMS plus what the received bytes have earned for its body, sendMS for each piece of the response. A
+// limit that starts anew with every byte would let a client hold its place forever.
+//
+// What makes a connection end after its response: an error of the request (what follows cannot be delimited),
+// a client that does not want it kept, or a body of unknown length for a client of HTTP/1.0, whose end is the
+// end of the connection.
+
 namespace
 {
 
@@ -92,6 +105,7 @@ bool XHTTPConnection::ServeRequest( const std::function<void()>& inIsAdmitted )
         status = Admit( inIsAdmitted ) ? Check( request ) : 503;
     if ( status == 0 && !parser.IsDone() )
         status = ReceiveBody( parser );
+    // The rest of the request has not been read, so nothing after it can be understood.
     if ( status != 0 )
     {
         Refuse( status );
@@ -109,6 +123,7 @@ bool XHTTPConnection::Admit( const std::function<void()>& inIsAdmitted )
 {
     if ( itsIsAdmitted )
         return true;
+    // Counted first, so that two connections cannot both take the last place.
     if ( ++itsSite.connections > itsSite.limits.mostConnections )
     {
         --itsSite.connections;
@@ -177,6 +192,7 @@ int XHTTPConnection::ReceiveBody( XHTTPParser& ioParser )
 {
     const XHTTPServer::XLimits& limits = itsSite.limits;
     XHTTPRequest& request = ioParser.GetRequest();
+    // A client that already sends its body needs no permission.
     if ( itsInput.GetCount() == 0 && request.GetVersion() >= 11 && request.GetHeaders().Has( "Expect" ) )
     {
         itsOutput = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -288,6 +304,7 @@ void XHTTPConnection::Send( const XHTTPRequest& inRequest, XHTTPResponse& ioResp
         AddLength( isFile ? part->GetLength() : ioResponse.itsBody.size() );
     else
         itsOutput += "\r\n";
+    // HEAD has the header of GET, its Content-Length included, without the body.
     if ( isHead || !AllowsBody( ioResponse.GetStatus() ) )
         return Flush();
     if ( isStream )

@@ -9,6 +9,14 @@
 #include <cstdio>
 #include <system_error>
 
+// The conditional requests of RFC 9110, section 13, in its order of precedence: If-Match, or else
+// If-Unmodified-Since (412); then If-None-Match, or else If-Modified-Since (304); then If-Range and Range.
+// Dates have a resolution of one second, entity tags are made of the modification time in microseconds and
+// the size.
+//
+// The file is opened before its size is announced and read through the same handle, so a file that is
+// replaced meanwhile is delivered as it was; one that is truncated ends the connection.
+
 namespace
 {
 
@@ -148,6 +156,7 @@ void XHTTPFilePart::TakeRange( const XHTTPRequest& inRequest, XHTTPResponse& ioR
     if ( hasFirst != first.has_value() || hasLast != last.has_value() || !( hasFirst || hasLast ) ||
          ( hasFirst && hasLast && *last < *first ) )
         return;
+    // Without a first byte the number is that of the last bytes of the file.
     const std::uint64_t begin = hasFirst ? *first : itsSize - std::min( *last, itsSize );
     const std::uint64_t end = hasFirst && hasLast && *last < itsSize ? *last + 1 : itsSize;
     const std::string size = std::to_string( itsSize );

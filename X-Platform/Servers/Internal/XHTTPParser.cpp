@@ -7,6 +7,15 @@
 
 #include <algorithm>
 
+// The parser library accepts what a client may want to read; a server has to be stricter, because two
+// programs that disagree about where a request ends can be made to see different requests (request
+// smuggling). Rejected here beyond the library: more than one Host, Content-Length or Transfer-Encoding, both
+// of the latter together, a coding other than "chunked", folded lines, and a header of chunks or a trailer
+// above the limit for headers.
+//
+// The header and the body are parsed in two steps (ReadBody makes the parser eager), so that a request can be
+// refused by its header before its body is received.
+
 namespace http = boost::beast::http;
 using Error = boost::beast::error_code;
 using View = boost::beast::string_view;
@@ -56,6 +65,7 @@ public:
         Error parserError;
         const bool isHeader = !is_header_done();
         const USize taken = put( boost::asio::const_buffer( inBytes, inCount ), parserError );
+        // The library has joined the lines by the time it reports the field; only the bytes show it.
         if ( isHeader && HasFoldedLine( { static_cast<const char*>( inBytes ), taken } ) )
             error = 400;
         itsHeaderBytes += is_header_done() ? 0 : taken;
@@ -108,6 +118,7 @@ private:
             outError = http::error::bad_transfer_encoding;
         else if ( !XHTTPHeaders::AreEqual( inValue, "chunked" ) )
         {
+            // A coding that exists but is not supported, as opposed to a malformed field (400).
             error = 501;
             outError = http::error::bad_transfer_encoding;
         }

@@ -6,6 +6,11 @@
 
 #include <charconv>
 
+// A request target is checked after decoding, and anything ambiguous is rejected: an encoded slash (which
+// some programs decode before and others after splitting the path), a fragment, a NUL, and the parts "." and
+// "..", which a client has to resolve itself. So a path that passes names the same thing however often it is
+// split.
+
 namespace
 {
 
@@ -91,6 +96,7 @@ bool XHTTPText::ReadTarget( std::string_view inTarget, std::string& outPath, std
     outQuery = target.substr( std::min( end + 1, target.size() ) );
     const bool hasEncodedSlash =
         path.find( "%2F" ) != std::string_view::npos || path.find( "%2f" ) != std::string_view::npos;
+    // The order matters: encoded slashes are visible only before decoding, encoded dots only after it.
     return path.starts_with( '/' ) && !hasEncodedSlash && path.find( '#' ) == std::string_view::npos &&
         DecodePercent( path, outPath ) && outPath.find( '\0' ) == std::string::npos && StaysInside( outPath );
 }

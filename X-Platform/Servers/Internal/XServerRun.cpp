@@ -11,6 +11,23 @@
 #include <new>
 #include <utility>
 
+// A connection has one number for its life and is in these places, each under itsMutex:
+// - itsStrangers, from its acceptance until it has authenticated or ended. Ordered by number and so by age:
+//   the first is the next one to expire, and the one to drop if there are too many.
+// - itsToGreet, until a greeter takes it (not if there is only one kind of responder). A number whose
+//   stranger has been dropped is skipped.
+// - itsServed, with its responder, as long as the responder has "users": its own thread, and the thread that
+//   starts it. Whichever lets go last moves the responder to itsEnded.
+// - itsEnded, until the watch destroys the responder. A responder's thread cannot destroy itself, and its
+//   destructor waits for the thread.
+//
+// Greeters wait for the preamble with a blocking receive and without a time-out: the watch ends the
+// connection when its time is over, which ends the receive. Idle greeters are reused; there are never more
+// than strangers are permitted.
+//
+// The end (Stop): first no connection is accepted any more, then none is greeted, then the responders are
+// asked to stop, all of them before any is waited for.
+
 namespace
 {
 
@@ -143,6 +160,7 @@ void XServerRun::Admit( const XNetEndpoint& inEndpoint )
 XServerRun::XNumber XServerRun::AddStranger( const XNetEndpoint& inEndpoint )
 {
     const XThreadLock lock( itsMutex );
+    // Dropping the oldest rather than refusing the newest: silent connections cannot keep others out.
     while ( !itsStrangers.empty() && itsStrangers.size() >= itsSettings.limits.mostUnauthenticated )
     {
         itsStrangers.begin()->second.endpoint.ForceDisconnect();
@@ -150,6 +168,7 @@ XServerRun::XNumber XServerRun::AddStranger( const XNetEndpoint& inEndpoint )
     }
     const XNumber number = ++itsLastNumber;
     itsStrangers.emplace( number, XStranger{ inEndpoint, XTimer( itsSettings.limits.authenticationMS ) } );
+    // The watch sleeps until the first stranger expires; before this one it had no time limit.
     if ( itsStrangers.size() == 1 )
         itsHasChanged.Signal();
     return number;
@@ -188,6 +207,7 @@ void XServerRun::PauseAccepting( const XException& inError )
             itsSettings.name + ": accepting connections pauses because " + inError.GetRawErrorMessage() );
     }
     const XThreadLock lock( itsMutex );
+    // Ended early when responders are destroyed, which frees descriptors, memory and threads.
     itsHasRoom.Sleep( itsMutex, kPauseMS, true );
 }
 
@@ -289,6 +309,7 @@ void XServerRun::Serve(
     catch ( ... )
     {
         End( inNumber, inEndpoint );
+        // No thread was started, so this one lets go for both.
         LetGo( inNumber ); // in place of the thread
         LetGo( inNumber );
         throw;

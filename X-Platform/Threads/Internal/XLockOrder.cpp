@@ -6,6 +6,11 @@
 #include <mutex>
 #include <set>
 
+// Declared orders are edges of a directed graph: `lockedLater[m]` are the mutexes that come after m. A mutex
+// may be locked only while none of those reachable from it is held. The search is made at each contended or
+// first lock of an ordered mutex, in debug builds only, and runs under one mutex of its own, which is a
+// std::mutex so that it is not itself subject to checks.
+
 namespace
 {
 

@@ -2,6 +2,12 @@
 
 #include "Threads/Waiting/Internal/WParkCounted.h"
 
+// The state is one word: whether the event is set, and in the other bits the number of sleepers. Setting an
+// event without sleepers is one compare-and-swap. With sleepers it is done under the parking queue, where a
+// waiter checks the state once more before it is queued (WParkCounted), so none is missed. An event that a
+// wait resets releases one sleeper per Set and stays set until that thread has taken it by TryWait; a thread
+// that arrives earlier may take it instead, and the sleeper then waits again.
+
 namespace
 {
 

@@ -2,6 +2,11 @@
 
 #include "Threads/Waiting/Internal/WParkCounted.h"
 
+// The state is one word: units in the lower half, sleepers in the upper one. Signal adds units by one atomic
+// addition, whose result tells whether there was a sleeper to release; a waiter counts itself and looks for
+// units in one step under the parking queue (WParkCounted). Released threads compete for the units with
+// threads that arrive: a unit is never lost, and a thread that gets none sleeps again.
+
 namespace
 {
 

@@ -29,6 +29,7 @@ constexpr auto kDigitPairs = []
 template<class T>
 void WriteBackwards( char* inEnd, T inNumber, unsigned inCount )
 {
+    // Two digits for each division, from a table of pairs.
     for ( ; inCount >= 2; inCount -= 2, inNumber /= 100 )
         std::memcpy( inEnd -= 2, &kDigitPairs[2 * ( inNumber % 100 )], 2 );
     if ( inCount != 0 )

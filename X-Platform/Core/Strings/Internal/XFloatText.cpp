@@ -8,6 +8,11 @@
 #include <cmath>
 #include <optional>
 
+// The fast way to a decimal text: multiply by a power of ten in 128 bits, exactly, round once, and write an
+// integer with a point in it. It serves numbers whose scaled value is below 2^63 and has the digits that
+// printf gives, half-way cases included, because nothing is rounded before the end. Everything else goes to
+// std::to_chars, which is exact too.
+
 namespace
 {
 using XWide = unsigned __int128;
@@ -27,7 +32,10 @@ std::optional<std::uint64_t> ScaleAndRound( double inValue, unsigned inDecimals 
     const std::uint64_t impliedBit = storedExponent != 0 ? kImpliedBit : 0;
     const XWide product =
         XWide( ( bits & ( kImpliedBit - 1 ) ) | impliedBit ) * XDecimalDigits::GetPowerOfTen( inDecimals );
+    // A double is its mantissa times 2^-shift. Subnormal numbers (stored exponent 0) have the exponent of 1
+    // without the implied bit.
     const int shift = kExponentBias - std::max( storedExponent, 1 );
+    // The product has at most 53 + 64 bits, so this is less than one half.
     if ( shift >= 127 )
         return 0;
     if ( shift <= 0 )
@@ -71,6 +79,8 @@ XFloatText XFloatText::General( double inValue )
 {
     XFloatText text;
     const double magnitude = std::abs( inValue );
+    // Below the upper limit, rounding to six digits does not give a seventh. ScaleAndRound succeeds for all
+    // of these.
     if ( magnitude >= 1e-4 && magnitude < 999999.5 )
     {
         const unsigned decimals = CountGeneralDecimals( magnitude );

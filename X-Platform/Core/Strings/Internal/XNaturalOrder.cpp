@@ -8,6 +8,19 @@
 #include <bit>
 #include <cstring>
 
+// Natural order: "image 9" before "image 10". Both texts are read in step; where both have a number at the
+// same place, the numbers are compared by value (and equal ones by their spelling), otherwise single bytes
+// are compared. White space before either is skipped.
+//
+// Most comparisons in a sort are of texts with a common beginning, which this is made fast for. The common
+// part is found eight bytes at a time, and the comparison starts behind it, or rather at the start of a
+// number that the difference may lie in (FindStart). If there both have whole numbers of the same length, the
+// first different digit decides and no number is read (DifferInDigits); numbers of up to 15 digits are
+// compared as integers (CompareDigits), all others as doubles. The fast ways only skip work: they give the
+// results of the slow one.
+//
+// Texts are expected to end with a NUL behind the view, as those of XString do; a NUL inside ends the text.
+
 namespace
 {
 constexpr int kMaxExactDigits = 15; // integers of so many digits are exact as doubles
@@ -72,6 +85,7 @@ USize64 CountCommon( std::string_view inFirst, std::string_view inSecond )
     for ( ; i + 8 <= end; i += 8 )
     {
         const std::uint64_t word = LoadWord( inFirst.data() + i );
+        // Stops at a difference and at a NUL of the first text.
         const std::uint64_t stops = ( word ^ LoadWord( inSecond.data() + i ) ) | MarkZeroBytes( word );
         if ( stops != 0 && std::endian::native == std::endian::little )
             return i + static_cast<USize64>( std::countr_zero( stops ) ) / 8;
@@ -86,6 +100,7 @@ USize64 CountCommon( std::string_view inFirst, std::string_view inSecond )
 
 char XNaturalOrder::GetPoint() const
 {
+    // The locale is asked at most once for a comparison, and only if a point may matter.
     if ( itsPoint == '\0' )
         itsPoint = WLocale::GetDecimalPoint();
     return itsPoint;

@@ -7,6 +7,23 @@
 #include <limits>
 #include <string>
 
+// Reading a decimal float to the nearest double, fast for what numbers mostly are. Three ways, each for those
+// that the one before cannot do:
+// - ReadPlain: up to 18 characters of digits with at most one point. The digits are one integer and the
+//   decimals a negative power of ten.
+// - Scale on parsed parts: with at most 53 bits of digits and a power of ten up to 10^22, both operands are
+//   exact doubles, so a single multiplication or division rounds once, to the nearest double (W. Clinger,
+//   1990).
+// - std::from_chars, which is exact for everything else but slower; it knows no other decimal point than '.',
+//   so the text may have to be copied.
+//
+// The text is taken apart here in all cases, since from_chars accepts neither a plus sign nor leading spaces
+// and does not tell an overflow from an underflow. Both are told apart by the place of the first digit that
+// is not 0, and become infinity and 0.
+//
+// The cursor reads '\0' at the end of the text, which no number contains, so there is no separate test for
+// the end.
+
 namespace
 {
 constexpr std::int64_t kMaxExponent = 1'000'000'000'000; // far beyond any that matters, far from overflow
@@ -101,6 +118,7 @@ struct XFloatParts
 template<unsigned kBase>
 void TakeDigits( XCursor& ioCursor, XFloatParts& ioParts, bool inIsFraction )
 {
+    // The largest mantissa to which one more digit can be added.
     constexpr std::uint64_t kFull = ( ~std::uint64_t( 0 ) - kBase ) / kBase;
     for ( ;; ioCursor.Skip() )
     {
@@ -133,6 +151,7 @@ void TakeExponent( XCursor& ioCursor, XFloatParts& ioParts, char inMark )
     const bool isNegative = ioCursor.TakeSign();
     if ( !XTextScan::IsDigit( ioCursor.Peek() ) )
     {
+        // An 'e' without digits does not belong to the number.
         ioCursor.SetPosition( begin );
         return;
     }

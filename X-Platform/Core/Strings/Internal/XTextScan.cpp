@@ -6,6 +6,16 @@
 #include <bit>
 #include <cstring>
 
+// Substring search. The first and the last character of the needle are looked for at the right distance, with
+// AVX2 in 32 positions at a time; only where both match is the whole needle compared. That is fast for usual
+// texts, but quadratic for a needle such as "aab" in a text of a's. Therefore failed comparisons are counted,
+// and when they have cost 16 bytes for each byte of the text, the search goes on by a rolling hash (R. Karp
+// and M. Rabin), which takes constant time for each position. The hash may be beaten by a text made for it;
+// matches are confirmed by comparing, so that costs time only.
+//
+// The rule class says how characters are compared; folding a character of the needle and one of the text by
+// the same rule makes caseless search the same algorithm.
+
 #if defined( __x86_64__ )
     #include <immintrin.h>
     #define KORVALE_AVX2 __attribute__( ( target( "avx2" ) ) )
@@ -90,6 +100,7 @@ KORVALE_AVX2 std::uint32_t DiffersByMoreThanCase( __m256i inFirst, __m256i inSec
     const __m256i isLetter = _mm256_and_si256(
         _mm256_cmpgt_epi8( lower, _mm256_set1_epi8( 'a' - 1 ) ),
         _mm256_cmpgt_epi8( _mm256_set1_epi8( 'z' + 1 ), lower ) );
+    // Letters of ASCII may differ in the case bit, all other bytes in none.
     const __m256i allowed = _mm256_and_si256( isLetter, caseBit );
     const __m256i isSame =
         _mm256_cmpeq_epi8( _mm256_andnot_si256( allowed, difference ), _mm256_setzero_si256() );

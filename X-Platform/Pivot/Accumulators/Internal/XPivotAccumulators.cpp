@@ -5,6 +5,12 @@
 #include <algorithm>
 #include <cmath>
 
+// One class for each reduction, without state: the numbers come from XPivotColumnSummary, which computes sums
+// once for all reductions of a column. NaN is handled by each reduction: sum, mean and product of values with
+// a NaN are missing, minimum, maximum and deviations leave NaN out, the count counts it. The variance is that
+// of the population (divided by n), and the standard error is the standard deviation divided by the square
+// root of n.
+
 namespace
 {
 using XResultValue = XPivotTableAccumulator::XResultValue;

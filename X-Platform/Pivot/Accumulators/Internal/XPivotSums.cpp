@@ -6,6 +6,14 @@
 #include <cstring>
 #include <limits>
 
+// Sums with compensation. Add is the two-sum of D. Knuth: it computes the rounding error of an addition
+// exactly, by six operations without a branch, and the errors are added up beside the sum (the scheme of T.
+// Kahan and I. Babuška). The result is nearly as accurate as a sum in twice the precision.
+//
+// A column is distributed over 16 lanes, row i to lane i modulo 16 of its block, both in the portable loops
+// and in the AVX2 ones, so both add the same numbers in the same order and give the same bits on every
+// processor. 16 lanes are four vectors: enough independent additions to hide their latency.
+
 #if defined( __x86_64__ )
     #include <immintrin.h>
     #define KORVALE_AVX2 __attribute__( ( target( "avx2" ) ) )
@@ -21,6 +29,7 @@ constexpr double kSmallestNormal = std::numeric_limits<double>::min();
 void AddMomentsFrom(
     const XPivotColumn::XFloatBlock& inBlock, std::uint32_t inFirst, XPivotMomentSums& ioSums )
 {
+    // For a vectorised block these are the rows behind the last whole group of lanes.
     for ( std::uint32_t i = inFirst; i < inBlock.count; ++i )
     {
         if ( !inBlock.exists[i] )
@@ -114,6 +123,7 @@ KORVALE_AVX2 void AddMomentsByVectors( const XPivotColumn::XFloatBlock& inBlock,
         {
             const __m256d value = _mm256_loadu_pd( inBlock.values + row + 4 * v );
             const __m256d present = LoadPresence( inBlock.exists + row + 4 * v );
+            // Present and not NaN. Masked values add zero, which changes no sum.
             const __m256d number = _mm256_and_pd( present, _mm256_cmp_pd( value, value, _CMP_ORD_Q ) );
             minusCount = _mm256_add_epi64( minusCount, _mm256_castpd_si256( present ) );
             minusNumbers = _mm256_add_epi64( minusNumbers, _mm256_castpd_si256( number ) );

@@ -5,6 +5,12 @@
 #include <functional>
 #include <optional>
 
+// Interning of texts: equal texts of a column get one shared storage. The pool is a hash table with open
+// addressing of the texts themselves, limited in three ways, since sharing is only worth its look-ups for
+// columns with few different texts: long texts are not shared, the number of texts in the pool is limited,
+// and after a number of look-ups with too few hits the pool gives up for good. A text that finds no place
+// within 64 steps is not shared either, so chosen texts that collide cost only that.
+
 namespace
 {
 /// The place of a text, or a free one for it; null where neither is near, as only chosen texts make it happen.

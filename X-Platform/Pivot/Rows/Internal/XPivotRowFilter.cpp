@@ -5,6 +5,12 @@
 #include <array>
 #include <bit>
 
+// Filtering without branches on the data, which the processor would guess wrong half of the time. Eight rows
+// are compared at once, which gives a mask of eight bits; a table of 256 entries has for each mask the places
+// of its ones, first ones first. All eight places are stored, and the position advances by the number of
+// ones, so the rest is overwritten by the next eight. The results of a chunk go to a buffer on the stack and
+// are appended from there, since the number of results is not known before.
+
 #if defined( __x86_64__ )
     #include <immintrin.h>
 
@@ -44,6 +50,8 @@ __attribute__( ( target( "avx2" ) ) ) std::size_t CollectChunk(
     {
         const __m256d low = _mm256_cmp_pd( _mm256_loadu_pd( inValues + i ), reference, kComparison );
         const __m256d high = _mm256_cmp_pd( _mm256_loadu_pd( inValues + i + 4 ), reference, kComparison );
+        // Flags are 0 or 1: shifted to the top of their bytes, they form a mask like those of the
+        // comparisons.
         const __m128i flags = _mm_loadl_epi64( reinterpret_cast<const __m128i*>( inExists + i ) );
         const int present = _mm_movemask_epi8( _mm_slli_epi16( flags, 7 ) );
         const unsigned passing = static_cast<unsigned>(

@@ -13,6 +13,20 @@
 #include <string_view>
 #include <unordered_map>
 
+// Sorting never compares values of the column's type but unsigned keys that order as the values do:
+// - Signed integers and times have their sign bit inverted.
+// - For doubles, all bits of negative numbers are inverted and the sign bit of the others, which makes the
+//   order of the bit patterns that of the numbers (IEEE 754 was designed for this). Adding 0.0 unifies the
+//   zeros; NaN gets the key 0, below minus infinity.
+// - Identifiers are big-endian words; the second word is looked at only in groups whose first word is equal.
+//
+// Keys are sorted by a radix sort from the lowest byte up (O(n) for each byte that differs anywhere), or by
+// comparing if there are few. Both are stable. A descending sort complements the keys instead of reversing
+// the result, so that equal values keep their order in both directions.
+//
+// Texts are compared in the natural order, which is slow. If few of them are different, each is replaced by
+// its rank among the different ones, and the ranks are sorted as numbers.
+
 namespace
 {
 /// A row with an unsigned integer that orders as its value does.
@@ -119,6 +133,8 @@ private:
             outRows[places[GetDigit( row, inDigit )]++] = row;
     }
 
+    // All digits are counted in one pass over the rows, since the counts do not depend on the order of the
+    // rows.
     std::array<std::array<std::uint32_t, 256>, kDigits> itsCounts = {};
 };
 
@@ -188,6 +204,8 @@ std::optional<XVector<std::uint32_t>> RankFewTexts( const XVector<XString>& inTe
     {
         const auto place = static_cast<std::uint32_t>( firstRows.size() );
         const auto [found, isNew] = places.try_emplace( inTexts[row].GetStringView(), place );
+        // Too many different texts: the look-ups so far are the price of the attempt, at most one for each
+        // row.
         if ( isNew && firstRows.size() == most )
             return std::nullopt;
         if ( isNew )

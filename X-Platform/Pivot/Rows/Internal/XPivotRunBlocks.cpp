@@ -72,6 +72,7 @@ template<std::size_t kStep>
 CopyInSteps( std::uint8_t* outBytes, const std::uint8_t* inBytes, std::size_t inCount )
 {
     using XPiece = typename XPieceOf<kStep == kVectorStep ? 32 : 16>::XType;
+    // The caller guarantees kStep bytes of room behind the run on both sides, see GetLastInnerRow and kMost.
     for ( std::size_t i = 0; i < inCount; i += kStep )
 #pragma GCC unroll 8
         for ( std::size_t j = i; j < i + kStep; j += sizeof( XPiece ) )
@@ -106,17 +107,21 @@ template<class Mover>
         std::uint64_t word = ahead;
         const std::size_t next = std::min( row + kRowsOfWord, size );
         ahead = XPackPivotFlags( inExists.data() + next, size - next );
+        // A full word starts or continues a run whose end is not known yet.
         if ( open == kNone && word == kAll )
             open = row;
         if ( word == kAll )
             continue;
         if ( open != kNone )
         {
+            // The run continues into this word for `rest` rows and ends there.
             const auto rest = static_cast<std::size_t>( std::countr_one( word ) );
             if ( !ioMover.Move( open, row + rest - open ) )
                 return false;
+            // Clears the lowest ones, which belonged to the open run.
             word &= word + 1;
         }
+        // Ones at the upper end may continue in the next word.
         const auto last = static_cast<std::size_t>( std::countl_one( word ) );
         open = last > 0 ? row + kRowsOfWord - last : kNone;
         if ( !ioMover.MoveWord( row, word & kAll >> last ) )
@@ -131,6 +136,8 @@ template<class Move>
 {
     while ( inWord != 0 )
     {
+        // Adding the lowest set bit turns the lowest run of ones into zeros and sets the bit behind it; `&=`
+        // then removes that bit unless another run has it.
         const auto start = static_cast<std::size_t>( std::countr_zero( inWord ) );
         const std::uint64_t after =
             inWord + ( inWord & ( 0 - inWord ) ); // the bit behind the run, and further runs
@@ -315,6 +322,7 @@ private:
     [[gnu::always_inline]] bool MoveShort( std::size_t inRow, std::size_t inLength )
     {
         const XRunHead head = MakeHead( inRow, inLength );
+        // Not the expected run: the slow path reads it again by calls and reports it.
         if ( XRunHead::Read( itsBytes.next ) != head ) [[unlikely]]
             return MoveByCalls( inRow, inLength );
         const std::size_t count = inLength * kValueSize;

@@ -8,6 +8,16 @@
 #include <optional>
 #include <utility>
 
+// Counting sort by cell. The constructor counts the rows of each cell and turns the counts into the starts of
+// the cells (prefix sums). For each value column, GatherNumbers then moves the numbers of present rows into
+// cell order in one pass, so that an accumulator sees the numbers of one cell as a contiguous column
+// (XCellColumn) and the cells need no lists of rows. The order within a cell is that of the rows, so results
+// do not depend on the grouping.
+//
+// Reductions to numbers and the value of a single row are computed apart, because the latter keeps the class
+// of the column, and are put together for each column group in the order of the accumulator's types:
+// kAccumulateNone is the first one.
+
 namespace
 {
 using XAccumulator = XPivotTableAccumulator;
@@ -98,6 +108,8 @@ XPivotTableCells::XPivotTableCells(
       itsCells( std::move( ioRowGroups.groups ) )
 {
     const std::uint64_t cells = std::uint64_t( itsNumRowGroups ) * itsNumColumnGroups;
+    // Before anything of this size is allocated: two key columns with many values suffice to exceed the
+    // memory.
     if ( cells > inMostCells )
         XThrow( kErrorOutOfMemory );
     for ( std::size_t row = 0; row < itsCells.size() && itsNumColumnGroups > 1; ++row )
@@ -209,6 +221,7 @@ XVector<std::uint32_t> XPivotTableCells::FindSingleRows( const XPivotColumn& inV
         if ( !inValues.DoesDataExist( row ) )
             continue;
         const std::uint32_t cell = itsCells[row];
+        // A second present row makes the cell ambiguous, and so missing.
         rows[cell] = isTaken[cell] ? kNoPivotRow : row;
         isTaken[cell] = 1;
     }

@@ -9,6 +9,17 @@
 #include <map>
 #include <numeric>
 
+// Grouping, O(rows) with hashes. Each row has a hash of all its keys; hashes are numbered in the order of
+// their first occurrence by a table with open addressing, and the number is the row's group. Two different
+// rows may have one hash, so after each block the keys of every row are compared with those of the first row
+// of its group. If any differs, or if a hash has no free place within 512 steps (which happens by intent, not
+// by chance), all grouping is done again by comparing values in a sorted map, O(rows log groups), which no
+// input can slow down further.
+//
+// Numbers in the order of the first rows make the result independent of the hash function.
+// XSortPivotTableGroups renumbers the groups in the order of their keys by stable sorts, from the last key to
+// the first.
+
 namespace
 {
 using XKeys = XVector<std::unique_ptr<XPivotTableKey>>;
@@ -36,6 +47,8 @@ public:
         {
             const std::uint64_t place = ( inHash + step ) & itsMask;
             const XEntry& entry = itsEntries[place];
+            // Equal tags in neighbouring places are taken for equal hashes; if they are not, the comparison
+            // of values finds out.
             if ( entry.tag == tag && entry.number != kFree ) [[likely]]
                 return entry.number;
             if ( entry.number == kFree )
@@ -74,6 +87,7 @@ private:
 
     void Grow()
     {
+        // The hashes are kept by number, so nothing has to be computed again.
         itsEntries.assign( 4 * itsEntries.size(), XEntry() );
         itsMask = itsEntries.size() - 1;
         for ( std::uint32_t number = 0; number < itsHashes.size(); ++number )

@@ -9,6 +9,15 @@
 #include <cmath>
 #include <cstring>
 
+// A key column gives each value two words (its identity) that are equal for equal values: a number is its
+// bits, with both zeros and all NaN unified; an identifier is itself; a text of up to 15 bytes is its bytes
+// and length. Comparing identities is then comparing values, without branches on their type. Only long texts
+// have hashed identities, marked by kLongText, and are compared in full where it matters (IsBlockInGroups).
+//
+// Rows are processed in blocks, so that the identities computed for the hashes are still in the cache when
+// they are compared with those of the groups. A missing row has the identity zero and another factor in its
+// hash; since that does not exclude equality with a present value, presence is compared, too.
+
 namespace
 {
 // ---- Identities: two words that are equal where the values are one key
@@ -97,6 +106,7 @@ XIdentity Identify( const XString& inValue )
     const std::uint64_t number = std::uint64_t( count ) << 56;
     if ( count <= 8 )
         return { LoadBytes( bytes, count ), number };
+    // The last eight bytes, shifted so that those already in the first word fall out.
     const std::uint64_t last = LoadWord<std::uint64_t>( bytes + count - 8 ) >> 8 * ( 16 - count );
     return { LoadWord<std::uint64_t>( bytes ), last | number };
 }
@@ -132,9 +142,11 @@ public:
 
     bool IsBlockInGroups( const std::uint32_t* inGroups, const XVector<std::uint32_t>& inFirstRows ) override
     {
+        // Groups that are new since the last block have their first rows in this one.
         while ( itsFirstValues.size() < inFirstRows.size() )
             itsFirstValues.push_back( itsBlock[inFirstRows[itsFirstValues.size()] - itsBlockFirst] );
         bool areSame = true;
+        // No early exit: the loops are short and can be vectorised, and a mismatch is rare.
         for ( std::uint32_t i = 0; i < itsBlockCount; ++i )
             areSame &= itsBlock[i] == itsFirstValues[inGroups[i]];
         for ( std::uint32_t i = 0; i < itsBlockCount && !itsIsComplete; ++i )

@@ -6,6 +6,18 @@
 
 #include <algorithm>
 
+// Keeps objects alive that rows refer to although no row of the table holds them. An object may lose its row
+// by an operation (a filter removes the parent but keeps its children); its record with the user-visible ID
+// must survive, and must go when the last reference goes.
+//
+// The pattern of an operation on rows: KeepAll marks all records that rows refer to as kept, so that none is
+// removed while columns change one after the other; Settle then decides anew, with the rows as they are now,
+// which records have no row and are referred to. If the operation throws, the destructor takes back the marks
+// that KeepAll has set.
+//
+// Appending only looks at the rows that were added (SettleAppended), so that appending many small tables
+// takes time in proportion to their rows.
+
 namespace
 {
 /// The column as one that is bound to a row-reference column, or null.
@@ -118,6 +130,7 @@ void XPivotTableReferences::KeepAppended(
             continue;
         const XUUID& uuid = inReferences.GetDataUUID( row );
         auto place = column.itsRefs.Find( uuid );
+        // The other table knows the object without a row, so this one has to know it from now on, too.
         if ( place == XPivotRowRefs::kNoPlace && inAppendedObjects &&
              inAppendedObjects->GetDataUserVisibleID( uuid ) != 0 )
         {
@@ -169,6 +182,7 @@ void XPivotTableReferences::TakeOver( XPivotTable& ioTable )
         {
             if ( !isReferredTo[place] || refs[place].rows > 0 )
                 continue;
+            // The stored count includes the table's own reference.
             --refs[place].others;
             refs[place].isKept = true;
         }

@@ -6,6 +6,11 @@
 #include <bit>
 #include <unordered_map>
 
+// Texts that share storage (XPivotTextPool) are equal, so rows can be grouped by the addresses of their
+// storages, without looking at a character. Equal texts may also lie in different storages; the groups of
+// those are merged afterwards, by comparing one text for each storage. This pays while there are few storages
+// for many rows: beyond the limits below the caller hashes the texts.
+
 namespace
 {
 // With more storages than these, looking at their texts would take longer than hashing the texts of all rows.

@@ -4,6 +4,14 @@
 #include "System/WProcessors.h"
 #include "Threads/Waiting/WThreadAlert.h"
 
+// The word has three bits. The sleeper sets kSleeping by a compare-and-swap from exactly the value it has
+// checked and sleeps on the new value, so a release in between either fails the swap or changes the word
+// before the futex compares it. Release and Alert wake the futex only if kSleeping was set: releasing a
+// thread that still spins costs no system call.
+//
+// Release is the last access: from the moment kReleased is visible, the waiting thread may return and its
+// stack frame, which contains the node, may be gone. The wake then uses only the address.
+
 namespace
 {
 

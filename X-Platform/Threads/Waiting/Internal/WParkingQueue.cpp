@@ -5,6 +5,14 @@
 #include <array>
 #include <mutex>
 
+// A table of 64 queues, chosen by the address of the object waited for. A queue holds the nodes of all
+// objects whose addresses fall into it, so taking the first node of one object may pass nodes of others; with
+// few sleeping threads the walks are short. A lock therefore needs no memory of its own for sleepers, and no
+// memory is allocated for waiting: the nodes are on the stacks of the threads.
+//
+// The buckets are aligned to cache lines, so that two of them are never contended as one. The mutex is a
+// std::mutex because the library's own are built on this table.
+
 /// A double-ended list of nodes of any number of objects, in order of arrival.
 struct alignas( 64 ) WParkingQueue::Bucket
 {

@@ -1,0 +1,58 @@
+#include "RemoteCalls/XControlBridge.h"
+#include "RemoteCalls/XRPCResponder.h"
+#include "Servers/XNetServer.h"
+#include "Tools/ProgramRun.h"
+
+#include <regex>
+
+// What needs processes of their own, control among it, is in remote_calls_peer.py.
+
+namespace
+{
+class ClusterCommandsTest : public ProgramRun
+{
+};
+} // namespace
+
+TEST_F( ClusterCommandsTest, PingsBridgesOfBothKinds )
+{
+    XNetServer control( "control" );
+    XServeBridge<XControlBridge>( control, XRPCBridge::kServer );
+    control.Start( XNetAddress::GetLoopBackAddress( 0 ) );
+    XNetServer plain( "plain" );
+    XServeBridge<XRPCBridge>( plain, XRPCBridge::kServer );
+    plain.Start( XNetAddress::GetLoopBackAddress( 0 ) );
+    const auto ping = [&]( const XNetServer& inServer, const std::vector<std::string>& inOptions )
+    {
+        std::vector<std::string> arguments{
+            "ping", "127.0.0.1:" + std::to_string( inServer.GetPort() ), "--cipher", "none" };
+        arguments.insert( arguments.end(), inOptions.begin(), inOptions.end() );
+        return Run( arguments );
+    };
+    EXPECT_EQ( ping( control, {} ), 0 ) << itsError.str();
+    const std::string number = "[0-9]+\\.[0-9]{3} ms";
+    EXPECT_TRUE( std::regex_match(
+        itsOut.str(),
+        std::regex(
+            "127\\.0\\.0\\.1:[0-9]+: connected in " + number + "\n10 calls: minimum " + number + ", median " +
+            number + ", maximum " + number + "\n" ) ) )
+        << itsOut.str();
+    EXPECT_EQ( ping( plain, { "--plain", "--count", "1" } ), 0 ) << itsError.str();
+    EXPECT_NE( itsOut.str().find( "\n1 call: " ), std::string::npos );
+    EXPECT_EQ( ping( plain, {} ), 1 ); // the preamble is no call
+    EXPECT_NE( itsError.str().find( "korvale: ping: " ), std::string::npos );
+}
+
+TEST_F( ClusterCommandsTest, RefusesPlacesAndProtectionThatMakeNoSense )
+{
+    for ( const char* const place : { "", "host", ":1", "host:", "host:65536", "a b:1", "::1:1", "host:1x" } )
+    {
+        EXPECT_EQ( Run( { "ping", place } ), 2 ) << place;
+        EXPECT_EQ( Run( { "control", "--listen", place } ), 2 ) << place;
+    }
+    EXPECT_NE( itsError.str().find( "\"host:1x\" (expected HOST:PORT" ), std::string::npos );
+    EXPECT_EQ( Run( { "control", "--listen", "0.0.0.0:0", "--no-tls", "--cipher", "none" } ), 2 );
+    EXPECT_EQ( Run( { "control", "--tls", "--no-tls" } ), 2 );
+    EXPECT_EQ( Run( { "ping", "127.0.0.1:1", "--keys", Name( "none" ) } ), 1 );
+    EXPECT_NE( itsError.str().find( "none" ), std::string::npos ) << itsError.str();
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Program/Command.h"
+#include "Program/ProtectionOptions.h"
+
+#include <string>
+#include <vector>
+
+class XRPCBridge;
+
+/// `korvale ping`: measures how fast a service answers.
+class PingCommand : public Command
+{
+public:
+    const char* GetName() const override { return "ping"; }
+    const char* GetSummary() const override { return "Measures the round trips to a control service."; }
+    void Declare( const CommandOptions& inOptions ) override;
+    CommandFiles GetFiles() const override { return {}; }
+    int Run( Session& ioSession ) override;
+
+private:
+    std::string itsPlace;
+    bool itsIsPlain = false;
+    std::uint32_t itsCount = 10;
+    ProtectionOptions itsProtection;
+
+    std::vector<double> MeasureCalls( XRPCBridge& ioBridge ) const;
+};

@@ -1,0 +1,359 @@
+#include "RemoteCalls/XRPCBridgeBase.h"
+
+#include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/XException.h"
+#include "Network/XEncryptedNetStream.h"
+#include "RemoteCalls/Internal/XRPCFlusher.h"
+#include "Threads/XThread.h"
+#include "Time/WClock.h"
+
+#include <utility>
+
+// How a bridge sends calls: one at a time, each under the sender mutex from its beginning to its end, again where it may be
+// repeated. Aborts are here for both directions.
+
+namespace
+{
+
+/// A peer that fails each time at the same call would have it repeated for ever.
+constexpr unsigned kMostRepeats = 4;
+
+bool IsLostConnection( const XException& inError )
+{
+    const std::uint32_t number = inError.GetErrorNumber();
+    return number == kErrorDisconnected || number == kErrorConnectionTimedOut;
+}
+
+} // namespace
+
+void XRPCBridgeBase::MakeCall(
+    std::uint32_t inCode, bool inWaits, XRPCRepeat inRepeat, XRPCOutgoingCallBase& ioCall )
+{
+    const XMakeRPCCall call( *this, inCode, inWaits );
+    std::uint32_t status = 0;
+    for ( unsigned repeats = 0;; ++repeats )
+    {
+        try
+        {
+            status = SendCall( inCode, inWaits, ioCall );
+            break;
+        }
+        catch ( const XException& error )
+        {
+            HandleRPCCallError( error, inRepeat == XRPCRepeat::kMayRepeat && repeats < kMostRepeats );
+        }
+        catch ( ... )
+        {
+            HandleRPCCallUnknownError();
+            throw;
+        }
+    }
+    if ( status != 0 )
+        XThrow( status );
+}
+
+/// Returns the status of the return.
+std::uint32_t XRPCBridgeBase::SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall )
+{
+    ioCall.WriteArguments( PrepareSenderParameterBuffer( inCode ) );
+    FlushSenderParameterBuffer();
+    const std::uint32_t status = PrepareSenderReturnBuffer( inWaits );
+    if ( status != 0 || !inWaits )
+        return status;
+    return ioCall.ReadResult( *itsSenderStream ) ? 0 : std::uint32_t( kErrorWrongStorable );
+}
+
+void XRPCBridgeBase::BeginRPCCall( std::uint32_t inCode, bool inWaitForReturn )
+{
+    CheckSender();
+    itsSenderMutex.Lock( kNoTimeout, true );
+    try
+    {
+        NoteCall( inCode, inWaitForReturn );
+    }
+    catch ( ... )
+    {
+        itsSenderMutex.Unlock();
+        throw;
+    }
+    try
+    {
+        EnsureSender();
+        CountSentCall();
+    }
+    catch ( ... )
+    {
+        EndRPCCall();
+        throw;
+    }
+}
+
+void XRPCBridgeBase::EndRPCCall()
+{
+    if ( !itsSenderMutex.IsLockedByCurrentThread() )
+        return; // released early
+    ForgetCall();
+    itsSenderMutex.Unlock();
+}
+
+void XRPCBridgeBase::ReleaseSenderEarly( std::uint32_t inCode )
+{
+    if ( !itsSenderMutex.IsLockedByCurrentThread() )
+        return;
+    const XThreadLock lock( itsMutex );
+    if ( itsCallCode == inCode )
+        EndRPCCall();
+}
+
+/// Fails when the call has been aborted before.
+void XRPCBridgeBase::NoteCall( std::uint32_t inCode, bool inWaitForReturn )
+{
+    const XThreadLock lock( itsMutex );
+    XAssert( itsCallCode == kNoCall ); // arguments and hooks make no calls of their own
+    if ( std::exchange( itsSenderAbortCode, std::uint32_t( kNoCall ) ) == inCode )
+        XThrow( kErrorCallAborted );
+    itsCallCode = inCode;
+    itsWaitsForReturn = inWaitForReturn;
+}
+
+/// An abort that has come too late for the call does not meet the next one, for which the connection is made again.
+void XRPCBridgeBase::ForgetCall()
+{
+    const XThreadLock lock( itsMutex );
+    if ( itsSenderIsDropped )
+    {
+        itsSenderAbortCode = kNoCall;
+        itsSenderIsAvailable = false;
+    }
+    itsCallCode = kNoCall;
+    itsWaitsForReturn = true;
+}
+
+/// What can be told without waiting for calls of other threads.
+void XRPCBridgeBase::CheckSender() const
+{
+    if ( itsSenderIsAvailable || itsSenderMutex.GetOwner() != 0 )
+        return;
+    if ( IsServer() )
+        XThrow( kErrorSenderUnavailable );
+    if ( !MayReconnect() )
+        XThrow( kErrorDisconnected );
+}
+
+/// Under the sender mutex. A client that may connect again does so.
+void XRPCBridgeBase::EnsureSender()
+{
+    if ( itsSenderIsAvailable )
+        return;
+    if ( IsServer() )
+        XThrow( kErrorSenderUnavailable );
+    if ( !MayReconnect() )
+        XThrow( kErrorDisconnected );
+    ReconnectOrFail();
+    if ( IsSenderCallAborted() )
+        FailAborted();
+}
+
+bool XRPCBridgeBase::MayReconnect() const
+{
+    const XThreadLock lock( itsMutex );
+    return ( CanAutoReconnect() || itsSenderIsDropped ) && HasLostConnection();
+}
+
+/// With the number that the call ends with.
+void XRPCBridgeBase::ReconnectOrFail()
+{
+    try
+    {
+        ReconnectSender();
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( const XException& )
+    {
+        const bool isAborted = IsSenderCallAborted();
+        const XThreadLock lock( itsMutex );
+        itsSenderIsDropped = false;
+        itsSenderAbortCode = kNoCall;
+        XThrow( isAborted ? kErrorCallAborted : kErrorDisconnected );
+    }
+}
+
+XStream& XRPCBridgeBase::PrepareSenderParameterBuffer( std::uint32_t inCode )
+{
+    if ( !itsSenderStream )
+        XThrow( kErrorDisconnected );
+    itsSenderStream->Write32( itsWaitsForReturn ? inCode : inCode | kAsynchronousCall );
+    return *itsSenderStream;
+}
+
+void XRPCBridgeBase::FlushSenderParameterBuffer()
+{
+    if ( !DeferFlush() )
+        FlushSender();
+}
+
+/// Calls without a return that follow each other closely are sent together. The first is sent at once, so that one by itself
+/// is not late. TEA has no buffer to leave them in.
+bool XRPCBridgeBase::DeferFlush()
+{
+    if ( itsWaitsForReturn || itsSenderStream->GetAlgorithm() == XEncryptedNetStream::kAlgorithmTEA ||
+         WClock::GetMicroSeconds() - itsLastFlushUS >= XRPCFlusher::kDelayUS )
+        return false;
+    if ( itsHasDeferred.exchange( true ) ) // before the flusher is armed, which may look at once
+        return true;
+    try
+    {
+        if ( !itsFlusher )
+            itsFlusher = std::make_unique<XRPCFlusher>( [this] { return FlushDeferred(); } );
+        itsFlusher->Arm();
+    }
+    catch ( const XException& )
+    {
+        return false; // there is no thread to be had
+    }
+    return true;
+}
+
+/// After a failure the next call tries by itself, and meets it.
+void XRPCBridgeBase::FlushSender()
+{
+    itsHasDeferred = false;
+    itsLastFlushUS = 0;
+    itsSenderStream->Flush();
+    if ( !itsWaitsForReturn )
+        itsLastFlushUS = WClock::GetMicroSeconds();
+}
+
+/// On the flusher's thread. False while another thread has the sender, unless that has sent everything.
+bool XRPCBridgeBase::FlushDeferred()
+{
+    if ( !itsHasDeferred )
+        return true;
+    if ( !itsSenderMutex.TryLock() )
+        return false;
+    const XThreadLock lock( itsSenderMutex ); // whatever is thrown
+    itsSenderMutex.Unlock();
+    if ( !itsHasDeferred.exchange( false ) || !itsSenderStream )
+        return true;
+    itsLastFlushUS = 0;
+    try
+    {
+        itsSenderStream->Flush();
+        itsLastFlushUS = WClock::GetMicroSeconds();
+    }
+    catch ( const XStopThreadException& )
+    {
+        throw;
+    }
+    catch ( ... ) // the next call meets it
+    {
+    }
+    return true;
+}
+
+void XRPCBridgeBase::StopFlusher()
+{
+    itsFlusher.reset();
+}
+
+std::uint32_t XRPCBridgeBase::PrepareSenderReturnBuffer( bool inWaitForReturn )
+{
+    if ( !inWaitForReturn )
+        return 0;
+    itsSenderStream->SetReadLimit( itsMostCallBytes );
+    return itsSenderStream->Read32();
+}
+
+void XRPCBridgeBase::HandleRPCCallError( const XException& inError, bool inMayRepeat )
+{
+    DropSender(); // what is left of this call must not be taken for the next one's
+    const bool wasAvailable = LoseSender();
+    if ( dynamic_cast<const XStopThreadException*>( &inError ) )
+    {
+        NotifySenderDisconnected();
+        throw;
+    }
+    if ( HandleRPCCallErrorSelf( inError ) )
+        throw;
+    if ( IsClient() && wasAvailable && MayReconnect() )
+    {
+        const bool wasAborted = IsSenderCallAborted();
+        ReconnectOrFail();
+        if ( wasAborted || IsSenderCallAborted() )
+            FailAborted();
+        if ( !IsLostConnection( inError ) )
+            throw;
+        if ( !inMayRepeat )
+            XThrow( kErrorDisconnected );
+        return;
+    }
+    NotifySenderDisconnected();
+    if ( IsSenderCallAborted() )
+        FailAborted();
+    throw;
+}
+
+void XRPCBridgeBase::FailAborted()
+{
+    const XThreadLock lock( itsMutex );
+    itsSenderAbortCode = kNoCall;
+    XThrow( kErrorCallAborted );
+}
+
+void XRPCBridgeBase::HandleRPCCallUnknownError()
+{
+    DropSender();
+    LoseSender();
+    const XThreadLock lock( itsMutex );
+    NotifySenderDisconnected();
+}
+
+void XRPCBridgeBase::NotifySenderDisconnected()
+{
+    XSwallowErrors( [this] { SenderDisconnectedSelf(); } );
+}
+
+// ---- Aborts
+
+void XRPCBridgeBase::AbortSenderRPCCall( std::uint32_t inCode )
+{
+    const XThreadLock lock( itsMutex );
+    itsSenderAbortCode = inCode;
+    if ( itsCallCode != inCode || inCode == kNoCall )
+        return;
+    itsSenderIsDropped = true;
+    itsStateChanged.Broadcast();
+    DropSender();
+}
+
+void XRPCBridgeBase::AbortReceiverRPCCall( std::uint32_t inCode )
+{
+    itsReceiverAbortCode = inCode;
+}
+
+/// An abort that has begun to end a call is not taken back.
+void XRPCBridgeBase::ResetSenderAbortRPCCall()
+{
+    const XThreadLock lock( itsMutex );
+    if ( !itsSenderIsDropped )
+        itsSenderAbortCode = kNoCall;
+}
+
+void XRPCBridgeBase::ResetReceiverAbortRPCCall()
+{
+    itsReceiverAbortCode = kNoCall;
+}
+
+bool XRPCBridgeBase::IsSenderCallAborted() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsCallCode != kNoCall && itsSenderAbortCode == itsCallCode;
+}
+
+bool XRPCBridgeBase::TakeReceiverAbort( std::uint32_t inCode )
+{
+    return itsReceiverAbortCode.compare_exchange_strong( inCode, kNoCall );
+}
