@@ -139,6 +139,22 @@ TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
     EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
 }
 
+TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
+{
+    TestManager manager;
+    const TestFolder folder;
+    auto handle = Present( MakeFile( folder ), Block::kPrivate );
+    {
+        const XLock outer( handle, kLockForRead );
+        const void* view = handle.GetData();
+        handle.CopyDataFrom( "inner", 5 );
+        EXPECT_EQ( 0, std::memcmp( view, "hello", 5 ) );
+        EXPECT_GT( manager.GetBytesInUse(), kSize ); // both
+    }
+    EXPECT_LT( manager.GetBytesInUse(), kSize );
+    EXPECT_EQ( "inner", TextOf( handle ) );
+}
+
 // What is shared, copied or resized in any state of the locks remains a range of the file.
 TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
 {
@@ -304,6 +320,10 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     EXPECT_ERROR( 1020, const XLock lock( handle, kLockForRead ) );
     EXPECT_EQ( 0, block.GetLockCount() );
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
+    manager.refusedViews = 1;
+    handle.Resize( kSize + 1 ); // from the temporary file
+    EXPECT_EQ( 4u, manager.GetFreeCount() );
+    handle.Resize( kSize );
     EXPECT_TRUE( Holds( handle, 3 ) );
 
     XMappedFileMemoryHandle fresh( kSize );

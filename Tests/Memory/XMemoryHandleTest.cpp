@@ -201,6 +201,22 @@ TEST( XMemoryHandle, WithoutABlock )
     EXPECT_EQ( "xxx", TextOf( handle ) );
 }
 
+TEST( XMemoryHandle, CountsLocksOfABlock )
+{
+    struct Block : XMallocMemoryBlock
+    {
+        using XLockable::Unlock;
+        using XMallocMemoryBlock::XMallocMemoryBlock;
+    } block( 1 );
+    {
+        const XLock first( block, kLockForRead ), second( block, kLockForRead );
+        EXPECT_EQ( 2, block.GetLockCount() );
+    }
+    EXPECT_ERROR( 1006, block.Unlock( kLockForRead ) );
+    EXPECT_EQ( 0, block.GetLockCount() );
+    EXPECT_ERROR( 1023, block.Purge() );
+}
+
 TEST( XAlignedMemoryHandle, KeepsItsAlignment )
 {
     XAlignedMemoryHandle handle( 10, 4096 );
