@@ -45,6 +45,7 @@
 #include "Core/Streams/XClassRegistry.h"
 #include "Core/Streams/XFileStream.h"
 #include "Core/Streams/XMemStream.h"
+#include "Core/Streams/XStorableT.h"
 #include "Core/Streams/XStreamFields.h"
 #include "Core/Streams/XStreamObserver.h"
 #include "Core/Streams/XStreamVectors.h"
@@ -82,7 +83,9 @@
 #include "Threads/XThreadYield.h"
 #include "Threads/XWaitResult.h"
 
-// The session log
+// Session log, application and computer information
+#include "Services/XAppAndComputerInfo.h"
+#include "Services/XAppVersion.h"
 #include "Services/XSessionLogEntry.h"
 #include "Services/XSessionLogManager.h"
 
@@ -199,6 +202,21 @@
 #include "RemoteCalls/XRPCSlot.h"
 #include "RemoteCalls/XRPCTypes.h"
 #include "RemoteCalls/XRemoteMethod.h"
+
+// Network jobs
+#include "NetJobs/XAssignedJobInfo.h"
+#include "NetJobs/XConnectionInfo.h"
+#include "NetJobs/XJobAttachmentInfo.h"
+#include "NetJobs/XJobProgressInfo.h"
+#include "NetJobs/XLogonInfo.h"
+#include "NetJobs/XLogonResult.h"
+#include "NetJobs/XNetJob.h"
+#include "NetJobs/XNetJobCompletedMessage.h"
+#include "NetJobs/XNetJobQueue.h"
+#include "NetJobs/XNetJobQueueNode.h"
+#include "NetJobs/XNetJobQueuePositionChangedMessage.h"
+#include "NetJobs/XNetJobResult.h"
+#include "NetJobs/XNetJobSharedData.h"
 
 // Initialisation of a process
 #include "Startup/WInitApp.h"

@@ -57,7 +57,7 @@ void WDeflateUnpacker::Finish( std::uint64_t inUnused )
         left -= count;
     }
     if ( !itsHasEnded )
-        Refuse( "deflate goes on beyond the strip or tile" );
+        Refuse( "deflate data exceed the strip or tile" );
 }
 
 /// Returns fewer bytes than requested at the end of the stream or of the packed bytes.

@@ -8,6 +8,10 @@
 #include <limits>
 #include <string_view>
 
+// The kind of a file is decided by its first bytes, not by its name. Sizes that a file claims are checked
+// against its length before memory is taken for them: a damaged or malicious file must not make the program
+// allocate more than its contents can fill at the best compression.
+
 using namespace std::string_view_literals;
 
 namespace
@@ -58,7 +62,7 @@ void WImagePage::Allocate( std::uint64_t inMostBytes, const Allocator& inAllocat
         throw WImageError( "a page of " + size + " is too large" );
     // Divided, as the product of the claims might overflow.
     if ( pixels > inMostBytes / GetSampleSize() / channels )
-        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+        throw WImageError( "a page of " + size + " is impossible in a file of this size" );
     samples = inAllocator( GetByteCount() );
 }
 
@@ -117,7 +121,7 @@ void WImageFile::CheckPNGSize(
     const auto rowBytes = ( std::uint64_t{ inWidth } * inBitsPerPixel + 7 ) / 8;
     const auto mostBytes = std::min( inFileSize, UINT64_MAX / kLargestRatio ) * kLargestRatio;
     if ( rowBytes != 0 && inHeight > mostBytes / rowBytes )
-        throw WImageError( "it claims a page of " + size + ", more than its bytes can hold" );
+        throw WImageError( "a page of " + size + " is impossible in a file of this size" );
     if ( inWidth > kMostRowBytes / kLargestPixel )
         throw WImageError(
             "a page of " + size + " has too long rows (at most " +

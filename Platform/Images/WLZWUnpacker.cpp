@@ -139,10 +139,10 @@ void WLZWUnpacker::Fill( Bits& ioBits )
 void WLZWUnpacker::AddText( std::uint32_t inCode )
 {
     if ( itsNextCode == kNotCleared ) // As in files of before 1992, whose bits lie the other way round.
-        Refuse( "LZW does not begin with a clear" );
+        Refuse( "LZW data do not begin with a clear code" );
     const auto most = itsPrevious == kNoCode ? kLiterals - 1 : itsNextCode;
     if ( inCode > most )
-        Refuse( "LZW code " + std::to_string( inCode ) + " has no text yet" );
+        Refuse( "LZW code " + std::to_string( inCode ) + " is not defined yet" );
     // The first code after a clear adds nothing, and a full table stays as it is until it is cleared.
     if ( itsPrevious == kNoCode || itsNextCode == kMostCodes )
         return;

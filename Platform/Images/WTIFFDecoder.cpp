@@ -28,6 +28,6 @@ std::string WTIFFDecoder::GetCompressionName( std::uint64_t inCompression )
     case 50001:
         return "WebP";
     default:
-        return "a form that is unknown (" + std::to_string( inCompression ) + ")";
+        return "an unknown method (" + std::to_string( inCompression ) + ")";
     }
 }

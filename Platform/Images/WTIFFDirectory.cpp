@@ -74,6 +74,7 @@ WTIFFDirectory::WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader
 
     const auto count =
         ::GetNumber( ReadBytes( itsFile, itsOffset, countSize ), 0, countSize, itsHeader.isSwapped );
+    // Otherwise a damaged count would make the product below overflow.
     if ( count > kMostEntries )
         throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
 
@@ -95,6 +96,7 @@ void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart
 
     const auto size = GetTypeSize( entry.type );
     const auto valueStart = inStart + 4 + wordSize;
+    // The values themselves are in the entry if they fit, padded at the end in either byte order.
     if ( size != 0 && entry.count <= wordSize / size )
         entry.bytes = inBytes.substr( valueStart, wordSize );
     else

@@ -77,7 +77,7 @@ std::uint64_t GetCommonNumber( const Tags& inTags, Tags::Tag inTag, std::uint64_
     if ( numbers.empty() )
         return inDefault;
     if ( std::ranges::any_of( numbers, [&]( auto inNumber ) { return inNumber != numbers.front(); } ) )
-        throw WImageError( "the samples of its pixels differ in type" );
+        throw WImageError( "its channels differ in sample type" );
     return numbers.front();
 }
 
@@ -115,24 +115,22 @@ void CheckColours( const Tags& inTags, const WImageFormat& inForm )
         return;
     case kYCbCr:
         if ( GetCompression( inTags ) != kJPEG )
-            throw WImageError(
-                "its colours are stored as brightness and differences, which only JPEG may do" );
+            throw WImageError( "its colours are YCbCr (supported only with JPEG compression)" );
         if ( inTags.HasSeparatePlanes() )
-            throw WImageError(
-                "its colours are stored as brightness and differences in planes of their own" );
+            throw WImageError( "its colours are YCbCr in separate planes (expected interleaved samples)" );
         return;
     case kWhiteIsZero:
         if ( inForm.channels > 1 || inForm.type == WImageFormat::kFloat32 )
-            throw WImageError( "white is 0, which only 8- or 16-bit samples alone in their pixel may have" );
+            throw WImageError( "white is 0 (supported only for one 8- or 16-bit sample per pixel)" );
         return;
     case kPalette:
         if ( inForm.channels > 1 || inForm.type != WImageFormat::kUInt8 )
-            throw WImageError( "its samples are places in a palette (only those of 8 bits can be read)" );
+            throw WImageError( "unsupported palette (expected one 8-bit index per pixel)" );
         return;
     default:
         throw WImageError(
-            "its samples are neither grey, RGB nor places in a palette (photometric interpretation " +
-            std::to_string( photometric ) + ")" );
+            "unsupported photometric interpretation " + std::to_string( photometric ) +
+            " (expected grey, RGB, YCbCr or palette)" );
     }
 }
 
@@ -236,9 +234,9 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
             throw WImageError( "its page directory is cyclic" );
     }
     if ( itsPages.empty() && itsSkippedCount > 0 )
-        throw WImageError( "it holds only pages of reduced resolution or masks" );
+        throw WImageError( "it has only masks and pages of reduced resolution" );
     if ( itsPages.empty() )
-        throw WImageError( "it holds no pages" );
+        throw WImageError( "it has no pages" );
 }
 
 WImageFile::Layout WTIFFFile::GetLayout() const

@@ -60,11 +60,11 @@ void CheckKind( std::uint64_t inKind, std::uint64_t inCompression, WImageFormat:
 {
     const auto name = "predictor " + std::to_string( inKind );
     if ( inCompression == WTIFFUnpacker::kPackBits )
-        throw WImageError( "its samples have " + name + ", which is not for PackBits" );
+        throw WImageError( name + " is not allowed with PackBits compression" );
     if ( inKind != 2 && inKind != 3 )
-        throw WImageError( "its samples have " + name + " (expected 1, 2 or 3)" );
+        throw WImageError( "unknown " + name + " (expected 1, 2 or 3)" );
     if ( inKind == 3 && inType != WImageFormat::kFloat32 )
-        throw WImageError( "its samples have " + name + ", which is for float samples" );
+        throw WImageError( name + " requires float samples" );
 }
 } // namespace
 

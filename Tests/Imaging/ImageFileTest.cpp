@@ -221,8 +221,10 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
             TextOfError( [&] { ReadBlocks( path, lzw ); } ),
             "its compressed samples are damaged: " + inReason );
     };
-    refuse( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ), "LZW code 300 has no text yet" );
-    refuse( FromHex( Exchange( kLZW8, "800000202018", "001000202018" ) ), "LZW does not begin with a clear" );
+    refuse( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ), "LZW code 300 is not defined yet" );
+    refuse(
+        FromHex( Exchange( kLZW8, "800000202018", "001000202018" ) ),
+        "LZW data do not begin with a clear code" );
     HandmadeTIFF tiff( false );
     const auto strip = tiff.Append( 0, 2 );
     EXPECT_EQ(
@@ -234,7 +236,7 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
               { 273, 4, 1, strip },
               { 279, 4, 1, 2 },
               { 317, 3, 1, 2 } } ) ),
-        "its samples have predictor 2, which is not for PackBits" );
+        "predictor 2 is not allowed with PackBits compression" );
 }
 
 TEST_F( ImageFile, ExchangesPlacesInPalettesForColours )
@@ -288,7 +290,7 @@ TEST_F( ImageFile, LeavesOutThumbnailsAndMasks )
     EXPECT_EQ( file->GetSkippedCount(), 3u );
     for ( const std::uint32_t page : { 0, 1, 2 } )
         EXPECT_EQ( file->ReadPage( page ).GetSamples<std::uint8_t>()[0], page * 2 + 1 );
-    EXPECT_EQ( GetFailure( write( { { 254, 1 } } ) ), "it holds only pages of reduced resolution or masks" );
+    EXPECT_EQ( GetFailure( write( { { 254, 1 } } ) ), "it has only masks and pages of reduced resolution" );
 }
 
 TEST_F( ImageFile, ReadsTheResolutionOfPNG )
@@ -318,7 +320,7 @@ TEST_F( ImageFile, RefusesEveryTruncation )
 TEST_F( ImageFile, SaysWhatIsWrong )
 {
     EXPECT_EQ( GetFailure( "" ), "it is neither a TIFF nor a PNG file" );
-    EXPECT_EQ( GetFailure( std::string( "II*\0\0\0\0\0", 8 ) ), "it holds no pages" );
+    EXPECT_EQ( GetFailure( std::string( "II*\0\0\0\0\0", 8 ) ), "it has no pages" );
 
     // Its directory names itself as the next one.
     HandmadeTIFF circle( false );
@@ -328,8 +330,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
 
     HandmadeTIFF huge( true );
     bytes = huge.Finish( { { 256, 4, 1, 60000 }, { 257, 4, 1, 60000 }, { 258, 3, 1, 8 }, { 273, 4, 1, 8 } } );
-    EXPECT_EQ(
-        GetFailure( bytes ), "it claims a page of 60000 x 60000 pixels, more than its bytes can hold" );
+    EXPECT_EQ( GetFailure( bytes ), "a page of 60000 x 60000 pixels is impossible in a file of this size" );
 
     HandmadeTIFF lab( false ), tiles( false );
     const HandmadeTIFF::Entries one{ { 256, 3, 1, 1 }, { 257, 3, 1, 1 }, { 258, 3, 1, 8 }, { 273, 4, 1, 0 } };
@@ -337,7 +338,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     entries.push_back( { 262, 3, 1, 8 } );
     EXPECT_EQ(
         GetFailure( lab.Finish( entries ) ),
-        "its samples are neither grey, RGB nor places in a palette (photometric interpretation 8)" );
+        "unsupported photometric interpretation 8 (expected grey, RGB, YCbCr or palette)" );
     entries = one;
     entries.insert( entries.end(), { { 322, 4, 1, 1u << 31 }, { 323, 4, 1, 1u << 31 }, { 324, 4, 1, 0 } } );
     EXPECT_EQ(
@@ -360,7 +361,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     entries.insert( entries.end(), planes.begin(), planes.end() );
     EXPECT_EQ(
         GetFailure( HandmadeTIFF( false ).Finish( entries ) ),
-        "its colours are stored as brightness and differences in planes of their own" );
+        "its colours are YCbCr in separate planes (expected interleaved samples)" );
     EXPECT_EQ( getFailureWith( { 284, 3, 1, 3 } ), "its planar configuration is 3 (expected 1 or 2)" );
     EXPECT_EQ( getFailureWith( { 32997, 4, 1, 1 } ), "" );
     for ( const auto& entry : HandmadeTIFF::Entries{ { 32997, 4, 1, 6 }, { 33629, 5, 6, 8 } } )
@@ -397,7 +398,7 @@ TEST_F( ImageFile, RefusesPNGOfTooManyPixels )
 {
     EXPECT_EQ(
         GetFailure( FromHex( kWidePNG ) ),
-        "it claims a page of 200000 x 1 pixels, more than its bytes can hold" );
+        "a page of 200000 x 1 pixels is impossible in a file of this size" );
     EXPECT_EQ(
         GetFailure( FromHex( kWidestPNG ) + std::string( 2000, '\0' ) ),
         "a page of 8388609 x 1 pixels has too long rows (at most 8388608 pixels)" );

@@ -52,12 +52,12 @@ TEST( XImagePlanes, OfImageJAreTimesOnly )
     EXPECT_EQ( GetRefusal( "ImageJ=1.53t\nunit=micron\nmin=3.0\n", 1 ), "" );
     EXPECT_EQ(
         GetRefusal( "ImageJ=1.53t\nimages=5\nslices=5\n", 5 ),
-        "its description declares 5 slices, which cannot be told apart yet" );
+        "its description declares 5 slices: only stacks of time points are supported" );
     const std::string hyperstack = "ImageJ=1.53t\r\nimages=24\r\nchannels=2\r\nslices=3\r\nframes=4";
     EXPECT_EQ(
         GetRefusal( hyperstack, 24 ),
-        "its description declares 2 channels, 3 slices and 4 time points, which "
-        "cannot be told apart yet" );
+        "its description declares 2 channels, 3 slices and 4 time points: "
+        "only stacks of time points are supported" );
     EXPECT_EQ( GetRefusal( hyperstack, 24, 1, true ), "" );
     EXPECT_EQ(
         GetRefusal( "ImageJ=1.53t\nimages=5\n", 4 ),
@@ -68,7 +68,7 @@ TEST( XImagePlanes, OfImageJAreTimesOnly )
     for ( const auto areTimes : { false, true } )
         EXPECT_EQ(
             GetRefusal( stack, 1, 1, areTimes, 5 ),
-            "its description declares 5 time points behind one another in one page: only the first could be read" );
+            "its description declares 5 time points in one page: only the first could be read" );
     EXPECT_EQ(
         GetRefusal( stack, 1, 1, false, 4 ), "its description declares 5 time points, but it has 1 page" );
     EXPECT_EQ( GetRefusal( stack, 1, 1, true, 4 ), "" );
@@ -92,10 +92,10 @@ TEST( XImagePlanes, OfArraysAreTimesOnly )
     EXPECT_NE( GetRefusal( truncated, 1, 1, true, 5 ), "" );
     EXPECT_EQ(
         GetRefusal( "{\"axes\": \"TCYX\", \"shape\": [3, 2, 40, 30]}", 6 ),
-        "its description declares 2 channels and 3 time points, which cannot be told apart yet" );
+        "its description declares 2 channels and 3 time points: only stacks of time points are supported" );
     EXPECT_EQ(
         GetRefusal( "{\"shape\": [3, 2, 40, 30]}", 6 ),
-        "its description declares 6 planes in 2 dimensions, which cannot be told apart yet" );
+        "its description declares 6 planes in 2 dimensions: only stacks of time points are supported" );
     EXPECT_EQ( GetRefusal( "{\"shape\": [3, 2, 40, 30]}", 6, 1, true ), "" );
 }
 
@@ -111,20 +111,21 @@ TEST( XImagePlanes, OfOMEAreTimesOnly )
     EXPECT_EQ( GetRefusal( "<OME><Pixels SizeC='2", 1 ), "" );
 
     const auto twoChannels = MakeOME( MakePixels( "BigEndian='true' SizeC='2'\nSizeT='1'" ) );
-    const std::string refusal = "its description declares 2 channels, which cannot be told apart yet";
+    const std::string refusal =
+        "its description declares 2 channels: only stacks of time points are supported";
     EXPECT_EQ( GetRefusal( twoChannels, 2 ), refusal );
     EXPECT_EQ( GetRefusal( twoChannels, 1, 3 ), refusal );
     EXPECT_EQ( GetRefusal( twoChannels, 2, 1, true ), "" );
     EXPECT_EQ(
         GetRefusal( "<ome:OME><ome:Pixels SizeZ='4294967297' SizeC='6'/></ome:OME>", 3, 3 ),
-        "its description declares 2 channels and 1048576 slices, which cannot be told apart yet" );
+        "its description declares 2 channels and 1048576 slices: only stacks of time points are supported" );
     EXPECT_EQ(
         GetRefusal( MakeOME( MakePixels( "SizeT='1'" ) + MakePixels( "SizeT='2'" ) ), 3 ),
-        "its description declares 2 images, which cannot be told apart yet" );
+        "its description declares 2 images: only stacks of time points are supported" );
     EXPECT_EQ(
         GetRefusal( MakeOME( MakePixels( "SizeT='7'" ) ), 1 ),
         "its description declares 7 time points, but it has 1 page" );
     EXPECT_EQ(
         GetRefusal( MakeOME( "<BinaryOnly MetadataFile='a.companion.ome'/>" ), 3 ),
-        "another file declares what its pages are" );
+        "another file describes its pages" );
 }

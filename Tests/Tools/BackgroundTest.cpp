@@ -178,8 +178,8 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
     EXPECT_STARTS(
         itsError.str(),
         "korvale: " + stack +
-            ": page 1: it has no background in common with page 0: 3 x 1 pixels of 1 8-bit sample, not "
-            "61 x 40 pixels of 2 8-bit samples\nkorvale: " +
+            ": page 1: size or type differs from page 0: cannot subtract a common background "
+            "(3 x 1 pixels of 1 8-bit sample, not 61 x 40 pixels of 2 8-bit samples)\nkorvale: " +
             stack + ": page 3: " );
     ExpectSaved( "b.tif", background );
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",stack.tif,2," );
@@ -198,7 +198,7 @@ TEST_F( Background, NeedsMemory )
         std::vector<std::string> arguments{ large, small, "--memory", "9K" };
         arguments.insert( arguments.end(), background.begin(), background.end() );
         EXPECT_EQ( Measure( arguments ), 1 );
-        EXPECT_EQ( itsError.str(), failure + "9.5 KiB do not fit into the 9 KiB that may be used\n" );
+        EXPECT_EQ( itsError.str(), failure + "9.5 KiB do not fit into the memory budget of 9 KiB\n" );
         EXPECT_LACKS( itsFolder.Read( "out.csv" ), "large.tif" );
     }
 
@@ -210,8 +210,8 @@ TEST_F( Background, NeedsMemory )
     manager.SetTemporaryFolder( folder );
     EXPECT_CONTAINS( itsError.str(), "page 0: not measured: the background is incomplete\n" );
     for ( const char* part :
-          { ": pages 1 to 7: there was not enough memory (1012); memory cannot be purged to ", "missing: ",
-            ": 9.5 KiB do not fit into the 26 KiB that may be used, beside what has to stay in it\n" } )
+          { ": pages 1 to 7: there was not enough memory (1012); memory cannot be purged to ",
+            "missing: ", ": 9.5 KiB do not fit into the memory budget of 26 KiB; the rest is pinned\n" } )
         EXPECT_CONTAINS( itsError.str(), part );
 }
 

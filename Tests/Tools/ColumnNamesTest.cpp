@@ -30,22 +30,22 @@ TEST( ColumnNames, AreThoseDisplayedOrShort )
 TEST( ColumnNames, AreRefusedWithTheNearest )
 {
     const auto table = MakeTestTable();
-    EXPECT_EQ( GetRefusal( table, "Mean" ), "\"Mean\" may be \"Mean (C1)\", #6 or \"Mean (C2)\", #7" );
-    EXPECT_EQ( GetRefusal( table, "twin" ), "\"twin\" may be \"twin\", #9 or \"twin\", #10" );
     EXPECT_EQ(
-        GetRefusal( table, "Aera" ), "there is no column \"Aera\"; the nearest is \"Area (\u00B5m\u00B2)\"" );
+        GetRefusal( table, "Mean" ), "ambiguous column \"Mean\": \"Mean (C1)\" (#6) or \"Mean (C2)\" (#7)" );
+    EXPECT_EQ( GetRefusal( table, "twin" ), "ambiguous column \"twin\": \"twin\" (#9) or \"twin\" (#10)" );
     EXPECT_EQ(
-        GetRefusal( table, "mean c3" ), "there is no column \"mean c3\"; the nearest is \"Mean (C1)\"" );
+        GetRefusal( table, "Aera" ), "unknown column \"Aera\" (did you mean \"Area (\u00B5m\u00B2)\"?)" );
+    EXPECT_EQ( GetRefusal( table, "mean c3" ), "unknown column \"mean c3\" (did you mean \"Mean (C1)\"?)" );
     for ( const auto& name : { "", "#0", "#14", "#-1", "#1x", "#99999999999" } )
-        EXPECT_STARTS( GetRefusal( table, name ), "there is no column" ) << name;
+        EXPECT_STARTS( GetRefusal( table, name ), "unknown column" ) << name;
     XPivotTable objects;
     AddTestColumn<XPivotUInt32Column>( objects, XPivotColumnDescriptor( kPivotPixelCount, "", "", "" ), {} );
     for ( const auto* name : { "area", "Area (\u00B5m\u00B2)" } )
         EXPECT_EQ(
             GetRefusal( objects, name ),
-            "there is no column \"" + std::string( name ) +
-                "\": no image told the size of its pixels (korvale measure takes it with --pixel-size)" );
-    EXPECT_EQ( GetRefusal( XPivotTable(), "ID" ), "there is no column \"ID\": the table has no columns" );
+            "unknown column \"" + std::string( name ) +
+                "\": the images have no pixel size (korvale measure --pixel-size sets it)" );
+    EXPECT_EQ( GetRefusal( XPivotTable(), "ID" ), "unknown column \"ID\": the table has no columns" );
 }
 
 TEST( ColumnNames, ShadowedByCaseAreFoundAsTheyStand )

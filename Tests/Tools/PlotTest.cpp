@@ -115,7 +115,7 @@ TEST_F( Plot, WritesTheSameFileEveryTime )
         ASSERT_EQ( Run( arguments ), 0 ) << itsError.str();
         EXPECT_EQ(
             itsError.str(),
-            "korvale: 1 of 41 rows are left out: they have no finite number in \"Area (\xC2\xB5m\xC2\xB2)\"\n" );
+            "korvale: 1 of 41 rows left out: no finite number in \"Area (\xC2\xB5m\xC2\xB2)\"\n" );
         const auto bytes = itsFolder.Read( file );
         ASSERT_EQ( Run( arguments ), 0 );
         EXPECT_EQ( itsFolder.Read( file ), bytes );

@@ -184,7 +184,7 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
         return itsFolder.Read( "p" );
     };
     measure( { "1/a/x/i.png", "1/a/x/i.png", "1/b/x/j.png" } );
-    EXPECT_STARTS( itsError.str(), "korvale: " + Name( "1/a/x/i.png" ) + " is given more than once, " );
+    EXPECT_STARTS( itsError.str(), "korvale: " + Name( "1/a/x/i.png" ) + " is listed more than once" );
     EXPECT_STARTS( itsFolder.Read( "c" ), "ID,Name,Timepoint," );
     measure( { "1/a/x/i.png", "1/b/x/i.png", "2/a/x/i.png", "1/b/x/j.png" } );
     EXPECT_STARTS( itsFolder.Read( "c" ), "ID,Name,Folder,Timepoint," );
@@ -260,7 +260,7 @@ TEST_F( Program, TellsOfImagesItCannotRead )
     itsFolder.Write( "text.png", "no image\n" );
     ExpectRefused( Name( "text.png" ), "it is neither a TIFF nor a PNG file" );
     itsFolder.Write( "empty.tif", std::string( "II*\0\0\0\0\0", 8 ) );
-    ExpectRefused( Name( "empty.tif" ), "it holds no pages" );
+    ExpectRefused( Name( "empty.tif" ), "it has no pages" );
 }
 
 TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
@@ -285,8 +285,8 @@ TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
     EXPECT_EQ(
         itsError.str(),
         "korvale: " + image +
-            ": areas left out: a resolution of 352.78 \u00B5m a pixel is that of a screen or of paper (--pixel-size gives "
-            "another)\n" );
+            ": areas left out: pixel size 352.78 \u00B5m is a screen or print resolution (set it with "
+            "--pixel-size)\n" );
     csv = measure( { "--pixel-size", "0.5,4" } );
     EXPECT_CONTAINS( csv, "\n1,stack.tif,0,2,4,1.5," );
     EXPECT_CONTAINS( csv, "\n3,b.tif,0,1,2,0," );
@@ -303,7 +303,7 @@ TEST_F( Program, GoesOnBehindPagesThatFail )
     const auto image = WriteStack( "stack.tif", { &colours, &grey, &colours, &grey, &grey } );
     ASSERT_EQ( RunLine( "measure % --channel C2 --csv @out.csv -q", image ), 1 );
     const auto line = []( const std::string& inSubject )
-    { return "korvale: " + inSubject + ": it has no channel C2, only 1\n"; };
+    { return "korvale: " + inSubject + ": it has no channel C2 (expected C1)\n"; };
     EXPECT_EQ( itsError.str(), line( image + ": page 1" ) + line( image + ": pages 3 to 4" ) );
     const auto csv = itsFolder.Read( "out.csv" );
     EXPECT_EQ( std::ranges::count( csv, '\n' ), 3 );

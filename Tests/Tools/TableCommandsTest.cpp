@@ -163,7 +163,7 @@ TEST_F( TableCommands, KeepContentsOfUnknownColumnsOrWarn )
         EXPECT_EQ(
             itsError.str(),
             "korvale: column \"Area\" has no values in " + Name( "out" ) +
-                ": its type is unknown to this version, which cannot tell its rows apart\n" );
+                ": its type is unknown to this version, so its rows cannot be separated\n" );
         EXPECT_EQ( Run( arguments ), 0 );
         EXPECT_EQ( itsError.str(), "" );
     }
@@ -230,7 +230,7 @@ TEST_F( TableCommands, RefuseWrongUsage )
         EXPECT_EQ( itsOut.str(), "" );
     }
     EXPECT_EQ( RunLine( "pivot % --rows nme --values area --with mean", itsTable ), 2 );
-    EXPECT_EQ( itsError.str(), "korvale: pivot: there is no column \"nme\"; the nearest is \"Name\"\n" );
+    EXPECT_EQ( itsError.str(), "korvale: pivot: unknown column \"nme\" (did you mean \"Name\"?)\n" );
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
 }
 

@@ -64,6 +64,7 @@ void XPlotFrame::LayOutRows()
     constexpr double kLinesPerTick = 3.5;
     itsTop = kEdge + kLabelSize + kGap + ( itsDescription.title.empty() ? 0 : kTitleSize + kGap );
     itsBottom = itsHeight - kEdge - kAxisTitleSize - kGap - kLabelSize - kGap - kTick;
+    // A label for every 3.5 lines at most.
     const auto most = ( itsBottom - itsTop ) / ( kLinesPerTick * kLabelSize );
     itsTicksY = XMakeTicks( itsDescription.y.range, static_cast<std::uint32_t>( std::max( most, 2.0 ) ) );
 }
@@ -83,6 +84,7 @@ double XPlotFrame::GetLegendWidth()
 {
     if ( itsDescription.legend.empty() )
         return 0;
+    // The title begins at the swatches, the entries behind them.
     auto text = itsCanvas.GetTextWidth( itsDescription.legendTitle, kLabelSize ) - kSwatch - kGap;
     for ( const auto& entry : itsDescription.legend )
         text = std::max( text, itsCanvas.GetTextWidth( entry.text, kLabelSize ) );
@@ -106,6 +108,7 @@ XAxisTicks XPlotFrame::FitTicksX()
         }
         return true;
     };
+    // Tried one after the other: the width of the labels depends on the step between the ticks.
     for ( auto most = kMost; most > kFewest; --most )
         if ( auto ticks = XMakeTicks( itsDescription.x.range, most ); fits( ticks ) )
             return ticks;
@@ -144,6 +147,7 @@ void XPlotFrame::DrawPowerText( const XPowerText& inText, WPoint inPlace, WTextS
     itsCanvas.DrawText( inText.text, inPlace, inStyle );
     if ( inText.exponent.empty() )
         return;
+    // The canvas draws plain text only, so the exponent is a second, raised text behind the first.
     inPlace.x += itsCanvas.GetTextWidth( inText.text, inStyle.size );
     inPlace.y -= kRaise * inStyle.size;
     inStyle.size *= kRaisedSize;

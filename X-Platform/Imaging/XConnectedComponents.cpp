@@ -11,6 +11,9 @@
 // in the row above and adds its shape to a provisional component; at the end, provisional components that
 // turned out to be one are merged. Components are numbered in the order of their appearance and always joined
 // into the earlier one, so the remaining numbers are in raster order.
+//
+// Time and memory depend on the number of runs instead of that of pixels, except for the search for runs,
+// which takes a step for 64 pixels and one for each change.
 
 namespace
 {
@@ -78,11 +81,13 @@ void Finder::AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits 
 void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd )
 {
     // Runs of the row above that end before this one touch no later one either, so each is passed once.
+    // Both rows are sorted by column, so this is a merge of two lists: O(runs) for a row.
     while ( itsAbove < itsRowStart && itsRuns[itsAbove].end + itsReach <= inFirst )
         ++itsAbove;
 
     auto component = XPixelRun::kNoObject;
     std::uint32_t contacts = 0;
+    // From a copy of itsAbove: a long run above may also touch the next run of this row.
     for ( auto above = itsAbove; above < itsRowStart && itsRuns[above].first < inEnd + itsReach; ++above )
     {
         const auto& run = itsRuns[above];
@@ -103,6 +108,7 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
     const auto count = inEnd - inFirst;
     auto& shape = itsShapes[component];
     shape.pixelCount += count;
+    // The sum of the columns from inFirst to inEnd - 1; the centroid divides it by the number of pixels.
     shape.sumX += ( std::uint64_t{ inFirst } + inEnd - 1 ) * count / 2;
     shape.sumY += std::uint64_t{ inRow } * count;
     shape.contacts += contacts;
@@ -124,6 +130,7 @@ std::uint32_t Finder::FindRoot( std::uint32_t inComponent )
 std::uint32_t Finder::Join( std::uint32_t inOne, std::uint32_t inOther )
 {
     const auto [earlier, later] = std::minmax( { FindRoot( inOne ), FindRoot( inOther ) } );
+    // By age instead of by size, because the numbers of the roots must stay in raster order.
     itsParents[later] = earlier;
     return earlier;
 }
@@ -133,11 +140,13 @@ void Finder::NumberComponent( std::size_t inComponent, std::uint64_t inLeastPixe
 {
     auto& parent = itsParents[inComponent];
     if ( parent != inComponent )
+        // The number of the parent's object: the parent has been visited before.
         parent = itsParents[parent];
     else if ( itsShapes[inComponent].pixelCount < inLeastPixels )
         parent = XPixelRun::kNoObject;
     else
     {
+        // Never ahead of the component that is visited, so no shape is overwritten before it is used.
         itsShapes[ioObjects] = itsShapes[inComponent];
         parent = ioObjects++;
     }

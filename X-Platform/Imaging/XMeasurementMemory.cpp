@@ -97,6 +97,7 @@ void XMeasurementMemory::Keep( XPageMeasurement& ioPage )
 
 XMeasurementMemory::Place XMeasurementMemory::Reserve( std::size_t inBytes )
 {
+    // Guards the division of chunks only: threads copy to their places at the same time.
     const XThreadLock lock( itsMutex );
     if ( !itsChunk || inBytes > itsChunk->GetDataSize() - itsChunkEnd )
     {
@@ -120,6 +121,7 @@ void XMeasurementMemory::BringBack( XPageMeasurement& ioPage )
 
 void XMeasurementMemory::BringBackNow( XPageMeasurement& ioPage )
 {
+    // A copy, so that a failure leaves the page as it was.
     auto page = ioPage;
     page.kept.reset();
     page.parents.resize( std::exchange( page.releasedInner, 0 ) );

@@ -74,6 +74,7 @@ std::vector<std::string> GetDifferingFolders( const std::vector<XImageMeasuremen
             areAllLike( paths[0][first], [&]( const auto& inPath ) { return inPath[first]; } ) )
         ++first;
     const auto getFromEnd = [&]( const auto& inPath ) { return inPath[inPath.size() - 1 - last]; };
+    // The sum is limited, so that no part of a path counts as common twice.
     while ( first + last < shortest && areAllLike( getFromEnd( paths[0] ), getFromEnd ) )
         ++last;
 
@@ -181,6 +182,7 @@ void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
         AddPage( name, folder, timepoint++, page );
         page.Release();
         if ( itsMemory )
+            // Counted as the table grows, while the memory of the measurements is given back.
             itsMemory->CountTable( itsTable.GetNumRows() * itsRowBytes );
     }
     ++itsImageCount;
@@ -281,8 +283,11 @@ XPivotTable XMakeMeasurementTable(
             hasArea |= page.HasResolution();
         }
     }
-    if ( rows > std::numeric_limits<std::int32_t>::max() )
-        throw std::runtime_error( std::to_string( rows ) + " objects are more than a table can hold" );
+    constexpr auto kMostRows = std::numeric_limits<std::int32_t>::max();
+    if ( rows > kMostRows )
+        throw std::runtime_error(
+            "too many objects for a table: " + std::to_string( rows ) + " (at most " +
+            std::to_string( kMostRows ) + ")" );
 
     // Shown only if the names alone would not tell the images apart.
     const auto folders = GetDifferingFolders( ioImages );

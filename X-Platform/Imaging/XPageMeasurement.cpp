@@ -181,8 +181,8 @@ void RequireChannel( const WImagePage& inPage, std::uint32_t inChannel )
 {
     if ( inChannel >= inPage.channels )
         throw WImageError(
-            "it has no channel C" + std::to_string( inChannel + 1 ) + ", only " +
-            std::to_string( inPage.channels ) );
+            "it has no channel C" + std::to_string( inChannel + 1 ) + " (expected C1" +
+            ( inPage.channels > 1 ? " to C" + std::to_string( inPage.channels ) : "" ) + ")" );
 }
 
 template<class T>

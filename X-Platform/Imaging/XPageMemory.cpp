@@ -29,9 +29,9 @@ namespace
 std::string DescribeShortage( std::uint64_t inBytes )
 {
     const auto budget = XMemoryManager::GetManager()->GetBudget();
-    const auto text = XFormatByteCount( inBytes ) + " do not fit into the " + XFormatByteCount( budget ) +
-        " that may be used";
-    return inBytes > budget ? text : text + ", beside what has to stay in it";
+    const auto text =
+        XFormatByteCount( inBytes ) + " do not fit into the memory budget of " + XFormatByteCount( budget );
+    return inBytes > budget ? text : text + "; the rest is pinned";
 }
 
 /// The manager's addition to the text of the number: the folder that rejects purges, and the cause.

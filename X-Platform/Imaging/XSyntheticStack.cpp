@@ -89,7 +89,8 @@ void XSyntheticStack::PlaceDiscs()
     const auto room = std::min( itsCellWidth, itsCellHeight ) / 2 - kBlur - kGap;
     if ( room < kLeastRadius )
         throw WImageError(
-            std::to_string( itsSettings.objects ) + " objects do not fit into planes of that size" );
+            std::to_string( itsSettings.objects ) + " objects do not fit into planes of " +
+            std::to_string( itsSettings.width ) + " x " + std::to_string( itsSettings.height ) + " pixels" );
     const auto mostRadius = std::min( kMostRadius, kLeastRadius + ( room - kLeastRadius ) * 0.8 );
 
     for ( const auto cell : DrawCells( columns * rows ) )

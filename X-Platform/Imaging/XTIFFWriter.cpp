@@ -205,7 +205,7 @@ void XTIFFWriter::WritePage( const WImagePage& inPage )
     const auto directory = MakeDirectory( itsFormat, inPage, position, samplesPosition );
     const auto bytes = directory.GetBytes();
     if ( itsFormat == kClassic && position + bytes.size() > kMostClassicBytes )
-        throw WImageError( "the pages outgrow the 4 GiB of a TIFF file" );
+        throw WImageError( "the pages exceed the 4 GiB limit of a TIFF file" );
 
     Append( inPage.samples.get(), inPage.GetByteCount() );
     itsEnd = position;

@@ -8,6 +8,19 @@
 #include <algorithm>
 #include <cmath>
 
+// Each thread has its strategy in a slot of thread-local data. The progresses of a thread form a chain
+// through itsSuperProgress, the innermost of which the strategy knows (GetLastProgress); as they are objects
+// on the stack, they are destroyed in the opposite order. A progress that has no bar reports its fraction to
+// the one around it, which adds it to its own current step, and so on up to one with a bar or the outermost
+// one.
+//
+// Reporting is cheap enough for inner loops: an update, the delivery of events (Yield) and the check for an
+// abort happen only if itsUpdateTimer has expired. The value never decreases, so a repeated or late report
+// does not move a bar back.
+//
+// An abort marks all progresses of the chain. The one that throws 1001 clears its own mark and those around
+// it, so that handlers can continue with other work.
+
 namespace
 {
 
@@ -180,9 +193,11 @@ void XProgress::CheckAbort()
         return;
     if ( itsIsAbortRequested )
     {
+        // Once for each abort.
         SetAbortRequested( this, false );
         XThrow( kErrorCancelled );
     }
+    // A stop of the thread is noticed in the same places as an abort.
     XThread::TestCancelCurrentThread();
 }
 

@@ -3,6 +3,11 @@
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressChangedMessage.h"
 
+// Turns the changes of progresses into XProgressChangedMessage. Level n is the n-th bar from the outside,
+// counted from 1; kBarDestroyed carries the number of bars that are left. A progress without a bar of its own
+// changes the bar of the nearest one around it (FindInfo), so its XProgressInfo exists only together with a
+// bar.
+
 /// The data of a progress that has a bar.
 struct XThreadProgressStrategy::XProgressInfo
 {

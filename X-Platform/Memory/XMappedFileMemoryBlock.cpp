@@ -138,6 +138,7 @@ USize64 XMappedFileMemoryBlock::GetPaddedSize() const
 
 std::uint64_t XMappedFileMemoryBlock::GetTrueAddress() const
 {
+    // A view begins at a multiple of the granularity; the bytes may begin later in it.
     const auto address = reinterpret_cast<std::uint64_t>( GetViewData() );
     return address & ~( XMemoryManager::GetAllocationGranularity() - 1 );
 }
@@ -153,6 +154,7 @@ USize64 XMappedFileMemoryBlock::GetTrueSize() const
 void XMappedFileMemoryBlock::Purge()
 {
     constexpr std::uint32_t kTimeoutMs = 100;
+    // The purging thread may choose another block, so it does not wait long for one that is in use.
     const XThreadLock lock( GetMutex(), kTimeoutMs );
     if ( !CanPurge() )
         XThrow( kErrorMemoryNotPurged );
@@ -182,6 +184,7 @@ XMemoryBlock* XMappedFileMemoryBlock::Clone( USize64 inSize )
 {
     {
         const XThreadLock lock( GetMutex() );
+        // The clone maps the same range of the file: nothing is copied until one of the two is written.
         if ( IsPrivateFile() && inSize == itsSize )
         {
             auto clone = std::make_unique<XMappedFileMemoryBlock>( 0, itsChangeMode, itsHeapThreshold );
@@ -198,6 +201,7 @@ XMemoryBlock* XMappedFileMemoryBlock::CloneResized( USize64 inSize )
         return XMemoryBlock::CloneResized( inSize );
     const XThreadLock lock( GetMutex() );
     CheckViewIntact();
+    // Both blocks map the file, which must be long enough for the larger one.
     LengthenFile( inSize );
     return new XMappedFileMemoryBlock( itsFile, itsOffset, inSize, itsChangeMode );
 }
@@ -251,6 +255,7 @@ void XMappedFileMemoryBlock::PostLock( XLockMode inMode )
 
 XMemoryBlock* XMappedFileMemoryBlock::MakeSimilar( USize64 inSize ) const
 {
+    // A block without a file of its own cannot be public.
     const XChangeMode mode = itsChangeMode == kPublic ? kPrivate : itsChangeMode;
     return new XMappedFileMemoryBlock( inSize, mode, itsHeapThreshold );
 }

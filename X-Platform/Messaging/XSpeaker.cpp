@@ -11,6 +11,14 @@
 #include <map>
 #include <utility>
 
+// A speaker may be destroyed by a handler of its own message, on this or another thread. Everything that a
+// call needs afterwards is therefore in its XListenerList, which a pin (XPin) keeps alive; after pinning, no
+// member of the speaker is used.
+//
+// Muting is rare and speaking is frequent: the muted classes of all speakers are in one map of the process,
+// and two flags read without its mutex, the speaker's own and the number of entries, keep the other speakers
+// from looking into it.
+
 namespace
 {
 

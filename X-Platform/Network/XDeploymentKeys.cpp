@@ -102,6 +102,7 @@ std::string ReadSecret( const std::filesystem::path& inPath )
             if ( size > kMostBytesPerFile )
                 XThrow( kErrorStreamCorrupted );
             std::string text( size, ' ' );
+            // The file may have become shorter since its size was asked for.
             text.resize( file.ReadAt( 0, text.data(), size ) );
             return text;
         } );
@@ -216,6 +217,8 @@ private:
     void Make( const std::filesystem::path& inPath, TMake inMake )
     {
         const auto hold = WPendingFiles::Hold();
+        // Registered first: a failure half-way leaves something to remove, and removing what does not exist
+        // is harmless.
         itsMade.push_back( inPath );
         WPendingFiles::Add( inPath );
         inMake();
@@ -240,6 +243,7 @@ private:
             WPendingFiles::Forget( itsMade[i] );
             itsMade[i] = moved;
         }
+        // The folder existed before, perhaps with wider permissions.
         With( itsTarget, [this] { WPrivateFile::RestrictFolder( itsTarget ); } );
         WFilePath::Remove( itsPath );
     }
@@ -280,6 +284,7 @@ void WriteCertificates( NewKeyFolder& ioFolder )
 void XDeploymentKeys::Create( const std::filesystem::path& inFolder )
 {
     std::error_code error;
+    // A rename replaces a link, not the folder that it names.
     std::filesystem::path target = WFilePath::ResolveLinks( WFilePath::Normalise( inFolder ), error );
     CheckFor( inFolder, error );
     if ( !target.has_filename() ) // a separator at the end

@@ -9,6 +9,12 @@
 
 #include <utility>
 
+// An address has an IP address, a host name, or both. The missing part is looked up on request and stored in
+// mutable members; therefore const functions that may look up must not run at the same time on a shared
+// object. A name counts as resolved (itsIsNameResolved) if it was given or has been asked for, even without
+// success, so a failing look-up is not repeated. Look-ups of names go through a cache of the process, because
+// a name server without an answer may take seconds.
+
 namespace
 {
 

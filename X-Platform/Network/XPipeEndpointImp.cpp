@@ -4,6 +4,11 @@
 #include "Ground/XErrorNumbers.h"
 #include "Network/Internal/XWaitObediently.h"
 
+// The state machine of a connection is in XConnectionEndpointImp; here are only the ways into it: a new pipe
+// is put in use (Use), so that Close on another thread can end the attempt, then connected or bound, and its
+// state is set (TakeOver). Failures take the pipe out of use again (Drop) and get the path of the pipe, since
+// pipes have no address.
+
 namespace
 {
 

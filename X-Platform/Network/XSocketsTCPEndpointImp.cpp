@@ -8,6 +8,11 @@
 #include <algorithm>
 #include <utility>
 
+// The state machine of a connection is in XConnectionEndpointImp; here are the ways into it over TCP.
+// Connecting does not block: it is started, and the wait for its end is left to an XWaiter, which either
+// waits until the deadline or in slices, with a progress between them. In both cases what ends the wait from
+// outside, such as Close on another thread or a stop, takes effect at once.
+
 namespace
 {
 

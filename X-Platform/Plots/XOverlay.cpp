@@ -7,6 +7,11 @@
 
 #include <algorithm>
 
+// Contours of all objects first and numbers last, so that no line crosses a number. Numbers are placed
+// together (XPlaceLabels), because each of them must avoid the others; a number for which there is no place
+// is left out. Coordinates of the page are those of pixel corners: the centre of pixel (x, y) is at (x + 0.5,
+// y + 0.5).
+
 namespace
 {
 // Lengths in pixels of the picture.
@@ -37,6 +42,8 @@ public:
           itsHeight( inPicture.height * itsFactor ),
           itsCanvas(
               WCanvas::MakePNG( itsFactor > 1 ? XEnlargePicture( inPicture, itsFactor ) : inPicture ) ),
+          // Figures have equal widths in usual fonts, and widths are proportional to the size: one
+          // measurement is enough.
           itsDigitWidth( itsCanvas->GetTextWidth( "0", 100 ) / 100 )
     {
     }

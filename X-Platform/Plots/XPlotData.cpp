@@ -12,6 +12,13 @@
 #include <optional>
 #include <unordered_map>
 
+// Three passes over the rows: which of them can be drawn (a finite number in every column), their numbers,
+// and the groups. Groups are numbered in the order of their first rows while they are counted. Then the
+// largest ones get colours in the order of their values, so that the legend is sorted, and the remaining ones
+// are combined.
+//
+// Rows are grouped by the text of their values, as the legend shows it, but ordered by the values themselves.
+
 namespace
 {
 // Colours that colour-blind readers tell apart too (Okabe and Ito), without yellow, which is too light on white.
@@ -66,6 +73,7 @@ public:
         std::vector<std::uint32_t> numbers( itsGroups.size() );
         std::iota( numbers.begin(), numbers.end(), 0u );
         std::ranges::stable_sort(
+            // Stable: of groups of equal size those that come first in the table are preferred.
             numbers, std::greater(), [&]( std::uint32_t inNumber ) { return itsGroups[inNumber].count; } );
         numbers.resize( std::min( numbers.size(), inMost ) );
         std::ranges::stable_sort(

@@ -90,6 +90,7 @@ XThread::~XThread()
     XTLSRegistry::CleanUp( itsTLS );
     itsImp.reset();
     const XThreadLock lock( itsStates->mutex );
+    // The end of an acquired thread; one that was started has ended already.
     itsStates->SetNotRunning();
 }
 
@@ -268,6 +269,7 @@ void XThread::AsyncSuspendThread()
     const bool isSelf = GetCurrentThread() == this;
     {
         const XThreadLock lock( itsStates->mutex );
+        // A stop supersedes a suspension, and a second suspension changes nothing.
         if ( itsStates->current == kThreadNotRunning || itsStates->requested != kThreadRunning )
             return;
         // A resumed thread that has not woken yet continues to sleep.
@@ -317,6 +319,7 @@ void XThread::ResetCancelState()
 
 void XThread::TestCancelThread()
 {
+    // An old value delays a request to the next checkpoint at most; ObeyRequest reads it under the mutex.
     if ( itsStates->requested.load( std::memory_order_relaxed ) == kThreadRunning )
         return;
     XAssert( GetCurrentThread() == this );

@@ -163,6 +163,7 @@ std::uint32_t XThread::GetMainThreadID()
 void XThread::SetMainThread( XThread* inThread )
 {
     sMainThread = inThread;
+    // Stored beside the pointer: the ID is asked for often, and must not take the thread's mutex.
     sMainThreadID = inThread ? inThread->GetThreadID() : 0;
 }
 

@@ -7,6 +7,10 @@
 
 #include <windows.h>
 
+// Reads and writes have explicit positions (OVERLAPPED without overlapped operation), as pread and pwrite
+// have on Linux. Devices and pipes have no positions: their data are read and written one after the other.
+// Files are opened with all sharing rights, so an open file can be renamed and deleted as on Linux.
+
 namespace
 {
 

@@ -13,6 +13,11 @@
 
 #include <shellapi.h> // needs the header above
 
+// The program writes UTF-8. A console gets it converted to UTF-16 (ConsoleBuffer), files and pipes get the
+// bytes as they are, without conversion of line ends. Output that ends within a character is kept until the
+// rest of the character follows. Control sequences are enabled for the console of standard error and disabled
+// again at the end, because the mode belongs to the console, which other programs use afterwards.
+
 namespace
 {
 

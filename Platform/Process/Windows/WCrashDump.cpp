@@ -8,6 +8,10 @@
 
 #include <dbghelp.h>
 
+// The registers and the call stack of a context, with the names of functions from the debug help library. The
+// walk starts from a copy of the context, because StackWalk64 changes it. Symbols are loaded on the first
+// dump only (SymInitialize with invasion of the process), as this takes long.
+
 namespace
 {
 

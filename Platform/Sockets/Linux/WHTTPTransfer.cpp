@@ -154,6 +154,7 @@ private:
     {
         Set( CURLOPT_URL, inRequest.url.c_str() );
         Set( CURLOPT_PROTOCOLS, long( CURLPROTO_HTTP | CURLPROTO_HTTPS ) );
+        // No signal handlers and alarms, which are not safe in a program with threads.
         Set( CURLOPT_NOSIGNAL, 1L );
         Set( kDoNotAwaitName, 1L );
         Set( CURLOPT_BUFFERSIZE, 128L * 1024 );
@@ -179,6 +180,7 @@ private:
         if ( inRequest.authorityFile.empty() )
             return;
         Set( CURLOPT_CAINFO, inRequest.authorityFile.c_str() );
+        // Only the given authority is trusted, not those of the system.
         Set( CURLOPT_CAPATH, static_cast<const char*>( nullptr ) );
     }
 
@@ -314,6 +316,7 @@ public:
     NoPipeSignal& operator=( const NoPipeSignal& ) = delete;
     ~NoPipeSignal()
     {
+        // Removes a signal that came meanwhile, before the mask lets it through.
         constexpr timespec kNoTime{};
         if ( !itsWasPending )
             while ( sigtimedwait( &itsPipe, nullptr, &kNoTime ) < 0 && errno == EINTR )

@@ -142,6 +142,7 @@ private:
         LPWSTR text = nullptr;
         if ( !isKnown || !ConvertSidToStringSidW( GetSID( itsUser ), &text ) )
             XThrowLastSystemError();
+        // Protected from inheritance, all rights for one user.
         const std::wstring access = std::wstring( L"D:P(A;;GA;;;" ) + text + L")";
         LocalFree( text );
         if ( !ConvertStringSecurityDescriptorToSecurityDescriptorW(
@@ -366,6 +367,7 @@ WPipe::Outcome WPipe::TryFinishConnecting()
         FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr ) );
     if ( !system.pipe.IsOpen() )
         return Failed( GetLastError() );
+    // Another user may have created a pipe of this name first, to receive what is sent.
     return IsOfThisUser( system.pipe ) ? Outcome{} : Outcome{ kFailed, 0, kErrorAccess };
 }
 
@@ -407,6 +409,7 @@ WPipe::Outcome WPipe::TryReceive( void* outBytes, USize inCount, bool inPeek )
     if ( system.hasShutDown )
         return system.FinishWriting( error ) ? Outcome{} : Outcome{ kFailed, 0, kErrorWouldBlock };
     error = system.FinishReading();
+    // A peek waits for as many bytes as it asked for only while more are in the pipe.
     const bool hasEnough =
         system.GetHeld() > 0 && !( inPeek && system.GetHeld() < inCount && system.GetBytesInPipe() > 0 );
     if ( error == 0 && !hasEnough && !system.reading.isPending && system.GetHeld() < kCapacity &&

@@ -13,6 +13,10 @@
 
 #include "WNoSystemMacros.h" // needs to be behind the header above
 
+// A thread is started with _beginthreadex, which initialises the C library for it. Properties are set by way
+// of a handle that is opened for the thread ID when it is needed; itsMutex keeps the ID this thread's
+// meanwhile: after its end the system could give the ID to another one.
+
 namespace
 {
 

@@ -4,6 +4,10 @@
 #include <type_traits>
 #include <utility>
 
+// The vectors of a sketch are copied one after the other into a single purgeable block; their lengths stay in
+// `itsPartSizes`. ForEachPart defines the order for both directions. Take checks the block for lost samples
+// while it is locked, because a purged block is read from a temporary file.
+
 namespace
 {
 /// Calls `inAction( part )` for each vector that takes up memory.

@@ -12,6 +12,21 @@
 #include <algorithm>
 #include <cmath>
 
+// The thread of the command opens images, submits a job for each page and gathers results; only page jobs run
+// on workers. Submitting waits until the pipeline has room (PagePipeline), so the number of pages that are
+// locked in memory is bounded by the number of workers and not by the length of a stack.
+//
+// Jobs end in any order, results are taken in the order of images and pages: `itsImages` is a queue of the
+// images that are not complete, `gathered` the next page of each. A job writes only to its own PageRecord or
+// overlay; `isDone` is set last, on the worker, and read by the command's thread (Gather), which alone
+// collects measurements and failures and prints messages. So object numbers, the table and the messages do
+// not depend on the number of workers. An image stays in the queue until its last page has been gathered,
+// because its jobs refer to it.
+//
+// Without a background the pages of the next image are submitted while those of the previous one are still
+// being measured. With a background each image needs two passes with a wait between them; no other image is
+// open meanwhile.
+
 /// An image whose pages are being measured.
 struct ImageMeasurer::Image
 {
@@ -33,6 +48,8 @@ struct ImageMeasurer::Image
     {
         for ( std::uint32_t page = 0; page < GetPageCount(); ++page )
             pages[page].number = page;
+        // The folder tells apart images of the same name in the table, so it must not depend on how the path
+        // was typed.
         const auto full = WFilePath::Normalise( PathFromUTF8( inPath ) );
         measurement.name = PathToUTF8( full.filename() );
         const auto folder = full.parent_path().generic_u8string();
@@ -138,6 +155,7 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, USize inNumber, boo
         MeasureWithBackground( image, progress );
     else
         MeasurePages( image, progress );
+    // Otherwise the next image is opened while the workers finish this one.
     if ( inIsLast || HasBackground() )
         WaitForJobs( &progress, steps );
 }
@@ -204,6 +222,7 @@ void ImageMeasurer::LoadPages( Image& ioImage, XProgress& ioProgress )
         { itsTask.Load( page, ioImage.reader, *ioImage.background, ioSteps ); };
         const auto complete = [&]( std::uint32_t inResultCode )
         {
+            // Also after a failure or a stop: later pages wait for this one in each stage.
             ioImage.background->HasEnded( page.number );
             if ( inResultCode != 0 )
                 page.samples.Drop();
@@ -323,6 +342,7 @@ void ImageMeasurer::GatherPage( Image& ioImage )
 void ImageMeasurer::DrawOverlay( Image& ioImage, PageRecord& ioPage )
 {
     auto& output = itsOverlays->GetPage( ioImage.number, ioPage.number );
+    // Shared, because a std::function must be copyable.
     const auto overlay = std::make_shared<CachedOverlay>( std::move( *ioPage.overlay ) );
     const auto run = [this, overlay, &output, first = itsObjectCount + 1]( XProgress& ioSteps )
     { itsTask.DrawOverlay( *overlay, first, output.file, ioSteps ); };
@@ -352,9 +372,9 @@ void ImageMeasurer::ReportReading( Image& ioImage )
     const auto size = ioImage.reader.GetIgnoredPixelSize();
     if ( size == 0 )
         return;
-    auto text = ioImage.path + ": areas left out: a resolution of ";
+    auto text = ioImage.path + ": areas left out: pixel size ";
     XAppendNumber( text, std::round( size * 100 ) / 100 );
-    text += " \u00B5m a pixel is that of a screen or of paper (--pixel-size gives another)";
+    text += " \u00B5m is a screen or print resolution (set it with --pixel-size)";
     if ( itsHasReportedPixelSize )
         itsSession.LogInfo( text );
     else

@@ -7,6 +7,10 @@
 
 #include <cstdio>
 
+// Names are made before any page is measured, so that a conflict is reported before work is spent. Two names
+// are equal if their files are (WFilePath::GetKey, which follows the rules of the file system). In addition
+// names that differ only in case are numbered, so that the files can be copied to systems that ignore case.
+
 namespace
 {
 /// In small letters, as far as they are ASCII.
@@ -43,6 +47,7 @@ OverlayFiles::MakeName( const std::string& inImage, std::uint32_t inPage, std::u
 std::string OverlayFiles::TakeName( const std::string& inStart )
 {
     const auto ending = itsName.substr( itsName.rfind( '.' ) );
+    // Continues with the number after the last one: n images of one name take O(n) attempts.
     auto& copy = itsCopies[ToLower( inStart )];
     for ( ++copy;; ++copy )
     {
@@ -51,6 +56,7 @@ std::string OverlayFiles::TakeName( const std::string& inStart )
             continue;
         const auto [file, isNew] = itsFiles.emplace( WFilePath::GetKey( PathFromUTF8( name ) ), name );
         if ( !isNew )
+            // Not numbered: only overlays give way to each other, other files were named by the user.
             throw WrongUsage(
                 "the overlay " + name + " would overwrite another file of this command, " + file->second );
         return name;

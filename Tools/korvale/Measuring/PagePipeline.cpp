@@ -8,6 +8,10 @@
 #include <memory>
 #include <utility>
 
+// Bounds memory by bounding jobs: each job locks at most a page, so a submission waits until the queue has
+// less than the permitted number of jobs (WorkerLimit). The weight of a queue is the number of its jobs that
+// have not ended.
+
 namespace
 {
 constexpr std::uint64_t kSteps = 2;
@@ -35,7 +39,7 @@ void RunAndKeepFailure( const PageWork& inWork, std::optional<Failure>& outFailu
         // Short enough to take no memory, for there may be none to describe that.
         outFailure = Failure{ "out of memory", kErrorOutOfMemory };
         outFailure = DescribeCurrentException();
-        throw;
+        throw; // The queue passes the failure's number to `complete`.
     }
 }
 } // namespace
@@ -49,6 +53,7 @@ PagePipeline::PagePipeline( WorkerLimit inLimit, ProgressDisplay& ioDisplay )
 void PagePipeline::Submit( PageWork inWork, std::optional<Failure>& outFailure )
 {
     itsLimit.WaitForTurn( itsQueue );
+    // Owned by the job's function: the job refers to it until it is deleted.
     const auto strategy = std::make_shared<TerminalProgressStrategy>( itsDisplay, false );
     const auto complete = inWork.complete;
     auto job = std::make_unique<XFunctionJob>(

@@ -38,6 +38,7 @@ void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const
 {
     auto objects = XFindPageObjects( inSamples, itsSettings );
     auto measurement = XMeasureObjects( inSamples, objects );
+    // Made while the samples are there: the numbers of the objects follow when the preceding pages are known.
     std::optional<XOverlaySketch> sketch;
     if ( ioPage.needsOverlay )
         sketch = XSketchOverlay( inSamples, itsSettings, std::move( objects ) );

@@ -4,6 +4,15 @@
 
 #include <string>
 
+// Floating-point sums depend on the order of their terms, so the pages are added in page order, sample by
+// sample, whichever workers have them: the result is the same for any number of workers. To let several
+// workers add at the same time nevertheless, the samples are divided into stages of equal size. Page n may
+// add its samples of a stage as soon as page n - 1 has passed that stage (StageOrder), as in the pipeline of
+// a processor.
+//
+// Guards: `itsSums`, `itsForm`, `itsFirst` and `itsAdded` are changed only between WaitForStage( page, 0 )
+// and Pass( page, 0 ), so by one page at a time; the mutex of StageOrder orders these accesses.
+
 namespace
 {
 /// Stages of an addition: with so many, several pages are added at the same time by as many threads.
@@ -51,6 +60,7 @@ void StackBackground::Add( std::uint32_t inPage, CachedPage& ioPage )
 {
     itsOrder.WaitForStage( inPage, 0 );
     Admit( inPage, ioPage.GetForm() );
+    // From here the page can only wait for pages before it, which have been locked already or have ended.
     const auto page = ioPage.Lock( itsMemory, kLockForRead );
     ++itsAdded;
 
@@ -58,6 +68,7 @@ void StackBackground::Add( std::uint32_t inPage, CachedPage& ioPage )
     XProgress progress( kStages );
     for ( std::uint32_t stage = 0; stage < kStages; ++stage )
     {
+        // Returns at once for stage 0.
         itsOrder.WaitForStage( inPage, stage );
         itsSums->Add( page, count * stage / kStages, count * ( stage + 1 ) / kStages );
         itsOrder.Pass( inPage, stage );
@@ -78,8 +89,9 @@ void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
     }
     if ( !inForm.HasSameLayout( itsForm ) )
         throw WImageError(
-            "it has no background in common with page " + std::to_string( itsFirst ) + ": " +
-            Describe( inForm ) + ", not " + Describe( itsForm ) );
+            "size or type differs from page " + std::to_string( itsFirst ) +
+            ": cannot subtract a common background (" + Describe( inForm ) + ", not " + Describe( itsForm ) +
+            ")" );
 }
 
 void StackBackground::Compute()

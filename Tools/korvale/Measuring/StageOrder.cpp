@@ -5,6 +5,13 @@
 #include <algorithm>
 #include <limits>
 
+// A page may enter a stage when all pages before it have passed that stage. `itsPassed` counts the stages per
+// page; pages that have ended count as having passed all. `itsFirst` skips the pages at the front that have
+// passed all stages, so a check takes time in the number of active pages instead of that of all pages.
+//
+// Every change wakes all waiters: each of them waits for a different combination of page and stage, and there
+// are no more of them than workers.
+
 namespace
 {
 constexpr auto kAllStages = std::numeric_limits<std::uint32_t>::max();

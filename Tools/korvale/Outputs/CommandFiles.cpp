@@ -8,6 +8,9 @@
 
 #include <map>
 
+// Files are compared by WFilePath::GetKey, so two names of one file are recognised. A log that becomes too
+// large is renamed, so the names of its older parts (LOG.1, LOG.2, …) must not be inputs or outputs either.
+
 namespace
 {
 using NamesByKey = std::map<WFilePath::Key, std::string>;

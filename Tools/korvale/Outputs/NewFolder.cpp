@@ -3,6 +3,11 @@
 #include "Files/WFilePath.h"
 #include "Files/WPendingFiles.h"
 
+// Creates a folder together with its missing parents, from the outermost to the innermost, and removes those
+// it has made, in the opposite order, unless they are kept. They are registered as pending files meanwhile,
+// so an interrupt removes them too. A folder that another program creates in between is not an error and not
+// removed.
+
 NewFolder::NewFolder( const std::filesystem::path& inPath )
 {
     std::vector<std::filesystem::path> missing;

@@ -10,10 +10,23 @@
 
 #include <stdexcept>
 
+// The outputs of a command appear together or not at all, in three steps:
+// - Each file is written completely under a temporary name (WriteCompleteFile). Failures until here leave the
+//   targets unchanged.
+// - A last check for an interrupt. From then on interrupts have no effect, so a result is never half in place
+//   because of one.
+// - The old files, if there are several outputs, are put aside, and the new ones renamed into place
+//   (CommitAll). A failure undoes the renames in all files and gives the complete results other names
+//   (KeepAll), so that hours of work are not lost to a full or read-only disk.
+//
+// WPendingFiles::Hold spans the last two steps: the handler of an interrupt removes pending files, and must
+// not do so between two renames.
+
 namespace
 {
 void CommitAll( const std::vector<CompleteFile>& inFiles )
 {
+    // A single rename replaces its target atomically: there is nothing to undo.
     if ( inFiles.size() > 1 )
         for ( const CompleteFile& complete : inFiles )
             WriteOutput( complete.name, [&] { complete.file->KeepOld(); } );

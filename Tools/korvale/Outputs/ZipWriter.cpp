@@ -6,6 +6,16 @@
 #include <algorithm>
 #include <zlib.h>
 
+// The zip format, as far as an archive of uncompressed entries needs it: for each entry a local header and
+// its bytes, then a central directory with an entry for each of them, then the end record. Sizes and offsets
+// have 32 bits, the number of entries 16. Numbers that do not fit are stored as all ones, and their 64-bit
+// values follow in an extra field of the entry (id 1, only the numbers that were replaced, in the order size,
+// compressed size, offset) or in a second end record with a locator (zip64). Local headers of large entries
+// must hold both sizes.
+//
+// All entries have the date of 1 January 1980, the first one that the format can express, so equal contents
+// make equal archives.
+
 namespace
 {
 constexpr std::uint32_t kHeader = 0x04034B50, kDirectoryEntry = 0x02014B50;
@@ -128,6 +138,7 @@ std::string ZipWriter::MakeEnd( std::uint64_t inDirectory, std::uint64_t inDirec
     std::string end;
     if ( count >= kManyEntries || IsLarge( inDirectory ) || IsLarge( inDirectorySize ) )
     {
+        // The size of the record without its signature and this field.
         constexpr std::uint64_t kRestOfEnd64 = 44;
         constexpr std::uint32_t kThisDisk = 0, kDisks = 1;
         ::Append( end, kEnd64, kRestOfEnd64, kVersion64, kVersion64, kThisDisk, kThisDisk );

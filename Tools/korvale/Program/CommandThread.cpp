@@ -10,6 +10,12 @@
 #include "Terminal/Session.h"
 #include "Terminal/TerminalProgressStrategy.h"
 
+// Two threads: the command's, which works, and the main thread, which delivers messages and draws progress
+// every 50 ms. The command ends by setting `itsIsDone` and waking the main loop. Exceptions of a command
+// become a message and an exit status on its own thread (RunCommand); an exception from reporting that, such
+// as a lack of memory, is carried to the main thread in `itsFailure`, which is read only after the thread has
+// ended.
+
 namespace
 {
 constexpr std::uint32_t kDrawPeriodMs = 50;

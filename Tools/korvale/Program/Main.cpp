@@ -12,6 +12,13 @@
 #include <iostream>
 #include <new>
 
+// The order of construction in Run matters: the interrupt handler comes before anything that starts threads
+// (WInterrupt). LackOfMemoryHandler is constructed twice, before the static objects and after WInitApp,
+// because that installs a terminate handler of its own, which treats a lack of memory as a crash.
+//
+// After an interrupt the work has kGraceMs to notice it and to clean up; then the handler of the interrupt
+// does so itself (LeaveNothing) and ends the process.
+
 namespace
 {
 /// Work obeys an interrupt within a few milliseconds, but not where the system keeps it waiting.

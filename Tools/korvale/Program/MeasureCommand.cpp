@@ -142,7 +142,8 @@ std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inName
     }
     return names;
 }
-/// Says so if images are given more than once, by whatever names.
+
+/// Reports images that are listed more than once, by whatever names.
 void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioSession )
 {
     std::map<WFilePath::Key, std::string> first;
@@ -161,7 +162,7 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
     ioSession.ReportInfo(
         repeated.front() +
         ( more > 0 ? " and " + std::to_string( more ) + " more images are" : std::string( " is" ) ) +
-        " given more than once, and measured and counted each time" );
+        " listed more than once: each time it is measured and counted" );
 }
 } // namespace
 
@@ -225,7 +226,7 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
 void MeasureCommand::Check() const
 {
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
-        throw WrongUsage( itsOverlay + " does not end in .png" );
+        throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
     if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
         throw WrongUsage( "--save-background accepts only one image" );
 }
@@ -243,6 +244,7 @@ int MeasureCommand::Run( Session& ioSession )
     if ( itsIsQuiet )
         ioSession.progress.Silence();
     const MemoryBudget budget( XParseByteCount( itsMemory ) );
+    // An output that cannot be written is reported before the images are measured.
     CheckOutputFiles( GetOutputNames() );
     ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
@@ -302,6 +304,7 @@ XMeasureSettings MeasureCommand::GetSettings() const
         return settings;
     const auto channel =
         itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
+    // "otsu" is no number: the empty value selects the automatic threshold.
     settings.inside = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
     return settings;
 }

@@ -14,6 +14,10 @@
 #include <algorithm>
 #include <cmath>
 
+// Columns are resolved before rows are filtered, so a wrong name is reported even for a table without
+// matching rows. The size of the result is computed before the pivot itself, from two pivots that only count:
+// the number of groups of --columns, and of rows; their product is the number of cells.
+
 namespace
 {
 /// False for identifiers, and for texts none of which is a number.
@@ -138,7 +142,7 @@ void PivotCommand::CheckValues( const XPivotTable& inTable, const Plan& inPlan )
     for ( const auto index : inPlan.values )
         if ( !HasNumbers( inTable.GetColumn( index ) ) )
             throw WrongUsage(
-                "the column " + InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) +
+                "column " + InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) +
                 " holds no numbers: only count and value apply to text" );
 }
 
@@ -154,6 +158,7 @@ void PivotCommand::CheckSize( const XPivotTable& inTable, const Plan& inPlan ) c
     };
 
     const auto results = inPlan.values.size() * ParseAggregates( itsAggregates ).size();
+    // A pivot by these keys alone has one row for each of the groups.
     const auto columns = countGroups( inPlan.columns );
     if ( columns * results > kMostColumns )
         throw WrongUsage(

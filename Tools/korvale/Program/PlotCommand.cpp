@@ -90,7 +90,7 @@ void PlotCommand::Check() const
     CheckColumns( "--by", itsGroups, 1 );
     itsConditions.Check();
     if ( !IsSVG() && !HasEnding( itsOutput, ".png" ) )
-        throw WrongUsage( itsOutput + " ends neither in .svg nor in .png" );
+        throw WrongUsage( "invalid plot file " + itsOutput + " (expected a name that ends in .svg or .png)" );
 }
 
 bool PlotCommand::IsSVG() const
@@ -113,15 +113,14 @@ int PlotCommand::RunOnTable( XPivotTable& ioTable, Session& ioSession )
     const auto data = XReadPlotData( ioTable.GetNumRows(), columns, groups );
     progress.Increment();
     if ( data.groupOfRow.empty() )
-        throw std::runtime_error(
-            "there is nothing to draw: no row has a finite number in " + ListNames( columns ) );
+        throw std::runtime_error( "nothing to draw: no row has a finite number in " + ListNames( columns ) );
     const auto bytes = Draw( columns, data, settings );
     WriteOutputFiles(
         { { itsOutput, [&]( WFile& ioFile ) { ioFile.WriteAt( 0, bytes.data(), bytes.size() ); } } } );
     if ( data.leftOut > 0 )
         ioSession.ReportInfo(
             std::to_string( data.leftOut ) + " of " + std::to_string( ioTable.GetNumRows() ) +
-            " rows are left out: they have no finite number in " + ListNames( columns ) );
+            " rows left out: no finite number in " + ListNames( columns ) );
     return kSuccess;
 }
 
@@ -145,7 +144,7 @@ std::vector<XPlotColumn> PlotCommand::FindColumns( const XPivotTable& inTable ) 
     {
         const auto& column = inTable.GetColumn( index );
         if ( !HoldsNumbers( column ) )
-            throw WrongUsage( "the column " + InQuotes( GetColumnName( column ) ) + " holds no numbers" );
+            throw WrongUsage( "column " + InQuotes( GetColumnName( column ) ) + " holds no numbers" );
         columns.push_back( { column, columns.empty() ? itsIsLogarithmicX : itsIsLogarithmicY } );
     }
     return columns;

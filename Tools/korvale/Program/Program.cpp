@@ -68,6 +68,7 @@ void DeclareOptions( CommandLine& ioLine, Options& outOptions )
 /// The exit status of what printed its results: a failure when some of them are lost.
 int FinishOutput( int inStatus, Session& ioSession )
 {
+    // The stream remembers an error of any earlier write, too.
     if ( ioSession.out.flush() || inStatus == kInterrupted )
         return inStatus;
     ioSession.ReportFailure( "standard output", { "not everything could be written" } );

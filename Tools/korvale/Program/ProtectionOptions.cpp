@@ -59,6 +59,6 @@ std::filesystem::path ProtectionOptions::GetFolder() const
 {
     const auto folder = itsKeys.empty() ? XDeploymentKeys::GetDefaultFolder() : PathFromUTF8( itsKeys );
     if ( folder.empty() )
-        throw WrongUsage( "there are no keys: name their folder with --keys (korvale keys DIR makes one)" );
+        throw WrongUsage( "no keys found: set their folder with --keys (korvale keys DIR creates one)" );
     return folder;
 }

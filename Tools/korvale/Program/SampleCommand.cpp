@@ -54,8 +54,12 @@ void SampleCommand::Declare( const CommandOptions& inOptions )
 
 void SampleCommand::Check() const
 {
-    if ( std::uint64_t{ itsSettings.width } * itsSettings.height > std::numeric_limits<std::uint32_t>::max() )
-        throw WrongUsage( "a plane of that size has too many pixels" );
+    constexpr auto kMostPixels = std::numeric_limits<std::uint32_t>::max();
+    if ( std::uint64_t{ itsSettings.width } * itsSettings.height > kMostPixels )
+        throw WrongUsage(
+            "planes of " + std::to_string( itsSettings.width ) + " x " +
+            std::to_string( itsSettings.height ) + " pixels are too large (at most " +
+            std::to_string( kMostPixels ) + " pixels)" );
     try
     {
         XSyntheticStack{ itsSettings };

@@ -49,7 +49,7 @@ void TableOutputs::WarnOfLostContents(
         if ( inHadContents[i] && !hasContents[i] )
             ioSession.ReportInfo(
                 "column " + InQuotes( GetColumnName( inTable.GetColumn( i ) ) ) + " has no values in " +
-                itsTable + ": its type is unknown to this version, which cannot tell its rows apart" );
+                itsTable + ": its type is unknown to this version, so its rows cannot be separated" );
 }
 
 std::vector<bool> ListUnknownContents( const XPivotTable& inTable )

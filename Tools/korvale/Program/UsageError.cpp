@@ -13,6 +13,7 @@ using Names = std::vector<std::string>;
 /// For a sentence; empty when none of the names is near enough to have been meant.
 std::string SuggestNearest( const std::string& inName, const Names& inNames )
 {
+    // A third of the characters may be wrong, plus one; anything further away was not a typing error.
     auto least = inName.size() / 3 + 2;
     std::string nearest;
     for ( const auto& name : inNames )

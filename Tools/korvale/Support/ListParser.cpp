@@ -4,6 +4,10 @@
 
 #include <algorithm>
 
+// The quoting of CSV: an item that begins with a double quote extends to its closing quote; a doubled quote
+// within it stands for one. Only the beginning of an item is examined, so inches and the like may occur
+// within an item that is not quoted.
+
 namespace
 {
 constexpr char kQuote = '"';
@@ -30,7 +34,7 @@ std::size_t FindQuotedEnd( std::string_view inText )
             return i + 1;
         ++i; // A doubled one.
     }
-    throw WrongUsage( "there is no quote at the end of " + std::string( inText ) );
+    throw WrongUsage( "missing closing quote in " + std::string( inText ) );
 }
 
 std::string Unquote( std::string_view inText )
@@ -40,7 +44,7 @@ std::string Unquote( std::string_view inText )
     if ( end == 0 )
         return std::string( text );
     if ( end != text.size() )
-        throw WrongUsage( "unexpected text after the closing quote of " + std::string( text ) );
+        throw WrongUsage( "unexpected text after the closing quote in " + std::string( text ) );
 
     std::string unquoted;
     for ( std::size_t i = 1; i + 1 < end; ++i )

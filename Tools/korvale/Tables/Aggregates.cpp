@@ -8,6 +8,10 @@
 #include <algorithm>
 #include <array>
 
+// An XPivotTableAccumulator computes types of results, some of which have two values (minimum and maximum,
+// variance and deviation), in the order of its type numbers. An aggregate is one of these values: a type and
+// a place within it.
+
 const char* const kAggregatesHelp =
     "Aggregates (NAME, separated by commas)\n"
     "  count         number of values\n"
@@ -91,6 +95,7 @@ std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggr
 {
     auto place = inReduction.place;
     for ( const auto type : inAccumulator.GetTypes() )
+        // The values of all types with smaller numbers come first, whatever the order of the list.
         if ( type < inReduction.type )
             place += Accumulator( type ).GetNumValues();
     return place;

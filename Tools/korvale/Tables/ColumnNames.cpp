@@ -9,6 +9,12 @@
 #include <algorithm>
 #include <charconv>
 
+// A name is resolved in passes, each of which applies only if the ones before found nothing: the heading as
+// it is displayed, the heading regardless of case, then the heading without special characters and with or
+// without unit and channel, and last `#N`. So an exact heading is never ambiguous because another column has
+// it as its short form, and a column called "#2" is found before the second column. If the deciding pass
+// finds several columns, the name is rejected and the candidates are listed with their numbers.
+
 const char* const kColumnNamesHelp =
     "Column names\n"
     "  COLUMN is a heading of korvale show, in any case; unit, channel and\n"
@@ -103,10 +109,11 @@ Indices FindNumbered( const XPivotTable& inTable, const std::string& inName )
 [[noreturn]] void
 RefuseAmbiguous( const XPivotTable& inTable, const std::string& inName, const Indices& inFound )
 {
-    auto text = InQuotes( inName ) + " may be";
+    auto text = "ambiguous column " + InQuotes( inName ) + ": ";
     for ( const auto index : inFound )
-        text += ( index == inFound.front() ? " " : " or " ) +
-            InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) + ", #" + std::to_string( index + 1 );
+        text += ( index == inFound.front() ? "" : " or " ) +
+            InQuotes( GetColumnName( inTable.GetColumn( index ) ) ) + " (#" + std::to_string( index + 1 ) +
+            ")";
     throw WrongUsage( text );
 }
 
@@ -128,21 +135,22 @@ bool IsMissingArea( const XPivotTable& inTable, const XString& inSimpleName )
     {
         const auto& descriptor = inTable.GetColumn( i ).GetDescriptor();
         const XPivotColumnDescriptor plain( descriptor.GetID(), descriptor.GetColumnName(), "", "" );
+        // Two forms per column, hence the division by 2 below.
         forms.push_back( Simplify( descriptor.GetDisplayName() ) );
         forms.push_back( Simplify( plain.GetDisplayName() ) );
     }
     const auto simpleName = Simplify( XPivotText::FromUTF8( inName ) );
     if ( IsMissingArea( inTable, simpleName ) )
         throw WrongUsage(
-            "there is no column " + InQuotes( inName ) +
-            ": no image told the size of its pixels (korvale measure takes it with --pixel-size)" );
+            "unknown column " + InQuotes( inName ) +
+            ": the images have no pixel size (korvale measure --pixel-size sets it)" );
     const auto nearest = simpleName.FindClosestLevenshteinMatch( forms, true );
     if ( nearest == XString::kNotFound )
-        throw WrongUsage( "there is no column " + InQuotes( inName ) + ": the table has no columns" );
+        throw WrongUsage( "unknown column " + InQuotes( inName ) + ": the table has no columns" );
     const auto& column = inTable.GetColumn( static_cast<std::uint32_t>( nearest / 2 ) );
     throw WrongUsage(
-        "there is no column " + InQuotes( inName ) + "; the nearest is " +
-        InQuotes( GetColumnName( column ) ) );
+        "unknown column " + InQuotes( inName ) + " (did you mean " + InQuotes( GetColumnName( column ) ) +
+        "?)" );
 }
 } // namespace
 

@@ -20,6 +20,18 @@
 #include <set>
 #include <stdexcept>
 
+// The arrays of a table in the .npy format, version 1.0: the magic number, two bytes of version, the length
+// of the header (16 bits, little endian), a Python dictionary as text padded with blanks so that the data
+// begin at a multiple of 64 bytes, and then the items.
+//
+// numpy has no missing values for integers and text, so each column gets a boolean array `NAME.mask` as
+// numpy.ma expects it (true: missing). References become the numbers that users see, with their identifiers
+// in `NAME.uuid`. Times are signed microseconds since 1970 (datetime64[us]); the smallest integer is NaT.
+// Texts have a fixed width of 32-bit characters, that of the longest text.
+//
+// No array is held in memory: an array is a function that appends items of a range of rows, called block by
+// block (NumpyArchive).
+
 namespace
 {
 /// Gives each column a unique name.
@@ -32,6 +44,8 @@ public:
         for ( auto& number = itsLastNumbers[name];; )
         {
             const auto numbered = ++number == 1 ? name : name + " " + std::to_string( number );
+            // All three at once: a column that is itself called "Area.mask" must not collide with the mask of
+            // "Area".
             if ( Take( { numbered, numbered + ".mask", numbered + ".uuid" } ) )
                 return numbered;
         }
@@ -105,6 +119,8 @@ NumpyArray MakeTimes( const XPivotTimeColumn& inColumn )
     constexpr auto kNotATime = std::numeric_limits<std::int64_t>::min();
     const auto getTime = [&inColumn, offset]( std::uint32_t inRow )
     {
+        // The library counts from another epoch; times too early for the difference become NaT rather than
+        // wrap.
         const auto time = inColumn.GetValue( inRow ).GetMicroSeconds();
         return inColumn.DoesDataExist( inRow ) && time > kNotATime + offset ? time - offset : kNotATime;
     };
@@ -136,12 +152,13 @@ void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::u
     constexpr std::uint64_t kAlwaysAllowed = 256 * 1024 * 1024; // characters
     constexpr std::uint64_t kMostTimes = 16;
     const auto all = inWidth * inColumn.GetColumnSize();
+    // Up to kAlwaysAllowed characters any padding is accepted; beyond that, at least a sixteenth must be
+    // text.
     if ( inWidth <= kMostWidth && ( all <= kAlwaysAllowed || all / kMostTimes <= inCharacters ) )
         return;
     throw std::runtime_error(
-        InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
-        " characters, and numpy stores all texts of a column with the length of the longest "
-        "(expected at most " +
+        "column " + InQuotes( GetColumnName( inColumn ) ) + " has a text of " + std::to_string( inWidth ) +
+        " characters: numpy pads all texts of a column to the longest (expected at most " +
         std::to_string( kMostWidth ) + ", and texts of similar lengths; write a CSV file instead)" );
 }
 
@@ -232,6 +249,7 @@ std::string NumpyArray::MakeHeader() const
     auto text =
         "{'descr': '" + type + "', 'fortran_order': False, 'shape': (" + std::to_string( count ) + ",), }";
     const auto used = magic.size() + sizeof( std::uint16_t ) + text.size() + 1;
+    // `used` counts the newline that ends the header.
     text.append( ( kAlignment - used % kAlignment ) % kAlignment, ' ' );
     text += '\n';
 

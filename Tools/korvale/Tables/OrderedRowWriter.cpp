@@ -8,6 +8,12 @@
 #include <deque>
 #include <exception>
 
+// Text of rows is made by jobs, a chunk of rows each, and written by the calling thread in the order of the
+// rows. `pieces` holds the chunks that have been submitted and not written, in order; a deque keeps
+// references to its elements valid while elements are added and removed at its ends. `isDone` publishes a
+// piece: it is set after the text, on the worker, and read before it. The limit of jobs bounds only
+// unfinished chunks; finished ones behind a slow one wait in memory.
+
 namespace
 {
 struct Piece

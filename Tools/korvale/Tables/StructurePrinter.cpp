@@ -8,6 +8,12 @@
 
 #include <iomanip>
 
+// Prints what reading a table reports to the observer of its stream, so that the printed structure cannot
+// differ from the format that is read. The length of an object is known only at its end, but belongs into its
+// first line. Therefore the table is read twice: the first round collects the lengths in the order of the
+// objects' beginnings, the second one prints. An object in which reading fails keeps the length -1, printed
+// as "?".
+
 StructurePrinter::StructurePrinter( XStream& ioStream, std::ostream& ioOut )
     : itsStream( ioStream ), itsOut( ioOut )
 {

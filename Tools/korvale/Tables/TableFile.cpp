@@ -14,6 +14,15 @@
 #include <stdexcept>
 #include <vector>
 
+// A stored table contains the lengths of its parts before the parts. The writer of a table writes a
+// placeholder, continues, and seeks back to fill in the length. Output files may be pipes and devices, where
+// that is impossible, so the table is written twice: the first pass writes nothing but records what is filled
+// in (Patches), the second one writes front to back and replaces the placeholders. Both passes produce the
+// same bytes, because a table is not changed meanwhile.
+//
+// Reading fails with a number. Only then is the file examined further, for a message: first whether it is
+// another kind of file, then, for a damaged table, at which offset (StructurePrinter reads it once more).
+
 namespace
 {
 /// Bytes that a table overwrites when it knows its lengths, by position.
@@ -39,6 +48,8 @@ protected:
     {
         const auto* const bytes = static_cast<const std::uint8_t*>( buffer );
         const auto position = static_cast<std::uint64_t>( inPosition );
+        // The buffer was drained before the seek, so a rewrite lies entirely in the part that has been
+        // written.
         if ( position < itsEnd )
         {
             XAssert( position + count <= itsEnd );

@@ -48,8 +48,9 @@ const Operator* FindOperator( std::string_view inText )
     return nullptr;
 }
 
-/// A column of whole numbers takes references as it takes values: cut off and held within its range. Those that it would
-/// change are rounded here to the side on which the condition stays the same.
+/// An integer column truncates references and clamps them to its range: "n < 2.5" would become "n < 2". Such
+/// references are rounded here so that the condition selects the same integers as with exact arithmetic
+/// ("n <= 2"), or replaced by a filter that selects all rows with a value, or none.
 template<class T>
 XPivotTableFilter
 MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelationship, double inReference )
@@ -59,7 +60,9 @@ MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelati
     if ( std::isnan( inReference ) || ( isInRange && std::trunc( inReference ) == inReference ) )
         return XPivotTableFilter( inColumn, inRelationship, inReference );
 
+    // A disjunction without terms is false for every row.
     const auto none = XPivotTableFilter::AnyOf( {} );
+    // Rows without a value do not match, as everywhere.
     const XPivotTableFilter all( inColumn, kFilterGreaterOrEqual, least );
     switch ( inRelationship )
     {
@@ -95,9 +98,19 @@ bool IsValue( const XString& inValue, Read inRead )
     }
 }
 
-[[noreturn]] void RefuseFor( const XPivotColumn& inColumn, const std::string& inWhy )
+[[noreturn]] void RefuseContains( const XPivotColumn& inColumn, const std::string& inContents )
 {
-    throw WrongUsage( "the column " + InQuotes( GetColumnName( inColumn ) ) + " holds " + inWhy );
+    throw WrongUsage(
+        "column " + InQuotes( GetColumnName( inColumn ) ) + " holds " + inContents +
+        ": contains applies only to text and identifiers" );
+}
+
+[[noreturn]] void
+RefuseValue( const XPivotColumn& inColumn, const std::string& inValue, const std::string& inExpected )
+{
+    throw WrongUsage(
+        "invalid value " + InQuotes( inValue ) + " for column " + InQuotes( GetColumnName( inColumn ) ) +
+        " (expected " + inExpected + ")" );
 }
 } // namespace
 
@@ -109,7 +122,7 @@ WhereClause::WhereClause( const std::string& inText )
     while ( place < text.size() && !( found = FindOperator( text.substr( place ) ) ) )
         ++place;
     if ( !found )
-        throw WrongUsage( "the condition " + inText + " is not of the form COLUMN OP VALUE" );
+        throw WrongUsage( "invalid condition " + inText + " (expected COLUMN OP VALUE)" );
 
     itsRelationship = found->relationship;
     itsColumn = Unquote( text.substr( 0, place ) );
@@ -132,10 +145,10 @@ XPivotTableFilter WhereClause::MakeFilter( const XPivotTable& inTable ) const
 XPivotTableFilter WhereClause::MakeNumberFilter( const XPivotColumn& inColumn, std::uint32_t inIndex ) const
 {
     if ( itsRelationship == kFilterContains )
-        RefuseFor( inColumn, "numbers, and contains is for texts" );
+        RefuseContains( inColumn, "numbers" );
     const auto number = XParseNumber<double>( itsValue );
     if ( !number )
-        RefuseFor( inColumn, "numbers, and " + InQuotes( itsValue ) + " is none" );
+        RefuseValue( inColumn, itsValue, "a number" );
     switch ( GetColumnKind( inColumn ) )
     {
     case ColumnKind::kSInt32:
@@ -154,13 +167,13 @@ void WhereClause::CheckOther( const XPivotColumn& inColumn ) const
     const auto value = XPivotText::FromUTF8( itsValue );
     const auto isContains = itsRelationship == kFilterContains;
     if ( kind == ColumnKind::kNothing )
-        RefuseFor( inColumn, "no values" );
+        throw WrongUsage( "column " + InQuotes( GetColumnName( inColumn ) ) + " holds no values" );
     if ( kind == ColumnKind::kTime && isContains )
-        RefuseFor( inColumn, "times, and contains is for texts" );
+        RefuseContains( inColumn, "times" );
     if ( kind == ColumnKind::kTime &&
          !IsValue( value, []( const auto& inText ) { XTime( inText, XString() ); } ) )
-        RefuseFor( inColumn, "times, and " + InQuotes( itsValue ) + " is none" );
+        RefuseValue( inColumn, itsValue, "a time, e.g. 2026-03-05 16:07" );
     if ( kind == ColumnKind::kIdentifier && !isContains &&
          !IsValue( value, []( const auto& inText ) { XUUID{ inText }; } ) )
-        RefuseFor( inColumn, "identifiers, and " + InQuotes( itsValue ) + " is none" );
+        RefuseValue( inColumn, itsValue, "a UUID" );
 }

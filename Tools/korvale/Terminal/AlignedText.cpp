@@ -6,6 +6,9 @@
 
 #include <algorithm>
 
+// Two passes over all cells: one for the width of each column, one that prints. The text of a cell is made in
+// both, so the memory does not grow with the table.
+
 namespace
 {
 constexpr const char* kGap = "  ";

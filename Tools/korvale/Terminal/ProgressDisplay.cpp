@@ -5,6 +5,14 @@
 
 #include <algorithm>
 
+// The display is redrawn as a whole if its text has changed: erase everything below the cursor, write the
+// lines, move the cursor back to the first one. The cursor therefore rests at the beginning of the first bar,
+// and any other output needs only GetEraser before it. Strategies on any thread only change the data of bars;
+// the main thread draws them.
+//
+// Bars appear after their delay, so short work never flickers. At most eight lines are shown, and one less
+// than the terminal has: a scrolling terminal would move the first line away from the cursor.
+
 ProgressDisplay::Bar& ProgressDisplay::AddBar(
     bool inIsOutermost, std::uint32_t inDelayMs, std::uint32_t inIndent, bool inShowsCount )
 {

@@ -5,6 +5,14 @@
 #include <cstdio>
 #include <vector>
 
+// A line is label, count, bar, percentage, rate and remaining time, separated by two blanks. If it is too
+// wide, parts are omitted in the order rate, count, bar, time; the percentage stays longest. The label is cut
+// before the bar shrinks below its minimum, and gets all columns that the other parts leave; the bar takes
+// what the label does not need, up to its maximum.
+//
+// The remaining time extrapolates the elapsed time linearly. Widths are counted in code points, not in
+// columns: wide and combining characters are displayed wider or narrower than assumed.
+
 namespace
 {
 constexpr std::size_t kLeastBar = 7; ///< With its brackets.

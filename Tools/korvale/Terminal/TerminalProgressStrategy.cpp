@@ -3,6 +3,11 @@
 #include "Jobs/XProgress.h"
 #include "Process/WInterrupt.h"
 
+// A strategy belongs to one thread. It creates a bar for the outermost progress of the thread, unless that is
+// of the type kProgressWait, and for nested ones that ask for one (`inForceBar`); other nested progresses
+// change the bar of the nearest progress around them (FindBar). Workers' strategies are not outermost, so
+// their bars are indented below the bar of the command.
+
 namespace
 {
 constexpr std::uint32_t kIndent = 2;

@@ -7,6 +7,14 @@
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
+// Byte order, positions and arrays; the buffer is in XStreamBuffer.cpp, text in XStreamText.cpp, objects in
+// XStreamObjects.cpp. Inline functions of the header read and write small values at the cursor, as long as it
+// does not meet itsReadEnd or itsWriteEnd; everything else comes here. `itsExtent` caches the length; -1
+// means not asked yet, or open-ended.
+//
+// A stream with the byte order of the platform copies arrays; otherwise the bytes are swapped while they are
+// copied (XSwapCopy), never in the source.
+
 // A Windows DLL exports only those constants of a class that have a definition in it.
 constexpr XVersion XStream::kCurrentStreamVersion;
 constexpr USize64 XStream::kReadStep;

@@ -73,6 +73,7 @@ void XStream::Refill( SSize64 inPosition, USize64 inLeast )
     const USize64 most =
         itsOwnBlock ? std::min( itsBufferSize, std::max( kFirstRefill, 2 * held ) ) : itsBufferSize;
     USize64 size = inLeast;
+    // Not beyond the end of the stream: FillBuffer must deliver all bytes that it is asked for.
     if ( const SSize64 extent = GetExtent(); extent > inPosition )
         size = std::max( size, std::min( most, static_cast<USize64>( extent - inPosition ) ) );
     // The buffer is given up before FillBuffer, so that it holds nothing wrong if that throws.
@@ -134,6 +135,7 @@ void XStream::WriteSlowly( const void* buffer, USize64 count )
     const std::uint8_t* source = static_cast<const std::uint8_t*>( buffer );
     if ( itsIsDirty )
     {
+        // The buffer is filled up before it is drained, so the blocks written are as large as the buffer.
         const USize64 room = std::min( ToSize( itsWriteEnd - itsCursor ), count );
         std::memcpy( itsCursor, source, room );
         itsCursor += room;

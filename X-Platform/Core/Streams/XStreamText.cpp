@@ -94,6 +94,7 @@ XString XStream::ReadLine()
     while ( HasMore() )
     {
         const std::uint8_t byte = Read8();
+        // Lines end with CR, LF or CR LF, and the files may mix them.
         if ( byte == '\r' && HasMore() && Peek8() == '\n' )
             Read8();
         if ( IsNewline( byte ) )
@@ -133,6 +134,7 @@ SSize64 XStream::FindString( const XString& inText )
     {
         const USize64 overlap = bytes.size();
         const SSize64 remaining = GetRemaining();
+        // A stream without a known end is read byte by byte: more might not come.
         const USize64 count = remaining < 0 ? 1 : std::min( kSearchStep, static_cast<USize64>( remaining ) );
         bytes.resize( overlap + count );
         ReadBuffer8( bytes.data() + overlap, count );

@@ -159,6 +159,7 @@ void XString::CopyFromPtr( const wchar_t* ptr, USize64 inCount )
         XThrow( kErrorOutOfMemory );
     try
     {
+        // Not written into the storage directly: the number of bytes is known only after the conversion.
         const std::string text = WCodePage::WideToAnsi( std::wstring_view( ptr, inCount ) );
         CopyFromPtr( text.data(), text.size() );
     }
@@ -227,6 +228,7 @@ XString& XString::Truncate( USize64 inCount, USize64 inStart )
         SetLength( count );
     else
         CopyFromPtr( itsStorage->data + start, count );
+    // A NUL in the middle ends the text for most users, so nothing may follow it.
     if ( count > 0 )
         ClearFromNul( itsStorage->data, count );
     return *this;
@@ -308,6 +310,7 @@ XString::XStringStorage* XString::NewStorage( USize64 inLength, USize64 inRoom )
 {
     if ( inRoom > kMaxLength )
         XThrow( kErrorOutOfMemory );
+    // The characters follow the header in the same block: one allocation for each text.
     void* const block = std::malloc( sizeof( XStringStorage ) + inRoom + 1 );
     if ( !block )
         XThrow( kErrorOutOfMemory );
@@ -340,6 +343,7 @@ bool XString::CanReuseStorage( USize64 inLength ) const noexcept
 {
     constexpr USize64 kSmall = 64;
     const USize64 capacity = itsStorage->capacity;
+    // At least about a quarter of the storage is used; small storages are always kept.
     return !IsShared() && inLength < capacity && capacity / 4 <= inLength + kSmall;
 }
 

@@ -98,6 +98,7 @@ void AppendTwelveHourClock( std::string& ioText, std::uint64_t inMicroSeconds )
     const std::uint64_t hour = inMicroSeconds / XTime::kOneHour;
     AppendNumber( ioText, hour % 12 == 0 ? 12 : hour % 12, 1 );
     std::string rest;
+    // Minutes and seconds from a clock text with the hour 00, which is cut off.
     AppendClock( rest, inMicroSeconds % XTime::kOneHour, true, 0 );
     ioText += rest.substr( 2 );
     ioText += hour < 12 ? " AM" : " PM";
@@ -173,6 +174,7 @@ XString XTime::GetAbsoluteTimeString() const
 XString XTime::GetRelativeTimeString( XTimeFormat inTimeFormat ) const
 {
     const auto bits = static_cast<std::uint64_t>( itsMicroSeconds );
+    // In unsigned arithmetic: the magnitude of the most negative number has no signed form.
     std::uint64_t length = itsMicroSeconds < 0 ? 0 - bits : bits;
     // Cut off first: an interval that is shown as zero has no sign.
     length -= length % GetResolution( inTimeFormat );

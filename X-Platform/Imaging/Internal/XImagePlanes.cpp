@@ -321,13 +321,13 @@ void XCheckPlanes( const WImageFile& inFile, bool inAreTimes )
     const auto declares = "its description declares " + Describe( planes );
     const auto has = std::to_string( pages ) + ( pages == 1 ? " page" : " pages" );
     if ( pages == 1 && planes.total > 1 && planes.total <= layout.planesInFile )
-        throw WImageError( declares + " behind one another in one page: only the first could be read" );
+        throw WImageError( declares + " in one page: only the first could be read" );
     if ( inAreTimes )
         return;
     if ( planes.areElsewhere )
-        throw XNotTimePointsError( "another file declares what its pages are" );
+        throw XNotTimePointsError( "another file describes its pages" );
     if ( planes.images > 1 || planes.channels > 1 || planes.slices > 1 || planes.dimensions > 1 )
-        throw XNotTimePointsError( declares + ", which cannot be told apart yet" );
+        throw XNotTimePointsError( declares + ": only stacks of time points are supported" );
     const auto areFewer = planes.total != 0 && planes.total < pages;
     if ( planes.total > pages || ( areFewer && !planes.mayMoreFollow ) )
         throw XNotTimePointsError( declares + ", but it has " + has );

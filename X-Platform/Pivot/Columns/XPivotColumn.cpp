@@ -124,6 +124,7 @@ bool XPivotColumn::IsEmptyColumn() const
     return std::find( itsExists.begin(), itsExists.end(), 1 ) == itsExists.end();
 }
 
+// A class takes the kinds of values that it overrides; others are ignored.
 void XPivotColumn::SetData( const XVector<XString>& ) {}
 void XPivotColumn::SetData( const XVector<double>& ) {}
 void XPivotColumn::SetData( const XString&, std::int32_t, bool ) {}

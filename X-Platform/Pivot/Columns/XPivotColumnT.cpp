@@ -54,6 +54,7 @@ void CopyPart(
     const auto first = At( inSource, inFirst );
     const auto end = At( inSource, inFirst + inCount );
     if ( &inSource == &ioDestination && inPlace > inFirst )
+        // From the end: the destination overlaps the end of the source.
         std::copy_backward( first, end, At( ioDestination, inPlace + inCount ) );
     else
         std::copy( first, end, At( ioDestination, inPlace ) );
@@ -191,6 +192,7 @@ void XPivotColumnT<T>::CopyRowsInto(
     auto& destination = static_cast<XPivotColumnT&>( inDestination );
     XAssert( inDestinationRow <= destination.GetColumnSize() );
     XAssert( USize( destination.GetColumnSize() ) + inCount <= kMaxRows );
+    // Inserted as a whole: rows that are inserted empty and then set would be moved and written twice.
     InsertPart( itsColumnData, inSourceRow, inCount, destination.itsColumnData, inDestinationRow );
     InsertPart( GetExistsVector(), inSourceRow, inCount, destination.GetExists(), inDestinationRow );
 }
@@ -260,6 +262,7 @@ template<class T>
 void XPivotColumnT<T>::RemoveDuplicates( XVector<std::uint32_t>& outRows )
 {
     outRows.clear();
+    // The first of equal values stays, so the rows that are left keep their order.
     std::unordered_set<T, XValueHash> seen;
     for ( std::uint32_t row = 0; row < GetColumnSize(); ++row )
     {

@@ -310,8 +310,8 @@ void XPivotRowRefColumn::SetValue( const XUUID& inValue, std::int32_t inRow, boo
     RequireUserVisibleIDs( inExists ? 1 : 0 );
     const XUUID value = inValue; // which may lie in this column
     const std::uint32_t row = static_cast<std::uint32_t>( inRow );
-    // The previous identifier is released before the new one is registered. If only this row holds it, its record
-    // goes, so setting the same identifier again gives it a new user-visible ID.
+    // The previous identifier is released before the new one is registered. If only this row holds it, its
+    // record goes, so setting the same identifier again gives it a new user-visible ID.
     if ( row < GetColumnSize() )
         ReleaseRows( row, USize( row ) + 1 );
     XPivotReferenceColumn::SetValue( value, inRow, inExists );

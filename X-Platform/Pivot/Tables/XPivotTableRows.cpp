@@ -96,6 +96,7 @@ void XPivotTable::RemoveDuplicates( const XColumnIndices& inColumns, XVector<std
 void XPivotTable::Sort(
     std::uint32_t inColumn, XPivotSortDirection inDirection, XVector<std::uint32_t>* outOrder )
 {
+    // The column sorts itself with the order of its own type; the others follow its order.
     XPivotColumn& sorted = GetColumn( inColumn );
     XVector<std::uint32_t> order;
     sorted.Sort( inDirection, order );
@@ -157,6 +158,7 @@ XVector<std::uint32_t> XPivotTable::FindRows( const XPivotTableFilter& inFilter 
     XVector<std::uint32_t> rows = isAllOf ? ListAllRows( GetNumRows() ) : XVector<std::uint32_t>();
     for ( const XPivotTableFilter& part : inFilter.GetParts() )
     {
+        // In ascending order, as the set operations require.
         const XVector<std::uint32_t> found = FindRows( part );
         XVector<std::uint32_t> combined;
         if ( isAllOf )

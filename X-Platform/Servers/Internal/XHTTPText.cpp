@@ -114,6 +114,7 @@ std::optional<std::uint64_t> XHTTPText::ReadNumber( std::string_view inText )
 std::optional<XTime> XHTTPText::ReadDate( std::string_view inText )
 {
     constexpr std::size_t kLength = 29; // Thu, 05 Mar 2026 16:07:08 GMT
+    // Only the preferred format of HTTP; XTime alone would accept many others.
     if ( inText.size() != kLength || !inText.ends_with( " GMT" ) )
         return {};
     try

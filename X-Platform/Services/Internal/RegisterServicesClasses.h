@@ -1,0 +1,4 @@
+#pragma once
+
+/// Registers the storable classes of the services. Called by XClassRegistry::RegisterStandardClasses.
+void RegisterServicesClasses();
