@@ -1,10 +1,20 @@
 #!/usr/bin/env bash
-# Compiles X-Platform and Platform for 64-bit ARM, which lacks the vector instructions of x86-64. Nothing is linked, since
-# packages are there for this machine only; their headers come last, behind those of the other machine's C library.
+# Checks that X-Platform and Platform compile for 64-bit ARM, which lacks the vector instructions of x86-64. Nothing is
+# generated or linked, since packages are there for this machine only; their headers come last, behind those of the other
+# machine's C library.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 
-flags=( -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror -DKORVALE_BUILDING_CORE -IX-Platform -IPlatform
+compile=( aarch64-linux-gnu-g++ -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror -DKORVALE_BUILDING_CORE
+  -IX-Platform -IPlatform
   -idirafter /usr/include -idirafter "/usr/include/$(gcc -dumpmachine)" -idirafter /usr/include/cairo )
+
+# What most sources include is compiled once.
+printf '#include <%s>\n' algorithm atomic functional map memory mutex string unordered_map vector > "$work/common.h"
+echo '#include "Core/Streams/XStream.h"' >> "$work/common.h"
+"${compile[@]}" -x c++-header -o "$work/common.h.gch" "$work/common.h"
+
 find X-Platform Platform -name '*.cpp' -not -path '*/Windows/*' -print0 |
-  xargs -0 -P "$(nproc)" -n 1 aarch64-linux-gnu-g++ "${flags[@]}" -c -o /dev/null
+  xargs -0 -P "$(nproc)" -n 1 "${compile[@]}" -include "$work/common.h" -fsyntax-only

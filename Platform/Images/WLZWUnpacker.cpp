@@ -43,8 +43,8 @@ WLZWUnpacker::WLZWUnpacker( WTIFFPackedBytes inPacked ) : WTIFFUnpacker( std::mo
     itsTexts = {};
     for ( std::uint32_t code = 0; code < kLiterals; ++code )
     {
-        const auto byte = static_cast<std::uint8_t>( code );
-        itsTexts[code] = { PutByte( byte, 0 ), 0, 1, byte };
+        const auto literal = static_cast<std::uint8_t>( code );
+        itsTexts[code] = { PutByte( literal, 0 ), 0, 1, literal };
     }
 }
 
@@ -148,12 +148,12 @@ void WLZWUnpacker::AddText( std::uint32_t inCode )
         return;
 
     const auto& previous = itsTexts[itsPrevious];
-    const auto byte = inCode == itsNextCode ? previous.first : itsTexts[inCode].first;
+    const auto last = inCode == itsNextCode ? previous.first : itsTexts[inCode].first;
     const auto length = static_cast<std::uint16_t>( previous.length + 1 );
     const auto place = previous.length % kPiece;
     itsTexts[itsNextCode] = place == 0
-        ? Text{ PutByte( byte, 0 ), static_cast<std::uint16_t>( itsPrevious ), length, previous.first }
-        : Text{ previous.end | PutByte( byte, place ), previous.before, length, previous.first };
+        ? Text{ PutByte( last, 0 ), static_cast<std::uint16_t>( itsPrevious ), length, previous.first }
+        : Text{ previous.end | PutByte( last, place ), previous.before, length, previous.first };
     ++itsNextCode;
     if ( itsNextCode + 1 == 1u << itsBits.width && itsBits.width < kLongest )
         ++itsBits.width;

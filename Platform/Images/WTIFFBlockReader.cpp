@@ -15,11 +15,6 @@ constexpr std::uint64_t kPlainPiece = 4 * 1024 * 1024; // Bytes read at a time.
 constexpr std::uint64_t kPackedPiece =
     128 * 1024; // Bytes unpacked at a time: the predictor finds them in the cache.
 
-std::uint64_t GetCompression( const Tags& inTags )
-{
-    return inTags.GetNumber( Tags::kCompression, WTIFFUnpacker::kNone );
-}
-
 std::uint64_t DivideUp( std::uint64_t inNumber, std::uint64_t inDivisor )
 {
     return ( inNumber + inDivisor - 1 ) / inDivisor;
@@ -53,11 +48,12 @@ WTIFFBlockReader::WTIFFBlockReader(
     const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage )
     : itsFile( inFile ), itsPage( outPage ), itsGrid( inTags, outPage ),
       itsRowSize( itsGrid.width * itsGrid.channels * outPage.GetSampleSize() ),
-      itsIsPlain( GetCompression( inTags ) == WTIFFUnpacker::kNone ),
+      itsIsPlain( WTIFFUnpacker::GetCompression( inTags ) == WTIFFUnpacker::kNone ),
       itsOffsets(
           inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileOffsets : Tags::kStripOffsets, itsGrid.blocks ) ),
       itsSizes( inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileSizes : Tags::kStripSizes, itsGrid.blocks ) ),
-      itsUnpacker( WTIFFUnpacker::Make( GetCompression( inTags ), inFile, inTags.IsLowestBitFirst() ) ),
+      itsUnpacker(
+          WTIFFUnpacker::Make( WTIFFUnpacker::GetCompression( inTags ), inFile, inTags.IsLowestBitFirst() ) ),
       itsPredictor( inTags, inHeader.isSwapped, outPage.type, itsGrid.width, itsGrid.channels )
 {
     if ( itsOffsets.size() < itsGrid.blocks || ( !itsSizes.empty() && itsSizes.size() < itsGrid.blocks ) )

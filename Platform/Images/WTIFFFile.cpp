@@ -21,11 +21,11 @@ namespace
 {
 constexpr std::uint64_t kJPEG = 7; // Compression.
 constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
-constexpr std::uint64_t kUnsigned = 1, kFloat = 3, kUndefined = 4;
+constexpr std::uint64_t kUnsignedSamples = 1, kFloatSamples = 3, kUndefinedSamples = 4;
 constexpr std::uint64_t kInch = 2, kCentimetre = 3;
 constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
 constexpr std::uint64_t kOldReducedResolution = 2;
-constexpr std::uint64_t kColours = 256; // Of a palette.
+constexpr std::uint64_t kPaletteColours = 256; // Of a palette.
 constexpr std::uint64_t kMostDescription = 64 * 1024 * 1024;
 
 /// How many bytes one byte of a file may become at most.
@@ -47,11 +47,6 @@ std::uint64_t GetLargestRatio( std::uint64_t inCompression )
     }
 }
 
-std::uint64_t GetCompression( const Tags& inTags )
-{
-    return inTags.GetNumber( Tags::kCompression, WTIFFUnpacker::kNone );
-}
-
 std::uint64_t GetPhotometric( const Tags& inTags )
 {
     return inTags.GetNumber( Tags::kPhotometric, kBlackIsZero );
@@ -67,7 +62,7 @@ bool IsAuxiliary( const Tags& inTags )
 /// True where the samples lie in the file as they are.
 bool IsPlain( const Tags& inTags )
 {
-    return GetCompression( inTags ) == WTIFFUnpacker::kNone && !inTags.IsLowestBitFirst();
+    return WTIFFUnpacker::GetCompression( inTags ) == WTIFFUnpacker::kNone && !inTags.IsLowestBitFirst();
 }
 
 /// The value, where all samples of a pixel have the same one.
@@ -91,13 +86,13 @@ const char* GetFormatName( std::uint64_t inFormat )
 WImagePage::SampleType GetSampleType( const Tags& inTags )
 {
     const auto bits = GetCommonNumber( inTags, Tags::kBitsPerSample, 1 );
-    const auto format = GetCommonNumber( inTags, Tags::kSampleFormat, kUnsigned );
-    const auto isWhole = format == kUnsigned || format == kUndefined;
+    const auto format = GetCommonNumber( inTags, Tags::kSampleFormat, kUnsignedSamples );
+    const auto isWhole = format == kUnsignedSamples || format == kUndefinedSamples;
     if ( isWhole && bits == 8 )
         return WImagePage::kUInt8;
     if ( isWhole && bits == 16 )
         return WImagePage::kUInt16;
-    if ( format == kFloat && bits == 32 )
+    if ( format == kFloatSamples && bits == 32 )
         return WImagePage::kFloat32;
     throw WImageError(
         "its samples are " + std::to_string( bits ) + "-bit " + GetFormatName( format ) +
@@ -114,7 +109,7 @@ void CheckColours( const Tags& inTags, const WImageFormat& inForm )
     case kRGB:
         return;
     case kYCbCr:
-        if ( GetCompression( inTags ) != kJPEG )
+        if ( WTIFFUnpacker::GetCompression( inTags ) != kJPEG )
             throw WImageError( "its colours are YCbCr (supported only with JPEG compression)" );
         if ( inTags.HasSeparatePlanes() )
             throw WImageError( "its colours are YCbCr in separate planes (expected interleaved samples)" );
@@ -195,7 +190,7 @@ void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WIm
     {
         const auto place = static_cast<std::uint8_t>( places[i] );
         for ( std::uint64_t channel = 0; channel < ioPage.channels; ++channel )
-            *samples++ = static_cast<T>( inColours[channel * kColours + place] >> inShift );
+            *samples++ = static_cast<T>( inColours[channel * kPaletteColours + place] >> inShift );
     }
 }
 
@@ -290,7 +285,7 @@ WImagePage WTIFFFile::ReadPageSelf(
 /// The size of the whole file if it were unpacked to one page.
 std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
 {
-    const auto ratio = GetLargestRatio( GetCompression( inTags ) );
+    const auto ratio = GetLargestRatio( WTIFFUnpacker::GetCompression( inTags ) );
     return std::min( itsFile.GetSize(), UINT64_MAX / ratio ) * ratio;
 }
 
@@ -301,8 +296,8 @@ WImagePage WTIFFFile::ReadPalette(
 {
     auto page = MakePage( inTags );
     page.channels = 3;
-    const auto colours = inTags.GetNumbers( Tags::kColourMap, page.channels * kColours );
-    if ( colours.size() < page.channels * kColours )
+    const auto colours = inTags.GetNumbers( Tags::kColourMap, page.channels * kPaletteColours );
+    if ( colours.size() < page.channels * kPaletteColours )
         throw WImageError( "its palette is incomplete" );
     const auto isFine = std::ranges::any_of(
         colours, []( auto inLevel ) { return inLevel % 256 != 0 && inLevel % 256 != inLevel / 256; } );
@@ -327,7 +322,7 @@ void WTIFFFile::ReadStored(
     std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
 {
     CheckTileSize( inTags, outPage );
-    const auto compression = GetCompression( inTags );
+    const auto compression = WTIFFUnpacker::GetCompression( inTags );
     if ( WTIFFUnpacker::CanUnpack( compression ) && !WTIFFDecoder::IsBetterAt( compression ) )
         return WTIFFBlockReader( itsFile, itsHeader, inTags, outPage ).Read( inProgress );
     if ( !itsDecoder )

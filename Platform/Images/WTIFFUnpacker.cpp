@@ -20,6 +20,11 @@ public:
 };
 } // namespace
 
+std::uint64_t WTIFFUnpacker::GetCompression( const WTIFFDirectory& inTags )
+{
+    return inTags.GetNumber( WTIFFDirectory::kCompression, kNone );
+}
+
 bool WTIFFUnpacker::CanUnpack( std::uint64_t inCompression )
 {
     switch ( inCompression )

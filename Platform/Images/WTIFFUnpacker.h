@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Images/WTIFFDirectory.h"
 #include "Images/WTIFFPackedBytes.h"
 #include "WPlatform.h"
 
@@ -21,6 +22,9 @@ public:
         kPackBits = 32773,
         kOldDeflate = 32946 ///< The same as kDeflate.
     };
+
+    /// Of a page; kNone where its directory does not tell.
+    static std::uint64_t GetCompression( const WTIFFDirectory& inTags );
 
     static KORVALE_IMAGING_API bool CanUnpack( std::uint64_t inCompression );
 

@@ -119,6 +119,19 @@ TEST_F( XHTTPServerTest, AnswersByPathAndMethod )
     EXPECT_EQ( StatusOf( Ask( "POST /echo" ) ), "411" );
 }
 
+TEST( XHTTPServer, KeepsTheQueryOfATargetWithoutPath )
+{
+    XHTTPServer server( "root" );
+    server.HandleGet(
+        "/",
+        []( const XHTTPRequest& inRequest )
+        { return XHTTPResponse::Text( inRequest.GetParameters()["x"] ); } );
+    server.Start( 0 );
+    RawClient client( server );
+    client.Send( "GET http://host?x=1 HTTP/1.1\r\nHost: host\r\nConnection: close\r\n\r\n" );
+    EXPECT_EQ( BodyOf( client.ReceiveAll() ), "1" );
+}
+
 TEST_F( XHTTPServerTest, KeepsConnectionsForTheNextRequest )
 {
     RawClient client( itsServer );

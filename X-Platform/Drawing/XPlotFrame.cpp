@@ -14,7 +14,7 @@ namespace
 {
 // Lengths in points.
 constexpr double kEdge = 7;
-constexpr double kGap = 4;
+constexpr double kLabelGap = 4;
 constexpr double kTick = 3.5;
 constexpr double kMinorTick = 2;
 constexpr double kLabelSize = 8;
@@ -62,8 +62,8 @@ XPlotFrame::XPlotFrame( WCanvas& ioCanvas, double inWidth, double inHeight, XPlo
 void XPlotFrame::LayOutRows()
 {
     constexpr double kLinesPerTick = 3.5;
-    itsTop = kEdge + kLabelSize + kGap + ( itsDescription.title.empty() ? 0 : kTitleSize + kGap );
-    itsBottom = itsHeight - kEdge - kAxisTitleSize - kGap - kLabelSize - kGap - kTick;
+    itsTop = kEdge + kLabelSize + kLabelGap + ( itsDescription.title.empty() ? 0 : kTitleSize + kLabelGap );
+    itsBottom = itsHeight - kEdge - kAxisTitleSize - kLabelGap - kLabelSize - kLabelGap - kTick;
     // A label for every 3.5 lines at most.
     const auto most = ( itsBottom - itsTop ) / ( kLinesPerTick * kLabelSize );
     itsTicksY = XMakeTicks( itsDescription.y.range, static_cast<std::uint32_t>( std::max( most, 2.0 ) ) );
@@ -74,7 +74,7 @@ void XPlotFrame::LayOutColumns()
     double labels = 0;
     for ( const auto& tick : itsTicksY.ticks )
         labels = std::max( labels, GetWidth( tick.label, kLabelSize ) );
-    itsLeft = kEdge + kAxisTitleSize + 1.5 * kGap + labels + kGap / 2 + kTick;
+    itsLeft = kEdge + kAxisTitleSize + 1.5 * kLabelGap + labels + kLabelGap / 2 + kTick;
     itsRight = std::max( itsWidth - kEdge - std::max( kEndRoom, GetLegendWidth() ), itsLeft + kLeastAxis );
     itsTicksX = FitTicksX();
 }
@@ -85,10 +85,10 @@ double XPlotFrame::GetLegendWidth()
     if ( itsDescription.legend.empty() )
         return 0;
     // The title begins at the swatches, the entries behind them.
-    auto text = itsCanvas.GetTextWidth( itsDescription.legendTitle, kLabelSize ) - kSwatch - kGap;
+    auto text = itsCanvas.GetTextWidth( itsDescription.legendTitle, kLabelSize ) - kSwatch - kLabelGap;
     for ( const auto& entry : itsDescription.legend )
         text = std::max( text, itsCanvas.GetTextWidth( entry.text, kLabelSize ) );
-    return std::min( text + kSwatch + kGap, itsWidth / 3 ) + 3 * kGap;
+    return std::min( text + kSwatch + kLabelGap, itsWidth / 3 ) + 3 * kLabelGap;
 }
 
 /// As many ticks as there is room for with all their labels.
@@ -176,7 +176,7 @@ void XPlotFrame::DrawAxisX()
     {
         addTick( number, kTick );
         const WPoint place{
-            GetPlace( number, low ).x, itsBottom + kTick + kGap / 2 + kLabelSize * kCapital + 1 };
+            GetPlace( number, low ).x, itsBottom + kTick + kLabelGap / 2 + kLabelSize * kCapital + 1 };
         DrawPowerText( label, place, MakeStyle( kLabelSize, WTextStyle::kMiddle ) );
     }
     for ( const auto number : itsTicksX.minorTicks )
@@ -201,7 +201,7 @@ void XPlotFrame::DrawAxisY()
     {
         addTick( number, kTick );
         const WPoint place{
-            itsLeft - kTick - kGap / 2, GetPlace( low, number ).y + kLabelSize * kCapital / 2 };
+            itsLeft - kTick - kLabelGap / 2, GetPlace( low, number ).y + kLabelSize * kCapital / 2 };
         DrawPowerText( label, place, MakeStyle( kLabelSize, WTextStyle::kEnd ) );
     }
     for ( const auto number : itsTicksY.minorTicks )
@@ -209,7 +209,8 @@ void XPlotFrame::DrawAxisY()
     itsCanvas.Stroke( lines, false, kLine );
     if ( itsTicksY.exponent != 0 )
         DrawPowerText(
-            GetFactor( itsTicksY ), { itsLeft, itsTop - kGap }, MakeStyle( kLabelSize, WTextStyle::kStart ) );
+            GetFactor( itsTicksY ), { itsLeft, itsTop - kLabelGap },
+            MakeStyle( kLabelSize, WTextStyle::kStart ) );
 }
 
 void XPlotFrame::DrawTitles()
@@ -217,7 +218,8 @@ void XPlotFrame::DrawTitles()
     const auto centre = ( itsLeft + itsRight ) / 2;
     const auto middle = ( itsTop + itsBottom ) / 2;
     // The factor is at the right end of the same line.
-    const auto factor = itsTicksX.exponent != 0 ? GetWidth( GetFactor( itsTicksX ), kLabelSize ) + kGap : 0;
+    const auto factor =
+        itsTicksX.exponent != 0 ? GetWidth( GetFactor( itsTicksX ), kLabelSize ) + kLabelGap : 0;
     DrawFitting(
         itsDescription.x.title, { centre, itsHeight - kEdge },
         std::max( itsRight - itsLeft - 2 * factor, kLeastAxis ),
@@ -231,14 +233,15 @@ void XPlotFrame::DrawTitles()
             MakeStyle( kTitleSize, WTextStyle::kMiddle ) );
     if ( !itsDescription.note.empty() )
         itsCanvas.DrawText(
-            itsDescription.note, { itsRight, itsTop - kGap }, MakeStyle( kLabelSize, WTextStyle::kEnd ) );
+            itsDescription.note, { itsRight, itsTop - kLabelGap },
+            MakeStyle( kLabelSize, WTextStyle::kEnd ) );
 }
 
 void XPlotFrame::DrawLegend()
 {
     if ( itsDescription.legend.empty() )
         return;
-    const auto left = itsRight + 3 * kGap;
+    const auto left = itsRight + 3 * kLabelGap;
     const auto room = itsWidth - kEdge - left;
     const auto style = MakeStyle( kLabelSize, WTextStyle::kStart );
     const auto measure = [&]( const std::string& inText )
@@ -253,7 +256,7 @@ void XPlotFrame::DrawLegend()
         itsCanvas.FillRectangle(
             { left, line - kLabelSize * kCapital / 2 - kSwatch / 2 },
             { left + kSwatch, line - kLabelSize * kCapital / 2 + kSwatch / 2 }, colour );
-        const auto start = left + kSwatch + kGap;
+        const auto start = left + kSwatch + kLabelGap;
         itsCanvas.DrawText( XElideText( text, itsWidth - kEdge - start, measure ), { start, line }, style );
     }
 }

@@ -69,8 +69,10 @@ struct Variance
     bool IsGreaterThan( const Variance& inOther ) const
     {
         const auto value = GetValue(), other = inOther.GetValue();
+        // Far beyond the rounding errors of the few operations in GetValue.
         if ( std::abs( value - other ) > 1e-9 * other )
             return value > other;
+        // a / b > c / d as a * d > c * b, which needs no division.
         return MultiplyOut( inOther ) > inOther.MultiplyOut( *this );
     }
 
@@ -109,6 +111,7 @@ std::uint64_t FindBestLevel( const Levels& inLevels )
         below += count;
         sumBelow += count * level;
         const Variance variance{
+            // Never negative: the mean of all samples is not below that of the lowest ones.
             UInt128{ totalSum } * below - UInt128{ sumBelow } * total, below, total - below };
         if ( variance.IsGreaterThan( best ) )
         {
@@ -192,6 +195,7 @@ std::vector<float> GetEdges( float inLowest, float inHighest )
     constexpr int kBins = 256;
     std::vector<float> edges( kBins + 1 );
     const float range = inHighest - inLowest;
+    // The range of floats may exceed the largest float.
     const auto step = ( std::isfinite( range ) ? range : double{ inHighest } - inLowest ) / kBins;
     for ( int i = 0; i < kBins; ++i )
         edges[static_cast<std::size_t>( i )] = static_cast<float>( inLowest + i * step );
@@ -235,6 +239,7 @@ double GetThreshold( const float* inSamples, std::uint64_t inPixels, std::uint32
         [&]( float inValue ) { ++counts[FindBin( edges, binsPerUnit, inValue )]; } );
 
     const auto best = FindBestLevel( ListLevels( counts ) );
+    // Rounded to the precision of the samples, which are compared with it.
     return static_cast<float>( ( double{ edges[best] } + double{ edges[best + 1] } ) / 2 );
 }
 } // namespace

@@ -9,7 +9,7 @@
 
 namespace
 {
-constexpr auto kWordBits = XPixelMask::kWordBits;
+constexpr auto kBitsOfWord = XPixelMask::kWordBits;
 
 /// Turns eight bytes of 0 or 1 into eight bits, the first byte lowest.
 std::uint64_t PackBytes( const std::uint8_t* inBytes )
@@ -25,11 +25,11 @@ std::uint64_t PackBytes( const std::uint8_t* inBytes )
 template<class T, class Stride>
 std::uint64_t MarkWord( const T* inSamples, Stride inStride, T inLevel )
 {
-    std::uint8_t flags[kWordBits];
-    for ( std::uint32_t i = 0; i < kWordBits; ++i )
+    std::uint8_t flags[kBitsOfWord];
+    for ( std::uint32_t i = 0; i < kBitsOfWord; ++i )
         flags[i] = inSamples[i * inStride] > inLevel;
     std::uint64_t word = 0;
-    for ( std::uint32_t i = 0; i < kWordBits; i += 8 )
+    for ( std::uint32_t i = 0; i < kBitsOfWord; i += 8 )
         word |= PackBytes( flags + i ) << i;
     return word;
 }
@@ -44,25 +44,25 @@ void MarkRow(
         constexpr operator std::uint32_t() const { return 1; }
     };
     std::uint32_t x = 0;
-    for ( ; x + kWordBits <= inWidth; x += kWordBits )
+    for ( ; x + kBitsOfWord <= inWidth; x += kBitsOfWord )
     {
         const auto* samples = inSamples + std::size_t{ x } * inStride;
-        outBits[x / kWordBits] = inLevel.takesAll ? ~std::uint64_t{ 0 }
-            : inStride == 1                       ? MarkWord( samples, One(), inLevel.level )
-                                                  : MarkWord( samples, inStride, inLevel.level );
+        outBits[x / kBitsOfWord] = inLevel.takesAll ? ~std::uint64_t{ 0 }
+            : inStride == 1                         ? MarkWord( samples, One(), inLevel.level )
+                                                    : MarkWord( samples, inStride, inLevel.level );
     }
     for ( ; x < inWidth; ++x )
     {
-        auto& word = outBits[x / kWordBits];
+        auto& word = outBits[x / kBitsOfWord];
         const auto isMarked = inLevel.IsAboveThreshold( inSamples[std::size_t{ x } * inStride] );
-        word = ( x % kWordBits ? word : 0 ) | std::uint64_t{ isMarked } << x % kWordBits;
+        word = ( x % kBitsOfWord ? word : 0 ) | std::uint64_t{ isMarked } << x % kBitsOfWord;
     }
 }
 } // namespace
 
 XPixelMask::XPixelMask( std::uint32_t inWidth, std::uint32_t inHeight )
     : itsWidth( inWidth ), itsHeight( inHeight ),
-      itsWordsPerRow( ( std::size_t{ inWidth } + kWordBits - 1 ) / kWordBits ),
+      itsWordsPerRow( ( std::size_t{ inWidth } + kBitsOfWord - 1 ) / kBitsOfWord ),
       itsWords( itsWordsPerRow * inHeight )
 {
 }
@@ -76,7 +76,7 @@ std::size_t XPixelMask::CountRuns() const
         before = i % itsWordsPerRow == 0 ? 0 : before;
         // A run begins at each set bit whose left neighbour is not set.
         runs += static_cast<std::size_t>( std::popcount( itsWords[i] & ~( itsWords[i] << 1 | before ) ) );
-        before = itsWords[i] >> ( kWordBits - 1 );
+        before = itsWords[i] >> ( kBitsOfWord - 1 );
     }
     return runs;
 }

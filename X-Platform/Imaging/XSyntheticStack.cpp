@@ -17,7 +17,7 @@ namespace
 constexpr double kBlur = 2;        ///< Half the width of an object's edge, in pixels.
 constexpr double kLeastRadius = 3; ///< In pixels.
 constexpr double kMostRadius = 40;
-constexpr double kGap = 2;          ///< From an object's edge to the border of its cell, in pixels.
+constexpr double kCellMargin = 2;   ///< From an object's edge to the border of its cell, in pixels.
 constexpr double kBackground = 0.1; ///< Of the brightest sample, as the next three.
 constexpr double kNoise = 0.02;     ///< Standard deviation.
 constexpr double kLeastPeak = 0.5;
@@ -86,7 +86,7 @@ void XSyntheticStack::PlaceDiscs()
     itsCellWidth = width / columns;
     itsCellHeight = height / rows;
 
-    const auto room = std::min( itsCellWidth, itsCellHeight ) / 2 - kBlur - kGap;
+    const auto room = std::min( itsCellWidth, itsCellHeight ) / 2 - kBlur - kCellMargin;
     if ( room < kLeastRadius )
         throw WImageError(
             std::to_string( itsSettings.objects ) + " objects do not fit into planes of " +
@@ -110,8 +110,8 @@ void XSyntheticStack::PlaceDiscs()
 /// Starts anywhere in the object's cell, then moves by up to two pixels a plane.
 void XSyntheticStack::Wander( Disc& ioDisc )
 {
-    const auto slackX = itsCellWidth / 2 - ioDisc.radius - kBlur - kGap;
-    const auto slackY = itsCellHeight / 2 - ioDisc.radius - kBlur - kGap;
+    const auto slackX = itsCellWidth / 2 - ioDisc.radius - kBlur - kCellMargin;
+    const auto slackY = itsCellHeight / 2 - ioDisc.radius - kBlur - kCellMargin;
     const auto stepX = itsPlane == 0 ? slackX : 2, stepY = itsPlane == 0 ? slackY : 2;
     ioDisc.x += stepX * ( 2 * DrawUniform() - 1 );
     ioDisc.y += stepY * ( 2 * DrawUniform() - 1 );

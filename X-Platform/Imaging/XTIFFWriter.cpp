@@ -20,9 +20,9 @@ namespace
 using Tag = WTIFFDirectory::Tag;
 
 constexpr std::uint16_t kExtraSamples = 338;
-constexpr std::uint16_t kShort = 3, kLong = 4, kRational = 5, kLong8 = 16;
-constexpr std::uint16_t kUnsigned = 1, kFloat = 3;
-constexpr std::uint16_t kNotCompressed = 1, kBlackIsZero = 1, kInterleaved = 1, kCentimetre = 3;
+constexpr std::uint16_t kShortType = 3, kLongType = 4, kRationalType = 5, kLong8Type = 16;
+constexpr std::uint16_t kUnsignedFormat = 1, kFloatFormat = 3;
+constexpr std::uint16_t kNotCompressed = 1, kMinIsBlack = 1, kInterleaved = 1, kPerCentimetre = 3;
 constexpr double kMicrometresPerCentimetre = 1e4;
 constexpr std::uint64_t kMostClassicBytes = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint64_t kClassicHeaderSize = 8;
@@ -47,7 +47,7 @@ constexpr Widths GetWidths( XTIFFWriter::Format inFormat )
 }
 
 /// Appends a number that has another width in each format.
-void XAppendNumber( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inWidth )
+void AppendWide( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inWidth )
 {
     if ( inWidth == 8 )
         AppendTo( ioBytes, inNumber );
@@ -65,7 +65,7 @@ public:
         : itsWidths( GetWidths( inFormat ) ),
           itsLink( inPosition + itsWidths.count + inEntryCount * itsWidths.entry )
     {
-        XAppendNumber( itsEntries, inEntryCount, itsWidths.count );
+        AppendWide( itsEntries, inEntryCount, itsWidths.count );
     }
 
     void AddShort( std::uint16_t inTag, std::uint16_t inValue, std::uint32_t inCount = 1 )
@@ -73,22 +73,22 @@ public:
         std::string values;
         for ( std::uint32_t i = 0; i < inCount; ++i )
             AppendTo( values, inValue );
-        Add( inTag, kShort, inCount, values );
+        Add( inTag, kShortType, inCount, values );
     }
 
     void AddLong( std::uint16_t inTag, std::uint32_t inValue )
     {
         std::string value;
         AppendTo( value, inValue );
-        Add( inTag, kLong, 1, value );
+        Add( inTag, kLongType, 1, value );
     }
 
     /// A place in the file, or a number of bytes.
     void AddOffset( std::uint16_t inTag, std::uint64_t inValue )
     {
         std::string value;
-        XAppendNumber( value, inValue, itsWidths.offset );
-        Add( inTag, itsWidths.offset == 8 ? kLong8 : kLong, 1, value );
+        AppendWide( value, inValue, itsWidths.offset );
+        Add( inTag, itsWidths.offset == 8 ? kLong8Type : kLongType, 1, value );
     }
 
     /// To three decimals, or as many as 32 bits have room for.
@@ -101,14 +101,14 @@ public:
         std::string value;
         AppendTo( value, static_cast<std::uint32_t>( std::llround( std::min( inValue * divisor, kMost ) ) ) );
         AppendTo( value, divisor );
-        Add( inTag, kRational, 1, value );
+        Add( inTag, kRationalType, 1, value );
     }
 
     std::string GetBytes() const
     {
         constexpr std::uint64_t kNoNextDirectory = 0;
         auto bytes = itsEntries;
-        XAppendNumber( bytes, kNoNextDirectory, itsWidths.offset );
+        AppendWide( bytes, kNoNextDirectory, itsWidths.offset );
         return bytes + itsValues;
     }
 
@@ -126,12 +126,12 @@ private:
         const auto room = itsWidths.offset;
         AppendTo( itsEntries, inTag );
         AppendTo( itsEntries, inType );
-        XAppendNumber( itsEntries, inCount, room );
+        AppendWide( itsEntries, inCount, room );
         // Values start at even offsets, as the format requires.
         inValues.resize( std::max<std::size_t>( inValues.size() + inValues.size() % 2, room ) );
         if ( inValues.size() > room )
         {
-            XAppendNumber( itsEntries, itsLink + room + itsValues.size(), room );
+            AppendWide( itsEntries, itsLink + room + itsValues.size(), room );
             itsValues += inValues;
         }
         else
@@ -154,7 +154,7 @@ Directory MakeDirectory(
     directory.AddShort(
         Tag::kBitsPerSample, static_cast<std::uint16_t>( inPage.GetSampleSize() * 8 ), inPage.channels );
     directory.AddShort( Tag::kCompression, kNotCompressed );
-    directory.AddShort( Tag::kPhotometric, kBlackIsZero );
+    directory.AddShort( Tag::kPhotometric, kMinIsBlack );
     directory.AddOffset( Tag::kStripOffsets, inSamplesPosition );
     directory.AddShort( Tag::kSamplesPerPixel, static_cast<std::uint16_t>( inPage.channels ) );
     directory.AddLong( Tag::kRowsPerStrip, inPage.height );
@@ -166,11 +166,12 @@ Directory MakeDirectory(
     }
     directory.AddShort( Tag::kPlanarConfiguration, kInterleaved );
     if ( hasResolution )
-        directory.AddShort( Tag::kResolutionUnit, kCentimetre );
+        directory.AddShort( Tag::kResolutionUnit, kPerCentimetre );
     if ( hasExtra )
         directory.AddShort( kExtraSamples, 0, inPage.channels - 1 );
     directory.AddShort(
-        Tag::kSampleFormat, inPage.type == WImageFormat::kFloat32 ? kFloat : kUnsigned, inPage.channels );
+        Tag::kSampleFormat, inPage.type == WImageFormat::kFloat32 ? kFloatFormat : kUnsignedFormat,
+        inPage.channels );
     return directory;
 }
 } // namespace
@@ -194,7 +195,7 @@ XTIFFWriter::XTIFFWriter( WFile& ioFile, Format inFormat ) : itsFile( ioFile ), 
         AppendTo<std::uint16_t>( header, 0 );
     }
     itsLink = header.size();
-    XAppendNumber( header, 0, offsetSize );
+    AppendWide( header, 0, offsetSize );
     Append( header.data(), header.size() );
 }
 
@@ -212,7 +213,7 @@ void XTIFFWriter::WritePage( const WImagePage& inPage )
     Append( bytes.data(), bytes.size() );
 
     std::string offset;
-    XAppendNumber( offset, position, GetWidths( itsFormat ).offset );
+    AppendWide( offset, position, GetWidths( itsFormat ).offset );
     itsFile.WriteAt( itsLink, offset.data(), offset.size() );
     itsLink = directory.GetLink();
 }

@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr const char* kKind = "Heap Block";
+constexpr const char* kHeapKind = "Heap Block";
 } // namespace
 
 XHeapMemory::XHeapMemory( XMemoryManager& inManager, USize64 inAlignment )
@@ -19,14 +19,14 @@ XHeapMemory::XHeapMemory( XMemoryManager& inManager, USize64 inAlignment )
 void XHeapMemory::Allocate( USize64 inSize )
 {
     XAssert( !itsData );
-    XResourceTracker::RsrcAllocated( kKind, inSize ); // nothing may fail once there is memory
+    XResourceTracker::RsrcAllocated( kHeapKind, inSize ); // nothing may fail once there is memory
     try
     {
         Reallocate( std::max<USize64>( inSize, 1 ) );
     }
     catch ( ... )
     {
-        XResourceTracker::RsrcDeallocated( kKind, inSize );
+        XResourceTracker::RsrcDeallocated( kHeapKind, inSize );
         throw;
     }
     itsSize = inSize;
@@ -40,7 +40,7 @@ void XHeapMemory::Resize( USize64 inSize )
         Reallocate( inSize );
     else
         Shrink( inSize );
-    XResourceTracker::RsrcSizeChanged( kKind, itsSize, inSize );
+    XResourceTracker::RsrcSizeChanged( kHeapKind, itsSize, inSize );
     itsSize = inSize;
 }
 
@@ -77,7 +77,7 @@ void XHeapMemory::Free()
         return;
     itsManager.FreeHeap( itsData, itsAlignment );
     itsReservation.Set( 0 );
-    XResourceTracker::RsrcDeallocated( kKind, itsSize );
+    XResourceTracker::RsrcDeallocated( kHeapKind, itsSize );
     itsData = nullptr;
     itsSize = 0;
 }

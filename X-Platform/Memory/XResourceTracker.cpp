@@ -9,7 +9,7 @@ namespace
 
 using XCounts = std::map<std::string, XResourceTracker::XCount, std::less<>>;
 
-XMutex sMutex; // guards the counts
+XMutex sCountsMutex; // guards the counts
 
 /// Never destroyed: statics may own resources.
 XCounts& GetCounts()
@@ -30,7 +30,7 @@ XResourceTracker::XCount& Find( const char* inKind )
 
 void XResourceTracker::RsrcAllocated( const char* inKind, USize64 inBytes )
 {
-    const XThreadLock lock( sMutex );
+    const XThreadLock lock( sCountsMutex );
     XCount& count = Find( inKind );
     ++count.number;
     count.bytes += inBytes;
@@ -38,7 +38,7 @@ void XResourceTracker::RsrcAllocated( const char* inKind, USize64 inBytes )
 
 void XResourceTracker::RsrcDeallocated( const char* inKind, USize64 inBytes )
 {
-    const XThreadLock lock( sMutex );
+    const XThreadLock lock( sCountsMutex );
     XCount& count = Find( inKind );
     --count.number;
     count.bytes -= inBytes;
@@ -46,19 +46,19 @@ void XResourceTracker::RsrcDeallocated( const char* inKind, USize64 inBytes )
 
 void XResourceTracker::RsrcSizeChanged( const char* inKind, USize64 inOldBytes, USize64 inNewBytes )
 {
-    const XThreadLock lock( sMutex );
+    const XThreadLock lock( sCountsMutex );
     Find( inKind ).bytes += inNewBytes - inOldBytes;
 }
 
 XResourceTracker::XCount XResourceTracker::GetCount( const std::string& inKind )
 {
-    const XThreadLock lock( sMutex );
+    const XThreadLock lock( sCountsMutex );
     const auto found = GetCounts().find( inKind );
     return found == GetCounts().end() ? XCount() : found->second;
 }
 
 std::map<std::string, XResourceTracker::XCount> XResourceTracker::GetAll()
 {
-    const XThreadLock lock( sMutex );
+    const XThreadLock lock( sCountsMutex );
     return { GetCounts().begin(), GetCounts().end() };
 }

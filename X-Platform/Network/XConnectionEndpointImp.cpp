@@ -279,6 +279,7 @@ std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTr
         Check( connection, outcome );
         if ( outcome.count == 0 )
             FailDisconnected( connection );
+        // Drain on another thread may have discarded bytes before these.
         if ( IsEnding( *connection ) )
             XThrow( kErrorDisconnected );
         return static_cast<std::uint32_t>( outcome.count );
@@ -397,6 +398,7 @@ WConnectionPtr XConnectionEndpointImp::TakeConnection( XState inNewState )
         return nullptr;
     itsState = inNewState;
     ResetStatistics();
+    // Moved out under the mutex: of several threads that end the use, only one gets the connection.
     return std::move( itsConnection );
 }
 
@@ -406,6 +408,7 @@ void XConnectionEndpointImp::Drop( const WConnectionPtr& inConnection, XState in
     bool isInUse = false;
     {
         const XThreadLock lock( itsMutex );
+        // The endpoint may have been ended and used again for another connection meanwhile.
         isInUse = itsConnection == inConnection;
         if ( isInUse )
         {

@@ -41,7 +41,7 @@ struct RoleNames
 
 constexpr RoleNames kRoles[] = { { "control", "control.korvale" }, { "node", "node.korvale" } };
 
-XString ToText( const std::filesystem::path& inPath )
+XString PathToText( const std::filesystem::path& inPath )
 {
     const std::u8string text = inPath.u8string();
     return XString::FromUTF8( std::string( text.begin(), text.end() ) );
@@ -52,7 +52,7 @@ class KeyFileException : public XException
 {
 public:
     KeyFileException( const std::filesystem::path& inPath, const XString& inReason, std::uint32_t inNumber )
-        : XException( inNumber ), itsMessage( ToText( inPath ) + ": " + inReason )
+        : XException( inNumber ), itsMessage( PathToText( inPath ) + ": " + inReason )
     {
     }
     KeyFileException( const std::filesystem::path& inPath, const XException& inReason )

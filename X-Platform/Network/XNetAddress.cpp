@@ -18,7 +18,6 @@
 namespace
 {
 
-constexpr std::uint32_t kLoopBackAddress = 0x7F000001;
 constexpr std::int32_t kMostPort = 65535;
 
 } // namespace
@@ -37,7 +36,7 @@ XNetAddress::~XNetAddress() = default;
 
 XNetAddress XNetAddress::GetLoopBackAddress( std::int32_t inPort )
 {
-    return XNetAddress( kLoopBackAddress, inPort );
+    return XNetAddress( kLoopBackIP, inPort );
 }
 
 XNetAddress XNetAddress::GetLocalAddress( std::int32_t inPort )

@@ -18,6 +18,8 @@ struct sockaddr_in;
 class KORVALE_API XNetAddress : public XStorable
 {
 public:
+    static constexpr std::uint32_t kLoopBackIP = 0x7F000001; ///< 127.0.0.1
+
     XNetAddress() = default;
     XNetAddress( std::uint32_t inIPAddress, std::int32_t inPort );
     /// The IP address is looked up on demand.

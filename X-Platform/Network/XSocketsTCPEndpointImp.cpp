@@ -16,8 +16,6 @@
 namespace
 {
 
-constexpr std::uint32_t kLoopBackAddress = 0x7F000001;
-
 std::uint16_t CheckedPort( std::int32_t inPort )
 {
     if ( inPort < 0 || inPort > 65535 )
@@ -169,7 +167,7 @@ XNetEndpoint* XSocketsTCPEndpointImp::MakeEndpoint( const WConnectionPtr& inConn
     auto imp = MakeAccepted( inConnection );
     const WSocket::Address peer = socket->GetPeerAddress();
     imp->SetLocalPlace( { XNetAddress( 0, socket->GetLocalAddress().port ), true } );
-    imp->SetRemotePlace( { XNetAddress( peer.ip, peer.port ), peer.ip == kLoopBackAddress } );
+    imp->SetRemotePlace( { XNetAddress( peer.ip, peer.port ), peer.ip == XNetAddress::kLoopBackIP } );
     imp->itsKeepAliveTimeMS = itsKeepAliveTimeMS.load(); // as the system's socket has it
     imp->SetConnected( socket );
     return new XNetEndpoint( std::move( imp ) );

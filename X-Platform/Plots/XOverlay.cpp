@@ -16,12 +16,12 @@ namespace
 {
 // Lengths in pixels of the picture.
 constexpr std::uint32_t kLeastSide = 800;
-constexpr double kLineWidth = 1.5;
+constexpr double kContourWidth = 1.5;
 constexpr double kCasingWidth = 3.5;
 constexpr double kLeastText = 11;
 constexpr double kMostText = 28;
 
-constexpr double kCapital = 0.72; ///< The height of figures, of the font's size.
+constexpr double kFigureHeight = 0.72; ///< The height of figures, of the font's size.
 constexpr WColour kCasing{ 0, 0, 0, 0.6 };
 constexpr double kHaloWidth = 0.3; ///< The same.
 constexpr WColour kHalo{ 0, 0, 0, 0.85 };
@@ -53,7 +53,7 @@ public:
     {
         const auto contours = XTraceContours( inObjects.found );
         StrokeAll( contours, { kCasing, kCasingWidth } );
-        StrokeAll( contours, { inObjects.colour, kLineWidth } );
+        StrokeAll( contours, { inObjects.colour, kContourWidth } );
     }
 
     void AddNumbers( const XOverlayObjects& inObjects )
@@ -129,16 +129,16 @@ private:
             ( inShape.GetCentroidX() + 0.5 ) * itsScale, ( inShape.GetCentroidY() + 0.5 ) * itsScale };
         const auto unitWidth = itsDigitWidth * static_cast<double>( inDigits.size() );
         const auto fitting =
-            kShare * std::min( object.GetWidth() / unitWidth, object.GetHeight() / kCapital / 2 );
+            kShare * std::min( object.GetWidth() / unitWidth, object.GetHeight() / kFigureHeight / 2 );
         const auto size = std::clamp( fitting, kLeastText, kMostText );
         itsNumbers.push_back(
-            { object, centre, ( unitWidth + kHaloWidth ) * size, ( kCapital + kHaloWidth ) * size } );
+            { object, centre, ( unitWidth + kHaloWidth ) * size, ( kFigureHeight + kHaloWidth ) * size } );
         itsTexts.push_back( { inDigits, size, inColour } );
     }
 
     void DrawNumber( const Text& inText, WPoint inCentre )
     {
-        inCentre.y += kCapital * inText.size / 2;
+        inCentre.y += kFigureHeight * inText.size / 2;
         itsCanvas->DrawText(
             inText.digits, inCentre,
             { inText.size, inText.colour, WTextStyle::kMiddle, 0, { kHalo, kHaloWidth * inText.size } } );

@@ -22,7 +22,7 @@ bool IsTokenCharacter( char inCharacter )
           std::string_view( "!#$%&'*+-.^_`|~" ).find( inCharacter ) != std::string_view::npos );
 }
 
-void Check( std::string_view inName, std::string_view inValue )
+void CheckField( std::string_view inName, std::string_view inValue )
 {
     if ( !XHTTPHeaders::IsValid( inName, inValue ) )
         XThrow( kErrorBadParameters );
@@ -59,7 +59,7 @@ std::string XHTTPHeaders::Get( std::string_view inName ) const
 
 void XHTTPHeaders::Set( std::string_view inName, std::string_view inValue )
 {
-    Check( inName, inValue );
+    CheckField( inName, inValue );
     XField field{ std::string( inName ), std::string( inValue ) };
     Remove( inName );
     itsFields.push_back( std::move( field ) );
@@ -67,7 +67,7 @@ void XHTTPHeaders::Set( std::string_view inName, std::string_view inValue )
 
 void XHTTPHeaders::Add( std::string_view inName, std::string_view inValue )
 {
-    Check( inName, inValue );
+    CheckField( inName, inValue );
     itsFields.push_back( { std::string( inName ), std::string( inValue ) } );
 }
 

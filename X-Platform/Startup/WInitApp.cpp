@@ -15,7 +15,7 @@
 namespace
 {
 
-std::atomic<bool> sIsInitialised = false;
+std::atomic<bool> sIsAppInitialised = false;
 
 void ReportCrash( std::string_view inText )
 {
@@ -59,7 +59,7 @@ std::string DescribeCurrentException()
 WInitApp::WInitApp()
 {
     XAssert( WInitCore::IsInitialised() );
-    const bool wasInitialised = sIsInitialised.exchange( true );
+    const bool wasInitialised = sIsAppInitialised.exchange( true );
     XAssert( !wasInitialised );
     WCrashHandler::Install( ReportCrash );
     itsPreviousTerminateHandler = std::set_terminate( OnTerminate );
@@ -69,5 +69,5 @@ WInitApp::~WInitApp()
 {
     std::set_terminate( itsPreviousTerminateHandler );
     WCrashHandler::Remove();
-    sIsInitialised = false;
+    sIsAppInitialised = false;
 }

@@ -13,14 +13,14 @@
 namespace
 {
 
-std::atomic<bool> sIsInitialised = false;
+std::atomic<bool> sIsCoreInitialised = false;
 
-XString MakeCrashDump()
+XString MakeSystemCrashDump()
 {
     return XString( WCrashDump::MakeForCurrentThread() );
 }
 
-void AddToEventLog( const XString& inMessage )
+void AddToSystemEventLog( const XString& inMessage )
 {
     WEventLog::AddMsgToSystemEventLog(
         inMessage.GetConstCharPtr(), WEventLog::kError, WEventLog::kInternalErrorEvent );
@@ -30,15 +30,15 @@ void AddToEventLog( const XString& inMessage )
 
 WInitCore::WInitCore()
 {
-    const bool wasInitialised = sIsInitialised.exchange( true );
+    const bool wasInitialised = sIsCoreInitialised.exchange( true );
     XAssert( !wasInitialised );
     itsMainThread = std::make_unique<XMainThread>();
     XTime::Initialise();
     XException::Initialise();
     XClassRegistry::RegisterStandardClasses();
     XInternalErrorHandlers handlers;
-    handlers.MakeCrashDump = MakeCrashDump;
-    handlers.AddToEventLog = AddToEventLog;
+    handlers.MakeCrashDump = MakeSystemCrashDump;
+    handlers.AddToEventLog = AddToSystemEventLog;
     itsPreviousHandlers = XInternalErrorHandlers::Install( handlers );
 }
 
@@ -47,10 +47,10 @@ WInitCore::~WInitCore()
     XJobQueue::EndWorkerThreads();
     XInternalErrorHandlers::Install( itsPreviousHandlers );
     itsMainThread.reset();
-    sIsInitialised = false;
+    sIsCoreInitialised = false;
 }
 
 bool WInitCore::IsInitialised()
 {
-    return sIsInitialised;
+    return sIsCoreInitialised;
 }

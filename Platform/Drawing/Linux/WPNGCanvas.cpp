@@ -42,14 +42,14 @@ void AppendBytes( png_structp inPNG, png_bytep inData, size_t inCount )
     }
 }
 
-[[noreturn]] void KeepMessage( png_structp inPNG, png_const_charp inText )
+[[noreturn]] void KeepWriteMessage( png_structp inPNG, png_const_charp inText )
 {
     auto& target = *static_cast<Target*>( png_get_error_ptr( inPNG ) );
     std::snprintf( target.message, sizeof( target.message ), "%s", inText );
     png_longjmp( inPNG, 1 );
 }
 
-void IgnoreWarning( png_structp, png_const_charp ) {}
+void IgnoreWriteWarning( png_structp, png_const_charp ) {}
 void IgnoreFlush( png_structp ) {}
 
 struct Pixels
@@ -89,7 +89,8 @@ bool WritePixels( png_structp inPNG, png_infop inInfo, Pixels& inPixels )
 std::string EncodePixels( Pixels& inPixels )
 {
     Target target;
-    auto* png = png_create_write_struct( PNG_LIBPNG_VER_STRING, &target, KeepMessage, IgnoreWarning );
+    auto* png =
+        png_create_write_struct( PNG_LIBPNG_VER_STRING, &target, KeepWriteMessage, IgnoreWriteWarning );
     auto* info = png ? png_create_info_struct( png ) : nullptr;
     if ( png )
         png_set_write_fn( png, &target, AppendBytes, IgnoreFlush );

@@ -27,15 +27,16 @@ using namespace Gdiplus;
 
 constexpr CLSID kPNGEncoder{ 0x557CF406, 0x1A04, 0x11D3, { 0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E } };
 
-void Check( bool inIsWell, const std::string& inWhat )
+void CheckDrawing( bool inIsWell, const std::string& inWhat )
 {
     if ( !inIsWell )
         throw std::runtime_error( inWhat );
 }
 
-void Check( Status inStatus )
+void CheckDrawing( Status inStatus )
 {
-    Check( inStatus == Ok, "the picture cannot be drawn (GDI+ status " + std::to_string( inStatus ) + ")" );
+    CheckDrawing(
+        inStatus == Ok, "the picture cannot be drawn (GDI+ status " + std::to_string( inStatus ) + ")" );
 }
 
 /// GDI+ is there until the process ends, because any canvas may need it.
@@ -47,7 +48,7 @@ void StartGDIPlus()
         const GdiplusStartupInput input;
         return GdiplusStartup( &token, &input, nullptr );
     }();
-    Check( sStatus );
+    CheckDrawing( sStatus );
 }
 
 /// The families that look alike; one of them is everywhere.
@@ -80,12 +81,12 @@ std::string ReadAll( IStream& inStream )
 {
     HGLOBAL memory = nullptr;
     STATSTG state{};
-    Check(
+    CheckDrawing(
         SUCCEEDED( GetHGlobalFromStream( &inStream, &memory ) ) &&
             SUCCEEDED( inStream.Stat( &state, STATFLAG_NONAME ) ),
         "the picture cannot be encoded" );
     const auto* bytes = static_cast<const char*>( GlobalLock( memory ) );
-    Check( bytes != nullptr, "the picture cannot be encoded" );
+    CheckDrawing( bytes != nullptr, "the picture cannot be encoded" );
     std::string text( bytes, state.cbSize.QuadPart );
     GlobalUnlock( memory );
     return text;
@@ -119,10 +120,10 @@ PNGCanvas::PNGCanvas( int inWidth, int inHeight, double inPixelsPerUnit, double 
     : itsBitmap( inWidth, inHeight, PixelFormat32bppRGB ), itsGraphics( &itsBitmap ),
       itsFamily( FindFontFamily() )
 {
-    Check( itsBitmap.GetLastStatus() );
-    Check( itsGraphics.GetLastStatus() );
+    CheckDrawing( itsBitmap.GetLastStatus() );
+    CheckDrawing( itsGraphics.GetLastStatus() );
     itsBitmap.SetResolution( ToReal( inDotsPerInch ), ToReal( inDotsPerInch ) );
-    Check( itsGraphics.Clear( ToColor( { 255, 255, 255 } ) ) );
+    CheckDrawing( itsGraphics.Clear( ToColor( { 255, 255, 255 } ) ) );
     itsGraphics.SetPageUnit( UnitPixel );
     itsGraphics.SetSmoothingMode( SmoothingModeAntiAlias );
     itsGraphics.SetPixelOffsetMode( PixelOffsetModeHalf ); // The corner of the first pixel is 0, 0.
@@ -133,14 +134,14 @@ void PNGCanvas::DrawPicture( const WGreyPicture& inPicture )
 {
     const Rect all( 0, 0, static_cast<INT>( inPicture.width ), static_cast<INT>( inPicture.height ) );
     BitmapData data;
-    Check( itsBitmap.LockBits( &all, ImageLockModeWrite, PixelFormat32bppRGB, &data ) );
+    CheckDrawing( itsBitmap.LockBits( &all, ImageLockModeWrite, PixelFormat32bppRGB, &data ) );
     for ( std::size_t y = 0; y < inPicture.height; ++y )
     {
         auto* const row =
             static_cast<std::byte*>( data.Scan0 ) + static_cast<std::ptrdiff_t>( y ) * data.Stride;
         ConvertRow( inPicture, y, reinterpret_cast<std::uint32_t*>( row ) );
     }
-    Check( itsBitmap.UnlockBits( &data ) );
+    CheckDrawing( itsBitmap.UnlockBits( &data ) );
 }
 
 void PNGCanvas::AddPath( const Path& inPath, bool inIsClosed, GraphicsPath& ioPath )
@@ -148,7 +149,8 @@ void PNGCanvas::AddPath( const Path& inPath, bool inIsClosed, GraphicsPath& ioPa
     std::vector<PointF> points( inPath.size() );
     std::ranges::transform( inPath, points.begin(), ToPoint );
     const auto count = static_cast<INT>( points.size() );
-    Check( inIsClosed ? ioPath.AddPolygon( points.data(), count ) : ioPath.AddLines( points.data(), count ) );
+    CheckDrawing(
+        inIsClosed ? ioPath.AddPolygon( points.data(), count ) : ioPath.AddLines( points.data(), count ) );
     ioPath.StartFigure();
 }
 
@@ -157,14 +159,14 @@ void PNGCanvas::Fill( const Path& inPolygon, const WColour& inColour )
     GraphicsPath path;
     AddPath( inPolygon, true, path );
     const SolidBrush brush( ToColor( inColour ) );
-    Check( itsGraphics.FillPath( &brush, &path ) );
+    CheckDrawing( itsGraphics.FillPath( &brush, &path ) );
 }
 
 void PNGCanvas::FillDisc( WPoint inCentre, double inRadius, const WColour& inColour )
 {
     const SolidBrush brush( ToColor( inColour ) );
     const auto side = ToReal( 2 * inRadius );
-    Check( itsGraphics.FillEllipse(
+    CheckDrawing( itsGraphics.FillEllipse(
         &brush, ToReal( inCentre.x - inRadius ), ToReal( inCentre.y - inRadius ), side, side ) );
 }
 
@@ -180,7 +182,7 @@ void PNGCanvas::StrokePath( const GraphicsPath& inPath, const WStroke& inStroke 
 {
     Pen pen( ToColor( inStroke.colour ), ToReal( inStroke.width ) );
     pen.SetLineJoin( LineJoinRound );
-    Check( itsGraphics.DrawPath( &pen, &inPath ) );
+    CheckDrawing( itsGraphics.DrawPath( &pen, &inPath ) );
 }
 
 void PNGCanvas::DrawTextSelf( const std::string& inText, WPoint inPlace, const WTextStyle& inStyle )
@@ -190,7 +192,7 @@ void PNGCanvas::DrawTextSelf( const std::string& inText, WPoint inPlace, const W
         itsFamily->GetEmHeight( FontStyleRegular );
     const auto wide = WCodePage::UTF8ToWide( inText );
     GraphicsPath path( FillModeWinding );
-    Check( path.AddString(
+    CheckDrawing( path.AddString(
         wide.c_str(), static_cast<INT>( wide.size() ), itsFamily.get(), FontStyleRegular,
         ToReal( inStyle.size ), PointF( ToReal( -shift ), ToReal( -ascent ) ),
         StringFormat::GenericTypographic() ) );
@@ -201,7 +203,7 @@ void PNGCanvas::DrawTextSelf( const std::string& inText, WPoint inPlace, const W
     if ( inStyle.halo.width > 0 )
         StrokePath( path, inStyle.halo );
     const SolidBrush brush( ToColor( inStyle.colour ) );
-    Check( itsGraphics.FillPath( &brush, &path ) );
+    CheckDrawing( itsGraphics.FillPath( &brush, &path ) );
     itsGraphics.Restore( state );
 }
 
@@ -216,7 +218,7 @@ double PNGCanvas::GetTextWidthSelf( const std::string& inText, double inSize )
     Bitmap sheet( 1, 1, PixelFormat32bppRGB );
     const Graphics ruler( &sheet );
     RectF bounds;
-    Check( ruler.MeasureString(
+    CheckDrawing( ruler.MeasureString(
         wide.c_str(), static_cast<INT>( wide.size() ), &font, PointF(), &format, &bounds ) );
     return bounds.Width * inSize / kLarge;
 }
@@ -224,10 +226,11 @@ double PNGCanvas::GetTextWidthSelf( const std::string& inText, double inSize )
 std::string PNGCanvas::Encode()
 {
     IStream* stream = nullptr;
-    Check( SUCCEEDED( CreateStreamOnHGlobal( nullptr, TRUE, &stream ) ), "there is not enough memory" );
+    CheckDrawing(
+        SUCCEEDED( CreateStreamOnHGlobal( nullptr, TRUE, &stream ) ), "there is not enough memory" );
     const std::unique_ptr<IStream, void ( * )( IStream* )> owner(
         stream, []( IStream* inEach ) { inEach->Release(); } );
-    Check( itsBitmap.Save( stream, &kPNGEncoder, nullptr ) );
+    CheckDrawing( itsBitmap.Save( stream, &kPNGEncoder, nullptr ) );
     return ReadAll( *stream );
 }
 } // namespace

@@ -36,7 +36,7 @@ private:
 /// Calls a system function that takes a buffer and its length, and that returns the required length if the
 /// buffer is too short.
 template<class Call>
-std::wstring ReadText( Call inCall )
+std::wstring ReadSystemText( Call inCall )
 {
     std::wstring text( MAX_PATH, L'\0' );
     for ( ;; )
@@ -66,7 +66,7 @@ fs::path WFilePath::ResolveLinks( const fs::path& inPath, std::error_code& outEr
 {
     outError.clear();
     const Probe file( inPath );
-    const auto final = ReadText(
+    const auto final = ReadSystemText(
         [&]( wchar_t* outText, DWORD inLength )
         { return ::GetFinalPathNameByHandleW( file.Get(), outText, inLength, FILE_NAME_NORMALIZED ); } );
     // A file that does not exist yet has no links to resolve, as far as the system tells.
@@ -78,8 +78,8 @@ fs::path WFilePath::ResolveLinks( const fs::path& inPath, std::error_code& outEr
 fs::path WFilePath::Normalise( const fs::path& inPath )
 {
     const auto full =
-        ReadText( [&]( wchar_t* outText, DWORD inLength )
-                  { return ::GetFullPathNameW( inPath.c_str(), inLength, outText, nullptr ); } );
+        ReadSystemText( [&]( wchar_t* outText, DWORD inLength )
+                        { return ::GetFullPathNameW( inPath.c_str(), inLength, outText, nullptr ); } );
     return full.empty() ? inPath : fs::path( full ); // Else all paths that it cannot read were one.
 }
 

@@ -28,13 +28,13 @@ struct LocalFreer
 template<class T>
 using Local = std::unique_ptr<T, LocalFreer>;
 
-void Check( bool inHasSucceeded )
+void CheckSuccess( bool inHasSucceeded )
 {
     if ( !inHasSucceeded )
         XThrowLastSystemError();
 }
 
-void CheckError( DWORD inError )
+void CheckSecurity( DWORD inError )
 {
     if ( inError == ERROR_SUCCESS )
         return;
@@ -49,12 +49,12 @@ public:
     CurrentUser()
     {
         HANDLE token = nullptr;
-        Check( OpenProcessToken( GetCurrentProcess(), TOKEN_QUERY, &token ) );
+        CheckSuccess( OpenProcessToken( GetCurrentProcess(), TOKEN_QUERY, &token ) );
         const std::unique_ptr<void, decltype( &CloseHandle )> owner( token, &CloseHandle );
         DWORD size = 0;
         GetTokenInformation( token, TokenUser, nullptr, 0, &size );
         itsUser.resize( size );
-        Check( GetTokenInformation( token, TokenUser, itsUser.data(), size, &size ) );
+        CheckSuccess( GetTokenInformation( token, TokenUser, itsUser.data(), size, &size ) );
     }
 
     PSID GetSID() const { return reinterpret_cast<const TOKEN_USER*>( itsUser.data() )->User.Sid; }
@@ -62,7 +62,7 @@ public:
     std::wstring GetText() const
     {
         wchar_t* text = nullptr;
-        Check( ConvertSidToStringSidW( GetSID(), &text ) );
+        CheckSuccess( ConvertSidToStringSidW( GetSID(), &text ) );
         return Local<wchar_t>( text ).get();
     }
 
@@ -78,7 +78,7 @@ public:
     {
         const std::wstring list = L"D:P(A;OICI;FA;;;" + CurrentUser().GetText() + L")(A;OICI;FA;;;SY)";
         PSECURITY_DESCRIPTOR descriptor = nullptr;
-        Check( ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        CheckSuccess( ConvertStringSecurityDescriptorToSecurityDescriptorW(
             list.c_str(), SDDL_REVISION_1, &descriptor, nullptr ) );
         itsDescriptor.reset( descriptor );
         itsAttributes = { sizeof( itsAttributes ), descriptor, FALSE };
@@ -106,14 +106,14 @@ WPrivateFile WPrivateFile::CreateNew( const std::filesystem::path& inPath )
     const HANDLE handle = CreateFileW(
         inPath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, attributes.Get(),
         CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr );
-    Check( handle != INVALID_HANDLE_VALUE );
+    CheckSuccess( handle != INVALID_HANDLE_VALUE );
     return WPrivateFile( reinterpret_cast<std::intptr_t>( handle ) );
 }
 
 void WPrivateFile::CreateFolder( const std::filesystem::path& inPath )
 {
     PrivateAttributes attributes;
-    Check( CreateDirectoryW( inPath.c_str(), attributes.Get() ) );
+    CheckSuccess( CreateDirectoryW( inPath.c_str(), attributes.Get() ) );
 }
 
 void WPrivateFile::RestrictFolder( const std::filesystem::path& inPath )
@@ -121,10 +121,10 @@ void WPrivateFile::RestrictFolder( const std::filesystem::path& inPath )
     PrivateAttributes attributes;
     ACL* list = nullptr;
     BOOL isPresent = FALSE, isDefault = FALSE;
-    Check(
+    CheckSuccess(
         GetSecurityDescriptorDacl( attributes.Get()->lpSecurityDescriptor, &isPresent, &list, &isDefault ) );
     std::wstring path = inPath.native();
-    CheckError( SetNamedSecurityInfoW(
+    CheckSecurity( SetNamedSecurityInfoW(
         path.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
         nullptr, list, nullptr ) );
 }
@@ -133,7 +133,7 @@ bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
 {
     ACL* list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    CheckError( GetSecurityInfo(
+    CheckSecurity( GetSecurityInfo(
         reinterpret_cast<HANDLE>( inFile.GetRawHandle() ), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
         nullptr, &list, nullptr, &descriptor ) );
     const Local<void> owner( descriptor );
@@ -142,7 +142,7 @@ bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
     for ( DWORD i = 0; i < list->AceCount; ++i )
     {
         void* entry = nullptr;
-        Check( GetAce( list, i, &entry ) );
+        CheckSuccess( GetAce( list, i, &entry ) );
         auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>( entry );
         if ( allowed->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && allowed->Mask != 0 &&
              !( allowed->Header.AceFlags & INHERIT_ONLY_ACE ) && !MayHaveAccess( &allowed->SidStart ) )

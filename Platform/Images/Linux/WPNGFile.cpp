@@ -48,14 +48,14 @@ void ReadSource( png_structp inPNG, png_bytep outData, size_t inCount )
         png_error( inPNG, "it is cut off" );
 }
 
-[[noreturn]] void KeepMessage( png_structp inPNG, png_const_charp inText )
+[[noreturn]] void KeepReadMessage( png_structp inPNG, png_const_charp inText )
 {
     auto& source = *static_cast<Source*>( png_get_error_ptr( inPNG ) );
     std::snprintf( source.message, sizeof( source.message ), "%s", inText );
     png_longjmp( inPNG, 1 );
 }
 
-void IgnoreWarning( png_structp, png_const_charp ) {}
+void IgnoreReadWarning( png_structp, png_const_charp ) {}
 
 class PNGFile : public WImageFile
 {
@@ -130,7 +130,7 @@ PNGFile::ReadPageSelf( std::uint32_t, const Progress& inProgress, const WImagePa
     itsSource.position = 0;
     // A PNG file can only be read from its beginning: every reading starts anew.
     png_destroy_read_struct( &itsPNG, &itsInfo, nullptr );
-    itsPNG = png_create_read_struct( PNG_LIBPNG_VER_STRING, &itsSource, KeepMessage, IgnoreWarning );
+    itsPNG = png_create_read_struct( PNG_LIBPNG_VER_STRING, &itsSource, KeepReadMessage, IgnoreReadWarning );
     itsInfo = itsPNG ? png_create_info_struct( itsPNG ) : nullptr;
     Check( itsInfo != nullptr );
     png_set_read_fn( itsPNG, &itsSource, ReadSource );

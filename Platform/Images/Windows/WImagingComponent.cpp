@@ -40,7 +40,7 @@ private:
     T* itsObject = nullptr;
 };
 
-void Check( HRESULT inResult, const char* inWhat )
+void CheckComponent( HRESULT inResult, const char* inWhat )
 {
     if ( SUCCEEDED( inResult ) )
         return;
@@ -131,7 +131,7 @@ void CopyRows( IWICBitmapSource& inSource, const WImageFile::Progress& inProgres
         const WICRect band{
             0, static_cast<INT>( top ), static_cast<INT>( ioPage.width ), static_cast<INT>( rows ) };
         auto* const target = reinterpret_cast<BYTE*>( ioPage.samples.get() + top * rowSize );
-        Check(
+        CheckComponent(
             inSource.CopyPixels(
                 &band, static_cast<UINT>( rowSize ), static_cast<UINT>( rows * rowSize ), target ),
             "its samples cannot be read" );
@@ -180,9 +180,10 @@ GetColours( IWICImagingFactory& inFactory, IWICBitmapFrameDecode& inFrame, const
     constexpr const char* kNoPalette = "its palette cannot be read";
     Reference<IWICPalette> palette;
     UINT count = 0;
-    Check( inFactory.CreatePalette( palette.GetAddress() ), kNoPalette );
-    Check( inFrame.CopyPalette( palette.Get() ), kNoPalette );
-    Check( palette->GetColors( static_cast<UINT>( colours.size() ), colours.data(), &count ), kNoPalette );
+    CheckComponent( inFactory.CreatePalette( palette.GetAddress() ), kNoPalette );
+    CheckComponent( inFrame.CopyPalette( palette.Get() ), kNoPalette );
+    CheckComponent(
+        palette->GetColors( static_cast<UINT>( colours.size() ), colours.data(), &count ), kNoPalette );
     return colours;
 }
 
@@ -200,7 +201,8 @@ void CopyPacked(
     {
         const WICRect band{ 0, static_cast<INT>( y ), static_cast<INT>( ioPage.width ), 1 };
         inProgress( static_cast<double>( y ) / ioPage.height );
-        Check( inFrame.CopyPixels( &band, rowSize, rowSize, row.data() ), "its samples cannot be read" );
+        CheckComponent(
+            inFrame.CopyPixels( &band, rowSize, rowSize, row.data() ), "its samples cannot be read" );
         for ( std::uint32_t x = 0; x < ioPage.width; ++x )
         {
             const auto shift = 8 - inBits - x * inBits % 8;
@@ -214,15 +216,15 @@ void CopyPacked(
 
 WImagingComponent::WImagingComponent( const std::filesystem::path& inPath )
 {
-    Check( CoIncrementMTAUsage( &itsApartment ), "the Windows Imaging Component cannot be started" );
+    CheckComponent( CoIncrementMTAUsage( &itsApartment ), "the Windows Imaging Component cannot be started" );
     try
     {
-        Check(
+        CheckComponent(
             CoCreateInstance(
                 CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
                 reinterpret_cast<void**>( &itsFactory ) ),
             "the Windows Imaging Component cannot be started" );
-        Check(
+        CheckComponent(
             itsFactory->CreateDecoderFromFilename(
                 inPath.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, &itsDecoder ),
             "Windows cannot read this form of image" );
@@ -251,12 +253,12 @@ void WImagingComponent::Release()
 void WImagingComponent::CopyFrame( const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     Reference<IWICBitmapFrameDecode> frame;
-    Check( itsDecoder->GetFrame( 0, frame.GetAddress() ), "its page cannot be found" );
+    CheckComponent( itsDecoder->GetFrame( 0, frame.GetAddress() ), "its page cannot be found" );
 
     UINT width = 0, height = 0;
     GUID id{};
-    Check( frame->GetSize( &width, &height ), "its size cannot be read" );
-    Check( frame->GetPixelFormat( &id ), "the form of its pixels cannot be read" );
+    CheckComponent( frame->GetSize( &width, &height ), "its size cannot be read" );
+    CheckComponent( frame->GetPixelFormat( &id ), "the form of its pixels cannot be read" );
     const auto* format = FindFormat( id, ioPage.type );
     if ( width != ioPage.width || height != ioPage.height )
         throw WImageError( "Windows cannot read this form of image" );

@@ -8,8 +8,8 @@
 namespace
 {
 // Bits of the colour type.
-constexpr std::uint8_t kPalette = 1;
-constexpr std::uint8_t kColour = 2; ///< Grey images lack it.
+constexpr std::uint8_t kPaletteBit = 1;
+constexpr std::uint8_t kColourBit = 2; ///< Grey images lack it.
 constexpr std::uint8_t kAlpha = 4;
 
 /// Fields that the component does not report as stored: the format of the samples and whether there is a
@@ -26,13 +26,13 @@ struct Header
 
     std::uint32_t GetBitsPerPixel() const
     {
-        const auto samples = ( colourType & kColour && !( colourType & kPalette ) ? 3u : 1u ) +
+        const auto samples = ( colourType & kColourBit && !( colourType & kPaletteBit ) ? 3u : 1u ) +
             ( colourType & kAlpha ? 1u : 0u );
         return bits * samples;
     }
 };
 
-std::uint32_t GetNumber( std::string_view inBytes, std::size_t inStart )
+std::uint32_t GetWord32( std::string_view inBytes, std::size_t inStart )
 {
     std::uint32_t number = 0;
     for ( const auto byte : inBytes.substr( inStart, 4 ) )
@@ -44,15 +44,15 @@ void TakeChunk( std::string_view inName, std::string_view inData, Header& outHea
 {
     if ( inName == "IHDR" && inData.size() >= 13 )
     {
-        outHeader.width = GetNumber( inData, 0 );
-        outHeader.height = GetNumber( inData, 4 );
+        outHeader.width = GetWord32( inData, 0 );
+        outHeader.height = GetWord32( inData, 4 );
         outHeader.bits = static_cast<std::uint8_t>( inData[8] );
         outHeader.colourType = static_cast<std::uint8_t>( inData[9] );
     }
     if ( inName == "pHYs" && inData.size() >= 9 && inData[8] == 1 )
     {
-        outHeader.pixelsPerMetreX = GetNumber( inData, 0 );
-        outHeader.pixelsPerMetreY = GetNumber( inData, 4 );
+        outHeader.pixelsPerMetreX = GetWord32( inData, 0 );
+        outHeader.pixelsPerMetreY = GetWord32( inData, 4 );
     }
     if ( inName == "IEND" )
         outHeader.isComplete = true;
@@ -68,7 +68,7 @@ Header ReadHeader( const WFile& inFile )
         const std::string_view chunk( bytes, inFile.ReadAt( position, bytes, sizeof( bytes ) ) );
         if ( chunk.size() < 8 )
             throw WImageError( "it is damaged: it is cut off" );
-        const std::uint64_t size = GetNumber( chunk, 0 );
+        const std::uint64_t size = GetWord32( chunk, 0 );
         if ( position + size + 12 > inFile.GetSize() )
             throw WImageError( "it is damaged: it is cut off" );
         TakeChunk( chunk.substr( 4, 4 ), chunk.substr( 8, size ), header );
@@ -92,7 +92,7 @@ public:
         WImagePage page;
         page.width = header.width;
         page.height = header.height;
-        page.channels = header.colourType & kColour ? 3 : 1;
+        page.channels = header.colourType & kColourBit ? 3 : 1;
         page.type = header.bits == 16 ? WImagePage::kUInt16 : WImagePage::kUInt8;
         if ( header.pixelsPerMetreX > 0 && header.pixelsPerMetreY > 0 )
         {

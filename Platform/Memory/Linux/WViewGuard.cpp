@@ -23,7 +23,7 @@ namespace
 {
 
 struct sigaction sPreviousAction;
-std::mutex sMutex; // guards the two lists but for the handler, which reads the first one
+std::mutex sViewsMutex; // guards the two lists but for the handler, which reads the first one
 std::atomic<WViewGuard*> sAll = nullptr;
 WViewGuard* sFree = nullptr;
 
@@ -33,7 +33,7 @@ WViewGuard* WViewGuard::Add( const void* inView, std::uint64_t inSize )
 {
     static const bool sIsInstalled = ( Install(), true );
     static_cast<void>( sIsInstalled );
-    const std::lock_guard lock( sMutex );
+    const std::lock_guard lock( sViewsMutex );
     WViewGuard* guard = sFree;
     if ( guard )
         sFree = guard->itsNextFree;
@@ -53,7 +53,7 @@ WViewGuard* WViewGuard::Add( const void* inView, std::uint64_t inSize )
 
 void WViewGuard::Remove( WViewGuard* inGuard )
 {
-    const std::lock_guard lock( sMutex );
+    const std::lock_guard lock( sViewsMutex );
     inGuard->Watch( 0, 0 );
     inGuard->itsNextFree = sFree;
     sFree = inGuard;

@@ -16,7 +16,7 @@ const SYSTEM_INFO& GetInfo()
     return sInfo;
 }
 
-std::uint32_t GetProtection( DWORD inProtect )
+std::uint32_t ToProtection( DWORD inProtect )
 {
     constexpr std::uint32_t kRead = WAddressSpace::kCanRead;
     constexpr std::uint32_t kWrite = WAddressSpace::kCanWrite;
@@ -50,7 +50,7 @@ WAddressSpace::Region ToRegion( const MEMORY_BASIC_INFORMATION& inInfo )
     case MEM_RESERVE:
         return { base, inInfo.RegionSize, WAddressSpace::kReserved, 0 };
     default:
-        return { base, inInfo.RegionSize, WAddressSpace::kInUse, GetProtection( inInfo.Protect ) };
+        return { base, inInfo.RegionSize, WAddressSpace::kInUse, ToProtection( inInfo.Protect ) };
     }
 }
 

@@ -21,7 +21,7 @@ DWORD GetProtection( XFileMappingBase::XPageProtection inProtection )
     }
 }
 
-DWORD GetAccess( XFileMappingBase::XPageProtection inAccess )
+DWORD GetMappingAccess( XFileMappingBase::XPageProtection inAccess )
 {
     switch ( inAccess )
     {
@@ -85,8 +85,8 @@ void WFileMapping::MapView( std::uint64_t inSize, XPageProtection inAccess )
     const std::uint64_t size = inSize + GetViewDelta();
     const std::uint64_t offset = itsOffset - GetViewDelta();
     void* view = ::MapViewOfFile(
-        reinterpret_cast<HANDLE>( itsHandle ), GetAccess( inAccess ), GetHigh( offset ), GetLow( offset ),
-        size );
+        reinterpret_cast<HANDLE>( itsHandle ), GetMappingAccess( inAccess ), GetHigh( offset ),
+        GetLow( offset ), size );
     if ( !view )
         XThrow( kErrorMemoryNotMapped );
     itsView = static_cast<std::uint8_t*>( view );

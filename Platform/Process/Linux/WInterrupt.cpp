@@ -21,7 +21,7 @@ int sSignals = -1; // a descriptor that gives the signals
 int sClosing = -1; // an event counter
 sigset_t sPreviousMask;
 
-void Check( int inResult )
+void CheckCreated( int inResult )
 {
     if ( inResult < 0 )
         WThrowErrno();
@@ -47,9 +47,9 @@ void WInterrupt::TakeOver()
 {
     const sigset_t signals = GetSignals();
     sSignals = signalfd( -1, &signals, SFD_CLOEXEC );
-    Check( sSignals );
+    CheckCreated( sSignals );
     sClosing = eventfd( 0, EFD_CLOEXEC );
-    Check( sClosing );
+    CheckCreated( sClosing );
     pthread_sigmask( SIG_BLOCK, &signals, &sPreviousMask );
 }
 

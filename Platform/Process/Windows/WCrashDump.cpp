@@ -113,7 +113,7 @@ void DescribeStack( CONTEXT inContext, std::string& ioText )
     }
 }
 
-std::string Describe( const CONTEXT& inContext )
+std::string DescribeContext( const CONTEXT& inContext )
 {
     std::string text;
     Append( text, "Thread %lu of process %lu\r\n", ::GetCurrentThreadId(), ::GetCurrentProcessId() );
@@ -130,10 +130,10 @@ std::string WCrashDump::MakeForCurrentThread()
 {
     CONTEXT context = {};
     ::RtlCaptureContext( &context );
-    return Describe( context );
+    return DescribeContext( context );
 }
 
 std::string WCrashDump::MakeForContext( void* inContext )
 {
-    return Describe( *static_cast<const CONTEXT*>( inContext ) );
+    return DescribeContext( *static_cast<const CONTEXT*>( inContext ) );
 }

@@ -13,7 +13,7 @@ namespace
 {
 
 /// For calls that fail for want of memory or random bytes only.
-void Check( bool inHasSucceeded )
+void CheckTLS( bool inHasSucceeded )
 {
     if ( !inHasSucceeded )
         XThrow( kErrorTLSFailed );
@@ -21,7 +21,7 @@ void Check( bool inHasSucceeded )
 
 void SetName( X509_NAME* ioName, const std::string& inText )
 {
-    Check(
+    CheckTLS(
         X509_NAME_add_entry_by_txt(
             ioName, "CN", MBSTRING_UTF8, reinterpret_cast<const unsigned char*>( inText.data() ),
             static_cast<int>( inText.size() ), -1, 0 ) == 1 );
@@ -31,7 +31,7 @@ void SetName( X509_NAME* ioName, const std::string& inText )
 void SetSerialNumber( X509& ioCertificate )
 {
     const WOpenSSLPtr<BIGNUM, BN_free> number( BN_new() );
-    Check(
+    CheckTLS(
         number && BN_rand( number.get(), 127, BN_RAND_TOP_ANY, BN_RAND_BOTTOM_ANY ) == 1 &&
         BN_to_ASN1_INTEGER( number.get(), X509_get_serialNumber( &ioCertificate ) ) );
 }
@@ -40,14 +40,14 @@ void AddExtension( X509& ioCertificate, X509V3_CTX& inContext, int inID, const s
 {
     const WOpenSSLPtr<X509_EXTENSION, X509_EXTENSION_free> extension(
         X509V3_EXT_conf_nid( nullptr, &inContext, inID, inValue.c_str() ) );
-    Check( extension && X509_add_ext( &ioCertificate, extension.get(), -1 ) == 1 );
+    CheckTLS( extension && X509_add_ext( &ioCertificate, extension.get(), -1 ) == 1 );
 }
 
 template<class TWrite>
 std::string ToPEM( TWrite inWrite )
 {
     const WBIOPtr sink( BIO_new( BIO_s_mem() ) );
-    Check( sink && inWrite( sink.get() ) == 1 );
+    CheckTLS( sink && inWrite( sink.get() ) == 1 );
     char* text = nullptr;
     const auto size = BIO_get_mem_data( sink.get(), &text );
     return std::string( text, static_cast<std::size_t>( size ) );
@@ -59,11 +59,11 @@ struct Draft
     Draft( const std::string& inName, const WCertificates::Validity& inValidity )
         : key( EVP_EC_gen( "P-256" ) ), certificate( X509_new() )
     {
-        Check( key && certificate && X509_set_version( certificate.get(), X509_VERSION_3 ) == 1 );
+        CheckTLS( key && certificate && X509_set_version( certificate.get(), X509_VERSION_3 ) == 1 );
         SetSerialNumber( *certificate );
         SetName( X509_get_subject_name( certificate.get() ), inName );
         const std::time_t now = std::time( nullptr );
-        Check(
+        CheckTLS(
             ASN1_TIME_set( X509_getm_notBefore( certificate.get() ), now + inValidity.begin ) &&
             ASN1_TIME_set( X509_getm_notAfter( certificate.get() ), now + inValidity.end ) &&
             X509_set_pubkey( certificate.get(), key.get() ) == 1 );
@@ -72,7 +72,7 @@ struct Draft
     /// By the authority, which may be the draft itself. Extensions are of this form: "NAME" and the authority's.
     WCertificates::Certificate Sign( X509& inAuthority, EVP_PKEY& inAuthorityKey, bool inIsAuthority )
     {
-        Check( X509_set_issuer_name( certificate.get(), X509_get_subject_name( &inAuthority ) ) == 1 );
+        CheckTLS( X509_set_issuer_name( certificate.get(), X509_get_subject_name( &inAuthority ) ) == 1 );
         X509V3_CTX context{};
         X509V3_set_ctx( &context, &inAuthority, certificate.get(), nullptr, nullptr, 0 );
         const auto add = [&]( int inID, const std::string& inValue )
@@ -86,7 +86,7 @@ struct Draft
             add( NID_ext_key_usage, "serverAuth,clientAuth" );
             add( NID_subject_alt_name, "DNS:" + name );
         }
-        Check( X509_sign( certificate.get(), &inAuthorityKey, EVP_sha256() ) > 0 );
+        CheckTLS( X509_sign( certificate.get(), &inAuthorityKey, EVP_sha256() ) > 0 );
         return {
             ToPEM( [&]( BIO* inSink ) { return PEM_write_bio_X509( inSink, certificate.get() ); } ),
             ToPEM(

@@ -77,7 +77,7 @@ private:
 };
 
 /// Throws for a path that is too long.
-sockaddr_un ToSystem( const std::string& inPath )
+sockaddr_un ToSystemName( const std::string& inPath )
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -89,14 +89,14 @@ sockaddr_un ToSystem( const std::string& inPath )
 
 int Connect( const WSocketDescriptor& inSocket, const std::string& inPath )
 {
-    const sockaddr_un address = ToSystem( inPath );
+    const sockaddr_un address = ToSystemName( inPath );
     return connect( inSocket.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) );
 }
 
 /// Returns 0 or the error.
 int Bind( const WSocketDescriptor& inSocket, const std::string& inPath )
 {
-    const sockaddr_un address = ToSystem( inPath );
+    const sockaddr_un address = ToSystemName( inPath );
     const int result =
         bind( inSocket.Get(), reinterpret_cast<const sockaddr*>( &address ), sizeof( address ) );
     return result == 0 ? 0 : errno;

@@ -7,7 +7,7 @@
 namespace
 {
 
-void Check( bool inHasSucceeded )
+void CheckText( bool inHasSucceeded )
 {
     if ( inHasSucceeded )
         return;
@@ -34,12 +34,12 @@ WTLSContext::WTLSContext( const Settings& inSettings ) : itsSystem( std::make_un
 
     const auto certificate = WReadPEM<WX509Ptr>( inSettings.certificate, PEM_read_bio_X509 );
     const auto key = WReadPEM<WKeyPtr>( inSettings.privateKey, PEM_read_bio_PrivateKey );
-    Check(
+    CheckText(
         SSL_CTX_use_certificate( context, certificate.get() ) == 1 &&
         SSL_CTX_use_PrivateKey( context, key.get() ) == 1 ); // the second checks that they belong together
 
     const auto authority = WReadPEM<WX509Ptr>( inSettings.authority, PEM_read_bio_X509 );
-    Check(
+    CheckText(
         X509_STORE_add_cert( SSL_CTX_get_cert_store( context ), authority.get() ) == 1 &&
         SSL_CTX_add_client_CA( context, authority.get() ) == 1 );
     for ( X509* const shared : { certificate.get(), authority.get() } )
@@ -49,7 +49,7 @@ WTLSContext::WTLSContext( const Settings& inSettings ) : itsSystem( std::make_un
     X509_VERIFY_PARAM* const parameters = SSL_CTX_get0_param( context );
     X509_VERIFY_PARAM_set_hostflags(
         parameters, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_WILDCARDS );
-    Check(
+    CheckText(
         !inSettings.peerName.empty() &&
         X509_VERIFY_PARAM_set1_host( parameters, inSettings.peerName.c_str(), 0 ) == 1 );
 }

@@ -183,7 +183,7 @@ bool IsOfThisUser( HANDLE inPipe )
     return isOfThisUser;
 }
 
-std::wstring ToWide( const std::string& inName )
+std::wstring ToPipePath( const std::string& inName )
 {
     return L"\\\\.\\pipe\\" + std::wstring( inName.begin(), inName.end() ); // names are ASCII
 }
@@ -283,7 +283,7 @@ struct WPipe::System
 
 WPipe::WPipe( const std::string& inName ) : WPipe( std::make_unique<System>() )
 {
-    itsSystem->path = ToWide( inName );
+    itsSystem->path = ToPipePath( inName );
 }
 
 WPipe::WPipe( std::unique_ptr<System> inSystem ) : itsSystem( std::move( inSystem ) ) {}

@@ -134,7 +134,7 @@ SOCKET OpenSocket()
     return opened;
 }
 
-int ToCount( USize inCount )
+int ToInt( USize inCount )
 {
     return static_cast<int>( std::min<USize>( inCount, INT_MAX ) );
 }
@@ -184,7 +184,7 @@ WSocket::Outcome WSocket::Bind( const Address& inAddress )
 
 WSocket::Outcome WSocket::Listen( std::uint32_t inBacklog )
 {
-    return ToOutcome( listen( itsSystem->socket, ToCount( inBacklog ) ) );
+    return ToOutcome( listen( itsSystem->socket, ToInt( inBacklog ) ) );
 }
 
 /// Wine reports no further connection if one was accepted before it was reported.
@@ -243,7 +243,7 @@ WSocket::Outcome WSocket::TryFinishConnecting()
 WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
 {
     const Outcome outcome =
-        ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToCount( inCount ), 0 ) );
+        ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToInt( inCount ), 0 ) );
     return IsInterrupted() ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
 }
 
@@ -251,7 +251,7 @@ WSocket::Outcome WSocket::TryReceive( void* outBytes, USize inCount, bool inPeek
 {
     const int flags = inPeek ? MSG_PEEK : 0;
     const Outcome outcome =
-        ToOutcome( recv( itsSystem->socket, static_cast<char*>( outBytes ), ToCount( inCount ), flags ) );
+        ToOutcome( recv( itsSystem->socket, static_cast<char*>( outBytes ), ToInt( inCount ), flags ) );
     if ( outcome.status == kFailed && IsInterrupted() )
         return {};
     if ( inPeek && outcome.error == WSAEMSGSIZE ) // there is more than was asked for

@@ -3,11 +3,11 @@
 namespace
 {
 
-const std::uint32_t sMainThreadID = WThreadID::GetCurrent(); // of the thread that loads the library
+const std::uint32_t sLoadingThreadID = WThreadID::GetCurrent(); // of the thread that loads the library
 
 }
 
 std::uint32_t WThreadID::GetMain()
 {
-    return sMainThreadID;
+    return sLoadingThreadID;
 }

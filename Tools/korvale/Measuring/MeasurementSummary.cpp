@@ -40,7 +40,7 @@ enum Result : std::uint32_t
 constexpr std::array kShown{ kResultMean, kResultDeviation, kResultMin, kResultMax };
 const std::array kHeads{ "Mean", "S.D.", "Min", "Max" };
 
-XPivotColumnDescriptor Describe( XPivotColumnID inID, const XString& inChannel = XString() )
+XPivotColumnDescriptor DescribeColumn( XPivotColumnID inID, const XString& inChannel = XString() )
 {
     return XPivotColumnDescriptor( inID, XString(), inChannel, XString() );
 }
@@ -57,8 +57,9 @@ XPivotTable MakeRows(
     const std::vector<XImageMeasurement>& inImages, std::uint32_t inLinesPerImage, XPivotTable inTable,
     std::uint32_t inChannel )
 {
-    auto pixelCount = TakeColumn( inTable, Describe( kPivotPixelCount ) );
-    auto mean = TakeColumn( inTable, Describe( kPivotMean, XString( "C" ) + XString( inChannel + 1 ) ) );
+    auto pixelCount = TakeColumn( inTable, DescribeColumn( kPivotPixelCount ) );
+    auto mean =
+        TakeColumn( inTable, DescribeColumn( kPivotMean, XString( "C" ) + XString( inChannel + 1 ) ) );
     inTable = {};
     auto imageLine = std::make_unique<XPivotUInt32Column>();
     auto totalLine = std::make_unique<XPivotUInt32Column>();
@@ -171,7 +172,7 @@ void PrintSummary(
     const std::vector<XImageMeasurement>& inImages, XPivotTable inTable, std::uint32_t inChannel,
     std::ostream& ioOut )
 {
-    const auto hasParents = inTable.FindColumn( Describe( kPivotParentID ) ) != nullptr;
+    const auto hasParents = inTable.FindColumn( DescribeColumn( kPivotParentID ) ) != nullptr;
     std::vector<std::string> imageNames, totalNames;
     const auto addName = [&]( std::vector<std::string>& ioNames, const std::string& inName )
     {

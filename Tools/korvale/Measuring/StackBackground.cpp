@@ -18,7 +18,7 @@ namespace
 /// Stages of an addition: with so many, several pages are added at the same time by as many threads.
 constexpr std::uint32_t kStages = 16;
 
-std::string Describe( const WImageFormat& inForm )
+std::string DescribeFormat( const WImageFormat& inForm )
 {
     const auto* const type = inForm.type == WImageFormat::kUInt8 ? "8-bit"
         : inForm.type == WImageFormat::kUInt16                   ? "16-bit"
@@ -90,8 +90,8 @@ void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
     if ( !inForm.HasSameLayout( itsForm ) )
         throw WImageError(
             "size or type differs from page " + std::to_string( itsFirst ) +
-            ": cannot subtract a common background (" + Describe( inForm ) + ", not " + Describe( itsForm ) +
-            ")" );
+            ": cannot subtract a common background (" + DescribeFormat( inForm ) + ", not " +
+            DescribeFormat( itsForm ) + ")" );
 }
 
 void StackBackground::Compute()

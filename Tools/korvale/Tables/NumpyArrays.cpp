@@ -35,7 +35,7 @@
 namespace
 {
 /// Gives each column a unique name.
-class Names
+class UniqueNames
 {
 public:
     std::string Take( const XPivotColumn& inColumn )
@@ -261,7 +261,7 @@ std::string NumpyArray::MakeHeader() const
 std::vector<NumpyArray> MakeNumpyArrays( const XPivotTable& inTable )
 {
     std::vector<NumpyArray> arrays;
-    Names names;
+    UniqueNames names;
     const auto add = [&]( const std::string& inName, NumpyArray inArray )
     {
         inArray.name = inName;

@@ -1,5 +1,7 @@
 #include "Terminal/ProgressText.h"
 
+#include "Core/Strings/XUTF8Text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -18,24 +20,17 @@ namespace
 constexpr std::size_t kLeastBar = 7; ///< With its brackets.
 constexpr std::size_t kMostBar = 32;
 constexpr std::size_t kLeastLabel = 8; ///< What is left of a longer one before other things have to go.
-constexpr const char* kGap = "  ";
+constexpr const char* kBarGap = "  ";
 
 double GetShare( const ProgressBar& inBar )
 {
     return inBar.total > 0 ? std::clamp( inBar.done / inBar.total, 0.0, 1.0 ) : 0;
 }
 
-/// Characters, not bytes.
-std::size_t GetWidth( const std::string& inText )
-{
-    const auto isStart = []( char inByte ) { return ( inByte & 0xC0 ) != 0x80; };
-    return static_cast<std::size_t>( std::ranges::count_if( inText, isStart ) );
-}
-
 /// The first columns of a text, with dots where some are missing.
 std::string Cut( const std::string& inText, std::size_t inWidth )
 {
-    if ( GetWidth( inText ) <= inWidth )
+    if ( XCountCharacters( inText ) <= inWidth )
         return inText;
     const auto dots = std::min<std::size_t>( inWidth, 2 );
     std::size_t end = 0;
@@ -145,7 +140,7 @@ std::string Join( const std::vector<std::string>& inParts )
     std::string line;
     for ( const auto& part : inParts )
         if ( !part.empty() )
-            line += ( line.empty() ? "" : kGap ) + part;
+            line += ( line.empty() ? "" : kBarGap ) + part;
     return line;
 }
 } // namespace
@@ -155,7 +150,7 @@ std::string DrawProgressBar( const ProgressBar& inBar, std::uint32_t inColumns )
     const auto indent = std::min( inBar.indent, inColumns / 4 );
     const std::size_t columns = inColumns - indent;
     const auto label = GetLabel( inBar );
-    const auto leastLabel = std::min( GetWidth( label ), kLeastLabel );
+    const auto leastLabel = std::min( XCountCharacters( label ), kLeastLabel );
     Parts parts{ GetCount( inBar ), GetPerCent( inBar ), GetRate( inBar ), GetTimeLeft( inBar ) };
 
     // The least important parts are omitted first.
@@ -170,7 +165,7 @@ std::string DrawProgressBar( const ProgressBar& inBar, std::uint32_t inColumns )
 
     const auto room = columns - std::min( columns, parts.GetWidth() );
     const auto shownLabel = Cut( label, room );
-    const auto barWidth = std::min( kLeastBar + room - GetWidth( shownLabel ), kMostBar );
+    const auto barWidth = std::min( kLeastBar + room - XCountCharacters( shownLabel ), kMostBar );
     const auto bar = parts.hasBar ? DrawBar( inBar, barWidth ) : std::string();
     const auto line = Join( { shownLabel, parts.count, bar, parts.perCent, parts.rate, parts.timeLeft } );
     return std::string( indent, ' ' ) + Cut( line, columns );

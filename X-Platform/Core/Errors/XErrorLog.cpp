@@ -9,12 +9,12 @@
 namespace
 {
 
-std::mutex sMutex;
-XErrorLog sLog; // guarded by sMutex
+std::mutex sLogMutex;
+XErrorLog sLog; // guarded by sLogMutex
 
 XErrorLog GetLog()
 {
-    const std::lock_guard lock( sMutex );
+    const std::lock_guard lock( sLogMutex );
     return sLog;
 }
 
@@ -51,7 +51,7 @@ void AddTo( const XErrorLog& inLog, const XString& inOrigin )
 
 XErrorLog XErrorLog::Install( const XErrorLog& inLog )
 {
-    const std::lock_guard lock( sMutex );
+    const std::lock_guard lock( sLogMutex );
     const auto previous = sLog;
     sLog = inLog;
     return previous;

@@ -5,14 +5,14 @@
 namespace
 {
 
-std::mutex sMutex;
-XInternalErrorHandlers sHandlers; // guarded by sMutex
+std::mutex sHandlersMutex;
+XInternalErrorHandlers sHandlers; // guarded by sHandlersMutex
 
 } // namespace
 
 XInternalErrorHandlers XInternalErrorHandlers::Install( const XInternalErrorHandlers& inHandlers )
 {
-    const std::lock_guard lock( sMutex );
+    const std::lock_guard lock( sHandlersMutex );
     const auto previous = sHandlers;
     sHandlers = inHandlers;
     return previous;
@@ -20,6 +20,6 @@ XInternalErrorHandlers XInternalErrorHandlers::Install( const XInternalErrorHand
 
 XInternalErrorHandlers XInternalErrorHandlers::Get()
 {
-    const std::lock_guard lock( sMutex );
+    const std::lock_guard lock( sHandlersMutex );
     return sHandlers;
 }

@@ -6,18 +6,18 @@
 
 namespace
 {
-constexpr std::string_view kUnits = "KMGT";
-constexpr double kStep = 1024;
+constexpr std::string_view kPrefixes = "KMGT";
+constexpr double kPrefixRatio = 1024;
 
 /// Removes the unit letter from the end of the text and returns its factor.
 double TakeUnit( std::string_view& ioText )
 {
     constexpr char kToCapital = static_cast<char>( ~0x20 );
-    const auto unit = ioText.empty() ? std::string_view::npos : kUnits.find( ioText.back() & kToCapital );
+    const auto unit = ioText.empty() ? std::string_view::npos : kPrefixes.find( ioText.back() & kToCapital );
     if ( unit == std::string_view::npos )
         return 1;
     ioText.remove_suffix( 1 );
-    return std::pow( kStep, static_cast<double>( unit + 1 ) );
+    return std::pow( kPrefixRatio, static_cast<double>( unit + 1 ) );
 }
 } // namespace
 
@@ -38,9 +38,10 @@ std::string XFormatByteCount( std::uint64_t inBytes )
 {
     auto number = static_cast<double>( inBytes );
     std::size_t unit = 0;
-    for ( ; number >= kStep && unit < kUnits.size(); ++unit )
-        number /= kStep;
+    for ( ; number >= kPrefixRatio && unit < kPrefixes.size(); ++unit )
+        number /= kPrefixRatio;
     char text[32];
     std::snprintf( text, sizeof( text ), "%.*f", std::trunc( number ) == number ? 0 : 1, number );
-    return unit == 0 ? std::string( text ) + " bytes" : std::string( text ) + " " + kUnits[unit - 1] + "iB";
+    return unit == 0 ? std::string( text ) + " bytes"
+                     : std::string( text ) + " " + kPrefixes[unit - 1] + "iB";
 }

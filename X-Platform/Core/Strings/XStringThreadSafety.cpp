@@ -11,7 +11,7 @@
 namespace
 {
 constexpr unsigned kThreadsOfAKind = 4;
-constexpr unsigned kRounds = 2000;
+constexpr unsigned kRepetitions = 2000;
 constexpr const char* kMary = "Mary had a little lamb...";
 constexpr const char* kFleece = "its fleece was white as snow...";
 
@@ -23,7 +23,7 @@ public:
 
     void Run() const
     {
-        for ( unsigned i = 0; i < kRounds; ++i )
+        for ( unsigned i = 0; i < kRepetitions; ++i )
         {
             const XString copy( itsString );
             XAssert( copy == kMary );
@@ -45,7 +45,7 @@ public:
 
     void Run() const
     {
-        for ( unsigned i = 0; i < kRounds; ++i )
+        for ( unsigned i = 0; i < kRepetitions; ++i )
         {
             XString copy( itsString );
             copy[0] = 'H';

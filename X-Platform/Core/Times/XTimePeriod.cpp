@@ -22,7 +22,7 @@ struct UnitTraits
     std::int64_t itsMicroSeconds; // 0 for what has no length
 };
 
-constexpr UnitTraits kUnits[XTimePeriod::kUnitCount] = {
+constexpr UnitTraits kUnitTraits[XTimePeriod::kUnitCount] = {
     { "microsecond", "microseconds", XTime::kOneMicrosecond },
     { "millisecond", "milliseconds", XTime::kOneMillisecond },
     { "second", "seconds", XTime::kOneSecond },
@@ -41,7 +41,7 @@ const UnitTraits& GetTraits( XTimePeriod::XUnit inUnit )
 {
     if ( !IsUnit( inUnit ) )
         XThrow( kErrorBadParameters );
-    return kUnits[inUnit];
+    return kUnitTraits[inUnit];
 }
 
 bool IsTimepointCount( double inValue )
@@ -136,13 +136,13 @@ XString XTimePeriod::GetDescription() const
     std::string text;
     AppendValue( text, itsValue );
     text += ' ';
-    text += itsValue == 1.0 ? kUnits[itsUnit].itsSingular : kUnits[itsUnit].itsPlural;
+    text += itsValue == 1.0 ? kUnitTraits[itsUnit].itsSingular : kUnitTraits[itsUnit].itsPlural;
     return XString( text );
 }
 
 XString XTimePeriod::GetUnitDescription() const
 {
-    return XString( itsValue == 1.0 ? kUnits[itsUnit].itsSingular : kUnits[itsUnit].itsPlural );
+    return XString( itsValue == 1.0 ? kUnitTraits[itsUnit].itsSingular : kUnitTraits[itsUnit].itsPlural );
 }
 
 XString XTimePeriod::GetUnitDescription( XUnit inUnit )

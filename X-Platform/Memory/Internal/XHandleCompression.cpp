@@ -14,7 +14,7 @@ namespace
 /// zlib counts in 32 bits.
 constexpr USize64 kLongestTurn = 1024 * 1024 * 1024;
 constexpr USize64 kFirstStep = 1024 * 1024;
-constexpr USize64 kInputSize = 64 * 1024;
+constexpr USize64 kInputAtOnce = 64 * 1024;
 
 // Handles may be larger than zlib can count, so both loops feed it in turns.
 uInt ToTurn( USize64 inCount )
@@ -106,7 +106,7 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
     ZlibState<inflateEnd> state;
     if ( inflateInit( &state ) != Z_OK )
         XThrow( kErrorOutOfMemory );
-    const auto input = std::make_unique<std::uint8_t[]>( kInputSize );
+    const auto input = std::make_unique<std::uint8_t[]>( kInputAtOnce );
     std::uint8_t excess = 0; // takes the byte that there should not be
     ioHandle.Resize( 0 );
     USize64 done = 0;
@@ -115,7 +115,7 @@ void ReadCompressedBytes( XStream& inStream, USize64 inStoredLength, USize64 inS
     {
         if ( state.avail_in == 0 )
         {
-            const USize64 count = std::min( left, kInputSize );
+            const USize64 count = std::min( left, kInputAtOnce );
             if ( count == 0 )
                 XThrow( kErrorStreamCorrupted );
             inStream.ReadBuffer8( input.get(), count );

@@ -7,15 +7,23 @@
 #include <algorithm>
 #include <cstring>
 
+// A view, its bytes in the budget (itsReservation) and its entry in the resource tracker exist together: each
+// function that maps, resizes or unmaps keeps the three in step, also when it fails. The budget counts whole
+// pages, as the system does.
+//
+// Memory of the page file that a block gives up is kept as a spare view, still mapped and still counted, for
+// the next block of the same size: mapping and first touching pages costs more than clearing them. The
+// manager frees spare views when it needs room.
+
 namespace
 {
-constexpr const char* kKind = "Mapped Block";
+constexpr const char* kMappedKind = "Mapped Block";
 } // namespace
 
 void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection inAccess )
 {
     const USize64 bytes = XMemoryManager::AlignSizeToPageSize( inSize );
-    XResourceTracker::RsrcAllocated( kKind, bytes ); // nothing may fail once there is a view
+    XResourceTracker::RsrcAllocated( kMappedKind, bytes ); // nothing may fail once there is a view
     try
     {
         const auto map = [&]
@@ -29,7 +37,7 @@ void XMappedStorage::MapView( USize64 inSize, XFileMappingBase::XPageProtection 
     }
     catch ( ... )
     {
-        XResourceTracker::RsrcDeallocated( kKind, bytes );
+        XResourceTracker::RsrcDeallocated( kMappedKind, bytes );
         throw;
     }
     itsViewData = itsMapping->GetViewData();
@@ -54,6 +62,7 @@ bool XMappedStorage::ResizeView( USize64 inSize )
 {
     const USize64 before = itsReservation.GetBytes();
     const USize64 after = XMemoryManager::AlignSizeToPageSize( inSize );
+    // Fails here, if at all: afterwards the reservation only shrinks.
     itsReservation.Set( std::max( before, after ) );
     const bool isDone = itsMapping->ResizeView( inSize );
     itsReservation.Set( isDone ? after : before );
@@ -61,7 +70,7 @@ bool XMappedStorage::ResizeView( USize64 inSize )
         return false;
     itsViewData = itsMapping->GetViewData();
     itsViewSize = inSize;
-    XResourceTracker::RsrcSizeChanged( kKind, before, after );
+    XResourceTracker::RsrcSizeChanged( kMappedKind, before, after );
     return true;
 }
 
@@ -71,7 +80,7 @@ void XMappedStorage::UnmapView()
         return;
     itsViewData = nullptr;
     itsMapping->UnmapView();
-    XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
+    XResourceTracker::RsrcDeallocated( kMappedKind, itsReservation.GetBytes() );
     itsReservation.Set( 0 );
 }
 
@@ -79,7 +88,7 @@ void XMappedStorage::GiveUpView()
 {
     if ( !GetViewData() || itsPageFileSize == 0 )
         return UnmapView();
-    XResourceTracker::RsrcDeallocated( kKind, itsReservation.GetBytes() );
+    XResourceTracker::RsrcDeallocated( kMappedKind, itsReservation.GetBytes() );
     itsViewData = nullptr;
     itsManager.KeepSpareView( { std::move( itsMapping ), itsViewSize, itsReservation.Release() } );
 }

@@ -54,6 +54,7 @@ XItem XDeferredQueue::MakeItem(
     XItem item{ { inTarget, std::unique_ptr<XMessage>( inMessage.Clone() ), inExclusions }, inSpeakersList };
     XAssert( item.record.message );
     if ( !inTarget )
+        // A clone does not know who speaks it.
         item.record.message->SetSpeaker( inSpeakersList->GetSpeaker() );
     item.keyValue = GetKeyValue( item );
     return item;
@@ -100,6 +101,7 @@ void XDeferredQueue::Link( XEntry& inEntry ) noexcept
 {
     inEntry.previous = itsLast;
     inEntry.next = nullptr;
+    // Marks the entries that were in the queue when a delivery began.
     inEntry.serial = itsNextSerial++;
     ( itsLast ? itsLast->next : itsFirst ) = &inEntry;
     itsLast = &inEntry;

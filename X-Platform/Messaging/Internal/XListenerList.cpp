@@ -95,6 +95,7 @@ void XListenerList::Subscribe( XListener& inListener )
     const XThreadLock lock( itsMutex );
     if ( !GetSpeaker() )
         return;
+    // The listener's side first: it knows from its own table whether a node must be searched for.
     const bool isThere = inListener.RememberSpeaker( *this );
     try
     {
@@ -146,6 +147,7 @@ void XListenerList::RemoveAll()
             node.listener->SpeakerDeleted( *this, itsBroadcastDepth > 0 );
         node.count = 0;
     }
+    // Nodes of a running broadcast stay where they are, with count 0.
     itsNeedsCleanup = itsBroadcastDepth > 0;
     if ( !itsNeedsCleanup )
         RemoveEmptyNodes();
@@ -187,6 +189,8 @@ void XListenerList::RemoveDying( XListener& inListener )
     if ( XNode* const node = FindNode( inListener ) )
     {
         ForgetPlace( &inListener );
+        // The object goes away: unlike after an unsubscription, the node must not refer to it until the
+        // clean-up.
         node->listener = nullptr;
         RemoveNode( *node );
     }

@@ -17,7 +17,7 @@
 namespace
 {
 
-constexpr USize kBlock = 16;
+constexpr USize kBytesAtOnce = 16;
 
 // Shorter pieces do not make up for filling the table of words.
 constexpr USize kLong = 256;
@@ -43,7 +43,7 @@ Step( std::uint32_t* ioWords, Cursor& ioCursor, std::uint32_t inBase )
     const std::uint32_t b = ioWords[j];
     // After the last place of a block the next one begins, from 255 at 0.
     const std::uint32_t following = static_cast<std::uint8_t>( inBase + kPlace + 1 );
-    std::uint32_t next = kPlace + 1 < kBlock ? block[kPlace + 1] : ioWords[following];
+    std::uint32_t next = kPlace + 1 < kBytesAtOnce ? block[kPlace + 1] : ioWords[following];
     block[kPlace] = b;
     ioWords[j] = a;
     if ( j == following ) [[unlikely]]
@@ -57,7 +57,7 @@ Step( std::uint32_t* ioWords, Cursor& ioCursor, std::uint32_t inBase )
     return static_cast<std::uint8_t>( ioWords[static_cast<std::uint8_t>( a + b )] );
 }
 
-using Places = std::make_integer_sequence<unsigned, kBlock>;
+using Places = std::make_integer_sequence<unsigned, kBytesAtOnce>;
 
 template<unsigned... kPlaces>
 [[gnu::always_inline]] inline void MixPlainBlock(
@@ -74,7 +74,7 @@ void MixPlainBlocks(
     std::uint8_t* outBytes, USize inLength )
 {
     Cursor cursor = ioCursor;
-    for ( USize done = 0; done < inLength; done += kBlock, inBase = ( inBase + kBlock ) & 0xFF )
+    for ( USize done = 0; done < inLength; done += kBytesAtOnce, inBase = ( inBase + kBytesAtOnce ) & 0xFF )
         MixPlainBlock( ioWords, cursor, inBase, inBytes + done, outBytes + done, Places() );
     ioCursor = cursor;
 }
@@ -106,7 +106,7 @@ KORVALE_SSE41 void MixBlocksSSE41(
     std::uint8_t* outBytes, USize inLength )
 {
     Cursor cursor = ioCursor;
-    for ( USize done = 0; done < inLength; done += kBlock, inBase = ( inBase + kBlock ) & 0xFF )
+    for ( USize done = 0; done < inLength; done += kBytesAtOnce, inBase = ( inBase + kBytesAtOnce ) & 0xFF )
     {
         const __m128i keys = MakeBlock( ioWords, cursor, inBase, Places() );
         const __m128i bytes = _mm_loadu_si128( reinterpret_cast<const __m128i*>( inBytes + done ) );
@@ -133,8 +133,8 @@ void XRC4Generator::Mix( const std::uint8_t* inBytes, std::uint8_t* outBytes, US
     USize done = 0;
     if ( inLength >= kLong )
     {
-        // The steps up to there are done by bytes.
-        done = ( kBlock - 1 - itsI ) % kBlock; // blocks begin at multiples of 16, the step after this index
+        // Blocks begin at multiples of 16, the step after this index. The steps up to there are done by bytes.
+        done = ( kBytesAtOnce - 1 - itsI ) % kBytesAtOnce;
         MixBytes( inBytes, outBytes, done );
         done += MixBlocks( inBytes + done, outBytes + done, inLength - done );
     }
@@ -163,7 +163,7 @@ void XRC4Generator::MixBytes( const std::uint8_t* inBytes, std::uint8_t* outByte
 USize XRC4Generator::MixBlocks( const std::uint8_t* inBytes, std::uint8_t* outBytes, USize inLength )
 {
     static const BlockMixer sMixBlocks = ChooseBlockMixer();
-    const USize length = inLength / kBlock * kBlock;
+    const USize length = inLength / kBytesAtOnce * kBytesAtOnce;
     const std::uint32_t base = ( itsI + 1u ) & 0xFF;
     alignas( 64 ) std::uint32_t words[256];
     std::copy( std::begin( itsPermutation ), std::end( itsPermutation ), words );

@@ -110,7 +110,7 @@ struct WordPair
     std::memcpy( outBytes + sizeof( Words ), &high, sizeof( Words ) );
 }
 
-constexpr USize kStep = 4 * sizeof( Words );
+constexpr USize kVectorBytes = 4 * sizeof( Words );
 
 /// Does as many whole steps as there are and returns the bytes done.
 template<class TDirection>
@@ -118,14 +118,14 @@ template<class TDirection>
 CodeSteps( const std::uint8_t* inBytes, std::uint8_t* outBytes, USize inLength, Key inKey )
 {
     USize done = 0;
-    for ( ; inLength - done >= kStep; done += kStep )
+    for ( ; inLength - done >= kVectorBytes; done += kVectorBytes )
     {
         WordPair y, z;
         Separate( inBytes + done, y.first, z.first );
-        Separate( inBytes + done + kStep / 2, y.second, z.second );
+        Separate( inBytes + done + kVectorBytes / 2, y.second, z.second );
         TDirection::Rounds( y, z, inKey );
         Join( y.first, z.first, outBytes + done );
-        Join( y.second, z.second, outBytes + done + kStep / 2 );
+        Join( y.second, z.second, outBytes + done + kVectorBytes / 2 );
     }
     return done;
 }

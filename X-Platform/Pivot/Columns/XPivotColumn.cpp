@@ -25,9 +25,9 @@
 
 namespace
 {
-constexpr std::uint32_t kRowsPerBlock = 4096;
+constexpr std::uint32_t kRowsPerPiece = 4096;
 
-std::string Describe( const XPivotRun& inRun )
+std::string DescribeRun( const XPivotRun& inRun )
 {
     return std::to_string( inRun.length ) + " rows from row " + std::to_string( inRun.start ) + " on";
 }
@@ -257,7 +257,7 @@ XPivotColumn::XFloatBlock XPivotColumn::GetFloatBlock(
     if ( inFirstRow >= itsExists.size() )
         return { nullptr, nullptr, 0 };
     const std::uint32_t left = static_cast<std::uint32_t>( itsExists.size() - inFirstRow );
-    const std::uint32_t count = std::min( { left, inMaxCount, kRowsPerBlock } );
+    const std::uint32_t count = std::min( { left, inMaxCount, kRowsPerPiece } );
     ioScratch.resize( count );
     for ( std::uint32_t i = 0; i < count; ++i )
     {
@@ -428,7 +428,7 @@ void XPivotColumn::ReadRuns( XStream& inStream, XOptions inOptions )
         const XPivotRun found = { inStream.Read32(), length };
         if ( !finder.Next( run ) || found != run )
             RefuseRun( inStream, found, inOptions );
-        XEndField( inStream, [&] { return "Run: " + Describe( found ); } );
+        XEndField( inStream, [&] { return "Run: " + DescribeRun( found ); } );
         XBeginField( inStream, "the values of a run" );
         ReadSparseColumnDataSelf( inStream, found.start, found.length );
         XEndField( inStream, [&] { return std::to_string( length ) + " values"; } );
@@ -451,7 +451,7 @@ void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOption
         inStream, kErrorStreamCorrupted,
         [&]
         {
-            return "a run of " + Describe( inRun ) +
+            return "a run of " + DescribeRun( inRun ) +
                 ( isOuter ? " reaches beyond the " + std::to_string( itsExists.size() ) + " rows"
                           : " contradicts the exists flags" );
         } );

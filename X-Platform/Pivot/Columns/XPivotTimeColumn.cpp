@@ -21,12 +21,12 @@ XTime ToTime( double inMicroSeconds )
     return static_cast<std::int64_t>( inMicroSeconds );
 }
 
-double ToNumber( const XTime& inTime )
+double TimeToNumber( const XTime& inTime )
 {
     return static_cast<double>( inTime.GetMicroSeconds() );
 }
 
-XString ToText( const XTime& inTime )
+XString TimeToText( const XTime& inTime )
 {
     return inTime.GetTimeString( kDateISO, kTimeMicroSeconds );
 }
@@ -34,7 +34,7 @@ XString ToText( const XTime& inTime )
 bool Passes( const XTime& inTime, XPivotFilterRelationship inRelationship, const XTime& inReference )
 {
     if ( inRelationship == kFilterContains )
-        return ToText( inTime ).Contains( ToText( inReference ) );
+        return TimeToText( inTime ).Contains( TimeToText( inReference ) );
     return XComparePivotValues( inTime, inRelationship, inReference );
 }
 } // namespace
@@ -52,23 +52,23 @@ void XPivotTimeColumn::SetData( const XString& inValue, std::int32_t inRow, bool
 
 double XPivotTimeColumn::GetDataFloat( std::uint32_t inRow ) const
 {
-    return ToNumber( GetValue( inRow ) );
+    return TimeToNumber( GetValue( inRow ) );
 }
 
 XString XPivotTimeColumn::GetDataString( std::uint32_t inRow ) const
 {
-    return ToText( GetValue( inRow ) );
+    return TimeToText( GetValue( inRow ) );
 }
 
 std::int32_t XPivotTimeColumn::FindDataFloat( double inValue ) const
 {
-    return FindNumber( inValue, ToNumber );
+    return FindNumber( inValue, TimeToNumber );
 }
 
 XPivotColumn::XFloatBlock XPivotTimeColumn::GetFloatBlock(
     std::uint32_t inFirstRow, std::uint32_t inMaxCount, XVector<double>& ioScratch ) const
 {
-    return ConvertBlock( inFirstRow, inMaxCount, ioScratch, ToNumber );
+    return ConvertBlock( inFirstRow, inMaxCount, ioScratch, TimeToNumber );
 }
 
 bool XPivotTimeColumn::DoesPass(

@@ -4,7 +4,7 @@
 
 namespace
 {
-double ToNumber( const XUUID& inUUID )
+double UUIDToNumber( const XUUID& inUUID )
 {
     return static_cast<double>( inUUID.GetHash() );
 }
@@ -17,7 +17,7 @@ void XPivotUUIDColumn::SetData( const XString& inValue, std::int32_t inRow, bool
 
 double XPivotUUIDColumn::GetDataFloat( std::uint32_t inRow ) const
 {
-    return ToNumber( GetValue( inRow ) );
+    return UUIDToNumber( GetValue( inRow ) );
 }
 
 XString XPivotUUIDColumn::GetDataString( std::uint32_t inRow ) const
@@ -27,7 +27,7 @@ XString XPivotUUIDColumn::GetDataString( std::uint32_t inRow ) const
 
 std::int32_t XPivotUUIDColumn::FindDataFloat( double inValue ) const
 {
-    return FindNumber( inValue, ToNumber );
+    return FindNumber( inValue, UUIDToNumber );
 }
 
 bool XPivotUUIDColumn::DoesPass(

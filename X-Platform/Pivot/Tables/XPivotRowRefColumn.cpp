@@ -43,7 +43,7 @@ XPivotRowRefColumn::XReference ToReference(
         inRecord.row == XPivotRowRefs::kSomeRow ? inRowsByPlace[inPlace] : inRecord.row };
 }
 
-std::string Describe( const XPivotRowRefColumn::XReference& inReference )
+std::string DescribeReference( const XPivotRowRefColumn::XReference& inReference )
 {
     const auto& [uuid, count, userVisibleID, row] = inReference;
     return "Reference to " + std::string( uuid.UUIDToString().GetStringView() ) + ": user-visible ID " +
@@ -59,6 +59,7 @@ constexpr std::uint32_t XPivotRowRefColumn::kNoRow;
 
 void XPivotRowRefColumn::RequireUserVisibleIDs( USize64 inCount ) const
 {
+    // The IDs in `ahead` are all greater than `next`, and each of them may have to be passed.
     XAssert( inCount + itsNumbering.ahead.size() <= kMostNumbers - itsNumbering.next );
 }
 
@@ -370,6 +371,7 @@ void XPivotRowRefColumn::InsertEmptyRows( std::uint32_t inRowIndex, std::uint32_
     XPivotReferenceColumn::InsertEmptyRows( inRowIndex, inCount );
     itsRowPlaces.insert(
         itsRowPlaces.begin() + static_cast<std::ptrdiff_t>( inRowIndex ), inCount, kNoPlace );
+    // The rows behind have new numbers: O(n), as for the insertion itself.
     NameRows( USize( inRowIndex ) + inCount );
 }
 
@@ -512,7 +514,7 @@ void XPivotRowRefColumn::ReadReference( XStream& inStream )
     reference.userVisibleID = inStream.Read32();
     reference.row = inStream.Read32();
     CheckReference( inStream, reference );
-    XEndField( inStream, [&] { return Describe( reference ); } );
+    XEndField( inStream, [&] { return DescribeReference( reference ); } );
     const XPlace place = itsRefs.FindOrAdd( reference.uuid );
     itsRefs[place].others = reference.count;
     itsRefs[place].row = reference.row;

@@ -55,7 +55,7 @@ bool IsTimeOut( const XException& inError )
 }
 
 /// Names a request in the log, whatever the client has put into its path.
-XString Describe( const XHTTPRequest& inRequest )
+XString DescribeRequest( const XHTTPRequest& inRequest )
 {
     std::string path = inRequest.GetPath().substr( 0, 200 );
     std::ranges::replace_if(
@@ -244,15 +244,16 @@ XHTTPResponse XHTTPConnection::MakeResponse( const XHTTPRequest& inRequest ) con
     catch ( const XException& error )
     {
         if ( XSessionLogManager* const log = XSessionLogManager::GetManager(); log && error.ShouldLogError() )
-            log->AddException( error, kLogWarning, Describe( inRequest ) );
+            log->AddException( error, kLogWarning, DescribeRequest( inRequest ) );
     }
     catch ( const std::exception& error )
     {
-        XSessionLogManager::Log( kLogWarning, Describe( inRequest ) + ": " + error.what() );
+        XSessionLogManager::Log( kLogWarning, DescribeRequest( inRequest ) + ": " + error.what() );
     }
     catch ( ... )
     {
-        XSessionLogManager::Log( kLogWarning, Describe( inRequest ) + ": an exception of an unknown kind" );
+        XSessionLogManager::Log(
+            kLogWarning, DescribeRequest( inRequest ) + ": an exception of an unknown kind" );
     }
     return XHTTPResponse::Status( 500 );
 }

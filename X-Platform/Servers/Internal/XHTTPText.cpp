@@ -23,17 +23,17 @@ int ReadHexDigit( char inDigit )
     return inDigit >= 'A' && inDigit <= 'F' ? inDigit - 'A' + 10 : -1;
 }
 
-/// The path and query of a URL of http; other targets as they are.
-std::string_view WithoutHost( std::string_view inTarget )
+/// The path and query of a URL of http; other targets as they are. An empty path means "/".
+std::string WithoutHost( std::string_view inTarget )
 {
     for ( const std::string_view scheme : { "http://", "https://" } )
         if ( XHTTPHeaders::AreEqual( inTarget.substr( 0, scheme.size() ), scheme ) )
         {
             const std::size_t end = inTarget.find_first_of( "/?", scheme.size() );
-            return end == std::string_view::npos || inTarget[end] == '?' ? std::string_view( "/" )
-                                                                         : inTarget.substr( end );
+            const std::string_view rest = inTarget.substr( std::min( end, inTarget.size() ) );
+            return ( rest.starts_with( '/' ) ? "" : "/" ) + std::string( rest );
         }
-    return inTarget;
+    return std::string( inTarget );
 }
 
 bool StaysInside( const std::string& inPath )
@@ -90,9 +90,9 @@ std::string_view XHTTPText::Trim( std::string_view inText )
 
 bool XHTTPText::ReadTarget( std::string_view inTarget, std::string& outPath, std::string& outQuery )
 {
-    const std::string_view target = WithoutHost( inTarget );
+    const std::string target = WithoutHost( inTarget );
     const std::size_t end = std::min( target.find( '?' ), target.size() );
-    const std::string_view path = target.substr( 0, end );
+    const std::string_view path = std::string_view( target ).substr( 0, end );
     outQuery = target.substr( std::min( end + 1, target.size() ) );
     const bool hasEncodedSlash =
         path.find( "%2F" ) != std::string_view::npos || path.find( "%2f" ) != std::string_view::npos;

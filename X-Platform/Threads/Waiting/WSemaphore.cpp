@@ -10,8 +10,8 @@
 namespace
 {
 
-constexpr std::uint64_t kOneSleeper = std::uint64_t( 1 ) << 32;
-constexpr std::uint64_t kUnits = kOneSleeper - 1;
+constexpr std::uint64_t kOneWaiter = std::uint64_t( 1 ) << 32;
+constexpr std::uint64_t kUnitBits = kOneWaiter - 1;
 
 std::uint32_t GetUnits( std::uint64_t inState )
 {
@@ -23,7 +23,7 @@ std::uint32_t GetUnits( std::uint64_t inState )
 void WSemaphore::Signal( std::uint32_t inCount )
 {
     // From here on the semaphore may be gone; its address still names the queue.
-    if ( itsState.fetch_add( inCount, std::memory_order_acq_rel ) < kOneSleeper )
+    if ( itsState.fetch_add( inCount, std::memory_order_acq_rel ) < kOneWaiter )
         return;
     for ( std::uint32_t released = 0; released < inCount; ++released )
     {
@@ -55,7 +55,7 @@ WWaitResult WSemaphore::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
     const WDeadline deadline( inTimeoutMs );
     for ( ;; )
     {
-        const WWaitResult result = WParkCounted( itsState, kOneSleeper, kUnits, deadline, inAlertable );
+        const WWaitResult result = WParkCounted( itsState, kOneWaiter, kUnitBits, deadline, inAlertable );
         if ( TryWait() )
             return kWaitSucceeded;
         if ( result != kWaitSucceeded )

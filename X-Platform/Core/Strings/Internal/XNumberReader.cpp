@@ -27,7 +27,7 @@
 namespace
 {
 constexpr std::int64_t kMaxExponent = 1'000'000'000'000; // far beyond any that matters, far from overflow
-constexpr unsigned kNoDigit = 255;
+constexpr unsigned kNotADigit = 255;
 
 /// The text that is left to read.
 class XCursor
@@ -83,7 +83,7 @@ unsigned GetDigit( char inCharacter )
     if ( XTextScan::IsDigit( inCharacter ) )
         return static_cast<unsigned>( inCharacter - '0' );
     const char lower = XTextScan::ToLower( inCharacter );
-    return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>( lower - 'a' + 10 ) : kNoDigit;
+    return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>( lower - 'a' + 10 ) : kNotADigit;
 }
 
 /// Skips "0x" if a hexadecimal digit, or a point and one, follows.
@@ -93,7 +93,7 @@ bool TakeHexPrefix( XCursor& ioCursor, char inDecimalPoint )
     if ( rest.size() < 3 || rest[0] != '0' || XTextScan::ToLower( rest[1] ) != 'x' )
         return false;
     const bool hasPoint = rest[2] == inDecimalPoint && rest.size() > 3;
-    if ( GetDigit( rest[hasPoint ? 3 : 2] ) == kNoDigit )
+    if ( GetDigit( rest[hasPoint ? 3 : 2] ) == kNotADigit )
         return false;
     ioCursor.Skip( 2 );
     return true;

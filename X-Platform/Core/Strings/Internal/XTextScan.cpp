@@ -55,7 +55,7 @@ bool EqualCaselessPortably( const char* inFirst, const char* inSecond, USize64 i
 }
 
 #if defined( __x86_64__ )
-constexpr USize64 kBlock = 32;
+constexpr USize64 kScanBlock = 32;
 
 bool HasAVX2()
 {
@@ -110,10 +110,10 @@ KORVALE_AVX2 std::uint32_t DiffersByMoreThanCase( __m256i inFirst, __m256i inSec
 /// For at least 32 characters; the last block overlaps the one before it.
 KORVALE_AVX2 bool EqualCaselessByBlocks( const char* inFirst, const char* inSecond, USize64 inCount )
 {
-    for ( USize64 i = 0; i + kBlock < inCount; i += kBlock )
+    for ( USize64 i = 0; i + kScanBlock < inCount; i += kScanBlock )
         if ( DiffersByMoreThanCase( LoadBlock( inFirst + i ), LoadBlock( inSecond + i ) ) != 0 )
             return false;
-    const USize64 last = inCount - kBlock;
+    const USize64 last = inCount - kScanBlock;
     return DiffersByMoreThanCase( LoadBlock( inFirst + last ), LoadBlock( inSecond + last ) ) == 0;
 }
 
@@ -207,7 +207,7 @@ private:
         const XCharacterBlock<XRule> last( itsNeedle.back() );
         const char* const lastText = itsText + itsNeedle.size() - 1;
         USize64 i = 0;
-        for ( ; i + kBlock <= itsPositions && itsPatience > 0; i += kBlock )
+        for ( ; i + kScanBlock <= itsPositions && itsPatience > 0; i += kScanBlock )
         {
             const __m256i isBoth =
                 _mm256_and_si256( first.Matches( itsText + i ), last.Matches( lastText + i ) );
@@ -238,7 +238,7 @@ SSize64 XTextScan::FindCaseless( std::string_view inText, std::string_view inNee
 bool XTextScan::EqualCaseless( const char* inFirst, const char* inSecond, USize64 inCount )
 {
 #if defined( __x86_64__ )
-    if ( inCount >= kBlock && HasAVX2() )
+    if ( inCount >= kScanBlock && HasAVX2() )
         return EqualCaselessByBlocks( inFirst, inSecond, inCount );
 #endif
     return EqualCaselessPortably( inFirst, inSecond, inCount );

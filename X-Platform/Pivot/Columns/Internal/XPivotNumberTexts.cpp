@@ -23,13 +23,13 @@ bool AreSame( double inLeft, double inRight )
 
 bool AreDistinct( const XVector<double>& inNumbers, const XVector<XString>& inTexts )
 {
-    using XEntry = std::pair<std::string_view, double>;
+    using XTextAndNumber = std::pair<std::string_view, double>;
     const XString zero = XFormatPivotNumber( 0.0 );
-    XVector<XEntry> entries = { { zero.GetStringView(), 0.0 } };
+    XVector<XTextAndNumber> entries = { { zero.GetStringView(), 0.0 } };
     for ( std::size_t i = 0; i < inNumbers.size(); ++i )
         entries.emplace_back( inTexts[i].GetStringView(), inNumbers[i] );
-    std::ranges::sort( entries, std::less<>(), &XEntry::first );
-    const auto collide = []( const XEntry& inLeft, const XEntry& inRight )
+    std::ranges::sort( entries, std::less<>(), &XTextAndNumber::first );
+    const auto collide = []( const XTextAndNumber& inLeft, const XTextAndNumber& inRight )
     { return inLeft.first == inRight.first && !AreSame( inLeft.second, inRight.second ); };
     return std::ranges::adjacent_find( entries, collide ) == entries.end();
 }

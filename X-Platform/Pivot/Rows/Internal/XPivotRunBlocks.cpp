@@ -189,6 +189,7 @@ public:
 
     [[gnu::always_inline]] bool MoveWord( std::size_t inRow, std::uint64_t inWord )
     {
+        // An upper bound of the output of a word: all its rows, and a head for each possible run.
         constexpr std::size_t kMost = kRowsOfWord * kValueSize + kMostRunsOfWord * sizeof( XRunHead ) + kStep;
         if ( static_cast<std::ptrdiff_t>( inRow ) > itsLastInnerRow || itsRoom.GetLeft() < kMost )
             [[unlikely]]
@@ -225,6 +226,7 @@ private:
 
     [[gnu::always_inline]] void MoveByCalls( std::size_t inRow, std::size_t inLength )
     {
+        // The stream's buffer may be another one afterwards, so the room is asked for again.
         itsRoom = WriteByCalls(
             itsStream, itsRoom.GetUsed(), MakeHead( inRow, inLength ), itsValues + inRow * kValueSize,
             inLength * kValueSize );
@@ -277,6 +279,7 @@ public:
 
     [[gnu::always_inline]] bool MoveWord( std::size_t inRow, std::uint64_t inWord )
     {
+        // An upper bound of the input of a word: with so much in the buffer no run of it needs a check.
         constexpr std::size_t kMost = kRowsOfWord * kValueSize + kMostRunsOfWord * sizeof( XRunHead ) + kStep;
         if ( static_cast<std::ptrdiff_t>( inRow ) > itsLastInnerRow || itsBytes.GetLeft() < kMost )
             [[unlikely]]
@@ -326,6 +329,7 @@ private:
         if ( XRunHead::Read( itsBytes.next ) != head ) [[unlikely]]
             return MoveByCalls( inRow, inLength );
         const std::size_t count = inLength * kValueSize;
+        // May write past the gap; the values that follow overwrite that.
         FillInnerGap( inRow );
         itsGap = inRow + inLength;
         CopyInSteps<kStep>( itsValues + inRow * kValueSize, itsBytes.next + sizeof( XRunHead ), count );
@@ -372,28 +376,28 @@ ReadRuns( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* 
 }
 
 template<std::size_t kValueSize>
-constexpr XPivotRunBlockLoops kPortableLoops = {
+constexpr XPivotRunBlockLoops kPortableBlockLoops = {
     WriteRuns<kPortableStep, kValueSize>, ReadRuns<kPortableStep, kValueSize> };
 
 #if defined( __x86_64__ )
-    #define KORVALE_AVX2 __attribute__( ( target( "avx2,bmi" ) ) )
+    #define KORVALE_AVX2_BMI __attribute__( ( target( "avx2,bmi" ) ) )
 
 template<std::size_t kValueSize>
-KORVALE_AVX2 void
+KORVALE_AVX2_BMI void
 WriteRunsByVectors( XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inValues )
 {
     WriteRuns<kVectorStep, kValueSize>( inStream, inExists, inValues );
 }
 
 template<std::size_t kValueSize>
-KORVALE_AVX2 std::optional<XPivotRun> ReadRunsByVectors(
+KORVALE_AVX2_BMI std::optional<XPivotRun> ReadRunsByVectors(
     XStream& inStream, const XVector<std::uint8_t>& inExists, const void* inDefault, void* outValues )
 {
     return ReadRuns<kVectorStep, kValueSize>( inStream, inExists, inDefault, outValues );
 }
 
 template<std::size_t kValueSize>
-constexpr XPivotRunBlockLoops kVectorLoops = {
+constexpr XPivotRunBlockLoops kVectorBlockLoops = {
     WriteRunsByVectors<kValueSize>, ReadRunsByVectors<kValueSize> };
 #endif
 } // namespace
@@ -402,17 +406,18 @@ template<std::size_t kValueSize>
 const XPivotRunBlockLoops& XGetPivotRunBlockLoops()
 {
 #if defined( __x86_64__ )
+    // Asked for once; the processor does not change.
     static const bool sHasVectors = __builtin_cpu_supports( "avx2" ) && __builtin_cpu_supports( "bmi" );
     if ( sHasVectors )
-        return kVectorLoops<kValueSize>;
+        return kVectorBlockLoops<kValueSize>;
 #endif
-    return kPortableLoops<kValueSize>;
+    return kPortableBlockLoops<kValueSize>;
 }
 
 template<std::size_t kValueSize>
 const XPivotRunBlockLoops& XGetPortablePivotRunBlockLoops()
 {
-    return kPortableLoops<kValueSize>;
+    return kPortableBlockLoops<kValueSize>;
 }
 
 template KORVALE_API const XPivotRunBlockLoops& XGetPivotRunBlockLoops<4>();

@@ -63,7 +63,7 @@ constexpr std::size_t kMostWholeBytes = 15;
 constexpr std::uint64_t kLongText = 0xFF; // in place of the number
 
 template<class TWord>
-std::uint64_t LoadWord( const char* inBytes )
+std::uint64_t LoadKeyWord( const char* inBytes )
 {
     TWord word;
     std::memcpy( &word, inBytes, sizeof word );
@@ -74,13 +74,13 @@ std::uint64_t LoadWord( const char* inBytes )
 std::uint64_t LoadBytes( const char* inBytes, std::size_t inCount )
 {
     if ( inCount == 8 )
-        return LoadWord<std::uint64_t>( inBytes );
+        return LoadKeyWord<std::uint64_t>( inBytes );
     if ( inCount >= 4 )
-        return LoadWord<std::uint32_t>( inBytes ) |
-            LoadWord<std::uint32_t>( inBytes + inCount - 4 ) << 8 * ( inCount - 4 );
+        return LoadKeyWord<std::uint32_t>( inBytes ) |
+            LoadKeyWord<std::uint32_t>( inBytes + inCount - 4 ) << 8 * ( inCount - 4 );
     std::uint64_t word = 0;
     for ( std::size_t i = 0; i < inCount; ++i )
-        word |= LoadWord<std::uint8_t>( inBytes + i ) << 8 * i;
+        word |= LoadKeyWord<std::uint8_t>( inBytes + i ) << 8 * i;
     return word;
 }
 
@@ -89,8 +89,8 @@ XIdentity IdentifyLong( const char* inBytes, std::size_t inCount )
     XIdentity identity = { inCount, kXHashFactor };
     for ( ; inCount > 8; inCount -= 8, inBytes += 8 )
     {
-        identity.low = XMixProduct( identity.low ^ LoadWord<std::uint64_t>( inBytes ), kXHashFactor );
-        identity.high = XMixProduct( identity.high ^ LoadWord<std::uint64_t>( inBytes ), kMissingFactor );
+        identity.low = XMixProduct( identity.low ^ LoadKeyWord<std::uint64_t>( inBytes ), kXHashFactor );
+        identity.high = XMixProduct( identity.high ^ LoadKeyWord<std::uint64_t>( inBytes ), kMissingFactor );
     }
     identity.low ^= LoadBytes( inBytes, inCount );
     identity.high |= kLongText << 56;
@@ -107,8 +107,8 @@ XIdentity Identify( const XString& inValue )
     if ( count <= 8 )
         return { LoadBytes( bytes, count ), number };
     // The last eight bytes, shifted so that those already in the first word fall out.
-    const std::uint64_t last = LoadWord<std::uint64_t>( bytes + count - 8 ) >> 8 * ( 16 - count );
-    return { LoadWord<std::uint64_t>( bytes ), last | number };
+    const std::uint64_t last = LoadKeyWord<std::uint64_t>( bytes + count - 8 ) >> 8 * ( 16 - count );
+    return { LoadKeyWord<std::uint64_t>( bytes ), last | number };
 }
 
 // ---- Keys

@@ -17,7 +17,7 @@ namespace
 constexpr std::uint32_t kMostStorages = 16 * 1024;
 constexpr std::uint32_t kAnyStorages = 256; // which any rows may have
 constexpr std::uint32_t kRowsPerStorage = 16;
-constexpr std::uint32_t kRowsPerBlock = 512;
+constexpr std::uint32_t kRowsPerRound = 512;
 
 /// Numbers the storages of texts in the order in which they first occur: open addressing, at most an eighth
 /// full. The contents of a table do not determine addresses, so they cannot be chosen to collide.
@@ -91,7 +91,7 @@ bool GroupByStorages(
     const std::uint32_t most = ( std::min )( kAnyStorages + count / kRowsPerStorage, kMostStorages );
     for ( std::uint32_t row = 0; row < count; )
     {
-        for ( const std::uint32_t end = row + ( std::min )( kRowsPerBlock, count - row ); row < end; ++row )
+        for ( const std::uint32_t end = row + ( std::min )( kRowsPerRound, count - row ); row < end; ++row )
         {
             const void* const storage = inExists[row] ? inTexts[row].GetStorageID() : &kMissing;
             outGroups.groups[row] = numbers.Number( storage, row );

@@ -1,0 +1,761 @@
+// Jobs wait in one ordered list for each client and class, so that the next job of a class is found without a search, and
+// jobs of a class that no node supports delay no others. Nodes that support the same classes form a group. A group keeps
+// its nodes with room ordered by their load, and once more those of them that have no suspected job.
+//
+// A job has up to two runs: assignments to nodes. Runs are in the list of their node in the order of assignment, in which
+// nodes start them.
+
+#include "NetJobs/Internal/XNetJobScheduler.h"
+
+#include "Ground/XFail.h"
+
+#include <algorithm>
+#include <array>
+#include <list>
+#include <map>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+namespace
+{
+
+using XJobKey = XNetJobScheduler::XJobKey;
+using XTimeMS = XNetJobScheduler::XTimeMS;
+
+constexpr int kMostVictims = 8; // nodes examined for a job to recall
+constexpr USize kMostRuns = 2;
+
+std::uint64_t Combine( std::uint32_t inHigh, std::uint32_t inLow )
+{
+    return std::uint64_t{ inHigh } << 32 | inLow;
+}
+
+/// Exponential average of durations, in microseconds.
+class MeanDuration
+{
+public:
+    void Add( std::uint64_t inMicroseconds )
+    {
+        constexpr double kWeight = 0.125;
+        const double value = static_cast<double>( inMicroseconds );
+        itsMean = itsMean ? *itsMean + kWeight * ( value - *itsMean ) : value;
+    }
+    bool IsKnown() const { return itsMean.has_value(); }
+    double Get() const { return itsMean.value_or( 0 ); }
+
+private:
+    std::optional<double> itsMean;
+};
+
+struct Job;
+struct Node;
+
+using JobOrder = std::map<std::uint64_t, Job*>; // by serial number
+
+/// The jobs of one class of a client.
+struct JobClass
+{
+    JobOrder plain;
+    JobOrder suspected;
+    MeanDuration duration;
+
+    JobOrder& GetOrder( const Job& inJob );
+};
+
+struct Run
+{
+    Node* node = nullptr;
+    std::list<Job*>::iterator place; // in the list of the node
+    XTimeMS startTime = 0;
+    bool hasStarted = false;
+    bool isSuspected = false;
+};
+
+struct Client
+{
+    std::unordered_map<std::uint64_t, Job> jobs; // by job queue and job
+    std::map<XVersion, JobClass> classes;
+    USize waitingCount = 0;
+};
+
+struct Job
+{
+    XJobKey key;
+    Client* client = nullptr;
+    JobClass* jobClass = nullptr;
+    XVersion version;
+    std::uint32_t losses = 0;
+    std::uint64_t serial = 0;
+    XVector<std::uint32_t> sharedDataIDs;
+    std::array<Run, kMostRuns> runs;
+    USize runCount = 0;
+    std::optional<std::list<Job*>::iterator> startPlace; // among the started jobs that may get a second run
+    bool isStopping = false;
+    bool isSuspended = false;
+
+    bool IsWaiting() const { return runCount == 0 && !isSuspended; }
+    std::span<Run> GetRuns() { return { runs.data(), runCount }; }
+    Run* FindRun( const Node& inNode )
+    {
+        const auto run = std::ranges::find( GetRuns(), &inNode, &Run::node );
+        return run == GetRuns().end() ? nullptr : &*run;
+    }
+    bool HasStarted() { return std::ranges::any_of( GetRuns(), &Run::hasStarted ); }
+};
+
+JobOrder& JobClass::GetOrder( const Job& inJob )
+{
+    return inJob.losses > 0 ? suspected : plain;
+}
+
+using NodeOrder = std::set<std::pair<std::uint64_t, std::uint32_t>>; // by load, then by ID
+
+/// Nodes that support the same classes.
+struct NodeGroup
+{
+    XVector<XVersion> classes; // in order, one revision of each
+    NodeOrder withRoom;
+    NodeOrder withoutSuspect; // those of them
+
+    bool Supports( const XVersion& inClass ) const
+    {
+        const auto found =
+            std::ranges::lower_bound( classes, inClass.GetClassID(), {}, &XVersion::GetClassID );
+        return found != classes.end() && found->GetClassID() == inClass.GetClassID() &&
+            found->GetClassRevision() >= inClass.GetClassRevision();
+    }
+};
+
+struct Node
+{
+    std::uint32_t id = 0;
+    std::uint32_t workers = 1;
+    NodeGroup* group = nullptr;
+    bool acceptsJobs = true;
+    std::list<Job*> runs;
+    USize suspectCount = 0;
+    MeanDuration duration;
+    std::uint64_t load = 0;                 // by which it is in the orders of its group
+    std::unordered_set<std::uint64_t> data; // by client and data
+
+    bool IsIdle() const { return runs.size() < workers; }
+    bool HasBacklog() const { return runs.size() > workers; }
+
+    std::uint64_t GetCapacity() const
+    {
+        constexpr double kPrefetchMicroseconds = XNetJobScheduler::kPrefetchMS * 1000.0;
+        std::uint64_t prefetch = 1;
+        if ( duration.IsKnown() )
+            prefetch = static_cast<std::uint64_t>( std::clamp(
+                kPrefetchMicroseconds / std::max( duration.Get(), 1.0 ), 1.0,
+                static_cast<double>( XNetJobScheduler::kMostPrefetch ) ) );
+        return workers * ( 1 + prefetch );
+    }
+
+    bool HoldsDataOf( const Job& inJob ) const
+    {
+        return std::ranges::all_of(
+            inJob.sharedDataIDs,
+            [&]( std::uint32_t inID ) { return data.contains( Combine( inJob.key.clientID, inID ) ); } );
+    }
+};
+
+/// The classes in order, the newest revision of each.
+XVector<XVersion> NormaliseClasses( std::span<const XVersion> inClasses )
+{
+    const auto byClass = []( const XVersion& inLeft, const XVersion& inRight )
+    {
+        return std::pair( inLeft.GetClassID(), inRight.GetClassRevision() ) <
+            std::pair( inRight.GetClassID(), inLeft.GetClassRevision() );
+    };
+    XVector<XVersion> classes( inClasses.begin(), inClasses.end() );
+    std::ranges::sort( classes, byClass );
+    const auto rest = std::ranges::unique( classes, {}, &XVersion::GetClassID );
+    classes.erase( rest.begin(), rest.end() );
+    return classes;
+}
+
+} // namespace
+
+class XNetJobScheduler::XImp
+{
+public:
+    Node* FindNode( std::uint32_t inNodeID );
+    Job* FindJob( const XJobKey& inKey );
+
+    void AddNode( std::uint32_t inNodeID, std::uint32_t inWorkers, std::span<const XVersion> inClasses );
+    void RemoveNode( Node& ioNode, bool inIsLost );
+    void UpdatePlace( Node& ioNode );
+
+    bool AddJob( const XNewJob& inJob );
+    void Assign( Job& ioJob, Node& ioNode );
+    void Start( Job& ioJob, Run& ioRun, XTimeMS inNow );
+    void NoteDuration( Job& ioJob, Run& ioRun, std::uint64_t inRunMicroseconds );
+    void StopRuns( Job& ioJob );
+    void RemoveRun( Job& ioJob, Run& ioRun );
+    void RunHasGone( Job& ioJob, Run& ioRun );
+    void Requeue( Job& ioJob );
+    void SetSuspended( Job& ioJob, bool inIsSuspended );
+    void Forget( Job& ioJob );
+    void ForgetAsStopped( Job& ioJob );
+    void RemoveClient( std::uint32_t inClientID );
+
+    void AssignAll( XTimeMS inNow );
+    XVector<XAction> TakeActions() { return std::exchange( itsActions, {} ); }
+    XCounts CountJobs( std::uint32_t inClientID );
+
+private:
+    struct Choice
+    {
+        Job* job = nullptr;
+        Node* node = nullptr;
+    };
+
+    void Act( XActionKind inKind, const Node* inNode, const Job& inJob );
+    void StartWaiting( Job& ioJob );
+    void StopWaiting( Job& ioJob );
+    void MayRunAgain( Job& ioJob );
+    void MustNotRunAgain( Job& ioJob );
+
+    void AssignGroup( NodeGroup& ioGroup, XTimeMS inNow );
+    Choice Choose( NodeGroup& inGroup );
+    Choice ChooseOfClient( NodeGroup& inGroup, Client& inClient );
+    static Job* ChooseForNode( const JobOrder& inOrder, const Node& inNode );
+    bool UseIdleWorker( Node& ioNode, XTimeMS inNow );
+    Job* FindBacklogFor( const Node& inNode );
+    Job* FindLongRunningFor( const Node& inNode, XTimeMS inNow );
+
+    std::map<XVector<XVersion>, NodeGroup> itsGroups;
+    std::unordered_map<std::uint32_t, Node> itsNodes;
+    std::map<std::uint32_t, Client> itsClients;
+    std::set<std::uint32_t> itsWaitingClients; // that have waiting jobs
+    std::uint32_t itsLastClientID = 0;         // whose turn was the last
+    std::set<std::uint32_t> itsBackloggedNodes;
+    std::uint32_t itsLastVictimID = 0;
+    std::list<Job*> itsStartedJobs; // with one run and not suspected, the oldest first
+    std::uint64_t itsLastSerial = 0;
+    XVector<XAction> itsActions;
+};
+
+// ---- Nodes
+
+Node* XNetJobScheduler::XImp::FindNode( std::uint32_t inNodeID )
+{
+    const auto found = itsNodes.find( inNodeID );
+    return found == itsNodes.end() ? nullptr : &found->second;
+}
+
+void XNetJobScheduler::XImp::AddNode(
+    std::uint32_t inNodeID, std::uint32_t inWorkers, std::span<const XVersion> inClasses )
+{
+    const auto [found, isNew] = itsNodes.try_emplace( inNodeID );
+    XAssert( isNew );
+    const XVector<XVersion> classes = NormaliseClasses( inClasses );
+    Node& node = found->second;
+    node.id = inNodeID;
+    node.workers = std::max( inWorkers, 1u );
+    node.group = &itsGroups.try_emplace( classes ).first->second;
+    node.group->classes = classes;
+    UpdatePlace( node );
+}
+
+void XNetJobScheduler::XImp::RemoveNode( Node& ioNode, bool inIsLost )
+{
+    ioNode.acceptsJobs = false;
+    while ( !ioNode.runs.empty() )
+    {
+        Job& job = *ioNode.runs.front();
+        RemoveRun( job, *job.FindRun( ioNode ) );
+        job.losses += inIsLost;
+        if ( job.runCount > 0 )
+            MayRunAgain( job );
+        else if ( inIsLost && job.losses >= kMostLosses && !job.isStopping )
+        {
+            Act( kFailed, nullptr, job );
+            Forget( job );
+        }
+        else
+            Requeue( job );
+    }
+    UpdatePlace( ioNode );
+    itsNodes.erase( ioNode.id );
+}
+
+/// Brings the node to its places in the orders of its group and among the nodes with a backlog.
+void XNetJobScheduler::XImp::UpdatePlace( Node& ioNode )
+{
+    NodeGroup& group = *ioNode.group;
+    group.withRoom.erase( { ioNode.load, ioNode.id } );
+    group.withoutSuspect.erase( { ioNode.load, ioNode.id } );
+    ioNode.load = ( std::uint64_t{ ioNode.runs.size() } << 32 ) / ioNode.workers;
+    if ( ioNode.acceptsJobs && ioNode.runs.size() < ioNode.GetCapacity() )
+    {
+        group.withRoom.insert( { ioNode.load, ioNode.id } );
+        if ( ioNode.suspectCount == 0 )
+            group.withoutSuspect.insert( { ioNode.load, ioNode.id } );
+    }
+    if ( ioNode.HasBacklog() )
+        itsBackloggedNodes.insert( ioNode.id );
+    else
+        itsBackloggedNodes.erase( ioNode.id );
+}
+
+// ---- Jobs
+
+Job* XNetJobScheduler::XImp::FindJob( const XJobKey& inKey )
+{
+    const auto client = itsClients.find( inKey.clientID );
+    if ( client == itsClients.end() )
+        return nullptr;
+    const auto job = client->second.jobs.find( Combine( inKey.jobQueueID, inKey.jobID ) );
+    return job == client->second.jobs.end() ? nullptr : &job->second;
+}
+
+bool XNetJobScheduler::XImp::AddJob( const XNewJob& inJob )
+{
+    Client& client = itsClients[inJob.key.clientID];
+    const auto [found, isNew] = client.jobs.try_emplace( Combine( inJob.key.jobQueueID, inJob.key.jobID ) );
+    if ( !isNew )
+        return false;
+    Job& job = found->second;
+    job.key = inJob.key;
+    job.client = &client;
+    job.jobClass = &client.classes[inJob.jobClass];
+    job.version = inJob.jobClass;
+    job.sharedDataIDs = inJob.sharedDataIDs;
+    job.isSuspended = inJob.isSuspended;
+    job.serial = ++itsLastSerial;
+    if ( !job.isSuspended )
+        StartWaiting( job );
+    return true;
+}
+
+void XNetJobScheduler::XImp::Act( XActionKind inKind, const Node* inNode, const Job& inJob )
+{
+    itsActions.push_back( { inKind, inNode ? inNode->id : 0, inJob.key } );
+}
+
+void XNetJobScheduler::XImp::StartWaiting( Job& ioJob )
+{
+    ioJob.jobClass->GetOrder( ioJob ).emplace( ioJob.serial, &ioJob );
+    if ( ioJob.client->waitingCount++ == 0 )
+        itsWaitingClients.insert( ioJob.key.clientID );
+}
+
+void XNetJobScheduler::XImp::StopWaiting( Job& ioJob )
+{
+    ioJob.jobClass->GetOrder( ioJob ).erase( ioJob.serial );
+    if ( --ioJob.client->waitingCount == 0 )
+        itsWaitingClients.erase( ioJob.key.clientID );
+}
+
+void XNetJobScheduler::XImp::Assign( Job& ioJob, Node& ioNode )
+{
+    if ( ioJob.IsWaiting() )
+        StopWaiting( ioJob );
+    ioJob.isSuspended = false;
+    MustNotRunAgain( ioJob );
+    Run& run = ioJob.runs[ioJob.runCount++];
+    run = { &ioNode, ioNode.runs.insert( ioNode.runs.end(), &ioJob ), 0, false, ioJob.losses > 0 };
+    ioNode.suspectCount += run.isSuspected;
+    if ( ioJob.isStopping )
+        Act( kStop, &ioNode, ioJob );
+    UpdatePlace( ioNode );
+}
+
+void XNetJobScheduler::XImp::Start( Job& ioJob, Run& ioRun, XTimeMS inNow )
+{
+    ioRun.hasStarted = true;
+    ioRun.startTime = inNow;
+    if ( ioJob.runCount == 1 && !ioRun.isSuspected && !ioJob.startPlace )
+        ioJob.startPlace = itsStartedJobs.insert( itsStartedJobs.end(), &ioJob );
+}
+
+/// A started job has one run again.
+void XNetJobScheduler::XImp::MayRunAgain( Job& ioJob )
+{
+    const Run& run = ioJob.runs.front();
+    if ( run.hasStarted && !run.isSuspected && !ioJob.startPlace )
+        ioJob.startPlace = itsStartedJobs.insert( itsStartedJobs.begin(), &ioJob );
+}
+
+void XNetJobScheduler::XImp::MustNotRunAgain( Job& ioJob )
+{
+    if ( ioJob.startPlace )
+        itsStartedJobs.erase( *ioJob.startPlace );
+    ioJob.startPlace.reset();
+}
+
+void XNetJobScheduler::XImp::RemoveRun( Job& ioJob, Run& ioRun )
+{
+    MustNotRunAgain( ioJob );
+    Node& node = *ioRun.node;
+    node.runs.erase( ioRun.place );
+    node.suspectCount -= ioRun.isSuspected;
+    if ( &ioRun != &ioJob.runs[ioJob.runCount - 1] )
+        ioRun = ioJob.runs[ioJob.runCount - 1];
+    --ioJob.runCount;
+    UpdatePlace( node );
+}
+
+void XNetJobScheduler::XImp::NoteDuration( Job& ioJob, Run& ioRun, std::uint64_t inRunMicroseconds )
+{
+    ioRun.node->duration.Add( inRunMicroseconds );
+    ioJob.jobClass->duration.Add( inRunMicroseconds );
+}
+
+void XNetJobScheduler::XImp::StopRuns( Job& ioJob )
+{
+    for ( const Run& run : ioJob.GetRuns() )
+        Act( kStop, run.node, ioJob );
+}
+
+/// The node has the job no more, and has given no result.
+void XNetJobScheduler::XImp::RunHasGone( Job& ioJob, Run& ioRun )
+{
+    if ( ioRun.hasStarted )
+        ioJob.losses = 0; // the node outlived it
+    RemoveRun( ioJob, ioRun );
+    if ( ioJob.runCount > 0 )
+        MayRunAgain( ioJob );
+    else
+        Requeue( ioJob );
+}
+
+/// For a job without runs.
+void XNetJobScheduler::XImp::Requeue( Job& ioJob )
+{
+    if ( ioJob.isStopping )
+        ForgetAsStopped( ioJob );
+    else if ( !ioJob.isSuspended )
+        StartWaiting( ioJob );
+}
+
+void XNetJobScheduler::XImp::SetSuspended( Job& ioJob, bool inIsSuspended )
+{
+    if ( ioJob.isSuspended == inIsSuspended || ioJob.isStopping || ioJob.HasStarted() )
+        return;
+    if ( ioJob.IsWaiting() )
+        StopWaiting( ioJob );
+    ioJob.isSuspended = inIsSuspended;
+    if ( inIsSuspended )
+    {
+        for ( const Run& run : ioJob.GetRuns() )
+            Act( kRecall, run.node, ioJob );
+        return;
+    }
+    ioJob.serial = ++itsLastSerial;
+    if ( ioJob.IsWaiting() )
+        StartWaiting( ioJob );
+}
+
+void XNetJobScheduler::XImp::Forget( Job& ioJob )
+{
+    if ( ioJob.IsWaiting() && ioJob.jobClass->GetOrder( ioJob ).contains( ioJob.serial ) )
+        StopWaiting( ioJob );
+    while ( ioJob.runCount > 0 )
+        RemoveRun( ioJob, ioJob.runs[ioJob.runCount - 1] );
+    ioJob.client->jobs.erase( Combine( ioJob.key.jobQueueID, ioJob.key.jobID ) );
+}
+
+void XNetJobScheduler::XImp::ForgetAsStopped( Job& ioJob )
+{
+    Act( kStopped, nullptr, ioJob );
+    Forget( ioJob );
+}
+
+void XNetJobScheduler::XImp::RemoveClient( std::uint32_t inClientID )
+{
+    const auto client = itsClients.find( inClientID );
+    if ( client == itsClients.end() )
+        return;
+    for ( auto& [key, job] : client->second.jobs )
+    {
+        StopRuns( job );
+        while ( job.runCount > 0 )
+            RemoveRun( job, job.runs[job.runCount - 1] );
+    }
+    itsWaitingClients.erase( inClientID );
+    itsClients.erase( client );
+}
+
+// ---- Decisions
+
+void XNetJobScheduler::XImp::AssignAll( XTimeMS inNow )
+{
+    for ( auto& [classes, group] : itsGroups )
+        AssignGroup( group, inNow );
+}
+
+void XNetJobScheduler::XImp::AssignGroup( NodeGroup& ioGroup, XTimeMS inNow )
+{
+    while ( !ioGroup.withRoom.empty() )
+    {
+        if ( const Choice choice = Choose( ioGroup ); choice.job )
+        {
+            itsLastClientID = choice.job->key.clientID;
+            Act( kAssign, choice.node, *choice.job );
+            Assign( *choice.job, *choice.node );
+        }
+        else if ( !UseIdleWorker( itsNodes.at( ioGroup.withRoom.begin()->second ), inNow ) )
+            return;
+    }
+}
+
+/// The next job of the client whose turn it is, or of the first one after it that has a suitable job.
+XNetJobScheduler::XImp::Choice XNetJobScheduler::XImp::Choose( NodeGroup& inGroup )
+{
+    const auto next = itsWaitingClients.upper_bound( itsLastClientID );
+    for ( auto id = next; id != itsWaitingClients.end(); ++id )
+        if ( const Choice choice = ChooseOfClient( inGroup, itsClients.at( *id ) ); choice.job )
+            return choice;
+    for ( auto id = itsWaitingClients.begin(); id != next; ++id )
+        if ( const Choice choice = ChooseOfClient( inGroup, itsClients.at( *id ) ); choice.job )
+            return choice;
+    return {};
+}
+
+/// Suspected jobs go first, since they were added before what waits.
+XNetJobScheduler::XImp::Choice XNetJobScheduler::XImp::ChooseOfClient( NodeGroup& inGroup, Client& inClient )
+{
+    const JobOrder* first = nullptr;
+    const NodeOrder* nodes = nullptr;
+    const auto offer = [&]( const JobOrder& inOrder, const NodeOrder& inNodes )
+    {
+        if ( inOrder.empty() || inNodes.empty() )
+            return;
+        if ( first && first->begin()->first < inOrder.begin()->first )
+            return;
+        first = &inOrder;
+        nodes = &inNodes;
+    };
+    for ( auto& [version, jobClass] : inClient.classes )
+        if ( inGroup.Supports( version ) )
+        {
+            offer( jobClass.suspected, inGroup.withoutSuspect );
+            offer( jobClass.plain, inGroup.withRoom );
+        }
+    if ( !first )
+        return {};
+    Node& node = itsNodes.at( nodes->begin()->second );
+    return { ChooseForNode( *first, node ), &node };
+}
+
+Job* XNetJobScheduler::XImp::ChooseForNode( const JobOrder& inOrder, const Node& inNode )
+{
+    int examined = 0;
+    for ( auto job = inOrder.begin(); job != inOrder.end() && examined < kLookahead; ++job, ++examined )
+        if ( inNode.HoldsDataOf( *job->second ) )
+            return job->second;
+    return inOrder.begin()->second;
+}
+
+/// Assigns a job of another node to a node that would be idle otherwise. Returns whether there was one.
+bool XNetJobScheduler::XImp::UseIdleWorker( Node& ioNode, XTimeMS inNow )
+{
+    if ( !ioNode.IsIdle() )
+        return false;
+    Job* job = FindBacklogFor( ioNode );
+    if ( job )
+        Act( kRecall, job->runs.front().node, *job );
+    else
+        job = FindLongRunningFor( ioNode, inNow );
+    if ( !job )
+        return false;
+    Act( kAssign, &ioNode, *job );
+    Assign( *job, ioNode );
+    return true;
+}
+
+/// The job that a node with a backlog would start last.
+Job* XNetJobScheduler::XImp::FindBacklogFor( const Node& inNode )
+{
+    auto id = itsBackloggedNodes.upper_bound( itsLastVictimID );
+    const int victims = static_cast<int>( std::min<USize>( itsBackloggedNodes.size(), kMostVictims ) );
+    for ( int i = 0; i < victims; ++i, ++id )
+    {
+        if ( id == itsBackloggedNodes.end() )
+            id = itsBackloggedNodes.begin();
+        const Node& victim = itsNodes.at( *id );
+        int examined = 0;
+        for ( auto job = victim.runs.rbegin(); job != victim.runs.rend() && examined < kLookahead;
+              ++job, ++examined )
+        {
+            Job& candidate = **job;
+            const Run& run = candidate.runs.front();
+            if ( candidate.runCount > 1 || run.hasStarted || run.isSuspected || candidate.isStopping ||
+                 candidate.isSuspended || !inNode.group->Supports( candidate.version ) )
+                continue;
+            itsLastVictimID = *id;
+            return &candidate;
+        }
+    }
+    return nullptr;
+}
+
+Job* XNetJobScheduler::XImp::FindLongRunningFor( const Node& inNode, XTimeMS inNow )
+{
+    int examined = 0;
+    for ( Job* const job : itsStartedJobs )
+    {
+        if ( ++examined > kLookahead )
+            return nullptr;
+        const Run& run = job->runs.front();
+        const double mean = job->jobClass->duration.Get() / 1000;
+        const XTimeMS least = std::max( kMinimumRunMS, static_cast<XTimeMS>( 2 * mean ) );
+        if ( inNow >= run.startTime + least && run.node != &inNode && !job->isStopping &&
+             inNode.group->Supports( job->version ) )
+            return job;
+    }
+    return nullptr;
+}
+
+XNetJobScheduler::XCounts XNetJobScheduler::XImp::CountJobs( std::uint32_t inClientID )
+{
+    XCounts counts;
+    const auto client = itsClients.find( inClientID );
+    if ( client == itsClients.end() )
+        return counts;
+    counts.waiting = client->second.waitingCount;
+    for ( const auto& [key, job] : client->second.jobs )
+        ++( job.runCount > 0 ? counts.assigned : counts.suspended );
+    counts.suspended -= counts.waiting;
+    return counts;
+}
+
+// ---- The interface
+
+XNetJobScheduler::XNetJobScheduler() : itsImp( std::make_unique<XImp>() ) {}
+
+XNetJobScheduler::~XNetJobScheduler() = default;
+
+void XNetJobScheduler::AddNode(
+    std::uint32_t inNodeID, std::uint32_t inWorkers, std::span<const XVersion> inJobClasses )
+{
+    itsImp->AddNode( inNodeID, inWorkers, inJobClasses );
+}
+
+void XNetJobScheduler::SetAcceptsJobs( std::uint32_t inNodeID, bool inAcceptsJobs )
+{
+    if ( Node* const node = itsImp->FindNode( inNodeID ) )
+    {
+        node->acceptsJobs = inAcceptsJobs;
+        itsImp->UpdatePlace( *node );
+    }
+}
+
+void XNetJobScheduler::RemoveNode( std::uint32_t inNodeID, bool inIsLost )
+{
+    if ( Node* const node = itsImp->FindNode( inNodeID ) )
+        itsImp->RemoveNode( *node, inIsLost );
+}
+
+void XNetJobScheduler::SetHoldsData(
+    std::uint32_t inNodeID, std::uint32_t inClientID, std::uint32_t inDataID, bool inHoldsData )
+{
+    Node* const node = itsImp->FindNode( inNodeID );
+    if ( !node )
+        return;
+    if ( inHoldsData )
+        node->data.insert( Combine( inClientID, inDataID ) );
+    else
+        node->data.erase( Combine( inClientID, inDataID ) );
+}
+
+bool XNetJobScheduler::AddJob( const XNewJob& inJob )
+{
+    return itsImp->AddJob( inJob );
+}
+
+bool XNetJobScheduler::NodeHoldsJob( std::uint32_t inNodeID, const XJobKey& inKey )
+{
+    Job* const job = itsImp->FindJob( inKey );
+    Node* const node = itsImp->FindNode( inNodeID );
+    if ( !job || !node )
+        return false;
+    if ( job->FindRun( *node ) )
+        return true;
+    if ( job->runCount == kMostRuns )
+        return false;
+    itsImp->Assign( *job, *node );
+    return true;
+}
+
+void XNetJobScheduler::JobHasStarted( XTimeMS inNow, std::uint32_t inNodeID, const XJobKey& inKey )
+{
+    Job* const job = itsImp->FindJob( inKey );
+    Node* const node = itsImp->FindNode( inNodeID );
+    if ( !job || !node )
+        return;
+    if ( Run* const run = job->FindRun( *node ) )
+        itsImp->Start( *job, *run, inNow );
+}
+
+bool XNetJobScheduler::JobHasEnded(
+    std::uint32_t inNodeID, const XJobKey& inKey, std::uint64_t inRunMicroseconds )
+{
+    Job* const job = itsImp->FindJob( inKey );
+    if ( !job )
+        return false;
+    Node* const node = itsImp->FindNode( inNodeID );
+    if ( Run* const run = node ? job->FindRun( *node ) : nullptr )
+    {
+        itsImp->NoteDuration( *job, *run, inRunMicroseconds );
+        itsImp->RemoveRun( *job, *run );
+    }
+    itsImp->StopRuns( *job );
+    itsImp->Forget( *job );
+    return true;
+}
+
+void XNetJobScheduler::JobWasReturned( std::uint32_t inNodeID, const XJobKey& inKey )
+{
+    Job* const job = itsImp->FindJob( inKey );
+    Node* const node = itsImp->FindNode( inNodeID );
+    if ( !job || !node )
+        return;
+    if ( Run* const run = job->FindRun( *node ) )
+        itsImp->RunHasGone( *job, *run );
+}
+
+void XNetJobScheduler::StopJob( const XJobKey& inKey )
+{
+    Job* const job = itsImp->FindJob( inKey );
+    if ( !job || job->isStopping )
+        return;
+    if ( job->runCount == 0 )
+        return itsImp->ForgetAsStopped( *job );
+    job->isStopping = true;
+    itsImp->StopRuns( *job );
+}
+
+void XNetJobScheduler::SuspendJob( const XJobKey& inKey )
+{
+    if ( Job* const job = itsImp->FindJob( inKey ) )
+        itsImp->SetSuspended( *job, true );
+}
+
+void XNetJobScheduler::ResumeJob( const XJobKey& inKey )
+{
+    if ( Job* const job = itsImp->FindJob( inKey ) )
+        itsImp->SetSuspended( *job, false );
+}
+
+void XNetJobScheduler::RemoveClient( std::uint32_t inClientID )
+{
+    itsImp->RemoveClient( inClientID );
+}
+
+XVector<XNetJobScheduler::XAction> XNetJobScheduler::TakeActions( XTimeMS inNow )
+{
+    itsImp->AssignAll( inNow );
+    return itsImp->TakeActions();
+}
+
+XNetJobScheduler::XCounts XNetJobScheduler::CountJobs( std::uint32_t inClientID ) const
+{
+    return itsImp->CountJobs( inClientID );
+}
