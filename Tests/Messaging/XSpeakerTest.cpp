@@ -274,3 +274,29 @@ TEST( XSpeakerTest, ManyListenersKeepTheirOrder )
     EXPECT_EQ( heard, expected );
     EXPECT_EQ( speaker.GetListenerCount(), expected.size() );
 }
+
+TEST( XSpeakerTest, AListenerOfManySpeakersKeepsThoseThatAreLeft )
+{
+    std::deque<XSpeaker> speakers( 100 );
+    Recorder one;
+    for ( const XSpeaker& speaker : speakers )
+        one.Subscribe( speaker );
+    for ( std::size_t i = 0; i < speakers.size(); i += 3 )
+        one.Unsubscribe( speakers[i] );
+    speakers.pop_front();
+    for ( XSpeaker& speaker : speakers )
+        speaker.SpeakMessage( NumberMessage( 2 ) );
+    EXPECT_EQ( one.heard.size(), 66u ); // of 99 every third has gone
+
+    // 22 are left, which are looked up still, those that come again too.
+    for ( std::size_t i = 33; i < speakers.size(); ++i )
+        one.Unsubscribe( speakers[i] );
+    XSpeaker& last = speakers[34];
+    one.Subscribe( last );
+    one.Subscribe( last );
+    one.Unsubscribe( last );
+    EXPECT_EQ( last.GetListenerCount(), 1u );
+    one.StopListening();
+    for ( const XSpeaker& speaker : speakers )
+        EXPECT_EQ( speaker.GetListenerCount(), 0u );
+}

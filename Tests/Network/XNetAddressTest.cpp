@@ -71,6 +71,13 @@ TEST( XNetAddressTest, TheNameCacheDropsItsOldest )
     EXPECT_EQ( name, "new" );
 }
 
+TEST( XNetAddressTest, KnowsThisMachine )
+{
+    const XNetAddress local = XNetAddress::GetLocalAddress( 77 );
+    EXPECT_EQ( local.GetPort(), 77 );
+    EXPECT_EQ( local.GetHostName( false ), XNetAddress::GetLocalHostName() );
+}
+
 TEST( XNetAddressTest, ComparesByAddressOrByName )
 {
     EXPECT_EQ( XNetAddress( kLoopBack, 1 ), XNetAddress( "localhost", 2 ) );

@@ -19,6 +19,17 @@ std::unique_ptr<XPivotRowRefColumn> MakeIDs( const std::vector<XUUID>& inRows )
 }
 } // namespace
 
+TEST( XPivotRowRefColumn, KeepsWhatIsReferredToFromElsewhere )
+{
+    const auto ids = MakeIDs( { kFirst, kSecond } );
+    ids->AddRef( kFirst );
+    ids->DeleteRefs( 0, 2 );
+    EXPECT_EQ( ids->GetNumReferences(), 1u );
+    EXPECT_EQ( ids->GetDataUserVisibleID( kFirst ), 1u );
+    ids->DeleteRef( kFirst );
+    EXPECT_EQ( ids->GetNumReferences(), 0u );
+}
+
 TEST( XPivotRowRefColumn, GivesNoNumberTwice )
 {
     XPivotRowRefColumn column;

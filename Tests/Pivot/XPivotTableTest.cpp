@@ -87,6 +87,10 @@ TEST( XPivotTable, KeepsColumnsInStep )
     EXPECT_ERROR( 1006, table.DeleteRows( 1, 2 ) );
     EXPECT_ERROR( 1006, table.InsertEmptyRows( 3, 1 ) );
     ExpectInStep( table, { "3", "2" } );
+    table.FilterRows( 0, XPivotTable::kFilterGreater, 2.5 );
+    ExpectInStep( table, { "3" } );
+    table.FilterRows( 1, XPivotTable::kFilterContains, XString( "2" ) );
+    EXPECT_EQ( table.GetNumRows(), 0u );
 }
 
 TEST( XPivotTable, AppendsByDescriptor )

@@ -54,6 +54,17 @@ TEST( KeyFilesTest, AreForTheirOwnerAlone )
     }
 }
 
+/// Another process may work in it.
+TEST( KeyFilesTest, ComeIntoTheFolderThatIsThere )
+{
+    const TestFolder folder;
+    struct stat before = {}, after = {};
+    stat( folder.GetPath().c_str(), &before );
+    XDeploymentKeys::Create( folder.GetPath() );
+    stat( folder.GetPath().c_str(), &after );
+    EXPECT_EQ( before.st_ino, after.st_ino );
+}
+
 /// The key fits, a certificate does not.
 TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
 {
