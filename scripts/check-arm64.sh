@@ -8,7 +8,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 compile=( aarch64-linux-gnu-g++ -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror -DKORVALE_BUILDING_CORE
-  -IX-Platform -IPlatform
+  -DKORVALE_VERSION_NUMBERS=0,0,0 -IX-Platform -IPlatform
   -idirafter /usr/include -idirafter "/usr/include/$(gcc -dumpmachine)" -idirafter /usr/include/cairo )
 
 # What most sources include is compiled once.

@@ -173,8 +173,9 @@ XVector<XVersion> NormaliseClasses( std::span<const XVersion> inClasses )
     };
     XVector<XVersion> classes( inClasses.begin(), inClasses.end() );
     std::ranges::sort( classes, byClass );
-    const auto rest = std::ranges::unique( classes, {}, &XVersion::GetClassID );
-    classes.erase( rest.begin(), rest.end() );
+    const auto isSame = []( const XVersion& inLeft, const XVersion& inRight )
+    { return inLeft.GetClassID() == inRight.GetClassID(); };
+    classes.erase( std::unique( classes.begin(), classes.end(), isSame ), classes.end() );
     return classes;
 }
 
