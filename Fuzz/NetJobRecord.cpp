@@ -12,6 +12,7 @@
 #include "NetJobs/XLogonResult.h"
 #include "NetJobs/XNetJob.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
+#include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobSharedData.h"
 
@@ -41,6 +42,7 @@ constexpr std::unique_ptr<XStorable> ( *kMakers[] )() = {
     Make<XNetJobQueueNode::XAssignedJobInfo>,
     Make<XNetJobCompletedMessage>,
     Make<XNetJobQueuePositionChangedMessage>,
+    Make<XNetJobEvent>,
 };
 
 /// Checks that the record writes as many bytes as GetStreamUsage reports.

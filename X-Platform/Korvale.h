@@ -212,6 +212,7 @@
 #include "NetJobs/XLogonResult.h"
 #include "NetJobs/XNetJob.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
+#include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueue.h"
 #include "NetJobs/XNetJobQueueNode.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"

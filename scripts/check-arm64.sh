@@ -11,7 +11,8 @@ compile=( aarch64-linux-gnu-g++ -std=c++20 -Wall -Wextra -Wconversion -Wshadow -
   -DKORVALE_VERSION_NUMBERS=0,0,0 -IX-Platform -IPlatform
   -idirafter /usr/include -idirafter "/usr/include/$(gcc -dumpmachine)" -idirafter /usr/include/cairo )
 
-# What most sources include is compiled once.
+# What most sources include is compiled once. The sources are not compiled in batches here as they are in the builds, so a
+# source that lacks an include of its own project is found.
 printf '#include <%s>\n' algorithm atomic functional map memory mutex string unordered_map vector > "$work/common.h"
 echo '#include "Core/Streams/XStream.h"' >> "$work/common.h"
 "${compile[@]}" -x c++-header -o "$work/common.h.gch" "$work/common.h"

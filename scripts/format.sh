@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Lays out every source as .clang-format says. With --check it changes nothing and fails when something would change.
+# Formats every source according to .clang-format. With --check it changes nothing and fails if something would change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

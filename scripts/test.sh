@@ -53,6 +53,11 @@ check_package() {
   # shellcheck disable=SC2046
   g++ -o build/consumer/by-pkg-config Examples/MeasureImage.cpp \
     $(pkg-config --cflags --libs korvale-imaging)
+  # The first program of README.md.
+  sed -n '/^```cpp/,/^```/{//!p}' README.md > build/consumer/areas.cpp
+  # shellcheck disable=SC2046
+  g++ -o build/consumer/areas build/consumer/areas.cpp $(pkg-config --cflags --libs korvale)
+  ( cd build/consumer && LD_LIBRARY_PATH="$libdir" ./areas && "$prefix/bin/korvale" --log /dev/null show areas.table )
 
   local sample="$PWD/build/package-sample"
   rm -rf "$sample"

@@ -21,7 +21,7 @@ struct WColour
     std::uint8_t red = 0;
     std::uint8_t green = 0;
     std::uint8_t blue = 0;
-    double alpha = 1; ///< 0 is invisible, 1 is opaque.
+    double alpha = 1; ///< 0 is invisible, 1 is opaque
 
     WColour WithAlpha( double inAlpha ) const { return { red, green, blue, inAlpha }; }
     bool operator==( const WColour& ) const = default;
@@ -30,7 +30,7 @@ struct WColour
 struct WStroke
 {
     WColour colour;
-    double width = 0; ///< 0 for no line.
+    double width = 0; ///< 0 for no line
 };
 
 struct WTextStyle
@@ -42,11 +42,11 @@ struct WTextStyle
         kEnd
     };
 
-    double size = 10; ///< Of the font: the distance between lines.
+    double size = 10; ///< of the font: the distance between lines
     WColour colour;
-    Anchor anchor = kStart; ///< The part of the text placed at the given point.
-    double angle = 0;       ///< In degrees, counter-clockwise around that point.
-    WStroke halo;           ///< Around the letters.
+    Anchor anchor = kStart; ///< the part of the text placed at the given point
+    double angle = 0;       ///< in degrees, counter-clockwise around that point
+    WStroke halo;           ///< around the letters
 };
 
 /// An image of 8-bit grey levels, row by row from the top.

@@ -23,10 +23,10 @@ class KORVALE_API WFile
 public:
     enum Mode
     {
-        kRead = 1,      ///< An existing file, for reading.
-        kReadWrite = 2, ///< An existing file, for reading and writing; its contents stay.
-        kCreate = 3,    ///< For reading and writing; created if missing, otherwise truncated.
-        kCreateNew = 4  ///< Like kCreate, but fails with system error 80 if the file exists.
+        kRead = 1,      ///< an existing file, for reading
+        kReadWrite = 2, ///< an existing file, for reading and writing; its contents stay
+        kCreate = 3,    ///< for reading and writing; created if missing, otherwise truncated
+        kCreateNew = 4  ///< like kCreate, but fails with system error 80 if the file exists
     };
 
     WFile() = default;

@@ -66,8 +66,8 @@ std::error_code LinkOrMove( const fs::path& inFrom, const fs::path& inTo )
 
 /// Creates a file with a hidden name beside the target, and returns the name. It is registered first, so that
 /// it can be removed even when memory runs out.
-template<class Make>
-fs::path MakeUnfinished( const fs::path& inTarget, const Make& inMake )
+template<class TMake>
+fs::path MakeUnfinished( const fs::path& inTarget, const TMake& inMake )
 {
     auto path = inTarget.parent_path() / MakeTemporaryName();
     WPendingFiles::Add( path );

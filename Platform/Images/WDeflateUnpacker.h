@@ -15,7 +15,7 @@ public:
 private:
     class Inflater;
     std::unique_ptr<Inflater> itsInflater;
-    bool itsHasEnded = false; ///< The checksum has been verified.
+    bool itsHasEnded = false; // the checksum has been verified
 
     void Reset() override;
     std::size_t UnpackSome( std::byte* outBytes, std::size_t inCount );

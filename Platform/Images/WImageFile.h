@@ -34,8 +34,8 @@ struct KORVALE_IMAGING_API WImageFormat
     std::uint32_t height = 0;
     std::uint32_t channels = 0;
     SampleType type = kUInt8;
-    double pixelWidth = 0;  ///< In micrometres; 0 if the file has no resolution.
-    double pixelHeight = 0; ///< In micrometres; 0 if the file has no resolution.
+    double pixelWidth = 0;  ///< in micrometres; 0 if the file has no resolution
+    double pixelHeight = 0; ///< in micrometres; 0 if the file has no resolution
 
     static std::uint32_t GetSampleSize( SampleType inType )
     {
@@ -52,8 +52,8 @@ struct KORVALE_IMAGING_API WImageFormat
 };
 
 /// Calls `inWork` with a std::type_identity of the C++ type of the samples, and returns its result.
-template<class Work>
-auto VisitSampleType( WImageFormat::SampleType inType, Work inWork )
+template<class TWork>
+auto VisitSampleType( WImageFormat::SampleType inType, TWork inWork )
 {
     switch ( inType )
     {
@@ -150,7 +150,7 @@ public:
         std::uint64_t height = 0;
         std::uint64_t samplesPerPixel = 1;
         std::uint64_t planesInFile =
-            1; ///< The number of such planes that fit between its samples and the end of the file.
+            1; ///< the number of such planes that fit between its samples and the end of the file
     };
 
     /// TIFF files only; a compressed page counts as one plane.

@@ -20,7 +20,7 @@ private:
     /// multiple of 8.
     struct Text
     {
-        std::uint64_t end; ///< In memory order.
+        std::uint64_t end; // in memory order
         std::uint16_t before;
         std::uint16_t length;
         std::uint8_t first;
@@ -29,13 +29,13 @@ private:
     /// The state of reading codes.
     struct Bits
     {
-        std::uint64_t bits = 0; ///< The next bit is the highest.
+        std::uint64_t bits = 0; // the next bit is the highest
         std::uint32_t count = 0;
-        std::uint32_t width = 0; ///< Of a code.
+        std::uint32_t width = 0; // of a code
     };
 
     std::array<Text, kMostCodes> itsTexts;
-    std::array<std::byte, kMostCodes + kPiece> itsRest; ///< Of a text that did not fit in the output.
+    std::array<std::byte, kMostCodes + kPiece> itsRest; // of a text that did not fit in the output
     std::size_t itsRestStart = 0;
     std::size_t itsRestEnd = 0;
     Bits itsBits;

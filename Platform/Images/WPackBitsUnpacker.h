@@ -11,8 +11,8 @@ public:
     void Unpack( std::byte* outBytes, std::size_t inCount ) override;
 
 private:
-    std::size_t itsLiterals = 0; ///< Remaining literal bytes of a sequence.
-    std::size_t itsRepeats = 0;  ///< Remaining bytes of a run.
+    std::size_t itsLiterals = 0; // remaining literal bytes of a sequence
+    std::size_t itsRepeats = 0;  // remaining bytes of a run
     std::uint8_t itsRepeated = 0;
 
     void Reset() override;

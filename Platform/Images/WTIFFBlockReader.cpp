@@ -88,9 +88,9 @@ void WTIFFBlockReader::Read( const WImageFile::Progress& inProgress )
 {
     for ( std::uint64_t block = 0; block < itsGrid.blocks; ++block )
     {
-        const auto tellShare = [&]( double inShare )
+        const auto reportShare = [&]( double inShare )
         { inProgress( ( static_cast<double>( block ) + inShare ) / static_cast<double>( itsGrid.blocks ) ); };
-        ReadBlock( block, tellShare );
+        ReadBlock( block, reportShare );
     }
 }
 

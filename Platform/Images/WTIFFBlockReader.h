@@ -27,9 +27,9 @@ private:
     struct Grid
     {
         bool isTiled;
-        bool isSeparate;        ///< Each block has one channel.
-        std::uint32_t channels; ///< In a block.
-        std::uint64_t width;    ///< Of a block, in pixels.
+        bool isSeparate;        // each block has one channel
+        std::uint32_t channels; // in a block
+        std::uint64_t width;    // of a block, in pixels
         std::uint64_t height;
         std::uint64_t across;
         std::uint64_t blocksOfPlane;
@@ -41,14 +41,14 @@ private:
     const WFile& itsFile;
     WImagePage& itsPage;
     Grid itsGrid;
-    const std::uint64_t itsRowSize; ///< Of a block, in bytes.
-    const bool itsIsPlain;          ///< Not compressed.
+    const std::uint64_t itsRowSize; // of a block, in bytes
+    const bool itsIsPlain;          // not compressed
     std::uint64_t itsRowsAtOnce;
-    std::vector<std::uint64_t> itsOffsets; ///< Of the blocks in the file.
+    std::vector<std::uint64_t> itsOffsets; // of the blocks in the file
     std::vector<std::uint64_t> itsSizes;
     std::unique_ptr<WTIFFUnpacker> itsUnpacker;
     WTIFFPredictor itsPredictor;
-    std::unique_ptr<std::byte[]> itsRows; ///< Rows that cannot be unpacked directly into the page.
+    std::unique_ptr<std::byte[]> itsRows; // rows that cannot be unpacked directly into the page
 
     void JoinStrips();
     void ReadBlock( std::uint64_t inBlock, const WImageFile::Progress& inProgress );

@@ -11,8 +11,8 @@
 /// The byte order and the offset width of a TIFF file, from its first bytes.
 struct KORVALE_IMAGING_API WTIFFHeader
 {
-    bool isSwapped = false; ///< The byte order differs from the machine's.
-    bool isBig = false;     ///< Counts and offsets have 64 bits.
+    bool isSwapped = false; ///< the byte order differs from the machine's
+    bool isBig = false;     ///< counts and offsets have 64 bits
     std::uint64_t firstDirectory = 0;
 
     /// Throws WImageError if the header is truncated or malformed.
@@ -51,7 +51,7 @@ public:
         kTileSizes = 325,
         kSampleFormat = 339,
         kDepth = 32997,
-        kStackPlanes = 33629 ///< Its number of values is the number of planes.
+        kStackPlanes = 33629 ///< its number of values is the number of planes
     };
 
     WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader, std::uint64_t inOffset );
@@ -96,8 +96,8 @@ private:
     {
         std::uint16_t type;
         std::uint64_t count;
-        std::uint64_t position = 0; ///< Of the values, if stored elsewhere.
-        std::string bytes;          ///< With the values, if stored in the directory.
+        std::uint64_t position = 0; // of the values, if stored elsewhere
+        std::string bytes;          // with the values, if stored in the directory
     };
 
     const WFile& itsFile;
@@ -106,7 +106,7 @@ private:
     std::uint64_t itsSize = 0;
     std::uint64_t itsNextOffset = 0;
     std::map<std::uint16_t, Entry> itsEntries;
-    std::multimap<std::uint16_t, Entry> itsRepeatedEntries; ///< Repeated entries of the same tags.
+    std::multimap<std::uint16_t, Entry> itsRepeatedEntries; // repeated entries of the same tags
 
     void AddEntry( const std::string& inBytes, std::uint64_t inStart );
     std::string ReadValues( const Entry& inEntry, std::uint64_t inCount ) const;

@@ -100,7 +100,7 @@ WImagePage::SampleType GetSampleType( const Tags& inTags )
 }
 
 /// Throws for samples that are not brightness and cannot be converted to it.
-void CheckColours( const Tags& inTags, const WImageFormat& inForm )
+void CheckColours( const Tags& inTags, const WImageFormat& inFormat )
 {
     const auto photometric = GetPhotometric( inTags );
     switch ( photometric )
@@ -115,11 +115,11 @@ void CheckColours( const Tags& inTags, const WImageFormat& inForm )
             throw WImageError( "its colours are YCbCr in separate planes (expected interleaved samples)" );
         return;
     case kWhiteIsZero:
-        if ( inForm.channels > 1 || inForm.type == WImageFormat::kFloat32 )
+        if ( inFormat.channels > 1 || inFormat.type == WImageFormat::kFloat32 )
             throw WImageError( "white is 0 (supported only for one 8- or 16-bit sample per pixel)" );
         return;
     case kPalette:
-        if ( inForm.channels > 1 || inForm.type != WImageFormat::kUInt8 )
+        if ( inFormat.channels > 1 || inFormat.type != WImageFormat::kUInt8 )
             throw WImageError( "unsupported palette (expected one 8-bit index per pixel)" );
         return;
     default:
@@ -195,16 +195,16 @@ void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WIm
 }
 
 /// Refuses tiles that are much larger than their page: each takes memory beside it.
-void CheckTileSize( const Tags& inTags, const WImageFormat& inForm )
+void CheckTileSize( const Tags& inTags, const WImageFormat& inFormat )
 {
     constexpr std::uint64_t kAlwaysAllowed = 64 * 1024 * 1024;
     if ( !inTags.Has( Tags::kTileOffsets ) )
         return;
     const std::uint64_t width = inTags.GetExtent( Tags::kTileWidth, 0 );
     const std::uint64_t height = inTags.GetExtent( Tags::kTileHeight, 0 );
-    const std::uint64_t channels = inTags.HasSeparatePlanes() ? 1 : inForm.channels;
-    const auto most = std::max( kAlwaysAllowed, 2 * inForm.GetByteCount() );
-    if ( width != 0 && height > most / ( width * channels * inForm.GetSampleSize() ) )
+    const std::uint64_t channels = inTags.HasSeparatePlanes() ? 1 : inFormat.channels;
+    const auto most = std::max( kAlwaysAllowed, 2 * inFormat.GetByteCount() );
+    if ( width != 0 && height > most / ( width * channels * inFormat.GetSampleSize() ) )
         throw WImageError(
             "its tiles of " + std::to_string( width ) + " x " + std::to_string( height ) +
             " pixels are much larger than the page" );

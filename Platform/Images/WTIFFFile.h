@@ -26,7 +26,7 @@ private:
     std::filesystem::path itsPath;
     WFile itsFile;
     WTIFFHeader itsHeader;
-    std::vector<std::uint64_t> itsPages; ///< Positions of their directories.
+    std::vector<std::uint64_t> itsPages; // positions of their directories
     std::uint32_t itsSkippedCount = 0;
     std::optional<WTIFFDecoder> itsDecoder;
 

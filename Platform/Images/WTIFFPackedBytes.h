@@ -32,9 +32,9 @@ public:
 
 private:
     const WFile& itsFile;
-    const std::uint64_t itsFileSize; ///< Read once, because there may be many small blocks.
+    const std::uint64_t itsFileSize; // read once, because there may be many small blocks
     const bool itsIsReversed;
-    std::uint64_t itsPosition = 0; ///< Of the next byte to read from the file.
+    std::uint64_t itsPosition = 0; // of the next byte to read from the file
     std::uint64_t itsUnread = 0;
     std::unique_ptr<std::uint8_t[]> itsBytes;
     std::size_t itsFirst = 0;

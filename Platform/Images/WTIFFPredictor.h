@@ -21,13 +21,13 @@ private:
     enum Kind : std::uint64_t
     {
         kNone = 1,
-        kHorizontal = 2,   ///< Each sample is stored minus its left neighbour of the same channel.
-        kFloatingPoint = 3 ///< The same for bytes, which are grouped by their position in the number.
+        kHorizontal = 2,   // each sample is stored minus its left neighbour of the same channel
+        kFloatingPoint = 3 // the same for bytes, which are grouped by their position in the number
     };
 
     const bool itsIsSwapped;
     const std::size_t itsSampleSize;
-    const std::size_t itsSamples; ///< In a row.
+    const std::size_t itsSamples; // in a row
     const std::uint32_t itsChannels;
     std::uint64_t itsKind = kNone;
     std::vector<std::byte> itsRow;

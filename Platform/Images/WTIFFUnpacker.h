@@ -20,7 +20,7 @@ public:
         kLZW = 5,
         kDeflate = 8,
         kPackBits = 32773,
-        kOldDeflate = 32946 ///< The same as kDeflate.
+        kOldDeflate = 32946 ///< the same as kDeflate
     };
 
     /// Of a page; kNone where its directory does not tell.

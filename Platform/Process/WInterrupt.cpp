@@ -16,12 +16,12 @@ namespace
 {
 std::atomic<bool> sIsRequested = false;
 std::atomic<bool> sIsTooLate = false;
-std::atomic<std::uint32_t> sServiceGraceMs = 0; // 0: no service
+std::atomic<std::uint32_t> sServiceGraceMS = 0; // 0: no service
 } // namespace
 
 WInterrupt::WInterrupt( Options inOptions ) : itsOptions( std::move( inOptions ) )
 {
-    sServiceGraceMs = 0;
+    sServiceGraceMS = 0;
     TakeOver();
     itsWatcher = std::thread( [this] { Watch(); } );
 }
@@ -40,9 +40,9 @@ bool WInterrupt::IsRequested() noexcept
     return sIsRequested.load( std::memory_order_relaxed ) && !sIsTooLate;
 }
 
-void WInterrupt::BeginService( std::uint32_t inGraceMs ) noexcept
+void WInterrupt::BeginService( std::uint32_t inGraceMS ) noexcept
 {
-    sServiceGraceMs = inGraceMs;
+    sServiceGraceMS = inGraceMS;
 }
 
 void WInterrupt::DisableAbort() noexcept
@@ -62,7 +62,7 @@ void WInterrupt::Watch()
 /// Waits until the process has to be ended; false when it ends by itself.
 bool WInterrupt::IsEndDue() const
 {
-    const WDeadline grace( std::max<std::uint32_t>( itsOptions.graceMs, sServiceGraceMs ) );
+    const WDeadline grace( std::max<std::uint32_t>( itsOptions.graceMS, sServiceGraceMS ) );
     for ( ;; )
     {
         const Event event = WaitForEvent( grace.GetMillisecondsLeft() );

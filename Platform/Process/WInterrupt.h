@@ -20,7 +20,7 @@ public:
     {
         int exitStatus = 0;        ///< of a process that is ended at once
         int lateStatus = 0;        ///< of a process that is ended after DisableAbort
-        std::uint32_t graceMs = 0; ///< from the first interrupt to the end at once
+        std::uint32_t graceMS = 0; ///< from the first interrupt to the end at once
         /// Last action before the process is ended at once, on a thread of its own; must not block.
         std::function<void()> last;
     };
@@ -36,9 +36,9 @@ public:
     /// Whether there was an interrupt before DisableAbort.
     static bool IsRequested() noexcept;
 
-    /// For a service, which an interrupt ends in the ordinary way: instead of the second interrupt, the grace
-    /// period ends the process that has not ended by then.
-    static void BeginService( std::uint32_t inGraceMs ) noexcept;
+    /// Declares the work a service, which an interrupt ends in the ordinary way: the first interrupt leaves
+    /// it at least this grace period before the process is ended at once.
+    static void BeginService( std::uint32_t inGraceMS ) noexcept;
 
     /// Call it when the work is done.
     static void DisableAbort() noexcept;
@@ -61,7 +61,7 @@ private:
     // Implemented for each system.
     static void TakeOver();
     static void GiveBack();
-    static Event WaitForEvent( std::uint32_t inTimeoutMs );
-    static void Close(); ///< Makes WaitForEvent return kClosingEvent.
+    static Event WaitForEvent( std::uint32_t inTimeoutMS );
+    static void Close(); // makes WaitForEvent return kClosingEvent
     [[noreturn]] static void EndProcess( int inExitStatus );
 };

@@ -1,6 +1,6 @@
 #include "Process/WMainLoop.h"
 
-#include "Ground/XTypes.h"
+#include "Ground/WDeadline.h"
 
 #include <atomic>
 
@@ -22,14 +22,20 @@ bool IsEndRequested()
 
 std::int32_t WMainLoop::Run( const XWork& inWork )
 {
-    const XHandle bell = GetWaitHandle(); // from here on a request rings it
+    const XHandle event = GetWaitHandle(); // from here on a request sets it
+    WDeadline period( inWork.periodMS );
     while ( !IsEndRequested() )
     {
         DispatchSystemMessages();
         inWork.doNow();
-        // The work has silenced the bell, perhaps just after a request rang it.
-        if ( !IsEndRequested() && !WaitForWork( bell, 0 ) && !inWork.doWhenIdle() )
-            WaitForWork( bell, kNoTimeout );
+        if ( inWork.doPeriodically && period.HasPassed() )
+        {
+            inWork.doPeriodically();
+            period = WDeadline( inWork.periodMS );
+        }
+        // The work has cleared the event, perhaps just after a request set it.
+        if ( !IsEndRequested() && !WaitForWork( event, 0 ) && !inWork.doWhenIdle() )
+            WaitForWork( event, period.GetMillisecondsLeft() );
     }
     return static_cast<std::int32_t>( sRequestedExitCode.exchange( kNoRequest ) );
 }

@@ -21,11 +21,13 @@ public:
     struct XWork
     {
         std::function<void()> doNow;
-        std::function<bool()> doWhenIdle; ///< does a part of it; returns whether there was any
+        std::function<bool()> doWhenIdle;               ///< does a part of it; returns whether there was any
+        std::function<void()> doPeriodically = nullptr; ///< may be empty
+        std::uint32_t periodMS = 0xFFFFFFFF;            ///< of `doPeriodically`
     };
 
     /// Runs until the end is requested: calls `doNow` each time the event is set, then `doWhenIdle` until it
-    /// returns false or the event is set again. On Windows also dispatches the thread's window messages.
+    /// returns false or the event is set again, and `doPeriodically` between these. On Windows also dispatches the thread's window messages.
     /// Returns the exit code of the request and clears the request. Exceptions of the work propagate.
     static std::int32_t Run( const XWork& inWork );
 
@@ -42,12 +44,12 @@ public:
     /// failure.
     static XHandle GetWaitHandle();
 
-    /// Waits for a handle like a foreign loop, up to `inTimeoutMs`. Returns whether the event is set.
-    static bool WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs );
+    /// Waits for a handle like a foreign loop, up to `inTimeoutMS`. Returns whether the event is set.
+    static bool WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMS );
 
 private:
     /// Waits until the event is set or, on Windows, a window message has arrived. Returns false on a
     /// time-out.
-    static bool WaitForWork( XHandle inBell, std::uint32_t inTimeoutMs );
+    static bool WaitForWork( XHandle inHandle, std::uint32_t inTimeoutMS );
     static void DispatchSystemMessages();
 };

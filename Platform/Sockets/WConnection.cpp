@@ -104,7 +104,7 @@ WConnection::Outcome WConnection::Peek( void* outBytes, USize inCount, const WDe
 
 WConnection::Outcome WConnection::WaitForMore( USize inCount, const WDeadline& inDeadline )
 {
-    constexpr std::uint32_t kPeriodMs = 10;
+    constexpr std::uint32_t kPeriodMS = 10;
     for ( ;; )
     {
         // In the other order, bytes that arrive between the two questions would be missed.
@@ -115,7 +115,7 @@ WConnection::Outcome WConnection::WaitForMore( USize inCount, const WDeadline& i
             return {};
         if ( inDeadline.HasPassed() )
             return { kTimedOut };
-        const WDeadline period( std::min( inDeadline.GetMillisecondsLeft(), kPeriodMs ) );
+        const WDeadline period( std::min( inDeadline.GetMillisecondsLeft(), kPeriodMS ) );
         if ( Wait( kForPeeking, period ) == kWaitAlerted )
             return { kAlerted };
     }
@@ -138,22 +138,6 @@ WWaitResult WConnection::Wait( Direction inDirection, const WDeadline& inDeadlin
     const WWaitResult result =
         SleepUntilReady( inDirection, inDeadline, WThreadAlert::GetCurrent() != nullptr );
     if ( result == kWaitAlerted )
-        scope.SetHasHeard();
+        scope.SetAlerted();
     return result;
-}
-
-bool WConnection::IsShortage( std::uint32_t inError )
-{
-    switch ( inError )
-    {
-    case 4:     // ERROR_TOO_MANY_OPEN_FILES
-    case 8:     // ERROR_NOT_ENOUGH_MEMORY
-    case 14:    // ERROR_OUTOFMEMORY
-    case 1450:  // ERROR_NO_SYSTEM_RESOURCES
-    case 10024: // WSAEMFILE
-    case kErrorNoBuffers:
-        return true;
-    default:
-        return false;
-    }
 }

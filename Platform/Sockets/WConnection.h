@@ -91,10 +91,6 @@ public:
     void Interrupt();
     bool IsInterrupted() const { return itsIsInterrupted.load(); }
 
-    /// Whether the error of a failed operation means that the process or the system has run out of
-    /// descriptors or memory, which may be temporary.
-    static bool IsShortage( std::uint32_t inError );
-
 protected:
     enum Direction
     {

@@ -34,8 +34,8 @@ public:
         std::vector<std::string>
             fields; ///< "Name: value"; without those for the length or coding of the body
         std::string_view body;
-        std::uint32_t connectTimeoutMs = 0;
-        std::uint32_t stallTimeoutMs = 0;    ///< without any byte; the client enforces it in `LookAround`
+        std::uint32_t connectTimeoutMS = 0;
+        std::uint32_t stallTimeoutMS = 0;    ///< without any byte; the client enforces it in `LookAround`
         std::filesystem::path authorityFile; ///< empty for the system's authorities
         bool usesProxy = true;
     };
@@ -66,7 +66,7 @@ public:
     static Outcome Run( const Request& inRequest, Client& ioClient );
 
 protected:
-    static constexpr std::uint32_t kSliceMs = 100;
+    static constexpr std::uint32_t kSliceMS = 100;
 
     /// Processes a line of a reply's header, with or without its line end.
     static void TakeLine( std::string_view inLine, Client& ioClient );

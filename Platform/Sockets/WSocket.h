@@ -44,7 +44,7 @@ public:
 
     /// Makes the system probe an idle peer after this many milliseconds, and then once per second; kNoTimeout
     /// disables probing. Linux uses whole seconds, rounded up, from 1 to 32767.
-    Outcome SetKeepAlive( std::uint32_t inIdleMs );
+    Outcome SetKeepAlive( std::uint32_t inIdleMS );
 
 private:
     struct System; // the descriptor and other data that the system needs for waiting

@@ -59,9 +59,9 @@ bool IsCharacter( char32_t inCode )
 /// The properties that the first byte of a UTF-8 character determines.
 struct LeadByte
 {
-    std::size_t itsFollowers;
-    char32_t itsBits;
-    char32_t itsSmallest; // the smallest code that needs this many bytes
+    std::size_t followers;
+    char32_t bits;
+    char32_t smallest; // the smallest code that needs this many bytes
 };
 
 /// No followers and no bits for a byte that cannot begin a character.
@@ -83,15 +83,15 @@ char32_t TakeUTF8( std::string_view& ioText )
 {
     const auto lead = DecodeLead( static_cast<unsigned char>( ioText.front() ) );
     ioText.remove_prefix( 1 );
-    char32_t code = lead.itsBits;
-    for ( std::size_t i = 0; i < lead.itsFollowers; ++i )
+    char32_t code = lead.bits;
+    for ( std::size_t i = 0; i < lead.followers; ++i )
     {
         if ( ioText.empty() || ( static_cast<unsigned char>( ioText.front() ) & 0xC0u ) != 0x80u )
             return kReplacement;
         code = ( code << 6 ) | ( static_cast<unsigned char>( ioText.front() ) & 0x3Fu );
         ioText.remove_prefix( 1 );
     }
-    return code >= lead.itsSmallest && IsCharacter( code ) ? code : kReplacement;
+    return code >= lead.smallest && IsCharacter( code ) ? code : kReplacement;
 }
 
 void AppendUTF8( char32_t inCode, std::string& ioText )

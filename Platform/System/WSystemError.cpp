@@ -11,8 +11,8 @@ namespace
 
 struct ErrnoCode
 {
-    std::errc itsErrno;
-    std::uint32_t itsCode;
+    std::errc number;
+    std::uint32_t code;
 };
 
 /// If several values of errno share a code, the first one determines the text.
@@ -86,16 +86,16 @@ std::uint32_t WSystemError::FromErrno( int inErrno )
     if ( inErrno == 0 )
         return kNoError;
     for ( const auto& entry : kErrnoCodes )
-        if ( static_cast<int>( entry.itsErrno ) == inErrno )
-            return entry.itsCode;
+        if ( static_cast<int>( entry.number ) == inErrno )
+            return entry.code;
     return kErrnoFlag | static_cast<std::uint32_t>( inErrno );
 }
 
 int WSystemError::ToErrno( std::uint32_t inCode )
 {
     for ( const auto& entry : kErrnoCodes )
-        if ( entry.itsCode == inCode )
-            return static_cast<int>( entry.itsErrno );
+        if ( entry.code == inCode )
+            return static_cast<int>( entry.number );
     const bool hasErrno = inCode > kErrnoFlag && inCode - kErrnoFlag < 0x10000u;
     return hasErrno ? static_cast<int>( inCode - kErrnoFlag ) : 0;
 }

@@ -8,10 +8,10 @@
 /// byte order of the machine.
 struct KORVALE_API WUUID
 {
-    std::uint32_t itsData1 = 0;
-    std::uint16_t itsData2 = 0;
-    std::uint16_t itsData3 = 0;
-    std::uint8_t itsData4[8] = {};
+    std::uint32_t data1 = 0;
+    std::uint16_t data2 = 0;
+    std::uint16_t data3 = 0;
+    std::uint8_t data4[8] = {};
 
     /// Generates a random UUID (version 4). Returns 0, or the system's status on failure; `outUUID` is then
     /// unchanged.

@@ -62,7 +62,7 @@ void WThread::Adopt()
         itsThreadID = WThreadID::GetCurrent();
     }
     WThreadAlert::SetCurrent( &itsAlert );
-    WThreadManager::ThreadStarted( *this );
+    WThreadManager::ThreadStarted();
 }
 
 void WThread::Start()
@@ -119,7 +119,7 @@ void WThread::WaitForSystemThread()
 
 void WThread::Ended()
 {
-    WThreadManager::ThreadEnded( *this );
+    WThreadManager::ThreadEnded();
     WThreadAlert::SetCurrent( nullptr );
     const std::lock_guard lock( itsMutex );
     itsThreadID = 0;
@@ -131,8 +131,8 @@ std::uint32_t WThread::GetThreadID() const
     return itsThreadID;
 }
 
-WWaitResult WThread::Sleep( std::uint32_t inTimeoutMs, bool inAlertable )
+WWaitResult WThread::Sleep( std::uint32_t inTimeoutMS, bool inAlertable )
 {
     WParkingNode node; // that nobody will release
-    return node.Wait( WDeadline( inTimeoutMs ), inAlertable );
+    return node.Wait( WDeadline( inTimeoutMS ), inAlertable );
 }

@@ -57,10 +57,9 @@ public:
 
     /// Yield the processor, or sleep. An alertable sleep returns kWaitAlerted if it was interrupted.
     static void Yield();
-    static WWaitResult Sleep( std::uint32_t inTimeoutMs, bool inAlertable );
+    static WWaitResult Sleep( std::uint32_t inTimeoutMS, bool inAlertable );
 
 private:
-    friend class WThreadManager;
     std::int32_t Run();
     std::uintptr_t StartSystemThread();
     void WaitForSystemThread();

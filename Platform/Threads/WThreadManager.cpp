@@ -1,45 +1,25 @@
 #include "Threads/WThreadManager.h"
 
-struct WThreadManager::Registry
-{
-    std::mutex mutex;
-    std::vector<const WThread*> threads;
-};
+#include <atomic>
 
-/// Never destroyed: threads may still end while the process's statics are.
-WThreadManager::Registry& WThreadManager::GetRegistry()
+namespace
 {
-    static Registry* const sRegistry = new Registry;
-    return *sRegistry;
-}
+
+std::atomic<std::uint32_t> sRunningThreadCount = 0;
+
+} // namespace
 
 std::uint32_t WThreadManager::GetRunningThreadCount()
 {
-    Registry& registry = GetRegistry();
-    const std::lock_guard lock( registry.mutex );
-    return static_cast<std::uint32_t>( registry.threads.size() );
+    return sRunningThreadCount;
 }
 
-std::vector<std::uint32_t> WThreadManager::GetRunningThreadIDs()
+void WThreadManager::ThreadStarted()
 {
-    Registry& registry = GetRegistry();
-    const std::lock_guard lock( registry.mutex );
-    std::vector<std::uint32_t> ids;
-    for ( const WThread* thread : registry.threads )
-        ids.push_back( thread->GetThreadID() );
-    return ids;
+    ++sRunningThreadCount;
 }
 
-void WThreadManager::ThreadStarted( const WThread& inThread )
+void WThreadManager::ThreadEnded()
 {
-    Registry& registry = GetRegistry();
-    const std::lock_guard lock( registry.mutex );
-    registry.threads.push_back( &inThread );
-}
-
-void WThreadManager::ThreadEnded( const WThread& inThread )
-{
-    Registry& registry = GetRegistry();
-    const std::lock_guard lock( registry.mutex );
-    std::erase( registry.threads, &inThread );
+    --sRunningThreadCount;
 }

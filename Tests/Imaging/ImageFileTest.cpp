@@ -15,7 +15,7 @@ struct ImageFile : testing::Test
     TestFolder itsFolder;
 
     std::filesystem::path WriteTIFF(
-        const std::vector<const WImagePage*>& inPages, XTIFFWriter::Format inFormat = XTIFFWriter::kClassic )
+        const std::vector<const WImagePage*>& inPages, XTIFFWriter::XFormat inFormat = XTIFFWriter::kClassic )
     {
         const auto path = itsFolder / "image.tif";
         WFile file( path, WFile::kCreate );
@@ -321,6 +321,9 @@ TEST_F( ImageFile, SaysWhatIsWrong )
 {
     EXPECT_EQ( GetFailure( "" ), "it is neither a TIFF nor a PNG file" );
     EXPECT_EQ( GetFailure( std::string( "II*\0\0\0\0\0", 8 ) ), "it has no pages" );
+    EXPECT_EQ(
+        GetFailure( std::string( "II+\0\4\0\0\0\x10\0\0\0\0\0\0\0", 16 ) ),
+        "its offsets are not of 8 bytes (BigTIFF has no others)" );
 
     // Its directory names itself as the next one.
     HandmadeTIFF circle( false );

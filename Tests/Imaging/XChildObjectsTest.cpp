@@ -30,16 +30,16 @@ TEST( XChildObjects, KeepToTheirObjects )
         6, { 9, 1, 9, 0, 8, 1, 9, 1, 1, 0, 1, 8, 1, 1, 1, 0, 0, 0, 0, 0, 0, 7, 1, 1, 0, 7, 7, 0, 0, 2 } );
     const XObjectSettings above5{ 0, 5, 1 };
     auto inner = FindInside( page, above5, XConnectivity::kEdges );
-    EXPECT_EQ( GetPixelCounts( inner.found ), ( Numbers{ 2, 1, 1, 1, 1, 2 } ) );
+    EXPECT_EQ( GetPixelCounts( inner.objects ), ( Numbers{ 2, 1, 1, 1, 1, 2 } ) );
     EXPECT_EQ( inner.parents, ( Numbers{ 0, 0, 1, 1, 2, 3 } ) );
 
     inner = FindInside( page, above5, XConnectivity::kEdgesAndCorners );
-    EXPECT_EQ( GetPixelCounts( inner.found ), ( Numbers{ 2, 1, 2, 3 } ) );
+    EXPECT_EQ( GetPixelCounts( inner.objects ), ( Numbers{ 2, 1, 2, 3 } ) );
     EXPECT_EQ( inner.parents, ( Numbers{ 0, 0, 1, 0 } ) );
 
     // Objects that are too small have nothing inside, and inner objects have a limit of their own.
     inner = FindInside( page, { 0, 5, 2 }, XConnectivity::kEdges, 4 );
-    EXPECT_EQ( GetPixelCounts( inner.found ), Numbers{ 2 } );
+    EXPECT_EQ( GetPixelCounts( inner.objects ), Numbers{ 2 } );
     EXPECT_EQ( inner.parents, Numbers{ 0 } );
 }
 
@@ -49,9 +49,9 @@ TEST( XChildObjects, TakeTheThresholdOfTheirOwnObject )
     const auto page =
         MakePage<std::uint16_t>( 12, { 10, 11, 30, 0, 1000, 5000, 5001, 0, 700, 700, 0, 65535 } );
     const auto inner = FindInside( page, {}, XConnectivity::kEdges );
-    ASSERT_EQ( GetPixelCounts( inner.found ), ( Numbers{ 1, 2 } ) );
-    EXPECT_EQ( inner.found.shapes[0].left, 2u );
-    EXPECT_EQ( inner.found.shapes[1].left, 5u );
+    ASSERT_EQ( GetPixelCounts( inner.objects ), ( Numbers{ 1, 2 } ) );
+    EXPECT_EQ( inner.objects.shapes[0].left, 2u );
+    EXPECT_EQ( inner.objects.shapes[1].left, 5u );
     EXPECT_EQ( inner.parents, ( Numbers{ 0, 1 } ) );
 }
 
@@ -59,6 +59,6 @@ TEST( XChildObjects, AreFoundInAnotherChannel )
 {
     const auto page = MakePage<float>( 3, { 1, -3, 1, -1, 0, 5 }, 2 );
     const auto inner = FindInside( page, { 1, -2, 1 }, XConnectivity::kEdges );
-    EXPECT_EQ( GetPixelCounts( inner.found ), Numbers{ 1 } );
-    EXPECT_EQ( inner.found.shapes.at( 0 ).left, 1u );
+    EXPECT_EQ( GetPixelCounts( inner.objects ), Numbers{ 1 } );
+    EXPECT_EQ( inner.objects.shapes.at( 0 ).left, 1u );
 }

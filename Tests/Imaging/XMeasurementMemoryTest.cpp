@@ -13,7 +13,7 @@ TEST( XMeasurementMemory, BringsBackTheObjectsOfEveryPage )
     const auto inUse = manager.GetBytesInUse();
     XMeasureSettings settings;
     settings.objects.threshold = 0;
-    settings.inside = { 0, 5, 1 };
+    settings.children = { 0, 5, 1 };
     const auto makePage = [&]( std::uint8_t inValue ) {
         return XMeasurePage( MakePage<std::uint8_t>( 5, { 1, inValue, 1, 0, inValue } ), settings );
     };

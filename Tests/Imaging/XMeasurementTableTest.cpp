@@ -11,7 +11,7 @@ XPivotTable MeasureTwoImages()
 {
     XMeasureSettings settings;
     settings.objects.threshold = 0;
-    settings.inside = { 0, 5, 1 };
+    settings.children = { 0, 5, 1 };
     const auto page = XMeasurePage( MakePage<std::uint8_t>( 5, { 1, 9, 1, 0, 1 } ), settings );
     std::vector images( 2, XImageMeasurement{ "a.tif", { page, page } } );
     return XMakeMeasurementTable( images, settings );

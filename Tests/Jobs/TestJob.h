@@ -11,7 +11,7 @@
 /// A job of a function that is set up where it is made.
 struct TestJob : XFunctionJob
 {
-    explicit TestJob( Body inBody, std::int64_t inTag = 0, Completed inCompleted = nullptr )
+    explicit TestJob( XBody inBody, std::int64_t inTag = 0, XCompleted inCompleted = nullptr )
         : XFunctionJob( std::move( inBody ), std::move( inCompleted ) )
     {
         SetTag( inTag );

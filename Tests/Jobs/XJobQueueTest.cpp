@@ -77,13 +77,13 @@ private:
 
 struct XJobQueueTest : testing::Test
 {
-    void Attach( TestJob::Body inBody, std::int64_t inTag = 0 )
+    void Attach( TestJob::XBody inBody, std::int64_t inTag = 0 )
     {
         itsQueue.AttachJob( new TestJob( std::move( inBody ), inTag, itsCodes.Adder() ) );
     }
 
     /// Returns when the job runs.
-    void AttachRunning( std::int64_t inTag, TestJob::Body inBody = RunUntilStopped )
+    void AttachRunning( std::int64_t inTag, TestJob::XBody inBody = RunUntilStopped )
     {
         Gate running( 1 );
         Attach(
@@ -147,7 +147,7 @@ TEST_F( XJobQueueTest, AJobIsRefusedWhileItsTagWaitsOrRuns )
 
 TEST_F( XJobQueueTest, WhateverABodyThrowsBecomesTheResultAndNoWorkerIsLost )
 {
-    const std::vector<TestJob::Body> bodies{
+    const std::vector<TestJob::XBody> bodies{
         [] { throw 7; }, [] { throw std::runtime_error( "body" ); }, [] { throw XException( 1005 ); },
         [] { throw XStopThreadException( kStopped ); }, [] { throw XStopThreadException( 77 ); } };
     const Codes codes{ 1006, 1006, 1005, kStopped, 77 };

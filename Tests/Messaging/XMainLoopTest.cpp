@@ -94,3 +94,21 @@ TEST( XMainLoopTest, AForeignLoopDrivesTheQueues )
     worker.join();
     EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
 }
+
+TEST( XMainLoopTest, PeriodicWorkRunsWithoutMessagesAndBetweenMessagesThatNeverEnd )
+{
+    int calls = 0;
+    const auto endWithTheThird = [&]
+    {
+        if ( ++calls % 3 == 0 )
+            XMainLoop::RequestEnd( calls );
+    };
+    EXPECT_EQ( XMainLoop::Run( endWithTheThird, 1 ), 3 );
+
+    XSpeaker speaker;
+    Recorder listener(
+        speaker,
+        [&]( const XMessage& inMessage ) { speaker.SpeakMessage( inMessage, XSpeaker::kWhenNextEvent ); } );
+    speaker.SpeakMessage( NumberMessage( 1 ), XSpeaker::kWhenNextEvent );
+    EXPECT_EQ( XMainLoop::Run( endWithTheThird, 1 ), 6 );
+}

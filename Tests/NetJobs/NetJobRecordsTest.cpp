@@ -7,6 +7,7 @@
 #include "NetJobs/XLogonResult.h"
 #include "NetJobs/XNetJob.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
+#include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobSharedData.h"
 
@@ -154,6 +155,12 @@ std::vector<Record> MakeRecords()
           std::make_unique<XNetJobQueuePositionChangedMessage>( nullptr, 5u, 7u, 2u, 100u, 4u, 8u, 1500u ),
           "d207000000000000e4070000050000000700000002000000640000000400000008000000dc050000",
           "000007d200000000000007e4000000050000000700000002000000640000000400000008000005dc" } );
+    records.push_back(
+        { "XNetJobEvent",
+          std::make_unique<XNetJobEvent>(
+              XNetJobEvent::kEnded, 6u, 5u, 7u, 9u, XVector<std::uint8_t>{ 1, 2 } ),
+          "e50700000a0000000600000005000000070000000900000000000000020000000102",
+          "000007e50000000a0000000600000005000000070000000000000009000000020102" } );
     return records;
 }
 

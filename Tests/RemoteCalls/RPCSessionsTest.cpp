@@ -23,6 +23,23 @@ private:
     void ReceiverAuthenticatedSelf() override { hasAuthenticated.Set(); }
 };
 
+/// A bridge to which a client connects while it is being deleted.
+class VanishingBridge : public TestBridge
+{
+public:
+    explicit VanishingBridge( std::uint32_t& outError ) : TestBridge( kServer ), itsError( outError ) {}
+    ~VanishingBridge() override
+    {
+        itsError = ErrorOf( [this] { ConnectBidirectionalSession( session, new XNetEndpoint ); } );
+        StopBridge();
+    }
+
+    const std::uint32_t session = RequestBidirectionalSessionSelf();
+
+private:
+    std::uint32_t& itsError;
+};
+
 /// A server that keeps the bridges it makes.
 class KeepingServer
 {
@@ -141,6 +158,17 @@ TEST_F( RPCSessionsTest, RefusesSessionsThatNobodyHasRequested )
     EXPECT_EQ(
         ErrorOf( [&] { XRPCBridge::ConnectBidirectionalSession( session, new XNetEndpoint ); } ), 3097u );
     client->Disconnect();
+}
+
+TEST_F( RPCSessionsTest, ForgetsTheSessionsOfBridgesThatAreBeingDeleted )
+{
+    std::uint32_t error = 0;
+    auto bridge = XMakeRef<VanishingBridge>( error );
+    const std::uint32_t session = bridge->session;
+    bridge.Reset();
+    EXPECT_EQ( error, 3097u );
+    EXPECT_EQ(
+        ErrorOf( [&] { XRPCBridge::ConnectBidirectionalSession( session, new XNetEndpoint ); } ), 3097u );
 }
 
 TEST_F( RPCSessionsTest, LimitsTheBytesOfCallsAndReturns )

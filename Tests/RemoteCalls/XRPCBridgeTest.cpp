@@ -71,6 +71,18 @@ TEST_F( XRPCBridgeTest, SendsCallsWithoutReturnSoonAndInOrder )
     EXPECT_EQ( ErrorOf( note ), 3100u );
 }
 
+TEST_F( XRPCBridgeTest, VanishesWithUnsentCalls )
+{
+    for ( int round = 0; round < 20; ++round )
+    {
+        auto client = MakeTestClient( itsServer );
+        client->Note_NoWaitForReturn( 1 );
+        client->Note_NoWaitForReturn( 2 );
+        client.Reset();
+    }
+    itsClient->CheckAlive();
+}
+
 TEST_F( XRPCBridgeTest, KnowsItsStateAndItsCalls )
 {
     EXPECT_EQ( itsClient->GetState(), XRPCBridge::kAuthenticated );

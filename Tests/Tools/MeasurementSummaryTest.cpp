@@ -8,7 +8,7 @@ TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObje
 {
     XMeasureSettings settings;
     settings.objects.threshold = -10;
-    settings.inside = { 0, -6, 1 };
+    settings.children = { 0, -6, 1 };
     const auto dark = XMeasurePage( MakePage<float>( 4, { -5, -9, -20, -7 } ), settings );
     const auto bright = XMeasurePage( MakePage<float>( 1, { 9 } ), settings );
     std::vector<XImageMeasurement> images{ { "dark", { dark } }, { "bright", { bright } } };

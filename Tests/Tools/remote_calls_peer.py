@@ -194,7 +194,7 @@ def check_control(program, keys, other_keys, cipher):
         expect_ping(program, main, *protection)
         expect_ping(program, plain, "--plain", *protection)
         if cipher != "none":
-            expect_failure(program, main, "korvale: ping: ", "--keys", str(other_keys), "--cipher", cipher)
+            expect_failure(program, main, "korvale: 127.0.0.1:", "--keys", str(other_keys), "--cipher", cipher)
         stranger = socket.create_connection(main, LIMIT)  # stays, and keeps nobody
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         with opener.open(f"http://127.0.0.1:{page[1]}/", timeout=LIMIT) as reply:
@@ -269,7 +269,7 @@ def main():
         with control(program, "--keys", str(keys), "--tls") as (main, _, plain):
             expect_ping(program, main, "--keys", str(keys), "--tls")
             expect_ping(program, plain, "--plain", "--keys", str(keys), "--tls")
-            expect_failure(program, main, "korvale: ping: ", "--keys", str(other_keys), "--tls")
+            expect_failure(program, main, "korvale: 127.0.0.1:", "--keys", str(other_keys), "--tls")
     for fault in faults:
         print(fault, file=sys.stderr)
     return 1 if faults else 0

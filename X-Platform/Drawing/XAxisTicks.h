@@ -11,8 +11,8 @@ struct KORVALE_IMAGING_API XAxisRange
 {
     double low = 0;
     double high = 1;
-    bool isLogarithmic = false; ///< Both ends are then greater than 0.
-    bool isWhole = false;       ///< The axis has whole numbers only.
+    bool isLogarithmic = false; ///< both ends are then greater than 0
+    bool isWhole = false;       ///< the axis has whole numbers only
 
     /// The relative position of a number: 0 at `low`, 1 at `high`.
     double GetShare( double inNumber ) const;
@@ -45,7 +45,7 @@ struct XAxisTicks
 {
     std::vector<XAxisTick> ticks;
     std::vector<double> minorTicks;
-    int exponent = 0; ///< Labels are multiples of this power of ten.
+    int exponent = 0; ///< labels are multiples of this power of ten
 };
 
 /// The finest ticks at multiples of 1, 2 or 5 times a power of ten with at most `inMost` ticks, and with at

@@ -20,16 +20,16 @@ constexpr double kMinorTick = 2;
 constexpr double kLabelSize = 8;
 constexpr double kAxisTitleSize = 9;
 constexpr double kTitleSize = 10;
-constexpr double kEndRoom = 12; ///< Beyond the end of an axis, for half a label.
+constexpr double kEndRoom = 12; // beyond the end of an axis, for half a label
 constexpr double kLeastAxis = 15;
 constexpr double kSwatch = 7;
 constexpr double kLegendLine = 11;
 
-constexpr double kCapital = 0.72; ///< The height of capitals, of the font's size.
+constexpr double kCapital = 0.72; // the height of capitals, of the font's size
 constexpr double kRaisedSize = 0.7;
 constexpr double kRaise = 0.4;
 
-constexpr double kUpwards = 90; ///< The angle.
+constexpr double kUpwards = 90; // the angle
 
 constexpr WColour kInk{ 0, 0, 0 };
 constexpr WStroke kLine{ kInk, 0.8 };

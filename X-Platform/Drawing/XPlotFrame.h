@@ -23,7 +23,7 @@ struct XPlotLegendEntry
 struct XPlotDescription
 {
     std::string title;
-    std::string note; ///< In small letters at the top right.
+    std::string note; ///< in small letters at the top right
     XPlotAxis x;
     XPlotAxis y;
     std::string legendTitle;

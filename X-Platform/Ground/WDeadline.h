@@ -12,16 +12,16 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// `kNoTimeout` makes a deadline that never passes, 0 one that has already passed.
-    explicit WDeadline( std::uint32_t inTimeoutMs )
-        : itsIsLimited( inTimeoutMs != kNoTimeout ), itsTimeoutMs( inTimeoutMs ),
+    explicit WDeadline( std::uint32_t inTimeoutMS )
+        : itsIsLimited( inTimeoutMS != kNoTimeout ), itsTimeoutMS( inTimeoutMS ),
           itsTime(
-              itsIsLimited && inTimeoutMs != 0 ? Clock::now() + std::chrono::milliseconds( inTimeoutMs )
+              itsIsLimited && inTimeoutMS != 0 ? Clock::now() + std::chrono::milliseconds( inTimeoutMS )
                                                : ( Clock::time_point::min )() )
     {
     }
 
     bool IsLimited() const { return itsIsLimited; }
-    bool HasPassed() const { return itsIsLimited && ( itsTimeoutMs == 0 || Clock::now() >= itsTime ); }
+    bool HasPassed() const { return itsIsLimited && ( itsTimeoutMS == 0 || Clock::now() >= itsTime ); }
 
     /// Never negative; for limited deadlines only.
     Clock::duration GetTimeLeft() const
@@ -41,6 +41,6 @@ public:
 
 private:
     bool itsIsLimited;
-    std::uint32_t itsTimeoutMs;
+    std::uint32_t itsTimeoutMS;
     Clock::time_point itsTime;
 };

@@ -35,12 +35,12 @@ struct LeastFloat
     float Get( std::uint32_t ) const { return std::isfinite( least ) ? least : 0; }
 };
 
-template<class T, class Sum>
+template<class T, class TSum>
 struct MeanWhole
 {
     using Sample = T;
 
-    Sum sum = 0;
+    TSum sum = 0;
 
     void Add( T inSample ) { sum += inSample; }
     T Get( std::uint32_t inPages ) const
@@ -66,20 +66,20 @@ struct MeanFloat
     float Get( std::uint32_t ) const { return count > 0 ? static_cast<float>( sum / count ) : 0; }
 };
 
-template<class Element>
+template<class TElement>
 class SumsOf : public XBackgroundAccumulator
 {
 public:
     SumsOf( std::uint64_t inCount, XPageMemory& ioMemory )
-        : itsBytes( ioMemory.AllocateLasting( inCount * sizeof( Element ) ) ),
-          itsElements( reinterpret_cast<Element*>( itsBytes.get() ) )
+        : itsBytes( ioMemory.AllocateLasting( inCount * sizeof( TElement ) ) ),
+          itsElements( reinterpret_cast<TElement*>( itsBytes.get() ) )
     {
         std::uninitialized_default_construct_n( itsElements, inCount );
     }
 
     void Add( const WImagePage& inPage, std::uint64_t inFirst, std::uint64_t inEnd ) override
     {
-        const auto* const samples = inPage.GetSamples<typename Element::Sample>();
+        const auto* const samples = inPage.GetSamples<typename TElement::Sample>();
         for ( auto i = inFirst; i < inEnd; ++i )
             itsElements[i].Add( samples[i] );
     }
@@ -88,16 +88,16 @@ public:
         std::uint32_t inPages, std::uint64_t inFirst, std::uint64_t inEnd,
         WImagePage& outPage ) const override
     {
-        auto* const samples = outPage.GetSamples<typename Element::Sample>();
+        auto* const samples = outPage.GetSamples<typename TElement::Sample>();
         for ( auto i = inFirst; i < inEnd; ++i )
             samples[i] = itsElements[i].Get( inPages );
     }
 
 private:
     const WImagePage::Samples itsBytes;
-    Element* const itsElements;
+    TElement* const itsElements;
 
-    static_assert( std::is_trivially_destructible_v<Element> );
+    static_assert( std::is_trivially_destructible_v<TElement> );
 };
 
 struct Maker
@@ -107,10 +107,10 @@ struct Maker
     std::uint32_t mostPages;
     XPageMemory& memory;
 
-    template<class Element>
+    template<class TElement>
     std::unique_ptr<XBackgroundAccumulator> Make() const
     {
-        return std::make_unique<SumsOf<Element>>( samples, memory );
+        return std::make_unique<SumsOf<TElement>>( samples, memory );
     }
 
     /// Sums of 32 bits where all pages fit: they take half the memory, and half the time.
@@ -131,11 +131,11 @@ struct Maker
 } // namespace
 
 std::unique_ptr<XBackgroundAccumulator> XBackgroundAccumulator::Make(
-    XBackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages, XPageMemory& ioMemory )
+    XBackgroundKind inKind, const WImageFormat& inFormat, std::uint32_t inMostPages, XPageMemory& ioMemory )
 {
-    const Maker maker{ inKind, inForm.GetSampleCount(), inMostPages, ioMemory };
+    const Maker maker{ inKind, inFormat.GetSampleCount(), inMostPages, ioMemory };
     return VisitSampleType(
-        inForm.type,
+        inFormat.type,
         [&]<class T>( std::type_identity<T> )
         {
             if constexpr ( std::is_integral_v<T> )

@@ -24,9 +24,9 @@ enum class XBackgroundKind
 class KORVALE_IMAGING_API XBackgroundAccumulator
 {
 public:
-    /// Creates an accumulator for at most `inMostPages` pages with the layout of `inForm`. Throws 1012.
+    /// Creates an accumulator for at most `inMostPages` pages with the layout of `inFormat`. Throws 1012.
     static std::unique_ptr<XBackgroundAccumulator> Make(
-        XBackgroundKind inKind, const WImageFormat& inForm, std::uint32_t inMostPages,
+        XBackgroundKind inKind, const WImageFormat& inFormat, std::uint32_t inMostPages,
         XPageMemory& ioMemory );
 
     virtual ~XBackgroundAccumulator() = default;

@@ -17,13 +17,13 @@ namespace
 template<class T>
 struct Channel
 {
-    const T* samples; ///< That of the first pixel.
+    const T* samples; // that of the first pixel
     std::size_t width;
     std::size_t stride;
 
     /// Calls `inWork( sample, column )` for the pixels of a run.
-    template<class Work>
-    void VisitRun( const XPixelRun& inRun, Work inWork ) const
+    template<class TWork>
+    void VisitRun( const XPixelRun& inRun, TWork inWork ) const
     {
         const auto* row = samples + inRun.row * width * stride;
         for ( auto x = inRun.first; x < inRun.end; ++x )
@@ -97,12 +97,12 @@ MarkInside( const WImagePage& inPage, const XLabelledObjects& inObjects, const X
 }
 
 /// Each run of a child object is part of one run of its parent.
-std::vector<std::uint32_t> FindParents( const XLabelledObjects& inInner, const XLabelledObjects& inOuter )
+std::vector<std::uint32_t> FindParents( const XLabelledObjects& inChildren, const XLabelledObjects& inOuter )
 {
-    std::vector<std::uint32_t> parents( inInner.shapes.size() );
+    std::vector<std::uint32_t> parents( inChildren.shapes.size() );
     auto outer = inOuter.runs.begin();
     XForEachObjectRun(
-        inInner,
+        inChildren,
         [&]( const XPixelRun& inRun )
         {
             while ( outer->row < inRun.row || ( outer->row == inRun.row && outer->end <= inRun.first ) )
@@ -121,8 +121,8 @@ XChildObjects XFindChildObjects(
     // Objects do not touch, so their inner pixels can be joined all at once.
     const auto mask = MarkInside( inPage, inObjects, inSettings );
     progress.Increment();
-    XChildObjects inner;
-    inner.found = XFindConnectedComponents( mask, inConnectivity, inSettings.leastPixels );
-    inner.parents = FindParents( inner.found, inObjects );
-    return inner;
+    XChildObjects children;
+    children.objects = XFindConnectedComponents( mask, inConnectivity, inSettings.leastPixels );
+    children.parents = FindParents( children.objects, inObjects );
+    return children;
 }

@@ -8,17 +8,17 @@
 /// How objects are segmented.
 struct XObjectSettings
 {
-    std::uint32_t channel = 0; ///< The channel to threshold.
+    std::uint32_t channel = 0; ///< the channel to threshold
     /// Pixels above it belong to objects; without a value, Otsu's threshold.
     std::optional<double> threshold;
-    std::uint64_t leastPixels = 1; ///< Smaller objects are ignored.
+    std::uint64_t leastPixels = 1; ///< smaller objects are ignored
 };
 
 /// Objects inside other objects.
 struct XChildObjects
 {
-    XLabelledObjects found;
-    std::vector<std::uint32_t> parents; ///< For each object the index of the object that contains it.
+    XLabelledObjects objects;
+    std::vector<std::uint32_t> parents; ///< for each object the index of the object that contains it
 };
 
 /// Finds, inside every object, the connected components of its pixels above the threshold. Otsu's threshold

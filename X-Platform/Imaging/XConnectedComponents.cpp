@@ -36,12 +36,12 @@ public:
 
 private:
     std::uint32_t itsWidth;
-    std::uint32_t itsReach; ///< How far beside each other runs of two rows may lie and still touch.
+    std::uint32_t itsReach; // how far beside each other runs of two rows may lie and still touch
     std::vector<XPixelRun> itsRuns;
-    std::vector<XObjectShape> itsShapes;   ///< Of the provisional components.
-    std::vector<std::uint32_t> itsParents; ///< An earlier component that is the same one, or itself.
-    std::size_t itsAbove = 0;              ///< The first run of the row above that may touch the next run.
-    std::size_t itsRowStart = 0;           ///< The first run of the row that is being added.
+    std::vector<XObjectShape> itsShapes;   // of the provisional components
+    std::vector<std::uint32_t> itsParents; // an earlier component that is the same one, or itself
+    std::size_t itsAbove = 0;              // the first run of the row above that may touch the next run
+    std::size_t itsRowStart = 0;           // the first run of the row that is being added
 
     void AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd );
     void NumberComponent( std::size_t inComponent, std::uint64_t inLeastPixels, std::uint32_t& ioObjects );
@@ -86,14 +86,14 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
         ++itsAbove;
 
     auto component = XPixelRun::kNoObject;
-    std::uint32_t contacts = 0;
+    std::uint32_t verticalAdjacencies = 0;
     // From a copy of itsAbove: a long run above may also touch the next run of this row.
     for ( auto above = itsAbove; above < itsRowStart && itsRuns[above].first < inEnd + itsReach; ++above )
     {
         const auto& run = itsRuns[above];
         const auto from = std::max( run.first, inFirst ), to = std::min( run.end, inEnd );
         // Pixels with a neighbour above, for the perimeter; diagonal contacts have none.
-        contacts += to > from ? to - from : 0;
+        verticalAdjacencies += to > from ? to - from : 0;
         component =
             component == XPixelRun::kNoObject ? FindRoot( run.object ) : Join( component, run.object );
     }
@@ -111,7 +111,7 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
     // The sum of the columns from inFirst to inEnd - 1; the centroid divides it by the number of pixels.
     shape.sumX += ( std::uint64_t{ inFirst } + inEnd - 1 ) * count / 2;
     shape.sumY += std::uint64_t{ inRow } * count;
-    shape.contacts += contacts;
+    shape.verticalAdjacencies += verticalAdjacencies;
     ++shape.runCount;
     shape.left = std::min( shape.left, inFirst );
     shape.right = std::max( shape.right, inEnd - 1 );
@@ -180,7 +180,7 @@ void XObjectShape::Add( const XObjectShape& inOther )
     pixelCount += inOther.pixelCount;
     sumX += inOther.sumX;
     sumY += inOther.sumY;
-    contacts += inOther.contacts;
+    verticalAdjacencies += inOther.verticalAdjacencies;
     runCount += inOther.runCount;
     left = std::min( left, inOther.left );
     top = std::min( top, inOther.top );

@@ -10,12 +10,12 @@
 /// Adjacent pixels of one object in a row: columns from `first` up to, but not including, `end`.
 struct XPixelRun
 {
-    static constexpr std::uint32_t kNoObject = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::uint32_t kNoObject = ( std::numeric_limits<std::uint32_t>::max )();
 
     std::uint32_t row;
     std::uint32_t first;
     std::uint32_t end;
-    std::uint32_t object; ///< Index of the object; kNoObject for components that are too small.
+    std::uint32_t object; ///< index of the object; kNoObject for components that are too small
 };
 
 /// Position and size of an object in pixels. The first pixel of a page is 0, 0.
@@ -24,11 +24,11 @@ struct KORVALE_IMAGING_API XObjectShape
     std::uint64_t sumX = 0;
     std::uint64_t sumY = 0;
     std::uint32_t pixelCount = 0;
-    std::uint32_t contacts = 0; ///< Vertically adjacent pairs of its pixels.
+    std::uint32_t verticalAdjacencies = 0; ///< vertically adjacent pairs of its pixels
     std::uint32_t runCount = 0;
-    std::uint32_t left = std::numeric_limits<std::uint32_t>::max();
-    std::uint32_t top = std::numeric_limits<std::uint32_t>::max();
-    std::uint32_t right = 0; ///< The last column.
+    std::uint32_t left = ( std::numeric_limits<std::uint32_t>::max )();
+    std::uint32_t top = ( std::numeric_limits<std::uint32_t>::max )();
+    std::uint32_t right = 0; ///< the last column
     std::uint32_t bottom = 0;
 
     double GetCentroidX() const { return static_cast<double>( sumX ) / pixelCount; }
@@ -37,7 +37,10 @@ struct KORVALE_IMAGING_API XObjectShape
     std::uint32_t GetBoundsY() const { return bottom - top + 1; }
 
     /// The number of pixel edges between the object and anything else, including the border of the page.
-    std::uint64_t GetPerimeter() const { return 2 * ( std::uint64_t{ runCount } + pixelCount - contacts ); }
+    std::uint64_t GetPerimeter() const
+    {
+        return 2 * ( std::uint64_t{ runCount } + pixelCount - verticalAdjacencies );
+    }
 
     /// Merges the shape of another part of the object.
     void Add( const XObjectShape& inOther );

@@ -45,7 +45,7 @@ private:
     {
         std::uint32_t x;
         bool isRight;
-        bool isAbove; ///< The edge lies above the line.
+        bool isAbove; // the edge lies above the line
         EdgeIndex edge;
 
         /// At one place right edges come first: what ends there is linked before what begins.
@@ -157,15 +157,16 @@ private:
 struct RunsByObject
 {
     std::vector<XPixelRun> runs;
-    std::vector<std::size_t> begins; ///< One more than there are objects.
+    std::vector<std::size_t> begins; // one more than there are objects
 
-    explicit RunsByObject( const XLabelledObjects& inFound ) : begins( inFound.shapes.size() + 1 )
+    explicit RunsByObject( const XLabelledObjects& inObjects ) : begins( inObjects.shapes.size() + 1 )
     {
-        for ( std::size_t i = 0; i < inFound.shapes.size(); ++i )
-            begins[i + 1] = begins[i] + inFound.shapes[i].runCount;
+        for ( std::size_t i = 0; i < inObjects.shapes.size(); ++i )
+            begins[i + 1] = begins[i] + inObjects.shapes[i].runCount;
         runs.resize( begins.back() );
         auto places = begins;
-        XForEachObjectRun( inFound, [&]( const XPixelRun& inRun ) { runs[places[inRun.object]++] = inRun; } );
+        XForEachObjectRun(
+            inObjects, [&]( const XPixelRun& inRun ) { runs[places[inRun.object]++] = inRun; } );
     }
 
     std::span<const XPixelRun> Get( std::size_t inObject ) const
@@ -175,11 +176,11 @@ struct RunsByObject
 };
 } // namespace
 
-std::vector<std::vector<XContourLoop>> XTraceContours( const XLabelledObjects& inFound )
+std::vector<std::vector<XContourLoop>> XTraceContours( const XLabelledObjects& inObjects )
 {
     constexpr std::uint64_t kObjectsAtOnce = 64;
-    const RunsByObject runs( inFound );
-    std::vector<std::vector<XContourLoop>> contours( inFound.shapes.size() );
+    const RunsByObject runs( inObjects );
+    std::vector<std::vector<XContourLoop>> contours( inObjects.shapes.size() );
     XForEachChunk(
         contours.size(), kObjectsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )

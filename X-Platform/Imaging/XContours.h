@@ -21,4 +21,5 @@ using XContourLoop = std::vector<XPixelCorner>;
 /// The contours of each object, along its pixel edges: clockwise around the object, counter-clockwise around
 /// its holes. Where pixels of an object touch only at a corner, contours touch there and do not cross. An
 /// abort throws 1001.
-KORVALE_IMAGING_API std::vector<std::vector<XContourLoop>> XTraceContours( const XLabelledObjects& inFound );
+KORVALE_IMAGING_API std::vector<std::vector<XContourLoop>>
+XTraceContours( const XLabelledObjects& inObjects );

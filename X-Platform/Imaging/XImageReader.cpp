@@ -38,18 +38,18 @@ WImagePage XImageReader::ReadPage( std::uint32_t inPage, const WImagePage::Alloc
     return page;
 }
 
-void XImageReader::SetPixelSize( WImageFormat& ioForm )
+void XImageReader::SetPixelSize( WImageFormat& ioFormat )
 {
     if ( itsSettings.pixelWidth > 0 )
     {
-        ioForm.pixelWidth = itsSettings.pixelWidth;
-        ioForm.pixelHeight = itsSettings.pixelHeight;
+        ioFormat.pixelWidth = itsSettings.pixelWidth;
+        ioFormat.pixelHeight = itsSettings.pixelHeight;
         return;
     }
-    const auto largest = std::max( ioForm.pixelWidth, ioForm.pixelHeight );
-    if ( !ioForm.HasResolution() || largest <= kLargestPixel )
+    const auto largest = std::max( ioFormat.pixelWidth, ioFormat.pixelHeight );
+    if ( !ioFormat.HasResolution() || largest <= kLargestPixel )
         return;
-    ioForm.pixelWidth = ioForm.pixelHeight = 0;
+    ioFormat.pixelWidth = ioFormat.pixelHeight = 0;
     const XThreadLock lock( itsMutex );
     itsIgnoredPixelSize = std::max( itsIgnoredPixelSize, largest );
 }
@@ -60,7 +60,7 @@ double XImageReader::GetIgnoredPixelSize()
     return itsIgnoredPixelSize;
 }
 
-XImageReader::Reader XImageReader::Take()
+XImageReader::XReader XImageReader::Take()
 {
     {
         const XThreadLock lock( itsMutex );
@@ -76,7 +76,7 @@ XImageReader::Reader XImageReader::Take()
     return WImageFile::Open( itsPath );
 }
 
-void XImageReader::GiveBack( Reader inReader )
+void XImageReader::GiveBack( XReader inReader )
 {
     const XThreadLock lock( itsMutex );
     itsIdleReaders.push_back( std::move( inReader ) );

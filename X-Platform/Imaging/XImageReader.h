@@ -18,9 +18,9 @@ public:
 /// Settings that override the contents of an image file.
 struct XImageReadSettings
 {
-    bool arePagesTimes = false; ///< Each page is a time point, whatever the description declares.
-    double pixelWidth = 0;      ///< In micrometres; 0: that of the file.
-    double pixelHeight = 0;     ///< In micrometres; 0: that of the file.
+    bool arePagesTimes = false; ///< each page is a time point, whatever the description declares
+    double pixelWidth = 0;      ///< in micrometres; 0: that of the file
+    double pixelHeight = 0;     ///< in micrometres; 0: that of the file
 };
 
 /// Reads the pages of one image file. The file is closed when each page has been read once; reading again
@@ -50,19 +50,19 @@ public:
     ReadPage( std::uint32_t inPage, const WImagePage::Allocator& inAllocator = WImagePage::AllocateFromHeap );
 
 private:
-    using Reader = std::unique_ptr<WImageFile>;
+    using XReader = std::unique_ptr<WImageFile>;
 
     const std::filesystem::path itsPath;
     const XImageReadSettings itsSettings;
     std::uint32_t itsPageCount = 0;
     std::uint32_t itsSkippedCount = 0;
     XMutex itsMutex;
-    std::vector<Reader> itsIdleReaders; ///< Guarded by the mutex.
-    std::uint32_t itsBegunCount = 0;    ///< Pages that are being or have been read. Guarded by the mutex.
-    double itsIgnoredPixelSize = 0;     ///< Guarded by the mutex.
+    std::vector<XReader> itsIdleReaders; // guarded by the mutex
+    std::uint32_t itsBegunCount = 0;     // pages that are being or have been read; guarded by the mutex
+    double itsIgnoredPixelSize = 0;      // guarded by the mutex
 
-    Reader Take();
-    void GiveBack( Reader inReader );
+    XReader Take();
+    void GiveBack( XReader inReader );
     void CloseUnneeded();
-    void SetPixelSize( WImageFormat& ioForm );
+    void SetPixelSize( WImageFormat& ioFormat );
 };

@@ -21,7 +21,7 @@
 namespace
 {
 constexpr std::uint64_t kMostChunkBytes = 256 * 1024;
-constexpr std::uint64_t kChunksInBudget = 64; ///< At least: chunks take little of the room that pages need.
+constexpr std::uint64_t kChunksInBudget = 64; // at least: chunks take little of the room that pages need
 
 std::size_t GetChunkSize()
 {
@@ -31,8 +31,8 @@ std::size_t GetChunkSize()
 }
 
 /// Calls `inAction( values )` for each vector of the page's objects.
-template<class Page, class Action>
-void ForEachPart( Page& ioPage, Action inAction )
+template<class TPage, class TAction>
+void ForEachPart( TPage& ioPage, TAction inAction )
 {
     inAction( ioPage.shapes );
     inAction( ioPage.statistics );
@@ -47,8 +47,8 @@ std::size_t CountBytes( const std::vector<T>& inPart )
 }
 
 /// Runs the action; returns false if there is no room or no mapping.
-template<class Action>
-bool HasRoomFor( Action inAction )
+template<class TAction>
+bool HasRoomFor( TAction inAction )
 {
     try
     {
@@ -95,7 +95,7 @@ void XMeasurementMemory::Keep( XPageMeasurement& ioPage )
     ioPage.keptOffset = place.offset;
 }
 
-XMeasurementMemory::Place XMeasurementMemory::Reserve( std::size_t inBytes )
+XMeasurementMemory::XPlace XMeasurementMemory::Reserve( std::size_t inBytes )
 {
     // Guards the division of chunks only: threads copy to their places at the same time.
     const XThreadLock lock( itsMutex );
@@ -124,7 +124,7 @@ void XMeasurementMemory::BringBackNow( XPageMeasurement& ioPage )
     // A copy, so that a failure leaves the page as it was.
     auto page = ioPage;
     page.kept.reset();
-    page.parents.resize( std::exchange( page.releasedInner, 0 ) );
+    page.parents.resize( std::exchange( page.releasedChildren, 0 ) );
     page.shapes.resize( std::exchange( page.releasedOuter, 0 ) + page.parents.size() );
     page.statistics.resize( page.shapes.size() * page.channels );
     {

@@ -34,22 +34,22 @@ public:
 
 private:
     /// Consecutively kept pages, which are purged together.
-    using Chunk = std::shared_ptr<XMemoryHandle>;
+    using XChunk = std::shared_ptr<XMemoryHandle>;
 
-    struct Place
+    struct XPlace
     {
-        Chunk chunk;
+        XChunk chunk;
         std::size_t offset;
     };
 
     XPageMemory& itsPages;
     XMutex itsMutex;
-    Chunk itsChunk; ///< The one being filled, or null. Guarded by the mutex, as is itsChunkEnd.
+    XChunk itsChunk; // the one being filled, or null; guarded by the mutex, as is itsChunkEnd
     std::size_t itsChunkEnd = 0;
-    std::uint64_t itsTableBytes = 0; ///< Those that are counted.
+    std::uint64_t itsTableBytes = 0; // those that are counted
     bool itsIsFull = false;
 
-    Place Reserve( std::size_t inBytes );
+    XPlace Reserve( std::size_t inBytes );
     void BringBackNow( XPageMeasurement& ioPage );
     void UncountTable();
 };

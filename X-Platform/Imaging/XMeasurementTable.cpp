@@ -29,8 +29,8 @@ const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a ta
 constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStandardDeviation, kPivotSum };
 
 /// The memory of a row in a column; the storage of texts is shared by many rows.
-template<class Column>
-constexpr std::size_t kBytesPerRow = sizeof( typename Column::XValue ) + sizeof( std::uint8_t );
+template<class TColumn>
+constexpr std::size_t kBytesPerRow = sizeof( typename TColumn::XValue ) + sizeof( std::uint8_t );
 template<>
 constexpr std::size_t kBytesPerRow<XPivotRowRefColumn> = kBytesPerRow<XPivotReferenceColumn> +
     sizeof( XPivotRowRefs::XPlace ) + XPivotRowRefs::GetBytesPerRecord();
@@ -105,8 +105,8 @@ public:
 
 private:
     XPivotTable itsTable;
-    XMeasurementMemory* const itsMemory; ///< Null: none.
-    std::size_t itsRowBytes = 0;         ///< What a row takes up in all columns.
+    XMeasurementMemory* const itsMemory; // null: none
+    std::size_t itsRowBytes = 0;         // what a row takes up in all columns
     std::uint32_t itsChannelCount;
     std::size_t itsImageCount = 0;
     XPivotRowRefColumn* itsID;
@@ -120,18 +120,18 @@ private:
     std::array<XPivotUInt32Column*, 2> itsLocation;
     std::array<XPivotUInt32Column*, 2> itsBounds;
     XPivotFloatColumn* itsPerimeter;
-    std::vector<XPivotFloatColumn*> itsStatistics; ///< Channel after channel.
+    std::vector<XPivotFloatColumn*> itsStatistics; // channel after channel
 
-    template<class Column>
-    Column*
+    template<class TColumn>
+    TColumn*
     Add( XPivotColumnID inID, const XString& inChannel = XString(), const XString& inUnits = XString() )
     {
-        return Add( std::make_unique<Column>( inID, XString(), inChannel, inUnits ) );
+        return Add( std::make_unique<TColumn>( inID, XString(), inChannel, inUnits ) );
     }
-    template<class Column>
-    Column* Add( std::unique_ptr<Column> inColumn )
+    template<class TColumn>
+    TColumn* Add( std::unique_ptr<TColumn> inColumn )
     {
-        itsRowBytes += kBytesPerRow<Column>;
+        itsRowBytes += kBytesPerRow<TColumn>;
         return &itsTable.AddColumn( std::move( inColumn ) );
     }
     void AddPage(
@@ -292,7 +292,7 @@ XPivotTable XMakeMeasurementTable(
     // Shown only if the names alone would not tell the images apart.
     const auto folders = GetDifferingFolders( ioImages );
     const auto hasFolders = HaveNamesInSeveralFolders( ioImages );
-    Filler filler( channels, inSettings.inside.has_value(), hasFolders, hasArea, ioMemory );
+    Filler filler( channels, inSettings.children.has_value(), hasFolders, hasArea, ioMemory );
     filler.ReserveRows( static_cast<std::uint32_t>( rows ) );
     for ( std::size_t i = 0; i < ioImages.size(); ++i )
         filler.AddImage( ioImages[i], folders[i] );

@@ -11,9 +11,9 @@
 /// The measurements of an image: its pages in order.
 struct KORVALE_IMAGING_API XImageMeasurement
 {
-    std::string name; ///< The file's name, as UTF-8.
+    std::string name; ///< the file's name, as UTF-8
     std::vector<XPageMeasurement> pages;
-    std::string folder = {}; ///< Absolute path, as UTF-8, with slashes.
+    std::string folder = {}; ///< absolute path, as UTF-8, with slashes
 
     std::uint64_t GetObjectCount() const;
 };

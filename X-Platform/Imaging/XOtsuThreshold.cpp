@@ -176,8 +176,8 @@ double GetThreshold( const T* inSamples, std::uint64_t inPixels, std::uint32_t i
     return static_cast<double>( FindBestLevel( levels ) );
 }
 
-template<class Work>
-void ForEachFinite( const float* inSamples, std::uint64_t inPixels, std::uint32_t inStride, Work inWork )
+template<class TWork>
+void ForEachFinite( const float* inSamples, std::uint64_t inPixels, std::uint32_t inStride, TWork inWork )
 {
     XForEachChunk(
         inPixels, kPixelsAtOnce,

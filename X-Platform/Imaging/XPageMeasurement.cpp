@@ -124,9 +124,9 @@ private:
 };
 
 /// Calls `inAction( sums of the object in the channel, first sample, count )` for every run of an object and channel.
-template<class T, class Sum, class Action>
+template<class T, class TSum, class TAction>
 void ForEachRun(
-    const WImagePage& inPage, const XLabelledObjects& inFound, std::vector<Sum>& ioSums, Action inAction )
+    const WImagePage& inPage, const XLabelledObjects& inObjects, std::vector<TSum>& ioSums, TAction inAction )
 {
     const auto* samples = inPage.GetSamples<T>();
     const auto visit = [&]( const XPixelRun& inRun )
@@ -137,26 +137,26 @@ void ForEachRun(
                 ioSums[std::size_t{ inRun.object } * inPage.channels + channel],
                 samples + pixel * inPage.channels + channel, inRun.end - inRun.first );
     };
-    XForEachObjectRun( inFound, visit );
+    XForEachObjectRun( inObjects, visit );
 }
 
-template<class T, class Sum>
-std::vector<XChannelStatistics> GetStatistics( const WImagePage& inPage, const XLabelledObjects& inFound )
+template<class T, class TSum>
+std::vector<XChannelStatistics> GetStatistics( const WImagePage& inPage, const XLabelledObjects& inObjects )
 {
-    std::vector<Sum> sums( inFound.shapes.size() * inPage.channels );
+    std::vector<TSum> sums( inObjects.shapes.size() * inPage.channels );
     const auto getCount = [&]( std::size_t inIndex )
-    { return inFound.shapes[inIndex / inPage.channels].pixelCount; };
+    { return inObjects.shapes[inIndex / inPage.channels].pixelCount; };
     ForEachRun<T>(
-        inPage, inFound, sums,
-        [&]( Sum& ioSum, const T* inSamples, std::uint32_t inCount )
+        inPage, inObjects, sums,
+        [&]( TSum& ioSum, const T* inSamples, std::uint32_t inCount )
         { ioSum.Add( inSamples, inCount, inPage.channels ); } );
-    if constexpr ( Sum::kNeedsMean )
+    if constexpr ( TSum::kNeedsMean )
     {
         for ( std::size_t i = 0; i < sums.size(); ++i )
             sums[i].FixMean( getCount( i ) );
         ForEachRun<T>(
-            inPage, inFound, sums,
-            [&]( Sum& ioSum, const T* inSamples, std::uint32_t inCount )
+            inPage, inObjects, sums,
+            [&]( TSum& ioSum, const T* inSamples, std::uint32_t inCount )
             { ioSum.AddDeviations( inSamples, inCount, inPage.channels ); } );
     }
 
@@ -166,14 +166,14 @@ std::vector<XChannelStatistics> GetStatistics( const WImagePage& inPage, const X
     return statistics;
 }
 
-std::vector<XChannelStatistics> GetStatistics( const WImagePage& inPage, const XLabelledObjects& inFound )
+std::vector<XChannelStatistics> GetStatistics( const WImagePage& inPage, const XLabelledObjects& inObjects )
 {
     return VisitSampleType(
         inPage.type,
         [&]<class T>( std::type_identity<T> )
         {
-            using Sum = std::conditional_t<std::is_integral_v<T>, WholeSum<T>, FloatSum>;
-            return GetStatistics<T, Sum>( inPage, inFound );
+            using TSum = std::conditional_t<std::is_integral_v<T>, WholeSum<T>, FloatSum>;
+            return GetStatistics<T, TSum>( inPage, inObjects );
         } );
 }
 
@@ -195,7 +195,7 @@ void Append( std::vector<T>& ioValues, const std::vector<T>& inMore )
 void XPageMeasurement::Release()
 {
     releasedOuter += shapes.size() - parents.size();
-    releasedInner += parents.size();
+    releasedChildren += parents.size();
     std::vector<XObjectShape>().swap( shapes );
     std::vector<XChannelStatistics>().swap( statistics );
     std::vector<std::uint32_t>().swap( parents );
@@ -204,7 +204,7 @@ void XPageMeasurement::Release()
 XPageObjects XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings )
 {
     RequireChannel( inPage, inSettings.objects.channel );
-    XProgress progress( inSettings.inside ? 3 : 2, XProgress::kProgressSteps );
+    XProgress progress( inSettings.children ? 3 : 2, XProgress::kProgressSteps );
     XPageObjects objects;
     const auto& settings = inSettings.objects;
     objects.threshold =
@@ -212,12 +212,13 @@ XPageObjects XFindPageObjects( const WImagePage& inPage, const XMeasureSettings&
     progress.Increment();
     objects.outer = XFindObjects(
         inPage, settings.channel, objects.threshold, inSettings.connectivity, settings.leastPixels );
-    if ( !inSettings.inside )
+    if ( !inSettings.children )
         return objects;
 
-    RequireChannel( inPage, inSettings.inside->channel );
+    RequireChannel( inPage, inSettings.children->channel );
     progress.Increment();
-    objects.inner = XFindChildObjects( inPage, objects.outer, *inSettings.inside, inSettings.connectivity );
+    objects.children =
+        XFindChildObjects( inPage, objects.outer, *inSettings.children, inSettings.connectivity );
     return objects;
 }
 
@@ -232,9 +233,9 @@ XPageMeasurement XMeasureObjects( const WImagePage& inPage, const XPageObjects& 
     measurement.shapes = inObjects.outer.shapes; // A copy is as small as it can be.
     measurement.statistics = GetStatistics( inPage, inObjects.outer );
     progress.Increment();
-    Append( measurement.shapes, inObjects.inner.found.shapes );
-    Append( measurement.statistics, GetStatistics( inPage, inObjects.inner.found ) );
-    measurement.parents = inObjects.inner.parents;
+    Append( measurement.shapes, inObjects.children.objects.shapes );
+    Append( measurement.statistics, GetStatistics( inPage, inObjects.children.objects ) );
+    measurement.parents = inObjects.children.parents;
     return measurement;
 }
 

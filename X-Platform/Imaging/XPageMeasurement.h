@@ -15,9 +15,9 @@ class XMemoryHandle;
 /// How the objects of a page are found.
 struct XMeasureSettings
 {
-    XObjectSettings objects; ///< Without a threshold, Otsu's of each page.
+    XObjectSettings objects; ///< without a threshold, Otsu's of each page
     XConnectivity connectivity = XConnectivity::kEdgesAndCorners;
-    std::optional<XObjectSettings> inside; ///< How child objects are found; without a value, none are.
+    std::optional<XObjectSettings> children; ///< how child objects are found; without a value, none are
 };
 
 /// The objects of a page and their child objects.
@@ -25,7 +25,7 @@ struct XPageObjects
 {
     double threshold = 0;
     XLabelledObjects outer;
-    XChildObjects inner;
+    XChildObjects children;
 };
 
 /// Statistics of the samples of one object in one channel.
@@ -34,7 +34,7 @@ struct XChannelStatistics
     double min = 0;
     double max = 0;
     double mean = 0;
-    double standardDeviation = 0; ///< Of the population, not of a sample.
+    double standardDeviation = 0; ///< of the population, not of a sample
     double sum = 0;
 };
 
@@ -42,24 +42,24 @@ struct XChannelStatistics
 struct KORVALE_IMAGING_API XPageMeasurement
 {
     std::uint32_t channels = 0;
-    double pixelWidth = 0; ///< In micrometres; 0 without a resolution.
+    double pixelWidth = 0; ///< in micrometres; 0 without a resolution
     double pixelHeight = 0;
     double threshold = 0;
-    std::vector<XObjectShape> shapes;           ///< Of the objects, followed by the child objects.
-    std::vector<XChannelStatistics> statistics; ///< For each object the channels in order.
-    std::vector<std::uint32_t> parents;         ///< For each child object the index of its parent.
-    std::size_t releasedOuter = 0;              ///< Number of released objects.
-    std::size_t releasedInner = 0;
+    std::vector<XObjectShape> shapes;           ///< of the objects, followed by the child objects
+    std::vector<XChannelStatistics> statistics; ///< for each object the channels in order
+    std::vector<std::uint32_t> parents;         ///< for each child object the index of its parent
+    std::size_t releasedOuter = 0;              ///< number of released objects
+    std::size_t releasedChildren = 0;
     /// Storage of the released objects in XMeasurementMemory; otherwise null.
     std::shared_ptr<XMemoryHandle> kept;
     std::size_t keptOffset = 0;
 
     bool HasResolution() const { return pixelWidth > 0 && pixelHeight > 0; }
     std::size_t GetOuterCount() const { return releasedOuter + shapes.size() - parents.size(); }
-    std::size_t GetObjectCount() const { return releasedOuter + releasedInner + shapes.size(); }
+    std::size_t GetObjectCount() const { return releasedOuter + releasedChildren + shapes.size(); }
     /// Releases the objects, which are now in a table, but keeps their numbers.
     void Release();
-    std::uint32_t GetParent( std::size_t inInner ) const { return parents[inInner - GetOuterCount()]; }
+    std::uint32_t GetParent( std::size_t inChild ) const { return parents[inChild - GetOuterCount()]; }
 };
 
 /// Finds the objects of a page. This and the following functions depend only on their arguments, so pages may

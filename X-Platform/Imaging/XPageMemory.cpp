@@ -59,10 +59,10 @@ private:
 } // namespace
 
 /// A share of the locked memory, counted in the same way as by the manager.
-class XPageMemory::Share
+class XPageMemory::XShare
 {
 public:
-    Share( XPageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
+    XShare( XPageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
         : itsMemory( ioMemory ),
           itsBytes( XMemoryManager::AlignSizeToPageSize( std::max<std::uint64_t>( inBytes, 1 ) ) ),
           itsTotal( inIsLasting ? ioMemory.itsLasting : ioMemory.itsPassing )
@@ -74,15 +74,15 @@ public:
         itsTotal += itsBytes;
     }
 
-    ~Share()
+    ~XShare()
     {
         const XThreadLock lock( itsMemory.itsMutex );
         itsTotal -= itsBytes;
         itsMemory.itsShareReturned.Broadcast();
     }
 
-    Share( const Share& ) = delete;
-    Share& operator=( const Share& ) = delete;
+    XShare( const XShare& ) = delete;
+    XShare& operator=( const XShare& ) = delete;
 
 private:
     XPageMemory& itsMemory;
@@ -96,38 +96,38 @@ bool XPageMemory::HasRoom( std::uint64_t inBytes ) const
 }
 
 /// Bytes that are locked while it lives: a handle's, or a buffer's, which is kept for others then.
-class XPageMemory::Held
+class XPageMemory::XHeld
 {
 public:
-    Held( XPageMemory& ioMemory, XMemoryHandle& ioHandle, XLockMode inMode )
+    XHeld( XPageMemory& ioMemory, XMemoryHandle& ioHandle, XLockMode inMode )
         : itsMemory( ioMemory ), itsShare( ioMemory, ioHandle.GetDataSize(), false ), itsHandle( ioHandle ),
           itsLock( std::in_place, ioHandle, inMode )
     {
     }
 
-    Held( XPageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
+    XHeld( XPageMemory& ioMemory, std::uint64_t inBytes, bool inIsLasting )
         : itsMemory( ioMemory ), itsShare( ioMemory, inBytes, inIsLasting ),
           itsBuffer( ioMemory.itsSpareBuffers->Take( inBytes ) ), itsHandle( *itsBuffer ),
           itsLock( std::in_place, itsHandle, kLockForWrite )
     {
     }
 
-    ~Held()
+    ~XHeld()
     {
         itsLock.reset();
         if ( itsBuffer )
             itsMemory.itsSpareBuffers->Keep( std::move( itsBuffer ) );
     }
 
-    Held( const Held& ) = delete;
-    Held& operator=( const Held& ) = delete;
+    XHeld( const XHeld& ) = delete;
+    XHeld& operator=( const XHeld& ) = delete;
 
     std::byte* GetBytes() const { return static_cast<std::byte*>( itsHandle.GetData() ); }
 
 private:
     XPageMemory& itsMemory;
-    const Share itsShare; // returned last
-    XSpareBuffers::Buffer itsBuffer;
+    const XShare itsShare; // returned last
+    XSpareBuffers::XBuffer itsBuffer;
     XMemoryHandle& itsHandle;
     std::optional<XLock> itsLock;
 };
@@ -137,12 +137,12 @@ XPageMemory::XPageMemory() : itsSpareBuffers( std::make_unique<XSpareBuffers>() 
 XPageMemory::~XPageMemory() = default;
 
 /// What `inMakeHeld` returns as samples that keep it.
-template<class MakeHeld>
-WImagePage::Samples XPageMemory::Hold( std::uint64_t inBytes, MakeHeld inMakeHeld )
+template<class TMakeHeld>
+WImagePage::Samples XPageMemory::Hold( std::uint64_t inBytes, TMakeHeld inMakeHeld )
 {
     try
     {
-        std::shared_ptr<Held> held = inMakeHeld();
+        std::shared_ptr<XHeld> held = inMakeHeld();
         auto* const bytes = held->GetBytes();
         return WImagePage::Samples(
             bytes, [held = std::move( held )]( std::byte* ) mutable { held.reset(); } );
@@ -157,15 +157,15 @@ WImagePage::Samples XPageMemory::Hold( std::uint64_t inBytes, MakeHeld inMakeHel
 
 WImagePage::Samples XPageMemory::Allocate( std::uint64_t inBytes )
 {
-    return Hold( inBytes, [&] { return std::make_shared<Held>( *this, inBytes, false ); } );
+    return Hold( inBytes, [&] { return std::make_shared<XHeld>( *this, inBytes, false ); } );
 }
 
 WImagePage::Samples XPageMemory::AllocateLasting( std::uint64_t inBytes )
 {
-    return Hold( inBytes, [&] { return std::make_shared<Held>( *this, inBytes, true ); } );
+    return Hold( inBytes, [&] { return std::make_shared<XHeld>( *this, inBytes, true ); } );
 }
 
 WImagePage::Samples XPageMemory::Lock( XMemoryHandle& ioHandle, XLockMode inMode )
 {
-    return Hold( ioHandle.GetDataSize(), [&] { return std::make_shared<Held>( *this, ioHandle, inMode ); } );
+    return Hold( ioHandle.GetDataSize(), [&] { return std::make_shared<XHeld>( *this, ioHandle, inMode ); } );
 }

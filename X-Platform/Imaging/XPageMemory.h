@@ -38,16 +38,16 @@ public:
     WImagePage::Samples Lock( XMemoryHandle& ioHandle, XLockMode inMode );
 
 private:
-    class Share;
-    class Held;
+    class XShare;
+    class XHeld;
 
     const std::unique_ptr<XSpareBuffers> itsSpareBuffers;
     XMutex itsMutex;
     XConditionVariable itsShareReturned;
-    std::uint64_t itsPassing = 0; ///< Bytes held for a short time. Guarded by the mutex.
-    std::uint64_t itsLasting = 0; ///< Bytes of AllocateLasting. Guarded by the mutex.
+    std::uint64_t itsPassing = 0; // bytes held for a short time; guarded by the mutex
+    std::uint64_t itsLasting = 0; // bytes of AllocateLasting; guarded by the mutex
 
     bool HasRoom( std::uint64_t inBytes ) const;
-    template<class MakeHeld>
-    static WImagePage::Samples Hold( std::uint64_t inBytes, MakeHeld inMakeHeld );
+    template<class TMakeHeld>
+    static WImagePage::Samples Hold( std::uint64_t inBytes, TMakeHeld inMakeHeld );
 };

@@ -22,8 +22,8 @@ std::uint64_t PackBytes( const std::uint8_t* inBytes )
     return ( bytes * 0x0102040810204080u ) >> 56;
 }
 
-template<class T, class Stride>
-std::uint64_t MarkWord( const T* inSamples, Stride inStride, T inLevel )
+template<class T, class TStride>
+std::uint64_t MarkWord( const T* inSamples, TStride inStride, T inLevel )
 {
     std::uint8_t flags[kBitsOfWord];
     for ( std::uint32_t i = 0; i < kBitsOfWord; ++i )

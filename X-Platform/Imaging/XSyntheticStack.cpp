@@ -14,15 +14,15 @@
 
 namespace
 {
-constexpr double kBlur = 2;        ///< Half the width of an object's edge, in pixels.
-constexpr double kLeastRadius = 3; ///< In pixels.
+constexpr double kBlur = 2;        // half the width of an object's edge, in pixels
+constexpr double kLeastRadius = 3; // in pixels
 constexpr double kMostRadius = 40;
-constexpr double kCellMargin = 2;   ///< From an object's edge to the border of its cell, in pixels.
-constexpr double kBackground = 0.1; ///< Of the brightest sample, as the next three.
-constexpr double kNoise = 0.02;     ///< Standard deviation.
+constexpr double kCellMargin = 2;   // from an object's edge to the border of its cell, in pixels
+constexpr double kBackground = 0.1; // of the brightest sample, as the next three
+constexpr double kNoise = 0.02;     // standard deviation
 constexpr double kLeastPeak = 0.5;
 constexpr double kMostPeak = 0.85;
-constexpr double kPixelSize = 0.25; ///< In micrometres.
+constexpr double kPixelSize = 0.25; // in micrometres
 
 /// How much of an object's light there is at a distance outside its radius: 1 well inside, 0 well outside.
 double GetEdge( double inOutside )
@@ -95,7 +95,7 @@ void XSyntheticStack::PlaceDiscs()
 
     for ( const auto cell : DrawCells( columns * rows ) )
     {
-        Disc disc;
+        XDisc disc;
         disc.cellX = ( cell % columns + 0.5 ) * itsCellWidth - 0.5;
         disc.cellY = ( cell / columns + 0.5 ) * itsCellHeight - 0.5;
         disc.radius = kLeastRadius + ( mostRadius - kLeastRadius ) * DrawUniform();
@@ -108,7 +108,7 @@ void XSyntheticStack::PlaceDiscs()
 }
 
 /// Starts anywhere in the object's cell, then moves by up to two pixels a plane.
-void XSyntheticStack::Wander( Disc& ioDisc )
+void XSyntheticStack::Wander( XDisc& ioDisc )
 {
     const auto slackX = itsCellWidth / 2 - ioDisc.radius - kBlur - kCellMargin;
     const auto slackY = itsCellHeight / 2 - ioDisc.radius - kBlur - kCellMargin;
@@ -119,7 +119,7 @@ void XSyntheticStack::Wander( Disc& ioDisc )
     ioDisc.y = std::clamp( ioDisc.y, ioDisc.cellY - slackY, ioDisc.cellY + slackY );
 }
 
-void XSyntheticStack::Paint( const Disc& inDisc, std::vector<float>& ioLight ) const
+void XSyntheticStack::Paint( const XDisc& inDisc, std::vector<float>& ioLight ) const
 {
     const auto [left, right] = GetReach( inDisc.x, inDisc.radius + kBlur, itsSettings.width );
     const auto [top, bottom] = GetReach( inDisc.y, inDisc.radius + kBlur, itsSettings.height );
@@ -151,20 +151,20 @@ void XSyntheticStack::Expose( const std::vector<float>& inLight, WImagePage& out
     XForEachChunk( inLight.size(), kPixelsAtOnce, expose );
 }
 
-WImageFormat XSyntheticStack::GetForm() const
+WImageFormat XSyntheticStack::GetFormat() const
 {
-    WImageFormat form;
-    form.width = itsSettings.width;
-    form.height = itsSettings.height;
-    form.channels = itsSettings.channels;
-    form.type = itsSettings.bits == 8 ? WImageFormat::kUInt8 : WImageFormat::kUInt16;
-    form.pixelWidth = form.pixelHeight = kPixelSize;
-    return form;
+    WImageFormat format;
+    format.width = itsSettings.width;
+    format.height = itsSettings.height;
+    format.channels = itsSettings.channels;
+    format.type = itsSettings.bits == 8 ? WImageFormat::kUInt8 : WImageFormat::kUInt16;
+    format.pixelWidth = format.pixelHeight = kPixelSize;
+    return format;
 }
 
 WImagePage XSyntheticStack::DrawPlane()
 {
-    WImagePage page{ GetForm(), {} };
+    WImagePage page{ GetFormat(), {} };
     page.Allocate( std::numeric_limits<std::uint64_t>::max() );
 
     std::vector<float> light(

@@ -15,7 +15,7 @@ struct XSyntheticStackSettings
     std::uint32_t width = 512;
     std::uint32_t height = 512;
     std::uint32_t channels = 1;
-    std::uint32_t bits = 16; ///< 8 or 16.
+    std::uint32_t bits = 16; ///< 8 or 16
     std::uint32_t objects = 60;
     std::uint64_t seed = 1;
 };
@@ -30,7 +30,7 @@ public:
     explicit XSyntheticStack( const XSyntheticStackSettings& inSettings );
 
     /// The format of every plane.
-    WImageFormat GetForm() const;
+    WImageFormat GetFormat() const;
 
     /// Draws the next plane. An abort throws 1001.
     WImagePage DrawPlane();
@@ -40,29 +40,29 @@ public:
     std::string GetTruth() const;
 
 private:
-    struct Disc
+    struct XDisc
     {
-        double cellX; ///< Centre of the part of the plane in which the object stays.
+        double cellX; // centre of the part of the plane in which the object stays
         double cellY;
         double x;
         double y;
         double radius;
-        std::vector<double> peaks; ///< For each channel, from 0 to 1.
+        std::vector<double> peaks; // for each channel, from 0 to 1
     };
 
     XSyntheticStackSettings itsSettings;
     std::mt19937_64 itsRandom;
-    std::vector<Disc> itsDiscs;
+    std::vector<XDisc> itsDiscs;
     double itsCellWidth = 0;
     double itsCellHeight = 0;
-    std::uint32_t itsPlane = 0; ///< The next plane to draw.
+    std::uint32_t itsPlane = 0; // the next plane to draw
 
     double DrawUniform();
     double DrawNoise();
     std::vector<std::uint32_t> DrawCells( std::uint32_t inCount );
     void PlaceDiscs();
-    void Wander( Disc& ioDisc );
-    void Paint( const Disc& inDisc, std::vector<float>& ioLight ) const;
+    void Wander( XDisc& ioDisc );
+    void Paint( const XDisc& inDisc, std::vector<float>& ioLight ) const;
     template<class T>
     void Expose( const std::vector<float>& inLight, WImagePage& outPage );
 };

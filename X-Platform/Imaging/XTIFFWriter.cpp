@@ -36,12 +36,12 @@ void AppendTo( std::string& ioBytes, T inNumber )
 /// The widths of a format's directory fields, in bytes.
 struct Widths
 {
-    std::uint64_t count;  ///< Of the number of entries.
-    std::uint64_t entry;  ///< Of an entry.
-    std::uint64_t offset; ///< Of an offset, and of what an entry has room for.
+    std::uint64_t count;  // of the number of entries
+    std::uint64_t entry;  // of an entry
+    std::uint64_t offset; // of an offset, and of what an entry has room for
 };
 
-constexpr Widths GetWidths( XTIFFWriter::Format inFormat )
+constexpr Widths GetWidths( XTIFFWriter::XFormat inFormat )
 {
     return inFormat == XTIFFWriter::kBig ? Widths{ 8, 20, 8 } : Widths{ 2, 12, 4 };
 }
@@ -61,7 +61,7 @@ void AppendWide( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inW
 class Directory
 {
 public:
-    Directory( XTIFFWriter::Format inFormat, std::uint64_t inPosition, std::uint16_t inEntryCount )
+    Directory( XTIFFWriter::XFormat inFormat, std::uint64_t inPosition, std::uint16_t inEntryCount )
         : itsWidths( GetWidths( inFormat ) ),
           itsLink( inPosition + itsWidths.count + inEntryCount * itsWidths.entry )
     {
@@ -140,7 +140,7 @@ private:
 };
 
 Directory MakeDirectory(
-    XTIFFWriter::Format inFormat, const WImageFormat& inPage, std::uint64_t inPosition,
+    XTIFFWriter::XFormat inFormat, const WImageFormat& inPage, std::uint64_t inPosition,
     std::uint64_t inSamplesPosition )
 {
     const auto hasExtra = inPage.channels > 1;
@@ -176,15 +176,15 @@ Directory MakeDirectory(
 }
 } // namespace
 
-XTIFFWriter::Format XTIFFWriter::GetFormat( const WImageFormat& inForm, std::uint32_t inPages )
+XTIFFWriter::XFormat XTIFFWriter::GetFormat( const WImageFormat& inPageFormat, std::uint32_t inPages )
 {
-    const auto directorySize = MakeDirectory( kClassic, inForm, 0, 0 ).GetBytes().size();
-    const auto pageSize = inForm.GetByteCount() + inForm.GetByteCount() % 2 + directorySize;
+    const auto directorySize = MakeDirectory( kClassic, inPageFormat, 0, 0 ).GetBytes().size();
+    const auto pageSize = inPageFormat.GetByteCount() + inPageFormat.GetByteCount() % 2 + directorySize;
     const auto isSmall = pageSize <= ( kMostClassicBytes - kClassicHeaderSize ) / inPages;
     return isSmall ? kClassic : kBig;
 }
 
-XTIFFWriter::XTIFFWriter( WFile& ioFile, Format inFormat ) : itsFile( ioFile ), itsFormat( inFormat )
+XTIFFWriter::XTIFFWriter( WFile& ioFile, XFormat inFormat ) : itsFile( ioFile ), itsFormat( inFormat )
 {
     const auto offsetSize = GetWidths( inFormat ).offset;
     std::string header = std::endian::native == std::endian::little ? "II" : "MM";

@@ -11,13 +11,13 @@ constexpr std::uint64_t kTableRowsAtOnce = 512;
 
 /// Calls `inWork( first, end )` for consecutive chunks of the indices from 0 to below `inCount`. Updates the
 /// thread's progress after each chunk; throws 1001 on an abort.
-template<class Work>
-void XForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWork )
+template<class TWork>
+void XForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, TWork inWork )
 {
     XProgress progress( inCount );
     for ( std::uint64_t first = 0; first < inCount; )
     {
-        const auto end = std::min( first + inChunkSize, inCount );
+        const auto end = ( std::min )( first + inChunkSize, inCount );
         inWork( first, end );
         first = end;
         progress.SetProgress( static_cast<double>( end ) );
@@ -26,10 +26,10 @@ void XForEachChunk( std::uint64_t inCount, std::uint64_t inChunkSize, Work inWor
 }
 
 /// Calls `inWork( row )` for each row of a page, in chunks of about kPixelsAtOnce pixels; see XForEachChunk.
-template<class Work>
-void XForEachRow( std::uint32_t inHeight, std::uint32_t inWidth, Work inWork )
+template<class TWork>
+void XForEachRow( std::uint32_t inHeight, std::uint32_t inWidth, TWork inWork )
 {
-    const auto rowsAtOnce = std::max<std::uint64_t>( kPixelsAtOnce / std::max( inWidth, 1u ), 1 );
+    const auto rowsAtOnce = std::max<std::uint64_t>( kPixelsAtOnce / ( std::max )( inWidth, 1u ), 1 );
     XForEachChunk(
         inHeight, rowsAtOnce,
         [&]( std::uint64_t inFirst, std::uint64_t inEnd )

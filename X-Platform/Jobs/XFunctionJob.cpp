@@ -2,7 +2,7 @@
 
 #include <utility>
 
-XFunctionJob::XFunctionJob( Body inBody, Completed inCompleted, Completion inCompletion )
+XFunctionJob::XFunctionJob( XBody inBody, XCompleted inCompleted, XCompletion inCompletion )
     : itsBody( std::move( inBody ) ), itsCompleted( std::move( inCompleted ) ), itsCompletion( inCompletion )
 {
 }

@@ -8,20 +8,20 @@
 class KORVALE_API XFunctionJob : public XJob
 {
 public:
-    using Body = std::function<void()>;
-    using Completed = std::function<void( std::uint32_t inResultCode )>;
+    using XBody = std::function<void()>;
+    using XCompleted = std::function<void( std::uint32_t inResultCode )>;
 
     /// Where the job is completed, and whether an XJobCompletedMessage is sent.
-    enum Completion
+    enum XCompletion
     {
-        kOnMainThread, ///< With a message.
-        kOnWorker,     ///< Immediately, with a message.
-        kUnannounced   ///< Immediately on the worker, without a message.
+        kOnMainThread, ///< with a message
+        kOnWorker,     ///< immediately, with a message
+        kUnannounced   ///< immediately on the worker, without a message
     };
 
     /// `inCompleted` may be empty; its exceptions are swallowed. Both functions are destroyed with the job.
     explicit XFunctionJob(
-        Body inBody, Completed inCompleted = nullptr, Completion inCompletion = kOnMainThread );
+        XBody inBody, XCompleted inCompleted = nullptr, XCompletion inCompletion = kOnMainThread );
     ~XFunctionJob() override;
 
     bool CanCompleteInJobThread() override { return itsCompletion != kOnMainThread; }
@@ -32,7 +32,7 @@ protected:
     void JobCompleteSelf( std::uint32_t inResultCode ) override;
 
 private:
-    Body itsBody;
-    Completed itsCompleted;
-    const Completion itsCompletion;
+    XBody itsBody;
+    XCompleted itsCompleted;
+    const XCompletion itsCompletion;
 };

@@ -1,6 +1,6 @@
 #include "Jobs/XJob.h"
 
-#include "Jobs/Internal/XHookCall.h"
+#include "Jobs/Internal/XCallHook.h"
 #include "Jobs/XJobQueue.h"
 #include "Threads/XStopThreadException.h"
 

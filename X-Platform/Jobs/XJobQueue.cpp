@@ -1,7 +1,7 @@
 #include "Jobs/XJobQueue.h"
 
 #include "Core/Strings/XString.h"
-#include "Jobs/Internal/XHookCall.h"
+#include "Jobs/Internal/XCallHook.h"
 #include "Jobs/Internal/XJobPool.h"
 #include "Jobs/Internal/XJobWaiter.h"
 #include "Jobs/Internal/XWaitingJobs.h"
@@ -198,8 +198,8 @@ public:
     USize GetCount() const { return itsCount; }
 
     /// Calls `inFinish( job, wasSuspended )`, which deletes the job, for each.
-    template<class Finish>
-    void FinishAll( const Finish& inFinish )
+    template<class TFinish>
+    void FinishAll( const TFinish& inFinish )
     {
         for ( USize index = 0; XJob* const job = itsJobs.TakeFirst(); ++index )
         {
@@ -280,8 +280,8 @@ void XJobQueue::RemoveJobQueue()
 /// destroyed: the visit may wait for a job that owns another and ends when that is gone.
 /// The numbers of queues only grow, so a visit continues after the last number it has seen, however the list
 /// has changed, and ends with the queues that existed when it began.
-template<class Visit>
-void XJobQueue::VisitJobQueues( const Visit& inVisit )
+template<class TVisit>
+void XJobQueue::VisitJobQueues( const TVisit& inVisit )
 {
     std::uint64_t visited = 0;
     std::uint64_t last = 0;

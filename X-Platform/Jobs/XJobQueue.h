@@ -113,7 +113,7 @@ public:
     /// completed. On the main thread it then delivers the posted messages and completes the jobs that have
     /// run, even within handlers and while processing is suspended, so that these jobs are completed when it
     /// returns.
-    void WaitForQueueEmpty( std::uint32_t inTimeoutMs = kNoTimeout );
+    void WaitForQueueEmpty( std::uint32_t inTimeoutMS = kNoTimeout );
 
     /// Wait like WaitForQueueEmpty with a progress of the calling thread, which is shown after two seconds
     /// and through which the user may abort the wait (1001). The first form shows the share of jobs that are
@@ -190,8 +190,8 @@ private:
 
     void AddJobQueue();
     void RemoveJobQueue();
-    template<class Visit>
-    static void VisitJobQueues( const Visit& inVisit );
+    template<class TVisit>
+    static void VisitJobQueues( const TVisit& inVisit );
 
     // For workers.
     static XJob* FetchJob( const XJobThread& inWorker );
@@ -216,7 +216,7 @@ private:
     void AsyncStopRunningJobs( const XJobSelector& inSelector );
     void WaitForRunningJobs( const XJobSelector& inSelector );
     void WaitUntilTerminated();
-    bool SleepUntilQueueEmpty( std::uint32_t inTimeoutMs );
+    bool SleepUntilQueueEmpty( std::uint32_t inTimeoutMS );
     void CompleteFinishedJobs();
     XJob* TakeFinishedJob( bool inHasCompletedOne );
     void AnnounceCompletion( std::int64_t inTag, std::uint32_t inResultCode );

@@ -26,8 +26,8 @@
 namespace
 {
 
-constexpr std::uint32_t kProgressDelayMs = 2000;
-constexpr std::uint32_t kProgressSleepMs = 100; // between two looks for an abort
+constexpr std::uint32_t kProgressDelayMS = 2000;
+constexpr std::uint32_t kProgressSleepMS = 100; // between two looks for an abort
 
 } // namespace
 
@@ -53,9 +53,9 @@ void XJobQueue::WaitUntilTerminated()
 }
 
 /// Returns whether the queue is empty.
-bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
+bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMS )
 {
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     const XThreadLock lock( itsMutex );
     while ( GetWeight() > 0 )
         // The queue may have become empty together with the time-out.
@@ -64,9 +64,9 @@ bool XJobQueue::SleepUntilQueueEmpty( std::uint32_t inTimeoutMs )
     return true;
 }
 
-void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
+void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMS )
 {
-    if ( !SleepUntilQueueEmpty( inTimeoutMs ) )
+    if ( !SleepUntilQueueEmpty( inTimeoutMS ) )
         XThrow( kErrorTimedOut );
     // Jobs that are not completed on workers are completed by a message to the main thread; there is nobody
     // else to handle it while this thread waits.
@@ -79,8 +79,8 @@ void XJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMs )
 void XJobQueue::WaitForQueueEmptyWithProgress()
 {
     USize most = std::max<USize>( GetCurrentJobWeight(), 1 );
-    XProgress progress( most, XProgress::kProgressWait, kProgressDelayMs );
-    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
+    XProgress progress( most, XProgress::kProgressWait, kProgressDelayMS );
+    while ( !SleepUntilQueueEmpty( kProgressSleepMS ) )
     {
         const USize left = GetCurrentJobWeight();
         // Jobs attached meanwhile raise the total, so that the share shown stays within 0 to 1.
@@ -94,8 +94,8 @@ void XJobQueue::WaitForQueueEmptyWithProgress()
 
 void XJobQueue::WaitForQueueEmptyWithIndeterminateProgress()
 {
-    XProgress progress( 1, XProgress::kProgressWait, kProgressDelayMs );
-    while ( !SleepUntilQueueEmpty( kProgressSleepMs ) )
+    XProgress progress( 1, XProgress::kProgressWait, kProgressDelayMS );
+    while ( !SleepUntilQueueEmpty( kProgressSleepMS ) )
     {
         progress.SetProgressIndeterminate();
         progress.YieldAndCheckAbort();

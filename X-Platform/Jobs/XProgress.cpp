@@ -36,7 +36,7 @@ void DeleteStrategy( std::uint64_t inSlot )
 } // namespace
 
 XProgress::XProgress(
-    std::uint64_t inMaximum, XProgressType inType, std::uint32_t inDelayMs, bool inForceBar )
+    std::uint64_t inMaximum, XProgressType inType, std::uint32_t inDelayMS, bool inForceBar )
     : itsMaximum( inMaximum ), itsType( inType )
 {
     XProgressStrategy* strategy = SafeGetProgressStrategy();
@@ -48,7 +48,7 @@ XProgress::XProgress(
     itsLevel = strategy->GetProgressDepth();
     try
     {
-        strategy->ProgressCreated( *this, inForceBar, inDelayMs );
+        strategy->ProgressCreated( *this, inForceBar, inDelayMS );
     }
     catch ( ... )
     {

@@ -40,7 +40,7 @@ public:
     static constexpr std::uint32_t kUpdateYokePeriodMS = 200;
 
     explicit XProgress(
-        std::uint64_t inMaximum = 100, XProgressType inType = kProgressWork, std::uint32_t inDelayMs = 0,
+        std::uint64_t inMaximum = 100, XProgressType inType = kProgressWork, std::uint32_t inDelayMS = 0,
         bool inForceBar = false );
 
     /// A copy has the values of the original but is invalid: only the original reports.

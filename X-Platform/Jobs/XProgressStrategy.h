@@ -22,9 +22,9 @@ public:
     /// A strategy of the same class for another thread, without progress; the caller owns it.
     virtual XProgressStrategy* Clone() const = 0;
 
-    /// A progress begins. `inForceBar` requests a separate bar even for a nested progress. `inDelayMs` is the
+    /// A progress begins. `inForceBar` requests a separate bar even for a nested progress. `inDelayMS` is the
     /// time to wait before a bar is shown, so that short work shows none.
-    virtual void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) = 0;
+    virtual void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMS ) = 0;
     virtual void ProgressDestroyed( XProgress& inProgress ) = 0;
 
     virtual void SetTitle( const XString& inTitle ) = 0;

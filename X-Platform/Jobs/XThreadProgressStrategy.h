@@ -32,7 +32,7 @@ public:
     /// The last title set while a bar was shown.
     const XString& GetTitle() const { return itsTitle; }
 
-    void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) override;
+    void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMS ) override;
     void ProgressDestroyed( XProgress& inProgress ) override;
     void SetTitle( const XString& inTitle ) override;
     XString GetMessage( const XProgress& inProgress ) const override;

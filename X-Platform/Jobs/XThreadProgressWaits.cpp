@@ -13,18 +13,18 @@
 namespace
 {
 
-constexpr std::uint32_t kDelayMs = 2000;
-constexpr std::uint32_t kLongestSleepMs = 100; // between two looks for an abort
+constexpr std::uint32_t kDelayMS = 2000;
+constexpr std::uint32_t kLongestSleepMS = 100; // between two looks for an abort
 
 std::uint32_t GetNextSleep( const XTimer& inTimer )
 {
-    return std::min( inTimer.GetRemainingMS(), kLongestSleepMs );
+    return std::min( inTimer.GetRemainingMS(), kLongestSleepMS );
 }
 
 } // namespace
 
 void XThread::XStateWait::WaitWithProgress(
-    std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort ) const
+    std::uint32_t inTimeoutMS, std::uint32_t inExpectedMS, bool inAllowAbort ) const
 {
     std::optional<XPreventThreadStop> preventStop;
     std::optional<XProgressAbortDisabler> disableAbort;
@@ -33,9 +33,9 @@ void XThread::XStateWait::WaitWithProgress(
         preventStop.emplace();
         disableAbort.emplace();
     }
-    const bool isExpected = inExpectedMs != kNoTimeout;
-    XProgress progress( isExpected ? inExpectedMs : 1, XProgress::kProgressWait, kDelayMs );
-    const XTimer timer( inTimeoutMs );
+    const bool isExpected = inExpectedMS != kNoTimeout;
+    XProgress progress( isExpected ? inExpectedMS : 1, XProgress::kProgressWait, kDelayMS );
+    const XTimer timer( inTimeoutMS );
     while ( Sleep( GetNextSleep( timer ) ) )
     {
         if ( timer.HasExpired() )
@@ -48,15 +48,15 @@ void XThread::XStateWait::WaitWithProgress(
     }
 }
 
-void XThread::WaitForTerminateWithProgress( std::uint32_t inTimeoutMs )
+void XThread::WaitForTerminateWithProgress( std::uint32_t inTimeoutMS )
 {
-    XStateWait( itsStates, XStateWait::kEnd ).WaitWithProgress( inTimeoutMs, kNoTimeout, true );
+    XStateWait( itsStates, XStateWait::kEnd ).WaitWithProgress( inTimeoutMS, kNoTimeout, true );
 }
 
 void XThread::WaitForSuspendWithProgress(
-    std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort )
+    std::uint32_t inTimeoutMS, std::uint32_t inExpectedMS, bool inAllowAbort )
 {
-    XStateWait( itsStates, XStateWait::kPause ).WaitWithProgress( inTimeoutMs, inExpectedMs, inAllowAbort );
+    XStateWait( itsStates, XStateWait::kPause ).WaitWithProgress( inTimeoutMS, inExpectedMS, inAllowAbort );
 }
 
 void XThread::StopThreadWithProgress( std::uint32_t inStopCode )
@@ -67,10 +67,10 @@ void XThread::StopThreadWithProgress( std::uint32_t inStopCode )
         end.WaitWithProgress( kNoTimeout, kNoTimeout, true );
 }
 
-void XThread::SuspendThreadWithProgress( std::uint32_t inExpectedMs, bool inAllowAbort )
+void XThread::SuspendThreadWithProgress( std::uint32_t inExpectedMS, bool inAllowAbort )
 {
     const XStatesPtr states = itsStates;
     AsyncSuspendThread();
     if ( GetCurrentThread() != this )
-        XStateWait( states, XStateWait::kAnswer ).WaitWithProgress( kNoTimeout, inExpectedMs, inAllowAbort );
+        XStateWait( states, XStateWait::kAnswer ).WaitWithProgress( kNoTimeout, inExpectedMS, inAllowAbort );
 }

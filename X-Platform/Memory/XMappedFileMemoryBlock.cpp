@@ -153,9 +153,9 @@ USize64 XMappedFileMemoryBlock::GetTrueSize() const
 
 void XMappedFileMemoryBlock::Purge()
 {
-    constexpr std::uint32_t kTimeoutMs = 100;
+    constexpr std::uint32_t kTimeoutMS = 100;
     // The purging thread may choose another block, so it does not wait long for one that is in use.
-    const XThreadLock lock( GetMutex(), kTimeoutMs );
+    const XThreadLock lock( GetMutex(), kTimeoutMS );
     if ( !CanPurge() )
         XThrow( kErrorMemoryNotPurged );
     CheckViewIntact();

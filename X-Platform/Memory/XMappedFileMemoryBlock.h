@@ -43,9 +43,9 @@ public:
     /// modes.
     enum XChangeMode : std::uint32_t
     {
-        kPrivate = 0,      ///< The first write lock copies the bytes; the file is unchanged.
-        kPrivatePages = 1, ///< Like kPrivate, but bytes that only have to be swapped are swapped in the view.
-        kPublic = 2        ///< Changes are written to the file.
+        kPrivate = 0,      ///< the first write lock copies the bytes; the file is unchanged
+        kPrivatePages = 1, ///< like kPrivate, but bytes that only have to be swapped are swapped in the view
+        kPublic = 2        ///< changes are written to the file
     };
 
     /// Flags for files that are opened by path.

@@ -180,7 +180,6 @@ protected:
     void CheckUnlocked() const;
     void SetFlags( std::uint32_t inFlags ) { itsFlags.store( inFlags, std::memory_order_relaxed ); }
 
-    bool IsSwapPending() const { return itsIsSwapPending; }
     /// Call when the data has been read from its file again.
     void HasReadOriginal() { itsIsSwapPending = itsSwapOnLock != kSwapNone; }
     /// Call when the current data has moved to storage that keeps changes.

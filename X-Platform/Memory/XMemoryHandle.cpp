@@ -347,14 +347,14 @@ void XMemoryHandle::Empty()
 
 void XMemoryHandle::Purge()
 {
-    constexpr std::uint32_t kTimeoutMs = 100;
+    constexpr std::uint32_t kTimeoutMS = 100;
     XAssert( itsBlock );
     try
     {
         // The order of locks: the handle's first, then the block's.
-        const XThreadLock handleLock( GetMutex(), kTimeoutMs );
+        const XThreadLock handleLock( GetMutex(), kTimeoutMS );
         XMemoryBlock& block = CheckedBlock();
-        const XThreadLock lock( block.GetMutex(), kTimeoutMs );
+        const XThreadLock lock( block.GetMutex(), kTimeoutMS );
         block.Purge();
     }
     catch ( ... )

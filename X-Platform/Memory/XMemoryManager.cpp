@@ -260,8 +260,8 @@ std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
 {
     // Short where the end of what is waited for announces nothing (the mutex of a busy block), long where a
     // change wakes the waiters and the limit is only a precaution.
-    constexpr std::uint32_t kShortWaitMs = 10;
-    constexpr std::uint32_t kLongWaitMs = 500;
+    constexpr std::uint32_t kShortWaitMS = 10;
+    constexpr std::uint32_t kLongWaitMS = 500;
     // The disk refuses: no other thread's unlock would help, since its block could not be written either.
     if ( ioSearch.hasPurgeFailed )
         return 0;
@@ -270,12 +270,12 @@ std::uint32_t XMemoryManager::GetPatienceFor( XRoomSearch& ioSearch )
     const bool isBusy = ioSearch.blocks.HasBusyThread( isActive );
     // A thread that carries a block in or out of memory will end that by itself, so its transit needs no
     // patience.
-    const std::uint32_t lockPatience = itsRoomWaiters->HasTransits() ? kLongWaitMs : GetPatienceForLocks();
+    const std::uint32_t lockPatience = itsRoomWaiters->HasTransits() ? kLongWaitMS : GetPatienceForLocks();
     if ( lockPatience > 0 )
         ioSearch.hopefulTime = WClock::GetCoarseTicks();
     if ( isBusy )
-        return std::min( kShortWaitMs, GetPatienceSince( ioSearch.hopefulTime ) );
-    return std::min( kLongWaitMs, lockPatience );
+        return std::min( kShortWaitMS, GetPatienceSince( ioSearch.hopefulTime ) );
+    return std::min( kLongWaitMS, lockPatience );
 }
 
 /// For how long one of the locks that were found is still waited for.

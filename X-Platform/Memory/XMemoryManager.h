@@ -269,7 +269,7 @@ private:
     struct XPurgeResult
     {
         USize64 bytes = 0;
-        bool hasFailed = false; ///< for another reason than being in use
+        bool hasFailed = false; // for another reason than being in use
     };
 
     class XNoRoomException;
@@ -289,8 +289,8 @@ private:
     XPurgeResult PurgeLocked( XMemoryBlock& ioBlock );
     bool LockListed( XMemoryBlock* inBlock );
     USize64 NotifyListenersFreeMemory( USize64 inBytes );
-    template<class Visit>
-    void VisitRegions( Visit inVisit );
+    template<class TVisit>
+    void VisitRegions( TVisit inVisit );
 
     XMemoryManager* const itsPrevious; // the manager that this one replaces
     XMutex itsMemoryMutex;             // guards itsBlocks

@@ -11,8 +11,8 @@
 
 // Reports on the manager and the address space.
 
-template<class Visit>
-void XMemoryManager::VisitRegions( Visit inVisit )
+template<class TVisit>
+void XMemoryManager::VisitRegions( TVisit inVisit )
 {
     const XRegionQueries queries( *this );
     std::uint64_t base = 0;

@@ -2,8 +2,6 @@
 
 #include "Memory/XMemoryManager.h"
 
-#include <utility>
-
 void XMemoryReservation::Set( USize64 inBytes )
 {
     if ( inBytes > itsBytes )
@@ -11,9 +9,4 @@ void XMemoryReservation::Set( USize64 inBytes )
     else if ( inBytes < itsBytes )
         itsManager.HasFreed( itsBytes - inBytes );
     itsBytes = inBytes;
-}
-
-void XMemoryReservation::Swap( XMemoryReservation& ioOther )
-{
-    std::swap( itsBytes, ioOther.itsBytes );
 }

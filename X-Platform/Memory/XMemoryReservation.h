@@ -42,9 +42,6 @@ public:
 
     USize64 GetBytes() const { return itsBytes; }
 
-    /// Exchanges the reserved bytes of two reservations.
-    void Swap( XMemoryReservation& ioOther );
-
     /// Release transfers the responsibility for the bytes to the caller; Adopt takes it over.
     USize64 Release() { return std::exchange( itsBytes, 0 ); }
     void Adopt( USize64 inBytes ) { itsBytes += inBytes; }

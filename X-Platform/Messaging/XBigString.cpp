@@ -13,8 +13,8 @@ XBigString::~XBigString()
     StopSpeaking();
 }
 
-template<class Change>
-XBigString& XBigString::ChangeText( Change inChange )
+template<class TChange>
+XBigString& XBigString::ChangeText( TChange inChange )
 {
     const XThreadLock lock( GetMutex() );
     inChange( itsText );

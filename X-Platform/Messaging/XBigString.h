@@ -18,11 +18,11 @@ public:
     XBigString( const XBigString& inOther );
 
     /// Constructs the text from any arguments that XString accepts, such as a text, a number or a character.
-    template<class... Arguments>
-    requires std::constructible_from<XString, Arguments...> &&
-        ( sizeof...( Arguments ) > 0 ) explicit( sizeof...( Arguments ) > 1 )
-            XBigString( Arguments&&... inArguments )
-        : itsText( std::forward<Arguments>( inArguments )... )
+    template<class... TArguments>
+    requires std::constructible_from<XString, TArguments...> &&
+        ( sizeof...( TArguments ) > 0 ) explicit( sizeof...( TArguments ) > 1 )
+            XBigString( TArguments&&... inArguments )
+        : itsText( std::forward<TArguments>( inArguments )... )
     {
     }
     ~XBigString() override;
@@ -71,8 +71,8 @@ protected:
 
 private:
     /// Applies a change under the lock and announces it.
-    template<class Change>
-    XBigString& ChangeText( Change inChange );
+    template<class TChange>
+    XBigString& ChangeText( TChange inChange );
 
     XString itsText; // guarded by GetMutex()
 };

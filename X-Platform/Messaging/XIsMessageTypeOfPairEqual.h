@@ -9,8 +9,8 @@ class XIsMessageTypeOfPairEqual
 public:
     explicit XIsMessageTypeOfPairEqual( const std::type_info& inType ) : itsIsTypeEqual( inType ) {}
 
-    template<class Pair>
-    bool operator()( const Pair& inPair ) const
+    template<class TPair>
+    bool operator()( const TPair& inPair ) const
     {
         return itsIsTypeEqual( inPair.second );
     }

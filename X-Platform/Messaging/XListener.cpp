@@ -20,7 +20,7 @@
 namespace
 {
 
-constexpr std::uint32_t kPassOverPeriodMs = 10;
+constexpr std::uint32_t kPassOverPeriodMS = 10;
 
 } // namespace
 
@@ -225,10 +225,10 @@ bool XListener::MarkOwnBroadcasts( bool inAreStopping )
 /// checked from time to time.
 void XListener::UnsubscribeFromAll( bool inMayPassOver )
 {
-    const std::uint32_t timeoutMs = inMayPassOver ? kPassOverPeriodMs : kNoTimeout;
+    const std::uint32_t timeoutMS = inMayPassOver ? kPassOverPeriodMS : kNoTimeout;
     while ( XListenerList* const list = PinSubscribed( inMayPassOver ) )
     {
-        list->TryHardUnsubscribe( *this, timeoutMs );
+        list->TryHardUnsubscribe( *this, timeoutMS );
         list->Release();
     }
 }

@@ -9,11 +9,16 @@
 
 std::int32_t XMainLoop::Run()
 {
+    return Run( nullptr, kNoTimeout );
+}
+
+std::int32_t XMainLoop::Run( const std::function<void()>& inWork, std::uint32_t inPeriodMS )
+{
     XAssert( XThread::IsMainThread() );
     XAppMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();
     centre.SpeakMessage( XAppInitialisedMessage( &centre ) );
-    const std::int32_t exitCode =
-        WMainLoop::Run( { XSpeaker::ProcessAllNextEventMessages, XSpeaker::ProcessAllIdleMessages } );
+    const std::int32_t exitCode = WMainLoop::Run(
+        { XSpeaker::ProcessAllNextEventMessages, XSpeaker::ProcessAllIdleMessages, inWork, inPeriodMS } );
     centre.SpeakMessage( XAppClosingMessage( &centre ) );
     return exitCode;
 }

@@ -4,8 +4,8 @@
 #include "Core/Streams/XStream.h"
 #include "Messaging/XRemoteMessage.h"
 
-/// A remote message with one number more: what the classes of such messages have in common, in memory and in streams. A
-/// class derives from it with its own class number and the type of the number.
+/// Base of remote messages that carry one additional number: comparison and stream form. A derived class
+/// passes its class number and the type of the number.
 template<XClassNumber kClassNumber, class TValue>
 class XRemoteValueMessage : public XRemoteMessage
 {

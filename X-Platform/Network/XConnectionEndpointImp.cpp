@@ -3,7 +3,7 @@
 #include "Core/Errors/Internal/XSwallowErrors.h"
 #include "Core/Errors/WLastErrorException.h"
 #include "Ground/XErrorNumbers.h"
-#include "Network/Internal/XWaitObediently.h"
+#include "Network/Internal/XWaitWithCheckpoints.h"
 #include "Threads/XThreadLock.h"
 #include "Time/WClock.h"
 
@@ -124,7 +124,8 @@ WConnectionPtr XConnectionEndpointImp::AcceptConnection( const WConnectionPtr& i
     WConnectionPtr connection;
     // Another thread ends the wait by Unbind or by stopping this one.
     const WDeadline noLimit( kNoTimeout );
-    Check( inConnection, XWaitObediently( [&] { return inConnection->Accept( connection, noLimit ); } ) );
+    Check(
+        inConnection, XWaitWithCheckpoints( [&] { return inConnection->Accept( connection, noLimit ); } ) );
     return connection;
 }
 
@@ -195,7 +196,7 @@ void XConnectionEndpointImp::Drain( WConnection& ioConnection, std::uint32_t inT
     const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>( kMostBytesPerTransfer );
     for ( ;; )
     {
-        const WConnection::Outcome outcome = XWaitObediently(
+        const WConnection::Outcome outcome = XWaitWithCheckpoints(
             [&] { return ioConnection.Receive( buffer.get(), kMostBytesPerTransfer, deadline ); } );
         // A peer that keeps sending would otherwise keep the loop going past the deadline.
         const bool isOver = outcome.status == WConnection::kTimedOut ||
@@ -222,7 +223,7 @@ void XConnectionEndpointImp::SendData( const void* buffer, std::uint32_t length,
     while ( length > 0 )
     {
         const std::int64_t start = WClock::GetMicroSeconds();
-        const WConnection::Outcome outcome = XWaitObediently(
+        const WConnection::Outcome outcome = XWaitWithCheckpoints(
             [&] { return SendSome( connection, bytes, std::min( chunk, length ), inTimeoutMS ); } );
         // The system lacks kernel memory for the transfer; a smaller one may still succeed.
         if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
@@ -270,7 +271,7 @@ std::uint32_t XConnectionEndpointImp::ReceiveOrPeek( std::uint32_t inLength, TTr
     for ( std::uint32_t chunk = inLength;; )
     {
         const WConnection::Outcome outcome =
-            XWaitObediently( [&] { return inTransfer( connection, chunk ); } );
+            XWaitWithCheckpoints( [&] { return inTransfer( connection, chunk ); } );
         if ( outcome.error == WConnection::kErrorNoBuffers && chunk >= 2 )
         {
             chunk /= 2;
@@ -291,7 +292,7 @@ void XConnectionEndpointImp::WaitForMoreData( std::uint32_t inCount, std::uint32
     const WConnectionPtr connection = GetConnected();
     const WDeadline deadline( inTimeoutMS );
     const WConnection::Outcome outcome =
-        XWaitObediently( [&] { return WaitForMore( connection, inCount, deadline ); } );
+        XWaitWithCheckpoints( [&] { return WaitForMore( connection, inCount, deadline ); } );
     Check( connection, outcome );
     // The peer has closed its side.
     if ( outcome.count == 0 )

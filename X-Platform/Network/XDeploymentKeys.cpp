@@ -36,7 +36,7 @@ constexpr std::int64_t kSecondsPerDay = 24 * 60 * 60;
 struct RoleNames
 {
     const char* file;
-    const char* certificate; ///< the name that it is made out to
+    const char* certificate; // the name that it is made out to
 };
 
 constexpr RoleNames kRoles[] = { { "control", "control.korvale" }, { "node", "node.korvale" } };

@@ -54,16 +54,16 @@ XString XNetAddress::GetLocalHostName()
 
 // ---- Queries
 
-std::uint32_t XNetAddress::GetIPAddress( bool lookup ) const
+std::uint32_t XNetAddress::GetIPAddress( bool inLookUp ) const
 {
-    if ( itsIPAddress == 0 && lookup && !itsHostName.IsEmpty() )
+    if ( itsIPAddress == 0 && inLookUp && !itsHostName.IsEmpty() )
         XSwallowErrors( [this] { AskForIPAddress(); } );
     return itsIPAddress;
 }
 
-const XString& XNetAddress::GetHostName( bool lookup ) const
+const XString& XNetAddress::GetHostName( bool inLookUp ) const
 {
-    if ( lookup && !itsIsNameResolved && itsIPAddress != 0 )
+    if ( inLookUp && !itsIsNameResolved && itsIPAddress != 0 )
     {
         itsIsNameResolved = true;
         AskForHostName();
@@ -71,9 +71,9 @@ const XString& XNetAddress::GetHostName( bool lookup ) const
     return itsHostName;
 }
 
-XString XNetAddress::GetIPString( bool lookup ) const
+XString XNetAddress::GetIPString( bool inLookUp ) const
 {
-    const std::uint32_t ip = GetIPAddress( lookup );
+    const std::uint32_t ip = GetIPAddress( inLookUp );
     XString text;
     text += ip >> 24;
     for ( int shift = 16; shift >= 0; shift -= 8 )
@@ -84,10 +84,10 @@ XString XNetAddress::GetIPString( bool lookup ) const
     return text;
 }
 
-XString XNetAddress::GetDescription( bool lookup ) const
+XString XNetAddress::GetDescription( bool inLookUp ) const
 {
-    const XString name = GetHostName( lookup ); // looking up the IP address may change it
-    const XString ip = GetIPString( lookup );
+    const XString name = GetHostName( inLookUp ); // looking up the IP address may change it
+    const XString ip = GetIPString( inLookUp );
     return name.IsEmpty() ? ip : name + " (" + ip + ")";
 }
 

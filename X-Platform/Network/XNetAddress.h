@@ -39,18 +39,18 @@ public:
 
     // ---- Queries
 
-    /// With `lookup`, looks up the host name if the IP address is not known. 0 if that fails.
-    std::uint32_t GetIPAddress( bool lookup ) const;
+    /// With `inLookUp`, looks up the host name if the IP address is not known. 0 if that fails.
+    std::uint32_t GetIPAddress( bool inLookUp ) const;
 
-    /// With `lookup`, looks up the name of an IP address without one; this is done once, even if the address
+    /// With `inLookUp`, looks up the name of an IP address without one; this is done once, even if the address
     /// has no name. May be empty. Valid until the address is changed.
-    const XString& GetHostName( bool lookup ) const;
+    const XString& GetHostName( bool inLookUp ) const;
 
     /// The IP address in dotted form: "10.0.0.5".
-    XString GetIPString( bool lookup ) const;
+    XString GetIPString( bool inLookUp ) const;
 
     /// "server1 (10.0.0.5)", or "10.0.0.5" without a name.
-    XString GetDescription( bool lookup ) const;
+    XString GetDescription( bool inLookUp ) const;
 
     std::int32_t GetPort() const { return itsPort; }
 

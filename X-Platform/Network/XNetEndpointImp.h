@@ -19,7 +19,7 @@ public:
     virtual void Connect( const XNetAddress& inAddress, std::uint32_t inTimeoutMS ) = 0;
     virtual void ConnectWithProgress( const XNetAddress& inAddress, std::uint32_t inTimeoutMS ) = 0;
     virtual void Bind( std::int32_t inPort, std::uint32_t inBacklog ) = 0;
-    /// Where there are no adapters to choose from, as `Bind` with the port.
+    /// Ignores the address if the kind of endpoint has no adapters.
     virtual void BindToAddress( const XNetAddress& inAddress, std::uint32_t inBacklog );
     virtual XNetEndpoint* Listen() = 0;
     virtual void Unbind() = 0;

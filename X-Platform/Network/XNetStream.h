@@ -37,8 +37,8 @@ public:
     std::uint32_t GetRecvTimeout() const { return itsRecvTimeoutMS; }
     void SetRecvTimeout( std::uint32_t inTimeoutMS ) { itsRecvTimeoutMS = inTimeoutMS; }
 
-    /// The most bytes to read from now on, so that a peer cannot have the reader keep any number of them: a read beyond
-    /// them is error 1005. At first there is no limit.
+    /// Limits the bytes read from now on, so that a peer cannot fill the reader's memory: a read beyond the
+    /// limit is error 1005. Initially there is no limit.
     void SetReadLimit( USize64 inCount ) { itsReadsLeft = inCount; }
 
     std::uint64_t GetTotalBytesRead() const { return itsEndpoint.GetTotalBytesRead(); }

@@ -2,7 +2,7 @@
 
 #include "Core/Errors/WLastErrorException.h"
 #include "Ground/XErrorNumbers.h"
-#include "Network/Internal/XWaitObediently.h"
+#include "Network/Internal/XWaitWithCheckpoints.h"
 
 // The state machine of a connection is in XConnectionEndpointImp; here are only the ways into it: a new pipe
 // is put in use (Use), so that Close on another thread can end the attempt, then connected or bound, and its
@@ -96,7 +96,7 @@ void XPipeEndpointImp::Connect( const XNetAddress&, std::uint32_t inTimeoutMS )
             const WDeadline deadline( inTimeoutMS );
             WPipe::Outcome outcome = inPipe->StartConnecting();
             if ( outcome.error == WPipe::kErrorWouldBlock )
-                outcome = XWaitObediently( [&] { return inPipe->FinishConnecting( deadline ); } );
+                outcome = XWaitWithCheckpoints( [&] { return inPipe->FinishConnecting( deadline ); } );
             Check( inPipe, outcome );
             TakeOver( inPipe, XNetEndpoint::kStateConnected );
         } );

@@ -3,7 +3,7 @@
 #include "Core/Errors/WLastErrorException.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
-#include "Network/Internal/XWaitObediently.h"
+#include "Network/Internal/XWaitWithCheckpoints.h"
 
 #include <algorithm>
 #include <utility>
@@ -52,7 +52,7 @@ void XSocketsTCPEndpointImp::Connect( const XNetAddress& inAddress, std::uint32_
     ConnectWith(
         inAddress,
         [deadline = WDeadline( inTimeoutMS )]( const XWaiting& inWaiting )
-        { return XWaitObediently( [&] { return inWaiting( deadline ); } ); } );
+        { return XWaitWithCheckpoints( [&] { return inWaiting( deadline ); } ); } );
 }
 
 /// Waits in slices for the sake of the progress; what ends a wait from outside ends a slice at once.
@@ -68,7 +68,7 @@ void XSocketsTCPEndpointImp::ConnectWithProgress( const XNetAddress& inAddress, 
             for ( ;; )
             {
                 const WDeadline slice( std::min( deadline.GetMillisecondsLeft(), kSliceMS ) );
-                const WSocket::Outcome outcome = XWaitObediently( [&] { return inWaiting( slice ); } );
+                const WSocket::Outcome outcome = XWaitWithCheckpoints( [&] { return inWaiting( slice ); } );
                 if ( outcome.status != WSocket::kTimedOut || deadline.HasPassed() )
                     return outcome;
                 progress.SetProgressIndeterminate();

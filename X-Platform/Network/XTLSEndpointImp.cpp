@@ -4,7 +4,7 @@
 #include "Core/Errors/XException.h"
 #include "Ground/XErrorNumbers.h"
 #include "Network/Internal/XTLSConversation.h"
-#include "Network/Internal/XWaitObediently.h"
+#include "Network/Internal/XWaitWithCheckpoints.h"
 #include "Threads/XThreadLock.h"
 
 // An endpoint has one conversation at a time, for the connection in use. Operations take it together with the
@@ -19,7 +19,7 @@ namespace
 XTLSConversation::XWaiter Until( const WDeadline& inDeadline )
 {
     return [inDeadline]( const XTLSConversation::XWaiting& inWaiting )
-    { return XWaitObediently( [&] { return inWaiting( inDeadline ); } ); };
+    { return XWaitWithCheckpoints( [&] { return inWaiting( inDeadline ); } ); };
 }
 
 /// The time limits each wait by itself.
@@ -28,7 +28,7 @@ XTLSConversation::XWaiter EachWithin( std::uint32_t inTimeoutMS )
     return [inTimeoutMS]( const XTLSConversation::XWaiting& inWaiting )
     {
         const WDeadline deadline( inTimeoutMS );
-        return XWaitObediently( [&] { return inWaiting( deadline ); } );
+        return XWaitWithCheckpoints( [&] { return inWaiting( deadline ); } );
     };
 }
 

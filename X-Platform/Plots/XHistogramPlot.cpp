@@ -8,7 +8,7 @@
 namespace
 {
 constexpr double kLineWidth = 0.9;
-constexpr double kLeastLogarithmicCount = 0.5; ///< So that a bar of one can be seen.
+constexpr double kLeastLogarithmicCount = 0.5; // so that a bar of one can be seen
 
 /// The counts of one group.
 struct Bars
@@ -19,7 +19,7 @@ struct Bars
 
 struct Bins
 {
-    std::vector<double> limits; ///< As they are drawn.
+    std::vector<double> limits; // as they are drawn
     std::vector<Bars> groups;
 
     double GetMost() const

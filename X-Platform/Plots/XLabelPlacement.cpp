@@ -47,8 +47,8 @@ private:
     }
 
     /// All requested positions are at least 0.
-    template<class Action>
-    static void ForEachSquare( const XLabelBox& inBox, Action inAction )
+    template<class TAction>
+    static void ForEachSquare( const XLabelBox& inBox, TAction inAction )
     {
         constexpr double kSide = 32;
         const auto toSquare = []( double inLength )
@@ -86,27 +86,27 @@ XLabelBox GetBox( WPoint inCentre, const XObjectLabel& inNumber )
         inCentre.y + inNumber.height / 2 };
 }
 
-std::vector<std::size_t> OrderBySize( const std::vector<XObjectLabel>& inNumbers )
+std::vector<std::size_t> OrderBySize( const std::vector<XObjectLabel>& inLabels )
 {
-    std::vector<std::size_t> order( inNumbers.size() );
+    std::vector<std::size_t> order( inLabels.size() );
     std::iota( order.begin(), order.end(), std::size_t{ 0 } );
     std::ranges::stable_sort(
         order, std::greater(),
         [&]( std::size_t inEach )
-        { return inNumbers[inEach].object.GetWidth() * inNumbers[inEach].object.GetHeight(); } );
+        { return inLabels[inEach].object.GetWidth() * inLabels[inEach].object.GetHeight(); } );
     return order;
 }
 } // namespace
 
 std::vector<std::optional<WPoint>>
-XPlaceLabels( const std::vector<XObjectLabel>& inNumbers, double inWidth, double inHeight )
+XPlaceLabels( const std::vector<XObjectLabel>& inLabels, double inWidth, double inHeight )
 {
-    std::vector<std::optional<WPoint>> places( inNumbers.size() );
+    std::vector<std::optional<WPoint>> places( inLabels.size() );
     TakenPlaces taken;
-    for ( const auto i : OrderBySize( inNumbers ) )
-        for ( const auto place : ListPlaces( inNumbers[i] ) )
+    for ( const auto i : OrderBySize( inLabels ) )
+        for ( const auto place : ListPlaces( inLabels[i] ) )
         {
-            const auto box = GetBox( place, inNumbers[i] );
+            const auto box = GetBox( place, inLabels[i] );
             const auto isInside =
                 box.left >= 0 && box.top >= 0 && box.right <= inWidth && box.bottom <= inHeight;
             if ( !isInside || !taken.IsFree( box ) )

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+/// A rectangle in the coordinates of the picture.
 struct XLabelBox
 {
     double left;
@@ -21,7 +22,7 @@ struct XLabelBox
 struct XObjectLabel
 {
     XLabelBox object;
-    WPoint centre; ///< Centre of the object.
+    WPoint centre; ///< centre of the object
     double width;
     double height;
 };
@@ -30,4 +31,4 @@ struct XObjectLabel
 /// each label, or no value if there is no room. A label that fits into its object is placed at or near the
 /// object's centre, others beside the object. Larger objects are placed first.
 KORVALE_IMAGING_API std::vector<std::optional<WPoint>>
-XPlaceLabels( const std::vector<XObjectLabel>& inNumbers, double inWidth, double inHeight );
+XPlaceLabels( const std::vector<XObjectLabel>& inLabels, double inWidth, double inHeight );

@@ -21,9 +21,9 @@ constexpr double kCasingWidth = 3.5;
 constexpr double kLeastText = 11;
 constexpr double kMostText = 28;
 
-constexpr double kFigureHeight = 0.72; ///< The height of figures, of the font's size.
+constexpr double kFigureHeight = 0.72; // the height of figures, of the font's size
 constexpr WColour kCasing{ 0, 0, 0, 0.6 };
-constexpr double kHaloWidth = 0.3; ///< The same.
+constexpr double kHaloWidth = 0.3; // the same
 constexpr WColour kHalo{ 0, 0, 0, 0.85 };
 constexpr std::uint64_t kObjectsAtOnce = 64;
 
@@ -51,7 +51,7 @@ public:
     /// Draws a dark line below each line, so that contours are visible on bright ground too.
     void DrawContours( const XOverlayObjects& inObjects )
     {
-        const auto contours = XTraceContours( inObjects.found );
+        const auto contours = XTraceContours( inObjects.objects );
         StrokeAll( contours, { kCasing, kCasingWidth } );
         StrokeAll( contours, { inObjects.colour, kContourWidth } );
     }
@@ -59,7 +59,7 @@ public:
     void AddNumbers( const XOverlayObjects& inObjects )
     {
         auto number = inObjects.firstNumber;
-        for ( const auto& shape : inObjects.found.shapes )
+        for ( const auto& shape : inObjects.objects.shapes )
             AddNumber( shape, std::to_string( number++ ), inObjects.colour );
     }
 
@@ -87,11 +87,11 @@ private:
     };
 
     const std::uint32_t itsFactor;
-    const double itsScale; ///< From pixels of the page to those of the picture.
+    const double itsScale; // from pixels of the page to those of the picture
     const double itsWidth;
     const double itsHeight;
     const std::unique_ptr<WCanvas> itsCanvas;
-    const double itsDigitWidth; ///< Of the font's size.
+    const double itsDigitWidth; // of the font's size
     std::vector<XObjectLabel> itsNumbers;
     std::vector<Text> itsTexts;
 

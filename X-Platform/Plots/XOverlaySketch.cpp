@@ -12,7 +12,7 @@ constexpr std::uint32_t kMostSide = 5000; // Largest useful preview side, in pix
 
 // Colours that colour-blind readers tell apart (Okabe and Ito).
 constexpr WColour kOuterColour{ 0xF0, 0xE4, 0x42 };
-constexpr WColour kInnerColour{ 0x56, 0xB4, 0xE9 };
+constexpr WColour kChildColour{ 0x56, 0xB4, 0xE9 };
 
 /// Shows another picture of the same size where there are objects.
 void CopyInside(
@@ -37,7 +37,7 @@ void XOverlaySketch::SetNumbers( std::uint64_t inFirst )
     for ( auto& each : objects )
     {
         each.firstNumber = inFirst;
-        inFirst += each.found.shapes.size();
+        inFirst += each.objects.shapes.size();
     }
 }
 
@@ -48,12 +48,12 @@ XSketchOverlay( const WImagePage& inPage, const XMeasureSettings& inSettings, XP
     XOverlaySketch sketch;
     sketch.reduction = ( std::max( inPage.width, inPage.height ) - 1 ) / kMostSide + 1;
     sketch.picture = XMakeGreyscalePreview( inPage, channel, sketch.reduction );
-    if ( inSettings.inside && inSettings.inside->channel != channel )
+    if ( inSettings.children && inSettings.children->channel != channel )
         CopyInside(
-            XMakeGreyscalePreview( inPage, inSettings.inside->channel, sketch.reduction ), sketch.reduction,
+            XMakeGreyscalePreview( inPage, inSettings.children->channel, sketch.reduction ), sketch.reduction,
             inObjects.outer, sketch.picture );
     sketch.objects.push_back( { std::move( inObjects.outer ), kOuterColour } );
-    sketch.objects.push_back( { std::move( inObjects.inner.found ), kInnerColour } );
+    sketch.objects.push_back( { std::move( inObjects.children.objects ), kChildColour } );
     sketch.SetNumbers( 1 );
     return sketch;
 }

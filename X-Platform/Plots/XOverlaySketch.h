@@ -10,7 +10,7 @@
 /// Objects drawn in one colour and numbered consecutively from `firstNumber`.
 struct XOverlayObjects
 {
-    XLabelledObjects found;
+    XLabelledObjects objects;
     WColour colour;
     std::uint64_t firstNumber = 1;
 };
@@ -19,7 +19,7 @@ struct XOverlayObjects
 struct KORVALE_IMAGING_API XOverlaySketch
 {
     WGreyPicture picture;
-    std::uint32_t reduction = 1; ///< Pixels of the page per pixel of the picture, in both directions.
+    std::uint32_t reduction = 1; ///< pixels of the page per pixel of the picture, in both directions
     std::vector<XOverlayObjects> objects;
 
     /// Numbers the objects consecutively from `inFirst`.

@@ -20,7 +20,7 @@ struct XPlotColumn
 
 struct XPlotGroup
 {
-    std::string name; ///< UTF-8.
+    std::string name; ///< UTF-8
     WColour colour;
     std::uint64_t count = 0;
 };
@@ -28,10 +28,10 @@ struct XPlotGroup
 /// The rows that can be drawn, in the order of the table.
 struct XPlotData
 {
-    std::vector<std::vector<double>> numbers; ///< For each column the numbers of all rows.
+    std::vector<std::vector<double>> numbers; ///< for each column the numbers of all rows
     std::vector<std::uint32_t> groupOfRow;
-    std::vector<XPlotGroup> groups; ///< At least one, unless there are no rows.
-    std::uint64_t leftOut = 0;      ///< Rows without a number that can be drawn.
+    std::vector<XPlotGroup> groups; ///< at least one, unless there are no rows
+    std::uint64_t leftOut = 0;      ///< rows without a number that can be drawn
 };
 
 /// Reads the first `inRowCount` rows of columns of one table. With `inGroups`, rows are grouped by their text

@@ -14,7 +14,7 @@ struct XPlotSettings
     double width = 0;
     double height = 0;
     std::string title;
-    std::optional<std::string> groupTitle; ///< Of the column that defines the groups, if any.
+    std::optional<std::string> groupTitle; ///< of the column that defines the groups, if any
     bool isLogarithmicX = false;
     bool isLogarithmicY = false;
     std::optional<std::uint32_t> bins;

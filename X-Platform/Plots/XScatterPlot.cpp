@@ -55,7 +55,7 @@ public:
 private:
     static constexpr std::size_t kMostSingle = 20000;
 
-    const double itsCell; ///< 0: none.
+    const double itsCell; // 0: none
     std::vector<Disc> itsDiscs;
     std::unordered_map<std::uint64_t, std::size_t> itsCells;
 };

@@ -2,8 +2,8 @@
 
 #include "RemoteCalls/XRPCBridge.h"
 
-/// A bridge between a control service and those that it serves. The service answers on its main port, by the preamble of
-/// this class.
+/// A bridge between a control service and its clients and nodes. The preamble of this class selects it on the
+/// main port of the service.
 class KORVALE_API XControlBridge : public XRPCBridge
 {
 public:

@@ -2,20 +2,20 @@
 
 #include "RemoteCalls/XRPCBridge.h"
 
-/// A bridge between processes of one user on one machine, over a pipe with a name (XPipeEndpointImp): the same calls without a
-/// cipher; who may connect to the pipe may call. Served by an XNamedPipeServer (XServeBridge).
+/// A bridge between processes of one user on one machine, over a named pipe (XPipeEndpointImp), without a
+/// cipher: the permissions of the pipe decide who may call. Served by an XNamedPipeServer (XServeBridge).
 ///
-/// `ConnectToPipe` takes the place of `Connect`, whose address counts for nothing here.
+/// Use `ConnectToPipe` instead of `Connect`, whose address is ignored.
 class KORVALE_API XLPCBridge : public XRPCBridge
 {
 public:
-    /// The bridge of a client to a pipe. 1013 for a name that is not valid.
+    /// A client's bridge to the pipe. Throws 1013 if the name is invalid.
     XLPCBridge( XBridgeType inType, const XString& inPipeName );
-    /// The bridge of a server.
+    /// A server's bridge.
     explicit XLPCBridge( XBridgeType inType );
     ~XLPCBridge() override;
 
-    /// As `Connect`. 3106 where nobody listens, or somebody else's process does.
+    /// Connects as `Connect` does. 3106 if the pipe has no listener, or one of another user.
     void ConnectToPipe( std::uint32_t inTimeoutMS, bool inUseAutoReconnect = false );
 
     XString GetPipeName() const { return itsPipeName; }

@@ -4,11 +4,12 @@
 
 class XRPCBridgeBase;
 
-/// A call that is being sent: has the sender of the bridge for a scope.
+/// The scope of a call being sent: owns the sender of the bridge.
 class KORVALE_API XMakeRPCCall
 {
 public:
-    /// Waits for calls of other threads. A checkpoint of the calling thread. 3098, 3099, 3100 as in XRPCBridgeBase.
+    /// Waits for calls of other threads; a checkpoint of the calling thread. Throws 3098, 3099 and 3100 as
+    /// described in XRPCBridgeBase.
     XMakeRPCCall( XRPCBridgeBase& ioBridge, std::uint32_t inCode, bool inWaitForReturn );
     XMakeRPCCall( const XMakeRPCCall& ) = delete;
     XMakeRPCCall& operator=( const XMakeRPCCall& ) = delete;

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// For which a peer may read what was sent before a connection is closed.
+/// How long a peer may read the last bytes sent before its connection is closed.
 constexpr std::uint32_t kLastWordsMS = 1000;
 
 } // namespace
@@ -26,18 +26,20 @@ XRPCBridge::XRPCBridge( XBridgeType inType, const XRPCCipher& inCipher, USize64 
 XRPCBridge::~XRPCBridge()
 {
     XSwallowErrors( [this] { StopBridge(); } );
+    itsSenderStream
+        .reset(); // its destructor tries to send deferred calls on the endpoint, which must still exist
 }
 
 void XRPCBridge::StopBridge()
 {
-    const XPreventThreadStop preventStop; // of the calling thread: this has to be done to the end
+    const XPreventThreadStop preventStop; // of the calling thread: the bridge must be stopped completely
     ForceDisconnect();
     StopThread();
     StopFlusher();
     StopSpeaking();
 }
 
-// ---- Endpoints. Each is used through a pointer of the user's own, so that it can be replaced meanwhile.
+// ---- Endpoints. Every user copies the shared pointer, so that another thread can replace it meanwhile.
 
 XRPCBridge::XEndpointPtr XRPCBridge::GetEndpoint( const XEndpointPtr& inEndpoint ) const
 {
@@ -69,7 +71,8 @@ XString XRPCBridge::DescribeReceiver() const
     return endpoint ? endpoint->GetRemoteAddress().GetDescription( true ) : XString();
 }
 
-/// An attempt to connect for the other direction belongs to the opening of this one.
+/// The second connection of a bidirectional client is made during the opening of the first, so it is dropped
+/// too.
 void XRPCBridge::DropSender()
 {
     for ( const XEndpointPtr& endpoint :
@@ -109,7 +112,7 @@ void XRPCBridge::ConnectEndpoint(
         ioEndpoint.Connect( inAddress, inTimeoutMS, itsTriesAdapters );
 }
 
-/// 3100 once the user has disconnected the bridge.
+/// Throws 3100 once the user has disconnected the bridge.
 void XRPCBridge::CheckIsWanted() const
 {
     const XThreadLock lock( GetMutex() );
@@ -153,7 +156,7 @@ void XRPCBridge::Connect(
         XSwallowErrors( [this] { StopThread(); } );
         throw;
     }
-    itsShowsProgress = false; // not for those that happen by themselves
+    itsShowsProgress = false; // not in reconnections
 }
 
 void XRPCBridge::Disconnect( std::uint32_t inTimeoutMS )
@@ -193,7 +196,8 @@ void XRPCBridge::ForceDisconnect()
     DropReceiver( false );
 }
 
-/// Under the sender mutex, as what follows. What was sent arrives before the connection ends.
+/// Under the sender mutex, like the functions below. Sends the deferred calls and waits until the peer has
+/// them.
 void XRPCBridge::EndSender( std::uint32_t inTimeoutMS )
 {
     const XEndpointPtr endpoint = GetEndpoint( itsSenderEndpoint );

@@ -12,34 +12,36 @@ class WDeadline;
 class WTLSContext;
 class XRetryPause;
 
-/// A bridge over TCP connections. Applications derive from it, declare their methods (XREMOTE_METHOD) and give the class a
-/// version of its own, by which a server tells what kind of bridge answers (XServeBridge).
+/// A bridge over TCP connections. Applications derive from it, declare their methods (XREMOTE_METHOD) and
+/// give the class its own version, by which a server selects the bridge that answers (XServeBridge).
 ///
-/// A client connects; a server's bridges are made by its responders (XRPCResponder). A bidirectional client receives
-/// calls over a second connection, a receive-only client over its only one, on a thread of the bridge's own.
+/// A client connects; a server's responders create its bridges (XRPCResponder). A bidirectional client
+/// receives calls over a second connection, a receive-only client over its only one, on the bridge's own
+/// thread.
 ///
-/// Reconnection: a client that receives and has auto-reconnect connects again when the connection on which it receives is
-/// lost, with pauses that grow from 100 ms to 10 s, each cut by a random part, until it is disconnected. Calls try for
-/// as long as the time-out of `Connect`, with pauses of at most a second.
+/// Reconnection: a receiving client with auto-reconnect reconnects when it loses the connection on which it
+/// receives, with randomised pauses growing from 100 ms to 10 s, until it is disconnected. Calls retry for
+/// the time-out of `Connect`, with pauses of at most a second.
 ///
-/// A conversation has no check against an eavesdropper by itself: between machines use TLS (`UseTLS`).
+/// Security: a conversation by itself does not protect against eavesdroppers. Use TLS between machines
+/// (`UseTLS`).
 ///
-/// Ownership: shared (XRefPtr); on a server by the responder while the connection lasts. Who calls a bridge holds a
-/// reference. The destructor of a derived class that receives calls begins with `StopBridge`, while the members exist that
-/// its methods use; for bridges of servers, whose responders hold them while methods run, that is not needed. A
-/// bridge is not to be destroyed by a method that it runs.
+/// Ownership: shared (XRefPtr); a server's responder shares it during the connection. Callers hold a
+/// reference. The destructor of a derived class that receives calls must begin with `StopBridge`, while the
+/// members that its methods use still exist; bridges of servers do not need this, because the responder holds
+/// a reference while methods run. A method must not destroy the bridge that runs it.
 class KORVALE_API XRPCBridge : public XRPCBridgeBase, public XRefCountable, private XThread
 {
 public:
     static constexpr USize64 kDefaultBufferSize = 4096;
 
-    /// The milliseconds for each step of the opening of a conversation, and for what is sent later to move.
+    /// The time-out of each step of the handshake, and of sending later, in milliseconds.
     static constexpr std::uint32_t kHandshakeTimeoutMS = 10'000;
 
-    /// The milliseconds for which the number of a bidirectional session is valid.
+    /// The lifetime of a bidirectional session number, in milliseconds.
     static constexpr std::uint32_t kSessionTimeoutMS = 10'000;
 
-    /// The size of the buffer of each stream, in bytes. TEA has none, whatever the size.
+    /// `inBufferSize`: the buffer of each stream, in bytes; TEA streams have none.
     explicit XRPCBridge(
         XBridgeType inType, const XRPCCipher& inCipher = XRPCCipher(),
         USize64 inBufferSize = kDefaultBufferSize );
@@ -47,45 +49,46 @@ public:
 
     // ---- Clients
 
-    /// Has connections use TLS from the next one on.
+    /// Sets the TLS context of the next connections; null for none.
     void UseTLS( const std::shared_ptr<const WTLSContext>& inContext );
 
-    /// Connects and opens the conversation; a present one is ended first. Each step has the time-out, for the connection as
-    /// in `XNetEndpoint::Connect`, with its progress where that is wanted. Errors as there, and 3092, 3093, 3094 where the
-    /// server refuses; with a wrong key 3094, or the connection ends (3100), or answers come too late (3105). An internal
-    /// error on a server's bridge.
+    /// Closes any existing conversation, connects as `XNetEndpoint::Connect` does (optionally with progress)
+    /// and opens a conversation. Errors: those of `XNetEndpoint::Connect`; 3092, 3093, 3094 if the server
+    /// rejects the client; 3094, 3100 or 3105 with a wrong key. An internal error on a server's bridge.
     void Connect(
         const XNetAddress& inAddress, std::uint32_t inTimeoutMS, bool inTryAdapters = true,
         bool inShowProgress = false, bool inUseAutoReconnect = false );
 
     // ---- Both ends
 
-    /// How long a call waits for the next bytes of its return, from the next connection on; without limit at first. A call
-    /// whose time is over ends the connection; it fails with 3105, or is repeated where a client reconnects.
+    /// Sets the time-out for the next bytes of a return, effective from the next connection; initially none.
+    /// A time-out closes the connection: the call fails with 3105, or is repeated if the client reconnects.
     void SetReturnTimeout( std::uint32_t inTimeoutMS ) { itsReturnTimeoutMS = inTimeoutMS; }
 
-    /// Lets the call that is being sent end, for as long as the time-out, closes all connections and waits for the thread that
-    /// receives calls.
+    /// Waits up to the time-out for the call being sent, closes all connections and waits for the end of the
+    /// receiving thread.
     void Disconnect( std::uint32_t inTimeoutMS = 1000 );
 
     void ForceDisconnect() override;
 
-    /// The ends of the connection on which calls are sent, or else of that on which they arrive; empty addresses without one.
+    /// The addresses of the connection on which calls are sent, else of that on which they arrive; empty
+    /// without a connection.
     XNetAddress GetLocalAddress() const;
     XNetAddress GetRemoteAddress() const;
 
     // ---- Servers
 
-    /// Serves a connection that was accepted on the calling thread, and calls `inAuthenticated` when the peer has shown that
-    /// it may be here. Returns when the peer has gone away. For responders. 1013 while the bridge serves another one.
+    /// Serves an accepted connection on the calling thread until the peer closes it; calls `inAuthenticated`
+    /// once the peer has authenticated. For responders. Throws 1013 while the bridge serves another
+    /// connection.
     void Serve( const XNetEndpoint& inEndpoint, const std::function<void()>& inAuthenticated );
 
-    /// Takes a connection over, opens a conversation on it and sends calls on it from now on. Throws what that fails with;
-    /// the endpoint is the bridge's in any case.
+    /// Opens a conversation on a connection and sends calls on it from now on. Throws the error of the
+    /// handshake. Takes ownership of the endpoint in any case.
     void AcquireSenderEndpoint( XNetEndpoint* inEndpoint );
 
-    /// Gives a connection that a bidirectional client has made to the bridge that has told it the number of the session.
-    /// 3097 for a number that is not valid (any more). Takes the endpoint over in any case.
+    /// Passes the second connection of a bidirectional client to the bridge that issued the session number.
+    /// Throws 3097 for an invalid or expired number. Takes ownership of the endpoint in any case.
     static void ConnectBidirectionalSession( std::uint32_t inSessionID, XNetEndpoint* inEndpoint );
 
     std::uint32_t RequestBidirectionalSessionSelf() override;
@@ -99,26 +102,26 @@ public:
     void WriteStream2( XStream& inStream, XOptions inOptions = kNoOptions ) const override;
 
 protected:
-    /// Ends all connections, waits until nothing of the bridge runs on its own thread and speaks no more messages.
+    /// Closes all connections, waits for the end of the bridge's threads and speaks no more messages.
     void StopBridge();
 
-    // ---- The kind of connection. Overridden for others than TCP
+    // ---- The connection. Overridden for connections other than TCP
 
     virtual XNetEndpoint MakeEndpoint() const;
     virtual void
     ConnectEndpoint( XNetEndpoint& ioEndpoint, const XNetAddress& inAddress, std::uint32_t inTimeoutMS );
 
-    // ---- The opening of a conversation
+    // ---- The opening handshake
 
-    /// Sends the preamble: the version of the class, unless that is XRPCBridge itself.
+    /// Sends the preamble, which is the class version; none for XRPCBridge itself.
     void PreInitialiseRPCProtocolForSender( XNetEndpoint& ioEndpoint );
-    /// Makes the stream and opens the conversation on it.
+    /// Creates the sender stream and opens the conversation on it.
     void InitialiseRPCProtocolForSender( XNetEndpoint& ioEndpoint );
 
 private:
     using XEndpointPtr = std::shared_ptr<XNetEndpoint>;
 
-    /// The order of bytes until one has been negotiated.
+    /// The byte order until one has been negotiated.
     static constexpr XByteOrder kFirstByteOrder = kMotorolaOrder;
 
     void ReconnectSender() override;
@@ -164,13 +167,13 @@ private:
     // Guarded by the bridge's mutex:
     std::shared_ptr<const WTLSContext> itsTLSContext;
     XEndpointPtr itsSenderEndpoint;  // replaced under the sender mutex
-    XEndpointPtr itsReverseEndpoint; // of a client: which connects, to receive on
+    XEndpointPtr itsReverseEndpoint; // of a client: the second connection while it connects
     XEndpointPtr itsRemoteEndpoint;  // on which calls arrive; replaced by the receiving thread
-    XEndpointPtr itsPendingEndpoint; // of a client: which the thread is to receive on next
+    XEndpointPtr itsPendingEndpoint; // of a client: the connection to receive on next
     XNetAddress itsServerAddress;
     std::uint32_t itsConnectTimeoutMS = 0;
     bool itsTriesAdapters = true;
-    bool itsShowsProgress = false; // of the thread that has the sender mutex
+    bool itsShowsProgress = false; // guarded by the sender mutex
     bool itsHasBeenConnected = false;
     bool itsIsDisconnected = true; // by the user, or not connected yet
     bool itsHasEndedReceiving = false;

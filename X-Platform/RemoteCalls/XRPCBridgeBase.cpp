@@ -62,7 +62,7 @@ bool XRPCBridgeBase::LoseSender()
 {
     const XThreadLock lock( itsMutex );
     itsSenderState = kNotConnected;
-    itsHasDeferred = false; // what has not been sent is lost
+    itsHasDeferred = false; // unsent calls are lost
     itsStateChanged.Broadcast();
     return itsSenderIsAvailable.exchange( false );
 }
@@ -110,7 +110,7 @@ XRPCSlotBase* XRPCBridgeBase::GetRPCCallSlot( std::uint32_t inCode ) const
     return found == itsSlots.end() ? nullptr : found->second.get();
 }
 
-// ---- The calls that every bridge knows
+// ---- Built-in calls
 
 void XRPCBridgeBase::SpeakRemoteMessage( const XRemoteMessage& inMessage )
 {
@@ -137,7 +137,7 @@ std::uint32_t XRPCBridgeBase::InitiateConversationSelf( std::uint32_t inVersion,
     return itsSentinel;
 }
 
-/// A peer that does not know the answer gets no other one.
+/// A wrong answer gets no return: the connection is closed.
 std::uint32_t
 XRPCBridgeBase::AuthenticateConversationSelf( std::uint32_t inAnswer, std::uint32_t inChallenge )
 {
@@ -156,7 +156,7 @@ XRPCBridgeBase::AuthenticateConversationSelf( std::uint32_t inAnswer, std::uint3
     return TransformSentinel( inChallenge );
 }
 
-/// The answer still goes in the old order.
+/// The answer is still written in the old order.
 std::uint32_t XRPCBridgeBase::NegotiateByteOrderSelf( std::uint32_t inOrder )
 {
     if ( inOrder > kMotorolaOrder )
@@ -177,7 +177,7 @@ void XRPCBridgeBase::RegisterNegotiateByteOrder()
     RegisterSlot( kNegotiateByteOrder, this, &XRPCBridgeBase::NegotiateByteOrderSelf );
 }
 
-/// No other thread's call may come between the answer and the switch.
+/// Holds the sender, so that no call of another thread comes between the answer and the switch.
 std::uint32_t XRPCBridgeBase::NegotiateByteOrder( std::uint32_t inOrder )
 {
     const XThreadLock lock( itsSenderMutex, kNoTimeout, true );

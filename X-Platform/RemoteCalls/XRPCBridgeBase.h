@@ -17,39 +17,40 @@ class XEncryptedNetStream;
 class XException;
 class XRPCFlusher;
 
-/// Whether a call may be sent again when the connection was lost before its return was there.
+/// Whether a call may be sent again if the connection is lost before its return has arrived.
 enum class XRPCRepeat : std::uint32_t
 {
     kMayRepeat,
     kOnce,
 };
 
-/// One end of a conversation of remote calls: the protocol, the table of slots and the book-keeping of calls, without a
-/// connection (XRPCBridge). docs/remote-calls.md tells how applications declare methods and serve them.
+/// One end of a conversation of remote calls: protocol, slot table and call state, without a connection
+/// (XRPCBridge). docs/remote-calls.md describes how applications declare and serve methods.
 ///
-/// Ends: a bridge sends calls, one at a time, and may receive calls, one at a time, on a thread. Each call of another thread
-/// waits for the one that is being sent. A method that runs here may call the peer where this end sends at all, unless
-/// a thread of the peer waits for it with the bridge in use.
+/// Calls: a bridge sends one call at a time, and may receive one call at a time on a thread. The calls of
+/// other threads wait for the call being sent. A method that runs here may call the peer if this end can
+/// send, unless the peer's thread that waits for the method holds its own sender meanwhile.
 ///
-/// Reconnection: where a client has auto-reconnect, a call that loses its connection connects again, for as long as the
-/// connect time-out lasts, and is sent again as a whole. So it may have run twice on the peer, the first time without
-/// anybody hearing of the result; a method that was declared to run once fails with 3100 instead. A call whose form is
-/// `_NoWaitForReturn` may be lost without notice, as may those before it that wait in the system's buffers.
+/// Reconnection: if a client has auto-reconnect, a call that loses its connection reconnects, for at most the
+/// connect time-out, and is sent again as a whole. It may therefore run twice on the peer, with the first
+/// result lost; a method declared to run once fails with 3100 instead. A `_NoWaitForReturn` call can be lost
+/// without an error, as can earlier ones that are still in the system's buffers.
 ///
-/// Calls whose form is `_NoWaitForReturn` are sent together where they follow each other closely: one waits for others for
-/// about 200 µs at most, unless a buffer is full, a call is made that waits, or the bridge is disconnected (`Disconnect`)
-/// before.
+/// Batching: `_NoWaitForReturn` calls in quick succession are sent together. A call waits for others for
+/// about 200 µs at most; a full buffer, a call that waits for its return, and `Disconnect` send it earlier.
 ///
-/// Messages: `SpeakRemoteMessage` hands a message to the bridge at the other end, which speaks it as its own; ordinary
-/// listeners there hear it on the main thread, coalesced by its rule.
+/// Messages: `SpeakRemoteMessage` passes a message to the bridge at the other end, which speaks it as its
+/// own; ordinary listeners there receive it on the main thread, coalesced by its rule.
 ///
-/// Threads: every operation may be called from any thread. A bridge is not destroyed while another thread is in one of its
-/// operations.
-/// Errors of calls: the number with which the method failed on the peer (3090 for what is no XException), as an
-/// XException with that number; 3091 when the peer does not know the call; 3095 when an object is not of the declared class;
-/// 3098 when the call was aborted; 3099 for a server that cannot send, 3100 for a client that is not connected, and when the
-/// connection is lost; 1003, 1004, 1005 and 1015 for results that cannot be read; what the arguments throw when they are
-/// written. A call that fails in any way but by a number of the peer's, 3091 and 3095 ends the connection.
+/// Threads: any thread may call any operation. A bridge must not be destroyed while another thread is in one
+/// of its operations.
+///
+/// Errors of calls, as an XException with the number: the number with which the method failed on the peer
+/// (3090 if it threw something other than an XException); 3091 if the peer does not support the call; 3095 if
+/// an object is not of the declared class; 3098 if the call was aborted; 3099 for a server that cannot send;
+/// 3100 for a client without a connection, and if the connection is lost; 1003, 1004, 1005 and 1015 if the
+/// result cannot be read; and what writing the arguments throws. Every failure except a number of the peer's,
+/// 3091 and 3095 closes the connection.
 class KORVALE_API XRPCBridgeBase : public XStorable, public XSpeaker
 {
 public:
@@ -63,7 +64,7 @@ public:
         kReceiveOnlyServer = 102,   ///< the other end of a `kReceiveOnlyClient`
     };
 
-    /// Of one direction of a conversation.
+    /// The state of one direction of a conversation.
     enum XRPCConnectionState : std::uint32_t
     {
         kNotConnected = 0,
@@ -72,7 +73,7 @@ public:
         kAuthenticated = 3, ///< the security sentinel was answered correctly
     };
 
-    /// The calls that every bridge knows.
+    /// The built-in calls of every bridge.
     enum XCallCode : std::uint32_t
     {
         kNoCall = 0,
@@ -88,7 +89,7 @@ public:
 
     static constexpr std::uint32_t kProtocolVersion = 1000;
 
-    /// Marks the code of a call that does not wait for a return.
+    /// Marks the code of a call without a return.
     static constexpr std::uint32_t kAsynchronousCall = 0x80000000;
 
     XRPCBridgeBase( const XRPCBridgeBase& ) = delete;
@@ -101,63 +102,66 @@ public:
     bool IsClient() const { return GetBridgeType() < kServer; }
     bool IsServer() const { return !IsClient(); }
 
-    /// The state of the direction in which the conversation was opened: calls of the client to the server, but for
-    /// receive-only ends.
+    /// The state of the direction from client to server, for receive-only ends of that from server to client.
     XRPCConnectionState GetState() const;
     XRPCConnectionState GetSenderState() const { return itsSenderState; }
     XRPCConnectionState GetReceiverState() const { return itsReceiverState; }
 
-    /// Whether calls can be sent, and are received, at this moment.
+    /// Whether calls can be sent, and whether they are received, at present.
     bool CanSend() const { return itsSenderIsAvailable; }
     bool CanRecv() const { return itsReceiverState == kAuthenticated; }
 
-    /// Whether a lost connection is made again. For clients.
+    /// Whether a client reconnects when the connection is lost.
     void SetUseAutoReconnect( bool inUseAutoReconnect ) { itsUsesAutoReconnect = inUseAutoReconnect; }
     bool CanAutoReconnect() const { return itsUsesAutoReconnect && IsClient(); }
 
     static constexpr USize64 kDefaultMostCallBytes = 1024 * 1024 * 1024;
 
-    /// The most bytes that a call may have with its arguments where it is received, and a return with its result. More of
-    /// them are 1005, and end the connection: so they do not fill the memory.
+    /// Limits the bytes of a received call with its arguments and of a return with its result, to protect the
+    /// memory. A longer one is error 1005 and closes the connection.
     void SetMostCallBytes( USize64 inBytes ) { itsMostCallBytes = inBytes; }
 
-    /// Waits until calls can be sent: on a server, until a bidirectional or receive-only client receives them. 3105 when
-    /// the time is over.
+    /// Waits until calls can be sent: on a server, until a bidirectional or receive-only client receives
+    /// them. Throws 3105 on a time-out.
     void WaitForReceiverToConnect( std::uint32_t inTimeoutMS );
 
-    /// Ends all connections at once, and the calls that use them (3100). Nothing connects again until `Connect`.
+    /// Closes all connections at once; calls that use them fail with 3100. No reconnection until `Connect`.
     virtual void ForceDisconnect() = 0;
 
     // ---- Aborting calls
 
-    /// Has the next call with this code that is begun fail with 3098, unless one with another code comes first. One that is
-    /// being sent fails at once; its connection is ended and made again where this is a client.
+    /// Makes the next call with this code fail with 3098, unless a call with another code begins first. A
+    /// call with this code that is being sent fails at once: its connection is closed, and a client
+    /// reconnects.
     void AbortSenderRPCCall( std::uint32_t inCode );
-    /// Has the next call with this code that arrives fail with 3098, on its sender.
+    /// Makes the next call received with this code fail with 3098 at its sender.
     void AbortReceiverRPCCall( std::uint32_t inCode );
     void ResetSenderAbortRPCCall();
     void ResetReceiverAbortRPCCall();
 
-    /// Lets other threads send before the scope of this thread's call ends (XMakeRPCCall): for those who have their return.
+    /// Releases the sender before the scope of this thread's call (XMakeRPCCall) ends; for use once the
+    /// return has been read.
     void ReleaseSenderEarly( std::uint32_t inCode );
 
-    // ---- Calls of the process, since its beginning, modulo 2^32
+    // ---- Calls of the process since its start, modulo 2^32
 
     static std::uint32_t GetTotalRPCCallsSent() { return sTotalRPCCallsSent; }
     static std::uint32_t GetTotalRPCCallsReceived() { return sTotalRPCCallsReceived; }
 
-    // ---- The calls that every bridge knows. The first two and the session requests are for the opening of a conversation,
-    // which makes them by itself.
+    // ---- Built-in calls. Connect itself makes the first two and the session requests.
 
-    /// Version of the protocol and type of the client; returns the sentinel. 3092, 3093 for other versions and types.
+    /// Takes the protocol version and the client type, returns the sentinel. 3092 or 3093 for other versions
+    /// and types.
     XREMOTE_METHOD_FORMS(
         kInitiateConversation, XRPCRepeat::kOnce, std::uint32_t, InitiateConversation, std::uint32_t,
         std::uint32_t )
-    /// Answer to the sentinel and challenge; returns the answer to the challenge. A wrong answer ends the connection.
+    /// Takes the answer to the sentinel and a challenge, returns the answer to the challenge. A wrong answer
+    /// closes the connection.
     XREMOTE_METHOD_FORMS(
         kAuthenticateConversation, XRPCRepeat::kOnce, std::uint32_t, AuthenticateConversation, std::uint32_t,
         std::uint32_t )
-    /// Has both ends use an order (XByteOrder) from the next call on; returns it. 1005 for others than 0 and 1.
+    /// Switches both ends to a byte order (XByteOrder) from the next call on; returns it. 1005 if it is
+    /// neither 0 nor 1.
     std::uint32_t NegotiateByteOrder( std::uint32_t inOrder );
     void NegotiateByteOrder_NoWaitForReturn( std::uint32_t inOrder );
     std::optional<std::uint32_t> NegotiateByteOrder_NoThrow( std::uint32_t inOrder ) noexcept;
@@ -167,7 +171,7 @@ public:
         kIsRPCCallSupported, XRPCRepeat::kMayRepeat, bool, IsRPCCallSupported, std::uint32_t )
     XREMOTE_METHOD_FORMS(
         kRequestBidirectionalSession, XRPCRepeat::kOnce, std::uint32_t, RequestBidirectionalSession )
-    /// Does nothing; that it returns proves that the peer is alive.
+    /// Does nothing; its return proves that the peer is alive.
     XREMOTE_METHOD_FORMS( kCheckAlive, XRPCRepeat::kMayRepeat, void, CheckAlive )
     XREMOTE_METHOD_FORMS(
         kSpeakRemoteMessage, XRPCRepeat::kMayRepeat, void, SpeakRemoteMessage,
@@ -185,10 +189,10 @@ public:
     virtual void SpeakRemoteMessageSelf( std::unique_ptr<XRemoteMessage> inMessage );
     virtual void RequestReceiveOnlySessionSelf();
 
-    /// What proves that both ends speak the protocol with the same key: one and a half times the number, truncated.
+    /// The expected answer to a sentinel or challenge: 1.5 times the number, truncated.
     static std::uint32_t TransformSentinel( std::uint32_t inSentinel );
 
-    // ---- Storage: a bridge is stored by its class alone. Copies of it make no sense (1013).
+    // ---- Storage: only the class versions of a bridge are stored. Clone throws 1013.
 
     static XVersion GetClassVersion();
     static XVersion GetSuperClassVersion();
@@ -201,7 +205,7 @@ public:
 protected:
     explicit XRPCBridgeBase( XBridgeType inType );
 
-    // ---- Methods of derived classes: what XREMOTE_METHOD makes its forms of
+    // ---- Methods of derived classes: used by XREMOTE_METHOD
 
     template<class TBridge, class TResult, class... TArguments>
     void RegisterSlot(
@@ -246,100 +250,102 @@ protected:
         }
     }
 
-    /// The slot for a code; null when there is none.
+    /// The slot for a code; null if there is none.
     XRPCSlotBase* GetRPCCallSlot( std::uint32_t inCode ) const;
 
-    // ---- Sending a call. Between `BeginRPCCall` and `EndRPCCall` the calling thread has the sender to itself.
+    // ---- Sending a call. The calling thread owns the sender from `BeginRPCCall` to `EndRPCCall`.
 
     friend class XMakeRPCCall;
 
     void BeginRPCCall( std::uint32_t inCode, bool inWaitForReturn );
     void EndRPCCall();
-    /// The stream for the arguments, behind the call word.
+    /// Writes the call word and returns the stream for the arguments.
     XStream& PrepareSenderParameterBuffer( std::uint32_t inCode );
-    /// Sends the call, or leaves that to a moment later where it does not wait for a return and follows another.
+    /// Sends the call; one without a return in quick succession may be deferred (see Batching).
     void FlushSenderParameterBuffer();
-    /// Waits for the return and reads its status word; the stream is at the result then. Without `inWaitForReturn` 0.
+    /// Waits for the return and reads its status word; the result follows in the stream. 0 if
+    /// `inWaitForReturn` is false.
     std::uint32_t PrepareSenderReturnBuffer( bool inWaitForReturn );
 
-    /// The call that is being sent has failed to. Returns where it is to be sent again, else throws what it ends with. Within
-    /// the handler of the error.
+    /// Handles the failure to send a call, within the handler of the error. Returns if the call is to be sent
+    /// again, otherwise throws the error of the call.
     void HandleRPCCallError( const XException& inError, bool inMayRepeat );
     void HandleRPCCallUnknownError();
 
     // ---- Receiving calls
 
-    /// Serves calls until the peer has gone away, or `EndConversation` was called. Other errors are thrown. For servers, and
-    /// clients that receive.
+    /// Serves calls until the peer closes the connection or `EndConversation` is called; other errors are
+    /// thrown. For servers, and clients that receive.
     void RunConversation();
-    /// Serves one call. The word is its code, with or without `kAsynchronousCall`.
+    /// Serves one call. The call word is its code with or without `kAsynchronousCall`.
     void HandleRPCCall( std::uint32_t inCallWord );
-    /// The stream at the arguments.
+    /// The stream to read the arguments from.
     XStream& PrepareReceiverParameterBuffer();
-    /// The stream for the result, behind the status word.
+    /// Writes the status word and returns the stream for the result.
     XStream& PrepareReceiverReturnBuffer( std::uint32_t inStatus );
     void FlushReceiverReturnBuffer();
-    /// The call that is being served is the last.
+    /// Makes the call being served the last of the conversation.
     void EndConversation() { itsHasToEndConversation = true; }
 
-    /// Before and after each call that is served. What they throw ends the conversation.
+    /// Called before and after each served call. An exception ends the conversation.
     virtual void PreHandleRPCCall( XRPCConnectionState inState, std::uint32_t inCode );
     virtual void PostHandleRPCCall( XRPCConnectionState inState, std::uint32_t inCode );
 
-    // ---- Hooks, which must neither throw nor call the peer
+    // ---- Hooks; they must neither throw nor call the peer
 
-    /// The connection of a call has failed. True: the bridge does nothing more about it, and the call fails with the error.
+    /// The connection of a call has failed. True: the call fails with the error, without a reconnection.
     virtual bool HandleRPCCallErrorSelf( const XException& ) { return false; }
-    /// Calls cannot be sent any more; none are received any more.
+    /// The connection for sending or for receiving calls has been lost.
     virtual void SenderDisconnectedSelf() {}
     virtual void ReceiverDisconnectedSelf() {}
     /// A peer that calls this end has authenticated.
     virtual void ReceiverAuthenticatedSelf() {}
 
-    // ---- What a bridge with a connection provides
+    // ---- Implemented by a bridge with a connection
 
-    /// Connects again and opens the conversation, or throws. On the thread that has the sender.
+    /// Reconnects and opens the conversation, or throws. On the thread that owns the sender.
     virtual void ReconnectSender() = 0;
-    /// Makes `itsReceiverStream` for the connection on which calls arrive.
+    /// Creates `itsReceiverStream` for the connection on which calls arrive.
     virtual void InitialiseRPCProtocolForReceiver() = 0;
-    /// End the connection on which calls are sent, on which they arrive, at once. From any thread. The second may give the
-    /// peer a moment to read what was sent before.
+    /// Close the connection on which calls are sent, and that on which they arrive, at once. From any thread.
+    /// With `inWaitsForPeer` the peer has a moment to read what has been sent.
     virtual void DropSender() = 0;
     virtual void DropReceiver( bool inWaitsForPeer ) = 0;
-    /// The peer that calls this end has authenticated; before the hook.
+    /// The peer that calls this end has authenticated. Called before the hook.
     virtual void NoteReceiverAuthenticated() = 0;
-    /// The peer that calls, for the log. May take long.
+    /// The calling peer, for the log. May take seconds (name look-up).
     virtual XString DescribeReceiver() const = 0;
-    /// Whether this is a client that sends calls, has been connected, and has not been disconnected by its user.
+    /// Whether this is a sending client that was connected and has not been disconnected by its user.
     virtual bool HasLostConnection() const = 0;
 
     // ---- For derived bridges
 
-    /// Guards the fields of the bridge. Not held in waits.
+    /// Guards the fields of the bridge. Not held during waits for the network.
     XMutex& GetMutex() const { return itsMutex; }
-    /// Held from the beginning of each call that is sent to its end.
+    /// Held during the whole of each call that is sent.
     XMutex& GetSenderMutex() const { return itsSenderMutex; }
-    /// Signalled when a state changes, and when the sender does.
+    /// Signalled when a state or the sender changes.
     XConditionVariable& GetStateChanged() const { return itsStateChanged; }
 
     void SetBridgeType( XBridgeType inType ) { itsBridgeType = inType; }
     void SetSenderState( XRPCConnectionState inState );
     void SetReceiverState( XRPCConnectionState inState );
     void SetSenderIsAvailable( bool inIsAvailable );
-    /// The sender has been lost; returns whether it had been available.
+    /// Marks the sender unavailable; returns whether it was available.
     bool LoseSender();
-    /// Whether the call that is being sent has been aborted.
+    /// Whether the call being sent has been aborted.
     bool IsSenderCallAborted() const;
 
-    /// A random number that nobody can guess, and not 0: a sentinel, a challenge, the number of a session.
+    /// An unguessable random number other than 0: a sentinel, a challenge, a session number.
     virtual std::uint32_t DrawRandomNumber();
-    /// Ends what sends calls later. Once connections have been ended, and before the sender's endpoint is destroyed.
+    /// Ends the thread that sends deferred calls. Call it after the connections have been closed and before
+    /// the sender's endpoint is destroyed.
     void StopFlusher();
     static void CountSentCall() { sTotalRPCCallsSent.fetch_add( 1, std::memory_order_relaxed ); }
 
     std::atomic<XBridgeType> itsBridgeType;
-    std::unique_ptr<XEncryptedNetStream> itsSenderStream;   // of the thread that has the sender mutex
-    std::unique_ptr<XEncryptedNetStream> itsReceiverStream; // of the thread that receives
+    std::unique_ptr<XEncryptedNetStream> itsSenderStream;   // guarded by the sender mutex
+    std::unique_ptr<XEncryptedNetStream> itsReceiverStream; // the receiving thread's
 
 private:
     void AddSlot( std::unique_ptr<XRPCSlotBase> inSlot );

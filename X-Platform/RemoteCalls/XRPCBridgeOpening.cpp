@@ -4,8 +4,8 @@
 
 #include <utility>
 
-// How a client opens a conversation: connects, authenticates, agrees on the order of bytes, and gets a connection for calls
-// to itself where it receives any.
+// The opening handshake of a client: connects, authenticates, negotiates the byte order and, if the client
+// receives calls, sets up the connection for them.
 
 namespace
 {
@@ -20,7 +20,7 @@ void SendBigEndian(
     ioEndpoint.SendData( bytes.data(), static_cast<std::uint32_t>( bytes.size() ), inTimeoutMS );
 }
 
-/// Other numbers are those of a peer with another key, or none.
+/// Any other number is the garbage of a peer with another key or none.
 bool IsErrorOfOpening( std::uint32_t inNumber )
 {
     return inNumber >= kErrorUnknownRPC && inNumber <= kErrorSenderUnavailable;
@@ -53,7 +53,7 @@ void XRPCBridge::OpenSender( std::uint32_t inTimeoutMS )
     CheckIsWanted();
     const XEndpointPtr endpoint = UseSenderEndpoint( MakeEndpoint() );
     ConnectEndpoint( *endpoint, itsServerAddress, inTimeoutMS );
-    CheckIsWanted(); // a disconnection before the endpoint had a connection has not ended it
+    CheckIsWanted(); // a ForceDisconnect before the connection existed did not end it
     PreInitialiseRPCProtocolForSender( *endpoint );
     InitialiseRPCProtocolForSender( *endpoint );
 }
@@ -64,7 +64,8 @@ void XRPCBridge::PreInitialiseRPCProtocolForSender( XNetEndpoint& ioEndpoint )
         SendBigEndian( ioEndpoint, { GetVersion() }, kHandshakeTimeoutMS );
 }
 
-/// A receive-only client's stream is read no further than its answers: what follows them is for the other stream.
+/// The stream of a receive-only client reads nothing ahead: the bytes after its answers are for the other
+/// stream.
 void XRPCBridge::InitialiseRPCProtocolForSender( XNetEndpoint& ioEndpoint )
 {
     const bool isForOpeningOnly = GetBridgeType() == kReceiveOnlyClient;
@@ -93,7 +94,7 @@ void XRPCBridge::Authenticate()
     SetSenderState( kAuthenticated );
 }
 
-/// A call on a stream that is not open for others yet.
+/// Makes a call during the handshake, when other threads cannot send yet.
 std::uint32_t XRPCBridge::CallToOpen(
     std::uint32_t inCode, std::initializer_list<std::uint32_t> inArguments, bool inHasResult )
 {
@@ -115,7 +116,7 @@ void XRPCBridge::OpenReverseConnection( std::uint32_t inTimeoutMS )
     StartReceiving( endpoint );
 }
 
-/// Other threads can end the attempt.
+/// DropSender of another thread ends the attempt.
 XRPCBridge::XEndpointPtr XRPCBridge::ConnectReverseEndpoint( std::uint32_t inTimeoutMS )
 {
     const auto endpoint = std::make_shared<XNetEndpoint>( MakeEndpoint() );
@@ -142,7 +143,7 @@ XRPCBridge::XEndpointPtr XRPCBridge::ConnectReverseEndpoint( std::uint32_t inTim
     return endpoint;
 }
 
-/// From here on the server sends calls on this connection, with streams that begin anew.
+/// From now on the server sends calls on this connection, with new streams.
 void XRPCBridge::TurnConnectionRound()
 {
     CallToOpen( kRequestReceiveOnlySession, {}, false );
@@ -156,7 +157,7 @@ void XRPCBridge::TurnConnectionRound()
     StartReceiving( endpoint );
 }
 
-/// The thread itself, which connects again, goes on with the endpoint by itself.
+/// If the bridge's own thread reconnects, it takes the pending endpoint itself.
 void XRPCBridge::StartReceiving( const XEndpointPtr& inEndpoint )
 {
     const bool isOwnThread = GetCurrentThread() == this;

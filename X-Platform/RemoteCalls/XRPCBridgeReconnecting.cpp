@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <utility>
 
-// How a client connects again: for a call, on the thread that makes it; for receiving calls, on the thread of the bridge.
+// Reconnection of a client: for a call on the calling thread, for receiving calls on the bridge's own thread.
 
 namespace
 {
@@ -17,7 +17,7 @@ namespace
 constexpr std::uint32_t kMostCallPauseMS = 1000;
 constexpr std::uint32_t kMostReceiverPauseMS = 10'000;
 
-/// The server refuses: it will do so again.
+/// The server rejects this client, so another attempt is useless.
 bool IsRefusal( const XException& inError )
 {
     const std::uint32_t number = inError.GetErrorNumber();
@@ -51,7 +51,7 @@ void XRPCBridge::ReconnectSender()
     }
 }
 
-/// Until the time is over; 3100 when the bridge is disconnected, 3098 when the call that is being sent is aborted meanwhile.
+/// Sleeps. Throws 3100 if the bridge is disconnected meanwhile, 3098 if the call being sent is aborted.
 void XRPCBridge::Pause( std::uint32_t inTimeMS )
 {
     const XTimer timer( inTimeMS );
@@ -65,7 +65,7 @@ void XRPCBridge::Pause( std::uint32_t inTimeMS )
     }
 }
 
-/// What the thread of a client does: receives calls on one connection after the other.
+/// The thread of a client: receives calls on one connection after the other.
 std::int32_t XRPCBridge::RunThreadSelf()
 {
     while ( TakePendingEndpoint() || ReconnectReceiver() )
@@ -103,7 +103,7 @@ bool XRPCBridge::TakePendingEndpoint()
     return true;
 }
 
-/// Returns whether there is a connection to receive on.
+/// Retries until there is a connection to receive on; false if there will be none.
 bool XRPCBridge::ReconnectReceiver()
 {
     XRetryPause pause( kMostReceiverPauseMS );
@@ -119,8 +119,8 @@ bool XRPCBridge::ReconnectReceiver()
     }
 }
 
-/// Meanwhile a call may have connected again. A connection that still sends is given up with the one that receives: the
-/// server begins a conversation as a whole.
+/// A call may have reconnected during the pause. Otherwise the whole conversation is opened again, even if
+/// the connection for sending still works: the server has one bridge per conversation.
 bool XRPCBridge::TryToReconnectReceiver( XRetryPause& ioPause )
 {
     try

@@ -5,12 +5,12 @@
 #include "Core/Times/XTimer.h"
 #include "RemoteCalls/Internal/XRPCSessions.h"
 
-// How a bridge receives calls on a connection, and how one of a server sends calls to clients that receive them.
+// Serving: receiving calls on a connection, and calls from a server to clients that receive them.
 
 namespace
 {
 
-/// After which a receive-only client that has gone away is noticed.
+/// How often a server checks that a receive-only client is still connected.
 constexpr std::uint32_t kWatchPeriodMS = 1000;
 
 } // namespace
@@ -72,7 +72,7 @@ void XRPCBridge::RequestReceiveOnlySessionSelf()
     EndConversation();
 }
 
-/// From here on this side sends calls on the connection, with streams that begin anew.
+/// From now on this end sends calls on the connection, with new streams.
 void XRPCBridge::ServeReceiveOnlyClient()
 {
     const XEndpointPtr endpoint = GetEndpoint( itsRemoteEndpoint );
@@ -80,7 +80,7 @@ void XRPCBridge::ServeReceiveOnlyClient()
     AwaitEndOfSender();
 }
 
-/// Nothing arrives on the connection but returns, so that bytes between calls, and its end, are to end it.
+/// Only returns arrive on the connection: bytes between calls, like its end, close it.
 void XRPCBridge::AwaitEndOfSender()
 {
     for ( ;; )
@@ -94,7 +94,7 @@ void XRPCBridge::AwaitEndOfSender()
                 return;
         }
         if ( !GetSenderMutex().TryLock() )
-            continue; // a call will notice by itself
+            continue; // a call is being sent, which will notice
         const XEndpointPtr endpoint = GetEndpoint( itsSenderEndpoint );
         char byte = 0;
         bool isQuiet = false;
@@ -129,7 +129,7 @@ void XRPCBridge::WithdrawSession()
 void XRPCBridge::AcquireSenderEndpoint( XNetEndpoint* inEndpoint )
 {
     const std::unique_ptr<XNetEndpoint> acquired( inEndpoint );
-    DropSender(); // calls that wait for a former peer
+    DropSender(); // ends calls to a former peer
     const XThreadLock sender( GetSenderMutex(), kNoTimeout, true );
     const XEndpointPtr endpoint = UseSenderEndpoint( *acquired );
     try

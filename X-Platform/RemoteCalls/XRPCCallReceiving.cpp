@@ -8,7 +8,7 @@
 
 #include <utility>
 
-// How a bridge serves calls, on the thread that receives them: reads the arguments, runs the method, answers.
+// Received calls, on the receiving thread: reads the arguments, runs the method, writes the return.
 
 void XRPCBridgeBase::RunConversation()
 {
@@ -32,7 +32,7 @@ void XRPCBridgeBase::RunConversation()
     SetReceiverState( kNotConnected );
 }
 
-/// Returns when the peer has gone away; what it takes the place of ends with the connection.
+/// Returns when the peer has closed the connection.
 void XRPCBridgeBase::ServeCalls()
 {
     try
@@ -76,7 +76,7 @@ void XRPCBridgeBase::HandleRPCCall( std::uint32_t inCallWord )
     PostHandleRPCCall( state, code );
 }
 
-/// Before the peer has authenticated, it may do nothing else.
+/// A peer that has not authenticated may make the first two calls of the handshake only.
 void XRPCBridgeBase::CheckState( std::uint32_t inCode, bool inIsAsynchronous )
 {
     const XRPCConnectionState state = itsReceiverState;
@@ -87,7 +87,7 @@ void XRPCBridgeBase::CheckState( std::uint32_t inCode, bool inIsAsynchronous )
     XThrow( kErrorDisconnected );
 }
 
-/// Answers a call whose arguments cannot be read, and ends the connection: nothing can follow them.
+/// Answers a call with an error and closes the connection, since the end of its arguments is unknown.
 void XRPCBridgeBase::Refuse( std::uint32_t inStatus, bool inIsAsynchronous )
 {
     if ( !inIsAsynchronous )
@@ -154,7 +154,7 @@ std::uint32_t XRPCBridgeBase::ReadAndRun( XRPCSlotBase& ioSlot, bool inIsAsynchr
     return areOfTheirClass ? RunCall( ioSlot, inIsAsynchronous ) : std::uint32_t( kErrorWrongStorable );
 }
 
-/// Of a call that nobody waits for, the log alone tells what went wrong.
+/// Failures of calls without a return are only logged.
 std::uint32_t XRPCBridgeBase::RunCall( XRPCSlotBase& ioSlot, bool inIsAsynchronous )
 {
     try

@@ -9,13 +9,13 @@
 
 #include <utility>
 
-// How a bridge sends calls: one at a time, each under the sender mutex from its beginning to its end, again where it may be
-// repeated. Aborts are here for both directions.
+// Sent calls: one at a time, each under the sender mutex from BeginRPCCall to EndRPCCall, repeated after a
+// reconnection if allowed; and aborts of both directions.
 
 namespace
 {
 
-/// A peer that fails each time at the same call would have it repeated for ever.
+/// Limits the repeats of a call that ends the connection every time.
 constexpr unsigned kMostRepeats = 4;
 
 bool IsLostConnection( const XException& inError )
@@ -105,18 +105,18 @@ void XRPCBridgeBase::ReleaseSenderEarly( std::uint32_t inCode )
         EndRPCCall();
 }
 
-/// Fails when the call has been aborted before.
+/// Throws 3098 if the call has been aborted in advance.
 void XRPCBridgeBase::NoteCall( std::uint32_t inCode, bool inWaitForReturn )
 {
     const XThreadLock lock( itsMutex );
-    XAssert( itsCallCode == kNoCall ); // arguments and hooks make no calls of their own
+    XAssert( itsCallCode == kNoCall ); // writing arguments and hooks must not call
     if ( std::exchange( itsSenderAbortCode, std::uint32_t( kNoCall ) ) == inCode )
         XThrow( kErrorCallAborted );
     itsCallCode = inCode;
     itsWaitsForReturn = inWaitForReturn;
 }
 
-/// An abort that has come too late for the call does not meet the next one, for which the connection is made again.
+/// An abort that came too late for its call must not abort the next one, which reconnects.
 void XRPCBridgeBase::ForgetCall()
 {
     const XThreadLock lock( itsMutex );
@@ -129,7 +129,7 @@ void XRPCBridgeBase::ForgetCall()
     itsWaitsForReturn = true;
 }
 
-/// What can be told without waiting for calls of other threads.
+/// Fails at once if no call can be sent, without waiting for calls of other threads.
 void XRPCBridgeBase::CheckSender() const
 {
     if ( itsSenderIsAvailable || itsSenderMutex.GetOwner() != 0 )
@@ -140,7 +140,7 @@ void XRPCBridgeBase::CheckSender() const
         XThrow( kErrorDisconnected );
 }
 
-/// Under the sender mutex. A client that may connect again does so.
+/// Under the sender mutex. Reconnects a client if it may.
 void XRPCBridgeBase::EnsureSender()
 {
     if ( itsSenderIsAvailable )
@@ -160,7 +160,7 @@ bool XRPCBridgeBase::MayReconnect() const
     return ( CanAutoReconnect() || itsSenderIsDropped ) && HasLostConnection();
 }
 
-/// With the number that the call ends with.
+/// Converts failures to the number that the call ends with.
 void XRPCBridgeBase::ReconnectOrFail()
 {
     try
@@ -195,8 +195,8 @@ void XRPCBridgeBase::FlushSenderParameterBuffer()
         FlushSender();
 }
 
-/// Calls without a return that follow each other closely are sent together. The first is sent at once, so that one by itself
-/// is not late. TEA has no buffer to leave them in.
+/// Defers a call without a return that follows another within the flusher's delay. The first is sent at once,
+/// so that a single call is not delayed. TEA streams have no buffer to defer in.
 bool XRPCBridgeBase::DeferFlush()
 {
     if ( itsWaitsForReturn || itsSenderStream->GetAlgorithm() == XEncryptedNetStream::kAlgorithmTEA ||
@@ -212,12 +212,12 @@ bool XRPCBridgeBase::DeferFlush()
     }
     catch ( const XException& )
     {
-        return false; // there is no thread to be had
+        return false; // no thread can be started
     }
     return true;
 }
 
-/// After a failure the next call tries by itself, and meets it.
+/// itsLastFlushUS stays 0 after a failure, so that the next call sends at once and fails too.
 void XRPCBridgeBase::FlushSender()
 {
     itsHasDeferred = false;
@@ -227,14 +227,14 @@ void XRPCBridgeBase::FlushSender()
         itsLastFlushUS = WClock::GetMicroSeconds();
 }
 
-/// On the flusher's thread. False while another thread has the sender, unless that has sent everything.
+/// On the flusher's thread. False if another thread owns the sender and calls may still be unsent.
 bool XRPCBridgeBase::FlushDeferred()
 {
     if ( !itsHasDeferred )
         return true;
     if ( !itsSenderMutex.TryLock() )
         return false;
-    const XThreadLock lock( itsSenderMutex ); // whatever is thrown
+    const XThreadLock lock( itsSenderMutex ); // released even if Flush throws
     itsSenderMutex.Unlock();
     if ( !itsHasDeferred.exchange( false ) || !itsSenderStream )
         return true;
@@ -248,7 +248,7 @@ bool XRPCBridgeBase::FlushDeferred()
     {
         throw;
     }
-    catch ( ... ) // the next call meets it
+    catch ( ... ) // the next call fails
     {
     }
     return true;
@@ -269,7 +269,7 @@ std::uint32_t XRPCBridgeBase::PrepareSenderReturnBuffer( bool inWaitForReturn )
 
 void XRPCBridgeBase::HandleRPCCallError( const XException& inError, bool inMayRepeat )
 {
-    DropSender(); // what is left of this call must not be taken for the next one's
+    DropSender(); // the rest of this call must not be read as the next one's
     const bool wasAvailable = LoseSender();
     if ( dynamic_cast<const XStopThreadException*>( &inError ) )
     {
@@ -334,7 +334,7 @@ void XRPCBridgeBase::AbortReceiverRPCCall( std::uint32_t inCode )
     itsReceiverAbortCode = inCode;
 }
 
-/// An abort that has begun to end a call is not taken back.
+/// An abort that is already ending a call is not undone.
 void XRPCBridgeBase::ResetSenderAbortRPCCall()
 {
     const XThreadLock lock( itsMutex );

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <array>
 
-/// The cipher of a conversation with its key, which both ends have to share. A plain value.
+/// The cipher of a conversation and its key, which both ends must share.
 class XRPCCipher
 {
 public:
     /// No cipher: for connections with TLS, and pipes.
     XRPCCipher() = default;
 
-    /// The key is `XEncryption::kKeySize` bytes, such as those of XDeploymentKeys, which are copied.
+    /// Copies the key of `XEncryption::kKeySize` bytes, e.g. that of XDeploymentKeys.
     XRPCCipher( XEncryptedNetStream::XAlgorithm inAlgorithm, const char* inKey ) : itsAlgorithm( inAlgorithm )
     {
         std::copy_n( inKey, XEncryption::kKeySize, itsKey.begin() );

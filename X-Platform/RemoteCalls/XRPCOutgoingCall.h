@@ -4,20 +4,20 @@
 
 #include <tuple>
 
-/// The arguments of a call that is sent, and its result. A bridge may write the arguments more than once, when it repeats
-/// the call after a reconnection.
+/// The arguments and the result of a call being sent. The arguments are written again when a call is repeated
+/// after a reconnection.
 class XRPCOutgoingCallBase
 {
 public:
     virtual void WriteArguments( XStream& ioStream ) const = 0;
-    /// False when the result is an object of another class.
+    /// False if the result is an object of another class.
     virtual bool ReadResult( XStream& ioStream ) = 0;
 
 protected:
     ~XRPCOutgoingCallBase() = default;
 };
 
-/// Refers to its arguments, which outlive it.
+/// Refers to its arguments, which must outlive it.
 template<class TResult, class... TArguments>
 class XRPCOutgoingCall final : public XRPCOutgoingCallBase
 {

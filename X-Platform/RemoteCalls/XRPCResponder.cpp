@@ -25,7 +25,7 @@ XRPCSessionResponder::~XRPCSessionResponder()
     StopResponding();
 }
 
-/// The connection stays a stranger, which may be ended, until the bridge has opened its conversation.
+/// The connection counts as unauthenticated until the bridge has opened its conversation.
 void XRPCSessionResponder::RespondSelf()
 {
     XNetEndpoint endpoint = GetEndpoint();

@@ -18,7 +18,7 @@ private:
     const XRefPtr<XRPCBridge> itsBridge;
 };
 
-/// Gives the second connection of a bidirectional client to the bridge that serves its first one.
+/// Passes the second connection of a bidirectional client to the bridge that serves its first one.
 class KORVALE_API XRPCSessionResponder : public XNetResponder
 {
 public:
@@ -29,15 +29,15 @@ private:
     void RespondSelf() override;
 };
 
-/// Makes the bridge that is to serve a connection, a new one for each. Called on threads of the server, several at a time.
+/// Creates a new bridge for each connection. Called on threads of the server, several at a time.
 using XMakeRPCBridge = std::function<XRefPtr<XRPCBridge>()>;
 
-/// Has a server answer connections whose clients are bridges of the class `inVersion` with bridges that `inMakeBridge`
-/// makes, of a server's type, and second connections of bidirectional clients. XRPCBridge itself, which sends no preamble,
-/// is the only kind that its server can have, and cannot be bidirectional. Before the server starts.
+/// Registers bridges of a server type, created by `inMakeBridge`, for clients of the class `inVersion`; also
+/// accepts the second connections of bidirectional clients. Call it before the server starts. XRPCBridge
+/// itself sends no preamble: it must be the only class of its server, and cannot be bidirectional.
 KORVALE_API void XServeBridges( XServer& ioServer, const XVersion& inVersion, XMakeRPCBridge inMakeBridge );
 
-/// The same with bridges of a class, made of copies of the arguments:
+/// Registers bridges of the class TBridge, constructed from copies of the arguments:
 ///
 ///     XServeBridge<CalculatorServer>( server, XRPCBridge::kServer, cipher );
 template<class TBridge, class... XArguments>

@@ -5,9 +5,9 @@
 
 #include <tuple>
 
-/// Runs the calls of one code on the receiving side. A bridge owns its slots and uses each for one call at a time, in the
-/// order of the operations here.
-/// Threads: that which receives the bridge's calls.
+/// Runs the calls with one code on the receiving side. A bridge owns its slots and uses each for one call at
+/// a time, in the order of the operations below.
+/// Threads: the receiving thread of the bridge only.
 class KORVALE_API XRPCSlotBase
 {
 public:
@@ -17,19 +17,19 @@ public:
 
     std::uint32_t GetCallCode() const { return itsCallCode; }
 
-    /// Reads all arguments and keeps them for the call. False when an object among them was of another class; the stream
-    /// is behind the arguments then too. Throws what the stream throws.
+    /// Reads all arguments and keeps them for the call. False if an object among them is of another class;
+    /// all arguments have been read then too. Throws stream errors.
     virtual bool ReadArguments( XStream& ioStream ) = 0;
 
-    /// Runs the method and keeps its result. Throws what the method throws.
+    /// Runs the method and keeps its result; rethrows its exceptions.
     virtual void RunCall() = 0;
 
     virtual void WriteResult( XStream& ioStream ) = 0;
 
-    /// Lets go of arguments and result.
+    /// Releases arguments and result.
     virtual void CleanUp() = 0;
 
-    /// Whether the other one runs the same method of the same object.
+    /// Whether the other slot runs the same method of the same object.
     virtual bool RunsSameMethod( const XRPCSlotBase& inOther ) const = 0;
 
 protected:
@@ -46,7 +46,7 @@ class XRPCSlot : public XRPCSlotBase
 public:
     using XFunction = TResult ( TBridge::* )( TArguments... );
 
-    /// Neither may be null.
+    /// Neither pointer may be null.
     XRPCSlot( std::uint32_t inCallCode, TBridge* rpcReceiver, XFunction rpcFuncPtr )
         : XRPCSlotBase( inCallCode ), itsReceiver( rpcReceiver ), itsFunction( rpcFuncPtr )
     {

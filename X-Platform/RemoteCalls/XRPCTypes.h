@@ -11,7 +11,7 @@
 #include <typeinfo>
 #include <utility>
 
-/// What the arguments and results of remote calls may be, and how each lies in the stream:
+/// The types of arguments and results of remote calls, and their stream forms:
 ///
 /// | Type | Form |
 /// | --- | --- |
@@ -19,15 +19,15 @@
 /// | XString | length and bytes (`WriteString`) |
 /// | XVersion, XARGB32Colour, and classes with `WriteStream2`, `ReadStream2` that are no XStorable: XTime, XTimePeriod, XUUID | as they write themselves |
 /// | XVector of what XStreamVectors.h writes: numbers, versions, colours, times, identifiers, XString and other storable values | count and elements |
-/// | classes derived from XStorable, by value | an object of this very class in its envelope |
+/// | classes derived from XStorable, by value | an object of exactly this class in its envelope |
 /// | `std::unique_ptr` and XRefPtr to such classes | an object of the class or a derived one in its envelope; null is version 0 |
 ///
-/// Classes of objects have to be registered in XClassRegistry. Values of enumerations come from the peer: any value of the
-/// underlying type.
+/// Object classes must be registered in XClassRegistry. Enumerations are not checked: a peer can send any
+/// value of the underlying type.
 namespace XRPCDetail
 {
 
-/// The form in which a type travels.
+/// The stream form of a type.
 enum XForm
 {
     kNoForm,
@@ -55,7 +55,7 @@ concept XHasOwnForm = std::default_initializable<T> &&
     ioValue.ReadStream2( ioStream );
 };
 
-/// Those whose elements have a size of their own can lie in vectors.
+/// Types that XVector can carry: those with a known stream size.
 template<class T>
 concept XIsVectorElement = XStreamDetail::kIsValue<T> || std::is_same_v<T, XVersion> ||
     std::is_same_v<T, XARGB32Colour> ||(kIsStorable<T>&& std::default_initializable<T>) ||
@@ -139,7 +139,7 @@ void Write( XStream& ioStream, const T& inValue )
         inValue.WriteStream2( ioStream );
 }
 
-/// False, and nothing taken over, when the object is not of the class.
+/// False if the object is not of the class; `outValue` is then unchanged.
 template<class T>
 bool ReadObjectInto( XStream& ioStream, T& outValue )
 {
@@ -163,7 +163,7 @@ bool ReadObjectInto( XStream& ioStream, T& outValue )
     return true;
 }
 
-/// Reads a value. False when it is an object of a class that does not fit, behind which the stream goes on as usual.
+/// Reads a value. False if it is an object of another class, which has been read to its end.
 template<class T>
 bool Read( XStream& ioStream, T& outValue )
 {
@@ -210,11 +210,11 @@ consteval bool CheckCanTravel()
     return true;
 }
 
-/// How forms take an argument: small things by value.
+/// The parameter type of the calling forms: small types by value.
 template<class T>
 using XArgument = std::conditional_t<std::is_arithmetic_v<T> || std::is_enum_v<T>, T, const T&>;
 
-/// A result, or that there is none. `bool` for methods without result.
+/// An optional result; `bool` for void methods.
 template<class T>
 struct XOutcomeOf
 {
@@ -233,7 +233,7 @@ template<class T>
 concept XRPCType = XRPCDetail::GetForm<T>()
 != XRPCDetail::kNoForm;
 
-/// What the form `_NoThrow` of a remote method returns: the result, or nothing after a failure; for methods without a
-/// result whether the call succeeded.
+/// Return type of the form `_NoThrow`: the result, or empty after a failure; for void methods whether the
+/// call succeeded.
 template<class T>
 using XRPCOutcome = typename XRPCDetail::XOutcomeOf<T>::XType;

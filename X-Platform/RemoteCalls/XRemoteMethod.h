@@ -2,32 +2,32 @@
 
 #include "RemoteCalls/XRPCTypes.h"
 
-/// XREMOTE_METHOD( CODE, RESULT, NAME, TYPES... ) declares a remote method, with up to six arguments, in a class derived
-/// from XRPCBridgeBase:
+/// XREMOTE_METHOD( CODE, RESULT, NAME, TYPES... ) declares a remote method, with up to six arguments, in a
+/// class derived from XRPCBridgeBase:
 ///
 ///     XREMOTE_METHOD( 2000, double, Divide, double, double )
 ///
 /// | Form | |
 /// | --- | --- |
 /// | `double Divide( double, double )` | calls the peer and waits for the result |
-/// | `void Divide_NoWaitForReturn( double, double )` | calls the peer, which runs the method and tells nothing of it |
-/// | `std::optional<double> Divide_NoThrow( double, double )` | as the first; empty after a failure. For a method without result `bool`: whether it succeeded |
+/// | `void Divide_NoWaitForReturn( double, double )` | calls the peer without a return |
+/// | `std::optional<double> Divide_NoThrow( double, double )` | like the first; empty after a failure. For a void method `bool`: whether it succeeded |
 /// | `virtual double DivideSelf( double, double )` | runs on the peer. Takes its arguments by value. Overridden where the method is implemented; throws 3091 otherwise |
 /// | `void RegisterDivide()` | adds the slot for the code to the table. The declaration calls it for each object |
 ///
-/// Code: one that no other method of the class has; those from 1000 to 1999 are the library's, 0 and those from 2^31 do not
-/// exist. Types: those of XRPCTypes.h; others are refused by the compiler. A type that contains a comma needs an alias.
+/// Code: unique in the class, 1 to 999 or 2000 to 2^31 - 1; those from 1000 to 1999 are the library's. Types:
+/// those of XRPCTypes.h; the compiler rejects others. A type that contains a comma needs an alias.
 ///
-/// A call may run twice where a client reconnects (XRPCBridgeBase). XREMOTE_METHOD_ONCE declares one that does not: it fails
-/// with 3100 when the connection is lost before the return is there.
+/// A call may run twice if a client reconnects (XRPCBridgeBase). XREMOTE_METHOD_ONCE declares a method that
+/// never does: it fails with 3100 if the connection is lost before its return has arrived.
 #define XREMOTE_METHOD( inCode, inResult, inName, ... )                                                      \
     XREMOTE_METHOD_WITH_SELF( inCode, XRPCRepeat::kMayRepeat, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )
 
 #define XREMOTE_METHOD_ONCE( inCode, inResult, inName, ... )                                                 \
     XREMOTE_METHOD_WITH_SELF( inCode, XRPCRepeat::kOnce, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )
 
-/// For a class that implements the method itself: the same without `DivideSelf`, which the class declares, with the same
-/// types, and defines. It need not be virtual.
+/// For a class that implements the method itself: declares the forms without `DivideSelf`, which the class
+/// declares with the same types and defines. It need not be virtual.
 ///
 ///     XREMOTE_METHOD_HERE( 2000, double, Divide, double, double )
 ///     double DivideSelf( double inLeft, double inRight ) { return inLeft / inRight; }
@@ -37,7 +37,7 @@
 #define XREMOTE_METHOD_ONCE_HERE( inCode, inResult, inName, ... )                                            \
     XREMOTE_METHOD_REGISTERED( inCode, XRPCRepeat::kOnce, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )
 
-// ---- What the macros above are made of
+// ---- Implementation of the macros above
 
 #define XREMOTE_METHOD_WITH_SELF( inCode, inRepeat, inResult, inName, ... )                                  \
     XREMOTE_METHOD_REGISTERED( inCode, inRepeat, inResult, inName __VA_OPT__(, ) __VA_ARGS__ )               \
@@ -53,7 +53,7 @@
         "The code of a remote method is 1 to 999 or 2000 to 2147483647." );                                  \
     const bool its##inName##IsRegistered = ( Register##inName(), true );
 
-/// The forms that call, and the registration. The class declares the form `Self` and registers the slot.
+/// The calling forms and the registration. The class declares the form `Self` and registers the slot.
 #define XREMOTE_METHOD_FORMS( inCode, inRepeat, inResult, inName, ... )                                      \
     inResult inName( XREMOTE_PARAMETERS( __VA_ARGS__ ) )                                                     \
     {                                                                                                        \

@@ -281,9 +281,9 @@ private:
         request.method = inMethod;
         request.url = inURL.substr( 0, inURL.find( '#' ) );
         request.body = inBody;
-        request.connectTimeoutMs = std::clamp<std::uint32_t>(
+        request.connectTimeoutMS = std::clamp<std::uint32_t>(
             std::min( itsSettings.connectMS, itsTotal.GetRemainingMS() ), 1, kMostMS );
-        request.stallTimeoutMs = std::min( itsSettings.stallMS, itsTotal.GetRemainingMS() );
+        request.stallTimeoutMS = std::min( itsSettings.stallMS, itsTotal.GetRemainingMS() );
         request.authorityFile = itsSettings.authorityFile;
         request.usesProxy = itsSettings.usesProxy;
         for ( const XHTTPHeaders::XField& field : itsHeaders.GetFields() )

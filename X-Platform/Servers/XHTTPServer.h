@@ -63,7 +63,7 @@ public:
 
     /// Starts listening on a port; 0 selects a free one. Errors as in `XNetServer::Start`.
     void Start( std::int32_t inPort );
-    /// The same on the adapter with the address alone.
+    /// Starts listening on the adapter with the address only, on all if it is 0.0.0.0.
     void Start( const XNetAddress& inAddress );
 
     /// Ends all connections and waits until their handlers have returned. Handlers must use alertable waits

@@ -19,7 +19,7 @@ public:
     /// Starts listening on a port and accepting; 0 selects a free port. Errors as in `XNetEndpoint::Bind`,
     /// and the system's last error if a thread cannot be started. An internal error if the server is running.
     void Start( std::int32_t inPort, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
-    /// The same on the adapter with the address alone.
+    /// Starts listening on the adapter with the address only, on all if it is 0.0.0.0.
     void Start( const XNetAddress& inAddress, std::uint32_t inBacklog = XNetEndpoint::kMostBacklog );
 
     /// The port that the server listens on; 0 if it is not running.

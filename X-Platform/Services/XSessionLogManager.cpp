@@ -48,7 +48,7 @@ void AddInternalErrorToManager( const XInternalException& inException )
     if ( !manager )
         return;
     manager->AddException( inException );
-    manager->Flush( XSessionLogManager::kFlushOnCrashMs );
+    manager->Flush( XSessionLogManager::kFlushOnCrashMS );
 }
 
 } // namespace
@@ -127,11 +127,11 @@ void XSessionLogManager::AddException( const std::exception& inException, XSessi
     AddEntry( XSessionLogEntry( inLevel, inException.what() ) );
 }
 
-bool XSessionLogManager::Flush( std::uint32_t inTimeoutMs )
+bool XSessionLogManager::Flush( std::uint32_t inTimeoutMS )
 {
     if ( GetCurrentThread() == this )
         return false;
-    const XTimer timer( inTimeoutMs );
+    const XTimer timer( inTimeoutMS );
     const XThreadLock lock( itsMutex );
     const std::uint64_t awaited = itsAdded;
     while ( itsDone < awaited )

@@ -17,7 +17,7 @@ class XSessionLogFile;
 /// Entries are queued and written by a thread of the manager, so adding one never waits for the disk. The
 /// queue is bounded: if the disk is slow, full or not available, further entries are dropped and counted, and
 /// the count is written as an entry as soon as writing works again. An internal error waits until its entry
-/// is written, but at most `kFlushOnCrashMs`.
+/// is written, but at most `kFlushOnCrashMS`.
 ///
 /// There can be only one; a second one is an internal error. Destroying it writes the queued entries; no
 /// other thread may add entries any more.
@@ -35,7 +35,7 @@ public:
         XSessionLogLevel leastLevel = kLogInformation; ///< entries below it are dropped
     };
 
-    static constexpr std::uint32_t kFlushOnCrashMs = 2000;
+    static constexpr std::uint32_t kFlushOnCrashMS = 2000;
 
     explicit XSessionLogManager( XOptions inOptions );
     ~XSessionLogManager() override;
@@ -61,7 +61,7 @@ public:
     void AddException( const std::exception& inException, XSessionLogLevel inLevel = kLogError );
 
     /// Waits until all entries added so far are written or dropped. Returns false on a time-out.
-    bool Flush( std::uint32_t inTimeoutMs = kNoTimeout );
+    bool Flush( std::uint32_t inTimeoutMS = kNoTimeout );
 
     /// The number of entries dropped since the start.
     std::uint64_t GetLostCount() const;

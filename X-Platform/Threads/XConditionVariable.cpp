@@ -27,16 +27,16 @@ struct XConditionVariable::XWaiter : XMutexSleeper
     XWaiter* nextSignalled = nullptr; // the signalling thread's
 };
 
-void XConditionVariable::Wait( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAlertable )
+void XConditionVariable::Wait( XMutex& ioMutex, std::uint32_t inTimeoutMS, bool inAlertable )
 {
-    if ( Sleep( ioMutex, inTimeoutMs, inAlertable ) )
+    if ( Sleep( ioMutex, inTimeoutMS, inAlertable ) )
         XThrow( kErrorTimedOut );
 }
 
-bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAlertable )
+bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMS, bool inAlertable )
 {
     ioMutex.AssertIsLockedOnce();
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     XWaiter waiter( ioMutex );
     Enqueue( waiter ); // before unlocking, so that whoever changes what the mutex guards finds the waiter
     ioMutex.Unlock();
@@ -59,19 +59,19 @@ bool XConditionVariable::Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs, bool
 }
 
 XWaitResult XConditionVariable::WaitForInputOrSignal(
-    XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAnyInput, bool inAlertable )
+    XMutex& ioMutex, std::uint32_t inTimeoutMS, bool inAnyInput, bool inAlertable )
 {
-    const XWaitResult result = SleepForInputOrSignal( ioMutex, inTimeoutMs, inAnyInput, inAlertable );
+    const XWaitResult result = SleepForInputOrSignal( ioMutex, inTimeoutMS, inAnyInput, inAlertable );
     if ( result == kWaitResultTimeout )
         XThrow( kErrorTimedOut );
     return result;
 }
 
 XWaitResult XConditionVariable::SleepForInputOrSignal(
-    XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAnyInput, bool inAlertable )
+    XMutex& ioMutex, std::uint32_t inTimeoutMS, bool inAnyInput, bool inAlertable )
 {
     static_cast<void>( inAnyInput ); // input never arrives
-    return Sleep( ioMutex, inTimeoutMs, inAlertable ) ? kWaitResultTimeout : kWaitResultEvent;
+    return Sleep( ioMutex, inTimeoutMS, inAlertable ) ? kWaitResultTimeout : kWaitResultEvent;
 }
 
 void XConditionVariable::Enqueue( XWaiter& inWaiter )

@@ -22,18 +22,18 @@ public:
     XConditionVariable( const XConditionVariable& ) = delete;
     XConditionVariable& operator=( const XConditionVariable& ) = delete;
 
-    /// Waits up to `inTimeoutMs` for a signal. On a time-out it throws 2701, with the mutex locked again.
-    void Wait( XMutex& ioMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    /// Waits up to `inTimeoutMS` for a signal. On a time-out it throws 2701, with the mutex locked again.
+    void Wait( XMutex& ioMutex, std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false );
 
     /// Like Wait, but returns true on a time-out.
-    bool Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    bool Sleep( XMutex& ioMutex, std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false );
 
     /// Like Wait and Sleep, but user input ends the wait too (see XWaitResult); with `inAnyInput`, so does
     /// earlier input. WaitForInputOrSignal throws 2701 on a time-out.
     XWaitResult WaitForInputOrSignal(
-        XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
+        XMutex& ioMutex, std::uint32_t inTimeoutMS, bool inAnyInput = false, bool inAlertable = false );
     XWaitResult SleepForInputOrSignal(
-        XMutex& ioMutex, std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
+        XMutex& ioMutex, std::uint32_t inTimeoutMS, bool inAnyInput = false, bool inAlertable = false );
 
     /// Wakes up to `inCount` waiters.
     void Signal( std::uint32_t inCount = 1 ) { Unblock( false, inCount ); }

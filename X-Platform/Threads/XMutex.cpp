@@ -36,10 +36,10 @@ XMutex::~XMutex()
         XLockOrder::Forget( *this );
 }
 
-XWaitResult XMutex::WaitForInputOrLock( std::uint32_t inTimeoutMs, bool inAnyInput, bool inAlertable )
+XWaitResult XMutex::WaitForInputOrLock( std::uint32_t inTimeoutMS, bool inAnyInput, bool inAlertable )
 {
     static_cast<void>( inAnyInput ); // input never arrives
-    Lock( inTimeoutMs, inAlertable );
+    Lock( inTimeoutMS, inAlertable );
     return kWaitResultEvent;
 }
 
@@ -73,7 +73,7 @@ void XMutex::DontLockBefore( const XMutex& inOther )
 #endif
 }
 
-bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable )
+bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMS, bool inAlertable )
 {
     if ( GetOwner() == inThreadID )
     {
@@ -82,9 +82,9 @@ bool XMutex::LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bo
     }
     if ( itsState.load( std::memory_order_relaxed ) & kOrdered )
         XLockOrder::Check( *this );
-    if ( inTimeoutMs == 0 )
+    if ( inTimeoutMS == 0 )
         return TryClaim( inThreadID );
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     return SpinForLock( inThreadID, deadline ) || SleepForLock( inThreadID, deadline, inAlertable );
 }
 

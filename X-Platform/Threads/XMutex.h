@@ -41,19 +41,19 @@ public:
     XMutex& operator=( const XMutex& ) = delete;
     ~XMutex();
 
-    /// Locks the mutex, waiting up to `inTimeoutMs` (0 tries once). Throws 2701 on a time-out. The owner gets
+    /// Locks the mutex, waiting up to `inTimeoutMS` (0 tries once). Throws 2701 on a time-out. The owner gets
     /// the mutex again at once, and must unlock it once more.
-    void Lock( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    void Lock( std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false );
 
-    /// Locks the mutex, waiting at most `inTimeoutMs`. Returns whether it is locked.
-    bool TryLock( std::uint32_t inTimeoutMs = 0 );
+    /// Locks the mutex, waiting at most `inTimeoutMS`. Returns whether it is locked.
+    bool TryLock( std::uint32_t inTimeoutMS = 0 );
 
     void Unlock();
 
     /// Like `Lock`, but returns kWaitResultInput if user input arrives first (see XWaitResult); with
     /// `inAnyInput`, so does earlier input.
     XWaitResult
-    WaitForInputOrLock( std::uint32_t inTimeoutMs, bool inAnyInput = false, bool inAlertable = false );
+    WaitForInputOrLock( std::uint32_t inTimeoutMS, bool inAnyInput = false, bool inAlertable = false );
 
     bool IsLockedByCurrentThread() const { return GetOwner() == WThreadID::GetCurrent(); }
 
@@ -88,7 +88,7 @@ private:
 
     bool TryLockFast( std::uint32_t inThreadID );
     bool TryClaim( std::uint32_t inThreadID );
-    bool LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMs, bool inAlertable );
+    bool LockSlowly( std::uint32_t inThreadID, std::uint32_t inTimeoutMS, bool inAlertable );
     bool SpinForLock( std::uint32_t inThreadID, const WDeadline& inDeadline );
     bool SleepForLock( std::uint32_t inThreadID, const WDeadline& inDeadline, bool inAlertable );
     XParkResult Park( const WDeadline& inDeadline, bool inAlertable, bool inWantsHandOff );
@@ -114,17 +114,17 @@ inline bool XMutex::TryLockFast( std::uint32_t inThreadID )
     return true;
 }
 
-inline void XMutex::Lock( std::uint32_t inTimeoutMs, bool inAlertable )
+inline void XMutex::Lock( std::uint32_t inTimeoutMS, bool inAlertable )
 {
     const std::uint32_t id = WThreadID::GetCurrent();
-    if ( !TryLockFast( id ) && !LockSlowly( id, inTimeoutMs, inAlertable ) )
+    if ( !TryLockFast( id ) && !LockSlowly( id, inTimeoutMS, inAlertable ) )
         XThrow( kErrorTimedOut );
 }
 
-inline bool XMutex::TryLock( std::uint32_t inTimeoutMs )
+inline bool XMutex::TryLock( std::uint32_t inTimeoutMS )
 {
     const std::uint32_t id = WThreadID::GetCurrent();
-    return TryLockFast( id ) || LockSlowly( id, inTimeoutMs, false );
+    return TryLockFast( id ) || LockSlowly( id, inTimeoutMS, false );
 }
 
 inline void XMutex::Unlock()

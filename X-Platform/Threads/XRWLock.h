@@ -8,11 +8,11 @@ class XRWLock
 public:
     /// Locks like `XRWMutex::Lock`, with its errors.
     XRWLock(
-        XRWMutex& inMutex, XRWLockMode inMode, std::uint32_t inTimeoutMs = kNoTimeout,
+        XRWMutex& inMutex, XRWLockMode inMode, std::uint32_t inTimeoutMS = kNoTimeout,
         bool inAlertable = false )
         : itsMutex( inMutex ), itsMode( inMode )
     {
-        itsMutex.Lock( itsMode, inTimeoutMs, inAlertable );
+        itsMutex.Lock( itsMode, inTimeoutMS, inAlertable );
     }
     XRWLock( const XRWLock& ) = delete;
     XRWLock& operator=( const XRWLock& ) = delete;

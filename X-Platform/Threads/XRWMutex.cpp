@@ -22,9 +22,9 @@
 // Each change wakes exactly those who may proceed after it (WakeThreads). A wait that ends by an exception is
 // a change too: the threads behind it may have been waiting for its turn only.
 
-void XRWMutex::Lock( XRWLockMode inMode, std::uint32_t inTimeoutMs, bool inAlertable )
+void XRWMutex::Lock( XRWLockMode inMode, std::uint32_t inTimeoutMS, bool inAlertable )
 {
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     if ( inMode == kRWLockForRead )
         LockForRead( deadline, inAlertable );
     else

@@ -37,7 +37,7 @@ public:
     XRWMutex( const XRWMutex& ) = delete;
     XRWMutex& operator=( const XRWMutex& ) = delete;
 
-    void Lock( XRWLockMode inMode, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    void Lock( XRWLockMode inMode, std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false );
     void Unlock( XRWLockMode inMode );
 
     bool IsLockedForWriteInCurrentThread() const;

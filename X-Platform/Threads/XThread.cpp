@@ -4,6 +4,7 @@
 #include "Ground/WDeadline.h"
 #include "Ground/XErrorNumbers.h"
 #include "Threads/XCheckpoint.h"
+#include "Threads/XLockHelper.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThreadListener.h"
 
@@ -35,19 +36,6 @@ thread_local XThread* sCurrentThread = nullptr;
 
 /// Guarded by XThread::sThreadListenerMutex; never destroyed, because threads may end as late as the process's statics.
 XVector<XThreadListener*>& sThreadListeners = *new XVector<XThreadListener*>;
-
-/// Counts for a scope.
-class Counted
-{
-public:
-    explicit Counted( std::uint32_t& ioCount ) : itsCount( ioCount ) { ++itsCount; }
-    Counted( const Counted& ) = delete;
-    Counted& operator=( const Counted& ) = delete;
-    ~Counted() { --itsCount; }
-
-private:
-    std::uint32_t& itsCount;
-};
 
 } // namespace
 
@@ -339,8 +327,8 @@ bool XThread::ObeyRequest()
 {
     // Keeps the hooks, which may run checkpoints of their own, from coming back here.
     // Therefore the guards below compare with 1: this function's own.
-    const Counted preventStop( itsPreventStopCount );
-    const Counted preventSuspend( itsPreventSuspendCount );
+    const XLockHelper preventStop( itsPreventStopCount );
+    const XLockHelper preventSuspend( itsPreventSuspendCount );
     switch ( GetDueRequest() )
     {
     // StopHere does not return.
@@ -414,37 +402,37 @@ void XThread::XStates::SetNotRunning()
 
 // ---- Waiting for a thread
 
-void XThread::WaitForTerminate( std::uint32_t inTimeoutMs )
+void XThread::WaitForTerminate( std::uint32_t inTimeoutMS )
 {
-    if ( SleepUntilTerminate( inTimeoutMs ) )
+    if ( SleepUntilTerminate( inTimeoutMS ) )
         XThrow( kErrorTimedOut );
 }
 
-void XThread::WaitForSuspend( std::uint32_t inTimeoutMs )
+void XThread::WaitForSuspend( std::uint32_t inTimeoutMS )
 {
-    if ( SleepUntilSuspended( inTimeoutMs ) )
+    if ( SleepUntilSuspended( inTimeoutMS ) )
         XThrow( kErrorTimedOut );
 }
 
-bool XThread::SleepUntilTerminate( std::uint32_t inTimeoutMs )
+bool XThread::SleepUntilTerminate( std::uint32_t inTimeoutMS )
 {
-    return XStateWait( itsStates, XStateWait::kEnd ).Sleep( inTimeoutMs );
+    return XStateWait( itsStates, XStateWait::kEnd ).Sleep( inTimeoutMS );
 }
 
-bool XThread::SleepUntilSuspended( std::uint32_t inTimeoutMs )
+bool XThread::SleepUntilSuspended( std::uint32_t inTimeoutMS )
 {
-    return XStateWait( itsStates, XStateWait::kPause ).Sleep( inTimeoutMs );
+    return XStateWait( itsStates, XStateWait::kPause ).Sleep( inTimeoutMS );
 }
 
-XWaitResult XThread::WaitForInputOrTerminate( std::uint32_t inTimeoutMs )
+XWaitResult XThread::WaitForInputOrTerminate( std::uint32_t inTimeoutMS )
 {
-    WaitForTerminate( inTimeoutMs );
+    WaitForTerminate( inTimeoutMS );
     return kWaitResultEvent;
 }
 
-XWaitResult XThread::SleepUntilInputOrTerminate( std::uint32_t inTimeoutMs )
+XWaitResult XThread::SleepUntilInputOrTerminate( std::uint32_t inTimeoutMS )
 {
-    return SleepUntilTerminate( inTimeoutMs ) ? kWaitResultTimeout : kWaitResultEvent;
+    return SleepUntilTerminate( inTimeoutMS ) ? kWaitResultTimeout : kWaitResultEvent;
 }
 
 XThread::XStateWait::XStateWait( const XStatesPtr& inStates, XEvent inEvent )
@@ -455,9 +443,9 @@ XThread::XStateWait::XStateWait( const XStatesPtr& inStates, XEvent inEvent )
     itsPauses = itsStates->pauses;
 }
 
-bool XThread::XStateWait::Sleep( std::uint32_t inTimeoutMs ) const
+bool XThread::XStateWait::Sleep( std::uint32_t inTimeoutMS ) const
 {
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     const XThreadLock lock( itsStates->mutex );
     while ( !HasCome() )
     {
@@ -485,14 +473,14 @@ void XThread::YieldThread()
     YieldCurrentThread();
 }
 
-void XThread::SleepThread( std::uint32_t inTimeoutMs, bool inAlertable )
+void XThread::SleepThread( std::uint32_t inTimeoutMS, bool inAlertable )
 {
-    SleepCurrentThread( inTimeoutMs, inAlertable );
+    SleepCurrentThread( inTimeoutMS, inAlertable );
 }
 
-XWaitResult XThread::SleepThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable )
+XWaitResult XThread::SleepThreadUnlessInput( std::uint32_t inTimeoutMS, bool inAlertable )
 {
-    return SleepCurrentThreadUnlessInput( inTimeoutMs, inAlertable );
+    return SleepCurrentThreadUnlessInput( inTimeoutMS, inAlertable );
 }
 
 void XThread::YieldCurrentThread()
@@ -500,9 +488,9 @@ void XThread::YieldCurrentThread()
     XThreadImp::Yield();
 }
 
-void XThread::SleepCurrentThread( std::uint32_t inTimeoutMs, bool inAlertable )
+void XThread::SleepCurrentThread( std::uint32_t inTimeoutMS, bool inAlertable )
 {
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     do
     {
         if ( inAlertable )
@@ -510,9 +498,9 @@ void XThread::SleepCurrentThread( std::uint32_t inTimeoutMs, bool inAlertable )
     } while ( XThreadImp::Sleep( deadline.GetMillisecondsLeft(), inAlertable ) == kWaitAlerted );
 }
 
-XWaitResult XThread::SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable )
+XWaitResult XThread::SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMS, bool inAlertable )
 {
-    SleepCurrentThread( inTimeoutMs, inAlertable );
+    SleepCurrentThread( inTimeoutMS, inAlertable );
     return kWaitResultTimeout;
 }
 

@@ -112,29 +112,29 @@ public:
 
     /// WaitForTerminate waits until the run has ended. WaitForSuspend waits until the thread is not running,
     /// or has been suspended or ended at some time since the call.
-    void WaitForTerminate( std::uint32_t inTimeoutMs = kNoTimeout );
-    void WaitForSuspend( std::uint32_t inTimeoutMs = kNoTimeout );
+    void WaitForTerminate( std::uint32_t inTimeoutMS = kNoTimeout );
+    void WaitForSuspend( std::uint32_t inTimeoutMS = kNoTimeout );
 
     /// The same waits with a progress of the calling thread, which is shown after two seconds and through
     /// which the user may abort the wait (1001). The wait for suspension shows the elapsed share of
-    /// `inExpectedMs`; without `inAllowAbort` neither the user nor a stop ends it. They throw 2701 on a
+    /// `inExpectedMS`; without `inAllowAbort` neither the user nor a stop ends it. They throw 2701 on a
     /// time-out.
-    void WaitForTerminateWithProgress( std::uint32_t inTimeoutMs = kNoTimeout );
+    void WaitForTerminateWithProgress( std::uint32_t inTimeoutMS = kNoTimeout );
     void WaitForSuspendWithProgress(
-        std::uint32_t inTimeoutMs = kNoTimeout, std::uint32_t inExpectedMs = kNoTimeout,
+        std::uint32_t inTimeoutMS = kNoTimeout, std::uint32_t inExpectedMS = kNoTimeout,
         bool inAllowAbort = true );
 
     /// Like `StopThread` and `SuspendThread`, with such a progress.
     void StopThreadWithProgress( std::uint32_t inStopCode = 0 );
-    void SuspendThreadWithProgress( std::uint32_t inExpectedMs = kNoTimeout, bool inAllowAbort = true );
+    void SuspendThreadWithProgress( std::uint32_t inExpectedMS = kNoTimeout, bool inAllowAbort = true );
 
     /// Wait like WaitForTerminate and WaitForSuspend, but return true on a time-out.
-    bool SleepUntilTerminate( std::uint32_t inTimeoutMs );
-    bool SleepUntilSuspended( std::uint32_t inTimeoutMs );
+    bool SleepUntilTerminate( std::uint32_t inTimeoutMS );
+    bool SleepUntilSuspended( std::uint32_t inTimeoutMS );
 
     /// Wait until the thread has ended or user input arrives (see XWaitResult).
-    XWaitResult WaitForInputOrTerminate( std::uint32_t inTimeoutMs );
-    XWaitResult SleepUntilInputOrTerminate( std::uint32_t inTimeoutMs );
+    XWaitResult WaitForInputOrTerminate( std::uint32_t inTimeoutMS );
+    XWaitResult SleepUntilInputOrTerminate( std::uint32_t inTimeoutMS );
 
     /// The checkpoint: carries out pending requests. Called on the thread itself; the static form does
     /// nothing on a thread without an XThread.
@@ -145,11 +145,11 @@ public:
     /// arrives; otherwise it lasts the given time. SleepThreadUnlessInput returns kWaitResultTimeout at the
     /// end. Called on the thread itself.
     void YieldThread();
-    void SleepThread( std::uint32_t inTimeoutMs, bool inAlertable = false );
-    XWaitResult SleepThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable = false );
+    void SleepThread( std::uint32_t inTimeoutMS, bool inAlertable = false );
+    XWaitResult SleepThreadUnlessInput( std::uint32_t inTimeoutMS, bool inAlertable = false );
     static void YieldCurrentThread();
-    static void SleepCurrentThread( std::uint32_t inTimeoutMs, bool inAlertable = false );
-    static XWaitResult SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMs, bool inAlertable = false );
+    static void SleepCurrentThread( std::uint32_t inTimeoutMS, bool inAlertable = false );
+    static XWaitResult SleepCurrentThreadUnlessInput( std::uint32_t inTimeoutMS, bool inAlertable = false );
 
     /// The system also shows this name, or its beginning, for a started thread.
     XString GetDebugName() const;
@@ -274,11 +274,11 @@ private:
         XStateWait( const XStatesPtr& inStates, XEvent inEvent );
 
         /// Sleeps until the event; returns true on a time-out. A checkpoint of the calling thread.
-        bool Sleep( std::uint32_t inTimeoutMs ) const;
+        bool Sleep( std::uint32_t inTimeoutMS ) const;
 
         /// Sleeps with a progress; throws 2701 on a time-out.
         void
-        WaitWithProgress( std::uint32_t inTimeoutMs, std::uint32_t inExpectedMs, bool inAllowAbort ) const;
+        WaitWithProgress( std::uint32_t inTimeoutMS, std::uint32_t inExpectedMS, bool inAllowAbort ) const;
 
     private:
         bool HasCome() const;
@@ -320,8 +320,8 @@ private:
     const bool itsIsAcquired;
     std::unique_ptr<XThreadImp> itsImp;
     // Used by the thread itself only:
-    std::uint32_t itsPreventStopCount = 0;
-    std::uint32_t itsPreventSuspendCount = 0;
+    std::int32_t itsPreventStopCount = 0;
+    std::int32_t itsPreventSuspendCount = 0;
     std::uint32_t itsLastErrorNumber = 0;
     std::uint32_t* itsPreviousLastErrorSlot = nullptr;
     XTLSRegistry::XSlots itsTLS;

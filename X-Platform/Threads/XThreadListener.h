@@ -2,6 +2,7 @@
 
 #include "Ground/XTypes.h"
 
+/// What happens to a thread.
 enum XThreadEvent : std::uint32_t
 {
     kThreadStarted = 0,

@@ -7,10 +7,10 @@ class XThreadLock
 {
 public:
     /// Locks like `XMutex::Lock`, with its errors.
-    explicit XThreadLock( XMutex& inMutex, std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false )
+    explicit XThreadLock( XMutex& inMutex, std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false )
         : itsMutex( inMutex )
     {
-        itsMutex.Lock( inTimeoutMs, inAlertable );
+        itsMutex.Lock( inTimeoutMS, inAlertable );
     }
     XThreadLock( const XThreadLock& ) = delete;
     XThreadLock& operator=( const XThreadLock& ) = delete;

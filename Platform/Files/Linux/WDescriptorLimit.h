@@ -12,8 +12,8 @@ public:
 
     /// Makes the call, which returns a descriptor or -1. If the limit was reached and could be raised, makes
     /// it again.
-    template<class Call>
-    static int Retry( Call inCall )
+    template<class TCall>
+    static int Retry( TCall inCall )
     {
         const int descriptor = inCall();
         return descriptor == -1 && RaiseIfReached() ? inCall() : descriptor;

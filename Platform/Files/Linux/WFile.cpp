@@ -24,8 +24,8 @@ namespace
 {
 
 /// Repeats a call for as long as signals interrupt it.
-template<class Call>
-auto Retry( Call inCall )
+template<class TCall>
+auto Retry( TCall inCall )
 {
     for ( ;; )
     {

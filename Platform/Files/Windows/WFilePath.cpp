@@ -35,8 +35,8 @@ private:
 
 /// Calls a system function that takes a buffer and its length, and that returns the required length if the
 /// buffer is too short.
-template<class Call>
-std::wstring ReadSystemText( Call inCall )
+template<class TCall>
+std::wstring ReadSystemText( TCall inCall )
 {
     std::wstring text( MAX_PATH, L'\0' );
     for ( ;; )

@@ -98,6 +98,26 @@ bool MayHaveAccess( PSID inSID )
     return EqualSid( inSID, CurrentUser().GetSID() );
 }
 
+/// Entries for objects and with conditions grant rights too; files hardly have them, so they count as open.
+bool LetsOthersIn( const ACE_HEADER& inEntry )
+{
+    const auto& allowed = reinterpret_cast<const ACCESS_ALLOWED_ACE&>( inEntry );
+    if ( inEntry.AceFlags & INHERIT_ONLY_ACE )
+        return false;
+    switch ( inEntry.AceType )
+    {
+    case ACCESS_ALLOWED_ACE_TYPE:
+        return allowed.Mask != 0 && !MayHaveAccess( const_cast<DWORD*>( &allowed.SidStart ) );
+    case ACCESS_ALLOWED_COMPOUND_ACE_TYPE:
+    case ACCESS_ALLOWED_OBJECT_ACE_TYPE:
+    case ACCESS_ALLOWED_CALLBACK_ACE_TYPE:
+    case ACCESS_ALLOWED_CALLBACK_OBJECT_ACE_TYPE:
+        return allowed.Mask != 0;
+    default:
+        return false; // denials, audits and labels
+    }
+}
+
 } // namespace
 
 WPrivateFile WPrivateFile::CreateNew( const std::filesystem::path& inPath )
@@ -143,9 +163,7 @@ bool WPrivateFile::IsOpenToOthers( const WFile& inFile )
     {
         void* entry = nullptr;
         CheckSuccess( GetAce( list, i, &entry ) );
-        auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>( entry );
-        if ( allowed->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && allowed->Mask != 0 &&
-             !( allowed->Header.AceFlags & INHERIT_ONLY_ACE ) && !MayHaveAccess( &allowed->SidStart ) )
+        if ( LetsOthersIn( *static_cast<const ACE_HEADER*>( entry ) ) )
             return true;
     }
     return false;

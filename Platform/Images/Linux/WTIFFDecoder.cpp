@@ -112,11 +112,11 @@ void WTIFFDecoder::Implementation::Decode(
     const auto planes = static_cast<std::uint16_t>( IsSeparate() ? ioPage.channels : 1 );
     for ( std::uint16_t plane = 0; plane < planes; ++plane )
     {
-        const auto tellShare = [&]( double inShare ) { inProgress( ( plane + inShare ) / planes ); };
+        const auto reportShare = [&]( double inShare ) { inProgress( ( plane + inShare ) / planes ); };
         if ( TIFFIsTiled( itsTIFF ) )
-            DecodeTiles( plane, inMostBytes, tellShare, ioPage );
+            DecodeTiles( plane, inMostBytes, reportShare, ioPage );
         else
-            DecodeStrips( plane, tellShare, ioPage );
+            DecodeStrips( plane, reportShare, ioPage );
     }
 }
 

@@ -55,7 +55,7 @@ struct Format
     const GUID& id;
     WImagePage::SampleType type;
     std::uint32_t channels;
-    bool isReversed; ///< Blue comes first.
+    bool isReversed; // blue comes first
 };
 
 const Format kFormats[] = {

@@ -21,7 +21,7 @@ public:
     void CopyFrame( const WImageFile::Progress& inProgress, WImagePage& ioPage );
 
 private:
-    CO_MTA_USAGE_COOKIE itsApartment = nullptr; ///< Of the process, for threads without an apartment.
+    CO_MTA_USAGE_COOKIE itsApartment = nullptr; // of the process, for threads without an apartment
     IWICImagingFactory* itsFactory = nullptr;
     IWICBitmapDecoder* itsDecoder = nullptr;
 

@@ -9,7 +9,7 @@ namespace
 {
 // Bits of the colour type.
 constexpr std::uint8_t kPaletteBit = 1;
-constexpr std::uint8_t kColourBit = 2; ///< Grey images lack it.
+constexpr std::uint8_t kColourBit = 2; // grey images lack it
 constexpr std::uint8_t kAlpha = 4;
 
 /// Fields that the component does not report as stored: the format of the samples and whether there is a

@@ -56,9 +56,9 @@ void OnFatalSignal( int inSignal, siginfo_t* inInfo, void* inContext )
             ::pause();
     }
     WriteToStandardError( "The program has crashed.\n" );
-    sCrash.itsSignal = inSignal;
-    sCrash.itsAddress = inInfo->si_addr;
-    sCrash.itsStack.Take( *static_cast<const ucontext_t*>( inContext ) );
+    sCrash.signal = inSignal;
+    sCrash.address = inInfo->si_addr;
+    sCrash.stack.Take( *static_cast<const ucontext_t*>( inContext ) );
     if ( reporter )
         reporter->ReportAndWait();
     // The handler is no longer installed, so the signal now has its original effect.
@@ -79,7 +79,7 @@ void UseHandlerStack()
 /// Loads the data that the unwinder needs, because a signal handler must not do this.
 void WarmUp()
 {
-    sCrash.itsStack.TakeHere();
+    sCrash.stack.TakeHere();
 }
 
 bool InstallFor( int inSignal, struct sigaction& outPrevious )

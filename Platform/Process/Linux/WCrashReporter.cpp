@@ -13,8 +13,8 @@ namespace
 {
 
 /// A crash may leave locks behind that the report then waits for.
-constexpr int kLongestReportMs = 30000;
-constexpr int kPollMs = 10;
+constexpr int kLongestReportMS = 30000;
+constexpr int kPollMS = 10;
 
 /// Unlike a thread_local variable, this allocates nothing on its first use.
 pid_t GetThread()
@@ -23,8 +23,8 @@ pid_t GetThread()
 }
 
 /// Starts a thread that no signal meant for the program is delivered to.
-template<class Body>
-std::thread StartWithoutSignals( Body inBody )
+template<class TBody>
+std::thread StartWithoutSignals( TBody inBody )
 {
     sigset_t blocked;
     sigset_t previous;
@@ -59,8 +59,8 @@ void WCrashReporter::ReportAndWait()
         return;
     itsIsWanted = true;
     ::sem_post( &itsWakeUp );
-    for ( int waited = 0; waited < kLongestReportMs && !itsIsDone; waited += kPollMs )
-        ::poll( nullptr, 0, kPollMs );
+    for ( int waited = 0; waited < kLongestReportMS && !itsIsDone; waited += kPollMS )
+        ::poll( nullptr, 0, kPollMS );
 }
 
 void WCrashReporter::GiveUpIfReporter()
@@ -85,7 +85,7 @@ std::string WCrashReporter::DescribeCrash() const
 {
     char text[128];
     std::snprintf(
-        text, sizeof( text ), "fatal signal %d (%s), address %p\n", itsCrash.itsSignal,
-        ::strsignal( itsCrash.itsSignal ), itsCrash.itsAddress );
-    return text + itsCrash.itsStack.Describe();
+        text, sizeof( text ), "fatal signal %d (%s), address %p\n", itsCrash.signal,
+        ::strsignal( itsCrash.signal ), itsCrash.address );
+    return text + itsCrash.stack.Describe();
 }

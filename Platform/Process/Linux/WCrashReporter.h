@@ -13,9 +13,9 @@
 /// The data that a signal handler leaves for the report of a crash.
 struct WCrash
 {
-    int itsSignal = 0;
-    void* itsAddress = nullptr;
-    WStackCapture itsStack;
+    int signal = 0;
+    void* address = nullptr;
+    WStackCapture stack;
 };
 
 /// Reports a crash from a separate thread, because a signal handler must not allocate memory. Internal to the

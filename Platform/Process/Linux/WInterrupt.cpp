@@ -60,9 +60,9 @@ void WInterrupt::GiveBack()
     close( sClosing );
 }
 
-WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMs )
+WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMS )
 {
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     pollfd events[] = { { sClosing, POLLIN, 0 }, { sSignals, POLLIN, 0 } };
     for ( ;; )
     {

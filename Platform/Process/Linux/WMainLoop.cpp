@@ -12,14 +12,14 @@
 namespace
 {
 
-std::atomic<int> sBell = -1; // an event counter, readable while it is not 0
+std::atomic<int> sWakeEvent = -1; // an event counter, readable while it is not 0
 
 /// Initially set, because earlier wake-ups had no descriptor to set.
-int OpenBell()
+int OpenWakeEvent()
 {
-    const int bell = eventfd( 1, EFD_NONBLOCK | EFD_CLOEXEC );
-    if ( bell >= 0 )
-        return bell;
+    const int event = eventfd( 1, EFD_NONBLOCK | EFD_CLOEXEC );
+    if ( event >= 0 )
+        return event;
     WThrowErrno();
 }
 
@@ -28,20 +28,20 @@ int OpenBell()
 WMainLoop::XHandle WMainLoop::GetWaitHandle()
 {
     static std::once_flag once;
-    std::call_once( once, [] { sBell = OpenBell(); } );
-    return sBell;
+    std::call_once( once, [] { sWakeEvent = OpenWakeEvent(); } );
+    return sWakeEvent;
 }
 
 /// Safe within a signal handler. Before the descriptor exists no thread waits for it, and it is created set.
 void WMainLoop::Wake()
 {
-    const int bell = sBell;
-    if ( bell < 0 )
+    const int event = sWakeEvent;
+    if ( event < 0 )
         return;
     const int savedErrno = errno;
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written =
-        write( bell, &one, sizeof( one ) ); // fails where it is full, and rings
+        write( event, &one, sizeof( one ) ); // fails if the counter is full, which is set too
     errno = savedErrno;
 }
 
@@ -52,14 +52,14 @@ void WMainLoop::ClearWake()
         ;
 }
 
-bool WMainLoop::WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs )
+bool WMainLoop::WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMS )
 {
-    const WDeadline deadline( inTimeoutMs );
-    pollfd bell{ static_cast<int>( inHandle ), POLLIN, 0 };
+    const WDeadline deadline( inTimeoutMS );
+    pollfd event{ static_cast<int>( inHandle ), POLLIN, 0 };
     for ( ;; )
     {
         const std::uint32_t left = deadline.GetMillisecondsLeft();
-        const int result = poll( &bell, 1, left > INT32_MAX ? -1 : static_cast<int>( left ) );
+        const int result = poll( &event, 1, left > INT32_MAX ? -1 : static_cast<int>( left ) );
         if ( result > 0 )
             return true;
         if ( ( result == 0 && deadline.HasPassed() ) || ( result < 0 && errno != EINTR ) )
@@ -67,9 +67,9 @@ bool WMainLoop::WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs )
     }
 }
 
-bool WMainLoop::WaitForWork( XHandle inBell, std::uint32_t inTimeoutMs )
+bool WMainLoop::WaitForWork( XHandle inHandle, std::uint32_t inTimeoutMS )
 {
-    return WaitForHandle( inBell, inTimeoutMs );
+    return WaitForHandle( inHandle, inTimeoutMS );
 }
 
 void WMainLoop::DispatchSystemMessages() {}

@@ -21,9 +21,9 @@ namespace
 
 struct Register
 {
-    const char* itsName;
-    unsigned long long itsValue;
-    bool itsIsSavedByGetcontext = true;
+    const char* name;
+    unsigned long long value;
+    bool isSavedByGetcontext = true;
 };
 
 /// The registers in which a context of this processor is described.
@@ -74,10 +74,10 @@ void DescribeRegisters( const ucontext_t& inContext, bool inHasAll, std::ostream
     int column = 0;
     for ( const auto& entry : GetRegisters( inContext ) )
     {
-        if ( !inHasAll && !entry.itsIsSavedByGetcontext )
+        if ( !inHasAll && !entry.isSavedByGetcontext )
             continue;
         char text[32];
-        std::snprintf( text, sizeof( text ), "%4s %016llx", entry.itsName, entry.itsValue );
+        std::snprintf( text, sizeof( text ), "%4s %016llx", entry.name, entry.value );
         const bool isLineEnd = ++column % kRegistersPerLine == 0;
         outText << text << ( isLineEnd ? "\n" : "  " );
     }

@@ -1,5 +1,6 @@
 #include "Process/WConsole.h"
 
+#include "Ground/XFail.h"
 #include "System/WCodePage.h"
 
 #include <algorithm>
@@ -111,6 +112,8 @@ std::vector<std::string> WConsole::GetArguments( int, char** )
     // The arguments of main are ANSI; the command line knows every character.
     int count = 0;
     auto** const wide = CommandLineToArgvW( GetCommandLineW(), &count );
+    if ( !wide )
+        XThrowLastSystemError();
     std::vector<std::string> arguments;
     for ( int i = 1; i < count; ++i )
         arguments.push_back( WCodePage::WideToUTF8( wide[i] ) );

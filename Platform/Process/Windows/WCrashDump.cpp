@@ -26,8 +26,8 @@ std::mutex& GetSymbolMutex()
     return *sMutex;
 }
 
-template<class... Values>
-void Append( std::string& ioText, const char* inFormat, Values... inValues )
+template<class... TValues>
+void Append( std::string& ioText, const char* inFormat, TValues... inValues )
 {
     char text[64];
     std::snprintf( text, sizeof( text ), inFormat, inValues... );
@@ -38,8 +38,8 @@ void DescribeRegisters( const CONTEXT& inContext, std::string& ioText )
 {
     struct Register
     {
-        const char* itsName;
-        DWORD64 itsValue;
+        const char* name;
+        DWORD64 value;
     };
     const Register registers[] = {
         { "rip", inContext.Rip }, { "rsp", inContext.Rsp }, { "rbp", inContext.Rbp },
@@ -52,7 +52,7 @@ void DescribeRegisters( const CONTEXT& inContext, std::string& ioText )
     int column = 0;
     for ( const auto& entry : registers )
         Append(
-            ioText, "%4s %016llx%s", entry.itsName, static_cast<unsigned long long>( entry.itsValue ),
+            ioText, "%4s %016llx%s", entry.name, static_cast<unsigned long long>( entry.value ),
             ++column % 3 == 0 ? "\r\n" : "  " );
 }
 

@@ -45,10 +45,10 @@ void WInterrupt::GiveBack()
     sIsTaken = false;
 }
 
-WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMs )
+WInterrupt::Event WInterrupt::WaitForEvent( std::uint32_t inTimeoutMS )
 {
     const HANDLE handles[] = { sClosing, sInterrupts };
-    const DWORD result = WaitForMultipleObjects( 2, handles, FALSE, inTimeoutMs );
+    const DWORD result = WaitForMultipleObjects( 2, handles, FALSE, inTimeoutMS );
     return result == WAIT_TIMEOUT     ? kTimeoutEvent
         : result == WAIT_OBJECT_0 + 1 ? kInterruptEvent
                                       : kClosingEvent;

@@ -11,15 +11,15 @@
 namespace
 {
 
-std::atomic<HANDLE> sBell = nullptr; // an event reset by hand
+std::atomic<HANDLE> sWakeEvent = nullptr; // an event reset by hand
 
 /// Initially set, because earlier wake-ups had no event to set.
-HANDLE CreateBell()
+HANDLE CreateWakeEvent()
 {
-    const HANDLE bell = CreateEventW( nullptr, TRUE, TRUE, nullptr );
-    if ( !bell )
+    const HANDLE event = CreateEventW( nullptr, TRUE, TRUE, nullptr );
+    if ( !event )
         XThrowLastSystemError();
-    return bell;
+    return event;
 }
 
 HANDLE ToHandle( WMainLoop::XHandle inHandle )
@@ -32,16 +32,16 @@ HANDLE ToHandle( WMainLoop::XHandle inHandle )
 WMainLoop::XHandle WMainLoop::GetWaitHandle()
 {
     static std::once_flag once;
-    std::call_once( once, [] { sBell = CreateBell(); } );
-    return reinterpret_cast<XHandle>( sBell.load() );
+    std::call_once( once, [] { sWakeEvent = CreateWakeEvent(); } );
+    return reinterpret_cast<XHandle>( sWakeEvent.load() );
 }
 
-/// The posted message wakes a loop of window messages that does not know the bell. It is refused, which is as
-/// well, where the main thread has no queue of window messages.
+/// The posted message wakes a loop of window messages that does not wait for the event. It is rejected, which does no
+/// harm, if the main thread has no queue of window messages.
 void WMainLoop::Wake()
 {
-    if ( const HANDLE bell = sBell )
-        SetEvent( bell );
+    if ( const HANDLE event = sWakeEvent )
+        SetEvent( event );
     PostThreadMessageW( WThreadID::GetMain(), WM_NULL, 0, 0 );
 }
 
@@ -50,15 +50,15 @@ void WMainLoop::ClearWake()
     ResetEvent( ToHandle( GetWaitHandle() ) );
 }
 
-bool WMainLoop::WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMs )
+bool WMainLoop::WaitForHandle( XHandle inHandle, std::uint32_t inTimeoutMS )
 {
-    return WaitForSingleObject( ToHandle( inHandle ), inTimeoutMs ) == WAIT_OBJECT_0;
+    return WaitForSingleObject( ToHandle( inHandle ), inTimeoutMS ) == WAIT_OBJECT_0;
 }
 
-bool WMainLoop::WaitForWork( XHandle inBell, std::uint32_t inTimeoutMs )
+bool WMainLoop::WaitForWork( XHandle inHandle, std::uint32_t inTimeoutMS )
 {
-    const HANDLE bell = ToHandle( inBell );
-    return MsgWaitForMultipleObjectsEx( 1, &bell, inTimeoutMs, QS_ALLINPUT, MWMO_INPUTAVAILABLE ) !=
+    const HANDLE event = ToHandle( inHandle );
+    return MsgWaitForMultipleObjectsEx( 1, &event, inTimeoutMS, QS_ALLINPUT, MWMO_INPUTAVAILABLE ) !=
         WAIT_TIMEOUT;
 }
 

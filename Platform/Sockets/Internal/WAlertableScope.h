@@ -16,17 +16,17 @@ public:
     {
         if ( !itsIsWaiting )
             return;
-        itsThread->EndWait( itsHasHeard );
-        if ( itsHasHeard )
+        itsThread->EndWait( itsIsAlerted );
+        if ( itsIsAlerted )
             WSocketAlert::GetCurrent().Clear();
     }
 
     /// Whether the thread was alerted before it began to wait.
     bool WasAlerted() const { return itsThread && !itsIsWaiting; }
-    void SetHasHeard() { itsHasHeard = true; }
+    void SetAlerted() { itsIsAlerted = true; }
 
 private:
     WThreadAlert* const itsThread;
     const bool itsIsWaiting;
-    bool itsHasHeard = false;
+    bool itsIsAlerted = false;
 };

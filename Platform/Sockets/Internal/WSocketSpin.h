@@ -28,7 +28,7 @@ public:
         itsTurnBegin = now;
         itsIsInTurn = true;
         if ( wasLong )
-            NoteLongTurn();
+            RecordLongTurn();
         return !wasLong;
     }
 
@@ -38,7 +38,7 @@ public:
         History& history = GetHistory();
         history.longWaits = 0;
         if ( itsIsInTurn && Clock::now() - itsTurnBegin > kLongTurn )
-            NoteLongTurn();
+            RecordLongTurn();
         else
             history.penalty = std::max( history.penalty - history.penalty / kDecay, kLeastPenalty );
     }
@@ -80,7 +80,7 @@ private:
         return isWorthwhile ? kTurns : kFewTurns;
     }
 
-    static void NoteLongTurn()
+    static void RecordLongTurn()
     {
         History& history = GetHistory();
         history.waitsToSkip = history.penalty;

@@ -158,7 +158,7 @@ private:
         Set( CURLOPT_NOSIGNAL, 1L );
         Set( kDoNotAwaitName, 1L );
         Set( CURLOPT_BUFFERSIZE, 128L * 1024 );
-        Set( CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>( inRequest.connectTimeoutMs ) );
+        Set( CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>( inRequest.connectTimeoutMS ) );
         Set( CURLOPT_ERRORBUFFER, static_cast<char*>( itsError ) );
         Set( CURLOPT_HEADERFUNCTION, &Exchange::TakeHead );
         Set( CURLOPT_HEADERDATA, this );
@@ -265,9 +265,9 @@ private:
         if ( isAlertable )
             alert = {
                 static_cast<curl_socket_t>( WSocketAlert::GetCurrent().GetHandle() ), CURL_WAIT_POLLIN, 0 };
-        itsLibrary.poll( itsMulti, &alert, isAlertable ? 1 : 0, kSliceMs, nullptr );
+        itsLibrary.poll( itsMulti, &alert, isAlertable ? 1 : 0, kSliceMS, nullptr );
         if ( alert.revents != 0 )
-            scope.SetHasHeard();
+            scope.SetAlerted();
     }
 
     Outcome GetOutcome()

@@ -26,7 +26,7 @@
 namespace
 {
 
-constexpr std::uint32_t kRetryMs = 10;
+constexpr std::uint32_t kRetryMS = 10;
 
 const char* GetAbsolute( const char* inVariable )
 {
@@ -267,7 +267,7 @@ WWaitResult WPipe::SleepUntilReady( Direction inDirection, const WDeadline& inDe
         constexpr short kEvents[] = { POLLIN, POLLOUT, POLLRDHUP };
         return itsSystem->socket.Sleep( kEvents[inDirection], inDeadline, inAlertable );
     }
-    const WDeadline retry( std::min( inDeadline.GetMillisecondsLeft(), kRetryMs ) );
+    const WDeadline retry( std::min( inDeadline.GetMillisecondsLeft(), kRetryMS ) );
     const WWaitResult result = WSocketDescriptor( -1 ).Sleep( 0, retry, inAlertable );
     return result == kWaitTimedOut && !inDeadline.HasPassed() ? kWaitSucceeded : result;
 }

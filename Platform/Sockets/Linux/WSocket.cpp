@@ -188,16 +188,16 @@ WSocket::Address WSocket::GetPeerAddress() const
 }
 
 /// The system counts seconds, 32767 at most.
-WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMs )
+WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMS )
 {
     constexpr std::uint32_t kLeastSeconds = 1;
     constexpr std::uint32_t kMostSeconds = 32767;
     // With one probe a second, a dead peer is noticed about ten seconds after the idle time.
     constexpr int kProbes = 10;
-    const bool isOn = inIdleMs != kNoTimeout;
+    const bool isOn = inIdleMS != kNoTimeout;
     if ( isOn )
     {
-        const std::uint32_t roundedUp = inIdleMs / 1000 + ( inIdleMs % 1000 != 0 ? 1 : 0 );
+        const std::uint32_t roundedUp = inIdleMS / 1000 + ( inIdleMS % 1000 != 0 ? 1 : 0 );
         const int seconds = static_cast<int>( std::clamp( roundedUp, kLeastSeconds, kMostSeconds ) );
         if ( itsSystem->SetOption( IPPROTO_TCP, TCP_KEEPIDLE, seconds ) != 0 ||
              itsSystem->SetOption( IPPROTO_TCP, TCP_KEEPINTVL, 1 ) != 0 ||

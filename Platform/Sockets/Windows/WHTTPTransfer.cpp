@@ -88,10 +88,10 @@ public:
               L"", inRequest.usesProxy ? WINHTTP_ACCESS_TYPE_DEFAULT_PROXY : WINHTTP_ACCESS_TYPE_NO_PROXY,
               WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC ) )
     {
-        const auto toTimeout = []( std::uint32_t inMs )
-        { return static_cast<int>( std::clamp<std::uint32_t>( inMs, 1, 0x7FFFFFFF ) ); };
-        const int connect = toTimeout( inRequest.connectTimeoutMs ),
-                  stall = toTimeout( inRequest.stallTimeoutMs );
+        const auto toTimeout = []( std::uint32_t inMS )
+        { return static_cast<int>( std::clamp<std::uint32_t>( inMS, 1, 0x7FFFFFFF ) ); };
+        const int connect = toTimeout( inRequest.connectTimeoutMS ),
+                  stall = toTimeout( inRequest.stallTimeoutMS );
         if ( !itsSession )
             return;
         WinHttpSetTimeouts( itsSession, connect, connect, stall, stall );
@@ -375,9 +375,9 @@ private:
             return false;
         const HANDLE events[] = {
             itsSteps->GetEvent(), reinterpret_cast<HANDLE>( WSocketAlert::GetCurrent().GetHandle() ) };
-        const DWORD result = WaitForMultipleObjects( 2, events, FALSE, kSliceMs );
+        const DWORD result = WaitForMultipleObjects( 2, events, FALSE, kSliceMS );
         if ( result == WAIT_OBJECT_0 + 1 )
-            scope.SetHasHeard();
+            scope.SetAlerted();
         return result == WAIT_OBJECT_0;
     }
 

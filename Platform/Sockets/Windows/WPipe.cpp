@@ -21,7 +21,7 @@ namespace
 {
 
 constexpr DWORD kCapacity = 65536;
-constexpr std::uint32_t kRetryMs = 10;
+constexpr std::uint32_t kRetryMS = 10;
 
 class PipeHandle
 {
@@ -483,7 +483,7 @@ WWaitResult WPipe::SleepUntilReady( Direction inDirection, const WDeadline& inDe
     const bool hasEvent = isOpen && inDirection != kForPeeking;
     const std::uint32_t left = inDeadline.GetMillisecondsLeft();
     const std::uint32_t time =
-        isOpen ? left : std::min( left, kRetryMs ); // nothing tells when a pipe is not busy
+        isOpen ? left : std::min( left, kRetryMS ); // nothing tells when a pipe is not busy
     switch ( WaitForMultipleObjects( hasEvent ? 3 : 2, events, FALSE, time ) )
     {
     case kAlert:

@@ -60,7 +60,7 @@ struct WSocket::System
             0;
     }
 
-    void NoteEvents() const
+    void RecordEvents() const
     {
         WSANETWORKEVENTS events{};
         if ( WSAEnumNetworkEvents( socket, happened, &events ) != 0 )
@@ -313,7 +313,7 @@ WWaitResult WSocket::SleepUntilReady( Direction inDirection, const WDeadline& in
         switch ( WaitForMultipleObjects( count, events, FALSE, inDeadline.GetMillisecondsLeft() ) )
         {
         case kHappened:
-            itsSystem->NoteEvents();
+            itsSystem->RecordEvents();
             break;
         case kAlert:
             return kWaitAlerted;
@@ -337,12 +337,12 @@ WSocket::Address WSocket::GetPeerAddress() const
     return AskAddress( itsSystem->socket, getpeername );
 }
 
-WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMs )
+WSocket::Outcome WSocket::SetKeepAlive( std::uint32_t inIdleMS )
 {
-    constexpr ULONG kIntervalMs = 1000;
+    constexpr ULONG kIntervalMS = 1000;
     tcp_keepalive values{};
-    if ( inIdleMs != kNoTimeout )
-        values = { 1, std::max<ULONG>( inIdleMs, 1 ), kIntervalMs };
+    if ( inIdleMS != kNoTimeout )
+        values = { 1, std::max<ULONG>( inIdleMS, 1 ), kIntervalMS };
     DWORD returned = 0;
     return ToOutcome( WSAIoctl(
         itsSystem->socket, SIO_KEEPALIVE_VALS, &values, sizeof( values ), nullptr, 0, &returned, nullptr,

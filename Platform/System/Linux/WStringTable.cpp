@@ -8,8 +8,8 @@ namespace
 
 struct StringResource
 {
-    std::uint32_t itsID;
-    const char* itsText;
+    std::uint32_t id;
+    const char* text;
 };
 
 constexpr StringResource kResources[] = {
@@ -17,15 +17,15 @@ constexpr StringResource kResources[] = {
 #include "System/WStringTable.inc"
 #undef KORVALE_STRING
 };
-static_assert( std::ranges::is_sorted( kResources, std::less(), &StringResource::itsID ) );
+static_assert( std::ranges::is_sorted( kResources, std::less(), &StringResource::id ) );
 
 } // namespace
 
 std::optional<std::string> WStringTable::Load( std::uint32_t inResourceID )
 {
     const auto* found =
-        std::ranges::lower_bound( kResources, inResourceID, std::less(), &StringResource::itsID );
-    if ( found == std::end( kResources ) || found->itsID != inResourceID )
+        std::ranges::lower_bound( kResources, inResourceID, std::less(), &StringResource::id );
+    if ( found == std::end( kResources ) || found->id != inResourceID )
         return std::nullopt;
-    return found->itsText;
+    return found->text;
 }

@@ -12,8 +12,8 @@ thread_local std::uint32_t tLastError = WSystemError::kNoError;
 
 struct CodeText
 {
-    std::uint32_t itsCode;
-    const char* itsText;
+    std::uint32_t code;
+    const char* text;
 };
 
 /// Codes from files, wires and other systems, and codes for which an errno has only one of the causes.
@@ -53,8 +53,8 @@ constexpr CodeText kCodeTexts[] = {
 
 std::string GetOwnText( std::uint32_t inCode )
 {
-    const auto* found = std::ranges::find( kCodeTexts, inCode, &CodeText::itsCode );
-    return found == std::end( kCodeTexts ) ? std::string() : found->itsText;
+    const auto* found = std::ranges::find( kCodeTexts, inCode, &CodeText::code );
+    return found == std::end( kCodeTexts ) ? std::string() : found->text;
 }
 
 /// The plain code of a result that only wraps one.

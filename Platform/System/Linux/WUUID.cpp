@@ -69,8 +69,8 @@ std::uint32_t WUUID::Create( WUUID& outUUID )
     if ( const std::uint32_t error = sRandomBytes.Take( &uuid, sizeof( uuid ) ) )
         return error;
     // Version 4 and the variant of RFC 9562: 122 bits are random.
-    uuid.itsData3 = static_cast<std::uint16_t>( ( uuid.itsData3 & 0x0FFF ) | 0x4000 );
-    uuid.itsData4[0] = static_cast<std::uint8_t>( ( uuid.itsData4[0] & 0x3F ) | 0x80 );
+    uuid.data3 = static_cast<std::uint16_t>( ( uuid.data3 & 0x0FFF ) | 0x4000 );
+    uuid.data4[0] = static_cast<std::uint8_t>( ( uuid.data4[0] & 0x3F ) | 0x80 );
     outUUID = uuid;
     return 0;
 }

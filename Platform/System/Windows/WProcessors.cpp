@@ -77,7 +77,8 @@ XVector<XVector<std::uint32_t>> WProcessors::FindCores()
                 cores.push_back( std::move( numbers ) );
         }
     }
-    for ( std::uint32_t processor = 0; cores.size() < GetCount() && entries.empty(); ++processor )
+    const bool hasNone = cores.empty();
+    for ( std::uint32_t processor = 0; hasNone && processor < GetCount(); ++processor )
         cores.push_back( { processor } );
     return cores;
 }

@@ -1,14 +1,13 @@
 #include "Threads/WThread.h"
 
 #include "Ground/XFail.h"
+#include "System/WCodePage.h"
 #include "System/WProcessors.h"
 #include "System/WSystemError.h"
 #include "System/WThreadID.h"
 
 #include <cerrno>
 #include <process.h>
-#include <string>
-#include <string_view>
 #include <windows.h>
 
 #include "WNoSystemMacros.h" // needs to be behind the header above
@@ -113,9 +112,9 @@ void WThread::SetName( const char* inName )
     const std::lock_guard lock( itsMutex );
     if ( itsThreadID == 0 || !setDescription )
         return;
-    const std::string_view name( inName );
+    const auto name = WCodePage::AnsiToWide( inName );
     const ThreadHandle thread( itsThreadID, THREAD_SET_LIMITED_INFORMATION );
-    setDescription( thread, std::wstring( name.begin(), name.end() ).c_str() );
+    setDescription( thread, name.c_str() );
 }
 
 void WThread::GetCPUTime( std::int64_t& outKernel, std::int64_t& outUser ) const

@@ -11,14 +11,14 @@
 namespace
 {
 /// Calls `inAction( part )` for each vector that takes up memory.
-template<class Action>
-void ForEachPart( XOverlaySketch& ioSketch, Action inAction )
+template<class TAction>
+void ForEachPart( XOverlaySketch& ioSketch, TAction inAction )
 {
     inAction( ioSketch.picture.levels );
     for ( auto& objects : ioSketch.objects )
     {
-        inAction( objects.found.shapes );
-        inAction( objects.found.runs );
+        inAction( objects.objects.shapes );
+        inAction( objects.objects.runs );
     }
 }
 

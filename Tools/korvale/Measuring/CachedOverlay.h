@@ -19,7 +19,7 @@ public:
     XOverlaySketch Take( XPageMemory& ioMemory );
 
 private:
-    XOverlaySketch itsSketch; ///< Without the parts that need much memory.
+    XOverlaySketch itsSketch; // without the parts that need much memory
     std::vector<std::size_t> itsPartSizes;
     XMappedFileMemoryHandle itsBytes;
 };

@@ -7,12 +7,12 @@ void CachedPage::Read( XImageReader& ioReaders, std::uint32_t inPage, XPageMemor
         itsSamples = XMappedFileMemoryHandle( inBytes );
         return ioMemory.Lock( itsSamples, kLockForWrite );
     };
-    itsForm = ioReaders.ReadPage( inPage, allocate );
+    itsFormat = ioReaders.ReadPage( inPage, allocate );
 }
 
 WImagePage CachedPage::Lock( XPageMemory& ioMemory, XLockMode inMode )
 {
-    WImagePage page{ itsForm, {} };
+    WImagePage page{ itsFormat, {} };
     page.samples = ioMemory.Lock( itsSamples, inMode );
     return page;
 }

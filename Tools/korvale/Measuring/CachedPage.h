@@ -13,10 +13,10 @@ public:
     /// Reads page `inPage`.
     void Read( XImageReader& ioReaders, std::uint32_t inPage, XPageMemory& ioMemory );
 
-    bool IsEmpty() const { return itsForm.width == 0; }
+    bool IsEmpty() const { return itsFormat.width == 0; }
 
     /// Empty before the page has been read.
-    const WImageFormat& GetForm() const { return itsForm; }
+    const WImageFormat& GetFormat() const { return itsFormat; }
 
     /// Returns the page; its samples are locked until it is destroyed.
     WImagePage Lock( XPageMemory& ioMemory, XLockMode inMode );
@@ -28,6 +28,6 @@ public:
     void Drop() { itsSamples = {}; }
 
 private:
-    WImageFormat itsForm;
+    WImageFormat itsFormat;
     XMappedFileMemoryHandle itsSamples;
 };

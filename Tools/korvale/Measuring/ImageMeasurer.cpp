@@ -30,15 +30,15 @@
 /// An image whose pages are being measured.
 struct ImageMeasurer::Image
 {
-    std::string path; ///< As the user gave it.
-    USize number;     ///< Among all images.
+    std::string path; // as the user gave it
+    USize number;     // among all images
     XImageReader reader;
     XImageMeasurement measurement;
     std::deque<PageRecord> pages;
-    std::unique_ptr<StackBackground> background; ///< Null without.
-    std::uint32_t gathered = 0;                  ///< Pages whose results have been taken, in order.
+    std::unique_ptr<StackBackground> background; // null without
+    std::uint32_t gathered = 0;                  // pages whose results have been taken, in order
     std::uint32_t measured = 0;
-    std::optional<Failure> failure; ///< That of the pages gathered last, from `firstFailed` on.
+    std::optional<Failure> failure; // that of the pages gathered last, from `firstFailed` on
     std::uint32_t firstFailed = 0;
     XTimer timer;
 
@@ -110,7 +110,7 @@ std::vector<XImageMeasurement> ImageMeasurer::Measure( const std::vector<std::st
         PlanOverlays( inImages );
     // A single image has no bar beside that of its pages.
     const auto type = inImages.size() > 1 ? XProgress::kProgressWork : XProgress::kProgressWait;
-    XProgress progress( inImages.size(), type, kProgressDelayMs );
+    XProgress progress( inImages.size(), type, kProgressDelayMS );
     progress.SetTitle( "Measuring" );
     for ( USize number = 0; number < inImages.size(); ++number )
     {
@@ -124,7 +124,7 @@ std::vector<XImageMeasurement> ImageMeasurer::Measure( const std::vector<std::st
 /// An image that cannot be read now counts as one of a single page; it is reported in its turn.
 void ImageMeasurer::PlanOverlays( const std::vector<std::string>& inImages )
 {
-    XProgress progress( inImages.size(), XProgress::kProgressWork, kProgressDelayMs );
+    XProgress progress( inImages.size(), XProgress::kProgressWork, kProgressDelayMS );
     progress.SetTitle( "Checking overlays" );
     for ( const auto& image : inImages )
     {
@@ -149,7 +149,7 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, USize inNumber, boo
     auto& image = *itsImages.back();
     const auto pages = image.GetPageCount();
     const auto steps = HasBackground() ? 2 * USize{ pages } : pages;
-    XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMs, true );
+    XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMS, true );
     progress.SetMessage( XString::FromUTF8( image.measurement.name ) );
     if ( HasBackground() )
         MeasureWithBackground( image, progress );

@@ -60,17 +60,17 @@ private:
     const XImageReadSettings itsReading;
     const XMeasureSettings itsSettings;
     const XBackgroundKind itsBackground;
-    OverlayFiles* const itsOverlays; ///< Null if no overlays are drawn.
+    OverlayFiles* const itsOverlays; // null if no overlays are drawn
     Session& itsSession;
     bool itsHasFailures = false;
     bool itsHasReportedPixelSize = false;
-    std::uint64_t itsObjectCount = 0; ///< Of the gathered pages.
+    std::uint64_t itsObjectCount = 0; // of the gathered pages
     std::vector<XImageMeasurement> itsMeasurements;
     XPageMemory itsMemory;
     XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
     const PageTask itsTask{ itsSettings, itsMemory, itsMeasurementMemory };
-    std::deque<std::unique_ptr<Image>> itsImages; ///< The images that are not complete.
+    std::deque<std::unique_ptr<Image>> itsImages; // the images that are not complete
     /// Destroyed, with its jobs, before the data that they use.
     PagePipeline itsPipeline;
 

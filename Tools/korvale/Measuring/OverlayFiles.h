@@ -33,7 +33,7 @@ public:
     /// The overlay of one page.
     struct Page
     {
-        CompleteFile file; ///< With the name; the job that draws it adds the rest.
+        CompleteFile file; ///< with the name; the job that draws it adds the rest
         std::optional<Failure> failure;
     };
 
@@ -52,9 +52,9 @@ private:
 
     const std::string itsName;
     const bool itsHasSeveralImages;
-    std::map<WFilePath::Key, std::string> itsFiles; ///< The others and the overlays.
-    std::set<std::string> itsTaken; ///< Names in lower case, for file systems that ignore case.
-    std::map<std::string, std::uint32_t> itsCopies; ///< The last number tried for each name, in lower case.
+    std::map<WFilePath::Key, std::string> itsFiles; // the others and the overlays
+    std::set<std::string> itsTaken;                 // names in lower case, for file systems that ignore case
+    std::map<std::string, std::uint32_t> itsCopies; // the last number tried for each name, in lower case
     std::deque<Image> itsImages;
 
     std::string MakeName( const std::string& inImage, std::uint32_t inPage, std::uint32_t inPageCount );

@@ -18,7 +18,7 @@ constexpr std::uint64_t kSteps = 2;
 
 void RunWork( const PageWork& inWork )
 {
-    XProgress progress( kSteps, XProgress::kProgressSteps, kProgressDelayMs );
+    XProgress progress( kSteps, XProgress::kProgressSteps, kProgressDelayMS );
     progress.SetMessage(
         "page " + std::to_string( inWork.page ) + " of " + XString::FromUTF8( inWork.image ) );
     inWork.run( progress );

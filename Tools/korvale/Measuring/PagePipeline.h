@@ -15,10 +15,10 @@ class XProgress;
 /// One job of the pipeline: an operation on a page of an image.
 struct PageWork
 {
-    std::string image;                          ///< The displayed name.
-    std::uint32_t page = 0;                     ///< Counted from 0.
-    std::function<void( XProgress& )> run;      ///< Runs within a progress of two steps.
-    XFunctionJob::Completed complete = nullptr; ///< Called on the worker, however the job has ended.
+    std::string image;                           ///< the displayed name
+    std::uint32_t page = 0;                      ///< counted from 0
+    std::function<void( XProgress& )> run;       ///< runs within a progress of two steps
+    XFunctionJob::XCompleted complete = nullptr; ///< called on the worker, however the job has ended
 };
 
 /// Runs work on pages as jobs of the shared pool, only a few ahead of the workers, each with bars on the

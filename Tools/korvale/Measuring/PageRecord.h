@@ -13,12 +13,12 @@
 /// job writes it.
 struct PageRecord
 {
-    std::uint32_t number = 0; ///< Counted from 0.
+    std::uint32_t number = 0; ///< counted from 0
     bool needsOverlay = false;
 
-    CachedPage samples;                   ///< With a background, from reading to measuring.
-    XPageMeasurement measurement;         ///< Empty after a failure.
-    std::optional<CachedOverlay> overlay; ///< If requested and the page has been measured.
+    CachedPage samples;                   ///< with a background, from reading to measuring
+    XPageMeasurement measurement;         ///< empty after a failure
+    std::optional<CachedOverlay> overlay; ///< if requested and the page has been measured
     std::optional<Failure> failure;
     std::atomic<bool> isDone = false;
 };

@@ -10,7 +10,7 @@
 // add its samples of a stage as soon as page n - 1 has passed that stage (StageOrder), as in the pipeline of
 // a processor.
 //
-// Guards: `itsSums`, `itsForm`, `itsFirst` and `itsAdded` are changed only between WaitForStage( page, 0 )
+// Guards: `itsSums`, `itsFormat`, `itsFirst` and `itsAdded` are changed only between WaitForStage( page, 0 )
 // and Pass( page, 0 ), so by one page at a time; the mutex of StageOrder orders these accesses.
 
 namespace
@@ -18,13 +18,14 @@ namespace
 /// Stages of an addition: with so many, several pages are added at the same time by as many threads.
 constexpr std::uint32_t kStages = 16;
 
-std::string DescribeFormat( const WImageFormat& inForm )
+std::string DescribeFormat( const WImageFormat& inFormat )
 {
-    const auto* const type = inForm.type == WImageFormat::kUInt8 ? "8-bit"
-        : inForm.type == WImageFormat::kUInt16                   ? "16-bit"
-                                                                 : "float";
-    return std::to_string( inForm.width ) + " x " + std::to_string( inForm.height ) + " pixels of " +
-        std::to_string( inForm.channels ) + " " + type + ( inForm.channels == 1 ? " sample" : " samples" );
+    const auto* const type = inFormat.type == WImageFormat::kUInt8 ? "8-bit"
+        : inFormat.type == WImageFormat::kUInt16                   ? "16-bit"
+                                                                   : "float";
+    return std::to_string( inFormat.width ) + " x " + std::to_string( inFormat.height ) + " pixels of " +
+        std::to_string( inFormat.channels ) + " " + type +
+        ( inFormat.channels == 1 ? " sample" : " samples" );
 }
 
 template<class T>
@@ -59,7 +60,7 @@ StackBackground::StackBackground( XBackgroundKind inKind, std::uint32_t inPageCo
 void StackBackground::Add( std::uint32_t inPage, CachedPage& ioPage )
 {
     itsOrder.WaitForStage( inPage, 0 );
-    Admit( inPage, ioPage.GetForm() );
+    Admit( inPage, ioPage.GetFormat() );
     // From here the page can only wait for pages before it, which have been locked already or have ended.
     const auto page = ioPage.Lock( itsMemory, kLockForRead );
     ++itsAdded;
@@ -79,27 +80,27 @@ void StackBackground::Add( std::uint32_t inPage, CachedPage& ioPage )
 }
 
 /// Creates the accumulator with the first page that arrives.
-void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inForm )
+void StackBackground::Admit( std::uint32_t inPage, const WImageFormat& inFormat )
 {
     if ( !itsSums )
     {
-        itsSums = XBackgroundAccumulator::Make( itsKind, inForm, itsPageCount, itsMemory );
-        itsForm = inForm;
+        itsSums = XBackgroundAccumulator::Make( itsKind, inFormat, itsPageCount, itsMemory );
+        itsFormat = inFormat;
         itsFirst = inPage;
     }
-    if ( !inForm.HasSameLayout( itsForm ) )
+    if ( !inFormat.HasSameLayout( itsFormat ) )
         throw WImageError(
             "size or type differs from page " + std::to_string( itsFirst ) +
-            ": cannot subtract a common background (" + DescribeFormat( inForm ) + ", not " +
-            DescribeFormat( itsForm ) + ")" );
+            ": cannot subtract a common background (" + DescribeFormat( inFormat ) + ", not " +
+            DescribeFormat( itsFormat ) + ")" );
 }
 
 void StackBackground::Compute()
 {
-    itsBackground = WImagePage{ itsForm, itsMemory.AllocateLasting( itsForm.GetByteCount() ) };
+    itsBackground = WImagePage{ itsFormat, itsMemory.AllocateLasting( itsFormat.GetByteCount() ) };
     const auto compute = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     { itsSums->GetBackground( itsAdded, inFirst, inEnd, itsBackground ); };
-    XForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, compute );
+    XForEachChunk( itsFormat.GetSampleCount(), kPixelsAtOnce, compute );
     itsSums.reset();
 }
 
@@ -107,5 +108,5 @@ void StackBackground::SubtractFrom( WImagePage& ioPage ) const
 {
     const auto subtract = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     { Subtract( itsBackground, inFirst, inEnd, ioPage ); };
-    XForEachChunk( itsForm.GetSampleCount(), kPixelsAtOnce, subtract );
+    XForEachChunk( itsFormat.GetSampleCount(), kPixelsAtOnce, subtract );
 }

@@ -40,11 +40,11 @@ private:
     const std::uint32_t itsPageCount;
     XPageMemory& itsMemory;
     StageOrder itsOrder;
-    std::uint32_t itsAdded = 0; ///< Changed in the first stage, like the next two.
-    std::uint32_t itsFirst = 0; ///< The page whose format the others must have.
-    WImageFormat itsForm;       ///< Empty before the first page.
+    std::uint32_t itsAdded = 0; // changed in the first stage, like the next two
+    std::uint32_t itsFirst = 0; // the page whose format the others must have
+    WImageFormat itsFormat;     // empty before the first page
     std::unique_ptr<XBackgroundAccumulator> itsSums;
     WImagePage itsBackground;
 
-    void Admit( std::uint32_t inPage, const WImageFormat& inForm );
+    void Admit( std::uint32_t inPage, const WImageFormat& inFormat );
 };

@@ -17,7 +17,7 @@ public:
     void Keep();
 
 private:
-    std::vector<std::filesystem::path> itsMade; ///< The outermost one first.
+    std::vector<std::filesystem::path> itsMade; // the outermost one first
 
     void Make( const std::filesystem::path& inFolder );
     void RemoveMade();

@@ -40,8 +40,8 @@ std::uint32_t Limit( std::uint64_t inNumber )
     return static_cast<std::uint32_t>( std::min<std::uint64_t>( inNumber, kElsewhere ) );
 }
 
-template<class... Numbers>
-void Append( std::string& ioBytes, Numbers... inNumbers )
+template<class... TNumbers>
+void Append( std::string& ioBytes, TNumbers... inNumbers )
 {
     ( AppendLittleEndian( ioBytes, inNumbers ), ... );
 }

@@ -2,6 +2,9 @@
 
 #include "Outputs/CommandFiles.h"
 
+#include <functional>
+#include <string>
+
 class CommandOptions;
 class Session;
 
@@ -41,4 +44,9 @@ public:
 
 protected:
     Command() = default;
+
+    /// Returns whether the action succeeded. A failure is reported with the subject; the user's abort (1001) is
+    /// thrown.
+    static bool
+    Try( Session& ioSession, const std::string& inSubject, const std::function<void()>& inAction );
 };

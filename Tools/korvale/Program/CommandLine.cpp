@@ -4,6 +4,22 @@
 
 #include <CLI/CLI.hpp>
 
+namespace
+{
+/// Separates the groups of options in the help by one empty line: each begins with one, and the base adds one between them.
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    std::string make_group(
+        std::string inHeading, bool inIsPositional, std::vector<const CLI::Option*> inOptions ) const override
+    {
+        const auto text = CLI::Formatter::make_group( inHeading, inIsPositional, inOptions );
+        const auto isFirst = inIsPositional || inHeading == "Options";
+        return isFirst || text.empty() ? text : text.substr( 1 );
+    }
+};
+} // namespace
+
 CommandOption CommandOption::Takes( const std::string& inKind ) const
 {
     itsOption->type_name( inKind );
@@ -64,40 +80,54 @@ CommandOption CommandOption::Excludes( const std::string& inOther ) const
     return *this;
 }
 
+CommandOptions CommandOptions::Under( const std::string& inHeading ) const
+{
+    CommandOptions result = *this;
+    result.itsHeading = inHeading;
+    return result;
+}
+
+CommandOption CommandOptions::Place( CLI::Option& ioOption ) const
+{
+    if ( !itsHeading.empty() )
+        ioOption.group( itsHeading );
+    return CommandOption( ioOption );
+}
+
 CommandOption
 CommandOptions::Add( const std::string& inNames, std::string& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption CommandOptions::Add(
     const std::string& inNames, std::vector<std::string>& outValues, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValues, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValues, inHelp ) );
 }
 
 CommandOption
 CommandOptions::Add( const std::string& inNames, std::uint32_t& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption
 CommandOptions::Add( const std::string& inNames, std::uint64_t& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption
 CommandOptions::Add( const std::string& inNames, double& outValue, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_option( inNames, outValue, inHelp ) );
+    return Place( *itsCommand->add_option( inNames, outValue, inHelp ) );
 }
 
 CommandOption
 CommandOptions::AddFlag( const std::string& inNames, bool& outIsGiven, const std::string& inHelp ) const
 {
-    return CommandOption( *itsCommand->add_flag( inNames, outIsGiven, inHelp ) );
+    return Place( *itsCommand->add_flag( inNames, outIsGiven, inHelp ) );
 }
 
 void CommandOptions::Explain( const std::string& inText ) const
@@ -116,7 +146,8 @@ CommandLine::CommandLine(
 {
     itsProgram->set_version_flag( "--version", inProgram + " " + inVersion );
     itsProgram->require_subcommand( 1 );
-    itsProgram->allow_windows_style_options( false ); // A path may begin with a slash there too.
+    itsProgram->formatter( std::make_shared<HelpFormatter>() ); // and that of all commands
+    itsProgram->allow_windows_style_options( false );           // A path may begin with a slash there too.
 }
 
 CommandLine::~CommandLine() = default;

@@ -55,6 +55,9 @@ class CommandOptions
 public:
     explicit CommandOptions( CLI::App& ioCommand ) : itsCommand( &ioCommand ) {}
 
+    /// The same options; the help lists those that are added through the result under `inHeading`.
+    CommandOptions Under( const std::string& inHeading ) const;
+
     /// `inNames` is "--output", "-o,--output", or a name without dashes for an argument.
     CommandOption Add( const std::string& inNames, std::string& outValue, const std::string& inHelp ) const;
     CommandOption
@@ -71,6 +74,9 @@ public:
 
 private:
     CLI::App* itsCommand;
+    std::string itsHeading; // empty: that of CLI11
+
+    CommandOption Place( CLI::Option& ioOption ) const;
 };
 
 /// The arguments of the program: its own options, which may also follow the command, and the commands with

@@ -1,10 +1,8 @@
 #include "Program/CommandThread.h"
 
 #include "Jobs/XProgressStrategyChanger.h"
-#include "Messaging/XAppClosingMessage.h"
-#include "Messaging/XAppInitialisedMessage.h"
-#include "Messaging/XAppMessageCentre.h"
-#include "Process/WMainLoop.h"
+#include "Messaging/XMainLoop.h"
+#include "Messaging/XSpeaker.h"
 #include "Support/Failure.h"
 #include "Support/WrongUsage.h"
 #include "Terminal/Session.h"
@@ -18,16 +16,7 @@
 
 namespace
 {
-constexpr std::uint32_t kDrawPeriodMs = 50;
-
-/// One round: waits for messages, but not for longer than the display may, and delivers them.
-void ServeQueues()
-{
-    const auto hasMessages = WMainLoop::WaitForHandle( WMainLoop::GetWaitHandle(), kDrawPeriodMs );
-    XSpeaker::ProcessAllNextEventMessages();
-    if ( !hasMessages )
-        XSpeaker::ProcessAllIdleMessages();
-}
+constexpr std::uint32_t kDrawPeriodMS = 50;
 } // namespace
 
 CommandThread::CommandThread( Command& ioCommand, Session& ioSession )
@@ -42,21 +31,12 @@ CommandThread::~CommandThread()
 
 int CommandThread::RunWithMainLoop()
 {
-    auto& centre = XAppMessageCentre::GetAppMessageCentre();
-    centre.SpeakMessage( XAppInitialisedMessage( &centre ) );
     StartThread();
-    XTimer sinceDrawn( kDrawPeriodMs );
-    while ( !itsIsDone )
-    {
-        ServeQueues();
-        if ( sinceDrawn.RestartIfExpired() )
-            itsSession.progress.Draw();
-    }
+    XMainLoop::Run( [this] { itsSession.progress.Draw(); }, kDrawPeriodMS );
     WaitForTerminate();
+    XSpeaker::ProcessAllNextEventMessages(); // those that the command has sent last
     if ( itsFailure )
         std::rethrow_exception( itsFailure );
-    XSpeaker::ProcessAllNextEventMessages();
-    centre.SpeakMessage( XAppClosingMessage( &centre ) );
     return itsStatus;
 }
 
@@ -64,14 +44,9 @@ std::int32_t CommandThread::RunThreadSelf()
 {
     struct End
     {
-        std::atomic<bool>& isDone;
-        ~End()
-        {
-            isDone = true;
-            WMainLoop::Wake();
-        }
+        ~End() { XMainLoop::RequestEnd(); }
     };
-    const End end{ itsIsDone }; // whatever happens, or the main thread would wait for ever
+    const End end; // whatever happens, or the main thread would wait for ever
     try
     {
         TerminalProgressStrategy strategy( itsSession.progress, true );

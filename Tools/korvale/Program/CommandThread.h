@@ -3,7 +3,6 @@
 #include "Program/Command.h"
 #include "Threads/XThread.h"
 
-#include <atomic>
 #include <exception>
 
 /// Runs a command on its own thread, so that the main thread can show progress and deliver messages.
@@ -23,9 +22,8 @@ protected:
 private:
     Command& itsCommand;
     Session& itsSession;
-    std::atomic<bool> itsIsDone = false;
     int itsStatus = kFailure;
-    std::exception_ptr itsFailure; ///< A failure that could not be reported.
+    std::exception_ptr itsFailure; // a failure that could not be reported
 
     int RunCommand();
 };

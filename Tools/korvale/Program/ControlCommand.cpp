@@ -14,11 +14,11 @@
 
 namespace
 {
-/// For connections to end in, after an interrupt.
-constexpr std::uint32_t kGraceMs = 900;
-constexpr std::uint32_t kWatchPeriodMs = 50;
+/// The time that connections have to end after an interrupt.
+constexpr std::uint32_t kGraceMS = 900;
+constexpr std::uint32_t kWatchPeriodMS = 50;
 
-/// Serves bridges of one class.
+/// A server of bridges of one class.
 template<class TBridge>
 class BridgeService
 {
@@ -52,7 +52,7 @@ XHTTPResponse MakeStatusPage( const ControlService& inService )
         "text/html; charset=utf-8" );
 }
 
-/// One line on standard output for whoever waits for it, and in the log.
+/// Prints a line at once, and logs it.
 void Announce( const std::string& inText, Session& ioSession )
 {
     ioSession.out << inText << std::endl;
@@ -90,34 +90,43 @@ void ControlCommand::Declare( const CommandOptions& inOptions )
 
 int ControlCommand::Run( Session& ioSession )
 {
-    WInterrupt::BeginService( kGraceMs );
+    WInterrupt::BeginService( kGraceMS );
     const NetworkPlace place( itsListen );
-    const auto protection = itsProtection.Choose(
-        place.IsLoopBack(), XDeploymentKeys::kRoleControlService, XDeploymentKeys::kRoleNode );
+    bool isLoopBack = false;
+    if ( !Try( ioSession, itsListen, [&] { isLoopBack = place.IsLoopBack(); } ) )
+        return kFailure;
+    const auto protection =
+        itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleControlService, XDeploymentKeys::kRoleNode );
     if ( protection.isWeak )
         ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
 
-    const ControlService service( "control", place.GetAddress(), protection );
+    std::optional<ControlService> service;
     std::optional<PlainService> plain;
-    if ( itsPlainPort != kNoPort )
-        plain.emplace(
-            "plain bridges", place.GetAddress( static_cast<std::int32_t>( itsPlainPort ) ), protection );
     XHTTPServer pages( "status page" );
     pages.HandleGet(
         "/",
         [&]( const XHTTPRequest& inRequest )
-        { return inRequest.GetPath() == "/" ? MakeStatusPage( service ) : XHTTPResponse::Status( 404 ); } );
-    if ( !itsHTTP.empty() )
-        pages.Start( NetworkPlace( itsHTTP ).GetAddress() );
+        { return inRequest.GetPath() == "/" ? MakeStatusPage( *service ) : XHTTPResponse::Status( 404 ); } );
+    const auto start = [&]
+    {
+        service.emplace( "control", place.GetAddress(), protection );
+        if ( itsPlainPort != kNoPort )
+            plain.emplace(
+                "plain bridges", place.GetAddress( static_cast<std::int32_t>( itsPlainPort ) ), protection );
+    };
+    const auto startPages = [&] { pages.Start( NetworkPlace( itsHTTP ).GetAddress() ); };
+    if ( !Try( ioSession, itsListen, start ) ||
+         ( !itsHTTP.empty() && !Try( ioSession, itsHTTP, startPages ) ) )
+        return kFailure;
 
-    Announce( "listening on " + place.GetText( service.GetPort() ), ioSession );
+    Announce( "listening on " + place.GetText( service->GetPort() ), ioSession );
     if ( !itsHTTP.empty() )
         Announce(
             "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );
     if ( plain )
         Announce( "plain bridges on " + place.GetText( plain->GetPort() ), ioSession );
     while ( !WInterrupt::IsRequested() )
-        XThread::SleepCurrentThread( kWatchPeriodMs );
+        XThread::SleepCurrentThread( kWatchPeriodMS );
     ioSession.LogInfo( "interrupted" );
     return kSuccess;
 }

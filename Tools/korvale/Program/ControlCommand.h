@@ -19,7 +19,7 @@ private:
     static constexpr std::uint32_t kNoPort = 0xFFFFFFFF;
 
     std::string itsListen = "127.0.0.1:7610";
-    std::string itsHTTP;                  ///< Empty: no status page.
-    std::uint32_t itsPlainPort = kNoPort; ///< For plain bridges.
+    std::string itsHTTP;                  // empty: no status page
+    std::uint32_t itsPlainPort = kNoPort; // for plain bridges
     ProtectionOptions itsProtection;
 };

@@ -16,13 +16,13 @@
 // (WInterrupt). LackOfMemoryHandler is constructed twice, before the static objects and after WInitApp,
 // because that installs a terminate handler of its own, which treats a lack of memory as a crash.
 //
-// After an interrupt the work has kGraceMs to notice it and to clean up; then the handler of the interrupt
+// After an interrupt the work has kGraceMS to notice it and to clean up; then the handler of the interrupt
 // does so itself (LeaveNothing) and ends the process.
 
 namespace
 {
 /// Work obeys an interrupt within a few milliseconds, but not where the system keeps it waiting.
-constexpr std::uint32_t kGraceMs = 60;
+constexpr std::uint32_t kGraceMS = 60;
 
 void LeaveNothing()
 {
@@ -92,7 +92,7 @@ std::terminate_handler LackOfMemoryHandler::sOthers = nullptr;
 
 int Run( int inArgCount, char** inArgs )
 {
-    const WInterrupt interrupt( { kInterrupted, kFailure, kGraceMs, LeaveNothing } );
+    const WInterrupt interrupt( { kInterrupted, kFailure, kGraceMS, LeaveNothing } );
     const WInitCore core;
     const WInitApp application;
     const LackOfMemoryHandler inApplication;

@@ -33,9 +33,9 @@ std::string MakeHelp()
                        "  from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced\n"
                        "  resolution and masks are skipped. Min-is-white images are inverted, palettes\n"
                        "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
-                       "  tifffile) declares several channels, slices or images are refused;\n"
+                       "  tifffile) declares several channels, slices or images are rejected;\n"
                        "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
-                       "  volumes whose planes follow a single page are always refused.\n"
+                       "  volumes whose planes follow a single page are always rejected.\n"
                        "\n"
                        "Objects\n"
                        "  The connected pixels whose value in the chosen channel is greater than the\n"
@@ -55,7 +55,7 @@ std::string MakeHelp()
                        "\n"
                        "Overlays\n"
                        "  --overlay draws contours and IDs over the channel that was segmented, with\n"
-                       "  stretched grey levels; inner objects have a second colour, and\n"
+                       "  stretched grey levels; child objects have a second colour, and\n"
                        "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
                        "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
                        "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
@@ -171,56 +171,67 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
     inOptions.Explain( MakeHelp() );
     inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
     inOptions.WhenParsed( [this] { itsImages = ExpandWildcards( itsImages ); } );
-    itsOutputs.Declare( inOptions );
-    inOptions.Add( "--channel", itsChannel, "Channel to segment" )
+    DeclareSegmentation( inOptions );
+    const auto images = inOptions.Under( "Reading" );
+    images.Add( "--pixel-size", itsPixelSize, "Pixel size in um [that of the image]" )
+        .Takes( "X[,Y]" )
+        .Check( CheckPixelSize );
+    images.AddFlag( "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point" );
+    const auto background = inOptions.Under( "Background subtraction" );
+    background.Add( "--background", itsBackground, "Subtract the mean or minimum over all pages [none]" )
+        .Takes( "mean|min" )
+        .IsOneOf( { "mean", "min" } );
+    background.Add( "--save-background", itsBackgroundFile, "Write the background as a TIFF file" )
+        .Takes( "FILE" )
+        .Check( CheckFileName )
+        .Needs( "--background" );
+    const auto output = inOptions.Under( "Results" );
+    itsOutputs.Declare( output );
+    output.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
+        .Takes( "FILE.png" )
+        .Check( CheckFileName );
+    output.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
+    const auto resources = inOptions.Under( "Resources" );
+    resources.Add( "--memory", itsMemory, "Memory to use, e.g. 512M, 1.5G [60 % of all]" )
+        .Takes( "SIZE" )
+        .Check( CheckByteCount );
+    resources.Add( "--workers", itsWorkers, "Maximum number of threads [one per processor]" )
+        .Takes( "N" )
+        .IsBetween( 1u, 1024u );
+}
+
+void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
+{
+    const auto objects = inOptions.Under( "Segmentation" );
+    objects.Add( "--channel", itsChannel, "Channel to segment" )
         .Takes( "Cn" )
         .Check( CheckChannel )
         .ShowsDefault();
-    inOptions.Add( "--threshold", itsThreshold, "otsu (for each page) or a value" )
+    objects.Add( "--threshold", itsThreshold, "otsu (for each page) or a value" )
         .Takes( "otsu|VALUE" )
         .Check( CheckThreshold )
         .ShowsDefault();
-    inOptions.Add( "--connectivity", itsConnectivity, "Connect pixels by edges (4) or also corners (8)" )
+    objects.Add( "--connectivity", itsConnectivity, "Connect pixels by edges (4) or also corners (8)" )
         .Takes( "N" )
         .IsOneOf( { "4", "8" } )
         .ShowsDefault();
-    inOptions.Add( "--pixel-size", itsPixelSize, "Pixel size in um [that of the image]" )
-        .Takes( "X[,Y]" )
-        .Check( CheckPixelSize );
-    inOptions.AddFlag( "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point" );
-    inOptions.Add( "--min-pixels", itsLeastPixels, "Minimum object size in pixels" )
+    objects.Add( "--min-pixels", itsLeastPixels, "Minimum object size in pixels" )
         .Takes( "N" )
         .Check( CheckWholeNumber )
         .ShowsDefault();
-    inOptions.Add( "--inside", itsInside, "Segment inner objects: otsu (for each) or a value" )
+    const auto children = inOptions.Under( "Child objects" );
+    children.Add( "--inside", itsInside, "Segment child objects: otsu (for each) or a value" )
         .Takes( "otsu|VALUE" )
         .Check( CheckThreshold );
-    inOptions.Add( "--inside-channel", itsInsideChannel, "Channel for inner objects [that of --channel]" )
+    children.Add( "--inside-channel", itsInsideChannel, "Channel for child objects [that of --channel]" )
         .Takes( "Cn" )
         .Check( CheckChannel )
         .Needs( "--inside" );
-    inOptions.Add( "--inside-min-pixels", itsInsideLeastPixels, "Minimum size of inner objects in pixels" )
+    children.Add( "--inside-min-pixels", itsInsideLeastPixels, "Minimum size of child objects in pixels" )
         .Takes( "N" )
         .Check( CheckWholeNumber )
         .Needs( "--inside" )
         .ShowsDefault();
-    inOptions.Add( "--background", itsBackground, "Subtract the mean or minimum over all pages [none]" )
-        .Takes( "mean|min" )
-        .IsOneOf( { "mean", "min" } );
-    inOptions.Add( "--save-background", itsBackgroundFile, "Write the background as a TIFF file" )
-        .Takes( "FILE" )
-        .Check( CheckFileName )
-        .Needs( "--background" );
-    inOptions.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
-        .Takes( "FILE.png" )
-        .Check( CheckFileName );
-    inOptions.Add( "--memory", itsMemory, "Memory to use, e.g. 512M, 1.5G [60 % of all]" )
-        .Takes( "SIZE" )
-        .Check( CheckByteCount );
-    inOptions.Add( "--workers", itsWorkers, "Maximum number of threads [one per processor]" )
-        .Takes( "N" )
-        .IsBetween( 1u, 1024u );
-    inOptions.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
 }
 
 void MeasureCommand::Check() const
@@ -255,14 +266,14 @@ int MeasureCommand::Run( Session& ioSession )
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
     {
-        budget.NoteFigures( ioSession );
+        budget.LogFigures( ioSession );
         return kFailure;
     }
 
     auto table = WriteFiles(
         measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(),
         overlays ? &*overlays : nullptr );
-    budget.NoteFigures( ioSession );
+    budget.LogFigures( ioSession );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
         PrintSummary( measurements, std::move( table ), GetSettings().objects.channel, ioSession.out );
@@ -305,7 +316,7 @@ XMeasureSettings MeasureCommand::GetSettings() const
     const auto channel =
         itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
     // "otsu" is no number: the empty value selects the automatic threshold.
-    settings.inside = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
+    settings.children = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
     return settings;
 }
 
@@ -323,7 +334,7 @@ XPivotTable MeasureCommand::WriteFiles(
     const WImagePage& inBackground, OverlayFiles* ioOverlays ) const
 {
     const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
-    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMS );
     progress.SetTitle( "Writing" );
     auto table = XMakeMeasurementTable( ioMeasurements, GetSettings(), &ioMemory );
     progress.Increment();

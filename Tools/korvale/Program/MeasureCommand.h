@@ -29,18 +29,19 @@ private:
     std::string itsThreshold = "otsu";
     std::uint32_t itsConnectivity = 8;
     std::uint64_t itsLeastPixels = 1;
-    std::string itsInside;        ///< Empty: no child objects.
-    std::string itsInsideChannel; ///< Empty: the channel of the objects.
+    std::string itsInside;        // empty: no child objects
+    std::string itsInsideChannel; // empty: the channel of the objects
     std::uint64_t itsInsideLeastPixels = 1;
-    std::string itsBackground; ///< Empty: none.
+    std::string itsBackground; // empty: none
     std::string itsBackgroundFile;
-    std::string itsOverlay;       ///< Empty: none.
-    std::string itsMemory;        ///< Empty: the default of the library.
-    std::uint32_t itsWorkers = 0; ///< 0: one for each logical processor.
-    std::string itsPixelSize;     ///< Empty: the pixel size of the images.
+    std::string itsOverlay;       // empty: none
+    std::string itsMemory;        // empty: the default of the library
+    std::uint32_t itsWorkers = 0; // 0: one for each logical processor
+    std::string itsPixelSize;     // empty: the pixel size of the images
     bool itsArePlanesTimes = false;
     bool itsIsQuiet = false;
 
+    void DeclareSegmentation( const CommandOptions& inOptions );
     XMeasureSettings GetSettings() const;
     XImageReadSettings GetReadSettings() const;
     std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;

@@ -15,7 +15,7 @@ MemoryBudget::~MemoryBudget()
     itsManager.SetBudget( itsBefore.budget );
 }
 
-void MemoryBudget::NoteFigures( Session& ioSession ) const
+void MemoryBudget::LogFigures( Session& ioSession ) const
 {
     const auto now = itsManager.GetFigures();
     const auto count = []( std::uint64_t inBlocks, std::uint64_t inBytes )

@@ -17,7 +17,7 @@ public:
     MemoryBudget& operator=( const MemoryBudget& ) = delete;
 
     /// Writes the statistics to the log.
-    void NoteFigures( Session& ioSession ) const;
+    void LogFigures( Session& ioSession ) const;
 
 private:
     XMemoryManager& itsManager;

@@ -1,19 +1,22 @@
 #include "Program/PingCommand.h"
 
+#include "Core/Errors/XException.h"
 #include "Core/Storables/XRefPtr.h"
 #include "Core/Times/XTimer.h"
 #include "Program/CommandLine.h"
 #include "RemoteCalls/XControlBridge.h"
+#include "Support/Failure.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/Session.h"
 
 #include <algorithm>
 #include <charconv>
+#include <stdexcept>
 
 namespace
 {
-/// For each step of the opening, and for each call.
-constexpr std::uint32_t kTimeoutMs = 10'000;
+/// Of each step of the handshake and of each call.
+constexpr std::uint32_t kTimeoutMS = 10'000;
 constexpr std::uint32_t kMaxCount = 1'000'000;
 
 std::string FormatMilliseconds( double inSeconds )
@@ -24,7 +27,7 @@ std::string FormatMilliseconds( double inSeconds )
     return std::string( text, end ) + " ms";
 }
 
-/// Of numbers in order.
+/// The median of sorted numbers.
 double GetMedian( const std::vector<double>& inSorted )
 {
     return ( inSorted[( inSorted.size() - 1 ) / 2] + inSorted[inSorted.size() / 2] ) / 2;
@@ -61,27 +64,51 @@ void PingCommand::Declare( const CommandOptions& inOptions )
 int PingCommand::Run( Session& ioSession )
 {
     const NetworkPlace place( itsPlace );
-    const auto protection = itsProtection.Choose(
-        place.IsLoopBack(), XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
+    bool isLoopBack = false;
+    if ( !Try( ioSession, itsPlace, [&] { isLoopBack = place.IsLoopBack(); } ) )
+        return kFailure;
+    const auto protection =
+        itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
     const XRefPtr<XRPCBridge> bridge(
         itsIsPlain ? new XRPCBridge( XRPCBridge::kClient, protection.cipher )
                    : new XControlBridge( XRPCBridge::kClient, protection.cipher ) );
     bridge->UseTLS( protection.tls );
-    bridge->SetReturnTimeout( kTimeoutMs );
+    bridge->SetReturnTimeout( kTimeoutMS );
+    return Try( ioSession, itsPlace, [&] { Ping( *bridge, ioSession ); } ) ? kSuccess : kFailure;
+}
+
+void PingCommand::Ping( XRPCBridge& ioBridge, Session& ioSession ) const
+{
     const XTimer timer;
-    bridge->Connect( place.GetAddress(), kTimeoutMs, true, true );
+    Connect( ioBridge );
     ioSession.out << itsPlace << ": connected in " << FormatMilliseconds( timer.GetElapsedSeconds() )
                   << std::endl;
-    const auto seconds = MeasureCalls( *bridge );
+    const auto seconds = MeasureCalls( ioBridge );
     ioSession.out << seconds.size() << ( seconds.size() == 1 ? " call" : " calls" ) << ": minimum "
                   << FormatMilliseconds( seconds.front() ) << ", median "
                   << FormatMilliseconds( GetMedian( seconds ) ) << ", maximum "
                   << FormatMilliseconds( seconds.back() ) << '\n';
-    bridge->Disconnect();
-    return kSuccess;
+    ioBridge.Disconnect();
 }
 
-/// The seconds of each call, in order.
+/// Adds the likely cause: a peer with other keys or options only closes the connection.
+void PingCommand::Connect( XRPCBridge& ioBridge ) const
+{
+    try
+    {
+        ioBridge.Connect( NetworkPlace( itsPlace ).GetAddress(), kTimeoutMS, true, true );
+    }
+    catch ( const XException& error )
+    {
+        const auto number = error.GetErrorNumber();
+        if ( number != kErrorAuthenticationFailed && number != kErrorDisconnected )
+            throw;
+        throw std::runtime_error(
+            DescribeCurrentException().text + "; the keys, ciphers or ports of both ends may differ" );
+    }
+}
+
+/// Returns the sorted durations of the calls in seconds.
 std::vector<double> PingCommand::MeasureCalls( XRPCBridge& ioBridge ) const
 {
     std::vector<double> seconds;

@@ -8,7 +8,7 @@
 
 class XRPCBridge;
 
-/// `korvale ping`: measures how fast a service answers.
+/// `korvale ping`: measures the round trips to a control service.
 class PingCommand : public Command
 {
 public:
@@ -24,5 +24,7 @@ private:
     std::uint32_t itsCount = 10;
     ProtectionOptions itsProtection;
 
+    void Ping( XRPCBridge& ioBridge, Session& ioSession ) const;
+    void Connect( XRPCBridge& ioBridge ) const;
     std::vector<double> MeasureCalls( XRPCBridge& ioBridge ) const;
 };

@@ -66,16 +66,17 @@ void PlotCommand::Declare( const CommandOptions& inOptions )
         .Takes( "FILE" )
         .Required()
         .Check( CheckFileName );
-    inOptions.Add( "--title", itsPlotTitle, "Title above the plot" ).Takes( "TEXT" );
-    inOptions.Add( "--bins", itsBins, "Number of histogram bins [chosen by the data]" )
+    const auto figure = inOptions.Under( "Figure" );
+    figure.Add( "--title", itsPlotTitle, "Title above the plot" ).Takes( "TEXT" );
+    figure.Add( "--bins", itsBins, "Number of histogram bins [chosen by the data]" )
         .Takes( "N" )
         .IsBetween( 1u, 1000u )
         .Excludes( "--scatter" );
-    inOptions.AddFlag( "--log-x", itsIsLogarithmicX, "Logarithmic x axis" );
-    inOptions.AddFlag( "--log-y", itsIsLogarithmicY, "Logarithmic y axis" );
+    figure.AddFlag( "--log-x", itsIsLogarithmicX, "Logarithmic x axis" );
+    figure.AddFlag( "--log-y", itsIsLogarithmicY, "Logarithmic y axis" );
     for ( const auto& [name, length] :
           { std::pair( "--width", &itsWidth ), std::pair( "--height", &itsHeight ) } )
-        inOptions.Add( name, *length, "Size of the whole plot" )
+        figure.Add( name, *length, "Size of the whole plot" )
             .Takes( "MM" )
             .IsBetween( 40.0, 500.0 )
             .ShowsDefault();

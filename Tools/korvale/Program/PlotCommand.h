@@ -19,15 +19,15 @@ protected:
     int RunOnTable( XPivotTable& ioTable, Session& ioSession ) override;
 
 private:
-    std::string itsHistogram; ///< A column name; either this or itsScatter is empty.
-    std::string itsScatter;   ///< The names of two columns.
+    std::string itsHistogram; // a column name; either this or itsScatter is empty
+    std::string itsScatter;   // the names of two columns
     std::string itsGroups;
     RowConditions itsConditions;
     std::string itsOutput;
     std::string itsPlotTitle;
-    double itsWidth = 160; ///< In millimetres.
+    double itsWidth = 160; // in millimetres
     double itsHeight = 120;
-    std::uint32_t itsBins = 0; ///< 0: chosen from the data.
+    std::uint32_t itsBins = 0; // 0: chosen from the data
     bool itsIsLogarithmicX = false;
     bool itsIsLogarithmicY = false;
 

@@ -36,7 +36,7 @@ ProtectionOptions::Protection ProtectionOptions::Choose(
     if ( !usesTLS && algorithm == XEncryptedNetStream::kAlgorithmNone )
     {
         if ( !inIsLoopBack )
-            throw WrongUsage( "--no-tls with --cipher none would let anybody in the network in" );
+            throw WrongUsage( "--no-tls with --cipher none is accepted on the loop-back interface only" );
         return protection;
     }
     const XDeploymentKeys keys( GetFolder() );

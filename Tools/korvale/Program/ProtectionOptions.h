@@ -8,7 +8,7 @@
 
 class CommandOptions;
 
-/// The options for what protects the connections of a command: --keys, --cipher, --tls and --no-tls.
+/// The options that protect the connections of a command: --keys, --cipher, --tls and --no-tls.
 class ProtectionOptions
 {
 public:
@@ -19,20 +19,20 @@ public:
         bool isWeak = false;                    ///< others in the network could read and change what is sent
     };
 
-    /// Explains the options of a command that has them.
+    /// The section of the help texts that explains the options.
     static const char* const kHelp;
 
     void Declare( const CommandOptions& inOptions );
 
-    /// What is to protect connections, on the loop-back interface alone or in a network. Throws WrongUsage where keys
-    /// are needed and none are named, or where nothing would protect connections in a network; and what XDeploymentKeys
-    /// throws.
+    /// Selects the protection of connections on the loop-back interface or between machines. Throws
+    /// WrongUsage if keys are needed and none are given, or if connections between machines would be
+    /// unprotected; and the errors of XDeploymentKeys.
     Protection
     Choose( bool inIsLoopBack, XDeploymentKeys::XRole inOwnRole, XDeploymentKeys::XRole inPeerRole ) const;
 
 private:
-    std::string itsKeys;   ///< Empty: the usual folder.
-    std::string itsCipher; ///< Empty: what suits the connection.
+    std::string itsKeys;   // empty: the usual folder
+    std::string itsCipher; // empty: what suits the connection
     bool itsUsesTLS = false;
     bool itsUsesNoTLS = false;
 

@@ -124,7 +124,7 @@ void SampleCommand::DrawPlanes( const CompleteFile& ioImage, const CompleteFile&
         [&]
         {
             image.emplace(
-                ioImage.file->GetFile(), XTIFFWriter::GetFormat( stack.GetForm(), itsSettings.planes ) );
+                ioImage.file->GetFile(), XTIFFWriter::GetFormat( stack.GetFormat(), itsSettings.planes ) );
         } );
     std::uint64_t truthEnd = 0;
     const auto writeTruth = [&]( const std::string& inText )
@@ -135,7 +135,7 @@ void SampleCommand::DrawPlanes( const CompleteFile& ioImage, const CompleteFile&
         truthEnd += inText.size();
     };
     writeTruth( stack.GetTruthHeader() );
-    XProgress progress( itsSettings.planes, XProgress::kProgressWork, kProgressDelayMs );
+    XProgress progress( itsSettings.planes, XProgress::kProgressWork, kProgressDelayMS );
     progress.SetTitle( "Drawing planes" );
     for ( std::uint32_t plane = 0; plane < itsSettings.planes; ++plane )
     {

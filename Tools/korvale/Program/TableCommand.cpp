@@ -24,7 +24,7 @@ int TableCommand::Run( Session& ioSession )
 {
     SilenceIfAsked( ioSession );
     CheckOutputFiles( GetOutputNames() );
-    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMs );
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMS );
     progress.SetTitle( GetTitle() );
     progress.SetMessage( XString::FromUTF8( itsTable ) );
     std::unique_ptr<XPivotTable> table;
@@ -48,18 +48,5 @@ void TableCommand::SilenceIfAsked( Session& ioSession ) const
 
 bool TableCommand::Try( Session& ioSession, const std::function<void()>& inAction ) const
 {
-    try
-    {
-        inAction();
-        return true;
-    }
-    catch ( ... )
-    {
-        const auto failure = DescribeCurrentException();
-        if ( failure.IsUserAbort() )
-            throw;
-        ioSession.out.flush(); // What was printed comes before the message.
-        ioSession.ReportFailure( itsTable, failure );
-        return false;
-    }
+    return Command::Try( ioSession, itsTable, inAction );
 }

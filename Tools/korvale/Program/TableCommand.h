@@ -3,8 +3,6 @@
 #include "Pivot/Tables/XPivotTable.h"
 #include "Program/Command.h"
 
-#include <functional>
-
 /// A subcommand that reads a stored table and processes it.
 class TableCommand : public Command
 {

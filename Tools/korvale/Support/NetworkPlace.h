@@ -4,25 +4,25 @@
 
 #include <string>
 
-/// A place in the network as users write it: HOST:PORT, the host by its name or IPv4 address.
+/// A network address as users write it: HOST:PORT, with a host name or an IPv4 address.
 class NetworkPlace
 {
 public:
-    /// What is wrong with the text, empty if nothing.
+    /// Returns the error message of an invalid text, empty if it is valid.
     static std::string Check( const std::string& inText );
 
-    /// The text has passed the check.
+    /// The text must have passed Check.
     explicit NetworkPlace( const std::string& inText );
 
-    /// 0.0.0.0 is the address 0 without a name.
+    /// For 0.0.0.0 the address 0 without a name.
     XNetAddress GetAddress() const { return GetAddress( itsPort ); }
     XNetAddress GetAddress( std::int32_t inPort ) const;
 
-    /// Whether only processes of this machine are there. Looks a name up, which may take seconds, and throws where there
-    /// is no such host.
+    /// Whether the address is on the loop-back interface. A name look-up may take seconds; throws if the host
+    /// is unknown.
     bool IsLoopBack() const;
 
-    /// With another port, as users write it.
+    /// HOST:PORT with another port.
     std::string GetText( std::int32_t inPort ) const;
 
 private:

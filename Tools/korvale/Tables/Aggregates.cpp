@@ -91,12 +91,12 @@ XPivotTableAccumulator MakeAccumulator( const std::vector<Aggregate>& inAggregat
     return accumulator;
 }
 
-std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggregate& inReduction )
+std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggregate& inAggregate )
 {
-    auto place = inReduction.place;
+    auto place = inAggregate.place;
     for ( const auto type : inAccumulator.GetTypes() )
         // The values of all types with smaller numbers come first, whatever the order of the list.
-        if ( type < inReduction.type )
+        if ( type < inAggregate.type )
             place += Accumulator( type ).GetNumValues();
     return place;
 }

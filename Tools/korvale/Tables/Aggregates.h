@@ -28,4 +28,4 @@ std::vector<Aggregate> ParseAggregates( const std::string& inList );
 XPivotTableAccumulator MakeAccumulator( const std::vector<Aggregate>& inAggregates );
 
 /// The index of the aggregate among all values of the accumulator.
-std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggregate& inReduction );
+std::uint32_t FindPlace( const XPivotTableAccumulator& inAccumulator, const Aggregate& inAggregate );

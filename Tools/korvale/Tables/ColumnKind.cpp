@@ -9,10 +9,10 @@
 
 namespace
 {
-template<class Column>
+template<class TColumn>
 bool Is( const XPivotColumn& inColumn )
 {
-    return dynamic_cast<const Column*>( &inColumn ) != nullptr;
+    return dynamic_cast<const TColumn*>( &inColumn ) != nullptr;
 }
 } // namespace
 

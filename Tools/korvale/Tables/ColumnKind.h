@@ -15,6 +15,7 @@ enum class ColumnKind
     kNothing     ///< no values at all
 };
 
+/// The kind of the column's class.
 ColumnKind GetColumnKind( const XPivotColumn& inColumn );
 
 /// True for columns whose values are numbers to users, unlike times and identifiers.

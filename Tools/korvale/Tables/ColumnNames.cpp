@@ -60,16 +60,16 @@ bool HasShortForm( const XPivotColumn& inColumn, const XString& inSimpleName )
     for ( const auto& channel : { XString(), descriptor.GetChannelName() } )
         for ( const auto& units : { XString(), descriptor.GetUnits() } )
         {
-            const XPivotColumnDescriptor form(
+            const XPivotColumnDescriptor shortened(
                 descriptor.GetID(), descriptor.GetColumnName(), channel, units );
-            if ( Simplify( form.GetDisplayName() ).CaselessEqual( inSimpleName ) )
+            if ( Simplify( shortened.GetDisplayName() ).CaselessEqual( inSimpleName ) )
                 return true;
         }
     return false;
 }
 
-template<class Predicate>
-Indices CollectColumns( const XPivotTable& inTable, Predicate inIsMeant )
+template<class TPredicate>
+Indices CollectColumns( const XPivotTable& inTable, TPredicate inIsMeant )
 {
     Indices found;
     for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )

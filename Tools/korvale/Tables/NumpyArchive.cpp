@@ -9,8 +9,8 @@
 namespace
 {
 /// Computes all items, block by block.
-template<class Use>
-void ForEachBlock( const NumpyArray& inArray, Use inUse )
+template<class TUse>
+void ForEachBlock( const NumpyArray& inArray, TUse inUse )
 {
     constexpr std::uint64_t kBlockBytes = 128 * 1024;
     std::string bytes;

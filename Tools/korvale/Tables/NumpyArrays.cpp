@@ -77,10 +77,10 @@ private:
 };
 
 /// An array with one item per row of the column; `inAppendItem( row, bytes )` appends an item.
-template<class AppendItem>
+template<class TAppendItem>
 NumpyArray MakeArray(
     const XPivotColumn& inColumn, const std::string& inType, std::uint64_t inItemBytes,
-    AppendItem inAppendItem )
+    TAppendItem inAppendItem )
 {
     NumpyArray array;
     array.type = inType;
@@ -94,8 +94,8 @@ NumpyArray MakeArray(
     return array;
 }
 
-template<class GetNumber>
-NumpyArray MakeNumbers( const XPivotColumn& inColumn, const std::string& inType, GetNumber inGetNumber )
+template<class TGetNumber>
+NumpyArray MakeNumbers( const XPivotColumn& inColumn, const std::string& inType, TGetNumber inGetNumber )
 {
     return MakeArray(
         inColumn, inType, sizeof( inGetNumber( 0 ) ),
@@ -103,10 +103,10 @@ NumpyArray MakeNumbers( const XPivotColumn& inColumn, const std::string& inType,
         { AppendLittleEndian( ioBytes, inGetNumber( inRow ) ); } );
 }
 
-template<class Column>
+template<class TColumn>
 NumpyArray MakeValues( const XPivotColumn& inColumn, const std::string& inType )
 {
-    const auto& column = static_cast<const Column&>( inColumn );
+    const auto& column = static_cast<const TColumn&>( inColumn );
     return MakeNumbers(
         inColumn, inType, [&column]( std::uint32_t inRow ) { return column.GetValue( inRow ); } );
 }
@@ -163,8 +163,8 @@ void CheckTextWidth( const XPivotColumn& inColumn, std::uint64_t inWidth, std::u
 }
 
 /// Texts of `inWidth` characters at most; `inGetText( row )` is called for present rows.
-template<class GetText>
-NumpyArray MakeTexts( const XPivotColumn& inColumn, std::uint64_t inWidth, GetText inGetText )
+template<class TGetText>
+NumpyArray MakeTexts( const XPivotColumn& inColumn, std::uint64_t inWidth, TGetText inGetText )
 {
     const auto itemBytes = sizeof( std::uint32_t ) * inWidth;
     const auto appendText = [&inColumn, itemBytes, inGetText]( std::uint32_t inRow, std::string& ioBytes )
@@ -196,11 +196,11 @@ NumpyArray MakeTexts( const XPivotColumn& inColumn )
         inColumn, width, [&inColumn]( std::uint32_t inRow ) { return inColumn.GetDataString( inRow ); } );
 }
 
-template<class Column>
+template<class TColumn>
 NumpyArray MakeUUIDs( const XPivotColumn& inColumn )
 {
     constexpr std::uint64_t kCharacters = 36;
-    const auto& column = static_cast<const Column&>( inColumn );
+    const auto& column = static_cast<const TColumn&>( inColumn );
     return MakeTexts(
         inColumn, kCharacters,
         [&column]( std::uint32_t inRow ) { return column.GetValue( inRow ).UUIDToString(); } );

@@ -10,8 +10,8 @@
 /// A one-dimensional array in numpy's stored form, whose items are computed on demand.
 struct NumpyArray
 {
-    std::string name; ///< UTF-8, also used as a file name.
-    std::string type; ///< In numpy's notation: "<f8".
+    std::string name; ///< UTF-8, also used as a file name
+    std::string type; ///< in numpy's notation: "<f8"
     std::uint64_t itemBytes = 0;
     std::uint32_t count = 0;
     /// Appends the bytes of the items from `inFirst` to below `inEnd`.

@@ -30,17 +30,16 @@ private:
     std::ostream& itsOut;
     bool itsIsPrinting = false;
     std::vector<SSize64>
-        itsObjectLengths; ///< In the order in which the objects begin; -1 for an unfinished one.
+        itsObjectLengths; // in the order in which the objects begin; -1 for an unfinished one
     std::size_t itsNextObject = 0;
-    std::vector<std::pair<std::size_t, SSize64>>
-        itsOpenObjects;   ///< Numbers and offsets of objects being read.
-    std::string itsField; ///< The field being read.
+    std::vector<std::pair<std::size_t, SSize64>> itsOpenObjects; // numbers and offsets of objects being read
+    std::string itsField;                                        // the field being read
     SSize64 itsFieldOffset = 0;
-    SSize64 itsFaultOffset = 0;                     ///< Of the part of the field being read.
-    std::map<std::string, SSize64> itsFieldOffsets; ///< The last offset for each name.
-    std::string itsReason;                          ///< The reason why the reader rejects the table.
+    SSize64 itsFaultOffset = 0;                     // of the part of the field being read
+    std::map<std::string, SSize64> itsFieldOffsets; // the last offset for each name
+    std::string itsReason;                          // the reason why the reader rejects the table
     XProgress itsProgress{
-        1, XProgress::kProgressWait }; ///< For the abort; the printing itself shows how far it is.
+        1, XProgress::kProgressWait }; // for the abort; the printing itself shows how far it is
 
     void BeginField( SSize64 inPosition, const std::string& inName ) override;
     void BeginPart( SSize64 inPosition ) override { itsFaultOffset = inPosition; }

@@ -22,57 +22,77 @@ void AppendField( std::string& ioLine, std::string_view inText )
         ioLine.append( character == '"' ? 2 : 1, character );
     ioLine += '"';
 }
-} // namespace
 
-void WriteCSV(
-    const XPivotTable& inTable, WorkerLimit inLimit, const std::function<void( std::string_view )>& inWrite )
+/// Formats the heading and the rows of a table as lines of CSV.
+class CSVLines
 {
+public:
+    explicit CSVLines( const XPivotTable& inTable )
+    {
+        for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
+            itsColumns.push_back( { inTable.GetColumn( i ), HoldsNumbers( inTable.GetColumn( i ) ) } );
+    }
+
+    std::string MakeHeader() const
+    {
+        std::string text;
+        AppendLine(
+            text,
+            []( const Column& inColumn, std::string& ioText )
+            { AppendField( ioText, XPivotText::ToUTF8( inColumn.column.GetDisplayName() ) ); } );
+        return text;
+    }
+
+    void AppendRow( std::uint32_t inRow, std::string& ioText ) const
+    {
+        AppendLine(
+            ioText,
+            [inRow]( const Column& inColumn, std::string& ioLine )
+            {
+                if ( !inColumn.column.DoesDataExist( inRow ) )
+                    return;
+                if ( inColumn.holdsNumbers )
+                    XAppendNumber( ioLine, inColumn.column.GetDataFloat( inRow ) );
+                else
+                    AppendField( ioLine, XPivotText::ToUTF8( inColumn.column.GetDataString( inRow ) ) );
+            } );
+    }
+
+private:
     struct Column
     {
         const XPivotColumn& column;
         bool holdsNumbers;
     };
-    std::vector<Column> columns;
-    std::string text;
-    // Readers skip lines without anything on them.
-    const auto fillLine =
-        [isOnlyColumn = inTable.GetNumColumns() == 1]( std::size_t inStart, std::string& ioText )
-    {
-        if ( isOnlyColumn && ioText.size() == inStart )
-            ioText += "\"\"";
-    };
-    for ( std::uint32_t i = 0; i < inTable.GetNumColumns(); ++i )
-    {
-        const auto& column = inTable.GetColumn( i );
-        columns.push_back( { column, HoldsNumbers( column ) } );
-        text += i > 0 ? "," : "";
-        AppendField( text, XPivotText::ToUTF8( column.GetDisplayName() ) );
-    }
-    fillLine( 0, text );
-    text += '\n';
-    inWrite( text );
+    std::vector<Column> itsColumns;
 
-    const auto appendRow = [&]( std::uint32_t inRow, std::string& ioText )
+    template<class TAppend>
+    void AppendLine( std::string& ioText, TAppend inAppend ) const
     {
         const auto start = ioText.size();
-        for ( const auto& [column, holdsNumbers] : columns )
+        for ( const auto& column : itsColumns )
         {
-            if ( column.DoesDataExist( inRow ) && holdsNumbers )
-                XAppendNumber( ioText, column.GetDataFloat( inRow ) );
-            else if ( column.DoesDataExist( inRow ) )
-                AppendField( ioText, XPivotText::ToUTF8( column.GetDataString( inRow ) ) );
-            fillLine( start, ioText );
-            ioText += ',';
+            ioText += &column == itsColumns.data() ? "" : ",";
+            inAppend( column, ioText );
         }
-        if ( columns.empty() )
-            ioText += ',';
-        ioText.back() = '\n';
-    };
+        // Readers skip lines without anything on them.
+        if ( itsColumns.size() == 1 && ioText.size() == start )
+            ioText += "\"\"";
+        ioText += '\n';
+    }
+};
+} // namespace
+
+void WriteCSV(
+    const XPivotTable& inTable, WorkerLimit inLimit, const std::function<void( std::string_view )>& inWrite )
+{
+    const CSVLines lines( inTable );
+    inWrite( lines.MakeHeader() );
     const auto makeRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
         std::string rows;
         for ( auto row = inFirst; row < inEnd; ++row )
-            appendRow( static_cast<std::uint32_t>( row ), rows );
+            lines.AppendRow( static_cast<std::uint32_t>( row ), rows );
         return rows;
     };
     WriteRowsInOrder( inTable.GetNumRows(), inLimit, makeRows, inWrite );

@@ -84,8 +84,8 @@ MakeWholeNumberFilter( std::uint32_t inColumn, XPivotFilterRelationship inRelati
 }
 
 /// True if `inRead` accepts the value.
-template<class Read>
-bool IsValue( const XString& inValue, Read inRead )
+template<class TRead>
+bool IsValue( const XString& inValue, TRead inRead )
 {
     try
     {

@@ -10,7 +10,7 @@
 struct AlignedColumn
 {
     bool isRightAligned = false;
-    std::function<std::string( std::uint32_t inRow )> getCell; ///< UTF-8 without line breaks.
+    std::function<std::string( std::uint32_t inRow )> getCell; ///< UTF-8 without line breaks
 };
 
 /// Rows of cells in columns as wide as their widest cells.

@@ -14,15 +14,15 @@
 // than the terminal has: a scrolling terminal would move the first line away from the cursor.
 
 ProgressDisplay::Bar& ProgressDisplay::AddBar(
-    bool inIsOutermost, std::uint32_t inDelayMs, std::uint32_t inIndent, bool inShowsCount )
+    bool inIsOutermost, std::uint32_t inDelayMS, std::uint32_t inIndent, bool inShowsCount )
 {
     const XThreadLock lock( itsMutex );
     auto& bar = itsBars.emplace_back();
     bar.isOutermost = inIsOutermost;
-    bar.delayMs = inDelayMs;
+    bar.delayMS = inDelayMS;
     bar.content.indent = inIndent;
     bar.content.showsCount = inShowsCount;
-    itsToldTenths = inIsOutermost ? 0 : itsToldTenths;
+    itsReportedTenths = inIsOutermost ? 0 : itsReportedTenths;
     return bar;
 }
 
@@ -66,7 +66,7 @@ void ProgressDisplay::SetValue( Bar& ioBar, double inDone, double inTotal )
     ioBar.content.total = inTotal;
     ioBar.content.isIndeterminate = false;
     if ( ioBar.isOutermost && itsStyle == kLines )
-        TellTenth( ioBar );
+        ReportTenth( ioBar );
 }
 
 void ProgressDisplay::SetIndeterminate( Bar& ioBar )
@@ -75,12 +75,12 @@ void ProgressDisplay::SetIndeterminate( Bar& ioBar )
     ioBar.content.isIndeterminate = true;
 }
 
-void ProgressDisplay::TellTenth( const Bar& inBar )
+void ProgressDisplay::ReportTenth( const Bar& inBar )
 {
     const auto tenths = static_cast<int>( inBar.content.done / std::max( inBar.content.total, 1.0 ) * 10 );
-    if ( tenths <= itsToldTenths )
+    if ( tenths <= itsReportedTenths )
         return;
-    itsToldTenths = tenths;
+    itsReportedTenths = tenths;
     auto content = inBar.content;
     content.seconds = inBar.age.GetElapsedSeconds();
     itsError << DescribeProgress( content ) << '\n' << std::flush;
@@ -107,7 +107,7 @@ std::string ProgressDisplay::Compose()
     std::string text;
     for ( const auto& bar : itsBars )
     {
-        if ( bar.age.GetElapsedMS() < bar.delayMs || lines == mostLines )
+        if ( bar.age.GetElapsedMS() < bar.delayMS || lines == mostLines )
             continue;
         auto content = bar.content;
         content.seconds = bar.age.GetElapsedSeconds();

@@ -10,7 +10,7 @@
 #include <string>
 
 /// The time before the progress of work is shown, so that short work shows none.
-constexpr std::uint32_t kProgressDelayMs = 500;
+constexpr std::uint32_t kProgressDelayMS = 500;
 
 /// The progress of all threads on standard error: bars at the position of the next output, which are erased
 /// before anything else is written there, or one line per 10 % of the outermost work.
@@ -33,7 +33,7 @@ public:
     {
         ProgressBar content;
         bool isOutermost = false;
-        std::uint32_t delayMs = 0;
+        std::uint32_t delayMS = 0;
         XTimer age;
     };
 
@@ -41,9 +41,9 @@ public:
 
     // ---- For strategies
 
-    /// Adds a bar, which is shown after `inDelayMs`. The bars of a thread are in the order in which they were
+    /// Adds a bar, which is shown after `inDelayMS`. The bars of a thread are in the order in which they were
     /// added.
-    Bar& AddBar( bool inIsOutermost, std::uint32_t inDelayMs, std::uint32_t inIndent, bool inShowsCount );
+    Bar& AddBar( bool inIsOutermost, std::uint32_t inDelayMS, std::uint32_t inIndent, bool inShowsCount );
     void RemoveBar( Bar& inBar );
 
     /// False if nested work is shown in the outermost bar only.
@@ -74,9 +74,9 @@ private:
     Style itsStyle;
     std::list<Bar> itsBars;
     std::string itsShown; // as written to the terminal
-    int itsToldTenths = 0;
+    int itsReportedTenths = 0;
 
     std::string Compose();
     void Erase();
-    void TellTenth( const Bar& inBar );
+    void ReportTenth( const Bar& inBar );
 };

@@ -17,9 +17,9 @@
 
 namespace
 {
-constexpr std::size_t kLeastBar = 7; ///< With its brackets.
+constexpr std::size_t kLeastBar = 7; // with its brackets
 constexpr std::size_t kMostBar = 32;
-constexpr std::size_t kLeastLabel = 8; ///< What is left of a longer one before other things have to go.
+constexpr std::size_t kLeastLabel = 8; // what is left of a longer one before other things have to go
 constexpr const char* kBarGap = "  ";
 
 double GetShare( const ProgressBar& inBar )

@@ -6,13 +6,13 @@
 /// The displayed state of one piece of work.
 struct ProgressBar
 {
-    std::string title; ///< UTF-8, like the message.
+    std::string title; ///< UTF-8, like the message
     std::string message;
     double done = 0;
     double total = 1;
-    double seconds = 0;           ///< Since its start.
-    bool isIndeterminate = false; ///< The progress is not known.
-    bool showsCount = true;       ///< Whether the numbers themselves are of interest, not only their ratio.
+    double seconds = 0;           ///< since its start
+    bool isIndeterminate = false; ///< the progress is not known
+    bool showsCount = true;       ///< whether the numbers themselves are of interest, not only their ratio
     std::uint32_t indent = 0;
 };
 

@@ -30,10 +30,10 @@ void Session::StartLog( bool inIsVerbose )
 
 void Session::EndLog()
 {
-    constexpr std::uint32_t kPatienceMs = 2000;
+    constexpr std::uint32_t kPatienceMS = 2000;
     if ( !itsLog )
         return;
-    itsLog->Flush( kPatienceMs );
+    itsLog->Flush( kPatienceMS );
     if ( itsLog->GetLostCount() > 0 )
         Print( "warning: cannot write the log " + itsLogName );
     itsLog.reset();

@@ -17,7 +17,7 @@ struct Terminal
     std::ostream& error;
     ProgressDisplay::Style progress = ProgressDisplay::kNone;
     bool isOutTerminal = false;
-    bool keepsLog = false; ///< Even if the user names no file for it.
+    bool keepsLog = false; ///< even if the user names no file for it
 };
 
 /// One run of the program: prints results, shows progress and messages, and writes the session log.

@@ -19,7 +19,7 @@ TerminalProgressStrategy* TerminalProgressStrategy::Clone() const
 }
 
 void TerminalProgressStrategy::ProgressCreated(
-    XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs )
+    XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMS )
 {
     const auto type = inProgress.GetProgressType();
     const auto isForced = inForceBar && itsDisplay.HasNestedBars();
@@ -27,7 +27,7 @@ void TerminalProgressStrategy::ProgressCreated(
         return;
     const auto depth = itsBarCount + ( itsIsOutermost ? 0 : 1 );
     auto& bar =
-        itsDisplay.AddBar( depth == 0, inDelayMs, depth * kIndent, type != XProgress::kProgressSteps );
+        itsDisplay.AddBar( depth == 0, inDelayMS, depth * kIndent, type != XProgress::kProgressSteps );
     itsDisplay.SetValue( bar, 0, static_cast<double>( inProgress.GetMaxProgress() ) );
     if ( itsBarCount++ == 0 )
     {

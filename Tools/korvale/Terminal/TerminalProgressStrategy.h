@@ -17,7 +17,7 @@ public:
     }
 
     TerminalProgressStrategy* Clone() const override;
-    void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMs ) override;
+    void ProgressCreated( XProgress& inProgress, bool inForceBar, std::uint32_t inDelayMS ) override;
     void ProgressDestroyed( XProgress& inProgress ) override;
     void SetTitle( const XString& inTitle ) override;
     XString GetMessage( const XProgress& inProgress ) const override;
@@ -33,7 +33,7 @@ private:
     ProgressDisplay& itsDisplay;
     const bool itsIsOutermost;
     std::uint32_t itsBarCount = 0;
-    Bar* itsFirstBar = nullptr; ///< Shows the title.
+    Bar* itsFirstBar = nullptr; // shows the title
     std::string itsTitle;
 
     static Bar* GetBar( const XProgress& inProgress );

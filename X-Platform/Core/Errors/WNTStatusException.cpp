@@ -11,9 +11,9 @@ namespace
 
 struct StatusMapping
 {
-    std::uint32_t itsStatus;
-    std::uint32_t itsWin32Code;
-    std::uint32_t itsErrorNumber; // 0: what the Win32 code maps to
+    std::uint32_t status;
+    std::uint32_t win32Code;
+    std::uint32_t errorNumber; // 0: what the Win32 code maps to
 };
 
 constexpr StatusMapping kStatusMappings[] = {
@@ -55,19 +55,19 @@ constexpr StatusMapping kStatusMappings[] = {
     { 0xC000023A, 1229, kErrorDisconnected },         // STATUS_CONNECTION_INVALID
     { 0xC0000241, 1236, kErrorDisconnected },         // STATUS_CONNECTION_ABORTED
 };
-static_assert( std::ranges::is_sorted( kStatusMappings, std::less(), &StatusMapping::itsStatus ) );
+static_assert( std::ranges::is_sorted( kStatusMappings, std::less(), &StatusMapping::status ) );
 
 const StatusMapping* FindMapping( std::uint32_t inStatus )
 {
     const auto* found =
-        std::ranges::lower_bound( kStatusMappings, inStatus, std::less(), &StatusMapping::itsStatus );
-    return found != std::end( kStatusMappings ) && found->itsStatus == inStatus ? found : nullptr;
+        std::ranges::lower_bound( kStatusMappings, inStatus, std::less(), &StatusMapping::status );
+    return found != std::end( kStatusMappings ) && found->status == inStatus ? found : nullptr;
 }
 
 std::uint32_t MapToWin32( std::uint32_t inStatus )
 {
     const auto* mapping = FindMapping( inStatus );
-    return mapping ? mapping->itsWin32Code : inStatus;
+    return mapping ? mapping->win32Code : inStatus;
 }
 
 } // namespace
@@ -89,7 +89,7 @@ std::uint32_t WNTStatusException::MapNTStatusToKorvaleError( std::uint32_t inSta
     const auto* mapping = FindMapping( inStatus );
     if ( !mapping )
         return inStatus;
-    if ( mapping->itsErrorNumber != 0 )
-        return mapping->itsErrorNumber;
-    return WLastErrorException::MapWin32ErrorCodeToKorvaleError( mapping->itsWin32Code );
+    if ( mapping->errorNumber != 0 )
+        return mapping->errorNumber;
+    return WLastErrorException::MapWin32ErrorCodeToKorvaleError( mapping->win32Code );
 }

@@ -23,8 +23,8 @@ namespace
 /// the lifetime of every other static object.
 struct ErrorStrings
 {
-    std::mutex itsMutex;
-    std::map<std::uint32_t, XString> itsTexts; // guarded by itsMutex
+    std::mutex mutex;
+    std::map<std::uint32_t, XString> texts; // guarded by mutex
 };
 
 ErrorStrings& GetErrorStrings()
@@ -54,9 +54,9 @@ std::uint32_t TranslateOldErrorNumber( std::uint32_t inErrorNumber )
 std::optional<std::string> FindErrorText( std::uint32_t inErrorNumber )
 {
     auto& strings = GetErrorStrings();
-    const std::lock_guard lock( strings.itsMutex );
-    const auto found = strings.itsTexts.find( inErrorNumber );
-    if ( found != strings.itsTexts.end() )
+    const std::lock_guard lock( strings.mutex );
+    const auto found = strings.texts.find( inErrorNumber );
+    if ( found != strings.texts.end() )
         return std::string( found->second.GetConstCharPtr() );
     if ( auto text = WStringTable::Load( inErrorNumber ) )
         return text;
@@ -137,8 +137,8 @@ void XException::SetErrorNumber( std::uint32_t inErrorNumber )
 void XException::AddErrorStringToMap( std::uint32_t inErrorNumber, const XString& inText )
 {
     auto& strings = GetErrorStrings();
-    const std::lock_guard lock( strings.itsMutex );
-    strings.itsTexts.insert_or_assign( inErrorNumber, inText );
+    const std::lock_guard lock( strings.mutex );
+    strings.texts.insert_or_assign( inErrorNumber, inText );
 }
 
 void XException::Initialise()

@@ -35,8 +35,8 @@ public:
         return XRefPtr<T>::Share( static_cast<T*>( FindStrategyByType( typeid( T ) ).Get() ) );
     }
 
-    template<class XPredicate>
-    XRefPtr<XStrategyAbstract> FindStrategyIf( const XPredicate& inPredicate ) const
+    template<class TPredicate>
+    XRefPtr<XStrategyAbstract> FindStrategyIf( const TPredicate& inPredicate ) const
     {
         const auto found = std::find_if( itsStrategies.begin(), itsStrategies.end(), inPredicate );
         return found == itsStrategies.end() ? nullptr : *found;

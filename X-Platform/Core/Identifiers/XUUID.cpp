@@ -126,12 +126,12 @@ void XUUID::GenerateNewID()
     if ( const std::uint32_t status = WUUID::Create( uuid ) )
         throw WLastErrorException( status );
     for ( std::size_t i = 0; i < 4; ++i )
-        itsBytes[i] = static_cast<std::uint8_t>( uuid.itsData1 >> ( 24 - 8 * i ) );
-    itsBytes[4] = static_cast<std::uint8_t>( uuid.itsData2 >> 8 );
-    itsBytes[5] = static_cast<std::uint8_t>( uuid.itsData2 );
-    itsBytes[6] = static_cast<std::uint8_t>( uuid.itsData3 >> 8 );
-    itsBytes[7] = static_cast<std::uint8_t>( uuid.itsData3 );
-    std::memcpy( itsBytes + 8, uuid.itsData4, sizeof( uuid.itsData4 ) );
+        itsBytes[i] = static_cast<std::uint8_t>( uuid.data1 >> ( 24 - 8 * i ) );
+    itsBytes[4] = static_cast<std::uint8_t>( uuid.data2 >> 8 );
+    itsBytes[5] = static_cast<std::uint8_t>( uuid.data2 );
+    itsBytes[6] = static_cast<std::uint8_t>( uuid.data3 >> 8 );
+    itsBytes[7] = static_cast<std::uint8_t>( uuid.data3 );
+    std::memcpy( itsBytes + 8, uuid.data4, sizeof( uuid.data4 ) );
 }
 
 XString XUUID::UUIDToString() const

@@ -55,6 +55,7 @@ enum XClassNumber : std::uint32_t
     kClassAssignedJobInfo = 2018,
     kClassNetJobCompletedMessage = 2019,
     kClassNetJobQueuePositionChangedMessage = 2020,
+    kClassNetJobEvent = 2021,
     kClassControlBridge = 2026,
 
     kFirstApplicationClassNumber = 32768,

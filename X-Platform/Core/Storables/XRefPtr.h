@@ -59,10 +59,10 @@ private:
 };
 
 /// Makes an object and the pointer that owns it.
-template<class T, class... XArguments>
-XRefPtr<T> XMakeRef( XArguments&&... inArguments )
+template<class T, class... TArguments>
+XRefPtr<T> XMakeRef( TArguments&&... inArguments )
 {
-    return XRefPtr<T>( new T( std::forward<XArguments>( inArguments )... ) );
+    return XRefPtr<T>( new T( std::forward<TArguments>( inArguments )... ) );
 }
 
 /// The same object as a pointer to `U`, a class derived from `T`; null if it is not of that class.

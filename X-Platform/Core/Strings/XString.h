@@ -52,16 +52,16 @@ class KORVALE_API XString : public XStorable
 public:
     enum XIntStringFormat
     {
-        kIntPlain = 1,     ///< Decimal.
-        kIntZeroPadded = 2 ///< Decimal, padded with zeros to `digits` characters, including the sign.
+        kIntPlain = 1,     ///< decimal
+        kIntZeroPadded = 2 ///< decimal, padded with zeros to `digits` characters, including the sign
     };
 
     enum XFloatStringFormat
     {
-        kFloatAuto = 1,  ///< Up to six decimals without trailing zeros if that is readable, otherwise "%g".
-        kFloatFixed = 2, ///< `digits` decimals.
-        kFloatFixedTrimmed = 3, ///< `digits` decimals without trailing zeros and trailing decimal point.
-        kFloatScientific = 4    ///< "%E".
+        kFloatAuto = 1,  ///< up to six decimals without trailing zeros if that is readable, otherwise "%g"
+        kFloatFixed = 2, ///< `digits` decimals
+        kFloatFixedTrimmed = 3, ///< `digits` decimals without trailing zeros and trailing decimal point
+        kFloatScientific = 4    ///< "%E"
     };
 
     enum XStringStripOptions
@@ -335,23 +335,23 @@ public:
     // Comparison with strings, `std::string` and NUL-terminated text, on either side. A null pointer is an
     // internal error. Less and greater use the natural order, equality compares bytes.
 
-    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
-    friend bool operator<( const XFirst& inFirst, const XSecond& inSecond )
+    template<class TFirst, XStringOperandBeside<TFirst> XSecond>
+    friend bool operator<( const TFirst& inFirst, const XSecond& inSecond )
     {
         return IsNaturallyLess( GetView( inFirst ), GetView( inSecond ) );
     }
-    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
-    friend bool operator>( const XFirst& inFirst, const XSecond& inSecond )
+    template<class TFirst, XStringOperandBeside<TFirst> XSecond>
+    friend bool operator>( const TFirst& inFirst, const XSecond& inSecond )
     {
         return inSecond < inFirst;
     }
-    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
-    friend bool operator<=( const XFirst& inFirst, const XSecond& inSecond )
+    template<class TFirst, XStringOperandBeside<TFirst> XSecond>
+    friend bool operator<=( const TFirst& inFirst, const XSecond& inSecond )
     {
         return !( inSecond < inFirst );
     }
-    template<class XFirst, XStringOperandBeside<XFirst> XSecond>
-    friend bool operator>=( const XFirst& inFirst, const XSecond& inSecond )
+    template<class TFirst, XStringOperandBeside<TFirst> XSecond>
+    friend bool operator>=( const TFirst& inFirst, const XSecond& inSecond )
     {
         return !( inFirst < inSecond );
     }
@@ -443,9 +443,9 @@ private:
     /// The characters and the count of strings that share them, in one block of memory.
     struct XStringStorage
     {
-        char* data;             ///< Always followed by a NUL.
-        std::uint64_t size;     ///< Bytes in `data`, including the terminating NUL; never 0.
-        std::uint64_t capacity; ///< Bytes allocated for `data`.
+        char* data;             // always followed by a NUL
+        std::uint64_t size;     // bytes in `data`, including the terminating NUL; never 0
+        std::uint64_t capacity; // bytes allocated for `data`
         std::atomic<std::uint32_t> refCount;
     };
 

@@ -68,8 +68,8 @@ private:
 class XCheckThread
 {
 public:
-    template<class XBody>
-    explicit XCheckThread( XBody inBody )
+    template<class TBody>
+    explicit XCheckThread( TBody inBody )
         : itsThread(
               [this, body = std::move( inBody )]
               {

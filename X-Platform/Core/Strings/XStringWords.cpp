@@ -17,8 +17,8 @@ std::string_view TrimSpace( std::string_view inText )
 }
 
 /// Calls `inTakePart` with each part of a text that is not empty, the empty ones between two separators included.
-template<class XTakePart>
-void Split( std::string_view inText, std::string_view inSeparators, const XTakePart& inTakePart )
+template<class TTakePart>
+void Split( std::string_view inText, std::string_view inSeparators, const TTakePart& inTakePart )
 {
     for ( std::size_t begin = 0;; )
     {

@@ -114,10 +114,10 @@ void XTime::SetDateTimeUTC(
 void XTime::GetDateUTC( std::uint32_t& outYear, std::uint32_t& outMonth, std::uint32_t& outDay ) const
 {
     const XCalendar::XDate date = XCalendar::GetDate( GetDayNumber( itsMicroSeconds ) );
-    CheckFits( date.itsYear < 0 );
-    outYear = static_cast<std::uint32_t>( date.itsYear );
-    outMonth = date.itsMonth;
-    outDay = date.itsDay;
+    CheckFits( date.year < 0 );
+    outYear = static_cast<std::uint32_t>( date.year );
+    outMonth = date.month;
+    outDay = date.day;
 }
 
 void XTime::GetTimeUTC( std::uint32_t& outHour, std::uint32_t& outMinute, double& outSeconds ) const

@@ -17,7 +17,7 @@ enum XDateFormat : std::uint32_t
     kDateNone = 0,         ///< no date
     kDateISO = 1,          ///< 2026-03-05
     kDateDayMonthYear = 2, ///< 5 Mar 2026
-    kDateLong = 3,         ///< Thursday, 5 March 2026
+    kDateLong = 3,         ///< thursday, 5 March 2026
     kDateCompact = 4       ///< 20260305
 };
 

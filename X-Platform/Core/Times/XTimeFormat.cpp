@@ -35,11 +35,11 @@ void AppendYear( std::string& ioText, std::int64_t inYear )
 /// Year, month and day with `inSeparator` between them, if it is not empty.
 void AppendNumericDate( std::string& ioText, const XCalendar::XDate& inDate, std::string_view inSeparator )
 {
-    AppendYear( ioText, inDate.itsYear );
+    AppendYear( ioText, inDate.year );
     ioText += inSeparator;
-    AppendNumber( ioText, inDate.itsMonth, 2 );
+    AppendNumber( ioText, inDate.month, 2 );
     ioText += inSeparator;
-    AppendNumber( ioText, inDate.itsDay, 2 );
+    AppendNumber( ioText, inDate.day, 2 );
 }
 
 /// Day, name of the month, year.
@@ -47,11 +47,11 @@ void AppendNamedDate(
     std::string& ioText, const XCalendar::XDate& inDate, std::size_t inMinDayDigits,
     std::size_t inNameLength )
 {
-    AppendNumber( ioText, inDate.itsDay, inMinDayDigits );
+    AppendNumber( ioText, inDate.day, inMinDayDigits );
     ioText += ' ';
-    ioText += kMonthNames[inDate.itsMonth - 1].substr( 0, inNameLength );
+    ioText += kMonthNames[inDate.month - 1].substr( 0, inNameLength );
     ioText += ' ';
-    AppendYear( ioText, inDate.itsYear );
+    AppendYear( ioText, inDate.year );
 }
 
 void AppendDate( std::string& ioText, std::int64_t inDays, XDateFormat inFormat )

@@ -157,7 +157,7 @@ std::int64_t ParseWeekDate( std::int64_t inYear, Scanner& ioText, bool inIsCompa
     const std::int64_t monday =
         fourthOfJanuary - XCalendar::GetWeekday( fourthOfJanuary ) + 7 * ( std::int64_t( week ) - 1 );
     // A week belongs to the year of its Thursday.
-    Require( XCalendar::GetDate( monday + 3 ).itsYear == inYear );
+    Require( XCalendar::GetDate( monday + 3 ).year == inYear );
     return monday + weekday - 1;
 }
 

@@ -17,9 +17,9 @@ namespace
 
 struct UnitTraits
 {
-    const char* itsSingular;
-    const char* itsPlural;
-    std::int64_t itsMicroSeconds; // 0 for what has no length
+    const char* singular;
+    const char* plural;
+    std::int64_t microSeconds; // 0 for what has no length
 };
 
 constexpr UnitTraits kUnitTraits[XTimePeriod::kUnitCount] = {
@@ -53,14 +53,14 @@ void CheckValue( double inValue, XTimePeriod::XUnit inUnit )
 {
     if ( !std::isfinite( inValue ) )
         XThrow( kErrorTimeRange );
-    if ( GetTraits( inUnit ).itsMicroSeconds == 0 && !IsTimepointCount( inValue ) )
+    if ( GetTraits( inUnit ).microSeconds == 0 && !IsTimepointCount( inValue ) )
         XThrow( kErrorBadParameters );
 }
 
 /// The length of one unit in microseconds; 1013 for time points, which have none.
 double GetUnitLength( XTimePeriod::XUnit inUnit )
 {
-    const std::int64_t length = GetTraits( inUnit ).itsMicroSeconds;
+    const std::int64_t length = GetTraits( inUnit ).microSeconds;
     if ( length == 0 )
         XThrow( kErrorBadParameters );
     return static_cast<double>( length );
@@ -136,18 +136,18 @@ XString XTimePeriod::GetDescription() const
     std::string text;
     AppendValue( text, itsValue );
     text += ' ';
-    text += itsValue == 1.0 ? kUnitTraits[itsUnit].itsSingular : kUnitTraits[itsUnit].itsPlural;
+    text += itsValue == 1.0 ? kUnitTraits[itsUnit].singular : kUnitTraits[itsUnit].plural;
     return XString( text );
 }
 
 XString XTimePeriod::GetUnitDescription() const
 {
-    return XString( itsValue == 1.0 ? kUnitTraits[itsUnit].itsSingular : kUnitTraits[itsUnit].itsPlural );
+    return XString( itsValue == 1.0 ? kUnitTraits[itsUnit].singular : kUnitTraits[itsUnit].plural );
 }
 
 XString XTimePeriod::GetUnitDescription( XUnit inUnit )
 {
-    return XString( GetTraits( inUnit ).itsPlural );
+    return XString( GetTraits( inUnit ).plural );
 }
 
 XTimePeriod::XUnit XTimePeriod::GetTimePeriodUnitsFromMenuIndex( std::uint32_t inMenuIndex )

@@ -10,14 +10,14 @@
 struct KORVALE_IMAGING_API XImagePlanes
 {
     std::uint64_t images =
-        1; ///< Series, such as stage positions; the other counts are those of the first series.
+        1; ///< series, such as stage positions; the other counts are those of the first series
     std::uint64_t channels = 1;
     std::uint64_t slices = 1;
     std::uint64_t times = 1;
-    std::uint64_t total = 0;      ///< All planes; 0 if not declared.
-    std::uint64_t dimensions = 0; ///< With more than one plane, except channels, slices and images.
-    bool areElsewhere = false;    ///< Declared in another file.
-    bool mayMoreFollow = false;   ///< Later pages have declarations of their own.
+    std::uint64_t total = 0;      ///< all planes; 0 if not declared
+    std::uint64_t dimensions = 0; ///< with more than one plane, except channels, slices and images
+    bool areElsewhere = false;    ///< declared in another file
+    bool mayMoreFollow = false;   ///< later pages have declarations of their own
 
     /// Parses the first description that is OME-XML, ImageJ's or the shape of an array (tifffile's JSON), for
     /// pages of the given layout. Samples of one pixel are not planes: a colour image is one plane. Other

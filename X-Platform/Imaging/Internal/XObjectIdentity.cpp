@@ -66,9 +66,10 @@ XUUID XMakeObjectIdentity(
     hash.Add( std::uint64_t{ inObject < inMeasurement.GetOuterCount() } );
     const auto& shape = inMeasurement.shapes[inObject];
     for ( const std::uint64_t number :
-          { shape.sumX, shape.sumY, std::uint64_t{ shape.pixelCount }, std::uint64_t{ shape.contacts },
-            std::uint64_t{ shape.runCount }, std::uint64_t{ shape.left }, std::uint64_t{ shape.top },
-            std::uint64_t{ shape.right }, std::uint64_t{ shape.bottom } } )
+          { shape.sumX, shape.sumY, std::uint64_t{ shape.pixelCount },
+            std::uint64_t{ shape.verticalAdjacencies }, std::uint64_t{ shape.runCount },
+            std::uint64_t{ shape.left }, std::uint64_t{ shape.top }, std::uint64_t{ shape.right },
+            std::uint64_t{ shape.bottom } } )
         hash.Add( number );
     for ( std::size_t channel = 0; channel < inMeasurement.channels; ++channel )
     {

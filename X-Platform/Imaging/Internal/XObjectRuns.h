@@ -5,8 +5,8 @@
 
 /// Calls `inWork( run )` for every run of an object, in raster order. An abort throws 1001 between chunks of
 /// runs.
-template<class Work>
-void XForEachObjectRun( const XLabelledObjects& inObjects, Work inWork )
+template<class TWork>
+void XForEachObjectRun( const XLabelledObjects& inObjects, TWork inWork )
 {
     constexpr std::uint64_t kRunsAtOnce = 1024;
     XForEachChunk(

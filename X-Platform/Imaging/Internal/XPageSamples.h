@@ -4,8 +4,8 @@
 
 /// Calls `inWork` with a typed pointer to the channel's sample of the first pixel, and returns its result.
 /// Samples of adjacent pixels are as many elements apart as there are channels.
-template<class Work>
-auto XVisitSamples( const WImagePage& inPage, std::uint32_t inChannel, Work inWork )
+template<class TWork>
+auto XVisitSamples( const WImagePage& inPage, std::uint32_t inChannel, TWork inWork )
 {
     return VisitSampleType(
         inPage.type,

@@ -10,7 +10,7 @@
 
 namespace
 {
-std::uint64_t GetSize( const XSpareBuffers::Buffer& inBuffer )
+std::uint64_t GetSize( const XSpareBuffers::XBuffer& inBuffer )
 {
     return inBuffer->GetBlock()->GetSize();
 }
@@ -27,13 +27,13 @@ XSpareBuffers::~XSpareBuffers()
     itsManager.RemoveListener( this );
 }
 
-XSpareBuffers::Buffer XSpareBuffers::Take( std::uint64_t inBytes )
+XSpareBuffers::XBuffer XSpareBuffers::Take( std::uint64_t inBytes )
 {
     auto buffer = TakeSpare( inBytes );
     return buffer ? std::move( buffer ) : std::make_unique<XMemoryHandle>( inBytes );
 }
 
-void XSpareBuffers::Keep( Buffer inBuffer ) noexcept
+void XSpareBuffers::Keep( XBuffer inBuffer ) noexcept
 {
     const auto bytes = GetSize( inBuffer );
     const auto most = itsManager.GetBudget() / 16;
@@ -62,7 +62,7 @@ USize64 XSpareBuffers::FreeMemory( USize64 inBytes )
     return freed;
 }
 
-XSpareBuffers::Buffer XSpareBuffers::TakeSpare( std::uint64_t inBytes )
+XSpareBuffers::XBuffer XSpareBuffers::TakeSpare( std::uint64_t inBytes )
 {
     const XThreadLock lock( itsMutex );
     for ( auto i = itsBuffers.size(); i > 0; --i )
@@ -72,7 +72,7 @@ XSpareBuffers::Buffer XSpareBuffers::TakeSpare( std::uint64_t inBytes )
 }
 
 /// Null when there are so few bytes and buffers.
-XSpareBuffers::Buffer XSpareBuffers::TakeOldestBeyond( std::uint64_t inBytes, std::size_t inCount )
+XSpareBuffers::XBuffer XSpareBuffers::TakeOldestBeyond( std::uint64_t inBytes, std::size_t inCount )
 {
     const XThreadLock lock( itsMutex );
     const auto isWithin = itsBytes <= inBytes && itsBuffers.size() <= inCount;
@@ -80,7 +80,7 @@ XSpareBuffers::Buffer XSpareBuffers::TakeOldestBeyond( std::uint64_t inBytes, st
 }
 
 /// Under the mutex.
-XSpareBuffers::Buffer XSpareBuffers::TakeAt( std::size_t inIndex )
+XSpareBuffers::XBuffer XSpareBuffers::TakeAt( std::size_t inIndex )
 {
     const auto place = itsBuffers.begin() + static_cast<std::ptrdiff_t>( inIndex );
     auto buffer = std::move( *place );

@@ -16,7 +16,7 @@ class XMemoryManager;
 class XSpareBuffers : private XMemoryManagerListener
 {
 public:
-    using Buffer = std::unique_ptr<XMemoryHandle>;
+    using XBuffer = std::unique_ptr<XMemoryHandle>;
 
     XSpareBuffers();
     XSpareBuffers( const XSpareBuffers& ) = delete;
@@ -24,11 +24,11 @@ public:
     ~XSpareBuffers() override;
 
     /// Returns the most recently kept buffer of that size, with its old contents, or a new one. Throws 1012.
-    Buffer Take( std::uint64_t inBytes );
+    XBuffer Take( std::uint64_t inBytes );
 
     /// Takes over a buffer, which must not be locked. Frees buffers smaller than `kLeastBytes`, which the
     /// heap keeps itself, and those over the limit.
-    void Keep( Buffer inBuffer ) noexcept;
+    void Keep( XBuffer inBuffer ) noexcept;
 
 private:
     static constexpr std::uint64_t kLeastBytes = 64 * 1024;
@@ -36,11 +36,11 @@ private:
 
     XMemoryManager& itsManager;
     XMutex itsMutex;
-    std::vector<Buffer> itsBuffers; ///< Oldest first. Guarded by the mutex.
-    std::uint64_t itsBytes = 0;     ///< Of the buffers. Guarded by the mutex.
+    std::vector<XBuffer> itsBuffers; // oldest first; guarded by the mutex
+    std::uint64_t itsBytes = 0;      // of the buffers; guarded by the mutex
 
     USize64 FreeMemory( USize64 inBytes ) override;
-    Buffer TakeAt( std::size_t inIndex );
-    Buffer TakeSpare( std::uint64_t inBytes );
-    Buffer TakeOldestBeyond( std::uint64_t inBytes, std::size_t inCount );
+    XBuffer TakeAt( std::size_t inIndex );
+    XBuffer TakeSpare( std::uint64_t inBytes );
+    XBuffer TakeOldestBeyond( std::uint64_t inBytes, std::size_t inCount );
 };

@@ -8,8 +8,8 @@
 template<class T>
 struct XThresholdLevel
 {
-    bool takesAll; ///< For integers: the threshold is below all values.
-    T level;       ///< Otherwise, samples greater than this are above the threshold.
+    bool takesAll; ///< for integers: the threshold is below all values
+    T level;       ///< otherwise, samples greater than this are above the threshold
 
     explicit XThresholdLevel( double inThreshold )
     {

@@ -2,7 +2,7 @@
 
 #include "Core/Errors/Internal/XSwallowErrors.h"
 #include "Core/Errors/Internal/XTypeName.h"
-#include "Jobs/Internal/XHookCall.h"
+#include "Jobs/Internal/XCallHook.h"
 #include "Jobs/Internal/XJobWaiter.h"
 #include "Jobs/XJob.h"
 #include "Jobs/XProgressStrategyChanger.h"

@@ -37,8 +37,8 @@ public:
     void TakeSelected( const XJobSelector& inSelector, XState inFrom, XJobList& ioTo ) noexcept;
 
     /// Visits the selected jobs in order. `inVisit` may move or remove the job.
-    template<class Visit>
-    void VisitSelected( const XJobSelector& inSelector, XState inState, const Visit& inVisit ) const;
+    template<class TVisit>
+    void VisitSelected( const XJobSelector& inSelector, XState inState, const TVisit& inVisit ) const;
 
 private:
     /// Jobs by one of their numbers; those with number 0, which selects nothing, are only counted.
@@ -106,8 +106,8 @@ private:
     XVector<XJob*> ListTagged( const XJobSelector& inSelector, XState inState ) const;
     std::optional<XVector<XJob*>> TryToListTagged( const XJobSelector& inSelector, XState inState ) const;
 
-    template<class Chain, class Visit>
-    static void VisitChain( XJob* inFirst, const Visit& inVisit );
+    template<class TChain, class TVisit>
+    static void VisitChain( XJob* inFirst, const TVisit& inVisit );
 
     std::array<XJobList, kStateCount> itsLists;
     XIndex<&XJob::itsTagPlace, &XJob::itsListedTag> itsTags;
@@ -115,19 +115,20 @@ private:
     std::uint64_t itsLastSerial = 0;
 };
 
-template<class Chain, class Visit>
-void XWaitingJobs::VisitChain( XJob* inFirst, const Visit& inVisit )
+template<class TChain, class TVisit>
+void XWaitingJobs::VisitChain( XJob* inFirst, const TVisit& inVisit )
 {
     for ( XJob* job = inFirst; job; )
     {
-        XJob* const next = Chain::GetNext( *job );
+        XJob* const next = TChain::GetNext( *job );
         inVisit( *job );
         job = next;
     }
 }
 
-template<class Visit>
-void XWaitingJobs::VisitSelected( const XJobSelector& inSelector, XState inState, const Visit& inVisit ) const
+template<class TVisit>
+void XWaitingJobs::VisitSelected(
+    const XJobSelector& inSelector, XState inState, const TVisit& inVisit ) const
 {
     using XKind = XJobSelector;
     if ( inSelector.itsKind == XKind::kTag )

@@ -7,8 +7,8 @@
 
 /// Returns the result of `inAllocate`. If that is null, calls it once more after the manager has freed
 /// `inSize` bytes; throws 1012 if it is null again. Runs under the allocation mutex. Internal to the library.
-template<class Allocator>
-void* XAllocateWithRetry( XMemoryManager& ioManager, USize64 inSize, Allocator inAllocate )
+template<class TAllocator>
+void* XAllocateWithRetry( XMemoryManager& ioManager, USize64 inSize, TAllocator inAllocate )
 {
     const XThreadLock lock( ioManager.GetAllocationMutex() );
     void* memory = inAllocate();

@@ -68,8 +68,8 @@ public:
         /// Whether `inTest` holds for one of the threads that held the mutex of a block; 0 stands for a
         /// thread that has just released it. Returns true without testing if there were more threads than are
         /// recorded.
-        template<class Test>
-        bool HasBusyThread( Test inTest ) const
+        template<class TTest>
+        bool HasBusyThread( TTest inTest ) const
         {
             return itsBusyCount > itsBusyThreads.size() ||
                 std::any_of( itsBusyThreads.begin(), itsBusyThreads.begin() + itsBusyCount, inTest );
@@ -99,8 +99,8 @@ public:
     void HasBeenUnlocked( XMemoryBlock& inBlock );
 
     /// Returns whether `inTest` returns true for any block that is set aside.
-    template<class Test>
-    bool IsAnySetAside( Test inTest ) const
+    template<class TTest>
+    bool IsAnySetAside( TTest inTest ) const
     {
         for ( const XEntry& entry : itsSetAside )
             if ( inTest( *entry.block ) )

@@ -73,12 +73,12 @@ bool XRoomWaiters::XWaiter::EndWait()
 }
 
 /// A stop of the thread is thrown out of the wait.
-void XRoomWaiters::XWaiter::Sleep( std::uint32_t inTimeoutMs )
+void XRoomWaiters::XWaiter::Sleep( std::uint32_t inTimeoutMS )
 {
     constexpr bool kIsAlertable = true;
     const XThreadLock lock( itsAll.itsMutex );
     if ( itsAll.itsChanges == itsSeen )
-        itsAll.itsChanged.Sleep( itsAll.itsMutex, inTimeoutMs, kIsAlertable );
+        itsAll.itsChanged.Sleep( itsAll.itsMutex, inTimeoutMS, kIsAlertable );
 }
 
 void XRoomWaiters::BeginTransit()

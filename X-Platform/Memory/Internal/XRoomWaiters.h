@@ -38,18 +38,18 @@ public:
         /// Calls `inGetPatience()` for the number of milliseconds to wait, and waits for a change for that
         /// long. Returns false if the number is 0, which means that no thread can make room. An alertable
         /// wait.
-        template<class GetPatience>
-        bool WaitForChange( GetPatience inGetPatience )
+        template<class TGetPatience>
+        bool WaitForChange( TGetPatience inGetPatience )
         {
-            std::uint32_t patienceMs = 0;
+            std::uint32_t patienceMS = 0;
             {
                 const XThreadLock decision( itsAll.itsDecisionMutex );
                 BeginWait();
-                patienceMs = inGetPatience();
-                if ( patienceMs == 0 )
+                patienceMS = inGetPatience();
+                if ( patienceMS == 0 )
                     return EndWait();
             }
-            Sleep( patienceMs );
+            Sleep( patienceMS );
             return true;
         }
 
@@ -57,7 +57,7 @@ public:
         friend class XRoomWaiters;
         void BeginWait();
         bool EndWait();
-        void Sleep( std::uint32_t inTimeoutMs );
+        void Sleep( std::uint32_t inTimeoutMS );
         void NoteBeginning();
 
         XRoomWaiters& itsAll;

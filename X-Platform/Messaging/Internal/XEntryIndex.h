@@ -5,17 +5,17 @@
 #include "Ground/XTypes.h"
 
 /// The links of an entry in one XEntryIndex. Internal.
-template<class Entry>
+template<class TEntry>
 struct XIndexLink
 {
-    Entry* previous = nullptr;
-    Entry* next = nullptr;
+    TEntry* previous = nullptr;
+    TEntry* next = nullptr;
     std::uint64_t value = 0;
 };
 
 /// An index of entries by a 64-bit value; entries with equal values keep the order in which they were added.
 /// The links are in the member `kLink` of the entries, so only the table is allocated. Internal.
-template<class Entry, XIndexLink<Entry> Entry::*kLink>
+template<class TEntry, XIndexLink<TEntry> TEntry::*kLink>
 class XEntryIndex
 {
 public:
@@ -26,16 +26,16 @@ public:
             Resize( itsChains.empty() ? kMinChains : itsChains.size() * 2 );
     }
 
-    void Add( Entry& inEntry, std::uint64_t inValue )
+    void Add( TEntry& inEntry, std::uint64_t inValue )
     {
         ( inEntry.*kLink ).value = inValue;
         Append( inEntry );
         ++itsCount;
     }
 
-    void Remove( Entry& inEntry )
+    void Remove( TEntry& inEntry )
     {
-        XIndexLink<Entry>& link = inEntry.*kLink;
+        XIndexLink<TEntry>& link = inEntry.*kLink;
         XChain& chain = FindChain( link.value );
         ( link.previous ? ( link.previous->*kLink ).next : chain.first ) = link.next;
         ( link.next ? ( link.next->*kLink ).previous : chain.last ) = link.previous;
@@ -50,23 +50,23 @@ public:
     }
 
     /// The first entry added with a value, and the next one after it; null if there is none.
-    Entry* FindFirst( std::uint64_t inValue ) const
+    TEntry* FindFirst( std::uint64_t inValue ) const
     {
         if ( itsCount == 0 )
             return nullptr;
         return FindFrom( FindChain( inValue ).first, inValue );
     }
-    static Entry* FindNext( const Entry& inEntry )
+    static TEntry* FindNext( const TEntry& inEntry )
     {
-        const XIndexLink<Entry>& link = inEntry.*kLink;
+        const XIndexLink<TEntry>& link = inEntry.*kLink;
         return FindFrom( link.next, link.value );
     }
 
 private:
     struct XChain
     {
-        Entry* first = nullptr;
-        Entry* last = nullptr;
+        TEntry* first = nullptr;
+        TEntry* last = nullptr;
     };
 
     static constexpr USize kMinChains = 64;
@@ -82,16 +82,16 @@ private:
     const XChain& FindChain( std::uint64_t inValue ) const { return itsChains[FindChainIndex( inValue )]; }
     XChain& FindChain( std::uint64_t inValue ) { return itsChains[FindChainIndex( inValue )]; }
 
-    static Entry* FindFrom( Entry* inEntry, std::uint64_t inValue )
+    static TEntry* FindFrom( TEntry* inEntry, std::uint64_t inValue )
     {
         while ( inEntry && ( inEntry->*kLink ).value != inValue )
             inEntry = ( inEntry->*kLink ).next;
         return inEntry;
     }
 
-    void Append( Entry& inEntry )
+    void Append( TEntry& inEntry )
     {
-        XIndexLink<Entry>& link = inEntry.*kLink;
+        XIndexLink<TEntry>& link = inEntry.*kLink;
         XChain& chain = FindChain( link.value );
         link.previous = chain.last;
         link.next = nullptr;
@@ -108,9 +108,9 @@ private:
         for ( itsShift = 64; inCount > 1; inCount /= 2 )
             --itsShift;
         for ( const XChain& chain : chains )
-            for ( Entry* entry = chain.first; entry; )
+            for ( TEntry* entry = chain.first; entry; )
             {
-                Entry* const next = ( entry->*kLink ).next;
+                TEntry* const next = ( entry->*kLink ).next;
                 Append( *entry );
                 entry = next;
             }

@@ -129,9 +129,9 @@ void XListenerList::HardUnsubscribe( XListener& inListener )
     }
 }
 
-bool XListenerList::TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMs )
+bool XListenerList::TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMS )
 {
-    if ( !itsMutex.TryLock( inTimeoutMs ) )
+    if ( !itsMutex.TryLock( inTimeoutMS ) )
         return false;
     HardUnsubscribe( inListener );
     itsMutex.Unlock();

@@ -42,7 +42,7 @@ public:
     void HardUnsubscribe( XListener& inListener );
 
     /// Returns false if the list could not be locked in time, because another thread is broadcasting.
-    bool TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMs );
+    bool TryHardUnsubscribe( XListener& inListener, std::uint32_t inTimeoutMS );
     void RemoveAll();
 
     /// Removes the node of a listener that is being destroyed.

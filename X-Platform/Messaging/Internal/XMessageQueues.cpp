@@ -39,7 +39,7 @@
 namespace
 {
 
-constexpr std::uint32_t kIdleBudgetMs = 100;
+constexpr std::uint32_t kIdleBudgetMS = 100;
 
 using XEntry = XDeferredQueue::XEntry;
 using XItem = XDeferredQueue::XItem;
@@ -346,7 +346,7 @@ void XMessageQueues::DrainNextEvent()
 
 bool XMessageQueues::DrainIdle()
 {
-    const XTimer timer( kIdleBudgetMs );
+    const XTimer timer( kIdleBudgetMS );
     std::uint64_t end = 0;
     if ( !BeginDrain( itsIdleMessages, end ) )
         return false;
@@ -455,8 +455,8 @@ void XMessageQueues::ForgetExclusionsOfDead()
 }
 
 /// Returns how many exclusions are left.
-template<class IsDead>
-USize XMessageQueues::ForgetExclusions( const IsDead& inIsDead )
+template<class TIsDead>
+USize XMessageQueues::ForgetExclusions( const TIsDead& inIsDead )
 {
     USize leftCount = 0;
     for ( const XQueue* const queue : { &itsNextEventMessages, &itsIdleMessages } )

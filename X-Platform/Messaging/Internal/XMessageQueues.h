@@ -90,8 +90,8 @@ private:
     void Signal( XQueue& ioQueue );
     void ForgetExclusionsOf( const XListener& inListener );
     void ForgetExclusionsOfDead();
-    template<class IsDead>
-    USize ForgetExclusions( const IsDead& inIsDead );
+    template<class TIsDead>
+    USize ForgetExclusions( const TIsDead& inIsDead );
     template<class T>
     void EndCallsOf( const T& inOne, const T* XCall::*inMember, bool inMayPassOver, bool inIsDying );
     template<class T>

@@ -9,6 +9,7 @@
 #include "NetJobs/XLogonResult.h"
 #include "NetJobs/XNetJob.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
+#include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobSharedData.h"
 
@@ -23,6 +24,7 @@ void RegisterNetJobsClasses()
     XClassRegistry::RegisterClass<XNetJobQueueNode::XLogonInfo>( "Node Logon" );
     XClassRegistry::RegisterClass<XNetJobQueue::XLogonResult>( "Logon Result" );
     XClassRegistry::RegisterClass<XNetJobQueueNode::XAssignedJobInfo>( "Assigned Job" );
+    XClassRegistry::RegisterClass<XNetJobEvent>( "Network Job Event" );
     XClassRegistry::RegisterClass<XNetJobCompletedMessage>( "Job Completed Message" );
     XClassRegistry::RegisterClass<XNetJobQueuePositionChangedMessage>( "Job Queue Position Message" );
 }

@@ -681,7 +681,9 @@ bool XNetJobScheduler::NodeHoldsJob( std::uint32_t inNodeID, const XJobKey& inKe
         return true;
     if ( job->runCount == kMostRuns )
         return false;
+    const bool isSuspended = job->isSuspended;
     itsImp->Assign( *job, *node );
+    itsImp->SetSuspended( *job, isSuspended );
     return true;
 }
 

@@ -169,8 +169,11 @@ void XPivotColumn::CopyRowsOver(
     if ( endRow > inDestination.GetColumnSize() )
         // Rows behind the end of the destination are added by the copy.
         inDestination.ResizeRows( static_cast<std::uint32_t>( endRow ) );
-    for ( std::uint32_t i = 0; i < inCount; ++i )
+    // Within one column rows that move down are copied from the last on, before they are overwritten.
+    const bool isBackward = this == &inDestination && inSourceRow < inDestinationRow;
+    for ( std::uint32_t n = 0; n < inCount; ++n )
     {
+        const std::uint32_t i = isBackward ? inCount - 1 - n : n;
         const std::uint32_t row = inSourceRow + i;
         const std::int32_t destinationRow = static_cast<std::int32_t>( inDestinationRow + i );
         if ( IsNumeric() )

@@ -7,9 +7,9 @@
 #include <thread>
 #include <utility>
 
-// Whether there is a thread is decided by itsIsRunning alone: who changes it from false to true sees to it that there is
-// one. The thread gives it up before it looks for the last time whether it is armed, and `Arm` arms before it looks whether
-// there is a thread, so that one of them notices the other.
+// itsIsRunning alone decides whether there is a thread: whoever changes it from false to true starts the
+// thread or continues as it. The ending thread clears it before its last check of itsIsArmed, and `Arm` sets
+// itsIsArmed before it checks itsIsRunning, so that one of them notices the other and no request is lost.
 
 namespace
 {
@@ -36,7 +36,7 @@ void XRPCFlusher::Arm()
     const XPreventThreadStop preventStop; // of the calling thread
     try
     {
-        StartThread(); // when the one before, which is about to end, has ended
+        StartThread(); // waits for the end of the previous thread
     }
     catch ( ... )
     {

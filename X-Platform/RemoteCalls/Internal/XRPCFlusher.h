@@ -6,20 +6,20 @@
 #include <atomic>
 #include <functional>
 
-/// Sends what calls without a return have left in the buffer of a bridge, a moment later, on a thread of its own, which
-/// ends when there has been nothing to send for a second. Internal to XRPCBridgeBase.
+/// Sends the deferred calls of a bridge after a short delay, on its own thread, which ends after a second
+/// without work. Internal to XRPCBridgeBase.
 class XRPCFlusher : private XThread
 {
 public:
-    /// How long a call waits at most to be sent together with others, as far as the system's clock allows.
+    /// Maximum delay of a deferred call, subject to the resolution of the system's timers.
     static constexpr std::int64_t kDelayUS = 200;
 
-    /// `inFlush` sends. It returns false where another thread is in its way.
+    /// `inFlush` sends the deferred calls; it returns false if another thread owns the sender.
     explicit XRPCFlusher( std::function<bool()> inFlush );
     ~XRPCFlusher() override;
 
-    /// Has the flush called in a moment. One thread at a time. Throws the system's last error when no thread can be
-    /// started.
+    /// Requests a flush after the delay. One thread at a time. Throws the system's last error if no thread
+    /// can be started.
     void Arm();
 
 private:

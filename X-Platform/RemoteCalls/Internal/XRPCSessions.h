@@ -7,18 +7,21 @@
 
 #include <map>
 
-/// The bidirectional sessions of the process that clients have requested and not connected to yet. Internal to XRPCBridge.
+/// The pending bidirectional sessions of the process: requested by clients and not yet connected. Internal to
+/// XRPCBridge.
 /// Threads: any.
 class XRPCSessions
 {
 public:
     static XRPCSessions& Get();
 
-    /// The number of a new session, valid once and for a time. 3096 while the bridge has one that is valid.
+    /// Returns the number of a new session, valid once and until the time-out. 3096 while the bridge has a
+    /// valid one.
     std::uint32_t Request(
         XRPCBridge& ioBridge, std::uint32_t inTimeoutMS, const std::function<std::uint32_t()>& inDrawNumber );
 
-    /// The bridge that has requested the session, which is not valid any more. 3097 for a number that is not.
+    /// Returns the bridge that issued the session number and invalidates the number. 3097 for an invalid
+    /// number.
     XRefPtr<XRPCBridge> Take( std::uint32_t inNumber );
 
     void Withdraw( const XRPCBridge& inBridge );

@@ -4,14 +4,14 @@
 
 #include <algorithm>
 
-/// The pauses between attempts to connect: each twice as long as the one before up to a limit, and cut by a random part of at
-/// most its half, so that clients of one server do not all come back at once. Internal to XRPCBridge.
+/// The pauses between attempts to connect: exponential up to a limit, each reduced by a random part of at
+/// most its half, so that the clients of a server do not all reconnect at once. Internal to XRPCBridge.
 class XRetryPause
 {
 public:
     explicit XRetryPause( std::uint32_t inMostMS ) : itsMostMS( inMostMS ) {}
 
-    /// The next pause, for a random number of any size.
+    /// Returns the next pause in milliseconds; `inRandom` is any random number.
     std::uint32_t TakeNext( std::uint32_t inRandom )
     {
         const std::uint32_t longest = itsNextMS;

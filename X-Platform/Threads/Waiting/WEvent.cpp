@@ -58,13 +58,13 @@ bool WEvent::IsSet() const
     return ( itsState.load( std::memory_order_acquire ) & kIsSet ) != 0;
 }
 
-WWaitResult WEvent::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
+WWaitResult WEvent::Wait( std::uint32_t inTimeoutMS, bool inAlertable )
 {
     if ( TryWait() )
         return kWaitSucceeded;
-    if ( inTimeoutMs == 0 )
+    if ( inTimeoutMS == 0 )
         return kWaitTimedOut;
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     for ( ;; )
     {
         const WWaitResult result = WParkCounted( itsState, kOneSleeper, kIsSet, deadline, inAlertable );

@@ -25,9 +25,9 @@ public:
     void Clear();
     bool IsSet() const;
 
-    /// Waits up to `inTimeoutMs` until the event is set. An alertable wait also ends when the thread is
+    /// Waits up to `inTimeoutMS` until the event is set. An alertable wait also ends when the thread is
     /// alerted (WThread::Wake).
-    WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    WWaitResult Wait( std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false );
 
 private:
     void SetAndRelease();

@@ -46,13 +46,13 @@ bool WSemaphore::TryWait()
     return false;
 }
 
-WWaitResult WSemaphore::Wait( std::uint32_t inTimeoutMs, bool inAlertable )
+WWaitResult WSemaphore::Wait( std::uint32_t inTimeoutMS, bool inAlertable )
 {
     if ( TryWait() )
         return kWaitSucceeded;
-    if ( inTimeoutMs == 0 )
+    if ( inTimeoutMS == 0 )
         return kWaitTimedOut;
-    const WDeadline deadline( inTimeoutMs );
+    const WDeadline deadline( inTimeoutMS );
     for ( ;; )
     {
         const WWaitResult result = WParkCounted( itsState, kOneWaiter, kUnitBits, deadline, inAlertable );

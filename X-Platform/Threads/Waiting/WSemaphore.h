@@ -17,9 +17,9 @@ public:
     /// Adds `inCount` units. The number of units must stay below 2^31.
     void Signal( std::uint32_t inCount = 1 );
 
-    /// Takes a unit, waiting up to `inTimeoutMs`. An alertable wait also ends, without a unit, when the
+    /// Takes a unit, waiting up to `inTimeoutMS`. An alertable wait also ends, without a unit, when the
     /// thread is alerted (WThread::Wake).
-    WWaitResult Wait( std::uint32_t inTimeoutMs = kNoTimeout, bool inAlertable = false );
+    WWaitResult Wait( std::uint32_t inTimeoutMS = kNoTimeout, bool inAlertable = false );
 
     bool TryWait();
 

@@ -12,7 +12,7 @@ thread_local WThreadAlert* sCurrentAlert = nullptr;
 void WThreadAlert::Alert()
 {
     const std::lock_guard lock( itsMutex );
-    itsHasRung = true;
+    itsIsPending = true;
     if ( itsWaitingOn )
         itsWaitingOn->Alert();
 }
@@ -20,7 +20,7 @@ void WThreadAlert::Alert()
 void WThreadAlert::Reset()
 {
     const std::lock_guard lock( itsMutex );
-    itsHasRung = false;
+    itsIsPending = false;
 }
 
 WThreadAlert* WThreadAlert::GetCurrent()
@@ -36,16 +36,16 @@ void WThreadAlert::SetCurrent( WThreadAlert* inAlert )
 bool WThreadAlert::BeginWait( WAlertableWait& inWait )
 {
     const std::lock_guard lock( itsMutex );
-    if ( std::exchange( itsHasRung, false ) )
+    if ( std::exchange( itsIsPending, false ) )
         return false;
     itsWaitingOn = &inWait;
     return true;
 }
 
-void WThreadAlert::EndWait( bool inHasHeard )
+void WThreadAlert::EndWait( bool inWasAlerted )
 {
     const std::lock_guard lock( itsMutex );
     itsWaitingOn = nullptr;
-    if ( inHasHeard )
-        itsHasRung = false;
+    if ( inWasAlerted )
+        itsIsPending = false;
 }

@@ -41,10 +41,10 @@ public:
     bool BeginWait( WAlertableWait& inWait );
 
     /// Called at the end of the wait, whether or not an alert ended it.
-    void EndWait( bool inHasHeard );
+    void EndWait( bool inWasAlerted );
 
 private:
     std::mutex itsMutex;
-    bool itsHasRung = false;                // guarded by itsMutex
+    bool itsIsPending = false;              // guarded by itsMutex
     WAlertableWait* itsWaitingOn = nullptr; // guarded by itsMutex
 };

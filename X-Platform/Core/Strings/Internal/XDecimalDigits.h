@@ -6,7 +6,7 @@
 class XDecimalDigits
 {
 public:
-    static constexpr unsigned kMaxPower = 19; ///< 10^19 is the last power of ten in 64 bits.
+    static constexpr unsigned kMaxPower = 19; ///< 10^19 is the last power of ten in 64 bits
 
     static std::uint64_t GetPowerOfTen( unsigned inPower );
 

@@ -32,7 +32,7 @@ private:
 
     char itsText[kMaxShortLength];
     std::size_t itsLength = 0;
-    std::string itsLongText; ///< used in place of `itsText` if the text might not fit there
+    std::string itsLongText; // used in place of `itsText` if the text might not fit there
 
     /// Writes `inNumber` with its last `inDecimals` digits after a decimal point.
     void WriteDecimal( bool inIsNegative, std::uint64_t inNumber, unsigned inDecimals );

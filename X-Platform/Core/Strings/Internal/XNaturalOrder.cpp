@@ -27,7 +27,7 @@ constexpr int kMaxExactDigits = 15; // integers of so many digits are exact as d
 
 enum XKind : std::uint8_t
 {
-    kOther, ///< Of these one may be the decimal point.
+    kOther, // of these one may be the decimal point
     kDigit,
     kExponentMark,
     kOtherLetter

@@ -23,7 +23,7 @@ private:
         kLess,
         kGreater,
         kEqual,
-        kNoNumbers ///< At least one of the texts does not begin with a number.
+        kNoNumbers // at least one of the texts does not begin with a number
     };
 
     // The locale's decimal point; NUL until first needed, because reading it takes about as long as the rest

@@ -105,13 +105,13 @@ struct XFloatParts
     const char* begin = nullptr;
     const char* end = nullptr;
     const char* point = nullptr;
-    std::uint64_t mantissa = 0; ///< Its digits as one number, as far as they fit.
-    std::int64_t scale = 0;     ///< Digits that the exponent has to be corrected by, negative for decimals.
-    std::int64_t exponent = 0;  ///< As written.
+    std::uint64_t mantissa = 0; // its digits as one number, as far as they fit
+    std::int64_t scale = 0;     // digits that the exponent has to be corrected by, negative for decimals
+    std::int64_t exponent = 0;  // as written
     /// How many digits from the first that is not 0 up to the point; may be negative.
     std::int64_t leadingPlace = 0;
     bool hasDigits = false;
-    bool isExact = true; ///< All digits are in the mantissa.
+    bool isExact = true; // all digits are in the mantissa
 };
 
 /// Takes digits up to the point, or from it on.

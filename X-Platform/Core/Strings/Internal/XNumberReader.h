@@ -15,7 +15,7 @@ public:
     {
         std::uint64_t magnitude;
         bool isNegative;
-        bool isTooLarge; ///< The magnitude does not fit in 64 bits.
+        bool isTooLarge; ///< the magnitude does not fit in 64 bits
 
         /// The nearest value in range.
         std::int64_t ToSigned() const;

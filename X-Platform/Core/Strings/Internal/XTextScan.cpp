@@ -68,7 +68,7 @@ KORVALE_AVX2 __m256i LoadBlock( const char* inText )
 }
 
 /// One character of the needle, in both its cases where that matters, for comparing with 32 characters at once.
-template<class XRule>
+template<class TRule>
 struct XCharacterBlock
 {
     __m256i itsUpper;
@@ -78,7 +78,7 @@ struct XCharacterBlock
         : itsUpper( _mm256_set1_epi8( XTextScan::ToUpper( inCharacter ) ) ),
           itsLower( _mm256_set1_epi8( XTextScan::ToLower( inCharacter ) ) )
     {
-        if ( !XRule::kIsCaseless )
+        if ( !TRule::kIsCaseless )
             itsUpper = _mm256_set1_epi8( inCharacter );
     }
 
@@ -86,7 +86,7 @@ struct XCharacterBlock
     {
         const __m256i block = LoadBlock( inText );
         const __m256i isUpper = _mm256_cmpeq_epi8( block, itsUpper );
-        return XRule::kIsCaseless ? _mm256_or_si256( isUpper, _mm256_cmpeq_epi8( block, itsLower ) )
+        return TRule::kIsCaseless ? _mm256_or_si256( isUpper, _mm256_cmpeq_epi8( block, itsLower ) )
                                   : isUpper;
     }
 };
@@ -122,7 +122,7 @@ KORVALE_AVX2 bool EqualCaselessByBlocks( const char* inFirst, const char* inSeco
 /// One search. Positions at which the first and the last character match are compared completely; if that
 /// fails too often, as in texts of few different characters, hashes are used instead, so that no text makes a
 /// search slow.
-template<class XRule>
+template<class TRule>
 class XSearch
 {
 public:
@@ -152,7 +152,7 @@ private:
 
     bool IsMatch( USize64 inPosition )
     {
-        if ( XRule::Equal( itsText + inPosition, itsNeedle.data(), itsNeedle.size() ) )
+        if ( TRule::Equal( itsText + inPosition, itsNeedle.data(), itsNeedle.size() ) )
             return true;
         itsPatience -= std::min( itsPatience, itsNeedle.size() );
         return false;
@@ -160,14 +160,14 @@ private:
 
     SSize64 RunPortably( USize64 inFrom )
     {
-        const char first = XRule::Fold( itsNeedle.front() );
-        const char last = XRule::Fold( itsNeedle.back() );
+        const char first = TRule::Fold( itsNeedle.front() );
+        const char last = TRule::Fold( itsNeedle.back() );
         const char* const lastText = itsText + itsNeedle.size() - 1;
         for ( USize64 i = inFrom; i < itsPositions; ++i )
         {
             if ( itsPatience == 0 )
                 return RunByHash( i );
-            if ( XRule::Fold( itsText[i] ) == first && XRule::Fold( lastText[i] ) == last && IsMatch( i ) )
+            if ( TRule::Fold( itsText[i] ) == first && TRule::Fold( lastText[i] ) == last && IsMatch( i ) )
                 return static_cast<SSize64>( i );
         }
         return -1;
@@ -175,7 +175,7 @@ private:
 
     static std::uint64_t AddToHash( std::uint64_t inHash, char inCharacter )
     {
-        return inHash * kXHashFactor + static_cast<unsigned char>( XRule::Fold( inCharacter ) );
+        return inHash * kXHashFactor + static_cast<unsigned char>( TRule::Fold( inCharacter ) );
     }
 
     SSize64 RunByHash( USize64 inFrom ) const
@@ -191,11 +191,11 @@ private:
         }
         for ( USize64 i = inFrom;; ++i )
         {
-            if ( hash == wanted && XRule::Equal( itsText + i, itsNeedle.data(), itsNeedle.size() ) )
+            if ( hash == wanted && TRule::Equal( itsText + i, itsNeedle.data(), itsNeedle.size() ) )
                 return static_cast<SSize64>( i );
             if ( i + 1 >= itsPositions )
                 return -1;
-            const auto dropped = static_cast<unsigned char>( XRule::Fold( itsText[i] ) );
+            const auto dropped = static_cast<unsigned char>( TRule::Fold( itsText[i] ) );
             hash = AddToHash( hash, itsText[i + itsNeedle.size()] ) - highest * dropped;
         }
     }
@@ -203,8 +203,8 @@ private:
 #if defined( __x86_64__ )
     KORVALE_AVX2 SSize64 RunByBlocks()
     {
-        const XCharacterBlock<XRule> first( itsNeedle.front() );
-        const XCharacterBlock<XRule> last( itsNeedle.back() );
+        const XCharacterBlock<TRule> first( itsNeedle.front() );
+        const XCharacterBlock<TRule> last( itsNeedle.back() );
         const char* const lastText = itsText + itsNeedle.size() - 1;
         USize64 i = 0;
         for ( ; i + kScanBlock <= itsPositions && itsPatience > 0; i += kScanBlock )

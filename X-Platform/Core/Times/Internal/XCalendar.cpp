@@ -35,24 +35,24 @@ bool XCalendar::IsLeapYear( std::int64_t inYear )
 bool XCalendar::IsValid( const XDate& inDate )
 {
     static constexpr std::uint8_t kMonthLengths[] = { 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31 };
-    if ( inDate.itsYear < -kMaxYear || inDate.itsYear > kMaxYear )
+    if ( inDate.year < -kMaxYear || inDate.year > kMaxYear )
         return false;
-    if ( inDate.itsMonth < 1 || inDate.itsMonth > 12 )
+    if ( inDate.month < 1 || inDate.month > 12 )
         return false;
-    const bool isLeapMonth = inDate.itsMonth == 2 && IsLeapYear( inDate.itsYear );
-    const std::uint32_t length = kMonthLengths[inDate.itsMonth - 1] + std::uint32_t( isLeapMonth );
-    return inDate.itsDay >= 1 && inDate.itsDay <= length;
+    const bool isLeapMonth = inDate.month == 2 && IsLeapYear( inDate.year );
+    const std::uint32_t length = kMonthLengths[inDate.month - 1] + std::uint32_t( isLeapMonth );
+    return inDate.day >= 1 && inDate.day <= length;
 }
 
 std::int64_t XCalendar::GetDays( const XDate& inDate )
 {
-    const bool isBeforeMarch = inDate.itsMonth < 3;
-    const std::int64_t year = inDate.itsYear - isBeforeMarch;
-    const std::int64_t month = std::int64_t( inDate.itsMonth ) + ( isBeforeMarch ? 9 : -3 );
+    const bool isBeforeMarch = inDate.month < 3;
+    const std::int64_t year = inDate.year - isBeforeMarch;
+    const std::int64_t month = std::int64_t( inDate.month ) + ( isBeforeMarch ? 9 : -3 );
     const std::int64_t cycle = DivideDown( year, kYearsPerCycle );
     const std::int64_t yearOfCycle = year - cycle * kYearsPerCycle;
     return cycle * kDaysPerCycle + GetDaysBeforeYear( yearOfCycle ) + GetDaysBeforeMonth( month ) +
-        inDate.itsDay - 1 - kDaysTo1904;
+        inDate.day - 1 - kDaysTo1904;
 }
 
 XCalendar::XDate XCalendar::GetDate( std::int64_t inDays )

@@ -9,9 +9,9 @@ class XCalendar
 public:
     struct XDate
     {
-        std::int64_t itsYear;
-        std::uint32_t itsMonth; // 1 to 12
-        std::uint32_t itsDay;   // 1 to 31
+        std::int64_t year;
+        std::uint32_t month; // 1 to 12
+        std::uint32_t day;   // 1 to 31
     };
 
     /// Larger than every year that a 64-bit count of microseconds can represent, before or after 1904.

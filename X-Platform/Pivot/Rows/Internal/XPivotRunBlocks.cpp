@@ -94,8 +94,8 @@ std::ptrdiff_t GetLastInnerRow( std::size_t inSize )
 /// lie in the 64 rows from one on and end before the last of them. Returns false then.
 ///
 /// Where a word ends the processor guesses wrong, so the next one is packed by then.
-template<class Mover>
-[[gnu::always_inline]] inline bool MoveRuns( const XVector<std::uint8_t>& inExists, Mover& ioMover )
+template<class TMover>
+[[gnu::always_inline]] inline bool MoveRuns( const XVector<std::uint8_t>& inExists, TMover& ioMover )
 {
     constexpr std::uint64_t kAll = ~std::uint64_t( 0 );
     constexpr std::size_t kNone = ~std::size_t( 0 );

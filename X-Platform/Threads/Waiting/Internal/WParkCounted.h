@@ -7,9 +7,9 @@
 /// one of `inReadyBits` is set, otherwise when the thread has been released, has timed out or was alerted. In
 /// every case the caller must try again to take what it waits for: the thread may have been released while it
 /// was leaving.
-template<class State>
+template<class TState>
 WWaitResult WParkCounted(
-    std::atomic<State>& ioState, State inOneSleeper, State inReadyBits, const WDeadline& inDeadline,
+    std::atomic<TState>& ioState, TState inOneSleeper, TState inReadyBits, const WDeadline& inDeadline,
     bool inAlertable )
 {
     WParkingNode node;

@@ -4,8 +4,8 @@
 #include "Core/Errors/XErrorLog.h"
 
 /// Calls a hook whose exceptions must not reach the caller: they are written to the error log. Internal.
-template<class Hook>
-void XCallHook( Hook inHook ) noexcept
+template<class THook>
+void XCallHook( THook inHook ) noexcept
 {
     XSwallowErrors( inHook, [] { XErrorLog::AddCurrentException(); } );
 }

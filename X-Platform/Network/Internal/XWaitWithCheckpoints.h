@@ -6,7 +6,7 @@
 /// Runs an operation that may wait on a connection: after a checkpoint, and again after a checkpoint each
 /// time it is alerted. The first checkpoint is for threads that never have to wait.
 template<class TOperation>
-WConnection::Outcome XWaitObediently( TOperation inOperation )
+WConnection::Outcome XWaitWithCheckpoints( TOperation inOperation )
 {
     for ( ;; )
     {

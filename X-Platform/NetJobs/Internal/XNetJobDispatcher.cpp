@@ -1,0 +1,479 @@
+#include "NetJobs/Internal/XNetJobDispatcher.h"
+
+#include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
+#include "System/WRandomBytes.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <utility>
+
+namespace
+{
+
+using XJobKey = XNetJobScheduler::XJobKey;
+using XTimeMS = XNetJobDispatcher::XTimeMS;
+using XEvents = XNetJobDispatcher::XEvents;
+
+constexpr std::string_view kNodesWereLost = "the last 3 nodes to which the job was assigned were lost";
+static_assert( XNetJobScheduler::kMostLosses == 3 );
+
+struct Peer
+{
+    bool isNode = false;
+    XUUID instance;
+    XTimeMS logonTime = 0;
+    XTimeMS lastHeard = 0;
+    std::optional<XTimeMS> endTime; // of the connection
+    XEvents outbox;
+};
+
+struct TrackedJob
+{
+    XVersion jobClass;
+    XVector<std::uint8_t> bytes;        // empty when the job has ended
+    std::optional<XNetJobEvent> result; // as sent to the client
+    std::uint32_t resultNodeID = 0;     // which keeps the result until it is taken
+};
+
+/// A report about an unknown job.
+struct HeldReport
+{
+    XTimeMS time;
+    std::uint32_t nodeID;
+    XNetJobEvent event;
+};
+
+XJobKey GetKey( const XNetJobEvent& inEvent )
+{
+    return { inEvent.clientID, inEvent.jobQueueID, inEvent.jobID };
+}
+
+XNetJobEvent MakeEvent(
+    XNetJobEvent::XKind inKind, const XJobKey& inKey, std::uint64_t inValue = 0,
+    XVector<std::uint8_t> inBytes = {} )
+{
+    return { inKind, inKey.clientID, inKey.jobQueueID, inKey.jobID, inValue, std::move( inBytes ) };
+}
+
+void RequireReports( const XEvents& inEvents )
+{
+    for ( const XNetJobEvent& event : inEvents )
+        if ( event.kind != XNetJobEvent::kHolds && event.kind != XNetJobEvent::kEnded )
+            XThrow( kErrorBadParameters );
+}
+
+} // namespace
+
+class XNetJobDispatcher::XImp
+{
+public:
+    XImp( const XAppVersion& inAppVersion, const XSettings& inSettings )
+        : itsAppVersion( inAppVersion ), itsSettings( inSettings )
+    {
+    }
+
+    std::uint32_t LogOn(
+        XTimeMS inNow, const XAppVersion::XAppAndComputerInfo& inInfo, std::uint32_t inFormerID,
+        bool inIsNode );
+    Peer& GetPeer( std::uint32_t inID );
+    Peer* FindPeer( std::uint32_t inID );
+    void Drop( std::uint32_t inID, bool inIsLost );
+    void DropLostPeers( XTimeMS inNow );
+    void DropOldReports( XTimeMS inNow );
+    void DropReportsOf( std::uint32_t inNodeID );
+
+    void SendResultsAgain( std::uint32_t inClientID );
+    void HandleClientEvent( XNetJobEvent inEvent );
+    void HandleNodeEvent( XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent );
+    void CarryOutActions( XTimeMS inNow );
+
+    XVector<std::uint32_t> TakeRecipients();
+
+    XNetJobScheduler scheduler;
+
+private:
+    std::uint32_t ChooseID( std::uint32_t inFormerID, const XUUID& inInstance, bool inIsNode ) const;
+    void DropJobsOf( std::uint32_t inClientID );
+    TrackedJob* FindJob( const XJobKey& inKey );
+    void Send( std::uint32_t inID, const XNetJobEvent& inEvent );
+    void Submit( const XJobKey& inKey, XNetJobEvent& ioEvent );
+    void Take( const XJobKey& inKey );
+    void HandleReport( XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent );
+    void HandleEnd( std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent );
+    bool MayBeSubmitted( XTimeMS inNow, std::uint32_t inClientID );
+    void SetResult( TrackedJob& ioJob, XNetJobEvent inResult );
+    void CarryOut( const XNetJobScheduler::XAction& inAction );
+
+    const XAppVersion itsAppVersion;
+    const XSettings itsSettings;
+    std::map<std::uint32_t, Peer> itsPeers;
+    std::map<XJobKey, TrackedJob> itsJobs;
+    std::multimap<XJobKey, HeldReport> itsReports;
+    std::set<std::uint32_t> itsRecipients;
+};
+
+// ---- Peers
+
+Peer* XNetJobDispatcher::XImp::FindPeer( std::uint32_t inID )
+{
+    const auto found = itsPeers.find( inID );
+    return found == itsPeers.end() ? nullptr : &found->second;
+}
+
+Peer& XNetJobDispatcher::XImp::GetPeer( std::uint32_t inID )
+{
+    Peer* const peer = FindPeer( inID );
+    if ( !peer )
+        XThrow( kErrorDisconnected );
+    return *peer;
+}
+
+std::uint32_t
+XNetJobDispatcher::XImp::ChooseID( std::uint32_t inFormerID, const XUUID& inInstance, bool inIsNode ) const
+{
+    std::uint32_t id = inFormerID;
+    for ( ;; )
+    {
+        const auto found = itsPeers.find( id );
+        const bool isFree = found == itsPeers.end() ||
+            ( found->second.instance == inInstance && found->second.isNode == inIsNode );
+        if ( id != 0 && isFree )
+            return id;
+        if ( const std::uint32_t error = WRandomBytes::Fill( &id, sizeof( id ) ) )
+            XThrow( error );
+    }
+}
+
+std::uint32_t XNetJobDispatcher::XImp::LogOn(
+    XTimeMS inNow, const XAppVersion::XAppAndComputerInfo& inInfo, std::uint32_t inFormerID, bool inIsNode )
+{
+    if ( !itsAppVersion.IsCompatibleWith( inInfo.GetAppVersion() ) )
+        XThrow( kErrorClientTooNew );
+    const std::uint32_t id = ChooseID( inFormerID, inInfo.GetInstanceID(), inIsNode );
+    itsPeers[id] = { inIsNode, inInfo.GetInstanceID(), inNow, inNow, {}, {} };
+    return id;
+}
+
+void XNetJobDispatcher::XImp::Drop( std::uint32_t inID, bool inIsLost )
+{
+    const Peer* const peer = FindPeer( inID );
+    if ( !peer )
+        return;
+    const bool isNode = peer->isNode;
+    itsPeers.erase( inID );
+    if ( isNode )
+        scheduler.RemoveNode( inID, inIsLost );
+    else
+        DropJobsOf( inID );
+}
+
+void XNetJobDispatcher::XImp::DropJobsOf( std::uint32_t inClientID )
+{
+    scheduler.RemoveClient( inClientID );
+    const auto first = itsJobs.lower_bound( { inClientID, 0, 0 } );
+    auto last = first;
+    for ( ; last != itsJobs.end() && last->first.clientID == inClientID; ++last )
+        if ( last->second.resultNodeID != 0 )
+            Send( last->second.resultNodeID, MakeEvent( XNetJobEvent::kTaken, last->first ) );
+    itsJobs.erase( first, last );
+}
+
+void XNetJobDispatcher::XImp::DropLostPeers( XTimeMS inNow )
+{
+    XVector<std::uint32_t> lost;
+    for ( const auto& [id, peer] : itsPeers )
+    {
+        const XTimeMS grace = peer.isNode ? itsSettings.nodeGraceMS : itsSettings.clientGraceMS;
+        const bool hasGone = peer.endTime && inNow >= *peer.endTime + grace;
+        if ( hasGone || inNow >= peer.lastHeard + itsSettings.silenceMS )
+            lost.push_back( id );
+    }
+    for ( const std::uint32_t id : lost )
+        Drop( id, true );
+}
+
+// ---- Events
+
+TrackedJob* XNetJobDispatcher::XImp::FindJob( const XJobKey& inKey )
+{
+    const auto found = itsJobs.find( inKey );
+    return found == itsJobs.end() ? nullptr : &found->second;
+}
+
+/// A peer without connection gets no events: its next logon makes up for them.
+void XNetJobDispatcher::XImp::Send( std::uint32_t inID, const XNetJobEvent& inEvent )
+{
+    Peer* const peer = FindPeer( inID );
+    if ( !peer || peer->endTime )
+        return;
+    itsRecipients.insert( inID );
+    peer->outbox.push_back( inEvent );
+}
+
+XVector<std::uint32_t> XNetJobDispatcher::XImp::TakeRecipients()
+{
+    const auto hasNone = [&]( std::uint32_t inID )
+    {
+        const Peer* const peer = FindPeer( inID );
+        return !peer || peer->outbox.empty();
+    };
+    std::erase_if( itsRecipients, hasNone );
+    const std::set<std::uint32_t> recipients = std::exchange( itsRecipients, {} );
+    return { recipients.begin(), recipients.end() };
+}
+
+void XNetJobDispatcher::XImp::SendResultsAgain( std::uint32_t inClientID )
+{
+    for ( auto job = itsJobs.lower_bound( { inClientID, 0, 0 } );
+          job != itsJobs.end() && job->first.clientID == inClientID; ++job )
+        if ( job->second.result )
+            Send( inClientID, *job->second.result );
+}
+
+void XNetJobDispatcher::XImp::HandleClientEvent( XNetJobEvent inEvent )
+{
+    const XJobKey key = GetKey( inEvent );
+    switch ( inEvent.kind )
+    {
+    case XNetJobEvent::kSubmit:
+    case XNetJobEvent::kSubmitSuspended:
+        return Submit( key, inEvent );
+    case XNetJobEvent::kStop:
+        return scheduler.StopJob( key );
+    case XNetJobEvent::kSuspend:
+        return scheduler.SuspendJob( key );
+    case XNetJobEvent::kResume:
+        return scheduler.ResumeJob( key );
+    case XNetJobEvent::kTaken:
+        return Take( key );
+    default:
+        XThrow( kErrorBadParameters );
+    }
+}
+
+void XNetJobDispatcher::XImp::Submit( const XJobKey& inKey, XNetJobEvent& ioEvent )
+{
+    const auto [job, isNew] = itsJobs.try_emplace( inKey );
+    if ( !isNew )
+        return;
+    const XVersion jobClass( static_cast<std::uint32_t>( ioEvent.value ) );
+    scheduler.AddJob( { inKey, jobClass, {}, ioEvent.kind == XNetJobEvent::kSubmitSuspended } );
+    job->second.jobClass = jobClass;
+    job->second.bytes = std::move( ioEvent.bytes );
+    const auto [first, last] = itsReports.equal_range( inKey );
+    XVector<HeldReport> reports;
+    for ( auto report = first; report != last; ++report )
+        reports.push_back( std::move( report->second ) );
+    itsReports.erase( first, last );
+    for ( const HeldReport& report : reports )
+        if ( FindPeer( report.nodeID ) )
+            HandleReport( report.time, report.nodeID, report.event );
+}
+
+void XNetJobDispatcher::XImp::Take( const XJobKey& inKey )
+{
+    const TrackedJob* const job = FindJob( inKey );
+    if ( !job || !job->result )
+        return;
+    Send( job->resultNodeID, MakeEvent( XNetJobEvent::kTaken, inKey ) );
+    itsJobs.erase( inKey );
+}
+
+void XNetJobDispatcher::XImp::HandleNodeEvent(
+    XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent )
+{
+    switch ( inEvent.kind )
+    {
+    case XNetJobEvent::kStarted:
+        return scheduler.JobHasStarted( inNow, inNodeID, GetKey( inEvent ) );
+    case XNetJobEvent::kReturned:
+        return scheduler.JobWasReturned( inNodeID, GetKey( inEvent ) );
+    case XNetJobEvent::kHolds:
+    case XNetJobEvent::kEnded:
+        return HandleReport( inNow, inNodeID, inEvent );
+    default:
+        XThrow( kErrorBadParameters );
+    }
+}
+
+/// A node has a job, or its result.
+void XNetJobDispatcher::XImp::HandleReport(
+    XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent )
+{
+    const XJobKey key = GetKey( inEvent );
+    TrackedJob* const job = FindJob( key );
+    if ( job && inEvent.kind == XNetJobEvent::kEnded )
+        return HandleEnd( inNodeID, *job, inEvent );
+    if ( scheduler.NodeHoldsJob( inNodeID, key ) )
+        return;
+    if ( !job && MayBeSubmitted( inNow, key.clientID ) )
+        itsReports.emplace( key, HeldReport{ inNow, inNodeID, inEvent } );
+    else
+        Send( inNodeID, MakeEvent( XNetJobEvent::kTaken, key ) );
+}
+
+void XNetJobDispatcher::XImp::HandleEnd(
+    std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent )
+{
+    const XJobKey key = GetKey( inEvent );
+    if ( scheduler.JobHasEnded( inNodeID, key, inEvent.value ) )
+    {
+        ioJob.resultNodeID = inNodeID;
+        SetResult( ioJob, MakeEvent( XNetJobEvent::kEnded, key, inNodeID, inEvent.bytes ) );
+    }
+    else if ( ioJob.resultNodeID != inNodeID )
+        Send( inNodeID, MakeEvent( XNetJobEvent::kTaken, key ) );
+}
+
+bool XNetJobDispatcher::XImp::MayBeSubmitted( XTimeMS inNow, std::uint32_t inClientID )
+{
+    const Peer* const client = FindPeer( inClientID );
+    return !client || client->endTime || inNow < client->logonTime + itsSettings.clientGraceMS;
+}
+
+void XNetJobDispatcher::XImp::SetResult( TrackedJob& ioJob, XNetJobEvent inResult )
+{
+    Send( inResult.clientID, inResult );
+    ioJob.bytes = {};
+    ioJob.result = std::move( inResult );
+}
+
+/// Replaced by those of the node's next logon.
+void XNetJobDispatcher::XImp::DropReportsOf( std::uint32_t inNodeID )
+{
+    std::erase_if( itsReports, [&]( const auto& inReport ) { return inReport.second.nodeID == inNodeID; } );
+}
+
+void XNetJobDispatcher::XImp::DropOldReports( XTimeMS inNow )
+{
+    const auto isOld = [&]( const auto& inReport )
+    { return inNow >= inReport.second.time + itsSettings.clientGraceMS; };
+    for ( const auto& report : itsReports )
+        if ( isOld( report ) )
+            Send( report.second.nodeID, MakeEvent( XNetJobEvent::kTaken, report.first ) );
+    std::erase_if( itsReports, isOld );
+}
+
+void XNetJobDispatcher::XImp::CarryOutActions( XTimeMS inNow )
+{
+    for ( const XNetJobScheduler::XAction& action : scheduler.TakeActions( inNow ) )
+        CarryOut( action );
+}
+
+void XNetJobDispatcher::XImp::CarryOut( const XNetJobScheduler::XAction& inAction )
+{
+    const XJobKey& key = inAction.key;
+    TrackedJob* const job = FindJob( key );
+    if ( inAction.kind == XNetJobScheduler::kStop )
+        return Send( inAction.nodeID, MakeEvent( XNetJobEvent::kStop, key ) );
+    if ( !job )
+        return; // dropped meanwhile
+    switch ( inAction.kind )
+    {
+    case XNetJobScheduler::kAssign:
+        return Send( inAction.nodeID, MakeEvent( XNetJobEvent::kAssign, key, job->jobClass, job->bytes ) );
+    case XNetJobScheduler::kRecall:
+        return Send( inAction.nodeID, MakeEvent( XNetJobEvent::kRecall, key ) );
+    case XNetJobScheduler::kStopped:
+        return SetResult( *job, MakeEvent( XNetJobEvent::kFailed, key, kErrorJobStopped ) );
+    case XNetJobScheduler::kFailed:
+        return SetResult(
+            *job,
+            MakeEvent(
+                XNetJobEvent::kFailed, key, kErrorDisconnected,
+                { kNodesWereLost.begin(), kNodesWereLost.end() } ) );
+    default:
+        return;
+    }
+}
+
+// ---- The interface
+
+XNetJobDispatcher::XNetJobDispatcher( const XAppVersion& inAppVersion )
+    : XNetJobDispatcher( inAppVersion, XSettings() )
+{
+}
+
+XNetJobDispatcher::XNetJobDispatcher( const XAppVersion& inAppVersion, const XSettings& inSettings )
+    : itsImp( std::make_unique<XImp>( inAppVersion, inSettings ) )
+{
+}
+
+XNetJobDispatcher::~XNetJobDispatcher() = default;
+
+std::uint32_t XNetJobDispatcher::LogOnClient(
+    XTimeMS inNow, const XAppVersion::XAppAndComputerInfo& inInfo, std::uint32_t inFormerID )
+{
+    const std::uint32_t id = itsImp->LogOn( inNow, inInfo, inFormerID, false );
+    itsImp->SendResultsAgain( id );
+    return id;
+}
+
+std::uint32_t XNetJobDispatcher::LogOnNode(
+    XTimeMS inNow, const XNetJobQueueNode::XLogonInfo& inInfo, std::uint32_t inFormerID,
+    const XEvents& inReports )
+{
+    RequireReports( inReports );
+    const std::uint32_t id = itsImp->LogOn( inNow, inInfo.GetInfo(), inFormerID, true );
+    itsImp->scheduler.RemoveNode( id, false ); // of its former logon
+    itsImp->DropReportsOf( id );
+    itsImp->scheduler.AddNode( id, inInfo.GetWorkerCount(), inInfo.GetSupportedJobClasses() );
+    for ( const XNetJobEvent& report : inReports )
+        itsImp->HandleNodeEvent( inNow, id, report );
+    itsImp->CarryOutActions( inNow );
+    return id;
+}
+
+void XNetJobDispatcher::ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID )
+{
+    Peer* const peer = itsImp->FindPeer( inID );
+    if ( !peer || peer->endTime )
+        return;
+    peer->endTime = inNow;
+    peer->outbox.clear();
+    if ( peer->isNode )
+        itsImp->scheduler.SetAcceptsJobs( inID, false );
+}
+
+void XNetJobDispatcher::LogOff( XTimeMS inNow, std::uint32_t inID )
+{
+    itsImp->Drop( inID, false );
+    itsImp->CarryOutActions( inNow );
+}
+
+void XNetJobDispatcher::Receive( XTimeMS inNow, std::uint32_t inID, const XEvents& inEvents )
+{
+    Peer& peer = itsImp->GetPeer( inID );
+    peer.lastHeard = inNow;
+    for ( XNetJobEvent event : inEvents )
+    {
+        if ( peer.isNode )
+            itsImp->HandleNodeEvent( inNow, inID, event );
+        else
+        {
+            event.clientID = inID;
+            itsImp->HandleClientEvent( std::move( event ) );
+        }
+    }
+    itsImp->CarryOutActions( inNow );
+}
+
+XNetJobDispatcher::XEvents XNetJobDispatcher::TakeEvents( std::uint32_t inID )
+{
+    return std::exchange( itsImp->GetPeer( inID ).outbox, {} );
+}
+
+XVector<std::uint32_t> XNetJobDispatcher::TakeRecipients()
+{
+    return itsImp->TakeRecipients();
+}
+
+void XNetJobDispatcher::Tick( XTimeMS inNow )
+{
+    itsImp->DropLostPeers( inNow );
+    itsImp->DropOldReports( inNow );
+    itsImp->CarryOutActions( inNow );
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Core/Streams/XStorableT.h"
+
+/// An event about one job, exchanged in batches between clients, the control service and nodes. A value.
+///
+/// The table lists, for each kind, the sender and receiver (C client, S control service, N node), `value` and `bytes`.
+///
+/// | Kind | From, to | Value | Bytes |
+/// | --- | --- | --- | --- |
+/// | kSubmit | C S | class of the job (raw version) | the job as an object, in Intel order |
+/// | kSubmitSuspended | C S | as kSubmit | as kSubmit |
+/// | kAssign | S N | class of the job | the job |
+/// | kStop | C S, S N | 0 | none |
+/// | kSuspend, kResume | C S | 0 | none |
+/// | kRecall | S N | 0 | none |
+/// | kStarted | N S | 0 | none |
+/// | kReturned | N S | 0 | none |
+/// | kHolds | N S | 0 | none |
+/// | kEnded | N S, S C | microseconds of the run; to the client the node's ID | the result as an object, in Intel order |
+/// | kFailed | S C | error number | text, UTF-8; may be empty |
+/// | kTaken | C S, S N | 0 | none |
+///
+/// kHolds: the node waits with the job or runs it. kTaken: the client has the result, or the job is unknown; the node
+/// forgets it.
+///
+/// Errors: reading throws 1005, 1015, 1260.
+class KORVALE_API XNetJobEvent : public XStorableT<XNetJobEvent, kClassNetJobEvent>
+{
+public:
+    enum XKind : std::uint32_t
+    {
+        kSubmit = 0,
+        kSubmitSuspended = 1,
+        kAssign = 2,
+        kStop = 3,
+        kSuspend = 4,
+        kResume = 5,
+        kRecall = 6,
+        kStarted = 7,
+        kReturned = 8,
+        kHolds = 9,
+        kEnded = 10,
+        kFailed = 11,
+        kTaken = 12,
+    };
+
+    XNetJobEvent() = default;
+    XNetJobEvent(
+        XKind inKind, std::uint32_t inClientID, std::uint32_t inJobQueueID, std::uint32_t inJobID,
+        std::uint64_t inValue = 0, XVector<std::uint8_t> inBytes = {} );
+    XNetJobEvent( const XNetJobEvent& ) = default;
+    XNetJobEvent( XNetJobEvent&& ) = default;
+    XNetJobEvent& operator=( const XNetJobEvent& ) = default;
+    XNetJobEvent& operator=( XNetJobEvent&& ) = default;
+    ~XNetJobEvent() override;
+
+    USize64 GetFieldsUsage() const;
+    /// Throws 1005 also for an unknown kind.
+    void ReadStreamSelf( XStream& inStream );
+    void WriteStreamSelf( XStream& inStream ) const;
+
+    XKind kind = kSubmit;
+    std::uint32_t clientID = 0;
+    std::uint32_t jobQueueID = 0;
+    std::uint32_t jobID = 0;
+    std::uint64_t value = 0;
+    XVector<std::uint8_t> bytes;
+};
