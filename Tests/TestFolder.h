@@ -1,17 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <sstream>
-#include <string>
 
 /// An empty folder of a test's own, removed with all that is in it.
-class TestFolder
+struct TestFolder
 {
-public:
     TestFolder() : itsPath( std::filesystem::temp_directory_path() / MakeName() )
     {
         std::filesystem::create_directories( itsPath );
@@ -67,4 +64,12 @@ inline const std::filesystem::path kFullDevice = "/dev/full";
 inline bool HasFullDevice()
 {
     return std::filesystem::is_character_file( kFullDevice );
+}
+
+/// Descriptors that the process has open; 0 where the system does not show them.
+inline std::ptrdiff_t CountDescriptors()
+{
+    std::error_code error;
+    const std::filesystem::directory_iterator descriptors( "/proc/self/fd", error );
+    return error ? 0 : std::distance( begin( descriptors ), end( descriptors ) );
 }

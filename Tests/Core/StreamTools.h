@@ -1,27 +1,7 @@
 #pragma once
 
-#include "Core/Errors/XException.h"
 #include "Core/Streams/XMemStream.h"
-#include "TestErrors.h"
-
-#include <cstdio>
-#include <string>
-#include <vector>
-
-/// The number of the exception that a call throws, or 0.
-template<class TCall>
-std::uint32_t ErrorOrZero( const TCall& inCall )
-{
-    try
-    {
-        inCall();
-    }
-    catch ( const XException& error )
-    {
-        return error.GetErrorNumber();
-    }
-    return 0;
-}
+#include "Testing.h"
 
 using XBytes = std::vector<std::uint8_t>;
 
@@ -52,3 +32,28 @@ inline XBytes FromHex( std::string inText )
         bytes.push_back( static_cast<std::uint8_t>( std::stoul( inText.substr( i, 2 ), nullptr, 16 ) ) );
     return bytes;
 }
+
+/// Reads bytes that stay where they are; an open-ended one does not know where they end.
+struct ReadingStream : XStream
+{
+    explicit ReadingStream( const XBytes& inBytes, USize64 inBufferSize = 0, bool inIsOpenEnded = true )
+        : XStream( inBufferSize, inBufferSize > 0, false ), itsBytes( inBytes ),
+          itsIsOpenEnded( inIsOpenEnded )
+    {
+    }
+
+protected:
+    void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override
+    {
+        if ( static_cast<USize64>( inPosition ) + count > itsBytes.size() )
+            XThrow( 1260 );
+        std::memcpy( buffer, itsBytes.data() + inPosition, count );
+    }
+    void DrainBuffer( SSize64, const void*, USize64 ) override {}
+    SSize64 GetExtentSelf() override { return itsIsOpenEnded ? -1 : static_cast<SSize64>( itsBytes.size() ); }
+    void SetExtentSelf( SSize64 ) override {}
+
+private:
+    const XBytes& itsBytes;
+    const bool itsIsOpenEnded;
+};

@@ -1,13 +1,6 @@
 #include "Core/Streams/XClassRegistry.h"
 
-#include "Core/Streams/XMemStream.h"
 #include "StreamTools.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <memory>
-#include <thread>
 
 namespace
 {
@@ -49,9 +42,8 @@ std::unique_ptr<XMemStream> StreamOf( const char* inHeader )
     return stream;
 }
 
-class XClassRegistryTest : public testing::Test
+struct XClassRegistryTest : testing::Test
 {
-protected:
     void SetUp() override
     {
         XClassRegistry::RegisterClassA( kBase, 0, Create, CreateOld, CreateDefault, "Base" );
@@ -98,15 +90,15 @@ TEST_F( XClassRegistryTest, ChoosesTheCreatorByTheStream )
 
 TEST_F( XClassRegistryTest, SaysWhyAnObjectCannotBeMade )
 {
-    EXPECT_EQ( ErrorOf( [] { XClassRegistry::CreateObject( { 61000, 3 } ); } ), 1015u );
-    EXPECT_EQ( ErrorOf( [] { XClassRegistry::CreateObject( kMiddle ); } ), 1004u );
-    EXPECT_EQ( ErrorOf( [&] { XClassRegistry::CreateObject( kMiddle, *itsOld ); } ), 1004u );
-    EXPECT_EQ( ErrorOf( [&] { XClassRegistry::CreateObject( kLeaf, *itsCurrent ); } ), 1004u );
-    EXPECT_EQ( ErrorOf( [] { XClassRegistry::CreateObject( 0 ); } ), 1003u );
-    EXPECT_EQ( ErrorOf( [] { XClassRegistry::CreateObject( 61999, kBase ); } ), 1003u );
+    EXPECT_ERROR( 1015, XClassRegistry::CreateObject( { 61000, 3 } ) );
+    EXPECT_ERROR( 1004, XClassRegistry::CreateObject( kMiddle ) );
+    EXPECT_ERROR( 1004, XClassRegistry::CreateObject( kMiddle, *itsOld ) );
+    EXPECT_ERROR( 1004, XClassRegistry::CreateObject( kLeaf, *itsCurrent ) );
+    EXPECT_ERROR( 1003, XClassRegistry::CreateObject( 0 ) );
+    EXPECT_ERROR( 1003, XClassRegistry::CreateObject( 61999, kBase ) );
     XClassRegistry::UnregisterClassA( kBase );
     EXPECT_FALSE( XClassRegistry::IsRegistered( kBase ) );
-    EXPECT_EQ( ErrorOf( [] { XClassRegistry::CreateObject( kAlias ); } ), 1003u );
+    EXPECT_ERROR( 1003, XClassRegistry::CreateObject( kAlias ) );
 }
 
 TEST_F( XClassRegistryTest, SurvivesCirclesOfAliasesAndAncestors )
@@ -118,7 +110,7 @@ TEST_F( XClassRegistryTest, SurvivesCirclesOfAliasesAndAncestors )
     XClassRegistry::RegisterInheritance( second, first );
     EXPECT_FALSE( XClassRegistry::IsA( first, kBase ) );
     EXPECT_TRUE( XClassRegistry::IsA( first, second ) );
-    EXPECT_EQ( ErrorOf( [&] { XClassRegistry::CreateObject( first ); } ), 1003u );
+    EXPECT_ERROR( 1003, XClassRegistry::CreateObject( first ) );
     EXPECT_EQ( XClassRegistry::GetDerivedClasses( first, true ), XVector<XVersion>{ second } );
 }
 
@@ -129,31 +121,33 @@ TEST_F( XClassRegistryTest, DescribesClassesAndAliases )
     XClassRegistry::RegisterDescription( kBase, "Renamed" );
     EXPECT_TRUE( XClassRegistry::GetClassDescription( { 61000, 77 } ) == "Renamed" );
     EXPECT_EQ( Made( XClassRegistry::CreateObject( kBase ) ), "default" );
-    EXPECT_EQ( ErrorOf( [] { XClassRegistry::RegisterDescription( 61999, "x" ); } ), 1003u );
+    EXPECT_ERROR( 1003, XClassRegistry::RegisterDescription( 61999, "x" ) );
 }
 
 TEST_F( XClassRegistryTest, MakesObjectsWhileClassesComeAndGo )
 {
     std::atomic<bool> isDone = false;
-    std::thread writer(
-        [&]
-        {
-            for ( unsigned i = 0; i < 2000; ++i )
-            {
-                const XVersion version( 61020 + i % 4, 0 );
-                XClassRegistry::RegisterClassA( version, kBase, Create, Create, CreateDefault, "Passing" );
-                XClassRegistry::UnregisterClassA( version );
-            }
-            isDone = true;
-        } );
-    while ( !isDone )
+    const auto write = [&]
     {
-        EXPECT_EQ( Made( XClassRegistry::CreateObject( kBase ) ), "default" );
-        EXPECT_TRUE( XClassRegistry::IsA( kLeaf, kBase ) );
-        const std::uint32_t error = ErrorOrZero( [] { delete XClassRegistry::CreateObject( 61020 ); } );
-        EXPECT_TRUE( error == 0 || error == 1003 ) << error;
-    }
-    writer.join();
+        for ( unsigned i = 0; i < 2000; ++i )
+        {
+            const XVersion version( 61020 + i % 4, 0 );
+            XClassRegistry::RegisterClassA( version, kBase, Create, Create, CreateDefault, "Passing" );
+            XClassRegistry::UnregisterClassA( version );
+        }
+        isDone = true;
+    };
+    const auto make = [&]
+    {
+        while ( !isDone )
+        {
+            EXPECT_EQ( Made( XClassRegistry::CreateObject( kBase ) ), "default" );
+            EXPECT_TRUE( XClassRegistry::IsA( kLeaf, kBase ) );
+            const std::uint32_t error = ErrorOrZero( [] { delete XClassRegistry::CreateObject( 61020 ); } );
+            EXPECT_TRUE( error == 0 || error == 1003 ) << error;
+        }
+    };
+    RunTogether( write, make );
 }
 
 TEST_F( XClassRegistryTest, NumbersOfTheLibraryAreNotForOthers )
@@ -162,7 +156,7 @@ TEST_F( XClassRegistryTest, NumbersOfTheLibraryAreNotForOthers )
     const auto take = []( std::uint32_t inNumber ) {
         XClassRegistry::RegisterClassA( { inNumber, 9 }, 0, Create, Create, CreateDefault, "mine" );
     };
-    EXPECT_EQ( ErrorOf( [&] { take( kClassString ); } ), 1006u );
+    EXPECT_ERROR( 1006, take( kClassString ) );
     EXPECT_STREQ( XClassRegistry::GetClassDescription( kClassString ).GetConstCharPtr(), "String" );
     EXPECT_NO_THROW( XClassRegistry::RegisterCoreClasses() );
     take( kFirstApplicationClassNumber );

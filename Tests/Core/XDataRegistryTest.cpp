@@ -1,16 +1,13 @@
 #include "Core/Identifiers/XDataRegistry.h"
 
-#include "TestErrors.h"
-
-#include <thread>
+#include "Testing.h"
 
 namespace
 {
 
 /// Uses the registry that it leaves.
-class XFarewell : public XRefCountable
+struct XFarewell : XRefCountable
 {
-public:
     explicit XFarewell( XDataRegistry& inRegistry ) : itsRegistry( inRegistry ) {}
     ~XFarewell() override { itsRegistry.SetValue( "farewell", true ); }
 
@@ -46,7 +43,7 @@ TEST( XDataRegistry, SharesObjectsAndLetsGoOutsideItsLock )
     registry.SetData( "data", data );
     EXPECT_TRUE( registry.FindDataOf<XFarewell>( "data" ) == data );
     EXPECT_EQ( data->GetReferenceCount(), 2u );
-    EXPECT_EQ( ErrorOf( [&] { registry.SetData( "data", nullptr ); } ), 1006u );
+    EXPECT_ERROR( 1006, registry.SetData( "data", nullptr ) );
 
     const auto leave = [&]( auto inAction )
     {
@@ -63,19 +60,16 @@ TEST( XDataRegistry, SharesObjectsAndLetsGoOutsideItsLock )
 TEST( XDataRegistry, ServesSeveralThreads )
 {
     XDataRegistry& registry = XDataRegistry::GetProcessRegistry();
-    XVector<std::thread> threads;
-    for ( int k = 0; k < 4; ++k )
-        threads.emplace_back(
-            [&registry, k]
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( int i = 0; i < 2000; ++i )
             {
-                for ( int i = 0; i < 2000; ++i )
-                {
-                    registry.SetValue( "shared", k );
-                    registry.FindValue<int>( "shared" );
-                    registry.Remove( "shared" );
-                }
-            } );
-    for ( std::thread& thread : threads )
-        thread.join();
+                registry.SetValue( "shared", inThread );
+                registry.FindValue<unsigned>( "shared" );
+                registry.Remove( "shared" );
+            }
+        } );
     EXPECT_TRUE( registry.GetKeys().empty() );
 }

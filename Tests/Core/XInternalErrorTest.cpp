@@ -1,13 +1,11 @@
 #include "Core/Errors/XInternalErrorHandlers.h"
 
 #include "Ground/XFail.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 #include <filesystem>
 #include <fstream>
 #include <regex>
-#include <set>
-#include <string>
 
 namespace
 {
@@ -16,9 +14,8 @@ std::string sEventLog;
 std::string sSessionLog;
 
 /// Handlers that keep what they are given, for as long as the object lives.
-class RecordingHandlers
+struct RecordingHandlers
 {
-public:
     RecordingHandlers()
     {
         sEventLog.clear();
@@ -146,6 +143,6 @@ TEST( XInternalErrorTest, ErrorsInHandlersDoNotReplaceTheFirst )
 TEST( XInternalErrorTest, WorksWithoutHandlers )
 {
     const auto previous = XInternalErrorHandlers::Install( {} );
-    EXPECT_EQ( ErrorOf( [] { KorvaleInternalError( "a", "b", 3 ); } ), 1006u );
+    EXPECT_ERROR( 1006, KorvaleInternalError( "a", "b", 3 ) );
     XInternalErrorHandlers::Install( previous );
 }

@@ -1,15 +1,12 @@
 #include "Core/Storables/XRefPtr.h"
 
-#include "TestErrors.h"
-
-#include <thread>
+#include "Testing.h"
 
 namespace
 {
 
-class XThing : public XRefCountable
+struct XThing : XRefCountable
 {
-public:
     explicit XThing( int* ioAlive = nullptr ) : itsAlive( ioAlive )
     {
         if ( itsAlive )
@@ -25,9 +22,8 @@ private:
     int* itsAlive;
 };
 
-class XOther
+struct XOther
 {
-public:
     virtual ~XOther() = default;
     int itsPadding = 0;
 };
@@ -40,9 +36,8 @@ public:
 };
 
 /// Takes and gives back references to itself while it is being deleted.
-class XPhoenix : public XRefCountable
+struct XPhoenix : XRefCountable
 {
-public:
     XPhoenix( std::uint32_t& outShareError, std::uint32_t& outReleaseError )
         : itsShareError( outShareError ), itsReleaseError( outReleaseError )
     {
@@ -136,17 +131,15 @@ TEST( XRefPtr, CountsAcrossThreads )
 {
     int alive = 0;
     XRefPtr<XThing> shared = XMakeRef<XThing>( &alive );
-    XVector<std::thread> threads;
-    for ( int k = 0; k < 4; ++k )
-        threads.emplace_back(
-            [own = shared]
-            {
-                for ( int i = 0; i < 20000; ++i )
-                    const XRefPtr<XThing> copy = own;
-            } );
+    std::vector<XRefPtr<XThing>> owned( 4, shared );
     shared.Reset();
-    for ( std::thread& thread : threads )
-        thread.join();
-    threads.clear();
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( int i = 0; i < 20000; ++i )
+                const XRefPtr<XThing> copy = owned[inThread];
+            owned[inThread].Reset();
+        } );
     EXPECT_EQ( alive, 0 );
 }

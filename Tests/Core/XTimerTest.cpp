@@ -1,22 +1,6 @@
 #include "Core/Times/XTimer.h"
 
-#include <gtest/gtest.h>
-
-TEST( XTimer, NeverExpiresWithoutALimit )
-{
-    XTimer timer;
-    EXPECT_FALSE( timer.HasExpired() );
-    EXPECT_FALSE( timer.RestartIfExpired() );
-    EXPECT_EQ( timer.GetRemainingMS(), kNoTimeout );
-}
-
-TEST( XTimer, ExpiresAtOnceWithALimitOfNothing )
-{
-    XTimer timer( 0 );
-    EXPECT_TRUE( timer.HasExpired() );
-    EXPECT_TRUE( timer.RestartIfExpired() );
-    EXPECT_EQ( timer.GetRemainingMS(), 0u );
-}
+#include "Testing.h"
 
 TEST( XTimer, CountsDownToItsLimit )
 {
@@ -33,4 +17,7 @@ TEST( XTimer, CountsDownToItsLimit )
     timer.SetLimitMS( kNoTimeout - 1 );
     EXPECT_FALSE( timer.HasExpired() );
     EXPECT_LT( timer.GetRemainingMS(), kNoTimeout ) << "a limit never reads as none";
+    EXPECT_EQ( XTimer().GetRemainingMS(), kNoTimeout );
+    EXPECT_FALSE( XTimer().RestartIfExpired() );
+    EXPECT_TRUE( XTimer( 0 ).RestartIfExpired() );
 }

@@ -2,11 +2,7 @@
 
 #include "Core/Streams/XMemStream.h"
 #include "Core/Strings/XString.h"
-#include "TestErrors.h"
-
-#include <random>
-#include <set>
-#include <thread>
+#include "Testing.h"
 
 namespace
 {
@@ -26,17 +22,6 @@ XUUID MakeRandomID( std::mt19937& ioRandom )
 }
 
 } // namespace
-
-TEST( XUUID, IsNilUntilItIsSet )
-{
-    XUUID id;
-    EXPECT_TRUE( id.IsNil() );
-    EXPECT_EQ( std::string( XUUID::kNilID.UUIDToString() ), "00000000-0000-0000-0000-000000000000" );
-    id.GenerateNewID();
-    EXPECT_FALSE( id.IsNil() );
-    id.SetNil();
-    EXPECT_EQ( id, XUUID::kNilID );
-}
 
 TEST( XUUID, WritesBytesInStoredOrder )
 {
@@ -74,7 +59,7 @@ TEST( XUUID, RefusesOtherTexts )
             "{f81d4fae-7dec-11d0-a765-00a0c91e6bf6)", "(f81d4fae-7dec-11d0-a765-00a0c91e6bf6)",
             "urn:guid:f81d4fae-7dec-11d0-a765-00a0c91e6bf6", "-B1Prn3sEdCnZQCgyR5r9h",
             "-B1Prn3sEdCnZQCgyR5r9+", "-B1Prn3sEdCnZQCgyR5r\xe4\xf6" } )
-        EXPECT_EQ( ErrorOf( [&] { id.StringToUUID( text ); } ), 1026u ) << text;
+        EXPECT_ERROR( 1026, id.StringToUUID( text ) ) << text;
     EXPECT_EQ( id, XUUID( kSampleBytes ) ) << "unchanged after errors";
 }
 
@@ -130,16 +115,13 @@ TEST( XUUID, GeneratesRandomIdentifiersOfVersionFour )
 TEST( XUUID, GeneratesDifferentIdentifiersOnEveryThread )
 {
     XVector<XUUID> ids( 400 );
-    XVector<std::thread> threads;
-    for ( std::size_t k = 0; k < 4; ++k )
-        threads.emplace_back(
-            [&ids, k]
-            {
-                for ( std::size_t i = k * 100; i < ( k + 1 ) * 100; ++i )
-                    ids[i].GenerateNewID();
-            } );
-    for ( std::thread& thread : threads )
-        thread.join();
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            for ( std::size_t i = inThread * 100; i < ( inThread + 1 ) * 100; ++i )
+                ids[i].GenerateNewID();
+        } );
     EXPECT_EQ( std::set<XUUID>( ids.begin(), ids.end() ).size(), ids.size() );
 }
 

@@ -3,9 +3,6 @@
 #include "Images/WImageFile.h"
 #include "TestFolder.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-
 namespace
 {
 struct Picture
@@ -110,8 +107,8 @@ TEST( Canvas, SVGIsTheSameOnEverySystem )
     // Neither fonts nor the last bits of coordinates count; half a hundredth goes away from 0.
     canvas->FillDisc( { 12.345, std::nextafter( 12.345, 0 ) }, 1.005, kBlack );
     canvas->FillDisc( { -0.125, -0.0049 }, 7.1, kBlack );
-    EXPECT_NE( canvas->Encode().find( "cx=\"12.35\" cy=\"12.35\" r=\"1.01\"" ), std::string::npos );
-    EXPECT_NE( canvas->Encode().find( "cx=\"-0.13\" cy=\"0\" r=\"7.1\"" ), std::string::npos );
+    EXPECT_CONTAINS( canvas->Encode(), "cx=\"12.35\" cy=\"12.35\" r=\"1.01\"" );
+    EXPECT_CONTAINS( canvas->Encode(), "cx=\"-0.13\" cy=\"0\" r=\"7.1\"" );
     EXPECT_NEAR( canvas->GetTextWidth( "10 \xC2\xB5m\xE2\x88\x92", 10 ), 33.63, 1e-9 );
 }
 
@@ -122,13 +119,9 @@ TEST( Canvas, WritesTextThatXMLHolds )
     canvas->DrawText( "\n", { 7, 7 }, {} );
     canvas->FillDisc( { 1, 2 }, 3, kRed.WithAlpha( 0.25 ) );
     const auto text = canvas->Encode();
-    EXPECT_NE( text.find( "x=\"1.23\" y=\"0\"" ), std::string::npos ) << text;
-    EXPECT_NE(
-        text.find( ">a&lt;b &amp; \"c\"]]&gt; \xC2\xB5m\xC2\xB2 \xEF\xBF\xBD</text>" ), std::string::npos )
-        << text;
-    EXPECT_NE(
-        text.find( "<circle cx=\"1\" cy=\"2\" r=\"3\" fill=\"#ff0000\" fill-opacity=\"0.25\"/>" ),
-        std::string::npos );
-    EXPECT_EQ( text.find( "></text>" ), std::string::npos );
+    EXPECT_CONTAINS( text, "x=\"1.23\" y=\"0\"" );
+    EXPECT_CONTAINS( text, ">a&lt;b &amp; \"c\"]]&gt; \xC2\xB5m\xC2\xB2 \xEF\xBF\xBD</text>" );
+    EXPECT_CONTAINS( text, "<circle cx=\"1\" cy=\"2\" r=\"3\" fill=\"#ff0000\" fill-opacity=\"0.25\"/>" );
+    EXPECT_LACKS( text, "></text>" );
     EXPECT_TRUE( text.ends_with( "</svg>\n" ) );
 }

@@ -1,14 +1,10 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "Testing.h"
 
 /// A classic TIFF in the byte order asked for, put together entry by entry.
-class HandmadeTIFF
+struct HandmadeTIFF
 {
-public:
     explicit HandmadeTIFF( bool inBigEndian )
         : itsIsBigEndian( inBigEndian ), itsBytes( inBigEndian ? "MM" : "II" )
     {

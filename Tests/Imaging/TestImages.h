@@ -1,7 +1,6 @@
 #pragma once
 
-#include <string>
-#include <string_view>
+#include "Testing.h"
 
 // Small images as other programs write them, in hexadecimal.
 

@@ -1,12 +1,9 @@
 #pragma once
 
 #include "Images/WTIFFBlockReader.h"
+#include "Testing.h"
 
-#include <cstring>
-#include <limits>
-#include <random>
 #include <type_traits>
-#include <vector>
 
 /// A page of one or more channels from its samples.
 template<class T>

@@ -1,10 +1,6 @@
 #include "Drawing/XAxisTicks.h"
 
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-#include <set>
+#include "Testing.h"
 
 namespace
 {

@@ -2,8 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 XChildObjects FindInside(

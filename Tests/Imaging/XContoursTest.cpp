@@ -2,11 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <gtest/gtest.h>
-#include <string_view>
-
 namespace
 {
 using Loops = std::vector<XContourLoop>;
@@ -69,21 +64,6 @@ TEST( XContours, RunAroundPixels )
         StartAt( { 0, 0 }, outlines[0][0] ), ( XContourLoop{ { 0, 0 }, { 1, 0 }, { 1, 1 }, { 0, 1 } } ) );
     EXPECT_EQ(
         StartAt( { 1, 1 }, outlines[0][1] ), ( XContourLoop{ { 1, 1 }, { 3, 1 }, { 3, 3 }, { 1, 3 } } ) );
-}
-
-TEST( XContours, RunAroundHoles )
-{
-    const auto outlines = Trace(
-        5,
-        "#####"
-        "#.#.#"
-        "###.#"
-        "#####" );
-    ASSERT_EQ( outlines.size(), 1u );
-    ASSERT_EQ( outlines[0].size(), 3u );
-    const Sums sums( outlines[0] );
-    EXPECT_EQ( sums.length, 18 + 4 + 6 );
-    EXPECT_EQ( sums.area, 20 - 1 - 2 );
 }
 
 TEST( XContours, AreAsLongAsThePerimeterAndHoldEveryPixel )

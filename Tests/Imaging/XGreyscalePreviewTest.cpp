@@ -2,10 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <limits>
-
-#include <gtest/gtest.h>
-
 namespace
 {
 constexpr auto kNaN = std::numeric_limits<float>::quiet_NaN();

@@ -1,10 +1,6 @@
 #include "Drawing/XHistogram.h"
 
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <numeric>
-#include <random>
+#include "Testing.h"
 
 namespace
 {

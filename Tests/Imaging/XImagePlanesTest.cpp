@@ -1,12 +1,11 @@
 #include "Imaging/Internal/XImagePlanes.h"
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 namespace
 {
-class DescribedFile : public WImageFile
+struct DescribedFile : WImageFile
 {
-public:
     std::vector<std::string> descriptions;
     std::uint32_t pages = 1;
     Layout layout;
@@ -31,15 +30,7 @@ std::string GetRefusal(
     file.descriptions = { "made by hand", inDescription };
     file.pages = inPages;
     file.layout = { 30, 40, inSamplesPerPixel, inPlanesInFile };
-    try
-    {
-        XCheckPlanes( file, inAreTimes );
-        return {};
-    }
-    catch ( const WImageError& error )
-    {
-        return error.what();
-    }
+    return TextOfError( [&] { XCheckPlanes( file, inAreTimes ); } );
 }
 
 std::string MakePixels( const std::string& inSizes )

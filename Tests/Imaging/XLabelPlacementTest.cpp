@@ -1,8 +1,6 @@
 #include "Plots/XLabelPlacement.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
+#include "Testing.h"
 
 TEST( XLabelPlacement, LieInObjectsOrBesideThem )
 {
@@ -41,9 +39,7 @@ TEST( XLabelPlacement, DoNotOverlap )
     {
         placed += places[i] ? 1 : 0;
         for ( std::size_t j = 0; j < i; ++j )
-        {
             EXPECT_TRUE( !places[i] || !places[j] || areApart( i, j ) );
-        }
     }
     EXPECT_GT( placed, 100u );
 }

@@ -4,8 +4,6 @@
 #include "Imaging/XMeasurementTable.h"
 #include "Memory/XMemoryManager.h"
 
-#include <gtest/gtest.h>
-
 /// Pages of different objects are kept, purged and brought back, in a budget that has room for them or has none; each
 /// gets its own back, and what was in use before is in use again.
 TEST( XMeasurementMemory, BringsBackTheObjectsOfEveryPage )

@@ -4,9 +4,6 @@
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 
-#include <gtest/gtest.h>
-#include <set>
-
 namespace
 {
 /// Two images of one name; both pages of each hold one object with one inside it, and one without.

@@ -2,9 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-
 namespace
 {
 /// The definition, class by class in long double; levels whose variances differ by rounding alone are taken as ties.

@@ -2,9 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-
 TEST( XPageMeasurement, MeasuresEveryChannelOfAnObject )
 {
     // Channel 2 finds the objects; two samples a pixel.

@@ -1,17 +1,14 @@
 #include "Imaging/XPageMemory.h"
 #include "Memory/XMemoryManager.h"
-
-#include <gtest/gtest.h>
-#include <vector>
+#include "Testing.h"
 
 namespace
 {
 constexpr std::uint64_t kUnit = 1024 * 1024;
 constexpr std::uint64_t kBudget = 64 * kUnit;
 
-class PageMemoryTest : public testing::Test
+struct PageMemoryTest : testing::Test
 {
-protected:
     PageMemoryTest() { GetManager().SetBudget( itsBefore + kBudget ); }
     ~PageMemoryTest() override { GetManager().SetBudget( itsBudgetBefore ); }
 

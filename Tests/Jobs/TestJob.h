@@ -1,16 +1,16 @@
 #pragma once
 
 #include "Jobs/XFunctionJob.h"
+#include "Jobs/XProgress.h"
+#include "Jobs/XThreadProgressStrategy.h"
+#include "Testing.h"
 #include "Threads/XThread.h"
 
 #include <condition_variable>
-#include <mutex>
-#include <utility>
 
 /// A job of a function that is set up where it is made.
-class TestJob : public XFunctionJob
+struct TestJob : XFunctionJob
 {
-public:
     explicit TestJob( XBody inBody, std::int64_t inTag = 0, XCompleted inCompleted = nullptr )
         : XFunctionJob( std::move( inBody ), std::move( inCompleted ) )
     {
@@ -36,9 +36,8 @@ private:
 };
 
 /// Opens when it has been counted down. (A latch of the Windows runtime may miss its wake-up.)
-class Gate
+struct Gate
 {
-public:
     explicit Gate( std::uint32_t inCount ) : itsCount( inCount ) {}
 
     void CountDown()
@@ -57,6 +56,13 @@ private:
     std::mutex itsMutex;
     std::condition_variable itsIsOpen;
     std::uint32_t itsCount;
+};
+
+/// Aborts what it is asked to show.
+struct AbortingStrategy : XThreadProgressStrategy
+{
+    using XThreadProgressStrategy::XThreadProgressStrategy;
+    void Yield() override { XProgress::Abort(); }
 };
 
 /// A body that ends only when it is stopped.

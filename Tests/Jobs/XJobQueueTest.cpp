@@ -1,21 +1,13 @@
 #include "Jobs/XJobQueue.h"
 
 #include "Core/Errors/XErrorLog.h"
-#include "Core/Errors/XException.h"
 #include "Core/Strings/XString.h"
 #include "Jobs/XJobCompletedMessage.h"
-#include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
-#include "Jobs/XThreadProgressStrategy.h"
 #include "Messaging/XMessageVoid.h"
-#include "TestErrors.h"
 #include "TestJob.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XStopThreadException.h"
-
-#include <gtest/gtest.h>
-#include <mutex>
-#include <thread>
 
 namespace
 {
@@ -30,9 +22,8 @@ void DoNothing() {}
 
 /// Remembers what is told from any thread, in order.
 template<class T>
-class Record
+struct Record
 {
-public:
     void Add( T inValue )
     {
         const std::lock_guard lock( itsMutex );
@@ -53,9 +44,8 @@ private:
     std::vector<T> itsValues;
 };
 
-class CompletionListener : public XListener
+struct CompletionListener : XListener
 {
-public:
     explicit CompletionListener( const XSpeaker& inQueue ) { Subscribe( inQueue ); }
     void HandleMessage( const XMessage& inMessage ) override
     {
@@ -69,9 +59,8 @@ public:
 };
 
 /// Tells what it hears: the tag for a message, the negative tag when it is resumed.
-class HearingJob : public XJob
+struct HearingJob : XJob
 {
-public:
     HearingJob( std::int64_t inTag, Record<std::int64_t>& outHeard ) : itsHeard( outHeard )
     {
         SetTag( inTag );
@@ -86,9 +75,8 @@ private:
     Record<std::int64_t>& itsHeard;
 };
 
-class XJobQueueTest : public testing::Test
+struct XJobQueueTest : testing::Test
 {
-protected:
     void Attach( TestJob::XBody inBody, std::int64_t inTag = 0 )
     {
         itsQueue.AttachJob( new TestJob( std::move( inBody ), inTag, itsCodes.Adder() ) );
@@ -252,7 +240,7 @@ TEST_F( XJobQueueTest, AQueueIsNotEmptyWhileItsStoppedJobsAreBeingCompleted )
     isCompleting.Wait();
     EXPECT_FALSE( itsQueue.IsQueueEmpty() );
     EXPECT_EQ( itsQueue.GetJobCount(), 1u );
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmpty( 1 ); } ), 2701u );
+    EXPECT_ERROR( 2701, itsQueue.WaitForQueueEmpty( 1 ) );
     std::thread waiter( [&] { itsQueue.WaitForQueueEmpty(); } );
     mayEnd.CountDown();
     waiter.join();
@@ -276,9 +264,8 @@ TEST_F( XJobQueueTest, ACompletionIsSpokenToThoseWhoListenAtTheNextEvent )
 
 TEST_F( XJobQueueTest, AWaitWithinAHandlerLeavesNoJobUncompleted )
 {
-    class Handler : public XListener
+    struct Handler : XListener
     {
-    public:
         explicit Handler( std::function<void()> inAction ) : itsAction( std::move( inAction ) ) {}
         void HandleMessage( const XMessage& ) override { itsAction(); }
 
@@ -433,31 +420,6 @@ TEST_F( XJobQueueTest, AJobMayStopAndSuspendItsOwnQueue )
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped } ) );
 }
 
-TEST_F( XJobQueueTest, AllQueuesStopThoughJobsOwnSomeOfThem )
-{
-    struct OwningJob : TestJob
-    {
-        OwningJob() : TestJob( DoNothing ) { inner.AttachJob( new TestJob( DoNothing ) ); }
-        XJobQueue inner;
-    };
-    itsQueue.Start();
-    itsQueue.AttachJob( new OwningJob, true ); // destroyed by the thread that stops
-    Gate running( 1 );
-    Attach(
-        [&]
-        {
-            XJobQueue inner;
-            inner.Start();
-            inner.AttachJob( new TestJob( RunUntilStopped ) );
-            running.CountDown();
-            RunUntilStopped();
-        } );
-    running.Wait();
-    XJobQueue::StopAllJobQueues();
-    EXPECT_TRUE( itsQueue.IsQueueEmpty() );
-    EXPECT_FALSE( itsQueue.IsRunning() );
-}
-
 TEST_F( XJobQueueTest, AJobStopsAllQueuesAndItselfLast )
 {
     XJobQueue later;
@@ -479,45 +441,6 @@ TEST_F( XJobQueueTest, AJobStopsAllQueuesAndItselfLast )
     EXPECT_FALSE( isBeyond );
     EXPECT_FALSE( later.IsRunning() );
     EXPECT_EQ( itsCodes.Get(), ( Codes{ kStopped, kStopped, kStopped } ) );
-}
-
-TEST_F( XJobQueueTest, JobsThatStopAllQueuesDoNotWaitForOneAnother )
-{
-    const std::uint32_t count = XThread::GetProcessorCount();
-    Gate all( count );
-    const auto stopAll = [&]
-    {
-        all.CountDown();
-        all.Wait();
-        XJobQueue::StopAllJobQueues();
-    };
-    for ( std::uint32_t job = 1; job < count; ++job )
-        Attach(
-            [&]
-            {
-                const XPreventThreadStop preventStop;
-                stopAll();
-            } );
-    itsQueue.AttachJob( ( new TestJob( DoNothing, 0, [&]( std::uint32_t ) { stopAll(); } ) )->OnWorker() );
-    itsQueue.Start();
-    itsQueue.WaitForQueueEmpty();
-    EXPECT_FALSE( itsQueue.IsRunning() );
-}
-
-TEST_F( XJobQueueTest, AStopThatComesTooLateHitsNobodyElse )
-{
-    itsQueue.Start();
-    for ( int turn = 0; turn < 1500; ++turn )
-    {
-        Attach( DoNothing, 1 );
-        Attach( XThread::TestCancelCurrentThread, 2 );
-        itsQueue.AsyncStopTaggedJobs( { 1, 3 } );
-        itsQueue.SuspendTaggedJobs( 3 );
-    }
-    itsQueue.WaitForQueueEmpty();
-    const Codes codes = itsCodes.Get();
-    EXPECT_EQ( codes.size(), 3000u );
-    EXPECT_GE( std::count( codes.begin(), codes.end(), 0u ), 1500 );
 }
 
 TEST_F( XJobQueueTest, DeletedJobsAreNotCompletedUnlessTheyRun )
@@ -553,21 +476,16 @@ TEST_F( XJobQueueTest, MessagesReachTheSelectedJobsOnce )
 
 TEST_F( XJobQueueTest, WaitsEndByTheirTimeByAnAbortAndByAStop )
 {
-    class AbortingStrategy : public XThreadProgressStrategy
-    {
-    public:
-        void Yield() override { XProgress::Abort(); }
-    };
     itsQueue.Start();
     AttachRunning( 1 );
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.AttachJob( nullptr ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForTerminate(); } ), 1006u ); // for ever, while the queue runs
-    EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmpty( 1 ); } ), 2701u );
+    EXPECT_ERROR( 1006, itsQueue.AttachJob( nullptr ) );
+    EXPECT_ERROR( 1006, itsQueue.WaitForTerminate() ); // for ever, while the queue runs
+    EXPECT_ERROR( 2701, itsQueue.WaitForQueueEmpty( 1 ) );
     AbortingStrategy strategy;
     {
         const XProgressStrategyChanger changer( &strategy );
-        EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmptyWithProgress(); } ), 1001u );
-        EXPECT_EQ( ErrorOf( [&] { itsQueue.WaitForQueueEmptyWithIndeterminateProgress(); } ), 1001u );
+        EXPECT_ERROR( 1001, itsQueue.WaitForQueueEmptyWithProgress() );
+        EXPECT_ERROR( 1001, itsQueue.WaitForQueueEmptyWithIndeterminateProgress() );
     }
     XJobQueue waiting;
     waiting.AttachJob( new TestJob( [&] { itsQueue.WaitForQueueEmpty(); }, 0, itsCodes.Adder() ) );

@@ -6,13 +6,8 @@
 #include "Jobs/XProgressDisabler.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Messaging/XListener.h"
-#include "TestErrors.h"
-#include "Threads/XThread.h"
-
-#include <functional>
-#include <gtest/gtest.h>
-#include <set>
-#include <thread>
+#include "TestJob.h"
+#include "Threads/TestThread.h"
 
 using XProgressChangedMessage = XThreadProgressStrategy::XProgressChangedMessage;
 
@@ -20,9 +15,8 @@ namespace
 {
 
 /// Hears every change at once, as "type:level:value text".
-class ChangeListener : public XListener
+struct ChangeListener : XListener
 {
-public:
     explicit ChangeListener( const XSpeaker& inSpeaker ) { Subscribe( inSpeaker ); }
 
     void HandleMessage( const XMessage& inMessage ) override
@@ -42,9 +36,8 @@ public:
 
 using Changes = std::vector<std::string>;
 
-class XProgressTest : public testing::Test
+struct XProgressTest : testing::Test
 {
-protected:
     XThreadProgressStrategy itsStrategy{ nullptr, XSpeaker::kWhenImmediate };
     ChangeListener itsListener{ itsStrategy };
     XProgressStrategyChanger itsChanger{ &itsStrategy };
@@ -56,24 +49,6 @@ protected:
         while ( !timer.HasExpired() )
             XThread::SleepCurrentThread( timer.GetRemainingMS() );
     }
-};
-
-class BodyThread : public XThread
-{
-public:
-    explicit BodyThread( std::function<void()> inBody )
-        : XThread( "BodyThread", kThreadPriorityNormal ), itsBody( std::move( inBody ) )
-    {
-    }
-    ~BodyThread() override { SleepUntilTerminate( kNoTimeout ); }
-
-private:
-    std::int32_t RunThreadSelf() override
-    {
-        itsBody();
-        return 0;
-    }
-    std::function<void()> itsBody;
 };
 
 } // namespace
@@ -154,7 +129,7 @@ TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
         const XProgressAbortDisabler disabler;
         EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
     }
-    EXPECT_EQ( ErrorOf( [&] { inner.YieldAndCheckAbort(); } ), 1001u );
+    EXPECT_ERROR( 1001, inner.YieldAndCheckAbort() );
     EXPECT_NO_THROW( outer.YieldAndCheckAbort() );
 
     XProgress::Abort();
@@ -162,7 +137,7 @@ TEST_F( XProgressTest, AbortIsThrownOnceAndHeldBackByTheDisabler )
     EXPECT_NO_THROW( inner.YieldAndCheckAbort() );
     XProgress::Abort();
     WaitUntilDue();
-    EXPECT_EQ( ErrorOf( [&] { inner.Increment(); } ), 1001u );
+    EXPECT_ERROR( 1001, inner.Increment() );
 }
 
 TEST_F( XProgressTest, IsInvalidWithoutStrategyOrWhileDisabled )
@@ -182,7 +157,7 @@ TEST_F( XProgressTest, IsInvalidWithoutStrategyOrWhileDisabled )
     EXPECT_EQ( itsListener.TakeChanges(), Changes() );
 
     bool isValid = true;
-    std::thread( [&] { isValid = XProgress( 3 ).IsValid() || XProgress::IsProgressBarUp(); } ).join();
+    RunTogether( [&] { isValid = XProgress( 3 ).IsValid() || XProgress::IsProgressBarUp(); } );
     EXPECT_FALSE( isValid );
 }
 
@@ -193,7 +168,7 @@ TEST_F( XProgressTest, AListenerThatThrowsLeavesNoProgressBehind )
         void HandleMessage( const XMessage& ) override { XThrow( 1021 ); }
     } thrower;
     thrower.Subscribe( itsStrategy );
-    EXPECT_EQ( ErrorOf( [] { XProgress( 10 ); } ), 1021u );
+    EXPECT_ERROR( 1021, XProgress( 10 ) );
     EXPECT_FALSE( XProgress::IsProgressBarUp() );
     EXPECT_EQ( itsStrategy.GetLastProgress(), nullptr );
     thrower.Unsubscribe( itsStrategy );
@@ -247,9 +222,9 @@ TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
         std::atomic<int>& itsLive;
     };
     std::atomic<int> live = 0;
-    BodyThread thread( [&live] { XProgress::SetProgressStrategy( new Counted( live ) ); } );
+    TestThread thread( [&live] { XProgress::SetProgressStrategy( new Counted( live ) ); } );
     thread.StartThread();
-    thread.WaitForTerminate();
+    thread.Finish();
     EXPECT_EQ( live, 0 );
 }
 
@@ -271,24 +246,6 @@ TEST( XProgressChangedMessage, OnlyTheNewestValueOfABarStaysQueued )
     EXPECT_EQ( listener.TakeChanges(), ( Changes{ "4:1:0", "4:2:0", "0:1:1000", "0:2:0" } ) );
 }
 
-/// Or each new one would be compared with all of its bar.
-TEST( XProgressChangedMessage, ChangesThatNeverCoalesceHaveKeysOfTheirOwn )
-{
-    const auto countKeys = []( XProgressChangedMessage::XChangeType inType )
-    {
-        std::set<std::uint64_t> keys;
-        for ( std::uint32_t value = 0; value < 10; ++value )
-            keys.insert( XProgressChangedMessage( nullptr, 7, { inType, value, 2, "" } ).GetCoalesceKey() );
-        return keys.size();
-    };
-    EXPECT_EQ( countKeys( XProgressChangedMessage::kProgressChanged ), 1u );
-    for ( const auto type :
-          { XProgressChangedMessage::kProgressIndeterminate, XProgressChangedMessage::kMessageChanged,
-            XProgressChangedMessage::kTitleChanged, XProgressChangedMessage::kBarCreated,
-            XProgressChangedMessage::kBarDestroyed } )
-        EXPECT_EQ( countKeys( type ), 10u );
-}
-
 TEST( XProgressChangedMessage, TravelsThroughAStream )
 {
     const XProgressChangedMessage message(
@@ -306,33 +263,18 @@ TEST( XProgressChangedMessage, TravelsThroughAStream )
 
 TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
 {
-    XMutex mutex;
-    XConditionVariable mayEnd;
-    bool isEnding = false;
-    BodyThread thread(
-        [&]
-        {
-            const XThreadLock lock( mutex );
-            while ( !isEnding )
-                mayEnd.Wait( mutex );
-        } );
+    WEvent mayEnd;
+    TestThread thread( [&] { mayEnd.Wait(); } );
     thread.StartThread();
-    EXPECT_EQ( ErrorOf( [&] { thread.WaitForTerminateWithProgress( 0 ); } ), 2701u );
-    EXPECT_EQ( ErrorOf( [&] { thread.WaitForSuspendWithProgress( 20, 1000, false ); } ), 2701u );
+    EXPECT_ERROR( 2701, thread.WaitForTerminateWithProgress( 0 ) );
+    EXPECT_ERROR( 2701, thread.WaitForSuspendWithProgress( 20, 1000, false ) );
 
-    struct AbortingStrategy : XThreadProgressStrategy
-    {
-        void Yield() override { XProgress::Abort(); }
-    } strategy;
+    AbortingStrategy strategy;
     {
         const XProgressStrategyChanger changer( &strategy );
-        EXPECT_EQ( ErrorOf( [&] { thread.WaitForTerminateWithProgress(); } ), 1001u );
+        EXPECT_ERROR( 1001, thread.WaitForTerminateWithProgress() );
     }
-    {
-        const XThreadLock lock( mutex );
-        isEnding = true;
-        mayEnd.Broadcast();
-    }
+    mayEnd.Set();
     thread.WaitForTerminateWithProgress();
     EXPECT_EQ( thread.GetThreadReturnCode(), 0 );
 }

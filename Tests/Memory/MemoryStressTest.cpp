@@ -1,13 +1,5 @@
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <mutex>
-#include <random>
 
 namespace
 {
@@ -25,9 +17,8 @@ struct Piece
     unsigned seed = 0;
 };
 
-class Storm
+struct Storm
 {
-public:
     Storm()
     {
         for ( auto& piece : itsPieces )
@@ -40,32 +31,27 @@ public:
     void Work( unsigned inThread )
     {
         std::minstd_rand random( inThread + 100 * static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
-        for ( int turn = 0; turn < 200; ++turn )
+        for ( int turn = 0; turn < Rounds( 200 ); ++turn )
         {
             Piece& piece = itsPieces[random() % kHandles];
             const std::lock_guard lock( piece.mutex );
             ASSERT_TRUE( Holds( piece.handle, piece.seed ) );
-            switch ( random() % 6 )
-            {
-            case 0:
+            const auto action = random() % 6;
+            if ( action == 0 )
                 Fill( piece.handle, piece.seed = static_cast<unsigned>( random() ) );
-                break;
-            case 1:
+            else if ( action == 1 )
+            {
                 piece.handle.Resize( 1 + random() % kLargest );
                 Fill( piece.handle, piece.seed );
-                break;
-            case 2:
-                CopyToAnother( piece, random() % kHandles );
-                break;
-            case 3:
-                piece.handle.Purge();
-                break;
-            case 4:
-                WriteCopy( piece );
-                break;
-            default:
-                piece.handle.GetBlock()->CanPurge();
             }
+            else if ( action == 2 )
+                CopyToAnother( piece, random() % kHandles );
+            else if ( action == 3 )
+                piece.handle.Purge();
+            else if ( action == 4 )
+                WriteCopy( piece );
+            else
+                piece.handle.GetBlock()->CanPurge();
         }
     }
 
@@ -112,11 +98,7 @@ TEST( MemoryStress, EveryByteIsTheOneLastWritten )
                 std::this_thread::sleep_for( std::chrono::microseconds( 200 ) );
             }
         } );
-    std::vector<std::thread> threads;
-    for ( unsigned i = 0; i < kThreads; ++i )
-        threads.emplace_back( [&, i] { storm.Work( i ); } );
-    for ( auto& thread : threads )
-        thread.join();
+    RunOnThreads( kThreads, [&]( unsigned inThread ) { storm.Work( inThread ); } );
     isOver = true;
     purger.join();
     storm.CheckAll();

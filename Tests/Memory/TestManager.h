@@ -1,15 +1,11 @@
 #pragma once
 
-#include "Core/Errors/XException.h"
 #include "Memory/WMemoryManager.h"
+#include "Memory/XMappedFileMemoryHandle.h"
 #include "Memory/XMemoryHandle.h"
 #include "Memory/XMemoryManagerListener.h"
+#include "Testing.h"
 #include "Threads/XLock.h"
-
-#include <atomic>
-#include <functional>
-#include <optional>
-#include <vector>
 
 /// A part of the address space.
 struct Range
@@ -19,9 +15,8 @@ struct Range
 };
 
 /// The process's manager while it lives, with faults to order and an address space to lay out.
-class TestManager : public WMemoryManager
+struct TestManager : WMemoryManager
 {
-public:
     static constexpr std::uint64_t kEnd = 0x10000000;
 
     explicit TestManager( USize64 inBudget = 1 << 30 ) { SetBudget( inBudget ); }
@@ -102,9 +97,8 @@ public:
     }
 
 private:
-    class Mapping : public XFileMappingBase
+    struct Mapping : XFileMappingBase
     {
-    public:
         Mapping(
             TestManager& inManager, std::unique_ptr<XFileMappingBase> inMapping,
             std::shared_ptr<const WFile> inFile )
@@ -147,9 +141,8 @@ private:
 };
 
 /// Frees what a function frees and counts how often it was asked.
-class TestListener : public XMemoryManagerListener
+struct TestListener : XMemoryManagerListener
 {
-public:
     explicit TestListener( std::function<USize64( USize64 )> inFree ) : itsFree( std::move( inFree ) )
     {
         XMemoryManager::GetManager()->AddListener( this );
@@ -173,7 +166,7 @@ inline void Fill( XMemoryHandle& ioHandle, unsigned inSeed )
 {
     const XLock lock( ioHandle, kLockForWrite );
     auto* data = static_cast<std::uint8_t*>( ioHandle.GetData() );
-    for ( USize64 i = 0; i < ioHandle.GetDataSize(); ++i )
+    for ( USize64 i = 0, size = ioHandle.GetDataSize(); i < size; ++i )
         data[i] = static_cast<std::uint8_t>( ( i >> 8 ) * 31 + i + inSeed );
 }
 
@@ -181,7 +174,7 @@ inline bool Holds( XMemoryHandle& ioHandle, unsigned inSeed )
 {
     const XLock lock( ioHandle, kLockForRead );
     const auto* data = static_cast<const std::uint8_t*>( ioHandle.GetData() );
-    for ( USize64 i = 0; i < ioHandle.GetDataSize(); ++i )
+    for ( USize64 i = 0, size = ioHandle.GetDataSize(); i < size; ++i )
         if ( data[i] != static_cast<std::uint8_t>( ( i >> 8 ) * 31 + i + inSeed ) )
             return false;
     return true;

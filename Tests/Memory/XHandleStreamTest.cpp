@@ -4,9 +4,6 @@
 #include "Core/Strings/XString.h"
 #include "Memory/TestManager.h"
 #include "Memory/XMallocMemoryBlock.h"
-#include "Memory/XMappedFileMemoryHandle.h"
-
-#include <gtest/gtest.h>
 
 TEST( XHandleStream, WritesReadsAndCutsOff )
 {
@@ -22,13 +19,13 @@ TEST( XHandleStream, WritesReadsAndCutsOff )
         stream.SeekTo( 2 + 4 * 99'999 );
         EXPECT_EQ( 99'999u, stream.Read32() );
         EXPECT_TRUE( stream.IsAtEOF() );
-        EXPECT_EQ( 1260u, ErrorOf( [&] { stream.Read8(); } ) );
-        EXPECT_EQ( 1013u, ErrorOf( [&] { stream.SeekTo( -1 ); } ) );
+        EXPECT_ERROR( 1260, stream.Read8() );
+        EXPECT_ERROR( 1013, stream.SeekTo( -1 ) );
         stream.SetPhysicalSize( 1'000'000 );
         stream.SetExtent( 10 );
         stream.SeekTo( 12 );
         stream.Write8( 7 );
-        EXPECT_EQ( 1006u, ErrorOf( [&] { handle.Resize( 1 ); } ) );
+        EXPECT_ERROR( 1006, handle.Resize( 1 ) );
     }
     EXPECT_EQ( 13u, handle.GetDataSize() );
     XHandleStream again( handle, kLockForRead );
@@ -37,9 +34,9 @@ TEST( XHandleStream, WritesReadsAndCutsOff )
     EXPECT_EQ( 1u, again.Read32() );
     EXPECT_EQ( 0u, again.Read16() );
     EXPECT_EQ( 7u, again.Read8() );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { again.Write8( 1 ); } ) );
+    EXPECT_ERROR( 1006, again.Write8( 1 ) );
     again.Close();
-    EXPECT_EQ( 1260u, ErrorOf( [&] { again.Read8(); } ) );
+    EXPECT_ERROR( 1260, again.Read8() );
     EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
 }
 
@@ -48,7 +45,7 @@ TEST( XHandleStream, KeepsItsBytesWhenItCannotGrow )
     TestManager manager( 10'000 );
     XMemoryHandle handle;
     XHandleStream stream( handle );
-    EXPECT_EQ( 1012u, ErrorOf( [&] { stream.WriteFiller( 20'000, 'x' ); } ) );
+    EXPECT_ERROR( 1012, stream.WriteFiller( 20'000, 'x' ) );
     EXPECT_EQ( stream.GetPosition(), stream.GetExtent() );
     stream.SeekTo( 0 );
     EXPECT_EQ( 'x', stream.Read8() );
@@ -78,9 +75,8 @@ TEST( XHandleStream, CutsOffItsSpareRoomWhereMemoryIsShort )
 // As when a handle that grows is purged meanwhile and cannot be brought back.
 TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
 {
-    class Block : public XMallocMemoryBlock
+    struct Block : XMallocMemoryBlock
     {
-    public:
         using XMallocMemoryBlock::XMallocMemoryBlock;
         void Resize( USize64 inSize ) override
         {
@@ -103,10 +99,10 @@ TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
     XMemoryHandle handle( std::make_unique<Block>( 1000 ) );
     XHandleStream stream( handle );
     stream.SeekTo( 1000 );
-    EXPECT_EQ( 1012u, ErrorOf( [&] { stream.Write32( 1 ); } ) );
+    EXPECT_ERROR( 1012, stream.Write32( 1 ) );
     EXPECT_EQ( 1000u, handle.GetDataSize() );
     EXPECT_EQ( 0, stream.GetExtent() );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { stream.Write8( 1 ); } ) );
+    EXPECT_ERROR( 1006, stream.Write8( 1 ) );
 }
 
 TEST( XHandleStream, KeepsAnObjectInAHandle )
@@ -129,5 +125,5 @@ TEST( XHandleStream, KeepsAnObjectInAHandle )
     EXPECT_LT( outer.GetDataSize(), 1'000u );
     const std::unique_ptr<XStorable> read( XHandleStream::HandleToObject( outer ) );
     EXPECT_EQ( 100'000u, dynamic_cast<XMemoryHandle&>( *read ).GetDataSize() );
-    EXPECT_EQ( 1260u, ErrorOf( [] { XHandleStream::HandleToObject( XMemoryHandle() ); } ) );
+    EXPECT_ERROR( 1260, XHandleStream::HandleToObject( XMemoryHandle() ) );
 }

@@ -2,11 +2,6 @@
 #include "Memory/TestManager.h"
 #include "Memory/XAlignedMemoryHandle.h"
 #include "Memory/XHandleStream.h"
-#include "Memory/XMappedFileMemoryHandle.h"
-
-#include <gtest/gtest.h>
-
-#include <random>
 
 namespace
 {
@@ -44,31 +39,6 @@ std::uint32_t ReadError( const XBytes& inBytes )
     XMemoryHandle handle;
     return ErrorOrZero( [&] { handle.ReadStream2( stream ); } );
 }
-
-/// A stream that does not know where it ends.
-class OpenEndedStream : public XStream
-{
-public:
-    explicit OpenEndedStream( XBytes inBytes )
-        : XStream( 4096, true, false ), itsBytes( std::move( inBytes ) )
-    {
-    }
-
-protected:
-    void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override
-    {
-        const auto position = static_cast<USize64>( inPosition );
-        if ( position + count > itsBytes.size() )
-            XThrow( 1260 );
-        std::memcpy( buffer, itsBytes.data() + position, count );
-    }
-    void DrainBuffer( SSize64, const void*, USize64 ) override {}
-    SSize64 GetExtentSelf() override { return -1; }
-    void SetExtentSelf( SSize64 ) override {}
-
-private:
-    XBytes itsBytes;
-};
 
 const char* const kPlainHex = "d507 0000  0300 0000 0000 0000  0000 0000  0300 0000 0000 0000  616263";
 const char* const kCompressedHex =
@@ -112,7 +82,8 @@ TEST( XMemoryHandleStream, ReadsBackInEveryCompression )
             stream.Seek( static_cast<SSize64>( storedLength ) );
             EXPECT_EQ( 99, stream.Read8() );
 
-            OpenEndedStream open( ::BytesOf( stream ) );
+            const XBytes written = ::BytesOf( stream );
+            ReadingStream open( written, 4096 );
             stream.SeekTo( 0 );
             XMappedFileMemoryHandle bounded;
             XAlignedMemoryHandle openEnded;
@@ -165,10 +136,10 @@ TEST( XMemoryHandleStream, TakesNoMemoryForClaims )
         const XBytes claim =
             FromHex( std::string( "d5070000 0000000000010000" ) + type + "0000000000010000 78" );
         EXPECT_EQ( 1260u, ReadError( claim ) );
-        OpenEndedStream stream( claim );
+        ReadingStream stream( claim, 4096 );
         XMemoryHandle handle;
         handle.Resize( 1 );
-        EXPECT_EQ( 1260u, ErrorOf( [&] { handle.ReadStream2( stream ); } ) );
+        EXPECT_ERROR( 1260, handle.ReadStream2( stream ) );
         EXPECT_EQ( 1u, handle.GetDataSize() );
     }
     EXPECT_LE( manager.GetPeakBytesInUse(), 2u << 20 );

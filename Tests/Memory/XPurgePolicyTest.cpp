@@ -1,8 +1,5 @@
 #include "Memory/TestManager.h"
 #include "Memory/XMemoryBlock.h"
-#include "TestErrors.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -10,9 +7,8 @@ namespace
 constexpr std::uint64_t kMiB = 1 << 20;
 
 /// A block that lies where the test wants it.
-class PlacedBlock : public XMemoryBlock
+struct PlacedBlock : XMemoryBlock
 {
-public:
     PlacedBlock( Range inRange, std::vector<PlacedBlock*>& outPurged )
         : itsRange( inRange ), itsPurged( outPurged )
     {
@@ -47,70 +43,33 @@ private:
     std::vector<PlacedBlock*>& itsPurged;
 };
 
-/// In units of a MiB. The blocks are named a, b, ... in the order in which they were locked, capitals for locked ones and
-/// with an exclamation mark after those that refuse.
+/// Blocks in the order in which they were locked, as letter:begin+size in MiB: capitals for locked ones, an exclamation mark
+/// behind those that refuse, '#' for what else is in use.
 struct Case
 {
     const char* name;
-    std::string blocks;        ///< a letter for each block, oldest first
-    std::vector<Range> ranges; ///< of the blocks
-    std::vector<Range> walls;  ///< what else is in use
+    std::string layout;
     std::uint64_t wanted;
     std::string purged; ///< the letters of the purged blocks in order
 };
 
 const Case kCases[] = {
-    { "oldest that is large enough", "abc", { { 10, 2 }, { 20, 8 }, { 40, 9 } }, { { 0, 256 } }, 8, "b" },
-    { "the oldest beside a hole before a newer one that is large",
-      "ab",
-      { { 10, 1 }, { 40, 8 } },
-      { { 0, 8 }, { 14, 242 } },
-      6,
-      "a" },
-    { "free space after is enough", "a", { { 10, 1 } }, { { 0, 10 }, { 15, 241 } }, 5, "a" },
-    { "free space before is enough", "a", { { 10, 1 } }, { { 0, 6 }, { 11, 245 } }, 5, "a" },
-    { "one short on both sides", "a", { { 10, 1 } }, { { 0, 8 }, { 13, 243 } }, 6, "" },
-    { "older ones that open no hole stay",
-      "abc",
-      { { 10, 1 }, { 20, 1 }, { 30, 5 } },
-      { { 0, 256 } },
-      4,
-      "c" },
-    { "neighbours make a run",
-      "abc",
-      { { 12, 2 }, { 10, 2 }, { 14, 2 } },
-      { { 0, 10 }, { 16, 240 } },
-      6,
-      "bac" },
-    { "a run ends as soon as it suffices",
-      "abcd",
-      { { 10, 2 }, { 12, 2 }, { 14, 2 }, { 16, 2 } },
-      { { 0, 256 } },
-      4,
-      "ab" },
-    { "free space at both ends of a run",
-      "ab",
-      { { 10, 2 }, { 12, 2 } },
-      { { 0, 9 }, { 15, 241 } },
-      6,
-      "ab" },
-    { "a wall parts two runs",
-      "abcd",
-      { { 10, 2 }, { 12, 2 }, { 15, 3 }, { 18, 3 } },
-      { { 0, 256 } },
-      6,
-      "cd" },
-    { "a gap parts two runs", "ab", { { 10, 2 }, { 13, 2 } }, { { 0, 10 }, { 15, 241 } }, 6, "" },
-    { "locked blocks are not purged", "Ab", { { 10, 8 }, { 30, 8 } }, { { 0, 256 } }, 8, "b" },
-    { "a locked block parts two runs", "aBc", { { 10, 2 }, { 12, 2 }, { 14, 2 } }, { { 0, 256 } }, 6, "" },
-    { "the next one when one refuses", "a!b", { { 10, 8 }, { 30, 8 } }, { { 0, 256 } }, 8, "b" },
-    { "a run goes on when one refuses",
-      "ab!c",
-      { { 10, 2 }, { 12, 2 }, { 14, 2 } },
-      { { 0, 256 } },
-      6,
-      "ac" },
-    { "nothing there", "", {}, {}, 1, "" },
+    { "oldest that is large enough", "a:10+2 b:20+8 c:40+9 #:0+256", 8, "b" },
+    { "the oldest beside a hole before a newer one that is large", "a:10+1 b:40+8 #:0+8 #:14+242", 6, "a" },
+    { "free space after is enough", "a:10+1 #:0+10 #:15+241", 5, "a" },
+    { "free space before is enough", "a:10+1 #:0+6 #:11+245", 5, "a" },
+    { "one short on both sides", "a:10+1 #:0+8 #:13+243", 6, "" },
+    { "older ones that open no hole stay", "a:10+1 b:20+1 c:30+5 #:0+256", 4, "c" },
+    { "neighbours make a run", "a:12+2 b:10+2 c:14+2 #:0+10 #:16+240", 6, "bac" },
+    { "a run ends as soon as it suffices", "a:10+2 b:12+2 c:14+2 d:16+2 #:0+256", 4, "ab" },
+    { "free space at both ends of a run", "a:10+2 b:12+2 #:0+9 #:15+241", 6, "ab" },
+    { "a wall parts two runs", "a:10+2 b:12+2 c:15+3 d:18+3 #:0+256", 6, "cd" },
+    { "a gap parts two runs", "a:10+2 b:13+2 #:0+10 #:15+241", 6, "" },
+    { "locked blocks are not purged", "A:10+8 b:30+8 #:0+256", 8, "b" },
+    { "a locked block parts two runs", "a:10+2 B:12+2 c:14+2 #:0+256", 6, "" },
+    { "the next one when one refuses", "a!:10+8 b:30+8 #:0+256", 8, "b" },
+    { "a run goes on when one refuses", "a:10+2 b!:12+2 c:14+2 #:0+256", 6, "ac" },
+    { "nothing there", "", 1, "" },
 };
 
 /// Blocks as a case describes them, locked in order.
@@ -118,23 +77,23 @@ struct LaidOut
 {
     LaidOut( TestManager& ioManager, const Case& inCase )
     {
-        std::vector<Range> used = inCase.walls;
-        for ( const Range& range : inCase.ranges )
-            used.push_back( range );
-        for ( Range& range : used )
-            range = { range.begin * kMiB, range.size * kMiB };
-        for ( const char letter : inCase.blocks )
+        std::vector<Range> used;
+        for ( const std::string& item : Split( inCase.layout, ' ' ) )
         {
-            if ( letter == '!' )
-            {
-                blocks.back()->refuses = true;
+            unsigned begin = 0, size = 0;
+            const std::size_t colon = item.find( ':' );
+            if ( colon == std::string::npos ||
+                 std::sscanf( item.c_str() + colon, ":%u+%u", &begin, &size ) != 2 )
                 continue;
-            }
-            const Range range = inCase.ranges[blocks.size()];
-            blocks.push_back(
-                std::make_unique<PlacedBlock>( Range{ range.begin * kMiB, range.size * kMiB }, purged ) );
+            const Range range{ begin * kMiB, size * kMiB };
+            const bool isWall = item[0] == '#';
+            used.insert( isWall ? used.begin() : used.end(), range );
+            if ( isWall )
+                continue;
+            blocks.push_back( std::make_unique<PlacedBlock>( range, purged ) );
+            blocks.back()->refuses = item[1] == '!';
             auto lock = std::make_unique<XLock>( blocks.back().get(), kLockForRead );
-            if ( letter < 'a' )
+            if ( item[0] < 'a' )
                 locks.push_back( std::move( lock ) );
         }
         ioManager.LayOut( used );
@@ -180,7 +139,7 @@ TEST( XPurgePolicy, PurgesWhatOpensAHole )
 
 TEST( XPurgePolicy, FreesByAddress )
 {
-    const Case layout = { "", "abc", { { 10, 2 }, { 20, 2 }, { 30, 2 } }, {}, 0, "" };
+    const Case layout = { "", "a:10+2 b:20+2 c:30+2", 0, "" };
     const auto purgedBy = [&]( std::uint64_t inAddress, std::uint32_t inFlags )
     {
         TestManager manager;

@@ -1,8 +1,6 @@
 #include "Memory/XResourceTracker.h"
 
-#include "TestErrors.h"
-
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 TEST( XResourceTracker, CountsByKind )
 {

@@ -1,14 +1,7 @@
 #include "Memory/Internal/XRoomWaiters.h"
 
-#include "Core/Times/XTimer.h"
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
-
-#include <gtest/gtest.h>
-
-#include <vector>
 
 // What a thread waits for that finds no room in the budget, and when it gives up.
 
@@ -36,30 +29,14 @@ struct Room
     XTimer timer;
 };
 
-/// The number of the error, 0 for none.
-template<class Action>
-std::uint32_t TryTo( Action inAction )
-{
-    try
-    {
-        inAction();
-        return 0;
-    }
-    catch ( const XException& exception )
-    {
-        return exception.GetErrorNumber();
-    }
-}
-
 std::uint32_t LockOnce( XMemoryHandle& ioHandle )
 {
-    return TryTo( [&] { const XLock lock( ioHandle, kLockForRead ); } );
+    return ErrorOrZero( [&] { const XLock lock( ioHandle, kLockForRead ); } );
 }
 
 /// Says, as a listener, when a thread has looked for room in vain.
-class SearchedInVain
+struct SearchedInVain
 {
-public:
     void Wait() { itsEvent.Wait(); }
 
 private:
@@ -73,31 +50,12 @@ private:
 
 } // namespace
 
-TEST( XRoomWaiters, WaitForWhoMayUnlock )
-{
-    for ( int turn = 0; turn < 50; ++turn )
-    {
-        Room room( 1, 2 );
-        SearchedInVain search;
-        auto lock = std::make_unique<XLock>( room.handles[0], kLockForRead );
-        RunTogether(
-            [&]
-            {
-                search.Wait();
-                lock.reset();
-            },
-            [&] { EXPECT_EQ( 0u, LockOnce( room.handles[1] ) ); } );
-        EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
-    }
-}
-
 // The last to lock it was the thread that now waits, which has unlocked it: the other will too.
 TEST( XRoomWaiters, WaitForTheOtherOfTwoThatShareABlock )
 {
     constexpr std::uint32_t kTimeToBeRefused = 50;
     Room room( 1, 2 );
-    WEvent isLocked;
-    WEvent isOver;
+    WEvent isLocked, isOver;
     RunTogether(
         [&]
         {
@@ -151,7 +109,7 @@ TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
                     for ( unsigned turn = 0; turn < 10; ++turn )
                     {
                         XMemoryHandle& handle = room.handles[inThread];
-                        const std::uint32_t error = TryTo( [&] { handle.Resize( 3 * kSize ); } );
+                        const std::uint32_t error = ErrorOrZero( [&] { handle.Resize( 3 * kSize ); } );
                         EXPECT_TRUE( error == 0 || error == 1012 ) << error;
                         handle.Resize( kSize );
                     }
@@ -178,24 +136,22 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
 {
     Room room( 1, 2 );
     const std::thread::id tester = std::this_thread::get_id();
-    WEvent isAsked;
-    WEvent isLocked;
+    Halt halt;
     TestListener listener(
         [&]( USize64 )
         {
             EXPECT_NE( tester, std::this_thread::get_id() );
-            isAsked.Set();
-            isLocked.Wait();
+            halt.Stop();
             return USize64( 0 );
         } );
     auto lock = std::make_unique<XLock>( room.handles[0], kLockForRead );
     std::thread waiter( [&] { EXPECT_EQ( 0u, LockOnce( room.handles[1] ) ); } );
-    isAsked.Wait();
+    halt.AwaitStop();
     {
         const XThreadLock memoryLock( room.manager.GetMemoryMutex() );
-        isLocked.Set();
+        halt.GoOn();
         for ( int turn = 0; turn < 1000; ++turn ) // the other gets to its decision meanwhile
-            EXPECT_EQ( 1012u, ErrorOf( [&] { room.manager.AboutToAllocate( kSize ); } ) );
+            EXPECT_ERROR( 1012, room.manager.AboutToAllocate( kSize ) );
     }
     lock.reset();
     waiter.join();
@@ -244,12 +200,10 @@ TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
 TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
 {
     TestManager manager( 3 * kSize );
-    WEvent isPurging;
-    WEvent mayGoOn;
+    Halt halt;
     manager.makeTemporaryFile = [&]
     {
-        isPurging.Set();
-        mayGoOn.Wait();
+        halt.Stop();
         return manager.WMemoryManager::MakeTemporaryFile();
     };
     XMappedFileMemoryHandle purged( kSize );
@@ -259,10 +213,10 @@ TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
         [&] { EXPECT_EQ( kSize, manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry ) ); },
         [&]
         {
-            isPurging.Wait();
+            halt.AwaitStop();
             Fill( other, 2 );
             EXPECT_EQ( 2u, manager.GetPurgeableBlockCount() );
-            mayGoOn.Set();
+            halt.GoOn();
         } );
     EXPECT_TRUE( Holds( purged, 1 ) );
     EXPECT_TRUE( Holds( other, 2 ) );

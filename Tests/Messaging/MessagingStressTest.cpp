@@ -2,11 +2,6 @@
 #include "Messaging/XMessageVoid.h"
 #include "Recorder.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <set>
 #include <shared_mutex>
 
 // Eight threads make, destroy, subscribe, mute and deafen speakers and listeners, speak and post, while the
@@ -24,9 +19,8 @@ std::atomic<int> sHeard = 0;
 std::atomic<int> sHeardTwice = 0;
 std::atomic<int> sHeardWhenDead = 0;
 
-class StressListener : public XListener
+struct StressListener : XListener
 {
-public:
     explicit StressListener( bool inIsAsynchronous ) : XListener( inIsAsynchronous ) {}
     ~StressListener() override
     {
@@ -59,9 +53,8 @@ struct Slot
 
 using Random = std::minstd_rand;
 
-class Stress
+struct Stress
 {
-public:
     /// Where there are many of one kind, few are made anew, so that subscriptions pile up.
     Stress( std::size_t inSpeakers, std::size_t inListeners )
         : speakers( inSpeakers ), listeners( inListeners ),
@@ -148,26 +141,24 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P( MessagingStressTest, NobodyHearsTwiceOrAfterItsEnd )
 {
     sHeard = 0;
-    std::atomic<int> running = kThreads;
+    std::atomic<bool> isOver = false;
     {
         Stress stress( GetParam().first, GetParam().second );
-        std::vector<std::thread> threads;
-        for ( unsigned seed = 0; seed < kThreads; ++seed )
-            threads.emplace_back(
-                [&, seed]
-                {
-                    const auto round = static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) );
-                    stress.Work( round * kThreads + seed );
-                    --running;
-                } );
-        while ( running > 0 )
+        std::thread all(
+            [&]
+            {
+                const auto round = static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) );
+                RunOnThreads(
+                    kThreads, [&]( unsigned inThread ) { stress.Work( round * kThreads + inThread ); } );
+                isOver = true;
+            } );
+        while ( !isOver )
         {
             XSpeaker::ProcessAllNextEventMessages();
             XSpeaker::ProcessAllIdleMessages();
             std::this_thread::yield();
         }
-        for ( std::thread& thread : threads )
-            thread.join();
+        all.join();
     }
     EXPECT_GT( sHeard, kThreads * kSteps / 50 );
     EXPECT_EQ( sHeardTwice, 0 );

@@ -3,17 +3,12 @@
 #include "Messaging/XListener.h"
 #include "Messaging/XMessage.h"
 #include "Messaging/XSpeaker.h"
-#include "Threads/XThread.h"
-
-#include <functional>
-#include <memory>
-#include <thread>
-#include <vector>
+#include "Testing.h"
+#include "Threads/TestThread.h"
 
 /// Equal when the numbers are.
-class NumberMessage : public XMessage
+struct NumberMessage : XMessage
 {
-public:
     explicit NumberMessage( int inNumber, XSpeaker* inSpeaker = nullptr )
         : XMessage( inSpeaker ), number( inNumber )
     {
@@ -30,18 +25,16 @@ public:
 };
 
 /// Another class; never coalesces.
-class OtherMessage : public XMessage
+struct OtherMessage : XMessage
 {
-public:
     using XMessage::XMessage;
     OtherMessage* Clone() const override { return new OtherMessage( *this ); }
     XCoalesce ShouldCoalesceQueueMessage( const XMessage& ) const override { return kCoalesceNone; }
 };
 
 /// Remembers the numbers it has heard, 0 for messages without one, and does what the test wants.
-class Recorder : public XListener
+struct Recorder : XListener
 {
-public:
     using Action = std::function<void( const XMessage& )>;
 
     explicit Recorder( Action inAction = nullptr, bool inIsAsynchronous = false )

@@ -4,10 +4,6 @@
 #include "Recorder.h"
 #include "Threads/XLock.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-
 TEST( XBigStringTest, FollowsTheRulesOfXString )
 {
     XBigString text( "  Mary had a Lamb  " );

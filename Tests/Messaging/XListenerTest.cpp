@@ -3,12 +3,6 @@
 #include "Recorder.h"
 #include "Threads/Waiting/WEvent.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <functional>
-#include <thread>
-
 // The ends of listeners, in all orders.
 
 TEST( XListenerTest, SpeakersAndListenersMayDieInAnyOrder )
@@ -50,78 +44,11 @@ TEST( XListenerTest, DiesInItsOwnHandler )
     }
 }
 
-TEST( XListenerTest, DiesBeforeItsTurnInABroadcastAndLeavesItsPlaceToNobody )
-{
-    XSpeaker speaker;
-    std::unique_ptr<Recorder> victim;
-    Recorder killer( speaker, [&]( const XMessage& ) { victim.reset(); } );
-    victim = std::make_unique<Recorder>( speaker );
-    Recorder after( speaker );
-    speaker.SpeakMessage( NumberMessage( 1 ) );
-    EXPECT_EQ( after.heard, Numbers{ 1 } );
-    EXPECT_EQ( speaker.GetListenerCount(), 2u );
-}
-
-TEST( XListenerTest, ItsEndWaitsForCallsOnOtherThreads )
-{
-    XSpeaker speaker;
-    enum Way
-    {
-        kSpoken,
-        kPosted,
-        kSpokenAndUnsubscribed,
-        kSpokenAndRemoved
-    };
-    for ( const Way way : { kSpoken, kPosted, kSpokenAndUnsubscribed, kSpokenAndRemoved } )
-    {
-        WEvent isCalled;
-        WEvent mayReturn;
-        WEvent isEnding;
-        std::atomic<bool> hasReturned = false;
-        std::unique_ptr<Recorder> listener;
-        listener = std::make_unique<Recorder>(
-            [&]( const XMessage& )
-            {
-                if ( way == kSpokenAndUnsubscribed )
-                    listener->Unsubscribe( speaker );
-                if ( way == kSpokenAndRemoved )
-                    speaker.RemoveAllListeners();
-                isCalled.Set();
-                mayReturn.Wait();
-                hasReturned = true;
-            },
-            true );
-        listener->Subscribe( speaker );
-        std::thread sender(
-            [&, target = listener.get()]
-            {
-                if ( way == kPosted )
-                    XSpeaker::PostXMessage( NumberMessage( 1 ), *target );
-                else
-                    speaker.SpeakMessage( NumberMessage( 1 ) );
-            } );
-        isCalled.Wait();
-        std::thread ender(
-            [&]
-            {
-                isEnding.Set();
-                listener.reset();
-                EXPECT_TRUE( hasReturned );
-            } );
-        isEnding.Wait();
-        mayReturn.Set();
-        ender.join();
-        sender.join();
-        EXPECT_EQ( speaker.GetListenerCount(), 0u );
-    }
-}
-
 /// In one of two handlers the listener stops, which waits for the other; in that one it is destroyed then.
 TEST( XListenerTest, DiesInOneHandlerWhileItStopsInAnother )
 {
-    class Dying : public XListener
+    struct Dying : XListener
     {
-    public:
         explicit Dying( std::function<void( XListener* )> inAction )
             : XListener( true ), itsAction( std::move( inAction ) )
         {
@@ -131,21 +58,18 @@ TEST( XListenerTest, DiesInOneHandlerWhileItStopsInAnother )
     private:
         const std::function<void( XListener* )> itsAction;
     };
-    XSpeaker stopping;
-    XSpeaker dying;
-    WEvent isStopping;
-    WEvent isDying;
+    XSpeaker stopping, dying;
+    Halt halt;
     const std::thread::id main = std::this_thread::get_id();
     const auto act = [&]( XListener* inListener )
     {
         if ( std::this_thread::get_id() != main )
         {
-            isDying.Wait();
-            isStopping.Set();
+            halt.AwaitStop();
+            halt.GoOn();
             return inListener->StopListening();
         }
-        isDying.Set();
-        isStopping.Wait();
+        halt.Stop();
         XThread::SleepCurrentThread( 50 ); // so that the other one waits already, as a rule
         delete inListener;
     };

@@ -7,8 +7,6 @@
 #include "Process/WMainLoop.h"
 #include "Recorder.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 
 TEST( XMainLoopTest, RunsFromTheFirstMessageToTheLast )

@@ -1,16 +1,12 @@
 #include "Messaging/XMessageCentre.h"
 
 #include "Messaging/XAppMessageCentre.h"
-#include "Messaging/XSpeaker.h"
 #include "Recorder.h"
-
-#include <gtest/gtest.h>
 
 TEST( XMessageCentreTest, RelaysFromManySpeakersToManyListeners )
 {
     XMessageCentre& centre = XAppMessageCentre::GetAppMessageCentre();
-    XSpeaker first;
-    XSpeaker second;
+    XSpeaker first, second;
     centre.Subscribe( first );
     centre.Subscribe( second );
     XSpeaker* heardFrom = nullptr;

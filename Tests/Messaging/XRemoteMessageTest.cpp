@@ -3,10 +3,7 @@
 #include "Core/Streams/XMemStream.h"
 #include "Messaging/XMessage.h"
 #include "Messaging/XNetJobMessage.h"
-#include "TestErrors.h"
-
-#include <gtest/gtest.h>
-#include <memory>
+#include "Testing.h"
 
 TEST( XRemoteMessageTest, TravelsAsAnObjectInBothByteOrders )
 {

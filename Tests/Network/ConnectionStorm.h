@@ -1,25 +1,11 @@
 #pragma once
 
 #include "Network/TestConnection.h"
-
-#include <filesystem>
-#include <functional>
-#include <list>
-#include <mutex>
-#include <random>
-
-/// Descriptors that the process has open; 0 where the system does not show them.
-inline std::ptrdiff_t CountDescriptors()
-{
-    std::error_code error;
-    const std::filesystem::directory_iterator descriptors( "/proc/self/fd", error );
-    return error ? 0 : std::distance( begin( descriptors ), end( descriptors ) );
-}
+#include "TestFolder.h"
 
 /// Sends back what comes in on each of its connections, on a thread for each.
-class EchoServer
+struct EchoServer
 {
-public:
     explicit EchoServer( TestListener& inListener ) : itsListener( inListener ) { itsAcceptor.StartThread(); }
     ~EchoServer()
     {
@@ -55,9 +41,8 @@ private:
 };
 
 /// The endpoints that clients use at the moment, so that others can get at them.
-class Slots
+struct Slots
 {
-public:
     void Set( unsigned inSlot, const std::shared_ptr<XNetEndpoint>& inEndpoint )
     {
         const std::lock_guard lock( itsMutex );
@@ -96,7 +81,7 @@ inline void EndConnectionsFromEverySide(
     TestListener listener( inMakeServer() );
     const XNetAddress address = listener.GetAddress();
     char byte = 0; // a wait opens what this thread needs for waiting
-    EXPECT_EQ( ErrorOf( [&] { TestConnection().client.ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+    EXPECT_ERROR( 3105, TestConnection().client.ReceiveAnyData( &byte, 1, 1 ) );
     const std::ptrdiff_t before = CountDescriptors();
     std::atomic<unsigned> talks = 0;
     {

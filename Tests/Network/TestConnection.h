@@ -1,19 +1,13 @@
 #pragma once
 
-#include "Core/Times/XTimer.h"
-#include "Jobs/XProgress.h"
+#include "Jobs/TestJob.h"
 #include "Jobs/XProgressStrategyChanger.h"
-#include "Jobs/XThreadProgressStrategy.h"
 #include "Network/XNetEndpoint.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
 
-#include <memory>
-
 /// An endpoint that listens on a free port of this machine.
-class TestListener
+struct TestListener
 {
-public:
     explicit TestListener( const XNetEndpoint& inEndpoint = XNetEndpoint() ) : itsEndpoint( inEndpoint )
     {
         itsEndpoint.Bind( 0 );
@@ -45,19 +39,14 @@ struct TestConnection
 /// The error of an attempt to connect that its user aborts.
 inline std::uint32_t AbortConnecting( XNetEndpoint& ioEndpoint, const XNetAddress& inAddress )
 {
-    struct AbortingStrategy : XThreadProgressStrategy
-    {
-        void Yield() override { XProgress::Abort(); }
-    } strategy;
+    AbortingStrategy strategy;
     const XProgressStrategyChanger changer( &strategy );
     return ErrorOf( [&] { ioEndpoint.ConnectWithProgress( inAddress, kNoTimeout ); } );
 }
 
 inline void AwaitDisconnecting( const XNetEndpoint& inEndpoint )
 {
-    for ( const XTimer timer( kPatience );
-          inEndpoint.GetState() != XNetEndpoint::kStateDisconnecting && !timer.HasExpired(); )
-        XThread::YieldCurrentThread();
+    EXPECT_TRUE( Await( [&] { return inEndpoint.GetState() == XNetEndpoint::kStateDisconnecting; } ) );
 }
 
 /// A disconnection takes bytes that come meanwhile, so that those behind them are not for a receiver. Returns what its
@@ -67,12 +56,7 @@ inline std::int32_t ReceiveBesideADisconnection( XNetEndpoint& ioClient, XNetEnd
     char bytes[16];
     TestThread receiver(
         [&] { return static_cast<std::int32_t>( ioClient.ReceiveAnyData( bytes, 16, kNoTimeout ) ); } );
-    TestThread closer(
-        [&]
-        {
-            ioClient.Disconnect( kPatience );
-            return 0;
-        } );
+    TestThread closer( [&] { ioClient.Disconnect( kPatience ); } );
     receiver.StartThread();
     XThread::SleepCurrentThread( 5 ); // with less it might come too late to receive
     closer.StartThread();

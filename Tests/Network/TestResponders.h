@@ -1,15 +1,28 @@
 #pragma once
 
 #include "Servers/XNetResponder.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
 
-#include <memory>
-
-/// Sends back each byte; the byte 'a' authenticates, 'd' detaches.
-class EchoResponder : public XNetResponder
+/// Responds by a function.
+struct TestResponder : XNetResponder
 {
-public:
+    using Body = std::function<void( TestResponder& )>;
+
+    explicit TestResponder( Body inBody ) : XNetResponder( "test" ), itsBody( std::move( inBody ) ) {}
+    ~TestResponder() override { StopResponding(); }
+
+    using XNetResponder::DetachEndpoint, XNetResponder::GetEndpoint, XNetResponder::SetAuthenticated;
+
+protected:
+    void RespondSelf() override { itsBody( *this ); }
+
+private:
+    const Body itsBody;
+};
+
+/// Sends back each byte; the byte 'a' authenticates.
+struct EchoResponder : XNetResponder
+{
     EchoResponder() : XNetResponder( "echo" ) { ++sCount; }
     ~EchoResponder() override
     {
@@ -18,7 +31,6 @@ public:
     }
 
     static inline std::atomic<int> sCount = 0;
-    static inline std::atomic<std::uint32_t> sDetachError = 0;
 
 protected:
     void RespondSelf() override
@@ -30,18 +42,8 @@ protected:
             endpoint.ReceiveData( &byte, 1, kNoTimeout );
             if ( byte == 'a' )
                 SetAuthenticated();
-            if ( byte == 'd' )
-                return Detach();
             endpoint.SendData( &byte, 1, kPatience );
         }
-    }
-
-private:
-    void Detach()
-    {
-        XNetEndpoint endpoint = DetachEndpoint();
-        sDetachError = ErrorOf( [this] { GetEndpoint(); } );
-        endpoint.SendData( "D", 1, kPatience );
     }
 };
 

@@ -2,10 +2,7 @@
 
 #include "Network/TestVariable.h"
 #include "Network/XEncryption.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <string>
 
 namespace fs = std::filesystem;
 
@@ -16,17 +13,8 @@ namespace
 template<class TAction>
 std::uint32_t ErrorNaming( const std::string& inFile, TAction inAction )
 {
-    try
-    {
-        inAction();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_NE( MessageOf( error ).find( inFile ), std::string::npos ) << MessageOf( error );
-        return error.GetErrorNumber();
-    }
-    ADD_FAILURE() << "nothing was thrown";
-    return 0;
+    EXPECT_CONTAINS( TextOfError( inAction ), inFile );
+    return ErrorOf( inAction );
 }
 
 } // namespace

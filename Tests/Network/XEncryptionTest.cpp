@@ -1,24 +1,12 @@
 #include "Network/XEncryption.h"
-#include "TestErrors.h"
 
-#include <array>
-#include <cstring>
-#include <string>
-#include <vector>
+#include "Core/StreamTools.h"
 
 namespace
 {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = XBytes;
 using Words = std::array<std::uint32_t, 2>;
-
-Bytes FromHex( const std::string& inText )
-{
-    Bytes bytes;
-    for ( std::size_t i = 0; i < inText.size(); i += 2 )
-        bytes.push_back( static_cast<std::uint8_t>( std::stoul( inText.substr( i, 2 ), nullptr, 16 ) ) );
-    return bytes;
-}
 
 std::string ToKey( const std::string& inHex )
 {
@@ -101,7 +89,7 @@ TEST( XEncryptionTest, TEADoesEachBlockByItself )
         EXPECT_EQ( buffer.front() + buffer.back(), 2 * 0xEE );
     }
     char bytes[12] = {};
-    EXPECT_EQ( ErrorOf( [&] { XEncryption::EncryptTEA( bytes, bytes, 12, key.c_str() ); } ), 1006u );
+    EXPECT_ERROR( 1006, XEncryption::EncryptTEA( bytes, bytes, 12, key.c_str() ) );
 }
 
 TEST( XEncryptionTest, WritesBytesAsLetters )

@@ -1,9 +1,7 @@
 #include "Network/XNetAddress.h"
 #include "Core/Streams/XMemStream.h"
 #include "Network/Internal/XHostNameCache.h"
-#include "TestErrors.h"
-
-#include <memory>
+#include "Testing.h"
 
 namespace
 {
@@ -39,7 +37,7 @@ TEST( XNetAddressTest, LooksUpWhenAsked )
     XNetAddress unknown( kUnknownHost, 80 );
     EXPECT_EQ( unknown.GetIPAddress( true ), 0u );
     EXPECT_THROW( unknown.LookupIPAddress(), XException );
-    EXPECT_EQ( ErrorOf( [&] { XNetAddress().LookupHostNameFromAddress(); } ), 11001u );
+    EXPECT_ERROR( 11001, XNetAddress().LookupHostNameFromAddress() );
 }
 
 /// A host that has no name is asked once, and one that another address has asked for not again.
@@ -73,6 +71,13 @@ TEST( XNetAddressTest, TheNameCacheDropsItsOldest )
     EXPECT_EQ( name, "new" );
 }
 
+TEST( XNetAddressTest, KnowsThisMachine )
+{
+    const XNetAddress local = XNetAddress::GetLocalAddress( 77 );
+    EXPECT_EQ( local.GetPort(), 77 );
+    EXPECT_EQ( local.GetHostName( false ), XNetAddress::GetLocalHostName() );
+}
+
 TEST( XNetAddressTest, ComparesByAddressOrByName )
 {
     EXPECT_EQ( XNetAddress( kLoopBack, 1 ), XNetAddress( "localhost", 2 ) );
@@ -81,15 +86,6 @@ TEST( XNetAddressTest, ComparesByAddressOrByName )
     EXPECT_EQ( XNetAddress( "A.invalid", 1 ), XNetAddress( "a.INVALID", 2 ) );
     EXPECT_NE( XNetAddress( "a.invalid", 1 ), XNetAddress( "b.invalid", 1 ) );
     EXPECT_FALSE( XNetAddress( 1, 1 ) < XNetAddress( 2, 1 ) || XNetAddress( 1, 1 ) > XNetAddress( 2, 1 ) );
-}
-
-TEST( XNetAddressTest, KnowsThisMachine )
-{
-    const XNetAddress local = XNetAddress::GetLocalAddress( 77 );
-    EXPECT_EQ( local.GetPort(), 77 );
-    EXPECT_EQ( local.GetHostName( false ), XNetAddress::GetLocalHostName() );
-    const auto& adapters = local.GetLocalIPNetAdapters();
-    EXPECT_EQ( local.GetIPAddress( false ), adapters.empty() ? 0 : adapters.front() );
 }
 
 /// The bytes by hand: version 538, address 10.0.0.5, two adapters, "ab", port 258.
@@ -112,10 +108,4 @@ TEST( XNetAddressTest, IsStored )
     ASSERT_EQ( again.GetLength(), sizeof stored );
     EXPECT_EQ( std::memcmp( again.GetData(), stored, sizeof stored ), 0 );
     EXPECT_EQ( clone->GetStreamUsage(), sizeof stored - 4 );
-    for ( USize64 size = 0; size < sizeof stored; ++size )
-    {
-        XMemStream cut( stored, size );
-        cut.SetByteOrder( kMotorolaOrder );
-        EXPECT_EQ( ErrorOf( [&] { std::unique_ptr<XStorable>( cut.ReadObject() ); } ), 1260u ) << size;
-    }
 }

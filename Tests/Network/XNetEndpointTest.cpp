@@ -2,11 +2,7 @@
 
 #include "Core/Streams/XMemStream.h"
 #include "Core/Streams/XStreamVectors.h"
-#include "Core/Times/XTimer.h"
 #include "Network/XSocketsTCPEndpointImp.h"
-
-#include <cstring>
-#include <vector>
 
 namespace
 {
@@ -84,13 +80,8 @@ TEST( XNetEndpointTest, PeeksWithoutTaking )
     SendText( connection.client, "ab" );
     char bytes[4] = {};
     EXPECT_EQ( connection.server->PeekAnyData( bytes, 1, kPatience ), 1u );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
-    TestThread sender(
-        [&]
-        {
-            SendText( connection.client, "cd" );
-            return 0;
-        } );
+    EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
+    TestThread sender( [&] { SendText( connection.client, "cd" ); } );
     sender.StartThread();
     connection.server->PeekData( bytes, 4, kPatience );
     EXPECT_EQ( std::string( bytes, 4 ), "abcd" );
@@ -113,17 +104,15 @@ TEST( XNetEndpointTest, LetsTwoThreadsPeek )
         {
             char bytes[8];
             connection.server->PeekData( bytes, 8, kPatience );
-            return 0;
         } );
     SendText( connection.client, "12" );
     patient.StartThread();
     XThread::SleepCurrentThread( 20 ); // with less it might not wait yet
     char bytes[4];
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
     XThread::SleepCurrentThread( 20 ); // nor have noticed
     SendText( connection.client, "345678" );
-    patient.WaitForTerminate( kPatience );
-    EXPECT_EQ( patient.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( patient.Finish(), 0 );
 }
 
 TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
@@ -133,8 +122,8 @@ TEST( XNetEndpointTest, ReceivesLinesUpToTheTerminator )
     const XString line = connection.server->ReceiveLine( "\r\n", kPatience );
     EXPECT_EQ( line.GetStringView(), std::string_view( "a\rb\0c", 5 ) );
     EXPECT_EQ( connection.server->ReceiveLine( "\r\n", kPatience ), "" );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\r\n", 20 ); } ), 3105u );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "", 0 ); } ), 1013u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveLine( "\r\n", 20 ) );
+    EXPECT_ERROR( 1013, connection.server->ReceiveLine( "", 0 ) );
     SendText( connection.client, "all there\n" );
     char byte = 0;
     connection.server->PeekAnyData( &byte, 1, kPatience );
@@ -152,7 +141,7 @@ TEST( XNetEndpointTest, GivesALineNoMoreThanItsTime )
                 connection.client.SendData( block.data(), 65536, kNoTimeout );
         } );
     flood.StartThread();
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveLine( "\n", 50 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveLine( "\n", 50 ) );
     EXPECT_EQ( connection.server->GetState(), State::kStateConnected );
 }
 
@@ -160,13 +149,13 @@ TEST( XNetEndpointTest, KeepsTimeouts )
 {
     TestConnection connection;
     char byte = 0;
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 0 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveAnyData( &byte, 1, 0 ) );
     const XTimer timer;
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 30 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveAnyData( &byte, 1, 30 ) );
     EXPECT_GE( timer.GetElapsedMS(), 30 );
-    EXPECT_EQ( ErrorOf( [&] { FillUp( connection.client ); } ), 3105u );
+    EXPECT_ERROR( 3105, FillUp( connection.client ) );
     EXPECT_EQ( connection.client.GetState(), State::kStateConnected );
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 1 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.client.Disconnect( 1 ) );
     EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
 }
 
@@ -174,19 +163,18 @@ TEST( XNetEndpointTest, TellsWhyItDoesNotConnect )
 {
     XNetEndpoint endpoint;
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( XNetAddress( 0u, 80 ), kPatience ); } ), 3104u );
-    EXPECT_EQ(
-        ErrorOf( [&] { endpoint.Connect( XNetAddress( "no-such-host.invalid", 80 ), kPatience ); } ), 3104u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( XNetAddress( 0x7F000001, 65536 ), kPatience ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( GetDeafAddress(), kPatience ); } ), 3106u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( GetDeafAddress(), kPatience ); } ), 3106u );
+    EXPECT_ERROR( 3104, endpoint.Connect( XNetAddress( 0u, 80 ), kPatience ) );
+    EXPECT_ERROR( 3104, endpoint.Connect( XNetAddress( "no-such-host.invalid", 80 ), kPatience ) );
+    EXPECT_ERROR( 1013, endpoint.Connect( XNetAddress( 0x7F000001, 65536 ), kPatience ) );
+    EXPECT_ERROR( 3106, endpoint.Connect( GetDeafAddress(), kPatience ) );
+    EXPECT_ERROR( 3106, endpoint.ConnectWithProgress( GetDeafAddress(), kPatience ) );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.SendData( "a", 1, 0 ); } ), 3100u );
+    EXPECT_ERROR( 3100, endpoint.SendData( "a", 1, 0 ) );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
 
     TestConnection connection;
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Connect( GetDeafAddress(), 0 ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Listen(); } ), 1006u );
+    EXPECT_ERROR( 1006, connection.client.Connect( GetDeafAddress(), 0 ) );
+    EXPECT_ERROR( 1006, endpoint.Listen() );
 }
 
 /// The first adapter's address is one of this machine on which nobody listens at that port; the second takes connections.
@@ -201,17 +189,16 @@ TEST( XNetEndpointTest, TriesAdaptersInOrder )
     endpoint.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience );
     EXPECT_EQ( endpoint.GetRemoteAddress().GetIPAddress( false ), kLoopBack );
     XNetEndpoint other;
-    EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kLoopBack } ), kPatience, false ); } ), 3104u );
+    EXPECT_ERROR( 3104, other.Connect( makeAddress( { kLoopBack } ), kPatience, false ) );
     listener->Unbind();
-    EXPECT_EQ( ErrorOf( [&] { other.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience ); } ), 3106u );
+    EXPECT_ERROR( 3106, other.Connect( makeAddress( { kDeaf, kLoopBack } ), kPatience ) );
 }
 
 /// Another thread may end an attempt while no address is being tried.
 TEST( XNetEndpointTest, TriesNoFurtherAddressOnceDisconnected )
 {
-    class DisconnectedImp : public XSocketsTCPEndpointImp
+    struct DisconnectedImp : XSocketsTCPEndpointImp
     {
-    public:
         void Connect( const XNetAddress&, std::uint32_t ) override
         {
             ++itsAttempts;
@@ -225,7 +212,7 @@ TEST( XNetEndpointTest, TriesNoFurtherAddressOnceDisconnected )
     DisconnectedImp& imp = *owner;
     XNetEndpoint endpoint( std::move( owner ) );
     imp.itsEndpoint = &endpoint;
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( MakeAddress( { 1, 2, 3 }, 80 ), kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, endpoint.Connect( MakeAddress( { 1, 2, 3 }, 80 ), kPatience ) );
     EXPECT_EQ( imp.itsAttempts, 1 );
 }
 
@@ -234,16 +221,8 @@ TEST( XNetEndpointTest, NamesThePortInUse )
     TestListener listener;
     const std::int32_t port = listener.GetAddress().GetPort();
     XNetEndpoint other;
-    try
-    {
-        other.Bind( port );
-        FAIL();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_EQ( error.GetErrorNumber(), 10048u );
-        EXPECT_NE( MessageOf( error ).find( "port " + std::to_string( port ) ), std::string::npos );
-    }
+    EXPECT_ERROR( 10048, other.Bind( port ) );
+    EXPECT_CONTAINS( TextOfError( [&] { other.Bind( port ); } ), "port " + std::to_string( port ) );
     EXPECT_EQ( other.GetState(), State::kStateClosed );
     listener->Unbind();
     other.Bind( port );
@@ -276,7 +255,7 @@ TEST( XNetEndpointTest, NoticesThatThePeerHasGone )
     EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
     EXPECT_EQ( ReceiveText( *connection.server, 4 ), "last" );
     char byte = 0;
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.server->ReceiveAnyData( &byte, 1, kPatience ) );
     EXPECT_EQ( connection.server->GetState(), State::kStateDisconnected );
     EXPECT_EQ( connection.server->GetTotalBytesRead(), 0u );
 }
@@ -286,25 +265,18 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
     TestConnection connection;
     SendText( connection.client, "to be read" );
     SendText( *connection.server, "to be lost" );
-    TestThread client(
-        [&]
-        {
-            connection.client.Disconnect( kPatience );
-            return 0;
-        } );
+    TestThread client( [&] { connection.client.Disconnect( kPatience ); } );
     client.StartThread();
     EXPECT_EQ( ReceiveText( *connection.server, 10 ), "to be read" );
     AwaitDisconnecting( connection.client );
     connection.server->Disconnect( kPatience );
-    client.WaitForTerminate( kPatience );
-    EXPECT_EQ( client.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( client.Finish(), 0 );
     EXPECT_EQ( connection.client.GetState(), State::kStateDisconnected );
 }
 
 /// Every wait ends at once when another thread disconnects, is asked to stop, or to suspend.
-class WaitTest : public testing::TestWithParam<int>
+struct WaitTest : testing::TestWithParam<int>
 {
-protected:
     enum
     {
         kReceive,
@@ -387,9 +359,8 @@ TEST( XNetEndpointTest, EndsWaitsForATurn )
     XThread::SleepCurrentThread( 50 ); // with less they might not wait yet
     second.StopThread( 9 );
     EXPECT_EQ( second.GetThreadReturnCode(), 9 );
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 20 ); } ), 3105u );
-    first.WaitForTerminate( kPatience );
-    EXPECT_EQ( first.GetThreadReturnCode(), 3100 );
+    EXPECT_ERROR( 3105, connection.client.Disconnect( 20 ) );
+    EXPECT_EQ( first.Finish(), 3100 );
 }
 
 TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
@@ -401,19 +372,13 @@ TEST( XNetEndpointTest, ADisconnectionThatIsStoppedLeavesNobodyWaiting )
             char byte = 0;
             return static_cast<std::int32_t>( connection.client.ReceiveAnyData( &byte, 1, kNoTimeout ) );
         } );
-    TestThread closer(
-        [&]
-        {
-            connection.client.Disconnect( kNoTimeout );
-            return 0;
-        } );
+    TestThread closer( [&] { connection.client.Disconnect( kNoTimeout ); } );
     receiver.StartThread();
     XThread::SleepCurrentThread( 20 ); // so that the receiver has the connection
     closer.StartThread();
     AwaitDisconnecting( connection.client );
     closer.StopThread( 4 );
-    receiver.WaitForTerminate( kPatience );
-    EXPECT_EQ( receiver.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( receiver.Finish(), 3100 );
 }
 
 TEST( XNetEndpointTest, ADisconnectionLeavesNoBytesToAReceiver )
@@ -430,8 +395,8 @@ TEST( XNetEndpointTest, ReceivesFromConnectionsOnly )
 {
     TestListener listener;
     char byte = 0;
-    EXPECT_EQ( ErrorOf( [&] { listener->ReceiveAnyData( &byte, 1, 0 ); } ), 3100u );
-    EXPECT_EQ( ErrorOf( [&] { listener->SendData( &byte, 1, 0 ); } ), 3100u );
+    EXPECT_ERROR( 3100, listener->ReceiveAnyData( &byte, 1, 0 ) );
+    EXPECT_ERROR( 3100, listener->SendData( &byte, 1, 0 ) );
     XNetEndpoint client;
     client.Connect( listener.GetAddress(), kPatience ); // listens still
 }
@@ -447,31 +412,18 @@ TEST( XNetEndpointTest, EndsAConnectionAttempt )
     std::vector<XNetEndpoint> queued( 2 );
     std::uint32_t number = 0;
     for ( XNetEndpoint& endpoint : queued )
-        try
-        {
-            endpoint.Connect( address, 200 );
-        }
-        catch ( const XException& error )
-        {
-            number = error.GetErrorNumber();
-        }
+        number = ErrorOrZero( [&] { endpoint.Connect( address, 200 ); } );
     XNetEndpoint endpoint;
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 50 ); } ), 3105u ) << number;
-    EXPECT_EQ( ErrorOf( [&] { endpoint.Connect( address, 0 ); } ), 3105u );
-    EXPECT_EQ( ErrorOf( [&] { endpoint.ConnectWithProgress( address, 0 ); } ), 3105u );
+    EXPECT_ERROR( 3105, endpoint.Connect( address, 50 ) ) << number;
+    EXPECT_ERROR( 3105, endpoint.Connect( address, 0 ) );
+    EXPECT_ERROR( 3105, endpoint.ConnectWithProgress( address, 0 ) );
     EXPECT_EQ( AbortConnecting( endpoint, address ), 1001u );
     EXPECT_EQ( endpoint.GetState(), State::kStateClosed );
-    TestThread thread(
-        [&]
-        {
-            endpoint.ConnectWithProgress( address, kNoTimeout );
-            return 0;
-        } );
+    TestThread thread( [&] { endpoint.ConnectWithProgress( address, kNoTimeout ); } );
     thread.StartThread();
     XThread::SleepCurrentThread( 20 );
     endpoint.ForceDisconnect();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( thread.Finish(), 3100 );
     thread.StartThread();
     XThread::SleepCurrentThread( 20 );
     thread.StopThread( 5 );
@@ -516,7 +468,7 @@ TEST( XNetEndpointTest, RemembersItsKeepAliveTime )
         EXPECT_EQ( connection.client.GetKeepAliveTimeMS(), time );
     }
     XNetEndpoint closed;
-    EXPECT_EQ( ErrorOf( [&] { closed.SetKeepAliveTimeMS( 1 ); } ), 3100u );
+    EXPECT_ERROR( 3100, closed.SetKeepAliveTimeMS( 1 ) );
 
     TestListener listener; // whose options the system gives to the connections
     listener->SetKeepAliveTimeMS( 5000 );

@@ -2,9 +2,6 @@
 
 #include "Network/XEncryptedNetStream.h"
 
-#include <cstring>
-#include <vector>
-
 namespace
 {
 
@@ -22,9 +19,8 @@ struct Mode
     XByteOrder byteOrder;
 };
 
-class TestStream : public XEncryptedNetStream
+struct TestStream : XEncryptedNetStream
 {
-public:
     TestStream( XNetEndpoint& inEndpoint, const Mode& inMode, std::uint32_t inTimeoutMS = kPatience )
         : XEncryptedNetStream(
               inEndpoint, kKey, inMode.algorithm, inTimeoutMS, inTimeoutMS, inMode.bufferSize )
@@ -45,9 +41,8 @@ std::string ReceiveHex( XNetEndpoint& inEndpoint, std::uint32_t inCount )
     return text;
 }
 
-class NetStreamTest : public testing::TestWithParam<Mode>
+struct NetStreamTest : testing::TestWithParam<Mode>
 {
-protected:
     TestConnection itsConnection;
     TestStream itsClient{ itsConnection.client, GetParam() };
     TestStream itsServer{ *itsConnection.server, GetParam() };
@@ -73,7 +68,6 @@ TEST_P( NetStreamTest, CarriesValuesBothWays )
             itsServer.Write64S( value );
             itsServer.WriteBool( received == numbers );
             itsServer.Flush();
-            return 0;
         } );
     server.StartThread();
     itsClient.WriteString( "greetings to " );
@@ -84,8 +78,7 @@ TEST_P( NetStreamTest, CarriesValuesBothWays )
     EXPECT_EQ( itsClient.Read64S(), -5 );
     EXPECT_TRUE( itsClient.ReadBool() );
     EXPECT_EQ( itsClient.GetExtent(), -1 );
-    server.WaitForTerminate( kPatience );
-    EXPECT_EQ( server.GetThreadReturnCode(), 0 );
+    EXPECT_EQ( server.Finish(), 0 );
 }
 
 /// What has arrived when a read runs out of time is there for the next one.
@@ -95,7 +88,7 @@ TEST_P( NetStreamTest, LosesNothingToATimeout )
     itsClient.WriteBuffer8( "12345678", 8 );
     itsClient.Flush();
     itsServer.SetRecvTimeout( 20 );
-    EXPECT_EQ( ErrorOf( [&] { itsServer.ReadBuffer8( bytes, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, itsServer.ReadBuffer8( bytes, 20 ) );
     EXPECT_EQ( itsServer.GetPosition(), 0 );
     itsServer.SetRecvTimeout( kPatience );
     itsServer.ReadBuffer8( bytes, 8 ); // of the size of the write, as TEA has it
@@ -156,13 +149,8 @@ TEST( XNetStreamTest, PadsEachWriteOfTEA )
     EXPECT_EQ( connection.server->GetTotalBytesRead(), 8u );
     server.ReadBuffer8( bytes, 8 );
     EXPECT_EQ( std::string( bytes, 8 ), "abcdefgh" );
-    EXPECT_EQ( ErrorOf( [&] { TestStream( connection.client, { kTEA, 1, kIntelOrder } ); } ), 1006u );
-    EXPECT_EQ(
-        ErrorOf(
-            [&] {
-                TestStream( connection.client, { Algorithm( 3 ), 0, kIntelOrder } );
-            } ),
-        1013u );
+    EXPECT_ERROR( 1006, TestStream( connection.client, { kTEA, 1, kIntelOrder } ) );
+    EXPECT_ERROR( 1013, TestStream( connection.client, { Algorithm( 3 ), 0, kIntelOrder } ) );
 }
 
 /// The key stream of the sender has gone on by what nobody knows, so nothing that follows could be read.
@@ -181,7 +169,7 @@ TEST( XNetStreamTest, SendsNothingAfterAFailedSend )
         EXPECT_EQ( ErrorOf( fillUp ), 3105u );
         connection.server->ForceDisconnect();
         client.SetSendTimeout( kPatience );
-        EXPECT_EQ( ErrorOf( [&] { client.Write8( 1 ); } ), 3100u );
+        EXPECT_ERROR( 3100, client.Write8( 1 ) );
     }
 }
 
@@ -191,7 +179,7 @@ TEST( XNetStreamTest, HasNoOtherPositions )
     XNetStream stream( connection.client, 0, 0, 100 );
     stream.Write32( 1 );
     stream.SeekTo( 4 );
-    EXPECT_EQ( ErrorOf( [&] { stream.SeekTo( 0 ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { stream.SetExtent( 4 ); } ), 1013u );
+    EXPECT_ERROR( 1013, stream.SeekTo( 0 ) );
+    EXPECT_ERROR( 1013, stream.SetExtent( 4 ) );
     EXPECT_FALSE( stream.IsAtEOF() );
 }

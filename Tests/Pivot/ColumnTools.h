@@ -13,11 +13,6 @@
 #include "Pivot/Tables/XPivotRowRefColumn.h"
 #include "Pivot/Tables/XPivotTable.h"
 
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <optional>
-
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -25,9 +20,13 @@ using XRows = XVector<std::uint32_t>;
 
 /// A column of a class with the given rows, missing ones as std::nullopt.
 template<class TColumn>
-std::unique_ptr<TColumn> MakeColumn( const std::vector<std::optional<typename TColumn::XValue>>& inRows )
+std::unique_ptr<TColumn> MakeColumn(
+    const std::vector<std::optional<typename TColumn::XValue>>& inRows,
+    const XPivotColumnDescriptor& inDescriptor = { kPivotUserDefined, "name", "", "" } )
 {
-    auto column = std::make_unique<TColumn>( kPivotUserDefined, "name", "", "" );
+    auto column = std::make_unique<TColumn>(
+        inDescriptor.GetID(), inDescriptor.GetColumnName(), inDescriptor.GetChannelName(),
+        inDescriptor.GetUnits() );
     for ( const auto& row : inRows )
         column->AppendValue( row.value_or( column->GetDefaultValue() ), row.has_value() );
     return column;
@@ -57,7 +56,7 @@ inline void ExpectDamageIsSeen( const XBytes& inBytes )
     for ( std::size_t length = 0; length < inBytes.size(); ++length )
     {
         const XBytes part( inBytes.begin(), inBytes.begin() + static_cast<std::ptrdiff_t>( length ) );
-        EXPECT_EQ( ErrorOf( [&] { Read( part ); } ), 1260u ) << "cut off at " << length;
+        EXPECT_ERROR( 1260, Read( part ) ) << "cut off at " << length;
     }
     for ( std::size_t bit = 0; bit < 8 * inBytes.size(); ++bit )
     {

@@ -1,21 +1,10 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
 TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
 {
-    const XPivotColumnDescriptor volume(
-        kPivotVolume, "", "C1",
-        "\xB5"
-        "m3" );
-    EXPECT_EQ(
-        volume.GetDisplayName(),
-        "Volume (\xB5"
-        "m\xB3) (C1)" );
-    EXPECT_EQ(
-        volume.GetDisplayName( true ),
-        "Volume (\xB5"
-        "m\xB3)\r\n(C1)" );
+    const XPivotColumnDescriptor volume( kPivotVolume, "", "C1", "\265m3" );
+    EXPECT_EQ( volume.GetDisplayName(), "Volume (\265m\xB3) (C1)" );
+    EXPECT_EQ( volume.GetDisplayName( true ), "Volume (\265m\xB3)\r\n(C1)" );
     EXPECT_EQ( XPivotColumnDescriptor( kPivotHalfTime, "", "", "s" ).GetDisplayName(), "T\xBD (s)" );
     EXPECT_EQ( XPivotColumnDescriptor( kPivotDeltaSquared, "", "", "" ).GetDisplayName(), "Delta\xB2" );
     EXPECT_EQ( XPivotColumnDescriptor( kPivotUserDefined, "a^3", "", "" ).GetDisplayName(), "a\xB3" );

@@ -1,7 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
 TEST( XPivotColumnID, NamesEveryStandardQuantityOnce )
 {
     EXPECT_EQ( XGetPivotStandardIDs().size(), 140u );
@@ -10,16 +8,16 @@ TEST( XPivotColumnID, NamesEveryStandardQuantityOnce )
     EXPECT_EQ( XPivotColumn::GetIDName( kPivotCentroidXCalibrated ), "Centroid X" );
     EXPECT_EQ( XPivotColumn::GetIDName( kPivotVoxelRatio ), "Voxel Ratio Ch.X / Ch.Y" );
     EXPECT_EQ( XPivotColumn::GetIDName( kPivotDistanceIntensity ), "Intensity" );
-    EXPECT_EQ( ErrorOf( [] { XPivotColumn::GetIDName( kPivotNone ); } ), 3209u );
+    EXPECT_ERROR( 3209, XPivotColumn::GetIDName( kPivotNone ) );
 }
 
 TEST( XPivotColumnID, TakesNewOnesButNoneTwice )
 {
     constexpr auto kOwn = static_cast<XPivotColumnID>( 70001 );
-    EXPECT_EQ( ErrorOf( [&] { XPivotFloatColumn( kOwn, "", "", "" ); } ), 3209u );
+    EXPECT_ERROR( 3209, XPivotFloatColumn( kOwn, "", "", "" ) );
     XPivotColumn::RegisterID( kOwn, "Own" );
     EXPECT_EQ( XPivotFloatColumn( kOwn, "", "", "" ).GetColumnName(), "Own" );
-    EXPECT_EQ( ErrorOf( [&] { XPivotColumn::RegisterID( kOwn, "Own" ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [] { XPivotColumn::RegisterID( kPivotArea, "Area" ); } ), 1006u );
+    EXPECT_ERROR( 1006, XPivotColumn::RegisterID( kOwn, "Own" ) );
+    EXPECT_ERROR( 1006, XPivotColumn::RegisterID( kPivotArea, "Area" ) );
     XPivotColumn::RegisterStandardIDs();
 }

@@ -1,8 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-#include <thread>
-
 namespace
 {
 XPivotFloatColumn MakeFloats( const std::vector<std::optional<double>>& inRows )
@@ -13,7 +10,7 @@ XPivotFloatColumn MakeFloats( const std::vector<std::optional<double>>& inRows )
 
 TEST( XPivotColumn, TakesItsNameFromTheIDUnlessUserDefined )
 {
-    EXPECT_EQ( ErrorOf( [] { XPivotFloatColumn( kPivotCentroidX, "mine", "", "" ); } ), 1006u );
+    EXPECT_ERROR( 1006, XPivotFloatColumn( kPivotCentroidX, "mine", "", "" ) );
     XPivotFloatColumn standard( kPivotCentroidX, "", "C1", "px", 7 );
     EXPECT_EQ( standard.GetDescriptor().GetColumnName(), "Centroid X" );
     EXPECT_EQ( standard.GetRevision(), 7u );
@@ -31,7 +28,7 @@ TEST( XPivotColumn, GrowsByMissingRows )
     EXPECT_EQ( column.GetExistsVector(), ( XVector<std::uint8_t>{ 0, 0, 0, 0, 0, 1 } ) );
     EXPECT_TRUE( std::isnan( column.GetDataFloat( 0 ) ) );
     EXPECT_EQ( column.GetDataFloat( 5 ), 2.5 );
-    EXPECT_EQ( ErrorOf( [&] { column.SetData( 1.0, -1, true ); } ), 1006u );
+    EXPECT_ERROR( 1006, column.SetData( 1.0, -1, true ) );
 }
 
 TEST( XPivotColumn, ReadsMissingRowsAsTheDefault )
@@ -79,7 +76,7 @@ TEST( XPivotColumn, ConvertsBetweenClassesWhenCopying )
     integers.AppendData( 7, true );
     texts.CopyRowsInto( 1, integers, 0, 3 );
     EXPECT_EQ( integers.GetFloatVector(), ( XVector<double>{ 1.0, -3.0, 7.0 } ) );
-    EXPECT_EQ( ErrorOf( [&] { texts.CopyRowOver( 0, integers, 0 ); } ), 1000u );
+    EXPECT_ERROR( 1000, texts.CopyRowOver( 0, integers, 0 ) );
 }
 
 TEST( XPivotColumn, CopiesWithinItself )
@@ -92,7 +89,7 @@ TEST( XPivotColumn, CopiesWithinItself )
     EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 1.0, 2.0, 1.0, 1.0, 2.0 } ) );
     column.CopyRowsInto( 0, column, 0, 0 );
     EXPECT_EQ( column.GetColumnSize(), 8u );
-    EXPECT_EQ( ErrorOf( [&] { column.CopyRowsInto( 8, column, 0, 1 ); } ), 1006u );
+    EXPECT_ERROR( 1006, column.CopyRowsInto( 8, column, 0, 1 ) );
 }
 
 TEST( XPivotColumn, CopiesNoRowsWhereverTheyWouldBe )
@@ -117,13 +114,13 @@ TEST( XPivotColumn, InsertsAndDeletesRows )
 {
     auto column = MakeFloats( { 0.0, 1.0, 2.0, 3.0, 4.0 } );
     column.InsertEmptyRows( 5, 1 );
-    EXPECT_EQ( ErrorOf( [&] { column.InsertEmptyRows( 7, 1 ); } ), 1006u );
+    EXPECT_ERROR( 1006, column.InsertEmptyRows( 7, 1 ) );
     column.DeleteItems( 0, 1 );
     column.DeleteItems( XRows{ 3, 0, 3 } );
     EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 2.0, 3.0 } ) );
     EXPECT_EQ( column.GetColumnSize(), 3u );
-    EXPECT_EQ( ErrorOf( [&] { column.DeleteItems( XRows{ 3 } ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { column.DeleteItems( 1, 0xFFFFFFFF ); } ), 1006u );
+    EXPECT_ERROR( 1006, column.DeleteItems( XRows{ 3 } ) );
+    EXPECT_ERROR( 1006, column.DeleteItems( 1, 0xFFFFFFFF ) );
     column.ResizeRows( 4 );
     EXPECT_FALSE( column.DoesDataExist( 3 ) );
     column.Clear();
@@ -184,7 +181,7 @@ TEST( XPivotIntegerColumns, HoldNumbersWithinTheirRange )
     XPivotUInt32Column naturals;
     naturals.SetData( XVector<XString>{ "-1", "4294967296", "17 apples" } );
     EXPECT_EQ( naturals.GetDataVector(), ( XVector<std::uint32_t>{ 0, 0xFFFFFFFF, 17 } ) );
-    EXPECT_EQ( ErrorOf( [&] { naturals.SetData( "apples", 0, true ); } ), 1000u );
+    EXPECT_ERROR( 1000, naturals.SetData( "apples", 0, true ) );
     naturals.SetData( "apples", 0, false );
     EXPECT_EQ( naturals.FindDataFloat( 16.5 ), -1 );
     EXPECT_EQ( naturals.FindDataFloat( 17.0 ), 2 );

@@ -1,16 +1,10 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 namespace
 {
 const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
 const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
 const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
-
-using XReferences = XVector<XPivotRowRefColumn::XReference>;
 
 std::unique_ptr<XPivotOtherRowRefColumn> MakeParents()
 {
@@ -21,30 +15,17 @@ std::unique_ptr<XPivotOtherRowRefColumn> MakeParents()
 
 std::unique_ptr<XPivotRowRefColumn> MakeIDs( const std::vector<XUUID>& inRows )
 {
-    auto ids = std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" );
-    for ( const XUUID& uuid : inRows )
-        ids->AppendData( uuid, true );
-    return ids;
+    return MakeColumn<XPivotRowRefColumn>( { inRows.begin(), inRows.end() }, { kPivotID, "", "", "" } );
 }
 } // namespace
 
-TEST( XPivotRowRefColumn, CountsReferences )
+TEST( XPivotRowRefColumn, KeepsWhatIsReferredToFromElsewhere )
 {
-    XPivotRowRefColumn column;
-    column.AddRef( 0, kFirst, 0 );
-    column.AddRef( kFirst );
-    EXPECT_EQ( column.GetReferences(), ( XReferences{ { kFirst, 2, 1, 0 } } ) );
-    EXPECT_EQ( column.GetNextUserVisibleID(), 2u );
-    column.AddRef( 4, kFirst, 9 );
-    column.AddRef( XUUID() );
-    EXPECT_EQ( column.GetReferences(), ( XReferences{ { kFirst, 3, 9, 4 } } ) );
-    EXPECT_EQ( column.FindDataUUID( kFirst ), -1 ) << "no such row holds it";
-    EXPECT_EQ( column.GetDataUserVisibleID( kSecond ), 0u );
-
     const auto ids = MakeIDs( { kFirst, kSecond } );
     ids->AddRef( kFirst );
     ids->DeleteRefs( 0, 2 );
-    EXPECT_EQ( ids->GetReferences(), ( XReferences{ { kFirst, 1, 1, XPivotRowRefColumn::kNoRow } } ) );
+    EXPECT_EQ( ids->GetNumReferences(), 1u );
+    EXPECT_EQ( ids->GetDataUserVisibleID( kFirst ), 1u );
     ids->DeleteRef( kFirst );
     EXPECT_EQ( ids->GetNumReferences(), 0u );
 }
@@ -56,7 +37,7 @@ TEST( XPivotRowRefColumn, GivesNoNumberTwice )
     column.AddRef( kSecond );
     EXPECT_EQ( column.GetNextUserVisibleID(), 3u );
     for ( const std::uint32_t taken : { 1u, 2u } )
-        EXPECT_EQ( ErrorOf( [&] { column.AddRef( 0, kThird, taken ); } ), 1013u );
+        EXPECT_ERROR( 1013, column.AddRef( 0, kThird, taken ) );
     column.AddRef( 0, kFirst, 2 );
     column.AddRef( 1, kThird, 5 );
     column.AddRef( 1, kThird, 4 );
@@ -64,40 +45,10 @@ TEST( XPivotRowRefColumn, GivesNoNumberTwice )
     const auto copy = Read<XPivotRowRefColumn>( Write( column ) );
     for ( XPivotRowRefColumn* ids : { &column, copy.get() } )
     {
-        EXPECT_EQ( ErrorOf( [&] { ids->AddRef( 0, kThird, 1 ); } ), 1013u );
+        EXPECT_ERROR( 1013, ids->AddRef( 0, kThird, 1 ) );
         ids->AddRef( XUUID( "00000000-0000-0000-0000-000000000004" ) );
         EXPECT_EQ( ids->GetNextUserVisibleID(), 5u ) << "past 4";
     }
-}
-
-TEST( XPivotRowRefColumn, NamesARowOfThoseThatShareAnObjectAfterEveryChange )
-{
-    const std::uint32_t count = 60000; // a search of all rows for each would take minutes
-    XPivotRowRefColumn ids;
-    for ( std::uint32_t row = 0; row < count; ++row )
-        ids.AppendData( row % 2 ? kFirst : kSecond, true );
-    for ( std::uint32_t row = count; --row > 2; )
-        ids.DeleteRef( row );
-    EXPECT_EQ( ids.FindDataUUID( kFirst ), 1 );
-    EXPECT_EQ( ids.FindDataUUID( kSecond ) % 2, 0 );
-    EXPECT_EQ( Read<XPivotRowRefColumn>( Write( ids ) )->GetReferences(), ids.GetReferences() );
-    ids.SetData( kThird, 1, true );
-    EXPECT_EQ( ids.FindDataUUID( kFirst ), -1 );
-    EXPECT_EQ( ids.GetNumReferences(), 2u );
-}
-
-TEST( XPivotRowRefColumn, NumbersItsRowsAnew )
-{
-    const auto ids = MakeIDs( { kThird, kFirst, XUUID(), kSecond } );
-    ids->AddRef( kThird );
-    ids->DeleteItem( 0 );
-    ids->RenumberUserVisibleIDs();
-    EXPECT_EQ( ids->GetUserVisibleIDVector(), ( XVector<std::uint32_t>{ 1, 0, 2 } ) );
-    EXPECT_EQ( ids->GetDataUserVisibleID( kThird ), 3u );
-    EXPECT_EQ( ids->GetDataString( 2 ), "2" );
-    EXPECT_EQ( ids->FindDataFloat( 2.0 ), 2 );
-    EXPECT_EQ( ids->FindDataFloat( 3.0 ), -1 );
-    EXPECT_EQ( ids->FindDataFloat( 0.0 ), -1 );
 }
 
 TEST( XPivotRowRefColumn, FindsRowsByTheirNumbersAfterEveryChange )
@@ -130,9 +81,9 @@ TEST( XPivotRowRefColumn, StopsAtTheLastNumber )
     std::fill( bytes.end() - 4, bytes.end(), std::uint8_t( 0xFF ) ); // the next number
     bytes[bytes.size() - 5 - 7] = 0xFE;                              // the number of the first
     const auto ids = Read<XPivotRowRefColumn>( bytes );
-    EXPECT_EQ( ErrorOf( [&] { ids->SetData( kSecond, 0, true ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { *ids += *ids; } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { ids->AddRef( kSecond ); } ), 1006u );
+    EXPECT_ERROR( 1006, ids->SetData( kSecond, 0, true ) );
+    EXPECT_ERROR( 1006, *ids += *ids );
+    EXPECT_ERROR( 1006, ids->AddRef( kSecond ) );
     EXPECT_EQ( ids->GetColumnSize(), 1u );
     EXPECT_EQ( ids->GetNumReferences(), 1u );
     ids->RenumberUserVisibleIDs();

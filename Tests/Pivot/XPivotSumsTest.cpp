@@ -2,9 +2,6 @@
 
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-#include <random>
-
 TEST( XPivotSums, AreTheSameOnEveryProcessor )
 {
     std::mt19937 random( 7 );

@@ -1,10 +1,6 @@
 #include "Pivot/Accumulators/XPivotTableAccumulator.h"
 #include "Pivot/ColumnTools.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-
 namespace
 {
 using XType = XPivotTableAccumulator::XPivotTableAccumulatorType;
@@ -115,7 +111,7 @@ TEST( XPivotTableAccumulator, ListsWhatItsTypesGiveInTheirOrder )
     EXPECT_EQ( MakeAccumulator( { 5 } ).GetStringDescription(), "Min / Max" );
     EXPECT_EQ( XPivotTableAccumulator().GetStringDescription(), "Mean" );
     EXPECT_TRUE( accumulator == MakeAccumulator( { 1, 6 } ) && accumulator != XPivotTableAccumulator() );
-    EXPECT_EQ( ErrorOf( [] { MakeAccumulator( { 8 } ); } ), 1006u );
+    EXPECT_ERROR( 1006, MakeAccumulator( { 8 } ) );
     XVector<XString> descriptions;
     XPivotTableAccumulator::GetAllAccumulatorDescriptions( descriptions );
     EXPECT_EQ(
@@ -138,6 +134,6 @@ TEST( XPivotTableAccumulator, StreamsItsTypes )
     const XBytes bytes = Write( MakeAccumulator( { 6, 1 } ) );
     EXPECT_EQ( *Read<XPivotTableAccumulator>( bytes ), MakeAccumulator( { 1, 6 } ) );
     ExpectDamageIsSeen( bytes );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ca050000 ca050000 01 08" ) ); } ), 1005u );
-    EXPECT_EQ( ErrorOf( [] { Read( FromHex( "ca050000 ca050100 01 01" ) ); } ), 1015u );
+    EXPECT_ERROR( 1005, Read( FromHex( "ca050000 ca050000 01 08" ) ) );
+    EXPECT_ERROR( 1015, Read( FromHex( "ca050000 ca050100 01 01" ) ) );
 }

@@ -1,14 +1,6 @@
 #include "Pivot/Accumulators/XPivotTableAccumulator.h"
 #include "Pivot/ColumnTools.h"
-#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
-#include "Pivot/Tables/XPivotRowRefColumn.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <map>
-#include <random>
 #include <tuple>
 
 namespace
@@ -30,23 +22,12 @@ const XAccumulator kMeanAndCount =
 XPivotTable MakeTable()
 {
     XPivotTable table;
-    auto plates = std::make_unique<XPivotSInt32Column>( kPivotTimepoint, "", "", "" );
-    auto treatments = std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" );
-    auto areas = std::make_unique<XPivotFloatColumn>( kPivotArea, "", "C1", "px" );
-    const auto add = [&]( std::int32_t inPlate, const char* inTreatment, std::optional<double> inArea )
-    {
-        plates->AppendValue( inPlate, true );
-        treatments->AppendValue( inTreatment, true );
-        areas->AppendValue( inArea.value_or( kNaN ), inArea.has_value() );
-    };
-    add( 10, "drug", 4.0 );
-    add( -2, "none", 1.0 );
-    add( 10, "none", 2.0 );
-    add( 10, "drug", 6.0 );
-    add( 10, "none", std::nullopt );
-    table.AddColumn( std::move( plates ) );
-    table.AddColumn( std::move( treatments ) );
-    table.AddColumn( std::move( areas ) );
+    table.AddColumn(
+        MakeColumn<XPivotSInt32Column>( { 10, -2, 10, 10, 10 }, { kPivotTimepoint, "", "", "" } ) );
+    table.AddColumn( MakeColumn<XPivotStringColumn>(
+        { "drug", "none", "none", "drug", "none" }, { kPivotName, "", "", "" } ) );
+    table.AddColumn(
+        MakeColumn<XPivotFloatColumn>( { 4.0, 1.0, 2.0, 6.0, {} }, { kPivotArea, "", "C1", "px" } ) );
     return table;
 }
 
@@ -205,138 +186,14 @@ TEST( XPivotTablePivot, OfNothing )
     EXPECT_EQ( table.PagePivot( { 0 }, { 1 }, {}, {} ).GetNumRows(), 0u );
     table.Contract( { 0 }, {} );
     EXPECT_EQ( table.GetNumRows(), 0u );
-    EXPECT_EQ( ErrorOf( [&] { table.Pivot( { 3 }, {}, {} ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.Pivot( { 3 }, {}, {} ) );
 }
 
 TEST( XPivotTablePivot, RefusesMoreCellsThanThereIsSenseIn )
 {
     XPivotTable table;
-    auto numbers = std::make_unique<XPivotUInt32Column>();
+    auto& numbers = table.AddColumn( std::make_unique<XPivotUInt32Column>() );
     for ( std::uint32_t row = 0; row < 20000; ++row )
-        numbers->AppendValue( row, true );
-    table.AddColumn( std::move( numbers ) );
-    EXPECT_EQ( ErrorOf( [&] { table.Pivot( { 0 }, { 0 }, {} ); } ), 1012u );
-}
-
-// ---- Random tables, held against a map of vectors
-
-namespace
-{
-using XModelKey = std::tuple<int, double, std::string>; // missing, NaN, value; then the text key
-
-/// Missing before NaN before numbers.
-XModelKey
-MakeKey( const XPivotFloatColumn& inNumbers, const XPivotStringColumn& inTexts, std::uint32_t inRow )
-{
-    const double number = inNumbers.GetValue( inRow );
-    const int kind = !inNumbers.DoesDataExist( inRow ) ? 0 : std::isnan( number ) ? 1 : 2;
-    const std::string text =
-        inTexts.DoesDataExist( inRow ) ? "t" + std::string( inTexts.GetValue( inRow ) ) : "";
-    return { kind, kind == 2 ? number : 0.0, text };
-}
-
-XPivotTable MakeRandomTable( std::mt19937& ioRandom )
-{
-    constexpr double kNumbers[] = { 0.0, -0.0, 1.0, 1.0 + 1e-12, kNaN, kInfinity, -kInfinity, -7.5 };
-    constexpr double kSpecial[] = { kNaN, kInfinity, -kInfinity, -0.0 };
-    const char* const kTexts[] = { "", "a", "b", "c" };
-    XPivotTable table;
-    auto& numbers = table.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotUserDefined, "n", "", "" ) );
-    auto texts = std::make_unique<XPivotStringColumn>( kPivotUserDefined, "t", "", "" );
-    auto values = std::make_unique<XPivotFloatColumn>( kPivotUserDefined, "v", "", "" );
-    const auto rows = ioRandom() % 60;
-    for ( std::uint32_t row = 0; row < rows; ++row )
-    {
-        numbers.AppendValue( kNumbers[ioRandom() % 8], ioRandom() % 5 != 0 );
-        texts->AppendValue( kTexts[ioRandom() % 4], ioRandom() % 5 != 0 );
-        const double value =
-            ioRandom() % 3 ? static_cast<double>( ioRandom() % 1000 ) - 500.0 : kSpecial[ioRandom() % 4];
-        values->AppendValue( value, ioRandom() % 4 != 0 );
-    }
-    table.AddColumn( std::move( texts ) );
-    table.AddColumn( std::move( values ) );
-    return table;
-}
-
-/// Sum, count, minimum and maximum, as the accumulator defines them; missing where invalid.
-std::vector<std::optional<double>> ReduceByHand( const std::vector<double>& inValues )
-{
-    double sum = 0.0;
-    std::optional<double> minimum, maximum;
-    for ( const double value : inValues )
-    {
-        sum += value;
-        if ( std::isnan( value ) )
-            continue;
-        minimum = std::min( minimum.value_or( std::numeric_limits<double>::max() ), value );
-        maximum = std::max( maximum.value_or( std::numeric_limits<double>::min() ), value );
-    }
-    const bool hasNaN =
-        std::ranges::any_of( inValues, []( double inValue ) { return std::isnan( inValue ); } );
-    const auto count = static_cast<double>( inValues.size() );
-    return { hasNaN ? std::nullopt : std::optional( sum ), count, minimum, maximum };
-}
-
-void ExpectCell(
-    const XPivotTable& inPivot, std::uint32_t inFirstColumn, std::uint32_t inRow,
-    const std::vector<std::optional<double>>& inExpected )
-{
-    for ( std::uint32_t i = 0; i < inExpected.size(); ++i )
-    {
-        const XPivotColumn& column = inPivot.GetColumn( inFirstColumn + i );
-        ASSERT_EQ( column.DoesDataExist( inRow ), inExpected[i].has_value() ) << i;
-        const double value = column.GetDataFloat( inRow );
-        const bool areNaN = std::isnan( value ) && ( !inExpected[i] || std::isnan( *inExpected[i] ) );
-        ASSERT_TRUE( areNaN || value == *inExpected[i] ) << i << ": " << value;
-    }
-}
-} // namespace
-
-TEST( XPivotTablePivot, EqualsAModel )
-{
-    const auto accumulator = MakeAccumulator(
-        { XAccumulator::kAccumulateSum, XAccumulator::kAccumulateCount, XAccumulator::kAccumulateMinMax } );
-    for ( std::uint32_t seed = 0; seed < 300; ++seed )
-    {
-        SCOPED_TRACE( seed );
-        std::mt19937 random( seed );
-        const XPivotTable table = MakeRandomTable( random );
-        const auto& numbers = dynamic_cast<const XPivotFloatColumn&>( table.GetColumn( 0 ) );
-        const auto& texts = dynamic_cast<const XPivotStringColumn&>( table.GetColumn( 1 ) );
-        std::map<XModelKey, std::vector<double>> cells;
-        std::map<XModelKey, std::map<XModelKey, std::vector<double>>> byNumber; // then by text
-        const XPivotFloatColumn none;
-        std::map<XModelKey, int> textKeys;
-        for ( std::uint32_t row = 0; row < table.GetNumRows(); ++row )
-        {
-            auto& cell = cells[MakeKey( numbers, texts, row )];
-            auto& crossed =
-                byNumber[MakeKey( numbers, XPivotStringColumn(), row )][MakeKey( none, texts, row )];
-            textKeys[MakeKey( none, texts, row )] = 0;
-            if ( !table.GetColumn( 2 ).DoesDataExist( row ) )
-                continue;
-            cell.push_back( table.GetColumn( 2 ).GetDataFloat( row ) );
-            crossed.push_back( table.GetColumn( 2 ).GetDataFloat( row ) );
-        }
-
-        const XPivotTable pivot = table.Pivot( { 0, 1 }, {}, { { 2, accumulator } } );
-        ASSERT_EQ( pivot.GetNumRows(), cells.size() );
-        std::uint32_t row = 0;
-        for ( const auto& [key, values] : cells )
-            ExpectCell( pivot, 2, row++, ReduceByHand( values ) );
-
-        const XPivotTable crossed = table.Pivot( { 0 }, { 1 }, { { 2, accumulator } } );
-        ASSERT_EQ( crossed.GetNumRows(), byNumber.size() );
-        row = 0;
-        for ( auto& [number, line] : byNumber )
-        {
-            std::uint32_t column = 1;
-            for ( const auto& [text, unused] : textKeys )
-            {
-                ExpectCell( crossed, column, row, ReduceByHand( line[text] ) );
-                column += 4;
-            }
-            ++row;
-        }
-    }
+        numbers.AppendValue( row, true );
+    EXPECT_ERROR( 1012, table.Pivot( { 0 }, { 0 }, {} ) );
 }

@@ -1,8 +1,6 @@
 #include "Pivot/ColumnTools.h"
 #include "Pivot/Tables/Internal/XPivotTableGroups.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 /// A number and a text per row, and the row's number before anything moved.
@@ -44,21 +42,7 @@ TEST( XPivotTableSort, TakesEachKeyInItsDirection )
     EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
     table.Sort( XVector<XPivotTable::XSortKey>() );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
-    EXPECT_EQ( ErrorOf( [&] { table.Sort( { { 3 } } ); } ), 1006u );
-}
-
-TEST( XPivotTableSort, ByOneKeyIsWhatTheColumnDoes )
-{
-    for ( const std::uint32_t column : { 0u, 1u, 2u } )
-    {
-        for ( const auto direction : { kSortAscending, kSortDescending } )
-        {
-            XPivotTable one = MakeTable(), several = MakeTable();
-            one.Sort( column, direction );
-            several.Sort( { { column, direction } } );
-            EXPECT_EQ( RowsOf( one ), RowsOf( several ) );
-        }
-    }
+    EXPECT_ERROR( 1006, table.Sort( { { 3 } } ) );
 }
 
 TEST( XPivotTableFilter, CombinesWithAndAndOr )
@@ -75,7 +59,7 @@ TEST( XPivotTableFilter, CombinesWithAndAndOr )
     EXPECT_TRUE( table.FindRows( XFilter::AnyOf( {} ) ).empty() );
     table.FilterRows( XFilter::AllOf( { XFilter::AnyOf( { isTwo, isLong } ), isNotTwo } ) );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 6 } ) );
-    EXPECT_EQ( ErrorOf( [&] { table.FindRows( XFilter( 3, kFilterEqual, 0.0 ) ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.FindRows( XFilter( 3, kFilterEqual, 0.0 ) ) );
 }
 
 TEST( XPivotTableRows, AreDuplicated )
@@ -83,7 +67,7 @@ TEST( XPivotTableRows, AreDuplicated )
     XPivotTable table = MakeTable( { 1.0, 2.0, 3.0 }, { "a", "b", "c" } );
     table.DuplicateRows( { 2, 0, 2 } );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 1, 2, 2, 2 } ) );
-    EXPECT_EQ( ErrorOf( [&] { table.DuplicateRows( { 6 } ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.DuplicateRows( { 6 } ) );
     table.KeepRows( { 1, 5 } );
     table.DuplicateAllRows( 2, true );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 2, 2 } ) );
@@ -105,9 +89,7 @@ TEST( XPivotTableRows, LoseDuplicates )
     EXPECT_EQ( table.GetNumRows(), 4u );
     table.RemoveDuplicates( { 0 } );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 1, 3 } ) );
-    auto unknown = std::make_unique<XPivotUnknownColumn>();
-    unknown->ResizeRows( 3 );
-    table.AddColumn( std::move( unknown ) );
+    table.AddColumn( MakeColumn<XPivotSInt32Column>( { {}, {}, {} } ) );
     table.RemoveDuplicates( { 3 } ); // all its rows are missing
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0 } ) );
     XPivotTable none;

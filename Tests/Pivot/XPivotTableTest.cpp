@@ -1,7 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 const XPivotColumnDescriptor kArea( kPivotArea, "", "", "px" );
@@ -13,9 +11,7 @@ const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
 XPivotTable MakeTable( const std::vector<std::optional<double>>& inAreas )
 {
     XPivotTable table;
-    auto& areas = table.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", "px" ) );
-    for ( const auto& area : inAreas )
-        areas.AppendData( area.value_or( kNaN ), area.has_value() );
+    auto& areas = table.AddColumn( MakeColumn<XPivotFloatColumn>( inAreas, kArea ) );
     auto names = std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" );
     for ( std::uint32_t row = 0; row < areas.GetColumnSize(); ++row )
         names->AppendData( "area " + areas.GetDataString( row ), true );
@@ -49,12 +45,12 @@ TEST( XPivotTable, FindsStandardColumnsWithoutTheirName )
 TEST( XPivotTable, TakesColumnsOfItsLengthOnly )
 {
     XPivotTable table = MakeTable( { 1.0, 2.0 } );
-    EXPECT_EQ( ErrorOf( [&] { table.AddColumn( std::make_unique<XPivotFloatColumn>() ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { table.AddColumn( std::unique_ptr<XPivotFloatColumn>() ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.AddColumn( std::make_unique<XPivotFloatColumn>() ) );
+    EXPECT_ERROR( 1006, table.AddColumn( std::unique_ptr<XPivotFloatColumn>() ) );
     const std::unique_ptr<XPivotColumn> removed = table.RemoveColumn( 0 );
     EXPECT_EQ( removed->GetTable(), nullptr );
     EXPECT_EQ( table.GetNumColumns(), 2u );
-    EXPECT_EQ( ErrorOf( [&] { table.GetColumn( 2 ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.GetColumn( 2 ) );
 }
 
 TEST( XPivotTable, OwnsDeepCopies )
@@ -87,20 +83,14 @@ TEST( XPivotTable, KeepsColumnsInStep )
     ExpectInStep( table, { "2", "3" } );
     table.KeepRows( { 1, 0 } );
     ExpectInStep( table, { "3", "2" } );
-    EXPECT_EQ( ErrorOf( [&] { table.KeepRows( { 2 } ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { table.DeleteRows( 1, 2 ); } ), 1006u );
-    EXPECT_EQ( ErrorOf( [&] { table.InsertEmptyRows( 3, 1 ); } ), 1006u );
+    EXPECT_ERROR( 1006, table.KeepRows( { 2 } ) );
+    EXPECT_ERROR( 1006, table.DeleteRows( 1, 2 ) );
+    EXPECT_ERROR( 1006, table.InsertEmptyRows( 3, 1 ) );
     ExpectInStep( table, { "3", "2" } );
-}
-
-TEST( XPivotTable, FiltersRows )
-{
-    XPivotTable table = MakeTable( { 3.0, std::nullopt, 1.0, 3.0, 2.0 } );
-    EXPECT_EQ( table.FindRows( 0, XPivotTable::kFilterGreater, 1.5 ), ( XRows{ 0, 3, 4 } ) );
-    table.FilterRows( 0, XPivotTable::kFilterGreater, 1.5 );
-    ExpectInStep( table, { "3", "3", "2" } );
-    table.FilterRows( 1, XPivotTable::kFilterContains, XString( "3" ) );
-    ExpectInStep( table, { "3", "3" } );
+    table.FilterRows( 0, XPivotTable::kFilterGreater, 2.5 );
+    ExpectInStep( table, { "3" } );
+    table.FilterRows( 1, XPivotTable::kFilterContains, XString( "2" ) );
+    EXPECT_EQ( table.GetNumRows(), 0u );
 }
 
 TEST( XPivotTable, AppendsByDescriptor )
@@ -108,9 +98,7 @@ TEST( XPivotTable, AppendsByDescriptor )
     XPivotTable table = MakeTable( { 1.0 } );
     XPivotTable other;
     other.AddColumn( MakeColumn<XPivotSInt32Column>( { 8, 9 } ) );
-    auto areas = std::make_unique<XPivotSInt32Column>( kPivotArea, "", "", "px" );
-    areas->SetData( XVector<double>{ 5.0, 6.0 } );
-    other.AddColumn( std::move( areas ) );
+    other.AddColumn( MakeColumn<XPivotSInt32Column>( { 5, 6 }, kArea ) );
     table.Append( other );
     ASSERT_EQ( table.GetNumColumns(), 4u );
     EXPECT_EQ( table.GetColumn( 0 ).GetFloatVector(), ( XVector<double>{ 1.0, 5.0, 6.0 } ) );
@@ -125,10 +113,8 @@ TEST( XPivotTable, IsAsItWasWhenAppendingFails )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     XPivotTable other;
-    auto names = std::make_unique<XPivotStringColumn>( kPivotArea, "", "", "px" );
-    names->SetData( XVector<XString>{ "5", "large" } );
-    other.AddColumn( std::move( names ) );
-    EXPECT_EQ( ErrorOf( [&] { table.Append( other ); } ), 1000u );
+    other.AddColumn( MakeColumn<XPivotStringColumn>( { "5", "large" }, kArea ) );
+    EXPECT_ERROR( 1000, table.Append( other ) );
     ExpectInStep( table, { "1" } );
 
     XPivotTable objects;
@@ -138,58 +124,12 @@ TEST( XPivotTable, IsAsItWasWhenAppendingFails )
     wrong.AddColumn( MakeColumn<XPivotRowRefColumn>( { kSecond } ) );
     wrong.AddColumn( MakeColumn<XPivotStringColumn>( { "large" } ) ).SetColumnName( "size" );
     const XBytes before = Write( objects );
-    EXPECT_EQ( ErrorOf( [&] { objects.Append( wrong ); } ), 1000u );
+    EXPECT_ERROR( 1000, objects.Append( wrong ) );
     EXPECT_EQ( Write( objects ), before );
     EXPECT_EQ( ids.GetNextUserVisibleID(), 2u );
-    EXPECT_EQ( ErrorOf( [&] { ids.SetData( XVector<XString>{ kThird.UUIDToString(), "?" } ); } ), 1026u );
-    EXPECT_EQ(
-        ErrorOf(
-            [&] {
-                objects.GetColumn( 1 ).SetData( XVector<XString>{ "2", "large" } );
-            } ),
-        1000u );
+    EXPECT_ERROR( 1026, ids.SetData( XVector<XString>{ kThird.UUIDToString(), "?" } ) );
+    EXPECT_ERROR( 1000, objects.GetColumn( 1 ).SetData( XVector<XString>{ "2", "large" } ) );
     EXPECT_EQ( Write( objects ), before );
-}
-
-TEST( XPivotTable, KnowsObjectsWithoutRowsAsLongAsRowsReferToThem )
-{
-    XPivotTable table;
-    auto& ids = table.AddColumn( std::make_unique<XPivotRowRefColumn>( kPivotID, "", "", "" ) );
-    ids.SetData( kFirst, 2, true );
-    ids.SetData( kSecond, 1, true );
-    ids.SetData( kThird, 0, true );
-    auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
-    parents->SetRowRefColumnDescriptor( ids.GetDescriptor() );
-    parents->ResizeRows( 3 );
-    parents->SetData( kFirst, 0, true );
-    parents->SetData( kFirst, 1, true );
-    table.AddColumn( std::move( parents ) );
-    const XPivotTable whole( table );
-
-    table.FilterRows( 1, kFilterEqual, 1.0 );
-    EXPECT_EQ( table.GetColumn( 1 ).GetStringVector(), ( XVector<XString>{ "1", "1" } ) );
-    XPivotTable appended;
-    appended.Append( table );
-    EXPECT_NE( appended.GetColumn( 1 ).GetDataFloat( 0 ), 0.0 );
-    table.DeleteRows( 0, 1 );
-    EXPECT_EQ( table.GetColumn( 1 ).GetDataFloat( 0 ), 1.0 );
-    XPivotTable again( table );
-    table.Clear();
-    EXPECT_EQ( ids.GetNumReferences(), 0u ) << "nobody refers to it";
-
-    again.Append( whole );
-    again.Clear();
-    EXPECT_EQ( dynamic_cast<XPivotRowRefColumn&>( again.GetColumn( 0 ) ).GetNumReferences(), 0u )
-        << "the row that came back was enough";
-
-    ids.SetData( kSecond, 0, true );
-    dynamic_cast<XPivotOtherRowRefColumn&>( table.GetColumn( 1 ) ).SetData( kFirst, 0, true );
-    ids.AddRef( kFirst );
-    const std::uint32_t number = ids.GetDataUserVisibleID( kFirst );
-    table.Clear();
-    EXPECT_EQ( ids.GetDataUserVisibleID( kFirst ), number ) << "it is not the table's to forget";
-    ids.DeleteRef( kFirst );
-    EXPECT_EQ( ids.GetNumReferences(), 0u );
 }
 
 TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )
@@ -258,7 +198,7 @@ void ExpectSameAfterFailingAppend( XPivotTable inTable )
     XPivotTable other;
     other.AddColumn( MakeColumn<XPivotStringColumn>( { "large" } ) ).SetColumnName( "size" );
     const XBytes before = Write( inTable );
-    EXPECT_EQ( ErrorOf( [&] { inTable.Append( other ); } ), 1000u );
+    EXPECT_ERROR( 1000, inTable.Append( other ) );
     EXPECT_EQ( Write( inTable ), before );
 }
 } // namespace
@@ -288,8 +228,8 @@ TEST( XPivotTable, KeepsColumnsOfUnknownClasses )
         EXPECT_EQ( Read<XPivotTable>( Write( *table ) )->GetNumRows(), 2u );
     }
     ExpectDamageIsSeen( FromHex( MakeOpaqueTable( "02000000 01 00" ) ) );
-    EXPECT_EQ( ErrorOf( [&] { Read( FromHex( MakeOpaqueTable( "03000000 01 00 00" ) ) ); } ), 1005u );
-    EXPECT_EQ( ErrorOf( [&] { Read( FromHex( MakeOpaqueTable( "02000000 01 02" ) ) ); } ), 1005u );
+    EXPECT_ERROR( 1005, Read( FromHex( MakeOpaqueTable( "03000000 01 00 00" ) ) ) );
+    EXPECT_ERROR( 1005, Read( FromHex( MakeOpaqueTable( "02000000 01 02" ) ) ) );
 }
 
 TEST( XPivotTable, WritesNoForeignByteOrder )
@@ -311,19 +251,11 @@ TEST( XPivotTable, WritesNoForeignByteOrder )
             }() ) );
 }
 
-TEST( XPivotTable, RefusesTablesNestedAsColumns )
-{
-    std::string nested = "d1070000";
-    for ( int depth = 0; depth < 20000; ++depth )
-        nested += "d1070000010000000001000000000000d1070000";
-    EXPECT_EQ( ErrorOf( [&] { Read( FromHex( nested ) ); } ), 1005u );
-}
-
 TEST( XPivotTable, IsAsItWasWhenReadingFails )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     XBytes bytes = Write( MakeTable( { 2.0, 3.0 } ) );
     XMemStream stream( bytes.data() + 4, bytes.size() - 5 );
-    EXPECT_EQ( ErrorOf( [&] { table.ReadStream2( stream ); } ), 1260u );
+    EXPECT_ERROR( 1260, table.ReadStream2( stream ) );
     ExpectInStep( table, { "1" } );
 }

@@ -1,7 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
 TEST( XPivotUUIDColumn, ShowsTextAndHash )
 {
     XPivotUUIDColumn column;
@@ -10,6 +8,6 @@ TEST( XPivotUUIDColumn, ShowsTextAndHash )
     EXPECT_EQ( column.GetDataString( 0 ), "f81d4fae-7dec-11d0-a765-00a0c91e6bf6" );
     column.SetData( 5.0, 1, true );
     EXPECT_EQ( column.GetColumnSize(), 1u ) << "a number is no identifier";
-    EXPECT_EQ( ErrorOf( [&] { column.SetData( "x", 1, true ); } ), 1026u );
+    EXPECT_ERROR( 1026, column.SetData( "x", 1, true ) );
     EXPECT_EQ( column.GetColumnSize(), 1u );
 }

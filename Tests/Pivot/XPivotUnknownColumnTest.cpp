@@ -1,7 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-
 TEST( XPivotUnknownColumn, HasRowsButNoValues )
 {
     XPivotUnknownColumn column( kPivotUserDefined, "?", "", "" );

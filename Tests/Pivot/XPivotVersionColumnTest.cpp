@@ -1,8 +1,5 @@
 #include "Pivot/ColumnTools.h"
 
-#include <gtest/gtest.h>
-#include <thread>
-
 TEST( XPivotVersionColumn, ShowsDescriptionsByClassAlone )
 {
     const auto column = MakeColumn<XPivotVersionColumn>(

@@ -1,9 +1,6 @@
 #include "System/WCodePage.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
+#include "Testing.h"
 
 namespace
 {

@@ -1,19 +1,13 @@
 #include "Process/WCrashDump.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <string_view>
+#include "Testing.h"
 
 TEST( WCrashDumpTest, DescribesStackAndRegisters )
 {
     for ( int i = 0; i < 2; ++i )
     {
         const auto dump = WCrashDump::MakeForCurrentThread();
-        EXPECT_NE( dump.find( "Registers:" ), std::string::npos );
+        EXPECT_CONTAINS( dump, "Registers:" );
         const auto stack = dump.find( "Call stack" );
         ASSERT_NE( stack, std::string::npos ) << dump;
         // Some systems show the names of modules in lower case.

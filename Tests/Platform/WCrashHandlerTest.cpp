@@ -1,10 +1,6 @@
 #include "Process/WCrashHandler.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <gtest/gtest.h>
-#include <string>
-#include <string_view>
+#include "Testing.h"
 
 namespace
 {

@@ -1,9 +1,6 @@
 #include "Memory/WFileMapping.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
+#include "Testing.h"
 
 TEST( WFileMapping, KeepsThePageFilesBytesWithoutAView )
 {

@@ -1,11 +1,6 @@
 #include "Files/WFile.h"
 
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <array>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -46,10 +41,10 @@ TEST( WFileTest, ModesDecideWhatBecomesOfAFile )
     EXPECT_EQ( WFile( path, WFile::kRead ).GetSize(), 8u );
     WFile( path, WFile::kReadWrite ).WriteAt( 0, "C", 1 );
     EXPECT_EQ( folder.Read( "old" ), "Contents" );
-    EXPECT_EQ( ErrorOf( [&] { OpenFile( path, WFile::kCreateNew ); } ), 80u );
+    EXPECT_ERROR( 80, OpenFile( path, WFile::kCreateNew ) );
     EXPECT_EQ( WFile( path, WFile::kCreate ).GetSize(), 0u );
-    EXPECT_EQ( ErrorOf( [&] { OpenFile( folder / "none", WFile::kRead ); } ), 2u );
-    EXPECT_EQ( ErrorOf( [&] { OpenFile( folder / "none", WFile::kReadWrite ); } ), 2u );
+    EXPECT_ERROR( 2, OpenFile( folder / "none", WFile::kRead ) );
+    EXPECT_ERROR( 2, OpenFile( folder / "none", WFile::kReadWrite ) );
     EXPECT_NE( ErrorOf( [&] { WFile( path, WFile::kRead ).WriteAt( 0, "x", 1 ); } ), 0u );
     EXPECT_EQ( folder.CountEntries(), 1u );
 }
@@ -58,7 +53,7 @@ TEST( WFileTest, RefusesFolders )
 {
     const TestFolder folder;
     for ( const auto mode : { WFile::kRead, WFile::kReadWrite, WFile::kCreate } )
-        EXPECT_EQ( ErrorOf( [&] { OpenFile( folder.GetPath(), mode ); } ), 336u ) << mode;
+        EXPECT_ERROR( 336, OpenFile( folder.GetPath(), mode ) ) << mode;
 }
 
 TEST( WFileTest, MovesItsFile )
@@ -79,35 +74,15 @@ TEST( WFileTest, SeveralThreadsTransferAtOnce )
     const TestFolder folder;
     WFile file( folder / "shared", WFile::kCreate );
     constexpr std::uint64_t kBlock = 65536;
-    std::vector<std::thread> threads;
-    for ( std::uint64_t i = 0; i < 4; ++i )
-        threads.emplace_back(
-            [&, i]
-            {
-                const std::string block( kBlock, static_cast<char>( 'a' + i ) );
-                file.WriteAt( i * kBlock, block.data(), kBlock );
-                std::string back( kBlock, ' ' );
-                EXPECT_EQ( file.ReadAt( i * kBlock, back.data(), kBlock ), kBlock );
-                EXPECT_EQ( back, block );
-            } );
-    for ( auto& thread : threads )
-        thread.join();
+    RunOnThreads(
+        4,
+        [&]( unsigned inThread )
+        {
+            const std::string block( kBlock, static_cast<char>( 'a' + inThread ) );
+            file.WriteAt( inThread * kBlock, block.data(), kBlock );
+            std::string back( kBlock, ' ' );
+            EXPECT_EQ( file.ReadAt( inThread * kBlock, back.data(), kBlock ), kBlock );
+            EXPECT_EQ( back, block );
+        } );
     EXPECT_EQ( file.GetSize(), 4 * kBlock );
-}
-
-TEST( WFileTest, AFullDiskIsAnError )
-{
-    if ( !HasFullDevice() )
-        GTEST_SKIP() << "no device that is always full";
-    EXPECT_TRUE( WFile::IsDevice( kFullDevice ) );
-    WFile file( kFullDevice, WFile::kCreate );
-    EXPECT_EQ(
-        ErrorOf(
-            [&]
-            {
-                file.WriteAt( 0, "x", 1 );
-                file.Flush();
-                file.Close();
-            } ),
-        1263u );
 }

@@ -1,8 +1,6 @@
 #include "System/WProcessors.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include "Testing.h"
 
 TEST( WProcessors, EveryProcessorIsInOneCore )
 {

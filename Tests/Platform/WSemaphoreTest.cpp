@@ -1,18 +1,11 @@
 #include "Threads/Waiting/WSemaphore.h"
 
+#include "Testing.h"
 #include "Threads/WThread.h"
 #include "Threads/Waiting/WEvent.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <thread>
-#include <vector>
-
 namespace
 {
-
-constexpr std::uint32_t kPatience = 60'000;
 
 /// A platform thread that makes one alertable wait.
 class AlertableWaiter : private WThreadBody
@@ -78,13 +71,12 @@ TEST( WSemaphore, GivesEveryUnitToOneThread )
                 ++taken;
         }
     };
-    std::vector<std::thread> threads;
-    for ( int i = 0; i < 3; ++i )
-        threads.emplace_back( take );
-    for ( std::uint32_t given = 0; given < kUnits; given += 4 )
-        semaphore.Signal( 4 );
-    for ( auto& thread : threads )
-        thread.join();
+    const auto give = [&]
+    {
+        for ( std::uint32_t given = 0; given < kUnits; given += 4 )
+            semaphore.Signal( 4 );
+    };
+    RunTogether( take, take, take, give );
     EXPECT_EQ( kUnits, taken );
     EXPECT_EQ( 0u, semaphore.GetCount() );
 }
@@ -122,13 +114,13 @@ TEST( WEvent, StaysSetUntilResetByHand )
 {
     WEvent event;
     EXPECT_EQ( kWaitTimedOut, event.Wait( 5 ) );
-    std::vector<std::thread> threads;
-    for ( int i = 0; i < 4; ++i )
-        threads.emplace_back( [&] { EXPECT_EQ( kWaitSucceeded, event.Wait( kPatience ) ); } );
-    event.Set();
-    event.Set();
-    for ( auto& thread : threads )
-        thread.join();
+    const auto wait = [&] { EXPECT_EQ( kWaitSucceeded, event.Wait( kPatience ) ); };
+    const auto set = [&]
+    {
+        event.Set();
+        event.Set();
+    };
+    RunTogether( wait, wait, wait, wait, set );
     EXPECT_TRUE( event.IsSet() );
     event.Clear();
     EXPECT_EQ( kWaitTimedOut, event.Wait( 0 ) );
@@ -140,19 +132,22 @@ TEST( WEvent, LetsOneWaitSucceedWhenResetByWait )
     EXPECT_EQ( kWaitSucceeded, event.Wait( 0 ) );
     EXPECT_EQ( kWaitTimedOut, event.Wait( 0 ) );
     WEvent back( WEvent::kResetByWait );
-    std::thread other(
+    constexpr int kTurns = 2000;
+    RunTogether(
         [&]
         {
-            for ( int turn = 0; turn < 2000; ++turn )
+            for ( int turn = 0; turn < kTurns; ++turn )
             {
                 EXPECT_EQ( kWaitSucceeded, event.Wait( kPatience ) );
                 back.Set();
             }
+        },
+        [&]
+        {
+            for ( int turn = 0; turn < kTurns; ++turn )
+            {
+                event.Set();
+                EXPECT_EQ( kWaitSucceeded, back.Wait( kPatience ) );
+            }
         } );
-    for ( int turn = 0; turn < 2000; ++turn )
-    {
-        event.Set();
-        EXPECT_EQ( kWaitSucceeded, back.Wait( kPatience ) );
-    }
-    other.join();
 }

@@ -1,6 +1,6 @@
 #include "System/WStringTable.h"
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 TEST( WStringTableTest, TheModuleHoldsTheWholeSourceList )
 {

@@ -1,6 +1,6 @@
 #include "System/WSystemError.h"
 
-#include "TestErrors.h"
+#include "Testing.h"
 
 TEST( WSystemErrorTest, KeepsWindowsNumbersForErrno )
 {

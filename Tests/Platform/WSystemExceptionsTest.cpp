@@ -5,7 +5,7 @@
 
 #include "Ground/XFail.h"
 #include "System/WSystemError.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 namespace
 {
@@ -43,11 +43,11 @@ TEST( WSystemExceptionsTest, MapsStatuses )
           { 0xC000009A, 1028 },
           { 0xC00000B5, 2701 },
           { 0xC000020D, 3100 },
-          { 0xC0000034, 2 },
-          { 0xC0001234, 0xC0001234 } },
+          { 0xC0000034, 2 } },
         WNTStatusException::MapNTStatusToKorvaleError );
     EXPECT_EQ( WNTStatusException( 0xC0000022 ).MapNTStatusToWin32ErrorCode(), 5u );
     EXPECT_EQ( WNTStatusException( 0xC0000022 ).GetNTSTATUS(), 0xC0000022u );
+    EXPECT_EQ( WNTStatusException::MapNTStatusToKorvaleError( 0xC0001234 ), 0xC0001234u );
 }
 
 TEST( WSystemExceptionsTest, MapsResults )
@@ -75,7 +75,7 @@ TEST( WSystemExceptionsTest, TakesTheLastSystemErrorAndClearsIt )
     WSystemError::SetLast( 2 );
     EXPECT_EQ( WLastErrorException( 112 ).GetErrorNumber(), 1263u );
     EXPECT_EQ( WSystemError::GetLast(), 2u );
-    EXPECT_EQ( ErrorOf( [] { XThrowLastSystemError(); } ), 2u );
+    EXPECT_ERROR( 2, XThrowLastSystemError() );
     EXPECT_EQ( WSystemError::GetLast(), 0u );
 }
 

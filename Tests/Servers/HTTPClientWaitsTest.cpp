@@ -1,9 +1,5 @@
 #include "Servers/OddServer.h"
 
-#include "Jobs/XProgress.h"
-#include "Jobs/XProgressStrategyChanger.h"
-#include "Jobs/XThreadProgressStrategy.h"
-
 namespace
 {
 
@@ -53,12 +49,8 @@ TEST( HTTPClientWaitsTest, EndsAtOnceWhenItsThreadIsToStop )
 
 TEST( HTTPClientWaitsTest, EndsAtOnceWhenTheUserAborts )
 {
-    struct : XThreadProgressStrategy
-    {
-        using XThreadProgressStrategy::XThreadProgressStrategy;
-        void Yield() override { XProgress::Abort(); }
-    } strategy{ nullptr, XSpeaker::kWhenImmediate };
+    AbortingStrategy strategy( nullptr, XSpeaker::kWhenImmediate );
     const OddServer server( "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc" );
     const XProgressStrategyChanger changer( &strategy );
-    EXPECT_EQ( ErrorOf( [&] { XHTTPClient( MakeSettings() ).Get( server.GetURL() ); } ), 1001u );
+    EXPECT_ERROR( 1001, XHTTPClient( MakeSettings() ).Get( server.GetURL() ) );
 }

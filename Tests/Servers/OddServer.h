@@ -3,10 +3,6 @@
 #include "Network/TestConnection.h"
 #include "Servers/XHTTPClient.h"
 
-#include <mutex>
-#include <thread>
-#include <utility>
-
 inline XHTTPClient::XSettings MakePatientSettings()
 {
     XHTTPClient::XSettings settings;
@@ -16,9 +12,8 @@ inline XHTTPClient::XSettings MakePatientSettings()
 }
 
 /// A server that takes a request and sends certain bytes; then it closes, or waits for the client to do so.
-class OddServer
+struct OddServer
 {
-public:
     explicit OddServer( std::string inAnswer, bool inCloses = false )
         : itsThread(
               [this, inAnswer, inCloses]

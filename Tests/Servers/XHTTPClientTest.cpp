@@ -7,9 +7,8 @@
 namespace
 {
 
-class XHTTPClientTest : public testing::Test
+struct XHTTPClientTest : testing::Test
 {
-protected:
     XHTTPClientTest() : itsServer( "test" ), itsSettings( MakePatientSettings() )
     {
         itsServer.HandleGet( "/hello", []( const XHTTPRequest& ) { return XHTTPResponse::Text( "hello" ); } );
@@ -103,7 +102,7 @@ TEST_F( XHTTPClientTest, FollowsRedirections )
     EXPECT_EQ( Get( "/go/?status=302&to=/none" ).status, 404 );
     EXPECT_EQ( ErrorOf( [&] { Get( "/go/?status=302&to=ftp://x/" ); } ), 1013u );
     itsSettings.mostRedirects = 1;
-    EXPECT_EQ( ErrorOf( [&] { Get( "/go/?status=302&to=/go/?status=302%26to=/hello" ); } ), 3052u );
+    EXPECT_ERROR( 3052, Get( "/go/?status=302&to=/go/?status=302%26to=/hello" ) );
     itsSettings.mostRedirects = 0;
     EXPECT_EQ( Get( "/go/?status=302&to=/hello" ).status, 302 );
 }
@@ -127,10 +126,10 @@ TEST_F( XHTTPClientTest, SendsTheFieldsOfTheCaller )
     headers.Set( "X-Empty", "" );
     const std::string sent = XHTTPClient( itsSettings ).Post( GetURL( "/fields" ), "abc", headers ).body;
     EXPECT_TRUE( sent.ends_with( " abc" ) ) << sent;
-    EXPECT_NE( sent.find( " X-Empty= " ), std::string::npos ) << sent;
-    EXPECT_NE( sent.find( " Content-Length=3 " ), std::string::npos ) << sent;
+    EXPECT_CONTAINS( sent, " X-Empty= " );
+    EXPECT_CONTAINS( sent, " Content-Length=3 " );
     for ( const char* name : { "Content-Type", "Transfer-Encoding", "Expect", "=2" } )
-        EXPECT_EQ( sent.find( name ), std::string::npos ) << sent;
+        EXPECT_LACKS( sent, name );
 }
 
 TEST_F( XHTTPClientTest, TellsWhatWentWrong )
@@ -154,14 +153,6 @@ TEST_F( XHTTPClientTest, TellsWhatWentWrong )
     itsSettings.mostBodyBytes = 4;
     EXPECT_EQ( ErrorOfGet( url ), 3052u );
     itsServer.Stop();
-    try
-    {
-        XHTTPClient( itsSettings ).Get( url );
-        FAIL();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_EQ( error.GetErrorNumber(), 3106u );
-        EXPECT_NE( MessageOf( error ).find( url ), std::string::npos );
-    }
+    EXPECT_EQ( ErrorOfGet( url ), 3106u );
+    EXPECT_CONTAINS( TextOfError( [&] { XHTTPClient( itsSettings ).Get( url ); } ), url );
 }

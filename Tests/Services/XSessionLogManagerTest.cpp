@@ -2,16 +2,11 @@
 
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-
-#include <thread>
-
 namespace
 {
 
-class XSessionLogManagerTest : public testing::Test
+struct XSessionLogManagerTest : testing::Test
 {
-protected:
     XSessionLogManagerTest() { itsOptions.path = itsFolder / "deep/session.log"; }
 
     std::string Read( const std::string& inSuffix = "" ) const
@@ -51,14 +46,14 @@ TEST_F( XSessionLogManagerTest, WritesOneLineAnEntryAndIndentsTheRest )
         log.AddException( XException( 1005 ) );
         ASSERT_TRUE( log.Flush() );
         const std::string text = Read();
-        EXPECT_NE( text.find( "\twarning\t" ), std::string::npos );
-        EXPECT_NE( text.find( "\t-\tfirst\n\tsecond \xC2\xB5m\n" ), std::string::npos ) << text;
-        EXPECT_NE( text.find( "\terror\t" ), std::string::npos );
-        EXPECT_NE( text.find( "\t1005\tthe stream is corrupted (1005)\n" ), std::string::npos );
-        EXPECT_EQ( text.find( "too little" ), std::string::npos );
+        EXPECT_CONTAINS( text, "\twarning\t" );
+        EXPECT_CONTAINS( text, "\t-\tfirst\n\tsecond \xC2\xB5m\n" );
+        EXPECT_CONTAINS( text, "\terror\t" );
+        EXPECT_CONTAINS( text, "\t1005\tthe stream is corrupted (1005)\n" );
+        EXPECT_LACKS( text, "too little" );
         XSessionLogManager::Log( kLogError, "last words" );
     }
-    EXPECT_NE( Read().find( "last words\n" ), std::string::npos );
+    EXPECT_CONTAINS( Read(), "last words\n" );
     XSessionLogManager::Log( kLogError, "nobody hears this" );
 }
 
@@ -66,7 +61,7 @@ TEST_F( XSessionLogManagerTest, TakesInternalErrorsAndExceptionsThatEndNowhere )
 {
     XSessionLogManager log( itsOptions );
     EXPECT_THROW( KorvaleInternalError( "storage", "file.cpp", 7 ), XInternalException );
-    EXPECT_NE( Read().find( "storage in \"file.cpp\" at line 7" ), std::string::npos ) << "not flushed";
+    EXPECT_CONTAINS( Read(), "storage in \"file.cpp\" at line 7" ) << "not flushed";
     try
     {
         throw XException( 1021 );
@@ -76,7 +71,7 @@ TEST_F( XSessionLogManagerTest, TakesInternalErrorsAndExceptionsThatEndNowhere )
         XErrorLog::AddCurrentException();
     }
     ASSERT_TRUE( log.Flush() );
-    EXPECT_NE( Read().find( "\t1021\t" ), std::string::npos );
+    EXPECT_CONTAINS( Read(), "\t1021\t" );
 }
 
 TEST_F( XSessionLogManagerTest, RenamesFilesThatHaveGrown )
@@ -102,8 +97,8 @@ TEST_F( XSessionLogManagerTest, GoesOnWithoutItsFolderAndTellsWhatWasLost )
 
     std::filesystem::remove( itsFolder / "deep" );
     const std::string text = Log( log, "heard" );
-    EXPECT_NE( text.find( "3 entries of the log were lost" ), std::string::npos );
-    EXPECT_NE( text.find( "heard\n" ), std::string::npos );
+    EXPECT_CONTAINS( text, "3 entries of the log were lost" );
+    EXPECT_CONTAINS( text, "heard\n" );
 }
 
 TEST_F( XSessionLogManagerTest, GoesOnWhenTheDiskIsFullAndWhenItsFileIsRemoved )
@@ -118,11 +113,11 @@ TEST_F( XSessionLogManagerTest, GoesOnWhenTheDiskIsFullAndWhenItsFileIsRemoved )
     EXPECT_EQ( log.GetLostCount(), 1u );
 
     std::filesystem::remove( itsOptions.path );
-    EXPECT_NE( Log( log, "first" ).find( "1 entries of the log were lost" ), std::string::npos );
+    EXPECT_CONTAINS( Log( log, "first" ), "1 entries of the log were lost" );
     std::filesystem::remove( itsOptions.path );
     const std::string text = Log( log, "second" );
-    EXPECT_NE( text.find( "second\n" ), std::string::npos );
-    EXPECT_EQ( text.find( "first" ), std::string::npos );
+    EXPECT_CONTAINS( text, "second\n" );
+    EXPECT_LACKS( text, "first" );
     EXPECT_EQ( log.GetLostCount(), 1u );
 }
 
@@ -133,16 +128,13 @@ TEST_F( XSessionLogManagerTest, NeverBlocksAFloodAndCountsEveryEntry )
     std::uint64_t lost = 0;
     {
         XSessionLogManager log( itsOptions );
-        std::vector<std::thread> threads;
-        for ( int t = 0; t < kThreads; ++t )
-            threads.emplace_back(
-                [&log]
-                {
-                    for ( int i = 0; i < kEntries; ++i )
-                        log.AddEntry( { kLogInformation, "flood" } );
-                } );
-        for ( auto& thread : threads )
-            thread.join();
+        RunOnThreads(
+            kThreads,
+            [&]( unsigned )
+            {
+                for ( int i = 0; i < kEntries; ++i )
+                    log.AddEntry( { kLogInformation, "flood" } );
+            } );
         ASSERT_TRUE( log.Flush() );
         lost = log.GetLostCount();
     }

@@ -4,10 +4,7 @@
 #include "Core/Streams/XClassRegistry.h"
 #include "Core/Strings/XString.h"
 #include "Ground/XFail.h"
-#include "TestErrors.h"
-
-#include <cstdlib>
-#include <memory>
+#include "Testing.h"
 
 // The tests' main function has made the WInitCore that these run in.
 
@@ -32,7 +29,7 @@ void DieOfAnAbort()
 TEST( WInitTest, ThereIsOnlyOneCore )
 {
     EXPECT_TRUE( WInitCore::IsInitialised() );
-    EXPECT_EQ( ErrorOf( [] { const WInitCore second; } ), 1006u );
+    EXPECT_ERROR( 1006, const WInitCore second );
     EXPECT_TRUE( WInitCore::IsInitialised() );
     XException::SetLastError( 1007 );
     EXPECT_EQ( XException::GetLastError(), 1007u );
@@ -44,7 +41,7 @@ TEST( WInitTest, ThereIsOnlyOneApp )
     {
         const WInitApp app;
         EXPECT_NE( std::get_terminate(), previous );
-        EXPECT_EQ( ErrorOf( [] { const WInitApp second; } ), 1006u );
+        EXPECT_ERROR( 1006, const WInitApp second );
     }
     EXPECT_EQ( std::get_terminate(), previous );
     EXPECT_NO_THROW( WInitApp() );

@@ -1,29 +1,28 @@
 #pragma once
 
-#include "Core/Errors/XException.h"
+#include "Core/Times/XTimer.h"
+#include "Testing.h"
 #include "Threads/Waiting/WEvent.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <thread>
-#include <utility>
-#include <vector>
-
-/// How long a test waits for what must happen, in milliseconds; passed only by a test that fails.
-inline constexpr std::uint32_t kPatience = 60'000;
-
 /// A thread that runs a function.
-class TestThread : public XThread
+struct TestThread : XThread
 {
-public:
     using Body = std::function<std::int32_t()>;
 
-    explicit TestThread( Body inBody )
-        : XThread( "test", kThreadPriorityNormal ), itsBody( std::move( inBody ) )
+    /// The function returns the thread's code, or nothing for 0.
+    template<class TBody>
+    explicit TestThread( TBody inBody ) : XThread( "test", kThreadPriorityNormal )
     {
+        if constexpr ( std::is_void_v<decltype( inBody() )> )
+            itsBody = [inBody]
+            {
+                inBody();
+                return 0;
+            };
+        else
+            itsBody = inBody;
     }
     ~TestThread() override
     {
@@ -33,6 +32,20 @@ public:
 
     using XThread::ResetCancelState;
 
+    /// Starts the thread and waits for its end.
+    std::int32_t Run()
+    {
+        StartThread();
+        return Finish();
+    }
+
+    /// Waits for the end of the thread and returns what its function has.
+    std::int32_t Finish()
+    {
+        WaitForTerminate( kPatience );
+        return GetThreadReturnCode();
+    }
+
 protected:
     std::int32_t RunThreadSelf() override { return itsBody(); }
 
@@ -40,32 +53,34 @@ private:
     Body itsBody;
 };
 
-/// Runs a function on several threads, with the number of each, until all have returned. What one throws fails the test.
-template<class Body>
-void RunOnThreads( unsigned inCount, Body inBody )
+/// A body that ends only when it is stopped.
+inline std::int32_t SleepForEver()
 {
-    const auto run = [&]( unsigned inNumber )
-    {
-        try
-        {
-            inBody( inNumber );
-        }
-        catch ( const XException& error )
-        {
-            ADD_FAILURE() << "thread " << inNumber << ": error " << error.GetErrorNumber();
-        }
-    };
-    std::vector<std::thread> threads;
-    for ( unsigned i = 0; i < inCount; ++i )
-        threads.emplace_back( run, i );
-    for ( auto& thread : threads )
-        thread.join();
+    for ( ;; )
+        XThread::SleepCurrentThread( kNoTimeout, true );
 }
 
-/// The same with a function for each thread.
-template<class... Bodies>
-void RunTogether( Bodies... inBodies )
+/// Waits until a condition holds; false if it does not in good time.
+template<class TCondition>
+bool Await( TCondition inCondition )
 {
-    const std::function<void()> bodies[] = { inBodies... };
-    RunOnThreads( sizeof...( Bodies ), [&]( unsigned inNumber ) { bodies[inNumber](); } );
+    for ( const XTimer timer( kPatience ); !inCondition(); XThread::SleepCurrentThread( 1 ) )
+        if ( timer.HasExpired() )
+            return false;
+    return true;
 }
+
+/// Where a thread stops until another, which can wait for that, lets it go on.
+struct Halt
+{
+    void Stop()
+    {
+        itsIsReached.Set();
+        itsMayGoOn.Wait();
+    }
+    void AwaitStop() { itsIsReached.Wait(); }
+    void GoOn() { itsMayGoOn.Set(); }
+
+private:
+    WEvent itsIsReached, itsMayGoOn;
+};

@@ -1,19 +1,13 @@
 #include "Threads/XConditionVariable.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
-
-#include <gtest/gtest.h>
-
-#include <deque>
 
 namespace
 {
 
 /// Threads that wait for one condition, each told apart by its number.
-class Waiters
+struct Waiters
 {
-public:
     ~Waiters()
     {
         condition.Broadcast();
@@ -69,8 +63,8 @@ TEST( XConditionVariable, TimesOutWithTheMutexHeld )
     XConditionVariable condition;
     const XThreadLock lock( mutex );
     condition.Signal(); // nobody waits: lost
-    EXPECT_EQ( 2701u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
-    EXPECT_EQ( 2701u, ErrorOf( [&] { condition.WaitForInputOrSignal( mutex, 5 ); } ) );
+    EXPECT_ERROR( 2701, condition.Wait( mutex, 0 ) );
+    EXPECT_ERROR( 2701, condition.WaitForInputOrSignal( mutex, 5 ) );
     EXPECT_EQ( kWaitResultTimeout, condition.SleepForInputOrSignal( mutex, 0 ) );
     EXPECT_TRUE( condition.Sleep( mutex, 20 ) );
     mutex.AssertIsLockedOnce();
@@ -80,10 +74,10 @@ TEST( XConditionVariable, WantsTheMutexHeldOnce )
 {
     XMutex mutex;
     XConditionVariable condition;
-    EXPECT_EQ( 1006u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+    EXPECT_ERROR( 1006, condition.Wait( mutex, 0 ) );
     const XThreadLock lock( mutex );
     const XThreadLock again( mutex );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { condition.Wait( mutex, 0 ); } ) );
+    EXPECT_ERROR( 1006, condition.Wait( mutex, 0 ) );
 }
 
 TEST( XConditionVariable, SignalWakesThoseThatWaitedThenAndNoOthers )
@@ -155,9 +149,8 @@ TEST( XConditionVariable, LosesNoSignalAmongTimeouts )
 // A waiter that is signalled while it is being stopped passes the signal on.
 TEST( XConditionVariable, StoppedWaiterTakesNoSignalAway )
 {
-    class Stopped : public TestThread
+    struct Stopped : TestThread
     {
-    public:
         using TestThread::TestThread;
         XConditionVariable* condition = nullptr;
 
@@ -183,34 +176,8 @@ TEST( XConditionVariable, StoppedWaiterTakesNoSignalAway )
     waiters.WaitForWoken( 1 );
 }
 
-TEST( XConditionVariable, SuspendedWaiterMissesNoSignal )
-{
-    XMutex mutex;
-    XConditionVariable condition;
-    WEvent begun;
-    TestThread thread(
-        [&]
-        {
-            const XThreadLock lock( mutex );
-            begun.Set();
-            condition.Wait( mutex, kNoTimeout, true );
-            return 3;
-        } );
-    thread.StartThread();
-    begun.Wait();
-    thread.SuspendThread();
-    EXPECT_TRUE( thread.IsThreadSuspended() );
-    {
-        const XThreadLock lock( mutex ); // not held while suspended
-        condition.Signal();
-    }
-    thread.ResumeThread();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( 3, thread.GetThreadReturnCode() );
-}
-
 // The mutex goes to those who wait for it, not to a signalled waiter that is suspended.
-TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUp )
+TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUpAndMissesNoSignal )
 {
     XMutex mutex( 1 );
     XConditionVariable condition;
@@ -221,7 +188,7 @@ TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUp )
             const XThreadLock lock( mutex );
             begun.Set();
             condition.Wait( mutex, kNoTimeout, true );
-            return 0;
+            return 3;
         } );
     suspended.StartThread();
     begun.Wait();
@@ -238,6 +205,7 @@ TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUp )
     std::this_thread::sleep_for(
         std::chrono::milliseconds( 5 ) ); // for it to sleep, which makes the difference
     mutex.Unlock();
-    other.WaitForTerminate( kPatience );
-    EXPECT_EQ( 1, other.GetThreadReturnCode() );
+    EXPECT_EQ( 1, other.Finish() );
+    suspended.ResumeThread();
+    EXPECT_EQ( 3, suspended.Finish() );
 }

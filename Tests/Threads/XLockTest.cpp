@@ -1,18 +1,12 @@
 #include "Threads/XLock.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/XDataFetcher.h"
 
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-
 namespace
 {
-class Lockable : public XLockable
+struct Lockable : XLockable
 {
-public:
     int locks = 0;
     int data = 0;
     bool fails = false;
@@ -28,9 +22,8 @@ protected:
     void UnlockSelf( XLockMode ) override { --locks; }
 };
 
-class Fetcher : public XDataFetcher
+struct Fetcher : XDataFetcher
 {
-public:
     int calls = 0;
     bool fails = true;
 
@@ -58,9 +51,9 @@ TEST( XLock, UnlocksWhatItHolds )
     }
     EXPECT_EQ( 0, object.locks );
     object.fails = true;
-    EXPECT_EQ( 1012u, ErrorOf( [&] { const XLock lock( object, kLockForRead ); } ) );
+    EXPECT_ERROR( 1012, const XLock lock( object, kLockForRead ) );
     EXPECT_EQ( 0, object.locks );
-    EXPECT_EQ( 1006u, ErrorOf( [] { const XLock lock( nullptr, kLockForRead ); } ) );
+    EXPECT_ERROR( 1006, const XLock lock( nullptr, kLockForRead ) );
 }
 
 TEST( XLockable, FetchesItsDataOnceItCan )
@@ -68,7 +61,7 @@ TEST( XLockable, FetchesItsDataOnceItCan )
     Lockable object;
     Fetcher fetcher;
     object.SetDataFetcher( &fetcher );
-    EXPECT_EQ( 1005u, ErrorOf( [&] { const XLock lock( object, kLockForRead ); } ) );
+    EXPECT_ERROR( 1005, const XLock lock( object, kLockForRead ) );
     EXPECT_EQ( 0, object.locks );
     fetcher.fails = false;
     for ( int turn = 0; turn < 2; ++turn )

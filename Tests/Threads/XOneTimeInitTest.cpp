@@ -1,10 +1,6 @@
 #include "Threads/XOneTimeInit.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
-
-#include <gtest/gtest.h>
-#include <stdexcept>
 
 TEST( XOneTimeInit, TriesAgainAfterFailuresAndSucceedsOnce )
 {

@@ -1,10 +1,7 @@
 #include "Threads/XRWMutex.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/XRWLock.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -12,26 +9,14 @@ namespace
 /// Whether another thread gets the lock at once.
 bool OtherThreadGets( XRWMutex& inMutex, XRWLockMode inMode )
 {
-    bool gets = true;
-    RunTogether(
-        [&]
-        {
-            try
-            {
-                const XRWLock lock( inMutex, inMode, 0 );
-            }
-            catch ( const XException& )
-            {
-                gets = false;
-            }
-        } );
+    bool gets = false;
+    RunTogether( [&] { gets = ErrorOrZero( [&] { const XRWLock lock( inMutex, inMode, 0 ); } ) == 0; } );
     return gets;
 }
 
 /// A thread that asks for a write lock and gives it back once it has it.
-class WaitingWriter
+struct WaitingWriter
 {
-public:
     explicit WaitingWriter( XRWMutex& inMutex )
         : itsThread( [&] { const XRWLock lock( inMutex, kRWLockForWrite ); } )
     {
@@ -88,7 +73,7 @@ TEST( XRWMutex, PrefersWritersUntilTheyGiveUp )
     std::thread writer(
         [&]
         {
-            EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( kRWLockForWrite, 200 ); } ) );
+            EXPECT_ERROR( 2701, mutex.Lock( kRWLockForWrite, 200 ) );
             hasGivenUp = true;
         } );
     while ( !hasGivenUp && OtherThreadGets( mutex, kRWLockForRead ) )
@@ -117,20 +102,18 @@ TEST( XRWMutex, SharedWriterLetsReadersInUntilAnotherWriterWaits )
 TEST( XRWMutex, SharedWriterWaitsForItsReadersToBecomeExclusive )
 {
     XRWMutex mutex;
-    WEvent reads;
-    WEvent mayLeave;
+    Halt halt;
     mutex.Lock( kRWLockForSharedWrite );
     std::thread reader(
         [&]
         {
             const XRWLock lock( mutex, kRWLockForRead );
-            reads.Set();
-            mayLeave.Wait();
+            halt.Stop();
         } );
-    reads.Wait();
-    EXPECT_EQ( 2701u, ErrorOf( [&] { mutex.Lock( kRWLockForWrite, 10 ); } ) );
+    halt.AwaitStop();
+    EXPECT_ERROR( 2701, mutex.Lock( kRWLockForWrite, 10 ) );
     EXPECT_TRUE( OtherThreadGets( mutex, kRWLockForRead ) );
-    mayLeave.Set();
+    halt.GoOn();
     mutex.Lock( kRWLockForWrite );
     reader.join();
     mutex.Unlock( kRWLockForWrite );
@@ -165,7 +148,7 @@ TEST( XRWMutex, TellsOfTwoReadersThatWantToWrite )
     reads.Wait();
     while ( OtherThreadGets( mutex, kRWLockForRead ) )
         std::this_thread::yield();
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Lock( kRWLockForWrite ); } ) );
+    EXPECT_ERROR( 1006, mutex.Lock( kRWLockForWrite ) );
     mutex.Unlock( kRWLockForRead );
     other.join();
 }
@@ -173,12 +156,12 @@ TEST( XRWMutex, TellsOfTwoReadersThatWantToWrite )
 TEST( XRWMutex, TellsMisuse )
 {
     XRWMutex mutex;
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForRead ); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForWrite ); } ) );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForRead ) );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForWrite ) );
     const XRWLock shared( mutex, kRWLockForSharedWrite );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForRead ); } ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForWrite ); } ) );
-    RunTogether( [&] { EXPECT_EQ( 1006u, ErrorOf( [&] { mutex.Unlock( kRWLockForSharedWrite ); } ) ); } );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForRead ) );
+    EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForWrite ) );
+    RunTogether( [&] { EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForSharedWrite ) ); } );
 }
 
 TEST( XRWMutex, HoldsItsPromisesUnderLoad )

@@ -1,14 +1,8 @@
 #include "Threads/XThread.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/Waiting/WSemaphore.h"
 #include "Threads/XRWLock.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <random>
 
 namespace
 {
@@ -51,17 +45,15 @@ struct Blocked
         };
     }
 
-    XMutex mutex;
-    XMutex freeMutex;
+    XMutex mutex, freeMutex;
     XRWMutex rwMutex;
     WSemaphore semaphore;
     XConditionVariable condition;
 };
 
 /// A thread that only the base's destructor stops.
-class PlainThread : public XThread
+struct PlainThread : XThread
 {
-public:
     PlainThread( const Wait& inWait, WEvent& outIsInside )
         : XThread( "plain", kThreadPriorityNormal ), itsWait( inWait ), itsIsInside( outIsInside )
     {
@@ -91,7 +83,6 @@ void DestroyOnThreadThatIsToStop( std::unique_ptr<PlainThread>& ioThread )
                 XThread::GetCurrentThread()->AsyncStopThread();
             }
             ioThread.reset();
-            return 0;
         } );
     destroyer.StartThread();
     destroyer.WaitForTerminate( kPatience );
@@ -104,12 +95,7 @@ TEST( XThreadStorm, StopAndSuspendReachEveryWait )
     Blocked blocked;
     for ( const Wait& wait : blocked.GetWaits() )
     {
-        TestThread thread(
-            [&]
-            {
-                wait();
-                return 0;
-            } );
+        TestThread thread( [&] { wait(); } );
         for ( std::int32_t turn = 1; turn <= 20; ++turn )
         {
             thread.StartThread();
@@ -148,7 +134,6 @@ TEST( XThreadStorm, PreventedStopReachesTheNextWait )
                 }
                 XThread::TestCancelCurrentThread();
                 wait();
-                return 0;
             } );
         thread.StartThread();
         thread.StopThread( 6 );
@@ -191,7 +176,6 @@ TEST( XThreadStorm, ThreadsThatStopEachOtherEnd )
                 {
                     mayBegin.Wait();
                     threads[1 - i]->StopThread( 3 );
-                    return 0;
                 } );
         }
         threads[0]->StartThread();
@@ -230,47 +214,30 @@ TEST( XThreadStorm, SurvivesRequestsFromEverywhere )
             XThread::TestCancelCurrentThread();
         }
     };
+    using Request = void ( * )( XThread& );
+    static constexpr Request kRequests[] = {
+        []( XThread& ioThread ) { ioThread.StartThread(); },
+        []( XThread& ioThread ) { ioThread.StopThread(); },
+        []( XThread& ioThread ) { ioThread.SuspendThread(); },
+        []( XThread& ioThread ) { ioThread.AsyncSuspendThread(); },
+        []( XThread& ioThread ) { ioThread.SuspendThreadWithProgress(); },
+        []( XThread& ioThread ) { ioThread.StopThreadWithProgress(); },
+        []( XThread& ioThread ) { ioThread.ResumeThread(); },
+        []( XThread& ioThread ) { ioThread.ResumeThread(); } };
     const auto harass = [&]( unsigned inSeed )
     {
         std::minstd_rand random( inSeed + 16 * static_cast<unsigned>( GTEST_FLAG_GET( random_seed ) ) );
         while ( !isOver )
-        {
-            TestThread& thread = *threads[random() % kThreads];
-            switch ( random() % 8 )
-            {
-            case 0:
-                thread.StartThread();
-                break;
-            case 1:
-                thread.StopThread();
-                break;
-            case 2:
-                thread.SuspendThread();
-                break;
-            case 3:
-                thread.AsyncSuspendThread();
-                break;
-            case 4:
-                thread.SuspendThreadWithProgress();
-                break;
-            case 5:
-                thread.StopThreadWithProgress();
-                break;
-            default:
-                thread.ResumeThread();
-            }
-        }
+            kRequests[random() % std::size( kRequests )]( *threads[random() % kThreads] );
     };
     for ( auto& thread : threads )
         thread = std::make_unique<TestThread>( work );
-    std::thread clock(
-        [&]
-        {
-            std::this_thread::sleep_for( std::chrono::milliseconds( 300 ) );
-            isOver = true;
-        } );
-    RunTogether( [&] { harass( 1 ); }, [&] { harass( 2 ); }, [&] { harass( 3 ); } );
-    clock.join();
+    const auto end = [&]
+    {
+        std::this_thread::sleep_for( std::chrono::milliseconds( 300 ) );
+        isOver = true;
+    };
+    RunTogether( [&] { harass( 1 ); }, [&] { harass( 2 ); }, [&] { harass( 3 ); }, end );
     for ( auto& thread : threads )
     {
         thread->StopThread();

@@ -1,28 +1,16 @@
 #include "Threads/XThread.h"
 
-#include "TestErrors.h"
 #include "TestThread.h"
 #include "Threads/XMainThread.h"
 #include "Threads/XPreventThreadSuspend.h"
 #include "Threads/XThreadListener.h"
 
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-
 namespace
 {
 
-std::int32_t SleepForEver()
-{
-    for ( ;; )
-        XThread::SleepCurrentThread( kNoTimeout, true );
-}
-
 /// Takes note of the hooks that are called, and lets each throw.
-class HookedThread : public TestThread
+struct HookedThread : TestThread
 {
-public:
     using TestThread::TestThread;
     ~HookedThread() override
     {
@@ -64,9 +52,8 @@ private:
     std::atomic<std::uint32_t> itsStopCode = 0;
 };
 
-class Listener : public XThreadListener
+struct Listener : XThreadListener
 {
-public:
     explicit Listener( bool inThrows ) : itsThrows( inThrows ) { StartListening(); }
     ~Listener() override { StopListening(); }
 
@@ -101,12 +88,12 @@ void StartAndSuspendInWait( XThread& ioThread )
     EXPECT_TRUE( ioThread.IsThreadSuspended() );
 }
 
-std::int32_t ReturnCodeOf( const TestThread::Body& inBody )
+template<class TBody>
+std::int32_t ReturnCodeOf( const TBody& inBody )
 {
     TestThread thread( inBody );
     thread.StartThread();
-    thread.WaitForTerminate( kPatience );
-    return thread.GetThreadReturnCode();
+    return thread.Finish();
 }
 
 } // namespace
@@ -147,14 +134,7 @@ TEST( XThread, StartsAfterItsListenersHaveHeard )
 
 TEST( XThread, StopsItselfUnlessPrevented )
 {
-    EXPECT_EQ(
-        3,
-        ReturnCodeOf(
-            []
-            {
-                XThread::GetCurrentThread()->AsyncStopThread( 3 );
-                return 0;
-            } ) );
+    EXPECT_EQ( 3, ReturnCodeOf( [] { XThread::GetCurrentThread()->AsyncStopThread( 3 ); } ) );
     bool reachedGuardsEnd = false;
     EXPECT_EQ(
         4,
@@ -169,17 +149,9 @@ TEST( XThread, StopsItselfUnlessPrevented )
                     reachedGuardsEnd = true;
                 }
                 XThread::TestCancelCurrentThread();
-                return 0;
             } ) );
     EXPECT_TRUE( reachedGuardsEnd );
-    EXPECT_EQ(
-        2702,
-        ReturnCodeOf(
-            []
-            {
-                XThread::GetCurrentThread()->StartThread();
-                return 0;
-            } ) );
+    EXPECT_EQ( 2702, ReturnCodeOf( [] { XThread::GetCurrentThread()->StartThread(); } ) );
 }
 
 TEST( XThread, WithdrawsAStopButNotARestart )
@@ -203,8 +175,7 @@ TEST( XThread, WithdrawsAStopButNotARestart )
         TestThread thread( [&] { return body( inStopCode ); } );
         self = &thread;
         thread.StartThread();
-        thread.WaitForTerminate( kPatience );
-        return thread.GetThreadReturnCode();
+        return thread.Finish();
     };
     EXPECT_EQ( 0, run( 2950 ) );
     EXPECT_EQ( 2702, run( XThread::kRestartStopCode ) );
@@ -224,23 +195,21 @@ TEST( XThread, FirstRestartCodeStays )
     thread.AsyncStopThread( XThread::kRestartStopCode );
     thread.AsyncStopThread( 6 );
     mayCheck.Set();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( 2702, thread.GetThreadReturnCode() );
+    EXPECT_EQ( 2702, thread.Finish() );
 }
 
 TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
 {
     HookedThread thread( SleepForEver );
     thread.StartThread();
-    EXPECT_EQ( 2701u, ErrorOf( [&] { thread.WaitForSuspend( 0 ); } ) );
+    EXPECT_ERROR( 2701, thread.WaitForSuspend( 0 ) );
     EXPECT_TRUE( thread.SleepUntilSuspended( 5 ) );
     thread.SuspendThread();
     EXPECT_TRUE( thread.IsThreadSuspended() );
     EXPECT_FALSE( thread.SleepUntilSuspended( 0 ) );
-    EXPECT_EQ( 2701u, ErrorOf( [&] { thread.WaitForTerminate( 5 ); } ) );
+    EXPECT_ERROR( 2701, thread.WaitForTerminate( 5 ) );
     thread.ResumeThread();
-    while ( !thread.IsThreadRunning() )
-        std::this_thread::yield();
+    EXPECT_TRUE( Await( [&] { return thread.IsThreadRunning(); } ) );
     thread.SuspendThread();
     thread.StopThread( 8 );
     EXPECT_EQ( "suspending resuming suspending resuming stopping finish ", thread.GetCalls() );
@@ -343,21 +312,7 @@ TEST( XThread, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
         StartAndSuspendInWait( suspender );
         thread.ResumeThread();
         suspender.ResumeThread();
-        suspender.WaitForTerminate( kPatience );
-        EXPECT_EQ( 1, suspender.GetThreadReturnCode() );
-    }
-}
-
-TEST( XThread, IsSuspendedAgainThoughItHasNotWokenYet )
-{
-    TestThread thread( SleepForEver );
-    thread.StartThread();
-    for ( int turn = 0; turn < 100; ++turn )
-    {
-        thread.SuspendThread();
-        EXPECT_EQ( XThread::kThreadSuspended, thread.GetNextThreadState() );
-        EXPECT_TRUE( thread.IsThreadSuspended() );
-        thread.ResumeThread();
+        EXPECT_EQ( 1, suspender.Finish() );
     }
 }
 
@@ -374,11 +329,9 @@ TEST( XThread, WaitersMissNoSuspensionThatIsOver )
     StartAndSuspendInWait( waiter );
     thread.SuspendThread();
     thread.ResumeThread();
-    while ( !thread.IsThreadRunning() )
-        std::this_thread::yield();
+    EXPECT_TRUE( Await( [&] { return thread.IsThreadRunning(); } ) );
     waiter.ResumeThread();
-    waiter.WaitForTerminate( kPatience );
-    EXPECT_EQ( 1, waiter.GetThreadReturnCode() );
+    EXPECT_EQ( 1, waiter.Finish() );
 }
 
 TEST( XThread, ReleasesItsWaitersWhenDestroyed )
@@ -398,7 +351,6 @@ TEST( XThread, ReleasesItsWaitersWhenDestroyed )
         {
             const XPreventThreadStop guard;
             mayEnd.Wait();
-            return 0;
         } );
     thread->StartThread();
     std::vector<std::unique_ptr<TestThread>> waiters;
@@ -417,8 +369,7 @@ TEST( XThread, ReleasesItsWaitersWhenDestroyed )
     for ( const auto& waiter : waiters )
     {
         waiter->ResumeThread();
-        waiter->WaitForTerminate( kPatience );
-        EXPECT_EQ( 1, waiter->GetThreadReturnCode() );
+        EXPECT_EQ( 1, waiter->Finish() );
     }
 }
 
@@ -433,15 +384,11 @@ TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
         {
             EXPECT_EQ( 5u, XThread::GetCurrentThread()->GetTLS().size() );
             EXPECT_EQ( 0u, XTLSRegistry::GetData( XTLSRegistry::kApplicationData1 ) );
-            EXPECT_EQ(
-                1006u,
-                ErrorOf(
-                    []
-                    { XTLSRegistry::AssertNotZeroAndDecrementData( XTLSRegistry::kApplicationData1 ); } ) );
+            EXPECT_ERROR(
+                1006, XTLSRegistry::AssertNotZeroAndDecrementData( XTLSRegistry::kApplicationData1 ) );
             XTLSRegistry::RegisterData( XTLSRegistry::kApplicationData1, 10 );
             XTLSRegistry::IncrementData( XTLSRegistry::kApplicationData1 );
             EXPECT_EQ( 1006u, XException::GetLastError() );
-            return 0;
         } );
     for ( int run = 1; run <= 2; ++run )
     {
@@ -455,7 +402,7 @@ TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
         {
             EXPECT_EQ( nullptr, XThread::GetCurrentThread() );
             EXPECT_EQ( 0u, XTLSRegistry::GetData( XTLSRegistry::kCurrentJob ) );
-            EXPECT_EQ( 1006u, ErrorOf( [] { XTLSRegistry::RegisterData( XTLSRegistry::kCurrentJob, 1 ); } ) );
+            EXPECT_ERROR( 1006, XTLSRegistry::RegisterData( XTLSRegistry::kCurrentJob, 1 ) );
             XThread::TestCancelCurrentThread();
             XThread::SleepCurrentThread( 1, true );
         } );
@@ -478,19 +425,16 @@ TEST( XThread, TakesPriorityAndAffinity )
     thread.StartThread();
     thread.SetThreadPriority( kThreadPriorityIdle );
     EXPECT_EQ( kThreadPriorityIdle, thread.GetThreadPriority() );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadPriority( static_cast<XThreadPriority>( 7 ) ); } ) );
-    try
+    EXPECT_ERROR( 1006, thread.SetThreadPriority( static_cast<XThreadPriority>( 7 ) ) );
+    const auto hurry = [&] { thread.SetThreadPriority( kThreadPriorityTimeCritical ); };
+    if ( const std::uint32_t error = ErrorOrZero( hurry ) ) // not everybody has the right
     {
-        thread.SetThreadPriority( kThreadPriorityTimeCritical );
-    }
-    catch ( const XException& exception ) // not everybody has the right
-    {
-        EXPECT_EQ( 1021u, exception.GetErrorNumber() );
+        EXPECT_EQ( 1021u, error );
         EXPECT_EQ( kThreadPriorityIdle, thread.GetThreadPriority() );
     }
     EXPECT_EQ( XThread::GetAffinityMaskForAllCPUs(), thread.GetThreadAffinityMask() );
     thread.SetThreadAffinityMask( XThread::GetAffinityMaskForCore( 0 ) );
-    EXPECT_EQ( 1006u, ErrorOf( [&] { thread.SetThreadAffinityMask( 0 ); } ) );
+    EXPECT_ERROR( 1006, thread.SetThreadAffinityMask( 0 ) );
     constexpr std::uint32_t kInvalidParameter = 87; // the system's own number
     if ( XThread::GetProcessorCount() < 64 )
     {
@@ -498,6 +442,6 @@ TEST( XThread, TakesPriorityAndAffinity )
     }
     EXPECT_EQ( XThread::GetAffinityMaskForCore( 0 ), thread.GetThreadAffinityMask() );
     const std::uint32_t cores = XThread::GetPhysicalProcessorCoreCount();
-    EXPECT_EQ( 1006u, ErrorOf( [&] { XThread::GetAffinityMaskForCore( cores ); } ) );
+    EXPECT_ERROR( 1006, XThread::GetAffinityMaskForCore( cores ) );
     EXPECT_EQ( XThread::GetProcessorCount(), XThread::GetPercentCPUUsage().size() );
 }

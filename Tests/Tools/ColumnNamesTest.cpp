@@ -3,21 +3,12 @@
 #include "Support/WrongUsage.h"
 #include "TestTables.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 /// What FindColumnByName says of a name that it refuses.
 std::string GetRefusal( const XPivotTable& inTable, const std::string& inName )
 {
-    try
-    {
-        return "found " + std::to_string( FindColumnByName( inTable, inName ) );
-    }
-    catch ( const WrongUsage& error )
-    {
-        return error.what();
-    }
+    return TextOfError( [&] { FindColumnByName( inTable, inName ); } );
 }
 } // namespace
 
@@ -46,7 +37,7 @@ TEST( ColumnNames, AreRefusedWithTheNearest )
         GetRefusal( table, "Aera" ), "unknown column \"Aera\" (did you mean \"Area (\u00B5m\u00B2)\"?)" );
     EXPECT_EQ( GetRefusal( table, "mean c3" ), "unknown column \"mean c3\" (did you mean \"Mean (C1)\"?)" );
     for ( const auto& name : { "", "#0", "#14", "#-1", "#1x", "#99999999999" } )
-        EXPECT_EQ( GetRefusal( table, name ).find( "unknown column" ), 0u ) << name;
+        EXPECT_STARTS( GetRefusal( table, name ), "unknown column" ) << name;
     XPivotTable objects;
     AddTestColumn<XPivotUInt32Column>( objects, XPivotColumnDescriptor( kPivotPixelCount, "", "", "" ), {} );
     for ( const auto* name : { "area", "Area (\u00B5m\u00B2)" } )

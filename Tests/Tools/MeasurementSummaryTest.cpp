@@ -2,7 +2,6 @@
 
 #include "Imaging/TestPages.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 
 TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObjects )

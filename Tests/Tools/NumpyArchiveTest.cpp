@@ -5,10 +5,6 @@
 #include "TestFolder.h"
 #include "TestTables.h"
 
-#include <bit>
-#include <cstring>
-#include <gtest/gtest.h>
-
 namespace
 {
 template<class T>
@@ -86,15 +82,7 @@ TEST( NumpyArrays, AreRefusedWhereOneLongTextTakesAllTheRoom )
         auto column = std::make_unique<XPivotStringColumn>( kPivotUserDefined, "note", "", "" );
         column->SetValue( std::string( inLength, 'x' ), static_cast<std::int32_t>( inRows ) - 1, true );
         table.AddColumn( std::move( column ) );
-        try
-        {
-            MakeNumpyArrays( table );
-            return std::string();
-        }
-        catch ( const std::runtime_error& error )
-        {
-            return std::string( error.what() ).substr( 0, 35 );
-        }
+        return TextOfError( [&] { MakeNumpyArrays( table ); } ).substr( 0, 35 );
     };
     constexpr std::size_t kMost = 4 * 1024 * 1024;
     EXPECT_EQ( getRefusal( 16, kMost ), "" );

@@ -3,14 +3,10 @@
 #include "Images/WImageFile.h"
 #include "Imaging/TestPages.h"
 
-#include <cmath>
-#include <limits>
-
 namespace
 {
-class Overlay : public ProgramRun
+struct Overlay : ProgramRun
 {
-protected:
     WImagePage ReadPicture( const std::string& inName )
     {
         return WImageFile::Open( itsFolder / inName )->ReadPage( 0 );
@@ -42,8 +38,7 @@ TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
 {
     const auto square = MakeSquare();
     const auto image = WriteStack( "square.tif", { &square } );
-    ASSERT_EQ( Run( { "measure", image, "--overlay", Name( "o.png" ), "--threshold", "10" } ), 0 )
-        << itsError.str();
+    ASSERT_EQ( RunLine( "measure % --overlay @o.png --threshold 10", image ), 0 ) << itsError.str();
     const auto plain = ReadPicture( "o.png" );
     EXPECT_EQ( plain.width, 800u );
     EXPECT_EQ( plain.height, 800u );
@@ -55,9 +50,7 @@ TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
     EXPECT_EQ( get( 300, 210 )[0], 64 );
     EXPECT_EQ( CountColoured( plain, true ), 0u );
 
-    ASSERT_EQ(
-        Run( { "measure", image, "--overlay", Name( "i.png" ), "--threshold", "10", "--inside", "100" } ),
-        0 );
+    ASSERT_EQ( RunLine( "measure % --overlay @i.png --threshold 10 --inside 100", image ), 0 );
     EXPECT_GT( CountColoured( ReadPicture( "i.png" ), true ), 500u );
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }
@@ -100,9 +93,9 @@ TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
     const auto other = WriteStack( "other.tif", { &square } );
     for ( const auto* workers : { "1", "3" } )
         ASSERT_EQ(
-            Run(
-                { "measure", stack, other, "--overlay", Name( std::string( workers ) + ".png" ), "--csv",
-                  Name( "table.csv" ), "--threshold", "10", "--workers", workers } ),
+            RunLine(
+                "measure % % --overlay % --csv @table.csv --threshold 10 --workers %", stack, other,
+                Name( std::string( workers ) + ".png" ), workers ),
             0 )
             << itsError.str();
     EXPECT_EQ( itsFolder.CountEntries(), 2u + 1 + 2 * 4 );
@@ -112,11 +105,11 @@ TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
     EXPECT_NE( itsFolder.Read( "1-stack-0000.png" ), itsFolder.Read( "1-stack-0002.png" ) );
     EXPECT_NE( itsFolder.Read( "1-stack-0002.png" ), itsFolder.Read( "1-other.png" ) );
 
-    ASSERT_EQ( Run( { "measure", other, other, "--overlay", Name( "c.png" ), "-q" } ), 0 );
+    ASSERT_EQ( RunLine( "measure % % --overlay @c.png -q", other, other ), 0 );
     EXPECT_TRUE( std::filesystem::exists( itsFolder / "c-other.png" ) );
     EXPECT_TRUE( std::filesystem::exists( itsFolder / "c-other-2.png" ) );
 
-    ASSERT_EQ( Run( { "measure", stack, "--overlay", Name( "b.png" ), "--background", "min", "-q" } ), 1 );
+    ASSERT_EQ( RunLine( "measure % --overlay @b.png --background min -q", stack ), 1 );
     EXPECT_TRUE( std::filesystem::exists( itsFolder / "b-0000.png" ) );
     EXPECT_FALSE( std::filesystem::exists( itsFolder / "b-0001.png" ) ); // It is of another size.
     EXPECT_TRUE( std::filesystem::exists( itsFolder / "b-0002.png" ) );
@@ -137,9 +130,9 @@ TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
         EXPECT_EQ( Run( arguments ), 2 ) << itsError.str();
         EXPECT_EQ( itsFolder.CountEntries(), 2u );
     }
-    EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "none/o.png" ), "-o", Name( "table" ) } ), 1 );
-    EXPECT_NE( itsError.str().find( "cannot write " + Name( "none/o-0000.png" ) ), std::string::npos );
-    EXPECT_EQ( Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "none/table" ) } ), 1 );
+    EXPECT_EQ( RunLine( "measure % --overlay @none/o.png -o @table", image ), 1 );
+    EXPECT_CONTAINS( itsError.str(), "cannot write " + Name( "none/o-0000.png" ) );
+    EXPECT_EQ( RunLine( "measure % --overlay @o.png -o @none/table", image ), 1 );
     EXPECT_EQ( itsFolder.CountEntries(), 2u );
 }
 
@@ -149,14 +142,13 @@ TEST_F( Overlay, IsCheckedBeforeAnythingIsMeasured )
     const auto image = WriteStack( "a.tif", { &square, &square } ), text = Name( "text.tif" );
     itsFolder.Write( "text.tif", "no image, which would be told first" );
     std::filesystem::create_directories( itsFolder / "o-a-0001.png/below" );
-    const auto measure = [&]( const std::string& inOverlay ) {
-        return Run( { "measure", text, image, "--overlay", Name( inOverlay ), "-q" } );
-    };
+    const auto measure = [&]( const std::string& inOverlay )
+    { return RunLine( "measure % % --overlay % -q", text, image, Name( inOverlay ) ); };
     EXPECT_EQ( measure( "o.png" ), 1 );
-    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( "o-a-0001.png" ) ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( "o-a-0001.png" ) );
     const std::string longName( 248, 'n' );
     EXPECT_EQ( measure( longName + ".png" ), 1 );
-    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( longName ) ), 0u );
+    EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( longName ) );
 
     std::error_code error;
     std::filesystem::create_symlink( "p-a-0000.png", itsFolder / "p-a-0001.png", error );
@@ -174,11 +166,9 @@ TEST_F( Overlay, ThatFailsKeepsWhatIsComplete )
     std::filesystem::create_symlink( kFullDevice, itsFolder / "o-0001.png", error );
     if ( error || !HasFullDevice() )
         GTEST_SKIP() << "no link to a device that is always full";
-    EXPECT_EQ(
-        Run( { "measure", image, "--overlay", Name( "o.png" ), "-o", Name( "t" ), "--csv", Name( "c" ) } ),
-        1 );
-    EXPECT_EQ( itsError.str().find( "korvale: measure: cannot write " + Name( "o-0001.png" ) ), 0u );
+    EXPECT_EQ( RunLine( "measure % --overlay @o.png -o @t --csv @c", image ), 1 );
+    EXPECT_STARTS( itsError.str(), "korvale: measure: cannot write " + Name( "o-0001.png" ) );
     for ( const auto* name : { "o-0000.png.new", "o-0002.png.new", "t.new", "c.new" } )
-        EXPECT_NE( itsError.str().find( Name( name ) ), std::string::npos ) << itsError.str();
+        EXPECT_CONTAINS( itsError.str(), Name( name ) );
     EXPECT_EQ( itsFolder.CountEntries(), 2u + 4 );
 }

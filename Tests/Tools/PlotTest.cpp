@@ -1,23 +1,15 @@
 #include "ProgramRun.h"
 
-#include "Pivot/Columns/XPivotFloatColumn.h"
-#include "Pivot/Columns/XPivotStringColumn.h"
-#include "Pivot/Columns/XPivotUInt32Column.h"
+#include "Pivot/ColumnTools.h"
 #include "Plots/XPlotData.h"
 #include "Tables/TableFile.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace
 {
-constexpr auto kInfinity = std::numeric_limits<double>::infinity();
-constexpr auto kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// A table with areas, names and counts, and what is drawn of it.
-class Plot : public ProgramRun
+struct Plot : ProgramRun
 {
-protected:
     XPivotTable itsTable;
     XPivotFloatColumn& itsAreas;
     XPivotStringColumn& itsNames;
@@ -101,16 +93,13 @@ TEST_F( Plot, StaysOnItsSheet )
     for ( int i = 0; i < 9; ++i )
         AddRow( 126.9657 + 0.0001 * i, "a long name of a group " + std::to_string( i ) );
     ASSERT_EQ(
-        Run(
-            { "plot", WriteTable(), "--scatter", "area,area", "--by", "name", "--width", "40", "--height",
-              "40", "-o", Name( "p.svg" ) } ),
-        0 );
+        RunLine( "plot % --scatter area,area --by name --width 40 --height 40 -o @p.svg", WriteTable() ), 0 );
     const auto svg = itsFolder.Read( "p.svg" );
     constexpr double kHeight = 40 * 72 / 25.4;
     const std::string y = " y=\"";
     for ( auto at = svg.find( y ); at != std::string::npos; at = svg.find( y, at + 1 ) )
         EXPECT_LT( std::stod( svg.substr( at + y.size() ) ), kHeight - 5 );
-    EXPECT_EQ( svg.find( "font-size=\"-" ), std::string::npos );
+    EXPECT_LACKS( svg, "font-size=\"-" );
 }
 
 TEST_F( Plot, WritesTheSameFileEveryTime )
@@ -134,10 +123,10 @@ TEST_F( Plot, WritesTheSameFileEveryTime )
     const auto svg = itsFolder.Read( "plot.svg" );
     for ( const auto* text :
           { ">Area (\xC2\xB5m\xC2\xB2)<", ">Count<", ">A &amp; B<", ">&lt;one&gt; (14)<", ">n = 40<" } )
-        EXPECT_NE( svg.find( text ), std::string::npos ) << text;
-    EXPECT_NE( itsFolder.Read( "plot.PNG" ).find( "\x89PNG" ), std::string::npos );
+        EXPECT_CONTAINS( svg, text ) << text;
+    EXPECT_CONTAINS( itsFolder.Read( "plot.PNG" ), "\x89PNG" );
 
-    ASSERT_EQ( Run( { "plot", table, "--scatter", "area,#1", "--log-x", "-o", Name( "scatter.svg" ) } ), 0 );
+    ASSERT_EQ( RunLine( "plot % --scatter area,#1 --log-x -o @scatter.svg", table ), 0 );
     const auto scatter = itsFolder.Read( "scatter.svg" );
     std::size_t discs = 0;
     for ( auto at = scatter.find( "<circle" ); at != std::string::npos;
@@ -150,24 +139,15 @@ TEST_F( Plot, RefusesWrongUsage )
 {
     AddRow( 1, "a" );
     const auto table = WriteTable();
-    const std::vector<std::vector<std::string>> cases{
-        { "-o", Name( "p.png" ) },
-        { "--histogram", "area" },
-        { "--histogram", "area", "-o", Name( "p.gif" ) },
-        { "--histogram", "area", "--scatter", "area,area", "-o", Name( "p.png" ) },
-        { "--histogram", "name", "-o", Name( "p.png" ) },
-        { "--histogram", "volume", "-o", Name( "p.png" ) },
-        { "--scatter", "area", "-o", Name( "p.png" ) },
-        { "--scatter", "area,area", "--bins", "3", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--by", "volume", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--by", "area,name", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--where", "area~9", "-o", Name( "p.png" ) },
-        { "--histogram", "area", "--width", "10", "-o", Name( "p.png" ) },
-    };
-    for ( auto arguments : cases )
+    for ( const std::string& options :
+          Split( "-o @p.png|--histogram area|--histogram area -o @p.gif|"
+                 "--histogram area --scatter area,area -o @p.png|--histogram name -o @p.png|"
+                 "--histogram volume -o @p.png|--scatter area -o @p.png|"
+                 "--scatter area,area --bins 3 -o @p.png|--histogram area --by volume -o @p.png|"
+                 "--histogram area --by area,name -o @p.png|--histogram area --where area~9 -o @p.png|"
+                 "--histogram area --width 10 -o @p.png" ) )
     {
-        arguments.insert( arguments.begin(), { "plot", table } );
-        EXPECT_EQ( Run( arguments ), 2 ) << arguments.back();
+        EXPECT_EQ( RunLine( "plot % " + options, table ), 2 ) << options;
         EXPECT_NE( itsError.str(), "" );
     }
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
@@ -179,10 +159,9 @@ TEST_F( Plot, WritesNothingWhenThereIsNothingToDraw )
     AddRow( -1, "a" );
     const auto table = WriteTable();
     itsFolder.Write( "old.png", "older" );
-    EXPECT_EQ( Run( { "plot", table, "--histogram", "area", "--log-x", "-o", Name( "old.png" ) } ), 1 );
-    EXPECT_NE( itsError.str().find( "nothing to draw" ), std::string::npos );
-    EXPECT_EQ(
-        Run( { "plot", table, "--histogram", "area", "--where", "area>9", "-o", Name( "old.png" ) } ), 1 );
+    EXPECT_EQ( RunLine( "plot % --histogram area --log-x -o @old.png", table ), 1 );
+    EXPECT_CONTAINS( itsError.str(), "nothing to draw" );
+    EXPECT_EQ( RunLine( "plot % --histogram area --where area>9 -o @old.png", table ), 1 );
     EXPECT_EQ( itsError.str(), "korvale: " + table + ": no row passes the conditions\n" );
     EXPECT_EQ( itsFolder.Read( "old.png" ), "older" );
 }

@@ -5,15 +5,9 @@
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <vector>
-
 /// Runs the program as the command line does and keeps what it says.
-class ProgramRun : public testing::Test
+struct ProgramRun : testing::Test
 {
-protected:
     TestFolder itsFolder;
     std::ostringstream itsOut;
     std::ostringstream itsError;
@@ -26,11 +20,39 @@ protected:
         return RunProgram( inArguments, terminal );
     }
 
+    /// Runs the program with the words of a line: `@name` stands for a file of the folder, `''` for an empty word, and each
+    /// `%` for the next of the words that follow, or for the last one again.
+    template<class... TWords>
+    int RunLine( const std::string& inLine, const TWords&... inWords )
+    {
+        const std::vector<std::string> others{ inWords... };
+        std::vector<std::string> arguments = Split( inLine, ' ' );
+        std::erase( arguments, "" );
+        std::size_t next = 0;
+        for ( std::string& word : arguments )
+            if ( word == "%" )
+                word = others.at( std::min( next++, others.size() - 1 ) );
+            else if ( word[0] == '@' )
+                word = Name( word.substr( 1 ) );
+            else if ( word == "''" )
+                word.clear();
+        return Run( arguments );
+    }
+
     std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
 
+    std::string WritePages( const std::string& inName, const std::vector<WImagePage>& inPages )
+    {
+        std::vector<const WImagePage*> pages;
+        for ( const WImagePage& page : inPages )
+            pages.push_back( &page );
+        return WriteStack( inName, pages );
+    }
     std::string WriteStack( const std::string& inName, const std::vector<const WImagePage*>& inPages )
     {
-        WFile file( itsFolder / inName, WFile::kCreate );
+        const auto path = itsFolder / inName;
+        std::filesystem::create_directories( path.parent_path() );
+        WFile file( path, WFile::kCreate );
         XTIFFWriter writer( file );
         for ( const auto* page : inPages )
             writer.WritePage( *page );

@@ -1,11 +1,9 @@
 #include "Terminal/ProgressDisplay.h"
 
-#include "Core/Errors/XException.h"
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
+#include "Testing.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
 #include <sstream>
 
 TEST( ProgressDisplay, TellsEachTenthOnce )
@@ -20,7 +18,7 @@ TEST( ProgressDisplay, TellsEachTenthOnce )
         display.SetValue( inner, step % 100, 100 );
     }
     for ( int tenth = 1; tenth <= 10; ++tenth )
-        EXPECT_NE( error.str().find( std::to_string( tenth * 10 ) + " %" ), std::string::npos );
+        EXPECT_CONTAINS( error.str(), std::to_string( tenth * 10 ) + " %" );
     EXPECT_EQ( std::ranges::count( error.str(), '\n' ), 10 );
 }
 
@@ -34,8 +32,8 @@ TEST( ProgressDisplay, ErasesBarsBeforeOtherOutput )
     display.SetMessage( inner, "Two" );
     display.Draw();
     const std::string eraser = ProgressDisplay::GetEraser();
-    EXPECT_EQ( error.str().find( eraser + "One  0/1" ), 0u );
-    EXPECT_NE( error.str().find( "\n  Two  0/1" ), std::string::npos );
+    EXPECT_STARTS( error.str(), eraser + "One  0/1" );
+    EXPECT_CONTAINS( error.str(), "\n  Two  0/1" );
     EXPECT_TRUE( error.str().ends_with( "\x1B[1A\r" ) ) << "the cursor is at the first bar";
 
     error.str( "" );

@@ -1,7 +1,6 @@
 #include "Terminal/ProgressText.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
+#include "Testing.h"
 
 namespace
 {

@@ -2,18 +2,14 @@
 
 #include "Core/Streams/XFileStream.h"
 #include "Core/Streams/XMemStream.h"
-#include "Support/FilePaths.h"
 #include "Tables/TableFile.h"
 #include "TestTables.h"
-
-#include <algorithm>
 
 namespace
 {
 /// The commands that work on stored tables.
-class TableCommands : public ProgramRun
+struct TableCommands : ProgramRun
 {
-protected:
     std::string WriteTable( const std::string& inName, const XPivotTable& inTable ) const
     {
         WFile file( itsFolder / inName, WFile::kCreate );
@@ -26,7 +22,7 @@ protected:
     /// The first fields of the lines behind the head of a stored table, as CSV.
     std::string ReadFirstFields( const std::string& inName )
     {
-        EXPECT_EQ( Run( { "show", Name( inName ), "--csv" } ), 0 ) << itsError.str();
+        EXPECT_EQ( RunLine( "show % --csv", Name( inName ) ), 0 ) << itsError.str();
         std::istringstream lines( itsOut.str() );
         std::string line, fields;
         for ( std::getline( lines, line ); std::getline( lines, line ); )
@@ -67,24 +63,16 @@ TEST_F( TableCommands, TablesAreWrittenFrontToBackAsTheyAreInMemory )
 
 TEST_F( TableCommands, FilterKeepsRowsAndTheNumbersOfTheirParents )
 {
-    EXPECT_EQ(
-        Run( { "filter", itsTable, "--where", "id > 1", "--where", "mean c1 < 4", "-o", Name( "f" ) } ), 0 );
+    EXPECT_EQ( RunLine( "filter % --where % --where % -o @f", itsTable, "id > 1", "mean c1 < 4" ), 0 );
     EXPECT_EQ( itsOut.str() + itsError.str(), "" );
     EXPECT_EQ( ReadFirstFields( "f" ), "2,1 3,1 " );
-    EXPECT_EQ(
-        Run( { "filter", Name( "f" ), "--where", "parent id = 1", "--where", "id = 3", "-o", Name( "g" ) } ),
-        0 );
+    EXPECT_EQ( RunLine( "filter @f --where % --where % -o @g", "parent id = 1", "id = 3" ), 0 );
     EXPECT_EQ( ReadFirstFields( "g" ), "3,1 " );
     EXPECT_EQ(
-        Run(
-            { "filter", itsTable, "--any", "--where", "id = 1", "--where", "mean c1 = 4", "--csv",
-              Name( "c" ) } ),
-        0 );
-    EXPECT_EQ( itsFolder.Read( "c" ).find( "ID,Parent ID,Name,Timepoint,Area (\u00B5m\u00B2)," ), 0u );
-    EXPECT_NE(
-        itsFolder.Read( "c" ).find( "\n1,,img10,0,12.5,1,4,-5,1,3,2026-03-05 00:00:00.000000," ),
-        std::string::npos );
-    EXPECT_NE( itsFolder.Read( "c" ).find( "\n4,,\"\u00B5 \"\"x\"\", y\",," ), std::string::npos );
+        RunLine( "filter % --any --where % --where % --csv @c", itsTable, "id = 1", "mean c1 = 4" ), 0 );
+    EXPECT_STARTS( itsFolder.Read( "c" ), "ID,Parent ID,Name,Timepoint,Area (\u00B5m\u00B2)," );
+    EXPECT_CONTAINS( itsFolder.Read( "c" ), "\n1,,img10,0,12.5,1,4,-5,1,3,2026-03-05 00:00:00.000000," );
+    EXPECT_CONTAINS( itsFolder.Read( "c" ), "\n4,,\"\u00B5 \"\"x\"\", y\",," );
 }
 
 TEST_F( TableCommands, SortPutsRowsInOrder )
@@ -95,31 +83,28 @@ TEST_F( TableCommands, SortPutsRowsInOrder )
         { "\"A, B\":asc", "1, 2,1 4, 3,1 " }, { "parent id,id:desc", "4, 1, 3,1 2,1 " } };
     for ( const auto& [keys, rows] : cases )
     {
-        EXPECT_EQ( Run( { "sort", itsTable, "--by", keys, "-o", Name( "s" ) } ), 0 ) << itsError.str();
+        EXPECT_EQ( RunLine( "sort % --by % -o @s", itsTable, keys ), 0 ) << itsError.str();
         EXPECT_EQ( ReadFirstFields( "s" ), rows ) << keys;
     }
     XPivotTable table;
     AddTestColumn<XPivotUInt32Column>(
         table, XPivotColumnDescriptor( kPivotUserDefined, "x:desc", "", "" ), { 2, 3 } );
-    EXPECT_EQ( Run( { "sort", WriteTable( "x", table ), "--by", "\"x:desc\":desc" } ), 0 );
+    EXPECT_EQ( RunLine( "sort % --by \"x:desc\":desc", WriteTable( "x", table ) ), 0 );
     EXPECT_EQ( itsOut.str(), "x:desc\n     3\n     2\n" );
 }
 
 TEST_F( TableCommands, PivotGivesWhatIsAskedForInThatOrder )
 {
     EXPECT_EQ(
-        Run(
-            { "pivot", itsTable, "--rows", "#9", "--values", "mean c1,area", "--with", "sd,count,max",
-              "--csv", Name( "p" ) } ),
-        0 );
+        RunLine( "pivot % --rows #9 --values % --with sd,count,max --csv @p", itsTable, "mean c1,area" ), 0 );
     EXPECT_EQ(
         itsFolder.Read( "p" ),
         "twin,Mean: S.D. (C1),Mean: Count (C1),Mean: Max (C1),Area: S.D. (\u00B5m\u00B2),Area: Count,"
         "Area: Max (\u00B5m\u00B2)\n1,0.5,2,2,0,1,12.5\n2,0.5,2,4,0,2,100\n" );
     EXPECT_EQ(
-        Run(
-            { "pivot", itsTable, "--pages", "#9", "--rows", "name", "--columns", "parent id", "--values",
-              "mean c2", "--with", "Standard Error,VALUE", "--where", "id < 4" } ),
+        RunLine(
+            "pivot % --pages #9 --rows name --columns % --values % --with % --where %", itsTable, "parent id",
+            "mean c2", "Standard Error,VALUE", "id < 4" ),
         0 );
     EXPECT_EQ(
         itsOut.str(),
@@ -128,11 +113,7 @@ TEST_F( TableCommands, PivotGivesWhatIsAskedForInThatOrder )
         "img10                         0                4\n"
         "\ntwin: 2\nName  N/A: Standard Error (C2)  N/A: Value (C2)  1: Standard Error (C2)  1: Value (C2)\n"
         "                                                                      0              2\n" );
-    EXPECT_EQ(
-        Run(
-            { "pivot", itsTable, "--pages", "#9", "--values", "id", "--with", "count", "--csv",
-              Name( "p" ) } ),
-        0 );
+    EXPECT_EQ( RunLine( "pivot % --pages #9 --values id --with count --csv @p", itsTable ), 0 );
     EXPECT_EQ( itsFolder.Read( "p" ), "Internal Page Column,twin,Count\n1,1,2\n2,2,2\n" );
 }
 
@@ -144,12 +125,12 @@ TEST_F( TableCommands, PivotRefusesMoreColumnsThanAnyoneReads )
     for ( std::uint32_t i = 0; i < 20000; ++i )
         column.AppendValue( i, true );
     const auto many = WriteTable( "many", table );
-    EXPECT_EQ( Run( { "pivot", many, "--columns", "area", "--values", "area", "--with", "mean" } ), 2 );
-    EXPECT_NE( itsError.str().find( "20000 groups; they would make more than 10000" ), std::string::npos );
+    EXPECT_EQ( RunLine( "pivot % --columns area --values area --with mean", many ), 2 );
+    EXPECT_CONTAINS( itsError.str(), "20000 groups; they would make more than 10000" );
     EXPECT_EQ(
-        Run(
-            { "pivot", many, "--rows", "area", "--columns", "area", "--where", "area < 3", "--values", "area",
-              "--with", "sum", "--csv", Name( "p" ) } ),
+        RunLine(
+            "pivot % --rows area --columns area --where % --values area --with sum --csv @p", many,
+            "area < 3" ),
         0 );
     EXPECT_EQ( itsFolder.Read( "p" ), "Area,0: Sum,1: Sum,2: Sum\n0,0,0,0\n1,0,1,0\n2,0,0,2\n" );
 }
@@ -169,7 +150,7 @@ TEST_F( TableCommands, KeepContentsOfUnknownColumnsOrWarn )
         bytes.replace( at, known.size(), unknown );
 
     const auto foreign = PathToUTF8( itsFolder.Write( "foreign", bytes ) );
-    EXPECT_EQ( Run( { "sort", foreign, "--by", "count", "-o", Name( "s" ) } ), 0 );
+    EXPECT_EQ( RunLine( "sort % --by count -o @s", foreign ), 0 );
     EXPECT_EQ( itsError.str(), "" );
     EXPECT_EQ( itsFolder.Read( "s" ), bytes );
     for ( const std::vector<std::string>& arguments :
@@ -192,12 +173,12 @@ TEST_F( TableCommands, WriteNoEmptyLinesInACSVOfOneColumn )
 {
     XPivotTable table;
     AddTestColumn<XPivotFloatColumn>( table, XPivotColumnDescriptor( kPivotArea, "", "", "" ), { 1, {}, 3 } );
-    EXPECT_EQ( Run( { "show", WriteTable( "one", table ), "--csv" } ), 0 );
+    EXPECT_EQ( RunLine( "show % --csv", WriteTable( "one", table ) ), 0 );
     EXPECT_EQ( itsOut.str(), "Area\n1\n\"\"\n3\n" );
     AddTestColumn<XPivotStringColumn>(
         table, XPivotColumnDescriptor( kPivotUserDefined, "", "", "" ), { "", {}, "x" } );
     table.RemoveColumn( 0 );
-    EXPECT_EQ( Run( { "show", WriteTable( "one", table ), "--csv" } ), 0 );
+    EXPECT_EQ( RunLine( "show % --csv", WriteTable( "one", table ) ), 0 );
     EXPECT_EQ( itsOut.str(), "\"\"\n\"\"\n\"\"\nx\n" );
 }
 
@@ -220,47 +201,35 @@ TEST_F( TableCommands, LeaveAValidTableWithoutRows )
     expectEmpty( { "sort", empty, "--by", "area" }, noRows );
     expectEmpty( { "filter", empty, "--where", "Area > 1000" }, noRows );
     expectEmpty( { "pivot", empty, "--rows", "name", "--values", "id", "--with", "sum" }, noRows );
-    EXPECT_EQ( Run( { "export", empty, "--npz", Name( "e.npz" ) } ), 1 );
+    EXPECT_EQ( RunLine( "export % --npz @e.npz", empty ), 1 );
     EXPECT_EQ( itsError.str(), "korvale: " + empty + ": " + noRows + "\n" );
     EXPECT_GT( itsFolder.Read( "e.npz" ).size(), 0u );
 
-    EXPECT_EQ( Run( { "sort", WriteTable( "bare", XPivotTable() ), "--by", "area" } ), 2 );
-    EXPECT_EQ( Run( { "export", Name( "bare" ), "--csv", Name( "bare.csv" ) } ), 1 );
+    EXPECT_EQ( RunLine( "sort % --by area", WriteTable( "bare", XPivotTable() ) ), 2 );
+    EXPECT_EQ( RunLine( "export @bare --csv @bare.csv" ), 1 );
     EXPECT_EQ( itsFolder.Read( "bare.csv" ), "\n" );
 }
 
 TEST_F( TableCommands, RefuseWrongUsage )
 {
-    const auto out = Name( "out" );
-    const std::vector<std::vector<std::string>> cases{
-        { "sort", itsTable, "-o", out },
-        { "sort", itsTable, "--by", "", "-o", out },
-        { "sort", itsTable, "--by", "area,", "-o", out },
-        { "sort", itsTable, "--by", "area:down", "-o", out },
-        { "sort", itsTable, "--by", "mean", "-o", out },
-        { "sort", itsTable, "--by", "area", "-o", out, "--csv", out },
-        { "sort", itsTable, "--by", "area", "--csv", itsTable },
-        { "filter", itsTable, "-o", out },
-        { "filter", itsTable, "--where", "area", "-o", out },
-        { "filter", itsTable, "--where", "area contains 1", "-o", out },
-        { "pivot", itsTable, "--with", "mean", "-o", out },
-        { "pivot", itsTable, "--values", "area", "-o", out },
-        { "pivot", itsTable, "--values", "area", "--with", "men", "-o", out },
-        { "pivot", itsTable, "--values", "area", "--with", "mean,Mean", "-o", out },
-        { "pivot", itsTable, "--values", "name", "--with", "count,mean", "-o", out },
-        { "pivot", itsTable, "--values", "\"x<5\"", "--with", "sum", "-o", out },
-        { "pivot", itsTable, "--rows", "nme", "--values", "area", "--with", "mean", "-o", out },
-        { "export", itsTable },
-        { "export", itsTable, "--npz", "" },
-        { "export", itsTable, "--npz", itsTable },
-        { "export", itsTable, "--npz", out, "--csv", out } };
-    for ( const auto& arguments : cases )
+    for ( const std::string& line :
+          Split( "sort % -o @out|sort % --by '' -o @out|sort % --by area, -o @out|"
+                 "sort % --by area:down -o @out|sort % --by mean -o @out|"
+                 "sort % --by area -o @out --csv @out|sort % --by area --csv %|filter % -o @out|"
+                 "filter % --where area -o @out|filter % --where area~1 -o @out|"
+                 "pivot % --with mean -o @out|pivot % --values area -o @out|"
+                 "pivot % --values area --with men -o @out|"
+                 "pivot % --values area --with mean,Mean -o @out|"
+                 "pivot % --values name --with count,mean -o @out|"
+                 "pivot % --values \"x<5\" --with sum -o @out|"
+                 "pivot % --rows nme --values area --with mean -o @out|export %|export % --npz ''|"
+                 "export % --npz %|export % --npz @out --csv @out" ) )
     {
-        EXPECT_EQ( Run( arguments ), 2 ) << arguments[0] << ' ' << itsError.str();
-        EXPECT_EQ( std::ranges::count( itsError.str(), '\n' ) > 0, true );
+        EXPECT_EQ( RunLine( line, itsTable ), 2 ) << line << ' ' << itsError.str();
+        EXPECT_CONTAINS( itsError.str(), "\n" );
         EXPECT_EQ( itsOut.str(), "" );
     }
-    EXPECT_EQ( Run( { "pivot", itsTable, "--rows", "nme", "--values", "area", "--with", "mean" } ), 2 );
+    EXPECT_EQ( RunLine( "pivot % --rows nme --values area --with mean", itsTable ), 2 );
     EXPECT_EQ( itsError.str(), "korvale: pivot: unknown column \"nme\" (did you mean \"Name\"?)\n" );
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
 }
@@ -270,8 +239,8 @@ TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
     const auto expectFailure = [&]( const std::string& inBytes, const std::string& inText )
     {
         const auto file = PathToUTF8( itsFolder.Write( "wrong", inBytes ) );
-        EXPECT_EQ( Run( { "show", file } ), 1 );
-        EXPECT_EQ( itsError.str().find( "korvale: " + file + ": " + inText ), 0u ) << itsError.str();
+        EXPECT_EQ( RunLine( "show %", file ), 1 );
+        EXPECT_STARTS( itsError.str(), "korvale: " + file + ": " + inText );
     };
     expectFailure( "ID,Name,Area\n1,a,2\n", "a text file, not a table (expected " );
     expectFailure( std::string( "II*\0\x8\0\0\0\0\0\0\0\0\0", 14 ), "a TIFF image, not a table (expected " );
@@ -291,8 +260,7 @@ TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
     expectFailure( old, "the table is damaged at offset 25: " );
     bytes[bytes.size() - 4 - 8 - 4] = 9;
     expectFailure( bytes, "the table is damaged at offset " );
-    EXPECT_NE( itsError.str().find( "reaches beyond the 2 rows (1005)" ), std::string::npos )
-        << itsError.str();
+    EXPECT_CONTAINS( itsError.str(), "reaches beyond the 2 rows (1005)" );
 }
 
 TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
@@ -302,15 +270,13 @@ TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
     for ( std::size_t length = 0; length < bytes.size(); length += 97 )
     {
         const auto cut = PathToUTF8( itsFolder.Write( "cut", bytes.substr( 0, length ) ) );
-        EXPECT_EQ( Run( { "sort", cut, "--by", "area", "-o", Name( "out" ) } ), 1 ) << length;
-        EXPECT_EQ( itsError.str().find( "korvale: " + cut + ": " ), 0u ) << itsError.str();
-        EXPECT_NE( itsError.str().find( length < 5 ? "(" : "(1" ), std::string::npos ) << itsError.str();
+        EXPECT_EQ( RunLine( "sort % --by area -o @out", cut ), 1 ) << length;
+        EXPECT_STARTS( itsError.str(), "korvale: " + cut + ": " );
+        EXPECT_CONTAINS( itsError.str(), length < 5 ? "(" : "(1" );
     }
-    EXPECT_EQ( Run( { "export", Name( "no" ), "--npz", Name( "out" ) } ), 1 );
-    EXPECT_EQ(
-        Run( { "filter", itsTable, "--where", "id > 1", "-o", Name( "out" ), "--csv", Name( "no/folder" ) } ),
-        1 );
-    EXPECT_EQ( itsError.str().find( "korvale: filter: cannot write " + Name( "no/folder" ) + ": " ), 0u );
+    EXPECT_EQ( RunLine( "export @no --npz @out" ), 1 );
+    EXPECT_EQ( RunLine( "filter % --where % -o @out --csv @no/folder", itsTable, "id > 1" ), 1 );
+    EXPECT_STARTS( itsError.str(), "korvale: filter: cannot write " + Name( "no/folder" ) + ": " );
     EXPECT_EQ( itsFolder.Read( "out" ), "older" );
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }

@@ -3,8 +3,8 @@
 #include "Jobs/XProgress.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Terminal/ProgressDisplay.h"
+#include "Testing.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 
 TEST( TerminalProgressStrategy, GivesBarsToTheOutermostAndOnRequest )
@@ -26,7 +26,7 @@ TEST( TerminalProgressStrategy, GivesBarsToTheOutermostAndOnRequest )
         EXPECT_TRUE( strategy.HasProgressBar( forced ) );
         EXPECT_EQ( outer.GetMessage(), "of the bar around it" );
         display.Draw();
-        EXPECT_NE( error.str().find( "Jof the bar around it  0/4" ), std::string::npos ) << error.str();
+        EXPECT_CONTAINS( error.str(), "Jof the bar around it  0/4" );
     }
     EXPECT_TRUE( error.str().ends_with( ProgressDisplay::GetEraser() ) );
 }

@@ -1,17 +1,6 @@
 #pragma once
 
-#include "Pivot/Columns/XPivotFloatColumn.h"
-#include "Pivot/Columns/XPivotSInt32Column.h"
-#include "Pivot/Columns/XPivotStringColumn.h"
-#include "Pivot/Columns/XPivotTimeColumn.h"
-#include "Pivot/Columns/XPivotUInt32Column.h"
-#include "Pivot/Columns/XPivotUUIDColumn.h"
-#include "Pivot/Columns/XPivotUnknownColumn.h"
-#include "Pivot/Tables/XPivotOtherRowRefColumn.h"
-#include "Pivot/Tables/XPivotRowRefColumn.h"
-#include "Pivot/Tables/XPivotTable.h"
-
-#include <optional>
+#include "Pivot/ColumnTools.h"
 
 /// Adds a column of these values; those that are not there are missing.
 template<class Column>
@@ -19,12 +8,7 @@ Column& AddTestColumn(
     XPivotTable& ioTable, const XPivotColumnDescriptor& inDescriptor,
     const std::vector<std::optional<typename Column::XValue>>& inValues )
 {
-    auto column = std::make_unique<Column>(
-        inDescriptor.GetID(), inDescriptor.GetColumnName(), inDescriptor.GetChannelName(),
-        inDescriptor.GetUnits() );
-    for ( const auto& value : inValues )
-        column->AppendValue( value.value_or( column->GetDefaultValue() ), value.has_value() );
-    return ioTable.AddColumn( std::move( column ) );
+    return ioTable.AddColumn( MakeColumn<Column>( inValues, inDescriptor ) );
 }
 
 inline XUUID MakeTestUUID( std::uint8_t inNumber )
@@ -43,8 +27,6 @@ inline XPivotTable MakeTestTable()
     const auto standard = []( XPivotColumnID inID, const char* inChannel = "", const char* inUnits = "" )
     { return XPivotColumnDescriptor( inID, "", inChannel, inUnits ); };
     const auto u = MakeTestUUID;
-    const auto nan = std::numeric_limits<double>::quiet_NaN();
-
     AddTestColumn<XPivotRowRefColumn>( table, standard( kPivotID ), { u( 1 ), u( 2 ), u( 3 ), u( 4 ) } );
     AddTestColumn<XPivotOtherRowRefColumn>( table, standard( kPivotParentID ), { {}, u( 1 ), u( 1 ), {} } )
         .SetRowRefColumnDescriptor( table.GetColumn( 0 ).GetDescriptor() );
@@ -52,7 +34,7 @@ inline XPivotTable MakeTestTable()
         table, standard( kPivotName ), { "img10", "img2", {}, "\xB5 \"x\", y" } );
     AddTestColumn<XPivotUInt32Column>( table, standard( kPivotTimepoint ), { 0, 2, 1, {} } );
     AddTestColumn<XPivotFloatColumn>(
-        table, standard( kPivotArea, "", "\xB5m\xB2" ), { 12.5, {}, nan, 100 } );
+        table, standard( kPivotArea, "", "\xB5m\xB2" ), { 12.5, {}, kNaN, 100 } );
     AddTestColumn<XPivotFloatColumn>( table, standard( kPivotMean, "C1" ), { 1, 2, 3, 4 } );
     AddTestColumn<XPivotFloatColumn>( table, standard( kPivotMean, "C2" ), { 4, 3, 2, 1 } );
     AddTestColumn<XPivotSInt32Column>( table, named( "A, B" ), { -5, 0, 5, {} } );

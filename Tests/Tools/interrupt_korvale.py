@@ -23,14 +23,11 @@ LIMIT = 20.0  # seconds; it is a fraction of one on a machine that has nothing e
 
 faults = []
 
-
 def entries(folder):
     return sorted(str(path.relative_to(folder)) for path in folder.rglob("*"))
 
-
 def start(program, folder, arguments, **options):
     return subprocess.Popen([program, "--log", "/dev/null", *arguments], cwd=folder, stderr=subprocess.PIPE, **options)
-
 
 def wait_for_signals(process):
     """Until it has taken the signals over: before that, they end it as they end any process."""
@@ -41,7 +38,6 @@ def wait_for_signals(process):
         if int(blocked.split()[1], 16) >> (signal.SIGINT - 1) & 1:
             return
         time.sleep(0.0005)
-
 
 def interrupt(process, signals):
     """Sends the signals; the seconds until the process ended. Until then nobody reads what it prints."""
@@ -57,13 +53,11 @@ def interrupt(process, signals):
     process.communicate()
     return seconds
 
-
 def remove(folder, names):
     for name in sorted(names, reverse=True):
         path = folder / name
         if path.exists():
             path.rmdir() if path.is_dir() else path.unlink()
-
 
 def check_moments(program, folder, arguments, made):
     """What the command makes is there as a whole, with status 0, or not at all, with status 130."""
@@ -92,7 +86,6 @@ def check_moments(program, folder, arguments, made):
         faults.append(f"{arguments}: no moment was in time: {statuses}")
     print(f"{arguments[0]}: {duration:.2f} s; interrupted, it ended within {worst:.3f} s; statuses {statuses}")
 
-
 def check_blocked(program, folder, signals):
     """Nobody reads what it prints."""
     process = start(program, folder, ["show", "big.table", "--csv"], stdout=subprocess.PIPE)
@@ -105,7 +98,6 @@ def check_blocked(program, folder, signals):
         faults.append(f"show, blocked: status {process.returncode}")
     print(f"show, blocked: ended within {seconds:.3f} s")
 
-
 def check_ignored(program, folder):
     """A process that was started to ignore interrupts goes on."""
     ignore = lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)
@@ -114,14 +106,12 @@ def check_ignored(program, folder):
     if process.returncode != 0:
         faults.append(f"interrupts that are ignored: status {process.returncode}")
 
-
 def has_open_file_in(process, folder):
     try:
         names = [os.readlink(entry) for entry in pathlib.Path(f"/proc/{process.pid}/fd").iterdir()]
     except OSError:
         return False  # a descriptor that has been closed meanwhile
     return any(name.startswith(str(folder)) for name in names)
-
 
 def check_killed(program, folder):
     """Once pages have been moved out of memory, nothing of that stays."""
@@ -140,14 +130,12 @@ def check_killed(program, folder):
         faults.append(f"killed: {entries(folder)}")
     print("killed with pages moved out of memory: nothing left")
 
-
 def has_unnamed_files(folder):
     try:
         os.close(os.open(folder, os.O_TMPFILE | os.O_RDWR))
         return True
     except OSError:
         return False
-
 
 def check_killed_writing(program, folder):
     """What it has written of an output goes with it."""
@@ -165,24 +153,11 @@ def check_killed_writing(program, folder):
     out.rmdir()
     print("killed while writing: nothing left")
 
-
-def check_size_limit(program, folder):
-    """A limit on the size of files is an error like any other."""
-    before = entries(folder)
-    limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
-    process = start(program, folder, ["sample", "stack", "--planes", "9", "-q"], preexec_fn=limit)
-    error = process.communicate(timeout=LIMIT)[1].decode()
-    if process.returncode != 1 or "cannot write stack/sample.tif: " not in error or entries(folder) != before:
-        faults.append(f"size limit: status {process.returncode}, {error}, {entries(folder)}")
-    print(f"size limit: {error.strip()}")
-
-
 def run_with_address_space(program, folder, arguments, size):
     limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size))
     process = start(program, folder, [*arguments, "-q"], preexec_fn=limit)
     _, error = process.communicate()
     return process.returncode, error.decode()
-
 
 def check_little_memory(program, folder):
     """Wherever memory ends, at the start too, that is a failure with a message. With 127 the loader has none."""
@@ -204,7 +179,6 @@ def check_little_memory(program, folder):
         print(f"{arguments[0]} in {mebibytes} MiB: status {status}, {error.strip()}")
     remove(folder, made)
 
-
 def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
     with tempfile.TemporaryDirectory(prefix="korvale-test-") as name:
@@ -225,12 +199,10 @@ def main():
         check_ignored(program, folder)
         check_killed(program, folder)
         check_killed_writing(program, folder)
-        check_size_limit(program, folder)
         check_little_memory(program, folder)
     for fault in faults:
         print(fault, file=sys.stderr)
     return 1 if faults else 0
-
 
 if __name__ == "__main__":
     sys.exit(main())

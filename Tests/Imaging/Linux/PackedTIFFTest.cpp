@@ -5,7 +5,6 @@
 #include "Imaging/TestPages.h"
 #include "TestFolder.h"
 
-#include <algorithm>
 #include <tiffio.h>
 
 namespace
@@ -161,7 +160,7 @@ void ReadVariants( const WImagePage& inPage )
 
 TEST( PackedTIFF, ReadsEverySampleOfEveryForm )
 {
-    for ( const std::uint32_t channels : { 1, 2, 3, 4 } )
+    for ( std::uint32_t channels = 1; channels <= 4; channels += kIsSanitized ? 3 : 1 )
     {
         ReadVariants( MakeVariedPage<std::uint8_t>( 70, 40, channels ) );
         ReadVariants( MakeVariedPage<std::uint16_t>( 70, 40, channels ) );

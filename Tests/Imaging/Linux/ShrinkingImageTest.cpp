@@ -3,8 +3,6 @@
 #include "Imaging/HandmadeTIFF.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-
 /// Another program may cut a file off at any moment. That fails the page and nothing else.
 TEST( ShrinkingImage, FailsWhereverItIsCutOff )
 {

@@ -4,21 +4,14 @@
 #include "RefusedMemory.h"
 #include "System/WThreadID.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <memory>
-#include <optional>
-
 namespace
 {
 
 std::atomic<std::uint32_t> sThreadWithoutMemory = 0;
 
 /// Leaves no memory to its worker from its body's end on.
-class StarvingJob : public TestJob
+struct StarvingJob : TestJob
 {
-public:
     using TestJob::TestJob;
     bool CanCompleteInJobThread() override
     {

@@ -2,14 +2,7 @@
 #include "Core/Strings/XString.h"
 #include "Memory/TestManager.h"
 #include "Memory/XHandleStream.h"
-#include "Memory/XMappedFileMemoryHandle.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <utility>
 
 #include <unistd.h>
 
@@ -22,9 +15,8 @@ namespace
 constexpr USize64 kSize = 200'000;
 
 /// Files are cut off as soon as a view of them is there.
-class DamagingManager : public TestManager
+struct DamagingManager : TestManager
 {
-public:
     DamagingManager()
     {
         whenMapped = [this]( const WFile& inFile )
@@ -61,7 +53,7 @@ std::pair<std::uint32_t, std::uint32_t> Touch( XMemoryHandle& ioHandle, XLockMod
             ioHandle.SetByte( 100, 7 );
         EXPECT_EQ( inMode & kLockForWrite ? 7 : 0, ioHandle[100] );
         inside = ErrorOf( [&] { ioHandle.CheckIntact(); } );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { const XLock second( ioHandle, kLockForRead ); } ) );
+        EXPECT_ERROR( 1020, const XLock second( ioHandle, kLockForRead ) );
     }
     return { inside, ErrorOf( [&] { ioHandle.CheckIntact(); } ) };
 }
@@ -75,7 +67,7 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
         DamagingManager manager;
         auto handle = MakePurged();
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, mode ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
         handle.Purge();
         manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry );
         EXPECT_LT( kSize, manager.GetBytesInUse() ); // what was written is still there
@@ -96,7 +88,7 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
             EXPECT_EQ( 1020u, ErrorOf( attempt ) );
         copy.Empty();
         for ( const USize64 size : { kSize / 2, 2 * kSize } )
-            EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( size ); } ) );
+            EXPECT_ERROR( 1020, handle.Resize( size ) );
         handle.Empty();
         EXPECT_EQ( 0u, manager.GetBytesInUse() );
     }
@@ -125,7 +117,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
     for ( const auto& operation : operations )
     {
         auto handle = MakePurged();
-        EXPECT_EQ( 1020u, ErrorOf( [&] { operation( handle ); } ) );
+        EXPECT_ERROR( 1020, operation( handle ) );
         EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
     }
     // What grows is read, not mapped.
@@ -135,7 +127,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
         auto growing = MakePurged();
         growing.CopyDataTo( bytes, 10 );
         EXPECT_EQ( 0, ::ftruncate( file, 4096 ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { growing.Resize( 2 * kSize ); } ) );
+        EXPECT_ERROR( 1020, growing.Resize( 2 * kSize ) );
         EXPECT_EQ( kSize, growing.GetDataSize() );
     }
     // An object in front of the damage.
@@ -148,7 +140,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
     handle.GetBlock()->Purge();
     manager.whenMapped = []( const WFile& inFile )
     { EXPECT_EQ( 0, ::ftruncate( static_cast<int>( inFile.GetRawHandle() ), 4096 ) ); };
-    EXPECT_EQ( 1020u, ErrorOf( [&] { delete XHandleStream::HandleToObject( handle ); } ) );
+    EXPECT_ERROR( 1020, delete XHandleStream::HandleToObject( handle ) );
 }
 
 TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
@@ -166,7 +158,7 @@ TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
             manager.SetDamaging( false );
         };
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForRead ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
         repair();
         char byte = 1;
         handle.CopyDataTo( &byte, 1 );
@@ -184,8 +176,8 @@ TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
         manager.SetDamaging( true );
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForReadWrite ) );
         repair();
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.CopyDataTo( &byte, 1 ); } ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.Resize( 2 * kSize ); } ) );
-        EXPECT_EQ( 1020u, ErrorOf( [&] { handle.GetBlock()->Purge(); } ) );
+        EXPECT_ERROR( 1020, handle.CopyDataTo( &byte, 1 ) );
+        EXPECT_ERROR( 1020, handle.Resize( 2 * kSize ) );
+        EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
     }
 }

@@ -1,10 +1,6 @@
 #include "Memory/TestManager.h"
-#include "Memory/XMappedFileMemoryHandle.h"
 #include "RefusedMemory.h"
 #include "TestFolder.h"
-#include "Threads/XLock.h"
-
-#include <gtest/gtest.h>
 
 // What is left where the heap has no room for the library's own books.
 
@@ -20,17 +16,9 @@ thread_local int sFailing = kNone; // the number of the one that fails
 template<class Action>
 std::uint32_t ErrorWithout( int inAllocation, Action inAction )
 {
-    std::uint32_t error = 0;
     sAllocations = 0;
     sFailing = inAllocation;
-    try
-    {
-        inAction();
-    }
-    catch ( const XException& exception )
-    {
-        error = exception.GetErrorNumber();
-    }
+    const std::uint32_t error = ErrorOrZero( inAction );
     sFailing = kNone;
     return error;
 }

@@ -1,11 +1,7 @@
 #include "Messaging/Recorder.h"
 #include "Threads/Waiting/WEvent.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <barrier>
-#include <deque>
 #include <fstream>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,9 +12,8 @@ namespace
 {
 
 /// Calls a function within the call that queues it.
-class HookedMessage : public XMessage
+struct HookedMessage : XMessage
 {
-public:
     using Hook = std::function<void()>;
 
     HookedMessage( XSpeaker* inSpeaker, Hook inHook ) : XMessage( inSpeaker ), hook( std::move( inHook ) ) {}
@@ -32,9 +27,8 @@ public:
 };
 
 /// A thread that runs a function which takes no lock but the one to wait for.
-class Caller
+struct Caller
 {
-public:
     explicit Caller( std::function<void()> inCall )
         : itsThread(
               [this, inCall]
@@ -97,15 +91,8 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
     {
         auto speaker = std::make_unique<XSpeaker>();
         auto listener = std::make_unique<Recorder>( *speaker );
-        WEvent isInCall;
-        WEvent mayGoOn;
-        const HookedMessage message(
-            speaker.get(),
-            [&]
-            {
-                isInCall.Set();
-                mayGoOn.Wait();
-            } );
+        Halt halt;
+        const HookedMessage message( speaker.get(), [&] { halt.Stop(); } );
         {
             const Caller sender(
                 [&, to = listener.get(), from = speaker.get()]
@@ -115,7 +102,7 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
                     else
                         XSpeaker::PostXMessage( message, *to, kNext );
                 } );
-            isInCall.Wait();
+            halt.AwaitStop();
             const Caller ender(
                 [&]
                 {
@@ -128,7 +115,7 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
                 ender.WaitUntilItReturns();
             else
                 EXPECT_TRUE( ender.WaitUntilItSleeps() );
-            mayGoOn.Set();
+            halt.GoOn();
         }
         EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
         XSpeaker::ProcessAllNextEventMessages();
@@ -139,22 +126,15 @@ TEST( MessagingLifetimeTest, QueuesNothingForThoseWhoEndMeanwhile )
 TEST( MessagingLifetimeTest, ASpeakersEndWaitsForHandlersOfPostsThatNameIt )
 {
     auto speaker = std::make_unique<XSpeaker>();
-    WEvent isCalled;
-    WEvent mayReturn;
-    Recorder listener(
-        [&]( const XMessage& )
-        {
-            isCalled.Set();
-            mayReturn.Wait();
-        },
-        true );
+    Halt halt;
+    Recorder listener( [&]( const XMessage& ) { halt.Stop(); }, true );
     const Caller sender( [&, message = NumberMessage( 1, speaker.get() )]
                          { XSpeaker::PostXMessage( message, listener ); } );
-    isCalled.Wait();
+    halt.AwaitStop();
     {
         const Caller ender( [&] { speaker.reset(); } );
         EXPECT_TRUE( ender.WaitUntilItSleeps() );
-        mayReturn.Set();
+        halt.GoOn();
     }
     EXPECT_EQ( listener.heard, Numbers{ 1 } );
 
@@ -170,23 +150,21 @@ TEST( MessagingLifetimeTest, AListenersEndWaitsForPostsThatWaitForTheQueues )
     XSpeaker speaker;
     speaker.SpeakMessage( NumberMessage( 1 ), kNext );
     auto listener = std::make_unique<Recorder>();
-    WEvent isAsked;
-    WEvent mayGoOn;
+    Halt halt;
     const auto withdraws = [&]( const XSpeaker::XDeferredMessageRecord& )
     {
-        isAsked.Set();
-        mayGoOn.Wait();
+        halt.Stop();
         return true;
     };
     {
         const Caller holder( [&] { XSpeaker::RemoveFromDelayedQueue( kNext, withdraws ); } );
-        isAsked.Wait();
+        halt.AwaitStop();
         const Caller sender( [&, to = listener.get()]
                              { XSpeaker::PostXMessage( NumberMessage( 2 ), *to, kNext ); } );
         EXPECT_TRUE( sender.WaitUntilItSleeps() );
         const Caller ender( [&] { listener.reset(); } );
         EXPECT_TRUE( ender.WaitUntilItSleeps() );
-        mayGoOn.Set();
+        halt.GoOn();
     }
     EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
 }
@@ -196,47 +174,53 @@ TEST( MessagingLifetimeTest, StopsWaitForHandlersThatHaveStoppedTheSame )
     enum Way
     {
         kSpokenToListener,
+        kSpokenAndUnsubscribed,
+        kSpokenAndRemoved,
         kPostedToListener,
         kPostedOfSpeaker
     };
-    for ( const Way way : { kSpokenToListener, kPostedToListener, kPostedOfSpeaker } )
+    for ( const Way way :
+          { kSpokenToListener, kSpokenAndUnsubscribed, kSpokenAndRemoved, kPostedToListener,
+            kPostedOfSpeaker } )
     {
         XSpeaker speaker;
-        WEvent hasStopped;
-        WEvent mayReturn;
+        Halt halt;
         Recorder listener( nullptr, true );
         const auto stop = [&]
         { way == kPostedOfSpeaker ? speaker.StopSpeaking() : listener.StopListening(); };
         listener.action = [&]( const XMessage& )
         {
-            stop();
-            hasStopped.Set();
-            mayReturn.Wait();
+            if ( way == kSpokenAndUnsubscribed )
+                listener.Unsubscribe( speaker );
+            else if ( way == kSpokenAndRemoved )
+                speaker.RemoveAllListeners();
+            else
+                stop();
+            halt.Stop();
         };
         listener.Subscribe( speaker );
         const NumberMessage message( 1, &speaker );
         const auto send = [&]
         {
-            if ( way == kSpokenToListener )
+            if ( way < kPostedToListener )
                 speaker.SpeakMessage( message, kNow );
             else
                 XSpeaker::PostXMessage( message, listener, kNow );
         };
         const Caller sender( send );
-        hasStopped.Wait();
+        halt.AwaitStop();
         const Caller first( stop );
         const Caller second( stop );
         EXPECT_TRUE( first.WaitUntilItSleeps() );
         EXPECT_TRUE( second.WaitUntilItSleeps() );
-        mayReturn.Set();
+        halt.GoOn();
     }
 }
 
 TEST( MessagingLifetimeTest, HandlersThatStopTheSameDoNotWaitForEachOther )
 {
-    class Stopper : public XListener
+    struct Stopper : XListener
     {
-    public:
         Stopper() : XListener( true ) {}
         ~Stopper() override { StopListening(); }
         void HandleMessage( const XMessage& ) override
@@ -268,20 +252,18 @@ TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
     {
         auto speaker = std::make_unique<XSpeaker>();
         XSpeaker* const spoken = speaker.get();
-        WEvent isCalled;
-        WEvent mayReturn;
+        Halt halt;
         Recorder listener(
             *speaker,
             [&]( const XMessage& )
             {
-                isCalled.Set();
-                mayReturn.Wait();
+                halt.Stop();
                 if ( endsInHandler )
                     speaker.reset();
             } );
         Recorder late;
         const Caller first( [&] { spoken->SpeakMessage( NumberMessage( 1 ), kNow ); } );
-        isCalled.Wait();
+        halt.AwaitStop();
         const std::array<std::function<void()>, 5> calls{
             [&] { spoken->SpeakMessage( OtherMessage(), kNow ); }, [&] { late.Subscribe( *spoken ); },
             [&] { late.Unsubscribe( *spoken ); }, [&] { spoken->RemoveAllListeners(); },
@@ -293,126 +275,10 @@ TEST( MessagingLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
         callers.emplace_back( [&] { spoken->HardUnsubscribeListener( other ); } ).WaitUntilItSleeps();
         if ( !endsInHandler )
             callers.emplace_back( [&] { speaker.reset(); } ).WaitUntilItSleeps();
-        mayReturn.Set();
+        halt.GoOn();
         callers.clear();
         EXPECT_FALSE( speaker );
         XSpeaker::ProcessAllNextEventMessages();
         EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
     }
-}
-
-namespace
-{
-
-constexpr unsigned kStormRounds = 40;
-constexpr unsigned kCallKinds = 4;
-constexpr unsigned kThreadsPerKind = 2;
-constexpr unsigned kSenders = kCallKinds * kThreadsPerKind;
-
-class StormListener : public XListener
-{
-public:
-    explicit StormListener( std::atomic<unsigned>& ioBegun ) : XListener( true ), itsBegun( ioBegun ) {}
-    ~StormListener() override
-    {
-        StopListening();
-        itsIsDead = true;
-    }
-    void HandleMessage( const XMessage& inMessage ) override
-    {
-        EXPECT_FALSE( itsIsDead );
-        if ( typeid( inMessage ) == typeid( NumberMessage ) )
-            ++itsBegun;
-    }
-
-private:
-    std::atomic<unsigned>& itsBegun;
-    bool itsIsDead = false;
-};
-
-class Storm
-{
-public:
-    void Send( unsigned inKind )
-    {
-        const HookedMessage queued( itsSpeaker.get(), [this] { ++itsBegun; } );
-        const NumberMessage immediate( 1, itsSpeaker.get() );
-        switch ( inKind )
-        {
-        case 0:
-            return XSpeaker::PostXMessage( queued, *itsListener, kNext );
-        case 1:
-            return XSpeaker::PostXMessage( immediate, *itsListener, kNow );
-        case 2:
-            return itsSpeaker->SpeakMessage( queued, kNext );
-        default:
-            return itsSpeaker->SpeakMessage( immediate, kNow );
-        }
-    }
-
-    /// Ends both, in one order or the other, when the calls of the round have begun.
-    void End( unsigned inRound )
-    {
-        while ( itsBegun < kSenders )
-            std::this_thread::yield();
-        if ( inRound % 2 == 0 )
-            itsListener.reset();
-        itsSpeaker.reset();
-        itsListener.reset();
-    }
-
-    void Renew()
-    {
-        itsBegun = 0;
-        itsSpeaker = std::make_unique<XSpeaker>();
-        itsListener = std::make_unique<StormListener>( itsBegun );
-        itsListener->Subscribe( *itsSpeaker );
-    }
-
-private:
-    std::atomic<unsigned> itsBegun = 0;
-    std::unique_ptr<XSpeaker> itsSpeaker;
-    std::unique_ptr<StormListener> itsListener;
-};
-
-} // namespace
-
-/// Eight threads are in calls, a ninth ends the speaker and the listener, and the main thread drains.
-TEST( MessagingLifetimeTest, AStormOfCallsAndEnds )
-{
-    Storm storm;
-    std::atomic<bool> isOver = false;
-    std::barrier round( kSenders + 1 );
-    std::vector<std::thread> threads;
-    for ( unsigned sender = 0; sender < kSenders; ++sender )
-        threads.emplace_back(
-            [&, sender]
-            {
-                for ( unsigned i = 0; i < kStormRounds; ++i )
-                {
-                    round.arrive_and_wait();
-                    storm.Send( sender % kCallKinds );
-                    round.arrive_and_wait();
-                }
-            } );
-    threads.emplace_back(
-        [&]
-        {
-            for ( unsigned i = 0; i < kStormRounds; ++i )
-            {
-                storm.Renew();
-                round.arrive_and_wait();
-                storm.End( i );
-                round.arrive_and_wait();
-            }
-            isOver = true;
-        } );
-    while ( !isOver )
-    {
-        XSpeaker::ProcessAllNextEventMessages();
-        std::this_thread::yield();
-    }
-    for ( std::thread& thread : threads )
-        thread.join();
-    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
 }

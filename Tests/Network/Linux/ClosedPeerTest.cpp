@@ -8,5 +8,5 @@ TEST( ClosedPeerTest, EndsAPeekForMoreThanTheLastBytes )
     connection.client.SendData( "e", 1, kPatience );
     connection.client.ForceDisconnect();
     char bytes[4];
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.server->PeekData( bytes, 4, kPatience ) );
 }

@@ -1,8 +1,6 @@
 #include "Network/TestConnection.h"
 #include "TestFolder.h"
 
-#include <thread>
-
 #include <sched.h>
 #include <sys/mount.h>
 

@@ -1,21 +1,15 @@
 #include "Network/TestConnection.h"
 
-#include "Core/Times/XTimer.h"
+#include "Linux/TestProcess.h"
+#include "Network/TestResponders.h"
 #include "Network/XNetStream.h"
 #include "Servers/XNetResponder.h"
 #include "Servers/XNetServer.h"
 #include "Services/XSessionLogManager.h"
 #include "TestFolder.h"
 
-#include <cstring>
-#include <fstream>
-#include <iterator>
-#include <list>
-#include <vector>
-
 #include <arpa/inet.h>
 #include <sched.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -63,45 +57,28 @@ struct RawConnection
 };
 
 /// Sends without an end, as long as the peer takes it.
-class SendingResponder : public XNetResponder
+std::unique_ptr<XNetResponder> MakeSending()
 {
-public:
-    SendingResponder() : XNetResponder( "sending" ) {}
-    ~SendingResponder() override { StopResponding(); }
-
-protected:
-    void RespondSelf() override
-    {
-        SetAuthenticated();
-        XNetEndpoint endpoint = GetEndpoint();
-        for ( const std::vector<char> block( 65536 );; )
-            endpoint.SendData( block.data(), 65536, kNoTimeout );
-    }
-};
+    return std::make_unique<TestResponder>(
+        []( TestResponder& ioResponder )
+        {
+            ioResponder.SetAuthenticated();
+            XNetEndpoint endpoint = ioResponder.GetEndpoint();
+            for ( const std::vector<char> block( 65536 );; )
+                endpoint.SendData( block.data(), 65536, kNoTimeout );
+        } );
+}
 
 /// Receives bytes and never authenticates.
-class ListeningResponder : public XNetResponder
+std::unique_ptr<XNetResponder> MakeListening()
 {
-public:
-    ListeningResponder() : XNetResponder( "listening" ) {}
-    ~ListeningResponder() override { StopResponding(); }
-
-protected:
-    void RespondSelf() override
-    {
-        XNetEndpoint endpoint = GetEndpoint();
-        for ( char byte = 0;; )
-            endpoint.ReceiveData( &byte, 1, kNoTimeout );
-    }
-};
-
-template<class TCondition>
-bool Await( TCondition inCondition )
-{
-    for ( const XTimer timer( kPatience ); !inCondition(); XThread::SleepCurrentThread( 1 ) )
-        if ( timer.HasExpired() )
-            return false;
-    return true;
+    return std::make_unique<TestResponder>(
+        []( TestResponder& ioResponder )
+        {
+            XNetEndpoint endpoint = ioResponder.GetEndpoint();
+            for ( char byte = 0;; )
+                endpoint.ReceiveData( &byte, 1, kNoTimeout );
+        } );
 }
 
 /// What a command prints is of no interest.
@@ -125,12 +102,12 @@ TEST( HostilePeersTest, SlowOnesGetNoMoreTimeThanOthers )
         } );
     XNetStream stream( *connection.endpoint, kPatience, 10'000, 4096 );
     EXPECT_EQ( stream.Read32(), 0x78787878u );
-    EXPECT_EQ( ErrorOf( [&] { connection.endpoint->ReceiveLine( "end", 200 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.endpoint->ReceiveLine( "end", 200 ) );
     isOver = true;
     drip.join();
 
     XNetServer server( "test", { 300, 64 } );
-    server.SetOnlyResponder( [] { return std::make_unique<ListeningResponder>(); } );
+    server.SetOnlyResponder( MakeListening );
     server.Start( 0 );
     XNetEndpoint stranger;
     stranger.Connect( XNetAddress::GetLoopBackAddress( server.GetPort() ), kPatience );
@@ -159,20 +136,14 @@ TEST( HostilePeersTest, OnesThatNeverReadBlockOnlyTheirSender )
             connection.endpoint->SendData( block.data(), 1 << 20, inTimeoutMS );
     };
     for ( const std::uint32_t timeout : { 0u, 1u, 30u } )
-        EXPECT_EQ( ErrorOf( [&] { send( timeout ); } ), 3105u );
-    TestThread endless(
-        [&]
-        {
-            send( kNoTimeout );
-            return 0;
-        } );
+        EXPECT_ERROR( 3105, send( timeout ) );
+    TestThread endless( [&] { send( kNoTimeout ); } );
     endless.StartThread();
     connection.Reset();
-    endless.WaitForTerminate( kPatience );
-    EXPECT_EQ( endless.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( endless.Finish(), 3100 );
 
     XNetServer server( "test" );
-    server.SetOnlyResponder( [] { return std::make_unique<SendingResponder>(); } );
+    server.SetOnlyResponder( MakeSending );
     server.Start( 0 );
     XNetEndpoint client;
     client.Connect( XNetAddress::GetLoopBackAddress( server.GetPort() ), kPatience );
@@ -218,7 +189,7 @@ TEST( HostilePeersTest, AHalfClosedConnectionCarriesTheAnswer )
     connection.endpoint->SendData( answer.data(), 100'000, kPatience );
     peer.join();
     EXPECT_EQ( received, answer );
-    EXPECT_EQ( ErrorOf( [&] { connection.endpoint->ReceiveAnyData( bytes, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.endpoint->ReceiveAnyData( bytes, 1, kPatience ) );
 }
 
 /// Where the process has no descriptors left, the log is told once a minute, not at each try.
@@ -234,7 +205,7 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     XSessionLogManager::Log( kLogInformation, "has its file open" );
     log.Flush( kPatience );
     XNetServer server( "flooded" );
-    server.SetOnlyResponder( [] { return std::make_unique<SendingResponder>(); } );
+    server.SetOnlyResponder( MakeSending );
     server.Start( 0 );
     std::list<RawConnection> before( 1 ); // makes what threads need for waiting
     std::ifstream reader( folder / "session.log" );
@@ -248,12 +219,7 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     const int strangers[] = {
         socket( AF_INET, SOCK_STREAM, 0 ), socket( AF_INET, SOCK_STREAM, 0 ),
         socket( AF_INET, SOCK_STREAM, 0 ) };
-    rlimit limits{};
-    getrlimit( RLIMIT_NOFILE, &limits );
-    const int next = dup( 0 );
-    close( next );
-    const rlimit none{ static_cast<rlim_t>( next ), limits.rlim_max };
-    setrlimit( RLIMIT_NOFILE, &none );
+    std::optional<ProcessLimit> none( std::in_place, RLIMIT_NOFILE, GetNextDescriptor() );
     const sockaddr_in address =
         RawConnection::ToSystem( XNetAddress::GetLoopBackAddress( server.GetPort() ) );
     for ( const int stranger : strangers )
@@ -261,7 +227,7 @@ TEST( HostilePeersTest, AnAcceptorWithoutDescriptorsLogsOnce )
     const std::string pauses = "flooded: accepting connections pauses";
     EXPECT_TRUE( Await( [&] { return readLog().find( pauses ) != std::string::npos; } ) );
     XThread::SleepCurrentThread( 300 ); // several tries: with fewer the test is weaker
-    setrlimit( RLIMIT_NOFILE, &limits );
+    none.reset();
     for ( const int stranger :
           strangers ) // which the system may have dropped when it could not hand them over
         close( stranger );
@@ -286,22 +252,17 @@ TEST( HostilePeersTest, APeekWithoutDescriptorsLeavesTheConnectionAsItIs )
     char bytes[8] = {};
     send( connection.peer, "x", 1, MSG_NOSIGNAL );
     connection.endpoint->PeekData( bytes, 1, kPatience );
-    rlimit limits{};
-    getrlimit( RLIMIT_NOFILE, &limits );
-    const rlimit few{ 100, limits.rlim_max };
     std::uint32_t error = 0;
     TestThread thread( // which has not waited yet
         [&]
         {
-            setrlimit( RLIMIT_NOFILE, &few );
+            const ProcessLimit few( RLIMIT_NOFILE, 100 );
             std::vector<int> taken;
             while ( taken.empty() || taken.back() >= 0 )
                 taken.push_back( dup( connection.peer ) );
             error = ErrorOf( [&] { connection.endpoint->PeekData( bytes, 8, kPatience ); } );
             for ( const int descriptor : taken )
                 close( descriptor );
-            setrlimit( RLIMIT_NOFILE, &limits );
-            return 0;
         } );
     thread.StartThread();
     thread.WaitForTerminate( kPatience );
@@ -321,7 +282,8 @@ TEST( HostilePeersTest, APeekWithoutDescriptorsLeavesTheConnectionAsItIs )
 /// Two namespaces of the system's network, joined by a link that is cut.
 TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
 {
-    WEvent isListening, isJoined, isDone;
+    Halt halt;
+    WEvent isDone;
     std::string name;
     std::atomic<std::int32_t> port = 0;
     std::atomic<bool> hasNamespaces = true;
@@ -331,8 +293,7 @@ TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
         {
             hasNamespaces = unshare( CLONE_NEWNET ) == 0;
             name = std::to_string( gettid() );
-            isListening.Set();
-            isJoined.Wait();
+            halt.Stop();
             if ( !hasNamespaces )
                 return;
             Shell( "ip addr add 10.99.0.1/24 dev kvtest1 && ip link set kvtest1 up" );
@@ -350,11 +311,11 @@ TEST( HostilePeersTest, KeepAliveNoticesALinkThatIsDown )
     std::thread client(
         [&]
         {
-            isListening.Wait();
+            halt.AwaitStop();
             hasNamespaces = hasNamespaces && unshare( CLONE_NEWNET ) == 0 &&
                 Shell( "ip link add kvtest0 type veth peer name kvtest1 netns " + name +
                        " && ip addr add 10.99.0.2/24 dev kvtest0 && ip link set kvtest0 up" );
-            isJoined.Set();
+            halt.GoOn();
             if ( !hasNamespaces || !Await( [&] { return port != 0; } ) )
                 return;
             XNetEndpoint endpoint;

@@ -1,10 +1,9 @@
+#include "Linux/TestProcess.h"
 #include "Network/Linux/TestTLS.h"
 #include "Network/XDeploymentKeys.h"
 #include "TestFolder.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -55,37 +54,27 @@ TEST( KeyFilesTest, AreForTheirOwnerAlone )
     }
 }
 
+/// Another process may work in it.
+TEST( KeyFilesTest, ComeIntoTheFolderThatIsThere )
+{
+    const TestFolder folder;
+    struct stat before = {}, after = {};
+    stat( folder.GetPath().c_str(), &before );
+    XDeploymentKeys::Create( folder.GetPath() );
+    stat( folder.GetPath().c_str(), &after );
+    EXPECT_EQ( before.st_ino, after.st_ino );
+}
+
 /// The key fits, a certificate does not.
 TEST( KeyFilesTest, LeaveNothingBehindWhereOneCannotBeWritten )
 {
     const TestFolder folder;
-    rlimit before{};
-    getrlimit( RLIMIT_FSIZE, &before );
-    const rlimit little{ 100, before.rlim_max };
     for ( const auto& target : { folder / "keys", folder.GetPath() } )
     {
-        setrlimit( RLIMIT_FSIZE, &little );
-        const std::uint32_t error = ErrorOf( [&] { XDeploymentKeys::Create( target ); } );
-        setrlimit( RLIMIT_FSIZE, &before );
-        EXPECT_NE( error, 0u );
+        const ProcessLimit little( RLIMIT_FSIZE, 100 );
+        EXPECT_NE( ErrorOf( [&] { XDeploymentKeys::Create( target ); } ), 0u );
         EXPECT_EQ( folder.CountEntries(), 0u );
     }
-}
-
-/// Somebody may work in it.
-TEST( KeyFilesTest, ComeIntoTheFolderThatIsThere )
-{
-    const TestFolder folder;
-    const auto getNumber = [&]
-    {
-        struct stat status = {};
-        stat( folder.GetPath().c_str(), &status );
-        return status.st_ino;
-    };
-    const auto number = getNumber();
-    XDeploymentKeys::Create( folder.GetPath() );
-    EXPECT_EQ( getNumber(), number );
-    EXPECT_EQ( folder.CountEntries(), 7u );
 }
 
 /// Each error names the file that it is about, and none waits for what never comes.
@@ -94,16 +83,9 @@ TEST( KeyFilesTest, AreNamedWhereTheyAreNotWhatTheyShouldBe )
     const TestKeys folder;
     const auto expectError = [&]( const std::string& inFile, std::uint32_t inError )
     {
-        try
-        {
-            XDeploymentKeys( folder.GetPath() ).MakeTLSContext( kNode, kControl );
-            ADD_FAILURE() << inFile;
-        }
-        catch ( const XException& error )
-        {
-            EXPECT_EQ( error.GetErrorNumber(), inError ) << inFile;
-            EXPECT_NE( MessageOf( error ).find( folder / inFile ), std::string::npos ) << MessageOf( error );
-        }
+        const auto load = [&] { XDeploymentKeys( folder.GetPath() ).MakeTLSContext( kNode, kControl ); };
+        EXPECT_EQ( ErrorOf( load ), inError ) << inFile;
+        EXPECT_CONTAINS( TextOfError( load ), ( folder / inFile ).string() );
     };
     for ( const std::string file : { "authority.crt", "node.crt", "node.key", "key" } )
     {
@@ -138,14 +120,7 @@ TEST( KeyFilesTest, LetTheirDeploymentConnect )
             [&]
             {
                 XNetEndpoint client = MakeTLSEndpoint( inContext );
-                try
-                {
-                    client.Connect( listener.GetAddress(), kPatience );
-                }
-                catch ( const XException& exception )
-                {
-                    error = exception.GetErrorNumber();
-                }
+                error = ErrorOrZero( [&] { client.Connect( listener.GetAddress(), kPatience ); } );
             },
             [&]
             {

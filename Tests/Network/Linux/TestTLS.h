@@ -6,9 +6,8 @@
 #include "Sockets/WTLSContext.h"
 
 /// A deployment's authority, which makes out certificates to the names that a test wants.
-class TestAuthority
+struct TestAuthority
 {
-public:
     static constexpr WCertificates::Validity kValid{ -60, 3600 };
 
     std::shared_ptr<const WTLSContext> MakeContext(
@@ -55,9 +54,9 @@ struct TestTLSConnection : TestContexts
             {
                 server = listener.Accept();
                 char byte = 0;
-                EXPECT_EQ( ErrorOf( [&] { server->ReceiveAnyData( &byte, 1, 0 ); } ), 3105u );
+                EXPECT_ERROR( 3105, server->ReceiveAnyData( &byte, 1, 0 ) );
                 while ( client.GetState() != XNetEndpoint::kStateConnected ) // in steps that are too short
-                    EXPECT_EQ( ErrorOf( [&] { server->ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+                    EXPECT_ERROR( 3105, server->ReceiveAnyData( &byte, 1, 1 ) );
             } );
     }
 

@@ -1,6 +1,6 @@
 #include "Network/TestVariable.h"
 
-#include <cstdlib>
+#include "Testing.h"
 
 void SetVariable( const char* inName, const std::string& inValue )
 {

@@ -1,16 +1,10 @@
 #include "Network/ConnectionStorm.h"
 #include "Network/Linux/TestTLS.h"
 
-#include "Core/Times/XTimer.h"
-#include "Network/XEncryptedNetStream.h"
-#include "Servers/XNetResponder.h"
+#include "Network/TestResponders.h"
 #include "Servers/XNetServer.h"
-#include "TestErrors.h"
 
 #include <openssl/ssl.h>
-
-#include <cstring>
-#include <vector>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -27,21 +21,6 @@ struct Errors
     std::uint32_t server = 0;
 };
 
-/// The number of what is thrown, 0 for nothing.
-template<class TAction>
-std::uint32_t TryTo( TAction inAction )
-{
-    try
-    {
-        inAction();
-        return 0;
-    }
-    catch ( const XException& error )
-    {
-        return error.GetErrorNumber();
-    }
-}
-
 /// What both sides say when one connects and the other receives a byte.
 Errors Introduce( const Contexts& inClient, const Contexts& inServer )
 {
@@ -51,7 +30,7 @@ Errors Introduce( const Contexts& inClient, const Contexts& inServer )
     RunTogether(
         [&]
         {
-            errors.client = TryTo( [&] { client.Connect( listener.GetAddress(), kPatience ); } );
+            errors.client = ErrorOrZero( [&] { client.Connect( listener.GetAddress(), kPatience ); } );
             if ( errors.client == 0 )
                 client.SendData( "x", 1, kPatience );
             EXPECT_TRUE( errors.client == 0 || client.GetState() == XNetEndpoint::kStateClosed );
@@ -60,16 +39,15 @@ Errors Introduce( const Contexts& inClient, const Contexts& inServer )
         {
             const auto server = listener.Accept();
             char byte = 0;
-            errors.server = TryTo( [&] { server->ReceiveAnyData( &byte, 1, kPatience ); } );
+            errors.server = ErrorOrZero( [&] { server->ReceiveAnyData( &byte, 1, kPatience ); } );
             EXPECT_TRUE( errors.server == 0 || server->GetState() == XNetEndpoint::kStateDisconnected );
         } );
     return errors;
 }
 
 /// A peer that somebody else has written: OpenSSL on a blocking socket, with the settings of the caller.
-class ForeignPeer
+struct ForeignPeer
 {
-public:
     explicit ForeignPeer( int inVersion ) : itsContext( SSL_CTX_new( TLS_method() ) )
     {
         SSL_CTX_set_max_proto_version( itsContext, inVersion );
@@ -103,25 +81,6 @@ private:
     SSL_CTX* itsContext;
 };
 
-class EchoResponder : public XNetResponder
-{
-public:
-    EchoResponder() : XNetResponder( "echo" ) {}
-    ~EchoResponder() override { StopResponding(); }
-
-protected:
-    void RespondSelf() override
-    {
-        XNetEndpoint endpoint = GetEndpoint();
-        for ( char byte = 0;; )
-        {
-            endpoint.ReceiveData( &byte, 1, kNoTimeout );
-            SetAuthenticated();
-            endpoint.SendData( &byte, 1, kPatience );
-        }
-    }
-};
-
 } // namespace
 
 /// A reader and a writer on each side at a time; blocks of all sizes.
@@ -148,37 +107,19 @@ TEST( XTLSEndpointTest, MovesBytesBothWaysAtOnce )
     EXPECT_EQ( connection.client.GetTotalBytesRead(), size );
 }
 
-TEST( XTLSEndpointTest, CarriesStreams )
-{
-    TestTLSConnection connection;
-    const char key[] = "sixteen bytes ok";
-    using Stream = XEncryptedNetStream;
-    Stream client( connection.client, key, Stream::kAlgorithmRC4, kPatience, kPatience, 4096 );
-    Stream server( *connection.server, key, Stream::kAlgorithmRC4, kPatience, kPatience, 4096 );
-    client.WriteString( "over two ciphers" );
-    XNetAddress( "name", 7 ).WriteStreamSelf( client );
-    client.Flush();
-    XString text;
-    server.ReadString( text );
-    EXPECT_EQ( text, "over two ciphers" );
-    XNetAddress address;
-    address.ReadStreamSelf( server );
-    EXPECT_EQ( address.GetPort(), 7 );
-}
-
 TEST( XTLSEndpointTest, PeeksAcrossRecords )
 {
     TestTLSConnection connection;
     char bytes[4] = {};
     connection.client.SendData( "ab", 2, kPatience );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 4, 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->PeekData( bytes, 4, 20 ) );
     connection.client.SendData( "cd\r\nrest", 8, kPatience );
     connection.server->PeekData( bytes, 4, kPatience );
     EXPECT_EQ( std::string( bytes, 4 ), "abcd" );
     EXPECT_EQ( connection.server->GetWaitingBytes(), 10u );
     EXPECT_EQ( connection.server->ReceiveLine( "\r\n", kPatience ), "abcd" );
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Disconnect( 1 ); } ), 3105u );
-    EXPECT_EQ( ErrorOf( [&] { connection.server->PeekData( bytes, 5, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3105, connection.client.Disconnect( 1 ) );
+    EXPECT_ERROR( 3100, connection.server->PeekData( bytes, 5, kPatience ) );
 }
 
 TEST( XTLSEndpointTest, RejectsEachWrongCertificateForItsOwnReason )
@@ -206,13 +147,8 @@ TEST( XTLSEndpointTest, RejectsEachWrongCertificateForItsOwnReason )
         WTLSContext::Settings{ own.text, own.privateKey, authority.Get().text, "server" } );
     expect( Introduce( impostor, server ), 3127, 3124 );
 
-    EXPECT_EQ(
-        ErrorOf(
-            [&] {
-                WTLSContext( { own.text, authority.Get().privateKey, own.text, "x" } );
-            } ),
-        1005u );
-    EXPECT_EQ( ErrorOf( [&] { WTLSContext( { own.text, "no key", own.text, "x" } ); } ), 1005u );
+    EXPECT_ERROR( 1005, WTLSContext( { own.text, authority.Get().privateKey, own.text, "x" } ) );
+    EXPECT_ERROR( 1005, WTLSContext( { own.text, "no key", own.text, "x" } ) );
 }
 
 TEST( XTLSEndpointTest, RejectsPeersThatOfferTooLittle )
@@ -238,7 +174,7 @@ TEST( XTLSEndpointTest, RejectsPeersThatOfferTooLittle )
         endpoint.Connect( XNetAddress::GetLoopBackAddress( inPort ), kPatience );
         endpoint.SendData( "GET / HTTP/1.1\r\n\r\n", 18, kPatience );
         char byte = 0;
-        TryTo( [&] { endpoint.ReceiveAnyData( &byte, 1, kPatience ); } );
+        ErrorOrZero( [&] { endpoint.ReceiveAnyData( &byte, 1, kPatience ); } );
     };
     EXPECT_EQ( serve( sayHello ), 3121u );
 
@@ -249,11 +185,8 @@ TEST( XTLSEndpointTest, RejectsPeersThatOfferTooLittle )
     getsockname( listener, reinterpret_cast<sockaddr*>( &address ), &size );
     std::thread peer( [&] { ForeignPeer( TLS1_2_VERSION ).Serve( listener ); } );
     XNetEndpoint client = MakeTLSEndpoint( contexts.client );
-    EXPECT_EQ(
-        ErrorOf(
-            [&]
-            { client.Connect( XNetAddress::GetLoopBackAddress( ntohs( address.sin_port ) ), kPatience ); } ),
-        3122u );
+    EXPECT_ERROR(
+        3122u, client.Connect( XNetAddress::GetLoopBackAddress( ntohs( address.sin_port ) ), kPatience ) );
     peer.join();
     close( listener );
 }
@@ -265,23 +198,17 @@ TEST( XTLSEndpointTest, EndsAHandshakeThatTakesTooLong )
     TestListener silent;
     XNetEndpoint client = MakeTLSEndpoint( contexts.client );
     const XTimer timer;
-    EXPECT_EQ( ErrorOf( [&] { client.Connect( silent.GetAddress(), 50 ); } ), 3105u );
+    EXPECT_ERROR( 3105, client.Connect( silent.GetAddress(), 50 ) );
     EXPECT_GE( timer.GetElapsedMS(), 50 );
     EXPECT_EQ( client.GetState(), XNetEndpoint::kStateClosed );
     EXPECT_EQ( AbortConnecting( client, silent.GetAddress() ), 1001u );
     delete silent->Listen();
-    TestThread thread(
-        [&]
-        {
-            client.ConnectWithProgress( silent.GetAddress(), kNoTimeout );
-            return 0;
-        } );
+    TestThread thread( [&] { client.ConnectWithProgress( silent.GetAddress(), kNoTimeout ); } );
     thread.StartThread();
     delete silent->Listen();
     const std::unique_ptr<XNetEndpoint> peer( silent->Listen() ); // connected now
     client.ForceDisconnect();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+    EXPECT_EQ( thread.Finish(), 3100 );
     thread.StartThread();
     const std::unique_ptr<XNetEndpoint> other( silent->Listen() );
     thread.SuspendThread();
@@ -313,8 +240,7 @@ TEST( XTLSEndpointTest, EndsWaitsFromOtherThreads )
         EXPECT_EQ( thread.GetThreadReturnCode(), 7 );
         thread.StartThread(); // goes on
         connection.client.ForceDisconnect();
-        thread.WaitForTerminate( kPatience );
-        EXPECT_EQ( thread.GetThreadReturnCode(), 3100 );
+        EXPECT_EQ( thread.Finish(), 3100 );
     }
 }
 
@@ -332,14 +258,14 @@ TEST( XTLSEndpointTest, ClosesAConnectionThatHasEnded )
 {
     TestTLSConnection connection;
     char byte = 0; // a wait opens what this thread needs for waiting
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, 1 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.server->ReceiveAnyData( &byte, 1, 1 ) );
     const std::ptrdiff_t before = CountDescriptors();
     connection.client.ForceDisconnect();
-    EXPECT_EQ( ErrorOf( [&] { connection.server->ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_ERROR( 3100, connection.server->ReceiveAnyData( &byte, 1, kPatience ) );
     EXPECT_EQ( CountDescriptors(), before - 2 );
     TestListener silent;
     const std::ptrdiff_t unconnected = CountDescriptors();
-    EXPECT_EQ( ErrorOf( [&] { connection.client.Connect( silent.GetAddress(), 20 ); } ), 3105u );
+    EXPECT_ERROR( 3105, connection.client.Connect( silent.GetAddress(), 20 ) );
     EXPECT_EQ( CountDescriptors(), unconnected );
 }
 
@@ -347,25 +273,18 @@ TEST( XTLSEndpointTest, IsServedBesideStrangers )
 {
     const TestContexts contexts;
     XNetServer server( "test", { kPatience, 2 } );
-    server.SetOnlyResponder( [] { return std::make_unique<EchoResponder>(); } );
+    server.SetOnlyResponder( MakeEcho );
     server.UseTLS( contexts.server );
     server.Start( 0 );
     const XNetAddress address = XNetAddress::GetLoopBackAddress( server.GetPort() );
     XNetEndpoint client = MakeTLSEndpoint( contexts.client );
     client.Connect( address, kPatience );
-    char byte = 'x';
-    const auto say = [&]
-    {
-        client.SendData( &byte, 1, kPatience );
-        client.ReceiveData( &byte, 1, kPatience );
-    };
-    say(); // is no stranger any more
+    EXPECT_EQ( Say( client, 'a' ), 'a' ); // is no stranger any more
     XNetEndpoint strangers[4];
     for ( XNetEndpoint& stranger : strangers )
         stranger.Connect( address, kPatience );
-    say();
-    EXPECT_EQ( byte, 'x' );
-    EXPECT_EQ( ErrorOf( [&] { strangers[0].ReceiveAnyData( &byte, 1, kPatience ); } ), 3100u );
+    EXPECT_EQ( Say( client, 'x' ), 'x' );
+    EXPECT_EQ( AwaitEnd( strangers[0] ), 3100u );
 }
 
 TEST( XTLSEndpointTest, EndsFromEverySide )

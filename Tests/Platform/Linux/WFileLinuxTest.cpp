@@ -1,5 +1,4 @@
 #include "Files/WReplaceFile.h"
-#include "TestErrors.h"
 #include "TestFolder.h"
 
 #include <fcntl.h>
@@ -47,11 +46,11 @@ TEST( WFileLinuxTest, NamesOfDescriptorsAreWrittenOn )
             Replace( name );
         file.Write( "2" );
         EXPECT_EQ( folder.Read( "file" ), ( mode == O_APPEND ? "x" : "" ) + std::string( "1newnewnew2" ) );
-        EXPECT_EQ( ErrorOf( [&] { WFile( file.name, WFile::kCreate ).WriteAt( 1, "x", 1 ); } ), 132u );
+        EXPECT_ERROR( 132, WFile( file.name, WFile::kCreate ).WriteAt( 1, "x", 1 ) );
         EXPECT_EQ( folder.CountEntries(), 2u );
     }
     const Descriptor input( open( ( folder / "file" ).c_str(), O_RDONLY ) );
-    EXPECT_EQ( ErrorOf( [&] { WReplaceFile::CheckTarget( input.name ); } ), 6u );
+    EXPECT_ERROR( 6, WReplaceFile::CheckTarget( input.name ) );
 }
 
 TEST( WFileLinuxTest, PipesWithoutReadersAreNotWaitedFor )
@@ -59,7 +58,7 @@ TEST( WFileLinuxTest, PipesWithoutReadersAreNotWaitedFor )
     const TestFolder folder;
     const auto pipe = folder / "pipe";
     ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
-    EXPECT_EQ( ErrorOf( [&] { Replace( pipe ); } ), 233u );
+    EXPECT_ERROR( 233, Replace( pipe ) );
     const Descriptor reader( open( pipe.c_str(), O_RDONLY | O_NONBLOCK ) );
     Replace( pipe );
     char text[4] = {};

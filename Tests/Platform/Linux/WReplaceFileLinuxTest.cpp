@@ -1,14 +1,10 @@
 #include "Files/WReplaceFile.h"
-#include "TestErrors.h"
+
+#include "Linux/TestProcess.h"
 #include "TestFolder.h"
 
 #include <csignal>
 #include <fcntl.h>
-#include <memory>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 TEST( WReplaceFileLinuxTest, HasNoNameUntilItTakesItsPlace )
 {
@@ -29,11 +25,8 @@ TEST( WReplaceFileLinuxTest, HasNoNameUntilItTakesItsPlace )
 TEST( WReplaceFileLinuxTest, LeavesDescriptorsToOthers )
 {
     const TestFolder folder;
-    rlimit limit = {}, low = {};
-    ASSERT_EQ( getrlimit( RLIMIT_NOFILE, &limit ), 0 );
-    low = { 64, limit.rlim_max };
-    ASSERT_EQ( setrlimit( RLIMIT_NOFILE, &low ), 0 );
     {
+        const ProcessLimit limit( RLIMIT_NOFILE, 64 );
         std::vector<std::unique_ptr<WReplaceFile>> files;
         for ( int i = 0; i < 100; ++i )
         {
@@ -44,32 +37,25 @@ TEST( WReplaceFileLinuxTest, LeavesDescriptorsToOthers )
         for ( const auto& file : files )
             file->Commit();
     }
-    getrlimit( RLIMIT_NOFILE, &low );
-    setrlimit( RLIMIT_NOFILE, &limit );
-    EXPECT_EQ( low.rlim_cur, 64u ) << "it had to be raised";
     EXPECT_EQ( folder.CountEntries(), 100u );
 }
 
 TEST( WReplaceFileLinuxTest, TheLimitOnTheSizeOfFilesIsAnError )
 {
     const TestFolder folder;
-    const auto child = fork();
-    if ( child == 0 )
-    {
-        signal( SIGXFSZ, SIG_DFL );
-        const rlimit limit{ 4096, 4096 };
-        setrlimit( RLIMIT_FSIZE, &limit );
-        const std::string text( 10000, 'x' );
-        const auto error = ErrorOf(
-            [&]
+    EXPECT_TRUE( PassesInChild(
+        [&]
+        {
+            signal( SIGXFSZ, SIG_DFL );
+            const ProcessLimit limit( RLIMIT_FSIZE, 4096 );
+            const std::string text( 10000, 'x' );
+            const auto replace = [&]
             {
                 WReplaceFile file( folder / "out" );
                 file.GetFile().WriteAt( 0, text.data(), text.size() );
                 file.Commit();
-            } );
-        _exit( error == 223 && folder.CountEntries() == 0 ? 0 : 1 );
-    }
-    int status = 0;
-    waitpid( child, &status, 0 );
-    EXPECT_EQ( status, 0 );
+            };
+            EXPECT_EQ( ErrorOf( replace ), 223u );
+            EXPECT_EQ( folder.CountEntries(), 0u );
+        } ) );
 }

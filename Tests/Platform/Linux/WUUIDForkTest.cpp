@@ -1,8 +1,7 @@
 #include "System/WUUID.h"
 
-#include <gtest/gtest.h>
+#include "Testing.h"
 
-#include <cstring>
 #include <sys/wait.h>
 #include <unistd.h>
 

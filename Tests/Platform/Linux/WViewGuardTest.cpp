@@ -3,10 +3,6 @@
 #include "Files/WFile.h"
 #include "TestFolder.h"
 
-#include <gtest/gtest.h>
-
-#include <thread>
-
 #include <sys/mman.h>
 
 namespace

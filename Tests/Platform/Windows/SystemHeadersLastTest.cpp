@@ -1,6 +1,5 @@
 // All of the system's headers behind the library's.
 #undef WIN32_LEAN_AND_MEAN
-#include "Korvale.h"
 
 #include <windows.h>
 

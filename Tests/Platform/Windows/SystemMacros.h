@@ -11,9 +11,8 @@ class Countable : public XRefCountable
 {
 };
 
-class Quantity : public XPivotColumnDescriptor
+struct Quantity : XPivotColumnDescriptor
 {
-public:
     static XVersion GetClassVersion() { return XVersion( 40001, 0 ); }
     static XVersion GetSuperClassVersion() { return XPivotColumnDescriptor::GetClassVersion(); }
 };

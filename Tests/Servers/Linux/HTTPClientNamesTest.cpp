@@ -1,7 +1,5 @@
 #include "Servers/OddServer.h"
 
-#include "Core/Times/XTimer.h"
-
 #include <dlfcn.h>
 #include <netdb.h>
 

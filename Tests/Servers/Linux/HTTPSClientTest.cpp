@@ -1,5 +1,4 @@
 #include "Network/Linux/TestTLS.h"
-#include "TestErrors.h"
 
 #include "Files/WFilePath.h"
 #include "Servers/XHTTPClient.h"
@@ -9,7 +8,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include <arpa/inet.h>
 #include <csignal>
@@ -20,9 +18,8 @@ namespace
 {
 
 /// Serves one request over TLS, as another make of server would.
-class HTTPSServer
+struct HTTPSServer
 {
-public:
     explicit HTTPSServer( const WCertificates::Certificate& inCertificate )
         : itsContext( SSL_CTX_new( TLS_server_method() ) ), itsSocket( socket( AF_INET, SOCK_STREAM, 0 ) )
     {
@@ -107,14 +104,12 @@ TEST( HTTPSClientTest, TrustsItsAuthorityForTheNameAlone )
         const HTTPSServer server( WCertificates::Make( inAuthority, inName, TestAuthority::kValid ) );
         return XHTTPClient( settings ).Get( server.GetURL( inHost ) ).body;
     };
-    EXPECT_EQ(
-        ErrorOf( [&] { ask( authority, "localhost", "localhost" ); } ),
-        3052u ); // the system does not trust it
+    EXPECT_ERROR( 3052, ask( authority, "localhost", "localhost" ) ); // the system does not trust it
     settings.authorityFile = file;
     EXPECT_EQ( ask( authority, "localhost", "localhost" ), "secret" );
-    EXPECT_EQ( ErrorOf( [&] { ask( authority, "elsewhere", "localhost" ); } ), 3052u );
-    EXPECT_EQ( ErrorOf( [&] { ask( TestAuthority().Get(), "localhost", "localhost" ); } ), 3052u );
+    EXPECT_ERROR( 3052, ask( authority, "elsewhere", "localhost" ) );
+    EXPECT_ERROR( 3052, ask( TestAuthority().Get(), "localhost", "localhost" ) );
     settings.mostRedirects = 5;
-    EXPECT_EQ( ErrorOf( [&] { ask( authority, "localhost", "localhost" ); } ), 3052u ); // on to http
+    EXPECT_ERROR( 3052, ask( authority, "localhost", "localhost" ) ); // on to http
     WFilePath::Remove( file );
 }

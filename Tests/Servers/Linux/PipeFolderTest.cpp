@@ -1,27 +1,21 @@
+#include "Linux/TestProcess.h"
 #include "Network/TestResponders.h"
-#include "TestErrors.h"
 
 #include "Network/XPipeEndpointImp.h"
 #include "Servers/XNamedPipeServer.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace
 {
 
 /// Has the pipes of a test lie in a folder of its own.
-class PipeFolderTest : public testing::Test
+struct PipeFolderTest : testing::Test
 {
-protected:
     PipeFolderTest()
         : itsBase( std::filesystem::temp_directory_path() / ( "kv" + std::to_string( getpid() ) ) )
     {
@@ -64,7 +58,7 @@ TEST_F( PipeFolderTest, IsTheUsersAlone )
     EXPECT_FALSE( std::filesystem::exists( GetFolder() / "pipe" ) ); // gone with the server
     std::filesystem::permissions( GetFolder(), std::filesystem::perms( 0750 ) );
     XNamedPipeServer server( "pipe" );
-    EXPECT_EQ( ErrorOf( [&] { server.Start(); } ), 1021u );
+    EXPECT_ERROR( 1021, server.Start() );
 }
 
 TEST_F( PipeFolderTest, TakesTheNameOfADeadListenerButNoFile )
@@ -80,7 +74,7 @@ TEST_F( PipeFolderTest, TakesTheNameOfADeadListenerButNoFile )
     Echo( "stale" );
     std::ofstream( GetFolder() / "file" ) << "kept";
     XNamedPipeServer server( "file" );
-    EXPECT_EQ( ErrorOf( [&] { server.Start(); } ), 10048u );
+    EXPECT_ERROR( 10048, server.Start() );
     EXPECT_TRUE( std::filesystem::exists( GetFolder() / "file" ) );
 }
 
@@ -98,22 +92,17 @@ TEST_F( PipeFolderTest, EndsConnectionsOfOtherUsers )
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strcpy( address.sun_path, path.c_str() );
-    const pid_t child = fork();
-    if ( child == 0 )
-    {
-        constexpr uid_t kNobody = 65534;
-        char byte = 'x';
-        const int client = socket( AF_UNIX, SOCK_STREAM, 0 );
-        if ( setuid( kNobody ) != 0 ||
-             connect( client, reinterpret_cast<sockaddr*>( &address ), sizeof( address ) ) != 0 )
-            _exit( 2 );
-        send( client, &byte, 1, MSG_NOSIGNAL );
-        _exit( recv( client, &byte, 1, 0 ) > 0 ? 1 : 0 );
-    }
-    int status = 0;
-    waitpid( child, &status, 0 );
-    EXPECT_TRUE( WIFEXITED( status ) );
-    EXPECT_EQ( WEXITSTATUS( status ), 0 );
+    EXPECT_TRUE( PassesInChild(
+        [&]
+        {
+            constexpr uid_t kNobody = 65534;
+            char byte = 'x';
+            const int client = socket( AF_UNIX, SOCK_STREAM, 0 );
+            ASSERT_EQ( setuid( kNobody ), 0 );
+            ASSERT_EQ( connect( client, reinterpret_cast<sockaddr*>( &address ), sizeof( address ) ), 0 );
+            send( client, &byte, 1, MSG_NOSIGNAL );
+            EXPECT_LE( recv( client, &byte, 1, 0 ), 0 );
+        } ) );
     XNetEndpoint client = XPipeEndpointImp::ConnectTo( "pipe", kPatience );
     EXPECT_EQ( Say( client, 'x' ), 'x' );
 }
@@ -125,28 +114,14 @@ TEST_F( PipeFolderTest, LeavesANameToABusyListener )
     std::vector<XNetEndpoint> clients;
     std::uint32_t error = 0;
     while ( error == 0 )
-        try
-        {
-            clients.push_back( XPipeEndpointImp::ConnectTo( "busy", 0 ) );
-        }
-        catch ( const XException& exception )
-        {
-            error = exception.GetErrorNumber();
-        }
+        error = ErrorOrZero( [&] { clients.push_back( XPipeEndpointImp::ConnectTo( "busy", 0 ) ); } );
     EXPECT_EQ( error, 3105u );
-    EXPECT_EQ( ErrorOf( [] { XPipeEndpointImp::BindTo( "busy" ); } ), 10048u );
+    EXPECT_ERROR( 10048, XPipeEndpointImp::BindTo( "busy" ) );
 }
 
 TEST_F( PipeFolderTest, TellsWhichPipeCannotBe )
 {
     setenv( "XDG_RUNTIME_DIR", ( "/" + std::string( 200, 'x' ) ).c_str(), 1 );
-    try
-    {
-        XPipeEndpointImp::ConnectTo( "far", kPatience );
-        FAIL();
-    }
-    catch ( const XException& error )
-    {
-        EXPECT_NE( MessageOf( error ).find( "xxx/korvale/far" ), std::string::npos );
-    }
+    EXPECT_CONTAINS(
+        TextOfError( [] { XPipeEndpointImp::ConnectTo( "far", kPatience ); } ), "xxx/korvale/far" );
 }

@@ -1,16 +1,7 @@
+#include "Linux/TestProcess.h"
 #include "RefusedMemory.h"
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
 #include "Threads/XThreadListener.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <memory>
-
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 // What threads do that lack what they need to begin.
 
@@ -19,12 +10,6 @@ namespace
 
 /// While set, only the main thread gets memory.
 std::atomic<bool> sIsShort = false;
-
-std::int32_t RunForEver()
-{
-    for ( ;; )
-        XThread::SleepCurrentThread( kNoTimeout );
-}
 
 } // namespace
 
@@ -44,37 +29,30 @@ TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
     } listener;
     TestThread thread( [] { return 7; } );
     sIsShort = true;
-    EXPECT_EQ( 1012u, ErrorOf( [&] { thread.StartThread(); } ) );
+    EXPECT_ERROR( 1012, thread.StartThread() );
     sIsShort = false;
     EXPECT_EQ( XThread::kThreadNotRunning, thread.GetNextThreadState() );
     EXPECT_EQ( 0u, listener.sum );
-    thread.StartThread();
-    thread.WaitForTerminate( kPatience );
-    EXPECT_EQ( 7, thread.GetThreadReturnCode() );
+    EXPECT_EQ( 7, thread.Run() );
     EXPECT_EQ( 12u, listener.sum ); // has heard both events once
 }
 
 TEST( ThreadLimits, AThreadTooManyLacksResources )
 {
-#ifdef KORVALE_SANITIZED
-    GTEST_SKIP() << "the sanitizer needs more address space than a limit can leave";
-#endif
-    const pid_t child = ::fork();
-    if ( child == 0 )
-    {
-        std::array<std::unique_ptr<TestThread>, 100> threads;
-        for ( auto& thread : threads )
-            thread = std::make_unique<TestThread>( RunForEver );
-        const rlimit none = { 1, 1 };
-        ::setrlimit( RLIMIT_AS, &none ); // there is no room for a stack, but for a few used ones
-        const auto startAll = [&]
+    if ( kIsSanitized )
+        GTEST_SKIP() << "the sanitizer needs more address space than a limit can leave";
+    EXPECT_TRUE( PassesInChild(
+        []
         {
+            std::array<std::unique_ptr<TestThread>, 100> threads;
             for ( auto& thread : threads )
-                thread->StartThread();
-        };
-        ::_exit( ErrorOf( startAll ) == 1028 ? 0 : 1 );
-    }
-    int status = 0;
-    ::waitpid( child, &status, 0 );
-    EXPECT_TRUE( WIFEXITED( status ) && WEXITSTATUS( status ) == 0 );
+                thread = std::make_unique<TestThread>( SleepForEver );
+            const ProcessLimit none( RLIMIT_AS, 1 ); // there is no room for a stack, but for a few used ones
+            const auto startAll = [&]
+            {
+                for ( auto& thread : threads )
+                    thread->StartThread();
+            };
+            ::_exit( ErrorOrZero( startAll ) == 1028 ? 0 : 1 ); // with threads that go on
+        } ) );
 }

@@ -1,14 +1,7 @@
-#include "TestErrors.h"
 #include "Threads/TestThread.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
-#include <string>
 
 #include <sched.h>
 #include <sys/resource.h>
@@ -31,20 +24,6 @@ int GetNiceValueOf( pid_t inThread )
     return getpriority( PRIO_PROCESS, static_cast<id_t>( inThread ) );
 }
 
-/// Runs an action on a thread of its own.
-template<class Action>
-void RunOnThread( Action inAction )
-{
-    TestThread thread(
-        [&]
-        {
-            inAction();
-            return 0;
-        } );
-    thread.StartThread();
-    thread.WaitForTerminate( kPatience );
-}
-
 std::size_t GetVirtualBytes()
 {
     std::size_t pages = 0;
@@ -65,14 +44,15 @@ TEST( ThreadPlacementTest, AThreadRunsWhereItsProcessMayWhereverItWasStarted )
         EXPECT_EQ( CPU_COUNT( &bound ), 1 );
         for ( int processor = 0; processor < CPU_SETSIZE; ++processor )
             EXPECT_TRUE( CPU_ISSET( processor, &all ) || !CPU_ISSET( processor, &bound ) );
-        RunOnThread(
+        TestThread(
             [&]
             {
                 const cpu_set_t own = GetProcessorsOf( 0 );
                 EXPECT_TRUE( CPU_EQUAL( &own, &all ) );
-            } );
+            } )
+            .Run();
     };
-    RunOnThread( startFromBoundThread );
+    TestThread( startFromBoundThread ).Run();
 }
 
 TEST( ThreadPlacementTest, AProcessBoundToItsLastProcessorBindsItsThreadsThere )
@@ -96,14 +76,15 @@ TEST( ThreadPlacementTest, AThreadHasItsPriorityWhicheverItsStarterHas )
         EXPECT_EQ( GetNiceValueOf( gettid() ), 19 );
         const bool mayRise = setpriority( PRIO_PROCESS, static_cast<id_t>( gettid() ), normal ) == 0;
         setpriority( PRIO_PROCESS, static_cast<id_t>( gettid() ), 19 );
-        RunOnThread(
+        TestThread(
             [&]
             {
                 EXPECT_EQ( GetNiceValueOf( gettid() ), mayRise ? normal : 19 );
                 EXPECT_EQ( XException::GetLastError(), 0u );
-            } );
+            } )
+            .Run();
     };
-    RunOnThread( startFromIdleThread );
+    TestThread( startFromIdleThread ).Run();
 }
 
 TEST( ThreadPlacementTest, TheSystemKnowsThreadsByTheirNames )
@@ -114,13 +95,14 @@ TEST( ThreadPlacementTest, TheSystemKnowsThreadsByTheirNames )
         std::getline( std::ifstream( "/proc/self/task/" + std::to_string( gettid() ) + "/comm" ), name );
         return name;
     };
-    RunOnThread(
+    TestThread(
         [&]
         {
             EXPECT_EQ( readName(), "test" );
             XThread::GetCurrentThread()->SetDebugName( "a name of many characters" );
             EXPECT_EQ( readName(), "a name of many " );
-        } );
+        } )
+        .Run();
 }
 
 TEST( ThreadPlacementTest, ThreadsThatHaveEndedKeepNoStacks )
@@ -130,11 +112,9 @@ TEST( ThreadPlacementTest, ThreadsThatHaveEndedKeepNoStacks )
     const std::size_t before = GetVirtualBytes();
     for ( auto& thread : threads )
     {
-        thread = std::make_unique<TestThread>( [] { return 0; } );
-        thread->StartThread();
-        thread->WaitForTerminate( kPatience );
+        thread = std::make_unique<TestThread>( [] {} );
+        thread->Run();
     }
     EXPECT_LT( GetVirtualBytes(), before + ( std::size_t( 2 ) << 30 ) ); // of 8 MiB each, as a rule
-    threads[0]->StartThread();
-    threads[0]->WaitForTerminate( kPatience );
+    threads[0]->Run();
 }

@@ -2,12 +2,7 @@
 #include "Measuring/CachedOverlay.h"
 #include "Measuring/StackBackground.h"
 #include "Memory/TestManager.h"
-#include "Support/FilePaths.h"
-#include "TestErrors.h"
 #include "Tools/ProgramRun.h"
-
-#include <atomic>
-#include <limits>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -19,9 +14,8 @@ namespace
 constexpr std::uint32_t kWidth = 64, kHeight = 64;
 constexpr std::uint64_t kPageBytes = 2 * kWidth * kHeight;
 
-class DamagedPage : public ProgramRun
+struct DamagedPage : ProgramRun
 {
-protected:
     TestManager itsManager;
     std::atomic<int> itsViews = 0; ///< Of files, since they are damaged.
 
@@ -32,10 +26,7 @@ protected:
         for ( int i = 0; i < inPages; ++i )
             pages.push_back(
                 MakePage<std::uint16_t>( kWidth, MakeNoise<std::uint16_t>( random, kWidth * kHeight, 9 ) ) );
-        std::vector<const WImagePage*> pointers;
-        for ( const auto& page : pages )
-            pointers.push_back( &page );
-        return WriteStack( inName, pointers );
+        return WritePages( inName, pages );
     }
 
     /// The bytes that are mapped next cannot be read, as if their file were cut off: all others in that file can.
@@ -67,24 +58,13 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
     for ( const bool drawsOverlays : { false, true } )
     {
         DamageNextView();
-        std::vector<std::string> arguments{ "measure",
-                                            stack,
-                                            "--background",
-                                            "min",
-                                            "--memory",
-                                            std::to_string( 8 * kPageBytes ),
-                                            "--workers",
-                                            "1",
-                                            "--csv",
-                                            Name( "out.csv" ),
-                                            "-q" };
-        if ( drawsOverlays )
-            arguments.insert( arguments.end(), { "--overlay", Name( "page.png" ) } );
-        EXPECT_EQ( Run( arguments ), 1 );
+        const std::string line = "measure % --background min --workers 1 --csv @out.csv -q --memory ";
+        const std::string overlay = drawsOverlays ? " --overlay @page.png" : "";
+        EXPECT_EQ( RunLine( line + std::to_string( 8 * kPageBytes ) + overlay, stack ), 1 );
         EXPECT_GT( itsViews, 1 ); // and others were not damaged
         const auto errors = itsError.str();
-        EXPECT_NE( errors.find( ": page " ), std::string::npos ) << errors;
-        EXPECT_NE( errors.find( "(1020)" ), std::string::npos ) << errors;
+        EXPECT_CONTAINS( errors, ": page " );
+        EXPECT_CONTAINS( errors, "(1020)" );
         EXPECT_EQ( std::ranges::count( errors, '\n' ), 1 ) << errors;
     }
 }
@@ -119,5 +99,5 @@ TEST_F( DamagedPage, AndItsOverlayIsNotDrawn )
     overlay.Keep( std::move( sketch ), memory );
     PurgeAll();
     DamageNextView();
-    EXPECT_EQ( ErrorOf( [&] { overlay.Take( memory ); } ), 1020u );
+    EXPECT_ERROR( 1020, overlay.Take( memory ) );
 }

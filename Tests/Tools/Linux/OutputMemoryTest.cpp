@@ -3,8 +3,6 @@
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
 
-#include <deque>
-
 // What becomes of output files where memory ends.
 
 namespace

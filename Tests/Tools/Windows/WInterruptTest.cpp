@@ -1,11 +1,6 @@
 #include "Process/WInterrupt.h"
 #include "Program/Command.h"
-
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <thread>
+#include "Testing.h"
 
 #include <windows.h>
 

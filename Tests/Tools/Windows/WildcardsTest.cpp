@@ -6,9 +6,8 @@
 
 namespace
 {
-class Wildcards : public ProgramRun
+struct Wildcards : ProgramRun
 {
-protected:
     std::string Expand( const std::string& inPattern ) const
     {
         std::string names;
@@ -38,9 +37,9 @@ TEST_F( Wildcards, NameTheImagesToMeasure )
 {
     for ( const auto* name : { "one.png", "two.png" } )
         itsFolder.Write( name, FromHex( kGrey8 ) );
-    EXPECT_EQ( Run( { "measure", Name( "*.png" ), "--csv", Name( "out.csv" ) } ), 0 ) << itsError.str();
+    EXPECT_EQ( RunLine( "measure @*.png --csv @out.csv" ), 0 ) << itsError.str();
     const auto csv = itsFolder.Read( "out.csv" );
     EXPECT_LT( csv.find( "\n1,one.png," ), csv.find( "\n2,two.png," ) ) << csv;
-    EXPECT_EQ( Run( { "measure", Name( "*.jpg" ) } ), 2 );
+    EXPECT_EQ( RunLine( "measure @*.jpg" ), 2 );
     EXPECT_EQ( itsError.str(), "korvale: measure: no file matches " + Name( "*.jpg" ) + "\n" );
 }
