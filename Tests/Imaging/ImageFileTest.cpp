@@ -6,12 +6,14 @@
 #include "Imaging/XTIFFWriter.h"
 #include "TestFolder.h"
 
+#include <gtest/gtest.h>
 #include <zlib.h>
 
 namespace
 {
-struct ImageFile : testing::Test
+class ImageFile : public testing::Test
 {
+protected:
     TestFolder itsFolder;
 
     std::filesystem::path WriteTIFF(
@@ -33,13 +35,17 @@ struct ImageFile : testing::Test
     /// What reading all pages throws, as text; empty when nothing.
     static std::string GetFailureOf( const std::filesystem::path& inPath )
     {
-        return TextOfError(
-            [&]
-            {
-                const auto file = WImageFile::Open( inPath );
-                for ( std::uint32_t i = 0; i < file->GetPageCount(); ++i )
-                    file->ReadPage( i );
-            } );
+        try
+        {
+            const auto file = WImageFile::Open( inPath );
+            for ( std::uint32_t i = 0; i < file->GetPageCount(); ++i )
+                file->ReadPage( i );
+            return {};
+        }
+        catch ( const WImageError& error )
+        {
+            return error.what();
+        }
     }
 };
 
@@ -58,6 +64,121 @@ void ExpectSame( const WImagePage& inPage, const WImagePage& inExpected )
     EXPECT_EQ( std::memcmp( inPage.samples.get(), inExpected.samples.get(), inPage.GetByteCount() ), 0 );
 }
 
+/// 5 x 3 pixels of 16 bits in tiles of 4 x 2 whose samples count up row by row.
+std::string MakeTiledTIFF( bool inBigEndian, bool inSeparate )
+{
+    HandmadeTIFF file( inBigEndian );
+    const auto channels = inSeparate ? 2u : 1u;
+    std::vector<std::uint32_t> tiles;
+    for ( std::uint32_t channel = 0; channel < channels; ++channel )
+        for ( std::uint32_t tile = 0; tile < 4; ++tile )
+            for ( std::uint32_t i = 0; i < 8; ++i )
+            {
+                const auto x = tile % 2 * 4 + i % 4, y = tile / 2 * 2 + i / 4;
+                const auto position = file.Append( channel * 1000 + y * 5 + x, 2 );
+                if ( i == 0 )
+                    tiles.push_back( position );
+            }
+    std::uint32_t offsets = 0, sizes = 0;
+    for ( std::size_t i = 0; i < tiles.size(); ++i )
+        offsets = i == 0 ? file.Append( tiles[i], 4 ) : ( file.Append( tiles[i], 4 ), offsets );
+    for ( std::size_t i = 0; i < tiles.size(); ++i )
+        sizes = i == 0 ? file.Append( 16, 4 ) : ( file.Append( 16, 4 ), sizes );
+
+    const auto count = static_cast<std::uint32_t>( tiles.size() );
+    return file.Finish(
+        { { 256, 3, 1, 5 },
+          { 257, 3, 1, 3 },
+          { 258, 3, 1, 16 },
+          { 277, 3, 1, channels },
+          { 284, 3, 1, inSeparate ? 2u : 1u },
+          { 322, 3, 1, 4 },
+          { 323, 3, 1, 2 },
+          { 324, 4, count, offsets },
+          { 325, 4, count, sizes } } );
+}
+/// LZW without any texts: a clear before every 200 bytes keeps the codes at 9 bits.
+std::string PackLZW( const std::string& inBytes )
+{
+    std::string packed;
+    std::uint32_t bits = 0, count = 0;
+    const auto add = [&]( std::uint32_t inCode )
+    {
+        bits = bits << 9 | inCode;
+        for ( count += 9; count >= 8; count -= 8 )
+            packed += static_cast<char>( bits >> ( count - 8 ) );
+    };
+    for ( std::size_t i = 0; i < inBytes.size(); ++i )
+    {
+        if ( i % 200 == 0 )
+            add( 256 );
+        add( static_cast<unsigned char>( inBytes[i] ) );
+    }
+    add( 257 );
+    add( 0 );
+    return packed;
+}
+
+std::string Pack( const std::string& inBytes, std::uint32_t inCompression )
+{
+    std::string packed;
+    if ( inCompression == 5 )
+        return PackLZW( inBytes );
+    if ( inCompression != 32773 )
+    {
+        auto size = compressBound( static_cast<uLong>( inBytes.size() ) );
+        packed.resize( size );
+        compress(
+            reinterpret_cast<Bytef*>( packed.data() ), &size,
+            reinterpret_cast<const Bytef*>( inBytes.data() ), static_cast<uLong>( inBytes.size() ) );
+        packed.resize( size );
+        return packed;
+    }
+    for ( const auto byte : inBytes ) // Nothing, one byte as it is, nothing, ...
+        packed += std::string( "\x80\0", 2 ) + byte;
+    return packed;
+}
+
+struct Packing
+{
+    std::uint32_t compression;
+    std::uint32_t predictor;
+    bool isLowestBitFirst;
+};
+
+/// Samples of 16 bits in one strip that count up by 300 row by row.
+std::string
+MakePackedTIFF( bool inIsBigEndian, std::uint32_t inWidth, std::uint32_t inHeight, const Packing& inPacking )
+{
+    std::string bytes;
+    for ( std::uint32_t i = 0; i < inWidth * inHeight; ++i )
+    {
+        const auto sample = inPacking.predictor == 2 && i % inWidth > 0 ? 300 : i * 300;
+        const char low = static_cast<char>( sample ), high = static_cast<char>( sample >> 8 );
+        bytes += inIsBigEndian ? std::string{ high, low } : std::string{ low, high };
+    }
+    HandmadeTIFF tiff( inIsBigEndian );
+    const auto packed = Pack( bytes, inPacking.compression );
+    std::uint32_t start = 0;
+    for ( std::size_t i = 0; i < packed.size(); ++i )
+    {
+        auto byte = static_cast<unsigned char>( packed[i] ), reversed = byte;
+        for ( int bit = 0; bit < 8; ++bit, byte = static_cast<unsigned char>( byte >> 1 ) )
+            reversed = static_cast<unsigned char>( reversed << 1 | ( byte & 1 ) );
+        const auto position =
+            tiff.Append( inPacking.isLowestBitFirst ? reversed : static_cast<unsigned char>( packed[i] ), 1 );
+        start = i == 0 ? position : start;
+    }
+    return tiff.Finish(
+        { { 256, 3, 1, inWidth },
+          { 257, 3, 1, inHeight },
+          { 258, 3, 1, 16 },
+          { 259, 3, 1, inPacking.compression },
+          { 266, 3, 1, inPacking.isLowestBitFirst ? 2u : 1u },
+          { 273, 4, 1, start },
+          { 279, 4, 1, static_cast<std::uint32_t>( packed.size() ) },
+          { 317, 3, 1, inPacking.predictor } } );
+}
 } // namespace
 
 TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
@@ -98,6 +219,21 @@ TEST_F( ImageFile, IsClassicUnlessTheSizeForbidsIt )
     form.width = form.height = 1;
     EXPECT_EQ( XTIFFWriter::GetFormat( form, 26000 ), XTIFFWriter::kClassic );
     EXPECT_EQ( XTIFFWriter::GetFormat( form, 27000 ), XTIFFWriter::kBig );
+}
+
+TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )
+{
+    for ( const auto isBigEndian : { false, true } )
+        for ( const auto isSeparate : { false, true } )
+        {
+            const auto path = itsFolder.Write( "tiles.tif", MakeTiledTIFF( isBigEndian, isSeparate ) );
+            const auto page = WImageFile::Open( path )->ReadPage( 0 );
+            ASSERT_EQ( page.channels, isSeparate ? 2u : 1u );
+            for ( std::uint32_t i = 0; i < 15; ++i )
+                for ( std::uint32_t channel = 0; channel < page.channels; ++channel )
+                    EXPECT_EQ(
+                        page.GetSamples<std::uint16_t>()[i * page.channels + channel], channel * 1000 + i );
+        }
 }
 
 TEST_F( ImageFile, ReadsStripsWhereverTheyLie )
@@ -189,20 +325,40 @@ TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
     EXPECT_EQ( read( kPalette2 ), ( Samples{ 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120 } ) );
 }
 
+TEST_F( ImageFile, ReadsCompressionsOfEitherByteOrder )
+{
+    const std::uint32_t width = 300, height = 250; // More than is unpacked at a time.
+    for ( const auto isBigEndian : { false, true } )
+        for ( const auto& packing :
+              { Packing{ 5, 1, false }, Packing{ 5, 2, true }, Packing{ 8, 1, true },
+                Packing{ 32946, 2, false }, Packing{ 32773, 1, true } } )
+        {
+            SCOPED_TRACE( std::to_string( packing.compression ) + ( isBigEndian ? " MM" : " II" ) );
+            const auto path =
+                itsFolder.Write( "packed.tif", MakePackedTIFF( isBigEndian, width, height, packing ) );
+            const auto page = WImageFile::Open( path )->ReadPage( 0 );
+            std::uint32_t wrong = 0;
+            for ( std::uint32_t i = 0; i < width * height; ++i )
+                wrong += page.GetSamples<std::uint16_t>()[i] != static_cast<std::uint16_t>( i * 300 );
+            EXPECT_EQ( wrong, 0u );
+        }
+}
+
 TEST_F( ImageFile, RefusesDamagedCompressions )
 {
     const auto sound = FromHex( kDeflate16 );
     const auto form = WImageFile::Open( itsFolder.Write( "sound", sound ) )->ReadPage( 0 );
     const auto isRefusedOrSound = [&]( const std::string& inBytes )
     {
-        bool isSound = true;
-        TextOfError(
-            [&]
-            {
-                const auto page = WImageFile::Open( itsFolder.Write( "damaged", inBytes ) )->ReadPage( 0 );
-                isSound = std::memcmp( page.samples.get(), form.samples.get(), form.GetByteCount() ) == 0;
-            } );
-        return isSound;
+        try
+        {
+            const auto page = WImageFile::Open( itsFolder.Write( "damaged", inBytes ) )->ReadPage( 0 );
+            return std::memcmp( page.samples.get(), form.samples.get(), form.GetByteCount() ) == 0;
+        }
+        catch ( const WImageError& )
+        {
+            return true;
+        }
     };
     // The checksum tells of whatever the samples do not show.
     for ( auto bit = ( sound.size() - 21 ) * 8; bit < sound.size() * 8; ++bit )
@@ -217,25 +373,22 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
         const auto path = itsFolder.Write( "damaged", inBytes );
         EXPECT_THROW( WImageFile::Open( path )->ReadPage( 0 ), WImageError ) << inReason;
         const auto lzw = WImageFile::Open( itsFolder.Write( "sound", FromHex( kLZW8 ) ) )->ReadPage( 0 );
-        EXPECT_EQ(
-            TextOfError( [&] { ReadBlocks( path, lzw ); } ),
-            "its compressed samples are damaged: " + inReason );
+        try
+        {
+            ReadBlocks( path, lzw );
+            ADD_FAILURE() << inReason;
+        }
+        catch ( const WImageError& error )
+        {
+            EXPECT_EQ( error.what(), "its compressed samples are damaged: " + inReason );
+        }
     };
     refuse( FromHex( Exchange( kLZW8, "800000202018", "804b00202018" ) ), "LZW code 300 is not defined yet" );
     refuse(
         FromHex( Exchange( kLZW8, "800000202018", "001000202018" ) ),
         "LZW data do not begin with a clear code" );
-    HandmadeTIFF tiff( false );
-    const auto strip = tiff.Append( 0, 2 );
     EXPECT_EQ(
-        GetFailure( tiff.Finish(
-            { { 256, 3, 1, 1 },
-              { 257, 3, 1, 1 },
-              { 258, 3, 1, 16 },
-              { 259, 3, 1, 32773 },
-              { 273, 4, 1, strip },
-              { 279, 4, 1, 2 },
-              { 317, 3, 1, 2 } } ) ),
+        GetFailure( MakePackedTIFF( false, 4, 3, { 32773, 2, false } ) ),
         "predictor 2 is not allowed with PackBits compression" );
 }
 
@@ -313,6 +466,22 @@ TEST_F( ImageFile, RefusesEveryTruncation )
         {
             std::filesystem::resize_file( path, size );
             EXPECT_NE( GetFailureOf( path ), "" ) << size;
+        }
+    }
+}
+
+TEST_F( ImageFile, SurvivesEveryFlippedBit )
+{
+    for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ), FromHex( kPackBits8 ) } )
+    {
+        const auto path = itsFolder.Write( "broken", bytes );
+        WFile file( path, WFile::kReadWrite );
+        for ( std::size_t bit = 0; bit < bytes.size() * 8; ++bit )
+        {
+            const auto damaged = static_cast<char>( bytes[bit / 8] ^ 1 << bit % 8 );
+            file.WriteAt( bit / 8, &damaged, 1 );
+            GetFailureOf( path );
+            file.WriteAt( bit / 8, &bytes[bit / 8], 1 );
         }
     }
 }

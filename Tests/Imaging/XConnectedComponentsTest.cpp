@@ -2,6 +2,9 @@
 
 #include "Imaging/TestPages.h"
 
+#include <array>
+#include <gtest/gtest.h>
+
 namespace
 {
 using Labels = std::vector<std::uint32_t>;
@@ -53,6 +56,51 @@ Labels Paint( const XLabelledObjects& inFound, const WImagePage& inPage )
     return labels;
 }
 
+/// The shape of every object, pixel by pixel.
+std::vector<XObjectShape> Measure( const Labels& inLabels, int inWidth, int inHeight, std::size_t inCount )
+{
+    std::vector<XObjectShape> shapes( inCount );
+    const auto at = [&]( int inX, int inY )
+    {
+        const auto isInside = inX >= 0 && inX < inWidth && inY >= 0 && inY < inHeight;
+        return isInside ? inLabels[static_cast<std::size_t>( inY * inWidth + inX )] : kBackground;
+    };
+    for ( int y = 0; y < inHeight; ++y )
+        for ( int x = 0; x < inWidth; ++x )
+        {
+            const auto label = at( x, y );
+            if ( label == kBackground )
+                continue;
+            const auto column = static_cast<std::uint32_t>( x ), row = static_cast<std::uint32_t>( y );
+            const auto isStart = at( x - 1, y ) != label, hasAbove = at( x, y - 1 ) == label;
+            shapes[label].Add( { column, row, 1, hasAbove, isStart, column, row, column, row } );
+        }
+    return shapes;
+}
+
+/// Edges of pixels towards another label, counted one by one.
+std::vector<std::uint64_t>
+CountEdges( const Labels& inLabels, int inWidth, int inHeight, std::size_t inCount )
+{
+    std::vector<std::uint64_t> edges( inCount );
+    for ( int y = 0; y < inHeight; ++y )
+        for ( int x = 0; x < inWidth; ++x )
+        {
+            const auto label = inLabels[static_cast<std::size_t>( y * inWidth + x )];
+            if ( label == kBackground )
+                continue;
+            for ( const auto& [dx, dy] :
+                  std::array<std::array<int, 2>, 4>{ { { 1, 0 }, { -1, 0 }, { 0, 1 }, { 0, -1 } } } )
+            {
+                const auto isOutside = x + dx < 0 || x + dx >= inWidth || y + dy < 0 || y + dy >= inHeight;
+                if ( isOutside ||
+                     inLabels[static_cast<std::size_t>( ( y + dy ) * inWidth + x + dx )] != label )
+                    ++edges[label];
+            }
+        }
+    return edges;
+}
+
 void ExpectFloodedObjects( const WImagePage& inPage, const std::vector<bool>& inMask, double inThreshold )
 {
     const auto width = static_cast<int>( inPage.width ), height = static_cast<int>( inPage.height );
@@ -61,20 +109,20 @@ void ExpectFloodedObjects( const WImagePage& inPage, const std::vector<bool>& in
         const auto labels = Flood( inMask, width, height, connectivity );
         const auto found = XFindObjects( inPage, 0, inThreshold, connectivity );
         ASSERT_EQ( Paint( found, inPage ), labels ) << width << " x " << height;
-        std::vector<std::array<std::uint64_t, 3>> sums( found.shapes.size() );
-        for ( std::size_t i = 0; i < labels.size(); ++i )
-            if ( labels[i] != kBackground )
-            {
-                auto& [count, sumX, sumY] = sums[labels[i]];
-                ++count;
-                sumX += i % inPage.width;
-                sumY += i / inPage.width;
-            }
-        for ( std::size_t i = 0; i < sums.size(); ++i )
+
+        const auto shapes = Measure( labels, width, height, found.shapes.size() );
+        const auto edges = CountEdges( labels, width, height, found.shapes.size() );
+        for ( std::size_t i = 0; i < shapes.size(); ++i )
         {
             const auto& shape = found.shapes[i];
-            EXPECT_EQ(
-                sums[i], ( std::array<std::uint64_t, 3>{ shape.pixelCount, shape.sumX, shape.sumY } ) );
+            EXPECT_EQ( shape.pixelCount, shapes[i].pixelCount );
+            EXPECT_EQ( shape.sumX, shapes[i].sumX );
+            EXPECT_EQ( shape.sumY, shapes[i].sumY );
+            EXPECT_EQ( shape.left, shapes[i].left );
+            EXPECT_EQ( shape.top, shapes[i].top );
+            EXPECT_EQ( shape.GetBoundsX(), shapes[i].GetBoundsX() );
+            EXPECT_EQ( shape.GetBoundsY(), shapes[i].GetBoundsY() );
+            EXPECT_EQ( shape.GetPerimeter(), edges[i] );
         }
     }
 }
@@ -101,6 +149,21 @@ TEST( XConnectedComponents, FindsWhatAFloodFillFinds )
             TestNoise<std::uint16_t>( random, width, 1, perCent );
             TestNoise<float>( random, width, 20, perCent );
         }
+}
+
+TEST( XConnectedComponents, JoinsSpiralsAndCombs )
+{
+    // Branches that meet late join components that were numbered far apart.
+    const std::vector<std::uint8_t> samples{
+        1, 0, 1, 0, 1, 0, 1, 1, 1, //
+        1, 0, 1, 0, 1, 0, 1, 0, 1, //
+        1, 1, 1, 0, 1, 0, 0, 0, 1, //
+        0, 0, 0, 0, 1, 1, 1, 1, 1, //
+        1, 0, 0, 1, 0, 0, 0, 0, 0, //
+        0, 1, 1, 0, 0, 0, 1, 0, 1, //
+    };
+    std::vector<bool> mask( samples.begin(), samples.end() );
+    ExpectFloodedObjects( MakePage( 9, samples ), mask, 0 );
 }
 
 TEST( XConnectedComponents, TakesThresholdsOutsideTheSamplesRange )

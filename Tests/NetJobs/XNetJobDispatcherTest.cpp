@@ -1,7 +1,7 @@
 #include "NetJobs/Internal/XNetJobDispatcher.h"
 
 #include "Services/XAppAndComputerInfo.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 #include <algorithm>
 #include <array>

@@ -3,7 +3,7 @@
 #include "Messaging/Recorder.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include "Core/Streams/XMemStream.h"
 #include "Jobs/XJobQueue.h"
 #include "System/WProcessors.h"
-#include "TestErrors.h"
+#include "Testing.h"
 
 #include <memory>
 
