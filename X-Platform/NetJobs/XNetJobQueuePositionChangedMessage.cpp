@@ -4,6 +4,9 @@
 
 #include <typeinfo>
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr std::uint32_t XNetJobQueuePositionChangedMessage::kUnknownWait;
+
 XNetJobQueuePositionChangedMessage::XNetJobQueuePositionChangedMessage( XSpeaker* inSpeaker )
     : XRemoteMessage( inSpeaker )
 {

@@ -19,6 +19,9 @@
 #include <unordered_set>
 #include <utility>
 
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr std::uint32_t XNetJobScheduler::kMostLosses;
+
 namespace
 {
 
