@@ -24,7 +24,7 @@ ROOMS = [
     "X-Platform/Startup",
     "X-Platform/Drawing", "X-Platform/Imaging", "X-Platform/Plots", "X-Platform",
     "Tools/korvale/Support", "Tools/korvale/Terminal", "Tools/korvale/Outputs", "Tools/korvale/Tables",
-    "Tools/korvale/Measuring", "Tools/korvale/Program",
+    "Tools/korvale/Measuring", "Tools/korvale/Options", "Tools/korvale/Commands", "Tools/korvale/Program",
 ]
 
 # Parts of classes with twins that are the same on every system.

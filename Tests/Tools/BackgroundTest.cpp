@@ -3,7 +3,7 @@
 #include "Imaging/XBackgroundAccumulator.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
-#include "Program/MemoryBudget.h"
+#include "Options/MemoryBudget.h"
 #include "ProgramRun.h"
 
 namespace

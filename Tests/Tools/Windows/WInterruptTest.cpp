@@ -1,5 +1,5 @@
 #include "Process/WInterrupt.h"
-#include "Program/Command.h"
+#include "Commands/Command.h"
 #include "Testing.h"
 
 #include <windows.h>

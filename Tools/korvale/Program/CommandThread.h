@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Program/Command.h"
+#include "Commands/Command.h"
 #include "Threads/XThread.h"
 
 #include <exception>

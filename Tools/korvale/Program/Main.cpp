@@ -1,7 +1,7 @@
+#include "Commands/Command.h"
 #include "Files/WPendingFiles.h"
 #include "Process/WConsole.h"
 #include "Process/WInterrupt.h"
-#include "Program/Command.h"
 #include "Program/Program.h"
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"

@@ -1,0 +1,132 @@
+#include "Commands/ControlCommand.h"
+
+#include "Options/CommandLine.h"
+#include "Process/WInterrupt.h"
+#include "RemoteCalls/XControlBridge.h"
+#include "RemoteCalls/XRPCResponder.h"
+#include "Servers/XHTTPServer.h"
+#include "Servers/XNetServer.h"
+#include "Support/NetworkPlace.h"
+#include "Terminal/Session.h"
+#include "Threads/XThread.h"
+
+#include <optional>
+
+namespace
+{
+/// The time that connections have to end after an interrupt.
+constexpr std::uint32_t kGraceMS = 900;
+constexpr std::uint32_t kWatchPeriodMS = 50;
+
+/// A server of bridges of one class.
+template<class TBridge>
+class BridgeService
+{
+public:
+    BridgeService(
+        const char* inName, const XNetAddress& inAddress, const ProtectionOptions::Protection& inProtection )
+        : itsServer( inName )
+    {
+        XServeBridge<TBridge>( itsServer, XRPCBridge::kServer, inProtection.cipher );
+        itsServer.UseTLS( inProtection.tls );
+        itsServer.Start( inAddress );
+    }
+
+    std::int32_t GetPort() const { return itsServer.GetPort(); }
+    USize GetConnectionCount() const { return itsServer.GetResponderCount(); }
+
+private:
+    XNetServer itsServer;
+};
+
+using ControlService = BridgeService<XControlBridge>;
+using PlainService = BridgeService<XRPCBridge>;
+
+XHTTPResponse MakeStatusPage( const ControlService& inService )
+{
+    return XHTTPResponse::Text(
+        "<!DOCTYPE html><html lang=\"en\"><title>Korvale control service</title>"
+        "<h1>Control service</h1><p>Connections: " +
+            std::to_string( inService.GetConnectionCount() ) + "</p><p>Calls received: " +
+            std::to_string( XRPCBridge::GetTotalRPCCallsReceived() ) + "</p></html>\n",
+        "text/html; charset=utf-8" );
+}
+
+/// Prints a line at once, and logs it.
+void Announce( const std::string& inText, Session& ioSession )
+{
+    ioSession.out << inText << std::endl;
+    ioSession.LogInfo( inText );
+}
+} // namespace
+
+void ControlCommand::Declare( const CommandOptions& inOptions )
+{
+    inOptions.Explain(
+        std::string( "Prints \"listening on HOST:PORT\" when it is ready, then where the status page and\n"
+                     "plain bridges are, if asked for, a line each. Runs until it is interrupted\n"
+                     "(Ctrl-C, SIGTERM). Port 0 selects a free port; host 0.0.0.0 all adapters.\n"
+                     "\n" ) +
+        ProtectionOptions::kHelp +
+        "  The status page has no protection: whoever can connect to it can read it.\n"
+        "\n"
+        "Examples\n"
+        "  korvale control\n"
+        "  korvale control --listen 0.0.0.0:7610 --keys keys --http 127.0.0.1:8080\n"
+        "\n"
+        "Exit status: 0 when interrupted, 1 after a failure, 2 for wrong usage." );
+    inOptions.Add( "--listen", itsListen, "Where to listen" )
+        .Takes( "HOST:PORT" )
+        .Check( NetworkPlace::Check )
+        .ShowsDefault();
+    inOptions.Add( "--http", itsHTTP, "Where to serve a status page [nowhere]" )
+        .Takes( "HOST:PORT" )
+        .Check( NetworkPlace::Check );
+    inOptions.Add( "--plain-port", itsPlainPort, "Port for bridges that send no preamble [none]" )
+        .Takes( "PORT" )
+        .IsBetween( std::uint32_t{ 0 }, std::uint32_t{ 65535 } );
+    itsProtection.Declare( inOptions );
+}
+
+int ControlCommand::Run( Session& ioSession )
+{
+    WInterrupt::BeginService( kGraceMS );
+    const NetworkPlace place( itsListen );
+    bool isLoopBack = false;
+    if ( !Try( ioSession, itsListen, [&] { isLoopBack = place.IsLoopBack(); } ) )
+        return kFailure;
+    const auto protection =
+        itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleControlService, XDeploymentKeys::kRoleNode );
+    if ( protection.isWeak )
+        ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
+
+    std::optional<ControlService> service;
+    std::optional<PlainService> plain;
+    XHTTPServer pages( "status page" );
+    pages.HandleGet(
+        "/",
+        [&]( const XHTTPRequest& inRequest )
+        { return inRequest.GetPath() == "/" ? MakeStatusPage( *service ) : XHTTPResponse::Status( 404 ); } );
+    const auto start = [&]
+    {
+        service.emplace( "control", place.GetAddress(), protection );
+        if ( itsPlainPort != kNoPort )
+            plain.emplace(
+                "plain bridges", place.GetAddress( static_cast<std::int32_t>( itsPlainPort ) ), protection );
+    };
+    const auto startPages = [&] { pages.Start( NetworkPlace( itsHTTP ).GetAddress() ); };
+    if ( !Try( ioSession, itsListen, start ) ||
+         ( !itsHTTP.empty() && !Try( ioSession, itsHTTP, startPages ) ) )
+        return kFailure;
+
+    Announce( "listening on " + place.GetText( service->GetPort() ), ioSession );
+    if ( !itsHTTP.empty() )
+        Announce(
+            "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );
+    if ( plain )
+        Announce( "plain bridges on " + place.GetText( plain->GetPort() ), ioSession );
+    while ( !WInterrupt::IsRequested() )
+        XThread::SleepCurrentThread( kWatchPeriodMS );
+    ioSession.LogInfo( "interrupted" );
+    return kSuccess;
+}

@@ -1,0 +1,349 @@
+#include "Commands/MeasureCommand.h"
+
+#include "Core/Strings/XByteCount.h"
+#include "Core/Strings/XNumberText.h"
+#include "Files/WFolders.h"
+#include "Files/WWildcards.h"
+#include "Imaging/XTIFFWriter.h"
+#include "Jobs/XProgress.h"
+#include "Measuring/ImageMeasurer.h"
+#include "Measuring/MeasurementSummary.h"
+#include "Options/CommandLine.h"
+#include "Options/MemoryBudget.h"
+#include "Options/OptionChecks.h"
+#include "Support/FilePaths.h"
+#include "Support/InQuotes.h"
+#include "Support/WrongUsage.h"
+#include "Terminal/ProgressDisplay.h"
+#include "Terminal/Session.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <tuple>
+
+namespace
+{
+std::string MakeHelp()
+{
+    std::string help = "Images\n"
+                       "  TIFF (8- or 16-bit unsigned, 32-bit float, any number of pages) and PNG.\n"
+                       "  TIFF may be compressed with LZW, deflate or PackBits; on Linux also with\n"
+                       "  JPEG, LZMA, Zstandard, WebP or LERC. Each page is a time point, counted\n"
+                       "  from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced\n"
+                       "  resolution and masks are skipped. Min-is-white images are inverted, palettes\n"
+                       "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
+                       "  tifffile) declares several channels, slices or images are rejected;\n"
+                       "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
+                       "  volumes whose planes follow a single page are always rejected.\n"
+                       "\n"
+                       "Objects\n"
+                       "  The connected pixels whose value in the chosen channel is greater than the\n"
+                       "  threshold, numbered in raster order of their first pixel; IDs count from 1\n"
+                       "  over the whole table. Coordinates are in pixels, the first pixel is 0; the\n"
+                       "  perimeter counts pixel edges; the standard deviation is the population's.\n"
+                       "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
+                       "  image; coarser ones belong to screens or paper and are ignored.\n"
+                       "  --inside finds objects inside each object by a second threshold. Their rows\n"
+                       "  follow the objects of their page; Parent ID names the object around them.\n"
+                       "\n"
+                       "Background\n"
+                       "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
+                       "  image before thresholding; negative results become 0. Means of integers are\n"
+                       "  rounded to nearest, halves up; for floats only finite samples count. Pages\n"
+                       "  that cannot be read, or differ from the first in size or type, are left out.\n"
+                       "\n"
+                       "Overlays\n"
+                       "  --overlay draws contours and IDs over the channel that was segmented, with\n"
+                       "  stretched grey levels; child objects have a second colour, and\n"
+                       "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
+                       "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
+                       "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
+                       "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
+                       "\n"
+                       "Names\n"
+                       "  Images of equal names in different folders get a column Folder. Characters\n"
+                       "  that Windows-1252, the encoding of tables, lacks are written as \\u{3A9}.\n"
+                       "\n"
+                       "Output\n"
+                       "  Without -o or --csv only a summary is printed. Outputs replace older files\n"
+                       "  when everything is measured. Pages that do not fit into --memory are swapped\n"
+                       "  to temporary files; results are the same. Repeated images are measured each\n"
+                       "  time, with a note. Unreadable images and pages are reported on standard\n"
+                       "  error; the others are measured, and the exit status is 1.\n";
+    help += "  Temporary files are written to ";
+    help += WFolders::DescribeTemporaryFolder();
+    help += ".\n"
+            "\n"
+            "Examples\n"
+            "  korvale measure cells.tif --csv cells.csv\n"
+            "  korvale measure *.tif --channel C2 --min-pixels 20 -o cells.table\n"
+            "  korvale measure stack.tif --background mean --overlay marked.png\n"
+            "\n"
+            "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted.";
+    return help;
+}
+
+/// The index of a channel name such as C1.
+std::optional<std::uint32_t> ParseChannel( std::string_view inText )
+{
+    if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
+        return std::nullopt;
+    const auto number = XParseNumber<std::uint32_t>( inText.substr( 1 ) );
+    return number && *number > 0 ? std::optional( *number - 1 ) : std::nullopt;
+}
+
+std::string CheckChannel( const std::string& inText )
+{
+    return ParseChannel( inText ) ? "" : "invalid channel " + InQuotes( inText ) + " (expected C1, C2, ...)";
+}
+
+/// The width and the height of a pixel, from "X" or "X,Y".
+std::optional<std::pair<double, double>> ParsePixelSize( const std::string& inText )
+{
+    constexpr double kLeast = 1e-6, kMost = 1e6;
+    const auto parse = []( std::string_view inPart )
+    {
+        const auto size = XParseNumber<double>( inPart );
+        return size && *size >= kLeast && *size <= kMost ? size : std::nullopt;
+    };
+    const auto comma = std::min( inText.find( ',' ), inText.size() );
+    const auto width = parse( inText.substr( 0, comma ) );
+    const auto height = comma < inText.size() ? parse( inText.substr( comma + 1 ) ) : width;
+    return width && height ? std::optional( std::pair( *width, *height ) ) : std::nullopt;
+}
+
+std::string CheckPixelSize( const std::string& inText )
+{
+    return ParsePixelSize( inText )
+        ? ""
+        : "invalid pixel size " + InQuotes( inText ) + " (expected X or X,Y in micrometres, such as 0.65)";
+}
+
+std::string CheckThreshold( const std::string& inText )
+{
+    const auto number = XParseNumber<double>( inText );
+    return inText == "otsu" || ( number && std::isfinite( *number ) )
+        ? ""
+        : "invalid threshold " + InQuotes( inText ) + " (expected otsu or a number)";
+}
+
+/// The images that match the patterns.
+std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inNames )
+{
+    std::vector<std::string> names;
+    for ( const auto& name : inNames )
+    {
+        const auto paths = WWildcards::Expand( PathFromUTF8( name ) );
+        if ( paths.empty() )
+            throw WrongUsage( "no file matches " + name );
+        for ( const auto& path : paths )
+            names.push_back( PathToUTF8( path ) );
+    }
+    return names;
+}
+
+/// Reports images that are listed more than once, by whatever names.
+void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioSession )
+{
+    std::map<WFilePath::Key, std::string> first;
+    std::vector<std::string> repeated;
+    for ( const auto& name : inNames )
+    {
+        const auto path = PathFromUTF8( name );
+        const auto [other, isNew] = first.emplace( WFilePath::GetKey( path ), name );
+        if ( isNew || !WFilePath::Exists( path ) )
+            continue;
+        repeated.push_back( name + ( name == other->second ? "" : " (" + other->second + ")" ) );
+    }
+    if ( repeated.empty() )
+        return;
+    const auto more = repeated.size() - 1;
+    ioSession.ReportInfo(
+        repeated.front() +
+        ( more > 0 ? " and " + std::to_string( more ) + " more images are" : std::string( " is" ) ) +
+        " listed more than once: each time it is measured and counted" );
+}
+} // namespace
+
+void MeasureCommand::Declare( const CommandOptions& inOptions )
+{
+    inOptions.Explain( MakeHelp() );
+    inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
+    inOptions.WhenParsed( [this] { itsImages = ExpandWildcards( itsImages ); } );
+    DeclareSegmentation( inOptions );
+    const auto images = inOptions.Under( "Reading" );
+    images.Add( "--pixel-size", itsPixelSize, "Pixel size in um [that of the image]" )
+        .Takes( "X[,Y]" )
+        .Check( CheckPixelSize );
+    images.AddFlag( "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point" );
+    const auto background = inOptions.Under( "Background subtraction" );
+    background.Add( "--background", itsBackground, "Subtract the mean or minimum over all pages [none]" )
+        .Takes( "mean|min" )
+        .IsOneOf( { "mean", "min" } );
+    background.Add( "--save-background", itsBackgroundFile, "Write the background as a TIFF file" )
+        .Takes( "FILE" )
+        .Check( CheckFileName )
+        .Needs( "--background" );
+    const auto output = inOptions.Under( "Results" );
+    itsOutputs.Declare( output );
+    output.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
+        .Takes( "FILE.png" )
+        .Check( CheckFileName );
+    output.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
+    const auto resources = inOptions.Under( "Resources" );
+    resources.Add( "--memory", itsMemory, "Memory to use, e.g. 512M, 1.5G [60 % of all]" )
+        .Takes( "SIZE" )
+        .Check( CheckByteCount );
+    resources.Add( "--workers", itsWorkers, "Maximum number of threads [one per processor]" )
+        .Takes( "N" )
+        .IsBetween( 1u, 1024u );
+}
+
+void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
+{
+    const auto objects = inOptions.Under( "Segmentation" );
+    objects.Add( "--channel", itsChannel, "Channel to segment" )
+        .Takes( "Cn" )
+        .Check( CheckChannel )
+        .ShowsDefault();
+    objects.Add( "--threshold", itsThreshold, "otsu (for each page) or a value" )
+        .Takes( "otsu|VALUE" )
+        .Check( CheckThreshold )
+        .ShowsDefault();
+    objects.Add( "--connectivity", itsConnectivity, "Connect pixels by edges (4) or also corners (8)" )
+        .Takes( "N" )
+        .IsOneOf( { "4", "8" } )
+        .ShowsDefault();
+    objects.Add( "--min-pixels", itsLeastPixels, "Minimum object size in pixels" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber )
+        .ShowsDefault();
+    const auto children = inOptions.Under( "Child objects" );
+    children.Add( "--inside", itsInside, "Segment child objects: otsu (for each) or a value" )
+        .Takes( "otsu|VALUE" )
+        .Check( CheckThreshold );
+    children.Add( "--inside-channel", itsInsideChannel, "Channel for child objects [that of --channel]" )
+        .Takes( "Cn" )
+        .Check( CheckChannel )
+        .Needs( "--inside" );
+    children.Add( "--inside-min-pixels", itsInsideLeastPixels, "Minimum size of child objects in pixels" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber )
+        .Needs( "--inside" )
+        .ShowsDefault();
+}
+
+void MeasureCommand::Check() const
+{
+    if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
+        throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
+    if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
+        throw WrongUsage( "--save-background accepts only one image" );
+}
+
+CommandFiles MeasureCommand::GetFiles() const
+{
+    CommandFiles files{ itsImages, GetOutputNames() };
+    if ( !itsOverlay.empty() )
+        files.outputs.push_back( itsOverlay );
+    return files;
+}
+
+int MeasureCommand::Run( Session& ioSession )
+{
+    if ( itsIsQuiet )
+        ioSession.progress.Silence();
+    const MemoryBudget budget( XParseByteCount( itsMemory ) );
+    // An output that cannot be written is reported before the images are measured.
+    CheckOutputFiles( GetOutputNames() );
+    ReportRepeatedImages( itsImages, ioSession );
+    auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
+    ImageMeasurer measurer(
+        { GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ) },
+        overlays ? &*overlays : nullptr, ioSession );
+    auto measurements = measurer.Measure( itsImages );
+    // Nothing measured, nothing written: an older output stays.
+    if ( measurements.empty() )
+    {
+        budget.LogFigures( ioSession );
+        return kFailure;
+    }
+
+    auto table = WriteFiles(
+        measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(),
+        overlays ? &*overlays : nullptr );
+    budget.LogFigures( ioSession );
+    ioSession.progress.Silence(); // What is printed now is short.
+    if ( !itsIsQuiet )
+        PrintSummary( measurements, std::move( table ), GetSettings().objects.channel, ioSession.out );
+    return measurer.HasFailures() ? kFailure : kSuccess;
+}
+
+XBackgroundKind MeasureCommand::GetBackgroundKind() const
+{
+    if ( itsBackground.empty() )
+        return XBackgroundKind::kNone;
+    return itsBackground == "mean" ? XBackgroundKind::kMean : XBackgroundKind::kMinimum;
+}
+
+std::vector<std::string> MeasureCommand::GetOutputNames() const
+{
+    auto names = itsOutputs.GetNames();
+    if ( !itsBackgroundFile.empty() )
+        names.push_back( itsBackgroundFile );
+    return names;
+}
+
+std::optional<OverlayFiles> MeasureCommand::MakeOverlayFiles( const std::string& inLog ) const
+{
+    if ( itsOverlay.empty() )
+        return std::nullopt;
+    auto others = GetOutputNames();
+    others.insert( others.end(), itsImages.begin(), itsImages.end() );
+    if ( !inLog.empty() )
+        others.push_back( inLog );
+    return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.size() > 1, others );
+}
+
+XMeasureSettings MeasureCommand::GetSettings() const
+{
+    XMeasureSettings settings;
+    settings.objects = { *ParseChannel( itsChannel ), XParseNumber<double>( itsThreshold ), itsLeastPixels };
+    settings.connectivity = itsConnectivity == 4 ? XConnectivity::kEdges : XConnectivity::kEdgesAndCorners;
+    if ( itsInside.empty() )
+        return settings;
+    const auto channel =
+        itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
+    // "otsu" is no number: the empty value selects the automatic threshold.
+    settings.children = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
+    return settings;
+}
+
+XImageReadSettings MeasureCommand::GetReadSettings() const
+{
+    XImageReadSettings settings;
+    settings.arePagesTimes = itsArePlanesTimes;
+    if ( const auto size = ParsePixelSize( itsPixelSize ) )
+        std::tie( settings.pixelWidth, settings.pixelHeight ) = *size;
+    return settings;
+}
+
+XPivotTable MeasureCommand::WriteFiles(
+    std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
+    const WImagePage& inBackground, OverlayFiles* ioOverlays ) const
+{
+    const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
+    XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMS );
+    progress.SetTitle( "Writing" );
+    auto table = XMakeMeasurementTable( ioMeasurements, GetSettings(), &ioMemory );
+    progress.Increment();
+    auto files = itsOutputs.GetFiles( table, WorkerLimit( itsWorkers ) );
+    if ( !itsBackgroundFile.empty() )
+        files.push_back(
+            { itsBackgroundFile, [&]( WFile& ioFile ) {
+                 XTIFFWriter( ioFile, XTIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
+             } } );
+    WriteOutputFiles( files, ioOverlays ? ioOverlays->TakeFiles() : std::vector<CompleteFile>(), failure );
+    return table;
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Commands/Command.h"
+#include "Imaging/XBackgroundAccumulator.h"
+#include "Imaging/XImageReader.h"
+#include "Imaging/XMeasurementTable.h"
+#include "Imaging/XPageMeasurement.h"
+#include "Measuring/OverlayFiles.h"
+#include "Options/TableOutputs.h"
+
+#include <optional>
+#include <vector>
+
+/// `korvale measure`: finds the objects of every page of every image and measures them into a table.
+class MeasureCommand : public Command
+{
+public:
+    const char* GetName() const override { return "measure"; }
+    const char* GetSummary() const override { return "Finds and measures the objects of images."; }
+    void Declare( const CommandOptions& inOptions ) override;
+    void Check() const override;
+    CommandFiles GetFiles() const override;
+    int Run( Session& ioSession ) override;
+
+private:
+    std::vector<std::string> itsImages;
+    TableOutputs itsOutputs;
+    std::string itsChannel = "C1";
+    std::string itsThreshold = "otsu";
+    std::uint32_t itsConnectivity = 8;
+    std::uint64_t itsLeastPixels = 1;
+    std::string itsInside;        // empty: no child objects
+    std::string itsInsideChannel; // empty: the channel of the objects
+    std::uint64_t itsInsideLeastPixels = 1;
+    std::string itsBackground; // empty: none
+    std::string itsBackgroundFile;
+    std::string itsOverlay;       // empty: none
+    std::string itsMemory;        // empty: the default of the library
+    std::uint32_t itsWorkers = 0; // 0: one for each logical processor
+    std::string itsPixelSize;     // empty: the pixel size of the images
+    bool itsArePlanesTimes = false;
+    bool itsIsQuiet = false;
+
+    void DeclareSegmentation( const CommandOptions& inOptions );
+    XMeasureSettings GetSettings() const;
+    XImageReadSettings GetReadSettings() const;
+    std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
+    XBackgroundKind GetBackgroundKind() const;
+    std::vector<std::string> GetOutputNames() const;
+    XPivotTable WriteFiles(
+        std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
+        const WImagePage& inBackground, OverlayFiles* ioOverlays ) const;
+};

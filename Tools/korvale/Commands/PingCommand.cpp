@@ -1,0 +1,124 @@
+#include "Commands/PingCommand.h"
+
+#include "Core/Errors/XException.h"
+#include "Core/Storables/XRefPtr.h"
+#include "Core/Times/XTimer.h"
+#include "Options/CommandLine.h"
+#include "RemoteCalls/XControlBridge.h"
+#include "Support/Failure.h"
+#include "Support/NetworkPlace.h"
+#include "Terminal/Session.h"
+
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+
+namespace
+{
+/// Of each step of the handshake and of each call.
+constexpr std::uint32_t kTimeoutMS = 10'000;
+constexpr std::uint32_t kMaxCount = 1'000'000;
+
+std::string FormatMilliseconds( double inSeconds )
+{
+    char text[64];
+    const auto [end, error] =
+        std::to_chars( text, text + sizeof( text ), inSeconds * 1000, std::chars_format::fixed, 3 );
+    return std::string( text, end ) + " ms";
+}
+
+/// The median of sorted numbers.
+double GetMedian( const std::vector<double>& inSorted )
+{
+    return ( inSorted[( inSorted.size() - 1 ) / 2] + inSorted[inSorted.size() / 2] ) / 2;
+}
+} // namespace
+
+void PingCommand::Declare( const CommandOptions& inOptions )
+{
+    inOptions.Explain(
+        std::string( "Connects, opens a conversation of remote calls, which checks the keys of both\n"
+                     "ends, and makes calls that do nothing. Prints the time of the opening, and the\n"
+                     "minimum, median and maximum of the calls. A step that takes longer than ten\n"
+                     "seconds fails.\n"
+                     "\n" ) +
+        ProtectionOptions::kHelp +
+        "\n"
+        "Example\n"
+        "  korvale ping 127.0.0.1:7610 --count 1000\n"
+        "\n"
+        "Exit status: 0, 1 when the service does not answer, 2 for wrong usage, 130 when\n"
+        "interrupted." );
+    inOptions.Add( "ADDRESS", itsPlace, "Where the service listens" )
+        .Takes( "HOST:PORT" )
+        .Check( NetworkPlace::Check )
+        .Required();
+    inOptions.AddFlag( "--plain", itsIsPlain, "Port for plain bridges (control --plain-port)" );
+    inOptions.Add( "--count", itsCount, "Calls to make" )
+        .Takes( "N" )
+        .IsBetween( std::uint32_t{ 1 }, kMaxCount )
+        .ShowsDefault();
+    itsProtection.Declare( inOptions );
+}
+
+int PingCommand::Run( Session& ioSession )
+{
+    const NetworkPlace place( itsPlace );
+    bool isLoopBack = false;
+    if ( !Try( ioSession, itsPlace, [&] { isLoopBack = place.IsLoopBack(); } ) )
+        return kFailure;
+    const auto protection =
+        itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
+    const XRefPtr<XRPCBridge> bridge(
+        itsIsPlain ? new XRPCBridge( XRPCBridge::kClient, protection.cipher )
+                   : new XControlBridge( XRPCBridge::kClient, protection.cipher ) );
+    bridge->UseTLS( protection.tls );
+    bridge->SetReturnTimeout( kTimeoutMS );
+    return Try( ioSession, itsPlace, [&] { Ping( *bridge, ioSession ); } ) ? kSuccess : kFailure;
+}
+
+void PingCommand::Ping( XRPCBridge& ioBridge, Session& ioSession ) const
+{
+    const XTimer timer;
+    Connect( ioBridge );
+    ioSession.out << itsPlace << ": connected in " << FormatMilliseconds( timer.GetElapsedSeconds() )
+                  << std::endl;
+    const auto seconds = MeasureCalls( ioBridge );
+    ioSession.out << seconds.size() << ( seconds.size() == 1 ? " call" : " calls" ) << ": minimum "
+                  << FormatMilliseconds( seconds.front() ) << ", median "
+                  << FormatMilliseconds( GetMedian( seconds ) ) << ", maximum "
+                  << FormatMilliseconds( seconds.back() ) << '\n';
+    ioBridge.Disconnect();
+}
+
+/// Adds the likely cause: a peer with other keys or options only closes the connection.
+void PingCommand::Connect( XRPCBridge& ioBridge ) const
+{
+    try
+    {
+        ioBridge.Connect( NetworkPlace( itsPlace ).GetAddress(), kTimeoutMS, true, true );
+    }
+    catch ( const XException& error )
+    {
+        const auto number = error.GetErrorNumber();
+        if ( number != kErrorAuthenticationFailed && number != kErrorDisconnected )
+            throw;
+        throw std::runtime_error(
+            DescribeCurrentException().text + "; the keys, ciphers or ports of both ends may differ" );
+    }
+}
+
+/// Returns the sorted durations of the calls in seconds.
+std::vector<double> PingCommand::MeasureCalls( XRPCBridge& ioBridge ) const
+{
+    std::vector<double> seconds;
+    seconds.reserve( itsCount );
+    for ( std::uint32_t call = 0; call < itsCount; ++call )
+    {
+        const XTimer timer;
+        ioBridge.CheckAlive();
+        seconds.push_back( timer.GetElapsedSeconds() );
+    }
+    std::ranges::sort( seconds );
+    return seconds;
+}
