@@ -66,9 +66,11 @@ inline bool HasFullDevice()
     return std::filesystem::is_character_file( kFullDevice );
 }
 
-/// Descriptors that the process has open; 0 where the system does not show them.
+/// Descriptors that the process has open; 0 on Windows, where an emulator would show its own.
 inline std::ptrdiff_t CountDescriptors()
 {
+    if ( std::filesystem::path::preferred_separator != '/' )
+        return 0;
     std::error_code error;
     const std::filesystem::directory_iterator descriptors( "/proc/self/fd", error );
     return error ? 0 : std::distance( begin( descriptors ), end( descriptors ) );
