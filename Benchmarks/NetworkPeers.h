@@ -22,6 +22,7 @@ public:
 
 Echo* MakeZeroMQEcho( const Prepare& inPrepareServer );
 Echo* MakeCapnpEcho( const Prepare& inPrepareServer );
+Echo* MakeGRPCEcho( const Prepare& inPrepareServer );
 
 /// XTEA, which has the same number of rounds as TEA.
 void EncryptXTEA( std::vector<std::uint8_t>& ioBytes, const char* inKey );

@@ -1,5 +1,5 @@
-// Remote calls beside Cap'n Proto's, ZeroMQ's push and pull, and hand-written blocking sockets with the same bytes. Both ends
-// are threads of this process, each with a processor of its own or on one together.
+// Remote calls beside Cap'n Proto's, gRPC's, ZeroMQ's push and pull, and hand-written blocking sockets with the same bytes.
+// Both ends are threads of this process, each with a processor of its own or on one together.
 
 #include "NetworkPeers.h"
 
@@ -220,12 +220,12 @@ void CallHandWritten( benchmark::State& ioState )
     CountCalls( ioState );
 }
 
-void CallCapnp( benchmark::State& ioState )
+template<peers::Echo* ( *kMake )( const peers::Prepare& )>
+void CallPeer( benchmark::State& ioState )
 {
     const auto processors = static_cast<int>( ioState.range( 0 ) );
     BindTo( 0 );
-    const std::unique_ptr<peers::Echo> echo(
-        peers::MakeCapnpEcho( [processors] { BindTo( processors - 1 ); } ) );
+    const std::unique_ptr<peers::Echo> echo( kMake( [processors] { BindTo( processors - 1 ); } ) );
     Bytes bytes( kPayload );
     for ( auto _ : ioState )
         echo->Call( bytes );
@@ -234,7 +234,8 @@ void CallCapnp( benchmark::State& ioState )
 
 BENCHMARK( CallHandWritten )->Arg( 1 )->Arg( 2 )->UseRealTime();
 BENCHMARK( CallOurs )->Arg( 1 )->Arg( 2 )->UseRealTime();
-BENCHMARK( CallCapnp )->Arg( 1 )->Arg( 2 )->UseRealTime();
+BENCHMARK_TEMPLATE( CallPeer, peers::MakeCapnpEcho )->Arg( 1 )->Arg( 2 )->UseRealTime();
+BENCHMARK_TEMPLATE( CallPeer, peers::MakeGRPCEcho )->Arg( 1 )->Arg( 2 )->UseRealTime();
 
 // ---- Calls without a return, 64 bytes each, until the last has arrived
 

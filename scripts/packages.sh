@@ -6,8 +6,8 @@ KORVALE_TEST_PACKAGES=( googletest git python3 python3-skimage python3-numpy pyt
 KORVALE_WINDOWS_PACKAGES=( g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 )
 KORVALE_CHECK_PACKAGES=( clang libclang-rt-14-dev clang-format spin g++-aarch64-linux-gnu )
 KORVALE_BENCHMARK_PACKAGES=( libbenchmark-dev libsigc++-3.0-dev qt6-base-dev libboost-serialization-dev libtbb-dev
-  protobuf-compiler libprotobuf-dev capnproto libcapnp-dev libopencv-dev libabsl-dev libbotan-2-dev libzmq3-dev nginx-light
-  python3-skimage python3-pandas )
+  protobuf-compiler libprotobuf-dev protobuf-compiler-grpc libgrpc++-dev capnproto libcapnp-dev libopencv-dev libabsl-dev
+  libbotan-2-dev libzmq3-dev nginx-light python3-skimage python3-pandas )
 
 # install_packages NAME...: installs what is missing, with sudo where this is not root. Quiet when nothing is missing.
 install_packages() {
