@@ -353,6 +353,7 @@ private:
     void AddSlot( std::unique_ptr<XRPCSlotBase> inSlot );
     void MakeCall( std::uint32_t inCode, bool inWaits, XRPCRepeat inRepeat, XRPCOutgoingCallBase& ioCall );
     std::uint32_t SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall );
+    void CheckNothingHasArrived() const;
     void NoteCall( std::uint32_t inCode, bool inWaitForReturn );
     void ForgetCall();
     bool DeferFlush();
