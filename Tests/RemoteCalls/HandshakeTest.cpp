@@ -202,6 +202,10 @@ TEST_F( HandshakeTest, SurvivesWhatItsPeersSend )
     noObject.Authenticate();
     EXPECT_EQ( noObject.Call( 2008, { 65535 } ), 1003u );
     noObject.ExpectEnd();
+    RawClient noRow( itsServer ); // a column without rows, but with a run
+    noRow.Authenticate();
+    EXPECT_EQ( noRow.Call( 2007, { 1457, 1453, 1452, 1452, 1, 0, 0, 0, 0, 0, 0, 1457, 0, 1, 0 } ), 1005u );
+    noRow.ExpectEnd();
     {
         RawClient cut( itsServer );
         cut.Authenticate();

@@ -144,7 +144,7 @@ template<class T>
 bool ReadObjectInto( XStream& ioStream, T& outValue )
 {
     constexpr XForm kForm = GetForm<T>();
-    std::unique_ptr<XStorable> object( ioStream.ReadObject() );
+    std::unique_ptr<XStorable> object( ioStream.ReadObject( XStorable::kUntrustedSource ) );
     if constexpr ( kForm == kObject )
     {
         auto* const value = dynamic_cast<T*>( object.get() );
@@ -185,7 +185,7 @@ bool Read( XStream& ioStream, T& outValue )
     else if constexpr ( kForm == kColour )
         outValue = ioStream.ReadARGB32();
     else if constexpr ( kForm == kVector )
-        XReadVector( ioStream, outValue );
+        XReadVector( ioStream, outValue, XStorable::kUntrustedSource );
     else if constexpr ( kForm == kObject || kForm == kUniquePointer || kForm == kRefPointer )
         return ReadObjectInto( ioStream, outValue );
     else if constexpr ( kForm == kOwnForm )
