@@ -199,10 +199,12 @@ def check_control(program, keys, other_keys, cipher):
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         with opener.open(f"http://127.0.0.1:{page[1]}/", timeout=LIMIT) as reply:
             check(b"Control service" in reply.read(), "status page")
-        arguments = ["--listen", f"127.0.0.1:{main[1]}", *protection]
-        in_use = subprocess.run([program, "--log", "/dev/null", "control", *arguments],
-                                capture_output=True, text=True, timeout=LIMIT)
-        check(in_use.returncode == 1 and f"port {main[1]}" in in_use.stderr, "port in use:", in_use)
+        for port, options in ((main[1], ["--listen", f"127.0.0.1:{main[1]}"]),
+                              (plain[1], ["--listen", "127.0.0.1:0", "--plain-port", str(plain[1])])):
+            in_use = subprocess.run([program, "--log", "/dev/null", "control", *options, *protection],
+                                    capture_output=True, text=True, timeout=LIMIT)
+            texts = f"korvale: 127.0.0.1:{port}: ", f"port {port}"
+            check(in_use.returncode == 1 and all(text in in_use.stderr for text in texts), "port in use:", in_use)
     stranger.close()
 
 
