@@ -167,6 +167,15 @@ def control(program, *options):
         process.wait()
 
 
+def check_without_output(program):
+    """Nobody would learn where the service listens."""
+    for output in (">&-", ">/dev/full"):
+        result = subprocess.run(["sh", "-c", f'exec "$0" "$@" {output}', program, "--log", "/dev/null", "control",
+                                 "--listen", "127.0.0.1:0", "--cipher", "none"],
+                                stderr=subprocess.PIPE, text=True, timeout=LIMIT)
+        check(result.returncode == 1 and "standard output" in result.stderr, "control without output:", result)
+
+
 def ping(program, address, *options):
     place = f"{address[0]}:{address[1]}"
     return subprocess.run([program, "--log", "/dev/null", "ping", place, "--count", "5", *options],
@@ -268,6 +277,7 @@ def main():
                 check_server(program, keys, preamble, cipher)
         for refusal in (3092, 3093, False):
             check_server(program, keys, CONTROL, "rc4", refusal)
+        check_without_output(program)
         with control(program, "--keys", str(keys), "--tls") as (main, _, plain):
             expect_ping(program, main, "--keys", str(keys), "--tls")
             expect_ping(program, plain, "--plain", "--keys", str(keys), "--tls")

@@ -123,6 +123,8 @@ int ControlCommand::Run( Session& ioSession )
             "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );
     if ( plain )
         Announce( "plain bridges on " + place.GetText( plain->GetPort() ), ioSession );
+    if ( !ioSession.out ) // nobody learns where it listens; the program reports the failure
+        return kFailure;
     while ( !WInterrupt::IsRequested() )
         XThread::SleepCurrentThread( kWatchPeriodMS );
     ioSession.LogInfo( "interrupted" );
