@@ -355,7 +355,7 @@ private:
     std::uint32_t SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall );
     void CheckNothingHasArrived() const;
     void NoteCall( std::uint32_t inCode, bool inWaitForReturn );
-    void ForgetCall();
+    bool ForgetCall();
     bool DeferFlush();
     void FlushSender();
     bool FlushDeferred();

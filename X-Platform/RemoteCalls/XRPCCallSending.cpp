@@ -113,7 +113,8 @@ void XRPCBridgeBase::EndRPCCall()
 {
     if ( !itsSenderMutex.IsLockedByCurrentThread() )
         return; // released early
-    ForgetCall();
+    if ( ForgetCall() )
+        NotifySenderDisconnected();
     itsSenderMutex.Unlock();
 }
 
@@ -137,17 +138,17 @@ void XRPCBridgeBase::NoteCall( std::uint32_t inCode, bool inWaitForReturn )
     itsWaitsForReturn = inWaitForReturn;
 }
 
-/// An abort that came too late for its call must not abort the next one, which reconnects.
-void XRPCBridgeBase::ForgetCall()
+/// An abort that came too late for its call must not abort the next one, which reconnects. Returns whether it
+/// has cost a server its sender.
+bool XRPCBridgeBase::ForgetCall()
 {
     const XThreadLock lock( itsMutex );
-    if ( itsSenderIsDropped )
-    {
-        itsSenderAbortCode = kNoCall;
-        itsSenderIsAvailable = false;
-    }
     itsCallCode = kNoCall;
     itsWaitsForReturn = true;
+    if ( !itsSenderIsDropped )
+        return false;
+    itsSenderAbortCode = kNoCall;
+    return LoseSender() && !MayReconnect();
 }
 
 /// Fails at once if no call can be sent, without waiting for calls of other threads.
