@@ -211,6 +211,12 @@ TEST_F( HandshakeTest, SurvivesWhatItsPeersSend )
         cut.Authenticate();
         cut.Send( 2004, { 0xFFFFFFFF, 1, 2 } ); // more doubles than come
     }
+    RawClient talkative( itsServer ); // is answered although it is still sending
+    talkative.Authenticate();
+    talkative.GetStream().Write32( 1234567 );
+    talkative.GetStream().WriteFiller( 1024 * 1024 );
+    EXPECT_EQ( talkative.Read(), 3091u );
+    talkative.ExpectEnd();
     RawClient notAsked( itsServer ); // a return that nobody waits for is a call without a slot
     notAsked.Authenticate();
     EXPECT_EQ( notAsked.Call( 0, { 0 } ), 3091u );

@@ -15,6 +15,23 @@ protected:
     XRefPtr<TestBridge> itsClient = MakeTestClient( itsServer );
 };
 
+/// An object that fails after a part of it has been written.
+class UnwritableObject : public NamedObject
+{
+public:
+    explicit UnwritableObject( bool inHasNumber ) : itsHasNumber( inHasNumber ) {}
+    void WriteStream2( XStream& inStream, XOptions inOptions ) const override
+    {
+        NamedObject::WriteStream2( inStream, inOptions );
+        if ( itsHasNumber )
+            XThrow( kErrorBadParameters );
+        throw std::runtime_error( "no number" );
+    }
+
+private:
+    const bool itsHasNumber;
+};
+
 // What is to be refused by the compiler.
 static_assert(
     !XRPCType<const char*> && !XRPCType<std::string> && !XRPCType<XVector<bool>> && !XRPCType<long double> );
@@ -69,6 +86,39 @@ TEST_F( XRPCBridgeTest, SendsCallsWithoutReturnSoonAndInOrder )
             itsClient->Note_NoWaitForReturn( 1 );
     };
     EXPECT_EQ( ErrorOf( note ), 3100u );
+}
+
+TEST_F( XRPCBridgeTest, SendsDeferredCallsOnceTheSenderIsFree )
+{
+    const auto note = [&]( std::uint32_t inNumber, std::uint32_t inTimeMS )
+    {
+        itsClient->Note_NoWaitForReturn( 0 );
+        itsClient->Note_NoWaitForReturn( inNumber ); // deferred
+        if ( inTimeMS > 0 )
+        {
+            const XMakeRPCCall call( *itsClient, 2000, true );
+            XThread::SleepCurrentThread( inTimeMS ); // the flusher tries in vain
+        }
+        EXPECT_TRUE( Await( [&] { return itsServices.noted == inNumber; } ) );
+    };
+    for ( std::uint32_t round = 1; round <= 10; ++round )
+        note( round, 3 );
+    const std::uint32_t threads = XThread::GetRunningThreadCount();
+    EXPECT_TRUE( Await( [&] { return XThread::GetRunningThreadCount() < threads; } ) ); // it has ended
+    for ( std::uint32_t round = 11; round <= 20; ++round )
+        note( round, 0 );
+}
+
+TEST_F( XRPCBridgeTest, ClosesTheConnectionOfACallThatCannotBeWritten )
+{
+    for ( const bool hasNumber : { true, false } )
+    {
+        const std::uint32_t before = itsServices.disconnections;
+        EXPECT_ANY_THROW( itsClient->Pass( std::make_unique<UnwritableObject>( hasNumber ), true ) );
+        EXPECT_TRUE( Await( [&] { return itsServices.disconnections > before; } ) );
+        EXPECT_ERROR( 3100, itsClient->CheckAlive() );
+        itsClient->Connect( itsServer.GetAddress(), kPatience );
+    }
 }
 
 TEST_F( XRPCBridgeTest, VanishesWithUnsentCalls )
@@ -188,6 +238,12 @@ TEST_F( XRPCBridgeTest, AbortsCalls )
         } );
     EXPECT_EQ( itsClient->Divide( 1, 1 ), 1 ); // over a new connection
     itsServices.mayGoOn.Set();
+    {
+        const XMakeRPCCall call( *itsClient, 2000, true );
+        itsClient->AbortSenderRPCCall( 2000 ); // too late: nothing waits any more
+    }
+    EXPECT_EQ( itsClient->GetSenderState(), XRPCBridge::kNotConnected );
+    EXPECT_EQ( itsClient->Divide( 1, 1 ), 1 );
 }
 
 TEST_F( XRPCBridgeTest, EndsCallsWithItsConnection )
