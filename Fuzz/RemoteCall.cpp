@@ -19,7 +19,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr char kKey[] = "sixteen bytes ok";
 
-/// A peer that answers calls, each of them when it has come.
+/// A peer whose bytes are never there before they are read, so that none of them comes unasked.
 class AnsweringPeer : public MemoryEndpointImp
 {
 public:
@@ -43,8 +43,7 @@ public:
     XREMOTE_METHOD( 8, std::unique_ptr<XRemoteMessage>, Pointer, std::unique_ptr<XRemoteMessage> )
 };
 
-/// Returns what it is given. A client reads without a buffer: its peer's bytes are there from the start, and what came
-/// together with a return would be too much.
+/// Returns what it is given. A client has no buffer, with which it would receive later returns ahead and refuse them.
 class EchoBridge : public EchoMethods
 {
 public:
