@@ -15,6 +15,24 @@ protected:
     XRefPtr<TestBridge> itsClient = MakeTestClient( itsServer );
 };
 
+/// An object with another one in it.
+class NestingObject : public NamedObject
+{
+public:
+    using NamedObject::NamedObject;
+    static XVersion GetClassVersion() { return XVersion( 40004, 0 ); }
+    static XVersion GetSuperClassVersion() { return NamedObject::GetClassVersion(); }
+    XVersion GetVersion() const override { return GetClassVersion(); }
+    void ReadStream2( XStream& inStream, XOptions inOptions ) override
+    {
+        name = inStream.ReadObjectOf<NamedObject>( inOptions )->name;
+    }
+    void WriteStream2( XStream& inStream, XOptions inOptions ) const override
+    {
+        inStream.WriteObject( NamedObject( name ), inOptions );
+    }
+};
+
 /// An object that fails after a part of it has been written.
 class UnwritableObject : public NamedObject
 {
@@ -159,6 +177,7 @@ TEST_F( XRPCBridgeTest, KnowsItsStateAndItsCalls )
 TEST_F( XRPCBridgeTest, CarriesEveryTypeWithEachCipherInBothOrders )
 {
     using Stream = XEncryptedNetStream;
+    XClassRegistry::RegisterClass<NestingObject>( "Nesting" );
     for ( const auto algorithm : { Stream::kAlgorithmNone, Stream::kAlgorithmTEA, Stream::kAlgorithmRC4 } )
         for ( const XByteOrder order : { kIntelOrder, kMotorolaOrder } )
         {
@@ -187,6 +206,8 @@ TEST_F( XRPCBridgeTest, CarriesEveryTypeWithEachCipherInBothOrders )
             const auto passed = client->Pass( std::make_unique<DerivedObject>( "d" ), true );
             EXPECT_TRUE( dynamic_cast<DerivedObject*>( passed.get() ) && passed->name == "d" );
             EXPECT_FALSE( client->Pass( std::make_unique<NamedObject>(), false ) );
+            const auto nesting = client->Pass( std::make_unique<NestingObject>( "n" ), true );
+            EXPECT_TRUE( nesting && nesting->name == "n" );
             EXPECT_EQ( client->Share( XMakeRef<NamedObject>( "s" ) )->name, "s" );
             EXPECT_FALSE( client->Share( nullptr ) );
         }
