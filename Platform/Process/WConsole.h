@@ -12,6 +12,10 @@ public:
     /// The arguments after the program's name, as UTF-8.
     static std::vector<std::string> GetArguments( int inArgCount, char** inArgs );
 
+    /// Makes sure that no file or connection opened later takes the place of a standard stream that was closed
+    /// when the program started: reading it and writing to it fail. Call it first.
+    static void ReserveClosedStreams();
+
     /// Makes std::cout and std::cerr write bytes unchanged, and display UTF-8 on a terminal.
     static void PrepareOutput();
 

@@ -128,6 +128,10 @@ TEST( XPivotColumnStream, RefusesRunsThatTheFlagsDoNotHave )
         XBytes bytes = FromHex( head + runs );
         ReadingStream open( bytes );
         EXPECT_ERROR( error, std::unique_ptr<XStorable>( open.ReadObject() ) ) << runs;
+        ReadingStream untrusted( bytes );
+        EXPECT_ERROR(
+            1005, std::unique_ptr<XStorable>( untrusted.ReadObject( XStorable::kUntrustedSource ) ) )
+            << runs;
     }
 }
 

@@ -202,11 +202,21 @@ TEST_F( HandshakeTest, SurvivesWhatItsPeersSend )
     noObject.Authenticate();
     EXPECT_EQ( noObject.Call( 2008, { 65535 } ), 1003u );
     noObject.ExpectEnd();
+    RawClient noRow( itsServer ); // a column without rows, but with a run
+    noRow.Authenticate();
+    EXPECT_EQ( noRow.Call( 2007, { 1457, 1453, 1452, 1452, 1, 0, 0, 0, 0, 0, 0, 1457, 0, 1, 0 } ), 1005u );
+    noRow.ExpectEnd();
     {
         RawClient cut( itsServer );
         cut.Authenticate();
         cut.Send( 2004, { 0xFFFFFFFF, 1, 2 } ); // more doubles than come
     }
+    RawClient talkative( itsServer ); // is answered although it is still sending
+    talkative.Authenticate();
+    talkative.GetStream().Write32( 1234567 );
+    talkative.GetStream().WriteFiller( 1024 * 1024 );
+    EXPECT_EQ( talkative.Read(), 3091u );
+    talkative.ExpectEnd();
     RawClient notAsked( itsServer ); // a return that nobody waits for is a call without a slot
     notAsked.Authenticate();
     EXPECT_EQ( notAsked.Call( 0, { 0 } ), 3091u );

@@ -44,6 +44,16 @@ public:
     }
 };
 
+/// A server whose session numbers are wrong.
+class MisleadingBridge : public TestServerBridge
+{
+public:
+    using TestServerBridge::TestServerBridge;
+    ~MisleadingBridge() override { StopBridge(); }
+
+    std::uint32_t RequestBidirectionalSessionSelf() override { return 5; }
+};
+
 /// What a server by hand answers to the opening of a client, and to the call after it, a while later.
 struct Answers
 {
@@ -154,6 +164,18 @@ TEST_F( RPCEndsTest, RefusesServersThatAnswerWrongly )
         EXPECT_EQ( ErrorOfConnecting( { .order = 2 }, type ), 1005u );
         EXPECT_EQ( ErrorOfConnecting( {}, type ), 3091u ); // however late, within the time of a step
     }
+}
+
+TEST_F( RPCEndsTest, RefusesServersThatDoNotCallBack )
+{
+    XNetServer server( "misleading" );
+    XServeBridge<MisleadingBridge>( server, &itsServices, MakeTestCipher() );
+    server.Start( 0 );
+    const auto client = XMakeRef<CountingBridge>( XRPCBridge::kBidirectionalClient );
+    const auto address = XNetAddress::GetLoopBackAddress( server.GetPort() );
+    EXPECT_ERROR( 3105, client->Connect( address, kPatience ) );
+    EXPECT_EQ( client->receiverEnds, 1 );
+    EXPECT_FALSE( client->CanSend() || client->CanRecv() );
 }
 
 TEST_F( RPCEndsTest, TellsEachEndOnce )

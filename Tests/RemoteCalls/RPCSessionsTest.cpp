@@ -23,6 +23,71 @@ private:
     void ReceiverAuthenticatedSelf() override { hasAuthenticated.Set(); }
 };
 
+/// A client that is disconnected when it is about to make one of its connections.
+class LeavingClient : public ReceivingBridge
+{
+public:
+    explicit LeavingClient( int inWhich )
+        : ReceivingBridge( kBidirectionalClient ), itsConnectionsLeft( inWhich )
+    {
+    }
+    ~LeavingClient() override { StopBridge(); }
+
+private:
+    void ConnectEndpoint(
+        XNetEndpoint& ioEndpoint, const XNetAddress& inAddress, std::uint32_t inTimeoutMS ) override
+    {
+        if ( --itsConnectionsLeft == 0 )
+            ForceDisconnect();
+        ReceivingBridge::ConnectEndpoint( ioEndpoint, inAddress, inTimeoutMS );
+    }
+
+    int itsConnectionsLeft;
+};
+
+/// An object of which a bridge must not keep any.
+class CountedObject : public NamedObject
+{
+public:
+    CountedObject() { ++sCount; }
+    CountedObject( const CountedObject& ) = delete;
+    ~CountedObject() override { --sCount; }
+    static XVersion GetClassVersion() { return XVersion( 40003, 0 ); }
+    static XVersion GetSuperClassVersion() { return NamedObject::GetClassVersion(); }
+    XVersion GetVersion() const override { return GetClassVersion(); }
+
+    static inline std::atomic<int> sCount = 0;
+};
+
+void SendReturn( XStream& ioStream, std::uint32_t inResult )
+{
+    ioStream.Write32( 0 );
+    ioStream.Write32( inResult );
+    ioStream.Flush();
+}
+
+/// Opens a conversation by hand, for the server, up to the client's request of a session.
+void AnswerOpening( XNetEndpoint& ioEndpoint, XNetStream& ioStream )
+{
+    char preamble[4];
+    ioEndpoint.ReceiveData( preamble, sizeof( preamble ), kPatience );
+    ioStream.SetByteOrder( kMotorolaOrder );
+    const auto read = [&]( int inCount )
+    {
+        std::uint32_t last = 0;
+        for ( int i = 0; i < inCount; ++i )
+            last = ioStream.Read32();
+        return last;
+    };
+    read( 3 ); // call, version, type
+    SendReturn( ioStream, 1001 );
+    SendReturn( ioStream, XRPCBridge::TransformSentinel( read( 3 ) ) );
+    const std::uint32_t order = read( 2 );
+    SendReturn( ioStream, order );
+    ioStream.SetByteOrder( static_cast<XByteOrder>( order ) );
+    EXPECT_EQ( read( 1 ), 1004u );
+}
+
 /// A bridge to which a client connects while it is being deleted.
 class VanishingBridge : public TestBridge
 {
@@ -263,27 +328,7 @@ TEST_F( RPCSessionsTest, EndsAnAttemptToConnectForTheOtherDirection )
     {
         const std::unique_ptr<XNetEndpoint> endpoint( listener.Listen() );
         XNetStream stream( *endpoint, kPatience, kPatience, 4096 );
-        stream.SetByteOrder( kMotorolaOrder );
-        const auto read = [&]( int inCount )
-        {
-            std::uint32_t last = 0;
-            for ( int i = 0; i < inCount; ++i )
-                last = stream.Read32();
-            return last;
-        };
-        const auto answer = [&]( std::uint32_t inResult )
-        {
-            stream.Write32( 0 );
-            stream.Write32( inResult );
-            stream.Flush();
-        };
-        read( 4 ); // preamble, call, version, type
-        answer( 1001 );
-        answer( XRPCBridge::TransformSentinel( read( 3 ) ) );
-        const std::uint32_t order = read( 2 );
-        answer( order );
-        stream.SetByteOrder( static_cast<XByteOrder>( order ) );
-        EXPECT_EQ( read( 1 ), 1004u );
+        AnswerOpening( *endpoint, stream );
         for ( XNetEndpoint& each : queued )
             try
             {
@@ -292,7 +337,7 @@ TEST_F( RPCSessionsTest, EndsAnAttemptToConnectForTheOtherDirection )
             catch ( const XException& ) // full already
             {
             }
-        answer( 5 );
+        SendReturn( stream, 5 );
         isFull.Set();
         EXPECT_EQ( ErrorOf( [&] { stream.Read8(); } ), 3100u );
     };
@@ -304,6 +349,78 @@ TEST_F( RPCSessionsTest, EndsAnAttemptToConnectForTheOtherDirection )
             XThread::SleepCurrentThread( 50 ); // until it connects: before that, it ends anyway
             client->ForceDisconnect();
         } );
+}
+
+/// The server never opens its side of the conversation.
+TEST_F( RPCSessionsTest, AbortsACallThatWaitsForTheServer )
+{
+    const auto client = MakeClient( XRPCBridge::kBidirectionalClient );
+    const std::int32_t port = itsServer->GetPort();
+    {
+        const XMakeRPCCall call( *client, 2000, true );
+        client->AbortSenderRPCCall( 2000 ); // so that the next call reconnects
+    }
+    itsServer->Stop();
+    XNetEndpoint listener;
+    listener.Bind( port );
+    WEvent hasEnded;
+    const auto serve = [&]
+    {
+        const std::unique_ptr<XNetEndpoint> endpoint( listener.Listen() );
+        XEncryptedNetStream stream(
+            *endpoint, kTestKey, XEncryptedNetStream::kAlgorithmRC4, kPatience, kPatience, 4096 );
+        AnswerOpening( *endpoint, stream );
+        SendReturn( stream, 5 );
+        const std::unique_ptr<XNetEndpoint> reverse( listener.Listen() );
+        client->AbortSenderRPCCall( XRPCBridge::kCheckAlive );
+        EXPECT_EQ( hasEnded.Wait( XRPCBridge::kHandshakeTimeoutMS / 2 ), kWaitSucceeded );
+    };
+    RunTogether(
+        serve,
+        [&]
+        {
+            EXPECT_ERROR( 3098, client->CheckAlive() );
+            hasEnded.Set();
+        } );
+}
+
+TEST_F( RPCSessionsTest, MakesNoConnectionOnceItIsDisconnected )
+{
+    for ( const int which : { 1, 2 } )
+    {
+        const auto client = XMakeRef<LeavingClient>( which );
+        const std::uint32_t sent = XRPCBridge::GetTotalRPCCallsSent();
+        EXPECT_ERROR( 3100, client->Connect( itsServer.GetAddress(), kPatience ) );
+        EXPECT_TRUE( which == 2 || XRPCBridge::GetTotalRPCCallsSent() == sent );
+        EXPECT_FALSE( client->CanSend() || client->CanRecv() );
+    }
+}
+
+TEST_F( RPCSessionsTest, LosesTheSenderOfAServerByALateAbort )
+{
+    const auto client = MakeClient( XRPCBridge::kBidirectionalClient );
+    const auto server = itsServer.GetLastBridge();
+    server->WaitForReceiverToConnect( kPatience );
+    {
+        const XMakeRPCCall call( *server, 2012, true );
+        server->AbortSenderRPCCall( 2012 );
+    }
+    EXPECT_EQ( server->GetSenderState(), XRPCBridge::kNotConnected );
+    EXPECT_ERROR( 3099, server->CallBack( 1 ) );
+}
+
+/// Neither of a call that ran nor of one that was aborted.
+TEST_F( RPCSessionsTest, KeepsNothingOfACall )
+{
+    XClassRegistry::RegisterClass<NamedObject>( "Named" );
+    XClassRegistry::RegisterClass<CountedObject>( "Counted" );
+    const auto client = MakeClient( XRPCBridge::kClient );
+    EXPECT_TRUE( client->Pass( std::make_unique<CountedObject>(), true ) );
+    client->Share( XMakeRef<CountedObject>() );
+    EXPECT_TRUE( Await( [] { return CountedObject::sCount == 0; } ) );
+    itsServer.GetLastBridge()->AbortReceiverRPCCall( 2007 );
+    EXPECT_ERROR( 3098, client->Pass( std::make_unique<CountedObject>(), true ) );
+    EXPECT_TRUE( Await( [] { return CountedObject::sCount == 0; } ) );
 }
 
 TEST_F( RPCSessionsTest, ReceivesAgainByItself )

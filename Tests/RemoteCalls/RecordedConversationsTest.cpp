@@ -129,6 +129,7 @@ class PredictableClient : public TestBridge
 {
 public:
     using TestBridge::TestBridge;
+    bool HasBytesToRead() const { return itsSenderStream->HasBytesToRead(); }
 
 private:
     std::uint32_t DrawRandomNumber() override { return 3; }
@@ -222,6 +223,39 @@ TEST( RecordedConversationsTest, ClientsRefuseBytesAfterAReturn )
         };
         EXPECT_EQ( ErrorOf( call ), 1005u );
         EXPECT_EQ( ErrorOf( [&] { client.CheckAlive(); } ), 3100u );
+        server.WaitForTerminate( kPatience );
+    }
+}
+
+/// Divide( 3, 4 ) is returned twice, the second time before another call.
+TEST( RecordedConversationsTest, ClientsRefuseBytesBeforeACall )
+{
+    for ( const std::size_t cipher : { 0, 2, 4 } )
+    {
+        const auto& conversation = kConversations[cipher];
+        TestListener listener;
+        WEvent hasReturned;
+        TestThread server(
+            [&]
+            {
+                const auto connection = listener.Accept();
+                ExpectBytes( *connection, kPreamble );
+                for ( std::size_t i = 0; i <= 3; ++i )
+                {
+                    ExpectBytes( *connection, conversation.exchanges[i].sent );
+                    Send( *connection, conversation.exchanges[i].returned );
+                }
+                hasReturned.Wait( kPatience );
+                Send( *connection, conversation.exchanges[3].returned );
+            } );
+        server.StartThread();
+        PredictableClient client( XRPCBridge::kClient, MakeTestCipher( conversation.algorithm ) );
+        client.Connect( listener.GetAddress(), kPatience );
+        EXPECT_EQ( client.Divide( 3, 4 ), 0.75 );
+        hasReturned.Set();
+        EXPECT_TRUE( Await( [&] { return client.HasBytesToRead(); } ) );
+        EXPECT_ERROR( 1005, client.Divide( 1, 4 ) );
+        EXPECT_ERROR( 3100, client.CheckAlive() );
         server.WaitForTerminate( kPatience );
     }
 }

@@ -15,6 +15,41 @@ protected:
     XRefPtr<TestBridge> itsClient = MakeTestClient( itsServer );
 };
 
+/// An object with another one in it.
+class NestingObject : public NamedObject
+{
+public:
+    using NamedObject::NamedObject;
+    static XVersion GetClassVersion() { return XVersion( 40004, 0 ); }
+    static XVersion GetSuperClassVersion() { return NamedObject::GetClassVersion(); }
+    XVersion GetVersion() const override { return GetClassVersion(); }
+    void ReadStream2( XStream& inStream, XOptions inOptions ) override
+    {
+        name = inStream.ReadObjectOf<NamedObject>( inOptions )->name;
+    }
+    void WriteStream2( XStream& inStream, XOptions inOptions ) const override
+    {
+        inStream.WriteObject( NamedObject( name ), inOptions );
+    }
+};
+
+/// An object that fails after a part of it has been written.
+class UnwritableObject : public NamedObject
+{
+public:
+    explicit UnwritableObject( bool inHasNumber ) : itsHasNumber( inHasNumber ) {}
+    void WriteStream2( XStream& inStream, XOptions inOptions ) const override
+    {
+        NamedObject::WriteStream2( inStream, inOptions );
+        if ( itsHasNumber )
+            XThrow( kErrorBadParameters );
+        throw std::runtime_error( "no number" );
+    }
+
+private:
+    const bool itsHasNumber;
+};
+
 // What is to be refused by the compiler.
 static_assert(
     !XRPCType<const char*> && !XRPCType<std::string> && !XRPCType<XVector<bool>> && !XRPCType<long double> );
@@ -71,6 +106,39 @@ TEST_F( XRPCBridgeTest, SendsCallsWithoutReturnSoonAndInOrder )
     EXPECT_EQ( ErrorOf( note ), 3100u );
 }
 
+TEST_F( XRPCBridgeTest, SendsDeferredCallsOnceTheSenderIsFree )
+{
+    const auto note = [&]( std::uint32_t inNumber, std::uint32_t inTimeMS )
+    {
+        itsClient->Note_NoWaitForReturn( 0 );
+        itsClient->Note_NoWaitForReturn( inNumber ); // deferred
+        if ( inTimeMS > 0 )
+        {
+            const XMakeRPCCall call( *itsClient, 2000, true );
+            XThread::SleepCurrentThread( inTimeMS ); // the flusher tries in vain
+        }
+        EXPECT_TRUE( Await( [&] { return itsServices.noted == inNumber; } ) );
+    };
+    for ( std::uint32_t round = 1; round <= 10; ++round )
+        note( round, 3 );
+    const std::uint32_t threads = XThread::GetRunningThreadCount();
+    EXPECT_TRUE( Await( [&] { return XThread::GetRunningThreadCount() < threads; } ) ); // it has ended
+    for ( std::uint32_t round = 11; round <= 20; ++round )
+        note( round, 0 );
+}
+
+TEST_F( XRPCBridgeTest, ClosesTheConnectionOfACallThatCannotBeWritten )
+{
+    for ( const bool hasNumber : { true, false } )
+    {
+        const std::uint32_t before = itsServices.disconnections;
+        EXPECT_ANY_THROW( itsClient->Pass( std::make_unique<UnwritableObject>( hasNumber ), true ) );
+        EXPECT_TRUE( Await( [&] { return itsServices.disconnections > before; } ) );
+        EXPECT_ERROR( 3100, itsClient->CheckAlive() );
+        itsClient->Connect( itsServer.GetAddress(), kPatience );
+    }
+}
+
 TEST_F( XRPCBridgeTest, VanishesWithUnsentCalls )
 {
     for ( int round = 0; round < 20; ++round )
@@ -109,6 +177,7 @@ TEST_F( XRPCBridgeTest, KnowsItsStateAndItsCalls )
 TEST_F( XRPCBridgeTest, CarriesEveryTypeWithEachCipherInBothOrders )
 {
     using Stream = XEncryptedNetStream;
+    XClassRegistry::RegisterClass<NestingObject>( "Nesting" );
     for ( const auto algorithm : { Stream::kAlgorithmNone, Stream::kAlgorithmTEA, Stream::kAlgorithmRC4 } )
         for ( const XByteOrder order : { kIntelOrder, kMotorolaOrder } )
         {
@@ -137,6 +206,8 @@ TEST_F( XRPCBridgeTest, CarriesEveryTypeWithEachCipherInBothOrders )
             const auto passed = client->Pass( std::make_unique<DerivedObject>( "d" ), true );
             EXPECT_TRUE( dynamic_cast<DerivedObject*>( passed.get() ) && passed->name == "d" );
             EXPECT_FALSE( client->Pass( std::make_unique<NamedObject>(), false ) );
+            const auto nesting = client->Pass( std::make_unique<NestingObject>( "n" ), true );
+            EXPECT_TRUE( nesting && nesting->name == "n" );
             EXPECT_EQ( client->Share( XMakeRef<NamedObject>( "s" ) )->name, "s" );
             EXPECT_FALSE( client->Share( nullptr ) );
         }
@@ -188,6 +259,12 @@ TEST_F( XRPCBridgeTest, AbortsCalls )
         } );
     EXPECT_EQ( itsClient->Divide( 1, 1 ), 1 ); // over a new connection
     itsServices.mayGoOn.Set();
+    {
+        const XMakeRPCCall call( *itsClient, 2000, true );
+        itsClient->AbortSenderRPCCall( 2000 ); // too late: nothing waits any more
+    }
+    EXPECT_EQ( itsClient->GetSenderState(), XRPCBridge::kNotConnected );
+    EXPECT_EQ( itsClient->Divide( 1, 1 ), 1 );
 }
 
 TEST_F( XRPCBridgeTest, EndsCallsWithItsConnection )

@@ -167,6 +167,15 @@ def control(program, *options):
         process.wait()
 
 
+def check_without_output(program):
+    """Nobody would learn where the service listens."""
+    for output in (">&-", ">/dev/full"):
+        result = subprocess.run(["sh", "-c", f'exec "$0" "$@" {output}', program, "--log", "/dev/null", "control",
+                                 "--listen", "127.0.0.1:0", "--cipher", "none"],
+                                stderr=subprocess.PIPE, text=True, timeout=LIMIT)
+        check(result.returncode == 1 and "standard output" in result.stderr, "control without output:", result)
+
+
 def ping(program, address, *options):
     place = f"{address[0]}:{address[1]}"
     return subprocess.run([program, "--log", "/dev/null", "ping", place, "--count", "5", *options],
@@ -199,10 +208,12 @@ def check_control(program, keys, other_keys, cipher):
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         with opener.open(f"http://127.0.0.1:{page[1]}/", timeout=LIMIT) as reply:
             check(b"Control service" in reply.read(), "status page")
-        arguments = ["--listen", f"127.0.0.1:{main[1]}", *protection]
-        in_use = subprocess.run([program, "--log", "/dev/null", "control", *arguments],
-                                capture_output=True, text=True, timeout=LIMIT)
-        check(in_use.returncode == 1 and f"port {main[1]}" in in_use.stderr, "port in use:", in_use)
+        for port, options in ((main[1], ["--listen", f"127.0.0.1:{main[1]}"]),
+                              (plain[1], ["--listen", "127.0.0.1:0", "--plain-port", str(plain[1])])):
+            in_use = subprocess.run([program, "--log", "/dev/null", "control", *options, *protection],
+                                    capture_output=True, text=True, timeout=LIMIT)
+            texts = f"korvale: 127.0.0.1:{port}: ", f"port {port}"
+            check(in_use.returncode == 1 and all(text in in_use.stderr for text in texts), "port in use:", in_use)
     stranger.close()
 
 
@@ -266,6 +277,7 @@ def main():
                 check_server(program, keys, preamble, cipher)
         for refusal in (3092, 3093, False):
             check_server(program, keys, CONTROL, "rc4", refusal)
+        check_without_output(program)
         with control(program, "--keys", str(keys), "--tls") as (main, _, plain):
             expect_ping(program, main, "--keys", str(keys), "--tls")
             expect_ping(program, plain, "--plain", "--keys", str(keys), "--tls")

@@ -35,6 +35,7 @@ protected:
     void FillBuffer( SSize64 inPosition, void* buffer, USize64 count ) override;
     void DrainBuffer( SSize64 inPosition, const void* buffer, USize64 count ) override;
     void PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count ) override;
+    bool CanPeek() const override { return itsAlgorithm != kAlgorithmRC4; }
 
 private:
     using XCode = void ( * )( const void*, void*, USize, const char* );

@@ -132,6 +132,11 @@ bool XNetStream::HasReceivedAhead() const
     return itsAhead->GetCount() > 0;
 }
 
+bool XNetStream::HasBytesToRead() const
+{
+    return HasReceivedAhead() || itsEndpoint.GetWaitingBytes() > 0;
+}
+
 void XNetStream::PutBack( const void* inBytes, USize64 inCount )
 {
     itsAhead->PutBack( static_cast<const std::uint8_t*>( inBytes ), inCount );

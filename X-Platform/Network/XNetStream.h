@@ -43,6 +43,8 @@ public:
 
     /// Whether bytes have been received beyond those that were read.
     bool HasReceivedAhead() const;
+    /// Whether there are bytes that can be read without waiting: received ahead, or still in the connection.
+    bool HasBytesToRead() const;
 
     std::uint64_t GetTotalBytesRead() const { return itsEndpoint.GetTotalBytesRead(); }
     std::uint64_t GetTotalBytesWritten() const { return itsEndpoint.GetTotalBytesWritten(); }

@@ -49,8 +49,9 @@ enum class XRPCRepeat : std::uint32_t
 /// (3090 if it threw something other than an XException); 3091 if the peer does not support the call; 3095 if
 /// an object is not of the declared class; 3098 if the call was aborted; 3099 for a server that cannot send;
 /// 3100 for a client without a connection, and if the connection is lost; 1003, 1004, 1005 and 1015 if the
-/// result cannot be read; and what writing the arguments throws. Every failure except a number of the peer's,
-/// 3091 and 3095 closes the connection.
+/// result cannot be read; 1005 also if the peer has sent more than the returns of earlier calls, since its
+/// bytes could be taken for the return of this one; and what writing the arguments throws. Every failure
+/// except a number of the peer's, 3091 and 3095 closes the connection.
 class KORVALE_API XRPCBridgeBase : public XStorable, public XSpeaker
 {
 public:
@@ -353,8 +354,9 @@ private:
     void AddSlot( std::unique_ptr<XRPCSlotBase> inSlot );
     void MakeCall( std::uint32_t inCode, bool inWaits, XRPCRepeat inRepeat, XRPCOutgoingCallBase& ioCall );
     std::uint32_t SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall );
+    void CheckNothingHasArrived() const;
     void NoteCall( std::uint32_t inCode, bool inWaitForReturn );
-    void ForgetCall();
+    bool ForgetCall();
     bool DeferFlush();
     void FlushSender();
     bool FlushDeferred();

@@ -183,6 +183,8 @@ void XRPCBridge::StartReceiving( const XEndpointPtr& inEndpoint )
     WaitForServer();
 }
 
+/// Ends at once if another thread drops the sender, for instance to abort the call that reconnects. The sender
+/// of a receive-only client has become the receiver.
 void XRPCBridge::WaitForServer()
 {
     const XTimer timer( kHandshakeTimeoutMS );
@@ -190,6 +192,8 @@ void XRPCBridge::WaitForServer()
     while ( !CanRecv() )
     {
         CheckIsWanted();
+        if ( itsSenderEndpoint && itsSenderEndpoint->GetState() != XNetEndpoint::kStateConnected )
+            XThrow( kErrorDisconnected );
         if ( itsHasEndedReceiving || timer.HasExpired() )
             XThrow( kErrorConnectionTimedOut );
         GetStateChanged().Sleep( GetMutex(), timer.GetRemainingMS(), true );

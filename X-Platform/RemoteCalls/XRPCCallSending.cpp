@@ -55,6 +55,8 @@ void XRPCBridgeBase::MakeCall(
 /// Returns the status of the return.
 std::uint32_t XRPCBridgeBase::SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall )
 {
+    if ( inWaits )
+        CheckNothingHasArrived();
     ioCall.WriteArguments( PrepareSenderParameterBuffer( inCode ) );
     FlushSenderParameterBuffer();
     const std::uint32_t status = PrepareSenderReturnBuffer( inWaits );
@@ -65,7 +67,17 @@ std::uint32_t XRPCBridgeBase::SendCall( std::uint32_t inCode, bool inWaits, XRPC
     return isOfItsClass ? status : std::uint32_t( kErrorWrongStorable );
 }
 
-/// The peer sends only what was asked for. Further bytes would be read as the return of the next call.
+/// The peer sends nothing but returns, and those of earlier calls have been read: calls without a return get
+/// none. Bytes that are there before a call would be read as its return.
+void XRPCBridgeBase::CheckNothingHasArrived() const
+{
+    if ( itsSenderStream && itsSenderStream->HasBytesToRead() )
+        XThrow( kErrorStreamCorrupted );
+}
+
+/// The peer sends only what was asked for. Further bytes would be read as the return of the next call. Bytes
+/// still in the connection are left to the check before that call: after the handshake of a receive-only
+/// client they may be the first call of its server.
 void XRPCBridgeBase::CheckReturnIsComplete() const
 {
     if ( itsSenderStream->HasReceivedAhead() )
@@ -101,7 +113,8 @@ void XRPCBridgeBase::EndRPCCall()
 {
     if ( !itsSenderMutex.IsLockedByCurrentThread() )
         return; // released early
-    ForgetCall();
+    if ( ForgetCall() )
+        NotifySenderDisconnected();
     itsSenderMutex.Unlock();
 }
 
@@ -125,17 +138,17 @@ void XRPCBridgeBase::NoteCall( std::uint32_t inCode, bool inWaitForReturn )
     itsWaitsForReturn = inWaitForReturn;
 }
 
-/// An abort that came too late for its call must not abort the next one, which reconnects.
-void XRPCBridgeBase::ForgetCall()
+/// An abort that came too late for its call must not abort the next one, which reconnects. Returns whether it
+/// has cost a server its sender.
+bool XRPCBridgeBase::ForgetCall()
 {
     const XThreadLock lock( itsMutex );
-    if ( itsSenderIsDropped )
-    {
-        itsSenderAbortCode = kNoCall;
-        itsSenderIsAvailable = false;
-    }
     itsCallCode = kNoCall;
     itsWaitsForReturn = true;
+    if ( !itsSenderIsDropped )
+        return false;
+    itsSenderAbortCode = kNoCall;
+    return LoseSender() && !MayReconnect();
 }
 
 /// Fails at once if no call can be sent, without waiting for calls of other threads.

@@ -22,6 +22,9 @@
 /// | classes derived from XStorable, by value | an object of exactly this class in its envelope |
 /// | `std::unique_ptr` and XRefPtr to such classes | an object of the class or a derived one in its envelope; null is version 0 |
 ///
+/// Both ends must use types of the same size. `long` has 8 bytes on Linux and 4 on Windows, so a method with
+/// it works between machines of one system only: use `std::int64_t` and `std::int32_t`.
+///
 /// Object classes must be registered in XClassRegistry. Enumerations are not checked: a peer can send any
 /// value of the underlying type.
 namespace XRPCDetail
@@ -144,7 +147,7 @@ template<class T>
 bool ReadObjectInto( XStream& ioStream, T& outValue )
 {
     constexpr XForm kForm = GetForm<T>();
-    std::unique_ptr<XStorable> object( ioStream.ReadObject() );
+    std::unique_ptr<XStorable> object( ioStream.ReadObject( XStorable::kUntrustedSource ) );
     if constexpr ( kForm == kObject )
     {
         auto* const value = dynamic_cast<T*>( object.get() );
@@ -185,7 +188,7 @@ bool Read( XStream& ioStream, T& outValue )
     else if constexpr ( kForm == kColour )
         outValue = ioStream.ReadARGB32();
     else if constexpr ( kForm == kVector )
-        XReadVector( ioStream, outValue );
+        XReadVector( ioStream, outValue, XStorable::kUntrustedSource );
     else if constexpr ( kForm == kObject || kForm == kUniquePointer || kForm == kRefPointer )
         return ReadObjectInto( ioStream, outValue );
     else if constexpr ( kForm == kOwnForm )

@@ -3,6 +3,7 @@
 #include "Files/Linux/WSizeLimit.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -10,6 +11,14 @@
 std::vector<std::string> WConsole::GetArguments( int inArgCount, char** inArgs )
 {
     return { inArgs + ( inArgCount > 0 ? 1 : 0 ), inArgs + inArgCount };
+}
+
+/// The first free descriptor is taken, so the lowest comes first. Opened for the other direction, it fails.
+void WConsole::ReserveClosedStreams()
+{
+    for ( const int stream : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO } )
+        if ( fcntl( stream, F_GETFD ) < 0 && open( "/dev/null", stream == 0 ? O_WRONLY : O_RDONLY ) < 0 )
+            return; // nothing else can be opened either
 }
 
 void WConsole::PrepareOutput()

@@ -121,6 +121,8 @@ std::vector<std::string> WConsole::GetArguments( int, char** )
     return arguments;
 }
 
+void WConsole::ReserveClosedStreams() {} // handles are not reused as standard streams
+
 void WConsole::PrepareOutput()
 {
     _setmode( _fileno( stdout ), _O_BINARY );

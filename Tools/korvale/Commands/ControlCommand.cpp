@@ -107,15 +107,13 @@ int ControlCommand::Run( Session& ioSession )
         "/",
         [&]( const XHTTPRequest& inRequest )
         { return inRequest.GetPath() == "/" ? MakeStatusPage( *service ) : XHTTPResponse::Status( 404 ); } );
-    const auto start = [&]
-    {
-        service.emplace( "control", place.GetAddress(), protection );
-        if ( itsPlainPort != kNoPort )
-            plain.emplace(
-                "plain bridges", place.GetAddress( static_cast<std::int32_t>( itsPlainPort ) ), protection );
-    };
+    const auto plainPort = static_cast<std::int32_t>( itsPlainPort );
+    const auto start = [&] { service.emplace( "control", place.GetAddress(), protection ); };
+    const auto startPlain = [&]
+    { plain.emplace( "plain bridges", place.GetAddress( plainPort ), protection ); };
     const auto startPages = [&] { pages.Start( NetworkPlace( itsHTTP ).GetAddress() ); };
     if ( !Try( ioSession, itsListen, start ) ||
+         ( itsPlainPort != kNoPort && !Try( ioSession, place.GetText( plainPort ), startPlain ) ) ||
          ( !itsHTTP.empty() && !Try( ioSession, itsHTTP, startPages ) ) )
         return kFailure;
 
@@ -125,6 +123,8 @@ int ControlCommand::Run( Session& ioSession )
             "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );
     if ( plain )
         Announce( "plain bridges on " + place.GetText( plain->GetPort() ), ioSession );
+    if ( !ioSession.out ) // nobody learns where it listens; the program reports the failure
+        return kFailure;
     while ( !WInterrupt::IsRequested() )
         XThread::SleepCurrentThread( kWatchPeriodMS );
     ioSession.LogInfo( "interrupted" );

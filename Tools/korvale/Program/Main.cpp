@@ -105,6 +105,7 @@ int Run( int inArgCount, char** inArgs )
 
 int main( int inArgCount, char** inArgs )
 {
+    WConsole::ReserveClosedStreams();
     try
     {
         return Run( inArgCount, inArgs );

@@ -2,12 +2,11 @@
 
 #include "Core/Streams/XStreamFields.h"
 #include "Ground/XErrorNumbers.h"
-#include "Pivot/Columns/XPivotColumn.h"
 
 std::unique_ptr<XPivotTable> ReadTable( XStream& ioStream )
 {
     ioStream.ReadStreamInfo();
-    auto table = ioStream.ReadObjectOf<XPivotTable>( XPivotColumn::kRefuseOuterRuns );
+    auto table = ioStream.ReadObjectOf<XPivotTable>( XStorable::kUntrustedSource );
     XBeginField( ioStream, "the end of the file" );
     if ( !ioStream.IsAtEOF() )
         XRefuse(

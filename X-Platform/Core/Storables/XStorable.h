@@ -12,9 +12,13 @@ class XStream;
 class KORVALE_API XStorable : public XVersioned
 {
 public:
-    /// Bits passed on to nested objects; the library itself defines none.
+    /// Bits passed on to nested objects.
     using XOptions = std::uint32_t;
     static constexpr XOptions kNoOptions = 0;
+
+    /// Option for reading bytes from an untrusted source: damage that is otherwise reported as an internal
+    /// error (1006) is 1005, like other damage.
+    static constexpr XOptions kUntrustedSource = 0x80000000;
 
     /// A deep copy with the dynamic class of this object; the caller owns it.
     virtual XStorable* Clone() const = 0;

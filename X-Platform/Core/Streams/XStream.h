@@ -252,7 +252,8 @@ public:
     /// is leaked.
     virtual XStorable* ReadObject( XStorable::XOptions inOptions = XStorable::kNoOptions );
     /// Reads an object of class `T` or of a derived class; never null. Throws 1005 for any other class before
-    /// the object is created, so that a file cannot nest objects where they do not belong.
+    /// the object is created, so that a file cannot nest objects where they do not belong; after it has been
+    /// read on streams that cannot peek.
     template<class T>
     std::unique_ptr<T> ReadObjectOf( XStorable::XOptions inOptions = XStorable::kNoOptions );
     /// The version from which the last ReadObject created an object, or 0.
@@ -315,6 +316,8 @@ protected:
     virtual void SetExtentSelf( SSize64 inExtent ) = 0;
     /// Copies the next bytes without moving the position. By default reads and seeks back.
     virtual void PeekBuffer8WithoutSeekSelf( void* buffer, USize64 count );
+    /// Whether peeked bytes can still be read.
+    virtual bool CanPeek() const { return true; }
 
     // ---- Windows: streams over memory use that memory as the buffer
 

@@ -125,6 +125,8 @@ std::unique_ptr<XStorable> XStream::MakeObject( const XVersion& inVersion, XStor
 
 void XStream::CheckNextObject( const XVersion& inBase )
 {
+    if ( !CanPeek() )
+        return; // the object itself is checked when it has been read
     XBeginField( *this, "the version of an object" );
     const XVersion version = PeekVersion();
     // A class that is not registered is left to the creation, which resolves aliases.

@@ -448,7 +448,7 @@ void XPivotColumn::RefuseRun( XStream& inStream, const XPivotRun& inRun, XOption
 {
     // A run outside the column is the class's own to report.
     const bool isOuter = USize( inRun.start ) + inRun.length > itsExists.size();
-    if ( isOuter && !( inOptions & kRefuseOuterRuns ) )
+    if ( isOuter && !( inOptions & kUntrustedSource ) )
         ReadSparseColumnDataSelf( inStream, inRun.start, inRun.length );
     XRefuse(
         inStream, kErrorStreamCorrupted,

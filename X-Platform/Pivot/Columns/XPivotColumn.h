@@ -16,7 +16,8 @@ struct XPivotRun;
 /// Threads: not locked; one thread at a time uses a table and its columns. Several threads may read as long
 /// as no thread changes the column.
 /// Errors: 3209 for an ID that is not registered. Reading throws 1005, 1015, 1260, and an internal error
-/// (1006) for runs outside the column; afterwards the column may only be destroyed or read again.
+/// (1006, or 1005 with kUntrustedSource) for runs outside the column; afterwards the column may only be
+/// destroyed or read again.
 /// Units: rows are numbered from 0.
 class KORVALE_API XPivotColumn : public XStorable
 {
@@ -26,10 +27,6 @@ public:
 
     /// Some interfaces use signed 32-bit row numbers.
     static constexpr std::uint32_t kMaxRows = 0x7FFFFFFF;
-
-    /// Option for ReadStream2: runs outside the column are error 1005, like other damage, instead of an
-    /// internal error. Use it for files from untrusted sources.
-    static constexpr XOptions kRefuseOuterRuns = 0x80000000;
 
     ~XPivotColumn() override;
     XVersion GetVersion() const override { return GetClassVersion(); }
@@ -266,7 +263,7 @@ protected:
     static XPivotColumnDescriptor ReadDescriptor( XStream& inStream, XOptions inOptions );
 
     /// Throws for a run that contradicts the presence flags: 1005, or for a run outside the column the
-    /// internal error of its class unless `inOptions` has kRefuseOuterRuns.
+    /// internal error of its class unless `inOptions` has kUntrustedSource.
     [[noreturn]] void RefuseRun( XStream& inStream, const XPivotRun& inRun, XOptions inOptions );
 
     /// Writes every run of present rows with `WriteSparseColumnDataSelf`, then the end mark.
