@@ -1,4 +1,4 @@
-#include "RemoteCalls/XControlBridge.h"
+#include "NetJobs/XControlBridge.h"
 #include "RemoteCalls/XRPCResponder.h"
 #include "Servers/XNetServer.h"
 #include "Tools/ProgramRun.h"

@@ -618,6 +618,11 @@ std::uint32_t XNetJobDispatcher::LogOnNode(
     return id;
 }
 
+bool XNetJobDispatcher::IsLoggedOn( std::uint32_t inID ) const
+{
+    return itsImp->FindPeer( inID ) != nullptr;
+}
+
 void XNetJobDispatcher::ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID )
 {
     Peer* const peer = itsImp->FindPeer( inID );

@@ -56,6 +56,8 @@ public:
         XTimeMS inNow, const XNetJobQueueNode::XLogonInfo& inInfo, std::uint32_t inFormerID,
         const XEvents& inReports );
 
+    bool IsLoggedOn( std::uint32_t inID ) const;
+
     void ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID );
     /// Jobs of a client are dropped, those of a node wait again.
     void LogOff( XTimeMS inNow, std::uint32_t inID );
