@@ -52,6 +52,9 @@ public:
         kAcceptsNoJobs = 15,
     };
 
+    /// The largest stored job or result. Batches are limited to less than the bytes of a remote call.
+    static constexpr USize64 kMostBytes = 512 * 1024 * 1024;
+
     XNetJobEvent() = default;
     XNetJobEvent(
         XKind inKind, std::uint32_t inClientID, std::uint32_t inJobQueueID, std::uint32_t inJobID,

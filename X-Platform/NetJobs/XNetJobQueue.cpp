@@ -330,7 +330,7 @@ void XNetJobQueue::XImp::HandleResult( const XNetJobEvent& inEvent )
     try
     {
         result = XReadFromBytes<XNetJobResult>( inEvent.bytes );
-        resultCode = result ? result->GetResultCode() : std::uint32_t{ kErrorStreamCorrupted };
+        resultCode = result->GetResultCode();
     }
     catch ( const XException& error )
     {
@@ -364,7 +364,7 @@ void XNetJobQueue::XImp::HandleProgress( const XNetJobEvent& inEvent )
     {
         const XThreadLock lock( itsMutex );
         const auto found = itsJobs.find( inEvent.jobID );
-        if ( !progress || found == itsJobs.end() )
+        if ( found == itsJobs.end() )
             return;
         isFirst = !std::exchange( found->second.hasBar, true );
     }
@@ -386,8 +386,6 @@ void XNetJobQueue::XImp::SpeakProgress( std::uint32_t inJobID, const XProgressCh
 void XNetJobQueue::XImp::HandlePosition( const XNetJobEvent& inEvent )
 {
     const auto position = XReadFromBytes<XNetJobQueuePositionChangedMessage>( inEvent.bytes );
-    if ( !position )
-        return;
     itsQueue.SpeakMessage(
         XNetJobQueuePositionChangedMessage(
             &itsQueue, itsQueueID, position->GetNextJobID(), position->GetPosition(),
@@ -480,12 +478,11 @@ void XNetJobQueue::XImp::Attach( XNetJob* inJob, bool inIsSuspended )
 {
     const XThreadLock lock( itsMutex );
     const std::uint32_t id = ++itsLastJobID;
-    ClientJob& job = itsJobs[id];
     inJob->SetJobQueueID( itsQueueID );
-    if ( inIsSuspended )
-        job.state = ClientJob::kSuspended;
-    else
+    if ( !inIsSuspended )
         itsUnsubmitted.push_back( id );
+    ClientJob& job = itsJobs[id];
+    job.state = inIsSuspended ? ClientJob::kSuspended : ClientJob::kWaiting;
     job.job.reset( inJob );
     itsSession.Wake();
 }

@@ -17,7 +17,8 @@ struct XNetJobDeployment;
 ///
 /// Completion: once for each job, when the main thread handles the queue's messages: `XJob::JobComplete` with the result
 /// code of the body, `XJob::kStopped`, 3100 if the last three nodes to which the job was assigned were lost, 1003 if
-/// the class is not registered on the node, or the error of storing the job or reading its result. If
+/// the class is not registered on the node, or the error of storing the job (1013 if it is too large, see
+/// `XNetJobEvent::kMostBytes`) or of reading its result. If
 /// `XJob::ShouldSendCompletedMessage`, listeners get an XNetJobCompletedMessage and an XJobQueue::XJobCompletedMessage. A
 /// stopped job is completed at once, on the thread that stops it; nodes stop it shortly after.
 ///

@@ -13,12 +13,13 @@
 #include "NetJobs/Internal/XNetJobScheduler.h"
 #include "NetJobs/Internal/XNetJobSession.h"
 #include "NetJobs/Internal/XStoredBytes.h"
+#include "NetJobs/Internal/XTakeBatch.h"
 #include "NetJobs/XJobProgressInfo.h"
 #include "NetJobs/XNetJob.h"
 #include "NetJobs/XNetJobResult.h"
 #include "Threads/XPreventThreadStop.h"
 
-#include <algorithm>
+#include <deque>
 #include <map>
 #include <optional>
 #include <utility>
@@ -32,6 +33,7 @@ using XProgressChanged = XThreadProgressStrategy::XProgressChangedMessage;
 
 constexpr std::int64_t kProgressPeriodMS = 200;
 constexpr std::uint32_t kLogOffMS = 1000;
+constexpr USize64 kMostBatchBytes = 16 * 1024 * 1024;
 
 XJobKey GetKey( const XNetJobEvent& inEvent )
 {
@@ -131,7 +133,7 @@ private:
     std::map<std::uint64_t, XJobKey> itsWaitingJobs; // by serial number
     USize itsRunningCount = 0;
     std::uint64_t itsLastSerial = 0;
-    XEvents itsOutgoing;
+    std::deque<XNetJobEvent> itsOutgoing;
     XTimer itsProgressTimer;
     bool itsIsStopping = false;
 
@@ -268,7 +270,7 @@ std::uint32_t XNetJobQueueNode::XImp::LogOn( XControlBridge& ioBridge, std::uint
     return ioBridge.LogOnNode( info, inFormerID, reports ).GetClientID();
 }
 
-/// The jobs and results that the node has. What it has not sent yet is part of that, except the starts.
+/// The jobs that the node has, with or without a result. Results follow in batches of limited size.
 XEvents XNetJobQueueNode::XImp::ReportJobs()
 {
     const XThreadLock lock( itsMutex );
@@ -278,8 +280,10 @@ XEvents XNetJobQueueNode::XImp::ReportJobs()
         Post( { XNetJobEvent::kAcceptsNoJobs, 0, 0, 0 } );
     for ( const auto& [key, job] : itsJobs )
     {
-        reports.push_back( job.end ? *job.end : MakeEvent( XNetJobEvent::kHolds, key ) );
-        if ( job.hasStarted && !job.end )
+        reports.push_back( MakeEvent( XNetJobEvent::kHolds, key ) );
+        if ( job.end )
+            Post( *job.end );
+        else if ( job.hasStarted )
             Post( MakeEvent( XNetJobEvent::kStarted, key ) );
     }
     return reports;
@@ -299,8 +303,8 @@ XEvents XNetJobQueueNode::XImp::TakeEvents()
         const auto job = itsJobs.find( GetKey( inEvent ) );
         return inEvent.kind == XNetJobEvent::kStarted && ( job == itsJobs.end() || job->second.end );
     };
-    XEvents events = std::exchange( itsOutgoing, {} );
-    std::erase_if( events, isNeedless );
+    std::erase_if( itsOutgoing, isNeedless );
+    XEvents events = XTakeBatch( itsOutgoing, kMostBatchBytes );
     if ( itsProgressTimer.GetElapsedMS() >= kProgressPeriodMS )
         AddProgress( events );
     return events;

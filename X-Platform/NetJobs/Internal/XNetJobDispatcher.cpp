@@ -3,6 +3,7 @@
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 #include "NetJobs/Internal/XStoredBytes.h"
+#include "NetJobs/Internal/XTakeBatch.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "System/WRandomBytes.h"
 
@@ -48,14 +49,7 @@ struct Peer
     /// Notices are last: they are about jobs that have not ended.
     XEvents Take( USize64 inMostBytes )
     {
-        XEvents events;
-        for ( USize64 bytes = 0; !outbox.empty() && bytes < inMostBytes; outbox.pop_front() )
-        {
-            bytes += outbox.front().bytes.size();
-            if ( !events.empty() && bytes > inMostBytes )
-                break;
-            events.push_back( std::move( outbox.front() ) );
-        }
+        XEvents events = XTakeBatch( outbox, inMostBytes );
         if ( !std::exchange( areNoticesDue, false ) )
             return events;
         for ( auto& [key, notice] : notices )

@@ -1,14 +1,18 @@
 #pragma once
 
 #include "Core/Streams/XMemStream.h"
+#include "NetJobs/XNetJobEvent.h"
 
 /// An object as bytes, in its envelope and in Intel order: the form in which network jobs and their results are sent.
+/// Throws 1013 for more than `XNetJobEvent::kMostBytes`.
 inline XVector<std::uint8_t> XStoreAsBytes( const XStorable& inObject )
 {
     XMemStream stream;
     stream.SetByteOrder( kIntelOrder );
     stream.WriteObject( inObject );
     stream.Flush();
+    if ( stream.GetLength() > XNetJobEvent::kMostBytes )
+        XThrow( kErrorBadParameters );
     return { stream.GetData(), stream.GetData() + stream.GetLength() };
 }
 
