@@ -60,9 +60,10 @@ public:
                 position = event.bytes;
                 continue;
             }
-            constexpr const char* kNames[] = { "submit", "submit suspended", "assign",  "stop",     "suspend",
-                                               "resume", "recall",           "started", "returned", "holds",
-                                               "ended",  "failed",           "taken",   "progress", "position" };
+            constexpr const char* kNames[] = {
+                "submit", "submit suspended", "assign",  "stop",     "suspend",
+                "resume", "recall",           "started", "returned", "holds",
+                "ended",  "failed",           "taken",   "progress", "position" };
             text += std::string( text.empty() ? "" : ", " ) + kNames[event.kind] + ' ' +
                 std::to_string( event.jobID );
             const bool hasJob = event.kind == XNetJobEvent::kAssign;
@@ -368,6 +369,7 @@ TEST( XNetJobDispatcherTest, LosesNothingWhateverFails )
             step();
         }
         for ( const Peer& peer : peers )
-            ASSERT_EQ( peer.unfinished.size() + peer.waiting.size() + peer.ended.size(), 0u ) << "seed " << seed;
+            ASSERT_EQ( peer.unfinished.size() + peer.waiting.size() + peer.ended.size(), 0u )
+                << "seed " << seed;
     }
 }

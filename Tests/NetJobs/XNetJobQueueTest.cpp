@@ -231,7 +231,8 @@ TEST_F( XNetJobQueueTest, RefusesAnIncompatibleServiceAndWaitsForAMissingOne )
     XNetJobQueue queue( itsDeployment );
     EXPECT_EQ( ErrorOrZero( [&] { queue.Start(); } ), 3092u );
     XAppVersion::SetCurrent( own );
-    EXPECT_TRUE( Contains( itsControl.GetStatus().failures.at( 0 ).text.GetConstCharPtr(), "another application" ) );
+    EXPECT_TRUE(
+        Contains( itsControl.GetStatus().failures.at( 0 ).text.GetConstCharPtr(), "another application" ) );
 
     itsControl.Stop();
     XNetJobQueue early( itsDeployment );

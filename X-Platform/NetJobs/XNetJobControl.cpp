@@ -23,8 +23,8 @@ using XEvents = XNetJobDispatcher::XEvents;
 using XTimeMS = XNetJobDispatcher::XTimeMS;
 
 constexpr std::uint32_t kTickPeriodMS = 100;
-constexpr std::uint32_t kMostWaitMS = 1000;      // of Receive
-constexpr XTimeMS kPauseMS = 1000;               // between two readings of the clock: the process did not run
+constexpr std::uint32_t kMostWaitMS = 1000; // of Receive
+constexpr XTimeMS kPauseMS = 1000;          // between two readings of the clock: the process did not run
 constexpr USize kMostBatchBytes = 16 * 1024 * 1024; // of a return of Receive, unless a single event is longer
 
 /// A logon of a peer. Those of the same ID have different serial numbers.
@@ -126,8 +126,8 @@ public:
         itsOwnLogon = itsService.LogOnClient( inInfo, inFormerID );
         return XNetJobQueue::XLogonResult( itsOwnLogon.id );
     }
-    XNetJobQueue::XLogonResult LogOnNodeSelf(
-        XNetJobQueueNode::XLogonInfo inInfo, std::uint32_t inFormerID, XEvents inReports ) override
+    XNetJobQueue::XLogonResult
+    LogOnNodeSelf( XNetJobQueueNode::XLogonInfo inInfo, std::uint32_t inFormerID, XEvents inReports ) override
     {
         itsOwnLogon = itsService.LogOnNode( inInfo, inFormerID, inReports );
         return XNetJobQueue::XLogonResult( itsOwnLogon.id );
@@ -330,8 +330,7 @@ XNetJobStatus XNetJobControl::XImp::GetStatus()
 
 // ---- The interface
 
-XNetJobControl::XNetJobControl(
-    const XRPCCipher& inCipher, const std::shared_ptr<const WTLSContext>& inTLS )
+XNetJobControl::XNetJobControl( const XRPCCipher& inCipher, const std::shared_ptr<const WTLSContext>& inTLS )
     : itsImp( std::make_unique<XImp>( inCipher, inTLS ) )
 {
 }

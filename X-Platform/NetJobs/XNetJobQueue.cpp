@@ -169,10 +169,11 @@ private:
 XNetJobQueue::XImp::XImp( XNetJobQueue& ioQueue, const XNetJobDeployment& inDeployment )
     : itsQueue( ioQueue ), itsNotice( std::make_unique<XEndedMessage>( &ioQueue ), ioQueue ),
       itsSession(
-          inDeployment, { [this]( XControlBridge& ioBridge, std::uint32_t inFormerID )
-                          { return LogOn( ioBridge, inFormerID ); },
-                          [this] { return TakeEvents(); },
-                          [this]( const XEvents& inEvents ) { HandleEvents( inEvents ); } } )
+          inDeployment,
+          { [this]( XControlBridge& ioBridge, std::uint32_t inFormerID )
+            { return LogOn( ioBridge, inFormerID ); },
+            [this] { return TakeEvents(); },
+            [this]( const XEvents& inEvents ) { HandleEvents( inEvents ); } } )
 {
 }
 
@@ -444,8 +445,7 @@ void XNetJobQueue::XImp::Complete( EndedJob inJob )
         const XNetJobResult plain( inJob.id, job.GetResultCode() );
         const XNetJobResult& result = job.GetResult() ? *job.GetResult() : plain;
         itsQueue.SpeakMessage(
-            XNetJobCompletedMessage( &itsQueue, 0, inJob.id, XTime::Now(), result ),
-            kWhenNextEvent );
+            XNetJobCompletedMessage( &itsQueue, 0, inJob.id, XTime::Now(), result ), kWhenNextEvent );
         itsQueue.SpeakMessage(
             XJobQueue::XJobCompletedMessage( &itsQueue, job.GetTag(), job.GetResultCode() ), kWhenNextEvent );
     };
@@ -490,8 +490,7 @@ void XNetJobQueue::XImp::Attach( XNetJob* inJob, bool inIsSuspended )
 bool XNetJobQueue::XImp::AttachIfTagNotPresent( XNetJob* inJob )
 {
     const XThreadLock lock( itsMutex );
-    const auto hasTag = [inJob]( const auto& inEntry )
-    {
+    const auto hasTag = [inJob]( const auto& inEntry ) {
         return inEntry.second.job->GetTag() == inJob->GetTag() &&
             inEntry.second.state != ClientJob::kSuspended;
     };

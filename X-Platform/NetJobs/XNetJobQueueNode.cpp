@@ -78,7 +78,7 @@ struct NodeJob
     std::uint64_t serial = 0;    // its place among the waiting jobs, and its tag in the local queue
     bool isRunning = false;      // in the local queue
     bool hasStarted = false;
-    bool isReturning = false;         // return it instead of reporting that it was stopped
+    bool isReturning = false;        // return it instead of reporting that it was stopped
     std::optional<XNetJobEvent> end; // has ended: until it is taken
     XNetJobQueue::XJobProgressInfo progress;
 };
@@ -101,8 +101,8 @@ public:
     void JobHasEnded(
         const XJobKey& inKey, std::uint64_t inSerial, std::uint32_t inResultCode,
         std::unique_ptr<XNetJobResult> inResult, std::int64_t inRunMicroseconds );
-    void ProgressHasChanged(
-        const XJobKey& inKey, std::uint64_t inSerial, const XProgressChanged& inMessage );
+    void
+    ProgressHasChanged( const XJobKey& inKey, std::uint64_t inSerial, const XProgressChanged& inMessage );
 
 private:
     using Jobs = std::map<XJobKey, NodeJob>;
@@ -174,7 +174,8 @@ protected:
 
     void JobCompleteSelf( std::uint32_t inResultCode ) override
     {
-        itsNode.JobHasEnded( itsKey, itsSerial, inResultCode, std::move( itsResult ), itsTimer.GetElapsedUS() );
+        itsNode.JobHasEnded(
+            itsKey, itsSerial, inResultCode, std::move( itsResult ), itsTimer.GetElapsedUS() );
     }
 
 private:
@@ -210,10 +211,11 @@ XNetJobQueueNode::XImp::XImp( const XNetJobDeployment& inDeployment, const XSett
     : itsSettings( inSettings ),
       itsWorkers( inSettings.workers > 0 ? inSettings.workers : XThread::GetProcessorCount() ),
       itsSession(
-          inDeployment, { [this]( XControlBridge& ioBridge, std::uint32_t inFormerID )
-                          { return LogOn( ioBridge, inFormerID ); },
-                          [this] { return TakeEvents(); },
-                          [this]( const XEvents& inEvents ) { HandleEvents( inEvents ); } } )
+          inDeployment,
+          { [this]( XControlBridge& ioBridge, std::uint32_t inFormerID )
+            { return LogOn( ioBridge, inFormerID ); },
+            [this] { return TakeEvents(); },
+            [this]( const XEvents& inEvents ) { HandleEvents( inEvents ); } } )
 {
 }
 
@@ -478,7 +480,8 @@ void XNetJobQueueNode::XImp::ProgressHasChanged(
         inKey.jobID, isValue ? inMessage.GetValue() : before.GetProgress(),
         isText ? inMessage.GetText() : before.GetMessage() );
     job->progress.SetChangeFlags(
-        before.GetChangeFlags() | static_cast<std::uint32_t>(
+        before.GetChangeFlags() |
+        static_cast<std::uint32_t>(
             isValue ? XNetJobQueue::XJobProgressInfo::kProgressChanged
                     : XNetJobQueue::XJobProgressInfo::kMessageChanged ) );
     if ( itsProgressTimer.GetElapsedMS() >= kProgressPeriodMS )

@@ -50,9 +50,9 @@ public:
     void ReadStreamSelf( XStream& inStream );
     void WriteStreamSelf( XStream& inStream ) const;
 
-    std::uint64_t completedJobs = 0;  ///< by all nodes since the start of the service
+    std::uint64_t completedJobs = 0;    ///< by all nodes since the start of the service
     std::uint64_t jobsInTenSeconds = 0; ///< completed in the last ten seconds
-    XVector<XNode> nodes;             ///< in the order of their IDs
-    XVector<XClient> clients;         ///< in the order of their IDs
-    XVector<XFailure> failures;       ///< the newest 50, the oldest first
+    XVector<XNode> nodes;               ///< in the order of their IDs
+    XVector<XClient> clients;           ///< in the order of their IDs
+    XVector<XFailure> failures;         ///< the newest 50, the oldest first
 };

@@ -79,8 +79,7 @@ void NodeCommand::Work( XNetJobQueueNode& ioNode, Session& ioSession ) const
         const bool isConnected = ioNode.IsConnected();
         if ( isConnected != wasConnected )
         {
-            const std::string text =
-                ( isConnected ? "connected to " : "no connection to " ) + itsControl;
+            const std::string text = ( isConnected ? "connected to " : "no connection to " ) + itsControl;
             ioSession.out << text << std::endl;
             ioSession.LogInfo( text );
         }

@@ -87,7 +87,8 @@ private:
     void Forget( XTimeMS inNow )
     {
         std::erase_if(
-            itsSeconds, [&]( const auto& inSecond ) { return inSecond.first + kRateSeconds <= inNow / 1000; } );
+            itsSeconds,
+            [&]( const auto& inSecond ) { return inSecond.first + kRateSeconds <= inNow / 1000; } );
     }
 
     std::map<XTimeMS, std::uint64_t> itsSeconds;
@@ -278,7 +279,8 @@ void XNetJobDispatcher::XImp::DropLostPeers( XTimeMS inNow )
             continue;
         lost.push_back( id );
         AddFailure(
-            inNow, peer.Describe() + " lost: " + ( hasGone ? "its connection ended" : "no heartbeat arrived" ) );
+            inNow,
+            peer.Describe() + " lost: " + ( hasGone ? "its connection ended" : "no heartbeat arrived" ) );
     }
     for ( const std::uint32_t id : lost )
         Drop( id, true );

@@ -88,7 +88,7 @@ public:
     {
         std::optional<XJobKey> nextJob; ///< none if no job of the client waits
         USize otherWaitingClients = 0;  ///< each takes at most one turn before that job
-        std::uint64_t workers = 0;      ///< of the nodes that accept jobs of any class that the client has used
+        std::uint64_t workers = 0; ///< of the nodes that accept jobs of any class that the client has used
     };
 
     struct XNodeCounts

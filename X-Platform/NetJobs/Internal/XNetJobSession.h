@@ -80,7 +80,7 @@ private:
 
     mutable XMutex itsMutex; // guards the following
     XConditionVariable itsHasChanged;
-    XBridgePtr itsSender;   // both null: not logged on
+    XBridgePtr itsSender; // both null: not logged on
     XBridgePtr itsReceiver;
     std::uint32_t itsID = 0; // of the last logon
     bool itsHasWork = false;
