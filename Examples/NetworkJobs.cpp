@@ -98,7 +98,8 @@ int main()
 
     // Here the control service and the node are in the same process; `korvale control` and programs that register the
     // classes are used instead.
-    const XRPCCipher cipher( XEncryptedNetStream::kAlgorithmRC4, "sixteen bytes ok" ); // XDeploymentKeys has real ones
+    const XRPCCipher cipher(
+        XEncryptedNetStream::kAlgorithmRC4, "sixteen bytes ok" ); // XDeploymentKeys has real ones
     XNetJobControl control( cipher );
     control.Start( XNetAddress::GetLoopBackAddress( 0 ) );
     const XNetJobDeployment deployment{

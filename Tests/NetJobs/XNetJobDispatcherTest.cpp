@@ -241,7 +241,7 @@ TEST( XNetJobDispatcherTest, PassesTheNewestNoticesOnAndCountsWhatHappened )
     EXPECT_EQ( status.completedJobs, 1u );
     EXPECT_EQ( status.clients.size(), 2u );
     EXPECT_EQ( status.nodes.size(), 0u );
-    EXPECT_CONTAINS( status.failures.at( 0 ).text.GetConstCharPtr(), "lost: no heartbeat" );
+    EXPECT_CONTAINS( status.failures.at( 0 ).text.GetConstCharPtr(), "lost: no sign of life" );
 }
 
 namespace

@@ -294,6 +294,8 @@ XEvents XNetJobControl::XImp::Receive( const Logon& inLogon, std::uint32_t inTim
 {
     const XTimer timer( std::min( inTimeoutMS, kMostWaitMS ) );
     const XThreadLock lock( itsMutex );
+    GetSession( inLogon );
+    itsDispatcher.HasShownLife( itsClock.Read(), inLogon.id );
     for ( ;; )
     {
         const std::shared_ptr<XConditionVariable> hasChanged = GetSession( inLogon ).hasChanged;

@@ -111,7 +111,8 @@ public:
     void PostMessage( const XJobSelector& inSelector, const XMessage& inMessage );
     void CompleteEndedJobs();
 
-    bool SleepUntilWeightUnder( USize inJobs, std::uint32_t inTimeoutMS );
+    bool SleepUntilEmpty( std::uint32_t inTimeoutMS );
+    void WaitForWeightUnderCommit( double inCommit );
     void WaitForRunning( const XJobSelector& inSelector );
     USize GetWeight() const;
     USize GetJobCount() const;
@@ -158,6 +159,7 @@ private:
     USize itsWindowBytes = 0;
     std::uint32_t itsLastJobID = 0;
     std::uint32_t itsClientID = 0;
+    std::uint32_t itsWorkers = 1; // of the deployment, at least 1
     bool itsIsRunning = false;
 
     XDeferredNotice itsNotice;
@@ -387,6 +389,11 @@ void XNetJobQueue::XImp::SpeakProgress( std::uint32_t inJobID, const XProgressCh
 void XNetJobQueue::XImp::HandlePosition( const XNetJobEvent& inEvent )
 {
     const auto position = XReadFromBytes<XNetJobQueuePositionChangedMessage>( inEvent.bytes );
+    {
+        const XThreadLock lock( itsMutex );
+        itsWorkers = std::max( position->GetWorkers(), 1u );
+        itsHasChanged.Broadcast();
+    }
     itsQueue.SpeakMessage(
         XNetJobQueuePositionChangedMessage(
             &itsQueue, itsQueueID, position->GetNextJobID(), position->GetPosition(),
@@ -596,14 +603,21 @@ void XNetJobQueue::XImp::PostMessage( const XJobSelector& inSelector, const XMes
 
 // ---- Waiting and counts
 
-/// Returns whether fewer jobs are left.
-bool XNetJobQueue::XImp::SleepUntilWeightUnder( USize inJobs, std::uint32_t inTimeoutMS )
+/// Returns whether the queue is empty.
+bool XNetJobQueue::XImp::SleepUntilEmpty( std::uint32_t inTimeoutMS )
 {
     const XTimer timer( inTimeoutMS );
     const XThreadLock lock( itsMutex );
-    while ( GetWeight() >= inJobs && !timer.HasExpired() )
+    while ( GetWeight() > 0 && !timer.HasExpired() )
         itsHasChanged.Sleep( itsMutex, timer.GetRemainingMS(), true );
-    return GetWeight() < inJobs;
+    return GetWeight() == 0;
+}
+
+void XNetJobQueue::XImp::WaitForWeightUnderCommit( double inCommit )
+{
+    const XThreadLock lock( itsMutex );
+    while ( static_cast<double>( GetWeight() ) >= itsWorkers * inCommit )
+        itsHasChanged.Sleep( itsMutex, kNoTimeout, true );
 }
 
 bool XNetJobQueue::XImp::IsAnyRunning( const XJobSelector& inSelector ) const
@@ -735,7 +749,7 @@ void XNetJobQueue::PostMessageTaggedJobs( const XJobSelector& inTags, const XMes
 
 void XNetJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMS )
 {
-    if ( !itsImp->SleepUntilWeightUnder( 1, inTimeoutMS ) )
+    if ( !itsImp->SleepUntilEmpty( inTimeoutMS ) )
         XThrow( kErrorTimedOut );
     if ( !XThread::IsMainThread() )
         return;
@@ -747,7 +761,7 @@ void XNetJobQueue::WaitForQueueEmptyWithProgress()
 {
     USize most = std::max<USize>( GetCurrentJobWeight(), 1 );
     XProgress progress( most, XProgress::kProgressWait, kProgressDelayMS );
-    while ( !itsImp->SleepUntilWeightUnder( 1, kProgressSleepMS ) )
+    while ( !itsImp->SleepUntilEmpty( kProgressSleepMS ) )
     {
         const USize left = GetCurrentJobWeight();
         most = std::max( most, left ); // jobs may be attached meanwhile
@@ -758,9 +772,9 @@ void XNetJobQueue::WaitForQueueEmptyWithProgress()
     WaitForQueueEmpty();
 }
 
-void XNetJobQueue::WaitForJobWeightUnder( USize inJobs )
+void XNetJobQueue::WaitForJobWeightUnderCommit( double inCommit )
 {
-    itsImp->SleepUntilWeightUnder( inJobs, kNoTimeout );
+    itsImp->WaitForWeightUnderCommit( inCommit );
 }
 
 USize XNetJobQueue::GetJobCount() const

@@ -121,8 +121,9 @@ public:
     /// of jobs that have ended and through which the user may abort the wait (1001).
     void WaitForQueueEmptyWithProgress();
 
-    /// For producers: waits until fewer than this many jobs wait, run or are suspended.
-    void WaitForJobWeightUnder( USize inJobs );
+    /// For producers, to limit how far they run ahead: waits until fewer than `inCommit` jobs per worker of the deployment
+    /// wait, run or are suspended. The number of workers is that of the last position; 1 before.
+    void WaitForJobWeightUnderCommit( double inCommit );
 
     // ---- Counts
 

@@ -280,7 +280,8 @@ void XNetJobDispatcher::XImp::DropLostPeers( XTimeMS inNow )
         lost.push_back( id );
         AddFailure(
             inNow,
-            peer.Describe() + " lost: " + ( hasGone ? "its connection ended" : "no heartbeat arrived" ) );
+            peer.Describe() +
+                " lost: " + ( hasGone ? "its connection ended" : "no sign of life for too long" ) );
     }
     for ( const std::uint32_t id : lost )
         Drop( id, true );
@@ -617,6 +618,11 @@ std::uint32_t XNetJobDispatcher::LogOnNode(
 bool XNetJobDispatcher::IsLoggedOn( std::uint32_t inID ) const
 {
     return itsImp->FindPeer( inID ) != nullptr;
+}
+
+void XNetJobDispatcher::HasShownLife( XTimeMS inNow, std::uint32_t inID )
+{
+    itsImp->GetPeer( inID ).lastHeard = inNow;
 }
 
 void XNetJobDispatcher::ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID )

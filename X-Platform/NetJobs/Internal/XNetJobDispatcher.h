@@ -19,7 +19,7 @@
 /// service are not assigned to other peers.
 ///
 /// Lost peers: a node is lost when its connection has ended for `nodeGraceMS`, a client for `clientGraceMS`, and either
-/// when it has sent nothing for `silenceMS`. The jobs of a lost client are dropped, on nodes too.
+/// when it has given no sign of life for `silenceMS`. The jobs of a lost client are dropped, on nodes too.
 ///
 /// Notices: that a job has started, its progress and the position of a client's jobs are passed on to the client by `Tick`,
 /// the newest of each kind and job. They are dropped when the job ends.
@@ -57,6 +57,9 @@ public:
         const XEvents& inReports );
 
     bool IsLoggedOn( std::uint32_t inID ) const;
+
+    /// The peer has made a call that is not a batch. A batch may take longer than the time after which a peer counts as lost.
+    void HasShownLife( XTimeMS inNow, std::uint32_t inID );
 
     void ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID );
     /// Jobs of a client are dropped, those of a node wait again.
