@@ -1,10 +1,10 @@
 #include "Commands/StatusCommand.h"
 
+#include "Commands/ServiceConnection.h"
 #include "Core/Storables/XRefPtr.h"
 #include "NetJobs/XControlBridge.h"
-#include "Pivot/XPivotText.h"
 #include "Options/CommandLine.h"
-#include "Commands/ServiceConnection.h"
+#include "Pivot/XPivotText.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/AlignedText.h"
 #include "Terminal/Session.h"

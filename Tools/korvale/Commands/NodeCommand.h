@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Program/Command.h"
-#include "Program/ProtectionOptions.h"
+#include "Commands/Command.h"
+#include "Options/ProtectionOptions.h"
 
 #include <string>
 
