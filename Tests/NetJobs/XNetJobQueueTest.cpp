@@ -238,6 +238,7 @@ TEST_F( XNetJobQueueTest, RefusesAnIncompatibleServiceAndWaitsForAMissingOne )
     XNetJobQueue early( itsDeployment );
     Attach( early, 1 );
     early.Start();
+    EXPECT_EQ( early.GetConnectionError(), 3106u );
     AddNode( 1 );
     itsControl.Start( itsDeployment.control );
     early.WaitForQueueEmpty( kPatience );

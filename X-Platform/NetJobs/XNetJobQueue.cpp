@@ -20,6 +20,7 @@
 #include "NetJobs/XNetJobCompletedMessage.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobResult.h"
+#include "Services/XSessionLogManager.h"
 #include "Threads/XPreventThreadStop.h"
 
 #include <algorithm>
@@ -101,6 +102,7 @@ public:
     void End();
     bool IsRunning() const;
     bool IsConnected() const { return itsSession.IsConnected(); }
+    std::uint32_t GetConnectionError() const { return itsSession.GetConnectionError(); }
 
     void Attach( XNetJob* inJob, bool inIsSuspended );
     bool AttachIfTagNotPresent( XNetJob* inJob );
@@ -108,7 +110,7 @@ public:
     bool DeleteJobs( const XJobSelector& inSelector, bool inWithRunning );
     void Suspend( const XJobSelector& inSelector );
     void Resume( const XJobSelector& inSelector );
-    void PostMessage( const XJobSelector& inSelector, const XMessage& inMessage );
+    void PostToJobs( const XJobSelector& inSelector, const XMessage& inMessage );
     void CompleteEndedJobs();
 
     bool SleepUntilEmpty( std::uint32_t inTimeoutMS );
@@ -347,6 +349,11 @@ void XNetJobQueue::XImp::HandleResult( const XNetJobEvent& inEvent )
 
 void XNetJobQueue::XImp::HandleFailure( const XNetJobEvent& inEvent )
 {
+    if ( !inEvent.bytes.empty() )
+        XSessionLogManager::Log(
+            kLogError,
+            "job " + XString( inEvent.jobID ) + ": " +
+                XString::FromUTF8( std::string( inEvent.bytes.begin(), inEvent.bytes.end() ) ) );
     const XThreadLock lock( itsMutex );
     End( inEvent.jobID, static_cast<std::uint32_t>( inEvent.value ), nullptr );
     Post( XNetJobEvent::kTaken, inEvent.jobID );
@@ -593,7 +600,7 @@ void XNetJobQueue::XImp::Resume( const XJobSelector& inSelector )
     itsSession.Wake();
 }
 
-void XNetJobQueue::XImp::PostMessage( const XJobSelector& inSelector, const XMessage& inMessage )
+void XNetJobQueue::XImp::PostToJobs( const XJobSelector& inSelector, const XMessage& inMessage )
 {
     const XThreadLock lock( itsMutex );
     for ( const auto& [id, job] : itsJobs )
@@ -686,6 +693,11 @@ bool XNetJobQueue::IsConnected() const
     return itsImp->IsConnected();
 }
 
+std::uint32_t XNetJobQueue::GetConnectionError() const
+{
+    return itsImp->GetConnectionError();
+}
+
 void XNetJobQueue::Stop()
 {
     itsImp->Stop();
@@ -744,7 +756,7 @@ bool XNetJobQueue::DeleteTaggedJobsIfNotRunning( const XJobSelector& inTags )
 
 void XNetJobQueue::PostMessageTaggedJobs( const XJobSelector& inTags, const XMessage& inMessage )
 {
-    itsImp->PostMessage( inTags, inMessage );
+    itsImp->PostToJobs( inTags, inMessage );
 }
 
 void XNetJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMS )

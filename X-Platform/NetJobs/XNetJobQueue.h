@@ -68,6 +68,9 @@ public:
     bool IsRunning() const;
     bool IsConnected() const;
 
+    /// Why the last attempt to connect failed; 0 after a successful one.
+    std::uint32_t GetConnectionError() const;
+
     /// Stop all jobs and disconnect.
     void AsyncStop() { Stop(); }
     void Stop();

@@ -94,6 +94,7 @@ public:
     void Start();
     void Stop( std::uint32_t inTimeoutMS );
     bool IsConnected() const { return itsSession.IsConnected(); }
+    std::uint32_t GetConnectionError() const { return itsSession.GetConnectionError(); }
     USize GetJobCount() const;
 
     // Called on workers.
@@ -302,8 +303,10 @@ XEvents XNetJobQueueNode::XImp::TakeEvents()
     const XThreadLock lock( itsMutex );
     const auto isNeedless = [this]( const XNetJobEvent& inEvent )
     {
+        if ( inEvent.kind != XNetJobEvent::kStarted )
+            return false;
         const auto job = itsJobs.find( GetKey( inEvent ) );
-        return inEvent.kind == XNetJobEvent::kStarted && ( job == itsJobs.end() || job->second.end );
+        return job == itsJobs.end() || job->second.end;
     };
     std::erase_if( itsOutgoing, isNeedless );
     XEvents events = XTakeBatch( itsOutgoing, kMostBatchBytes );
@@ -535,6 +538,11 @@ void XNetJobQueueNode::Stop( std::uint32_t inTimeoutMS )
 bool XNetJobQueueNode::IsConnected() const
 {
     return itsImp->IsConnected();
+}
+
+std::uint32_t XNetJobQueueNode::GetConnectionError() const
+{
+    return itsImp->GetConnectionError();
 }
 
 USize XNetJobQueueNode::GetJobCount() const

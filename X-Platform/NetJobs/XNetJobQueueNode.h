@@ -49,6 +49,9 @@ public:
 
     bool IsConnected() const;
 
+    /// Why the last attempt to connect failed; 0 after a successful one.
+    std::uint32_t GetConnectionError() const;
+
     /// Jobs that wait or run.
     USize GetJobCount() const;
 

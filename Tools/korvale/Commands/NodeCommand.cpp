@@ -1,5 +1,6 @@
 #include "Commands/NodeCommand.h"
 
+#include "Core/Errors/XException.h"
 #include "Core/Strings/XByteCount.h"
 #include "Core/Times/XTimer.h"
 #include "NetJobs/XNetJobDeployment.h"
@@ -8,6 +9,7 @@
 #include "Options/MemoryBudget.h"
 #include "Options/OptionChecks.h"
 #include "Process/WInterrupt.h"
+#include "Support/Failure.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/Session.h"
 #include "Threads/XThread.h"
@@ -19,6 +21,18 @@ constexpr std::uint32_t kGraceMS = 10'000;
 constexpr std::uint32_t kRunningJobsMS = 5'000;
 constexpr std::uint32_t kWatchPeriodMS = 50;
 constexpr double kMostIdleSeconds = 1e6;
+
+std::string DescribeError( std::uint32_t inNumber )
+{
+    try
+    {
+        throw XException( inNumber );
+    }
+    catch ( ... )
+    {
+        return DescribeCurrentException().text;
+    }
+}
 } // namespace
 
 void NodeCommand::Declare( const CommandOptions& inOptions )
@@ -73,6 +87,9 @@ int NodeCommand::Run( Session& ioSession )
 void NodeCommand::Work( XNetJobQueueNode& ioNode, Session& ioSession ) const
 {
     ioNode.Start();
+    if ( const std::uint32_t error = ioNode.GetConnectionError() )
+        ioSession.ReportWarning(
+            "cannot connect to " + itsControl + ", will try again: " + DescribeError( error ) );
     bool wasConnected = false;
     for ( XTimer idle; !WInterrupt::IsRequested(); XThread::SleepCurrentThread( kWatchPeriodMS ) )
     {

@@ -5,6 +5,7 @@
 #include "NetJobs/Internal/XStoredBytes.h"
 #include "NetJobs/Internal/XTakeBatch.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
+#include "Services/XSessionLogManager.h"
 #include "System/WRandomBytes.h"
 
 #include <algorithm>
@@ -241,6 +242,7 @@ std::uint32_t XNetJobDispatcher::XImp::LogOn(
     }
     const std::uint32_t id = ChooseID( inFormerID, inInfo.GetInstanceID(), inIsNode );
     itsPeers[id] = peer;
+    XSessionLogManager::Log( kLogInformation, ( peer.Describe() + " has logged on" ).c_str() );
     return id;
 }
 
@@ -547,6 +549,7 @@ void XNetJobDispatcher::XImp::PassNoticesOn( XTimeMS inNow )
 
 void XNetJobDispatcher::XImp::AddFailure( XTimeMS inNow, std::string inText )
 {
+    XSessionLogManager::Log( kLogWarning, inText.c_str() );
     itsFailures.push_back( { inNow, std::move( inText ) } );
     if ( itsFailures.size() > kMostFailures )
         itsFailures.pop_front();
@@ -639,6 +642,8 @@ void XNetJobDispatcher::ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID )
 
 void XNetJobDispatcher::LogOff( XTimeMS inNow, std::uint32_t inID )
 {
+    if ( const Peer* const peer = itsImp->FindPeer( inID ) )
+        XSessionLogManager::Log( kLogInformation, ( peer->Describe() + " has logged off" ).c_str() );
     itsImp->Drop( inID, false );
     itsImp->CarryOutActions( inNow );
 }

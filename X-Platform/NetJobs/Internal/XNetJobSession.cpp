@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <optional>
 #include <random>
+#include <utility>
 
 namespace
 {
@@ -92,6 +93,7 @@ void XNetJobSession::Start()
     }
     catch ( const XException& error )
     {
+        NoteFailure( error );
         if ( !MayPass( error.GetErrorNumber() ) )
             throw;
     }
@@ -110,6 +112,12 @@ bool XNetJobSession::IsConnected() const
 {
     const XThreadLock lock( itsMutex );
     return static_cast<bool>( itsSender );
+}
+
+std::uint32_t XNetJobSession::GetConnectionError() const
+{
+    const XThreadLock lock( itsMutex );
+    return itsConnectionError;
 }
 
 void XNetJobSession::Stop( std::uint32_t inTimeoutMS )
@@ -154,8 +162,20 @@ void XNetJobSession::LogOn()
     itsID = id;
     itsSender = sender;
     itsReceiver = receiver;
+    itsConnectionError = 0;
     itsHasWork = true;
     itsHasChanged.Broadcast();
+}
+
+/// Logs an error unless the attempt before failed with the same one.
+void XNetJobSession::NoteFailure( const XException& inError )
+{
+    {
+        const XThreadLock lock( itsMutex );
+        if ( std::exchange( itsConnectionError, inError.GetErrorNumber() ) == inError.GetErrorNumber() )
+            return;
+    }
+    XErrorLog::AddCurrentException( "control service" );
 }
 
 void XNetJobSession::Disconnect()
@@ -209,9 +229,9 @@ bool XNetJobSession::TryToLogOn()
         LogOn();
         return true;
     }
-    catch ( const XException& )
+    catch ( const XException& error )
     {
-        XErrorLog::AddCurrentException();
+        NoteFailure( error );
         return false;
     }
 }

@@ -8,6 +8,8 @@
 
 #include <functional>
 
+class XException;
+
 /// The connections of a client or node to its control service: one thread logs on and sends, another receives. When a
 /// connection or a call fails, both connections are closed, and the first thread logs on again with pauses of up to ten
 /// seconds. Batches may be lost with the connections; the owner makes up for them in its next logon.
@@ -47,6 +49,9 @@ public:
 
     bool IsConnected() const;
 
+    /// Why the last attempt to connect failed; 0 after a successful one.
+    std::uint32_t GetConnectionError() const;
+
 private:
     using XBridgePtr = XRefPtr<XControlBridge>;
 
@@ -64,6 +69,7 @@ private:
 
     XBridgePtr Connect() const;
     void LogOn();
+    void NoteFailure( const XException& inError );
     bool TryToLogOn();
     void Disconnect();
     void Pause( std::uint32_t inTimeMS );
@@ -83,6 +89,7 @@ private:
     XBridgePtr itsSender; // both null: not logged on
     XBridgePtr itsReceiver;
     std::uint32_t itsID = 0; // of the last logon
+    std::uint32_t itsConnectionError = 0;
     bool itsHasWork = false;
     bool itsIsStopping = false;
     bool itsHasLoggedOff = false;
