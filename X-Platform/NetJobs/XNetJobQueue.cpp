@@ -62,8 +62,9 @@ struct ClientJob
     State state = kWaiting;
     bool isSubmitted = false;
     bool wasSuspended = false; // the control service has or had a request to suspend it
-    bool hasBar = false;       // listeners have been told of a progress bar
-    USize bytes = 0;           // in the window
+    std::unique_ptr<XNetJobQueue::XJobProgressInfo>
+        progress;    // as listeners know it; null before the first report
+    USize bytes = 0; // in the window
 };
 
 struct EndedJob
@@ -370,20 +371,21 @@ void XNetJobQueue::XImp::HandleProgress( const XNetJobEvent& inEvent )
 {
     constexpr std::uint32_t kOutermost = 1;
     const auto progress = XReadFromBytes<XJobProgressInfo>( inEvent.bytes );
-    bool isFirst = false;
+    std::unique_ptr<XJobProgressInfo> before;
     {
         const XThreadLock lock( itsMutex );
         const auto found = itsJobs.find( inEvent.jobID );
         if ( found == itsJobs.end() )
             return;
-        isFirst = !std::exchange( found->second.hasBar, true );
+        before = std::exchange( found->second.progress, std::make_unique<XJobProgressInfo>( *progress ) );
     }
-    if ( isFirst )
+    if ( !before )
         SpeakProgress( inEvent.jobID, { XProgressChanged::kBarCreated, 0, kOutermost, {} } );
-    if ( progress->HasChangeFlag( XJobProgressInfo::kMessageChanged ) )
+    // The flags do not tell what to report: reports may have been replaced by later ones on the way.
+    if ( progress->GetMessage() != ( before ? before->GetMessage() : XString() ) )
         SpeakProgress(
             inEvent.jobID, { XProgressChanged::kMessageChanged, 0, kOutermost, progress->GetMessage() } );
-    if ( progress->HasChangeFlag( XJobProgressInfo::kProgressChanged ) )
+    if ( progress->GetProgress() != ( before ? before->GetProgress() : 0 ) )
         SpeakProgress(
             inEvent.jobID, { XProgressChanged::kProgressChanged, progress->GetProgress(), kOutermost, {} } );
 }
@@ -436,7 +438,7 @@ EndedJob XNetJobQueue::XImp::Remove( Jobs::iterator inJob, std::uint32_t inResul
         itsWindowBytes -= job.bytes;
         itsSession.Wake(); // the window has room
     }
-    EndedJob ended{ id, std::move( job.job ), inResultCode, job.hasBar };
+    EndedJob ended{ id, std::move( job.job ), inResultCode, job.progress != nullptr };
     itsJobs.erase( inJob );
     itsHasChanged.Broadcast();
     return ended;
