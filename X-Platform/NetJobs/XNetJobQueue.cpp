@@ -45,6 +45,7 @@ constexpr USize kMostBytes = 64 * 1024 * 1024;
 constexpr USize kMostBatchJobs = 2000;
 constexpr USize kMostBatchBytes = 4 * 1024 * 1024;
 
+constexpr std::uint32_t kMostProgress = 1000; // per mille
 constexpr std::uint32_t kLogOffMS = 1000;
 constexpr std::uint32_t kProgressDelayMS = 2000;
 constexpr std::uint32_t kProgressSleepMS = 100; // between two looks for an abort
@@ -371,6 +372,7 @@ void XNetJobQueue::XImp::HandleProgress( const XNetJobEvent& inEvent )
 {
     constexpr std::uint32_t kOutermost = 1;
     const auto progress = XReadFromBytes<XJobProgressInfo>( inEvent.bytes );
+    const std::uint32_t value = std::min( progress->GetProgress(), kMostProgress );
     std::unique_ptr<XJobProgressInfo> before;
     {
         const XThreadLock lock( itsMutex );
@@ -385,9 +387,8 @@ void XNetJobQueue::XImp::HandleProgress( const XNetJobEvent& inEvent )
     if ( progress->GetMessage() != ( before ? before->GetMessage() : XString() ) )
         SpeakProgress(
             inEvent.jobID, { XProgressChanged::kMessageChanged, 0, kOutermost, progress->GetMessage() } );
-    if ( progress->GetProgress() != ( before ? before->GetProgress() : 0 ) )
-        SpeakProgress(
-            inEvent.jobID, { XProgressChanged::kProgressChanged, progress->GetProgress(), kOutermost, {} } );
+    if ( value != ( before ? before->GetProgress() : 0 ) )
+        SpeakProgress( inEvent.jobID, { XProgressChanged::kProgressChanged, value, kOutermost, {} } );
 }
 
 void XNetJobQueue::XImp::SpeakProgress( std::uint32_t inJobID, const XProgressChanged::XChange& inChange )
