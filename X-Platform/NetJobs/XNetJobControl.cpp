@@ -4,12 +4,14 @@
 
 #include "NetJobs/XNetJobControl.h"
 
+#include "Core/Errors/Internal/XSwallowErrors.h"
 #include "Core/Times/XTimer.h"
 #include "NetJobs/Internal/XNetJobDispatcher.h"
 #include "NetJobs/XControlBridge.h"
 #include "RemoteCalls/XRPCResponder.h"
 #include "Servers/XNetServer.h"
 #include "Threads/XConditionVariable.h"
+#include "Threads/XPreventThreadStop.h"
 #include "Threads/XThread.h"
 
 #include <algorithm>
@@ -85,7 +87,7 @@ public:
 private:
     struct Session
     {
-        std::uint64_t serial = 0; // of the logon; 0 if its connection has ended
+        std::uint64_t serial = 0; // of the logon
         std::shared_ptr<XConditionVariable> hasChanged = std::make_shared<XConditionVariable>();
     };
 
@@ -171,7 +173,8 @@ XNetJobControl::XImp::XImp( const XRPCCipher& inCipher, const std::shared_ptr<co
 
 XNetJobControl::XImp::~XImp()
 {
-    Stop();
+    const XPreventThreadStop preventStop; // of the calling thread
+    XSwallowErrors( [this] { Stop(); } );
 }
 
 void XNetJobControl::XImp::Start( const XNetAddress& inAddress )

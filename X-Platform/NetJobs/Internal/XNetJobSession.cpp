@@ -4,6 +4,7 @@
 #include "Core/Errors/XErrorLog.h"
 #include "Core/Errors/XException.h"
 #include "Core/Times/XTimer.h"
+#include "Threads/XPreventThreadStop.h"
 
 #include <algorithm>
 #include <optional>
@@ -78,6 +79,7 @@ XNetJobSession::XNetJobSession( const XNetJobDeployment& inDeployment, XHooks in
 
 XNetJobSession::~XNetJobSession()
 {
+    const XPreventThreadStop preventStop; // of the calling thread
     XSwallowErrors( [this] { Stop( 0 ); } );
 }
 
