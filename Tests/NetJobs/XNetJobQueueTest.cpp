@@ -153,7 +153,7 @@ TEST_F( XNetJobQueueTest, StopsSuspendsAndResumesJobs )
     EXPECT_EQ( queue.GetSuspendedJobCount(), 2u );
     queue.StopTaggedJobs( 1 );
     EXPECT_TRUE( Await( [&] { return wasStopped.load(); } ) );
-    EXPECT_EQ( ErrorOf( [&] { queue.WaitForQueueEmpty( 300 ); } ), 2701u ); // suspended jobs do not run
+    EXPECT_ERROR( 2701, queue.WaitForQueueEmpty( 300 ) ); // suspended jobs do not run
     queue.ResumeAllJobs();
     queue.WaitForQueueEmpty( kPatience );
     const std::map<std::uint32_t, std::vector<std::uint32_t>> expected{
@@ -231,8 +231,7 @@ TEST_F( XNetJobQueueTest, RefusesAnIncompatibleServiceAndWaitsForAMissingOne )
     XNetJobQueue queue( itsDeployment );
     EXPECT_EQ( ErrorOrZero( [&] { queue.Start(); } ), 3092u );
     XAppVersion::SetCurrent( own );
-    EXPECT_TRUE(
-        Contains( itsControl.GetStatus().failures.at( 0 ).text.GetConstCharPtr(), "another application" ) );
+    EXPECT_CONTAINS( itsControl.GetStatus().failures.at( 0 ).text.GetConstCharPtr(), "another application" );
 
     itsControl.Stop();
     XNetJobQueue early( itsDeployment );
