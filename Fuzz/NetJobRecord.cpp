@@ -15,6 +15,7 @@
 #include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobSharedData.h"
+#include "NetJobs/XNetJobStatus.h"
 
 #include <iterator>
 
@@ -43,6 +44,7 @@ constexpr std::unique_ptr<XStorable> ( *kMakers[] )() = {
     Make<XNetJobCompletedMessage>,
     Make<XNetJobQueuePositionChangedMessage>,
     Make<XNetJobEvent>,
+    Make<XNetJobStatus>,
 };
 
 /// Checks that the record writes as many bytes as GetStreamUsage reports.

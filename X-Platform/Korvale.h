@@ -191,7 +191,6 @@
 #include "Servers/XServer.h"
 
 // Remote calls
-#include "RemoteCalls/XControlBridge.h"
 #include "RemoteCalls/XLPCBridge.h"
 #include "RemoteCalls/XMakeRPCCall.h"
 #include "RemoteCalls/XRPCBridge.h"
@@ -206,18 +205,22 @@
 // Network jobs
 #include "NetJobs/XAssignedJobInfo.h"
 #include "NetJobs/XConnectionInfo.h"
+#include "NetJobs/XControlBridge.h"
 #include "NetJobs/XJobAttachmentInfo.h"
 #include "NetJobs/XJobProgressInfo.h"
 #include "NetJobs/XLogonInfo.h"
 #include "NetJobs/XLogonResult.h"
 #include "NetJobs/XNetJob.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
+#include "NetJobs/XNetJobControl.h"
+#include "NetJobs/XNetJobDeployment.h"
 #include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueue.h"
 #include "NetJobs/XNetJobQueueNode.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobResult.h"
 #include "NetJobs/XNetJobSharedData.h"
+#include "NetJobs/XNetJobStatus.h"
 
 // Initialisation of a process
 #include "Startup/WInitApp.h"

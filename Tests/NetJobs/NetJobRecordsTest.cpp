@@ -10,6 +10,7 @@
 #include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobSharedData.h"
+#include "NetJobs/XNetJobStatus.h"
 
 #include <memory>
 
@@ -75,6 +76,17 @@ std::unique_ptr<XNetJobQueue::XConnectionInfo> MakeConnection()
     return std::make_unique<XNetJobQueue::XConnectionInfo>(
         5u, 6u, XNetJobQueue::kRemoteClient, 9u, XNetJobQueue::kRemoteNode, XNetJobQueue::kTransferRelayed,
         ReadHex<XNetAddress>( address ) );
+}
+
+std::unique_ptr<XNetJobStatus> MakeStatus()
+{
+    auto status = std::make_unique<XNetJobStatus>();
+    status->completedJobs = 5;
+    status->jobsInTenSeconds = 2;
+    status->nodes = { { 9, "n", "h", 4, 3, 2, 1, 7, true } };
+    status->clients = { { 6, "c", "h", 1, 2, 3, 4, false } };
+    status->failures = { { 8, "x" } };
+    return status;
 }
 
 std::vector<Record> MakeRecords()
@@ -161,6 +173,16 @@ std::vector<Record> MakeRecords()
               XNetJobEvent::kEnded, 6u, 5u, 7u, 9u, XVector<std::uint8_t>{ 1, 2 } ),
           "e50700000a0000000600000005000000070000000900000000000000020000000102",
           "000007e50000000a0000000600000005000000070000000000000009000000020102" } );
+    records.push_back(
+        { "XNetJobStatus", MakeStatus(),
+          "e6070000050000000000000002000000000000000100000009000000010000006e01000000680400"
+          "00000300000000000000020000000000000001000000000000000700000000000000010100000006"
+          "00000001000000630100000068010000000000000002000000000000000300000000000000040000"
+          "0000000000000100000008000000000000000100000078",
+          "000007e6000000000000000500000000000000020000000100000009000000016e00000001680000"
+          "00040000000000000003000000000000000200000000000000010000000000000007010000000100"
+          "00000600000001630000000168000000000000000100000000000000020000000000000003000000"
+          "0000000004000000000100000000000000080000000178" } );
     return records;
 }
 
@@ -352,6 +374,7 @@ TEST( NetJobRecordsTest, RefuseWhatCannotBe )
         { "XNetJobCompletedMessage", "db070000db070000", "dc070000db070000", 1005 },
         { "XNetJobCompletedMessage", "db070000db070000", "40ff0000db070000", 1003 },
         { "XAssignedJobInfo", "0200000000000000", "0100000000000000", 1005 }, // a size too few
+        { "XNetJobStatus", "0100000009", "ffffffff09", 1260 },
     };
     for ( const Damage& damage : kDamages )
         EXPECT_EQ( ErrorOfReplacing( damage.record, damage.bytes, damage.replacement ), damage.error )

@@ -1,15 +1,10 @@
 #include "NetJobs/Internal/XNetJobDispatcher.h"
 
+#include "NetJobs/Internal/XStoredBytes.h"
+#include "NetJobs/XJobProgressInfo.h"
+#include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "Services/XAppAndComputerInfo.h"
 #include "Testing.h"
-
-#include <algorithm>
-#include <array>
-#include <deque>
-#include <map>
-#include <memory>
-#include <random>
-#include <utility>
 
 namespace
 {
@@ -54,15 +49,21 @@ public:
             event.bytes = kResultBytes;
         return event;
     }
-    /// The events for a peer as "kind job", in order.
-    std::string Take( std::uint32_t inID )
+    /// The events for a peer as "kind job", in order, without the positions of its jobs.
+    std::string Take( std::uint32_t inID, USize64 inMostBytes = ~USize64( 0 ) )
     {
         std::string text;
-        for ( const XNetJobEvent& event : dispatcher.TakeEvents( inID ) )
+        for ( const XNetJobEvent& event : dispatcher.TakeEvents( inID, inMostBytes ) )
         {
-            constexpr const char* kNames[] = { "submit", "submit suspended", "assign",  "stop",     "suspend",
-                                               "resume", "recall",           "started", "returned", "holds",
-                                               "ended",  "failed",           "taken" };
+            if ( event.kind == XNetJobEvent::kPosition )
+            {
+                position = event.bytes;
+                continue;
+            }
+            constexpr const char* kNames[] = {
+                "submit", "submit suspended", "assign",  "stop",     "suspend",
+                "resume", "recall",           "started", "returned", "holds",
+                "ended",  "failed",           "taken",   "progress", "position" };
             text += std::string( text.empty() ? "" : ", " ) + kNames[event.kind] + ' ' +
                 std::to_string( event.jobID );
             const bool hasJob = event.kind == XNetJobEvent::kAssign;
@@ -84,6 +85,7 @@ public:
 
     XNetJobDispatcher dispatcher{ XAppVersion::GetCurrent() };
     XNetJobDispatcher::XTimeMS now = 1000;
+    XVector<std::uint8_t> position; // the last one taken
 };
 
 } // namespace
@@ -117,7 +119,7 @@ TEST( XNetJobDispatcherTest, LostNodesLoseTheirJobsAndKeepThemWhenTheyComeBackIn
     service.Send( client, XNetJobEvent::kSubmit, 0, 8 );
     EXPECT_EQ( service.Take( silent ), "assign 7, assign 8" );
     service.Pass( 10'500, { client } );
-    EXPECT_EQ( ErrorOf( [&] { service.dispatcher.Receive( service.now, silent, {} ); } ), 3100u );
+    EXPECT_ERROR( 3100, service.dispatcher.Receive( service.now, silent, {} ) );
 
     const std::uint32_t node = service.AddNode();
     EXPECT_EQ( service.Take( node ), "assign 7" ); // one suspected job at a time
@@ -186,107 +188,127 @@ TEST( XNetJobDispatcherTest, ANewServiceLearnsFromNodesAndClients )
 TEST( XNetJobDispatcherTest, RefusesOtherVersionsAndEvents )
 {
     XNetJobDispatcher other( XAppVersion( "another application", 1, 0, 0 ) );
-    EXPECT_EQ(
-        ErrorOf( [&] { other.LogOnClient( 0, XAppVersion::XAppAndComputerInfo::GetCurrent(), 0 ); } ),
-        3092u );
+    EXPECT_ERROR( 3092, other.LogOnClient( 0, XAppVersion::XAppAndComputerInfo::GetCurrent(), 0 ) );
+    EXPECT_EQ( other.GetStatus( 0 ).failures.size(), 1u );
     Service service;
     const std::uint32_t client = service.AddClient();
     const std::uint32_t node = service.AddNode();
-    EXPECT_EQ( ErrorOf( [&] { service.Send( client, XNetJobEvent::kEnded, 0, 7 ); } ), 1013u );
-    EXPECT_EQ( ErrorOf( [&] { service.Send( node, XNetJobEvent::kSubmit, client, 7 ); } ), 1013u );
-    EXPECT_EQ(
-        ErrorOf( [&] { service.AddNode( 0, { Service::Make( XNetJobEvent::kTaken, client, 7 ) } ); } ),
-        1013u );
+    EXPECT_ERROR( 1013, service.Send( client, XNetJobEvent::kEnded, 0, 7 ) );
+    EXPECT_ERROR( 1013, service.Send( node, XNetJobEvent::kSubmit, client, 7 ) );
+    EXPECT_ERROR( 1013, service.AddNode( 0, { Service::Make( XNetJobEvent::kTaken, client, 7 ) } ) );
     service.Send( client, XNetJobEvent::kSubmit, 0, 7 );
     service.Send( client, XNetJobEvent::kStop, 0, 7 );
     service.dispatcher.LogOff( service.now, node );
     EXPECT_EQ( service.Take( client ), "failed 7" );
 }
 
+TEST( XNetJobDispatcherTest, PassesTheNewestNoticesOnAndCountsWhatHappened )
+{
+    Service service;
+    const std::uint32_t client = service.AddClient();
+    const std::uint32_t other = service.AddClient();
+    const std::uint32_t node = service.AddNode();
+    for ( const std::uint32_t job : { 7u, 8u, 9u } )
+        service.Send( client, XNetJobEvent::kSubmit, 0, job );
+    service.Send( other, XNetJobEvent::kSubmit, 0, 1 );
+    EXPECT_EQ( service.Take( node, 4 ), "assign 7" ); // limited by bytes
+    EXPECT_EQ( service.Take( node ), "assign 8" );
+    for ( int i = 0; i < 3; ++i )
+    {
+        service.Send( node, XNetJobEvent::kStarted, client, 7 );
+        service.Send( node, XNetJobEvent::kProgress, client, 7 );
+        service.Send( node, XNetJobEvent::kStarted, client, 8 );
+    }
+    EXPECT_EQ( service.Take( client ), "" );
+    service.Pass( 1500, { client, other, node } );
+    EXPECT_EQ( service.Take( client ), "started 7, progress 7, started 8" );
+    const auto position = XReadFromBytes<XNetJobQueuePositionChangedMessage>( service.position );
+    EXPECT_EQ( position->GetNextJobID(), 9u );
+    EXPECT_EQ( position->GetPosition(), 1u );
+    EXPECT_EQ( position->GetWaitingJobs() + position->GetRunningJobs() + position->GetWorkers(), 4u );
+    service.Send( node, XNetJobEvent::kProgress, client, 8 );
+    service.Send( node, XNetJobEvent::kEnded, client, 8 );
+    service.Pass( 500, { client, other, node } );
+    EXPECT_EQ( service.Take( client ), "ended 8" );
+
+    service.Send( node, XNetJobEvent::kAcceptsNoJobs, 0, 0 );
+    service.Send( node, XNetJobEvent::kReturned, client, 7 );
+    service.Take( node );
+    service.Pass( 500, { client, other, node } );
+    EXPECT_EQ( service.Take( node ), "" );
+    service.Pass( 11'000, { client, other } );
+    const XNetJobStatus status = service.dispatcher.GetStatus( service.now );
+    EXPECT_EQ( status.completedJobs, 1u );
+    EXPECT_EQ( status.clients.size(), 2u );
+    EXPECT_EQ( status.nodes.size(), 0u );
+    EXPECT_CONTAINS( status.failures.at( 0 ).text.GetConstCharPtr(), "lost: no sign of life" );
+}
+
 namespace
 {
 
-/// A peer whose connection may be cut at any time, with the batches on the way.
+/// A client or node whose connection may be cut at any time, with the batches on the way.
 struct Peer
 {
-    std::uint32_t id = 0;
-    bool isConnected = false;
-    XEvents outgoing;
-};
-
-struct TestClient : Peer
-{
-    std::map<std::uint32_t, int> jobs; // ends of each
-
-    void LogOn( Service& ioService )
-    {
-        id = ioService.AddClient( id );
-        outgoing.clear();
-        for ( const auto& [job, ends] : jobs )
-            if ( ends == 0 )
-                outgoing.push_back( Service::Make( XNetJobEvent::kSubmit, id, job ) );
-    }
-    void Handle( const XNetJobEvent& inEvent )
-    {
-        int& ends = jobs[inEvent.jobID];
-        ends = std::max( ends, 1 );
-        outgoing.push_back( Service::Make( XNetJobEvent::kTaken, id, inEvent.jobID ) );
-    }
-};
-
-struct TestNode : Peer
-{
-    std::deque<XNetJobEvent> waiting;
-    std::map<std::pair<std::uint32_t, std::uint32_t>, XNetJobEvent> ended;
+    using Key = std::pair<std::uint32_t, std::uint32_t>; // client and job
 
     void LogOn( Service& ioService )
     {
         XEvents reports;
-        for ( const XNetJobEvent& event : waiting )
-            reports.push_back( Service::Make( XNetJobEvent::kHolds, event.clientID, event.jobID ) );
-        for ( const auto& [key, event] : ended )
-            reports.push_back( event );
+        for ( const Key& key : waiting )
+            reports.push_back( Service::Make( XNetJobEvent::kHolds, key.first, key.second ) );
+        for ( const Key& key : ended )
+            reports.push_back( Service::Make( XNetJobEvent::kEnded, key.first, key.second ) );
         outgoing.clear();
-        id = ioService.AddNode( id, reports );
+        id = isNode ? ioService.AddNode( id, reports ) : ioService.AddClient( id );
+        for ( const std::uint32_t job : unfinished )
+            Post( XNetJobEvent::kSubmit, { id, job } );
+        isConnected = true;
     }
-    bool Forget( const XNetJobEvent& inEvent )
+    void Post( XKind inKind, const Key& inKey )
     {
-        const auto isSame = [&]( const XNetJobEvent& inOther )
-        { return inOther.clientID == inEvent.clientID && inOther.jobID == inEvent.jobID; };
-        return std::erase_if( waiting, isSame ) > 0;
+        outgoing.push_back( Service::Make( inKind, inKey.first, inKey.second ) );
     }
-    void End( const XNetJobEvent& inEvent )
+    void HandleAsClient( const XNetJobEvent& inEvent )
     {
-        const XNetJobEvent end = Service::Make( XNetJobEvent::kEnded, inEvent.clientID, inEvent.jobID );
-        ended[{ inEvent.clientID, inEvent.jobID }] = end;
-        outgoing.push_back( end );
+        if ( inEvent.kind != XNetJobEvent::kEnded && inEvent.kind != XNetJobEvent::kFailed )
+            return;
+        unfinished.erase( inEvent.jobID );
+        Post( XNetJobEvent::kTaken, { id, inEvent.jobID } );
     }
-    void Handle( const XNetJobEvent& inEvent )
+    void End( const Key& inKey )
     {
-        if ( inEvent.kind == XNetJobEvent::kAssign )
-        {
-            Forget( inEvent );
-            if ( !ended.contains( { inEvent.clientID, inEvent.jobID } ) )
-                waiting.push_back( inEvent );
-        }
+        ended.insert( inKey );
+        Post( XNetJobEvent::kEnded, inKey );
+    }
+    void HandleAsNode( const XNetJobEvent& inEvent )
+    {
+        const Key key( inEvent.clientID, inEvent.jobID );
+        const bool wasWaiting = std::erase( waiting, key ) > 0;
+        if ( inEvent.kind == XNetJobEvent::kAssign && !ended.contains( key ) )
+            waiting.push_back( key );
         else if ( inEvent.kind == XNetJobEvent::kTaken )
-        {
-            Forget( inEvent );
-            ended.erase( { inEvent.clientID, inEvent.jobID } );
-        }
-        else if ( Forget( inEvent ) && inEvent.kind == XNetJobEvent::kStop )
-            End( inEvent );
-        else if ( inEvent.kind == XNetJobEvent::kRecall )
-            outgoing.push_back( Service::Make( XNetJobEvent::kReturned, inEvent.clientID, inEvent.jobID ) );
+            ended.erase( key );
+        else if ( inEvent.kind == XNetJobEvent::kStop && wasWaiting )
+            End( key );
+        else if ( inEvent.kind == XNetJobEvent::kRecall && wasWaiting )
+            Post( XNetJobEvent::kReturned, key );
     }
     void Work()
     {
         if ( waiting.empty() )
             return;
-        const XNetJobEvent job = waiting.front();
+        End( waiting.front() );
         waiting.pop_front();
-        End( job );
     }
+
+    bool isNode = false;
+    std::uint32_t id = 0;
+    bool isConnected = false;
+    XEvents outgoing;
+    std::set<std::uint32_t> unfinished; // of a client
+    std::deque<Key> waiting;            // of a node
+    std::set<Key> ended;
 };
 
 } // namespace
@@ -297,70 +319,57 @@ TEST( XNetJobDispatcherTest, LosesNothingWhateverFails )
     for ( unsigned seed = 1; seed <= 30; ++seed )
     {
         std::mt19937 random( seed );
-        const auto isDrawn = [&]( unsigned inOneIn ) { return random() % inOneIn == 0; };
+        bool isCalm = false;
+        const auto fails = [&]( unsigned inOneIn ) { return !isCalm && random() % inOneIn == 0; };
         auto service = std::make_unique<Service>();
-        std::array<TestClient, 2> clients;
-        std::array<TestNode, 3> nodes;
-        std::uint32_t nextJob = 0;
-        const auto exchange = [&]( auto& ioPeer, bool inIsCalm )
+        std::array<Peer, 5> peers;
+        peers[2].isNode = peers[3].isNode = peers[4].isNode = true;
+        std::uint32_t lastJob = 0;
+        const auto exchange = [&]( Peer& ioPeer )
         {
             if ( !ioPeer.isConnected )
-            {
                 ioPeer.LogOn( *service );
-                ioPeer.isConnected = true;
-            }
-            const bool isCut = !inIsCalm && isDrawn( 20 );
-            if ( !isCut || isDrawn( 2 ) )
+            const bool isCut = fails( 20 );
+            if ( !isCut || fails( 2 ) )
                 service->dispatcher.Receive( service->now, ioPeer.id, std::exchange( ioPeer.outgoing, {} ) );
             const XEvents events = service->dispatcher.TakeEvents( ioPeer.id );
-            if ( !isCut || isDrawn( 2 ) )
+            if ( !isCut || fails( 2 ) )
                 for ( const XNetJobEvent& event : events )
-                    ioPeer.Handle( event );
+                    ioPeer.isNode ? ioPeer.HandleAsNode( event ) : ioPeer.HandleAsClient( event );
             if ( isCut )
-            {
                 service->dispatcher.ConnectionHasEnded( service->now, ioPeer.id );
-                ioPeer.isConnected = false;
-            }
+            ioPeer.isConnected = !isCut;
         };
-        const auto step = [&]( bool inIsCalm )
+        const auto step = [&]
         {
             service->now += 50 + random() % 200;
-            for ( TestClient& client : clients )
+            for ( Peer& peer : peers )
             {
-                if ( !inIsCalm )
-                    client.jobs[nextJob++] = 0;
-                if ( !inIsCalm && client.isConnected )
-                    client.outgoing.push_back(
-                        Service::Make( XNetJobEvent::kSubmit, client.id, nextJob - 1 ) );
-                if ( inIsCalm || !isDrawn( 5 ) )
-                    exchange( client, inIsCalm );
-            }
-            for ( TestNode& node : nodes )
-            {
-                node.Work();
-                if ( inIsCalm || !isDrawn( 5 ) )
-                    exchange( node, inIsCalm );
+                if ( !peer.isNode && !isCalm )
+                {
+                    peer.unfinished.insert( ++lastJob );
+                    peer.Post( XNetJobEvent::kSubmit, { peer.id, lastJob } ); // a logon submits it, too
+                }
+                peer.Work();
+                if ( !fails( 5 ) )
+                    exchange( peer );
             }
             service->dispatcher.Tick( service->now );
-            if ( !inIsCalm && isDrawn( 100 ) ) // the service fails
-            {
-                const auto now = service->now;
-                service = std::make_unique<Service>();
-                service->now = now;
-                for ( TestClient& client : clients )
-                    client.isConnected = false;
-                for ( TestNode& node : nodes )
-                    node.isConnected = false;
-            }
+            if ( !fails( 100 ) )
+                return;
+            const auto now = service->now;
+            service = std::make_unique<Service>();
+            service->now = now;
+            for ( Peer& peer : peers )
+                peer.isConnected = false;
         };
-        for ( int i = 0; i < 300; ++i )
-            step( false );
-        for ( int i = 0; i < 1000; ++i )
-            step( true );
-        for ( const TestClient& client : clients )
-            for ( const auto& [job, ends] : client.jobs )
-                ASSERT_EQ( ends, 1 ) << "job " << job << ", seed " << seed;
-        for ( const TestNode& node : nodes )
-            ASSERT_EQ( node.waiting.size() + node.ended.size(), 0u ) << "seed " << seed;
+        for ( int i = 0; i < 1300; ++i )
+        {
+            isCalm = i >= 300;
+            step();
+        }
+        for ( const Peer& peer : peers )
+            ASSERT_EQ( peer.unfinished.size() + peer.waiting.size() + peer.ended.size(), 0u )
+                << "seed " << seed;
     }
 }

@@ -1,4 +1,7 @@
-#include "RemoteCalls/XControlBridge.h"
+#include "NetJobs/XControlBridge.h"
+#include "NetJobs/XNetJobControl.h"
+#include "NetJobs/XNetJobDeployment.h"
+#include "NetJobs/XNetJobQueueNode.h"
 #include "RemoteCalls/XRPCResponder.h"
 #include "Servers/XNetServer.h"
 #include "Tools/ProgramRun.h"
@@ -42,6 +45,33 @@ TEST_F( ClusterCommandsTest, PingsBridgesOfBothKinds )
     EXPECT_EQ( ping( plain, {} ), 1 ); // the preamble is no call
     EXPECT_NE( itsError.str().find( "korvale: 127.0.0.1:" ), std::string::npos );
     EXPECT_NE( itsError.str().find( "; the keys, ciphers or ports" ), std::string::npos );
+}
+
+TEST_F( ClusterCommandsTest, RunsNodesAndPrintsTheStateOfAControlService )
+{
+    XNetJobControl control{ XRPCCipher() };
+    control.Start( XNetAddress::GetLoopBackAddress( 0 ) );
+    const std::string place = "127.0.0.1:" + std::to_string( control.GetPort() );
+    EXPECT_EQ( RunLine( "node --control % --cipher none --idle-exit 0", place ), 0 ) << itsError.str();
+    EXPECT_EQ( itsOut.str(), "connected to " + place + "\n" );
+    EXPECT_EQ( RunLine( "status % --cipher none", place ), 0 ) << itsError.str();
+    EXPECT_EQ( itsOut.str(), "0 jobs completed, 0.0 per second\n" ); // the node has logged off
+
+    XNetJobQueueNode node(
+        { XNetAddress::GetLoopBackAddress( control.GetPort() ), XRPCCipher(), nullptr },
+        { "a \"node\"", XNetJobQueueNode::kNodePermanent, 3 } );
+    node.Start();
+    EXPECT_EQ( RunLine( "status % --cipher none", place ), 0 ) << itsError.str();
+    EXPECT_TRUE( std::regex_search(
+        itsOut.str(),
+        std::regex( "\nNode +Workers +Running +Assigned +Completed\na \"node\" on .* +3 +0 +0 +0\n" ) ) )
+        << itsOut.str();
+    EXPECT_EQ( RunLine( "status % --cipher none --json", place ), 0 ) << itsError.str();
+    EXPECT_CONTAINS( itsOut.str(), "\"name\": \"a \\\"node\\\"\"" );
+    EXPECT_CONTAINS( itsOut.str(), "\"workers\": 3, \"silent_ms\": " );
+    EXPECT_CONTAINS( itsOut.str(), "\"clients\": []" );
+    control.Stop();
+    EXPECT_EQ( RunLine( "status % --cipher none", place ), 1 );
 }
 
 TEST_F( ClusterCommandsTest, RefusesPlacesAndProtectionThatMakeNoSense )

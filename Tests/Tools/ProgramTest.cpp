@@ -68,7 +68,7 @@ TEST_F( Program, HelpFitsTheTerminal )
     constexpr std::size_t kWidth = 80;
     for ( const char* command :
           { "", "sample", "measure", "show", "pivot", "sort", "filter", "export", "plot", "keys", "control",
-            "ping" } )
+            "node", "status", "ping" } )
     {
         ASSERT_EQ( *command ? RunLine( "% --help", command ) : RunLine( "--help" ), 0 );
         std::istringstream help( itsOut.str() );

@@ -1,6 +1,7 @@
 #include "NetJobs/XNetJob.h"
 
 #include "Core/Streams/XStream.h"
+#include "NetJobs/XNetJobResult.h"
 #include "System/WProcessors.h"
 
 namespace
@@ -38,6 +39,8 @@ private:
 };
 
 } // namespace
+
+XNetJob::XNetJob() = default;
 
 XNetJob::XNetJob( const XNetJob& inOther ) : XJob(), XStorable( inOther )
 {
@@ -84,6 +87,16 @@ void XNetJob::RunJobSelf()
 void XNetJob::Resumed()
 {
     SetResultCode( 0 );
+}
+
+void XNetJob::SetResult( std::unique_ptr<XNetJobResult> inResult )
+{
+    itsResult = std::move( inResult );
+}
+
+std::unique_ptr<XNetJobResult> XNetJob::TakeResult()
+{
+    return std::move( itsResult );
 }
 
 // ---- Storage

@@ -4,6 +4,10 @@
 #include "Core/Times/XTime.h"
 #include "Jobs/XJob.h"
 
+#include <memory>
+
+class XNetJobResult;
+
 /// A job that can run on another machine. Derive a class with its own class number, store its parameters after the fields
 /// of this class, implement `RunJobSelf`, and register the class on nodes and clients.
 ///
@@ -24,10 +28,10 @@ public:
         std::uint32_t purpose;
     };
 
-    XNetJob() = default;
+    XNetJob();
 
-    /// Copies the tag, the group and the stored fields, but neither result code, processor time, progress strategy nor
-    /// queue. The target of an assignment must not be attached to a queue.
+    /// Copies the tag, the group and the stored fields, but neither result, result code, processor time, progress strategy
+    /// nor queue. The target of an assignment must not be attached to a queue.
     XNetJob( const XNetJob& inOther );
     XNetJob& operator=( const XNetJob& inOther );
     ~XNetJob() override;
@@ -63,6 +67,12 @@ public:
     /// Resets the result code to 0.
     void Resumed() override;
 
+    /// The output of the body, which sets it; available when the job is completed, with XJobQueue as well as with
+    /// XNetJobQueue. Null if the body has set none.
+    const XNetJobResult* GetResult() const { return itsResult.get(); }
+    void SetResult( std::unique_ptr<XNetJobResult> inResult );
+    std::unique_ptr<XNetJobResult> TakeResult();
+
     // ---- Storage
 
     static XVersion GetClassVersion();
@@ -85,4 +95,5 @@ private:
     std::uint32_t itsClientID = 0;
     XVector<XSharedDataUse> itsSharedDataUses;
     XTime itsCPUTimeUsed = XTime( 0 );
+    std::unique_ptr<XNetJobResult> itsResult; // not stored
 };

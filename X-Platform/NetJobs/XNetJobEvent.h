@@ -14,15 +14,19 @@
 /// | kStop | C S, S N | 0 | none |
 /// | kSuspend, kResume | C S | 0 | none |
 /// | kRecall | S N | 0 | none |
-/// | kStarted | N S | 0 | none |
+/// | kStarted | N S, S C | 0; to the client the node's ID | none |
 /// | kReturned | N S | 0 | none |
 /// | kHolds | N S | 0 | none |
 /// | kEnded | N S, S C | microseconds of the run; to the client the node's ID | the result as an object, in Intel order |
 /// | kFailed | S C | error number | text, UTF-8; may be empty |
 /// | kTaken | C S, S N | 0 | none |
+/// | kProgress | N S, S C | 0 | an XNetJobQueue::XJobProgressInfo as an object, in Intel order |
+/// | kPosition | S C | 0 | an XNetJobQueuePositionChangedMessage as an object, in Intel order |
+/// | kAcceptsNoJobs | N S | 0 | none |
 ///
 /// kHolds: the node waits with the job or runs it. kTaken: the client has the result, or the job is unknown; the node
-/// forgets it.
+/// forgets it. kPosition and kAcceptsNoJobs are about no job: their IDs of job queue and job are 0. To clients, kStarted and
+/// kProgress are sent several times a second at most, and not for jobs that have ended meanwhile.
 ///
 /// Errors: reading throws 1005, 1015, 1260.
 class KORVALE_API XNetJobEvent : public XStorableT<XNetJobEvent, kClassNetJobEvent>
@@ -43,7 +47,13 @@ public:
         kEnded = 10,
         kFailed = 11,
         kTaken = 12,
+        kProgress = 13,
+        kPosition = 14,
+        kAcceptsNoJobs = 15,
     };
+
+    /// The largest stored job or result. Batches are limited to less than the bytes of a remote call.
+    static constexpr USize64 kMostBytes = 512 * 1024 * 1024;
 
     XNetJobEvent() = default;
     XNetJobEvent(

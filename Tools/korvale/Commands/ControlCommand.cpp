@@ -1,8 +1,9 @@
 #include "Commands/ControlCommand.h"
 
+#include "NetJobs/XNetJobControl.h"
 #include "Options/CommandLine.h"
 #include "Process/WInterrupt.h"
-#include "RemoteCalls/XControlBridge.h"
+#include "RemoteCalls/XRPCBridge.h"
 #include "RemoteCalls/XRPCResponder.h"
 #include "Servers/XHTTPServer.h"
 #include "Servers/XNetServer.h"
@@ -10,39 +11,22 @@
 #include "Terminal/Session.h"
 #include "Threads/XThread.h"
 
-#include <optional>
-
 namespace
 {
 /// The time that connections have to end after an interrupt.
 constexpr std::uint32_t kGraceMS = 900;
 constexpr std::uint32_t kWatchPeriodMS = 50;
 
-/// A server of bridges of one class.
-template<class TBridge>
-class BridgeService
+/// Serves plain bridges.
+void Serve(
+    XNetServer& ioServer, const XNetAddress& inAddress, const ProtectionOptions::Protection& inProtection )
 {
-public:
-    BridgeService(
-        const char* inName, const XNetAddress& inAddress, const ProtectionOptions::Protection& inProtection )
-        : itsServer( inName )
-    {
-        XServeBridge<TBridge>( itsServer, XRPCBridge::kServer, inProtection.cipher );
-        itsServer.UseTLS( inProtection.tls );
-        itsServer.Start( inAddress );
-    }
+    XServeBridge<XRPCBridge>( ioServer, XRPCBridge::kServer, inProtection.cipher );
+    ioServer.UseTLS( inProtection.tls );
+    ioServer.Start( inAddress );
+}
 
-    std::int32_t GetPort() const { return itsServer.GetPort(); }
-    USize GetConnectionCount() const { return itsServer.GetResponderCount(); }
-
-private:
-    XNetServer itsServer;
-};
-
-using ControlService = BridgeService<XControlBridge>;
-using PlainService = BridgeService<XRPCBridge>;
-
-XHTTPResponse MakeStatusPage( const ControlService& inService )
+XHTTPResponse MakeStatusPage( const XNetJobControl& inService )
 {
     return XHTTPResponse::Text(
         "<!DOCTYPE html><html lang=\"en\"><title>Korvale control service</title>"
@@ -100,29 +84,28 @@ int ControlCommand::Run( Session& ioSession )
     if ( protection.isWeak )
         ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
 
-    std::optional<ControlService> service;
-    std::optional<PlainService> plain;
+    XNetJobControl service( protection.cipher, protection.tls );
+    XNetServer plain( "plain bridges" );
     XHTTPServer pages( "status page" );
     pages.HandleGet(
         "/",
         [&]( const XHTTPRequest& inRequest )
-        { return inRequest.GetPath() == "/" ? MakeStatusPage( *service ) : XHTTPResponse::Status( 404 ); } );
+        { return inRequest.GetPath() == "/" ? MakeStatusPage( service ) : XHTTPResponse::Status( 404 ); } );
     const auto plainPort = static_cast<std::int32_t>( itsPlainPort );
-    const auto start = [&] { service.emplace( "control", place.GetAddress(), protection ); };
-    const auto startPlain = [&]
-    { plain.emplace( "plain bridges", place.GetAddress( plainPort ), protection ); };
+    const auto start = [&] { service.Start( place.GetAddress() ); };
+    const auto startPlain = [&] { Serve( plain, place.GetAddress( plainPort ), protection ); };
     const auto startPages = [&] { pages.Start( NetworkPlace( itsHTTP ).GetAddress() ); };
     if ( !Try( ioSession, itsListen, start ) ||
          ( itsPlainPort != kNoPort && !Try( ioSession, place.GetText( plainPort ), startPlain ) ) ||
          ( !itsHTTP.empty() && !Try( ioSession, itsHTTP, startPages ) ) )
         return kFailure;
 
-    Announce( "listening on " + place.GetText( service->GetPort() ), ioSession );
+    Announce( "listening on " + place.GetText( service.GetPort() ), ioSession );
     if ( !itsHTTP.empty() )
         Announce(
             "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );
-    if ( plain )
-        Announce( "plain bridges on " + place.GetText( plain->GetPort() ), ioSession );
+    if ( plain.IsRunning() )
+        Announce( "plain bridges on " + place.GetText( plain.GetPort() ), ioSession );
     if ( !ioSession.out ) // nobody learns where it listens; the program reports the failure
         return kFailure;
     while ( !WInterrupt::IsRequested() )

@@ -1,22 +1,18 @@
 #include "Commands/PingCommand.h"
 
-#include "Core/Errors/XException.h"
+#include "Commands/ServiceConnection.h"
 #include "Core/Storables/XRefPtr.h"
 #include "Core/Times/XTimer.h"
+#include "NetJobs/XControlBridge.h"
 #include "Options/CommandLine.h"
-#include "RemoteCalls/XControlBridge.h"
-#include "Support/Failure.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/Session.h"
 
 #include <algorithm>
 #include <charconv>
-#include <stdexcept>
 
 namespace
 {
-/// Of each step of the handshake and of each call.
-constexpr std::uint32_t kTimeoutMS = 10'000;
 constexpr std::uint32_t kMaxCount = 1'000'000;
 
 std::string FormatMilliseconds( double inSeconds )
@@ -73,14 +69,13 @@ int PingCommand::Run( Session& ioSession )
         itsIsPlain ? new XRPCBridge( XRPCBridge::kClient, protection.cipher )
                    : new XControlBridge( XRPCBridge::kClient, protection.cipher ) );
     bridge->UseTLS( protection.tls );
-    bridge->SetReturnTimeout( kTimeoutMS );
     return Try( ioSession, itsPlace, [&] { Ping( *bridge, ioSession ); } ) ? kSuccess : kFailure;
 }
 
 void PingCommand::Ping( XRPCBridge& ioBridge, Session& ioSession ) const
 {
     const XTimer timer;
-    Connect( ioBridge );
+    ConnectToService( ioBridge, itsPlace );
     ioSession.out << itsPlace << ": connected in " << FormatMilliseconds( timer.GetElapsedSeconds() )
                   << std::endl;
     const auto seconds = MeasureCalls( ioBridge );
@@ -89,23 +84,6 @@ void PingCommand::Ping( XRPCBridge& ioBridge, Session& ioSession ) const
                   << FormatMilliseconds( GetMedian( seconds ) ) << ", maximum "
                   << FormatMilliseconds( seconds.back() ) << '\n';
     ioBridge.Disconnect();
-}
-
-/// Adds the likely cause: a peer with other keys or options only closes the connection.
-void PingCommand::Connect( XRPCBridge& ioBridge ) const
-{
-    try
-    {
-        ioBridge.Connect( NetworkPlace( itsPlace ).GetAddress(), kTimeoutMS, true, true );
-    }
-    catch ( const XException& error )
-    {
-        const auto number = error.GetErrorNumber();
-        if ( number != kErrorAuthenticationFailed && number != kErrorDisconnected )
-            throw;
-        throw std::runtime_error(
-            DescribeCurrentException().text + "; the keys, ciphers or ports of both ends may differ" );
-    }
 }
 
 /// Returns the sorted durations of the calls in seconds.

@@ -25,6 +25,5 @@ private:
     ProtectionOptions itsProtection;
 
     void Ping( XRPCBridge& ioBridge, Session& ioSession ) const;
-    void Connect( XRPCBridge& ioBridge ) const;
     std::vector<double> MeasureCalls( XRPCBridge& ioBridge ) const;
 };

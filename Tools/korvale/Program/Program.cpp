@@ -6,12 +6,14 @@
 #include "Commands/FilterCommand.h"
 #include "Commands/KeysCommand.h"
 #include "Commands/MeasureCommand.h"
+#include "Commands/NodeCommand.h"
 #include "Commands/PingCommand.h"
 #include "Commands/PivotCommand.h"
 #include "Commands/PlotCommand.h"
 #include "Commands/SampleCommand.h"
 #include "Commands/ShowCommand.h"
 #include "Commands/SortCommand.h"
+#include "Commands/StatusCommand.h"
 #include "Core/Strings/XNumberText.h"
 #include "Core/Times/XTimer.h"
 #include "Options/CommandLine.h"
@@ -47,6 +49,8 @@ Commands DeclareCommands( CommandLine& ioLine )
     commands.push_back( std::make_unique<PlotCommand>() );
     commands.push_back( std::make_unique<KeysCommand>() );
     commands.push_back( std::make_unique<ControlCommand>() );
+    commands.push_back( std::make_unique<NodeCommand>() );
+    commands.push_back( std::make_unique<StatusCommand>() );
     commands.push_back( std::make_unique<PingCommand>() );
     for ( const auto& command : commands )
         command->Declare( ioLine.AddCommand( command->GetName(), command->GetSummary() ) );

@@ -56,6 +56,7 @@ enum XClassNumber : std::uint32_t
     kClassNetJobCompletedMessage = 2019,
     kClassNetJobQueuePositionChangedMessage = 2020,
     kClassNetJobEvent = 2021,
+    kClassNetJobStatus = 2022,
     kClassControlBridge = 2026,
 
     kFirstApplicationClassNumber = 32768,

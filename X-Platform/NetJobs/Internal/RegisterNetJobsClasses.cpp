@@ -3,6 +3,7 @@
 #include "Core/Streams/XClassRegistry.h"
 #include "NetJobs/XAssignedJobInfo.h"
 #include "NetJobs/XConnectionInfo.h"
+#include "NetJobs/XControlBridge.h"
 #include "NetJobs/XJobAttachmentInfo.h"
 #include "NetJobs/XJobProgressInfo.h"
 #include "NetJobs/XLogonInfo.h"
@@ -12,6 +13,7 @@
 #include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
 #include "NetJobs/XNetJobSharedData.h"
+#include "NetJobs/XNetJobStatus.h"
 
 void RegisterNetJobsClasses()
 {
@@ -25,6 +27,8 @@ void RegisterNetJobsClasses()
     XClassRegistry::RegisterClass<XNetJobQueue::XLogonResult>( "Logon Result" );
     XClassRegistry::RegisterClass<XNetJobQueueNode::XAssignedJobInfo>( "Assigned Job" );
     XClassRegistry::RegisterClass<XNetJobEvent>( "Network Job Event" );
+    XClassRegistry::RegisterClass<XNetJobStatus>( "Control Service Status" );
+    XClassRegistry::RegisterAbstractClass<XControlBridge>( "Control Bridge" );
     XClassRegistry::RegisterClass<XNetJobCompletedMessage>( "Job Completed Message" );
     XClassRegistry::RegisterClass<XNetJobQueuePositionChangedMessage>( "Job Queue Position Message" );
 }

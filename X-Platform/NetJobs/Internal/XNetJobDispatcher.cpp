@@ -2,8 +2,14 @@
 
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
+#include "NetJobs/Internal/XStoredBytes.h"
+#include "NetJobs/Internal/XTakeBatch.h"
+#include "NetJobs/XNetJobQueuePositionChangedMessage.h"
+#include "Services/XSessionLogManager.h"
 #include "System/WRandomBytes.h"
 
+#include <algorithm>
+#include <deque>
 #include <map>
 #include <optional>
 #include <set>
@@ -17,17 +23,82 @@ using XJobKey = XNetJobScheduler::XJobKey;
 using XTimeMS = XNetJobDispatcher::XTimeMS;
 using XEvents = XNetJobDispatcher::XEvents;
 
+constexpr XTimeMS kNoticePeriodMS = 200;
+constexpr XTimeMS kPositionPeriodMS = 1000;
+constexpr USize kMostFailures = 50;
+constexpr XTimeMS kRateSeconds = 10;
+
 constexpr std::string_view kNodesWereLost = "the last 3 nodes to which the job was assigned were lost";
 static_assert( XNetJobScheduler::kMostLosses == 3 );
+
+/// What a notice is about: the newest one replaces those before it.
+using NoticeKey = std::pair<XJobKey, XNetJobEvent::XKind>;
 
 struct Peer
 {
     bool isNode = false;
-    XUUID instance;
+    XAppVersion::XAppAndComputerInfo info;
+    std::uint32_t workers = 0; // of a node
     XTimeMS logonTime = 0;
     XTimeMS lastHeard = 0;
-    std::optional<XTimeMS> endTime; // of the connection
-    XEvents outbox;
+    std::optional<XTimeMS> endTime = {}; // of the connection
+    std::deque<XNetJobEvent> outbox = {};
+    std::map<NoticeKey, XNetJobEvent> notices = {}; // of a client
+    bool areNoticesDue = false;
+    std::uint64_t completedJobs = 0;
+
+    /// Notices are last: they are about jobs that have not ended.
+    XEvents Take( USize64 inMostBytes )
+    {
+        XEvents events = XTakeBatch( outbox, inMostBytes );
+        if ( !std::exchange( areNoticesDue, false ) )
+            return events;
+        for ( auto& [key, notice] : notices )
+            events.push_back( std::move( notice ) );
+        notices.clear();
+        return events;
+    }
+
+    std::string Describe() const
+    {
+        return std::string( isNode ? "node \"" : "client \"" ) + info.GetName().GetConstCharPtr() + "\" on " +
+            info.GetComputerName().GetConstCharPtr();
+    }
+};
+
+/// Counts the jobs of the last seconds.
+class JobRate
+{
+public:
+    void Count( XTimeMS inNow )
+    {
+        Forget( inNow );
+        ++itsSeconds[inNow / 1000];
+    }
+    std::uint64_t Get( XTimeMS inNow )
+    {
+        Forget( inNow );
+        std::uint64_t sum = 0;
+        for ( const auto& [second, count] : itsSeconds )
+            sum += count;
+        return sum;
+    }
+
+private:
+    void Forget( XTimeMS inNow )
+    {
+        std::erase_if(
+            itsSeconds,
+            [&]( const auto& inSecond ) { return inSecond.first + kRateSeconds <= inNow / 1000; } );
+    }
+
+    std::map<XTimeMS, std::uint64_t> itsSeconds;
+};
+
+struct Failure
+{
+    XTimeMS time;
+    std::string text;
 };
 
 struct TrackedJob
@@ -89,8 +160,10 @@ public:
     void HandleClientEvent( XNetJobEvent inEvent );
     void HandleNodeEvent( XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent );
     void CarryOutActions( XTimeMS inNow );
+    void PassNoticesOn( XTimeMS inNow );
 
     XVector<std::uint32_t> TakeRecipients();
+    XNetJobStatus GetStatus( XTimeMS inNow );
 
     XNetJobScheduler scheduler;
 
@@ -102,10 +175,13 @@ private:
     void Submit( const XJobKey& inKey, XNetJobEvent& ioEvent );
     void Take( const XJobKey& inKey );
     void HandleReport( XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent );
-    void HandleEnd( std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent );
+    void HandleEnd( XTimeMS inNow, std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent );
     bool MayBeSubmitted( XTimeMS inNow, std::uint32_t inClientID );
     void SetResult( TrackedJob& ioJob, XNetJobEvent inResult );
-    void CarryOut( const XNetJobScheduler::XAction& inAction );
+    void CarryOut( XTimeMS inNow, const XNetJobScheduler::XAction& inAction );
+    void Notify( const XNetJobEvent& inNotice );
+    void NotifyOfPosition( std::uint32_t inClientID );
+    void AddFailure( XTimeMS inNow, std::string inText );
 
     const XAppVersion itsAppVersion;
     const XSettings itsSettings;
@@ -113,6 +189,11 @@ private:
     std::map<XJobKey, TrackedJob> itsJobs;
     std::multimap<XJobKey, HeldReport> itsReports;
     std::set<std::uint32_t> itsRecipients;
+    XTimeMS itsNextNotices = 0;
+    XTimeMS itsNextPositions = 0;
+    std::deque<Failure> itsFailures;
+    std::uint64_t itsCompletedJobs = 0;
+    JobRate itsRate;
 };
 
 // ---- Peers
@@ -139,7 +220,7 @@ XNetJobDispatcher::XImp::ChooseID( std::uint32_t inFormerID, const XUUID& inInst
     {
         const auto found = itsPeers.find( id );
         const bool isFree = found == itsPeers.end() ||
-            ( found->second.instance == inInstance && found->second.isNode == inIsNode );
+            ( found->second.info.GetInstanceID() == inInstance && found->second.isNode == inIsNode );
         if ( id != 0 && isFree )
             return id;
         if ( const std::uint32_t error = WRandomBytes::Fill( &id, sizeof( id ) ) )
@@ -150,10 +231,18 @@ XNetJobDispatcher::XImp::ChooseID( std::uint32_t inFormerID, const XUUID& inInst
 std::uint32_t XNetJobDispatcher::XImp::LogOn(
     XTimeMS inNow, const XAppVersion::XAppAndComputerInfo& inInfo, std::uint32_t inFormerID, bool inIsNode )
 {
+    const Peer peer{ inIsNode, inInfo, 0, inNow, inNow };
     if ( !itsAppVersion.IsCompatibleWith( inInfo.GetAppVersion() ) )
+    {
+        AddFailure(
+            inNow,
+            peer.Describe() + " refused: " + inInfo.GetAppVersion().GetDescription().GetConstCharPtr() +
+                " is not compatible with " + itsAppVersion.GetDescription().GetConstCharPtr() );
         XThrow( kErrorClientTooNew );
+    }
     const std::uint32_t id = ChooseID( inFormerID, inInfo.GetInstanceID(), inIsNode );
-    itsPeers[id] = { inIsNode, inInfo.GetInstanceID(), inNow, inNow, {}, {} };
+    itsPeers[id] = peer;
+    XSessionLogManager::Log( kLogInformation, ( peer.Describe() + " has logged on" ).c_str() );
     return id;
 }
 
@@ -188,8 +277,13 @@ void XNetJobDispatcher::XImp::DropLostPeers( XTimeMS inNow )
     {
         const XTimeMS grace = peer.isNode ? itsSettings.nodeGraceMS : itsSettings.clientGraceMS;
         const bool hasGone = peer.endTime && inNow >= *peer.endTime + grace;
-        if ( hasGone || inNow >= peer.lastHeard + itsSettings.silenceMS )
-            lost.push_back( id );
+        if ( !hasGone && inNow < peer.lastHeard + itsSettings.silenceMS )
+            continue;
+        lost.push_back( id );
+        AddFailure(
+            inNow,
+            peer.Describe() +
+                " lost: " + ( hasGone ? "its connection ended" : "no sign of life for too long" ) );
     }
     for ( const std::uint32_t id : lost )
         Drop( id, true );
@@ -218,7 +312,7 @@ XVector<std::uint32_t> XNetJobDispatcher::XImp::TakeRecipients()
     const auto hasNone = [&]( std::uint32_t inID )
     {
         const Peer* const peer = FindPeer( inID );
-        return !peer || peer->outbox.empty();
+        return !peer || ( peer->outbox.empty() && !peer->areNoticesDue );
     };
     std::erase_if( itsRecipients, hasNone );
     const std::set<std::uint32_t> recipients = std::exchange( itsRecipients, {} );
@@ -288,7 +382,12 @@ void XNetJobDispatcher::XImp::HandleNodeEvent(
     switch ( inEvent.kind )
     {
     case XNetJobEvent::kStarted:
-        return scheduler.JobHasStarted( inNow, inNodeID, GetKey( inEvent ) );
+        scheduler.JobHasStarted( inNow, inNodeID, GetKey( inEvent ) );
+        return Notify( MakeEvent( XNetJobEvent::kStarted, GetKey( inEvent ), inNodeID ) );
+    case XNetJobEvent::kProgress:
+        return Notify( inEvent );
+    case XNetJobEvent::kAcceptsNoJobs:
+        return scheduler.SetAcceptsJobs( inNodeID, false );
     case XNetJobEvent::kReturned:
         return scheduler.JobWasReturned( inNodeID, GetKey( inEvent ) );
     case XNetJobEvent::kHolds:
@@ -306,7 +405,7 @@ void XNetJobDispatcher::XImp::HandleReport(
     const XJobKey key = GetKey( inEvent );
     TrackedJob* const job = FindJob( key );
     if ( job && inEvent.kind == XNetJobEvent::kEnded )
-        return HandleEnd( inNodeID, *job, inEvent );
+        return HandleEnd( inNow, inNodeID, *job, inEvent );
     if ( scheduler.NodeHoldsJob( inNodeID, key ) )
         return;
     if ( !job && MayBeSubmitted( inNow, key.clientID ) )
@@ -316,11 +415,16 @@ void XNetJobDispatcher::XImp::HandleReport(
 }
 
 void XNetJobDispatcher::XImp::HandleEnd(
-    std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent )
+    XTimeMS inNow, std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent )
 {
     const XJobKey key = GetKey( inEvent );
     if ( scheduler.JobHasEnded( inNodeID, key, inEvent.value ) )
     {
+        ++itsCompletedJobs;
+        itsRate.Count( inNow );
+        for ( const std::uint32_t id : { inNodeID, key.clientID } )
+            if ( Peer* const peer = FindPeer( id ) )
+                ++peer->completedJobs;
         ioJob.resultNodeID = inNodeID;
         SetResult( ioJob, MakeEvent( XNetJobEvent::kEnded, key, inNodeID, inEvent.bytes ) );
     }
@@ -336,6 +440,9 @@ bool XNetJobDispatcher::XImp::MayBeSubmitted( XTimeMS inNow, std::uint32_t inCli
 
 void XNetJobDispatcher::XImp::SetResult( TrackedJob& ioJob, XNetJobEvent inResult )
 {
+    if ( Peer* const client = FindPeer( inResult.clientID ) )
+        for ( const auto kind : { XNetJobEvent::kStarted, XNetJobEvent::kProgress } )
+            client->notices.erase( { GetKey( inResult ), kind } );
     Send( inResult.clientID, inResult );
     ioJob.bytes = {};
     ioJob.result = std::move( inResult );
@@ -360,10 +467,10 @@ void XNetJobDispatcher::XImp::DropOldReports( XTimeMS inNow )
 void XNetJobDispatcher::XImp::CarryOutActions( XTimeMS inNow )
 {
     for ( const XNetJobScheduler::XAction& action : scheduler.TakeActions( inNow ) )
-        CarryOut( action );
+        CarryOut( inNow, action );
 }
 
-void XNetJobDispatcher::XImp::CarryOut( const XNetJobScheduler::XAction& inAction )
+void XNetJobDispatcher::XImp::CarryOut( XTimeMS inNow, const XNetJobScheduler::XAction& inAction )
 {
     const XJobKey& key = inAction.key;
     TrackedJob* const job = FindJob( key );
@@ -380,6 +487,7 @@ void XNetJobDispatcher::XImp::CarryOut( const XNetJobScheduler::XAction& inActio
     case XNetJobScheduler::kStopped:
         return SetResult( *job, MakeEvent( XNetJobEvent::kFailed, key, kErrorJobStopped ) );
     case XNetJobScheduler::kFailed:
+        AddFailure( inNow, "job " + std::to_string( key.jobID ) + ": " + std::string( kNodesWereLost ) );
         return SetResult(
             *job,
             MakeEvent(
@@ -388,6 +496,88 @@ void XNetJobDispatcher::XImp::CarryOut( const XNetJobScheduler::XAction& inActio
     default:
         return;
     }
+}
+
+// ---- Notices and status
+
+/// Keeps the newest notice of its kind about the job for its client.
+void XNetJobDispatcher::XImp::Notify( const XNetJobEvent& inNotice )
+{
+    const XJobKey key = GetKey( inNotice );
+    Peer* const client = FindPeer( key.clientID );
+    const TrackedJob* const job = FindJob( key );
+    const bool isWanted = job ? !job->result : inNotice.kind == XNetJobEvent::kPosition;
+    if ( client && !client->isNode && !client->endTime && isWanted )
+        client->notices.insert_or_assign( { key, inNotice.kind }, inNotice );
+}
+
+void XNetJobDispatcher::XImp::NotifyOfPosition( std::uint32_t inClientID )
+{
+    const XNetJobScheduler::XCounts counts = scheduler.CountJobs( inClientID );
+    if ( counts.waiting + counts.assigned == 0 )
+        return;
+    const XNetJobScheduler::XOutlook outlook = scheduler.GetOutlook( inClientID );
+    const XJobKey next = outlook.nextJob.value_or( XJobKey() );
+    const auto narrow = []( std::uint64_t inNumber )
+    { return static_cast<std::uint32_t>( std::min<std::uint64_t>( inNumber, 0xFFFFFFFF ) ); };
+    const XNetJobQueuePositionChangedMessage message(
+        nullptr, next.jobQueueID, next.jobID, narrow( outlook.nextJob ? outlook.otherWaitingClients : 0 ),
+        narrow( counts.waiting ), narrow( counts.assigned ), narrow( outlook.workers ),
+        XNetJobQueuePositionChangedMessage::kUnknownWait );
+    Notify( MakeEvent( XNetJobEvent::kPosition, { inClientID, 0, 0 }, 0, XStoreAsBytes( message ) ) );
+}
+
+void XNetJobDispatcher::XImp::PassNoticesOn( XTimeMS inNow )
+{
+    if ( inNow < itsNextNotices )
+        return;
+    itsNextNotices = inNow + kNoticePeriodMS;
+    const bool isPositionDue = inNow >= itsNextPositions;
+    if ( isPositionDue )
+        itsNextPositions = inNow + kPositionPeriodMS;
+    for ( auto& [id, peer] : itsPeers )
+    {
+        if ( peer.isNode || peer.endTime )
+            continue;
+        if ( isPositionDue )
+            NotifyOfPosition( id );
+        if ( !peer.notices.empty() )
+            itsRecipients.insert( id );
+        peer.areNoticesDue = !peer.notices.empty();
+    }
+}
+
+void XNetJobDispatcher::XImp::AddFailure( XTimeMS inNow, std::string inText )
+{
+    XSessionLogManager::Log( kLogWarning, inText.c_str() );
+    itsFailures.push_back( { inNow, std::move( inText ) } );
+    if ( itsFailures.size() > kMostFailures )
+        itsFailures.pop_front();
+}
+
+XNetJobStatus XNetJobDispatcher::XImp::GetStatus( XTimeMS inNow )
+{
+    XNetJobStatus status;
+    status.completedJobs = itsCompletedJobs;
+    status.jobsInTenSeconds = itsRate.Get( inNow );
+    for ( const auto& [id, peer] : itsPeers )
+        if ( peer.isNode )
+        {
+            const XNetJobScheduler::XNodeCounts counts = scheduler.CountRuns( id );
+            status.nodes.push_back(
+                { id, peer.info.GetName(), peer.info.GetComputerName(), peer.workers, counts.assigned,
+                  counts.started, peer.completedJobs, inNow - peer.lastHeard, !peer.endTime } );
+        }
+        else
+        {
+            const XNetJobScheduler::XCounts counts = scheduler.CountJobs( id );
+            status.clients.push_back(
+                { id, peer.info.GetName(), peer.info.GetComputerName(), counts.waiting, counts.suspended,
+                  counts.assigned, peer.completedJobs, !peer.endTime } );
+        }
+    for ( const Failure& failure : itsFailures )
+        status.failures.push_back( { inNow - failure.time, XString( failure.text.c_str() ) } );
+    return status;
 }
 
 // ---- The interface
@@ -420,11 +610,22 @@ std::uint32_t XNetJobDispatcher::LogOnNode(
     const std::uint32_t id = itsImp->LogOn( inNow, inInfo.GetInfo(), inFormerID, true );
     itsImp->scheduler.RemoveNode( id, false ); // of its former logon
     itsImp->DropReportsOf( id );
+    itsImp->GetPeer( id ).workers = inInfo.GetWorkerCount();
     itsImp->scheduler.AddNode( id, inInfo.GetWorkerCount(), inInfo.GetSupportedJobClasses() );
     for ( const XNetJobEvent& report : inReports )
         itsImp->HandleNodeEvent( inNow, id, report );
     itsImp->CarryOutActions( inNow );
     return id;
+}
+
+bool XNetJobDispatcher::IsLoggedOn( std::uint32_t inID ) const
+{
+    return itsImp->FindPeer( inID ) != nullptr;
+}
+
+void XNetJobDispatcher::HasShownLife( XTimeMS inNow, std::uint32_t inID )
+{
+    itsImp->GetPeer( inID ).lastHeard = inNow;
 }
 
 void XNetJobDispatcher::ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID )
@@ -434,12 +635,15 @@ void XNetJobDispatcher::ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID )
         return;
     peer->endTime = inNow;
     peer->outbox.clear();
+    peer->notices.clear();
     if ( peer->isNode )
         itsImp->scheduler.SetAcceptsJobs( inID, false );
 }
 
 void XNetJobDispatcher::LogOff( XTimeMS inNow, std::uint32_t inID )
 {
+    if ( const Peer* const peer = itsImp->FindPeer( inID ) )
+        XSessionLogManager::Log( kLogInformation, ( peer->Describe() + " has logged off" ).c_str() );
     itsImp->Drop( inID, false );
     itsImp->CarryOutActions( inNow );
 }
@@ -461,9 +665,9 @@ void XNetJobDispatcher::Receive( XTimeMS inNow, std::uint32_t inID, const XEvent
     itsImp->CarryOutActions( inNow );
 }
 
-XNetJobDispatcher::XEvents XNetJobDispatcher::TakeEvents( std::uint32_t inID )
+XNetJobDispatcher::XEvents XNetJobDispatcher::TakeEvents( std::uint32_t inID, USize64 inMostBytes )
 {
-    return std::exchange( itsImp->GetPeer( inID ).outbox, {} );
+    return itsImp->GetPeer( inID ).Take( inMostBytes );
 }
 
 XVector<std::uint32_t> XNetJobDispatcher::TakeRecipients()
@@ -476,4 +680,10 @@ void XNetJobDispatcher::Tick( XTimeMS inNow )
     itsImp->DropLostPeers( inNow );
     itsImp->DropOldReports( inNow );
     itsImp->CarryOutActions( inNow );
+    itsImp->PassNoticesOn( inNow );
+}
+
+XNetJobStatus XNetJobDispatcher::GetStatus( XTimeMS inNow ) const
+{
+    return itsImp->GetStatus( inNow );
 }

@@ -3,6 +3,7 @@
 #include "NetJobs/Internal/XNetJobScheduler.h"
 #include "NetJobs/XLogonInfo.h"
 #include "NetJobs/XNetJobEvent.h"
+#include "NetJobs/XNetJobStatus.h"
 
 /// The state of a control service without its connections and its clock: logs clients and nodes on, passes events between
 /// them as XNetJobScheduler decides, keeps jobs until they have ended and results until their client has them, and
@@ -18,7 +19,10 @@
 /// service are not assigned to other peers.
 ///
 /// Lost peers: a node is lost when its connection has ended for `nodeGraceMS`, a client for `clientGraceMS`, and either
-/// when it has sent nothing for `silenceMS`. The jobs of a lost client are dropped, on nodes too.
+/// when it has given no sign of life for `silenceMS`. The jobs of a lost client are dropped, on nodes too.
+///
+/// Notices: that a job has started, its progress and the position of a client's jobs are passed on to the client by `Tick`,
+/// the newest of each kind and job. They are dropped when the job ends.
 ///
 /// Calls with the ID of a peer that is not logged on throw 3100 (LogOff and ConnectionHasEnded ignore it).
 ///
@@ -52,6 +56,11 @@ public:
         XTimeMS inNow, const XNetJobQueueNode::XLogonInfo& inInfo, std::uint32_t inFormerID,
         const XEvents& inReports );
 
+    bool IsLoggedOn( std::uint32_t inID ) const;
+
+    /// The peer has made a call that is not a batch. A batch may take longer than the time after which a peer counts as lost.
+    void HasShownLife( XTimeMS inNow, std::uint32_t inID );
+
     void ConnectionHasEnded( XTimeMS inNow, std::uint32_t inID );
     /// Jobs of a client are dropped, those of a node wait again.
     void LogOff( XTimeMS inNow, std::uint32_t inID );
@@ -62,14 +71,17 @@ public:
     /// send, after the events before it; a client's events count as its own, whatever client ID they have.
     void Receive( XTimeMS inNow, std::uint32_t inID, const XEvents& inEvents );
 
-    /// The events for a peer since the last call.
-    XEvents TakeEvents( std::uint32_t inID );
+    /// The next events for a peer, of at most this many bytes of jobs and results, but at least one if there is any.
+    XEvents TakeEvents( std::uint32_t inID, USize64 inMostBytes = ~USize64( 0 ) );
 
     /// Peers for which there are events since the last call, each once.
     XVector<std::uint32_t> TakeRecipients();
 
-    /// Detects lost peers and lets idle workers take jobs over. Call it several times a second.
+    /// Detects lost peers, lets idle workers take jobs over and passes notices on. Call it several times a second.
     void Tick( XTimeMS inNow );
+
+    /// Takes time in proportion to the numbers of peers and of jobs assigned to nodes.
+    XNetJobStatus GetStatus( XTimeMS inNow ) const;
 
 private:
     class XImp;

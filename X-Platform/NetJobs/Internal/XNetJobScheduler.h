@@ -5,6 +5,7 @@
 
 #include <compare>
 #include <memory>
+#include <optional>
 #include <span>
 
 /// Assigns the jobs of clients to nodes. It has neither connections nor a clock: its owner reports events and the time,
@@ -82,6 +83,20 @@ public:
         USize assigned = 0;
     };
 
+    /// What the next waiting job of a client waits for.
+    struct XOutlook
+    {
+        std::optional<XJobKey> nextJob; ///< none if no job of the client waits
+        USize otherWaitingClients = 0;  ///< each takes at most one turn before that job
+        std::uint64_t workers = 0; ///< of the nodes that accept jobs of any class that the client has used
+    };
+
+    struct XNodeCounts
+    {
+        USize assigned = 0;
+        USize started = 0; ///< of those
+    };
+
     XNetJobScheduler();
     XNetJobScheduler( const XNetJobScheduler& ) = delete;
     XNetJobScheduler& operator=( const XNetJobScheduler& ) = delete;
@@ -136,8 +151,14 @@ public:
     /// out. Call it after events, and regularly for the sake of rule 5.
     XVector<XAction> TakeActions( XTimeMS inNow );
 
-    /// Counts of the client's jobs. An assigned job counts once. Takes time in proportion to the jobs of the client.
+    /// Counts of the client's jobs. An assigned job counts once.
     XCounts CountJobs( std::uint32_t inClientID ) const;
+
+    /// Takes time in proportion to the number of nodes.
+    XOutlook GetOutlook( std::uint32_t inClientID ) const;
+
+    /// Takes time in proportion to the jobs of the node.
+    XNodeCounts CountRuns( std::uint32_t inNodeID ) const;
 
 private:
     class XImp;

@@ -1,7 +1,6 @@
 #include "RemoteCalls/Internal/RegisterRemoteCallsClasses.h"
 
 #include "Core/Streams/XClassRegistry.h"
-#include "RemoteCalls/XControlBridge.h"
 #include "RemoteCalls/XLPCBridge.h"
 
 void RegisterRemoteCallsClasses()
@@ -9,5 +8,4 @@ void RegisterRemoteCallsClasses()
     XClassRegistry::RegisterAbstractClass<XRPCBridgeBase>( "Remote Call Protocol" );
     XClassRegistry::RegisterAbstractClass<XRPCBridge>( "Remote Call Bridge" );
     XClassRegistry::RegisterAbstractClass<XLPCBridge>( "Local Call Bridge" );
-    XClassRegistry::RegisterAbstractClass<XControlBridge>( "Control Bridge" );
 }

@@ -1,4 +1,4 @@
-#include "RemoteCalls/XControlBridge.h"
+#include "NetJobs/XControlBridge.h"
 
 XControlBridge::~XControlBridge()
 {
