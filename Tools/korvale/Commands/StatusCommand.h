@@ -10,10 +10,7 @@ class StatusCommand : public Command
 {
 public:
     const char* GetName() const override { return "status"; }
-    const char* GetSummary() const override
-    {
-        return "Prints the nodes, clients and jobs of a control service.";
-    }
+    const char* GetSummary() const override { return "Prints the nodes and jobs of a control service."; }
     void Declare( const CommandOptions& inOptions ) override;
     CommandFiles GetFiles() const override { return {}; }
     int Run( Session& ioSession ) override;
