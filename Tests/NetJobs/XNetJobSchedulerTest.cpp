@@ -14,21 +14,21 @@ using XAction = XNetJobScheduler::XAction;
 using XJobKey = XNetJobScheduler::XJobKey;
 using XJobs = XVector<std::uint32_t>;
 
-constexpr XVersion kClass( 40000, 0 );
-constexpr std::uint32_t kQueue = 1;
+constexpr XVersion kJobClass( 40000, 0 );
+constexpr std::uint32_t kOnlyQueue = 1;
 
 /// A scheduler whose actions are recorded by node. Jobs are named by their IDs alone; their client is the ID / 1000.
 class Fleet
 {
 public:
-    static XJobKey MakeKey( std::uint32_t inJob ) { return { inJob / 1000, kQueue, inJob }; }
+    static XJobKey MakeKey( std::uint32_t inJob ) { return { inJob / 1000, kOnlyQueue, inJob }; }
 
-    void
-    AddNode( std::uint32_t inNode, std::uint32_t inWorkers, const XVector<XVersion>& inClasses = { kClass } )
+    void AddNode(
+        std::uint32_t inNode, std::uint32_t inWorkers, const XVector<XVersion>& inClasses = { kJobClass } )
     {
         scheduler.AddNode( inNode, inWorkers, inClasses );
     }
-    void AddJobs( const XJobs& inJobs, const XVersion& inClass = kClass )
+    void AddJobs( const XJobs& inJobs, const XVersion& inClass = kJobClass )
     {
         for ( const std::uint32_t job : inJobs )
             ASSERT_TRUE( scheduler.AddJob( { MakeKey( job ), inClass, {}, false } ) );
@@ -102,8 +102,8 @@ TEST( XNetJobSchedulerTest, AssignsOnlyClassesAndRevisionsThatTheNodeSupports )
 TEST( XNetJobSchedulerTest, PrefersJobsWhoseSharedDataTheNodeHolds )
 {
     Fleet fleet;
-    fleet.scheduler.AddJob( { Fleet::MakeKey( 1000 ), kClass, { 7 }, false } );
-    fleet.scheduler.AddJob( { Fleet::MakeKey( 1001 ), kClass, { 8 }, false } );
+    fleet.scheduler.AddJob( { Fleet::MakeKey( 1000 ), kJobClass, { 7 }, false } );
+    fleet.scheduler.AddJob( { Fleet::MakeKey( 1001 ), kJobClass, { 8 }, false } );
     fleet.AddNode( 1, 1 );
     fleet.scheduler.SetHoldsData( 1, 1, 8, true );
     fleet.scheduler.SetHoldsData( 1, 2, 7, true ); // of another client

@@ -26,8 +26,9 @@ using XTimeMS = XNetJobDispatcher::XTimeMS;
 
 constexpr std::uint32_t kTickPeriodMS = 100;
 constexpr std::uint32_t kMostWaitMS = 1000; // of Receive
-constexpr XTimeMS kPauseMS = 1000;          // between two readings of the clock: the process did not run
-constexpr USize kMostBatchBytes = 16 * 1024 * 1024; // of a return of Receive, unless a single event is longer
+constexpr XTimeMS kClockGapMS = 1000;       // between two readings of the clock: the process did not run
+constexpr USize kMostReturnBytes =
+    16 * 1024 * 1024; // of a return of Receive, unless a single event is longer
 
 /// A logon of a peer. Those of the same ID have different serial numbers.
 struct Logon
@@ -45,7 +46,7 @@ public:
         const XTimeMS reading = GetSteadyTime();
         const XTimeMS passed = reading - itsLastReading;
         itsLastReading = reading;
-        itsTime += passed < kPauseMS ? passed : 0;
+        itsTime += passed < kClockGapMS ? passed : 0;
         return itsTime;
     }
 
@@ -302,7 +303,7 @@ XEvents XNetJobControl::XImp::Receive( const Logon& inLogon, std::uint32_t inTim
     for ( ;; )
     {
         const std::shared_ptr<XConditionVariable> hasChanged = GetSession( inLogon ).hasChanged;
-        XEvents events = itsDispatcher.TakeEvents( inLogon.id, kMostBatchBytes );
+        XEvents events = itsDispatcher.TakeEvents( inLogon.id, kMostReturnBytes );
         if ( !events.empty() || timer.HasExpired() )
             return events;
         hasChanged->Sleep( itsMutex, timer.GetRemainingMS(), true );

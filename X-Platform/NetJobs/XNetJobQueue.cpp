@@ -43,12 +43,12 @@ constexpr USize kMostJobs = 100'000;
 constexpr USize kMostBytes = 64 * 1024 * 1024;
 // Of the jobs submitted in one call.
 constexpr USize kMostBatchJobs = 2000;
-constexpr USize kMostBatchBytes = 4 * 1024 * 1024;
+constexpr USize kMostSubmittedBytes = 4 * 1024 * 1024;
 
 constexpr std::uint32_t kMostProgress = 1000; // per mille
-constexpr std::uint32_t kLogOffMS = 1000;
-constexpr std::uint32_t kProgressDelayMS = 2000;
-constexpr std::uint32_t kProgressSleepMS = 100; // between two looks for an abort
+constexpr std::uint32_t kQueueLogOffMS = 1000;
+constexpr std::uint32_t kEmptyProgressDelayMS = 2000;
+constexpr std::uint32_t kEmptyProgressSleepMS = 100; // between two looks for an abort
 
 struct ClientJob
 {
@@ -203,7 +203,7 @@ void XNetJobQueue::XImp::Stop()
         itsIsRunning = false;
     }
     StopJobs( XJobSelector::EveryJob(), true );
-    itsSession.Stop( kLogOffMS );
+    itsSession.Stop( kQueueLogOffMS );
     const XThreadLock lock( itsMutex );
     itsStoppedJobs.clear();
     itsOutgoing.clear();
@@ -258,7 +258,7 @@ XEvents XNetJobQueue::XImp::TakeEvents()
     XEvents events = std::exchange( itsOutgoing, {} );
     USize jobs = 0;
     USize bytes = 0;
-    while ( !itsUnsubmitted.empty() && jobs < kMostBatchJobs && bytes < kMostBatchBytes &&
+    while ( !itsUnsubmitted.empty() && jobs < kMostBatchJobs && bytes < kMostSubmittedBytes &&
             itsWindowJobs < kMostJobs && itsWindowBytes < kMostBytes )
     {
         jobs += Submit( itsUnsubmitted.front(), events, bytes );
@@ -575,7 +575,7 @@ void XNetJobQueue::XImp::Suspend( const XJobSelector& inSelector )
         if ( job.state != ClientJob::kWaiting || !inSelector.Selects( *job.job ) )
             continue;
         job.state = ClientJob::kSuspended;
-        XCallHook( [&] { job.job->Suspended(); } );
+        XCallHook( [&job = job] { job.job->Suspended(); } );
         if ( !job.isSubmitted )
             continue;
         job.wasSuspended = true;
@@ -591,7 +591,7 @@ void XNetJobQueue::XImp::Resume( const XJobSelector& inSelector )
     {
         if ( job.state == ClientJob::kRunning || !inSelector.Selects( *job.job ) )
             continue;
-        XCallHook( [&] { job.job->Resumed(); } );
+        XCallHook( [&job = job] { job.job->Resumed(); } );
         if ( job.state == ClientJob::kWaiting )
             continue;
         job.state = ClientJob::kWaiting;
@@ -775,8 +775,8 @@ void XNetJobQueue::WaitForQueueEmpty( std::uint32_t inTimeoutMS )
 void XNetJobQueue::WaitForQueueEmptyWithProgress()
 {
     USize most = std::max<USize>( GetCurrentJobWeight(), 1 );
-    XProgress progress( most, XProgress::kProgressWait, kProgressDelayMS );
-    while ( !itsImp->SleepUntilEmpty( kProgressSleepMS ) )
+    XProgress progress( most, XProgress::kProgressWait, kEmptyProgressDelayMS );
+    while ( !itsImp->SleepUntilEmpty( kEmptyProgressSleepMS ) )
     {
         const USize left = GetCurrentJobWeight();
         most = std::max( most, left ); // jobs may be attached meanwhile

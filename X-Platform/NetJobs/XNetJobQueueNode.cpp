@@ -10,6 +10,7 @@
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Jobs/XProgressChangedMessage.h"
+#include "NetJobs/Internal/XJobEvents.h"
 #include "NetJobs/Internal/XNetJobScheduler.h"
 #include "NetJobs/Internal/XNetJobSession.h"
 #include "NetJobs/Internal/XStoredBytes.h"
@@ -27,6 +28,8 @@
 namespace
 {
 
+using XJobEvents::GetKey;
+using XJobEvents::MakeEvent;
 using XJobKey = XNetJobScheduler::XJobKey;
 using XEvents = XNetJobSession::XEvents;
 using XProgressChanged = XThreadProgressStrategy::XProgressChangedMessage;
@@ -34,18 +37,6 @@ using XProgressChanged = XThreadProgressStrategy::XProgressChangedMessage;
 constexpr std::int64_t kProgressPeriodMS = 200;
 constexpr std::uint32_t kLogOffMS = 1000;
 constexpr USize64 kMostBatchBytes = 16 * 1024 * 1024;
-
-XJobKey GetKey( const XNetJobEvent& inEvent )
-{
-    return { inEvent.clientID, inEvent.jobQueueID, inEvent.jobID };
-}
-
-XNetJobEvent MakeEvent(
-    XNetJobEvent::XKind inKind, const XJobKey& inKey, std::uint64_t inValue = 0,
-    XVector<std::uint8_t> inBytes = {} )
-{
-    return { inKind, inKey.clientID, inKey.jobQueueID, inKey.jobID, inValue, std::move( inBytes ) };
-}
 
 /// The end of a job as an event. A result that cannot be stored is replaced by the error.
 XNetJobEvent MakeEnd(

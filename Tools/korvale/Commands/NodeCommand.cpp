@@ -17,9 +17,9 @@
 namespace
 {
 /// From an interrupt to the end: running jobs may end for most of the time.
-constexpr std::uint32_t kGraceMS = 10'000;
+constexpr std::uint32_t kNodeGraceMS = 10'000;
 constexpr std::uint32_t kRunningJobsMS = 5'000;
-constexpr std::uint32_t kWatchPeriodMS = 50;
+constexpr std::uint32_t kIdleWatchMS = 50;
 constexpr double kMostIdleSeconds = 1e6;
 
 std::string DescribeError( std::uint32_t inNumber )
@@ -68,7 +68,7 @@ void NodeCommand::Declare( const CommandOptions& inOptions )
 
 int NodeCommand::Run( Session& ioSession )
 {
-    WInterrupt::BeginService( kGraceMS );
+    WInterrupt::BeginService( kNodeGraceMS );
     const NetworkPlace place( itsControl );
     bool isLoopBack = false;
     if ( !Try( ioSession, itsControl, [&] { isLoopBack = place.IsLoopBack(); } ) )
@@ -91,7 +91,7 @@ void NodeCommand::Work( XNetJobQueueNode& ioNode, Session& ioSession ) const
         ioSession.ReportWarning(
             "cannot connect to " + itsControl + ", will try again: " + DescribeError( error ) );
     bool wasConnected = false;
-    for ( XTimer idle; !WInterrupt::IsRequested(); XThread::SleepCurrentThread( kWatchPeriodMS ) )
+    for ( XTimer idle; !WInterrupt::IsRequested(); XThread::SleepCurrentThread( kIdleWatchMS ) )
     {
         const bool isConnected = ioNode.IsConnected();
         if ( isConnected != wasConnected )

@@ -2,6 +2,7 @@
 
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
+#include "NetJobs/Internal/XJobEvents.h"
 #include "NetJobs/Internal/XStoredBytes.h"
 #include "NetJobs/Internal/XTakeBatch.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
@@ -19,6 +20,8 @@
 namespace
 {
 
+using XJobEvents::GetKey;
+using XJobEvents::MakeEvent;
 using XJobKey = XNetJobScheduler::XJobKey;
 using XTimeMS = XNetJobDispatcher::XTimeMS;
 using XEvents = XNetJobDispatcher::XEvents;
@@ -116,18 +119,6 @@ struct HeldReport
     std::uint32_t nodeID;
     XNetJobEvent event;
 };
-
-XJobKey GetKey( const XNetJobEvent& inEvent )
-{
-    return { inEvent.clientID, inEvent.jobQueueID, inEvent.jobID };
-}
-
-XNetJobEvent MakeEvent(
-    XNetJobEvent::XKind inKind, const XJobKey& inKey, std::uint64_t inValue = 0,
-    XVector<std::uint8_t> inBytes = {} )
-{
-    return { inKind, inKey.clientID, inKey.jobQueueID, inKey.jobID, inValue, std::move( inBytes ) };
-}
 
 void RequireReports( const XEvents& inEvents )
 {
