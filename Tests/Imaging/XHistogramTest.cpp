@@ -4,15 +4,15 @@
 
 namespace
 {
-using Numbers = std::vector<double>;
+using Samples = std::vector<double>;
 }
 
 TEST( XHistogram, FollowsFreedmanAndDiaconis )
 {
     // As numpy.histogram( numbers, "fd" ) has it.
-    const Numbers numbers{ 1.5, 2.25, 2.5, 3.0, 3.75, 4.25, 5.5, 6.0, 9.5, 12.25, 2.75, 3.5 };
+    const Samples numbers{ 1.5, 2.25, 2.5, 3.0, 3.75, 4.25, 5.5, 6.0, 9.5, 12.25, 2.75, 3.5 };
     const auto limits = XMakeBinLimits( numbers );
-    const Numbers expected{ 1.5, 3.65, 5.8, 7.949999999999999, 10.1, 12.25 };
+    const Samples expected{ 1.5, 3.65, 5.8, 7.949999999999999, 10.1, 12.25 };
     ASSERT_EQ( limits.size(), expected.size() );
     for ( std::size_t i = 0; i < limits.size(); ++i )
         EXPECT_DOUBLE_EQ( limits[i], expected[i] );
@@ -21,24 +21,24 @@ TEST( XHistogram, FollowsFreedmanAndDiaconis )
 
 TEST( XHistogram, PutsLimitsBetweenWholeNumbers )
 {
-    EXPECT_EQ( XMakeBinLimits( Numbers{ 3, 3, 3 } ), ( Numbers{ 2.5, 3.5 } ) );
-    EXPECT_EQ( XMakeBinLimits( Numbers{ 0, 1, 1, 2, 2, 2, 3 } ), ( Numbers{ -0.5, 0.5, 1.5, 2.5, 3.5 } ) );
-    EXPECT_EQ( XMakeBinLimits( Numbers{ 0, 1, 2, 9 }, 5 ), ( Numbers{ -0.5, 1.5, 3.5, 5.5, 7.5, 9.5 } ) );
-    EXPECT_EQ( XMakeBinLimits( Numbers{ 0, 1, 2 }, 900 ).size(), 4u );
+    EXPECT_EQ( XMakeBinLimits( Samples{ 3, 3, 3 } ), ( Samples{ 2.5, 3.5 } ) );
+    EXPECT_EQ( XMakeBinLimits( Samples{ 0, 1, 1, 2, 2, 2, 3 } ), ( Samples{ -0.5, 0.5, 1.5, 2.5, 3.5 } ) );
+    EXPECT_EQ( XMakeBinLimits( Samples{ 0, 1, 2, 9 }, 5 ), ( Samples{ -0.5, 1.5, 3.5, 5.5, 7.5, 9.5 } ) );
+    EXPECT_EQ( XMakeBinLimits( Samples{ 0, 1, 2 }, 900 ).size(), 4u );
     EXPECT_EQ(
-        XCountInBins( Numbers{ 0, 1, 1, 5 }, Numbers{ -0.5, 0.5, 1.5, 5.5 } ),
+        XCountInBins( Samples{ 0, 1, 1, 5 }, Samples{ -0.5, 0.5, 1.5, 5.5 } ),
         ( std::vector<std::uint64_t>{ 1, 2, 1 } ) );
 }
 
 TEST( XHistogram, FallsBackWhereTheQuartilesAreOne )
 {
-    Numbers numbers( 98, 1.5 );
+    Samples numbers( 98, 1.5 );
     numbers.insert( numbers.end(), { 0.25, 9.75 } );
     const auto limits = XMakeBinLimits( numbers );
     EXPECT_GT( limits.size(), 3u );
     EXPECT_LT( limits.size(), 30u );
-    EXPECT_EQ( XMakeBinLimits( Numbers{ 0.5, 0.5 } ).size(), 2u );
-    EXPECT_EQ( XMakeBinLimits( Numbers{ 0.5, 2.5 }, 8 ).size(), 9u );
+    EXPECT_EQ( XMakeBinLimits( Samples{ 0.5, 0.5 } ).size(), 2u );
+    EXPECT_EQ( XMakeBinLimits( Samples{ 0.5, 2.5 }, 8 ).size(), 9u );
 }
 
 TEST( XHistogram, CountsEveryNumberOnce )
@@ -47,7 +47,7 @@ TEST( XHistogram, CountsEveryNumberOnce )
     std::uniform_real_distribution<double> exponents( -290, 299 );
     for ( int i = 0; i < 500; ++i )
     {
-        Numbers numbers( 1 + random() % 300 );
+        Samples numbers( 1 + random() % 300 );
         const auto scale = std::pow( 10, exponents( random ) );
         // Narrow and wide distributions, with outliers and without, some of whole numbers.
         for ( auto& number : numbers )

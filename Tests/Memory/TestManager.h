@@ -7,6 +7,8 @@
 #include "Testing.h"
 #include "Threads/XLock.h"
 
+inline constexpr USize64 kMiB = 1 << 20;
+
 /// A part of the address space.
 struct Range
 {

@@ -10,14 +10,13 @@ namespace
 using Block = XMappedFileMemoryBlock;
 
 constexpr USize64 kSize = 200'000;
-constexpr USize64 kMiB = 1 << 20;
 
 Block& BlockOf( const XMemoryHandle& inHandle )
 {
     return dynamic_cast<Block&>( *inHandle.GetBlock() );
 }
 
-std::string TextOf( const XMemoryHandle& inHandle, USize64 inCount = 5 )
+std::string TextOfStart( const XMemoryHandle& inHandle, USize64 inCount = 5 )
 {
     std::string text( inCount, '?' );
     inHandle.CopyDataTo( text.data(), text.size() );
@@ -49,7 +48,7 @@ TEST( XMappedFileMemoryBlock, FreshMemoryGoesFromThePageFileToATemporaryFile )
     EXPECT_EQ( Block::kUnallocated, block.GetStorageState() );
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
     EXPECT_TRUE( block.IsEmpty() );
-    EXPECT_EQ( std::string( 5, '\0' ), TextOf( handle ) );
+    EXPECT_EQ( std::string( 5, '\0' ), TextOfStart( handle ) );
     EXPECT_EQ( Block::kPageFile, block.GetStorageState() );
     EXPECT_EQ( Block::kInMemory | Block::kPurgeable, block.GetFlags() );
     EXPECT_FALSE( block.IsEmpty() );
@@ -116,7 +115,7 @@ TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
     for ( const auto mode : { Block::kPrivate, Block::kPrivatePages } )
     {
         auto handle = Present( path, mode );
-        EXPECT_EQ( "hello", TextOf( handle ) );
+        EXPECT_EQ( "hello", TextOfStart( handle ) );
         EXPECT_EQ( Block::kPermanentFile, BlockOf( handle ).GetStorageState() );
         handle.Purge();
         EXPECT_EQ( 0u, manager.GetBytesInUse() );
@@ -125,17 +124,17 @@ TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
         EXPECT_EQ( Block::kPageFile, BlockOf( handle ).GetStorageState() );
         EXPECT_EQ( Block::kPermanentFile, BlockOf( copy ).GetStorageState() );
         handle.Purge();
-        EXPECT_EQ( "jello", TextOf( handle ) );
-        EXPECT_EQ( "hello", TextOf( copy ) );
+        EXPECT_EQ( "jello", TextOfStart( handle ) );
+        EXPECT_EQ( "hello", TextOfStart( copy ) );
         copy.Resize( 3 );
-        EXPECT_EQ( "hel", TextOf( copy, 3 ) );
+        EXPECT_EQ( "hel", TextOfStart( copy, 3 ) );
     }
     XMappedFileMemoryHandle small( std::make_shared<WFile>( path, WFile::kRead ), 70'000, 5 );
     small.CopyDataFrom( "s", 1 );
     EXPECT_EQ( Block::kHeap, BlockOf( small ).GetStorageState() );
     EXPECT_EQ( Block::kInMemory, BlockOf( small ).GetFlags() );
     small.Purge();
-    EXPECT_EQ( "sello", TextOf( small ) );
+    EXPECT_EQ( "sello", TextOfStart( small ) );
     EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
 }
 
@@ -152,7 +151,7 @@ TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
         EXPECT_GT( manager.GetBytesInUse(), kSize ); // both
     }
     EXPECT_LT( manager.GetBytesInUse(), kSize );
-    EXPECT_EQ( "inner", TextOf( handle ) );
+    EXPECT_EQ( "inner", TextOfStart( handle ) );
 }
 
 // What is shared, copied or resized in any state of the locks remains a range of the file.
@@ -170,10 +169,10 @@ TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
     handle.CopyDataFrom( "j", 1 );
     handle.CopyDataFrom( "z", 1, kSize - 1 );
     handle.Purge();
-    EXPECT_EQ( "jello", TextOf( copy ) );
+    EXPECT_EQ( "jello", TextOfStart( copy ) );
     copy.Resize( 3 );
     copy.CopyDataFrom( "b", 1 );
-    EXPECT_EQ( "bello", TextOf( handle ) );
+    EXPECT_EQ( "bello", TextOfStart( handle ) );
     {
         const XLock lock( handle, kLockForWrite );
         copy = handle;
@@ -181,7 +180,7 @@ TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
         late.CopyDataFrom( "c", 1 );
         std::memcpy( static_cast<char*>( handle.GetData() ) + 1, "u", 1 );
     }
-    EXPECT_EQ( "cullo", TextOf( copy ) );
+    EXPECT_EQ( "cullo", TextOfStart( copy ) );
     const std::string contents = folder.Read( "data" );
     EXPECT_EQ( "cullo", contents.substr( 70'000, 5 ) );
     EXPECT_EQ( 'z', contents.back() );
@@ -235,16 +234,16 @@ TEST( XMappedFileMemoryBlock, SwapsBytesOfAFileWithoutChangingIt )
     for ( auto* handle : { &pages, &copied } )
     {
         handle->SetSwapOnLock( kSwap16 );
-        EXPECT_EQ( "ehll", TextOf( *handle, 4 ) );
-        EXPECT_EQ( "ehll", TextOf( *handle, 4 ) );
+        EXPECT_EQ( "ehll", TextOfStart( *handle, 4 ) );
+        EXPECT_EQ( "ehll", TextOfStart( *handle, 4 ) );
         handle->Purge();
-        EXPECT_EQ( "ehll", TextOf( *handle, 4 ) );
+        EXPECT_EQ( "ehll", TextOfStart( *handle, 4 ) );
     }
     EXPECT_EQ( Block::kPermanentFile, BlockOf( pages ).GetStorageState() );
     EXPECT_EQ( Block::kTemporaryFile, BlockOf( copied ).GetStorageState() );
     pages.CopyDataFrom( "E", 1 );
     pages.Purge();
-    EXPECT_EQ( "Ehll", TextOf( pages, 4 ) );
+    EXPECT_EQ( "Ehll", TextOfStart( pages, 4 ) );
     EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
 }
 
@@ -258,9 +257,9 @@ TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
     XMappedFileMemoryHandle copy( late );
     EXPECT_ERROR( 2, const XLock lock( late, kLockForRead ) );
     MakeFile( folder );
-    EXPECT_EQ( "hello", TextOf( late ) );
+    EXPECT_EQ( "hello", TextOfStart( late ) );
     copy.CopyDataFrom( "j", 1 );
-    EXPECT_EQ( "jello", TextOf( copy ) );
+    EXPECT_EQ( "jello", TextOfStart( copy ) );
     late = {};
     copy = {};
     EXPECT_ERROR( 1020, XMappedFileMemoryHandle beyond( path, kSize, 1 ) );
@@ -271,7 +270,7 @@ TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
             path, kSize, kSize, WFile::kReadWrite, Block::kOpenWhenLocked, Block::kPublic );
         EXPECT_ERROR( 1020, const XLock lock( beyond, kLockForRead ) );
         beyond.Resize( size );
-        EXPECT_EQ( std::string( 5, '\0' ), TextOf( beyond ) );
+        EXPECT_EQ( std::string( 5, '\0' ), TextOfStart( beyond ) );
         EXPECT_EQ( kSize + size, std::filesystem::file_size( path ) );
         beyond = {};
         std::filesystem::resize_file( path, kSize );
@@ -288,7 +287,7 @@ TEST( XMappedFileMemoryBlock, SharesAMapping )
     block->ShareMapping( BlockOf( handle ) );
     EXPECT_ERROR( 1006, block->ShareMapping( BlockOf( handle ) ) );
     XMemoryHandle sharing( std::move( block ) );
-    EXPECT_EQ( "hello", TextOf( sharing ) );
+    EXPECT_EQ( "hello", TextOfStart( sharing ) );
     EXPECT_EQ( kSize - 70'000, sharing.GetDataSize() );
 }
 
@@ -325,7 +324,7 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     XMappedFileMemoryHandle fresh( kSize );
     manager.refusedMappings = 2;
     EXPECT_ERROR( 1020, const XLock lock( fresh, kLockForRead ) );
-    EXPECT_EQ( std::string( 5, '\0' ), TextOf( fresh ) );
+    EXPECT_EQ( std::string( 5, '\0' ), TextOfStart( fresh ) );
 
     manager.refusedViews = 1;
     handle.Resize( kSize + 1 ); // from the temporary file, where the try before has moved it
@@ -348,13 +347,13 @@ TEST( XMappedFileMemoryBlock, MemoryThatIsUsedAgainIsZeroAndStaysInTheBudget )
     manager.refusedMappings = 10;
     {
         XMappedFileMemoryHandle again( kMiB );
-        EXPECT_EQ( std::string( kMiB, '\0' ), TextOf( again, kMiB ) );
+        EXPECT_EQ( std::string( kMiB, '\0' ), TextOfStart( again, kMiB ) );
         EXPECT_EQ( kMiB, manager.GetBytesInUse() );
         again.Resize( 10 );
         again.Resize( kMiB );
-        EXPECT_EQ( std::string( kMiB, '\0' ), TextOf( again, kMiB ) );
+        EXPECT_EQ( std::string( kMiB, '\0' ), TextOfStart( again, kMiB ) );
         XMappedFileMemoryHandle other( kMiB - 1 );
-        EXPECT_ERROR( 1020, TextOf( other ) ); // which has given back what was kept
+        EXPECT_ERROR( 1020, TextOfStart( other ) ); // which has given back what was kept
     }
     manager.refusedMappings = 0;
     // It is the first to go where there is no room.
@@ -377,9 +376,9 @@ TEST( XMappedFileMemoryBlock, GivesBackWhatIsKeptForASmallerBudgetAndWhenMemoryI
     manager.SetBudget( 16 << 20 ); // a sixteenth is one block
     manager.refusedMappings = 10;
     XMappedFileMemoryHandle first( kMiB );
-    TextOf( first );
+    TextOfStart( first );
     XMappedFileMemoryHandle second( kMiB );
-    EXPECT_ERROR( 1020, TextOf( second ) );
+    EXPECT_ERROR( 1020, TextOfStart( second ) );
 
     manager.refusedMappings = 0;
     std::optional<XMappedFileMemoryHandle> given( kMiB );
@@ -394,16 +393,16 @@ TEST( XMappedFileMemoryBlock, GivesBackWhatIsKeptForASmallerBudgetAndWhenMemoryI
     manager.FreeMemory( 2 * kMiB );
     EXPECT_FALSE( given );
     manager.refusedMappings = 10;
-    EXPECT_ERROR( 1020, TextOf( second ) );
+    EXPECT_ERROR( 1020, TextOfStart( second ) );
 }
 
 TEST( XMappedFileMemoryBlock, MemoryThatCannotBeHadIsForgottenByAResize )
 {
     TestManager manager;
     XMappedFileMemoryHandle handle( USize64( 1 ) << 60 );
-    EXPECT_ERROR( 1012, TextOf( handle ) );
+    EXPECT_ERROR( 1012, TextOfStart( handle ) );
     handle.Resize( 10 );
-    EXPECT_EQ( std::string( 10, '\0' ), TextOf( handle, 10 ) );
+    EXPECT_EQ( std::string( 10, '\0' ), TextOfStart( handle, 10 ) );
 }
 
 TEST( XMappedFileMemoryBlock, AFileThatIsTooShortIsNotForWantOfMemory )
@@ -416,7 +415,7 @@ TEST( XMappedFileMemoryBlock, AFileThatIsTooShortIsNotForWantOfMemory )
     std::filesystem::resize_file( path, 70'000, error );
     if ( error )
         GTEST_SKIP() << "files in use cannot be cut off here";
-    EXPECT_ERROR( 1020, TextOf( beyond ) );
+    EXPECT_ERROR( 1020, TextOfStart( beyond ) );
     EXPECT_EQ( 0u, manager.GetFreeCount() );
 }
 
@@ -444,8 +443,8 @@ TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )
     {
         EXPECT_EQ( Block::kPermanentFile, BlockOf( *handle ).GetStorageState() );
         EXPECT_EQ( 0, BlockOf( *handle ).GetLockCount() );
-        EXPECT_EQ( "hello", TextOf( *handle ) );
+        EXPECT_EQ( "hello", TextOfStart( *handle ) );
         handle->CopyDataFrom( "j", 1 );
-        EXPECT_EQ( "jello", TextOf( *handle ) );
+        EXPECT_EQ( "jello", TextOfStart( *handle ) );
     }
 }

@@ -6,7 +6,6 @@
 
 namespace
 {
-constexpr USize64 kMiB = 1 << 20;
 
 std::vector<XMappedFileMemoryHandle> MakeFilled( unsigned inCount, USize64 inSize = kMiB )
 {

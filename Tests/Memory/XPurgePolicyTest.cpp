@@ -4,8 +4,6 @@
 namespace
 {
 
-constexpr std::uint64_t kMiB = 1 << 20;
-
 /// A block that lies where the test wants it.
 struct PlacedBlock : XMemoryBlock
 {

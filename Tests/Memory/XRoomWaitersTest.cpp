@@ -8,18 +8,18 @@
 namespace
 {
 
-constexpr USize64 kSize = 4096;
+constexpr USize64 kRequest = 4096;
 
 /// A manager with room for some blocks, and as many blocks as one likes, all written to at some time.
 struct Room
 {
     Room( unsigned inBlocks, unsigned inHandles, std::uint32_t inPatience = kPatience )
-        : manager( inBlocks * kSize ), handles( inHandles )
+        : manager( inBlocks * kRequest ), handles( inHandles )
     {
         manager.SetPatience( inPatience );
         for ( auto& handle : handles )
         {
-            handle.Resize( kSize );
+            handle.Resize( kRequest );
             Fill( handle, 5 );
         }
     }
@@ -109,9 +109,9 @@ TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
                     for ( unsigned turn = 0; turn < 10; ++turn )
                     {
                         XMemoryHandle& handle = room.handles[inThread];
-                        const std::uint32_t error = ErrorOrZero( [&] { handle.Resize( 3 * kSize ); } );
+                        const std::uint32_t error = ErrorOrZero( [&] { handle.Resize( 3 * kRequest ); } );
                         EXPECT_TRUE( error == 0 || error == 1012 ) << error;
-                        handle.Resize( kSize );
+                        handle.Resize( kRequest );
                     }
                 } );
             for ( auto& handle : room.handles )
@@ -151,7 +151,7 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
         const XThreadLock memoryLock( room.manager.GetMemoryMutex() );
         halt.GoOn();
         for ( int turn = 0; turn < 1000; ++turn ) // the other gets to its decision meanwhile
-            EXPECT_ERROR( 1012, room.manager.AboutToAllocate( kSize ) );
+            EXPECT_ERROR( 1012, room.manager.AboutToAllocate( kRequest ) );
     }
     lock.reset();
     waiter.join();
@@ -184,7 +184,7 @@ TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
                 for ( unsigned turn = 0; turn < 60; ++turn )
                 {
                     if ( turn % 8 == inThread ) // what goes makes room too
-                        Fill( *std::make_unique<XMappedFileMemoryHandle>( kSize ), 1 );
+                        Fill( *std::make_unique<XMappedFileMemoryHandle>( kRequest ), 1 );
                     auto& handle = room.handles[( inThread + turn * 3 ) % room.handles.size()];
                     const XLock lock( handle, kLockForRead );
                     EXPECT_TRUE( turn % 4 > 0 || Holds( handle, 5 ) );
@@ -192,25 +192,25 @@ TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
                         std::this_thread::yield();
                 }
             } );
-        EXPECT_LE( room.manager.GetPeakBytesInUse(), 3 * kSize );
+        EXPECT_LE( room.manager.GetPeakBytesInUse(), 3 * kRequest );
     }
 }
 
 // The purge is held up where it makes its file; neither other blocks nor the list may be held up with it.
 TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
 {
-    TestManager manager( 3 * kSize );
+    TestManager manager( 3 * kRequest );
     Halt halt;
     manager.makeTemporaryFile = [&]
     {
         halt.Stop();
         return manager.WMemoryManager::MakeTemporaryFile();
     };
-    XMappedFileMemoryHandle purged( kSize );
-    XMappedFileMemoryHandle other( kSize );
+    XMappedFileMemoryHandle purged( kRequest );
+    XMappedFileMemoryHandle other( kRequest );
     Fill( purged, 1 );
     RunTogether(
-        [&] { EXPECT_EQ( kSize, manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry ) ); },
+        [&] { EXPECT_EQ( kRequest, manager.FreeMemory( kRequest, XMemoryManager::kFreeWithoutLogEntry ) ); },
         [&]
         {
             halt.AwaitStop();
@@ -225,7 +225,7 @@ TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
 // A block that is given up while the manager purges it waits until that is over.
 TEST( XRoomWaiters, ABlockMayGoWhileItIsPurged )
 {
-    TestManager manager( 3 * kSize );
+    TestManager manager( 3 * kRequest );
     WEvent isPurging;
     manager.makeTemporaryFile = [&]
     {
@@ -235,10 +235,10 @@ TEST( XRoomWaiters, ABlockMayGoWhileItIsPurged )
     for ( int turn = 0; turn < 20; ++turn )
     {
         isPurging.Clear();
-        auto handle = std::make_unique<XMappedFileMemoryHandle>( kSize );
+        auto handle = std::make_unique<XMappedFileMemoryHandle>( kRequest );
         Fill( *handle, 1 );
         RunTogether(
-            [&] { manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry ); },
+            [&] { manager.FreeMemory( kRequest, XMemoryManager::kFreeWithoutLogEntry ); },
             [&]
             {
                 isPurging.Wait();

@@ -16,6 +16,11 @@
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
+// Identifiers of rows.
+inline const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
+inline const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
+inline const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
+
 using XRows = XVector<std::uint32_t>;
 
 /// A column of a class with the given rows, missing ones as std::nullopt.

@@ -2,10 +2,6 @@
 
 namespace
 {
-const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
-const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
-const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
-
 std::unique_ptr<XPivotOtherRowRefColumn> MakeParents()
 {
     auto parents = std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" );
@@ -159,7 +155,7 @@ TEST( XPivotOtherRowRefColumn, IsBoundToItsOwnTableWhateverIsAssigned )
 
 namespace
 {
-const std::string kHead =
+const std::string kRowRefHead =
     "ad050000 ac050000 ac050000 66000000 02000000 4944 00000000 00000000 00000000 00000000 ";
 const std::string kNil( 32, '0' );
 const std::string kOne = std::string( 30, '0' ) + "01";
@@ -167,9 +163,9 @@ const std::string kTwo = std::string( 30, '0' ) + "02";
 const std::string kRows =
     "03000000 010001 c6050000" + kNil + "01000000 00000000" + kOne + "01000000 02000000" + kTwo + "00000000";
 
-std::uint32_t ErrorOfReading( const std::string& inReferences )
+std::uint32_t ErrorOfReferences( const std::string& inReferences )
 {
-    return ErrorOrZero( [&] { Read( FromHex( "c6050000" + kHead + kRows + inReferences ) ); } );
+    return ErrorOrZero( [&] { Read( FromHex( "c6050000" + kRowRefHead + kRows + inReferences ) ); } );
 }
 } // namespace
 
@@ -178,7 +174,7 @@ TEST( XPivotRowRefColumnStream, LaysOutRowsRecordsAndTheNextNumber )
     auto ids = MakeIDs( { kFirst, kThird, kSecond } );
     ids->DeleteRef( 1 );
     ids->AddRef( kThird );
-    std::string expected = kHead + kRows + "03000000" + kOne + "01000000 01000000 00000000" +
+    std::string expected = kRowRefHead + kRows + "03000000" + kOne + "01000000 01000000 00000000" +
         std::string( 30, '0' ) + "03 01000000 04000000 ffffffff" + kTwo +
         "01000000 03000000 02000000 05000000";
     std::erase( expected, ' ' );
@@ -194,8 +190,8 @@ TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
     const std::string one = kOne + "01000000 01000000 00000000";
     const std::string two = kTwo + "01000000 02000000 02000000";
     const std::string three = std::string( 30, '0' ) + "03 01000000 03000000 ";
-    EXPECT_EQ( ErrorOfReading( "02000000" + one + two + "03000000" ), 0u );
-    EXPECT_EQ( ErrorOfReading( "02000000" + two + one + "ffffffff" ), 0u );
+    EXPECT_EQ( ErrorOfReferences( "02000000" + one + two + "03000000" ), 0u );
+    EXPECT_EQ( ErrorOfReferences( "02000000" + two + one + "ffffffff" ), 0u );
     const std::string refused[] = {
         "02000000" + one + two + "00000000",                                     // the next number
         "02000000" + one + two + "02000000",                                     // which is in use
@@ -209,8 +205,8 @@ TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
         "03000000" + one + two + three + "03000000 03000000",                    // a row that does not exist
         "03000000" + one + two + kNil + "01000000 03000000 ffffffff 03000000" }; // of nothing
     for ( const std::string& references : refused )
-        EXPECT_EQ( ErrorOfReading( references ), 1005u ) << references;
-    EXPECT_EQ( ErrorOfReading( "ffffffff" + one ), 1260u );
+        EXPECT_EQ( ErrorOfReferences( references ), 1005u ) << references;
+    EXPECT_EQ( ErrorOfReferences( "ffffffff" + one ), 1260u );
 }
 
 TEST( XPivotRowRefColumnStream, KeepsCountsAtTheTopOfTheirRange )
@@ -218,7 +214,7 @@ TEST( XPivotRowRefColumnStream, KeepsCountsAtTheTopOfTheirRange )
     const std::string references = "03000000" + kOne + "ffffffff 01000000 00000000" + kTwo +
         "01000000 02000000 02000000" + std::string( 30, '0' ) + "03 ffffffff 03000000 ffffffff 04000000";
     XPivotTable table;
-    table.AddColumn( Read<XPivotRowRefColumn>( FromHex( "c6050000" + kHead + kRows + references ) ) );
+    table.AddColumn( Read<XPivotRowRefColumn>( FromHex( "c6050000" + kRowRefHead + kRows + references ) ) );
     auto parents = MakeParents();
     parents->SetData( kThird, 2, true );
     table.AddColumn( std::move( parents ) );

@@ -107,7 +107,7 @@ struct XModel
     }
 };
 
-std::unique_ptr<XPivotTable> MakeTable()
+std::unique_ptr<XPivotTable> MakeReferringTable()
 {
     auto table = std::make_unique<XPivotTable>();
     table->AddColumn( std::make_unique<XPivotOtherRowRefColumn>( kPivotParentID, "", "", "" ) )
@@ -328,7 +328,7 @@ private:
     /// A table of up to four rows, and the same in the model's form.
     std::unique_ptr<XPivotTable> MakeOther()
     {
-        auto other = MakeTable();
+        auto other = MakeReferringTable();
         itsOtherRows.clear();
         for ( std::uint32_t row = Random( 5 ); row > 0; --row )
         {
@@ -416,7 +416,7 @@ private:
     }
 
     std::mt19937 itsRandom;
-    std::unique_ptr<XPivotTable> itsTable = MakeTable();
+    std::unique_ptr<XPivotTable> itsTable = MakeReferringTable();
     XModel itsModel;
     std::vector<XModelRow> itsOtherRows;
 };

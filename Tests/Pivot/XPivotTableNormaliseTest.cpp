@@ -2,7 +2,7 @@
 
 namespace
 {
-XPivotTable MakeTable()
+XPivotTable MakeValues()
 {
     XPivotTable table;
     table.AddColumn( MakeColumn<XPivotStringColumn>( { "A", "A", "B", "B", "C", "A" } ) );
@@ -24,7 +24,7 @@ TEST( XPivotTableNormalise, RelatesToAReference )
         { kControlLogRatio, 1.0, "" } };
     for ( const auto& [relationship, expected, units] : cases )
     {
-        XPivotTable table = MakeTable();
+        XPivotTable table = MakeValues();
         table.NormaliseTo( 1, 4.0, relationship );
         EXPECT_EQ( table.GetColumn( 1 ).GetDataFloat( 0 ), expected );
         EXPECT_FALSE( table.GetColumn( 1 ).DoesDataExist( 5 ) );
@@ -32,7 +32,7 @@ TEST( XPivotTableNormalise, RelatesToAReference )
         EXPECT_EQ( table.GetColumn( 1 ).GetID(), kPivotPixelCount );
         EXPECT_EQ( table.GetColumn( 1 ).GetTable(), &table );
     }
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeValues();
     EXPECT_ERROR( 1006, table.NormaliseTo( 1, 4.0, XPivotTableControlRelationship( 5 ) ) );
     table.NormaliseTo( 0, 4.0, kControlRatio ); // texts stay
     EXPECT_EQ( table.GetColumn( 0 ).GetDataString( 0 ), XString( "A" ) );
@@ -40,11 +40,11 @@ TEST( XPivotTableNormalise, RelatesToAReference )
 
 TEST( XPivotTableNormalise, RelatesToTheControlsOfEachGroup )
 {
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeValues();
     table.NormaliseToControls( 1, kControls, kControlRatio, { 0 } );
     EXPECT_EQ( table.GetColumn( 1 ).GetExistsVector(), ( XVector<std::uint8_t>{ 1, 1, 1, 1, 0, 0 } ) );
     EXPECT_EQ( table.GetColumn( 1 ).GetFloatVector(), ( XVector<double>{ 2.0, 1.0, 1.5, 1.0 } ) );
-    table = MakeTable();
+    table = MakeValues();
     table.NormaliseToControls( 1, kControls, kControlDifference );
     EXPECT_EQ( table.GetColumn( 1 ).GetFloatVector(), ( XVector<double>{ 5.0, 1.0, 0.0, -1.0, 6.0 } ) );
     EXPECT_ERROR( 1006, table.NormaliseToControls( 1, { 6 }, kControlRatio ) );
@@ -52,7 +52,7 @@ TEST( XPivotTableNormalise, RelatesToTheControlsOfEachGroup )
 
 TEST( XPivotTableBuckets, GatherNumbersBetweenLimits )
 {
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeValues();
     const XPivotStringColumn& buckets = table.BucketsGather( 1, { 3.0, 4.0, 8.0 } );
     EXPECT_EQ( buckets.GetDisplayName(), XString( "Pixel Count Group (C1)" ) );
     EXPECT_EQ( buckets.GetStringVector(), ( XVector<XString>{ "4 to 8", "4 to 8", "3 to 4", "", "", "" } ) );
@@ -73,7 +73,7 @@ TEST( XPivotTableBuckets, GatherNumbersBetweenLimits )
 
 TEST( XPivotTableBuckets, GatherTextsAndTakeNewNames )
 {
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeValues();
     const XPivotStringColumn& buckets = table.BucketsGather( 0, { "C", "B" }, "treated" );
     EXPECT_EQ(
         buckets.GetStringVector(), ( XVector<XString>{ "A", "A", "treated", "treated", "treated", "A" } ) );

@@ -19,7 +19,7 @@ const XAccumulator kMeanAndCount =
     MakeAccumulator( { XAccumulator::kAccumulateMean, XAccumulator::kAccumulateCount } );
 
 /// Plates, treatments and areas.
-XPivotTable MakeTable()
+XPivotTable MakeCells()
 {
     XPivotTable table;
     table.AddColumn(
@@ -55,7 +55,7 @@ using XTexts = XVector<XString>;
 
 TEST( XPivotTablePivot, ReducesCellsOfRowAndColumnKeys )
 {
-    const XPivotTable pivot = MakeTable().Pivot( { 0 }, { 1 }, { { 2, kMeanAndCount } } );
+    const XPivotTable pivot = MakeCells().Pivot( { 0 }, { 1 }, { { 2, kMeanAndCount } } );
     EXPECT_EQ(
         NamesOf( pivot ),
         ( XTexts{
@@ -71,10 +71,10 @@ TEST( XPivotTablePivot, ReducesCellsOfRowAndColumnKeys )
 TEST( XPivotTablePivot, HeadsColumnsByAccumulatorAndValue )
 {
     const auto spread = MakeAccumulator( { XAccumulator::kAccumulateVarSD, XAccumulator::kAccumulateNone } );
-    const XPivotTable one = MakeTable().Pivot( { 1 }, {}, { { 2, spread } } );
+    const XPivotTable one = MakeCells().Pivot( { 1 }, {}, { { 2, spread } } );
     EXPECT_EQ( NamesOf( one ), ( XTexts{ "Name", "Value (px) (C1)", "Variance (C1)", "S.D. (px) (C1)" } ) );
     EXPECT_EQ( TextsOf( one, 0 ), ( XTexts{ "drug", "-", "1", "1" } ) );
-    const XPivotTable two = MakeTable().Pivot(
+    const XPivotTable two = MakeCells().Pivot(
         {}, { 1, 0 }, { { 2, XAccumulator( XAccumulator::kAccumulateSum ) }, { 1, spread } } );
     EXPECT_EQ( NamesOf( two )[0], XString( "drug, 10: Area: Sum (px) (C1)" ) );
     EXPECT_EQ( NamesOf( two )[4], XString( "none, -2: Area: Sum (px) (C1)" ) );
@@ -126,7 +126,7 @@ TEST( XPivotTablePivot, HeadsColumnsOfKeysThatLookAlikeDifferently )
 
 TEST( XPivotTablePivot, OrdersPagesThenRows )
 {
-    const XPivotTable pivot = MakeTable().PagePivot( { 1 }, { 0 }, {}, { { 2, XAccumulator() } } );
+    const XPivotTable pivot = MakeCells().PagePivot( { 1 }, { 0 }, {}, { { 2, XAccumulator() } } );
     EXPECT_EQ(
         NamesOf( pivot ), ( XTexts{ "Internal Page Column", "Name", "Timepoint", "Mean (px) (C1)" } ) );
     ASSERT_EQ( pivot.GetNumRows(), 3u );
@@ -137,7 +137,7 @@ TEST( XPivotTablePivot, OrdersPagesThenRows )
 
 TEST( XPivotTablePivot, ContractsGroupsToRows )
 {
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeCells();
     table.Contract( { 0 }, { { 2, XAccumulator( XAccumulator::kAccumulateMinMax ) } } );
     EXPECT_EQ( NamesOf( table ), ( XTexts{ "Timepoint", "Name", "Min (px) (C1)", "Max (px) (C1)" } ) );
     ASSERT_EQ( table.GetNumRows(), 2u );
@@ -177,7 +177,7 @@ TEST( XPivotTablePivot, ShowsReferencesByTheirNumbers )
 
 TEST( XPivotTablePivot, OfNothing )
 {
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeCells();
     table.Clear();
     EXPECT_EQ( table.Pivot( { 0 }, { 1 }, { { 2, kMeanAndCount } } ).GetNumColumns(), 1u );
     const XPivotTable total = table.Pivot( {}, {}, { { 2, kMeanAndCount } } );

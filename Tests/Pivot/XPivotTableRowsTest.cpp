@@ -4,7 +4,7 @@
 namespace
 {
 /// A number and a text per row, and the row's number before anything moved.
-XPivotTable MakeTable(
+XPivotTable MakeRows(
     const std::vector<std::optional<double>>& inNumbers, const std::vector<std::optional<XString>>& inTexts )
 {
     XPivotTable table;
@@ -17,9 +17,9 @@ XPivotTable MakeTable(
     return table;
 }
 
-XPivotTable MakeTable()
+XPivotTable MakeRows()
 {
-    return MakeTable(
+    return MakeRows(
         { 2.0, kNaN, 2.0, std::nullopt, 1.0, -0.0, 0.0 },
         { "b", "a", "a10", "", "a9", std::nullopt, "a10" } );
 }
@@ -32,12 +32,12 @@ XRows RowsOf( const XPivotTable& inTable )
 
 TEST( XPivotTableSort, TakesEachKeyInItsDirection )
 {
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeRows();
     XRows order;
     table.Sort( { { 0, kSortDescending }, { 1, kSortAscending } }, &order );
     EXPECT_EQ( order, ( XRows{ 2, 0, 4, 5, 6, 3, 1 } ) ); // NaN and missing numbers are equal
     EXPECT_EQ( RowsOf( table ), order );
-    table = MakeTable();
+    table = MakeRows();
     table.Sort( { { 0 }, { 1, kSortDescending } } );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 1, 3, 6, 5, 4, 0, 2 } ) );
     table.Sort( XVector<XPivotTable::XSortKey>() );
@@ -48,7 +48,7 @@ TEST( XPivotTableSort, TakesEachKeyInItsDirection )
 TEST( XPivotTableFilter, CombinesWithAndAndOr )
 {
     using XFilter = XPivotTableFilter;
-    XPivotTable table = MakeTable();
+    XPivotTable table = MakeRows();
     const XFilter isTwo( 0, kFilterEqual, 2.0 );
     const XFilter isLong( 1, kFilterContains, XString( "10" ) );
     const XFilter isNotTwo( 0, kFilterNotEqual, 2.0 );
@@ -64,7 +64,7 @@ TEST( XPivotTableFilter, CombinesWithAndAndOr )
 
 TEST( XPivotTableRows, AreDuplicated )
 {
-    XPivotTable table = MakeTable( { 1.0, 2.0, 3.0 }, { "a", "b", "c" } );
+    XPivotTable table = MakeRows( { 1.0, 2.0, 3.0 }, { "a", "b", "c" } );
     table.DuplicateRows( { 2, 0, 2 } );
     EXPECT_EQ( RowsOf( table ), ( XRows{ 0, 0, 1, 2, 2, 2 } ) );
     EXPECT_ERROR( 1006, table.DuplicateRows( { 6 } ) );
@@ -79,7 +79,7 @@ TEST( XPivotTableRows, AreDuplicated )
 
 TEST( XPivotTableRows, LoseDuplicates )
 {
-    XPivotTable table = MakeTable(
+    XPivotTable table = MakeRows(
         { 0.0, kNaN, -0.0, std::nullopt, kNaN, std::nullopt, kNaN }, { "", "a", "", "a", "a", "a", "a b" } );
     XRows kept;
     table.RemoveDuplicates( { 0, 1 }, &kept );
@@ -99,7 +99,7 @@ TEST( XPivotTableRows, LoseDuplicates )
 
 TEST( XPivotTableGroups, AreTheSameWhenHashesCollide )
 {
-    const XPivotTable table = MakeTable();
+    const XPivotTable table = MakeRows();
     const XVector<const XPivotColumn*> keys = { &table.GetColumn( 0 ), &table.GetColumn( 1 ) };
     const auto groups = XGroupPivotTableRows( keys, table.GetNumRows() );
     const auto collided = XGroupPivotTableRows( keys, table.GetNumRows(), 1 );

@@ -3,9 +3,6 @@
 namespace
 {
 const XPivotColumnDescriptor kArea( kPivotArea, "", "", "px" );
-const XUUID kFirst( "00000000-0000-0000-0000-000000000001" );
-const XUUID kSecond( "00000000-0000-0000-0000-000000000002" );
-const XUUID kThird( "00000000-0000-0000-0000-000000000003" );
 
 /// Areas and names that belong together, and an unknown column.
 XPivotTable MakeTable( const std::vector<std::optional<double>>& inAreas )

@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr USize64 kSize = 200'000;
+constexpr USize64 kDamagedSize = 200'000;
 
 /// Files are cut off as soon as a view of them is there.
 struct DamagingManager : TestManager
@@ -36,7 +36,7 @@ private:
 /// Purged, so that the next lock is of a damaged file.
 XMappedFileMemoryHandle MakePurged()
 {
-    XMappedFileMemoryHandle handle( kSize );
+    XMappedFileMemoryHandle handle( kDamagedSize );
     Fill( handle, 1 );
     handle.GetBlock()->Purge();
     return handle;
@@ -69,8 +69,8 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, mode ) );
         EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
         handle.Purge();
-        manager.FreeMemory( kSize, XMemoryManager::kFreeWithoutLogEntry );
-        EXPECT_LT( kSize, manager.GetBytesInUse() ); // what was written is still there
+        manager.FreeMemory( kDamagedSize, XMemoryManager::kFreeWithoutLogEntry );
+        EXPECT_LT( kDamagedSize, manager.GetBytesInUse() ); // what was written is still there
         EXPECT_EQ( 0u, manager.GetPurgeableBlockCount() );
         XMappedFileMemoryHandle copy( handle );
         XMemStream stream;
@@ -80,14 +80,14 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
             [&] { handle.CopyDataTo( &byte, 1 ); },
             [&] { copy.CopyDataFrom( &byte, 1 ); },
             [&] { handle.CloneMemory(); },
-            [&] { copy.Resize( kSize / 2 ); },
+            [&] { copy.Resize( kDamagedSize / 2 ); },
             [&] { handle.WriteStream2( stream ); },
             [&] { handle.Clear(); },
         };
         for ( const auto& attempt : attempts )
             EXPECT_EQ( 1020u, ErrorOf( attempt ) );
         copy.Empty();
-        for ( const USize64 size : { kSize / 2, 2 * kSize } )
+        for ( const USize64 size : { kDamagedSize / 2, 2 * kDamagedSize } )
             EXPECT_ERROR( 1020, handle.Resize( size ) );
         handle.Empty();
         EXPECT_EQ( 0u, manager.GetBytesInUse() );
@@ -127,8 +127,8 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
         auto growing = MakePurged();
         growing.CopyDataTo( bytes, 10 );
         EXPECT_EQ( 0, ::ftruncate( file, 4096 ) );
-        EXPECT_ERROR( 1020, growing.Resize( 2 * kSize ) );
-        EXPECT_EQ( kSize, growing.GetDataSize() );
+        EXPECT_ERROR( 1020, growing.Resize( 2 * kDamagedSize ) );
+        EXPECT_EQ( kDamagedSize, growing.GetDataSize() );
     }
     // An object in front of the damage.
     XMappedFileMemoryHandle handle( 0 );
@@ -147,14 +147,14 @@ TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
 {
     using Block = XMappedFileMemoryBlock;
     const TestFolder folder;
-    const auto path = folder.Write( "data", std::string( kSize, 'a' ) );
+    const auto path = folder.Write( "data", std::string( kDamagedSize, 'a' ) );
     for ( const auto mode : { Block::kPrivate, Block::kPrivatePages, Block::kPublic } )
     {
         DamagingManager manager;
-        XMappedFileMemoryHandle handle( path, 0, kSize, WFile::kReadWrite, 0, mode );
+        XMappedFileMemoryHandle handle( path, 0, kDamagedSize, WFile::kReadWrite, 0, mode );
         const auto repair = [&]
         {
-            std::filesystem::resize_file( path, kSize );
+            std::filesystem::resize_file( path, kDamagedSize );
             manager.SetDamaging( false );
         };
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForRead ) );
@@ -177,7 +177,7 @@ TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
         EXPECT_EQ( ( std::pair{ 1020u, 1020u } ), Touch( handle, kLockForReadWrite ) );
         repair();
         EXPECT_ERROR( 1020, handle.CopyDataTo( &byte, 1 ) );
-        EXPECT_ERROR( 1020, handle.Resize( 2 * kSize ) );
+        EXPECT_ERROR( 1020, handle.Resize( 2 * kDamagedSize ) );
         EXPECT_ERROR( 1020, handle.GetBlock()->Purge() );
     }
 }

@@ -12,7 +12,6 @@
 namespace
 {
 
-constexpr USize64 kMiB = 1 << 20;
 } // namespace
 
 TEST( MemoryLimits, AShortDiskCostsNothingThatIsInMemory )

@@ -53,7 +53,7 @@ bool IsMemoryRefused()
 namespace
 {
 
-constexpr USize64 kSize = 20'000;
+constexpr USize64 kBlockSize = 20'000;
 constexpr USize64 kFileSize = 200'000; // above the heap threshold
 
 struct Memory
@@ -66,9 +66,9 @@ struct Memory
     }
 
     TestManager manager;
-    XMappedFileMemoryHandle fresh{ kSize };
-    XMappedFileMemoryHandle purged{ kSize };
-    XMappedFileMemoryHandle inMemory{ kSize };
+    XMappedFileMemoryHandle fresh{ kBlockSize };
+    XMappedFileMemoryHandle purged{ kBlockSize };
+    XMappedFileMemoryHandle inMemory{ kBlockSize };
 };
 
 /// Whatever has failed: what is in memory is on the list and in the books, and all bytes are there.
@@ -116,10 +116,10 @@ TEST( NoMemory, LeavesBlocksAsTheyWere )
     const auto lockFresh = []( Memory& ioMemory ) { const XLock lock( ioMemory.fresh, kLockForWrite ); };
     const auto lockPurged = []( Memory& ioMemory ) { const XLock lock( ioMemory.purged, kLockForRead ); };
     const auto purge = []( Memory& ioMemory ) { ioMemory.inMemory.GetBlock()->Purge(); };
-    const auto grow = []( Memory& ioMemory ) { ioMemory.purged.GetBlock()->Resize( 2 * kSize ); };
+    const auto grow = []( Memory& ioMemory ) { ioMemory.purged.GetBlock()->Resize( 2 * kBlockSize ); };
     const auto checkGrown = []( Memory& ioMemory )
     {
-        ioMemory.purged.Resize( kSize );
+        ioMemory.purged.Resize( kBlockSize );
         CheckMemory( ioMemory );
     };
     EXPECT_GT( FailEachAllocation<Memory>( lockFresh, CheckMemory ), 2 );
@@ -152,13 +152,13 @@ TEST( NoMemory, LeavesRangesOfFilesAsTheyWere )
 TEST( NoMemory, IsAnErrorOfWholePagesAndAnEndOfTheSelfTest )
 {
     const auto use = []( TestManager& ioManager )
-    { ioManager.PageAlignedFree( ioManager.PageAlignedAlloc( kSize ) ); };
+    { ioManager.PageAlignedFree( ioManager.PageAlignedAlloc( kBlockSize ) ); };
     const auto check = []( TestManager& ioManager ) { EXPECT_EQ( 0u, ioManager.GetBytesInUse() ); };
     EXPECT_GT( FailEachAllocation<TestManager>( use, check ), 0 );
     for ( int i = 0; i < 40; ++i )
     {
-        TestManager manager( 3 * kSize );
-        EXPECT_EQ( 0u, ErrorWithout( i, [&] { manager.TestOutOfMemory( kSize ); } ) );
+        TestManager manager( 3 * kBlockSize );
+        EXPECT_EQ( 0u, ErrorWithout( i, [&] { manager.TestOutOfMemory( kBlockSize ); } ) );
         EXPECT_EQ( 0u, manager.GetBytesInUse() );
     }
 }

@@ -11,8 +11,8 @@
 
 namespace
 {
-constexpr std::uint32_t kWidth = 64, kHeight = 64;
-constexpr std::uint64_t kPageBytes = 2 * kWidth * kHeight;
+constexpr std::uint32_t kPageWidth = 64, kPageHeight = 64;
+constexpr std::uint64_t kPageBytes = 2 * kPageWidth * kPageHeight;
 
 struct DamagedPage : ProgramRun
 {
@@ -24,8 +24,8 @@ struct DamagedPage : ProgramRun
         std::mt19937 random( 1 );
         std::vector<WImagePage> pages;
         for ( int i = 0; i < inPages; ++i )
-            pages.push_back(
-                MakePage<std::uint16_t>( kWidth, MakeNoise<std::uint16_t>( random, kWidth * kHeight, 9 ) ) );
+            pages.push_back( MakePage<std::uint16_t>(
+                kPageWidth, MakeNoise<std::uint16_t>( random, kPageWidth * kPageHeight, 9 ) ) );
         return WritePages( inName, pages );
     }
 
