@@ -200,6 +200,11 @@ TEST( XNetJobDispatcherTest, RefusesOtherVersionsAndEvents )
     service.Send( client, XNetJobEvent::kStop, 0, 7 );
     service.dispatcher.LogOff( service.now, node );
     EXPECT_EQ( service.Take( client ), "failed 7" );
+    // Of an earlier service: without an answer, the client would repeat the request at each logon.
+    const std::uint32_t holder = service.AddNode( 0, { Service::Make( XNetJobEvent::kHolds, client, 8 ) } );
+    service.Send( client, XNetJobEvent::kStop, 0, 8 );
+    EXPECT_EQ( service.Take( client ), "failed 8" );
+    EXPECT_EQ( service.Take( holder ), "taken 8" );
 }
 
 TEST( XNetJobDispatcherTest, PassesTheNewestNoticesOnAndCountsWhatHappened )

@@ -4,7 +4,9 @@
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XProgressChangedMessage.h"
 #include "Messaging/Recorder.h"
+#include "NetJobs/Internal/XStoredBytes.h"
 #include "NetJobs/NumberJob.h"
+#include "NetJobs/XControlBridge.h"
 #include "NetJobs/XNetJobCompletedMessage.h"
 #include "NetJobs/XNetJobControl.h"
 #include "NetJobs/XNetJobDeployment.h"
@@ -242,4 +244,105 @@ TEST_F( XNetJobQueueTest, RefusesAnIncompatibleServiceAndWaitsForAMissingOne )
     itsControl.Start( itsDeployment.control );
     early.WaitForQueueEmpty( kPatience );
     ExpectEachEndedOnce( 1 );
+}
+
+TEST_F( XNetJobQueueTest, StopsAJobThatWasStoppedWhileTheServiceRefusedIt )
+{
+    Gate hasStarted( 1 );
+    std::atomic<bool> wasStopped = false;
+    NumberJob::sBody = [&]( std::uint32_t )
+    {
+        hasStarted.CountDown();
+        try
+        {
+            RunUntilStopped();
+        }
+        catch ( const XStopThreadException& )
+        {
+            wasStopped = true;
+            throw;
+        }
+    };
+    AddNode( 1 );
+    XNetJobQueue queue( itsDeployment );
+    Attach( queue, 1 );
+    queue.Start();
+    hasStarted.Wait();
+    itsControl.Stop();
+    queue.StopTaggedJobs( 1 );
+    const XAppVersion own = XAppVersion::GetCurrent();
+    XAppVersion::SetCurrent( XAppVersion( "another application", 1, 0, 0 ) );
+    {
+        XNetJobControl other( MakeTestCipher() );
+        XAppVersion::SetCurrent( own );
+        other.Start( itsDeployment.control );
+        EXPECT_TRUE( Await( [&] { return queue.GetConnectionError() == 3092; } ) );
+    }
+    itsControl.Start( itsDeployment.control );
+    EXPECT_TRUE( Await( [&] { return wasStopped.load(); } ) );
+}
+
+namespace
+{
+
+/// A client that makes each call itself.
+class BareClient
+{
+public:
+    explicit BareClient( const XNetJobDeployment& inDeployment )
+    {
+        for ( XControlBridge* const bridge : { &sender, &receiver, &late } )
+            bridge->Connect( inDeployment.control, kPatience );
+    }
+    void LogOn()
+    {
+        id = sender.LogOnClient( XAppVersion::XAppAndComputerInfo::GetCurrent(), id ).GetClientID();
+    }
+    void Submit( std::uint32_t inJob )
+    {
+        const NumberJob job( inJob );
+        sender.Send(
+            id, { { XNetJobEvent::kSubmit, id, 1, inJob, job.GetVersion(), XStoreAsBytes( job ) } } );
+    }
+    /// The result code of the next job that has ended.
+    std::uint32_t AwaitResult()
+    {
+        for ( const XTimer timer( kPatience ); !timer.HasExpired(); )
+            for ( const XNetJobEvent& event : receiver.Receive( id, 1000 ) )
+                if ( event.kind == XNetJobEvent::kEnded )
+                    return XReadFromBytes<XNetJobResult>( event.bytes )->GetResultCode();
+        return kErrorTimedOut;
+    }
+
+    XControlBridge sender{ XRPCBridge::kClient, MakeTestCipher() };
+    XControlBridge receiver{ XRPCBridge::kClient, MakeTestCipher() };
+    XControlBridge late{ XRPCBridge::kClient, MakeTestCipher() };
+    std::uint32_t id = 0;
+};
+
+} // namespace
+
+TEST_F( XNetJobQueueTest, DoesNotTakeTheEndOfAStoppedRunForAResultAndGivesEventsToOneConnection )
+{
+    Gate hasStarted( 1 );
+    std::atomic<bool> runsAtOnce = false;
+    NumberJob::sBody = [&]( std::uint32_t )
+    {
+        if ( runsAtOnce )
+            return;
+        hasStarted.CountDown();
+        RunUntilStopped();
+    };
+    const XNetJobQueueNode& node = AddNode( 1 );
+    BareClient client( itsDeployment );
+    client.LogOn();
+    client.Submit( 1 );
+    hasStarted.Wait();
+    runsAtOnce = true;
+    client.sender.LogOff( client.id ); // as if lost: its job is dropped
+    EXPECT_TRUE( Await( [&] { return node.GetJobCount() == 0; } ) );
+    client.LogOn();
+    client.Submit( 1 );
+    EXPECT_EQ( client.AwaitResult(), 0u );
+    EXPECT_ERROR( 3100, client.late.Receive( client.id, 0 ) ); // would lose what it is given
 }

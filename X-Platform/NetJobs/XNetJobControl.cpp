@@ -5,6 +5,7 @@
 #include "NetJobs/XNetJobControl.h"
 
 #include "Core/Errors/Internal/XSwallowErrors.h"
+#include "Core/Errors/XErrorLog.h"
 #include "Core/Times/XTimer.h"
 #include "NetJobs/Internal/XNetJobDispatcher.h"
 #include "NetJobs/XControlBridge.h"
@@ -17,6 +18,7 @@
 #include <algorithm>
 #include <chrono>
 #include <map>
+#include <utility>
 
 namespace
 {
@@ -81,14 +83,16 @@ public:
     XEvents Receive( const Logon& inLogon, std::uint32_t inTimeoutMS );
     void LogOff( const Logon& inLogon );
     void ConnectionHasEnded( const Logon& inLogon );
-    /// The present logon of the peer. Throws 3100 if it is not logged on.
-    Logon FindLogon( std::uint32_t inID );
+    /// The present logon of the peer, whose events the caller receives from now on. Throws 3100 if the peer is not logged
+    /// on, or if another connection receives them: a late call of an earlier connection would lose what it is given.
+    Logon ClaimEvents( std::uint32_t inID );
     XNetJobStatus GetStatus();
 
 private:
     struct Session
     {
         std::uint64_t serial = 0; // of the logon
+        bool isClaimed = false;   // a connection receives its events
         std::shared_ptr<XConditionVariable> hasChanged = std::make_shared<XConditionVariable>();
     };
 
@@ -143,7 +147,7 @@ public:
     XEvents ReceiveSelf( std::uint32_t inID, std::uint32_t inTimeoutMS ) override
     {
         if ( itsReceivingLogon.id != inID )
-            itsReceivingLogon = itsService.FindLogon( inID );
+            itsReceivingLogon = itsService.ClaimEvents( inID );
         return itsService.Receive( itsReceivingLogon, inTimeoutMS );
     }
     XNetJobStatus GetStatusSelf() override { return itsService.GetStatus(); }
@@ -201,7 +205,7 @@ void XNetJobControl::XImp::Stop()
 std::int32_t XNetJobControl::XImp::RunThreadSelf()
 {
     for ( ;; SleepThread( kTickPeriodMS, true ) )
-        Tick();
+        XSwallowErrors( [this] { Tick(); }, [] { XErrorLog::AddCurrentException( "control service" ); } );
 }
 
 void XNetJobControl::XImp::Tick()
@@ -234,12 +238,13 @@ XNetJobControl::XImp::Session& XNetJobControl::XImp::GetSession( const Logon& in
     return *session;
 }
 
-Logon XNetJobControl::XImp::FindLogon( std::uint32_t inID )
+Logon XNetJobControl::XImp::ClaimEvents( std::uint32_t inID )
 {
     const XThreadLock lock( itsMutex );
     const auto found = itsSessions.find( inID );
     const Logon logon{ inID, found == itsSessions.end() ? 0 : found->second.serial };
-    GetSession( logon );
+    if ( std::exchange( GetSession( logon ).isClaimed, true ) )
+        XThrow( kErrorDisconnected );
     return logon;
 }
 

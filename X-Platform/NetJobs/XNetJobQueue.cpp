@@ -234,7 +234,7 @@ void XNetJobQueue::XImp::PrepareLogon()
     itsOutgoing.clear();
     itsUnsubmitted.clear();
     itsWindowJobs = itsWindowBytes = 0;
-    for ( const std::uint32_t id : std::exchange( itsStoppedJobs, {} ) )
+    for ( const std::uint32_t id : itsStoppedJobs ) // until the service has reported them as ended
         Post( XNetJobEvent::kStop, id );
     for ( auto& [id, job] : itsJobs )
     {

@@ -69,7 +69,7 @@ struct NodeJob
     std::uint64_t serial = 0;    // its place among the waiting jobs, and its tag in the local queue
     bool isRunning = false;      // in the local queue
     bool hasStarted = false;
-    bool isReturning = false;        // return it instead of reporting that it was stopped
+    bool isReturning = false;        // to be stopped: an end without success counts as no end
     std::optional<XNetJobEvent> end; // has ended: until it is taken
     XNetJobQueue::XJobProgressInfo progress;
 };
@@ -114,7 +114,7 @@ private:
     NodeJob* FindRunning( const XJobKey& inKey, std::uint64_t inSerial );
     void RunNext();
     void Post( XNetJobEvent inEvent );
-    void ReturnWaiting();
+    void ReturnWaiting( Jobs::iterator inJob );
 
     const XSettings itsSettings;
     const std::uint32_t itsWorkers;
@@ -234,7 +234,8 @@ void XNetJobQueueNode::XImp::Stop( std::uint32_t inTimeoutMS )
         const XThreadLock lock( itsMutex );
         itsIsStopping = true;
         Post( { XNetJobEvent::kAcceptsNoJobs, 0, 0, 0 } );
-        ReturnWaiting();
+        while ( !itsWaitingJobs.empty() )
+            ReturnWaiting( itsJobs.find( itsWaitingJobs.begin()->second ) );
         while ( itsRunningCount > 0 && !timer.HasExpired() )
             itsJobHasEnded.Sleep( itsMutex, timer.GetRemainingMS(), true );
         for ( auto& [key, job] : itsJobs )
@@ -362,7 +363,8 @@ void XNetJobQueueNode::XImp::Assign( const XNetJobEvent& inEvent )
     itsWaitingJobs.emplace( job.serial, key );
 }
 
-/// A job that waits ends as stopped, one that runs at its next checkpoint.
+/// Returns a job that waits now, one that runs at its next checkpoint. The end of a stopped run is not reported as a
+/// result: the client may have submitted the job again meanwhile.
 void XNetJobQueueNode::XImp::StopJob( const XJobKey& inKey )
 {
     std::uint64_t serial = 0;
@@ -371,14 +373,10 @@ void XNetJobQueueNode::XImp::StopJob( const XJobKey& inKey )
         const auto found = itsJobs.find( inKey );
         if ( found == itsJobs.end() || found->second.end )
             return;
-        NodeJob& job = found->second;
-        serial = job.serial;
-        if ( itsWaitingJobs.erase( serial ) > 0 )
-        {
-            job.bytes.clear();
-            job.end = MakeEnd( inKey, XJob::kStopped, nullptr, 0 );
-            return Post( *job.end );
-        }
+        serial = found->second.serial;
+        if ( itsWaitingJobs.contains( serial ) )
+            return ReturnWaiting( found );
+        found->second.isReturning = true;
     }
     itsQueue.AsyncStopTaggedJobs( static_cast<std::int64_t>( serial ) );
 }
@@ -388,10 +386,8 @@ void XNetJobQueueNode::XImp::Recall( const XJobKey& inKey )
 {
     const XThreadLock lock( itsMutex );
     const auto found = itsJobs.find( inKey );
-    if ( found == itsJobs.end() || itsWaitingJobs.erase( found->second.serial ) == 0 )
-        return;
-    itsJobs.erase( found );
-    Post( MakeEvent( XNetJobEvent::kReturned, inKey ) );
+    if ( found != itsJobs.end() && itsWaitingJobs.contains( found->second.serial ) )
+        ReturnWaiting( found );
 }
 
 void XNetJobQueueNode::XImp::Forget( const XJobKey& inKey )
@@ -412,14 +408,11 @@ void XNetJobQueueNode::XImp::Forget( const XJobKey& inKey )
     itsQueue.AsyncStopTaggedJobs( static_cast<std::int64_t>( serial ) );
 }
 
-void XNetJobQueueNode::XImp::ReturnWaiting()
+void XNetJobQueueNode::XImp::ReturnWaiting( Jobs::iterator inJob )
 {
-    for ( const auto& [serial, key] : itsWaitingJobs )
-    {
-        itsJobs.erase( key );
-        Post( MakeEvent( XNetJobEvent::kReturned, key ) );
-    }
-    itsWaitingJobs.clear();
+    Post( MakeEvent( XNetJobEvent::kReturned, inJob->first ) );
+    itsWaitingJobs.erase( inJob->second.serial );
+    itsJobs.erase( inJob );
 }
 
 // ---- Running
@@ -492,7 +485,7 @@ void XNetJobQueueNode::XImp::JobHasEnded(
     itsJobHasEnded.Broadcast();
     if ( NodeJob* const job = FindRunning( inKey, inSerial ) )
     {
-        if ( job->isReturning && inResultCode == XJob::kStopped )
+        if ( job->isReturning && inResultCode != 0 )
         {
             itsJobs.erase( inKey );
             Post( MakeEvent( XNetJobEvent::kReturned, inKey ) );

@@ -165,6 +165,7 @@ private:
     void Send( std::uint32_t inID, const XNetJobEvent& inEvent );
     void Submit( const XJobKey& inKey, XNetJobEvent& ioEvent );
     void Take( const XJobKey& inKey );
+    void StopUnknown( const XJobKey& inKey );
     void HandleReport( XTimeMS inNow, std::uint32_t inNodeID, const XNetJobEvent& inEvent );
     void HandleEnd( XTimeMS inNow, std::uint32_t inNodeID, TrackedJob& ioJob, const XNetJobEvent& inEvent );
     bool MayBeSubmitted( XTimeMS inNow, std::uint32_t inClientID );
@@ -222,7 +223,7 @@ XNetJobDispatcher::XImp::ChooseID( std::uint32_t inFormerID, const XUUID& inInst
 std::uint32_t XNetJobDispatcher::XImp::LogOn(
     XTimeMS inNow, const XAppVersion::XAppAndComputerInfo& inInfo, std::uint32_t inFormerID, bool inIsNode )
 {
-    const Peer peer{ inIsNode, inInfo, 0, inNow, inNow };
+    Peer peer{ inIsNode, inInfo, 0, inNow, inNow };
     if ( !itsAppVersion.IsCompatibleWith( inInfo.GetAppVersion() ) )
     {
         AddFailure(
@@ -232,6 +233,8 @@ std::uint32_t XNetJobDispatcher::XImp::LogOn(
         XThrow( kErrorClientTooNew );
     }
     const std::uint32_t id = ChooseID( inFormerID, inInfo.GetInstanceID(), inIsNode );
+    if ( const Peer* const former = FindPeer( id ) )
+        peer.completedJobs = former->completedJobs;
     itsPeers[id] = peer;
     XSessionLogManager::Log( kLogInformation, ( peer.Describe() + " has logged on" ).c_str() );
     return id;
@@ -327,7 +330,7 @@ void XNetJobDispatcher::XImp::HandleClientEvent( XNetJobEvent inEvent )
     case XNetJobEvent::kSubmitSuspended:
         return Submit( key, inEvent );
     case XNetJobEvent::kStop:
-        return scheduler.StopJob( key );
+        return FindJob( key ) ? scheduler.StopJob( key ) : StopUnknown( key );
     case XNetJobEvent::kSuspend:
         return scheduler.SuspendJob( key );
     case XNetJobEvent::kResume:
@@ -365,6 +368,16 @@ void XNetJobDispatcher::XImp::Take( const XJobKey& inKey )
         return;
     Send( job->resultNodeID, MakeEvent( XNetJobEvent::kTaken, inKey ) );
     itsJobs.erase( inKey );
+}
+
+/// A job that was submitted to an earlier service, or has ended and been taken.
+void XNetJobDispatcher::XImp::StopUnknown( const XJobKey& inKey )
+{
+    const auto [first, last] = itsReports.equal_range( inKey );
+    for ( auto report = first; report != last; ++report )
+        Send( report->second.nodeID, MakeEvent( XNetJobEvent::kTaken, inKey ) );
+    itsReports.erase( first, last );
+    Send( inKey.clientID, MakeEvent( XNetJobEvent::kFailed, inKey, kErrorJobStopped ) );
 }
 
 void XNetJobDispatcher::XImp::HandleNodeEvent(

@@ -234,8 +234,12 @@ bool XNetJobSession::TryToLogOn()
     catch ( const XException& error )
     {
         NoteFailure( error );
-        return false;
     }
+    catch ( const std::exception& )
+    {
+        XErrorLog::AddCurrentException( "control service" );
+    }
+    return false;
 }
 
 /// Sends until the connection is lost or the session has logged off.
@@ -246,7 +250,7 @@ void XNetJobSession::SendBatches()
         while ( AwaitWork() && SendOnce() )
             ;
     }
-    catch ( const XException& )
+    catch ( const std::exception& )
     {
         Disconnect();
     }
@@ -304,15 +308,13 @@ void XNetJobSession::ReceiveLoop()
     std::uint32_t id = 0;
     while ( const XBridgePtr receiver = AwaitReceiver( id ) )
     {
-        try
+        const auto receive = [&]
         {
             for ( ;; )
                 if ( const XEvents events = receiver->Receive( id, kHeartbeatMS ); !events.empty() )
                     itsHooks.handleEvents( events );
-        }
-        catch ( const XException& )
-        {
-        }
+        };
+        XSwallowErrors( receive );
         bool isPresent = false;
         {
             const XThreadLock lock( itsMutex );
