@@ -424,7 +424,8 @@ void XNetJobQueue::XImp::End(
         return;
     EndedJob ended = Remove( found, inResultCode );
     // A body that has set no result has one of the base class.
-    if ( inResult && typeid( *inResult ) != typeid( XNetJobResult ) )
+    const XNetJobResult* const result = inResult.get();
+    if ( result && typeid( *result ) != typeid( XNetJobResult ) )
         ended.job->SetResult( std::move( inResult ) );
     itsEndedJobs.push_back( std::move( ended ) );
     itsNotice.Post();
