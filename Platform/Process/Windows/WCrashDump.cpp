@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 
 #include <windows.h>
@@ -9,8 +10,10 @@
 #include <dbghelp.h>
 
 // The registers and the call stack of a context, with the names of functions from the debug help library. The
-// walk starts from a copy of the context, because StackWalk64 changes it. Symbols are loaded on the first
-// dump only (SymInitialize with invasion of the process), as this takes long.
+// walk starts from a copy of the context, because StackWalk64 changes it. Modules are listed on the first dump
+// only (SymInitialize with invasion of the process) and their symbols loaded when a frame needs them, as this
+// takes long. Memory is read directly where it can be: through the system, each word costs a switch to another
+// process under Wine.
 
 namespace
 {
@@ -80,6 +83,38 @@ void DescribeFrame( DWORD64 inAddress, std::string& ioText )
     ioText += "\r\n";
 }
 
+bool IsReadable( DWORD64 inAddress, DWORD inSize )
+{
+    MEMORY_BASIC_INFORMATION region = {};
+    if ( !::VirtualQuery( reinterpret_cast<const void*>( inAddress ), &region, sizeof( region ) ) )
+        return false;
+    const auto end = reinterpret_cast<std::uintptr_t>( region.BaseAddress ) + region.RegionSize;
+    return region.State == MEM_COMMIT && ( region.Protect & ( PAGE_NOACCESS | PAGE_GUARD ) ) == 0 &&
+        inSize <= end - inAddress;
+}
+
+/// Reads memory for the walk: the stack and what the modules say about it.
+BOOL CALLBACK ReadMemory( HANDLE inProcess, DWORD64 inAddress, void* outBytes, DWORD inSize, DWORD* outRead )
+{
+    if ( IsReadable( inAddress, inSize ) )
+    {
+        std::memcpy( outBytes, reinterpret_cast<const void*>( inAddress ), inSize );
+        *outRead = inSize;
+        return TRUE;
+    }
+    SIZE_T read = 0;
+    const BOOL isRead =
+        ::ReadProcessMemory( inProcess, reinterpret_cast<const void*>( inAddress ), outBytes, inSize, &read );
+    *outRead = static_cast<DWORD>( read );
+    return isRead;
+}
+
+BOOL InitialiseSymbols( HANDLE inProcess )
+{
+    ::SymSetOptions( ::SymGetOptions() | SYMOPT_DEFERRED_LOADS );
+    return ::SymInitialize( inProcess, nullptr, TRUE );
+}
+
 STACKFRAME64 GetInnermostFrame( const CONTEXT& inContext )
 {
     STACKFRAME64 frame = {};
@@ -96,14 +131,14 @@ void DescribeStack( CONTEXT inContext, std::string& ioText )
 {
     const HANDLE process = ::GetCurrentProcess();
     const std::lock_guard lock( GetSymbolMutex() );
-    static const BOOL sIsInitialised = ::SymInitialize( process, nullptr, TRUE );
+    static const BOOL sIsInitialised = InitialiseSymbols( process );
     if ( !sIsInitialised )
         return;
     STACKFRAME64 frame = GetInnermostFrame( inContext );
     for ( int i = 0; i < kMostFrames; ++i )
     {
         if ( !::StackWalk64(
-                 IMAGE_FILE_MACHINE_AMD64, process, ::GetCurrentThread(), &frame, &inContext, nullptr,
+                 IMAGE_FILE_MACHINE_AMD64, process, ::GetCurrentThread(), &frame, &inContext, ReadMemory,
                  ::SymFunctionTableAccess64, ::SymGetModuleBase64, nullptr ) )
             return;
         // The end of the stack.
