@@ -12,7 +12,7 @@ try
         throw std::runtime_error( "usage: measure_image IMAGE TABLE OVERLAY.png" );
     WInitCore core;
     XMeasureSettings settings; // Otsu's threshold on the first channel of each page
-    settings.objects.leastPixels = 20;
+    settings.leastPixels = 20;
     std::vector<XImageMeasurement> images( 1 );
     images[0].name = inArguments[1];
     XImageReader reader( inArguments[1] );

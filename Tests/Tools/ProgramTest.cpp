@@ -84,6 +84,10 @@ TEST_F( Program, RefusesWrongUsage )
           Split( "|nonsense|measure|measure % --channel C0|measure % --channel red|"
                  "measure % --threshold nan|measure % --threshold 12x|measure % --connectivity 6|"
                  "measure % --min-pixels -1|measure % -o ''|measure % --csv ''|measure % --log ''|"
+                 "measure % --threshold multiotsu|measure % --threshold multiotsu:11|"
+                 "measure % --threshold multiotsu:3:3|measure % --threshold local:8|measure % --threshold Li|"
+                 "measure % --threshold sauvola:1001|measure % --threshold-scale 0|measure % --smooth 0|"
+                 "measure % --smooth nan|measure % --median 101|measure % --subtract-background 0|"
                  "measure % --workers 0|measure % --inside x|measure % --pixel-size 0,5|"
                  "measure % --pixel-size 1,2,3|measure % --pixel-size inf|measure % --inside-channel C1|"
                  "measure % -o @same --csv @./same|measure % --csv %|sample @s --planes 0|"
@@ -346,6 +350,33 @@ TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
         expected = expected.empty() ? written : expected;
         EXPECT_EQ( written, expected ) << workers;
     }
+}
+
+TEST_F( Program, SegmentsAPreprocessedChannel )
+{
+    // Dark spots of one and of nine pixels on a slope; a NaN and an infinite sample beside them.
+    std::vector<float> samples( 40 * 30 );
+    for ( std::size_t i = 0; i < samples.size(); ++i )
+        samples[i] = static_cast<float>( 100 + i % 40 * 3 );
+    for ( const std::size_t i : { 5u, 410u, 411u, 412u, 450u, 451u, 452u, 490u, 491u, 492u } )
+        samples[i] -= 60;
+    samples[25] = std::nanf( "" );
+    samples[1010] = -std::numeric_limits<float>::infinity();
+    const auto page = MakePage( 40, samples );
+    const auto image = WriteStack( "image.tif", { &page } );
+    const auto count = [&]( const std::string& inOptions )
+    {
+        EXPECT_EQ( RunLine( "measure % --csv @out.csv " + inOptions, image ), 0 ) << itsError.str();
+        EXPECT_EQ(
+            itsError.str(),
+            "korvale: " + image +
+                ": page 0: 2 pixels are infinite or not a number and never part of an object\n" );
+        return std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ) - 1;
+    };
+    EXPECT_EQ( count( "--dark --subtract-background 3 --threshold 30" ), 2 );
+    EXPECT_EQ( count( "--dark --subtract-background 3 --median 1 --threshold isodata" ), 1 );
+    // Statistics are those of the original pixels.
+    EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",70,76,73," );
 }
 
 TEST_F( Program, KeepsALog )

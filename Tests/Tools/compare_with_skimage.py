@@ -15,6 +15,8 @@ import numpy as np
 import skimage.filters
 import skimage.io
 import skimage.measure
+import skimage.morphology
+import skimage.util
 import tifffile
 
 TOLERANCE = 1e-9
@@ -108,6 +110,44 @@ def find_level(samples: np.ndarray, threshold) -> float:
     return skimage.filters.threshold_otsu(samples) if threshold in (None, "otsu") else threshold
 
 
+def preprocess(plane: np.ndarray, options: dict) -> np.ndarray:
+    """The steps before the threshold, in their order. Results of Gaussians are kept as 32-bit floats, like ours."""
+    def smooth(image, sigma):
+        return skimage.filters.gaussian(image.astype("f8"), sigma, mode="nearest", preserve_range=True)
+
+    disk = skimage.morphology.disk
+    if "flatten" in options:
+        mean = smooth(plane, options["flatten"]).astype("f4")
+        plane = np.divide(plane.astype("f4"), mean, out=np.zeros(plane.shape, "f4"), where=mean != 0)
+    if "dark" in options:
+        plane = skimage.util.invert(plane)
+    if "median" in options:
+        plane = skimage.filters.median(plane, disk(options["median"]))
+    if "smooth" in options:
+        plane = smooth(plane, options["smooth"]).astype("f4")
+    if "subtract-background" in options:
+        plane = skimage.morphology.white_tophat(plane, disk(options["subtract-background"]))
+    return plane
+
+
+def find_mask(image: np.ndarray, options: dict) -> np.ndarray:
+    """The pixels above the threshold after preprocessing."""
+    plane = preprocess(image, options)
+    method, *numbers = str(options.get("threshold", "otsu")).split(":")
+    if method in ("otsu", "li", "triangle", "yen", "isodata"):
+        level = getattr(skimage.filters, "threshold_" + method)(plane.copy())
+    elif method == "multiotsu":
+        level = skimage.filters.threshold_multiotsu(plane, int(numbers[0]))[int(numbers[1]) - 1 if numbers[1:] else -1]
+    elif method == "local":
+        level = skimage.filters.threshold_local(plane.astype("f8"), int(numbers[0]))
+    elif method == "sauvola":
+        half = np.iinfo(image.dtype).max / 2 if image.dtype.kind == "u" else 1
+        level = skimage.filters.threshold_sauvola(plane.astype("f8"), int(numbers[0]), r=half)
+    else:
+        level = float(method)
+    return plane > level * options.get("threshold-scale", 1)
+
+
 def find_inside(plane: np.ndarray, labels: np.ndarray, threshold) -> np.ndarray:
     """The pixels of objects above the threshold of their object."""
     mask = np.zeros(labels.shape, bool)
@@ -117,11 +157,11 @@ def find_inside(plane: np.ndarray, labels: np.ndarray, threshold) -> np.ndarray:
     return mask
 
 
-def measure_page(page: np.ndarray, channel: int, threshold, connectivity: int, inside=None) -> list[dict]:
+def measure_page(page: np.ndarray, channel: int, connectivity: int, inside=None, segmentation=None) -> list[dict]:
     """The objects, then those inside them, each with the place of its parent."""
     plane = page[..., channel]
     rank = 1 if connectivity == 4 else 2
-    labels = skimage.measure.label(plane > find_level(plane, threshold), connectivity=rank)
+    labels = skimage.measure.label(find_mask(plane, segmentation or {}), connectivity=rank)
     rows = [measure_region(page, labels, region) | {"Parent": None} for region in skimage.measure.regionprops(labels)]
     if inside is None:
         return rows
@@ -169,17 +209,20 @@ def compare_row(our: dict, their: dict) -> list[str]:
     return faults
 
 
-def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, connectivity: int = 8,
-            inside=None, background=None) -> list[str]:
-    options = ["--channel", f"C{channel + 1}", "--threshold", "otsu" if threshold is None else repr(threshold),
-               "--connectivity", str(connectivity)]
+def compare(korvale: str, path: pathlib.Path, channel: int = 0, connectivity: int = 8, inside=None, background=None,
+            **segmentation) -> list[str]:
+    """Further arguments are options of the command, without dashes; True for those that take no value."""
+    segmentation = {name.replace("_", "-"): value for name, value in segmentation.items()}
+    options = ["--channel", f"C{channel + 1}", "--connectivity", str(connectivity)]
+    for name, value in segmentation.items():
+        options += ["--" + name] if value is True else ["--" + name, str(value)]
     if inside is not None:
         options += ["--inside", str(inside)]
     if background:
         options += ["--background", background, "--memory", "1M"]
     ours = measure_ours(korvale, path, *options)
-    theirs = measure_image(path, channel=channel, threshold=threshold, connectivity=connectivity, inside=inside,
-                           background=background)
+    theirs = measure_image(path, channel=channel, connectivity=connectivity, inside=inside, background=background,
+                           segmentation=segmentation)
     faults = []
     if len(ours) != len(theirs):
         faults.append(f"{len(ours)} objects, not {len(theirs)}")
@@ -187,7 +230,7 @@ def compare(korvale: str, path: pathlib.Path, channel: int = 0, threshold=None, 
         faults += compare_row(our, their)
         if our["Name"] != path.name:
             faults.append(f"name {our['Name']}")
-    print(f"{path.name}, C{channel + 1}, {threshold or 'otsu'}, {connectivity}, inside {inside}, background {background}: "
+    print(f"{path.name}, C{channel + 1}, {segmentation}, {connectivity}, inside {inside}, background {background}: "
           f"{len(ours)} objects, {len(faults)} faults", flush=True)
     return faults
 
@@ -200,6 +243,36 @@ def compare_area(korvale: str, path: pathlib.Path) -> list[str]:
     rows = measure_ours(korvale, path)
     return [f"area {row['Area (µm²)']}" for row in rows
             if differs(float(row["Area (µm²)"]), float(row["Pixel Count"]) * pixel, 0)]
+
+
+THRESHOLDS = ["otsu", "li", "triangle", "yen", "isodata", "multiotsu:2", "multiotsu:3", "multiotsu:3:1", "multiotsu:4",
+              "local:3", "local:35", "local:501", "sauvola:3", "sauvola:25", "sauvola:501"]
+FILTERS = [{"smooth": 0.5}, {"smooth": 2}, {"smooth": 20.5}, {"smooth": 150}, {"flatten": 30}, {"dark": True},
+           {"median": 1}, {"median": 2}, {"median": 3}, {"median": 4}, {"median": 5}, {"median": 12},
+           {"subtract-background": 1}, {"subtract-background": 7}, {"subtract-background": 25},
+           {"flatten": 40, "median": 2}, {"smooth": 1, "subtract-background": 10}, {"smooth": 1, "median": 6},
+           {"flatten": 25, "dark": True, "median": 1, "smooth": 1.5, "subtract-background": 20}]
+
+
+def compare_segmentation(korvale: str, folder: pathlib.Path) -> list[str]:
+    faults = []
+    for name in ("coins.png", "page.png", "camera.png", "cell.png", "chessboard_GRAY_U16.tif"):
+        for threshold in THRESHOLDS:
+            faults += compare(korvale, DATA / name, threshold=threshold)
+    for path in (folder / "channels.tif", folder / "float.tif", folder / "tiled16.tif"):
+        # With its thousands of levels the peer takes minutes for three classes of 16 bits.
+        for threshold in (name for name in THRESHOLDS if path.stem == "float" or name < "multiotsu:3" or name > "n"):
+            faults += compare(korvale, path, threshold=threshold)
+    for path in (DATA / "coins.png", DATA / "page.png", folder / "noise8.tif", folder / "big_endian.tif",
+                 folder / "float.tif"):
+        for filters in FILTERS:
+            faults += compare(korvale, path, **filters)
+    faults += compare(korvale, DATA / "ihc.png", channel=1, smooth=2, threshold="triangle")
+    faults += compare(korvale, DATA / "coins.png", median=2, threshold="li", threshold_scale=0.9)
+    faults += compare(korvale, DATA / "page.png", dark=True, threshold="local:51", threshold_scale=1.05)
+    faults += compare(korvale, DATA / "coins.png", smooth=1, threshold=107.25)
+    faults += compare(korvale, folder / "float.tif", smooth=2, threshold="sauvola:15")
+    return faults
 
 
 def main() -> int:
@@ -229,6 +302,7 @@ def main() -> int:
                 for path in (DATA / "multipage.tif", folder / "stack16.tif", folder / "stack_float.tif",
                              folder / "stack_colour.tif"):
                     faults += compare(korvale, path, background=background)
+            faults += compare_segmentation(korvale, folder)
             faults += compare_area(korvale, folder / "resolution.tif")
     for fault in faults[:50]:
         print(fault)

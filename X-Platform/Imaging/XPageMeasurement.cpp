@@ -1,7 +1,6 @@
 #include "Imaging/XPageMeasurement.h"
 
 #include "Imaging/Internal/XObjectRuns.h"
-#include "Imaging/XOtsuThreshold.h"
 
 #include <algorithm>
 #include <cmath>
@@ -206,12 +205,14 @@ XPageObjects XFindPageObjects( const WImagePage& inPage, const XMeasureSettings&
     RequireChannel( inPage, inSettings.objects.channel );
     XProgress progress( inSettings.children ? 3 : 2, XProgress::kProgressSteps );
     XPageObjects objects;
-    const auto& settings = inSettings.objects;
-    objects.threshold =
-        settings.threshold ? *settings.threshold : XGetOtsuThreshold( inPage, settings.channel );
-    progress.Increment();
-    objects.outer = XFindObjects(
-        inPage, settings.channel, objects.threshold, inSettings.connectivity, settings.leastPixels );
+    {
+        const auto segmentation = XSegmentPage( inPage, inSettings.objects );
+        objects.threshold = segmentation.threshold;
+        objects.nonFinite = segmentation.nonFinite;
+        progress.Increment();
+        objects.outer =
+            XFindConnectedComponents( segmentation.mask, inSettings.connectivity, inSettings.leastPixels );
+    }
     if ( !inSettings.children )
         return objects;
 
@@ -230,6 +231,7 @@ XPageMeasurement XMeasureObjects( const WImagePage& inPage, const XPageObjects& 
     measurement.pixelWidth = inPage.pixelWidth;
     measurement.pixelHeight = inPage.pixelHeight;
     measurement.threshold = inObjects.threshold;
+    measurement.nonFinite = inObjects.nonFinite;
     measurement.shapes = inObjects.outer.shapes; // A copy is as small as it can be.
     measurement.statistics = GetStatistics( inPage, inObjects.outer );
     progress.Increment();

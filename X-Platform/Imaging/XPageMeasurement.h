@@ -3,6 +3,7 @@
 #include "Images/WImageFile.h"
 #include "Imaging/XChildObjects.h"
 #include "Imaging/XConnectedComponents.h"
+#include "Imaging/XSegmentation.h"
 #include "WPlatform.h"
 
 #include <cstdint>
@@ -15,7 +16,8 @@ class XMemoryHandle;
 /// How the objects of a page are found.
 struct XMeasureSettings
 {
-    XObjectSettings objects; ///< without a threshold, Otsu's of each page
+    XSegmentationSettings objects;
+    std::uint64_t leastPixels = 1; ///< smaller objects are ignored
     XConnectivity connectivity = XConnectivity::kEdgesAndCorners;
     std::optional<XObjectSettings> children; ///< how child objects are found; without a value, none are
 };
@@ -23,7 +25,8 @@ struct XMeasureSettings
 /// The objects of a page and their child objects.
 struct XPageObjects
 {
-    double threshold = 0;
+    double threshold = 0;        ///< NaN if each pixel has a threshold of its own
+    std::uint64_t nonFinite = 0; ///< samples of the segmented channel that are infinite or NaN
     XLabelledObjects outer;
     XChildObjects children;
 };
@@ -44,7 +47,8 @@ struct KORVALE_IMAGING_API XPageMeasurement
     std::uint32_t channels = 0;
     double pixelWidth = 0; ///< in micrometres; 0 without a resolution
     double pixelHeight = 0;
-    double threshold = 0;
+    double threshold = 0;                       ///< NaN if each pixel has a threshold of its own
+    std::uint64_t nonFinite = 0;                ///< samples of the segmented channel that are infinite or NaN
     std::vector<XObjectShape> shapes;           ///< of the objects, followed by the child objects
     std::vector<XChannelStatistics> statistics; ///< for each object the channels in order
     std::vector<std::uint32_t> parents;         ///< for each child object the index of its parent

@@ -44,33 +44,36 @@ std::string MakeHelp()
                        "  perimeter counts pixel edges; the standard deviation is the population's.\n"
                        "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
                        "  image; coarser ones belong to screens or paper and are ignored.\n"
-                       "  --inside finds objects inside each object by a second threshold. Their rows\n"
-                       "  follow the objects of their page; Parent ID names the object around them.\n"
-                       "\n"
-                       "Background\n"
-                       "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
-                       "  image before thresholding; negative results become 0. Means of integers are\n"
-                       "  rounded to nearest, halves up; for floats only finite samples count. Pages\n"
-                       "  that cannot be read, or differ from the first in size or type, are left out.\n"
-                       "\n"
-                       "Overlays\n"
-                       "  --overlay draws contours and IDs over the channel that was segmented, with\n"
-                       "  stretched grey levels; child objects have a second colour, and\n"
-                       "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
-                       "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
-                       "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
-                       "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
-                       "\n"
-                       "Names\n"
-                       "  Images of equal names in different folders get a column Folder. Characters\n"
-                       "  that Windows-1252, the encoding of tables, lacks are written as \\u{3A9}.\n"
-                       "\n"
-                       "Output\n"
-                       "  Without -o or --csv only a summary is printed. Outputs replace older files\n"
-                       "  when everything is measured. Pages that do not fit into --memory are swapped\n"
-                       "  to temporary files; results are the same. Repeated images are measured each\n"
-                       "  time, with a note. Unreadable images and pages are reported on standard\n"
-                       "  error; the others are measured, and the exit status is 1.\n";
+                       "  --inside finds objects inside each object by a second threshold of the\n"
+                       "  original pixels. Their rows follow the objects of their page; Parent ID\n"
+                       "  names the object around them.\n"
+                       "\n";
+    help += SegmentationOptions::kHelp;
+    help += "\n"
+            "Background\n"
+            "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
+            "  image before thresholding; negative results become 0. Means of integers are\n"
+            "  rounded to nearest, halves up; for floats only finite samples count. Pages\n"
+            "  that cannot be read, or differ from the first in size or type, are left out.\n"
+            "\n"
+            "Overlays\n"
+            "  --overlay draws contours and IDs over the channel that was segmented, with\n"
+            "  stretched grey levels; child objects have a second colour, and\n"
+            "  --inside-channel shows inside the objects. Overlapping IDs are omitted. Small\n"
+            "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
+            "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
+            "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
+            "\n"
+            "Names\n"
+            "  Images of equal names in different folders get a column Folder. Characters\n"
+            "  that Windows-1252, the encoding of tables, lacks are written as \\u{3A9}.\n"
+            "\n"
+            "Output\n"
+            "  Without -o or --csv only a summary is printed. Outputs replace older files\n"
+            "  when everything is measured. Pages that do not fit into --memory are swapped\n"
+            "  to temporary files; results are the same. Repeated images are measured each\n"
+            "  time, with a note. Unreadable images and pages are reported on standard\n"
+            "  error; the others are measured, and the exit status is 1.\n";
     help += "  Temporary files are written to ";
     help += WFolders::DescribeTemporaryFolder();
     help += ".\n"
@@ -78,24 +81,11 @@ std::string MakeHelp()
             "Examples\n"
             "  korvale measure cells.tif --csv cells.csv\n"
             "  korvale measure *.tif --channel C2 --min-pixels 20 -o cells.table\n"
+            "  korvale measure nuclei.tif --smooth 1 --threshold li --csv nuclei.csv\n"
             "  korvale measure stack.tif --background mean --overlay marked.png\n"
             "\n"
             "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted.";
     return help;
-}
-
-/// The index of a channel name such as C1.
-std::optional<std::uint32_t> ParseChannel( std::string_view inText )
-{
-    if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
-        return std::nullopt;
-    const auto number = XParseNumber<std::uint32_t>( inText.substr( 1 ) );
-    return number && *number > 0 ? std::optional( *number - 1 ) : std::nullopt;
-}
-
-std::string CheckChannel( const std::string& inText )
-{
-    return ParseChannel( inText ) ? "" : "invalid channel " + InQuotes( inText ) + " (expected C1, C2, ...)";
 }
 
 /// The width and the height of a pixel, from "X" or "X,Y".
@@ -120,7 +110,7 @@ std::string CheckPixelSize( const std::string& inText )
         : "invalid pixel size " + InQuotes( inText ) + " (expected X or X,Y in micrometres, such as 0.65)";
 }
 
-std::string CheckThreshold( const std::string& inText )
+std::string CheckInsideThreshold( const std::string& inText )
 {
     const auto number = XParseNumber<double>( inText );
     return inText == "otsu" || ( number && std::isfinite( *number ) )
@@ -202,15 +192,8 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
 
 void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
 {
-    const auto objects = inOptions.Under( "Segmentation" );
-    objects.Add( "--channel", itsChannel, "Channel to segment" )
-        .Takes( "Cn" )
-        .Check( CheckChannel )
-        .ShowsDefault();
-    objects.Add( "--threshold", itsThreshold, "otsu (for each page) or a value" )
-        .Takes( "otsu|VALUE" )
-        .Check( CheckThreshold )
-        .ShowsDefault();
+    itsSegmentation.Declare( inOptions );
+    const auto objects = inOptions.Under( "Objects" );
     objects.Add( "--connectivity", itsConnectivity, "Connect pixels by edges (4) or also corners (8)" )
         .Takes( "N" )
         .IsOneOf( { "4", "8" } )
@@ -222,7 +205,7 @@ void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
     const auto children = inOptions.Under( "Child objects" );
     children.Add( "--inside", itsInside, "Segment child objects: otsu (for each) or a value" )
         .Takes( "otsu|VALUE" )
-        .Check( CheckThreshold );
+        .Check( CheckInsideThreshold );
     children.Add( "--inside-channel", itsInsideChannel, "Channel for child objects [that of --channel]" )
         .Takes( "Cn" )
         .Check( CheckChannel )
@@ -309,7 +292,8 @@ std::optional<OverlayFiles> MeasureCommand::MakeOverlayFiles( const std::string&
 XMeasureSettings MeasureCommand::GetSettings() const
 {
     XMeasureSettings settings;
-    settings.objects = { *ParseChannel( itsChannel ), XParseNumber<double>( itsThreshold ), itsLeastPixels };
+    settings.objects = itsSegmentation.GetSettings();
+    settings.leastPixels = itsLeastPixels;
     settings.connectivity = itsConnectivity == 4 ? XConnectivity::kEdges : XConnectivity::kEdgesAndCorners;
     if ( itsInside.empty() )
         return settings;

@@ -6,6 +6,7 @@
 #include "Imaging/XMeasurementTable.h"
 #include "Imaging/XPageMeasurement.h"
 #include "Measuring/OverlayFiles.h"
+#include "Options/SegmentationOptions.h"
 #include "Options/TableOutputs.h"
 
 #include <optional>
@@ -25,8 +26,7 @@ public:
 private:
     std::vector<std::string> itsImages;
     TableOutputs itsOutputs;
-    std::string itsChannel = "C1";
-    std::string itsThreshold = "otsu";
+    SegmentationOptions itsSegmentation;
     std::uint32_t itsConnectivity = 8;
     std::uint64_t itsLeastPixels = 1;
     std::string itsInside;        // empty: no child objects

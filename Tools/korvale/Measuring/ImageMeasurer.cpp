@@ -331,11 +331,22 @@ void ImageMeasurer::GatherPage( Image& ioImage )
         ioImage.firstFailed = ioImage.gathered;
     }
     ioImage.measured += page.failure ? 0 : 1;
+    if ( page.measurement.nonFinite > 0 )
+        ReportNonFinite( ioImage, page );
     if ( itsOverlays && !page.failure )
         DrawOverlay( ioImage, page );
     itsObjectCount += page.measurement.GetObjectCount();
     ioImage.measurement.pages.push_back( std::move( page.measurement ) );
     ++ioImage.gathered;
+}
+
+void ImageMeasurer::ReportNonFinite( const Image& inImage, const PageRecord& inPage )
+{
+    const auto count = inPage.measurement.nonFinite;
+    itsSession.ReportInfo(
+        inImage.path + ": page " + std::to_string( inPage.number ) + ": " + std::to_string( count ) +
+        ( count == 1 ? " pixel is" : " pixels are" ) +
+        " infinite or not a number and never part of an object" );
 }
 
 /// The numbers of a page's objects follow those of all pages before, as their IDs in the table do.

@@ -90,6 +90,7 @@ private:
     void GatherPage( Image& ioImage );
     void DrawOverlay( Image& ioImage, PageRecord& ioPage );
     void ReportPages( const Image& inImage );
+    void ReportNonFinite( const Image& inImage, const PageRecord& inPage );
     void ReportReading( Image& ioImage );
     void Finish( Image& ioImage );
 };

@@ -4,6 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+#include <cstdlib>
+
 namespace
 {
 /// Separates the groups of options in the help by one empty line: each begins with one, and the base adds one between them.
@@ -64,7 +67,11 @@ CommandOption CommandOption::IsBetween( std::uint32_t inLeast, std::uint32_t inM
 
 CommandOption CommandOption::IsBetween( double inLeast, double inMost ) const
 {
+    // Whose comparisons let "nan" pass.
     itsOption->check( CLI::Range( inLeast, inMost ) );
+    itsOption->check(
+        []( const std::string& inText )
+        { return std::isnan( std::strtod( inText.c_str(), nullptr ) ) ? inText + " is not a number" : ""; } );
     return *this;
 }
 

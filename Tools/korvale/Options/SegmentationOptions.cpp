@@ -1,0 +1,171 @@
+#include "Options/SegmentationOptions.h"
+
+#include "Core/Strings/XNumberText.h"
+#include "Imaging/XDiscMorphology.h"
+#include "Imaging/XGaussianFilter.h"
+#include "Imaging/XLocalThreshold.h"
+#include "Imaging/XMedianFilter.h"
+#include "Options/CommandLine.h"
+#include "Support/InQuotes.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+const char* const SegmentationOptions::kHelp =
+    "Preprocessing\n"
+    "  Changes the segmented channel before its threshold, always in this order;\n"
+    "  intensities are measured on the original pixels. --flatten divides by the\n"
+    "  Gaussian mean, against uneven illumination. --dark inverts, for dark objects\n"
+    "  on a bright background: 255 or 65535 minus the value, for floats 1 minus it.\n"
+    "  --median and --smooth remove noise, --subtract-background whatever is wider\n"
+    "  than objects (a white top-hat). Radii are those of discs, in pixels.\n"
+    "\n"
+    "Thresholds\n"
+    "  Computed for each page, from the values after preprocessing; the definitions\n"
+    "  are those of scikit-image. otsu, li, triangle, yen and isodata find one\n"
+    "  level. multiotsu:N divides the page into N classes (2 to 10) and takes the\n"
+    "  brightest; multiotsu:N:K takes those above the K darkest. local:SIZE compares\n"
+    "  each pixel with the Gaussian mean around it, sauvola:SIZE with mean and\n"
+    "  deviation of the square around it; SIZE is its side in pixels, odd, 3 to 999.\n"
+    "  --threshold-scale multiplies the threshold: above 1 objects become smaller.\n"
+    "  A uniform page has no objects, and pixels whose value is infinite or no\n"
+    "  number never belong to one.\n";
+
+namespace
+{
+constexpr double kLeastSigma = 0.1;
+constexpr std::uint32_t kMostClasses = 10;
+
+constexpr std::array<std::pair<std::string_view, XThresholdMethod>, 5> kPlainMethods{ {
+    { "otsu", XThresholdMethod::kOtsu },
+    { "li", XThresholdMethod::kLi },
+    { "triangle", XThresholdMethod::kTriangle },
+    { "yen", XThresholdMethod::kYen },
+    { "isodata", XThresholdMethod::kIsodata },
+} };
+
+/// Removes `inPrefix` from the text, if it starts with it.
+bool TakePrefix( std::string_view inPrefix, std::string_view& ioText )
+{
+    if ( !ioText.starts_with( inPrefix ) )
+        return false;
+    ioText.remove_prefix( inPrefix.size() );
+    return true;
+}
+
+/// "N" or "N:K".
+std::optional<XAutomaticThreshold> ParseMultiOtsu( std::string_view inText )
+{
+    XAutomaticThreshold threshold{ .method = XThresholdMethod::kMultiOtsu };
+    const auto colon = std::min( inText.find( ':' ), inText.size() );
+    const auto classes = XParseNumber<std::uint32_t>( inText.substr( 0, colon ) );
+    if ( !classes || *classes < 2 || *classes > kMostClasses )
+        return std::nullopt;
+    threshold.classes = *classes;
+    if ( colon == inText.size() )
+        return threshold;
+    const auto excluded = XParseNumber<std::uint32_t>( inText.substr( colon + 1 ) );
+    if ( !excluded || *excluded < 1 || *excluded >= *classes )
+        return std::nullopt;
+    threshold.excludedClasses = *excluded;
+    return threshold;
+}
+
+std::optional<XAutomaticThreshold> ParseLocal( XThresholdMethod inMethod, std::string_view inText )
+{
+    const auto size = XParseNumber<std::uint32_t>( inText );
+    if ( !size || *size < 3 || *size > kXMostLocalSize || *size % 2 == 0 )
+        return std::nullopt;
+    return XAutomaticThreshold{ .method = inMethod, .size = *size };
+}
+
+std::optional<XAutomaticThreshold> ParseMethod( std::string_view inText )
+{
+    for ( const auto& [name, method] : kPlainMethods )
+        if ( inText == name )
+            return XAutomaticThreshold{ .method = method };
+    if ( TakePrefix( "multiotsu:", inText ) )
+        return ParseMultiOtsu( inText );
+    if ( TakePrefix( "local:", inText ) )
+        return ParseLocal( XThresholdMethod::kLocal, inText );
+    if ( TakePrefix( "sauvola:", inText ) )
+        return ParseLocal( XThresholdMethod::kSauvola, inText );
+    return std::nullopt;
+}
+
+std::string CheckMethod( const std::string& inText )
+{
+    const auto number = XParseNumber<double>( inText );
+    if ( ( number && std::isfinite( *number ) ) || ParseMethod( inText ) )
+        return "";
+    const auto start = "invalid threshold " + InQuotes( inText );
+    if ( inText.starts_with( "multiotsu" ) )
+        return start + " (expected multiotsu:N, N from 2 to 10, or multiotsu:N:K, K from 1 to N - 1)";
+    if ( inText.starts_with( "local" ) || inText.starts_with( "sauvola" ) )
+        return start + " (expected a size after the colon, odd, from 3 to 999, such as local:51)";
+    return start +
+        " (expected otsu, li, triangle, yen, isodata, multiotsu:N, local:SIZE, sauvola:SIZE or a number)";
+}
+} // namespace
+
+std::optional<std::uint32_t> ParseChannel( std::string_view inText )
+{
+    if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
+        return std::nullopt;
+    const auto number = XParseNumber<std::uint32_t>( inText.substr( 1 ) );
+    return number && *number > 0 ? std::optional( *number - 1 ) : std::nullopt;
+}
+
+std::string CheckChannel( const std::string& inText )
+{
+    return ParseChannel( inText ) ? "" : "invalid channel " + InQuotes( inText ) + " (expected C1, C2, ...)";
+}
+
+void SegmentationOptions::Declare( const CommandOptions& inOptions )
+{
+    const auto objects = inOptions.Under( "Segmentation" );
+    objects.Add( "--channel", itsChannel, "Channel to segment" )
+        .Takes( "Cn" )
+        .Check( CheckChannel )
+        .ShowsDefault();
+    objects.Add( "--threshold", itsThreshold, "Method (see Thresholds) or a value" )
+        .Takes( "METHOD|VALUE" )
+        .Check( CheckMethod )
+        .ShowsDefault();
+    objects.Add( "--threshold-scale", itsScale, "Factor for the threshold [1]" )
+        .Takes( "F" )
+        .IsBetween( 0.01, 100.0 );
+    DeclareFilters( inOptions.Under( "Preprocessing" ) );
+}
+
+void SegmentationOptions::DeclareFilters( const CommandOptions& inOptions )
+{
+    inOptions.Add( "--flatten", itsFilters.flattenSigma, "Divide by the Gaussian mean" )
+        .Takes( "SIGMA" )
+        .IsBetween( kLeastSigma, kXMostSigma );
+    inOptions.AddFlag( "--dark", itsFilters.isDark, "Find dark objects on a bright background" );
+    inOptions.Add( "--median", itsFilters.medianRadius, "Take the median of a disc" )
+        .Takes( "RADIUS" )
+        .IsBetween( 1u, kXMostMedianRadius );
+    inOptions.Add( "--smooth", itsFilters.smoothSigma, "Smooth by a Gaussian" )
+        .Takes( "SIGMA" )
+        .IsBetween( kLeastSigma, kXMostSigma );
+    inOptions.Add( "--subtract-background", itsFilters.backgroundRadius, "Remove what is wider than a disc" )
+        .Takes( "RADIUS" )
+        .IsBetween( 1u, kXMostDiscRadius );
+}
+
+XSegmentationSettings SegmentationOptions::GetSettings() const
+{
+    XSegmentationSettings settings;
+    settings.channel = *ParseChannel( itsChannel );
+    settings.filters = itsFilters;
+    if ( const auto value = XParseNumber<double>( itsThreshold ) )
+        settings.threshold = *value * itsScale;
+    else
+        settings.automatic = *ParseMethod( itsThreshold );
+    settings.automatic.scale = itsScale;
+    return settings;
+}

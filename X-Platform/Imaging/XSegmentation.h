@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Imaging/XAutomaticThreshold.h"
+#include "Imaging/XChannelFilters.h"
+#include "Imaging/XPixelMask.h"
+#include "WPlatform.h"
+
+#include <optional>
+
+/// How the pixels of objects are chosen.
+struct XSegmentationSettings
+{
+    std::uint32_t channel = 0; ///< counted from 0
+    XChannelFilters filters{}; ///< applied to the channel first
+    /// Pixels above it belong to objects; without a value, `automatic`.
+    std::optional<double> threshold{};
+    XAutomaticThreshold automatic{};
+};
+
+/// The pixels of objects.
+struct XSegmentation
+{
+    XPixelMask mask;
+    double threshold = 0;        ///< NaN if each pixel has a threshold of its own
+    std::uint64_t nonFinite = 0; ///< samples that are infinite or NaN, which never belong to objects
+};
+
+/// Filters a channel and marks the pixels above the threshold. The channel must exist. Throws the errors of the filters
+/// and thresholds; an abort throws 1001.
+KORVALE_IMAGING_API XSegmentation
+XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings );
