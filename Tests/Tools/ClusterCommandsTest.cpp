@@ -1,3 +1,5 @@
+#include "Core/Streams/XMemStream.h"
+#include "Measuring/MeasurePageJob.h"
 #include "NetJobs/XControlBridge.h"
 #include "NetJobs/XNetJobControl.h"
 #include "NetJobs/XNetJobDeployment.h"
@@ -6,6 +8,9 @@
 #include "Servers/XNetServer.h"
 #include "Tools/ProgramRun.h"
 
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <regex>
 
 // What needs processes of their own, control among it, is in remote_calls_peer.py.
@@ -14,6 +19,45 @@ namespace
 {
 class ClusterCommandsTest : public ProgramRun
 {
+protected:
+    /// The bytes of the files whose names begin so, in the order of their names.
+    std::string ReadFiles( const std::string& inPrefix ) const
+    {
+        std::map<std::string, std::string> files;
+        for ( const auto& entry : std::filesystem::directory_iterator( itsFolder.GetPath() ) )
+            if ( const auto name = PathToUTF8( entry.path().filename() ); name.starts_with( inPrefix ) )
+            {
+                std::ifstream file( entry.path(), std::ios::binary );
+                files[name.substr( inPrefix.size() )] = { std::istreambuf_iterator<char>( file ), {} };
+            }
+        std::string text;
+        for ( const auto& [name, bytes] : files )
+            text += name + '\n' + bytes;
+        return text;
+    }
+};
+
+/// A control service with nodes, without protection.
+struct TestDeployment
+{
+    explicit TestDeployment( int inNodes )
+    {
+        MeasurePageJob::Register();
+        control.Start( XNetAddress::GetLoopBackAddress( 0 ) );
+        place = "127.0.0.1:" + std::to_string( control.GetPort() );
+        for ( int i = 0; i < inNodes; ++i )
+        {
+            nodes.push_back( std::make_unique<XNetJobQueueNode>(
+                XNetJobDeployment{
+                    XNetAddress::GetLoopBackAddress( control.GetPort() ), XRPCCipher(), nullptr },
+                XNetJobQueueNode::XSettings{ "node", XNetJobQueueNode::kNodePermanent, 2 } ) );
+            nodes.back()->Start();
+        }
+    }
+
+    XNetJobControl control{ XRPCCipher() };
+    std::string place;
+    std::vector<std::unique_ptr<XNetJobQueueNode>> nodes;
 };
 } // namespace
 
@@ -86,4 +130,77 @@ TEST_F( ClusterCommandsTest, RefusesPlacesAndProtectionThatMakeNoSense )
     EXPECT_EQ( Run( { "control", "--tls", "--no-tls" } ), 2 );
     EXPECT_EQ( Run( { "ping", "127.0.0.1:1", "--keys", Name( "none" ) } ), 1 );
     EXPECT_NE( itsError.str().find( "none" ), std::string::npos ) << itsError.str();
+}
+
+TEST_F( ClusterCommandsTest, MeasuresOnNodesWithTheResultsOfOneMachine )
+{
+    TestDeployment deployment( 2 );
+    ASSERT_EQ( RunLine( "sample @ --planes 5 --width 150 --height 90 --channels 2 --objects 6" ), 0 );
+    const char* const kOptions[] = {
+        "--overlay @%o.png --inside otsu --inside-channel C2", "--background mean --save-background @%b.tif",
+        "--background min --overlay @%o.png", "--channel C9", "--threshold 30000 --pixel-size 0.5,2" };
+    for ( const std::string options : kOptions )
+        for ( const std::string shared : { "", " --shared-files" } )
+        {
+            const auto measure = [&]( const std::string& inPrefix, const std::string& inNodes )
+            {
+                std::string line = "measure @sample.tif --csv @" + inPrefix + ".csv -o @" + inPrefix +
+                    ".table " + options + inNodes;
+                for ( auto at = line.find( '%' ); at != std::string::npos; at = line.find( '%' ) )
+                    line.replace( at, 1, inPrefix );
+                const int status = RunLine( line );
+                return std::to_string( status ) + itsOut.str() + itsError.str() + ReadFiles( inPrefix );
+            };
+            const std::string here = measure( "x-", "" );
+            const std::string there =
+                measure( "y-", " --control " + deployment.place + " --cipher none" + shared );
+            EXPECT_TRUE( here == there ) << options << shared << '\n' << there.substr( 0, 300 );
+            std::filesystem::remove( itsFolder / "x-.table" );
+            std::filesystem::remove( itsFolder / "y-.table" );
+        }
+    EXPECT_GE( deployment.control.GetStatus().completedJobs, 40u );
+}
+
+TEST_F( ClusterCommandsTest, RejectsSharedFilesThatDifferAndResultsThatNoPageGives )
+{
+    TestDeployment deployment( 1 );
+    ASSERT_EQ( RunLine( "sample @ --planes 2 --width 60 --height 50 --objects 3" ), 0 );
+    const auto path = itsFolder / "sample.tif";
+    const auto store = []( const XStorable& inObject )
+    {
+        XMemStream stream;
+        inObject.WriteStream2( stream );
+        return std::string( stream.GetData(), stream.GetData() + stream.GetLength() );
+    };
+    const MeasurePageJob::Request request{ "sample.tif",        1, {}, true, SharedFile::Describe( path ),
+                                           XImageReadSettings() };
+    const auto run = [&]
+    {
+        MeasurePageJob job( request, nullptr, nullptr, nullptr );
+        job.RunJob();
+        return job.TakeResult();
+    };
+    const auto result = run();
+    const std::string bytes = store( *result );
+    ASSERT_FALSE( dynamic_cast<const MeasurePageResult&>( *result ).failure );
+    const auto read = [&]( const std::string& inBytes )
+    {
+        XMemStream stream( inBytes.data(), inBytes.size() );
+        MeasurePageResult other;
+        other.ReadStream2( stream, XStorable::kNoOptions );
+        return store( other );
+    };
+    EXPECT_TRUE( read( bytes ) == bytes );
+    for ( std::size_t size = 0; size < bytes.size(); size += size < 200 ? 1 : 37 )
+        EXPECT_EQ( ErrorOrZero( [&] { read( bytes.substr( 0, size ) ); } ), 1260u ) << size;
+    std::string forged = bytes; // the last run of an object, before the colour, the empty children and theirs
+    const std::size_t row = bytes.size() - ( 3 + 8 + 8 + 8 + 3 + 8 ) - 16;
+    for ( std::size_t i = 0; i < 4; ++i )
+        forged[row + i] = '\x7F';
+    EXPECT_ERROR( 1005, read( forged ) );
+
+    std::filesystem::last_write_time(
+        path, std::filesystem::last_write_time( path ) - std::chrono::seconds( 9 ) );
+    const auto refused = run();
+    EXPECT_CONTAINS( dynamic_cast<const MeasurePageResult&>( *refused ).failure->text, "modification time" );
 }

@@ -8,11 +8,13 @@
 #include "Jobs/XProgress.h"
 #include "Measuring/ImageMeasurer.h"
 #include "Measuring/MeasurementSummary.h"
+#include "NetJobs/XNetJobDeployment.h"
 #include "Options/CommandLine.h"
 #include "Options/MemoryBudget.h"
 #include "Options/OptionChecks.h"
 #include "Support/FilePaths.h"
 #include "Support/InQuotes.h"
+#include "Support/NetworkPlace.h"
 #include "Support/WrongUsage.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
@@ -63,6 +65,13 @@ std::string MakeHelp()
             "  pages are enlarged, pages above 5000 pixels a side reduced. Several pages\n"
             "  give FILE-0000.png, FILE-0001.png, ...; several images FILE-IMAGE.png or\n"
             "  FILE-IMAGE-0000.png, with -2, -3, ... for further images of one name.\n"
+            "\n"
+            "Nodes\n"
+            "  With --control, the nodes of a control service (korvale control, korvale\n"
+            "  node) measure the pages; the results are the same. This process reads the\n"
+            "  images, subtracts backgrounds and draws. With --shared-files, nodes read\n"
+            "  images without background subtraction themselves, if they find files of the\n"
+            "  same size, time and checksum under the same paths.\n"
             "\n"
             "Names\n"
             "  Images of equal names in different folders get a column Folder. Characters\n"
@@ -188,6 +197,17 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
     resources.Add( "--workers", itsWorkers, "Maximum number of threads [one per processor]" )
         .Takes( "N" )
         .IsBetween( 1u, 1024u );
+    DeclareNodes( inOptions.Under( "Nodes" ) );
+}
+
+void MeasureCommand::DeclareNodes( const CommandOptions& inOptions )
+{
+    inOptions.Add( "--control", itsControl, "Measure on the nodes of this control service" )
+        .Takes( "HOST:PORT" )
+        .Check( NetworkPlace::Check );
+    inOptions.AddFlag( "--shared-files", itsAreFilesShared, "Nodes read the images under the same paths" )
+        .Needs( "--control" );
+    itsProtection.Declare( inOptions );
 }
 
 void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
@@ -242,9 +262,13 @@ int MeasureCommand::Run( Session& ioSession )
     CheckOutputFiles( GetOutputNames() );
     ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
+    std::unique_ptr<NodeWorkers> nodes;
+    if ( !itsControl.empty() && !Try( ioSession, itsControl, [&] { nodes = ConnectToNodes( ioSession ); } ) )
+        return kFailure;
     ImageMeasurer measurer(
-        { GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ) },
-        overlays ? &*overlays : nullptr, ioSession );
+        { GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
+          itsAreFilesShared },
+        overlays ? &*overlays : nullptr, std::move( nodes ), ioSession );
     auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
@@ -261,6 +285,19 @@ int MeasureCommand::Run( Session& ioSession )
     if ( !itsIsQuiet )
         PrintSummary( measurements, std::move( table ), GetSettings().objects.channel, ioSession.out );
     return measurer.HasFailures() ? kFailure : kSuccess;
+}
+
+std::unique_ptr<NodeWorkers> MeasureCommand::ConnectToNodes( Session& ioSession ) const
+{
+    const NetworkPlace place( itsControl );
+    const auto protection = itsProtection.Choose(
+        place.IsLoopBack(), XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
+    if ( protection.isWeak )
+        ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
+    auto nodes = std::make_unique<NodeWorkers>(
+        XNetJobDeployment{ place.GetAddress(), protection.cipher, protection.tls }, itsControl, ioSession );
+    nodes->Start();
+    return nodes;
 }
 
 XBackgroundKind MeasureCommand::GetBackgroundKind() const

@@ -1,8 +1,8 @@
 #include "Commands/NodeCommand.h"
 
-#include "Core/Errors/XException.h"
 #include "Core/Strings/XByteCount.h"
 #include "Core/Times/XTimer.h"
+#include "Measuring/MeasurePageJob.h"
 #include "NetJobs/XNetJobDeployment.h"
 #include "NetJobs/XNetJobQueueNode.h"
 #include "Options/CommandLine.h"
@@ -21,18 +21,6 @@ constexpr std::uint32_t kNodeGraceMS = 10'000;
 constexpr std::uint32_t kRunningJobsMS = 5'000;
 constexpr std::uint32_t kIdleWatchMS = 50;
 constexpr double kMostIdleSeconds = 1e6;
-
-std::string DescribeError( std::uint32_t inNumber )
-{
-    try
-    {
-        throw XException( inNumber );
-    }
-    catch ( ... )
-    {
-        return DescribeCurrentException().text;
-    }
-}
 } // namespace
 
 void NodeCommand::Declare( const CommandOptions& inOptions )
@@ -78,6 +66,7 @@ int NodeCommand::Run( Session& ioSession )
     if ( protection.isWeak )
         ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
     const MemoryBudget budget( XParseByteCount( itsMemory ) );
+    MeasurePageJob::Register();
     XNetJobQueueNode node(
         { place.GetAddress(), protection.cipher, protection.tls },
         { XString::FromUTF8( itsName ), XNetJobQueueNode::kNodePermanent, itsWorkers } );
@@ -89,7 +78,7 @@ void NodeCommand::Work( XNetJobQueueNode& ioNode, Session& ioSession ) const
     ioNode.Start();
     if ( const std::uint32_t error = ioNode.GetConnectionError() )
         ioSession.ReportWarning(
-            "cannot connect to " + itsControl + ", will try again: " + DescribeError( error ) );
+            "cannot connect to " + itsControl + ", will try again: " + DescribeError( error ).text );
     bool wasConnected = false;
     for ( XTimer idle; !WInterrupt::IsRequested(); XThread::SleepCurrentThread( kIdleWatchMS ) )
     {

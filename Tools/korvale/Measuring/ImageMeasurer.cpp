@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 // The thread of the command opens images, submits a job for each page and gathers results; only page jobs run
 // on workers. Submitting waits until the pipeline has room (PagePipeline), so the number of pages that are
@@ -36,10 +37,12 @@ struct ImageMeasurer::Image
     XImageMeasurement measurement;
     std::deque<PageRecord> pages;
     std::unique_ptr<StackBackground> background; // null without
+    std::optional<SharedFile> file;              // if nodes read it
     std::uint32_t gathered = 0;                  // pages whose results have been taken, in order
     std::uint32_t measured = 0;
     std::optional<Failure> failure; // that of the pages gathered last, from `firstFailed` on
     std::uint32_t firstFailed = 0;
+    double ignoredPixelSize = 0; // by nodes
     XTimer timer;
 
     Image( const std::string& inPath, USize inNumber, const XImageReadSettings& inReading )
@@ -95,10 +98,13 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
             page.failure = inFailure;
 }
 
-ImageMeasurer::ImageMeasurer( const Settings& inSettings, OverlayFiles* ioOverlays, Session& ioSession )
+ImageMeasurer::ImageMeasurer(
+    const Settings& inSettings, OverlayFiles* ioOverlays, std::unique_ptr<NodeWorkers> inNodes,
+    Session& ioSession )
     : itsReading( inSettings.reading ), itsSettings( inSettings.measuring ),
-      itsBackground( inSettings.background ), itsOverlays( ioOverlays ), itsSession( ioSession ),
-      itsPipeline( inSettings.workers, ioSession.progress )
+      itsBackground( inSettings.background ), itsAreFilesShared( inSettings.areFilesShared ),
+      itsOverlays( ioOverlays ), itsSession( ioSession ),
+      itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
 {
 }
 
@@ -151,6 +157,7 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, USize inNumber, boo
     const auto steps = HasBackground() ? 2 * USize{ pages } : pages;
     XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMS, true );
     progress.SetMessage( XString::FromUTF8( image.measurement.name ) );
+    itsShownWorkers = 0;
     if ( HasBackground() )
         MeasureWithBackground( image, progress );
     else
@@ -164,7 +171,11 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
 {
     try
     {
+        std::optional<SharedFile> file;
+        if ( itsAreFilesShared && !HasBackground() )
+            file = SharedFile::Describe( PathFromUTF8( inPath ) );
         auto image = std::make_unique<Image>( inPath, inNumber, itsReading );
+        image->file = std::move( file );
         if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->pages.size() )
             throw WImageError( "the file has changed" );
         for ( auto& page : image->pages )
@@ -184,16 +195,57 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
 
 void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 {
+    if ( ioImage.file )
+        return MeasureSharedFile( ioImage, ioProgress );
     const auto pageCount = ioImage.GetPageCount();
     for ( std::uint32_t number = 0; number < pageCount; ++number )
     {
         auto& page = ioImage.pages[number];
         const auto run = [&, this]( XProgress& ioSteps )
-        { itsTask.Measure( page, ioImage.reader, ioSteps ); };
-        const auto complete = [&page]( std::uint32_t ) { page.isDone = true; };
+        {
+            if ( !HasNodes() )
+                return itsTask.Measure( page, ioImage.reader, ioSteps );
+            itsTask.Read( page, ioImage.reader, ioSteps );
+            SubmitToNodes( ioImage, page );
+        };
+        const auto complete = [&, this]( std::uint32_t inResultCode )
+        {
+            // A page that a node has may be gone already.
+            if ( !HasNodes() || inResultCode != 0 )
+                page.isDone = true;
+        };
         // After the last page the image may be gone.
         Submit( { ioImage.measurement.name, number, run, complete }, page, number + 1, ioProgress );
     }
+}
+
+// ---- On nodes
+
+/// Nodes read the pages too.
+void ImageMeasurer::MeasureSharedFile( Image& ioImage, XProgress& ioProgress )
+{
+    const auto pageCount = ioImage.GetPageCount();
+    for ( std::uint32_t number = 0; number < pageCount; ++number )
+    {
+        itsPipeline.WaitForNodes();
+        SubmitToNodes( ioImage, ioImage.pages[number] );
+        ShowPages( number + 1, ioProgress );
+        // After the last page the image may be gone.
+        Gather();
+    }
+}
+
+void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
+{
+    const MeasurePageJob::Request request{ ioImage.measurement.name, ioPage.number, itsSettings,
+                                           ioPage.needsOverlay,      ioImage.file,  itsReading };
+    const auto completed = [&, this]( MeasurePageJob& ioJob, std::uint32_t inResultCode )
+    {
+        itsTask.TakeResult( ioPage, ioJob, inResultCode );
+        ioPage.samples.Drop();
+        ioPage.isDone = true;
+    };
+    itsPipeline.GetNodes()->Submit( request, ioImage.file ? nullptr : &ioPage.samples, itsMemory, completed );
 }
 
 // ---- With a background
@@ -263,9 +315,17 @@ void ImageMeasurer::MeasureLoadedPages( Image& ioImage, XProgress& ioProgress )
             continue;
         }
         const auto run = [&, this]( XProgress& ioSteps )
-        { itsTask.MeasureLoaded( page, *ioImage.background, ioSteps ); };
-        const auto complete = [&page]( std::uint32_t )
         {
+            if ( !HasNodes() )
+                return itsTask.MeasureLoaded( page, *ioImage.background, ioSteps );
+            itsTask.Prepare( page, *ioImage.background );
+            ioSteps.Increment();
+            SubmitToNodes( ioImage, page );
+        };
+        const auto complete = [&, this]( std::uint32_t inResultCode )
+        {
+            if ( HasNodes() && inResultCode == 0 )
+                return; // A node has it.
             page.samples.Drop();
             page.isDone = true;
         };
@@ -285,11 +345,21 @@ void ImageMeasurer::Submit( PageWork inWork, PageRecord& ioPage, USize inSubmitt
 }
 
 /// The number of ended jobs of the image, without those of preceding images.
-void ImageMeasurer::ShowPages( USize inSubmitted, XProgress& ioProgress ) const
+void ImageMeasurer::ShowPages( USize inSubmitted, XProgress& ioProgress )
 {
+    if ( HasNodes() )
+        ShowWorkers( ioProgress );
     const auto unfinished = itsPipeline.GetUnfinishedCount();
     ioProgress.SetProgress( static_cast<double>( inSubmitted - std::min( inSubmitted, unfinished ) ) );
     ioProgress.YieldAndCheckAbort();
+}
+
+void ImageMeasurer::ShowWorkers( XProgress& ioProgress )
+{
+    const auto workers = itsPipeline.GetNodes()->GetWorkerCount();
+    if ( std::exchange( itsShownWorkers, workers ) != workers && !itsImages.empty() )
+        ioProgress.SetMessage( XString::FromUTF8(
+            itsImages.back()->measurement.name + " (" + std::to_string( workers ) + " workers)" ) );
 }
 
 void ImageMeasurer::WaitForJobs( XProgress* ioProgress, USize inSubmitted )
@@ -333,6 +403,7 @@ void ImageMeasurer::GatherPage( Image& ioImage )
     ioImage.measured += page.failure ? 0 : 1;
     if ( page.measurement.nonFinite > 0 )
         ReportNonFinite( ioImage, page );
+    ioImage.ignoredPixelSize = std::max( ioImage.ignoredPixelSize, page.ignoredPixelSize );
     if ( itsOverlays && !page.failure )
         DrawOverlay( ioImage, page );
     itsObjectCount += page.measurement.GetObjectCount();
@@ -380,7 +451,7 @@ void ImageMeasurer::ReportReading( Image& ioImage )
             ioImage.path + ": left out " + std::to_string( skipped ) + ( skipped == 1 ? " page" : " pages" ) +
             " of reduced resolution or with a mask" );
 
-    const auto size = ioImage.reader.GetIgnoredPixelSize();
+    const auto size = std::max( ioImage.reader.GetIgnoredPixelSize(), ioImage.ignoredPixelSize );
     if ( size == 0 )
         return;
     auto text = ioImage.path + ": areas left out: pixel size ";

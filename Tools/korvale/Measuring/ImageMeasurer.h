@@ -32,11 +32,14 @@ public:
         XMeasureSettings measuring;
         XBackgroundKind background;
         WorkerLimit workers;
+        bool areFilesShared = false; ///< nodes read the images themselves
     };
 
-    /// If `ioOverlays` is not null, also draws overlays. It must outlive this object; its files are complete
+    /// With `inNodes`, which may be null, nodes measure the pages. If `ioOverlays` is not null, also draws overlays. It must outlive this object; its files are complete
     /// after Measure.
-    ImageMeasurer( const Settings& inSettings, OverlayFiles* ioOverlays, Session& ioSession );
+    ImageMeasurer(
+        const Settings& inSettings, OverlayFiles* ioOverlays, std::unique_ptr<NodeWorkers> inNodes,
+        Session& ioSession );
 
     /// Stops the remaining jobs and waits for them.
     ~ImageMeasurer();
@@ -60,6 +63,7 @@ private:
     const XImageReadSettings itsReading;
     const XMeasureSettings itsSettings;
     const XBackgroundKind itsBackground;
+    const bool itsAreFilesShared;
     OverlayFiles* const itsOverlays; // null if no overlays are drawn
     Session& itsSession;
     bool itsHasFailures = false;
@@ -69,22 +73,27 @@ private:
     XPageMemory itsMemory;
     XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
+    std::uint32_t itsShownWorkers = 0; // of the nodes, in the bar of the image
     const PageTask itsTask{ itsSettings, itsMemory, itsMeasurementMemory };
     std::deque<std::unique_ptr<Image>> itsImages; // the images that are not complete
     /// Destroyed, with its jobs, before the data that they use.
     PagePipeline itsPipeline;
 
+    bool HasNodes() const { return itsPipeline.GetNodes() != nullptr; }
     bool HasBackground() const { return itsBackground != XBackgroundKind::kNone; }
     void MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast );
     void PlanOverlays( const std::vector<std::string>& inImages );
     bool OpenImage( const std::string& inPath, USize inNumber );
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
+    void MeasureSharedFile( Image& ioImage, XProgress& ioProgress );
+    void SubmitToNodes( Image& ioImage, PageRecord& ioPage );
     void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );
     void LoadPages( Image& ioImage, XProgress& ioProgress );
     void ComputeBackground( Image& ioImage );
     void MeasureLoadedPages( Image& ioImage, XProgress& ioProgress );
     void Submit( PageWork inWork, PageRecord& ioPage, USize inSubmitted, XProgress& ioProgress );
-    void ShowPages( USize inSubmitted, XProgress& ioProgress ) const;
+    void ShowPages( USize inSubmitted, XProgress& ioProgress );
+    void ShowWorkers( XProgress& ioProgress );
     void WaitForJobs( XProgress* ioProgress = nullptr, USize inSubmitted = 0 );
     void Gather();
     void GatherPage( Image& ioImage );

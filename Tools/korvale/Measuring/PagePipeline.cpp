@@ -44,14 +44,37 @@ void RunAndKeepFailure( const PageWork& inWork, std::optional<Failure>& outFailu
 }
 } // namespace
 
-PagePipeline::PagePipeline( WorkerLimit inLimit, ProgressDisplay& ioDisplay )
-    : itsLimit( inLimit ), itsDisplay( ioDisplay )
+PagePipeline::PagePipeline(
+    WorkerLimit inLimit, ProgressDisplay& ioDisplay, std::unique_ptr<NodeWorkers> inNodes )
+    : itsLimit( inLimit ), itsDisplay( ioDisplay ), itsNodes( std::move( inNodes ) )
 {
     itsQueue.Start();
 }
 
+USize PagePipeline::GetUnfinishedCount() const
+{
+    // In this order: a page that is handed over to a node meanwhile is counted twice rather than not at all.
+    const USize own = itsQueue.GetCurrentJobWeight();
+    return own + ( itsNodes ? itsNodes->GetUnfinishedCount() : 0 );
+}
+
+void PagePipeline::WaitForFewerThan( USize inCount )
+{
+    if ( itsNodes )
+        itsNodes->WaitUntil( [&] { return GetUnfinishedCount() < inCount; } );
+    else
+        WorkerLimit::WaitForFewerJobs( itsQueue, inCount );
+}
+
+void PagePipeline::WaitForNodes()
+{
+    itsNodes->WaitUntil( [&] { return GetUnfinishedCount() < itsNodes->GetMostJobs(); } );
+}
+
 void PagePipeline::Submit( PageWork inWork, std::optional<Failure>& outFailure )
 {
+    if ( itsNodes )
+        WaitForNodes();
     itsLimit.WaitForTurn( itsQueue );
     // Owned by the job's function: the job refers to it until it is deleted.
     const auto strategy = std::make_shared<TerminalProgressStrategy>( itsDisplay, false );

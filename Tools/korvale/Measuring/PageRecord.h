@@ -19,6 +19,7 @@ struct PageRecord
     CachedPage samples;                   ///< with a background, from reading to measuring
     XPageMeasurement measurement;         ///< empty after a failure
     std::optional<CachedOverlay> overlay; ///< if requested and the page has been measured
+    double ignoredPixelSize = 0;          ///< XImageReader::GetIgnoredPixelSize of a node that read the file
     std::optional<Failure> failure;
     std::atomic<bool> isDone = false;
 };

@@ -1,7 +1,12 @@
 #include "Measuring/PageTask.h"
 
+#include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
+#include "Measuring/MeasurePageJob.h"
+#include "Measuring/MeasuredPage.h"
 #include "Plots/XOverlay.h"
+
+#include <utility>
 
 PageTask::PageTask(
     const XMeasureSettings& inSettings, XPageMemory& ioPages, XMeasurementMemory& ioMeasurements )
@@ -34,21 +39,60 @@ void PageTask::MeasureLoaded(
     MeasureSamples( ioPage, std::move( samples ) );
 }
 
+void PageTask::Read( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const
+{
+    ioPage.samples.Read( ioReader, ioPage.number, itsPages );
+    ioProgress.Increment();
+}
+
+void PageTask::Prepare( PageRecord& ioPage, const StackBackground& inBackground ) const
+{
+    auto samples = ioPage.samples.Lock( itsPages, kLockForReadWrite );
+    inBackground.SubtractFrom( samples );
+    ioPage.samples.CheckIntact(); // While they are locked.
+}
+
 void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const
 {
-    auto objects = XFindPageObjects( inSamples, itsSettings );
-    auto measurement = XMeasureObjects( inSamples, objects );
-    // Made while the samples are there: the numbers of the objects follow when the preceding pages are known.
-    std::optional<XOverlaySketch> sketch;
-    if ( ioPage.needsOverlay )
-        sketch = XSketchOverlay( inSamples, itsSettings, std::move( objects ) );
+    auto measured = MeasurePageSamples( inSamples, itsSettings, ioPage.needsOverlay );
     if ( !ioPage.samples.IsEmpty() )
         ioPage.samples.CheckIntact(); // While they are locked.
     inSamples = {};                   // Others may be waiting for its memory.
-    if ( sketch )
-        ioPage.overlay.emplace().Keep( std::move( *sketch ), itsPages );
-    itsMeasurements.Keep( measurement );
-    ioPage.measurement = std::move( measurement );
+    Keep( ioPage, std::move( measured ) );
+}
+
+void PageTask::Keep( PageRecord& ioPage, MeasuredPage inMeasured ) const
+{
+    if ( inMeasured.sketch )
+        ioPage.overlay.emplace().Keep( std::move( *inMeasured.sketch ), itsPages );
+    itsMeasurements.Keep( inMeasured.measurement );
+    ioPage.measurement = std::move( inMeasured.measurement );
+}
+
+void PageTask::TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint32_t inResultCode ) const
+{
+    try
+    {
+        if ( inResultCode == XJob::kStopped )
+            return;
+        const auto result = ioJob.TakeResult();
+        auto* const page = dynamic_cast<MeasurePageResult*>( result.get() );
+        if ( inResultCode == kErrorDisconnected )
+            ioPage.failure = Failure{ "the last 3 nodes that measured it were lost", inResultCode };
+        else if ( inResultCode != 0 )
+            ioPage.failure = DescribeError( inResultCode );
+        else if ( !page || ( ioPage.needsOverlay && !page->failure && !page->page.sketch ) )
+            ioPage.failure = DescribeError( kErrorStreamCorrupted );
+        else if ( page->failure )
+            ioPage.failure = std::move( page->failure );
+        else
+            Keep( ioPage, std::move( page->page ) );
+        ioPage.ignoredPixelSize = page ? page->ignoredPixelSize : 0;
+    }
+    catch ( ... )
+    {
+        ioPage.failure = DescribeCurrentException();
+    }
 }
 
 void PageTask::DrawOverlay(

@@ -6,7 +6,9 @@
 #include "Measuring/StackBackground.h"
 #include "Outputs/OutputFiles.h"
 
+class MeasurePageJob;
 class XProgress;
+struct MeasuredPage;
 
 /// The operations of the pipeline's jobs on a page. Each function is one job, within a progress of two steps,
 /// and throws on failure.
@@ -29,6 +31,13 @@ public:
     void
     MeasureLoaded( PageRecord& ioPage, const StackBackground& inBackground, XProgress& ioProgress ) const;
 
+    /// Read a page, or prepare a loaded one as MeasureLoaded does, to be measured elsewhere.
+    void Read( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const;
+    void Prepare( PageRecord& ioPage, const StackBackground& inBackground ) const;
+
+    /// Takes the result of a job on another machine, or its failure, into the record.
+    void TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint32_t inResultCode ) const;
+
     /// Draws an overlay with objects numbered from `inFirstNumber`, and writes its file. `ioFile` contains
     /// the name; the function fills in the rest.
     void DrawOverlay(
@@ -41,4 +50,5 @@ private:
     XMeasurementMemory& itsMeasurements;
 
     void MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const;
+    void Keep( PageRecord& ioPage, MeasuredPage inMeasured ) const;
 };

@@ -73,3 +73,8 @@ Failure DescribeCurrentException()
         failure.text, []( char inCharacter ) { return inCharacter == '\r' || inCharacter == '\n'; }, ' ' );
     return failure;
 }
+
+Failure DescribeError( std::uint32_t inNumber )
+{
+    return DescribeException( XException( inNumber ) );
+}

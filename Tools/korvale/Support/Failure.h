@@ -15,3 +15,6 @@ struct Failure
 
 /// Describes the exception that is being handled.
 Failure DescribeCurrentException();
+
+/// Describes the exception of this number.
+Failure DescribeError( std::uint32_t inNumber );

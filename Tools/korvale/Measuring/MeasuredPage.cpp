@@ -1,0 +1,14 @@
+#include "Measuring/MeasuredPage.h"
+
+#include <utility>
+
+MeasuredPage
+MeasurePageSamples( const WImagePage& inPage, const XMeasureSettings& inSettings, bool inNeedsOverlay )
+{
+    auto objects = XFindPageObjects( inPage, inSettings );
+    MeasuredPage measured{ XMeasureObjects( inPage, objects ), std::nullopt };
+    // Made while the samples are there: the numbers of the objects follow when the preceding pages are known.
+    if ( inNeedsOverlay )
+        measured.sketch = XSketchOverlay( inPage, inSettings, std::move( objects ) );
+    return measured;
+}

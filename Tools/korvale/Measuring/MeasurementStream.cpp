@@ -1,0 +1,387 @@
+#include "Measuring/MeasurementStream.h"
+
+#include "Core/Streams/XStream.h"
+#include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
+
+#include <algorithm>
+#include <vector>
+
+// Counts are 64-bit numbers, numbers of pixels 32-bit, flags one byte. Structures are taken apart by structured bindings,
+// so that this file does not compile when one of them gets another field.
+
+namespace
+{
+void RequireStored( bool inIsValid )
+{
+    if ( !inIsValid )
+        XThrow( kErrorStreamCorrupted );
+}
+
+/// A count of elements of at least that many bytes each.
+std::size_t ReadCount( XStream& ioStream, std::size_t inElementSize )
+{
+    const std::uint64_t count = ioStream.Read64();
+    ioStream.CheckRemaining( count, inElementSize );
+    return count;
+}
+
+template<class T, class TWrite>
+void WriteAll( XStream& ioStream, const std::vector<T>& inElements, const TWrite& inWrite )
+{
+    ioStream.Write64( inElements.size() );
+    for ( const T& element : inElements )
+        inWrite( element );
+}
+
+template<class T, class TRead>
+std::vector<T> ReadAll( XStream& ioStream, std::size_t inElementSize, const TRead& inRead )
+{
+    std::vector<T> elements( ReadCount( ioStream, inElementSize ) );
+    for ( T& element : elements )
+        inRead( element );
+    return elements;
+}
+
+void WriteNumber( XStream& ioStream, const std::optional<double>& inNumber )
+{
+    ioStream.WriteBool( inNumber.has_value() );
+    ioStream.WriteFloat64S( inNumber.value_or( 0 ) );
+}
+
+std::optional<double> ReadNumber( XStream& ioStream )
+{
+    const bool hasValue = ioStream.ReadBool();
+    const double value = ioStream.ReadFloat64S();
+    return hasValue ? std::optional( value ) : std::nullopt;
+}
+
+void WriteObjectSettings( XStream& ioStream, const XObjectSettings& inSettings )
+{
+    const auto& [channel, threshold, leastPixels] = inSettings;
+    ioStream.Write32( channel );
+    WriteNumber( ioStream, threshold );
+    ioStream.Write64( leastPixels );
+}
+
+XObjectSettings ReadObjectSettings( XStream& ioStream )
+{
+    XObjectSettings settings;
+    settings.channel = ioStream.Read32();
+    settings.threshold = ReadNumber( ioStream );
+    settings.leastPixels = ioStream.Read64();
+    return settings;
+}
+
+void WriteFilters( XStream& ioStream, const XChannelFilters& inFilters )
+{
+    const auto& [flattenSigma, isDark, medianRadius, smoothSigma, backgroundRadius] = inFilters;
+    ioStream.WriteFloat64S( flattenSigma );
+    ioStream.WriteBool( isDark );
+    ioStream.Write32( medianRadius );
+    ioStream.WriteFloat64S( smoothSigma );
+    ioStream.Write32( backgroundRadius );
+}
+
+XChannelFilters ReadFilters( XStream& ioStream )
+{
+    XChannelFilters filters;
+    filters.flattenSigma = ioStream.ReadFloat64S();
+    filters.isDark = ioStream.ReadBool();
+    filters.medianRadius = ioStream.Read32();
+    filters.smoothSigma = ioStream.ReadFloat64S();
+    filters.backgroundRadius = ioStream.Read32();
+    return filters;
+}
+
+void WriteAutomaticThreshold( XStream& ioStream, const XAutomaticThreshold& inThreshold )
+{
+    const auto& [method, classes, excludedClasses, size, scale] = inThreshold;
+    ioStream.Write8( static_cast<std::uint8_t>( method ) );
+    for ( const std::uint32_t number : { classes, excludedClasses, size } )
+        ioStream.Write32( number );
+    ioStream.WriteFloat64S( scale );
+}
+
+XAutomaticThreshold ReadAutomaticThreshold( XStream& ioStream )
+{
+    XAutomaticThreshold threshold;
+    const std::uint8_t method = ioStream.Read8();
+    RequireStored( method <= static_cast<std::uint8_t>( XThresholdMethod::kSauvola ) );
+    threshold.method = static_cast<XThresholdMethod>( method );
+    for ( auto* const number : { &threshold.classes, &threshold.excludedClasses, &threshold.size } )
+        *number = ioStream.Read32();
+    threshold.scale = ioStream.ReadFloat64S();
+    return threshold;
+}
+
+void WriteSegmentation( XStream& ioStream, const XSegmentationSettings& inSettings )
+{
+    const auto& [channel, filters, threshold, automatic] = inSettings;
+    ioStream.Write32( channel );
+    WriteFilters( ioStream, filters );
+    WriteNumber( ioStream, threshold );
+    WriteAutomaticThreshold( ioStream, automatic );
+}
+
+XSegmentationSettings ReadSegmentation( XStream& ioStream )
+{
+    XSegmentationSettings settings;
+    settings.channel = ioStream.Read32();
+    settings.filters = ReadFilters( ioStream );
+    settings.threshold = ReadNumber( ioStream );
+    settings.automatic = ReadAutomaticThreshold( ioStream );
+    return settings;
+}
+
+// ---- Objects
+
+constexpr std::size_t kShapeSize = 2 * 8 + 7 * 4;
+constexpr std::size_t kRunSize = 4 * 4;
+constexpr std::size_t kStatisticsSize = 5 * 8;
+
+void WriteShapes( XStream& ioStream, const std::vector<XObjectShape>& inShapes )
+{
+    const auto write = [&]( const XObjectShape& inShape )
+    {
+        ioStream.Write64( inShape.sumX );
+        ioStream.Write64( inShape.sumY );
+        for ( const auto number :
+              { inShape.pixelCount, inShape.verticalAdjacencies, inShape.runCount, inShape.left, inShape.top,
+                inShape.right, inShape.bottom } )
+            ioStream.Write32( number );
+    };
+    WriteAll( ioStream, inShapes, write );
+}
+
+std::vector<XObjectShape> ReadShapes( XStream& ioStream )
+{
+    const auto read = [&]( XObjectShape& outShape )
+    {
+        outShape.sumX = ioStream.Read64();
+        outShape.sumY = ioStream.Read64();
+        for ( auto* const number :
+              { &outShape.pixelCount, &outShape.verticalAdjacencies, &outShape.runCount, &outShape.left,
+                &outShape.top, &outShape.right, &outShape.bottom } )
+            *number = ioStream.Read32();
+        RequireStored(
+            outShape.pixelCount > 0 && outShape.left <= outShape.right && outShape.top <= outShape.bottom &&
+            outShape.right < XPixelRun::kNoObject );
+    };
+    return ReadAll<XObjectShape>( ioStream, kShapeSize, read );
+}
+
+void WriteRuns( XStream& ioStream, const std::vector<XPixelRun>& inRuns )
+{
+    const auto write = [&]( const XPixelRun& inRun )
+    {
+        for ( const auto number : { inRun.row, inRun.first, inRun.end, inRun.object } )
+            ioStream.Write32( number );
+    };
+    WriteAll( ioStream, inRuns, write );
+}
+
+/// The runs of a page of this size at most: in raster order, without overlaps, each inside the bounds of its object.
+std::vector<XPixelRun> ReadRuns(
+    XStream& ioStream, const std::vector<XObjectShape>& inShapes, std::uint64_t inWidth,
+    std::uint64_t inHeight )
+{
+    XPixelRun previous{ 0, 0, 0, 0 };
+    const auto read = [&]( XPixelRun& outRun )
+    {
+        for ( auto* const number : { &outRun.row, &outRun.first, &outRun.end, &outRun.object } )
+            *number = ioStream.Read32();
+        const bool follows =
+            outRun.row > previous.row || ( outRun.row == previous.row && outRun.first >= previous.end );
+        RequireStored(
+            follows && outRun.first < outRun.end && outRun.end <= inWidth && outRun.row < inHeight );
+        previous = outRun;
+        if ( outRun.object == XPixelRun::kNoObject )
+            return;
+        RequireStored( outRun.object < inShapes.size() );
+        const XObjectShape& shape = inShapes[outRun.object];
+        RequireStored(
+            outRun.row >= shape.top && outRun.row <= shape.bottom && outRun.first >= shape.left &&
+            outRun.end - 1 <= shape.right );
+    };
+    return ReadAll<XPixelRun>( ioStream, kRunSize, read );
+}
+} // namespace
+
+void MeasurementStream::WriteText( XStream& ioStream, const std::string& inText )
+{
+    ioStream.Write64( inText.size() );
+    ioStream.WriteBuffer8( inText.data(), inText.size() );
+}
+
+std::string MeasurementStream::ReadText( XStream& ioStream )
+{
+    std::string text( ReadCount( ioStream, 1 ), '\0' );
+    ioStream.ReadBuffer8( text.data(), text.size() );
+    return text;
+}
+
+// ---- Settings
+
+void MeasurementStream::WriteSettings( XStream& ioStream, const XMeasureSettings& inSettings )
+{
+    const auto& [objects, leastPixels, connectivity, children] = inSettings;
+    WriteSegmentation( ioStream, objects );
+    ioStream.Write64( leastPixels );
+    ioStream.WriteBool( connectivity == XConnectivity::kEdgesAndCorners );
+    ioStream.WriteBool( children.has_value() );
+    if ( children )
+        WriteObjectSettings( ioStream, *children );
+}
+
+XMeasureSettings MeasurementStream::ReadSettings( XStream& ioStream )
+{
+    XMeasureSettings settings;
+    settings.objects = ReadSegmentation( ioStream );
+    settings.leastPixels = ioStream.Read64();
+    settings.connectivity = ioStream.ReadBool() ? XConnectivity::kEdgesAndCorners : XConnectivity::kEdges;
+    if ( ioStream.ReadBool() )
+        settings.children = ReadObjectSettings( ioStream );
+    return settings;
+}
+
+void MeasurementStream::WriteReadSettings( XStream& ioStream, const XImageReadSettings& inSettings )
+{
+    const auto& [arePagesTimes, pixelWidth, pixelHeight] = inSettings;
+    ioStream.WriteBool( arePagesTimes );
+    ioStream.WriteFloat64S( pixelWidth );
+    ioStream.WriteFloat64S( pixelHeight );
+}
+
+XImageReadSettings MeasurementStream::ReadReadSettings( XStream& ioStream )
+{
+    XImageReadSettings settings;
+    settings.arePagesTimes = ioStream.ReadBool();
+    settings.pixelWidth = ioStream.ReadFloat64S();
+    settings.pixelHeight = ioStream.ReadFloat64S();
+    return settings;
+}
+
+// ---- Pages
+
+void MeasurementStream::WritePage( XStream& ioStream, const WImagePage& inPage )
+{
+    ioStream.Write32( inPage.width );
+    ioStream.Write32( inPage.height );
+    ioStream.Write32( inPage.channels );
+    ioStream.Write8( static_cast<std::uint8_t>( inPage.type ) );
+    ioStream.WriteFloat64S( inPage.pixelWidth );
+    ioStream.WriteFloat64S( inPage.pixelHeight );
+    ioStream.WriteElements( inPage.samples.get(), inPage.GetSampleCount(), inPage.GetSampleSize() );
+}
+
+WImagePage MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::Allocator& inAllocator )
+{
+    WImagePage page;
+    page.width = ioStream.Read32();
+    page.height = ioStream.Read32();
+    page.channels = ioStream.Read32();
+    const std::uint8_t type = ioStream.Read8();
+    constexpr std::uint32_t kMostChannels = 65'535;
+    RequireStored( type <= WImagePage::kFloat32 && page.width > 0 );
+    RequireStored( page.channels > 0 && page.channels <= kMostChannels );
+    page.type = static_cast<WImagePage::SampleType>( type );
+    page.pixelWidth = ioStream.ReadFloat64S();
+    page.pixelHeight = ioStream.ReadFloat64S();
+    ioStream.CheckRemaining( page.height, page.GetRowSize() );
+    page.Allocate( page.GetByteCount(), inAllocator );
+    ioStream.ReadElements( page.samples.get(), page.GetSampleCount(), page.GetSampleSize() );
+    return page;
+}
+
+// ---- Results
+
+void MeasurementStream::WriteMeasurement( XStream& ioStream, const XPageMeasurement& inMeasurement )
+{
+    const auto& [channels, pixelWidth, pixelHeight, threshold, nonFinite, shapes, statistics, parents,
+                 releasedOuter, releasedChildren, kept, keptOffset] = inMeasurement;
+    XAssert( releasedOuter == 0 && releasedChildren == 0 && !kept && keptOffset == 0 );
+    ioStream.Write32( channels );
+    for ( const double number : { pixelWidth, pixelHeight, threshold } )
+        ioStream.WriteFloat64S( number );
+    ioStream.Write64( nonFinite );
+    WriteShapes( ioStream, shapes );
+    const auto writeStatistics = [&]( const XChannelStatistics& inStatistics )
+    {
+        const auto& [min, max, mean, standardDeviation, sum] = inStatistics;
+        for ( const double number : { min, max, mean, standardDeviation, sum } )
+            ioStream.WriteFloat64S( number );
+    };
+    WriteAll( ioStream, statistics, writeStatistics );
+    WriteAll( ioStream, parents, [&]( std::uint32_t inParent ) { ioStream.Write32( inParent ); } );
+}
+
+XPageMeasurement MeasurementStream::ReadMeasurement( XStream& ioStream )
+{
+    XPageMeasurement measurement;
+    measurement.channels = ioStream.Read32();
+    for ( double* const number :
+          { &measurement.pixelWidth, &measurement.pixelHeight, &measurement.threshold } )
+        *number = ioStream.ReadFloat64S();
+    measurement.nonFinite = ioStream.Read64();
+    measurement.shapes = ReadShapes( ioStream );
+    const auto readStatistics = [&]( XChannelStatistics& outStatistics )
+    {
+        for ( double* const number :
+              { &outStatistics.min, &outStatistics.max, &outStatistics.mean, &outStatistics.standardDeviation,
+                &outStatistics.sum } )
+            *number = ioStream.ReadFloat64S();
+    };
+    measurement.statistics = ReadAll<XChannelStatistics>( ioStream, kStatisticsSize, readStatistics );
+    RequireStored( measurement.statistics.size() == measurement.shapes.size() * measurement.channels );
+    const auto readParent = [&]( std::uint32_t& outParent ) { outParent = ioStream.Read32(); };
+    measurement.parents = ReadAll<std::uint32_t>( ioStream, sizeof( std::uint32_t ), readParent );
+    RequireStored( measurement.parents.size() <= measurement.shapes.size() );
+    const auto isOuter = [&]( std::uint32_t inParent ) { return inParent < measurement.GetOuterCount(); };
+    RequireStored( std::ranges::all_of( measurement.parents, isOuter ) );
+    return measurement;
+}
+
+void MeasurementStream::WriteSketch( XStream& ioStream, const XOverlaySketch& inSketch )
+{
+    ioStream.Write32( inSketch.picture.width );
+    ioStream.Write32( inSketch.picture.height );
+    ioStream.WriteBuffer8( inSketch.picture.levels.data(), inSketch.picture.levels.size() );
+    ioStream.Write32( inSketch.reduction );
+    const auto write = [&]( const XOverlayObjects& inObjects )
+    {
+        WriteShapes( ioStream, inObjects.objects.shapes );
+        WriteRuns( ioStream, inObjects.objects.runs );
+        for ( const auto part : { inObjects.colour.red, inObjects.colour.green, inObjects.colour.blue } )
+            ioStream.Write8( part );
+        ioStream.WriteFloat64S( inObjects.colour.alpha );
+    };
+    WriteAll( ioStream, inSketch.objects, write );
+}
+
+XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream )
+{
+    constexpr std::size_t kLeastSize = 2 * 8 + 3 + 8; // of objects
+    XOverlaySketch sketch;
+    sketch.picture.width = ioStream.Read32();
+    sketch.picture.height = ioStream.Read32();
+    ioStream.CheckRemaining( sketch.picture.height, sketch.picture.width );
+    sketch.picture.levels.resize( std::size_t{ sketch.picture.width } * sketch.picture.height );
+    ioStream.ReadBuffer8( sketch.picture.levels.data(), sketch.picture.levels.size() );
+    sketch.reduction = ioStream.Read32();
+    RequireStored( sketch.reduction > 0 && !sketch.picture.levels.empty() );
+    const auto read = [&]( XOverlayObjects& outObjects )
+    {
+        outObjects.objects.shapes = ReadShapes( ioStream );
+        outObjects.objects.runs = ReadRuns(
+            ioStream, outObjects.objects.shapes, std::uint64_t{ sketch.picture.width } * sketch.reduction,
+            std::uint64_t{ sketch.picture.height } * sketch.reduction );
+        for ( auto* const part :
+              { &outObjects.colour.red, &outObjects.colour.green, &outObjects.colour.blue } )
+            *part = ioStream.Read8();
+        outObjects.colour.alpha = ioStream.ReadFloat64S();
+    };
+    sketch.objects = ReadAll<XOverlayObjects>( ioStream, kLeastSize, read );
+    sketch.SetNumbers( 1 );
+    return sketch;
+}
