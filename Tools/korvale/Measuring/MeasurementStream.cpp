@@ -298,8 +298,8 @@ WImagePage MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::All
 
 void MeasurementStream::WriteMeasurement( XStream& ioStream, const XPageMeasurement& inMeasurement )
 {
-    const auto& [channels, pixelWidth, pixelHeight, threshold, nonFinite, shapes, statistics, parents,
-                 releasedOuter, releasedChildren, kept, keptOffset] = inMeasurement;
+    const auto& [channels, pixelWidth, pixelHeight, threshold, nonFinite, shapes, statistics, parents, releasedOuter, releasedChildren, kept, keptOffset] =
+        inMeasurement;
     XAssert( releasedOuter == 0 && releasedChildren == 0 && !kept && keptOffset == 0 );
     ioStream.Write32( channels );
     for ( const double number : { pixelWidth, pixelHeight, threshold } )
