@@ -24,11 +24,31 @@ public:
     XString GreetBackSelf( XString inName ) { return "hello " + inName; }
 };
 
+XString MakePipeName()
+{
+    return XString( "korvale-rpc-" ) + XString( std::uint32_t( std::random_device()() ) );
+}
+
+/// The error of a call that may succeed, or 0.
+template<class TCall>
+std::uint32_t TryCall( TCall inCall )
+{
+    try
+    {
+        inCall();
+        return 0;
+    }
+    catch ( const XException& error )
+    {
+        return error.GetErrorNumber();
+    }
+}
+
 } // namespace
 
 TEST( XLPCBridgeTest, CallsOverAPipe )
 {
-    const XString name = XString( "korvale-rpc-" ) + XString( std::uint32_t( std::random_device()() ) );
+    const XString name = MakePipeName();
     XNamedPipeServer server( name );
     XServeBridge<LocalBridge>( server, XRPCBridge::kServer );
     server.Start();
@@ -39,4 +59,49 @@ TEST( XLPCBridgeTest, CallsOverAPipe )
     EXPECT_EQ( ErrorOf( [&] { client->Greet( "" ); } ), 3100u );
     EXPECT_EQ( ErrorOf( [&] { client->ConnectToPipe( 100 ); } ), 3106u );
     EXPECT_EQ( ErrorOf( [] { LocalBridge( XRPCBridge::kClient, "../x" ); } ), 1013u );
+}
+
+TEST( XLPCBridgeTest, EndsEveryCallInAStorm )
+{
+    const XString name = MakePipeName();
+    XNamedPipeServer server( name );
+    XServeBridge<LocalBridge>( server, XRPCBridge::kServer );
+    server.Start();
+    const auto client = XMakeRef<LocalBridge>( XRPCBridge::kBidirectionalClient, name );
+    client->ConnectToPipe( kPatience, true );
+    std::atomic<bool> isOver = false;
+    std::atomic<std::uint32_t> successes = 0;
+    const auto call = [&]
+    {
+        while ( !isOver )
+        {
+            XString result;
+            const std::uint32_t error = TryCall( [&] { result = client->Greet( "pipe" ); } );
+            EXPECT_TRUE( error == 0 ? result == "hello pipe" : error >= 3098 && error <= 3106 ) << error;
+            successes += error == 0;
+        }
+    };
+    const auto disturb = [&]
+    {
+        for ( int i = 0; i < 60; ++i )
+        {
+            if ( i % 4 == 0 )
+            {
+                server.Stop();
+                server.Start();
+            }
+            else if ( i % 4 == 1 )
+                client->AbortSenderRPCCall( 2000 );
+            else
+            {
+                client->ForceDisconnect();
+                TryCall( [&] { client->ConnectToPipe( kPatience, true ); } );
+            }
+            XThread::SleepCurrentThread( 5 );
+        }
+        isOver = true;
+        client->ForceDisconnect();
+    };
+    RunTogether( call, call, call, disturb );
+    EXPECT_GT( successes, 0u );
 }
