@@ -239,6 +239,27 @@ TEST_F( XRPCBridgeTest, ServesThreadsOneAfterTheOther )
         } );
 }
 
+TEST_F( XRPCBridgeTest, ThreadsThatAreSuspendedOrStoppedLeaveTheirTurnToOthers )
+{
+    const auto call = [&] { itsClient->CheckAlive(); };
+    TestThread blocked( [&] { itsClient->Block(); } );
+    TestThread suspended( call ), stopped( call ), last( call );
+    blocked.StartThread();
+    itsServices.isBlocked.Wait( kPatience );
+    for ( TestThread* thread : { &suspended, &stopped, &last } )
+    {
+        thread->StartThread();
+        XThread::SleepCurrentThread( 20 ); // so that it is likely to wait for the bridge in this order
+    }
+    suspended.SuspendThread();
+    stopped.StopThread();
+    itsServices.mayGoOn.Set();
+    blocked.WaitForTerminate( kPatience );
+    last.WaitForTerminate( kPatience );
+    suspended.ResumeThread();
+    suspended.WaitForTerminate( kPatience );
+}
+
 TEST_F( XRPCBridgeTest, AbortsCalls )
 {
     itsClient->AbortSenderRPCCall( 2000 );

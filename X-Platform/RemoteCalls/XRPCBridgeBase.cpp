@@ -5,6 +5,7 @@
 #include "Core/Times/XTimer.h"
 #include "Network/XEncryptedNetStream.h"
 #include "RemoteCalls/Internal/XRPCFlusher.h"
+#include "RemoteCalls/Internal/XRPCTurns.h"
 #include "Services/XSessionLogManager.h"
 #include "System/WRandomBytes.h"
 
@@ -13,7 +14,8 @@
 std::atomic<std::uint32_t> XRPCBridgeBase::sTotalRPCCallsSent = 0;
 std::atomic<std::uint32_t> XRPCBridgeBase::sTotalRPCCallsReceived = 0;
 
-XRPCBridgeBase::XRPCBridgeBase( XBridgeType inType ) : itsBridgeType( inType )
+XRPCBridgeBase::XRPCBridgeBase( XBridgeType inType )
+    : itsBridgeType( inType ), itsTurns( std::make_unique<XRPCTurns>() )
 {
     RegisterInitiateConversation();
     RegisterAuthenticateConversation();

@@ -16,6 +16,7 @@
 class XEncryptedNetStream;
 class XException;
 class XRPCFlusher;
+class XRPCTurns;
 
 /// Whether a call may be sent again if the connection is lost before its return has arrived.
 enum class XRPCRepeat : std::uint32_t
@@ -355,6 +356,8 @@ private:
     void MakeCall( std::uint32_t inCode, bool inWaits, XRPCRepeat inRepeat, XRPCOutgoingCallBase& ioCall );
     std::uint32_t SendCall( std::uint32_t inCode, bool inWaits, XRPCOutgoingCallBase& ioCall );
     void CheckNothingHasArrived() const;
+    void LockSender( bool inWaitForReturn );
+    void UnlockSender();
     void NoteCall( std::uint32_t inCode, bool inWaitForReturn );
     bool ForgetCall();
     bool DeferFlush();
@@ -381,6 +384,7 @@ private:
 
     mutable XMutex itsMutex;
     mutable XMutex itsSenderMutex;
+    const std::unique_ptr<XRPCTurns> itsTurns; // of the threads that want itsSenderMutex
     mutable XConditionVariable itsStateChanged;
 
     // Changed under itsMutex:

@@ -4,6 +4,7 @@
 #include "Core/Errors/XException.h"
 #include "Network/XEncryptedNetStream.h"
 #include "RemoteCalls/Internal/XRPCFlusher.h"
+#include "RemoteCalls/Internal/XRPCTurns.h"
 #include "Threads/XThread.h"
 #include "Time/WClock.h"
 
@@ -87,14 +88,14 @@ void XRPCBridgeBase::CheckReturnIsComplete() const
 void XRPCBridgeBase::BeginRPCCall( std::uint32_t inCode, bool inWaitForReturn )
 {
     CheckSender();
-    itsSenderMutex.Lock( kNoTimeout, true );
+    LockSender( inWaitForReturn );
     try
     {
         NoteCall( inCode, inWaitForReturn );
     }
     catch ( ... )
     {
-        itsSenderMutex.Unlock();
+        UnlockSender();
         throw;
     }
     try
@@ -115,7 +116,30 @@ void XRPCBridgeBase::EndRPCCall()
         return; // released early
     if ( ForgetCall() )
         NotifySenderDisconnected();
+    UnlockSender();
+}
+
+/// Calls without a return are over too soon for turns. A thread that has the mutex already must not wait for
+/// the turn of one that waits for the mutex.
+void XRPCBridgeBase::LockSender( bool inWaitForReturn )
+{
+    if ( inWaitForReturn && !itsSenderMutex.IsLockedByCurrentThread() )
+        itsTurns->Enter();
+    try
+    {
+        itsSenderMutex.Lock( kNoTimeout, true );
+    }
+    catch ( ... )
+    {
+        itsTurns->Leave( false );
+        throw;
+    }
+}
+
+void XRPCBridgeBase::UnlockSender()
+{
     itsSenderMutex.Unlock();
+    itsTurns->Leave( itsSenderIsAvailable );
 }
 
 void XRPCBridgeBase::ReleaseSenderEarly( std::uint32_t inCode )
