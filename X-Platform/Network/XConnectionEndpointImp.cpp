@@ -29,6 +29,9 @@ using XState = XNetEndpoint::XState;
 namespace
 {
 
+/// Large sends let the system move the bytes while the peer reads them, with few calls.
+constexpr std::uint32_t kMostBytesPerSend = 1024 * 1024;
+
 /// The library's number for an error of a connection; 0 where it has none.
 std::uint32_t ToErrorNumber( std::uint32_t inError )
 {
@@ -218,7 +221,7 @@ void XConnectionEndpointImp::SendData( const void* buffer, std::uint32_t length,
     const WConnectionPtr connection = GetConnected();
     const auto* bytes = static_cast<const std::uint8_t*>( buffer );
     // Equal parts: a small rest would be a segment of its own.
-    const std::uint32_t parts = ( length - 1 ) / kMostBytesPerTransfer + 1;
+    const std::uint32_t parts = ( length - 1 ) / kMostBytesPerSend + 1;
     std::uint32_t chunk = ( length - 1 ) / parts + 1;
     while ( length > 0 )
     {

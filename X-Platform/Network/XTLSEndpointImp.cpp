@@ -7,6 +7,8 @@
 #include "Network/Internal/XWaitWithCheckpoints.h"
 #include "Threads/XThreadLock.h"
 
+#include <algorithm>
+
 // An endpoint has one conversation at a time, for the connection in use. Operations take it together with the
 // connection they were given (GetConversation): if the endpoint has been connected anew meanwhile, the
 // conversation is another one and the operation fails like one on a connection that has ended.
@@ -15,6 +17,9 @@
 
 namespace
 {
+
+/// Encrypted in one piece, before the first byte is sent.
+constexpr std::uint32_t kMostBytesPerSend = 64 * 1024;
 
 XTLSConversation::XWaiter Until( const WDeadline& inDeadline )
 {
@@ -81,10 +86,11 @@ WConnection::Outcome XTLSEndpointImp::SendSome(
     const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,
     std::uint32_t inTimeoutMS )
 {
+    const std::uint32_t count = std::min( inCount, kMostBytesPerSend );
     return Converse(
         inConnection,
         [&]( XTLSConversation& ioConversation )
-        { return ioConversation.Send( inBytes, inCount, EachWithin( inTimeoutMS ) ); } );
+        { return ioConversation.Send( inBytes, count, EachWithin( inTimeoutMS ) ); } );
 }
 
 WConnection::Outcome XTLSEndpointImp::ReceiveSome(
