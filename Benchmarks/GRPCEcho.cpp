@@ -5,10 +5,10 @@
 #include <grpcpp/grpcpp.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 namespace peers
 {
@@ -31,14 +31,12 @@ public:
 class GRPCEcho : public Echo
 {
 public:
-    explicit GRPCEcho( const Prepare& inPrepareServer )
+    explicit GRPCEcho( int inPort )
     {
-        int port = 0;
-        std::thread( [&] { port = Serve( inPrepareServer ); } ).join();
         grpc::ChannelArguments arguments;
         arguments.SetInt( GRPC_ARG_ENABLE_HTTP_PROXY, 0 );
         const auto channel = grpc::CreateCustomChannel(
-            "127.0.0.1:" + std::to_string( port ), grpc::InsecureChannelCredentials(), arguments );
+            "127.0.0.1:" + std::to_string( inPort ), grpc::InsecureChannelCredentials(), arguments );
         if ( !channel->WaitForConnected( std::chrono::system_clock::now() + std::chrono::seconds( 10 ) ) )
             throw std::runtime_error( "gRPC does not connect" );
         itsClient = grpc_peer::Echo::NewStub( channel );
@@ -57,28 +55,25 @@ public:
     }
 
 private:
-    /// The threads of the server run on the processors of the thread that starts it.
-    int Serve( const Prepare& inPrepareServer )
-    {
-        inPrepareServer();
-        int port = 0;
-        grpc::ServerBuilder builder;
-        builder.AddListeningPort( "127.0.0.1:0", grpc::InsecureServerCredentials(), &port );
-        builder.RegisterService( &itsService );
-        itsServer = builder.BuildAndStart();
-        return port;
-    }
-
-    GRPCService itsService;
-    std::unique_ptr<grpc::Server> itsServer;
     std::unique_ptr<grpc_peer::Echo::Stub> itsClient;
 };
 
 } // namespace
 
-Echo* MakeGRPCEcho( const Prepare& inPrepareServer )
+Echo* MakeGRPCEcho( int inPort )
 {
-    return new GRPCEcho( inPrepareServer );
+    return new GRPCEcho( inPort );
+}
+
+void ServeGRPC( const std::function<void( int )>& inServe )
+{
+    GRPCService service;
+    int port = 0;
+    grpc::ServerBuilder builder;
+    builder.AddListeningPort( "127.0.0.1:0", grpc::InsecureServerCredentials(), &port );
+    builder.RegisterService( &service );
+    const std::unique_ptr<grpc::Server> server = builder.BuildAndStart();
+    inServe( port );
 }
 
 } // namespace peers

@@ -22,7 +22,11 @@ public:
 
 Echo* MakeZeroMQEcho( const Prepare& inPrepareServer );
 Echo* MakeCapnpEcho( const Prepare& inPrepareServer );
-Echo* MakeGRPCEcho( const Prepare& inPrepareServer );
+
+/// A server of gRPC, until the function that gets its port returns; and a client of the server on a port. Each in a
+/// process of its own: in one they would share the library's threads.
+void ServeGRPC( const std::function<void( int )>& inServe );
+Echo* MakeGRPCEcho( int inPort );
 
 /// XTEA, which has the same number of rounds as TEA.
 void EncryptXTEA( std::vector<std::uint8_t>& ioBytes, const char* inKey );

@@ -1,5 +1,5 @@
 // Remote calls beside Cap'n Proto's, gRPC's, ZeroMQ's push and pull, and hand-written blocking sockets with the same bytes.
-// Both ends are threads of this process, each with a processor of its own or on one together.
+// Both ends are threads of this process, each with a processor of its own or on one together; gRPC's server is a process.
 
 #include "NetworkPeers.h"
 
@@ -10,15 +10,19 @@
 
 #include <benchmark/benchmark.h>
 
+#include <fstream>
 #include <map>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <zmq.h>
 
@@ -220,22 +224,85 @@ void CallHandWritten( benchmark::State& ioState )
     CountCalls( ioState );
 }
 
-template<peers::Echo* ( *kMake )( const peers::Prepare& )>
-void CallPeer( benchmark::State& ioState )
+void CallEcho( benchmark::State& ioState, peers::Echo& ioEcho )
+{
+    Bytes bytes( kPayload );
+    for ( auto _ : ioState )
+        ioEcho.Call( bytes );
+    CountCalls( ioState );
+}
+
+void CallCapnp( benchmark::State& ioState )
 {
     const auto processors = static_cast<int>( ioState.range( 0 ) );
     BindTo( 0 );
-    const std::unique_ptr<peers::Echo> echo( kMake( [processors] { BindTo( processors - 1 ); } ) );
-    Bytes bytes( kPayload );
-    for ( auto _ : ioState )
-        echo->Call( bytes );
-    CountCalls( ioState );
+    CallEcho(
+        ioState,
+        *std::unique_ptr<peers::Echo>( peers::MakeCapnpEcho( [processors] { BindTo( processors - 1 ); } ) ) );
+}
+
+constexpr char kServeGRPC[] = "--serve-grpc";
+
+/// This program as a server of gRPC, in a process of its own.
+class GRPCProcess
+{
+public:
+    explicit GRPCProcess( int inProcessors )
+    {
+        int sockets[2];
+        socketpair( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets );
+        const std::string processors = std::to_string( inProcessors );
+        itsProcess = fork();
+        if ( itsProcess == 0 )
+        {
+            dup2( sockets[1], STDIN_FILENO );
+            execl( "/proc/self/exe", "bench_rpc", kServeGRPC, processors.c_str(), nullptr );
+            _exit( 1 );
+        }
+        close( sockets[1] );
+        itsSocket = sockets[0];
+    }
+    ~GRPCProcess()
+    {
+        close( itsSocket );
+        waitpid( itsProcess, nullptr, 0 );
+    }
+
+    int ReadPort() const
+    {
+        int port = 0;
+        Receive( itsSocket, &port, sizeof( port ) );
+        return port;
+    }
+
+    /// In the process: until the other end has been closed.
+    static void Run( int inProcessors )
+    {
+        BindTo( inProcessors - 1 );
+        peers::ServeGRPC(
+            []( int inPort )
+            {
+                Send( STDIN_FILENO, &inPort, sizeof( inPort ) );
+                Receive( STDIN_FILENO, &inPort, sizeof( inPort ) );
+            } );
+    }
+
+private:
+    pid_t itsProcess;
+    int itsSocket;
+};
+
+void CallGRPC( benchmark::State& ioState )
+{
+    const GRPCProcess server( static_cast<int>( ioState.range( 0 ) ) );
+    BindTo( 0 );
+    CallEcho( ioState, *std::unique_ptr<peers::Echo>( peers::MakeGRPCEcho( server.ReadPort() ) ) );
 }
 
 BENCHMARK( CallHandWritten )->Arg( 1 )->Arg( 2 )->UseRealTime();
 BENCHMARK( CallOurs )->Arg( 1 )->Arg( 2 )->UseRealTime();
-BENCHMARK_TEMPLATE( CallPeer, peers::MakeCapnpEcho )->Arg( 1 )->Arg( 2 )->UseRealTime();
-BENCHMARK_TEMPLATE( CallPeer, peers::MakeGRPCEcho )->Arg( 1 )->Arg( 2 )->UseRealTime();
+BENCHMARK( CallCapnp )->Arg( 1 )->Arg( 2 )->UseRealTime();
+BENCHMARK( CallGRPC )->Arg( 1 )->Arg( 2 )->UseRealTime();
 
 // ---- Calls without a return, 64 bytes each, until the last has arrived
 
@@ -361,6 +428,42 @@ BENCHMARK( CallOnThreads )
     ->Args( { 16, 16 } )
     ->UseRealTime();
 
+// ---- Many bridges at once, called one after the other
+
+/// A number of this process that the system reports under a name.
+double ReadStatus( const std::string& inName )
+{
+    std::ifstream status( "/proc/self/status" );
+    for ( std::string word; status >> word; )
+        if ( double number = 0; word == inName && status >> number )
+            return number;
+    return 0;
+}
+
+void CallOnManyBridges( benchmark::State& ioState )
+{
+    rlimit files{};
+    getrlimit( RLIMIT_NOFILE, &files );
+    files.rlim_cur = files.rlim_max;
+    setrlimit( RLIMIT_NOFILE, &files );
+    const Conversations conversations( 0, XEncryptedNetStream::kAlgorithmRC4 );
+    const double threads = ReadStatus( "Threads:" );
+    const double memory = ReadStatus( "VmRSS:" );
+    std::vector<XRefPtr<BenchBridge>> clients;
+    for ( auto i = ioState.range( 0 ); i > 0; --i )
+        clients.push_back( conversations.Connect() );
+    const XString text( std::string( kPayload, 'x' ) );
+    for ( auto _ : ioState )
+        for ( const auto& client : clients )
+            benchmark::DoNotOptimize( client->Echo( text ) );
+    CountCalls( ioState, ioState.range( 0 ) );
+    const auto bridges = static_cast<double>( clients.size() );
+    ioState.counters["threads/bridge"] = ( ReadStatus( "Threads:" ) - threads ) / bridges;
+    ioState.counters["KiB/bridge"] = ( ReadStatus( "VmRSS:" ) - memory ) / bridges; // of both ends
+}
+
+BENCHMARK( CallOnManyBridges )->Arg( 1 )->Arg( 1000 )->UseRealTime();
+
 // ---- Opening a conversation
 
 void OpenOurs( benchmark::State& ioState )
@@ -454,6 +557,11 @@ BENCHMARK( DispatchOurs );
 
 int main( int inCount, char** inArguments )
 {
+    if ( inCount == 3 && std::string( inArguments[1] ) == kServeGRPC )
+    {
+        GRPCProcess::Run( std::stoi( inArguments[2] ) );
+        return 0;
+    }
     const WInitCore core;
     benchmark::Initialize( &inCount, inArguments );
     benchmark::RunSpecifiedBenchmarks();
