@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Checks that no include runs upwards between rooms, that the program includes no internals of the libraries, that no
-headers include each other, in a line or in a circle, and that every class of Platform has a source for each system."""
+headers include each other, in a line or in a circle, that every class of Platform has a source for each system, and that
+names in unnamed namespaces are unique in their target, whose sources are compiled in batches."""
 
+import collections
 import pathlib
 import re
 import sys
@@ -73,6 +75,57 @@ def lonely_headers() -> list[pathlib.Path]:
             and not all((header.parent / system / f"{header.stem}.cpp").exists() for system in ("Linux", "Windows"))]
 
 
+# A declaration in an unnamed namespace, where it begins its line: what it says before its name, and the name.
+DECLARATION = re.compile(
+    r"^(?:template<.*>\s)?(?:(?:struct|class|enum class|enum|union) (?P<type>\w+)(?! *[;\w])|using (?P<alias>\w+) =|"
+    r"(?!using|return|namespace|static_assert|extern|TEST|TYPED_TEST|INSTANTIATE|[#/(){} ])[^\n;={(]*?"
+    r"\b(?<!::)(?P<name>\w+)(?P<parameters>\(.*?\)(?=\s*(?:$|\{|const|noexcept))| =|;|\[|\{|\())", re.DOTALL)
+
+
+def target_of(path: pathlib.Path) -> str:
+    parts = path.relative_to(ROOT).parts
+    if parts[0] == "Tests":
+        return f"Tests{parts[1]}"
+    if parts[0] == "Tools":
+        return "korvale" if path.name == "Main.cpp" else "KorvaleTool"
+    return "KorvaleImaging" if parts[1] in ("Drawing", "Images", "Imaging", "Plots") else "KorvaleCore"
+
+
+def unnamed_declarations(path: pathlib.Path) -> dict[str, str]:
+    """What the unnamed namespaces of a source declare, by name, functions by name and parameters. Sources of a target may
+    have declarations of the same name only if the texts are equal, as those of equal aliases are."""
+    found = {}
+    for block in re.findall(r"^namespace\n\{\n(.*?)^\} // namespace$", path.read_text(encoding="utf-8"), re.MULTILINE | re.DOTALL):
+        for text in re.split(r"\n(?=\S)", block):
+            if match := DECLARATION.match(text):
+                name = match["type"] or match["alias"] or match["name"]
+                parameters = match["parameters"] or ""
+                if match["alias"]:
+                    found[name] = text.split(";")[0]
+                elif parameters.startswith("("):
+                    types = (re.sub(r"\s*=.*", "", one).strip().rsplit(" ", 1)[0] for one in parameters[1:-1].split(","))
+                    found[f"{name}( {', '.join(types)} )"] = str(path)
+                else:
+                    found[name] = str(path)
+    return found
+
+
+def repeated_names() -> list[str]:
+    sources = [path for top in ("X-Platform", "Platform", "Tools", "Tests") for path in sorted((ROOT / top).rglob("*.cpp"))]
+    places = collections.defaultdict(list)
+    for path in sources:
+        for name, text in unnamed_declarations(path).items():
+            places[target_of(path), name].append((path, text))
+    faults = []
+    for (target, name), found in places.items():
+        for other in ("Linux", "Windows"):
+            here = [(path, text) for path, text in found if path.parent.name != other]
+            if len({text for _, text in here}) > 1:
+                faults.append(f"{target} has {name} in several sources: " + ", ".join(path.name for path, _ in here))
+                break
+    return faults
+
+
 def main() -> int:
     files = [path for top in ("X-Platform", "Platform", "Tools") for path in sorted((ROOT / top).rglob("*"))
              if path.suffix in (".h", ".cpp")]
@@ -92,6 +145,9 @@ def main() -> int:
     for header in lonely_headers():
         faults += 1
         print(f"{header.relative_to(ROOT)} has no source for each system")
+    for fault in repeated_names():
+        faults += 1
+        print(fault)
     print(f"{len(files)} files, {faults} faults")
     return 1 if faults else 0
 

@@ -23,7 +23,7 @@
 namespace
 {
 
-using XEvents = XNetJobDispatcher::XEvents;
+using XEvents = XVector<XNetJobEvent>;
 using XTimeMS = XNetJobDispatcher::XTimeMS;
 
 constexpr std::uint32_t kTickPeriodMS = 100;

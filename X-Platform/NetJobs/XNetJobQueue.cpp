@@ -35,7 +35,7 @@
 namespace
 {
 
-using XEvents = XNetJobSession::XEvents;
+using XEvents = XVector<XNetJobEvent>;
 using XProgressChanged = XThreadProgressStrategy::XProgressChangedMessage;
 
 // Of the jobs that have been submitted and have not ended.

@@ -31,7 +31,7 @@ namespace
 using XJobEvents::GetKey;
 using XJobEvents::MakeEvent;
 using XJobKey = XNetJobScheduler::XJobKey;
-using XEvents = XNetJobSession::XEvents;
+using XEvents = XVector<XNetJobEvent>;
 using XProgressChanged = XThreadProgressStrategy::XProgressChangedMessage;
 
 constexpr std::int64_t kProgressPeriodMS = 200;

@@ -24,7 +24,7 @@ using XJobEvents::GetKey;
 using XJobEvents::MakeEvent;
 using XJobKey = XNetJobScheduler::XJobKey;
 using XTimeMS = XNetJobDispatcher::XTimeMS;
-using XEvents = XNetJobDispatcher::XEvents;
+using XEvents = XVector<XNetJobEvent>;
 
 constexpr XTimeMS kNoticePeriodMS = 200;
 constexpr XTimeMS kPositionPeriodMS = 1000;
