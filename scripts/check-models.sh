@@ -8,6 +8,10 @@ cp ./*.pml "$work"
 cd "$work"
 
 check() { # MODEL [-DNAME=VALUE...]
+  local folder
+  folder=$(mktemp -d -p .)
+  cp ./*.pml "$folder"
+  cd "$folder"
   spin -a "${@:2}" "$1.pml"
   gcc -w -O2 -DSAFETY -DCOLLAPSE -o pan pan.c
   ./pan -m200000 > result
@@ -17,12 +21,16 @@ check() { # MODEL [-DNAME=VALUE...]
   fi
   printf '%s: %s, no error\n' "$*" "$(grep 'states, stored' result | sed 's/^ *//; s/, stored//')"
 }
+export -f check
 
-check mutex -DN=2 -DROUNDS=3
-check mutex -DN=3 -DROUNDS=1
-check condition -DCONSUMERS=2 -DLEAVERS=1
-check condition -DCONSUMERS=1 -DLEAVERS=2
-check rwmutex -DREADERS=1 -DWRITERS=1 -DSHARERS=1 -DUPGRADERS=0 -DROUNDS=2
-check rwmutex -DREADERS=2 -DWRITERS=1 -DSHARERS=0 -DUPGRADERS=1 -DROUNDS=2
-check rwmutex -DREADERS=2 -DWRITERS=2 -DSHARERS=0 -DUPGRADERS=0 -DROUNDS=2
-check rwmutex -DREADERS=1 -DWRITERS=0 -DSHARERS=2 -DUPGRADERS=1
+# The largest one first, as many at a time as there are processors.
+xargs -P "$(nproc)" -I LINE bash -c 'set -e; check LINE' << 'END'
+rwmutex -DREADERS=2 -DWRITERS=2 -DSHARERS=0 -DUPGRADERS=0 -DROUNDS=2
+rwmutex -DREADERS=2 -DWRITERS=1 -DSHARERS=0 -DUPGRADERS=1 -DROUNDS=2
+rwmutex -DREADERS=1 -DWRITERS=1 -DSHARERS=1 -DUPGRADERS=0 -DROUNDS=2
+rwmutex -DREADERS=1 -DWRITERS=0 -DSHARERS=2 -DUPGRADERS=1
+mutex -DN=2 -DROUNDS=3
+mutex -DN=3 -DROUNDS=1
+condition -DCONSUMERS=2 -DLEAVERS=1
+condition -DCONSUMERS=1 -DLEAVERS=2
+END

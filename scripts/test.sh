@@ -27,10 +27,30 @@ build() { # PRESET
   { cmake --preset "$1" && cmake --build --preset "$1"; } > "$log" 2>&1 || { tail -100 "$log"; return 1; }
 }
 
+# More tests than processors at a time: many wait for a peer, a clock or, under the emulator, its server.
+run_tests() { # PRESET
+  step "$1: tests"
+  ctest --preset "$1" -j "$(( 2 * $(nproc) ))"
+}
+
 build_and_test() { # PRESET
   build "$1"
-  step "$1: tests"
-  ctest --preset "$1" -j "$(nproc)"
+  run_tests "$1"
+}
+
+# Runs functions at the same time, and shows what each printed once it has ended.
+together() { # FUNCTION...
+  local name index failed=false jobs=()
+  for name in "$@"; do
+    "$name" > "build/$name.log" 2>&1 &
+    jobs+=( $! )
+  done
+  for index in "${!jobs[@]}"; do
+    name=${*:index+1:1}
+    wait "${jobs[index]}" || { failed=true; echo "failed: $name"; }
+    cat "build/$name.log"
+  done
+  ! $failed
 }
 
 check_package() {
@@ -84,21 +104,26 @@ check_windows_package() {
   done
 }
 
+run_fuzzer() { # NAME
+  local log="build/fuzz_$1.log"
+  "build/linux-asan/bin/fuzz_$1" -runs=20000 -max_total_time=10 -timeout=20 -rss_limit_mb=2048 "$(mktemp -d)" \
+    "Fuzz/corpus/$1" > "$log" 2>&1 || { tail -50 "$log"; return 1; }
+  echo "fuzz_$1: clean"
+}
+export -f run_fuzzer
+
 run_fuzzers() {
   step "fuzz targets over their seeds"
-  local target name log
-  for target in build/linux-asan/bin/fuzz_*; do
-    name=${target##*/fuzz_}
-    log="build/fuzz_$name.log"
-    "$target" -runs=20000 -max_total_time=10 -timeout=20 -rss_limit_mb=2048 "$(mktemp -d)" "Fuzz/corpus/$name" \
-      > "$log" 2>&1 || { tail -50 "$log"; return 1; }
-    echo "fuzz_$name: clean"
-  done
+  find build/linux-asan/bin -name 'fuzz_*' -printf '%f\n' | sed 's/^fuzz_//' | sort |
+    xargs -P "$(nproc)" -I NAME bash -c 'run_fuzzer NAME'
 }
 
-compare_with_peers() {
+compare_with_skimage() {
   step "measurements beside scikit-image"
   /usr/bin/python3 Tests/Tools/compare_with_skimage.py build/linux-release/bin/korvale
+}
+
+compare_with_pandas() {
   step "tables beside pandas"
   /usr/bin/python3 Tests/Tools/compare_with_pandas.py build/linux-release/bin/korvale
 }
@@ -125,9 +150,9 @@ if $all; then
   check_windows_package
 fi
 build linux-release
+checks=( compare_with_skimage compare_with_pandas )
 if $all; then
-  check_package
+  checks+=( check_package )
 fi
-compare_with_peers
-step "linux-release: tests"
-ctest --preset linux-release -j "$(nproc)"
+together "${checks[@]}"
+run_tests linux-release
