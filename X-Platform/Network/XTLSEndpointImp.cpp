@@ -19,7 +19,7 @@ namespace
 {
 
 /// Encrypted in one piece, before the first byte is sent.
-constexpr std::uint32_t kMostBytesPerSend = 64 * 1024;
+constexpr std::uint32_t kMostBytesPerTLSSend = 64 * 1024;
 
 XTLSConversation::XWaiter Until( const WDeadline& inDeadline )
 {
@@ -86,7 +86,7 @@ WConnection::Outcome XTLSEndpointImp::SendSome(
     const WConnectionPtr& inConnection, const void* inBytes, std::uint32_t inCount,
     std::uint32_t inTimeoutMS )
 {
-    const std::uint32_t count = std::min( inCount, kMostBytesPerSend );
+    const std::uint32_t count = std::min( inCount, kMostBytesPerTLSSend );
     return Converse(
         inConnection,
         [&]( XTLSConversation& ioConversation )
