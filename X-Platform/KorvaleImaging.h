@@ -24,6 +24,7 @@
 #include "Imaging/XGreyscalePreview.h"
 #include "Imaging/XImageReader.h"
 #include "Imaging/XLocalThreshold.h"
+#include "Imaging/XMaskMorphology.h"
 #include "Imaging/XMeasurementMemory.h"
 #include "Imaging/XMeasurementTable.h"
 #include "Imaging/XMedianFilter.h"

@@ -3,6 +3,7 @@
 #include "Imaging/Internal/XVectorLoops.h"
 #include "Imaging/TestPages.h"
 #include "Imaging/XLocalThreshold.h"
+#include "Imaging/XPageMeasurement.h"
 
 namespace
 {
@@ -135,6 +136,53 @@ TEST( XSegmentation, ScalesThresholds )
     EXPECT_EQ( count( 1 ), 1 );
     EXPECT_EQ( count( 0.9 ), 9 );
     EXPECT_EQ( count( 1.3 ), 0 );
+}
+
+TEST( XSegmentation, CleansItsMask )
+{
+    //                                                  a ring with a gap in a corner, a speck, a part at the border
+    const std::string_view drawing = "..........."
+                                     ".#####....#"
+                                     ".#...#....#"
+                                     ".#...#.#..."
+                                     ".####......"
+                                     "...........";
+    std::vector<float> samples;
+    for ( const auto pixel : drawing )
+        samples.push_back( pixel == '#' ? 9.0f : 0.0f );
+    samples[2 * 11 + 3] = std::nanf( "" ); // inside the ring
+    const auto page = MakePage<float>( 11, samples );
+    const auto count = [&]( const XMaskCleaning& inCleaning )
+    {
+        const auto result = XSegmentPage( page, { .threshold = 5, .cleaning = inCleaning } );
+        return std::ranges::count( ListMarked( result.mask ), true );
+    };
+    EXPECT_EQ( count( {} ), 16 );
+    // The gap joins the hole with the outside only by a corner; the NaN stays out.
+    EXPECT_EQ( count( { .fillsHoles = true } ), 16 + 5 );
+    EXPECT_EQ( count( { .openRadius = 1, .fillsHoles = true } ), 0 );
+    EXPECT_EQ( count( { .openRadius = 500 } ), 0 );
+    EXPECT_EQ( count( { .closeRadius = 500 } ), 65 );
+    EXPECT_ERROR( 1013, count( { .openRadius = 501 } ) );
+
+    XMeasureSettings settings;
+    settings.objects = { .threshold = 5 };
+    const auto list = [&]( std::uint64_t inMost, bool inExcludesEdges )
+    {
+        settings.mostPixels = inMost;
+        settings.excludesEdges = inExcludesEdges;
+        std::vector<std::uint32_t> sizes;
+        const auto objects = XFindPageObjects( page, settings ).outer;
+        for ( const auto& shape : objects.shapes )
+            sizes.push_back( shape.pixelCount );
+        for ( const auto& run : objects.runs )
+            EXPECT_TRUE( run.object == XPixelRun::kNoObject || run.object < sizes.size() );
+        return sizes;
+    };
+    using Sizes = std::vector<std::uint32_t>;
+    EXPECT_EQ( list( 1000, false ), ( Sizes{ 13, 2, 1 } ) );
+    EXPECT_EQ( list( 2, false ), ( Sizes{ 2, 1 } ) );
+    EXPECT_EQ( list( 12, true ), ( Sizes{ 1 } ) );
 }
 
 TEST( XSegmentation, EqualsThePlainDefinitionOfSauvola )

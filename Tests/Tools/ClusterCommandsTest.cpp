@@ -141,9 +141,9 @@ TEST_F( ClusterCommandsTest, MeasuresOnNodesWithTheResultsOfOneMachine )
         "--background mean --save-background @%b.tif",
         "--background min --overlay @%o.png",
         "--channel C9",
-        "--threshold 30000 --pixel-size 0.5,2",
+        "--threshold 30000 --pixel-size 0.5,2 --open 1 --exclude-edges --max-pixels 900",
         "--threshold local:15 --threshold-scale 1.1 --dark --smooth 1.5 --median 2 --inside 20000",
-        "--threshold multiotsu:4:2 --flatten 20 --subtract-background 9" };
+        "--threshold multiotsu:4:2 --flatten 20 --subtract-background 9 --close 2 --fill-holes" };
     for ( const std::string options : kOptions )
         for ( const std::string shared : { "", " --shared-files" } )
         {

@@ -12,10 +12,12 @@ import tempfile
 import warnings
 
 import numpy as np
+import scipy.ndimage
 import skimage.filters
 import skimage.io
 import skimage.measure
 import skimage.morphology
+import skimage.segmentation
 import skimage.util
 import tifffile
 
@@ -148,6 +150,27 @@ def find_mask(image: np.ndarray, options: dict) -> np.ndarray:
     return plane > level * options.get("threshold-scale", 1)
 
 
+def clean(mask: np.ndarray, options: dict) -> np.ndarray:
+    disk = skimage.morphology.disk
+    if "open" in options:
+        mask = skimage.morphology.binary_opening(mask, disk(options["open"]))
+    if "close" in options:
+        mask = skimage.morphology.binary_closing(mask, disk(options["close"]))
+    if "fill-holes" in options:
+        mask = scipy.ndimage.binary_fill_holes(mask)
+    return mask
+
+
+def select(labels: np.ndarray, options: dict) -> np.ndarray:
+    """Without the objects at the border and those of other sizes, numbered anew."""
+    if "exclude-edges" in options:
+        labels = skimage.segmentation.clear_border(labels)
+    counts = np.bincount(labels.ravel())
+    counts[0] = 0
+    kept = (counts >= max(options.get("min-pixels", 1), 1)) & (counts <= options.get("max-pixels", labels.size))
+    return np.where(kept, np.cumsum(kept), 0)[labels]
+
+
 def find_inside(plane: np.ndarray, labels: np.ndarray, threshold) -> np.ndarray:
     """The pixels of objects above the threshold of their object."""
     mask = np.zeros(labels.shape, bool)
@@ -161,7 +184,8 @@ def measure_page(page: np.ndarray, channel: int, connectivity: int, inside=None,
     """The objects, then those inside them, each with the place of its parent."""
     plane = page[..., channel]
     rank = 1 if connectivity == 4 else 2
-    labels = skimage.measure.label(find_mask(plane, segmentation or {}), connectivity=rank)
+    options = segmentation or {}
+    labels = select(skimage.measure.label(clean(find_mask(plane, options), options), connectivity=rank), options)
     rows = [measure_region(page, labels, region) | {"Parent": None} for region in skimage.measure.regionprops(labels)]
     if inside is None:
         return rows
@@ -254,6 +278,11 @@ FILTERS = [{"smooth": 0.5}, {"smooth": 2}, {"smooth": 20.5}, {"smooth": 150}, {"
            {"flatten": 25, "dark": True, "median": 1, "smooth": 1.5, "subtract-background": 20}]
 
 
+CLEANING = [{"open": 1}, {"open": 4}, {"close": 1}, {"close": 5}, {"fill_holes": True}, {"exclude_edges": True},
+            {"max_pixels": 60}, {"min_pixels": 5, "max_pixels": 400, "exclude_edges": True},
+            {"open": 2, "close": 3, "fill_holes": True, "min_pixels": 20}, {"open": 9}, {"close": 12}]
+
+
 def compare_segmentation(korvale: str, folder: pathlib.Path) -> list[str]:
     faults = []
     for name in ("coins.png", "page.png", "camera.png", "cell.png", "chessboard_GRAY_U16.tif"):
@@ -267,6 +296,14 @@ def compare_segmentation(korvale: str, folder: pathlib.Path) -> list[str]:
                  folder / "float.tif"):
         for filters in FILTERS:
             faults += compare(korvale, path, **filters)
+    for path in (DATA / "coins.png", DATA / "page.png", folder / "noise8.tif", folder / "stack16.tif",
+                 folder / "two_levels.tif"):
+        for cleaning in CLEANING:
+            for connectivity in (8, 4):
+                faults += compare(korvale, path, connectivity=connectivity, **cleaning)
+    faults += compare(korvale, folder / "two_levels.tif", threshold=1000, close=70)
+    faults += compare(korvale, folder / "two_levels.tif", close=70)
+    faults += compare(korvale, DATA / "coins.png", inside="otsu", fill_holes=True, open=3, exclude_edges=True)
     faults += compare(korvale, DATA / "ihc.png", channel=1, smooth=2, threshold="triangle")
     faults += compare(korvale, DATA / "coins.png", median=2, threshold="li", threshold_scale=0.9)
     faults += compare(korvale, DATA / "page.png", dark=True, threshold="local:51", threshold_scale=1.05)

@@ -200,6 +200,25 @@ XLabelledObjects XFindConnectedComponents(
     return finder.TakeObjects( inLeastPixels );
 }
 
+void XRemoveObjects(
+    XLabelledObjects& ioObjects, const std::function<bool( const XObjectShape& )>& inIsRemoved )
+{
+    std::vector<std::uint32_t> numbers;
+    numbers.reserve( ioObjects.shapes.size() );
+    std::uint32_t kept = 0;
+    for ( const auto& shape : ioObjects.shapes )
+        numbers.push_back( inIsRemoved( shape ) ? XPixelRun::kNoObject : kept++ );
+    if ( kept == numbers.size() )
+        return;
+    for ( std::size_t i = 0; i < numbers.size(); ++i )
+        if ( numbers[i] != XPixelRun::kNoObject )
+            ioObjects.shapes[numbers[i]] = ioObjects.shapes[i];
+    ioObjects.shapes.resize( kept );
+    for ( auto& run : ioObjects.runs )
+        if ( run.object != XPixelRun::kNoObject )
+            run.object = numbers[run.object];
+}
+
 XLabelledObjects XFindObjects(
     const WImagePage& inPage, std::uint32_t inChannel, double inThreshold, XConnectivity inConnectivity,
     std::uint64_t inLeastPixels )

@@ -4,6 +4,7 @@
 #include "WPlatform.h"
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <vector>
 
@@ -42,6 +43,12 @@ struct KORVALE_IMAGING_API XObjectShape
         return 2 * ( std::uint64_t{ runCount } + pixelCount - verticalAdjacencies );
     }
 
+    /// True if one of its pixels is at the border of a page of that size.
+    bool TouchesBorder( std::uint32_t inWidth, std::uint32_t inHeight ) const
+    {
+        return left == 0 || top == 0 || right + 1 == inWidth || bottom + 1 == inHeight;
+    }
+
     /// Merges the shape of another part of the object.
     void Add( const XObjectShape& inOther );
 };
@@ -66,6 +73,10 @@ enum class XConnectivity
 /// An abort throws 1001.
 KORVALE_IMAGING_API XLabelledObjects XFindConnectedComponents(
     const XPixelMask& inMask, XConnectivity inConnectivity, std::uint64_t inLeastPixels = 1 );
+
+/// Removes the objects for which `inIsRemoved` returns true; the others are renumbered.
+KORVALE_IMAGING_API void
+XRemoveObjects( XLabelledObjects& ioObjects, const std::function<bool( const XObjectShape& )>& inIsRemoved );
 
 /// The connected components of the pixels whose sample in channel `inChannel` (counted from 0) is greater than the
 /// threshold.

@@ -213,6 +213,12 @@ XPageObjects XFindPageObjects( const WImagePage& inPage, const XMeasureSettings&
         objects.outer =
             XFindConnectedComponents( segmentation.mask, inSettings.connectivity, inSettings.leastPixels );
     }
+    const auto isIgnored = [&]( const XObjectShape& inShape )
+    {
+        return inShape.pixelCount > inSettings.mostPixels ||
+            ( inSettings.excludesEdges && inShape.TouchesBorder( inPage.width, inPage.height ) );
+    };
+    XRemoveObjects( objects.outer, isIgnored );
     if ( !inSettings.children )
         return objects;
 

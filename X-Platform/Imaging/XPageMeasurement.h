@@ -7,6 +7,7 @@
 #include "WPlatform.h"
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -17,7 +18,9 @@ class XMemoryHandle;
 struct XMeasureSettings
 {
     XSegmentationSettings objects;
-    std::uint64_t leastPixels = 1; ///< smaller objects are ignored
+    std::uint64_t leastPixels = 1;                                            ///< smaller objects are ignored
+    std::uint64_t mostPixels = ( std::numeric_limits<std::uint64_t>::max )(); ///< larger objects are ignored
+    bool excludesEdges = false; ///< objects at the border of the page are ignored
     XConnectivity connectivity = XConnectivity::kEdgesAndCorners;
     std::optional<XObjectSettings> children; ///< how child objects are found; without a value, none are
 };

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -39,7 +40,7 @@ XSegmentation Mark(
 
 XSegmentation XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings )
 {
-    XProgress progress( 2, XProgress::kProgressSteps );
+    XProgress progress( 3, XProgress::kProgressSteps );
     const auto channel = inSettings.channel;
     const auto halfRange = XGetHalfRange( inPage.type );
     const auto nonFinite = XCountNonFinite( inPage, channel );
@@ -51,6 +52,12 @@ XSegmentation XSegmentPage( const WImagePage& inPage, const XSegmentationSetting
                               : Mark( inPage, channel, inSettings, halfRange );
     result.nonFinite = nonFinite;
     if ( nonFinite > 0 )
+        RemoveNonFinite( inPage, channel, result.mask );
+    progress.Increment();
+    if ( inSettings.cleaning.IsEmpty() )
+        return result;
+    result.mask = XCleanMask( std::move( result.mask ), inSettings.cleaning );
+    if ( nonFinite > 0 ) // They may have been filled.
         RemoveNonFinite( inPage, channel, result.mask );
     return result;
 }

@@ -2,6 +2,7 @@
 
 #include "Imaging/XAutomaticThreshold.h"
 #include "Imaging/XChannelFilters.h"
+#include "Imaging/XMaskMorphology.h"
 #include "Imaging/XPixelMask.h"
 #include "WPlatform.h"
 
@@ -15,6 +16,7 @@ struct XSegmentationSettings
     /// Pixels above it belong to objects; without a value, `automatic`.
     std::optional<double> threshold{};
     XAutomaticThreshold automatic{};
+    XMaskCleaning cleaning{}; ///< applied to the mask
 };
 
 /// The pixels of objects.
@@ -25,7 +27,7 @@ struct XSegmentation
     std::uint64_t nonFinite = 0; ///< samples that are infinite or NaN, which never belong to objects
 };
 
-/// Filters a channel and marks the pixels above the threshold. The channel must exist. Throws the errors of the filters
+/// Filters a channel, marks the pixels above the threshold and cleans the mask. The channel must exist. Throws the errors of the filters
 /// and thresholds; an abort throws 1001.
 KORVALE_IMAGING_API XSegmentation
 XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings );

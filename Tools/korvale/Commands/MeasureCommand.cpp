@@ -222,6 +222,10 @@ void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
         .Takes( "N" )
         .Check( CheckWholeNumber )
         .ShowsDefault();
+    objects.Add( "--max-pixels", itsMostPixels, "Maximum object size in pixels [none]" )
+        .Takes( "N" )
+        .Check( CheckWholeNumber );
+    objects.AddFlag( "--exclude-edges", itsExcludesEdges, "Ignore objects at the border of the page" );
     const auto children = inOptions.Under( "Child objects" );
     children.Add( "--inside", itsInside, "Segment child objects: otsu (for each) or a value" )
         .Takes( "otsu|VALUE" )
@@ -239,6 +243,8 @@ void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
 
 void MeasureCommand::Check() const
 {
+    if ( itsMostPixels < itsLeastPixels )
+        throw WrongUsage( "--max-pixels is less than --min-pixels" );
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
         throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
     if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
@@ -331,6 +337,8 @@ XMeasureSettings MeasureCommand::GetSettings() const
     XMeasureSettings settings;
     settings.objects = itsSegmentation.GetSettings();
     settings.leastPixels = itsLeastPixels;
+    settings.mostPixels = itsMostPixels;
+    settings.excludesEdges = itsExcludesEdges;
     settings.connectivity = itsConnectivity == 4 ? XConnectivity::kEdges : XConnectivity::kEdgesAndCorners;
     if ( itsInside.empty() )
         return settings;

@@ -11,6 +11,7 @@
 #include "Options/SegmentationOptions.h"
 #include "Options/TableOutputs.h"
 
+#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -32,6 +33,8 @@ private:
     SegmentationOptions itsSegmentation;
     std::uint32_t itsConnectivity = 8;
     std::uint64_t itsLeastPixels = 1;
+    std::uint64_t itsMostPixels = ( std::numeric_limits<std::uint64_t>::max )();
+    bool itsExcludesEdges = false;
     std::string itsInside;        // empty: no child objects
     std::string itsInsideChannel; // empty: the channel of the objects
     std::uint64_t itsInsideLeastPixels = 1;

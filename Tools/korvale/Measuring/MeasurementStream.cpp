@@ -115,13 +115,31 @@ XAutomaticThreshold ReadAutomaticThreshold( XStream& ioStream )
     return threshold;
 }
 
+void WriteCleaning( XStream& ioStream, const XMaskCleaning& inCleaning )
+{
+    const auto& [openRadius, closeRadius, fillsHoles] = inCleaning;
+    ioStream.Write32( openRadius );
+    ioStream.Write32( closeRadius );
+    ioStream.WriteBool( fillsHoles );
+}
+
+XMaskCleaning ReadCleaning( XStream& ioStream )
+{
+    XMaskCleaning cleaning;
+    cleaning.openRadius = ioStream.Read32();
+    cleaning.closeRadius = ioStream.Read32();
+    cleaning.fillsHoles = ioStream.ReadBool();
+    return cleaning;
+}
+
 void WriteSegmentation( XStream& ioStream, const XSegmentationSettings& inSettings )
 {
-    const auto& [channel, filters, threshold, automatic] = inSettings;
+    const auto& [channel, filters, threshold, automatic, cleaning] = inSettings;
     ioStream.Write32( channel );
     WriteFilters( ioStream, filters );
     WriteNumber( ioStream, threshold );
     WriteAutomaticThreshold( ioStream, automatic );
+    WriteCleaning( ioStream, cleaning );
 }
 
 XSegmentationSettings ReadSegmentation( XStream& ioStream )
@@ -131,6 +149,7 @@ XSegmentationSettings ReadSegmentation( XStream& ioStream )
     settings.filters = ReadFilters( ioStream );
     settings.threshold = ReadNumber( ioStream );
     settings.automatic = ReadAutomaticThreshold( ioStream );
+    settings.cleaning = ReadCleaning( ioStream );
     return settings;
 }
 
@@ -225,9 +244,11 @@ std::string MeasurementStream::ReadText( XStream& ioStream )
 
 void MeasurementStream::WriteSettings( XStream& ioStream, const XMeasureSettings& inSettings )
 {
-    const auto& [objects, leastPixels, connectivity, children] = inSettings;
+    const auto& [objects, leastPixels, mostPixels, excludesEdges, connectivity, children] = inSettings;
     WriteSegmentation( ioStream, objects );
     ioStream.Write64( leastPixels );
+    ioStream.Write64( mostPixels );
+    ioStream.WriteBool( excludesEdges );
     ioStream.WriteBool( connectivity == XConnectivity::kEdgesAndCorners );
     ioStream.WriteBool( children.has_value() );
     if ( children )
@@ -239,6 +260,8 @@ XMeasureSettings MeasurementStream::ReadSettings( XStream& ioStream )
     XMeasureSettings settings;
     settings.objects = ReadSegmentation( ioStream );
     settings.leastPixels = ioStream.Read64();
+    settings.mostPixels = ioStream.Read64();
+    settings.excludesEdges = ioStream.ReadBool();
     settings.connectivity = ioStream.ReadBool() ? XConnectivity::kEdgesAndCorners : XConnectivity::kEdges;
     if ( ioStream.ReadBool() )
         settings.children = ReadObjectSettings( ioStream );

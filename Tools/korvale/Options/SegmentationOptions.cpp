@@ -31,7 +31,14 @@ const char* const SegmentationOptions::kHelp =
     "  deviation of the square around it; SIZE is its side in pixels, odd, 3 to 999.\n"
     "  --threshold-scale multiplies the threshold: above 1 objects become smaller.\n"
     "  A uniform page has no objects, and pixels whose value is infinite or no\n"
-    "  number never belong to one.\n";
+    "  number never belong to one.\n"
+    "\n"
+    "Clean-up\n"
+    "  Changes the pixels above the threshold, always in this order: --open removes\n"
+    "  specks and thin connections, --close joins parts and fills narrow gaps, both\n"
+    "  with a disc of the radius; --fill-holes fills background that is enclosed.\n"
+    "  Then --exclude-edges ignores objects at the border of the page, and\n"
+    "  --min-pixels and --max-pixels those of other sizes.\n";
 
 namespace
 {
@@ -138,6 +145,7 @@ void SegmentationOptions::Declare( const CommandOptions& inOptions )
         .Takes( "F" )
         .IsBetween( 0.01, 100.0 );
     DeclareFilters( inOptions.Under( "Preprocessing" ) );
+    DeclareCleaning( inOptions.Under( "Clean-up" ) );
 }
 
 void SegmentationOptions::DeclareFilters( const CommandOptions& inOptions )
@@ -157,6 +165,17 @@ void SegmentationOptions::DeclareFilters( const CommandOptions& inOptions )
         .IsBetween( 1u, kXMostDiscRadius );
 }
 
+void SegmentationOptions::DeclareCleaning( const CommandOptions& inOptions )
+{
+    inOptions.Add( "--open", itsCleaning.openRadius, "Remove what a disc does not fit into" )
+        .Takes( "RADIUS" )
+        .IsBetween( 1u, kXMostDiscRadius );
+    inOptions.Add( "--close", itsCleaning.closeRadius, "Fill gaps that a disc does not fit into" )
+        .Takes( "RADIUS" )
+        .IsBetween( 1u, kXMostDiscRadius );
+    inOptions.AddFlag( "--fill-holes", itsCleaning.fillsHoles, "Fill holes of objects" );
+}
+
 XSegmentationSettings SegmentationOptions::GetSettings() const
 {
     XSegmentationSettings settings;
@@ -167,5 +186,6 @@ XSegmentationSettings SegmentationOptions::GetSettings() const
     else
         settings.automatic = *ParseMethod( itsThreshold );
     settings.automatic.scale = itsScale;
+    settings.cleaning = itsCleaning;
     return settings;
 }

@@ -8,7 +8,8 @@
 
 class CommandOptions;
 
-/// The options that choose the pixels of objects: the channel, its preprocessing and the threshold.
+/// The options that choose the pixels of objects: the channel, its preprocessing, the threshold and the
+/// clean-up.
 class SegmentationOptions
 {
 public:
@@ -24,8 +25,10 @@ private:
     std::string itsThreshold = "otsu";
     double itsScale = 1;
     XChannelFilters itsFilters;
+    XMaskCleaning itsCleaning;
 
     void DeclareFilters( const CommandOptions& inOptions );
+    void DeclareCleaning( const CommandOptions& inOptions );
 };
 
 /// The index of a channel name such as C1.
