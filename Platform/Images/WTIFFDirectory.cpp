@@ -60,8 +60,9 @@ WTIFFHeader WTIFFHeader::Read( const WFile& inFile )
     WTIFFHeader header;
     header.isSwapped = ( start[0] == 'M' ) == ( std::endian::native == std::endian::little );
     header.isBig = GetNumber( start, 2, 2, header.isSwapped ) == 43;
-    if ( header.isBig && GetNumber( start, 4, 2, header.isSwapped ) != 8 )
-        throw WImageError( "its offsets are not of 8 bytes (BigTIFF has no others)" );
+    const auto offsetSize = header.isBig ? GetNumber( start, 4, 2, header.isSwapped ) : 8;
+    if ( offsetSize != 8 )
+        throw WImageError( "its offsets have " + std::to_string( offsetSize ) + " bytes (expected 8)" );
     header.firstDirectory = header.isBig ? GetNumber( ReadBytes( inFile, 8, 8 ), 0, 8, header.isSwapped )
                                          : GetNumber( start, 4, 4, header.isSwapped );
     return header;

@@ -492,7 +492,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
     EXPECT_EQ( GetFailure( std::string( "II*\0\0\0\0\0", 8 ) ), "it has no pages" );
     EXPECT_EQ(
         GetFailure( std::string( "II+\0\4\0\0\0\x10\0\0\0\0\0\0\0", 16 ) ),
-        "its offsets are not of 8 bytes (BigTIFF has no others)" );
+        "its offsets have 4 bytes (expected 8)" );
 
     // Its directory names itself as the next one.
     HandmadeTIFF circle( false );

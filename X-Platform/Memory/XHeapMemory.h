@@ -3,7 +3,7 @@
 #include "Memory/XMemoryReservation.h"
 
 /// A piece of heap memory that counts against the manager's budget.
-/// Internal to the library.
+/// A member of the blocks, installed because their headers need it: applications use handles.
 /// Threads: those of its owner.
 /// Errors: 1012.
 class XHeapMemory

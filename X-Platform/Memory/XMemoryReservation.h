@@ -8,7 +8,7 @@
 class XMemoryManager;
 
 /// A share of the manager's budget, released when the reservation is destroyed.
-/// Internal to the library.
+/// A member of the blocks and their storage, installed because their headers need it.
 /// Threads: those of its owner.
 class XMemoryReservation
 {

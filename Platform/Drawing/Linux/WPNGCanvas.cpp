@@ -38,7 +38,7 @@ void AppendBytes( png_structp inPNG, png_bytep inData, size_t inCount )
     }
     catch ( ... )
     {
-        png_error( inPNG, "there is not enough memory" );
+        png_error( inPNG, "not enough memory" );
     }
 }
 

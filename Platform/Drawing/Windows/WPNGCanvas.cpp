@@ -226,8 +226,7 @@ double PNGCanvas::GetTextWidthSelf( const std::string& inText, double inSize )
 std::string PNGCanvas::Encode()
 {
     IStream* stream = nullptr;
-    CheckDrawing(
-        SUCCEEDED( CreateStreamOnHGlobal( nullptr, TRUE, &stream ) ), "there is not enough memory" );
+    CheckDrawing( SUCCEEDED( CreateStreamOnHGlobal( nullptr, TRUE, &stream ) ), "not enough memory" );
     const std::unique_ptr<IStream, void ( * )( IStream* )> owner(
         stream, []( IStream* inEach ) { inEach->Release(); } );
     CheckDrawing( itsBitmap.Save( stream, &kPNGEncoder, nullptr ) );

@@ -7,7 +7,8 @@
 #include <map>
 
 /// The records of a row-reference column: one for each known identifier, found by identifier or by
-/// user-visible ID. Internal.
+/// user-visible ID. A member of the column, installed because its header needs it: applications use the
+/// column.
 ///
 /// Records are stored in one block in the order of their creation. A record is referred to by its place,
 /// which is fixed for its life; places of removed records are reused.
