@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks that no include runs upwards between rooms, that the program includes no internals of the libraries, that no
-headers include each other, in a line or in a circle, that every class of Platform has a source for each system, and that
-names in unnamed namespaces are unique in their target, whose sources are compiled in batches."""
+headers include each other, in a line or in a circle, that every class of Platform has a source for each system, that
+names in unnamed namespaces are unique in their target, whose sources are compiled in batches, and that test suites are
+named alike."""
 
 import collections
 import pathlib
@@ -126,6 +127,16 @@ def repeated_names() -> list[str]:
     return faults
 
 
+def misnamed_suites() -> list[str]:
+    """Names of suites end with Test, and a suite lies in one file."""
+    files = collections.defaultdict(set)
+    for path in (ROOT / "Tests").rglob("*.cpp"):
+        for name in re.findall(r"^(?:TEST|TEST_F|TEST_P|TYPED_TEST)\( *(\w+)", path.read_text(encoding="utf-8"), re.MULTILINE):
+            files[name].add(path.name)
+    return [f"test suite {name} in {', '.join(sorted(found))}" for name, found in files.items()
+            if not name.endswith("Test") or len(found) > 1]
+
+
 def main() -> int:
     files = [path for top in ("X-Platform", "Platform", "Tools") for path in sorted((ROOT / top).rglob("*"))
              if path.suffix in (".h", ".cpp")]
@@ -145,7 +156,7 @@ def main() -> int:
     for header in lonely_headers():
         faults += 1
         print(f"{header.relative_to(ROOT)} has no source for each system")
-    for fault in repeated_names():
+    for fault in repeated_names() + misnamed_suites():
         faults += 1
         print(fault)
     print(f"{len(files)} files, {faults} faults")

@@ -17,7 +17,7 @@ private:
 
 } // namespace
 
-TEST( XDataRegistry, KeepsValuesUnderTheirKeys )
+TEST( XDataRegistryTest, KeepsValuesUnderTheirKeys )
 {
     XDataRegistry registry;
     registry.SetValue( "size", 0.65 );
@@ -36,7 +36,7 @@ TEST( XDataRegistry, KeepsValuesUnderTheirKeys )
     EXPECT_TRUE( registry.GetKeys().empty() );
 }
 
-TEST( XDataRegistry, SharesObjectsAndLetsGoOutsideItsLock )
+TEST( XDataRegistryTest, SharesObjectsAndLetsGoOutsideItsLock )
 {
     XDataRegistry registry;
     const auto data = XMakeRef<XFarewell>( registry );
@@ -57,7 +57,7 @@ TEST( XDataRegistry, SharesObjectsAndLetsGoOutsideItsLock )
     EXPECT_TRUE( leave( [&] { registry.RemoveAll(); } ) );
 }
 
-TEST( XDataRegistry, ServesSeveralThreads )
+TEST( XDataRegistryTest, ServesSeveralThreads )
 {
     XDataRegistry& registry = XDataRegistry::GetProcessRegistry();
     RunOnThreads(

@@ -57,7 +57,7 @@ private:
 
 class XDeclaredOnly;
 
-TEST( XRefPtr, DeletesWithTheLastReference )
+TEST( XRefPtrTest, DeletesWithTheLastReference )
 {
     int alive = 0;
     XRefPtr<XThing> first = XMakeRef<XThing>( &alive );
@@ -80,7 +80,7 @@ TEST( XRefPtr, DeletesWithTheLastReference )
     EXPECT_EQ( alive, 1 );
 }
 
-TEST( XRefPtr, LetsGoOfWhatItHeldOnAssignment )
+TEST( XRefPtrTest, LetsGoOfWhatItHeldOnAssignment )
 {
     int alive = 0;
     XRefPtr<XThing> pointer = XMakeRef<XThing>( &alive );
@@ -93,7 +93,7 @@ TEST( XRefPtr, LetsGoOfWhatItHeldOnAssignment )
     EXPECT_EQ( alive, 0 );
 }
 
-TEST( XRefPtr, ConvertsAlongTheClasses )
+TEST( XRefPtrTest, ConvertsAlongTheClasses )
 {
     int alive = 0;
     const XRefPtr<XDerivedThing> derived = XMakeRef<XDerivedThing>( &alive );
@@ -108,7 +108,7 @@ TEST( XRefPtr, ConvertsAlongTheClasses )
     EXPECT_FALSE( none );
 }
 
-TEST( XRefPtr, RefusesReferencesToWhatIsGone )
+TEST( XRefPtrTest, RefusesReferencesToWhatIsGone )
 {
     std::uint32_t shareError = 0, releaseError = 0;
     XMakeRef<XPhoenix>( shareError, releaseError ).Reset();
@@ -116,7 +116,7 @@ TEST( XRefPtr, RefusesReferencesToWhatIsGone )
     EXPECT_EQ( releaseError, 1027u );
 }
 
-TEST( XRefPtr, GivesCopiesOfAnObjectTheirOwnCount )
+TEST( XRefPtrTest, GivesCopiesOfAnObjectTheirOwnCount )
 {
     const XRefPtr<XThing> original = XMakeRef<XThing>();
     const XRefPtr<XThing> shared = original;
@@ -127,7 +127,7 @@ TEST( XRefPtr, GivesCopiesOfAnObjectTheirOwnCount )
     EXPECT_EQ( original->GetReferenceCount(), 2u );
 }
 
-TEST( XRefPtr, CountsAcrossThreads )
+TEST( XRefPtrTest, CountsAcrossThreads )
 {
     int alive = 0;
     XRefPtr<XThing> shared = XMakeRef<XThing>( &alive );

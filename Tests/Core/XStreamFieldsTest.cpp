@@ -36,9 +36,9 @@ private:
     }
 };
 
-struct XStreamFields : testing::Test
+struct XStreamFieldsTest : testing::Test
 {
-    XStreamFields()
+    XStreamFieldsTest()
     {
         itsStream.WriteStreamInfo();
         itsStream.WriteObject( XString( "abc" ) );
@@ -57,7 +57,7 @@ struct Other : XString
 };
 } // namespace
 
-TEST_F( XStreamFields, AreReportedInOrderWithTheirPlaces )
+TEST_F( XStreamFieldsTest, AreReportedInOrderWithTheirPlaces )
 {
     itsStream.ReadStreamInfo();
     EXPECT_EQ( *itsStream.ReadObjectOf<XString>(), "abc" );
@@ -75,7 +75,7 @@ TEST_F( XStreamFields, AreReportedInOrderWithTheirPlaces )
         "end of object 120 \n" );
 }
 
-TEST_F( XStreamFields, TellWhyAnObjectIsRefused )
+TEST_F( XStreamFieldsTest, TellWhyAnObjectIsRefused )
 {
     itsStream.ReadStreamInfo();
     const auto position = itsStream.GetPosition();
@@ -84,13 +84,13 @@ TEST_F( XStreamFields, TellWhyAnObjectIsRefused )
     EXPECT_CONTAINS( itsRecorder.text, "has no place here" );
 }
 
-TEST_F( XStreamFields, EndWithWhatTheObserverThrows )
+TEST_F( XStreamFieldsTest, EndWithWhatTheObserverThrows )
 {
     itsRecorder.last = "the version of the stream";
     EXPECT_ERROR( kErrorCancelled, itsStream.ReadStreamInfo() );
 }
 
-TEST_F( XStreamFields, AreNotDescribedToNobody )
+TEST_F( XStreamFieldsTest, AreNotDescribedToNobody )
 {
     itsStream.SetObserver( nullptr );
     const auto describe = []() -> std::string { throw std::logic_error( "described" ); };

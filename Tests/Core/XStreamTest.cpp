@@ -239,7 +239,7 @@ private:
 
 } // namespace
 
-TEST( XStream, EncodesEveryPrimitiveInBothOrders )
+TEST( XStreamTest, EncodesEveryPrimitiveInBothOrders )
 {
     const std::string intel =
         "81 fe 0201 feff 04030201 feffffff 0807060504030201 feffffffffffffff 0000c03f"
@@ -270,7 +270,7 @@ TEST( XStream, EncodesEveryPrimitiveInBothOrders )
     }
 }
 
-TEST( XStream, SwapsArraysOfEveryLengthAndLeavesTheCallersAlone )
+TEST( XStreamTest, SwapsArraysOfEveryLengthAndLeavesTheCallersAlone )
 {
     XBytes bytes( 8 * 100 + 1 );
     std::iota( bytes.begin(), bytes.end(), std::uint8_t( 0 ) );
@@ -300,7 +300,7 @@ TEST( XStream, SwapsArraysOfEveryLengthAndLeavesTheCallersAlone )
     }
 }
 
-TEST( XStream, SwappedWritesLargerThanTheTemporarySpaceArriveWhole )
+TEST( XStreamTest, SwappedWritesLargerThanTheTemporarySpaceArriveWhole )
 {
     XVector<std::uint64_t> values( 50000 );
     std::iota( values.begin(), values.end(), 0x0102030405060708u );
@@ -318,7 +318,7 @@ TEST( XStream, SwappedWritesLargerThanTheTemporarySpaceArriveWhole )
     }
 }
 
-TEST( XStream, BehavesAsAPlainVectorDoes )
+TEST( XStreamTest, BehavesAsAPlainVectorDoes )
 {
     for ( unsigned seed = 0; seed < 40; ++seed )
     {
@@ -343,7 +343,7 @@ TEST( XStream, BehavesAsAPlainVectorDoes )
     }
 }
 
-TEST( XStream, FilesBehaveAsAPlainVectorDoes )
+TEST( XStreamTest, FilesBehaveAsAPlainVectorDoes )
 {
     const TestFolder folder;
     const std::filesystem::path path = folder / "model";
@@ -362,7 +362,7 @@ TEST( XStream, FilesBehaveAsAPlainVectorDoes )
     }
 }
 
-TEST( XStream, ReportsAFullDiskAtTheLatestWhenClosed )
+TEST( XStreamTest, ReportsAFullDiskAtTheLatestWhenClosed )
 {
     if ( !HasFullDevice() )
         GTEST_SKIP() << "this system has no device that is always full";
@@ -373,7 +373,7 @@ TEST( XStream, ReportsAFullDiskAtTheLatestWhenClosed )
     file.Close(); // is closed all the same
 }
 
-TEST( XStream, RefusesToReadBeyondABoundedEnd )
+TEST( XStreamTest, RefusesToReadBeyondABoundedEnd )
 {
     const XBytes eight( 8, 0x11 );
     XMemStream memory( eight.data(), eight.size() );
@@ -398,7 +398,7 @@ TEST( XStream, RefusesToReadBeyondABoundedEnd )
     }
 }
 
-TEST( XStream, RefusesToWriteBeyondTheLastPosition )
+TEST( XStreamTest, RefusesToWriteBeyondTheLastPosition )
 {
     XModelStream stream( 16, true, true );
     stream.isOpenEnded = true; // nothing else ends the writing
@@ -410,7 +410,7 @@ TEST( XStream, RefusesToWriteBeyondTheLastPosition )
     EXPECT_EQ( stream.GetPosition(), std::numeric_limits<SSize64>::max() );
 }
 
-TEST( XStream, AsksAnOpenEndedStreamForNoMoreThanItNeeds )
+TEST( XStreamTest, AsksAnOpenEndedStreamForNoMoreThanItNeeds )
 {
     XModelStream stream( 64, true, true );
     stream.isOpenEnded = true;
@@ -424,7 +424,7 @@ TEST( XStream, AsksAnOpenEndedStreamForNoMoreThanItNeeds )
     EXPECT_EQ( stream.GetPosition(), 4 );
 }
 
-TEST( XStream, KeepsWrittenBytesWhenATransferFails )
+TEST( XStreamTest, KeepsWrittenBytesWhenATransferFails )
 {
     XModelStream stream( 16, true, true );
     stream.Write64( 1 );
@@ -446,7 +446,7 @@ TEST( XStream, KeepsWrittenBytesWhenATransferFails )
     EXPECT_EQ( stream.Read64(), 2u );
 }
 
-TEST( XStream, WritesAndReadsItsHeader )
+TEST( XStreamTest, WritesAndReadsItsHeader )
 {
     XMemStream header;
     header.WriteStreamInfo();
@@ -471,7 +471,7 @@ TEST( XStream, WritesAndReadsItsHeader )
     EXPECT_ERROR( 1260, read( "", 0, 0 ) );
 }
 
-TEST( XStream, ReadsStringsOfBothLengthForms )
+TEST( XStreamTest, ReadsStringsOfBothLengthForms )
 {
     const auto read = []( const char* inHex )
     {
@@ -493,7 +493,7 @@ TEST( XStream, ReadsStringsOfBothLengthForms )
     EXPECT_ERROR( 1005, stream.ReadBool() );
 }
 
-TEST( XStream, ClaimsOfAnOpenEndedStreamAllocateInSteps )
+TEST( XStreamTest, ClaimsOfAnOpenEndedStreamAllocateInSteps )
 {
     XModelStream stream( 0, false, false );
     stream.isOpenEnded = true;
@@ -507,7 +507,7 @@ TEST( XStream, ClaimsOfAnOpenEndedStreamAllocateInSteps )
     EXPECT_LE( values.capacity() * sizeof( double ), XStream::kReadStep );
 }
 
-TEST( XStream, EncodesVectors )
+TEST( XStreamTest, EncodesVectors )
 {
     const XVector<std::uint16_t> shorts = { 1, 2, 0x0304 };
     const XVector<XString> strings = { "a", "" };
@@ -544,7 +544,7 @@ TEST( XStream, EncodesVectors )
     EXPECT_TRUE( uuidsBack == uuids );
 }
 
-TEST( XStream, ReadsLinesAndWords )
+TEST( XStreamTest, ReadsLinesAndWords )
 {
     XModelStream stream( 3, true, true );
     stream.WriteLine( "one" );
@@ -567,7 +567,7 @@ TEST( XStream, ReadsLinesAndWords )
     EXPECT_ERROR( 1262, nul.ReadWord() );
 }
 
-TEST( XStream, FindsTextAcrossTheBordersOfItsBuffer )
+TEST( XStreamTest, FindsTextAcrossTheBordersOfItsBuffer )
 {
     XModelStream stream( 7, true, true );
     stream.WriteFiller( 65530, 'a' );
@@ -583,7 +583,7 @@ TEST( XStream, FindsTextAcrossTheBordersOfItsBuffer )
     EXPECT_EQ( stream.FindString( "c" ), 65538 );
 }
 
-TEST( XMemStream, KeepsContentsAndPositionWhenRoomIsMade )
+TEST( XMemStreamTest, KeepsContentsAndPositionWhenRoomIsMade )
 {
     XMemStream stream;
     stream.WriteText( "abc" );
@@ -602,7 +602,7 @@ TEST( XMemStream, KeepsContentsAndPositionWhenRoomIsMade )
     EXPECT_EQ( stream.GetPosition(), 0 );
 }
 
-TEST( XStringStream, SplicesWhatIsWrittenIntoTheString )
+TEST( XStringStreamTest, SplicesWhatIsWrittenIntoTheString )
 {
     XString text = "abcdef";
     const XString copy = text;

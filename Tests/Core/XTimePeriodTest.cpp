@@ -24,7 +24,7 @@ std::uint32_t ErrorOfReading( double inValue, std::uint32_t inUnit )
 
 } // namespace
 
-TEST( XTimePeriod, ConvertsBetweenUnitsAndLengths )
+TEST( XTimePeriodTest, ConvertsBetweenUnitsAndLengths )
 {
     XTimePeriod period( 1.5, XTimePeriod::kMinutes );
     EXPECT_EQ( period.GetPeriod(), XTime( 90 * XTime::kOneSecond ) );
@@ -39,7 +39,7 @@ TEST( XTimePeriod, ConvertsBetweenUnitsAndLengths )
     EXPECT_EQ( XTimePeriod( 2.0, XTimePeriod::kWeeks ).GetPeriod(), XTime( 2 * XTime::kOneWeek ) );
 }
 
-TEST( XTimePeriod, RefusesWhatHasNoLength )
+TEST( XTimePeriodTest, RefusesWhatHasNoLength )
 {
     EXPECT_ERROR( 1007, XTimePeriod( 1e30, XTimePeriod::kDays ).GetPeriod() );
     EXPECT_ERROR( 1007, XTimePeriod( std::nan( "" ), XTimePeriod::kDays ) );
@@ -47,7 +47,7 @@ TEST( XTimePeriod, RefusesWhatHasNoLength )
     EXPECT_ERROR( 1013, XTimePeriod( 1.0, XTimePeriod::XUnit( 8 ) ) );
 }
 
-TEST( XTimePeriod, CountsTimePoints )
+TEST( XTimePeriodTest, CountsTimePoints )
 {
     XTimePeriod period;
     EXPECT_ERROR( 1013, period.GetTimepointValue() );
@@ -62,7 +62,7 @@ TEST( XTimePeriod, CountsTimePoints )
     EXPECT_EQ( period.GetTimepointValue(), 0xFFFFFFFFu ) << "unchanged after errors";
 }
 
-TEST( XTimePeriod, DescribesItself )
+TEST( XTimePeriodTest, DescribesItself )
 {
     EXPECT_EQ( Describe( 1.5, XTimePeriod::kMinutes ), "1.5 minutes" );
     EXPECT_EQ( Describe( 1.0, XTimePeriod::kHours ), "1 hour" );
@@ -76,7 +76,7 @@ TEST( XTimePeriod, DescribesItself )
         std::string( XTimePeriod( 1.0, XTimePeriod::kTimepoints ).GetUnitDescription() ), "time point" );
 }
 
-TEST( XTimePeriod, MapsUnitsToMenuPositionsAndBack )
+TEST( XTimePeriodTest, MapsUnitsToMenuPositionsAndBack )
 {
     for ( std::uint32_t index = 0; index < XTimePeriod::kUnitCount; ++index )
         EXPECT_EQ(
@@ -87,7 +87,7 @@ TEST( XTimePeriod, MapsUnitsToMenuPositionsAndBack )
     EXPECT_ERROR( 1013, XTimePeriod::GetTimePeriodUnitsFromMenuIndex( 8 ) );
 }
 
-TEST( XTimePeriod, RefusesCorruptStreams )
+TEST( XTimePeriodTest, RefusesCorruptStreams )
 {
     XMemStream stream;
     const XTimePeriod period( 2.5, XTimePeriod::kHours );

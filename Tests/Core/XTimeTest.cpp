@@ -45,7 +45,7 @@ void ExpectDate( std::int64_t inCount, std::chrono::year_month_day inDate )
 
 } // namespace
 
-TEST( XTime, CountsSecondsSince1970 )
+TEST( XTimeTest, CountsSecondsSince1970 )
 {
     XTime time( 0 );
     time.SetUnixTime( 0 );
@@ -66,7 +66,7 @@ TEST( XTime, CountsSecondsSince1970 )
     EXPECT_EQ( time.GetPlatformTime(), last ) << "unchanged after an error";
 }
 
-TEST( XTime, RoundsPlatformDatesToSeconds )
+TEST( XTimeTest, RoundsPlatformDatesToSeconds )
 {
     EXPECT_EQ( FromPlatformDate( 1462.0 ), 0 );
     EXPECT_EQ( FromPlatformDate( 1462.0 + 0.4999 / 86400 ), 0 );
@@ -81,7 +81,7 @@ TEST( XTime, RoundsPlatformDatesToSeconds )
         EXPECT_ERROR( 1007, FromPlatformDate( days ) ) << days;
 }
 
-TEST( XTime, KnowsTheCalendarAsTheStandardLibraryDoes )
+TEST( XTimeTest, KnowsTheCalendarAsTheStandardLibraryDoes )
 {
     using namespace std::chrono;
     for ( sys_days day = sys_days( 1500y / 1 / 1 ); day < sys_days( 2420y / 1 / 1 ); day += days( 1 ) )
@@ -102,7 +102,7 @@ TEST( XTime, KnowsTheCalendarAsTheStandardLibraryDoes )
     }
 }
 
-TEST( XTime, RepeatsTheCalendarEvery400Years )
+TEST( XTimeTest, RepeatsTheCalendarEvery400Years )
 {
     constexpr std::int64_t kCycle = 146097 * XTime::kOneDay;
     for ( std::int64_t count = 0; count < kMax - kCycle; count += kCycle )
@@ -123,7 +123,7 @@ TEST( XTime, RepeatsTheCalendarEvery400Years )
     EXPECT_ERROR( 1007, ( XTime( 0, 1, 1 ) - 1 ).GetDateUTC( year, month, day ) );
 }
 
-TEST( XTime, SplitsDatesAndTimesOfDayDownwards )
+TEST( XTimeTest, SplitsDatesAndTimesOfDayDownwards )
 {
     const XTime time( 1903, 12, 31, 23, 59, 58.25 );
     EXPECT_EQ( time.GetMicroSeconds(), -1750000 );
@@ -141,7 +141,7 @@ TEST( XTime, SplitsDatesAndTimesOfDayDownwards )
     EXPECT_GE( XTime( kMin ).GetTimeOfDay(), XTime( 0 ) );
 }
 
-TEST( XTime, RefusesDatesAndTimesThatDoNotExist )
+TEST( XTimeTest, RefusesDatesAndTimesThatDoNotExist )
 {
     EXPECT_ERROR( 1007, XTime( 2026, 2, 29 ) );
     EXPECT_ERROR( 1007, XTime( 1900, 2, 29 ) );
@@ -156,7 +156,7 @@ TEST( XTime, RefusesDatesAndTimesThatDoNotExist )
         EXPECT_ERROR( 1007, XTime( 2026, 4, 1, 0, 0, seconds ) ) << seconds;
 }
 
-TEST( XTime, CalculatesWithinItsRange )
+TEST( XTimeTest, CalculatesWithinItsRange )
 {
     XTime time( 10 );
     time += XTime::kOneSecond;
@@ -180,7 +180,7 @@ TEST( XTime, CalculatesWithinItsRange )
     EXPECT_ERROR( 1013, XTime( 5 ) %= 0 );
 }
 
-TEST( XTime, FollowsTheSystemTimeWithoutRunningBackwards )
+TEST( XTimeTest, FollowsTheSystemTimeWithoutRunningBackwards )
 {
     const std::int64_t before = WClock::GetSystemMicroSeconds();
     XTime last;
@@ -197,7 +197,7 @@ TEST( XTime, FollowsTheSystemTimeWithoutRunningBackwards )
     EXPECT_GE( XTime::Now(), last ) << "a second initialisation changes nothing";
 }
 
-TEST( XTime, WritesInternetTimeWithinItsBounds )
+TEST( XTimeTest, WritesInternetTimeWithinItsBounds )
 {
     EXPECT_EQ( InternetText( 0 ), "Invalid time" );
     EXPECT_EQ( InternetText( 2082844799 ), "Invalid time" );
@@ -211,7 +211,7 @@ TEST( XTime, WritesInternetTimeWithinItsBounds )
     EXPECT_EQ( InternetText( kMin ), "Invalid time" );
 }
 
-TEST( XTime, IsItsCountInAStream )
+TEST( XTimeTest, IsItsCountInAStream )
 {
     XMemStream stream;
     stream.SetByteOrder( kMotorolaOrder );

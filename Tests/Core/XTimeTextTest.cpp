@@ -28,7 +28,7 @@ XTime Parse( const char* inDateText, const char* inTimeText = "" )
 
 } // namespace
 
-TEST( XTimeText, WritesEveryDateFormat )
+TEST( XTimeTextTest, WritesEveryDateFormat )
 {
     EXPECT_EQ( Format( kSample, kDateISO, kTimeNone ), "2026-03-05" );
     EXPECT_EQ( Format( kSample, kDateDayMonthYear, kTimeNone ), "5 Mar 2026" );
@@ -42,7 +42,7 @@ TEST( XTimeText, WritesEveryDateFormat )
         "Thursday, 31 December 1903 23:59" );
 }
 
-TEST( XTimeText, WritesEveryTimeFormat )
+TEST( XTimeTextTest, WritesEveryTimeFormat )
 {
     EXPECT_EQ( Format( kSample, kDateNone, kTimeMinutes ), "16:07" );
     EXPECT_EQ( Format( kSample, kDateNone, kTimeSeconds ), "16:07:08" );
@@ -57,7 +57,7 @@ TEST( XTimeText, WritesEveryTimeFormat )
     EXPECT_ERROR( 1013, Format( kSample, kDateNone, XTimeFormat( 9 ) ) );
 }
 
-TEST( XTimeText, WritesLengthsOfTime )
+TEST( XTimeTextTest, WritesLengthsOfTime )
 {
     EXPECT_EQ( Relative( 100 * XTime::kOneHour + 1, kTimeMicroSeconds ), "100:00:00.000001" );
     EXPECT_EQ( Relative( -90 * XTime::kOneSecond, kTimeSeconds ), "-00:01:30" );
@@ -70,7 +70,7 @@ TEST( XTimeText, WritesLengthsOfTime )
     EXPECT_ERROR( 1013, Relative( 0, XTimeFormat( 7 ) ) );
 }
 
-TEST( XTimeText, ReadsBackWhatItWrites )
+TEST( XTimeTextTest, ReadsBackWhatItWrites )
 {
     std::mt19937_64 random( 7 );
     XVector<XTime> times = {
@@ -94,7 +94,7 @@ TEST( XTimeText, ReadsBackWhatItWrites )
     }
 }
 
-TEST( XTimeText, ReadsBackTheCoarserFormats )
+TEST( XTimeTextTest, ReadsBackTheCoarserFormats )
 {
     const XTime second( 2026, 3, 5, 16, 7, 8 );
     for ( const XDateFormat format : kDateFormats )
@@ -111,7 +111,7 @@ TEST( XTimeText, ReadsBackTheCoarserFormats )
     EXPECT_EQ( XTime( "", second.GetTimeString( kDateNone, kTimeTwelveHour ) ), second.GetTimeOfDay() );
 }
 
-TEST( XTimeText, ReadsISO8601 )
+TEST( XTimeTextTest, ReadsISO8601 )
 {
     EXPECT_EQ( Parse( "2026-03-05T16:07:08.901234Z" ), kSample );
     EXPECT_EQ( Parse( "20260305T160708,901234Z" ), kSample );
@@ -129,14 +129,14 @@ TEST( XTimeText, ReadsISO8601 )
     EXPECT_EQ( Parse( "2025-W01-1" ), XTime( 2024, 12, 30 ) );
 }
 
-TEST( XTimeText, ReadsOtherForms )
+TEST( XTimeTextTest, ReadsOtherForms )
 {
     EXPECT_EQ( Parse( "thu, 5 MARCH 2026 4:07 pm" ), XTime( 2026, 3, 5, 16, 7 ) );
     EXPECT_EQ( Parse( "05 mar 2026", "12:00:00AM" ), XTime( 2026, 3, 5 ) );
     EXPECT_EQ( Parse( "", "00:00:01.5" ), XTime( 1500000 ) );
 }
 
-TEST( XTimeText, RefusesWhatIsNoTime )
+TEST( XTimeTextTest, RefusesWhatIsNoTime )
 {
     for ( const std::string& text : Split(
               "| |Invalid time|now|2026|2026-03|26-03-05|2026-3-5|2026-03-0|2026-0305|202603-05|2026/03/05|"
@@ -154,7 +154,7 @@ TEST( XTimeText, RefusesWhatIsNoTime )
     EXPECT_ERROR( 1007, Parse( "", "25:00" ) );
 }
 
-TEST( XTimeText, IsEnglishInAnyLocale )
+TEST( XTimeTextTest, IsEnglishInAnyLocale )
 {
     const std::string before = std::setlocale( LC_ALL, nullptr );
     for ( const char* locale : { "de_DE.UTF-8", "de_DE", "German_Germany.1252", "" } )

@@ -2,7 +2,7 @@
 
 #include "Testing.h"
 
-TEST( XTimer, CountsDownToItsLimit )
+TEST( XTimerTest, CountsDownToItsLimit )
 {
     XTimer timer( 20 );
     std::uint32_t last = 20;

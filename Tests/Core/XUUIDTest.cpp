@@ -23,7 +23,7 @@ XUUID MakeRandomID( std::mt19937& ioRandom )
 
 } // namespace
 
-TEST( XUUID, WritesBytesInStoredOrder )
+TEST( XUUIDTest, WritesBytesInStoredOrder )
 {
     const XUUID id( kSampleBytes );
     EXPECT_EQ( std::string( id.UUIDToString() ), kSampleText );
@@ -31,7 +31,7 @@ TEST( XUUID, WritesBytesInStoredOrder )
     EXPECT_EQ( std::memcmp( id.GetBytes(), kSampleBytes, 16 ), 0 );
 }
 
-TEST( XUUID, ReadsEveryTextForm )
+TEST( XUUIDTest, ReadsEveryTextForm )
 {
     const XUUID id( kSampleBytes );
     for ( const char* text :
@@ -49,7 +49,7 @@ TEST( XUUID, ReadsEveryTextForm )
     }
 }
 
-TEST( XUUID, RefusesOtherTexts )
+TEST( XUUIDTest, RefusesOtherTexts )
 {
     XUUID id( kSampleBytes );
     for ( const char* text :
@@ -63,7 +63,7 @@ TEST( XUUID, RefusesOtherTexts )
     EXPECT_EQ( id, XUUID( kSampleBytes ) ) << "unchanged after errors";
 }
 
-TEST( XUUID, ComparesBytesAsUnsignedNumbers )
+TEST( XUUIDTest, ComparesBytesAsUnsignedNumbers )
 {
     for ( std::size_t i = 0; i < 16; ++i )
     {
@@ -82,7 +82,7 @@ TEST( XUUID, ComparesBytesAsUnsignedNumbers )
     EXPECT_EQ( XUUID( kSampleBytes ).Compare( XUUID( kSampleBytes ) ), 0 );
 }
 
-TEST( XUUID, HashesInThirtyTwoBits )
+TEST( XUUIDTest, HashesInThirtyTwoBits )
 {
     EXPECT_EQ( XUUID::kNilID.GetHash(), 0u );
     std::uint8_t bytes[16] = {};
@@ -93,7 +93,7 @@ TEST( XUUID, HashesInThirtyTwoBits )
     EXPECT_EQ( XUUID( kSampleBytes ).GetHash(), 0x31EFDD6u );
 }
 
-TEST( XUUID, GeneratesRandomIdentifiersOfVersionFour )
+TEST( XUUIDTest, GeneratesRandomIdentifiersOfVersionFour )
 {
     std::set<XUUID> ids;
     std::uint8_t seen[16] = {};
@@ -112,7 +112,7 @@ TEST( XUUID, GeneratesRandomIdentifiersOfVersionFour )
         EXPECT_EQ( seen[k], k == 6 ? 0x4F : k == 8 ? 0xBF : 0xFF ) << k;
 }
 
-TEST( XUUID, GeneratesDifferentIdentifiersOnEveryThread )
+TEST( XUUIDTest, GeneratesDifferentIdentifiersOnEveryThread )
 {
     XVector<XUUID> ids( 400 );
     RunOnThreads(
@@ -125,7 +125,7 @@ TEST( XUUID, GeneratesDifferentIdentifiersOnEveryThread )
     EXPECT_EQ( std::set<XUUID>( ids.begin(), ids.end() ).size(), ids.size() );
 }
 
-TEST( XUUID, IsNeverSwappedInAStream )
+TEST( XUUIDTest, IsNeverSwappedInAStream )
 {
     for ( const XByteOrder order : { kIntelOrder, kMotorolaOrder } )
     {

@@ -42,7 +42,7 @@ struct Picture
 constexpr WColour kWhite{ 255, 255, 255 }, kBlack{}, kRed{ 255, 0, 0 };
 } // namespace
 
-TEST( Canvas, DrawsOnAPicture )
+TEST( CanvasTest, DrawsOnAPicture )
 {
     const auto canvas =
         WCanvas::MakePNG( WGreyPicture{ 4, 3, { 0, 1, 2, 3, 10, 11, 12, 13, 253, 254, 255, 128 } } );
@@ -59,7 +59,7 @@ TEST( Canvas, DrawsOnAPicture )
     EXPECT_EQ( picture.Get( 2, 2 ), kWhite );
 }
 
-TEST( Canvas, HasTheSizeInPointsAndTheResolutionAskedFor )
+TEST( CanvasTest, HasTheSizeInPointsAndTheResolutionAskedFor )
 {
     const auto canvas = WCanvas::MakePNG( 72, 36, 300 );
     canvas->FillRectangle( { 36, 18 }, { 72, 36 }, kBlack );
@@ -76,7 +76,7 @@ TEST( Canvas, HasTheSizeInPointsAndTheResolutionAskedFor )
     EXPECT_EQ( picture.Get( 75, 4 ), kWhite );
 }
 
-TEST( Canvas, PutsTextToItsPlace )
+TEST( CanvasTest, PutsTextToItsPlace )
 {
     const auto draw = [&]( const WTextStyle& inStyle )
     {
@@ -101,7 +101,7 @@ TEST( Canvas, PutsTextToItsPlace )
     EXPECT_EQ( canvas->GetTextWidth( "", 30 ), 0 );
 }
 
-TEST( Canvas, SVGIsTheSameOnEverySystem )
+TEST( CanvasTest, SVGIsTheSameOnEverySystem )
 {
     const auto canvas = WCanvas::MakeSVG( 100, 50 );
     // Neither fonts nor the last bits of coordinates count; half a hundredth goes away from 0.
@@ -112,7 +112,7 @@ TEST( Canvas, SVGIsTheSameOnEverySystem )
     EXPECT_NEAR( canvas->GetTextWidth( "10 \xC2\xB5m\xE2\x88\x92", 10 ), 33.63, 1e-9 );
 }
 
-TEST( Canvas, WritesTextThatXMLHolds )
+TEST( CanvasTest, WritesTextThatXMLHolds )
 {
     const auto canvas = WCanvas::MakeSVG( 100, 50 );
     canvas->DrawText( "a<b & \"c\"]]>\x01\n\xEF\xBF\xBF \xC2\xB5m\xC2\xB2 \xFF", { 1.23456, -0.001 }, {} );

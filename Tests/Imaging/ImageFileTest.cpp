@@ -11,7 +11,7 @@
 
 namespace
 {
-class ImageFile : public testing::Test
+class ImageFileTest : public testing::Test
 {
 protected:
     TestFolder itsFolder;
@@ -181,7 +181,7 @@ MakePackedTIFF( bool inIsBigEndian, std::uint32_t inWidth, std::uint32_t inHeigh
 }
 } // namespace
 
-TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
+TEST_F( ImageFileTest, ReadsEverySampleTypeAndPage )
 {
     std::mt19937 random( 11 );
     const auto first = MakePage( 33, MakeNoise<std::uint8_t>( random, 33 * 7, 256 ) );
@@ -207,7 +207,7 @@ TEST_F( ImageFile, ReadsEverySampleTypeAndPage )
     }
 }
 
-TEST_F( ImageFile, IsClassicUnlessTheSizeForbidsIt )
+TEST_F( ImageFileTest, IsClassicUnlessTheSizeForbidsIt )
 {
     WImageFormat form;
     form.width = form.height = 2048;
@@ -221,7 +221,7 @@ TEST_F( ImageFile, IsClassicUnlessTheSizeForbidsIt )
     EXPECT_EQ( XTIFFWriter::GetFormat( form, 27000 ), XTIFFWriter::kBig );
 }
 
-TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )
+TEST_F( ImageFileTest, ReadsTilesAndPlanesOfEitherByteOrder )
 {
     for ( const auto isBigEndian : { false, true } )
         for ( const auto isSeparate : { false, true } )
@@ -236,7 +236,7 @@ TEST_F( ImageFile, ReadsTilesAndPlanesOfEitherByteOrder )
         }
 }
 
-TEST_F( ImageFile, ReadsStripsWhereverTheyLie )
+TEST_F( ImageFileTest, ReadsStripsWhereverTheyLie )
 {
     // A strip for each of 3 rows of 2 bytes; 0 to 9 begin at offset 8.
     using Three = std::array<std::uint32_t, 3>;
@@ -277,7 +277,7 @@ TEST_F( ImageFile, ReadsStripsWhereverTheyLie )
         "it is cut off: 2 bytes of samples are missing at offset 60000" );
 }
 
-TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
+TEST_F( ImageFileTest, ReadsWhatOtherProgramsWrite )
 {
     const auto read = [&]( std::string_view inDigits )
     {
@@ -325,7 +325,7 @@ TEST_F( ImageFile, ReadsWhatOtherProgramsWrite )
     EXPECT_EQ( read( kPalette2 ), ( Samples{ 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120 } ) );
 }
 
-TEST_F( ImageFile, ReadsCompressionsOfEitherByteOrder )
+TEST_F( ImageFileTest, ReadsCompressionsOfEitherByteOrder )
 {
     const std::uint32_t width = 300, height = 250; // More than is unpacked at a time.
     for ( const auto isBigEndian : { false, true } )
@@ -344,7 +344,7 @@ TEST_F( ImageFile, ReadsCompressionsOfEitherByteOrder )
         }
 }
 
-TEST_F( ImageFile, RefusesDamagedCompressions )
+TEST_F( ImageFileTest, RefusesDamagedCompressions )
 {
     const auto sound = FromHex( kDeflate16 );
     const auto form = WImageFile::Open( itsFolder.Write( "sound", sound ) )->ReadPage( 0 );
@@ -392,7 +392,7 @@ TEST_F( ImageFile, RefusesDamagedCompressions )
         "predictor 2 is not allowed with PackBits compression" );
 }
 
-TEST_F( ImageFile, ExchangesPlacesInPalettesForColours )
+TEST_F( ImageFileTest, ExchangesPlacesInPalettesForColours )
 {
     // Green of 8 bits, then one level finer than that; the pixels are the places 0, 7 and 255.
     for ( const auto isFine : { false, true } )
@@ -417,7 +417,7 @@ TEST_F( ImageFile, ExchangesPlacesInPalettesForColours )
     }
 }
 
-TEST_F( ImageFile, LeavesOutThumbnailsAndMasks )
+TEST_F( ImageFileTest, LeavesOutThumbnailsAndMasks )
 {
     const auto write = [&]( const std::vector<std::array<std::uint32_t, 2>>& inTypes )
     {
@@ -446,7 +446,7 @@ TEST_F( ImageFile, LeavesOutThumbnailsAndMasks )
     EXPECT_EQ( GetFailure( write( { { 254, 1 } } ) ), "it has only masks and pages of reduced resolution" );
 }
 
-TEST_F( ImageFile, ReadsTheResolutionOfPNG )
+TEST_F( ImageFileTest, ReadsTheResolutionOfPNG )
 {
     const auto page = WImageFile::Open( itsFolder.Write( "image", FromHex( kGrey8 ) ) )->ReadPage( 0 );
     EXPECT_EQ( page.pixelWidth, 0.5 );
@@ -455,7 +455,7 @@ TEST_F( ImageFile, ReadsTheResolutionOfPNG )
         WImageFile::Open( itsFolder.Write( "image", FromHex( kGrey16 ) ) )->ReadPage( 0 ).HasResolution() );
 }
 
-TEST_F( ImageFile, RefusesEveryTruncation )
+TEST_F( ImageFileTest, RefusesEveryTruncation )
 {
     const auto page = MakePage<std::uint16_t>( 3, { 1, 2, 3, 4, 5, 6 } );
     for ( const auto& path :
@@ -470,7 +470,7 @@ TEST_F( ImageFile, RefusesEveryTruncation )
     }
 }
 
-TEST_F( ImageFile, SurvivesEveryFlippedBit )
+TEST_F( ImageFileTest, SurvivesEveryFlippedBit )
 {
     for ( const auto& bytes : { MakeTiledTIFF( false, true ), FromHex( kLZW8 ), FromHex( kPackBits8 ) } )
     {
@@ -486,7 +486,7 @@ TEST_F( ImageFile, SurvivesEveryFlippedBit )
     }
 }
 
-TEST_F( ImageFile, SaysWhatIsWrong )
+TEST_F( ImageFileTest, SaysWhatIsWrong )
 {
     EXPECT_EQ( GetFailure( "" ), "it is neither a TIFF nor a PNG file" );
     EXPECT_EQ( GetFailure( std::string( "II*\0\0\0\0\0", 8 ) ), "it has no pages" );
@@ -540,7 +540,7 @@ TEST_F( ImageFile, SaysWhatIsWrong )
         EXPECT_EQ( getFailureWith( entry ), "it has 6 planes, of which only the first could be read" );
 }
 
-TEST_F( ImageFile, TellsOfItsFirstPageAndNotOfAThumbnail )
+TEST_F( ImageFileTest, TellsOfItsFirstPageAndNotOfAThumbnail )
 {
     HandmadeTIFF tiff( false );
     const auto pixel = tiff.Append( 0, 1 );
@@ -566,7 +566,7 @@ TEST_F( ImageFile, TellsOfItsFirstPageAndNotOfAThumbnail )
     EXPECT_FALSE( file->ReadPage( 0 ).HasResolution() ); // There is no unit 4.
 }
 
-TEST_F( ImageFile, RefusesPNGOfTooManyPixels )
+TEST_F( ImageFileTest, RefusesPNGOfTooManyPixels )
 {
     EXPECT_EQ(
         GetFailure( FromHex( kWidePNG ) ),

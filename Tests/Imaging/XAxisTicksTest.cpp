@@ -15,7 +15,7 @@ std::string ListLabels( const XAxisRange& inRange, std::uint32_t inMost )
 }
 } // namespace
 
-TEST( XAxisTicks, AreMultiplesOfOneTwoOrFive )
+TEST( XAxisTicksTest, AreMultiplesOfOneTwoOrFive )
 {
     EXPECT_EQ( ListLabels( { 0, 10 }, 5 ), "0 5 10 " );
     EXPECT_EQ( ListLabels( { 0, 10 }, 6 ), "0 2 4 6 8 10 " );
@@ -24,7 +24,7 @@ TEST( XAxisTicks, AreMultiplesOfOneTwoOrFive )
     EXPECT_EQ( ListLabels( { 0, 2.1, false, true }, 8 ), "0 1 2 " );
 }
 
-TEST( XAxisTicks, ShareAPowerWhereThatIsShorter )
+TEST( XAxisTicksTest, ShareAPowerWhereThatIsShorter )
 {
     EXPECT_EQ( ListLabels( { 0, 3.2e6 }, 4 ), "0 1 2 3 x6" );
     EXPECT_EQ( ListLabels( { 0, 4.1e-5 }, 5 ), "0 10 20 30 40 x-6" );
@@ -33,7 +33,7 @@ TEST( XAxisTicks, ShareAPowerWhereThatIsShorter )
     EXPECT_EQ( ListLabels( { 1000001, 1000003 }, 3 ), "1000001 1000002 1000003 " );
 }
 
-TEST( XAxisTicks, OfLogarithmicAxes )
+TEST( XAxisTicksTest, OfLogarithmicAxes )
 {
     EXPECT_EQ( ListLabels( { 1, 1000, true }, 10 ), "1 2 5 10 20 50 100 200 500 1000 " );
     EXPECT_EQ( ListLabels( { 0.9, 1100, true }, 9 ), "1 10 100 1000 " );
@@ -49,7 +49,7 @@ TEST( XAxisTicks, OfLogarithmicAxes )
     EXPECT_NEAR( XMakeAxisRange( 1000, 1000, true ).high, 1050, 0.1 );
 }
 
-TEST( XAxisTicks, CanBeToldApartWhateverTheNumbers )
+TEST( XAxisTicksTest, CanBeToldApartWhateverTheNumbers )
 {
     std::mt19937 random( 1 );
     std::uniform_real_distribution<double> mantissas( -10, 10 ), exponents( -249, 279 );

@@ -116,7 +116,7 @@ bool HasEqualSamples( const WImagePage& inOne, const WImagePage& inOther )
 }
 } // namespace
 
-TEST( XChannelFilters, EqualTheirPlainDefinitions )
+TEST( XChannelFiltersTest, EqualTheirPlainDefinitions )
 {
     CheckFilters<std::uint8_t>( 37, 6 );
     CheckFilters<std::uint16_t>( 5, 19 );
@@ -125,7 +125,7 @@ TEST( XChannelFilters, EqualTheirPlainDefinitions )
     CheckFilters<float>( 1, 7 );
 }
 
-TEST( XChannelFilters, AreTheSameWithoutVectorInstructions )
+TEST( XChannelFiltersTest, AreTheSameWithoutVectorInstructions )
 {
     std::mt19937 random( 4 );
     const auto check = []( const WImagePage& inPage )
@@ -145,7 +145,7 @@ TEST( XChannelFilters, AreTheSameWithoutVectorInstructions )
     check( MakeRandomPage<float>( random, 71, 40 ) );
 }
 
-TEST( XChannelFilters, KeepUniformPagesUniform )
+TEST( XChannelFiltersTest, KeepUniformPagesUniform )
 {
     const auto page = MakePage<std::uint16_t>( 40, std::vector<std::uint16_t>( 1200, 50123 ) );
     const auto isUniform = []( const WImagePage& inPage, float inValue )
@@ -162,7 +162,7 @@ TEST( XChannelFilters, KeepUniformPagesUniform )
     EXPECT_TRUE( isUniform( XFlattenChannel( black, 0, 4 ), 0 ) );
 }
 
-TEST( XChannelFilters, ReplaceWhatIsNotFinite )
+TEST( XChannelFiltersTest, ReplaceWhatIsNotFinite )
 {
     constexpr auto kInfinity = std::numeric_limits<float>::infinity();
     const auto page = MakePage<float>( 3, { 5, std::nanf( "" ), 9, kInfinity, 7, -kInfinity } );
@@ -174,7 +174,7 @@ TEST( XChannelFilters, ReplaceWhatIsNotFinite )
     EXPECT_TRUE( std::ranges::equal( std::span( brightest.GetSamples<float>(), 6 ), inverted ) );
 }
 
-TEST( XChannelFilters, RejectSizesOutOfRange )
+TEST( XChannelFiltersTest, RejectSizesOutOfRange )
 {
     const auto page = MakePage<std::uint8_t>( 2, { 1, 2 } );
     for ( const auto sigma : { 0.0, -1.0, 501.0, std::nan( "" ) } )

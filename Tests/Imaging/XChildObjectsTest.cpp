@@ -23,7 +23,7 @@ std::vector<std::uint32_t> GetPixelCounts( const XLabelledObjects& inFound )
 using Numbers = std::vector<std::uint32_t>;
 } // namespace
 
-TEST( XChildObjects, KeepToTheirObjects )
+TEST( XChildObjectsTest, KeepToTheirObjects )
 {
     // The second and the third object touch by a corner: one object, with one inside it, when corners connect.
     const auto page = MakePage<std::uint8_t>(
@@ -43,7 +43,7 @@ TEST( XChildObjects, KeepToTheirObjects )
     EXPECT_EQ( inner.parents, Numbers{ 0 } );
 }
 
-TEST( XChildObjects, TakeTheThresholdOfTheirOwnObject )
+TEST( XChildObjectsTest, TakeTheThresholdOfTheirOwnObject )
 {
     // Two objects of unlike brightness; the third is flat, the fourth a single pixel.
     const auto page =
@@ -55,7 +55,7 @@ TEST( XChildObjects, TakeTheThresholdOfTheirOwnObject )
     EXPECT_EQ( inner.parents, ( Numbers{ 0, 1 } ) );
 }
 
-TEST( XChildObjects, AreFoundInAnotherChannel )
+TEST( XChildObjectsTest, AreFoundInAnotherChannel )
 {
     const auto page = MakePage<float>( 3, { 1, -3, 1, -1, 0, 5 }, 2 );
     const auto inner = FindInside( page, { 1, -2, 1 }, XConnectivity::kEdges );

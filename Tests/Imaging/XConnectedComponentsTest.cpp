@@ -139,7 +139,7 @@ void TestNoise(
 }
 } // namespace
 
-TEST( XConnectedComponents, FindsWhatAFloodFillFinds )
+TEST( XConnectedComponentsTest, FindsWhatAFloodFillFinds )
 {
     std::mt19937 random( 7 );
     for ( const std::uint32_t width : { 1u, 2u, 63u, 64u, 65u, 130u } )
@@ -151,7 +151,7 @@ TEST( XConnectedComponents, FindsWhatAFloodFillFinds )
         }
 }
 
-TEST( XConnectedComponents, JoinsSpiralsAndCombs )
+TEST( XConnectedComponentsTest, JoinsSpiralsAndCombs )
 {
     // Branches that meet late join components that were numbered far apart.
     const std::vector<std::uint8_t> samples{
@@ -166,7 +166,7 @@ TEST( XConnectedComponents, JoinsSpiralsAndCombs )
     ExpectFloodedObjects( MakePage( 9, samples ), mask, 0 );
 }
 
-TEST( XConnectedComponents, TakesThresholdsOutsideTheSamplesRange )
+TEST( XConnectedComponentsTest, TakesThresholdsOutsideTheSamplesRange )
 {
     const auto page = MakePage<std::uint8_t>( 2, { 0, 255, 0, 255 } );
     EXPECT_EQ( XFindObjects( page, 0, -1, XConnectivity::kEdges ).shapes.at( 0 ).pixelCount, 4u );
@@ -183,7 +183,7 @@ TEST( XConnectedComponents, TakesThresholdsOutsideTheSamplesRange )
         2u );
 }
 
-TEST( XConnectedComponents, LeavesOutSmallObjectsAndNumbersTheRest )
+TEST( XConnectedComponentsTest, LeavesOutSmallObjectsAndNumbersTheRest )
 {
     const auto page = MakePage<std::uint8_t>( 7, { 1, 0, 1, 1, 0, 0, 0, 0, 0, 0, 1, 0, 1, 1 } );
     const auto found = XFindObjects( page, 0, 0, XConnectivity::kEdges, 2 );

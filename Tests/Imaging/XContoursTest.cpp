@@ -50,7 +50,7 @@ struct Sums
 };
 } // namespace
 
-TEST( XContours, RunAroundPixels )
+TEST( XContoursTest, RunAroundPixels )
 {
     const auto outlines = Trace(
         4,
@@ -66,7 +66,7 @@ TEST( XContours, RunAroundPixels )
         StartAt( { 1, 1 }, outlines[0][1] ), ( XContourLoop{ { 1, 1 }, { 3, 1 }, { 3, 3 }, { 1, 3 } } ) );
 }
 
-TEST( XContours, AreAsLongAsThePerimeterAndHoldEveryPixel )
+TEST( XContoursTest, AreAsLongAsThePerimeterAndHoldEveryPixel )
 {
     std::mt19937 random( 1 );
     for ( int i = 0; i < 300; ++i )

@@ -8,7 +8,7 @@ constexpr auto kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr auto kInfinity = std::numeric_limits<float>::infinity();
 } // namespace
 
-TEST( XGreyscalePreview, IsStretched )
+TEST( XGreyscalePreviewTest, IsStretched )
 {
     EXPECT_EQ(
         XMakeGreyscalePreview( MakePage<std::uint16_t>( 3, { 1000, 9, 1500, 9, 2000, 9 }, 2 ), 0, 1 ).levels,
@@ -26,7 +26,7 @@ TEST( XGreyscalePreview, IsStretched )
     EXPECT_EQ( XMakeGreyscalePreview( MakePage( 100, samples ), 0, 1 ).levels[0], 255 );
 }
 
-TEST( XGreyscalePreview, IsReducedAndEnlarged )
+TEST( XGreyscalePreviewTest, IsReducedAndEnlarged )
 {
     const auto page = MakePage<std::uint8_t>( 3, { 0, 200, 0, 0, 200, 0, 200, 0, 200 } );
     const auto reduced = XMakeGreyscalePreview( page, 0, 2 );

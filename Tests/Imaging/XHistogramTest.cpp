@@ -7,7 +7,7 @@ namespace
 using Samples = std::vector<double>;
 }
 
-TEST( XHistogram, FollowsFreedmanAndDiaconis )
+TEST( XHistogramTest, FollowsFreedmanAndDiaconis )
 {
     // As numpy.histogram( numbers, "fd" ) has it.
     const Samples numbers{ 1.5, 2.25, 2.5, 3.0, 3.75, 4.25, 5.5, 6.0, 9.5, 12.25, 2.75, 3.5 };
@@ -19,7 +19,7 @@ TEST( XHistogram, FollowsFreedmanAndDiaconis )
     EXPECT_EQ( XCountInBins( numbers, limits ), ( std::vector<std::uint64_t>{ 6, 3, 1, 1, 1 } ) );
 }
 
-TEST( XHistogram, PutsLimitsBetweenWholeNumbers )
+TEST( XHistogramTest, PutsLimitsBetweenWholeNumbers )
 {
     EXPECT_EQ( XMakeBinLimits( Samples{ 3, 3, 3 } ), ( Samples{ 2.5, 3.5 } ) );
     EXPECT_EQ( XMakeBinLimits( Samples{ 0, 1, 1, 2, 2, 2, 3 } ), ( Samples{ -0.5, 0.5, 1.5, 2.5, 3.5 } ) );
@@ -30,7 +30,7 @@ TEST( XHistogram, PutsLimitsBetweenWholeNumbers )
         ( std::vector<std::uint64_t>{ 1, 2, 1 } ) );
 }
 
-TEST( XHistogram, FallsBackWhereTheQuartilesAreOne )
+TEST( XHistogramTest, FallsBackWhereTheQuartilesAreOne )
 {
     Samples numbers( 98, 1.5 );
     numbers.insert( numbers.end(), { 0.25, 9.75 } );
@@ -41,7 +41,7 @@ TEST( XHistogram, FallsBackWhereTheQuartilesAreOne )
     EXPECT_EQ( XMakeBinLimits( Samples{ 0.5, 2.5 }, 8 ).size(), 9u );
 }
 
-TEST( XHistogram, CountsEveryNumberOnce )
+TEST( XHistogramTest, CountsEveryNumberOnce )
 {
     std::mt19937 random( 1 );
     std::uniform_real_distribution<double> exponents( -290, 299 );

@@ -45,7 +45,7 @@ std::string MakeOME( const std::string& inContents )
 }
 } // namespace
 
-TEST( XImagePlanes, OfImageJAreTimesOnly )
+TEST( XImagePlanesTest, OfImageJAreTimesOnly )
 {
     EXPECT_EQ( GetRefusal( "ImageJ=1.53t\nimages=5\nframes=5\nhyperstack=true\n", 5 ), "" );
     EXPECT_EQ( GetRefusal( "ImageJ=1.53t\nimages=5\nunit=micron\n", 5 ), "" );
@@ -74,7 +74,7 @@ TEST( XImagePlanes, OfImageJAreTimesOnly )
     EXPECT_EQ( GetRefusal( stack, 1, 1, true, 4 ), "" );
 }
 
-TEST( XImagePlanes, OfArraysAreTimesOnly )
+TEST( XImagePlanesTest, OfArraysAreTimesOnly )
 {
     EXPECT_EQ( GetRefusal( "{\"shape\": [5, 40, 30]}", 5 ), "" );
     EXPECT_EQ( GetRefusal( "{\"shape\": [5, 40, 30, 3]}", 5, 3 ), "" );
@@ -99,7 +99,7 @@ TEST( XImagePlanes, OfArraysAreTimesOnly )
     EXPECT_EQ( GetRefusal( "{\"shape\": [3, 2, 40, 30]}", 6, 1, true ), "" );
 }
 
-TEST( XImagePlanes, OfOMEAreTimesOnly )
+TEST( XImagePlanesTest, OfOMEAreTimesOnly )
 {
     EXPECT_EQ( GetRefusal( MakeOME( MakePixels( "SizeC='1' SizeZ='1' SizeT='7'" ) ), 7 ), "" );
     EXPECT_EQ( GetRefusal( MakeOME( MakePixels( "SizeT = \" 7 \" SizeX='9>8'" ) ), 7 ), "" );

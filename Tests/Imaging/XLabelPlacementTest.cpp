@@ -2,7 +2,7 @@
 
 #include "Testing.h"
 
-TEST( XLabelPlacement, LieInObjectsOrBesideThem )
+TEST( XLabelPlacementTest, LieInObjectsOrBesideThem )
 {
     const XObjectLabel large{ { 10, 10, 60, 60 }, { 30, 40 }, 20, 10 };
     const XObjectLabel small{ { 80, 10, 84, 14 }, { 82, 12 }, 20, 10 };
@@ -15,7 +15,7 @@ TEST( XLabelPlacement, LieInObjectsOrBesideThem )
     EXPECT_EQ( places[5], std::nullopt );
 }
 
-TEST( XLabelPlacement, DoNotOverlap )
+TEST( XLabelPlacementTest, DoNotOverlap )
 {
     std::mt19937 random( 1 );
     std::uniform_real_distribution<double> coordinates( 0, 600 ), sides( 1, 60 ), widths( 5, 25 );

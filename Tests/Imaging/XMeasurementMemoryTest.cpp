@@ -6,7 +6,7 @@
 
 /// Pages of different objects are kept, purged and brought back, in a budget that has room for them or has none; each
 /// gets its own back, and what was in use before is in use again.
-TEST( XMeasurementMemory, BringsBackTheObjectsOfEveryPage )
+TEST( XMeasurementMemoryTest, BringsBackTheObjectsOfEveryPage )
 {
     auto& manager = *XMemoryManager::GetManager();
     const auto budget = manager.GetBudget();

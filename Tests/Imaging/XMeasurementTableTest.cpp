@@ -25,7 +25,7 @@ Column& GetColumn( XPivotTable& inTable, XPivotColumnID inID )
 }
 } // namespace
 
-TEST( XMeasurementTable, KnowsWhoBelongsToWhom )
+TEST( XMeasurementTableTest, KnowsWhoBelongsToWhom )
 {
     auto table = MeasureTwoImages();
     ASSERT_EQ( table.GetNumRows(), 12u );
@@ -45,7 +45,7 @@ TEST( XMeasurementTable, KnowsWhoBelongsToWhom )
         EXPECT_EQ( id.FindDataUUID( parent.GetDataUUID( row ) ), static_cast<std::int32_t>( row + 2 ) );
 }
 
-TEST( XMeasurementTable, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime )
+TEST( XMeasurementTableTest, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime )
 {
     auto first = MeasureTwoImages(), second = MeasureTwoImages();
     const auto ids = GetColumn<XPivotRowRefColumn>( first, kPivotID ).GetUUIDVector();

@@ -37,7 +37,7 @@ double FindOtsu( const std::vector<T>& inSamples )
 }
 } // namespace
 
-TEST( XOtsuThreshold, EqualsThePlainDefinition )
+TEST( XOtsuThresholdTest, EqualsThePlainDefinition )
 {
     std::mt19937 random( 3 );
     for ( const auto levels : { 2u, 3u, 17u, 256u } )
@@ -52,7 +52,7 @@ TEST( XOtsuThreshold, EqualsThePlainDefinition )
     EXPECT_EQ( FindOtsu( samples ), FindPlainly( samples ) );
 }
 
-TEST( XOtsuThreshold, TakesTheLowestLevelOnTies )
+TEST( XOtsuThresholdTest, TakesTheLowestLevelOnTies )
 {
     EXPECT_EQ( FindOtsu<std::uint8_t>( { 10, 10, 200, 200 } ), 10 );
     EXPECT_EQ( FindOtsu<std::uint8_t>( { 0, 1, 2 } ), 0 );
@@ -70,14 +70,14 @@ TEST( XOtsuThreshold, TakesTheLowestLevelOnTies )
     }
 }
 
-TEST( XOtsuThreshold, OfEqualSamplesIsTheirValue )
+TEST( XOtsuThresholdTest, OfEqualSamplesIsTheirValue )
 {
     EXPECT_EQ( FindOtsu<std::uint8_t>( { 7, 7, 7 } ), 7 );
     EXPECT_EQ( FindOtsu<float>( { -0.5f, -0.5f } ), -0.5 );
     EXPECT_EQ( FindOtsu<float>( { std::nanf( "" ) } ), std::numeric_limits<double>::infinity() );
 }
 
-TEST( XOtsuThreshold, OfFloatsIsTheCentreOfABin )
+TEST( XOtsuThresholdTest, OfFloatsIsTheCentreOfABin )
 {
     // 256 bins of width 1 from 0 to 256; the classes are {0, 1} and {255, 256}.
     EXPECT_EQ( FindOtsu<float>( { 0, 1, 1.5f, 255, 256 } ), 1.5 );

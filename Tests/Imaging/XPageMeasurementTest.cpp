@@ -2,7 +2,7 @@
 
 #include "Imaging/TestPages.h"
 
-TEST( XPageMeasurement, MeasuresEveryChannelOfAnObject )
+TEST( XPageMeasurementTest, MeasuresEveryChannelOfAnObject )
 {
     // Channel 2 finds the objects; two samples a pixel.
     const auto page = MakePage<std::uint16_t>( 3, { 7, 0, 10, 9, 65535, 9, 5, 0, 20, 9, 1, 0 }, 2 );
@@ -23,7 +23,7 @@ TEST( XPageMeasurement, MeasuresEveryChannelOfAnObject )
     EXPECT_EQ( result.statistics[1].standardDeviation, 0 );
 }
 
-TEST( XPageMeasurement, SumsFloatsExactly )
+TEST( XPageMeasurementTest, SumsFloatsExactly )
 {
     const auto page = MakePage<float>( 4, { 1e30f, 1.0f, -1e30f, 2.0f } );
     XMeasureSettings settings;
@@ -38,14 +38,14 @@ TEST( XPageMeasurement, SumsFloatsExactly )
     EXPECT_EQ( XMeasurePage( high, settings ).statistics.at( 0 ).standardDeviation, 0.5 );
 }
 
-TEST( XPageMeasurement, RefusesAChannelThatIsNotThere )
+TEST( XPageMeasurementTest, RefusesAChannelThatIsNotThere )
 {
     XMeasureSettings settings;
     settings.objects.channel = 1;
     EXPECT_THROW( XMeasurePage( MakePage<std::uint8_t>( 1, { 1, 2 } ), settings ), WImageError );
 }
 
-TEST( XPageMeasurement, FindsNothingOnAPageOfOneValue )
+TEST( XPageMeasurementTest, FindsNothingOnAPageOfOneValue )
 {
     const auto result = XMeasurePage( MakePage<std::uint8_t>( 2, { 9, 9, 9, 9 } ), {} );
     EXPECT_EQ( result.threshold, 9 );

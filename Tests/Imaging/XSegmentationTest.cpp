@@ -36,7 +36,7 @@ std::vector<bool> ListMarked( const XPixelMask& inMask )
 }
 } // namespace
 
-TEST( XSegmentation, HasTheThresholdsOfScikitImage )
+TEST( XSegmentationTest, HasTheThresholdsOfScikitImage )
 {
     // From threshold_otsu, threshold_li, ... of version 0.19.3.
     const auto page = MakeHumps<std::uint16_t>();
@@ -53,7 +53,7 @@ TEST( XSegmentation, HasTheThresholdsOfScikitImage )
     EXPECT_EQ( FindThreshold( floats, { .method = kIsodata } ), 88.802734375 );
 }
 
-TEST( XSegmentation, DividesIntoClasses )
+TEST( XSegmentationTest, DividesIntoClasses )
 {
     const auto page = MakeHumps<std::uint8_t>();
     const auto find = [&]( std::uint32_t inClasses, std::uint32_t inExcluded )
@@ -80,7 +80,7 @@ TEST( XSegmentation, DividesIntoClasses )
     EXPECT_ERROR( 1013, FindThreshold( few, { .method = kLocal } ) );
 }
 
-TEST( XSegmentation, FindsNothingOnUniformPages )
+TEST( XSegmentationTest, FindsNothingOnUniformPages )
 {
     const auto check = []( const WImagePage& inPage )
     {
@@ -100,7 +100,7 @@ TEST( XSegmentation, FindsNothingOnUniformPages )
     check( MakePage<float>( 2, { std::nanf( "" ), 3 } ) );
 }
 
-TEST( XSegmentation, NeverMarksWhatIsNotFinite )
+TEST( XSegmentationTest, NeverMarksWhatIsNotFinite )
 {
     constexpr auto kInfinity = std::numeric_limits<float>::infinity();
     const auto page = MakePage<float>( 3, { 5, std::nanf( "" ), 90, kInfinity, 7, -kInfinity, 91, 6, 8 } );
@@ -119,7 +119,7 @@ TEST( XSegmentation, NeverMarksWhatIsNotFinite )
     check( { .filters = { .smoothSigma = 0.5 } } );
 }
 
-TEST( XSegmentation, ScalesThresholds )
+TEST( XSegmentationTest, ScalesThresholds )
 {
     const auto page = MakeHumps<std::uint8_t>();
     for ( const auto method : kGlobalMethods )
@@ -138,7 +138,7 @@ TEST( XSegmentation, ScalesThresholds )
     EXPECT_EQ( count( 1.3 ), 0 );
 }
 
-TEST( XSegmentation, CleansItsMask )
+TEST( XSegmentationTest, CleansItsMask )
 {
     //                                                  a ring with a gap in a corner, a speck, a part at the border
     const std::string_view drawing = "..........."
@@ -185,7 +185,7 @@ TEST( XSegmentation, CleansItsMask )
     EXPECT_EQ( list( 12, true ), ( Sizes{ 1 } ) );
 }
 
-TEST( XSegmentation, EqualsThePlainDefinitionOfSauvola )
+TEST( XSegmentationTest, EqualsThePlainDefinitionOfSauvola )
 {
     std::mt19937 random( 8 );
     const auto samples = MakeNoise<std::uint16_t>( random, 9 * 6, 65536 );

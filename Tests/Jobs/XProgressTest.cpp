@@ -177,7 +177,7 @@ TEST_F( XProgressTest, AListenerThatThrowsLeavesNoProgressBehind )
     EXPECT_EQ( itsListener.TakeChanges(), ( Changes{ "4:1:0", "0:1:0" } ) );
 }
 
-TEST( XProgressStrategy, WhatItThrowsReachesTheWorkButNotItsEnd )
+TEST( XProgressStrategyTest, WhatItThrowsReachesTheWorkButNotItsEnd )
 {
     struct Thrower : XThreadProgressStrategy
     {
@@ -213,7 +213,7 @@ TEST( XProgressStrategy, WhatItThrowsReachesTheWorkButNotItsEnd )
     }
 }
 
-TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
+TEST( XThreadProgressStrategyTest, IsDeletedWithItsThread )
 {
     struct Counted : XThreadProgressStrategy
     {
@@ -228,7 +228,7 @@ TEST( XThreadProgressStrategy, IsDeletedWithItsThread )
     EXPECT_EQ( live, 0 );
 }
 
-TEST( XProgressChangedMessage, OnlyTheNewestValueOfABarStaysQueued )
+TEST( XProgressChangedMessageTest, OnlyTheNewestValueOfABarStaysQueued )
 {
     XSpeaker speaker;
     ChangeListener listener( speaker );
@@ -246,7 +246,7 @@ TEST( XProgressChangedMessage, OnlyTheNewestValueOfABarStaysQueued )
     EXPECT_EQ( listener.TakeChanges(), ( Changes{ "4:1:0", "4:2:0", "0:1:1000", "0:2:0" } ) );
 }
 
-TEST( XProgressChangedMessage, TravelsThroughAStream )
+TEST( XProgressChangedMessageTest, TravelsThroughAStream )
 {
     const XProgressChangedMessage message(
         nullptr, 7, { XProgressChangedMessage::kMessageChanged, 0, 2, "page 3" } );
@@ -261,7 +261,7 @@ TEST( XProgressChangedMessage, TravelsThroughAStream )
     EXPECT_EQ( copy.GetJobID(), 7u );
 }
 
-TEST( XThreadWaits, EndByTheThreadItsTimeOrTheUser )
+TEST( XThreadWaitsTest, EndByTheThreadItsTimeOrTheUser )
 {
     WEvent mayEnd;
     TestThread thread( [&] { mayEnd.Wait(); } );

@@ -84,7 +84,7 @@ private:
 
 } // namespace
 
-TEST( MemoryStress, EveryByteIsTheOneLastWritten )
+TEST( MemoryStressTest, EveryByteIsTheOneLastWritten )
 {
     TestManager manager( 20 * kLargest );
     Storm storm;

@@ -5,7 +5,7 @@
 #include "Memory/TestManager.h"
 #include "Memory/XMallocMemoryBlock.h"
 
-TEST( XHandleStream, WritesReadsAndCutsOff )
+TEST( XHandleStreamTest, WritesReadsAndCutsOff )
 {
     TestManager manager;
     XMappedFileMemoryHandle handle( 4 );
@@ -40,7 +40,7 @@ TEST( XHandleStream, WritesReadsAndCutsOff )
     EXPECT_EQ( 0, handle.GetBlock()->GetLockCount() );
 }
 
-TEST( XHandleStream, KeepsItsBytesWhenItCannotGrow )
+TEST( XHandleStreamTest, KeepsItsBytesWhenItCannotGrow )
 {
     TestManager manager( 10'000 );
     XMemoryHandle handle;
@@ -51,7 +51,7 @@ TEST( XHandleStream, KeepsItsBytesWhenItCannotGrow )
     EXPECT_EQ( 'x', stream.Read8() );
 }
 
-TEST( XHandleStream, CutsOffItsSpareRoomWhereMemoryIsShort )
+TEST( XHandleStreamTest, CutsOffItsSpareRoomWhereMemoryIsShort )
 {
     TestManager manager;
     XMappedFileMemoryHandle mapped( 1 );
@@ -73,7 +73,7 @@ TEST( XHandleStream, CutsOffItsSpareRoomWhereMemoryIsShort )
 }
 
 // As when a handle that grows is purged meanwhile and cannot be brought back.
-TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
+TEST( XHandleStreamTest, IsClosedWhenItsBytesAreGone )
 {
     struct Block : XMallocMemoryBlock
     {
@@ -105,7 +105,7 @@ TEST( XHandleStream, IsClosedWhenItsBytesAreGone )
     EXPECT_ERROR( 1006, stream.Write8( 1 ) );
 }
 
-TEST( XHandleStream, KeepsAnObjectInAHandle )
+TEST( XHandleStreamTest, KeepsAnObjectInAHandle )
 {
     TestManager manager;
     const XMemoryHandle handle = XHandleStream::ObjectToHandle( XString( "ab" ) );

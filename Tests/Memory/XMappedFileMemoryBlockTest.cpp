@@ -40,7 +40,7 @@ Present( const std::filesystem::path& inPath, Block::XChangeMode inMode, std::ui
 
 } // namespace
 
-TEST( XMappedFileMemoryBlock, FreshMemoryGoesFromThePageFileToATemporaryFile )
+TEST( XMappedFileMemoryBlockTest, FreshMemoryGoesFromThePageFileToATemporaryFile )
 {
     TestManager manager;
     XMappedFileMemoryHandle handle( kSize );
@@ -72,7 +72,7 @@ TEST( XMappedFileMemoryBlock, FreshMemoryGoesFromThePageFileToATemporaryFile )
     EXPECT_ERROR( 1006, Block bad( 1, Block::kPublic ) );
 }
 
-TEST( XMappedFileMemoryBlock, IsPurgedOnlyWhenNobodyHasItLocked )
+TEST( XMappedFileMemoryBlockTest, IsPurgedOnlyWhenNobodyHasItLocked )
 {
     TestManager manager;
     XMappedFileMemoryHandle handle( 0 );
@@ -107,7 +107,7 @@ TEST( XMappedFileMemoryBlock, IsPurgedOnlyWhenNobodyHasItLocked )
     EXPECT_FALSE( block.CanPurge() );
 }
 
-TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
+TEST( XMappedFileMemoryBlockTest, PrivateChangesStayOutOfTheFile )
 {
     TestManager manager;
     const TestFolder folder;
@@ -138,7 +138,7 @@ TEST( XMappedFileMemoryBlock, PrivateChangesStayOutOfTheFile )
     EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
 }
 
-TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
+TEST( XMappedFileMemoryBlockTest, APrivateCopyLeavesOuterLocksTheirView )
 {
     TestManager manager;
     const TestFolder folder;
@@ -155,7 +155,7 @@ TEST( XMappedFileMemoryBlock, APrivateCopyLeavesOuterLocksTheirView )
 }
 
 // What is shared, copied or resized in any state of the locks remains a range of the file.
-TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
+TEST( XMappedFileMemoryBlockTest, PublicRangesStayInTheirFile )
 {
     TestManager manager;
     const TestFolder folder;
@@ -188,7 +188,7 @@ TEST( XMappedFileMemoryBlock, PublicRangesStayInTheirFile )
 }
 
 // Of memory, of a temporary file in memory and on the disk, and of a file, which has the bytes again when it grows.
-TEST( XMappedFileMemoryBlock, ShrinksWithoutMemory )
+TEST( XMappedFileMemoryBlockTest, ShrinksWithoutMemory )
 {
     for ( const bool canResizeViews : { true, false } )
     {
@@ -224,7 +224,7 @@ TEST( XMappedFileMemoryBlock, ShrinksWithoutMemory )
     }
 }
 
-TEST( XMappedFileMemoryBlock, SwapsBytesOfAFileWithoutChangingIt )
+TEST( XMappedFileMemoryBlockTest, SwapsBytesOfAFileWithoutChangingIt )
 {
     TestManager manager;
     const TestFolder folder;
@@ -247,7 +247,7 @@ TEST( XMappedFileMemoryBlock, SwapsBytesOfAFileWithoutChangingIt )
     EXPECT_EQ( "hello", folder.Read( "data" ).substr( 70'000, 5 ) );
 }
 
-TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
+TEST( XMappedFileMemoryBlockTest, OpensItsFileWhenItIsAskedTo )
 {
     TestManager manager;
     const TestFolder folder;
@@ -278,7 +278,7 @@ TEST( XMappedFileMemoryBlock, OpensItsFileWhenItIsAskedTo )
     EXPECT_ERROR( 1006, Block::PermanentFileChangeModeToProtection( Block::XChangeMode( 3 ) ) );
 }
 
-TEST( XMappedFileMemoryBlock, SharesAMapping )
+TEST( XMappedFileMemoryBlockTest, SharesAMapping )
 {
     TestManager manager;
     const TestFolder folder;
@@ -292,7 +292,7 @@ TEST( XMappedFileMemoryBlock, SharesAMapping )
 }
 
 // Each fault is met by a block that has bytes in it, and leaves them as they were.
-TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
+TEST( XMappedFileMemoryBlockTest, LosesNothingWhenTheSystemRefuses )
 {
     TestManager manager;
     XMappedFileMemoryHandle handle( kSize );
@@ -332,7 +332,7 @@ TEST( XMappedFileMemoryBlock, LosesNothingWhenTheSystemRefuses )
     EXPECT_TRUE( Holds( handle, 3 ) );
 }
 
-TEST( XMappedFileMemoryBlock, MemoryThatIsUsedAgainIsZeroAndStaysInTheBudget )
+TEST( XMappedFileMemoryBlockTest, MemoryThatIsUsedAgainIsZeroAndStaysInTheBudget )
 {
     TestManager manager( 64 << 20 );
     const auto fillAndDrop = []( unsigned inCount )
@@ -365,7 +365,7 @@ TEST( XMappedFileMemoryBlock, MemoryThatIsUsedAgainIsZeroAndStaysInTheBudget )
     EXPECT_EQ( 0u, manager.GetPurgeCount() );
 }
 
-TEST( XMappedFileMemoryBlock, GivesBackWhatIsKeptForASmallerBudgetAndWhenMemoryIsLow )
+TEST( XMappedFileMemoryBlockTest, GivesBackWhatIsKeptForASmallerBudgetAndWhenMemoryIsLow )
 {
     TestManager manager( 64 << 20 );
     {
@@ -396,7 +396,7 @@ TEST( XMappedFileMemoryBlock, GivesBackWhatIsKeptForASmallerBudgetAndWhenMemoryI
     EXPECT_ERROR( 1020, TextOfStart( second ) );
 }
 
-TEST( XMappedFileMemoryBlock, MemoryThatCannotBeHadIsForgottenByAResize )
+TEST( XMappedFileMemoryBlockTest, MemoryThatCannotBeHadIsForgottenByAResize )
 {
     TestManager manager;
     XMappedFileMemoryHandle handle( USize64( 1 ) << 60 );
@@ -405,7 +405,7 @@ TEST( XMappedFileMemoryBlock, MemoryThatCannotBeHadIsForgottenByAResize )
     EXPECT_EQ( std::string( 10, '\0' ), TextOfStart( handle, 10 ) );
 }
 
-TEST( XMappedFileMemoryBlock, AFileThatIsTooShortIsNotForWantOfMemory )
+TEST( XMappedFileMemoryBlockTest, AFileThatIsTooShortIsNotForWantOfMemory )
 {
     TestManager manager;
     const TestFolder folder;
@@ -419,7 +419,7 @@ TEST( XMappedFileMemoryBlock, AFileThatIsTooShortIsNotForWantOfMemory )
     EXPECT_EQ( 0u, manager.GetFreeCount() );
 }
 
-TEST( XMappedFileMemoryBlock, APrivateCopyThatFailsLeavesTheBlockAsItWas )
+TEST( XMappedFileMemoryBlockTest, APrivateCopyThatFailsLeavesTheBlockAsItWas )
 {
     TestManager manager;
     const TestFolder folder;

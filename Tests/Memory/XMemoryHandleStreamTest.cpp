@@ -46,7 +46,7 @@ const char* const kCompressedHex =
 
 } // namespace
 
-TEST( XMemoryHandleStream, HasTheDocumentedBytes )
+TEST( XMemoryHandleStreamTest, HasTheDocumentedBytes )
 {
     XMemStream plain;
     HandleOf( { 'a', 'b', 'c' } ).WriteStream( plain, XMemoryHandle::kNoCompression );
@@ -60,7 +60,7 @@ TEST( XMemoryHandleStream, HasTheDocumentedBytes )
     EXPECT_EQ( FromHex( "000007d5 0000000000000001 00000000 0000000000000001 61" ), BytesOf( motorola ) );
 }
 
-TEST( XMemoryHandleStream, ReadsBackInEveryCompression )
+TEST( XMemoryHandleStreamTest, ReadsBackInEveryCompression )
 {
     TestManager manager;
     for ( const std::size_t size : { 0, 1, 65'536, 5'000'000 } )
@@ -102,7 +102,7 @@ TEST( XMemoryHandleStream, ReadsBackInEveryCompression )
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
 }
 
-TEST( XMemoryHandleStream, RefusesDamage )
+TEST( XMemoryHandleStreamTest, RefusesDamage )
 {
     const XBytes plain = FromHex( kPlainHex );
     const XBytes compressed = FromHex( kCompressedHex );
@@ -128,7 +128,7 @@ TEST( XMemoryHandleStream, RefusesDamage )
                 1260u, ReadError( XBytes( bytes.begin(), bytes.begin() + std::ptrdiff_t( length ) ) ) );
 }
 
-TEST( XMemoryHandleStream, TakesNoMemoryForClaims )
+TEST( XMemoryHandleStreamTest, TakesNoMemoryForClaims )
 {
     TestManager manager;
     for ( const char* type : { "00000000", "01000000" } )

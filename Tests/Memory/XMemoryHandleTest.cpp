@@ -26,18 +26,18 @@ void SetText( XMemoryHandle& ioHandle, const std::string& inText )
 
 /// What every kind of handle does alike.
 template<class THandle>
-struct AnyHandle : testing::Test
+struct AnyHandleTest : testing::Test
 {
     TestManager manager;
     THandle itsHandle{ USize64( 5 ) };
 };
 
 using HandleKinds = testing::Types<XMemoryHandle, XAlignedMemoryHandle, XMappedFileMemoryHandle>;
-TYPED_TEST_SUITE( AnyHandle, HandleKinds );
+TYPED_TEST_SUITE( AnyHandleTest, HandleKinds );
 
 } // namespace
 
-TYPED_TEST( AnyHandle, CopiesShareTheBlockUntilOneIsWritten )
+TYPED_TEST( AnyHandleTest, CopiesShareTheBlockUntilOneIsWritten )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -63,7 +63,7 @@ TYPED_TEST( AnyHandle, CopiesShareTheBlockUntilOneIsWritten )
     EXPECT_TRUE( third.IsDirty() );
 }
 
-TYPED_TEST( AnyHandle, ACopyOfWhatIsBeingWrittenIsItsOwn )
+TYPED_TEST( AnyHandleTest, ACopyOfWhatIsBeingWrittenIsItsOwn )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -74,7 +74,7 @@ TYPED_TEST( AnyHandle, ACopyOfWhatIsBeingWrittenIsItsOwn )
 }
 
 // A write lock inside a read lock moves the bytes of a shared block; the outer lock still sees them where they were.
-TYPED_TEST( AnyHandle, OuterLocksKeepTheirBytes )
+TYPED_TEST( AnyHandleTest, OuterLocksKeepTheirBytes )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -95,7 +95,7 @@ TYPED_TEST( AnyHandle, OuterLocksKeepTheirBytes )
     EXPECT_LE( this->manager.GetBytesInUse(), handle.GetBlock()->GetTrueSize() ); // of one block
 }
 
-TYPED_TEST( AnyHandle, ResizesKeepingBytes )
+TYPED_TEST( AnyHandleTest, ResizesKeepingBytes )
 {
     auto& handle = this->itsHandle;
     Fill( handle, 1 );
@@ -114,7 +114,7 @@ TYPED_TEST( AnyHandle, ResizesKeepingBytes )
     EXPECT_ERROR( 1006, handle.Resize( 1 ) );
 }
 
-TYPED_TEST( AnyHandle, SwapsBytesOnceWhenLocked )
+TYPED_TEST( AnyHandleTest, SwapsBytesOnceWhenLocked )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "abcdefghijk" );
@@ -134,7 +134,7 @@ TYPED_TEST( AnyHandle, SwapsBytesOnceWhenLocked )
     EXPECT_EQ( "badcfehgjik", TextOf( other ) );
 }
 
-TYPED_TEST( AnyHandle, RefusesBytesOutsideAndDataNotLocked )
+TYPED_TEST( AnyHandleTest, RefusesBytesOutsideAndDataNotLocked )
 {
     auto& handle = this->itsHandle;
     char bytes[10] = {};
@@ -150,7 +150,7 @@ TYPED_TEST( AnyHandle, RefusesBytesOutsideAndDataNotLocked )
 }
 
 // Their data would be gone while somebody looks at it.
-TYPED_TEST( AnyHandle, LockedHandlesKeepTheirBlock )
+TYPED_TEST( AnyHandleTest, LockedHandlesKeepTheirBlock )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -173,7 +173,7 @@ TYPED_TEST( AnyHandle, LockedHandlesKeepTheirBlock )
     EXPECT_EQ( 2u, handle.GetBlock()->GetRefCount() );
 }
 
-TYPED_TEST( AnyHandle, FailsWithoutChangesWhenMemoryIsShort )
+TYPED_TEST( AnyHandleTest, FailsWithoutChangesWhenMemoryIsShort )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -188,7 +188,7 @@ TYPED_TEST( AnyHandle, FailsWithoutChangesWhenMemoryIsShort )
     EXPECT_EQ( "hello", TextOf( copy ) );
 }
 
-TEST( XMemoryHandle, WithoutABlock )
+TEST( XMemoryHandleTest, WithoutABlock )
 {
     XMemoryHandle handle;
     EXPECT_EQ( 0u, handle.GetDataSize() );
@@ -201,7 +201,7 @@ TEST( XMemoryHandle, WithoutABlock )
     EXPECT_EQ( "xxx", TextOf( handle ) );
 }
 
-TEST( XMemoryHandle, CountsLocksOfABlock )
+TEST( XMemoryHandleTest, CountsLocksOfABlock )
 {
     struct Block : XMallocMemoryBlock
     {
@@ -217,7 +217,7 @@ TEST( XMemoryHandle, CountsLocksOfABlock )
     EXPECT_ERROR( 1023, block.Purge() );
 }
 
-TEST( XAlignedMemoryHandle, KeepsItsAlignment )
+TEST( XAlignedMemoryHandleTest, KeepsItsAlignment )
 {
     XAlignedMemoryHandle handle( 10, 4096 );
     const auto check = [&]( XMemoryHandle& ioHandle )
@@ -236,7 +236,7 @@ TEST( XAlignedMemoryHandle, KeepsItsAlignment )
     EXPECT_ERROR( 1006, XAlignedMemoryHandle bad( 10, 48 ) );
 }
 
-TEST( XMemoryHandle, HasItsDataFetchedByTheFirstLock )
+TEST( XMemoryHandleTest, HasItsDataFetchedByTheFirstLock )
 {
     struct Fetcher : XDataFetcher
     {
@@ -269,7 +269,7 @@ TEST( XMemoryHandle, HasItsDataFetchedByTheFirstLock )
     EXPECT_EQ( static_cast<SSize64>( stored.GetStreamUsage() ), stream.GetExtent() );
 }
 
-TEST( XMemoryHandle, HasTheDataOfItsBlockFetchedHoweverOftenItHasBeenLocked )
+TEST( XMemoryHandleTest, HasTheDataOfItsBlockFetchedHoweverOftenItHasBeenLocked )
 {
     XMemoryHandle handle( 4 );
     struct Fetcher : XDataFetcher
@@ -294,7 +294,7 @@ TEST( XMemoryHandle, HasTheDataOfItsBlockFetchedHoweverOftenItHasBeenLocked )
 }
 
 // While the threads lock the blocks one after the other, another one tries to purge each.
-TEST( XMemoryHandle, LocksOfSeveralThreadsKeepABlockInMemory )
+TEST( XMemoryHandleTest, LocksOfSeveralThreadsKeepABlockInMemory )
 {
     TestManager manager;
     std::vector<XMappedFileMemoryHandle> handles;

@@ -24,7 +24,7 @@ bool IsInMemory( const XMemoryHandle& inHandle )
 }
 } // namespace
 
-TEST( XMemoryManager, AsksListenersForWhatBlocksDoNotFree )
+TEST( XMemoryManagerTest, AsksListenersForWhatBlocksDoNotFree )
 {
     const TestFolder folder;
     {
@@ -50,7 +50,7 @@ TEST( XMemoryManager, AsksListenersForWhatBlocksDoNotFree )
     EXPECT_EQ( std::string::npos, text.find( "Memory low", entry + 1 ) );
 }
 
-TEST( XMemoryManager, KeepsBlocksInsideTheBudgetByPurgingTheOldest )
+TEST( XMemoryManagerTest, KeepsBlocksInsideTheBudgetByPurgingTheOldest )
 {
     TestManager manager( 4 * kMiB );
     auto handles = MakeFilled( 4 );
@@ -71,7 +71,7 @@ TEST( XMemoryManager, KeepsBlocksInsideTheBudgetByPurgingTheOldest )
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
 }
 
-TEST( XMemoryManager, RefusesWhatDoesNotFitAndLosesNothing )
+TEST( XMemoryManagerTest, RefusesWhatDoesNotFitAndLosesNothing )
 {
     TestManager manager( 4 * kMiB );
     auto handles = MakeFilled( 3 );
@@ -94,7 +94,7 @@ TEST( XMemoryManager, RefusesWhatDoesNotFitAndLosesNothing )
 }
 
 // What a listener may do while it is asked.
-TEST( XMemoryManager, ListenersMayChangeTheListAndNeedMemory )
+TEST( XMemoryManagerTest, ListenersMayChangeTheListAndNeedMemory )
 {
     TestManager manager( 4 * kMiB );
     std::unique_ptr<TestListener> added;
@@ -122,7 +122,7 @@ TEST( XMemoryManager, ListenersMayChangeTheListAndNeedMemory )
 }
 
 // A listener is asked in the middle of the lock, the change or the copy that needs room.
-TEST( XMemoryManager, AListenerCannotTakeTheBlockThatRoomIsMadeFor )
+TEST( XMemoryManagerTest, AListenerCannotTakeTheBlockThatRoomIsMadeFor )
 {
     TestManager manager( 2 * kMiB );
     XMappedFileMemoryHandle wanted( kMiB );
@@ -151,7 +151,7 @@ TEST( XMemoryManager, AListenerCannotTakeTheBlockThatRoomIsMadeFor )
 }
 
 // Neither by a lock of its own.
-TEST( XMemoryManager, AListenerCannotLockWhatIsJustBroughtIntoMemory )
+TEST( XMemoryManagerTest, AListenerCannotLockWhatIsJustBroughtIntoMemory )
 {
     TestManager manager( 2 * kMiB );
     XMappedFileMemoryHandle wanted( kMiB );
@@ -187,7 +187,7 @@ TEST( XMemoryManager, AListenerCannotLockWhatIsJustBroughtIntoMemory )
     EXPECT_TRUE( Holds( wanted, 3 ) );
 }
 
-TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
+TEST( XMemoryManagerTest, APurgeByAListenerWaitsForNoLock )
 {
     TestManager manager( 4 * kMiB );
     XMemoryHandle handle( kMiB );
@@ -212,7 +212,7 @@ TEST( XMemoryManager, APurgeByAListenerWaitsForNoLock )
 }
 
 // Blocks that are found locked come back into the order of their last lock.
-TEST( XMemoryManager, PurgesInTheOrderOfTheLastLockWhateverWasLockedMeanwhile )
+TEST( XMemoryManagerTest, PurgesInTheOrderOfTheLastLockWhateverWasLockedMeanwhile )
 {
     TestManager manager( 4 * kMiB );
     auto handles = MakeFilled( 4 );
@@ -235,7 +235,7 @@ TEST( XMemoryManager, PurgesInTheOrderOfTheLastLockWhateverWasLockedMeanwhile )
     EXPECT_TRUE( IsInMemory( handles[0] ) );
 }
 
-TEST( XMemoryManager, FreesOnceAndTriesAgainWhenTheHeapRefuses )
+TEST( XMemoryManagerTest, FreesOnceAndTriesAgainWhenTheHeapRefuses )
 {
     TestManager manager;
     auto handles = MakeFilled( 1 );
@@ -250,7 +250,7 @@ TEST( XMemoryManager, FreesOnceAndTriesAgainWhenTheHeapRefuses )
     EXPECT_TRUE( Holds( handles[0], 0 ) );
 }
 
-TEST( XMemoryManager, GivesWholePages )
+TEST( XMemoryManagerTest, GivesWholePages )
 {
     TestManager manager( 4 * kMiB );
     const std::uint64_t page = XMemoryManager::AlignSizeToPageSize( 1 );
@@ -275,7 +275,7 @@ TEST( XMemoryManager, GivesWholePages )
 }
 
 // What one thread gives back is another's at once.
-TEST( XMemoryManager, ResizesWholePagesOnSeveralThreads )
+TEST( XMemoryManagerTest, ResizesWholePagesOnSeveralThreads )
 {
     TestManager manager;
     const auto work = [&]
@@ -296,7 +296,7 @@ TEST( XMemoryManager, ResizesWholePagesOnSeveralThreads )
     EXPECT_EQ( 0u, manager.GetBytesInUse() );
 }
 
-TEST( XMemoryManager, TestsItselfUntilItPurgesOrRunsOut )
+TEST( XMemoryManagerTest, TestsItselfUntilItPurgesOrRunsOut )
 {
     TestManager manager( 4 * kMiB );
     EXPECT_ERROR( 1006, manager.TestOutOfMemory( 0 ) );
@@ -311,7 +311,7 @@ TEST( XMemoryManager, TestsItselfUntilItPurgesOrRunsOut )
 }
 
 // What lies where is up to the system here, so of what is freed beyond the oldest block only the books are checked.
-TEST( XMemoryManager, FreesOnTheRealAddressSpace )
+TEST( XMemoryManagerTest, FreesOnTheRealAddressSpace )
 {
     TestManager manager;
     auto handles = MakeFilled( 8 );
@@ -331,7 +331,7 @@ TEST( XMemoryManager, FreesOnTheRealAddressSpace )
     EXPECT_CONTAINS( status, "Mapped Block, bytes: 8388608\n" );
 }
 
-TEST( XMemoryManager, DrawsTheAddressSpace )
+TEST( XMemoryManagerTest, DrawsTheAddressSpace )
 {
     TestManager manager;
     manager.LayOut( { { 0x100000, 0x100000 }, { 0x380000, 0x80000 }, { 0x400000, 0x100000 } } );

@@ -116,7 +116,7 @@ struct LaidOut
 
 } // namespace
 
-TEST( XPurgePolicy, PurgesWhatOpensAHole )
+TEST( XPurgePolicyTest, PurgesWhatOpensAHole )
 {
     for ( const Case& testCase : kCases )
     {
@@ -135,7 +135,7 @@ TEST( XPurgePolicy, PurgesWhatOpensAHole )
     }
 }
 
-TEST( XPurgePolicy, FreesByAddress )
+TEST( XPurgePolicyTest, FreesByAddress )
 {
     const Case layout = { "", "a:10+2 b:20+2 c:30+2", 0, "" };
     const auto purgedBy = [&]( std::uint64_t inAddress, std::uint32_t inFlags )
@@ -154,7 +154,7 @@ TEST( XPurgePolicy, FreesByAddress )
     EXPECT_EQ( "abc", purgedBy( 20, XMemoryManager::kFreeBelowAddress | XMemoryManager::kFreeAboveAddress ) );
 }
 
-TEST( XPurgePolicy, MeasuresFreeSpaceInWholeUnits )
+TEST( XPurgePolicyTest, MeasuresFreeSpaceInWholeUnits )
 {
     TestManager manager;
     const std::uint64_t unit = XMemoryManager::GetAllocationGranularity();

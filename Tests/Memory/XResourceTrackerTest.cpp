@@ -2,7 +2,7 @@
 
 #include "Testing.h"
 
-TEST( XResourceTracker, CountsByKind )
+TEST( XResourceTrackerTest, CountsByKind )
 {
     XResourceTracker::RsrcAllocated( "test things", 10 );
     XResourceTracker::RsrcAllocated( "test things", 5 );

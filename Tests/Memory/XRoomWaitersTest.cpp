@@ -51,7 +51,7 @@ private:
 } // namespace
 
 // The last to lock it was the thread that now waits, which has unlocked it: the other will too.
-TEST( XRoomWaiters, WaitForTheOtherOfTwoThatShareABlock )
+TEST( XRoomWaitersTest, WaitForTheOtherOfTwoThatShareABlock )
 {
     constexpr std::uint32_t kTimeToBeRefused = 50;
     Room room( 1, 2 );
@@ -73,7 +73,7 @@ TEST( XRoomWaiters, WaitForTheOtherOfTwoThatShareABlock )
     EXPECT_LT( room.timer.GetElapsedSeconds(), kPatience / 1000 / 2 );
 }
 
-TEST( XRoomWaiters, OneOfTwoThatWaitForEachOtherIsRefused )
+TEST( XRoomWaitersTest, OneOfTwoThatWaitForEachOtherIsRefused )
 {
     Room room( 2, 4 );
     std::atomic<int> holding = 0;
@@ -92,7 +92,7 @@ TEST( XRoomWaiters, OneOfTwoThatWaitForEachOtherIsRefused )
 }
 
 // Blocks in memory, which need the old and the new size at once where views cannot be resized, and in the temporary file.
-TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
+TEST( XRoomWaitersTest, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
 {
     for ( const bool canResizeViews : { true, false } )
         for ( const bool isPurged : { true, false } )
@@ -120,7 +120,7 @@ TEST( XRoomWaiters, ThreadsThatGrowBlocksWithoutRoomAreRefusedAtOnce )
         }
 }
 
-TEST( XRoomWaiters, GiveUpOnLocksThatStay )
+TEST( XRoomWaitersTest, GiveUpOnLocksThatStay )
 {
     Room room( 1, 2, 30 );
     {
@@ -132,7 +132,7 @@ TEST( XRoomWaiters, GiveUpOnLocksThatStay )
 }
 
 // Others may need the memory mutex to decide whether to wait, or have the listeners' mutex.
-TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
+TEST( XRoomWaitersTest, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
 {
     Room room( 1, 2 );
     const std::thread::id tester = std::this_thread::get_id();
@@ -157,7 +157,7 @@ TEST( XRoomWaiters, WhoHoldsTheMemoryMutexIsRefusedAtOnce )
     waiter.join();
 }
 
-TEST( XRoomWaiters, AStopEndsTheWait )
+TEST( XRoomWaitersTest, AStopEndsTheWait )
 {
     Room room( 1, 2 );
     SearchedInVain search;
@@ -172,7 +172,7 @@ TEST( XRoomWaiters, AStopEndsTheWait )
 
 // Each thread needs one block at a time and there is room for three, which several of them share: nobody may be refused,
 // however it comes.
-TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
+TEST( XRoomWaitersTest, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
 {
     for ( int storm = 0; storm < 10; ++storm )
     {
@@ -197,7 +197,7 @@ TEST( XRoomWaiters, NobodyIsRefusedWhoOnlyHasToWaitForItsTurn )
 }
 
 // The purge is held up where it makes its file; neither other blocks nor the list may be held up with it.
-TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
+TEST( XRoomWaitersTest, NoLockWaitsForThePurgeOfAnotherBlock )
 {
     TestManager manager( 3 * kRequest );
     Halt halt;
@@ -223,7 +223,7 @@ TEST( XRoomWaiters, NoLockWaitsForThePurgeOfAnotherBlock )
 }
 
 // A block that is given up while the manager purges it waits until that is over.
-TEST( XRoomWaiters, ABlockMayGoWhileItIsPurged )
+TEST( XRoomWaitersTest, ABlockMayGoWhileItIsPurged )
 {
     TestManager manager( 3 * kRequest );
     WEvent isPurging;

@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
+TEST( XPivotColumnDescriptorTest, ShowsUnitsAndChannel )
 {
     const XPivotColumnDescriptor volume( kPivotVolume, "", "C1", "\265m3" );
     EXPECT_EQ( volume.GetDisplayName(), "Volume (\265m\xB3) (C1)" );
@@ -12,7 +12,7 @@ TEST( XPivotColumnDescriptor, ShowsUnitsAndChannel )
     EXPECT_EQ( XPivotColumnDescriptor( unregistered, "stored", "", "" ).GetDisplayName(), "stored" );
 }
 
-TEST( XPivotColumnDescriptor, OrdersByIDThenTexts )
+TEST( XPivotColumnDescriptorTest, OrdersByIDThenTexts )
 {
     const XPivotColumnDescriptor low( kPivotArea, "", "C2", "" );
     const XPivotColumnDescriptor high( kPivotArea, "", "C10", "" );

@@ -78,7 +78,7 @@ bool IsSameValue( const T& inLeft, const T& inRight )
 }
 
 template<class TColumn>
-struct XPivotColumnFamily : testing::Test
+struct XPivotColumnFamilyTest : testing::Test
 {
     using XValue = typename TColumn::XValue;
 
@@ -109,10 +109,10 @@ struct XPivotColumnFamily : testing::Test
 using XFamily = testing::Types<
     XPivotFloatColumn, XPivotSInt32Column, XPivotUInt32Column, XPivotStringColumn, XPivotTimeColumn,
     XPivotUUIDColumn, XPivotVersionColumn>;
-TYPED_TEST_SUITE( XPivotColumnFamily, XFamily );
+TYPED_TEST_SUITE( XPivotColumnFamilyTest, XFamily );
 } // namespace
 
-TYPED_TEST( XPivotColumnFamily, SortsStablyBothWays )
+TYPED_TEST( XPivotColumnFamilyTest, SortsStablyBothWays )
 {
     for ( const std::uint32_t count : { 0u, 1u, 2u, 33u, 255u, 256u, 1500u } )
     {
@@ -138,7 +138,7 @@ TYPED_TEST( XPivotColumnFamily, SortsStablyBothWays )
     }
 }
 
-TYPED_TEST( XPivotColumnFamily, KeepsTheFirstOfEachDistinctValue )
+TYPED_TEST( XPivotColumnFamilyTest, KeepsTheFirstOfEachDistinctValue )
 {
     const auto source = this->MakeRandomColumn( 700, 5 );
     XRows expected;
@@ -156,7 +156,7 @@ TYPED_TEST( XPivotColumnFamily, KeepsTheFirstOfEachDistinctValue )
     this->ExpectRows( column, *source, rows );
 }
 
-TYPED_TEST( XPivotColumnFamily, ReadsBackWhatItWritesInBothOrders )
+TYPED_TEST( XPivotColumnFamilyTest, ReadsBackWhatItWritesInBothOrders )
 {
     // Around the 64 rows that presence is looked at by, and past the buffer of the block form.
     for ( const std::uint32_t count : { 0u, 1u, 63u, 64u, 65u, 128u, 20000u } )
@@ -182,7 +182,7 @@ TYPED_TEST( XPivotColumnFamily, ReadsBackWhatItWritesInBothOrders )
     }
 }
 
-TYPED_TEST( XPivotColumnFamily, SeesDamage )
+TYPED_TEST( XPivotColumnFamilyTest, SeesDamage )
 {
     auto column = this->MakeRandomColumn( 5, 9 );
     column->SetDataExists( 2, false );
@@ -190,7 +190,7 @@ TYPED_TEST( XPivotColumnFamily, SeesDamage )
     ExpectDamageIsSeen( Write( *column ) );
 }
 
-TYPED_TEST( XPivotColumnFamily, MovesRowsWithTheirPresence )
+TYPED_TEST( XPivotColumnFamilyTest, MovesRowsWithTheirPresence )
 {
     const auto source = this->MakeRandomColumn( 40, 3 );
     auto column = *source;
@@ -209,7 +209,7 @@ TYPED_TEST( XPivotColumnFamily, MovesRowsWithTheirPresence )
     EXPECT_TRUE( IsSameValue( column.GetDataVector()[2], column.GetDefaultValue() ) );
 }
 
-TEST( XPivotSort, SurvivesTextsWhoseOrderGoesInCircles )
+TEST( XPivotSortTest, SurvivesTextsWhoseOrderGoesInCircles )
 {
     const XString circle[] = { ".9", "/", "0", ".e", "-e", "-", ". 9" };
     XRandom random( 1 );
@@ -226,7 +226,7 @@ TEST( XPivotSort, SurvivesTextsWhoseOrderGoesInCircles )
     }
 }
 
-TEST( XPivotSort, OrdersFewTextsInManyRowsAsItDoesManyTexts )
+TEST( XPivotSortTest, OrdersFewTextsInManyRowsAsItDoesManyTexts )
 {
     // "a b" and "ab" are ranked equal.
     const XString texts[] = { "img10", "a b", "img2", "", "B", "ab", "b" };

@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotColumnID, NamesEveryStandardQuantityOnce )
+TEST( XPivotColumnIDTest, NamesEveryStandardQuantityOnce )
 {
     EXPECT_EQ( XGetPivotStandardIDs().size(), 140u );
     EXPECT_EQ( XPivotColumn::GetIDName( kPivotUnknownColumn ), "Unknown Column" );
@@ -11,7 +11,7 @@ TEST( XPivotColumnID, NamesEveryStandardQuantityOnce )
     EXPECT_ERROR( 3209, XPivotColumn::GetIDName( kPivotNone ) );
 }
 
-TEST( XPivotColumnID, TakesNewOnesButNoneTwice )
+TEST( XPivotColumnIDTest, TakesNewOnesButNoneTwice )
 {
     constexpr auto kOwn = static_cast<XPivotColumnID>( 70001 );
     EXPECT_ERROR( 3209, XPivotFloatColumn( kOwn, "", "", "" ) );

@@ -29,7 +29,7 @@ std::uint32_t ErrorOfReading( const std::string& inHex )
 }
 } // namespace
 
-TEST( XPivotColumnStream, LaysOutEachClass )
+TEST( XPivotColumnStreamTest, LaysOutEachClass )
 {
     ExpectLayout<XPivotFloatColumn>(
         { 1.0, 2.0, std::nullopt, 3.0 },
@@ -63,7 +63,7 @@ TEST( XPivotColumnStream, LaysOutEachClass )
         kMotorolaOrder );
 }
 
-TEST( XPivotColumnStream, WritesNoFlagsForAnUnknownColumnAndReadsEitherForm )
+TEST( XPivotColumnStreamTest, WritesNoFlagsForAnUnknownColumnAndReadsEitherForm )
 {
     XPivotUnknownColumn column( kPivotUserDefined, "a", "", "px", 7 );
     column.ResizeRows( 2 );
@@ -78,7 +78,7 @@ TEST( XPivotColumnStream, WritesNoFlagsForAnUnknownColumnAndReadsEitherForm )
     ExpectDamageIsSeen( Write( column ) );
 }
 
-TEST( XPivotColumnStream, ReadsRunsAndGapsOfAllLengthsOverEarlierValues )
+TEST( XPivotColumnStreamTest, ReadsRunsAndGapsOfAllLengthsOverEarlierValues )
 {
     for ( const std::uint32_t lastGap : { 0u, 1u, 9u, 100u } )
     {
@@ -105,7 +105,7 @@ TEST( XPivotColumnStream, ReadsRunsAndGapsOfAllLengthsOverEarlierValues )
     }
 }
 
-TEST( XPivotColumnStream, RefusesRunsThatTheFlagsDoNotHave )
+TEST( XPivotColumnStreamTest, RefusesRunsThatTheFlagsDoNotHave )
 {
     const std::string head = "b1050000" + kHead + "04000000 01010001 b1050000 00000000 ";
     const std::string first = "02000000 00000000 0a000000 0b000000 ";
@@ -153,14 +153,14 @@ void ExpectUseAfterTruncation( typename TColumn::XValue inValue )
     }
 }
 
-TEST( XPivotColumnStream, LeavesAColumnThatCanBeUsedWhereItIsCutOff )
+TEST( XPivotColumnStreamTest, LeavesAColumnThatCanBeUsedWhereItIsCutOff )
 {
     ExpectUseAfterTruncation<XPivotFloatColumn>( 1.0 );
     ExpectUseAfterTruncation<XPivotStringColumn>( "text" );
     ExpectUseAfterTruncation<XPivotRowRefColumn>( XUUID( "01234567-89ab-cdef-0123-456789abcdef" ) );
 }
 
-TEST( XPivotColumnStream, ReadsFromAStreamWithoutAKnownEnd )
+TEST( XPivotColumnStreamTest, ReadsFromAStreamWithoutAKnownEnd )
 {
     const XBytes bytes = Write( *MakeColumn<XPivotFloatColumn>( { 1.0, std::nullopt, 3.0 } ) );
     ReadingStream stream( bytes );
@@ -170,7 +170,7 @@ TEST( XPivotColumnStream, ReadsFromAStreamWithoutAKnownEnd )
     EXPECT_EQ( static_cast<std::size_t>( stream.GetPosition() ), bytes.size() );
 }
 
-TEST( XPivotColumnStream, RefusesWhatIsNotAColumn )
+TEST( XPivotColumnStreamTest, RefusesWhatIsNotAColumn )
 {
     const std::string rest = "01000000 01000000 61 00000000 02000000 7078 07000000 00000000 ";
     const std::string rows = "00000000 b1050000 00000000 00000000";
@@ -192,7 +192,7 @@ TEST( XPivotColumnStream, RefusesWhatIsNotAColumn )
     EXPECT_EQ( ErrorOfReading( "ad050000" ), 1004u ); // the abstract class
 }
 
-TEST( XPivotColumnStream, StatesItsUsage )
+TEST( XPivotColumnStreamTest, StatesItsUsage )
 {
     EXPECT_EQ( MakeColumn<XPivotFloatColumn>( { 1.0, std::nullopt } )->GetStreamUsage(), 20u );
     EXPECT_EQ( MakeColumn<XPivotUUIDColumn>( { XUUID() } )->GetStreamUsage(), 20u );
@@ -202,7 +202,7 @@ TEST( XPivotColumnStream, StatesItsUsage )
     EXPECT_EQ( descriptor.GetStreamUsage(), stream.GetLength() );
 }
 
-TEST( XPivotRuns, AreTheSameOnEveryProcessor )
+TEST( XPivotRunsTest, AreTheSameOnEveryProcessor )
 {
     std::mt19937_64 random( 9 );
     for ( int i = 0; i < 100; ++i )
@@ -282,7 +282,7 @@ void ExpectRunsMove( const XVector<std::uint8_t>& inExists )
     ExpectRunsMove<16>( inExists );
 }
 
-TEST( XPivotRuns, AreMovedAsOneByOne )
+TEST( XPivotRunsTest, AreMovedAsOneByOne )
 {
     std::mt19937_64 random( 10 );
     for ( const std::size_t size : { 0u, 1u, 63u, 64u, 65u, 127u, 128u, 129u, 192u, 256u, 1000u, 4000u } )
@@ -297,7 +297,7 @@ TEST( XPivotRuns, AreMovedAsOneByOne )
         }
 }
 
-TEST( XPivotStringColumn, StoresEqualTextsOnce )
+TEST( XPivotStringColumnTest, StoresEqualTextsOnce )
 {
     const std::string large( 200, 'x' );
     XPivotStringColumn column( kPivotUserDefined, "name", "", "" );

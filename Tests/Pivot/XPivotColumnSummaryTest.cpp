@@ -2,13 +2,13 @@
 
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotColumnSummary, LosesNothingThatCancels )
+TEST( XPivotColumnSummaryTest, LosesNothingThatCancels )
 {
     const auto cancelling = MakeColumn<XPivotFloatColumn>( { 1e100, 1.0, -1e100, 1e16, 1.0, -1e16 } );
     EXPECT_EQ( XPivotColumnSummary( *cancelling ).GetMoments().sum, 2.0 );
 }
 
-TEST( XPivotColumnSummary, AgreesWithAPlainReference )
+TEST( XPivotColumnSummaryTest, AgreesWithAPlainReference )
 {
     std::mt19937 random( 5 );
     std::normal_distribution<double> normal( 1e6, 3.0 );

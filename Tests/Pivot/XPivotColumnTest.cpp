@@ -8,7 +8,7 @@ XPivotFloatColumn MakeFloats( const std::vector<std::optional<double>>& inRows )
 }
 } // namespace
 
-TEST( XPivotColumn, TakesItsNameFromTheIDUnlessUserDefined )
+TEST( XPivotColumnTest, TakesItsNameFromTheIDUnlessUserDefined )
 {
     EXPECT_ERROR( 1006, XPivotFloatColumn( kPivotCentroidX, "mine", "", "" ) );
     XPivotFloatColumn standard( kPivotCentroidX, "", "C1", "px", 7 );
@@ -20,7 +20,7 @@ TEST( XPivotColumn, TakesItsNameFromTheIDUnlessUserDefined )
     EXPECT_EQ( XPivotFloatColumn( kPivotUserDefined, "mine", "", "" ).GetColumnName(), "mine" );
 }
 
-TEST( XPivotColumn, GrowsByMissingRows )
+TEST( XPivotColumnTest, GrowsByMissingRows )
 {
     XPivotFloatColumn column;
     column.SetData( 2.5, 5, true );
@@ -31,7 +31,7 @@ TEST( XPivotColumn, GrowsByMissingRows )
     EXPECT_ERROR( 1006, column.SetData( 1.0, -1, true ) );
 }
 
-TEST( XPivotColumn, ReadsMissingRowsAsTheDefault )
+TEST( XPivotColumnTest, ReadsMissingRowsAsTheDefault )
 {
     auto column = MakeFloats( { 1.0, std::nullopt, 3.0 } );
     column.SetData( 2.0, 1, false );
@@ -45,7 +45,7 @@ TEST( XPivotColumn, ReadsMissingRowsAsTheDefault )
     EXPECT_FALSE( column.DoesDataExist( 3 ) );
 }
 
-TEST( XPivotColumn, ListsNumbersOfPresentRowsAndTextsOfAll )
+TEST( XPivotColumnTest, ListsNumbersOfPresentRowsAndTextsOfAll )
 {
     const auto column = MakeFloats( { 1.0, std::nullopt, 3.0 } );
     EXPECT_EQ( column.GetFloatVector(), ( XVector<double>{ 1.0, 3.0 } ) );
@@ -54,7 +54,7 @@ TEST( XPivotColumn, ListsNumbersOfPresentRowsAndTextsOfAll )
     EXPECT_EQ( column.FindDataString( "NaN" ), 1 );
 }
 
-TEST( XPivotColumn, ListsDistinctValues )
+TEST( XPivotColumnTest, ListsDistinctValues )
 {
     const auto numbers = MakeFloats( { 3.0, kNaN, 1.0, std::nullopt, 3.0, kNaN, -0.0, 0.0 } ).GetFloatSet();
     ASSERT_EQ( numbers.size(), 4u );
@@ -64,7 +64,7 @@ TEST( XPivotColumn, ListsDistinctValues )
     EXPECT_EQ( texts->GetStringSet(), ( XVector<XString>{ "a b", "ab", "x9", "x10" } ) );
 }
 
-TEST( XPivotColumn, ConvertsBetweenClassesWhenCopying )
+TEST( XPivotColumnTest, ConvertsBetweenClassesWhenCopying )
 {
     const auto source = MakeFloats( { 1.5, std::nullopt, -3.0 } );
     XPivotStringColumn texts( kPivotUserDefined, "t", "", "" );
@@ -79,7 +79,7 @@ TEST( XPivotColumn, ConvertsBetweenClassesWhenCopying )
     EXPECT_ERROR( 1000, texts.CopyRowOver( 0, integers, 0 ) );
 }
 
-TEST( XPivotColumn, CopiesWithinItself )
+TEST( XPivotColumnTest, CopiesWithinItself )
 {
     auto column = MakeFloats( { 1.0, 2.0, std::nullopt } );
     column.CopyRowsOver( 0, column, 1, 3 );
@@ -92,7 +92,7 @@ TEST( XPivotColumn, CopiesWithinItself )
     EXPECT_ERROR( 1006, column.CopyRowsInto( 8, column, 0, 1 ) );
 }
 
-TEST( XPivotColumn, CopiesNoRowsWhereverTheyWouldBe )
+TEST( XPivotColumnTest, CopiesNoRowsWhereverTheyWouldBe )
 {
     XPivotFloatColumn numbers;
     XPivotStringColumn texts;
@@ -110,7 +110,7 @@ TEST( XPivotColumn, CopiesNoRowsWhereverTheyWouldBe )
     }
 }
 
-TEST( XPivotColumn, InsertsAndDeletesRows )
+TEST( XPivotColumnTest, InsertsAndDeletesRows )
 {
     auto column = MakeFloats( { 0.0, 1.0, 2.0, 3.0, 4.0 } );
     column.InsertEmptyRows( 5, 1 );
@@ -127,7 +127,7 @@ TEST( XPivotColumn, InsertsAndDeletesRows )
     EXPECT_TRUE( column.IsEmptyColumn() && column.GetColumnSize() == 0 );
 }
 
-TEST( XPivotColumn, EqualsWhenNumbersAndTextsDo )
+TEST( XPivotColumnTest, EqualsWhenNumbersAndTextsDo )
 {
     const auto column = MakeFloats( { 1.0, 2.0 } );
     EXPECT_TRUE( column == MakeFloats( { 1.0, 2.0 } ) );
@@ -142,7 +142,7 @@ TEST( XPivotColumn, EqualsWhenNumbersAndTextsDo )
     EXPECT_TRUE( *texts != static_cast<const XPivotColumn&>( column ) );
 }
 
-TEST( XPivotColumn, ClonesWithoutRows )
+TEST( XPivotColumnTest, ClonesWithoutRows )
 {
     auto column = MakeFloats( { 1.0 } );
     column.SetVisibilityOptions( 5 );
@@ -158,7 +158,7 @@ TEST( XPivotColumn, ClonesWithoutRows )
     EXPECT_TRUE( unnamed->GetDescriptor().IsNull() );
 }
 
-TEST( XPivotColumn, RemovesNaNsAndRepeatsRows )
+TEST( XPivotColumnTest, RemovesNaNsAndRepeatsRows )
 {
     auto column = MakeFloats( { kNaN, 1.0, std::nullopt, 2.0 } );
     XRows rows;
@@ -173,7 +173,7 @@ TEST( XPivotColumn, RemovesNaNsAndRepeatsRows )
     EXPECT_EQ( column.GetColumnSize(), 0u );
 }
 
-TEST( XPivotIntegerColumns, HoldNumbersWithinTheirRange )
+TEST( XPivotIntegerColumnsTest, HoldNumbersWithinTheirRange )
 {
     XPivotSInt32Column integers;
     integers.SetData( XVector<double>{ 2.9, -2.9, 1e20, -kInfinity, kNaN } );

@@ -66,7 +66,7 @@ private:
 };
 } // namespace
 
-TEST( XPivotFilter, PassesPresentFloatsByEveryRelationship )
+TEST( XPivotFilterTest, PassesPresentFloatsByEveryRelationship )
 {
     std::minstd_rand random( 3 );
     for ( const std::size_t count : { 0u, 1u, 7u, 8u, 9u, 4096u, 4103u, 9000u } )
@@ -91,7 +91,7 @@ TEST( XPivotFilter, PassesPresentFloatsByEveryRelationship )
     }
 }
 
-TEST( XPivotFilter, HoldsIntegersAgainstTheReferenceAsAnInteger )
+TEST( XPivotFilterTest, HoldsIntegersAgainstTheReferenceAsAnInteger )
 {
     const XFilteredTable<XPivotSInt32Column> table( { -3, 2, 3, std::nullopt, 0x7FFFFFFF } );
     for ( const auto relationship : kOrderRelationships )
@@ -105,7 +105,7 @@ TEST( XPivotFilter, HoldsIntegersAgainstTheReferenceAsAnInteger )
     EXPECT_EQ( XFilteredTable<XPivotUInt32Column>( { 0u, 5u } ).Find( kFilterEqual, -7.0 ), ( XRows{ 0 } ) );
 }
 
-TEST( XPivotFilter, HoldsTextsInTheirNaturalOrder )
+TEST( XPivotFilterTest, HoldsTextsInTheirNaturalOrder )
 {
     const XFilteredTable<XPivotStringColumn> table( { "x9", "x10", std::nullopt, "X9", "2.5" } );
     EXPECT_EQ( table.Find( kFilterLess, XString( "x10" ) ), ( XRows{ 0, 3, 4 } ) );
@@ -115,7 +115,7 @@ TEST( XPivotFilter, HoldsTextsInTheirNaturalOrder )
     EXPECT_EQ( table.Find( kFilterGreaterOrEqual, XString( "x10" ) ), ( XRows{ 1 } ) );
 }
 
-TEST( XPivotFilter, FindsTextsWithinNumbers )
+TEST( XPivotFilterTest, FindsTextsWithinNumbers )
 {
     const XFilteredTable<XPivotFloatColumn> table( { 12.5, 125.0, std::nullopt, -2.5, kNaN } );
     EXPECT_EQ( table.Find( kFilterContains, 2.5 ), ( XRows{ 0, 3 } ) );
@@ -123,7 +123,7 @@ TEST( XPivotFilter, FindsTextsWithinNumbers )
     EXPECT_EQ( table.Find( kFilterContains, kNaN ), ( XRows{ 4 } ) );
 }
 
-TEST( XPivotFilter, HoldsIdentifiersTimesAndVersions )
+TEST( XPivotFilterTest, HoldsIdentifiersTimesAndVersions )
 {
     const XUUID low( "00000000-0000-0000-0000-000000000001" );
     const XUUID high( "f0000000-0000-0000-0000-000000000001" );
@@ -139,7 +139,7 @@ TEST( XPivotFilter, HoldsIdentifiersTimesAndVersions )
     EXPECT_EQ( versions.Find( kFilterLess, 36.0 ), ( XRows{ 1 } ) );
 }
 
-TEST( XPivotFilter, RefusesUnknownRelationships )
+TEST( XPivotFilterTest, RefusesUnknownRelationships )
 {
     const auto unknown = static_cast<XPivotFilterRelationship>( 7 );
     EXPECT_ERROR( 1006, XFilteredTable<XPivotFloatColumn>( { 1.0 } ).Find( unknown, 1.0 ) );
@@ -147,7 +147,7 @@ TEST( XPivotFilter, RefusesUnknownRelationships )
     EXPECT_ERROR( 1006, XFilteredTable<XPivotStringColumn>( { "1" } ).Find( unknown, 1.0 ) );
 }
 
-TEST( XPivotFilter, NeverPassesRowsOfUnknownColumns )
+TEST( XPivotFilterTest, NeverPassesRowsOfUnknownColumns )
 {
     XPivotTable table;
     table.AddColumn( std::make_unique<XPivotUnknownColumn>() ).ResizeRows( 3 );

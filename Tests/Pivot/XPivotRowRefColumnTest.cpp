@@ -15,7 +15,7 @@ std::unique_ptr<XPivotRowRefColumn> MakeIDs( const std::vector<XUUID>& inRows )
 }
 } // namespace
 
-TEST( XPivotRowRefColumn, KeepsWhatIsReferredToFromElsewhere )
+TEST( XPivotRowRefColumnTest, KeepsWhatIsReferredToFromElsewhere )
 {
     const auto ids = MakeIDs( { kFirst, kSecond } );
     ids->AddRef( kFirst );
@@ -26,7 +26,7 @@ TEST( XPivotRowRefColumn, KeepsWhatIsReferredToFromElsewhere )
     EXPECT_EQ( ids->GetNumReferences(), 0u );
 }
 
-TEST( XPivotRowRefColumn, GivesNoNumberTwice )
+TEST( XPivotRowRefColumnTest, GivesNoNumberTwice )
 {
     XPivotRowRefColumn column;
     column.AddRef( 0, kFirst, 2 );
@@ -47,7 +47,7 @@ TEST( XPivotRowRefColumn, GivesNoNumberTwice )
     }
 }
 
-TEST( XPivotRowRefColumn, FindsRowsByTheirNumbersAfterEveryChange )
+TEST( XPivotRowRefColumnTest, FindsRowsByTheirNumbersAfterEveryChange )
 {
     const auto ids = MakeIDs( { kFirst, kSecond } );
     ids->AddRef( 0, kFirst, 4000000000 );
@@ -71,7 +71,7 @@ TEST( XPivotRowRefColumn, FindsRowsByTheirNumbersAfterEveryChange )
     }
 }
 
-TEST( XPivotRowRefColumn, StopsAtTheLastNumber )
+TEST( XPivotRowRefColumnTest, StopsAtTheLastNumber )
 {
     XBytes bytes = Write( *MakeIDs( { kFirst } ) );
     std::fill( bytes.end() - 4, bytes.end(), std::uint8_t( 0xFF ) ); // the next number
@@ -87,7 +87,7 @@ TEST( XPivotRowRefColumn, StopsAtTheLastNumber )
     EXPECT_EQ( ids->GetUserVisibleIDVector(), ( XVector<std::uint32_t>{ 1, 2 } ) );
 }
 
-TEST( XPivotOtherRowRefColumn, FollowsItsTable )
+TEST( XPivotOtherRowRefColumnTest, FollowsItsTable )
 {
     const auto getNumber = []( const XPivotTable& inTable )
     { return inTable.GetColumn( 0 ).GetDataFloat( 0 ); };
@@ -119,7 +119,7 @@ TEST( XPivotOtherRowRefColumn, FollowsItsTable )
     EXPECT_EQ( rows, ( XRows{ 0 } ) );
 }
 
-TEST( XPivotOtherRowRefColumn, IsBoundToItsOwnTableWhateverIsAssigned )
+TEST( XPivotOtherRowRefColumnTest, IsBoundToItsOwnTableWhateverIsAssigned )
 {
     XPivotTable table;
     auto& ids = table.AddColumn( MakeIDs( { kFirst, kSecond } ) );
@@ -169,7 +169,7 @@ std::uint32_t ErrorOfReferences( const std::string& inReferences )
 }
 } // namespace
 
-TEST( XPivotRowRefColumnStream, LaysOutRowsRecordsAndTheNextNumber )
+TEST( XPivotRowRefColumnStreamTest, LaysOutRowsRecordsAndTheNextNumber )
 {
     auto ids = MakeIDs( { kFirst, kThird, kSecond } );
     ids->DeleteRef( 1 );
@@ -185,7 +185,7 @@ TEST( XPivotRowRefColumnStream, LaysOutRowsRecordsAndTheNextNumber )
     ExpectDamageIsSeen( Write( *ids ) );
 }
 
-TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
+TEST( XPivotRowRefColumnStreamTest, RefusesRecordsThatContradictTheRows )
 {
     const std::string one = kOne + "01000000 01000000 00000000";
     const std::string two = kTwo + "01000000 02000000 02000000";
@@ -209,7 +209,7 @@ TEST( XPivotRowRefColumnStream, RefusesRecordsThatContradictTheRows )
     EXPECT_EQ( ErrorOfReferences( "ffffffff" + one ), 1260u );
 }
 
-TEST( XPivotRowRefColumnStream, KeepsCountsAtTheTopOfTheirRange )
+TEST( XPivotRowRefColumnStreamTest, KeepsCountsAtTheTopOfTheirRange )
 {
     const std::string references = "03000000" + kOne + "ffffffff 01000000 00000000" + kTwo +
         "01000000 02000000 02000000" + std::string( 30, '0' ) + "03 ffffffff 03000000 ffffffff 04000000";
@@ -229,7 +229,7 @@ TEST( XPivotRowRefColumnStream, KeepsCountsAtTheTopOfTheirRange )
     }
 }
 
-TEST( XPivotOtherRowRefColumnStream, KeepsTheDescriptorOfItsColumn )
+TEST( XPivotOtherRowRefColumnStreamTest, KeepsTheDescriptorOfItsColumn )
 {
     const auto parents = MakeParents();
     parents->AppendData( kFirst, true );

@@ -422,7 +422,7 @@ private:
 };
 } // namespace
 
-TEST( XPivotRowRefModel, KeepsReferencesInStepThroughEveryRowOperation )
+TEST( XPivotRowRefModelTest, KeepsReferencesInStepThroughEveryRowOperation )
 {
     for ( int seed = 0; seed < Rounds( 4000 ) && !HasFailure(); ++seed )
     {

@@ -2,7 +2,7 @@
 
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotSums, AreTheSameOnEveryProcessor )
+TEST( XPivotSumsTest, AreTheSameOnEveryProcessor )
 {
     std::mt19937 random( 7 );
     std::vector<double> values( 1003 );

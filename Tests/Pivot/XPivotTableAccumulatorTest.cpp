@@ -37,7 +37,7 @@ std::string Show( const XResult& inResult )
 }
 } // namespace
 
-TEST( XPivotTableAccumulator, ShowsTheValueOfASingleRow )
+TEST( XPivotTableAccumulatorTest, ShowsTheValueOfASingleRow )
 {
     EXPECT_EQ( Show( Accumulate( 0, { std::nullopt, 2.5 } ) ), "'2.5'=2.500000E+00" );
     EXPECT_EQ( Show( Accumulate( 0, { 2.5, 2.5 } ) ), "invalid" );
@@ -47,7 +47,7 @@ TEST( XPivotTableAccumulator, ShowsTheValueOfASingleRow )
     EXPECT_EQ( Show( MakeAccumulator( { 0 } ).AccumulateColumn( *name ) ), "'a name'=invalid" );
 }
 
-TEST( XPivotTableAccumulator, AddsAndMultiplies )
+TEST( XPivotTableAccumulatorTest, AddsAndMultiplies )
 {
     EXPECT_EQ( Show( Accumulate( 1, { 1.0, std::nullopt, 4.0 } ) ), "2.500000E+00" );
     EXPECT_EQ( Show( Accumulate( 2, { 1.0, std::nullopt, 4.0 } ) ), "5.000000E+00" );
@@ -61,14 +61,14 @@ TEST( XPivotTableAccumulator, AddsAndMultiplies )
     EXPECT_EQ( Show( Accumulate( 2, { kInfinity, -kInfinity } ) ), "NaN" ) << "no value was NaN";
 }
 
-TEST( XPivotTableAccumulator, CountsRowsOfAnyColumn )
+TEST( XPivotTableAccumulatorTest, CountsRowsOfAnyColumn )
 {
     const auto texts = MakeColumn<XPivotStringColumn>( { "a", "b", std::nullopt, "c" } );
     EXPECT_EQ( Show( MakeAccumulator( { 4 } ).AccumulateColumn( *texts ) ), "'3'=3.000000E+00" );
     EXPECT_EQ( Show( Accumulate( 4, { kNaN } ) ), "'1'=1.000000E+00" );
 }
 
-TEST( XPivotTableAccumulator, KeepsTheStartingValuesOfTheExtremes )
+TEST( XPivotTableAccumulatorTest, KeepsTheStartingValuesOfTheExtremes )
 {
     EXPECT_EQ( Show( Accumulate( 5, { 1.0, kNaN, 5.0 } ) ), "1.000000E+00 5.000000E+00" );
     const XResult negative = Accumulate( 5, { -3.0, -1.0 } );
@@ -82,7 +82,7 @@ TEST( XPivotTableAccumulator, KeepsTheStartingValuesOfTheExtremes )
     EXPECT_EQ( Accumulate( 5, { kInfinity } )[0].value, kLargest );
 }
 
-TEST( XPivotTableAccumulator, TakesTheSpreadOfNumbersAlone )
+TEST( XPivotTableAccumulatorTest, TakesTheSpreadOfNumbersAlone )
 {
     EXPECT_EQ( Show( Accumulate( 6, { 1.0, kNaN, 5.0 } ) ), "4.000000E+00 2.000000E+00" );
     EXPECT_EQ( Show( Accumulate( 7, { 1.0, kNaN, 5.0, 1.0, 5.0 } ) ), "1.000000E+00" );
@@ -91,7 +91,7 @@ TEST( XPivotTableAccumulator, TakesTheSpreadOfNumbersAlone )
     EXPECT_EQ( Show( Accumulate( 6, { kInfinity } ) ), "NaN NaN" );
 }
 
-TEST( XPivotTableAccumulator, ReadsTextsAsNumbersAndOthersAsNaN )
+TEST( XPivotTableAccumulatorTest, ReadsTextsAsNumbersAndOthersAsNaN )
 {
     const auto texts = MakeColumn<XPivotStringColumn>( { "1", "none", "3" } );
     EXPECT_EQ(
@@ -102,7 +102,7 @@ TEST( XPivotTableAccumulator, ReadsTextsAsNumbersAndOthersAsNaN )
     EXPECT_EQ( Show( MakeAccumulator( { 1 } ).AccumulateColumn( *versions ) ), "invalid" );
 }
 
-TEST( XPivotTableAccumulator, ListsWhatItsTypesGiveInTheirOrder )
+TEST( XPivotTableAccumulatorTest, ListsWhatItsTypesGiveInTheirOrder )
 {
     const auto accumulator = MakeAccumulator( { 6, 1 } );
     EXPECT_EQ( accumulator.GetNumValues(), 3u );
@@ -125,7 +125,7 @@ TEST( XPivotTableAccumulator, ListsWhatItsTypesGiveInTheirOrder )
         EXPECT_EQ( defaults[i], std::pair( i == 2 || i == 4, 0.0 ) ) << i;
 }
 
-TEST( XPivotTableAccumulator, StreamsItsTypes )
+TEST( XPivotTableAccumulatorTest, StreamsItsTypes )
 {
     XMemStream stream;
     MakeAccumulator( { 6, 1 } ).WriteStream2( stream );

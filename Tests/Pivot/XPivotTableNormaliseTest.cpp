@@ -14,7 +14,7 @@ XPivotTable MakeValues()
 const XRows kControls = { 1, 3, 5 }; // plate C has none, and the last is missing
 } // namespace
 
-TEST( XPivotTableNormalise, RelatesToAReference )
+TEST( XPivotTableNormaliseTest, RelatesToAReference )
 {
     const std::vector<std::tuple<XPivotTableControlRelationship, double, const char*>> cases = {
         { kControlRatio, 2.0, "" },
@@ -38,7 +38,7 @@ TEST( XPivotTableNormalise, RelatesToAReference )
     EXPECT_EQ( table.GetColumn( 0 ).GetDataString( 0 ), XString( "A" ) );
 }
 
-TEST( XPivotTableNormalise, RelatesToTheControlsOfEachGroup )
+TEST( XPivotTableNormaliseTest, RelatesToTheControlsOfEachGroup )
 {
     XPivotTable table = MakeValues();
     table.NormaliseToControls( 1, kControls, kControlRatio, { 0 } );
@@ -50,7 +50,7 @@ TEST( XPivotTableNormalise, RelatesToTheControlsOfEachGroup )
     EXPECT_ERROR( 1006, table.NormaliseToControls( 1, { 6 }, kControlRatio ) );
 }
 
-TEST( XPivotTableBuckets, GatherNumbersBetweenLimits )
+TEST( XPivotTableBucketsTest, GatherNumbersBetweenLimits )
 {
     XPivotTable table = MakeValues();
     const XPivotStringColumn& buckets = table.BucketsGather( 1, { 3.0, 4.0, 8.0 } );
@@ -71,7 +71,7 @@ TEST( XPivotTableBuckets, GatherNumbersBetweenLimits )
     EXPECT_EQ( close.BucketsGather( 0, { 0.0, 1.0 / 3 } ).GetValue( 3 ), XString( "0 to 0.333333" ) );
 }
 
-TEST( XPivotTableBuckets, GatherTextsAndTakeNewNames )
+TEST( XPivotTableBucketsTest, GatherTextsAndTakeNewNames )
 {
     XPivotTable table = MakeValues();
     const XPivotStringColumn& buckets = table.BucketsGather( 0, { "C", "B" }, "treated" );

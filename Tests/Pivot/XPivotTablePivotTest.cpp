@@ -53,7 +53,7 @@ XVector<XString> TextsOf( const XPivotTable& inTable, std::uint32_t inRow )
 using XTexts = XVector<XString>;
 } // namespace
 
-TEST( XPivotTablePivot, ReducesCellsOfRowAndColumnKeys )
+TEST( XPivotTablePivotTest, ReducesCellsOfRowAndColumnKeys )
 {
     const XPivotTable pivot = MakeCells().Pivot( { 0 }, { 1 }, { { 2, kMeanAndCount } } );
     EXPECT_EQ(
@@ -68,7 +68,7 @@ TEST( XPivotTablePivot, ReducesCellsOfRowAndColumnKeys )
     EXPECT_EQ( pivot.GetColumn( 3 ).GetTable(), &pivot );
 }
 
-TEST( XPivotTablePivot, HeadsColumnsByAccumulatorAndValue )
+TEST( XPivotTablePivotTest, HeadsColumnsByAccumulatorAndValue )
 {
     const auto spread = MakeAccumulator( { XAccumulator::kAccumulateVarSD, XAccumulator::kAccumulateNone } );
     const XPivotTable one = MakeCells().Pivot( { 1 }, {}, { { 2, spread } } );
@@ -83,7 +83,7 @@ TEST( XPivotTablePivot, HeadsColumnsByAccumulatorAndValue )
         TextsOf( two, 0 ), ( XTexts{ "10", "-", "-", "-", "1", "none", "-", "-", "2", "-", "-", "-" } ) );
 }
 
-TEST( XPivotTablePivot, KeepsKeysApartThatLookAlike )
+TEST( XPivotTablePivotTest, KeepsKeysApartThatLookAlike )
 {
     XPivotTable table;
     table.AddColumn( MakeColumn<XPivotFloatColumn>(
@@ -99,7 +99,7 @@ TEST( XPivotTablePivot, KeepsKeysApartThatLookAlike )
     EXPECT_EQ( TextsOf( pivot, 6 ), ( XTexts{ "INF", "INF", "1" } ) );
 }
 
-TEST( XPivotTablePivot, HeadsColumnsOfKeysThatLookAlikeDifferently )
+TEST( XPivotTablePivotTest, HeadsColumnsOfKeysThatLookAlikeDifferently )
 {
     const auto headsOf = []( std::unique_ptr<XPivotColumn> inKey )
     {
@@ -124,7 +124,7 @@ TEST( XPivotTablePivot, HeadsColumnsOfKeysThatLookAlikeDifferently )
         ( XTexts{ "N/A", "N/A (3)", "N/A (2)" } ) );
 }
 
-TEST( XPivotTablePivot, OrdersPagesThenRows )
+TEST( XPivotTablePivotTest, OrdersPagesThenRows )
 {
     const XPivotTable pivot = MakeCells().PagePivot( { 1 }, { 0 }, {}, { { 2, XAccumulator() } } );
     EXPECT_EQ(
@@ -135,7 +135,7 @@ TEST( XPivotTablePivot, OrdersPagesThenRows )
     EXPECT_EQ( TextsOf( pivot, 2 ), ( XTexts{ "2", "none", "10", "2" } ) );
 }
 
-TEST( XPivotTablePivot, ContractsGroupsToRows )
+TEST( XPivotTablePivotTest, ContractsGroupsToRows )
 {
     XPivotTable table = MakeCells();
     table.Contract( { 0 }, { { 2, XAccumulator( XAccumulator::kAccumulateMinMax ) } } );
@@ -146,7 +146,7 @@ TEST( XPivotTablePivot, ContractsGroupsToRows )
     EXPECT_EQ( table.GetColumn( 2 ).GetTable(), &table );
 }
 
-TEST( XPivotTablePivot, ShowsReferencesByTheirNumbers )
+TEST( XPivotTablePivotTest, ShowsReferencesByTheirNumbers )
 {
     XUUID first, second, stranger;
     for ( XUUID* const uuid : { &first, &second, &stranger } )
@@ -175,7 +175,7 @@ TEST( XPivotTablePivot, ShowsReferencesByTheirNumbers )
     EXPECT_EQ( table.GetColumn( 0 ).GetStringVector(), ( XTexts{ "2", "2", "1", "0", "0" } ) );
 }
 
-TEST( XPivotTablePivot, OfNothing )
+TEST( XPivotTablePivotTest, OfNothing )
 {
     XPivotTable table = MakeCells();
     table.Clear();
@@ -189,7 +189,7 @@ TEST( XPivotTablePivot, OfNothing )
     EXPECT_ERROR( 1006, table.Pivot( { 3 }, {}, {} ) );
 }
 
-TEST( XPivotTablePivot, RefusesMoreCellsThanThereIsSenseIn )
+TEST( XPivotTablePivotTest, RefusesMoreCellsThanThereIsSenseIn )
 {
     XPivotTable table;
     auto& numbers = table.AddColumn( std::make_unique<XPivotUInt32Column>() );

@@ -30,7 +30,7 @@ XRows RowsOf( const XPivotTable& inTable )
 }
 } // namespace
 
-TEST( XPivotTableSort, TakesEachKeyInItsDirection )
+TEST( XPivotTableSortTest, TakesEachKeyInItsDirection )
 {
     XPivotTable table = MakeRows();
     XRows order;
@@ -45,7 +45,7 @@ TEST( XPivotTableSort, TakesEachKeyInItsDirection )
     EXPECT_ERROR( 1006, table.Sort( { { 3 } } ) );
 }
 
-TEST( XPivotTableFilter, CombinesWithAndAndOr )
+TEST( XPivotTableFilterTest, CombinesWithAndAndOr )
 {
     using XFilter = XPivotTableFilter;
     XPivotTable table = MakeRows();
@@ -62,7 +62,7 @@ TEST( XPivotTableFilter, CombinesWithAndAndOr )
     EXPECT_ERROR( 1006, table.FindRows( XFilter( 3, kFilterEqual, 0.0 ) ) );
 }
 
-TEST( XPivotTableRows, AreDuplicated )
+TEST( XPivotTableRowsTest, AreDuplicated )
 {
     XPivotTable table = MakeRows( { 1.0, 2.0, 3.0 }, { "a", "b", "c" } );
     table.DuplicateRows( { 2, 0, 2 } );
@@ -77,7 +77,7 @@ TEST( XPivotTableRows, AreDuplicated )
     EXPECT_EQ( table.GetNumRows(), 0u );
 }
 
-TEST( XPivotTableRows, LoseDuplicates )
+TEST( XPivotTableRowsTest, LoseDuplicates )
 {
     XPivotTable table = MakeRows(
         { 0.0, kNaN, -0.0, std::nullopt, kNaN, std::nullopt, kNaN }, { "", "a", "", "a", "a", "a", "a b" } );
@@ -97,7 +97,7 @@ TEST( XPivotTableRows, LoseDuplicates )
     EXPECT_TRUE( kept.empty() );
 }
 
-TEST( XPivotTableGroups, AreTheSameWhenHashesCollide )
+TEST( XPivotTableGroupsTest, AreTheSameWhenHashesCollide )
 {
     const XPivotTable table = MakeRows();
     const XVector<const XPivotColumn*> keys = { &table.GetColumn( 0 ), &table.GetColumn( 1 ) };
@@ -110,7 +110,7 @@ TEST( XPivotTableGroups, AreTheSameWhenHashesCollide )
     EXPECT_EQ( byNumber.firstRows, ( XRows{ 0, 1, 3, 4, 5 } ) );
 }
 
-TEST( XPivotTableGroups, AreTheSameWhenHashesCrowd )
+TEST( XPivotTableGroupsTest, AreTheSameWhenHashesCrowd )
 {
     XPivotSInt32Column numbers;
     for ( std::int32_t row = 0; row < 6000; ++row )
@@ -124,7 +124,7 @@ TEST( XPivotTableGroups, AreTheSameWhenHashesCrowd )
     }
 }
 
-TEST( XPivotTableGroups, AreTheSameWhereTextsShareStorage )
+TEST( XPivotTableGroupsTest, AreTheSameWhereTextsShareStorage )
 {
     for ( const std::uint32_t texts : { 3u, 700u, 20000u } ) // the last are too many to go by storages
     {

@@ -29,7 +29,7 @@ void ExpectInStep( const XPivotTable& inTable, const XVector<XString>& inAreas )
 }
 } // namespace
 
-TEST( XPivotTable, FindsStandardColumnsWithoutTheirName )
+TEST( XPivotTableTest, FindsStandardColumnsWithoutTheirName )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     EXPECT_EQ( table.FindColumn( kArea ), &table.GetColumn( 0 ) );
@@ -39,7 +39,7 @@ TEST( XPivotTable, FindsStandardColumnsWithoutTheirName )
     EXPECT_EQ( table.FindColumn( XPivotColumnDescriptor( kPivotArea, "", "C1", "px" ) ), nullptr );
 }
 
-TEST( XPivotTable, TakesColumnsOfItsLengthOnly )
+TEST( XPivotTableTest, TakesColumnsOfItsLengthOnly )
 {
     XPivotTable table = MakeTable( { 1.0, 2.0 } );
     EXPECT_ERROR( 1006, table.AddColumn( std::make_unique<XPivotFloatColumn>() ) );
@@ -50,7 +50,7 @@ TEST( XPivotTable, TakesColumnsOfItsLengthOnly )
     EXPECT_ERROR( 1006, table.GetColumn( 2 ) );
 }
 
-TEST( XPivotTable, OwnsDeepCopies )
+TEST( XPivotTableTest, OwnsDeepCopies )
 {
     XPivotTable table = MakeTable( { 1.0, 2.0 } );
     XPivotTable copy = table;
@@ -64,7 +64,7 @@ TEST( XPivotTable, OwnsDeepCopies )
     EXPECT_EQ( table.GetColumn( 0 ).GetTable(), &table );
 }
 
-TEST( XPivotTable, KeepsColumnsInStep )
+TEST( XPivotTableTest, KeepsColumnsInStep )
 {
     XPivotTable table = MakeTable( { 3.0, std::nullopt, 1.0, 3.0, 2.0 } );
     XRows order;
@@ -90,7 +90,7 @@ TEST( XPivotTable, KeepsColumnsInStep )
     EXPECT_EQ( table.GetNumRows(), 0u );
 }
 
-TEST( XPivotTable, AppendsByDescriptor )
+TEST( XPivotTableTest, AppendsByDescriptor )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     XPivotTable other;
@@ -106,7 +106,7 @@ TEST( XPivotTable, AppendsByDescriptor )
     EXPECT_EQ( table.GetNumRows(), 6u );
 }
 
-TEST( XPivotTable, IsAsItWasWhenAppendingFails )
+TEST( XPivotTableTest, IsAsItWasWhenAppendingFails )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     XPivotTable other;
@@ -129,7 +129,7 @@ TEST( XPivotTable, IsAsItWasWhenAppendingFails )
     EXPECT_EQ( Write( objects ), before );
 }
 
-TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )
+TEST( XPivotTableTest, StreamsACountAndColumnsWithTheirLengths )
 {
     XPivotTable table;
     table.AddColumn( MakeColumn<XPivotSInt32Column>( { 5 } ) );
@@ -142,7 +142,7 @@ TEST( XPivotTable, StreamsACountAndColumnsWithTheirLengths )
     EXPECT_EQ( BytesOf( stream ), expected );
 }
 
-TEST( XPivotTable, ReadsBackAndSeesDamage )
+TEST( XPivotTableTest, ReadsBackAndSeesDamage )
 {
     const XPivotTable table = MakeTable( { 3.0, std::nullopt } );
     const XBytes bytes = Write( table );
@@ -152,7 +152,7 @@ TEST( XPivotTable, ReadsBackAndSeesDamage )
     ExpectDamageIsSeen( bytes );
 }
 
-TEST( XPivotTable, RefusesWhatIsInconsistent )
+TEST( XPivotTableTest, RefusesWhatIsInconsistent )
 {
     const std::string head = "d1070000 d1070000 ";
     const std::string descriptor =
@@ -200,7 +200,7 @@ void ExpectSameAfterFailingAppend( XPivotTable inTable )
 }
 } // namespace
 
-TEST( XPivotTable, KeepsColumnsOfUnknownClasses )
+TEST( XPivotTableTest, KeepsColumnsOfUnknownClasses )
 {
     for ( const char* const flags : { "02000000 01 00", "00000000" } )
     {
@@ -229,7 +229,7 @@ TEST( XPivotTable, KeepsColumnsOfUnknownClasses )
     EXPECT_ERROR( 1005, Read( FromHex( MakeOpaqueTable( "02000000 01 02" ) ) ) );
 }
 
-TEST( XPivotTable, WritesNoForeignByteOrder )
+TEST( XPivotTableTest, WritesNoForeignByteOrder )
 {
     const auto table = Read<XPivotTable>( FromHex( MakeOpaqueTable( "00000000" ) ) );
     XMemStream stream;
@@ -248,7 +248,7 @@ TEST( XPivotTable, WritesNoForeignByteOrder )
             }() ) );
 }
 
-TEST( XPivotTable, IsAsItWasWhenReadingFails )
+TEST( XPivotTableTest, IsAsItWasWhenReadingFails )
 {
     XPivotTable table = MakeTable( { 1.0 } );
     XBytes bytes = Write( MakeTable( { 2.0, 3.0 } ) );

@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotTimeColumn, ReadsBackTheTextItShows )
+TEST( XPivotTimeColumnTest, ReadsBackTheTextItShows )
 {
     XPivotTimeColumn column;
     column.AppendData( XTime( 2026, 3, 5, 16, 7, 8.901234 ), true );

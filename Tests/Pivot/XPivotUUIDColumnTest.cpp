@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotUUIDColumn, ShowsTextAndHash )
+TEST( XPivotUUIDColumnTest, ShowsTextAndHash )
 {
     XPivotUUIDColumn column;
     column.SetData( "f81d4fae-7dec-11d0-a765-00a0c91e6bf6", 0, true );

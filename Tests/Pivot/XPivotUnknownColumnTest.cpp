@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotUnknownColumn, HasRowsButNoValues )
+TEST( XPivotUnknownColumnTest, HasRowsButNoValues )
 {
     XPivotUnknownColumn column( kPivotUserDefined, "?", "", "" );
     column.InsertEmptyRows( 0, 3 );

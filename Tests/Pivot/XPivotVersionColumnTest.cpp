@@ -1,6 +1,6 @@
 #include "Pivot/ColumnTools.h"
 
-TEST( XPivotVersionColumn, ShowsDescriptionsByClassAlone )
+TEST( XPivotVersionColumnTest, ShowsDescriptionsByClassAlone )
 {
     const auto column = MakeColumn<XPivotVersionColumn>(
         { XVersion( kClassPivotTable ), XVersion( 0x1234u ), XVersion( 0x51234u ), std::nullopt } );

@@ -2,7 +2,7 @@
 
 #include "Testing.h"
 
-TEST( WFileMapping, KeepsThePageFilesBytesWithoutAView )
+TEST( WFileMappingTest, KeepsThePageFilesBytesWithoutAView )
 {
     // Smaller than a page, one more than a page, and one less and one more than several large pages.
     for ( const std::uint64_t size : { 1, 4097, 6 * 1024 * 1024 - 1, 6 * 1024 * 1024 + 1 } )

@@ -2,7 +2,7 @@
 
 #include "Testing.h"
 
-TEST( WProcessors, EveryProcessorIsInOneCore )
+TEST( WProcessorsTest, EveryProcessorIsInOneCore )
 {
     XVector<std::uint32_t> processors;
     for ( const auto& core : WProcessors::GetCores() )
@@ -16,7 +16,7 @@ TEST( WProcessors, EveryProcessorIsInOneCore )
         EXPECT_EQ( i, processors[i] );
 }
 
-TEST( WProcessors, TimesAndLoadsFollowTheWorkDone )
+TEST( WProcessorsTest, TimesAndLoadsFollowTheWorkDone )
 {
     WProcessors::GetPercentLoads();
     std::int64_t kernel = 0;

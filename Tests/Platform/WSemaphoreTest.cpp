@@ -45,7 +45,7 @@ private:
 
 } // namespace
 
-TEST( WSemaphore, CountsUnits )
+TEST( WSemaphoreTest, CountsUnits )
 {
     WSemaphore semaphore( 2 );
     EXPECT_EQ( kWaitSucceeded, semaphore.Wait( 0 ) );
@@ -58,7 +58,7 @@ TEST( WSemaphore, CountsUnits )
 }
 
 // Units come in batches and waits end by time-out; in the end every unit was taken by one thread.
-TEST( WSemaphore, GivesEveryUnitToOneThread )
+TEST( WSemaphoreTest, GivesEveryUnitToOneThread )
 {
     constexpr std::uint32_t kUnits = 20'000;
     WSemaphore semaphore;
@@ -81,7 +81,7 @@ TEST( WSemaphore, GivesEveryUnitToOneThread )
     EXPECT_EQ( 0u, semaphore.GetCount() );
 }
 
-TEST( WSemaphore, MayBeDestroyedByTheThreadThatWasSignalled )
+TEST( WSemaphoreTest, MayBeDestroyedByTheThreadThatWasSignalled )
 {
     for ( int turn = 0; turn < 200; ++turn )
     {
@@ -93,7 +93,7 @@ TEST( WSemaphore, MayBeDestroyedByTheThreadThatWasSignalled )
     }
 }
 
-TEST( WSemaphore, AlertEndsOneWaitAndTakesNoUnit )
+TEST( WSemaphoreTest, AlertEndsOneWaitAndTakesNoUnit )
 {
     for ( int turn = 0; turn < 100; ++turn )
     {
@@ -110,7 +110,7 @@ TEST( WSemaphore, AlertEndsOneWaitAndTakesNoUnit )
     }
 }
 
-TEST( WEvent, StaysSetUntilResetByHand )
+TEST( WEventTest, StaysSetUntilResetByHand )
 {
     WEvent event;
     EXPECT_EQ( kWaitTimedOut, event.Wait( 5 ) );
@@ -126,7 +126,7 @@ TEST( WEvent, StaysSetUntilResetByHand )
     EXPECT_EQ( kWaitTimedOut, event.Wait( 0 ) );
 }
 
-TEST( WEvent, LetsOneWaitSucceedWhenResetByWait )
+TEST( WEventTest, LetsOneWaitSucceedWhenResetByWait )
 {
     WEvent event( WEvent::kResetByWait, true );
     EXPECT_EQ( kWaitSucceeded, event.Wait( 0 ) );

@@ -119,7 +119,7 @@ TEST_F( XHTTPServerTest, AnswersByPathAndMethod )
     EXPECT_EQ( StatusOf( Ask( "POST /echo" ) ), "411" );
 }
 
-TEST( XHTTPServer, KeepsTheQueryOfATargetWithoutPath )
+TEST_F( XHTTPServerTest, KeepsTheQueryOfATargetWithoutPath )
 {
     XHTTPServer server( "root" );
     server.HandleGet(

@@ -57,7 +57,7 @@ private:
 
 } // namespace
 
-TEST( XConditionVariable, TimesOutWithTheMutexHeld )
+TEST( XConditionVariableTest, TimesOutWithTheMutexHeld )
 {
     XMutex mutex;
     XConditionVariable condition;
@@ -70,7 +70,7 @@ TEST( XConditionVariable, TimesOutWithTheMutexHeld )
     mutex.AssertIsLockedOnce();
 }
 
-TEST( XConditionVariable, WantsTheMutexHeldOnce )
+TEST( XConditionVariableTest, WantsTheMutexHeldOnce )
 {
     XMutex mutex;
     XConditionVariable condition;
@@ -80,7 +80,7 @@ TEST( XConditionVariable, WantsTheMutexHeldOnce )
     EXPECT_ERROR( 1006, condition.Wait( mutex, 0 ) );
 }
 
-TEST( XConditionVariable, SignalWakesThoseThatWaitedThenAndNoOthers )
+TEST( XConditionVariableTest, SignalWakesThoseThatWaitedThenAndNoOthers )
 {
     Waiters waiters;
     waiters.Add();
@@ -100,7 +100,7 @@ TEST( XConditionVariable, SignalWakesThoseThatWaitedThenAndNoOthers )
     EXPECT_EQ( 3u, waiters.woken.size() );
 }
 
-TEST( XConditionVariable, BroadcastWakesAll )
+TEST( XConditionVariableTest, BroadcastWakesAll )
 {
     Waiters waiters;
     for ( int i = 0; i < 5; ++i )
@@ -110,7 +110,7 @@ TEST( XConditionVariable, BroadcastWakesAll )
 }
 
 // A signal is lost to nobody: what is queued is taken out, although takers come and go by time-out.
-TEST( XConditionVariable, LosesNoSignalAmongTimeouts )
+TEST( XConditionVariableTest, LosesNoSignalAmongTimeouts )
 {
     constexpr int kItems = 4000;
     XMutex mutex;
@@ -147,7 +147,7 @@ TEST( XConditionVariable, LosesNoSignalAmongTimeouts )
 }
 
 // A waiter that is signalled while it is being stopped passes the signal on.
-TEST( XConditionVariable, StoppedWaiterTakesNoSignalAway )
+TEST( XConditionVariableTest, StoppedWaiterTakesNoSignalAway )
 {
     struct Stopped : TestThread
     {
@@ -177,7 +177,7 @@ TEST( XConditionVariable, StoppedWaiterTakesNoSignalAway )
 }
 
 // The mutex goes to those who wait for it, not to a signalled waiter that is suspended.
-TEST( XConditionVariable, SuspendedWaiterHoldsNobodyUpAndMissesNoSignal )
+TEST( XConditionVariableTest, SuspendedWaiterHoldsNobodyUpAndMissesNoSignal )
 {
     XMutex mutex( 1 );
     XConditionVariable condition;

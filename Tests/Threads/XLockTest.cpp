@@ -38,7 +38,7 @@ struct Fetcher : XDataFetcher
 };
 } // namespace
 
-TEST( XLock, UnlocksWhatItHolds )
+TEST( XLockTest, UnlocksWhatItHolds )
 {
     Lockable object;
     {
@@ -56,7 +56,7 @@ TEST( XLock, UnlocksWhatItHolds )
     EXPECT_ERROR( 1006, const XLock lock( nullptr, kLockForRead ) );
 }
 
-TEST( XLockable, FetchesItsDataOnceItCan )
+TEST( XLockableTest, FetchesItsDataOnceItCan )
 {
     Lockable object;
     Fetcher fetcher;

@@ -38,7 +38,7 @@ private:
 
 } // namespace
 
-TEST( XMutex, IsRecursive )
+TEST( XMutexTest, IsRecursive )
 {
     XMutex mutex;
     mutex.Lock();
@@ -58,7 +58,7 @@ TEST( XMutex, IsRecursive )
         } );
 }
 
-TEST( XMutex, TellsMisuse )
+TEST( XMutexTest, TellsMisuse )
 {
     XMutex mutex;
     EXPECT_ERROR( 1006, mutex.Unlock() );
@@ -70,7 +70,7 @@ TEST( XMutex, TellsMisuse )
     RunTogether( [&] { EXPECT_ERROR( 1006, mutex.Unlock() ); } );
 }
 
-TEST( XMutex, WaitsAsLongAsItIsToldWhateverTheSpinCount )
+TEST( XMutexTest, WaitsAsLongAsItIsToldWhateverTheSpinCount )
 {
     for ( const std::uint32_t spinCount : { 0u, 1u, XMutex::kDefaultSpinCount, ~0u } )
     {
@@ -88,7 +88,7 @@ TEST( XMutex, WaitsAsLongAsItIsToldWhateverTheSpinCount )
 }
 
 // Who times out must leave the mutex such that the others still get it.
-TEST( XMutex, KeepsOutAllButOneWhileSomeTimeOut )
+TEST( XMutexTest, KeepsOutAllButOneWhileSomeTimeOut )
 {
     XMutex mutex( 0 ); // sleeps at once
     int inside = 0;
@@ -118,7 +118,7 @@ TEST( XMutex, KeepsOutAllButOneWhileSomeTimeOut )
 }
 
 // A thread that takes the mutex again right after letting go must not keep a sleeper out for ever.
-TEST( XMutex, SleeperGetsItsTurn )
+TEST( XMutexTest, SleeperGetsItsTurn )
 {
     XMutex mutex;
     std::atomic<bool> hasHadTurn = false;
@@ -140,7 +140,7 @@ TEST( XMutex, SleeperGetsItsTurn )
     EXPECT_TRUE( hasHadTurn );
 }
 
-TEST( XMutex, MayBeDestroyedByTheNextOwner )
+TEST( XMutexTest, MayBeDestroyedByTheNextOwner )
 {
     for ( int turn = 0; turn < 200; ++turn )
     {
@@ -159,7 +159,7 @@ TEST( XMutex, MayBeDestroyedByTheNextOwner )
 }
 
 #if !defined( NDEBUG )
-TEST( XMutex, TellsABrokenLockOrder )
+TEST( XMutexTest, TellsABrokenLockOrder )
 {
     XMutex first, second, third;
     third.DontLockBefore( second );

@@ -2,7 +2,7 @@
 
 #include "TestThread.h"
 
-TEST( XOneTimeInit, TriesAgainAfterFailuresAndSucceedsOnce )
+TEST( XOneTimeInitTest, TriesAgainAfterFailuresAndSucceedsOnce )
 {
     std::atomic<std::uint32_t> state = 0;
     std::atomic<std::uint32_t> counter = 0;

@@ -31,7 +31,7 @@ private:
 
 } // namespace
 
-TEST( XRWMutex, KeepsApartReadersAndWriters )
+TEST( XRWMutexTest, KeepsApartReadersAndWriters )
 {
     XRWMutex mutex;
     {
@@ -46,7 +46,7 @@ TEST( XRWMutex, KeepsApartReadersAndWriters )
     EXPECT_FALSE( OtherThreadGets( mutex, kRWLockForSharedWrite ) );
 }
 
-TEST( XRWMutex, IsReentrantWhileOthersWait )
+TEST( XRWMutexTest, IsReentrantWhileOthersWait )
 {
     XRWMutex mutex;
     auto write = std::make_unique<XRWLock>( mutex, kRWLockForWrite );
@@ -65,7 +65,7 @@ TEST( XRWMutex, IsReentrantWhileOthersWait )
     EXPECT_TRUE( OtherThreadGets( mutex, kRWLockForWrite ) );
 }
 
-TEST( XRWMutex, PrefersWritersUntilTheyGiveUp )
+TEST( XRWMutexTest, PrefersWritersUntilTheyGiveUp )
 {
     XRWMutex mutex;
     const XRWLock read( mutex, kRWLockForRead );
@@ -83,7 +83,7 @@ TEST( XRWMutex, PrefersWritersUntilTheyGiveUp )
     writer.join();
 }
 
-TEST( XRWMutex, SharedWriterLetsReadersInUntilAnotherWriterWaits )
+TEST( XRWMutexTest, SharedWriterLetsReadersInUntilAnotherWriterWaits )
 {
     XRWMutex mutex;
     {
@@ -99,7 +99,7 @@ TEST( XRWMutex, SharedWriterLetsReadersInUntilAnotherWriterWaits )
     mutex.Unlock( kRWLockForSharedWrite );
 }
 
-TEST( XRWMutex, SharedWriterWaitsForItsReadersToBecomeExclusive )
+TEST( XRWMutexTest, SharedWriterWaitsForItsReadersToBecomeExclusive )
 {
     XRWMutex mutex;
     Halt halt;
@@ -120,7 +120,7 @@ TEST( XRWMutex, SharedWriterWaitsForItsReadersToBecomeExclusive )
     mutex.Unlock( kRWLockForSharedWrite );
 }
 
-TEST( XRWMutex, ReaderBecomesWriterBeforeOthers )
+TEST( XRWMutexTest, ReaderBecomesWriterBeforeOthers )
 {
     XRWMutex mutex;
     mutex.Lock( kRWLockForRead );
@@ -131,7 +131,7 @@ TEST( XRWMutex, ReaderBecomesWriterBeforeOthers )
     mutex.Unlock( kRWLockForRead );
 }
 
-TEST( XRWMutex, TellsOfTwoReadersThatWantToWrite )
+TEST( XRWMutexTest, TellsOfTwoReadersThatWantToWrite )
 {
     XRWMutex mutex;
     mutex.Lock( kRWLockForRead );
@@ -153,7 +153,7 @@ TEST( XRWMutex, TellsOfTwoReadersThatWantToWrite )
     other.join();
 }
 
-TEST( XRWMutex, TellsMisuse )
+TEST( XRWMutexTest, TellsMisuse )
 {
     XRWMutex mutex;
     EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForRead ) );
@@ -164,7 +164,7 @@ TEST( XRWMutex, TellsMisuse )
     RunTogether( [&] { EXPECT_ERROR( 1006, mutex.Unlock( kRWLockForSharedWrite ) ); } );
 }
 
-TEST( XRWMutex, HoldsItsPromisesUnderLoad )
+TEST( XRWMutexTest, HoldsItsPromisesUnderLoad )
 {
     XRWMutex mutex;
     std::atomic<int> readers = 0;

@@ -90,7 +90,7 @@ void DestroyOnThreadThatIsToStop( std::unique_ptr<PlainThread>& ioThread )
 
 } // namespace
 
-TEST( XThreadStorm, StopAndSuspendReachEveryWait )
+TEST( XThreadStormTest, StopAndSuspendReachEveryWait )
 {
     Blocked blocked;
     for ( const Wait& wait : blocked.GetWaits() )
@@ -117,7 +117,7 @@ TEST( XThreadStorm, StopAndSuspendReachEveryWait )
 }
 
 // A stop that comes while it is prevented must not be lost to a wait that begins after the guard has gone.
-TEST( XThreadStorm, PreventedStopReachesTheNextWait )
+TEST( XThreadStormTest, PreventedStopReachesTheNextWait )
 {
     Blocked blocked;
     for ( const Wait& wait : blocked.GetWaits() )
@@ -141,7 +141,7 @@ TEST( XThreadStorm, PreventedStopReachesTheNextWait )
     }
 }
 
-TEST( XThreadStorm, DestructorsOnForeignThreadsEndEveryWait )
+TEST( XThreadStormTest, DestructorsOnForeignThreadsEndEveryWait )
 {
     Blocked blocked;
     for ( const Wait& wait : blocked.GetWaits() )
@@ -163,7 +163,7 @@ TEST( XThreadStorm, DestructorsOnForeignThreadsEndEveryWait )
     EXPECT_EQ( 1u, XThread::GetRunningThreadCount() );
 }
 
-TEST( XThreadStorm, ThreadsThatStopEachOtherEnd )
+TEST( XThreadStormTest, ThreadsThatStopEachOtherEnd )
 {
     for ( int turn = 0; turn < 50; ++turn )
     {
@@ -187,7 +187,7 @@ TEST( XThreadStorm, ThreadsThatStopEachOtherEnd )
 }
 
 // Every thread stops, suspends, resumes and starts the others at random while all of them wait on one another's locks.
-TEST( XThreadStorm, SurvivesRequestsFromEverywhere )
+TEST( XThreadStormTest, SurvivesRequestsFromEverywhere )
 {
     constexpr std::size_t kThreads = 4;
     XMutex mutex;

@@ -98,7 +98,7 @@ std::int32_t ReturnCodeOf( const TBody& inBody )
 
 } // namespace
 
-TEST( XThread, KeepsWhateverItsBodyEndsWith )
+TEST( XThreadTest, KeepsWhateverItsBodyEndsWith )
 {
     EXPECT_EQ( 7, ReturnCodeOf( [] { return 7; } ) );
     EXPECT_EQ( 5, ReturnCodeOf( []() -> std::int32_t { throw XStopThreadException( 5 ); } ) );
@@ -107,7 +107,7 @@ TEST( XThread, KeepsWhateverItsBodyEndsWith )
     EXPECT_EQ( -4, ReturnCodeOf( []() -> std::int32_t { throw 1; } ) );
 }
 
-TEST( XThread, StartsAfterItsListenersHaveHeard )
+TEST( XThreadTest, StartsAfterItsListenersHaveHeard )
 {
     const Listener thrower( true );
     const Listener listener( false );
@@ -132,7 +132,7 @@ TEST( XThread, StartsAfterItsListenersHaveHeard )
     EXPECT_EQ( 1u, XThread::GetRunningThreadCount() ); // the main thread
 }
 
-TEST( XThread, StopsItselfUnlessPrevented )
+TEST( XThreadTest, StopsItselfUnlessPrevented )
 {
     EXPECT_EQ( 3, ReturnCodeOf( [] { XThread::GetCurrentThread()->AsyncStopThread( 3 ); } ) );
     bool reachedGuardsEnd = false;
@@ -154,7 +154,7 @@ TEST( XThread, StopsItselfUnlessPrevented )
     EXPECT_EQ( 2702, ReturnCodeOf( [] { XThread::GetCurrentThread()->StartThread(); } ) );
 }
 
-TEST( XThread, WithdrawsAStopButNotARestart )
+TEST( XThreadTest, WithdrawsAStopButNotARestart )
 {
     TestThread* self = nullptr;
     const auto body = [&]( std::uint32_t inStopCode )
@@ -181,7 +181,7 @@ TEST( XThread, WithdrawsAStopButNotARestart )
     EXPECT_EQ( 2702, run( XThread::kRestartStopCode ) );
 }
 
-TEST( XThread, FirstRestartCodeStays )
+TEST( XThreadTest, FirstRestartCodeStays )
 {
     WEvent mayCheck;
     TestThread thread(
@@ -198,7 +198,7 @@ TEST( XThread, FirstRestartCodeStays )
     EXPECT_EQ( 2702, thread.Finish() );
 }
 
-TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
+TEST( XThreadTest, SuspendsResumesAndStopsWhileSuspended )
 {
     HookedThread thread( SleepForEver );
     thread.StartThread();
@@ -218,7 +218,7 @@ TEST( XThread, SuspendsResumesAndStopsWhileSuspended )
     EXPECT_EQ( kWaitResultEvent, thread.WaitForInputOrTerminate( 0 ) );
 }
 
-TEST( XThread, SuspendWaitsForTheGuardOrIsWithdrawn )
+TEST( XThreadTest, SuspendWaitsForTheGuardOrIsWithdrawn )
 {
     WEvent mayEnd;
     TestThread thread(
@@ -245,7 +245,7 @@ TEST( XThread, SuspendWaitsForTheGuardOrIsWithdrawn )
     EXPECT_TRUE( thread.IsThreadSuspended() );
 }
 
-TEST( XThread, SuspendWaitsForAStopThatIsPending )
+TEST( XThreadTest, SuspendWaitsForAStopThatIsPending )
 {
     for ( const bool isWithdrawn : { false, true } )
     {
@@ -275,7 +275,7 @@ TEST( XThread, SuspendWaitsForAStopThatIsPending )
     }
 }
 
-TEST( XThread, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
+TEST( XThreadTest, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
 {
     EXPECT_EQ(
         4,
@@ -316,7 +316,7 @@ TEST( XThread, SuspendWithProgressReturnsWhenResumedOrWithdrawn )
     }
 }
 
-TEST( XThread, WaitersMissNoSuspensionThatIsOver )
+TEST( XThreadTest, WaitersMissNoSuspensionThatIsOver )
 {
     TestThread thread( SleepForEver );
     thread.StartThread();
@@ -334,7 +334,7 @@ TEST( XThread, WaitersMissNoSuspensionThatIsOver )
     EXPECT_EQ( 1, waiter.Finish() );
 }
 
-TEST( XThread, ReleasesItsWaitersWhenDestroyed )
+TEST( XThreadTest, ReleasesItsWaitersWhenDestroyed )
 {
     using Wait = std::function<void( XThread& )>;
     const Wait waits[] = {
@@ -373,7 +373,7 @@ TEST( XThread, ReleasesItsWaitersWhenDestroyed )
     }
 }
 
-TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
+TEST( XThreadTest, KeepsDataPerThreadAndDisposesOfIt )
 {
     static std::uint64_t sDisposed = 0;
     sDisposed = 0;
@@ -408,7 +408,7 @@ TEST( XThread, KeepsDataPerThreadAndDisposesOfIt )
         } );
 }
 
-TEST( XThread, KnowsTheMainThread )
+TEST( XThreadTest, KnowsTheMainThread )
 {
     ASSERT_NE( nullptr, XThread::GetMainThread() );
     EXPECT_EQ( XThread::GetMainThread(), XThread::GetCurrentThread() );
@@ -418,7 +418,7 @@ TEST( XThread, KnowsTheMainThread )
     RunTogether( [] { EXPECT_FALSE( XThread::IsMainThread() ); } );
 }
 
-TEST( XThread, TakesPriorityAndAffinity )
+TEST( XThreadTest, TakesPriorityAndAffinity )
 {
     TestThread thread( SleepForEver );
     thread.SetThreadPriority( kThreadPriorityBelowNormal );

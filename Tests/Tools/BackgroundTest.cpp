@@ -27,7 +27,7 @@ T GetPlainBackground( const std::vector<T>& inSamples, const std::string& inKind
     return static_cast<T>( std::is_same_v<T, float> ? mean : std::floor( mean + 0.5 ) );
 }
 
-struct Background : ProgramRun
+struct BackgroundTest : ProgramRun
 {
     using Pages = std::vector<WImagePage>;
 
@@ -132,7 +132,7 @@ private:
 };
 } // namespace
 
-TEST_F( Background, IsWhatThePlainDefinitionSays )
+TEST_F( BackgroundTest, IsWhatThePlainDefinitionSays )
 {
     for ( const std::string kind : { "mean", "min" } )
         for ( const auto pages : kIsSanitized ? std::vector{ 1u, 8u } : std::vector{ 1u, 8u, 13u } )
@@ -143,7 +143,7 @@ TEST_F( Background, IsWhatThePlainDefinitionSays )
         }
 }
 
-TEST_F( Background, SumsMorePagesThanFitInto32Bits )
+TEST_F( BackgroundTest, SumsMorePagesThanFitInto32Bits )
 {
     const auto page = MakePage<std::uint16_t>( 2, { 65535, 1 } );
     XPageMemory memory;
@@ -159,7 +159,7 @@ TEST_F( Background, SumsMorePagesThanFitInto32Bits )
     }
 }
 
-TEST_F( Background, IsOfThePagesThatCanBeRead )
+TEST_F( BackgroundTest, IsOfThePagesThatCanBeRead )
 {
     auto pages = MakePages<std::uint8_t>( 2 );
     const auto background = [&]
@@ -185,7 +185,7 @@ TEST_F( Background, IsOfThePagesThatCanBeRead )
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",stack.tif,2," );
 }
 
-TEST_F( Background, NeedsMemory )
+TEST_F( BackgroundTest, NeedsMemory )
 {
     const auto large = WritePages( "large.tif", MakePages<std::uint16_t>( 8 ) );
     Pages pages;
@@ -215,7 +215,7 @@ TEST_F( Background, NeedsMemory )
         EXPECT_CONTAINS( itsError.str(), part );
 }
 
-TEST_F( Background, TellsWrongUsage )
+TEST_F( BackgroundTest, TellsWrongUsage )
 {
     const auto image = WritePages( "stack.tif", MakePages<std::uint8_t>( 2 ) );
     for ( const std::string& line :

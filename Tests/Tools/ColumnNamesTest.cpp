@@ -12,7 +12,7 @@ std::string GetRefusal( const XPivotTable& inTable, const std::string& inName )
 }
 } // namespace
 
-TEST( ColumnNames, AreThoseDisplayedOrShort )
+TEST( ColumnNamesTest, AreThoseDisplayedOrShort )
 {
     const auto table = MakeTestTable();
     const std::vector<std::pair<std::string, std::uint32_t>> cases{
@@ -27,7 +27,7 @@ TEST( ColumnNames, AreThoseDisplayedOrShort )
         EXPECT_EQ( FindColumnByName( table, GetColumnName( table.GetColumn( index ) ) ), index );
 }
 
-TEST( ColumnNames, AreRefusedWithTheNearest )
+TEST( ColumnNamesTest, AreRefusedWithTheNearest )
 {
     const auto table = MakeTestTable();
     EXPECT_EQ(
@@ -48,7 +48,7 @@ TEST( ColumnNames, AreRefusedWithTheNearest )
     EXPECT_EQ( GetRefusal( XPivotTable(), "ID" ), "unknown column \"ID\": the table has no columns" );
 }
 
-TEST( ColumnNames, ShadowedByCaseAreFoundAsTheyStand )
+TEST( ColumnNamesTest, ShadowedByCaseAreFoundAsTheyStand )
 {
     XPivotTable table;
     for ( const auto* name : { "a", "A", "A (x)", "#1", "a\r\nb" } )
@@ -60,7 +60,7 @@ TEST( ColumnNames, ShadowedByCaseAreFoundAsTheyStand )
     EXPECT_EQ( FindColumnByName( table, "a  b" ), 4u );
 }
 
-TEST( ColumnNames, StandInListsWithCommasBetweenThem )
+TEST( ColumnNamesTest, StandInListsWithCommasBetweenThem )
 {
     using Names = std::vector<std::string>;
     EXPECT_EQ(

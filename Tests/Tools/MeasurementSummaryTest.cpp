@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-TEST( MeasurementSummary, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObjects )
+TEST( MeasurementSummaryTest, ShowsTheMaximumOfNegativeIntensitiesAndThatOfInnerObjects )
 {
     XMeasureSettings settings;
     settings.objects.threshold = -10;

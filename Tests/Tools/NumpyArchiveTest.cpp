@@ -24,7 +24,7 @@ std::string MakeItems( const NumpyArray& inArray )
 }
 } // namespace
 
-TEST( NumpyArrays, HoldEveryKindOfColumn )
+TEST( NumpyArraysTest, HoldEveryKindOfColumn )
 {
     const auto table = MakeTestTable();
     const auto arrays = MakeNumpyArrays( table );
@@ -56,7 +56,7 @@ TEST( NumpyArrays, HoldEveryKindOfColumn )
     EXPECT_EQ( get( "a_b.mask", "|b1" ), std::string( 4, '\1' ) );
 }
 
-TEST( NumpyArrays, HaveNamesOfTheirOwn )
+TEST( NumpyArraysTest, HaveNamesOfTheirOwn )
 {
     XPivotTable table;
     for ( const auto* name : { "a", "a.mask", "a", "a 2", "a", "" } )
@@ -74,7 +74,7 @@ TEST( NumpyArrays, HaveNamesOfTheirOwn )
     EXPECT_EQ( names.size(), 14u );
 }
 
-TEST( NumpyArrays, AreRefusedWhereOneLongTextTakesAllTheRoom )
+TEST( NumpyArraysTest, AreRefusedWhereOneLongTextTakesAllTheRoom )
 {
     const auto getRefusal = []( std::uint32_t inRows, std::size_t inLength )
     {
@@ -91,7 +91,7 @@ TEST( NumpyArrays, AreRefusedWhereOneLongTextTakesAllTheRoom )
     EXPECT_EQ( getRefusal( 256, 1024 * 1024 ), "" );
 }
 
-TEST( NumpyArchive, KeepsTimesThatNumpyCannotHoldOut )
+TEST( NumpyArchiveTest, KeepsTimesThatNumpyCannotHoldOut )
 {
     XPivotTable table;
     const auto least = std::numeric_limits<std::int64_t>::min(),
@@ -103,7 +103,7 @@ TEST( NumpyArchive, KeepsTimesThatNumpyCannotHoldOut )
     EXPECT_EQ( ReadAt<std::int64_t>( times, 8 ), most - 2082844800000000 );
 }
 
-TEST( ZipWriter, WritesWhatTheFormatSays )
+TEST( ZipWriterTest, WritesWhatTheFormatSays )
 {
     std::string bytes;
     ZipWriter archive( [&]( std::string_view inBytes ) { bytes += inBytes; } );
@@ -121,7 +121,7 @@ TEST( ZipWriter, WritesWhatTheFormatSays )
     EXPECT_EQ( bytes.substr( 71 + 94 ), std::string( "PK\5\6\0\0\0\0\2\0\2\0\x5E\0\0\0\x47\0\0\0\0\0", 22 ) );
 }
 
-TEST( ZipWriter, CountsIn64BitsWhereItHasTo )
+TEST( ZipWriterTest, CountsIn64BitsWhereItHasTo )
 {
     // Of the large entry the sink keeps the size only.
     constexpr std::uint64_t kSize = 0x1'0000'0000;

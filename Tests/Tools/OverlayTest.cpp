@@ -5,7 +5,7 @@
 
 namespace
 {
-struct Overlay : ProgramRun
+struct OverlayTest : ProgramRun
 {
     WImagePage ReadPicture( const std::string& inName )
     {
@@ -34,7 +34,7 @@ WImagePage MakeSquare()
 }
 } // namespace
 
-TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
+TEST_F( OverlayTest, ShowsOutlinesOverTheEnlargedPage )
 {
     const auto square = MakeSquare();
     const auto image = WriteStack( "square.tif", { &square } );
@@ -55,7 +55,7 @@ TEST_F( Overlay, ShowsOutlinesOverTheEnlargedPage )
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }
 
-TEST_F( Overlay, ShowsTheInsideChannelWithinObjects )
+TEST_F( OverlayTest, ShowsTheInsideChannelWithinObjects )
 {
     // The object is the whole but for a black column; a quarter of it is bright in the second channel.
     std::vector<std::uint8_t> samples;
@@ -85,7 +85,7 @@ TEST_F( Overlay, ShowsTheInsideChannelWithinObjects )
         ( std::vector<std::uint8_t>{ 0, 255, 0 } ) );
 }
 
-TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
+TEST_F( OverlayTest, HasAFileForEachPageWhateverTheWorkers )
 {
     const auto square = MakeSquare();
     const auto empty = MakePage<std::uint8_t>( 2, { 3, 3 } );
@@ -115,7 +115,7 @@ TEST_F( Overlay, HasAFileForEachPageWhateverTheWorkers )
     EXPECT_TRUE( std::filesystem::exists( itsFolder / "b-0002.png" ) );
 }
 
-TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
+TEST_F( OverlayTest, IsWrittenTogetherWithTheTableOrNotAtAll )
 {
     const auto square = MakeSquare();
     const auto image = WriteStack( "a.tif", { &square, &square } );
@@ -136,7 +136,7 @@ TEST_F( Overlay, IsWrittenTogetherWithTheTableOrNotAtAll )
     EXPECT_EQ( itsFolder.CountEntries(), 2u );
 }
 
-TEST_F( Overlay, IsCheckedBeforeAnythingIsMeasured )
+TEST_F( OverlayTest, IsCheckedBeforeAnythingIsMeasured )
 {
     const auto square = MakeSquare();
     const auto image = WriteStack( "a.tif", { &square, &square } ), text = Name( "text.tif" );
@@ -158,7 +158,7 @@ TEST_F( Overlay, IsCheckedBeforeAnythingIsMeasured )
     EXPECT_EQ( itsFolder.CountEntries(), 4u );
 }
 
-TEST_F( Overlay, ThatFailsKeepsWhatIsComplete )
+TEST_F( OverlayTest, ThatFailsKeepsWhatIsComplete )
 {
     const auto square = MakeSquare();
     const auto image = WriteStack( "a.tif", { &square, &square, &square } );

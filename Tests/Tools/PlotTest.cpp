@@ -8,13 +8,13 @@ namespace
 {
 
 /// A table with areas, names and counts, and what is drawn of it.
-struct Plot : ProgramRun
+struct PlotTest : ProgramRun
 {
     XPivotTable itsTable;
     XPivotFloatColumn& itsAreas;
     XPivotStringColumn& itsNames;
 
-    Plot()
+    PlotTest()
         : itsAreas(
               itsTable.AddColumn( std::make_unique<XPivotFloatColumn>( kPivotArea, "", "", "\xB5m2" ) ) ),
           itsNames( itsTable.AddColumn( std::make_unique<XPivotStringColumn>( kPivotName, "", "", "" ) ) )
@@ -51,7 +51,7 @@ struct Plot : ProgramRun
 };
 } // namespace
 
-TEST_F( Plot, LeavesOutWhatIsNoPlaceOnAnAxis )
+TEST_F( PlotTest, LeavesOutWhatIsNoPlaceOnAnAxis )
 {
     for ( const auto area : { 1.0, -2.0, 0.0, kInfinity, -kInfinity, kNaN, 1e290 } )
         AddRow( area, "a" );
@@ -61,7 +61,7 @@ TEST_F( Plot, LeavesOutWhatIsNoPlaceOnAnAxis )
     EXPECT_EQ( ListGroups( true ), "a:1 7" );
 }
 
-TEST_F( Plot, ColoursTheLargestGroupsInTheirOrder )
+TEST_F( PlotTest, ColoursTheLargestGroupsInTheirOrder )
 {
     for ( const auto* name : { "img10", "img2", "", "img2" } )
         AddRow( 1, name );
@@ -72,7 +72,7 @@ TEST_F( Plot, ColoursTheLargestGroupsInTheirOrder )
     EXPECT_EQ( ListGroups(), "a:2 b:2 c:2 d:2 e:2 img2:2 img10:1 2 others:2 0" );
 }
 
-TEST_F( Plot, OrdersGroupsByTheirNumbers )
+TEST_F( PlotTest, OrdersGroupsByTheirNumbers )
 {
     auto& numbers =
         itsTable.AddColumn( std::make_unique<XPivotUInt32Column>( kPivotPixelCount, "", "", "" ) );
@@ -88,7 +88,7 @@ TEST_F( Plot, OrdersGroupsByTheirNumbers )
     EXPECT_EQ( names, "NaN 1 3 20 " );
 }
 
-TEST_F( Plot, StaysOnItsSheet )
+TEST_F( PlotTest, StaysOnItsSheet )
 {
     for ( int i = 0; i < 9; ++i )
         AddRow( 126.9657 + 0.0001 * i, "a long name of a group " + std::to_string( i ) );
@@ -102,7 +102,7 @@ TEST_F( Plot, StaysOnItsSheet )
     EXPECT_LACKS( svg, "font-size=\"-" );
 }
 
-TEST_F( Plot, WritesTheSameFileEveryTime )
+TEST_F( PlotTest, WritesTheSameFileEveryTime )
 {
     for ( int i = 0; i < 40; ++i )
         AddRow( i * 1.5, i % 3 == 0 ? "<one>" : "other" );
@@ -135,7 +135,7 @@ TEST_F( Plot, WritesTheSameFileEveryTime )
     EXPECT_EQ( discs, 39u ); // Neither NaN nor 0.
 }
 
-TEST_F( Plot, RefusesWrongUsage )
+TEST_F( PlotTest, RefusesWrongUsage )
 {
     AddRow( 1, "a" );
     const auto table = WriteTable();
@@ -153,7 +153,7 @@ TEST_F( Plot, RefusesWrongUsage )
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
 }
 
-TEST_F( Plot, WritesNothingWhenThereIsNothingToDraw )
+TEST_F( PlotTest, WritesNothingWhenThereIsNothingToDraw )
 {
     AddRow( kNaN, "a" );
     AddRow( -1, "a" );

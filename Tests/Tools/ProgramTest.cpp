@@ -7,7 +7,7 @@
 
 namespace
 {
-struct Program : ProgramRun
+struct ProgramTest : ProgramRun
 {
     std::string WriteImage( const std::string& inName, std::string_view inDigits = kGrey8 )
     {
@@ -32,7 +32,7 @@ struct Program : ProgramRun
 };
 } // namespace
 
-TEST_F( Program, ShowsWhatItMeasured )
+TEST_F( ProgramTest, ShowsWhatItMeasured )
 {
     ASSERT_EQ( RunLine( "sample @new/folder --planes 3 --channels 2 --objects 9" ), 0 );
     const auto image = Name( "new/folder/sample.tif" );
@@ -47,7 +47,7 @@ TEST_F( Program, ShowsWhatItMeasured )
     EXPECT_EQ( std::ranges::count( itsOut.str(), '\n' ), 1 + 3 * 9 );
 }
 
-TEST_F( Program, SamplesAreTheSameOnEverySystem )
+TEST_F( ProgramTest, SamplesAreTheSameOnEverySystem )
 {
     // A sum of the bytes that this program wrote when samples came to be.
     ASSERT_EQ( RunLine( "sample @s --planes 2 --width 64 --height 48 --objects 4 --quiet" ), 0 );
@@ -63,7 +63,7 @@ TEST_F( Program, SamplesAreTheSameOnEverySystem )
     EXPECT_NE( itsFolder.Read( "s/sample.tif" ), first );
 }
 
-TEST_F( Program, HelpFitsTheTerminal )
+TEST_F( ProgramTest, HelpFitsTheTerminal )
 {
     constexpr std::size_t kWidth = 80;
     for ( const char* command :
@@ -77,7 +77,7 @@ TEST_F( Program, HelpFitsTheTerminal )
     }
 }
 
-TEST_F( Program, RefusesWrongUsage )
+TEST_F( ProgramTest, RefusesWrongUsage )
 {
     const auto image = WriteImage( "image.png" );
     for ( const std::string& line :
@@ -104,7 +104,7 @@ TEST_F( Program, RefusesWrongUsage )
     EXPECT_EQ( RunLine( "measure --help" ), 0 );
 }
 
-TEST_F( Program, SuggestsCommandsAndOptions )
+TEST_F( ProgramTest, SuggestsCommandsAndOptions )
 {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
         { { "mesure", "image.tif" }, "unknown command mesure (did you mean measure?); see korvale --help" },
@@ -124,7 +124,7 @@ TEST_F( Program, SuggestsCommandsAndOptions )
     EXPECT_STARTS( itsError.str(), "korvale: no command given: one of sample, measure, " );
 }
 
-TEST_F( Program, RefusesFilesThatAreOneAnother )
+TEST_F( ProgramTest, RefusesFilesThatAreOneAnother )
 {
     const auto image = WriteImage( "image.png" ), table = Name( "table" );
     ASSERT_EQ( RunLine( "measure % -o % -q", image, table ), 0 );
@@ -170,7 +170,7 @@ TEST_F( Program, RefusesFilesThatAreOneAnother )
     EXPECT_EQ( itsFolder.Read( "image.png" ), FromHex( kGrey8 ) );
 }
 
-TEST_F( Program, TellsImagesApartByNameAndFolder )
+TEST_F( ProgramTest, TellsImagesApartByNameAndFolder )
 {
     for ( const auto* folder : { "1/a/x", "1/b/x", "2/a/x" } )
         std::filesystem::create_directories( itsFolder / folder );
@@ -208,7 +208,7 @@ TEST_F( Program, TellsImagesApartByNameAndFolder )
     EXPECT_EQ( XPivotText::FromFileName( "\\u{3A9} \\u" ).GetStringView(), "\\u{5C}u{3A9} \\u" );
 }
 
-TEST_F( Program, ChecksItsOutputsBeforeItMeasures )
+TEST_F( ProgramTest, ChecksItsOutputsBeforeItMeasures )
 {
     // The image cannot be read, which would be told first.
     itsFolder.Write( "text.png", "no image\n" );
@@ -220,7 +220,7 @@ TEST_F( Program, ChecksItsOutputsBeforeItMeasures )
         }
 }
 
-TEST_F( Program, PutsFilesInPlaceTogetherOrKeepsThem )
+TEST_F( ProgramTest, PutsFilesInPlaceTogetherOrKeepsThem )
 {
     itsFolder.Write( "a", "old" );
     std::vector<CompleteFile> files;
@@ -236,7 +236,7 @@ TEST_F( Program, PutsFilesInPlaceTogetherOrKeepsThem )
     EXPECT_EQ( itsFolder.CountEntries(), 4u );
 }
 
-TEST_F( Program, KeepsResultsWhoseTargetsChangeMeanwhile )
+TEST_F( ProgramTest, KeepsResultsWhoseTargetsChangeMeanwhile )
 {
     const auto writeNew = []( WFile& ioFile ) { ioFile.WriteAt( 0, "new", 3 ); };
     const auto blockNext = [&]( WFile& ioFile )
@@ -255,7 +255,7 @@ TEST_F( Program, KeepsResultsWhoseTargetsChangeMeanwhile )
     EXPECT_EQ( itsFolder.CountEntries(), 4u );
 }
 
-TEST_F( Program, TellsOfImagesItCannotRead )
+TEST_F( ProgramTest, TellsOfImagesItCannotRead )
 {
     const auto missing = Name( "missing.png" );
     EXPECT_EQ( RunLine( "measure %", missing ), 1 );
@@ -268,7 +268,7 @@ TEST_F( Program, TellsOfImagesItCannotRead )
     ExpectRefused( Name( "empty.tif" ), "it has no pages" );
 }
 
-TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
+TEST_F( ProgramTest, GivesAreasWhereTheSizeOfPixelsIsKnown )
 {
     auto fine = MakePage<std::uint8_t>( 3, { 0, 9, 9 } );
     fine.pixelWidth = 20;
@@ -301,7 +301,7 @@ TEST_F( Program, GivesAreasWhereTheSizeOfPixelsIsKnown )
     EXPECT_LACKS( itsFolder.Read( "out.csv" ), "Area" );
 }
 
-TEST_F( Program, GoesOnBehindPagesThatFail )
+TEST_F( ProgramTest, GoesOnBehindPagesThatFail )
 {
     const auto grey = MakePage<std::uint8_t>( 2, { 1, 9 } );
     const auto colours = MakePage<std::uint8_t>( 2, { 0, 1, 0, 9 }, 2 );
@@ -319,7 +319,7 @@ TEST_F( Program, GoesOnBehindPagesThatFail )
     EXPECT_FALSE( std::filesystem::exists( itsFolder / "none.csv" ) );
 }
 
-TEST_F( Program, TellsOfAPageThatIsCutOff )
+TEST_F( ProgramTest, TellsOfAPageThatIsCutOff )
 {
     // The directory of each page lies behind its samples: without its end the file has lost its last page.
     RunLine( "sample @s --planes 2 --objects 1 --width 64 --height 64 -q" );
@@ -331,7 +331,7 @@ TEST_F( Program, TellsOfAPageThatIsCutOff )
     EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 2 );
 }
 
-TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
+TEST_F( ProgramTest, WritesTheSameWithAnyNumberOfWorkers )
 {
     // The first pages take longest, so that with several workers the jobs end in another order.
     std::mt19937 random( 1 );
@@ -353,7 +353,7 @@ TEST_F( Program, WritesTheSameWithAnyNumberOfWorkers )
     }
 }
 
-TEST_F( Program, SegmentsAPreprocessedChannel )
+TEST_F( ProgramTest, SegmentsAPreprocessedChannel )
 {
     // Dark spots of one and of nine pixels on a slope; a NaN and an infinite sample beside them.
     std::vector<float> samples( 40 * 30 );
@@ -380,7 +380,7 @@ TEST_F( Program, SegmentsAPreprocessedChannel )
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",70,76,73," );
 }
 
-TEST_F( Program, KeepsALog )
+TEST_F( ProgramTest, KeepsALog )
 {
     const auto image = WriteImage( "image.png" ), log = Name( "log" );
     EXPECT_EQ( RunLine( "measure % @no.tif --log % -q", image, log ), 1 );
@@ -405,7 +405,7 @@ TEST_F( Program, KeepsALog )
     EXPECT_CONTAINS( itsError.str(), "warning: cannot write the log " );
 }
 
-TEST_F( Program, MeasuresAPageOfOneValue )
+TEST_F( ProgramTest, MeasuresAPageOfOneValue )
 {
     RunLine( "sample @s --planes 1 --objects 0 --width 8 --height 8 -q" );
     EXPECT_EQ( RunLine( "measure @s/sample.tif --threshold 65535 --csv @out.csv" ), 0 );
@@ -413,7 +413,7 @@ TEST_F( Program, MeasuresAPageOfOneValue )
     EXPECT_STARTS( itsFolder.Read( "out.csv" ), "ID,Name,Timepoint,Pixel Count," );
 }
 
-TEST_F( Program, LeavesNothingHalfWritten )
+TEST_F( ProgramTest, LeavesNothingHalfWritten )
 {
     const auto image = WriteImage( "image.png" );
     itsFolder.Write( "file", "" );
@@ -439,7 +439,7 @@ TEST_F( Program, LeavesNothingHalfWritten )
     EXPECT_EQ( itsFolder.CountEntries(), 3u );
 }
 
-TEST_F( Program, NoticesWhatItCannotPrint )
+TEST_F( ProgramTest, NoticesWhatItCannotPrint )
 {
     std::ostream broken( nullptr );
     Terminal terminal{ broken, itsError };
@@ -449,7 +449,7 @@ TEST_F( Program, NoticesWhatItCannotPrint )
     EXPECT_CONTAINS( itsError.str(), "korvale: standard output: not everything could be written\n" );
 }
 
-TEST_F( Program, EndsWhereItCannotReport )
+TEST_F( ProgramTest, EndsWhereItCannotReport )
 {
     struct Full : std::streambuf
     {
@@ -460,7 +460,7 @@ TEST_F( Program, EndsWhereItCannotReport )
     EXPECT_ANY_THROW( RunProgram( { "measure", Name( "missing.png" ) }, terminal ) );
 }
 
-TEST_F( Program, QuotesNamesInCSV )
+TEST_F( ProgramTest, QuotesNamesInCSV )
 {
     const auto image = WriteImage( "a, b.png" );
     ASSERT_EQ( RunLine( "measure % --csv @out.csv -q", image ), 0 );
@@ -468,7 +468,7 @@ TEST_F( Program, QuotesNamesInCSV )
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), "Area (\u00B5m\u00B2)" );
 }
 
-TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
+TEST_F( ProgramTest, LeavesCellsBlankThatAnImageLacks )
 {
     const auto grey = WriteImage( "grey.png", kGrey16 );
     const auto colour = WriteImage( "colour.png", kRGBA8 );
@@ -476,7 +476,7 @@ TEST_F( Program, LeavesCellsBlankThatAnImageLacks )
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",65534,65534,65534,0,65534,,,,,,,,,,\n" );
 }
 
-TEST_F( Program, MakesTheFolderOfADeploymentOnce )
+TEST_F( ProgramTest, MakesTheFolderOfADeploymentOnce )
 {
     const auto folder = Name( "new/keys/" );
     EXPECT_EQ( RunLine( "keys %", folder ), 0 ) << itsError.str();

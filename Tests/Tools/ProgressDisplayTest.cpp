@@ -6,7 +6,7 @@
 
 #include <sstream>
 
-TEST( ProgressDisplay, TellsEachTenthOnce )
+TEST( ProgressDisplayTest, TellsEachTenthOnce )
 {
     std::ostringstream error;
     ProgressDisplay display( error, ProgressDisplay::kLines );
@@ -22,7 +22,7 @@ TEST( ProgressDisplay, TellsEachTenthOnce )
     EXPECT_EQ( std::ranges::count( error.str(), '\n' ), 10 );
 }
 
-TEST( ProgressDisplay, ErasesBarsBeforeOtherOutput )
+TEST( ProgressDisplayTest, ErasesBarsBeforeOtherOutput )
 {
     std::ostringstream error;
     ProgressDisplay display( error, ProgressDisplay::kBars );

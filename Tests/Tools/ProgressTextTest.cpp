@@ -22,7 +22,7 @@ ProgressBar MakeBar( double inDone, double inSeconds )
 }
 } // namespace
 
-TEST( ProgressText, ShowsWhatFits )
+TEST( ProgressTextTest, ShowsWhatFits )
 {
     const auto bar = MakeBar( 16, 8 );
     EXPECT_EQ(
@@ -34,7 +34,7 @@ TEST( ProgressText, ShowsWhatFits )
     EXPECT_EQ( DrawProgressBar( MakeBar( 0, 0 ), 30 ), "Measuring: c..  [-----]    0 %" );
 }
 
-TEST( ProgressText, NeverPassesItsWidthNorAHundredPerCent )
+TEST( ProgressTextTest, NeverPassesItsWidthNorAHundredPerCent )
 {
     for ( std::uint32_t columns = 1; columns < 140; ++columns )
         for ( const double done : { 0.0, 0.5, 63.9, 64.0, 70.0 } )

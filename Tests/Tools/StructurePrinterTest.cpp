@@ -87,7 +87,7 @@ bool IsReadable( const std::string& inFile )
 
 } // namespace
 
-TEST( StructurePrinter, TellsEveryObjectAndField )
+TEST( StructurePrinterTest, TellsEveryObjectAndField )
 {
     for ( const auto order : { kIntelOrder, kMotorolaOrder } )
     {
@@ -107,7 +107,7 @@ TEST( StructurePrinter, TellsEveryObjectAndField )
     }
 }
 
-TEST( StructurePrinter, PrintsColumnsOfUnknownClassesAsPartsOfTheFile )
+TEST( StructurePrinterTest, PrintsColumnsOfUnknownClassesAsPartsOfTheFile )
 {
     constexpr std::uint32_t kUnknown = XVersion( 40000, 3 ), kTime = XPivotTimeColumn::GetClassVersion();
     auto file = MakeFile( kIntelOrder );
@@ -126,7 +126,7 @@ TEST( StructurePrinter, PrintsColumnsOfUnknownClassesAsPartsOfTheFile )
         "at offset " + std::to_string( fields - 4 ) + ": the column is longer than it claims" );
 }
 
-TEST( StructurePrinter, FindsEveryTruncation )
+TEST( StructurePrinterTest, FindsEveryTruncation )
 {
     const auto file = MakeFile( kIntelOrder );
     for ( std::size_t size = 0; size < file.size(); ++size )
@@ -141,7 +141,7 @@ TEST( StructurePrinter, FindsEveryTruncation )
             ": the table ends here, but the file has 1 bytes more" );
 }
 
-TEST( StructurePrinter, AgreesWithTheReaderOnEveryFlippedBit )
+TEST( StructurePrinterTest, AgreesWithTheReaderOnEveryFlippedBit )
 {
     constexpr std::size_t kStep = kIsSanitized ? 7 : 1; // of each byte one bit at least
     const auto file = MakeFile( kIntelOrder );

@@ -8,7 +8,7 @@
 namespace
 {
 /// The commands that work on stored tables.
-struct TableCommands : ProgramRun
+struct TableCommandsTest : ProgramRun
 {
     std::string WriteTable( const std::string& inName, const XPivotTable& inTable ) const
     {
@@ -34,7 +34,7 @@ struct TableCommands : ProgramRun
 
 // The length of a column, which is known only behind it, comes to lie across the end of the stream's buffer at each of its
 // bytes; it has more than one that is not 0.
-TEST_F( TableCommands, TablesAreWrittenFrontToBackAsTheyAreInMemory )
+TEST_F( TableCommandsTest, TablesAreWrittenFrontToBackAsTheyAreInMemory )
 {
     const auto add = []( XPivotTable& ioTable, std::size_t inNameLength )
     {
@@ -61,7 +61,7 @@ TEST_F( TableCommands, TablesAreWrittenFrontToBackAsTheyAreInMemory )
     }
 }
 
-TEST_F( TableCommands, FilterKeepsRowsAndTheNumbersOfTheirParents )
+TEST_F( TableCommandsTest, FilterKeepsRowsAndTheNumbersOfTheirParents )
 {
     EXPECT_EQ( RunLine( "filter % --where % --where % -o @f", itsTable, "id > 1", "mean c1 < 4" ), 0 );
     EXPECT_EQ( itsOut.str() + itsError.str(), "" );
@@ -75,7 +75,7 @@ TEST_F( TableCommands, FilterKeepsRowsAndTheNumbersOfTheirParents )
     EXPECT_CONTAINS( itsFolder.Read( "c" ), "\n4,,\"\u00B5 \"\"x\"\", y\",," );
 }
 
-TEST_F( TableCommands, SortPutsRowsInOrder )
+TEST_F( TableCommandsTest, SortPutsRowsInOrder )
 {
     const std::vector<std::pair<std::string, std::string>> cases{
         { "name", "3,1 2,1 1, 4, " },         { "Name:DESC", "4, 1, 2,1 3,1 " },
@@ -93,7 +93,7 @@ TEST_F( TableCommands, SortPutsRowsInOrder )
     EXPECT_EQ( itsOut.str(), "x:desc\n     3\n     2\n" );
 }
 
-TEST_F( TableCommands, PivotGivesWhatIsAskedForInThatOrder )
+TEST_F( TableCommandsTest, PivotGivesWhatIsAskedForInThatOrder )
 {
     EXPECT_EQ(
         RunLine( "pivot % --rows #9 --values % --with sd,count,max --csv @p", itsTable, "mean c1,area" ), 0 );
@@ -117,7 +117,7 @@ TEST_F( TableCommands, PivotGivesWhatIsAskedForInThatOrder )
     EXPECT_EQ( itsFolder.Read( "p" ), "Internal Page Column,twin,Count\n1,1,2\n2,2,2\n" );
 }
 
-TEST_F( TableCommands, PivotRefusesMoreColumnsThanAnyoneReads )
+TEST_F( TableCommandsTest, PivotRefusesMoreColumnsThanAnyoneReads )
 {
     XPivotTable table;
     auto& column =
@@ -135,7 +135,7 @@ TEST_F( TableCommands, PivotRefusesMoreColumnsThanAnyoneReads )
     EXPECT_EQ( itsFolder.Read( "p" ), "Area,0: Sum,1: Sum,2: Sum\n0,0,0,0\n1,0,1,0\n2,0,0,2\n" );
 }
 
-TEST_F( TableCommands, KeepContentsOfUnknownColumnsOrWarn )
+TEST_F( TableCommandsTest, KeepContentsOfUnknownColumnsOrWarn )
 {
     XPivotTable table;
     AddTestColumn<XPivotFloatColumn>( table, XPivotColumnDescriptor( kPivotArea, "", "", "" ), { 1, 2 } );
@@ -169,7 +169,7 @@ TEST_F( TableCommands, KeepContentsOfUnknownColumnsOrWarn )
     }
 }
 
-TEST_F( TableCommands, WriteNoEmptyLinesInACSVOfOneColumn )
+TEST_F( TableCommandsTest, WriteNoEmptyLinesInACSVOfOneColumn )
 {
     XPivotTable table;
     AddTestColumn<XPivotFloatColumn>( table, XPivotColumnDescriptor( kPivotArea, "", "", "" ), { 1, {}, 3 } );
@@ -182,7 +182,7 @@ TEST_F( TableCommands, WriteNoEmptyLinesInACSVOfOneColumn )
     EXPECT_EQ( itsOut.str(), "\"\"\n\"\"\n\"\"\nx\n" );
 }
 
-TEST_F( TableCommands, LeaveAValidTableWithoutRows )
+TEST_F( TableCommandsTest, LeaveAValidTableWithoutRows )
 {
     const auto expectEmpty = [&]( std::vector<std::string> inArguments, const std::string& inWhy )
     {
@@ -210,7 +210,7 @@ TEST_F( TableCommands, LeaveAValidTableWithoutRows )
     EXPECT_EQ( itsFolder.Read( "bare.csv" ), "\n" );
 }
 
-TEST_F( TableCommands, RefuseWrongUsage )
+TEST_F( TableCommandsTest, RefuseWrongUsage )
 {
     for ( const std::string& line :
           Split( "sort % -o @out|sort % --by '' -o @out|sort % --by area, -o @out|"
@@ -234,7 +234,7 @@ TEST_F( TableCommands, RefuseWrongUsage )
     EXPECT_EQ( itsFolder.CountEntries(), 1u );
 }
 
-TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
+TEST_F( TableCommandsTest, TellWhatIsWrongWithAFileThatIsNoTable )
 {
     const auto expectFailure = [&]( const std::string& inBytes, const std::string& inText )
     {
@@ -263,7 +263,7 @@ TEST_F( TableCommands, TellWhatIsWrongWithAFileThatIsNoTable )
     EXPECT_CONTAINS( itsError.str(), "reaches beyond the 2 rows (1005)" );
 }
 
-TEST_F( TableCommands, TellOfDamagedFilesAndTouchNothing )
+TEST_F( TableCommandsTest, TellOfDamagedFilesAndTouchNothing )
 {
     itsFolder.Write( "out", "older" );
     const auto bytes = itsFolder.Read( "t" );

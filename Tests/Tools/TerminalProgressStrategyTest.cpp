@@ -7,7 +7,7 @@
 
 #include <sstream>
 
-TEST( TerminalProgressStrategy, GivesBarsToTheOutermostAndOnRequest )
+TEST( TerminalProgressStrategyTest, GivesBarsToTheOutermostAndOnRequest )
 {
     std::ostringstream error;
     ProgressDisplay display( error, ProgressDisplay::kBars );

@@ -19,7 +19,7 @@ std::string GetRefusal( const std::string& inCondition )
 }
 } // namespace
 
-TEST( WhereClause, FindsTheRowsItSays )
+TEST( WhereClauseTest, FindsTheRowsItSays )
 {
     const std::vector<std::pair<std::string, Rows>> cases{
         { "Area>12.5", { 3 } },
@@ -44,7 +44,7 @@ TEST( WhereClause, FindsTheRowsItSays )
         EXPECT_EQ( Find( condition ), rows ) << condition;
 }
 
-TEST( WhereClause, TakesReferencesThatWholeNumbersCannotBe )
+TEST( WhereClauseTest, TakesReferencesThatWholeNumbersCannotBe )
 {
     // Timepoint is 0, 2, 1 and missing; "A, B" is -5, 0, 5 and missing.
     const Rows all{ 0, 1, 2 }, none;
@@ -59,7 +59,7 @@ TEST( WhereClause, TakesReferencesThatWholeNumbersCannotBe )
         EXPECT_EQ( Find( condition ), rows ) << condition;
 }
 
-TEST( WhereClause, RefusesWhatMakesNoSense )
+TEST( WhereClauseTest, RefusesWhatMakesNoSense )
 {
     const std::vector<std::pair<std::string, std::string>> cases{
         { "", "invalid condition" },

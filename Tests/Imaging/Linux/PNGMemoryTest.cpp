@@ -27,7 +27,7 @@ bool FailsWithLittleMemory( const std::filesystem::path& inPath, const std::stri
 }
 } // namespace
 
-TEST( PNGMemory, NoneIsTakenForRowsThatAreRefused )
+TEST( PNGMemoryTest, NoneIsTakenForRowsThatAreRefused )
 {
     if ( kIsSanitized )
         GTEST_SKIP() << "the sanitizer needs more address space than a limit can leave";

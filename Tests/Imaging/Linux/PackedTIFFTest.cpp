@@ -158,7 +158,7 @@ void ReadVariants( const WImagePage& inPage )
 }
 } // namespace
 
-TEST( PackedTIFF, ReadsEverySampleOfEveryForm )
+TEST( PackedTIFFTest, ReadsEverySampleOfEveryForm )
 {
     for ( std::uint32_t channels = 1; channels <= 4; channels += kIsSanitized ? 3 : 1 )
     {
@@ -169,7 +169,7 @@ TEST( PackedTIFF, ReadsEverySampleOfEveryForm )
 }
 
 // More than is unpacked at a time, so that texts and runs go on in the next piece.
-TEST( PackedTIFF, ReadsLongStrips )
+TEST( PackedTIFFTest, ReadsLongStrips )
 {
     const TestFolder folder;
     const auto page = MakeVariedPage<std::uint16_t>( 1001, 700, 1 );
@@ -182,7 +182,7 @@ TEST( PackedTIFF, ReadsLongStrips )
 }
 
 // Its bits lie the other way round.
-TEST( PackedTIFF, ReadsLZWOfBefore1992 )
+TEST( PackedTIFFTest, ReadsLZWOfBefore1992 )
 {
     const TestFolder folder;
     std::string digits( kLZW8 );

@@ -4,7 +4,7 @@
 #include "TestFolder.h"
 
 /// Another program may cut a file off at any moment. That fails the page and nothing else.
-TEST( ShrinkingImage, FailsWhereverItIsCutOff )
+TEST( ShrinkingImageTest, FailsWhereverItIsCutOff )
 {
     constexpr std::uint32_t kRows = 64;
     for ( const std::uint32_t compression : { 1u, 32773u } ) // None, PackBits.

@@ -5,7 +5,7 @@
 #include "TestFolder.h"
 
 /// An image that waits for those before it holds no descriptor, of which a process has few.
-TEST( XImageReader, CloseTheFileWhenItsPagesAreRead )
+TEST( XImageReaderTest, CloseTheFileWhenItsPagesAreRead )
 {
     const TestFolder folder;
     const auto path = folder / "image.tif";

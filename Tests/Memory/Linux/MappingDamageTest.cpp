@@ -60,7 +60,7 @@ std::pair<std::uint32_t, std::uint32_t> Touch( XMemoryHandle& ioHandle, XLockMod
 
 } // namespace
 
-TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
+TEST( MappingDamageTest, ATemporaryFilesIsFoundByWhateverComesNext )
 {
     for ( const XLockMode mode : { kLockForRead, kLockForReadWrite } )
     {
@@ -95,7 +95,7 @@ TEST( MappingDamage, ATemporaryFilesIsFoundByWhateverComesNext )
 }
 
 // The operation itself meets the damage.
-TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
+TEST( MappingDamageTest, IsAnErrorOfTheOperationThatMeetsIt )
 {
     DamagingManager manager;
     XMemStream stream;
@@ -143,7 +143,7 @@ TEST( MappingDamage, IsAnErrorOfTheOperationThatMeetsIt )
     EXPECT_ERROR( 1020, delete XHandleStream::HandleToObject( handle ) );
 }
 
-TEST( MappingDamage, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
+TEST( MappingDamageTest, APermanentFilesIsTriedAgainUnlessItWasWrittenTo )
 {
     using Block = XMappedFileMemoryBlock;
     const TestFolder folder;

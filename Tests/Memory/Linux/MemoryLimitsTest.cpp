@@ -14,7 +14,7 @@ namespace
 
 } // namespace
 
-TEST( MemoryLimits, AShortDiskCostsNothingThatIsInMemory )
+TEST( MemoryLimitsTest, AShortDiskCostsNothingThatIsInMemory )
 {
     EXPECT_TRUE( PassesInChild(
         []
@@ -34,7 +34,7 @@ TEST( MemoryLimits, AShortDiskCostsNothingThatIsInMemory )
         } ) );
 }
 
-TEST( MemoryLimits, AFileThatCannotBeLengthenedKeepsItsLength )
+TEST( MemoryLimitsTest, AFileThatCannotBeLengthenedKeepsItsLength )
 {
     const TestFolder folder;
     folder.Write( "file", "bytes" );
@@ -51,7 +51,7 @@ TEST( MemoryLimits, AFileThatCannotBeLengthenedKeepsItsLength )
         } ) );
 }
 
-TEST( MemoryLimits, AFullFileSystemIsAnErrorOfThePurge )
+TEST( MemoryLimitsTest, AFullFileSystemIsAnErrorOfThePurge )
 {
     const TestFolder folder;
     if ( ::mount( "tmpfs", folder.GetPath().c_str(), "tmpfs", 0, "size=1m" ) != 0 )
@@ -73,7 +73,7 @@ TEST( MemoryLimits, AFullFileSystemIsAnErrorOfThePurge )
     ::umount( folder.GetPath().c_str() );
 }
 
-TEST( MemoryLimits, ARefusedMappingIsAnError )
+TEST( MemoryLimitsTest, ARefusedMappingIsAnError )
 {
     if ( kIsSanitized )
         GTEST_SKIP() << "the sanitizer needs terabytes of address space";
@@ -96,7 +96,7 @@ TEST( MemoryLimits, ARefusedMappingIsAnError )
         } ) );
 }
 
-TEST( MemoryLimits, ABlockThatGrowsTakesTheDifference )
+TEST( MemoryLimitsTest, ABlockThatGrowsTakesTheDifference )
 {
     TestManager manager( 5 * kMiB );
     XMappedFileMemoryHandle handle( 3 * kMiB );
@@ -117,7 +117,7 @@ TEST( MemoryLimits, ABlockThatGrowsTakesTheDifference )
 }
 
 // Ranges of one file, whose space goes back to the disk with them, also from between others.
-TEST( MemoryLimits, PurgedBlocksShareAFile )
+TEST( MemoryLimitsTest, PurgedBlocksShareAFile )
 {
     constexpr USize64 kPiece = 128 * 1024;
     TestManager manager( 100 * kMiB );
@@ -159,7 +159,7 @@ TEST( MemoryLimits, PurgedBlocksShareAFile )
 }
 
 // One after the other, where files may not become as large as all together.
-TEST( MemoryLimits, SmallFilesTakeManyBlocks )
+TEST( MemoryLimitsTest, SmallFilesTakeManyBlocks )
 {
     EXPECT_TRUE( PassesInChild(
         []
@@ -180,7 +180,7 @@ TEST( MemoryLimits, SmallFilesTakeManyBlocks )
 }
 
 // The error tells why, and the disk is not tried for each block.
-TEST( MemoryLimits, AFolderThatRefusesPurgesIsNamed )
+TEST( MemoryLimitsTest, AFolderThatRefusesPurgesIsNamed )
 {
     TestManager manager( 8 * kMiB );
     int tries = 0;
@@ -208,7 +208,7 @@ TEST( MemoryLimits, AFolderThatRefusesPurgesIsNamed )
     EXPECT_TRUE( Holds( handles[0], 0 ) );
 }
 
-TEST( MemoryLimits, ReadsTheLimitsOfControlGroups )
+TEST( MemoryLimitsTest, ReadsTheLimitsOfControlGroups )
 {
     const TestFolder folder;
     std::filesystem::create_directories( folder / "a/b" );

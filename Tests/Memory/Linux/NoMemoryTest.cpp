@@ -111,7 +111,7 @@ struct FileRanges
 
 } // namespace
 
-TEST( NoMemory, LeavesBlocksAsTheyWere )
+TEST( NoMemoryTest, LeavesBlocksAsTheyWere )
 {
     const auto lockFresh = []( Memory& ioMemory ) { const XLock lock( ioMemory.fresh, kLockForWrite ); };
     const auto lockPurged = []( Memory& ioMemory ) { const XLock lock( ioMemory.purged, kLockForRead ); };
@@ -128,7 +128,7 @@ TEST( NoMemory, LeavesBlocksAsTheyWere )
     EXPECT_GT( FailEachAllocation<Memory>( grow, checkGrown ), 0 );
 }
 
-TEST( NoMemory, LeavesRangesOfFilesAsTheyWere )
+TEST( NoMemoryTest, LeavesRangesOfFilesAsTheyWere )
 {
     const auto lock = []( FileRanges& ioRanges )
     {
@@ -149,7 +149,7 @@ TEST( NoMemory, LeavesRangesOfFilesAsTheyWere )
     EXPECT_GT( FailEachAllocation<FileRanges>( lock, check ), 2 );
 }
 
-TEST( NoMemory, IsAnErrorOfWholePagesAndAnEndOfTheSelfTest )
+TEST( NoMemoryTest, IsAnErrorOfWholePagesAndAnEndOfTheSelfTest )
 {
     const auto use = []( TestManager& ioManager )
     { ioManager.PageAlignedFree( ioManager.PageAlignedAlloc( kBlockSize ) ); };

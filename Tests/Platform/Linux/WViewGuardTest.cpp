@@ -12,7 +12,7 @@ constexpr std::size_t kPages = 40'000;
 } // namespace
 
 // A guard that changes from a range below the view to one above it must not be taken for one that covers both.
-TEST( WViewGuard, HealsOnlyTheViewThatIsTouched )
+TEST( WViewGuardTest, HealsOnlyTheViewThatIsTouched )
 {
     const TestFolder folder;
     const WFile file( folder / "empty", WFile::kCreate );

@@ -4,7 +4,7 @@
 
 #include "SystemMacros.h"
 
-TEST( SystemHeadersTest, MayStandBeforeTheLibrarys )
+TEST( SystemHeadersFirstTest, MayStandBeforeTheLibrarys )
 {
     UseNamesOfSystemMacros();
 }

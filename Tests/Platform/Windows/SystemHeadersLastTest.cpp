@@ -5,7 +5,7 @@
 
 #include "SystemMacros.h"
 
-TEST( SystemHeadersTest, MayStandBehindTheLibrarys )
+TEST( SystemHeadersLastTest, MayStandBehindTheLibrarys )
 {
     UseNamesOfSystemMacros();
 }

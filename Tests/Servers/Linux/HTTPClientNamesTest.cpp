@@ -29,7 +29,7 @@ getaddrinfo( const char* inName, const char* inService, const addrinfo* inHints,
 }
 
 /// The name of the host is still being looked up when the request is given up.
-TEST( HTTPClientWaitsTest, DoesNotWaitForNames )
+TEST( HTTPClientNamesTest, DoesNotWaitForNames )
 {
     const XTimer patience( kPatience );
     XHTTPClient::XSettings settings = MakePatientSettings();

@@ -18,7 +18,7 @@ bool IsMemoryRefused()
     return sIsShort && ::gettid() != ::getpid();
 }
 
-TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
+TEST( ThreadLimitsTest, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
 {
     struct Listener : XThreadListener
     {
@@ -37,7 +37,7 @@ TEST( ThreadLimits, AThreadWithoutMemoryToBeginIsAnErrorOfItsStart )
     EXPECT_EQ( 12u, listener.sum ); // has heard both events once
 }
 
-TEST( ThreadLimits, AThreadTooManyLacksResources )
+TEST( ThreadLimitsTest, AThreadTooManyLacksResources )
 {
     if ( kIsSanitized )
         GTEST_SKIP() << "the sanitizer needs more address space than a limit can leave";

@@ -14,7 +14,7 @@ namespace
 constexpr std::uint32_t kPageWidth = 64, kPageHeight = 64;
 constexpr std::uint64_t kPageBytes = 2 * kPageWidth * kPageHeight;
 
-struct DamagedPage : ProgramRun
+struct DamagedPageTest : ProgramRun
 {
     TestManager itsManager;
     std::atomic<int> itsViews = 0; ///< Of files, since they are damaged.
@@ -52,7 +52,7 @@ struct DamagedPage : ProgramRun
 };
 } // namespace
 
-TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
+TEST_F( DamagedPageTest, IsReportedInsteadOfMeasured )
 {
     const auto stack = WriteNoise( "stack.tif", 12 );
     for ( const bool drawsOverlays : { false, true } )
@@ -69,7 +69,7 @@ TEST_F( DamagedPage, IsReportedInsteadOfMeasured )
     }
 }
 
-TEST_F( DamagedPage, IsNoPartOfABackground )
+TEST_F( DamagedPageTest, IsNoPartOfABackground )
 {
     XImageReader readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
     XPageMemory memory;
@@ -90,7 +90,7 @@ TEST_F( DamagedPage, IsNoPartOfABackground )
     }
 }
 
-TEST_F( DamagedPage, AndItsOverlayIsNotDrawn )
+TEST_F( DamagedPageTest, AndItsOverlayIsNotDrawn )
 {
     XPageMemory memory;
     XOverlaySketch sketch;

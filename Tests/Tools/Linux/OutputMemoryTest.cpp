@@ -65,13 +65,13 @@ void WriteWithEverLess( long inRefused )
 
 } // namespace
 
-TEST( OutputMemory, FilesTakeTheirPlacesOrNot )
+TEST( OutputMemoryTest, FilesTakeTheirPlacesOrNot )
 {
     for ( const long refused : { 1, 1000000 } )
         WriteWithEverLess( refused );
 }
 
-TEST( OutputMemory, FilesThatHaveNamesDoSoToo )
+TEST( OutputMemoryTest, FilesThatHaveNamesDoSoToo )
 {
     const TestFolder folder;
     std::deque<WReplaceFile> unnamed; // As many as there may be.

@@ -4,10 +4,10 @@
 
 namespace
 {
-using PipeInput = ProgramRun;
+using PipeInputTest = ProgramRun;
 } // namespace
 
-TEST_F( PipeInput, IsNoSessionLog )
+TEST_F( PipeInputTest, IsNoSessionLog )
 {
     const auto pipe = Name( "pipe" );
     ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
@@ -17,7 +17,7 @@ TEST_F( PipeInput, IsNoSessionLog )
     EXPECT_EQ( RunLine( "sample @s --log /dev/null -q --planes 1" ), 0 );
 }
 
-TEST_F( PipeInput, IsRefusedWithWhatIsExpectedAndNotWaitedFor )
+TEST_F( PipeInputTest, IsRefusedWithWhatIsExpectedAndNotWaitedFor )
 {
     const auto pipe = Name( "pipe" );
     ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );

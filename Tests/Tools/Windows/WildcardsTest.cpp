@@ -6,7 +6,7 @@
 
 namespace
 {
-struct Wildcards : ProgramRun
+struct WildcardsTest : ProgramRun
 {
     std::string Expand( const std::string& inPattern ) const
     {
@@ -18,7 +18,7 @@ struct Wildcards : ProgramRun
 };
 } // namespace
 
-TEST_F( Wildcards, StandForTheFilesOfTheirFolder )
+TEST_F( WildcardsTest, StandForTheFilesOfTheirFolder )
 {
     for ( const auto* name : { "b2.TIF", "a1.tif", "a10.tiff", "hidden.tif", "plain" } )
         itsFolder.Write( name, "" );
@@ -33,7 +33,7 @@ TEST_F( Wildcards, StandForTheFilesOfTheirFolder )
     EXPECT_EQ( Expand( "missing" ), "missing " );
 }
 
-TEST_F( Wildcards, NameTheImagesToMeasure )
+TEST_F( WildcardsTest, NameTheImagesToMeasure )
 {
     for ( const auto* name : { "one.png", "two.png" } )
         itsFolder.Write( name, FromHex( kGrey8 ) );
