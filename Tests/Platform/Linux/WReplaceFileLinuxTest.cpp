@@ -1,5 +1,6 @@
 #include "Files/WReplaceFile.h"
 
+#include "Ground/XErrorNumbers.h"
 #include "Linux/TestProcess.h"
 #include "TestFolder.h"
 
@@ -58,4 +59,31 @@ TEST( WReplaceFileLinuxTest, TheLimitOnTheSizeOfFilesIsAnError )
             EXPECT_EQ( ErrorOf( replace ), 223u );
             EXPECT_EQ( folder.CountEntries(), 0u );
         } ) );
+}
+
+TEST( WReplaceFileLinuxTest, InASharedFolderOnlyOwnersReplaceAFile )
+{
+    if ( ::geteuid() != 0 )
+        GTEST_SKIP() << "only root can become another user";
+    const TestFolder folder;
+    const auto shared = folder / "shared";
+    std::filesystem::create_directory( shared );
+    const auto target = folder.Write( "shared/out", "old" );
+    // The folder is like /tmp. Anybody may write the file there, but not replace it.
+    ASSERT_EQ( ::chmod( folder.GetPath().c_str(), 0755 ), 0 );
+    ASSERT_EQ( ::chmod( shared.c_str(), 01777 ), 0 );
+    ASSERT_EQ( ::chmod( target.c_str(), 0666 ), 0 );
+    constexpr uid_t kOther = 65534;
+    const auto expectError = [&]( std::uint32_t inError )
+    {
+        EXPECT_TRUE( PassesInChild(
+            [&]
+            {
+                EXPECT_EQ( ::seteuid( kOther ), 0 );
+                EXPECT_EQ( ErrorOrZero( [&] { const WReplaceFile file( target ); } ), inError );
+            } ) );
+    };
+    expectError( kErrorAccessDenied ); // before anything is written
+    ASSERT_EQ( ::chown( target.c_str(), kOther, kOther ), 0 );
+    expectError( 0 );
 }
