@@ -1,5 +1,6 @@
 #include "RemoteCalls/TestBridge.h"
 
+#include "Core/Streams/XMemStream.h"
 #include "Core/Times/XTimer.h"
 
 #include <limits>
@@ -13,6 +14,23 @@ protected:
     TestServer itsServer;
     TestServices& itsServices = itsServer.services;
     XRefPtr<TestBridge> itsClient = MakeTestClient( itsServer );
+};
+
+/// An object that notes how it is read.
+class WaryObject : public NamedObject
+{
+public:
+    using NamedObject::NamedObject;
+    static XVersion GetClassVersion() { return XVersion( 40005, 0 ); }
+    static XVersion GetSuperClassVersion() { return NamedObject::GetClassVersion(); }
+    XVersion GetVersion() const override { return GetClassVersion(); }
+    void ReadStream2( XStream& inStream, XOptions inOptions ) override
+    {
+        isUntrusted = ( inOptions & kUntrustedSource ) != 0;
+        NamedObject::ReadStream2( inStream, inOptions );
+    }
+
+    bool isUntrusted = false;
 };
 
 /// An object with another one in it.
@@ -223,6 +241,19 @@ TEST_F( XRPCBridgeTest, RefusesObjectsOfAnotherClass )
     const auto unknown = [&] { itsClient->Pass( std::make_unique<DerivedObject>( "d" ), true ); };
     EXPECT_EQ( ErrorOf( unknown ), 1003u ); // the length of the object is not known
     EXPECT_EQ( ErrorOf( [&] { itsClient->CheckAlive(); } ), 3100u );
+}
+
+TEST_F( XRPCBridgeTest, ReadsObjectsAsThoseOfAnUntrustedSource )
+{
+    XClassRegistry::RegisterClass<WaryObject>( "Wary" );
+    XMemStream stream;
+    stream.WriteObject( WaryObject() );
+    XWriteVector( stream, XVector<WaryObject>( 1 ) );
+    stream.SeekTo( 0 );
+    WaryObject object;
+    XVector<WaryObject> objects;
+    ASSERT_TRUE( XRPCDetail::Read( stream, object ) && XRPCDetail::Read( stream, objects ) );
+    EXPECT_TRUE( object.isUntrusted && objects.at( 0 ).isUntrusted );
 }
 
 TEST_F( XRPCBridgeTest, ServesThreadsOneAfterTheOther )
