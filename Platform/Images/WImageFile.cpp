@@ -30,6 +30,25 @@ std::string ReadSignature( const std::filesystem::path& inPath )
     return std::string( bytes, file.ReadAt( 0, bytes, sizeof( bytes ) ) );
 }
 
+std::uint32_t GetPNGNumber( std::string_view inBytes, std::size_t inStart )
+{
+    std::uint32_t number = 0;
+    for ( const auto byte : inBytes.substr( inStart, 4 ) )
+        number = number << 8 | static_cast<unsigned char>( byte );
+    return number;
+}
+
+/// The contents of a header chunk as the reader returns them: without transparency, at least 8 bits.
+void SetPNGFormat( std::string_view inHeader, WImageFile::Layout& outLayout )
+{
+    constexpr unsigned char kColourBit = 2;
+    outLayout.width = GetPNGNumber( inHeader, 0 );
+    outLayout.height = GetPNGNumber( inHeader, 4 );
+    outLayout.channels = static_cast<unsigned char>( inHeader[9] ) & kColourBit ? 3 : 1;
+    outLayout.samplesPerPixel = outLayout.channels;
+    outLayout.sampleType = std::to_string( static_cast<unsigned char>( inHeader[8] ) ) + "-bit unsigned";
+}
+
 bool IsTIFF( std::string_view inSignature )
 {
     for ( const auto mark : { "II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv } )
@@ -126,4 +145,29 @@ void WImageFile::CheckPNGSize(
         throw WImageError(
             "a page of " + size + " has too long rows (at most " +
             std::to_string( kMostRowBytes / kLargestPixel ) + " pixels)" );
+}
+
+WImageFile::Layout WImageFile::ReadPNGLayout( const WFile& inFile )
+{
+    Layout layout;
+    char bytes[8 + 13];
+    for ( std::uint64_t position = 8;; )
+    {
+        const std::string_view chunk( bytes, inFile.ReadAt( position, bytes, sizeof( bytes ) ) );
+        if ( chunk.size() < sizeof( bytes ) )
+            return layout;
+        const auto size = GetPNGNumber( chunk, 0 );
+        const auto name = chunk.substr( 4, 4 ), data = chunk.substr( 8 );
+        if ( name == "IDAT" || name == "IEND" )
+            return layout;
+        if ( name == "IHDR" )
+            SetPNGFormat( data, layout );
+        const auto x = GetPNGNumber( data, 0 ), y = GetPNGNumber( data, 4 );
+        if ( name == "pHYs" && size == 9 && data[8] == 1 && x > 0 && y > 0 )
+        {
+            layout.pixelWidth = 1e6 / x;
+            layout.pixelHeight = 1e6 / y;
+        }
+        position += std::uint64_t{ size } + 12;
+    }
 }

@@ -13,6 +13,8 @@
 #include <type_traits>
 #include <vector>
 
+class WFile;
+
 /// An image file cannot be read. The text is the reason, in UTF-8 and without the file's name.
 class KORVALE_IMAGING_API WImageError : public std::runtime_error
 {
@@ -143,7 +145,7 @@ public:
     /// The number of pages that are ignored: those of reduced resolution and masks.
     virtual std::uint32_t GetSkippedCount() const { return 0; }
 
-    /// The layout of the first page as stored.
+    /// The layout of a page as stored.
     struct Layout
     {
         std::uint64_t width = 0;
@@ -151,10 +153,23 @@ public:
         std::uint64_t samplesPerPixel = 1;
         std::uint64_t planesInFile =
             1; ///< the number of such planes that fit between its samples and the end of the file
+        std::uint64_t channels = 1;  ///< of the page when it is read: 3 for a palette
+        std::string sampleType = {}; ///< such as "16-bit unsigned"; also of samples that cannot be read
+        double pixelWidth = 0;       ///< of the resolution, in micrometres; 0 if there is none
+        double pixelHeight = 0;
+        double unitsPerPixelX = 0; ///< of a resolution without a unit, which a description may name
+        double unitsPerPixelY = 0;
     };
 
-    /// TIFF files only; a compressed page counts as one plane.
-    virtual Layout GetLayout() const { return {}; }
+    /// A compressed page counts as one plane.
+    virtual Layout GetLayout( std::uint32_t inPage ) const = 0;
+    Layout GetLayout() const { return GetLayout( 0 ); }
+
+    /// The position of a page among all directories of a TIFF file, ignored ones included, counted from 0.
+    virtual std::uint32_t GetDirectoryIndex( std::uint32_t inPage ) const { return inPage; }
+
+    /// "TIFF", "BigTIFF" or "PNG".
+    virtual std::string GetFormatName() const = 0;
 
     /// The descriptions in a TIFF file (each tag 270 of the first page); empty if there are none.
     virtual std::vector<std::string> GetDescriptions() const { return {}; }
@@ -178,6 +193,9 @@ protected:
     static void CheckPNGSize(
         std::uint64_t inFileSize, std::uint32_t inWidth, std::uint32_t inHeight,
         std::uint32_t inBitsPerPixel );
+
+    /// The layout of a PNG file, from the chunks before its samples. A damaged file has an incomplete layout.
+    static Layout ReadPNGLayout( const WFile& inFile );
 
 private:
     static void IgnoreProgress( double ) {}

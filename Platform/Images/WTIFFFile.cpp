@@ -22,7 +22,7 @@ namespace
 constexpr std::uint64_t kJPEG = 7; // Compression.
 constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
 constexpr std::uint64_t kUnsignedSamples = 1, kFloatSamples = 3, kUndefinedSamples = 4;
-constexpr std::uint64_t kInch = 2, kCentimetre = 3;
+constexpr std::uint64_t kNoUnit = 1, kInch = 2, kCentimetre = 3;
 constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
 constexpr std::uint64_t kOldReducedResolution = 2;
 constexpr std::uint64_t kPaletteColours = 256; // Of a palette.
@@ -83,6 +83,11 @@ const char* GetFormatName( std::uint64_t inFormat )
     return inFormat < std::size( kNames ) ? kNames[inFormat] : "of unknown format";
 }
 
+std::string DescribeSampleType( std::uint64_t inBits, std::uint64_t inFormat )
+{
+    return std::to_string( inBits ) + "-bit " + GetFormatName( inFormat );
+}
+
 WImagePage::SampleType GetSampleType( const Tags& inTags )
 {
     const auto bits = GetCommonNumber( inTags, Tags::kBitsPerSample, 1 );
@@ -95,7 +100,7 @@ WImagePage::SampleType GetSampleType( const Tags& inTags )
     if ( format == kFloatSamples && bits == 32 )
         return WImagePage::kFloat32;
     throw WImageError(
-        "its samples are " + std::to_string( bits ) + "-bit " + GetFormatName( format ) +
+        "its samples are " + DescribeSampleType( bits, format ) +
         " (expected 8- or 16-bit unsigned or 32-bit float)" );
 }
 
@@ -129,16 +134,24 @@ void CheckColours( const Tags& inTags, const WImageFormat& inFormat )
     }
 }
 
-void ReadResolution( const Tags& inTags, WImagePage& outPage )
+/// Sets the resolution of a layout.
+void ReadResolution( const Tags& inTags, WImageFile::Layout& outLayout )
 {
     const auto unit = inTags.GetNumber( Tags::kResolutionUnit, kInch );
     const auto x = inTags.GetFraction( Tags::kXResolution );
     const auto y = inTags.GetFraction( Tags::kYResolution );
-    if ( ( unit != kInch && unit != kCentimetre ) || !( x > 0 && y > 0 ) )
+    if ( !( x > 0 && y > 0 ) )
+        return;
+    if ( unit == kNoUnit )
+    {
+        outLayout.unitsPerPixelX = 1 / x;
+        outLayout.unitsPerPixelY = 1 / y;
+    }
+    if ( unit != kInch && unit != kCentimetre )
         return;
     const double micrometres = unit == kCentimetre ? 1e4 : 25400;
-    outPage.pixelWidth = micrometres / x;
-    outPage.pixelHeight = micrometres / y;
+    outLayout.pixelWidth = micrometres / x;
+    outLayout.pixelHeight = micrometres / y;
 }
 
 /// Refuses a page of several planes that have no directories of their own, for only the first would be read.
@@ -174,7 +187,10 @@ WImagePage MakePage( const Tags& inTags )
     page.channels = static_cast<std::uint32_t>( samplesPerPixel );
     page.type = GetSampleType( inTags );
     CheckColours( inTags, page );
-    ReadResolution( inTags, page );
+    WImageFile::Layout layout;
+    ReadResolution( inTags, layout );
+    page.pixelWidth = layout.pixelWidth;
+    page.pixelHeight = layout.pixelHeight;
     return page;
 }
 
@@ -216,31 +232,47 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
 {
     // The directories of an intact file do not overlap: together they are not longer than the file.
     std::uint64_t size = 0;
+    std::uint32_t index = 0;
     for ( auto offset = itsHeader.firstDirectory; offset != 0; )
     {
         const WTIFFDirectory directory( itsFile, itsHeader, offset );
         if ( IsAuxiliary( directory ) )
             ++itsSkippedCount;
         else
+        {
             itsPages.push_back( offset );
+            itsIndices.push_back( index );
+        }
+        ++index;
         offset = directory.GetNextOffset();
         size += directory.GetSize();
         if ( size > itsFile.GetSize() )
             throw WImageError( "its page directory is cyclic" );
     }
+    if ( itsSkippedCount == 0 )
+        itsIndices = {};
     if ( itsPages.empty() && itsSkippedCount > 0 )
         throw WImageError( "it has only masks and pages of reduced resolution" );
     if ( itsPages.empty() )
         throw WImageError( "it has no pages" );
 }
 
-WImageFile::Layout WTIFFFile::GetLayout() const
+std::uint32_t WTIFFFile::GetDirectoryIndex( std::uint32_t inPage ) const
 {
-    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.front() );
+    return itsIndices.empty() ? inPage : itsIndices.at( inPage );
+}
+
+WImageFile::Layout WTIFFFile::GetLayout( std::uint32_t inPage ) const
+{
+    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.at( inPage ) );
     Layout layout;
     layout.width = tags.GetExtent( Tags::kWidth, 0 );
     layout.height = tags.GetExtent( Tags::kHeight, 0 );
     layout.samplesPerPixel = tags.GetNumber( Tags::kSamplesPerPixel, 1 );
+    layout.channels = GetPhotometric( tags ) == kPalette ? 3 : layout.samplesPerPixel;
+    layout.sampleType = DescribeSampleType(
+        tags.GetNumber( Tags::kBitsPerSample, 1 ), tags.GetNumber( Tags::kSampleFormat, kUnsignedSamples ) );
+    ReadResolution( tags, layout );
     const auto first = tags.GetNumber( Tags::kStripOffsets, 0 );
     const auto bytes = static_cast<double>( layout.width ) * static_cast<double>( layout.height ) *
         static_cast<double>( layout.samplesPerPixel ) *

@@ -15,7 +15,10 @@ public:
 
     std::uint32_t GetPageCount() const override { return static_cast<std::uint32_t>( itsPages.size() ); }
     std::uint32_t GetSkippedCount() const override { return itsSkippedCount; }
-    Layout GetLayout() const override;
+    using WImageFile::GetLayout;
+    Layout GetLayout( std::uint32_t inPage ) const override;
+    std::uint32_t GetDirectoryIndex( std::uint32_t inPage ) const override;
+    std::string GetFormatName() const override { return itsHeader.isBig ? "BigTIFF" : "TIFF"; }
     std::vector<std::string> GetDescriptions() const override;
 
 protected:
@@ -26,7 +29,8 @@ private:
     std::filesystem::path itsPath;
     WFile itsFile;
     WTIFFHeader itsHeader;
-    std::vector<std::uint64_t> itsPages; // positions of their directories
+    std::vector<std::uint64_t> itsPages;   // positions of their directories
+    std::vector<std::uint32_t> itsIndices; // of the pages among all directories; empty if none is ignored
     std::uint32_t itsSkippedCount = 0;
     std::optional<WTIFFDecoder> itsDecoder;
 

@@ -62,6 +62,8 @@ class PNGFile : public WImageFile
 public:
     explicit PNGFile( const std::filesystem::path& inPath );
     ~PNGFile() override { png_destroy_read_struct( &itsPNG, &itsInfo, nullptr ); }
+    Layout GetLayout( std::uint32_t ) const override { return ReadPNGLayout( itsSource.file ); }
+    std::string GetFormatName() const override { return "PNG"; }
 
 protected:
     WImagePage ReadPageSelf(

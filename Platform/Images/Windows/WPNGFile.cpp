@@ -81,6 +81,11 @@ class PNGFile : public WImageFile
 {
 public:
     explicit PNGFile( const std::filesystem::path& inPath ) : itsPath( inPath ) {}
+    Layout GetLayout( std::uint32_t ) const override
+    {
+        return ReadPNGLayout( WFile( itsPath, WFile::kRead ) );
+    }
+    std::string GetFormatName() const override { return "PNG"; }
 
     WImagePage ReadPageSelf(
         std::uint32_t, const Progress& inProgress, const WImagePage::Allocator& inAllocator ) override
