@@ -7,7 +7,7 @@
 #include "Core/Errors/XException.h"
 #include "Files/WFile.h"
 #include "Images/WTIFFBlockReader.h"
-#include "Imaging/Internal/XImagePlanes.h"
+#include "Imaging/XImageStructure.h"
 #include "Startup/WInitCore.h"
 #include "Time/WClock.h"
 
@@ -37,7 +37,13 @@ void WriteFile( const std::uint8_t* inData, std::size_t inSize )
 void ReadPages()
 {
     const auto file = WImageFile::Open( GetPath() );
-    XImagePlanes::Parse( file->GetDescriptions(), file->GetLayout() );
+    try
+    {
+        XImageStructure::Read( *file, GetPath() );
+    }
+    catch ( const WImageError& )
+    {
+    }
     const std::uint32_t pages = std::min( file->GetPageCount(), kMostPages );
     for ( std::uint32_t page = 0; page < pages; ++page )
     {

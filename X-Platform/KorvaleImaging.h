@@ -23,6 +23,7 @@
 #include "Imaging/XGaussianFilter.h"
 #include "Imaging/XGreyscalePreview.h"
 #include "Imaging/XImageReader.h"
+#include "Imaging/XImageStructure.h"
 #include "Imaging/XLocalThreshold.h"
 #include "Imaging/XMaskMorphology.h"
 #include "Imaging/XMeasurementMemory.h"

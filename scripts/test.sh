@@ -123,6 +123,11 @@ compare_with_skimage() {
   /usr/bin/python3 Tests/Tools/compare_with_skimage.py build/linux-release/bin/korvale
 }
 
+compare_with_tifffile() {
+  step "microscope files beside tifffile"
+  /usr/bin/python3 Tests/Tools/compare_with_tifffile.py build/linux-release/bin/korvale
+}
+
 compare_with_pandas() {
   step "tables beside pandas"
   /usr/bin/python3 Tests/Tools/compare_with_pandas.py build/linux-release/bin/korvale
@@ -150,7 +155,7 @@ if $all; then
   check_windows_package
 fi
 build linux-release
-checks=( compare_with_skimage compare_with_pandas )
+checks=( compare_with_skimage compare_with_tifffile compare_with_pandas )
 if $all; then
   checks+=( check_package )
 fi

@@ -81,7 +81,8 @@ TEST_F( ProgramTest, RefusesWrongUsage )
 {
     const auto image = WriteImage( "image.png" );
     for ( const std::string& line :
-          Split( "|nonsense|measure|measure % --channel C0|measure % --channel red|"
+          Split( "|nonsense|measure|measure % --channel C0|measure % --series x|"
+                 "measure % --times 3-2|measure % --z all|"
                  "measure % --threshold nan|measure % --threshold 12x|measure % --connectivity 6|"
                  "measure % --min-pixels -1|measure % -o ''|measure % --csv ''|measure % --log ''|"
                  "measure % --threshold multiotsu|measure % --threshold multiotsu:11|"

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <map>
 #include <memory>
@@ -89,13 +90,47 @@ std::vector<std::string> GetDifferingFolders( const std::vector<XImageMeasuremen
     return folders;
 }
 
+/// The position of a page; page n is time point n unless the image says otherwise.
+XPagePosition GetPosition( const XImageMeasurement& inImage, std::size_t inPage )
+{
+    if ( inPage < inImage.positions.size() )
+        return inImage.positions[inPage];
+    const auto number = static_cast<std::uint32_t>( inPage );
+    return { number, 0, number, 0, std::numeric_limits<double>::quiet_NaN() };
+}
+
+/// The columns that a table has only if there is something to tell apart.
+struct OptionalColumns
+{
+    bool hasParents = false;
+    bool hasFolders = false;
+    bool hasArea = false;
+    bool hasSeries = false;
+    bool hasSlices = false;
+    bool hasTimes = false;
+
+    void AddPositions( const XImageMeasurement& inImage );
+};
+
+void OptionalColumns::AddPositions( const XImageMeasurement& inImage )
+{
+    const auto areSeveral = [&]( std::uint32_t XPagePosition::*inField )
+    {
+        return std::ranges::any_of(
+            inImage.positions, [&]( const auto& inPosition ) { return inPosition.*inField > 0; } );
+    };
+    hasSeries |= areSeveral( &XPagePosition::series );
+    hasSlices |= areSeveral( &XPagePosition::slice );
+    const auto hasTime = std::ranges::any_of(
+        inImage.positions, []( const auto& inPosition ) { return !std::isnan( inPosition.seconds ); } );
+    hasTimes |= hasTime && areSeveral( &XPagePosition::time );
+}
+
 /// A table that is being filled, with its columns at hand.
 class Filler
 {
 public:
-    Filler(
-        std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea,
-        XMeasurementMemory* ioMemory );
+    Filler( std::uint32_t inChannels, const OptionalColumns& inOptional, XMeasurementMemory* ioMemory );
 
     void ReserveRows( std::uint32_t inCount ) { itsTable.ReserveRows( inCount ); }
 
@@ -113,7 +148,10 @@ private:
     XPivotOtherRowRefColumn* itsParentID = nullptr;
     XPivotStringColumn* itsName;
     XPivotStringColumn* itsFolder = nullptr;
+    XPivotUInt32Column* itsSeries = nullptr;
     XPivotUInt32Column* itsTimepoint;
+    XPivotFloatColumn* itsTime = nullptr;
+    XPivotUInt32Column* itsSlice = nullptr;
     XPivotUInt32Column* itsPixelCount;
     XPivotFloatColumn* itsArea = nullptr;
     std::array<XPivotFloatColumn*, 2> itsCentroid;
@@ -134,32 +172,41 @@ private:
         itsRowBytes += kBytesPerRow<TColumn>;
         return &itsTable.AddColumn( std::move( inColumn ) );
     }
+    template<class TColumn>
+    TColumn* AddNamed( const char* inName, const char* inUnits = "" )
+    {
+        return Add( std::make_unique<TColumn>( kPivotUserDefined, inName, XString(), inUnits ) );
+    }
     void AddPage(
-        const XString& inName, const XString& inFolder, std::uint32_t inTimepoint,
+        const XString& inName, const XString& inFolder, const XPagePosition& inPosition,
         const XPageMeasurement& inPage );
+    void AddPosition( const XPagePosition& inPosition );
     void AddParent( const XPageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow );
     void AddShape( const XObjectShape& inShape, const XPageMeasurement& inPage );
     void AddStatistics( const XPageMeasurement& inPage, std::size_t inObject );
 };
 
-Filler::Filler(
-    std::uint32_t inChannels, bool inHasParents, bool inHasFolders, bool inHasArea,
-    XMeasurementMemory* ioMemory )
+Filler::Filler( std::uint32_t inChannels, const OptionalColumns& inOptional, XMeasurementMemory* ioMemory )
     : itsMemory( ioMemory ), itsChannelCount( inChannels )
 {
     itsID = Add<XPivotRowRefColumn>( kPivotID );
-    if ( inHasParents )
+    if ( inOptional.hasParents )
     {
         itsParentID = Add<XPivotOtherRowRefColumn>( kPivotParentID );
         itsParentID->SetRowRefColumnDescriptor( itsID->GetDescriptor() );
     }
     itsName = Add<XPivotStringColumn>( kPivotName );
-    if ( inHasFolders )
-        itsFolder =
-            Add( std::make_unique<XPivotStringColumn>( kPivotUserDefined, "Folder", XString(), XString() ) );
+    if ( inOptional.hasFolders )
+        itsFolder = AddNamed<XPivotStringColumn>( "Folder" );
+    if ( inOptional.hasSeries )
+        itsSeries = AddNamed<XPivotUInt32Column>( "Series" );
     itsTimepoint = Add<XPivotUInt32Column>( kPivotTimepoint );
+    if ( inOptional.hasTimes )
+        itsTime = AddNamed<XPivotFloatColumn>( "Time", "s" );
+    if ( inOptional.hasSlices )
+        itsSlice = AddNamed<XPivotUInt32Column>( "Slice" );
     itsPixelCount = Add<XPivotUInt32Column>( kPivotPixelCount );
-    if ( inHasArea )
+    if ( inOptional.hasArea )
         itsArea = Add<XPivotFloatColumn>( kPivotArea, XString(), kSquareMicrometres );
     itsCentroid = { Add<XPivotFloatColumn>( kPivotCentroidX ), Add<XPivotFloatColumn>( kPivotCentroidY ) };
     itsLocation = { Add<XPivotUInt32Column>( kPivotXLocation ), Add<XPivotUInt32Column>( kPivotYLocation ) };
@@ -174,12 +221,12 @@ void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
 {
     const XString name = XPivotText::FromFileName( ioImage.name ),
                   folder = XPivotText::FromFileName( inFolder );
-    std::uint32_t timepoint = 0;
-    for ( auto& page : ioImage.pages )
+    for ( std::size_t i = 0; i < ioImage.pages.size(); ++i )
     {
+        auto& page = ioImage.pages[i];
         if ( itsMemory )
             itsMemory->BringBack( page );
-        AddPage( name, folder, timepoint++, page );
+        AddPage( name, folder, GetPosition( ioImage, i ), page );
         page.Release();
         if ( itsMemory )
             // Counted as the table grows, while the memory of the measurements is given back.
@@ -189,7 +236,7 @@ void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
 }
 
 void Filler::AddPage(
-    const XString& inName, const XString& inFolder, std::uint32_t inTimepoint,
+    const XString& inName, const XString& inFolder, const XPagePosition& inPosition,
     const XPageMeasurement& inPage )
 {
     const auto name = inName.GetStringView();
@@ -200,16 +247,28 @@ void Filler::AddPage(
         {
             // All columns get one value per row: a page with fewer channels leaves theirs missing.
             AddStatistics( inPage, i );
-            itsID->AppendValue( XMakeObjectIdentity( name, itsImageCount, inTimepoint, inPage, i ), true );
+            itsID->AppendValue(
+                XMakeObjectIdentity( name, itsImageCount, inPosition.number, inPage, i ), true );
             AddParent( inPage, i, firstRow );
             itsName->AppendValue( inName, true );
             if ( itsFolder )
                 itsFolder->AppendValue( inFolder, true );
-            itsTimepoint->AppendValue( inTimepoint, true );
+            AddPosition( inPosition );
             AddShape( inPage.shapes[i], inPage );
         }
     };
     XForEachChunk( inPage.shapes.size(), kTableRowsAtOnce, addRows );
+}
+
+void Filler::AddPosition( const XPagePosition& inPosition )
+{
+    itsTimepoint->AppendValue( inPosition.time, true );
+    if ( itsSeries )
+        itsSeries->AppendValue( inPosition.series, true );
+    if ( itsTime )
+        itsTime->AppendValue( inPosition.seconds, !std::isnan( inPosition.seconds ) );
+    if ( itsSlice )
+        itsSlice->AppendValue( inPosition.slice, true );
 }
 
 /// The objects of the page, whose first one is in that row, are in the table before those inside them.
@@ -273,14 +332,16 @@ XPivotTable XMakeMeasurementTable(
 {
     std::uint64_t rows = 0;
     std::uint32_t channels = 0;
-    bool hasArea = false;
+    OptionalColumns optional;
+    optional.hasParents = inSettings.children.has_value();
     for ( const auto& image : ioImages )
     {
+        optional.AddPositions( image );
         rows += image.GetObjectCount();
         for ( const auto& page : image.pages )
         {
             channels = std::max( channels, page.channels );
-            hasArea |= page.HasResolution();
+            optional.hasArea |= page.HasResolution();
         }
     }
     constexpr auto kMostRows = std::numeric_limits<std::int32_t>::max();
@@ -291,8 +352,8 @@ XPivotTable XMakeMeasurementTable(
 
     // Shown only if the names alone would not tell the images apart.
     const auto folders = GetDifferingFolders( ioImages );
-    const auto hasFolders = HaveNamesInSeveralFolders( ioImages );
-    Filler filler( channels, inSettings.children.has_value(), hasFolders, hasArea, ioMemory );
+    optional.hasFolders = HaveNamesInSeveralFolders( ioImages );
+    Filler filler( channels, optional, ioMemory );
     filler.ReserveRows( static_cast<std::uint32_t>( rows ) );
     for ( std::size_t i = 0; i < ioImages.size(); ++i )
         filler.AddImage( ioImages[i], folders[i] );

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Imaging/XImageReader.h"
 #include "Imaging/XMeasurementMemory.h"
 #include "Imaging/XPageMeasurement.h"
 #include "Pivot/Tables/XPivotTable.h"
@@ -13,14 +14,17 @@ struct KORVALE_IMAGING_API XImageMeasurement
 {
     std::string name; ///< the file's name, as UTF-8
     std::vector<XPageMeasurement> pages;
-    std::string folder = {}; ///< absolute path, as UTF-8, with slashes
+    std::string folder = {};                   ///< absolute path, as UTF-8, with slashes
+    std::vector<XPagePosition> positions = {}; ///< of the pages; empty if page n is time point n
 
     std::uint64_t GetObjectCount() const;
 };
 
 /// Makes a table with one row for each object of each page of each image, in that order; the child objects of
 /// a page follow its objects and refer to them. If images in different folders have the same name, each row
-/// also has a folder: the part of its path that is not common to all images. The table has columns for all
+/// also has a folder: the part of its path that is not common to all images. Rows have a series and a slice, counted
+/// from 0, if any page is of another than the first one, and the time in seconds if it is known for several time points.
+/// The table has columns for all
 /// channels that occur, areas if any page has a resolution, and parents if child objects were requested; rows
 /// without such a value are missing. The objects of each page are released once they are in the table, to
 /// avoid holding them twice; with `ioMemory`, kept objects are brought back first, and the table is counted.

@@ -3,13 +3,12 @@
 #include "Core/Strings/XByteCount.h"
 #include "Core/Strings/XNumberText.h"
 #include "Files/WFolders.h"
-#include "Files/WWildcards.h"
 #include "Imaging/XTIFFWriter.h"
 #include "Jobs/XProgress.h"
-#include "Measuring/ImageMeasurer.h"
 #include "Measuring/MeasurementSummary.h"
 #include "NetJobs/XNetJobDeployment.h"
 #include "Options/CommandLine.h"
+#include "Options/ImageNames.h"
 #include "Options/MemoryBudget.h"
 #include "Options/OptionChecks.h"
 #include "Support/FilePaths.h"
@@ -22,7 +21,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <tuple>
 
 namespace
 {
@@ -31,25 +29,24 @@ std::string MakeHelp()
     std::string help = "Images\n"
                        "  TIFF (8- or 16-bit unsigned, 32-bit float, any number of pages) and PNG.\n"
                        "  TIFF may be compressed with LZW, deflate or PackBits; on Linux also with\n"
-                       "  JPEG, LZMA, Zstandard, WebP or LERC. Each page is a time point, counted\n"
-                       "  from 0; the samples of a pixel are the channels C1, C2, ... Pages of reduced\n"
-                       "  resolution and masks are skipped. Min-is-white images are inverted, palettes\n"
-                       "  resolved to red, green and blue. Files whose description (OME-XML, ImageJ,\n"
-                       "  tifffile) declares several channels, slices or images are rejected;\n"
-                       "  --planes-as-times measures each of their pages as a time point. Stacks and\n"
-                       "  volumes whose planes follow a single page are always rejected.\n"
-                       "\n"
-                       "Objects\n"
-                       "  The connected pixels whose value in the chosen channel is greater than the\n"
-                       "  threshold, numbered in raster order of their first pixel; IDs count from 1\n"
-                       "  over the whole table. Coordinates are in pixels, the first pixel is 0; the\n"
-                       "  perimeter counts pixel edges; the standard deviation is the population's.\n"
-                       "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
-                       "  image; coarser ones belong to screens or paper and are ignored.\n"
-                       "  --inside finds objects inside each object by a second threshold of the\n"
-                       "  original pixels. Their rows follow the objects of their page; Parent ID\n"
-                       "  names the object around them.\n"
+                       "  JPEG, LZMA, Zstandard, WebP or LERC. Pages of reduced resolution and masks\n"
+                       "  are skipped. Min-is-white images are inverted, palettes resolved to red,\n"
+                       "  green and blue. Stacks and volumes whose planes follow a single page are\n"
+                       "  rejected.\n"
                        "\n";
+    help += ReadingOptions::kHelp;
+    help += "\n"
+            "Objects\n"
+            "  The connected pixels whose value in the chosen channel is greater than the\n"
+            "  threshold, numbered in raster order of their first pixel; IDs count from 1\n"
+            "  over the whole table. Coordinates are in pixels, the first pixel is 0; the\n"
+            "  perimeter counts pixel edges; the standard deviation is the population's.\n"
+            "  Areas need --pixel-size, or a resolution of at most 20 um per pixel in the\n"
+            "  image; coarser ones belong to screens or paper and are ignored.\n"
+            "  --inside finds objects inside each object by a second threshold of the\n"
+            "  original pixels. Their rows follow the objects of their page; Parent ID\n"
+            "  names the object around them.\n"
+            "\n";
     help += SegmentationOptions::kHelp;
     help += "\n"
             "Background\n"
@@ -97,49 +94,12 @@ std::string MakeHelp()
     return help;
 }
 
-/// The width and the height of a pixel, from "X" or "X,Y".
-std::optional<std::pair<double, double>> ParsePixelSize( const std::string& inText )
-{
-    constexpr double kLeast = 1e-6, kMost = 1e6;
-    const auto parse = []( std::string_view inPart )
-    {
-        const auto size = XParseNumber<double>( inPart );
-        return size && *size >= kLeast && *size <= kMost ? size : std::nullopt;
-    };
-    const auto comma = std::min( inText.find( ',' ), inText.size() );
-    const auto width = parse( inText.substr( 0, comma ) );
-    const auto height = comma < inText.size() ? parse( inText.substr( comma + 1 ) ) : width;
-    return width && height ? std::optional( std::pair( *width, *height ) ) : std::nullopt;
-}
-
-std::string CheckPixelSize( const std::string& inText )
-{
-    return ParsePixelSize( inText )
-        ? ""
-        : "invalid pixel size " + InQuotes( inText ) + " (expected X or X,Y in micrometres, such as 0.65)";
-}
-
 std::string CheckInsideThreshold( const std::string& inText )
 {
     const auto number = XParseNumber<double>( inText );
     return inText == "otsu" || ( number && std::isfinite( *number ) )
         ? ""
         : "invalid threshold " + InQuotes( inText ) + " (expected otsu or a number)";
-}
-
-/// The images that match the patterns.
-std::vector<std::string> ExpandWildcards( const std::vector<std::string>& inNames )
-{
-    std::vector<std::string> names;
-    for ( const auto& name : inNames )
-    {
-        const auto paths = WWildcards::Expand( PathFromUTF8( name ) );
-        if ( paths.empty() )
-            throw WrongUsage( "no file matches " + name );
-        for ( const auto& path : paths )
-            names.push_back( PathToUTF8( path ) );
-    }
-    return names;
 }
 
 /// Reports images that are listed more than once, by whatever names.
@@ -169,13 +129,9 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain( MakeHelp() );
     inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
-    inOptions.WhenParsed( [this] { itsImages = ExpandWildcards( itsImages ); } );
+    inOptions.WhenParsed( [this] { itsImages = ExpandImageNames( itsImages ); } );
     DeclareSegmentation( inOptions );
-    const auto images = inOptions.Under( "Reading" );
-    images.Add( "--pixel-size", itsPixelSize, "Pixel size in um [that of the image]" )
-        .Takes( "X[,Y]" )
-        .Check( CheckPixelSize );
-    images.AddFlag( "--planes-as-times", itsArePlanesTimes, "Measure each page as a time point" );
+    itsReading.Declare( inOptions.Under( "Reading" ) );
     const auto background = inOptions.Under( "Background subtraction" );
     background.Add( "--background", itsBackground, "Subtract the mean or minimum over all pages [none]" )
         .Takes( "mean|min" )
@@ -231,7 +187,7 @@ void MeasureCommand::DeclareSegmentation( const CommandOptions& inOptions )
         .Takes( "otsu|VALUE" )
         .Check( CheckInsideThreshold );
     children.Add( "--inside-channel", itsInsideChannel, "Channel for child objects [that of --channel]" )
-        .Takes( "Cn" )
+        .Takes( "NAME|Cn" )
         .Check( CheckChannel )
         .Needs( "--inside" );
     children.Add( "--inside-min-pixels", itsInsideLeastPixels, "Minimum size of child objects in pixels" )
@@ -272,8 +228,8 @@ int MeasureCommand::Run( Session& ioSession )
     if ( !itsControl.empty() && !Try( ioSession, itsControl, [&] { nodes = ConnectToNodes( ioSession ); } ) )
         return kFailure;
     ImageMeasurer measurer(
-        { GetReadSettings(), GetSettings(), GetBackgroundKind(), WorkerLimit( itsWorkers ),
-          itsAreFilesShared },
+        { itsReading.GetSettings(), GetSettings(), GetChannelNames(), GetBackgroundKind(),
+          WorkerLimit( itsWorkers ), itsAreFilesShared },
         overlays ? &*overlays : nullptr, std::move( nodes ), ioSession );
     auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.
@@ -289,7 +245,7 @@ int MeasureCommand::Run( Session& ioSession )
     budget.LogFigures( ioSession );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
-        PrintSummary( measurements, std::move( table ), GetSettings().objects.channel, ioSession.out );
+        PrintSummary( measurements, std::move( table ), measurer.GetChannel(), ioSession.out );
     return measurer.HasFailures() ? kFailure : kSuccess;
 }
 
@@ -343,19 +299,19 @@ XMeasureSettings MeasureCommand::GetSettings() const
     if ( itsInside.empty() )
         return settings;
     const auto channel =
-        itsInsideChannel.empty() ? settings.objects.channel : *ParseChannel( itsInsideChannel );
+        itsInsideChannel.empty() ? settings.objects.channel : ParseChannel( itsInsideChannel ).value_or( 0 );
     // "otsu" is no number: the empty value selects the automatic threshold.
     settings.children = { channel, XParseNumber<double>( itsInside ), itsInsideLeastPixels };
     return settings;
 }
 
-XImageReadSettings MeasureCommand::GetReadSettings() const
+/// The channels that are given by name.
+ImageMeasurer::ChannelNames MeasureCommand::GetChannelNames() const
 {
-    XImageReadSettings settings;
-    settings.arePagesTimes = itsArePlanesTimes;
-    if ( const auto size = ParsePixelSize( itsPixelSize ) )
-        std::tie( settings.pixelWidth, settings.pixelHeight ) = *size;
-    return settings;
+    const auto getName = []( const std::string& inText )
+    { return ParseChannel( inText ) ? std::string() : inText; };
+    const auto& channel = itsSegmentation.GetChannel();
+    return { getName( channel ), getName( itsInsideChannel.empty() ? channel : itsInsideChannel ) };
 }
 
 XPivotTable MeasureCommand::WriteFiles(

@@ -2,12 +2,13 @@
 
 #include "Commands/Command.h"
 #include "Imaging/XBackgroundAccumulator.h"
-#include "Imaging/XImageReader.h"
 #include "Imaging/XMeasurementTable.h"
 #include "Imaging/XPageMeasurement.h"
+#include "Measuring/ImageMeasurer.h"
 #include "Measuring/NodeWorkers.h"
 #include "Measuring/OverlayFiles.h"
 #include "Options/ProtectionOptions.h"
+#include "Options/ReadingOptions.h"
 #include "Options/SegmentationOptions.h"
 #include "Options/TableOutputs.h"
 
@@ -43,18 +44,17 @@ private:
     std::string itsOverlay;       // empty: none
     std::string itsMemory;        // empty: the default of the library
     std::uint32_t itsWorkers = 0; // 0: one for each logical processor
-    std::string itsPixelSize;     // empty: the pixel size of the images
-    std::string itsControl;       // empty: no nodes
+    ReadingOptions itsReading;
+    std::string itsControl; // empty: no nodes
     bool itsAreFilesShared = false;
     ProtectionOptions itsProtection;
-    bool itsArePlanesTimes = false;
     bool itsIsQuiet = false;
 
     void DeclareSegmentation( const CommandOptions& inOptions );
     void DeclareNodes( const CommandOptions& inOptions );
     std::unique_ptr<NodeWorkers> ConnectToNodes( Session& ioSession ) const;
     XMeasureSettings GetSettings() const;
-    XImageReadSettings GetReadSettings() const;
+    ImageMeasurer::ChannelNames GetChannelNames() const;
     std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
     XBackgroundKind GetBackgroundKind() const;
     std::vector<std::string> GetOutputNames() const;

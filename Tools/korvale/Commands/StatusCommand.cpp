@@ -5,6 +5,7 @@
 #include "NetJobs/XControlBridge.h"
 #include "Options/CommandLine.h"
 #include "Pivot/XPivotText.h"
+#include "Support/JSONText.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/AlignedText.h"
 #include "Terminal/Session.h"
@@ -74,19 +75,7 @@ void PrintText( const XNetJobStatus& inStatus, std::ostream& ioOut )
 
 std::string Quote( const XString& inText )
 {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string quoted = "\"";
-    for ( const char character : inText.ToUTF8() )
-    {
-        const auto code = static_cast<unsigned char>( character );
-        if ( code < 0x20 )
-            quoted += std::string( "\\u00" ) + kDigits[code / 16] + kDigits[code % 16];
-        else if ( character == '"' || character == '\\' )
-            quoted += std::string( "\\" ) + character;
-        else
-            quoted += character;
-    }
-    return quoted + '"';
+    return QuoteJSON( inText.ToUTF8() );
 }
 
 /// An array of objects; `inWrite` returns the members of one.

@@ -6,6 +6,7 @@
 #include "Jobs/XProgress.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
+#include "Support/InQuotes.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
 
@@ -28,6 +29,29 @@
 // being measured. With a background each image needs two passes with a wait between them; no other image is
 // open meanwhile.
 
+namespace
+{
+/// Such as C1 to C3, DAPI, GFP.
+std::string ListChannels( const XImageSeries& inSeries )
+{
+    auto text =
+        inSeries.channels == 1 ? std::string( "C1" ) : "C1 to C" + std::to_string( inSeries.channels );
+    for ( const auto& name : inSeries.channelNames )
+        if ( !name.empty() )
+            text += ", " + name;
+    return text;
+}
+
+/// An image of one file is not listed: naming it again measures it again.
+template<class TSetFiles>
+void AddSet( const XImageStructure& inStructure, const std::string& inPath, TSetFiles& ioSetFiles )
+{
+    if ( inStructure.files.size() > 1 )
+        for ( const auto& file : inStructure.files )
+            ioSetFiles.emplace( WFilePath::GetKey( file ), inPath );
+}
+} // namespace
+
 /// An image whose pages are being measured.
 struct ImageMeasurer::Image
 {
@@ -35,6 +59,7 @@ struct ImageMeasurer::Image
     USize number;     // among all images
     XImageReader reader;
     XImageMeasurement measurement;
+    std::vector<XMeasureSettings> settings; // of the series
     std::deque<PageRecord> pages;
     std::unique_ptr<StackBackground> background; // null without
     std::optional<SharedFile> file;              // if nodes read it
@@ -102,8 +127,8 @@ ImageMeasurer::ImageMeasurer(
     const Settings& inSettings, OverlayFiles* ioOverlays, std::unique_ptr<NodeWorkers> inNodes,
     Session& ioSession )
     : itsReading( inSettings.reading ), itsSettings( inSettings.measuring ),
-      itsBackground( inSettings.background ), itsAreFilesShared( inSettings.areFilesShared ),
-      itsOverlays( ioOverlays ), itsSession( ioSession ),
+      itsChannelNames( inSettings.channelNames ), itsBackground( inSettings.background ),
+      itsAreFilesShared( inSettings.areFilesShared ), itsOverlays( ioOverlays ), itsSession( ioSession ),
       itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
 {
 }
@@ -132,12 +157,21 @@ void ImageMeasurer::PlanOverlays( const std::vector<std::string>& inImages )
 {
     XProgress progress( inImages.size(), XProgress::kProgressWork, kProgressDelayMS );
     progress.SetTitle( "Checking overlays" );
+    SetFiles setFiles;
     for ( const auto& image : inImages )
     {
+        const auto path = PathFromUTF8( image );
         std::uint32_t pageCount = 1;
         try
         {
-            pageCount = XImageReader( PathFromUTF8( image ), itsReading ).GetPageCount();
+            if ( setFiles.contains( WFilePath::GetKey( path ) ) )
+                pageCount = 0; // See OpenImage.
+            else
+            {
+                const XImageReader reader( path, itsReading );
+                AddSet( reader.GetStructure(), image, setFiles );
+                pageCount = reader.GetPageCount();
+            }
         }
         catch ( const std::exception& )
         {
@@ -167,8 +201,20 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, USize inNumber, boo
         WaitForJobs( &progress, steps );
 }
 
+/// Each file of a set may have the description of the whole set, which is measured once.
+bool ImageMeasurer::IsOfOpenedSet( const std::string& inPath )
+{
+    const auto found = itsSetFiles.find( WFilePath::GetKey( PathFromUTF8( inPath ) ) );
+    if ( found == itsSetFiles.end() )
+        return false;
+    itsSession.ReportInfo( inPath + ": not measured again: it is a part of " + found->second );
+    return true;
+}
+
 bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
 {
+    if ( IsOfOpenedSet( inPath ) )
+        return false;
     try
     {
         std::optional<SharedFile> file;
@@ -178,8 +224,11 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
         image->file = std::move( file );
         if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->pages.size() )
             throw WImageError( "the file has changed" );
-        for ( auto& page : image->pages )
-            page.needsOverlay = itsOverlays != nullptr;
+        // Only one file is compared with that of the nodes.
+        if ( image->reader.GetStructure().files.size() > 1 )
+            image->file.reset();
+        PlanPages( *image );
+        AddSet( image->reader.GetStructure(), inPath, itsSetFiles );
         itsImages.push_back( std::move( image ) );
         return true;
     }
@@ -190,6 +239,44 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
         itsHasFailures = true;
         itsSession.ReportFailure( inPath, failure );
         return false;
+    }
+}
+
+/// The settings with the channels of a series that are given by name.
+XMeasureSettings ImageMeasurer::FindChannels( const XImageSeries& inSeries ) const
+{
+    const auto find = [&]( const std::string& inName, std::uint32_t inNumber )
+    {
+        if ( inName.empty() )
+            return inNumber;
+        const auto found = inSeries.FindChannel( inName );
+        if ( !found )
+            throw WImageError(
+                "it has no channel " + InQuotes( inName ) + " (expected " + ListChannels( inSeries ) + ")" );
+        return *found;
+    };
+    auto settings = itsSettings;
+    settings.objects.channel = find( itsChannelNames.objects, settings.objects.channel );
+    if ( settings.children )
+        settings.children->channel = find( itsChannelNames.children, settings.children->channel );
+    return settings;
+}
+
+void ImageMeasurer::PlanPages( Image& ioImage )
+{
+    ioImage.settings.resize( ioImage.reader.GetStructure().series.size(), itsSettings );
+    for ( auto& page : ioImage.pages )
+    {
+        const auto& position = ioImage.reader.GetPosition( page.number );
+        // Of a series that is not measured, no channel is missed.
+        if ( position.time == itsReading.selection.firstTime )
+            ioImage.settings[position.series] =
+                FindChannels( ioImage.reader.GetStructure().series[position.series] );
+        page.settings = &ioImage.settings[position.series];
+        if ( !itsChannel )
+            itsChannel = page.settings->objects.channel;
+        page.needsOverlay = itsOverlays != nullptr;
+        ioImage.measurement.positions.push_back( position );
     }
 }
 
@@ -237,7 +324,7 @@ void ImageMeasurer::MeasureSharedFile( Image& ioImage, XProgress& ioProgress )
 
 void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
 {
-    const MeasurePageJob::Request request{ ioImage.measurement.name, ioPage.number, itsSettings,
+    const MeasurePageJob::Request request{ ioImage.measurement.name, ioPage.number, *ioPage.settings,
                                            ioPage.needsOverlay,      ioImage.file,  itsReading };
     const auto completed = [&, this]( MeasurePageJob& ioJob, std::uint32_t inResultCode )
     {

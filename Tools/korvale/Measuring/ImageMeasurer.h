@@ -6,10 +6,13 @@
 #include "Measuring/OverlayFiles.h"
 #include "Measuring/PagePipeline.h"
 #include "Measuring/PageTask.h"
+#include "Support/FilePaths.h"
 #include "Support/WorkerLimit.h"
 
 #include <deque>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,10 +29,18 @@ class XProgress;
 class ImageMeasurer
 {
 public:
+    /// Channels given by name, which may have other numbers in each series; empty: by the number in the settings.
+    struct ChannelNames
+    {
+        std::string objects;
+        std::string children;
+    };
+
     struct Settings
     {
         XImageReadSettings reading;
         XMeasureSettings measuring;
+        ChannelNames channelNames;
         XBackgroundKind background;
         WorkerLimit workers;
         bool areFilesShared = false; ///< nodes read the images themselves
@@ -52,6 +63,9 @@ public:
     /// Holds the objects of the result, and counts the table made of them.
     XMeasurementMemory& GetMeasurementMemory() { return itsMeasurementMemory; }
 
+    /// The segmented channel, counted from 0; if it was given by name, that of the first image that has it.
+    std::uint32_t GetChannel() const { return itsChannel.value_or( itsSettings.objects.channel ); }
+
     bool HasFailures() const { return itsHasFailures; }
 
     /// The background of the last measured image; without samples if there is none.
@@ -60,12 +74,18 @@ public:
 private:
     struct Image;
 
+    /// The files of images that consist of several, with the name of the image.
+    using SetFiles = std::map<WFilePath::Key, std::string>;
+
     const XImageReadSettings itsReading;
     const XMeasureSettings itsSettings;
+    const ChannelNames itsChannelNames;
     const XBackgroundKind itsBackground;
     const bool itsAreFilesShared;
     OverlayFiles* const itsOverlays; // null if no overlays are drawn
     Session& itsSession;
+    std::optional<std::uint32_t> itsChannel;
+    SetFiles itsSetFiles; // of the images that have been opened
     bool itsHasFailures = false;
     bool itsHasReportedPixelSize = false;
     std::uint64_t itsObjectCount = 0; // of the gathered pages
@@ -74,7 +94,7 @@ private:
     XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
     std::uint32_t itsShownWorkers = 0; // of the nodes, in the bar of the image
-    const PageTask itsTask{ itsSettings, itsMemory, itsMeasurementMemory };
+    const PageTask itsTask{ itsMemory, itsMeasurementMemory };
     std::deque<std::unique_ptr<Image>> itsImages; // the images that are not complete
     /// Destroyed, with its jobs, before the data that they use.
     PagePipeline itsPipeline;
@@ -84,6 +104,9 @@ private:
     void MeasureImage( const std::string& inPath, USize inNumber, bool inIsLast );
     void PlanOverlays( const std::vector<std::string>& inImages );
     bool OpenImage( const std::string& inPath, USize inNumber );
+    bool IsOfOpenedSet( const std::string& inPath );
+    XMeasureSettings FindChannels( const XImageSeries& inSeries ) const;
+    void PlanPages( Image& ioImage );
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
     void MeasureSharedFile( Image& ioImage, XProgress& ioProgress );
     void SubmitToNodes( Image& ioImage, PageRecord& ioPage );

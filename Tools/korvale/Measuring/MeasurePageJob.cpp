@@ -40,12 +40,7 @@ public:
     {
         const XThreadLock lock( itsMutex );
         const auto isWanted = [&]( const Entry& inEntry )
-        {
-            const XImageReadSettings& settings = inEntry.settings;
-            return inEntry.file == inFile && settings.arePagesTimes == inSettings.arePagesTimes &&
-                settings.pixelWidth == inSettings.pixelWidth &&
-                settings.pixelHeight == inSettings.pixelHeight;
-        };
+        { return inEntry.file == inFile && inEntry.settings == inSettings; };
         if ( const auto found = std::ranges::find_if( itsEntries, isWanted ); found != itsEntries.end() )
             return found->reader;
         const auto reader = std::make_shared<XImageReader>( PathFromUTF8( inFile.path ), inSettings );

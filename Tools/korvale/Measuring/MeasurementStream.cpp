@@ -56,6 +56,19 @@ std::optional<double> ReadNumber( XStream& ioStream )
     return hasValue ? std::optional( value ) : std::nullopt;
 }
 
+void WriteIndex( XStream& ioStream, const std::optional<std::uint32_t>& inIndex )
+{
+    ioStream.WriteBool( inIndex.has_value() );
+    ioStream.Write32( inIndex.value_or( 0 ) );
+}
+
+std::optional<std::uint32_t> ReadIndex( XStream& ioStream )
+{
+    const bool hasValue = ioStream.ReadBool();
+    const std::uint32_t index = ioStream.Read32();
+    return hasValue ? std::optional( index ) : std::nullopt;
+}
+
 void WriteObjectSettings( XStream& ioStream, const XObjectSettings& inSettings )
 {
     const auto& [channel, threshold, leastPixels] = inSettings;
@@ -270,10 +283,16 @@ XMeasureSettings MeasurementStream::ReadSettings( XStream& ioStream )
 
 void MeasurementStream::WriteReadSettings( XStream& ioStream, const XImageReadSettings& inSettings )
 {
-    const auto& [arePagesTimes, pixelWidth, pixelHeight] = inSettings;
+    const auto& [arePagesTimes, pixelWidth, pixelHeight, selection] = inSettings;
     ioStream.WriteBool( arePagesTimes );
     ioStream.WriteFloat64S( pixelWidth );
     ioStream.WriteFloat64S( pixelHeight );
+    const auto& [series, firstTime, lastTime, sliceMode, slice] = selection;
+    WriteIndex( ioStream, series );
+    ioStream.Write32( firstTime );
+    ioStream.Write32( lastTime );
+    ioStream.Write8( static_cast<std::uint8_t>( sliceMode ) );
+    WriteIndex( ioStream, slice );
 }
 
 XImageReadSettings MeasurementStream::ReadReadSettings( XStream& ioStream )
@@ -282,6 +301,13 @@ XImageReadSettings MeasurementStream::ReadReadSettings( XStream& ioStream )
     settings.arePagesTimes = ioStream.ReadBool();
     settings.pixelWidth = ioStream.ReadFloat64S();
     settings.pixelHeight = ioStream.ReadFloat64S();
+    settings.selection.series = ReadIndex( ioStream );
+    settings.selection.firstTime = ioStream.Read32();
+    settings.selection.lastTime = ioStream.Read32();
+    const std::uint8_t sliceMode = ioStream.Read8();
+    RequireStored( sliceMode <= static_cast<std::uint8_t>( XSliceMode::kSum ) );
+    settings.selection.sliceMode = static_cast<XSliceMode>( sliceMode );
+    settings.selection.slice = ReadIndex( ioStream );
     return settings;
 }
 

@@ -15,6 +15,7 @@ struct PageRecord
 {
     std::uint32_t number = 0; ///< counted from 0
     bool needsOverlay = false;
+    const XMeasureSettings* settings = nullptr; ///< with the channels of its series
 
     CachedPage samples;                   ///< with a background, from reading to measuring
     XPageMeasurement measurement;         ///< empty after a failure

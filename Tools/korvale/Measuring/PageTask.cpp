@@ -8,9 +8,8 @@
 
 #include <utility>
 
-PageTask::PageTask(
-    const XMeasureSettings& inSettings, XPageMemory& ioPages, XMeasurementMemory& ioMeasurements )
-    : itsSettings( inSettings ), itsPages( ioPages ), itsMeasurements( ioMeasurements )
+PageTask::PageTask( XPageMemory& ioPages, XMeasurementMemory& ioMeasurements )
+    : itsPages( ioPages ), itsMeasurements( ioMeasurements )
 {
 }
 
@@ -54,7 +53,7 @@ void PageTask::Prepare( PageRecord& ioPage, const StackBackground& inBackground 
 
 void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const
 {
-    auto measured = MeasurePageSamples( inSamples, itsSettings, ioPage.needsOverlay );
+    auto measured = MeasurePageSamples( inSamples, *ioPage.settings, ioPage.needsOverlay );
     if ( !ioPage.samples.IsEmpty() )
         ioPage.samples.CheckIntact(); // While they are locked.
     inSamples = {};                   // Others may be waiting for its memory.

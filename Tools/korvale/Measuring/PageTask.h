@@ -17,7 +17,7 @@ class PageTask
 {
 public:
     /// The arguments must outlive the task.
-    PageTask( const XMeasureSettings& inSettings, XPageMemory& ioPages, XMeasurementMemory& ioMeasurements );
+    PageTask( XPageMemory& ioPages, XMeasurementMemory& ioMeasurements );
 
     /// Reads a page into its record and adds it to the background of its stack.
     void Load(
@@ -45,7 +45,6 @@ public:
         XProgress& ioProgress ) const;
 
 private:
-    const XMeasureSettings& itsSettings;
     XPageMemory& itsPages;
     XMeasurementMemory& itsMeasurements;
 

@@ -6,6 +6,7 @@
 #include "Imaging/XLocalThreshold.h"
 #include "Imaging/XMedianFilter.h"
 #include "Options/CommandLine.h"
+#include "Options/ReadingOptions.h"
 #include "Support/InQuotes.h"
 
 #include <algorithm>
@@ -117,24 +118,11 @@ std::string CheckMethod( const std::string& inText )
 }
 } // namespace
 
-std::optional<std::uint32_t> ParseChannel( std::string_view inText )
-{
-    if ( !inText.starts_with( 'C' ) && !inText.starts_with( 'c' ) )
-        return std::nullopt;
-    const auto number = XParseNumber<std::uint32_t>( inText.substr( 1 ) );
-    return number && *number > 0 ? std::optional( *number - 1 ) : std::nullopt;
-}
-
-std::string CheckChannel( const std::string& inText )
-{
-    return ParseChannel( inText ) ? "" : "invalid channel " + InQuotes( inText ) + " (expected C1, C2, ...)";
-}
-
 void SegmentationOptions::Declare( const CommandOptions& inOptions )
 {
     const auto objects = inOptions.Under( "Segmentation" );
     objects.Add( "--channel", itsChannel, "Channel to segment" )
-        .Takes( "Cn" )
+        .Takes( "NAME|Cn" )
         .Check( CheckChannel )
         .ShowsDefault();
     objects.Add( "--threshold", itsThreshold, "Method (see Thresholds) or a value" )
@@ -179,7 +167,7 @@ void SegmentationOptions::DeclareCleaning( const CommandOptions& inOptions )
 XSegmentationSettings SegmentationOptions::GetSettings() const
 {
     XSegmentationSettings settings;
-    settings.channel = *ParseChannel( itsChannel );
+    settings.channel = ParseChannel( itsChannel ).value_or( 0 );
     settings.filters = itsFilters;
     if ( const auto value = XParseNumber<double>( itsThreshold ) )
         settings.threshold = *value * itsScale;

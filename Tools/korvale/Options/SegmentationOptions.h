@@ -18,7 +18,11 @@ public:
 
     void Declare( const CommandOptions& inOptions );
 
+    /// Without a channel that is given by name.
     XSegmentationSettings GetSettings() const;
+
+    /// The channel, a name or a number such as C1.
+    const std::string& GetChannel() const { return itsChannel; }
 
 private:
     std::string itsChannel = "C1";
@@ -30,9 +34,3 @@ private:
     void DeclareFilters( const CommandOptions& inOptions );
     void DeclareCleaning( const CommandOptions& inOptions );
 };
-
-/// The index of a channel name such as C1.
-std::optional<std::uint32_t> ParseChannel( std::string_view inText );
-
-/// Checks the name of a channel; returns the error, empty if there is none.
-std::string CheckChannel( const std::string& inText );

@@ -4,6 +4,7 @@
 #include "Commands/ControlCommand.h"
 #include "Commands/ExportCommand.h"
 #include "Commands/FilterCommand.h"
+#include "Commands/InfoCommand.h"
 #include "Commands/KeysCommand.h"
 #include "Commands/MeasureCommand.h"
 #include "Commands/NodeCommand.h"
@@ -41,6 +42,7 @@ Commands DeclareCommands( CommandLine& ioLine )
     Commands commands;
     commands.push_back( std::make_unique<SampleCommand>() );
     commands.push_back( std::make_unique<MeasureCommand>() );
+    commands.push_back( std::make_unique<InfoCommand>() );
     commands.push_back( std::make_unique<ShowCommand>() );
     commands.push_back( std::make_unique<PivotCommand>() );
     commands.push_back( std::make_unique<SortCommand>() );

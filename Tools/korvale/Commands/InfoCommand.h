@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Commands/Command.h"
+
+#include <string>
+#include <vector>
+
+/// `korvale info`: prints the structure of images.
+class InfoCommand : public Command
+{
+public:
+    const char* GetName() const override { return "info"; }
+    const char* GetSummary() const override { return "Prints the structure of images."; }
+    void Declare( const CommandOptions& inOptions ) override;
+    CommandFiles GetFiles() const override { return { itsImages, {} }; }
+    int Run( Session& ioSession ) override;
+
+private:
+    std::vector<std::string> itsImages;
+    bool itsIsJSON = false;
+};
