@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 // OME-XML: OME > Image > Pixels > Channel, TiffData (> UUID) and Plane. Elements are recognised by their depth, because
 // annotations may contain elements of any name. TiffData maps consecutive directories of a file to planes, from a first
@@ -41,6 +42,14 @@ std::optional<std::uint64_t> GetNumber( const Attributes& inAttributes, std::str
     return number;
 }
 
+constexpr auto kNotANumber = std::numeric_limits<double>::quiet_NaN();
+
+/// NaN for other texts.
+double ParseReal( std::string_view inText )
+{
+    return XParseNumber<double>( XTrim( inText ) ).value_or( kNotANumber );
+}
+
 /// The count of a dimension, 1 if it is not declared.
 std::uint64_t GetCount( const Attributes& inAttributes, std::string_view inName )
 {
@@ -58,10 +67,10 @@ double GetQuantity(
     std::optional<double> ( *inGetFactor )( std::string_view ) )
 {
     const auto* const text = FindAttribute( inAttributes, inName );
-    const auto number = text ? XParseNumber<double>( XTrim( *text ) ) : std::nullopt;
+    const auto number = text ? ParseReal( *text ) : 0;
     const auto* const unit = FindAttribute( inAttributes, inName + "Unit" );
     const auto factor = inGetFactor( unit ? std::string_view( *unit ) : inDefaultUnit );
-    return number && std::isfinite( *number ) && *number > 0 ? *number * factor.value_or( 0 ) : 0;
+    return std::isfinite( number ) && number > 0 ? number * factor.value_or( 0 ) : 0;
 }
 
 /// "XYCZT" as "CZT".
@@ -181,13 +190,13 @@ void OMEVisitor::AddPlane( const Attributes& inAttributes )
 {
     const auto* const delta = FindAttribute( inAttributes, "DeltaT" );
     const auto* const unit = FindAttribute( inAttributes, "DeltaTUnit" );
-    const auto number = delta ? XParseNumber<double>( XTrim( *delta ) ) : std::nullopt;
+    const auto number = delta ? ParseReal( *delta ) : kNotANumber;
     const auto factor = XGetSeconds( unit ? std::string_view( *unit ) : "s" );
-    if ( !number || !std::isfinite( *number ) || !factor )
+    if ( !std::isfinite( number ) || !factor )
         return;
     const auto get = [&]( std::string_view inName )
     { return GetNumber( inAttributes, inName ).value_or( 0 ); };
-    GetSeries().planeTimes.push_back( { get( "TheC" ), get( "TheZ" ), get( "TheT" ), *number * *factor } );
+    GetSeries().planeTimes.push_back( { get( "TheC" ), get( "TheZ" ), get( "TheT" ), number * *factor } );
 }
 } // namespace
 
