@@ -102,11 +102,10 @@ WImagePage XImageReader::ReadPlanes(
 {
     const auto& series = itsStructure.series[inPosition.series];
     const auto* const places = series.GetPages( inPosition.slice, inPosition.time );
-    const auto mode = itsSettings.selection.sliceMode;
-    const auto slices = mode == XSliceMode::kEach ? 1 : series.slices;
-    const auto isSum = mode == XSliceMode::kMean || mode == XSliceMode::kSum;
+    const auto slices = itsSettings.selection.sliceMode == XSliceMode::kEach ? 1 : series.slices;
+    const auto mode = slices > 1 ? itsSettings.selection.sliceMode : XSliceMode::kEach;
     const auto count = slices * series.GetPagesPerPlane();
-    if ( count == 1 && !isSum )
+    if ( count == 1 )
         return ReadStored( places[0], series, inProgress, inAllocator );
     const auto readStored = [&]( std::uint32_t inIndex, const WImagePage::Allocator& inPartAllocator )
     {

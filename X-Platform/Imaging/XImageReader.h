@@ -16,8 +16,8 @@ enum class XSliceMode
 {
     kEach,    ///< each slice is a page
     kMaximum, ///< one page of the largest values; NaN if there is one
-    kMean,    ///< one page of the means, as 32-bit float
-    kSum      ///< one page of the sums, as 32-bit float
+    kMean,    ///< one page of the means, as 32-bit float unless there is only one slice
+    kSum      ///< one page of the sums, as 32-bit float unless there is only one slice
 };
 
 /// The part of an image to read; numbers count from 0.

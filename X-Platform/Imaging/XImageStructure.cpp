@@ -145,8 +145,9 @@ XImageSeries MakeSeries( const WImageFile::Layout& inLayout )
     XImageSeries series;
     series.width = inLayout.width;
     series.height = inLayout.height;
+    // A page without samples is refused when it is read.
     series.channelsPerPage =
-        static_cast<std::uint32_t>( std::min<std::uint64_t>( inLayout.channels, 65535 ) );
+        static_cast<std::uint32_t>( std::clamp<std::uint64_t>( inLayout.channels, 1, 65535 ) );
     series.channels = series.channelsPerPage;
     series.sampleType = inLayout.sampleType;
     if ( inLayout.pixelWidth > 0 && inLayout.pixelHeight > 0 )
@@ -244,6 +245,20 @@ XImageStructure MakePages( const WImageFile& inFile, const std::filesystem::path
     for ( std::uint32_t page = 0; page < series.times; ++page )
         series.pages[page].page = page;
     return structure;
+}
+
+/// The message of a failure names the file.
+std::unique_ptr<WImageFile> OpenOfSet( const std::filesystem::path& inPath, const std::string& inName )
+{
+    try
+    {
+        return WImageFile::Open( inPath );
+    }
+    catch ( const WImageError& error )
+    {
+        throw XNotTimePointsError(
+            "the file " + inName + ", which has planes of it, cannot be read: " + error.what() );
+    }
 }
 
 /// Compares a description with the file and assigns its pages.
@@ -413,7 +428,7 @@ std::uint32_t StructureBuilder::OpenFile( const std::string& inName )
     std::error_code error;
     if ( !std::filesystem::is_regular_file( path, error ) )
         throw XNotTimePointsError( "the file " + inName + ", which has planes of it, is missing" );
-    const auto file = WImageFile::Open( path );
+    const auto file = OpenOfSet( path, inName );
     const auto index = static_cast<std::uint32_t>( itsFiles.size() );
     itsFiles.emplace_back( *file );
     itsStructure.files.push_back( path );

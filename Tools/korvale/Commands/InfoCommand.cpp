@@ -27,8 +27,11 @@ ImageInfo ReadInfo( const std::string& inPath )
 {
     const auto path = PathFromUTF8( inPath );
     const auto image = WImageFile::Open( path );
-    return {
+    ImageInfo info{
         inPath, image->GetFormatName(), image->GetSkippedCount(), XImageStructure::Read( *image, path ) };
+    if ( info.structure.series[0].width == 0 || info.structure.series[0].height == 0 )
+        throw WImageError( "it is damaged: its size is missing" );
+    return info;
 }
 
 std::string FormatNumber( double inNumber )

@@ -207,6 +207,7 @@ bool ImageMeasurer::IsOfOpenedSet( const std::string& inPath )
     const auto found = itsSetFiles.find( WFilePath::GetKey( PathFromUTF8( inPath ) ) );
     if ( found == itsSetFiles.end() )
         return false;
+    WaitForJobs(); // What went wrong before is told before.
     itsSession.ReportInfo( inPath + ": not measured again: it is a part of " + found->second );
     return true;
 }

@@ -16,8 +16,9 @@ const char* const ReadingOptions::kHelp =
     "  each page is a time point. Series, time points and slices count from 0; the\n"
     "  table has columns for them where there are several, and the time in seconds\n"
     "  where the file has it. --z max, mean and sum combine the slices; mean and sum\n"
-    "  are 32-bit floats. korvale info prints the structure. A file that contradicts\n"
-    "  its description is rejected; --planes-as-times ignores the description.\n";
+    "  of several slices are 32-bit floats. korvale info prints the structure. A file\n"
+    "  that contradicts its description is rejected; --planes-as-times ignores the\n"
+    "  description.\n";
 
 namespace
 {

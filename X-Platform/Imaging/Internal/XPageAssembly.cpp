@@ -98,7 +98,9 @@ WImagePage XPageAssembly::Read( const XReadStored& inRead, const WImagePage::All
         const auto stored = inRead( i, allocate );
         if ( i == 0 )
             format = stored;
-        if ( !stored.HasSameLayout( format ) )
+        const auto isOfSeries = stored.width == series.width && stored.height == series.height &&
+            stored.channels == series.channelsPerPage;
+        if ( !isOfSeries || !stored.HasSameLayout( format ) )
             throw WImageError( "its pages differ in size or type, though they are one image" );
         const auto firstChannel = i % static_cast<std::uint32_t>( pagesPerPlane ) * series.channelsPerPage;
         Combine( stored, firstChannel, series.channels, i < pagesPerPlane, sliceMode, page.samples.get() );
