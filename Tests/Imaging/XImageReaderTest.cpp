@@ -68,7 +68,7 @@ std::string ReadAll( const std::filesystem::path& inPath, const XImageSelection&
 }
 } // namespace
 
-TEST( XImageReader, PutsChannelsTogetherAndSelects )
+TEST( XImageReaderTest, PutsChannelsTogetherAndSelects )
 {
     const TestFolder folder;
     const auto path = folder.Write( "stack.tif", MakeHyperstack() );
@@ -92,7 +92,7 @@ TEST( XImageReader, PutsChannelsTogetherAndSelects )
     EXPECT_EQ( refuse( { .slice = 3 } ), "it has no slice 3: it has 3, counted from 0" );
 }
 
-TEST( XImageReader, RefusesToPutPagesOfSeveralSizesTogether )
+TEST( XImageReaderTest, RefusesToPutPagesOfSeveralSizesTogether )
 {
     const TestFolder folder;
     const auto path = folder.Write( "stack.tif", MakeHyperstack( 3 ) );

@@ -72,7 +72,7 @@ std::string MakeOME( const std::string& inContents )
 }
 } // namespace
 
-TEST( XImageStructure, OfImageJHasItsDimensionsAndCalibration )
+TEST( XImageStructureTest, OfImageJHasItsDimensionsAndCalibration )
 {
     EXPECT_EQ( GetSizes( "ImageJ=1.53t\nimages=5\nframes=5\nhyperstack=true\n", 5 ), "1 1 5" );
     EXPECT_EQ( GetSizes( "ImageJ=1.53t\nimages=5\nunit=micron\n", 5 ), "1 1 5" );
@@ -110,7 +110,7 @@ TEST( XImageStructure, OfImageJHasItsDimensionsAndCalibration )
     EXPECT_EQ( GetSizes( stack, 1, 1, true, 4 ), "1 1 1" );
 }
 
-TEST( XImageStructure, OfArraysHasTheirNamedAxes )
+TEST( XImageStructureTest, OfArraysHasTheirNamedAxes )
 {
     EXPECT_EQ( GetSizes( "{\"shape\": [5, 40, 30]}", 5 ), "1 1 5" );
     EXPECT_EQ( GetSizes( "{\"shape\": [5, 40, 30, 3]}", 5, 3 ), "3 1 5" );
@@ -141,7 +141,7 @@ TEST( XImageStructure, OfArraysHasTheirNamedAxes )
         "its description declares 2 channels, but it has 6 pages" );
 }
 
-TEST( XImageStructure, OfOMEHasItsDimensionsAndCalibration )
+TEST( XImageStructureTest, OfOMEHasItsDimensionsAndCalibration )
 {
     EXPECT_EQ( GetSizes( MakeOME( MakePixels( "SizeC='1' SizeZ='1' SizeT='7'" ) ), 7 ), "1 1 7" );
     EXPECT_EQ( GetSizes( MakeOME( MakePixels( "SizeT = \" 7 \"" ) ), 7 ), "1 1 7" );
@@ -172,7 +172,7 @@ TEST( XImageStructure, OfOMEHasItsDimensionsAndCalibration )
     EXPECT_EQ( series.GetTime( 0, 1 ), 130 );
 }
 
-TEST( XImageStructure, FollowsThePlaneMap )
+TEST( XImageStructureTest, FollowsThePlaneMap )
 {
     const auto make = []( const std::string& inMap )
     { return MakeOME( MakePixels( "SizeC='2' SizeT='3' DimensionOrder='XYCZT'", inMap ) ); };
@@ -215,7 +215,7 @@ TEST( XImageStructure, FollowsThePlaneMap )
         EXPECT_EQ( GetRefusal( make( map ), 6 ), refusal ) << map;
 }
 
-TEST( XImageStructure, FindsPlanesInOtherFilesOfASet )
+TEST( XImageStructureTest, FindsPlanesInOtherFilesOfASet )
 {
     const TestFolder folder;
     WImagePage page{ { 30, 40, 1, WImageFormat::kUInt8 }, WImagePage::AllocateFromHeap( 1200 ) };
@@ -235,7 +235,7 @@ TEST( XImageStructure, FindsPlanesInOtherFilesOfASet )
     EXPECT_EQ( structure.series[0].GetPlane( 0, 0, 1 ).file, 1u );
 }
 
-TEST( XImageStructure, RefusesOMEThatContradictsThePagesOrIsDamaged )
+TEST( XImageStructureTest, RefusesOMEThatContradictsThePagesOrIsDamaged )
 {
     const auto refuse = []( const std::string& inSizes, std::uint32_t inPages, std::uint64_t inSamples = 1 )
     { return GetRefusal( MakeOME( MakePixels( inSizes ) ), inPages, inSamples ); };
