@@ -13,7 +13,7 @@
 
 namespace
 {
-constexpr auto kBits = XPixelMask::kWordBits;
+constexpr auto kMaskBits = XPixelMask::kWordBits;
 
 /// A page of bytes: 1 for the pixels of the mask.
 WImagePage MakePage( const XPixelMask& inMask )
@@ -30,7 +30,7 @@ WImagePage MakePage( const XPixelMask& inMask )
             const auto bits = inMask.GetRow( inRow );
             auto* const samples = page.GetSamples<std::uint8_t>() + std::size_t{ inRow } * page.width;
             for ( std::uint32_t x = 0; x < page.width; ++x )
-                samples[x] = bits[x / kBits] >> x % kBits & 1;
+                samples[x] = bits[x / kMaskBits] >> x % kMaskBits & 1;
         } );
     return page;
 }
@@ -38,8 +38,8 @@ WImagePage MakePage( const XPixelMask& inMask )
 /// The columns of a word that are inside the page.
 std::uint64_t GetValidBits( std::uint32_t inWidth, std::size_t inWord )
 {
-    const auto rest = inWidth - inWord * kBits;
-    return rest < kBits ? ( std::uint64_t{ 1 } << rest ) - 1 : ~std::uint64_t{ 0 };
+    const auto rest = inWidth - inWord * kMaskBits;
+    return rest < kMaskBits ? ( std::uint64_t{ 1 } << rest ) - 1 : ~std::uint64_t{ 0 };
 }
 
 XPixelMask Invert( const XPixelMask& inMask )
@@ -59,7 +59,7 @@ void SetRun( const XPixelRun& inRun, XPixelMask& ioMask )
 {
     const auto bits = ioMask.GetRow( inRun.row );
     for ( auto x = inRun.first; x < inRun.end; ++x )
-        bits[x / kBits] |= std::uint64_t{ 1 } << x % kBits;
+        bits[x / kMaskBits] |= std::uint64_t{ 1 } << x % kMaskBits;
 }
 } // namespace
 

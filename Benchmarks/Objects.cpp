@@ -1,0 +1,158 @@
+// Steps of segmentation on a page of 2048 x 2048 pixels of 16 bits beside OpenCV on one thread. Its nearest equivalents
+// are a median of a square instead of a disc, of 5 x 5 pixels in 16 bits or 7 x 7 in 8, and a top-hat with a filled
+// ellipse. Peers/objects.py times the same steps of scikit-image; its figures, processor time, are printed first.
+
+#include "Imaging/XAutomaticThreshold.h"
+#include "Imaging/XDiscMorphology.h"
+#include "Imaging/XGaussianFilter.h"
+#include "Imaging/XLocalThreshold.h"
+#include "Imaging/XMaskMorphology.h"
+#include "Imaging/XMedianFilter.h"
+#include "Imaging/XTIFFWriter.h"
+#include "Startup/WInitCore.h"
+
+#include <benchmark/benchmark.h>
+#include <opencv2/imgproc.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+
+namespace
+{
+constexpr std::uint32_t kSide = 2048;
+
+/// Bright squares on a slope with noise.
+WImagePage MakePage()
+{
+    WImagePage page;
+    page.width = page.height = kSide;
+    page.channels = 1;
+    page.type = WImageFormat::kUInt16;
+    page.Allocate( std::numeric_limits<std::uint64_t>::max() );
+    std::mt19937 random( 1 );
+    std::normal_distribution<double> noise( 2000, 300 );
+    auto* const samples = page.GetSamples<std::uint16_t>();
+    for ( std::uint32_t y = 0; y < kSide; ++y )
+        for ( std::uint32_t x = 0; x < kSide; ++x )
+        {
+            const auto object = x / 40 % 2 != 0 && y / 40 % 2 != 0 ? 6000 : 0;
+            samples[std::size_t{ y } * kSide + x] =
+                static_cast<std::uint16_t>( std::max( noise( random ), 0.0 ) + y + object );
+        }
+    return page;
+}
+
+const WImagePage& GetPage()
+{
+    static const auto sPage = MakePage();
+    return sPage;
+}
+
+cv::Mat GetMatrix()
+{
+    return cv::Mat( kSide, kSide, CV_16U, const_cast<std::byte*>( GetPage().samples.get() ) );
+}
+
+template<class TWork>
+void Add( const std::string& inName, TWork inWork )
+{
+    benchmark::RegisterBenchmark(
+        inName.c_str(),
+        [inWork]( benchmark::State& ioState )
+        {
+            for ( auto _ : ioState )
+                inWork();
+        } )
+        ->Unit( benchmark::kMillisecond );
+}
+
+void AddFilters()
+{
+    const auto& page = GetPage();
+    for ( const int sigma : { 2, 20 } )
+    {
+        Add( "Gaussian/" + std::to_string( sigma ) + "/Korvale",
+             [&page, sigma] { XSmoothChannel( page, 0, sigma ); } );
+        const auto blur = [sigma]
+        {
+            cv::Mat result;
+            cv::GaussianBlur( GetMatrix(), result, { 0, 0 }, sigma, sigma, cv::BORDER_REPLICATE );
+        };
+        Add( "Gaussian/" + std::to_string( sigma ) + "/OpenCV", blur );
+    }
+    for ( const std::uint32_t radius : { 1u, 2u, 3u, 4u, 5u, 10u } )
+        Add( "Median/" + std::to_string( radius ) + "/Korvale",
+             [&page, radius] { XFilterMedian( page, 0, radius ); } );
+    Add( "Median/5x5/OpenCV",
+         []
+         {
+             cv::Mat result;
+             cv::medianBlur( GetMatrix(), result, 5 );
+         } );
+    const auto medianOfBytes = []
+    {
+        cv::Mat bytes, result;
+        GetMatrix().convertTo( bytes, CV_8U, 1.0 / 64 );
+        cv::medianBlur( bytes, result, 7 );
+    };
+    Add( "Median/7x7 of bytes/OpenCV", medianOfBytes );
+    Add( "TopHat/25/Korvale", [&page] { XTopHatChannel( page, 0, 25 ); } );
+    const auto topHat = []
+    {
+        cv::Mat result;
+        cv::morphologyEx(
+            GetMatrix(), result, cv::MORPH_TOPHAT,
+            cv::getStructuringElement( cv::MORPH_ELLIPSE, { 51, 51 } ) );
+    };
+    Add( "TopHat/25/OpenCV", topHat );
+}
+
+void AddThresholds()
+{
+    using enum XThresholdMethod;
+    const auto& page = GetPage();
+    static const auto sFloats = XSmoothChannel( page, 0, 2 );
+    const std::pair<std::string, XThresholdMethod> methods[] = {
+        { "otsu", kOtsu }, { "li", kLi },           { "triangle", kTriangle },
+        { "yen", kYen },   { "isodata", kIsodata }, { "multiotsu", kMultiOtsu } };
+    for ( const auto& [name, method] : methods )
+        for ( const auto* image : { &page, &sFloats } )
+            Add( "Threshold/" + name + ( image == &page ? "/16 bits" : "/float" ) + "/Korvale",
+                 [image, chosen = method] { XGetAutomaticThreshold( *image, 0, { .method = chosen } ); } );
+    Add( "Threshold/local:35/Korvale",
+         [&page] { XMarkLocally( page, 0, { .method = kLocal, .size = 35 }, 32767.5 ); } );
+    Add( "Threshold/sauvola:25/Korvale",
+         [&page] { XMarkLocally( page, 0, { .method = kSauvola, .size = 25 }, 32767.5 ); } );
+    Add( "Clean/open 3, fill/Korvale",
+         [&page] { XCleanMask( XMarkPixels( page, 0, 6000 ), { .openRadius = 3, .fillsHoles = true } ); } );
+}
+
+/// Runs the peer that is a script, on the same page.
+void RunScript()
+{
+    const auto path = std::filesystem::temp_directory_path() /
+        ( "korvale-bench-" + std::to_string( std::random_device()() ) + ".tif" );
+    {
+        WFile file( path, WFile::kCreate );
+        XTIFFWriter( file ).WritePage( GetPage() );
+    }
+    const auto command = std::string( "/usr/bin/python3 " KORVALE_PEERS_DIR "/objects.py " ) + path.string();
+    if ( std::system( command.c_str() ) != 0 )
+        std::fputs( "no scikit-image\n", stderr );
+    std::filesystem::remove( path );
+}
+} // namespace
+
+int main( int inCount, char** inArguments )
+{
+    const WInitCore core;
+    benchmark::Initialize( &inCount, inArguments );
+    cv::setNumThreads( 1 );
+    AddFilters();
+    AddThresholds();
+    RunScript();
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
