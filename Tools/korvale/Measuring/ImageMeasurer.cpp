@@ -289,18 +289,22 @@ void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
     for ( std::uint32_t number = 0; number < pageCount; ++number )
     {
         auto& page = ioImage.pages[number];
-        const auto run = [&, this]( XProgress& ioSteps )
+        const auto isOnNode = std::make_shared<bool>( false );
+        const auto run = [&, isOnNode, this]( XProgress& ioSteps )
         {
             if ( !HasNodes() )
                 return itsTask.Measure( page, ioImage.reader, ioSteps );
             itsTask.Read( page, ioImage.reader, ioSteps );
-            SubmitToNodes( ioImage, page );
+            *isOnNode = MeasureOnNode( ioImage, page );
+            if ( !*isOnNode )
+                itsTask.MeasureRead( page );
         };
-        const auto complete = [&, this]( std::uint32_t inResultCode )
+        const auto complete = [&page, isOnNode]( std::uint32_t )
         {
-            // A page that a node has may be gone already.
-            if ( !HasNodes() || inResultCode != 0 )
-                page.isDone = true;
+            if ( *isOnNode )
+                return; // The page may be gone already.
+            page.samples.Drop();
+            page.isDone = true;
         };
         // After the last page the image may be gone.
         Submit( { ioImage.measurement.name, number, run, complete }, page, number + 1, ioProgress );
@@ -321,6 +325,15 @@ void ImageMeasurer::MeasureSharedFile( Image& ioImage, XProgress& ioProgress )
         // After the last page the image may be gone.
         Gather();
     }
+}
+
+/// Returns false for a page that is too large for the network: this process measures it.
+bool ImageMeasurer::MeasureOnNode( Image& ioImage, PageRecord& ioPage )
+{
+    if ( ioPage.samples.GetFormat().GetByteCount() > MeasurePageJob::kMostBytes )
+        return false;
+    SubmitToNodes( ioImage, ioPage );
+    return true;
 }
 
 void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
@@ -402,18 +415,21 @@ void ImageMeasurer::MeasureLoadedPages( Image& ioImage, XProgress& ioProgress )
             page.isDone = true;
             continue;
         }
-        const auto run = [&, this]( XProgress& ioSteps )
+        const auto isOnNode = std::make_shared<bool>( false );
+        const auto run = [&, isOnNode, this]( XProgress& ioSteps )
         {
             if ( !HasNodes() )
                 return itsTask.MeasureLoaded( page, *ioImage.background, ioSteps );
-            itsTask.Prepare( page, *ioImage.background );
+            itsTask.SubtractBackground( page, *ioImage.background );
             ioSteps.Increment();
-            SubmitToNodes( ioImage, page );
+            *isOnNode = MeasureOnNode( ioImage, page );
+            if ( !*isOnNode )
+                itsTask.MeasureRead( page );
         };
-        const auto complete = [&, this]( std::uint32_t inResultCode )
+        const auto complete = [&page, isOnNode]( std::uint32_t )
         {
-            if ( HasNodes() && inResultCode == 0 )
-                return; // A node has it.
+            if ( *isOnNode )
+                return; // The page may be gone already.
             page.samples.Drop();
             page.isDone = true;
         };

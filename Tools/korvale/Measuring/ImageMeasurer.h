@@ -109,6 +109,7 @@ private:
     void PlanPages( Image& ioImage );
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
     void MeasureSharedFile( Image& ioImage, XProgress& ioProgress );
+    bool MeasureOnNode( Image& ioImage, PageRecord& ioPage );
     void SubmitToNodes( Image& ioImage, PageRecord& ioPage );
     void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );
     void LoadPages( Image& ioImage, XProgress& ioProgress );

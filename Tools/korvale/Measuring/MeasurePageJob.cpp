@@ -4,6 +4,7 @@
 #include "Core/Streams/XMemStream.h"
 #include "Jobs/XProgress.h"
 #include "Measuring/MeasurementStream.h"
+#include "Services/XAppAndComputerInfo.h"
 #include "Support/ClassNumbers.h"
 #include "Support/FilePaths.h"
 #include "Terminal/ProgressDisplay.h"
@@ -235,15 +236,29 @@ void MeasurePageJob::Measure( MeasurePageResult& outResult )
 /// The file is compared before and after reading.
 WImagePage MeasurePageJob::ReadFile( double& outIgnoredPixelSize ) const
 {
-    itsRequest.file->Check();
+    CheckFile();
     const auto reader = OpenFiles::Get().Open( *itsRequest.file, itsRequest.reading );
     if ( itsRequest.page >= reader->GetPageCount() )
         throw WImageError( "the file has changed" );
     const auto allocate = []( std::uint64_t inBytes ) { return GetNodeMemory().Allocate( inBytes ); };
     WImagePage page = reader->ReadPage( itsRequest.page, allocate );
-    itsRequest.file->Check();
+    CheckFile();
     outIgnoredPixelSize = reader->GetIgnoredPixelSize();
     return page;
+}
+
+/// Whatever is wrong with the file is so on this computer.
+void MeasurePageJob::CheckFile() const
+{
+    try
+    {
+        itsRequest.file->Check();
+    }
+    catch ( ... )
+    {
+        const XAppVersion::XAppAndComputerInfo info = XAppVersion::XAppAndComputerInfo::GetCurrent();
+        throw WImageError( "on " + info.GetComputerName().ToUTF8() + ": " + DescribeCurrentException().text );
+    }
 }
 
 void MeasurePageJob::JobCompleteSelf( std::uint32_t inResultCode )

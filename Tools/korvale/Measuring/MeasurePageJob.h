@@ -6,6 +6,7 @@
 #include "Measuring/MeasuredPage.h"
 #include "Measuring/SharedFile.h"
 #include "NetJobs/XNetJob.h"
+#include "NetJobs/XNetJobEvent.h"
 #include "NetJobs/XNetJobResult.h"
 #include "Support/Failure.h"
 
@@ -43,6 +44,9 @@ public:
         std::optional<SharedFile> file; ///< without a value, the samples travel with the job
         XImageReadSettings reading;     ///< of the file
     };
+
+    /// The largest samples that can travel with a job.
+    static constexpr std::uint64_t kMostBytes = XNetJobEvent::kMostBytes - 1024 * 1024;
 
     /// Called on the main thread, or on the thread that stops the job, which may take its result.
     using Completed = std::function<void( MeasurePageJob& ioJob, std::uint32_t inResultCode )>;
@@ -83,4 +87,5 @@ private:
 
     void Measure( MeasurePageResult& outResult );
     WImagePage ReadFile( double& outIgnoredPixelSize ) const;
+    void CheckFile() const;
 };

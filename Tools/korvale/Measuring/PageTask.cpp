@@ -44,11 +44,16 @@ void PageTask::Read( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioPr
     ioProgress.Increment();
 }
 
-void PageTask::Prepare( PageRecord& ioPage, const StackBackground& inBackground ) const
+void PageTask::SubtractBackground( PageRecord& ioPage, const StackBackground& inBackground ) const
 {
     auto samples = ioPage.samples.Lock( itsPages, kLockForReadWrite );
     inBackground.SubtractFrom( samples );
     ioPage.samples.CheckIntact(); // While they are locked.
+}
+
+void PageTask::MeasureRead( PageRecord& ioPage ) const
+{
+    MeasureSamples( ioPage, ioPage.samples.Lock( itsPages, kLockForRead ) );
 }
 
 void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const

@@ -31,9 +31,14 @@ public:
     void
     MeasureLoaded( PageRecord& ioPage, const StackBackground& inBackground, XProgress& ioProgress ) const;
 
-    /// Read a page, or prepare a loaded one as MeasureLoaded does, to be measured elsewhere.
+    /// Subtracts the background of its stack from a loaded page.
+    void SubtractBackground( PageRecord& ioPage, const StackBackground& inBackground ) const;
+
+    /// Reads a page into its record.
     void Read( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const;
-    void Prepare( PageRecord& ioPage, const StackBackground& inBackground ) const;
+
+    /// Measures the page in the record.
+    void MeasureRead( PageRecord& ioPage ) const;
 
     /// Takes the result of a job on another machine, or its failure, into the record.
     void TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint32_t inResultCode ) const;
