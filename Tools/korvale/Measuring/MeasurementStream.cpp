@@ -332,7 +332,8 @@ WImagePage MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::All
     page.channels = ioStream.Read32();
     const std::uint8_t type = ioStream.Read8();
     constexpr std::uint32_t kMostChannels = 65'535;
-    RequireStored( type <= WImagePage::kFloat32 && page.width > 0 );
+    const std::uint64_t pixels = std::uint64_t{ page.width } * page.height;
+    RequireStored( type <= WImagePage::kFloat32 && pixels > 0 && pixels <= XPixelRun::kNoObject );
     RequireStored( page.channels > 0 && page.channels <= kMostChannels );
     page.type = static_cast<WImagePage::SampleType>( type );
     page.pixelWidth = ioStream.ReadFloat64S();
