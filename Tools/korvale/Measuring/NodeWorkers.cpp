@@ -63,12 +63,6 @@ void NodeWorkers::HasCompleted()
     itsHasChanged.Broadcast();
 }
 
-void NodeWorkers::NotifyChange()
-{
-    const XThreadLock lock( itsMutex );
-    itsHasChanged.Broadcast();
-}
-
 USize NodeWorkers::GetUnfinishedCount() const
 {
     const XThreadLock lock( itsMutex );

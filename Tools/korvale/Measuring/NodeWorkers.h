@@ -40,12 +40,9 @@ public:
     /// The workers of the nodes; 0 before it is known.
     std::uint32_t GetWorkerCount() const;
 
-    /// Waits until the condition is true, which is evaluated when jobs end and several times a second. Throws 1001 if the
+    /// Waits until the condition is true, which is evaluated when jobs of nodes end, and 50 times a second. Throws 1001 if the
     /// user aborts. Warns when no node can be reached.
     void WaitUntil( const std::function<bool()>& inCondition );
-
-    /// Has waiting threads evaluate their condition.
-    void NotifyChange();
 
 private:
     void HandleMessage( const XMessage& inMessage ) override;
