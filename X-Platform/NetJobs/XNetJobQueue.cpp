@@ -140,6 +140,7 @@ private:
 
     // Under the mutex.
     void Post( XNetJobEvent::XKind inKind, std::uint32_t inJobID );
+    bool HasRoom() const;
     bool Submit( std::uint32_t inJobID, XEvents& ioEvents, USize& ioBytes );
     void End( std::uint32_t inJobID, std::uint32_t inResultCode, std::unique_ptr<XNetJobResult> inResult );
     EndedJob Remove( Jobs::iterator inJob, std::uint32_t inResultCode );
@@ -258,13 +259,18 @@ XEvents XNetJobQueue::XImp::TakeEvents()
     XEvents events = std::exchange( itsOutgoing, {} );
     USize jobs = 0;
     USize bytes = 0;
-    while ( !itsUnsubmitted.empty() && jobs < kMostBatchJobs && bytes < kMostSubmittedBytes &&
-            itsWindowJobs < kMostJobs && itsWindowBytes < kMostBytes )
+    while ( !itsUnsubmitted.empty() && jobs < kMostBatchJobs && bytes < kMostSubmittedBytes && HasRoom() )
     {
         jobs += Submit( itsUnsubmitted.front(), events, bytes );
         itsUnsubmitted.pop_front();
     }
     return events;
+}
+
+/// Whether another job may be submitted. Each worker may have one, however large.
+bool XNetJobQueue::XImp::HasRoom() const
+{
+    return itsWindowJobs < kMostJobs && ( itsWindowBytes < kMostBytes || itsWindowJobs < itsWorkers );
 }
 
 /// Returns whether the job is to be submitted and could be stored.
@@ -403,6 +409,7 @@ void XNetJobQueue::XImp::HandlePosition( const XNetJobEvent& inEvent )
         const XThreadLock lock( itsMutex );
         itsWorkers = std::max( position->GetWorkers(), 1u );
         itsHasChanged.Broadcast();
+        itsSession.Wake(); // the window may have room
     }
     itsQueue.SpeakMessage(
         XNetJobQueuePositionChangedMessage(

@@ -158,6 +158,7 @@ protected:
         itsTimer.Restart();
         itsNode.JobHasStarted( itsKey, itsSerial );
         const auto job = XReadFromBytes<XNetJob>( itsBytes );
+        itsBytes = {}; // they may be as large as the job's data
         job->SetProgressStrategy( &itsStrategy );
         job->RunJob();
         SetResultCode( job->GetResultCode() );
@@ -189,7 +190,7 @@ private:
     TNode& itsNode;
     const XJobKey itsKey;
     const std::uint64_t itsSerial;
-    const XVector<std::uint8_t> itsBytes;
+    XVector<std::uint8_t> itsBytes;
     std::unique_ptr<XNetJobResult> itsResult;
     XTimer itsTimer;
     Strategy itsStrategy;

@@ -213,30 +213,51 @@ void WriteRuns( XStream& ioStream, const std::vector<XPixelRun>& inRuns )
     WriteAll( ioStream, inRuns, write );
 }
 
-/// The runs of a page of this size at most: in raster order, without overlaps, each inside the bounds of its object.
-std::vector<XPixelRun> ReadRuns(
-    XStream& ioStream, const std::vector<XObjectShape>& inShapes, std::uint64_t inWidth,
+/// Whether the runs are those of objects of these shapes on a page of this size at most: in raster order, without overlaps,
+/// each inside the bounds of its object, as many and with as many pixels as each shape has.
+bool AreRunsOf(
+    const std::vector<XPixelRun>& inRuns, const std::vector<XObjectShape>& inShapes, std::uint64_t inWidth,
     std::uint64_t inHeight )
 {
+    std::vector<std::uint64_t> runs( inShapes.size() );
+    std::vector<std::uint64_t> pixels( inShapes.size() );
     XPixelRun previous{ 0, 0, 0, 0 };
+    for ( const XPixelRun& run : inRuns )
+    {
+        const bool follows =
+            run.row > previous.row || ( run.row == previous.row && run.first >= previous.end );
+        if ( !follows || run.first >= run.end || run.end > inWidth || run.row >= inHeight )
+            return false;
+        previous = run;
+        if ( run.object == XPixelRun::kNoObject )
+            continue;
+        if ( run.object >= inShapes.size() )
+            return false;
+        const XObjectShape& shape = inShapes[run.object];
+        if ( run.row < shape.top || run.row > shape.bottom || run.first < shape.left ||
+             run.end - 1 > shape.right )
+            return false;
+        ++runs[run.object];
+        pixels[run.object] += run.end - run.first;
+    }
+    for ( std::size_t i = 0; i < inShapes.size(); ++i )
+        if ( runs[i] != inShapes[i].runCount || pixels[i] != inShapes[i].pixelCount )
+            return false;
+    return true;
+}
+
+XLabelledObjects ReadObjects( XStream& ioStream, std::uint64_t inWidth, std::uint64_t inHeight )
+{
+    XLabelledObjects objects;
+    objects.shapes = ReadShapes( ioStream );
     const auto read = [&]( XPixelRun& outRun )
     {
         for ( auto* const number : { &outRun.row, &outRun.first, &outRun.end, &outRun.object } )
             *number = ioStream.Read32();
-        const bool follows =
-            outRun.row > previous.row || ( outRun.row == previous.row && outRun.first >= previous.end );
-        RequireStored(
-            follows && outRun.first < outRun.end && outRun.end <= inWidth && outRun.row < inHeight );
-        previous = outRun;
-        if ( outRun.object == XPixelRun::kNoObject )
-            return;
-        RequireStored( outRun.object < inShapes.size() );
-        const XObjectShape& shape = inShapes[outRun.object];
-        RequireStored(
-            outRun.row >= shape.top && outRun.row <= shape.bottom && outRun.first >= shape.left &&
-            outRun.end - 1 <= shape.right );
     };
-    return ReadAll<XPixelRun>( ioStream, kRunSize, read );
+    objects.runs = ReadAll<XPixelRun>( ioStream, kRunSize, read );
+    RequireStored( AreRunsOf( objects.runs, objects.shapes, inWidth, inHeight ) );
+    return objects;
 }
 } // namespace
 
@@ -422,9 +443,8 @@ XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream )
     RequireStored( sketch.reduction > 0 && !sketch.picture.levels.empty() );
     const auto read = [&]( XOverlayObjects& outObjects )
     {
-        outObjects.objects.shapes = ReadShapes( ioStream );
-        outObjects.objects.runs = ReadRuns(
-            ioStream, outObjects.objects.shapes, std::uint64_t{ sketch.picture.width } * sketch.reduction,
+        outObjects.objects = ReadObjects(
+            ioStream, std::uint64_t{ sketch.picture.width } * sketch.reduction,
             std::uint64_t{ sketch.picture.height } * sketch.reduction );
         for ( auto* const part :
               { &outObjects.colour.red, &outObjects.colour.green, &outObjects.colour.blue } )
