@@ -44,17 +44,21 @@ XImageStructure Read(
 }
 
 /// Why such a file is refused; empty when it is not.
-template<class... TArguments>
-std::string GetRefusal( const std::string& inDescription, TArguments... inArguments )
+std::string GetRefusal(
+    const std::string& inDescription, std::uint32_t inPages, std::uint64_t inSamplesPerPixel = 1,
+    bool inAreTimes = false, std::uint64_t inPlanesInFile = 1 )
 {
-    return TextOfError( [&] { Read( inDescription, inArguments... ); } );
+    return TextOfError( [&]
+                        { Read( inDescription, inPages, inSamplesPerPixel, inAreTimes, inPlanesInFile ); } );
 }
 
 /// Channels, slices and time points of the first series, such as "2 3 4".
-template<class... TArguments>
-std::string GetSizes( const std::string& inDescription, TArguments... inArguments )
+std::string GetSizes(
+    const std::string& inDescription, std::uint32_t inPages, std::uint64_t inSamplesPerPixel = 1,
+    bool inAreTimes = false, std::uint64_t inPlanesInFile = 1 )
 {
-    const auto series = Read( inDescription, inArguments... ).series.at( 0 );
+    const auto series =
+        Read( inDescription, inPages, inSamplesPerPixel, inAreTimes, inPlanesInFile ).series.at( 0 );
     return std::to_string( series.channels ) + " " + std::to_string( series.slices ) + " " +
         std::to_string( series.times );
 }
