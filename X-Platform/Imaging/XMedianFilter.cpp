@@ -23,7 +23,8 @@
 
 namespace
 {
-constexpr std::uint32_t kMostVectorRadius = 4;
+/// The code of a network, and the time to compile it, grow with the fourth power of the radius.
+constexpr std::uint32_t kMostVectorRadius = 3;
 
 /// The rows within reach of a disc, each with a margin in which its border is repeated.
 template<class T>
@@ -378,8 +379,6 @@ WImagePage XFilterMedian( const WImagePage& inPage, std::uint32_t inChannel, std
             return SelectMedians<1>( inPage, inSamples, medians );
         case 2:
             return SelectMedians<2>( inPage, inSamples, medians );
-        case 3:
-            return SelectMedians<3>( inPage, inSamples, medians );
         case kMostVectorRadius:
             return SelectMedians<kMostVectorRadius>( inPage, inSamples, medians );
         default:
