@@ -106,8 +106,9 @@ check_windows_package() {
 
 run_fuzzer() { # NAME
   local log="build/fuzz_$1.log"
-  "build/linux-asan/bin/fuzz_$1" -runs=20000 -max_total_time=10 -timeout=20 -rss_limit_mb=2048 "$(mktemp -d)" \
-    "Fuzz/corpus/$1" > "$log" 2>&1 || { tail -50 "$log"; return 1; }
+  LSAN_OPTIONS=suppressions=cmake/leaks.supp:print_suppressions=0 \
+    "build/linux-asan/bin/fuzz_$1" -runs=20000 -max_total_time=10 -timeout=20 -rss_limit_mb=2048 -artifact_prefix=build/ \
+    "$(mktemp -d)" "Fuzz/corpus/$1" > "$log" 2>&1 || { tail -50 "$log"; return 1; }
   echo "fuzz_$1: clean"
 }
 export -f run_fuzzer
