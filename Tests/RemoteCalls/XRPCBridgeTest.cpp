@@ -289,6 +289,13 @@ TEST_F( XRPCBridgeTest, ThreadsThatAreSuspendedOrStoppedLeaveTheirTurnToOthers )
     last.WaitForTerminate( kPatience );
     suspended.ResumeThread();
     suspended.WaitForTerminate( kPatience );
+    {
+        const XMakeRPCCall note( *itsClient, 2001, false ); // needs no turn
+        stopped.StartThread();
+        XThread::SleepCurrentThread( 20 ); // so that it is likely to have its turn and wait for the sender
+        stopped.StopThread();
+    }
+    itsClient->CheckAlive();
 }
 
 TEST_F( XRPCBridgeTest, AbortsCalls )

@@ -240,10 +240,14 @@ WSocket::Outcome WSocket::TryFinishConnecting()
 
 // On an interrupted socket the calls fail with various codes; all of them mean the interruption.
 
+/// The system takes all bytes of a send as long as it has any room, and no more until the peer has read most of them. So
+/// the limit is also what a slow peer must be able to read within the time-out of a send.
 WSocket::Outcome WSocket::TrySend( const void* inBytes, USize inCount )
 {
+    constexpr USize kMostBytesPerSend = 64 * 1024;
+    const int count = ToInt( std::min( inCount, kMostBytesPerSend ) );
     const Outcome outcome =
-        ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), ToInt( inCount ), 0 ) );
+        ToOutcome( send( itsSystem->socket, static_cast<const char*>( inBytes ), count, 0 ) );
     return IsInterrupted() ? Outcome{ kFailed, 0, kErrorAborted } : outcome;
 }
 
