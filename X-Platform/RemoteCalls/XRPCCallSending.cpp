@@ -146,9 +146,12 @@ void XRPCBridgeBase::ReleaseSenderEarly( std::uint32_t inCode )
 {
     if ( !itsSenderMutex.IsLockedByCurrentThread() )
         return;
-    const XThreadLock lock( itsMutex );
-    if ( itsCallCode == inCode )
-        EndRPCCall();
+    {
+        const XThreadLock lock( itsMutex );
+        if ( itsCallCode != inCode )
+            return;
+    }
+    EndRPCCall(); // without the lock, since it may call a hook; only the thread that has the sender changes the code
 }
 
 /// Throws 3098 if the call has been aborted in advance.
