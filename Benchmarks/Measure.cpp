@@ -1,14 +1,14 @@
 // Finding and measuring objects: the labelling beside OpenCV's, on planes of round objects and of noise; and the whole
 // command, from a file of 64 pages to a CSV file, beside itself with one worker and a script on scikit-image.
 
-#include "Imaging/XConnectedComponents.h"
+#include "Imaging/Objects/XConnectedComponents.h"
 #include "Program/Program.h"
 #include "Startup/WInitCore.h"
 
 #include "Images/WImageFile.h"
-#include "Imaging/XOtsuThreshold.h"
-#include "Imaging/XSyntheticStack.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Thresholds/XOtsuThreshold.h"
+#include "Imaging/Writing/XSyntheticStack.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "Threads/XThread.h"
 
 #include <benchmark/benchmark.h>

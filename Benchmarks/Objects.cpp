@@ -2,13 +2,13 @@
 // are a median of a square instead of a disc, of 5 x 5 pixels in 16 bits or 7 x 7 in 8, and a top-hat with a filled
 // ellipse. Peers/objects.py times the same steps of scikit-image; its figures, processor time, are printed first.
 
-#include "Imaging/XAutomaticThreshold.h"
-#include "Imaging/XDiscMorphology.h"
-#include "Imaging/XGaussianFilter.h"
-#include "Imaging/XLocalThreshold.h"
-#include "Imaging/XMaskMorphology.h"
-#include "Imaging/XMedianFilter.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Filters/XDiscMorphology.h"
+#include "Imaging/Filters/XGaussianFilter.h"
+#include "Imaging/Filters/XMedianFilter.h"
+#include "Imaging/Objects/XMaskMorphology.h"
+#include "Imaging/Thresholds/XAutomaticThreshold.h"
+#include "Imaging/Thresholds/XLocalThreshold.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "Startup/WInitCore.h"
 
 #include <benchmark/benchmark.h>

@@ -25,7 +25,10 @@ ROOMS = [
     "X-Platform/Pivot",
     "X-Platform/Network", "X-Platform/Servers", "X-Platform/RemoteCalls", "X-Platform/NetJobs",
     "X-Platform/Startup",
-    "X-Platform/Drawing", "X-Platform/Imaging", "X-Platform/Plots", "X-Platform",
+    "X-Platform/Drawing",
+    "X-Platform/Imaging/Pages", "X-Platform/Imaging", "X-Platform/Imaging/Writing", "X-Platform/Imaging/Filters",
+    "X-Platform/Imaging/Thresholds", "X-Platform/Imaging/Objects", "X-Platform/Imaging/Measurements",
+    "X-Platform/Plots", "X-Platform",
     "Tools/korvale/Support", "Tools/korvale/Terminal", "Tools/korvale/Outputs", "Tools/korvale/Tables",
     "Tools/korvale/Measuring", "Tools/korvale/Options", "Tools/korvale/Commands", "Tools/korvale/Program",
 ]

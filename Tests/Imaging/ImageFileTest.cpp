@@ -3,7 +3,7 @@
 #include "Imaging/HandmadeTIFF.h"
 #include "Imaging/TestImages.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "TestFolder.h"
 
 #include <gtest/gtest.h>

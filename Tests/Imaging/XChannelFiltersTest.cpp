@@ -1,10 +1,10 @@
-#include "Imaging/XChannelFilters.h"
+#include "Imaging/Filters/XChannelFilters.h"
 
-#include "Imaging/Internal/XVectorLoops.h"
+#include "Imaging/Filters/XDiscMorphology.h"
+#include "Imaging/Filters/XGaussianFilter.h"
+#include "Imaging/Filters/XMedianFilter.h"
+#include "Imaging/Pages/Internal/XVectorLoops.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XDiscMorphology.h"
-#include "Imaging/XGaussianFilter.h"
-#include "Imaging/XMedianFilter.h"
 
 #include <span>
 

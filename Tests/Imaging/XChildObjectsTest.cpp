@@ -1,4 +1,4 @@
-#include "Imaging/XChildObjects.h"
+#include "Imaging/Objects/XChildObjects.h"
 
 #include "Imaging/TestPages.h"
 

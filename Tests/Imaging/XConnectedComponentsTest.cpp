@@ -1,4 +1,4 @@
-#include "Imaging/XConnectedComponents.h"
+#include "Imaging/Objects/XConnectedComponents.h"
 
 #include "Imaging/TestPages.h"
 

@@ -1,4 +1,4 @@
-#include "Imaging/XContours.h"
+#include "Imaging/Objects/XContours.h"
 
 #include "Imaging/TestPages.h"
 

@@ -1,4 +1,4 @@
-#include "Imaging/XGreyscalePreview.h"
+#include "Imaging/Pages/XGreyscalePreview.h"
 
 #include "Imaging/TestPages.h"
 

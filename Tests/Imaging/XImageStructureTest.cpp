@@ -1,7 +1,7 @@
 #include "Imaging/XImageStructure.h"
 
 #include "Images/WXMLReader.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "TestFolder.h"
 #include "Testing.h"
 

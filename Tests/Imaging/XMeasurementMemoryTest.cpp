@@ -1,7 +1,7 @@
-#include "Imaging/XMeasurementMemory.h"
+#include "Imaging/Measurements/XMeasurementMemory.h"
 
+#include "Imaging/Measurements/XMeasurementTable.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XMeasurementTable.h"
 #include "Memory/XMemoryManager.h"
 
 /// Pages of different objects are kept, purged and brought back, in a budget that has room for them or has none; each

@@ -1,4 +1,4 @@
-#include "Imaging/XMeasurementTable.h"
+#include "Imaging/Measurements/XMeasurementTable.h"
 
 #include "Imaging/TestPages.h"
 #include "Pivot/Tables/XPivotOtherRowRefColumn.h"

@@ -1,4 +1,4 @@
-#include "Imaging/XOtsuThreshold.h"
+#include "Imaging/Thresholds/XOtsuThreshold.h"
 
 #include "Imaging/TestPages.h"
 

@@ -1,4 +1,4 @@
-#include "Imaging/XPageMeasurement.h"
+#include "Imaging/Measurements/XPageMeasurement.h"
 
 #include "Imaging/TestPages.h"
 

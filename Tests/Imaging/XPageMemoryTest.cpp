@@ -1,4 +1,4 @@
-#include "Imaging/XPageMemory.h"
+#include "Imaging/Pages/XPageMemory.h"
 #include "Memory/XMemoryManager.h"
 #include "Testing.h"
 

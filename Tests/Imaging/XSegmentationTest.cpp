@@ -1,9 +1,9 @@
-#include "Imaging/XSegmentation.h"
+#include "Imaging/Objects/XSegmentation.h"
 
-#include "Imaging/Internal/XVectorLoops.h"
+#include "Imaging/Measurements/XPageMeasurement.h"
+#include "Imaging/Pages/Internal/XVectorLoops.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XLocalThreshold.h"
-#include "Imaging/XPageMeasurement.h"
+#include "Imaging/Thresholds/XLocalThreshold.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
 #include "Core/Times/XTimer.h"
+#include "Imaging/Pages/XBackgroundAccumulator.h"
 #include "Imaging/TestPages.h"
-#include "Imaging/XBackgroundAccumulator.h"
 #include "Memory/XMemoryManager.h"
 #include "Memory/XMemoryManagerListener.h"
 #include "Options/MemoryBudget.h"

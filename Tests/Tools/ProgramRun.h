@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "Program/Program.h"
 #include "Support/FilePaths.h"
 #include "TestFolder.h"

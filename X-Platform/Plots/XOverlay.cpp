@@ -1,7 +1,7 @@
 #include "Plots/XOverlay.h"
 
-#include "Imaging/XContours.h"
-#include "Imaging/XGreyscalePreview.h"
+#include "Imaging/Objects/XContours.h"
+#include "Imaging/Pages/XGreyscalePreview.h"
 #include "Jobs/XChunks.h"
 #include "Plots/XLabelPlacement.h"
 

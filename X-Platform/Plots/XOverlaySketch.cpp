@@ -1,7 +1,7 @@
 #include "Plots/XOverlaySketch.h"
 
-#include "Imaging/Internal/XObjectRuns.h"
-#include "Imaging/XGreyscalePreview.h"
+#include "Imaging/Objects/Internal/XObjectRuns.h"
+#include "Imaging/Pages/XGreyscalePreview.h"
 
 #include <algorithm>
 #include <utility>

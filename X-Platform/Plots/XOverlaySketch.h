@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Drawing/WCanvas.h"
-#include "Imaging/XPageMeasurement.h"
+#include "Imaging/Measurements/XPageMeasurement.h"
 #include "WPlatform.h"
 
 #include <cstdint>

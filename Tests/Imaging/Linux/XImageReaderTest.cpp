@@ -1,7 +1,7 @@
 #include "Imaging/XImageReader.h"
 
 #include "Imaging/TestPages.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "TestFolder.h"
 
 /// An image that waits for those before it holds no descriptor, of which a process has few.

@@ -3,7 +3,7 @@
 #include "Core/Strings/XByteCount.h"
 #include "Core/Strings/XNumberText.h"
 #include "Files/WFolders.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "Jobs/XProgress.h"
 #include "Measuring/MeasurementSummary.h"
 #include "NetJobs/XNetJobDeployment.h"

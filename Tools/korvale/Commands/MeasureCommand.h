@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Commands/Command.h"
-#include "Imaging/XBackgroundAccumulator.h"
-#include "Imaging/XMeasurementTable.h"
-#include "Imaging/XPageMeasurement.h"
+#include "Imaging/Measurements/XMeasurementTable.h"
+#include "Imaging/Measurements/XPageMeasurement.h"
+#include "Imaging/Pages/XBackgroundAccumulator.h"
 #include "Measuring/ImageMeasurer.h"
 #include "Measuring/NodeWorkers.h"
 #include "Measuring/OverlayFiles.h"

@@ -1,7 +1,7 @@
 #include "Commands/SampleCommand.h"
 
 #include "Files/WPendingFiles.h"
-#include "Imaging/XTIFFWriter.h"
+#include "Imaging/Writing/XTIFFWriter.h"
 #include "Jobs/XProgress.h"
 #include "Options/CommandLine.h"
 #include "Options/OptionChecks.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Commands/Command.h"
-#include "Imaging/XSyntheticStack.h"
+#include "Imaging/Writing/XSyntheticStack.h"
 #include "Outputs/OutputFiles.h"
 
 /// `korvale sample`: writes a synthetic stack and its ground truth, DIR/sample.tif and DIR/truth.csv.

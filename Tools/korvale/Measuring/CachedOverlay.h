@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XPageMemory.h"
+#include "Imaging/Pages/XPageMemory.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 #include "Plots/XOverlaySketch.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Imaging/Pages/XPageMemory.h"
 #include "Imaging/XImageReader.h"
-#include "Imaging/XPageMemory.h"
 #include "Memory/XMappedFileMemoryHandle.h"
 
 /// A page that is read once and used several times. Between uses its samples may be purged; locking them

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Core/Times/XTimer.h"
+#include "Imaging/Measurements/XMeasurementTable.h"
 #include "Imaging/XImageReader.h"
-#include "Imaging/XMeasurementTable.h"
 #include "Measuring/OverlayFiles.h"
 #include "Measuring/PagePipeline.h"
 #include "Measuring/PageTask.h"

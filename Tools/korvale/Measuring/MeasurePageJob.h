@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Imaging/Pages/XPageMemory.h"
 #include "Imaging/XImageReader.h"
-#include "Imaging/XPageMemory.h"
 #include "Measuring/CachedPage.h"
 #include "Measuring/MeasuredPage.h"
 #include "Measuring/SharedFile.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XPageMeasurement.h"
+#include "Imaging/Measurements/XPageMeasurement.h"
 #include "Plots/XOverlaySketch.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Imaging/Measurements/XPageMeasurement.h"
 #include "Imaging/XImageReader.h"
-#include "Imaging/XPageMeasurement.h"
 #include "Plots/XOverlaySketch.h"
 
 #include <string>

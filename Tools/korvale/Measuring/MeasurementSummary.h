@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XMeasurementTable.h"
+#include "Imaging/Measurements/XMeasurementTable.h"
 
 #include <ostream>
 

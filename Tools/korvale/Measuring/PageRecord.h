@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XPageMeasurement.h"
+#include "Imaging/Measurements/XPageMeasurement.h"
 #include "Measuring/CachedOverlay.h"
 #include "Measuring/CachedPage.h"
 #include "Support/Failure.h"

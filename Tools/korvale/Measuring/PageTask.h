@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Imaging/Measurements/XMeasurementMemory.h"
 #include "Imaging/XImageReader.h"
-#include "Imaging/XMeasurementMemory.h"
 #include "Measuring/PageRecord.h"
 #include "Measuring/StackBackground.h"
 #include "Outputs/OutputFiles.h"

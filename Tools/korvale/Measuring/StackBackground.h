@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XBackgroundAccumulator.h"
+#include "Imaging/Pages/XBackgroundAccumulator.h"
 #include "Measuring/CachedPage.h"
 #include "Measuring/StageOrder.h"
 

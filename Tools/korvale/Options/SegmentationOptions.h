@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/XSegmentation.h"
+#include "Imaging/Objects/XSegmentation.h"
 
 #include <optional>
 #include <string>

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Imaging/Filters/XChannelFilters.h"
+#include "Imaging/Objects/XMaskMorphology.h"
+#include "Imaging/Thresholds/XAutomaticThreshold.h"
+#include "Imaging/Thresholds/XPixelMask.h"
+#include "WPlatform.h"
+
+#include <optional>
+
+/// How the pixels of objects are chosen.
+struct XSegmentationSettings
+{
+    std::uint32_t channel = 0; ///< counted from 0
+    XChannelFilters filters{}; ///< applied to the channel first
+    /// Pixels above it belong to objects; without a value, `automatic`.
+    std::optional<double> threshold{};
+    XAutomaticThreshold automatic{};
+    XMaskCleaning cleaning{}; ///< applied to the mask
+};
+
+/// The pixels of objects.
+struct XSegmentation
+{
+    XPixelMask mask;
+    double threshold = 0;        ///< NaN if each pixel has a threshold of its own
+    std::uint64_t nonFinite = 0; ///< samples that are infinite or NaN, which never belong to objects
+};
+
+/// Filters a channel, marks the pixels above the threshold and cleans the mask. The channel must exist. Throws the errors of the filters
+/// and thresholds; an abort throws 1001.
+KORVALE_IMAGING_API XSegmentation
+XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings );
