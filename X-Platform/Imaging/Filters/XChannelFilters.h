@@ -17,8 +17,7 @@ struct KORVALE_IMAGING_API XChannelFilters
 
 /// The channel after all steps: a page of one channel, of floats after flattening or smoothing and otherwise of the type
 /// of the samples. Infinite samples and NaN count as the darkest finite sample, or the brightest one for dark objects.
-/// Takes at most 12 bytes per pixel besides the page, and the rows within reach of a filter. Throws the errors of the
-/// steps.
+/// Throws the errors of the steps.
 KORVALE_IMAGING_API WImagePage
 XFilterChannel( const WImagePage& inPage, std::uint32_t inChannel, const XChannelFilters& inFilters );
 
