@@ -249,6 +249,52 @@ TEST( XNetJobDispatcherTest, PassesTheNewestNoticesOnAndCountsWhatHappened )
     EXPECT_CONTAINS( status.failures.at( 0 ).text.GetConstCharPtr(), "lost: no sign of life" );
 }
 
+TEST( XNetJobDispatcherTest, TheStatusHasRatesMemoryAndTheLongestRunInConstantSpace )
+{
+    Service service;
+    const std::uint32_t client = service.AddClient();
+    const std::uint32_t node = service.AddNode();
+    const auto run = [&]( std::uint32_t inJob )
+    {
+        service.Send( client, XNetJobEvent::kSubmit, 0, inJob );
+        service.Send( node, XNetJobEvent::kStarted, client, inJob );
+        service.Send( node, XNetJobEvent::kEnded, client, inJob );
+    };
+    const auto getStatus = [&] { return service.dispatcher.GetStatus( service.now ); };
+    EXPECT_TRUE( getStatus().throughput.empty() );
+    run( 1 );
+    run( 2 );
+    service.Pass( 5000, { client, node } );
+    run( 3 );
+    service.dispatcher.Receive( service.now, node, { { XNetJobEvent::kMemoryInUse, 0, 0, 0, 7 } } );
+    service.dispatcher.Receive( service.now, node, { { XNetJobEvent::kMemoryBudget, 0, 0, 0, 8 } } );
+    EXPECT_ERROR( 1013, service.Send( client, XNetJobEvent::kMemoryInUse, 0, 0 ) );
+    service.Send( client, XNetJobEvent::kSubmit, 0, 4 );
+    service.Send( node, XNetJobEvent::kStarted, client, 4 );
+    service.Pass( 1000, { client, node } );
+    const XNetJobStatus status = getStatus();
+    EXPECT_EQ( status.jobsInTenSeconds + status.clients.at( 0 ).jobsInTenSeconds, 6u );
+    EXPECT_EQ( status.throughput, ( XVector<std::uint64_t>{ 2 } ) );
+    const XNetJobStatus::XNode& described = status.nodes.at( 0 );
+    EXPECT_EQ( described.jobsInTenSeconds, 3u );
+    EXPECT_EQ( described.memoryInUse * 10 + described.memoryBudget, 78u );
+    EXPECT_EQ( described.currentJobID, 4u );
+    EXPECT_EQ( described.currentClientID, client );
+    EXPECT_EQ( XVersion( described.currentJobClass ), kClass );
+    EXPECT_EQ( described.currentRunMS, 1000u );
+
+    service.Pass( 9000, { client, node } );
+    EXPECT_EQ( getStatus().jobsInTenSeconds, 0u );
+    EXPECT_EQ( getStatus().throughput, ( XVector<std::uint64_t>{ 2, 1, 0 } ) );
+    for ( int i = 0; i < 90; ++i )
+        service.Pass( 9000, { client, node } );
+    EXPECT_EQ( getStatus().throughput, XVector<std::uint64_t>( XNetJobStatus::kMostThroughputPeriods, 0 ) );
+    run( 5 );
+    service.Pass( 5000, { client, node } );
+    EXPECT_EQ( getStatus().throughput.back(), 1u );
+    EXPECT_EQ( getStatus().throughput.size(), XNetJobStatus::kMostThroughputPeriods );
+}
+
 namespace
 {
 

@@ -21,7 +21,7 @@ USize64 XNetJobEvent::GetFieldsUsage() const
 
 void XNetJobEvent::ReadStreamSelf( XStream& inStream )
 {
-    kind = XReadEnumeration( inStream, kAcceptsNoJobs );
+    kind = XReadEnumeration( inStream, kMemoryBudget );
     clientID = inStream.Read32();
     jobQueueID = inStream.Read32();
     jobID = inStream.Read32();

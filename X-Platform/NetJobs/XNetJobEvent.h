@@ -23,9 +23,10 @@
 /// | kProgress | N S, S C | 0 | an XNetJobQueue::XJobProgressInfo as an object, in Intel order |
 /// | kPosition | S C | 0 | an XNetJobQueuePositionChangedMessage as an object, in Intel order |
 /// | kAcceptsNoJobs | N S | 0 | none |
+/// | kMemoryInUse, kMemoryBudget | N S | bytes of the memory manager of the node | none |
 ///
 /// kHolds: the node waits with the job or runs it. kTaken: the client has the result, or the job is unknown; the node
-/// forgets it. kPosition and kAcceptsNoJobs are about no job: their IDs of job queue and job are 0. To clients, kStarted and
+/// forgets it. kPosition, kAcceptsNoJobs and those of memory are about no job: their IDs of job queue and job are 0. To clients, kStarted and
 /// kProgress are sent several times a second at most, and not for jobs that have ended meanwhile.
 ///
 /// Errors: reading throws 1005, 1015, 1260.
@@ -50,6 +51,8 @@ public:
         kProgress = 13,
         kPosition = 14,
         kAcceptsNoJobs = 15,
+        kMemoryInUse = 16,
+        kMemoryBudget = 17,
     };
 
     /// The largest stored job or result. Batches are limited to less than the bytes of a remote call.

@@ -10,6 +10,7 @@
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Jobs/XProgressChangedMessage.h"
+#include "Memory/XMemoryManager.h"
 #include "NetJobs/Internal/XJobEvents.h"
 #include "NetJobs/Internal/XNetJobScheduler.h"
 #include "NetJobs/Internal/XNetJobSession.h"
@@ -35,6 +36,7 @@ using XEvents = XVector<XNetJobEvent>;
 using XProgressChanged = XThreadProgressStrategy::XProgressChangedMessage;
 
 constexpr std::int64_t kProgressPeriodMS = 200;
+constexpr std::int64_t kMemoryPeriodMS = 1000;
 constexpr std::uint32_t kLogOffMS = 1000;
 constexpr USize64 kMostBatchBytes = 16 * 1024 * 1024;
 
@@ -99,10 +101,13 @@ public:
 private:
     using Jobs = std::map<XJobKey, NodeJob>;
 
+    static constexpr USize64 kNotReported = ~USize64( 0 );
+
     std::uint32_t LogOn( XControlBridge& ioBridge, std::uint32_t inFormerID );
     XEvents ReportJobs();
     XEvents TakeEvents();
     void AddProgress( XEvents& ioEvents );
+    void AddMemory( XEvents& ioEvents );
     void HandleEvents( const XEvents& inEvents );
     void HandleEvent( const XNetJobEvent& inEvent );
     void Assign( const XNetJobEvent& inEvent );
@@ -127,6 +132,9 @@ private:
     std::uint64_t itsLastSerial = 0;
     std::deque<XNetJobEvent> itsOutgoing;
     XTimer itsProgressTimer;
+    XTimer itsMemoryTimer;
+    USize64 itsReportedMemory = kNotReported; // since the logon
+    USize64 itsReportedBudget = kNotReported;
     bool itsIsStopping = false;
 
     XJobQueue itsQueue;
@@ -272,6 +280,7 @@ XEvents XNetJobQueueNode::XImp::ReportJobs()
     const XThreadLock lock( itsMutex );
     XEvents reports;
     itsOutgoing.clear();
+    itsReportedMemory = itsReportedBudget = kNotReported;
     if ( itsIsStopping )
         Post( { XNetJobEvent::kAcceptsNoJobs, 0, 0, 0 } );
     for ( const auto& [key, job] : itsJobs )
@@ -305,7 +314,25 @@ XEvents XNetJobQueueNode::XImp::TakeEvents()
     XEvents events = XTakeBatch( itsOutgoing, kMostBatchBytes );
     if ( itsProgressTimer.GetElapsedMS() >= kProgressPeriodMS )
         AddProgress( events );
+    if ( itsReportedMemory == kNotReported || itsMemoryTimer.GetElapsedMS() >= kMemoryPeriodMS )
+        AddMemory( events );
     return events;
+}
+
+/// The memory in use and its budget if they have changed.
+void XNetJobQueueNode::XImp::AddMemory( XEvents& ioEvents )
+{
+    itsMemoryTimer.Restart();
+    const XMemoryManager* const manager = XMemoryManager::GetManager();
+    if ( !manager )
+        return;
+    const auto report = [&]( XNetJobEvent::XKind inKind, USize64 inBytes, USize64& ioReported )
+    {
+        if ( std::exchange( ioReported, inBytes ) != inBytes )
+            ioEvents.push_back( { inKind, 0, 0, 0, inBytes } );
+    };
+    report( XNetJobEvent::kMemoryInUse, manager->GetBytesInUse(), itsReportedMemory );
+    report( XNetJobEvent::kMemoryBudget, manager->GetBudget(), itsReportedBudget );
 }
 
 void XNetJobQueueNode::XImp::AddProgress( XEvents& ioEvents )

@@ -2,51 +2,67 @@
 
 #include "Core/Streams/XStream.h"
 
-// Each list is a count and the fields of its elements, in the order of their declaration. The same function visits the fields
-// to measure, read and write them.
+// Each list is a count and its elements. The same functions visit the fields to measure, read and write them.
+
+// A Windows DLL exports only those constants of a class that have a definition in it.
+constexpr std::uint64_t XNetJobStatus::kThroughputPeriodMS;
+constexpr USize XNetJobStatus::kMostThroughputPeriods;
 
 namespace
 {
+
+template<class TVisitor, class TPeer>
+void VisitPeer( TVisitor& ioVisitor, TPeer& ioPeer )
+{
+    ioVisitor.Number( ioPeer.id );
+    ioVisitor.Text( ioPeer.name );
+    ioVisitor.Text( ioPeer.computerName );
+    ioVisitor.Number( ioPeer.assignedJobs );
+    ioVisitor.Number( ioPeer.completedJobs );
+    ioVisitor.Number( ioPeer.jobsInTenSeconds );
+    ioVisitor.Flag( ioPeer.isConnected );
+}
+
+template<class TVisitor, class TNode>
+void VisitNode( TVisitor& ioVisitor, TNode& ioNode )
+{
+    VisitPeer( ioVisitor, ioNode );
+    ioVisitor.Number( ioNode.workers );
+    ioVisitor.Number( ioNode.startedJobs );
+    ioVisitor.Number( ioNode.silentMS );
+    ioVisitor.Number( ioNode.memoryInUse );
+    ioVisitor.Number( ioNode.memoryBudget );
+    ioVisitor.Number( ioNode.currentClientID );
+    ioVisitor.Number( ioNode.currentJobID );
+    ioVisitor.Number( ioNode.currentJobClass );
+    ioVisitor.Number( ioNode.currentRunMS );
+}
+
+template<class TVisitor, class TClient>
+void VisitClient( TVisitor& ioVisitor, TClient& ioClient )
+{
+    VisitPeer( ioVisitor, ioClient );
+    ioVisitor.Number( ioClient.waitingJobs );
+    ioVisitor.Number( ioClient.suspendedJobs );
+}
+
+template<class TVisitor, class TFailure>
+void VisitFailure( TVisitor& ioVisitor, TFailure& ioFailure )
+{
+    ioVisitor.Number( ioFailure.ageMS );
+    ioVisitor.Text( ioFailure.text );
+}
 
 template<class TVisitor, class TStatus>
 void VisitFields( TVisitor& ioVisitor, TStatus& ioStatus )
 {
     ioVisitor.Number( ioStatus.completedJobs );
     ioVisitor.Number( ioStatus.jobsInTenSeconds );
-    ioVisitor.List(
-        ioStatus.nodes,
-        [&]( auto& ioNode )
-        {
-            ioVisitor.Number( ioNode.id );
-            ioVisitor.Text( ioNode.name );
-            ioVisitor.Text( ioNode.computerName );
-            ioVisitor.Number( ioNode.workers );
-            ioVisitor.Number( ioNode.assignedJobs );
-            ioVisitor.Number( ioNode.startedJobs );
-            ioVisitor.Number( ioNode.completedJobs );
-            ioVisitor.Number( ioNode.silentMS );
-            ioVisitor.Flag( ioNode.isConnected );
-        } );
-    ioVisitor.List(
-        ioStatus.clients,
-        [&]( auto& ioClient )
-        {
-            ioVisitor.Number( ioClient.id );
-            ioVisitor.Text( ioClient.name );
-            ioVisitor.Text( ioClient.computerName );
-            ioVisitor.Number( ioClient.waitingJobs );
-            ioVisitor.Number( ioClient.suspendedJobs );
-            ioVisitor.Number( ioClient.assignedJobs );
-            ioVisitor.Number( ioClient.completedJobs );
-            ioVisitor.Flag( ioClient.isConnected );
-        } );
-    ioVisitor.List(
-        ioStatus.failures,
-        [&]( auto& ioFailure )
-        {
-            ioVisitor.Number( ioFailure.ageMS );
-            ioVisitor.Text( ioFailure.text );
-        } );
+    ioVisitor.Number( ioStatus.failureCount );
+    ioVisitor.List( ioStatus.nodes, [&]( auto& ioNode ) { VisitNode( ioVisitor, ioNode ); } );
+    ioVisitor.List( ioStatus.clients, [&]( auto& ioClient ) { VisitClient( ioVisitor, ioClient ); } );
+    ioVisitor.List( ioStatus.failures, [&]( auto& ioFailure ) { VisitFailure( ioVisitor, ioFailure ); } );
+    ioVisitor.List( ioStatus.throughput, [&]( auto& ioCount ) { ioVisitor.Number( ioCount ); } );
 }
 
 struct Meter
@@ -101,7 +117,7 @@ struct Reader
     template<class T, class TVisit>
     void List( XVector<T>& outList, const TVisit& inVisit )
     {
-        constexpr USize64 kLeastUsage = 12; // of an element: a 64-bit number and an empty text
+        constexpr USize64 kLeastUsage = 8; // of an element: a 64-bit number
         const std::uint32_t count = stream.Read32();
         stream.CheckRemaining( count, kLeastUsage );
         outList.clear();

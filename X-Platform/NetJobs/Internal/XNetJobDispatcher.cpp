@@ -3,6 +3,7 @@
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 #include "NetJobs/Internal/XJobEvents.h"
+#include "NetJobs/Internal/XJobRate.h"
 #include "NetJobs/Internal/XStoredBytes.h"
 #include "NetJobs/Internal/XTakeBatch.h"
 #include "NetJobs/XNetJobQueuePositionChangedMessage.h"
@@ -29,7 +30,8 @@ using XEvents = XVector<XNetJobEvent>;
 constexpr XTimeMS kNoticePeriodMS = 200;
 constexpr XTimeMS kPositionPeriodMS = 1000;
 constexpr USize kMostFailures = 50;
-constexpr XTimeMS kRateSeconds = 10;
+constexpr XTimeMS kRatePeriodMS = 1000;
+constexpr USize kRatePeriods = 10;
 
 constexpr std::string_view kNodesWereLost = "the last 3 nodes to which the job was assigned were lost";
 static_assert( XNetJobScheduler::kMostLosses == 3 );
@@ -49,6 +51,9 @@ struct Peer
     std::map<NoticeKey, XNetJobEvent> notices = {}; // of a client
     bool areNoticesDue = false;
     std::uint64_t completedJobs = 0;
+    XJobRate rate{ kRatePeriodMS, kRatePeriods };
+    std::uint64_t memoryInUse = 0; // of a node
+    std::uint64_t memoryBudget = 0;
 
     /// Notices are last: they are about jobs that have not ended.
     XEvents Take( USize64 inMostBytes )
@@ -67,35 +72,6 @@ struct Peer
         return std::string( isNode ? "node \"" : "client \"" ) + info.GetName().GetConstCharPtr() + "\" on " +
             info.GetComputerName().GetConstCharPtr();
     }
-};
-
-/// Counts the jobs of the last seconds.
-class JobRate
-{
-public:
-    void Count( XTimeMS inNow )
-    {
-        Forget( inNow );
-        ++itsSeconds[inNow / 1000];
-    }
-    std::uint64_t Get( XTimeMS inNow )
-    {
-        Forget( inNow );
-        std::uint64_t sum = 0;
-        for ( const auto& [second, count] : itsSeconds )
-            sum += count;
-        return sum;
-    }
-
-private:
-    void Forget( XTimeMS inNow )
-    {
-        std::erase_if(
-            itsSeconds,
-            [&]( const auto& inSecond ) { return inSecond.first + kRateSeconds <= inNow / 1000; } );
-    }
-
-    std::map<XTimeMS, std::uint64_t> itsSeconds;
 };
 
 struct Failure
@@ -154,7 +130,7 @@ public:
     void PassNoticesOn( XTimeMS inNow );
 
     XVector<std::uint32_t> TakeRecipients();
-    XNetJobStatus GetStatus( XTimeMS inNow );
+    XNetJobStatus GetStatus( XTimeMS inNow ) const;
 
     XNetJobScheduler scheduler;
 
@@ -174,6 +150,10 @@ private:
     void Notify( const XNetJobEvent& inNotice );
     void NotifyOfPosition( std::uint32_t inClientID );
     void AddFailure( XTimeMS inNow, std::string inText );
+    void DescribePeer(
+        XTimeMS inNow, std::uint32_t inID, const Peer& inPeer, XNetJobStatus::XPeer& outPeer ) const;
+    XNetJobStatus::XNode DescribeNode( XTimeMS inNow, std::uint32_t inID, const Peer& inPeer ) const;
+    XNetJobStatus::XClient DescribeClient( XTimeMS inNow, std::uint32_t inID, const Peer& inPeer ) const;
 
     const XAppVersion itsAppVersion;
     const XSettings itsSettings;
@@ -184,8 +164,10 @@ private:
     XTimeMS itsNextNotices = 0;
     XTimeMS itsNextPositions = 0;
     std::deque<Failure> itsFailures;
+    std::uint64_t itsFailureCount = 0;
     std::uint64_t itsCompletedJobs = 0;
-    JobRate itsRate;
+    XJobRate itsRate{ kRatePeriodMS, kRatePeriods };
+    XJobRate itsThroughput{ XNetJobStatus::kThroughputPeriodMS, XNetJobStatus::kMostThroughputPeriods + 1 };
 };
 
 // ---- Peers
@@ -234,7 +216,10 @@ std::uint32_t XNetJobDispatcher::XImp::LogOn(
     }
     const std::uint32_t id = ChooseID( inFormerID, inInfo.GetInstanceID(), inIsNode );
     if ( const Peer* const former = FindPeer( id ) )
+    {
         peer.completedJobs = former->completedJobs;
+        peer.rate = former->rate;
+    }
     itsPeers[id] = peer;
     XSessionLogManager::Log( kLogInformation, ( peer.Describe() + " has logged on" ).c_str() );
     return id;
@@ -392,6 +377,12 @@ void XNetJobDispatcher::XImp::HandleNodeEvent(
         return Notify( inEvent );
     case XNetJobEvent::kAcceptsNoJobs:
         return scheduler.SetAcceptsJobs( inNodeID, false );
+    case XNetJobEvent::kMemoryInUse:
+        GetPeer( inNodeID ).memoryInUse = inEvent.value;
+        return;
+    case XNetJobEvent::kMemoryBudget:
+        GetPeer( inNodeID ).memoryBudget = inEvent.value;
+        return;
     case XNetJobEvent::kReturned:
         return scheduler.JobWasReturned( inNodeID, GetKey( inEvent ) );
     case XNetJobEvent::kHolds:
@@ -426,9 +417,13 @@ void XNetJobDispatcher::XImp::HandleEnd(
     {
         ++itsCompletedJobs;
         itsRate.Count( inNow );
+        itsThroughput.Count( inNow );
         for ( const std::uint32_t id : { inNodeID, key.clientID } )
             if ( Peer* const peer = FindPeer( id ) )
+            {
                 ++peer->completedJobs;
+                peer->rate.Count( inNow );
+            }
         ioJob.resultNodeID = inNodeID;
         SetResult( ioJob, MakeEvent( XNetJobEvent::kEnded, key, inNodeID, inEvent.bytes ) );
     }
@@ -554,33 +549,73 @@ void XNetJobDispatcher::XImp::PassNoticesOn( XTimeMS inNow )
 void XNetJobDispatcher::XImp::AddFailure( XTimeMS inNow, std::string inText )
 {
     XSessionLogManager::Log( kLogWarning, inText.c_str() );
+    ++itsFailureCount;
     itsFailures.push_back( { inNow, std::move( inText ) } );
     if ( itsFailures.size() > kMostFailures )
         itsFailures.pop_front();
 }
 
-XNetJobStatus XNetJobDispatcher::XImp::GetStatus( XTimeMS inNow )
+void XNetJobDispatcher::XImp::DescribePeer(
+    XTimeMS inNow, std::uint32_t inID, const Peer& inPeer, XNetJobStatus::XPeer& outPeer ) const
+{
+    outPeer.id = inID;
+    outPeer.name = inPeer.info.GetName();
+    outPeer.computerName = inPeer.info.GetComputerName();
+    outPeer.completedJobs = inPeer.completedJobs;
+    outPeer.jobsInTenSeconds = inPeer.rate.GetSum( inNow );
+    outPeer.isConnected = !inPeer.endTime;
+}
+
+XNetJobStatus::XNode
+XNetJobDispatcher::XImp::DescribeNode( XTimeMS inNow, std::uint32_t inID, const Peer& inPeer ) const
+{
+    XNetJobStatus::XNode node;
+    DescribePeer( inNow, inID, inPeer, node );
+    node.workers = inPeer.workers;
+    node.silentMS = inNow - inPeer.lastHeard;
+    node.memoryInUse = inPeer.memoryInUse;
+    node.memoryBudget = inPeer.memoryBudget;
+    const XNetJobScheduler::XNodeCounts counts = scheduler.CountRuns( inID );
+    node.assignedJobs = counts.assigned;
+    node.startedJobs = counts.started;
+    if ( !counts.longestJob )
+        return node;
+    node.currentClientID = counts.longestJob->clientID;
+    node.currentJobID = counts.longestJob->jobID;
+    node.currentRunMS = inNow - counts.longestStart;
+    if ( const auto job = itsJobs.find( *counts.longestJob ); job != itsJobs.end() )
+        node.currentJobClass = job->second.jobClass;
+    return node;
+}
+
+XNetJobStatus::XClient
+XNetJobDispatcher::XImp::DescribeClient( XTimeMS inNow, std::uint32_t inID, const Peer& inPeer ) const
+{
+    XNetJobStatus::XClient client;
+    DescribePeer( inNow, inID, inPeer, client );
+    const XNetJobScheduler::XCounts counts = scheduler.CountJobs( inID );
+    client.assignedJobs = counts.assigned;
+    client.waitingJobs = counts.waiting;
+    client.suspendedJobs = counts.suspended;
+    return client;
+}
+
+XNetJobStatus XNetJobDispatcher::XImp::GetStatus( XTimeMS inNow ) const
 {
     XNetJobStatus status;
     status.completedJobs = itsCompletedJobs;
-    status.jobsInTenSeconds = itsRate.Get( inNow );
+    status.jobsInTenSeconds = itsRate.GetSum( inNow );
+    status.failureCount = itsFailureCount;
     for ( const auto& [id, peer] : itsPeers )
         if ( peer.isNode )
-        {
-            const XNetJobScheduler::XNodeCounts counts = scheduler.CountRuns( id );
-            status.nodes.push_back(
-                { id, peer.info.GetName(), peer.info.GetComputerName(), peer.workers, counts.assigned,
-                  counts.started, peer.completedJobs, inNow - peer.lastHeard, !peer.endTime } );
-        }
+            status.nodes.push_back( DescribeNode( inNow, id, peer ) );
         else
-        {
-            const XNetJobScheduler::XCounts counts = scheduler.CountJobs( id );
-            status.clients.push_back(
-                { id, peer.info.GetName(), peer.info.GetComputerName(), counts.waiting, counts.suspended,
-                  counts.assigned, peer.completedJobs, !peer.endTime } );
-        }
+            status.clients.push_back( DescribeClient( inNow, id, peer ) );
     for ( const Failure& failure : itsFailures )
         status.failures.push_back( { inNow - failure.time, XString( failure.text.c_str() ) } );
+    status.throughput = itsThroughput.GetCounts( inNow );
+    if ( !status.throughput.empty() )
+        status.throughput.pop_back(); // the present period
     return status;
 }
 

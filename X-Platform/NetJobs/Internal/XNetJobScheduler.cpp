@@ -495,7 +495,16 @@ XNetJobScheduler::XNodeCounts XNetJobScheduler::XImp::CountRuns( std::uint32_t i
         return counts;
     counts.assigned = node->runs.size();
     for ( Job* const job : node->runs )
-        counts.started += job->FindRun( *node )->hasStarted;
+    {
+        const Run& run = *job->FindRun( *node );
+        if ( !run.hasStarted )
+            continue;
+        ++counts.started;
+        if ( counts.longestJob && counts.longestStart <= run.startTime )
+            continue;
+        counts.longestJob = job->key;
+        counts.longestStart = run.startTime;
+    }
     return counts;
 }
 

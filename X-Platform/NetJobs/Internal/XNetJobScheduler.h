@@ -94,7 +94,9 @@ public:
     struct XNodeCounts
     {
         USize assigned = 0;
-        USize started = 0; ///< of those
+        USize started = 0;                 ///< of those
+        std::optional<XJobKey> longestJob; ///< the started job that has run longest
+        XTimeMS longestStart = 0;          ///< when it has started
     };
 
     XNetJobScheduler();
