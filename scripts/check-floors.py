@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks that no include runs upwards between rooms, that the program includes no internals of the libraries, that no
 headers include each other, in a line or in a circle, that every class of Platform has a source for each system, that
-names in unnamed namespaces are unique in their target, whose sources are compiled in batches, and that test suites are
-named alike."""
+names in unnamed namespaces are unique in their target, whose sources are compiled in batches, and that test files and
+suites are named after classes."""
 
 import collections
 import pathlib
@@ -37,6 +37,9 @@ ROOMS = [
 WITHOUT_TWINS = {"WCanvas", "WConnection", "WDeflateUnpacker", "WImageFile", "WLZWUnpacker", "WPackBitsUnpacker", "WSystemAddress",
                  "WTIFFBlockReader", "WTIFFDirectory", "WTIFFFile", "WTIFFPackedBytes", "WTIFFPredictor", "WTIFFUnpacker",
                  "WThreadBody", "WThreadManager", "WPendingFiles"}
+
+# Files of tests that belong to several classes alike, or to none.
+TESTS_OF_SEVERAL = {"ClusterCommandsTest", "DamagedPageTest", "EventLoopsTest", "NetJobRecordsTest", "SystemHeadersFirstTest", "SystemHeadersLastTest"}
 
 
 def room_of(path: pathlib.Path) -> str:
@@ -130,14 +133,26 @@ def repeated_names() -> list[str]:
     return faults
 
 
-def misnamed_suites() -> list[str]:
-    """Names of suites end with Test, and a suite lies in one file."""
+def misnamed_tests() -> list[str]:
+    """Test files and suites bear the name of a class, which a part of its tests follows with its subject, and Test or
+    DeathTest. A suite lies in one file."""
+    classes = {path.stem for top in ("X-Platform", "Platform", "Tools") for path in (ROOT / top).rglob("*.h")}
     files = collections.defaultdict(set)
-    for path in (ROOT / "Tests").rglob("*.cpp"):
-        for name in re.findall(r"^(?:TEST|TEST_F|TEST_P|TYPED_TEST)\( *(\w+)", path.read_text(encoding="utf-8"), re.MULTILINE):
-            files[name].add(path.name)
-    return [f"test suite {name} in {', '.join(sorted(found))}" for name, found in files.items()
-            if not name.endswith("Test") or len(found) > 1]
+    faults = []
+
+    def names_a_class(name: str) -> bool:
+        match = re.fullmatch(r"(\w+?)(?:Death)?Test", name)
+        return bool(match) and any(match[1].startswith(one) and not match[1][len(one):len(one) + 1].islower() for one in classes)
+
+    for path in sorted((ROOT / "Tests").rglob("*.cpp")):
+        if found := re.findall(r"^(?:TEST|TEST_F|TEST_P|TYPED_TEST)\( *(\w+)", path.read_text(encoding="utf-8"), re.MULTILINE):
+            if not names_a_class(path.stem) and path.stem not in TESTS_OF_SEVERAL:
+                faults.append(f"{path.relative_to(ROOT)} does not begin with the name of a class")
+            for name in set(found):
+                files[name].add(path.name)
+                if name != path.stem and not names_a_class(name):
+                    faults.append(f"test suite {name} in {path.name} bears the name of no class")
+    return faults + [f"test suite {name} in {', '.join(sorted(found))}" for name, found in files.items() if len(found) > 1]
 
 
 def main() -> int:
@@ -159,7 +174,7 @@ def main() -> int:
     for header in lonely_headers():
         faults += 1
         print(f"{header.relative_to(ROOT)} has no source for each system")
-    for fault in repeated_names() + misnamed_suites():
+    for fault in repeated_names() + misnamed_tests():
         faults += 1
         print(fault)
     print(f"{len(files)} files, {faults} faults")

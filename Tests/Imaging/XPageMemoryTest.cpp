@@ -7,10 +7,10 @@ namespace
 constexpr std::uint64_t kUnit = 1024 * 1024;
 constexpr std::uint64_t kBudget = 64 * kUnit;
 
-struct PageMemoryTest : testing::Test
+struct XPageMemoryTest : testing::Test
 {
-    PageMemoryTest() { GetManager().SetBudget( itsBefore + kBudget ); }
-    ~PageMemoryTest() override { GetManager().SetBudget( itsBudgetBefore ); }
+    XPageMemoryTest() { GetManager().SetBudget( itsBefore + kBudget ); }
+    ~XPageMemoryTest() override { GetManager().SetBudget( itsBudgetBefore ); }
 
     static XMemoryManager& GetManager() { return *XMemoryManager::GetManager(); }
     USize64 GetUsed() const { return GetManager().GetBytesInUse() - itsBefore; }
@@ -20,7 +20,7 @@ private:
     const USize64 itsBefore = GetManager().GetBytesInUse();
 };
 
-TEST_F( PageMemoryTest, KeepsBuffersForPagesOfTheSameSize )
+TEST_F( XPageMemoryTest, KeepsBuffersForPagesOfTheSameSize )
 {
     {
         XPageMemory memory;
@@ -36,7 +36,7 @@ TEST_F( PageMemoryTest, KeepsBuffersForPagesOfTheSameSize )
     EXPECT_EQ( GetUsed(), 0u );
 }
 
-TEST_F( PageMemoryTest, KeepsNoMoreThanAPartOfTheBudget )
+TEST_F( XPageMemoryTest, KeepsNoMoreThanAPartOfTheBudget )
 {
     XPageMemory memory;
     std::vector<WImagePage::Samples> pages;

@@ -26,18 +26,18 @@ void SetText( XMemoryHandle& ioHandle, const std::string& inText )
 
 /// What every kind of handle does alike.
 template<class THandle>
-struct AnyHandleTest : testing::Test
+struct XMemoryHandleKindsTest : testing::Test
 {
     TestManager manager;
     THandle itsHandle{ USize64( 5 ) };
 };
 
 using HandleKinds = testing::Types<XMemoryHandle, XAlignedMemoryHandle, XMappedFileMemoryHandle>;
-TYPED_TEST_SUITE( AnyHandleTest, HandleKinds );
+TYPED_TEST_SUITE( XMemoryHandleKindsTest, HandleKinds );
 
 } // namespace
 
-TYPED_TEST( AnyHandleTest, CopiesShareTheBlockUntilOneIsWritten )
+TYPED_TEST( XMemoryHandleKindsTest, CopiesShareTheBlockUntilOneIsWritten )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -63,7 +63,7 @@ TYPED_TEST( AnyHandleTest, CopiesShareTheBlockUntilOneIsWritten )
     EXPECT_TRUE( third.IsDirty() );
 }
 
-TYPED_TEST( AnyHandleTest, ACopyOfWhatIsBeingWrittenIsItsOwn )
+TYPED_TEST( XMemoryHandleKindsTest, ACopyOfWhatIsBeingWrittenIsItsOwn )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -74,7 +74,7 @@ TYPED_TEST( AnyHandleTest, ACopyOfWhatIsBeingWrittenIsItsOwn )
 }
 
 // A write lock inside a read lock moves the bytes of a shared block; the outer lock still sees them where they were.
-TYPED_TEST( AnyHandleTest, OuterLocksKeepTheirBytes )
+TYPED_TEST( XMemoryHandleKindsTest, OuterLocksKeepTheirBytes )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -95,7 +95,7 @@ TYPED_TEST( AnyHandleTest, OuterLocksKeepTheirBytes )
     EXPECT_LE( this->manager.GetBytesInUse(), handle.GetBlock()->GetTrueSize() ); // of one block
 }
 
-TYPED_TEST( AnyHandleTest, ResizesKeepingBytes )
+TYPED_TEST( XMemoryHandleKindsTest, ResizesKeepingBytes )
 {
     auto& handle = this->itsHandle;
     Fill( handle, 1 );
@@ -114,7 +114,7 @@ TYPED_TEST( AnyHandleTest, ResizesKeepingBytes )
     EXPECT_ERROR( 1006, handle.Resize( 1 ) );
 }
 
-TYPED_TEST( AnyHandleTest, SwapsBytesOnceWhenLocked )
+TYPED_TEST( XMemoryHandleKindsTest, SwapsBytesOnceWhenLocked )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "abcdefghijk" );
@@ -134,7 +134,7 @@ TYPED_TEST( AnyHandleTest, SwapsBytesOnceWhenLocked )
     EXPECT_EQ( "badcfehgjik", TextOf( other ) );
 }
 
-TYPED_TEST( AnyHandleTest, RefusesBytesOutsideAndDataNotLocked )
+TYPED_TEST( XMemoryHandleKindsTest, RefusesBytesOutsideAndDataNotLocked )
 {
     auto& handle = this->itsHandle;
     char bytes[10] = {};
@@ -150,7 +150,7 @@ TYPED_TEST( AnyHandleTest, RefusesBytesOutsideAndDataNotLocked )
 }
 
 // Their data would be gone while somebody looks at it.
-TYPED_TEST( AnyHandleTest, LockedHandlesKeepTheirBlock )
+TYPED_TEST( XMemoryHandleKindsTest, LockedHandlesKeepTheirBlock )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );
@@ -173,7 +173,7 @@ TYPED_TEST( AnyHandleTest, LockedHandlesKeepTheirBlock )
     EXPECT_EQ( 2u, handle.GetBlock()->GetRefCount() );
 }
 
-TYPED_TEST( AnyHandleTest, FailsWithoutChangesWhenMemoryIsShort )
+TYPED_TEST( XMemoryHandleKindsTest, FailsWithoutChangesWhenMemoryIsShort )
 {
     auto& handle = this->itsHandle;
     SetText( handle, "hello" );

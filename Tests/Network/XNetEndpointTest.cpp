@@ -275,7 +275,7 @@ TEST( XNetEndpointTest, DisconnectsWhenThePeerHasReadAll )
 }
 
 /// Every wait ends at once when another thread disconnects, is asked to stop, or to suspend.
-struct WaitTest : testing::TestWithParam<int>
+struct XNetEndpointWaitTest : testing::TestWithParam<int>
 {
     enum
     {
@@ -321,7 +321,7 @@ struct WaitTest : testing::TestWithParam<int>
     TestThread itsThread{ [this] { return Wait(); } };
 };
 
-TEST_P( WaitTest, EndsWhenAnotherThreadDisconnects )
+TEST_P( XNetEndpointWaitTest, EndsWhenAnotherThreadDisconnects )
 {
     itsThread.StartThread();
     LetItWait();
@@ -333,7 +333,7 @@ TEST_P( WaitTest, EndsWhenAnotherThreadDisconnects )
     EXPECT_EQ( itsEndpoint->GetState(), State::kStateDisconnected );
 }
 
-TEST_P( WaitTest, EndsWhenItsThreadIsToStop )
+TEST_P( XNetEndpointWaitTest, EndsWhenItsThreadIsToStop )
 {
     itsThread.StartThread();
     LetItWait();
@@ -401,7 +401,7 @@ TEST( XNetEndpointTest, ReceivesFromConnectionsOnly )
     client.Connect( listener.GetAddress(), kPatience ); // listens still
 }
 
-INSTANTIATE_TEST_SUITE_P( XNetEndpointTest, WaitTest, testing::Range( 0, 5 ) );
+INSTANTIATE_TEST_SUITE_P( XNetEndpointTest, XNetEndpointWaitTest, testing::Range( 0, 5 ) );
 
 TEST( XNetEndpointTest, EndsAConnectionAttempt )
 {

@@ -41,7 +41,7 @@ std::string ReceiveHex( XNetEndpoint& inEndpoint, std::uint32_t inCount )
     return text;
 }
 
-struct NetStreamTest : testing::TestWithParam<Mode>
+struct XNetStreamModesTest : testing::TestWithParam<Mode>
 {
     TestConnection itsConnection;
     TestStream itsClient{ itsConnection.client, GetParam() };
@@ -50,7 +50,7 @@ struct NetStreamTest : testing::TestWithParam<Mode>
 
 } // namespace
 
-TEST_P( NetStreamTest, CarriesValuesBothWays )
+TEST_P( XNetStreamModesTest, CarriesValuesBothWays )
 {
     std::vector<double> numbers( 300'001 );
     for ( std::size_t i = 0; i < numbers.size(); ++i )
@@ -82,7 +82,7 @@ TEST_P( NetStreamTest, CarriesValuesBothWays )
 }
 
 /// What has arrived when a read runs out of time is there for the next one.
-TEST_P( NetStreamTest, LosesNothingToATimeout )
+TEST_P( XNetStreamModesTest, LosesNothingToATimeout )
 {
     std::uint8_t bytes[20] = {};
     itsClient.WriteBuffer8( "12345678", 8 );
@@ -95,7 +95,7 @@ TEST_P( NetStreamTest, LosesNothingToATimeout )
     EXPECT_EQ( std::memcmp( bytes, "12345678", 8 ), 0 );
 }
 
-TEST_P( NetStreamTest, PeeksWhatItReadsNext )
+TEST_P( XNetStreamModesTest, PeeksWhatItReadsNext )
 {
     if ( GetParam().algorithm == kRC4 )
         return; // whose peeks take the bytes
@@ -110,7 +110,7 @@ TEST_P( NetStreamTest, PeeksWhatItReadsNext )
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    XNetStreamTest, NetStreamTest,
+    XNetStreamTest, XNetStreamModesTest,
     testing::Values(
         Mode{ kNone, 0, kIntelOrder }, Mode{ kNone, 4096, kMotorolaOrder }, Mode{ kTEA, 0, kIntelOrder },
         Mode{ kTEA, 0, kMotorolaOrder }, Mode{ kRC4, 0, kMotorolaOrder },

@@ -209,7 +209,7 @@ TYPED_TEST( XPivotColumnFamilyTest, MovesRowsWithTheirPresence )
     EXPECT_TRUE( IsSameValue( column.GetDataVector()[2], column.GetDefaultValue() ) );
 }
 
-TEST( XPivotSortTest, SurvivesTextsWhoseOrderGoesInCircles )
+TEST( XPivotColumnSortTest, SurvivesTextsWhoseOrderGoesInCircles )
 {
     const XString circle[] = { ".9", "/", "0", ".e", "-e", "-", ". 9" };
     XRandom random( 1 );
@@ -226,7 +226,7 @@ TEST( XPivotSortTest, SurvivesTextsWhoseOrderGoesInCircles )
     }
 }
 
-TEST( XPivotSortTest, OrdersFewTextsInManyRowsAsItDoesManyTexts )
+TEST( XPivotColumnSortTest, OrdersFewTextsInManyRowsAsItDoesManyTexts )
 {
     // "a b" and "ab" are ranked equal.
     const XString texts[] = { "img10", "a b", "img2", "", "B", "ab", "b" };

@@ -173,7 +173,7 @@ TEST( XPivotColumnTest, RemovesNaNsAndRepeatsRows )
     EXPECT_EQ( column.GetColumnSize(), 0u );
 }
 
-TEST( XPivotIntegerColumnsTest, HoldNumbersWithinTheirRange )
+TEST( XPivotColumnIntegersTest, HoldNumbersWithinTheirRange )
 {
     XPivotSInt32Column integers;
     integers.SetData( XVector<double>{ 2.9, -2.9, 1e20, -kInfinity, kNaN } );

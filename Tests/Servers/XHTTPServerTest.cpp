@@ -193,9 +193,9 @@ TEST_F( XHTTPServerTest, WaitsForTheGoAheadOnlyWhereItIsExpected )
     EXPECT_EQ( StatusOf( Ask( "POST /echo", "Expect: more\r\nContent-Length: 3\r\n\r\n" ) ), "417" );
 }
 
-struct XHTTPLimitsTest : XHTTPServerTest
+struct XHTTPServerLimitsTest : XHTTPServerTest
 {
-    XHTTPLimitsTest() : XHTTPServerTest( MakeLimits() ) {}
+    XHTTPServerLimitsTest() : XHTTPServerTest( MakeLimits() ) {}
 
     static XHTTPServer::XLimits MakeLimits()
     {
@@ -208,7 +208,7 @@ struct XHTTPLimitsTest : XHTTPServerTest
     }
 };
 
-TEST_F( XHTTPLimitsTest, RefusesWhatIsTooLargeOrTooSlow )
+TEST_F( XHTTPServerLimitsTest, RefusesWhatIsTooLargeOrTooSlow )
 {
     const std::string filler( 1100, 'a' );
     EXPECT_EQ( StatusOf( Ask( "GET /hello", "X: " + filler + "\r\n\r\n" ) ), "431" );
@@ -307,7 +307,7 @@ TEST_F( XHTTPServerTest, SurvivesHandlersThatThrow )
 }
 
 /// The log would be theirs to fill.
-TEST_F( XHTTPLimitsTest, LogsWhatHandlersDoButNotWhatClientsDo )
+TEST_F( XHTTPServerLimitsTest, LogsWhatHandlersDoButNotWhatClientsDo )
 {
     const TestFolder folder;
     XSessionLogManager::XOptions options;
@@ -397,9 +397,9 @@ TEST( XHTTPHeadersTest, TakesTextsOfItsOwn )
 namespace
 {
 
-struct XHTTPFilesTest : testing::Test
+struct XHTTPServerFilesTest : testing::Test
 {
-    XHTTPFilesTest() : itsServer( "files" )
+    XHTTPServerFilesTest() : itsServer( "files" )
     {
         std::filesystem::create_directories( itsBase / "site/sub" );
         Write( "secret.txt", "secret" );
@@ -411,7 +411,7 @@ struct XHTTPFilesTest : testing::Test
         itsServer.ServeFolder( "/files/", itsBase / "site" );
         itsServer.Start( 0 );
     }
-    ~XHTTPFilesTest() override { itsServer.Stop(); }
+    ~XHTTPServerFilesTest() override { itsServer.Stop(); }
 
     void Write( const char* inName, const std::string& inText ) { itsBase.Write( inName, inText ); }
     std::string
@@ -430,7 +430,7 @@ struct XHTTPFilesTest : testing::Test
 
 } // namespace
 
-TEST_F( XHTTPFilesTest, ServesFilesButNothingElse )
+TEST_F( XHTTPServerFilesTest, ServesFilesButNothingElse )
 {
     const std::string answer = Get( "ten.txt" );
     EXPECT_EQ( BodyOf( answer ), "0123456789" );
@@ -452,7 +452,7 @@ TEST_F( XHTTPFilesTest, ServesFilesButNothingElse )
         EXPECT_EQ( StatusOf( Get( path ) ), "400" ) << path;
 }
 
-TEST_F( XHTTPFilesTest, ServesRanges )
+TEST_F( XHTTPServerFilesTest, ServesRanges )
 {
     const auto getRange = [&]( const char* inRange )
     { return Get( "ten.txt", std::string( "Range: " ) + inRange + "\r\n" ); };
@@ -477,7 +477,7 @@ TEST_F( XHTTPFilesTest, ServesRanges )
         EXPECT_EQ( StatusOf( getRange( range ) ), "200" ) << range;
 }
 
-TEST_F( XHTTPFilesTest, ServesOnlyWhatTheClientLacks )
+TEST_F( XHTTPServerFilesTest, ServesOnlyWhatTheClientLacks )
 {
     const std::string answer = Get( "ten.txt" );
     const std::string tag = FieldOf( answer, "ETag" ), date = FieldOf( answer, "Last-Modified" );
