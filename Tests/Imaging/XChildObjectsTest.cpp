@@ -43,6 +43,19 @@ TEST( XChildObjectsTest, KeepToTheirObjects )
     EXPECT_EQ( inner.parents, Numbers{ 0 } );
 }
 
+TEST( XChildObjectsTest, EndWhereTheirObjectTouchesAnother )
+{
+    // Three objects of two columns each, which touch; all bright pixels are connected.
+    const auto page = MakePage<std::uint8_t>( 6, { 9, 9, 9, 9, 9, 9, 9, 1, 1, 9, 9, 1, 1, 9, 9, 1, 1, 9 } );
+    XLabelCollector collector;
+    for ( int row = 0; row < 3; ++row )
+        collector.AddRow( Numbers{ 7, 7, 4'294'967'295, 4'294'967'295, 3, 3 } );
+    const auto inner =
+        XFindChildObjects( page, collector.TakeObjects(), { 0, 5, 1 }, XConnectivity::kEdgesAndCorners );
+    EXPECT_EQ( GetPixelCounts( inner.objects ), ( Numbers{ 4, 4, 4 } ) );
+    EXPECT_EQ( inner.parents, ( Numbers{ 0, 1, 2 } ) );
+}
+
 TEST( XChildObjectsTest, TakeTheThresholdOfTheirOwnObject )
 {
     // Two objects of unlike brightness; the third is flat, the fourth a single pixel.

@@ -73,7 +73,7 @@ std::vector<XObjectShape> Measure( const Labels& inLabels, int inWidth, int inHe
                 continue;
             const auto column = static_cast<std::uint32_t>( x ), row = static_cast<std::uint32_t>( y );
             const auto isStart = at( x - 1, y ) != label, hasAbove = at( x, y - 1 ) == label;
-            shapes[label].Add( { column, row, 1, hasAbove, isStart, column, row, column, row } );
+            shapes[label].Add( { column, row, 1, hasAbove, isStart, column, row, column, row, column } );
         }
     return shapes;
 }
@@ -120,6 +120,7 @@ void ExpectFloodedObjects( const WImagePage& inPage, const std::vector<bool>& in
             EXPECT_EQ( shape.sumY, shapes[i].sumY );
             EXPECT_EQ( shape.left, shapes[i].left );
             EXPECT_EQ( shape.top, shapes[i].top );
+            EXPECT_EQ( shape.firstX, shapes[i].firstX );
             EXPECT_EQ( shape.GetBoundsX(), shapes[i].GetBoundsX() );
             EXPECT_EQ( shape.GetBoundsY(), shapes[i].GetBoundsY() );
             EXPECT_EQ( shape.GetPerimeter(), edges[i] );

@@ -1,5 +1,6 @@
 #include "Imaging/Objects/XContours.h"
 
+#include "Imaging/Objects/XConnectedComponents.h"
 #include "Imaging/TestPages.h"
 
 namespace
@@ -64,6 +65,33 @@ TEST( XContoursTest, RunAroundPixels )
         StartAt( { 0, 0 }, outlines[0][0] ), ( XContourLoop{ { 0, 0 }, { 1, 0 }, { 1, 1 }, { 0, 1 } } ) );
     EXPECT_EQ(
         StartAt( { 1, 1 }, outlines[0][1] ), ( XContourLoop{ { 1, 1 }, { 3, 1 }, { 3, 3 }, { 1, 3 } } ) );
+}
+
+TEST( XContoursTest, FollowObjectsThatTouchAndHaveGaps )
+{
+    std::mt19937 random( 3 );
+    for ( int i = 0; i < 300; ++i )
+    {
+        const auto width = 1 + random() % 20, height = 1 + random() % 20;
+        const auto labels = MakeNoise<std::uint32_t>( random, width * height, 1 + i % 9 );
+        XLabelCollector collector;
+        for ( std::size_t row = 0; row < height; ++row )
+            collector.AddRow( { &labels[row * width], width } );
+        const auto objects = collector.TakeObjects();
+        const auto outlines = XTraceContours( objects );
+        ASSERT_EQ( outlines.size(), objects.shapes.size() );
+        for ( std::size_t object = 0; object < outlines.size(); ++object )
+        {
+            const auto& shape = objects.shapes[object];
+            const auto label = labels[shape.top * width + shape.firstX];
+            EXPECT_EQ( shape.pixelCount, std::ranges::count( labels, label ) );
+            EXPECT_EQ(
+                std::ranges::find( labels, label ) - labels.begin(), shape.top * width + shape.firstX );
+            const Sums sums( outlines[object] );
+            EXPECT_EQ( sums.length, static_cast<std::int64_t>( shape.GetPerimeter() ) );
+            EXPECT_EQ( sums.area, shape.pixelCount );
+        }
+    }
 }
 
 TEST( XContoursTest, AreAsLongAsThePerimeterAndHoldEveryPixel )

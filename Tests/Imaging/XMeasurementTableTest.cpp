@@ -51,4 +51,17 @@ TEST( XMeasurementTableTest, GivesObjectsIdentitiesOfTheirOwnButTheSameEveryTime
     const auto ids = GetColumn<XPivotRowRefColumn>( first, kPivotID ).GetUUIDVector();
     EXPECT_EQ( std::set<XUUID>( ids.begin(), ids.end() ).size(), 12u );
     EXPECT_EQ( GetColumn<XPivotRowRefColumn>( second, kPivotID ).GetUUIDVector(), ids );
+
+    // Two objects that interlock have the same sums and bounds.
+    XPageObjects objects;
+    XLabelCollector collector;
+    for ( const auto& row : { std::vector<std::uint32_t>{ 1, 2 }, { 2, 1 } } )
+        collector.AddRow( row );
+    objects.outer = collector.TakeObjects();
+    std::vector images( 1, XImageMeasurement{ "a.tif", {} } );
+    images[0].pages.push_back( XMeasureObjects( MakePage<std::uint8_t>( 2, { 5, 5, 5, 5 } ), objects ) );
+    auto table = XMakeMeasurementTable( images, {} );
+    const auto interlocked = GetColumn<XPivotRowRefColumn>( table, kPivotID ).GetUUIDVector();
+    ASSERT_EQ( interlocked.size(), 2u );
+    EXPECT_NE( interlocked[0], interlocked[1] );
 }

@@ -89,7 +89,8 @@ TEST_F( ProgramTest, RefusesWrongUsage )
                  "measure % --threshold multiotsu:3:3|measure % --threshold local:8|measure % --threshold Li|"
                  "measure % --threshold sauvola:1001|measure % --threshold-scale 0|measure % --smooth 0|"
                  "measure % --smooth nan|measure % --median 101|measure % --open 0|measure % --max-pixels 0|"
-                 "measure % --subtract-background 0|"
+                 "measure % --subtract-background 0|measure % --split x|measure % --split distance:-1|"
+                 "measure % --split distance:|measure % --split intensity:0.01|"
                  "measure % --workers 0|measure % --inside x|measure % --pixel-size 0,5|"
                  "measure % --pixel-size 1,2,3|measure % --pixel-size inf|measure % --inside-channel C1|"
                  "measure % -o @same --csv @./same|measure % --csv %|sample @s --planes 0|"
@@ -379,6 +380,39 @@ TEST_F( ProgramTest, SegmentsAPreprocessedChannel )
     EXPECT_EQ( count( "--dark --subtract-background 3 --median 1 --threshold isodata" ), 1 );
     // Statistics are those of the original pixels.
     EXPECT_CONTAINS( itsFolder.Read( "out.csv" ), ",70,76,73," );
+}
+
+TEST_F( ProgramTest, SplitsObjectsThatTouch )
+{
+    // Two bright spots in overlapping discs, and a speck.
+    std::vector<std::uint8_t> samples( 60 * 30 );
+    for ( int i = 0; i < 60 * 30; ++i )
+    {
+        const auto x = i % 60, y = i / 60 - 15;
+        for ( const auto centre : { 15, 33 } )
+            if ( const auto square = ( x - centre ) * ( x - centre ) + y * y; square <= 100 )
+                samples[static_cast<std::size_t>( i )] = static_cast<std::uint8_t>( 200 - square );
+    }
+    samples[58] = 255;
+    const auto page = MakePage( 60, samples );
+    const auto image = WriteStack( "image.tif", { &page, &page, &page } );
+    const auto count = [&]( const std::string& inOptions )
+    {
+        EXPECT_EQ(
+            RunLine( "measure % --threshold 50 --csv @out.csv --overlay @o.png " + inOptions, image ), 0 );
+        return std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ) - 1;
+    };
+    EXPECT_EQ( count( "" ), 3 * 2 );
+    EXPECT_EQ( count( "--split distance --workers 1" ), 3 * 3 );
+    const auto table = itsFolder.Read( "out.csv" ), overlay = itsFolder.Read( "o-0002.png" );
+    EXPECT_EQ( count( "--split distance:1 --workers 3" ), 3 * 3 );
+    EXPECT_EQ( itsFolder.Read( "out.csv" ), table );
+    EXPECT_EQ( itsFolder.Read( "o-0002.png" ), overlay );
+    EXPECT_EQ( count( "--split distance:9" ), 3 * 2 );
+    EXPECT_EQ( count( "--split intensity" ), 3 * 3 );
+    EXPECT_EQ( count( "--split intensity:9" ), 3 * 2 );
+    // Parts are measured, removed and searched one by one.
+    EXPECT_EQ( count( "--split distance --min-pixels 2 --max-pixels 400 --inside 150" ), 3 * 4 );
 }
 
 TEST_F( ProgramTest, KeepsALog )

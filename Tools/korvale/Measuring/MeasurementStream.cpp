@@ -145,14 +145,34 @@ XMaskCleaning ReadCleaning( XStream& ioStream )
     return cleaning;
 }
 
+void WriteSplit( XStream& ioStream, const XSplitSettings& inSettings )
+{
+    const auto& [method, depth, sigma] = inSettings;
+    ioStream.Write8( static_cast<std::uint8_t>( method ) );
+    ioStream.WriteFloat64S( depth );
+    ioStream.WriteFloat64S( sigma );
+}
+
+XSplitSettings ReadSplit( XStream& ioStream )
+{
+    XSplitSettings settings;
+    const std::uint8_t method = ioStream.Read8();
+    RequireStored( method <= static_cast<std::uint8_t>( XSplitMethod::kIntensity ) );
+    settings.method = static_cast<XSplitMethod>( method );
+    settings.depth = ioStream.ReadFloat64S();
+    settings.sigma = ioStream.ReadFloat64S();
+    return settings;
+}
+
 void WriteSegmentation( XStream& ioStream, const XSegmentationSettings& inSettings )
 {
-    const auto& [channel, filters, threshold, automatic, cleaning] = inSettings;
+    const auto& [channel, filters, threshold, automatic, cleaning, split] = inSettings;
     ioStream.Write32( channel );
     WriteFilters( ioStream, filters );
     WriteNumber( ioStream, threshold );
     WriteAutomaticThreshold( ioStream, automatic );
     WriteCleaning( ioStream, cleaning );
+    WriteSplit( ioStream, split );
 }
 
 XSegmentationSettings ReadSegmentation( XStream& ioStream )
@@ -163,12 +183,13 @@ XSegmentationSettings ReadSegmentation( XStream& ioStream )
     settings.threshold = ReadNumber( ioStream );
     settings.automatic = ReadAutomaticThreshold( ioStream );
     settings.cleaning = ReadCleaning( ioStream );
+    settings.split = ReadSplit( ioStream );
     return settings;
 }
 
 // ---- Objects
 
-constexpr std::size_t kShapeSize = 2 * 8 + 7 * 4;
+constexpr std::size_t kShapeSize = 2 * 8 + 8 * 4;
 constexpr std::size_t kRunSize = 4 * 4;
 constexpr std::size_t kStatisticsSize = 5 * 8;
 
@@ -180,7 +201,7 @@ void WriteShapes( XStream& ioStream, const std::vector<XObjectShape>& inShapes )
         ioStream.Write64( inShape.sumY );
         for ( const auto number :
               { inShape.pixelCount, inShape.verticalAdjacencies, inShape.runCount, inShape.left, inShape.top,
-                inShape.right, inShape.bottom } )
+                inShape.right, inShape.bottom, inShape.firstX } )
             ioStream.Write32( number );
     };
     WriteAll( ioStream, inShapes, write );
@@ -194,11 +215,12 @@ std::vector<XObjectShape> ReadShapes( XStream& ioStream )
         outShape.sumY = ioStream.Read64();
         for ( auto* const number :
               { &outShape.pixelCount, &outShape.verticalAdjacencies, &outShape.runCount, &outShape.left,
-                &outShape.top, &outShape.right, &outShape.bottom } )
+                &outShape.top, &outShape.right, &outShape.bottom, &outShape.firstX } )
             *number = ioStream.Read32();
         RequireStored(
             outShape.pixelCount > 0 && outShape.left <= outShape.right && outShape.top <= outShape.bottom &&
-            outShape.right < XPixelRun::kNoObject );
+            outShape.right < XPixelRun::kNoObject && outShape.left <= outShape.firstX &&
+            outShape.firstX <= outShape.right );
     };
     return ReadAll<XObjectShape>( ioStream, kShapeSize, read );
 }
@@ -236,6 +258,8 @@ bool AreRunsOf(
         const XObjectShape& shape = inShapes[run.object];
         if ( run.row < shape.top || run.row > shape.bottom || run.first < shape.left ||
              run.end - 1 > shape.right )
+            return false;
+        if ( runs[run.object] == 0 && ( run.row != shape.top || run.first != shape.firstX ) )
             return false;
         ++runs[run.object];
         pixels[run.object] += run.end - run.first;

@@ -39,11 +39,21 @@ const char* const SegmentationOptions::kHelp =
     "  specks and thin connections, --close joins parts and fills narrow gaps, both\n"
     "  with a disc of the radius; --fill-holes fills background that is enclosed.\n"
     "  Then --exclude-edges ignores objects at the border of the page, and\n"
-    "  --min-pixels and --max-pixels those of other sizes.\n";
+    "  --min-pixels and --max-pixels those of other sizes, after splitting.\n"
+    "\n"
+    "Splitting\n"
+    "  --split divides objects that touch, without a line between them. distance:H\n"
+    "  divides them where they are narrow: into one part for each place whose\n"
+    "  distance from the background is at least H pixels larger than that of any\n"
+    "  passage to a wider place; 1 if H is omitted, larger values split less.\n"
+    "  intensity:SIGMA divides them where they are dark: into one part for each\n"
+    "  maximum after preprocessing and smoothing by a Gaussian of SIGMA pixels, 2 if\n"
+    "  omitted.\n";
 
 namespace
 {
 constexpr double kLeastSigma = 0.1;
+constexpr double kMostDepth = 1000;
 constexpr std::uint32_t kMostClasses = 10;
 
 constexpr std::array<std::pair<std::string_view, XThresholdMethod>, 5> kPlainMethods{ {
@@ -103,6 +113,37 @@ std::optional<XAutomaticThreshold> ParseMethod( std::string_view inText )
     return std::nullopt;
 }
 
+/// "distance", "distance:H", "intensity" or "intensity:SIGMA".
+std::optional<XSplitSettings> ParseSplit( std::string_view inText )
+{
+    XSplitSettings split;
+    const auto colon = std::min( inText.find( ':' ), inText.size() );
+    const auto method = inText.substr( 0, colon );
+    if ( method == "distance" )
+        split.method = XSplitMethod::kDistance;
+    else if ( method == "intensity" )
+        split.method = XSplitMethod::kIntensity;
+    else
+        return std::nullopt;
+    if ( colon == inText.size() )
+        return split;
+    const auto isDistance = split.method == XSplitMethod::kDistance;
+    const auto number = XParseNumber<double>( inText.substr( colon + 1 ) );
+    const auto least = isDistance ? 0 : kLeastSigma, most = isDistance ? kMostDepth : kXMostSigma;
+    if ( !number || !( *number >= least && *number <= most ) )
+        return std::nullopt;
+    ( isDistance ? split.depth : split.sigma ) = *number;
+    return split;
+}
+
+std::string CheckSplit( const std::string& inText )
+{
+    if ( ParseSplit( inText ) )
+        return "";
+    return "invalid split " + InQuotes( inText ) +
+        " (expected distance, distance:H, H from 0 to 1000, intensity or intensity:SIGMA, SIGMA from 0.1 to 500)";
+}
+
 std::string CheckMethod( const std::string& inText )
 {
     const auto number = XParseNumber<double>( inText );
@@ -134,6 +175,10 @@ void SegmentationOptions::Declare( const CommandOptions& inOptions )
         .IsBetween( 0.01, 100.0 );
     DeclareFilters( inOptions.Under( "Preprocessing" ) );
     DeclareCleaning( inOptions.Under( "Clean-up" ) );
+    inOptions.Under( "Splitting" )
+        .Add( "--split", itsSplit, "Divide touching objects (see Splitting)" )
+        .Takes( "METHOD" )
+        .Check( CheckSplit );
 }
 
 void SegmentationOptions::DeclareFilters( const CommandOptions& inOptions )
@@ -175,5 +220,7 @@ XSegmentationSettings SegmentationOptions::GetSettings() const
         settings.automatic = *ParseMethod( itsThreshold );
     settings.automatic.scale = itsScale;
     settings.cleaning = itsCleaning;
+    if ( !itsSplit.empty() )
+        settings.split = *ParseSplit( itsSplit );
     return settings;
 }

@@ -8,8 +8,8 @@
 
 class CommandOptions;
 
-/// The options that choose the pixels of objects: the channel, its preprocessing, the threshold and the
-/// clean-up.
+/// The options that choose the pixels of objects: the channel, its preprocessing, the threshold, the
+/// clean-up and the splitting.
 class SegmentationOptions
 {
 public:
@@ -30,6 +30,7 @@ private:
     double itsScale = 1;
     XChannelFilters itsFilters;
     XMaskCleaning itsCleaning;
+    std::string itsSplit;
 
     void DeclareFilters( const CommandOptions& inOptions );
     void DeclareCleaning( const CommandOptions& inOptions );

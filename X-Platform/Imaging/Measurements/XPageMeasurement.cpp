@@ -210,12 +210,15 @@ XPageObjects XFindPageObjects( const WImagePage& inPage, const XMeasureSettings&
         objects.threshold = segmentation.threshold;
         objects.nonFinite = segmentation.nonFinite;
         progress.Increment();
-        objects.outer =
-            XFindConnectedComponents( segmentation.mask, inSettings.connectivity, inSettings.leastPixels );
+        const auto isSplit = inSettings.objects.split.method != XSplitMethod::kNone;
+        objects.outer = XSplitComponents(
+            XFindConnectedComponents(
+                segmentation.mask, inSettings.connectivity, isSplit ? 1 : inSettings.leastPixels ),
+            segmentation, inSettings.objects.split, inSettings.connectivity );
     }
     const auto isIgnored = [&]( const XObjectShape& inShape )
     {
-        return inShape.pixelCount > inSettings.mostPixels ||
+        return inShape.pixelCount < inSettings.leastPixels || inShape.pixelCount > inSettings.mostPixels ||
             ( inSettings.excludesEdges && inShape.TouchesBorder( inPage.width, inPage.height ) );
     };
     XRemoveObjects( objects.outer, isIgnored );

@@ -8,8 +8,8 @@
 
 // All objects of a page at once, in passes over their runs: a counting sort brings the samples of each object
 // together for its threshold, a second mask marks the pixels above it, and one search finds the components of
-// that mask. Since two objects never touch, no component can be in two of them, and the parent of a component
-// is found by advancing through the runs of both in raster order.
+// that mask inside each object. Their runs end where their object ends, so the parent of a component is found
+// by advancing through the runs of both in raster order.
 
 namespace
 {
@@ -118,11 +118,10 @@ XChildObjects XFindChildObjects(
     XConnectivity inConnectivity )
 {
     XProgress progress( 2, XProgress::kProgressSteps );
-    // Objects do not touch, so their inner pixels can be joined all at once.
     const auto mask = MarkInside( inPage, inObjects, inSettings );
     progress.Increment();
     XChildObjects children;
-    children.objects = XFindConnectedComponents( mask, inConnectivity, inSettings.leastPixels );
+    children.objects = XFindComponentsInside( mask, inObjects, inConnectivity, inSettings.leastPixels );
     children.parents = FindParents( children.objects, inObjects );
     return children;
 }

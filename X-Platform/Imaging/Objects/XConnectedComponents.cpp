@@ -1,5 +1,6 @@
 #include "Imaging/Objects/XConnectedComponents.h"
 
+#include "Imaging/Objects/Internal/XObjectRuns.h"
 #include "Imaging/Thresholds/XPixelMask.h"
 #include "Jobs/XChunks.h"
 
@@ -12,6 +13,9 @@
 // turned out to be one are merged. Components are numbered in the order of their appearance and always joined
 // into the earlier one, so the remaining numbers are in raster order.
 //
+// Components inside objects are found in the same way: their runs are cut where objects end, carry the index of
+// their object as a group, and only join runs of their own group.
+//
 // Time and memory depend on the number of runs instead of that of pixels, except for the search for runs,
 // which takes a step for 64 pixels and one for each change.
 
@@ -19,11 +23,45 @@ namespace
 {
 constexpr auto kWordBits = XPixelMask::kWordBits;
 
+/// Calls `inWork( first, end )` for the runs of set bits in the columns from `inFirst` up to `inEnd`.
+template<class TWork>
+void VisitRuns(
+    std::span<const std::uint64_t> inBits, std::uint32_t inFirst, std::uint32_t inEnd, TWork inWork )
+{
+    if ( inFirst >= inEnd )
+        return;
+    const auto firstWord = inFirst / kWordBits, lastWord = ( inEnd - 1 ) / kWordBits;
+    std::uint64_t before = 0;
+    std::uint32_t first = 0;
+    bool isInside = false;
+    for ( auto word = firstWord; word <= lastWord; ++word )
+    {
+        auto bits = inBits[word];
+        if ( word == firstWord )
+            bits &= ~std::uint64_t{ 0 } << inFirst % kWordBits;
+        if ( word == lastWord )
+            bits &= ~std::uint64_t{ 0 } >> ( kWordBits - 1 - ( inEnd - 1 ) % kWordBits );
+        // A bit for each pixel that differs from its left neighbour: runs begin and end there.
+        auto changes = bits ^ ( bits << 1 | before );
+        before = bits >> ( kWordBits - 1 );
+        for ( ; changes != 0; changes &= changes - 1 )
+        {
+            const auto x = word * kWordBits + static_cast<std::uint32_t>( std::countr_zero( changes ) );
+            if ( isInside )
+                inWork( first, x );
+            first = x;
+            isInside = !isInside;
+        }
+    }
+    if ( isInside )
+        inWork( first, inEnd );
+}
+
 class Finder
 {
 public:
-    Finder( std::uint32_t inWidth, std::size_t inRunCount, XConnectivity inConnectivity )
-        : itsWidth( inWidth ), itsReach( inConnectivity == XConnectivity::kEdgesAndCorners ? 1 : 0 )
+    Finder( std::size_t inRunCount, XConnectivity inConnectivity )
+        : itsReach( inConnectivity == XConnectivity::kEdgesAndCorners ? 1 : 0 )
     {
         // Room that is not used is not touched either.
         itsRuns.reserve( inRunCount );
@@ -31,54 +69,53 @@ public:
         itsParents.reserve( inRunCount );
     }
 
-    void AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits );
+    /// Must be called before the first run of each row.
+    void StartRow( std::uint32_t inRow );
+    /// Adds a run. Runs of different groups are not joined.
+    void AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd, std::uint32_t inGroup );
     XLabelledObjects TakeObjects( std::uint64_t inLeastPixels );
 
 private:
-    std::uint32_t itsWidth;
     std::uint32_t itsReach; // how far beside each other runs of two rows may lie and still touch
     std::vector<XPixelRun> itsRuns;
     std::vector<XObjectShape> itsShapes;   // of the provisional components
     std::vector<std::uint32_t> itsParents; // an earlier component that is the same one, or itself
+    std::vector<std::uint32_t> itsGroups;  // of the provisional components; empty while there is only group 0
     std::size_t itsAbove = 0;              // the first run of the row above that may touch the next run
     std::size_t itsRowStart = 0;           // the first run of the row that is being added
 
-    void AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd );
+    std::uint32_t AddComponent( std::uint32_t inGroup );
+    std::uint32_t GetGroup( std::uint32_t inComponent ) const
+    {
+        return itsGroups.empty() ? 0 : itsGroups[inComponent];
+    }
     void NumberComponent( std::size_t inComponent, std::uint64_t inLeastPixels, std::uint32_t& ioObjects );
     std::uint32_t FindRoot( std::uint32_t inComponent );
     std::uint32_t Join( std::uint32_t inOne, std::uint32_t inOther );
 };
 
-void Finder::AddRow( std::uint32_t inRow, std::span<const std::uint64_t> inBits )
+void Finder::StartRow( std::uint32_t inRow )
 {
     // Runs of a row that is not the one above touch nothing.
     const auto previousStart = itsRowStart;
     itsRowStart = itsRuns.size();
     const auto isNext = itsRowStart > 0 && itsRuns.back().row + 1 == inRow;
     itsAbove = isNext ? previousStart : itsRowStart;
-
-    std::uint64_t before = 0;
-    std::uint32_t first = 0;
-    bool isInside = false;
-    for ( std::uint32_t word = 0; word < inBits.size(); ++word )
-    {
-        // A bit for each pixel that differs from its left neighbour: runs begin and end there.
-        auto changes = inBits[word] ^ ( inBits[word] << 1 | before );
-        before = inBits[word] >> ( kWordBits - 1 );
-        for ( ; changes != 0; changes &= changes - 1 )
-        {
-            const auto x = word * kWordBits + static_cast<std::uint32_t>( std::countr_zero( changes ) );
-            if ( isInside )
-                AddRun( inRow, first, x );
-            first = x;
-            isInside = !isInside;
-        }
-    }
-    if ( isInside )
-        AddRun( inRow, first, itsWidth );
 }
 
-void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd )
+std::uint32_t Finder::AddComponent( std::uint32_t inGroup )
+{
+    const auto component = static_cast<std::uint32_t>( itsParents.size() );
+    if ( inGroup != 0 && itsGroups.empty() )
+        itsGroups.resize( component );
+    if ( inGroup != 0 || !itsGroups.empty() )
+        itsGroups.push_back( inGroup );
+    itsParents.push_back( component );
+    itsShapes.emplace_back();
+    return component;
+}
+
+void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t inEnd, std::uint32_t inGroup )
 {
     // Runs of the row above that end before this one touch no later one either, so each is passed once.
     // Both rows are sorted by column, so this is a merge of two lists: O(runs) for a row.
@@ -91,6 +128,8 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
     for ( auto above = itsAbove; above < itsRowStart && itsRuns[above].first < inEnd + itsReach; ++above )
     {
         const auto& run = itsRuns[above];
+        if ( GetGroup( run.object ) != inGroup )
+            continue;
         const auto from = std::max( run.first, inFirst ), to = std::min( run.end, inEnd );
         // Pixels with a neighbour above, for the perimeter; diagonal contacts have none.
         verticalAdjacencies += to > from ? to - from : 0;
@@ -98,25 +137,9 @@ void Finder::AddRun( std::uint32_t inRow, std::uint32_t inFirst, std::uint32_t i
             component == XPixelRun::kNoObject ? FindRoot( run.object ) : Join( component, run.object );
     }
     if ( component == XPixelRun::kNoObject )
-    {
-        component = static_cast<std::uint32_t>( itsParents.size() );
-        itsParents.push_back( component );
-        itsShapes.emplace_back();
-    }
+        component = AddComponent( inGroup );
     itsRuns.push_back( { inRow, inFirst, inEnd, component } );
-
-    const auto count = inEnd - inFirst;
-    auto& shape = itsShapes[component];
-    shape.pixelCount += count;
-    // The sum of the columns from inFirst to inEnd - 1; the centroid divides it by the number of pixels.
-    shape.sumX += ( std::uint64_t{ inFirst } + inEnd - 1 ) * count / 2;
-    shape.sumY += std::uint64_t{ inRow } * count;
-    shape.verticalAdjacencies += verticalAdjacencies;
-    ++shape.runCount;
-    shape.left = std::min( shape.left, inFirst );
-    shape.right = std::max( shape.right, inEnd - 1 );
-    shape.top = std::min( shape.top, inRow );
-    shape.bottom = inRow;
+    itsShapes[component].AddRun( itsRuns.back(), verticalAdjacencies );
 }
 
 std::uint32_t Finder::FindRoot( std::uint32_t inComponent )
@@ -175,48 +198,43 @@ XLabelledObjects Finder::TakeObjects( std::uint64_t inLeastPixels )
 
 } // namespace
 
-void XObjectShape::Add( const XObjectShape& inOther )
-{
-    pixelCount += inOther.pixelCount;
-    sumX += inOther.sumX;
-    sumY += inOther.sumY;
-    verticalAdjacencies += inOther.verticalAdjacencies;
-    runCount += inOther.runCount;
-    left = std::min( left, inOther.left );
-    top = std::min( top, inOther.top );
-    right = std::max( right, inOther.right );
-    bottom = std::max( bottom, inOther.bottom );
-}
-
 XLabelledObjects XFindConnectedComponents(
     const XPixelMask& inMask, XConnectivity inConnectivity, std::uint64_t inLeastPixels )
 {
     XProgress progress( 2, XProgress::kProgressSteps );
-    Finder finder( inMask.GetWidth(), inMask.CountRuns(), inConnectivity );
-    XForEachRow(
-        inMask.GetHeight(), inMask.GetWidth(),
-        [&]( std::uint32_t inRow ) { finder.AddRow( inRow, inMask.GetRow( inRow ) ); } );
+    Finder finder( inMask.CountRuns(), inConnectivity );
+    const auto addRow = [&]( std::uint32_t inRow )
+    {
+        finder.StartRow( inRow );
+        VisitRuns(
+            inMask.GetRow( inRow ), 0, inMask.GetWidth(),
+            [&]( std::uint32_t inFirst, std::uint32_t inEnd )
+            { finder.AddRun( inRow, inFirst, inEnd, 0 ); } );
+    };
+    XForEachRow( inMask.GetHeight(), inMask.GetWidth(), addRow );
     progress.Increment();
     return finder.TakeObjects( inLeastPixels );
 }
 
-void XRemoveObjects(
-    XLabelledObjects& ioObjects, const std::function<bool( const XObjectShape& )>& inIsRemoved )
+XLabelledObjects XFindComponentsInside(
+    const XPixelMask& inMask, const XLabelledObjects& inOuter, XConnectivity inConnectivity,
+    std::uint64_t inLeastPixels )
 {
-    std::vector<std::uint32_t> numbers;
-    numbers.reserve( ioObjects.shapes.size() );
-    std::uint32_t kept = 0;
-    for ( const auto& shape : ioObjects.shapes )
-        numbers.push_back( inIsRemoved( shape ) ? XPixelRun::kNoObject : kept++ );
-    if ( kept == numbers.size() )
-        return;
-    for ( std::size_t i = 0; i < numbers.size(); ++i )
-        if ( numbers[i] != XPixelRun::kNoObject )
-            ioObjects.shapes[numbers[i]] = ioObjects.shapes[i];
-    ioObjects.shapes.resize( kept );
-    for ( auto& run : ioObjects.runs )
-        if ( run.object != XPixelRun::kNoObject )
-            run.object = numbers[run.object];
+    XProgress progress( 2, XProgress::kProgressSteps );
+    Finder finder( inMask.CountRuns(), inConnectivity );
+    auto row = XPixelRun::kNoObject;
+    const auto addRun = [&]( const XPixelRun& inRun )
+    {
+        if ( inRun.row != row )
+            finder.StartRow( row = inRun.row );
+        VisitRuns(
+            inMask.GetRow( row ), inRun.first, inRun.end,
+            [&]( std::uint32_t inFirst, std::uint32_t inEnd )
+            { finder.AddRun( row, inFirst, inEnd, inRun.object ); } );
+    };
+    XForEachObjectRun( inOuter, addRun );
+    progress.Increment();
+    return finder.TakeObjects( inLeastPixels );
 }
 
 XLabelledObjects XFindObjects(

@@ -76,13 +76,16 @@ private:
         return { GetX( inEdge ), itsRuns[inEdge / 2].row + ( inEdge % 2 == kRight ? 1 : 0 ) };
     }
 
-    /// The rows of an object follow each other without a gap.
+    /// Links the edges on every line between two rows of which at least one has runs. The row above a gap has a line below
+    /// it without runs on the other side.
     void LinkRows()
     {
         for ( std::size_t above = 0, first = 0; above < itsRuns.size(); )
         {
             auto end = first;
-            while ( end < itsRuns.size() && itsRuns[end].row == itsRuns[first].row )
+            const auto isNext =
+                above == first || ( first < itsRuns.size() && itsRuns[first].row == itsRuns[above].row + 1 );
+            while ( isNext && end < itsRuns.size() && itsRuns[end].row == itsRuns[first].row )
                 ++end;
             LinkLine( above, first, end );
             above = std::exchange( first, end );
@@ -152,34 +155,12 @@ private:
             ioLoop.push_back( inCorner );
     }
 };
-
-/// The runs of the objects, object after object, and where those of each begin.
-struct RunsByObject
-{
-    std::vector<XPixelRun> runs;
-    std::vector<std::size_t> begins; // one more than there are objects
-
-    explicit RunsByObject( const XLabelledObjects& inObjects ) : begins( inObjects.shapes.size() + 1 )
-    {
-        for ( std::size_t i = 0; i < inObjects.shapes.size(); ++i )
-            begins[i + 1] = begins[i] + inObjects.shapes[i].runCount;
-        runs.resize( begins.back() );
-        auto places = begins;
-        XForEachObjectRun(
-            inObjects, [&]( const XPixelRun& inRun ) { runs[places[inRun.object]++] = inRun; } );
-    }
-
-    std::span<const XPixelRun> Get( std::size_t inObject ) const
-    {
-        return { runs.data() + begins[inObject], begins[inObject + 1] - begins[inObject] };
-    }
-};
 } // namespace
 
 std::vector<std::vector<XContourLoop>> XTraceContours( const XLabelledObjects& inObjects )
 {
     constexpr std::uint64_t kObjectsAtOnce = 64;
-    const RunsByObject runs( inObjects );
+    const XRunsByObject runs( inObjects );
     std::vector<std::vector<XContourLoop>> contours( inObjects.shapes.size() );
     XForEachChunk(
         contours.size(), kObjectsAtOnce,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Imaging/Objects/XConnectedComponents.h"
+#include "Imaging/Objects/XLabelledObjects.h"
 #include "WPlatform.h"
 
 #include <cstdint>
@@ -18,8 +18,8 @@ struct XPixelCorner
 /// A closed line along pixel edges: the corners at which it turns, in order.
 using XContourLoop = std::vector<XPixelCorner>;
 
-/// The contours of each object, along its pixel edges: clockwise around the object, counter-clockwise around
-/// its holes. Where pixels of an object touch only at a corner, contours touch there and do not cross. An
+/// The contours of each object, along its pixel edges: clockwise around its parts, counter-clockwise around
+/// their holes. Contours of objects that touch share those edges. Where pixels of an object touch only at a corner, contours touch there and do not cross. An
 /// abort throws 1001.
 KORVALE_IMAGING_API std::vector<std::vector<XContourLoop>>
 XTraceContours( const XLabelledObjects& inObjects );

@@ -1,5 +1,6 @@
 #include "Imaging/Objects/XSegmentation.h"
 
+#include "Imaging/Filters/XGaussianFilter.h"
 #include "Imaging/Thresholds/XLocalThreshold.h"
 #include "Jobs/XProgress.h"
 
@@ -45,12 +46,17 @@ XSegmentation XSegmentPage( const WImagePage& inPage, const XSegmentationSetting
     const auto halfRange = XGetHalfRange( inPage.type );
     const auto nonFinite = XCountNonFinite( inPage, channel );
     const auto isLocal = !inSettings.threshold && inSettings.automatic.IsLocal();
-    const auto needsFilter = !inSettings.filters.IsEmpty() || ( nonFinite > 0 && isLocal );
+    const auto isSplitByIntensity = inSettings.split.method == XSplitMethod::kIntensity;
+    const auto needsFilter =
+        !inSettings.filters.IsEmpty() || ( nonFinite > 0 && ( isLocal || isSplitByIntensity ) );
     const auto filtered = needsFilter ? XFilterChannel( inPage, channel, inSettings.filters ) : WImagePage();
     progress.Increment();
     auto result = needsFilter ? Mark( filtered, 0, inSettings, halfRange )
                               : Mark( inPage, channel, inSettings, halfRange );
     result.nonFinite = nonFinite;
+    if ( isSplitByIntensity )
+        result.splitSamples = XSmoothChannel(
+            needsFilter ? filtered : inPage, needsFilter ? 0 : channel, inSettings.split.sigma );
     if ( nonFinite > 0 )
         RemoveNonFinite( inPage, channel, result.mask );
     progress.Increment();
@@ -60,4 +66,18 @@ XSegmentation XSegmentPage( const WImagePage& inPage, const XSegmentationSetting
     if ( nonFinite > 0 ) // They may have been filled.
         RemoveNonFinite( inPage, channel, result.mask );
     return result;
+}
+
+XLabelledObjects XSplitComponents(
+    XLabelledObjects inComponents, const XSegmentation& inSegmentation, const XSplitSettings& inSettings,
+    XConnectivity inConnectivity )
+{
+    if ( inSettings.method == XSplitMethod::kIntensity )
+        return XSplitByIntensity( inComponents, inSegmentation.splitSamples, inConnectivity );
+    if ( inSettings.method == XSplitMethod::kNone )
+        return inComponents;
+    WImageFormat page;
+    page.width = inSegmentation.mask.GetWidth();
+    page.height = inSegmentation.mask.GetHeight();
+    return XSplitByDistance( inComponents, page, inConnectivity, inSettings.depth );
 }

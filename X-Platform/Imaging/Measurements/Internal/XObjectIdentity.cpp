@@ -6,9 +6,9 @@
 #include <bit>
 
 // Identities are derived, not drawn: measuring the same image again gives the same table, byte for byte, and
-// references between two runs fit. The name and number of the image, the page, and whether the object is
-// inside another one keep equal shapes apart; the hash is not meant to resist somebody who looks for
-// collisions.
+// references between two runs fit. The first pixel keeps the objects of a page apart, which may interlock and
+// have all sums in common; the name and number of the image, the page, and whether the object is inside
+// another one keep equal shapes apart. The hash is not meant to resist somebody who looks for collisions.
 
 namespace
 {
@@ -69,7 +69,7 @@ XUUID XMakeObjectIdentity(
           { shape.sumX, shape.sumY, std::uint64_t{ shape.pixelCount },
             std::uint64_t{ shape.verticalAdjacencies }, std::uint64_t{ shape.runCount },
             std::uint64_t{ shape.left }, std::uint64_t{ shape.top }, std::uint64_t{ shape.right },
-            std::uint64_t{ shape.bottom } } )
+            std::uint64_t{ shape.bottom }, std::uint64_t{ shape.firstX } } )
         hash.Add( number );
     for ( std::size_t channel = 0; channel < inMeasurement.channels; ++channel )
     {
