@@ -24,6 +24,7 @@
 #include "Imaging/Objects/XConnectedComponents.h"
 #include "Imaging/Objects/XContours.h"
 #include "Imaging/Objects/XDistanceTransform.h"
+#include "Imaging/Objects/XGivenObjects.h"
 #include "Imaging/Objects/XLabelledObjects.h"
 #include "Imaging/Objects/XMaskMorphology.h"
 #include "Imaging/Objects/XObjectSplitting.h"

@@ -415,6 +415,51 @@ TEST_F( ProgramTest, SplitsObjectsThatTouch )
     EXPECT_EQ( count( "--split distance --min-pixels 2 --max-pixels 400 --inside 150" ), 3 * 4 );
 }
 
+TEST_F( ProgramTest, MeasuresGivenObjects )
+{
+    const auto page = MakePage<std::uint8_t>( 4, { 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12 } );
+    const auto image = WriteStack( "image.tif", { &page, &page } );
+    // The first label has two parts that touch another one; only corners join the parts of the mask's first object.
+    const auto labels = MakePage<std::uint16_t>( 4, { 65535, 7, 7, 65535, 65535, 7, 0, 0, 0, 0, 0, 1 } );
+    const auto mask = MakePage<float>( 4, { 9, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0, std::nanf( "" ) } );
+    const auto files =
+        std::pair( WriteStack( "l.tif", { &labels, &labels } ), WriteStack( "m.tif", { &mask, &mask } ) );
+    const auto measure = [&]( const std::string& inOptions )
+    {
+        EXPECT_EQ( RunLine( "measure % --csv @out.csv " + inOptions, image ), 0 ) << itsError.str();
+        const auto csv = itsFolder.Read( "out.csv" );
+        return std::pair( std::ranges::count( csv, '\n' ) - 1, csv );
+    };
+    const auto found = measure( "--workers 1 --objects " + files.first );
+    EXPECT_EQ( found.first, 2 * 3 );
+    // ID, name, time, pixels, centroid, location, bounds, perimeter, and the samples 1, 4 and 5 of the first object
+    EXPECT_CONTAINS( found.second, "\n1,image.tif,0,3,1,0.333333333333333,0,0,4,2,10,1,5," );
+    EXPECT_EQ( measure( "--workers 3 --objects " + files.first ), found );
+    EXPECT_EQ( measure( "--min-pixels 2 --background min --objects " + files.first ).first, 2 * 2 );
+    EXPECT_EQ( measure( "--exclude-edges --objects " + files.first ).first, 0 );
+    EXPECT_EQ( measure( "--mask " + files.second ).first, 2 * 2 );
+    EXPECT_EQ( measure( "--split distance:0 --connectivity 4 --mask " + files.second ).first, 2 * 3 );
+
+    const auto fail = [&]( const std::string& inOptions, int inStatus )
+    {
+        EXPECT_EQ( RunLine( "measure % --csv @none.csv " + inOptions, image ), inStatus ) << inOptions;
+        return itsError.str();
+    };
+    const auto small = MakePage<std::uint8_t>( 1, { 1 } );
+    const auto broken = MakePage<float>( 4, { 0, 1.5f, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 } );
+    EXPECT_CONTAINS(
+        fail( "--objects " + WriteStack( "s.tif", { &small, &small } ), 1 ),
+        "it has 4 x 3 pixels, but the given objects have 1 x 1 pixels" );
+    EXPECT_CONTAINS( fail( "--mask " + WriteStack( "s.tif", { &small } ), 1 ), "s.tif has 1" );
+    EXPECT_CONTAINS(
+        fail( "--objects " + WriteStack( "b.tif", { &broken, &labels } ), 1 ), "b.tif: sample 1.5" );
+    EXPECT_CONTAINS( fail( "--objects " + Name( "no.tif" ), 1 ), "no.tif: " );
+    EXPECT_CONTAINS( fail( image + " --mask " + files.second, 2 ), "only one image" );
+    for ( const auto& options :
+          Split( "--mask x.tif|--threshold 3|--smooth 2|--split distance|--control a:1|-o " + files.first ) )
+        fail( "--objects " + files.first + " " + options, 2 );
+}
+
 TEST_F( ProgramTest, KeepsALog )
 {
     const auto image = WriteImage( "image.png" ), log = Name( "log" );

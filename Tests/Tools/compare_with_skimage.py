@@ -272,8 +272,10 @@ def measure_page(page: np.ndarray, channel: int, connectivity: int, inside=None,
     plane = page[..., channel]
     rank = 1 if connectivity == 4 else 2
     options = segmentation or {}
-    mask = clean(find_mask(plane, options), options)
+    mask = clean(tifffile.imread(options["mask"]) > 0 if "mask" in options else find_mask(plane, options), options)
     labels = split(mask, plane, options, connectivity) if "split" in options else skimage.measure.label(mask, connectivity=rank)
+    if "objects" in options:
+        labels = renumber(tifffile.imread(options["objects"]))
     labels = select(labels, options)
     rows = [measure_region(page, labels, region) | {"Parent": None} for region in skimage.measure.regionprops(labels)]
     if inside is None:
@@ -404,6 +406,16 @@ def compare_segmentation(korvale: str, folder: pathlib.Path) -> list[str]:
     faults += compare(korvale, DATA / "coins.png", split="distance:2", fill_holes=True, min_pixels=30, inside="otsu")
     faults += compare(korvale, folder / "stack16.tif", split="intensity:0.1", exclude_edges=True, inside=45000)
     faults += compare(korvale, folder / "two_levels.tif", threshold=1, split="distance")
+    image = folder / "tiled16.tif"
+    random = np.random.default_rng(21)
+    for name, labels in (("cells", np.kron(random.integers(0, 255, (10, 13)), np.ones((10, 10))).astype("u1")),
+                         ("noise", random.integers(0, 4, (100, 130)).astype("u2")),
+                         ("many", random.integers(0, 6000, (100, 130)).astype("f4"))):
+        path = folder / f"labels_{name}.tif"
+        tifffile.imwrite(path, labels, photometric="minisblack")
+        faults += compare(korvale, image, objects=path)
+        faults += compare(korvale, image, objects=path, min_pixels=3, exclude_edges=True, inside="otsu")
+        faults += compare(korvale, image, mask=path, connectivity=4, open=1, split="distance:0.5")
     faults += compare(korvale, folder / "two_levels.tif", threshold=1000, close=70)
     faults += compare(korvale, folder / "two_levels.tif", close=70)
     faults += compare(korvale, DATA / "coins.png", inside="otsu", fill_holes=True, open=3, exclude_edges=True)

@@ -49,6 +49,14 @@ std::string MakeHelp()
             "\n";
     help += SegmentationOptions::kHelp;
     help += "\n"
+            "Given objects\n"
+            "  --objects measures the objects of a label image, as other programs write it:\n"
+            "  each has the pixels of one value other than 0, connected or not. --mask\n"
+            "  measures the connected pixels above 0 of another image, after clean-up and\n"
+            "  splitting. The file must have as many pages as the image, of the same size\n"
+            "  and one channel. --min-pixels, --max-pixels, --exclude-edges and --inside\n"
+            "  work as for objects that are found.\n"
+            "\n"
             "Background\n"
             "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
             "  image before thresholding; negative results become 0. Means of integers are\n"
@@ -154,6 +162,27 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
         .Takes( "N" )
         .IsBetween( 1u, 1024u );
     DeclareNodes( inOptions.Under( "Nodes" ) );
+    DeclareGiven( inOptions.Under( "Given objects" ) );
+}
+
+void MeasureCommand::DeclareGiven( const CommandOptions& inOptions )
+{
+    const auto objects = inOptions.Add( "--objects", itsObjects, "Measure the objects of a label image" )
+                             .Takes( "FILE" )
+                             .Check( CheckFileName );
+    const auto mask = inOptions.Add( "--mask", itsMask, "Measure the objects of a mask" )
+                          .Takes( "FILE" )
+                          .Check( CheckFileName )
+                          .Excludes( "--objects" );
+    for ( const auto* const option : { "--threshold", "--threshold-scale", "--control" } )
+    {
+        objects.Excludes( option );
+        mask.Excludes( option );
+    }
+    for ( const auto* const option :
+          { "--flatten", "--dark", "--median", "--smooth", "--subtract-background", "--open", "--close",
+            "--fill-holes", "--split" } )
+        objects.Excludes( option );
 }
 
 void MeasureCommand::DeclareNodes( const CommandOptions& inOptions )
@@ -205,11 +234,14 @@ void MeasureCommand::Check() const
         throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
     if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
         throw WrongUsage( "--save-background accepts only one image" );
+    if ( GetGiven() && itsImages.size() > 1 )
+        throw WrongUsage(
+            ( itsMask.empty() ? "--objects" : "--mask" ) + std::string( " accepts only one image" ) );
 }
 
 CommandFiles MeasureCommand::GetFiles() const
 {
-    CommandFiles files{ itsImages, GetOutputNames() };
+    CommandFiles files{ GetInputNames(), GetOutputNames() };
     if ( !itsOverlay.empty() )
         files.outputs.push_back( itsOverlay );
     return files;
@@ -229,7 +261,7 @@ int MeasureCommand::Run( Session& ioSession )
         return kFailure;
     ImageMeasurer measurer(
         { itsReading.GetSettings(), GetSettings(), GetChannelNames(), GetBackgroundKind(),
-          WorkerLimit( itsWorkers ), itsAreFilesShared },
+          WorkerLimit( itsWorkers ), itsAreFilesShared, GetGiven() },
         overlays ? &*overlays : nullptr, std::move( nodes ), ioSession );
     auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.
@@ -269,6 +301,23 @@ XBackgroundKind MeasureCommand::GetBackgroundKind() const
     return itsBackground == "mean" ? XBackgroundKind::kMean : XBackgroundKind::kMinimum;
 }
 
+std::optional<ImageMeasurer::GivenFile> MeasureCommand::GetGiven() const
+{
+    if ( !itsMask.empty() )
+        return ImageMeasurer::GivenFile{ itsMask, XGivenKind::kMask };
+    if ( !itsObjects.empty() )
+        return ImageMeasurer::GivenFile{ itsObjects, XGivenKind::kLabels };
+    return std::nullopt;
+}
+
+std::vector<std::string> MeasureCommand::GetInputNames() const
+{
+    auto names = itsImages;
+    if ( const auto given = GetGiven() )
+        names.push_back( given->path );
+    return names;
+}
+
 std::vector<std::string> MeasureCommand::GetOutputNames() const
 {
     auto names = itsOutputs.GetNames();
@@ -282,7 +331,8 @@ std::optional<OverlayFiles> MeasureCommand::MakeOverlayFiles( const std::string&
     if ( itsOverlay.empty() )
         return std::nullopt;
     auto others = GetOutputNames();
-    others.insert( others.end(), itsImages.begin(), itsImages.end() );
+    const auto inputs = GetInputNames();
+    others.insert( others.end(), inputs.begin(), inputs.end() );
     if ( !inLog.empty() )
         others.push_back( inLog );
     return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.size() > 1, others );

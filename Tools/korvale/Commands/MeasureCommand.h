@@ -36,6 +36,8 @@ private:
     std::uint64_t itsLeastPixels = 1;
     std::uint64_t itsMostPixels = ( std::numeric_limits<std::uint64_t>::max )();
     bool itsExcludesEdges = false;
+    std::string itsObjects;       // an image of labels; empty: none
+    std::string itsMask;          // empty: none
     std::string itsInside;        // empty: no child objects
     std::string itsInsideChannel; // empty: the channel of the objects
     std::uint64_t itsInsideLeastPixels = 1;
@@ -51,12 +53,15 @@ private:
     bool itsIsQuiet = false;
 
     void DeclareSegmentation( const CommandOptions& inOptions );
+    void DeclareGiven( const CommandOptions& inOptions );
     void DeclareNodes( const CommandOptions& inOptions );
     std::unique_ptr<NodeWorkers> ConnectToNodes( Session& ioSession ) const;
     XMeasureSettings GetSettings() const;
     ImageMeasurer::ChannelNames GetChannelNames() const;
     std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
     XBackgroundKind GetBackgroundKind() const;
+    std::optional<ImageMeasurer::GivenFile> GetGiven() const;
+    std::vector<std::string> GetInputNames() const;
     std::vector<std::string> GetOutputNames() const;
     XPivotTable WriteFiles(
         std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,

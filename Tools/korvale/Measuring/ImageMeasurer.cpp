@@ -63,6 +63,7 @@ struct ImageMeasurer::Image
     std::deque<PageRecord> pages;
     std::unique_ptr<StackBackground> background; // null without
     std::optional<SharedFile> file;              // if nodes read it
+    std::unique_ptr<GivenImage> given;           // null if objects are to be found
     std::uint32_t gathered = 0;                  // pages whose results have been taken, in order
     std::uint32_t measured = 0;
     std::optional<Failure> failure; // that of the pages gathered last, from `firstFailed` on
@@ -128,8 +129,8 @@ ImageMeasurer::ImageMeasurer(
     Session& ioSession )
     : itsReading( inSettings.reading ), itsSettings( inSettings.measuring ),
       itsChannelNames( inSettings.channelNames ), itsBackground( inSettings.background ),
-      itsAreFilesShared( inSettings.areFilesShared ), itsOverlays( ioOverlays ), itsSession( ioSession ),
-      itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
+      itsAreFilesShared( inSettings.areFilesShared ), itsGiven( inSettings.given ), itsOverlays( ioOverlays ),
+      itsSession( ioSession ), itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
 {
 }
 
@@ -229,6 +230,7 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
         if ( image->reader.GetStructure().files.size() > 1 )
             image->file.reset();
         PlanPages( *image );
+        OpenGiven( *image );
         AddSet( image->reader.GetStructure(), inPath, itsSetFiles );
         itsImages.push_back( std::move( image ) );
         return true;
@@ -279,6 +281,30 @@ void ImageMeasurer::PlanPages( Image& ioImage )
         page.needsOverlay = itsOverlays != nullptr;
         ioImage.measurement.positions.push_back( position );
     }
+}
+
+/// Opens the image with the objects of an image, if there is one.
+void ImageMeasurer::OpenGiven( Image& ioImage ) const
+{
+    if ( !itsGiven )
+        return;
+    try
+    {
+        ioImage.given.reset( new GivenImage{
+            itsGiven->path, XImageReader( PathFromUTF8( itsGiven->path ), itsReading ), itsGiven->kind } );
+    }
+    catch ( ... )
+    {
+        // The image itself is readable.
+        throw WImageError( itsGiven->path + ": " + DescribeCurrentException().text );
+    }
+    const auto count = ioImage.given->reader.GetPageCount();
+    if ( count != ioImage.GetPageCount() )
+        throw WImageError(
+            "it has " + std::to_string( ioImage.GetPageCount() ) + " pages, but " + itsGiven->path + " has " +
+            std::to_string( count ) );
+    for ( auto& page : ioImage.pages )
+        page.given = ioImage.given.get();
 }
 
 void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )

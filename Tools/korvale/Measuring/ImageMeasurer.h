@@ -36,6 +36,13 @@ public:
         std::string children;
     };
 
+    /// An image with the objects of the only image that is measured.
+    struct GivenFile
+    {
+        std::string path;
+        XGivenKind kind;
+    };
+
     struct Settings
     {
         XImageReadSettings reading;
@@ -43,7 +50,8 @@ public:
         ChannelNames channelNames;
         XBackgroundKind background;
         WorkerLimit workers;
-        bool areFilesShared = false; ///< nodes read the images themselves
+        bool areFilesShared = false;         ///< nodes read the images themselves
+        std::optional<GivenFile> given = {}; ///< not with nodes
     };
 
     /// With `inNodes`, which may be null, nodes measure the pages. If `ioOverlays` is not null, also draws overlays. It must outlive this object; its files are complete
@@ -82,6 +90,7 @@ private:
     const ChannelNames itsChannelNames;
     const XBackgroundKind itsBackground;
     const bool itsAreFilesShared;
+    const std::optional<GivenFile> itsGiven;
     OverlayFiles* const itsOverlays; // null if no overlays are drawn
     Session& itsSession;
     std::optional<std::uint32_t> itsChannel;
@@ -107,6 +116,7 @@ private:
     bool IsOfOpenedSet( const std::string& inPath );
     XMeasureSettings FindChannels( const XImageSeries& inSeries ) const;
     void PlanPages( Image& ioImage );
+    void OpenGiven( Image& ioImage ) const;
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
     void MeasureSharedFile( Image& ioImage, XProgress& ioProgress );
     bool MeasureOnNode( Image& ioImage, PageRecord& ioPage );

@@ -2,10 +2,11 @@
 
 #include <utility>
 
-MeasuredPage
-MeasurePageSamples( const WImagePage& inPage, const XMeasureSettings& inSettings, bool inNeedsOverlay )
+MeasuredPage MeasurePageSamples(
+    const WImagePage& inPage, const XMeasureSettings& inSettings, bool inNeedsOverlay,
+    const XGivenObjects* inGiven )
 {
-    auto objects = XFindPageObjects( inPage, inSettings );
+    auto objects = XFindPageObjects( inPage, inSettings, inGiven );
     MeasuredPage measured{ XMeasureObjects( inPage, objects ), std::nullopt };
     // Made while the samples are there: the numbers of the objects follow when the preceding pages are known.
     if ( inNeedsOverlay )

@@ -12,6 +12,7 @@ struct MeasuredPage
     std::optional<XOverlaySketch> sketch;
 };
 
-/// Finds and measures the objects of a page.
-MeasuredPage
-MeasurePageSamples( const WImagePage& inPage, const XMeasureSettings& inSettings, bool inNeedsOverlay );
+/// Finds and measures the objects of a page; `inGiven` as in XFindPageObjects.
+MeasuredPage MeasurePageSamples(
+    const WImagePage& inPage, const XMeasureSettings& inSettings, bool inNeedsOverlay,
+    const XGivenObjects* inGiven = nullptr );

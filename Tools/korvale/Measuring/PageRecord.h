@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Imaging/Measurements/XPageMeasurement.h"
+#include "Imaging/XImageReader.h"
 #include "Measuring/CachedOverlay.h"
 #include "Measuring/CachedPage.h"
 #include "Support/Failure.h"
@@ -8,6 +9,15 @@
 #include <atomic>
 #include <cstdint>
 #include <optional>
+#include <string>
+
+/// An image with the objects of the pages of another one, page by page.
+struct GivenImage
+{
+    std::string path; // as the user gave it
+    XImageReader reader;
+    XGivenKind kind;
+};
 
 /// The request for a page and its results, from the file to the table. Until the job is done, only the page's
 /// job writes it.
@@ -16,6 +26,7 @@ struct PageRecord
     std::uint32_t number = 0; ///< counted from 0
     bool needsOverlay = false;
     const XMeasureSettings* settings = nullptr; ///< with the channels of its series
+    GivenImage* given = nullptr;                ///< with its objects; null if they are to be found
 
     CachedPage samples;                   ///< with a background, from reading to measuring
     XPageMeasurement measurement;         ///< empty after a failure

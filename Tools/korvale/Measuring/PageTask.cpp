@@ -23,19 +23,21 @@ void PageTask::Load(
 
 void PageTask::Measure( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const
 {
+    const auto given = ReadGiven( ioPage );
     const auto allocate = [&]( std::uint64_t inBytes ) { return itsPages.Allocate( inBytes ); };
     auto samples = ioReader.ReadPage( ioPage.number, allocate );
     ioProgress.Increment();
-    MeasureSamples( ioPage, std::move( samples ) );
+    MeasureSamples( ioPage, std::move( samples ), given );
 }
 
 void PageTask::MeasureLoaded(
     PageRecord& ioPage, const StackBackground& inBackground, XProgress& ioProgress ) const
 {
+    const auto given = ReadGiven( ioPage );
     auto samples = ioPage.samples.Lock( itsPages, kLockForReadWrite );
     inBackground.SubtractFrom( samples );
     ioProgress.Increment();
-    MeasureSamples( ioPage, std::move( samples ) );
+    MeasureSamples( ioPage, std::move( samples ), given );
 }
 
 void PageTask::Read( PageRecord& ioPage, XImageReader& ioReader, XProgress& ioProgress ) const
@@ -56,9 +58,29 @@ void PageTask::MeasureRead( PageRecord& ioPage ) const
     MeasureSamples( ioPage, ioPage.samples.Lock( itsPages, kLockForRead ) );
 }
 
-void PageTask::MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const
+/// The page of given objects is released before that of the samples is locked: a thread must not wait for memory while
+/// it holds a page.
+std::optional<XGivenObjects> PageTask::ReadGiven( PageRecord& ioPage ) const
 {
-    auto measured = MeasurePageSamples( inSamples, *ioPage.settings, ioPage.needsOverlay );
+    if ( !ioPage.given )
+        return std::nullopt;
+    auto& [path, reader, kind] = *ioPage.given;
+    const auto allocate = [&]( std::uint64_t inBytes ) { return itsPages.Allocate( inBytes ); };
+    try
+    {
+        return XTakeGivenObjects( reader.ReadPage( ioPage.number, allocate ), kind );
+    }
+    catch ( const WImageError& error )
+    {
+        throw WImageError( path + ": " + error.what() );
+    }
+}
+
+void PageTask::MeasureSamples(
+    PageRecord& ioPage, WImagePage inSamples, const std::optional<XGivenObjects>& inGiven ) const
+{
+    auto measured =
+        MeasurePageSamples( inSamples, *ioPage.settings, ioPage.needsOverlay, inGiven ? &*inGiven : nullptr );
     if ( !ioPage.samples.IsEmpty() )
         ioPage.samples.CheckIntact(); // While they are locked.
     inSamples = {};                   // Others may be waiting for its memory.

@@ -53,6 +53,8 @@ private:
     XPageMemory& itsPages;
     XMeasurementMemory& itsMeasurements;
 
-    void MeasureSamples( PageRecord& ioPage, WImagePage inSamples ) const;
+    std::optional<XGivenObjects> ReadGiven( PageRecord& ioPage ) const;
+    void MeasureSamples(
+        PageRecord& ioPage, WImagePage inSamples, const std::optional<XGivenObjects>& inGiven = {} ) const;
     void Keep( PageRecord& ioPage, MeasuredPage inMeasured ) const;
 };

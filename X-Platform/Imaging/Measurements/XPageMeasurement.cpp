@@ -189,6 +189,30 @@ void Append( std::vector<T>& ioValues, const std::vector<T>& inMore )
 {
     ioValues.insert( ioValues.end(), inMore.begin(), inMore.end() );
 }
+
+/// Also those of sizes and places that are to be ignored.
+XPageObjects
+FindOuterObjects( const WImagePage& inPage, const XMeasureSettings& inSettings, const XGivenObjects* inGiven )
+{
+    XPageObjects objects;
+    if ( inGiven && !inGiven->mask )
+    {
+        objects.threshold = std::numeric_limits<double>::quiet_NaN();
+        objects.outer = inGiven->labels;
+        return objects;
+    }
+    XProgress progress( 2, XProgress::kProgressSteps );
+    const auto segmentation = XSegmentPage( inPage, inSettings.objects, inGiven ? &*inGiven->mask : nullptr );
+    objects.threshold = segmentation.threshold;
+    objects.nonFinite = segmentation.nonFinite;
+    progress.Increment();
+    const auto isSplit = inSettings.objects.split.method != XSplitMethod::kNone;
+    objects.outer = XSplitComponents(
+        XFindConnectedComponents(
+            segmentation.mask, inSettings.connectivity, isSplit ? 1 : inSettings.leastPixels ),
+        segmentation, inSettings.objects.split, inSettings.connectivity );
+    return objects;
+}
 } // namespace
 
 void XPageMeasurement::Release()
@@ -200,22 +224,14 @@ void XPageMeasurement::Release()
     std::vector<std::uint32_t>().swap( parents );
 }
 
-XPageObjects XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings )
+XPageObjects
+XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings, const XGivenObjects* inGiven )
 {
     RequireChannel( inPage, inSettings.objects.channel );
-    XProgress progress( inSettings.children ? 3 : 2, XProgress::kProgressSteps );
-    XPageObjects objects;
-    {
-        const auto segmentation = XSegmentPage( inPage, inSettings.objects );
-        objects.threshold = segmentation.threshold;
-        objects.nonFinite = segmentation.nonFinite;
-        progress.Increment();
-        const auto isSplit = inSettings.objects.split.method != XSplitMethod::kNone;
-        objects.outer = XSplitComponents(
-            XFindConnectedComponents(
-                segmentation.mask, inSettings.connectivity, isSplit ? 1 : inSettings.leastPixels ),
-            segmentation, inSettings.objects.split, inSettings.connectivity );
-    }
+    if ( inGiven )
+        inGiven->RequireSizeOf( inPage );
+    XProgress progress( inSettings.children ? 2 : 1, XProgress::kProgressSteps );
+    auto objects = FindOuterObjects( inPage, inSettings, inGiven );
     const auto isIgnored = [&]( const XObjectShape& inShape )
     {
         return inShape.pixelCount < inSettings.leastPixels || inShape.pixelCount > inSettings.mostPixels ||

@@ -3,6 +3,7 @@
 #include "Images/WImageFile.h"
 #include "Imaging/Objects/XChildObjects.h"
 #include "Imaging/Objects/XConnectedComponents.h"
+#include "Imaging/Objects/XGivenObjects.h"
 #include "Imaging/Objects/XSegmentation.h"
 #include "WPlatform.h"
 
@@ -70,10 +71,11 @@ struct KORVALE_IMAGING_API XPageMeasurement
 };
 
 /// Finds the objects of a page. This and the following functions depend only on their arguments, so pages may
-/// be processed by any threads in any order. Throws WImageError if the page does not have a requested
-/// channel.
-KORVALE_IMAGING_API XPageObjects
-XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings );
+/// be processed by any threads in any order. Objects that are given, and not null, replace those that would be found, or
+/// the pixels above the threshold; they are selected like those. Throws WImageError if the page does not have a
+/// requested channel, or another size than the given objects.
+KORVALE_IMAGING_API XPageObjects XFindPageObjects(
+    const WImagePage& inPage, const XMeasureSettings& inSettings, const XGivenObjects* inGiven = nullptr );
 
 /// Measures the objects found on the page.
 KORVALE_IMAGING_API XPageMeasurement

@@ -39,20 +39,22 @@ XSegmentation Mark(
 }
 } // namespace
 
-XSegmentation XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings )
+XSegmentation
+XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings, const XPixelMask* inGiven )
 {
     XProgress progress( 3, XProgress::kProgressSteps );
     const auto channel = inSettings.channel;
     const auto halfRange = XGetHalfRange( inPage.type );
     const auto nonFinite = XCountNonFinite( inPage, channel );
-    const auto isLocal = !inSettings.threshold && inSettings.automatic.IsLocal();
+    const auto isLocal = !inSettings.threshold && inSettings.automatic.IsLocal() && !inGiven;
     const auto isSplitByIntensity = inSettings.split.method == XSplitMethod::kIntensity;
-    const auto needsFilter =
-        !inSettings.filters.IsEmpty() || ( nonFinite > 0 && ( isLocal || isSplitByIntensity ) );
+    const auto needsFilter = ( !inGiven || isSplitByIntensity ) &&
+        ( !inSettings.filters.IsEmpty() || ( nonFinite > 0 && ( isLocal || isSplitByIntensity ) ) );
     const auto filtered = needsFilter ? XFilterChannel( inPage, channel, inSettings.filters ) : WImagePage();
     progress.Increment();
-    auto result = needsFilter ? Mark( filtered, 0, inSettings, halfRange )
-                              : Mark( inPage, channel, inSettings, halfRange );
+    auto result = inGiven ? XSegmentation{ *inGiven, std::numeric_limits<double>::quiet_NaN() }
+        : needsFilter     ? Mark( filtered, 0, inSettings, halfRange )
+                          : Mark( inPage, channel, inSettings, halfRange );
     result.nonFinite = nonFinite;
     if ( isSplitByIntensity )
         result.splitSamples = XSmoothChannel(

@@ -31,10 +31,11 @@ struct XSegmentation
     WImagePage splitSamples{};
 };
 
-/// Filters a channel, marks the pixels above the threshold and cleans the mask. The channel must exist. Throws the errors of the filters
-/// and thresholds; an abort throws 1001.
-KORVALE_IMAGING_API XSegmentation
-XSegmentPage( const WImagePage& inPage, const XSegmentationSettings& inSettings );
+/// Filters a channel, marks the pixels above the threshold and cleans the mask. The channel must exist. A mask of the
+/// size of the page that is given, and not null, replaces the pixels above the threshold, which is NaN then. Throws the
+/// errors of the filters and thresholds; an abort throws 1001.
+KORVALE_IMAGING_API XSegmentation XSegmentPage(
+    const WImagePage& inPage, const XSegmentationSettings& inSettings, const XPixelMask* inGiven = nullptr );
 
 /// Divides the connected components of a segmentation's mask into objects, which may touch. Throws the errors of
 /// XSplitByDistance.
