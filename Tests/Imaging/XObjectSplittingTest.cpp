@@ -4,6 +4,7 @@
 #include "Imaging/TestPages.h"
 #include "Imaging/Thresholds/XPixelMask.h"
 
+#include <array>
 #include <set>
 #include <tuple>
 
@@ -21,19 +22,20 @@ struct Relief
     int GetCount() const { return static_cast<int>( values.size() ); }
     double At( int inPixel ) const { return values[static_cast<std::size_t>( inPixel )]; }
 
-    /// The neighbours of a pixel inside objects, in raster order.
+    /// The neighbours of a pixel inside objects, those at edges first.
     std::vector<int> GetNeighbours( int inPixel ) const
     {
+        constexpr std::array<std::pair<int, int>, 8> kSteps{
+            { { 0, -1 }, { -1, 0 }, { 1, 0 }, { 0, 1 }, { -1, -1 }, { 1, -1 }, { -1, 1 }, { 1, 1 } } };
         std::vector<int> found;
-        for ( int dy = -1; dy <= 1; ++dy )
-            for ( int dx = -1; dx <= 1; ++dx )
-            {
-                const auto x = inPixel % width + dx, pixel = inPixel + dy * width + dx;
-                const auto isCorner = dx != 0 && dy != 0;
-                if ( pixel != inPixel && x >= 0 && x < width && pixel >= 0 && pixel < GetCount() &&
-                     At( pixel ) > 0 && !( isCorner && connectivity == XConnectivity::kEdges ) )
-                    found.push_back( pixel );
-            }
+        for ( const auto& [dx, dy] : kSteps )
+        {
+            const auto x = inPixel % width + dx, pixel = inPixel + dy * width + dx;
+            const auto isCorner = dx != 0 && dy != 0;
+            if ( x >= 0 && x < width && pixel >= 0 && pixel < GetCount() && At( pixel ) > 0 &&
+                 !( isCorner && connectivity == XConnectivity::kEdges ) )
+                found.push_back( pixel );
+        }
         return found;
     }
 

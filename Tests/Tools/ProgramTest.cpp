@@ -433,7 +433,7 @@ TEST_F( ProgramTest, MeasuresGivenObjects )
     const auto found = measure( "--workers 1 --objects " + files.first );
     EXPECT_EQ( found.first, 2 * 3 );
     // ID, name, time, pixels, centroid, location, bounds, perimeter, and the samples 1, 4 and 5 of the first object
-    EXPECT_CONTAINS( found.second, "\n1,image.tif,0,3,1,0.333333333333333,0,0,4,2,10,1,5," );
+    EXPECT_CONTAINS( found.second, "\n1,image.tif,0,3,1,0.3333333333333333,0,0,4,2,10,1,5," );
     EXPECT_EQ( measure( "--workers 3 --objects " + files.first ), found );
     EXPECT_EQ( measure( "--min-pixels 2 --background min --objects " + files.first ).first, 2 * 2 );
     EXPECT_EQ( measure( "--exclude-edges --objects " + files.first ).first, 0 );

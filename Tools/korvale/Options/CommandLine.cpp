@@ -10,6 +10,7 @@
 namespace
 {
 /// Separates the groups of options in the help by one empty line: each begins with one, and the base adds one between them.
+/// Several excluded options are not listed, because they would be in no order and in one line.
 class HelpFormatter : public CLI::Formatter
 {
 public:
@@ -19,6 +20,12 @@ public:
         const auto text = CLI::Formatter::make_group( inHeading, inIsPositional, inOptions );
         const auto isFirst = inIsPositional || inHeading == "Options";
         return isFirst || text.empty() ? text : text.substr( 1 );
+    }
+
+    std::string make_option_opts( const CLI::Option* inOption ) const override
+    {
+        const auto text = CLI::Formatter::make_option_opts( inOption );
+        return inOption->get_excludes().size() > 1 ? text.substr( 0, text.find( " Excludes:" ) ) : text;
     }
 };
 } // namespace

@@ -77,7 +77,7 @@ private:
         const auto stride = static_cast<std::ptrdiff_t>( inStride );
         if ( inConnectivity == XConnectivity::kEdges )
             return { -stride, -1, 1, stride };
-        return { -stride - 1, -stride, -stride + 1, -1, 1, stride - 1, stride, stride + 1 };
+        return { -stride, -1, 1, stride, -stride - 1, -stride + 1, stride - 1, stride + 1 };
     }
 
     PixelIndex GetNeighbour( PixelIndex inPixel, std::ptrdiff_t inOffset ) const
