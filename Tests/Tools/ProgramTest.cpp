@@ -405,7 +405,7 @@ TEST_F( ProgramTest, SplitsObjectsThatTouch )
     EXPECT_EQ( count( "" ), 3 * 2 );
     EXPECT_EQ( count( "--split distance --workers 1" ), 3 * 3 );
     const auto table = itsFolder.Read( "out.csv" ), overlay = itsFolder.Read( "o-0002.png" );
-    EXPECT_EQ( count( "--split distance:1 --workers 3" ), 3 * 3 );
+    EXPECT_EQ( count( "--split distance:0.75 --workers 3" ), 3 * 3 );
     EXPECT_EQ( itsFolder.Read( "out.csv" ), table );
     EXPECT_EQ( itsFolder.Read( "o-0002.png" ), overlay );
     EXPECT_EQ( count( "--split distance:9" ), 3 * 2 );

@@ -218,7 +218,7 @@ def split(mask: np.ndarray, plane: np.ndarray, options: dict, connectivity: int)
     method, *number = options["split"].split(":")
     if method == "distance":
         relief = scipy.ndimage.distance_transform_edt(mask) if not mask.all() else np.ones(mask.shape)
-        depth = float(number[0]) if number else 1
+        depth = float(number[0]) if number else 0.75
     else:
         sigma = float(number[0]) if number else 2
         relief = skimage.filters.gaussian(preprocess(plane, options).astype("f8"), sigma, mode="nearest",

@@ -45,7 +45,7 @@ const char* const SegmentationOptions::kHelp =
     "  --split divides objects that touch, without a line between them. distance:H\n"
     "  divides them where they are narrow: into one part for each place whose\n"
     "  distance from the background is at least H pixels larger than that of any\n"
-    "  passage to a wider place; 1 if H is omitted, larger values split less.\n"
+    "  passage to a wider place; 0.75 if H is omitted, larger values split less.\n"
     "  intensity:SIGMA divides them where they are dark: into one part for each\n"
     "  maximum after preprocessing and smoothing by a Gaussian of SIGMA pixels, 2 if\n"
     "  omitted.\n";

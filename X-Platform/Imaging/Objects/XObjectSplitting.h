@@ -17,8 +17,8 @@ enum class XSplitMethod : std::uint8_t
 struct KORVALE_IMAGING_API XSplitSettings
 {
     XSplitMethod method = XSplitMethod::kNone;
-    double depth = 1; ///< kDistance: XSplitByDistance
-    double sigma = 2; ///< kIntensity: the sigma of the Gaussian that smooths the samples first, in pixels
+    double depth = 0.75; ///< kDistance: XSplitByDistance
+    double sigma = 2;    ///< kIntensity: the sigma of the Gaussian that smooths the samples first, in pixels
 };
 
 /// Divides connected components into parts, one for each maximum of the distance from the background (XGetDistances) that
