@@ -33,13 +33,22 @@ struct WithNumber : TBase
 
 struct NumberResult : WithNumber<NumberResult, XNetJobResult, 60110>
 {
+    static constexpr std::uint32_t kUnreadable = 9001;
+
     explicit NumberResult( std::uint32_t inNumber = 0 ) { number = inNumber; }
+    void ReadStream2( XStream& inStream, XOptions inOptions ) override
+    {
+        WithNumber::ReadStream2( inStream, inOptions );
+        if ( number == kUnreadable )
+            throw std::length_error( "a result" );
+    }
 };
 
 /// Runs the body of the test with its number; the result is the number. Nodes are in the process of the test.
 struct NumberJob : WithNumber<NumberJob, XNetJob, 60111>
 {
     using Completed = std::function<void( const NumberJob& )>;
+    static constexpr std::uint32_t kUnstorable = 9002;
 
     explicit NumberJob( std::uint32_t inNumber = 0, Completed inCompleted = nullptr )
         : completed( std::move( inCompleted ) )
@@ -48,6 +57,12 @@ struct NumberJob : WithNumber<NumberJob, XNetJob, 60111>
         SetTag( inNumber );
     }
 
+    void WriteStream2( XStream& inStream, XOptions inOptions ) const override
+    {
+        WithNumber::WriteStream2( inStream, inOptions );
+        if ( number == kUnstorable )
+            throw std::length_error( "a job" );
+    }
     static void Register()
     {
         XClassRegistry::RegisterClass<NumberJob>( "Number Job" );

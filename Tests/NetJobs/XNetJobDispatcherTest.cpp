@@ -104,6 +104,8 @@ TEST( XNetJobDispatcherTest, PassesJobsToNodesAndResultsBackOnce )
     service.Send( node, XNetJobEvent::kEnded, client, 7 );
     EXPECT_EQ( service.dispatcher.TakeRecipients(), XVector<std::uint32_t>{ client } );
     EXPECT_EQ( service.Take( client ), "ended 7" );
+    service.AddNode( node, { Service::Make( XNetJobEvent::kHolds, client, 7 ) } );
+    EXPECT_EQ( service.Take( node ), "" ); // keeps the result until the client has it
     service.Send( client, XNetJobEvent::kTaken, 0, 7 );
     EXPECT_EQ( service.Take( node ), "taken 7" );
     service.Pass( 20'000, { client, node } );
@@ -181,7 +183,11 @@ TEST( XNetJobDispatcherTest, ANewServiceLearnsFromNodesAndClients )
     EXPECT_EQ( service.AddNode( other ), other ); // without the job
     service.Send( kClient, XNetJobEvent::kSubmit, 0, 10 );
     EXPECT_EQ( service.Take( other ), "assign 10" );
-    service.Pass( 10'500, { kClient, node, other } );
+    const std::uint32_t ending = service.AddNode( 0, { Service::Make( XNetJobEvent::kHolds, kClient, 11 ) } );
+    service.Send( ending, XNetJobEvent::kReturned, kClient, 11 );
+    service.Send( kClient, XNetJobEvent::kSubmit, 0, 11 );
+    EXPECT_EQ( service.Take( ending ), "assign 11" );
+    service.Pass( 10'500, { kClient, node, other, ending } );
     EXPECT_EQ( service.Take( node ), "taken 1, taken 9" );
 }
 

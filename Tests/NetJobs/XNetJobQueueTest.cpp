@@ -105,18 +105,20 @@ TEST_F( XNetJobQueueTest, RunsJobsOnNodesAndCompletesEachOnceOnTheMainThread )
         } );
     for ( std::uint32_t number = 1; number <= kThrowing; ++number )
         Attach( queue, number );
+    for ( const std::uint32_t number : { NumberResult::kUnreadable, NumberJob::kUnstorable } )
+        Attach( queue, number );
     EXPECT_FALSE( queue.AttachJobIfTagNotPresent( new NumberJob( 1 ) ) );
     queue.Start();
     queue.WaitForQueueEmpty( kPatience );
-    EXPECT_EQ( itsEnds[kFailing], std::vector<std::uint32_t>{ kErrorDiskFull } );
-    EXPECT_EQ( itsEnds[kThrowing], std::vector<std::uint32_t>{ kErrorInternal } );
-    itsEnds.erase( kFailing );
-    itsEnds.erase( kThrowing );
+    EXPECT_EQ( std::exchange( itsEnds[kFailing], {} ), std::vector<std::uint32_t>{ kErrorDiskFull } );
+    for ( const std::uint32_t number : { kThrowing, NumberResult::kUnreadable, NumberJob::kUnstorable } )
+        EXPECT_EQ( std::exchange( itsEnds[number], {} ), std::vector<std::uint32_t>{ kErrorInternal } );
+    std::erase_if( itsEnds, []( const auto& inEnd ) { return inEnd.second.empty(); } );
     ExpectEachEndedOnce( kJobs );
     XSpeaker::ProcessAllNextEventMessages();
     EXPECT_EQ( results, kJobs );
-    EXPECT_EQ( completions, kThrowing );
-    EXPECT_TRUE( Await( [&] { return itsControl.GetStatus().completedJobs == kThrowing; } ) );
+    EXPECT_EQ( completions, kThrowing + 2 );
+    EXPECT_TRUE( Await( [&] { return itsControl.GetStatus().completedJobs == kThrowing + 1; } ) );
     EXPECT_EQ( itsControl.GetStatus().nodes.size(), 2u );
 }
 
@@ -263,11 +265,13 @@ TEST_F( XNetJobQueueTest, StopsAJobThatWasStoppedWhileTheServiceRefusedIt )
             throw;
         }
     };
-    AddNode( 1 );
+    const XNetJobQueueNode& node = AddNode( 1 );
     XNetJobQueue queue( itsDeployment );
     Attach( queue, 1 );
+    Attach( queue, 2 );
     queue.Start();
     hasStarted.Wait();
+    EXPECT_TRUE( Await( [&] { return node.GetJobCount() == 2; } ) );
     itsControl.Stop();
     queue.StopTaggedJobs( 1 );
     const XAppVersion own = XAppVersion::GetCurrent();
@@ -278,8 +282,38 @@ TEST_F( XNetJobQueueTest, StopsAJobThatWasStoppedWhileTheServiceRefusedIt )
         other.Start( itsDeployment.control );
         EXPECT_TRUE( Await( [&] { return queue.GetConnectionError() == 3092; } ) );
     }
+    queue.StopTaggedJobs( 2 ); // not submitted again, but known to the service
     itsControl.Start( itsDeployment.control );
-    EXPECT_TRUE( Await( [&] { return wasStopped.load(); } ) );
+    EXPECT_TRUE( Await( [&] { return wasStopped && node.GetJobCount() == 0; } ) );
+}
+
+TEST_F( XNetJobQueueTest, AppendsResumedJobsAndRunsAJobThatWasSuspendedTooLate )
+{
+    Gate hasStarted( 1 );
+    std::vector<std::uint32_t> started;
+    NumberJob::sBody = [&]( std::uint32_t inNumber )
+    {
+        started.push_back( inNumber );
+        if ( started.size() > 1 )
+            return;
+        hasStarted.CountDown();
+        RunUntilStopped();
+    };
+    XNetJobQueue queue( itsDeployment );
+    for ( const std::uint32_t number : { 1u, 2u, 3u } )
+        Attach( queue, number );
+    queue.AsyncSuspendTaggedJobs( 1 );
+    queue.ResumeTaggedJobs( 1 );
+    AddNode( 1 );
+    queue.Start();
+    hasStarted.Wait();
+    queue.AsyncSuspendTaggedJobs( 2 ); // runs, which the queue does not know yet
+    EXPECT_TRUE( Await( [&] { return queue.GetRunningJobCount() == 1; } ) );
+    itsNodes.clear(); // returns the job
+    AddNode( 1 );
+    queue.WaitForQueueEmpty( kPatience );
+    EXPECT_EQ( started, ( std::vector<std::uint32_t>{ 2, 2, 3, 1 } ) );
+    ExpectEachEndedOnce( 3 );
 }
 
 namespace

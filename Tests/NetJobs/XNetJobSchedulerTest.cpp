@@ -236,6 +236,16 @@ TEST( XNetJobSchedulerTest, ANodeThatComesBackKeepsItsJobs )
     fleet.scheduler.RemoveNode( 7, true );
     EXPECT_TRUE( fleet.End( 7, 1000 ) ); // the first result, from a node that counts as lost
     EXPECT_EQ( fleet.scheduler.CountJobs( 1 ).waiting, 0u );
+    fleet.AddJobs( { 1003, 1004 } );
+    for ( int i = 0; i < 5; ++i ) // only the connection is lost
+    {
+        fleet.AddNode( 8, 1 );
+        EXPECT_TRUE( fleet.scheduler.NodeHoldsJob( 8, Fleet::MakeKey( 1003 ) ) );
+        EXPECT_TRUE( fleet.scheduler.NodeHoldsJob( 8, Fleet::MakeKey( 1004 ) ) );
+        fleet.scheduler.RemoveNode( 8, true );
+    }
+    EXPECT_EQ( fleet.Take( XNetJobScheduler::kFailed ), XJobs() );
+    EXPECT_EQ( fleet.scheduler.CountJobs( 1 ).waiting, 2u );
 }
 
 /// Random events from seeded generators: each job ends exactly once, and no rule is broken meanwhile.

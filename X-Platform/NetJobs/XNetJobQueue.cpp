@@ -27,6 +27,7 @@
 #include <atomic>
 #include <deque>
 #include <map>
+#include <new>
 #include <optional>
 #include <set>
 #include <typeinfo>
@@ -61,11 +62,13 @@ struct ClientJob
 
     std::unique_ptr<XNetJob> job;
     State state = kWaiting;
-    bool isSubmitted = false;
+    bool isSubmitted = false;  // since the last logon
+    bool mayBeKnown = false;   // the control service may know it, if only from an earlier logon
     bool wasSuspended = false; // the control service has or had a request to suspend it
     std::unique_ptr<XNetJobQueue::XJobProgressInfo>
-        progress;    // as listeners know it; null before the first report
-    USize bytes = 0; // in the window
+        progress;            // as listeners know it; null before the first report
+    USize bytes = 0;         // in the window
+    std::uint64_t place = 0; // among the waiting jobs
 };
 
 struct EndedJob
@@ -75,6 +78,14 @@ struct EndedJob
     std::uint32_t resultCode;
     bool hasBar;
 };
+
+/// The number of an exception of a job or result that is stored or read.
+std::uint32_t GetNumber( const std::exception& inError )
+{
+    if ( const auto* const error = dynamic_cast<const XException*>( &inError ) )
+        return error->GetErrorNumber();
+    return dynamic_cast<const std::bad_alloc*>( &inError ) ? kErrorOutOfMemory : kErrorInternal;
+}
 
 /// A message may be on its way to the job, on the main thread: the job ends when that has returned.
 void Delete( std::unique_ptr<XNetJob> inJob )
@@ -123,7 +134,8 @@ public:
     USize Count( ClientJob::State inState ) const;
 
 private:
-    using Jobs = std::map<std::uint32_t, ClientJob>; // by ID
+    using Jobs = std::map<std::uint32_t, ClientJob>;            // by ID
+    using WaitingJob = std::pair<std::uint64_t, std::uint32_t>; // its place and its ID
 
     std::uint32_t LogOn( XControlBridge& ioBridge, std::uint32_t inFormerID );
     void PrepareLogon();
@@ -141,7 +153,8 @@ private:
     // Under the mutex.
     void Post( XNetJobEvent::XKind inKind, std::uint32_t inJobID );
     bool HasRoom() const;
-    bool Submit( std::uint32_t inJobID, XEvents& ioEvents, USize& ioBytes );
+    bool Submit( const WaitingJob& inWaiting, XEvents& ioEvents, USize& ioBytes );
+    void Append( std::uint32_t inJobID, ClientJob& ioJob );
     void End( std::uint32_t inJobID, std::uint32_t inResultCode, std::unique_ptr<XNetJobResult> inResult );
     EndedJob Remove( Jobs::iterator inJob, std::uint32_t inResultCode );
     std::deque<EndedJob> Take( const XJobSelector& inSelector, bool inWithRunning );
@@ -154,8 +167,8 @@ private:
     mutable XMutex itsMutex; // guards the following; taken before the mutex of the session
     XConditionVariable itsHasChanged;
     Jobs itsJobs;
-    std::deque<std::uint32_t> itsUnsubmitted; // may contain jobs that are suspended or gone
-    std::set<std::uint32_t> itsStoppedJobs;   // submitted, and not yet reported as ended
+    std::deque<WaitingJob> itsUnsubmitted;  // in order; may contain jobs that are suspended, moved or gone
+    std::set<std::uint32_t> itsStoppedJobs; // of those submitted, not yet reported as ended
     XEvents itsOutgoing;
     std::deque<EndedJob> itsEndedJobs;
     USize itsTakenCount = 0; // being stopped or deleted
@@ -163,6 +176,7 @@ private:
     USize itsWindowJobs = 0;
     USize itsWindowBytes = 0;
     std::uint32_t itsLastJobID = 0;
+    std::uint64_t itsLastPlace = 0;
     std::uint32_t itsClientID = 0;
     std::uint32_t itsWorkers = 1; // of the deployment, at least 1
     bool itsIsRunning = false;
@@ -241,10 +255,11 @@ void XNetJobQueue::XImp::PrepareLogon()
     {
         job.isSubmitted = false;
         if ( job.state != ClientJob::kSuspended )
-            itsUnsubmitted.push_back( id );
+            itsUnsubmitted.push_back( { job.place, id } );
         if ( job.wasSuspended )
             Post( job.state == ClientJob::kSuspended ? XNetJobEvent::kSuspend : XNetJobEvent::kResume, id );
     }
+    std::ranges::sort( itsUnsubmitted ); // resumed jobs follow those attached later
 }
 
 void XNetJobQueue::XImp::Post( XNetJobEvent::XKind inKind, std::uint32_t inJobID )
@@ -274,28 +289,31 @@ bool XNetJobQueue::XImp::HasRoom() const
 }
 
 /// Returns whether the job is to be submitted and could be stored.
-bool XNetJobQueue::XImp::Submit( std::uint32_t inJobID, XEvents& ioEvents, USize& ioBytes )
+bool XNetJobQueue::XImp::Submit( const WaitingJob& inWaiting, XEvents& ioEvents, USize& ioBytes )
 {
-    const auto found = itsJobs.find( inJobID );
-    if ( found == itsJobs.end() || found->second.state == ClientJob::kSuspended || found->second.isSubmitted )
+    const auto [place, id] = inWaiting;
+    const auto found = itsJobs.find( id );
+    if ( found == itsJobs.end() )
         return false;
     ClientJob& job = found->second;
+    if ( job.place != place || job.state == ClientJob::kSuspended || job.isSubmitted )
+        return false;
     try
     {
         job.job->SetClientID( itsClientID );
         XVector<std::uint8_t> stored = XStoreAsBytes( *job.job );
         job.bytes = stored.size();
         ioEvents.push_back(
-            { XNetJobEvent::kSubmit, itsClientID, itsQueueID, inJobID, job.job->GetVersion(),
+            { XNetJobEvent::kSubmit, itsClientID, itsQueueID, id, job.job->GetVersion(),
               std::move( stored ) } );
     }
-    catch ( const XException& error )
+    catch ( const std::exception& error ) // the job's fault: passed on, it would end each connection
     {
         XErrorLog::AddCurrentException();
-        End( inJobID, error.GetErrorNumber(), nullptr );
+        End( id, GetNumber( error ), nullptr );
         return false;
     }
-    job.isSubmitted = true;
+    job.isSubmitted = job.mayBeKnown = true;
     ioBytes += job.bytes;
     ++itsWindowJobs;
     itsWindowBytes += job.bytes;
@@ -311,7 +329,7 @@ void XNetJobQueue::XImp::HandleEvents( const XEvents& inEvents )
         {
             HandleEvent( event );
         }
-        catch ( const XException& ) // a progress or position that cannot be read
+        catch ( const std::exception& ) // a progress or position that cannot be read
         {
             XErrorLog::AddCurrentException();
         }
@@ -344,11 +362,14 @@ void XNetJobQueue::XImp::HandleResult( const XNetJobEvent& inEvent )
     {
         result = XReadFromBytes<XNetJobResult>( inEvent.bytes );
         resultCode = result->GetResultCode();
+        if ( resultCode == XJob::kStopped )
+            XThrow( kErrorStreamCorrupted ); // only this queue stops its jobs
     }
-    catch ( const XException& error )
+    catch ( const std::exception& error )
     {
         XErrorLog::AddCurrentException();
-        resultCode = error.GetErrorNumber();
+        result.reset();
+        resultCode = GetNumber( error );
     }
     const XThreadLock lock( itsMutex );
     End( inEvent.jobID, resultCode, std::move( result ) );
@@ -370,8 +391,12 @@ void XNetJobQueue::XImp::HandleFailure( const XNetJobEvent& inEvent )
 void XNetJobQueue::XImp::HandleStart( std::uint32_t inJobID )
 {
     const XThreadLock lock( itsMutex );
-    if ( const auto found = itsJobs.find( inJobID ); found != itsJobs.end() )
-        found->second.state = ClientJob::kRunning;
+    const auto found = itsJobs.find( inJobID );
+    if ( found == itsJobs.end() )
+        return;
+    // The suspension came too late. If the run has been lost meanwhile, the control service has the job suspended.
+    if ( std::exchange( found->second.state, ClientJob::kRunning ) == ClientJob::kSuspended )
+        Post( XNetJobEvent::kResume, inJobID );
 }
 
 void XNetJobQueue::XImp::HandleProgress( const XNetJobEvent& inEvent )
@@ -504,12 +529,19 @@ void XNetJobQueue::XImp::Attach( XNetJob* inJob, bool inIsSuspended )
     const XThreadLock lock( itsMutex );
     const std::uint32_t id = ++itsLastJobID;
     inJob->SetJobQueueID( itsQueueID );
-    if ( !inIsSuspended )
-        itsUnsubmitted.push_back( id );
     ClientJob& job = itsJobs[id];
     job.state = inIsSuspended ? ClientJob::kSuspended : ClientJob::kWaiting;
     job.job.reset( inJob );
+    if ( !inIsSuspended )
+        Append( id, job );
     itsSession.Wake();
+}
+
+void XNetJobQueue::XImp::Append( std::uint32_t inJobID, ClientJob& ioJob )
+{
+    ioJob.place = ++itsLastPlace;
+    if ( !ioJob.isSubmitted )
+        itsUnsubmitted.push_back( { ioJob.place, inJobID } );
 }
 
 bool XNetJobQueue::XImp::AttachIfTagNotPresent( XNetJob* inJob )
@@ -536,7 +568,7 @@ std::deque<EndedJob> XNetJobQueue::XImp::Take( const XJobSelector& inSelector, b
         const bool isRunning = job->second.state == ClientJob::kRunning;
         if ( !inSelector.Selects( *job->second.job ) || ( isRunning && !inWithRunning ) )
             continue;
-        if ( job->second.isSubmitted )
+        if ( job->second.mayBeKnown )
         {
             itsStoppedJobs.insert( job->first );
             Post( XNetJobEvent::kStop, job->first );
@@ -584,7 +616,7 @@ void XNetJobQueue::XImp::Suspend( const XJobSelector& inSelector )
             continue;
         job.state = ClientJob::kSuspended;
         XCallHook( [&job = job] { job.job->Suspended(); } );
-        if ( !job.isSubmitted )
+        if ( !job.mayBeKnown )
             continue;
         job.wasSuspended = true;
         Post( XNetJobEvent::kSuspend, id );
@@ -603,8 +635,7 @@ void XNetJobQueue::XImp::Resume( const XJobSelector& inSelector )
         if ( job.state == ClientJob::kWaiting )
             continue;
         job.state = ClientJob::kWaiting;
-        if ( !job.isSubmitted )
-            itsUnsubmitted.push_back( id );
+        Append( id, job );
         if ( job.wasSuspended )
             Post( XNetJobEvent::kResume, id );
     }

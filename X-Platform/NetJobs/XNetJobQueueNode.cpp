@@ -21,6 +21,7 @@
 #include "NetJobs/XNetJobResult.h"
 #include "Threads/XPreventThreadStop.h"
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <optional>
@@ -39,6 +40,13 @@ constexpr std::int64_t kProgressPeriodMS = 200;
 constexpr std::int64_t kMemoryPeriodMS = 1000;
 constexpr std::uint32_t kLogOffMS = 1000;
 constexpr USize64 kMostBatchBytes = 16 * 1024 * 1024;
+
+/// All queues of the process share its workers. A job that waited for one of these could not be recalled.
+std::uint32_t ChooseWorkers( std::uint32_t inWorkers )
+{
+    const std::uint32_t most = XThread::GetProcessorCount();
+    return inWorkers > 0 ? std::min( inWorkers, most ) : most;
+}
 
 /// The end of a job as an event. A result that cannot be stored is replaced by the error.
 XNetJobEvent MakeEnd(
@@ -209,8 +217,7 @@ private:
 // ---- Life
 
 XNetJobQueueNode::XImp::XImp( const XNetJobDeployment& inDeployment, const XSettings& inSettings )
-    : itsSettings( inSettings ),
-      itsWorkers( inSettings.workers > 0 ? inSettings.workers : XThread::GetProcessorCount() ),
+    : itsSettings( inSettings ), itsWorkers( ChooseWorkers( inSettings.workers ) ),
       itsSession(
           inDeployment,
           { [this]( XControlBridge& ioBridge, std::uint32_t inFormerID )
@@ -513,7 +520,8 @@ void XNetJobQueueNode::XImp::JobHasEnded(
     itsJobHasEnded.Broadcast();
     if ( NodeJob* const job = FindRunning( inKey, inSerial ) )
     {
-        if ( job->isReturning && inResultCode != 0 )
+        const bool wasStopped = inResultCode == XJob::kStopped || inResultCode == kErrorThreadStopped;
+        if ( wasStopped || ( job->isReturning && inResultCode != 0 ) )
         {
             itsJobs.erase( inKey );
             Post( MakeEvent( XNetJobEvent::kReturned, inKey ) );

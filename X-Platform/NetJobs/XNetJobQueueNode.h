@@ -31,7 +31,7 @@ public:
     {
         XString name; ///< empty: that of the computer
         XNodeType type = kNodePermanent;
-        std::uint32_t workers = 0; ///< jobs at a time; 0: the number of logical processors
+        std::uint32_t workers = 0; ///< jobs at a time; 0, and at most: the number of logical processors
     };
 
     XNetJobQueueNode( const XNetJobDeployment& inDeployment, const XSettings& inSettings );

@@ -42,6 +42,7 @@ using NoticeKey = std::pair<XJobKey, XNetJobEvent::XKind>;
 struct Peer
 {
     bool isNode = false;
+    bool isTemporary = false; // a node that may go at any time
     XAppVersion::XAppAndComputerInfo info;
     std::uint32_t workers = 0; // of a node
     XTimeMS logonTime = 0;
@@ -122,6 +123,7 @@ public:
     void DropLostPeers( XTimeMS inNow );
     void DropOldReports( XTimeMS inNow );
     void DropReportsOf( std::uint32_t inNodeID );
+    void DropReportsOf( std::uint32_t inNodeID, const XJobKey& inKey );
 
     void SendResultsAgain( std::uint32_t inClientID );
     void HandleClientEvent( XNetJobEvent inEvent );
@@ -205,7 +207,10 @@ XNetJobDispatcher::XImp::ChooseID( std::uint32_t inFormerID, const XUUID& inInst
 std::uint32_t XNetJobDispatcher::XImp::LogOn(
     XTimeMS inNow, const XAppVersion::XAppAndComputerInfo& inInfo, std::uint32_t inFormerID, bool inIsNode )
 {
-    Peer peer{ inIsNode, inInfo, 0, inNow, inNow };
+    Peer peer;
+    peer.isNode = inIsNode;
+    peer.info = inInfo;
+    peer.logonTime = peer.lastHeard = inNow;
     if ( !itsAppVersion.IsCompatibleWith( inInfo.GetAppVersion() ) )
     {
         AddFailure(
@@ -259,10 +264,12 @@ void XNetJobDispatcher::XImp::DropLostPeers( XTimeMS inNow )
         if ( !hasGone && inNow < peer.lastHeard + itsSettings.silenceMS )
             continue;
         lost.push_back( id );
-        AddFailure(
-            inNow,
-            peer.Describe() +
-                " lost: " + ( hasGone ? "its connection ended" : "no sign of life for too long" ) );
+        const std::string text = peer.Describe() +
+            " lost: " + ( hasGone ? "its connection ended" : "no sign of life for too long" );
+        if ( peer.isTemporary )
+            XSessionLogManager::Log( kLogInformation, text.c_str() );
+        else
+            AddFailure( inNow, text );
     }
     for ( const std::uint32_t id : lost )
         Drop( id, true );
@@ -384,6 +391,7 @@ void XNetJobDispatcher::XImp::HandleNodeEvent(
         GetPeer( inNodeID ).memoryBudget = inEvent.value;
         return;
     case XNetJobEvent::kReturned:
+        DropReportsOf( inNodeID, GetKey( inEvent ) );
         return scheduler.JobWasReturned( inNodeID, GetKey( inEvent ) );
     case XNetJobEvent::kHolds:
     case XNetJobEvent::kEnded:
@@ -401,7 +409,8 @@ void XNetJobDispatcher::XImp::HandleReport(
     TrackedJob* const job = FindJob( key );
     if ( job && inEvent.kind == XNetJobEvent::kEnded )
         return HandleEnd( inNow, inNodeID, *job, inEvent );
-    if ( scheduler.NodeHoldsJob( inNodeID, key ) )
+    const bool isItsResultKept = job && job->result && job->resultNodeID == inNodeID; // until it is taken
+    if ( isItsResultKept || scheduler.NodeHoldsJob( inNodeID, key ) )
         return;
     if ( !job && MayBeSubmitted( inNow, key.clientID ) )
         itsReports.emplace( key, HeldReport{ inNow, inNodeID, inEvent } );
@@ -445,6 +454,15 @@ void XNetJobDispatcher::XImp::SetResult( TrackedJob& ioJob, XNetJobEvent inResul
     Send( inResult.clientID, inResult );
     ioJob.bytes = {};
     ioJob.result = std::move( inResult );
+}
+
+/// The node has the job no more.
+void XNetJobDispatcher::XImp::DropReportsOf( std::uint32_t inNodeID, const XJobKey& inKey )
+{
+    const auto [first, last] = itsReports.equal_range( inKey );
+    for ( auto next = first; next != last; )
+        if ( const auto report = next++; report->second.nodeID == inNodeID )
+            itsReports.erase( report );
 }
 
 /// Replaced by those of the node's next logon.
@@ -649,7 +667,9 @@ std::uint32_t XNetJobDispatcher::LogOnNode(
     const std::uint32_t id = itsImp->LogOn( inNow, inInfo.GetInfo(), inFormerID, true );
     itsImp->scheduler.RemoveNode( id, false ); // of its former logon
     itsImp->DropReportsOf( id );
-    itsImp->GetPeer( id ).workers = inInfo.GetWorkerCount();
+    Peer& node = itsImp->GetPeer( id );
+    node.workers = inInfo.GetWorkerCount();
+    node.isTemporary = inInfo.GetNodeType() == XNetJobQueueNode::kNodeTemporary;
     itsImp->scheduler.AddNode( id, inInfo.GetWorkerCount(), inInfo.GetSupportedJobClasses() );
     for ( const XNetJobEvent& report : inReports )
         itsImp->HandleNodeEvent( inNow, id, report );

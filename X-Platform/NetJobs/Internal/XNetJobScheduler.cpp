@@ -29,6 +29,7 @@ public:
 
     bool AddJob( const XNewJob& inJob );
     void Assign( Job& ioJob, Node& ioNode );
+    void ClearOfSuspicion( Job& ioJob );
     void Start( Job& ioJob, Run& ioRun, XTimeMS inNow );
     void NoteDuration( Job& ioJob, Run& ioRun, std::uint64_t inRunMicroseconds );
     void StopRuns( Job& ioJob );
@@ -206,8 +207,19 @@ void XNetJobScheduler::XImp::Assign( Job& ioJob, Node& ioNode )
     UpdatePlace( ioNode );
 }
 
+void XNetJobScheduler::XImp::ClearOfSuspicion( Job& ioJob )
+{
+    const bool isWaiting = ioJob.IsWaiting();
+    if ( isWaiting )
+        StopWaiting( ioJob ); // among the suspected ones
+    ioJob.losses = 0;
+    if ( isWaiting )
+        StartWaiting( ioJob );
+}
+
 void XNetJobScheduler::XImp::Start( Job& ioJob, Run& ioRun, XTimeMS inNow )
 {
+    ioJob.isSuspended = false; // too late
     ioRun.hasStarted = true;
     ioRun.startTime = inNow;
     if ( ioJob.runCount == 1 && !ioRun.isSuspected && !ioJob.startPlace )
@@ -560,6 +572,7 @@ bool XNetJobScheduler::NodeHoldsJob( std::uint32_t inNodeID, const XJobKey& inKe
         return false;
     if ( job->FindRun( *node ) )
         return true;
+    itsImp->ClearOfSuspicion( *job ); // the node has outlived it
     if ( job->runCount == kMostRuns )
         return false;
     const bool isSuspended = job->isSuspended;

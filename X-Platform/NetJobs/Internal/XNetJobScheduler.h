@@ -20,7 +20,8 @@
 ///    Returned jobs and jobs of lost nodes keep their place. A job whose shared data the node holds goes first if it is
 ///    among the first `kLookahead`.
 /// 4. The jobs of a lost node become suspected of having ended it. A node is assigned one suspected job at a time, so that
-///    the next loss does not hit two of them. A job is failed when `kMostLosses` nodes in succession were lost with it.
+///    the next loss does not hit two of them. A job is failed when `kMostLosses` nodes in succession were lost with it. A
+///    node that comes back with a job, or returns one that it has started, clears it of suspicion.
 /// 5. When no job waits and a worker is idle, a job that a node has not started for lack of idle workers is recalled and
 ///    assigned to the idle worker. If there is none, the job that has run longest is assigned a second time, if it has
 ///    run for at least `kMinimumRunMS` and for twice the mean duration of its client's jobs of that class. The first
@@ -123,7 +124,7 @@ public:
     /// Returns false for a job that is known already.
     bool AddJob( const XNewJob& inJob );
 
-    /// Registers a job that the node has from an earlier logon. Returns false if the node is to drop it: the job is unknown
+    /// Registers a job that the node has from an earlier logon, which clears it of suspicion. Returns false if the node is to drop it: the job is unknown
     /// or has two runs already.
     bool NodeHoldsJob( std::uint32_t inNodeID, const XJobKey& inKey );
 
@@ -139,7 +140,8 @@ public:
     /// Stops a job: kStopped follows at once, or the node reports the end.
     void StopJob( const XJobKey& inKey );
 
-    /// Suspends a job that has not started; one that a node has not started is recalled.
+    /// Suspends a job that has not started; one that a node has not started is recalled, and not suspended any more if the
+    /// node has started it meanwhile.
     void SuspendJob( const XJobKey& inKey );
     /// Appends a suspended job to the waiting ones.
     void ResumeJob( const XJobKey& inKey );

@@ -252,8 +252,20 @@ void XNetJobSession::SendBatches()
     }
     catch ( const std::exception& )
     {
+        NoteLoss();
         Disconnect();
     }
+}
+
+/// Logs why a connection ends, unless the session ends it.
+void XNetJobSession::NoteLoss() const
+{
+    {
+        const XThreadLock lock( itsMutex );
+        if ( itsIsStopping || !itsSender )
+            return; // or the other thread has logged it
+    }
+    XErrorLog::AddCurrentException( "control service" );
 }
 
 /// Waits for events to send or until a heartbeat is due. Returns whether the session is connected.
@@ -314,7 +326,7 @@ void XNetJobSession::ReceiveLoop()
                 if ( const XEvents events = receiver->Receive( id, kHeartbeatMS ); !events.empty() )
                     itsHooks.handleEvents( events );
         };
-        XSwallowErrors( receive );
+        XSwallowErrors( receive, [this] { NoteLoss(); } );
         bool isPresent = false;
         {
             const XThreadLock lock( itsMutex );

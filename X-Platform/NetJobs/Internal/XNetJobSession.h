@@ -70,6 +70,7 @@ private:
     XBridgePtr Connect() const;
     void LogOn();
     void NoteFailure( const XException& inError );
+    void NoteLoss() const;
     bool TryToLogOn();
     void Disconnect();
     void Pause( std::uint32_t inTimeMS );
