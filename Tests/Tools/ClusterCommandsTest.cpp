@@ -103,16 +103,16 @@ TEST_F( ClusterCommandsTest, RunsNodesAndPrintsTheStateOfAControlService )
 
     XNetJobQueueNode node(
         { XNetAddress::GetLoopBackAddress( control.GetPort() ), XRPCCipher(), nullptr },
-        { "a \"node\"", XNetJobQueueNode::kNodePermanent, 3 } );
+        { "a \"node\"", XNetJobQueueNode::kNodePermanent, 1 } );
     node.Start();
     EXPECT_EQ( RunLine( "status % --cipher none", place ), 0 ) << itsError.str();
     EXPECT_TRUE( std::regex_search(
         itsOut.str(),
-        std::regex( "\nNode +Workers +Running +Assigned +Completed\na \"node\" on .* +3 +0 +0 +0\n" ) ) )
+        std::regex( "\nNode +Workers +Running +Assigned +Completed\na \"node\" on .* +1 +0 +0 +0\n" ) ) )
         << itsOut.str();
     EXPECT_EQ( RunLine( "status % --cipher none --json", place ), 0 ) << itsError.str();
     EXPECT_CONTAINS( itsOut.str(), "\"name\": \"a \\\"node\\\"\"" );
-    EXPECT_CONTAINS( itsOut.str(), "\"workers\": 3, \"silent_ms\": " );
+    EXPECT_CONTAINS( itsOut.str(), "\"workers\": 1, \"silent_ms\": " );
     EXPECT_CONTAINS( itsOut.str(), "\"clients\": []" );
     control.Stop();
     EXPECT_EQ( RunLine( "status % --cipher none", place ), 1 );
