@@ -57,7 +57,7 @@ void ReadPages()
 }
 
 /// As samples of every type, whatever the file says of them.
-void ReadBlocks( WImageFormat::SampleType inType )
+void ReadBlocks( const WTIFFSamples& inStored )
 {
     constexpr std::uint32_t kMostPixels = 1 << 16, kMostChannels = 8;
     const WFile file( GetPath(), WFile::kRead );
@@ -67,14 +67,14 @@ void ReadBlocks( WImageFormat::SampleType inType )
     page.width = tags.GetExtent( WTIFFDirectory::kWidth, 0 );
     page.height = tags.GetExtent( WTIFFDirectory::kHeight, 0 );
     page.channels = tags.GetExtent( WTIFFDirectory::kSamplesPerPixel, 1 );
-    page.type = inType;
+    page.type = inStored.GetPageType();
     const auto isSmall = std::uint64_t{ page.width } * page.height <= kMostPixels &&
         page.channels <= kMostChannels && tags.GetExtent( WTIFFDirectory::kTileWidth, 0 ) <= kMostPixels;
     if ( !isSmall ||
          !WTIFFUnpacker::CanUnpack( tags.GetNumber( WTIFFDirectory::kCompression, WTIFFUnpacker::kNone ) ) )
         return;
     page.Allocate( UINT64_MAX );
-    WTIFFBlockReader( file, header, tags, page ).Read( []( double ) {} );
+    WTIFFBlockReader( file, header, tags, inStored, page ).Read( []( double ) {} );
 }
 
 /// Runs what may be refused.
@@ -100,8 +100,13 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* inData, std::size_t i
     static const WInitCore sCore;
     WriteFile( inData, inSize );
     Try( ReadPages );
-    for ( const auto type : { WImageFormat::kUInt8, WImageFormat::kUInt16, WImageFormat::kFloat32 } )
-        Try( [&] { ReadBlocks( type ); } );
+    for ( const std::uint32_t bits : { 1, 8, 12, 16, 24, 32 } )
+        Try( [&] { ReadBlocks( { bits, WTIFFSamples::kUnsigned } ); } );
+    for ( const std::uint32_t bits : { 16, 32, 64 } )
+    {
+        Try( [&] { ReadBlocks( { bits, WTIFFSamples::kSigned } ); } );
+        Try( [&] { ReadBlocks( { bits, WTIFFSamples::kFloat } ); } );
+    }
     std::filesystem::remove( GetPath() );
     return 0;
 }

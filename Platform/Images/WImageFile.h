@@ -117,14 +117,14 @@ struct KORVALE_IMAGING_API WImagePage : WImageFormat
     void CopyBlock( const Block& inBlock, std::optional<std::uint32_t> inChannel );
 };
 
-/// A TIFF or PNG file of one or more pages. TIFF: 8- and 16-bit unsigned and 32-bit float samples, any number
-/// per pixel, strips or tiles, uncompressed or compressed with LZW, deflate or PackBits; other compressions
-/// if the system has a library for them. PNG, read by a library of the system: 8 and 16 bits; fewer bits are
+/// A TIFF or PNG file of one or more pages. TIFF: whole and float samples as in WTIFFSamples, any number per
+/// pixel, strips or tiles, uncompressed or compressed with LZW, deflate or PackBits; other compressions if
+/// the system has a library for them. PNG, read by a library of the system: 8 and 16 bits; fewer bits are
 /// scaled to 8, transparency is dropped.
 ///
-/// Samples are brightness: grey images that store white as 0 are inverted, and palettes of 8 bits (PNG: any)
+/// Samples are brightness: grey images that store white as 0 are inverted, and palettes of at most 16 bits
 /// are converted to red, green and blue. Other colour spaces (CMYK, Lab, ...) are rejected, and so are
-/// palettes and white as 0 with several samples per pixel or other sample types. Pages of reduced resolution
+/// palettes and white as 0 with several samples per pixel or samples that are not unsigned. Pages of reduced resolution
 /// and transparency masks are not counted as pages.
 ///
 /// Sizes stored in a file are compared with its length before memory is allocated. Failures throw WImageError

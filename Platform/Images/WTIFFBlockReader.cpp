@@ -5,7 +5,8 @@
 // A page is a grid of blocks: strips are blocks of the width of the page, tiles have a size of their own, and
 // with separate planes there is one grid for each channel. Blocks are unpacked in groups of rows that fit
 // into the cache, have their prediction undone while they are there, and go directly to the page if a row of
-// the block is a row of the page, otherwise through a buffer from which the part within the page is copied.
+// the block is a row of the page, otherwise through a buffer from which the part within the page is copied, converted
+// to the type of the page.
 
 using Tags = WTIFFDirectory;
 
@@ -45,16 +46,17 @@ WTIFFBlockReader::Grid::Grid( const WTIFFDirectory& inTags, const WImagePage& in
 }
 
 WTIFFBlockReader::WTIFFBlockReader(
-    const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage )
-    : itsFile( inFile ), itsPage( outPage ), itsGrid( inTags, outPage ),
-      itsRowSize( itsGrid.width * itsGrid.channels * outPage.GetSampleSize() ),
+    const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags,
+    const WTIFFSamples& inStored, WImagePage& outPage )
+    : itsFile( inFile ), itsPage( outPage ), itsGrid( inTags, outPage ), itsStored( inStored ),
+      itsRowSize( inStored.GetRowSize( itsGrid.width * itsGrid.channels ) ),
       itsIsPlain( WTIFFUnpacker::GetCompression( inTags ) == WTIFFUnpacker::kNone ),
       itsOffsets(
           inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileOffsets : Tags::kStripOffsets, itsGrid.blocks ) ),
       itsSizes( inTags.GetNumbers( itsGrid.isTiled ? Tags::kTileSizes : Tags::kStripSizes, itsGrid.blocks ) ),
       itsUnpacker(
           WTIFFUnpacker::Make( WTIFFUnpacker::GetCompression( inTags ), inFile, inTags.IsLowestBitFirst() ) ),
-      itsPredictor( inTags, inHeader.isSwapped, outPage.type, itsGrid.width, itsGrid.channels )
+      itsPredictor( inTags, inHeader.isSwapped, inStored, itsGrid.width, itsGrid.channels )
 {
     if ( itsOffsets.size() < itsGrid.blocks || ( !itsSizes.empty() && itsSizes.size() < itsGrid.blocks ) )
         throw WImageError( "some of its strips or tiles are not listed" );
@@ -102,7 +104,7 @@ void WTIFFBlockReader::ReadBlock( std::uint64_t inBlock, const WImageFile::Progr
     const auto top = inPlane / itsGrid.across * itsGrid.height;
     const auto rows = std::min( itsGrid.height, itsPage.height - top );
     const auto channel = static_cast<std::uint32_t>( inBlock / itsGrid.blocksOfPlane );
-    const auto isDirect = itsRowSize == itsPage.GetRowSize();
+    const auto isDirect = itsStored.IsDirect() && itsRowSize == itsPage.GetRowSize();
     if ( !isDirect && !itsRows )
         itsRows = std::make_unique_for_overwrite<std::byte[]>( itsRowsAtOnce * itsRowSize );
 
@@ -115,10 +117,10 @@ void WTIFFBlockReader::ReadBlock( std::uint64_t inBlock, const WImageFile::Progr
         itsUnpacker->Unpack( target, count * itsRowSize );
         itsPredictor.Undo( target, count );
         if ( !isDirect )
-            itsPage.CopyBlock(
+            itsStored.CopyBlock(
                 { target, static_cast<std::uint32_t>( left ), static_cast<std::uint32_t>( top + row ),
                   static_cast<std::uint32_t>( itsGrid.width ), static_cast<std::uint32_t>( count ) },
-                itsGrid.isSeparate ? std::optional( channel ) : std::nullopt );
+                itsGrid.isSeparate ? std::optional( channel ) : std::nullopt, itsPage );
     }
     // Rows beyond the page belong to the block: only after them can the end be checked.
     itsUnpacker->Finish( ( itsGrid.height - rows ) * itsRowSize );

@@ -3,6 +3,7 @@
 #include "Images/WImageFile.h"
 #include "Images/WTIFFDirectory.h"
 #include "Images/WTIFFPredictor.h"
+#include "Images/WTIFFSamples.h"
 #include "Images/WTIFFUnpacker.h"
 #include "WPlatform.h"
 
@@ -12,14 +13,15 @@ class KORVALE_IMAGING_API WTIFFBlockReader
 {
 public:
     /// For a page whose format is set and whose samples are allocated, in a compression that WTIFFUnpacker
-    /// supports. Throws WImageError if blocks are missing from the list.
+    /// supports; its type must be that of `inStored`. Throws WImageError if blocks are missing from the list.
     WTIFFBlockReader(
-        const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags, WImagePage& outPage );
+        const WFile& inFile, const WTIFFHeader& inHeader, const WTIFFDirectory& inTags,
+        const WTIFFSamples& inStored, WImagePage& outPage );
     WTIFFBlockReader( const WTIFFBlockReader& ) = delete;
     WTIFFBlockReader& operator=( const WTIFFBlockReader& ) = delete;
     ~WTIFFBlockReader(); // in the library, because the unpacker is an incomplete type here
 
-    /// Fills the samples of the page as stored. Throws WImageError or WLastErrorException, and the exceptions
+    /// Fills the samples of the page. Throws WImageError or WLastErrorException, and the exceptions
     /// of the progress callback.
     void Read( const WImageFile::Progress& inProgress );
 
@@ -41,6 +43,7 @@ private:
     const WFile& itsFile;
     WImagePage& itsPage;
     Grid itsGrid;
+    const WTIFFSamples itsStored;
     const std::uint64_t itsRowSize; // of a block, in bytes
     const bool itsIsPlain;          // not compressed
     std::uint64_t itsRowsAtOnce;
@@ -48,7 +51,7 @@ private:
     std::vector<std::uint64_t> itsSizes;
     std::unique_ptr<WTIFFUnpacker> itsUnpacker;
     WTIFFPredictor itsPredictor;
-    std::unique_ptr<std::byte[]> itsRows; // rows that cannot be unpacked directly into the page
+    std::unique_ptr<std::byte[]> itsRows; // rows that are not unpacked directly into the page
 
     void JoinStrips();
     void ReadBlock( std::uint64_t inBlock, const WImageFile::Progress& inProgress );

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Images/WImageFile.h"
+#include "Images/WTIFFSamples.h"
 
 /// Reads pages in compressions that WTIFFUnpacker does not support or handles more slowly, with a library of
 /// the system; on Windows there is none.
@@ -16,12 +17,18 @@ public:
     WTIFFDecoder( const WTIFFDecoder& ) = delete;
     WTIFFDecoder& operator=( const WTIFFDecoder& ) = delete;
 
-    /// Fills the samples of the page in `inCompression` whose directory is at `inDirectoryOffset`, whose
-    /// format is set and whose samples are allocated. Rejects strips and tiles of more than `inMostBytes`.
-    /// Throws WImageError, and the exceptions of the progress callback.
-    void Decode(
-        std::uint64_t inCompression, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes,
-        const WImageFile::Progress& inProgress, WImagePage& ioPage );
+    /// A page in the file.
+    struct Source
+    {
+        std::uint64_t compression;
+        std::uint64_t directoryOffset;
+        std::uint64_t mostBytes; ///< of a tile
+        WTIFFSamples stored;
+    };
+
+    /// Fills the samples of a page whose format is set, with the type of the stored samples, and whose samples are
+    /// allocated. Throws WImageError, and the exceptions of the progress callback.
+    void Decode( const Source& inSource, const WImageFile::Progress& inProgress, WImagePage& ioPage );
 
 private:
     class Implementation;

@@ -3,6 +3,7 @@
 #include "Images/WTIFFBlockReader.h"
 
 #include <algorithm>
+#include <cstring>
 
 // Opening a file walks its directories, which form a linked list, and notes where the pages are; nothing else
 // is read. A list that leads back into itself is recognised by the total size of its directories, which an
@@ -21,11 +22,9 @@ namespace
 {
 constexpr std::uint64_t kJPEG = 7; // Compression.
 constexpr std::uint64_t kWhiteIsZero = 0, kBlackIsZero = 1, kRGB = 2, kPalette = 3, kYCbCr = 6;
-constexpr std::uint64_t kUnsignedSamples = 1, kFloatSamples = 3, kUndefinedSamples = 4;
 constexpr std::uint64_t kNoUnit = 1, kInch = 2, kCentimetre = 3;
 constexpr std::uint64_t kReducedResolution = 1, kMask = 4; // Bits of kSubfileType.
 constexpr std::uint64_t kOldReducedResolution = 2;
-constexpr std::uint64_t kPaletteColours = 256; // Of a palette.
 constexpr std::uint64_t kMostDescription = 64 * 1024 * 1024;
 
 /// How many bytes one byte of a file may become at most.
@@ -65,47 +64,8 @@ bool IsPlain( const Tags& inTags )
     return WTIFFUnpacker::GetCompression( inTags ) == WTIFFUnpacker::kNone && !inTags.IsLowestBitFirst();
 }
 
-/// The value, where all samples of a pixel have the same one.
-std::uint64_t GetCommonNumber( const Tags& inTags, Tags::Tag inTag, std::uint64_t inDefault )
-{
-    const auto numbers = inTags.GetNumbers( inTag, UINT16_MAX );
-    if ( numbers.empty() )
-        return inDefault;
-    if ( std::ranges::any_of( numbers, [&]( auto inNumber ) { return inNumber != numbers.front(); } ) )
-        throw WImageError( "its channels differ in sample type" );
-    return numbers.front();
-}
-
-const char* GetFormatName( std::uint64_t inFormat )
-{
-    static constexpr const char* kNames[] = { "unsigned",  "unsigned", "signed",       "float",
-                                              "undefined", "complex",  "complex float" };
-    return inFormat < std::size( kNames ) ? kNames[inFormat] : "of unknown format";
-}
-
-std::string DescribeSampleType( std::uint64_t inBits, std::uint64_t inFormat )
-{
-    return std::to_string( inBits ) + "-bit " + GetFormatName( inFormat );
-}
-
-WImagePage::SampleType GetSampleType( const Tags& inTags )
-{
-    const auto bits = GetCommonNumber( inTags, Tags::kBitsPerSample, 1 );
-    const auto format = GetCommonNumber( inTags, Tags::kSampleFormat, kUnsignedSamples );
-    const auto isWhole = format == kUnsignedSamples || format == kUndefinedSamples;
-    if ( isWhole && bits == 8 )
-        return WImagePage::kUInt8;
-    if ( isWhole && bits == 16 )
-        return WImagePage::kUInt16;
-    if ( format == kFloatSamples && bits == 32 )
-        return WImagePage::kFloat32;
-    throw WImageError(
-        "its samples are " + DescribeSampleType( bits, format ) +
-        " (expected 8- or 16-bit unsigned or 32-bit float)" );
-}
-
 /// Throws for samples that are not brightness and cannot be converted to it.
-void CheckColours( const Tags& inTags, const WImageFormat& inFormat )
+void CheckColours( const Tags& inTags, const WTIFFSamples& inStored, const WImageFormat& inFormat )
 {
     const auto photometric = GetPhotometric( inTags );
     switch ( photometric )
@@ -120,12 +80,13 @@ void CheckColours( const Tags& inTags, const WImageFormat& inFormat )
             throw WImageError( "its colours are YCbCr in separate planes (expected interleaved samples)" );
         return;
     case kWhiteIsZero:
-        if ( inFormat.channels > 1 || inFormat.type == WImageFormat::kFloat32 )
-            throw WImageError( "white is 0 (supported only for one 8- or 16-bit sample per pixel)" );
+        if ( inFormat.channels > 1 || !inStored.IsUnsigned() )
+            throw WImageError( "white is 0 (supported only for one unsigned sample per pixel)" );
         return;
     case kPalette:
-        if ( inFormat.channels > 1 || inFormat.type != WImageFormat::kUInt8 )
-            throw WImageError( "unsupported palette (expected one 8-bit index per pixel)" );
+        if ( inFormat.channels > 1 || !inStored.IsUnsigned() || inStored.GetBits() > 16 )
+            throw WImageError(
+                "unsupported palette (expected one unsigned index of at most 16 bits per pixel)" );
         return;
     default:
         throw WImageError(
@@ -172,8 +133,8 @@ void CheckPlanarConfiguration( const Tags& inTags )
             "its planar configuration is " + std::to_string( configuration ) + " (expected 1 or 2)" );
 }
 
-/// The form of a page as its samples are stored.
-WImagePage MakePage( const Tags& inTags )
+/// The form of a page whose samples are stored like that.
+WImagePage MakePage( const Tags& inTags, const WTIFFSamples& inStored )
 {
     const auto samplesPerPixel = inTags.GetNumber( Tags::kSamplesPerPixel, 1 );
     if ( samplesPerPixel > UINT16_MAX )
@@ -185,8 +146,8 @@ WImagePage MakePage( const Tags& inTags )
     page.width = inTags.GetExtent( Tags::kWidth, 0 );
     page.height = inTags.GetExtent( Tags::kHeight, 0 );
     page.channels = static_cast<std::uint32_t>( samplesPerPixel );
-    page.type = GetSampleType( inTags );
-    CheckColours( inTags, page );
+    page.type = inStored.GetPageType();
+    CheckColours( inTags, inStored, page );
     WImageFile::Layout layout;
     ReadResolution( inTags, layout );
     page.pixelWidth = layout.pixelWidth;
@@ -194,24 +155,26 @@ WImagePage MakePage( const Tags& inTags )
     return page;
 }
 
-/// Exchanges the places in a palette, which lie at the end of the samples, for colours. Front to back, no place is
+/// Replaces the indices, which lie at the end of the samples, by the colours of a palette. Front to back, no index is
 /// overwritten before it is read.
-template<class T>
+template<class TIndex, class T>
 void ApplyPalette( const std::vector<std::uint64_t>& inColours, int inShift, WImagePage& ioPage )
 {
     const auto pixels = std::uint64_t{ ioPage.width } * ioPage.height;
-    const auto* const places = ioPage.samples.get() + ioPage.GetByteCount() - pixels;
+    const auto* const indices = ioPage.samples.get() + ioPage.GetByteCount() - pixels * sizeof( TIndex );
+    const auto colours = inColours.size() / ioPage.channels;
     auto* samples = ioPage.GetSamples<T>();
     for ( std::uint64_t i = 0; i < pixels; ++i )
     {
-        const auto place = static_cast<std::uint8_t>( places[i] );
+        TIndex index;
+        std::memcpy( &index, indices + i * sizeof( index ), sizeof( index ) );
         for ( std::uint64_t channel = 0; channel < ioPage.channels; ++channel )
-            *samples++ = static_cast<T>( inColours[channel * kPaletteColours + place] >> inShift );
+            *samples++ = static_cast<T>( inColours[channel * colours + index] >> inShift );
     }
 }
 
 /// Refuses tiles that are much larger than their page: each takes memory beside it.
-void CheckTileSize( const Tags& inTags, const WImageFormat& inFormat )
+void CheckTileSize( const Tags& inTags, const WTIFFSamples& inStored, const WImageFormat& inFormat )
 {
     constexpr std::uint64_t kAlwaysAllowed = 64 * 1024 * 1024;
     if ( !inTags.Has( Tags::kTileOffsets ) )
@@ -220,7 +183,7 @@ void CheckTileSize( const Tags& inTags, const WImageFormat& inFormat )
     const std::uint64_t height = inTags.GetExtent( Tags::kTileHeight, 0 );
     const std::uint64_t channels = inTags.HasSeparatePlanes() ? 1 : inFormat.channels;
     const auto most = std::max( kAlwaysAllowed, 2 * inFormat.GetByteCount() );
-    if ( width != 0 && height > most / ( width * channels * inFormat.GetSampleSize() ) )
+    if ( width != 0 && height > most / inStored.GetRowSize( width * channels ) )
         throw WImageError(
             "its tiles of " + std::to_string( width ) + " x " + std::to_string( height ) +
             " pixels are much larger than the page" );
@@ -270,8 +233,7 @@ WImageFile::Layout WTIFFFile::GetLayout( std::uint32_t inPage ) const
     layout.height = tags.GetExtent( Tags::kHeight, 0 );
     layout.samplesPerPixel = tags.GetNumber( Tags::kSamplesPerPixel, 1 );
     layout.channels = GetPhotometric( tags ) == kPalette ? 3 : layout.samplesPerPixel;
-    layout.sampleType = DescribeSampleType(
-        tags.GetNumber( Tags::kBitsPerSample, 1 ), tags.GetNumber( Tags::kSampleFormat, kUnsignedSamples ) );
+    layout.sampleType = WTIFFSamples::Describe( tags );
     ReadResolution( tags, layout );
     const auto first = tags.GetNumber( Tags::kStripOffsets, 0 );
     const auto bytes = static_cast<double>( layout.width ) * static_cast<double>( layout.height ) *
@@ -306,58 +268,69 @@ WImagePage WTIFFFile::ReadPageSelf(
     if ( photometric == kPalette )
         return ReadPalette( offset, tags, inProgress, inAllocator );
 
-    auto page = MakePage( tags );
-    page.Allocate( GetMostBytes( tags ), inAllocator );
-    ReadStored( offset, tags, inProgress, page );
+    WTIFFSamples stored( tags );
     if ( photometric == kWhiteIsZero )
+        stored.SetInverted();
+    auto page = MakePage( tags, stored );
+    page.Allocate( GetMostBytes( tags, stored.GetGrowth() ), inAllocator );
+    ReadStored( offset, tags, stored, inProgress, page );
+    if ( photometric == kWhiteIsZero && stored.IsDirect() )
         page.Invert();
     return page;
 }
 
-/// The size of the whole file if it were unpacked to one page.
-std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags ) const
+/// The size of the whole file if it were unpacked to one page and each byte became `inGrowth` bytes.
+std::uint64_t WTIFFFile::GetMostBytes( const WTIFFDirectory& inTags, std::uint64_t inGrowth ) const
 {
-    const auto ratio = GetLargestRatio( WTIFFUnpacker::GetCompression( inTags ) );
+    const auto ratio = GetLargestRatio( WTIFFUnpacker::GetCompression( inTags ) ) * inGrowth;
     return std::min( itsFile.GetSize(), UINT64_MAX / ratio ) * ratio;
 }
 
-/// The colours have 8 bits, or, where the palette is finer than that, 16.
+/// The colours have 8 bits, or, where the palette is finer than that or the indices have more, 16.
 WImagePage WTIFFFile::ReadPalette(
     std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
     const WImagePage::Allocator& inAllocator )
 {
-    auto page = MakePage( inTags );
+    const WTIFFSamples stored( inTags );
+    auto page = MakePage( inTags, stored );
+    auto indices = MakePage( inTags, stored );
     page.channels = 3;
-    const auto colours = inTags.GetNumbers( Tags::kColourMap, page.channels * kPaletteColours );
-    if ( colours.size() < page.channels * kPaletteColours )
+    const auto count = page.channels * ( std::uint64_t{ 1 } << stored.GetBits() );
+    const auto colours = inTags.GetNumbers( Tags::kColourMap, count );
+    if ( colours.size() < count )
         throw WImageError( "its palette is incomplete" );
     const auto isFine = std::ranges::any_of(
         colours, []( auto inLevel ) { return inLevel % 256 != 0 && inLevel % 256 != inLevel / 256; } );
-    page.type = isFine ? WImagePage::kUInt16 : WImagePage::kUInt8;
-    const auto pixelSize = std::uint64_t{ page.channels } * page.GetSampleSize();
-    page.Allocate( std::min( GetMostBytes( inTags ), UINT64_MAX / pixelSize ) * pixelSize, inAllocator );
+    // Indices of 16 bits must be aligned at the end of the page.
+    const auto hasShortIndices = indices.type == WImagePage::kUInt16;
+    page.type = isFine || hasShortIndices ? WImagePage::kUInt16 : WImagePage::kUInt8;
+    page.Allocate(
+        GetMostBytes( inTags, std::uint64_t{ page.channels } * page.GetSampleSize() * stored.GetGrowth() ),
+        inAllocator );
 
     // In the same memory, because a thread that waits for more must not hold any.
-    auto indices = MakePage( inTags );
     indices.samples = WImagePage::Samples(
         page.samples.get() + page.GetByteCount() - indices.GetByteCount(), []( std::byte* ) {} );
-    ReadStored( inOffset, inTags, inProgress, indices );
-    if ( isFine )
-        ApplyPalette<std::uint16_t>( colours, 0, page );
+    ReadStored( inOffset, inTags, stored, inProgress, indices );
+    if ( hasShortIndices )
+        ApplyPalette<std::uint16_t, std::uint16_t>( colours, 0, page );
+    else if ( isFine )
+        ApplyPalette<std::uint8_t, std::uint16_t>( colours, 0, page );
     else
-        ApplyPalette<std::uint8_t>( colours, 8, page );
+        ApplyPalette<std::uint8_t, std::uint8_t>( colours, 8, page );
     return page;
 }
 
-/// Reads the samples of a page, for which there is room, as they are stored.
+/// Reads the samples of a page, for which there is room, without interpreting them as brightness or colours.
 void WTIFFFile::ReadStored(
-    std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress, WImagePage& outPage )
+    std::uint64_t inOffset, const WTIFFDirectory& inTags, const WTIFFSamples& inStored,
+    const Progress& inProgress, WImagePage& outPage )
 {
-    CheckTileSize( inTags, outPage );
+    CheckTileSize( inTags, inStored, outPage );
     const auto compression = WTIFFUnpacker::GetCompression( inTags );
     if ( WTIFFUnpacker::CanUnpack( compression ) && !WTIFFDecoder::IsBetterAt( compression ) )
-        return WTIFFBlockReader( itsFile, itsHeader, inTags, outPage ).Read( inProgress );
+        return WTIFFBlockReader( itsFile, itsHeader, inTags, inStored, outPage ).Read( inProgress );
     if ( !itsDecoder )
         itsDecoder.emplace( itsPath );
-    itsDecoder->Decode( compression, inOffset, GetMostBytes( inTags ), inProgress, outPage );
+    itsDecoder->Decode( { compression, inOffset, GetMostBytes( inTags ), inStored }, inProgress, outPage );
 }

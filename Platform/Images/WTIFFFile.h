@@ -3,6 +3,7 @@
 #include "Images/WImageFile.h"
 #include "Images/WTIFFDecoder.h"
 #include "Images/WTIFFDirectory.h"
+#include "Images/WTIFFSamples.h"
 
 #include <optional>
 
@@ -34,11 +35,11 @@ private:
     std::uint32_t itsSkippedCount = 0;
     std::optional<WTIFFDecoder> itsDecoder;
 
-    std::uint64_t GetMostBytes( const WTIFFDirectory& inTags ) const;
+    std::uint64_t GetMostBytes( const WTIFFDirectory& inTags, std::uint64_t inGrowth = 1 ) const;
     WImagePage ReadPalette(
         std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
         const WImagePage::Allocator& inAllocator );
     void ReadStored(
-        std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
-        WImagePage& outPage );
+        std::uint64_t inOffset, const WTIFFDirectory& inTags, const WTIFFSamples& inStored,
+        const Progress& inProgress, WImagePage& outPage );
 };

@@ -56,49 +56,64 @@ void SumRow( T* ioSamples, std::size_t inCount, std::size_t inChannels )
 }
 
 /// PackBits has no differences by its own rules. Programs disagree about a file that declares some.
-void CheckKind( std::uint64_t inKind, std::uint64_t inCompression, WImageFormat::SampleType inType )
+void CheckKind( std::uint64_t inKind, std::uint64_t inCompression, const WTIFFSamples& inStored )
 {
     const auto name = "predictor " + std::to_string( inKind );
     if ( inCompression == WTIFFUnpacker::kPackBits )
         throw WImageError( name + " is not allowed with PackBits compression" );
     if ( inKind != 2 && inKind != 3 )
         throw WImageError( "unknown " + name + " (expected 1, 2 or 3)" );
-    if ( inKind == 3 && inType != WImageFormat::kFloat32 )
+    if ( inKind == 3 && !inStored.IsFloat() )
         throw WImageError( name + " requires float samples" );
+    if ( !std::has_single_bit( inStored.GetBits() ) || !inStored.HasWholeBytes() )
+        throw WImageError( name + " requires samples of 8, 16, 32 or 64 bits" );
 }
 } // namespace
 
 WTIFFPredictor::WTIFFPredictor(
-    const WTIFFDirectory& inTags, bool inIsSwapped, WImageFormat::SampleType inType, std::uint64_t inWidth,
+    const WTIFFDirectory& inTags, bool inIsSwapped, const WTIFFSamples& inStored, std::uint64_t inWidth,
     std::uint32_t inChannels )
-    : itsIsSwapped( inIsSwapped ), itsSampleSize( WImageFormat::GetSampleSize( inType ) ),
-      itsSamples( inWidth * inChannels ), itsChannels( inChannels )
+    : itsIsSwapped( inIsSwapped ), itsSampleSize( inStored.HasWholeBytes() ? inStored.GetBits() / 8 : 0 ),
+      itsSamples( inWidth * inChannels ), itsRowSize( inStored.GetRowSize( itsSamples ) ),
+      itsChannels( inChannels )
 {
     const auto compression = inTags.GetNumber( WTIFFDirectory::kCompression, WTIFFUnpacker::kNone );
     if ( compression == WTIFFUnpacker::kNone )
         return; // What the tag says then has no meaning.
     itsKind = inTags.GetNumber( WTIFFDirectory::kPredictor, kNone );
     if ( itsKind != kNone )
-        CheckKind( itsKind, compression, inType );
+        CheckKind( itsKind, compression, inStored );
 }
 
 void WTIFFPredictor::Undo( std::byte* ioRows, std::uint64_t inRows )
 {
-    const auto rowSize = itsSamples * itsSampleSize;
-    for ( auto* const end = ioRows + inRows * rowSize; ioRows < end; ioRows += rowSize )
-        if ( itsKind == kFloatingPoint )
-            UndoFloatingPoint( ioRows );
-        else if ( itsSampleSize == 1 )
-            UndoRow<std::uint8_t>( ioRows );
-        else if ( itsSampleSize == 2 )
-            UndoRow<std::uint16_t>( ioRows );
-        else
-            UndoRow<std::uint32_t>( ioRows );
+    const auto undoRow = [&]( std::byte* ioRow )
+    {
+        switch ( itsSampleSize )
+        {
+        case 1:
+            return UndoRow<std::uint8_t>( ioRow );
+        case 2:
+            return UndoRow<std::uint16_t>( ioRow );
+        case 3:
+            return SwapTriples( ioRow );
+        case 4:
+            return UndoRow<std::uint32_t>( ioRow );
+        case 8:
+            return UndoRow<std::uint64_t>( ioRow );
+        default:
+            return;
+        }
+    };
+    for ( auto* const end = ioRows + inRows * itsRowSize; ioRows < end; ioRows += itsRowSize )
+        undoRow( ioRows );
 }
 
 template<class T>
-void WTIFFPredictor::UndoRow( std::byte* ioRow ) const
+void WTIFFPredictor::UndoRow( std::byte* ioRow )
 {
+    if ( itsKind == kFloatingPoint )
+        return UndoFloatingPoint<T>( ioRow );
     auto* const samples = reinterpret_cast<T*>( ioRow );
     if ( itsIsSwapped )
         SwapAll( samples, itsSamples );
@@ -106,18 +121,27 @@ void WTIFFPredictor::UndoRow( std::byte* ioRow ) const
         SumRow( samples, itsSamples, itsChannels );
 }
 
+/// The highest byte first, which is the order of packed bits.
+void WTIFFPredictor::SwapTriples( std::byte* ioRow ) const
+{
+    const auto isHighestFirst = ( std::endian::native == std::endian::big ) != itsIsSwapped;
+    for ( std::size_t i = 0; !isHighestFirst && i < itsSamples; ++i )
+        std::swap( ioRow[3 * i], ioRow[3 * i + 2] );
+}
+
 /// First come the highest bytes of all samples of the row, whatever the byte order of the file.
+template<class T>
 void WTIFFPredictor::UndoFloatingPoint( std::byte* ioRow )
 {
-    const auto size = itsSamples * itsSampleSize;
-    SumRow( reinterpret_cast<std::uint8_t*>( ioRow ), size, itsChannels );
-    itsRow.assign( ioRow, ioRow + size );
+    SumRow( reinterpret_cast<std::uint8_t*>( ioRow ), itsRowSize, itsChannels );
+    itsRow.assign( ioRow, ioRow + itsRowSize );
     const auto* const highest = itsRow.data();
     for ( std::size_t i = 0; i < itsSamples; ++i )
     {
-        std::uint32_t number = 0;
+        T number = 0;
         for ( std::size_t b = 0; b < sizeof( number ); ++b )
-            number = number << 8 | static_cast<std::uint8_t>( highest[b * itsSamples + i] );
+            number = static_cast<T>(
+                std::uint64_t{ number } << 8 | static_cast<std::uint8_t>( highest[b * itsSamples + i] ) );
         std::memcpy( ioRow + i * sizeof( number ), &number, sizeof( number ) );
     }
 }

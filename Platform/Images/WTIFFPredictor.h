@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Images/WImageFile.h"
 #include "Images/WTIFFDirectory.h"
+#include "Images/WTIFFSamples.h"
 
 /// Restores the samples of unpacked rows of strips or tiles: reverses the byte order of the file, and the
 /// differencing that improves compression (tag 317).
@@ -11,8 +11,8 @@ public:
     /// For blocks of `inWidth` pixels with `inChannels` channels. Throws WImageError if the predictor is
     /// unknown or does not apply to the type of the samples.
     WTIFFPredictor(
-        const WTIFFDirectory& inTags, bool inIsSwapped, WImageFormat::SampleType inType,
-        std::uint64_t inWidth, std::uint32_t inChannels );
+        const WTIFFDirectory& inTags, bool inIsSwapped, const WTIFFSamples& inStored, std::uint64_t inWidth,
+        std::uint32_t inChannels );
 
     /// Restores consecutive rows.
     void Undo( std::byte* ioRows, std::uint64_t inRows );
@@ -26,13 +26,16 @@ private:
     };
 
     const bool itsIsSwapped;
-    const std::size_t itsSampleSize;
-    const std::size_t itsSamples; // in a row
+    const std::size_t itsSampleSize; // 0 if samples do not fill bytes
+    const std::size_t itsSamples;    // in a row
+    const std::size_t itsRowSize;
     const std::uint32_t itsChannels;
     std::uint64_t itsKind = kNone;
     std::vector<std::byte> itsRow;
 
     template<class T>
-    void UndoRow( std::byte* ioRow ) const;
+    void UndoRow( std::byte* ioRow );
+    void SwapTriples( std::byte* ioRow ) const;
+    template<class T>
     void UndoFloatingPoint( std::byte* ioRow );
 };

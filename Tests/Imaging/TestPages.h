@@ -31,7 +31,7 @@ inline WImagePage ReadBlocks( const std::filesystem::path& inPath, const WImageF
     WImagePage page;
     static_cast<WImageFormat&>( page ) = inForm;
     page.Allocate( std::numeric_limits<std::uint64_t>::max() );
-    WTIFFBlockReader( file, header, tags, page ).Read( []( double ) {} );
+    WTIFFBlockReader( file, header, tags, WTIFFSamples( tags ), page ).Read( []( double ) {} );
     return page;
 }
 

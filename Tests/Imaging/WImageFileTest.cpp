@@ -417,6 +417,97 @@ TEST_F( WImageFileTest, ExchangesPlacesInPalettesForColours )
     }
 }
 
+// One row of three pixels; rows are padded to bytes.
+TEST_F( WImageFileTest, ConvertsSamplesThatMemoryHasNoTypeFor )
+{
+    struct Stored
+    {
+        std::uint32_t bits, format, photometric;
+        std::vector<std::uint64_t> words; // of `size` bytes
+        int size;
+        std::string samples;
+    };
+    const std::vector<Stored> cases{
+        { 1, 1, 1, { 0b10100000 }, 1, "1 0 1" },
+        { 1, 1, 0, { 0b10100000 }, 1, "0 1 0" },
+        { 4, 1, 0, { 0x1F, 0x70 }, 1, "14 0 8" },
+        { 12, 1, 1, { 0xAB, 0xC0, 0x12, 0xFF, 0xF0 }, 1, "2748 18 4095" },
+        { 12, 2, 1, { 0x80, 0x00, 0x12, 0xFF, 0xF0 }, 1, "-2048 18 -1" },
+        { 24, 1, 1, { 1, 0x800000, 0xFFFFFF }, 3, "1 8388608 16777215" },
+        { 24, 2, 1, { 1, 0x800000, 0xFFFFFF }, 3, "1 -8388608 -1" },
+        { 16, 2, 1, { 0x8000, 0xFFFF, 5 }, 2, "-32768 -1 5" },
+        { 32, 1, 0, { 0xFFFFFFFF, 0xFFFFFFFE, 0xFF000000 }, 4, "0 1 16777215" },
+        { 16, 3, 1, { 0x3C00, 0xFBFF, 1 }, 2, "1 -65504 5.9604645e-08" },
+        { 32,
+          1,
+          1,
+          { 0, 1, 0x1000001 },
+          4,
+          "its 32-bit unsigned samples exceed 16777216, above which 32-bit floats are not exact" },
+        { 32,
+          2,
+          1,
+          { 0, 1, 0xFEFFFFFF },
+          4,
+          "its 32-bit signed samples exceed 16777216, above which 32-bit floats are not exact" },
+        { 64,
+          3,
+          1,
+          { 0, 0x7FF0000000000000, 0x7E37E43C8800759C },
+          8,
+          "its 64-bit float samples exceed the range of 32-bit floats" },
+        { 16, 2, 0, { 1 }, 2, "white is 0 (supported only for one unsigned sample per pixel)" } };
+    for ( const auto isBigEndian : { false, true } )
+        for ( const auto& stored : cases )
+        {
+            HandmadeTIFF tiff( isBigEndian );
+            std::uint32_t first = 0;
+            for ( const auto word : stored.words )
+            {
+                const auto position = tiff.Append( word, stored.size );
+                first = first == 0 ? position : first;
+            }
+            const auto path = itsFolder.Write(
+                "types.tif",
+                tiff.Finish(
+                    { { 256, 3, 1, 3 },
+                      { 257, 3, 1, 1 },
+                      { 258, 3, 1, stored.bits },
+                      { 262, 3, 1, stored.photometric },
+                      { 273, 4, 1, first },
+                      { 339, 3, 1, stored.format } } ) );
+            auto text = GetFailureOf( path );
+            const auto print = [&]<class T>( std::type_identity<T> )
+            {
+                const auto page = WImageFile::Open( path )->ReadPage( 0 );
+                std::ostringstream out;
+                out.precision( 8 );
+                for ( int i = 0; i < 3; ++i )
+                    out << ( i > 0 ? " " : "" ) << +page.template GetSamples<T>()[i];
+                text = out.str();
+            };
+            if ( text.empty() )
+                VisitSampleType( WImageFile::Open( path )->ReadPage( 0 ).type, print );
+            EXPECT_EQ( text, stored.samples ) << stored.bits << " bits, format " << stored.format;
+        }
+
+    // A palette of 16 colours.
+    HandmadeTIFF tiff( false );
+    const auto pixels = tiff.Append( 0x02F1, 2 ), colours = tiff.Append( 0, 2 );
+    for ( std::uint32_t i = 1; i < 3 * 16; ++i )
+        tiff.Append( i * 257, 2 );
+    const auto bytes = tiff.Finish(
+        { { 256, 3, 1, 3 },
+          { 257, 3, 1, 1 },
+          { 258, 3, 1, 4 },
+          { 262, 3, 1, 3 },
+          { 273, 4, 1, pixels },
+          { 320, 3, 48, colours } } );
+    ExpectSame(
+        WImageFile::Open( itsFolder.Write( "palette.tif", bytes ) )->ReadPage( 0 ),
+        MakePage<std::uint8_t>( 3, { 15, 31, 47, 1, 17, 33, 0, 16, 32 }, 3 ) );
+}
+
 TEST_F( WImageFileTest, LeavesOutThumbnailsAndMasks )
 {
     const auto write = [&]( const std::vector<std::array<std::uint32_t, 2>>& inTypes )
@@ -525,8 +616,9 @@ TEST_F( WImageFileTest, SaysWhatIsWrong )
     };
     EXPECT_EQ( getFailureWith( { 277, 4, 1, 65537 } ), "its pixels have 65537 samples (at most 65535)" );
     EXPECT_EQ(
-        getFailureWith( { 339, 3, 1, 2 } ),
-        "its samples are 8-bit signed (expected 8- or 16-bit unsigned or 32-bit float)" );
+        getFailureWith( { 339, 3, 1, 5 } ),
+        "its samples are 8-bit complex (expected signed or unsigned of 1 to 32 or 64 bits, or float of 16, 32 or 64 "
+        "bits)" );
     const HandmadeTIFF::Entries planes{
         { 259, 3, 1, 7 }, { 262, 3, 1, 6 }, { 277, 3, 1, 3 }, { 284, 3, 1, 2 } };
     entries = one;

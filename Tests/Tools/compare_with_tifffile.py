@@ -19,7 +19,6 @@ RANDOM = np.random.default_rng(15)
 
 
 def array(*shape, dtype="u2"):
-    """Positive samples: above the threshold 0, each page is one object."""
     high = 200 if np.dtype(dtype).itemsize == 1 else 60000
     return RANDOM.integers(1, high, shape).astype(dtype)
 
@@ -143,6 +142,37 @@ def plain_pages(path):
                                                 "pixel_size_source": "resolution"}
 
 
+def add_type(name, image, expected=None, **options):
+    """A case of one page; `expected` where its samples are not read as they are."""
+    def write(path):
+        tifffile.imwrite(path, image, **({"photometric": "minisblack"} | options))
+        samples = image if expected is None else expected
+        return [samples.reshape((1, 1, -1) + image.shape[:2])], {}
+    CASES["type_" + name] = write
+
+
+def add_types():
+    page = (33, 45)
+    for kind, low, high in (("i1", -128, 128), ("u1", 0, 256), ("i2", -32768, 32768), ("i4", -2**24, 2**24 + 1),
+                            ("u4", 0, 2**24 + 1), ("u8", 0, 2**24 + 1)):
+        image = RANDOM.integers(low, high, page).astype(kind)
+        add_type(kind, image)
+        add_type(kind + "_packed", image, compression="zlib", predictor=kind != "u8", byteorder=">", tile=(16, 32))
+    for kind in ("f2", "f4", "f8"):
+        image = RANDOM.normal(0, 1000, page).astype(kind)
+        add_type(kind, image, image.astype("f4"), byteorder=">")
+        add_type(kind + "_packed", image, image.astype("f4"), compression="zlib", tile=(32, 16))
+    mask = RANDOM.integers(0, 2, page).astype(bool)
+    add_type("mask", mask)
+    add_type("mask_min_is_white", mask, ~mask, photometric="miniswhite")
+    image = RANDOM.integers(0, 256, page).astype("u1")
+    add_type("min_is_white", image, 255 - image, photometric="miniswhite")
+    colours = RANDOM.integers(0, 65536, (3, 256)).astype("u2")
+    add_type("palette", image, colours[:, image], photometric="palette", colormap=colours)
+    colours, image = RANDOM.integers(0, 65536, (3, 65536)).astype("u2"), RANDOM.integers(0, 65536, page).astype("u2")
+    add_type("palette_16", image, colours[:, image], photometric="palette", colormap=colours)
+
+
 def run(*arguments):
     return subprocess.run([str(word) for word in arguments], check=True, capture_output=True, text=True,
                           encoding="utf-8").stdout
@@ -161,9 +191,10 @@ def compare_info(korvale, path, series, expected):
 
 
 def measure(korvale, path, *options):
+    """With all samples above the threshold, each page is one object."""
     with tempfile.TemporaryDirectory() as folder:
         table = pathlib.Path(folder) / "out.csv"
-        run(korvale, "measure", path, "--threshold", "0", "--quiet", "--csv", table, *options)
+        run(korvale, "measure", path, "--threshold=-1e30", "--quiet", "--csv", table, *options)
         with open(table, encoding="utf-8", newline="") as file:
             return list(csv.DictReader(file))
 
@@ -214,6 +245,7 @@ def compare_selection(korvale, path):
 
 def main():
     korvale, faults = sys.argv[1], []
+    add_types()
     with tempfile.TemporaryDirectory() as name:
         for name_of_case, write in CASES.items():
             path = pathlib.Path(name) / (name_of_case + (".ome.tif" if name_of_case.startswith("ome") else ".tif"))

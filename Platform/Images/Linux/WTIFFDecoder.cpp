@@ -44,20 +44,22 @@ public:
     Implementation( const Implementation& ) = delete;
     Implementation& operator=( const Implementation& ) = delete;
 
-    void Decode(
-        std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
-        WImagePage& ioPage );
+    void Decode( const Source& inSource, const WImageFile::Progress& inProgress, WImagePage& ioPage );
 
 private:
     TIFF* itsTIFF;
 
     template<class T>
     T GetField( std::uint32_t inTag );
-    bool HasForm( const WImagePage& inPage );
-    void DecodeStrips( std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage );
-    void DecodeRows( std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage );
+    bool HasForm( const WTIFFSamples& inStored, const WImagePage& inPage );
+    void DecodeStrips(
+        std::uint16_t inPlane, const WTIFFSamples& inStored, const WImageFile::Progress& inProgress,
+        WImagePage& ioPage );
+    void DecodeRows(
+        std::uint16_t inPlane, const WTIFFSamples& inStored, const WImageFile::Progress& inProgress,
+        WImagePage& ioPage );
     void DecodeTiles(
-        std::uint16_t inPlane, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
+        std::uint16_t inPlane, const Source& inSource, const WImageFile::Progress& inProgress,
         WImagePage& ioPage );
     bool IsSeparate() { return GetField<std::uint16_t>( TIFFTAG_PLANARCONFIG ) == PLANARCONFIG_SEPARATE; }
     std::optional<std::uint32_t> GetChannel( std::uint16_t inPlane )
@@ -90,45 +92,46 @@ T WTIFFDecoder::Implementation::GetField( std::uint32_t inTag )
     return value;
 }
 
-bool WTIFFDecoder::Implementation::HasForm( const WImagePage& inPage )
+bool WTIFFDecoder::Implementation::HasForm( const WTIFFSamples& inStored, const WImagePage& inPage )
 {
     return GetField<std::uint32_t>( TIFFTAG_IMAGEWIDTH ) == inPage.width &&
         GetField<std::uint32_t>( TIFFTAG_IMAGELENGTH ) == inPage.height &&
         GetField<std::uint16_t>( TIFFTAG_SAMPLESPERPIXEL ) == inPage.channels &&
-        GetField<std::uint16_t>( TIFFTAG_BITSPERSAMPLE ) == inPage.GetSampleSize() * 8;
+        GetField<std::uint16_t>( TIFFTAG_BITSPERSAMPLE ) == inStored.GetBits();
 }
 
 void WTIFFDecoder::Implementation::Decode(
-    std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
-    WImagePage& ioPage )
+    const Source& inSource, const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
     sMessage.clear();
-    Check( TIFFSetSubDirectory( itsTIFF, inDirectoryOffset ) != 0 );
+    Check( TIFFSetSubDirectory( itsTIFF, inSource.directoryOffset ) != 0 );
     if ( GetField<std::uint16_t>( TIFFTAG_PHOTOMETRIC ) == PHOTOMETRIC_YCBCR )
         // Makes the library convert brightness and differences to RGB.
         TIFFSetField( itsTIFF, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB );
-    Check( HasForm( ioPage ) );
+    Check( HasForm( inSource.stored, ioPage ) );
 
     const auto planes = static_cast<std::uint16_t>( IsSeparate() ? ioPage.channels : 1 );
     for ( std::uint16_t plane = 0; plane < planes; ++plane )
     {
         const auto reportShare = [&]( double inShare ) { inProgress( ( plane + inShare ) / planes ); };
         if ( TIFFIsTiled( itsTIFF ) )
-            DecodeTiles( plane, inMostBytes, reportShare, ioPage );
+            DecodeTiles( plane, inSource, reportShare, ioPage );
         else
-            DecodeStrips( plane, reportShare, ioPage );
+            DecodeStrips( plane, inSource.stored, reportShare, ioPage );
     }
 }
 
 void WTIFFDecoder::Implementation::DecodeStrips(
-    std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage )
+    std::uint16_t inPlane, const WTIFFSamples& inStored, const WImageFile::Progress& inProgress,
+    WImagePage& ioPage )
 {
     const auto rowsPerStrip = std::min( GetField<std::uint32_t>( TIFFTAG_ROWSPERSTRIP ), ioPage.height );
     const auto rowSize = static_cast<std::uint64_t>( TIFFScanlineSize64( itsTIFF ) );
-    Check( rowsPerStrip > 0 && rowSize == ioPage.GetRowSize() / ( IsSeparate() ? ioPage.channels : 1 ) );
+    const auto samples = std::uint64_t{ ioPage.width } * ( IsSeparate() ? 1 : ioPage.channels );
+    Check( rowsPerStrip > 0 && rowSize == inStored.GetRowSize( samples ) );
     // A strip may be the whole page: an abort must not wait for it, nor need its size in memory.
     if ( rowSize * rowsPerStrip > kMostAtOnce )
-        return DecodeRows( inPlane, inProgress, ioPage );
+        return DecodeRows( inPlane, inStored, inProgress, ioPage );
 
     const auto block = std::make_unique_for_overwrite<std::byte[]>( rowSize * rowsPerStrip );
     for ( std::uint64_t top = 0; top < ioPage.height; top += rowsPerStrip )
@@ -139,13 +142,14 @@ void WTIFFDecoder::Implementation::DecodeStrips(
         const auto strip = TIFFComputeStrip( itsTIFF, row, inPlane );
         inProgress( static_cast<double>( row ) / ioPage.height );
         Check( TIFFReadEncodedStrip( itsTIFF, strip, block.get(), size ) == size );
-        ioPage.CopyBlock( { block.get(), 0, row, ioPage.width, rows }, GetChannel( inPlane ) );
+        inStored.CopyBlock( { block.get(), 0, row, ioPage.width, rows }, GetChannel( inPlane ), ioPage );
     }
 }
 
 /// Slower than whole strips, but the reading can be given up within one.
 void WTIFFDecoder::Implementation::DecodeRows(
-    std::uint16_t inPlane, const WImageFile::Progress& inProgress, WImagePage& ioPage )
+    std::uint16_t inPlane, const WTIFFSamples& inStored, const WImageFile::Progress& inProgress,
+    WImagePage& ioPage )
 {
     const auto size = static_cast<std::size_t>( TIFFScanlineSize64( itsTIFF ) );
     const auto line = std::make_unique_for_overwrite<std::byte[]>( size );
@@ -153,21 +157,22 @@ void WTIFFDecoder::Implementation::DecodeRows(
     {
         inProgress( static_cast<double>( row ) / ioPage.height );
         Check( TIFFReadScanline( itsTIFF, line.get(), row, inPlane ) == 1 );
-        ioPage.CopyBlock( { line.get(), 0, row, ioPage.width, 1 }, GetChannel( inPlane ) );
+        inStored.CopyBlock( { line.get(), 0, row, ioPage.width, 1 }, GetChannel( inPlane ), ioPage );
     }
 }
 
 void WTIFFDecoder::Implementation::DecodeTiles(
-    std::uint16_t inPlane, std::uint64_t inMostBytes, const WImageFile::Progress& inProgress,
+    std::uint16_t inPlane, const Source& inSource, const WImageFile::Progress& inProgress,
     WImagePage& ioPage )
 {
     const auto width = GetField<std::uint32_t>( TIFFTAG_TILEWIDTH );
     const auto height = GetField<std::uint32_t>( TIFFTAG_TILELENGTH );
     const auto size = TIFFTileSize( itsTIFF );
-    const auto pixelSize = ioPage.GetSampleSize() * ( IsSeparate() ? 1 : ioPage.channels );
-    Check( width > 0 && height > 0 && static_cast<std::uint64_t>( size ) / pixelSize / width == height );
+    const auto samples = std::uint64_t{ width } * ( IsSeparate() ? 1 : ioPage.channels );
+    const auto rowSize = inSource.stored.GetRowSize( samples );
+    Check( rowSize > 0 && height > 0 && static_cast<std::uint64_t>( size ) / rowSize == height );
     // A tile larger than the file could ever unpack to is forged.
-    Check( static_cast<std::uint64_t>( size ) <= inMostBytes );
+    Check( static_cast<std::uint64_t>( size ) <= inSource.mostBytes );
 
     const auto block = std::make_unique_for_overwrite<std::byte[]>( static_cast<std::size_t>( size ) );
     for ( std::uint64_t top = 0; top < ioPage.height; top += height )
@@ -178,7 +183,7 @@ void WTIFFDecoder::Implementation::DecodeTiles(
             const auto y = static_cast<std::uint32_t>( top );
             const auto tile = TIFFComputeTile( itsTIFF, x, y, 0, inPlane );
             Check( TIFFReadEncodedTile( itsTIFF, tile, block.get(), size ) == size );
-            ioPage.CopyBlock( { block.get(), x, y, width, height }, GetChannel( inPlane ) );
+            inSource.stored.CopyBlock( { block.get(), x, y, width, height }, GetChannel( inPlane ), ioPage );
         }
 }
 
@@ -198,12 +203,11 @@ WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& inPath )
 WTIFFDecoder::~WTIFFDecoder() = default;
 
 void WTIFFDecoder::Decode(
-    std::uint64_t inCompression, std::uint64_t inDirectoryOffset, std::uint64_t inMostBytes,
-    const WImageFile::Progress& inProgress, WImagePage& ioPage )
+    const Source& inSource, const WImageFile::Progress& inProgress, WImagePage& ioPage )
 {
-    if ( inCompression > UINT16_MAX || !TIFFIsCODECConfigured( static_cast<std::uint16_t>( inCompression ) ) )
+    const auto compression = inSource.compression;
+    if ( compression > UINT16_MAX || !TIFFIsCODECConfigured( static_cast<std::uint16_t>( compression ) ) )
         throw WImageError(
-            "its samples are compressed by " + GetCompressionName( inCompression ) +
-            ", which cannot be read" );
-    itsImplementation->Decode( inDirectoryOffset, inMostBytes, inProgress, ioPage );
+            "its samples are compressed by " + GetCompressionName( compression ) + ", which cannot be read" );
+    itsImplementation->Decode( inSource, inProgress, ioPage );
 }

@@ -13,10 +13,9 @@ WTIFFDecoder::WTIFFDecoder( const std::filesystem::path& ) {}
 
 WTIFFDecoder::~WTIFFDecoder() = default;
 
-void WTIFFDecoder::Decode(
-    std::uint64_t inCompression, std::uint64_t, std::uint64_t, const WImageFile::Progress&, WImagePage& )
+void WTIFFDecoder::Decode( const Source& inSource, const WImageFile::Progress&, WImagePage& )
 {
     throw WImageError(
-        "its samples are compressed by " + GetCompressionName( inCompression ) +
+        "its samples are compressed by " + GetCompressionName( inSource.compression ) +
         ", which cannot be read on Windows (LZW, deflate and PackBits can)" );
 }

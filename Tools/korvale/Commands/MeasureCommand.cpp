@@ -27,12 +27,14 @@ namespace
 std::string MakeHelp()
 {
     std::string help = "Images\n"
-                       "  TIFF (8- or 16-bit unsigned, 32-bit float, any number of pages) and PNG.\n"
-                       "  TIFF may be compressed with LZW, deflate or PackBits; on Linux also with\n"
-                       "  JPEG, LZMA, Zstandard, WebP or LERC. Pages of reduced resolution and masks\n"
-                       "  are skipped. Min-is-white images are inverted, palettes resolved to red,\n"
-                       "  green and blue. Stacks and volumes whose planes follow a single page are\n"
-                       "  rejected.\n"
+                       "  TIFF (whole numbers, floats or masks, any number of pages) and PNG. Samples\n"
+                       "  that are not 8- or 16-bit unsigned become 32-bit floats: whole numbers up to\n"
+                       "  16777216 exactly, images with larger ones are rejected; 64-bit floats are\n"
+                       "  rounded, with a note. Min-is-white images are inverted, palettes resolved to\n"
+                       "  red, green and blue. TIFF may be compressed with LZW, deflate or PackBits; on\n"
+                       "  Linux also with JPEG, LZMA, Zstandard, WebP or LERC. Pages of reduced\n"
+                       "  resolution and masks are skipped. Stacks and volumes whose planes follow a\n"
+                       "  single page are rejected.\n"
                        "\n";
     help += ReadingOptions::kHelp;
     help += "\n"

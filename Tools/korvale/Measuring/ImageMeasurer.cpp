@@ -572,8 +572,16 @@ void ImageMeasurer::ReportPages( const Image& inImage )
     itsSession.ReportFailure( inImage.path + ": " + pages, *inImage.failure );
 }
 
-/// Reports contents of the file that were ignored. The pixel size is reported once, because it is likely to
-/// be the same for all images.
+/// For what is likely to be the same for all images.
+void ImageMeasurer::ReportOnce( const std::string& inText, bool& ioIsReported )
+{
+    if ( std::exchange( ioIsReported, true ) )
+        itsSession.LogInfo( inText );
+    else
+        itsSession.ReportInfo( inText );
+}
+
+/// Reports contents of the file that were ignored or changed.
 void ImageMeasurer::ReportReading( Image& ioImage )
 {
     if ( const auto skipped = ioImage.reader.GetSkippedCount(); skipped > 0 )
@@ -581,17 +589,18 @@ void ImageMeasurer::ReportReading( Image& ioImage )
             ioImage.path + ": left out " + std::to_string( skipped ) + ( skipped == 1 ? " page" : " pages" ) +
             " of reduced resolution or with a mask" );
 
+    const auto isRounded = [&]( const XPagePosition& inPosition )
+    { return ioImage.reader.GetStructure().series[inPosition.series].sampleType == "64-bit float"; };
+    if ( std::ranges::any_of( ioImage.measurement.positions, isRounded ) )
+        ReportOnce( ioImage.path + ": 64-bit floats are rounded to 32 bits", itsHasReportedRounding );
+
     const auto size = std::max( ioImage.reader.GetIgnoredPixelSize(), ioImage.ignoredPixelSize );
     if ( size == 0 )
         return;
     auto text = ioImage.path + ": areas left out: pixel size ";
     XAppendNumber( text, std::round( size * 100 ) / 100 );
     text += " \u00B5m is a screen or print resolution (set it with --pixel-size)";
-    if ( itsHasReportedPixelSize )
-        itsSession.LogInfo( text );
-    else
-        itsSession.ReportInfo( text );
-    itsHasReportedPixelSize = true;
+    ReportOnce( text, itsHasReportedPixelSize );
 }
 
 void ImageMeasurer::Finish( Image& ioImage )

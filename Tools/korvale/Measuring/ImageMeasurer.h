@@ -97,6 +97,7 @@ private:
     SetFiles itsSetFiles; // of the images that have been opened
     bool itsHasFailures = false;
     bool itsHasReportedPixelSize = false;
+    bool itsHasReportedRounding = false;
     std::uint64_t itsObjectCount = 0; // of the gathered pages
     std::vector<XImageMeasurement> itsMeasurements;
     XPageMemory itsMemory;
@@ -135,5 +136,6 @@ private:
     void ReportPages( const Image& inImage );
     void ReportNonFinite( const Image& inImage, const PageRecord& inPage );
     void ReportReading( Image& ioImage );
+    void ReportOnce( const std::string& inText, bool& ioIsReported );
     void Finish( Image& ioImage );
 };
