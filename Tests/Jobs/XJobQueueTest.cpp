@@ -5,6 +5,7 @@
 #include "Jobs/XJobCompletedMessage.h"
 #include "Jobs/XProgressStrategyChanger.h"
 #include "Messaging/XMessageVoid.h"
+#include "Process/WMainLoop.h"
 #include "TestJob.h"
 #include "Threads/XPreventThreadStop.h"
 #include "Threads/XStopThreadException.h"
@@ -185,6 +186,7 @@ TEST_F( XJobQueueTest, CompletionHappensWhereTheJobAllowsAndIsAnnouncedOnTheMain
 TEST_F( XJobQueueTest, CompletesItsJobsWhenItsMessagesAreWithdrawn )
 {
     CompletionListener listener( itsQueue );
+    XSpeaker::ProcessAllNextEventMessages(); // clears the wake-up of the main loop
     itsQueue.Start();
     const auto withdraw = []( const auto& inSelector )
     { return XSpeaker::RemoveFromDelayedQueue( XSpeaker::kWhenNextEvent, inSelector ); };
@@ -192,6 +194,7 @@ TEST_F( XJobQueueTest, CompletesItsJobsWhenItsMessagesAreWithdrawn )
     {
         Attach( DoNothing, tag );
         std::thread( [this] { itsQueue.WaitForQueueEmpty(); } ).join(); // off the main thread: nothing drains
+        EXPECT_TRUE( WMainLoop::WaitForHandle( WMainLoop::GetWaitHandle(), 10'000 ) );
         EXPECT_EQ( withdraw( XSpeaker::XRemoveMsgsSentBySpeaker( itsQueue ) ), 0u );
         EXPECT_EQ( withdraw( []( const XSpeaker::XDeferredMessageRecord& ) { return true; } ), 0u );
     }

@@ -82,6 +82,16 @@ TEST( XListenerTest, DiesInOneHandlerWhileItStopsInAnother )
     EXPECT_EQ( stopping.GetListenerCount() + dying.GetListenerCount(), 0u );
 }
 
+TEST( XListenerTest, HearsNoPostOnceItHasStopped )
+{
+    Recorder listener;
+    listener.StopListening();
+    for ( const auto when : { XSpeaker::kWhenImmediate, XSpeaker::kWhenNextEvent, XSpeaker::kWhenIdle } )
+        XSpeaker::PostXMessage( NumberMessage( 1 ), listener, when );
+    EXPECT_TRUE( listener.heard.empty() );
+    EXPECT_EQ( XSpeaker::GetDeferredCount(), 0u );
+}
+
 TEST( XListenerTest, CopiesHearNothingUntilTheySubscribe )
 {
     XSpeaker speaker;

@@ -3,6 +3,7 @@
 
 #include <barrier>
 #include <fstream>
+#include <malloc.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -244,6 +245,47 @@ TEST( XSpeakerLifetimeTest, HandlersThatStopTheSameDoNotWaitForEachOther )
                 callers.emplace_back( [&] { speaker.SpeakMessage( NumberMessage( 1 ), kNow ); } );
         }
     }
+}
+
+/// A handler is passed over only while its own stop lasts.
+TEST( XSpeakerLifetimeTest, AStopInAHandlerWaitsForOneThatHasStoppedBefore )
+{
+    std::array<XSpeaker, 2> speakers;
+    Halt halt;
+    Recorder listener( nullptr, true );
+    listener.action = [&]( const XMessage& inMessage )
+    {
+        listener.StopListening();
+        if ( dynamic_cast<const NumberMessage&>( inMessage ).number == 1 )
+            halt.Stop();
+    };
+    listener.Subscribe( speakers[0] );
+    const Caller first( [&] { speakers[0].SpeakMessage( NumberMessage( 1 ), kNow ); } );
+    halt.AwaitStop();
+    listener.Subscribe( speakers[1] );
+    const Caller second( [&] { speakers[1].SpeakMessage( NumberMessage( 2 ), kNow ); } );
+    EXPECT_TRUE( second.WaitUntilItSleeps() );
+    halt.GoOn();
+}
+
+TEST( XSpeakerLifetimeTest, SubscriptionsThatComeAndGoTakeNoMemory )
+{
+    const auto countBytes = []
+    {
+        const auto info = mallinfo2();
+        return info.uordblks + info.hblkhd;
+    };
+    XSpeaker speaker;
+    std::deque<Recorder> many;
+    for ( int listener = 0; listener < 100; ++listener )
+        many.emplace_back( speaker );
+    const std::size_t before = countBytes();
+    for ( int round = 0; round < 50'000; ++round )
+    {
+        many.front().Unsubscribe( speaker );
+        many.front().Subscribe( speaker );
+    }
+    EXPECT_LT( countBytes(), before + 100'000 ); // 800 KB, if their nodes stayed
 }
 
 TEST( XSpeakerLifetimeTest, EndsWhileCallsWaitForTheSpeakersMutex )
