@@ -41,7 +41,7 @@ void NodeCommand::Declare( const CommandOptions& inOptions )
         .Takes( "HOST:PORT" )
         .Check( NetworkPlace::Check )
         .Required();
-    inOptions.Add( "--workers", itsWorkers, "Jobs to run at a time [one per processor, the most]" )
+    inOptions.Add( "--workers", itsWorkers, "Jobs to run at once [one per processor, the most]" )
         .Takes( "N" )
         .IsBetween( 1u, 1024u );
     inOptions.Add( "--memory", itsMemory, "Memory to use, e.g. 512M, 1.5G [60 % of all]" )

@@ -28,6 +28,37 @@ public:
         return inOption->get_excludes().size() > 1 ? text.substr( 0, text.find( " Excludes:" ) ) : text;
     }
 };
+
+UsageError::Names ListCommands( const CLI::App& inProgram )
+{
+    UsageError::Names names;
+    for ( const auto* command : inProgram.get_subcommands( []( const CLI::App* ) { return true; } ) )
+        names.push_back( command->get_name() );
+    return names;
+}
+
+UsageError::Names ListOptions( const CLI::App& inProgram, const CLI::App* inCommand )
+{
+    UsageError::Names names;
+    for ( const auto* app : { &inProgram, inCommand } )
+        for ( const auto* option : app ? app->get_options() : std::vector<const CLI::Option*>() )
+            for ( const auto& name : option->get_lnames() )
+                names.push_back( "--" + name );
+    return names;
+}
+
+UsageError GetUsageError( const CLI::App& inProgram, const CLI::Error& inError )
+{
+    const auto used = inProgram.get_subcommands();
+    const auto* const command = used.empty() ? nullptr : used.front();
+    return {
+        .message = inError.what(),
+        .command = command ? command->get_name() : "",
+        .commands = ListCommands( inProgram ),
+        .options = ListOptions( inProgram, command ),
+        .unknown = inProgram.remaining( true ),
+        .isAboutUnknown = dynamic_cast<const CLI::ExtrasError*>( &inError ) != nullptr };
+}
 } // namespace
 
 CommandOption CommandOption::Takes( const std::string& inKind ) const
@@ -189,7 +220,7 @@ bool CommandLine::Parse( const std::vector<std::string>& inArguments, std::ostre
     catch ( const CLI::Error& error )
     {
         if ( error.get_exit_code() != 0 )
-            throw CommandLineError( DescribeUsageError( *itsProgram, error ) );
+            throw CommandLineError( DescribeUsageError( GetUsageError( *itsProgram, error ) ) );
         itsProgram->exit( error, ioOut, ioOut ); // prints the help or the version
         return false;
     }

@@ -2,16 +2,12 @@
 
 #include "Core/Strings/XString.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <vector>
 
 namespace
 {
-using Names = std::vector<std::string>;
-
 /// For a sentence; empty when none of the names is near enough to have been meant.
-std::string SuggestNearest( const std::string& inName, const Names& inNames )
+std::string SuggestNearest( const std::string& inName, const UsageError::Names& inNames )
 {
     // A third of the characters may be wrong, plus one; anything further away was not a typing error.
     auto least = inName.size() / 3 + 2;
@@ -25,62 +21,42 @@ std::string SuggestNearest( const std::string& inName, const Names& inNames )
     return nearest.empty() ? "" : " (did you mean " + nearest + "?)";
 }
 
-Names ListCommands( const CLI::App& inProgram )
-{
-    Names names;
-    for ( const auto* command : inProgram.get_subcommands( []( const CLI::App* ) { return true; } ) )
-        names.push_back( command->get_name() );
-    return names;
-}
-
-Names ListOptions( const CLI::App& inProgram, const CLI::App* inCommand )
-{
-    Names names;
-    for ( const auto* app : { &inProgram, inCommand } )
-        for ( const auto* option : app ? app->get_options() : std::vector<const CLI::Option*>() )
-            for ( const auto& name : option->get_lnames() )
-                names.push_back( "--" + name );
-    return names;
-}
-
-std::string
-DescribeUnknown( const CLI::App& inProgram, const CLI::App* inCommand, const std::string& inArgument )
+std::string DescribeUnknown( const UsageError& inError, const std::string& inArgument )
 {
     if ( inArgument.starts_with( '-' ) )
     {
         const auto option = inArgument.substr( 0, inArgument.find( '=' ) );
-        return "unknown option " + option + SuggestNearest( option, ListOptions( inProgram, inCommand ) );
+        return "unknown option " + option + SuggestNearest( option, inError.options );
     }
-    if ( inCommand )
+    if ( !inError.command.empty() )
         return "unexpected argument " + inArgument;
-    return "unknown command " + inArgument + SuggestNearest( inArgument, ListCommands( inProgram ) );
+    return "unknown command " + inArgument + SuggestNearest( inArgument, inError.commands );
 }
 
-std::string DescribeMissingCommand( const CLI::App& inProgram )
+std::string DescribeMissingCommand( const UsageError::Names& inCommands )
 {
     std::string text;
-    for ( const auto& name : ListCommands( inProgram ) )
+    for ( const auto& name : inCommands )
         text += ( text.empty() ? "no command given: one of " : ", " ) + name;
     return text;
 }
 } // namespace
 
-std::string DescribeUsageError( const CLI::App& inProgram, const CLI::Error& inError )
+std::string DescribeUsageError( const UsageError& inError )
 {
-    const auto used = inProgram.get_subcommands();
-    const auto* const command = used.empty() ? nullptr : used.front();
-    const auto unknown = inProgram.remaining( true );
-    std::string text = inError.what();
-    if ( !unknown.empty() && ( !command || dynamic_cast<const CLI::ExtrasError*>( &inError ) ) )
+    const auto& unknown = inError.unknown;
+    const bool hasCommand = !inError.command.empty();
+    std::string text = inError.message;
+    if ( !unknown.empty() && ( !hasCommand || inError.isAboutUnknown ) )
     {
         // What follows an unknown option may be its value.
         const auto option =
             std::ranges::find_if( unknown, []( const auto& inText ) { return inText.starts_with( '-' ); } );
-        text = DescribeUnknown( inProgram, command, option != unknown.end() ? *option : unknown.front() );
+        text = DescribeUnknown( inError, option != unknown.end() ? *option : unknown.front() );
     }
-    else if ( !command )
-        text = DescribeMissingCommand( inProgram );
-    if ( !command )
+    else if ( !hasCommand )
+        text = DescribeMissingCommand( inError.commands );
+    if ( !hasCommand )
         return text + "; see korvale --help";
-    return command->get_name() + ": " + text + "; see korvale " + command->get_name() + " --help";
+    return inError.command + ": " + text + "; see korvale " + inError.command + " --help";
 }
