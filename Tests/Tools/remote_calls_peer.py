@@ -6,6 +6,7 @@ Usage: remote_calls_peer.py KORVALE
 """
 
 import contextlib
+import json
 import pathlib
 import re
 import signal
@@ -217,6 +218,34 @@ def check_control(program, keys, other_keys, cipher):
     stranger.close()
 
 
+def check_interrupted_client(program, folder):
+    """A client that is interrupted logs off, so that nodes do not go on with its jobs."""
+    options = ["--cipher", "none"]
+    subprocess.run([program, "--log", "/dev/null", "sample", folder, "--planes", "50", "-q"], check=True)
+    with control(program, *options) as (main, _, _):
+        place = f"127.0.0.1:{main[1]}"
+
+        def start(*arguments):
+            return subprocess.Popen([program, "--log", "/dev/null", *arguments, *options], stdout=subprocess.DEVNULL,
+                                    stderr=subprocess.DEVNULL)
+
+        def clients():
+            status = subprocess.run([program, "--log", "/dev/null", "status", place, "--json", *options],
+                                    capture_output=True, timeout=LIMIT, check=True)
+            return json.loads(status.stdout)["clients"]
+
+        node = start("node", "--control", place, "--workers", "1")
+        images = 100 * [f"{folder}/sample.tif"]
+        client = start("measure", "--control", place, "-o", f"{folder}/objects.table", *images)
+        deadline = time.monotonic() + LIMIT
+        while not any(client["completed"] for client in clients()) and time.monotonic() < deadline:
+            time.sleep(0.05)
+        for process, status in ((client, 130), (node, 0)):
+            process.send_signal(signal.SIGTERM)
+            check(process.wait(LIMIT) == status, "status after an interrupt:", process.returncode)
+            check(clients() == [], "a client that has not logged off")
+
+
 # ---- A server of `korvale ping`
 
 
@@ -278,6 +307,7 @@ def main():
         for refusal in (3092, 3093, False):
             check_server(program, keys, CONTROL, "rc4", refusal)
         check_without_output(program)
+        check_interrupted_client(program, f"{name}/sample")
         with control(program, "--keys", str(keys), "--tls") as (main, _, plain):
             expect_ping(program, main, "--keys", str(keys), "--tls")
             expect_ping(program, plain, "--plain", "--keys", str(keys), "--tls")

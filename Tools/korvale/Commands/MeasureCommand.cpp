@@ -11,6 +11,7 @@
 #include "Options/ImageNames.h"
 #include "Options/MemoryBudget.h"
 #include "Options/OptionChecks.h"
+#include "Process/WInterrupt.h"
 #include "Support/FilePaths.h"
 #include "Support/InQuotes.h"
 #include "Support/NetworkPlace.h"
@@ -24,6 +25,9 @@
 
 namespace
 {
+/// After an interrupt, the time for nodes to be told that their jobs are stopped.
+constexpr std::uint32_t kLogOffMS = 900;
+
 std::string MakeHelp()
 {
     std::string help = "Images\n"
@@ -286,6 +290,7 @@ int MeasureCommand::Run( Session& ioSession )
 
 std::unique_ptr<NodeWorkers> MeasureCommand::ConnectToNodes( Session& ioSession ) const
 {
+    WInterrupt::BeginService( kLogOffMS ); // or the nodes would go on for a while
     const NetworkPlace place( itsControl );
     const auto protection = itsProtection.Choose(
         place.IsLoopBack(), XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );

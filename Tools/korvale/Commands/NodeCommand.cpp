@@ -14,6 +14,8 @@
 #include "Terminal/Session.h"
 #include "Threads/XThread.h"
 
+#include <utility>
+
 namespace
 {
 /// From an interrupt to the end: running jobs may end for most of the time.
@@ -75,11 +77,9 @@ int NodeCommand::Run( Session& ioSession )
 
 void NodeCommand::Work( XNetJobQueueNode& ioNode, Session& ioSession ) const
 {
-    ioNode.Start();
-    if ( const std::uint32_t error = ioNode.GetConnectionError() )
-        ioSession.ReportWarning(
-            "cannot connect to " + itsControl + ", will try again: " + DescribeError( error ).text );
+    ConnectWithExplanation( [&] { ioNode.Start(); } );
     bool wasConnected = false;
+    std::uint32_t reportedError = 0;
     for ( XTimer idle; !WInterrupt::IsRequested(); XThread::SleepCurrentThread( kIdleWatchMS ) )
     {
         const bool isConnected = ioNode.IsConnected();
@@ -90,6 +90,11 @@ void NodeCommand::Work( XNetJobQueueNode& ioNode, Session& ioSession ) const
             ioSession.LogInfo( text );
         }
         wasConnected = isConnected;
+        const std::uint32_t error = ioNode.GetConnectionError();
+        if ( std::exchange( reportedError, error ) != error && error != 0 )
+            ioSession.ReportWarning(
+                "cannot connect to " + itsControl +
+                ", will try again: " + DescribeConnectionError( error ).text );
         if ( ioNode.GetJobCount() > 0 )
             idle.Restart();
         if ( itsIdleExit != kNever && idle.GetElapsedSeconds() >= itsIdleExit )

@@ -35,7 +35,7 @@ NodeWorkers::~NodeWorkers()
 
 void NodeWorkers::Start()
 {
-    itsQueue.Start();
+    ConnectWithExplanation( [this] { itsQueue.Start(); } );
     ReportConnection();
 }
 
@@ -132,5 +132,5 @@ void NodeWorkers::ReportConnection()
     }
     if ( error != 0 )
         itsSession.ReportWarning(
-            "cannot connect to " + itsPlace + ", will try again: " + DescribeError( error ).text );
+            "cannot connect to " + itsPlace + ", will try again: " + DescribeConnectionError( error ).text );
 }

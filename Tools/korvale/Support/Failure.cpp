@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <system_error>
 
 namespace
@@ -77,4 +78,27 @@ Failure DescribeCurrentException()
 Failure DescribeError( std::uint32_t inNumber )
 {
     return DescribeException( XException( inNumber ) );
+}
+
+Failure DescribeConnectionError( std::uint32_t inNumber )
+{
+    Failure failure = DescribeError( inNumber );
+    if ( inNumber == kErrorAuthenticationFailed || inNumber == kErrorDisconnected )
+        failure.text += "; the keys, ciphers or ports of both ends may differ";
+    return failure;
+}
+
+void ConnectWithExplanation( const std::function<void()>& inConnect )
+{
+    try
+    {
+        inConnect();
+    }
+    catch ( const XException& error )
+    {
+        const Failure failure = DescribeConnectionError( error.GetErrorNumber() );
+        if ( failure == DescribeError( error.GetErrorNumber() ) )
+            throw;
+        throw std::runtime_error( failure.text );
+    }
 }
