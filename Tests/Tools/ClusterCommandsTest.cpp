@@ -9,8 +9,6 @@
 #include "Tools/ProgramRun.h"
 
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <regex>
 
 // What needs processes of their own, control among it, is in remote_calls_peer.py.
@@ -19,22 +17,6 @@ namespace
 {
 class ClusterCommandsTest : public ProgramRun
 {
-protected:
-    /// The bytes of the files whose names begin so, in the order of their names.
-    std::string ReadFiles( const std::string& inPrefix ) const
-    {
-        std::map<std::string, std::string> files;
-        for ( const auto& entry : std::filesystem::directory_iterator( itsFolder.GetPath() ) )
-            if ( const auto name = PathToUTF8( entry.path().filename() ); name.starts_with( inPrefix ) )
-            {
-                std::ifstream file( entry.path(), std::ios::binary );
-                files[name.substr( inPrefix.size() )] = { std::istreambuf_iterator<char>( file ), {} };
-            }
-        std::string text;
-        for ( const auto& [name, bytes] : files )
-            text += name + '\n' + bytes;
-        return text;
-    }
 };
 
 /// A control service with nodes, without protection.
@@ -164,6 +146,30 @@ TEST_F( ClusterCommandsTest, MeasuresOnNodesWithTheResultsOfOneMachine )
             std::filesystem::remove( itsFolder / "y-.table" );
         }
     EXPECT_GE( deployment.control.GetStatus().completedJobs, 40u );
+}
+
+TEST_F( ClusterCommandsTest, ContinuesInterruptedRunsWithAndWithoutNodes )
+{
+    if ( !HasFullDevice() )
+        GTEST_SKIP();
+    TestDeployment deployment( 1 );
+    const std::string nodes = " --control " + deployment.place + " --cipher none";
+    ASSERT_EQ( RunLine( "sample @ --planes 6 --width 90 --height 80 --objects 4" ), 0 );
+    const std::string line = "measure @sample.tif --overlay @o.png --resume -o @t --csv ";
+    ASSERT_EQ( RunLine( "measure @sample.tif --overlay @o.png -o @t --csv @c" ), 0 );
+    const std::string expected = ReadFiles( "t" ) + ReadFiles( "c" ) + ReadFiles( "o" );
+    for ( const std::string& first : { std::string(), nodes, nodes + " --shared-files" } )
+        for ( const std::string& second : { std::string(), nodes, nodes + " --shared-files" } )
+        {
+            ASSERT_EQ( RunLine( line + "/dev/full" + first ), 1 );
+            RemoveNew();
+            const auto journal = itsFolder / "t.journal";
+            std::filesystem::resize_file( journal, std::filesystem::file_size( journal ) / 2 );
+            EXPECT_EQ( RunLine( line + "@c" + second ), 0 ) << itsError.str();
+            EXPECT_CONTAINS( itsError.str(), "continues with 2 finished pages" );
+            EXPECT_TRUE( ReadFiles( "t" ) + ReadFiles( "c" ) + ReadFiles( "o" ) == expected )
+                << first << " then" << second;
+        }
 }
 
 TEST_F( ClusterCommandsTest, RejectsSharedFilesThatDifferAndResultsThatNoPageGives )

@@ -5,6 +5,10 @@
 #include "Support/FilePaths.h"
 #include "TestFolder.h"
 
+#include <filesystem>
+#include <fstream>
+#include <map>
+
 /// Runs the program as the command line does and keeps what it says.
 struct ProgramRun : testing::Test
 {
@@ -40,6 +44,33 @@ struct ProgramRun : testing::Test
     }
 
     std::string Name( const std::string& inName ) const { return PathToUTF8( itsFolder / inName ); }
+
+    /// The bytes of the files whose names begin so, in the order of their names.
+    std::string ReadFiles( const std::string& inPrefix ) const
+    {
+        std::map<std::string, std::string> files;
+        for ( const auto& entry : std::filesystem::directory_iterator( itsFolder.GetPath() ) )
+            if ( const auto name = PathToUTF8( entry.path().filename() ); name.starts_with( inPrefix ) )
+            {
+                std::ifstream file( entry.path(), std::ios::binary );
+                files[name.substr( inPrefix.size() )] = { std::istreambuf_iterator<char>( file ), {} };
+            }
+        std::string text;
+        for ( const auto& [name, bytes] : files )
+            text += name + '\n' + bytes;
+        return text;
+    }
+
+    /// Removes the results that could not be put into place.
+    void RemoveNew() const
+    {
+        std::vector<std::filesystem::path> paths;
+        for ( const auto& entry : std::filesystem::directory_iterator( itsFolder.GetPath() ) )
+            if ( entry.path().extension() == ".new" )
+                paths.push_back( entry.path() );
+        for ( const auto& path : paths )
+            std::filesystem::remove( path );
+    }
 
     std::string WritePages( const std::string& inName, const std::vector<WImagePage>& inPages )
     {

@@ -9,6 +9,7 @@ import array
 import fcntl
 import os
 import pathlib
+import random
 import resource
 import select
 import signal
@@ -130,6 +131,55 @@ def check_killed(program, folder):
         faults.append(f"killed: {entries(folder)}")
     print("killed with pages moved out of memory: nothing left")
 
+def read_outputs(folder, start):
+    return {path.name[len(start):]: path.read_bytes() for path in folder.glob(start + "*")}
+
+def check_resumed(program, folder, options):
+    """However often it is killed or interrupted, it goes on from there, to the bytes of a run that was left alone."""
+    def arguments(start):
+        outputs = ["-o", start + "t", "--csv", start + "c"] + [each.replace("%", start) for each in options]
+        return ["measure", "stack/sample.tif", *outputs, "-q"]
+    begin = time.monotonic()
+    subprocess.run([program, "--log", "/dev/null", *arguments("whole-")], cwd=folder, check=True)
+    duration = time.monotonic() - begin
+    journal = folder / "part-t.journal"
+    size = lambda: journal.stat().st_size if journal.exists() else 0
+    stops = 0
+    while True:
+        process = start(program, folder, [*arguments("part-"), "--resume"])
+        wait_for_signals(process)
+        before = size()
+        while process.poll() is None and size() <= before:  # else it would not get on
+            time.sleep(0.0005)
+        time.sleep(random.random() * duration / 4)
+        process.send_signal([signal.SIGKILL, signal.SIGINT][stops % 2])
+        error = process.communicate()[1].decode()
+        if process.returncode not in (-signal.SIGKILL, 130):
+            break
+        stops += 1
+        if stops % 3 == 0 and journal.exists():  # as a power failure may leave it
+            os.truncate(journal, size() - random.randrange(min(size(), 5000)))
+    if process.returncode != 0 or read_outputs(folder, "part-") != read_outputs(folder, "whole-"):
+        faults.append(f"resumed with {options} after {stops} stops: status {process.returncode}, {error}, {entries(folder)}")
+    if stops == 0:
+        faults.append(f"resumed with {options}: it had finished before it was stopped")
+    for path in [*folder.glob("part-*"), *folder.glob("whole-*")]:
+        path.unlink()
+    print(f"resumed with {options}: the same after {stops} stops")
+
+def check_full_journal(program, folder):
+    """A run whose journal cannot grow goes on without it."""
+    most = 3 << 20  # bytes, of each file: the pictures of five pages
+    limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most))
+    arguments = ["measure", "stack/sample.tif", "-o", "full-t", "--overlay", "full-o.png", "--resume", "-q"]
+    process = start(program, folder, arguments, preexec_fn=limit, restore_signals=False)  # without a signal for the limit
+    error = process.communicate()[1].decode()
+    made = sorted(path.name for path in folder.glob("full-*"))
+    if process.returncode != 0 or error.count("warning: cannot write full-t.journal: ") != 1 or len(made) != 13:
+        faults.append(f"a full journal: status {process.returncode}, {error}, {made}")
+    remove(folder, made)
+    print(f"a full journal: {error.strip()}")
+
 def has_unnamed_files(folder):
     try:
         os.close(os.open(folder, os.O_TMPFILE | os.O_RDWR))
@@ -199,6 +249,9 @@ def main():
         check_ignored(program, folder)
         check_killed(program, folder)
         check_killed_writing(program, folder)
+        check_resumed(program, folder, ["--overlay", "%o.png"])
+        check_full_journal(program, folder)
+        check_resumed(program, folder, ["--background", "mean", "--save-background", "%b", "--memory", "8M"])
         check_little_memory(program, folder)
     for fault in faults:
         print(fault, file=sys.stderr)

@@ -69,6 +69,21 @@ TEST_F( DamagedPageTest, IsReportedInsteadOfMeasured )
     }
 }
 
+TEST_F( DamagedPageTest, IsMeasuredAgainWhenTheRunContinues )
+{
+    const auto stack = WriteNoise( "stack.tif", 12 );
+    const std::string line =
+        "measure % --background min --workers 1 -q -o @t --memory " + std::to_string( 8 * kPageBytes );
+    ASSERT_EQ( RunLine( line, stack ), 0 );
+    const std::string expected = itsFolder.Read( "t" );
+    DamageNextView();
+    ASSERT_EQ( RunLine( line + " --resume --csv /dev/full", stack ), 1 );
+    EXPECT_CONTAINS( itsError.str(), "(1020)" );
+    EXPECT_EQ( RunLine( line + " --resume --verbose", stack ), 0 );
+    EXPECT_CONTAINS( itsError.str(), " 12 of 12 pages, 11 from the journal, " );
+    EXPECT_TRUE( itsFolder.Read( "t" ) == expected );
+}
+
 TEST_F( DamagedPageTest, IsNoPartOfABackground )
 {
     XImageReader readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );

@@ -1,10 +1,12 @@
 #include "Commands/MeasureCommand.h"
 
+#include "Core/Streams/XMemStream.h"
 #include "Core/Strings/XByteCount.h"
 #include "Core/Strings/XNumberText.h"
 #include "Files/WFolders.h"
 #include "Imaging/Writing/XTIFFWriter.h"
 #include "Jobs/XProgress.h"
+#include "Measuring/MeasurementStream.h"
 #include "Measuring/MeasurementSummary.h"
 #include "NetJobs/XNetJobDeployment.h"
 #include "Options/CommandLine.h"
@@ -99,11 +101,20 @@ std::string MakeHelp()
     help += WFolders::DescribeTemporaryFolder();
     help += ".\n"
             "\n"
+            "Interrupted runs\n"
+            "  With --resume, finished pages are kept beside the first output, in a file\n"
+            "  OUTPUT.journal. After an interrupt, a crash or a power failure, the same\n"
+            "  command measures only what is missing or has failed, also on nodes; results\n"
+            "  are those of an uninterrupted run. Pages of images that have changed since\n"
+            "  are measured again, and other settings than those of the run are rejected.\n"
+            "  The journal is removed when the outputs are in place.\n"
+            "\n"
             "Examples\n"
             "  korvale measure cells.tif --csv cells.csv\n"
             "  korvale measure *.tif --channel C2 --min-pixels 20 -o cells.table\n"
             "  korvale measure nuclei.tif --smooth 1 --threshold li --csv nuclei.csv\n"
             "  korvale measure stack.tif --background mean --overlay marked.png\n"
+            "  korvale measure night/*.tif -o night.table --resume\n"
             "\n"
             "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted.";
     return help;
@@ -160,6 +171,7 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
     output.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
         .Takes( "FILE.png" )
         .Check( CheckFileName );
+    output.AddFlag( "--resume", itsIsResumed, "Keep finished pages; continue an interrupted run" );
     output.AddFlag( "-q,--quiet", itsIsQuiet, "No progress, no summary" );
     const auto resources = inOptions.Under( "Resources" );
     resources.Add( "--memory", itsMemory, "Memory to use, e.g. 512M, 1.5G [60 % of all]" )
@@ -244,6 +256,8 @@ void MeasureCommand::Check() const
     if ( GetGiven() && itsImages.size() > 1 )
         throw WrongUsage(
             ( itsMask.empty() ? "--objects" : "--mask" ) + std::string( " accepts only one image" ) );
+    if ( itsIsResumed && GetJournalName().empty() )
+        throw WrongUsage( "--resume needs an output (-o, --csv, --overlay or --save-background)" );
 }
 
 CommandFiles MeasureCommand::GetFiles() const
@@ -251,6 +265,8 @@ CommandFiles MeasureCommand::GetFiles() const
     CommandFiles files{ GetInputNames(), GetOutputNames() };
     if ( !itsOverlay.empty() )
         files.outputs.push_back( itsOverlay );
+    if ( itsIsResumed )
+        files.outputs.push_back( GetJournalName() );
     return files;
 }
 
@@ -261,6 +277,9 @@ int MeasureCommand::Run( Session& ioSession )
     const MemoryBudget budget( XParseByteCount( itsMemory ) );
     // An output that cannot be written is reported before the images are measured.
     CheckOutputFiles( GetOutputNames() );
+    std::unique_ptr<MeasureJournal> journal;
+    if ( itsIsResumed && !Try( ioSession, GetJournalName(), [&] { journal = OpenJournal( ioSession ); } ) )
+        return kFailure;
     ReportRepeatedImages( itsImages, ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
     std::unique_ptr<NodeWorkers> nodes;
@@ -268,8 +287,8 @@ int MeasureCommand::Run( Session& ioSession )
         return kFailure;
     ImageMeasurer measurer(
         { itsReading.GetSettings(), GetSettings(), GetChannelNames(), GetBackgroundKind(),
-          WorkerLimit( itsWorkers ), itsAreFilesShared, GetGiven() },
-        overlays ? &*overlays : nullptr, std::move( nodes ), ioSession );
+          WorkerLimit( itsWorkers ), itsAreFilesShared, !itsBackgroundFile.empty(), GetGiven() },
+        overlays ? &*overlays : nullptr, journal.get(), std::move( nodes ), ioSession );
     auto measurements = measurer.Measure( itsImages );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
@@ -281,6 +300,8 @@ int MeasureCommand::Run( Session& ioSession )
     auto table = WriteFiles(
         measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(),
         overlays ? &*overlays : nullptr );
+    if ( journal )
+        journal->Remove();
     budget.LogFigures( ioSession );
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
@@ -332,6 +353,52 @@ std::vector<std::string> MeasureCommand::GetOutputNames() const
     if ( !itsBackgroundFile.empty() )
         names.push_back( itsBackgroundFile );
     return names;
+}
+
+/// Beside the first output that is a file; empty if there is none.
+std::string MeasureCommand::GetJournalName() const
+{
+    auto names = GetOutputNames();
+    names.push_back( itsOverlay );
+    for ( const auto& name : names )
+        if ( !name.empty() && !WFile::IsDevice( PathFromUTF8( name ) ) )
+            return name + ".journal";
+    return "";
+}
+
+/// What the results depend on, apart from the images.
+JournalRecords::Conditions MeasureCommand::GetConditions() const
+{
+    const auto store = []( const auto& inWrite )
+    {
+        const auto stream = JournalRecords::MakeStream();
+        inWrite( *stream );
+        return std::string( stream->GetData(), stream->GetData() + stream->GetLength() );
+    };
+    const auto writeObjects = [&]( XStream& ioStream )
+    {
+        MeasurementStream::WriteSettings( ioStream, GetSettings() );
+        const auto [channel, insideChannel] = GetChannelNames();
+        MeasurementStream::WriteText( ioStream, channel );
+        MeasurementStream::WriteText( ioStream, insideChannel );
+        const auto given = GetGiven();
+        ioStream.WriteBool( given.has_value() );
+        ioStream.WriteBool( given && given->kind == XGivenKind::kMask );
+    };
+    const auto writeReading = [&]( XStream& ioStream )
+    { MeasurementStream::WriteReadSettings( ioStream, itsReading.GetSettings() ); };
+    return {
+        { "version", KORVALE_VERSION },
+        { "reading", store( writeReading ) },
+        { "objects", store( writeObjects ) },
+        { "background", itsBackground },
+        { "overlays", itsOverlay.empty() ? "" : "drawn" },
+    };
+}
+
+std::unique_ptr<MeasureJournal> MeasureCommand::OpenJournal( Session& ioSession ) const
+{
+    return std::make_unique<MeasureJournal>( GetJournalName(), GetConditions(), ioSession );
 }
 
 std::optional<OverlayFiles> MeasureCommand::MakeOverlayFiles( const std::string& inLog ) const

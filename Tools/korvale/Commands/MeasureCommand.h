@@ -5,6 +5,7 @@
 #include "Imaging/Measurements/XPageMeasurement.h"
 #include "Imaging/Pages/XBackgroundAccumulator.h"
 #include "Measuring/ImageMeasurer.h"
+#include "Measuring/MeasureJournal.h"
 #include "Measuring/NodeWorkers.h"
 #include "Measuring/OverlayFiles.h"
 #include "Options/ProtectionOptions.h"
@@ -44,6 +45,7 @@ private:
     std::string itsBackground; // empty: none
     std::string itsBackgroundFile;
     std::string itsOverlay;       // empty: none
+    bool itsIsResumed = false;    // keeps a journal, and continues from one
     std::string itsMemory;        // empty: the default of the library
     std::uint32_t itsWorkers = 0; // 0: one for each logical processor
     ReadingOptions itsReading;
@@ -63,6 +65,9 @@ private:
     std::optional<ImageMeasurer::GivenFile> GetGiven() const;
     std::vector<std::string> GetInputNames() const;
     std::vector<std::string> GetOutputNames() const;
+    std::string GetJournalName() const;
+    JournalRecords::Conditions GetConditions() const;
+    std::unique_ptr<MeasureJournal> OpenJournal( Session& ioSession ) const;
     XPivotTable WriteFiles(
         std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
         const WImagePage& inBackground, OverlayFiles* ioOverlays ) const;

@@ -4,6 +4,7 @@
 #include "Core/Strings/XNumberText.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
+#include "Measuring/ImageJournal.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
 #include "Support/InQuotes.h"
@@ -50,6 +51,23 @@ void AddSet( const XImageStructure& inStructure, const std::string& inPath, TSet
         for ( const auto& file : inStructure.files )
             ioSetFiles.emplace( WFilePath::GetKey( file ), inPath );
 }
+
+/// The files of an image, of which the first has been described; empty if one of them cannot be read.
+JournalRecords::Files DescribeFiles( const std::optional<SharedFile>& inFirst, const XImageReader& inReader )
+{
+    if ( !inFirst )
+        return {};
+    JournalRecords::Files files{ *inFirst };
+    const auto& paths = inReader.GetStructure().files;
+    for ( USize i = 1; i < paths.size(); ++i )
+    {
+        const auto file = SharedFile::TryDescribe( paths[i] );
+        if ( !file )
+            return {};
+        files.push_back( *file );
+    }
+    return files;
+}
 } // namespace
 
 /// An image whose pages are being measured.
@@ -64,8 +82,10 @@ struct ImageMeasurer::Image
     std::unique_ptr<StackBackground> background; // null without
     std::optional<SharedFile> file;              // if nodes read it
     std::unique_ptr<GivenImage> given;           // null if objects are to be found
+    std::unique_ptr<ImageJournal> journal;       // null without
     std::uint32_t gathered = 0;                  // pages whose results have been taken, in order
     std::uint32_t measured = 0;
+    std::uint32_t finished = 0;     // pages whose results are taken from the journal
     std::optional<Failure> failure; // that of the pages gathered last, from `firstFailed` on
     std::uint32_t firstFailed = 0;
     double ignoredPixelSize = 0; // by nodes
@@ -125,11 +145,12 @@ void ImageMeasurer::Image::Refuse( const Failure& inFailure )
 }
 
 ImageMeasurer::ImageMeasurer(
-    const Settings& inSettings, OverlayFiles* ioOverlays, std::unique_ptr<NodeWorkers> inNodes,
-    Session& ioSession )
+    const Settings& inSettings, OverlayFiles* ioOverlays, MeasureJournal* ioJournal,
+    std::unique_ptr<NodeWorkers> inNodes, Session& ioSession )
     : itsReading( inSettings.reading ), itsSettings( inSettings.measuring ),
       itsChannelNames( inSettings.channelNames ), itsBackground( inSettings.background ),
-      itsAreFilesShared( inSettings.areFilesShared ), itsGiven( inSettings.given ), itsOverlays( ioOverlays ),
+      itsAreFilesShared( inSettings.areFilesShared ), itsSavesBackground( inSettings.savesBackground ),
+      itsGiven( inSettings.given ), itsOverlays( ioOverlays ), itsJournal( ioJournal ),
       itsSession( ioSession ), itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
 {
 }
@@ -188,6 +209,7 @@ void ImageMeasurer::MeasureImage( const std::string& inPath, USize inNumber, boo
     if ( !OpenImage( inPath, inNumber ) )
         return;
     auto& image = *itsImages.back();
+    ReportChange( image );
     const auto pages = image.GetPageCount();
     const auto steps = HasBackground() ? 2 * USize{ pages } : pages;
     XProgress progress( steps, XProgress::kProgressWork, kProgressDelayMS, true );
@@ -219,11 +241,14 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
         return false;
     try
     {
-        std::optional<SharedFile> file;
-        if ( itsAreFilesShared && !HasBackground() )
-            file = SharedFile::Describe( PathFromUTF8( inPath ) );
+        const auto isReadByNodes = itsAreFilesShared && !HasBackground();
+        const auto file =
+            isReadByNodes || itsJournal ? SharedFile::TryDescribe( PathFromUTF8( inPath ) ) : std::nullopt;
+        const auto givenFile =
+            itsGiven && itsJournal ? SharedFile::TryDescribe( PathFromUTF8( itsGiven->path ) ) : std::nullopt;
         auto image = std::make_unique<Image>( inPath, inNumber, itsReading );
-        image->file = std::move( file );
+        if ( isReadByNodes )
+            image->file = file;
         if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->pages.size() )
             throw WImageError( "the file has changed" );
         // Only one file is compared with that of the nodes.
@@ -231,6 +256,7 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
             image->file.reset();
         PlanPages( *image );
         OpenGiven( *image );
+        OpenJournal( *image, file, givenFile );
         AddSet( image->reader.GetStructure(), inPath, itsSetFiles );
         itsImages.push_back( std::move( image ) );
         return true;
@@ -243,6 +269,36 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
         itsSession.ReportFailure( inPath, failure );
         return false;
     }
+}
+
+/// An image of which a file cannot be read is not kept. The given files were described before they were opened, for they
+/// may have been replaced since.
+void ImageMeasurer::OpenJournal(
+    Image& ioImage, const std::optional<SharedFile>& inFile, const std::optional<SharedFile>& inGivenFile )
+{
+    if ( !itsJournal )
+        return;
+    auto files = DescribeFiles( inFile, ioImage.reader );
+    if ( files.empty() )
+        return;
+    if ( ioImage.given )
+    {
+        const auto given = DescribeFiles( inGivenFile, ioImage.given->reader );
+        if ( given.empty() )
+            return;
+        files.insert( files.end(), given.begin(), given.end() );
+    }
+    ioImage.journal = std::make_unique<ImageJournal>( *itsJournal, ioImage.reader, itsReading, files );
+    for ( auto& page : ioImage.pages )
+        page.journal = ioImage.journal.get();
+}
+
+void ImageMeasurer::ReportChange( const Image& inImage )
+{
+    if ( !inImage.journal || !inImage.journal->HasChanged() )
+        return;
+    WaitForJobs(); // What went wrong before is told before.
+    itsSession.ReportInfo( inImage.path + ": has changed since the interrupted run: it is measured again" );
 }
 
 /// The settings with the channels of a series that are given by name.
@@ -307,17 +363,29 @@ void ImageMeasurer::OpenGiven( Image& ioImage ) const
         page.given = ioImage.given.get();
 }
 
+/// Pages that nodes read need no job of this process.
 void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 {
-    if ( ioImage.file )
-        return MeasureSharedFile( ioImage, ioProgress );
     const auto pageCount = ioImage.GetPageCount();
     for ( std::uint32_t number = 0; number < pageCount; ++number )
     {
         auto& page = ioImage.pages[number];
-        const auto isOnNode = std::make_shared<bool>( false );
-        const auto run = [&, isOnNode, this]( XProgress& ioSteps )
+        const auto isFinished = PageTask::IsFinished( page );
+        ioImage.finished += isFinished ? 1 : 0;
+        if ( ioImage.file && !isFinished )
         {
+            itsPipeline.WaitForNodes();
+            SubmitToNodes( ioImage, page );
+            ShowPages( number + 1, ioProgress );
+            // After the last page the image may be gone.
+            Gather();
+            continue;
+        }
+        const auto isOnNode = std::make_shared<bool>( false );
+        const auto run = [&, isFinished, isOnNode, this]( XProgress& ioSteps )
+        {
+            if ( isFinished )
+                return itsTask.TakeFinished( page );
             if ( !HasNodes() )
                 return itsTask.Measure( page, ioImage.reader, ioSteps );
             itsTask.Read( page, ioImage.reader, ioSteps );
@@ -338,20 +406,6 @@ void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 }
 
 // ---- On nodes
-
-/// Nodes read the pages too.
-void ImageMeasurer::MeasureSharedFile( Image& ioImage, XProgress& ioProgress )
-{
-    const auto pageCount = ioImage.GetPageCount();
-    for ( std::uint32_t number = 0; number < pageCount; ++number )
-    {
-        itsPipeline.WaitForNodes();
-        SubmitToNodes( ioImage, ioImage.pages[number] );
-        ShowPages( number + 1, ioProgress );
-        // After the last page the image may be gone.
-        Gather();
-    }
-}
 
 /// Returns false for a page that is too large for the network: this process measures it.
 bool ImageMeasurer::MeasureOnNode( Image& ioImage, PageRecord& ioPage )
@@ -380,6 +434,9 @@ void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
 void ImageMeasurer::MeasureWithBackground( Image& ioImage, XProgress& ioProgress )
 {
     itsLastBackground = {};
+    // Pages that are finished belong to their background, for which all pages are needed.
+    if ( !itsSavesBackground && ioImage.journal && ioImage.journal->HasAllPages() )
+        return MeasureLoadedPages( ioImage, ioProgress );
     LoadPages( ioImage, ioProgress );
     ioImage.CheckAbort();
     // Else the background would depend on the memory that the machine has.
@@ -416,6 +473,8 @@ void ImageMeasurer::ComputeBackground( Image& ioImage )
     try
     {
         ioImage.background->Compute();
+        if ( ioImage.journal )
+            ioImage.journal->SetBackground( ioImage.background->GetPage() );
     }
     catch ( const XException& error )
     {
@@ -441,9 +500,13 @@ void ImageMeasurer::MeasureLoadedPages( Image& ioImage, XProgress& ioProgress )
             page.isDone = true;
             continue;
         }
+        const auto isFinished = PageTask::IsFinished( page );
+        ioImage.finished += isFinished ? 1 : 0;
         const auto isOnNode = std::make_shared<bool>( false );
-        const auto run = [&, isOnNode, this]( XProgress& ioSteps )
+        const auto run = [&, isFinished, isOnNode, this]( XProgress& ioSteps )
         {
+            if ( isFinished )
+                return itsTask.TakeFinished( page );
             if ( !HasNodes() )
                 return itsTask.MeasureLoaded( page, *ioImage.background, ioSteps );
             itsTask.SubtractBackground( page, *ioImage.background );
@@ -507,6 +570,8 @@ void ImageMeasurer::WaitForJobs( XProgress* ioProgress, USize inSubmitted )
 /// Takes the results that are next in order.
 void ImageMeasurer::Gather()
 {
+    if ( itsJournal )
+        itsJournal->FlushSometimes();
     while ( !itsImages.empty() )
     {
         auto& image = *itsImages.front();
@@ -610,6 +675,7 @@ void ImageMeasurer::Finish( Image& ioImage )
     itsSession.LogInfo(
         ioImage.path + ": " + std::to_string( ioImage.measured ) + " of " +
         std::to_string( ioImage.gathered ) + " pages, " +
+        ( ioImage.finished > 0 ? std::to_string( ioImage.finished ) + " from the journal, " : "" ) +
         std::to_string( ioImage.measurement.GetObjectCount() ) + " objects, " +
         XFormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
     if ( ioImage.background )

@@ -3,6 +3,7 @@
 #include "Core/Times/XTimer.h"
 #include "Imaging/Measurements/XMeasurementTable.h"
 #include "Imaging/XImageReader.h"
+#include "Measuring/MeasureJournal.h"
 #include "Measuring/OverlayFiles.h"
 #include "Measuring/PagePipeline.h"
 #include "Measuring/PageTask.h"
@@ -51,14 +52,16 @@ public:
         XBackgroundKind background;
         WorkerLimit workers;
         bool areFilesShared = false;         ///< nodes read the images themselves
+        bool savesBackground = false;        ///< the background is needed even if all pages are finished
         std::optional<GivenFile> given = {}; ///< not with nodes
     };
 
-    /// With `inNodes`, which may be null, nodes measure the pages. If `ioOverlays` is not null, also draws overlays. It must outlive this object; its files are complete
-    /// after Measure.
+    /// With `inNodes`, which may be null, nodes measure the pages. If `ioOverlays` is not null, also draws overlays; its
+    /// files are complete after Measure. If `ioJournal` is not null, pages that are finished in it are not measured again,
+    /// and the others are added. Both must outlive this object.
     ImageMeasurer(
-        const Settings& inSettings, OverlayFiles* ioOverlays, std::unique_ptr<NodeWorkers> inNodes,
-        Session& ioSession );
+        const Settings& inSettings, OverlayFiles* ioOverlays, MeasureJournal* ioJournal,
+        std::unique_ptr<NodeWorkers> inNodes, Session& ioSession );
 
     /// Stops the remaining jobs and waits for them.
     ~ImageMeasurer();
@@ -90,8 +93,10 @@ private:
     const ChannelNames itsChannelNames;
     const XBackgroundKind itsBackground;
     const bool itsAreFilesShared;
+    const bool itsSavesBackground;
     const std::optional<GivenFile> itsGiven;
-    OverlayFiles* const itsOverlays; // null if no overlays are drawn
+    OverlayFiles* const itsOverlays;  // null if no overlays are drawn
+    MeasureJournal* const itsJournal; // null without
     Session& itsSession;
     std::optional<std::uint32_t> itsChannel;
     SetFiles itsSetFiles; // of the images that have been opened
@@ -116,10 +121,13 @@ private:
     bool OpenImage( const std::string& inPath, USize inNumber );
     bool IsOfOpenedSet( const std::string& inPath );
     XMeasureSettings FindChannels( const XImageSeries& inSeries ) const;
+    void OpenJournal(
+        Image& ioImage, const std::optional<SharedFile>& inFile,
+        const std::optional<SharedFile>& inGivenFile );
+    void ReportChange( const Image& inImage );
     void PlanPages( Image& ioImage );
     void OpenGiven( Image& ioImage ) const;
     void MeasurePages( Image& ioImage, XProgress& ioProgress );
-    void MeasureSharedFile( Image& ioImage, XProgress& ioProgress );
     bool MeasureOnNode( Image& ioImage, PageRecord& ioPage );
     void SubmitToNodes( Image& ioImage, PageRecord& ioPage );
     void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );

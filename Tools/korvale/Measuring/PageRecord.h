@@ -19,6 +19,8 @@ struct GivenImage
     XGivenKind kind;
 };
 
+class ImageJournal;
+
 /// The request for a page and its results, from the file to the table. Until the job is done, only the page's
 /// job writes it.
 struct PageRecord
@@ -27,11 +29,12 @@ struct PageRecord
     bool needsOverlay = false;
     const XMeasureSettings* settings = nullptr; ///< with the channels of its series
     GivenImage* given = nullptr;                ///< with its objects; null if they are to be found
+    ImageJournal* journal = nullptr;            ///< keeps the results of the image; null without
 
     CachedPage samples;                   ///< with a background, from reading to measuring
     XPageMeasurement measurement;         ///< empty after a failure
     std::optional<CachedOverlay> overlay; ///< if requested and the page has been measured
-    double ignoredPixelSize = 0;          ///< XImageReader::GetIgnoredPixelSize of a node that read the file
+    double ignoredPixelSize = 0; ///< XImageReader::GetIgnoredPixelSize, if another process read the file
     std::optional<Failure> failure;
     std::atomic<bool> isDone = false;
 };

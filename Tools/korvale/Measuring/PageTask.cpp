@@ -1,7 +1,9 @@
 #include "Measuring/PageTask.h"
 
 #include "Ground/XErrorNumbers.h"
+#include "Ground/XFail.h"
 #include "Jobs/XProgress.h"
+#include "Measuring/ImageJournal.h"
 #include "Measuring/MeasurePageJob.h"
 #include "Measuring/MeasuredPage.h"
 #include "Plots/XOverlay.h"
@@ -84,7 +86,15 @@ void PageTask::MeasureSamples(
     if ( !ioPage.samples.IsEmpty() )
         ioPage.samples.CheckIntact(); // While they are locked.
     inSamples = {};                   // Others may be waiting for its memory.
-    Keep( ioPage, std::move( measured ) );
+    Finish( ioPage, std::move( measured ) );
+}
+
+/// A page is written to the journal while it is in memory.
+void PageTask::Finish( PageRecord& ioPage, MeasuredPage inMeasured ) const
+{
+    if ( ioPage.journal )
+        ioPage.journal->AddPage( ioPage.number, inMeasured, ioPage.ignoredPixelSize );
+    Keep( ioPage, std::move( inMeasured ) );
 }
 
 void PageTask::Keep( PageRecord& ioPage, MeasuredPage inMeasured ) const
@@ -95,6 +105,20 @@ void PageTask::Keep( PageRecord& ioPage, MeasuredPage inMeasured ) const
     ioPage.measurement = std::move( inMeasured.measurement );
 }
 
+bool PageTask::IsFinished( const PageRecord& inPage )
+{
+    return inPage.journal && inPage.journal->HasPage( inPage.number );
+}
+
+void PageTask::TakeFinished( PageRecord& ioPage ) const
+{
+    const auto result = ioPage.journal->ReadPage( ioPage.number );
+    if ( ioPage.needsOverlay && !result->page.sketch )
+        XThrow( kErrorStreamCorrupted );
+    ioPage.ignoredPixelSize = result->ignoredPixelSize;
+    Keep( ioPage, std::move( result->page ) );
+}
+
 void PageTask::TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint32_t inResultCode ) const
 {
     try
@@ -103,6 +127,7 @@ void PageTask::TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint3
             return;
         const auto result = ioJob.TakeResult();
         auto* const page = dynamic_cast<MeasurePageResult*>( result.get() );
+        ioPage.ignoredPixelSize = page ? page->ignoredPixelSize : 0;
         if ( inResultCode == kErrorDisconnected )
             ioPage.failure = Failure{ "the last 3 nodes that measured it were lost", inResultCode };
         else if ( inResultCode != 0 )
@@ -112,8 +137,7 @@ void PageTask::TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint3
         else if ( page->failure )
             ioPage.failure = std::move( page->failure );
         else
-            Keep( ioPage, std::move( page->page ) );
-        ioPage.ignoredPixelSize = page ? page->ignoredPixelSize : 0;
+            Finish( ioPage, std::move( page->page ) );
     }
     catch ( ... )
     {

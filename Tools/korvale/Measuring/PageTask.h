@@ -40,6 +40,12 @@ public:
     /// Measures the page in the record.
     void MeasureRead( PageRecord& ioPage ) const;
 
+    /// Whether the journal has the result of the page.
+    static bool IsFinished( const PageRecord& inPage );
+
+    /// Takes the result of a finished page into the record.
+    void TakeFinished( PageRecord& ioPage ) const;
+
     /// Takes the result of a job on another machine, or its failure, into the record.
     void TakeResult( PageRecord& ioPage, MeasurePageJob& ioJob, std::uint32_t inResultCode ) const;
 
@@ -56,5 +62,6 @@ private:
     std::optional<XGivenObjects> ReadGiven( PageRecord& ioPage ) const;
     void MeasureSamples(
         PageRecord& ioPage, WImagePage inSamples, const std::optional<XGivenObjects>& inGiven = {} ) const;
+    void Finish( PageRecord& ioPage, MeasuredPage inMeasured ) const;
     void Keep( PageRecord& ioPage, MeasuredPage inMeasured ) const;
 };

@@ -28,6 +28,9 @@ public:
     /// Computes the background of at least one page.
     void Compute();
 
+    /// The background, once it has been computed.
+    const WImagePage& GetPage() const { return itsBackground; }
+
     /// Returns the background, with the resolution of the first page, after all subtractions. Without samples
     /// if it has not been computed.
     WImagePage TakePage() { return std::move( itsBackground ); }

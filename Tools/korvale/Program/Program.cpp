@@ -68,7 +68,7 @@ void DeclareOptions( CommandLine& ioLine, Options& outOptions )
     options.AddFlag( "--verbose", outOptions.isVerbose, "Print log entries on standard error" );
     options.Explain( "These options may also follow the command. See korvale COMMAND --help.\n"
                      "Exit status: 0, 1 after a failure, 2 for wrong usage, 130 when interrupted;\n"
-                     "then no new file is left behind." );
+                     "then no new output is left behind." );
 }
 
 /// The exit status of what printed its results: a failure when some of them are lost.

@@ -7,4 +7,5 @@ enum ClassNumber : std::uint32_t
 {
     kClassMeasurePageJob = kFirstApplicationClassNumber + 1,
     kClassMeasurePageResult = kFirstApplicationClassNumber + 2,
+    kClassMeasureJournal = kFirstApplicationClassNumber + 3, // of a file, not of an object
 };
