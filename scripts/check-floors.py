@@ -30,7 +30,7 @@ ROOMS = [
     "X-Platform/Imaging/Thresholds", "X-Platform/Imaging/Objects", "X-Platform/Imaging/Measurements",
     "X-Platform/Plots", "X-Platform",
     "Tools/korvale/Support", "Tools/korvale/Terminal", "Tools/korvale/Outputs", "Tools/korvale/Tables",
-    "Tools/korvale/Measuring", "Tools/korvale/Options", "Tools/korvale/Commands", "Tools/korvale/Program",
+    "Tools/korvale/Measuring", "Tools/korvale/Options", "Tools/korvale/StatusPage", "Tools/korvale/Commands", "Tools/korvale/Program",
 ]
 
 # Parts of classes with twins that are the same on every system.

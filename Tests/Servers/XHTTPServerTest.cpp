@@ -115,7 +115,11 @@ TEST_F( XHTTPServerTest, AnswersByPathAndMethod )
         "abc" );
     EXPECT_EQ( StatusOf( Ask( "GET /none" ) ), "404" );
     EXPECT_EQ( FieldOf( Ask( "POST /hello", "Content-Length: 0\r\n\r\n" ), "Allow" ), "GET, HEAD" );
-    EXPECT_EQ( StatusOf( Ask( "DELETE /hello" ) ), "501" );
+    EXPECT_EQ( StatusOf( Ask( "POST /hello" ) ), "405" );
+    EXPECT_EQ( FieldOf( Ask( "DELETE /hello" ), "Allow" ), "GET, HEAD" );
+    EXPECT_EQ( FieldOf( Ask( "PUT /echo" ), "Allow" ), "POST" );
+    EXPECT_EQ( StatusOf( Ask( "PUT /none" ) ), "404" );
+    EXPECT_EQ( StatusOf( Ask( "MAKE /hello" ) ), "501" );
     EXPECT_EQ( StatusOf( Ask( "POST /echo" ) ), "411" );
 }
 

@@ -18,6 +18,8 @@ class XHTTPSite;
 /// that takes too long, 413 for a body and 431 for a header that is too large, and 505 for a version of HTTP
 /// other than 1.0 and 1.1.
 ///
+/// Requests for unknown paths get 404, those with a method that the path does not have 405.
+///
 /// There are no users and no encryption: every client that can connect can request everything.
 ///
 /// Threads: register handlers and folders before the start. Handlers are called on the threads of the

@@ -1,12 +1,13 @@
 #include "Commands/ControlCommand.h"
 
+#include "Measuring/MeasurePageJob.h"
 #include "NetJobs/XNetJobControl.h"
 #include "Options/CommandLine.h"
 #include "Process/WInterrupt.h"
 #include "RemoteCalls/XRPCBridge.h"
 #include "RemoteCalls/XRPCResponder.h"
-#include "Servers/XHTTPServer.h"
 #include "Servers/XNetServer.h"
+#include "StatusPage/StatusPage.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/Session.h"
 #include "Threads/XThread.h"
@@ -26,16 +27,6 @@ void Serve(
     ioServer.Start( inAddress );
 }
 
-XHTTPResponse MakeStatusPage( const XNetJobControl& inService )
-{
-    return XHTTPResponse::Text(
-        "<!DOCTYPE html><html lang=\"en\"><title>Korvale control service</title>"
-        "<h1>Control service</h1><p>Connections: " +
-            std::to_string( inService.GetConnectionCount() ) + "</p><p>Calls received: " +
-            std::to_string( XRPCBridge::GetTotalRPCCallsReceived() ) + "</p></html>\n",
-        "text/html; charset=utf-8" );
-}
-
 /// Prints a line at once, and logs it.
 void Announce( const std::string& inText, Session& ioSession )
 {
@@ -52,7 +43,9 @@ void ControlCommand::Declare( const CommandOptions& inOptions )
                      "(Ctrl-C, SIGTERM). Port 0 selects a free port; host 0.0.0.0 all adapters.\n"
                      "\n" ) +
         ProtectionOptions::kHelp +
-        "  The status page has no protection: whoever can connect to it can read it.\n"
+        "  The status page cannot change anything, but has no protection: whoever can\n"
+        "  connect to it can read it. /status.json has what \"korvale status --json\"\n"
+        "  prints, /metrics the format of Prometheus.\n"
         "\n"
         "Examples\n"
         "  korvale control\n"
@@ -84,26 +77,25 @@ int ControlCommand::Run( Session& ioSession )
     if ( protection.isWeak )
         ioSession.ReportWarning( "without TLS, others in the network can read and change what is sent" );
 
+    MeasurePageJob::Register(); // for its description
     XNetJobControl service( protection.cipher, protection.tls );
     XNetServer plain( "plain bridges" );
-    XHTTPServer pages( "status page" );
-    pages.HandleGet(
-        "/",
-        [&]( const XHTTPRequest& inRequest )
-        { return inRequest.GetPath() == "/" ? MakeStatusPage( service ) : XHTTPResponse::Status( 404 ); } );
+    StatusPage page( [&service] { return service.GetStatus(); } );
     const auto plainPort = static_cast<std::int32_t>( itsPlainPort );
     const auto start = [&] { service.Start( place.GetAddress() ); };
     const auto startPlain = [&] { Serve( plain, place.GetAddress( plainPort ), protection ); };
-    const auto startPages = [&] { pages.Start( NetworkPlace( itsHTTP ).GetAddress() ); };
+    const auto startPages = [&] { page.Start( NetworkPlace( itsHTTP ) ); };
     if ( !Try( ioSession, itsListen, start ) ||
          ( itsPlainPort != kNoPort && !Try( ioSession, place.GetText( plainPort ), startPlain ) ) ||
          ( !itsHTTP.empty() && !Try( ioSession, itsHTTP, startPages ) ) )
         return kFailure;
 
+    if ( !page.IsLoopBack() )
+        ioSession.ReportWarning( "others in the network can read the status page" );
     Announce( "listening on " + place.GetText( service.GetPort() ), ioSession );
     if ( !itsHTTP.empty() )
         Announce(
-            "status page on http://" + NetworkPlace( itsHTTP ).GetText( pages.GetPort() ) + '/', ioSession );
+            "status page on http://" + NetworkPlace( itsHTTP ).GetText( page.GetPort() ) + '/', ioSession );
     if ( plain.IsRunning() )
         Announce( "plain bridges on " + place.GetText( plain.GetPort() ), ioSession );
     if ( !ioSession.out ) // nobody learns where it listens; the program reports the failure

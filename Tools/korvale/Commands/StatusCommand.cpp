@@ -2,10 +2,11 @@
 
 #include "Commands/ServiceConnection.h"
 #include "Core/Storables/XRefPtr.h"
+#include "Measuring/MeasurePageJob.h"
 #include "NetJobs/XControlBridge.h"
 #include "Options/CommandLine.h"
 #include "Pivot/XPivotText.h"
-#include "Support/JSONText.h"
+#include "StatusPage/StatusJSON.h"
 #include "Support/NetworkPlace.h"
 #include "Terminal/AlignedText.h"
 #include "Terminal/Session.h"
@@ -19,12 +20,6 @@ using Line = std::vector<std::string>;
 std::string GetText( const XString& inText )
 {
     return XPivotText::ToUTF8Line( inText );
-}
-
-std::string GetRate( const XNetJobStatus& inStatus )
-{
-    return std::to_string( inStatus.jobsInTenSeconds / 10 ) + '.' +
-        std::to_string( inStatus.jobsInTenSeconds % 10 );
 }
 
 /// The first column is text, the others are numbers. Prints nothing for a header alone.
@@ -51,7 +46,7 @@ std::string DescribePeer( const TPeer& inPeer )
 void PrintText( const XNetJobStatus& inStatus, std::ostream& ioOut )
 {
     ioOut << inStatus.completedJobs << ( inStatus.completedJobs == 1 ? " job" : " jobs" ) << " completed, "
-          << GetRate( inStatus ) << " per second\n";
+          << WriteJobRate( inStatus.jobsInTenSeconds ) << " per second\n";
     std::vector<Line> nodes{ { "Node", "Workers", "Running", "Assigned", "Completed" } };
     for ( const XNetJobStatus::XNode& node : inStatus.nodes )
         nodes.push_back(
@@ -69,58 +64,6 @@ void PrintText( const XNetJobStatus& inStatus, std::ostream& ioOut )
     for ( const XNetJobStatus::XFailure& failure : inStatus.failures )
         failures.push_back( { GetText( failure.text ), std::to_string( failure.ageMS / 1000 ) } );
     PrintLines( failures, ioOut );
-}
-
-// ---- JSON
-
-std::string Quote( const XString& inText )
-{
-    return QuoteJSON( inText.ToUTF8() );
-}
-
-/// An array of objects; `inWrite` returns the members of one.
-template<class TElement, class TWrite>
-std::string MakeArray( const XVector<TElement>& inElements, const TWrite& inWrite )
-{
-    std::string text;
-    for ( const TElement& element : inElements )
-        text += std::string( text.empty() ? "\n    { " : ",\n    { " ) + inWrite( element ) + " }";
-    return "[" + text + ( text.empty() ? "]" : "\n  ]" );
-}
-
-std::string Member( const char* inName, std::uint64_t inValue )
-{
-    return std::string( ", \"" ) + inName + "\": " + std::to_string( inValue );
-}
-
-template<class TPeer>
-std::string DescribeInJSON( const TPeer& inPeer )
-{
-    return "\"id\": " + std::to_string( inPeer.id ) + ", \"name\": " + Quote( inPeer.name ) +
-        ", \"computer\": " + Quote( inPeer.computerName ) +
-        ", \"connected\": " + ( inPeer.isConnected ? "true" : "false" ) +
-        Member( "assigned", inPeer.assignedJobs ) + Member( "completed", inPeer.completedJobs );
-}
-
-void PrintJSON( const XNetJobStatus& inStatus, std::ostream& ioOut )
-{
-    const auto writeNode = []( const XNetJobStatus::XNode& inNode )
-    {
-        return DescribeInJSON( inNode ) + Member( "running", inNode.startedJobs ) +
-            Member( "workers", inNode.workers ) + Member( "silent_ms", inNode.silentMS );
-    };
-    const auto writeClient = []( const XNetJobStatus::XClient& inClient )
-    {
-        return DescribeInJSON( inClient ) + Member( "waiting", inClient.waitingJobs ) +
-            Member( "suspended", inClient.suspendedJobs );
-    };
-    const auto writeFailure = []( const XNetJobStatus::XFailure& inFailure )
-    { return "\"text\": " + Quote( inFailure.text ) + Member( "age_ms", inFailure.ageMS ); };
-    ioOut << "{\n  \"completed\": " << inStatus.completedJobs
-          << ",\n  \"jobs_per_second\": " << GetRate( inStatus )
-          << ",\n  \"nodes\": " << MakeArray( inStatus.nodes, writeNode )
-          << ",\n  \"clients\": " << MakeArray( inStatus.clients, writeClient )
-          << ",\n  \"failures\": " << MakeArray( inStatus.failures, writeFailure ) << "\n}\n";
 }
 } // namespace
 
@@ -152,13 +95,17 @@ int StatusCommand::Run( Session& ioSession )
         return kFailure;
     const auto protection =
         itsProtection.Choose( isLoopBack, XDeploymentKeys::kRoleNode, XDeploymentKeys::kRoleControlService );
+    MeasurePageJob::Register(); // for its description
     const auto print = [&]
     {
         const auto bridge = XMakeRef<XControlBridge>( XRPCBridge::kClient, protection.cipher );
         bridge->UseTLS( protection.tls );
         ConnectToService( *bridge, itsPlace );
         const XNetJobStatus status = bridge->GetStatus();
-        itsIsJSON ? PrintJSON( status, ioSession.out ) : PrintText( status, ioSession.out );
+        if ( itsIsJSON )
+            ioSession.out << WriteStatusJSON( status );
+        else
+            PrintText( status, ioSession.out );
         bridge->Disconnect();
     };
     return Try( ioSession, itsPlace, print ) ? kSuccess : kFailure;

@@ -22,6 +22,8 @@ public:
     /// is unknown.
     bool IsLoopBack() const;
 
+    const std::string& GetHost() const { return itsHost; }
+
     /// HOST:PORT with another port.
     std::string GetText( std::int32_t inPort ) const;
 

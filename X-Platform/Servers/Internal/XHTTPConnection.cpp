@@ -49,6 +49,19 @@ bool IsOfServer( std::string_view inName )
         [&]( std::string_view inOwn ) { return XHTTPHeaders::AreEqual( inName, inOwn ); } );
 }
 
+/// A method of HTTP that this server does not have; others mean nothing to it.
+bool IsKnownMethod( const std::string& inMethod )
+{
+    return std::ranges::any_of(
+        std::initializer_list<const char*>{ "PUT", "DELETE", "PATCH", "OPTIONS", "TRACE", "CONNECT" },
+        [&]( const char* inKnown ) { return inMethod == inKnown; } );
+}
+
+const char* GetAllowedMethods( const XHTTPSite::XHandlers& inHandlers )
+{
+    return !inHandlers.post ? "GET, HEAD" : !inHandlers.get ? "POST" : "GET, HEAD, POST";
+}
+
 bool IsTimeOut( const XException& inError )
 {
     return inError.GetErrorNumber() == kErrorConnectionTimedOut;
@@ -108,7 +121,7 @@ bool XHTTPConnection::ServeRequest( const std::function<void()>& inIsAdmitted )
     // The rest of the request has not been read, so nothing after it can be understood.
     if ( status != 0 )
     {
-        Refuse( status );
+        Refuse( request, status );
         return false;
     }
     request.itsPeer = itsEndpoint.GetRemoteAddress();
@@ -218,16 +231,17 @@ int XHTTPConnection::ReceiveBody( XHTTPParser& ioParser )
 // ---- Answering
 
 /// What can be said by the header already: 0, or the status to refuse the request with.
-int XHTTPConnection::Check( const XHTTPRequest& inRequest )
+int XHTTPConnection::Check( const XHTTPRequest& inRequest ) const
 {
     const std::string& method = inRequest.GetMethod();
+    const XHTTPSite::XHandlers* const handlers = itsSite.Find( inRequest.GetPath() );
     if ( method != "GET" && method != "HEAD" && method != "POST" )
-        return 501;
+        return !IsKnownMethod( method ) ? 501 : handlers ? 405 : 404;
     const XHTTPHeaders& headers = inRequest.GetHeaders();
     if ( headers.Has( "Expect" ) && !XHTTPHeaders::AreEqual( headers.Get( "Expect" ), "100-continue" ) )
         return 417;
     if ( method == "POST" && !headers.Has( "Content-Length" ) && !headers.Has( "Transfer-Encoding" ) )
-        return 411;
+        return handlers && !handlers->post ? 405 : 411;
     return 0;
 }
 
@@ -267,14 +281,16 @@ XHTTPResponse XHTTPConnection::CallHandler( const XHTTPRequest& inRequest ) cons
     if ( const XHTTPServer::XHandler& handler = isPost ? handlers->post : handlers->get )
         return handler( inRequest );
     XHTTPResponse response = XHTTPResponse::Status( 405 );
-    response.GetHeaders().Set( "Allow", isPost ? "GET, HEAD" : "POST" );
+    response.GetHeaders().Set( "Allow", GetAllowedMethods( *handlers ) );
     return response;
 }
 
 /// Answers a request that has not been read completely; nothing can follow on the connection.
-void XHTTPConnection::Refuse( int inStatus )
+void XHTTPConnection::Refuse( const XHTTPRequest& inRequest, int inStatus )
 {
-    const XHTTPResponse response = XHTTPResponse::Status( inStatus );
+    XHTTPResponse response = XHTTPResponse::Status( inStatus );
+    if ( inStatus == 405 )
+        response.GetHeaders().Set( "Allow", GetAllowedMethods( *itsSite.Find( inRequest.GetPath() ) ) );
     AddHead( response, false, false );
     AddLength( response.GetBody().size() );
     itsOutput += response.GetBody();

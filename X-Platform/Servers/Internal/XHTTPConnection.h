@@ -32,11 +32,11 @@ private:
     bool ReceiveMore( std::uint32_t inTimeoutMS );
     void Feed( XHTTPParser& ioParser );
 
-    static int Check( const XHTTPRequest& inRequest );
+    int Check( const XHTTPRequest& inRequest ) const;
     XHTTPResponse MakeResponse( const XHTTPRequest& inRequest ) const;
     XHTTPResponse CallHandler( const XHTTPRequest& inRequest ) const;
 
-    void Refuse( int inStatus );
+    void Refuse( const XHTTPRequest& inRequest, int inStatus );
     void Send( const XHTTPRequest& inRequest, XHTTPResponse& ioResponse, bool& ioKeepsAlive );
     void AddHead( const XHTTPResponse& inResponse, bool inKeepsAlive, bool inIsOld );
     const std::string& GetDate();
