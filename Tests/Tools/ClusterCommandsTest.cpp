@@ -6,6 +6,7 @@
 #include "NetJobs/XNetJobQueueNode.h"
 #include "RemoteCalls/XRPCResponder.h"
 #include "Servers/XNetServer.h"
+#include "Services/XAppVersion.h"
 #include "Tools/ProgramRun.h"
 
 #include <filesystem>
@@ -98,6 +99,24 @@ TEST_F( ClusterCommandsTest, RunsNodesAndPrintsTheStateOfAControlService )
     EXPECT_CONTAINS( itsOut.str(), "\"clients\": []" );
     control.Stop();
     EXPECT_EQ( RunLine( "status % --cipher none", place ), 1 );
+}
+
+TEST_F( ClusterCommandsTest, AnotherVersionOfTheProgramIsRefusedWithOneClearLine )
+{
+    TestDeployment deployment( 0 );
+    ASSERT_EQ( RunLine( "sample @ --planes 1 --width 60 --height 50 --objects 3" ), 0 );
+    const XAppVersion own = XAppVersion::GetCurrent();
+    XAppVersion::SetCurrent( XAppVersion( "korvale", own.GetMajor(), own.GetMinor() + 1, 7 ) );
+    const std::string line = "korvale: " + deployment.place + ": " +
+        XAppVersion::GetCurrent().GetDescription().ToUTF8() +
+        " is not compatible with the version of the service (3092)\n";
+    EXPECT_EQ( RunLine( "node --control % --cipher none", deployment.place ), 1 );
+    EXPECT_EQ( itsError.str(), line );
+    EXPECT_EQ( RunLine( "measure @sample.tif -o @table -q --cipher none --control %", deployment.place ), 1 );
+    EXPECT_CONTAINS( itsError.str(), line );
+    XAppVersion::SetCurrent( own );
+    EXPECT_CONTAINS(
+        deployment.control.GetStatus().failures.at( 0 ).text.GetConstCharPtr(), " refused: korvale " );
 }
 
 TEST_F( ClusterCommandsTest, RefusesPlacesAndProtectionThatMakeNoSense )

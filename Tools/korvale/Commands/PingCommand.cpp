@@ -41,14 +41,9 @@ void PingCommand::Declare( const CommandOptions& inOptions )
         ProtectionOptions::kHelp +
         "\n"
         "Example\n"
-        "  korvale ping 127.0.0.1:7610 --count 1000\n"
-        "\n"
-        "Exit status: 0, 1 when the service does not answer, 2 for wrong usage, 130 when\n"
-        "interrupted." );
-    inOptions.Add( "ADDRESS", itsPlace, "Where the service listens" )
-        .Takes( "HOST:PORT" )
-        .Check( NetworkPlace::Check )
-        .Required();
+        "  korvale ping 127.0.0.1:7610 --count 1000\n" +
+        kServiceExitStatuses );
+    DeclareService( inOptions, itsPlace );
     inOptions.AddFlag( "--plain", itsIsPlain, "Port for plain bridges (control --plain-port)" );
     inOptions.Add( "--count", itsCount, "Calls to make" )
         .Takes( "N" )

@@ -76,14 +76,9 @@ void StatusCommand::Declare( const CommandOptions& inOptions )
         ProtectionOptions::kHelp +
         "\n"
         "Example\n"
-        "  korvale status 127.0.0.1:7610\n"
-        "\n"
-        "Exit status: 0, 1 when the service does not answer, 2 for wrong usage, 130 when\n"
-        "interrupted." );
-    inOptions.Add( "ADDRESS", itsPlace, "Where the service listens" )
-        .Takes( "HOST:PORT" )
-        .Check( NetworkPlace::Check )
-        .Required();
+        "  korvale status 127.0.0.1:7610\n" +
+        kServiceExitStatuses );
+    DeclareService( inOptions, itsPlace );
     inOptions.AddFlag( "--json", itsIsJSON, "Print JSON" );
     itsProtection.Declare( inOptions );
 }

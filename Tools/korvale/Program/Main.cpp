@@ -3,6 +3,7 @@
 #include "Process/WConsole.h"
 #include "Process/WInterrupt.h"
 #include "Program/Program.h"
+#include "Services/XAppVersion.h"
 #include "Startup/WInitApp.h"
 #include "Startup/WInitCore.h"
 #include "Support/Failure.h"
@@ -97,6 +98,8 @@ int Run( int inArgCount, char** inArgs )
     const WInitApp application;
     const LackOfMemoryHandler inApplication;
     const PreparedOutput output;
+    XAppVersion::SetCurrent(
+        XAppVersion( "korvale", KORVALE_VERSION_NUMBERS ) ); // the peers of a deployment agree on it
     const auto style = WConsole::IsErrorTerminal() ? ProgressDisplay::kBars : ProgressDisplay::kLines;
     Terminal terminal{ std::cout, std::cerr, style, WConsole::IsOutputTerminal(), true };
     return RunProgram( WConsole::GetArguments( inArgCount, inArgs ), terminal );

@@ -3,6 +3,7 @@
 #include "Core/Errors/XException.h"
 #include "Ground/XErrorNumbers.h"
 #include "Imaging/XImageReader.h"
+#include "Services/XAppVersion.h"
 #include "System/WSystemError.h"
 
 #include <algorithm>
@@ -15,6 +16,12 @@ namespace
 {
 Failure DescribeException( const XException& inException )
 {
+    if ( inException.GetErrorNumber() == kErrorClientTooNew )
+        return {
+            XAppVersion::GetCurrent().GetDescription().ToUTF8() +
+                " is not compatible with the version of the service (" +
+                std::to_string( kErrorClientTooNew ) + ")",
+            kErrorClientTooNew };
     return { inException.GetRawErrorMessage().ToUTF8(), inException.GetErrorNumber() };
 }
 
