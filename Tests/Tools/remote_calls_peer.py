@@ -208,7 +208,7 @@ def check_control(program, keys, other_keys, cipher):
         stranger = socket.create_connection(main, LIMIT)  # stays, and keeps nobody
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         with opener.open(f"http://127.0.0.1:{page[1]}/", timeout=LIMIT) as reply:
-            check(b"Control service" in reply.read(), "status page")
+            check(b"Korvale control service" in reply.read(), "status page")
         for port, options in ((main[1], ["--listen", f"127.0.0.1:{main[1]}"]),
                               (plain[1], ["--listen", "127.0.0.1:0", "--plain-port", str(plain[1])])):
             in_use = subprocess.run([program, "--log", "/dev/null", "control", *options, *protection],
