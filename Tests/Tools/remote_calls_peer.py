@@ -290,7 +290,8 @@ def check_server(program, keys, preamble, cipher, refusal=None):
             expect_ping(program, listener.getsockname(), *options)
             check(calls == [1000, 1001, 1002] + 5 * [1005], "calls", calls)
         else:
-            expect_failure(program, listener.getsockname(), "RPC", *options)
+            text = "not compatible with the version" if refusal == 3092 else "RPC"
+            expect_failure(program, listener.getsockname(), text, *options)
         thread.join()
 
 
