@@ -102,6 +102,7 @@ int main( int inCount, char** inArguments )
     AddStreamOperations( operations );
     AddMessagingOperations( operations );
     AddJobOperations( operations );
+    AddNetJobOperations( operations );
     AddMemoryOperations( operations );
     AddTableOperations( operations );
     bool areWithinLimit = true;

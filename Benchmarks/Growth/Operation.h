@@ -35,5 +35,6 @@ void AddStringOperations( Operations& ioOperations );
 void AddStreamOperations( Operations& ioOperations );
 void AddMessagingOperations( Operations& ioOperations );
 void AddJobOperations( Operations& ioOperations );
+void AddNetJobOperations( Operations& ioOperations );
 void AddMemoryOperations( Operations& ioOperations );
 void AddTableOperations( Operations& ioOperations );

@@ -3,6 +3,7 @@
 #include "Ground/XTypes.h"
 
 #include <initializer_list>
+#include <span>
 
 class XJob;
 
@@ -22,6 +23,14 @@ public:
 
     /// Selects the jobs of exactly this group; 0 selects those without a group.
     static XJobSelector ForGroup( std::int64_t inGroup );
+
+    /// The tags of the selected jobs, valid as long as the selector. Empty if it selects every job or a group.
+    std::span<const std::int64_t> GetTags() const
+    {
+        if ( itsKind == kTag )
+            return { &itsValue, 1 };
+        return { itsTags, itsKind == kTags ? itsTagCount : 0 };
+    }
 
     bool Selects( const XJob& inJob ) const;
     bool Selects( std::int64_t inTag, std::int64_t inGroup ) const;

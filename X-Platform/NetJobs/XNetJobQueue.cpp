@@ -24,12 +24,14 @@
 #include "Threads/XPreventThreadStop.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <deque>
 #include <map>
 #include <new>
 #include <optional>
 #include <set>
+#include <span>
 #include <typeinfo>
 #include <utility>
 
@@ -69,6 +71,7 @@ struct ClientJob
         progress;            // as listeners know it; null before the first report
     USize bytes = 0;         // in the window
     std::uint64_t place = 0; // among the waiting jobs
+    std::int64_t tag = 0;    // that it had when it was attached
 };
 
 struct EndedJob
@@ -136,6 +139,7 @@ public:
 private:
     using Jobs = std::map<std::uint32_t, ClientJob>;            // by ID
     using WaitingJob = std::pair<std::uint64_t, std::uint32_t>; // its place and its ID
+    using TaggedJob = std::pair<std::int64_t, std::uint32_t>;   // its tag and its ID
 
     std::uint32_t LogOn( XControlBridge& ioBridge, std::uint32_t inFormerID );
     void PrepareLogon();
@@ -155,11 +159,16 @@ private:
     bool HasRoom() const;
     bool Submit( const WaitingJob& inWaiting, XEvents& ioEvents, USize& ioBytes );
     void Append( std::uint32_t inJobID, ClientJob& ioJob );
+    void SetState( ClientJob& ioJob, ClientJob::State inState );
+    bool IsTagPresent( std::int64_t inTag ) const;
+    XVector<std::uint32_t> FindTagged( std::span<const std::int64_t> inTags ) const;
+    template<class TVisit>
+    void VisitSelected( const XJobSelector& inSelector, const TVisit& inVisit );
     void End( std::uint32_t inJobID, std::uint32_t inResultCode, std::unique_ptr<XNetJobResult> inResult );
     EndedJob Remove( Jobs::iterator inJob, std::uint32_t inResultCode );
     std::deque<EndedJob> Take( const XJobSelector& inSelector, bool inWithRunning );
     void TakenJobsHaveGone( USize inCount );
-    bool IsAnyRunning( const XJobSelector& inSelector ) const;
+    bool IsAnyRunning( const XJobSelector& inSelector );
 
     XNetJobQueue& itsQueue;
     const std::uint32_t itsQueueID = ++sLastQueueID;
@@ -167,6 +176,8 @@ private:
     mutable XMutex itsMutex; // guards the following; taken before the mutex of the session
     XConditionVariable itsHasChanged;
     Jobs itsJobs;
+    std::set<TaggedJob> itsTaggedJobs;      // all of them
+    std::array<USize, 3> itsCounts{};       // of the jobs by state
     std::deque<WaitingJob> itsUnsubmitted;  // in order; may contain jobs that are suspended, moved or gone
     std::set<std::uint32_t> itsStoppedJobs; // of those submitted, not yet reported as ended
     XEvents itsOutgoing;
@@ -395,8 +406,9 @@ void XNetJobQueue::XImp::HandleStart( std::uint32_t inJobID )
     if ( found == itsJobs.end() )
         return;
     // The suspension came too late. If the run has been lost meanwhile, the control service has the job suspended.
-    if ( std::exchange( found->second.state, ClientJob::kRunning ) == ClientJob::kSuspended )
+    if ( found->second.state == ClientJob::kSuspended )
         Post( XNetJobEvent::kResume, inJobID );
+    SetState( found->second, ClientJob::kRunning );
 }
 
 void XNetJobQueue::XImp::HandleProgress( const XNetJobEvent& inEvent )
@@ -473,6 +485,8 @@ EndedJob XNetJobQueue::XImp::Remove( Jobs::iterator inJob, std::uint32_t inResul
         itsSession.Wake(); // the window has room
     }
     EndedJob ended{ id, std::move( job.job ), inResultCode, job.progress != nullptr };
+    --itsCounts[job.state];
+    itsTaggedJobs.erase( { job.tag, id } );
     itsJobs.erase( inJob );
     itsHasChanged.Broadcast();
     return ended;
@@ -532,6 +546,9 @@ void XNetJobQueue::XImp::Attach( XNetJob* inJob, bool inIsSuspended )
     ClientJob& job = itsJobs[id];
     job.state = inIsSuspended ? ClientJob::kSuspended : ClientJob::kWaiting;
     job.job.reset( inJob );
+    job.tag = inJob->GetTag();
+    ++itsCounts[job.state];
+    itsTaggedJobs.emplace( job.tag, id );
     if ( !inIsSuspended )
         Append( id, job );
     itsSession.Wake();
@@ -547,14 +564,56 @@ void XNetJobQueue::XImp::Append( std::uint32_t inJobID, ClientJob& ioJob )
 bool XNetJobQueue::XImp::AttachIfTagNotPresent( XNetJob* inJob )
 {
     const XThreadLock lock( itsMutex );
-    const auto hasTag = [inJob]( const auto& inEntry ) {
-        return inEntry.second.job->GetTag() == inJob->GetTag() &&
-            inEntry.second.state != ClientJob::kSuspended;
-    };
-    if ( std::ranges::any_of( itsJobs, hasTag ) )
+    if ( IsTagPresent( inJob->GetTag() ) )
         return false;
     Attach( inJob, false );
     return true;
+}
+
+// ---- Selected jobs
+
+void XNetJobQueue::XImp::SetState( ClientJob& ioJob, ClientJob::State inState )
+{
+    --itsCounts[std::exchange( ioJob.state, inState )];
+    ++itsCounts[inState];
+}
+
+/// Whether a job with the tag waits or runs.
+bool XNetJobQueue::XImp::IsTagPresent( std::int64_t inTag ) const
+{
+    for ( auto job = itsTaggedJobs.lower_bound( { inTag, 0 } );
+          job != itsTaggedJobs.end() && job->first == inTag; ++job )
+        if ( itsJobs.at( job->second ).state != ClientJob::kSuspended )
+            return true;
+    return false;
+}
+
+/// The IDs of the jobs with these tags, in order.
+XVector<std::uint32_t> XNetJobQueue::XImp::FindTagged( std::span<const std::int64_t> inTags ) const
+{
+    const std::set<std::int64_t> tags( inTags.begin(), inTags.end() );
+    XVector<std::uint32_t> ids;
+    for ( const std::int64_t tag : tags )
+        for ( auto job = itsTaggedJobs.lower_bound( { tag, 0 } );
+              job != itsTaggedJobs.end() && job->first == tag; ++job )
+            ids.push_back( job->second );
+    std::ranges::sort( ids );
+    return ids;
+}
+
+/// Visits the selected jobs in the order of their IDs. The visit may remove the job.
+template<class TVisit>
+void XNetJobQueue::XImp::VisitSelected( const XJobSelector& inSelector, const TVisit& inVisit )
+{
+    if ( const std::span<const std::int64_t> tags = inSelector.GetTags(); !tags.empty() )
+    {
+        for ( const std::uint32_t id : FindTagged( tags ) )
+            inVisit( itsJobs.find( id ) );
+        return;
+    }
+    for ( auto next = itsJobs.begin(); next != itsJobs.end(); )
+        if ( const auto job = next++; inSelector.Selects( job->second.tag, job->second.job->GetGroup() ) )
+            inVisit( job );
 }
 
 /// Removes the selected jobs and has nodes stop them. They count until `TakenJobsHaveGone`.
@@ -562,19 +621,19 @@ std::deque<EndedJob> XNetJobQueue::XImp::Take( const XJobSelector& inSelector, b
 {
     const XThreadLock lock( itsMutex );
     std::deque<EndedJob> taken;
-    for ( auto entry = itsJobs.begin(); entry != itsJobs.end(); )
+    const auto take = [&]( Jobs::iterator inJob )
     {
-        const auto job = entry++;
-        const bool isRunning = job->second.state == ClientJob::kRunning;
-        if ( !inSelector.Selects( *job->second.job ) || ( isRunning && !inWithRunning ) )
-            continue;
-        if ( job->second.mayBeKnown )
+        const auto& [id, job] = *inJob;
+        if ( job.state == ClientJob::kRunning && !inWithRunning )
+            return;
+        if ( job.mayBeKnown )
         {
-            itsStoppedJobs.insert( job->first );
-            Post( XNetJobEvent::kStop, job->first );
+            itsStoppedJobs.insert( id );
+            Post( XNetJobEvent::kStop, id );
         }
-        taken.push_back( Remove( job, XJob::kStopped ) );
-    }
+        taken.push_back( Remove( inJob, XJob::kStopped ) );
+    };
+    VisitSelected( inSelector, take );
     itsTakenCount += taken.size();
     return taken;
 }
@@ -610,44 +669,49 @@ bool XNetJobQueue::XImp::DeleteJobs( const XJobSelector& inSelector, bool inWith
 void XNetJobQueue::XImp::Suspend( const XJobSelector& inSelector )
 {
     const XThreadLock lock( itsMutex );
-    for ( auto& [id, job] : itsJobs )
+    const auto suspend = [&]( Jobs::iterator inJob )
     {
-        if ( job.state != ClientJob::kWaiting || !inSelector.Selects( *job.job ) )
-            continue;
-        job.state = ClientJob::kSuspended;
-        XCallHook( [&job = job] { job.job->Suspended(); } );
+        ClientJob& job = inJob->second;
+        if ( job.state != ClientJob::kWaiting )
+            return;
+        SetState( job, ClientJob::kSuspended );
+        XCallHook( [&] { job.job->Suspended(); } );
         if ( !job.mayBeKnown )
-            continue;
+            return;
         job.wasSuspended = true;
-        Post( XNetJobEvent::kSuspend, id );
-    }
+        Post( XNetJobEvent::kSuspend, inJob->first );
+    };
+    VisitSelected( inSelector, suspend );
 }
 
 /// The control service resumes jobs that have been submitted.
 void XNetJobQueue::XImp::Resume( const XJobSelector& inSelector )
 {
     const XThreadLock lock( itsMutex );
-    for ( auto& [id, job] : itsJobs )
+    const auto resume = [&]( Jobs::iterator inJob )
     {
-        if ( job.state == ClientJob::kRunning || !inSelector.Selects( *job.job ) )
-            continue;
-        XCallHook( [&job = job] { job.job->Resumed(); } );
+        ClientJob& job = inJob->second;
+        if ( job.state == ClientJob::kRunning )
+            return;
+        XCallHook( [&] { job.job->Resumed(); } );
         if ( job.state == ClientJob::kWaiting )
-            continue;
-        job.state = ClientJob::kWaiting;
-        Append( id, job );
+            return;
+        SetState( job, ClientJob::kWaiting );
+        Append( inJob->first, job );
         if ( job.wasSuspended )
-            Post( XNetJobEvent::kResume, id );
-    }
+            Post( XNetJobEvent::kResume, inJob->first );
+    };
+    VisitSelected( inSelector, resume );
     itsSession.Wake();
 }
 
 void XNetJobQueue::XImp::PostToJobs( const XJobSelector& inSelector, const XMessage& inMessage )
 {
     const XThreadLock lock( itsMutex );
-    for ( const auto& [id, job] : itsJobs )
-        if ( inSelector.Selects( *job.job ) )
-            XSpeaker::PostXMessage( inMessage, *job.job, kWhenNextEvent );
+    VisitSelected(
+        inSelector,
+        [&]( Jobs::iterator inJob )
+        { XSpeaker::PostXMessage( inMessage, *inJob->second.job, kWhenNextEvent ); } );
 }
 
 // ---- Waiting and counts
@@ -669,11 +733,14 @@ void XNetJobQueue::XImp::WaitForWeightUnderCommit( double inCommit )
         itsHasChanged.Sleep( itsMutex, kNoTimeout, true );
 }
 
-bool XNetJobQueue::XImp::IsAnyRunning( const XJobSelector& inSelector ) const
+bool XNetJobQueue::XImp::IsAnyRunning( const XJobSelector& inSelector )
 {
-    const auto isRunning = [&]( const auto& inEntry )
-    { return inEntry.second.state == ClientJob::kRunning && inSelector.Selects( *inEntry.second.job ); };
-    return std::ranges::any_of( itsJobs, isRunning );
+    bool isAny = false;
+    if ( itsCounts[ClientJob::kRunning] > 0 )
+        VisitSelected(
+            inSelector,
+            [&]( Jobs::iterator inJob ) { isAny |= inJob->second.state == ClientJob::kRunning; } );
+    return isAny;
 }
 
 void XNetJobQueue::XImp::WaitForRunning( const XJobSelector& inSelector )
@@ -698,8 +765,7 @@ USize XNetJobQueue::XImp::GetJobCount() const
 USize XNetJobQueue::XImp::Count( ClientJob::State inState ) const
 {
     const XThreadLock lock( itsMutex );
-    return static_cast<USize>( std::ranges::count_if(
-        itsJobs, [&]( const auto& inEntry ) { return inEntry.second.state == inState; } ) );
+    return itsCounts[inState];
 }
 
 // ---- The interface
