@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 
-/// The amount of memory available to this process, in bytes.
+/// The amount of memory available to this process, and of that in use, in bytes.
 class KORVALE_API WMemoryLimits
 {
 public:
@@ -20,6 +20,9 @@ public:
 
     /// The smaller of the two.
     static std::uint64_t GetBytes();
+
+    /// The memory that this process occupies now, shared libraries included; 0 if the system does not tell.
+    static std::uint64_t GetProcessBytes();
 
     /// The smallest limit of a control group and its ancestors, in the file system of control groups mounted
     /// at `inRoot`. `inMembership` is a file with the format of `/proc/self/cgroup`. Supports both versions

@@ -176,6 +176,7 @@ def check_page(program, browser, folder, screenshot):
             for process in (node, other):
                 process.stdout.readline()
             joined = browser.wait(f"{names}.includes({json.dumps(NODE)})", "a joining node", APPEARS_WITHIN)
+            browser.wait("document.querySelector('#nodes').textContent.includes('MiB of ')", "memory")
             subprocess.run([*korvale, "sample", folder, "-q"], check=True)
             subprocess.run([*korvale, "measure", f"{folder}/sample.tif", "-o", f"{folder}/table", "-q", *options],
                            check=True, stdout=subprocess.DEVNULL)

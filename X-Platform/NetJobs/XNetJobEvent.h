@@ -23,7 +23,7 @@
 /// | kProgress | N S, S C | 0 | an XNetJobQueue::XJobProgressInfo as an object, in Intel order |
 /// | kPosition | S C | 0 | an XNetJobQueuePositionChangedMessage as an object, in Intel order |
 /// | kAcceptsNoJobs | N S | 0 | none |
-/// | kMemoryInUse, kMemoryBudget | N S | bytes of the memory manager of the node | none |
+/// | kMemoryInUse, kMemoryBudget | N S | bytes that the process of the node occupies; its memory manager may use | none |
 ///
 /// kHolds: the node waits with the job or runs it. kTaken: the client has the result, or the job is unknown; the node
 /// forgets it. kPosition, kAcceptsNoJobs and those of memory are about no job: their IDs of job queue and job are 0. To clients, kStarted and

@@ -10,6 +10,7 @@
 #include "Jobs/XJob.h"
 #include "Jobs/XJobQueue.h"
 #include "Jobs/XProgressChangedMessage.h"
+#include "Memory/WMemoryLimits.h"
 #include "Memory/XMemoryManager.h"
 #include "NetJobs/Internal/XJobEvents.h"
 #include "NetJobs/Internal/XNetJobScheduler.h"
@@ -326,20 +327,18 @@ XEvents XNetJobQueueNode::XImp::TakeEvents()
     return events;
 }
 
-/// The memory in use and its budget if they have changed.
+/// The memory of the process and the budget of its blocks if they have changed.
 void XNetJobQueueNode::XImp::AddMemory( XEvents& ioEvents )
 {
     itsMemoryTimer.Restart();
-    const XMemoryManager* const manager = XMemoryManager::GetManager();
-    if ( !manager )
-        return;
     const auto report = [&]( XNetJobEvent::XKind inKind, USize64 inBytes, USize64& ioReported )
     {
         if ( std::exchange( ioReported, inBytes ) != inBytes )
             ioEvents.push_back( { inKind, 0, 0, 0, inBytes } );
     };
-    report( XNetJobEvent::kMemoryInUse, manager->GetBytesInUse(), itsReportedMemory );
-    report( XNetJobEvent::kMemoryBudget, manager->GetBudget(), itsReportedBudget );
+    report( XNetJobEvent::kMemoryInUse, WMemoryLimits::GetProcessBytes(), itsReportedMemory );
+    if ( const XMemoryManager* const manager = XMemoryManager::GetManager() )
+        report( XNetJobEvent::kMemoryBudget, manager->GetBudget(), itsReportedBudget );
 }
 
 void XNetJobQueueNode::XImp::AddProgress( XEvents& ioEvents )

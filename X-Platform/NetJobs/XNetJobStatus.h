@@ -28,10 +28,9 @@ public:
     {
         std::uint32_t workers = 0;
         std::uint64_t startedJobs = 0;
-        std::uint64_t silentMS = 0; ///< since the last batch
-        std::uint64_t memoryInUse =
-            0; ///< of the node's memory manager, in bytes, as the node has reported it last
-        std::uint64_t memoryBudget = 0; ///< 0 for both: not reported yet
+        std::uint64_t silentMS = 0;     ///< since the last batch
+        std::uint64_t memoryInUse = 0;  ///< of the node's process, in bytes; 0 if not reported yet
+        std::uint64_t memoryBudget = 0; ///< of its memory manager, in bytes; 0 if not reported yet
         /// The started job that has run longest; all 0 if there is none.
         std::uint32_t currentClientID = 0;
         std::uint32_t currentJobID = 0;

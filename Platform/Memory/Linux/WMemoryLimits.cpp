@@ -38,6 +38,15 @@ std::uint64_t WMemoryLimits::GetMachineBytes()
         static_cast<std::uint64_t>( ::sysconf( _SC_PAGESIZE ) );
 }
 
+std::uint64_t WMemoryLimits::GetProcessBytes()
+{
+    std::ifstream file( "/proc/self/statm" ); // in pages: the address space, then what is in memory
+    std::uint64_t reserved = 0;
+    std::uint64_t resident = 0;
+    return file >> reserved >> resident ? resident * static_cast<std::uint64_t>( ::sysconf( _SC_PAGESIZE ) )
+                                        : 0;
+}
+
 std::uint64_t WMemoryLimits::GetContainerBytes()
 {
     return ReadControlGroups( "/sys/fs/cgroup", "/proc/self/cgroup" );

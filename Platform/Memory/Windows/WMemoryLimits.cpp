@@ -1,12 +1,22 @@
 #include "Memory/WMemoryLimits.h"
 
 #include <windows.h>
+// after windows.h
+#include <psapi.h>
 
 std::uint64_t WMemoryLimits::GetMachineBytes()
 {
     MEMORYSTATUSEX status = {};
     status.dwLength = sizeof( status );
     return ::GlobalMemoryStatusEx( &status ) ? status.ullTotalPhys : kUnlimited;
+}
+
+std::uint64_t WMemoryLimits::GetProcessBytes()
+{
+    PROCESS_MEMORY_COUNTERS counters = {};
+    return ::K32GetProcessMemoryInfo( ::GetCurrentProcess(), &counters, sizeof( counters ) )
+        ? counters.WorkingSetSize
+        : 0;
 }
 
 std::uint64_t WMemoryLimits::GetContainerBytes()

@@ -163,7 +163,7 @@ std::string DescribeLoad( const XNetJobStatus::XNode& inNode )
 
 std::string DescribeMemory( const XNetJobStatus::XNode& inNode )
 {
-    if ( inNode.memoryBudget == 0 )
+    if ( inNode.memoryInUse == 0 || inNode.memoryBudget == 0 )
         return "not reported";
     return XFormatByteCount( inNode.memoryInUse ) + " of " + XFormatByteCount( inNode.memoryBudget );
 }

@@ -63,9 +63,10 @@ void AddNodes( const XVector<XNetJobStatus::XNode>& inNodes, std::string& ioText
          &Node::assignedJobs );
     add( { "korvale_node_jobs_completed_total", "counter", "First results since the logon of the node." },
          &Node::completedJobs );
-    add( { "korvale_node_memory_bytes", "gauge", "Memory in use by the memory manager of the node." },
+    add( { "korvale_node_memory_bytes", "gauge", "Memory that the process of the node occupies." },
          &Node::memoryInUse );
-    add( { "korvale_node_memory_budget_bytes", "gauge", "Budget of that memory." }, &Node::memoryBudget );
+    add( { "korvale_node_memory_budget_bytes", "gauge", "Budget of the images and tables of the node." },
+         &Node::memoryBudget );
 }
 
 void AddClients( const XVector<XNetJobStatus::XClient>& inClients, std::string& ioText )
