@@ -43,7 +43,8 @@ public:
     std::uint32_t GetClientID() const { return itsClientID; }
     void SetClientID( std::uint32_t inClientID ) { itsClientID = inClientID; }
 
-    // ---- Shared data (XNetJobSharedData), transferred to the node before the job runs
+    // ---- Shared data (XNetJobSharedData) that the job uses. Only the registrations are stored: queues do not transfer
+    // the data, which a job must find by itself.
 
     void RegisterSharedData( std::uint32_t inDataID, std::uint32_t inPurpose );
     /// The IDs, in the order of registration.

@@ -2,7 +2,7 @@
 
 #include "Core/Storables/XStorable.h"
 
-/// Data needed by several jobs, sent to each node once. A derived class holds the data; it has its own class number, stores
+/// Data needed by several jobs. Queues do not transfer it. A derived class holds the data; it has its own class number, stores
 /// its fields after those of this class, and is registered on nodes and clients. A value.
 ///
 /// Errors: reading throws 1005, 1015, 1260.
