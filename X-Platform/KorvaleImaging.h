@@ -38,8 +38,10 @@
 #include "Imaging/Thresholds/XPixelMask.h"
 #include "Imaging/Writing/XSyntheticStack.h"
 #include "Imaging/Writing/XTIFFWriter.h"
+#include "Imaging/XImageFinder.h"
 #include "Imaging/XImageReader.h"
 #include "Imaging/XImageStructure.h"
+#include "Imaging/XPathGroups.h"
 
 // Figures
 #include "Plots/XHistogramPlot.h"

@@ -1,15 +1,23 @@
 #pragma once
 
-#include <filesystem>
-#include <vector>
+#include "WPlatform.h"
 
-/// Patterns of file names on the command line, on systems whose shell does not expand them.
-class WWildcards
+#include <filesystem>
+#include <string>
+
+/// Patterns of file names: `*` stands for any characters, `?` for one.
+/// Threads: any thread.
+class KORVALE_API WWildcards
 {
 public:
-    /// The files that a path matches. On Windows, if the last part of the path contains `*` (any characters)
-    /// or `?` (one character), these are the files of its folder with matching names, ignoring case, in the
-    /// order of their names; hidden files and folders are omitted, and there may be none. `*.*` means `*`.
-    /// Any other path, and every path on Linux, where the shell expands patterns, is returned unchanged.
-    static std::vector<std::filesystem::path> Expand( const std::filesystem::path& inPath );
+    /// True if the path has `*` or `?`.
+    static bool HasWildcards( const std::filesystem::path& inPath );
+
+    /// True if the whole name matches the pattern. Windows ignores case, and there `*.*` means `*`. On Linux `?` stands
+    /// for a character of UTF-8. Takes time in proportion to the product of both lengths at most.
+    static bool Matches( const std::filesystem::path& inName, const std::filesystem::path& inPattern );
+
+private:
+    /// The characters as they are compared.
+    static std::u32string GetComparable( const std::filesystem::path& inName );
 };

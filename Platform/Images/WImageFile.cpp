@@ -56,6 +56,11 @@ bool IsTIFF( std::string_view inSignature )
             return true;
     return false;
 }
+
+bool IsPNG( std::string_view inSignature )
+{
+    return inSignature.starts_with( "\x89PNG\r\n\x1A\n"sv );
+}
 } // namespace
 
 bool WImageFormat::HasSameLayout( const WImageFormat& inOther ) const
@@ -114,12 +119,25 @@ void WImagePage::CopyBlock( const Block& inBlock, std::optional<std::uint32_t> i
     }
 }
 
+bool WImageFile::MayBeImage( const std::filesystem::path& inPath )
+{
+    try
+    {
+        const auto signature = ReadSignature( inPath );
+        return IsTIFF( signature ) || IsPNG( signature );
+    }
+    catch ( ... ) // Opening it will tell why.
+    {
+        return true;
+    }
+}
+
 std::unique_ptr<WImageFile> WImageFile::Open( const std::filesystem::path& inPath )
 {
     const auto signature = ReadSignature( inPath );
     if ( IsTIFF( signature ) )
         return std::make_unique<WTIFFFile>( inPath );
-    if ( signature.starts_with( "\x89PNG\r\n\x1A\n"sv ) )
+    if ( IsPNG( signature ) )
         return OpenPNG( inPath );
     throw WImageError( "it is neither a TIFF nor a PNG file" );
 }

@@ -136,6 +136,9 @@ public:
     /// Opens a file; its first bytes determine the format.
     static std::unique_ptr<WImageFile> Open( const std::filesystem::path& inPath );
 
+    /// False if the file can be read and its first bytes are not those of an image. It may be damaged nevertheless.
+    static bool MayBeImage( const std::filesystem::path& inPath );
+
     virtual ~WImageFile() = default;
     WImageFile( const WImageFile& ) = delete;
     WImageFile& operator=( const WImageFile& ) = delete;

@@ -262,7 +262,6 @@ TEST_F( ProgramTest, TellsOfImagesItCannotRead )
     const auto missing = Name( "missing.png" );
     EXPECT_EQ( RunLine( "measure %", missing ), 1 );
     EXPECT_STARTS( itsError.str(), "korvale: " + missing + ": " );
-    EXPECT_EQ( RunLine( "measure @." ), 1 );
 
     itsFolder.Write( "text.png", "no image\n" );
     ExpectRefused( Name( "text.png" ), "it is neither a TIFF nor a PNG file" );

@@ -4,7 +4,6 @@
 #include "Imaging/XImageReader.h"
 #include "Jobs/XProgress.h"
 #include "Options/CommandLine.h"
-#include "Options/ImageNames.h"
 #include "Support/FilePaths.h"
 #include "Support/JSONText.h"
 #include "Terminal/ProgressDisplay.h"
@@ -21,6 +20,7 @@ struct ImageInfo
     std::string format;
     std::uint32_t skippedPages = 0;
     XImageStructure structure;
+    std::vector<std::pair<std::string, std::optional<std::string>>> groups = {}; // of the path
 };
 
 ImageInfo ReadInfo( const std::string& inPath )
@@ -117,6 +117,9 @@ void PrintText( const ImageInfo& inInfo, std::ostream& ioOut )
         ioOut << "  Files        " << structure.files.size() << '\n';
     if ( inInfo.skippedPages > 0 )
         ioOut << "  Left out     " << inInfo.skippedPages << " pages of reduced resolution or with a mask\n";
+    for ( const auto& [name, text] : inInfo.groups )
+        ioOut << "  Group        " << name << ": " << ( text ? MakeLine( *text ) : "not in the path" )
+              << '\n';
     for ( std::size_t i = 0; i < structure.series.size(); ++i )
     {
         const auto& series = structure.series[i];
@@ -162,12 +165,22 @@ std::string DescribeInJSON( const XImageSeries& inSeries )
         ", \"time_source\": " + SourceOrNull( inSeries.timeSource ) + " }";
 }
 
+std::string DescribeGroupsInJSON( const ImageInfo& inInfo )
+{
+    std::string text;
+    for ( const auto& [name, group] : inInfo.groups )
+        text += ( text.empty() ? ", \"groups\": { " : ", " ) + QuoteJSON( name ) + ": " +
+            ( group ? QuoteJSON( *group ) : "null" );
+    return text.empty() ? text : text + " }";
+}
+
 std::string DescribeInJSON( const ImageInfo& inInfo )
 {
     auto text = "{ \"image\": " + QuoteJSON( inInfo.path ) + ", \"format\": " + QuoteJSON( inInfo.format ) +
         ", \"source\": " + SourceOrNull( inInfo.structure.source ) +
         ", \"files\": " + std::to_string( inInfo.structure.files.size() ) +
-        ", \"skipped_pages\": " + std::to_string( inInfo.skippedPages ) + ",\n    \"series\": [";
+        ", \"skipped_pages\": " + std::to_string( inInfo.skippedPages ) + DescribeGroupsInJSON( inInfo ) +
+        ",\n    \"series\": [";
     for ( std::size_t i = 0; i < inInfo.structure.series.size(); ++i )
         text += ( i == 0 ? "\n      " : ",\n      " ) + DescribeInJSON( inInfo.structure.series[i] );
     return text + "\n    ] }";
@@ -176,19 +189,22 @@ std::string DescribeInJSON( const ImageInfo& inInfo )
 
 void InfoCommand::Declare( const CommandOptions& inOptions )
 {
-    inOptions.Explain( "Prints the series of each image with their sizes, sample type, channels, pixel\n"
-                       "size, slice spacing and times, and in parentheses where each value comes from:\n"
-                       "OME-XML, ImageJ, the array shape of tifffile, or the resolution of the pages.\n"
-                       "Samples are not read. Series, slices and time points count from 0.\n"
-                       "\n"
-                       "Examples\n"
-                       "  korvale info cells.ome.tif\n"
-                       "  korvale info *.tif --json\n"
-                       "\n"
-                       "Exit status: 0, 1 if an image cannot be read, 2 for wrong usage, 130 when\n"
-                       "interrupted." );
-    inOptions.Add( "IMAGE", itsImages, "Images to describe" ).Takes( "" ).Required();
-    inOptions.WhenParsed( [this] { itsImages = ExpandImageNames( itsImages ); } );
+    inOptions.Explain(
+        std::string( "Prints the series of each image with their sizes, sample type, channels, pixel\n"
+                     "size, slice spacing and times, and in parentheses where each value comes from:\n"
+                     "OME-XML, ImageJ, the array shape of tifffile, or the resolution of the pages.\n"
+                     "Samples are not read. Series, slices and time points count from 0.\n"
+                     "\n" ) +
+        ImageNames::kHelp +
+        "\n"
+        "Examples\n"
+        "  korvale info cells.ome.tif\n"
+        "  korvale info *.tif --json\n"
+        "  korvale info plates -r --group '(?<Well>[A-H]\\d\\d)_'\n"
+        "\n"
+        "Exit status: 0, 1 if an image cannot be read, 2 for wrong usage, 130 when\n"
+        "interrupted." );
+    itsImages.Declare( inOptions, "Images to describe" );
     inOptions.AddFlag( "--json", itsIsJSON, "Print JSON, an array with an object for each image" );
 }
 
@@ -197,14 +213,17 @@ int InfoCommand::Run( Session& ioSession )
 {
     if ( ioSession.isOutTerminal )
         ioSession.progress.Silence();
-    XProgress progress( itsImages.size(), XProgress::kProgressWork, kProgressDelayMS );
-    bool hasFailures = false;
+    const auto areFoldersRead = itsImages.Report( ioSession );
+    itsImages.CheckGroups( {}, ioSession );
+    XProgress progress( itsImages.Get().size(), XProgress::kProgressWork, kProgressDelayMS );
+    bool hasFailures = !areFoldersRead;
     std::string json;
-    for ( const auto& path : itsImages )
+    for ( const auto& path : itsImages.Get() )
     {
         const auto print = [&]
         {
-            const auto info = ReadInfo( path );
+            auto info = ReadInfo( path );
+            info.groups = itsImages.GetGroups( path );
             if ( itsIsJSON )
                 json += ( json.empty() ? "\n  " : ",\n  " ) + DescribeInJSON( info );
             else

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Commands/Command.h"
+#include "Options/ImageNames.h"
 
 #include <string>
 #include <vector>
@@ -12,10 +13,10 @@ public:
     const char* GetName() const override { return "info"; }
     const char* GetSummary() const override { return "Prints the structure of images."; }
     void Declare( const CommandOptions& inOptions ) override;
-    CommandFiles GetFiles() const override { return { itsImages, {} }; }
+    CommandFiles GetFiles() const override { return { itsImages.Get(), {} }; }
     int Run( Session& ioSession ) override;
 
 private:
-    std::vector<std::string> itsImages;
+    ImageNames itsImages;
     bool itsIsJSON = false;
 };

@@ -10,7 +10,6 @@
 #include "Measuring/MeasurementSummary.h"
 #include "NetJobs/XNetJobDeployment.h"
 #include "Options/CommandLine.h"
-#include "Options/ImageNames.h"
 #include "Options/MemoryBudget.h"
 #include "Options/OptionChecks.h"
 #include "Process/WInterrupt.h"
@@ -18,6 +17,7 @@
 #include "Support/InQuotes.h"
 #include "Support/NetworkPlace.h"
 #include "Support/WrongUsage.h"
+#include "Tables/ColumnNames.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
 
@@ -154,8 +154,7 @@ void ReportRepeatedImages( const std::vector<std::string>& inNames, Session& ioS
 void MeasureCommand::Declare( const CommandOptions& inOptions )
 {
     inOptions.Explain( MakeHelp() );
-    inOptions.Add( "IMAGE", itsImages, "Images to measure" ).Takes( "" ).Required();
-    inOptions.WhenParsed( [this] { itsImages = ExpandImageNames( itsImages ); } );
+    itsImages.Declare( inOptions, "Images to measure" );
     DeclareSegmentation( inOptions );
     itsReading.Declare( inOptions.Under( "Reading" ) );
     const auto background = inOptions.Under( "Background subtraction" );
@@ -251,9 +250,9 @@ void MeasureCommand::Check() const
         throw WrongUsage( "--max-pixels is less than --min-pixels" );
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
         throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
-    if ( !itsBackgroundFile.empty() && itsImages.size() > 1 )
+    if ( !itsBackgroundFile.empty() && itsImages.Get().size() > 1 )
         throw WrongUsage( "--save-background accepts only one image" );
-    if ( GetGiven() && itsImages.size() > 1 )
+    if ( GetGiven() && itsImages.Get().size() > 1 )
         throw WrongUsage(
             ( itsMask.empty() ? "--objects" : "--mask" ) + std::string( " accepts only one image" ) );
     if ( itsIsResumed && GetJournalName().empty() )
@@ -277,10 +276,12 @@ int MeasureCommand::Run( Session& ioSession )
     const MemoryBudget budget( XParseByteCount( itsMemory ) );
     // An output that cannot be written is reported before the images are measured.
     CheckOutputFiles( GetOutputNames() );
+    const auto areFoldersRead = itsImages.Report( ioSession );
+    itsImages.CheckGroups( GetColumnNames(), ioSession );
     std::unique_ptr<MeasureJournal> journal;
     if ( itsIsResumed && !Try( ioSession, GetJournalName(), [&] { journal = OpenJournal( ioSession ); } ) )
         return kFailure;
-    ReportRepeatedImages( itsImages, ioSession );
+    ReportRepeatedImages( itsImages.Get(), ioSession );
     auto overlays = MakeOverlayFiles( ioSession.GetLogName() );
     std::unique_ptr<NodeWorkers> nodes;
     if ( !itsControl.empty() && !Try( ioSession, itsControl, [&] { nodes = ConnectToNodes( ioSession ); } ) )
@@ -289,7 +290,9 @@ int MeasureCommand::Run( Session& ioSession )
         { itsReading.GetSettings(), GetSettings(), GetChannelNames(), GetBackgroundKind(),
           WorkerLimit( itsWorkers ), itsAreFilesShared, !itsBackgroundFile.empty(), GetGiven() },
         overlays ? &*overlays : nullptr, journal.get(), std::move( nodes ), ioSession );
-    auto measurements = measurer.Measure( itsImages );
+    auto measurements = measurer.Measure( itsImages.Get() );
+    for ( auto& measurement : measurements )
+        measurement.groups = itsImages.GetGroups( measurement.folder + "/" + measurement.name );
     // Nothing measured, nothing written: an older output stays.
     if ( measurements.empty() )
     {
@@ -306,7 +309,7 @@ int MeasureCommand::Run( Session& ioSession )
     ioSession.progress.Silence(); // What is printed now is short.
     if ( !itsIsQuiet )
         PrintSummary( measurements, std::move( table ), measurer.GetChannel(), ioSession.out );
-    return measurer.HasFailures() ? kFailure : kSuccess;
+    return measurer.HasFailures() || !areFoldersRead ? kFailure : kSuccess;
 }
 
 std::unique_ptr<NodeWorkers> MeasureCommand::ConnectToNodes( Session& ioSession ) const
@@ -339,9 +342,34 @@ std::optional<ImageMeasurer::GivenFile> MeasureCommand::GetGiven() const
     return std::nullopt;
 }
 
+/// The names that the columns of a table may have with these settings, those of groups left out, without their units.
+std::vector<std::string> MeasureCommand::GetColumnNames() const
+{
+    XPageMeasurement page;
+    page.channels = 1;
+    page.pixelWidth = page.pixelHeight = 1;
+    XImageMeasurement image{ "image", {} };
+    image.positions.push_back( { 1, 1, 1, 1, 0 } );
+    image.pages.push_back( std::move( page ) );
+    std::vector<XImageMeasurement> images;
+    for ( const auto* folder : { "/1", "/2" } )
+    {
+        images.push_back( image );
+        images.back().folder = folder;
+    }
+    const auto table = XMakeMeasurementTable( images, GetSettings() );
+    std::vector<std::string> names;
+    for ( std::uint32_t i = 0; i < table.GetNumColumns(); ++i )
+    {
+        const auto name = GetColumnName( table.GetColumn( i ) );
+        names.push_back( name.substr( 0, name.find( " (" ) ) );
+    }
+    return names;
+}
+
 std::vector<std::string> MeasureCommand::GetInputNames() const
 {
-    auto names = itsImages;
+    auto names = itsImages.Get();
     if ( const auto given = GetGiven() )
         names.push_back( given->path );
     return names;
@@ -410,7 +438,7 @@ std::optional<OverlayFiles> MeasureCommand::MakeOverlayFiles( const std::string&
     others.insert( others.end(), inputs.begin(), inputs.end() );
     if ( !inLog.empty() )
         others.push_back( inLog );
-    return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.size() > 1, others );
+    return std::optional<OverlayFiles>( std::in_place, itsOverlay, itsImages.Get().size() > 1, others );
 }
 
 XMeasureSettings MeasureCommand::GetSettings() const

@@ -8,6 +8,7 @@
 #include "Measuring/MeasureJournal.h"
 #include "Measuring/NodeWorkers.h"
 #include "Measuring/OverlayFiles.h"
+#include "Options/ImageNames.h"
 #include "Options/ProtectionOptions.h"
 #include "Options/ReadingOptions.h"
 #include "Options/SegmentationOptions.h"
@@ -30,7 +31,7 @@ public:
     int Run( Session& ioSession ) override;
 
 private:
-    std::vector<std::string> itsImages;
+    ImageNames itsImages;
     TableOutputs itsOutputs;
     SegmentationOptions itsSegmentation;
     std::uint32_t itsConnectivity = 8;
@@ -64,6 +65,7 @@ private:
     XBackgroundKind GetBackgroundKind() const;
     std::optional<ImageMeasurer::GivenFile> GetGiven() const;
     std::vector<std::string> GetInputNames() const;
+    std::vector<std::string> GetColumnNames() const;
     std::vector<std::string> GetOutputNames() const;
     std::string GetJournalName() const;
     JournalRecords::Conditions GetConditions() const;

@@ -108,6 +108,7 @@ struct OptionalColumns
     bool hasSeries = false;
     bool hasSlices = false;
     bool hasTimes = false;
+    std::vector<std::string> groups; // names, in UTF-8
 
     void AddPositions( const XImageMeasurement& inImage );
 };
@@ -125,6 +126,14 @@ void OptionalColumns::AddPositions( const XImageMeasurement& inImage )
         inImage.positions, []( const auto& inPosition ) { return !std::isnan( inPosition.seconds ); } );
     hasTimes |= hasTime && areSeveral( &XPagePosition::time );
 }
+
+/// The texts of an image, as a table has them.
+struct ImageTexts
+{
+    XString name;
+    XString folder;
+    std::vector<std::optional<XString>> groups;
+};
 
 /// A table that is being filled, with its columns at hand.
 class Filler
@@ -148,6 +157,7 @@ private:
     XPivotOtherRowRefColumn* itsParentID = nullptr;
     XPivotStringColumn* itsName;
     XPivotStringColumn* itsFolder = nullptr;
+    std::vector<XPivotStringColumn*> itsGroups;
     XPivotUInt32Column* itsSeries = nullptr;
     XPivotUInt32Column* itsTimepoint;
     XPivotFloatColumn* itsTime = nullptr;
@@ -177,9 +187,9 @@ private:
     {
         return Add( std::make_unique<TColumn>( kPivotUserDefined, inName, XString(), inUnits ) );
     }
-    void AddPage(
-        const XString& inName, const XString& inFolder, const XPagePosition& inPosition,
-        const XPageMeasurement& inPage );
+    void
+    AddPage( const ImageTexts& inTexts, const XPagePosition& inPosition, const XPageMeasurement& inPage );
+    void AddTexts( const ImageTexts& inTexts );
     void AddPosition( const XPagePosition& inPosition );
     void AddParent( const XPageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow );
     void AddShape( const XObjectShape& inShape, const XPageMeasurement& inPage );
@@ -198,6 +208,9 @@ Filler::Filler( std::uint32_t inChannels, const OptionalColumns& inOptional, XMe
     itsName = Add<XPivotStringColumn>( kPivotName );
     if ( inOptional.hasFolders )
         itsFolder = AddNamed<XPivotStringColumn>( "Folder" );
+    for ( const auto& group : inOptional.groups )
+        itsGroups.push_back( Add( std::make_unique<XPivotStringColumn>(
+            kPivotUserDefined, XPivotText::FromUTF8( group ), XString(), XString() ) ) );
     if ( inOptional.hasSeries )
         itsSeries = AddNamed<XPivotUInt32Column>( "Series" );
     itsTimepoint = Add<XPivotUInt32Column>( kPivotTimepoint );
@@ -219,14 +232,15 @@ Filler::Filler( std::uint32_t inChannels, const OptionalColumns& inOptional, XMe
 
 void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
 {
-    const XString name = XPivotText::FromFileName( ioImage.name ),
-                  folder = XPivotText::FromFileName( inFolder );
+    ImageTexts texts{ XPivotText::FromFileName( ioImage.name ), XPivotText::FromFileName( inFolder ), {} };
+    for ( const auto& [group, text] : ioImage.groups )
+        texts.groups.push_back( text ? std::optional( XPivotText::FromFileName( *text ) ) : std::nullopt );
     for ( std::size_t i = 0; i < ioImage.pages.size(); ++i )
     {
         auto& page = ioImage.pages[i];
         if ( itsMemory )
             itsMemory->BringBack( page );
-        AddPage( name, folder, GetPosition( ioImage, i ), page );
+        AddPage( texts, GetPosition( ioImage, i ), page );
         page.Release();
         if ( itsMemory )
             // Counted as the table grows, while the memory of the measurements is given back.
@@ -235,11 +249,22 @@ void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
     ++itsImageCount;
 }
 
-void Filler::AddPage(
-    const XString& inName, const XString& inFolder, const XPagePosition& inPosition,
-    const XPageMeasurement& inPage )
+void Filler::AddTexts( const ImageTexts& inTexts )
 {
-    const auto name = inName.GetStringView();
+    itsName->AppendValue( inTexts.name, true );
+    if ( itsFolder )
+        itsFolder->AppendValue( inTexts.folder, true );
+    for ( std::size_t i = 0; i < itsGroups.size(); ++i )
+    {
+        const auto hasText = i < inTexts.groups.size() && inTexts.groups[i];
+        itsGroups[i]->AppendValue( hasText ? *inTexts.groups[i] : XString(), hasText );
+    }
+}
+
+void Filler::AddPage(
+    const ImageTexts& inTexts, const XPagePosition& inPosition, const XPageMeasurement& inPage )
+{
+    const auto name = inTexts.name.GetStringView();
     const auto firstRow = itsID->GetColumnSize();
     const auto addRows = [&]( std::uint64_t inFirst, std::uint64_t inEnd )
     {
@@ -250,9 +275,7 @@ void Filler::AddPage(
             itsID->AppendValue(
                 XMakeObjectIdentity( name, itsImageCount, inPosition.number, inPage, i ), true );
             AddParent( inPage, i, firstRow );
-            itsName->AppendValue( inName, true );
-            if ( itsFolder )
-                itsFolder->AppendValue( inFolder, true );
+            AddTexts( inTexts );
             AddPosition( inPosition );
             AddShape( inPage.shapes[i], inPage );
         }
@@ -353,6 +376,9 @@ XPivotTable XMakeMeasurementTable(
     // Shown only if the names alone would not tell the images apart.
     const auto folders = GetDifferingFolders( ioImages );
     optional.hasFolders = HaveNamesInSeveralFolders( ioImages );
+    if ( !ioImages.empty() )
+        for ( const auto& [name, text] : ioImages.front().groups )
+            optional.groups.push_back( name );
     Filler filler( channels, optional, ioMemory );
     filler.ReserveRows( static_cast<std::uint32_t>( rows ) );
     for ( std::size_t i = 0; i < ioImages.size(); ++i )
