@@ -222,6 +222,13 @@ TEST( XNetJobSchedulerTest, StopsSuspendsAndResumes )
     fleet.scheduler.RemoveClient( 1 );
     EXPECT_EQ( fleet.Take( XNetJobScheduler::kStop, 2 ).size(), 2u );
     EXPECT_FALSE( fleet.End( 2, 1003 ) );
+
+    fleet.AddJobs( { 2000 } );
+    EXPECT_EQ( fleet.TakeAssigned( 2 ), XJobs{ 2000 } );
+    fleet.scheduler.SuspendJob( Fleet::MakeKey( 2000 ) );
+    fleet.Start( 2, 2000 ); // before the recall arrives
+    fleet.scheduler.RemoveNode( 2, true );
+    EXPECT_EQ( fleet.scheduler.CountJobs( 2 ).waiting, 1u );
 }
 
 TEST( XNetJobSchedulerTest, ANodeThatComesBackKeepsItsJobs )
