@@ -5,6 +5,7 @@ KORVALE_BUILD_PACKAGES=( g++ cmake ninja-build pkg-config zlib1g-dev libtiff-dev
 KORVALE_TEST_PACKAGES=( googletest git python3 python3-skimage python3-tifffile python3-numpy python3-pandas )
 KORVALE_WINDOWS_PACKAGES=( g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 )
 KORVALE_CHECK_PACKAGES=( clang libclang-rt-14-dev clang-format spin g++-aarch64-linux-gnu )
+KORVALE_BROWSER_PACKAGES=( chromium ) # 120 MB; some systems have no such package, and then its test is skipped
 KORVALE_BENCHMARK_PACKAGES=( libbenchmark-dev libsigc++-3.0-dev qt6-base-dev libboost-serialization-dev libtbb-dev
   protobuf-compiler libprotobuf-dev protobuf-compiler-grpc libgrpc++-dev capnproto libcapnp-dev libopencv-dev libabsl-dev
   libbotan-2-dev libzmq3-dev nginx-light python3-skimage python3-pandas )

@@ -139,6 +139,7 @@ step "packages"
 install_packages "${KORVALE_BUILD_PACKAGES[@]}" "${KORVALE_TEST_PACKAGES[@]}"
 if $all; then
   install_packages "${KORVALE_WINDOWS_PACKAGES[@]}" "${KORVALE_CHECK_PACKAGES[@]}"
+  install_packages "${KORVALE_BROWSER_PACKAGES[@]}" || echo "no Chromium: the status page is not tested in a browser"
 
   step "format and rooms"
   scripts/format.sh --check

@@ -113,6 +113,14 @@ TEST_F( StatusPageTest, EscapesAndShortensWhatPeersSend )
     EXPECT_CONTAINS( html, "d=\"M117 100V100H118V0H119V80H120\"" );
     EXPECT_EQ( html.find_first_of( "\r\n" ), std::string::npos );
     EXPECT_LT( html.size(), 10'000u );
+    XNetJobStatus ordered;
+    ordered.nodes.resize( 3 );
+    ordered.nodes[0].name = "node-10";
+    ordered.nodes[1].name = "node-2";
+    ordered.nodes[2].name = "node-1";
+    const std::string list = WriteStatusHTML( ordered );
+    EXPECT_LT( list.find( "node-1 " ), list.find( "node-2 " ) );
+    EXPECT_LT( list.find( "node-2 " ), list.find( "node-10 " ) );
     XNetJobStatus many;
     many.nodes.resize( 1201 );
     many.nodes.back().isConnected = false;

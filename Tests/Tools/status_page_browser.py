@@ -24,7 +24,7 @@ LIMIT = 60.0  # seconds, for steps without a promise
 APPEARS_WITHIN = 2.0
 ENDS_WITHIN = 1.0
 SKIPPED = 77
-NODE = "node <b>1</b> & \"2\""
+NODE = "node <b>1</b> & \"2\" with a long name " + 100 * "x"
 
 # Texts whose colour has too little contrast with what lies behind them: 4.5, or 3 where they are large.
 CONTRAST = """(() => {
@@ -143,7 +143,7 @@ def run(*arguments):
 
 
 def check_layout(browser):
-    for width in (360, 1920):
+    for width in (360, 810, 1920):
         browser.resize(width)
         used = browser.evaluate("document.documentElement.scrollWidth")
         check(used <= width, f"{used} pixels wide in a window of {width}")

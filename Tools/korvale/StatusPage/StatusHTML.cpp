@@ -112,24 +112,36 @@ std::string DescribeState( const XNetJobStatus::XPeer& inPeer )
                               : "<span class=\"bad\">disconnected</span>";
 }
 
-/// Those to show: disconnected ones first, then by name.
+/// Those to show: disconnected ones first, then in the natural order of their names, in which a '-' before a number is no
+/// sign: "node-2" comes before "node-10".
 template<class TPeer>
 std::vector<const TPeer*> Choose( const XVector<TPeer>& inPeers )
 {
-    std::vector<const TPeer*> chosen;
-    for ( const TPeer& peer : inPeers )
-        chosen.push_back( &peer );
-    const auto isBefore = []( const TPeer* inFirst, const TPeer* inSecond )
+    struct Place
     {
-        if ( inFirst->isConnected != inSecond->isConnected )
-            return inSecond->isConnected;
-        if ( inFirst->name < inSecond->name || inSecond->name < inFirst->name )
-            return inFirst->name < inSecond->name;
-        return inFirst->id < inSecond->id;
+        const TPeer* peer;
+        XString key;
     };
-    const auto end = chosen.begin() + static_cast<std::ptrdiff_t>( std::min( chosen.size(), kMostShown ) );
-    std::partial_sort( chosen.begin(), end, chosen.end(), isBefore );
-    chosen.erase( end, chosen.end() );
+    std::vector<Place> places;
+    for ( const TPeer& peer : inPeers )
+    {
+        std::string key( peer.name.GetStringView() );
+        std::ranges::replace( key, '-', '_' );
+        places.push_back( { &peer, XString( key ) } );
+    }
+    const auto isBefore = []( const Place& inFirst, const Place& inSecond )
+    {
+        if ( inFirst.peer->isConnected != inSecond.peer->isConnected )
+            return inSecond.peer->isConnected;
+        if ( inFirst.key < inSecond.key || inSecond.key < inFirst.key )
+            return inFirst.key < inSecond.key;
+        return inFirst.peer->id < inSecond.peer->id;
+    };
+    const auto end = places.begin() + static_cast<std::ptrdiff_t>( std::min( places.size(), kMostShown ) );
+    std::partial_sort( places.begin(), end, places.end(), isBefore );
+    std::vector<const TPeer*> chosen;
+    for ( auto place = places.begin(); place != end; ++place )
+        chosen.push_back( place->peer );
     return chosen;
 }
 
