@@ -17,7 +17,7 @@ struct ImageNamesTest : ProgramRun
         for ( const auto* name :
               { "data/t10.png", "data/t2.png", "data/b/x.png", "data/a/x.png", "data/a/deep/x.png",
                 "data/\u03A9 \u7D30\u80DE.png", "data/.t1.png", "data/.hidden/x.png", "empty/[1].png" } )
-            std::ofstream( itsFolder / PathFromUTF8( name ), std::ios::binary ) << FromHex( kGrey8 );
+            std::ofstream( PathFromUTF8( Name( "" ) + name ), std::ios::binary ) << FromHex( kGrey8 );
         itsFolder.Write( "data/notes.txt", "no image" );
         itsFolder.Write( "data/a/empty.tif", "" );
     }
