@@ -30,8 +30,7 @@ public:
     std::uint64_t GetSum( XTimeMS inNow ) const
     {
         std::uint64_t sum = 0;
-        for ( const std::uint64_t count : GetCounts( inNow ) )
-            sum += count;
+        ForEach( inNow, [&]( std::uint64_t inCount ) { sum += inCount; } );
         return sum;
     }
 
@@ -39,16 +38,22 @@ public:
     XVector<std::uint64_t> GetCounts( XTimeMS inNow ) const
     {
         XVector<std::uint64_t> counts;
-        if ( itsTotal == 0 )
-            return counts;
-        const XTimeMS now = inNow / itsPeriodMS;
-        const XTimeMS oldest = now + 1 - std::min<XTimeMS>( now + 1, itsCounts.size() );
-        for ( XTimeMS period = std::max( oldest, itsFirst ); period <= now; ++period )
-            counts.push_back( period <= itsLast ? itsCounts[period % itsCounts.size()] : 0 );
+        ForEach( inNow, [&]( std::uint64_t inCount ) { counts.push_back( inCount ); } );
         return counts;
     }
 
 private:
+    template<class TVisit>
+    void ForEach( XTimeMS inNow, const TVisit& inVisit ) const
+    {
+        if ( itsTotal == 0 )
+            return;
+        const XTimeMS now = inNow / itsPeriodMS;
+        const XTimeMS oldest = now + 1 - std::min<XTimeMS>( now + 1, itsCounts.size() );
+        for ( XTimeMS period = std::max( oldest, itsFirst ); period <= now; ++period )
+            inVisit( period <= itsLast ? itsCounts[period % itsCounts.size()] : 0 );
+    }
+
     std::uint64_t& GetPlace( XTimeMS inPeriod ) { return itsCounts[inPeriod % itsCounts.size()]; }
 
     XTimeMS itsPeriodMS;
