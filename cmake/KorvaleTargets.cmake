@@ -37,13 +37,23 @@ function( korvale_precompile target )
 endfunction()
 set( KORVALE_COMMON_HEADERS <algorithm> <atomic> <functional> <map> <memory> <mutex> <string> <unordered_map> <vector> )
 
-# korvale_batch( TARGET ): compiles several sources of a target at a time, so that what they include is compiled once. Names
-# in unnamed namespaces are unique in the target for that reason. A compiler launcher caches single sources better.
-function( korvale_batch target )
-  if( KORVALE_BATCH_SIZE GREATER 1 AND NOT CMAKE_CXX_COMPILER_LAUNCHER )
-    set_target_properties( ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${KORVALE_BATCH_SIZE} )
+# korvale_batch( TARGET SIZE ): compiles several sources of a target at a time, so that what they include is compiled once.
+# Names in unnamed namespaces are unique in the target for that reason. A compiler launcher caches single sources better.
+function( korvale_batch target size )
+  if( size GREATER 1 AND NOT CMAKE_CXX_COMPILER_LAUNCHER )
+    set_target_properties( ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${size} )
     # GCC takes sources that a batch includes for headers, where unnamed namespaces are a fault.
     target_compile_options( ${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
+  endif()
+endfunction()
+
+# korvale_vectorise( TARGET FILE... ): sources with loops over all samples, which the compiler is to turn into vector
+# instructions. GCC crashes on headers that were precompiled with less optimisation than -O2.
+function( korvale_vectorise target )
+  set_source_files_properties( ${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
+    COMPILE_OPTIONS "$<$<CONFIG:Release>:-O3>;-ffp-contract=off" )
+  if( CMAKE_CXX_FLAGS_RELEASE MATCHES "-O1" )
+    set_source_files_properties( ${ARGN} TARGET_DIRECTORY ${target} PROPERTIES SKIP_PRECOMPILE_HEADERS ON )
   endif()
 endfunction()
 
@@ -61,7 +71,7 @@ function( korvale_library name )
   target_compile_definitions( ${target} PRIVATE KORVALE_BUILDING_${upper} )
   target_link_libraries( ${target} PRIVATE $<BUILD_INTERFACE:KorvaleSettings> )
   korvale_precompile( ${target} ${KORVALE_COMMON_HEADERS} )
-  korvale_batch( ${target} )
+  korvale_batch( ${target} ${KORVALE_BATCH_SIZE} )
   if( NOT WIN32 )
     # Nobody replaces our functions from outside, so they may call and inline one another directly.
     target_compile_options( ${target} PRIVATE -fno-semantic-interposition )
