@@ -395,10 +395,8 @@ void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
         };
         const auto complete = [&page, isOnNode]( std::uint32_t )
         {
-            if ( *isOnNode )
-                return; // The page may be gone already.
-            page.samples.Drop();
-            page.isDone = true;
+            if ( !*isOnNode ) // else the page may be gone already
+                page.End();
         };
         // After the last page the image may be gone.
         Submit( { ioImage.measurement.name, number, run, complete }, page, number + 1, ioProgress );
@@ -423,8 +421,7 @@ void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
     const auto completed = [&, this]( MeasurePageJob& ioJob, std::uint32_t inResultCode )
     {
         itsTask.TakeResult( ioPage, ioJob, inResultCode );
-        ioPage.samples.Drop();
-        ioPage.isDone = true;
+        ioPage.End();
     };
     itsPipeline.GetNodes()->Submit( request, ioImage.file ? nullptr : &ioPage.samples, itsMemory, completed );
 }
@@ -517,10 +514,8 @@ void ImageMeasurer::MeasureLoadedPages( Image& ioImage, XProgress& ioProgress )
         };
         const auto complete = [&page, isOnNode]( std::uint32_t )
         {
-            if ( *isOnNode )
-                return; // The page may be gone already.
-            page.samples.Drop();
-            page.isDone = true;
+            if ( !*isOnNode ) // else the page may be gone already
+                page.End();
         };
         const auto submitted = 2 * USize{ pageCount } - number;
         Submit( { ioImage.measurement.name, number, run, complete }, page, submitted, ioProgress );

@@ -37,4 +37,11 @@ struct PageRecord
     double ignoredPixelSize = 0; ///< XImageReader::GetIgnoredPixelSize, if another process read the file
     std::optional<Failure> failure;
     std::atomic<bool> isDone = false;
+
+    /// Publishes the results. The page may be gone afterwards.
+    void End()
+    {
+        samples.Drop();
+        isDone = true;
+    }
 };
