@@ -6,7 +6,7 @@ namespace
 {
 const XVersion kBase( 61000, 2 );
 const XVersion kMiddle( 61001, 0 );
-const XVersion kLeaf( 61002, 0 );
+const XVersion kLeaf( 61002, 3 );
 const XVersion kAlias( 61003, 0 );
 const XVersion kAliasOfAlias( 61004, 0 );
 

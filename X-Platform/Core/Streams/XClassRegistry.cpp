@@ -231,8 +231,11 @@ XVector<XVersion> XClassRegistry::GetDerivedClasses( const XVersion& inClass, bo
     {
         const bool isDerived =
             inRecursive ? HasLink( tables.inheritanceMap, key, inClass ) : KeyOf( super ) == KeyOf( inClass );
-        if ( isDerived && key != KeyOf( inClass ) )
-            derived.push_back( key );
+        if ( !isDerived || key == KeyOf( inClass ) )
+            continue;
+        // A node tells with it which revisions it reads.
+        const auto* const registration = FindRegistration( key );
+        derived.push_back( registration ? registration->version : key );
     }
     return derived;
 }
