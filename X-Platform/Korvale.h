@@ -58,6 +58,10 @@
 #include "Core/Times/XTimePeriod.h"
 #include "Core/Times/XTimer.h"
 
+// Compression
+#include "Compression/XLZOCompressor.h"
+#include "Compression/XZlibCompressor.h"
+
 // Threads
 #include "Threads/Waiting/WEvent.h"
 #include "Threads/Waiting/WSemaphore.h"

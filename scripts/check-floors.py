@@ -19,7 +19,7 @@ ROOMS = [
     "X-Platform/Threads/Waiting",
     "Platform/Threads", "Platform/Sockets", "Platform/Process", "Platform/Images", "Platform/Drawing",
     "X-Platform/Core/Storables", "X-Platform/Core/Strings", "X-Platform/Core/Errors", "X-Platform/Core/Identifiers",
-    "X-Platform/Core/Streams", "X-Platform/Core/Times",
+    "X-Platform/Core/Streams", "X-Platform/Core/Times", "X-Platform/Compression",
     "X-Platform/Threads", "X-Platform/Services", "X-Platform/Messaging", "X-Platform/Jobs", "X-Platform/Memory",
     "X-Platform/Pivot/Rows", "X-Platform/Pivot/Columns", "X-Platform/Pivot/Accumulators", "X-Platform/Pivot/Tables",
     "X-Platform/Pivot",

@@ -1,6 +1,6 @@
 # Debian packages, named in this one place. Source this file, then: install_packages "${KORVALE_BUILD_PACKAGES[@]}" ...
 
-KORVALE_BUILD_PACKAGES=( g++ cmake ninja-build pkg-config zlib1g-dev libtiff-dev libpng-dev libtinyxml2-dev libcairo2-dev libre2-dev libcli11-dev
+KORVALE_BUILD_PACKAGES=( g++ cmake ninja-build pkg-config zlib1g-dev liblzo2-dev libtiff-dev libpng-dev libtinyxml2-dev libcairo2-dev libre2-dev libcli11-dev
   libbackward-cpp-dev libdw-dev libboost-dev libcurl4-openssl-dev libssl-dev )
 KORVALE_TEST_PACKAGES=( googletest git python3 python3-skimage python3-tifffile python3-numpy python3-pandas )
 KORVALE_WINDOWS_PACKAGES=( g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 )

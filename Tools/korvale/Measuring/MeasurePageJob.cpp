@@ -18,6 +18,9 @@ namespace
 {
 constexpr std::uint64_t kMeasureSteps = 2;
 
+/// The first revision of the job whose samples are compressed.
+constexpr std::uint32_t kPackedRevision = 1;
+
 /// The page memory of a node. Never destroyed, because workers may use it until the process ends.
 XPageMemory& GetNodeMemory()
 {
@@ -141,7 +144,7 @@ void MeasurePageJob::Register()
 
 XVersion MeasurePageJob::GetClassVersion()
 {
-    return XVersion( kClassMeasurePageJob );
+    return XVersion( kClassMeasurePageJob, kPackedRevision );
 }
 
 XVersion MeasurePageJob::GetSuperClassVersion()
@@ -183,7 +186,7 @@ void MeasurePageJob::ReadStream2( XStream& inStream, XOptions inOptions )
 {
     using namespace MeasurementStream;
     XNetJob::ReadStream2( inStream, inOptions );
-    ReadCheckedVersion( inStream, GetClassVersion() );
+    const XVersion version = ReadCheckedVersion( inStream, GetClassVersion() );
     itsRequest.image = ReadText( inStream );
     itsRequest.page = inStream.Read32();
     itsRequest.settings = ReadSettings( inStream );
@@ -199,7 +202,7 @@ void MeasurePageJob::ReadStream2( XStream& inStream, XOptions inOptions )
         return;
     }
     const auto allocate = []( std::uint64_t inBytes ) { return GetNodeMemory().Allocate( inBytes ); };
-    itsPage = ReadPage( inStream, allocate );
+    itsPage = ReadPage( inStream, allocate, version.GetClassRevision() >= kPackedRevision );
 }
 
 /// A failure of the page is a result: the job has not failed.

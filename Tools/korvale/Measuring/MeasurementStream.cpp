@@ -1,6 +1,7 @@
 #include "Measuring/MeasurementStream.h"
 
-#include "Core/Streams/XStream.h"
+#include "Compression/XLZOCompressor.h"
+#include "Core/Streams/XMemStream.h"
 #include "Ground/XErrorNumbers.h"
 #include "Ground/XFail.h"
 
@@ -358,6 +359,91 @@ XImageReadSettings MeasurementStream::ReadReadSettings( XStream& ioStream )
 
 // ---- Pages
 
+namespace
+{
+/// Compressed at a time, so that little memory is needed beside the page.
+constexpr std::uint64_t kSamplesAtOnce = 128 * 1024;
+
+/// Puts bytes of equal significance side by side: the upper bytes of neighbouring samples are often equal. Samples have a
+/// size of 1, 2 or 4 bytes.
+std::vector<std::uint8_t> SortBytes( const XMemStream& inSamples, std::size_t inSampleSize )
+{
+    const auto* const bytes = inSamples.GetData();
+    std::vector<std::uint8_t> sorted( inSamples.GetLength() );
+    const std::size_t count = sorted.size() / inSampleSize;
+    for ( std::size_t byte = 0; byte < inSampleSize; ++byte )
+        for ( std::size_t i = 0; i < count; ++i )
+            sorted[byte * count + i] = bytes[i * inSampleSize + byte];
+    return sorted;
+}
+
+/// The inverse of SortBytes.
+std::vector<std::uint8_t> MixBytes( const std::vector<std::uint8_t>& inSorted, std::size_t inSampleSize )
+{
+    std::vector<std::uint8_t> bytes( inSorted.size() );
+    const std::size_t count = bytes.size() / inSampleSize;
+    for ( std::size_t byte = 0; byte < inSampleSize; ++byte )
+        for ( std::size_t i = 0; i < count; ++i )
+            bytes[i * inSampleSize + byte] = inSorted[byte * count + i];
+    return bytes;
+}
+
+/// Calls `inFunction( samples, count )` for successive parts of a page.
+template<class TFunction>
+void ForEachPart( const WImagePage& inPage, const TFunction& inFunction )
+{
+    const std::uint64_t count = inPage.GetSampleCount();
+    std::byte* const bytes = inPage.samples.get();
+    for ( std::uint64_t first = 0; first < count; first += kSamplesAtOnce )
+        inFunction( bytes + first * inPage.GetSampleSize(), std::min( kSamplesAtOnce, count - first ) );
+}
+
+/// A part is stored as it is if compression saves less than a tenth.
+void WriteSamples( XStream& ioStream, const WImagePage& inPage )
+{
+    const XLZOCompressor compressor;
+    const auto size = inPage.GetSampleSize();
+    const auto write = [&]( const std::byte* inSamples, std::uint64_t inCount )
+    {
+        XMemStream plain;
+        plain.SetByteOrder( kIntelOrder );
+        plain.WriteElements( inSamples, inCount, size );
+        const auto packed = compressor.Compress( SortBytes( plain, size ) );
+        const bool isPacked = packed.size() <= plain.GetLength() / 10 * 9;
+        ioStream.Write32( isPacked ? static_cast<std::uint32_t>( packed.size() ) : 0 );
+        if ( isPacked )
+            ioStream.WriteBuffer8( packed.data(), packed.size() );
+        else
+            ioStream.WriteBuffer8( plain.GetData(), plain.GetLength() );
+    };
+    ForEachPart( inPage, write );
+}
+
+void ReadSamples( XStream& ioStream, const WImagePage& ioPage )
+{
+    const XLZOCompressor compressor;
+    const auto size = ioPage.GetSampleSize();
+    const auto read = [&]( std::byte* outSamples, std::uint64_t inCount )
+    {
+        std::vector<std::uint8_t> bytes( inCount * size );
+        if ( const std::uint32_t packedSize = ioStream.Read32(); packedSize > 0 )
+        {
+            RequireStored( packedSize < bytes.size() );
+            std::vector<std::uint8_t> packed( packedSize );
+            ioStream.ReadBuffer8( packed.data(), packed.size() );
+            compressor.Decompress( packed, bytes );
+            bytes = MixBytes( bytes, size );
+        }
+        else
+            ioStream.ReadBuffer8( bytes.data(), bytes.size() );
+        XMemStream plain( bytes.data(), bytes.size() );
+        plain.SetByteOrder( kIntelOrder );
+        plain.ReadElements( outSamples, inCount, size );
+    };
+    ForEachPart( ioPage, read );
+}
+} // namespace
+
 void MeasurementStream::WritePage( XStream& ioStream, const WImagePage& inPage )
 {
     ioStream.Write32( inPage.width );
@@ -366,10 +452,11 @@ void MeasurementStream::WritePage( XStream& ioStream, const WImagePage& inPage )
     ioStream.Write8( static_cast<std::uint8_t>( inPage.type ) );
     ioStream.WriteFloat64S( inPage.pixelWidth );
     ioStream.WriteFloat64S( inPage.pixelHeight );
-    ioStream.WriteElements( inPage.samples.get(), inPage.GetSampleCount(), inPage.GetSampleSize() );
+    WriteSamples( ioStream, inPage );
 }
 
-WImagePage MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::Allocator& inAllocator )
+WImagePage
+MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::Allocator& inAllocator, bool inIsPacked )
 {
     WImagePage page;
     page.width = ioStream.Read32();
@@ -383,9 +470,13 @@ WImagePage MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::All
     page.type = static_cast<WImagePage::SampleType>( type );
     page.pixelWidth = ioStream.ReadFloat64S();
     page.pixelHeight = ioStream.ReadFloat64S();
-    ioStream.CheckRemaining( page.height, page.GetRowSize() );
+    const auto most = inIsPacked ? XLZOCompressor::kMostRatio : 1;
+    ioStream.CheckRemaining( page.GetByteCount() / most, 1 );
     page.Allocate( page.GetByteCount(), inAllocator );
-    ioStream.ReadElements( page.samples.get(), page.GetSampleCount(), page.GetSampleSize() );
+    if ( inIsPacked )
+        ReadSamples( ioStream, page );
+    else
+        ioStream.ReadElements( page.samples.get(), page.GetSampleCount(), page.GetSampleSize() );
     return page;
 }
 

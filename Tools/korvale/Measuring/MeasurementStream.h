@@ -24,8 +24,9 @@ void WriteReadSettings( XStream& ioStream, const XImageReadSettings& inSettings 
 XImageReadSettings ReadReadSettings( XStream& ioStream );
 
 void WritePage( XStream& ioStream, const WImagePage& inPage );
-/// Allocates the samples when the stream has that many bytes.
-WImagePage ReadPage( XStream& ioStream, const WImagePage::Allocator& inAllocator );
+/// Allocates the samples if the bytes of the stream can result in as many. `inIsPacked` is false for pages of an older
+/// format, whose samples were never compressed.
+WImagePage ReadPage( XStream& ioStream, const WImagePage::Allocator& inAllocator, bool inIsPacked = true );
 
 /// The measurement must not have been released.
 void WriteMeasurement( XStream& ioStream, const XPageMeasurement& inMeasurement );
