@@ -39,7 +39,7 @@ WITHOUT_TWINS = {"WCanvas", "WConnection", "WDeflateUnpacker", "WImageFile", "WL
                  "WTIFFUnpacker", "WThreadBody", "WThreadManager", "WPendingFiles"}
 
 # Files of tests that belong to several classes alike, or to none.
-TESTS_OF_SEVERAL = {"ClusterCommandsTest", "DamagedPageTest", "EventLoopsTest", "NetJobRecordsTest", "SystemHeadersFirstTest", "SystemHeadersLastTest"}
+TESTS_OF_SEVERAL = {"ClusterCommandsTest", "EventLoopsTest", "NetJobRecordsTest", "SystemHeadersFirstTest", "SystemHeadersLastTest"}
 
 
 def room_of(path: pathlib.Path) -> str:

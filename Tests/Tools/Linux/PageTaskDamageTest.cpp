@@ -14,7 +14,7 @@ namespace
 constexpr std::uint32_t kPageWidth = 64, kPageHeight = 64;
 constexpr std::uint64_t kPageBytes = 2 * kPageWidth * kPageHeight;
 
-struct DamagedPageTest : ProgramRun
+struct PageTaskDamageTest : ProgramRun
 {
     TestManager itsManager;
     std::atomic<int> itsViews = 0; ///< Of files, since they are damaged.
@@ -52,7 +52,7 @@ struct DamagedPageTest : ProgramRun
 };
 } // namespace
 
-TEST_F( DamagedPageTest, IsReportedInsteadOfMeasured )
+TEST_F( PageTaskDamageTest, IsReportedInsteadOfMeasured )
 {
     const auto stack = WriteNoise( "stack.tif", 12 );
     for ( const bool drawsOverlays : { false, true } )
@@ -69,7 +69,7 @@ TEST_F( DamagedPageTest, IsReportedInsteadOfMeasured )
     }
 }
 
-TEST_F( DamagedPageTest, IsMeasuredAgainWhenTheRunContinues )
+TEST_F( PageTaskDamageTest, IsMeasuredAgainWhenTheRunContinues )
 {
     const auto stack = WriteNoise( "stack.tif", 12 );
     const std::string line =
@@ -84,7 +84,7 @@ TEST_F( DamagedPageTest, IsMeasuredAgainWhenTheRunContinues )
     EXPECT_TRUE( itsFolder.Read( "t" ) == expected );
 }
 
-TEST_F( DamagedPageTest, IsNoPartOfABackground )
+TEST_F( PageTaskDamageTest, IsNoPartOfABackground )
 {
     XImageReader readers( PathFromUTF8( WriteNoise( "stack.tif", 2 ) ) );
     XPageMemory memory;
@@ -105,7 +105,7 @@ TEST_F( DamagedPageTest, IsNoPartOfABackground )
     }
 }
 
-TEST_F( DamagedPageTest, AndItsOverlayIsNotDrawn )
+TEST_F( PageTaskDamageTest, AndItsOverlayIsNotDrawn )
 {
     XPageMemory memory;
     XOverlaySketch sketch;
