@@ -25,7 +25,7 @@ def measure(program, pages, side, options, rounds):
     with tempfile.TemporaryDirectory(prefix="korvale-journal-") as name:
         folder = pathlib.Path(name)
         subprocess.run([program, "--log", "/dev/null", "sample", "stack", "--planes", str(pages), "--width", str(side),
-                        "--height", str(side), "--objects", "20", "-q"], cwd=folder, check=True)
+                        "--height", str(side), "--objects", str(max(side // 32, 1)), "-q"], cwd=folder, check=True)
         times = []
         for _ in range(rounds):
             without = seconds_of(program, folder, ["-o", "t", *options, "--csv", "/dev/full"], 1)
