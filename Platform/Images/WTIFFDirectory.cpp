@@ -6,19 +6,20 @@
 #include <bit>
 
 // An entry has a tag, a type, a count and four bytes (eight in BigTIFF), which are the values if they fit and
-// otherwise the offset of the values. Small values are kept with the entry; others are read when they are
-// asked for, and no more of them than the caller wants. Types that are unknown are kept as entries, since a
+// otherwise the offset of the values. A directory is read in one piece with what follows it, where most
+// writers put its values; other values are read when they are asked for, and no more of them than the caller
+// wants. Opening thousands of files consists of little else than these reads. Types that are unknown are kept as entries, since a
 // tag that nobody asks for does no harm; numbers are taken from entries of any integer type, because writers
 // disagree.
 
 namespace
 {
-/// Exactly the bytes of that place; WImageError when the file has not got them.
-std::string ReadBytes( const WFile& inFile, std::uint64_t inPosition, std::uint64_t inCount )
+/// Exactly the bytes of that place; WImageError when the file, of that size, has not got them.
+std::string
+ReadFile( const WFile& inFile, std::uint64_t inFileSize, std::uint64_t inPosition, std::uint64_t inCount )
 {
-    const auto size = inFile.GetSize();
     // In this form neither sum nor difference can overflow.
-    if ( inPosition > size || inCount > size - inPosition )
+    if ( inPosition > inFileSize || inCount > inFileSize - inPosition )
         throw WImageError(
             "it is cut off: " + std::to_string( inCount ) + " bytes are missing at offset " +
             std::to_string( inPosition ) );
@@ -51,72 +52,89 @@ std::uint64_t GetTypeSize( std::uint16_t inType )
 
 constexpr std::uint16_t kByte = 1, kASCII = 2, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7,
                         kLong8 = 16, kOffset8 = 18;
+constexpr std::uint64_t kReadAhead = 2048;    // Bytes of a directory and the values behind it.
 constexpr std::uint64_t kMostEntries = 65536; // Each has a 16-bit number of its own.
 } // namespace
 
 WTIFFHeader WTIFFHeader::Read( const WFile& inFile )
 {
-    const auto start = ReadBytes( inFile, 0, 8 );
+    const auto size = inFile.GetSize();
+    const auto start = ReadFile( inFile, size, 0, 8 );
     WTIFFHeader header;
     header.isSwapped = ( start[0] == 'M' ) == ( std::endian::native == std::endian::little );
     header.isBig = GetNumber( start, 2, 2, header.isSwapped ) == 43;
     const auto offsetSize = header.isBig ? GetNumber( start, 4, 2, header.isSwapped ) : 8;
     if ( offsetSize != 8 )
         throw WImageError( "its offsets have " + std::to_string( offsetSize ) + " bytes (expected 8)" );
-    header.firstDirectory = header.isBig ? GetNumber( ReadBytes( inFile, 8, 8 ), 0, 8, header.isSwapped )
+    header.firstDirectory = header.isBig ? GetNumber( ReadFile( inFile, size, 8, 8 ), 0, 8, header.isSwapped )
                                          : GetNumber( start, 4, 4, header.isSwapped );
     return header;
 }
 
 WTIFFDirectory::WTIFFDirectory( const WFile& inFile, const WTIFFHeader& inHeader, std::uint64_t inOffset )
-    : itsFile( inFile ), itsHeader( inHeader ), itsOffset( inOffset )
+    : itsFile( inFile ), itsHeader( inHeader ), itsOffset( inOffset ), itsFileSize( inFile.GetSize() )
 {
     const std::uint64_t countSize = itsHeader.isBig ? 8 : 2;
     const std::uint64_t entrySize = itsHeader.isBig ? 20 : 12;
     const std::uint64_t offsetSize = itsHeader.isBig ? 8 : 4;
 
-    const auto count =
-        ::GetNumber( ReadBytes( itsFile, itsOffset, countSize ), 0, countSize, itsHeader.isSwapped );
+    const auto ahead = std::min( kReadAhead, itsFileSize - std::min( itsOffset, itsFileSize ) );
+    itsBytes = ReadFile( itsFile, itsFileSize, itsOffset, std::max( ahead, countSize ) );
+    const auto count = ::GetNumber( itsBytes, 0, countSize, itsHeader.isSwapped );
     // Otherwise a damaged count would make the product below overflow.
     if ( count > kMostEntries )
         throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
 
-    const auto bytes = ReadBytes( itsFile, itsOffset + countSize, count * entrySize + offsetSize );
+    const auto end = countSize + count * entrySize;
+    itsSize = end + offsetSize;
+    if ( itsBytes.size() < itsSize )
+        itsBytes = ReadFile( itsFile, itsFileSize, itsOffset, itsSize );
+    itsEntries.reserve( count );
     for ( std::uint64_t i = 0; i < count; ++i )
-        AddEntry( bytes, i * entrySize );
-    itsSize = countSize + bytes.size();
-    itsNextOffset = ::GetNumber( bytes, count * entrySize, offsetSize, itsHeader.isSwapped );
+        AddEntry( countSize + i * entrySize );
+    itsNextOffset = ::GetNumber( itsBytes, end, offsetSize, itsHeader.isSwapped );
 }
 
-void WTIFFDirectory::AddEntry( const std::string& inBytes, std::uint64_t inStart )
+/// Tags should be unique; where they are not, the first one counts.
+const WTIFFDirectory::Entry* WTIFFDirectory::Find( Tag inTag ) const
+{
+    const auto found = std::ranges::find( itsEntries, inTag, &Entry::tag );
+    return found == itsEntries.end() ? nullptr : &*found;
+}
+
+void WTIFFDirectory::AddEntry( std::uint64_t inStart )
 {
     const std::uint64_t wordSize = itsHeader.isBig ? 8 : 4;
-    const auto tag = static_cast<std::uint16_t>( ::GetNumber( inBytes, inStart, 2, itsHeader.isSwapped ) );
-
+    const auto get = [&]( std::uint64_t inPosition, std::uint64_t inSize )
+    { return ::GetNumber( itsBytes, inStart + inPosition, inSize, itsHeader.isSwapped ); };
     Entry entry;
-    entry.type = static_cast<std::uint16_t>( ::GetNumber( inBytes, inStart + 2, 2, itsHeader.isSwapped ) );
-    entry.count = ::GetNumber( inBytes, inStart + 4, wordSize, itsHeader.isSwapped );
+    entry.tag = static_cast<std::uint16_t>( get( 0, 2 ) );
+    entry.type = static_cast<std::uint16_t>( get( 2, 2 ) );
+    entry.count = get( 4, wordSize );
 
     const auto size = GetTypeSize( entry.type );
-    const auto valueStart = inStart + 4 + wordSize;
+    const auto value = 4 + wordSize;
     // The values themselves are in the entry if they fit, padded at the end in either byte order.
-    if ( size != 0 && entry.count <= wordSize / size )
-        entry.bytes = inBytes.substr( valueStart, wordSize );
-    else
-        entry.position = ::GetNumber( inBytes, valueStart, wordSize, itsHeader.isSwapped );
-    // Tags should be unique. Some writers repeat the description, for one form each.
-    if ( !itsEntries.emplace( tag, entry ).second )
-        itsRepeatedEntries.emplace( tag, entry );
+    const auto isInEntry = size != 0 && entry.count <= wordSize / size;
+    entry.position = isInEntry ? itsOffset + inStart + value : get( value, wordSize );
+    itsEntries.push_back( entry );
+}
+
+std::string WTIFFDirectory::ReadBytes( std::uint64_t inPosition, std::uint64_t inCount ) const
+{
+    const auto start = inPosition - itsOffset;
+    const auto isAtHand =
+        inPosition >= itsOffset && start <= itsBytes.size() && inCount <= itsBytes.size() - start;
+    return isAtHand ? itsBytes.substr( start, inCount )
+                    : ReadFile( itsFile, itsFileSize, inPosition, inCount );
 }
 
 std::string WTIFFDirectory::ReadValues( const Entry& inEntry, std::uint64_t inCount ) const
 {
     const auto size = GetTypeSize( inEntry.type );
-    if ( inCount > 0 && !inEntry.bytes.empty() && inCount <= inEntry.bytes.size() / size )
-        return inEntry.bytes.substr( 0, inCount * size );
-    if ( inCount == 0 || size == 0 || inCount > itsFile.GetSize() / size )
+    if ( inCount == 0 || size == 0 || inCount > itsFileSize / size )
         throw WImageError( "the directory at offset " + std::to_string( itsOffset ) + " is damaged" );
-    return ReadBytes( itsFile, inEntry.position, inCount * size );
+    return ReadBytes( inEntry.position, inCount * size );
 }
 
 std::uint64_t
@@ -140,31 +158,28 @@ WTIFFDirectory::GetValue( const Entry& inEntry, const std::string& inBytes, std:
 
 std::uint64_t WTIFFDirectory::GetCount( Tag inTag ) const
 {
-    const auto found = itsEntries.find( inTag );
-    return found == itsEntries.end() ? 0 : found->second.count;
+    const auto* const entry = Find( inTag );
+    return entry ? entry->count : 0;
 }
 
 std::vector<std::uint64_t> WTIFFDirectory::GetNumbers( Tag inTag, std::uint64_t inMost ) const
 {
-    const auto found = itsEntries.find( inTag );
-    if ( found == itsEntries.end() )
+    const auto* const entry = Find( inTag );
+    if ( !entry )
         return {};
 
-    const auto& entry = found->second;
-    const auto count = std::min( entry.count, inMost );
-    const auto bytes = ReadValues( entry, count );
+    const auto count = std::min( entry->count, inMost );
+    const auto bytes = ReadValues( *entry, count );
     std::vector<std::uint64_t> numbers( count );
     for ( std::uint64_t i = 0; i < count; ++i )
-        numbers[i] = GetValue( entry, bytes, i );
+        numbers[i] = GetValue( *entry, bytes, i );
     return numbers;
 }
 
 std::uint64_t WTIFFDirectory::GetNumber( Tag inTag, std::uint64_t inDefault ) const
 {
-    const auto found = itsEntries.find( inTag );
-    if ( found == itsEntries.end() )
-        return inDefault;
-    return GetValue( found->second, ReadValues( found->second, 1 ), 0 );
+    const auto* const entry = Find( inTag );
+    return entry ? GetValue( *entry, ReadValues( *entry, 1 ), 0 ) : inDefault;
 }
 
 std::uint32_t WTIFFDirectory::GetExtent( Tag inTag, std::uint32_t inDefault ) const
@@ -174,10 +189,10 @@ std::uint32_t WTIFFDirectory::GetExtent( Tag inTag, std::uint32_t inDefault ) co
 
 double WTIFFDirectory::GetFraction( Tag inTag ) const
 {
-    const auto found = itsEntries.find( inTag );
-    if ( found == itsEntries.end() || found->second.type != kRational )
+    const auto* const entry = Find( inTag );
+    if ( !entry || entry->type != kRational )
         return 0;
-    const auto bytes = ReadValues( found->second, 1 );
+    const auto bytes = ReadValues( *entry, 1 );
     const auto above = static_cast<double>( ::GetNumber( bytes, 0, 4, itsHeader.isSwapped ) );
     const auto below = static_cast<double>( ::GetNumber( bytes, 4, 4, itsHeader.isSwapped ) );
     return below > 0 ? above / below : 0;
@@ -202,9 +217,8 @@ std::vector<std::string> WTIFFDirectory::GetTexts( Tag inTag, std::uint64_t inMo
         if ( !text.empty() )
             texts.push_back( std::move( text ) );
     };
-    if ( const auto found = itsEntries.find( inTag ); found != itsEntries.end() )
-        add( found->second );
-    for ( auto [each, end] = itsRepeatedEntries.equal_range( inTag ); each != end; ++each )
-        add( each->second );
+    for ( const auto& entry : itsEntries )
+        if ( entry.tag == inTag )
+            add( entry );
     return texts;
 }

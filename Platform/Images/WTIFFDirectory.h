@@ -4,7 +4,6 @@
 #include "WPlatform.h"
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -64,7 +63,7 @@ public:
     /// The position of the next page's directory; 0 for the last page.
     std::uint64_t GetNextOffset() const { return itsNextOffset; }
 
-    bool Has( Tag inTag ) const { return itsEntries.contains( inTag ); }
+    bool Has( Tag inTag ) const { return Find( inTag ) != nullptr; }
 
     /// The number of values of a tag; 0 if the page does not have it.
     std::uint64_t GetCount( Tag inTag ) const;
@@ -94,10 +93,10 @@ public:
 private:
     struct Entry
     {
+        std::uint16_t tag;
         std::uint16_t type;
         std::uint64_t count;
-        std::uint64_t position = 0; // of the values, if stored elsewhere
-        std::string bytes;          // with the values, if stored in the directory
+        std::uint64_t position; // of the values in the file
     };
 
     const WFile& itsFile;
@@ -105,10 +104,13 @@ private:
     std::uint64_t itsOffset;
     std::uint64_t itsSize = 0;
     std::uint64_t itsNextOffset = 0;
-    std::map<std::uint16_t, Entry> itsEntries;
-    std::multimap<std::uint16_t, Entry> itsRepeatedEntries; // repeated entries of the same tags
+    std::uint64_t itsFileSize;
+    std::string itsBytes; // of the file from the directory on, with it and often with its values
+    std::vector<Entry> itsEntries;
 
-    void AddEntry( const std::string& inBytes, std::uint64_t inStart );
+    const Entry* Find( Tag inTag ) const;
+    void AddEntry( std::uint64_t inStart );
+    std::string ReadBytes( std::uint64_t inPosition, std::uint64_t inCount ) const;
     std::string ReadValues( const Entry& inEntry, std::uint64_t inCount ) const;
     std::uint64_t GetValue( const Entry& inEntry, const std::string& inBytes, std::uint64_t inIndex ) const;
 };

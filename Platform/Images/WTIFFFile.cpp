@@ -203,6 +203,8 @@ WTIFFFile::WTIFFFile( const std::filesystem::path& inPath )
             ++itsSkippedCount;
         else
         {
+            if ( itsPages.empty() )
+                itsFirstPage.emplace( directory );
             itsPages.push_back( offset );
             itsIndices.push_back( index );
         }
@@ -225,9 +227,14 @@ std::uint32_t WTIFFFile::GetDirectoryIndex( std::uint32_t inPage ) const
     return itsIndices.empty() ? inPage : itsIndices.at( inPage );
 }
 
+WTIFFDirectory WTIFFFile::GetDirectory( std::uint32_t inPage ) const
+{
+    return inPage == 0 ? *itsFirstPage : WTIFFDirectory( itsFile, itsHeader, itsPages.at( inPage ) );
+}
+
 WImageFile::Layout WTIFFFile::GetLayout( std::uint32_t inPage ) const
 {
-    const WTIFFDirectory tags( itsFile, itsHeader, itsPages.at( inPage ) );
+    const auto tags = GetDirectory( inPage );
     Layout layout;
     layout.width = tags.GetExtent( Tags::kWidth, 0 );
     layout.height = tags.GetExtent( Tags::kHeight, 0 );
@@ -250,13 +257,11 @@ WImageFile::Layout WTIFFFile::GetLayout( std::uint32_t inPage ) const
 std::vector<std::string> WTIFFFile::GetDescriptions() const
 {
     // The page's own description is preferred.
-    for ( const auto offset : { itsPages.front(), itsHeader.firstDirectory } )
-    {
-        const WTIFFDirectory directory( itsFile, itsHeader, offset );
-        if ( auto texts = directory.GetTexts( Tags::kDescription, kMostDescription ); !texts.empty() )
-            return texts;
-    }
-    return {};
+    auto texts = itsFirstPage->GetTexts( Tags::kDescription, kMostDescription );
+    if ( !texts.empty() || itsPages.front() == itsHeader.firstDirectory )
+        return texts;
+    return WTIFFDirectory( itsFile, itsHeader, itsHeader.firstDirectory )
+        .GetTexts( Tags::kDescription, kMostDescription );
 }
 
 WImagePage WTIFFFile::ReadPageSelf(

@@ -33,8 +33,10 @@ private:
     std::vector<std::uint64_t> itsPages;   // positions of their directories
     std::vector<std::uint32_t> itsIndices; // of the pages among all directories; empty if none is ignored
     std::uint32_t itsSkippedCount = 0;
+    std::optional<WTIFFDirectory> itsFirstPage; // kept, because its layout and descriptions are asked for
     std::optional<WTIFFDecoder> itsDecoder;
 
+    WTIFFDirectory GetDirectory( std::uint32_t inPage ) const;
     std::uint64_t GetMostBytes( const WTIFFDirectory& inTags, std::uint64_t inGrowth = 1 ) const;
     WImagePage ReadPalette(
         std::uint64_t inOffset, const WTIFFDirectory& inTags, const Progress& inProgress,
