@@ -20,6 +20,7 @@
 #include "Imaging/Measurements/XMeasurementMemory.h"
 #include "Imaging/Measurements/XMeasurementTable.h"
 #include "Imaging/Measurements/XPageMeasurement.h"
+#include "Imaging/Measurements/XShapeMeasurement.h"
 #include "Imaging/Objects/XChildObjects.h"
 #include "Imaging/Objects/XConnectedComponents.h"
 #include "Imaging/Objects/XContours.h"

@@ -66,6 +66,12 @@ std::string MakeHelp()
             "  same size and one channel. --min-pixels, --max-pixels, --exclude-edges and\n"
             "  --inside work as for objects that are found.\n"
             "\n"
+            "Shape\n"
+            "  --shape adds the axes, eccentricity and orientation of the ellipse with the\n"
+            "  same second moments, Feret diameters, convex area, solidity, Crofton\n"
+            "  perimeter, circularity, equivalent diameter, extent and holes, in pixels,\n"
+            "  and in \u00B5m if the pixel size is known and pixels are square.\n"
+            "\n"
             "Background\n"
             "  --background subtracts the per-pixel mean or minimum over all pages of an\n"
             "  image before thresholding; negative results become 0. Means of integers are\n"
@@ -167,6 +173,7 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
         .Needs( "--background" );
     const auto output = inOptions.Under( "Results" );
     itsOutputs.Declare( output );
+    output.AddFlag( "--shape", itsMeasuresShape, "Also measure the shape of objects (see Shape)" );
     output.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
         .Takes( "FILE.png" )
         .Check( CheckFileName );
@@ -448,6 +455,7 @@ XMeasureSettings MeasureCommand::GetSettings() const
     settings.leastPixels = itsLeastPixels;
     settings.mostPixels = itsMostPixels;
     settings.excludesEdges = itsExcludesEdges;
+    settings.values.shape = itsMeasuresShape;
     settings.connectivity = itsConnectivity == 4 ? XConnectivity::kEdges : XConnectivity::kEdgesAndCorners;
     if ( itsInside.empty() )
         return settings;

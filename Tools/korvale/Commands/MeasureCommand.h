@@ -38,6 +38,7 @@ private:
     std::uint64_t itsLeastPixels = 1;
     std::uint64_t itsMostPixels = ( std::numeric_limits<std::uint64_t>::max )();
     bool itsExcludesEdges = false;
+    bool itsMeasuresShape = false;
     std::string itsObjects;       // an image of labels; empty: none
     std::string itsMask;          // empty: none
     std::string itsInside;        // empty: no child objects

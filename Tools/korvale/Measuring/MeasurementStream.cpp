@@ -193,6 +193,7 @@ XSegmentationSettings ReadSegmentation( XStream& ioStream )
 constexpr std::size_t kShapeSize = 2 * 8 + 8 * 4;
 constexpr std::size_t kRunSize = 4 * 4;
 constexpr std::size_t kStatisticsSize = 5 * 8;
+constexpr std::size_t kFormSize = 9 * 8;
 
 void WriteShapes( XStream& ioStream, const std::vector<XObjectShape>& inShapes )
 {
@@ -224,6 +225,35 @@ std::vector<XObjectShape> ReadShapes( XStream& ioStream )
             outShape.firstX <= outShape.right );
     };
     return ReadAll<XObjectShape>( ioStream, kShapeSize, read );
+}
+
+void WriteForms( XStream& ioStream, const std::vector<XShapeMeasurement>& inForms )
+{
+    const auto write = [&]( const XShapeMeasurement& inForm )
+    {
+        const auto& [majorAxis, minorAxis, eccentricity, orientation, maxFeret, minFeret, perimeter, convexArea, holes] =
+            inForm;
+        for ( const double number :
+              { majorAxis, minorAxis, eccentricity, orientation, maxFeret, minFeret, perimeter } )
+            ioStream.WriteFloat64S( number );
+        ioStream.Write64( convexArea );
+        ioStream.Write64( holes );
+    };
+    WriteAll( ioStream, inForms, write );
+}
+
+std::vector<XShapeMeasurement> ReadForms( XStream& ioStream )
+{
+    const auto read = [&]( XShapeMeasurement& outForm )
+    {
+        for ( double* const number :
+              { &outForm.majorAxis, &outForm.minorAxis, &outForm.eccentricity, &outForm.orientation,
+                &outForm.maxFeret, &outForm.minFeret, &outForm.perimeter } )
+            *number = ioStream.ReadFloat64S();
+        outForm.convexArea = ioStream.Read64();
+        outForm.holes = ioStream.Read64();
+    };
+    return ReadAll<XShapeMeasurement>( ioStream, kFormSize, read );
 }
 
 void WriteRuns( XStream& ioStream, const std::vector<XPixelRun>& inRuns )
@@ -303,7 +333,8 @@ std::string MeasurementStream::ReadText( XStream& ioStream )
 
 void MeasurementStream::WriteSettings( XStream& ioStream, const XMeasureSettings& inSettings )
 {
-    const auto& [objects, leastPixels, mostPixels, excludesEdges, connectivity, children] = inSettings;
+    const auto& [objects, leastPixels, mostPixels, excludesEdges, connectivity, children, values] =
+        inSettings;
     WriteSegmentation( ioStream, objects );
     ioStream.Write64( leastPixels );
     ioStream.Write64( mostPixels );
@@ -312,6 +343,8 @@ void MeasurementStream::WriteSettings( XStream& ioStream, const XMeasureSettings
     ioStream.WriteBool( children.has_value() );
     if ( children )
         WriteObjectSettings( ioStream, *children );
+    const auto& [measuresShape] = values;
+    ioStream.WriteBool( measuresShape );
 }
 
 XMeasureSettings MeasurementStream::ReadSettings( XStream& ioStream )
@@ -324,6 +357,7 @@ XMeasureSettings MeasurementStream::ReadSettings( XStream& ioStream )
     settings.connectivity = ioStream.ReadBool() ? XConnectivity::kEdgesAndCorners : XConnectivity::kEdges;
     if ( ioStream.ReadBool() )
         settings.children = ReadObjectSettings( ioStream );
+    settings.values.shape = ioStream.ReadBool();
     return settings;
 }
 
@@ -484,7 +518,7 @@ MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::Allocator& inA
 
 void MeasurementStream::WriteMeasurement( XStream& ioStream, const XPageMeasurement& inMeasurement )
 {
-    const auto& [channels, pixelWidth, pixelHeight, threshold, nonFinite, shapes, statistics, parents, releasedOuter, releasedChildren, kept, keptOffset] =
+    const auto& [channels, pixelWidth, pixelHeight, threshold, nonFinite, shapes, statistics, forms, parents, releasedOuter, releasedChildren, hasForms, kept, keptOffset] =
         inMeasurement;
     XAssert( releasedOuter == 0 && releasedChildren == 0 && !kept && keptOffset == 0 );
     ioStream.Write32( channels );
@@ -500,6 +534,9 @@ void MeasurementStream::WriteMeasurement( XStream& ioStream, const XPageMeasurem
     };
     WriteAll( ioStream, statistics, writeStatistics );
     WriteAll( ioStream, parents, [&]( std::uint32_t inParent ) { ioStream.Write32( inParent ); } );
+    ioStream.WriteBool( hasForms );
+    if ( hasForms )
+        WriteForms( ioStream, forms );
 }
 
 XPageMeasurement MeasurementStream::ReadMeasurement( XStream& ioStream )
@@ -525,6 +562,10 @@ XPageMeasurement MeasurementStream::ReadMeasurement( XStream& ioStream )
     RequireStored( measurement.parents.size() <= measurement.shapes.size() );
     const auto isOuter = [&]( std::uint32_t inParent ) { return inParent < measurement.GetOuterCount(); };
     RequireStored( std::ranges::all_of( measurement.parents, isOuter ) );
+    measurement.hasForms = ioStream.ReadBool();
+    if ( measurement.hasForms )
+        measurement.forms = ReadForms( ioStream );
+    RequireStored( !measurement.hasForms || measurement.forms.size() == measurement.shapes.size() );
     return measurement;
 }
 

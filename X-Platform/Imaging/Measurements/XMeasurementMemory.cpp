@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <utility>
 
-// Measurements of finished pages wait in purgeable chunks until the table is made. A page's three vectors are
+// Measurements of finished pages wait in purgeable chunks until the table is made. A page's vectors are
 // copied one behind the other into the current chunk; a chunk is shared by consecutive pages and goes with
 // the last of them. The chunks are small beside the budget, as a page's turn needs its chunk locked.
 //
@@ -36,6 +36,7 @@ void ForEachPart( TPage& ioPage, TAction inAction )
 {
     inAction( ioPage.shapes );
     inAction( ioPage.statistics );
+    inAction( ioPage.forms );
     inAction( ioPage.parents );
 }
 
@@ -127,6 +128,7 @@ void XMeasurementMemory::BringBackNow( XPageMeasurement& ioPage )
     page.parents.resize( std::exchange( page.releasedChildren, 0 ) );
     page.shapes.resize( std::exchange( page.releasedOuter, 0 ) + page.parents.size() );
     page.statistics.resize( page.shapes.size() * page.channels );
+    page.forms.resize( page.hasForms ? page.shapes.size() : 0 );
     {
         const auto bytes = itsPages.Lock( *ioPage.kept, kLockForRead );
         const auto* from = bytes.get() + ioPage.keptOffset;

@@ -25,6 +25,63 @@
 namespace
 {
 const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a table.
+const char* const kMicrometres = "\xB5m";
+
+using GetForm = double ( * )( const XShapeMeasurement& inForm, const XObjectShape& inShape );
+
+/// A column of forms, and how its values change with the size of pixels.
+struct FormColumn
+{
+    const char* name;
+    const char* units; // of its calibrated twin; null: none
+    int power;         // of the pixel size in that twin
+    GetForm get;
+};
+
+constexpr std::array kFormColumns{
+    FormColumn{
+        "Major Axis", kMicrometres, 1, []( const auto& inForm, const auto& ) { return inForm.majorAxis; } },
+    FormColumn{
+        "Minor Axis", kMicrometres, 1, []( const auto& inForm, const auto& ) { return inForm.minorAxis; } },
+    FormColumn{
+        "Eccentricity", nullptr, 0, []( const auto& inForm, const auto& ) { return inForm.eccentricity; } },
+    FormColumn{
+        "Orientation", nullptr, 0, []( const auto& inForm, const auto& ) { return inForm.orientation; } },
+    FormColumn{
+        "Max Feret", kMicrometres, 1, []( const auto& inForm, const auto& ) { return inForm.maxFeret; } },
+    FormColumn{
+        "Min Feret", kMicrometres, 1, []( const auto& inForm, const auto& ) { return inForm.minFeret; } },
+    FormColumn{
+        "Convex Area", kSquareMicrometres, 2,
+        []( const auto& inForm, const auto& ) { return static_cast<double>( inForm.convexArea ); } },
+    FormColumn{
+        "Solidity", nullptr, 0,
+        []( const auto& inForm, const auto& inShape ) { return inForm.GetSolidity( inShape ); } },
+    FormColumn{
+        "Crofton Perimeter", kMicrometres, 1,
+        []( const auto& inForm, const auto& ) { return inForm.perimeter; } },
+    FormColumn{
+        "Circularity", nullptr, 0,
+        []( const auto& inForm, const auto& inShape ) { return inForm.GetCircularity( inShape ); } },
+    FormColumn{
+        "Equivalent Diameter", kMicrometres, 1,
+        []( const auto&, const auto& inShape )
+        { return XShapeMeasurement::GetEquivalentDiameter( inShape ); } },
+    FormColumn{
+        "Extent", nullptr, 0,
+        []( const auto&, const auto& inShape ) { return XShapeMeasurement::GetExtent( inShape ); } },
+    FormColumn{ "Holes", nullptr, 0, []( const auto& inForm, const auto& ) {
+                   return static_cast<double>( inForm.holes );
+               } } };
+
+/// The side of a pixel; 0 without a resolution or if pixels are not square.
+double GetPixelSide( const XPageMeasurement& inPage )
+{
+    constexpr double kTolerance = 1e-6; // resolutions are stored as fractions
+    const auto isSquare =
+        std::abs( inPage.pixelWidth - inPage.pixelHeight ) <= kTolerance * inPage.pixelWidth;
+    return inPage.HasResolution() && isSquare ? inPage.pixelWidth : 0;
+}
 
 /// The columns of one channel, in their order.
 constexpr std::array kChannelIDs{ kPivotMin, kPivotMax, kPivotMean, kPivotStandardDeviation, kPivotSum };
@@ -109,6 +166,8 @@ struct OptionalColumns
     bool hasSlices = false;
     bool hasTimes = false;
     std::vector<std::string> groups; // names, in UTF-8
+    bool hasForms = false;
+    bool hasCalibratedForms = false;
 
     void AddPositions( const XImageMeasurement& inImage );
 };
@@ -168,6 +227,9 @@ private:
     std::array<XPivotUInt32Column*, 2> itsLocation;
     std::array<XPivotUInt32Column*, 2> itsBounds;
     XPivotFloatColumn* itsPerimeter;
+    std::vector<XPivotFloatColumn*> itsForms;           // as in kFormColumns; empty without
+    std::vector<XPivotFloatColumn*> itsCalibratedForms; // of those with units
+    std::vector<XPivotFloatColumn*> itsCalibratedCentroid;
     std::vector<XPivotFloatColumn*> itsStatistics; // channel after channel
 
     template<class TColumn>
@@ -193,7 +255,10 @@ private:
     void AddPosition( const XPagePosition& inPosition );
     void AddParent( const XPageMeasurement& inPage, std::size_t inObject, std::uint32_t inFirstRow );
     void AddShape( const XObjectShape& inShape, const XPageMeasurement& inPage );
+    void AddFormColumns( bool inHasArea, bool inAreCalibrated );
+    void AddForm( const XPageMeasurement& inPage, std::size_t inObject );
     void AddStatistics( const XPageMeasurement& inPage, std::size_t inObject );
+    static void AppendNumber( XPivotFloatColumn& ioColumn, double inNumber, bool inExists );
 };
 
 Filler::Filler( std::uint32_t inChannels, const OptionalColumns& inOptional, XMeasurementMemory* ioMemory )
@@ -225,9 +290,23 @@ Filler::Filler( std::uint32_t inChannels, const OptionalColumns& inOptional, XMe
     itsLocation = { Add<XPivotUInt32Column>( kPivotXLocation ), Add<XPivotUInt32Column>( kPivotYLocation ) };
     itsBounds = { Add<XPivotUInt32Column>( kPivotBoundsX ), Add<XPivotUInt32Column>( kPivotBoundsY ) };
     itsPerimeter = Add<XPivotFloatColumn>( kPivotPerimeter );
+    if ( inOptional.hasForms )
+        AddFormColumns( inOptional.hasArea, inOptional.hasCalibratedForms );
     for ( std::uint32_t channel = 1; channel <= inChannels; ++channel )
         for ( const auto id : kChannelIDs )
             itsStatistics.push_back( Add<XPivotFloatColumn>( id, XString( "C" ) + XString( channel ) ) );
+}
+
+void Filler::AddFormColumns( bool inHasArea, bool inAreCalibrated )
+{
+    for ( const auto& column : kFormColumns )
+        itsForms.push_back( AddNamed<XPivotFloatColumn>( column.name ) );
+    for ( const auto& column : kFormColumns )
+        if ( inAreCalibrated && column.units )
+            itsCalibratedForms.push_back( AddNamed<XPivotFloatColumn>( column.name, column.units ) );
+    if ( inHasArea )
+        for ( const auto id : { kPivotCentroidXCalibrated, kPivotCentroidYCalibrated } )
+            itsCalibratedCentroid.push_back( Add<XPivotFloatColumn>( id, XString(), kMicrometres ) );
 }
 
 void Filler::AddImage( XImageMeasurement& ioImage, const std::string& inFolder )
@@ -278,6 +357,7 @@ void Filler::AddPage(
             AddTexts( inTexts );
             AddPosition( inPosition );
             AddShape( inPage.shapes[i], inPage );
+            AddForm( inPage, i );
         }
     };
     XForEachChunk( inPage.shapes.size(), kTableRowsAtOnce, addRows );
@@ -311,8 +391,7 @@ void Filler::AddShape( const XObjectShape& inShape, const XPageMeasurement& inPa
     if ( itsArea )
     {
         const auto area = inShape.pixelCount * inPage.pixelWidth * inPage.pixelHeight;
-        itsArea->AppendValue(
-            inPage.HasResolution() ? area : itsArea->GetDefaultValue(), inPage.HasResolution() );
+        AppendNumber( *itsArea, area, inPage.HasResolution() );
     }
     itsCentroid[0]->AppendValue( inShape.GetCentroidX(), true );
     itsCentroid[1]->AppendValue( inShape.GetCentroidY(), true );
@@ -321,6 +400,32 @@ void Filler::AddShape( const XObjectShape& inShape, const XPageMeasurement& inPa
     itsBounds[0]->AppendValue( inShape.GetBoundsX(), true );
     itsBounds[1]->AppendValue( inShape.GetBoundsY(), true );
     itsPerimeter->AppendValue( static_cast<double>( inShape.GetPerimeter() ), true );
+}
+
+void Filler::AddForm( const XPageMeasurement& inPage, std::size_t inObject )
+{
+    if ( itsForms.empty() )
+        return;
+    const auto& shape = inPage.shapes[inObject];
+    const auto exists = inPage.hasForms;
+    const auto form = exists ? inPage.forms[inObject] : XShapeMeasurement();
+    const auto side = GetPixelSide( inPage );
+    auto calibrated = itsCalibratedForms.begin();
+    for ( std::size_t i = 0; i < kFormColumns.size(); ++i )
+    {
+        const auto& [name, units, power, get] = kFormColumns[i];
+        const auto value = get( form, shape );
+        AppendNumber( *itsForms[i], value, exists );
+        if ( units && calibrated != itsCalibratedForms.end() )
+            AppendNumber(
+                **calibrated++, power == 2 ? value * side * side : value * side, exists && side > 0 );
+    }
+    if ( itsCalibratedCentroid.empty() )
+        return;
+    AppendNumber(
+        *itsCalibratedCentroid[0], shape.GetCentroidX() * inPage.pixelWidth, inPage.HasResolution() );
+    AppendNumber(
+        *itsCalibratedCentroid[1], shape.GetCentroidY() * inPage.pixelHeight, inPage.HasResolution() );
 }
 
 void Filler::AddStatistics( const XPageMeasurement& inPage, std::size_t inObject )
@@ -333,11 +438,14 @@ void Filler::AddStatistics( const XPageMeasurement& inPage, std::size_t inObject
         const std::array values{
             statistics.min, statistics.max, statistics.mean, statistics.standardDeviation, statistics.sum };
         for ( std::size_t i = 0; i < values.size(); ++i )
-        {
-            auto& column = *itsStatistics[channel * values.size() + i];
-            column.AppendValue( exists ? values[i] : column.GetDefaultValue(), exists );
-        }
+            AppendNumber( *itsStatistics[channel * values.size() + i], values[i], exists );
     }
+}
+
+/// The number does not matter if it does not exist.
+void Filler::AppendNumber( XPivotFloatColumn& ioColumn, double inNumber, bool inExists )
+{
+    ioColumn.AppendValue( inExists ? inNumber : ioColumn.GetDefaultValue(), inExists );
 }
 } // namespace
 
@@ -365,6 +473,8 @@ XPivotTable XMakeMeasurementTable(
         {
             channels = std::max( channels, page.channels );
             optional.hasArea |= page.HasResolution();
+            optional.hasForms |= page.hasForms;
+            optional.hasCalibratedForms |= GetPixelSide( page ) > 0;
         }
     }
     constexpr auto kMostRows = std::numeric_limits<std::int32_t>::max();

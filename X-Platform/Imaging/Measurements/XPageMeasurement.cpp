@@ -221,6 +221,7 @@ void XPageMeasurement::Release()
     releasedChildren += parents.size();
     std::vector<XObjectShape>().swap( shapes );
     std::vector<XChannelStatistics>().swap( statistics );
+    std::vector<XShapeMeasurement>().swap( forms );
     std::vector<std::uint32_t>().swap( parents );
 }
 
@@ -248,9 +249,10 @@ XFindPageObjects( const WImagePage& inPage, const XMeasureSettings& inSettings, 
     return objects;
 }
 
-XPageMeasurement XMeasureObjects( const WImagePage& inPage, const XPageObjects& inObjects )
+XPageMeasurement
+XMeasureObjects( const WImagePage& inPage, const XPageObjects& inObjects, const XMeasuredValues& inValues )
 {
-    XProgress progress( 2, XProgress::kProgressSteps );
+    XProgress progress( inValues.shape ? 3 : 2, XProgress::kProgressSteps );
     XPageMeasurement measurement;
     measurement.channels = inPage.channels;
     measurement.pixelWidth = inPage.pixelWidth;
@@ -263,6 +265,12 @@ XPageMeasurement XMeasureObjects( const WImagePage& inPage, const XPageObjects& 
     Append( measurement.shapes, inObjects.children.objects.shapes );
     Append( measurement.statistics, GetStatistics( inPage, inObjects.children.objects ) );
     measurement.parents = inObjects.children.parents;
+    measurement.hasForms = inValues.shape;
+    if ( !inValues.shape )
+        return measurement;
+    progress.Increment();
+    measurement.forms = XMeasureShapes( inObjects.outer );
+    Append( measurement.forms, XMeasureShapes( inObjects.children.objects ) );
     return measurement;
 }
 
@@ -271,5 +279,5 @@ XPageMeasurement XMeasurePage( const WImagePage& inPage, const XMeasureSettings&
     XProgress progress( 2, XProgress::kProgressSteps );
     const auto objects = XFindPageObjects( inPage, inSettings );
     progress.Increment();
-    return XMeasureObjects( inPage, objects );
+    return XMeasureObjects( inPage, objects, inSettings.values );
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Images/WImageFile.h"
+#include "Imaging/Measurements/XShapeMeasurement.h"
 #include "Imaging/Objects/XChildObjects.h"
 #include "Imaging/Objects/XConnectedComponents.h"
 #include "Imaging/Objects/XGivenObjects.h"
@@ -15,7 +16,13 @@
 
 class XMemoryHandle;
 
-/// How the objects of a page are found.
+/// What is measured beside the columns that every table has.
+struct XMeasuredValues
+{
+    bool shape = false; ///< XShapeMeasurement
+};
+
+/// How the objects of a page are found and measured.
 struct XMeasureSettings
 {
     XSegmentationSettings objects;
@@ -24,6 +31,7 @@ struct XMeasureSettings
     bool excludesEdges = false; ///< objects at the border of the page are ignored
     XConnectivity connectivity = XConnectivity::kEdgesAndCorners;
     std::optional<XObjectSettings> children; ///< how child objects are found; without a value, none are
+    XMeasuredValues values{};
 };
 
 /// The objects of a page and their child objects.
@@ -55,9 +63,11 @@ struct KORVALE_IMAGING_API XPageMeasurement
     std::uint64_t nonFinite = 0;                ///< samples of the segmented channel that are infinite or NaN
     std::vector<XObjectShape> shapes;           ///< of the objects, followed by the child objects
     std::vector<XChannelStatistics> statistics; ///< for each object the channels in order
+    std::vector<XShapeMeasurement> forms;       ///< as many as shapes if they are measured, otherwise none
     std::vector<std::uint32_t> parents;         ///< for each child object the index of its parent
     std::size_t releasedOuter = 0;              ///< number of released objects
     std::size_t releasedChildren = 0;
+    bool hasForms = false; ///< the objects, released or not, have forms
     /// Storage of the released objects in XMeasurementMemory; otherwise null.
     std::shared_ptr<XMemoryHandle> kept;
     std::size_t keptOffset = 0;
@@ -78,8 +88,8 @@ KORVALE_IMAGING_API XPageObjects XFindPageObjects(
     const WImagePage& inPage, const XMeasureSettings& inSettings, const XGivenObjects* inGiven = nullptr );
 
 /// Measures the objects found on the page.
-KORVALE_IMAGING_API XPageMeasurement
-XMeasureObjects( const WImagePage& inPage, const XPageObjects& inObjects );
+KORVALE_IMAGING_API XPageMeasurement XMeasureObjects(
+    const WImagePage& inPage, const XPageObjects& inObjects, const XMeasuredValues& inValues = {} );
 
 /// Finds the objects and measures them.
 KORVALE_IMAGING_API XPageMeasurement
