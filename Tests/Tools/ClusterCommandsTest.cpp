@@ -138,11 +138,11 @@ TEST_F( ClusterCommandsTest, MeasuresOnNodesWithTheResultsOfOneMachine )
     TestDeployment deployment( 2 );
     ASSERT_EQ( RunLine( "sample @ --planes 5 --width 150 --height 90 --channels 2 --objects 6" ), 0 );
     const char* const kOptions[] = {
-        "--overlay @%o.png --inside otsu --inside-channel C2",
+        "--overlay @%o.png --shape --inside otsu --inside-channel C2",
         "--background mean --save-background @%b.tif",
         "--background min --overlay @%o.png",
         "--channel C9",
-        "--threshold 30000 --pixel-size 0.5,2 --open 1 --exclude-edges --max-pixels 900",
+        "--threshold 30000 --split distance --shape --pixel-size 0.5,2 --open 1 --exclude-edges --max-pixels 900",
         "--threshold local:15 --threshold-scale 1.1 --dark --smooth 1.5 --median 2 --inside 20000",
         "--threshold multiotsu:4:2 --flatten 20 --subtract-background 9 --close 2 --fill-holes" };
     for ( const std::string options : kOptions )
