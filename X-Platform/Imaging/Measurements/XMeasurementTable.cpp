@@ -24,8 +24,8 @@
 
 namespace
 {
-const char* const kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a table.
-const char* const kMicrometres = "\xB5m";
+constexpr const char* kSquareMicrometres = "\xB5m\xB2"; // ANSI, as all text of a table.
+constexpr const char* kMicrometres = "\xB5m";
 
 using GetForm = double ( * )( const XShapeMeasurement& inForm, const XObjectShape& inShape );
 
