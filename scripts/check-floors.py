@@ -110,7 +110,8 @@ def unnamed_declarations(path: pathlib.Path) -> dict[str, str]:
                 if match["alias"]:
                     found[name] = text.split(";")[0]
                 elif parameters.startswith("("):
-                    types = (re.sub(r"\s*=.*", "", one).strip().rsplit(" ", 1)[0] for one in parameters[1:-1].split(","))
+                    # Calls cannot tell T from const T&.
+                    types = (re.sub(r"\s*=.*|\bconst\b\s*|&", "", one).strip().rsplit(" ", 1)[0] for one in parameters[1:-1].split(","))
                     found[f"{name}( {', '.join(types)} )"] = str(path)
                 else:
                     found[name] = str(path)

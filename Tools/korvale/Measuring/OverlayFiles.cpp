@@ -1,8 +1,8 @@
 #include "Measuring/OverlayFiles.h"
 
-#include "Core/Strings/XString.h"
 #include "Ground/XFail.h"
 #include "Support/FilePaths.h"
+#include "Support/LowerCase.h"
 #include "Support/WrongUsage.h"
 
 #include <cstdio>
@@ -10,15 +10,6 @@
 // Names are made before any page is measured, so that a conflict is reported before work is spent. Two names
 // are equal if their files are (WFilePath::GetKey, which follows the rules of the file system). In addition
 // names that differ only in case are numbered, so that the files can be copied to systems that ignore case.
-
-namespace
-{
-/// In small letters, as far as they are ASCII.
-std::string ToLower( const std::string& inName )
-{
-    return std::string( XString( inName ).Lower().GetStringView() );
-}
-} // namespace
 
 OverlayFiles::OverlayFiles(
     const std::string& inName, bool inHasSeveralImages, const std::vector<std::string>& inOthers )
@@ -48,11 +39,11 @@ std::string OverlayFiles::TakeName( const std::string& inStart )
 {
     const auto ending = itsName.substr( itsName.rfind( '.' ) );
     // Continues with the number after the last one: n images of one name take O(n) attempts.
-    auto& copy = itsCopies[ToLower( inStart )];
+    auto& copy = itsCopies[LowerCase( inStart )];
     for ( ++copy;; ++copy )
     {
         const auto name = inStart + ( copy > 1 ? '-' + std::to_string( copy ) : "" ) + ending;
-        if ( !itsTaken.insert( ToLower( name ) ).second )
+        if ( !itsTaken.insert( LowerCase( name ) ).second )
             continue;
         const auto [file, isNew] = itsFiles.emplace( WFilePath::GetKey( PathFromUTF8( name ) ), name );
         if ( !isNew )

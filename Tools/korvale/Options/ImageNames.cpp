@@ -4,6 +4,7 @@
 #include "Options/CommandLine.h"
 #include "Support/FilePaths.h"
 #include "Support/InQuotes.h"
+#include "Support/LowerCase.h"
 #include "Support/WrongUsage.h"
 #include "Terminal/Session.h"
 
@@ -23,18 +24,6 @@ const char* const ImageNames::kHelp =
 
 namespace
 {
-std::string ToLower( std::string inText )
-{
-    std::ranges::transform(
-        inText, inText.begin(),
-        []( char inCharacter )
-        {
-            return 'A' <= inCharacter && inCharacter <= 'Z' ? static_cast<char>( inCharacter - 'A' + 'a' )
-                                                            : inCharacter;
-        } );
-    return inText;
-}
-
 std::string CheckExpression( const std::string& inText )
 {
     try
@@ -142,7 +131,7 @@ void ImageNames::CheckGroups( const std::vector<std::string>& inColumns, Session
         return;
     for ( const auto& name : itsGroups->GetNames() )
         for ( const auto& column : inColumns )
-            if ( ToLower( name ) == ToLower( column ) )
+            if ( LowerCase( name ) == LowerCase( column ) )
                 throw WrongUsage( "--group: " + InQuotes( name ) + " is the name of another column" );
     const auto lacksGroups = [&]( const std::string& inName )
     { return !itsGroups->Find( PathFromUTF8( inName ) ); };

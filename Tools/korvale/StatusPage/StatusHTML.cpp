@@ -256,7 +256,7 @@ std::string MakeFailures( const XNetJobStatus& inStatus )
 std::uint64_t RoundUp( std::uint64_t inValue )
 {
     for ( std::uint64_t power = 1;; power *= 10 )
-        for ( const std::uint64_t digit : { 1, 2, 5 } )
+        for ( const std::uint64_t digit : { 1U, 2U, 5U } )
             if ( digit * power >= inValue || power > inValue )
                 return digit * power;
 }
