@@ -1,3 +1,20 @@
+// Who owns what. A job exists in up to four places at a time, each of which keeps it for another reason:
+//
+// - XNetJobQueue, in the client: the object, until its result has arrived (or it has been stopped or deleted).
+// - itsJobs, here: the job as bytes until it has ended, then its result as bytes until the client has taken it.
+// - XNetJobScheduler, here: its key, class and place in the queue, and the nodes it is assigned to, until it has ended.
+//   It decides; this class looks up the bytes and sends them.
+// - XNetJobQueueNode, in each node to which it is assigned: the bytes until it has run, then the result until this class
+//   reports it as taken.
+//
+// Each job therefore has an owner that can repeat it whatever fails, and nobody asks another for its state: a peer that logs
+// on again reports what it has. A report of a node may precede the job's submission by its client, after a restart of the
+// service; it waits in itsReports.
+//
+// Events for a peer wait in its outbox. An outbox is filled only while the peer is connected, so it is no storage: what is
+// lost with it can be rebuilt from itsJobs, the scheduler and the peer's next logon. Connections, threads and the clock
+// belong to XNetJobControl, which calls this class under its mutex; at the other end they belong to XNetJobSession.
+
 #include "NetJobs/Internal/XNetJobDispatcher.h"
 
 #include "Ground/XErrorNumbers.h"
