@@ -340,12 +340,12 @@ XBackgroundKind MeasureCommand::GetBackgroundKind() const
     return itsBackground == "mean" ? XBackgroundKind::kMean : XBackgroundKind::kMinimum;
 }
 
-std::optional<ImageMeasurer::GivenFile> MeasureCommand::GetGiven() const
+std::optional<GivenFile> MeasureCommand::GetGiven() const
 {
     if ( !itsMask.empty() )
-        return ImageMeasurer::GivenFile{ itsMask, XGivenKind::kMask };
+        return GivenFile{ itsMask, XGivenKind::kMask };
     if ( !itsObjects.empty() )
-        return ImageMeasurer::GivenFile{ itsObjects, XGivenKind::kLabels };
+        return GivenFile{ itsObjects, XGivenKind::kLabels };
     return std::nullopt;
 }
 
@@ -467,7 +467,7 @@ XMeasureSettings MeasureCommand::GetSettings() const
 }
 
 /// The channels that are given by name.
-ImageMeasurer::ChannelNames MeasureCommand::GetChannelNames() const
+ChannelNames MeasureCommand::GetChannelNames() const
 {
     const auto getName = []( const std::string& inText )
     { return ParseChannel( inText ) ? std::string() : inText; };

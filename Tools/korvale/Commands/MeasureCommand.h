@@ -61,10 +61,10 @@ private:
     void DeclareNodes( const CommandOptions& inOptions );
     std::unique_ptr<NodeWorkers> ConnectToNodes( Session& ioSession ) const;
     XMeasureSettings GetSettings() const;
-    ImageMeasurer::ChannelNames GetChannelNames() const;
+    ChannelNames GetChannelNames() const;
     std::optional<OverlayFiles> MakeOverlayFiles( const std::string& inLog ) const;
     XBackgroundKind GetBackgroundKind() const;
-    std::optional<ImageMeasurer::GivenFile> GetGiven() const;
+    std::optional<GivenFile> GetGiven() const;
     std::vector<std::string> GetInputNames() const;
     std::vector<std::string> GetColumnNames() const;
     std::vector<std::string> GetOutputNames() const;

@@ -4,10 +4,8 @@
 #include "Core/Strings/XNumberText.h"
 #include "Ground/XErrorNumbers.h"
 #include "Jobs/XProgress.h"
-#include "Measuring/ImageJournal.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
-#include "Support/InQuotes.h"
 #include "Terminal/ProgressDisplay.h"
 #include "Terminal/Session.h"
 
@@ -32,17 +30,6 @@
 
 namespace
 {
-/// Such as C1 to C3, DAPI, GFP.
-std::string ListChannels( const XImageSeries& inSeries )
-{
-    auto text =
-        inSeries.channels == 1 ? std::string( "C1" ) : "C1 to C" + std::to_string( inSeries.channels );
-    for ( const auto& name : inSeries.channelNames )
-        if ( !name.empty() )
-            text += ", " + name;
-    return text;
-}
-
 /// An image of one file is not listed: naming it again measures it again.
 template<class TSetFiles>
 void AddSet( const XImageStructure& inStructure, const std::string& inPath, TSetFiles& ioSetFiles )
@@ -52,97 +39,7 @@ void AddSet( const XImageStructure& inStructure, const std::string& inPath, TSet
             ioSetFiles.emplace( WFilePath::GetKey( file ), inPath );
 }
 
-/// The files of an image, of which the first has been described; empty if one of them cannot be read.
-JournalRecords::Files DescribeFiles( const std::optional<SharedFile>& inFirst, const XImageReader& inReader )
-{
-    if ( !inFirst )
-        return {};
-    JournalRecords::Files files{ *inFirst };
-    const auto& paths = inReader.GetStructure().files;
-    for ( USize i = 1; i < paths.size(); ++i )
-    {
-        const auto file = SharedFile::TryDescribe( paths[i] );
-        if ( !file )
-            return {};
-        files.push_back( *file );
-    }
-    return files;
-}
 } // namespace
-
-/// An image whose pages are being measured.
-struct ImageMeasurer::Image
-{
-    std::string path; // as the user gave it
-    USize number;     // among all images
-    XImageReader reader;
-    XImageMeasurement measurement;
-    std::vector<XMeasureSettings> settings; // of the series
-    std::deque<PageRecord> pages;
-    std::unique_ptr<StackBackground> background; // null without
-    std::optional<SharedFile> file;              // if nodes read it
-    std::unique_ptr<GivenImage> given;           // null if objects are to be found
-    std::unique_ptr<ImageJournal> journal;       // null without
-    std::uint32_t gathered = 0;                  // pages whose results have been taken, in order
-    std::uint32_t measured = 0;
-    std::uint32_t finished = 0;     // pages whose results are taken from the journal
-    std::optional<Failure> failure; // that of the pages gathered last, from `firstFailed` on
-    std::uint32_t firstFailed = 0;
-    double ignoredPixelSize = 0; // by nodes
-    XTimer timer;
-
-    Image( const std::string& inPath, USize inNumber, const XImageReadSettings& inReading )
-        : path( inPath ), number( inNumber ), reader( PathFromUTF8( inPath ), inReading ),
-          pages( reader.GetPageCount() )
-    {
-        for ( std::uint32_t page = 0; page < GetPageCount(); ++page )
-            pages[page].number = page;
-        // The folder tells apart images of the same name in the table, so it must not depend on how the path
-        // was typed.
-        const auto full = WFilePath::Normalise( PathFromUTF8( inPath ) );
-        measurement.name = PathToUTF8( full.filename() );
-        const auto folder = full.parent_path().generic_u8string();
-        measurement.folder = std::string( folder.begin(), folder.end() );
-    }
-    std::uint32_t GetPageCount() const { return static_cast<std::uint32_t>( pages.size() ); }
-    bool IsComplete() const { return gathered == pages.size(); }
-    void CheckAbort() const;
-    bool HasLackedMemory() const;
-    bool HasGoodPages() const;
-    void Refuse( const Failure& inFailure );
-};
-
-void ImageMeasurer::Image::CheckAbort() const
-{
-    for ( const auto& page : pages )
-        if ( page.failure && page.failure->IsUserAbort() )
-            XThrow( page.failure->number );
-}
-
-bool ImageMeasurer::Image::HasLackedMemory() const
-{
-    return std::ranges::any_of(
-        pages,
-        []( const PageRecord& inPage )
-        {
-            return inPage.failure &&
-                ( inPage.failure->number == kErrorOutOfMemory ||
-                  inPage.failure->number == kErrorMemoryNotMapped );
-        } );
-}
-
-bool ImageMeasurer::Image::HasGoodPages() const
-{
-    return std::ranges::any_of( pages, []( const PageRecord& inPage ) { return !inPage.failure; } );
-}
-
-/// The failure is that of all pages that have none yet.
-void ImageMeasurer::Image::Refuse( const Failure& inFailure )
-{
-    for ( auto& page : pages )
-        if ( !page.failure )
-            page.failure = inFailure;
-}
 
 ImageMeasurer::ImageMeasurer(
     const Settings& inSettings, OverlayFiles* ioOverlays, MeasureJournal* ioJournal,
@@ -230,7 +127,7 @@ bool ImageMeasurer::IsOfOpenedSet( const std::string& inPath )
     const auto found = itsSetFiles.find( WFilePath::GetKey( PathFromUTF8( inPath ) ) );
     if ( found == itsSetFiles.end() )
         return false;
-    WaitForJobs(); // What went wrong before is told before.
+    WaitForJobs(); // Failures of preceding images are reported first.
     itsSession.ReportInfo( inPath + ": not measured again: it is a part of " + found->second );
     return true;
 }
@@ -246,7 +143,7 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
             isReadByNodes || itsJournal ? SharedFile::TryDescribe( PathFromUTF8( inPath ) ) : std::nullopt;
         const auto givenFile =
             itsGiven && itsJournal ? SharedFile::TryDescribe( PathFromUTF8( itsGiven->path ) ) : std::nullopt;
-        auto image = std::make_unique<Image>( inPath, inNumber, itsReading );
+        auto image = std::make_unique<ImageRecord>( inPath, inNumber, itsReading );
         if ( isReadByNodes )
             image->file = file;
         if ( itsOverlays && itsOverlays->GetPageCount( inNumber ) != image->pages.size() )
@@ -255,8 +152,10 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
         if ( image->reader.GetStructure().files.size() > 1 )
             image->file.reset();
         PlanPages( *image );
-        OpenGiven( *image );
-        OpenJournal( *image, file, givenFile );
+        if ( itsGiven )
+            image->OpenGiven( *itsGiven, itsReading );
+        if ( itsJournal )
+            image->OpenJournal( *itsJournal, itsReading, file, givenFile );
         AddSet( image->reader.GetStructure(), inPath, itsSetFiles );
         itsImages.push_back( std::move( image ) );
         return true;
@@ -264,64 +163,22 @@ bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )
     catch ( ... )
     {
         const auto failure = DescribeCurrentException();
-        WaitForJobs(); // What went wrong before is told before.
+        WaitForJobs(); // Failures of preceding images are reported first.
         itsHasFailures = true;
         itsSession.ReportFailure( inPath, failure );
         return false;
     }
 }
 
-/// An image of which a file cannot be read is not kept. The given files were described before they were opened, for they
-/// may have been replaced since.
-void ImageMeasurer::OpenJournal(
-    Image& ioImage, const std::optional<SharedFile>& inFile, const std::optional<SharedFile>& inGivenFile )
-{
-    if ( !itsJournal )
-        return;
-    auto files = DescribeFiles( inFile, ioImage.reader );
-    if ( files.empty() )
-        return;
-    if ( ioImage.given )
-    {
-        const auto given = DescribeFiles( inGivenFile, ioImage.given->reader );
-        if ( given.empty() )
-            return;
-        files.insert( files.end(), given.begin(), given.end() );
-    }
-    ioImage.journal = std::make_unique<ImageJournal>( *itsJournal, ioImage.reader, itsReading, files );
-    for ( auto& page : ioImage.pages )
-        page.journal = ioImage.journal.get();
-}
-
-void ImageMeasurer::ReportChange( const Image& inImage )
+void ImageMeasurer::ReportChange( const ImageRecord& inImage )
 {
     if ( !inImage.journal || !inImage.journal->HasChanged() )
         return;
-    WaitForJobs(); // What went wrong before is told before.
+    WaitForJobs(); // Failures of preceding images are reported first.
     itsSession.ReportInfo( inImage.path + ": has changed since the interrupted run: it is measured again" );
 }
 
-/// The settings with the channels of a series that are given by name.
-XMeasureSettings ImageMeasurer::FindChannels( const XImageSeries& inSeries ) const
-{
-    const auto find = [&]( const std::string& inName, std::uint32_t inNumber )
-    {
-        if ( inName.empty() )
-            return inNumber;
-        const auto found = inSeries.FindChannel( inName );
-        if ( !found )
-            throw WImageError(
-                "it has no channel " + InQuotes( inName ) + " (expected " + ListChannels( inSeries ) + ")" );
-        return *found;
-    };
-    auto settings = itsSettings;
-    settings.objects.channel = find( itsChannelNames.objects, settings.objects.channel );
-    if ( settings.children )
-        settings.children->channel = find( itsChannelNames.children, settings.children->channel );
-    return settings;
-}
-
-void ImageMeasurer::PlanPages( Image& ioImage )
+void ImageMeasurer::PlanPages( ImageRecord& ioImage )
 {
     ioImage.settings.resize( ioImage.reader.GetStructure().series.size(), itsSettings );
     for ( auto& page : ioImage.pages )
@@ -330,7 +187,7 @@ void ImageMeasurer::PlanPages( Image& ioImage )
         // Of a series that is not measured, no channel is missed.
         if ( position.time == itsReading.selection.firstTime )
             ioImage.settings[position.series] =
-                FindChannels( ioImage.reader.GetStructure().series[position.series] );
+                itsChannelNames.Apply( itsSettings, ioImage.reader.GetStructure().series[position.series] );
         page.settings = &ioImage.settings[position.series];
         if ( !itsChannel )
             itsChannel = page.settings->objects.channel;
@@ -339,32 +196,8 @@ void ImageMeasurer::PlanPages( Image& ioImage )
     }
 }
 
-/// Opens the image with the objects of an image, if there is one.
-void ImageMeasurer::OpenGiven( Image& ioImage ) const
-{
-    if ( !itsGiven )
-        return;
-    try
-    {
-        ioImage.given.reset( new GivenImage{
-            itsGiven->path, XImageReader( PathFromUTF8( itsGiven->path ), itsReading ), itsGiven->kind } );
-    }
-    catch ( ... )
-    {
-        // The image itself is readable.
-        throw WImageError( itsGiven->path + ": " + DescribeCurrentException().text );
-    }
-    const auto count = ioImage.given->reader.GetPageCount();
-    if ( count != ioImage.GetPageCount() )
-        throw WImageError(
-            "it has " + std::to_string( ioImage.GetPageCount() ) + " pages, but " + itsGiven->path + " has " +
-            std::to_string( count ) );
-    for ( auto& page : ioImage.pages )
-        page.given = ioImage.given.get();
-}
-
 /// Pages that nodes read need no job of this process.
-void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::MeasurePages( ImageRecord& ioImage, XProgress& ioProgress )
 {
     const auto pageCount = ioImage.GetPageCount();
     for ( std::uint32_t number = 0; number < pageCount; ++number )
@@ -406,7 +239,7 @@ void ImageMeasurer::MeasurePages( Image& ioImage, XProgress& ioProgress )
 // ---- On nodes
 
 /// Returns false for a page that is too large for the network: this process measures it.
-bool ImageMeasurer::MeasureOnNode( Image& ioImage, PageRecord& ioPage )
+bool ImageMeasurer::MeasureOnNode( ImageRecord& ioImage, PageRecord& ioPage )
 {
     if ( ioPage.samples.GetFormat().GetByteCount() > MeasurePageJob::kMostBytes )
         return false;
@@ -414,7 +247,7 @@ bool ImageMeasurer::MeasureOnNode( Image& ioImage, PageRecord& ioPage )
     return true;
 }
 
-void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
+void ImageMeasurer::SubmitToNodes( ImageRecord& ioImage, PageRecord& ioPage )
 {
     const MeasurePageJob::Request request{ ioImage.measurement.name, ioPage.number, *ioPage.settings,
                                            ioPage.needsOverlay,      ioImage.file,  itsReading };
@@ -428,7 +261,7 @@ void ImageMeasurer::SubmitToNodes( Image& ioImage, PageRecord& ioPage )
 
 // ---- With a background
 
-void ImageMeasurer::MeasureWithBackground( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::MeasureWithBackground( ImageRecord& ioImage, XProgress& ioProgress )
 {
     itsLastBackground = {};
     // Pages that are finished belong to their background, for which all pages are needed.
@@ -444,7 +277,7 @@ void ImageMeasurer::MeasureWithBackground( Image& ioImage, XProgress& ioProgress
     MeasureLoadedPages( ioImage, ioProgress );
 }
 
-void ImageMeasurer::LoadPages( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::LoadPages( ImageRecord& ioImage, XProgress& ioProgress )
 {
     const auto pageCount = ioImage.GetPageCount();
     ioImage.background = std::make_unique<StackBackground>( itsBackground, pageCount, itsMemory );
@@ -465,7 +298,7 @@ void ImageMeasurer::LoadPages( Image& ioImage, XProgress& ioProgress )
     WaitForJobs( &ioProgress, pageCount );
 }
 
-void ImageMeasurer::ComputeBackground( Image& ioImage )
+void ImageMeasurer::ComputeBackground( ImageRecord& ioImage )
 {
     try
     {
@@ -486,7 +319,7 @@ void ImageMeasurer::ComputeBackground( Image& ioImage )
 }
 
 /// Backwards: where memory is short, the pages that were read last are those that are still in memory.
-void ImageMeasurer::MeasureLoadedPages( Image& ioImage, XProgress& ioProgress )
+void ImageMeasurer::MeasureLoadedPages( ImageRecord& ioImage, XProgress& ioProgress )
 {
     const auto pageCount = ioImage.GetPageCount();
     for ( auto number = pageCount; number-- > 0; )
@@ -579,7 +412,7 @@ void ImageMeasurer::Gather()
     }
 }
 
-void ImageMeasurer::GatherPage( Image& ioImage )
+void ImageMeasurer::GatherPage( ImageRecord& ioImage )
 {
     auto& page = ioImage.pages[ioImage.gathered];
     if ( page.failure && page.failure->IsUserAbort() )
@@ -601,7 +434,7 @@ void ImageMeasurer::GatherPage( Image& ioImage )
     ++ioImage.gathered;
 }
 
-void ImageMeasurer::ReportNonFinite( const Image& inImage, const PageRecord& inPage )
+void ImageMeasurer::ReportNonFinite( const ImageRecord& inImage, const PageRecord& inPage )
 {
     const auto count = inPage.measurement.nonFinite;
     itsSession.ReportInfo(
@@ -611,7 +444,7 @@ void ImageMeasurer::ReportNonFinite( const Image& inImage, const PageRecord& inP
 }
 
 /// The numbers of a page's objects follow those of all pages before, as their IDs in the table do.
-void ImageMeasurer::DrawOverlay( Image& ioImage, PageRecord& ioPage )
+void ImageMeasurer::DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage )
 {
     auto& output = itsOverlays->GetPage( ioImage.number, ioPage.number );
     // Shared, because a std::function must be copyable.
@@ -622,7 +455,7 @@ void ImageMeasurer::DrawOverlay( Image& ioImage, PageRecord& ioPage )
 }
 
 /// Consecutive pages that failed in the same way are reported together.
-void ImageMeasurer::ReportPages( const Image& inImage )
+void ImageMeasurer::ReportPages( const ImageRecord& inImage )
 {
     if ( !inImage.failure )
         return;
@@ -642,7 +475,7 @@ void ImageMeasurer::ReportOnce( const std::string& inText, bool& ioIsReported )
 }
 
 /// Reports contents of the file that were ignored or changed.
-void ImageMeasurer::ReportReading( Image& ioImage )
+void ImageMeasurer::ReportReading( ImageRecord& ioImage )
 {
     if ( const auto skipped = ioImage.reader.GetSkippedCount(); skipped > 0 )
         itsSession.ReportInfo(
@@ -663,7 +496,7 @@ void ImageMeasurer::ReportReading( Image& ioImage )
     ReportOnce( text, itsHasReportedPixelSize );
 }
 
-void ImageMeasurer::Finish( Image& ioImage )
+void ImageMeasurer::Finish( ImageRecord& ioImage )
 {
     ReportPages( ioImage );
     ReportReading( ioImage );

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "Core/Times/XTimer.h"
 #include "Imaging/Measurements/XMeasurementTable.h"
 #include "Imaging/XImageReader.h"
+#include "Measuring/ChannelNames.h"
+#include "Measuring/ImageRecord.h"
 #include "Measuring/MeasureJournal.h"
 #include "Measuring/OverlayFiles.h"
 #include "Measuring/PagePipeline.h"
@@ -30,20 +31,6 @@ class XProgress;
 class ImageMeasurer
 {
 public:
-    /// Channels given by name, which may have other numbers in each series; empty: by the number in the settings.
-    struct ChannelNames
-    {
-        std::string objects;
-        std::string children;
-    };
-
-    /// An image with the objects of the only image that is measured.
-    struct GivenFile
-    {
-        std::string path;
-        XGivenKind kind;
-    };
-
     struct Settings
     {
         XImageReadSettings reading;
@@ -83,8 +70,6 @@ public:
     const WImagePage& GetBackground() const { return itsLastBackground; }
 
 private:
-    struct Image;
-
     /// The files of images that consist of several, with the name of the image.
     using SetFiles = std::map<WFilePath::Key, std::string>;
 
@@ -110,7 +95,7 @@ private:
     WImagePage itsLastBackground;
     std::uint32_t itsShownWorkers = 0; // of the nodes, in the bar of the image
     const PageTask itsTask{ itsMemory, itsMeasurementMemory };
-    std::deque<std::unique_ptr<Image>> itsImages; // the images that are not complete
+    std::deque<std::unique_ptr<ImageRecord>> itsImages; // the images that are not complete
     /// Destroyed, with its jobs, before the data that they use.
     PagePipeline itsPipeline;
 
@@ -120,30 +105,25 @@ private:
     void PlanOverlays( const std::vector<std::string>& inImages );
     bool OpenImage( const std::string& inPath, USize inNumber );
     bool IsOfOpenedSet( const std::string& inPath );
-    XMeasureSettings FindChannels( const XImageSeries& inSeries ) const;
-    void OpenJournal(
-        Image& ioImage, const std::optional<SharedFile>& inFile,
-        const std::optional<SharedFile>& inGivenFile );
-    void ReportChange( const Image& inImage );
-    void PlanPages( Image& ioImage );
-    void OpenGiven( Image& ioImage ) const;
-    void MeasurePages( Image& ioImage, XProgress& ioProgress );
-    bool MeasureOnNode( Image& ioImage, PageRecord& ioPage );
-    void SubmitToNodes( Image& ioImage, PageRecord& ioPage );
-    void MeasureWithBackground( Image& ioImage, XProgress& ioProgress );
-    void LoadPages( Image& ioImage, XProgress& ioProgress );
-    void ComputeBackground( Image& ioImage );
-    void MeasureLoadedPages( Image& ioImage, XProgress& ioProgress );
+    void ReportChange( const ImageRecord& inImage );
+    void PlanPages( ImageRecord& ioImage );
+    void MeasurePages( ImageRecord& ioImage, XProgress& ioProgress );
+    bool MeasureOnNode( ImageRecord& ioImage, PageRecord& ioPage );
+    void SubmitToNodes( ImageRecord& ioImage, PageRecord& ioPage );
+    void MeasureWithBackground( ImageRecord& ioImage, XProgress& ioProgress );
+    void LoadPages( ImageRecord& ioImage, XProgress& ioProgress );
+    void ComputeBackground( ImageRecord& ioImage );
+    void MeasureLoadedPages( ImageRecord& ioImage, XProgress& ioProgress );
     void Submit( PageWork inWork, PageRecord& ioPage, USize inSubmitted, XProgress& ioProgress );
     void ShowPages( USize inSubmitted, XProgress& ioProgress );
     void ShowWorkers( XProgress& ioProgress );
     void WaitForJobs( XProgress* ioProgress = nullptr, USize inSubmitted = 0 );
     void Gather();
-    void GatherPage( Image& ioImage );
-    void DrawOverlay( Image& ioImage, PageRecord& ioPage );
-    void ReportPages( const Image& inImage );
-    void ReportNonFinite( const Image& inImage, const PageRecord& inPage );
-    void ReportReading( Image& ioImage );
+    void GatherPage( ImageRecord& ioImage );
+    void DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage );
+    void ReportPages( const ImageRecord& inImage );
+    void ReportNonFinite( const ImageRecord& inImage, const PageRecord& inPage );
+    void ReportReading( ImageRecord& ioImage );
     void ReportOnce( const std::string& inText, bool& ioIsReported );
-    void Finish( Image& ioImage );
+    void Finish( ImageRecord& ioImage );
 };
