@@ -3,7 +3,8 @@
 #include "Core/Streams/XStorableT.h"
 #include "NetJobs/XNetJobQueueNode.h"
 
-/// Describes a job that the control service assigns to a node. A value.
+/// Describes a job that is assigned to a node. A value. The control service sends none: it assigns a job with
+/// XNetJobEvent::kAssign.
 class KORVALE_API XNetJobQueueNode::XAssignedJobInfo
     : public XStorableT<XNetJobQueueNode::XAssignedJobInfo, kClassAssignedJobInfo>
 {

@@ -4,8 +4,9 @@
 #include "NetJobs/XNetJobQueue.h"
 #include "Network/XNetAddress.h"
 
-/// Describes how two parts of a deployment exchange the data of a job queue, as the connection manager decided. The source
-/// connects to the destination; data flows in both directions. A value.
+/// Describes how two parts of a deployment exchange the data of a job queue on a connection of their own: the source
+/// connects to the destination, and data flows in both directions. A value. The queues send none: their data travels with
+/// the jobs.
 ///
 /// Threads: one thread at a time, queries of the address included (XNetAddress).
 class KORVALE_API XNetJobQueue::XConnectionInfo

@@ -5,13 +5,14 @@
 #include "Core/Strings/XString.h"
 #include "NetJobs/XNetJobQueue.h"
 
-/// Describes an object that is sent along with a job: an input of its body, or an output. A value.
+/// Describes an object that belongs to a job: an input of its body, or an output. A value. The queues send none: a job
+/// stores its inputs, its result the outputs.
 class KORVALE_API XNetJobQueue::XJobAttachmentInfo
     : public XStorableT<XNetJobQueue::XJobAttachmentInfo, kClassJobAttachmentInfo>
 {
 public:
     XJobAttachmentInfo() = default;
-    /// See the queries below.
+    /// In the order of the queries below.
     XJobAttachmentInfo(
         std::uint32_t inJobID, const XVersion& inClassID, const XString& inDescription,
         const XVector<std::uint32_t>& inSharedDataIDs, std::uint64_t inDataSize, bool inIsOutput );

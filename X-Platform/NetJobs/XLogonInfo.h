@@ -10,7 +10,7 @@ class KORVALE_API XNetJobQueueNode::XLogonInfo
 {
 public:
     XLogonInfo() = default;
-    /// See the queries below.
+    /// In the order of the queries below.
     XLogonInfo(
         XNodeType inNodeType, const XAppVersion::XAppAndComputerInfo& inInfo,
         const XVector<XVersion>& inSupportedJobClasses, bool inHoldsJobs, std::uint32_t inWorkerCount );

@@ -45,7 +45,7 @@ public:
         kRemoteNode = 2,    ///< runs them
     };
 
-    /// How the data of jobs is transferred between two parts.
+    /// The ways of an XConnectionInfo to transfer data between two parts.
     enum XDataTransferMethod : std::uint32_t
     {
         kTransferDirect = 0,      ///< the source connects to the destination's data server

@@ -11,7 +11,7 @@ public:
     static constexpr std::uint32_t kUnknownWait = 0xFFFFFFFF;
 
     explicit XNetJobQueuePositionChangedMessage( XSpeaker* inSpeaker = nullptr );
-    /// See the queries below.
+    /// In the order of the queries below.
     XNetJobQueuePositionChangedMessage(
         XSpeaker* inSpeaker, std::uint32_t inJobQueueID, std::uint32_t inNextJobID, std::uint32_t inPosition,
         std::uint32_t inWaitingJobs, std::uint32_t inRunningJobs, std::uint32_t inWorkers,
@@ -26,12 +26,12 @@ public:
     std::uint32_t GetJobQueueID() const { return itsJobQueueID; }
     /// The first waiting job of the job queue; 0 if none waits.
     std::uint32_t GetNextJobID() const { return itsNextJobID; }
-    /// The number of other clients' jobs ahead of it.
+    /// The number of other clients' jobs ahead of it: one for each other client with waiting jobs, for clients take turns.
     std::uint32_t GetPosition() const { return itsPosition; }
     /// Waiting and running jobs of the job queue.
     std::uint32_t GetWaitingJobs() const { return itsWaitingJobs; }
     std::uint32_t GetRunningJobs() const { return itsRunningJobs; }
-    /// Workers of all nodes that support the queue's job classes.
+    /// Workers of all nodes that accept jobs of any class that the queue has submitted.
     std::uint32_t GetWorkers() const { return itsWorkers; }
     /// Expected time until that job starts, in milliseconds, or `kUnknownWait`.
     std::uint32_t GetEstimatedWaitMS() const { return itsEstimatedWaitMS; }

@@ -1,3 +1,8 @@
+// Options become the settings of ImageMeasurer, and its results the output files. What can fail because of the command line
+// fails before an image is measured: contradictory options (Check), outputs that cannot be written, groups, a journal of
+// another run, a service that refuses. The outputs are put in place together; only then is the journal removed, so an
+// interrupted run with `--resume` leaves one of the two.
+
 #include "Commands/MeasureCommand.h"
 
 #include "Core/Streams/XMemStream.h"
@@ -27,7 +32,7 @@
 
 namespace
 {
-/// After an interrupt, the time for nodes to be told that their jobs are stopped.
+/// After an interrupt, the time within which nodes are notified that their jobs are stopped.
 constexpr std::uint32_t kLogOffMS = 900;
 
 std::string MakeHelp()

@@ -1,3 +1,10 @@
+// The sending thread alone logs on: it connects twice, the receiving bridge first, and publishes both in one step. Either
+// thread may find that its connection has ended; it then takes both bridges away (Disconnect), which ends the call of the other
+// thread, and the sending thread logs on again after a pause. The receiving thread waits for the next bridge. It
+// disconnects only while its own bridge is the present one, so that its late failure does not end a newer logon.
+//
+// The hooks are called without the mutex: their owner's mutex is taken before it.
+
 #include "NetJobs/Internal/XNetJobSession.h"
 
 #include "Core/Errors/Internal/XSwallowErrors.h"
