@@ -233,7 +233,7 @@ XVector<XVersion> XClassRegistry::GetDerivedClasses( const XVersion& inClass, bo
             inRecursive ? HasLink( tables.inheritanceMap, key, inClass ) : KeyOf( super ) == KeyOf( inClass );
         if ( !isDerived || key == KeyOf( inClass ) )
             continue;
-        // A node tells with it which revisions it reads.
+        // The revision tells a control service which jobs a node can read.
         const auto* const registration = FindRegistration( key );
         derived.push_back( registration ? registration->version : key );
     }

@@ -58,8 +58,8 @@ public:
     static bool IsAliasFor( const XVersion& inAlias, const XVersion& inTarget );
     /// True when `inClass` is, is an alias for, or descends from `inBase`.
     static bool IsA( const XVersion& inClass, const XVersion& inBase );
-    /// The registered descendants of `inClass`, in the order of their class numbers: all of them if
-    /// `inRecursive`, else only the direct ones.
+    /// The descendants of `inClass` in the order of their class numbers, all of them if `inRecursive`, else only the
+    /// direct ones; with their registered revisions, or 0 if only their inheritance is registered.
     static XVector<XVersion> GetDerivedClasses( const XVersion& inClass, bool inRecursive );
 
     /// Creates an object with the default creator. `inDefaultVersion` replaces a version whose class number
