@@ -126,7 +126,7 @@ bool WImageFile::MayBeImage( const std::filesystem::path& inPath )
         const auto signature = ReadSignature( inPath );
         return IsTIFF( signature ) || IsPNG( signature );
     }
-    catch ( ... ) // Opening it will tell why.
+    catch ( ... ) // The error is reported when the file is opened.
     {
         return true;
     }

@@ -56,7 +56,7 @@ struct Pixels
 {
     png_uint_32 width;
     png_uint_32 height;
-    png_uint_32 dotsPerMetre; // 0: not told
+    png_uint_32 dotsPerMetre; // 0: unknown
     std::vector<png_bytep> rows;
 };
 

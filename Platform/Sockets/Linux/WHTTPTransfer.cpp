@@ -209,7 +209,7 @@ private:
         return Keep( static_cast<Exchange*>( ioExchange )->itsBody, inBytes, inCount );
     }
 
-    /// Fewer than the library has tell it that writing has failed.
+    /// Returns the number of bytes kept; the library takes a smaller one than its own as a failure.
     static std::size_t Keep( std::string& ioKept, const char* inBytes, std::size_t inCount ) noexcept
     {
         try

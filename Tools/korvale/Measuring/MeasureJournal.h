@@ -36,7 +36,7 @@ public:
         const std::string& inName, const JournalRecords::Conditions& inConditions, Session& ioSession );
     MeasureJournal( const MeasureJournal& ) = delete;
     MeasureJournal& operator=( const MeasureJournal& ) = delete;
-    /// Tells the user that the journal is kept, unless it has been removed.
+    /// Reports that the journal is kept, or removes it if it has no page.
     ~MeasureJournal();
 
     /// Returns the image that is read from these files.

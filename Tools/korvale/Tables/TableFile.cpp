@@ -143,7 +143,7 @@ bool IsDamage( std::uint32_t inNumber )
     return std::ranges::find( numbers, inNumber ) != numbers.end();
 }
 
-/// Where the damage is that an error of that number speaks of.
+/// The message about a damaged table: the place where reading fails, and the number of the error.
 std::string DescribeDamage( const std::filesystem::path& inPath, std::uint32_t inNumber )
 {
     std::ostream none( nullptr );

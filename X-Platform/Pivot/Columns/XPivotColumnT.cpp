@@ -19,8 +19,8 @@
 // rows work on both vectors in the same way, as moves of elements.
 //
 // Values of 4, 8 and 16 bytes whose stored form equals their form in memory are read and written in blocks
-// (XPivotRunBlocks), unless the stream has the other byte order or an observer that wants to hear of each
-// field. Both ways give and accept the same bytes.
+// (XPivotRunBlocks), unless the stream has the other byte order or an observer, to which each
+// field is reported. Both ways give and accept the same bytes.
 
 namespace
 {

@@ -475,7 +475,7 @@ void XPivotRowRefColumn::ReadStream2( XStream& inStream, XOptions inOptions )
 void XPivotRowRefColumn::ReadReferences( XStream& inStream )
 {
     const std::uint32_t count = XReadField32( inStream, "References" );
-    if ( !inStream.GetObserver() ) // which is told of those that there are
+    if ( !inStream.GetObserver() ) // to an observer those that exist are reported
         inStream.CheckRemaining( count, kReferenceSize );
     // Each row that has been read took at least its flag in the stream, so this limits what a forged count
     // can allocate.

@@ -97,7 +97,7 @@ void XHTTPConnection::Serve( const std::function<void()>& inIsAdmitted )
         while ( ServeRequest( inIsAdmitted ) )
             ;
         itsEndpoint.Disconnect(
-            kLingerMS ); // so that the client reads the last answer before it hears of the end
+            kLingerMS ); // so that the client reads the last answer before it detects the end
     }
     catch ( const XException& error )
     {

@@ -27,7 +27,7 @@ bool XSessionLogFile::Write( const std::string& inText )
 
 bool XSessionLogFile::Open()
 {
-    std::error_code ignored; // opening tells
+    std::error_code ignored; // a missing folder makes Open fail
     std::filesystem::create_directories( itsPath.parent_path(), ignored );
     itsFile.close();
     itsFile.clear();
