@@ -39,6 +39,7 @@ TEST_F( ImageNamesLinuxTest, RefuseExpressionsThatCannotMakeColumns )
               { "(?<a>x", "missing )" },
               { "x+", "it names no group" },
               { "(?<a>.)(?<a>.)", "duplicate" },
+              { "(?<Well>.)(?<well>.)", "\"well\" is the name of another column" },
               { "(?<a>x{1000}{1000})", "bad repetition operator" },
               { "(?<timepoint>\\d)", "\"timepoint\" is the name of another column" },
               { "(?<Area>\\d)", "\"Area\" is the name of another column" },

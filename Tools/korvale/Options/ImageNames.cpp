@@ -129,10 +129,14 @@ void ImageNames::CheckGroups( const std::vector<std::string>& inColumns, Session
 {
     if ( !itsGroups )
         return;
+    auto columns = inColumns;
     for ( const auto& name : itsGroups->GetNames() )
-        for ( const auto& column : inColumns )
+    {
+        for ( const auto& column : columns )
             if ( LowerCase( name ) == LowerCase( column ) )
                 throw WrongUsage( "--group: " + InQuotes( name ) + " is the name of another column" );
+        columns.push_back( name );
+    }
     const auto lacksGroups = [&]( const std::string& inName )
     { return !itsGroups->Find( PathFromUTF8( inName ) ); };
     const auto unmatched = std::ranges::count_if( itsNames, lacksGroups );

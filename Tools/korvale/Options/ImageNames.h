@@ -35,7 +35,7 @@ public:
     GetGroups( const std::string& inName ) const;
 
     /// Reports how many images do not match the expression for groups. Throws WrongUsage if none does, or if a group has
-    /// one of these names, ignoring case.
+    /// one of these names or that of another group, ignoring case.
     void CheckGroups( const std::vector<std::string>& inColumns, Session& ioSession ) const;
 
 private:
