@@ -83,3 +83,18 @@ TEST( MeasurementStreamTest, ReadsUncompressedPagesAndRejectsSizesThatDoNotFit )
     bytes[1] = bytes[5] = 0xFF;
     EXPECT_ERROR( 1260, Unpack( bytes, kIntelOrder ) );
 }
+
+TEST( MeasurementStreamTest, RejectsMoreChannelsThanAPageCanHave )
+{
+    const auto pass = []( std::uint32_t inChannels )
+    {
+        XPageMeasurement measurement;
+        measurement.channels = inChannels;
+        XMemStream stream;
+        MeasurementStream::WriteMeasurement( stream, measurement );
+        stream.SeekTo( 0 );
+        MeasurementStream::ReadMeasurement( stream );
+    };
+    EXPECT_NO_THROW( pass( 65'535 ) );
+    EXPECT_ERROR( kErrorStreamCorrupted, pass( 65'536 ) );
+}

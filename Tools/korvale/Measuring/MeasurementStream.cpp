@@ -13,6 +13,8 @@
 
 namespace
 {
+constexpr std::uint32_t kMostChannels = 65'535;
+
 void RequireStored( bool inIsValid )
 {
     if ( !inIsValid )
@@ -497,7 +499,6 @@ MeasurementStream::ReadPage( XStream& ioStream, const WImagePage::Allocator& inA
     page.height = ioStream.Read32();
     page.channels = ioStream.Read32();
     const std::uint8_t type = ioStream.Read8();
-    constexpr std::uint32_t kMostChannels = 65'535;
     const std::uint64_t pixels = std::uint64_t{ page.width } * page.height;
     RequireStored( type <= WImagePage::kFloat32 && pixels > 0 && pixels <= XPixelRun::kNoObject );
     RequireStored( page.channels > 0 && page.channels <= kMostChannels );
@@ -543,6 +544,8 @@ XPageMeasurement MeasurementStream::ReadMeasurement( XStream& ioStream )
 {
     XPageMeasurement measurement;
     measurement.channels = ioStream.Read32();
+    // A table has columns for each channel, even without objects.
+    RequireStored( measurement.channels <= kMostChannels );
     for ( double* const number :
           { &measurement.pixelWidth, &measurement.pixelHeight, &measurement.threshold } )
         *number = ioStream.ReadFloat64S();
