@@ -1,4 +1,5 @@
 #include "Core/Strings/XUTF8Text.h"
+#include "Imaging/HandmadeTIFF.h"
 #include "Imaging/TestImages.h"
 #include "Imaging/TestPages.h"
 #include "Outputs/OutputFiles.h"
@@ -12,6 +13,29 @@ struct ProgramTest : ProgramRun
     std::string WriteImage( const std::string& inName, std::string_view inDigits = kGrey8 )
     {
         itsFolder.Write( inName, FromHex( inDigits ) );
+        return Name( inName );
+    }
+
+    /// A file with that description and pages of one pixel.
+    std::string WriteDescribed( const std::string& inName, const std::string& inText, int inPages )
+    {
+        HandmadeTIFF tiff( true );
+        const auto description = tiff.Append( 0, 0 );
+        for ( const auto character : inText + '\0' )
+            tiff.Append( static_cast<unsigned char>( character ), 1 );
+        const auto sample = tiff.Append( 9, 1 );
+        const auto length = static_cast<std::uint32_t>( inText.size() + 1 );
+        std::string bytes;
+        for ( int i = 0; i < inPages; ++i )
+            bytes = tiff.Finish(
+                { { 256, 3, 1, 1 },
+                  { 257, 3, 1, 1 },
+                  { 258, 3, 1, 8 },
+                  { 262, 3, 1, 1 },
+                  { 270, 2, length, description },
+                  { 273, 4, 1, sample },
+                  { 279, 4, 1, 1 } } );
+        itsFolder.Write( inName, bytes );
         return Name( inName );
     }
 
@@ -457,6 +481,45 @@ TEST_F( ProgramTest, MeasuresGivenObjects )
     for ( const auto& options :
           Split( "--mask x.tif|--threshold 3|--smooth 2|--split distance|--control a:1|-o " + files.first ) )
         fail( "--objects " + files.first + " " + options, 2 );
+}
+
+TEST_F( ProgramTest, CombinesNoLabelsOfSeveralSlices )
+{
+    const auto stack = WriteDescribed( "stack.tif", "ImageJ=1.53t\nimages=2\nslices=2\n", 2 );
+    const auto page = MakePage<std::uint8_t>( 1, { 7 } );
+    const auto flat = WriteStack( "flat.tif", { &page } );
+    for ( const auto* mode : { "max", "sum", "mean" } )
+    {
+        const auto line = "measure % --csv @out.csv --z " + std::string( mode );
+        EXPECT_EQ( RunLine( line + " --objects " + stack, stack ), 1 );
+        EXPECT_CONTAINS( itsError.str(), "labels of several slices cannot be combined" );
+        EXPECT_EQ( RunLine( line + " --objects " + flat, stack ), 0 ) << itsError.str();
+        EXPECT_EQ( RunLine( line + " --mask " + stack, stack ), 0 ) << itsError.str();
+    }
+    EXPECT_EQ( RunLine( "measure % --csv @out.csv --objects " + stack, stack ), 0 ) << itsError.str();
+}
+
+TEST_F( ProgramTest, TellsOnceThatFilesOfASetAreNotMeasuredAgain )
+{
+    std::string planes, command = "measure";
+    for ( const auto* number : { "0", "1", "2", "3" } )
+        planes += "<TiffData FirstT='" + std::string( number ) + "' PlaneCount='1'><UUID FileName='" +
+            number + ".tif'>urn:uuid:00000000-0000-0000-0000-00000000000" + number + "</UUID></TiffData>";
+    for ( const auto* number : { "0", "1", "2", "3" } )
+        command += " " +
+            WriteDescribed(
+                       number + std::string( ".tif" ),
+                       "<?xml version='1.0'?><OME xmlns='http://www.openmicroscopy.org/Schemas/OME/2016-06' "
+                       "UUID='urn:uuid:00000000-0000-0000-0000-00000000000" +
+                           std::string( number ) +
+                           "'><Image ID='Image:0'><Pixels ID='Pixels:0' DimensionOrder='XYZCT' Type='uint8' "
+                           "SizeX='1' SizeY='1' SizeZ='1' SizeC='1' SizeT='4'>" +
+                           planes + "</Pixels></Image></OME>",
+                       1 );
+    EXPECT_EQ( RunLine( command + " --threshold 1 --csv @out.csv" ), 0 ) << itsError.str();
+    EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 1 + 4 );
+    EXPECT_CONTAINS( itsError.str(), "0.tif (and 2 more such images)\n" );
+    EXPECT_EQ( std::ranges::count( itsError.str(), '\n' ), 1 );
 }
 
 TEST_F( ProgramTest, KeepsALog )

@@ -68,6 +68,7 @@ std::vector<XImageMeasurement> ImageMeasurer::Measure( const std::vector<std::st
         progress.Increment();
     }
     WaitForJobs(); // Overlays are drawn when the pages have been gathered.
+    ReportSetParts();
     return std::move( itsMeasurements );
 }
 
@@ -127,9 +128,18 @@ bool ImageMeasurer::IsOfOpenedSet( const std::string& inPath )
     const auto found = itsSetFiles.find( WFilePath::GetKey( PathFromUTF8( inPath ) ) );
     if ( found == itsSetFiles.end() )
         return false;
-    WaitForJobs(); // Failures of preceding images are reported first.
-    itsSession.ReportInfo( inPath + ": not measured again: it is a part of " + found->second );
+    if ( itsSetPartCount++ == 0 )
+        itsFirstSetPart = inPath + ": not measured again: it is a part of " + found->second;
     return true;
+}
+
+/// In one line: a set may consist of thousands of files.
+void ImageMeasurer::ReportSetParts()
+{
+    if ( itsSetPartCount > 1 )
+        itsFirstSetPart += " (and " + std::to_string( itsSetPartCount - 1 ) + " more such images)";
+    if ( itsSetPartCount > 0 )
+        itsSession.ReportInfo( itsFirstSetPart );
 }
 
 bool ImageMeasurer::OpenImage( const std::string& inPath, USize inNumber )

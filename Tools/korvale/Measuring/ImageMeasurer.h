@@ -84,7 +84,9 @@ private:
     MeasureJournal* const itsJournal; // null without
     Session& itsSession;
     std::optional<std::uint32_t> itsChannel;
-    SetFiles itsSetFiles; // of the images that have been opened
+    SetFiles itsSetFiles;        // of the images that have been opened
+    std::string itsFirstSetPart; // a message about the first image that is one of these files
+    std::uint64_t itsSetPartCount = 0;
     bool itsHasFailures = false;
     bool itsHasReportedPixelSize = false;
     bool itsHasReportedRounding = false;
@@ -105,6 +107,7 @@ private:
     void PlanOverlays( const std::vector<std::string>& inImages );
     bool OpenImage( const std::string& inPath, USize inNumber );
     bool IsOfOpenedSet( const std::string& inPath );
+    void ReportSetParts();
     void ReportChange( const ImageRecord& inImage );
     void PlanPages( ImageRecord& ioImage );
     void MeasurePages( ImageRecord& ioImage, XProgress& ioProgress );

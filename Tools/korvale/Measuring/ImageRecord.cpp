@@ -25,6 +25,18 @@ JournalRecords::Files DescribeFiles( const std::optional<SharedFile>& inFirst, c
     }
     return files;
 }
+
+/// The maximum or sum of the labels of several slices is the label of another object.
+void RequireUncombined( const std::string& inPath, const XImageReader& inLabels, XSliceMode inMode )
+{
+    if ( inMode == XSliceMode::kEach )
+        return;
+    const auto& series = inLabels.GetStructure().series;
+    for ( std::uint32_t page = 0; page < inLabels.GetPageCount(); ++page )
+        if ( series[inLabels.GetPosition( page ).series].slices > 1 )
+            throw WImageError(
+                inPath + ": labels of several slices cannot be combined (expected one slice, or --z each)" );
+}
 } // namespace
 
 // ---- Opening
@@ -60,6 +72,8 @@ void ImageRecord::OpenGiven( const GivenFile& inGiven, const XImageReadSettings&
         throw WImageError(
             "it has " + std::to_string( GetPageCount() ) + " pages, but " + inGiven.path + " has " +
             std::to_string( count ) );
+    if ( inGiven.kind == XGivenKind::kLabels )
+        RequireUncombined( inGiven.path, given->reader, inReading.selection.sliceMode );
     for ( auto& page : pages )
         page.given = given.get();
 }
