@@ -5,6 +5,7 @@
 #include "Imaging/Filters/XDiscMorphology.h"
 #include "Imaging/Filters/XGaussianFilter.h"
 #include "Imaging/Filters/XMedianFilter.h"
+#include "Imaging/Measurements/XShapeMeasurement.h"
 #include "Imaging/Objects/XDistanceTransform.h"
 #include "Imaging/Objects/XMaskMorphology.h"
 #include "Imaging/Objects/XObjectSplitting.h"
@@ -193,6 +194,32 @@ void AddSplitting()
          } );
 }
 
+/// A page of 5329 ellipses of several sizes.
+WImagePage MakeEllipses()
+{
+    constexpr int kCell = 28;
+    WImagePage page;
+    page.width = page.height = kSide;
+    page.channels = 1;
+    page.Allocate( std::numeric_limits<std::uint64_t>::max() );
+    for ( std::uint32_t i = 0; i < kSide * kSide; ++i )
+    {
+        const auto column = static_cast<int>( i % kSide ), row = static_cast<int>( i / kSide );
+        const auto x = column % kCell - kCell / 2, y = row % kCell - kCell / 2;
+        const auto size = 5 + ( column / kCell + row / kCell ) % 7;
+        const auto isComplete = std::max( column, row ) / kCell < 73;
+        page.GetSamples<std::uint8_t>()[i] = isComplete && x * x + 2 * y * y <= size * size ? 255 : 0;
+    }
+    return page;
+}
+
+void AddShapes()
+{
+    static const auto sObjects = XFindObjects( MakeEllipses(), 0, 0, XConnectivity::kEdges );
+    Add( "Shape/" + std::to_string( sObjects.shapes.size() ) + " objects/Korvale",
+         [] { XMeasureShapes( sObjects ); } );
+}
+
 /// Runs the peer that is a script, on the same page.
 void RunScript()
 {
@@ -217,6 +244,7 @@ int main( int inCount, char** inArguments )
     AddFilters();
     AddThresholds();
     AddSplitting();
+    AddShapes();
     RunScript();
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -26,6 +26,7 @@
 #include "Imaging/Objects/XContours.h"
 #include "Imaging/Objects/XDistanceTransform.h"
 #include "Imaging/Objects/XGivenObjects.h"
+#include "Imaging/Objects/XLabelImage.h"
 #include "Imaging/Objects/XLabelledObjects.h"
 #include "Imaging/Objects/XMaskMorphology.h"
 #include "Imaging/Objects/XObjectSplitting.h"

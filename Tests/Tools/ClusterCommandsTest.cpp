@@ -138,8 +138,8 @@ TEST_F( ClusterCommandsTest, MeasuresOnNodesWithTheResultsOfOneMachine )
     TestDeployment deployment( 2 );
     ASSERT_EQ( RunLine( "sample @ --planes 5 --width 150 --height 90 --channels 2 --objects 6" ), 0 );
     const char* const kOptions[] = {
-        "--overlay @%o.png --shape --inside otsu --inside-channel C2",
-        "--background mean --save-background @%b.tif",
+        "--overlay @%o.png --labels @%l.tif --shape --inside otsu --inside-channel C2",
+        "--background mean --labels @%l.tif --save-background @%b.tif",
         "--background min --overlay @%o.png",
         "--channel C9",
         "--threshold 30000 --split distance --shape --pixel-size 0.5,2 --open 1 --exclude-edges --max-pixels 900",

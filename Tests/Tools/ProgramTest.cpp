@@ -463,6 +463,12 @@ TEST_F( ProgramTest, MeasuresGivenObjects )
     EXPECT_EQ( measure( "--mask " + files.second ).first, 2 * 2 );
     EXPECT_EQ( measure( "--split distance:0 --connectivity 4 --mask " + files.second ).first, 2 * 3 );
 
+    // Written labels are the IDs, of all pages.
+    EXPECT_EQ( measure( "--labels @ids.tif --overlay @o.png --objects " + files.first ), found );
+    EXPECT_EQ( measure( "--objects " + Name( "ids.tif" ) ), found );
+    const auto ids = WImageFile::Open( itsFolder / "ids.tif" )->ReadPage( 1 );
+    EXPECT_EQ( ids.GetSamples<std::uint16_t>()[0], 4 );
+
     const auto fail = [&]( const std::string& inOptions, int inStatus )
     {
         EXPECT_EQ( RunLine( "measure % --csv @none.csv " + inOptions, image ), inStatus ) << inOptions;
@@ -478,8 +484,9 @@ TEST_F( ProgramTest, MeasuresGivenObjects )
         fail( "--objects " + WriteStack( "b.tif", { &broken, &labels } ), 1 ), "b.tif: sample 1.5" );
     EXPECT_CONTAINS( fail( "--objects " + Name( "no.tif" ), 1 ), "no.tif: " );
     EXPECT_CONTAINS( fail( image + " --mask " + files.second, 2 ), "only one image" );
-    for ( const auto& options :
-          Split( "--mask x.tif|--threshold 3|--smooth 2|--split distance|--control a:1|-o " + files.first ) )
+    for ( const auto& options : Split(
+              "--labels @x/y.tif|--labels " + image +
+              "|--mask x.tif|--threshold 3|--smooth 2|--split distance|--control a:1|-o " + files.first ) )
         fail( "--objects " + files.first + " " + options, 2 );
 }
 
@@ -520,6 +527,21 @@ TEST_F( ProgramTest, TellsOnceThatFilesOfASetAreNotMeasuredAgain )
     EXPECT_EQ( std::ranges::count( itsFolder.Read( "out.csv" ), '\n' ), 1 + 4 );
     EXPECT_CONTAINS( itsError.str(), "0.tif (and 2 more such images)\n" );
     EXPECT_EQ( std::ranges::count( itsError.str(), '\n' ), 1 );
+}
+
+TEST_F( ProgramTest, WritesWideLabels )
+{
+    constexpr std::uint32_t kSide = 400;
+    std::vector<std::uint8_t> samples;
+    for ( std::uint32_t i = 0; i < kSide * kSide; ++i )
+        samples.push_back( ( i % kSide + i / kSide ) % 2 == 0 );
+    const auto page = MakePage( kSide, samples );
+    const auto image = WriteStack( "image.tif", { &page } );
+    EXPECT_EQ(
+        RunLine( "measure % --threshold 0 --connectivity 4 --labels @ids.tif --csv @a.csv", image ), 0 );
+    EXPECT_EQ( RunLine( "measure % --objects @ids.tif --csv @b.csv", image ), 0 ) << itsError.str();
+    EXPECT_EQ( itsFolder.Read( "a.csv" ), itsFolder.Read( "b.csv" ) );
+    EXPECT_CONTAINS( itsFolder.Read( "a.csv" ), "\n80000,image.tif," );
 }
 
 TEST_F( ProgramTest, KeepsALog )

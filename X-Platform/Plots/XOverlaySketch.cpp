@@ -46,6 +46,8 @@ XSketchOverlay( const WImagePage& inPage, const XMeasureSettings& inSettings, XP
 {
     const auto channel = inSettings.objects.channel;
     XOverlaySketch sketch;
+    sketch.width = inPage.width;
+    sketch.height = inPage.height;
     sketch.reduction = ( std::max( inPage.width, inPage.height ) - 1 ) / kMostSide + 1;
     sketch.picture = XMakeGreyscalePreview( inPage, channel, sketch.reduction );
     if ( inSettings.children && inSettings.children->channel != channel )

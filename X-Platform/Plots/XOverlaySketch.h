@@ -18,6 +18,8 @@ struct XOverlayObjects
 /// The data of a page that its overlay needs.
 struct KORVALE_IMAGING_API XOverlaySketch
 {
+    std::uint32_t width = 0; ///< of the page
+    std::uint32_t height = 0;
     WGreyPicture picture;
     std::uint32_t reduction = 1; ///< pixels of the page per pixel of the picture, in both directions
     std::vector<XOverlayObjects> objects;

@@ -178,6 +178,9 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
         .Needs( "--background" );
     const auto output = inOptions.Under( "Results" );
     itsOutputs.Declare( output );
+    output.Add( "--labels", itsLabels, "Write a TIFF file in which pixels have their object's ID" )
+        .Takes( "FILE.tif" )
+        .Check( CheckFileName );
     output.AddFlag( "--shape", itsMeasuresShape, "Also measure the shape of objects (see Shape)" );
     output.Add( "--overlay", itsOverlay, "Write an annotated PNG of each page" )
         .Takes( "FILE.png" )
@@ -264,6 +267,8 @@ void MeasureCommand::Check() const
         throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
     if ( !itsBackgroundFile.empty() && itsImages.Get().size() > 1 )
         throw WrongUsage( "--save-background accepts only one image" );
+    if ( !itsLabels.empty() && itsImages.Get().size() > 1 )
+        throw WrongUsage( "--labels accepts only one image" );
     if ( GetGiven() && itsImages.Get().size() > 1 )
         throw WrongUsage(
             ( itsMask.empty() ? "--objects" : "--mask" ) + std::string( " accepts only one image" ) );
@@ -300,7 +305,7 @@ int MeasureCommand::Run( Session& ioSession )
         return kFailure;
     ImageMeasurer measurer(
         { itsReading.GetSettings(), GetSettings(), GetChannelNames(), GetBackgroundKind(),
-          WorkerLimit( itsWorkers ), itsAreFilesShared, !itsBackgroundFile.empty(), GetGiven() },
+          WorkerLimit( itsWorkers ), itsAreFilesShared, !itsBackgroundFile.empty(), GetGiven(), itsLabels },
         overlays ? &*overlays : nullptr, journal.get(), std::move( nodes ), ioSession );
     auto measurements = measurer.Measure( itsImages.Get() );
     for ( auto& measurement : measurements )
@@ -313,7 +318,7 @@ int MeasureCommand::Run( Session& ioSession )
     }
 
     auto table = WriteFiles(
-        measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(),
+        measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(), measurer.TakeLabelFiles(),
         overlays ? &*overlays : nullptr );
     if ( journal )
         journal->Remove();
@@ -392,6 +397,8 @@ std::vector<std::string> MeasureCommand::GetOutputNames() const
     auto names = itsOutputs.GetNames();
     if ( !itsBackgroundFile.empty() )
         names.push_back( itsBackgroundFile );
+    if ( !itsLabels.empty() )
+        names.push_back( itsLabels );
     return names;
 }
 
@@ -432,7 +439,7 @@ JournalRecords::Conditions MeasureCommand::GetConditions() const
         { "reading", store( writeReading ) },
         { "objects", store( writeObjects ) },
         { "background", itsBackground },
-        { "overlays", itsOverlay.empty() ? "" : "drawn" },
+        { "overlays", itsOverlay.empty() && itsLabels.empty() ? "" : "drawn" },
     };
 }
 
@@ -482,7 +489,7 @@ ChannelNames MeasureCommand::GetChannelNames() const
 
 XPivotTable MeasureCommand::WriteFiles(
     std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
-    const WImagePage& inBackground, OverlayFiles* ioOverlays ) const
+    const WImagePage& inBackground, std::vector<CompleteFile> inComplete, OverlayFiles* ioOverlays ) const
 {
     const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMS );
@@ -495,6 +502,8 @@ XPivotTable MeasureCommand::WriteFiles(
             { itsBackgroundFile, [&]( WFile& ioFile ) {
                  XTIFFWriter( ioFile, XTIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
              } } );
-    WriteOutputFiles( files, ioOverlays ? ioOverlays->TakeFiles() : std::vector<CompleteFile>(), failure );
+    if ( ioOverlays )
+        std::ranges::move( ioOverlays->TakeFiles(), std::back_inserter( inComplete ) );
+    WriteOutputFiles( files, std::move( inComplete ), failure );
     return table;
 }

@@ -41,6 +41,7 @@ private:
     bool itsMeasuresShape = false;
     std::string itsObjects;       // an image of labels; empty: none
     std::string itsMask;          // empty: none
+    std::string itsLabels;        // file to write; empty: none
     std::string itsInside;        // empty: no child objects
     std::string itsInsideChannel; // empty: the channel of the objects
     std::uint64_t itsInsideLeastPixels = 1;
@@ -73,5 +74,6 @@ private:
     std::unique_ptr<MeasureJournal> OpenJournal( Session& ioSession ) const;
     XPivotTable WriteFiles(
         std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
-        const WImagePage& inBackground, OverlayFiles* ioOverlays ) const;
+        const WImagePage& inBackground, std::vector<CompleteFile> inComplete,
+        OverlayFiles* ioOverlays ) const;
 };

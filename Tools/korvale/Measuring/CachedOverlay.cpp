@@ -33,6 +33,7 @@ std::size_t CountBytes( const std::vector<T>& inPart )
 void CachedOverlay::Keep( XOverlaySketch inSketch, XPageMemory& ioMemory )
 {
     itsSketch = std::move( inSketch );
+    itsPartSizes.clear();
     std::size_t size = 0;
     ForEachPart( itsSketch, [&]( const auto& inPart ) { size += CountBytes( inPart ); } );
     itsBytes = XMappedFileMemoryHandle( size );

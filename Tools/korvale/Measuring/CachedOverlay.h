@@ -12,11 +12,15 @@
 class CachedOverlay
 {
 public:
-    /// The calling thread must not hold page memory, here and in `Take`.
+    /// The calling thread must not hold page memory, here and in `Take`, after which another one may be kept.
     void Keep( XOverlaySketch inSketch, XPageMemory& ioMemory );
 
     /// Returns the overlay and releases it here. Throws 1020 if it was lost on disk.
     XOverlaySketch Take( XPageMemory& ioMemory );
+
+    /// The size of the page, while the overlay is kept.
+    std::uint32_t GetWidth() const { return itsSketch.width; }
+    std::uint32_t GetHeight() const { return itsSketch.height; }
 
 private:
     XOverlaySketch itsSketch; // without the parts that need much memory

@@ -3,6 +3,7 @@
 #include "Core/Errors/XException.h"
 #include "Core/Strings/XNumberText.h"
 #include "Ground/XErrorNumbers.h"
+#include "Imaging/Objects/XLabelImage.h"
 #include "Jobs/XProgress.h"
 #include "Support/Failure.h"
 #include "Support/FilePaths.h"
@@ -47,8 +48,9 @@ ImageMeasurer::ImageMeasurer(
     : itsReading( inSettings.reading ), itsSettings( inSettings.measuring ),
       itsChannelNames( inSettings.channelNames ), itsBackground( inSettings.background ),
       itsAreFilesShared( inSettings.areFilesShared ), itsSavesBackground( inSettings.savesBackground ),
-      itsGiven( inSettings.given ), itsOverlays( ioOverlays ), itsJournal( ioJournal ),
-      itsSession( ioSession ), itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
+      itsGiven( inSettings.given ), itsLabels( inSettings.labels ), itsOverlays( ioOverlays ),
+      itsJournal( ioJournal ), itsSession( ioSession ),
+      itsPipeline( inSettings.workers, ioSession.progress, std::move( inNodes ) )
 {
 }
 
@@ -201,7 +203,7 @@ void ImageMeasurer::PlanPages( ImageRecord& ioImage )
         page.settings = &ioImage.settings[position.series];
         if ( !itsChannel )
             itsChannel = page.settings->objects.channel;
-        page.needsOverlay = itsOverlays != nullptr;
+        page.needsOverlay = itsOverlays || !itsLabels.empty();
         ioImage.measurement.positions.push_back( position );
     }
 }
@@ -437,8 +439,8 @@ void ImageMeasurer::GatherPage( ImageRecord& ioImage )
     if ( page.measurement.nonFinite > 0 )
         ReportNonFinite( ioImage, page );
     ioImage.ignoredPixelSize = std::max( ioImage.ignoredPixelSize, page.ignoredPixelSize );
-    if ( itsOverlays && !page.failure )
-        DrawOverlay( ioImage, page );
+    if ( itsOverlays && itsLabels.empty() && !page.failure )
+        DrawOverlay( ioImage, page, itsObjectCount + 1 );
     itsObjectCount += page.measurement.GetObjectCount();
     ioImage.measurement.pages.push_back( std::move( page.measurement ) );
     ++ioImage.gathered;
@@ -454,14 +456,55 @@ void ImageMeasurer::ReportNonFinite( const ImageRecord& inImage, const PageRecor
 }
 
 /// The numbers of a page's objects follow those of all pages before, as their IDs in the table do.
-void ImageMeasurer::DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage )
+void ImageMeasurer::DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage, std::uint64_t inFirstNumber )
 {
     auto& output = itsOverlays->GetPage( ioImage.number, ioPage.number );
     // Shared, because a std::function must be copyable.
     const auto overlay = std::make_shared<CachedOverlay>( std::move( *ioPage.overlay ) );
-    const auto run = [this, overlay, &output, first = itsObjectCount + 1]( XProgress& ioSteps )
+    const auto run = [this, overlay, &output, first = inFirstNumber]( XProgress& ioSteps )
     { itsTask.DrawOverlay( *overlay, first, output.file, ioSteps ); };
     itsPipeline.Submit( { ioImage.path, ioPage.number, run }, output.failure );
+}
+
+/// The width of the labels depends on the number of all objects, so they are written when all pages have been measured.
+void ImageMeasurer::WriteLabels( ImageRecord& ioImage )
+{
+    itsLabelFiles.push_back(
+        WriteCompleteFile( { itsLabels, [&]( WFile& ioFile ) { AppendLabels( ioImage, ioFile ); } } ) );
+}
+
+/// A page that could not be measured has no labels, and the size of the first one that could.
+void ImageMeasurer::AppendLabels( ImageRecord& ioImage, WFile& ioFile )
+{
+    const auto type = XGetLabelType( ioImage.measurement.GetObjectCount() );
+    std::vector<WImageFormat> formats;
+    for ( const auto& page : ioImage.pages )
+    {
+        const auto isMeasured = [&]( const PageRecord& inPage ) { return !inPage.failure; };
+        const auto& like = page.failure ? *std::ranges::find_if( ioImage.pages, isMeasured ) : page;
+        WImageFormat format;
+        format.width = like.overlay->GetWidth();
+        format.height = like.overlay->GetHeight();
+        format.pixelWidth = ioImage.measurement.pages[like.number].pixelWidth;
+        format.pixelHeight = ioImage.measurement.pages[like.number].pixelHeight;
+        formats.push_back( XTIFFWriter::GetLabelFormat( format, type ) );
+    }
+    const auto& largest = *std::ranges::max_element( formats, {}, &WImageFormat::GetByteCount );
+    XTIFFWriter writer( ioFile, XTIFFWriter::GetFormat( largest, ioImage.GetPageCount() ) );
+    const XLabelledObjects none;
+    std::uint64_t first = 1;
+    for ( auto& page : ioImage.pages )
+    {
+        auto sketch = page.failure ? XOverlaySketch() : page.overlay->Take( itsMemory );
+        const auto& objects = page.failure ? none : sketch.objects.front().objects;
+        XWriteLabels( writer, formats[page.number], objects, first, type );
+        if ( itsOverlays && !page.failure )
+        {
+            page.overlay->Keep( std::move( sketch ), itsMemory );
+            DrawOverlay( ioImage, page, first );
+        }
+        first += ioImage.measurement.pages[page.number].GetObjectCount();
+    }
 }
 
 /// Consecutive pages that failed in the same way are reported together.
@@ -518,6 +561,8 @@ void ImageMeasurer::Finish( ImageRecord& ioImage )
         XFormatSeconds( ioImage.timer.GetElapsedSeconds() ) );
     if ( ioImage.background )
         itsLastBackground = ioImage.background->TakePage();
+    if ( ioImage.measured > 0 && !itsLabels.empty() )
+        WriteLabels( ioImage );
     if ( ioImage.measured > 0 )
         itsMeasurements.push_back( std::move( ioImage.measurement ) );
 }

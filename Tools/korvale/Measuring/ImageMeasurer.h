@@ -41,6 +41,7 @@ public:
         bool areFilesShared = false;         ///< nodes read the images themselves
         bool savesBackground = false;        ///< the background is needed even if all pages are finished
         std::optional<GivenFile> given = {}; ///< not with nodes
+        std::string labels = {};             ///< file for the labels of the only image; empty: none
     };
 
     /// With `inNodes`, which may be null, nodes measure the pages. If `ioOverlays` is not null, also draws overlays; its
@@ -64,6 +65,8 @@ public:
     /// The segmented channel, counted from 0; if it was given by name, that of the first image that has it.
     std::uint32_t GetChannel() const { return itsChannel.value_or( itsSettings.objects.channel ); }
 
+    /// The file of labels, if it has been written.
+    std::vector<CompleteFile> TakeLabelFiles() { return std::move( itsLabelFiles ); }
     bool HasFailures() const { return itsHasFailures; }
 
     /// The background of the last measured image; without samples if there is none.
@@ -80,6 +83,7 @@ private:
     const bool itsAreFilesShared;
     const bool itsSavesBackground;
     const std::optional<GivenFile> itsGiven;
+    const std::string itsLabels;      // empty: none
     OverlayFiles* const itsOverlays;  // null if no overlays are drawn
     MeasureJournal* const itsJournal; // null without
     Session& itsSession;
@@ -95,7 +99,8 @@ private:
     XPageMemory itsMemory;
     XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
-    std::uint32_t itsShownWorkers = 0; // of the nodes, in the bar of the image
+    std::vector<CompleteFile> itsLabelFiles; // one or none
+    std::uint32_t itsShownWorkers = 0;       // of the nodes, in the bar of the image
     const PageTask itsTask{ itsMemory, itsMeasurementMemory };
     std::deque<std::unique_ptr<ImageRecord>> itsImages; // the images that are not complete
     /// Destroyed, with its jobs, before the data that they use.
@@ -123,7 +128,9 @@ private:
     void WaitForJobs( XProgress* ioProgress = nullptr, USize inSubmitted = 0 );
     void Gather();
     void GatherPage( ImageRecord& ioImage );
-    void DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage );
+    void DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage, std::uint64_t inFirstNumber );
+    void WriteLabels( ImageRecord& ioImage );
+    void AppendLabels( ImageRecord& ioImage, WFile& ioFile );
     void ReportPages( const ImageRecord& inImage );
     void ReportNonFinite( const ImageRecord& inImage, const PageRecord& inPage );
     void ReportReading( ImageRecord& ioImage );

@@ -574,6 +574,8 @@ XPageMeasurement MeasurementStream::ReadMeasurement( XStream& ioStream )
 
 void MeasurementStream::WriteSketch( XStream& ioStream, const XOverlaySketch& inSketch )
 {
+    ioStream.Write32( inSketch.width );
+    ioStream.Write32( inSketch.height );
     ioStream.Write32( inSketch.picture.width );
     ioStream.Write32( inSketch.picture.height );
     ioStream.WriteBuffer8( inSketch.picture.levels.data(), inSketch.picture.levels.size() );
@@ -593,6 +595,8 @@ XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream )
 {
     constexpr std::size_t kLeastSize = 2 * 8 + 3 + 8; // of objects
     XOverlaySketch sketch;
+    sketch.width = ioStream.Read32();
+    sketch.height = ioStream.Read32();
     sketch.picture.width = ioStream.Read32();
     sketch.picture.height = ioStream.Read32();
     ioStream.CheckRemaining( sketch.picture.height, sketch.picture.width );
@@ -600,11 +604,14 @@ XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream )
     ioStream.ReadBuffer8( sketch.picture.levels.data(), sketch.picture.levels.size() );
     sketch.reduction = ioStream.Read32();
     RequireStored( sketch.reduction > 0 && !sketch.picture.levels.empty() );
+    const auto isReduced = [&]( std::uint64_t inSize, std::uint32_t inReduced )
+    { return inSize > 0 && ( inSize - 1 ) / sketch.reduction + 1 == inReduced; };
+    RequireStored(
+        isReduced( sketch.width, sketch.picture.width ) &&
+        isReduced( sketch.height, sketch.picture.height ) );
     const auto read = [&]( XOverlayObjects& outObjects )
     {
-        outObjects.objects = ReadObjects(
-            ioStream, std::uint64_t{ sketch.picture.width } * sketch.reduction,
-            std::uint64_t{ sketch.picture.height } * sketch.reduction );
+        outObjects.objects = ReadObjects( ioStream, sketch.width, sketch.height );
         for ( auto* const part :
               { &outObjects.colour.red, &outObjects.colour.green, &outObjects.colour.blue } )
             *part = ioStream.Read8();

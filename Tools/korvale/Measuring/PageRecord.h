@@ -25,8 +25,8 @@ class ImageJournal;
 /// job writes it.
 struct PageRecord
 {
-    std::uint32_t number = 0; ///< counted from 0
-    bool needsOverlay = false;
+    std::uint32_t number = 0;                   ///< counted from 0
+    bool needsOverlay = false;                  ///< to be drawn, or for the labels
     const XMeasureSettings* settings = nullptr; ///< with the channels of its series
     GivenImage* given = nullptr;                ///< with its objects; null if they are to be found
     ImageJournal* journal = nullptr;            ///< keeps the results of the image; null without

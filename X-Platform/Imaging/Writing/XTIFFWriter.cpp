@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <vector>
 
 // The file: header, then for each page its samples in one strip followed by its directory. The offset of a
 // directory is written into the previous link when the directory is complete (itsLink), so at any time the
@@ -140,8 +141,8 @@ private:
 };
 
 Directory MakeDirectory(
-    XTIFFWriter::XFormat inFormat, const WImageFormat& inPage, std::uint64_t inPosition,
-    std::uint64_t inSamplesPosition )
+    XTIFFWriter::XFormat inFormat, const WImageFormat& inPage, std::uint16_t inSampleFormat,
+    std::uint64_t inPosition, std::uint64_t inSamplesPosition )
 {
     const auto hasExtra = inPage.channels > 1;
     const auto hasResolution = inPage.HasResolution();
@@ -169,16 +170,15 @@ Directory MakeDirectory(
         directory.AddShort( Tag::kResolutionUnit, kPerCentimetre );
     if ( hasExtra )
         directory.AddShort( kExtraSamples, 0, inPage.channels - 1 );
-    directory.AddShort(
-        Tag::kSampleFormat, inPage.type == WImageFormat::kFloat32 ? kFloatFormat : kUnsignedFormat,
-        inPage.channels );
+    directory.AddShort( Tag::kSampleFormat, inSampleFormat, inPage.channels );
     return directory;
 }
 } // namespace
 
 XTIFFWriter::XFormat XTIFFWriter::GetFormat( const WImageFormat& inPageFormat, std::uint32_t inPages )
 {
-    const auto directorySize = MakeDirectory( kClassic, inPageFormat, 0, 0 ).GetBytes().size();
+    const auto directorySize =
+        MakeDirectory( kClassic, inPageFormat, kUnsignedFormat, 0, 0 ).GetBytes().size();
     const auto pageSize = inPageFormat.GetByteCount() + inPageFormat.GetByteCount() % 2 + directorySize;
     const auto isSmall = pageSize <= ( kMostClassicBytes - kClassicHeaderSize ) / inPages;
     return isSmall ? kClassic : kBig;
@@ -201,14 +201,57 @@ XTIFFWriter::XTIFFWriter( WFile& ioFile, XFormat inFormat ) : itsFile( ioFile ),
 
 void XTIFFWriter::WritePage( const WImagePage& inPage )
 {
+    WritePage(
+        inPage, inPage.type == WImageFormat::kFloat32 ? kFloatFormat : kUnsignedFormat,
+        [&] { Append( inPage.samples.get(), inPage.GetByteCount() ); } );
+}
+
+WImageFormat XTIFFWriter::GetLabelFormat( const WImageFormat& inPage, XLabelType inType )
+{
+    auto format = inPage;
+    format.channels = 1;
+    format.type = inType == k16Bits ? WImageFormat::kUInt16 : WImageFormat::kFloat32;
+    return format;
+}
+
+void XTIFFWriter::WriteLabels( const WImageFormat& inPage, XLabelType inType, const XGetLabels& inGetLabels )
+{
+    constexpr std::size_t kBytesAtOnce = 1024 * 1024;
+    std::vector<std::uint32_t> labels( inPage.width );
+    std::string bytes;
+    const auto flush = [&]
+    {
+        Append( bytes.data(), bytes.size() );
+        bytes.clear();
+    };
+    const auto append = [&]
+    {
+        for ( std::uint32_t row = 0; row < inPage.height; ++row )
+        {
+            std::ranges::fill( labels, 0u );
+            inGetLabels( row, labels );
+            for ( const auto label : labels )
+                AppendWide( bytes, label, inType == k16Bits ? 2 : 4 );
+            if ( bytes.size() >= kBytesAtOnce )
+                flush();
+        }
+        flush();
+    };
+    WritePage( GetLabelFormat( inPage, inType ), kUnsignedFormat, append );
+}
+
+/// `inAppendSamples` appends as many bytes as a page of that format has.
+void XTIFFWriter::WritePage(
+    const WImageFormat& inPage, std::uint16_t inSampleFormat, const std::function<void()>& inAppendSamples )
+{
     const auto samplesPosition = itsEnd;
     const auto position = itsEnd + inPage.GetByteCount() + inPage.GetByteCount() % 2;
-    const auto directory = MakeDirectory( itsFormat, inPage, position, samplesPosition );
+    const auto directory = MakeDirectory( itsFormat, inPage, inSampleFormat, position, samplesPosition );
     const auto bytes = directory.GetBytes();
     if ( itsFormat == kClassic && position + bytes.size() > kMostClassicBytes )
         throw WImageError( "the pages exceed the 4 GiB limit of a TIFF file" );
 
-    Append( inPage.samples.get(), inPage.GetByteCount() );
+    inAppendSamples();
     itsEnd = position;
     Append( bytes.data(), bytes.size() );
 
