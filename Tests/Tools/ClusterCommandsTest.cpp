@@ -228,6 +228,8 @@ TEST_F( ClusterCommandsTest, RejectsSharedFilesThatDifferAndResultsThatNoPageGiv
     for ( std::size_t i = 0; i < 4; ++i )
         forged[row + i] = '\x7F';
     EXPECT_ERROR( 1005, read( forged ) );
+    dynamic_cast<MeasurePageResult&>( *result ).page.sketch->objects.pop_back();
+    EXPECT_ERROR( 1005, read( store( *result ) ) );
 
     std::filesystem::last_write_time(
         path, std::filesystem::last_write_time( path ) - std::chrono::seconds( 9 ) );

@@ -56,7 +56,8 @@ TEST_F( MeasureJournalTest, ContinuesWithTheBytesOfAnUninterruptedRun )
 {
     ASSERT_EQ( RunLine( "sample @ --planes 5 --width 150 --height 90 --channels 2 --objects 6" ), 0 );
     for ( const std::string options :
-          { "@sample.tif @sample.tif", "@sample.tif --overlay @%o.png --inside otsu --channel C2",
+          { "@sample.tif @sample.tif",
+            "@sample.tif --overlay @%o.png --labels @%l.tif --inside otsu --channel C2",
             "@sample.tif --background mean --save-background @%b.tif", "@sample.tif --background min" } )
     {
         const std::string expected = Measure( "x-", options );

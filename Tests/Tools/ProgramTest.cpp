@@ -482,10 +482,13 @@ TEST_F( ProgramTest, MeasuresGivenObjects )
     EXPECT_CONTAINS( fail( "--mask " + WriteStack( "s.tif", { &small } ), 1 ), "s.tif has 1" );
     EXPECT_CONTAINS(
         fail( "--objects " + WriteStack( "b.tif", { &broken, &labels } ), 1 ), "b.tif: sample 1.5" );
+    const auto rounded = MakePage<float>( 4, { 0, 16777215, 0, 0, 0, 0, 0, 0, 0, 0, 0, 16777216 } );
+    EXPECT_CONTAINS(
+        fail( "--objects " + WriteStack( "b.tif", { &rounded, &labels } ), 1 ), "b.tif: sample 16777216" );
     EXPECT_CONTAINS( fail( "--objects " + Name( "no.tif" ), 1 ), "no.tif: " );
     EXPECT_CONTAINS( fail( image + " --mask " + files.second, 2 ), "only one image" );
     for ( const auto& options : Split(
-              "--labels @x/y.tif|--labels " + image +
+              "--labels l.png|--labels " + image +
               "|--mask x.tif|--threshold 3|--smooth 2|--split distance|--control a:1|-o " + files.first ) )
         fail( "--objects " + files.first + " " + options, 2 );
 }
@@ -529,19 +532,45 @@ TEST_F( ProgramTest, TellsOnceThatFilesOfASetAreNotMeasuredAgain )
     EXPECT_EQ( std::ranges::count( itsError.str(), '\n' ), 1 );
 }
 
-TEST_F( ProgramTest, WritesWideLabels )
+TEST_F( ProgramTest, WritesLabels )
 {
     constexpr std::uint32_t kSide = 400;
     std::vector<std::uint8_t> samples;
     for ( std::uint32_t i = 0; i < kSide * kSide; ++i )
         samples.push_back( ( i % kSide + i / kSide ) % 2 == 0 );
-    const auto page = MakePage( kSide, samples );
-    const auto image = WriteStack( "image.tif", { &page } );
-    EXPECT_EQ(
-        RunLine( "measure % --threshold 0 --connectivity 4 --labels @ids.tif --csv @a.csv", image ), 0 );
-    EXPECT_EQ( RunLine( "measure % --objects @ids.tif --csv @b.csv", image ), 0 ) << itsError.str();
+    auto page = MakePage( kSide, samples );
+    page.pixelWidth = 0.5;
+    page.pixelHeight = 0.25;
+    const auto small = MakePage<std::uint8_t>( 3, { 0, 0, 0, 0, 1, 1 } );
+    const auto image = WriteStack( "image.tif", { &page, &small } );
+    const auto measure = [&]( const std::string& inOptions )
+    { return RunLine( "measure % --connectivity 4 " + inOptions, image ); };
+    EXPECT_EQ( measure( "--threshold 0 --labels @ids.tif --csv @a.csv" ), 0 );
+    EXPECT_EQ( measure( "--objects @ids.tif --csv @b.csv" ), 0 ) << itsError.str();
     EXPECT_EQ( itsFolder.Read( "a.csv" ), itsFolder.Read( "b.csv" ) );
-    EXPECT_CONTAINS( itsFolder.Read( "a.csv" ), "\n80000,image.tif," );
+    const auto ids = WImageFile::Open( itsFolder / "ids.tif" );
+    EXPECT_EQ( ids->ReadPage( 0 ).pixelWidth, 0.5 );
+    EXPECT_EQ( ids->ReadPage( 0 ).pixelHeight, 0.25 );
+    EXPECT_EQ( ids->ReadPage( 1 ).width, 3u );
+    EXPECT_EQ( ids->ReadPage( 1 ).GetSamples<float>()[5], 80001 );
+
+    // Neither pages without objects nor pages that failed have labels.
+    const auto two = MakePage<std::uint8_t>( 2, { 0, 9, 0, 9 }, 2 );
+    const auto mixed = WriteStack( "mixed.tif", { &small, &two } );
+    EXPECT_EQ( RunLine( "measure % --threshold 7 --channel C2 --labels @ids.tif", mixed ), 1 );
+    const auto pages = WImageFile::Open( itsFolder / "ids.tif" );
+    EXPECT_EQ( pages->ReadPage( 0 ).GetSamples<std::uint16_t>()[0], 0 );
+    EXPECT_EQ( pages->ReadPage( 0 ).width, 2u );
+    EXPECT_EQ( pages->ReadPage( 1 ).GetSamples<std::uint16_t>()[0], 1 );
+    EXPECT_EQ( RunLine( "measure % --threshold 9 --labels @ids.tif", mixed ), 0 );
+    EXPECT_EQ( WImageFile::Open( itsFolder / "ids.tif" )->ReadPage( 1 ).GetSamples<std::uint16_t>()[0], 0 );
+
+    if ( !HasFullDevice() )
+        return;
+    std::filesystem::create_symlink( "/dev/full", itsFolder / "full.tif" );
+    EXPECT_EQ( measure( "--threshold 0 --labels @full.tif --csv @a.csv --overlay @o.png" ), 1 );
+    EXPECT_CONTAINS( itsError.str(), "full.tif: " );
+    EXPECT_CONTAINS( itsError.str(), "; the result is kept as " + Name( "a.csv" ) );
 }
 
 TEST_F( ProgramTest, KeepsALog )

@@ -310,12 +310,29 @@ def differs(ours: float, theirs: float, scale: float) -> bool:
     return abs(ours - theirs) > TOLERANCE * max(abs(theirs), scale)
 
 
-def measure_ours(korvale: str, path: pathlib.Path, *options: str) -> list[dict]:
+def compare_labels(path: pathlib.Path, rows: list[dict]) -> list[str]:
+    """The labels are those of the outer objects of the table, by their IDs."""
+    ours = {(int(row["Timepoint"]), int(row["ID"])):
+            [int(row[name]) for name in ("Pixel Count", "X Location", "Y Location", "Bounds X", "Bounds Y")]
+            for row in rows if not row.get("Parent ID")}
+    theirs = {}
+    with tifffile.TiffFile(path) as file:
+        for number, page in enumerate(file.pages):
+            for region in skimage.measure.regionprops(page.asarray()):
+                top, left, bottom, right = region.bbox
+                theirs[number, region.label] = [region.area, left, top, right - left, bottom - top]
+    return [] if ours == theirs else [f"{len(theirs)} labels differ from those of the table"]
+
+
+def measure_ours(korvale: str, path: pathlib.Path, *options: str) -> tuple[list[dict], list[str]]:
+    """The rows of the table, and how the label image differs from it."""
     with tempfile.TemporaryDirectory() as folder:
-        output = pathlib.Path(folder) / "out.csv"
-        subprocess.run([korvale, "measure", str(path), "--csv", str(output), "--quiet", *options], check=True)
+        output, labels = pathlib.Path(folder) / "out.csv", pathlib.Path(folder) / "labels.tif"
+        outputs = ["--csv", str(output), "--labels", str(labels)]
+        subprocess.run([korvale, "measure", str(path), *outputs, "--quiet", *options], check=True)
         with open(output, encoding="utf-8", newline="") as file:
-            return list(csv.DictReader(file))
+            rows = list(csv.DictReader(file))
+        return rows, compare_labels(labels, rows)
 
 
 def is_same_ellipse(name: str, our: dict, their: dict) -> bool:
@@ -355,10 +372,9 @@ def compare(korvale: str, path: pathlib.Path, channel: int = 0, connectivity: in
         options += ["--inside", str(inside)]
     if background:
         options += ["--background", background, "--memory", "1M"]
-    ours = measure_ours(korvale, path, *options)
+    ours, faults = measure_ours(korvale, path, *options)
     theirs = measure_image(path, channel=channel, connectivity=connectivity, inside=inside, background=background,
                            segmentation=segmentation)
-    faults = []
     if len(ours) != len(theirs):
         faults.append(f"{len(ours)} objects, not {len(theirs)}")
     for our, their in zip(ours, theirs):
@@ -375,9 +391,9 @@ def compare_area(korvale: str, path: pathlib.Path) -> list[str]:
         tags = file.pages[0].tags
         x, y = (tags[name].value for name in ("XResolution", "YResolution"))
     pixel = 1e4 * x[1] / x[0] * 1e4 * y[1] / y[0]
-    rows = measure_ours(korvale, path)
-    return [f"area {row['Area (µm²)']}" for row in rows
-            if differs(float(row["Area (µm²)"]), float(row["Pixel Count"]) * pixel, 0)]
+    rows, faults = measure_ours(korvale, path)
+    return faults + [f"area {row['Area (µm²)']}" for row in rows
+                     if differs(float(row["Area (µm²)"]), float(row["Pixel Count"]) * pixel, 0)]
 
 
 THRESHOLDS = ["otsu", "li", "triangle", "yen", "isodata", "multiotsu:2", "multiotsu:3", "multiotsu:3:1", "multiotsu:4",

@@ -265,6 +265,9 @@ void MeasureCommand::Check() const
         throw WrongUsage( "--max-pixels is less than --min-pixels" );
     if ( !itsOverlay.empty() && !HasEnding( itsOverlay, ".png" ) )
         throw WrongUsage( "invalid overlay file " + itsOverlay + " (expected a name that ends in .png)" );
+    if ( !itsLabels.empty() && !HasEnding( itsLabels, ".tif" ) && !HasEnding( itsLabels, ".tiff" ) )
+        throw WrongUsage(
+            "invalid label file " + itsLabels + " (expected a name that ends in .tif or .tiff)" );
     if ( !itsBackgroundFile.empty() && itsImages.Get().size() > 1 )
         throw WrongUsage( "--save-background accepts only one image" );
     if ( !itsLabels.empty() && itsImages.Get().size() > 1 )
@@ -273,7 +276,7 @@ void MeasureCommand::Check() const
         throw WrongUsage(
             ( itsMask.empty() ? "--objects" : "--mask" ) + std::string( " accepts only one image" ) );
     if ( itsIsResumed && GetJournalName().empty() )
-        throw WrongUsage( "--resume needs an output (-o, --csv, --overlay or --save-background)" );
+        throw WrongUsage( "--resume needs an output (-o, --csv, --labels, --overlay or --save-background)" );
 }
 
 CommandFiles MeasureCommand::GetFiles() const
@@ -317,9 +320,7 @@ int MeasureCommand::Run( Session& ioSession )
         return kFailure;
     }
 
-    auto table = WriteFiles(
-        measurements, measurer.GetMeasurementMemory(), measurer.GetBackground(), measurer.TakeLabelFiles(),
-        overlays ? &*overlays : nullptr );
+    auto table = WriteFiles( measurements, measurer, overlays ? &*overlays : nullptr );
     if ( journal )
         journal->Remove();
     budget.LogFigures( ioSession );
@@ -488,22 +489,27 @@ ChannelNames MeasureCommand::GetChannelNames() const
 }
 
 XPivotTable MeasureCommand::WriteFiles(
-    std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
-    const WImagePage& inBackground, std::vector<CompleteFile> inComplete, OverlayFiles* ioOverlays ) const
+    std::vector<XImageMeasurement>& ioMeasurements, ImageMeasurer& ioMeasurer,
+    OverlayFiles* ioOverlays ) const
 {
-    const auto failure = ioOverlays ? ioOverlays->GetFailure() : "";
+    auto failure = ioMeasurer.GetLabelFailure();
+    // Without the labels, the overlays are not complete either.
+    if ( ioOverlays && failure.empty() )
+        failure = ioOverlays->GetFailure();
     XProgress progress( 2, XProgress::kProgressSteps, kProgressDelayMS );
     progress.SetTitle( "Writing" );
-    auto table = XMakeMeasurementTable( ioMeasurements, GetSettings(), &ioMemory );
+    auto table = XMakeMeasurementTable( ioMeasurements, GetSettings(), &ioMeasurer.GetMeasurementMemory() );
     progress.Increment();
     auto files = itsOutputs.GetFiles( table, WorkerLimit( itsWorkers ) );
+    const auto& background = ioMeasurer.GetBackground();
     if ( !itsBackgroundFile.empty() )
         files.push_back(
             { itsBackgroundFile, [&]( WFile& ioFile ) {
-                 XTIFFWriter( ioFile, XTIFFWriter::GetFormat( inBackground, 1 ) ).WritePage( inBackground );
+                 XTIFFWriter( ioFile, XTIFFWriter::GetFormat( background, 1 ) ).WritePage( background );
              } } );
+    auto complete = ioMeasurer.TakeLabelFiles();
     if ( ioOverlays )
-        std::ranges::move( ioOverlays->TakeFiles(), std::back_inserter( inComplete ) );
-    WriteOutputFiles( files, std::move( inComplete ), failure );
+        std::ranges::move( ioOverlays->TakeFiles(), std::back_inserter( complete ) );
+    WriteOutputFiles( files, std::move( complete ), failure );
     return table;
 }

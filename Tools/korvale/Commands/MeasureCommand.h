@@ -73,7 +73,6 @@ private:
     JournalRecords::Conditions GetConditions() const;
     std::unique_ptr<MeasureJournal> OpenJournal( Session& ioSession ) const;
     XPivotTable WriteFiles(
-        std::vector<XImageMeasurement>& ioMeasurements, XMeasurementMemory& ioMemory,
-        const WImagePage& inBackground, std::vector<CompleteFile> inComplete,
+        std::vector<XImageMeasurement>& ioMeasurements, ImageMeasurer& ioMeasurer,
         OverlayFiles* ioOverlays ) const;
 };

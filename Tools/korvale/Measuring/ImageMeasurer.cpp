@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 #include <utility>
 
 // The thread of the command opens images, submits a job for each page and gathers results; only page jobs run
@@ -466,11 +467,19 @@ void ImageMeasurer::DrawOverlay( ImageRecord& ioImage, PageRecord& ioPage, std::
     itsPipeline.Submit( { ioImage.path, ioPage.number, run }, output.failure );
 }
 
-/// The width of the labels depends on the number of all objects, so they are written when all pages have been measured.
+/// The width of the labels depends on the number of all objects, so they are written when all pages have been measured. A
+/// failure must not cost the measurements.
 void ImageMeasurer::WriteLabels( ImageRecord& ioImage )
 {
-    itsLabelFiles.push_back(
-        WriteCompleteFile( { itsLabels, [&]( WFile& ioFile ) { AppendLabels( ioImage, ioFile ); } } ) );
+    try
+    {
+        itsLabelFiles.push_back(
+            WriteCompleteFile( { itsLabels, [&]( WFile& ioFile ) { AppendLabels( ioImage, ioFile ); } } ) );
+    }
+    catch ( const std::runtime_error& failure )
+    {
+        itsLabelFailure = failure.what();
+    }
 }
 
 /// A page that could not be measured has no labels, and the size of the first one that could.

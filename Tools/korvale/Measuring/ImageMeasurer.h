@@ -65,8 +65,10 @@ public:
     /// The segmented channel, counted from 0; if it was given by name, that of the first image that has it.
     std::uint32_t GetChannel() const { return itsChannel.value_or( itsSettings.objects.channel ); }
 
-    /// The file of labels, if it has been written.
+    /// The file of labels, if it has been written, and why not; empty if nothing failed.
     std::vector<CompleteFile> TakeLabelFiles() { return std::move( itsLabelFiles ); }
+    const std::string& GetLabelFailure() const { return itsLabelFailure; }
+
     bool HasFailures() const { return itsHasFailures; }
 
     /// The background of the last measured image; without samples if there is none.
@@ -100,7 +102,8 @@ private:
     XMeasurementMemory itsMeasurementMemory{ itsMemory };
     WImagePage itsLastBackground;
     std::vector<CompleteFile> itsLabelFiles; // one or none
-    std::uint32_t itsShownWorkers = 0;       // of the nodes, in the bar of the image
+    std::string itsLabelFailure;
+    std::uint32_t itsShownWorkers = 0; // of the nodes, in the bar of the image
     const PageTask itsTask{ itsMemory, itsMeasurementMemory };
     std::deque<std::unique_ptr<ImageRecord>> itsImages; // the images that are not complete
     /// Destroyed, with its jobs, before the data that they use.

@@ -124,7 +124,7 @@ void MeasurePageResult::ReadStream2( XStream& inStream, XOptions inOptions )
     ignoredPixelSize = inStream.ReadFloat64S();
     page.measurement = ReadMeasurement( inStream );
     if ( inStream.ReadBool() )
-        page.sketch = ReadSketch( inStream );
+        page.sketch = ReadSketch( inStream, page.measurement );
 }
 
 // ---- The job

@@ -591,7 +591,7 @@ void MeasurementStream::WriteSketch( XStream& ioStream, const XOverlaySketch& in
     WriteAll( ioStream, inSketch.objects, write );
 }
 
-XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream )
+XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream, const XPageMeasurement& inMeasurement )
 {
     constexpr std::size_t kLeastSize = 2 * 8 + 3 + 8; // of objects
     XOverlaySketch sketch;
@@ -618,6 +618,11 @@ XOverlaySketch MeasurementStream::ReadSketch( XStream& ioStream )
         outObjects.colour.alpha = ioStream.ReadFloat64S();
     };
     sketch.objects = ReadAll<XOverlayObjects>( ioStream, kLeastSize, read );
+    // The IDs of labels depend on it.
+    RequireStored(
+        sketch.objects.size() == 2 &&
+        sketch.objects[0].objects.shapes.size() == inMeasurement.GetOuterCount() &&
+        sketch.objects[1].objects.shapes.size() == inMeasurement.parents.size() );
     sketch.SetNumbers( 1 );
     return sketch;
 }

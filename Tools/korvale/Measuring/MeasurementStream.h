@@ -33,5 +33,6 @@ void WriteMeasurement( XStream& ioStream, const XPageMeasurement& inMeasurement 
 XPageMeasurement ReadMeasurement( XStream& ioStream );
 
 void WriteSketch( XStream& ioStream, const XOverlaySketch& inSketch );
-XOverlaySketch ReadSketch( XStream& ioStream );
+/// The sketch has the objects of the measurement.
+XOverlaySketch ReadSketch( XStream& ioStream, const XPageMeasurement& inMeasurement );
 } // namespace MeasurementStream

@@ -21,12 +21,14 @@ std::uint32_t GetLabel( T inSample )
         return inSample;
     else
     {
-        constexpr T kEnd = 4294967296;
+        // From here on, neighbouring labels of the file may have become the same float.
+        constexpr T kEnd = 16777216;
         // NaN fails the first comparison.
         if ( !( inSample >= 0 && inSample < kEnd ) ||
              inSample != static_cast<T>( static_cast<std::uint32_t>( inSample ) ) )
             throw WImageError(
-                "sample " + std::to_string( inSample ) + " is not a label (expected a whole number from 0)" );
+                "sample " + std::to_string( inSample ) +
+                " is not a label (expected a whole number from 0 to 16777215)" );
         return static_cast<std::uint32_t>( inSample );
     }
 }

@@ -28,5 +28,5 @@ struct KORVALE_IMAGING_API XGivenObjects
 };
 
 /// Takes the objects from a page. Throws WImageError if it has several channels or, as labels, floats that are not whole
-/// numbers from 0 to 2^32 - 1; an abort throws 1001.
+/// numbers from 0 to 2^24 - 1, above which floats are not exact; an abort throws 1001.
 KORVALE_IMAGING_API XGivenObjects XTakeGivenObjects( const WImagePage& inPage, XGivenKind inKind );

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -56,6 +57,20 @@ void AppendWide( std::string& ioBytes, std::uint64_t inNumber, std::uint64_t inW
         AppendTo( ioBytes, static_cast<std::uint32_t>( inNumber ) );
     else
         AppendTo( ioBytes, static_cast<std::uint16_t>( inNumber ) );
+}
+
+template<class T>
+void AppendAs( std::string& ioBytes, const std::vector<std::uint32_t>& inNumbers )
+{
+    const auto begin = ioBytes.size();
+    ioBytes.resize( begin + inNumbers.size() * sizeof( T ) );
+    auto* to = ioBytes.data() + begin;
+    for ( const auto number : inNumbers )
+    {
+        const auto narrow = static_cast<T>( number );
+        std::memcpy( to, &narrow, sizeof( T ) );
+        to += sizeof( T );
+    }
 }
 
 /// A directory that is being put together: entries, and behind them the values that are too long for an entry.
@@ -230,8 +245,10 @@ void XTIFFWriter::WriteLabels( const WImageFormat& inPage, XLabelType inType, co
         {
             std::ranges::fill( labels, 0u );
             inGetLabels( row, labels );
-            for ( const auto label : labels )
-                AppendWide( bytes, label, inType == k16Bits ? 2 : 4 );
+            if ( inType == k16Bits )
+                AppendAs<std::uint16_t>( bytes, labels );
+            else
+                AppendAs<std::uint32_t>( bytes, labels );
             if ( bytes.size() >= kBytesAtOnce )
                 flush();
         }
