@@ -21,7 +21,7 @@
 // next place of its level when it is reached, and the first place in use is visited next.
 //
 // Pages have a margin of pixels that belong to nothing, so no neighbour needs a check of its position. Values are
-// whole numbers above 0, in the order of the distances or samples; they are replaced by the first place of their level.
+// whole numbers above 0, in the order of the distances or samples; they are replaced by the last place of their level.
 
 namespace
 {
@@ -65,7 +65,7 @@ private:
 
     // Of the component being split
     std::vector<PixelIndex> itsOrder;
-    std::vector<std::uint32_t> itsPlaces; // counts of values, later the next free place of each level
+    std::vector<std::uint32_t> itsPlaces; // counts of groups of values, later where they end
     std::vector<PixelIndex> itsMarkers;
     XIndexQueue itsQueue;
 
@@ -119,6 +119,9 @@ template<class TIsDeep>
 XLabelledObjects ObjectSplitter::Split( TIsDeep inIsDeep )
 {
     itsLabels.resize( itsValues.size() );
+    if ( !itsComponents.shapes.empty() )
+        itsOrder.reserve(
+            std::ranges::max( itsComponents.shapes, {}, &XObjectShape::pixelCount ).pixelCount );
     const XRunsByObject runs( itsComponents );
     for ( std::size_t i = 0; i < itsComponents.shapes.size(); ++i )
     {
@@ -155,27 +158,32 @@ bool ObjectSplitter::FindMarkers( std::span<const XPixelRun> inRuns, TIsDeep inI
     return itsMarkers.size() > 1;
 }
 
-/// Puts the pixels into the order of their values, the highest first, and equal ones into raster order.
+/// Puts the pixels into the order of their values, the highest first, and equal ones into raster order: into groups of
+/// levels first, so few that their places take much less memory than the pixels.
 void ObjectSplitter::Sort( std::span<const XPixelRun> inRuns, std::uint32_t inLeast, std::uint32_t inMost )
 {
-    itsOrder.clear();
-    const std::size_t levels = std::size_t{ inMost } - inLeast + 1;
+    constexpr std::size_t kManyGroups = 65536;
     std::size_t count = 0;
     for ( const auto& run : inRuns )
         count += run.end - run.first;
-    if ( levels > count )
-    {
-        VisitPixels( inRuns, [&]( PixelIndex inPixel ) { itsOrder.push_back( inPixel ); } );
-        std::ranges::sort(
-            itsOrder, [&]( PixelIndex inOne, PixelIndex inOther ) { return IsHigher( inOne, inOther ); } );
-        return;
-    }
-    itsPlaces.assign( levels + 1, 0 );
-    VisitPixels( inRuns, [&]( PixelIndex inPixel ) { ++itsPlaces[inMost - itsValues[inPixel] + 1]; } );
+    const auto mostGroups = std::max( count / 16, std::min( count, kManyGroups ) );
+    int shift = 0;
+    while ( ( inMost - inLeast ) >> shift >= mostGroups )
+        ++shift;
+    const auto getGroup = [&]( PixelIndex inPixel ) { return ( inMost - itsValues[inPixel] ) >> shift; };
+    const std::size_t groups = ( ( inMost - inLeast ) >> shift ) + 1;
+    itsPlaces.assign( groups + 1, 0 );
+    VisitPixels( inRuns, [&]( PixelIndex inPixel ) { ++itsPlaces[getGroup( inPixel ) + 1]; } );
     std::partial_sum( itsPlaces.begin(), itsPlaces.end(), itsPlaces.begin() );
     itsOrder.resize( count );
     VisitPixels(
-        inRuns, [&]( PixelIndex inPixel ) { itsOrder[itsPlaces[inMost - itsValues[inPixel]]++] = inPixel; } );
+        inRuns, [&]( PixelIndex inPixel ) { itsOrder[itsPlaces[getGroup( inPixel )]++] = inPixel; } );
+    if ( shift == 0 )
+        return;
+    for ( std::size_t group = 0, first = 0; group < groups; first = itsPlaces[group++] )
+        std::sort(
+            &itsOrder[first], &itsOrder[first] + ( itsPlaces[group] - first ),
+            [&]( PixelIndex inOne, PixelIndex inOther ) { return IsHigher( inOne, inOther ); } );
 }
 
 template<class TIsDeep>
@@ -221,19 +229,24 @@ void ObjectSplitter::Label( std::span<const XPixelRun> inRuns, std::uint32_t inL
         std::fill_n( &itsLabels[GetIndex( run.row, run.first )], run.end - run.first, inLabel );
 }
 
-/// Floods the component from its markers.
+/// Floods the component from its markers. The order is not needed any more: its places become those of the queue. The last
+/// place of a level has the number of the next free one until it is taken itself, and values become last places.
 void ObjectSplitter::Flood()
 {
     const auto count = itsOrder.size();
-    itsPlaces.resize( std::max( itsPlaces.size(), count ) );
-    std::uint32_t first = 0;
-    for ( std::uint32_t i = 0, previous = 0; i < count; ++i )
+    std::uint32_t last = 0, previous = 0;
+    for ( auto i = static_cast<std::uint32_t>( count ); i-- > 0; )
     {
         auto& value = itsValues[itsOrder[i]];
         if ( value != previous )
-            first = itsPlaces[i] = i;
-        previous = std::exchange( value, first + 1 );
+        {
+            if ( last > i )
+                itsOrder[last] = i + 1;
+            last = i;
+        }
+        previous = std::exchange( value, last + 1 );
     }
+    itsOrder[last] = 0;
     itsQueue.Reserve( count );
     std::ranges::sort( itsMarkers );
     for ( const auto marker : itsMarkers )
@@ -249,11 +262,11 @@ void ObjectSplitter::Flood()
     }
 }
 
-/// The order is not needed any more: its places are those of the queue.
 void ObjectSplitter::Reach( PixelIndex inPixel, std::uint32_t inLabel )
 {
     itsLabels[inPixel] = inLabel;
-    const auto place = itsPlaces[itsValues[inPixel] - 1]++;
+    auto& free = itsOrder[itsValues[inPixel] - 1];
+    const auto place = free++;
     itsOrder[place] = inPixel;
     itsQueue.Add( place );
 }

@@ -27,7 +27,7 @@ struct KORVALE_IMAGING_API XSplitSettings
 /// component is flooded from these maxima: pixels are visited in descending order of distance, equal ones in the order
 /// in which they were reached, and each visited pixel reaches its neighbours at edges in raster order, then those at
 /// corners. No pixel is lost to dividing lines. The components must be those of a mask, with that connectivity; `inPage` has their page's size.
-/// Takes 8 bytes per pixel of the page, and 8 per pixel of the largest component. Throws 1013 if the depth is not a
+/// Takes 8 bytes per pixel of the page, and up to 4.5 per pixel of the largest component. Throws 1013 if the depth is not a
 /// number from 0, and 1012 for pages of about 2^32 pixels; an abort throws 1001.
 KORVALE_IMAGING_API XLabelledObjects XSplitByDistance(
     const XLabelledObjects& inComponents, const WImageFormat& inPage, XConnectivity inConnectivity,
