@@ -178,7 +178,7 @@ void MeasureCommand::Declare( const CommandOptions& inOptions )
         .Needs( "--background" );
     const auto output = inOptions.Under( "Results" );
     itsOutputs.Declare( output );
-    output.Add( "--labels", itsLabels, "Write a TIFF file in which pixels have their object's ID" )
+    output.Add( "--labels", itsLabels, "Write the objects as pixels with their IDs (TIFF)" )
         .Takes( "FILE.tif" )
         .Check( CheckFileName );
     output.AddFlag( "--shape", itsMeasuresShape, "Also measure the shape of objects (see Shape)" );
